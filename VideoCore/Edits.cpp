@@ -1,0 +1,135 @@
+#include "VideoCore/Edits.h"
+
+#include "VideoCore/Timeline.h"
+
+#include <algorithm>
+#include <array>
+#include <ranges>
+
+namespace orvo::Edits {
+
+namespace {
+
+template <typename T> T* find(SharedList<T>& list, const Uuid& id)
+{
+    // Looked for in the shared items first: a list without the element is not copied.
+    const auto found = std::ranges::find(list, id, &T::id);
+    if (found == list.end())
+        return nullptr;
+    const auto index = found - list.begin();
+    return &list.edit()[static_cast<std::size_t>(index)];
+}
+
+template <typename T, typename Matches> std::size_t removeIf(SharedList<T>& list, Matches matches)
+{
+    return std::ranges::any_of(list, matches) ? std::erase_if(list.edit(), matches) : 0;
+}
+
+template <typename T> std::size_t remove(SharedList<T>& list, const Uuid& id)
+{
+    return removeIf(list, [&](const T& item) { return item.id == id; });
+}
+
+template <typename T> bool set(SharedList<T>& list, const Uuid& id, double T::* field, double value)
+{
+    T* item = find(list, id);
+    if (item)
+        item->*field = value;
+    return item != nullptr;
+}
+
+} // namespace
+
+void cut(VideoProject& project, TimeSpan span)
+{
+    std::vector<TimeSpan> cuts = project.edit.cuts.items();
+    cuts.push_back(span);
+    project.edit.cuts = SharedList(Timeline::merged(cuts, project.duration));
+}
+
+std::size_t restore(VideoProject& project, TimeSpan span)
+{
+    return removeIf(project.edit.cuts, [&](const TimeSpan& stored) { return stored == span; });
+}
+
+bool correctWord(VideoProject& project, const Uuid& id, std::string text)
+{
+    TranscriptWord* word = find(project.edit.words, id);
+    if (word)
+        word->text = std::move(text);
+    return word != nullptr;
+}
+
+Overlay makeOverlay(const VideoProject& project, Overlay::Kind kind, std::string content, double playhead)
+{
+    return {.kind = kind,
+        .content = std::move(content),
+        .start = playhead,
+        .end = std::min(playhead + overlayLength, project.duration)};
+}
+
+PointerEvent makeZoom(double playhead)
+{
+    return {.time = playhead, .x = 0.5, .y = 0.5, .kind = PointerKind::zoom};
+}
+
+void apply(VideoProject& project, const EditSuggestion& suggestion)
+{
+    if (suggestion.event)
+        project.edit.events.edit().push_back(*suggestion.event);
+    else
+        cut(project, suggestion.span);
+}
+
+std::size_t removeEvent(VideoProject& project, const Uuid& id)
+{
+    return remove(project.edit.events, id);
+}
+
+std::size_t removeOverlay(VideoProject& project, const Uuid& id)
+{
+    return remove(project.edit.overlays, id);
+}
+
+bool setEventValue(VideoProject& project, const Uuid& id, double PointerEvent::* field, double value)
+{
+    return set(project.edit.events, id, field, value);
+}
+
+bool setOverlayValue(VideoProject& project, const Uuid& id, double Overlay::* field, double value)
+{
+    return set(project.edit.overlays, id, field, value);
+}
+
+bool setVolume(VideoProject& project, const Uuid& trackId, double value)
+{
+    return set(project.tracks, trackId, &MediaTrack::volume, value);
+}
+
+bool EditState::* flagNamed(std::string_view key)
+{
+    static constexpr std::array<std::pair<std::string_view, bool EditState::*>, 6> flags{{
+        {"cameraVisible", &EditState::cameraVisible},
+        {"clickHalo", &EditState::clickHalo},
+        {"noiseReduction", &EditState::noiseReduction},
+        {"normalizeVoice", &EditState::normalizeVoice},
+        {"pointerHighlight", &EditState::pointerHighlight},
+        {"sharpen", &EditState::sharpen},
+    }};
+    const auto found = std::ranges::find(flags, key, [](const auto& flag) { return flag.first; });
+    return found == flags.end() ? nullptr : found->second;
+}
+
+double EditState::* valueNamed(std::string_view key)
+{
+    static constexpr std::array<std::pair<std::string_view, double EditState::*>, 4> values{{
+        {"cameraWidth", &EditState::cameraWidth},
+        {"cameraX", &EditState::cameraX},
+        {"cameraY", &EditState::cameraY},
+        {"fade", &EditState::fade},
+    }};
+    const auto found = std::ranges::find(values, key, [](const auto& value) { return value.first; });
+    return found == values.end() ? nullptr : found->second;
+}
+
+} // namespace orvo::Edits

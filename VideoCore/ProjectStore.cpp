@@ -1,0 +1,130 @@
+#include "VideoCore/ProjectStore.h"
+
+#include "VideoCore/DocumentCodec.h"
+#include "VideoCore/FileIO.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <pwd.h>
+#include <thread>
+#include <unistd.h>
+
+namespace orvo {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// The user's data folder as the XDG base directories name it.
+fs::path dataHome()
+{
+    const char* data = std::getenv("XDG_DATA_HOME");
+    if (data && *data == '/')
+        return data;
+    const char* home = std::getenv("HOME");
+    if (!home || !*home) {
+        const passwd* user = getpwuid(getuid());
+        home = user ? user->pw_dir : "/";
+    }
+    return fs::path(home) / ".local" / "share";
+}
+
+VideoProject loadFrom(const fs::path& folder, DocumentDecoder& decoder, std::string& buffer)
+{
+    readFile(folder / ProjectStore::documentName, buffer);
+    auto project = decoder.decode(buffer);
+    if (project.schemaVersion != VideoProject::currentSchemaVersion)
+        throw captureError("Este proyecto requiere una versión más reciente.");
+    return project;
+}
+
+} // namespace
+
+ProjectStore::ProjectStore(const std::optional<fs::path>& root)
+    : m_root(fs::absolute(root.value_or(dataHome() / "OrvoVideo" / "Projects")).lexically_normal())
+{
+    if (!m_root.has_filename())
+        m_root = m_root.parent_path();
+    fs::create_directories(m_root);
+    fs::permissions(m_root, fs::perms::owner_all);
+}
+
+fs::path ProjectStore::directory(const Uuid& id) const
+{
+    return m_root / id.text();
+}
+
+void ProjectStore::create(const VideoProject& project) const
+{
+    fs::create_directories(directory(project.id) / mediaName);
+    save(project);
+}
+
+void ProjectStore::save(const VideoProject& project) const
+{
+    writeFileAtomically(directory(project.id) / documentName, encodeDocument(project));
+}
+
+VideoProject ProjectStore::load(const Uuid& id) const
+{
+    DocumentDecoder decoder;
+    std::string buffer;
+    return loadFrom(directory(id), decoder, buffer);
+}
+
+std::vector<VideoProject> ProjectStore::list() const
+{
+    std::vector<Uuid> ids;
+    std::error_code error;
+    for (fs::directory_iterator entry(m_root, error), end; !error && entry != end; entry.increment(error)) {
+        if (const auto id = Uuid::parse(entry->path().filename().native()))
+            ids.push_back(*id);
+    }
+
+    std::vector<std::optional<VideoProject>> loaded(ids.size());
+    std::atomic<std::size_t> next = 0;
+    const auto loadSome = [&] {
+        DocumentDecoder decoder;
+        std::string buffer;
+        for (std::size_t i = next++; i < ids.size(); i = next++) {
+            try {
+                loaded[i] = loadFrom(directory(ids[i]), decoder, buffer);
+            } catch (const std::exception&) {
+                // Left out of the library; its folder stays as it is.
+            }
+        }
+    };
+    {
+        const std::size_t helpers = std::min<std::size_t>(std::max(1U, std::thread::hardware_concurrency()), ids.size());
+        std::vector<std::jthread> threads;
+        for (std::size_t i = 1; i < helpers; ++i)
+            threads.emplace_back(loadSome);
+        loadSome();
+    }
+
+    std::vector<VideoProject> projects;
+    projects.reserve(loaded.size());
+    for (auto& project : loaded) {
+        if (project)
+            projects.push_back(std::move(*project));
+    }
+    std::ranges::stable_sort(projects, std::ranges::greater(), &VideoProject::createdAt);
+    return projects;
+}
+
+fs::path ProjectStore::mediaURL(const VideoProject& project, std::string_view file) const
+{
+    const auto refuse = [&] {
+        throw fs::filesystem_error("media", fs::path(file), std::make_error_code(std::errc::invalid_argument));
+    };
+    if (file.starts_with('/') || file.contains('\0'))
+        refuse();
+    const fs::path base = fs::weakly_canonical(directory(project.id).lexically_normal());
+    const fs::path candidate = fs::weakly_canonical((base / fs::path(file)).lexically_normal());
+    if (!candidate.native().starts_with(base.native() + "/"))
+        refuse();
+    return candidate;
+}
+
+} // namespace orvo

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <atomic>
+#include <compare>
+#include <cstddef>
+#include <initializer_list>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace orvo {
+
+/// A list with value semantics whose storage is shared between copies until one of them changes.
+///
+/// Copying costs one atomic increment, whatever the length. Reading never copies. The first call of `edit()` on a list
+/// that shares its storage copies the items once. Different copies may be used from different threads.
+template <typename T> class SharedList {
+public:
+    using value_type = T;
+    using const_iterator = typename std::vector<T>::const_iterator;
+
+    SharedList() = default;
+    SharedList(std::initializer_list<T> items)
+        : SharedList(std::vector<T>(items))
+    {
+    }
+    explicit SharedList(std::vector<T> items)
+    {
+        if (!items.empty())
+            m_storage = new Storage(std::move(items));
+    }
+    SharedList(const SharedList& other) noexcept
+        : m_storage(other.m_storage)
+    {
+        if (m_storage)
+            m_storage->owners.fetch_add(1, std::memory_order_relaxed);
+    }
+    SharedList(SharedList&& other) noexcept
+        : m_storage(std::exchange(other.m_storage, nullptr))
+    {
+    }
+    SharedList& operator=(SharedList other) noexcept
+    {
+        std::swap(m_storage, other.m_storage);
+        return *this;
+    }
+    ~SharedList()
+    {
+        if (m_storage && m_storage->owners.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            delete m_storage;
+    }
+
+    const std::vector<T>& items() const noexcept { return m_storage ? m_storage->items : s_empty; }
+    std::size_t size() const noexcept { return items().size(); }
+    bool empty() const noexcept { return items().empty(); }
+    const_iterator begin() const noexcept { return items().begin(); }
+    const_iterator end() const noexcept { return items().end(); }
+    const T& operator[](std::size_t index) const { return items()[index]; }
+    const T& front() const { return items().front(); }
+    const T& back() const { return items().back(); }
+    operator std::span<const T>() const noexcept { return items(); } // NOLINT(google-explicit-constructor): it is a view
+
+    /// The items of this copy alone, to be changed in place. The reference holds until this list is copied or assigned.
+    std::vector<T>& edit()
+    {
+        if (!m_storage)
+            m_storage = new Storage({});
+        else if (m_storage->owners.load(std::memory_order_acquire) != 1)
+            *this = SharedList(*new Storage(m_storage->items));
+        return m_storage->items;
+    }
+
+    /// True when both copies still use the same storage, and so are equal without a look at the items.
+    bool sharesStorageWith(const SharedList& other) const noexcept { return m_storage == other.m_storage; }
+
+    friend bool operator==(const SharedList& a, const SharedList& b)
+    {
+        return a.sharesStorageWith(b) || a.items() == b.items();
+    }
+
+private:
+    struct Storage {
+        explicit Storage(std::vector<T> list)
+            : items(std::move(list))
+        {
+        }
+        std::atomic<std::size_t> owners{1};
+        std::vector<T> items;
+    };
+
+    explicit SharedList(Storage& storage) noexcept
+        : m_storage(&storage)
+    {
+    }
+
+    inline static const std::vector<T> s_empty;
+    Storage* m_storage = nullptr;
+};
+
+} // namespace orvo

@@ -1,0 +1,109 @@
+#include "VideoCore/Suggestions.h"
+
+#include <algorithm>
+#include <array>
+#include <utf8proc.h>
+
+namespace orvo::Suggestions {
+
+namespace {
+
+constexpr std::array<std::string_view, 5> fillers{"eh", "em", "uh", "um", "mmm"};
+constexpr std::size_t longestFiller = 3;
+
+/// Whether a code point is trimmed from the ends of a word: punctuation, white space, line breaks.
+bool isTrimmed(utf8proc_int32_t codePoint)
+{
+    switch (utf8proc_category(codePoint)) {
+    case UTF8PROC_CATEGORY_PC:
+    case UTF8PROC_CATEGORY_PD:
+    case UTF8PROC_CATEGORY_PS:
+    case UTF8PROC_CATEGORY_PE:
+    case UTF8PROC_CATEGORY_PI:
+    case UTF8PROC_CATEGORY_PF:
+    case UTF8PROC_CATEGORY_PO:
+    case UTF8PROC_CATEGORY_ZS:
+    case UTF8PROC_CATEGORY_ZL:
+    case UTF8PROC_CATEGORY_ZP:
+        return true;
+    default:
+        return (codePoint >= 0x09 && codePoint <= 0x0D) || codePoint == 0x85;
+    }
+}
+
+} // namespace
+
+bool isFiller(std::string_view word)
+{
+    // Fillers are ASCII, so the trimmed word is one when its lower-case code points are exactly those characters.
+    std::array<char, longestFiller> letters{};
+    std::size_t count = 0; // Code points from the first that is not trimmed to the last that is not.
+    std::size_t trailing = 0; // Trimmed code points since the last that is not.
+    const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(word.data());
+    auto left = static_cast<utf8proc_ssize_t>(word.size());
+    while (left > 0) {
+        utf8proc_int32_t codePoint = 0;
+        const auto length = utf8proc_iterate(bytes, left, &codePoint);
+        if (length <= 0)
+            return false;
+        bytes += length;
+        left -= length;
+        if (isTrimmed(codePoint)) {
+            trailing += count > 0;
+            continue;
+        }
+        const auto lower = utf8proc_tolower(codePoint);
+        if (trailing > 0 || count == longestFiller || lower > 'z' || lower < 'a')
+            return false;
+        letters[count++] = static_cast<char>(lower);
+    }
+    return std::ranges::contains(fillers, std::string_view(letters.data(), count));
+}
+
+std::vector<EditSuggestion> generate(const VideoProject& project)
+{
+    const auto& edit = project.edit;
+    std::vector<EditSuggestion> result;
+
+    std::vector<const TranscriptWord*> words;
+    words.reserve(edit.words.size());
+    for (const auto& word : edit.words)
+        words.push_back(&word);
+    std::ranges::stable_sort(words, {}, &TranscriptWord::start);
+
+    double speechEnd = 0;
+    for (const auto* word : words) {
+        if (word->start - speechEnd > longPause) {
+            result.push_back({.kind = SuggestionKind::silence,
+                .span = {speechEnd + leadMargin, word->start - trailMargin},
+                .label = "Pausa larga"});
+        }
+        if (isFiller(word->text)) {
+            result.push_back(
+                {.kind = SuggestionKind::filler, .span = {word->start, word->end}, .label = "Muletilla: " + word->text});
+        }
+        speechEnd = std::max(speechEnd, word->end);
+    }
+    if (!words.empty() && project.duration - speechEnd > longPause) {
+        result.push_back(
+            {.kind = SuggestionKind::silence, .span = {speechEnd + leadMargin, project.duration}, .label = "Pausa final"});
+    }
+
+    double lastZoom = -10;
+    for (const auto& event : edit.events) {
+        if (event.kind != PointerKind::click || !(event.time - lastZoom > zoomSpacing))
+            continue;
+        PointerEvent zoom = event;
+        zoom.id = Uuid::random();
+        zoom.kind = PointerKind::zoom;
+        zoom.duration = zoomLength;
+        result.push_back({.kind = SuggestionKind::zoom,
+            .span = {event.time, std::min(event.time + zoomLength, project.duration)},
+            .label = "Zoom en clic",
+            .event = zoom});
+        lastZoom = event.time;
+    }
+    return result;
+}
+
+} // namespace orvo::Suggestions

@@ -1,0 +1,60 @@
+#pragma once
+
+#include "VideoCore/VideoProject.h"
+
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+/// The arithmetic between the recording timeline and the output timeline, which is what remains of it after the cuts,
+/// joined end to end. Pure functions; all times in seconds.
+namespace orvo::Timeline {
+
+/// The cuts cleaned, sorted and merged: sorted by start, disjoint, apart by more than zero, and within 0..`duration`.
+///
+/// A cut with an end that is not finite is dropped; the others are clamped, and dropped when nothing remains of them.
+/// Cuts that overlap or touch become one.
+std::vector<TimeSpan> merged(std::span<const TimeSpan> cuts, double duration);
+
+/// The stretches of the recording that remain after the cuts, in order.
+std::vector<TimeSpan> kept(double duration, std::span<const TimeSpan> cuts);
+
+/// Where a moment of the recording lies on the output timeline; nothing when it is cut or outside the recording.
+/// The very end of the recording is the end of the output.
+std::optional<double> outputTime(double time, std::span<const TimeSpan> cuts, double duration);
+
+/// The two subtitle formats.
+enum class SubtitleFormat : std::uint8_t { subRip, webVtt };
+
+/// A subtitle time stamp of `seconds`, rounded to milliseconds, never negative: 00:01:05.250 (WebVTT), 00:01:05,250
+/// (SubRip). Hours are not wrapped. Not-a-number counts as 0; values beyond the range of milliseconds in 64 bits as its
+/// ends.
+std::string stamp(double seconds, SubtitleFormat format);
+
+/// The whole subtitle file of a project on the output timeline: one cue for every kept piece of every word.
+std::string subtitles(const VideoProject& project, SubtitleFormat format);
+
+/// The two steps of `outputTime` kept apart, for many questions about the same cuts: each answer takes logarithmic time.
+class OutputMap {
+public:
+    OutputMap(double duration, std::span<const TimeSpan> cuts);
+
+    std::span<const TimeSpan> kept() const noexcept { return m_kept; }
+
+    /// As `Timeline::outputTime`.
+    std::optional<double> outputTime(double time) const;
+
+    /// The output time at which the kept stretch `index` begins.
+    double outputStart(std::size_t index) const { return m_starts[index]; }
+
+    /// The index of the first kept stretch that ends after `time`; the number of stretches when there is none.
+    std::size_t firstEndingAfter(double time) const;
+
+private:
+    double m_duration;
+    std::vector<TimeSpan> m_kept;
+    std::vector<double> m_starts; ///< Running totals: one more than stretches, the last is the output's length.
+};
+
+} // namespace orvo::Timeline

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <stop_token>
+
+namespace orvo {
+
+/// What is known of a media file without decoding it.
+struct MediaFacts {
+    struct Video {
+        std::int64_t width = 0; ///< Pixels, as stored.
+        std::int64_t height = 0; ///< Pixels, as stored.
+        int rotation = 0; ///< Clockwise degrees by which players turn the stored picture: 0, 90, 180 or 270.
+        double frameRate = 0; ///< Average frames per second; 0 when not known.
+
+        /// The size of the picture as players show it.
+        std::int64_t uprightWidth() const noexcept { return rotation % 180 == 0 ? width : height; }
+        std::int64_t uprightHeight() const noexcept { return rotation % 180 == 0 ? height : width; }
+    };
+
+    std::optional<double> duration; ///< Seconds; nothing when the file does not tell.
+    std::optional<Video> video; ///< The first video stream that is not a cover picture.
+    int audioStreams = 0;
+    int audioChannels = 0; ///< Of the first audio stream; 0 without one.
+};
+
+/// Reads the facts of media files. Implemented by the platform layer; usable from any thread.
+class MediaProbe {
+public:
+    MediaProbe() = default;
+    MediaProbe(const MediaProbe&) = delete;
+    MediaProbe& operator=(const MediaProbe&) = delete;
+    virtual ~MediaProbe() = default;
+
+    /// Blocks while the file is read. Throws `captureError` with a text for the user when the file cannot be read as
+    /// media, and `Cancelled` when `stop` was requested.
+    virtual MediaFacts facts(const std::filesystem::path& file, const std::stop_token& stop = {}) const = 0;
+};
+
+} // namespace orvo

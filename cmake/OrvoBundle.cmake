@@ -1,0 +1,5 @@
+# Lays out OrvoVideo.app in the build tree as it is laid out in the package, so that paths inside it hold in both.
+
+set(ORVO_BUNDLE ${CMAKE_BINARY_DIR}/OrvoVideo.app)
+file(MAKE_DIRECTORY ${ORVO_BUNDLE}/Contents/MacOS ${ORVO_BUNDLE}/Contents/Helpers ${ORVO_BUNDLE}/Contents/Resources)
+file(CREATE_LINK /usr/bin/ffmpeg ${ORVO_BUNDLE}/Contents/Helpers/ffmpeg SYMBOLIC)

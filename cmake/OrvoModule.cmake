@@ -1,0 +1,41 @@
+# Compiler settings for every target of the house, and orvo_module(), which makes one of its layers.
+
+set(CMAKE_CXX_STANDARD 23)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+
+set(ORVO_SANITIZERS "" CACHE STRING "Sanitizers to build with, for example address,undefined")
+
+add_library(orvo_flags INTERFACE)
+target_compile_options(orvo_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
+  -Wold-style-cast -Wcast-align -Wformat=2 -Wimplicit-fallthrough
+  # Naming only the fields that differ is what designated initialisers are for.
+  -Wno-missing-field-initializers)
+if(ORVO_SANITIZERS)
+  target_compile_options(orvo_flags INTERFACE -fsanitize=${ORVO_SANITIZERS} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(orvo_flags INTERFACE -fsanitize=${ORVO_SANITIZERS})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # GCC reports false positives of these two in sanitized standard headers.
+    target_compile_options(orvo_flags INTERFACE -Wno-maybe-uninitialized -Wno-tsan)
+  endif()
+endif()
+
+# orvo_module(NAME SOURCES file... [PUBLIC target...] [PRIVATE target...])
+#
+# Makes the static library NAME from the folder of the same name. Its headers are included as "NAME/Header.h". Each module is
+# given an include folder that shows that one module and nothing else, so that a header of a layer that is not linked
+# cannot be included: the direction of the dependencies is checked by the compiler.
+function(orvo_module NAME)
+  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  set(view ${CMAKE_BINARY_DIR}/include/${NAME})
+  file(MAKE_DIRECTORY ${view})
+  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${view}/${NAME} SYMBOLIC)
+  add_library(${NAME} STATIC ${ARG_SOURCES})
+  target_include_directories(${NAME} PUBLIC ${view})
+  target_link_libraries(${NAME} PUBLIC ${ARG_PUBLIC} PRIVATE orvo_flags ${ARG_PRIVATE})
+endfunction()
