@@ -1,0 +1,224 @@
+#include "VideoMedia/ExportService.h"
+
+#include "VideoCore/Error.h"
+#include "VideoCore/FileIO.h"
+#include "VideoCore/Timeline.h"
+#include "VideoMedia/NumberText.h"
+#include "VideoMedia/RenderGraph.h"
+#include "VideoMedia/VideoEncoder.h"
+#include "VideoMedia/WorkFolder.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <format>
+#include <ranges>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace orvo::ExportService {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+constexpr double shortestVideo = 0.01; ///< Seconds; what is not longer is not worth a file.
+constexpr double longestRecording = 7 * 24 * 3600; ///< Seconds; a longer one is a damaged document.
+constexpr std::int64_t largestSide = 16'384; ///< Pixels.
+
+[[noreturn]] void failWith(int code, const fs::path& path)
+{
+    throw fs::filesystem_error("export", path, std::error_code(code, std::system_category()));
+}
+
+void append(Arguments& arguments, Arguments more)
+{
+    arguments.insert(arguments.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+/// What every run of ffmpeg here begins with.
+Arguments prefix()
+{
+    return {"-hide_banner", "-y", "-nostdin", "-filter_complex_threads", "1"};
+}
+
+/// One export: what its two runs share.
+class Export {
+public:
+    Export(const VideoProject& project, const ProjectStore& store, fs::path destination, const ExportSettings& settings,
+        const MediaProbe& probe, std::stop_token stop)
+        : m_project(project)
+        , m_store(store)
+        , m_destination(std::move(destination))
+        , m_settings(settings)
+        , m_probe(probe)
+        , m_stop(std::move(stop))
+    {
+    }
+
+    void run(const ProgressCallback& progress)
+    {
+        const auto program = ProcessRunner::ffmpeg();
+        if (!program)
+            throw captureError("Instala FFmpeg desde Ajustes para exportar vídeos.");
+        m_ffmpeg = *program;
+        ProcessRunner::requireUsable(m_ffmpeg);
+
+        const WorkFolder work(m_store.directory(m_project.id), "render");
+        checkProject();
+        collectInputs();
+        collectImages();
+        checkDestination();
+        mixAudio(work);
+        renderPicture(work, progress);
+        writeFileAtomically(fs::path(m_destination).replace_extension("srt"),
+            Timeline::subtitles(m_project, Timeline::SubtitleFormat::subRip));
+    }
+
+private:
+    void checkProject() const
+    {
+        const double playable = m_project.playableDuration();
+        if (std::ranges::none_of(m_project.tracks, RenderGraph::isVisibleVideo) || !(playable > shortestVideo))
+            throw captureError("El proyecto no contiene vídeo visible.");
+        if (m_project.duration > longestRecording)
+            throw captureError("La duración del proyecto no es válida.");
+        if (m_project.width > largestSide || m_project.height > largestSide)
+            throw captureError("El tamaño del proyecto no es válido.");
+    }
+
+    void collectInputs()
+    {
+        std::vector<MediaTrack> tracks = m_project.tracks.items();
+        std::ranges::stable_sort(tracks, {}, &MediaTrack::start);
+        for (auto& track : tracks) {
+            fs::path file = m_store.mediaURL(m_project, track.file);
+            if (fs::exists(file))
+                m_inputs.push_back({.track = std::move(track), .file = std::move(file)});
+        }
+        if (m_inputs.size() < tracks.size())
+            throw captureError("Falta un archivo original. Recupera el proyecto antes de exportar.");
+        for (auto& input : m_inputs) {
+            const auto facts = m_probe.facts(input.file, m_stop);
+            const auto kind = input.track.kind;
+            const bool shown =
+                RenderGraph::isVisibleVideo(input.track) || (kind == TrackKind::camera && m_project.edit.cameraVisible);
+            if (shown && !facts.video)
+                throw captureError(std::format("«{}» no contiene vídeo.", input.track.file));
+            input.hasAudio = facts.audioStreams > 0;
+        }
+    }
+
+    void collectImages()
+    {
+        for (const auto& overlay : m_project.edit.overlays) {
+            if (overlay.kind != Overlay::Kind::image)
+                continue;
+            fs::path file = m_store.mediaURL(m_project, overlay.content);
+            if (!fs::exists(file))
+                throw captureError("Falta una imagen del proyecto.");
+            m_images.push_back(std::move(file));
+        }
+    }
+
+    /// Nothing is rendered for a destination that cannot be written, or that would replace what the project is made of.
+    void checkDestination() const
+    {
+        std::string extension = m_destination.extension().string();
+        std::ranges::transform(extension, extension.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
+        if (extension != ".mp4")
+            throw captureError("El archivo de destino debe terminar en «.mp4».");
+        if (fs::is_directory(m_destination))
+            failWith(EISDIR, m_destination);
+        const fs::path folder = m_destination.parent_path();
+        if (!fs::is_directory(folder))
+            failWith(ENOENT, folder);
+        const fs::path target = fs::exists(m_destination) ? m_destination : folder;
+        if (::access(target.c_str(), W_OK) != 0)
+            failWith(errno, target);
+        const auto isDestination = [&](const fs::path& file) {
+            std::error_code ignored;
+            return fs::equivalent(file, m_destination, ignored);
+        };
+        if (std::ranges::any_of(m_inputs, isDestination, &RenderGraph::Input::file)
+            || std::ranges::any_of(m_images, isDestination))
+            throw captureError("El destino es un archivo original del proyecto. Elige otro nombre.");
+    }
+
+    Arguments inputArguments() const
+    {
+        Arguments arguments;
+        for (const auto& input : m_inputs)
+            append(arguments, {"-i", input.file.string()});
+        return arguments;
+    }
+
+    void mixAudio(const WorkFolder& work) const
+    {
+        writeFileAtomically(work / "audio.txt", RenderGraph::audioMix(m_project, m_inputs));
+        Arguments arguments = prefix();
+        append(arguments, inputArguments());
+        append(arguments,
+            {"-/filter_complex", (work / "audio.txt").string(), "-map", "[mix]", "-vn", "-ar", "48000", "-c:a", "pcm_s16le",
+                "-t", numberText(m_project.duration), (work / "mixed.wav").string()});
+        ProcessRunner::run(m_ffmpeg, arguments, {}, 0, m_stop);
+    }
+
+    void renderPicture(const WorkFolder& work, const ProgressCallback& progress) const
+    {
+        const auto encoder = VideoEncoder::find(m_ffmpeg, m_stop);
+        const auto size = RenderGraph::outputSize(m_project, m_settings.height);
+        writeFileAtomically(work / "annotations.ass", annotations(m_project, size.width, size.height));
+        writeFileAtomically(work / "filters.txt",
+            RenderGraph::picture(m_project, m_inputs,
+                {.size = size, .fps = m_settings.fps, .annotations = work / "annotations.ass", .upload = encoder.upload}));
+
+        const double playable = m_project.playableDuration();
+        Arguments arguments = prefix();
+        append(arguments, encoder.device);
+        append(arguments, inputArguments());
+        append(arguments, {"-i", (work / "mixed.wav").string()});
+        for (const auto& image : m_images) {
+            append(arguments, {"-loop", "1", "-t", numberText(m_project.duration)});
+            // A percent sign would make the name a pattern for a series of pictures.
+            if (image.native().contains('%'))
+                append(arguments, {"-pattern_type", "none"});
+            append(arguments, {"-i", image.string()});
+        }
+        append(arguments, {"-/filter_complex", (work / "filters.txt").string(), "-map", "[vout]", "-map", "[aout]"});
+        append(arguments, encoder.arguments(RenderGraph::videoBitRate(m_settings.quality, size, m_settings.fps)));
+        append(arguments,
+            {"-c:a", "aac", "-ar", "48000", "-b:a", "128k", "-movflags", "+faststart", "-t", numberText(playable),
+                "-progress", "pipe:1", m_destination.string()});
+        try {
+            ProcessRunner::run(m_ffmpeg, arguments, progress, playable, m_stop);
+        } catch (const Cancelled&) {
+            std::error_code ignored;
+            fs::remove(m_destination, ignored);
+            throw;
+        }
+    }
+
+    const VideoProject& m_project;
+    const ProjectStore& m_store;
+    fs::path m_destination;
+    const ExportSettings& m_settings;
+    const MediaProbe& m_probe;
+    std::stop_token m_stop;
+    fs::path m_ffmpeg;
+    std::vector<RenderGraph::Input> m_inputs;
+    std::vector<fs::path> m_images;
+};
+
+} // namespace
+
+void exportVideo(const VideoProject& project, const ProjectStore& store, const fs::path& destination,
+    const ExportSettings& settings, const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop)
+{
+    Export(project, store, fs::absolute(destination), settings, probe, stop).run(progress);
+}
+
+} // namespace orvo::ExportService

@@ -1,0 +1,336 @@
+#include "VideoMedia/ProcessRunner.h"
+
+#include "VideoCore/Error.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <condition_variable>
+#include <csignal>
+#include <fcntl.h>
+#include <format>
+#include <mutex>
+#include <spawn.h>
+#include <string_view>
+#include <sys/wait.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+extern char** environ; // NOLINT(readability-redundant-declaration): POSIX leaves it to the program.
+
+namespace orvo::ProcessRunner {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::size_t outputLimit = 2'000'000;
+constexpr std::size_t outputKept = 1'000'000;
+constexpr std::size_t chunkSize = 16'384;
+constexpr std::size_t failureTail = 1'800;
+constexpr auto gracePeriod = std::chrono::seconds(2);
+
+[[noreturn]] void fail(int code, const std::string& what)
+{
+    throw std::system_error(code, std::system_category(), what);
+}
+
+/// Length of the UTF-8 sequence at the start of `text`, or 0 when it is not valid.
+std::size_t sequenceLength(std::string_view text)
+{
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const unsigned char first = byte(0);
+    if (first < 0x80)
+        return 1;
+    const std::size_t length = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
+    if (length == 0 || text.size() < length)
+        return 0;
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xC0) != 0x80)
+            return 0;
+    }
+    const bool overlong = (first == 0xE0 && byte(1) < 0xA0) || (first == 0xF0 && byte(1) < 0x90);
+    const bool outside = (first == 0xED && byte(1) >= 0xA0) || (first == 0xF4 && byte(1) >= 0x90);
+    return overlong || outside ? 0 : length;
+}
+
+bool isUtf8(std::string_view text)
+{
+    while (!text.empty()) {
+        const std::size_t length = sequenceLength(text);
+        if (length == 0)
+            return false;
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+/// The last `count` characters of valid UTF-8.
+std::string_view lastCharacters(std::string_view text, std::size_t count)
+{
+    std::size_t start = text.size();
+    while (start > 0 && count > 0) {
+        --start;
+        if ((static_cast<unsigned char>(text[start]) & 0xC0) != 0x80)
+            --count;
+    }
+    return text.substr(start);
+}
+
+/// Reports the progress that one chunk of output tells.
+void reportProgress(std::string_view chunk, double duration, const ProgressCallback& onProgress)
+{
+    constexpr std::string_view key = "out_time_us=";
+    if (!isUtf8(chunk))
+        return;
+    while (!chunk.empty()) {
+        const std::size_t lineEnd = std::min(chunk.find('\n'), chunk.size());
+        const std::string_view line = chunk.substr(0, lineEnd);
+        chunk.remove_prefix(std::min(lineEnd + 1, chunk.size()));
+        if (!line.starts_with(key))
+            continue;
+        const std::string_view number = line.substr(key.size());
+        double microseconds = 0;
+        const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), microseconds);
+        if (error == std::errc() && end == number.data() + number.size())
+            onProgress(std::min(microseconds / 1'000'000 / duration, 1.0));
+    }
+}
+
+/// Both ends of a pipe, closed when they are no longer used.
+class Pipe {
+public:
+    Pipe()
+    {
+        if (::pipe2(m_ends.data(), O_CLOEXEC) != 0)
+            fail(errno, "pipe");
+    }
+    ~Pipe()
+    {
+        closeEnd(0);
+        closeEnd(1);
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    int reading() const { return m_ends[0]; }
+    int writing() const { return m_ends[1]; }
+    void closeWriting() { closeEnd(1); }
+
+private:
+    void closeEnd(std::size_t end)
+    {
+        if (m_ends[end] >= 0)
+            ::close(std::exchange(m_ends[end], -1));
+    }
+
+    std::array<int, 2> m_ends{-1, -1};
+};
+
+pid_t spawn(const fs::path& executable, const std::vector<std::string>& arguments, const Pipe& output)
+{
+    std::vector<std::string> words{executable.string()};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
+    for (auto& word : words)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+
+    posix_spawn_file_actions_t actions;
+    posix_spawnattr_t attributes;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawnattr_init(&attributes);
+    posix_spawn_file_actions_adddup2(&actions, output.writing(), STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, output.writing(), STDERR_FILENO);
+    // The child gets ordinary signal handling, whatever this thread blocks and this program ignores.
+    sigset_t none;
+    sigset_t defaults;
+    sigemptyset(&none);
+    sigemptyset(&defaults);
+    for (const int signal : {SIGINT, SIGTERM, SIGPIPE, SIGQUIT, SIGHUP})
+        sigaddset(&defaults, signal);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+
+    pid_t child = 0;
+    const int error = posix_spawn(&child, executable.c_str(), &actions, &attributes, pointers.data(), environ);
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    if (error != 0)
+        fail(error, executable.string());
+    return child;
+}
+
+/// Ends a child when it is asked to stop: first by request, after a while by force.
+class StopWatch {
+public:
+    StopWatch(pid_t child, const std::stop_token& stop)
+        : m_child(child)
+        , m_callback(stop, [this] { requested(); })
+    {
+    }
+    ~StopWatch() { waited(); }
+    StopWatch(const StopWatch&) = delete;
+    StopWatch& operator=(const StopWatch&) = delete;
+
+    /// To be called before the child is waited for: its number may be another process's afterwards.
+    void waited()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_gone = true;
+        }
+        m_changed.notify_all();
+        if (m_killer.joinable())
+            m_killer.join();
+    }
+
+private:
+    void requested()
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_gone)
+            return;
+        ::kill(m_child, SIGTERM);
+        m_killer = std::thread([this] {
+            std::unique_lock waiting(m_mutex);
+            if (!m_changed.wait_for(waiting, gracePeriod, [this] { return m_gone; }))
+                ::kill(m_child, SIGKILL);
+        });
+    }
+
+    pid_t m_child;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_gone = false;
+    std::thread m_killer;
+    std::stop_callback<std::function<void()>> m_callback;
+};
+
+/// Reads everything a child writes, keeping the end of it.
+std::string collect(int descriptor, const ProgressCallback& onProgress, double duration)
+{
+    std::string output;
+    std::array<char, chunkSize> chunk{};
+    for (;;) {
+        const ssize_t got = ::read(descriptor, chunk.data(), chunk.size());
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            return output;
+        const std::string_view text(chunk.data(), static_cast<std::size_t>(got));
+        output += text;
+        if (output.size() > outputLimit)
+            output.erase(0, output.size() - outputKept);
+        if (onProgress && duration > 0)
+            reportProgress(text, duration, onProgress);
+    }
+}
+
+/// Waits until the child has ended but leaves it to be reaped, so that its number stays its own.
+void waitForEnd(pid_t child)
+{
+    siginfo_t info{};
+    while (::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) { }
+}
+
+int reap(pid_t child)
+{
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) { }
+    return status;
+}
+
+} // namespace
+
+fs::path bundlePath()
+{
+    std::error_code error;
+    const fs::path executable = fs::read_symlink("/proc/self/exe", error);
+    for (fs::path folder = executable.parent_path(); folder.has_relative_path(); folder = folder.parent_path()) {
+        if (folder.extension() == ".app")
+            return folder;
+    }
+    return executable.parent_path().parent_path() / "OrvoVideo.app";
+}
+
+std::optional<fs::path> ffmpeg()
+{
+    const std::array candidates{
+        bundlePath() / "Contents/Helpers/ffmpeg",
+        fs::path("/opt/homebrew/opt/ffmpeg-full/bin/ffmpeg"),
+        fs::path("/opt/homebrew/bin/ffmpeg"),
+        fs::path("/usr/local/bin/ffmpeg"),
+    };
+    const auto executable = [](const fs::path& file) {
+        return fs::is_regular_file(fs::status(file)) && ::access(file.c_str(), X_OK) == 0;
+    };
+    const auto found = std::ranges::find_if(candidates, executable);
+    return found == candidates.end() ? std::nullopt : std::optional(*found);
+}
+
+void requireUsable(const fs::path& ffmpeg)
+{
+    // libavfilter's version tells the release also where the program's own version is a build's name: 10 came with FFmpeg 7.
+    constexpr int oldestFilterLibrary = 10;
+    constexpr std::string_view library = "libavfilter";
+
+    const std::string about = run(ffmpeg, {"-version"});
+    const std::size_t line = about.find(library);
+    if (line == std::string::npos)
+        throw captureError(std::format("«{}» no es FFmpeg. Instala FFmpeg 7 o posterior.", ffmpeg.string()));
+    const std::size_t digits = about.find_first_not_of(' ', line + library.size());
+    int version = 0;
+    if (digits != std::string::npos)
+        std::from_chars(about.data() + digits, about.data() + about.size(), version);
+    if (version < oldestFilterLibrary)
+        throw captureError("La versión de FFmpeg instalada es demasiado antigua. Instala FFmpeg 7 o posterior.");
+}
+
+std::string run(const fs::path& executable, const std::vector<std::string>& arguments, const ProgressCallback& onProgress,
+    double duration, const std::stop_token& stop)
+{
+    if (stop.stop_requested())
+        throw Cancelled();
+    Pipe pipe;
+    const pid_t child = spawn(executable, arguments, pipe);
+    pipe.closeWriting();
+
+    std::string output;
+    int status = 0;
+    {
+        // A callback that throws must not leave the child behind.
+        struct Reaper {
+            pid_t child;
+            int* status;
+            bool finished = false;
+            ~Reaper()
+            {
+                if (!finished)
+                    ::kill(child, SIGKILL);
+                *status = reap(child);
+            }
+        };
+        Reaper reaper{.child = child, .status = &status};
+        StopWatch watch(child, stop);
+        output = collect(pipe.reading(), onProgress, duration);
+        waitForEnd(child);
+        reaper.finished = true;
+        watch.waited();
+    }
+    if (stop.stop_requested())
+        throw Cancelled();
+    if (!isUtf8(output))
+        output.clear();
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 0)
+        return output;
+    throw captureError(std::format("El proceso de vídeo falló: {}", lastCharacters(output, failureTail)));
+}
+
+} // namespace orvo::ProcessRunner

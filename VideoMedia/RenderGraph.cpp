@@ -1,0 +1,289 @@
+#include "VideoMedia/RenderGraph.h"
+
+#include "VideoCore/Timeline.h"
+#include "VideoMedia/NumberText.h"
+#include "VideoMedia/ZoomExpression.h"
+
+#include <algorithm>
+#include <format>
+#include <utility>
+
+namespace orvo::RenderGraph {
+
+namespace {
+
+constexpr double largestFadeShare = 3; ///< A fade takes at most this part of its stretch.
+
+/// The chains of a graph file.
+class Chains {
+public:
+    void add(std::string chain) { m_chains.push_back(std::move(chain)); }
+
+    std::string text() const
+    {
+        std::string result;
+        for (const auto& chain : m_chains) {
+            if (!result.empty())
+                result += ";\n";
+            result += chain;
+        }
+        return result;
+    }
+
+private:
+    std::vector<std::string> m_chains;
+};
+
+std::string label(std::string_view name, std::size_t number)
+{
+    return std::format("[{}{}]", name, number);
+}
+
+std::string labels(std::string_view name, std::size_t count)
+{
+    std::string result;
+    for (std::size_t i = 0; i < count; ++i)
+        result += label(name, i);
+    return result;
+}
+
+/// ",fade=…" in and out over `fade` seconds at the ends of a stretch of `length` seconds; nothing for a fade of 0.
+std::string fades(std::string_view filter, double fade, double length)
+{
+    if (!(fade > 0))
+        return {};
+    const std::string amount = numberText(fade);
+    return std::format(",{0}=t=in:d={1},{0}=t=out:st={2}:d={1}", filter, amount, numberText(length - fade));
+}
+
+bool isMixed(const Input& input)
+{
+    return input.hasAudio && input.track.volume > 0 && input.track.kind != TrackKind::camera;
+}
+
+/// Builds the picture graph chain by chain; `current()` is the label of the picture so far.
+class PictureGraph {
+public:
+    PictureGraph(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings)
+        : m_project(project)
+        , m_inputs(inputs)
+        , m_settings(settings)
+        , m_width(static_cast<double>(settings.size.width))
+        , m_height(static_cast<double>(settings.size.height))
+    {
+    }
+
+    std::string text()
+    {
+        addClips();
+        m_chains.add(std::format("[{}:a]anull[mix]", m_inputs.size()));
+        step(std::format("ass=filename='{}'", escapedPath(m_settings.annotations.string())), "annotated");
+        addImages();
+        addZooms();
+        addCamera();
+        if (m_project.edit.sharpen)
+            step("unsharp=5:5:0.35:3:3:0", "sharp");
+        addKeptSpans();
+        return m_chains.text();
+    }
+
+private:
+    std::string current() const { return "[" + m_current + "]"; }
+
+    /// Adds a chain from the picture so far to a new label.
+    void step(std::string_view filters, std::string name)
+    {
+        m_chains.add(std::format("{}{}[{}]", current(), filters, name));
+        m_current = std::move(name);
+    }
+
+    void addClips()
+    {
+        const auto count = static_cast<std::size_t>(
+            std::ranges::count_if(m_inputs, [](const Input& input) { return isVisibleVideo(input.track); }));
+        const std::string width = numberText(m_settings.size.width);
+        const std::string height = numberText(m_settings.size.height);
+        std::size_t n = 0;
+        for (std::size_t i = 0; i < m_inputs.size(); ++i) {
+            const auto& track = m_inputs[i].track;
+            if (!isVisibleVideo(track))
+                continue;
+            const double length = track.duration > 0 ? track.duration : m_project.duration;
+            const double fade = count > 1 ? std::min(std::max(m_project.edit.fade, 0.0), length / largestFadeShare) : 0;
+            m_chains.add(std::format("[{}:v]scale={}:{}:force_original_aspect_ratio=decrease,"
+                                     "pad={}:{}:(ow-iw)/2:(oh-ih)/2:color=black,setsar=1,fps={},setpts=PTS-STARTPTS,"
+                                     "tpad=stop_mode=clone:stop_duration={},trim=duration={}{}{}",
+                i, width, height, width, height, m_settings.fps, numberText(std::max(m_project.duration, 0.0)),
+                numberText(length), fades("fade", fade, length), label("source", n)));
+            ++n;
+        }
+        m_current = "base";
+        m_chains.add(std::format("{}concat=n={}:v=1:a=0{}", labels("source", count), count, current()));
+    }
+
+    void addImages()
+    {
+        std::size_t n = 0;
+        for (const auto& overlay : m_project.edit.overlays) {
+            if (overlay.kind != Overlay::Kind::image)
+                continue;
+            const std::size_t input = m_inputs.size() + 1 + n;
+            m_chains.add(std::format("[{}:v]scale={}:-2{}", input, truncated(overlay.width * m_width), label("image", n)));
+            m_chains.add(std::format("{}{}overlay=x={}:y={}:enable='between(t,{},{})':shortest=0{}", current(),
+                label("image", n), numberText(overlay.x * m_width), numberText(overlay.y * m_height),
+                numberText(overlay.start), numberText(overlay.end), label("over", n)));
+            m_current = std::format("over{}", n);
+            ++n;
+        }
+    }
+
+    void addZooms()
+    {
+        std::vector<PointerEvent> zooms;
+        std::ranges::copy_if(m_project.edit.events, std::back_inserter(zooms),
+            [](const PointerEvent& event) { return event.kind == PointerKind::zoom; });
+        if (zooms.empty())
+            return;
+        std::ranges::stable_sort(zooms, {}, &PointerEvent::time);
+        const auto expression = ZoomExpression::make(zooms, m_project.duration, m_settings.fps);
+        step(
+            std::format("zoompan=z='{}':x='max(0,min(iw-iw/zoom,({})-iw/zoom/2))':y='max(0,min(ih-ih/zoom,({})-ih/zoom/2))':"
+                        "d=1:s={}x{}:fps={}",
+                expression.zoom, expression.x, expression.y, m_settings.size.width, m_settings.size.height, m_settings.fps),
+            "zoomed");
+    }
+
+    void addCamera()
+    {
+        const auto camera =
+            std::ranges::find(m_inputs, TrackKind::camera, [](const Input& input) { return input.track.kind; });
+        const auto& edit = m_project.edit;
+        if (camera == m_inputs.end() || !edit.cameraVisible)
+            return;
+        const std::int64_t width = std::max<std::int64_t>(truncated(edit.cameraWidth * m_width) / 2 * 2, 2);
+        m_chains.add(std::format("[{}:v]setpts=PTS-STARTPTS,scale={}:-2[webcam]", camera - m_inputs.begin(), width));
+        step(std::format("[webcam]overlay=x={}:y={}:eof_action=pass:repeatlast=0", numberText(edit.cameraX * m_width),
+                 numberText(edit.cameraY * m_height)),
+            "withcam");
+    }
+
+    void addKeptSpans()
+    {
+        const auto spans = Timeline::kept(m_project.duration, m_project.edit.cuts);
+        const std::size_t count = spans.size();
+        if (count > 1) {
+            m_chains.add(std::format("{}split={}{}", current(), count, labels("vbranch", count)));
+            m_chains.add(std::format("[mix]asplit={}{}", count, labels("abranch", count)));
+        }
+        const double longestFade = std::max(m_project.edit.fade, 0.0);
+        std::string joined;
+        for (std::size_t n = 0; n < count; ++n) {
+            const double length = spans[n].end - spans[n].start;
+            const double fade = length < 0 ? longestFade : std::min(length / largestFadeShare, longestFade);
+            const double shown = std::max(length, 0.0);
+            const std::string start = numberText(spans[n].start);
+            const std::string end = numberText(spans[n].end);
+            m_chains.add(std::format("{}trim=start={}:end={},setpts=PTS-STARTPTS{}{}",
+                count > 1 ? label("vbranch", n) : current(), start, end, fades("fade", fade, shown), label("v", n)));
+            m_chains.add(std::format("{}atrim=start={}:end={},asetpts=PTS-STARTPTS{}{}",
+                count > 1 ? label("abranch", n) : "[mix]", start, end, fades("afade", fade, shown), label("a", n)));
+            joined += label("v", n) + label("a", n);
+        }
+        const std::string_view picture = m_settings.upload.empty() ? "[vout]" : "[vjoined]";
+        m_chains.add(std::format("{}concat=n={}:v=1:a=1{}[aout]", joined, count, picture));
+        if (!m_settings.upload.empty())
+            m_chains.add(std::format("{}{}[vout]", picture, m_settings.upload));
+    }
+
+    const VideoProject& m_project;
+    std::span<const Input> m_inputs;
+    const PictureSettings& m_settings;
+    double m_width;
+    double m_height;
+    Chains m_chains;
+    std::string m_current;
+};
+
+} // namespace
+
+FrameSize outputSize(const VideoProject& project, std::int64_t height)
+{
+    const double scale =
+        std::min(static_cast<double>(height) / static_cast<double>(std::max<std::int64_t>(project.height, 2)), 1.0);
+    const auto side = [&](std::int64_t pixels) {
+        return std::max<std::int64_t>(truncated(static_cast<double>(pixels) * scale) / 2 * 2, 2);
+    };
+    return {.width = side(project.width), .height = side(project.height)};
+}
+
+std::int64_t videoBitRate(std::string_view quality, FrameSize size, std::int64_t fps)
+{
+    const double factor = quality == "small" ? 0.065 : quality == "high" ? 0.18 : 0.11;
+    const double pixels = static_cast<double>(size.width) * static_cast<double>(size.height) * static_cast<double>(fps);
+    return std::max<std::int64_t>(truncated(factor * pixels), 400'000);
+}
+
+bool isVisibleVideo(const MediaTrack& track)
+{
+    return track.kind == TrackKind::screen || track.kind == TrackKind::clip;
+}
+
+std::string audioMix(const VideoProject& project, std::span<const Input> inputs)
+{
+    const auto& edit = project.edit;
+    const std::string duration = numberText(project.duration);
+    Chains chains;
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+        if (!isMixed(inputs[i]))
+            continue;
+        const auto& track = inputs[i].track;
+        std::string clean;
+        if (track.kind == TrackKind::microphone && edit.noiseReduction)
+            clean += ",highpass=f=70,afftdn=nf=-30:nr=8";
+        if (track.kind == TrackKind::microphone && edit.normalizeVoice)
+            clean += ",loudnorm=I=-16:TP=-1.5:LRA=11";
+        chains.add(std::format("[{}:a]aresample=48000:async=1:first_pts=0,aformat=sample_fmts=fltp:channel_layouts=stereo,"
+                               "asetpts=PTS-STARTPTS,volume={}{},adelay={}:all=1{}",
+            i, numberText(track.volume), clean, truncated(std::max(track.start, 0.0) * 1000), label("voice", count)));
+        ++count;
+    }
+    if (count > 0) {
+        chains.add(std::format(
+            "{}amix=inputs={}:duration=longest:normalize=0,alimiter=limit=0.98:level=0,apad,atrim=duration={}[mix]",
+            labels("voice", count), count, duration));
+    } else {
+        chains.add(std::format("anullsrc=r=48000:cl=stereo,atrim=duration={}[mix]", duration));
+    }
+    return chains.text();
+}
+
+std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings)
+{
+    return PictureGraph(project, inputs, settings).text();
+}
+
+std::string escapedPath(std::string_view path)
+{
+    std::string result;
+    for (const char c : path) {
+        switch (c) {
+        case '\\':
+            result += "\\\\";
+            break;
+        case '\'':
+            // The text is unquoted twice, as part of the graph and as an option's value: the value keeps a backslash before
+            // the apostrophe, and the quotation is interrupted for the apostrophe itself.
+            result += "\\'\\''";
+            break;
+        case ':':
+            result += "\\:";
+            break;
+        default:
+            result += c;
+        }
+    }
+    return result;
+}
+
+} // namespace orvo::RenderGraph

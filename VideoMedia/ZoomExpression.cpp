@@ -1,0 +1,103 @@
+#include "VideoMedia/ZoomExpression.h"
+
+#include "VideoMedia/NumberText.h"
+
+#include <algorithm>
+#include <format>
+#include <vector>
+
+namespace orvo {
+
+namespace {
+
+/// ffmpeg's expressions may be nested a hundred deep. Each zoom point nests the ones before it by one more.
+constexpr std::size_t deepestChain = 48;
+
+struct Zoom {
+    double start;
+    double end;
+    double gain; ///< Magnification − 1.
+    double x;
+    double y;
+};
+
+/// The expressions of zoom points nested in one another, the last one outermost.
+ZoomExpression chain(std::span<const Zoom> zooms, const std::string& rate)
+{
+    ZoomExpression result{.zoom = "1", .x = "iw/2", .y = "ih/2"};
+    for (const auto& zoom : zooms) {
+        const std::string start = numberText(zoom.start);
+        const std::string end = numberText(zoom.end);
+        const std::string within = std::format("between(on/{},{},{})", rate, start, end);
+        const std::string ramp =
+            std::format("min(1,max(0,(on/{0}-{1})/0.25))*min(1,max(0,({2}-on/{0})/0.25))", rate, start, end);
+        result.zoom = std::format("if({},1+{}*{},{})", within, numberText(zoom.gain), ramp, result.zoom);
+        result.x = std::format("if({},iw*{},{})", within, numberText(zoom.x), result.x);
+        result.y = std::format("if({},ih*{},{})", within, numberText(zoom.y), result.y);
+    }
+    return result;
+}
+
+/// What holds from `start` on, until the next one's start.
+struct Stretch {
+    double start;
+    ZoomExpression expression;
+};
+
+/// Cuts a long list into stretches of time, each with a chain of the zoom points that can hold in it.
+std::vector<Stretch> stretches(std::span<const Zoom> zooms, const std::string& rate)
+{
+    std::vector<Stretch> result;
+    std::vector<Zoom> open; // Zoom points of earlier stretches that reach into the present one.
+    for (std::size_t first = 0; first < zooms.size(); first += deepestChain / 2) {
+        const auto fresh = zooms.subspan(first, std::min(deepestChain / 2, zooms.size() - first));
+        const double start = fresh.front().start;
+        // One that ends no later than a younger one that has begun too never holds again.
+        std::vector<Zoom> reaching;
+        for (auto zoom = open.rbegin(); zoom != open.rend(); ++zoom) {
+            if (zoom->end >= start && (reaching.empty() || zoom->end > reaching.back().end))
+                reaching.push_back(*zoom);
+        }
+        std::ranges::reverse(reaching);
+        if (reaching.size() > deepestChain / 2)
+            reaching.erase(reaching.begin(), reaching.end() - static_cast<std::ptrdiff_t>(deepestChain / 2));
+        open = reaching;
+        open.insert(open.end(), fresh.begin(), fresh.end());
+        result.push_back({.start = start, .expression = chain(open, rate)});
+    }
+    return result;
+}
+
+/// Chooses among stretches by the time, halving them at each step.
+std::string choose(std::span<const Stretch> parts, std::string ZoomExpression::* field, const std::string& rate)
+{
+    if (parts.size() == 1)
+        return parts.front().expression.*field;
+    const auto middle = parts.size() / 2;
+    return std::format("if(lt(on/{},{}),{},{})", rate, numberText(parts[middle].start),
+        choose(parts.first(middle), field, rate), choose(parts.subspan(middle), field, rate));
+}
+
+} // namespace
+
+ZoomExpression ZoomExpression::make(std::span<const PointerEvent> events, double duration, std::int64_t fps)
+{
+    const std::string rate = numberText(fps);
+    std::vector<Zoom> zooms;
+    zooms.reserve(events.size());
+    for (const auto& event : events) {
+        zooms.push_back({.start = event.time,
+            .end = std::min(event.time + event.duration, duration),
+            .gain = std::min(std::max(event.scale, 1.0), 4.0) - 1,
+            .x = event.x,
+            .y = event.y});
+    }
+    if (zooms.size() <= deepestChain)
+        return chain(zooms, rate);
+    const auto parts = stretches(zooms, rate);
+    return {.zoom = choose(parts, &ZoomExpression::zoom, rate),
+        .x = choose(parts, &ZoomExpression::x, rate),
+        .y = choose(parts, &ZoomExpression::y, rate)};
+}
+
+} // namespace orvo

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "VideoCore/VideoProject.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace orvo {
+
+/// The zoom points of a project as ffmpeg expressions of the output frame number "on".
+struct ZoomExpression {
+    std::string zoom; ///< Magnification, 1 outside every zoom point.
+    std::string x; ///< Centre of the visible area, in input pixels.
+    std::string y;
+
+    /// `zooms` in ascending time order; where two overlap, the later one holds. `duration` of the recording in seconds.
+    ///
+    /// Each zoom point rises to its magnification and falls back within a quarter of a second at its ends.
+    static ZoomExpression make(std::span<const PointerEvent> zooms, double duration, std::int64_t fps);
+};
+
+} // namespace orvo
