@@ -1,0 +1,16 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <source_location>
+#include <string_view>
+
+namespace orvo::test {
+
+/// Compares a text with the file `name` in the folder "golden" beside the calling test.
+///
+/// With ORVO_UPDATE_GOLDEN=1 in the environment the file is written instead and the answer is success; what changed is then
+/// reviewed as any other change. Use: `EXPECT_TRUE(matchesGolden("two-words.srt", text))`.
+testing::AssertionResult matchesGolden(
+    std::string_view name, std::string_view text, std::source_location caller = std::source_location::current());
+
+} // namespace orvo::test

@@ -1,0 +1,32 @@
+#include "TestSupport/TemporaryFolder.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+#include <system_error>
+
+namespace orvo::test {
+
+namespace fs = std::filesystem;
+
+TemporaryFolder::TemporaryFolder()
+{
+    std::string form = (fs::canonical(fs::temp_directory_path()) / "orvo-test-XXXXXX").string();
+    if (!mkdtemp(form.data()))
+        throw std::system_error(errno, std::system_category(), form);
+    m_path = form;
+}
+
+TemporaryFolder::~TemporaryFolder()
+{
+    // Tests take permissions away; without them nothing inside could be removed.
+    std::error_code ignored;
+    fs::permissions(m_path, fs::perms::owner_all, fs::perm_options::add, ignored);
+    for (fs::recursive_directory_iterator entry(m_path, ignored), end; !ignored && entry != end; entry.increment(ignored)) {
+        if (std::error_code unknown; entry->symlink_status(unknown).type() == fs::file_type::directory)
+            fs::permissions(entry->path(), fs::perms::owner_all, fs::perm_options::add, unknown);
+    }
+    fs::remove_all(m_path, ignored);
+}
+
+} // namespace orvo::test

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <filesystem>
+
+namespace orvo::test {
+
+/// A new empty folder that is removed with everything in it when this object goes.
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    /// Absolute and free of links.
+    const std::filesystem::path& path() const noexcept { return m_path; }
+
+    friend std::filesystem::path operator/(const TemporaryFolder& folder, const std::filesystem::path& name)
+    {
+        return folder.m_path / name;
+    }
+
+private:
+    std::filesystem::path m_path;
+};
+
+} // namespace orvo::test
