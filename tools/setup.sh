@@ -67,7 +67,8 @@ if ((EUID != 0)); then
 fi
 
 release=()
-if [[ ${VERSION_CODENAME:-} == bookworm ]]; then
+# What was installed may have brought Debian 13's own /etc/os-release along: the added source entry tells as well.
+if [[ ${VERSION_CODENAME:-} == bookworm || -e $sources ]]; then
   release=(-t trixie)
   if [[ ! -e $sources ]]; then
     entry=$(trixie_entry bookworm) || fail "no Debian source entry found for $VERSION_CODENAME"
