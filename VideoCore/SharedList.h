@@ -4,7 +4,6 @@
 #include <compare>
 #include <cstddef>
 #include <initializer_list>
-#include <span>
 #include <utility>
 #include <vector>
 
@@ -58,7 +57,6 @@ public:
     const T& operator[](std::size_t index) const { return items()[index]; }
     const T& front() const { return items().front(); }
     const T& back() const { return items().back(); }
-    operator std::span<const T>() const noexcept { return items(); } // NOLINT(google-explicit-constructor): it is a view
 
     /// The items of this copy alone, to be changed in place. The reference holds until this list is copied or assigned.
     std::vector<T>& edit()

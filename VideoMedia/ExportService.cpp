@@ -6,6 +6,7 @@
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/RenderGraph.h"
 #include "VideoMedia/VideoEncoder.h"
+#include "VideoMedia/WaveFile.h"
 #include "VideoMedia/WorkFolder.h"
 
 #include <algorithm>
@@ -28,6 +29,10 @@ using Arguments = std::vector<std::string>;
 constexpr double shortestVideo = 0.01; ///< Seconds; what is not longer is not worth a file.
 constexpr double longestRecording = 7 * 24 * 3600; ///< Seconds; a longer one is a damaged document.
 constexpr std::int64_t largestSide = 16'384; ///< Pixels.
+constexpr double mixRate = 48'000; ///< Samples per second of the mixed sound.
+// Two filters of the mix answer late by their window, and ffmpeg does not make up for it. Measured with clicks, in seconds.
+constexpr double noiseReductionDelay = 0.025; ///< afftdn at 48 kHz.
+constexpr double limiterDelay = 0.005; ///< alimiter with its default attack.
 
 [[noreturn]] void failWith(int code, const fs::path& path)
 {
@@ -148,11 +153,26 @@ private:
             throw captureError("El destino es un archivo original del proyecto. Elige otro nombre.");
     }
 
-    Arguments inputArguments() const
+    /// How much later the mix is than the recording, in seconds.
+    double mixDelay() const { return limiterDelay + (reducesNoise() ? noiseReductionDelay : 0); }
+
+    bool reducesNoise() const { return m_project.edit.noiseReduction && std::ranges::any_of(m_inputs, isMicrophone); }
+
+    static bool isMicrophone(const RenderGraph::Input& input)
     {
+        return input.hasAudio && input.track.kind == TrackKind::microphone;
+    }
+
+    /// The inputs of the mix: all as late as the microphone comes out of the noise reduction.
+    Arguments soundInputArguments() const
+    {
+        const bool late = reducesNoise();
         Arguments arguments;
-        for (const auto& input : m_inputs)
+        for (const auto& input : m_inputs) {
+            if (late && !isMicrophone(input))
+                append(arguments, {"-itsoffset", numberText(noiseReductionDelay)});
             append(arguments, {"-i", input.file.string()});
+        }
         return arguments;
     }
 
@@ -160,11 +180,13 @@ private:
     {
         writeFileAtomically(work / "audio.txt", RenderGraph::audioMix(m_project, m_inputs));
         Arguments arguments = prefix();
-        append(arguments, inputArguments());
+        append(arguments, soundInputArguments());
         append(arguments,
             {"-/filter_complex", (work / "audio.txt").string(), "-map", "[mix]", "-vn", "-ar", "48000", "-c:a", "pcm_s16le",
                 "-t", numberText(m_project.duration), (work / "mixed.wav").string()});
         ProcessRunner::run(m_ffmpeg, arguments, {}, 0, m_stop);
+        // The normaliser can come up to a tenth of a second short of the end.
+        extendWithSilence(work / "mixed.wav", truncated((m_project.duration + mixDelay()) * mixRate));
     }
 
     void renderPicture(const WorkFolder& work, const ProgressCallback& progress) const
@@ -179,8 +201,9 @@ private:
         const double playable = m_project.playableDuration();
         Arguments arguments = prefix();
         append(arguments, encoder.device);
-        append(arguments, inputArguments());
-        append(arguments, {"-i", (work / "mixed.wav").string()});
+        for (const auto& input : m_inputs)
+            append(arguments, {"-i", input.file.string()});
+        append(arguments, {"-ss", numberText(mixDelay()), "-i", (work / "mixed.wav").string()});
         for (const auto& image : m_images) {
             append(arguments, {"-loop", "1", "-t", numberText(m_project.duration)});
             // A percent sign would make the name a pattern for a series of pictures.
@@ -190,6 +213,8 @@ private:
         }
         append(arguments, {"-/filter_complex", (work / "filters.txt").string(), "-map", "[vout]", "-map", "[aout]"});
         append(arguments, encoder.arguments(RenderGraph::videoBitRate(m_settings.quality, size, m_settings.fps)));
+        // A constant rate gives the last frame its length: otherwise the picture ends a frame before the sound.
+        append(arguments, {"-r", std::to_string(m_settings.fps)});
         append(arguments,
             {"-c:a", "aac", "-ar", "48000", "-b:a", "128k", "-movflags", "+faststart", "-t", numberText(playable),
                 "-progress", "pipe:1", m_destination.string()});

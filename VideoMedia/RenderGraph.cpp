@@ -5,7 +5,9 @@
 #include "VideoMedia/ZoomExpression.h"
 
 #include <algorithm>
+#include <cmath>
 #include <format>
+#include <iterator>
 #include <utility>
 
 namespace orvo::RenderGraph {
@@ -54,6 +56,38 @@ std::string fades(std::string_view filter, double fade, double length)
         return {};
     const std::string amount = numberText(fade);
     return std::format(",{0}=t=in:d={1},{0}=t=out:st={2}:d={1}", filter, amount, numberText(length - fade));
+}
+
+/// The kept stretches on the frame grid of the output.
+///
+/// Picture can only be cut between frames. Cutting the sound at the same places keeps the two together; choosing them so
+/// that each joint falls on the output frame nearest to its exact time keeps the whole as long as it should be, however many
+/// cuts there are. A stretch that is already on the grid stays as it is.
+std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t fps)
+{
+    const auto rate = static_cast<double>(fps);
+    const auto frameAt = [&](double time) { return truncated(std::round(time * rate)); };
+    const auto timeOf = [&](std::int64_t frame, double exact) {
+        const double time = static_cast<double>(frame) / rate;
+        return std::abs(time - exact) < 1e-6 ? exact : time;
+    };
+    std::vector<TimeSpan> result;
+    double exactLength = 0;
+    std::int64_t length = 0; // Output frames so far.
+    std::int64_t last = 0; // The source frame at which the previous stretch ends.
+    for (const auto& span : kept) {
+        exactLength += span.duration();
+        const std::int64_t count = frameAt(exactLength) - length;
+        if (count <= 0)
+            continue;
+        const std::int64_t first = std::max(frameAt(span.start), last);
+        last = first + count;
+        length += count;
+        result.push_back({timeOf(first, span.start), timeOf(last, span.end)});
+    }
+    if (result.empty() && !kept.empty())
+        result.push_back({kept.front().start, kept.front().start + 1 / rate});
+    return result;
 }
 
 bool isMixed(const Input& input)
@@ -111,7 +145,7 @@ private:
             const double length = track.duration > 0 ? track.duration : m_project.duration;
             const double fade = count > 1 ? std::min(std::max(m_project.edit.fade, 0.0), length / largestFadeShare) : 0;
             m_chains.add(std::format("[{}:v]scale={}:{}:force_original_aspect_ratio=decrease,"
-                                     "pad={}:{}:(ow-iw)/2:(oh-ih)/2:color=black,setsar=1,fps={},setpts=PTS-STARTPTS,"
+                                     "pad={}:{}:(ow-iw)/2:(oh-ih)/2:color=black,setsar=1,setpts=PTS-STARTPTS,fps={},"
                                      "tpad=stop_mode=clone:stop_duration={},trim=duration={}{}{}",
                 i, width, height, width, height, m_settings.fps, numberText(std::max(m_project.duration, 0.0)),
                 numberText(length), fades("fade", fade, length), label("source", n)));
@@ -169,15 +203,17 @@ private:
 
     void addKeptSpans()
     {
-        const auto spans = Timeline::kept(m_project.duration, m_project.edit.cuts);
+        const auto spans = frameAligned(Timeline::kept(m_project.duration, m_project.edit.cuts), m_settings.fps);
         const std::size_t count = spans.size();
         if (count > 1) {
             m_chains.add(std::format("{}split={}{}", current(), count, labels("vbranch", count)));
             m_chains.add(std::format("[mix]asplit={}{}", count, labels("abranch", count)));
         }
         const double longestFade = std::max(m_project.edit.fade, 0.0);
-        std::string joined;
-        for (std::size_t n = 0; n < count; ++n) {
+        // The last span comes first: ffmpeg runs filters in the order of their text, so the branches that do not want a
+        // frame yet have let go of it when the one that does comes to fade it, and no branch needs copies and a frame store
+        // of its own.
+        for (std::size_t n = count; n-- > 0;) {
             const double length = spans[n].end - spans[n].start;
             const double fade = length < 0 ? longestFade : std::min(length / largestFadeShare, longestFade);
             const double shown = std::max(length, 0.0);
@@ -187,8 +223,10 @@ private:
                 count > 1 ? label("vbranch", n) : current(), start, end, fades("fade", fade, shown), label("v", n)));
             m_chains.add(std::format("{}atrim=start={}:end={},asetpts=PTS-STARTPTS{}{}",
                 count > 1 ? label("abranch", n) : "[mix]", start, end, fades("afade", fade, shown), label("a", n)));
-            joined += label("v", n) + label("a", n);
         }
+        std::string joined;
+        for (std::size_t n = 0; n < count; ++n)
+            joined += label("v", n) + label("a", n);
         const std::string_view picture = m_settings.upload.empty() ? "[vout]" : "[vjoined]";
         m_chains.add(std::format("{}concat=n={}:v=1:a=1{}[aout]", joined, count, picture));
         if (!m_settings.upload.empty())

@@ -1,0 +1,182 @@
+#include "ExportFixture.h"
+#include "TestSupport/SmallDisk.h"
+#include "VideoCore/Error.h"
+#include "VideoCore/FileIO.h"
+
+#include <csignal>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class ExportFailure : public ExportFixture {
+protected:
+    ExportFailure()
+    {
+        makePlain();
+        screen = addTrack(TrackKind::screen, "screen.mov");
+        makeVideo(screen, "testsrc2=size=320x180:rate=30:duration=4");
+    }
+
+    ~ExportFailure() override { EXPECT_THAT(leftovers(), IsEmpty()) << "the work folder is gone"; }
+
+    std::string failure() { return ExportFixture::failure(folder / "out.mp4"); }
+
+    fs::path screen;
+};
+
+TEST_F(ExportFailure, NothingVisible)
+{
+    project.edit.cuts = {{0, 3.995}};
+    EXPECT_EQ(failure(), "El proyecto no contiene vídeo visible.");
+    project.edit.cuts = {};
+    project.tracks.edit()[0].kind = TrackKind::camera;
+    EXPECT_EQ(failure(), "El proyecto no contiene vídeo visible.");
+    project.tracks = {};
+    EXPECT_EQ(failure(), "El proyecto no contiene vídeo visible.");
+}
+
+TEST_F(ExportFailure, MediaMissingOutsideOrNotMedia)
+{
+    project.tracks.edit().push_back(track(TrackKind::microphone, "media/microphone.m4a", 0, 4));
+    EXPECT_EQ(failure(), "Falta un archivo original. Recupera el proyecto antes de exportar.");
+
+    const auto microphone = store.directory(project.id) / "media/microphone.m4a";
+    writeFileAtomically(microphone, "esto es un texto");
+    EXPECT_THAT(failure(), HasSubstr("«microphone.m4a» no se puede leer"));
+    // A play list would have other files read in its place.
+    writeFileAtomically(
+        microphone, "#EXTM3U\n#EXT-X-TARGETDURATION:4\n#EXTINF:4,\n" + screen.string() + "\n#EXT-X-ENDLIST\n");
+    EXPECT_THAT(failure(), HasSubstr("«microphone.m4a» no se puede leer"));
+    writeFileAtomically(microphone, "ffconcat version 1.0\nfile screen.mov\n");
+    EXPECT_THAT(failure(), HasSubstr("«microphone.m4a» no se puede leer"));
+
+    for (const std::string outside : {"../x.mov", "/etc/passwd", "media/link/x.mov"}) {
+        fs::remove(store.directory(project.id) / "media/link");
+        fs::create_directory_symlink(folder.path(), store.directory(project.id) / "media/link");
+        project.tracks.edit()[1].file = outside;
+        EXPECT_THAT(failure(), HasSubstr("no es válido")) << outside;
+    }
+    project.tracks = {track(TrackKind::screen, "media/sound.m4a", 0, 4)};
+    makeSound(store.directory(project.id) / "media/sound.m4a", "sine=duration=4");
+    EXPECT_EQ(failure(), "«media/sound.m4a» no contiene vídeo.");
+}
+
+TEST_F(ExportFailure, ImageMissing)
+{
+    project.edit.overlays = {{.kind = Overlay::Kind::image, .content = "media/no.png"}};
+    EXPECT_EQ(failure(), "Falta una imagen del proyecto.");
+}
+
+TEST_F(ExportFailure, DocumentsThatMakeNoSense)
+{
+    project.duration = 1e12;
+    EXPECT_EQ(failure(), "La duración del proyecto no es válida.");
+    project.duration = 4;
+    project.width = 1'000'000;
+    EXPECT_EQ(failure(), "El tamaño del proyecto no es válido.");
+}
+
+TEST_F(ExportFailure, DestinationsThatCannotBe)
+{
+    const std::string original = readFile(screen);
+    const fs::path link = folder / "link.mp4";
+    fs::create_hard_link(screen, link);
+    fs::create_directories(folder / "folder.mp4");
+    const std::pair<fs::path, std::string> cases[] = {
+        {folder / "out.mov", "El archivo de destino debe terminar en «.mp4»."},
+        {folder / "out", "El archivo de destino debe terminar en «.mp4»."},
+        {link, "El destino es un archivo original del proyecto. Elige otro nombre."},
+        {folder / "folder.mp4", "«" + (folder / "folder.mp4").string() + "»: es una carpeta"},
+        {folder / "no" / "out.mp4", "«" + (folder / "no").string() + "»: no existe"},
+    };
+    for (const auto& [destination, text] : cases)
+        EXPECT_EQ(ExportFixture::failure(destination), text);
+    EXPECT_EQ(readFile(screen), original);
+}
+
+TEST_F(ExportFailure, FullDiskOfTheDestination)
+{
+    const SmallDisk disk(64 << 10);
+    if (!disk)
+        GTEST_SKIP() << "no right to mount";
+    const auto text = ExportFixture::failure(disk.path() / "out.mp4");
+    EXPECT_THAT(text, StartsWith("El proceso de vídeo falló: "));
+    EXPECT_THAT(text, HasSubstr("No space left on device"));
+}
+
+TEST(ExportFullLibrary, LosesNothing)
+{
+    const SmallDisk disk(512 << 10);
+    if (!disk)
+        GTEST_SKIP() << "no right to mount";
+    const TemporaryFolder folder;
+    const ProjectStore store(disk.path() / "library");
+    auto project = emptyProject(20);
+    project.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 20)};
+    store.create(project);
+    const auto screen = store.mediaURL(project, "media/screen.mov");
+    makeVideo(screen, "color=red:size=64x36:rate=10:duration=20");
+    const std::string original = readFile(screen);
+    const FfprobeMediaProbe probeService;
+    EXPECT_THROW(ExportService::exportVideo(project, store, folder / "out.mp4", {}, probeService), Error)
+        << "the mixed sound has no room";
+    EXPECT_EQ(store.load(project.id), project);
+    EXPECT_EQ(readFile(screen), original);
+    for (const auto& entry : fs::directory_iterator(store.directory(project.id)))
+        EXPECT_FALSE(entry.path().filename().string().starts_with("render-"));
+}
+
+/// The identifiers of this process's children.
+std::vector<pid_t> children()
+{
+    std::vector<pid_t> found;
+    for (const auto& task : fs::directory_iterator("/proc/self/task")) {
+        std::ifstream list(task.path() / "children");
+        for (pid_t child = 0; list >> child;)
+            found.push_back(child);
+    }
+    return found;
+}
+
+TEST_F(ExportFailure, FfmpegKilledWhileItRuns)
+{
+    bool killed = false;
+    progress = [&](double) {
+        for (const pid_t child : children())
+            killed |= ::kill(child, SIGKILL) == 0;
+    };
+    project.duration = 60;
+    project.tracks.edit()[0].duration = 60;
+    try {
+        render();
+        ADD_FAILURE() << "rendered";
+    } catch (const Error& error) {
+        EXPECT_THAT(error.what(), StartsWith("El proceso de vídeo falló: "));
+    }
+    EXPECT_TRUE(killed);
+}
+
+TEST_F(ExportFailure, CancelledInTheMiddle)
+{
+    std::stop_source stop;
+    progress = [&](double) { stop.request_stop(); };
+    project.duration = 60;
+    project.tracks.edit()[0].duration = 60;
+    EXPECT_THROW(render({}, stop.get_token()), Cancelled);
+    EXPECT_FALSE(fs::exists(folder / "out.mp4"));
+    EXPECT_FALSE(fs::exists(folder / "out.srt"));
+    EXPECT_THROW(render({}, stop.get_token()), Cancelled) << "before it began";
+}
+
+} // namespace
+
+} // namespace orvo::test

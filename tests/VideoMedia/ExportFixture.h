@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Platform/FfprobeMediaProbe.h"
+#include "TestSupport/Media.h"
+#include "TestSupport/ProjectFixture.h"
+#include "VideoCore/Error.h"
+#include "VideoMedia/ExportService.h"
+
+namespace orvo::test {
+
+/// A project of small media that is rendered for real.
+class ExportFixture : public ProjectFixture {
+protected:
+    using ProjectFixture::ProjectFixture;
+
+    /// A project that shows nothing of its own over its picture and cleans nothing in its sound.
+    void makePlain()
+    {
+        project.edit.fade = 0;
+        project.edit.noiseReduction = false;
+        project.edit.normalizeVoice = false;
+        project.edit.pointerHighlight = false;
+        project.edit.clickHalo = false;
+    }
+
+    std::filesystem::path render(const ExportSettings& settings = {}, std::stop_token stop = {})
+    {
+        const auto destination = folder / "out.mp4";
+        ExportService::exportVideo(project, store, destination, settings, probeService, progress, stop);
+        return destination;
+    }
+
+    /// The text of the error that a render ends with.
+    std::string failure(const std::filesystem::path& destination)
+    {
+        try {
+            ExportService::exportVideo(project, store, destination, {}, probeService);
+        } catch (const std::exception& error) {
+            return describe(error);
+        }
+        ADD_FAILURE() << "rendered";
+        return {};
+    }
+
+    FfprobeMediaProbe probeService;
+    ProgressCallback progress;
+};
+
+} // namespace orvo::test

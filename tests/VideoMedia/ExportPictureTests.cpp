@@ -1,0 +1,210 @@
+#include "ExportFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace orvo::test {
+
+namespace {
+
+class ExportPicture : public ExportFixture {
+protected:
+    std::vector<Picture> frames(const ExportSettings& settings = {}) { return decodeFrames(render(settings)); }
+};
+
+/// Where a white mark lies in a dark picture: left, top, right and bottom in pixels.
+std::array<int, 4> markIn(const Picture& picture)
+{
+    std::array<int, 4> box{picture.width, picture.height, -1, -1};
+    for (int y = 0; y < picture.height; ++y) {
+        for (int x = 0; x < picture.width; ++x) {
+            if (picture.at(x, y).brightness() > 128)
+                box = {std::min(box[0], x), std::min(box[1], y), std::max(box[2], x), std::max(box[3], y)};
+        }
+    }
+    return box;
+}
+
+TEST_F(ExportPicture, KeptSpansDipThroughBlackAtTheirEnds)
+{
+    makePlain();
+    project.edit.fade = 0.2;
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=white:size=320x180:rate=30:duration=4");
+    makeSound(addTrack(TrackKind::system, "system.m4a"), "sine=frequency=440:duration=4,volume=4");
+    project.edit.cuts = {{1, 2}};
+
+    const auto out = render();
+
+    const auto pictures = decodeFrames(out);
+    ASSERT_EQ(pictures.size(), 90U);
+    const std::pair<std::size_t, bool> cases[] = {{0, false}, {15, true}, {29, false}, {30, false}, {60, true}, {89, false}};
+    for (const auto& [frame, bright] : cases) {
+        const int brightness = pictures[frame].mean(0, 0, 1, 1).brightness();
+        EXPECT_EQ(brightness > 230, bright) << frame << ": " << brightness;
+        EXPECT_EQ(brightness > 60, bright) << frame << ": " << brightness;
+    }
+    const auto sound = decodeSound(out);
+    EXPECT_LT(level(sound, 0.99, 1.01), level(sound, 0.4, 0.6) / 5);
+}
+
+TEST_F(ExportPicture, MarksAndTextsAreWhereAndWhenTheyShouldBe)
+{
+    makePlain();
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=black:size=320x180:rate=30:duration=4");
+    project.edit.clickHalo = true;
+    project.edit.events = {pointer(PointerKind::move, 0.5, 0.25, 0.5), pointer(PointerKind::click, 1, 0.75, 0.5),
+        pointer(PointerKind::move, 2, 0.9, 0.9), pointer(PointerKind::move, 2.1, 0.9, 0.9)};
+    project.edit.overlays = {{.content = "ORVO", .start = 2.5, .end = 3.5, .x = 0.5, .y = 0.1}};
+
+    const auto pictures = frames();
+
+    const auto bright = [&](double time, double left, double top, double right, double bottom) {
+        return pictures.at(static_cast<std::size_t>(time * 30 + 0.5)).mean(left, top, right, bottom).brightness() > 12;
+    };
+    // The arrow hangs from the pointer's place, down and to the right.
+    EXPECT_FALSE(bright(0.3, 0.25, 0.5, 0.31, 0.64));
+    EXPECT_TRUE(bright(0.7, 0.25, 0.5, 0.31, 0.64));
+    EXPECT_FALSE(bright(1.2, 0.25, 0.5, 0.31, 0.64)) << "it moves on";
+    EXPECT_TRUE(bright(1.9, 0.75, 0.5, 0.81, 0.64)) << "and stays until it moves again";
+    // The halo is a gold ring around the click that grows.
+    const auto halo = pictures.at(33).mean(0.67, 0.36, 0.75, 0.64);
+    EXPECT_GT(halo.red, halo.blue + 5);
+    EXPECT_GT(halo.green, halo.blue + 5);
+    EXPECT_FALSE(bright(0.9, 0.66, 0.35, 0.75, 0.65));
+    EXPECT_FALSE(bright(1.6, 0.60, 0.35, 0.75, 0.65));
+    EXPECT_FALSE(bright(2.4, 0.5, 0.1, 0.7, 0.2));
+    EXPECT_TRUE(bright(3, 0.5, 0.1, 0.7, 0.2));
+    EXPECT_FALSE(bright(3, 0.2, 0.1, 0.49, 0.2)) << "the text begins at its place";
+    EXPECT_FALSE(bright(3.6, 0.5, 0.1, 0.7, 0.2));
+}
+
+TEST_F(ExportPicture, ZoomMovesThePictureAsComputed)
+{
+    makePlain();
+    // A white mark of 16×10 pixels at (64, 36).
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"),
+        "color=black:size=320x180:rate=30:duration=4,drawbox=x=64:y=36:w=16:h=10:c=white:t=fill");
+    auto zoom = pointer(PointerKind::zoom, 1, 0.3, 0.3);
+    zoom.duration = 2;
+    zoom.scale = 2;
+    project.edit.events = {zoom};
+
+    const auto pictures = frames();
+
+    // Twice as large around (96, 54): the visible area is 160×90 from (16, 9).
+    const auto nearly = [](std::array<int, 4> expected, const Picture& picture) {
+        const auto box = markIn(picture);
+        for (std::size_t i = 0; i < 4; ++i)
+            EXPECT_NEAR(box[i], expected[i], 2) << i;
+    };
+    nearly({64, 36, 79, 45}, pictures.at(15));
+    nearly({96, 54, 127, 73}, pictures.at(60));
+    nearly({64, 36, 79, 45}, pictures.at(100));
+}
+
+TEST_F(ExportPicture, TheCameraIsAtItsPlaceUntilItEnds)
+{
+    makePlain();
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=black:size=320x180:rate=30:duration=4");
+    makeVideo(addTrack(TrackKind::camera, "camera.mov", 0, 2), "color=red:size=64x36:rate=30:duration=2");
+    project.edit.cameraX = 0.5;
+    project.edit.cameraY = 0.5;
+    project.edit.cameraWidth = 0.25;
+
+    const auto shown = frames();
+    EXPECT_GT(shown.at(30).mean(0.52, 0.54, 0.73, 0.70).red, 200);
+    EXPECT_LT(shown.at(30).mean(0, 0, 0.48, 1).red, 20);
+    EXPECT_LT(shown.at(30).mean(0.78, 0, 1, 1).red, 20);
+    EXPECT_LT(shown.at(90).mean(0, 0, 1, 1).red, 10);
+
+    project.edit.cameraVisible = false;
+    EXPECT_LT(frames().at(30).mean(0, 0, 1, 1).red, 10);
+}
+
+TEST_F(ExportPicture, AnImageIsOverlaidForItsTime)
+{
+    makePlain();
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=black:size=320x180:rate=30:duration=4");
+    const auto image = store.directory(project.id) / "media" / "50 %d de 'más': x.png";
+    ffmpeg({"-f", "lavfi", "-i", "color=lime:size=40x40:duration=0.1", "-frames:v", "1", "-update", "1", image.string()});
+    project.edit.overlays = {{.kind = Overlay::Kind::image,
+        .content = "media/50 %d de 'más': x.png",
+        .start = 1,
+        .end = 2,
+        .x = 0.5,
+        .y = 0.25,
+        .width = 0.25}};
+
+    const auto pictures = frames();
+
+    EXPECT_LT(pictures.at(20).mean(0, 0, 1, 1).green, 5);
+    EXPECT_GT(pictures.at(45).mean(0.51, 0.27, 0.74, 0.65).green, 200);
+    EXPECT_LT(pictures.at(45).mean(0, 0, 0.49, 1).green, 5);
+    EXPECT_LT(pictures.at(70).mean(0, 0, 1, 1).green, 5);
+}
+
+TEST_F(ExportPicture, ClipsFollowOneAnotherFittedOnBlackAndHeldToTheirLength)
+{
+    makePlain();
+    project.duration = 5;
+    makeVideo(addTrack(TrackKind::screen, "screen.mov", 0, 2), "color=red:size=320x180:rate=30:duration=2");
+    // A portrait clip of one second that its track says lasts three: its last picture is held.
+    makeVideo(addTrack(TrackKind::clip, "clip.mov", 2, 3), "color=blue:size=90x160:rate=25:duration=1");
+
+    const auto pictures = frames();
+
+    ASSERT_EQ(pictures.size(), 150U);
+    EXPECT_GT(pictures.at(30).mean(0, 0, 1, 1).red, 200);
+    for (const std::size_t frame : {75U, 140U}) {
+        EXPECT_GT(pictures.at(frame).mean(0.37, 0.05, 0.63, 0.95).blue, 200) << frame;
+        EXPECT_LT(pictures.at(frame).mean(0, 0, 0.3, 1).brightness(), 5) << frame;
+        EXPECT_LT(pictures.at(frame).mean(0.7, 0, 1, 1).brightness(), 5) << frame;
+    }
+}
+
+TEST_F(ExportPicture, OddAndTinyProjectsRender)
+{
+    makePlain();
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=320x180:rate=30:duration=4");
+    const std::array<std::int64_t, 4> sizes[] = {{1, 1, 2, 2}, {321, 181, 320, 180}, {33, 999, 32, 998}};
+    for (const auto& [width, height, outWidth, outHeight] : sizes) {
+        project.width = width;
+        project.height = height;
+        const auto file = probe(render());
+        EXPECT_EQ(file.width, outWidth);
+        EXPECT_EQ(file.height, outHeight);
+        EXPECT_EQ(file.frames, 120);
+    }
+}
+
+TEST(ExportHostileNames, PathsAndTitlesAreTakenLiterally)
+{
+    for (const std::string name :
+        {"it's", "a:b", "back\\slash", "\"quoted\"", "-y", "[v0];,=", "100%03d", "emoji 🎬 ñ", "dos\nlíneas", "' : \\' ;"}) {
+        class Named : public ExportFixture {
+        public:
+            explicit Named(const std::string& library)
+                : ExportFixture(library, 1)
+            {
+            }
+            void TestBody() override
+            {
+                makePlain();
+                project.title = "-\"'\\:🎬";
+                makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=black:size=320x180:rate=30:duration=1");
+                project.edit.overlays = {{.content = "ORVO", .start = 0, .end = 1, .x = 0.1, .y = 0.1}};
+                const auto destination = store.root() / (store.root().filename().string() + " -v.mp4");
+                ExportService::exportVideo(project, store, destination, {}, probeService);
+                const auto pictures = decodeFrames(destination);
+                ASSERT_EQ(pictures.size(), 30U);
+                EXPECT_GT(pictures[15].mean(0.1, 0.1, 0.3, 0.2).brightness(), 12) << "the texts were found and burned in";
+            }
+        };
+        SCOPED_TRACE(name);
+        Named test(name);
+        test.TestBody();
+    }
+}
+
+} // namespace
+
+} // namespace orvo::test

@@ -1,0 +1,159 @@
+#include "ExportFixture.h"
+#include "VideoCore/FileIO.h"
+#include "VideoCore/Timeline.h"
+
+#include <cmath>
+#include <gmock/gmock.h>
+
+namespace orvo::test {
+
+namespace {
+
+using testing::IsEmpty;
+
+constexpr double frameLength = 1.0 / 30;
+
+class ExportTiming : public ExportFixture {
+protected:
+    ExportTiming()
+        : ExportFixture("library", 6)
+    {
+    }
+
+    void expectLengths(const ProbedFile& file) const
+    {
+        const double playable = project.playableDuration();
+        EXPECT_NEAR(file.videoDuration, playable, frameLength);
+        EXPECT_NEAR(file.frames, playable * 30, 1);
+        EXPECT_NEAR(file.audioDuration, file.videoDuration, 0.025);
+    }
+};
+
+TEST_F(ExportTiming, AWholeRecordingWithEverything)
+{
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=640x360:rate=30:duration=6");
+    makeVideo(addTrack(TrackKind::camera, "camera.mov"), "color=red:size=160x90:rate=30:duration=6");
+    makeSound(addTrack(TrackKind::microphone, "microphone.m4a"), "sine=frequency=300:duration=6,volume=0.05");
+    makeSound(addTrack(TrackKind::system, "system.m4a"), "sine=frequency=900:duration=6,volume=0.02");
+    project.width = 640;
+    project.height = 360;
+    for (int i = 0; i < 72; ++i)
+        project.edit.events.edit().push_back(
+            pointer(i % 20 == 0 ? PointerKind::click : PointerKind::move, i / 12.0, i / 72.0, 0.5));
+    project.edit.events.edit().push_back(pointer(PointerKind::zoom, 1));
+    project.edit.overlays = {{.content = "Hola, \"mundo\": {50 %}\n'dos' \\ líneas", .start = 0, .end = 6}};
+    project.edit.words = {word("uno", 0.5, 1), word("dos", 1.8, 2.6), word("cortada", 2.1, 2.4), word("tres <&>", 5, 5.5)};
+    project.edit.cuts = {{2, 2.5}, {4.123, 4.777}, {2.4, 2.7}};
+    project.edit.sharpen = true;
+    store.save(project);
+    const auto before = readFile(store.directory(project.id) / "project.json");
+    std::vector<double> values;
+    progress = [&](double value) { values.push_back(value); };
+
+    const auto out = render({.height = 180, .fps = 30, .quality = "small"});
+
+    const auto file = probe(out);
+    expectLengths(file);
+    EXPECT_EQ(file.width, 320);
+    EXPECT_EQ(file.height, 180);
+    EXPECT_EQ(file.videoCodec, "h264");
+    EXPECT_EQ(file.pixelFormat, "yuv420p");
+    EXPECT_EQ(file.audioCodec, "aac");
+    EXPECT_EQ(file.audioChannels, 2);
+    ASSERT_FALSE(values.empty());
+    EXPECT_TRUE(std::ranges::is_sorted(values));
+    EXPECT_NEAR(values.back(), 1, 0.02);
+
+    EXPECT_EQ(readFile(folder / "out.srt"),
+        "1\n00:00:00,500 --> 00:00:01,000\nuno\n\n"
+        "2\n00:00:01,800 --> 00:00:02,000\ndos\n\n"
+        "3\n00:00:03,646 --> 00:00:04,146\ntres &lt;&amp;&gt;\n\n");
+    EXPECT_NO_THROW(ffmpeg(
+        {"-v", "error", "-xerror", "-i", (folder / "out.srt").string(), "-f", "webvtt", (folder / "x.vtt").string()}));
+    EXPECT_EQ(readFile(store.directory(project.id) / "project.json"), before);
+    EXPECT_THAT(leftovers(), IsEmpty());
+}
+
+TEST_F(ExportTiming, PictureAndSoundStayTogetherOverFiftyCuts)
+{
+    makePlain();
+    // Both are late by nature: what they delay must be made up for.
+    project.edit.noiseReduction = true;
+    project.edit.normalizeVoice = true;
+    project.duration = 60;
+    project.width = 160;
+    project.height = 90;
+    // A white flash of one frame and a click of the same length at every full second.
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"),
+        "color=black:size=160x90:rate=30:duration=60,drawbox=c=white:t=fill:enable='eq(mod(n,30),0)'");
+    makeSound(addTrack(TrackKind::microphone, "microphone.m4a"),
+        "aevalsrc='if(lt(mod(t,1),0.033),sin(2*PI*1000*t),0)':sample_rate=48000:duration=60");
+    for (int i = 1; i <= 50; ++i)
+        project.edit.cuts.edit().push_back({i + 0.31 + i * 0.0017, i + 0.77 - i * 0.0013});
+
+    const auto out = render();
+
+    expectLengths(probe(out));
+    std::vector<double> flashes;
+    const auto frames = decodeFrames(out);
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        if (frames[i].mean(0, 0, 1, 1).brightness() > 128)
+            flashes.push_back(static_cast<double>(i) / 30);
+    }
+    std::vector<double> clicks;
+    const auto sound = decodeSound(out);
+    for (std::size_t i = 0; i < sound.size(); ++i) {
+        const double time = static_cast<double>(i) / 48'000;
+        if (std::abs(sound[i]) > 0.3F && (clicks.empty() || time - clicks.back() > 0.2))
+            clicks.push_back(time);
+    }
+    ASSERT_EQ(flashes.size(), 60U);
+    ASSERT_EQ(clicks.size(), 60U);
+    for (std::size_t i = 0; i < 60; ++i) {
+        EXPECT_NEAR(flashes[i], clicks[i], 0.020) << "second " << i;
+        const auto expected = Timeline::outputTime(static_cast<double>(i), project.edit.cuts, project.duration);
+        EXPECT_NEAR(flashes[i], *expected, frameLength) << "second " << i;
+    }
+}
+
+TEST_F(ExportTiming, TheVoiceIsNormalisedAndTheOtherSoundKeepsItsGain)
+{
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=gray:size=320x180:rate=30:duration=6");
+    makeSound(addTrack(TrackKind::microphone, "microphone.m4a"), "anoisesrc=color=pink:seed=1:duration=6:amplitude=0.02");
+    project.edit.noiseReduction = false;
+    project.edit.fade = 0;
+    EXPECT_NEAR(loudness(render()), -16, 1.5);
+
+    project.edit.normalizeVoice = false;
+    const double plain = loudness(render());
+    EXPECT_LT(plain, -30);
+    project.tracks.edit()[1].volume = 2;
+    EXPECT_NEAR(loudness(render()), plain + 6.02, 0.5);
+}
+
+TEST_F(ExportTiming, ALateSoundTrackStaysLateAndSilenceIsSound)
+{
+    makePlain();
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=gray:size=320x180:rate=30:duration=6");
+    expectLengths(probe(render()));
+    EXPECT_LT(level(decodeSound(folder / "out.mp4"), 0, 6), 1e-4);
+
+    makeSound(addTrack(TrackKind::system, "system.m4a", 2.5, 2), "sine=frequency=440:duration=2");
+    const auto sound = decodeSound(render());
+    EXPECT_LT(level(sound, 0, 2.45), 1e-3);
+    EXPECT_GT(level(sound, 2.55, 4.4), 0.05);
+    EXPECT_LT(level(sound, 4.6, 6), 1e-3);
+}
+
+TEST_F(ExportTiming, ManyZoomPointsRender)
+{
+    makePlain();
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=320x180:rate=30:duration=6");
+    for (int i = 0; i < 150; ++i)
+        project.edit.events.edit().push_back(pointer(PointerKind::zoom, i * 0.04, 0.3, 0.3));
+    expectLengths(probe(render()));
+}
+
+} // namespace
+
+} // namespace orvo::test

@@ -1,0 +1,323 @@
+#include "TestSupport/Golden.h"
+#include "TestSupport/Projects.h"
+#include "VideoMedia/NumberText.h"
+#include "VideoMedia/RenderGraph.h"
+#include "VideoMedia/ZoomExpression.h"
+
+#include <charconv>
+#include <gmock/gmock.h>
+#include <limits>
+
+namespace orvo::test {
+
+namespace {
+
+using RenderGraph::FrameSize;
+using RenderGraph::Input;
+using testing::HasSubstr;
+using testing::Not;
+
+std::vector<Input> inputsOf(const VideoProject& project)
+{
+    std::vector<Input> inputs;
+    for (const auto& track : project.tracks)
+        inputs.push_back({.track = track, .file = "/library/" + track.file, .hasAudio = true});
+    return inputs;
+}
+
+std::string pictureOf(const VideoProject& project)
+{
+    return RenderGraph::picture(project, inputsOf(project),
+        {.size = RenderGraph::outputSize(project, 1080),
+            .fps = 30,
+            .annotations = "/library/annotations.ass",
+            .upload = {}});
+}
+
+std::string mixOf(const VideoProject& project)
+{
+    return RenderGraph::audioMix(project, inputsOf(project));
+}
+
+VideoProject screenProject()
+{
+    auto project = emptyProject(12);
+    project.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 12)};
+    return project;
+}
+
+TEST(RenderGraph, NumbersAreShortestAndKeepTheirKind)
+{
+    const std::pair<double, std::string> cases[] = {{3, "3.0"}, {12.5, "12.5"}, {0, "0.0"}, {-0.25, "-0.25"},
+        {0.1 + 0.2, "0.30000000000000004"}, {100'000, "100000.0"}, {1e15, "1000000000000000.0"}, {0.0001, "0.0001"},
+        {0.00001, "1e-05"}, {1e20, "1e+20"}};
+    for (const auto& [value, text] : cases)
+        EXPECT_EQ(numberText(value), text);
+    EXPECT_EQ(numberText(std::int64_t{1280}), "1280");
+    EXPECT_EQ(truncated(std::numeric_limits<double>::quiet_NaN()), 0);
+    EXPECT_EQ(truncated(-1e300), -9'007'199'254'740'992);
+}
+
+TEST(RenderGraph, OutputSizeIsEvenAndNeverLargerThanTheProject)
+{
+    struct Case {
+        std::int64_t width, height, asked;
+        FrameSize expected;
+    };
+    const Case cases[] = {
+        {1920, 1080, 720, {1280, 720}},
+        {1920, 1080, 2160, {1920, 1080}},
+        {1920, 1080, 480, {852, 480}},
+        {1, 1, 1080, {2, 2}},
+        {321, 181, 1080, {320, 180}},
+        {1080, 1920, 1080, {606, 1080}},
+        {std::numeric_limits<std::int64_t>::max(), 0, 1080, {9'007'199'254'740'992, 2}},
+    };
+    for (const auto& [width, height, asked, expected] : cases) {
+        auto project = emptyProject();
+        project.width = width;
+        project.height = height;
+        EXPECT_EQ(RenderGraph::outputSize(project, asked), expected) << width << "x" << height << " at " << asked;
+    }
+}
+
+TEST(RenderGraph, BitRateFollowsPixelsAndQuality)
+{
+    const FrameSize full{1920, 1080};
+    EXPECT_EQ(RenderGraph::videoBitRate("balanced", full, 30), 6'842'880);
+    EXPECT_EQ(RenderGraph::videoBitRate("anything", full, 30), 6'842'880);
+    EXPECT_EQ(RenderGraph::videoBitRate("small", full, 30), 4'043'520);
+    EXPECT_EQ(RenderGraph::videoBitRate("high", full, 30), 11'197'440);
+    EXPECT_EQ(RenderGraph::videoBitRate("small", {2, 2}, 30), 400'000);
+}
+
+TEST(RenderGraph, EveryStepInItsPlace)
+{
+    auto project = emptyProject(14);
+    project.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 12),
+        track(TrackKind::camera, "media/camera.mov", 0, 12), track(TrackKind::microphone, "media/microphone.m4a", 0.25, 12),
+        track(TrackKind::clip, "media/clip.mov", 12, 2)};
+    project.edit.overlays = {
+        {.kind = Overlay::Kind::image, .content = "media/a.png", .start = 1, .end = 3, .x = 0.25, .y = 0.5, .width = 0.1},
+        {.content = "texto"}, {.kind = Overlay::Kind::image, .content = "media/b.png"}};
+    project.edit.events = {pointer(PointerKind::zoom, 13, 0.75, 0.5), pointer(PointerKind::zoom, 2, 0.25, 0.25),
+        pointer(PointerKind::click, 5)};
+    project.edit.cuts = {{4, 5}, {8, 8.3}};
+    project.edit.sharpen = true;
+    project.edit.fade = 1;
+    EXPECT_TRUE(matchesGolden("every-step.picture.txt", pictureOf(project)));
+    EXPECT_TRUE(matchesGolden("every-step.audio.txt", mixOf(project)));
+}
+
+TEST(RenderGraph, OneSpanIsReadWithoutSplitting)
+{
+    auto project = screenProject();
+    project.edit.fade = 0;
+    EXPECT_TRUE(matchesGolden("one-span.picture.txt", pictureOf(project)));
+    project.edit.fade = 0.5;
+    EXPECT_THAT(pictureOf(project), HasSubstr("fade=t=in:d=0.5,fade=t=out:st=11.5:d=0.5[v0]"));
+    EXPECT_THAT(pictureOf(project), HasSubstr("trim=duration=12.0[source0]")) << "a single clip has no fade of its own";
+}
+
+TEST(RenderGraph, MixTakesWhatIsAudible)
+{
+    auto project = emptyProject(5);
+    project.tracks = {track(TrackKind::camera, "media/camera.mov", 0, 5)};
+    EXPECT_EQ(mixOf(project), "anullsrc=r=48000:cl=stereo,atrim=duration=5.0[mix]")
+        << "the camera's own sound is never used";
+
+    project.tracks = {
+        track(TrackKind::microphone, "media/m.m4a", -1, 5), track(TrackKind::system, "media/s.m4a", 1.9999, 5)};
+    project.tracks.edit()[0].volume = 0;
+    EXPECT_THAT(mixOf(project), Not(HasSubstr("[0:a]")));
+    EXPECT_THAT(mixOf(project), HasSubstr(",adelay=1999:all=1[voice0];\n[voice0]amix=inputs=1:"));
+
+    project.tracks.edit()[0].volume = 1.5;
+    project.edit.noiseReduction = false;
+    EXPECT_THAT(mixOf(project), HasSubstr("volume=1.5,loudnorm=I=-16:TP=-1.5:LRA=11,adelay=0:all=1[voice0]"));
+    project.edit.normalizeVoice = false;
+    EXPECT_THAT(mixOf(project), HasSubstr("volume=1.5,adelay=0:all=1[voice0]"));
+}
+
+TEST(RenderGraph, HardwareEncodersGetTheFinishedPicture)
+{
+    const auto project = screenProject();
+    const auto graph = RenderGraph::picture(
+        project, inputsOf(project), {.size = {2, 2}, .fps = 30, .annotations = "/a.ass", .upload = "format=nv12,hwupload"});
+    EXPECT_TRUE(graph.ends_with("concat=n=1:v=1:a=1[vjoined][aout];\n[vjoined]format=nv12,hwupload[vout]"));
+}
+
+/// Evaluates the part of ffmpeg's expression language that zoom expressions use.
+class Evaluator {
+public:
+    static double value(const std::string& text, double frame)
+    {
+        Evaluator evaluator(text, frame);
+        const double result = evaluator.sum();
+        EXPECT_EQ(evaluator.m_at, text.size()) << text;
+        return result;
+    }
+
+    static std::size_t depth(const std::string& text)
+    {
+        std::size_t open = 0;
+        std::size_t deepest = 0;
+        for (const char c : text) {
+            open += c == '(';
+            deepest = std::max(deepest, open);
+            open -= c == ')';
+        }
+        return deepest;
+    }
+
+private:
+    Evaluator(const std::string& text, double frame)
+        : m_text(text)
+        , m_frame(frame)
+    {
+    }
+
+    bool take(std::string_view token)
+    {
+        const bool found = std::string_view(m_text).substr(m_at).starts_with(token);
+        m_at += found ? token.size() : 0;
+        return found;
+    }
+
+    double sum()
+    {
+        double result = product();
+        for (;;) {
+            if (take("+"))
+                result += product();
+            else if (take("-"))
+                result -= product();
+            else
+                return result;
+        }
+    }
+
+    double product()
+    {
+        double result = primary();
+        for (;;) {
+            if (take("*"))
+                result *= primary();
+            else if (take("/"))
+                result /= primary();
+            else
+                return result;
+        }
+    }
+
+    std::vector<double> arguments()
+    {
+        std::vector<double> values;
+        do
+            values.push_back(sum());
+        while (take(","));
+        EXPECT_TRUE(take(")"));
+        values.resize(3);
+        return values;
+    }
+
+    double primary()
+    {
+        if (take("between(")) {
+            const auto v = arguments();
+            return v[0] >= v[1] && v[0] <= v[2];
+        }
+        if (take("if(")) {
+            const auto v = arguments();
+            return v[0] != 0 ? v[1] : v[2];
+        }
+        if (take("lt(")) {
+            const auto v = arguments();
+            return v[0] < v[1];
+        }
+        if (take("min(")) {
+            const auto v = arguments();
+            return std::min(v[0], v[1]);
+        }
+        if (take("max(")) {
+            const auto v = arguments();
+            return std::max(v[0], v[1]);
+        }
+        if (take("(")) {
+            const double v = sum();
+            EXPECT_TRUE(take(")"));
+            return v;
+        }
+        if (take("on"))
+            return m_frame;
+        if (take("iw"))
+            return 1000;
+        if (take("ih"))
+            return 100;
+        double number = 0;
+        const char* first = m_text.data() + m_at;
+        m_at += static_cast<std::size_t>(std::from_chars(first, m_text.data() + m_text.size(), number).ptr - first);
+        return number;
+    }
+
+    const std::string& m_text;
+    double m_frame;
+    std::size_t m_at = 0;
+};
+
+TEST(ZoomExpression, RisesHoldsAndFallsBack)
+{
+    auto zoom = pointer(PointerKind::zoom, 2, 0.25, 0.75);
+    zoom.duration = 2;
+    const std::pair<double, double> scales[] = {{2, 2}, {0.5, 1}, {6, 4}};
+    for (const auto& [scale, expected] : scales) {
+        zoom.scale = scale;
+        const auto expression = ZoomExpression::make(std::vector{zoom}, 10, 30);
+        EXPECT_DOUBLE_EQ(Evaluator::value(expression.zoom, 59), 1);
+        EXPECT_DOUBLE_EQ(Evaluator::value(expression.zoom, 60), 1) << "rises from 1";
+        EXPECT_DOUBLE_EQ(Evaluator::value(expression.zoom, 90), expected);
+        EXPECT_DOUBLE_EQ(Evaluator::value(expression.x, 90), 250);
+        EXPECT_DOUBLE_EQ(Evaluator::value(expression.y, 90), 75);
+        EXPECT_DOUBLE_EQ(Evaluator::value(expression.zoom, 120), 1) << "back at 1";
+        EXPECT_DOUBLE_EQ(Evaluator::value(expression.x, 121), 500);
+    }
+    const auto clamped = ZoomExpression::make(std::vector{zoom}, 3, 30);
+    EXPECT_THAT(clamped.zoom, HasSubstr("between(on/30,2.0,3.0)")) << "ends with the recording";
+}
+
+/// What the definition says: of the zoom points that hold at a time, the last one.
+double scaleAt(const std::vector<PointerEvent>& zooms, double duration, double time)
+{
+    double scale = 1;
+    for (const auto& zoom : zooms) {
+        const double end = std::min(zoom.time + zoom.duration, duration);
+        if (time < zoom.time || time > end)
+            continue;
+        const auto ramp = [](double distance) { return std::min(1.0, std::max(0.0, distance / 0.25)); };
+        scale = 1 + (std::clamp(zoom.scale, 1.0, 4.0) - 1) * ramp(time - zoom.time) * ramp(end - time);
+    }
+    return scale;
+}
+
+TEST(ZoomExpression, ManyZoomsAreNestedOnlySoDeepAndMeanTheSame)
+{
+    std::mt19937_64 random(7);
+    std::uniform_real_distribution<double> gap(0, 3);
+    std::vector<PointerEvent> zooms;
+    double time = 0;
+    for (int i = 0; i < 500; ++i) {
+        time += gap(random);
+        zooms.push_back(pointer(PointerKind::zoom, time, 0.5, 0.5));
+        zooms.back().scale = 1 + gap(random);
+        zooms.back().duration = i % 40 == 0 ? 60 : gap(random) + 0.5;
+    }
+    const double duration = time - 1;
+    const auto expression = ZoomExpression::make(zooms, duration, 30);
+    EXPECT_LT(Evaluator::depth(expression.zoom), 90U) << "ffmpeg refuses a hundred";
+    for (double frame = 0; frame < duration * 30; frame += 17)
+        ASSERT_NEAR(Evaluator::value(expression.zoom, frame), scaleAt(zooms, duration, frame / 30), 1e-9) << frame;
+}
+
+} // namespace
+
+} // namespace orvo::test

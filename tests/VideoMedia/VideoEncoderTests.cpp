@@ -1,0 +1,52 @@
+#include "VideoMedia/VideoEncoder.h"
+
+#include "TestSupport/TemporaryFolder.h"
+#include "VideoCore/FileIO.h"
+#include "VideoMedia/ProcessRunner.h"
+
+#include <filesystem>
+#include <gmock/gmock.h>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+
+TEST(VideoEncoder, UsesTheSystemEncoderWhereItExists)
+{
+    // A program that lists it as ffmpeg does; there is no such system to run this test on.
+    const TemporaryFolder folder;
+    const fs::path program = folder / "ffmpeg";
+    writeFileAtomically(program, "#!/bin/sh\necho ' V....D h264_videotoolbox    VideoToolbox H.264 Encoder (codec h264)'\n");
+    fs::permissions(program, fs::perms::owner_all);
+
+    const auto encoder = VideoEncoder::find(program);
+    EXPECT_THAT(encoder.arguments(1'000'000),
+        ElementsAre("-c:v", "h264_videotoolbox", "-allow_sw", "1", "-b:v", "1000000", "-pix_fmt", "yuv420p"));
+    EXPECT_TRUE(encoder.device.empty());
+    EXPECT_TRUE(encoder.upload.empty());
+}
+
+TEST(VideoEncoder, WhatIsFoundEncodes)
+{
+    const auto ffmpeg = ProcessRunner::ffmpeg();
+    ASSERT_TRUE(ffmpeg);
+    const auto encoder = VideoEncoder::find(*ffmpeg);
+    std::vector<std::string> line{"-hide_banner", "-nostdin"};
+    line.insert(line.end(), encoder.device.begin(), encoder.device.end());
+    line.insert(line.end(),
+        {"-f", "lavfi", "-i", "color=size=64x64:rate=30", "-frames:v", "3", "-vf",
+            encoder.upload.empty() ? "null" : encoder.upload});
+    const auto arguments = encoder.arguments(500'000);
+    line.insert(line.end(), arguments.begin(), arguments.end());
+    line.insert(line.end(), {"-f", "null", "-"});
+    EXPECT_NO_THROW(ProcessRunner::run(*ffmpeg, line));
+    EXPECT_THAT(VideoEncoder::software().arguments(400'000),
+        ElementsAre("-c:v", "libx264", "-preset", "veryfast", "-b:v", "400000", "-pix_fmt", "yuv420p"));
+}
+
+} // namespace
+
+} // namespace orvo::test

@@ -1,0 +1,154 @@
+#include "TestSupport/Media.h"
+
+#include "TestSupport/TemporaryFolder.h"
+#include "VideoCore/Error.h"
+#include "VideoCore/FileIO.h"
+#include "VideoMedia/ProcessRunner.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <sstream>
+
+namespace orvo::test {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+fs::path program()
+{
+    const auto found = ProcessRunner::ffmpeg();
+    if (!found)
+        throw captureError("ffmpeg is missing");
+    return *found;
+}
+
+/// "key=value" lines of ffprobe for the first stream of a type.
+std::map<std::string, std::string> streamFacts(const fs::path& file, const std::string& type)
+{
+    const fs::path ffprobe = fs::canonical(program()).parent_path() / "ffprobe";
+    std::istringstream lines(ProcessRunner::run(ffprobe,
+        {"-v", "error", "-select_streams", type + ":0", "-count_frames", "-show_entries",
+            "stream=width,height,nb_read_frames,duration,codec_name,pix_fmt,channels", "-of", "default=nw=1",
+            file.string()}));
+    std::map<std::string, std::string> facts;
+    for (std::string line; std::getline(lines, line);) {
+        const std::size_t equals = line.find('=');
+        if (equals != std::string::npos)
+            facts[line.substr(0, equals)] = line.substr(equals + 1);
+    }
+    return facts;
+}
+
+} // namespace
+
+std::string ffmpeg(const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> line{"-hide_banner", "-nostdin", "-y"};
+    line.insert(line.end(), arguments.begin(), arguments.end());
+    return ProcessRunner::run(program(), line);
+}
+
+void makeVideo(const fs::path& file, const std::string& source)
+{
+    ffmpeg({"-f", "lavfi", "-i", source, "-c:v", "libx264", "-preset", "ultrafast", "-crf", "12", "-pix_fmt", "yuv420p",
+        "-g", "60", file.string()});
+}
+
+void makeSound(const fs::path& file, const std::string& source)
+{
+    ffmpeg({"-f", "lavfi", "-i", source, "-c:a", "aac", "-b:a", "160k", "-ar", "48000", file.string()});
+}
+
+Picture::Colour Picture::at(int x, int y) const
+{
+    const auto index = (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)) * 3;
+    return {.red = pixels.at(index), .green = pixels.at(index + 1), .blue = pixels.at(index + 2)};
+}
+
+Picture::Colour Picture::mean(double left, double top, double right, double bottom) const
+{
+    Colour sum;
+    int count = 0;
+    for (int y = static_cast<int>(top * height); y < static_cast<int>(bottom * height); ++y) {
+        for (int x = static_cast<int>(left * width); x < static_cast<int>(right * width); ++x, ++count) {
+            const auto colour = at(x, y);
+            sum.red += colour.red;
+            sum.green += colour.green;
+            sum.blue += colour.blue;
+        }
+    }
+    count = std::max(count, 1);
+    return {.red = sum.red / count, .green = sum.green / count, .blue = sum.blue / count};
+}
+
+std::vector<Picture> decodeFrames(const fs::path& file)
+{
+    const TemporaryFolder folder;
+    const auto facts = probe(file);
+    ffmpeg({"-i", file.string(), "-map", "0:v:0", "-fps_mode", "passthrough", "-f", "rawvideo", "-pix_fmt", "rgb24",
+        (folder / "frames").string()});
+    const std::string bytes = readFile(folder / "frames");
+    const std::size_t size = static_cast<std::size_t>(facts.width) * static_cast<std::size_t>(facts.height) * 3;
+    std::vector<Picture> frames;
+    for (std::size_t at = 0; at + size <= bytes.size(); at += size) {
+        frames.push_back({.width = facts.width,
+            .height = facts.height,
+            .pixels = {
+                bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.begin() + static_cast<std::ptrdiff_t>(at + size)}});
+    }
+    return frames;
+}
+
+std::vector<float> decodeSound(const fs::path& file)
+{
+    const TemporaryFolder folder;
+    ffmpeg({"-i", file.string(), "-map", "0:a:0", "-ac", "1", "-ar", "48000", "-f", "f32le", (folder / "samples").string()});
+    const std::string bytes = readFile(folder / "samples");
+    std::vector<float> samples(bytes.size() / sizeof(float));
+    std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(float));
+    return samples;
+}
+
+double level(const std::vector<float>& samples, double start, double end)
+{
+    const auto index = [&](double seconds) {
+        return std::min(static_cast<std::size_t>(std::max(seconds, 0.0) * 48'000), samples.size());
+    };
+    double sum = 0;
+    const std::size_t first = index(start);
+    const std::size_t last = index(end);
+    for (std::size_t i = first; i < last; ++i)
+        sum += static_cast<double>(samples[i]) * static_cast<double>(samples[i]);
+    return last > first ? std::sqrt(sum / static_cast<double>(last - first)) : 0;
+}
+
+ProbedFile probe(const fs::path& file)
+{
+    auto video = streamFacts(file, "v");
+    auto audio = streamFacts(file, "a");
+    const auto whole = [](const std::string& text) { return std::atoi(text.c_str()); };
+    const auto number = [](const std::string& text) { return std::atof(text.c_str()); };
+    return {.width = whole(video["width"]),
+        .height = whole(video["height"]),
+        .frames = whole(video["nb_read_frames"]),
+        .videoDuration = number(video["duration"]),
+        .audioDuration = number(audio["duration"]),
+        .videoCodec = video["codec_name"],
+        .pixelFormat = video["pix_fmt"],
+        .audioCodec = audio["codec_name"],
+        .audioChannels = whole(audio["channels"])};
+}
+
+double loudness(const fs::path& file)
+{
+    const std::string report = ffmpeg({"-i", file.string(), "-map", "0:a:0", "-af", "ebur128", "-f", "null", "-"});
+    const std::size_t summary = report.rfind("Integrated loudness:");
+    const std::size_t value = report.find("I:", summary);
+    return std::atof(report.c_str() + value + 2);
+}
+
+} // namespace orvo::test

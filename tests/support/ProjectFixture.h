@@ -1,0 +1,49 @@
+#pragma once
+
+#include "TestSupport/Projects.h"
+#include "TestSupport/TemporaryFolder.h"
+#include "VideoCore/ProjectStore.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <string>
+
+namespace orvo::test {
+
+/// A library of its own with one project, for tests that put real media into it.
+class ProjectFixture : public testing::Test {
+protected:
+    explicit ProjectFixture(const std::string& libraryName = "library", double duration = 4)
+        : store(folder / libraryName)
+        , project(emptyProject(duration))
+    {
+        project.width = 320;
+        project.height = 180;
+        store.create(project);
+    }
+
+    /// Where a new media file of the project goes; the track that names it covers the whole recording unless changed.
+    std::filesystem::path addTrack(TrackKind kind, const std::string& name, double start = 0, double duration = -1)
+    {
+        project.tracks.edit().push_back(track(kind, "media/" + name, start, duration < 0 ? project.duration : duration));
+        return store.directory(project.id) / "media" / name;
+    }
+
+    /// What lies in the project's folder besides the document and the media.
+    std::vector<std::string> leftovers() const
+    {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(store.directory(project.id))) {
+            const std::string name = entry.path().filename();
+            if (name != ProjectStore::documentName && name != ProjectStore::mediaName)
+                names.push_back(name);
+        }
+        return names;
+    }
+
+    TemporaryFolder folder;
+    ProjectStore store;
+    VideoProject project;
+};
+
+} // namespace orvo::test
