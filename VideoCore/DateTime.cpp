@@ -23,7 +23,7 @@ std::optional<int> digits(std::string_view text, std::size_t position, std::size
 
 DateTime now()
 {
-    return std::chrono::system_clock::now();
+    return std::chrono::floor<DateTime::duration>(std::chrono::system_clock::now());
 }
 
 std::string formatIso8601(DateTime instant)
@@ -51,9 +51,7 @@ std::optional<DateTime> parseIso8601(std::string_view text)
         return std::nullopt;
     const year_month_day date(
         year(*yearValue), month(static_cast<unsigned>(*monthValue)), day(static_cast<unsigned>(*dayValue)));
-    // Nanoseconds since 1970 in 64 bits reach from 1678 to 2261.
-    const bool representable = *yearValue >= 1678 && *yearValue <= 2261;
-    if (!date.ok() || !representable || *hourValue > 23 || *minuteValue > 59 || *secondValue > 59)
+    if (!date.ok() || *hourValue > 23 || *minuteValue > 59 || *secondValue > 59)
         return std::nullopt;
     return DateTime(sys_days(date)) + hours(*hourValue) + minutes(*minuteValue) + seconds(*secondValue);
 }

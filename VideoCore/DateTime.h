@@ -7,8 +7,8 @@
 
 namespace orvo {
 
-/// An instant in UTC. Documents keep whole seconds of it.
-using DateTime = std::chrono::sys_time<std::chrono::nanoseconds>;
+/// An instant in UTC, of any year that ISO 8601 can tell. Documents keep whole seconds of it.
+using DateTime = std::chrono::sys_time<std::chrono::microseconds>;
 
 /// The current instant.
 DateTime now();

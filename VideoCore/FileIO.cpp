@@ -31,8 +31,11 @@ public:
         if (m_number >= 0)
             ::close(m_number);
     }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor(Descriptor&& other) noexcept
+        : m_number(std::exchange(other.m_number, -1))
+    {
+    }
+    Descriptor& operator=(Descriptor&&) = delete;
 
     int get() const { return m_number; }
 
@@ -43,30 +46,38 @@ private:
     int m_number;
 };
 
-void writeAll(int descriptor, std::string_view content, const fs::path& file)
+void writeAll(const Descriptor& descriptor, std::string_view content, const fs::path& file)
 {
     while (!content.empty()) {
-        const ssize_t written = ::write(descriptor, content.data(), content.size());
-        if (written > 0)
+        const ssize_t written = ::write(descriptor.get(), content.data(), content.size());
+        if (written >= 0)
             content.remove_prefix(static_cast<std::size_t>(written));
         else if (errno != EINTR)
             fail("write", file);
     }
 }
 
-void flushFolder(const fs::path& folder)
+Descriptor openFolder(const fs::path& folder, const fs::path& concerned)
 {
-    const Descriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    Descriptor descriptor(::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (descriptor.get() < 0)
+        fail("open", concerned);
+    return descriptor;
+}
+
+void flush(const Descriptor& folder, const fs::path& concerned)
+{
     // A file system that cannot flush a folder answers EINVAL: there is nothing more to be done then.
-    if (descriptor.get() < 0 || (::fsync(descriptor.get()) != 0 && errno != EINVAL))
-        fail("fsync", folder);
+    if (::fsync(folder.get()) != 0 && errno != EINVAL)
+        fail("fsync", concerned);
 }
 
 } // namespace
 
-void readFile(const fs::path& file, std::string& out)
+void readFile(const fs::path& file, std::string& out, std::size_t limit)
 {
-    const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    // Opening a pipe would wait for a writer.
+    const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat facts{};
     if (descriptor.get() < 0 || ::fstat(descriptor.get(), &facts) != 0)
         fail("open", file);
@@ -74,8 +85,13 @@ void readFile(const fs::path& file, std::string& out)
         errno = S_ISDIR(facts.st_mode) ? EISDIR : EINVAL;
         fail("open", file);
     }
+    if (static_cast<std::size_t>(facts.st_size) > limit) {
+        errno = EFBIG;
+        fail("read", file);
+    }
     out.clear();
-    std::size_t room = static_cast<std::size_t>(facts.st_size) + 1; // One more, to meet the end without another round.
+    // Some more: to meet the end without another round, and for what a parser adds behind it.
+    std::size_t room = static_cast<std::size_t>(facts.st_size) + 64;
     for (;;) {
         const std::size_t used = out.size();
         ssize_t got = 0;
@@ -104,33 +120,37 @@ std::string readFile(const fs::path& file)
 
 void writeFileAtomically(const fs::path& file, std::string_view content)
 {
-    const fs::path folder = file.parent_path().empty() ? fs::path(".") : file.parent_path();
+    const Descriptor folder = openFolder(file.parent_path(), file);
+    const std::string name = file.filename();
     // Short and of its own making: the file's own name may already be as long as a name can be.
-    const fs::path temporary = folder / ("." + Uuid::random().text() + ".tmp");
+    const std::string temporary = "." + Uuid::random().text() + ".tmp";
 
-    mode_t mode = 0666;
     struct stat old{};
-    const bool replaces = ::stat(file.c_str(), &old) == 0;
-    if (replaces)
-        mode = old.st_mode & 07777;
+    const bool replaces = ::fstatat(folder.get(), name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(old.st_mode);
+    const mode_t mode = replaces ? old.st_mode & 0777 : 0666;
+    Descriptor descriptor(::openat(folder.get(), temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+    if (descriptor.get() < 0)
+        fail("open", file);
     try {
-        Descriptor descriptor(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-        if (descriptor.get() < 0)
-            fail("open", file);
         if (replaces)
-            static_cast<void>(::fchmod(descriptor.get(), mode));
-        writeAll(descriptor.get(), content, file);
+            static_cast<void>(::fchmod(descriptor.get(), mode)); // The mode of a new file is narrowed by the umask.
+        writeAll(descriptor, content, file);
         if (::fsync(descriptor.get()) != 0)
             fail("fsync", file);
         if (descriptor.close() != 0)
             fail("close", file);
-        if (::rename(temporary.c_str(), file.c_str()) != 0)
+        if (::renameat(folder.get(), temporary.c_str(), folder.get(), name.c_str()) != 0)
             fail("rename", file);
     } catch (...) {
-        ::unlink(temporary.c_str());
+        ::unlinkat(folder.get(), temporary.c_str(), 0);
         throw;
     }
-    flushFolder(folder);
+    flush(folder, file);
+}
+
+void flushFolder(const fs::path& folder)
+{
+    flush(openFolder(folder, folder), folder);
 }
 
 } // namespace orvo

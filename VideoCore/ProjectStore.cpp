@@ -2,11 +2,14 @@
 
 #include "VideoCore/DocumentCodec.h"
 #include "VideoCore/FileIO.h"
+#include "VideoCore/ResolveLinks.h"
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <pwd.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -32,7 +35,7 @@ fs::path dataHome()
 
 VideoProject loadFrom(const fs::path& folder, DocumentDecoder& decoder, std::string& buffer)
 {
-    readFile(folder / ProjectStore::documentName, buffer);
+    readFile(folder / ProjectStore::documentName, buffer, ProjectStore::longestDocument);
     auto project = decoder.decode(buffer);
     if (project.schemaVersion != VideoProject::currentSchemaVersion)
         throw captureError("Este proyecto requiere una versión más reciente.");
@@ -46,7 +49,10 @@ ProjectStore::ProjectStore(const std::optional<fs::path>& root)
 {
     if (!m_root.has_filename())
         m_root = m_root.parent_path();
-    fs::create_directories(m_root);
+    fs::create_directories(m_root.parent_path());
+    // Made with these permissions, so that it is never open to others, not even for a moment.
+    if (::mkdir(m_root.c_str(), S_IRWXU) != 0 && (errno != EEXIST || !fs::is_directory(m_root)))
+        throw fs::filesystem_error("mkdir", m_root, std::error_code(errno, std::system_category()));
     fs::permissions(m_root, fs::perms::owner_all);
 }
 
@@ -59,11 +65,16 @@ void ProjectStore::create(const VideoProject& project) const
 {
     fs::create_directories(directory(project.id) / mediaName);
     save(project);
+    flushFolder(m_root);
 }
 
 void ProjectStore::save(const VideoProject& project) const
 {
-    writeFileAtomically(directory(project.id) / documentName, encodeDocument(project));
+    const fs::path file = directory(project.id) / documentName;
+    const std::string document = encodeDocument(project);
+    if (document.size() > longestDocument)
+        throw fs::filesystem_error("write", file, make_error_code(std::errc::file_too_large));
+    writeFileAtomically(file, document);
 }
 
 VideoProject ProjectStore::load(const Uuid& id) const
@@ -78,28 +89,35 @@ std::vector<VideoProject> ProjectStore::list() const
     std::vector<Uuid> ids;
     std::error_code error;
     for (fs::directory_iterator entry(m_root, error), end; !error && entry != end; entry.increment(error)) {
-        if (const auto id = Uuid::parse(entry->path().filename().native()))
+        const fs::path name = entry->path().filename();
+        // The same identifier in lower case would be another folder, which `load` never looks at.
+        if (const auto id = Uuid::parse(name.native()); id && id->text() == name)
             ids.push_back(*id);
     }
 
     std::vector<std::optional<VideoProject>> loaded(ids.size());
     std::atomic<std::size_t> next = 0;
     const auto loadSome = [&] {
-        DocumentDecoder decoder;
-        std::string buffer;
-        for (std::size_t i = next++; i < ids.size(); i = next++) {
+        for (std::size_t i = next++; i < ids.size();) {
             try {
-                loaded[i] = loadFrom(directory(ids[i]), decoder, buffer);
+                DocumentDecoder decoder;
+                std::string buffer;
+                for (; i < ids.size(); i = next++)
+                    loaded[i] = loadFrom(directory(ids[i]), decoder, buffer);
             } catch (const std::exception&) {
-                // Left out of the library; its folder stays as it is.
+                i = next++; // Left out of the library; its folder stays as it is.
             }
         }
     };
     {
         const std::size_t helpers = std::min<std::size_t>(std::max(1U, std::thread::hardware_concurrency()), ids.size());
         std::vector<std::jthread> threads;
-        for (std::size_t i = 1; i < helpers; ++i)
-            threads.emplace_back(loadSome);
+        try {
+            for (std::size_t i = 1; i < helpers; ++i)
+                threads.emplace_back(loadSome);
+        } catch (const std::system_error&) {
+            // No more threads are to be had: those that run do the work.
+        }
         loadSome();
     }
 
@@ -120,8 +138,8 @@ fs::path ProjectStore::mediaURL(const VideoProject& project, std::string_view fi
     };
     if (file.starts_with('/') || file.contains('\0'))
         refuse();
-    const fs::path base = fs::weakly_canonical(directory(project.id).lexically_normal());
-    const fs::path candidate = fs::weakly_canonical((base / fs::path(file)).lexically_normal());
+    const fs::path base = resolveLinks(directory(project.id));
+    const fs::path candidate = resolveLinks((base / fs::path(file)).lexically_normal());
     if (!candidate.native().starts_with(base.native() + "/"))
         refuse();
     return candidate;

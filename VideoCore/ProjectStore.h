@@ -2,6 +2,7 @@
 
 #include "VideoCore/VideoProject.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <optional>
 #include <string_view>
@@ -17,6 +18,9 @@ class ProjectStore {
 public:
     static constexpr std::string_view documentName = "project.json";
     static constexpr std::string_view mediaName = "media";
+    /// In bytes, some 50 hours of recording. A longer document is neither read nor written: it would be foreign, and could
+    /// take all memory.
+    static constexpr std::size_t longestDocument = std::size_t{512} << 20;
 
     /// Opens the library, making its folder when needed. The root is set to owner-only access (mode 0700) every time.
     ///
@@ -28,7 +32,7 @@ public:
     /// The folder of a project; touches no file.
     std::filesystem::path directory(const Uuid& id) const;
 
-    /// Makes the project's folder with its media folder, then saves. An existing folder is no error.
+    /// Makes the project's folder with its media folder, then saves, as durably. An existing folder is no error.
     void create(const VideoProject& project) const;
 
     /// Writes the document as it is, atomically and durably. The project's folder must exist.
@@ -44,7 +48,8 @@ public:
 
     /// The absolute location of a file of the project, confined to its folder whatever the path and the links in it.
     ///
-    /// The file need not exist. Throws `std::filesystem::filesystem_error` (invalid argument) for a path that leads out.
+    /// The text is put in order first ("a/../b" is "b"), then links are followed. The file need not exist. Throws
+    /// `std::filesystem::filesystem_error` (invalid argument) for a path that leads out.
     std::filesystem::path mediaURL(const VideoProject& project, std::string_view file) const;
 
 private:

@@ -89,7 +89,7 @@ std::string Uuid::text() const
 
 std::size_t std::hash<orvo::Uuid>::operator()(const orvo::Uuid& id) const noexcept
 {
-    std::size_t value = 0;
-    std::memcpy(&value, id.bytes.data(), sizeof value);
-    return value;
+    std::array<std::size_t, 2> halves{};
+    std::memcpy(halves.data(), id.bytes.data(), sizeof halves);
+    return halves[0] ^ halves[1];
 }

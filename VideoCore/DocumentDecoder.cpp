@@ -1,10 +1,8 @@
 #include "VideoCore/DocumentCodec.h"
-
 #include "VideoCore/DocumentSchema.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <format>
 #include <string_view>
 #include <type_traits>
@@ -21,12 +19,19 @@ using schema::Record;
 /// A value that cannot be read. Each enclosing value adds its part of the path on the way out.
 struct Mismatch {
     std::string path;
-    std::string reason;
+    std::string_view reason;
+
+    void inside(std::string part)
+    {
+        if (!path.empty() && path.front() != '[')
+            part += '.';
+        path.insert(0, part);
+    }
 };
 
-[[noreturn]] void mismatch(std::string reason)
+[[noreturn]] void mismatch(std::string_view reason)
 {
-    throw Mismatch{.path = {}, .reason = std::move(reason)};
+    throw Mismatch{.path = {}, .reason = reason};
 }
 
 std::string_view textIn(yyjson_val* value)
@@ -90,10 +95,9 @@ void read(yyjson_val* value, DateTime& out)
 
 template <typename Kind> void readKind(yyjson_val* value, Kind& out, std::optional<Kind> (*parse)(std::string_view))
 {
-    const auto text = requireText(value);
-    const auto kind = parse(text);
+    const auto kind = parse(requireText(value));
     if (!kind)
-        mismatch(std::format("valor desconocido «{}»", text));
+        mismatch("el valor no es ninguno de los conocidos");
     out = *kind;
 }
 
@@ -123,18 +127,18 @@ template <typename T> void read(yyjson_val* value, std::vector<T>& out)
     std::size_t index = 0;
     std::size_t count = 0;
     yyjson_val* item = nullptr;
-    yyjson_arr_foreach(value, index, count, item)
-    {
-        try {
+    try {
+        yyjson_arr_foreach(value, index, count, item)
+        {
             // An element's own identifier is about to be read: making a random one here would be wasted.
             if constexpr (requires { T::id; })
                 read(item, out.emplace_back(T{.id = {}}));
             else
                 read(item, out.emplace_back());
-        } catch (Mismatch& error) {
-            error.path.insert(0, std::format("[{}]", index));
-            throw;
         }
+    } catch (Mismatch& error) {
+        error.inside(std::format("[{}]", index));
+        throw;
     }
 }
 
@@ -185,141 +189,42 @@ template <Record T> void read(yyjson_val* value, T& out)
         mismatch("se esperaba un objeto");
 
     std::array<bool, Reader::count> seen{};
+    std::size_t field = 0;
     std::size_t expected = 0; // Documents written here have their keys in the order of the table.
     std::size_t index = 0;
     std::size_t count = 0;
     yyjson_val* keyValue = nullptr;
     yyjson_val* item = nullptr;
-    yyjson_obj_foreach(value, index, count, keyValue, item)
-    {
-        const auto key = textIn(keyValue);
-        std::size_t field = expected;
-        if (field == Reader::count || Reader::keys[field] != key) {
-            field = static_cast<std::size_t>(std::ranges::find(Reader::keys, key) - Reader::keys.begin());
-            if (field == Reader::count)
-                continue;
-        }
-        expected = field + 1;
-        try {
+    try {
+        yyjson_obj_foreach(value, index, count, keyValue, item)
+        {
+            const auto key = textIn(keyValue);
+            field = expected;
+            if (field == Reader::count || Reader::keys[field] != key) {
+                field = static_cast<std::size_t>(std::ranges::find(Reader::keys, key) - Reader::keys.begin());
+                if (field == Reader::count)
+                    continue;
+            }
+            expected = field + 1;
             if (std::exchange(seen[field], true))
                 mismatch("está repetido");
             Reader::readers[field](item, out);
-        } catch (Mismatch& error) {
-            const bool list = error.path.starts_with('[');
-            error.path.insert(0, std::format("{}{}", key, error.path.empty() || list ? "" : "."));
-            throw;
         }
-    }
-    for (std::size_t i = 0; i < Reader::count; ++i) {
-        if (Reader::required[i] && !seen[i])
-            throw Mismatch{.path = std::string(Reader::keys[i]), .reason = "falta"};
+        for (field = 0; field < Reader::count; ++field) {
+            if (Reader::required[field] && !seen[field])
+                mismatch("falta");
+        }
+    } catch (Mismatch& error) {
+        error.inside(std::string(Reader::keys[field]));
+        throw;
     }
 }
-
-// Writing, one overload for each type of field.
-
-class Writer {
-public:
-    Writer()
-        : m_document(yyjson_mut_doc_new(nullptr))
-    {
-        if (!m_document)
-            throw std::bad_alloc();
-    }
-    ~Writer() { yyjson_mut_doc_free(m_document); }
-    Writer(const Writer&) = delete;
-    Writer& operator=(const Writer&) = delete;
-
-    std::string text(const VideoProject& project)
-    {
-        yyjson_mut_doc_set_root(m_document, write(project));
-        yyjson_write_err error{};
-        std::size_t length = 0;
-        char* text = yyjson_mut_write_opts(
-            m_document, YYJSON_WRITE_PRETTY_TWO_SPACES | YYJSON_WRITE_NEWLINE_AT_END, nullptr, &length, &error);
-        if (!text) {
-            if (error.code == YYJSON_WRITE_ERROR_MEMORY_ALLOCATION)
-                throw std::bad_alloc();
-            throw DocumentError(error.code == YYJSON_WRITE_ERROR_NAN_OR_INF
-                    ? "No se puede guardar el proyecto: contiene un número que no es finito."
-                    : "No se puede guardar el proyecto: contiene un texto que no es UTF-8 válido.");
-        }
-        const std::unique_ptr<char, decltype(&std::free)> owner(text, &std::free);
-        return {text, length};
-    }
-
-private:
-    using Value = yyjson_mut_val*;
-
-    static Value checked(Value value)
-    {
-        if (!value)
-            throw std::bad_alloc();
-        return value;
-    }
-
-    Value text(std::string_view value) { return checked(yyjson_mut_strn(m_document, value.data(), value.size())); }
-
-    Value write(double value) { return checked(yyjson_mut_real(m_document, value)); }
-    Value write(std::int64_t value) { return checked(yyjson_mut_sint(m_document, value)); }
-    Value write(bool value) { return checked(yyjson_mut_bool(m_document, value)); }
-    Value write(const std::string& value) { return text(value); }
-    Value write(TrackKind value) { return text(textOf(value)); }
-    Value write(PointerKind value) { return text(textOf(value)); }
-    Value write(Overlay::Kind value) { return text(textOf(value)); }
-    Value write(DateTime value)
-    {
-        const auto iso = formatIso8601(value);
-        return checked(yyjson_mut_strncpy(m_document, iso.data(), iso.size()));
-    }
-    Value write(const Uuid& value)
-    {
-        std::array<char, 36> buffer{};
-        value.write(buffer.data());
-        return checked(yyjson_mut_strncpy(m_document, buffer.data(), buffer.size()));
-    }
-
-    template <typename T> Value write(const std::vector<T>& items)
-    {
-        const Value array = checked(yyjson_mut_arr(m_document));
-        for (const auto& item : items)
-            yyjson_mut_arr_append(array, write(item));
-        return array;
-    }
-
-    template <typename T> Value write(const SharedList<T>& list) { return write(list.items()); }
-
-    template <Record T> Value write(const T& record)
-    {
-        const Value object = checked(yyjson_mut_obj(m_document));
-        std::apply([&](const auto&... field) { (add(object, field.key, record.*field.member), ...); }, fieldsOf<T>);
-        return object;
-    }
-
-    template <typename T> void add(Value object, std::string_view key, const T& value)
-    {
-        yyjson_mut_obj_add(object, text(key), write(value));
-    }
-
-    template <typename T> void add(Value object, std::string_view key, const std::optional<T>& value)
-    {
-        if (value)
-            add(object, key, *value);
-    }
-
-    yyjson_mut_doc* m_document;
-};
 
 } // namespace
 
 DocumentError::DocumentError(const std::string& message)
     : Error("OrvoVideo.Document", 1, message)
 {
-}
-
-std::string encodeDocument(const VideoProject& project)
-{
-    return Writer().text(project);
 }
 
 struct DocumentDecoder::Memory {
@@ -365,7 +270,7 @@ VideoProject DocumentDecoder::decode(std::string& document)
     } catch (const Mismatch& problem) {
         throw DocumentError(problem.path.empty()
                 ? std::format("El documento del proyecto está dañado: {}.", problem.reason)
-                : std::format("El documento del proyecto está dañado: «{}» {}.", problem.path, problem.reason));
+                : std::format("El documento del proyecto está dañado: «{}»: {}.", problem.path, problem.reason));
     }
     return project;
 }

@@ -1,0 +1,129 @@
+#include "VideoCore/Edits.h"
+
+#include "TestSupport/Projects.h"
+
+#include <functional>
+#include <gmock/gmock.h>
+
+namespace orvo {
+namespace {
+
+using test::emptyProject;
+using test::fixedId;
+using test::fullProject;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(Edits, cutAndRestore)
+{
+    auto project = emptyProject(10);
+    project.edit.cuts = {{3, 6}};
+    Edits::cut(project, {2, 4});
+    EXPECT_THAT(project.edit.cuts, ElementsAre(TimeSpan{2, 6}));
+    Edits::cut(project, {9, 30});
+    Edits::cut(project, {8, 7});
+    EXPECT_THAT(project.edit.cuts, ElementsAre(TimeSpan{2, 6}, TimeSpan{9, 10}));
+
+    EXPECT_EQ(Edits::restore(project, {2, 4}), 0U);
+    EXPECT_EQ(project.edit.cuts.size(), 2U);
+    EXPECT_EQ(Edits::restore(project, {2, 6}), 1U);
+    EXPECT_THAT(project.edit.cuts, ElementsAre(TimeSpan{9, 10}));
+
+    project.edit.cuts = {{1, 2}, {1, 2}, {1, 3}};
+    EXPECT_EQ(Edits::restore(project, {1, 2}), 2U) << "every equal one";
+    EXPECT_THAT(project.edit.cuts, ElementsAre(TimeSpan{1, 3}));
+}
+
+TEST(Edits, newOverlaysAndZooms)
+{
+    const auto project = emptyProject(10);
+    const auto text = Edits::makeOverlay(project, Overlay::Kind::text, "  Nota ", 2);
+    EXPECT_EQ(
+        text, (Overlay{.id = text.id, .content = "  Nota ", .start = 2, .end = 7, .x = 0.08, .y = 0.08, .width = 0.3}));
+    const auto image = Edits::makeOverlay(project, Overlay::Kind::image, "media/a.PNG", 8);
+    EXPECT_EQ(image.kind, Overlay::Kind::image);
+    EXPECT_EQ(image.end, 10);
+
+    const auto zoom = Edits::makeZoom(4);
+    EXPECT_EQ(zoom,
+        (PointerEvent{
+            .id = zoom.id, .time = 4, .x = 0.5, .y = 0.5, .kind = PointerKind::zoom, .duration = 2.5, .scale = 1.8}));
+    EXPECT_NE(zoom.id, Edits::makeZoom(4).id);
+}
+
+TEST(Edits, applySuggestions)
+{
+    auto project = emptyProject(10);
+    const auto zoom = Edits::makeZoom(3);
+    Edits::apply(project, {.kind = SuggestionKind::zoom, .span = {3, 6}, .event = zoom});
+    EXPECT_THAT(project.edit.events, ElementsAre(zoom));
+    EXPECT_THAT(project.edit.cuts, IsEmpty());
+
+    Edits::apply(project, {.kind = SuggestionKind::silence, .span = {3, 6}});
+    Edits::apply(project, {.kind = SuggestionKind::filler, .span = {6, 7}});
+    EXPECT_THAT(project.edit.events, ElementsAre(zoom));
+    EXPECT_THAT(project.edit.cuts, ElementsAre(TimeSpan{3, 7}));
+}
+
+TEST(Edits, touchOnlyWhatTheyName)
+{
+    const auto before = fullProject();
+    struct Case {
+        std::string_view name;
+        std::function<bool(VideoProject&, const Uuid&)> apply; ///< Whether it says that something changed.
+        Uuid id;
+        std::function<void(VideoProject&)> byHand;
+    };
+    const Case cases[]{
+        {"word", [](auto& p, auto& id) { return Edits::correctWord(p, id, "Buenas"); }, fixedId(9),
+            [](auto& p) { p.edit.words.edit()[0].text = "Buenas"; }},
+        {"event", [](auto& p, auto& id) { return Edits::setEventValue(p, id, &PointerEvent::scale, 3); }, fixedId(14),
+            [](auto& p) { p.edit.events.edit()[2].scale = 3; }},
+        {"overlay", [](auto& p, auto& id) { return Edits::setOverlayValue(p, id, &Overlay::end, 9); }, fixedId(8),
+            [](auto& p) { p.edit.overlays.edit()[1].end = 9; }},
+        {"volume", [](auto& p, auto& id) { return Edits::setVolume(p, id, 0.25); }, fixedId(4),
+            [](auto& p) { p.tracks.edit()[2].volume = 0.25; }},
+        {"remove event", [](auto& p, auto& id) { return Edits::removeEvent(p, id) == 1; }, fixedId(13),
+            [](auto& p) { p.edit.events.edit().erase(p.edit.events.begin() + 1); }},
+        {"remove overlay", [](auto& p, auto& id) { return Edits::removeOverlay(p, id) == 1; }, fixedId(7),
+            [](auto& p) { p.edit.overlays.edit().erase(p.edit.overlays.begin()); }},
+    };
+    for (const auto& [name, apply, id, byHand] : cases) {
+        SCOPED_TRACE(name);
+        auto project = before;
+        EXPECT_FALSE(apply(project, fixedId(99)));
+        EXPECT_EQ(project, before);
+        EXPECT_TRUE(project.edit.words.sharesStorageWith(before.edit.words)
+            && project.edit.events.sharesStorageWith(before.edit.events)
+            && project.edit.overlays.sharesStorageWith(before.edit.overlays)
+            && project.tracks.sharesStorageWith(before.tracks))
+            << "nothing to change, nothing copied";
+
+        auto expected = before;
+        byHand(expected);
+        EXPECT_TRUE(apply(project, id));
+        EXPECT_EQ(project, expected);
+        EXPECT_NE(project, before);
+    }
+}
+
+TEST(Edits, fieldsAreFoundByTheirKeys)
+{
+    EXPECT_EQ(Edits::flagNamed("cameraVisible"), &EditState::cameraVisible);
+    EXPECT_EQ(Edits::flagNamed("clickHalo"), &EditState::clickHalo);
+    EXPECT_EQ(Edits::flagNamed("noiseReduction"), &EditState::noiseReduction);
+    EXPECT_EQ(Edits::flagNamed("normalizeVoice"), &EditState::normalizeVoice);
+    EXPECT_EQ(Edits::flagNamed("pointerHighlight"), &EditState::pointerHighlight);
+    EXPECT_EQ(Edits::flagNamed("sharpen"), &EditState::sharpen);
+    EXPECT_EQ(Edits::valueNamed("cameraWidth"), &EditState::cameraWidth);
+    EXPECT_EQ(Edits::valueNamed("cameraX"), &EditState::cameraX);
+    EXPECT_EQ(Edits::valueNamed("cameraY"), &EditState::cameraY);
+    EXPECT_EQ(Edits::valueNamed("fade"), &EditState::fade);
+    for (const std::string_view key : {"", "Fade", "cuts", "words", "volume"}) {
+        EXPECT_EQ(Edits::flagNamed(key), nullptr);
+        EXPECT_EQ(Edits::valueNamed(key), nullptr);
+    }
+}
+
+} // namespace
+} // namespace orvo
