@@ -4,11 +4,15 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <limits>
 
 namespace orvo {
 
 std::string numberText(double value)
 {
+    // Products of huge numbers overflow, and filters read finite ones only.
+    constexpr double limit = std::numeric_limits<double>::max();
+    value = std::isnan(value) ? 0 : std::clamp(value, -limit, limit);
     std::array<char, 32> buffer{};
     // Plain decimals where every digit before the point is significant, exponents beyond.
     const double size = std::abs(value);
