@@ -3,96 +3,197 @@
 #
 # Debian 13 and later have everything. Debian 12 gets the same packages from Debian 13: the machine's own
 # source entry is copied with the suite changed and pinned so low that nothing else is ever taken from it.
-# Quick when there is nothing to do; asks before it adds anything to a person's Debian 12.
+# Quick when there is nothing to do. On a person's Debian 12 it says what it is about to change and asks first.
+# It may be stopped at any point and run again. Its texts are for whoever runs the application: in Spanish.
 set -euo pipefail
-cd "$(dirname "$0")/.."
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+export LC_ALL=C.UTF-8
 
 sources=/etc/apt/sources.list.d/orvo-video-trixie.sources
 pin=/etc/apt/preferences.d/orvo-video-trixie
 
 say() { printf '%s\n' "$*" >&2; }
-fail() { say "setup: $*"; exit 1; }
+fail() { say "Instalación: $*"; exit 1; }
+
+# Whether somebody is there to answer.
+person() { [[ -t 0 && -t 2 && -z ${CI:-} ]]; }
+agreed() {
+  local answer
+  read -r -p "$1 [s/N] " answer && [[ $answer == [sSyY]* ]]
+}
 
 # The packages of the given groups that are not installed, or older than what will do.
 missing() {
-  awk -v groups=" $* " '!/^#/ && NF && index(groups, " " $1 " ") { print $2, $3 }' tools/packages.txt | sort -u |
-    while read -r package lowest; do
-      have=$(dpkg-query -W -f '${db:Status-Status} ${Version}' "$package" 2>/dev/null) || have=
-      if [[ $have != "installed "* ]] || { [[ -n $lowest ]] && dpkg --compare-versions "${have#installed }" lt "$lowest"; }; then
-        echo "$package"
-      fi
-    done
+  local architecture package lowest have
+  local -A installed=()
+  architecture=$(dpkg --print-architecture)
+  mapfile -t wanted < <(awk -v groups=" $* " '!/^#/ && NF && index(groups, " " $1 " ") { print $2, $3 }' tools/packages.txt | sort -u)
+  # dpkg-query fails when it knows nothing of one of the packages, and tells about the others all the same.
+  while read -r package have; do
+    installed[$package]=$have
+  done < <(dpkg-query -W -f '${Package} ${Version} ${db:Status-Status} ${Architecture}\n' "${wanted[@]%% *}" 2>/dev/null |
+    awk -v own="$architecture" '$3 == "installed" && ($4 == own || $4 == "all") { print $1, $2 }' || true)
+  for package in "${wanted[@]}"; do
+    read -r package lowest <<<"$package"
+    have=${installed[$package]:-}
+    if [[ -z $have ]] || { [[ -n $lowest ]] && dpkg --compare-versions "$have" lt "$lowest"; }; then
+      echo "$package"
+    fi
+  done
 }
 
-# Prints a deb822 entry for trixie with the addresses this machine uses for its own suite.
+# Prints, as a deb822 entry for the suite trixie, the first of the machine's own source entries for one of the
+# given suites. Fails when there is none.
 trixie_entry() {
-  local found
-  found=$(
-    for file in /etc/apt/sources.list.d/*.sources; do
-      [[ -e $file && $file != "$sources" ]] || continue
-      awk -v suite="$1" -v RS= '
-        { uris = signed = ""; mine = 0; off = 0
-          n = split($0, line, "\n")
-          for (i = 1; i <= n; i++) {
-            if (line[i] ~ /^Suites:/) { m = split(line[i], word, /[ \t]+/); for (j = 2; j <= m; j++) if (word[j] == suite) mine = 1 }
-            if (line[i] ~ /^URIs:/) uris = line[i]
-            if (line[i] ~ /^Signed-By: *[^ ]/) signed = line[i]
-            if (line[i] ~ /^Enabled: *no/) off = 1
+  local file entry=
+  for file in /etc/apt/sources.list.d/*.sources; do
+    [[ -z $entry && -e $file && $file != "$sources" ]] || continue
+    entry=$(awk -v suites=" $* " -v RS= '
+      {
+        n = split($0, line, "\n"); fields = ""; field = ""; archive = mine = off = addressed = 0
+        for (i = 1; i <= n; i++) {
+          if (line[i] ~ /^#/) continue
+          if (line[i] ~ /^[^ \t]/) { field = tolower(line[i]); sub(/[ \t]*:.*/, "", field) }
+          m = split(line[i], word, /[ \t]+/)
+          for (j = 1; j <= m; j++) {
+            if (field == "types" && word[j] == "deb") archive = 1
+            if (field == "suites" && word[j] != "" && index(suites, " " word[j] " ")) mine = 1
+            if (field == "uris" && word[j] ~ /^[a-z+]+:.*\//) addressed = 1
+            if (field == "enabled" && tolower(word[j]) ~ /^(no|false|off|0)$/) off = 1
           }
-          if (mine && !off && uris != "") { print uris; if (signed != "") print signed; exit } }' "$file"
-    done
-  )
-  if [[ -z $found ]]; then
-    found=$(cat /etc/apt/sources.list /etc/apt/sources.list.d/*.list 2>/dev/null | awk -v suite="$1" '
-      $1 == "deb" { signed = ""; i = 2
-        if ($2 ~ /^\[/) {
-          while (1) { if (match($i, /signed-by=[^] ]+/)) signed = substr($i, RSTART + 10, RLENGTH - 10); if ($i ~ /\]$/) break; i++ }
-          i++
+          if (field ~ /^(uris|signed-by|trusted)$/) fields = fields line[i] "\n"
         }
-        if ($(i + 1) == suite) { print "URIs: " $i; if (signed != "") print "Signed-By: " signed; exit } }')
+        if (archive && mine && addressed && !off) { printf "%s", fields; exit }
+      }' "$file")
+  done
+  if [[ -z $entry ]]; then
+    for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
+      [[ -z $entry && -e $file ]] || continue
+      entry=$(awk -v suites=" $* " '
+        $1 == "deb" {
+          options = ""
+          if (match($0, /\[[^]]*\]/) && $2 ~ /^\[/) {
+            options = substr($0, RSTART + 1, RLENGTH - 2)
+            $0 = "deb " substr($0, RSTART + RLENGTH)
+          }
+          if (!index(suites, " " $3 " ") || $2 ~ /^cdrom:/) next
+          print "URIs: " $2
+          n = split(options, option, /[ \t]+/)
+          for (i = 1; i <= n; i++) {
+            if (sub(/^signed-by=/, "", option[i])) { gsub(/,/, " ", option[i]); print "Signed-By: " option[i] }
+            if (sub(/^trusted=/, "", option[i])) print "Trusted: " option[i]
+          }
+          exit
+        }' "$file")
+    done
   fi
-  [[ -n $found ]] || return 1
-  printf 'Types: deb\nSuites: trixie\nComponents: main\n%s\n' "$(head -n 2 <<<"$found")"
+  [[ -n $entry ]] || return 1
+  printf '%s\nTypes: deb\nSuites: trixie\nComponents: main\n%s\n' \
+    "# Debian 13 for what Orvo Video needs; $pin keeps everything else from it." "$entry"
 }
+
+# Runs a command with what it prints kept for the case of failure.
+quietly() { "$@" </dev/null >>"$log" 2>&1; }
+
+give_up() {
+  tail -n 30 "$log" >&2
+  fail "$*"
+}
+
+# Another program (the daily update, say) may hold the lists for a while.
+update_lists() {
+  local attempt
+  for attempt in {1..24}; do
+    : >"$log"
+    if quietly "${root[@]}" apt-get update -q; then
+      return 0
+    fi
+    grep -q 'Could not get lock' "$log" || return 1
+    sleep 5
+  done
+  return 1
+}
+
+for group; do
+  grep -q "^$group " tools/packages.txt || fail "no existe el grupo «$group» en tools/packages.txt"
+done
+
+if ! command -v apt-get dpkg-query >/dev/null; then
+  say "Esto no es un Debian y aquí no se instala nada: tools/packages.txt dice qué hace falta ($*)."
+  exit 0
+fi
 
 mapfile -t packages < <(missing "$@")
 ((${#packages[@]})) || exit 0
 
-command -v apt-get >/dev/null || fail "this is not a Debian system. Install the equivalents of: ${packages[*]}"
-. /etc/os-release
 root=()
 if ((EUID != 0)); then
-  command -v sudo >/dev/null || fail "run it as root, or install sudo. Missing: ${packages[*]}"
+  again="faltan ${packages[*]}. Como administrador: tools/setup.sh $*"
+  command -v sudo >/dev/null || fail "no está instalado sudo y $again"
   root=(sudo)
-fi
-
-release=()
-# What was installed may have brought Debian 13's own /etc/os-release along: the added source entry tells as well.
-if [[ ${VERSION_CODENAME:-} == bookworm || -e $sources ]]; then
-  release=(-t trixie)
-  if [[ ! -e $sources ]]; then
-    entry=$(trixie_entry bookworm) || fail "no Debian source entry found for $VERSION_CODENAME"
-    if [[ -t 0 && -t 1 && -z ${CI:-} ]]; then
-      say "This is Debian 12. Some packages are needed in the versions of Debian 13. The following would be added:"
-      say "  $sources (your Debian source with the suite \"trixie\")"
-      say "  $pin (pinned at priority 100: nothing else is taken from it)"
-      say "  packages: ${packages[*]}, with what they depend on"
-      read -r -p "Go on? [y/N] " answer
-      [[ $answer == [yYsS]* ]] || fail "nothing was changed"
-    fi
-    "${root[@]}" tee "$sources" >/dev/null <<<"$entry"
-    "${root[@]}" tee "$pin" >/dev/null <<<$'Package: *\nPin: release n=trixie\nPin-Priority: 100'
+  if ! person; then
+    sudo -n true 2>/dev/null || fail "sudo pide una contraseña y no hay quien la escriba; $again"
+    root=(sudo -n)
   fi
 fi
 
-say "setup: installing ${packages[*]}"
+VERSION_CODENAME=
+# shellcheck disable=SC1091
+[[ ! -e /etc/os-release ]] || . /etc/os-release
+
+# Installed packages may have brought Debian 13's own /etc/os-release to a Debian 12: its sources tell as well.
+twelve=
+if [[ ${VERSION_CODENAME:-} == bookworm ]] || { [[ -e $sources ]] && trixie_entry bookworm oldstable >/dev/null; }; then
+  twelve=yes
+fi
+
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-if ! {
-  "${root[@]}" apt-get update -q
-  "${root[@]}" env DEBIAN_FRONTEND=noninteractive NEEDRESTART_SUSPEND=1 apt-get install -q -y --no-install-recommends \
-    -o Dpkg::Options::=--force-confold -o DPkg::Lock::Timeout=120 "${release[@]}" "${packages[@]}"
-} </dev/null >"$log" 2>&1; then
-  tail -n 30 "$log" >&2
-  fail "the packages could not be installed"
+
+release=()
+if [[ $twelve ]]; then
+  release=(-t trixie)
+  if [[ ! -e $sources || ! -e $pin ]]; then
+    entry=$(trixie_entry bookworm oldstable stable) || fail "no se encuentra ninguna fuente de paquetes de Debian 12 en /etc/apt"
+    if person; then
+      say "Esto es un Debian 12. Hacen falta algunos paquetes en su versión de Debian 13. Se añadirían:"
+      say "  $sources (su fuente de Debian, para la versión «trixie»)"
+      say "  $pin (prioridad 100: de ella no se toma nada más)"
+      say "  los paquetes ${packages[*]}, con lo que necesitan"
+      agreed "¿Continuar?" || fail "no se ha cambiado nada"
+    fi
+    # The pin first: an entry without it would offer the whole of Debian 13 to the next upgrade.
+    "${root[@]}" mkdir -p "${pin%/*}" "${sources%/*}"
+    "${root[@]}" tee "$pin" >/dev/null <<<$'# For Orvo Video, with orvo-video-trixie.sources.\nPackage: *\nPin: release n=trixie\nPin-Priority: 100'
+    "${root[@]}" tee "$sources.new" >/dev/null <<<"$entry"
+    "${root[@]}" chmod 644 "$pin" "$sources.new"
+    "${root[@]}" mv "$sources.new" "$sources"
+  fi
+elif [[ -e $sources || -e $pin ]]; then
+  # The machine has become a Debian 13 since, where the pin would hold back its own packages.
+  "${root[@]}" rm -f "$sources" "$pin"
 fi
+
+say "Instalando ${packages[*]} (la primera vez, unos minutos)"
+
+# What an interrupted installation left unfinished.
+if [[ -n $(dpkg --audit 2>/dev/null) ]]; then
+  quietly "${root[@]}" env DEBIAN_FRONTEND=noninteractive dpkg --configure -a --force-confold || true
+fi
+
+# A source that has nothing to do with this may be broken: only what the installation says counts.
+update_lists || say "No se han podido actualizar todas las listas de paquetes; se sigue con las que hay."
+
+install=(apt-get install -q -y --no-install-recommends -o Dpkg::Options::=--force-confold -o DPkg::Lock::Timeout=120
+  "${release[@]}" "${packages[@]}")
+if [[ $twelve ]] && leaving=$(apt-get -s "${install[@]:1}" 2>/dev/null | awk '$1 == "Remv" { print $2 }') && [[ -n $leaving ]]; then
+  say "En este Debian 12 dejan su sitio a otros: "$leaving
+  if person && ! agreed "¿Continuar?"; then
+    fail "no se ha instalado nada (quedan $sources y $pin, que pueden borrarse)"
+  fi
+fi
+quietly "${root[@]}" env DEBIAN_FRONTEND=noninteractive APT_LISTCHANGES_FRONTEND=none NEEDRESTART_SUSPEND=1 "${install[@]}" ||
+  give_up "no se han podido instalar los paquetes"
+
+mapfile -t packages < <(missing "$@")
+((${#packages[@]} == 0)) || fail "este sistema solo ofrece versiones demasiado antiguas de: ${packages[*]} (véase tools/packages.txt)"
