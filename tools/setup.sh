@@ -102,8 +102,8 @@ give_up() {
 
 # Another program (the daily update, say) may hold the lists for a while.
 update_lists() {
-  local attempt
-  for attempt in {1..24}; do
+  local tries=24
+  while ((tries--)); do
     : >"$log"
     if quietly "${root[@]}" apt-get update -q; then
       return 0
@@ -187,7 +187,7 @@ update_lists || say "No se han podido actualizar todas las listas de paquetes; s
 install=(apt-get install -q -y --no-install-recommends -o Dpkg::Options::=--force-confold -o DPkg::Lock::Timeout=120
   "${release[@]}" "${packages[@]}")
 if [[ $twelve ]] && leaving=$(apt-get -s "${install[@]:1}" 2>/dev/null | awk '$1 == "Remv" { print $2 }') && [[ -n $leaving ]]; then
-  say "En este Debian 12 dejan su sitio a otros: "$leaving
+  say "En este Debian 12 dejan su sitio a otros: ${leaving//$'\n'/ }"
   if person && ! agreed "¿Continuar?"; then
     fail "no se ha instalado nada (quedan $sources y $pin, que pueden borrarse)"
   fi
