@@ -157,7 +157,7 @@ if [[ $twelve ]]; then
     entry=$(trixie_entry bookworm oldstable stable) || fail "no se encuentra ninguna fuente de paquetes de Debian 12 en /etc/apt"
     if person; then
       say "Esto es un Debian 12. Hacen falta algunos paquetes en su versión de Debian 13. Se añadirían:"
-      say "  $sources (su fuente de Debian, para la versión «trixie»)"
+      say "  $sources (tu fuente de Debian, para la versión «trixie»)"
       say "  $pin (prioridad 100: de ella no se toma nada más)"
       say "  los paquetes ${packages[*]}, con lo que necesitan"
       agreed "¿Continuar?" || fail "no se ha cambiado nada"
@@ -182,7 +182,7 @@ if [[ -n $(dpkg --audit 2>/dev/null) ]]; then
 fi
 
 # A source that has nothing to do with this may be broken: only what the installation says counts.
-update_lists || say "No se han podido actualizar todas las listas de paquetes; se sigue con las que hay."
+update_lists || say "No se han podido actualizar todas las listas de paquetes; sigo con las que hay."
 
 install=(apt-get install -q -y --no-install-recommends -o Dpkg::Options::=--force-confold -o DPkg::Lock::Timeout=120
   "${release[@]}" "${packages[@]}")

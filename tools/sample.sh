@@ -1,0 +1,110 @@
+#!/bin/bash
+# Makes a sample lesson: tools/sample.sh FOLDER
+#
+# Records 20 seconds of a real display, 1920x1080 at 30 frames a second, on which a time-coded page and the pointer move,
+# together with spoken Spanish. Leaves in FOLDER "grabacion.mp4" and, for as long as nothing recognises speech,
+# "palabras.json": the words that were spoken and their times, as a project document holds them.
+set -euo pipefail
+export LC_ALL=C.UTF-8
+
+length=20
+folder=$1
+mkdir -p "$folder"
+work=$(mktemp -d)
+started=()
+cleanup() {
+  ((${#started[@]} == 0)) || kill "${started[@]}" 2>/dev/null || true
+  wait
+  rm -rf "$work"
+}
+trap cleanup EXIT
+trap 'exit 130' INT TERM
+
+fail() {
+  printf 'Muestra: %s\n' "$1" >&2
+  [[ -z ${2:-} ]] || tail -n 20 "$2" >&2
+  exit 1
+}
+
+# What is said, each line in one breath from its second on, so that the pauses between them are known.
+cat >"$work/said" <<'END'
+0.6|Hola, esta es una lección de muestra.
+3.8|Todo lo que se ve en esta pantalla se está grabando.
+9.0|Eh,
+10.0|las pausas y las muletillas se recortan después
+13.8|sin tocar la grabación original.
+16.8|Y el vídeo sale con sus subtítulos.
+END
+
+# Speaks the lines into voice.wav, and tells the words: within a breath each takes its share by its letters.
+speak() {
+  local start text number=0 sound inputs=() graph='' mixed=''
+  while IFS='|' read -r start text; do
+    sound=$work/$number.wav
+    espeak-ng -v es -s 150 -w "$sound" "$text"
+    printf '%s|%s|%s\n' "$start" "$(ffprobe -v error -show_entries format=duration -of csv=p=0 "$sound")" "$text" >>"$work/timed"
+    inputs+=(-i "$sound")
+    graph+="[$number]adelay=${start}s:all=1[at$number];"
+    mixed+="[at$number]"
+    number=$((number + 1))
+  done <"$work/said"
+  ffmpeg -v error "${inputs[@]}" -filter_complex \
+    "$graph${mixed}amix=$number:normalize=0,aresample=48000,apad=whole_dur=$length" "$work/voice.wav"
+
+  awk -F'|' '{
+    n = split($3, word, " "); at = $1; each = $2 / (length($3) - n + 1)
+    for (i = 1; i <= n; i++) { print at, at + each * length(word[i]), word[i]; at += each * length(word[i]) }
+  }' "$work/timed" | while read -r start end text; do
+    printf '{"id":"%s","start":%s,"end":%s,"text":"%s"}\n' "$(tr a-f A-F </proc/sys/kernel/random/uuid)" "$start" "$end" "$text"
+  done | paste -sd, | sed 's/.*/[&]/' >"$folder/palabras.json"
+}
+
+# A dark page with lines that appear one after another, a ball that swings, a bar that fills and the time.
+cat >"$work/page" <<END
+color=0x15131A:1920x1080:30[page];
+color=0x1D1A24:760x600:30[panel];
+color=0x2EC4B6:120x120:1:d=1, format=yuva420p,
+  geq=lum='lum(X,Y)':cb='cb(X,Y)':cr='cr(X,Y)':a='255*lt(hypot(X-60,Y-60),59)', loop=-1:1, fps=30[ball];
+color=0xB087FF:1640x10:30[bar];
+[panel][ball]overlay='320+300*sin(1.7*t)':'240+220*cos(2.3*t)'[swing];
+[page][swing]overlay=1020:200[scene];
+[scene][bar]overlay='-1500+1640*t/$length':950,
+  drawbox=0:950:140:10:0x15131A:fill,
+  drawtext=font='Liberation Sans':fontsize=76:fontcolor=0xF3F0FA:x=140:y=200:text='Lección de muestra',
+  drawtext=font='Liberation Sans':fontsize=44:fontcolor=0xF3F0FA:x=140:y=360:text='La pantalla se graba':enable='gte(t,1)',
+  drawtext=font='Liberation Sans':fontsize=44:fontcolor=0xF3F0FA:x=140:y=440:text='Las pausas se recortan':enable='gte(t,6)',
+  drawtext=font='Liberation Sans':fontsize=44:fontcolor=0xF3F0FA:x=140:y=520:text='El original no se toca':enable='gte(t,11)',
+  drawtext=font='Liberation Sans':fontsize=44:fontcolor=0xF3F0FA:x=140:y=600:text='El vídeo sale con subtítulos':enable='gte(t,16)',
+  drawtext=font='Liberation Mono':fontsize=64:fontcolor=0xB087FF:x=140:y=830:text='%{pts\:hms}',
+  format=yuv420p
+END
+
+# The pointer's way, thirty places a second, for longer than the recording lasts.
+pointer() {
+  awk -v seconds=$((length + 10)) 'BEGIN {
+    for (i = 0; i < 30 * seconds; i++) {
+      t = i / 30
+      printf "mousemove %d %d sleep 0.033 ", 960 + 700 * sin(0.55 * t), 560 + 330 * sin(0.9 * t + 1)
+    }
+  }'
+}
+
+speak
+
+mkfifo "$work/display"
+Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten tcp -noreset 3>"$work/display" 2>"$work/Xvfb.log" &
+started+=($!)
+read -r -t 30 number <"$work/display" || fail 'no se ha podido abrir una pantalla virtual.' "$work/Xvfb.log"
+export DISPLAY=:$number
+
+SDL_VIDEODRIVER=x11 SDL_RENDER_DRIVER=software ffplay -v error -noborder -left 0 -top 0 -x 1920 -y 1080 -an \
+  -f lavfi -graph_file "$work/page" page 2>"$work/ffplay.log" &
+started+=($!)
+timeout 30 xdotool search --sync --onlyvisible --class ffplay >/dev/null || fail 'la página no se ve.' "$work/ffplay.log"
+mapfile -td " " way < <(pointer)
+xdotool "${way[@]}" >/dev/null &
+started+=($!)
+
+ffmpeg -v error -y -f x11grab -framerate 30 -video_size 1920x1080 -i "$DISPLAY" -i "$work/voice.wav" -t "$length" \
+  -c:v libx264 -preset veryfast -crf 20 -pix_fmt yuv420p -c:a aac -b:a 128k "$folder/grabacion.mp4" </dev/null 2>"$work/ffmpeg.log" ||
+  fail 'no se ha podido grabar la pantalla.' "$work/ffmpeg.log"
