@@ -176,13 +176,15 @@ fi
 
 say "Instalando ${packages[*]} (la primera vez, unos minutos)"
 
-# What an interrupted installation left unfinished.
-if [[ -n $(dpkg --audit 2>/dev/null) ]]; then
-  quietly "${root[@]}" env DEBIAN_FRONTEND=noninteractive dpkg --configure -a --force-confold || true
-fi
-
 # A source that has nothing to do with this may be broken: only what the installation says counts.
 update_lists || say "No se han podido actualizar todas las listas de paquetes; sigo con las que hay."
+
+# What an interrupted installation left unfinished. Only the administrator can see all of it.
+unattended=(env DEBIAN_FRONTEND=noninteractive APT_LISTCHANGES_FRONTEND=none NEEDRESTART_SUSPEND=1)
+quietly "${root[@]}" "${unattended[@]}" dpkg --force-confold --configure -a || true
+if [[ -n $("${root[@]}" dpkg --audit) ]]; then
+  quietly "${root[@]}" "${unattended[@]}" apt-get install -q -y -f -o DPkg::Lock::Timeout=120 || true
+fi
 
 install=(apt-get install -q -y --no-install-recommends -o Dpkg::Options::=--force-confold -o DPkg::Lock::Timeout=120
   "${release[@]}" "${packages[@]}")
@@ -192,7 +194,7 @@ if [[ $twelve ]] && leaving=$(apt-get -s "${install[@]:1}" 2>/dev/null | awk '$1
     fail "no se ha instalado nada (quedan $sources y $pin, que pueden borrarse)"
   fi
 fi
-quietly "${root[@]}" env DEBIAN_FRONTEND=noninteractive APT_LISTCHANGES_FRONTEND=none NEEDRESTART_SUSPEND=1 "${install[@]}" ||
+quietly "${root[@]}" "${unattended[@]}" "${install[@]}" ||
   give_up "no se han podido instalar los paquetes"
 
 mapfile -t packages < <(missing "$@")
