@@ -1,0 +1,95 @@
+"""Runs whole programs and tells what they cost: time, processor time and memory of the program with all its children."""
+
+import json
+import os
+import subprocess
+import threading
+import time
+from dataclasses import dataclass, field
+from pathlib import Path
+
+SAMPLE_INTERVAL = 0.05  # Seconds between two looks at the memory of a running program.
+
+
+@dataclass
+class Cost:
+    """What one run took. Memory is resident memory in MB."""
+
+    wall: float
+    cpu: float  # User and system time of the program and of every child it waited for.
+    peak: float  # Largest sum over the whole process tree at one time.
+    own_peak: float  # Largest size of the program itself, without its children.
+    ffmpeg_runs: list = field(default_factory=list)  # As bench_ffmpeg noted them, where it stood in ffmpeg's place.
+
+    def ffmpeg_wall(self):
+        """Time spent in the runs that work on media; asking for the version is not one of them."""
+        return sum(run["end"] - run["begin"] for run in self.ffmpeg_runs if "-version" not in run["arguments"])
+
+
+def run(command, log=None, **environment):
+    """Runs a command to its end. With `log`, the runs noted in that file by bench_ffmpeg are read and the file is removed."""
+    if log:
+        log.unlink(missing_ok=True)
+        environment["ORVO_BENCH_FFMPEG_LOG"] = str(log)
+    begin = time.monotonic()
+    with subprocess.Popen([str(word) for word in command], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, env={**os.environ, **environment}) as process:
+        sampler = _Sampler(process.pid)
+        output = process.stdout.read()
+        _, status, usage = os.wait4(process.pid, 0)
+        wall = time.monotonic() - begin
+        process.returncode = os.waitstatus_to_exitcode(status)
+        sampler.stop()
+    if process.returncode != 0:
+        raise SystemExit(f"{command[0]} ended with status {process.returncode}:\n{output[-3000:].decode(errors='replace')}")
+    runs = [json.loads(line) for line in log.read_text().splitlines()] if log and log.exists() else []
+    return Cost(wall, usage.ru_utime + usage.ru_stime, sampler.peak, sampler.own_peak, runs)
+
+
+class _Sampler:
+    """Looks at the resident memory of a process tree until stopped."""
+
+    def __init__(self, root):
+        self.peak = self.own_peak = 0.0
+        self._root = root
+        self._done = threading.Event()
+        self._thread = threading.Thread(target=self._watch, daemon=True)
+        self._thread.start()
+
+    def stop(self):
+        self._done.set()
+        self._thread.join()
+
+    def _watch(self):
+        while not self._done.is_set():
+            self.peak = max(self.peak, sum(_resident(pid) for pid in _tree(self._root)))
+            self.own_peak = max(self.own_peak, _high_water_mark(self._root))
+            self._done.wait(SAMPLE_INTERVAL)
+
+
+def _tree(root):
+    found = [root]
+    for pid in found:
+        for children in Path(f"/proc/{pid}/task").glob("*/children"):
+            try:
+                found += map(int, children.read_text().split())
+            except OSError:
+                pass  # The thread ended meanwhile.
+    return found
+
+
+def _resident(pid):
+    try:
+        return int(Path(f"/proc/{pid}/statm").read_text().split()[1]) * os.sysconf("SC_PAGE_SIZE") / 1e6
+    except OSError:
+        return 0.0
+
+
+def _high_water_mark(pid):
+    try:
+        for line in Path(f"/proc/{pid}/status").read_text().splitlines():
+            if line.startswith("VmHWM:"):
+                return int(line.split()[1]) * 1024 / 1e6
+    except OSError:
+        pass
+    return 0.0
