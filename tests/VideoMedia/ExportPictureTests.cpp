@@ -178,8 +178,7 @@ TEST_F(ExportPicture, OddAndTinyProjectsRender)
 
 TEST(ExportHostileNames, PathsAndTitlesAreTakenLiterally)
 {
-    for (const std::string name :
-        {"it's", "a:b", "back\\slash", "\"quoted\"", "-y", "[v0];,=", "100%03d", "emoji 🎬 ñ", "dos\nlíneas", "' : \\' ;"}) {
+    for (const std::string name : {"it's a:b", "back\\slash \"quoted\" [v0];,=", "-y 100%03d", "🎬 ñ\ndos", "' : \\' ;"}) {
         class Named : public ExportFixture {
         public:
             explicit Named(const std::string& library)
