@@ -1,0 +1,24 @@
+#pragma once
+
+/// The commands of `orvo`, one family a file. Each function adds its commands to the application and lets them run on the
+/// session, which must live as long as the application.
+
+namespace CLI {
+class App;
+}
+
+namespace orvo::cli {
+
+class Session;
+
+void addLibraryCommands(CLI::App& app, Session& session); ///< list, show
+void addImportCommand(CLI::App& app, Session& session);
+void addEditCommands(CLI::App& app, Session& session); ///< cut, restore
+void addElementCommands(CLI::App& app, Session& session); ///< text, image, zoom, remove
+void addSetCommand(CLI::App& app, Session& session);
+void addTranscriptCommands(CLI::App& app, Session& session); ///< words, subtitles
+void addSuggestionCommands(CLI::App& app, Session& session); ///< suggest, apply
+void addExportCommand(CLI::App& app, Session& session);
+void addValidateCommand(CLI::App& app, Session& session);
+
+} // namespace orvo::cli

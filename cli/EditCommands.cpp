@@ -1,0 +1,166 @@
+#include "VideoCore/Edits.h"
+#include "cli/Arguments.h"
+#include "cli/Command.h"
+#include "cli/Commands.h"
+#include "cli/Failures.h"
+#include "cli/Text.h"
+
+#include <algorithm>
+#include <cmath>
+#include <format>
+#include <optional>
+#include <ranges>
+
+namespace orvo::cli {
+
+namespace {
+
+/// Times are shown with milliseconds, so a time within one of them means the stored one.
+constexpr double sameTime = 0.001;
+
+std::string shown(const TimeSpan& span)
+{
+    return exactTime(span.start) + " → " + exactTime(span.end);
+}
+
+/// What is left after a command that changed the cuts.
+void reportCuts(Session& session, const VideoProject& project, const std::string& sentence)
+{
+    if (!session.json()) {
+        return session.print(std::format(
+            "{} Quedan {} de {}.\n", sentence, fineLength(project.playableDuration()), fineLength(project.duration)));
+    }
+    const auto span = [](const TimeSpan& cut) {
+        return JsonValue(JsonValue::Object{{"start", cut.start}, {"end", cut.end}});
+    };
+    session.answer(JsonValue::Object{
+        {"id", project.id},
+        {"duration", project.duration},
+        {"playableDuration", project.playableDuration()},
+        {"cuts", project.edit.cuts.items() | std::views::transform(span) | std::ranges::to<JsonValue::Array>()},
+    });
+}
+
+struct CutArguments {
+    std::string project;
+    std::string start;
+    std::string end;
+    std::string word;
+};
+
+/// The stretch of one word of the transcript.
+TimeSpan spanOfWord(const VideoProject& project, const std::string& reference)
+{
+    const auto ids = project.edit.words | std::views::transform(&TranscriptWord::id) | std::ranges::to<std::vector>();
+    const auto index = findById(reference, ids, "palabra");
+    if (!index)
+        throw captureError(std::format("El proyecto no tiene ninguna palabra {}.", inQuotes(reference)));
+    const TranscriptWord& word = project.edit.words[*index];
+    return {word.start, word.end};
+}
+
+void cut(Session& session, const CutArguments& arguments)
+{
+    const bool byWord = !arguments.word.empty();
+    if (byWord == !arguments.start.empty() || arguments.start.empty() != arguments.end.empty())
+        throw UsageError("Indica el tramo con INICIO y FIN, o una palabra con --word.");
+    TimeSpan span;
+    const auto checkLength = [&] {
+        if (span.end < span.start)
+            throw UsageError(
+                std::format("El final ({}) es anterior al inicio ({}).", exactTime(span.end), exactTime(span.start)));
+        if (!(span.duration() > Edits::shortestCut))
+            throw UsageError(std::format("El tramo debe durar más de {} segundos.", shortNumber(Edits::shortestCut)));
+    };
+    if (!byWord) {
+        span = {timeArgument("INICIO", arguments.start), timeArgument("FIN", arguments.end)};
+        checkLength();
+    }
+    const VideoProject project = session.library().edit(arguments.project, [&](VideoProject& edited) {
+        if (byWord) {
+            span = spanOfWord(edited, arguments.word);
+            checkLength();
+        }
+        if (span.start >= edited.duration || span.end <= 0)
+            throw UsageError(std::format(
+                "El tramo {} queda fuera de la grabación, que dura {}.", shown(span), exactTime(edited.duration)));
+        Edits::cut(edited, span);
+    });
+    reportCuts(session, project, std::format("Recortado {}.", shown(span)));
+}
+
+struct RestoreArguments {
+    std::string project;
+    std::string start;
+    std::string end;
+    bool all = false;
+};
+
+/// The stored cut that a person means: one with these ends, or without an end the one that contains the start.
+TimeSpan findCut(const VideoProject& project, double start, std::optional<double> end)
+{
+    const auto matches = [&](const TimeSpan& cut) {
+        if (end)
+            return std::abs(cut.start - start) < sameTime && std::abs(cut.end - *end) < sameTime;
+        return start > cut.start - sameTime && start < cut.end + sameTime;
+    };
+    const auto found = std::ranges::find_if(project.edit.cuts, matches);
+    if (found != project.edit.cuts.end())
+        return *found;
+    if (end)
+        throw captureError(std::format("No hay ningún recorte {}. «orvo show» los muestra.", shown({start, *end})));
+    throw captureError(std::format("No hay ningún recorte en {}. «orvo show» los muestra.", exactTime(start)));
+}
+
+void restore(Session& session, const RestoreArguments& arguments)
+{
+    if (arguments.all == !arguments.start.empty())
+        throw UsageError("Indica qué recorte restaurar con INICIO y FIN, con un momento de él, o todos con --all.");
+    const double start = arguments.all ? 0 : timeArgument("INICIO", arguments.start);
+    const auto end = arguments.end.empty() ? std::nullopt : std::optional(timeArgument("FIN", arguments.end));
+    std::string sentence;
+    const VideoProject project = session.library().edit(arguments.project, [&](VideoProject& edited) {
+        if (arguments.all) {
+            sentence = std::format("Restaurados {} recortes.", edited.edit.cuts.size());
+            for (const TimeSpan& stored : SharedList(edited.edit.cuts))
+                Edits::restore(edited, stored);
+            return;
+        }
+        const TimeSpan stored = findCut(edited, start, end);
+        Edits::restore(edited, stored);
+        sentence = std::format("Restaurado {}.", shown(stored));
+    });
+    reportCuts(session, project, sentence);
+}
+
+} // namespace
+
+void addEditCommands(CLI::App& app, Session& session)
+{
+    addCommand<CutArguments>(
+        app, session, "cut", "Recorta un tramo.\nLos recortes que se tocan se unen; el original no cambia.",
+        [](CLI::App& command, CutArguments& arguments) {
+            command.group("Edición");
+            addProject(command, arguments.project);
+            command.add_option(
+                "INICIO", arguments.start, "Dónde empieza el tramo: segundos (83.5) o minutos y segundos (1:23.5).");
+            command.add_option("FIN", arguments.end, "Dónde termina.");
+            command
+                .add_option(
+                    "--word", arguments.word, "En vez del tramo, una palabra de la transcripción por su identificador.")
+                ->type_name("PALABRA");
+        },
+        cut);
+    addCommand<RestoreArguments>(
+        app, session, "restore", "Deshace un recorte.",
+        [](CLI::App& command, RestoreArguments& arguments) {
+            command.group("Edición");
+            addProject(command, arguments.project);
+            command.add_option("INICIO", arguments.start, "Dónde empieza el recorte; sin FIN, cualquier momento de él.");
+            command.add_option("FIN", arguments.end, "Dónde termina.");
+            command.add_flag("--all", arguments.all, "Deshace todos los recortes.");
+        },
+        restore);
+}
+
+} // namespace orvo::cli

@@ -1,0 +1,201 @@
+#include "VideoCore/Edits.h"
+#include "cli/Arguments.h"
+#include "cli/Command.h"
+#include "cli/Commands.h"
+#include "cli/Elements.h"
+#include "cli/Failures.h"
+#include "cli/ImageFile.h"
+#include "cli/Text.h"
+
+#include <format>
+#include <optional>
+
+namespace orvo::cli {
+
+namespace {
+
+/// Says what was put where, as text or as JSON with the new element's identifier.
+void reportNew(Session& session, const VideoProject& project, const Uuid& element, const std::string& sentence)
+{
+    if (session.json())
+        return session.answer(JsonValue::Object{{"id", project.id}, {"element", element}});
+    session.print(std::format("{} Identificador: {}\n", sentence, element.text()));
+}
+
+/// Throws `UsageError` for a moment at which nothing can be shown.
+void requireInside(const VideoProject& project, double time)
+{
+    if (time < 0 || time >= project.duration) {
+        throw UsageError(std::format(
+            "El momento {} queda fuera de la grabación, que dura {}.", exactTime(time), exactTime(project.duration)));
+    }
+}
+
+struct OverlayArguments {
+    std::string project;
+    std::string time;
+    std::string content;
+    std::string duration;
+    std::string x;
+    std::string y;
+    std::string width;
+};
+
+/// An overlay at its place: what the options say, else the defaults.
+Overlay overlayAt(const VideoProject& project, Overlay::Kind kind, std::string content, const OverlayArguments& arguments)
+{
+    const double start = timeArgument("MOMENTO", arguments.time);
+    requireInside(project, start);
+    Overlay overlay = Edits::makeOverlay(project, kind, std::move(content), start);
+    if (!arguments.duration.empty())
+        overlay.end = start + numberArgument("--duration", arguments.duration, durationRange);
+    if (!arguments.x.empty())
+        overlay.x = numberArgument("--x", arguments.x, placeRange);
+    if (!arguments.y.empty())
+        overlay.y = numberArgument("--y", arguments.y, placeRange);
+    if (!arguments.width.empty())
+        overlay.width = numberArgument("--width", arguments.width, widthRange);
+    return overlay;
+}
+
+std::string shown(const Overlay& overlay)
+{
+    return exactTime(overlay.start) + " → " + exactTime(overlay.end);
+}
+
+void addText(Session& session, const OverlayArguments& arguments)
+{
+    const std::string text = textArgument("TEXTO", arguments.content);
+    if (text.empty())
+        throw UsageError("El texto está vacío.");
+    Overlay overlay;
+    const VideoProject project = session.library().edit(arguments.project, [&](VideoProject& edited) {
+        overlay = overlayAt(edited, Overlay::Kind::text, text, arguments);
+        edited.edit.overlays.edit().push_back(overlay);
+    });
+    reportNew(session, project, overlay.id, std::format("Texto {} en {}.", inQuotes(text), shown(overlay)));
+}
+
+void addImage(Session& session, const OverlayArguments& arguments)
+{
+    const ImageFile image(arguments.content);
+    std::optional<ImageCopy> copy;
+    Overlay overlay;
+    const VideoProject project = session.library().edit(arguments.project, [&](VideoProject& edited) {
+        overlay = overlayAt(edited, Overlay::Kind::image, "", arguments);
+        copy.emplace(image, session.library().store(), edited);
+        overlay.content = copy->name();
+        edited.edit.overlays.edit().push_back(overlay);
+    });
+    copy->keep();
+    reportNew(session, project, overlay.id, std::format("Imagen {} en {}.", inQuotes(image.name()), shown(overlay)));
+}
+
+struct ZoomArguments {
+    std::string project;
+    std::string time;
+    std::string x;
+    std::string y;
+    std::string scale;
+    std::string duration;
+};
+
+void addZoom(Session& session, const ZoomArguments& arguments)
+{
+    PointerEvent zoom;
+    const VideoProject project = session.library().edit(arguments.project, [&](VideoProject& edited) {
+        const double time = timeArgument("MOMENTO", arguments.time);
+        requireInside(edited, time);
+        zoom = Edits::makeZoom(time);
+        if (!arguments.x.empty())
+            zoom.x = numberArgument("--x", arguments.x, centreRange);
+        if (!arguments.y.empty())
+            zoom.y = numberArgument("--y", arguments.y, centreRange);
+        if (!arguments.scale.empty())
+            zoom.scale = numberArgument("--scale", arguments.scale, scaleRange);
+        if (!arguments.duration.empty())
+            zoom.duration = numberArgument("--duration", arguments.duration, durationRange);
+        edited.edit.events.edit().push_back(zoom);
+    });
+    reportNew(session, project, zoom.id,
+        std::format(
+            "Zoom ×{} en {} → {}.", shortNumber(zoom.scale), exactTime(zoom.time), exactTime(zoom.time + zoom.duration)));
+}
+
+struct RemoveArguments {
+    std::string project;
+    std::string element;
+};
+
+void remove(Session& session, const RemoveArguments& arguments)
+{
+    Element element;
+    const VideoProject project = session.library().edit(arguments.project, [&](VideoProject& edited) {
+        element = findElement(edited, arguments.element);
+        Edits::removeOverlay(edited, element.id);
+        Edits::removeEvent(edited, element.id);
+    });
+    if (session.json())
+        return session.answer(JsonValue::Object{{"id", project.id}, {"element", element.id}});
+    session.print(std::format("Quitado: {}.\n", element.id.text()));
+}
+
+void declareOverlay(CLI::App& command, OverlayArguments& arguments, const char* content, const char* what)
+{
+    command.group("Edición");
+    addProject(command, arguments.project);
+    command.add_option("MOMENTO", arguments.time, "Cuándo aparece: segundos (83.5) o minutos y segundos (1:23.5).")
+        ->required();
+    command.add_option(content, arguments.content, what)->required();
+    command.add_option("--duration", arguments.duration, "Segundos que se ve; 5 si no se indica.")->type_name("SEGUNDOS");
+    command.add_option("--x", arguments.x, "Borde izquierdo, como fracción del ancho; 0.08 si no se indica.")
+        ->type_name("N");
+    command.add_option("--y", arguments.y, "Borde superior, como fracción del alto; 0.08 si no se indica.")->type_name("N");
+}
+
+} // namespace
+
+void addElementCommands(CLI::App& app, Session& session)
+{
+    addCommand<OverlayArguments>(
+        app, session, "text", "Añade un texto sobre la imagen.",
+        [](CLI::App& command, OverlayArguments& arguments) {
+            declareOverlay(command, arguments, "TEXTO", "El texto; si empieza por un guion, escribe antes «--».");
+        },
+        addText);
+    addCommand<OverlayArguments>(
+        app, session, "image", "Añade una imagen encima.\nSe copia al proyecto.",
+        [](CLI::App& command, OverlayArguments& arguments) {
+            declareOverlay(command, arguments, "ARCHIVO", "La imagen: PNG, JPEG o WebP.");
+            command.add_option("--width", arguments.width, "Ancho, como fracción del vídeo; 0.3 si no se indica.")
+                ->type_name("N");
+        },
+        addImage);
+    addCommand<ZoomArguments>(
+        app, session, "zoom", "Añade un zoom.",
+        [](CLI::App& command, ZoomArguments& arguments) {
+            command.group("Edición");
+            addProject(command, arguments.project);
+            command.add_option("MOMENTO", arguments.time, "Cuándo empieza: segundos (83.5) o minutos y segundos (1:23.5).")
+                ->required();
+            command.add_option("--x", arguments.x, "Centro, como fracción del ancho; 0.5 si no se indica.")->type_name("N");
+            command.add_option("--y", arguments.y, "Centro, como fracción del alto; 0.5 si no se indica.")->type_name("N");
+            command.add_option("--scale", arguments.scale, "Aumento, de 1 a 4; 1.8 si no se indica.")->type_name("N");
+            command.add_option("--duration", arguments.duration, "Segundos que dura; 2.5 si no se indica.")
+                ->type_name("SEGUNDOS");
+        },
+        addZoom);
+    addCommand<RemoveArguments>(
+        app, session, "remove", "Quita un texto, una imagen o un zoom.",
+        [](CLI::App& command, RemoveArguments& arguments) {
+            command.group("Edición");
+            addProject(command, arguments.project);
+            command
+                .add_option(
+                    "ELEMENTO", arguments.element, "Su identificador o el comienzo de este; «orvo show» los muestra.")
+                ->required();
+        },
+        remove);
+}
+
+} // namespace orvo::cli

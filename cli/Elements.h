@@ -1,0 +1,31 @@
+#pragma once
+
+#include "VideoCore/VideoProject.h"
+#include "cli/Arguments.h"
+
+#include <cstdint>
+#include <string_view>
+
+namespace orvo::cli {
+
+/// What values of the edit make sense.
+inline constexpr Range placeRange{-4, 4}; ///< Edges of pictures and texts, as fractions of the frame.
+inline constexpr Range centreRange{0, 1}; ///< Centres of zooms, as fractions of the frame.
+inline constexpr Range widthRange{0.001, 4}; ///< Widths, as fractions of the frame.
+inline constexpr Range scaleRange{1, 4}; ///< Magnifications.
+inline constexpr Range durationRange{0.01, 86'400}; ///< Lengths of what is shown for a time, in seconds.
+inline constexpr Range volumeRange{0, 16}; ///< Linear gains.
+inline constexpr Range fadeRange{0, 60}; ///< Seconds.
+
+/// Something that was put into an edit and has an identifier: an overlay or a pointer event.
+struct Element {
+    enum class Kind : std::uint8_t { overlay, event };
+
+    Kind kind = Kind::overlay;
+    Uuid id;
+};
+
+/// The element that `reference` names. Throws `captureError` when there is none, `UsageError` as `findById`.
+Element findElement(const VideoProject& project, std::string_view reference);
+
+} // namespace orvo::cli

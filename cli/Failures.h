@@ -1,0 +1,36 @@
+#pragma once
+
+#include "VideoCore/Error.h"
+
+#include <string>
+
+namespace orvo::cli {
+
+/// How `orvo` ends; scripts rely on these numbers.
+enum class ExitStatus : int {
+    done = 0,
+    failed = 1, ///< The work could not be done.
+    wrongUse = 2, ///< The command line is not understood, or a value in it makes no sense.
+    noSuchProject = 3,
+    cancelled = 130, ///< SIGINT or SIGTERM.
+};
+
+/// A command line that asks for something that makes no sense.
+class UsageError : public Error {
+public:
+    explicit UsageError(const std::string& message)
+        : Error("orvo", static_cast<int>(ExitStatus::wrongUse), message)
+    {
+    }
+};
+
+/// The library has no project of that identifier.
+class NoSuchProject : public Error {
+public:
+    explicit NoSuchProject(const std::string& message)
+        : Error("orvo", static_cast<int>(ExitStatus::noSuchProject), message)
+    {
+    }
+};
+
+} // namespace orvo::cli

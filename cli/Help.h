@@ -1,0 +1,17 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+namespace orvo::cli {
+
+/// The text of `--help`, in Spanish.
+class Help final : public CLI::FormatterBase {
+public:
+    std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override;
+};
+
+/// The line that shows how a command is called, for example "orvo cut ID INICIO FIN [opciones]".
+std::string usage(const CLI::App& app);
+
+} // namespace orvo::cli

@@ -1,0 +1,70 @@
+#include "cli/ImageFile.h"
+
+#include "Platform/FfprobeMediaProbe.h"
+#include "VideoCore/Error.h"
+#include "VideoCore/FileIO.h"
+#include "VideoMedia/ProcessRunner.h"
+#include "cli/Text.h"
+
+#include <format>
+#include <string_view>
+
+namespace orvo::cli {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using namespace std::string_view_literals;
+
+/// Whether a file begins as the picture formats do that can be shown for as long as wanted.
+bool beginsAsImage(std::string_view content)
+{
+    return content.starts_with("\x89PNG\r\n\x1a\n"sv) || content.starts_with("\xFF\xD8\xFF"sv)
+        || (content.starts_with("RIFF"sv) && content.substr(std::min<std::size_t>(8, content.size())).starts_with("WEBP"sv));
+}
+
+bool isReadable(const fs::path& file)
+{
+    try {
+        const auto facts = FfprobeMediaProbe().facts(file);
+        return facts.video && facts.video->width > 0 && facts.video->height > 0;
+    } catch (const Error&) {
+        return false;
+    }
+}
+
+} // namespace
+
+ImageFile::ImageFile(const fs::path& file)
+    : m_file(file)
+    , m_content(readFile(file))
+{
+    if (!isUtf8(extension()))
+        throw captureError(std::format("El nombre {} no es UTF-8 válido.", inQuotes(name())));
+    // Where nothing can look into the file yet, its beginning must do.
+    if (!beginsAsImage(m_content) || (ProcessRunner::ffmpeg() && !isReadable(file)))
+        throw captureError(
+            std::format("{} no es una imagen que se pueda usar: debe ser PNG, JPEG o WebP.", inQuotes(name())));
+}
+
+std::string ImageFile::extension() const
+{
+    return m_file.has_extension() ? m_file.extension().string() : ".";
+}
+
+ImageCopy::ImageCopy(const ImageFile& image, const ProjectStore& store, const VideoProject& project)
+    : m_name(std::format("{}/{}{}", ProjectStore::mediaName, Uuid::random().text(), image.extension()))
+    , m_file(store.mediaURL(project, m_name))
+{
+    writeFileAtomically(m_file, image.content());
+}
+
+ImageCopy::~ImageCopy()
+{
+    std::error_code ignored;
+    if (!m_kept)
+        fs::remove(m_file, ignored);
+}
+
+} // namespace orvo::cli

@@ -1,0 +1,78 @@
+#include "cli/Interruption.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace orvo::cli {
+
+namespace {
+
+sigset_t endingSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    struct sigaction hangUp{};
+    if (::sigaction(SIGHUP, nullptr, &hangUp) == 0 && hangUp.sa_handler != SIG_IGN)
+        sigaddset(&signals, SIGHUP);
+    return signals;
+}
+
+} // namespace
+
+Interruption::Interruption()
+{
+    const sigset_t signals = endingSignals();
+    m_signals = ::signalfd(-1, &signals, SFD_CLOEXEC);
+    m_end = ::eventfd(0, EFD_CLOEXEC);
+    if (m_signals < 0 || m_end < 0)
+        throw std::system_error(errno, std::system_category());
+    ::pthread_sigmask(SIG_BLOCK, &signals, &m_before);
+    m_watch = std::thread([this] { watch(); });
+}
+
+Interruption::~Interruption()
+{
+    const std::uint64_t one = 1;
+    while (::write(m_end, &one, sizeof one) < 0 && errno == EINTR) { }
+    m_watch.join();
+    ::close(m_end);
+    ::close(m_signals);
+    ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+}
+
+void Interruption::watch()
+{
+    std::array<pollfd, 2> watched{{{.fd = m_signals, .events = POLLIN}, {.fd = m_end, .events = POLLIN}}};
+    for (;;) {
+        if (::poll(watched.data(), watched.size(), -1) < 0)
+            continue;
+        if (watched[0].revents != 0) {
+            signalfd_siginfo signal{};
+            if (::read(m_signals, &signal, sizeof signal) == sizeof signal)
+                m_stop.request_stop();
+        }
+        if (watched[1].revents != 0)
+            return;
+    }
+}
+
+SignalsHeld::SignalsHeld()
+{
+    const sigset_t signals = endingSignals();
+    ::pthread_sigmask(SIG_BLOCK, &signals, &m_before);
+}
+
+SignalsHeld::~SignalsHeld()
+{
+    ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
+}
+
+} // namespace orvo::cli

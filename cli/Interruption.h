@@ -1,0 +1,45 @@
+#pragma once
+
+#include <csignal>
+#include <stop_token>
+#include <thread>
+
+namespace orvo::cli {
+
+/// While one lives, SIGINT, SIGTERM and SIGHUP (unless that one is ignored) do not end the program: they ask the work to
+/// stop, so that it can clean up.
+///
+/// To be made on the main thread before the work starts any other: threads inherit that these signals wait.
+class Interruption {
+public:
+    Interruption();
+    ~Interruption();
+    Interruption(const Interruption&) = delete;
+    Interruption& operator=(const Interruption&) = delete;
+
+    std::stop_token token() const noexcept { return m_stop.get_token(); }
+    bool requested() const noexcept { return m_stop.stop_requested(); }
+
+private:
+    void watch();
+
+    std::stop_source m_stop;
+    sigset_t m_before{}; ///< The signals that were blocked.
+    int m_signals = -1; ///< Readable when one of the signals came.
+    int m_end = -1; ///< Readable when the watch is over.
+    std::thread m_watch;
+};
+
+/// While one lives, the signals that would end the program wait: for the moment in which a document is replaced.
+class SignalsHeld {
+public:
+    SignalsHeld();
+    ~SignalsHeld();
+    SignalsHeld(const SignalsHeld&) = delete;
+    SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+private:
+    sigset_t m_before{};
+};
+
+} // namespace orvo::cli

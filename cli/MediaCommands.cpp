@@ -1,0 +1,214 @@
+#include "Platform/FfprobeMediaProbe.h"
+#include "VideoMedia/ExportService.h"
+#include "VideoMedia/MovieImport.h"
+#include "cli/Arguments.h"
+#include "cli/Command.h"
+#include "cli/Commands.h"
+#include "cli/Destination.h"
+#include "cli/Failures.h"
+#include "cli/Interruption.h"
+#include "cli/ProgressBar.h"
+#include "cli/ProjectLock.h"
+#include "cli/Text.h"
+#include "cli/Wording.h"
+
+#include <array>
+#include <chrono>
+#include <format>
+#include <optional>
+
+namespace orvo::cli {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// Runs blocking work with a progress bar, so that a signal stops it cleanly. Throws `Cancelled` after one.
+template <typename Work> auto runInterruptibly(const std::string& label, Work work)
+{
+    const Interruption interruption;
+    try {
+        ProgressBar bar(label);
+        return work([&](double fraction) { bar.report(fraction); }, interruption.token());
+    } catch (const std::exception&) {
+        // Ctrl-C reaches the child processes too, and one of them may have failed of it first.
+        if (interruption.requested())
+            throw Cancelled();
+        throw;
+    }
+}
+
+/// A new project's folder, gone again when the import that made it fails.
+class NewFolder {
+public:
+    explicit NewFolder(fs::path folder)
+        : m_folder(std::move(folder))
+    {
+    }
+    ~NewFolder()
+    {
+        std::error_code ignored;
+        if (!m_kept)
+            fs::remove_all(m_folder, ignored);
+    }
+    NewFolder(const NewFolder&) = delete;
+    NewFolder& operator=(const NewFolder&) = delete;
+
+    void keep() { m_kept = true; }
+
+private:
+    fs::path m_folder;
+    bool m_kept = false;
+};
+
+struct ImportArguments {
+    std::string file;
+    std::string append;
+};
+
+VideoProject import(Session& session, const fs::path& movie, std::optional<VideoProject> target)
+{
+    const auto& store = session.library().store();
+    return runInterruptibly("Importando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
+        return MovieImport::importMovie(store, movie, std::move(target), FfprobeMediaProbe(), progress, stop);
+    });
+}
+
+VideoProject importAsNew(Session& session, const fs::path& movie)
+{
+    auto project = VideoProject::make(validUtf8(movie.stem().string()));
+    NewFolder folder(session.library().store().directory(project.id));
+    project = import(session, movie, std::move(project));
+    folder.keep();
+    return project;
+}
+
+VideoProject importInto(Session& session, const std::string& reference, const fs::path& movie)
+{
+    Library& library = session.library();
+    const ProjectLock lock(library.store().directory(library.find(reference)));
+    VideoProject target = library.load(reference);
+    Library::requireEditable(target);
+    target.updatedAt = now();
+    return import(session, movie, std::move(target));
+}
+
+/// Throws `captureError` for a file that is no movie, before any of it is copied.
+void requireMovie(const fs::path& file)
+{
+    if (!fs::is_regular_file(file))
+        throw fs::filesystem_error("import", file,
+            std::make_error_code(fs::is_directory(file) ? std::errc::is_a_directory
+                    : fs::exists(file)                  ? std::errc::invalid_argument
+                                                        : std::errc::no_such_file_or_directory));
+    if (!isUtf8(file.extension().string()))
+        throw captureError(std::format("El nombre {} no es UTF-8 válido.", inQuotes(file.filename().string())));
+    const auto facts = FfprobeMediaProbe().facts(file);
+    if (!facts.duration || !(*facts.duration > 0))
+        throw captureError("El archivo no contiene una duración válida.");
+    if (!facts.video)
+        throw captureError(std::format("{} no contiene vídeo.", inQuotes(file.filename().string())));
+}
+
+void importMovie(Session& session, const ImportArguments& arguments)
+{
+    const fs::path movie = arguments.file;
+    requireMovie(movie);
+    const bool append = !arguments.append.empty();
+    const VideoProject project = append ? importInto(session, arguments.append, movie) : importAsNew(session, movie);
+    if (session.json()) {
+        return session.answer(
+            JsonValue::Object{{"id", project.id}, {"title", project.title}, {"duration", project.duration}});
+    }
+    session.print(append ? std::format("Añadido {} a {}, que ahora dura {}.\n", inQuotes(movie.filename().string()),
+                               inQuotes(shownTitle(project.title)), fineLength(project.duration))
+                         : std::format("Importado {}: {}, {}×{}.\nIdentificador: {}\n", inQuotes(shownTitle(project.title)),
+                               fineLength(project.duration), project.width, project.height, project.id.text()));
+}
+
+struct ExportArguments {
+    std::string project;
+    std::string file;
+    std::string height;
+    std::string fps;
+    std::string quality;
+};
+
+ExportSettings settingsOf(const ExportArguments& arguments)
+{
+    static constexpr std::array<std::string_view, 3> qualities{"small", "balanced", "high"};
+    ExportSettings settings;
+    if (!arguments.height.empty())
+        settings.height = integerArgument("--height", arguments.height, {2, 8192});
+    if (!arguments.fps.empty())
+        settings.fps = integerArgument("--fps", arguments.fps, {1, 240});
+    if (!arguments.quality.empty())
+        settings.quality = arguments.quality;
+    if (!std::ranges::contains(qualities, settings.quality)) {
+        throw UsageError(std::format("No existe la calidad {}.{} Las calidades son small, balanced y high.",
+            inQuotes(settings.quality), suggestion(settings.quality, qualities)));
+    }
+    return settings;
+}
+
+void exportProject(Session& session, const ExportArguments& arguments)
+{
+    const ExportSettings settings = settingsOf(arguments);
+    Library& library = session.library();
+    const VideoProject project = library.load(arguments.project);
+    if (project.state.starts_with(ProjectState::recording))
+        throw captureError("Termina esta grabación antes de exportarla.");
+    const fs::path file = destination(arguments.file, library.store());
+
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
+    runInterruptibly("Exportando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
+        ExportService::exportVideo(project, library.store(), file, settings, FfprobeMediaProbe(), progress, stop);
+    });
+    const fs::path subtitles = fs::path(file).replace_extension("srt");
+    const auto size = fs::file_size(file);
+    if (session.json()) {
+        return session.answer(JsonValue::Object{{"id", project.id}, {"file", file.string()},
+            {"subtitles", subtitles.string()}, {"duration", project.playableDuration()}, {"size", size}});
+    }
+    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    session.print(std::format("Vídeo: {} ({}, {}, en {})\nSubtítulos: {}\n", printable(file.string()),
+        fineLength(project.playableDuration()), fileSize(size), clockTime(seconds), printable(subtitles.string())));
+}
+
+} // namespace
+
+void addImportCommand(CLI::App& app, Session& session)
+{
+    addCommand<ImportArguments>(
+        app, session, "import", "Importa un vídeo.\nCrea un proyecto con el nombre del archivo, o lo añade al final de uno.",
+        [](CLI::App& command, ImportArguments& arguments) {
+            command.group("Biblioteca");
+            command.add_option("ARCHIVO", arguments.file, "El vídeo. Se copia a la biblioteca.")->required();
+            command.add_option("--append", arguments.append, "Lo añade al final de este proyecto.")->type_name("ID");
+        },
+        importMovie);
+}
+
+void addExportCommand(CLI::App& app, Session& session)
+{
+    addCommand<ExportArguments>(
+        app, session, "export", "Exporta el vídeo editado a MP4.\nDeja al lado los subtítulos en un archivo .srt.",
+        [](CLI::App& command, ExportArguments& arguments) {
+            command.group("Resultado");
+            addProject(command, arguments.project);
+            command.add_option("ARCHIVO", arguments.file, "El archivo .mp4; si existe, se reemplaza.")->required();
+            command
+                .add_option(
+                    "--height", arguments.height, "Altura en píxeles, como mucho la del proyecto; 1080 si no se indica.")
+                ->type_name("N");
+            command.add_option("--fps", arguments.fps, "Fotogramas por segundo; 30 si no se indica.")->type_name("N");
+            command
+                .add_option("--quality", arguments.quality,
+                    "small (menor peso), balanced (equilibrada) o high (alta); balanced si no se indica.")
+                ->type_name("CALIDAD");
+        },
+        exportProject);
+}
+
+} // namespace orvo::cli

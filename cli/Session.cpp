@@ -1,0 +1,38 @@
+#include "cli/Session.h"
+
+#include "cli/Failures.h"
+#include "cli/Terminal.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <system_error>
+
+namespace orvo::cli {
+
+Library& Session::library()
+{
+    if (m_library)
+        return *m_library;
+    std::string folder = options.library;
+    if (const char* variable = std::getenv("ORVO_LIBRARY"); folder.empty() && variable)
+        folder = variable;
+    return m_library.emplace(folder.empty() ? std::nullopt : std::optional<std::filesystem::path>(folder));
+}
+
+void Session::print(std::string_view text)
+{
+    errno = 0;
+    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0)
+        return;
+    const std::system_error error(errno, std::system_category());
+    throw captureError("No se puede escribir la respuesta: " + describe(error) + ".");
+}
+
+void Session::note(std::string_view sentence) const
+{
+    if (!json())
+        std::fprintf(stderr, "%s\n", Terminal::toned(Terminal::Tone::quiet, sentence, Terminal::Stream::error).c_str());
+}
+
+} // namespace orvo::cli

@@ -1,0 +1,164 @@
+#include "VideoCore/Edits.h"
+#include "VideoCore/FileIO.h"
+#include "VideoCore/Suggestions.h"
+#include "VideoCore/Timeline.h"
+#include "cli/Arguments.h"
+#include "cli/Command.h"
+#include "cli/Commands.h"
+#include "cli/Destination.h"
+#include "cli/Failures.h"
+#include "cli/Terminal.h"
+#include "cli/Text.h"
+
+#include <algorithm>
+#include <format>
+#include <ranges>
+
+namespace orvo::cli {
+
+namespace {
+
+using Terminal::Table;
+using Terminal::Tone;
+using Timeline::SubtitleFormat;
+
+struct WordsArguments {
+    std::string project;
+    std::string word;
+    std::string text;
+};
+
+/// How much of a word a cut leaves.
+enum class Kept : std::uint8_t { all, part, nothing };
+
+Kept keptOf(const TranscriptWord& word, const Timeline::OutputMap& map)
+{
+    const std::size_t index = map.firstEndingAfter(word.start);
+    if (index == map.kept().size() || map.kept()[index].start >= word.end)
+        return Kept::nothing;
+    const TimeSpan& stretch = map.kept()[index];
+    return stretch.start <= word.start && stretch.end >= word.end ? Kept::all : Kept::part;
+}
+
+void listWords(Session& session, const VideoProject& project)
+{
+    const auto& words = project.edit.words;
+    const Timeline::OutputMap map(project.duration, project.edit.cuts.items());
+    if (session.json()) {
+        JsonValue::Array list;
+        for (const TranscriptWord& word : words) {
+            list.emplace_back(
+                JsonValue::Object{{"id", word.id}, {"start", word.start}, {"end", word.end}, {"text", word.text},
+                    {"filler", Suggestions::isFiller(word.text)}, {"cut", keptOf(word, map) == Kept::nothing}});
+        }
+        return session.answer(list);
+    }
+    if (words.empty())
+        return session.note("El proyecto no tiene transcripción.");
+    const auto ids = shortIds(words | std::views::transform(&TranscriptWord::id) | std::ranges::to<std::vector>());
+    Table table({{}, {}, {}, {}});
+    for (const auto& [word, id] : std::views::zip(words, ids)) {
+        const Kept kept = keptOf(word, map);
+        table.add({id, exactTime(word.start), printable(word.text),
+            kept == Kept::nothing                  ? "recortada"
+                : kept == Kept::part               ? "recortada en parte"
+                : Suggestions::isFiller(word.text) ? "muletilla"
+                                                   : ""});
+    }
+    session.print(table.text());
+}
+
+void correctWord(Session& session, const WordsArguments& arguments)
+{
+    const std::string text = textArgument("TEXTO", arguments.text);
+    Uuid id;
+    std::string before;
+    const VideoProject project = session.library().edit(arguments.project, [&](VideoProject& edited) {
+        const auto ids = edited.edit.words | std::views::transform(&TranscriptWord::id) | std::ranges::to<std::vector>();
+        const auto index = findById(arguments.word, ids, "palabra");
+        if (!index)
+            throw captureError(std::format("El proyecto no tiene ninguna palabra {}.", inQuotes(arguments.word)));
+        id = ids[*index];
+        before = edited.edit.words[*index].text;
+        Edits::correctWord(edited, id, text);
+    });
+    if (session.json())
+        return session.answer(JsonValue::Object{{"id", project.id}, {"word", id}, {"text", text}});
+    session.print(std::format("{} → {}\n", inQuotes(before), inQuotes(text)));
+}
+
+void words(Session& session, const WordsArguments& arguments)
+{
+    if (arguments.word.empty())
+        return listWords(session, session.library().load(arguments.project));
+    if (arguments.text.empty())
+        throw UsageError("Falta el texto nuevo de la palabra.");
+    correctWord(session, arguments);
+}
+
+struct SubtitlesArguments {
+    std::string project;
+    std::string file;
+    std::string format;
+};
+
+SubtitleFormat formatOf(const SubtitlesArguments& arguments)
+{
+    static constexpr std::array<std::string_view, 2> names{"srt", "vtt"};
+    std::string name = arguments.format;
+    if (name.empty()) {
+        const std::string extension = std::filesystem::path(arguments.file).extension().string();
+        name = extension == ".vtt" || extension == ".VTT" ? "vtt" : "srt";
+    }
+    if (!std::ranges::contains(names, name))
+        throw UsageError(std::format("No existe el formato {}: escribe «srt» o «vtt».", inQuotes(name)));
+    return name == "vtt" ? SubtitleFormat::webVtt : SubtitleFormat::subRip;
+}
+
+void subtitles(Session& session, const SubtitlesArguments& arguments)
+{
+    const SubtitleFormat format = formatOf(arguments);
+    const VideoProject project = session.library().load(arguments.project);
+    const std::string text = Timeline::subtitles(project, format);
+    if (project.edit.words.empty())
+        session.note("El proyecto no tiene transcripción: los subtítulos quedan vacíos.");
+    const std::string_view formatName = format == SubtitleFormat::webVtt ? "vtt" : "srt";
+    if (arguments.file.empty() || arguments.file == "-") {
+        if (session.json())
+            return session.answer(JsonValue::Object{{"id", project.id}, {"format", formatName}, {"text", text}});
+        return session.print(text);
+    }
+    const auto file = destination(arguments.file, session.library().store());
+    writeFileAtomically(file, text);
+    if (session.json())
+        return session.answer(JsonValue::Object{{"id", project.id}, {"format", formatName}, {"file", file.string()}});
+    session.print(std::format("Subtítulos en {}\n", printable(file.string())));
+}
+
+} // namespace
+
+void addTranscriptCommands(CLI::App& app, Session& session)
+{
+    addCommand<WordsArguments>(
+        app, session, "words", "Lista las palabras de la transcripción o corrige una.",
+        [](CLI::App& command, WordsArguments& arguments) {
+            command.group("Texto");
+            addProject(command, arguments.project);
+            command.add_option(
+                "PALABRA", arguments.word, "La palabra que se corrige: su identificador o el comienzo de este.");
+            command.add_option("TEXTO", arguments.text, "Su texto nuevo.");
+        },
+        words);
+    addCommand<SubtitlesArguments>(
+        app, session, "subtitles", "Escribe los subtítulos del vídeo ya recortado.",
+        [](CLI::App& command, SubtitlesArguments& arguments) {
+            command.group("Resultado");
+            addProject(command, arguments.project);
+            command.add_option("ARCHIVO", arguments.file, "Dónde; sin él, en la salida estándar.");
+            command.add_option("--format", arguments.format, "srt o vtt; si no se indica, según el archivo, o srt.")
+                ->type_name("FORMATO");
+        },
+        subtitles);
+}
+
+} // namespace orvo::cli
