@@ -78,7 +78,7 @@ void ProgressBar::draw() const
     } else {
         std::string after = std::format("  {:3.0f} %  {}", std::floor(m_fraction * 100), elapsed);
         const double done = m_fraction - m_firstFraction;
-        if (done > 0.01 && m_fraction < 1)
+        if (done > 0.03 && m_fraction < 1)
             after += ", quedan " + clockTime(std::ceil(seconds(now - m_firstReport) * (1 - m_fraction) / done));
         const std::size_t room = Terminal::width(Terminal::Stream::error);
         const std::size_t used = columns(line) + columns(after) + 3;
