@@ -1,0 +1,187 @@
+"""Exports by orvo beside ffmpeg's plain transcode of the same screen file, and beside melt."""
+
+import os
+import shutil
+import subprocess
+from xml.sax.saxutils import quoteattr
+
+from orvobench import document, material, measure
+from orvobench.document import Edit
+from orvobench.lesson import HEIGHT, WIDTH
+from orvobench.material import FPS
+from orvobench.table import Row
+
+EFFECTS = {"zooms": 6, "texts": 4, "camera": True}
+CPU_OF_CUTS, CPU_OF_EFFECTS, MEMORY = 1.25, 1.8, 1.3  # At most, against the plain transcode.
+OWN_SHARE, OWN_MEMORY = 1.0, 50.0  # Per cent of an export's time, MB: below.
+GROWTH = 1.1  # At most: cost of a frame in a recording twelve times as long.
+
+
+class Exporter:
+    """The built command with its own application folder, in which bench_ffmpeg stands for ffmpeg and tells its times."""
+
+    def __init__(self, programs, folder):
+        self.folder = folder
+        shutil.rmtree(folder, ignore_errors=True)
+        helpers = folder / "OrvoVideo.app/Contents/Helpers"
+        for path in (helpers, folder / "bin", folder / "library"):
+            path.mkdir(parents=True)
+        shutil.copy(programs / "orvo", folder / "bin/orvo")
+        shutil.copy(programs / "bench_ffmpeg", helpers / "ffmpeg")
+        (helpers / "ffprobe").symlink_to(shutil.which("ffprobe"))
+
+    def add(self, recording, edit):
+        """Puts a project into the library; returns its identifier."""
+        project = document.document(recording, edit)
+        folder = document.write(self.folder / "library", project)
+        for file in recording.files:
+            target = folder / "media" / file.name
+            if not target.exists():
+                _link(file, target)
+        return project["id"]
+
+    def run(self, identifier):
+        """Exports a project; returns what it cost and the number of frames it made."""
+        target = self.folder / "ours.mp4"
+        cost = measure.run([self.folder / "bin/orvo", "export", identifier, target, "--json"], self.folder / "runs.jsonl",
+                           ORVO_LIBRARY=str(self.folder / "library"))
+        return cost, _frames(target)
+
+
+def plain_transcode(recording, encoder, folder):
+    """ffmpeg alone: screen and microphone, decoded and encoded again."""
+    target = folder / "plain.mp4"
+    cost = measure.run(["ffmpeg", "-hide_banner", "-y", "-nostdin", "-i", recording.screen, "-i", recording.microphone,
+                        "-map", "0:v", "-map", "1:a", *encoder, target])
+    return cost, _frames(target)
+
+
+def melt(recording, cuts, encoder, folder):
+    """melt with the same spans of screen and microphone, and the same encoder settings."""
+    target = folder / "melt.mp4"
+    script = folder / "melt.mlt"
+    script.write_text(_melt_script(recording, document.kept_of(recording.seconds, cuts)))
+    options = dict(zip(encoder[::2], encoder[1::2]))
+    names = {"-c:v": "vcodec", "-preset": "preset", "-b:v": "vb", "-pix_fmt": "pix_fmt", "-c:a": "acodec", "-ar": "ar",
+             "-b:a": "ab", "-movflags": "movflags"}
+    settings = [f"{name}={options[option]}" for option, name in names.items() if option in options]
+    cost = measure.run(["melt", "-silent", script, "-consumer", f"avformat:{target}", "real_time=-2", *settings])
+    return cost, _frames(target)
+
+
+def rows(programs, folder, cache, seconds, runs, long, say):
+    """Runs every variant in turn, `runs` rounds of them, and returns the rows of the table."""
+    recording = material.recording(cache, seconds)
+    exporter = Exporter(programs, folder)
+    few, usual, many = 1, max(2, seconds // 6), max(4, seconds * 2 // 3)
+    variants = {
+        f"cuts alone, {few}": (Edit(cuts=few), CPU_OF_CUTS),
+        f"cuts alone, {usual}": (Edit(cuts=usual), CPU_OF_CUTS),
+        f"cuts alone, {many}": (Edit(cuts=many), CPU_OF_CUTS),
+        f"every effect but sharpening, {usual} cuts": (Edit(cuts=usual, **EFFECTS), CPU_OF_EFFECTS),
+        f"every effect and sharpening, {usual} cuts": (Edit(cuts=usual, sharpen=True, **EFFECTS), None),
+    }
+    costs = {name: [] for name in ("plain", "melt", *variants)}
+    encoder = None
+    for number in range(runs):
+        for name, (edit, _) in variants.items():
+            say(f"round {number + 1} of {runs}: {name}")
+            identifier = exporter.add(recording, edit)
+            costs[name].append(exporter.run(identifier))
+            encoder = encoder or _encoder_of(costs[name][-1][0])
+        say(f"round {number + 1} of {runs}: plain transcode")
+        costs["plain"].append(plain_transcode(recording, encoder, folder))
+        say(f"round {number + 1} of {runs}: melt")
+        costs["melt"].append(melt(recording, document.cuts_of(seconds, usual), encoder, folder))
+
+    result = []
+    for name, (_, target) in variants.items():
+        result += _against(f"export, {name}", costs[name], costs["plain"], "plain transcode", target)
+    result += _against_melt(f"export, cuts alone, {usual}", costs[f"cuts alone, {usual}"], costs["melt"])
+    result += _own_share([cost for name in variants for cost, _ in costs[name]])
+    if long:
+        result += _growth(exporter, material.repeated(cache, recording, 12), usual, costs[f"cuts alone, {usual}"], say)
+    shutil.rmtree(folder)
+    return result
+
+
+def _against(name, ours, theirs, peer, cpu_target):
+    return [
+        _per_frame(f"{name}: processor time a frame", ours, theirs, peer, "cpu", cpu_target),
+        _per_frame(f"{name}: time a frame", ours, theirs, peer, "wall", None),
+        Row(f"{name}: peak memory", "MB", [cost.peak for cost, _ in ours], [cost.peak for cost, _ in theirs], peer,
+            at_most=MEMORY),
+    ]
+
+
+def _against_melt(name, ours, theirs):
+    return [_per_frame(f"{name}: {what} a frame", ours, theirs, "melt", figure, 1.0)
+            for what, figure in (("time", "wall"), ("processor time", "cpu"))]
+
+
+def _per_frame(name, ours, theirs, peer, figure, target):
+    def values(costs):
+        return [getattr(cost, figure) * 1000 / frames for cost, frames in costs]
+
+    return Row(name, "ms", values(ours), values(theirs), peer, at_most=target)
+
+
+def _own_share(costs):
+    shares = [100 * (cost.wall - cost.ffmpeg_wall()) / cost.wall for cost in costs]
+    return [
+        Row("export, outside ffmpeg: share of the time", "%", shares, limit=OWN_SHARE),
+        Row("export, outside ffmpeg: peak memory", "MB", [max(cost.own_peak for cost in costs)], limit=OWN_MEMORY),
+    ]
+
+
+def _growth(exporter, recording, cuts, short, say):
+    """The same lesson twelve times as long, once with as many cuts as the short one, once with twelve times as many."""
+    result = []
+    for count in (cuts, 12 * cuts):
+        say(f"{recording.seconds} seconds with {count} cuts")
+        long = [exporter.run(exporter.add(recording, Edit(cuts=count)))]
+        name = f"export of {recording.seconds // 60} minutes, {count} cuts"
+        peer = f"{recording.seconds // 12} s, {cuts} cuts"
+        result += [_per_frame(f"{name}: {what} a frame", long, short, peer, figure, GROWTH)
+                   for what, figure in (("processor time", "cpu"), ("time", "wall"))]
+        result.append(Row(f"{name}: peak memory", "MB", [cost.peak for cost, _ in long], [cost.peak for cost, _ in short],
+                          peer, at_most=GROWTH if count == cuts else None))
+    return result
+
+
+def _encoder_of(cost):
+    """The encoder settings of the render, for the peers to use the same."""
+    words = cost.ffmpeg_runs[-1]["arguments"]
+    settings = words[words.index("-c:v") : words.index("-t", words.index("-c:v"))]
+    if settings[1] != "libx264":
+        raise SystemExit(f"orvo encodes with {settings[1]} here; the peers are set up for libx264")
+    return settings
+
+
+def _melt_script(recording, spans):
+    def playlist(name, file):
+        entries = "".join(f'<entry producer="{name}" in="{round(start * FPS)}" out="{round(end * FPS) - 1}"/>'
+                          for start, end in spans)
+        return (f'<producer id="{name}" out="{recording.seconds * FPS - 1}"><property name="resource">{file}</property>'
+                f'</producer><playlist id="{name}s">{entries}</playlist>')
+
+    return (f'<mlt root={quoteattr(str(recording.folder))}><profile width="{WIDTH}" height="{HEIGHT}" progressive="1"'
+            f' sample_aspect_num="1" sample_aspect_den="1" display_aspect_num="16" display_aspect_den="9"'
+            f' frame_rate_num="{FPS}" frame_rate_den="1" colorspace="709"/>'
+            f'{playlist("screen", recording.screen)}{playlist("microphone", recording.microphone)}'
+            '<tractor><track producer="screens"/><track producer="microphones" hide="video"/>'
+            '<transition><property name="mlt_service">mix</property><property name="a_track">0</property>'
+            '<property name="b_track">1</property><property name="always_active">1</property>'
+            '<property name="sum">1</property></transition></tractor></mlt>')
+
+
+def _frames(file):
+    words = ["ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries", "stream=nb_frames", "-of", "csv=p=0", file]
+    return int(subprocess.run(words, check=True, stdout=subprocess.PIPE, text=True).stdout)
+
+
+def _link(source, target):
+    try:
+        os.link(source, target)
+    except OSError:
+        shutil.copy(source, target)

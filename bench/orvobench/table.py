@@ -1,0 +1,63 @@
+"""The table of results: every figure with the peer it stands beside and the target it is judged by."""
+
+import json
+from dataclasses import dataclass, field
+from statistics import median
+
+
+@dataclass
+class Row:
+    """One figure. With a peer it is judged by the ratio, without one by itself."""
+
+    what: str
+    unit: str
+    ours: list  # One value a run.
+    peers: list = field(default_factory=list)  # The peer's runs, in the same order.
+    peer: str = ""
+    at_most: float | None = None  # Target of the ratio of ours to the peer's.
+    limit: float | None = None  # Target of our own value.
+
+    def ratio(self):
+        if not self.peers:
+            return None
+        if len(self.ours) == len(self.peers):  # Pair by pair: what slows the machine down slows both.
+            return median(a / b for a, b in zip(self.ours, self.peers))
+        return median(self.ours) / median(self.peers)
+
+    def met(self):
+        if self.at_most is not None:
+            return self.ratio() <= self.at_most
+        return median(self.ours) <= self.limit if self.limit is not None else None
+
+    def target(self):
+        if self.at_most is not None:
+            return f"≤ {self.at_most:.3g} ×"
+        return f"≤ {self.limit:g} {self.unit}" if self.limit is not None else ""
+
+    def record(self):
+        return {"what": self.what, "unit": self.unit, "ours": median(self.ours), "runs": self.ours, "peer": self.peer,
+                "peers": median(self.peers) if self.peers else None, "peerRuns": self.peers, "ratio": self.ratio(),
+                "target": self.target(), "met": self.met()}
+
+
+def show(rows):
+    cells = [("what", "ours", "peer", "ratio", "target", "verdict")]
+    for row in rows:
+        peer = f"{_figure(median(row.peers))} {row.unit} ({row.peer})" if row.peers else ""
+        ratio = f"{row.ratio():.2f}" if row.peers else ""
+        verdict = {True: "met", False: "MISSED", None: ""}[row.met()]
+        cells.append((row.what, f"{_figure(median(row.ours))} {row.unit}", peer, ratio, row.target(), verdict))
+    widths = [max(len(line[column]) for line in cells) for column in range(len(cells[0]))]
+    for number, line in enumerate(cells):
+        print("  ".join(text.rjust(width) if column in (1, 3) else text.ljust(width)
+                        for column, (text, width) in enumerate(zip(line, widths))).rstrip())
+        if number == 0:
+            print("  ".join("─" * width for width in widths))
+
+
+def save(rows, file, about):
+    file.write_text(json.dumps({**about, "rows": [row.record() for row in rows]}, indent=2, ensure_ascii=False) + "\n")
+
+
+def _figure(value):
+    return f"{value:.0f}" if value >= 100 else f"{value:.3g}"
