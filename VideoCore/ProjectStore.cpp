@@ -112,11 +112,12 @@ std::vector<VideoProject> ProjectStore::list() const
     {
         const std::size_t helpers = std::min<std::size_t>(std::max(1U, std::thread::hardware_concurrency()), ids.size());
         std::vector<std::jthread> threads;
-        try {
-            for (std::size_t i = 1; i < helpers; ++i)
+        while (threads.size() + 1 < helpers) {
+            try {
                 threads.emplace_back(loadSome);
-        } catch (const std::system_error&) {
-            // No more threads are to be had: those that run do the work.
+            } catch (const std::system_error&) {
+                break; // No more threads are to be had: those that run do the work.
+            }
         }
         loadSome();
     }

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <atomic>
-#include <compare>
 #include <cstddef>
 #include <initializer_list>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -26,7 +26,7 @@ public:
     explicit SharedList(std::vector<T> items)
     {
         if (!items.empty())
-            m_storage = new Storage(std::move(items));
+            m_storage = make(std::move(items));
     }
     SharedList(const SharedList& other) noexcept
         : m_storage(other.m_storage)
@@ -46,7 +46,7 @@ public:
     ~SharedList()
     {
         if (m_storage && m_storage->owners.fetch_sub(1, std::memory_order_acq_rel) == 1)
-            delete m_storage;
+            std::unique_ptr<Storage>(m_storage).reset();
     }
 
     const std::vector<T>& items() const noexcept { return m_storage ? m_storage->items : s_empty; }
@@ -62,9 +62,9 @@ public:
     std::vector<T>& edit()
     {
         if (!m_storage)
-            m_storage = new Storage({});
+            m_storage = make({});
         else if (m_storage->owners.load(std::memory_order_acquire) != 1)
-            *this = SharedList(*new Storage(m_storage->items));
+            *this = SharedList(*make(m_storage->items));
         return m_storage->items;
     }
 
@@ -85,6 +85,9 @@ private:
         std::atomic<std::size_t> owners{1};
         std::vector<T> items;
     };
+
+    /// Storage with one owner.
+    static Storage* make(std::vector<T> items) { return std::make_unique<Storage>(std::move(items)).release(); }
 
     explicit SharedList(Storage& storage) noexcept
         : m_storage(&storage)

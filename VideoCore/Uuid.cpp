@@ -54,8 +54,11 @@ std::optional<Uuid> Uuid::parse(std::string_view text)
     Uuid id;
     std::size_t position = 0;
     for (auto& byte : id.bytes) {
-        if (hyphenAt(position) && text[position++] != '-')
-            return std::nullopt;
+        if (hyphenAt(position)) {
+            if (text[position] != '-')
+                return std::nullopt;
+            ++position;
+        }
         const auto high = digitValues[static_cast<unsigned char>(text[position])];
         const auto low = digitValues[static_cast<unsigned char>(text[position + 1])];
         if ((high | low) == 0xFF)
