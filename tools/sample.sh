@@ -68,14 +68,14 @@ color=0x2EC4B6:120x120:1:d=1, format=yuva420p,
 color=0xB087FF:1640x10:30[bar];
 [panel][ball]overlay='320+300*sin(1.7*t)':'240+220*cos(2.3*t)'[swing];
 [page][swing]overlay=1020:200[scene];
-[scene][bar]overlay='-1500+1640*t/$length':950,
-  drawbox=0:950:140:10:0x15131A:fill,
+[scene][bar]overlay='-1500+1640*t/$length':1000,
+  drawbox=0:1000:140:10:0x15131A:fill,
   drawtext=font='Liberation Sans':fontsize=76:fontcolor=0xF3F0FA:x=140:y=200:text='Lección de muestra',
   drawtext=font='Liberation Sans':fontsize=44:fontcolor=0xF3F0FA:x=140:y=360:text='La pantalla se graba':enable='gte(t,1)',
   drawtext=font='Liberation Sans':fontsize=44:fontcolor=0xF3F0FA:x=140:y=440:text='Las pausas se recortan':enable='gte(t,6)',
   drawtext=font='Liberation Sans':fontsize=44:fontcolor=0xF3F0FA:x=140:y=520:text='El original no se toca':enable='gte(t,11)',
   drawtext=font='Liberation Sans':fontsize=44:fontcolor=0xF3F0FA:x=140:y=600:text='El vídeo sale con subtítulos':enable='gte(t,16)',
-  drawtext=font='Liberation Mono':fontsize=64:fontcolor=0xB087FF:x=140:y=830:text='%{pts\:hms}',
+  drawtext=font='Liberation Mono':fontsize=64:fontcolor=0xB087FF:x=100:y=760:text='%{pts\:hms}',
   format=yuv420p
 END
 
