@@ -138,27 +138,24 @@ void restore(Session& session, const RestoreArguments& arguments)
 void addEditCommands(CLI::App& app, Session& session)
 {
     addCommand<CutArguments>(
-        app, session, "cut", "Recorta un tramo.\nLos recortes que se tocan se unen; el original no cambia.",
-        [](CLI::App& command, CutArguments& arguments) {
-            command.group("Edición");
-            addProject(command, arguments.project);
-            command.add_option(
+        app, session, {"cut", "Edición", "Recorta un tramo.\nLos recortes que se tocan se unen; el original no cambia."},
+        [](Command& command, CutArguments& arguments) {
+            command.project(arguments.project);
+            command.optionalArgument(
                 "INICIO", arguments.start, "Dónde empieza el tramo: segundos (83.5) o minutos y segundos (1:23.5).");
-            command.add_option("FIN", arguments.end, "Dónde termina.");
-            command
-                .add_option(
-                    "--word", arguments.word, "En vez del tramo, una palabra de la transcripción por su identificador.")
-                ->type_name("PALABRA");
+            command.optionalArgument("FIN", arguments.end, "Dónde termina.");
+            command.option("--word", "PALABRA", arguments.word,
+                "En vez del tramo, una palabra de la transcripción por su identificador.");
         },
         cut);
     addCommand<RestoreArguments>(
-        app, session, "restore", "Deshace un recorte.",
-        [](CLI::App& command, RestoreArguments& arguments) {
-            command.group("Edición");
-            addProject(command, arguments.project);
-            command.add_option("INICIO", arguments.start, "Dónde empieza el recorte; sin FIN, cualquier momento de él.");
-            command.add_option("FIN", arguments.end, "Dónde termina.");
-            command.add_flag("--all", arguments.all, "Deshace todos los recortes.");
+        app, session, {"restore", "Edición", "Deshace un recorte."},
+        [](Command& command, RestoreArguments& arguments) {
+            command.project(arguments.project);
+            command.optionalArgument(
+                "INICIO", arguments.start, "Dónde empieza el recorte; sin FIN, cualquier momento de él.");
+            command.optionalArgument("FIN", arguments.end, "Dónde termina.");
+            command.flag("--all", arguments.all, "Deshace todos los recortes.");
         },
         restore);
 }

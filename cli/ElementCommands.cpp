@@ -140,17 +140,14 @@ void remove(Session& session, const RemoveArguments& arguments)
     session.print(std::format("Quitado: {}.\n", element.id.text()));
 }
 
-void declareOverlay(CLI::App& command, OverlayArguments& arguments, const char* content, const char* what)
+void declareOverlay(Command& command, OverlayArguments& arguments, const char* content, const char* what)
 {
-    command.group("Edición");
-    addProject(command, arguments.project);
-    command.add_option("MOMENTO", arguments.time, "Cuándo aparece: segundos (83.5) o minutos y segundos (1:23.5).")
-        ->required();
-    command.add_option(content, arguments.content, what)->required();
-    command.add_option("--duration", arguments.duration, "Segundos que se ve; 5 si no se indica.")->type_name("SEGUNDOS");
-    command.add_option("--x", arguments.x, "Borde izquierdo, como fracción del ancho; 0.08 si no se indica.")
-        ->type_name("N");
-    command.add_option("--y", arguments.y, "Borde superior, como fracción del alto; 0.08 si no se indica.")->type_name("N");
+    command.project(arguments.project);
+    command.argument("MOMENTO", arguments.time, "Cuándo aparece: segundos (83.5) o minutos y segundos (1:23.5).");
+    command.argument(content, arguments.content, what);
+    command.option("--duration", "SEGUNDOS", arguments.duration, "Segundos que se ve; 5 si no se indica.");
+    command.option("--x", "N", arguments.x, "Borde izquierdo, como fracción del ancho; 0.08 si no se indica.");
+    command.option("--y", "N", arguments.y, "Borde superior, como fracción del alto; 0.08 si no se indica.");
 }
 
 } // namespace
@@ -158,42 +155,35 @@ void declareOverlay(CLI::App& command, OverlayArguments& arguments, const char* 
 void addElementCommands(CLI::App& app, Session& session)
 {
     addCommand<OverlayArguments>(
-        app, session, "text", "Añade un texto sobre la imagen.",
-        [](CLI::App& command, OverlayArguments& arguments) {
+        app, session, {"text", "Edición", "Añade un texto sobre la imagen."},
+        [](Command& command, OverlayArguments& arguments) {
             declareOverlay(command, arguments, "TEXTO", "El texto; si empieza por un guion, escribe antes «--».");
         },
         addText);
     addCommand<OverlayArguments>(
-        app, session, "image", "Añade una imagen encima.\nSe copia al proyecto.",
-        [](CLI::App& command, OverlayArguments& arguments) {
+        app, session, {"image", "Edición", "Añade una imagen encima.\nSe copia al proyecto."},
+        [](Command& command, OverlayArguments& arguments) {
             declareOverlay(command, arguments, "ARCHIVO", "La imagen: PNG, JPEG o WebP.");
-            command.add_option("--width", arguments.width, "Ancho, como fracción del vídeo; 0.3 si no se indica.")
-                ->type_name("N");
+            command.option("--width", "N", arguments.width, "Ancho, como fracción del vídeo; 0.3 si no se indica.");
         },
         addImage);
     addCommand<ZoomArguments>(
-        app, session, "zoom", "Añade un zoom.",
-        [](CLI::App& command, ZoomArguments& arguments) {
-            command.group("Edición");
-            addProject(command, arguments.project);
-            command.add_option("MOMENTO", arguments.time, "Cuándo empieza: segundos (83.5) o minutos y segundos (1:23.5).")
-                ->required();
-            command.add_option("--x", arguments.x, "Centro, como fracción del ancho; 0.5 si no se indica.")->type_name("N");
-            command.add_option("--y", arguments.y, "Centro, como fracción del alto; 0.5 si no se indica.")->type_name("N");
-            command.add_option("--scale", arguments.scale, "Aumento, de 1 a 4; 1.8 si no se indica.")->type_name("N");
-            command.add_option("--duration", arguments.duration, "Segundos que dura; 2.5 si no se indica.")
-                ->type_name("SEGUNDOS");
+        app, session, {"zoom", "Edición", "Añade un zoom."},
+        [](Command& command, ZoomArguments& arguments) {
+            command.project(arguments.project);
+            command.argument("MOMENTO", arguments.time, "Cuándo empieza: segundos (83.5) o minutos y segundos (1:23.5).");
+            command.option("--x", "N", arguments.x, "Centro, como fracción del ancho; 0.5 si no se indica.");
+            command.option("--y", "N", arguments.y, "Centro, como fracción del alto; 0.5 si no se indica.");
+            command.option("--scale", "N", arguments.scale, "Aumento, de 1 a 4; 1.8 si no se indica.");
+            command.option("--duration", "SEGUNDOS", arguments.duration, "Segundos que dura; 2.5 si no se indica.");
         },
         addZoom);
     addCommand<RemoveArguments>(
-        app, session, "remove", "Quita un texto, una imagen o un zoom.",
-        [](CLI::App& command, RemoveArguments& arguments) {
-            command.group("Edición");
-            addProject(command, arguments.project);
-            command
-                .add_option(
-                    "ELEMENTO", arguments.element, "Su identificador o el comienzo de este; «orvo show» los muestra.")
-                ->required();
+        app, session, {"remove", "Edición", "Quita un texto, una imagen o un zoom."},
+        [](Command& command, RemoveArguments& arguments) {
+            command.project(arguments.project);
+            command.argument(
+                "ELEMENTO", arguments.element, "Su identificador o el comienzo de este; «orvo show» los muestra.");
         },
         remove);
 }

@@ -30,7 +30,7 @@ private:
     std::thread m_watch;
 };
 
-/// While one lives, the signals that would end the program wait: for the moment in which a document is replaced.
+/// While one lives, the signals that would end the program wait: for the moment in which a project is changed.
 class SignalsHeld {
 public:
     SignalsHeld();

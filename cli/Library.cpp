@@ -157,9 +157,10 @@ VideoProject Library::edit(std::string_view reference, const std::function<void(
     const ProjectLock lock(store().directory(id));
     VideoProject project = load(id);
     requireEditable(project);
+    // A signal between the first file that changes and the document would leave a part of the change.
+    const SignalsHeld held;
     change(project);
     project.updatedAt = now();
-    const SignalsHeld held;
     store().save(project);
     return project;
 }

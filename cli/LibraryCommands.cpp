@@ -41,7 +41,10 @@ void list(Session& session, const ListArguments& /*arguments*/)
     const auto projects = session.library().list();
     if (session.json())
         return session.answer(projects | std::views::transform(summary) | std::ranges::to<JsonValue::Array>());
-    if (projects.empty())
+    if (const std::size_t all = session.library().ids().size(); all > projects.size())
+        session.note(
+            std::format("{} de {} proyectos no se pueden leer; «orvo validate» dice por qué.", all - projects.size(), all));
+    else if (projects.empty())
         return session.note("La biblioteca está vacía. «orvo import VÍDEO» crea el primer proyecto.");
 
     const auto ids = shortIds(projects | std::views::transform(&VideoProject::id) | std::ranges::to<std::vector>());
@@ -195,14 +198,14 @@ void show(Session& session, const ShowArguments& arguments)
 void addLibraryCommands(CLI::App& app, Session& session)
 {
     addCommand<ListArguments>(
-        app, session, "list", "Lista los proyectos, el más reciente primero.",
-        [](CLI::App& command, ListArguments&) { command.group("Biblioteca"); }, list);
+        app, session, {"list", "Biblioteca", "Lista los proyectos, el más reciente primero."},
+        [](Command&, ListArguments&) { }, list);
     addCommand<ShowArguments>(
-        app, session, "show", "Muestra un proyecto y su edición.\nCon --json, su documento tal como está guardado.",
-        [](CLI::App& command, ShowArguments& arguments) {
-            command.group("Biblioteca");
-            addProject(command, arguments.project);
-            command.add_flag("--all", arguments.all, "Muestra enteras las listas largas.");
+        app, session,
+        {"show", "Biblioteca", "Muestra un proyecto y su edición.\nCon --json, su documento tal como está guardado."},
+        [](Command& command, ShowArguments& arguments) {
+            command.project(arguments.project);
+            command.flag("--all", arguments.all, "Muestra enteras las listas largas.");
         },
         show);
 }

@@ -12,6 +12,7 @@
 #include "cli/Text.h"
 #include "cli/Wording.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <format>
@@ -181,11 +182,12 @@ void exportProject(Session& session, const ExportArguments& arguments)
 void addImportCommand(CLI::App& app, Session& session)
 {
     addCommand<ImportArguments>(
-        app, session, "import", "Importa un vídeo.\nCrea un proyecto con el nombre del archivo, o lo añade al final de uno.",
-        [](CLI::App& command, ImportArguments& arguments) {
-            command.group("Biblioteca");
-            command.add_option("ARCHIVO", arguments.file, "El vídeo. Se copia a la biblioteca.")->required();
-            command.add_option("--append", arguments.append, "Lo añade al final de este proyecto.")->type_name("ID");
+        app, session,
+        {"import", "Biblioteca",
+            "Importa un vídeo.\nCrea un proyecto con el nombre del archivo, o lo añade al final de uno."},
+        [](Command& command, ImportArguments& arguments) {
+            command.argument("ARCHIVO", arguments.file, "El vídeo. Se copia a la biblioteca.");
+            command.option("--append", "ID", arguments.append, "Lo añade al final de este proyecto.");
         },
         importMovie);
 }
@@ -193,20 +195,16 @@ void addImportCommand(CLI::App& app, Session& session)
 void addExportCommand(CLI::App& app, Session& session)
 {
     addCommand<ExportArguments>(
-        app, session, "export", "Exporta el vídeo editado a MP4.\nDeja al lado los subtítulos en un archivo .srt.",
-        [](CLI::App& command, ExportArguments& arguments) {
-            command.group("Resultado");
-            addProject(command, arguments.project);
-            command.add_option("ARCHIVO", arguments.file, "El archivo .mp4; si existe, se reemplaza.")->required();
-            command
-                .add_option(
-                    "--height", arguments.height, "Altura en píxeles, como mucho la del proyecto; 1080 si no se indica.")
-                ->type_name("N");
-            command.add_option("--fps", arguments.fps, "Fotogramas por segundo; 30 si no se indica.")->type_name("N");
-            command
-                .add_option("--quality", arguments.quality,
-                    "small (menor peso), balanced (equilibrada) o high (alta); balanced si no se indica.")
-                ->type_name("CALIDAD");
+        app, session,
+        {"export", "Resultado", "Exporta el vídeo editado a MP4.\nDeja al lado los subtítulos en un archivo .srt."},
+        [](Command& command, ExportArguments& arguments) {
+            command.project(arguments.project);
+            command.argument("ARCHIVO", arguments.file, "El archivo .mp4; si existe, se reemplaza.");
+            command.option(
+                "--height", "N", arguments.height, "Altura en píxeles, como mucho la del proyecto; 1080 si no se indica.");
+            command.option("--fps", "N", arguments.fps, "Fotogramas por segundo; 30 si no se indica.");
+            command.option("--quality", "CALIDAD", arguments.quality,
+                "small (menor peso), balanced (equilibrada) o high (alta); balanced si no se indica.");
         },
         exportProject);
 }

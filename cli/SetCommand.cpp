@@ -179,17 +179,14 @@ void set(Session& session, const SetArguments& arguments)
 void addSetCommand(CLI::App& app, Session& session)
 {
     addCommand<SetArguments>(
-        app, session, "set", "Cambia el título o un ajuste.",
-        [](CLI::App& command, SetArguments& arguments) {
-            command.group("Edición");
-            addProject(command, arguments.project);
-            command.add_option("CAMPO", arguments.field, "Qué se cambia; la lista está abajo.")->required();
-            command
-                .add_option("VALOR", arguments.value,
-                    "El valor nuevo: un texto, un número, o «sí» o «no». Si empieza por un guion y no es un número, escribe "
-                    "antes «--».")
-                ->required();
-            command.footer(R"(Campos
+        app, session, {"set", "Edición", "Cambia el título o un ajuste."},
+        [](Command& command, SetArguments& arguments) {
+            command.project(arguments.project);
+            command.argument("CAMPO", arguments.field, "Qué se cambia; la lista está abajo.");
+            command.argument("VALOR", arguments.value,
+                "El valor nuevo: un texto, un número, o «sí» o «no». Si empieza por un guion y no es un número, escribe "
+                "antes «--».");
+            command.notes(R"(Campos
   title                     Título.
   cameraVisible             Mostrar la cámara: sí o no.
   cameraX, cameraY          Borde izquierdo y superior de la cámara, como

@@ -139,25 +139,16 @@ void apply(Session& session, const ApplyArguments& arguments)
 void addSuggestionCommands(CLI::App& app, Session& session)
 {
     addCommand<SuggestArguments>(
-        app, session, "suggest", "Propone mejoras: pausas y muletillas que recortar, zooms en los clics.",
-        [](CLI::App& command, SuggestArguments& arguments) {
-            command.group("Texto");
-            addProject(command, arguments.project);
-        },
-        suggest);
+        app, session, {"suggest", "Texto", "Propone mejoras: pausas y muletillas que recortar, zooms en los clics."},
+        [](Command& command, SuggestArguments& arguments) { command.project(arguments.project); }, suggest);
     addCommand<ApplyArguments>(
-        app, session, "apply", "Aplica mejoras propuestas.\nLas que ya están aplicadas se dejan como están.",
-        [](CLI::App& command, ApplyArguments& arguments) {
-            command.group("Texto");
-            addProject(command, arguments.project);
-            command.add_option("NUMERO", arguments.numbers, "Sus números en la lista de «orvo suggest».");
-            command
-                .add_option(
-                    "--kind", arguments.kinds, "Todas las de una clase: silence (pausas), filler (muletillas) o zoom.")
-                ->type_name("CLASE")
-                ->expected(1)
-                ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-            command.add_flag("--all", arguments.all, "Todas.");
+        app, session, {"apply", "Texto", "Aplica mejoras propuestas.\nLas que ya están aplicadas se dejan como están."},
+        [](Command& command, ApplyArguments& arguments) {
+            command.project(arguments.project);
+            command.arguments("NUMERO", arguments.numbers, "Sus números en la lista de «orvo suggest».");
+            command.options(
+                "--kind", "CLASE", arguments.kinds, "Todas las de una clase: silence (pausas), filler (muletillas) o zoom.");
+            command.flag("--all", arguments.all, "Todas.");
         },
         apply);
 }

@@ -140,23 +140,20 @@ void subtitles(Session& session, const SubtitlesArguments& arguments)
 void addTranscriptCommands(CLI::App& app, Session& session)
 {
     addCommand<WordsArguments>(
-        app, session, "words", "Lista las palabras de la transcripción o corrige una.",
-        [](CLI::App& command, WordsArguments& arguments) {
-            command.group("Texto");
-            addProject(command, arguments.project);
-            command.add_option(
+        app, session, {"words", "Texto", "Lista las palabras de la transcripción o corrige una."},
+        [](Command& command, WordsArguments& arguments) {
+            command.project(arguments.project);
+            command.optionalArgument(
                 "PALABRA", arguments.word, "La palabra que se corrige: su identificador o el comienzo de este.");
-            command.add_option("TEXTO", arguments.text, "Su texto nuevo.");
+            command.optionalArgument("TEXTO", arguments.text, "Su texto nuevo.");
         },
         words);
     addCommand<SubtitlesArguments>(
-        app, session, "subtitles", "Escribe los subtítulos del vídeo ya recortado.",
-        [](CLI::App& command, SubtitlesArguments& arguments) {
-            command.group("Resultado");
-            addProject(command, arguments.project);
-            command.add_option("ARCHIVO", arguments.file, "Dónde; sin él, en la salida estándar.");
-            command.add_option("--format", arguments.format, "srt o vtt; si no se indica, según el archivo, o srt.")
-                ->type_name("FORMATO");
+        app, session, {"subtitles", "Resultado", "Escribe los subtítulos del vídeo ya recortado."},
+        [](Command& command, SubtitlesArguments& arguments) {
+            command.project(arguments.project);
+            command.optionalArgument("ARCHIVO", arguments.file, "Dónde; sin él, en la salida estándar.");
+            command.option("--format", "FORMATO", arguments.format, "srt o vtt; si no se indica, según el archivo, o srt.");
         },
         subtitles);
 }

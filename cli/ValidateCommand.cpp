@@ -250,13 +250,14 @@ void validate(Session& session, const ValidateArguments& arguments)
 void addValidateCommand(CLI::App& app, Session& session)
 {
     addCommand<ValidateArguments>(
-        app, session, "validate",
-        "Comprueba proyectos: documento, archivos y medios.\nSin ID, toda la biblioteca. El estado de salida es 1 si alguno "
-        "tiene errores.",
-        [](CLI::App& command, ValidateArguments& arguments) {
-            command.group("Biblioteca");
-            command.add_option("ID", arguments.projects, "Proyectos: su identificador o el comienzo de este.");
-            command.add_flag("--quick", arguments.quick, "No abre los archivos de vídeo y sonido.");
+        app, session,
+        {"validate", "Biblioteca",
+            "Comprueba proyectos: documento, archivos y medios.\nSin ID, toda la biblioteca. El estado de salida es 1 si "
+            "alguno "
+            "tiene errores."},
+        [](Command& command, ValidateArguments& arguments) {
+            command.arguments("ID", arguments.projects, "Proyectos: su identificador o el comienzo de este.");
+            command.flag("--quick", arguments.quick, "No abre los archivos de vídeo y sonido.");
         },
         validate);
 }

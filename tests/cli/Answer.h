@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct yyjson_doc;
+struct yyjson_val;
+
+namespace orvo::test {
+
+/// A JSON answer, read strictly: one value and nothing else. A step to a place that is not there throws, and so fails the
+/// test that takes it.
+class Answer {
+public:
+    explicit Answer(const std::string& text);
+
+    Answer operator[](std::string_view key) const;
+    Answer operator[](std::size_t index) const;
+
+    std::size_t size() const; ///< Of a list.
+    bool has(std::string_view key) const;
+    std::vector<std::string> keys() const; ///< Of an object, in order.
+
+    std::string text() const;
+    double number() const;
+    bool flag() const;
+
+private:
+    Answer(std::shared_ptr<yyjson_doc> document, yyjson_val* value);
+
+    std::shared_ptr<yyjson_doc> m_document;
+    yyjson_val* m_value;
+};
+
+} // namespace orvo::test

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "CliTestSupport/Answer.h"
+#include "CliTestSupport/Program.h"
+#include "TestSupport/Projects.h"
+#include "TestSupport/TemporaryFolder.h"
+#include "VideoCore/FileIO.h"
+#include "VideoCore/ProjectStore.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orvo::test {
+
+/// A library with one project of ten seconds, and `orvo` working on it.
+class CliFixture : public testing::Test {
+protected:
+    CliFixture()
+        : store(folder / "library")
+        , project(emptyProject(10))
+        , id(project.id.text())
+    {
+        setup.library = store.root();
+        store.create(project);
+    }
+
+    /// Runs `orvo` with these arguments on the library.
+    Outcome orvo(std::vector<std::string> arguments) const { return run(std::move(arguments), setup); }
+
+    /// Runs it with `--json`; it must succeed and answer with one value.
+    Answer answer(std::vector<std::string> arguments) const
+    {
+        arguments.emplace(arguments.begin() + 1, "--json"); // Behind a "--" it would be a name.
+        const Outcome outcome = orvo(std::move(arguments));
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        return Answer(outcome.out);
+    }
+
+    /// The project as it is stored now.
+    VideoProject stored() const { return store.load(project.id); }
+
+    /// The bytes of its document.
+    std::string document() const { return readFile(store.directory(project.id) / ProjectStore::documentName); }
+
+    TemporaryFolder folder;
+    ProjectStore store;
+    VideoProject project;
+    std::string id;
+    Program::Setup setup;
+};
+
+} // namespace orvo::test

@@ -1,0 +1,175 @@
+#include "CliFixture.h"
+#include "TestSupport/Media.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+#include <utility>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+class ImportExport : public CliFixture {
+protected:
+    ImportExport()
+        : clip(folder / "mi vídeo.de prueba.mp4")
+    {
+        ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=160x90:rate=30:duration=3", "-f", "lavfi", "-i", "sine=duration=3",
+            "-c:v", "libx264", "-preset", "ultrafast", "-c:a", "aac", clip});
+    }
+
+    fs::path clip;
+};
+
+TEST_F(ImportExport, AMovieBecomesAProjectIsEditedAndExported)
+{
+    const Answer imported = answer({"import", clip});
+    const std::string movie = imported["id"].text();
+    VideoProject now = store.load(*Uuid::parse(movie));
+    EXPECT_EQ(now.title, "mi vídeo.de prueba");
+    EXPECT_EQ(now.width, 160);
+    ASSERT_EQ(now.tracks.size(), 1);
+    EXPECT_EQ(now.tracks[0].kind, TrackKind::screen);
+    EXPECT_EQ(answer({"list"})[0]["id"].text(), movie) << "newest first";
+
+    EXPECT_EQ(answer({"import", "--append", movie.substr(0, 8), clip})["id"].text(), movie);
+    now = store.load(now.id);
+    ASSERT_EQ(now.tracks.size(), 2);
+    EXPECT_EQ(now.tracks[1].kind, TrackKind::clip);
+    EXPECT_NEAR(now.duration, 6, 0.1);
+
+    answer({"cut", movie, "1", "2.5"});
+    answer({"text", movie, "0", "Hola"});
+    ffmpeg({"-f", "lavfi", "-i", "color=red:size=16x16", "-frames:v", "1", folder / "rojo.PNG"});
+    const std::string image =
+        answer({"image", movie, "0", folder / "rojo.PNG", "--x", "0.5", "--y", "0.5"})["element"].text();
+    now = store.load(now.id);
+    const Overlay& overlay = now.edit.overlays[1];
+    EXPECT_EQ(overlay.id.text(), image);
+    EXPECT_THAT(overlay.content, testing::MatchesRegex("media/[0-9A-F-]{36}\\.PNG"));
+    EXPECT_EQ(readFile(store.mediaURL(now, overlay.content)), readFile(folder / "rojo.PNG"));
+
+    const fs::path out = folder / "-salida 'x': \"y\".mp4";
+    const Answer exported = answer({"export", movie, "--height", "72", "--fps", "15", "--quality", "small", "--", out});
+    EXPECT_EQ(exported["file"].text(), out);
+    const ProbedFile file = probe(out);
+    EXPECT_EQ(file.height, 72);
+    EXPECT_NEAR(file.videoDuration, now.playableDuration(), 1.0 / 15);
+    EXPECT_NEAR(file.frames, now.playableDuration() * 15, 1);
+    EXPECT_TRUE(fs::exists(fs::path(out).replace_extension("srt")));
+    const auto colour = decodeFrames(out)[7].mean(0.55, 0.6, 0.75, 0.9);
+    EXPECT_GT(colour.red, colour.green + 80) << "the image is in the picture";
+
+    const Outcome defaults = orvo({"export", movie, folder / "igual.mp4"});
+    EXPECT_EQ(defaults.status, 0);
+    EXPECT_THAT(defaults.err, IsEmpty()) << "no progress where there is no terminal";
+    EXPECT_EQ(probe(folder / "igual.mp4").height, 90) << "never larger than the project";
+    EXPECT_EQ(probe(folder / "igual.mp4").frames, 135);
+}
+
+TEST_F(ImportExport, ProgressIsShownOnATerminal)
+{
+    const std::string movie = answer({"import", clip})["id"].text();
+    setup.errorTerminal = true;
+    const Outcome outcome = orvo({"export", movie, folder / "out.mp4", "--json"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.err, HasSubstr("Exportando"));
+    EXPECT_THAT(outcome.err, testing::EndsWith("\r\x1b[K")) << "and gone at the end";
+    EXPECT_EQ(Answer(outcome.out)["id"].text(), movie) << "standard output has the answer alone";
+}
+
+TEST_F(ImportExport, WhatIsNoMovieIsNotImported)
+{
+    std::ofstream(folder / "texto.mp4") << "esto es un texto";
+    makeSound(folder / "sonido.m4a", "sine=duration=1");
+    struct Case {
+        fs::path file;
+        std::string message;
+    };
+    const Case cases[]{
+        {folder / "no está.mp4", "no existe"},
+        {folder.path(), "es una carpeta"},
+        {folder / "texto.mp4", "«texto.mp4» no se puede leer"},
+        {folder / "sonido.m4a", "«sonido.m4a» no contiene vídeo."},
+        {"/dev/null", "no es válido"},
+    };
+    const std::string before = document();
+    for (const auto& [file, message] : cases) {
+        for (const std::vector<std::string>& arguments :
+            {std::vector<std::string>{"import", file, "--json"}, {"import", file, "--append", id, "--json"}}) {
+            const Outcome outcome = orvo(arguments);
+            EXPECT_EQ(outcome.status, 1) << file;
+            EXPECT_THAT(outcome.err, HasSubstr(message));
+            EXPECT_THAT(outcome.out, IsEmpty());
+        }
+    }
+    EXPECT_EQ(answer({"list"}).size(), 1);
+    EXPECT_EQ(document(), before);
+    EXPECT_TRUE(fs::is_empty(store.directory(project.id) / "media"));
+    EXPECT_EQ(orvo({"import", clip, "--append", "FFFF"}).status, 3);
+}
+
+TEST_F(ImportExport, NamesThatAreNotUtf8AreReplacedInTheTitle)
+{
+    const fs::path strange = folder / "caf\xE9.mp4";
+    fs::copy_file(clip, strange);
+    const Answer imported = answer({"import", strange});
+    EXPECT_EQ(imported["title"].text(), "caf\uFFFD");
+}
+
+TEST_F(ImportExport, WhatIsNoImageIsNotAdded)
+{
+    ffmpeg({"-f", "lavfi", "-i", "color=red:size=16x16", "-frames:v", "1", folder / "rojo.png"});
+    const std::string png = readFile(folder / "rojo.png");
+    std::ofstream(folder / "cortada.png") << png.substr(0, 20);
+    std::ofstream(folder / "texto.png") << "esto es un texto";
+    ffmpeg({"-f", "lavfi", "-i", "color=red:size=16x16:duration=1", folder / "corta.gif"});
+    const std::string before = document();
+    for (const std::string name : {"cortada.png", "texto.png", "corta.gif"}) {
+        const Outcome outcome = orvo({"image", id, "1", folder / name});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, HasSubstr("«" + name + "» no es una imagen que se pueda usar"));
+    }
+    EXPECT_EQ(orvo({"image", id, "1", folder / "no está.png"}).status, 1);
+    EXPECT_EQ(orvo({"image", id, "99", folder / "rojo.png"}).status, 2);
+    EXPECT_EQ(document(), before);
+    EXPECT_TRUE(fs::is_empty(store.directory(project.id) / "media")) << "no copy is left";
+}
+
+TEST_F(ImportExport, DestinationsThatCannotBe)
+{
+    const std::string movie = answer({"import", clip})["id"].text();
+    const VideoProject now = store.load(*Uuid::parse(movie));
+    const fs::path original = store.mediaURL(now, now.tracks[0].file);
+    const std::string bytes = readFile(original);
+    fs::create_symlink(original, folder / "enlace.mp4");
+    struct Case {
+        fs::path file;
+        std::string message;
+    };
+    const Case cases[]{
+        {folder / "out.avi", "debe terminar en «.mp4»"},
+        {folder / "no está/out.mp4", "no existe"},
+        {folder.path(), "es una carpeta"},
+        {clip / "out.mp4", "no es una carpeta"},
+        {original, "está dentro de un proyecto"},
+        {folder / "enlace.mp4", "está dentro de un proyecto"},
+        {store.directory(now.id) / "out.mp4", "está dentro de un proyecto"},
+    };
+    for (const auto& [file, message] : cases) {
+        const Outcome outcome = orvo({"export", movie, file});
+        EXPECT_EQ(outcome.status, 1) << file;
+        EXPECT_THAT(outcome.err, HasSubstr(message));
+    }
+    EXPECT_EQ(readFile(original), bytes);
+}
+
+} // namespace
+
+} // namespace orvo::test

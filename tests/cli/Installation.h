@@ -1,0 +1,43 @@
+#pragma once
+
+#include "CliFixture.h"
+#include "TestSupport/TemporaryFolder.h"
+
+#include <fstream>
+#include <string>
+
+namespace orvo::test {
+
+/// A copy of `orvo` beside an application folder of its own, where a test decides what `ffmpeg` there is.
+class Installation {
+public:
+    Installation()
+    {
+        std::filesystem::create_directories(m_folder / "bin");
+        std::filesystem::create_directories(helpers());
+        std::filesystem::copy_file(orvoProgram(), program());
+    }
+
+    std::filesystem::path program() const { return m_folder / "bin/orvo"; }
+
+    /// Puts a shell script in the place of "ffmpeg" or "ffprobe".
+    void addScript(const std::string& name, const std::string& body) const
+    {
+        const auto file = helpers() / name;
+        std::ofstream(file) << "#!/bin/sh\n" << body << "\n";
+        std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+    }
+
+    /// Whether a test can take `ffmpeg` away: another candidate on this machine would be found instead.
+    static bool isOnlyCandidate()
+    {
+        return !std::filesystem::exists("/usr/local/bin/ffmpeg") && !std::filesystem::exists("/opt/homebrew/bin/ffmpeg");
+    }
+
+private:
+    std::filesystem::path helpers() const { return m_folder / "OrvoVideo.app/Contents/Helpers"; }
+
+    TemporaryFolder m_folder;
+};
+
+} // namespace orvo::test

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace orvo::test {
+
+/// The built `orvo`.
+std::filesystem::path orvoProgram();
+
+/// How a program ended and what it wrote.
+struct Outcome {
+    int status = -1; ///< Exit status, or 128 and the number of the signal that ended it.
+    std::string out;
+    std::string err;
+};
+
+/// A child process whose output is read while it runs.
+class Program {
+public:
+    struct Setup {
+        std::filesystem::path executable = orvoProgram();
+        std::filesystem::path library; ///< ORVO_LIBRARY; not set when empty.
+        std::map<std::string, std::string> environment; ///< More variables.
+        bool outputTerminal = false; ///< Standard output is a terminal of 80 columns.
+        bool errorTerminal = false; ///< Standard error is.
+        std::string outputFile; ///< Standard output is this file instead.
+        std::optional<uid_t> user; ///< Run as this user.
+        std::optional<std::size_t> largestFile; ///< RLIMIT_FSIZE, with SIGXFSZ ignored.
+    };
+
+    Program(std::vector<std::string> arguments, const Setup& setup);
+    ~Program(); ///< Kills the program when nobody waited for its end.
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    pid_t pid() const noexcept { return m_pid; }
+
+    /// Waits until the program has written this to standard error. False when it ended without.
+    bool waitForError(const std::string& text);
+
+    void signal(int number) const;
+
+    /// Closes the reading end of standard output.
+    void stopReading();
+
+    /// Waits for the end.
+    Outcome end();
+
+private:
+    bool readSome();
+
+    pid_t m_pid = -1;
+    int m_out = -1;
+    int m_err = -1;
+    Outcome m_outcome;
+};
+
+/// Runs a program to its end.
+Outcome run(std::vector<std::string> arguments, const Program::Setup& setup);
+
+} // namespace orvo::test

@@ -1,0 +1,81 @@
+#include "CliFixture.h"
+#include "TestSupport/SmallDisk.h"
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+std::vector<std::string> entriesOf(const fs::path& directory)
+{
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(directory))
+        names.push_back(entry.path().filename());
+    std::ranges::sort(names);
+    return names;
+}
+
+class WriteFailure : public CliFixture { };
+
+TEST_F(WriteFailure, AFullDiskLosesNothing)
+{
+    std::vector<TranscriptWord> words;
+    for (int i = 0; i < 500; ++i)
+        words.push_back(word("palabra", i * 0.01, i * 0.01 + 0.005));
+    project.edit.words = SharedList(words);
+    store.save(project);
+    const std::string before = document();
+
+    setup.largestFile = before.size() / 2;
+    const Outcome limited = orvo({"cut", id, "1", "2"});
+    EXPECT_EQ(limited.status, 1);
+    EXPECT_THAT(limited.err, HasSubstr("el archivo es demasiado grande"));
+    EXPECT_EQ(document(), before);
+    EXPECT_THAT(entriesOf(store.directory(project.id)), ElementsAre("media", "project.json"));
+    setup.largestFile.reset();
+
+    const SmallDisk disk(before.size() + 16'384);
+    if (!disk)
+        GTEST_SKIP() << "mounting is not allowed here";
+    const ProjectStore small(disk.path() / "library");
+    small.create(project);
+    setup.library = small.root();
+    const Outcome full = orvo({"cut", id, "1", "2"});
+    EXPECT_EQ(full.status, 1);
+    EXPECT_THAT(full.err, HasSubstr("no queda espacio en el disco"));
+    EXPECT_EQ(readFile(small.directory(project.id) / "project.json"), before);
+    EXPECT_THAT(entriesOf(small.directory(project.id)), ElementsAre("media", "project.json"));
+}
+
+TEST_F(WriteFailure, AReadOnlyProjectLosesNothing)
+{
+    // For root there are no permissions, so it lets an ordinary user try, with a program that this user can reach.
+    const fs::path program = folder / "orvo";
+    fs::copy_file(orvoProgram(), program);
+    if (::geteuid() == 0) {
+        constexpr uid_t nobody = 65534;
+        setup.user = nobody;
+        setup.executable = program;
+        setup.environment["HOME"] = folder.path();
+        ASSERT_EQ(::chown(folder.path().c_str(), nobody, nobody), 0);
+        for (const auto& entry : fs::recursive_directory_iterator(folder.path()))
+            ASSERT_EQ(::chown(entry.path().c_str(), nobody, nobody), 0);
+    }
+    const std::string before = document();
+    fs::permissions(store.directory(project.id), fs::perms::owner_read | fs::perms::owner_exec);
+    const Outcome outcome = orvo({"cut", id, "1", "2"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("no hay permiso"));
+    EXPECT_EQ(document(), before);
+    EXPECT_EQ(orvo({"show", id}).status, 0) << "reading still works";
+}
+
+} // namespace
+
+} // namespace orvo::test
