@@ -26,16 +26,19 @@ if(ORVO_SANITIZERS)
   endif()
 endif()
 
-# orvo_module(NAME SOURCES file... [PUBLIC target...] [PRIVATE target...])
+# orvo_module(NAME [INCLUDED_AS FOLDER] SOURCES file... [PUBLIC target...] [PRIVATE target...])
 #
-# Makes the static library NAME from the folder of the same name. Its headers are included as "NAME/Header.h". Each module is
-# given an include folder that shows that one module and nothing else, so that a header of a layer that is not linked
-# cannot be included: the direction of the dependencies is checked by the compiler.
+# Makes the static library NAME from this folder. Its headers are included as "NAME/Header.h", or as "FOLDER/Header.h". Each
+# module is given an include folder that shows that one module and nothing else, so that a header of a layer that is not
+# linked cannot be included: the direction of the dependencies is checked by the compiler.
 function(orvo_module NAME)
-  cmake_parse_arguments(ARG "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  cmake_parse_arguments(ARG "" "INCLUDED_AS" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  if(NOT ARG_INCLUDED_AS)
+    set(ARG_INCLUDED_AS ${NAME})
+  endif()
   set(view ${CMAKE_BINARY_DIR}/include/${NAME})
   file(MAKE_DIRECTORY ${view})
-  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${view}/${NAME} SYMBOLIC)
+  file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${view}/${ARG_INCLUDED_AS} SYMBOLIC)
   add_library(${NAME} STATIC ${ARG_SOURCES})
   target_include_directories(${NAME} PUBLIC ${view})
   target_link_libraries(${NAME} PUBLIC ${ARG_PUBLIC} PRIVATE orvo_flags ${ARG_PRIVATE})

@@ -1,0 +1,419 @@
+#pragma once
+
+#include "OrvoVideo/AppServices.h"
+#include "OrvoVideo/History.h"
+#include "OrvoVideo/Models/CutModel.h"
+#include "OrvoVideo/Models/LibraryModel.h"
+#include "OrvoVideo/Models/OverlayModel.h"
+#include "OrvoVideo/Models/SuggestionModel.h"
+#include "OrvoVideo/Models/TrackModel.h"
+#include "OrvoVideo/Models/TranscriptModel.h"
+#include "OrvoVideo/Models/ZoomModel.h"
+#include "OrvoVideo/ProjectDocuments.h"
+#include "OrvoVideo/Values.h"
+#include "OrvoVideo/support/Answer.h"
+#include "OrvoVideo/support/Workers.h"
+#include "VideoCore/VideoProject.h"
+
+#include <QCoroTask>
+#include <QFileSystemWatcher>
+#include <QObject>
+#include <QTimer>
+#include <QUrl>
+#include <QVariantMap>
+#include <QtQml/qqmlregistration.h>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <stop_token>
+
+namespace orvo {
+
+/// The one central model of the application: the library, the open project with its history, the preview players, the one
+/// long operation of the moment and the texts that the user sees.
+///
+/// Lives on the main thread, and everything here is called there. Nothing here blocks it: files are read and written, and
+/// movies rendered, on other threads. What takes time is a coroutine; none outlives the model. Failures are told to the user
+/// in `errorMessage` and `status`; no operation throws.
+///
+/// Times are seconds on the recording timeline. Records are addressed by the text form of their identifier, as the item
+/// models give it; one that no record has changes nothing, but is a step to undo like any other edit.
+class AppModel : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The application makes the one model")
+
+    // The library and the open project.
+    Q_PROPERTY(orvo::LibraryModel* library READ library CONSTANT)
+    Q_PROPERTY(bool libraryListed READ libraryListed NOTIFY libraryListedChanged)
+    Q_PROPERTY(bool hasProject READ hasProject NOTIFY projectChanged)
+    Q_PROPERTY(orvo::ProjectFacts project READ projectFacts NOTIFY projectChanged)
+    Q_PROPERTY(orvo::TrackModel* tracks READ tracks CONSTANT)
+    Q_PROPERTY(orvo::TranscriptModel* transcript READ transcript CONSTANT)
+    Q_PROPERTY(orvo::CutModel* cuts READ cuts CONSTANT)
+    Q_PROPERTY(orvo::ZoomModel* zooms READ zooms CONSTANT)
+    Q_PROPERTY(orvo::OverlayModel* overlays READ overlays CONSTANT)
+    Q_PROPERTY(orvo::SuggestionModel* suggestions READ suggestions CONSTANT)
+    // Editing.
+    Q_PROPERTY(orvo::Span selectedSpan READ selectedSpan WRITE setSelectedSpan NOTIFY selectedSpanChanged)
+    Q_PROPERTY(bool canUndo READ canUndo NOTIFY historyChanged)
+    Q_PROPERTY(bool canRedo READ canRedo NOTIFY historyChanged)
+    Q_PROPERTY(bool unsavedChanges READ unsavedChanges NOTIFY unsavedChangesChanged)
+    // The preview.
+    Q_PROPERTY(orvo::PreviewPlayer* player READ player CONSTANT)
+    Q_PROPERTY(orvo::PreviewPlayer* cameraPlayer READ cameraPlayer CONSTANT)
+    Q_PROPERTY(double playhead READ playhead NOTIFY playheadChanged)
+    Q_PROPERTY(bool playing READ playing NOTIFY playingChanged)
+    Q_PROPERTY(Preview preview READ preview NOTIFY previewChanged)
+    // The long operation of the moment, and the texts.
+    Q_PROPERTY(bool busy READ busy NOTIFY busyChanged)
+    Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
+    Q_PROPERTY(QString status READ status NOTIFY statusChanged)
+    Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
+    // Recording.
+    Q_PROPERTY(bool isRecording READ isRecording NOTIFY recordingChanged)
+    Q_PROPERTY(bool isPaused READ isPaused NOTIFY recordingChanged)
+    // Settings of this run.
+    Q_PROPERTY(orvo::CaptureOptions options READ options WRITE setOptions NOTIFY optionsChanged)
+    Q_PROPERTY(QString exportQuality READ exportQuality WRITE setExportQuality NOTIFY exportQualityChanged)
+    Q_PROPERTY(QString language READ language WRITE setLanguage NOTIFY languageChanged)
+
+public:
+    /// Starts with the library being listed.
+    explicit AppModel(AppServices services, QObject* parent = nullptr);
+
+    /// Stops what runs, and returns when every edit is written.
+    ~AppModel() override;
+
+    // --- The library (AppModelLibrary.cpp) --------------------------------------------------------------------------------
+
+    LibraryModel* library() { return &m_library; }
+    const ProjectStore& store() const { return *m_services.store; }
+    /// The library as last listed, newest first.
+    const SharedList<VideoProject>& projects() const { return m_library.projects(); }
+    /// Whether `library` shows what is there; false until it was listed for the first time.
+    bool libraryListed() const { return m_libraryListed; }
+
+    /// Lists the library again and marks recordings that were cut off as recoverable. Returns at once. Ignored while
+    /// recording.
+    Q_INVOKABLE void refreshLibrary();
+
+    /// Opens a project of the library in place of the open one, whose changes are written first. While recording, and for a
+    /// project that is being recorded (`status` says so), nothing happens. Of two calls, the later one counts.
+    QCoro::Task<> select(VideoProject project);
+    /// As `select`, for the project with this identifier; nothing when the library has none.
+    Q_INVOKABLE void open(const QString& projectId);
+
+    // --- The open project (AppModel.cpp) ----------------------------------------------------------------------------------
+
+    const std::optional<VideoProject>& project() const { return m_project; }
+    bool hasProject() const { return m_project.has_value(); }
+    ProjectFacts projectFacts() const { return m_facts; }
+    TrackModel* tracks() { return &m_tracks; }
+    TranscriptModel* transcript() { return &m_transcript; }
+    CutModel* cuts() { return &m_cuts; }
+    ZoomModel* zooms() { return &m_zooms; }
+    OverlayModel* overlays() { return &m_overlays; }
+    SuggestionModel* suggestions() { return &m_suggestions; }
+
+    /// The one way in which edits reach the open project: applies `change` to a copy, dates it, and makes it the open
+    /// project, one step to undo and soon saved. Nothing happens without an open project and while recording.
+    void update(const std::function<void(VideoProject&)>& change);
+
+    /// A step back and forward through the versions of the open project, saved at once. The preview follows.
+    Q_INVOKABLE void undo();
+    Q_INVOKABLE void redo();
+    bool canUndo() const { return m_history.canUndo() && !isRecording(); }
+    bool canRedo() const { return m_history.canRedo() && !isRecording(); }
+
+    // --- Saving (AppModelSaving.cpp) --------------------------------------------------------------------------------------
+
+    /// Milliseconds between the last change and its save.
+    static constexpr int autosaveDelay = 400;
+
+    /// Saves `autosaveDelay` after the last call. When the calls do not pause that long, what is not saved yet is written
+    /// as unsaved edits every `autosaveDelay`, so that a crash never costs more.
+    void saveSoon();
+
+    /// Asks for the changes that are not saved to be saved now, and cancels the pending save.
+    void flushSave();
+
+    /// Whether the open project has changes that are not on disk yet.
+    bool unsavedChanges() const { return m_edited != m_written; }
+
+    /// Writes everything and waits for it. False when something could not be written (`errorMessage` says why): the edits
+    /// are still there while the application runs.
+    Q_INVOKABLE bool prepareToQuit();
+
+    // --- Editing (AppModelEditing.cpp); each is one call of `update` ------------------------------------------------------
+
+    Q_INVOKABLE void rename(const QString& title);
+
+    Span selectedSpan() const { return m_selectedSpan; }
+    void setSelectedSpan(const Span& span);
+    /// Set the beginning or the end of the selection to the playhead.
+    Q_INVOKABLE void startSelectionHere();
+    Q_INVOKABLE void endSelectionHere();
+
+    /// Cuts the selection, unless it is no longer than `Edits::shortestCut`.
+    Q_INVOKABLE void cutSelection();
+    /// Cut words, as one step.
+    Q_INVOKABLE void cutWord(const QString& wordId);
+    Q_INVOKABLE void cutWords(const QStringList& wordIds);
+    /// Removes every cut with exactly this beginning and end.
+    Q_INVOKABLE void restoreCut(double start, double end);
+    /// Removes the first cut that covers this time, and those equal to it. Nothing when none does.
+    Q_INVOKABLE void restoreCutAt(double seconds);
+    /// Gives a cut another beginning and end.
+    Q_INVOKABLE void moveCut(double start, double end, double newStart, double newEnd);
+
+    Q_INVOKABLE void correctWord(const QString& wordId, const QString& text);
+
+    /// Adds a text shown from the playhead on.
+    Q_INVOKABLE void addText(const QString& text);
+    /// Asks for an image, copies it into the project and shows it from the playhead on. A failure goes to `errorMessage`.
+    Q_INVOKABLE void addImage();
+    /// As `addImage`, with a local file that is known already.
+    Q_INVOKABLE void addImageFile(const QUrl& file);
+    Q_INVOKABLE void removeOverlay(const QString& overlayId);
+    /// Sets one of "start", "end", "x", "y", "width"; or several of them as one step.
+    Q_INVOKABLE void setOverlayValue(const QString& overlayId, const QString& key, double value);
+    Q_INVOKABLE void setOverlayValues(const QString& overlayId, const QVariantMap& values);
+    Q_INVOKABLE void setOverlayText(const QString& overlayId, const QString& text);
+
+    /// Adds a zoom point at the playhead, in the centre of the frame.
+    Q_INVOKABLE void addZoom();
+    Q_INVOKABLE void removeEvent(const QString& eventId);
+    /// Sets one of "time", "x", "y", "duration", "scale"; or several of them as one step.
+    Q_INVOKABLE void setEventValue(const QString& eventId, const QString& key, double value);
+    Q_INVOKABLE void setEventValues(const QString& eventId, const QVariantMap& values);
+
+    /// Sets "cameraVisible", "clickHalo", "pointerHighlight", "noiseReduction", "normalizeVoice" or "sharpen".
+    Q_INVOKABLE void setFlag(const QString& key, bool value);
+    /// Sets one of "cameraX", "cameraY", "cameraWidth", "fade"; or several of them as one step.
+    Q_INVOKABLE void setValue(const QString& key, double value);
+    Q_INVOKABLE void setValues(const QVariantMap& values);
+    /// Sets the linear gain of a track. Heard at once.
+    Q_INVOKABLE void setVolume(const QString& trackId, double value);
+
+    /// Makes `suggestions` anew from the transcript and the pointer events.
+    Q_INVOKABLE void findSuggestions();
+    /// Adds the zoom point of a suggestion or cuts its stretch, and drops it.
+    void applySuggestion(const EditSuggestion& suggestion);
+    Q_INVOKABLE void applySuggestion(const QString& suggestionId);
+
+    // --- The preview (AppModelPreview.cpp) --------------------------------------------------------------------------------
+
+    PreviewPlayer* player() const { return m_services.player.get(); }
+    PreviewPlayer* cameraPlayer() const { return m_services.cameraPlayer.get(); }
+    double playhead() const { return m_playhead; }
+    bool playing() const { return m_playing; }
+
+    /// How far the players are with the open project.
+    enum class Preview : quint8 {
+        Empty, ///< No project was opened yet.
+        Loading,
+        Ready,
+        Failed ///< A file cannot be played: what the player shows is not this project, and nothing plays.
+    };
+    Q_ENUM(Preview)
+    Preview preview() const { return m_preview; }
+
+    /// Gives the open project to the players, at 0. When a file cannot be played the players keep what they had, and
+    /// `status` says so. Of two calls, the later one counts.
+    QCoro::Task<> rebuildPreview();
+
+    /// Moves both players and the playhead to a time, at least 0.
+    Q_INVOKABLE void seek(double seconds);
+    /// Moves by whole frames of the project, within the recording, and pauses.
+    Q_INVOKABLE void stepFrames(int frames);
+
+    /// Plays from the playhead, or from the beginning when it is at the end.
+    Q_INVOKABLE void play();
+    Q_INVOKABLE void pause();
+    Q_INVOKABLE void togglePlaying();
+
+    // --- Long operations (AppModelOperations.cpp) -------------------------------------------------------------------------
+
+    /// Given how to stop and where to tell its progress, works as a coroutine on the main thread.
+    using LongOperation = std::function<QCoro::Task<>(WorkControl control)>;
+
+    /// Runs the one long operation of the moment; ignored while another runs. A failure is told in `errorMessage` and
+    /// `status`, and lists the library again. `Cancelled` is no failure.
+    void perform(LongOperation work);
+
+    /// Asks the running long operation to stop.
+    Q_INVOKABLE void cancel();
+
+    bool busy() const { return m_busy; }
+    /// Of the running long operation: 0..1.
+    double progress() const { return m_progress; }
+
+    /// One line that is always there.
+    QString status() const { return m_status; }
+    /// The last error; empty when there is none to show.
+    QString errorMessage() const { return m_errorMessage; }
+    Q_INVOKABLE void clearError();
+
+    // --- Import and export (AppModelImport.cpp, AppModelExport.cpp) -------------------------------------------------------
+
+    /// Asks for a movie and brings it into the library: as a new project, which is opened, or behind everything in the open
+    /// project (a new one when none is open).
+    Q_INVOKABLE void importMedia(bool append);
+    /// As `importMedia`, with a local file that is known already.
+    Q_INVOKABLE void importFile(const QUrl& movie, bool append);
+
+    /// Asks where to, renders the open project as it is now and shows the file.
+    Q_INVOKABLE void exportVideo();
+
+    // --- Recording --------------------------------------------------------------------------------------------------------
+
+    /// While this is true no project is opened and no edit is made.
+    bool isRecording() const { return m_recording != Recording::no; }
+    bool isPaused() const { return m_recording == Recording::paused; }
+
+    // --- Settings of this run ---------------------------------------------------------------------------------------------
+
+    /// Height and frame rate of the next recording and of exports.
+    CaptureOptions options() const { return m_options; }
+    void setOptions(const CaptureOptions& options);
+    /// "small", "balanced" or "high".
+    QString exportQuality() const { return m_exportQuality; }
+    void setExportQuality(const QString& quality);
+    /// Language of speech recognition, "es-ES" or "en-US".
+    QString language() const { return m_language; }
+    void setLanguage(const QString& language);
+
+signals:
+    void libraryListedChanged();
+    void projectChanged();
+    void selectedSpanChanged();
+    void historyChanged();
+    void unsavedChangesChanged();
+    void playheadChanged();
+    void playingChanged();
+    void previewChanged();
+    void busyChanged();
+    void progressChanged();
+    void statusChanged();
+    void errorMessageChanged();
+    void recordingChanged();
+    void optionsChanged();
+    void exportQualityChanged();
+    void languageChanged();
+
+protected:
+    enum class Recording : std::uint8_t { no, running, paused };
+    void setRecording(Recording recording);
+
+private:
+    enum class PreviewOutcome : std::uint8_t { loaded, failed, superseded };
+
+    // Tasks.
+    void start(QCoro::Task<> task);
+    QCoro::Task<> watchOver(QCoro::Task<> task);
+    QCoro::Task<> runOperation(LongOperation work);
+
+    // State and its notifications.
+    void setProject(std::optional<VideoProject> project);
+    void showProject();
+    void stepThroughHistory(std::optional<VideoProject> version);
+    void setStatus(const QString& status);
+    void setErrorMessage(const QString& message);
+    void setProgress(double progress);
+    void setBusy(bool busy);
+    void setPlayhead(double seconds);
+
+    // The library.
+    QCoro::Task<> listLibrary();
+    void showLibrary(std::vector<VideoProject> projects, const std::map<Uuid, std::optional<std::int32_t>>& recorders);
+    void openProject(VideoProject project, std::optional<VideoProject> unsavedEdits);
+
+    // Saving.
+    void noteEdit();
+    void noteWritten(const Uuid& id, std::uint64_t version);
+    void noteSaveFailed(const Uuid& id, std::uint64_t version, const QString& reason);
+    void noteKeptOther(const QString& fileName);
+    void saveNow();
+    void keepUnsavedEdits();
+    void setWritten(std::uint64_t version);
+    void watchDocument();
+    QCoro::Task<> reloadWhenChangedElsewhere();
+
+    // Editing.
+    QCoro::Task<> pickImage();
+    QCoro::Task<> copyImage(std::filesystem::path image);
+
+    // The preview.
+    PreviewComposition compose(const VideoProject& project) const;
+    std::optional<std::filesystem::path> cameraOf(const VideoProject& project) const;
+    void setPreview(Preview preview);
+    QCoro::Task<> rebuildCamera(std::optional<std::filesystem::path> file);
+    void followProject();
+    void followVolumes();
+    void watchPlayback(double seconds);
+    void followWithCamera(double seconds);
+    void notePlaying();
+
+    // Import and export.
+    QCoro::Task<> pickMovie(bool append);
+    void importMovie(std::filesystem::path movie, bool append);
+    QCoro::Task<> importNew(std::filesystem::path movie, WorkControl control);
+    QCoro::Task<> importInto(Uuid target, std::filesystem::path movie, WorkControl control);
+    QCoro::Task<> pickDestination(VideoProject project);
+
+    AppServices m_services;
+
+    LibraryModel m_library;
+    TrackModel m_tracks;
+    TranscriptModel m_transcript;
+    CutModel m_cuts;
+    ZoomModel m_zooms;
+    OverlayModel m_overlays;
+    SuggestionModel m_suggestions;
+    bool m_libraryListed = false;
+    bool m_listing = false;
+    bool m_listAgain = false;
+    std::uint64_t m_opening = 0; ///< Counts what changes which project is open, so that an overtaken `select` ends.
+
+    std::optional<VideoProject> m_project;
+    ProjectFacts m_facts;
+    History m_history;
+    Span m_selectedSpan;
+
+    // Numbers of saved versions that are none of the open project.
+    static constexpr std::uint64_t recoveryMark = 0;
+    static constexpr std::uint64_t otherProject = 1;
+
+    std::uint64_t m_edited = 1; ///< Counts the versions of the open project.
+    std::uint64_t m_asked = 1; ///< The version that was last asked to be saved.
+    std::uint64_t m_written = 1; ///< The version on disk.
+    std::uint64_t m_quiet = 0; ///< The version whose save may fail without a word.
+    QTimer m_autosave;
+    QTimer m_burst; ///< Runs while edits follow one another without a save.
+    QTimer m_settling; ///< Runs from a change on disk until a look at it.
+    QFileSystemWatcher m_documentWatcher;
+
+    double m_playhead = 0;
+    bool m_playing = false;
+    Preview m_preview = Preview::Empty;
+    PreviewComposition m_composition; ///< What `player` was last asked to load.
+    std::optional<std::filesystem::path> m_cameraFile; ///< What `cameraPlayer` was last asked to load.
+    Answer<PreviewOutcome> m_previewAnswer; ///< Of the load under way.
+
+    bool m_busy = false;
+    std::stop_source m_operationStop;
+    double m_progress = 0;
+    QString m_status = QStringLiteral("Listo para grabar");
+    QString m_errorMessage;
+
+    Recording m_recording = Recording::no;
+    CaptureOptions m_options;
+    QString m_exportQuality = QStringLiteral("balanced");
+    QString m_language = QStringLiteral("es-ES");
+
+    ProjectDocuments m_documents;
+    Workers m_workers;
+};
+
+} // namespace orvo

@@ -1,0 +1,130 @@
+#include "OrvoVideo/AppModel.h"
+#include "OrvoVideo/CaptureSession.h"
+#include "OrvoVideo/Text.h"
+
+#include <QScopeGuard>
+#include <algorithm>
+#include <map>
+
+namespace orvo {
+
+namespace {
+
+/// The library as it lies on disk, with the process that records each project marked so.
+struct Listing {
+    std::vector<VideoProject> projects;
+    std::map<Uuid, std::optional<std::int32_t>> recorders;
+};
+
+Listing listingOf(const ProjectStore& store)
+{
+    Listing listing{store.list(), {}};
+    for (const auto& project : listing.projects) {
+        if (CaptureSession::isMarkedRecording(project))
+            listing.recorders.emplace(project.id, CaptureSession::recordingProcess(store.directory(project.id)));
+    }
+    return listing;
+}
+
+} // namespace
+
+void AppModel::refreshLibrary()
+{
+    if (isRecording())
+        return;
+    if (m_listing)
+        m_listAgain = true;
+    else
+        start(listLibrary());
+}
+
+QCoro::Task<> AppModel::listLibrary()
+{
+    m_listing = true;
+    const auto done = qScopeGuard([this] { m_listing = false; });
+    do {
+        m_listAgain = false;
+        co_await m_documents.settled(); // What is being saved is listed as it will be.
+        auto listing = co_await m_workers.run([store = store()] { return listingOf(store); });
+        if (isRecording())
+            co_return;
+        showLibrary(std::move(listing.projects), listing.recorders);
+    } while (m_listAgain);
+}
+
+void AppModel::showLibrary(std::vector<VideoProject> projects, const std::map<Uuid, std::optional<std::int32_t>>& recorders)
+{
+    for (auto& project : projects) {
+        if (m_project && project.id == m_project->id && unsavedChanges())
+            project = *m_project; // Newer than what was read.
+        const auto recorder = recorders.find(project.id);
+        if (recorder == recorders.end() || CaptureSession::isAlive(recorder->second, busy()))
+            continue;
+        project.state = CaptureSession::interruptedState(project.state);
+        m_documents.save(project, recoveryMark);
+    }
+    m_library.setProjects(SharedList(std::move(projects)));
+    if (!std::exchange(m_libraryListed, true))
+        emit libraryListedChanged();
+}
+
+void AppModel::open(const QString& projectId)
+{
+    if (const auto* project = m_library.find(Text::toId(projectId)))
+        start(select(*project));
+}
+
+QCoro::Task<> AppModel::select(VideoProject project)
+{
+    if (isRecording())
+        co_return;
+    if (CaptureSession::isMarkedRecording(project)) {
+        setStatus(QStringLiteral("Termina esta grabación antes de editarla."));
+        co_return;
+    }
+    const auto opening = ++m_opening;
+    std::optional<ProjectDocuments::Opened> opened;
+    std::uint64_t edited = 0;
+    do {
+        // Reading waits its turn behind this save. Edits made while it does are saved, and read, too.
+        edited = m_edited;
+        flushSave();
+        opened = co_await m_documents.open(project.id);
+        if (opening != m_opening || isRecording())
+            co_return;
+    } while (m_project && m_project->id == project.id && m_edited != edited);
+    flushSave();
+
+    if (opened)
+        openProject(std::move(opened->project), std::move(opened->unsavedEdits));
+    else
+        openProject(std::move(project), std::nullopt);
+    co_await rebuildPreview();
+}
+
+void AppModel::openProject(VideoProject project, std::optional<VideoProject> unsavedEdits)
+{
+    m_history.clear();
+    m_suggestions.setSuggestions({});
+    m_asked = m_edited;
+    setWritten(m_edited);
+
+    const bool recovered = unsavedEdits && *unsavedEdits != project;
+    if (recovered)
+        m_history.record(project, *unsavedEdits);
+    setProject(recovered ? std::move(unsavedEdits) : std::optional(std::move(project)));
+    emit historyChanged();
+    m_library.setOpen(m_project->id);
+    setSelectedSpan({0, std::min(m_project->duration, 1.0)});
+    pause();
+    setPlayhead(0);
+    if (recovered) {
+        noteEdit();
+        saveNow();
+        m_library.replace(*m_project);
+        setStatus(QStringLiteral("Se han recuperado los últimos cambios, que no se habían guardado."));
+    }
+    watchDocument();
+}
+
+} // namespace orvo

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Platform/FilePanels.h"
+#include "Platform/PreviewPlayer.h"
+#include "Platform/Workspace.h"
+#include "VideoCore/ProjectStore.h"
+#include "VideoMedia/MediaProbe.h"
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+namespace orvo {
+
+/// What the model needs of the machine. Everything must be there.
+struct AppServices {
+    std::unique_ptr<const ProjectStore> store;
+    std::shared_ptr<const MediaProbe> probe; ///< Shared with the work that uses it.
+    std::unique_ptr<PreviewPlayer> player;
+    std::unique_ptr<PreviewPlayer> cameraPlayer;
+    std::unique_ptr<FilePanels> panels;
+    std::unique_ptr<Workspace> workspace;
+
+    /// Those of this system, with the library in its usual place or in `libraryRoot`. Needs a `QApplication`.
+    ///
+    /// Throws `captureError` with a text for the user: "No se ha podido abrir la biblioteca: " and the reason, or that of
+    /// the preview player. The application cannot run then.
+    static AppServices create(const std::optional<std::filesystem::path>& libraryRoot = std::nullopt);
+
+    /// The library alone, for what has to be known before the rest is made. Throws as above.
+    static std::unique_ptr<const ProjectStore> openLibrary(
+        const std::optional<std::filesystem::path>& libraryRoot = std::nullopt);
+};
+
+} // namespace orvo

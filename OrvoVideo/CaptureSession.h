@@ -1,0 +1,28 @@
+#pragma once
+
+#include "VideoCore/ProjectStore.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+/// What a recording in progress leaves in its project's folder to be recognised by.
+namespace orvo::CaptureSession {
+
+inline constexpr std::string_view fileName = "capture-session.json";
+
+/// The process that records into this project; nothing when the file is missing, malformed or names none.
+std::optional<std::int32_t> recordingProcess(const std::filesystem::path& projectFolder);
+
+/// Whether the project is marked as being recorded, whether or not it still is.
+bool isMarkedRecording(const VideoProject& project);
+
+/// Whether a recording by `process` still runs. One of this process itself does only while `thisProcessRecords`.
+bool isAlive(std::optional<std::int32_t> process, bool thisProcessRecords);
+
+/// The state of a project whose recording was cut off while it had this state.
+std::string_view interruptedState(std::string_view state);
+
+} // namespace orvo::CaptureSession

@@ -1,0 +1,229 @@
+#include "OrvoVideo/editor/EditorCommands.h"
+
+#include <QGuiApplication>
+#include <QVariantMap>
+#include <algorithm>
+
+namespace orvo {
+
+namespace {
+
+/// A key with what it does, as the sheet shows it.
+struct Shown {
+    const char* group;
+    const char* keys;
+    const char* text;
+};
+
+constexpr const char* playing = "Reproducir";
+constexpr const char* moving = "Moverse";
+constexpr const char* editing = "Editar";
+constexpr const char* view = "Línea de tiempo";
+
+constexpr Shown shownKeys[]{
+    {playing, "Espacio", "Reproducir o pausar"},
+    {playing, "L", "Adelante; otra vez, más rápido"},
+    {playing, "J", "Atrás; otra vez, más rápido"},
+    {playing, "K", "Parar"},
+    {moving, "← →", "Un fotograma"},
+    {moving, "Mayús ← →", "Un segundo"},
+    {moving, "Inicio · Fin", "Principio y final"},
+    {moving, "↑ ↓", "Borde anterior y siguiente"},
+    {editing, "I · O", "Inicio y final de la selección"},
+    {editing, "X · Supr", "Cortar la selección"},
+    {editing, "Z", "Añadir un zoom"},
+    {editing, "T", "Escribir un texto en pantalla"},
+    {editing, "Ctrl Z", "Deshacer"},
+    {editing, "Ctrl Mayús Z", "Rehacer"},
+    {view, "+ · −", "Ampliar y reducir"},
+    {view, "0", "Ver todo"},
+    {view, "Ctrl ← →", "Marcar el corte, zoom o texto anterior o siguiente"},
+    {view, "Alt ← →", "Mover lo marcado un fotograma"},
+    {view, "Alt Mayús ← →", "Mover su final un fotograma"},
+    {view, "Intro", "Restaurar el corte marcado o el del cabezal"},
+    {view, "Supr", "Quitar el zoom o texto marcado"},
+    {view, "Esc", "Soltar lo marcado"},
+    {view, "Mayús al arrastrar", "Sin ajuste a los bordes"},
+    {view, "F1", "Mostrar estas teclas"},
+};
+
+constexpr double keyZoom = 1.5;
+
+/// Whether the keyboard is in a field of text, which may leave keys over that it has no use for.
+bool isTyping()
+{
+    const auto* focus = QGuiApplication::focusObject();
+    return focus && (focus->inherits("QQuickTextInput") || focus->inherits("QQuickTextEdit"));
+}
+
+} // namespace
+
+EditorCommands::EditorCommands(QObject* parent)
+    : QObject(parent)
+{
+    connect(&m_shuttle, &Shuttle::speedChanged, this, &EditorCommands::speedChanged);
+}
+
+void EditorCommands::setModel(AppModel* model)
+{
+    m_model = model;
+    m_shuttle.setModel(model);
+    emit modelChanged();
+}
+
+void EditorCommands::setTimeline(TimelineItem* timeline)
+{
+    m_timeline = timeline;
+    emit timelineChanged();
+}
+
+QVariantList EditorCommands::sheet()
+{
+    QVariantList list;
+    for (const auto& shown : shownKeys) {
+        list.append(QVariantMap{{QStringLiteral("group"), QString::fromUtf8(shown.group)},
+            {QStringLiteral("keys"), QString::fromUtf8(shown.keys)},
+            {QStringLiteral("text"), QString::fromUtf8(shown.text)}});
+    }
+    return list;
+}
+
+void EditorCommands::togglePlaying()
+{
+    if (m_shuttle.speed() < 0)
+        m_shuttle.stop();
+    else if (m_model)
+        m_model->togglePlaying();
+}
+
+void EditorCommands::goTo(double seconds)
+{
+    m_shuttle.stop();
+    m_model->seek(seconds);
+    tellPlayhead();
+}
+
+void EditorCommands::tellPlayhead()
+{
+    if (!m_timeline)
+        return;
+    m_timeline->revealPlayhead();
+    emit m_timeline->spoke(m_timeline->spokenPosition());
+}
+
+void EditorCommands::stepSeconds(double seconds)
+{
+    goTo(std::clamp(m_model->playhead() + seconds, 0.0, m_model->projectFacts().duration));
+}
+
+bool EditorCommands::press(int key, int modifiers)
+{
+    const auto held = Qt::KeyboardModifiers(modifiers) & ~Qt::KeypadModifier;
+    if (key == Qt::Key_F1 && held == Qt::NoModifier) {
+        emit sheetWanted();
+        return true;
+    }
+    if (!m_model || !m_model->hasProject() || isTyping())
+        return false;
+
+    const bool plain = held == Qt::NoModifier;
+    const bool shift = held == Qt::ShiftModifier;
+    const bool forward = key == Qt::Key_Right;
+    switch (key) {
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+        if (plain) {
+            m_shuttle.stop();
+            m_model->stepFrames(forward ? 1 : -1);
+            tellPlayhead();
+        } else if (shift) {
+            stepSeconds(forward ? 1 : -1);
+        } else if (held == Qt::ControlModifier && m_timeline) {
+            m_timeline->chooseNext(forward);
+        } else if (held.testFlag(Qt::AltModifier) && !held.testFlag(Qt::ControlModifier) && m_timeline) {
+            m_timeline->nudgeChosen(forward ? 1 : -1, held.testFlag(Qt::ShiftModifier));
+        } else {
+            return false;
+        }
+        return true;
+    case Qt::Key_Z:
+        if (held == Qt::ControlModifier)
+            m_model->undo();
+        else if (held == (Qt::ControlModifier | Qt::ShiftModifier))
+            m_model->redo();
+        else if (plain)
+            m_model->addZoom();
+        else
+            return false;
+        return true;
+    case Qt::Key_Plus:
+    case Qt::Key_Minus:
+        // The plus of some keyboards needs Shift.
+        if ((!plain && !shift) || !m_timeline)
+            return false;
+        m_timeline->zoomBy(key == Qt::Key_Plus ? keyZoom : 1 / keyZoom);
+        return true;
+    default:
+        break;
+    }
+    if (!plain)
+        return false;
+    switch (key) {
+    case Qt::Key_Space:
+        togglePlaying();
+        return true;
+    case Qt::Key_J:
+        m_shuttle.backward();
+        return true;
+    case Qt::Key_K:
+        m_shuttle.stop();
+        return true;
+    case Qt::Key_L:
+        m_shuttle.forward();
+        return true;
+    case Qt::Key_Home:
+        goTo(0);
+        return true;
+    case Qt::Key_End:
+        goTo(m_model->projectFacts().duration);
+        return true;
+    case Qt::Key_I:
+        m_model->startSelectionHere();
+        return true;
+    case Qt::Key_O:
+        m_model->endSelectionHere();
+        return true;
+    case Qt::Key_X:
+        m_model->cutSelection();
+        return true;
+    case Qt::Key_Delete:
+    case Qt::Key_Backspace:
+        if (!m_timeline || !m_timeline->removeChosen())
+            m_model->cutSelection();
+        return true;
+    case Qt::Key_T:
+        emit textFieldWanted();
+        return true;
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+        if (!m_timeline)
+            return false;
+        m_shuttle.stop();
+        m_timeline->goToEdge(key == Qt::Key_Down);
+        return true;
+    case Qt::Key_0:
+        if (!m_timeline)
+            return false;
+        m_timeline->fit();
+        return true;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        return m_timeline && m_timeline->restoreChosen();
+    case Qt::Key_Escape:
+        return m_timeline && m_timeline->letGo();
+    default:
+        return false;
+    }
+}
+
+} // namespace orvo

@@ -1,0 +1,352 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Orvo.Model
+import OrvoVideo
+
+/// Suggestions, cuts, pointer and zoom, camera, texts and images, picture and voice, and how to export.
+Flickable {
+    id: root
+
+    required property AppModel app
+
+    function editOverlayText() {
+        overlayText.forceActiveFocus(Qt.ShortcutFocusReason)
+        show(overlayText)
+    }
+    /// Scrolls as little as needed to show an item.
+    function show(item: Item) {
+        const top = item.mapToItem(column, 0, 0).y
+        contentY = Math.min(Math.max(contentY, top + item.height - height + Theme.space(4)), Math.max(top - Theme.space(4), 0))
+    }
+
+    contentHeight: column.implicitHeight + Theme.space(4)
+    clip: true
+    boundsBehavior: Flickable.StopAtBounds
+    ScrollBar.vertical: OScrollBar {}
+
+    component Heading: OCaption {
+        Layout.fillWidth: true
+        Layout.topMargin: Theme.space(3)
+        Accessible.role: Accessible.Heading
+    }
+    component Separator: Rectangle {
+        Layout.fillWidth: true
+        Layout.topMargin: Theme.space(2)
+        Layout.bottomMargin: Theme.space(1)
+        implicitHeight: 1
+        color: Theme.line
+    }
+    component EditToggle: OSwitch {
+        required property string key
+
+        Layout.fillWidth: true
+        checked: root.app.project[key]
+        onToggled: {
+            root.app.setFlag(key, checked)
+            checked = Qt.binding(() => root.app.project[key])
+        }
+    }
+    component EditSlider: OSlider {
+        required property string key
+
+        Layout.fillWidth: true
+        value: root.app.project[key]
+        onEdited: value => root.app.setValue(key, value)
+    }
+
+    ColumnLayout {
+        id: column
+
+        width: root.width - Theme.space(3)
+        spacing: Theme.space(2)
+
+        OButton {
+            Layout.fillWidth: true
+            iconName: "wand-sparkles"
+            text: "Buscar mejoras automáticas"
+            onClicked: {
+                root.app.findSuggestions()
+                suggestions.asked = true
+            }
+        }
+        SuggestionList {
+            id: suggestions
+
+            Layout.fillWidth: true
+            app: root.app
+        }
+
+        Heading {
+            text: "RECORTES"
+        }
+        OLabel {
+            Layout.fillWidth: true
+            visible: root.app.cuts.count === 0
+            text: "Todavía no hay recortes."
+            secondary: true
+            font.pixelSize: Theme.captionSize
+        }
+        ListView {
+            id: cuts
+
+            objectName: "cuts"
+            Layout.fillWidth: true
+            visible: count > 0
+            implicitHeight: Math.min(contentHeight, 216)
+            clip: true
+            reuseItems: true
+            boundsBehavior: Flickable.StopAtBounds
+            model: root.app.cuts
+            ScrollBar.vertical: OScrollBar {}
+            Accessible.role: Accessible.List
+            Accessible.name: "Recortes"
+
+            delegate: RowLayout {
+                id: cut
+
+                required property real start
+                required property real end
+
+                width: ListView.view.width - (cuts.contentHeight > cuts.height ? Theme.space(3) : 0)
+                height: 36
+                spacing: Theme.space(1)
+
+                OLabel {
+                    Layout.fillWidth: true
+                    text: Theme.timeText(cut.start) + " → " + Theme.timeText(cut.end)
+                    font: Theme.digits(Theme.bodySize)
+                }
+                OButton {
+                    plain: true
+                    text: "Ver"
+                    Accessible.description: "Ir al recorte de " + Theme.timeText(cut.start)
+                    onClicked: root.app.seek(cut.start)
+                }
+                OButton {
+                    plain: true
+                    text: "Restaurar"
+                    Accessible.description: "El recorte de " + Theme.timeText(cut.start)
+                    onClicked: root.app.restoreCut(cut.start, cut.end)
+                }
+            }
+        }
+
+        Heading {
+            text: "CURSOR Y ZOOM"
+        }
+        EditToggle {
+            text: "Resaltar puntero"
+            key: "pointerHighlight"
+        }
+        EditToggle {
+            text: "Halo al hacer clic"
+            key: "clickHalo"
+        }
+        OButton {
+            Layout.fillWidth: true
+            iconName: "zoom-in"
+            text: "Añadir zoom en este punto"
+            onClicked: root.app.addZoom()
+        }
+        ListView {
+            id: zooms
+
+            objectName: "zooms"
+            Layout.fillWidth: true
+            visible: count > 0
+            implicitHeight: Math.min(contentHeight, 420)
+            clip: true
+            spacing: Theme.space(2)
+            boundsBehavior: Flickable.StopAtBounds
+            model: root.app.zooms
+            ScrollBar.vertical: OScrollBar {}
+
+            delegate: ZoomControls {
+                width: ListView.view.width - (zooms.contentHeight > zooms.height ? Theme.space(3) : 0)
+                app: root.app
+            }
+        }
+
+        Separator {}
+        EditToggle {
+            text: "Mostrar cámara"
+            key: "cameraVisible"
+            enabled: root.app.project.hasCamera
+        }
+        OLabel {
+            Layout.fillWidth: true
+            visible: !root.app.project.hasCamera
+            text: "Este vídeo no tiene cámara."
+            secondary: true
+            font.pixelSize: Theme.captionSize
+        }
+        EditSlider {
+            label: "Tamaño"
+            key: "cameraWidth"
+            from: 0.05
+            to: 1
+            displayFactor: 100
+            unitText: "%"
+            enabled: root.app.project.hasCamera
+        }
+        EditSlider {
+            label: "Posición horizontal"
+            key: "cameraX"
+            displayFactor: 100
+            unitText: "%"
+            enabled: root.app.project.hasCamera
+        }
+        EditSlider {
+            label: "Posición vertical"
+            key: "cameraY"
+            displayFactor: 100
+            unitText: "%"
+            enabled: root.app.project.hasCamera
+        }
+
+        Heading {
+            text: "TEXTOS E IMÁGENES"
+        }
+        RowLayout {
+            spacing: Theme.space(2)
+
+            OTextField {
+                id: overlayText
+
+                function add() {
+                    if (text === "")
+                        return
+                    root.app.addText(text)
+                    text = ""
+                }
+
+                objectName: "overlayText"
+                Layout.fillWidth: true
+                placeholderText: "Texto en pantalla"
+                onAccepted: add()
+            }
+            OIconButton {
+                plain: false
+                iconName: "plus"
+                text: "Añadir texto"
+                enabled: overlayText.text !== ""
+                onClicked: overlayText.add()
+            }
+        }
+        OButton {
+            Layout.fillWidth: true
+            iconName: "image"
+            text: "Añadir imagen…"
+            onClicked: root.app.addImage()
+        }
+        ListView {
+            id: overlays
+
+            objectName: "overlays"
+            Layout.fillWidth: true
+            visible: count > 0
+            implicitHeight: Math.min(contentHeight, 480)
+            clip: true
+            spacing: Theme.space(2)
+            boundsBehavior: Flickable.StopAtBounds
+            model: root.app.overlays
+            ScrollBar.vertical: OScrollBar {}
+
+            delegate: OverlayControls {
+                width: ListView.view.width - (overlays.contentHeight > overlays.height ? Theme.space(3) : 0)
+                app: root.app
+            }
+        }
+
+        Heading {
+            text: "IMAGEN Y VOZ"
+        }
+        EditToggle {
+            text: "Reducir ruido de micrófono"
+            key: "noiseReduction"
+        }
+        EditToggle {
+            text: "Normalizar voz"
+            key: "normalizeVoice"
+        }
+        EditToggle {
+            text: "Nitidez suave"
+            key: "sharpen"
+        }
+        EditSlider {
+            label: "Fundido entre cortes"
+            key: "fade"
+            to: 2
+            unitText: "s"
+        }
+        Repeater {
+            model: root.app.tracks
+
+            OSlider {
+                required property string trackId
+                required property string kind
+                required property real volume
+                required property var model
+
+                Layout.fillWidth: true
+                visible: kind !== "camera"
+                label: "Volumen · " + model.label
+                to: 2
+                displayFactor: 100
+                unitText: "%"
+                value: volume
+                onEdited: value => root.app.setVolume(trackId, value)
+            }
+        }
+        OLabel {
+            Layout.fillWidth: true
+            text: "La reducción de ruido, la normalización y la nitidez se aplican al exportar."
+            secondary: true
+            font.pixelSize: Theme.captionSize
+            wrapMode: Text.Wrap
+        }
+
+        Separator {}
+        GridLayout {
+            columns: 2
+            columnSpacing: Theme.space(3)
+            rowSpacing: Theme.space(2)
+
+            OLabel {
+                text: "Compresión"
+                secondary: true
+            }
+            OComboBox {
+                readonly property var qualities: ["small", "balanced", "high"]
+
+                objectName: "quality"
+                Layout.fillWidth: true
+                name: "Compresión"
+                model: ["Menor peso", "Equilibrada", "Mayor calidad"]
+                currentIndex: Math.max(qualities.indexOf(root.app.exportQuality), 0)
+                onActivated: index => root.app.exportQuality = qualities[index]
+            }
+            OLabel {
+                text: "Exportar hasta"
+                secondary: true
+            }
+            OComboBox {
+                readonly property var heights: [720, 1080, 1440, 2160]
+
+                objectName: "height"
+                Layout.fillWidth: true
+                name: "Exportar hasta"
+                model: ["720p", "1080p", "1440p", "4K"]
+                currentIndex: heights.indexOf(root.app.options.height)
+                onActivated: index => {
+                    const options = root.app.options
+                    options.height = heights[index]
+                    root.app.options = options
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,74 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Layouts
+import Orvo.Model
+import OrvoVideo
+
+/// The words, the effects and the sharing of the open project.
+Item {
+    id: root
+
+    required property AppModel app
+    /// "text", "effects" or "share".
+    property string section: "text"
+    readonly property var sections: ["text", "effects", "share"]
+
+    /// Shows the field for a text on the screen and gives it the keyboard.
+    function editOverlayText() {
+        section = "effects"
+        effects.item.editOverlayText()
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.leftMargin: Theme.space(2)
+        spacing: Theme.space(3)
+
+        OSegmented {
+            objectName: "section"
+            Layout.fillWidth: true
+            name: "Editor"
+            model: ["Texto", "Efectos", "Compartir"]
+            currentIndex: root.sections.indexOf(root.section)
+            onActivated: index => {
+                root.section = root.sections[index]
+                currentIndex = Qt.binding(() => root.sections.indexOf(root.section))
+            }
+        }
+
+        // A section is made when it is first shown, and keeps what was typed and scrolled in it.
+        component Section: Loader {
+            required property string name
+            property bool wasShown: false
+            readonly property bool shown: root.section === name
+
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            visible: shown
+            active: shown || wasShown
+            onLoaded: wasShown = true
+        }
+
+        Section {
+            name: "text"
+            sourceComponent: TextSection {
+                app: root.app
+            }
+        }
+        Section {
+            id: effects
+
+            name: "effects"
+            sourceComponent: EffectsSection {
+                app: root.app
+            }
+        }
+        Section {
+            name: "share"
+            sourceComponent: SharingSection {
+                app: root.app
+            }
+        }
+    }
+}

@@ -1,0 +1,99 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import OrvoVideo
+
+/// Every key of the editor and what it does.
+Popup {
+    id: root
+
+    required property EditorCommands commands
+
+    modal: true
+    focus: true
+    padding: Theme.space(6)
+    closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutside
+
+    background: Rectangle {
+        color: Theme.panel
+        border.color: Theme.line
+        radius: Theme.panelRadius
+    }
+    Overlay.modal: Rectangle {
+        color: Theme.shade
+    }
+    contentItem: ColumnLayout {
+        spacing: Theme.space(3)
+        Accessible.role: Accessible.Dialog
+        Accessible.name: "Teclas"
+
+        RowLayout {
+            OLabel {
+                Layout.fillWidth: true
+                text: "Teclas"
+                font.pixelSize: Theme.titleSize
+                font.weight: Font.Bold
+            }
+            OIconButton {
+                iconName: "x"
+                text: "Cerrar"
+                focus: true
+                onClicked: root.close()
+            }
+        }
+        GridLayout {
+            columns: 2
+            columnSpacing: Theme.space(10)
+            rowSpacing: Theme.space(5)
+
+            Repeater {
+                model: ["Reproducir", "Moverse", "Editar", "Línea de tiempo"]
+
+                ColumnLayout {
+                    id: group
+
+                    required property string modelData
+
+                    Layout.alignment: Qt.AlignTop
+                    spacing: Theme.space(1.5)
+
+                    OCaption {
+                        text: group.modelData.toUpperCase()
+                    }
+                    Repeater {
+                        model: root.commands.sheet.filter(entry => entry.group === group.modelData)
+
+                        RowLayout {
+                            id: entry
+
+                            required property var modelData
+
+                            spacing: Theme.space(3)
+
+                            Rectangle {
+                                implicitWidth: Math.max(keys.implicitWidth + 12, 120)
+                                implicitHeight: 24
+                                radius: 6
+                                color: Theme.raised
+                                border.color: Theme.line
+
+                                OLabel {
+                                    id: keys
+
+                                    anchors.centerIn: parent
+                                    text: entry.modelData.keys
+                                    font.weight: Font.Medium
+                                }
+                            }
+                            OLabel {
+                                text: entry.modelData.text
+                            }
+                        }
+                    }
+                }
+            }
+        }
+    }
+}

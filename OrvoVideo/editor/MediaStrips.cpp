@@ -1,0 +1,279 @@
+#include "OrvoVideo/editor/MediaStrips.h"
+
+#include "OrvoVideo/Text.h"
+#include "VideoMedia/NumberText.h"
+#include "VideoMedia/ProcessRunner.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace orvo {
+
+namespace {
+
+constexpr qsizetype pictureMemory = 96 << 20; ///< Bytes of pictures kept at hand.
+constexpr qint64 cacheLimit = 512 << 20; ///< Bytes on disk, beyond which the oldest files go.
+
+/// The file of the cache that belongs to a media file as it is now.
+QString cacheName(const std::filesystem::path& file)
+{
+    const QFileInfo facts(Text::from(file));
+    const QString identity = QStringLiteral("%1|%2|%3")
+                                 .arg(facts.absoluteFilePath())
+                                 .arg(facts.size())
+                                 .arg(facts.lastModified().toMSecsSinceEpoch());
+    return QString::fromLatin1(QCryptographicHash::hash(identity.toUtf8(), QCryptographicHash::Sha1).toHex());
+}
+
+QDir cacheFolder()
+{
+    const QDir folder(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) + "/OrvoVideo/timeline");
+    folder.mkpath(QStringLiteral("."));
+    return folder;
+}
+
+QString memoryName(const MediaStrips::PictureKey& key)
+{
+    return QStringLiteral("%1|%2").arg(Text::from(key.file)).arg(key.time);
+}
+
+std::filesystem::path requireFfmpeg()
+{
+    if (auto program = ProcessRunner::ffmpeg())
+        return *program;
+    throw captureError("Instala FFmpeg desde Ajustes para exportar vídeos.");
+}
+
+std::filesystem::path toPath(const QString& name)
+{
+    return name.toStdString();
+}
+
+/// Removes the oldest files when there is too much.
+void limitCache()
+{
+    auto files = cacheFolder().entryInfoList(QDir::Files, QDir::Time);
+    qint64 total = 0;
+    for (const auto& file : files) {
+        total += file.size();
+        if (total > cacheLimit)
+            QFile::remove(file.filePath());
+    }
+}
+
+} // namespace
+
+MediaStrips::MediaStrips(QObject* parent)
+    : QObject(parent)
+    , m_pictures(pictureMemory)
+{
+}
+
+MediaStrips::~MediaStrips()
+{
+    m_waveformStop.request_stop();
+    m_wanted.clear();
+    m_workers.shutDown();
+}
+
+void MediaStrips::setSources(std::vector<Source> sources)
+{
+    if (sources == m_sources)
+        return;
+    m_sources = std::move(sources);
+    const auto shown = [&](const std::filesystem::path& file) {
+        return std::ranges::contains(m_sources, file, &Source::file);
+    };
+    std::erase_if(m_peaks, [&](const auto& entry) { return !shown(entry.first); });
+    m_silent.clear();
+    m_unreadable.clear();
+    m_wanted.clear();
+    m_cancelled = false;
+    resume();
+    emit changed();
+}
+
+const WaveformPeaks* MediaStrips::peaks(const std::filesystem::path& file) const
+{
+    const auto found = m_peaks.find(file);
+    return found == m_peaks.end() || found->second.empty() ? nullptr : &found->second;
+}
+
+void MediaStrips::setPreparing(bool preparing)
+{
+    m_preparing = preparing;
+    emit preparingChanged();
+}
+
+void MediaStrips::cancel()
+{
+    if (!m_preparing)
+        return;
+    m_cancelled = true;
+    m_waveformStop.request_stop();
+    setPreparing(false);
+}
+
+void MediaStrips::resume()
+{
+    m_waveformStop.request_stop();
+    m_waveformStop = {};
+    m_cancelled = false;
+    readWaveforms();
+}
+
+QCoro::Task<> MediaStrips::readWaveforms()
+{
+    const auto stop = m_waveformStop.get_token();
+    const auto wanted = m_sources;
+    const auto count = static_cast<double>(wanted.size());
+    try {
+        for (std::size_t i = 0; i < wanted.size(); ++i) {
+            const Source source = wanted[i];
+            if (!source.sound || m_peaks.contains(source.file) || m_silent.contains(source.file))
+                continue;
+            m_progress = static_cast<double>(i) / count;
+            setPreparing(true);
+            const WorkControl control{.stop = stop, .progress = [this, stop, i, count](double value) {
+                                          if (stop.stop_requested())
+                                              return;
+                                          m_progress = (static_cast<double>(i) + value) / count;
+                                          emit preparingChanged();
+                                      }};
+            bool silent = false;
+            try {
+                auto peaks = co_await m_workers.run(
+                    control, [source](const std::stop_token& token, const ProgressCallback& progress) {
+                        return readPeaks(source, token, progress);
+                    });
+                if (stop.stop_requested())
+                    co_return;
+                m_peaks.insert_or_assign(source.file, std::move(peaks));
+            } catch (const Cancelled&) {
+                throw;
+            } catch (const std::exception&) {
+                silent = true; // A file without sound, or one that cannot be read: there is nothing to draw.
+            }
+            if (stop.stop_requested())
+                co_return;
+            if (silent)
+                m_silent.insert(source.file);
+            emit changed();
+        }
+    } catch (const Cancelled&) {
+        co_return;
+    }
+    if (m_preparing)
+        setPreparing(false);
+}
+
+WaveformPeaks MediaStrips::readPeaks(const Source& source, const std::stop_token& stop, const ProgressCallback& progress)
+{
+    const QString kept = cacheFolder().filePath(cacheName(source.file) + QStringLiteral(".peaks"));
+    QFile cache(kept);
+    if (cache.open(QIODevice::ReadOnly)) {
+        const QByteArray bytes = cache.readAll();
+        if (auto peaks = WaveformPeaks::decoded({bytes.constData(), static_cast<std::size_t>(bytes.size())}))
+            return std::move(*peaks);
+    }
+    const QTemporaryDir folder(cacheFolder().filePath(QStringLiteral("reading-XXXXXX")));
+    const QString raw = folder.filePath(QStringLiteral("sound.s16"));
+    // The sound as the picture's clock has it: late beginnings and gaps are filled with silence.
+    ProcessRunner::run(requireFfmpeg(),
+        {"-hide_banner", "-nostdin", "-y", "-i", source.file.string(), "-map", "0:a:0", "-vn", "-af",
+            "aresample=async=1:first_pts=0", "-ac", "1", "-ar", std::to_string(WaveformPeaks::sampleRate), "-f", "s16le",
+            "-progress", "pipe:1", raw.toStdString()},
+        progress, source.duration, stop);
+
+    QFile sound(raw);
+    if (!sound.open(QIODevice::ReadOnly))
+        throw captureError(sound.errorString().toStdString());
+    WaveformPeaks peaks;
+    std::vector<std::int16_t> block(1 << 16);
+    for (;;) {
+        const qint64 read = sound.read(reinterpret_cast<char*>(block.data()), static_cast<qint64>(block.size() * 2));
+        if (read < 2)
+            break;
+        peaks.add(std::span(block).first(static_cast<std::size_t>(read / 2)));
+    }
+    peaks.finish();
+    limitCache();
+    QSaveFile file(kept);
+    const std::string bytes = peaks.encoded();
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(bytes.data(), static_cast<qint64>(bytes.size()));
+        file.commit(); // What cannot be kept is read again the next time.
+    }
+    return peaks;
+}
+
+QImage MediaStrips::picture(const PictureKey& key) const
+{
+    const QImage* image = m_pictures.object(memoryName(key));
+    return image ? *image : QImage();
+}
+
+void MediaStrips::want(std::vector<PictureKey> pictures)
+{
+    m_wanted = std::move(pictures);
+    if (!m_readingPictures && !m_wanted.empty())
+        readPictures();
+}
+
+QCoro::Task<> MediaStrips::readPictures()
+{
+    m_readingPictures = true;
+    try {
+        while (!m_wanted.empty()) {
+            const PictureKey key = m_wanted.front();
+            m_wanted.erase(m_wanted.begin());
+            if (m_unreadable.contains(key) || m_pictures.contains(memoryName(key)))
+                continue;
+            QImage image;
+            try {
+                image = co_await m_workers.run([key](const std::stop_token& stop) { return readPicture(key, stop); });
+            } catch (const Cancelled&) {
+                throw;
+            } catch (const std::exception&) {
+                image = {}; // Not asked for again.
+            }
+            if (image.isNull()) {
+                m_unreadable.insert(key);
+                continue;
+            }
+            m_pictures.insert(memoryName(key), new QImage(image), image.sizeInBytes());
+            emit changed();
+        }
+    } catch (const Cancelled&) {
+        co_return;
+    }
+    m_readingPictures = false;
+}
+
+QImage MediaStrips::readPicture(const PictureKey& key, const std::stop_token& stop)
+{
+    const QString kept = cacheFolder().filePath(QStringLiteral("%1-%2.jpg").arg(cacheName(key.file)).arg(key.time));
+    if (QImage image(kept); !image.isNull())
+        return image;
+    const QTemporaryDir folder(cacheFolder().filePath(QStringLiteral("reading-XXXXXX")));
+    const QString made = folder.filePath(QStringLiteral("picture.jpg"));
+    ProcessRunner::run(requireFfmpeg(),
+        {"-hide_banner", "-nostdin", "-y", "-v", "error", "-threads", "1", "-ss",
+            numberText(static_cast<double>(key.time) / 1000), "-i", key.file.string(), "-map", "0:v:0", "-frames:v", "1",
+            "-vf", "scale=-2:" + std::to_string(pictureHeight), "-q:v", "4", made.toStdString()},
+        {}, 0, stop);
+    QImage image(made);
+    if (!image.isNull())
+        std::rename(toPath(made).c_str(), toPath(kept).c_str());
+    return image;
+}
+
+} // namespace orvo

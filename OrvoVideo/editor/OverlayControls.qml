@@ -1,0 +1,90 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Layouts
+import Orvo.Model
+import OrvoVideo
+
+/// One text or image on the screen.
+OPanel {
+    id: root
+
+    required property AppModel app
+    /// The overlay; its places are fractions of the frame.
+    required property var model
+    readonly property bool isText: model.kind === "text"
+
+    padding: Theme.space(3)
+
+    component OverlaySlider: OSlider {
+        required property string key
+
+        Layout.fillWidth: true
+        onEdited: value => root.app.setOverlayValue(root.model.overlayId, key, value)
+    }
+    component PlaceSlider: OverlaySlider {
+        displayFactor: 100
+        unitText: "%"
+    }
+
+    contentItem: ColumnLayout {
+        spacing: Theme.space(1)
+
+        RowLayout {
+            OTextField {
+                Layout.fillWidth: true
+                visible: root.isText
+                plain: true
+                name: "Texto en pantalla"
+                text: root.isText ? root.model.content : ""
+                onEditingFinished: {
+                    if (text !== root.model.content)
+                        root.app.setOverlayText(root.model.overlayId, text)
+                    text = Qt.binding(() => root.isText ? root.model.content : "")
+                }
+            }
+            OLabel {
+                Layout.fillWidth: true
+                visible: !root.isText
+                text: "Imagen"
+            }
+            OIconButton {
+                iconName: "trash-2"
+                text: root.isText ? "Eliminar texto" : "Eliminar imagen"
+                destructive: true
+                onClicked: root.app.removeOverlay(root.model.overlayId)
+            }
+        }
+        OverlaySlider {
+            label: "Desde"
+            key: "start"
+            to: Math.max(root.app.project.duration, 0.1)
+            unitText: "s"
+            value: root.model.start
+        }
+        OverlaySlider {
+            label: "Hasta"
+            key: "end"
+            to: Math.max(root.app.project.duration, 0.1)
+            unitText: "s"
+            value: root.model.end
+        }
+        PlaceSlider {
+            label: "Posición horizontal"
+            key: "x"
+            value: root.model.x
+        }
+        PlaceSlider {
+            label: "Posición vertical"
+            key: "y"
+            value: root.model.y
+        }
+        PlaceSlider {
+            label: "Ancho"
+            key: "width"
+            from: 0.02
+            visible: !root.isText
+            value: root.model.width
+        }
+    }
+}

@@ -1,0 +1,136 @@
+#include "OrvoVideo/editor/PreviewScene.h"
+
+#include "VideoMedia/RenderGraph.h"
+
+#include <QVariantMap>
+#include <algorithm>
+#include <cmath>
+
+namespace orvo {
+
+namespace {
+
+/// A fraction of the frame as the marks of an export are placed: on whole pixels.
+double wholePixels(double fraction, double size)
+{
+    return std::trunc(fraction * size);
+}
+
+} // namespace
+
+PreviewScene::PreviewScene(QObject* parent)
+    : QObject(parent)
+{
+}
+
+void PreviewScene::setModel(AppModel* model)
+{
+    if (m_model == model)
+        return;
+    if (m_model) {
+        m_model->disconnect(this);
+        m_model->player()->disconnect(this);
+        m_model->cameraPlayer()->disconnect(this);
+    }
+    m_model = model;
+    if (m_model) {
+        connect(m_model, &AppModel::projectChanged, this, &PreviewScene::place);
+        connect(m_model, &AppModel::previewChanged, this, &PreviewScene::previewChanged);
+        connect(m_model, &AppModel::optionsChanged, this, &PreviewScene::place);
+        connect(m_model, &AppModel::playheadChanged, this, &PreviewScene::follow);
+        // While playing the marks go with every picture; the playhead is told less often.
+        connect(m_model->player(), &PreviewPlayer::frameChanged, this, &PreviewScene::follow);
+        for (const auto signal : {&PreviewPlayer::frameChanged, &PreviewPlayer::loaded})
+            connect(m_model->cameraPlayer(), signal, this, &PreviewScene::takeCameraShape);
+        connect(m_model, &AppModel::previewChanged, this, &PreviewScene::takeCameraShape);
+        takeCameraShape();
+    }
+    place();
+    emit previewChanged();
+    emit modelChanged();
+}
+
+void PreviewScene::setViewSize(const QSizeF& size)
+{
+    if (m_viewSize == size)
+        return;
+    m_viewSize = size;
+    place();
+}
+
+void PreviewScene::takeCameraShape()
+{
+    const auto* camera = m_model->cameraPlayer();
+    const QSize shape = camera->hasComposition() ? camera->frame().size() : QSize();
+    if (shape == m_cameraShape)
+        return;
+    m_cameraShape = shape;
+    place();
+}
+
+const VideoProject* PreviewScene::project() const
+{
+    return m_model && m_model->project() ? &*m_model->project() : nullptr;
+}
+
+void PreviewScene::place()
+{
+    if (const VideoProject* shown = project()) {
+        const auto size = RenderGraph::outputSize(*shown, m_model->options().height);
+        m_frame = {static_cast<int>(size.width), static_cast<int>(size.height)};
+        const auto picture = PreviewGeometry::fitted(
+            {m_viewSize.width(), m_viewSize.height()}, {static_cast<double>(size.width), static_cast<double>(size.height)});
+        m_picture = {picture.x, picture.y, picture.width, picture.height};
+        m_pixel = picture.width / static_cast<double>(size.width);
+        const auto camera =
+            PreviewGeometry::cameraPlace(shown->edit, {static_cast<double>(size.width), static_cast<double>(size.height)},
+                {static_cast<double>(m_cameraShape.width()), static_cast<double>(m_cameraShape.height())});
+        m_camera = {camera.x * m_pixel, camera.y * m_pixel, camera.width * m_pixel, camera.height * m_pixel};
+        m_trail.show(*shown);
+    }
+    emit placesChanged();
+    follow();
+}
+
+bool PreviewScene::cameraShown() const
+{
+    const VideoProject* shown = project();
+    return shown && shown->edit.cameraVisible && !m_cameraShape.isEmpty()
+        && std::ranges::contains(shown->tracks, TrackKind::camera, &MediaTrack::kind);
+}
+
+void PreviewScene::follow()
+{
+    const VideoProject* shown = project();
+    if (!shown)
+        return;
+    m_time = m_model->playing() ? m_model->player()->position() : m_model->playhead();
+    m_zoom = PreviewGeometry::previewTransform(m_trail.zooms(), m_time, {m_picture.width(), m_picture.height()});
+    m_pointer = m_trail.at(m_time);
+    auto halos = shown->edit.clickHalo ? m_trail.halos(m_time) : std::vector<PreviewGeometry::PointerTrail::Halo>();
+    const bool othersHalos = halos != m_halos;
+    m_halos = std::move(halos);
+    emit timeChanged();
+    if (othersHalos)
+        emit halosChanged();
+}
+
+QPointF PreviewScene::pointer() const
+{
+    if (!m_pointer)
+        return {};
+    return {wholePixels(m_pointer->x, m_frame.width()) * m_pixel, wholePixels(m_pointer->y, m_frame.height()) * m_pixel};
+}
+
+QVariantList PreviewScene::halos() const
+{
+    QVariantList list;
+    for (const auto& halo : m_halos) {
+        list.append(QVariantMap{{QStringLiteral("x"), wholePixels(halo.place.x, m_frame.width()) * m_pixel},
+            {QStringLiteral("y"), wholePixels(halo.place.y, m_frame.height()) * m_pixel},
+            {QStringLiteral("progress"), halo.progress}});
+    }
+    return list;
+}
+
+} // namespace orvo

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "EditorGeometry/PreviewGeometry.h"
+#include "OrvoVideo/AppModel.h"
+
+#include <QPointer>
+#include <QRectF>
+#include <QSizeF>
+#include <QVariantList>
+
+namespace orvo {
+
+/// Where everything lies on the preview now, as an export burns it in: the picture in the view, its magnification, the marks
+/// of the pointer and the camera.
+///
+/// Places on the picture are pixels of the view, from the picture's top left corner. `pixel` is the size of one pixel of the
+/// export in them.
+class PreviewScene final : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(orvo::AppModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)
+    Q_PROPERTY(QSizeF viewSize READ viewSize WRITE setViewSize NOTIFY placesChanged)
+    /// Whether the media of the open project are being opened, and whether they cannot be played.
+    Q_PROPERTY(bool loading READ loading NOTIFY previewChanged)
+    Q_PROPERTY(bool failed READ failed NOTIFY previewChanged)
+    /// The picture in the view.
+    Q_PROPERTY(QRectF picture READ picture NOTIFY placesChanged)
+    Q_PROPERTY(double pixel READ pixel NOTIFY placesChanged)
+    Q_PROPERTY(int textSize READ textSize NOTIFY placesChanged)
+    Q_PROPERTY(QSize frameSize READ frameSize NOTIFY placesChanged)
+    Q_PROPERTY(QRectF camera READ camera NOTIFY placesChanged)
+    /// Whether there is a camera to show, now.
+    Q_PROPERTY(bool cameraShown READ cameraShown NOTIFY placesChanged)
+    // What changes with the time.
+    Q_PROPERTY(double time READ time NOTIFY timeChanged)
+    Q_PROPERTY(double zoomScale READ zoomScale NOTIFY timeChanged)
+    Q_PROPERTY(QPointF zoomOffset READ zoomOffset NOTIFY timeChanged)
+    Q_PROPERTY(bool pointerShown READ pointerShown NOTIFY timeChanged)
+    Q_PROPERTY(QPointF pointer READ pointer NOTIFY timeChanged)
+    /// Of every ring: `x`, `y` and `progress` from 0 to 1.
+    Q_PROPERTY(QVariantList halos READ halos NOTIFY halosChanged)
+public:
+    explicit PreviewScene(QObject* parent = nullptr);
+
+    AppModel* model() const { return m_model; }
+    void setModel(AppModel* model);
+    QSizeF viewSize() const { return m_viewSize; }
+    void setViewSize(const QSizeF& size);
+
+    bool loading() const { return m_model && m_model->preview() == AppModel::Preview::Loading; }
+    bool failed() const { return m_model && m_model->preview() == AppModel::Preview::Failed; }
+
+    QRectF picture() const { return m_picture; }
+    double pixel() const { return m_pixel; }
+    int textSize() const { return PreviewGeometry::textSize(m_frame.height()); }
+    QSize frameSize() const { return m_frame; }
+    QRectF camera() const { return m_camera; }
+    bool cameraShown() const;
+
+    double time() const { return m_time; }
+    double zoomScale() const { return m_zoom.scale; }
+    QPointF zoomOffset() const { return {m_zoom.x, m_zoom.y}; }
+    bool pointerShown() const { return m_pointer.has_value(); }
+    QPointF pointer() const;
+    QVariantList halos() const;
+
+signals:
+    void modelChanged();
+    void previewChanged();
+    void placesChanged();
+    void timeChanged();
+    void halosChanged();
+
+private:
+    const VideoProject* project() const;
+    void place();
+    void follow();
+    void takeCameraShape();
+
+    QPointer<AppModel> m_model;
+    QSizeF m_viewSize;
+    QSize m_cameraShape; ///< Of the last camera picture; empty without one.
+    QRectF m_picture;
+    QSize m_frame;
+    double m_pixel = 1;
+    QRectF m_camera;
+
+    PreviewGeometry::PointerTrail m_trail;
+    double m_time = 0;
+    PreviewGeometry::Zoom m_zoom;
+    std::optional<PreviewGeometry::PointerTrail::Place> m_pointer;
+    std::vector<PreviewGeometry::PointerTrail::Halo> m_halos;
+};
+
+} // namespace orvo

@@ -1,0 +1,140 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Layouts
+import Orvo.Model
+import Orvo.Preview
+import OrvoVideo
+
+/// The picture with everything that an export puts on it, and the controls to play it.
+ColumnLayout {
+    id: root
+
+    required property AppModel app
+    required property EditorCommands commands
+
+    spacing: Theme.space(2)
+
+    PreviewScene {
+        id: previewScene
+
+        model: root.app
+        viewSize: Qt.size(stage.width, stage.height)
+    }
+
+    Rectangle {
+        id: stage
+
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        color: "#000000"
+        radius: Theme.radius
+        clip: true
+        Accessible.role: Accessible.Graphic
+        Accessible.name: "Vista previa"
+        Accessible.description: Theme.timeText(root.app.playhead)
+
+        TapHandler {
+            onTapped: stage.forceActiveFocus(Qt.MouseFocusReason)
+        }
+
+        Item {
+            id: frame
+
+            x: previewScene.picture.x
+            y: previewScene.picture.y
+            width: previewScene.picture.width
+            height: previewScene.picture.height
+            clip: true
+
+            Item {
+                id: magnified
+
+                x: -previewScene.zoomOffset.x * previewScene.zoomScale
+                y: -previewScene.zoomOffset.y * previewScene.zoomScale
+                width: frame.width
+                height: frame.height
+                scale: previewScene.zoomScale
+                transformOrigin: Item.TopLeft
+
+                PreviewItem {
+                    objectName: "screen"
+                    anchors.fill: parent
+                    player: root.app.player
+                    magnification: previewScene.zoomScale
+                }
+                PointerMark {
+                    shape: PointerMark.Highlight
+                    visible: previewScene.pointerShown && root.app.project.pointerHighlight
+                    pixel: previewScene.pixel
+                    x: previewScene.pointer.x - origin.x
+                    y: previewScene.pointer.y - origin.y
+                }
+                PointerMark {
+                    shape: PointerMark.Arrow
+                    objectName: "pointer"
+                    visible: previewScene.pointerShown
+                    pixel: previewScene.pixel
+                    x: previewScene.pointer.x - origin.x
+                    y: previewScene.pointer.y - origin.y
+                }
+                Repeater {
+                    model: previewScene.halos
+
+                    PointerMark {
+                        required property var modelData
+
+                        shape: PointerMark.Halo
+                        pixel: previewScene.pixel
+                        progress: modelData.progress
+                        x: modelData.x - origin.x
+                        y: modelData.y - origin.y
+                    }
+                }
+                Repeater {
+                    model: root.app.overlays
+
+                    PreviewOverlay {
+                        app: root.app
+                        scene: previewScene
+                    }
+                }
+            }
+            CameraPicture {
+                app: root.app
+                scene: previewScene
+            }
+        }
+
+        OLabel {
+            anchors.centerIn: parent
+            width: Math.min(implicitWidth, parent.width - Theme.space(8))
+            visible: text !== ""
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+            color: "#F3F0FA"
+            text: {
+                if (previewScene.failed)
+                    return "Usa Recuperar para preparar este archivo antes de reproducirlo."
+                return previewScene.loading && slow.done ? "Abriendo el vídeo…" : ""
+            }
+        }
+        // What opens at once says nothing.
+        Timer {
+            id: slow
+
+            property bool done: false
+
+            interval: 300
+            running: previewScene.loading
+            onRunningChanged: done = false
+            onTriggered: done = true
+        }
+    }
+
+    Transport {
+        Layout.fillWidth: true
+        app: root.app
+        commands: root.commands
+    }
+}

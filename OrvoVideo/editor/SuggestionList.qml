@@ -1,0 +1,80 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Orvo.Model
+import OrvoVideo
+
+/// What the analysis proposes.
+ColumnLayout {
+    id: root
+
+    required property AppModel app
+    /// Whether the analysis was asked for, so that finding nothing is said.
+    property bool asked: false
+
+    spacing: Theme.space(1)
+
+    OLabel {
+        Layout.fillWidth: true
+        visible: root.asked && list.count === 0
+        text: "No hay mejoras que proponer."
+        secondary: true
+        font.pixelSize: Theme.captionSize
+    }
+    ListView {
+        id: list
+
+        objectName: "suggestions"
+        Layout.fillWidth: true
+        visible: count > 0
+        implicitHeight: Math.min(contentHeight, 264)
+        clip: true
+        reuseItems: true
+        boundsBehavior: Flickable.StopAtBounds
+        model: root.app.suggestions
+        ScrollBar.vertical: OScrollBar {}
+        Accessible.role: Accessible.List
+        Accessible.name: "Mejoras propuestas"
+
+        delegate: RowLayout {
+            id: entry
+
+            required property string suggestionId
+            required property string label
+            required property real start
+            required property real end
+
+            width: ListView.view.width - (list.contentHeight > list.height ? Theme.space(3) : 0)
+            height: 44
+            spacing: Theme.space(2)
+
+            ColumnLayout {
+                Layout.fillWidth: true
+                spacing: 0
+
+                OLabel {
+                    Layout.fillWidth: true
+                    text: entry.label
+                    elide: Text.ElideRight
+                }
+                OButton {
+                    implicitHeight: 18
+                    leftPadding: 0
+                    rightPadding: 0
+                    plain: true
+                    text: Theme.timeText(entry.start) + " → " + Theme.timeText(entry.end)
+                    font: Theme.digits(Theme.captionSize)
+                    Accessible.description: "Ir a este momento"
+                    onClicked: root.app.seek(entry.start)
+                }
+            }
+            OButton {
+                text: "Aplicar"
+                Accessible.description: entry.label
+                onClicked: root.app.applySuggestion(entry.suggestionId)
+            }
+        }
+    }
+}

@@ -1,0 +1,72 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Layouts
+import Orvo.Model
+import OrvoVideo
+
+/// One zoom point.
+OPanel {
+    id: root
+
+    required property AppModel app
+    /// The zoom point; its centre is fractions of the frame.
+    required property var model
+
+    padding: Theme.space(3)
+
+    component EventSlider: OSlider {
+        required property string key
+
+        Layout.fillWidth: true
+        onEdited: value => root.app.setEventValue(root.model.eventId, key, value)
+    }
+
+    contentItem: ColumnLayout {
+        spacing: Theme.space(1)
+
+        RowLayout {
+            OButton {
+                Layout.leftMargin: -Theme.space(1)
+                leftPadding: Theme.space(1)
+                rightPadding: Theme.space(1)
+                plain: true
+                text: Theme.timeText(root.model.time) + " → " + Theme.timeText(root.model.time + root.model.duration)
+                font: Theme.digits(Theme.bodySize)
+                Accessible.description: "Ir a este zoom"
+                onClicked: root.app.seek(root.model.time)
+            }
+            Item {
+                Layout.fillWidth: true
+            }
+            OIconButton {
+                iconName: "trash-2"
+                text: "Eliminar zoom"
+                destructive: true
+                onClicked: root.app.removeEvent(root.model.eventId)
+            }
+        }
+        EventSlider {
+            label: "Aumento"
+            key: "scale"
+            from: 1
+            to: 4
+            unitText: "×"
+            value: root.model.scale
+        }
+        EventSlider {
+            label: "Centro X"
+            key: "x"
+            displayFactor: 100
+            unitText: "%"
+            value: root.model.x
+        }
+        EventSlider {
+            label: "Centro Y"
+            key: "y"
+            displayFactor: 100
+            unitText: "%"
+            value: root.model.y
+        }
+    }
+}

@@ -1,0 +1,39 @@
+# The editor: preview, timeline and inspector.
+add_subdirectory(editor/geometry)
+
+set(ORVO_EDITOR_QML
+  editor/CameraPicture.qml
+  editor/DragFrame.qml
+  editor/EditorView.qml
+  editor/EffectsSection.qml
+  editor/InspectorView.qml
+  editor/KeySheet.qml
+  editor/OverlayControls.qml
+  editor/PreviewOverlay.qml
+  editor/PreviewView.qml
+  editor/SharingSection.qml
+  editor/SuggestionList.qml
+  editor/TextSection.qml
+  editor/TimelineView.qml
+  editor/Transport.qml
+  editor/WordEntry.qml
+  editor/ZoomControls.qml)
+
+set(ORVO_EDITOR_SOURCES
+  editor/EditorCommands.cpp
+  editor/EditorCommands.h
+  editor/MediaStrips.cpp
+  editor/MediaStrips.h
+  editor/PreviewMarks.cpp
+  editor/PreviewMarks.h
+  editor/PreviewScene.cpp
+  editor/PreviewScene.h
+  editor/Shuttle.cpp
+  editor/Shuttle.h
+  editor/TimelineInput.cpp
+  editor/TimelineItem.cpp
+  editor/TimelineItem.h
+  editor/TimelinePainter.cpp
+  editor/TimelinePainter.h
+  editor/TranscriptCursor.cpp
+  editor/TranscriptCursor.h)

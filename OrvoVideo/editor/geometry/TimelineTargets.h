@@ -1,0 +1,69 @@
+#pragma once
+
+#include "EditorGeometry/TimelineScale.h"
+#include "VideoCore/VideoProject.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace orvo {
+
+/// The rows of the timeline from top to bottom: the ruler, the lanes of the zoom points, the overlays and the cuts, and one
+/// row per track. In logical pixels.
+struct TimelineRows {
+    static constexpr double ruler = 28;
+    static constexpr double lane = 22;
+    static constexpr double track = 48;
+    static constexpr double gap = 3;
+
+    std::size_t tracks = 0;
+
+    static constexpr double zoomsTop() { return ruler + gap; }
+    static constexpr double overlaysTop() { return zoomsTop() + lane + gap; }
+    static constexpr double cutsTop() { return overlaysTop() + lane + gap; }
+    static constexpr double tracksTop() { return cutsTop() + lane + gap; }
+    static constexpr double trackTop(std::size_t index) { return tracksTop() + static_cast<double>(index) * (track + gap); }
+    /// Where the last row ends.
+    double height() const { return trackTop(tracks); }
+};
+
+/// Something on the timeline that the pointer can take hold of.
+struct TimelineTarget {
+    enum class Kind : std::uint8_t {
+        none, ///< Empty track: here a new selection begins.
+        ruler, ///< Here the playhead is led.
+        selection,
+        cut,
+        zoom,
+        overlay
+    };
+    enum class Part : std::uint8_t { body, start, end };
+
+    Kind kind = Kind::none;
+    Part part = Part::body;
+    std::size_t index = 0; ///< In the document's list of cuts, events or overlays.
+    TimeSpan span; ///< As it is in the document.
+
+    /// Whether the pointer can drag it.
+    bool movable() const noexcept { return part != Part::body || kind == Kind::zoom || kind == Kind::overlay; }
+
+    friend bool operator==(const TimelineTarget&, const TimelineTarget&) = default;
+};
+
+namespace TimelineTargets {
+
+/// How near, in pixels, the pointer must be to an edge to take it.
+inline constexpr double reach = 6;
+/// Nothing is dragged shorter than this, in seconds.
+inline constexpr double shortest = 0.04;
+
+/// What lies at a place. Of things over one another, the last drawn; edges before bodies.
+TimelineTarget at(double x, double y, const TimelineScale& scale, const VideoProject& project, TimeSpan selection);
+
+/// Where a dragged thing lies when the dragged part of it (its start, when it is dragged as a whole) has come to `time`:
+/// within the recording, and not shorter than `shortest`.
+TimeSpan dragged(const TimelineTarget& target, double time, double duration);
+
+} // namespace TimelineTargets
+
+} // namespace orvo

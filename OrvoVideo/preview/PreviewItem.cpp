@@ -1,0 +1,108 @@
+#include "PreviewItem.h"
+
+#include <QQuickWindow>
+#include <QSGImageNode>
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace orvo {
+
+PreviewItem::PreviewItem(QQuickItem* parent)
+    : QQuickItem(parent)
+{
+    setFlag(ItemHasContents);
+}
+
+void PreviewItem::setPlayer(PreviewPlayer* player)
+{
+    if (player == m_player)
+        return;
+    if (m_player)
+        m_player->disconnect(this);
+    m_player = player;
+    if (m_player) {
+        connect(m_player, &PreviewPlayer::frameChanged, this, &PreviewItem::takePicture);
+        tellDisplaySize();
+    }
+    takePicture();
+    emit playerChanged();
+}
+
+void PreviewItem::setMagnification(double magnification)
+{
+    magnification = std::isfinite(magnification) ? std::max(magnification, 1.0) : 1.0;
+    if (magnification == m_magnification)
+        return;
+    m_magnification = magnification;
+    tellDisplaySize();
+    emit magnificationChanged();
+}
+
+void PreviewItem::takePicture()
+{
+    m_picture = m_player ? m_player->frame() : QImage();
+    m_hasNewPicture = true;
+    placePicture();
+    update();
+}
+
+void PreviewItem::placePicture()
+{
+    const QSizeF fitted = m_picture.isNull() ? QSizeF() : QSizeF(m_picture.size()).scaled(size(), Qt::KeepAspectRatio);
+    // On whole pixels, so that a picture of the very size is not blurred.
+    const QRectF place(std::floor((width() - fitted.width()) / 2), std::floor((height() - fitted.height()) / 2),
+        std::round(fitted.width()), std::round(fitted.height()));
+    if (std::exchange(m_pictureRect, place) != place)
+        emit pictureRectChanged();
+}
+
+/// A magnified picture comes in full size at once, rather than in a new size with every step of the movement.
+void PreviewItem::tellDisplaySize()
+{
+    if (!m_player || !window() || size().isEmpty())
+        return;
+    const double scale = window()->effectiveDevicePixelRatio();
+    m_player->setDisplaySize(m_magnification > 1 ? QSize() : QSize(qCeil(width() * scale), qCeil(height() * scale)));
+}
+
+void PreviewItem::geometryChange(const QRectF& now, const QRectF& before)
+{
+    QQuickItem::geometryChange(now, before);
+    if (now.size() != before.size()) {
+        placePicture();
+        tellDisplaySize();
+        update();
+    }
+}
+
+void PreviewItem::itemChange(ItemChange change, const ItemChangeData& value)
+{
+    QQuickItem::itemChange(change, value);
+    if (change == ItemSceneChange || change == ItemDevicePixelRatioHasChanged)
+        tellDisplaySize();
+}
+
+QSGNode* PreviewItem::updatePaintNode(QSGNode* node, UpdatePaintNodeData*)
+{
+    auto* picture = static_cast<QSGImageNode*>(node);
+    if (m_picture.isNull()) {
+        delete picture;
+        return nullptr;
+    }
+    const bool isNew = picture == nullptr;
+    if (isNew) {
+        picture = window()->createImageNode();
+        picture->setOwnsTexture(true);
+        picture->setFiltering(QSGTexture::Linear);
+    }
+    if (std::exchange(m_hasNewPicture, false) || isNew) {
+        QSGTexture* texture = window()->createTextureFromImage(m_picture, QQuickWindow::TextureIsOpaque);
+        picture->setTexture(texture);
+        picture->setSourceRect(QRectF(QPointF(), QSizeF(m_picture.size())));
+    }
+    picture->setRect(m_pictureRect);
+    return picture;
+}
+
+} // namespace orvo

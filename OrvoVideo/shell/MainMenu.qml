@@ -1,0 +1,144 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import Orvo.Model
+import OrvoVideo
+
+/// The menus of the main window. Their shortcuts hold in the whole window; a text field that is being edited keeps its own.
+MenuBar {
+    id: root
+
+    required property AppModel app
+    property bool libraryShown: true
+    property bool inspectorShown: true
+
+    signal libraryToggled()
+    signal inspectorToggled()
+    signal quitWanted()
+
+    background: Rectangle {
+        color: Theme.panel
+
+        Rectangle {
+            anchors.bottom: parent.bottom
+            width: parent.width
+            height: 1
+            color: Theme.line
+        }
+    }
+    delegate: MenuBarItem {
+        id: heading
+
+        implicitHeight: 30
+        leftPadding: Theme.space(3)
+        rightPadding: Theme.space(3)
+        Accessible.name: text
+
+        contentItem: Text {
+            text: heading.text
+            color: Theme.text
+            font.pixelSize: Theme.bodySize
+            verticalAlignment: Text.AlignVCenter
+            Accessible.ignored: true
+        }
+        background: Rectangle {
+            color: heading.highlighted || heading.hovered ? Theme.raised : "transparent"
+        }
+    }
+
+    OMenu {
+        title: "Archivo"
+
+        Action {
+            text: "Importar vídeo…"
+            shortcut: "Ctrl+I"
+            enabled: !root.app.busy
+            onTriggered: root.app.importMedia(false)
+        }
+        Action {
+            text: "Añadir vídeo a este proyecto…"
+            shortcut: "Ctrl+Shift+I"
+            enabled: root.app.hasProject && !root.app.busy
+            onTriggered: root.app.importMedia(true)
+        }
+        OMenuSeparator {}
+        Action {
+            text: "Exportar…"
+            shortcut: "Ctrl+E"
+            enabled: root.app.hasProject && !root.app.busy
+            onTriggered: root.app.exportVideo()
+        }
+        OMenuSeparator {}
+        Action {
+            text: "Salir"
+            shortcut: "Ctrl+Q"
+            onTriggered: root.quitWanted()
+        }
+    }
+    OMenu {
+        title: "Editar"
+
+        Action {
+            text: "Deshacer"
+            shortcut: "Ctrl+Z"
+            enabled: root.app.canUndo
+            onTriggered: root.app.undo()
+        }
+        Action {
+            text: "Rehacer"
+            shortcut: "Ctrl+Shift+Z"
+            enabled: root.app.canRedo
+            onTriggered: root.app.redo()
+        }
+        OMenuSeparator {}
+        Action {
+            text: "Cortar selección"
+            enabled: root.app.hasProject
+            onTriggered: root.app.cutSelection()
+        }
+        Action {
+            text: "Añadir zoom en este punto"
+            enabled: root.app.hasProject
+            onTriggered: root.app.addZoom()
+        }
+    }
+    OMenu {
+        title: "Ver"
+
+        Action {
+            text: "Biblioteca"
+            shortcut: "Ctrl+B"
+            checkable: true
+            checked: root.libraryShown
+            onTriggered: {
+                checked = Qt.binding(() => root.libraryShown)
+                root.libraryToggled()
+            }
+        }
+        Action {
+            text: "Inspector"
+            shortcut: "Ctrl+Shift+B"
+            checkable: true
+            checked: root.inspectorShown
+            enabled: root.app.hasProject
+            onTriggered: {
+                checked = Qt.binding(() => root.inspectorShown)
+                root.inspectorToggled()
+            }
+        }
+        OMenuSeparator {}
+        AppearanceAction {
+            text: "Aspecto del sistema"
+            choice: "system"
+        }
+        AppearanceAction {
+            text: "Aspecto oscuro"
+            choice: "dark"
+        }
+        AppearanceAction {
+            text: "Aspecto claro"
+            choice: "light"
+        }
+    }
+}

@@ -1,0 +1,219 @@
+pragma ComponentBehavior: Bound
+
+import QtCore
+import QtQuick
+import QtQuick.Controls.Basic
+import Orvo.Model
+import OrvoVideo
+
+/// The main window: the library beside the open project or the welcome page, over the status bar.
+ApplicationWindow {
+    id: root
+
+    required property AppModel app
+
+    /// Whether the library stands beside the rest; in a narrow window it comes over it when asked for.
+    readonly property bool wide: width >= 1100
+    property bool quitting: false
+
+    function toggleLibrary() {
+        if (wide)
+            remembered.libraryShown = !remembered.libraryShown
+        else if (drawer.opened)
+            drawer.close()
+        else
+            drawer.open()
+    }
+    function quit() {
+        quitting = true
+        close()
+    }
+
+    title: app.hasProject ? app.project.title + " — Orvo Video" : "Orvo Video"
+    width: 1280
+    height: 800
+    minimumWidth: 760
+    minimumHeight: 560
+    visible: true
+    color: Theme.window
+    font.pixelSize: Theme.bodySize
+    palette {
+        window: Theme.window
+        windowText: Theme.text
+        base: Theme.panel
+        text: Theme.text
+        button: Theme.raised
+        buttonText: Theme.text
+        highlight: Theme.accent
+        highlightedText: Theme.inkOnAccent
+        placeholderText: Theme.secondaryText
+    }
+
+    onWideChanged: drawer.close()
+    onClosing: close => {
+        if (app.busy && !leaveWhileBusy.agreed) {
+            close.accepted = false
+            leaveWhileBusy.open()
+        } else if (!app.prepareToQuit()) {
+            // The edits that could not be written are only here. The alert says why.
+            close.accepted = false
+        } else {
+            remember()
+        }
+        quitting = false
+    }
+
+    // What is remembered between runs.
+    function remember() {
+        remembered.maximized = visibility === Window.Maximized
+        if (!remembered.maximized) {
+            remembered.width = width
+            remembered.height = height
+        }
+        remembered.columns = columns.saveState()
+    }
+
+    Settings {
+        id: remembered
+
+        category: "window"
+        property int width: 1280
+        property int height: 800
+        property bool maximized: false
+        property bool libraryShown: true
+        property bool inspectorShown: true
+        property var columns
+    }
+    Component.onCompleted: {
+        width = Math.max(minimumWidth, Math.min(remembered.width, Screen.desktopAvailableWidth))
+        height = Math.max(minimumHeight, Math.min(remembered.height, Screen.desktopAvailableHeight))
+        if (remembered.columns)
+            columns.restoreState(remembered.columns)
+        if (remembered.maximized)
+            showMaximized()
+    }
+
+    menuBar: MainMenu {
+        app: root.app
+        libraryShown: root.wide ? remembered.libraryShown : drawer.opened
+        inspectorShown: remembered.inspectorShown
+        onLibraryToggled: root.toggleLibrary()
+        onInspectorToggled: remembered.inspectorShown = !remembered.inspectorShown
+        onQuitWanted: root.quit()
+    }
+
+    SplitView {
+        id: columns
+
+        anchors.fill: parent
+        orientation: Qt.Horizontal
+        handle: Rectangle {
+            implicitWidth: 5
+            color: "transparent"
+
+            Rectangle {
+                anchors.horizontalCenter: parent.horizontalCenter
+                width: 1
+                height: parent.height
+                color: parent.SplitHandle.pressed || parent.SplitHandle.hovered ? Theme.accentInk : Theme.line
+            }
+        }
+
+        Loader {
+            SplitView.preferredWidth: 264
+            SplitView.minimumWidth: 220
+            SplitView.maximumWidth: 400
+            active: root.wide && remembered.libraryShown
+            visible: active
+            sourceComponent: librarySidebar
+        }
+        Item {
+            SplitView.fillWidth: true
+
+            Loader {
+                anchors.fill: parent
+                active: !root.app.hasProject
+                sourceComponent: WelcomeView {
+                    app: root.app
+                    libraryReachable: !root.wide || !remembered.libraryShown
+                    onLibraryToggled: root.toggleLibrary()
+                }
+            }
+            Loader {
+                anchors.fill: parent
+                active: root.app.hasProject
+                sourceComponent: ProjectView {
+                    app: root.app
+                    libraryReachable: !root.wide || !remembered.libraryShown
+                    inspectorShown: remembered.inspectorShown
+                    onLibraryToggled: root.toggleLibrary()
+                    onInspectorToggled: remembered.inspectorShown = !remembered.inspectorShown
+                }
+            }
+            DropZones {
+                anchors.fill: parent
+                app: root.app
+            }
+        }
+    }
+
+    footer: StatusBar {
+        app: root.app
+    }
+
+    Component {
+        id: librarySidebar
+
+        LibrarySidebar {
+            app: root.app
+            onProjectChosen: drawer.close()
+        }
+    }
+
+    Drawer {
+        id: drawer
+
+        y: root.menuBar.height
+        width: 280
+        height: root.height - root.menuBar.height - root.footer.height
+        dim: true
+        interactive: !root.wide
+        padding: 0
+
+        background: Rectangle {
+            color: Theme.panel
+        }
+        Overlay.modal: Rectangle {
+            color: Theme.shade
+        }
+        Loader {
+            anchors.fill: parent
+            active: !root.wide
+            sourceComponent: librarySidebar
+        }
+    }
+
+    Alert {
+        objectName: "errorAlert"
+        title: "Algo no ha ido bien"
+        message: root.app.errorMessage
+        shown: root.app.errorMessage !== ""
+        onAccepted: root.app.clearError()
+        onRejected: root.app.clearError()
+    }
+    Alert {
+        id: leaveWhileBusy
+
+        property bool agreed: false
+
+        title: "¿Salir ahora?"
+        message: root.app.status + "\nSi sales, esta operación se cancela. Tus ediciones están guardadas."
+        acceptText: "Cancelar la operación y salir"
+        rejectText: "Seguir aquí"
+        destructive: true
+        onAccepted: {
+            agreed = true
+            root.close()
+        }
+    }
+}

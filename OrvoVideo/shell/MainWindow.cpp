@@ -1,0 +1,75 @@
+#include "OrvoVideo/shell/MainWindow.h"
+
+#include "OrvoVideo/shell/ProjectThumbnails.h"
+
+#include <QFileInfo>
+#include <QUuid>
+#include <stdexcept>
+#include <utility>
+
+namespace orvo {
+
+namespace {
+
+bool isProject(const QString& argument)
+{
+    return !QUuid::fromString(argument).isNull();
+}
+
+} // namespace
+
+MainWindow::MainWindow(AppModel& model, QObject* parent)
+    : QObject(parent)
+    , m_model(model)
+{
+    m_engine.addImageProvider(QLatin1String(ThumbnailProvider::name), new ThumbnailProvider);
+    m_engine.setInitialProperties({{QStringLiteral("app"), QVariant::fromValue(&m_model)}});
+    m_engine.loadFromModule("OrvoVideo", "MainView");
+    if (m_engine.rootObjects().isEmpty())
+        throw std::runtime_error("the main window cannot be made");
+    m_window = qobject_cast<QQuickWindow*>(m_engine.rootObjects().constFirst());
+    connect(&m_model, &AppModel::libraryListedChanged, this, &MainWindow::openWanted);
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::bringToFront(const QString& activationToken)
+{
+    if (!activationToken.isEmpty())
+        qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8());
+    if (m_window->windowStates().testFlag(Qt::WindowMinimized))
+        m_window->setWindowStates(m_window->windowStates() & ~Qt::WindowMinimized);
+    m_window->show();
+    m_window->raise();
+    m_window->requestActivate();
+}
+
+void MainWindow::open(const QStringList& arguments)
+{
+    m_wanted = arguments;
+    openWanted();
+}
+
+void MainWindow::openWanted()
+{
+    if (!m_model.libraryListed())
+        return;
+    QString project;
+    QString movie;
+    for (const QString& argument : std::exchange(m_wanted, {}))
+        (isProject(argument) ? project : movie) = argument;
+    if (!project.isEmpty())
+        m_model.open(project);
+    if (!movie.isEmpty())
+        m_model.importFile(QUrl::fromLocalFile(QFileInfo(movie).absoluteFilePath()), false);
+}
+
+QStringList MainWindow::inAnyFolder(const QStringList& arguments)
+{
+    QStringList result;
+    for (const QString& argument : arguments)
+        result += isProject(argument) ? argument : QFileInfo(argument).absoluteFilePath();
+    return result;
+}
+
+} // namespace orvo

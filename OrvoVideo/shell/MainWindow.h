@@ -1,0 +1,41 @@
+#pragma once
+
+#include "OrvoVideo/AppModel.h"
+
+#include <QObject>
+#include <QQmlApplicationEngine>
+#include <QQuickWindow>
+#include <QStringList>
+
+namespace orvo {
+
+/// Shows the main window on a model, and does what the application was started with. Main thread only.
+class MainWindow final : public QObject {
+    Q_OBJECT
+public:
+    /// The model must outlive this. Throws `std::runtime_error` when the window cannot be made.
+    explicit MainWindow(AppModel& model, QObject* parent = nullptr);
+    ~MainWindow() override;
+
+    QQuickWindow& window() const { return *m_window; }
+
+    /// Brings the window to the front. `activationToken` is what the desktop gave for that, or empty.
+    void bringToFront(const QString& activationToken = {});
+
+    /// Opens what the arguments of the command line name: the identifier of a project, or a movie to import. The last one of
+    /// either counts. What is asked for before the library is listed is done then.
+    void open(const QStringList& arguments);
+
+    /// The arguments with paths that mean the same in any folder, for a process that lives in another one.
+    static QStringList inAnyFolder(const QStringList& arguments);
+
+private:
+    void openWanted();
+
+    AppModel& m_model;
+    QStringList m_wanted;
+    QQmlApplicationEngine m_engine;
+    QQuickWindow* m_window = nullptr;
+};
+
+} // namespace orvo

@@ -1,0 +1,149 @@
+#include "OrvoVideo/shell/ProjectThumbnails.h"
+
+#include "OrvoVideo/Text.h"
+#include "VideoCore/Error.h"
+#include "VideoMedia/ProcessRunner.h"
+
+#include <QCryptographicHash>
+#include <QImage>
+#include <QLoggingCategory>
+#include <QStandardPaths>
+#include <QTemporaryFile>
+#include <algorithm>
+#include <cstdio>
+#include <format>
+
+namespace orvo {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+Q_LOGGING_CATEGORY(log, "orvo.thumbnails")
+
+/// Where the picture of this state of the movie is kept.
+fs::path cachedPicture(const fs::path& movie, const fs::file_time_type& changed, std::uintmax_t size)
+{
+    const auto key = std::format("{}|{}|{}", movie.string(), changed.time_since_epoch().count(), size);
+    const auto digest = QCryptographicHash::hash(QByteArray::fromStdString(key), QCryptographicHash::Sha1).toHex();
+    const fs::path cache = QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation).toStdString();
+    return cache / "OrvoVideo" / "thumbnails" / (digest.toStdString() + ".jpg");
+}
+
+/// The picture of a movie, from the cache when it lies there. Blocks.
+QImage pictureOf(const fs::path& movie, const std::stop_token& stop)
+{
+    const fs::path picture = cachedPicture(movie, fs::last_write_time(movie), fs::file_size(movie));
+    if (const QImage cached(QString::fromStdString(picture.string())); !cached.isNull())
+        return cached;
+    const auto ffmpeg = ProcessRunner::ffmpeg();
+    if (!ffmpeg)
+        return {};
+    fs::create_directories(picture.parent_path());
+    QTemporaryFile file(QString::fromStdString(picture.parent_path() / "XXXXXX.jpg"));
+    if (!file.open())
+        return {};
+    // The very first frame of a recording is often empty. A movie that ends before has no frame there.
+    for (const char* start : {"1", "0"}) {
+        ProcessRunner::run(*ffmpeg,
+            {"-hide_banner", "-nostdin", "-v", "error", "-y", "-threads", "1", "-ss", start, "-i", movie.string(), "-an",
+                "-frames:v", "1", "-vf", std::format("scale=-2:{}", ThumbnailProvider::height), "-f", "image2", "-update",
+                "1", file.fileName().toStdString()},
+            {}, 0, stop);
+        const QImage made(file.fileName());
+        if (made.isNull())
+            continue;
+        // Two that make the same picture leave one of them.
+        file.setAutoRemove(::rename(file.fileName().toLocal8Bit().constData(), picture.c_str()) != 0);
+        return made;
+    }
+    return {};
+}
+
+class Response final : public QQuickImageResponse {
+public:
+    explicit Response(fs::path movie, std::stop_token stop)
+        : m_movie(std::move(movie))
+        , m_stop(std::move(stop))
+    {
+    }
+
+    /// On a worker.
+    void make()
+    {
+        try {
+            if (!m_cancelled.stop_requested() && !m_stop.stop_requested())
+                m_image = pictureOf(m_movie, m_stop);
+        } catch (const Cancelled&) {
+            // The application ends.
+        } catch (const std::exception& error) {
+            qCInfo(log) << "no picture of" << m_movie.c_str() << error.what();
+        }
+        emit finished();
+    }
+
+    QQuickTextureFactory* textureFactory() const override { return QQuickTextureFactory::textureFactoryForImage(m_image); }
+    void cancel() override { m_cancelled.request_stop(); }
+
+private:
+    fs::path m_movie;
+    std::stop_token m_stop;
+    std::stop_source m_cancelled; ///< The row went out of sight before its turn.
+    QImage m_image;
+};
+
+} // namespace
+
+ThumbnailProvider::ThumbnailProvider()
+{
+    m_threads.setMaxThreadCount(1);
+    m_threads.setThreadPriority(QThread::LowPriority);
+}
+
+ThumbnailProvider::~ThumbnailProvider()
+{
+    m_stop.request_stop();
+    m_threads.waitForDone();
+}
+
+QUrl ThumbnailProvider::address(const fs::path& movie)
+{
+    const auto encoded = QByteArray::fromStdString(movie.string()).toBase64(QByteArray::Base64UrlEncoding);
+    return QUrl(QStringLiteral("image://%1/%2").arg(QLatin1String(name), QLatin1String(encoded)));
+}
+
+QQuickImageResponse* ThumbnailProvider::requestImageResponse(const QString& id, const QSize&)
+{
+    const auto movie = QByteArray::fromBase64(id.toLatin1(), QByteArray::Base64UrlEncoding);
+    auto* response = new Response(fs::path(movie.toStdString()), m_stop.get_token());
+    m_threads.start([response] { response->make(); });
+    return response;
+}
+
+void ProjectThumbnails::setModel(AppModel* model)
+{
+    if (m_model == model)
+        return;
+    m_model = model;
+    emit modelChanged();
+}
+
+QUrl ProjectThumbnails::source(const QString& projectId, double duration) const
+{
+    const VideoProject* project = m_model && duration > 0 ? m_model->library()->find(Text::toId(projectId)) : nullptr;
+    if (!project)
+        return {};
+    const auto seen = [](const MediaTrack& track) {
+        return track.kind == TrackKind::screen || track.kind == TrackKind::clip;
+    };
+    const auto track = std::ranges::find_if(project->tracks, seen);
+    if (track == project->tracks.end())
+        return {};
+    try {
+        return ThumbnailProvider::address(m_model->store().mediaURL(*project, track->file));
+    } catch (const fs::filesystem_error&) {
+        return {}; // Leads out of the project.
+    }
+}
+
+} // namespace orvo

@@ -1,0 +1,109 @@
+import QtQuick
+import QtQuick.Layouts
+import Orvo.Model
+import OrvoVideo
+
+/// The open project: its title and what can be done with the whole of it, over the editor.
+ColumnLayout {
+    id: root
+
+    required property AppModel app
+    property bool libraryReachable: false
+    property bool inspectorShown: true
+
+    signal libraryToggled()
+    signal inspectorToggled()
+
+    spacing: 0
+
+    RowLayout {
+        Layout.fillWidth: true
+        Layout.leftMargin: Theme.space(3)
+        Layout.rightMargin: Theme.space(4)
+        Layout.preferredHeight: 56
+        spacing: Theme.space(2)
+
+        OIconButton {
+            visible: root.libraryReachable
+            iconName: "panel-left"
+            text: "Mostrar la biblioteca"
+            shortcutText: "Ctrl+B"
+            onClicked: root.libraryToggled()
+        }
+        OTextField {
+            id: title
+
+            objectName: "title"
+            Layout.fillWidth: true
+            Layout.maximumWidth: Math.max(160, contentWidth + leftPadding + rightPadding + Theme.space(3))
+            plain: true
+            name: "Título"
+            text: root.app.project.title
+            font.pixelSize: Theme.headlineSize
+            font.weight: Font.DemiBold
+            maximumLength: 200
+            onEditingFinished: {
+                if (text !== root.app.project.title)
+                    root.app.rename(text)
+                text = Qt.binding(() => root.app.project.title)
+            }
+            onAccepted: focus = false
+            Keys.onEscapePressed: {
+                text = Qt.binding(() => root.app.project.title)
+                focus = false
+            }
+        }
+        OLabel {
+            objectName: "length"
+            secondary: true
+            text: Theme.timeText(root.app.project.playableDuration)
+            font: Theme.digits(Theme.captionSize)
+            Accessible.name: "Duración " + text
+        }
+        Item {
+            Layout.fillWidth: true
+        }
+        OIconButton {
+            iconName: "undo-2"
+            text: "Deshacer"
+            shortcutText: "Ctrl+Z"
+            enabled: root.app.canUndo
+            onClicked: root.app.undo()
+        }
+        OIconButton {
+            iconName: "redo-2"
+            text: "Rehacer"
+            shortcutText: "Ctrl+Mayús+Z"
+            enabled: root.app.canRedo
+            onClicked: root.app.redo()
+        }
+        OIconButton {
+            iconName: "panel-right"
+            text: root.inspectorShown ? "Ocultar el inspector" : "Mostrar el inspector"
+            shortcutText: "Ctrl+Mayús+B"
+            onClicked: root.inspectorToggled()
+        }
+        OButton {
+            objectName: "export"
+            Layout.leftMargin: Theme.space(2)
+            prominent: true
+            text: "Exportar"
+            iconName: "upload"
+            enabled: !root.app.busy
+            onClicked: root.app.exportVideo()
+        }
+    }
+    Rectangle {
+        Layout.fillWidth: true
+        implicitHeight: 1
+        color: Theme.line
+    }
+    EditorView {
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        Layout.margins: Theme.space(3)
+        focus: true
+        app: root.app
+        inspectorShown: root.inspectorShown
+    }
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QDateTime>
+#include <QObject>
+#include <QUrl>
+#include <QtQml/qqmlregistration.h>
+
+namespace orvo {
+
+/// Texts that the main window makes of values, and what it has to know of dropped files.
+class Wording final : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
+public:
+    using QObject::QObject;
+
+    /// When something was, as briefly as it can be said at `now`: "hoy", "ayer", "3 feb", "3 feb 2025".
+    static QString day(const QDateTime& when, const QDateTime& now);
+    Q_INVOKABLE QString day(const QDateTime& when) const { return day(when, QDateTime::currentDateTime()); }
+
+    /// Whether a local file is a movie or an image, by its name and its first bytes.
+    Q_INVOKABLE bool isMovie(const QUrl& file) const;
+    Q_INVOKABLE bool isImage(const QUrl& file) const;
+};
+
+} // namespace orvo

@@ -1,0 +1,10 @@
+import QtQuick
+import OrvoVideo
+
+/// The small letters over a section: "BIBLIOTECA".
+OLabel {
+    secondary: true
+    font.pixelSize: Theme.captionSize
+    font.weight: Font.DemiBold
+    font.letterSpacing: 1
+}

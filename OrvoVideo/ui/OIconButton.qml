@@ -1,0 +1,38 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import OrvoVideo
+
+/// A button that is an icon. Its `text` is its name and, with the shortcut, its tooltip.
+OButton {
+    id: control
+
+    property string shortcutText: ""
+    property int iconSize: Theme.iconSize
+
+    plain: true
+    implicitWidth: Theme.controlHeight
+    implicitHeight: Theme.controlHeight
+    leftPadding: 0
+    rightPadding: 0
+    Accessible.description: shortcutText
+
+    contentItem: Item {
+        OIcon {
+            anchors.centerIn: parent
+            name: control.iconName
+            size: control.iconSize
+            color: control.ink
+        }
+    }
+
+    // Made when needed: lists have thousands of these buttons.
+    Loader {
+        active: control.hovered || control.visualFocus
+        sourceComponent: OTooltip {
+            parent: control
+            visible: (control.hovered || control.visualFocus) && control.text !== ""
+            text: control.shortcutText ? control.text + "  (" + control.shortcutText + ")" : control.text
+        }
+    }
+}

@@ -1,0 +1,58 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import OrvoVideo
+
+/// An entry of a menu, with the shortcut of its action on the right.
+MenuItem {
+    id: control
+
+    property string iconName: ""
+    property bool destructive: false
+    property string shortcutText: action?.shortcut ? String(action.shortcut).replace("Shift", "Mayús") : ""
+
+    implicitWidth: Math.max(220, contentItem.implicitWidth + leftPadding + rightPadding)
+    implicitHeight: visible ? Theme.controlHeight : 0
+    leftPadding: Theme.space(2.5)
+    rightPadding: Theme.space(2.5)
+    font.pixelSize: Theme.bodySize
+    Accessible.name: text
+
+    indicator: null
+    arrow: null
+    contentItem: Item {
+        implicitWidth: title.implicitWidth + keys.implicitWidth + Theme.space(control.iconName || control.checkable ? 12 : 6)
+
+        OIcon {
+            anchors.verticalCenter: parent.verticalCenter
+            visible: name !== ""
+            name: control.checkable ? (control.checked ? "check" : "") : control.iconName
+            color: title.color
+        }
+        Text {
+            id: title
+
+            anchors.verticalCenter: parent.verticalCenter
+            x: control.iconName || control.checkable ? Theme.space(6) : 0
+            text: control.text
+            color: control.destructive ? Theme.danger : Theme.text
+            opacity: control.enabled ? 1 : 0.45
+            font: control.font
+            Accessible.ignored: true
+        }
+        Text {
+            id: keys
+
+            anchors.verticalCenter: parent.verticalCenter
+            anchors.right: parent.right
+            text: control.shortcutText
+            color: Theme.secondaryText
+            opacity: control.enabled ? 1 : 0.45
+            font.pixelSize: Theme.captionSize
+            Accessible.ignored: true
+        }
+    }
+    background: Rectangle {
+        radius: Theme.radius - 2
+        color: control.highlighted ? Theme.raised : "transparent"
+    }
+}

@@ -1,0 +1,41 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import OrvoVideo
+
+/// One line of text. `plain` looks like a text until it is pointed at or edited. Escape gives the keyboard back.
+TextField {
+    id: control
+
+    property bool plain: false
+    /// How it is called where no label names it.
+    property string name: placeholderText
+
+    implicitHeight: Theme.controlHeight
+    implicitWidth: 160
+    leftPadding: Theme.space(plain ? 1 : 2.5)
+    rightPadding: leftPadding
+    topPadding: 0
+    bottomPadding: 0
+    verticalAlignment: TextInput.AlignVCenter
+    color: Theme.text
+    placeholderTextColor: Theme.secondaryText
+    selectionColor: Theme.accent
+    selectedTextColor: Theme.inkOnAccent
+    selectByMouse: true
+    hoverEnabled: true
+    opacity: enabled ? 1 : 0.45
+    font.pixelSize: Theme.bodySize
+    Accessible.role: Accessible.EditableText
+    Accessible.name: name
+    Keys.onEscapePressed: event => {
+        event.accepted = activeFocus
+        focus = false
+    }
+
+    background: Rectangle {
+        radius: Theme.radius
+        color: control.activeFocus || !control.plain ? Theme.panel : control.hovered ? Theme.raised : "transparent"
+        border.width: control.activeFocus ? 2 : control.plain ? 0 : 1
+        border.color: control.activeFocus ? Theme.accentInk : Theme.edge
+    }
+}

@@ -1,0 +1,68 @@
+pragma Singleton
+
+import QtQuick
+import OrvoVideo
+
+/// Colours, sizes and texts that every view shares.
+QtObject {
+    readonly property bool dark: Appearance.dark
+
+    // Colours.
+    readonly property color window: dark ? "#15131A" : "#FAF9FC"
+    readonly property color panel: dark ? "#1D1A24" : "#FFFFFF"
+    readonly property color raised: dark ? "#262230" : "#F2EFF8"
+    readonly property color line: dark ? "#352F42" : "#E4E0EC"
+    readonly property color text: dark ? "#F3F0FA" : "#1B1822"
+    readonly property color secondaryText: dark ? "#A9A3B8" : "#6A6478"
+    readonly property color accent: "#B087FF"
+    readonly property color inkOnAccent: "#17121F"
+    /// The accent as a colour of text and lines.
+    readonly property color accentInk: dark ? "#B087FF" : "#6B3FD6"
+    readonly property color selection: Qt.alpha("#2EC4B6", 0.28)
+    readonly property color selectionEdge: "#2EC4B6"
+    readonly property color cut: raised
+    readonly property color cutEdge: "#FF9F43"
+    readonly property color danger: dark ? "#FF4D4D" : "#D92D2D"
+    /// Text about something that waits for the user.
+    readonly property color stateInk: dark ? "#FF9F43" : "#A85A00"
+    /// The edge of a control that can be recognised by its edge alone.
+    readonly property color edge: dark ? "#746C86" : "#8C8599"
+    readonly property color shade: Qt.alpha("#000000", dark ? 0.55 : 0.35)
+
+    // Sizes, in device-independent pixels.
+    readonly property int captionSize: 11
+    readonly property int bodySize: 13
+    readonly property int headlineSize: 15
+    readonly property int titleSize: 22
+    readonly property int largeTitleSize: 34
+    readonly property int unit: 4
+    readonly property int controlHeight: 32
+    readonly property int prominentHeight: 36
+    readonly property int radius: 8
+    readonly property int panelRadius: 12
+    readonly property int iconSize: 16
+    readonly property int largeIconSize: 20
+
+    /// Milliseconds of a movement; 0 where the desktop asks for none.
+    readonly property int movement: Appearance.reducedMotion ? 0 : 150
+
+    function space(steps: real): real {
+        return steps * unit
+    }
+
+    /// A font in which numbers do not dance.
+    function digits(size: int): font {
+        return Qt.font({
+            "pixelSize": size,
+            "features": {
+                "tnum": 1
+            }
+        })
+    }
+
+    /// Minutes and seconds, "62:05".
+    function timeText(seconds: real): string {
+        const whole = Number.isFinite(seconds) ? Math.max(0, Math.trunc(seconds)) : 0
+        return String(Math.trunc(whole / 60)).padStart(2, "0") + ":" + String(whole % 60).padStart(2, "0")
+    }
+}

@@ -1,0 +1,49 @@
+#include "Platform/Workspace.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDesktopServices>
+#include <QUrl>
+
+namespace orvo {
+
+namespace {
+
+constexpr int answerLimit = 5000; ///< Milliseconds; starting a file manager takes a while.
+
+QUrl addressOf(const std::filesystem::path& path)
+{
+    return QUrl::fromLocalFile(QString::fromStdString(path.string()));
+}
+
+/// The file manager that the session bus offers; without one, the desktop's way to open a folder.
+class DesktopWorkspace final : public Workspace {
+public:
+    void reveal(const std::filesystem::path& file) override
+    {
+        QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.FileManager1"),
+            QStringLiteral("/org/freedesktop/FileManager1"), QStringLiteral("org.freedesktop.FileManager1"),
+            QStringLiteral("ShowItems"));
+        call << QStringList{addressOf(file).toString(QUrl::FullyEncoded)} << QString();
+        auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call, answerLimit));
+        const auto folder = file.parent_path();
+        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [folder](QDBusPendingCallWatcher* finished) {
+            finished->deleteLater();
+            if (finished->isError())
+                QDesktopServices::openUrl(addressOf(folder));
+        });
+    }
+
+    void openFolder(const std::filesystem::path& folder) override { QDesktopServices::openUrl(addressOf(folder)); }
+};
+
+} // namespace
+
+std::unique_ptr<Workspace> Workspace::create()
+{
+    return std::make_unique<DesktopWorkspace>();
+}
+
+} // namespace orvo

@@ -1,0 +1,67 @@
+#pragma once
+
+// Included by the .cpp files of this folder only: nothing of GStreamer shows in a header that others include.
+
+#include <gst/gst.h>
+#include <memory>
+#include <string>
+
+namespace orvo {
+
+template <auto Release> struct GstRelease {
+    template <typename T> void operator()(T* object) const { Release(object); }
+};
+
+/// Sole owners of GStreamer objects.
+using GstElementHandle = std::unique_ptr<GstElement, GstRelease<gst_object_unref>>;
+using GstPadHandle = std::unique_ptr<GstPad, GstRelease<gst_object_unref>>;
+using GstBusHandle = std::unique_ptr<GstBus, GstRelease<gst_object_unref>>;
+using GstCapsHandle = std::unique_ptr<GstCaps, GstRelease<gst_caps_unref>>;
+using GstBufferHandle = std::unique_ptr<GstBuffer, GstRelease<gst_buffer_unref>>;
+using GstEventHandle = std::unique_ptr<GstEvent, GstRelease<gst_event_unref>>;
+
+/// Starts GStreamer once in this process. Throws `captureError` when it cannot be used.
+void startGStreamer();
+
+/// A new element. Throws `captureError` when the system lacks it.
+GstElementHandle makeElement(const char* factory);
+
+/// A new element given to `bin`, which owns it. Throws as `makeElement`.
+GstElement* addElement(GstElement* bin, const char* factory);
+
+/// Reads a buffer for as long as it lives.
+class BufferView {
+public:
+    explicit BufferView(GstBuffer* buffer)
+        : m_buffer(buffer)
+        , m_mapped(gst_buffer_map(buffer, &m_map, GST_MAP_READ) != FALSE)
+    {
+    }
+    ~BufferView()
+    {
+        if (m_mapped)
+            gst_buffer_unmap(m_buffer, &m_map);
+    }
+    BufferView(const BufferView&) = delete;
+    BufferView& operator=(const BufferView&) = delete;
+
+    const guint8* data() const noexcept { return m_mapped ? m_map.data : nullptr; }
+    std::size_t size() const noexcept { return m_mapped ? m_map.size : 0; }
+
+private:
+    GstBuffer* m_buffer;
+    GstMapInfo m_map{};
+    bool m_mapped;
+};
+
+inline GstClockTime toClockTime(double seconds)
+{
+    return seconds <= 0 ? 0 : static_cast<GstClockTime>(seconds * static_cast<double>(GST_SECOND) + 0.5);
+}
+
+inline double toSeconds(GstClockTime time)
+{
+    return static_cast<double>(time) / static_cast<double>(GST_SECOND);
+}
+
+} // namespace orvo

@@ -1,0 +1,291 @@
+#include "ModelFixture.h"
+
+#include <QSignalSpy>
+
+namespace orvo::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+using AppModelTests = ModelFixture;
+
+TEST_F(AppModelTests, StartsEmpty)
+{
+    start();
+    EXPECT_FALSE(model->hasProject());
+    EXPECT_THAT(model->projects(), IsEmpty());
+    EXPECT_EQ(model->status(), "Listo para grabar");
+    EXPECT_EQ(model->errorMessage(), "");
+    EXPECT_EQ(model->options(), CaptureOptions{});
+    EXPECT_EQ(model->exportQuality(), "balanced");
+    EXPECT_EQ(model->language(), "es-ES");
+    EXPECT_FALSE(model->busy() || model->isRecording() || model->isPaused() || model->canUndo() || model->canRedo());
+    // Nothing of this needs an open project.
+    model->undo();
+    model->redo();
+    model->saveSoon();
+    model->flushSave();
+    model->cutSelection();
+    model->addText("x");
+    model->play();
+    model->seek(3);
+    setTitle("x");
+    EXPECT_FALSE(model->hasProject() || model->canUndo() || model->unsavedChanges());
+    EXPECT_TRUE(model->prepareToQuit());
+}
+
+TEST_F(AppModelTests, EveryEditIsAStepAndTheOldestGoBeyondAHundred)
+{
+    openNew();
+    const auto opened = project();
+    for (int i = 1; i <= 150; ++i)
+        setTitle("edit " + std::to_string(i));
+    EXPECT_EQ(model->projectFacts().title, "edit 150");
+    EXPECT_GT(project().updatedAt, opened.updatedAt);
+    EXPECT_EQ(model->projects()[0].title, "edit 150");
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_TRUE(model->canUndo());
+        model->undo();
+    }
+    EXPECT_EQ(project().title, "edit 50");
+    EXPECT_FALSE(model->canUndo());
+    model->undo();
+    EXPECT_EQ(project().title, "edit 50");
+    // The library list keeps what the last edit put there.
+    EXPECT_EQ(model->projects()[0].title, "edit 150");
+
+    for (int i = 0; i < 100; ++i)
+        model->redo();
+    EXPECT_EQ(project().title, "edit 150");
+    EXPECT_FALSE(model->canRedo());
+    model->undo();
+    EXPECT_TRUE(model->canRedo());
+    setTitle("another way");
+    EXPECT_FALSE(model->canRedo());
+    ASSERT_TRUE(saved());
+    EXPECT_EQ(onDisk().title, "another way");
+}
+
+TEST_F(AppModelTests, AnEditThatChangesNothingIsAStepToo)
+{
+    openNew();
+    const QSignalSpy changes(model.get(), &AppModel::projectChanged);
+    model->removeOverlay("no such overlay");
+    EXPECT_TRUE(model->canUndo());
+    EXPECT_TRUE(model->unsavedChanges());
+    EXPECT_EQ(changes.size(), 1);
+}
+
+TEST_F(AppModelTests, AFailedChangeLeavesEverythingAsItWas)
+{
+    openNew();
+    EXPECT_THROW(model->update([](VideoProject& project) {
+        project.title = "half";
+        throw std::runtime_error("no");
+    }),
+        std::runtime_error);
+    EXPECT_EQ(project().title, "Demo");
+    EXPECT_FALSE(model->canUndo());
+}
+
+TEST_F(AppModelTests, UndoKeepsTheDateOfTheVersionAndIsSavedAtOnce)
+{
+    openNew();
+    setTitle("one");
+    ASSERT_TRUE(saved());
+    const auto one = project();
+    setTitle("two");
+    model->undo();
+    EXPECT_EQ(project(), one);
+    ASSERT_TRUE(saved());
+    EXPECT_EQ(onDisk().title, "one");
+}
+
+TEST_F(AppModelTests, WhileRecordingNothingIsEditedOrOpened)
+{
+    const auto first = openNew();
+    const auto second = add(VideoProject::make("second"));
+    setTitle("edited");
+    model->setRecording(TestModel::Recording::running);
+    EXPECT_TRUE(model->isRecording());
+    EXPECT_FALSE(model->isPaused() || model->canUndo());
+    const auto before = project();
+    setTitle("x");
+    model->undo();
+    model->addImage();
+    model->importMedia(true);
+    select(second);
+    model->refreshLibrary();
+    EXPECT_EQ(project(), before);
+    EXPECT_EQ(panels->asked, 0);
+    EXPECT_THAT(model->projects(), SizeIs(1));
+    model->setRecording(TestModel::Recording::paused);
+    EXPECT_TRUE(model->isRecording() && model->isPaused());
+    model->setRecording(TestModel::Recording::no);
+    model->undo();
+    EXPECT_EQ(project().title, first.title);
+}
+
+TEST_F(AppModelTests, OpensWhatLiesOnDisk)
+{
+    auto published = VideoProject::make("old title");
+    published.duration = 0.5;
+    add(published);
+    const auto longer = openNew(10);
+    EXPECT_EQ(model->selectedSpan(), (Span{0, 1}));
+    setTitle("edited");
+    model->findSuggestions();
+    auto onDiskNow = published;
+    onDiskNow.title = "new title";
+    store.save(onDiskNow);
+
+    select(published);
+    EXPECT_EQ(project().title, "new title");
+    EXPECT_EQ(model->selectedSpan(), (Span{0, 0.5}));
+    EXPECT_FALSE(model->canUndo());
+    EXPECT_EQ(model->playhead(), 0);
+    // What was open was written first.
+    EXPECT_EQ(onDisk(longer.id).title, "edited");
+
+    // The same project again is another opening.
+    setTitle("x");
+    select(project());
+    EXPECT_EQ(project().title, "x");
+    EXPECT_FALSE(model->canUndo());
+}
+
+TEST_F(AppModelTests, OpensTheLibrarysVersionOfADocumentThatCannotBeRead)
+{
+    auto broken = VideoProject::make("broken");
+    broken.duration = 3;
+    add(broken);
+    start();
+    std::filesystem::remove(store.directory(broken.id) / "project.json");
+    model->open(QString::fromStdString(broken.id.text()));
+    ASSERT_TRUE(waitUntil([&] { return model->hasProject(); }));
+    EXPECT_EQ(project().title, "broken");
+    EXPECT_EQ(model->errorMessage(), "");
+    model->open("no identifier");
+}
+
+TEST_F(AppModelTests, DoesNotOpenARecordingInProgress)
+{
+    const auto open = openNew();
+    for (const char* state : {"recording", "recording-tab"}) {
+        auto recording = VideoProject::make("r");
+        recording.state = state;
+        select(add(recording));
+        EXPECT_EQ(project().id, open.id);
+        EXPECT_EQ(model->status(), "Termina esta grabación antes de editarla.");
+    }
+}
+
+TEST_F(AppModelTests, OfTwoProjectsOpenedAtOnceTheLaterCounts)
+{
+    const auto first = add(VideoProject::make("first"));
+    const auto second = add(VideoProject::make("second"));
+    start();
+    const auto slow = model->select(first);
+    const auto quick = model->select(second);
+    ASSERT_TRUE(waitUntil([&] { return slow.isReady() && quick.isReady(); }));
+    EXPECT_EQ(project().id, second.id);
+    EXPECT_EQ(model->library()->openRow(), model->projects()[0].id == second.id ? 0 : 1);
+}
+
+TEST_F(AppModelTests, EditsMadeWhileAnotherProjectIsBeingOpenedAreKept)
+{
+    const auto next = add(VideoProject::make("next"));
+    const auto first = openNew();
+    setTitle("before");
+    const auto opening = model->select(next);
+    setTitle("meanwhile");
+    ASSERT_TRUE(waitUntil([&] { return opening.isReady(); }));
+    EXPECT_EQ(project().id, next.id);
+    ASSERT_TRUE(model->prepareToQuit());
+    EXPECT_EQ(onDisk(first.id).title, "meanwhile");
+
+    // The same when it is the same project.
+    select(first);
+    const auto again = model->select(first);
+    setTitle("once more");
+    ASSERT_TRUE(waitUntil([&] { return again.isReady(); }));
+    EXPECT_EQ(project().title, "once more");
+}
+
+TEST_F(AppModelTests, QuittingInTheMiddleOfEverythingLosesNothing)
+{
+    const auto next = add(VideoProject::make("next"));
+    const auto first = openNew();
+    setTitle("last words");
+    panels->staysOpen = true;
+    model->exportVideo();
+    model->refreshLibrary();
+    const auto opening = model->select(next);
+    model->perform([](WorkControl) -> QCoro::Task<> { co_return; });
+    quit();
+    EXPECT_TRUE(opening.isReady());
+    EXPECT_EQ(onDisk(first.id).title, "last words");
+}
+
+TEST_F(AppModelTests, LongOperationsRunOneAtATimeAndTellTheirEnd)
+{
+    start();
+    const Answer<int> go;
+    int runs = 0;
+    const auto waiting = [&](WorkControl control) -> QCoro::Task<> {
+        ++runs;
+        control.progress(0.25);
+        co_await go;
+    };
+    model->perform(waiting);
+    EXPECT_TRUE(model->busy());
+    EXPECT_EQ(model->progress(), 0.25);
+    model->perform(waiting);
+    EXPECT_EQ(runs, 1);
+    go.give(1);
+    EXPECT_FALSE(model->busy());
+    EXPECT_EQ(model->status(), "Listo para grabar");
+
+    const QSignalSpy listed(model->library(), &RowModel::countChanged);
+    add(VideoProject::make("made by the failed operation"));
+    model->perform([](WorkControl) -> QCoro::Task<> {
+        throw captureError("El disco ha desaparecido.");
+        co_return;
+    });
+    EXPECT_FALSE(model->busy());
+    EXPECT_EQ(model->progress(), 0);
+    EXPECT_EQ(model->errorMessage(), "El disco ha desaparecido.");
+    EXPECT_EQ(model->status(), "No se ha completado la operación");
+    EXPECT_TRUE(waitUntil([&] { return model->library()->count() == 1; }));
+    model->clearError();
+    EXPECT_EQ(model->errorMessage(), "");
+}
+
+TEST_F(AppModelTests, CancellingIsNoFailure)
+{
+    start();
+    Workers workers;
+    bool stopped = false;
+    model->perform([&](WorkControl control) -> QCoro::Task<> {
+        co_await workers.run(std::move(control), [&](const std::stop_token& stop, const ProgressCallback& progress) {
+            progress(0.5);
+            while (!stop.stop_requested())
+                std::this_thread::yield();
+            stopped = true;
+            throw Cancelled();
+        });
+    });
+    ASSERT_TRUE(waitUntil([&] { return model->progress() == 0.5; }));
+    model->cancel();
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_TRUE(stopped);
+    EXPECT_EQ(model->errorMessage(), "");
+    EXPECT_EQ(model->status(), "Operación cancelada");
+    model->cancel(); // Nothing runs.
+    EXPECT_EQ(model->status(), "Operación cancelada");
+}
+
+} // namespace
+} // namespace orvo::test

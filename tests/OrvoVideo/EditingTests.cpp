@@ -1,0 +1,302 @@
+#include "ModelFixture.h"
+#include "OrvoVideo/Text.h"
+#include "VideoCore/FileIO.h"
+
+#include <fstream>
+#include <limits>
+#include <random>
+
+namespace orvo::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class EditingTests : public ModelFixture {
+protected:
+    const EditState& edit() const { return project().edit; }
+    void selectSpan(double start, double end) { model->setSelectedSpan({start, end}); }
+    void moveTo(double seconds) { model->seek(seconds); }
+
+    /// The open project gets these words.
+    void transcribe(std::vector<TranscriptWord> words)
+    {
+        model->update([&](VideoProject& project) { project.edit.words = SharedList(std::move(words)); });
+    }
+
+    QString idOf(const auto& record) const { return Text::from(record.id); }
+};
+
+TEST_F(EditingTests, CutsTheSelection)
+{
+    openNew(10);
+    for (const auto& [start, end] : {std::pair(3.0, 3.01), std::pair(3.0, 3.0), std::pair(5.0, 4.0)}) {
+        selectSpan(start, end);
+        model->cutSelection();
+    }
+    EXPECT_THAT(edit().cuts, IsEmpty());
+    EXPECT_FALSE(model->canUndo());
+    selectSpan(3, 3.02);
+    model->cutSelection();
+    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{3, 3.02}));
+    model->undo();
+
+    selectSpan(3, 6);
+    model->cutSelection();
+    selectSpan(2, 4);
+    model->cutSelection();
+    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{2, 6}));
+    EXPECT_EQ(model->selectedSpan(), (Span{2, 4}));
+    EXPECT_EQ(model->projectFacts().playableDuration, 6);
+    model->restoreCut(2, 4); // Not stored any more.
+    EXPECT_THAT(edit().cuts, SizeIs(1));
+    model->restoreCut(2, 6);
+    EXPECT_THAT(edit().cuts, IsEmpty());
+
+    selectSpan(8, 30);
+    model->cutSelection();
+    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{8, 10}));
+    model->moveCut(8, 10, 7, 9);
+    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{7, 9}));
+    model->moveCut(1, 2, 3, 4); // There is no such cut.
+    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{7, 9}));
+    model->restoreCutAt(9);
+    EXPECT_THAT(edit().cuts, SizeIs(1));
+    model->restoreCutAt(7);
+    EXPECT_THAT(edit().cuts, IsEmpty());
+
+    moveTo(4);
+    model->startSelectionHere();
+    moveTo(5);
+    model->endSelectionHere();
+    EXPECT_EQ(model->selectedSpan(), (Span{4, 5}));
+}
+
+TEST_F(EditingTests, WorksOnWords)
+{
+    openNew(10);
+    const std::vector words{word("uno", 1, 2), word("dos", 2, 3), word("tres", 5, 6)};
+    transcribe(words);
+    model->cutWord(idOf(words[2]));
+    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{5, 6}));
+    model->cutWords({idOf(words[0]), idOf(words[1]), "no identifier"});
+    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{1, 3}, TimeSpan{5, 6}));
+    model->undo();
+    EXPECT_THAT(edit().cuts, SizeIs(1));
+
+    model->correctWord(idOf(words[1]), "DÓS");
+    EXPECT_EQ(edit().words[1].text, "DÓS");
+    EXPECT_EQ(model->transcript()->get(1)["text"].toString(), "DÓS");
+    const auto before = edit();
+    model->correctWord(idOf(word("other", 0, 1)), "x");
+    EXPECT_EQ(edit(), before);
+    model->rename("Título nuevo");
+    EXPECT_EQ(project().title, "Título nuevo");
+}
+
+TEST_F(EditingTests, PlacesTextsAndZooms)
+{
+    openNew(10);
+    moveTo(8);
+    model->addText("  al final ");
+    moveTo(2);
+    model->addText("al principio");
+    ASSERT_THAT(edit().overlays, SizeIs(2));
+    EXPECT_EQ(edit().overlays[0].content, "  al final ");
+    EXPECT_EQ(edit().overlays[0].end, 10);
+    EXPECT_EQ(edit().overlays[1].start, 2);
+    EXPECT_EQ(edit().overlays[1].end, 7);
+    EXPECT_EQ(edit().overlays[1].x, 0.08);
+
+    const auto id = idOf(edit().overlays[1]);
+    model->setOverlayValues(id, {{"x", 0.5}, {"y", 0.25}, {"end", 4.0}});
+    EXPECT_EQ(edit().overlays[1].x, 0.5);
+    EXPECT_EQ(edit().overlays[1].y, 0.25);
+    EXPECT_EQ(edit().overlays[1].end, 4);
+    model->undo(); // All three were one step.
+    EXPECT_EQ(edit().overlays[1].x, 0.08);
+    EXPECT_EQ(edit().overlays[1].end, 7);
+    model->setOverlayText(id, "otro texto");
+    EXPECT_EQ(edit().overlays[1].content, "otro texto");
+    model->removeOverlay(id);
+    EXPECT_THAT(edit().overlays, SizeIs(1));
+
+    model->addZoom();
+    model->addZoom();
+    ASSERT_THAT(edit().events, SizeIs(2));
+    EXPECT_NE(edit().events[0].id, edit().events[1].id);
+    EXPECT_EQ(edit().events[0].time, 2);
+    EXPECT_EQ(edit().events[0].kind, PointerKind::zoom);
+    EXPECT_EQ(model->zooms()->count(), 2);
+    model->setEventValue(idOf(edit().events[1]), "scale", 3);
+    EXPECT_EQ(edit().events[1].scale, 3);
+    model->removeEvent(idOf(edit().events[0]));
+    ASSERT_THAT(edit().events, SizeIs(1));
+    EXPECT_EQ(edit().events[0].scale, 3);
+}
+
+TEST_F(EditingTests, SetsFlagsAndValuesByTheirNames)
+{
+    openNew();
+    for (const char* key : {"cameraVisible", "clickHalo", "pointerHighlight", "noiseReduction", "normalizeVoice"})
+        model->setFlag(key, false);
+    model->setFlag("sharpen", true);
+    EditState expected;
+    expected.cameraVisible = expected.clickHalo = expected.pointerHighlight = false;
+    expected.noiseReduction = expected.normalizeVoice = false;
+    expected.sharpen = true;
+    EXPECT_EQ(edit(), expected);
+    model->setValue("fade", 0.5);
+    model->setValues({{"cameraX", 0.1}, {"cameraY", 0.2}, {"cameraWidth", 0.4}});
+    expected.fade = 0.5;
+    expected.cameraX = 0.1;
+    expected.cameraY = 0.2;
+    expected.cameraWidth = 0.4;
+    EXPECT_EQ(edit(), expected);
+    EXPECT_EQ(model->projectFacts().cameraWidth, 0.4);
+    model->undo();
+    EXPECT_EQ(edit().cameraX, EditState().cameraX);
+    model->redo();
+
+    // What no document can hold, and what is no field.
+    model->addZoom();
+    const auto before = project();
+    const double infinite = std::numeric_limits<double>::infinity();
+    model->setValue("fade", infinite);
+    model->setValue("sharpen", 1);
+    model->setValue("words", 1);
+    model->setFlag("fade", true);
+    model->setEventValue(idOf(edit().events[0]), "x", std::nan(""));
+    model->setEventValue(idOf(edit().events[0]), "kind", 1);
+    model->setVolume("x", infinite);
+    EXPECT_EQ(project(), before);
+    EXPECT_TRUE(model->prepareToQuit());
+}
+
+TEST_F(EditingTests, AppliesSuggestions)
+{
+    openNew(20);
+    model->update([](VideoProject& project) {
+        project.edit.words = SharedList<TranscriptWord>{word("hola", 0.5, 1), word("eh", 5, 5.5)};
+        project.edit.events = SharedList<PointerEvent>{pointer(PointerKind::click, 3)};
+    });
+    model->findSuggestions();
+    // A pause, the filler, the final pause and a zoom.
+    ASSERT_EQ(model->suggestions()->count(), 4);
+    const auto suggestions = model->suggestions()->suggestions();
+    model->applySuggestion(suggestions[3]);
+    EXPECT_THAT(edit().events, SizeIs(2));
+    EXPECT_THAT(edit().cuts, IsEmpty());
+    model->applySuggestion(Text::from(suggestions[0].id));
+    EXPECT_THAT(edit().cuts, ElementsAre(suggestions[0].span));
+    EXPECT_EQ(model->suggestions()->count(), 2);
+    EXPECT_EQ(model->suggestions()->get(0)["label"].toString(), "Muletilla: eh");
+    model->applySuggestion(Text::from(suggestions[0].id)); // It is no longer there.
+    EXPECT_EQ(model->suggestions()->count(), 2);
+
+    openNew(5, "another");
+    EXPECT_EQ(model->suggestions()->count(), 0);
+}
+
+TEST_F(EditingTests, CopiesImagesIntoTheProject)
+{
+    const auto opened = openNew(10);
+    const auto image = folder / "photo.PNG";
+    std::ofstream(image) << "picture";
+    model->addImage(); // Cancelled.
+    EXPECT_EQ(panels->asked, 1);
+
+    panels->choice = image;
+    moveTo(8);
+    model->addImage();
+    ASSERT_TRUE(waitUntil([&] { return edit().overlays.size() == 1; }));
+    const auto& overlay = edit().overlays[0];
+    EXPECT_EQ(overlay.kind, Overlay::Kind::image);
+    EXPECT_THAT(overlay.content, testing::MatchesRegex("media/[0-9A-F-]{36}\\.PNG"));
+    EXPECT_EQ(overlay.start, 8);
+    EXPECT_EQ(overlay.end, 10);
+    EXPECT_EQ(readFile(store.directory(opened.id) / overlay.content), "picture");
+    EXPECT_EQ(model->overlays()->get(0)["source"].toUrl().fileName(),
+        QString::fromStdString(std::filesystem::path(overlay.content).filename()));
+
+    std::ofstream(folder / "noextension") << "picture";
+    model->addImageFile(QUrl::fromLocalFile(QString::fromStdString((folder / "noextension").string())));
+    ASSERT_TRUE(waitUntil([&] { return edit().overlays.size() == 2; }));
+    EXPECT_THAT(edit().overlays[1].content, testing::EndsWith("."));
+
+    // What cannot be copied is told, and leaves nothing behind.
+    for (const auto& bad : {folder / "missing.png", folder.path()}) {
+        panels->choice = bad;
+        model->addImage();
+        ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
+        EXPECT_THAT(model->errorMessage().toStdString(), testing::HasSubstr(bad.string()));
+        model->clearError();
+    }
+    EXPECT_THAT(edit().overlays, SizeIs(2));
+    const auto media = store.directory(opened.id) / "media";
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(media), {}), 2);
+
+    // Another project was opened while it was copied.
+    const auto next = add(VideoProject::make("next"));
+    panels->choice = image;
+    model->addImage();
+    const auto opening = model->select(next);
+    ASSERT_TRUE(waitUntil([&] { return opening.isReady() && project().id == next.id; }));
+    ASSERT_TRUE(waitUntil([&] { return std::distance(std::filesystem::directory_iterator(media), {}) == 3; }));
+    EXPECT_THAT(edit().overlays, IsEmpty());
+}
+
+TEST_F(EditingTests, UndoAfterAnyEditsGivesTheSameValue)
+{
+    std::mt19937_64 random(22);
+    openNew(60);
+    std::vector<TranscriptWord> words;
+    for (int i = 0; i < 40; ++i)
+        words.push_back(word("w", i, i + 0.8));
+    transcribe(words);
+    const auto number = [&] { return static_cast<double>(random() % 600) / 10; };
+    const auto any = [&](const auto& list) { return list.empty() ? QString() : idOf(list[random() % list.size()]); };
+    const std::vector<std::function<void()>> edits{
+        [&] {
+            selectSpan(number(), number());
+            model->cutSelection();
+        },
+        [&] { model->cutWord(any(edit().words)); },
+        [&] { model->restoreCutAt(number()); },
+        [&] { model->correctWord(any(edit().words), QString::number(number())); },
+        [&] { model->addText("t"); },
+        [&] { model->addZoom(); },
+        [&] { model->removeOverlay(any(edit().overlays)); },
+        [&] { model->removeEvent(any(edit().events)); },
+        [&] { model->setEventValue(any(edit().events), "scale", number()); },
+        [&] { model->setOverlayValue(any(edit().overlays), "x", number()); },
+        [&] { model->setFlag("sharpen", random() % 2 == 0); },
+        [&] { model->setValue("fade", number()); },
+        [&] { model->rename(QString::number(number())); },
+        [&] { moveTo(number()); },
+    };
+    for (int round = 0; round < 20; ++round) {
+        std::vector<VideoProject> versions{project()};
+        for (int i = 0; i < 30; ++i) {
+            edits[random() % edits.size()]();
+            if (!(project() == versions.back()))
+                versions.push_back(project());
+        }
+        for (auto version = versions.rbegin(); version != versions.rend(); ++version) {
+            ASSERT_EQ(project(), *version) << "round " << round;
+            if (version + 1 != versions.rend())
+                model->undo();
+        }
+        for (std::size_t i = 1; i < versions.size(); ++i) {
+            model->redo();
+            ASSERT_EQ(project(), versions[i]);
+        }
+    }
+    const auto last = project();
+    ASSERT_TRUE(model->prepareToQuit());
+    EXPECT_EQ(onDisk().edit, last.edit);
+}
+
+} // namespace
+} // namespace orvo::test

@@ -1,0 +1,129 @@
+#pragma once
+
+#include "Platform/FilePanels.h"
+#include "Platform/PreviewPlayer.h"
+#include "Platform/Workspace.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// The machine's services as a test drives them.
+namespace orvo::test {
+
+/// A player whose time stands still until the test moves it. It loads what exists, as the real one does.
+class FakePlayer final : public PreviewPlayer {
+public:
+    std::vector<PreviewComposition> loads; ///< What it was asked to load.
+    std::vector<double> seeks;
+    std::vector<std::pair<std::size_t, double>> volumes;
+    bool holdsAnswers = false; ///< Loads are answered by `answer()` alone.
+
+    /// What it plays, if anything.
+    const PreviewComposition* composition() const { return m_hasComposition ? &m_composition : nullptr; }
+
+    /// Answers the last load.
+    void answer()
+    {
+        const auto exists = [](const auto& clip) { return std::filesystem::exists(clip.file); };
+        const auto& asked = loads.back();
+        if (!std::ranges::all_of(asked.video, exists) || !std::ranges::all_of(asked.audio, exists)) {
+            emit failed(QStringLiteral("no such file"));
+            return;
+        }
+        m_composition = asked;
+        m_hasComposition = true;
+        m_position = 0;
+        setRate(0);
+        emit loaded();
+    }
+
+    /// Playback has come to `seconds`.
+    void tick(double seconds)
+    {
+        m_position = seconds;
+        emit timeChanged(seconds);
+    }
+
+    void load(const PreviewComposition& composition) override
+    {
+        loads.push_back(composition);
+        if (!holdsAnswers)
+            QMetaObject::invokeMethod(
+                this,
+                [this, number = loads.size()] {
+                    if (number == loads.size())
+                        answer();
+                },
+                Qt::QueuedConnection);
+    }
+    void clear() override { m_hasComposition = false; }
+    bool hasComposition() const override { return m_hasComposition; }
+    void play() override { setRate(1); }
+    void pause() override { setRate(0); }
+    double rate() const override { return m_rate; }
+    void setRate(double rate) override
+    {
+        if (std::exchange(m_rate, rate) != rate)
+            emit rateChanged();
+    }
+    void seek(double seconds) override
+    {
+        seeks.push_back(seconds);
+        m_position = seconds;
+    }
+    double position() const override { return m_position; }
+    void setVolume(std::size_t index, double volume) override { volumes.emplace_back(index, volume); }
+    QImage frame() const override { return {}; }
+
+private:
+    PreviewComposition m_composition;
+    bool m_hasComposition = false;
+    double m_rate = 0;
+    double m_position = 0;
+};
+
+/// Panels that answer at once with the path the test has put there.
+class FakePanels final : public FilePanels {
+public:
+    std::optional<std::filesystem::path> choice; ///< What the user picks; nothing cancels.
+    std::vector<std::string> proposedNames;
+    int asked = 0;
+    bool staysOpen = false; ///< The user does not answer.
+    Answer open; ///< Of the panel that stays open.
+
+    ~FakePanels() override
+    {
+        if (open)
+            std::exchange(open, nullptr)(std::nullopt);
+    }
+
+    void openMovie(Answer answer) override { ask(std::move(answer)); }
+    void openImage(Answer answer) override { ask(std::move(answer)); }
+    void saveMovie(const std::string& proposedName, Answer answer) override
+    {
+        proposedNames.push_back(proposedName);
+        ask(std::move(answer));
+    }
+
+private:
+    void ask(Answer answer)
+    {
+        ++asked;
+        if (staysOpen)
+            open = std::move(answer);
+        else
+            answer(choice);
+    }
+};
+
+class FakeWorkspace final : public Workspace {
+public:
+    std::vector<std::filesystem::path> revealed;
+
+    void reveal(const std::filesystem::path& file) override { revealed.push_back(file); }
+    void openFolder(const std::filesystem::path&) override { }
+};
+
+} // namespace orvo::test

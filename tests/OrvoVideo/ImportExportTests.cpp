@@ -1,0 +1,226 @@
+#include "ModelFixture.h"
+#include "TestSupport/Media.h"
+#include "VideoCore/FileIO.h"
+
+#include <QSignalSpy>
+#include <fstream>
+
+namespace orvo::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class ImportExportTests : public ModelFixture {
+protected:
+    fs::path movie(const std::string& name, double seconds, const std::string& size = "320x180")
+    {
+        const auto file = folder / name;
+        makeVideo(file, "testsrc2=size=" + size + ":rate=30:duration=" + std::to_string(seconds));
+        return file;
+    }
+
+    /// Imports a movie and waits for the end of the operation.
+    void import(const fs::path& file, bool append)
+    {
+        panels->choice = file;
+        model->importMedia(append);
+        ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    }
+
+    void exportTo(const fs::path& file)
+    {
+        panels->choice = file;
+        model->exportVideo();
+        ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    }
+};
+
+TEST_F(ImportExportTests, ImportsMoviesEndToEnd)
+{
+    const auto clip = movie("clip.mp4", 2.5);
+    const auto more = movie("more.mov", 1, "640x480");
+    start();
+    model->importMedia(false); // Cancelled.
+    EXPECT_FALSE(model->busy());
+
+    import(clip, true); // Nothing is open: a new project.
+    ASSERT_TRUE(model->hasProject());
+    EXPECT_EQ(model->status(), "Vídeo importado");
+    const auto imported = project();
+    EXPECT_EQ(imported.title, "clip");
+    EXPECT_EQ(imported.width, 320);
+    EXPECT_EQ(imported.fps, 30);
+    EXPECT_NEAR(imported.duration, 2.5, 0.05);
+    ASSERT_THAT(imported.tracks, SizeIs(1));
+    EXPECT_EQ(imported.tracks[0].kind, TrackKind::screen);
+    EXPECT_FALSE(model->canUndo());
+    EXPECT_EQ(player->composition()->video[0].file, store.directory(imported.id) / imported.tracks[0].file);
+    EXPECT_TRUE(waitUntil([&] { return model->library()->openRow() == 0; })) << "it is listed";
+
+    import(more, true);
+    const auto appended = project();
+    ASSERT_THAT(appended.tracks, SizeIs(2));
+    EXPECT_EQ(appended.tracks[1].kind, TrackKind::clip);
+    EXPECT_EQ(appended.tracks[1].start, imported.duration);
+    EXPECT_NEAR(appended.duration, 3.5, 0.1);
+    EXPECT_EQ(appended.width, 320);
+    EXPECT_EQ(model->playhead(), 0);
+    EXPECT_THAT(player->composition()->video, SizeIs(2));
+    ASSERT_TRUE(saved());
+    EXPECT_EQ(onDisk().tracks.items(), appended.tracks.items());
+    model->undo();
+    EXPECT_EQ(project(), imported);
+    ASSERT_TRUE(waitUntil([&] { return player->composition()->video.size() == 1; }));
+
+    import(more, false);
+    EXPECT_EQ(project().title, "more");
+    EXPECT_EQ(project().height, 480);
+    EXPECT_FALSE(model->canUndo());
+}
+
+TEST_F(ImportExportTests, EditsMadeDuringAnImportStay)
+{
+    const auto clip = movie("clip.mp4", 1);
+    const auto other = add(VideoProject::make("other"));
+    const auto opened = openNew(4);
+    panels->choice = clip;
+    model->importMedia(true);
+    setTitle("edited meanwhile");
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_EQ(project().title, "edited meanwhile");
+    ASSERT_THAT(project().tracks, SizeIs(1));
+    EXPECT_NEAR(project().duration, 5, 0.05);
+    model->undo();
+    EXPECT_EQ(project().title, "edited meanwhile");
+    EXPECT_THAT(project().tracks, IsEmpty());
+
+    // Another project is opened meanwhile: the movie goes where it was meant to go.
+    model->importMedia(true);
+    const auto opening = model->select(other);
+    ASSERT_TRUE(waitUntil([&] { return opening.isReady() && !model->busy(); }));
+    EXPECT_EQ(project().id, other.id);
+    EXPECT_THAT(project().tracks, IsEmpty());
+    EXPECT_EQ(onDisk(opened.id).title, "edited meanwhile");
+    EXPECT_THAT(onDisk(opened.id).tracks, SizeIs(1));
+}
+
+TEST_F(ImportExportTests, AnImportThatFailsSaysWhyAndChangesNothing)
+{
+    const auto opened = openNew(4);
+    std::ofstream(folder / "text.mp4") << "this is no movie";
+    makeSound(folder / "sound.m4a", "sine=duration=1");
+    for (const auto& [file, text] :
+        {std::pair(folder / "text.mp4", "text.mp4"), std::pair(folder / "sound.m4a", "sound.m4a"),
+            std::pair(folder / "missing.mp4", "no existe"), std::pair(folder.path(), "es una carpeta")}) {
+        SCOPED_TRACE(file);
+        const auto before = project();
+        model->clearError();
+        import(file, true);
+        EXPECT_EQ(model->status(), "No se ha completado la operación");
+        EXPECT_NE(model->errorMessage(), "");
+        EXPECT_EQ(project(), before);
+        EXPECT_FALSE(model->canUndo());
+    }
+}
+
+TEST_F(ImportExportTests, ExportsTheProjectAsItWas)
+{
+    const auto clip = movie("clip.mp4", 2);
+    start();
+    import(clip, false);
+    model->rename("Demo");
+    model->update([](VideoProject& project) {
+        project.edit.words = SharedList<TranscriptWord>{word("hola", 0.2, 0.8), word("adiós", 1.2, 1.8)};
+        project.edit.fade = 0;
+    });
+    model->setSelectedSpan({0, 1});
+    model->cutSelection();
+    model->setOptions({.height = 90, .fps = 10});
+    model->setExportQuality("small");
+    const QSignalSpy progress(model.get(), &AppModel::progressChanged);
+
+    panels->choice = std::nullopt;
+    model->exportVideo();
+    EXPECT_FALSE(model->busy());
+    EXPECT_THAT(panels->proposedNames, testing::ElementsAre("Demo.mp4"));
+
+    const auto file = folder / "result.mp4";
+    std::ofstream(file) << "an older export";
+    panels->choice = file;
+    model->exportVideo();
+    EXPECT_TRUE(model->busy());
+    EXPECT_EQ(model->status(), "Exportando vídeo…");
+    model->restoreCut(0, 1); // Too late for this export.
+    model->exportVideo(); // Not while one runs.
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_EQ(model->status(), "Vídeo y subtítulos exportados");
+    EXPECT_EQ(model->errorMessage(), "");
+    EXPECT_GT(model->progress(), 0.5);
+    EXPECT_THAT(workspace->revealed, testing::ElementsAre(file));
+    const auto result = probe(file);
+    EXPECT_EQ(result.height, 90);
+    EXPECT_EQ(result.width, 160);
+    EXPECT_NEAR(result.videoDuration, 1, 0.15);
+    EXPECT_NEAR(result.frames, 10, 1);
+    const auto subtitles = readFile(folder / "result.srt");
+    EXPECT_THAT(subtitles, HasSubstr("00:00:00,200 --> 00:00:00,800\nadiós"));
+    EXPECT_THAT(subtitles, testing::Not(HasSubstr("hola")));
+}
+
+TEST_F(ImportExportTests, AnExportThatFailsOrIsCancelledLeavesNothingBehind)
+{
+    const auto clip = movie("clip.mp4", 5);
+    start();
+    import(clip, false);
+    const auto document = onDisk();
+    exportTo(folder / "result.avi");
+    EXPECT_EQ(model->status(), "No se ha completado la operación");
+    EXPECT_NE(model->errorMessage(), "");
+    model->clearError();
+
+    panels->choice = folder / "cancelled.mp4";
+    model->exportVideo();
+    model->cancel();
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_EQ(model->status(), "Operación cancelada");
+    EXPECT_EQ(model->errorMessage(), "");
+    EXPECT_FALSE(fs::exists(folder / "cancelled.mp4"));
+    EXPECT_THAT(workspace->revealed, IsEmpty());
+
+    // Its media vanish while it is open.
+    fs::remove(store.directory(project().id) / project().tracks[0].file);
+    exportTo(folder / "gone.mp4");
+    EXPECT_EQ(model->status(), "No se ha completado la operación");
+    EXPECT_EQ(onDisk().edit, document.edit);
+}
+
+TEST_F(ImportExportTests, TheCameraKeepsItsOwnShape)
+{
+    auto recording = emptyProject(2);
+    recording.tracks = SharedList<MediaTrack>{
+        track(TrackKind::screen, "media/screen.mp4", 0, 2), track(TrackKind::camera, "media/camera.mp4", 0, 2)};
+    add(recording);
+    fs::copy_file(movie("screen.mp4", 2), store.directory(recording.id) / "media/screen.mp4");
+    fs::copy_file(movie("camera.mp4", 2, "160x120"), store.directory(recording.id) / "media/camera.mp4");
+    start();
+    select(recording);
+    ASSERT_THAT(camera->loads, SizeIs(1));
+    EXPECT_EQ(camera->loads[0].width, 160);
+    EXPECT_EQ(camera->loads[0].height, 120);
+    EXPECT_EQ(camera->loads[0].fps, 30);
+    EXPECT_THAT(camera->loads[0].audio, IsEmpty());
+    EXPECT_EQ(camera->loads[0].video[0].start, 0);
+    auto without = recording;
+    without.id = fixedId(9);
+    without.tracks.edit().pop_back();
+    add(without);
+    fs::copy_file(folder / "screen.mp4", store.directory(without.id) / "media/screen.mp4");
+    select(without);
+    EXPECT_FALSE(camera->hasComposition());
+}
+
+} // namespace
+} // namespace orvo::test

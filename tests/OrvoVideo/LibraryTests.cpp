@@ -1,0 +1,172 @@
+#include "ModelFixture.h"
+#include "TestSupport/SmallDisk.h"
+
+#include <QProcess>
+#include <fstream>
+#include <unistd.h>
+
+namespace orvo::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class LibraryTests : public ModelFixture {
+protected:
+    /// Lists the library again and waits for it.
+    void refresh()
+    {
+        // A project that was not there before shows that the listing is a new one.
+        const auto marker = VideoProject::make("marker");
+        store.create(marker);
+        model->refreshLibrary();
+        ASSERT_TRUE(waitUntil([&] { return model->library()->find(marker.id) != nullptr; }));
+        fs::remove_all(store.directory(marker.id));
+        ASSERT_TRUE(waitUntil([&] {
+            model->refreshLibrary();
+            return model->library()->find(marker.id) == nullptr;
+        }));
+    }
+
+    VideoProject addRecording(const std::string& state, const std::string& session)
+    {
+        auto project = VideoProject::make(state);
+        project.state = state;
+        add(project);
+        if (!session.empty())
+            std::ofstream(store.directory(project.id) / "capture-session.json") << session;
+        return project;
+    }
+
+    std::string listedState(const VideoProject& project) const { return model->library()->find(project.id)->state; }
+};
+
+TEST_F(LibraryTests, ListsNewestFirstAndFollowsTheDisk)
+{
+    auto older = VideoProject::make("older");
+    older.createdAt -= std::chrono::seconds(10);
+    add(older);
+    const auto newer = add(VideoProject::make("newer"));
+    start();
+    ASSERT_EQ(model->library()->count(), 2);
+    EXPECT_EQ(model->projects()[0].id, newer.id);
+    fs::remove_all(store.directory(newer.id));
+    refresh();
+    ASSERT_EQ(model->library()->count(), 1);
+    EXPECT_EQ(model->projects()[0].id, older.id);
+}
+
+TEST_F(LibraryTests, ALibraryThatGoesAwayIsAnEmptyOne)
+{
+    add(VideoProject::make("x"));
+    start();
+    fs::rename(store.root(), folder / "gone");
+    model->refreshLibrary();
+    EXPECT_TRUE(waitUntil([&] { return model->library()->count() == 0; }));
+    EXPECT_EQ(model->errorMessage(), "");
+}
+
+TEST_F(LibraryTests, MarksRecordingsThatWereCutOff)
+{
+    QProcess ended;
+    ended.start("true", QStringList());
+    ASSERT_TRUE(ended.waitForStarted());
+    const auto gone = std::to_string(ended.processId());
+    ASSERT_TRUE(ended.waitForFinished());
+    QProcess running;
+    running.start("sleep", {"600"});
+    ASSERT_TRUE(running.waitForStarted());
+    const auto alive = std::to_string(running.processId());
+
+    struct Case {
+        const char* state;
+        std::string session;
+        const char* expected;
+    };
+    const std::vector<Case> cases{
+        {"recording-tab", R"({"pid": )" + gone + "}", "recoverable-tab"},
+        {"recording", R"({"pid": )" + gone + "}", "needs-recovery"},
+        {"recording", "", "needs-recovery"},
+        {"recording", "{", "needs-recovery"},
+        {"recording", "[1]", "needs-recovery"},
+        {"recording", R"({"process": 1})", "needs-recovery"},
+        {"recording", R"({"pid": ")" + alive + R"("})", "needs-recovery"},
+        {"recording", R"({"pid": 1.5})", "needs-recovery"},
+        {"recording", R"({"pid": 0})", "needs-recovery"}, // Would stand for this process' whole group.
+        {"recording", R"({"pid": -1})", "needs-recovery"},
+        {"recording", R"({"pid": 99999999999})", "needs-recovery"},
+        {"recording-otherwise", "", "needs-recovery"},
+        {"recording", R"({"pid": )" + alive + "}", "recording"},
+        {"recording-tab", R"({"pid": )" + alive + R"(, "more": [1]})", "recording-tab"},
+        {"recording", R"({"pid": )" + std::to_string(::getpid()) + "}", "needs-recovery"},
+        {"ready", "", "ready"},
+        {"recoverable", "", "recoverable"},
+        {"processing-tab", "", "processing-tab"},
+    };
+    std::vector<VideoProject> projects;
+    for (const auto& test : cases)
+        projects.push_back(addRecording(test.state, test.session));
+    start();
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        SCOPED_TRACE(cases[i].state + (" " + cases[i].session));
+        EXPECT_EQ(listedState(projects[i]), cases[i].expected);
+    }
+    ASSERT_TRUE(model->prepareToQuit());
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        EXPECT_EQ(onDisk(projects[i].id).state, cases[i].expected);
+        EXPECT_EQ(onDisk(projects[i].id).updatedAt, std::chrono::floor<std::chrono::seconds>(projects[i].updatedAt));
+    }
+    EXPECT_EQ(model->errorMessage(), "");
+    running.kill();
+    running.waitForFinished();
+}
+
+TEST_F(LibraryTests, ARecordingOfThisProcessIsAliveWhileItIsBusy)
+{
+    start();
+    const Answer<int> end;
+    model->perform([end](WorkControl) -> QCoro::Task<> { co_await end; });
+    const auto recording = addRecording("recording", R"({"pid": )" + std::to_string(::getpid()) + "}");
+    refresh();
+    EXPECT_EQ(listedState(recording), "recording");
+    end.give(1);
+    refresh();
+    EXPECT_EQ(listedState(recording), "needs-recovery");
+}
+
+TEST_F(LibraryTests, AMarkThatCannotBeWrittenIsNoError)
+{
+    const auto recording = addRecording("recording", "");
+    const FileSizeLimit full(100);
+    start();
+    EXPECT_FALSE(model->prepareToQuit());
+    EXPECT_EQ(listedState(recording), "needs-recovery");
+    EXPECT_EQ(onDisk(recording.id).state, "recording");
+    EXPECT_EQ(model->errorMessage(), "");
+}
+
+TEST_F(LibraryTests, EditsThatAreNotSavedYetAreListed)
+{
+    openNew();
+    setTitle("not saved yet");
+    model->refreshLibrary();
+    refresh();
+    EXPECT_EQ(model->library()->find(project().id)->title, "not saved yet");
+    EXPECT_EQ(model->library()->openRow(), 0);
+}
+
+TEST_F(LibraryTests, ALibraryThatCannotBeMadeIsToldInSpanish)
+{
+    std::ofstream(folder / "file") << "x";
+    try {
+        AppServices::openLibrary(folder / "file" / "library");
+        FAIL();
+    } catch (const Error& error) {
+        EXPECT_THAT(error.what(), testing::StartsWith("No se ha podido abrir la biblioteca: «"));
+        EXPECT_THAT(error.what(), testing::HasSubstr("no es una carpeta"));
+    }
+}
+
+} // namespace
+} // namespace orvo::test

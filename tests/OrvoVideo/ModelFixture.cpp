@@ -1,0 +1,85 @@
+#include "ModelFixture.h"
+
+#include "Platform/FfprobeMediaProbe.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QTimer>
+
+namespace orvo::test {
+
+bool waitUntil(const std::function<bool()>& condition)
+{
+    const QDeadlineTimer deadline(60'000);
+    QTimer alarm; // Ends the wait for events at the limit.
+    alarm.setSingleShot(true);
+    alarm.start(static_cast<int>(deadline.remainingTime()));
+    while (!condition()) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    }
+    return true;
+}
+
+void fillOneHour(VideoProject& project)
+{
+    project.duration = 3600;
+    std::vector<PointerEvent> events;
+    events.reserve(43'200);
+    for (int i = 0; i < 43'200; ++i) {
+        const double time = i / 12.0;
+        events.push_back({.time = time,
+            .x = (i % 997) / 997.0,
+            .y = (i % 877) / 877.0,
+            .kind = i % 300 == 0 ? PointerKind::zoom
+                : i % 40 == 0    ? PointerKind::click
+                                 : PointerKind::move});
+    }
+    project.edit.events = SharedList(std::move(events));
+    std::vector<TranscriptWord> words;
+    words.reserve(9'000);
+    for (int i = 0; i < 9'000; ++i)
+        words.push_back(
+            {.text = i % 50 == 0 ? "eh" : "palabra" + std::to_string(i), .start = i * 0.4, .end = i * 0.4 + 0.3});
+    project.edit.words = SharedList(std::move(words));
+}
+
+void ModelFixture::start()
+{
+    model.reset();
+    auto ownPlayer = std::make_unique<FakePlayer>();
+    auto ownCamera = std::make_unique<FakePlayer>();
+    auto ownPanels = std::make_unique<FakePanels>();
+    auto ownWorkspace = std::make_unique<FakeWorkspace>();
+    player = ownPlayer.get();
+    camera = ownCamera.get();
+    panels = ownPanels.get();
+    workspace = ownWorkspace.get();
+    model = std::make_unique<TestModel>(AppServices{.store = std::make_unique<const ProjectStore>(store.root()),
+        .probe = std::make_shared<FfprobeMediaProbe>(),
+        .player = std::move(ownPlayer),
+        .cameraPlayer = std::move(ownCamera),
+        .panels = std::move(ownPanels),
+        .workspace = std::move(ownWorkspace)});
+    ASSERT_TRUE(waitUntil([&] { return model->libraryListed(); }));
+}
+
+VideoProject ModelFixture::add(VideoProject project)
+{
+    store.create(project);
+    return project;
+}
+
+VideoProject ModelFixture::openNew(double duration, const std::string& title)
+{
+    auto project = VideoProject::make(title);
+    project.duration = duration;
+    add(project);
+    if (!model)
+        start();
+    select(project);
+    return project;
+}
+
+} // namespace orvo::test

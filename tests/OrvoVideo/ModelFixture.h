@@ -1,0 +1,71 @@
+#pragma once
+
+#include "Fakes.h"
+#include "OrvoVideo/AppModel.h"
+#include "TestSupport/Projects.h"
+#include "TestSupport/TemporaryFolder.h"
+
+#include <QCoroTask>
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace orvo::test {
+
+/// Runs the event loop until the condition holds; false when it does not within a generous limit.
+bool waitUntil(const std::function<bool()>& condition);
+
+/// A model with a right that only recordings have.
+class TestModel final : public AppModel {
+public:
+    using AppModel::AppModel;
+    using AppModel::Recording;
+    using AppModel::setRecording;
+};
+
+/// Fills the project with a one-hour recording: a pointer event every twelfth of a second and 9,000 words.
+void fillOneHour(VideoProject& project);
+
+/// A library of its own on a real disk, and a model on it with services that the test drives.
+class ModelFixture : public testing::Test {
+protected:
+    /// A model, after its library was listed. Projects are put into the store before.
+    void start();
+    /// Ends the model as quitting does.
+    void quit() { model.reset(); }
+
+    /// Adds a project to the library on disk.
+    VideoProject add(VideoProject project);
+    /// Adds an empty project of this length and opens it.
+    VideoProject openNew(double duration = 10, const std::string& title = "Demo");
+
+    void select(const VideoProject& project) { QCoro::waitFor(model->select(project)); }
+
+    const VideoProject& project() const { return *model->project(); }
+    /// What lies on disk.
+    VideoProject onDisk(const Uuid& id) const { return store.load(id); }
+    VideoProject onDisk() const { return onDisk(project().id); }
+
+    /// Waits until every edit is on disk.
+    [[nodiscard]] bool saved() const
+    {
+        return waitUntil([&] { return !model->unsavedChanges(); });
+    }
+
+    void setTitle(const std::string& title)
+    {
+        model->update([&](VideoProject& edited) { edited.title = title; });
+    }
+
+    TemporaryFolder folder;
+    ProjectStore store{folder / "library"};
+    std::unique_ptr<TestModel> model;
+    // Owned by the model.
+    FakePlayer* player = nullptr;
+    FakePlayer* camera = nullptr;
+    FakePanels* panels = nullptr;
+    FakeWorkspace* workspace = nullptr;
+};
+
+} // namespace orvo::test

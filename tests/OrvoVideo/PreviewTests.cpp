@@ -1,0 +1,246 @@
+#include "ModelFixture.h"
+#include "OrvoVideo/Text.h"
+
+#include <QSignalSpy>
+#include <fstream>
+
+namespace orvo::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+using testing::SizeIs;
+
+class PreviewTests : public ModelFixture {
+protected:
+    /// A recording of ten seconds with these tracks, whose files exist.
+    VideoProject openRecording(std::vector<MediaTrack> tracks)
+    {
+        auto project = emptyProject(10);
+        project.tracks = SharedList(std::move(tracks));
+        add(project);
+        for (const auto& media : project.tracks) {
+            if (!media.file.contains(".."))
+                std::ofstream(store.directory(project.id) / media.file) << "media";
+        }
+        start();
+        select(project);
+        return project;
+    }
+
+    std::vector<MediaTrack> usual()
+    {
+        return {track(TrackKind::screen, "media/screen.mov", 0, 10),
+            track(TrackKind::microphone, "media/microphone.m4a", 0, 10)};
+    }
+
+    std::filesystem::path file(const VideoProject& project, const std::string& name) const
+    {
+        return store.directory(project.id) / "media" / name;
+    }
+
+    /// The player plays and has come to `seconds`.
+    void playTo(double seconds)
+    {
+        if (player->rate() == 0)
+            model->play();
+        player->tick(seconds);
+    }
+};
+
+TEST_F(PreviewTests, GivesTheTracksToThePlayer)
+{
+    auto tracks = usual();
+    tracks[1].volume = 0.5;
+    tracks.push_back(track(TrackKind::system, "media/system.m4a", 0.25, 9));
+    tracks.push_back(track(TrackKind::clip, "media/clip.mp4", 10, 4));
+    tracks.push_back(track(TrackKind::microphone, "../elsewhere.m4a", 0, 10));
+    const auto opened = openRecording(tracks);
+    EXPECT_EQ(model->preview(), AppModel::Preview::Ready);
+    ASSERT_TRUE(player->composition());
+    const auto& composition = *player->composition();
+    EXPECT_EQ(composition.width, opened.width);
+    EXPECT_EQ(composition.fps, opened.fps);
+    ASSERT_THAT(composition.video, SizeIs(2));
+    EXPECT_EQ(composition.video[0].file, file(opened, "screen.mov"));
+    EXPECT_EQ(composition.video[1].file, file(opened, "clip.mp4"));
+    EXPECT_EQ(composition.video[1].start, 10);
+    // Every source but the one that leads out of the project, in order.
+    ASSERT_THAT(composition.audio, SizeIs(4));
+    EXPECT_EQ(composition.audio[1].volume, 0.5);
+    EXPECT_EQ(composition.audio[2].start, 0.25);
+    EXPECT_THAT(camera->loads, IsEmpty());
+    EXPECT_EQ(model->status(), "Listo para grabar");
+}
+
+TEST_F(PreviewTests, AFileThatCannotBePlayedLeavesThePlayersAsTheyWere)
+{
+    const auto good = openRecording(usual());
+    model->play();
+    auto broken = emptyProject(5);
+    broken.id = fixedId(77);
+    broken.tracks = SharedList(usual());
+    select(add(broken));
+    EXPECT_EQ(project().id, broken.id);
+    EXPECT_EQ(model->preview(), AppModel::Preview::Failed);
+    EXPECT_EQ(model->status(), "Usa Recuperar para preparar este archivo antes de reproducirlo.");
+    EXPECT_EQ(player->composition()->video[0].file, file(good, "screen.mov"));
+    EXPECT_FALSE(model->playing());
+    model->play(); // That would be the other project.
+    EXPECT_EQ(player->rate(), 0);
+    // The edit goes on without a picture.
+    model->addText("x");
+    EXPECT_EQ(model->overlays()->count(), 1);
+}
+
+TEST_F(PreviewTests, AProjectWithoutMediaHasNothingToPlay)
+{
+    openRecording(usual());
+    const auto empty = add(VideoProject::make("empty"));
+    select(empty);
+    EXPECT_FALSE(player->hasComposition());
+    EXPECT_EQ(model->preview(), AppModel::Preview::Ready);
+}
+
+TEST_F(PreviewTests, OfTwoRebuildsTheLaterCounts)
+{
+    openRecording(usual());
+    player->holdsAnswers = true;
+    const auto first = model->rebuildPreview();
+    EXPECT_EQ(model->preview(), AppModel::Preview::Loading);
+    const auto second = model->rebuildPreview();
+    EXPECT_TRUE(first.isReady());
+    EXPECT_FALSE(second.isReady());
+    player->answer();
+    EXPECT_TRUE(waitUntil([&] { return second.isReady(); }));
+    EXPECT_EQ(model->preview(), AppModel::Preview::Ready);
+}
+
+TEST_F(PreviewTests, SeeksWithBothPlayers)
+{
+    openRecording(usual());
+    model->seek(-3);
+    EXPECT_EQ(model->playhead(), 0);
+    EXPECT_EQ(player->seeks.back(), 0);
+    EXPECT_EQ(camera->seeks.back(), 0);
+    model->seek(2.5);
+    EXPECT_EQ(model->playhead(), 2.5);
+    EXPECT_EQ(camera->seeks.back(), 2.5);
+    // Players get whole ticks of 1/600 s, so that a rounded time does not fall into the frame before.
+    model->seek(0.0333333);
+    EXPECT_EQ(player->seeks.back(), 20.0 / 600);
+    EXPECT_EQ(model->playhead(), 0.0333333);
+    model->seek(std::nan(""));
+    EXPECT_EQ(model->playhead(), 0);
+}
+
+TEST_F(PreviewTests, StepsByFramesWithinTheRecording)
+{
+    openRecording(usual());
+    model->stepFrames(-1);
+    EXPECT_EQ(model->playhead(), 0);
+    model->stepFrames(1);
+    model->stepFrames(1);
+    EXPECT_DOUBLE_EQ(model->playhead(), 2.0 / 30);
+    model->seek(1.01); // Inside frame 30.
+    model->stepFrames(1);
+    EXPECT_DOUBLE_EQ(model->playhead(), 31.0 / 30);
+    model->play();
+    model->stepFrames(100'000);
+    EXPECT_DOUBLE_EQ(model->playhead(), 299.0 / 30);
+    EXPECT_FALSE(model->playing());
+}
+
+TEST_F(PreviewTests, PlaysAndPauses)
+{
+    openRecording(usual());
+    const QSignalSpy changes(model.get(), &AppModel::playingChanged);
+    model->togglePlaying();
+    EXPECT_TRUE(model->playing());
+    player->tick(4);
+    EXPECT_EQ(model->playhead(), 4);
+    model->togglePlaying();
+    EXPECT_FALSE(model->playing());
+    EXPECT_EQ(changes.size(), 2);
+
+    model->play();
+    player->tick(10);
+    emit player->endReached();
+    EXPECT_FALSE(model->playing());
+    model->play(); // From the beginning again.
+    EXPECT_EQ(player->seeks.back(), 0);
+    EXPECT_TRUE(model->playing());
+}
+
+TEST_F(PreviewTests, PlaybackJumpsOverCuts)
+{
+    openRecording(usual());
+    model->setSelectedSpan({4, 6});
+    model->cutSelection();
+    playTo(3.98);
+    EXPECT_THAT(player->seeks, IsEmpty());
+    playTo(4.02);
+    EXPECT_THAT(player->seeks, ElementsAre(6));
+    EXPECT_EQ(model->playhead(), 6);
+    playTo(6);
+    EXPECT_THAT(player->seeks, SizeIs(1));
+    // Looking around in a cut is not playing.
+    model->pause();
+    player->tick(5);
+    EXPECT_THAT(player->seeks, SizeIs(1));
+    EXPECT_EQ(model->playhead(), 5);
+    player->tick(std::numeric_limits<double>::infinity());
+    EXPECT_EQ(model->playhead(), 0);
+}
+
+TEST_F(PreviewTests, TheCameraFollows)
+{
+    auto tracks = usual();
+    tracks.push_back(track(TrackKind::camera, "media/camera.mov", 0, 10));
+    openRecording(tracks);
+    // The file is none that has a picture: it is left out, and the rest plays.
+    EXPECT_THAT(camera->loads, IsEmpty());
+    EXPECT_EQ(model->preview(), AppModel::Preview::Ready);
+    EXPECT_EQ(player->composition()->video.size(), 1U);
+
+    // As if it could be read.
+    camera->load({.video = {{store.directory(project().id) / "media/camera.mov", 0}}, .audio = {}});
+    ASSERT_TRUE(waitUntil([&] { return camera->hasComposition(); }));
+    playTo(1);
+    EXPECT_EQ(camera->rate(), 1);
+    EXPECT_EQ(camera->seeks.back(), 1);
+    const auto seeks = camera->seeks.size();
+    camera->tick(1.9);
+    playTo(2); // 0.1 s away is near enough.
+    EXPECT_EQ(camera->seeks.size(), seeks);
+    playTo(2.1);
+    EXPECT_EQ(camera->seeks.back(), 2.1);
+    model->pause();
+    EXPECT_EQ(camera->rate(), 0);
+}
+
+TEST_F(PreviewTests, VolumesAreHeardAtOnceAndHistoryRebuildsOnlyWhatChanged)
+{
+    const auto opened = openRecording(usual());
+    model->seek(5);
+    ASSERT_THAT(player->loads, SizeIs(1));
+    model->setVolume(Text::from(opened.tracks[1].id), 0.25);
+    EXPECT_THAT(player->volumes, ElementsAre(Pair(1, 0.25)));
+    model->undo();
+    EXPECT_THAT(player->volumes, ElementsAre(Pair(1, 0.25), Pair(1, 1)));
+    model->addZoom();
+    model->undo();
+    EXPECT_THAT(player->loads, SizeIs(1));
+    EXPECT_EQ(model->playhead(), 5);
+
+    model->update([](VideoProject& project) { project.tracks.edit().pop_back(); });
+    model->undo();
+    model->redo();
+    ASSERT_TRUE(waitUntil([&] { return model->preview() == AppModel::Preview::Ready; }));
+    EXPECT_THAT(player->composition()->audio, SizeIs(1));
+    EXPECT_EQ(model->playhead(), 0);
+}
+
+} // namespace
+} // namespace orvo::test

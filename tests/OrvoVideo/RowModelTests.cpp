@@ -1,0 +1,308 @@
+#include "OrvoVideo/Models/CutModel.h"
+#include "OrvoVideo/Models/LibraryModel.h"
+#include "OrvoVideo/Models/OverlayModel.h"
+#include "OrvoVideo/Models/SuggestionModel.h"
+#include "OrvoVideo/Models/TrackModel.h"
+#include "OrvoVideo/Models/TranscriptModel.h"
+#include "OrvoVideo/Models/ZoomModel.h"
+#include "OrvoVideo/Text.h"
+#include "TestSupport/Projects.h"
+
+#include <QAbstractItemModelTester>
+#include <QSignalSpy>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace orvo::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// What a view would show: it learns of the rows by the model's announcements alone.
+class Mirror : public QObject {
+public:
+    explicit Mirror(RowModel& model)
+        : m_model(model)
+        , m_tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal)
+    {
+        connect(&model, &RowModel::rowsRemoved, this, [this](const QModelIndex&, int first, int last) {
+            m_rows.remove(first, last - first + 1);
+            announced.push_back("-" + std::to_string(first) + ".." + std::to_string(last));
+        });
+        connect(&model, &RowModel::rowsInserted, this, [this](const QModelIndex&, int first, int last) {
+            for (int row = first; row <= last; ++row)
+                m_rows.insert(row, m_model.get(row));
+            announced.push_back("+" + std::to_string(first) + ".." + std::to_string(last));
+        });
+        connect(&model, &RowModel::rowsMoved, this, [this](const QModelIndex&, int from, int, const QModelIndex&, int to) {
+            m_rows.move(from, to > from ? to - 1 : to);
+            announced.push_back(std::to_string(from) + ">" + std::to_string(to > from ? to - 1 : to));
+        });
+        connect(&model, &RowModel::dataChanged, this, [this](const QModelIndex& first, const QModelIndex& last) {
+            for (int row = first.row(); row <= last.row(); ++row)
+                m_rows[row] = m_model.get(row);
+            announced.push_back("*" + std::to_string(first.row()) + ".." + std::to_string(last.row()));
+        });
+        connect(&model, &RowModel::modelReset, this, [this] { announced.emplace_back("reset"); });
+    }
+
+    /// Whether it shows exactly what the model holds.
+    testing::AssertionResult isRight() const
+    {
+        if (m_rows.size() != m_model.count())
+            return testing::AssertionFailure() << m_rows.size() << " rows shown, " << m_model.count() << " there";
+        for (int row = 0; row < m_model.count(); ++row) {
+            if (m_rows[row] != m_model.get(row))
+                return testing::AssertionFailure() << "row " << row << " is out of date";
+        }
+        return testing::AssertionSuccess();
+    }
+
+    std::vector<std::string> announced;
+
+private:
+    RowModel& m_model;
+    QAbstractItemModelTester m_tester;
+    QList<QVariantMap> m_rows;
+};
+
+VideoProject withWords(std::vector<TranscriptWord> words, std::vector<TimeSpan> cuts = {})
+{
+    auto project = emptyProject(60);
+    project.edit.words = SharedList(std::move(words));
+    project.edit.cuts = SharedList(std::move(cuts));
+    return project;
+}
+
+std::vector<TranscriptWord> manyWords(int count)
+{
+    std::vector<TranscriptWord> words;
+    for (int i = 0; i < count; ++i) {
+        words.push_back(word("w" + std::to_string(i), i, i + 0.5));
+        words.back().id = fixedId(static_cast<std::uint64_t>(i));
+    }
+    return words;
+}
+
+TEST(RowModelTests, AnnouncesTheSmallestChange)
+{
+    using Change = std::function<void(std::vector<TranscriptWord>&)>;
+    const auto reversed = [](auto& words) { std::ranges::reverse(words); };
+    const std::vector<std::tuple<const char*, Change, std::vector<std::string>>> cases{
+        {"nothing", [](auto&) {}, {}},
+        {"one corrected", [](auto& w) { w[3].text = "otra"; }, {"*3..3"}},
+        {"two apart", [](auto& w) { w[1].text = w[8].text = "otra"; }, {"*1..1", "*8..8"}},
+        {"an end that changes the next one's gap", [](auto& w) { w[4].end += 0.1; }, {"*4..5"}},
+        {"one gone", [](auto& w) { w.erase(w.begin() + 9); }, {"-9..9"}},
+        {"some new", [](auto& w) { w.insert(w.begin() + 2, {word("x", 1.6, 1.7), word("y", 1.8, 2)}); }, {"+2..3", "*4..4"}},
+        {"first to last", [](auto& w) { std::rotate(w.begin(), w.begin() + 1, w.end()); }, {"0>9", "*0..0"}},
+        {"last to first", [](auto& w) { std::rotate(w.begin(), w.end() - 1, w.end()); }, {"9>0", "*0..0"}},
+        {"all gone", [](auto& w) { w.clear(); }, {"-0..9"}},
+        {"all others", [](auto& w) { w = {word("x", 0, 1)}; }, {"-0..9", "+0..0"}},
+    };
+    for (const auto& [name, change, expected] : cases) {
+        SCOPED_TRACE(name);
+        TranscriptModel model;
+        Mirror mirror(model);
+        auto words = manyWords(10);
+        const auto before = withWords(words);
+        model.show(&before);
+        mirror.announced.clear();
+        change(words);
+        const auto after = withWords(words);
+        model.show(&after);
+        EXPECT_EQ(mirror.announced, expected);
+        EXPECT_TRUE(mirror.isRight());
+    }
+
+    // However they are mixed up, no row is announced twice and none is torn down needlessly.
+    TranscriptModel model;
+    Mirror mirror(model);
+    auto words = manyWords(10);
+    const auto before = withWords(words);
+    model.show(&before);
+    mirror.announced.clear();
+    reversed(words);
+    const auto after = withWords(words);
+    model.show(&after);
+    EXPECT_EQ(std::ranges::count_if(mirror.announced, [](const auto& step) { return step.contains('>'); }), 9);
+    EXPECT_THAT(mirror.announced, testing::Not(testing::Contains(testing::StartsWith("-"))));
+    EXPECT_TRUE(mirror.isRight());
+}
+
+TEST(RowModelTests, SharedListsCostNothing)
+{
+    TranscriptModel model;
+    const auto project = withWords(manyWords(10), {{2, 4}});
+    model.show(&project);
+    Mirror mirror(model);
+    auto copy = project;
+    copy.title = "otro";
+    model.show(&copy);
+    EXPECT_THAT(mirror.announced, IsEmpty());
+}
+
+TEST(RowModelTests, ViewsStayRightThroughAnyChanges)
+{
+    std::mt19937_64 random(20);
+    TranscriptModel transcript;
+    ZoomModel zooms;
+    CutModel cuts;
+    OverlayModel overlays;
+    TrackModel tracks;
+    LibraryModel library;
+    SuggestionModel suggestions;
+    const std::vector<RowModel*> models{&transcript, &zooms, &cuts, &overlays, &tracks, &library, &suggestions};
+    std::vector<std::unique_ptr<Mirror>> mirrors;
+    for (auto* model : models)
+        mirrors.push_back(std::make_unique<Mirror>(*model));
+
+    // Parts of two lists, mixed: some rows stay, some change, some move, some come twice.
+    const auto mix = [&]<typename T>(const SharedList<T>& a, const SharedList<T>& b) {
+        std::vector<T> items;
+        for (const auto* list : {&a, &b}) {
+            for (const auto& item : *list) {
+                if (random() % 4 != 0)
+                    items.push_back(item);
+                if (random() % 40 == 0)
+                    items.push_back(item);
+            }
+        }
+        for (std::size_t i = 0; i < items.size() && random() % 2 == 0; ++i)
+            std::swap(items[i], items[random() % items.size()]);
+        return SharedList(std::move(items));
+    };
+    auto project = randomProject(random);
+    std::vector<VideoProject> listed;
+    for (int round = 0; round < 300; ++round) {
+        const auto other = randomProject(random);
+        project.edit.words = mix(project.edit.words, other.edit.words);
+        project.edit.events = mix(project.edit.events, other.edit.events);
+        project.edit.cuts = mix(project.edit.cuts, other.edit.cuts);
+        project.edit.overlays = mix(project.edit.overlays, other.edit.overlays);
+        project.tracks = mix(project.tracks, other.tracks);
+        if (!project.edit.words.empty())
+            project.edit.words.edit().back().text += "!";
+        project.id = fixedId(random() % 8);
+        listed.insert(listed.begin() + static_cast<std::ptrdiff_t>(random() % (listed.size() + 1)), project);
+        listed[random() % listed.size()].title += "!";
+        if (listed.size() > 6)
+            listed.erase(listed.begin() + static_cast<std::ptrdiff_t>(random() % listed.size()));
+
+        transcript.show(&project);
+        zooms.show(&project);
+        cuts.show(&project);
+        overlays.show(&project, {});
+        tracks.show(&project, {});
+        library.setProjects(SharedList(listed));
+        library.setOpen(listed[random() % listed.size()].id);
+        for (const auto& mirror : mirrors)
+            ASSERT_TRUE(mirror->isRight()) << "round " << round;
+    }
+    transcript.show(nullptr);
+    tracks.show(nullptr, {});
+    EXPECT_EQ(transcript.count() + tracks.count(), 0);
+    for (const auto& mirror : mirrors)
+        EXPECT_TRUE(mirror->isRight());
+}
+
+TEST(TranscriptModelTests, ShowsWhatIsCutAndAnnouncesOnlyThat)
+{
+    TranscriptModel model;
+    auto words = manyWords(10);
+    words[9].end = 60.2; // A little past the recording's end.
+    auto project = withWords(words);
+    model.show(&project);
+    Mirror mirror(model);
+    const auto cutRows = [&] {
+        std::vector<int> rows;
+        for (int row = 0; row < model.count(); ++row) {
+            if (model.get(row)["cut"].toBool())
+                rows.push_back(row);
+        }
+        return rows;
+    };
+    const auto cut = [&](std::vector<TimeSpan> cuts) {
+        project.edit.cuts = SharedList(std::move(cuts));
+        mirror.announced.clear();
+        model.show(&project);
+    };
+
+    cut({{3, 3.5}});
+    EXPECT_THAT(cutRows(), ElementsAre(3));
+    EXPECT_THAT(mirror.announced, ElementsAre("*3..3"));
+    cut({{3, 3.5}, {4, 6.2}}); // Half of the word at 6 remains.
+    EXPECT_THAT(cutRows(), ElementsAre(3, 4, 5));
+    EXPECT_THAT(mirror.announced, ElementsAre("*4..5"));
+    cut({{9, 60}});
+    EXPECT_THAT(cutRows(), ElementsAre(9));
+    EXPECT_THAT(mirror.announced, ElementsAre("*3..5", "*9..9"));
+    // Cuts that say the same in other words.
+    cut({{30, 60}, {9, 31}});
+    EXPECT_THAT(mirror.announced, IsEmpty());
+}
+
+TEST(TranscriptModelTests, FollowsPlaybackAndFindsText)
+{
+    TranscriptModel model;
+    const auto project = withWords({word("¿Qué", 1, 1.4), word("acción?", 1.4, 2), word("Eh,", 3.5, 3.8), word("la", 4, 4.2),
+        word("ACCIÓN", 4.2, 4.8), word("aquí.", 5, 5.5)});
+    model.show(&project);
+    EXPECT_EQ(model.rowAt(0.5), -1);
+    EXPECT_EQ(model.rowAt(1), 0);
+    EXPECT_EQ(model.rowAt(3), 1); // In the pause, the word before it.
+    EXPECT_EQ(model.rowAt(99), 5);
+    EXPECT_DOUBLE_EQ(model.get(0)["gap"].toDouble(), 1);
+    EXPECT_DOUBLE_EQ(model.get(1)["gap"].toDouble(), 0);
+    EXPECT_DOUBLE_EQ(model.get(2)["gap"].toDouble(), 1.5);
+    EXPECT_TRUE(model.get(2)["filler"].toBool());
+    EXPECT_FALSE(model.get(3)["filler"].toBool());
+
+    EXPECT_EQ(model.find("accion", 0), 1);
+    EXPECT_EQ(model.find("accion", 2), 4);
+    EXPECT_EQ(model.find("accion", 5), 1); // Round the end.
+    EXPECT_EQ(model.find("accion", 3, true), 1);
+    EXPECT_EQ(model.find("Acción aq", 0), 4);
+    EXPECT_EQ(model.find("que acción", 3), 0);
+    EXPECT_EQ(model.find("la accion la", 0), -1);
+    EXPECT_EQ(model.find("  ", 0), -1);
+    EXPECT_EQ(model.matchCount("acc"), 2);
+    EXPECT_EQ(model.matchCount("nada"), 0);
+}
+
+TEST(LibraryModelTests, ReplacesInPlaceAndMarksTheOpenProject)
+{
+    LibraryModel model;
+    Mirror mirror(model);
+    auto first = emptyProject();
+    auto second = emptyProject();
+    second.id = fixedId(2);
+    second.state = "needs-recovery";
+    model.setProjects(SharedList<VideoProject>{first, second});
+    EXPECT_EQ(model.openRow(), -1);
+    EXPECT_TRUE(model.get(1)["recoverable"].toBool());
+    EXPECT_EQ(model.get(1)["stateText"].toString(), "Por recuperar");
+
+    mirror.announced.clear();
+    model.setOpen(first.id);
+    EXPECT_THAT(mirror.announced, ElementsAre("*0..0"));
+    model.setOpen(second.id);
+    EXPECT_THAT(mirror.announced, ElementsAre("*0..0", "*0..0", "*1..1"));
+    EXPECT_EQ(model.openRow(), 1);
+
+    mirror.announced.clear();
+    second.title = "Otro";
+    EXPECT_TRUE(model.replace(second));
+    EXPECT_THAT(mirror.announced, ElementsAre("*1..1"));
+    EXPECT_EQ(model.get(1)["title"].toString(), "Otro");
+    EXPECT_TRUE(mirror.isRight());
+    second.id = fixedId(3);
+    EXPECT_FALSE(model.replace(second));
+    EXPECT_EQ(model.find(fixedId(3)), nullptr);
+    EXPECT_TRUE(model.get(7).isEmpty());
+}
+
+} // namespace
+} // namespace orvo::test

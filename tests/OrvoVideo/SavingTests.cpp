@@ -1,0 +1,221 @@
+#include "ModelFixture.h"
+#include "TestSupport/SmallDisk.h"
+#include "VideoCore/DocumentCodec.h"
+#include "VideoCore/FileIO.h"
+
+#include <QElapsedTimer>
+#include <QTimer>
+#include <fstream>
+
+namespace orvo::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+class SavingTests : public ModelFixture {
+protected:
+    /// How often the document was replaced by another one while `work` ran.
+    template <typename Work> int writesDuring(Work work)
+    {
+        int writes = 0;
+        QObject::connect(&watcher, &QFileSystemWatcher::directoryChanged, &watcher, [&] {
+            const auto now = fs::last_write_time(document());
+            writes += std::exchange(lastWrite, now) != now;
+        });
+        lastWrite = fs::last_write_time(document());
+        watcher.addPath(QString::fromStdString(store.directory(project().id)));
+        work();
+        watcher.disconnect();
+        const auto now = fs::last_write_time(document());
+        return writes + (now != lastWrite);
+    }
+
+    /// Edits every few milliseconds until `done`, again and again where the machine was too busy to do it without a pause
+    /// long enough for a save. False at a generous limit.
+    bool editWithoutPauseUntil(const std::function<bool()>& done)
+    {
+        for (int attempt = 0; attempt < 50; ++attempt) {
+            count = 0;
+            std::int64_t longest = 0;
+            QElapsedTimer pause;
+            pause.start();
+            QTimer edits;
+            QObject::connect(&edits, &QTimer::timeout, &edits, [&] {
+                longest = std::max(longest, pause.restart());
+                setTitle("edit " + std::to_string(++count));
+            });
+            edits.start(20);
+            if (!waitUntil([&] { return longest > AppModel::autosaveDelay / 2 || done(); }))
+                return false;
+            if (done() && longest <= AppModel::autosaveDelay / 2)
+                return true;
+            if (!saved())
+                return false;
+        }
+        return false;
+    }
+
+    fs::path document() const { return store.directory(project().id) / "project.json"; }
+    fs::path unsaved() const { return store.directory(project().id) / "unsaved-edits.json"; }
+
+    /// Changes the document as another program does.
+    void changeElsewhere(const std::string& title)
+    {
+        auto other = onDisk();
+        other.title = title;
+        store.save(other);
+    }
+
+    QFileSystemWatcher watcher;
+    fs::file_time_type lastWrite;
+    int count = 0;
+};
+
+TEST_F(SavingTests, ABurstOfEditsIsOneWriteAfterItsEnd)
+{
+    openNew();
+    ASSERT_TRUE(editWithoutPauseUntil([&] { return count >= 10; }));
+    const int writes = writesDuring([&] { EXPECT_TRUE(saved()); });
+    EXPECT_EQ(writes, 1);
+    EXPECT_EQ(onDisk().title, project().title);
+    EXPECT_EQ(writesDuring([&] {
+        model->flushSave();
+        EXPECT_TRUE(model->prepareToQuit());
+    }),
+        0);
+}
+
+TEST_F(SavingTests, EditsWithoutAPauseAreKeptForACrash)
+{
+    const auto opened = openNew();
+    ASSERT_TRUE(editWithoutPauseUntil([&] { return fs::exists(unsaved()); }));
+    const auto kept = decodeDocument(readFile(unsaved()));
+    EXPECT_THAT(kept.title, testing::StartsWith("edit "));
+    // The document itself waits for the pause.
+    const auto document = onDisk();
+    EXPECT_NE(document.title, kept.title);
+    ASSERT_TRUE(saved());
+    EXPECT_FALSE(fs::exists(unsaved())) << "a save makes them needless";
+    quit();
+
+    // As a crash in between leaves it.
+    store.save(document);
+    std::ofstream(store.directory(opened.id) / "unsaved-edits.json") << encodeDocument(kept);
+    start();
+    select(opened);
+    EXPECT_EQ(project().title, kept.title);
+    EXPECT_EQ(model->status(), "Se han recuperado los últimos cambios, que no se habían guardado.");
+    ASSERT_TRUE(saved());
+    EXPECT_EQ(onDisk().title, kept.title);
+    EXPECT_FALSE(fs::exists(unsaved()));
+    model->undo();
+    EXPECT_EQ(project().title, document.title);
+}
+
+TEST_F(SavingTests, UnsavedEditsThatAreOlderTornOrAnothersAreNotUsed)
+{
+    const auto opened = add(VideoProject::make("document"));
+    const auto file = store.directory(opened.id) / "unsaved-edits.json";
+    auto edited = opened;
+    edited.title = "unsaved";
+    const auto text = encodeDocument(edited);
+    const auto later = fs::last_write_time(store.directory(opened.id) / "project.json") + std::chrono::seconds(5);
+    const auto other = encodeDocument(VideoProject::make("another project"));
+    for (const auto& [content, time] : {std::pair(text, later - std::chrono::seconds(10)),
+             std::pair(text.substr(0, text.size() / 2), later), std::pair(other, later)}) {
+        std::ofstream(file) << content;
+        fs::last_write_time(file, time);
+        start();
+        select(opened);
+        EXPECT_EQ(project().title, "document");
+        EXPECT_FALSE(model->canUndo());
+    }
+}
+
+TEST_F(SavingTests, AFailedSaveIsToldAndTheNextOneTriesAgain)
+{
+    const auto opened = openNew();
+    const auto away = folder / "away";
+    fs::rename(store.directory(opened.id), away);
+    setTitle("first");
+    ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
+    EXPECT_THAT(model->errorMessage().toStdString(), HasSubstr("No se han podido guardar los últimos cambios: «"));
+    EXPECT_TRUE(model->unsavedChanges());
+    EXPECT_EQ(project().title, "first");
+    model->clearError();
+
+    // Steps through the history fail without a word.
+    model->undo();
+    model->redo();
+    EXPECT_FALSE(model->prepareToQuit());
+    fs::rename(away, store.directory(opened.id));
+    EXPECT_TRUE(model->prepareToQuit());
+    EXPECT_EQ(onDisk().title, "first");
+    EXPECT_FALSE(model->unsavedChanges());
+}
+
+TEST_F(SavingTests, WhatCouldNotBeSavedIsStillThereAfterOpeningAnother)
+{
+    const auto next = add(VideoProject::make("next"));
+    const auto first = openNew();
+    {
+        const FileSizeLimit full(100);
+        setTitle("not on disk");
+        select(next);
+        EXPECT_THAT(model->errorMessage().toStdString(), HasSubstr("No se han podido guardar los últimos cambios: "));
+    }
+    EXPECT_EQ(onDisk(first.id).title, first.title);
+    select(first);
+    EXPECT_EQ(project().title, "not on disk");
+    ASSERT_TRUE(saved());
+    EXPECT_EQ(onDisk().title, "not on disk");
+}
+
+TEST_F(SavingTests, AChangeByAnotherProgramIsShownAsAStepToUndo)
+{
+    openNew();
+    setTitle("mine");
+    ASSERT_TRUE(saved());
+    changeElsewhere("theirs");
+    ASSERT_TRUE(waitUntil([&] { return project().title == "theirs"; }));
+    EXPECT_EQ(model->status(), "El proyecto ha cambiado fuera de Orvo Video y se ha vuelto a cargar.");
+    EXPECT_EQ(model->errorMessage(), "");
+    EXPECT_EQ(model->projects()[0].title, "theirs");
+    model->undo();
+    EXPECT_EQ(project().title, "mine");
+    ASSERT_TRUE(saved());
+    EXPECT_EQ(onDisk().title, "mine");
+    EXPECT_EQ(model->errorMessage(), "");
+
+    // Written in place, not replaced.
+    auto other = onDisk();
+    other.title = "in place";
+    std::ofstream(document(), std::ios::trunc) << encodeDocument(other);
+    EXPECT_TRUE(waitUntil([&] { return project().title == "in place"; }));
+}
+
+TEST_F(SavingTests, AChangeByAnotherProgramDuringEditsIsKeptBesideThem)
+{
+    openNew();
+    setTitle("mine");
+    changeElsewhere("theirs");
+    ASSERT_TRUE(saved());
+    ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
+    EXPECT_THAT(model->errorMessage().toStdString(), HasSubstr("«project-1.json»"));
+    EXPECT_EQ(project().title, "mine");
+    EXPECT_EQ(onDisk().title, "mine");
+    EXPECT_EQ(decodeDocument(readFile(store.directory(project().id) / "project-1.json")).title, "theirs");
+
+    // A touched document is no other one.
+    model->clearError();
+    fs::last_write_time(document(), fs::file_time_type::clock::now());
+    const auto before = project();
+    const auto next = add(VideoProject::make("next"));
+    select(next);
+    select(before);
+    EXPECT_EQ(model->errorMessage(), "");
+}
+
+} // namespace
+} // namespace orvo::test

@@ -1,0 +1,127 @@
+#include "ModelFixture.h"
+#include "OrvoVideo/support/Workers.h"
+
+#include <QThread>
+#include <latch>
+
+namespace orvo::test {
+namespace {
+
+using testing::ElementsAre;
+
+/// Awaits a piece of work and notes how it ended.
+template <typename Runner, typename Call>
+QCoro::Task<> note(Runner& runner, WorkControl control, Call call, std::vector<std::string>& ends)
+{
+    try {
+        ends.push_back(co_await runner.run(std::move(control), std::move(call)));
+    } catch (const Cancelled&) {
+        ends.emplace_back("cancelled");
+    } catch (const std::exception& error) {
+        ends.emplace_back(error.what());
+    }
+    if (QThread::currentThread() != QCoreApplication::instance()->thread())
+        ends.emplace_back("on the wrong thread");
+}
+
+TEST(WorkersTests, ResultsAndFailuresComeBackToTheMainThread)
+{
+    Workers workers;
+    std::vector<std::string> ends;
+    const auto main = std::this_thread::get_id();
+    const auto first =
+        note(workers, {}, [main] { return std::string(std::this_thread::get_id() == main ? "main" : "worker"); }, ends);
+    ASSERT_TRUE(waitUntil([&] { return first.isReady(); }));
+    const auto second = note(workers, {}, []() -> std::string { throw captureError("no"); }, ends);
+    ASSERT_TRUE(waitUntil([&] { return second.isReady(); }));
+    EXPECT_THAT(ends, ElementsAre("worker", "no"));
+}
+
+TEST(WorkersTests, ProgressIsHandedOverAndTheLastValueNeverLost)
+{
+    Workers workers;
+    std::vector<std::string> ends;
+    std::vector<double> seen;
+    const auto task = note(
+        workers, {.progress = [&](double value) { seen.push_back(value); }},
+        [](const std::stop_token&, const ProgressCallback& progress) {
+            for (int i = 1; i <= 100'000; ++i)
+                progress(i / 100'000.0);
+            return std::string("done");
+        },
+        ends);
+    ASSERT_TRUE(waitUntil([&] { return task.isReady(); }));
+    EXPECT_TRUE(std::ranges::is_sorted(seen));
+    EXPECT_EQ(seen.back(), 1);
+    EXPECT_THAT(ends, ElementsAre("done"));
+}
+
+TEST(WorkersTests, StoppingReachesTheWork)
+{
+    Workers workers;
+    std::vector<std::string> ends;
+    std::stop_source stop;
+    std::latch running(1);
+    const auto task = note(
+        workers, {.stop = stop.get_token()},
+        [&](const std::stop_token& token) -> std::string {
+            running.count_down();
+            while (!token.stop_requested())
+                std::this_thread::yield();
+            throw Cancelled();
+        },
+        ends);
+    running.wait();
+    stop.request_stop();
+    ASSERT_TRUE(waitUntil([&] { return task.isReady(); }));
+    // Asked to stop before it began.
+    const auto late = note(workers, {.stop = stop.get_token()}, [] { return std::string("ran"); }, ends);
+    EXPECT_TRUE(late.isReady());
+    EXPECT_THAT(ends, ElementsAre("cancelled", "cancelled"));
+}
+
+TEST(WorkersTests, ShuttingDownEndsEveryCoroutine)
+{
+    std::vector<std::string> ends;
+    std::vector<QCoro::Task<>> tasks;
+    {
+        Workers workers;
+        for (int i = 0; i < 8; ++i) {
+            tasks.push_back(note(
+                workers, {},
+                [](const std::stop_token& token) {
+                    while (!token.stop_requested())
+                        std::this_thread::yield();
+                    return std::string("stopped");
+                },
+                ends));
+        }
+        // One that has ended, but whose coroutine was not resumed yet.
+        tasks.push_back(note(workers, {}, [] { return std::string("ended"); }, ends));
+    }
+    EXPECT_TRUE(std::ranges::all_of(tasks, [](const auto& task) { return task.isReady(); }));
+    EXPECT_EQ(ends, std::vector<std::string>(9, "cancelled"));
+}
+
+TEST(SerialWorkerTests, KeepsTheOrderAndFinishesWhatWasAsked)
+{
+    std::vector<int> order;
+    std::vector<std::string> ends;
+    {
+        SerialWorker worker;
+        for (int i = 0; i < 1000; ++i)
+            worker.post([&, i] { order.push_back(i); });
+        worker.wait();
+        EXPECT_EQ(order.size(), 1000U);
+        const auto task = note(worker, {}, [&] { return std::to_string(order.size()); }, ends);
+        ASSERT_TRUE(waitUntil([&] { return task.isReady(); }));
+        for (int i = 1000; i < 2000; ++i)
+            worker.post([&, i] { order.push_back(i); });
+    }
+    EXPECT_EQ(order.size(), 2000U);
+    EXPECT_TRUE(std::ranges::is_sorted(order));
+    EXPECT_THAT(ends, ElementsAre("1000"));
+}
+
+} // namespace
+} // namespace orvo::test

@@ -1,0 +1,78 @@
+#include "EditorFixture.h"
+#include "OrvoVideo/editor/MediaStrips.h"
+
+#include <fstream>
+
+namespace orvo::test {
+
+namespace {
+
+class MediaStripsTests : public EditorFixture {
+protected:
+    std::vector<MediaStrips::Source> sourcesOf(const VideoProject& shown) const
+    {
+        return {{.file = store.mediaURL(shown, shown.tracks[0].file), .duration = 6, .pictures = true, .sound = true},
+            {.file = store.mediaURL(shown, shown.tracks[1].file), .duration = 6, .pictures = false, .sound = true}};
+    }
+};
+
+TEST_F(MediaStripsTests, WaveformsShowWhereThereIsSoundAndAreKept)
+{
+    const auto shown = lesson();
+    const auto sources = sourcesOf(shown);
+    {
+        MediaStrips strips;
+        strips.setSources(sources);
+        EXPECT_TRUE(strips.preparing());
+        ASSERT_TRUE(waitUntil([&] { return !strips.preparing(); }));
+        const auto* peaks = strips.peaks(sources[1].file);
+        ASSERT_TRUE(peaks);
+        EXPECT_NEAR(peaks->duration(), 6, 0.1);
+        EXPECT_LT(peaks->between(0.5, 2.9).high, 0.02);
+        EXPECT_GT(peaks->between(3.1, 5.5).high, 0.1);
+        EXPECT_FALSE(strips.peaks(sources[0].file)) << "a movie without sound has none";
+    }
+    // What was read once is there again even when the file can no longer be read.
+    const auto time = std::filesystem::last_write_time(sources[1].file);
+    const auto size = std::filesystem::file_size(sources[1].file);
+    std::ofstream(sources[1].file, std::ios::trunc) << std::string(size, '-');
+    std::filesystem::last_write_time(sources[1].file, time);
+    MediaStrips again;
+    again.setSources({sources[1]});
+    ASSERT_TRUE(waitUntil([&] { return !again.preparing(); }));
+    ASSERT_TRUE(again.peaks(sources[1].file));
+    EXPECT_GT(again.peaks(sources[1].file)->between(3.1, 5.5).high, 0.1);
+}
+
+TEST_F(MediaStripsTests, PicturesComeAndWhatCannotBeReadDoesNot)
+{
+    const auto shown = lesson();
+    const auto file = store.mediaURL(shown, shown.tracks[0].file);
+    MediaStrips strips;
+    const MediaStrips::PictureKey missing{store.root() / "none.mov", 0};
+    const MediaStrips::PictureKey first{file, 0};
+    const MediaStrips::PictureKey later{file, 4000};
+    strips.want({missing, first, later});
+    ASSERT_TRUE(waitUntil([&] { return !strips.picture(later).isNull(); }));
+    EXPECT_TRUE(strips.picture(missing).isNull());
+    ASSERT_EQ(strips.picture(first).height(), MediaStrips::pictureHeight);
+    EXPECT_NE(strips.picture(first), strips.picture(later));
+}
+
+TEST_F(MediaStripsTests, PreparingIsCancelledAndTakenUpAgain)
+{
+    const auto sources = sourcesOf(lesson());
+    MediaStrips strips;
+    strips.setSources(sources);
+    strips.cancel();
+    EXPECT_FALSE(strips.preparing());
+    EXPECT_TRUE(strips.cancelled());
+    EXPECT_FALSE(strips.peaks(sources[1].file));
+    strips.resume();
+    EXPECT_FALSE(strips.cancelled());
+    ASSERT_TRUE(waitUntil([&] { return strips.peaks(sources[1].file) != nullptr; }));
+}
+
+} // namespace
+
+} // namespace orvo::test

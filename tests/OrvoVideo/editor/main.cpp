@@ -1,0 +1,24 @@
+#include <QApplication>
+#include <QTemporaryDir>
+#include <QtQml/QQmlExtensionPlugin>
+#include <gtest/gtest.h>
+
+Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
+Q_IMPORT_QML_PLUGIN(OrvoVideoPlugin)
+
+int main(int argc, char** argv)
+{
+    // A screen of the program's own: tests neither need a display nor show themselves on one.
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_QUICK_CONTROLS_STYLE", "Basic");
+    // What is kept between runs of the application is not kept here.
+    const QTemporaryDir home;
+    qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toUtf8());
+    qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
+    QCoreApplication::setOrganizationName(QStringLiteral("OrvoVideoTests"));
+    QApplication application(argc, argv);
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,17 @@
+#include "OtherProcesses.h"
+
+#include <QCoreApplication>
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    // Some tests start this program again, to have another process of the application.
+    if (arguments.value(1) == QLatin1String("--single-instance"))
+        return orvo::test::runSingleInstance(arguments.mid(2));
+    if (arguments.value(1) == QLatin1String("--edit"))
+        return orvo::test::runEdits(arguments.mid(2));
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,287 @@
+#include "OrvoVideo/shell/Wording.h"
+#include "OrvoVideo/ui/Appearance.h"
+#include "TestSupport/Media.h"
+#include "WindowFixture.h"
+
+#include <QQmlEngine>
+#include <QTest>
+#include <fstream>
+#include <set>
+
+namespace orvo::test {
+
+namespace {
+
+using testing::Contains;
+using testing::IsSupersetOf;
+
+class WindowTests : public WindowFixture {
+protected:
+    /// The name of what has the keyboard.
+    QString focusName() const
+    {
+        auto* item = view().activeFocusItem();
+        auto* interface = item ? QAccessible::queryAccessibleInterface(item) : nullptr;
+        return interface ? interface->text(QAccessible::Name) : QString();
+    }
+};
+
+TEST_F(WindowTests, FromNothingToAnExportedMovie)
+{
+    show();
+    EXPECT_TRUE(control(QAccessible::StaticText, "Aún no hay vídeos"));
+    EXPECT_FALSE(control(QAccessible::Button, "Exportar"));
+
+    panels->choice = movie();
+    click(QAccessible::Button, "Importar un vídeo");
+    ASSERT_TRUE(waitUntil([&] { return model->hasProject() && !model->busy(); }));
+    EXPECT_EQ(project().tracks.size(), 1U);
+    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::ListItem, "Clase 3") != nullptr; }));
+    EXPECT_FALSE(control(QAccessible::Button, "Importar un vídeo")) << "the welcome page is gone";
+    EXPECT_EQ(view().title(), "Clase 3 — Orvo Video");
+
+    panels->choice = folder / "resultado.mp4";
+    key(Qt::Key_E, Qt::ControlModifier);
+    ASSERT_TRUE(waitUntil([&] { return model->busy(); }));
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_TRUE(control(QAccessible::StatusBar, "Vídeo y subtítulos exportados"));
+    EXPECT_NEAR(probe(*panels->choice).videoDuration, 2, 0.15);
+    EXPECT_THAT(workspace->revealed, Contains(*panels->choice));
+}
+
+TEST_F(WindowTests, TheTitleIsEditedInPlace)
+{
+    const auto lesson = add(VideoProject::make("Antes"));
+    show();
+    window->open({QString::fromStdString(lesson.id.text())});
+    ASSERT_TRUE(waitUntil([&] { return model->hasProject(); }));
+
+    click(QAccessible::EditableText, "Título");
+    key(Qt::Key_A, Qt::ControlModifier);
+    type("Después");
+    EXPECT_EQ(project().title, "Antes") << "applied when it is entered";
+    key(Qt::Key_Return);
+    EXPECT_EQ(project().title, "Después");
+    EXPECT_TRUE(control(QAccessible::ListItem, "Después")) << "the library follows";
+    ASSERT_TRUE(saved());
+    EXPECT_EQ(onDisk().title, "Después");
+
+    key(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(project().title, "Antes");
+    key(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(project().title, "Después");
+
+    click(QAccessible::EditableText, "Título");
+    type("!!");
+    key(Qt::Key_Escape);
+    EXPECT_EQ(project().title, "Después") << "Escape leaves the title alone";
+    click(QAccessible::EditableText, "Título");
+    key(Qt::Key_Return);
+    EXPECT_TRUE(model->canUndo());
+    model->undo();
+    EXPECT_FALSE(model->canUndo()) << "a title that was not changed is no edit";
+}
+
+TEST_F(WindowTests, AFailureIsSaidAndAcknowledged)
+{
+    show();
+    const auto file = folder / "no.mp4";
+    std::ofstream(file) << "no es un vídeo";
+    panels->choice = file;
+    click(QAccessible::Button, "Importar");
+    ASSERT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Aceptar") != nullptr; }));
+    EXPECT_FALSE(model->errorMessage().isEmpty());
+    EXPECT_TRUE(control(QAccessible::StaticText, model->errorMessage()));
+    ASSERT_TRUE(waitUntil([&] { return focusName() == "Aceptar"; }));
+    key(Qt::Key_Return);
+    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Aceptar") == nullptr; }));
+    EXPECT_TRUE(model->errorMessage().isEmpty());
+    EXPECT_TRUE(control(QAccessible::StatusBar, "No se ha completado la operación"));
+
+    // The second one is shown as well.
+    click(QAccessible::Button, "Importar");
+    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Aceptar") != nullptr; }));
+    key(Qt::Key_Escape);
+    EXPECT_TRUE(waitUntil([&] { return model->errorMessage().isEmpty(); }));
+}
+
+TEST_F(WindowTests, ALongOperationIsCancelledFromTheStatusBar)
+{
+    const auto lesson = withMovie("Larga", 60);
+    show();
+    select(lesson);
+    panels->choice = folder / "resultado.mp4";
+    click(QAccessible::Button, "Exportar");
+    click(QAccessible::Button, "Cancelar");
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_TRUE(control(QAccessible::StatusBar, "Operación cancelada"));
+    EXPECT_FALSE(std::filesystem::exists(*panels->choice));
+    EXPECT_FALSE(control(QAccessible::Button, "Cancelar"));
+}
+
+TEST_F(WindowTests, LeavingDuringALongOperationIsAsked)
+{
+    show();
+    const Answer<int> end;
+    model->perform([end](WorkControl) -> QCoro::Task<> { co_await end; });
+    EXPECT_FALSE(view().close());
+    click(QAccessible::Button, "Seguir aquí");
+    ASSERT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Seguir aquí") == nullptr; }));
+    EXPECT_TRUE(view().isVisible());
+    EXPECT_FALSE(view().close());
+    click(QAccessible::Button, "Cancelar la operación y salir");
+    EXPECT_TRUE(waitUntil([&] { return !view().isVisible(); }));
+    end.give(0);
+}
+
+TEST_F(WindowTests, ProjectsAreChosenWithThePointerAndTheKeyboard)
+{
+    const auto first = add(VideoProject::make("Primera"));
+    const auto second = add(VideoProject::make("Segunda"));
+    show();
+    click(QAccessible::ListItem, "Primera");
+    ASSERT_TRUE(waitUntil([&] { return model->hasProject(); }));
+    EXPECT_EQ(project().id, first.id);
+
+    auto* list = control(QAccessible::List, "Biblioteca");
+    ASSERT_TRUE(list);
+    list->forceActiveFocus(Qt::TabFocusReason);
+    key(Qt::Key_Home);
+    const bool secondAbove = control(QAccessible::ListItem, "Segunda")->y() < control(QAccessible::ListItem, "Primera")->y();
+    key(secondAbove ? Qt::Key_Up : Qt::Key_Down);
+    key(Qt::Key_Return);
+    EXPECT_TRUE(waitUntil([&] { return project().id == second.id; }));
+}
+
+TEST_F(WindowTests, InANarrowWindowTheLibraryComesOverIt)
+{
+    const auto lesson = add(VideoProject::make("Demo"));
+    show();
+    view().resize(900, 700);
+    ASSERT_TRUE(waitUntil([&] { return !control(QAccessible::ListItem, "Demo"); }));
+    key(Qt::Key_B, Qt::ControlModifier);
+    click(QAccessible::ListItem, "Demo");
+    ASSERT_TRUE(waitUntil([&] { return model->hasProject(); }));
+    EXPECT_EQ(project().id, lesson.id);
+    EXPECT_TRUE(waitUntil([&] { return !control(QAccessible::ListItem, "Demo"); })) << "and goes when one is chosen";
+    view().resize(1300, 800);
+    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::ListItem, "Demo") != nullptr; }));
+}
+
+TEST_F(WindowTests, FilesAreDropped)
+{
+    show();
+    drop(movie("Uno.mp4"), 0.5, 0.5);
+    ASSERT_TRUE(waitUntil([&] { return model->hasProject() && !model->busy(); }));
+    EXPECT_EQ(project().title, "Uno");
+
+    drop(movie("Dos.mp4"), 0.9, 0.5);
+    ASSERT_TRUE(waitUntil([&] { return project().tracks.size() == 2 && !model->busy(); })) << "on the right it joins";
+    EXPECT_EQ(project().title, "Uno");
+    EXPECT_NEAR(project().duration, 4, 0.2);
+
+    drop(folder / "Dos.mp4", 0.3, 0.5);
+    ASSERT_TRUE(waitUntil([&] { return project().title == "Dos" && !model->busy(); })) << "on the left it is a new project";
+
+    const auto text = folder / "notas.txt";
+    std::ofstream(text) << "notas";
+    drop(text, 0.5, 0.5);
+    EXPECT_FALSE(model->busy()) << "what is neither movie nor image is not taken";
+}
+
+TEST_F(WindowTests, WhatItWasStartedWithIsOpened)
+{
+    const auto lesson = add(VideoProject::make("Demo"));
+    show();
+    window->open({QString::fromStdString(lesson.id.text())});
+    ASSERT_TRUE(waitUntil([&] { return model->hasProject(); }));
+    EXPECT_EQ(project().id, lesson.id);
+    window->open(MainWindow::inAnyFolder({QString::fromStdString(movie("Otra.mp4"))}));
+    EXPECT_TRUE(waitUntil([&] { return project().title == "Otra" && !model->busy(); }));
+}
+
+TEST_F(WindowTests, SizeSidebarAndAppearanceAreRemembered)
+{
+    const auto appearance = [&] { return qmlEngine(&view())->singletonInstance<Appearance*>("OrvoVideo", "Appearance"); };
+    show();
+    view().resize(1234, 777);
+    ASSERT_TRUE(waitUntil([&] { return view().width() == 1234; }));
+    const QColor dark = view().color();
+    appearance()->setChoice("light");
+    EXPECT_GT(view().color().lightness(), dark.lightness() + 100);
+    key(Qt::Key_B, Qt::ControlModifier);
+    EXPECT_TRUE(waitUntil([&] { return !control(QAccessible::List, "Biblioteca"); }));
+    view().close();
+    window.reset();
+
+    show();
+    EXPECT_EQ(view().size(), QSize(1234, 777));
+    EXPECT_FALSE(control(QAccessible::List, "Biblioteca"));
+    EXPECT_GT(view().color().lightness(), dark.lightness() + 100);
+    appearance()->setChoice("anything else");
+    EXPECT_EQ(appearance()->choice(), "system");
+    key(Qt::Key_B, Qt::ControlModifier);
+    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::List, "Biblioteca") != nullptr; }));
+}
+
+TEST_F(WindowTests, TabReachesEverythingThatIsNamed)
+{
+    const auto lesson = withMovie("Demo");
+    show();
+    for (const bool open : {false, true}) {
+        if (open)
+            select(lesson);
+        std::set<QString> reached;
+        view().contentItem()->forceActiveFocus();
+        for (int i = 0; i < 150; ++i) {
+            key(Qt::Key_Tab);
+            auto* item = view().activeFocusItem();
+            ASSERT_TRUE(item);
+            auto* interface = QAccessible::queryAccessibleInterface(item);
+            ASSERT_TRUE(interface) << item->metaObject()->className();
+            EXPECT_FALSE(interface->text(QAccessible::Name).isEmpty())
+                << item->metaObject()->className() << " " << item->objectName().toStdString();
+            EXPECT_NE(interface->role(), QAccessible::NoRole) << item->metaObject()->className();
+            reached.insert(interface->text(QAccessible::Name));
+        }
+        EXPECT_THAT(reached,
+            IsSupersetOf(open ? std::set<QString>{"Biblioteca", "Importar", "Título", "Exportar"}
+                              : std::set<QString>{"Biblioteca", "Importar", "Importar un vídeo"}));
+    }
+}
+
+TEST_F(WindowTests, EverythingThatTakesTheKeyboardHasANameAndARole)
+{
+    const auto lesson = withMovie("Demo");
+    show();
+    for (const bool open : {false, true}) {
+        if (open)
+            select(lesson);
+        const auto found = focusable();
+        EXPECT_GE(found.size(), 3U);
+        for (auto* interface : found) {
+            EXPECT_FALSE(interface->text(QAccessible::Name).isEmpty()) << interface->object()->metaObject()->className();
+            EXPECT_NE(interface->role(), QAccessible::NoRole) << interface->object()->metaObject()->className();
+        }
+    }
+}
+
+TEST(WordingTests, DaysAreSaidBriefly)
+{
+    const QDateTime now({2026, 3, 2}, {0, 30});
+    const auto at = [](int year, int month, int day) { return QDateTime({year, month, day}, {23, 59}); };
+    const std::vector<std::pair<QDateTime, QString>> cases = {
+        {QDateTime({2026, 3, 2}, {0, 0}), "hoy"},
+        {at(2026, 3, 1), "ayer"},
+        {at(2026, 2, 28), "28 feb"},
+        {at(2025, 12, 31), "31 dic 2025"},
+        {at(2026, 3, 3), "3 mar"},
+        {QDateTime(), ""},
+    };
+    for (const auto& [when, text] : cases)
+        EXPECT_EQ(Wording::day(when, now), text) << when.toString().toStdString();
+}
+
+} // namespace
+
+} // namespace orvo::test

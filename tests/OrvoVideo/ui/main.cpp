@@ -1,0 +1,32 @@
+#include <QApplication>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtQml/QQmlExtensionPlugin>
+#include <gtest/gtest.h>
+
+Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
+Q_IMPORT_QML_PLUGIN(OrvoVideoPlugin)
+
+int main(int argc, char** argv)
+{
+    const QTemporaryDir home;
+    // A screen of the program's own: tests neither need a display nor show themselves on one.
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+        QFile screen(home.filePath(QStringLiteral("screen.json")));
+        if (!screen.open(QIODevice::WriteOnly))
+            return EXIT_FAILURE;
+        screen.write(R"({"screens": [{"name": "test", "x": 0, "y": 0, "width": 1920, "height": 1080, "dpr": 1}]})");
+        screen.close();
+        qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + screen.fileName().toUtf8());
+    }
+    qputenv("QT_QUICK_CONTROLS_STYLE", "Basic");
+    // What is kept between runs of the application is not kept here.
+    qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toUtf8());
+    qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
+    QCoreApplication::setOrganizationName(QStringLiteral("OrvoVideoTests"));
+    QCoreApplication::setApplicationName(QStringLiteral("OrvoVideoTests"));
+    QApplication application(argc, argv);
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

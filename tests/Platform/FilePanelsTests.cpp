@@ -1,0 +1,118 @@
+#include "Platform/FilePanels.h"
+
+#include "TestSupport/TemporaryFolder.h"
+
+#include <QApplication>
+#include <QDeadlineTimer>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+#include <fstream>
+#include <gtest/gtest.h>
+
+namespace orvo::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class FilePanelsTests : public testing::Test {
+protected:
+    /// The panel that is shown now.
+    static QFileDialog* panel()
+    {
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            auto* dialog = qobject_cast<QFileDialog*>(widget);
+            if (dialog && dialog->isVisible())
+                return dialog;
+        }
+        return nullptr;
+    }
+
+    /// Takes the answer of a panel.
+    FilePanels::Answer note()
+    {
+        return [this](std::optional<fs::path> file) {
+            ++answers;
+            answer = std::move(file);
+        };
+    }
+
+    /// Types a file name and presses the button.
+    static void choose(const fs::path& file)
+    {
+        panel()->setDirectory(QString::fromStdString(file.parent_path().string()));
+        panel()->findChild<QLineEdit*>("fileNameEdit")->setText(QString::fromStdString(file.filename().string()));
+        static_cast<QDialog*>(panel())->accept();
+    }
+
+    TemporaryFolder folder;
+    std::unique_ptr<FilePanels> panels = FilePanels::create();
+    int answers = 0;
+    std::optional<fs::path> answer;
+};
+
+TEST_F(FilePanelsTests, OpensOneFileOfItsKind)
+{
+    const auto movie = folder / "película.MOV";
+    std::ofstream(movie) << "x";
+    std::ofstream(folder / "picture.png") << "x";
+    panels->openMovie(note());
+    ASSERT_TRUE(panel());
+    EXPECT_EQ(panel()->fileMode(), QFileDialog::ExistingFile);
+    EXPECT_TRUE(panel()->nameFilters().front().contains("*.mov"));
+    EXPECT_EQ(answers, 0);
+    choose(movie);
+    EXPECT_EQ(answers, 1);
+    EXPECT_EQ(answer, movie);
+    EXPECT_FALSE(panel());
+
+    panels->openImage(note());
+    EXPECT_TRUE(panel()->nameFilters().front().contains("*.png"));
+    choose(folder / "picture.png");
+    EXPECT_EQ(answer, folder / "picture.png");
+}
+
+TEST_F(FilePanelsTests, CancellingAnswersNothing)
+{
+    answer = "before";
+    panels->openMovie(note());
+    panel()->reject();
+    EXPECT_EQ(answers, 1);
+    EXPECT_EQ(answer, std::nullopt);
+
+    // So does the end of the application.
+    panels->openImage(note());
+    panels->saveMovie("x.mp4", note());
+    panels.reset();
+    EXPECT_EQ(answers, 3);
+    EXPECT_FALSE(panel());
+}
+
+TEST_F(FilePanelsTests, SavesUnderANameThatCanBeOne)
+{
+    panels->saveMovie("Parte 1/2: ¿qué?.mp4", note());
+    EXPECT_EQ(panel()->selectedFiles().front().section('/', -1), "Parte 1-2: ¿qué?.mp4");
+    choose(folder / "otro nombre");
+    EXPECT_EQ(answer, folder / "otro nombre.mp4");
+
+    // A file that exists is only chosen when the user says so.
+    std::ofstream(folder / "there.mp4") << "x";
+    for (const auto button : {QMessageBox::No, QMessageBox::Yes}) {
+        answers = 0;
+        panels->saveMovie("there.mp4", note());
+        QTimer::singleShot(0, qApp, [button] {
+            auto* question = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            ASSERT_TRUE(question);
+            question->button(button)->click();
+        });
+        choose(folder / "there.mp4");
+        EXPECT_EQ(answers, button == QMessageBox::Yes ? 1 : 0);
+        if (panel())
+            panel()->reject();
+    }
+}
+
+} // namespace
+} // namespace orvo::test

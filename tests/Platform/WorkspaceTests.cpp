@@ -1,0 +1,97 @@
+#include "Platform/Workspace.h"
+
+#include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDeadlineTimer>
+#include <QDesktopServices>
+#include <QProcess>
+#include <QTimer>
+#include <QUrl>
+#include <functional>
+#include <gtest/gtest.h>
+
+namespace orvo::test {
+
+/// A file manager on the session bus.
+class FakeFileManager : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
+public:
+    QStringList shown;
+
+public slots:
+    void ShowItems(const QStringList& addresses, const QString&) { shown += addresses; } // NOLINT(*-identifier-naming)
+};
+
+/// Takes the addresses that would be opened by the desktop.
+class Desktop : public QObject {
+    Q_OBJECT
+public:
+    Desktop() { QDesktopServices::setUrlHandler("file", this, "open"); }
+    ~Desktop() override { QDesktopServices::unsetUrlHandler("file"); }
+
+    QList<QUrl> opened;
+
+public slots:
+    void open(const QUrl& address) { opened += address; }
+};
+
+namespace {
+
+class WorkspaceTests : public testing::Test {
+protected:
+    WorkspaceTests()
+    {
+        bus.start("dbus-daemon", {"--session", "--nofork", "--print-address"});
+        while (!bus.canReadLine() && bus.waitForReadyRead()) { }
+        address = QString::fromUtf8(bus.readLine().trimmed());
+        qputenv("DBUS_SESSION_BUS_ADDRESS", address.toUtf8());
+    }
+    ~WorkspaceTests() override
+    {
+        bus.kill();
+        bus.waitForFinished();
+    }
+
+    static bool waitUntil(const std::function<bool()>& condition)
+    {
+        const QDeadlineTimer deadline(60'000);
+        QTimer alarm;
+        alarm.start(60'000);
+        while (!condition() && !deadline.hasExpired())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        return condition();
+    }
+
+    QProcess bus;
+    QString address;
+    Desktop desktop;
+    std::unique_ptr<Workspace> workspace = Workspace::create();
+};
+
+TEST_F(WorkspaceTests, RevealsInTheFileManager)
+{
+    FakeFileManager manager;
+    auto connection = QDBusConnection::connectToBus(address, "file manager");
+    ASSERT_TRUE(connection.registerObject("/org/freedesktop/FileManager1", &manager, QDBusConnection::ExportAllSlots));
+    ASSERT_TRUE(connection.registerService("org.freedesktop.FileManager1"));
+    workspace->reveal("/películas/mi vídeo.mp4");
+    ASSERT_TRUE(waitUntil([&] { return !manager.shown.isEmpty(); }));
+    EXPECT_EQ(manager.shown, QStringList{"file:///pel%C3%ADculas/mi%20v%C3%ADdeo.mp4"});
+    EXPECT_TRUE(desktop.opened.isEmpty());
+    QDBusConnection::disconnectFromBus("file manager");
+}
+
+TEST_F(WorkspaceTests, OpensTheFolderWhereThereIsNoFileManager)
+{
+    workspace->reveal("/películas/mi vídeo.mp4");
+    ASSERT_TRUE(waitUntil([&] { return !desktop.opened.isEmpty(); }));
+    EXPECT_EQ(desktop.opened, QList<QUrl>{QUrl::fromLocalFile("/películas")});
+    workspace->openFolder("/tmp");
+    EXPECT_EQ(desktop.opened.back(), QUrl::fromLocalFile("/tmp"));
+}
+
+} // namespace
+} // namespace orvo::test
+
+#include "WorkspaceTests.moc"

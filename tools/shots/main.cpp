@@ -1,0 +1,180 @@
+// Renders the main states of the windows to pictures: orvo-shots FOLDER
+
+#include "OrvoVideo/AppModel.h"
+#include "OrvoVideo/shell/MainWindow.h"
+#include "OrvoVideo/ui/Appearance.h"
+#include "SampleLibrary.h"
+#include "TestSupport/TemporaryFolder.h"
+#include "VideoCore/Error.h"
+
+#include <QApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickStyle>
+#include <QTimer>
+#include <QtQml/QQmlExtensionPlugin>
+#include <fstream>
+#include <functional>
+#include <iostream>
+
+Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
+Q_IMPORT_QML_PLUGIN(OrvoVideoPlugin)
+
+namespace orvo::shots {
+
+namespace {
+
+/// Panels that answer with one place.
+class OnePlace final : public FilePanels {
+public:
+    explicit OnePlace(std::filesystem::path place)
+        : m_place(std::move(place))
+    {
+    }
+    void openMovie(Answer answer) override { answer(m_place); }
+    void openImage(Answer answer) override { answer(m_place); }
+    void saveMovie(const std::string&, Answer answer) override { answer(m_place); }
+
+private:
+    std::filesystem::path m_place;
+};
+
+/// Runs the event loop until the condition holds. Throws after a generous limit.
+void waitFor(const char* what, const std::function<bool()>& condition)
+{
+    const QDeadlineTimer deadline(120'000);
+    while (!condition()) {
+        if (deadline.hasExpired())
+            throw captureError(std::string("never came to be: ") + what);
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+}
+
+class Photographer {
+public:
+    Photographer(QDir folder, MainWindow& main)
+        : m_folder(std::move(folder))
+        , m_window(main.window())
+        , m_appearance(*qmlEngine(&m_window)->singletonInstance<Appearance*>("OrvoVideo", "Appearance"))
+    {
+    }
+
+    /// The present state in every size and appearance. `hold` keeps the state while that takes its time.
+    void take(const QString& state, const std::function<void()>& hold = [] { })
+    {
+        for (const QSize size : {QSize(1280, 800), QSize(2560, 1440)}) {
+            m_window.resize(size);
+            for (const QString& appearance : {QStringLiteral("dark"), QStringLiteral("light")}) {
+                m_appearance.setChoice(appearance);
+                settle();
+                hold();
+                const QString name =
+                    QStringLiteral("%1-%2-%3x%4.png").arg(state, appearance).arg(size.width()).arg(size.height());
+                if (!m_window.grabWindow().save(m_folder.filePath(name)))
+                    throw captureError("cannot write " + m_folder.filePath(name).toStdString());
+                std::cout << name.toStdString() << '\n';
+            }
+        }
+    }
+
+private:
+    /// Pictures arrive, movements end.
+    static void settle()
+    {
+        QEventLoop loop;
+        QTimer::singleShot(700, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+
+    QDir m_folder;
+    QQuickWindow& m_window;
+    Appearance& m_appearance;
+};
+
+void takeAll(const QDir& folder)
+{
+    const test::TemporaryFolder scratch;
+    const auto library = scratch / "Biblioteca";
+    auto services = AppServices::create(library);
+    services.panels = std::make_unique<OnePlace>(scratch / "Clase 3.mp4");
+    AppModel model(std::move(services));
+    MainWindow main(model);
+    Photographer photographer(folder, main);
+
+    waitFor("the listed library", [&] { return model.libraryListed(); });
+    photographer.take(QStringLiteral("empty-library"));
+
+    const auto lesson = fillLibrary(model.store());
+    model.refreshLibrary();
+    waitFor("the filled library", [&] { return model.library()->count() == 4; });
+    photographer.take(QStringLiteral("welcome"));
+
+    main.open({QString::fromStdString(lesson.id.text())});
+    waitFor("the preview", [&] { return model.preview() == AppModel::Preview::ready; });
+    model.seek(12.5);
+    model.setSelectedSpan({13, 16});
+    model.findSuggestions();
+    QQuickItem* editor = nullptr;
+    for (auto* item : main.window().findChildren<QQuickItem*>()) {
+        if (item->property("section").isValid() && item->property("inspectorShown").isValid()
+            && item->property("app").isValid())
+            editor = item;
+    }
+    if (!editor)
+        throw captureError("there is no editor");
+    for (const char* section : {"text", "effects", "share"}) {
+        editor->setProperty("section", section);
+        photographer.take(QStringLiteral("editor-") + QLatin1String(section));
+    }
+    editor->setProperty("section", "text");
+
+    photographer.take(QStringLiteral("exporting"), [&] {
+        if (!model.busy())
+            model.exportVideo();
+        waitFor("progress", [&] { return model.busy() && model.progress() > 0.1; });
+    });
+    model.cancel();
+    waitFor("the end of the export", [&] { return !model.busy(); });
+
+    const auto noMovie = scratch / "Apuntes.mp4";
+    std::ofstream(noMovie) << "apuntes";
+    model.importFile(QUrl::fromLocalFile(QString::fromStdString(noMovie.string())), false);
+    waitFor("the error", [&] { return !model.errorMessage().isEmpty() && !model.busy(); });
+    photographer.take(QStringLiteral("error"));
+}
+
+} // namespace
+
+} // namespace orvo::shots
+
+int main(int argc, char** argv)
+{
+    const QString folder = QDir().absoluteFilePath(QString::fromLocal8Bit(argc > 1 ? argv[1] : "build/shots"));
+    const orvo::test::TemporaryFolder home;
+    std::ofstream(home / "screen.json")
+        << R"({"screens": [{"name": "shots", "x": 0, "y": 0, "width": 2560, "height": 1440, "dpr": 1}]})";
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + QByteArray::fromStdString((home / "screen.json").string()));
+    qputenv("XDG_CACHE_HOME", QByteArray::fromStdString((home / "cache").string()));
+    qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((home / "config").string()));
+    QApplication application(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("OrvoVideo"));
+    QApplication::setApplicationName(QStringLiteral("OrvoVideo"));
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+    QLocale::setDefault(QLocale(QLocale::Spanish, QLocale::Spain));
+    if (!QDir().mkpath(folder)) {
+        std::cerr << "cannot make " << folder.toStdString() << '\n';
+        return EXIT_FAILURE;
+    }
+    try {
+        orvo::shots::takeAll(QDir(folder));
+    } catch (const std::exception& error) {
+        std::cerr << orvo::describe(error) << '\n';
+        return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}
