@@ -12,7 +12,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <algorithm>
-#include <array>
+#include <cstdio>
 #include <utility>
 
 namespace orvo {

@@ -47,7 +47,6 @@ TimelineItem::TimelineItem(QQuickItem* parent)
 {
     setAcceptedMouseButtons(Qt::LeftButton);
     setAcceptHoverEvents(true);
-    setFlag(ItemIsFocusScope, false);
     setActiveFocusOnTab(true);
     setOpaquePainting(false);
     connect(&m_strips, &MediaStrips::changed, this, [this] { update(); });
