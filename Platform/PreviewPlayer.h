@@ -39,8 +39,9 @@ public:
     /// The implementation of this system. Throws `captureError` when the media framework cannot be used.
     static std::unique_ptr<PreviewPlayer> create();
 
-    /// Loads a composition in place of the present one, paused at 0. Answers with `loaded()` or `failed()`; after a failure
-    /// the present one stays. A load that is asked for during another replaces it: only the last one answers.
+    /// Loads a composition in place of the present one, which is paused; the new one is paused at 0. Answers with `loaded()`
+    /// or `failed()`; after a failure the present one stays. A load that is asked for during another replaces it: only the
+    /// last one answers.
     virtual void load(const PreviewComposition& composition) = 0;
 
     /// Plays nothing any more.
@@ -54,10 +55,12 @@ public:
 
     /// Playing speed: 0 while paused, 1 at normal speed.
     virtual double rate() const = 0;
-    /// Sets the speed; 0 pauses.
+    /// Sets the speed; 0 pauses, a negative one plays backwards. Ignored without a composition.
     virtual void setRate(double rate) = 0;
 
-    /// Shows exactly the frame at `seconds` (0 or more). A seek that arrives during another replaces it.
+    /// Shows exactly the frame at `seconds` (0 or more; past the end, the last). Playing goes on from there. A seek that
+    /// arrives during another replaces it: only the last one answers, but a picture on the way to the other may be shown
+    /// meanwhile.
     virtual void seek(double seconds) = 0;
 
     /// The present time in seconds; while a seek runs, its target.
@@ -69,6 +72,14 @@ public:
     /// The picture to show now; null before the first.
     virtual QImage frame() const = 0;
 
+    /// The size in pixels at which pictures are shown: larger ones are scaled down to it, never up. At first, and with an
+    /// empty size, they have the size of the composition.
+    virtual void setDisplaySize(QSize) { }
+
+    /// A seek to `seconds` is likely while playing (the end of a cut ahead): what it takes may be made ready. Holds until
+    /// the next seek or the next call.
+    virtual void expectSeek(double) { }
+
 signals:
     void loaded();
     void failed(const QString& reason);
@@ -77,6 +88,7 @@ signals:
     void timeChanged(double seconds);
     void frameChanged();
     void seekFinished(double seconds);
+    /// Playback has come to the end and stands there, paused. Not told for the beginning, reached backwards.
     void endReached();
 };
 

@@ -1,6 +1,7 @@
 #include "VideoCore/DocumentCodec.h"
 #include "VideoCore/DocumentSchema.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -23,15 +24,66 @@ constexpr auto byteClasses = [] {
     return classes;
 }();
 
+/// The text so far. Pieces gather in a buffer that stays in the cache; whoever writes asks for room once, then only copies.
+class Output {
+public:
+    explicit Output(std::size_t expectedLength) { m_text.reserve(expectedLength); }
+
+    /// Where the next `length` characters go, at most `largestPiece`; `advance` says how many were written.
+    char* room(std::size_t length)
+    {
+        if (static_cast<std::size_t>(m_buffer.data() + m_buffer.size() - m_next) < length)
+            flush();
+        return m_next;
+    }
+
+    void advance(char* end) { m_next = end; }
+
+    void put(char c)
+    {
+        *room(1) = c;
+        ++m_next;
+    }
+
+    void put(std::string_view text)
+    {
+        if (text.size() > largestPiece) {
+            flush();
+            m_text += text;
+            return;
+        }
+        advance(std::ranges::copy(text, room(text.size())).out);
+    }
+
+    std::string take()
+    {
+        flush();
+        return std::move(m_text);
+    }
+
+    static constexpr std::size_t largestPiece = 1024;
+
+private:
+    void flush()
+    {
+        m_text.append(m_buffer.data(), m_next);
+        m_next = m_buffer.data();
+    }
+
+    std::string m_text;
+    std::array<char, 16 * largestPiece> m_buffer;
+    char* m_next = m_buffer.data();
+};
+
 /// Writes straight into the text, without a tree in between: a long recording is saved after every pause in editing.
 class Writer {
 public:
-    explicit Writer(std::string& out)
+    explicit Writer(Output& out)
         : m_out(out)
     {
     }
 
-    void write(bool value) { m_out += value ? "true" : "false"; }
+    void write(bool value) { m_out.put(value ? std::string_view("true") : std::string_view("false")); }
 
     void write(std::int64_t value) { writeNumber(value); }
 
@@ -39,15 +91,23 @@ public:
     {
         if (!std::isfinite(value))
             throw DocumentError("No se puede guardar el proyecto: contiene un número que no es finito.");
-        const auto begin = m_out.size();
-        writeNumber(value);
-        if (m_out.find_first_of(".e", begin) == std::string::npos)
-            m_out += ".0"; // Keeps the sign of zero, and says that it is no integer.
+        // Most numbers of a pointer log are 0 or 1: small whole ones need no search for their shortest digits.
+        if (std::abs(value) <= 10'000) {
+            const auto whole = static_cast<std::int64_t>(value);
+            if (static_cast<double>(whole) == value && (whole != 0 || !std::signbit(value))) {
+                writeNumber(whole);
+                m_out.put(".0");
+                return;
+            }
+        }
+        const auto digits = writeNumber(value);
+        if (digits.find_first_of(".e") == std::string_view::npos)
+            m_out.put(".0"); // Keeps the sign of zero, and says that it is no integer.
     }
 
     void write(std::string_view text)
     {
-        m_out += '"';
+        m_out.put('"');
         std::size_t done = 0;
         std::size_t position = 0;
         while (position < text.size()) {
@@ -56,7 +116,7 @@ public:
                 ++position;
                 break;
             case Byte::escaped:
-                m_out += text.substr(done, position - done);
+                m_out.put(text.substr(done, position - done));
                 writeEscape(text[position++]);
                 done = position;
                 break;
@@ -65,8 +125,8 @@ public:
                 break;
             }
         }
-        m_out += text.substr(done);
-        m_out += '"';
+        m_out.put(text.substr(done));
+        m_out.put('"');
     }
 
     void write(TrackKind kind) { write(textOf(kind)); }
@@ -76,19 +136,20 @@ public:
 
     void write(const Uuid& id)
     {
-        std::array<char, 38> quoted;
-        quoted.front() = quoted.back() = '"';
-        id.write(quoted.data() + 1);
-        m_out.append(quoted.data(), quoted.size());
+        constexpr std::size_t length = 38; // 36 and the quotation marks.
+        char* quoted = m_out.room(length);
+        quoted[0] = quoted[length - 1] = '"';
+        id.write(quoted + 1);
+        m_out.advance(quoted + length);
     }
 
     template <typename T> void write(const std::vector<T>& items)
     {
         if (items.empty()) {
-            m_out += "[]";
+            m_out.put("[]");
             return;
         }
-        m_out += '[';
+        m_out.put('[');
         ++m_depth;
         bool first = true;
         for (const auto& item : items) {
@@ -103,7 +164,7 @@ public:
 
     template <Record T> void write(const T& record)
     {
-        m_out += '{';
+        m_out.put('{');
         ++m_depth;
         bool first = true;
         std::apply([&](const auto&... field) { (writeField(first, field.key, record.*field.member), ...); }, fieldsOf<T>);
@@ -114,10 +175,13 @@ public:
 private:
     template <typename T> void writeField(bool& first, std::string_view key, const T& value)
     {
-        beginLine(first);
-        m_out += '"';
-        m_out += key;
-        m_out += "\": ";
+        constexpr std::size_t longestKey = 64;
+        static_assert(2 + deepest.size() + longestKey + 4 <= Output::largestPiece);
+        char* next = beginLine(m_out.room(2 + deepest.size() + longestKey + 4), first);
+        *next++ = '"';
+        next = std::ranges::copy(key, next).out;
+        next = std::ranges::copy(std::string_view("\": "), next).out;
+        m_out.advance(next);
         write(value);
     }
 
@@ -127,46 +191,46 @@ private:
             writeField(first, key, *value);
     }
 
-    void beginLine(bool& first)
+    void beginLine(bool& first) { m_out.advance(beginLine(m_out.room(1 + deepest.size()), first)); }
+
+    char* beginLine(char* next, bool& first) const
     {
         if (!std::exchange(first, false))
-            m_out += ',';
-        m_out += lineBreak();
+            *next++ = ',';
+        // All of it, though less may count: a copy of known length costs less than one of the right length.
+        std::ranges::copy(deepest, next);
+        return next + 1 + 2 * m_depth;
     }
 
     void endLines(char bracket)
     {
-        m_out += lineBreak();
-        m_out += bracket;
+        m_out.put(deepest.substr(0, 1 + 2 * m_depth));
+        m_out.put(bracket);
     }
 
-    std::string_view lineBreak() const
+    std::string_view writeNumber(auto value)
     {
-        constexpr std::string_view deepest = "\n                ";
-        return deepest.substr(0, 1 + 2 * m_depth);
-    }
-
-    void writeNumber(auto value)
-    {
-        std::array<char, 32> digits; // The shortest form of any number fits.
-        const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-        m_out.append(digits.data(), end);
+        constexpr std::size_t longest = 32; // The shortest form of any number fits.
+        char* digits = m_out.room(longest);
+        const auto end = std::to_chars(digits, digits + longest, value).ptr;
+        m_out.advance(end);
+        return {digits, end};
     }
 
     void writeEscape(char c)
     {
         constexpr std::string_view letters = "btn.fr"; // From 0x08 on; 0x0B has none.
         const auto code = static_cast<unsigned char>(c);
-        m_out += '\\';
+        m_out.put('\\');
         if (code >= 0x20) {
-            m_out += c;
+            m_out.put(c);
         } else if (code >= 0x08 && code <= 0x0D && code != 0x0B) {
-            m_out += letters[code - 0x08U];
+            m_out.put(letters[code - 0x08U]);
         } else {
             constexpr std::string_view digits = "0123456789ABCDEF";
-            m_out += "u00";
-            m_out += digits[code >> 4];
-            m_out += digits[code & 0x0F];
+            m_out.put("u00");
+            m_out.put(digits[code >> 4]);
+            m_out.put(digits[code & 0x0F]);
         }
     }
 
@@ -180,7 +244,9 @@ private:
         return static_cast<std::size_t>(length);
     }
 
-    std::string& m_out;
+    static constexpr std::string_view deepest = "\n                "; ///< A line break and the deepest indentation.
+
+    Output& m_out;
     std::size_t m_depth = 0;
 };
 
@@ -196,11 +262,10 @@ std::size_t expectedLength(const VideoProject& project)
 
 std::string encodeDocument(const VideoProject& project)
 {
-    std::string text;
-    text.reserve(expectedLength(project));
-    Writer(text).write(project);
-    text += '\n';
-    return text;
+    Output out(expectedLength(project));
+    Writer(out).write(project);
+    out.put('\n');
+    return out.take();
 }
 
 } // namespace orvo

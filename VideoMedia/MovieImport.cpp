@@ -1,121 +1,21 @@
 #include "VideoMedia/MovieImport.h"
 
 #include "VideoCore/Error.h"
+#include "VideoMedia/CopyFile.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <cmath>
-#include <fcntl.h>
 #include <format>
-#include <sys/stat.h>
-#include <system_error>
-#include <unistd.h>
-#include <vector>
 
 namespace orvo::MovieImport {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-constexpr std::size_t copyStep = std::size_t{8} << 20; ///< Bytes between two looks at the stop token.
-
-[[noreturn]] void fail(const fs::path& file)
+CopiedMovie copyMovie(const ProjectStore& store, const fs::path& movie, const VideoProject& project, const MediaProbe& probe,
+    const ProgressCallback& progress, const std::stop_token& stop)
 {
-    throw fs::filesystem_error("copy", file, std::error_code(errno, std::system_category()));
-}
-
-class File {
-public:
-    File(const fs::path& path, int flags)
-        : m_descriptor(::open(path.c_str(), flags | O_CLOEXEC, 0666))
-    {
-        if (m_descriptor < 0)
-            fail(path);
-    }
-    ~File() { ::close(m_descriptor); }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-
-    int descriptor() const { return m_descriptor; }
-
-private:
-    int m_descriptor;
-};
-
-void writeAll(int descriptor, const char* data, std::size_t size, const fs::path& file)
-{
-    while (size > 0) {
-        const ssize_t written = ::write(descriptor, data, size);
-        if (written < 0 && errno != EINTR)
-            fail(file);
-        if (written > 0) {
-            data += written;
-            size -= static_cast<std::size_t>(written);
-        }
-    }
-}
-
-/// Copies a file durably to a place where none is yet. What was copied is removed when it does not come to an end.
-void copyFile(const fs::path& from, const fs::path& to, const ProgressCallback& progress, const std::stop_token& stop)
-{
-    const File source(from, O_RDONLY);
-    struct stat facts{};
-    if (::fstat(source.descriptor(), &facts) != 0)
-        fail(from);
-    if (!S_ISREG(facts.st_mode)) {
-        errno = S_ISDIR(facts.st_mode) ? EISDIR : EINVAL;
-        fail(from);
-    }
-    const File target(to, O_WRONLY | O_CREAT | O_EXCL);
-    try {
-        const auto total = static_cast<double>(facts.st_size);
-        double copied = 0;
-        std::vector<char> buffer; // Only for file systems that cannot copy by themselves.
-        for (;;) {
-            if (stop.stop_requested())
-                throw Cancelled();
-            ssize_t got = buffer.empty()
-                ? ::copy_file_range(source.descriptor(), nullptr, target.descriptor(), nullptr, copyStep, 0)
-                : -1;
-            if (got < 0 && buffer.empty()) {
-                if (errno != EXDEV && errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP)
-                    fail(to);
-                buffer.resize(copyStep);
-            }
-            if (!buffer.empty()) {
-                got = ::read(source.descriptor(), buffer.data(), buffer.size());
-                if (got < 0)
-                    fail(from);
-                writeAll(target.descriptor(), buffer.data(), static_cast<std::size_t>(got), to);
-            }
-            if (got == 0)
-                break;
-            copied += static_cast<double>(got);
-            if (progress && total > 0)
-                progress(std::min(copied / total, 1.0));
-        }
-        // The document that names this file must not reach the disk before it.
-        if (::fsync(target.descriptor()) != 0)
-            fail(to);
-    } catch (...) {
-        ::unlink(to.c_str());
-        throw;
-    }
-}
-
-} // namespace
-
-VideoProject importMovie(const ProjectStore& store, const fs::path& movie, std::optional<VideoProject> target,
-    const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop)
-{
-    VideoProject project = target ? std::move(*target) : VideoProject::make(movie.stem().string());
-    if (!fs::exists(store.directory(project.id)))
-        store.create(project);
-
-    const std::string name = std::format(
-        "media/{}{}", Uuid::random().text(), movie.has_extension() ? movie.extension().string() : std::string("."));
-    const fs::path copy = store.mediaURL(project, name);
+    CopiedMovie copied{
+        .file = std::format("media/{}{}", Uuid::random().text(), movie.has_extension() ? movie.extension().string() : ".")};
+    const fs::path copy = store.mediaURL(project, copied.file);
     copyFile(movie, copy, progress, stop);
 
     const auto facts = probe.facts(copy, stop);
@@ -123,18 +23,34 @@ VideoProject importMovie(const ProjectStore& store, const fs::path& movie, std::
         throw captureError("El archivo no contiene una duración válida.");
     if (!facts.video)
         throw captureError(std::format("«{}» no contiene vídeo.", movie.filename().string()));
+    copied.duration = *facts.duration;
+    copied.width = facts.video->uprightWidth();
+    copied.height = facts.video->uprightHeight();
+    return copied;
+}
 
+void append(VideoProject& project, const CopiedMovie& movie)
+{
     const bool first = project.tracks.empty();
     if (first) {
-        project.width = facts.video->uprightWidth();
-        project.height = facts.video->uprightHeight();
+        project.width = movie.width;
+        project.height = movie.height;
     }
     project.tracks.edit().push_back({.kind = first ? TrackKind::screen : TrackKind::clip,
-        .file = name,
+        .file = movie.file,
         .start = project.duration,
-        .duration = *facts.duration});
-    project.duration += *facts.duration;
+        .duration = movie.duration});
+    project.duration += movie.duration;
     project.state = ProjectState::ready;
+}
+
+VideoProject importMovie(const ProjectStore& store, const fs::path& movie, std::optional<VideoProject> target,
+    const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop)
+{
+    VideoProject project = target ? std::move(*target) : VideoProject::make(movie.stem().string());
+    if (!fs::exists(store.directory(project.id)))
+        store.create(project);
+    append(project, copyMovie(store, movie, project, probe, progress, stop));
     store.save(project);
     return project;
 }
