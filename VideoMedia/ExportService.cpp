@@ -30,6 +30,7 @@ constexpr double shortestVideo = 0.01; ///< Seconds; what is not longer is not w
 constexpr double longestRecording = 7 * 24 * 3600; ///< Seconds; a longer one is a damaged document.
 constexpr std::int64_t largestSide = 16'384; ///< Pixels.
 constexpr double mixRate = 48'000; ///< Samples per second of the mixed sound.
+constexpr auto mixPacket = "65536"; ///< Bytes of the mix that are read at once: a third of a second.
 // Two filters of the mix answer late by their window, and ffmpeg does not make up for it. Measured with clicks, in seconds.
 constexpr double noiseReductionDelay = 0.025; ///< afftdn at 48 kHz.
 constexpr double limiterDelay = 0.005; ///< alimiter with its default attack.
@@ -201,9 +202,13 @@ private:
         const double playable = m_project.playableDuration();
         Arguments arguments = prefix();
         append(arguments, encoder.device);
-        for (const auto& input : m_inputs)
+        for (const auto& input : m_inputs) {
+            // The small picture is never what the others wait for; each thread of a decoder keeps pictures of its own.
+            if (input.track.kind == TrackKind::camera)
+                append(arguments, {"-threads", "1"});
             append(arguments, {"-i", input.file.string()});
-        append(arguments, {"-ss", numberText(mixDelay()), "-i", (work / "mixed.wav").string()});
+        }
+        append(arguments, {"-ss", numberText(mixDelay()), "-max_size", mixPacket, "-i", (work / "mixed.wav").string()});
         for (const auto& image : m_images) {
             append(arguments, {"-loop", "1", "-t", numberText(m_project.duration)});
             // A percent sign would make the name a pattern for a series of pictures.

@@ -10,6 +10,24 @@ namespace orvo::MovieImport {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+/// The facts of a copy. A failure names the movie that the user knows.
+MediaFacts factsOf(const fs::path& copy, const fs::path& movie, const MediaProbe& probe, const std::stop_token& stop)
+{
+    try {
+        return probe.facts(copy, stop);
+    } catch (const Error& error) {
+        const std::string name = copy.filename().string();
+        std::string text = error.what();
+        if (const auto at = text.find(name); at != std::string::npos)
+            throw captureError(text.replace(at, name.size(), movie.filename().string()));
+        throw;
+    }
+}
+
+} // namespace
+
 CopiedMovie copyMovie(const ProjectStore& store, const fs::path& movie, const VideoProject& project, const MediaProbe& probe,
     const ProgressCallback& progress, const std::stop_token& stop)
 {
@@ -18,7 +36,7 @@ CopiedMovie copyMovie(const ProjectStore& store, const fs::path& movie, const Vi
     const fs::path copy = store.mediaURL(project, copied.file);
     copyFile(movie, copy, progress, stop);
 
-    const auto facts = probe.facts(copy, stop);
+    const auto facts = factsOf(copy, movie, probe, stop);
     if (!facts.duration || !std::isfinite(*facts.duration) || *facts.duration <= 0)
         throw captureError("El archivo no contiene una duración válida.");
     if (!facts.video)

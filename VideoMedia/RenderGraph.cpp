@@ -14,6 +14,7 @@ namespace orvo::RenderGraph {
 
 namespace {
 
+constexpr std::size_t mostBranches = 8; ///< Into which a stream is split at once.
 constexpr double largestFadeShare = 3; ///< A fade takes at most this part of its stretch.
 
 /// The chains of a graph file.
@@ -41,10 +42,10 @@ std::string label(std::string_view name, std::size_t number)
     return std::format("[{}{}]", name, number);
 }
 
-std::string labels(std::string_view name, std::size_t count)
+std::string labels(std::string_view name, std::size_t count, std::size_t first = 0)
 {
     std::string result;
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = first; i < first + count; ++i)
         result += label(name, i);
     return result;
 }
@@ -201,13 +202,51 @@ private:
             "withcam");
     }
 
+    /// The filters by which one stream reaches the branches of the kept spans.
+    struct Splitting {
+        std::string_view split, trim;
+        char letter; ///< Of its labels.
+    };
+
+    /// Hands a stream to the branches of `spans`, the first of which has the number `first`. `source` is the label, and
+    /// what is done to it before.
+    ///
+    /// Every branch that has not ended is given every frame, and for each of these ffmpeg looks through all filters: a frame
+    /// would cost as much as the square of the number of spans. More than a few spans are therefore divided into groups that
+    /// get nothing but the frames from their first span to their last. The last group comes first, as the spans do.
+    void addBranches(const std::string& source, const Splitting& by, std::span<const TimeSpan> spans, std::size_t first)
+    {
+        if (spans.size() <= mostBranches) {
+            m_chains.add(std::format("{}{}={}{}", source, by.split, spans.size(),
+                labels(std::format("{}branch", by.letter), spans.size(), first)));
+            return;
+        }
+        std::size_t size = mostBranches;
+        while (size * mostBranches < spans.size())
+            size *= mostBranches;
+        const auto groupLabel = [&](std::size_t from) {
+            return std::format("[{}branch{}to{}]", by.letter, first + from, first + std::min(from + size, spans.size()) - 1);
+        };
+        const std::size_t count = (spans.size() + size - 1) / size;
+        std::string groups;
+        for (std::size_t n = 0; n < count; ++n)
+            groups += groupLabel(n * size);
+        m_chains.add(std::format("{}{}={}{}", source, by.split, count, groups));
+        for (std::size_t n = count; n-- > 0;) {
+            const auto group = spans.subspan(n * size, std::min(size, spans.size() - n * size));
+            addBranches(std::format("{}{}=start={}:end={},", groupLabel(n * size), by.trim, numberText(group.front().start),
+                            numberText(group.back().end)),
+                by, group, first + n * size);
+        }
+    }
+
     void addKeptSpans()
     {
         const auto spans = frameAligned(Timeline::kept(m_project.duration, m_project.edit.cuts), m_settings.fps);
         const std::size_t count = spans.size();
         if (count > 1) {
-            m_chains.add(std::format("{}split={}{}", current(), count, labels("vbranch", count)));
-            m_chains.add(std::format("[mix]asplit={}{}", count, labels("abranch", count)));
+            addBranches(current(), {.split = "split", .trim = "trim", .letter = 'v'}, spans, 0);
+            addBranches("[mix]", {.split = "asplit", .trim = "atrim", .letter = 'a'}, spans, 0);
         }
         const double longestFade = std::max(m_project.edit.fade, 0.0);
         // The last span comes first: ffmpeg runs filters in the order of their text, so the branches that do not want a

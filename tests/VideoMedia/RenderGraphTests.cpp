@@ -7,6 +7,10 @@
 #include <charconv>
 #include <gmock/gmock.h>
 #include <limits>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
 
 namespace orvo::test {
 
@@ -117,6 +121,65 @@ TEST(RenderGraph, OneSpanIsReadWithoutSplitting)
     project.edit.fade = 0.5;
     EXPECT_THAT(pictureOf(project), HasSubstr("fade=t=in:d=0.5,fade=t=out:st=11.5:d=0.5[v0]"));
     EXPECT_THAT(pictureOf(project), HasSubstr("trim=duration=12.0[source0]")) << "a single clip has no fade of its own";
+}
+
+TEST(RenderGraph, EverySpanIsReachedOnceWithItsFrames)
+{
+    for (const int spans : {2, 8, 9, 64, 65, 600}) {
+        SCOPED_TRACE(spans);
+        auto project = screenProject();
+        project.duration = spans;
+        std::vector<TimeSpan> cuts;
+        for (int n = 1; n < spans; ++n)
+            cuts.push_back({n - 0.5, static_cast<double>(n)});
+        project.edit.cuts = SharedList(std::move(cuts));
+
+        struct Place {
+            std::size_t from, to; // Spans whose frames come this way.
+        };
+        for (const std::string stream : {"v", "a"}) {
+            const std::string source = stream == "v" ? "[annotated]split=" : "[mix]asplit=";
+            std::map<std::string, Place> ways;
+            std::set<int> reached;
+            std::size_t branches = 0;
+            const std::regex group(R"(^\[([av]branch\d+to\d+)\]a?trim=start=([\d.]+):end=([\d.]+),a?split=(\d+)(.*)$)");
+            const std::regex span(R"(^\[[av]branch(\d+)\]a?trim=start=([\d.]+):end=([\d.]+),.*$)");
+            const std::regex labelled(R"(\[([av]branch(\d+)(?:to(\d+))?)\])");
+            std::istringstream chains(pictureOf(project));
+            for (std::string chain; std::getline(chains, chain);) {
+                std::string outputs;
+                Place limits{0, static_cast<std::size_t>(spans) - 1};
+                std::smatch match;
+                if (chain.starts_with(source)) {
+                    outputs = chain.substr(source.size());
+                } else if (chain.starts_with("[" + stream + "branch") && std::regex_search(chain, match, group)) {
+                    ASSERT_TRUE(ways.contains(match[1])) << match[1] << " is fed before it is read";
+                    limits = ways.at(match[1]);
+                    EXPECT_LE(std::stod(match[2]), static_cast<double>(limits.from));
+                    EXPECT_GE(std::stod(match[3]), static_cast<double>(limits.to) + 0.5);
+                    outputs = match[5];
+                } else if (chain.starts_with("[" + stream + "branch") && std::regex_search(chain, match, span)) {
+                    EXPECT_TRUE(reached.insert(std::stoi(match[1])).second);
+                    EXPECT_DOUBLE_EQ(std::stod(match[2]), std::stod(match[1]));
+                    continue;
+                } else {
+                    continue;
+                }
+                int count = 0;
+                for (std::sregex_iterator it(outputs.begin(), outputs.end(), labelled), end; it != end; ++it, ++count) {
+                    const auto first = static_cast<std::size_t>(std::stoi((*it)[2]));
+                    const auto last = (*it)[3].matched ? static_cast<std::size_t>(std::stoi((*it)[3])) : first;
+                    EXPECT_GE(first, limits.from);
+                    EXPECT_LE(last, limits.to);
+                    EXPECT_TRUE(ways.emplace((*it)[1], Place{first, last}).second);
+                    branches += first == last && !(*it)[3].matched;
+                }
+                EXPECT_LE(count, 8) << chain;
+            }
+            EXPECT_EQ(reached.size(), static_cast<std::size_t>(spans));
+            EXPECT_EQ(branches, static_cast<std::size_t>(spans));
+        }
+    }
 }
 
 TEST(RenderGraph, MixTakesWhatIsAudible)
