@@ -13,6 +13,7 @@ class Session;
 
 void addLibraryCommands(CLI::App& app, Session& session); ///< list, show
 void addImportCommand(CLI::App& app, Session& session);
+void addOpenCommand(CLI::App& app, Session& session);
 void addEditCommands(CLI::App& app, Session& session); ///< cut, restore
 void addElementCommands(CLI::App& app, Session& session); ///< text, image, zoom, remove
 void addSetCommand(CLI::App& app, Session& session);
