@@ -4,6 +4,7 @@
 #include "Platform/preview/ReferencePictures.h"
 #include "VideoCore/Error.h"
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <format>
@@ -67,7 +68,11 @@ struct MediaReader::Pipeline {
     GstElement* entry = nullptr; ///< What the decoded stream is linked to.
     GstAppSink* sink = nullptr;
     std::atomic<GstClockTime> skipBefore = 0;
+    GstClockTime latestCoded = 0; ///< Of the pictures since the last key frame; the decoder's thread has it alone.
     std::atomic<bool> linked = false;
+
+    /// When the first picture of the file is shown; an export shows it at 0.
+    std::atomic<GstClockTime> origin = 0;
 
     mutable std::mutex mutex;
     std::condition_variable_any changed;
@@ -112,27 +117,50 @@ struct MediaReader::Pipeline {
             gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::codedPicture, self, nullptr);
     }
 
-    static GstPadProbeReturn codedPicture(GstPad* pad, GstPadProbeInfo* info, gpointer self)
+    /// Leaves out a picture when none refers to it and a later one, which is not too late either, has already come by: how
+    /// long a picture says that it lasts cannot be relied on where the rate varies.
+    static GstPadProbeReturn codedPicture(GstPad* pad, GstPadProbeInfo* info, gpointer data)
     {
-        const GstClockTime skipBefore = static_cast<Pipeline*>(self)->skipBefore;
+        auto* self = static_cast<Pipeline*>(data);
         GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(info);
-        if (skipBefore == 0 || !GST_BUFFER_PTS_IS_VALID(buffer) || !GST_BUFFER_DURATION_IS_VALID(buffer)
-            || !GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT))
+        if (!GST_BUFFER_PTS_IS_VALID(buffer))
             return GST_PAD_PROBE_OK;
         const GstEventHandle event(gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0));
         if (!event)
             return GST_PAD_PROBE_OK;
         const GstSegment* segment = nullptr;
         gst_event_parse_segment(event.get(), &segment);
-        const guint64 end =
-            gst_segment_to_stream_time(segment, GST_FORMAT_TIME, GST_BUFFER_PTS(buffer) + GST_BUFFER_DURATION(buffer));
-        if (end == GST_CLOCK_TIME_NONE || end > skipBefore)
+        const guint64 start = gst_segment_to_stream_time(segment, GST_FORMAT_TIME, GST_BUFFER_PTS(buffer));
+        if (start == GST_CLOCK_TIME_NONE)
+            return GST_PAD_PROBE_OK;
+        if (!GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT)) {
+            self->latestCoded = start;
+            return GST_PAD_PROBE_OK;
+        }
+        const bool mayGo = start < self->latestCoded && self->latestCoded <= self->skipBefore;
+        self->latestCoded = std::max<GstClockTime>(self->latestCoded, start);
+        if (!mayGo)
             return GST_PAD_PROBE_OK;
         const auto lengthBytes = unitLengthBytes(pad);
         if (!lengthBytes)
             return GST_PAD_PROBE_OK;
         const BufferView picture(buffer);
         return isReferencePicture({picture.data(), picture.size()}, *lengthBytes) ? GST_PAD_PROBE_OK : GST_PAD_PROBE_DROP;
+    }
+
+    /// Notes when the first picture of the file comes. Nothing is sought before that.
+    static GstPadProbeReturn firstPicture(GstPad* pad, GstPadProbeInfo* info, gpointer self)
+    {
+        const GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(info);
+        const GstEventHandle event(gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0));
+        if (event && GST_BUFFER_PTS_IS_VALID(buffer)) {
+            const GstSegment* segment = nullptr;
+            gst_event_parse_segment(event.get(), &segment);
+            const guint64 time = gst_segment_to_stream_time(segment, GST_FORMAT_TIME, GST_BUFFER_PTS(buffer));
+            if (time != GST_CLOCK_TIME_NONE)
+                static_cast<Pipeline*>(self)->origin = time;
+        }
+        return GST_PAD_PROBE_REMOVE;
     }
 
     static GstBusSyncReply message(GstBus*, GstMessage* message, gpointer self)
@@ -181,8 +209,11 @@ MediaReader::MediaReader(std::filesystem::path file, Stream stream, int rotation
 
     g_signal_connect(decoder, "pad-added", G_CALLBACK(&Pipeline::padAdded), &pipeline);
     g_signal_connect(decoder, "no-more-pads", G_CALLBACK(&Pipeline::noMorePads), &pipeline);
-    if (isVideo)
+    if (isVideo) {
         g_signal_connect(bin, "deep-element-added", G_CALLBACK(&Pipeline::elementAdded), &pipeline);
+        const GstPadHandle pad(gst_element_get_static_pad(sink, "sink"));
+        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::firstPicture, &pipeline, nullptr);
+    }
     const GstBusHandle bus(gst_element_get_bus(bin));
     gst_bus_set_sync_handler(bus.get(), &Pipeline::message, &pipeline, nullptr);
     GstAppSinkCallbacks callbacks{};
@@ -228,7 +259,7 @@ void MediaReader::seek(double seconds, Seek mode)
 {
     const auto flags = mode == Seek::Exact ? GST_SEEK_FLAG_ACCURATE : GST_SEEK_FLAG_KEY_UNIT | GST_SEEK_FLAG_SNAP_BEFORE;
     gst_element_seek_simple(m_pipeline->bin.get(), GST_FORMAT_TIME, static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | flags),
-        static_cast<gint64>(toClockTime(seconds)));
+        static_cast<gint64>(toClockTime(seconds) + m_pipeline->origin));
 }
 
 MediaSample MediaReader::next(const std::stop_token& stop)
@@ -256,6 +287,7 @@ MediaSample MediaReader::next(const std::stop_token& stop)
     };
     if (GST_BUFFER_PTS_IS_VALID(buffer))
         result.start = streamTime(GST_BUFFER_PTS(buffer));
+    result.start -= toSeconds(m_pipeline->origin);
     result.end = result.start;
     if (GST_BUFFER_DURATION_IS_VALID(buffer))
         result.end += toSeconds(GST_BUFFER_DURATION(buffer));
@@ -264,7 +296,7 @@ MediaSample MediaReader::next(const std::stop_token& stop)
 
 void MediaReader::skipUnneededBefore(double seconds)
 {
-    m_pipeline->skipBefore = toClockTime(seconds);
+    m_pipeline->skipBefore = toClockTime(seconds) + m_pipeline->origin;
 }
 
 } // namespace orvo

@@ -58,8 +58,8 @@ public:
     /// further. Throws `Cancelled`.
     MediaSample next(const std::stop_token& stop);
 
-    /// From here on the decoder may leave out pictures that end at or before `seconds` and that no other is predicted
-    /// from. They are missing from what `next` gives.
+    /// From here on the decoder may leave out pictures that no other is predicted from and that are over at `seconds`.
+    /// They are missing from what `next` gives.
     void skipUnneededBefore(double seconds);
 
 private:

@@ -53,6 +53,10 @@ MediaSample VideoSource::advance(const std::stop_token& stop)
         return sample;
     }
     m_position = sample.end;
+    if (!m_recent.empty())
+        m_recent.back().end = std::min(m_recent.back().end, sample.start);
+    if (sample.end > sample.start)
+        m_shortest = std::min(m_shortest, sample.end - sample.start);
     m_last = sample;
     remember(sample);
     return sample;
@@ -70,7 +74,15 @@ const MediaSample* VideoSource::remembered(double seconds) const
     // Pictures may have been left out between two of them, so only the span that a picture tells of itself counts.
     const auto found = std::ranges::find_if(
         m_recent, [seconds](const MediaSample& sample) { return sample.start <= seconds && seconds < sample.end; });
-    return found == m_recent.end() ? nullptr : &*found;
+    if (found == m_recent.end())
+        return nullptr;
+    const bool isLast = std::next(found) == m_recent.end();
+    return !isLast || tellsItsEnd(*found) || (m_pushedBack && seconds < m_pushedBack.start) ? &*found : nullptr;
+}
+
+bool VideoSource::tellsItsEnd(const MediaSample& sample) const
+{
+    return sample.end - sample.start < 1.5 * m_shortest;
 }
 
 void VideoSource::prepare(double seconds)
@@ -136,7 +148,7 @@ VideoSource::Picture VideoSource::pictureAt(double seconds, Want want, const std
             }
             return {.sample = std::move(before)};
         }
-        if (seconds < sample.end)
+        if (seconds < sample.end && tellsItsEnd(sample))
             return {.sample = std::move(sample)};
         if (giveUp && giveUp())
             return {.sample = std::move(sample), .isExact = false};

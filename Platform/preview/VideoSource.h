@@ -54,6 +54,8 @@ private:
     MediaSample advance(const std::stop_token& stop);
     void remember(const MediaSample& sample);
     const MediaSample* remembered(double seconds) const;
+    /// Whether the picture surely lasts as long as it says. Where the rate varies, only the next one tells.
+    bool tellsItsEnd(const MediaSample& sample) const;
 
     MediaReader m_reader;
     std::deque<MediaSample> m_recent; ///< In the order of time, the last decoded at the back.
@@ -61,6 +63,7 @@ private:
     MediaSample m_last; ///< The last that was read since the last seek.
     MediaSample m_final; ///< The last of the file, once it has been met.
     std::optional<double> m_position; ///< Up to where has been read; nothing before the first seek and after the end.
+    double m_shortest = 1e9; ///< Seconds that the shortest picture says it lasts.
     std::optional<double> m_wanted; ///< A preparation that has not begun.
     std::optional<double> m_prepared;
     bool m_hasHoles = false; ///< Pictures were left out in a hurry since the last seek.
