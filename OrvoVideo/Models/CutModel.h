@@ -6,7 +6,7 @@
 namespace orvo {
 
 /// The cuts of the open project, in stored order.
-class CutModel final : public RowModel {
+class CutModel : public RowModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the model")

@@ -8,7 +8,7 @@
 namespace orvo {
 
 /// The library, newest first, one row per project.
-class LibraryModel final : public RowModel {
+class LibraryModel : public RowModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the model")

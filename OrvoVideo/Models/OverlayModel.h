@@ -9,7 +9,7 @@
 namespace orvo {
 
 /// The text and image overlays of the open project, in stored order.
-class OverlayModel final : public RowModel {
+class OverlayModel : public RowModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the model")

@@ -84,12 +84,14 @@ void RowModel::replaceRows(SharedList<T>& rows, SharedList<T> next, const Compar
     const auto structural =
         std::ranges::count_if(steps, [](const auto& step) { return step.kind != RowChange::Kind::change; });
     auto left = structural;
+    // Values may not change before it is said.
+    const bool onlyStructural = structural == std::ssize(steps);
     for (const auto& step : steps) {
         if (step.kind == RowChange::Kind::change)
             break;
         announce(step, [&] {
             // The last step reaches the new rows by itself; only the steps before need rows in between.
-            if (--left == 0) {
+            if (--left == 0 && onlyStructural) {
                 rows = next;
                 return;
             }

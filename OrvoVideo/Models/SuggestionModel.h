@@ -6,7 +6,7 @@
 namespace orvo {
 
 /// The current proposals of the analysis.
-class SuggestionModel final : public RowModel {
+class SuggestionModel : public RowModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the model")

@@ -9,7 +9,7 @@
 namespace orvo {
 
 /// The media tracks of the open project, in stored order.
-class TrackModel final : public RowModel {
+class TrackModel : public RowModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the model")

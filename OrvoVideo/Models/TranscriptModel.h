@@ -6,7 +6,7 @@
 namespace orvo {
 
 /// The words of the open project, in stored order, which is time order.
-class TranscriptModel final : public RowModel {
+class TranscriptModel : public RowModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the model")

@@ -6,7 +6,7 @@
 namespace orvo {
 
 /// The zoom points of the open project, in stored order.
-class ZoomModel final : public RowModel {
+class ZoomModel : public RowModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the model")

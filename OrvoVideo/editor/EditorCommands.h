@@ -10,7 +10,7 @@
 namespace orvo {
 
 /// The editor's keys: what each does, and the sheet that shows them.
-class EditorCommands final : public QObject {
+class EditorCommands : public QObject {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(orvo::AppModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)

@@ -90,7 +90,7 @@ FocusScope {
             TimelineView {
                 id: timelineView
 
-                SplitView.preferredHeight: Math.min(implicitHeight, root.height * 0.5)
+                SplitView.preferredHeight: Math.min(wholeHeight, root.height * 0.5)
                 SplitView.minimumHeight: 190
                 app: root.app
             }

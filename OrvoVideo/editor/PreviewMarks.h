@@ -9,7 +9,7 @@ namespace orvo {
 
 /// One of the marks that an export draws for the pointer, of the size that it has there. Its `origin` is to be put where the
 /// pointer is.
-class PointerMark final : public QQuickPaintedItem {
+class PointerMark : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(Shape shape MEMBER m_shape NOTIFY changed REQUIRED)
@@ -41,7 +41,7 @@ private:
 
 /// A text as an export burns it in: white, bold, with a thin dark edge, its lines broken at the width of the frame. As large
 /// as the text.
-class OverlayText final : public QQuickPaintedItem {
+class OverlayText : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(QString text MEMBER m_text NOTIFY changed)

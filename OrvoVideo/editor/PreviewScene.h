@@ -15,7 +15,7 @@ namespace orvo {
 ///
 /// Places on the picture are pixels of the view, from the picture's top left corner. `pixel` is the size of one pixel of the
 /// export in them.
-class PreviewScene final : public QObject {
+class PreviewScene : public QObject {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(orvo::AppModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)

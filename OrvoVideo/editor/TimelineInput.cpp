@@ -1,5 +1,6 @@
 #include "OrvoVideo/editor/TimelineItem.h"
 
+#include <QCursor>
 #include <QHoverEvent>
 #include <QNativeGestureEvent>
 #include <algorithm>
@@ -206,9 +207,9 @@ void TimelineItem::hoverMoveEvent(QHoverEvent* event)
 {
     const auto target = targetAt(event->position());
     if (target.part != Part::body)
-        setCursor(Qt::SizeHorCursor);
+        setCursor(QCursor(Qt::SizeHorCursor));
     else if (target.movable())
-        setCursor(Qt::OpenHandCursor);
+        setCursor(QCursor(Qt::OpenHandCursor));
     else
         unsetCursor();
 }

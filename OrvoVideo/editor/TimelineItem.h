@@ -15,7 +15,7 @@ namespace orvo {
 ///
 /// It shows and speaks the playhead but does not draw it (`playheadX`), so that playing costs no drawing. What is dragged is
 /// shown where it would be and changed in the document when it is let go, as one step to undo.
-class TimelineItem final : public QQuickPaintedItem {
+class TimelineItem : public QQuickPaintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(TimelineCanvas)
     Q_PROPERTY(orvo::AppModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)

@@ -17,7 +17,9 @@ ColumnLayout {
         return Number(seconds).toLocaleString(Qt.locale("es_ES"), "f", 1)
     }
 
-    implicitHeight: canvas.contentHeight + 150
+    /// With every row in sight.
+    readonly property real wholeHeight: canvas.contentHeight + 104
+
     spacing: Theme.space(2)
 
     component HeaderButton: OButton {
@@ -71,31 +73,35 @@ ColumnLayout {
             enabled: root.app.hasProject && root.app.selectedSpan.duration > 0.01
             onClicked: root.app.cutSelection()
         }
-        HeaderIcon {
-            iconName: "copy-plus"
-            text: "Importar un vídeo al final"
-            enabled: root.app.hasProject && !root.app.busy
-            onClicked: root.app.importMedia(true)
-        }
-        HeaderIcon {
-            iconName: "zoom-out"
-            text: "Reducir"
-            shortcutText: "−"
-            enabled: !canvas.fits
-            onClicked: canvas.zoomBy(1 / 1.5)
-        }
-        HeaderIcon {
-            iconName: "zoom-in"
-            text: "Ampliar"
-            shortcutText: "+"
-            onClicked: canvas.zoomBy(1.5)
-        }
-        HeaderIcon {
-            iconName: "maximize"
-            text: "Ver todo"
-            shortcutText: "0"
-            enabled: !canvas.fits
-            onClicked: canvas.fit()
+        RowLayout {
+            spacing: 0
+
+            HeaderIcon {
+                iconName: "copy-plus"
+                text: "Importar un vídeo al final"
+                enabled: root.app.hasProject && !root.app.busy
+                onClicked: root.app.importMedia(true)
+            }
+            HeaderIcon {
+                iconName: "zoom-out"
+                text: "Reducir"
+                shortcutText: "−"
+                enabled: !canvas.fits
+                onClicked: canvas.zoomBy(1 / 1.5)
+            }
+            HeaderIcon {
+                iconName: "zoom-in"
+                text: "Ampliar"
+                shortcutText: "+"
+                onClicked: canvas.zoomBy(1.5)
+            }
+            HeaderIcon {
+                iconName: "maximize"
+                text: "Ver todo"
+                shortcutText: "0"
+                enabled: !canvas.fits
+                onClicked: canvas.fit()
+            }
         }
     }
 

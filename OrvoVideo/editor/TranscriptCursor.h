@@ -7,7 +7,7 @@
 namespace orvo {
 
 /// What a person reads and marks in the transcript: the spoken word, the marked words, and the search.
-class TranscriptCursor final : public QObject {
+class TranscriptCursor : public QObject {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(orvo::AppModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)

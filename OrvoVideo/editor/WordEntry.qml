@@ -19,20 +19,29 @@ Item {
     required property bool cut
     required property bool filler
     required property real gap
+    /// Whether the silence before it is long enough to be heard as a pause.
+    readonly property bool pauses: gap >= 0.3
 
     readonly property bool spoken: index === cursor.spokenRow && app.playhead < end
     readonly property bool chosen: index >= cursor.firstMarked && index <= cursor.lastMarked && cursor.markedCount > 0
     readonly property alias editing: field.activeFocus
 
+    /// Who marks several does not edit one of them.
+    readonly property bool several: cursor.markedCount > 1
+    onSeveralChanged: {
+        if (several)
+            field.focus = false
+    }
+
     signal marked(bool extend)
 
-    height: (gap > 0 ? 22 : 0) + 34
+    height: (pauses ? 22 : 0) + 34
     Accessible.role: Accessible.ListItem
     Accessible.name: text + (cut ? ", cortado" : "") + (filler ? ", muletilla" : "")
     Accessible.selected: chosen
 
     OLabel {
-        visible: root.gap > 0
+        visible: root.pauses
         x: Theme.space(14)
         height: 22
         verticalAlignment: Text.AlignVCenter
@@ -89,12 +98,7 @@ Item {
             text: root.text
             color: root.cut ? Theme.secondaryText : Theme.text
             font.strikeout: root.cut
-            onPressed: event => {
-                if (event.modifiers & Qt.ShiftModifier)
-                    root.marked(true)
-                else
-                    root.cursor.mark(root.index, false)
-            }
+            onPressed: root.cursor.mark(root.index, false)
             onEditingFinished: {
                 if (text !== root.text)
                     root.app.correctWord(root.wordId, text)
@@ -109,6 +113,16 @@ Item {
                 height: 2
                 radius: 1
                 color: Theme.cutEdge
+            }
+        }
+        MouseArea {
+            anchors.fill: field
+            cursorShape: Qt.IBeamCursor
+            onPressed: mouse => {
+                if (mouse.modifiers & Qt.ShiftModifier)
+                    root.marked(true)
+                else
+                    mouse.accepted = false
             }
         }
         OIconButton {

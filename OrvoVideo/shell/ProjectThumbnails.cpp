@@ -45,11 +45,19 @@ QImage pictureOf(const fs::path& movie, const std::stop_token& stop)
         return {};
     // The very first frame of a recording is often empty. A movie that ends before has no frame there.
     for (const char* start : {"1", "0"}) {
-        ProcessRunner::run(*ffmpeg,
-            {"-hide_banner", "-nostdin", "-v", "error", "-y", "-threads", "1", "-ss", start, "-i", movie.string(), "-an",
-                "-frames:v", "1", "-vf", std::format("scale=-2:{}", ThumbnailProvider::height), "-f", "image2", "-update",
-                "1", file.fileName().toStdString()},
-            {}, 0, stop);
+        try {
+            ProcessRunner::run(*ffmpeg,
+                {"-hide_banner", "-nostdin", "-v", "error", "-y", "-threads", "1", "-ss", start, "-i", movie.string(), "-an",
+                    "-frames:v", "1", "-vf", std::format("scale=-2:{}", ThumbnailProvider::height), "-f", "image2",
+                    "-update", "1", file.fileName().toStdString()},
+                {}, 0, stop);
+        } catch (const Cancelled&) {
+            throw;
+        } catch (const Error&) {
+            if (start[0] == '0')
+                throw;
+            continue;
+        }
         const QImage made(file.fileName());
         if (made.isNull())
             continue;

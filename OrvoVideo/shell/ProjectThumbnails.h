@@ -35,7 +35,7 @@ private:
 };
 
 /// Finds the picture that stands for a project of the library.
-class ProjectThumbnails final : public QObject {
+class ProjectThumbnails : public QObject {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(orvo::AppModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)

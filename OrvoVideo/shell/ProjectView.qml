@@ -48,10 +48,7 @@ ColumnLayout {
                 text = Qt.binding(() => root.app.project.title)
             }
             onAccepted: focus = false
-            Keys.onEscapePressed: {
-                text = Qt.binding(() => root.app.project.title)
-                focus = false
-            }
+            onGivenUp: text = root.app.project.title
         }
         OLabel {
             objectName: "length"

@@ -8,7 +8,7 @@
 namespace orvo {
 
 /// Texts that the main window makes of values, and what it has to know of dropped files.
-class Wording final : public QObject {
+class Wording : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_SINGLETON

@@ -9,7 +9,7 @@ namespace orvo {
 
 /// Whether the windows are dark or light, and whether they may move: what the desktop asks for, and the user's own choice,
 /// which is kept between runs. Main thread only.
-class Appearance final : public QObject {
+class Appearance : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_SINGLETON

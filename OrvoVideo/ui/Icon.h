@@ -9,7 +9,7 @@ namespace orvo {
 
 /// One of the outline icons of ui/icons in one colour, as wide as high, sharp at any density. Shows nothing for a name that
 /// no icon has, and says so in the log.
-class Icon final : public QQuickItem {
+class Icon : public QQuickItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(IconImage)
     Q_PROPERTY(QString name READ name WRITE setName NOTIFY nameChanged)

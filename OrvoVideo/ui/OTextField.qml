@@ -27,8 +27,12 @@ TextField {
     font.pixelSize: Theme.bodySize
     Accessible.role: Accessible.EditableText
     Accessible.name: name
+    /// Escape was pressed; the keyboard goes next.
+    signal givenUp
+
     Keys.onEscapePressed: event => {
         event.accepted = activeFocus
+        givenUp()
         focus = false
     }
 

@@ -27,6 +27,8 @@ public:
         : m_model(model)
         , m_tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal)
     {
+        for (int row = 0; row < model.count(); ++row)
+            m_rows.append(model.get(row));
         connect(&model, &RowModel::rowsRemoved, this, [this](const QModelIndex&, int first, int last) {
             m_rows.remove(first, last - first + 1);
             announced.push_back("-" + std::to_string(first) + ".." + std::to_string(last));

@@ -37,7 +37,7 @@ protected:
     {
         for (int attempt = 0; attempt < 50; ++attempt) {
             count = 0;
-            std::int64_t longest = 0;
+            qint64 longest = 0;
             QElapsedTimer pause;
             pause.start();
             QTimer edits;

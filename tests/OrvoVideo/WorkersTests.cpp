@@ -1,6 +1,7 @@
 #include "ModelFixture.h"
 #include "OrvoVideo/support/Workers.h"
 
+#include <QCoreApplication>
 #include <QThread>
 #include <latch>
 

@@ -93,7 +93,7 @@ TEST_F(PreviewPictures, EverySeekShowsExactlyItsFrame)
                     .height = 90,
                     .seconds = 60,
                     .keyFrameEvery = 60,
-                    .options = {"-movflags", "+frag_keyframe+empty_moov"}}),
+                    .options = {"-bf", "0", "-movflags", "+frag_keyframe+empty_moov"}}),
             1800, same},
     };
     for (const auto& [name, file, frames, number, fps] : cases) {

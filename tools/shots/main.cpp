@@ -114,7 +114,7 @@ void takeAll(const QDir& folder)
     photographer.take(QStringLiteral("welcome"));
 
     main.open({QString::fromStdString(lesson.id.text())});
-    waitFor("the preview", [&] { return model.preview() == AppModel::Preview::ready; });
+    waitFor("the preview", [&] { return model.preview() == AppModel::Preview::Ready; });
     model.seek(12.5);
     model.setSelectedSpan({13, 16});
     model.findSuggestions();

@@ -48,10 +48,12 @@ Rect fitted(Size view, Size picture)
 {
     if (!(view.width > 0 && view.height > 0 && picture.width > 0 && picture.height > 0))
         return {};
-    const double scale = std::min(view.width / picture.width, view.height / picture.height);
-    const double width = picture.width * scale;
-    const double height = picture.height * scale;
-    return {std::max((view.width - width) / 2, 0.0), std::max((view.height - height) / 2, 0.0), width, height};
+    if (view.width * picture.height < view.height * picture.width) {
+        const double height = view.width * picture.height / picture.width;
+        return {0, (view.height - height) / 2, view.width, height};
+    }
+    const double width = view.height * picture.width / picture.height;
+    return {(view.width - width) / 2, 0, width, view.height};
 }
 
 Rect cameraPlace(const EditState& edit, Size frame, Size camera)

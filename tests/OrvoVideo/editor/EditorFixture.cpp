@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QStyleHints>
 #include <QTest>
+#include <fstream>
 
 namespace orvo::test {
 
@@ -29,6 +30,12 @@ template <typename Accept> QQuickItem* findItem(QQuickItem* root, const Accept& 
 void EditorFixture::show(VideoProject project)
 {
     start();
+    // The player of these tests takes any file that is there.
+    for (const auto& track : project.tracks) {
+        const auto file = store.directory(project.id) / track.file;
+        std::filesystem::create_directories(file.parent_path());
+        std::ofstream(file, std::ios::app).flush();
+    }
     select(add(std::move(project)));
     view = std::make_unique<QQuickView>();
     view->setResizeMode(QQuickView::SizeRootObjectToView);
@@ -88,9 +95,12 @@ QQuickItem* EditorFixture::control(QAccessible::Role role, const QString& name) 
 
 void EditorFixture::click(QAccessible::Role role, const QString& name)
 {
-    auto* found = control(role, name);
-    ASSERT_TRUE(found) << name.toStdString();
-    ASSERT_TRUE(found->isEnabled()) << name.toStdString();
+    ASSERT_TRUE(waitUntil([&] {
+        const auto* found = control(role, name);
+        return found && found->isEnabled() && found->width() > 0;
+    })) << name.toStdString();
+    view->grabWindow(); // Everything is in its place.
+    const auto* found = control(role, name);
     QTest::mouseClick(view.get(), Qt::LeftButton, {}, centre(found));
 }
 
@@ -133,6 +143,12 @@ void EditorFixture::drag(QPoint from, QPoint to, Qt::KeyboardModifiers modifiers
 void EditorFixture::key(Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
     QTest::keyClick(view.get(), key, modifiers);
+}
+
+void EditorFixture::type(const QString& text)
+{
+    for (const QChar letter : text)
+        QTest::sendKeyEvent(QTest::Click, view.get(), Qt::Key_unknown, QString(letter), Qt::NoModifier);
 }
 
 } // namespace orvo::test

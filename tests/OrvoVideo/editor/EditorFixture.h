@@ -42,6 +42,7 @@ protected:
     /// From one place to the other in several steps.
     void drag(QPoint from, QPoint to, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+    void type(const QString& text);
 
     std::unique_ptr<QQuickView> view;
 };
