@@ -23,6 +23,12 @@ constexpr std::string_view containers = "aac,ac3,aiff,asf,avi,caf,dv,eac3,flac,f
                                         "webm,mov,mp4,m4a,3gp,3g2,mj2,mp3,mpeg,mpegts,"
                                         "mxf,nut,ogg,png_pipe,rm,wav,w64,webp_pipe,wtv,y4m,yuv4mpegpipe";
 
+/// What is asked of a file, as `-show_entries` takes it.
+constexpr std::string_view wantedEntries = "format=duration:"
+                                           "stream=codec_type,width,height,avg_frame_rate,channels:"
+                                           "stream_disposition=attached_pic:"
+                                           "stream_side_data=rotation";
+
 /// The `ffprobe` beside the found `ffmpeg`, where links lead.
 std::optional<fs::path> findFfprobe()
 {
@@ -31,7 +37,7 @@ std::optional<fs::path> findFfprobe()
         return std::nullopt;
     std::error_code ignored;
     for (const auto& program : {*ffmpeg, fs::canonical(*ffmpeg, ignored)}) {
-        const fs::path candidate = program.parent_path() / "ffprobe";
+        fs::path candidate = program.parent_path() / "ffprobe";
         if (::access(candidate.c_str(), X_OK) == 0)
             return candidate;
     }
@@ -122,9 +128,7 @@ MediaFacts FfprobeMediaProbe::facts(const fs::path& file, const std::stop_token&
     try {
         answer = ProcessRunner::run(*ffprobe,
             {"-v", "quiet", "-protocol_whitelist", "file", "-format_whitelist", std::string(containers), "-show_entries",
-                "format=duration:stream=codec_type,width,height,avg_frame_rate,channels:stream_disposition=attached_pic:"
-                "stream_side_data=rotation",
-                "-of", "json", fs::absolute(file).string()},
+                std::string(wantedEntries), "-of", "json", fs::absolute(file).string()},
             {}, 0, stop);
     } catch (const Cancelled&) {
         throw;

@@ -1,5 +1,7 @@
 #include "VideoCore/Uuid.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <sys/random.h>
@@ -71,13 +73,17 @@ std::optional<Uuid> Uuid::parse(std::string_view text)
 
 void Uuid::write(char* out) const
 {
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::size_t position = 0;
-    for (const auto byte : bytes) {
-        if (hyphenAt(position))
-            out[position++] = '-';
-        out[position++] = digits[byte >> 4];
-        out[position++] = digits[byte & 0x0F];
+    static constexpr auto pairs = [] {
+        constexpr std::string_view digits = "0123456789ABCDEF";
+        std::array<std::array<char, 2>, 256> result{};
+        for (std::size_t byte = 0; byte < result.size(); ++byte)
+            result[byte] = {digits[byte >> 4], digits[byte & 0x0F]};
+        return result;
+    }();
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        if (i == 4 || i == 6 || i == 8 || i == 10)
+            *out++ = '-';
+        out = std::ranges::copy(pairs[bytes[i]], out).out;
     }
 }
 
