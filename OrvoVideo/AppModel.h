@@ -25,6 +25,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <stop_token>
 
 namespace orvo {
@@ -266,6 +267,15 @@ public:
     /// Asks where to, renders the open project as it is now and shows the file.
     Q_INVOKABLE void exportVideo();
 
+    // --- Recovery (AppModelRecovery.cpp) ----------------------------------------------------------------------------------
+
+    /// Prepares all files of the open project anew ("Recuperar grabación"): a long operation.
+    Q_INVOKABLE void recover();
+
+    /// Prepares the files of a recording; with `force` all of them, otherwise those of a browser and those that cannot be
+    /// read. The project is ready then, else "needs-recovery" with a failure that says why.
+    QCoro::Task<> processTab(VideoProject project, bool force, WorkControl control);
+
     // --- Recording --------------------------------------------------------------------------------------------------------
 
     /// While this is true no project is opened and no edit is made.
@@ -329,6 +339,13 @@ private:
     void showLibrary(std::vector<VideoProject> projects, const std::map<Uuid, std::optional<std::int32_t>>& recorders);
     void openProject(VideoProject project, std::optional<VideoProject> unsavedEdits);
 
+    // Recovery.
+    QCoro::Task<> prepareListed(VideoProject project);
+    /// Whether a change can be undone, or what was before is of no use any more.
+    enum class Undo : std::uint8_t { step, none };
+    /// Changes a project of the library, whether it is the open one or not, and saves it.
+    QCoro::Task<> changeProject(Uuid id, std::function<void(VideoProject&)> change, Undo undo);
+
     // Saving.
     void noteEdit();
     void noteWritten(const Uuid& id, std::uint64_t version);
@@ -352,6 +369,7 @@ private:
     void followProject();
     void followVolumes();
     void watchPlayback(double seconds);
+    void announceNextCut();
     void followWithCamera(double seconds);
     void notePlaying();
 
@@ -374,6 +392,7 @@ private:
     bool m_libraryListed = false;
     bool m_listing = false;
     bool m_listAgain = false;
+    std::set<Uuid> m_processing; ///< Recordings that are being prepared since the library was listed.
     std::uint64_t m_opening = 0; ///< Counts what changes which project is open, so that an overtaken `select` ends.
 
     std::optional<VideoProject> m_project;
@@ -396,6 +415,7 @@ private:
 
     double m_playhead = 0;
     bool m_playing = false;
+    std::optional<double> m_announced; ///< The end of the cut that the player was last told to expect.
     Preview m_preview = Preview::Empty;
     PreviewComposition m_composition; ///< What `player` was last asked to load.
     std::optional<std::filesystem::path> m_cameraFile; ///< What `cameraPlayer` was last asked to load.

@@ -1,5 +1,4 @@
 #include "OrvoVideo/AppModel.h"
-#include "VideoCore/Error.h"
 #include "VideoMedia/MovieImport.h"
 
 #include <utility>
@@ -57,27 +56,7 @@ QCoro::Task<> AppModel::importInto(Uuid target, fs::path movie, WorkControl cont
             const std::stop_token& stop, const ProgressCallback& progress) {
             return MovieImport::copyMovie(store, movie, project, *probe, progress, stop);
         });
-    if (m_project && m_project->id == target) {
-        // Behind what is there now: the project could be edited meanwhile.
-        VideoProject after = *m_project;
-        MovieImport::append(after, copied);
-        m_history.record(*m_project, after, History::Trim::no);
-        setProject(std::move(after));
-        emit historyChanged();
-        noteEdit();
-        saveNow();
-        m_library.replace(*m_project);
-        co_await rebuildPreview();
-        co_return;
-    }
-    // Another project is open now.
-    flushSave();
-    auto opened = co_await m_documents.open(target);
-    if (!opened)
-        throw captureError("El proyecto al que se añadía el vídeo ya no se puede leer.");
-    MovieImport::append(opened->project, copied);
-    m_documents.save(opened->project, otherProject);
-    co_await m_documents.settled();
+    co_await changeProject(target, [copied](VideoProject& project) { MovieImport::append(project, copied); }, Undo::step);
 }
 
 } // namespace orvo

@@ -1,6 +1,6 @@
 #include "OrvoVideo/AppModel.h"
-#include "OrvoVideo/CaptureSession.h"
 #include "OrvoVideo/Text.h"
+#include "VideoCore/CaptureSession.h"
 
 #include <QScopeGuard>
 #include <algorithm>
@@ -64,6 +64,11 @@ void AppModel::showLibrary(std::vector<VideoProject> projects, const std::map<Uu
         m_documents.save(project, recoveryMark);
     }
     m_library.setProjects(SharedList(std::move(projects)));
+    for (const auto& project : m_library.projects()) {
+        const bool waits = project.state == ProjectState::processingTab || project.state == ProjectState::recoverableTab;
+        if (waits && !m_processing.contains(project.id))
+            start(prepareListed(project));
+    }
     if (!std::exchange(m_libraryListed, true))
         emit libraryListedChanged();
 }

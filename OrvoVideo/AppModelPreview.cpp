@@ -10,6 +10,8 @@ namespace {
 constexpr double ticksPerSecond = 600; ///< Times of seeks are whole ticks: the frames of all usual rates are.
 constexpr double cameraTolerance = 0.15; ///< Seconds that the camera may be away from the picture.
 
+constexpr double announcedAhead = 2; ///< Seconds before a cut in which the player is told of it.
+
 /// Whether two compositions differ in nothing but volumes, which can be changed while playing.
 bool sameButVolumes(const PreviewComposition& a, const PreviewComposition& b)
 {
@@ -153,6 +155,7 @@ void AppModel::seek(double seconds)
     const double ticks = std::round(time * ticksPerSecond) / ticksPerSecond;
     player()->seek(ticks);
     cameraPlayer()->seek(ticks);
+    m_announced.reset();
     setPlayhead(time);
 }
 
@@ -199,8 +202,24 @@ void AppModel::watchPlayback(double seconds)
             cuts, [&](const TimeSpan& span) { return span.start <= m_playhead && m_playhead < span.end; });
         if (cut != cuts.end())
             seek(cut->end);
+        announceNextCut();
     }
     followWithCamera(seconds);
+}
+
+/// Has the player make the end of the next cut ready while it still plays what is before.
+void AppModel::announceNextCut()
+{
+    const TimeSpan* next = nullptr;
+    for (const auto& cut : m_project->edit.cuts) {
+        const bool isNear = cut.start > m_playhead && cut.start < m_playhead + announcedAhead;
+        if (isNear && cut.start < cut.end && (!next || cut.start < next->start))
+            next = &cut;
+    }
+    if (!next || m_announced == next->end)
+        return;
+    m_announced = next->end;
+    player()->expectSeek(next->end);
 }
 
 void AppModel::followWithCamera(double seconds)

@@ -1,31 +1,35 @@
-#include "OrvoVideo/CaptureSession.h"
+#include "VideoCore/CaptureSession.h"
 
 #include "VideoCore/FileIO.h"
 
-#include <QByteArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <cmath>
 #include <csignal>
 #include <limits>
+#include <memory>
 #include <unistd.h>
+#include <yyjson.h>
 
 namespace orvo::CaptureSession {
 
 std::optional<std::int32_t> recordingProcess(const std::filesystem::path& projectFolder)
 {
-    std::string text;
     try {
-        text = readFile(projectFolder / fileName);
+        return processIn(readFile(projectFolder / fileName));
     } catch (const std::exception&) {
         return std::nullopt;
     }
-    const auto value = QJsonDocument::fromJson(QByteArray::fromStdString(text)).object().value(QLatin1String("pid"));
-    const double number = value.toDouble(0);
-    // 0 and negative numbers would stand for whole groups of processes.
-    if (!(number >= 1) || number > std::numeric_limits<std::int32_t>::max() || number != std::trunc(number))
+}
+
+std::optional<std::int32_t> processIn(std::string_view session)
+{
+    const std::unique_ptr<yyjson_doc, void (*)(yyjson_doc*)> parsed(
+        yyjson_read(session.data(), session.size(), 0), yyjson_doc_free);
+    yyjson_val* number = yyjson_obj_get(yyjson_doc_get_root(parsed.get()), "pid");
+    if (!yyjson_is_uint(number))
         return std::nullopt;
-    return static_cast<std::int32_t>(number);
+    const std::uint64_t process = yyjson_get_uint(number);
+    if (process == 0 || process > std::numeric_limits<std::int32_t>::max())
+        return std::nullopt;
+    return static_cast<std::int32_t>(process);
 }
 
 bool isMarkedRecording(const VideoProject& project)

@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <optional>
 #include <string_view>
-#include <vector>
 
 /// What a recording in progress leaves in its project's folder to be recognised by.
 namespace orvo::CaptureSession {
@@ -15,6 +14,9 @@ inline constexpr std::string_view fileName = "capture-session.json";
 
 /// The process that records into this project; nothing when the file is missing, malformed or names none.
 std::optional<std::int32_t> recordingProcess(const std::filesystem::path& projectFolder);
+
+/// The process that the text of such a file names, or nothing. A number that stands for more than one process names none.
+std::optional<std::int32_t> processIn(std::string_view session);
 
 /// Whether the project is marked as being recorded, whether or not it still is.
 bool isMarkedRecording(const VideoProject& project);

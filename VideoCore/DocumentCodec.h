@@ -31,6 +31,11 @@ std::string encodeDocument(const VideoProject& project);
 /// Throws `DocumentError`; there is no partial result.
 VideoProject decodeDocument(std::string document);
 
+/// Reads the JSON form of one pointer event, as it stands in a document and on a line of a pointer log.
+///
+/// Throws `DocumentError`.
+PointerEvent decodePointerEvent(std::string text);
+
 /// Reads many documents with the same working memory. One thread at a time.
 class DocumentDecoder {
 public:

@@ -248,36 +248,51 @@ DocumentDecoder::DocumentDecoder()
 
 DocumentDecoder::~DocumentDecoder() = default;
 
-VideoProject DocumentDecoder::decode(std::string& document)
+namespace {
+
+/// Reads one record from a text, which becomes working space.
+template <Record T> T decodeRecord(std::string& text, yyjson_alc* allocator, std::string_view what)
 {
-    const std::size_t length = document.size();
-    document.append(YYJSON_PADDING_SIZE, '\0');
+    const std::size_t length = text.size();
+    text.append(YYJSON_PADDING_SIZE, '\0');
 
     struct Free {
         void operator()(yyjson_doc* parsed) const { yyjson_doc_free(parsed); }
     };
     yyjson_read_err error{};
     const std::unique_ptr<yyjson_doc, Free> parsed(
-        yyjson_read_opts(document.data(), length, YYJSON_READ_INSITU, m_memory->allocator, &error));
+        yyjson_read_opts(text.data(), length, YYJSON_READ_INSITU, allocator, &error));
     if (!parsed) {
         if (error.code == YYJSON_READ_ERROR_MEMORY_ALLOCATION)
             throw std::bad_alloc();
-        throw DocumentError(std::format("El documento del proyecto está dañado: no es JSON válido (byte {}).", error.pos));
+        throw DocumentError(std::format("{} está dañado: no es JSON válido (byte {}).", what, error.pos));
     }
-    VideoProject project;
+    T record;
     try {
-        read(yyjson_doc_get_root(parsed.get()), project);
+        read(yyjson_doc_get_root(parsed.get()), record);
     } catch (const Mismatch& problem) {
         throw DocumentError(problem.path.empty()
-                ? std::format("El documento del proyecto está dañado: {}.", problem.reason)
-                : std::format("El documento del proyecto está dañado: «{}»: {}.", problem.path, problem.reason));
+                ? std::format("{} está dañado: {}.", what, problem.reason)
+                : std::format("{} está dañado: «{}»: {}.", what, problem.path, problem.reason));
     }
-    return project;
+    return record;
+}
+
+} // namespace
+
+VideoProject DocumentDecoder::decode(std::string& document)
+{
+    return decodeRecord<VideoProject>(document, m_memory->allocator, "El documento del proyecto");
 }
 
 VideoProject decodeDocument(std::string document)
 {
     return DocumentDecoder().decode(document);
+}
+
+PointerEvent decodePointerEvent(std::string text)
+{
+    return decodeRecord<PointerEvent>(text, nullptr, "El registro del puntero");
 }
 
 } // namespace orvo

@@ -61,6 +61,7 @@ std::unique_ptr<CLI::App> makeApplication(Session& session)
     addLibraryCommands(*app, session);
     addImportCommand(*app, session);
     addOpenCommand(*app, session);
+    addRecoverCommand(*app, session);
     addEditCommands(*app, session);
     addElementCommands(*app, session);
     addSetCommand(*app, session);

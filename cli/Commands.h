@@ -19,6 +19,7 @@ void addElementCommands(CLI::App& app, Session& session); ///< text, image, zoom
 void addSetCommand(CLI::App& app, Session& session);
 void addTranscriptCommands(CLI::App& app, Session& session); ///< words, subtitles
 void addSuggestionCommands(CLI::App& app, Session& session); ///< suggest, apply
+void addRecoverCommand(CLI::App& app, Session& session);
 void addExportCommand(CLI::App& app, Session& session);
 void addValidateCommand(CLI::App& app, Session& session);
 

@@ -1,5 +1,6 @@
 #include "cli/Library.h"
 
+#include "VideoCore/CaptureSession.h"
 #include "cli/Failures.h"
 #include "cli/Interruption.h"
 #include "cli/ProjectLock.h"
@@ -167,7 +168,7 @@ VideoProject Library::edit(std::string_view reference, const std::function<void(
 
 void Library::requireEditable(const VideoProject& project)
 {
-    if (project.state.starts_with(ProjectState::recording))
+    if (CaptureSession::isMarkedRecording(project))
         throw captureError("Termina esta grabación antes de editarla.");
 }
 

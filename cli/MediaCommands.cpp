@@ -1,6 +1,8 @@
 #include "Platform/FfprobeMediaProbe.h"
+#include "VideoCore/CaptureSession.h"
 #include "VideoMedia/ExportService.h"
 #include "VideoMedia/MovieImport.h"
+#include "VideoMedia/RecordingPreparation.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
@@ -127,6 +129,43 @@ void importMovie(Session& session, const ImportArguments& arguments)
                                fineLength(project.duration), project.width, project.height, project.id.text()));
 }
 
+struct RecoverArguments {
+    std::string project;
+};
+
+void recover(Session& session, const RecoverArguments& arguments)
+{
+    Library& library = session.library();
+    const auto& store = library.store();
+    const fs::path folder = store.directory(library.find(arguments.project));
+    const ProjectLock lock(folder);
+    VideoProject project = library.load(arguments.project);
+    if (CaptureSession::isMarkedRecording(project)
+        && CaptureSession::isAlive(CaptureSession::recordingProcess(folder), true))
+        throw captureError("Termina esta grabación antes de recuperarla.");
+    try {
+        const auto prepared =
+            runInterruptibly("Recuperando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
+                return RecordingPreparation::prepare(
+                    project, store, FfprobeMediaProbe(), RecordingPreparation::Which::all, progress, stop);
+            });
+        RecordingPreparation::apply(project, prepared);
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const std::exception& error) {
+        project.state = ProjectState::needsRecovery;
+        store.save(project);
+        throw captureError(RecordingPreparation::failureText(error));
+    }
+    project.updatedAt = now();
+    store.save(project);
+    RecordingPreparation::removeSessionMark(folder);
+    if (session.json())
+        return session.answer(
+            JsonValue::Object{{"id", project.id}, {"state", project.state}, {"duration", project.duration}});
+    session.print(std::format("Recuperado {}: {}.\n", inQuotes(shownTitle(project.title)), fineLength(project.duration)));
+}
+
 struct ExportArguments {
     std::string project;
     std::string file;
@@ -157,7 +196,7 @@ void exportProject(Session& session, const ExportArguments& arguments)
     const ExportSettings settings = settingsOf(arguments);
     Library& library = session.library();
     const VideoProject project = library.load(arguments.project);
-    if (project.state.starts_with(ProjectState::recording))
+    if (CaptureSession::isMarkedRecording(project))
         throw captureError("Termina esta grabación antes de exportarla.");
     const fs::path file = destination(arguments.file, library.store());
 
@@ -190,6 +229,15 @@ void addImportCommand(CLI::App& app, Session& session)
             command.option("--append", "ID", arguments.append, "Lo añade al final de este proyecto.");
         },
         importMovie);
+}
+
+void addRecoverCommand(CLI::App& app, Session& session)
+{
+    addCommand<RecoverArguments>(
+        app, session,
+        {"recover", "Biblioteca",
+            "Recupera una grabación interrumpida.\nPrepara de nuevo sus archivos; los originales se conservan."},
+        [](Command& command, RecoverArguments& arguments) { command.project(arguments.project); }, recover);
 }
 
 void addExportCommand(CLI::App& app, Session& session)

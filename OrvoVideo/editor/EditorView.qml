@@ -16,6 +16,11 @@ FocusScope {
     /// "text", "effects" or "share".
     property alias section: inspector.section
 
+    /// Gives the keyboard to the timeline, where every key of the editor works.
+    function takeKeyboard() {
+        timelineView.canvas.forceActiveFocus(Qt.OtherFocusReason)
+    }
+
     Keys.onPressed: event => event.accepted = editorCommands.press(event.key, event.modifiers)
 
     EditorCommands {

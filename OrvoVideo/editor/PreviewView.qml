@@ -132,6 +132,29 @@ ColumnLayout {
         }
     }
 
+    RowLayout {
+        objectName: "recovery"
+        Layout.fillWidth: true
+        visible: root.app.project.recoverable
+        spacing: Theme.space(3)
+
+        OIcon {
+            name: "life-buoy"
+            color: Theme.stateInk
+        }
+        OLabel {
+            Layout.fillWidth: true
+            wrapMode: Text.Wrap
+            text: "La grabación se interrumpió. Al recuperarla se preparan de nuevo sus archivos; los originales se conservan."
+        }
+        OButton {
+            objectName: "recover"
+            text: "Recuperar grabación"
+            prominent: true
+            enabled: !root.app.busy
+            onClicked: root.app.recover()
+        }
+    }
     Transport {
         Layout.fillWidth: true
         app: root.app

@@ -11,10 +11,15 @@ ColumnLayout {
     property bool libraryReachable: false
     property bool inspectorShown: true
 
+    /// A project that was opened has the keyboard.
+    readonly property string projectId: app.project.projectId
+
     signal libraryToggled()
     signal inspectorToggled()
 
     spacing: 0
+    onProjectIdChanged: editor.takeKeyboard()
+    Component.onCompleted: editor.takeKeyboard()
 
     RowLayout {
         Layout.fillWidth: true
@@ -96,6 +101,8 @@ ColumnLayout {
         color: Theme.line
     }
     EditorView {
+        id: editor
+
         Layout.fillWidth: true
         Layout.fillHeight: true
         Layout.margins: Theme.space(3)

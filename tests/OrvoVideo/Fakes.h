@@ -17,6 +17,7 @@ class FakePlayer final : public PreviewPlayer {
 public:
     std::vector<PreviewComposition> loads; ///< What it was asked to load.
     std::vector<double> seeks;
+    std::vector<double> expected; ///< Seeks it was told to expect.
     std::vector<std::pair<std::size_t, double>> volumes;
     bool holdsAnswers = false; ///< Loads are answered by `answer()` alone.
 
@@ -74,6 +75,7 @@ public:
         m_position = seconds;
     }
     double position() const override { return m_position; }
+    void expectSeek(double seconds) override { expected.push_back(seconds); }
     void setVolume(std::size_t index, double volume) override { volumes.emplace_back(index, volume); }
     QImage frame() const override { return {}; }
 

@@ -1,4 +1,5 @@
 #include "ModelFixture.h"
+#include "TestSupport/Media.h"
 #include "TestSupport/SmallDisk.h"
 
 #include <QProcess>
@@ -85,7 +86,6 @@ TEST_F(LibraryTests, MarksRecordingsThatWereCutOff)
         const char* expected;
     };
     const std::vector<Case> cases{
-        {"recording-tab", R"({"pid": )" + gone + "}", "recoverable-tab"},
         {"recording", R"({"pid": )" + gone + "}", "needs-recovery"},
         {"recording", "", "needs-recovery"},
         {"recording", "{", "needs-recovery"},
@@ -102,7 +102,6 @@ TEST_F(LibraryTests, MarksRecordingsThatWereCutOff)
         {"recording", R"({"pid": )" + std::to_string(::getpid()) + "}", "needs-recovery"},
         {"ready", "", "ready"},
         {"recoverable", "", "recoverable"},
-        {"processing-tab", "", "processing-tab"},
     };
     std::vector<VideoProject> projects;
     for (const auto& test : cases)
@@ -133,6 +132,63 @@ TEST_F(LibraryTests, ARecordingOfThisProcessIsAliveWhileItIsBusy)
     end.give(1);
     refresh();
     EXPECT_EQ(listedState(recording), "needs-recovery");
+}
+
+TEST_F(LibraryTests, PreparesWhatABrowserRecordedOnceAndByItself)
+{
+    auto good = VideoProject::make("good");
+    good.state = "processing-tab";
+    good.tracks = {track(TrackKind::screen, "media/screen.webm", 0, 1)};
+    add(good);
+    ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x36:rate=10:duration=1", "-c:v", "libvpx",
+        store.directory(good.id) / "media/screen.webm"});
+    auto bad = VideoProject::make("bad");
+    bad.state = "recording-tab"; // Whose process is gone.
+    bad.tracks = {track(TrackKind::screen, "media/screen.webm", 0, 1)};
+    add(bad);
+    start();
+    model->refreshLibrary();
+    ASSERT_TRUE(waitUntil([&] { return listedState(good) == "ready" && listedState(bad) == "needs-recovery"; }));
+    EXPECT_EQ(onDisk(good.id).tracks[0].file.substr(0, 22), "media/screen-prepared-");
+    EXPECT_EQ(onDisk(bad.id).state, "needs-recovery");
+    EXPECT_EQ(model->errorMessage(), "No se ha podido recuperar toda la grabación: Falta «media/screen.webm».");
+    const auto files = std::distance(fs::directory_iterator(store.directory(good.id) / "media"), fs::directory_iterator());
+    EXPECT_EQ(files, 2) << "prepared once";
+}
+
+TEST_F(LibraryTests, RecoversTheOpenRecording)
+{
+    auto recording = VideoProject::make("cut off");
+    recording.state = "needs-recovery";
+    recording.duration = 1;
+    recording.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 1)};
+    add(recording);
+    const auto file = store.directory(recording.id) / "media/screen.mov";
+    std::ofstream(store.directory(recording.id) / "capture-session.json") << "{}";
+    start();
+    select(recording);
+    EXPECT_EQ(model->preview(), AppModel::Preview::Failed);
+    EXPECT_TRUE(model->projectFacts().recoverable);
+    setTitle("edited meanwhile");
+
+    model->recover();
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_EQ(model->errorMessage(), "No se ha podido recuperar toda la grabación: Falta «media/screen.mov».");
+    EXPECT_EQ(model->status(), "No se ha completado la operación");
+    EXPECT_EQ(project().state, "needs-recovery");
+
+    makeVideo(file, "testsrc2=size=64x36:rate=10:duration=2");
+    model->recover();
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_EQ(model->status(), "Grabación preparada");
+    EXPECT_EQ(project().state, "ready");
+    EXPECT_EQ(project().title, "edited meanwhile");
+    EXPECT_NEAR(project().duration, 2, 0.05);
+    EXPECT_EQ(model->preview(), AppModel::Preview::Ready);
+    EXPECT_FALSE(model->canUndo()) << "the way back leads to files that cannot be played";
+    ASSERT_TRUE(saved());
+    EXPECT_EQ(onDisk().state, "ready");
+    EXPECT_FALSE(fs::exists(store.directory(recording.id) / "capture-session.json"));
 }
 
 TEST_F(LibraryTests, AMarkThatCannotBeWrittenIsNoError)

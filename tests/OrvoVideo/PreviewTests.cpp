@@ -178,8 +178,12 @@ TEST_F(PreviewTests, PlaybackJumpsOverCuts)
     openRecording(usual());
     model->setSelectedSpan({4, 6});
     model->cutSelection();
+    playTo(1.5);
+    EXPECT_THAT(player->expected, IsEmpty());
     playTo(3.98);
+    playTo(3.99);
     EXPECT_THAT(player->seeks, IsEmpty());
+    EXPECT_THAT(player->expected, ElementsAre(6)) << "told once, ahead of time";
     playTo(4.02);
     EXPECT_THAT(player->seeks, ElementsAre(6));
     EXPECT_EQ(model->playhead(), 6);

@@ -21,11 +21,14 @@ public:
     std::filesystem::path program() const { return m_folder / "bin/orvo"; }
 
     /// Puts a shell script in the place of "ffmpeg" or "ffprobe".
-    void addScript(const std::string& name, const std::string& body) const
+    void addScript(const std::string& name, const std::string& body) const { write(helpers() / name, body); }
+
+    /// Puts a shell script in the place of the application.
+    void addApplication(const std::string& body) const
     {
-        const auto file = helpers() / name;
-        std::ofstream(file) << "#!/bin/sh\n" << body << "\n";
-        std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+        const auto folder = m_folder / "OrvoVideo.app/Contents/MacOS";
+        std::filesystem::create_directories(folder);
+        write(folder / "OrvoVideo", body);
     }
 
     /// Whether a test can take `ffmpeg` away: another candidate on this machine would be found instead.
@@ -35,6 +38,12 @@ public:
     }
 
 private:
+    static void write(const std::filesystem::path& file, const std::string& body)
+    {
+        std::ofstream(file) << "#!/bin/sh\n" << body << "\n";
+        std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+    }
+
     std::filesystem::path helpers() const { return m_folder / "OrvoVideo.app/Contents/Helpers"; }
 
     TemporaryFolder m_folder;

@@ -1,0 +1,85 @@
+#include "OrvoVideo/AppModel.h"
+#include "VideoCore/Error.h"
+#include "VideoMedia/RecordingPreparation.h"
+
+#include <QScopeGuard>
+
+namespace orvo {
+
+void AppModel::recover()
+{
+    if (!m_project || isRecording())
+        return;
+    perform([this, project = *m_project](WorkControl control) -> QCoro::Task<> {
+        setStatus(QStringLiteral("Preparando la grabación…"));
+        co_await processTab(project, true, std::move(control));
+    });
+}
+
+QCoro::Task<> AppModel::processTab(VideoProject project, bool force, WorkControl control)
+{
+    const auto which = force ? RecordingPreparation::Which::all : RecordingPreparation::Which::needed;
+    std::optional<std::string> failure;
+    try {
+        const auto prepared = co_await m_workers.run(std::move(control),
+            [project, which, store = store(), probe = m_services.probe](
+                const std::stop_token& stop, const ProgressCallback& progress) {
+                return RecordingPreparation::prepare(project, store, *probe, which, progress, stop);
+            });
+        co_await changeProject(
+            project.id, [prepared](VideoProject& changed) { RecordingPreparation::apply(changed, prepared); }, Undo::none);
+        RecordingPreparation::removeSessionMark(store().directory(project.id));
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const std::exception& error) {
+        failure = RecordingPreparation::failureText(error);
+    }
+    if (failure) {
+        co_await changeProject(
+            project.id, [](VideoProject& changed) { changed.state = ProjectState::needsRecovery; }, Undo::none);
+        throw captureError(*failure);
+    }
+    setStatus(QStringLiteral("Grabación preparada"));
+}
+
+QCoro::Task<> AppModel::prepareListed(VideoProject project)
+{
+    m_processing.insert(project.id);
+    const auto done = qScopeGuard([this, id = project.id] { m_processing.erase(id); });
+    co_await processTab(project, false, {});
+    refreshLibrary();
+}
+
+QCoro::Task<> AppModel::changeProject(Uuid id, std::function<void(VideoProject&)> change, Undo undo)
+{
+    const auto isOpen = [&] { return m_project && m_project->id == id; };
+    std::optional<ProjectDocuments::Opened> closed;
+    if (!isOpen()) {
+        flushSave();
+        closed = co_await m_documents.open(id);
+        if (!closed)
+            throw captureError("El proyecto ya no se puede leer.");
+    }
+    if (!isOpen()) {
+        VideoProject& project = closed->unsavedEdits ? *closed->unsavedEdits : closed->project;
+        change(project);
+        m_documents.save(project, otherProject);
+        co_await m_documents.settled();
+        co_return;
+    }
+    // On what is there now: the project could be edited meanwhile.
+    VideoProject after = *m_project;
+    change(after);
+    if (undo == Undo::step)
+        m_history.record(*m_project, after, History::Trim::no);
+    else
+        m_history.clear();
+    setProject(std::move(after));
+    emit historyChanged();
+    noteEdit();
+    saveNow();
+    m_library.replace(*m_project);
+    co_await rebuildPreview();
+}
+
+} // namespace orvo

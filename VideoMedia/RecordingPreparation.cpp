@@ -1,0 +1,173 @@
+#include "VideoMedia/RecordingPreparation.h"
+
+#include "VideoCore/CaptureSession.h"
+#include "VideoCore/Error.h"
+#include "VideoCore/PointerLog.h"
+#include "VideoMedia/VideoEncoder.h"
+
+#include <algorithm>
+#include <format>
+
+namespace orvo::RecordingPreparation {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::int64_t pictureBitRate = 12'000'000;
+
+bool isSound(const MediaTrack& track)
+{
+    return track.kind == TrackKind::microphone || track.kind == TrackKind::system;
+}
+
+/// The new files of a preparation, gone again unless it came to its end.
+class NewFiles {
+public:
+    NewFiles() = default;
+    ~NewFiles()
+    {
+        std::error_code ignored;
+        for (const auto& file : m_files)
+            fs::remove(file, ignored);
+    }
+    NewFiles(const NewFiles&) = delete;
+    NewFiles& operator=(const NewFiles&) = delete;
+
+    void add(fs::path file) { m_files.push_back(std::move(file)); }
+    void keep() { m_files.clear(); }
+
+private:
+    std::vector<fs::path> m_files;
+};
+
+class Preparation {
+public:
+    Preparation(const VideoProject& project, const ProjectStore& store, const MediaProbe& probe, std::stop_token stop)
+        : m_project(project)
+        , m_store(store)
+        , m_probe(probe)
+        , m_stop(std::move(stop))
+        , m_ffmpeg(usableFfmpeg())
+    {
+    }
+
+    Prepared run(Which which, const ProgressCallback& progress)
+    {
+        Prepared prepared;
+        if (m_project.edit.events.empty())
+            prepared.events = PointerLog::read(m_store.directory(m_project.id));
+        double done = 0;
+        for (const auto& track : m_project.tracks) {
+            if (which == Which::all || needsConversion(track))
+                prepared.files[track.id] = converted(track);
+            if (progress)
+                progress(++done / static_cast<double>(m_project.tracks.size()));
+        }
+        m_made.keep();
+        return prepared;
+    }
+
+private:
+    static fs::path usableFfmpeg()
+    {
+        const auto program = ProcessRunner::ffmpeg();
+        if (!program)
+            throw captureError("Instala FFmpeg desde Ajustes para preparar la grabación.");
+        ProcessRunner::requireUsable(*program);
+        return *program;
+    }
+
+    bool needsConversion(const MediaTrack& track) const
+    {
+        const fs::path file = m_store.mediaURL(m_project, track.file);
+        if (file.extension() == ".webm")
+            return true;
+        try {
+            return !m_probe.facts(file, m_stop).duration;
+        } catch (const Cancelled&) {
+            throw;
+        } catch (const std::exception&) {
+            return true;
+        }
+    }
+
+    Prepared::File converted(const MediaTrack& track)
+    {
+        const fs::path source = m_store.mediaURL(m_project, track.file);
+        if (!fs::exists(source))
+            throw captureError(std::format("Falta «{}».", track.file));
+        Prepared::File result{.file = std::format("media/{}-prepared-{}{}", textOf(track.kind), Uuid::random().text(),
+                                  isSound(track) ? ".m4a" : ".mov")};
+        const fs::path target = m_store.mediaURL(m_project, result.file);
+        m_made.add(target);
+
+        std::vector<std::string> arguments{"-hide_banner", "-nostdin", "-y"};
+        const auto add = [&](std::vector<std::string> more) {
+            arguments.insert(arguments.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+        };
+        if (isSound(track)) {
+            add({"-i", source.string(), "-vn"});
+        } else {
+            const auto encoder = VideoEncoder::find(m_ffmpeg, m_stop);
+            add(encoder.device);
+            add({"-i", source.string()});
+            if (!encoder.upload.empty())
+                add({"-vf", encoder.upload});
+            add(encoder.arguments(pictureBitRate));
+        }
+        add({"-c:a", "aac", target.string()});
+        ProcessRunner::run(m_ffmpeg, arguments, {}, 0, m_stop);
+
+        // An input without a single frame makes a file that holds nothing.
+        const auto facts = m_probe.facts(target, m_stop);
+        if (!facts.duration || !(*facts.duration > 0))
+            throw captureError(std::format("«{}» no contiene nada que recuperar.", track.file));
+        result.duration = *facts.duration;
+        return result;
+    }
+
+    const VideoProject& m_project;
+    const ProjectStore& m_store;
+    const MediaProbe& m_probe;
+    std::stop_token m_stop;
+    fs::path m_ffmpeg;
+    NewFiles m_made;
+};
+
+} // namespace
+
+Prepared prepare(const VideoProject& project, const ProjectStore& store, const MediaProbe& probe, Which which,
+    const ProgressCallback& progress, const std::stop_token& stop)
+{
+    return Preparation(project, store, probe, stop).run(which, progress);
+}
+
+void apply(VideoProject& project, const Prepared& prepared)
+{
+    auto& tracks = project.tracks.edit();
+    for (auto& track : tracks) {
+        const auto found = prepared.files.find(track.id);
+        if (found == prepared.files.end())
+            continue;
+        track.file = found->second.file;
+        track.duration = std::max(track.duration, found->second.duration);
+        project.duration = std::max(project.duration, track.start + track.duration);
+    }
+    if (prepared.events && project.edit.events.empty())
+        project.edit.events = SharedList(*prepared.events);
+    project.state = ProjectState::ready;
+}
+
+void removeSessionMark(const fs::path& projectFolder)
+{
+    std::error_code ignored;
+    fs::remove(projectFolder / CaptureSession::fileName, ignored);
+}
+
+std::string failureText(const std::exception& error)
+{
+    return "No se ha podido recuperar toda la grabación: " + describe(error);
+}
+
+} // namespace orvo::RecordingPreparation

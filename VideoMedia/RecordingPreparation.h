@@ -1,0 +1,48 @@
+#pragma once
+
+#include "VideoCore/ProjectStore.h"
+#include "VideoMedia/MediaProbe.h"
+#include "VideoMedia/ProcessRunner.h"
+
+#include <exception>
+#include <map>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+/// Makes a recording that was interrupted, or that a browser wrote, into one that can be played, edited and exported.
+namespace orvo::RecordingPreparation {
+
+/// What becomes of a recording. The files lie in the project's folder and are not yet part of the project.
+struct Prepared {
+    struct File {
+        std::string file; ///< Relative to the project folder.
+        double duration = 0; ///< Seconds.
+    };
+
+    std::map<Uuid, File> files; ///< By track; those of the others stay as they are.
+    std::optional<std::vector<PointerEvent>> events; ///< Of the pointer log, for a project without events.
+};
+
+/// Which tracks are converted: those of a browser and those that cannot be read; or all of them.
+enum class Which : std::uint8_t { needed, all };
+
+/// Converts tracks to new files beside the old ones, which stay.
+///
+/// Blocks; `progress` receives the share of the tracks that are done. Throws `captureError` (no usable `ffmpeg`, a file that
+/// is missing or holds nothing to convert), file system errors unchanged, and `Cancelled`; the new files are gone then.
+Prepared prepare(const VideoProject& project, const ProjectStore& store, const MediaProbe& probe, Which which,
+    const ProgressCallback& progress = {}, const std::stop_token& stop = {});
+
+/// Makes the prepared files the tracks of the project, which is ready then. A track that turned out longer than the project
+/// knew, as after an interruption, has its whole length. Saves nothing.
+void apply(VideoProject& project, const Prepared& prepared);
+
+/// Removes what marks the project's folder as being recorded. Called when the prepared project is saved. Never fails.
+void removeSessionMark(const std::filesystem::path& projectFolder);
+
+/// The text for the user when `prepare` has thrown.
+std::string failureText(const std::exception& error);
+
+} // namespace orvo::RecordingPreparation

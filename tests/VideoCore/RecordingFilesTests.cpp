@@ -1,0 +1,74 @@
+#include "TestSupport/TemporaryFolder.h"
+#include "VideoCore/CaptureSession.h"
+#include "VideoCore/PointerLog.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+
+namespace orvo {
+namespace {
+
+using testing::IsEmpty;
+using testing::SizeIs;
+
+TEST(PointerLog, readsWhatIsWholeAndLeavesOutTheRest)
+{
+    const std::string event =
+        R"({"duration":2.5,"id":"00000000-0000-4000-8000-000000000001","kind":"click","scale":1.8,"time":1.25,"x":-0.1,"y":1})";
+    struct Case {
+        std::string log;
+        std::size_t events;
+    };
+    const Case cases[]{
+        {"", 0},
+        {"\n\n\n", 0},
+        {event, 1},
+        {event + "\n" + event + "\n", 2},
+        {event + "\r\n" + event, 2}, // White space to JSON.
+        {event + "\nnull\n[]\n{}\n" + event.substr(0, event.size() - 1) + "\n" + event + "\n", 2},
+        {event + event + "\n", 0},
+        {std::string("\0\xFF\n", 3) + event, 1},
+    };
+    for (const auto& test : cases)
+        EXPECT_THAT(PointerLog::eventsIn(test.log), SizeIs(test.events)) << test.log;
+    const auto read = PointerLog::eventsIn(event).at(0);
+    EXPECT_EQ(read.kind, PointerKind::click);
+    EXPECT_EQ(read.time, 1.25);
+    EXPECT_EQ(read.x, -0.1);
+    EXPECT_EQ(read.id.text(), "00000000-0000-4000-8000-000000000001");
+}
+
+TEST(PointerLog, isReadFromAProjectsFolder)
+{
+    const test::TemporaryFolder folder;
+    EXPECT_FALSE(PointerLog::read(folder.path()));
+    std::ofstream(folder / "pointer-events.jsonl") << "\n";
+    ASSERT_TRUE(PointerLog::read(folder.path()));
+    EXPECT_THAT(*PointerLog::read(folder.path()), IsEmpty());
+}
+
+TEST(CaptureSession, onlyOneProcessIsNamed)
+{
+    struct Case {
+        const char* session;
+        std::optional<std::int32_t> process;
+    };
+    const Case cases[]{
+        {R"({"pid": 4242, "more": [1]})", 4242},
+        {R"({"pid": 2147483647})", 2147483647},
+        {R"({"pid": 2147483648})", {}},
+        {R"({"pid": 0})", {}},
+        {R"({"pid": -1})", {}},
+        {R"({"pid": 1.5})", {}},
+        {R"({"pid": "4242"})", {}},
+        {R"({"process": 4242})", {}},
+        {R"([4242])", {}},
+        {R"({"pid": 42)", {}},
+        {"", {}},
+    };
+    for (const auto& test : cases)
+        EXPECT_EQ(CaptureSession::processIn(test.session), test.process) << test.session;
+}
+
+} // namespace
+} // namespace orvo

@@ -1,0 +1,147 @@
+#include "VideoMedia/RecordingPreparation.h"
+
+#include "Platform/FfprobeMediaProbe.h"
+#include "TestSupport/Media.h"
+#include "TestSupport/ProjectFixture.h"
+#include "VideoCore/Error.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::SizeIs;
+
+class RecordingPreparationTest : public ProjectFixture {
+protected:
+    RecordingPreparationTest()
+        : ProjectFixture("library", 2)
+    {
+        project.state = ProjectState::needsRecovery;
+    }
+
+    /// A movie in fragments, as a recorder writes it, cut off after `share` of its bytes.
+    static void makeInterrupted(const fs::path& file, const std::string& source, double share)
+    {
+        ffmpeg({"-f", "lavfi", "-i", source, "-c:v", "libx264", "-preset", "ultrafast", "-g", "10", "-bf", "0", "-movflags",
+            "frag_keyframe+empty_moov", "-f", "mov", file});
+        fs::resize_file(file, static_cast<std::uintmax_t>(static_cast<double>(fs::file_size(file)) * share));
+    }
+
+    static void makeBrowserFile(const fs::path& file, const std::vector<std::string>& arguments)
+    {
+        auto all = arguments;
+        all.insert(all.end(), {"-f", "webm", file});
+        ffmpeg(all);
+    }
+
+    RecordingPreparation::Prepared prepare(RecordingPreparation::Which which)
+    {
+        return RecordingPreparation::prepare(project, store, probeService, which, {}, stop.get_token());
+    }
+
+    std::vector<std::string> media() const
+    {
+        std::vector<std::string> names;
+        for (const auto& entry : fs::directory_iterator(store.directory(project.id) / "media"))
+            names.push_back(entry.path().filename());
+        return names;
+    }
+
+    FfprobeMediaProbe probeService;
+    std::stop_source stop;
+};
+
+TEST_F(RecordingPreparationTest, ABrowserRecordingBecomesOneThatCanBeEdited)
+{
+    makeBrowserFile(addTrack(TrackKind::screen, "screen.webm"),
+        {"-f", "lavfi", "-i", "testsrc2=size=320x180:rate=30:duration=2", "-c:v", "libvpx", "-deadline", "realtime"});
+    makeBrowserFile(addTrack(TrackKind::microphone, "microphone.webm"),
+        {"-f", "lavfi", "-i", "sine=frequency=440:duration=2", "-c:a", "libopus"});
+    makeSound(addTrack(TrackKind::system, "system.m4a"), "sine=frequency=880:duration=2");
+    std::ofstream log(store.directory(project.id) / "pointer-events.jsonl");
+    for (unsigned i = 0; i < 24; ++i) {
+        log << R"({"duration":2.5,"id":")" << fixedId(100 + i).text() << R"(","kind":"move","scale":1.8,"time":)" << i / 12.0
+            << R"(,"x":0.5,"y":0.25})" << "\n\n";
+    }
+    log << R"({"duration":2.5,"id":"0000)"; // Cut off.
+    log.close();
+    const auto before = project;
+
+    RecordingPreparation::apply(project, prepare(RecordingPreparation::Which::needed));
+
+    EXPECT_EQ(project.state, "ready");
+    ASSERT_THAT(project.edit.events, SizeIs(24));
+    EXPECT_NEAR(project.edit.events[23].time, 23 / 12.0, 1e-5);
+    EXPECT_THAT(project.tracks[0].file, MatchesRegex("media/screen-prepared-[0-9A-F-]{36}\\.mov"));
+    EXPECT_THAT(project.tracks[1].file, MatchesRegex("media/microphone-prepared-[0-9A-F-]{36}\\.m4a"));
+    EXPECT_EQ(project.tracks[2], before.tracks[2]) << "it can be read";
+    const auto picture = probe(store.mediaURL(project, project.tracks[0].file));
+    EXPECT_EQ(picture.videoCodec, "h264");
+    EXPECT_EQ(picture.frames, 60);
+    const auto sound = probe(store.mediaURL(project, project.tracks[1].file));
+    EXPECT_EQ(sound.audioCodec, "aac");
+    EXPECT_NEAR(sound.audioDuration, 2, 0.05);
+    for (const auto& track : before.tracks)
+        EXPECT_TRUE(fs::exists(store.mediaURL(before, track.file))) << "the original stays";
+
+    // What has events already keeps them.
+    project.edit.events = SharedList(std::vector{pointer(PointerKind::click, 1)});
+    RecordingPreparation::apply(project, prepare(RecordingPreparation::Which::needed));
+    EXPECT_THAT(project.edit.events, SizeIs(1));
+}
+
+TEST_F(RecordingPreparationTest, WhatAnInterruptionLeftIsRecoveredWhole)
+{
+    makeInterrupted(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=320x180:rate=30:duration=6", 0.8);
+    // The document was written two seconds before the interruption.
+    RecordingPreparation::apply(project, prepare(RecordingPreparation::Which::all));
+    EXPECT_THAT(project.tracks[0].file, HasSubstr("-prepared-"));
+    const auto recovered = probe(store.mediaURL(project, project.tracks[0].file));
+    EXPECT_GT(recovered.videoDuration, 3);
+    EXPECT_NEAR(project.tracks[0].duration, recovered.videoDuration, 0.05);
+    EXPECT_EQ(project.duration, project.tracks[0].duration);
+}
+
+TEST_F(RecordingPreparationTest, AFailureIsToldAndLeavesNothing)
+{
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=64x36:rate=10:duration=2");
+    const auto camera = addTrack(TrackKind::camera, "camera.mov");
+    struct Case {
+        const char* name;
+        std::function<void()> make;
+        const char* text;
+    };
+    const Case cases[]{
+        {"missing", [] {}, "Falta «media/camera.mov»."},
+        {"no media", [&] { std::ofstream(camera) << "texto"; }, "El proceso de vídeo falló: "},
+        {"nothing but a head", [&] { makeInterrupted(camera, "testsrc2=size=64x36:rate=10:duration=2", 0.05); }, ""},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.name);
+        test.make();
+        const auto before = media();
+        try {
+            prepare(RecordingPreparation::Which::all);
+            FAIL();
+        } catch (const Error& error) {
+            EXPECT_THAT(RecordingPreparation::failureText(error),
+                HasSubstr("No se ha podido recuperar toda la grabación: " + std::string(test.text)));
+        }
+        EXPECT_EQ(media(), before);
+    }
+    fs::remove(camera);
+    stop.request_stop();
+    EXPECT_THROW(prepare(RecordingPreparation::Which::all), Cancelled);
+    EXPECT_THAT(media(), SizeIs(1));
+}
+
+} // namespace
+
+} // namespace orvo::test
