@@ -142,6 +142,10 @@ TEST_F(WindowTests, ProjectsAreChosenWithThePointerAndTheKeyboard)
     click(QAccessible::ListItem, "Primera");
     ASSERT_TRUE(waitUntil([&] { return model->hasProject(); }));
     EXPECT_EQ(project().id, first.id);
+    model->update([](VideoProject& project) { project.duration = 3; });
+    model->setSelectedSpan({0, 1});
+    key(Qt::Key_X);
+    EXPECT_EQ(project().edit.cuts.size(), 1U) << "what was opened has the keyboard";
 
     auto* list = control(QAccessible::List, "Biblioteca");
     ASSERT_TRUE(list);

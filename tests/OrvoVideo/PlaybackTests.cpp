@@ -1,0 +1,69 @@
+#include "../Platform/CountedVideo.h"
+#include "ModelFixture.h"
+#include "Platform/FfprobeMediaProbe.h"
+#include "Platform/GstPreviewPlayer.h"
+
+#include <algorithm>
+#include <map>
+
+namespace orvo::test {
+namespace {
+
+constexpr int fps = 30;
+/// How long playback may be in a cut before the watcher sees it, and the picture it arrives with.
+constexpr int watcherStep = fps / 12 + 2;
+
+/// The model with the real player; its sound keeps time but goes nowhere.
+class PlaybackTests : public ModelFixture {
+protected:
+    void startWithPlayer()
+    {
+        const auto make = [] {
+            return std::make_unique<GstPreviewPlayer>(std::make_unique<FfprobeMediaProbe>(), "fakesink sync=true");
+        };
+        model = std::make_unique<TestModel>(AppServices{.store = std::make_unique<const ProjectStore>(store.root()),
+            .probe = std::make_shared<FfprobeMediaProbe>(),
+            .player = make(),
+            .cameraPlayer = make(),
+            .panels = std::make_unique<FakePanels>(),
+            .workspace = std::make_unique<FakeWorkspace>()});
+        ASSERT_TRUE(waitUntil([&] { return model->libraryListed(); }));
+    }
+};
+
+TEST_F(PlaybackTests, NoCutIsSeenLongerThanAStepOfTheWatcher)
+{
+    auto recording = VideoProject::make("counted");
+    recording.duration = 8;
+    recording.width = 320;
+    recording.height = 180;
+    recording.tracks = {track(TrackKind::screen, "media/screen.mp4", 0, 8)};
+    recording.edit.cuts = {{5, 6.2}, {1, 2}, {3, 3.4}, {3.3, 3.5}}; // In no order, two of them one over the other.
+    add(recording);
+    CountedVideo{.seconds = 8}.write(store.directory(recording.id) / "media/screen.mp4");
+    startWithPlayer();
+    select(recording);
+    ASSERT_EQ(model->preview(), AppModel::Preview::Ready);
+
+    std::vector<int> shown;
+    const auto* seen = model->player();
+    QObject::connect(seen, &PreviewPlayer::frameChanged, model.get(), [&] {
+        if (const auto number = pictureNumber(seen->frame()))
+            shown.push_back(*number);
+    });
+    model->play();
+    ASSERT_TRUE(waitUntil([&] { return model->playing(); }));
+    ASSERT_TRUE(waitUntil([&] { return !model->playing(); }));
+
+    EXPECT_TRUE(std::ranges::is_sorted(shown)) << "playback never goes back";
+    EXPECT_EQ(shown.back(), 8 * fps - 1) << "it comes to the end";
+    for (const TimeSpan cut : {TimeSpan{1, 2}, TimeSpan{3, 3.5}, TimeSpan{5, 6.2}}) {
+        const auto in = std::ranges::count_if(
+            shown, [&](int number) { return number >= cut.start * fps && number < cut.end * fps - 0.001; });
+        EXPECT_LE(in, watcherStep) << "cut at " << cut.start;
+        EXPECT_TRUE(std::ranges::contains(shown, std::lround(cut.end * fps))) << "what follows the cut at " << cut.start;
+    }
+}
+
+} // namespace
+} // namespace orvo::test

@@ -1,0 +1,102 @@
+#include "Desktop.h"
+#include "TestSupport/Media.h"
+#include "TestSupport/Projects.h"
+#include "VideoCore/ProjectStore.h"
+
+#include <cmath>
+#include <gmock/gmock.h>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class ApplicationTests : public testing::Test {
+protected:
+    ApplicationTests()
+    {
+        project.title = "Clase de prueba";
+        project.duration = 6;
+        project.width = 320;
+        project.height = 180;
+        project.tracks = {track(TrackKind::screen, "media/screen.mp4", 0, 6)};
+        store.create(project);
+        ffmpeg(
+            {"-f", "lavfi", "-i", "testsrc2=size=320x180:rate=30:duration=6", "-f", "lavfi", "-i", "sine=duration=6", "-c:v",
+                "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", store.directory(project.id) / "media/screen.mp4"});
+    }
+
+    void TearDown() override
+    {
+        if (const char* pictures = std::getenv("ORVO_TEST_PICTURES"))
+            desktop.photograph(
+                fs::path(pictures) / (testing::UnitTest::GetInstance()->current_test_info()->name() + std::string(".png")));
+    }
+
+    EditState edit() const { return store.load(project.id).edit; }
+    QString id() const { return QString::fromStdString(project.id.text()); }
+
+    /// Whether the document soon has exactly these cuts.
+    bool hasCuts(const std::vector<TimeSpan>& cuts) const
+    {
+        return holdsSoon([&] { return edit().cuts.items() == cuts; });
+    }
+
+    TemporaryFolder folder;
+    ProjectStore store{folder / "library"};
+    VideoProject project = emptyProject(6);
+    Desktop desktop;
+};
+
+TEST_F(ApplicationTests, ALessonIsCutAndExportedWithTheKeyboardAlone)
+{
+    ASSERT_TRUE(desktop.startApplication(store.root(), {id()}));
+    ASSERT_TRUE(desktop.focusWindow("Clase de prueba"));
+    desktop.press({"Home", "i", "shift+Right", "o", "Delete"});
+    ASSERT_TRUE(hasCuts({{0, 1}}));
+    desktop.press({"ctrl+z"});
+    ASSERT_TRUE(hasCuts({}));
+    desktop.press({"ctrl+shift+z"});
+    ASSERT_TRUE(hasCuts({{0, 1}}));
+    desktop.press({"z"});
+    ASSERT_TRUE(holdsSoon([&] { return edit().events.size() == 1; }));
+
+    desktop.press({"ctrl+e"});
+    ASSERT_TRUE(desktop.focusWindow("Exportar vídeo"));
+    const auto file = folder / "salida.mp4";
+    desktop.press({"ctrl+a"});
+    desktop.type(QString::fromStdString(file.string()));
+    desktop.press({"Return"});
+    ASSERT_TRUE(holdsSoon([&] { return fs::exists(folder / "salida.srt"); }));
+    EXPECT_NEAR(probe(file).videoDuration, 5, 0.04);
+
+    ASSERT_TRUE(desktop.focusWindow("Clase de prueba"));
+    desktop.press({"ctrl+q"});
+    EXPECT_EQ(desktop.applicationEnd(), 0);
+    EXPECT_EQ(edit().cuts.size(), 1U);
+}
+
+TEST_F(ApplicationTests, TheTimelineIsEditedWithThePointerAndNothingIsLostWhenItIsKilled)
+{
+    ASSERT_TRUE(desktop.startApplication(store.root(), {id()}));
+    ASSERT_TRUE(desktop.focusWindow("Clase de prueba"));
+    desktop.drag(500, 650, 700, 650);
+    desktop.press({"x"});
+    ASSERT_TRUE(holdsSoon([&] { return !edit().cuts.empty(); }));
+    const auto cut = edit().cuts[0];
+    EXPECT_GT(cut.start, 0.2);
+    EXPECT_LT(cut.end, 5.8);
+    EXPECT_GT(cut.duration(), 0.5);
+    desktop.killApplication();
+
+    ASSERT_TRUE(desktop.startApplication(store.root(), {id()}));
+    ASSERT_TRUE(desktop.focusWindow("Clase de prueba"));
+    EXPECT_EQ(edit().cuts.items(), std::vector{cut});
+    desktop.press({"ctrl+q"});
+    EXPECT_EQ(desktop.applicationEnd(), 0);
+}
+
+} // namespace
+
+} // namespace orvo::test

@@ -1,0 +1,120 @@
+#include "Desktop.h"
+
+#include <QThread>
+#include <stdexcept>
+
+namespace orvo::test {
+
+bool holdsSoon(const std::function<bool()>& condition)
+{
+    for (int i = 0; i < 3000; ++i) {
+        if (condition())
+            return true;
+        QThread::msleep(20);
+    }
+    return false;
+}
+
+Desktop::Desktop()
+{
+    m_display.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp", "-noreset"});
+    QByteArray number;
+    while (!number.endsWith('\n')) {
+        if (!m_display.waitForReadyRead(30'000))
+            throw std::runtime_error("there is no display");
+        number += m_display.readAllStandardOutput();
+    }
+    m_name = ":" + QString::fromLatin1(number.trimmed());
+}
+
+Desktop::~Desktop()
+{
+    killApplication();
+    m_display.terminate();
+    m_display.waitForFinished();
+}
+
+QProcessEnvironment Desktop::environment() const
+{
+    auto variables = QProcessEnvironment::systemEnvironment();
+    const auto home = QString::fromStdString(m_home.path().string());
+    variables.insert("DISPLAY", m_name);
+    variables.insert("HOME", home);
+    variables.insert("XDG_CACHE_HOME", home + "/cache");
+    variables.insert("XDG_CONFIG_HOME", home + "/config");
+    variables.insert("QT_QPA_PLATFORM", "xcb");
+    variables.remove("WAYLAND_DISPLAY");
+    // Otherwise the panels of a desktop would be asked for, on a bus that may be there.
+    variables.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + home + "/no-bus");
+    return variables;
+}
+
+bool Desktop::startApplication(const std::filesystem::path& library, const QStringList& arguments)
+{
+    auto variables = environment();
+    variables.insert("ORVO_LIBRARY", QString::fromStdString(library.string()));
+    m_application.setProcessEnvironment(variables);
+    m_application.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_application.start(ORVO_APPLICATION, arguments);
+    return m_application.waitForStarted() && focusWindow("Orvo Video");
+}
+
+bool Desktop::focusWindow(const QString& title)
+{
+    return xdotool({"search", "--sync", "--onlyvisible", "--name", title, "windowfocus", "--sync", "%@"});
+}
+
+void Desktop::press(const QStringList& keys)
+{
+    xdotool(QStringList{"key", "--delay", "30"} + keys);
+}
+
+void Desktop::type(const QString& text)
+{
+    xdotool({"type", "--delay", "20", text});
+}
+
+void Desktop::click(int x, int y)
+{
+    xdotool({"mousemove", QString::number(x), QString::number(y), "sleep", "0.1", "click", "1"});
+}
+
+void Desktop::drag(int fromX, int fromY, int toX, int toY)
+{
+    QStringList words{"mousemove", QString::number(fromX), QString::number(fromY), "sleep", "0.1", "mousedown", "1"};
+    for (int i = 1; i <= 10; ++i) {
+        words << "mousemove" << QString::number(fromX + (toX - fromX) * i / 10)
+              << QString::number(fromY + (toY - fromY) * i / 10) << "sleep" << "0.02";
+    }
+    xdotool(words << "mouseup" << "1");
+}
+
+int Desktop::applicationEnd()
+{
+    return m_application.waitForFinished(60'000) && m_application.exitStatus() == QProcess::NormalExit
+        ? m_application.exitCode()
+        : -1;
+}
+
+void Desktop::killApplication()
+{
+    m_application.kill();
+    m_application.waitForFinished();
+}
+
+void Desktop::photograph(const std::filesystem::path& file)
+{
+    QProcess::execute("ffmpeg",
+        {"-v", "error", "-y", "-f", "x11grab", "-video_size", "1280x800", "-i", m_name, "-frames:v", "1",
+            QString::fromStdString(file.string())});
+}
+
+bool Desktop::xdotool(const QStringList& arguments, int limit)
+{
+    QProcess process;
+    process.setProcessEnvironment(environment());
+    process.start("xdotool", arguments);
+    return process.waitForFinished(limit) && process.exitCode() == 0;
+}
+
+} // namespace orvo::test
