@@ -8,8 +8,9 @@ from orvobench.table import Row
 UNITS = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}  # In milliseconds.
 
 
-def rows(programs, runs, quick):
+def rows(programs, runs, quick, say):
     """Every function is run `runs` times, in an order that changes."""
+    say("documents, library and timeline")
     words = [programs / "bench_core", f"--benchmark_repetitions={runs}", "--benchmark_enable_random_interleaving=true",
              f"--benchmark_min_time={0.05 if quick else 0.5}s", "--benchmark_format=json"]
     output = subprocess.run(words, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout

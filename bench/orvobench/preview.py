@@ -1,75 +1,64 @@
-#!/usr/bin/env python3
-"""Measures the live preview beside mpv on one recording, seek by seek in turn: bench/seek/run [--seeks N] [--program FILE]"""
+"""The live preview beside mpv on one recording, seek by seek in turn."""
 
-import argparse
 import json
 import random
 import socket
 import subprocess
-import sys
 import tempfile
 import time
-from pathlib import Path
 from statistics import median
 
-ROOT = Path(__file__).resolve().parent.parent.parent
-LENGTH = 120
+from orvobench.table import Row
+
+LENGTH = 120  # Seconds.
 
 
-def main():
-    options = argparse.ArgumentParser(description=__doc__)
-    options.add_argument("--seeks", type=int, default=100)
-    options.add_argument("--program", type=Path, default=ROOT / "build/bench/bin/bench_preview")
-    options.add_argument("--media", type=Path, default=ROOT / "build/bench-media")
-    chosen = options.parse_args()
-
-    screen, microphone, system = media(chosen.media)
-    rows = []
-    with Preview(chosen.program) as preview, Mpv(screen, microphone) as mpv:
-        first = preview.ask(f"load 30 1920 1080 {screen} {microphone} {system}")
-        rows.append(("first picture", f"{first[0]:.0f} ms", "", "", ""))
+def rows(programs, cache, seeks, say):
+    say("the preview beside mpv")
+    screen, microphone, system = media(cache, say)
+    with Preview(programs / "bench_preview") as preview, Mpv(screen, microphone) as mpv:
+        preview.ask(f"load 30 1920 1080 {screen} {microphone} {system}")
         order = random.Random(3)
-        targets = [order.randrange(LENGTH * 30 - 30) / 30 for _ in range(chosen.seeks)]
+        targets = [order.randrange(LENGTH * 30 - 30) / 30 for _ in range(seeks)]
         ours, peers = [], []
         for target in targets:
             ours += preview.ask(f"seek {target}")
             peers.append(mpv.seek(target))
-        rows.append(ratio("exact seek, median", median(ours), median(peers), 1.2))
-        rows.append(ratio("exact seek, 95th percentile", percentile(ours), percentile(peers), 1.2))
+        result = [
+            Row("exact seek, median", "ms", [median(ours)], [median(peers)], "mpv", at_most=1.2),
+            Row("exact seek, 95th percentile", "ms", [percentile(ours)], [percentile(peers)], "mpv", at_most=1.2),
+        ]
         for what, start, end in (("slowly forwards", 10, 20), ("slowly backwards", 50, 40), ("fast forwards", 5, 105),
                                  ("fast backwards", 115, 15)):
-            rate = preview.ask(f"scrub {start} {end} 4")[0]
-            rows.append((f"scrubbing {what}", f"{rate:.0f} pictures/s", "", "≥ 10", verdict(rate >= 10)))
+            result.append(Row(f"scrubbing {what}", "pictures/s", preview.ask(f"scrub {start} {end} 4"), at_least=10))
         preview.ask("display 800 450")
         preview.ask("seek 30")
         shown, due = preview.ask("play 8")
-        dropped = max(1 - shown / due, 0) * 100
-        rows.append(("dropped in playback, shown at 800×450", f"{dropped:.1f} %", "", "≤ 2 %", verdict(dropped <= 2)))
-        jumps = {}
-        for expected in (0, 1):
+        result.append(Row("playback at 800×450: frames dropped", "%", [max(1 - shown / due, 0) * 100], limit=2))
+        for text, expected in (("announced as a cut is", 1), ("not announced", 0)):
             preview.ask("seek 3")
-            jumps[expected] = [preview.ask(f"jump {target} {expected}")[0] for target in targets[:15]]
-        rows.append(limit("jump over a cut, announced, 95th percentile", percentile(jumps[1]), 150))
-        rows.append(limit("jump over a cut, median", median(jumps[0]), 150))
-    show(rows)
+            jumps = [preview.ask(f"jump {target} {expected}")[0] for target in targets[:15]]
+            result.append(Row(f"jump while playing, {text}: 95th percentile", "ms", [percentile(jumps)],
+                              limit=150 if expected else None))
+    return result
 
 
-def media(folder):
+def media(folder, say):
     """A busy screen with a key frame every two seconds, and two sound tracks."""
     folder.mkdir(parents=True, exist_ok=True)
     screen, microphone, system = (folder / name for name in ("seek-screen.mov", "seek-microphone.m4a", "seek-system.m4a"))
     picture = f"testsrc2=size=1920x1080:rate=30:duration={LENGTH},noise=alls=6:allf=t,format=yuv420p"
-    make(screen, ["-f", "lavfi", "-i", picture, "-c:v", "libx264", "-preset", "veryfast", "-b:v", "6M", "-g", "60",
+    make(say, screen, ["-f", "lavfi", "-i", picture, "-c:v", "libx264", "-preset", "veryfast", "-b:v", "6M", "-g", "60",
                   "-keyint_min", "60", "-sc_threshold", "0"])
-    make(microphone, ["-f", "lavfi", "-i", f"sine=440:duration={LENGTH}", "-c:a", "aac"])
-    make(system, ["-f", "lavfi", "-i", f"sine=660:duration={LENGTH}", "-ac", "2", "-c:a", "aac"])
+    make(say, microphone, ["-f", "lavfi", "-i", f"sine=440:duration={LENGTH}", "-c:a", "aac"])
+    make(say, system, ["-f", "lavfi", "-i", f"sine=660:duration={LENGTH}", "-ac", "2", "-c:a", "aac"])
     return screen, microphone, system
 
 
-def make(file, arguments):
+def make(say, file, arguments):
     if file.exists():
         return
-    print(f"bench: making {file.name}", file=sys.stderr, flush=True)
+    say(f"making {file.name}")
     part = file.with_name("part-" + file.name)
     subprocess.run(["ffmpeg", "-hide_banner", "-loglevel", "error", "-nostdin", "-y", *arguments, part], check=True)
     part.rename(file)
@@ -134,28 +123,3 @@ class Mpv:
 
 def percentile(values, part=0.95):
     return sorted(values)[min(int(len(values) * part), len(values) - 1)]
-
-
-def verdict(met):
-    return "met" if met else "MISSED"
-
-
-def ratio(what, ours, peer, most):
-    return (what, f"{ours:.0f} ms", f"{peer:.0f} ms (mpv)", f"{ours / peer:.2f}, ≤ {most} ×", verdict(ours / peer <= most))
-
-
-def limit(what, ours, most):
-    return (what, f"{ours:.0f} ms", "", f"≤ {most} ms", verdict(ours <= most))
-
-
-def show(rows):
-    lines = [("what", "ours", "peer", "target", "verdict"), *rows]
-    widths = [max(len(line[column]) for line in lines) for column in range(5)]
-    for number, line in enumerate(lines):
-        print("  ".join(text.ljust(width) for text, width in zip(line, widths)).rstrip())
-        if number == 0:
-            print("  ".join("─" * width for width in widths))
-
-
-if __name__ == "__main__":
-    main()

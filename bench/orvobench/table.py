@@ -15,7 +15,8 @@ class Row:
     peers: list = field(default_factory=list)  # The peer's runs, in the same order.
     peer: str = ""
     at_most: float | None = None  # Target of the ratio of ours to the peer's.
-    limit: float | None = None  # Target of our own value.
+    limit: float | None = None  # Targets of our own value: at most, and at least.
+    at_least: float | None = None
 
     def ratio(self):
         if not self.peers:
@@ -27,12 +28,16 @@ class Row:
     def met(self):
         if self.at_most is not None:
             return self.ratio() <= self.at_most
-        return median(self.ours) <= self.limit if self.limit is not None else None
+        if self.limit is not None:
+            return median(self.ours) <= self.limit
+        return median(self.ours) >= self.at_least if self.at_least is not None else None
 
     def target(self):
         if self.at_most is not None:
             return f"≤ {self.at_most:.3g} ×"
-        return f"≤ {self.limit:g} {self.unit}" if self.limit is not None else ""
+        if self.limit is not None:
+            return f"≤ {self.limit:g} {self.unit}"
+        return f"≥ {self.at_least:g} {self.unit}" if self.at_least is not None else ""
 
     def record(self):
         return {"what": self.what, "unit": self.unit, "ours": median(self.ours), "runs": self.ours, "peer": self.peer,
