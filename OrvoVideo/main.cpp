@@ -85,6 +85,7 @@ int main(int argc, char** argv)
     QApplication::setApplicationDisplayName(QStringLiteral("Orvo Video"));
     QApplication::setDesktopFileName(QStringLiteral("es.orvo.video"));
     QQuickStyle::setStyle(QStringLiteral("Basic"));
+    orvo::MainWindow::chooseRenderer();
     speakSpanish(application);
     try {
         return runApplication(QApplication::arguments().mid(1));

@@ -93,12 +93,13 @@ public:
     {
         if (!std::isfinite(value))
             throw DocumentError("No se puede guardar el proyecto: contiene un número que no es finito.");
-        // Most numbers of a pointer log are 0 or 1: small whole ones need no search for their shortest digits.
-        if (std::abs(value) <= 10'000) {
-            const auto whole = static_cast<std::int64_t>(value);
-            if (static_cast<double>(whole) == value && (whole != 0 || !std::signbit(value))) {
-                writeNumber(whole);
-                m_out.put(".0");
+        // Many numbers are whole, or have one decimal as the defaults do: such need no search for their shortest digits.
+        if (value >= 0 && value <= 10'000 && !std::signbit(value)) {
+            const auto tenths = static_cast<std::int64_t>(value * 10 + 0.5);
+            if (static_cast<double>(tenths) / 10 == value) {
+                writeNumber(tenths / 10);
+                m_out.put('.');
+                m_out.put(static_cast<char>('0' + tenths % 10));
                 return;
             }
         }

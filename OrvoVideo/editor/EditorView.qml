@@ -18,7 +18,8 @@ FocusScope {
 
     /// Gives the keyboard to the timeline, where every key of the editor works.
     function takeKeyboard() {
-        timelineView.canvas.forceActiveFocus(Qt.OtherFocusReason)
+        if (visible)
+            timelineView.canvas.forceActiveFocus(Qt.OtherFocusReason)
     }
 
     Keys.onPressed: event => event.accepted = editorCommands.press(event.key, event.modifiers)

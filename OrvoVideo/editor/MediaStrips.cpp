@@ -12,7 +12,9 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <algorithm>
+#include <condition_variable>
 #include <cstdio>
+#include <mutex>
 #include <utility>
 
 namespace orvo {
@@ -69,6 +71,19 @@ void limitCache()
     }
 }
 
+/// What was opened is shown and can be played before the media are read: they would take the processors from it.
+constexpr std::chrono::milliseconds headStart(700);
+
+void waitUntil(std::chrono::steady_clock::time_point time, const std::stop_token& stop)
+{
+    std::mutex mutex;
+    std::unique_lock lock(mutex);
+    std::condition_variable_any never;
+    never.wait_until(lock, stop, time, [] { return false; });
+    if (stop.stop_requested())
+        throw Cancelled();
+}
+
 } // namespace
 
 MediaStrips::MediaStrips(QObject* parent)
@@ -97,6 +112,7 @@ void MediaStrips::setSources(std::vector<Source> sources)
     m_unreadable.clear();
     m_wanted.clear();
     m_cancelled = false;
+    m_readFrom = Clock::now() + headStart;
     resume();
     emit changed();
 }
@@ -151,8 +167,8 @@ QCoro::Task<> MediaStrips::readWaveforms()
             bool silent = false;
             try {
                 auto peaks = co_await m_workers.run(
-                    control, [source](const std::stop_token& token, const ProgressCallback& progress) {
-                        return readPeaks(source, token, progress);
+                    control, [source, from = m_readFrom](const std::stop_token& token, const ProgressCallback& progress) {
+                        return readPeaks(source, from, token, progress);
                     });
                 if (stop.stop_requested())
                     co_return;
@@ -175,7 +191,8 @@ QCoro::Task<> MediaStrips::readWaveforms()
         setPreparing(false);
 }
 
-WaveformPeaks MediaStrips::readPeaks(const Source& source, const std::stop_token& stop, const ProgressCallback& progress)
+WaveformPeaks MediaStrips::readPeaks(
+    const Source& source, Clock::time_point from, const std::stop_token& stop, const ProgressCallback& progress)
 {
     const QString kept = cacheFolder().filePath(cacheName(source.file) + QStringLiteral(".peaks"));
     QFile cache(kept);
@@ -184,6 +201,7 @@ WaveformPeaks MediaStrips::readPeaks(const Source& source, const std::stop_token
         if (auto peaks = WaveformPeaks::decoded({bytes.constData(), static_cast<std::size_t>(bytes.size())}))
             return std::move(*peaks);
     }
+    waitUntil(from, stop);
     const QTemporaryDir folder(cacheFolder().filePath(QStringLiteral("reading-XXXXXX")));
     const QString raw = folder.filePath(QStringLiteral("sound.s16"));
     // The sound as the picture's clock has it: late beginnings and gaps are filled with silence.
@@ -239,7 +257,8 @@ QCoro::Task<> MediaStrips::readPictures()
                 continue;
             QImage image;
             try {
-                image = co_await m_workers.run([key](const std::stop_token& stop) { return readPicture(key, stop); });
+                image = co_await m_workers.run(
+                    [key, from = m_readFrom](const std::stop_token& stop) { return readPicture(key, from, stop); });
             } catch (const Cancelled&) {
                 throw;
             } catch (const std::exception&) {
@@ -258,11 +277,12 @@ QCoro::Task<> MediaStrips::readPictures()
     m_readingPictures = false;
 }
 
-QImage MediaStrips::readPicture(const PictureKey& key, const std::stop_token& stop)
+QImage MediaStrips::readPicture(const PictureKey& key, Clock::time_point from, const std::stop_token& stop)
 {
     const QString kept = cacheFolder().filePath(QStringLiteral("%1-%2.jpg").arg(cacheName(key.file)).arg(key.time));
     if (QImage image(kept); !image.isNull())
         return image;
+    waitUntil(from, stop);
     const QTemporaryDir folder(cacheFolder().filePath(QStringLiteral("reading-XXXXXX")));
     const QString made = folder.filePath(QStringLiteral("picture.jpg"));
     ProcessRunner::run(requireFfmpeg(),

@@ -8,6 +8,7 @@
 #include <QImage>
 #include <QObject>
 #include <QSet>
+#include <chrono>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -75,11 +76,14 @@ signals:
 private:
     QCoro::Task<> readWaveforms();
     QCoro::Task<> readPictures();
-    static WaveformPeaks readPeaks(const Source& source, const std::stop_token& stop, const ProgressCallback& progress);
-    static QImage readPicture(const PictureKey& key, const std::stop_token& stop);
+    using Clock = std::chrono::steady_clock;
+    static WaveformPeaks readPeaks(
+        const Source& source, Clock::time_point from, const std::stop_token& stop, const ProgressCallback& progress);
+    static QImage readPicture(const PictureKey& key, Clock::time_point from, const std::stop_token& stop);
     void setPreparing(bool preparing);
 
     std::vector<Source> m_sources;
+    Clock::time_point m_readFrom; ///< Nothing that is not kept is read before.
     std::map<std::filesystem::path, WaveformPeaks> m_peaks;
     std::set<std::filesystem::path> m_silent; ///< Files that have no sound to show.
     std::stop_source m_waveformStop;

@@ -33,6 +33,13 @@ MainWindow::MainWindow(AppModel& model, QObject* parent)
 
 MainWindow::~MainWindow() = default;
 
+void MainWindow::chooseRenderer()
+{
+    const bool isChosen = qEnvironmentVariableIsSet("QT_QUICK_BACKEND") || qEnvironmentVariableIsSet("QSG_RHI_BACKEND");
+    if (!isChosen && !QFileInfo::exists(QStringLiteral("/dev/dri")))
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+}
+
 void MainWindow::bringToFront(const QString& activationToken)
 {
     if (!activationToken.isEmpty())

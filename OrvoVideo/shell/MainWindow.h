@@ -17,6 +17,10 @@ public:
     explicit MainWindow(AppModel& model, QObject* parent = nullptr);
     ~MainWindow() override;
 
+    /// Decides how windows are drawn; called before the first is made. Without a graphics card the processor draws them at
+    /// once, which is faster than its imitation of a card. Qt's own variables have the last word.
+    static void chooseRenderer();
+
     QQuickWindow& window() const { return *m_window; }
 
     /// Brings the window to the front. `activationToken` is what the desktop gave for that, or empty.

@@ -18,8 +18,9 @@ ColumnLayout {
     signal inspectorToggled()
 
     spacing: 0
-    onProjectIdChanged: editor.takeKeyboard()
-    Component.onCompleted: editor.takeKeyboard()
+    onVisibleChanged: Qt.callLater(editor.takeKeyboard)
+    onProjectIdChanged: Qt.callLater(editor.takeKeyboard)
+    Component.onCompleted: Qt.callLater(editor.takeKeyboard)
 
     RowLayout {
         Layout.fillWidth: true

@@ -19,6 +19,9 @@ constexpr double decodedWithStepBack = 0.5;
 
 constexpr double everAfter = 1e9;
 
+/// What times lose on their way through the units of files and decoders.
+constexpr double rounding = 1e-6;
+
 /// What recent pictures may take: of 1080p, 16 of them.
 constexpr std::size_t recentBytes = 48U << 20;
 
@@ -43,6 +46,7 @@ void VideoSource::seek(double seconds, MediaReader::Seek mode)
     m_prepared.reset();
     m_wanted.reset();
     m_hasHoles = false;
+    m_isCutShort = false;
 }
 
 MediaSample VideoSource::advance(const std::stop_token& stop)
@@ -55,7 +59,7 @@ MediaSample VideoSource::advance(const std::stop_token& stop)
     m_position = sample.end;
     if (!m_recent.empty())
         m_recent.back().end = std::min(m_recent.back().end, sample.start);
-    if (sample.end > sample.start)
+    if (sample.end > sample.start && !std::exchange(m_isCutShort, false))
         m_shortest = std::min(m_shortest, sample.end - sample.start);
     m_last = sample;
     remember(sample);
@@ -72,8 +76,8 @@ void VideoSource::remember(const MediaSample& sample)
 const MediaSample* VideoSource::remembered(double seconds) const
 {
     // Pictures may have been left out between two of them, so only the span that a picture tells of itself counts.
-    const auto found = std::ranges::find_if(
-        m_recent, [seconds](const MediaSample& sample) { return sample.start <= seconds && seconds < sample.end; });
+    const auto found = std::ranges::find_if(m_recent,
+        [seconds](const MediaSample& sample) { return sample.start <= seconds + rounding && seconds < sample.end; });
     if (found == m_recent.end())
         return nullptr;
     const bool isLast = std::next(found) == m_recent.end();
@@ -97,6 +101,7 @@ void VideoSource::prepare(double seconds)
     seek(target, MediaReader::Seek::Exact);
     m_position = target;
     m_prepared = target;
+    m_isCutShort = true;
 }
 
 VideoSource::Picture VideoSource::pictureAt(double seconds, Want want, const std::stop_token& stop, const GiveUp& giveUp)
@@ -129,7 +134,7 @@ VideoSource::Picture VideoSource::pictureAt(double seconds, Want want, const std
     MediaSample before = decodesOn ? m_last : MediaSample{};
     while (true) {
         MediaSample sample = advance(stop);
-        if (!sample || sample.start > seconds) {
+        if (!sample || sample.start > seconds + rounding) {
             if (!before && start > 0) {
                 start = std::max(start - further, 0.0);
                 further *= 4;

@@ -66,6 +66,7 @@ private:
     double m_shortest = 1e9; ///< Seconds that the shortest picture says it lasts.
     std::optional<double> m_wanted; ///< A preparation that has not begun.
     std::optional<double> m_prepared;
+    bool m_isCutShort = false; ///< The next picture begins at the prepared time, not at its own.
     bool m_hasHoles = false; ///< Pictures were left out in a hurry since the last seek.
 };
 

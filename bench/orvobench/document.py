@@ -62,7 +62,7 @@ def document(material, edit):
     events.sort(key=lambda e: e["time"])
 
     overlays = [{
-        "id": identifier(), "kind": "text", "content": SENTENCES[number][:40], "width": 0.3,
+        "id": identifier(), "kind": "text", "content": SENTENCES[number % len(SENTENCES)][:40], "width": 0.3,
         "start": seconds * (number + 0.3) / edit.texts, "end": seconds * (number + 0.3) / edit.texts + 5, "x": 0.08, "y": 0.08,
     } for number in range(edit.texts)]
 

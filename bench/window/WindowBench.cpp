@@ -110,6 +110,7 @@ int main(int count, char** arguments)
     QApplication::setOrganizationName(QStringLiteral("OrvoVideo"));
     QApplication::setApplicationName(QStringLiteral("OrvoVideo"));
     QQuickStyle::setStyle(QStringLiteral("Basic"));
+    orvo::MainWindow::chooseRenderer();
     const auto words = QApplication::arguments();
     if (words.size() != 4) {
         std::cerr << "bench_window STARTED PROJECT SECONDS\n";

@@ -1,5 +1,6 @@
 #include "CountedVideo.h"
 #include "PlayerRig.h"
+#include "Platform/preview/VideoSource.h"
 #include "TestSupport/TemporaryFolder.h"
 #include <QThread>
 #include <algorithm>
@@ -144,6 +145,17 @@ TEST_F(PreviewPlayback, SeeksWhilePlayingGoOnFromThere)
         ASSERT_NE(first, seen.end());
         EXPECT_TRUE(std::all_of(first, seen.end(), [&](int number) { return number >= target * 30; }));
         EXPECT_TRUE(std::is_sorted(first, seen.end(), std::less_equal<>{}));
+    }
+}
+
+TEST_F(PreviewPlayback, APreparedPictureIsNotFetchedAgain)
+{
+    VideoSource source(path("long.mov"), 0);
+    source.open({});
+    for (const double time : {0.5166, 7.3166, 3.8499, 11.0833, 2.9166, 9.4499}) {
+        source.prepare(time);
+        // What was prepared begins at the time itself; had it been fetched anew, it would begin where its frame does.
+        EXPECT_NEAR(source.pictureAt(time, VideoSource::Want::Exact, {}).sample.start, time, 1e-5);
     }
 }
 
