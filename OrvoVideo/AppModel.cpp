@@ -41,7 +41,10 @@ AppModel::AppModel(AppServices services, QObject* parent)
         notePlaying();
         followWithCamera(player()->position());
     });
-    connect(player(), &PreviewPlayer::endReached, this, &AppModel::pause);
+    connect(player(), &PreviewPlayer::endReached, this, [this] {
+        pause();
+        m_ended = true;
+    });
     m_previewAnswer.give(PreviewOutcome::superseded); // There is none yet.
 
     refreshLibrary();
@@ -67,7 +70,12 @@ void AppModel::update(const std::function<void(VideoProject&)>& change)
     VideoProject after = *m_project;
     change(after);
     after.updatedAt = now();
-    m_history.record(*m_project, after);
+    if (m_gesture == Gesture::recorded)
+        m_history.amend(*m_project, after);
+    else
+        m_history.record(*m_project, after);
+    if (m_gesture == Gesture::begun)
+        m_gesture = Gesture::recorded;
     const bool otherTracks = !m_project->tracks.sharesStorageWith(after.tracks);
     setProject(std::move(after));
     emit historyChanged();
@@ -76,6 +84,11 @@ void AppModel::update(const std::function<void(VideoProject&)>& change)
     m_library.replace(*m_project);
     if (otherTracks)
         followVolumes();
+}
+
+void AppModel::setGesture(bool active)
+{
+    m_gesture = active ? Gesture::begun : Gesture::none;
 }
 
 void AppModel::undo()
@@ -94,6 +107,8 @@ void AppModel::stepThroughHistory(std::optional<VideoProject> version)
 {
     if (!version)
         return;
+    if (m_gesture == Gesture::recorded)
+        m_gesture = Gesture::begun;
     setProject(std::move(version));
     emit historyChanged();
     noteEdit();

@@ -102,7 +102,7 @@ public:
     /// Opens a project of the library in place of the open one, whose changes are written first. While recording, and for a
     /// project that is being recorded (`status` says so), nothing happens. Of two calls, the later one counts.
     QCoro::Task<> select(VideoProject project);
-    /// As `select`, for the project with this identifier; nothing when the library has none.
+    /// As `select`, for the project with this identifier. One that the library does not list is looked for on disk.
     Q_INVOKABLE void open(const QString& projectId);
 
     // --- The open project (AppModel.cpp) ----------------------------------------------------------------------------------
@@ -120,6 +120,9 @@ public:
     /// The one way in which edits reach the open project: applies `change` to a copy, dates it, and makes it the open
     /// project, one step to undo and soon saved. Nothing happens without an open project and while recording.
     void update(const std::function<void(VideoProject&)>& change);
+
+    /// While a value is dragged: from the first edit of the gesture on, edits change the same step.
+    Q_INVOKABLE void setGesture(bool active);
 
     /// A step back and forward through the versions of the open project, saved at once. The preview follows.
     Q_INVOKABLE void undo();
@@ -337,12 +340,13 @@ private:
     // The library.
     QCoro::Task<> listLibrary();
     void showLibrary(std::vector<VideoProject> projects, const std::map<Uuid, std::optional<std::int32_t>>& recorders);
+    QCoro::Task<> openUnlisted(Uuid id);
     void openProject(VideoProject project, std::optional<VideoProject> unsavedEdits);
 
     // Recovery.
     QCoro::Task<> prepareListed(VideoProject project);
-    /// Whether a change can be undone, or what was before is of no use any more.
-    enum class Undo : std::uint8_t { step, none };
+    /// What becomes of the history: one more step, the same steps, or none since what was before is of no use any more.
+    enum class Undo : std::uint8_t { step, same, none };
     /// Changes a project of the library, whether it is the open one or not, and saves it.
     QCoro::Task<> changeProject(Uuid id, std::function<void(VideoProject&)> change, Undo undo);
 
@@ -393,11 +397,14 @@ private:
     bool m_listing = false;
     bool m_listAgain = false;
     std::set<Uuid> m_processing; ///< Recordings that are being prepared since the library was listed.
+    std::uint64_t m_closedChanges = 0; ///< Counts the changes to projects that are not open.
     std::uint64_t m_opening = 0; ///< Counts what changes which project is open, so that an overtaken `select` ends.
 
     std::optional<VideoProject> m_project;
     ProjectFacts m_facts;
     History m_history;
+    enum class Gesture : std::uint8_t { none, begun, recorded };
+    Gesture m_gesture = Gesture::none;
     Span m_selectedSpan;
 
     // Numbers of saved versions that are none of the open project.
@@ -415,6 +422,7 @@ private:
 
     double m_playhead = 0;
     bool m_playing = false;
+    bool m_ended = false; ///< Playback has come to the end, which may lie before the project's.
     std::optional<double> m_announced; ///< The end of the cut that the player was last told to expect.
     Preview m_preview = Preview::Empty;
     PreviewComposition m_composition; ///< What `player` was last asked to load.

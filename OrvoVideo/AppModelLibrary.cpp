@@ -75,8 +75,19 @@ void AppModel::showLibrary(std::vector<VideoProject> projects, const std::map<Uu
 
 void AppModel::open(const QString& projectId)
 {
-    if (const auto* project = m_library.find(Text::toId(projectId)))
+    const Uuid id = Text::toId(projectId);
+    if (const auto* project = m_library.find(id))
         start(select(*project));
+    else
+        start(openUnlisted(id));
+}
+
+/// Another program may have made it since the library was listed.
+QCoro::Task<> AppModel::openUnlisted(Uuid id)
+{
+    auto project = co_await m_workers.run([store = store(), id] { return store.load(id); });
+    refreshLibrary();
+    co_await select(std::move(project));
 }
 
 QCoro::Task<> AppModel::select(VideoProject project)
@@ -90,14 +101,16 @@ QCoro::Task<> AppModel::select(VideoProject project)
     const auto opening = ++m_opening;
     std::optional<ProjectDocuments::Opened> opened;
     std::uint64_t edited = 0;
+    std::uint64_t changes = 0;
     do {
         // Reading waits its turn behind this save. Edits made while it does are saved, and read, too.
         edited = m_edited;
+        changes = m_closedChanges;
         flushSave();
         opened = co_await m_documents.open(project.id);
         if (opening != m_opening || isRecording())
             co_return;
-    } while (m_project && m_project->id == project.id && m_edited != edited);
+    } while ((m_project && m_project->id == project.id && m_edited != edited) || m_closedChanges != changes);
     flushSave();
 
     if (opened)

@@ -66,6 +66,8 @@ QCoro::Task<> AppModel::rebuildPreview()
     m_previewAnswer = answer;
     setPreview(Preview::Loading);
 
+    m_announced.reset();
+    m_ended = false;
     m_composition = compose(*m_project);
     const auto camera = cameraOf(*m_project);
     if (m_composition.audio.empty()) {
@@ -156,6 +158,7 @@ void AppModel::seek(double seconds)
     player()->seek(ticks);
     cameraPlayer()->seek(ticks);
     m_announced.reset();
+    m_ended = false;
     setPlayhead(time);
 }
 
@@ -175,7 +178,7 @@ void AppModel::play()
 {
     if (!m_project || isRecording() || m_preview != Preview::Ready)
         return;
-    if (m_playhead >= m_project->duration)
+    if (m_ended || m_playhead >= m_project->duration)
         seek(0);
     player()->play();
 }
@@ -198,8 +201,9 @@ void AppModel::watchPlayback(double seconds)
     setPlayhead(std::isfinite(seconds) ? seconds : 0);
     if (m_project && player()->rate() > 0) {
         const auto& cuts = m_project->edit.cuts;
-        const auto cut = std::ranges::find_if(
-            cuts, [&](const TimeSpan& span) { return span.start <= m_playhead && m_playhead < span.end; });
+        // Seeks go to whole ticks: half of one before its end a cut is over.
+        const auto cut = std::ranges::find_if(cuts,
+            [&](const TimeSpan& span) { return span.start <= m_playhead && m_playhead + 0.51 / ticksPerSecond < span.end; });
         if (cut != cuts.end())
             seek(cut->end);
         announceNextCut();

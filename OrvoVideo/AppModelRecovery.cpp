@@ -8,7 +8,7 @@ namespace orvo {
 
 void AppModel::recover()
 {
-    if (!m_project || isRecording())
+    if (!m_project || isRecording() || m_processing.contains(m_project->id))
         return;
     perform([this, project = *m_project](WorkControl control) -> QCoro::Task<> {
         setStatus(QStringLiteral("Preparando la grabación…"));
@@ -36,10 +36,11 @@ QCoro::Task<> AppModel::processTab(VideoProject project, bool force, WorkControl
     }
     if (failure) {
         co_await changeProject(
-            project.id, [](VideoProject& changed) { changed.state = ProjectState::needsRecovery; }, Undo::none);
+            project.id, [](VideoProject& changed) { changed.state = ProjectState::needsRecovery; }, Undo::same);
         throw captureError(*failure);
     }
-    setStatus(QStringLiteral("Grabación preparada"));
+    if (force || !m_busy)
+        setStatus(QStringLiteral("Grabación preparada"));
 }
 
 QCoro::Task<> AppModel::prepareListed(VideoProject project)
@@ -54,13 +55,18 @@ QCoro::Task<> AppModel::changeProject(Uuid id, std::function<void(VideoProject&)
 {
     const auto isOpen = [&] { return m_project && m_project->id == id; };
     std::optional<ProjectDocuments::Opened> closed;
-    if (!isOpen()) {
+    std::uint64_t changes = 0;
+    do {
+        if (isOpen())
+            break;
+        changes = m_closedChanges;
         flushSave();
         closed = co_await m_documents.open(id);
         if (!closed)
             throw captureError("El proyecto ya no se puede leer.");
-    }
+    } while (m_closedChanges != changes);
     if (!isOpen()) {
+        ++m_closedChanges; // Who has read it meanwhile reads it again.
         VideoProject& project = closed->unsavedEdits ? *closed->unsavedEdits : closed->project;
         change(project);
         m_documents.save(project, otherProject);
@@ -72,6 +78,8 @@ QCoro::Task<> AppModel::changeProject(Uuid id, std::function<void(VideoProject&)
     change(after);
     if (undo == Undo::step)
         m_history.record(*m_project, after, History::Trim::no);
+    else if (undo == Undo::same)
+        m_history.amend(*m_project, after);
     else
         m_history.clear();
     setProject(std::move(after));

@@ -68,6 +68,13 @@ std::optional<VideoProject> History::step(
     return version;
 }
 
+void History::amend(const VideoProject& before, const VideoProject& after)
+{
+    m_redo.clear();
+    if (!m_undo.empty())
+        m_undo.back() = ProjectDelta(m_undo.back().applyTo(before), after);
+}
+
 std::optional<VideoProject> History::undo(const VideoProject& present)
 {
     return step(m_undo, m_redo, present);

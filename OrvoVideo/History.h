@@ -51,6 +51,10 @@ public:
     /// `Trim::toLimit` the oldest versions beyond the limit.
     void record(const VideoProject& before, const VideoProject& after, Trim trim = Trim::toLimit);
 
+    /// A change from `before` to `after`, the present version from now on, that is part of the last step. What was undone is
+    /// forgotten.
+    void amend(const VideoProject& before, const VideoProject& after);
+
     /// The version before `present`, which `redo` gives back; nothing when there is none.
     std::optional<VideoProject> undo(const VideoProject& present);
     std::optional<VideoProject> redo(const VideoProject& present);

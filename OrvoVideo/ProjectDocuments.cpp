@@ -128,7 +128,7 @@ std::optional<ProjectDocuments::Opened> ProjectDocuments::read(const Uuid& id)
             opened.unsavedEdits = unwritten->second.project;
         return opened;
     } catch (const std::exception&) {
-        m_known.erase(id);
+        m_known.insert_or_assign(id, Stamp()); // Not what lies there: a save keeps that beside.
         return std::nullopt;
     }
 }

@@ -66,9 +66,17 @@ VideoProject importMovie(const ProjectStore& store, const fs::path& movie, std::
     const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop)
 {
     VideoProject project = target ? std::move(*target) : VideoProject::make(movie.stem().string());
-    if (!fs::exists(store.directory(project.id)))
+    const bool isNew = !fs::exists(store.directory(project.id));
+    if (isNew)
         store.create(project);
-    append(project, copyMovie(store, movie, project, probe, progress, stop));
+    try {
+        append(project, copyMovie(store, movie, project, probe, progress, stop));
+    } catch (const Cancelled&) {
+        std::error_code ignored;
+        if (isNew)
+            fs::remove_all(store.directory(project.id), ignored);
+        throw;
+    }
     store.save(project);
     return project;
 }

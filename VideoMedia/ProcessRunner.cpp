@@ -131,38 +131,15 @@ private:
     std::array<int, 2> m_ends{-1, -1};
 };
 
-/// The variables of this program, and one more. The media program's threads hand buffers on to each other: with an arena of
-/// the allocator for each of them, what one gives back the others cannot use.
-std::vector<std::string> childEnvironment()
-{
-    constexpr std::string_view oneArena = "MALLOC_ARENA_MAX=";
-    std::vector<std::string> variables;
-    for (char** variable = environ; *variable; ++variable)
-        variables.emplace_back(*variable);
-    const auto isChosen = [&](std::string_view variable) { return variable.starts_with(oneArena); };
-    if (std::ranges::none_of(variables, isChosen))
-        variables.push_back(std::string(oneArena) + '1');
-    return variables;
-}
-
-/// The texts as `exec` takes them. They must live as long.
-std::vector<char*> terminatedPointers(std::vector<std::string>& texts)
-{
-    std::vector<char*> pointers;
-    pointers.reserve(texts.size() + 1);
-    for (auto& text : texts)
-        pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
 pid_t spawn(const fs::path& executable, const std::vector<std::string>& arguments, const Pipe& output)
 {
     std::vector<std::string> words{executable.string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> pointers = terminatedPointers(words);
-    std::vector<std::string> variables = childEnvironment();
-    std::vector<char*> environment = terminatedPointers(variables);
+    std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
+    for (auto& word : words)
+        pointers.push_back(word.data());
+    pointers.push_back(nullptr);
 
     posix_spawn_file_actions_t actions;
     posix_spawnattr_t attributes;
@@ -182,7 +159,7 @@ pid_t spawn(const fs::path& executable, const std::vector<std::string>& argument
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
 
     pid_t child = 0;
-    const int error = posix_spawn(&child, executable.c_str(), &actions, &attributes, pointers.data(), environment.data());
+    const int error = posix_spawn(&child, executable.c_str(), &actions, &attributes, pointers.data(), environ);
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0)

@@ -73,7 +73,7 @@ private:
     {
         const auto program = ProcessRunner::ffmpeg();
         if (!program)
-            throw captureError("Instala FFmpeg desde Ajustes para preparar la grabación.");
+            throw captureError("Instala FFmpeg 7 o posterior para preparar la grabación.");
         ProcessRunner::requireUsable(*program);
         return *program;
     }

@@ -149,10 +149,12 @@ void recover(Session& session, const RecoverArguments& arguments)
                 return RecordingPreparation::prepare(
                     project, store, FfprobeMediaProbe(), RecordingPreparation::Which::all, progress, stop);
             });
+        project = library.load(arguments.project); // It took a while: what was edited meanwhile stays.
         RecordingPreparation::apply(project, prepared);
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {
+        project = library.load(arguments.project);
         project.state = ProjectState::needsRecovery;
         store.save(project);
         throw captureError(RecordingPreparation::failureText(error));

@@ -49,13 +49,6 @@ constexpr Shown shownKeys[]{
 
 constexpr double keyZoom = 1.5;
 
-/// Whether the keyboard is in a field of text, which may leave keys over that it has no use for.
-bool isTyping()
-{
-    const auto* focus = QGuiApplication::focusObject();
-    return focus && (focus->inherits("QQuickTextInput") || focus->inherits("QQuickTextEdit"));
-}
-
 } // namespace
 
 EditorCommands::EditorCommands(QObject* parent)
@@ -114,6 +107,12 @@ void EditorCommands::tellPlayhead()
 void EditorCommands::stepSeconds(double seconds)
 {
     goTo(std::clamp(m_model->playhead() + seconds, 0.0, m_model->projectFacts().duration));
+}
+
+bool EditorCommands::isTyping()
+{
+    const auto* focus = QGuiApplication::focusObject();
+    return focus && (focus->inherits("QQuickTextInput") || focus->inherits("QQuickTextEdit"));
 }
 
 bool EditorCommands::press(int key, int modifiers)

@@ -32,6 +32,9 @@ public:
     /// Does what a key stands for; the values are those of a key event. False for a key that stands for nothing.
     Q_INVOKABLE bool press(int key, int modifiers);
 
+    /// Whether the keyboard is in a field of text, which may leave keys over that it has no use for.
+    Q_INVOKABLE static bool isTyping();
+
     /// Stops whatever plays, or plays from the playhead.
     Q_INVOKABLE void togglePlaying();
 

@@ -16,9 +16,12 @@ FocusScope {
     /// "text", "effects" or "share".
     property alias section: inspector.section
 
+    /// The inspector has to be seen now.
+    signal inspectorWanted()
+
     /// Gives the keyboard to the timeline, where every key of the editor works.
     function takeKeyboard() {
-        if (visible)
+        if (visible && !editorCommands.isTyping())
             timelineView.canvas.forceActiveFocus(Qt.OtherFocusReason)
     }
 
@@ -30,7 +33,7 @@ FocusScope {
         model: root.app
         timeline: timelineView.canvas
         onTextFieldWanted: {
-            root.inspectorShown = true
+            root.inspectorWanted()
             inspector.editOverlayText()
         }
         onSheetWanted: keySheet.open()

@@ -55,6 +55,7 @@ Flickable {
         Layout.fillWidth: true
         value: root.app.project[key]
         onEdited: value => root.app.setValue(key, value)
+        onGesture: active => root.app.setGesture(active)
     }
 
     ColumnLayout {
@@ -298,6 +299,7 @@ Flickable {
                 displayFactor: 100
                 unitText: "%"
                 value: volume
+                onGesture: active => root.app.setGesture(active)
                 onEdited: value => root.app.setVolume(trackId, value)
             }
         }

@@ -21,6 +21,7 @@ OPanel {
 
         Layout.fillWidth: true
         onEdited: value => root.app.setOverlayValue(root.model.overlayId, key, value)
+        onGesture: active => root.app.setGesture(active)
     }
     component PlaceSlider: OverlaySlider {
         displayFactor: 100

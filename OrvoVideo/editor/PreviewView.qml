@@ -135,7 +135,7 @@ ColumnLayout {
     RowLayout {
         objectName: "recovery"
         Layout.fillWidth: true
-        visible: root.app.project.recoverable
+        visible: root.app.project.recoverable || previewScene.failed
         spacing: Theme.space(3)
 
         OIcon {
@@ -145,7 +145,7 @@ ColumnLayout {
         OLabel {
             Layout.fillWidth: true
             wrapMode: Text.Wrap
-            text: "La grabación se interrumpió. Al recuperarla se preparan de nuevo sus archivos; los originales se conservan."
+            text: (root.app.project.recoverable ? "La grabación se interrumpió. " : "") + "Al recuperarla se preparan de nuevo sus archivos; los originales se conservan."
         }
         OButton {
             objectName: "recover"

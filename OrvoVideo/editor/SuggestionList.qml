@@ -13,6 +13,9 @@ ColumnLayout {
     required property AppModel app
     /// Whether the analysis was asked for, so that finding nothing is said.
     property bool asked: false
+    readonly property string projectId: app.project.projectId
+
+    onProjectIdChanged: asked = false
 
     spacing: Theme.space(1)
 

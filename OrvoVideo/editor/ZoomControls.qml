@@ -20,6 +20,7 @@ OPanel {
 
         Layout.fillWidth: true
         onEdited: value => root.app.setEventValue(root.model.eventId, key, value)
+        onGesture: active => root.app.setGesture(active)
     }
 
     contentItem: ColumnLayout {

@@ -15,6 +15,7 @@ Rectangle {
     signal projectChosen()
 
     function choose(projectId: string) {
+        list.forceActiveFocus() // What is being typed elsewhere is taken before its project goes.
         app.open(projectId)
         projectChosen()
     }

@@ -29,6 +29,7 @@ MainWindow::MainWindow(AppModel& model, QObject* parent)
         throw std::runtime_error("the main window cannot be made");
     m_window = qobject_cast<QQuickWindow*>(m_engine.rootObjects().constFirst());
     connect(&m_model, &AppModel::libraryListedChanged, this, &MainWindow::openWanted);
+    connect(&m_model, &AppModel::busyChanged, this, &MainWindow::openWanted);
 }
 
 MainWindow::~MainWindow() = default;
@@ -67,7 +68,9 @@ void MainWindow::openWanted()
         (isProject(argument) ? project : movie) = argument;
     if (!project.isEmpty())
         m_model.open(project);
-    if (!movie.isEmpty())
+    if (!movie.isEmpty() && m_model.busy())
+        m_wanted = {movie}; // When the running operation has ended.
+    else if (!movie.isEmpty())
         m_model.importFile(QUrl::fromLocalFile(QFileInfo(movie).absoluteFilePath()), false);
 }
 

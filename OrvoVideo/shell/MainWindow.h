@@ -27,7 +27,8 @@ public:
     void bringToFront(const QString& activationToken = {});
 
     /// Opens what the arguments of the command line name: the identifier of a project, or a movie to import. The last one of
-    /// either counts. What is asked for before the library is listed is done then.
+    /// either counts. What is asked for before the library is listed is done then, and a movie waits for the end of
+    /// a long operation.
     void open(const QStringList& arguments);
 
     /// The arguments with paths that mean the same in any folder, for a process that lives in another one.

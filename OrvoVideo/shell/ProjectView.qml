@@ -18,9 +18,9 @@ ColumnLayout {
     signal inspectorToggled()
 
     spacing: 0
-    onVisibleChanged: Qt.callLater(editor.takeKeyboard)
-    onProjectIdChanged: Qt.callLater(editor.takeKeyboard)
-    Component.onCompleted: Qt.callLater(editor.takeKeyboard)
+    onVisibleChanged: editor.takeKeyboard()
+    onProjectIdChanged: editor.takeKeyboard()
+    Component.onCompleted: editor.takeKeyboard()
 
     RowLayout {
         Layout.fillWidth: true
@@ -110,5 +110,9 @@ ColumnLayout {
         focus: true
         app: root.app
         inspectorShown: root.inspectorShown
+        onInspectorWanted: {
+            if (!root.inspectorShown)
+                root.inspectorToggled()
+        }
     }
 }

@@ -21,6 +21,14 @@ Item {
     readonly property alias pressed: slider.pressed
 
     signal edited(real value)
+    /// The pointer has taken hold of the value, or let go of it.
+    signal gesture(bool active)
+
+    onPressedChanged: gesture(pressed)
+    Component.onDestruction: {
+        if (pressed)
+            gesture(false)
+    }
 
     implicitWidth: 200
     implicitHeight: heading.visible ? heading.implicitHeight + slider.implicitHeight : slider.implicitHeight

@@ -182,10 +182,10 @@ void PreviewEngine::perform(Orders orders, const std::stop_token& stop)
         if (m_composition && index < m_composition->sound.size() && m_composition->sound[index])
             m_composition->sound[index]->setGain(volume);
     }
-    if (orders.expected)
-        m_expected = orders.expected;
     if (orders.seek)
         performSeek(*orders.seek, stop);
+    if (orders.expected)
+        m_expected = orders.expected;
     if (orders.rate)
         performRate(*orders.rate, stop);
 }

@@ -68,6 +68,34 @@ TEST_F(AppModelTests, EveryEditIsAStepAndTheOldestGoBeyondAHundred)
     EXPECT_EQ(onDisk().title, "another way");
 }
 
+TEST_F(AppModelTests, WhatIsDraggedIsOneStep)
+{
+    openNew();
+    setTitle("before");
+    model->setGesture(true);
+    for (const double value : {0.1, 0.2, 0.3})
+        model->setValue("cameraX", value);
+    model->setGesture(false);
+    model->setValue("cameraX", 0.4);
+    model->undo();
+    EXPECT_EQ(project().edit.cameraX, 0.3);
+    model->undo();
+    EXPECT_EQ(project().edit.cameraX, EditState().cameraX);
+    EXPECT_EQ(project().title, "before");
+    model->redo();
+    EXPECT_EQ(project().edit.cameraX, 0.3);
+
+    // An undo in the middle of one is not undone by what follows.
+    model->setGesture(true);
+    model->setValue("cameraY", 0.1);
+    model->undo();
+    model->setValue("cameraY", 0.2);
+    model->setGesture(false);
+    model->undo();
+    EXPECT_EQ(project().edit.cameraY, EditState().cameraY);
+    EXPECT_EQ(project().edit.cameraX, 0.3);
+}
+
 TEST_F(AppModelTests, AnEditThatChangesNothingIsAStepToo)
 {
     openNew();

@@ -3,6 +3,7 @@
 #include "TestSupport/SmallDisk.h"
 
 #include <QProcess>
+#include <QThread>
 #include <fstream>
 #include <unistd.h>
 
@@ -154,6 +155,37 @@ TEST_F(LibraryTests, PreparesWhatABrowserRecordedOnceAndByItself)
     EXPECT_EQ(model->errorMessage(), "No se ha podido recuperar toda la grabación: Falta «media/screen.webm».");
     const auto files = std::distance(fs::directory_iterator(store.directory(good.id) / "media"), fs::directory_iterator());
     EXPECT_EQ(files, 2) << "prepared once";
+}
+
+TEST_F(LibraryTests, WhatIsOpenedWhileItIsPreparedIsPreparedToo)
+{
+    for (int delay : {0, 20, 60, 120, 250}) {
+        auto recording = VideoProject::make("being prepared");
+        recording.state = "processing-tab";
+        recording.duration = 1;
+        recording.tracks = {track(TrackKind::screen, "media/screen.webm", 0, 1)};
+        add(recording);
+        ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x36:rate=10:duration=1", "-c:v", "libvpx",
+            store.directory(recording.id) / "media/screen.webm"});
+        start();
+        QThread::msleep(static_cast<unsigned long>(delay));
+        select(recording);
+        ASSERT_TRUE(waitUntil([&] { return onDisk(recording.id).state == "ready"; }));
+        ASSERT_TRUE(waitUntil([&] { return project().state == "ready"; })) << delay;
+        setTitle("edited");
+        ASSERT_TRUE(saved());
+        EXPECT_THAT(onDisk().tracks[0].file, testing::HasSubstr("-prepared-")) << delay;
+    }
+}
+
+TEST_F(LibraryTests, OpensWhatAnotherProgramHasAddedSince)
+{
+    start();
+    const auto added = add(VideoProject::make("added"));
+    model->open(QString::fromStdString(added.id.text()));
+    ASSERT_TRUE(waitUntil([&] { return model->hasProject(); }));
+    EXPECT_EQ(project().id, added.id);
+    EXPECT_TRUE(waitUntil([&] { return model->library()->openRow() == 0; }));
 }
 
 TEST_F(LibraryTests, RecoversTheOpenRecording)

@@ -76,6 +76,15 @@ TEST_F(ImportTest, AMovieBecomesAProjectAndTheNextOnesItsClips)
     EXPECT_EQ(longer.width, 320) << "the size stays";
 }
 
+TEST_F(ImportTest, CancelledItLeavesNothing)
+{
+    makeVideo(folder / "clase.mp4", "testsrc2=size=64x36:rate=10:duration=1");
+    stop.request_stop();
+    EXPECT_THROW(import(folder / "clase.mp4"), Cancelled);
+    EXPECT_TRUE(store.list().empty());
+    EXPECT_TRUE(fs::is_empty(store.root()));
+}
+
 TEST_F(ImportTest, TurnedPhoneVideosArePortraitProjects)
 {
     makeVideo(folder / "flat.mp4", "testsrc2=size=320x180:rate=30:duration=1");

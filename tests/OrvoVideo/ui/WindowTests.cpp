@@ -24,7 +24,49 @@ protected:
         auto* interface = item ? QAccessible::queryAccessibleInterface(item) : nullptr;
         return interface ? interface->text(QAccessible::Name) : QString();
     }
+
+    /// Presses Tab until what is read out with this name has the keyboard; false when it is never reached.
+    bool tabTo(const QString& name) const
+    {
+        for (int i = 0; i < 200 && focusName() != name; ++i)
+            QTest::keyClick(&view(), Qt::Key_Tab);
+        return focusName() == name;
+    }
 };
+
+TEST_F(WindowTests, TheMainPathIsWalkedWithTheKeyboardAlone)
+{
+    show();
+    panels->choice = movie();
+    ASSERT_TRUE(tabTo("Importar un vídeo"));
+    key(Qt::Key_Return);
+    ASSERT_TRUE(waitUntil([&] { return model->hasProject() && !model->busy(); }));
+
+    // The editor has the keyboard now.
+    key(Qt::Key_Home);
+    key(Qt::Key_I);
+    key(Qt::Key_Right, Qt::ShiftModifier);
+    key(Qt::Key_O);
+    key(Qt::Key_X);
+    EXPECT_EQ(project().edit.cuts.items(), (std::vector<TimeSpan>{{0, 1}}));
+    key(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_TRUE(project().edit.cuts.empty());
+    key(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(project().edit.cuts.size(), 1U);
+
+    ASSERT_TRUE(tabTo("Título"));
+    key(Qt::Key_A, Qt::ControlModifier);
+    type("Repaso");
+    key(Qt::Key_Return);
+    EXPECT_EQ(project().title, "Repaso");
+
+    panels->choice = folder / "salida.mp4";
+    ASSERT_TRUE(tabTo("Exportar"));
+    key(Qt::Key_Return);
+    ASSERT_TRUE(waitUntil([&] { return std::filesystem::exists(folder / "salida.srt") && !model->busy(); }));
+    EXPECT_NEAR(probe(folder / "salida.mp4").videoDuration, 1, 0.04);
+    EXPECT_EQ(model->errorMessage(), "");
+}
 
 TEST_F(WindowTests, FromNothingToAnExportedMovie)
 {
