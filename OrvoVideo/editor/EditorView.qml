@@ -15,6 +15,7 @@ FocusScope {
     property bool inspectorShown: true
     /// "text", "effects" or "share".
     property alias section: inspector.section
+    readonly property alias timeline: timelineView.canvas
 
     /// The inspector has to be seen now.
     signal inspectorWanted()

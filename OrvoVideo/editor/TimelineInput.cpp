@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 // What the pointer does on the timeline.
 
@@ -28,6 +29,25 @@ bool holds(const QMouseEvent& event)
 }
 
 } // namespace
+
+void TimelineItem::focusInEvent(QFocusEvent* event)
+{
+    QQuickPaintedItem::focusInEvent(event);
+    const auto reason = event->reason();
+    setVisualFocus(reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason);
+}
+
+void TimelineItem::focusOutEvent(QFocusEvent* event)
+{
+    QQuickPaintedItem::focusOutEvent(event);
+    setVisualFocus(false);
+}
+
+void TimelineItem::setVisualFocus(bool visible)
+{
+    if (std::exchange(m_visualFocus, visible) != visible)
+        emit visualFocusChanged();
+}
 
 TimelineTarget TimelineItem::targetAt(QPointF place) const
 {

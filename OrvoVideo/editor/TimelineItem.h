@@ -37,6 +37,8 @@ class TimelineItem : public QQuickPaintedItem {
     Q_PROPERTY(double snapX READ snapX NOTIFY snapChanged)
     /// "", "cut", "zoom" or "overlay".
     Q_PROPERTY(QString chosenKind READ chosenKind NOTIFY chosenChanged)
+    /// Whether it has the keyboard because somebody works with the keyboard.
+    Q_PROPERTY(bool visualFocus READ visualFocus NOTIFY visualFocusChanged)
     // The waveforms that are being read.
     Q_PROPERTY(bool preparing READ preparing NOTIFY preparingChanged)
     Q_PROPERTY(bool preparingCancelled READ preparingCancelled NOTIFY preparingChanged)
@@ -68,6 +70,7 @@ public:
     double pixelsPerSecond() const { return m_scale.pixelsPerSecond(); }
     double snapX() const { return m_snap ? m_scale.x(*m_snap) : -1; }
     QString chosenKind() const;
+    bool visualFocus() const { return m_visualFocus; }
     bool preparing() const { return m_strips.preparing(); }
     bool preparingCancelled() const { return m_strips.cancelled(); }
     double preparingProgress() const { return m_strips.progress(); }
@@ -120,6 +123,7 @@ signals:
     void viewChanged();
     void snapChanged();
     void chosenChanged();
+    void visualFocusChanged();
     void preparingChanged();
     /// Something to be spoken by assistive technology.
     void spoke(const QString& text);
@@ -134,6 +138,8 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void hoverMoveEvent(QHoverEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
 
 private:
     /// What the pointer does while it is pressed.
@@ -145,6 +151,7 @@ private:
     };
 
     const VideoProject* project() const;
+    void setVisualFocus(bool visible);
     void showProject();
     void showPlayhead();
     void scaleChanged();
@@ -165,6 +172,7 @@ private:
     Uuid m_projectId;
     std::vector<std::filesystem::path> m_files;
     Snapping m_snapping;
+    bool m_visualFocus = false;
     MediaStrips m_strips;
 
     QVariantMap m_colorMap;

@@ -41,18 +41,6 @@ ColumnLayout {
             text: "LÍNEA DE TIEMPO"
             elide: Text.ElideRight
         }
-        OLabel {
-            visible: canvas.preparing
-            text: "Preparando el sonido… " + Math.round(canvas.preparingProgress * 100) + " %"
-            secondary: true
-            font: Theme.digits(Theme.captionSize)
-        }
-        HeaderIcon {
-            visible: canvas.preparing
-            iconName: "x"
-            text: "No preparar las ondas de sonido"
-            onClicked: canvas.cancelPreparing()
-        }
         HeaderIcon {
             visible: canvas.preparingCancelled && !canvas.preparing
             iconName: "refresh-cw"
@@ -202,7 +190,8 @@ ColumnLayout {
                     onScaleChanged: delta => canvas.zoomBy(delta, centroid.position.x)
                 }
                 FocusRing {
-                    shown: canvas.activeFocus
+                    shown: canvas.visualFocus
+                    anchors.margins: 0 // Beyond the edges it could not be seen.
                 }
             }
             Rectangle {

@@ -140,6 +140,8 @@ ApplicationWindow {
                 }
             }
             Loader {
+                id: projectPage
+
                 anchors.fill: parent
                 // Made ahead, a little at a time, so that the first project opens as fast as every other.
                 active: root.app.hasProject || ahead.done
@@ -172,6 +174,7 @@ ApplicationWindow {
 
     footer: StatusBar {
         app: root.app
+        timeline: projectPage.item?.timeline ?? null
     }
 
     Component {

@@ -10,6 +10,7 @@ ColumnLayout {
     required property AppModel app
     property bool libraryReachable: false
     property bool inspectorShown: true
+    readonly property alias timeline: editor.timeline
 
     /// A project that was opened has the keyboard.
     readonly property string projectId: app.project.projectId

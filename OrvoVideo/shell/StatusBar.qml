@@ -3,11 +3,15 @@ import QtQuick.Layouts
 import Orvo.Model
 import OrvoVideo
 
-/// What is going on: the progress of the long operation with the way to stop it, the last error, or the status.
+/// What is going on: the progress of the long operation with the way to stop it, the last error, or the status. Without a
+/// long operation, the reading of the sound for the timeline.
 Rectangle {
     id: root
 
     required property AppModel app
+    property TimelineCanvas timeline: null
+    readonly property bool preparing: !app.busy && app.hasProject && (timeline?.preparing ?? false)
+    readonly property real progress: preparing ? timeline.preparingProgress : app.progress
 
     implicitHeight: 36
     color: Theme.panel
@@ -42,28 +46,35 @@ Rectangle {
             Accessible.role: Accessible.StatusBar
             Accessible.name: text
         }
+        OLabel {
+            visible: root.preparing
+            secondary: true
+            text: "Preparando el sonido…"
+            font.pixelSize: Theme.captionSize
+            Accessible.ignored: true
+        }
         OProgressBar {
             objectName: "progress"
             Layout.preferredWidth: 200
-            visible: root.app.busy
-            name: root.app.status
-            value: root.app.progress
+            visible: root.app.busy || root.preparing
+            name: root.preparing ? "Preparando el sonido…" : root.app.status
+            value: root.progress
         }
         OLabel {
             Layout.preferredWidth: 36
-            visible: root.app.busy
+            visible: root.app.busy || root.preparing
             secondary: true
             horizontalAlignment: Text.AlignRight
-            text: Math.round(root.app.progress * 100) + " %"
+            text: Math.round(root.progress * 100) + " %"
             font: Theme.digits(Theme.captionSize)
             Accessible.ignored: true
         }
         OButton {
             objectName: "cancel"
             implicitHeight: 26
-            visible: root.app.busy
+            visible: root.app.busy || root.preparing
             text: "Cancelar"
-            onClicked: root.app.cancel()
+            onClicked: root.preparing ? root.timeline.cancelPreparing() : root.app.cancel()
         }
     }
 }

@@ -1,6 +1,6 @@
 #include "CountedVideo.h"
-#include "PlayerRig.h"
 #include "Platform/preview/VideoSource.h"
+#include "PlayerRig.h"
 #include "TestSupport/TemporaryFolder.h"
 #include <QThread>
 #include <algorithm>
