@@ -36,7 +36,8 @@ void append(VideoProject& project, const CopiedMovie& movie);
 ///
 /// Blocks; `progress` receives the copied fraction. Throws `captureError` ("El archivo no contiene una duración válida.", or
 /// a text that says why the file is no movie), file system errors unchanged, and `Cancelled`. The project's document is not
-/// changed then; a finished copy, and the folder made for a new project, stay after a failure. Cancelled, a new project is gone.
+/// changed then; a finished copy, and the folder made for a new project, stay after a failure. Cancelled, a new project is
+/// gone.
 VideoProject importMovie(const ProjectStore& store, const std::filesystem::path& movie, std::optional<VideoProject> target,
     const MediaProbe& probe, const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 
