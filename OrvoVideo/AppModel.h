@@ -13,6 +13,8 @@
 #include "OrvoVideo/Values.h"
 #include "OrvoVideo/support/Answer.h"
 #include "OrvoVideo/support/Workers.h"
+#include "OrvoVideo/transcription/TranscriptionService.h"
+#include "Platform/SpeechModels.h"
 #include "VideoCore/VideoProject.h"
 
 #include <QCoroTask>
@@ -78,6 +80,8 @@ class AppModel : public QObject {
     Q_PROPERTY(orvo::CaptureOptions options READ options WRITE setOptions NOTIFY optionsChanged)
     Q_PROPERTY(QString exportQuality READ exportQuality WRITE setExportQuality NOTIFY exportQualityChanged)
     Q_PROPERTY(QString language READ language WRITE setLanguage NOTIFY languageChanged)
+    Q_PROPERTY(QString speechModel READ speechModel WRITE setSpeechModel NOTIFY transcriptionChanged)
+    Q_PROPERTY(bool carefulTranscription READ carefulTranscription WRITE setCarefulTranscription NOTIFY transcriptionChanged)
 
 public:
     /// Starts with the library being listed.
@@ -270,6 +274,15 @@ public:
     /// Asks where to, renders the open project as it is now and shows the file.
     Q_INVOKABLE void exportVideo();
 
+    // --- Transcription (AppModelTranscription.cpp) ------------------------------------------------------------------------
+
+    /// Recognises what is spoken in the open project, on this machine: a long operation. The words take the place of the
+    /// transcript, as one step to undo, and `suggestions` is made anew. Downloads the model when it is not there.
+    Q_INVOKABLE void transcribe();
+
+    /// Writes all sound of a project but that of cameras into one file for speech recognition.
+    QCoro::Task<> analysisAudio(VideoProject project, std::filesystem::path destination, WorkControl control);
+
     // --- Recovery (AppModelRecovery.cpp) ----------------------------------------------------------------------------------
 
     /// Prepares all files of the open project anew ("Recuperar grabación"): a long operation.
@@ -296,6 +309,12 @@ public:
     /// Language of speech recognition, "es-ES" or "en-US".
     QString language() const { return m_language; }
     void setLanguage(const QString& language);
+    /// The name of the speech model, one that `SpeechModels` knows.
+    QString speechModel() const { return QString::fromStdString(m_transcription.model); }
+    void setSpeechModel(const QString& model);
+    /// Whether the recognition takes more time to make fewer errors.
+    bool carefulTranscription() const { return m_transcription.decoding == SpeechRecognizer::Decoding::careful; }
+    void setCarefulTranscription(bool careful);
 
 signals:
     void libraryListedChanged();
@@ -314,6 +333,7 @@ signals:
     void optionsChanged();
     void exportQualityChanged();
     void languageChanged();
+    void transcriptionChanged();
 
 protected:
     enum class Recording : std::uint8_t { no, running, paused };
@@ -384,6 +404,9 @@ private:
     QCoro::Task<> importInto(Uuid target, std::filesystem::path movie, WorkControl control);
     QCoro::Task<> pickDestination(VideoProject project);
 
+    // Transcription.
+    QCoro::Task<> transcribeProject(VideoProject project, WorkControl control);
+
     AppServices m_services;
 
     LibraryModel m_library;
@@ -439,6 +462,7 @@ private:
     CaptureOptions m_options;
     QString m_exportQuality = QStringLiteral("balanced");
     QString m_language = QStringLiteral("es-ES");
+    TranscriptionOptions m_transcription{.model = std::string(SpeechModels::usual)};
 
     ProjectDocuments m_documents;
     Workers m_workers;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OrvoVideo/transcription/TranscriptionService.h"
 #include "Platform/FilePanels.h"
 #include "Platform/PreviewPlayer.h"
 #include "Platform/Workspace.h"
@@ -7,6 +8,7 @@
 #include "VideoMedia/MediaProbe.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -20,6 +22,8 @@ struct AppServices {
     std::unique_ptr<PreviewPlayer> cameraPlayer;
     std::unique_ptr<FilePanels> panels;
     std::unique_ptr<Workspace> workspace;
+    /// Recognises speech; called on a worker thread.
+    std::function<decltype(TranscriptionService::transcribe)> transcribe = TranscriptionService::transcribe;
 
     /// Those of this system, with the library in its usual place or in `libraryRoot`. Needs a `QApplication`.
     ///

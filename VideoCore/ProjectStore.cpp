@@ -1,5 +1,6 @@
 #include "VideoCore/ProjectStore.h"
 
+#include "VideoCore/DataFolder.h"
 #include "VideoCore/DocumentCodec.h"
 #include "VideoCore/FileIO.h"
 #include "VideoCore/ResolveLinks.h"
@@ -7,8 +8,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <cstdlib>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -18,20 +17,6 @@ namespace orvo {
 namespace fs = std::filesystem;
 
 namespace {
-
-/// The user's data folder as the XDG base directories name it.
-fs::path dataHome()
-{
-    const char* data = std::getenv("XDG_DATA_HOME");
-    if (data && *data == '/')
-        return data;
-    const char* home = std::getenv("HOME");
-    if (!home || !*home) {
-        const passwd* user = getpwuid(getuid());
-        home = user ? user->pw_dir : "/";
-    }
-    return fs::path(home) / ".local" / "share";
-}
 
 VideoProject loadFrom(const fs::path& folder, DocumentDecoder& decoder, std::string& buffer)
 {
@@ -45,7 +30,7 @@ VideoProject loadFrom(const fs::path& folder, DocumentDecoder& decoder, std::str
 } // namespace
 
 ProjectStore::ProjectStore(const std::optional<fs::path>& root)
-    : m_root(fs::absolute(root.value_or(dataHome() / "OrvoVideo" / "Projects")).lexically_normal())
+    : m_root(fs::absolute(root.value_or(dataFolder() / "Projects")).lexically_normal())
 {
     if (!m_root.has_filename())
         m_root = m_root.parent_path();

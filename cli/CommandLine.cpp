@@ -65,6 +65,7 @@ std::unique_ptr<CLI::App> makeApplication(Session& session)
     addEditCommands(*app, session);
     addElementCommands(*app, session);
     addSetCommand(*app, session);
+    addTranscribeCommand(*app, session);
     addTranscriptCommands(*app, session);
     addSuggestionCommands(*app, session);
     addExportCommand(*app, session);

@@ -17,6 +17,7 @@ void addOpenCommand(CLI::App& app, Session& session);
 void addEditCommands(CLI::App& app, Session& session); ///< cut, restore
 void addElementCommands(CLI::App& app, Session& session); ///< text, image, zoom, remove
 void addSetCommand(CLI::App& app, Session& session);
+void addTranscribeCommand(CLI::App& app, Session& session);
 void addTranscriptCommands(CLI::App& app, Session& session); ///< words, subtitles
 void addSuggestionCommands(CLI::App& app, Session& session); ///< suggest, apply
 void addRecoverCommand(CLI::App& app, Session& session);

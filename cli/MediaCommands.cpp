@@ -8,8 +8,7 @@
 #include "cli/Commands.h"
 #include "cli/Destination.h"
 #include "cli/Failures.h"
-#include "cli/Interruption.h"
-#include "cli/ProgressBar.h"
+#include "cli/LongWork.h"
 #include "cli/ProjectLock.h"
 #include "cli/Text.h"
 #include "cli/Wording.h"
@@ -25,21 +24,6 @@ namespace orvo::cli {
 namespace fs = std::filesystem;
 
 namespace {
-
-/// Runs blocking work with a progress bar, so that a signal stops it cleanly. Throws `Cancelled` after one.
-template <typename Work> auto runInterruptibly(const std::string& label, Work work)
-{
-    const Interruption interruption;
-    try {
-        ProgressBar bar(label);
-        return work([&](double fraction) { bar.report(fraction); }, interruption.token());
-    } catch (const std::exception&) {
-        // Ctrl-C reaches the child processes too, and one of them may have failed of it first.
-        if (interruption.requested())
-            throw Cancelled();
-        throw;
-    }
-}
 
 /// A new project's folder, gone again when the import that made it fails.
 class NewFolder {

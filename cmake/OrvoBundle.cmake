@@ -3,3 +3,5 @@
 set(ORVO_BUNDLE ${CMAKE_BINARY_DIR}/OrvoVideo.app)
 file(MAKE_DIRECTORY ${ORVO_BUNDLE}/Contents/MacOS ${ORVO_BUNDLE}/Contents/Helpers ${ORVO_BUNDLE}/Contents/Resources)
 file(CREATE_LINK /usr/bin/ffmpeg ${ORVO_BUNDLE}/Contents/Helpers/ffmpeg SYMBOLIC)
+# Models that tools/model.sh has put into the tree; a package brings its own folder, or none.
+file(CREATE_LINK ${PROJECT_SOURCE_DIR}/build/models ${ORVO_BUNDLE}/Contents/Resources/Models SYMBOLIC)

@@ -1,0 +1,34 @@
+#include "OrvoVideo/transcription/TranscriptionService.h"
+
+#include "Platform/SpeechModels.h"
+#include "VideoCore/Error.h"
+
+namespace orvo::TranscriptionService {
+
+namespace {
+
+constexpr double downloadShare = 0.4; ///< Of the progress, when the model has to be downloaded.
+
+ProgressCallback part(const ProgressCallback& progress, double from, double to)
+{
+    if (!progress)
+        return {};
+    return [&progress, from, to](double value) { progress(from + (to - from) * value); };
+}
+
+} // namespace
+
+std::vector<TranscriptWord> transcribe(const std::filesystem::path& file, std::string_view locale,
+    const TranscriptionOptions& options, const ProgressCallback& progress, const std::stop_token& stop)
+{
+    const auto language = SpeechRecognizer::supportedLanguage(locale);
+    if (!language)
+        throw captureError("La transcripción local no admite este idioma en este Mac.");
+    const std::string name = options.model.empty() ? std::string(SpeechModels::usual) : options.model;
+    const double begin = SpeechModels::installed(name) ? 0 : downloadShare;
+    const auto model = SpeechModels::require(name, part(progress, 0, begin), stop);
+    SpeechRecognizer recognizer(model, *language, options.decoding);
+    return recognizer.recognise(file, part(progress, begin, 1), stop);
+}
+
+} // namespace orvo::TranscriptionService

@@ -1,0 +1,223 @@
+#include "Platform/SpeechRecognizer.h"
+
+#include "Platform/speech/Hesitations.h"
+#include "Platform/speech/SpeechActivity.h"
+#include "Platform/speech/SpeechChunks.h"
+#include "Platform/speech/WaveReader.h"
+#include "Platform/speech/WordAlignment.h"
+#include "VideoCore/Error.h"
+
+#include <algorithm>
+#include <iterator>
+#include <span>
+#include <utility>
+
+namespace orvo {
+
+namespace fs = std::filesystem;
+using namespace speech;
+
+namespace {
+
+/// Says to the recogniser that hesitations are written down as they are spoken.
+std::string promptFor(std::string_view language)
+{
+    return language == "es" ? "Eh, bueno, vamos a ver. Mmm, sí." : "Um, well, let us see. Mmm, yes.";
+}
+
+Loudness measure(WaveReader& wave, const std::stop_token& stop)
+{
+    constexpr std::size_t block = 10 * sampleRate;
+    LoudnessMeter meter;
+    std::vector<float> samples;
+    for (std::size_t at = 0; at < wave.size(); at += samples.size()) {
+        if (stop.stop_requested())
+            throw Cancelled();
+        samples.resize(std::min(block, wave.size() - at));
+        wave.read(at, samples);
+        meter.add(samples);
+    }
+    return meter.result();
+}
+
+/// The recognition of one recording.
+class Recognition {
+public:
+    Recognition(Whisper& whisper, std::string language, Decoding decoding, WaveReader& wave, std::stop_token stop)
+        : m_whisper(whisper)
+        , m_language(std::move(language))
+        , m_decoding(decoding)
+        , m_wave(wave)
+        , m_stop(std::move(stop))
+    {
+    }
+
+    /// Adds the words of the next chunk.
+    void add(const Chunk& chunk)
+    {
+        auto words = placedIn(chunk, heardIn(chunk));
+        // What the recogniser has left out, it is asked for again alone.
+        for (const auto& chunkOfRest : withoutWords(chunk, words)) {
+            const auto rest = placedIn(chunkOfRest, heardAlone(chunkOfRest));
+            words.insert(words.end(), rest.begin(), rest.end());
+        }
+        std::ranges::stable_sort(words, {}, &TranscriptWord::start);
+        std::ranges::move(words, std::back_inserter(m_words));
+    }
+
+    std::vector<TranscriptWord> take() { return std::move(m_words); }
+
+private:
+    std::vector<float> soundOf(const Chunk& chunk)
+    {
+        std::vector<float> samples(chunk.size());
+        for (const auto& piece : chunk.pieces())
+            m_wave.read(piece.from, std::span(samples).subspan(piece.at, piece.count));
+        return samples;
+    }
+
+    std::vector<HeardWord> heardIn(const Chunk& chunk)
+    {
+        const auto samples = soundOf(chunk);
+        // What was said before is not told: a recogniser that gets caught would stay caught. Then it is tried more freely.
+        for (const float temperature : {0.0F, 0.4F, 0.8F}) {
+            auto words = m_whisper.recognise(samples,
+                {.language = m_language,
+                    .prompt = promptFor(m_language),
+                    .decoding = m_decoding,
+                    .temperature = temperature},
+                m_stop);
+            if (!repeatsItself(words))
+                return words;
+        }
+        return {};
+    }
+
+    std::vector<HeardWord> heardAlone(const Chunk& chunk)
+    {
+        auto words = m_whisper.recognise(
+            soundOf(chunk), {.language = m_language, .prompt = promptFor(m_language), .decoding = m_decoding}, m_stop);
+        constexpr float leastProbability = 0.1F; // In the mean: what is less is made up from noise.
+        float sum = 0;
+        for (const auto& word : words)
+            sum += word.probability;
+        if (repeatsItself(words) || sum < leastProbability * static_cast<float>(words.size()))
+            words.clear();
+        return words;
+    }
+
+    /// The stretches of a chunk that no word lies in: those that are neighbours together.
+    std::vector<Chunk> withoutWords(const Chunk& chunk, const std::vector<TranscriptWord>& words) const
+    {
+        std::vector<Chunk> result;
+        std::vector<Frames> run;
+        const auto end = [&] {
+            if (!run.empty())
+                result.emplace_back(std::exchange(run, {}), m_wave.size());
+        };
+        for (const auto& stretch : chunk.speech()) {
+            const bool spoken = std::ranges::any_of(words, [&](const TranscriptWord& word) {
+                return word.start < stretch.endSeconds() && word.end > stretch.startSeconds();
+            });
+            if (spoken)
+                end();
+            else
+                run.push_back(stretch);
+        }
+        end();
+        return result;
+    }
+
+    /// The words where they are spoken, but for those that nobody could have said in the time of their stretch.
+    std::vector<TranscriptWord> placedIn(const Chunk& chunk, std::vector<HeardWord> heard) const
+    {
+        std::vector<Interval> stretches;
+        for (const auto& stretch : chunk.speech())
+            stretches.push_back({.start = chunk.inChunk(stretch.startSeconds()), .end = chunk.inChunk(stretch.endSeconds())});
+        const auto placed = place(std::move(heard), stretches, {});
+        std::vector<TranscriptWord> result;
+        for (auto first = placed.begin(); first != placed.end();) {
+            const auto last = std::find_if(first, placed.end(), [&](const auto& word) { return word.stretch != first->stretch; });
+            const Interval& stretch = stretches[first->stretch];
+            if (canBeSaid(first, last, stretch))
+                append(chunk, first, last, result);
+            first = last;
+        }
+        return result;
+    }
+
+    using Placed = std::vector<PlacedWord>::const_iterator;
+
+    static bool canBeSaid(Placed first, Placed last, const Interval& stretch)
+    {
+        constexpr double fastest = 0.075; // Seconds a syllable: thirteen a second.
+        double asked = 0;
+        for (auto word = first; word != last; ++word)
+            asked += syllables(word->word.text) * fastest;
+        return asked <= stretch.end - stretch.start + 0.1;
+    }
+
+    /// Adds the words of one stretch. Hesitations that are all there is in it are one, in its usual spelling.
+    static void append(const Chunk& chunk, Placed first, Placed last, std::vector<TranscriptWord>& result)
+    {
+        const auto usual = asHesitation(first->word.text);
+        const bool hesitates = !usual.empty() && std::all_of(first, last, [&](const PlacedWord& word) {
+            return isSameHesitation(asHesitation(word.word.text), usual);
+        });
+        if (hesitates) {
+            result.push_back({.text = usual,
+                .start = chunk.inRecording(first->place.start),
+                .end = chunk.inRecording(std::prev(last)->place.end)});
+            return;
+        }
+        for (auto word = first; word != last; ++word) {
+            result.push_back({.text = word->word.text,
+                .start = chunk.inRecording(word->place.start),
+                .end = chunk.inRecording(word->place.end)});
+        }
+    }
+
+    Whisper& m_whisper;
+    std::string m_language;
+    Decoding m_decoding;
+    WaveReader& m_wave;
+    std::stop_token m_stop;
+    std::vector<TranscriptWord> m_words;
+};
+
+} // namespace
+
+std::optional<std::string> SpeechRecognizer::supportedLanguage(std::string_view locale)
+{
+    if (locale == "es" || locale.starts_with("es-") || locale.starts_with("es_"))
+        return "es";
+    if (locale == "en" || locale.starts_with("en-") || locale.starts_with("en_"))
+        return "en";
+    return std::nullopt;
+}
+
+SpeechRecognizer::SpeechRecognizer(const fs::path& model, std::string language, Decoding decoding)
+    : m_whisper(model)
+    , m_language(std::move(language))
+    , m_decoding(decoding)
+{
+}
+
+std::vector<TranscriptWord> SpeechRecognizer::recognise(
+    const fs::path& file, const ProgressCallback& progress, const std::stop_token& stop)
+{
+    WaveReader wave(file);
+    const Loudness loudness = measure(wave, stop);
+    const auto chunks = makeChunks(findSpeech(loudness), loudness, wave.size());
+
+    Recognition recognition(m_whisper, m_language, m_decoding, wave, stop);
+    std::size_t done = 0;
+    for (const auto& chunk : chunks) {
+        recognition.add(chunk);
+        if (progress)
+            progress(static_cast<double>(++done) / static_cast<double>(chunks.size()));
+    }
+    return recognition.take();
+}
+
+} // namespace orvo

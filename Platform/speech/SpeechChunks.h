@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Platform/speech/SpeechActivity.h"
+
+#include <vector>
+
+namespace orvo::speech {
+
+/// What is given to the recogniser at a time: stretches of speech and the silence around them, of which what is longer than
+/// anybody needs is left out.
+class Chunk {
+public:
+    /// A piece of the sound as it is, in samples.
+    struct Piece {
+        std::size_t from = 0; ///< In the recording.
+        std::size_t count = 0;
+        std::size_t at = 0; ///< In the chunk.
+    };
+
+    /// For stretches of speech of a recording with so many samples, at least one.
+    Chunk(std::vector<Frames> speech, std::size_t samples);
+
+    const std::vector<Frames>& speech() const noexcept { return m_speech; }
+    const std::vector<Piece>& pieces() const noexcept { return m_pieces; }
+
+    /// Length in samples.
+    std::size_t size() const noexcept { return m_pieces.back().at + m_pieces.back().count; }
+
+    /// Where a moment of the chunk lies in the recording. Seconds.
+    double inRecording(double seconds) const;
+    /// Where a moment of the recording lies in the chunk; one that was left out, where it would be. Seconds.
+    double inChunk(double seconds) const;
+
+private:
+    std::vector<Frames> m_speech;
+    std::vector<Piece> m_pieces;
+};
+
+/// Parts a recording into chunks that the recogniser takes whole, at its longest silences. `loudness` says where a stretch
+/// that is too long by itself is parted: where it is quietest.
+std::vector<Chunk> makeChunks(const std::vector<Frames>& speech, const Loudness& loudness, std::size_t samples);
+
+} // namespace orvo::speech

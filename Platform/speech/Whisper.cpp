@@ -1,0 +1,199 @@
+#include "Platform/speech/Whisper.h"
+
+#include "Platform/speech/SpeechActivity.h"
+#include "VideoCore/Error.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cmath>
+#include <cstring>
+#include <format>
+#include <fstream>
+#include <optional>
+#include <string_view>
+#include <thread>
+#include <whisper.h>
+
+namespace orvo::speech {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// What the beginning of a model file says.
+struct Header {
+    static constexpr std::uint32_t ggml = 0x67676d6c;
+
+    std::uint32_t magic = 0;
+    std::int32_t vocabulary = 0;
+    std::int32_t audioContext = 0, audioState = 0, audioHeads = 0, audioLayers = 0;
+    std::int32_t textContext = 0, textState = 0, textHeads = 0, textLayers = 0;
+    std::int32_t bands = 0, type = 0;
+};
+
+/// Models of one language have one entry less.
+constexpr std::int32_t vocabularyOfManyLanguages = 51'865;
+
+std::optional<Header> readHeader(const fs::path& model)
+{
+    std::ifstream file(model, std::ios::binary);
+    Header header;
+    std::array<char, sizeof header> bytes{};
+    if (!file.read(bytes.data(), bytes.size()))
+        return std::nullopt;
+    std::memcpy(&header, bytes.data(), bytes.size());
+    if (header.magic != Header::ggml)
+        return std::nullopt;
+    return header;
+}
+
+/// The attention heads that follow the sound word by word, which differ between the models.
+whisper_alignment_heads_preset alignmentHeads(const Header& header)
+{
+    if (header.audioLayers == 4 && header.textLayers == 4)
+        return WHISPER_AHEADS_TINY;
+    if (header.audioLayers == 6)
+        return WHISPER_AHEADS_BASE;
+    if (header.audioLayers == 12)
+        return WHISPER_AHEADS_SMALL;
+    if (header.audioLayers == 24)
+        return WHISPER_AHEADS_MEDIUM;
+    return header.textLayers == 4 ? WHISPER_AHEADS_LARGE_V3_TURBO : WHISPER_AHEADS_LARGE_V3;
+}
+
+void keepQuiet(ggml_log_level, const char*, void*) { }
+
+bool isSpace(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+std::string trimmed(const std::string& text)
+{
+    const auto begin = std::ranges::find_if_not(text, isSpace);
+    const auto end = std::find_if_not(text.rbegin(), text.rend(), isSpace).base();
+    return begin < end ? std::string(begin, end) : std::string();
+}
+
+/// Whether there is a letter or a digit in a word; bytes beyond ASCII count as letters, but for the opening marks.
+bool isSpoken(const std::string& text)
+{
+    std::string_view rest = text;
+    while (!rest.empty()) {
+        if (rest.starts_with("¿") || rest.starts_with("¡") || rest.starts_with("«") || rest.starts_with("»")) {
+            rest.remove_prefix(2);
+            continue;
+        }
+        if (rest.starts_with("…") || rest.starts_with("—") || rest.starts_with("–") || rest.starts_with("♪")) {
+            rest.remove_prefix(3);
+            continue;
+        }
+        const auto c = static_cast<unsigned char>(rest.front());
+        if (c >= 0x80 || std::isalnum(c) != 0)
+            return true;
+        rest.remove_prefix(1);
+    }
+    return false;
+}
+
+/// How many of the model's positions, of 20 ms each, a sound needs: what is not attended to costs neither time nor memory.
+int attended(std::size_t samples)
+{
+    constexpr int all = 1'500;
+    constexpr int fewest = 640; // With less it makes up words behind the last.
+    constexpr double silenceBehind = 2; // Seconds, for the same reason.
+    constexpr double positionsPerSecond = 50;
+    const double seconds = static_cast<double>(samples) / sampleRate + silenceBehind;
+    return std::clamp(static_cast<int>(std::ceil(seconds * positionsPerSecond / 64)) * 64, fewest, all);
+}
+
+} // namespace
+
+void Whisper::Free::operator()(whisper_context* context) const
+{
+    whisper_free(context);
+}
+
+Whisper::Whisper(const fs::path& model)
+    : m_threads(static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 8U)))
+{
+    whisper_log_set(keepQuiet, nullptr);
+    const auto header = readHeader(model);
+    if (header && header->vocabulary < vocabularyOfManyLanguages)
+        throw captureError(std::format("El modelo «{}» solo reconoce inglés.", model.filename().string()));
+    if (header) {
+        auto parameters = whisper_context_default_params();
+        parameters.use_gpu = false;
+        parameters.flash_attn = false; // It would leave no attention to take the times from.
+        parameters.dtw_token_timestamps = true;
+        parameters.dtw_aheads_preset = alignmentHeads(*header);
+        m_context.reset(whisper_init_from_file_with_params(model.c_str(), parameters));
+    }
+    if (!m_context)
+        throw captureError(std::format("El modelo de voz «{}» está dañado o no es un modelo.", model.filename().string()));
+}
+
+Whisper::~Whisper() = default;
+
+std::vector<HeardWord> Whisper::recognise(
+    std::span<const float> samples, const Request& request, const std::stop_token& stop)
+{
+    const bool careful = request.decoding == Decoding::careful && request.temperature == 0;
+    auto parameters = whisper_full_default_params(careful ? WHISPER_SAMPLING_BEAM_SEARCH : WHISPER_SAMPLING_GREEDY);
+    parameters.n_threads = m_threads;
+    parameters.audio_ctx = attended(samples.size());
+    parameters.language = request.language.c_str();
+    parameters.initial_prompt = request.prompt.c_str();
+    parameters.no_context = true;
+    parameters.print_progress = false;
+    parameters.print_timestamps = false;
+    parameters.suppress_nst = true;
+    parameters.no_timestamps = true; // The times come from the attention.
+    parameters.single_segment = true;
+    parameters.temperature = request.temperature;
+    parameters.greedy.best_of = 1;
+    parameters.beam_search.beam_size = 5;
+    parameters.abort_callback = [](void* token) { return static_cast<const std::stop_token*>(token)->stop_requested(); };
+    parameters.abort_callback_user_data = const_cast<std::stop_token*>(&stop);
+
+    const int status
+        = whisper_full(m_context.get(), parameters, samples.data(), static_cast<int>(samples.size()));
+    if (stop.stop_requested())
+        throw Cancelled();
+    if (status != 0)
+        throw captureError("El reconocimiento de voz ha fallado.");
+
+    std::vector<HeardWord> words;
+    const whisper_token firstSpecial = whisper_token_eot(m_context.get());
+    for (int segment = 0; segment < whisper_full_n_segments(m_context.get()); ++segment) {
+        for (int token = 0; token < whisper_full_n_tokens(m_context.get(), segment); ++token) {
+            const auto data = whisper_full_get_token_data(m_context.get(), segment, token);
+            if (data.id >= firstSpecial)
+                continue;
+            const std::string text = whisper_full_get_token_text(m_context.get(), segment, token);
+            // A segment goes on in the middle of a word only after an apostrophe or the like.
+            if (words.empty() || text.starts_with(' '))
+                words.push_back({.probability = 1});
+            words.back().text += text;
+            // The attention goes on from a part of a word when it is over; marks are not spoken.
+            if (isSpoken(text)) {
+                words.back().end = static_cast<double>(data.t_dtw) / 100;
+                words.back().probability = std::min(words.back().probability, data.p);
+            }
+        }
+    }
+
+    // Marks that stand alone belong to the word before them.
+    std::vector<HeardWord> result;
+    for (auto& word : words) {
+        word.text = trimmed(word.text);
+        if (isSpoken(word.text))
+            result.push_back(std::move(word));
+        else if (!result.empty())
+            result.back().text += word.text;
+    }
+    return result;
+}
+
+} // namespace orvo::speech

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+struct whisper_context;
+
+namespace orvo::speech {
+
+/// How hard the recogniser looks for what was said.
+enum class Decoding : std::uint8_t {
+    quick, ///< The likeliest word, one after the other.
+    careful ///< Five wordings at a time, of which the likeliest wins: about half as much time again.
+};
+
+/// A word as the recogniser heard it, with the punctuation that follows it.
+struct HeardWord {
+    std::string text;
+    double end = 0; ///< Seconds in the given sound: about where it ends.
+    float probability = 0; ///< Of its least probable part, 0..1.
+};
+
+/// A speech model in memory. Not for two threads at once.
+class Whisper {
+public:
+    /// Reads a model. Throws `captureError` with a text for the user when the file is none that recognises Spanish and
+    /// English.
+    explicit Whisper(const std::filesystem::path& model);
+    ~Whisper();
+    Whisper(const Whisper&) = delete;
+    Whisper& operator=(const Whisper&) = delete;
+
+    struct Request {
+        std::string language; ///< "es" or "en".
+        std::string prompt; ///< Text in whose manner it goes on.
+        Decoding decoding = Decoding::quick;
+        float temperature = 0; ///< Where the search for a wording begins; above 0 it is drawn by lot.
+    };
+
+    /// The words in at most 30 seconds of sound at `sampleRate`, in order.
+    ///
+    /// Blocks. Throws `Cancelled` when `stop` is requested, `captureError` when the recognition fails.
+    std::vector<HeardWord> recognise(std::span<const float> samples, const Request& request, const std::stop_token& stop);
+
+private:
+    struct Free {
+        void operator()(whisper_context* context) const;
+    };
+    std::unique_ptr<whisper_context, Free> m_context;
+    int m_threads;
+};
+
+} // namespace orvo::speech

@@ -1,0 +1,170 @@
+"""Spoken material with known words and pauses: espeak-ng tells where each of its words begins."""
+
+import ctypes
+import ctypes.util
+import random
+import wave
+from array import array
+from dataclasses import dataclass, field
+
+from . import measure
+
+RATE = 22050  # Of the synthesiser's voices.
+QUIET = 0.008  # Of full scale: a voice that is softer than this is not heard yet, or no more.
+
+
+@dataclass
+class Word:
+    """A spoken word. Times are seconds."""
+
+    text: str
+    start: float
+    end: float
+    filler: bool = False
+
+
+@dataclass
+class Speech:
+    """Samples at RATE with the words in them."""
+
+    samples: array
+    words: list = field(default_factory=list)
+    pauses: list = field(default_factory=list)  # (end of the sound before, beginning of the sound after)
+
+    def seconds(self):
+        return len(self.samples) / RATE
+
+
+class _Event(ctypes.Structure):
+    _fields_ = [("type", ctypes.c_int), ("identifier", ctypes.c_uint), ("position", ctypes.c_int), ("length", ctypes.c_int),
+                ("milliseconds", ctypes.c_int), ("sample", ctypes.c_int), ("user", ctypes.c_void_p), ("id", ctypes.c_char * 8)]
+
+
+class Voice:
+    """One synthesiser for all voices: the library has one state."""
+
+    _RETRIEVAL = 1
+    _WORD = 1
+    _UTF8 = 1
+    _RATE = 1
+    _PITCH = 3
+
+    def __init__(self):
+        self._library = ctypes.CDLL(ctypes.util.find_library("espeak-ng") or "libespeak-ng.so.1")
+        self._callback_type = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.POINTER(ctypes.c_short), ctypes.c_int, ctypes.POINTER(_Event))
+        self._callback = self._callback_type(self._take)
+        if self._library.espeak_Initialize(self._RETRIEVAL, 500, None, 0) != RATE:
+            raise SystemExit("espeak-ng speaks at another rate")
+        self._library.espeak_SetSynthCallback(self._callback)
+        self._taken, self._events = array("h"), []
+
+    def _take(self, samples, count, events):
+        if samples and count:
+            self._taken.extend(samples[:count])
+        i = 0
+        while events[i].type:
+            if events[i].type == self._WORD:
+                self._events.append((events[i].position, events[i].length, events[i].milliseconds / 1000))
+            i += 1
+        return 0
+
+    def say(self, text, voice, speed, pitch):
+        """The text spoken, from its first audible sample to its last, with where each of its words begins."""
+        self._taken, self._events = array("h"), []
+        self._library.espeak_SetVoiceByName(voice.encode())
+        self._library.espeak_SetParameter(self._RATE, speed, 0)
+        self._library.espeak_SetParameter(self._PITCH, pitch, 0)
+        data = text.encode() + b"\0"
+        self._library.espeak_Synth(data, ctypes.c_size_t(len(data)), 0, 0, 0, self._UTF8, None, None)
+        self._library.espeak_Synchronize()
+        loud = [i for i, value in enumerate(self._taken) if abs(value) > QUIET * 32768]
+        first, last = loud[0], loud[-1]
+        samples = self._taken[first:last + 1]
+        starts = [max(0.0, at - first / RATE) for _, _, at in self._events]
+        texts = [text[position - 1:position - 1 + length] for position, length, _ in self._events]
+        ends = starts[1:] + [len(samples) / RATE]
+        return Speech(samples, [Word(*word) for word in zip(texts, starts, ends)])
+
+
+def lesson(voice, parts, seed, start=0.7, fillers=()):
+    """Joins spoken parts with pauses of 0.3 to 2.5 seconds between them, some of them around a filler.
+
+    `parts` is a list of (text, voice name, speed, pitch)."""
+    chance = random.Random(seed)
+    result = Speech(array("h", bytes(2 * int(start * RATE))))
+
+    def add(piece, filler=False):
+        at = result.seconds()
+        result.samples.extend(piece.samples)
+        for word in piece.words:
+            result.words.append(Word(word.text, at + word.start, at + word.end, filler))
+
+    def pause():
+        length = int(chance.uniform(0.3, 2.5) * RATE)
+        at = result.seconds()
+        result.samples.extend(array("h", bytes(2 * length)))
+        result.pauses.append((at, result.seconds()))
+
+    for number, (text, name, speed, pitch) in enumerate(parts):
+        if number:
+            pause()
+            if fillers and chance.random() < 0.35:
+                add(voice.say(chance.choice(fillers), name, max(90, speed - 40), pitch), filler=True)
+                pause()
+        add(voice.say(text, name, speed, pitch))
+    result.samples.extend(array("h", bytes(2 * RATE)))
+    return result
+
+
+def write(samples, file):
+    with wave.open(str(file), "wb") as out:
+        out.setnchannels(1)
+        out.setsampwidth(2)
+        out.setframerate(RATE)
+        out.writeframes(samples.tobytes())
+
+
+def with_noise(source, target, decibels, level, seed=1):
+    """Adds pink noise so much below the level of the voice (RMS of its sounding parts, dB of full scale)."""
+    # anoisesrc's pink noise with amplitude 1 lies at -16.9 dB.
+    _mix(source, target, f"anoisesrc=color=pink:seed={seed}:amplitude=1:sample_rate={RATE},volume={level - decibels + 16.9}dB")
+
+
+def with_music(source, target, decibels, level):
+    """Adds chords that change every two seconds, with a beat, so much below the voice."""
+    chords = "0.2*(sin(2*PI*220*pow(2,mod(floor(t/2)*5,12)/12)*t)+sin(2*PI*277.2*pow(2,mod(floor(t/2)*5,12)/12)*t)" \
+        "+sin(2*PI*329.6*pow(2,mod(floor(t/2)*5,12)/12)*t))*(0.6+0.4*exp(-6*mod(t,0.5)))"
+    _mix(source, target, f"aevalsrc='{chords}':s={RATE},volume={level - decibels + 12}dB")
+
+
+def _mix(source, target, graph):
+    measure.run(["ffmpeg", "-v", "error", "-y", "-i", source, "-filter_complex",
+                 f"{graph}[n];[0:a][n]amix=2:duration=first:normalize=0", "-ar", str(RATE), "-ac", "1", target])
+
+
+def with_room(source, target, reverberation, folder, seed=1):
+    """The voice in a small room: the direct sound and a tail that falls by 60 dB in `reverberation` seconds, as loud together
+    as the direct sound."""
+    chance = random.Random(seed)
+    count = int(reverberation * RATE)
+    tail = [chance.gauss(0, 1) * 10 ** (-3 * i / count) for i in range(count)]
+    energy = sum(value * value for value in tail) ** 0.5
+    response = array("h", [int(16000 * ((1.0 if i == 0 else 0.0) + (value / energy if i > 80 else 0.0)))
+                           for i, value in enumerate(tail)])
+    impulse = folder / "room.wav"
+    write(response, impulse)
+    measure.run(["ffmpeg", "-v", "error", "-y", "-i", source, "-i", impulse, "-filter_complex",
+                 "[0:a][1:a]afir=gtype=none:irnorm=-1,volume=4dB", "-ar", str(RATE), "-ac", "1", target])
+
+
+def voice_level(speech):
+    """RMS of the sounding parts in dB of full scale."""
+    total = count = 0
+    for i in range(0, len(speech.samples) - 400, 400):
+        block = speech.samples[i:i + 400]
+        energy = sum(value * value for value in block) / 400
+        if energy > 100 ** 2:
+            total += energy
+            count += 1
+    import math
+    return 10 * math.log10(total / count / 32768 ** 2)

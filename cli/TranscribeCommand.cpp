@@ -1,0 +1,86 @@
+#include "OrvoVideo/transcription/TranscriptionService.h"
+#include "Platform/FfprobeMediaProbe.h"
+#include "Platform/SpeechModels.h"
+#include "VideoCore/Suggestions.h"
+#include "VideoMedia/AnalysisAudio.h"
+#include "cli/Arguments.h"
+#include "cli/Command.h"
+#include "cli/Commands.h"
+#include "cli/Failures.h"
+#include "cli/LongWork.h"
+#include "cli/ProjectLock.h"
+#include "cli/Text.h"
+#include "cli/Wording.h"
+
+#include <algorithm>
+#include <array>
+#include <format>
+
+namespace orvo::cli {
+
+namespace {
+
+struct TranscribeArguments {
+    std::string project;
+    std::string language = "es-ES";
+    std::string model;
+    bool careful = false;
+};
+
+std::vector<TranscriptWord> recognise(Session& session, const VideoProject& project, const TranscribeArguments& arguments)
+{
+    const auto& store = session.library().store();
+    const TranscriptionOptions options{.model = arguments.model,
+        .decoding = arguments.careful ? SpeechRecognizer::Decoding::careful : SpeechRecognizer::Decoding::quick};
+    return runInterruptibly("Transcribiendo", [&](const ProgressCallback& progress, const std::stop_token& stop) {
+        const TranscriptionFile work(store.directory(project.id));
+        analysisAudio(project, store, FfprobeMediaProbe(), work.path(), stop);
+        return TranscriptionService::transcribe(work.path(), arguments.language, options, progress, stop);
+    });
+}
+
+void transcribe(Session& session, const TranscribeArguments& arguments)
+{
+    static constexpr std::array<std::string_view, 2> languages{"es-ES", "en-US"};
+    if (!std::ranges::contains(languages, arguments.language)) {
+        throw UsageError(std::format("No existe el idioma {}.{} Los idiomas son es-ES y en-US.", inQuotes(arguments.language),
+            suggestion(arguments.language, languages)));
+    }
+    Library& library = session.library();
+    const ProjectLock lock(library.store().directory(library.find(arguments.project)));
+    VideoProject project = library.load(arguments.project);
+    Library::requireEditable(project);
+    const SharedList words(recognise(session, project, arguments));
+
+    project = library.load(arguments.project); // It took a while: what was edited meanwhile stays.
+    project.edit.words = words;
+    project.updatedAt = now();
+    library.store().save(project);
+
+    const auto suggestions = Suggestions::generate(project);
+    if (session.json())
+        return session.answer(JsonValue::Object{{"id", project.id}, {"words", words.size()}, {"suggestions", suggestions.size()}});
+    session.print(std::format("Transcrito {}: {} palabras, {} mejoras propuestas (orvo suggest).\n",
+        inQuotes(shownTitle(project.title)), words.size(), suggestions.size()));
+}
+
+} // namespace
+
+void addTranscribeCommand(CLI::App& app, Session& session)
+{
+    addCommand<TranscribeArguments>(
+        app, session,
+        {"transcribe", "Texto",
+            "Transcribe lo que se dice, en esta misma máquina.\nLa primera vez descarga el modelo de voz. La transcripción "
+            "anterior se reemplaza; los cortes se quedan."},
+        [](Command& command, TranscribeArguments& arguments) {
+            command.project(arguments.project);
+            command.option("--language", "IDIOMA", arguments.language, "es-ES o en-US; es-ES si no se indica.");
+            command.option("--model", "NOMBRE", arguments.model,
+                "tiny (rápido), base o small (preciso), o uno tuyo en la carpeta de modelos; base si no se indica.");
+            command.flag("--careful", arguments.careful, "Tarda la mitad más y se equivoca menos.");
+        },
+        transcribe);
+}
+
+} // namespace orvo::cli

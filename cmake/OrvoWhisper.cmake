@@ -1,0 +1,19 @@
+# Orvo::Whisper, the speech library: the system's, or the one that tools/speech.sh has made in build/whisper.
+
+add_library(orvo_whisper INTERFACE)
+add_library(Orvo::Whisper ALIAS orvo_whisper)
+
+pkg_check_modules(whisper QUIET IMPORTED_TARGET whisper>=1.8)
+if(whisper_FOUND)
+  target_link_libraries(orvo_whisper INTERFACE PkgConfig::whisper)
+else()
+  set(made ${PROJECT_SOURCE_DIR}/build/whisper)
+  if(NOT EXISTS ${made}/lib/libwhisper.a)
+    message(FATAL_ERROR "There is no speech library. tools/speech.sh makes it.")
+  endif()
+  find_library(openmp gomp PATHS ${CMAKE_CXX_IMPLICIT_LINK_DIRECTORIES} /usr/lib/gcc/${CMAKE_CXX_LIBRARY_ARCHITECTURE}/14 REQUIRED)
+  target_include_directories(orvo_whisper SYSTEM INTERFACE ${made}/include)
+  target_link_libraries(orvo_whisper INTERFACE
+    ${made}/lib/libwhisper.a ${made}/lib/libggml.a ${made}/lib/libggml-cpu.a ${made}/lib/libggml-base.a
+    ${openmp} Threads::Threads ${CMAKE_DL_LIBS})
+endif()

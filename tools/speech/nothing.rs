@@ -1,0 +1,1 @@
+// Cargo wants a source file.
