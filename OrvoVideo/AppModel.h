@@ -81,6 +81,7 @@ class AppModel : public QObject {
     Q_PROPERTY(QString exportQuality READ exportQuality WRITE setExportQuality NOTIFY exportQualityChanged)
     Q_PROPERTY(QString language READ language WRITE setLanguage NOTIFY languageChanged)
     Q_PROPERTY(QString speechModel READ speechModel WRITE setSpeechModel NOTIFY transcriptionChanged)
+    Q_PROPERTY(bool ffmpegAvailable READ ffmpegAvailable CONSTANT)
     Q_PROPERTY(bool carefulTranscription READ carefulTranscription WRITE setCarefulTranscription NOTIFY transcriptionChanged)
 
 public:
@@ -315,6 +316,14 @@ public:
     /// Whether the recognition takes more time to make fewer errors.
     bool carefulTranscription() const { return m_transcription.decoding == SpeechRecognizer::Decoding::careful; }
     void setCarefulTranscription(bool careful);
+
+    // --- The installation (AppModelInstallation.cpp) ----------------------------------------------------------------------
+
+    /// Whether an `ffmpeg` is found.
+    bool ffmpegAvailable() const;
+    /// Show the folder of the library and the folder for speech models (which is made) in the file manager.
+    Q_INVOKABLE void openProjectsFolder();
+    Q_INVOKABLE void openModelFolder();
 
 signals:
     void libraryListedChanged();

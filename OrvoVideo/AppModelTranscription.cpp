@@ -22,8 +22,8 @@ QCoro::Task<> AppModel::transcribeProject(VideoProject project, WorkControl cont
     co_await analysisAudio(project, work.path(), control);
     setStatus(QStringLiteral("Transcribiendo en el Mac · la primera vez se descargarán los modelos…"));
     auto words = co_await m_workers.run(control,
-        [file = work.path(), locale = m_language.toStdString(), options = m_transcription, transcribe = m_services.transcribe](
-            const std::stop_token& stop, const ProgressCallback& progress) {
+        [file = work.path(), locale = m_language.toStdString(), options = m_transcription,
+            transcribe = m_services.transcribe](const std::stop_token& stop, const ProgressCallback& progress) {
             return transcribe(file, locale, options, progress, stop);
         });
     const auto replace = [words = SharedList(std::move(words))](VideoProject& changed) { changed.edit.words = words; };
@@ -39,9 +39,8 @@ QCoro::Task<> AppModel::transcribeProject(VideoProject project, WorkControl cont
 QCoro::Task<> AppModel::analysisAudio(VideoProject project, fs::path destination, WorkControl control)
 {
     co_await m_workers.run(std::move(control),
-        [project = std::move(project), store = store(), destination, probe = m_services.probe](const std::stop_token& stop) {
-            orvo::analysisAudio(project, store, *probe, destination, stop);
-        });
+        [project = std::move(project), store = store(), destination, probe = m_services.probe](
+            const std::stop_token& stop) { orvo::analysisAudio(project, store, *probe, destination, stop); });
 }
 
 void AppModel::setSpeechModel(const QString& model)

@@ -100,9 +100,10 @@ fs::path require(std::string_view name, const ProgressCallback& progress, const 
         return *file;
     if (const SpeechModel* model = inCatalogue(name))
         return download(*model, folder(), progress, stop);
-    throw captureError(std::format("No existe el modelo de voz «{}». Los que se descargan son tiny, base y small; los tuyos van en "
-                                   "{} con el nombre ggml-NOMBRE.bin.",
-        name, folder().string()));
+    throw captureError(
+        std::format("No existe el modelo de voz «{}». Los que se descargan son tiny, base y small; los tuyos van en "
+                    "{} con el nombre ggml-NOMBRE.bin.",
+            name, folder().string()));
 }
 
 } // namespace orvo::SpeechModels

@@ -49,11 +49,11 @@ std::optional<std::filesystem::path> installed(std::string_view name);
 std::filesystem::path require(
     std::string_view name, const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 
-/// Downloads a model into a folder and returns its file, which is there only when it is complete and has the right hash. What
-/// was interrupted is gone on with the next time.
+/// Downloads a model into a folder and returns its file, which is there only when it is complete and has the right hash.
+/// What was interrupted is gone on with the next time.
 ///
-/// Blocks; `progress` receives the share that is there. Throws `captureError` with what happened and what to do (no network, an
-/// answer other than the file, a wrong hash, a full disk), file system errors unchanged, and `Cancelled`.
+/// Blocks; `progress` receives the share that is there. Throws `captureError` with what happened and what to do (no network,
+/// an answer other than the file, a wrong hash, a full disk), file system errors unchanged, and `Cancelled`.
 std::filesystem::path download(const SpeechModel& model, const std::filesystem::path& folder,
     const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 

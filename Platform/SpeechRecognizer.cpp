@@ -133,11 +133,13 @@ private:
     {
         std::vector<Interval> stretches;
         for (const auto& stretch : chunk.speech())
-            stretches.push_back({.start = chunk.inChunk(stretch.startSeconds()), .end = chunk.inChunk(stretch.endSeconds())});
+            stretches.push_back(
+                {.start = chunk.inChunk(stretch.startSeconds()), .end = chunk.inChunk(stretch.endSeconds())});
         const auto placed = place(std::move(heard), stretches, {});
         std::vector<TranscriptWord> result;
         for (auto first = placed.begin(); first != placed.end();) {
-            const auto last = std::find_if(first, placed.end(), [&](const auto& word) { return word.stretch != first->stretch; });
+            const auto last =
+                std::find_if(first, placed.end(), [&](const auto& word) { return word.stretch != first->stretch; });
             const Interval& stretch = stretches[first->stretch];
             if (canBeSaid(first, last, stretch))
                 append(chunk, first, last, result);

@@ -28,9 +28,9 @@ public:
     /// The words spoken in a wave file of one channel at 16 kHz, in time order and disjoint. Each begins and ends where its
     /// sound does. Nothing is made up where nobody speaks.
     ///
-    /// Blocks; reads the file piece by piece, so that its length costs no memory. `progress` receives the share of the speech
-    /// that is done. Throws `captureError` for another file or when the recognition fails, file system errors unchanged, and
-    /// `Cancelled`.
+    /// Blocks; reads the file piece by piece, so that its length costs no memory. `progress` receives the share of the
+    /// speech that is done. Throws `captureError` for another file or when the recognition fails, file system errors
+    /// unchanged, and `Cancelled`.
     std::vector<TranscriptWord> recognise(
         const std::filesystem::path& wave, const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 

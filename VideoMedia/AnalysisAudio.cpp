@@ -28,8 +28,8 @@ void analysisAudio(const VideoProject& project, const ProjectStore& store, const
         if (probe.facts(file, stop).audioStreams == 0)
             continue;
         arguments.insert(arguments.end(), {"-i", file.string()});
-        chains += std::format("[{0}:a]aresample=16000:async=1:first_pts=0,asetpts=PTS-STARTPTS,adelay={1}:all=1[a{0}];", count,
-            std::llrint(std::trunc(track.start * 1000)));
+        chains += std::format("[{0}:a]aresample=16000:async=1:first_pts=0,asetpts=PTS-STARTPTS,adelay={1}:all=1[a{0}];",
+            count, std::llrint(std::trunc(track.start * 1000)));
         labels += std::format("[a{}]", count);
         ++count;
     }

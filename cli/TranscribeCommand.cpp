@@ -43,8 +43,8 @@ void transcribe(Session& session, const TranscribeArguments& arguments)
 {
     static constexpr std::array<std::string_view, 2> languages{"es-ES", "en-US"};
     if (!std::ranges::contains(languages, arguments.language)) {
-        throw UsageError(std::format("No existe el idioma {}.{} Los idiomas son es-ES y en-US.", inQuotes(arguments.language),
-            suggestion(arguments.language, languages)));
+        throw UsageError(std::format("No existe el idioma {}.{} Los idiomas son es-ES y en-US.",
+            inQuotes(arguments.language), suggestion(arguments.language, languages)));
     }
     Library& library = session.library();
     const ProjectLock lock(library.store().directory(library.find(arguments.project)));
@@ -59,7 +59,8 @@ void transcribe(Session& session, const TranscribeArguments& arguments)
 
     const auto suggestions = Suggestions::generate(project);
     if (session.json())
-        return session.answer(JsonValue::Object{{"id", project.id}, {"words", words.size()}, {"suggestions", suggestions.size()}});
+        return session.answer(
+            JsonValue::Object{{"id", project.id}, {"words", words.size()}, {"suggestions", suggestions.size()}});
     session.print(std::format("Transcrito {}: {} palabras, {} mejoras propuestas (orvo suggest).\n",
         inQuotes(shownTitle(project.title)), words.size(), suggestions.size()));
 }

@@ -62,19 +62,12 @@ ColumnLayout {
             onActivated: root.app.language = currentValue
         }
         OButton {
+            objectName: "transcribe"
             text: "Transcribir"
-            enabled: false
-            Accessible.description: reason.text
+            prominent: root.empty
+            enabled: !root.app.busy && root.app.hasProject
+            onClicked: root.app.transcribe()
         }
-    }
-    OLabel {
-        id: reason
-
-        Layout.fillWidth: true
-        text: "El reconocimiento de voz no está disponible en esta versión."
-        secondary: true
-        font.pixelSize: Theme.captionSize
-        wrapMode: Text.Wrap
     }
     OLabel {
         Layout.fillWidth: true

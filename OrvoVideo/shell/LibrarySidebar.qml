@@ -13,6 +13,7 @@ Rectangle {
     required property AppModel app
 
     signal projectChosen()
+    signal settingsWanted()
 
     function choose(projectId: string) {
         list.forceActiveFocus() // What is being typed elsewhere is taken before its project goes.
@@ -146,6 +147,13 @@ Rectangle {
             iconName: "download"
             enabled: !root.app.busy
             onClicked: root.app.importMedia(false)
+        }
+        OButton {
+            objectName: "settings"
+            Layout.fillWidth: true
+            text: "Ajustes"
+            iconName: "settings"
+            onClicked: root.settingsWanted()
         }
     }
 }

@@ -15,6 +15,7 @@ MenuBar {
 
     signal libraryToggled()
     signal inspectorToggled()
+    signal settingsWanted()
     signal quitWanted()
 
     background: Rectangle {
@@ -68,6 +69,12 @@ MenuBar {
             shortcut: "Ctrl+E"
             enabled: root.app.hasProject && !root.app.busy
             onTriggered: root.app.exportVideo()
+        }
+        OMenuSeparator {}
+        Action {
+            text: "Ajustes…"
+            shortcut: "Ctrl+,"
+            onTriggered: root.settingsWanted()
         }
         OMenuSeparator {}
         Action {

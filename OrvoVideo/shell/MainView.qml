@@ -24,6 +24,12 @@ ApplicationWindow {
         else
             drawer.open()
     }
+    function openSettings() {
+        settings.active = true
+        settings.item.show()
+        settings.item.raise()
+        settings.item.requestActivate()
+    }
     function quit() {
         quitting = true
         close()
@@ -99,6 +105,7 @@ ApplicationWindow {
         inspectorShown: remembered.inspectorShown
         onLibraryToggled: root.toggleLibrary()
         onInspectorToggled: remembered.inspectorShown = !remembered.inspectorShown
+        onSettingsWanted: root.openSettings()
         onQuitWanted: root.quit()
     }
 
@@ -162,6 +169,35 @@ ApplicationWindow {
         }
     }
 
+    Settings {
+        id: transcription
+
+        category: "transcription"
+        property string model: "base"
+        property bool careful: false
+        Component.onCompleted: {
+            const rememberedCare = careful // What follows writes both.
+            root.app.speechModel = model
+            root.app.carefulTranscription = rememberedCare
+        }
+    }
+    Connections {
+        target: root.app
+
+        function onTranscriptionChanged() {
+            transcription.model = root.app.speechModel
+            transcription.careful = root.app.carefulTranscription
+        }
+    }
+    Loader {
+        id: settings
+
+        active: false
+        sourceComponent: SettingsWindow {
+            app: root.app
+        }
+    }
+
     Timer {
         id: ahead
 
@@ -183,6 +219,7 @@ ApplicationWindow {
         LibrarySidebar {
             app: root.app
             onProjectChosen: drawer.close()
+            onSettingsWanted: root.openSettings()
         }
     }
 

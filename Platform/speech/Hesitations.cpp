@@ -13,11 +13,22 @@ bool isLetter(char c)
     return static_cast<unsigned char>(c) >= 0x80 || std::isalpha(static_cast<unsigned char>(c)) != 0;
 }
 
+/// A word without the opening marks and the dots that are not ASCII.
+std::string withoutMarks(std::string_view word)
+{
+    std::string result(word);
+    for (const std::string_view mark : {"¿", "¡", "…", "—", "–", "«", "»"}) {
+        for (auto at = result.find(mark); at != std::string::npos; at = result.find(mark))
+            result.erase(at, mark.size());
+    }
+    return result;
+}
+
 /// The letters of a word that has only those of hesitations, in lower case and each once in a row: "uh", "em", "m"…
 std::string skeleton(std::string_view word)
 {
     std::string result;
-    for (const char c : word) {
+    for (const char c : withoutMarks(word)) {
         if (!isLetter(c))
             continue;
         const char low = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -31,7 +42,7 @@ std::string skeleton(std::string_view word)
 
 std::string_view spelling(std::string_view skeleton, std::string_view word)
 {
-    const auto letters = std::ranges::count_if(word, isLetter);
+    const auto letters = std::ranges::count_if(withoutMarks(word), isLetter);
     if (skeleton == "eh" || (skeleton == "e" && letters > 1))
         return "eh";
     if (skeleton == "em" || skeleton == "ehm")
@@ -49,7 +60,7 @@ std::string_view spelling(std::string_view skeleton, std::string_view word)
 std::string bare(std::string_view word)
 {
     std::string result;
-    for (const char c : word) {
+    for (const char c : withoutMarks(word)) {
         if (isLetter(c) || std::isdigit(static_cast<unsigned char>(c)) != 0)
             result += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     }
@@ -63,7 +74,7 @@ std::string asHesitation(std::string_view word)
     const auto usual = spelling(skeleton(word), word);
     if (usual.empty())
         return {};
-    // Opening marks such as ¿ are bytes beyond ASCII, which no hesitation has.
+    // All its letters are ASCII.
     const auto ascii = [](char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; };
     const auto first = std::ranges::find_if(word, ascii);
     const auto last = std::find_if(word.rbegin(), word.rend(), ascii).base();

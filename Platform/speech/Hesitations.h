@@ -8,8 +8,8 @@
 
 namespace orvo::speech {
 
-/// A hesitation in its usual spelling ("Uuuh…" is "Uh…", "Ehm" is "Em", "MM-MM" is "Mmm"), with the case of its first letter and
-/// the marks around it as they were; empty for a word that is none.
+/// A hesitation in its usual spelling ("Uuuh…" is "Uh…", "Ehm" is "Em", "MM-MM" is "Mmm"), with the case of its first letter
+/// and the marks around it as they were; empty for a word that is none.
 std::string asHesitation(std::string_view word);
 
 /// Whether two hesitations in their usual spelling are the same but for case and marks.

@@ -231,8 +231,8 @@ fs::path download(
         file.truncate();
     const auto space = fs::space(folder);
     if (space.available < model.size - file.size() + reserve)
-        throw captureError(std::format(
-            "No hay sitio para el modelo de voz: hacen falta {} MB libres en {}.", (model.size + reserve) / 1'000'000, folder.string()));
+        throw captureError(std::format("No hay sitio para el modelo de voz: hacen falta {} MB libres en {}.",
+            (model.size + reserve) / 1'000'000, folder.string()));
     if (file.size() < model.size)
         Transfer(model, file, progress, stop).run();
     if (file.size() < model.size)

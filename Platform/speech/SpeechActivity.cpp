@@ -89,8 +89,8 @@ Band analyse(const std::vector<float>& raw, const Margins& margins, float quiete
         const bool speaks = band.peak[i] - band.floor[i] >= leastContrast && band.peak[i] >= quietest;
         if (!speaks)
             band.lasts[i] = std::numeric_limits<float>::infinity();
-        band.begins[i]
-            = speaks && band.level[i] >= std::max(band.floor[i] + margins.begins, band.peak[i] - range + 6) ? 1 : 0;
+        band.begins[i] =
+            speaks && band.level[i] >= std::max(band.floor[i] + margins.begins, band.peak[i] - range + 6) ? 1 : 0;
     }
     return band;
 }

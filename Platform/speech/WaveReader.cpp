@@ -36,7 +36,8 @@ WaveReader::WaveReader(const fs::path& file)
         throw fail();
     std::uint64_t at = riff.size();
     bool known = false;
-    for (std::array<char, 8> header{}; m_file.seekg(static_cast<std::streamoff>(at)) && m_file.read(header.data(), header.size());) {
+    for (std::array<char, 8> header{};
+        m_file.seekg(static_cast<std::streamoff>(at)) && m_file.read(header.data(), header.size());) {
         const std::string_view name(header.data(), 4);
         const std::uint64_t size = number(header.data() + 4, 4);
         at += header.size();

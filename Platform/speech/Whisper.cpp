@@ -157,8 +157,7 @@ std::vector<HeardWord> Whisper::recognise(
     parameters.abort_callback = [](void* token) { return static_cast<const std::stop_token*>(token)->stop_requested(); };
     parameters.abort_callback_user_data = const_cast<std::stop_token*>(&stop);
 
-    const int status
-        = whisper_full(m_context.get(), parameters, samples.data(), static_cast<int>(samples.size()));
+    const int status = whisper_full(m_context.get(), parameters, samples.data(), static_cast<int>(samples.size()));
     if (stop.stop_requested())
         throw Cancelled();
     if (status != 0)

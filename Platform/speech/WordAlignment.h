@@ -25,10 +25,10 @@ struct PlacedWord {
 
 /// Puts words where they are spoken.
 ///
-/// The recogniser knows about where each word is; the stretches of speech say exactly where sound begins and ends. Every word
-/// is given to one stretch, in order, so that all words together are as near as can be to where they were heard and as long
-/// as their syllables ask for. Within a stretch the words follow one another without a gap, the first beginning and the last
-/// ending with it. A stretch may stay without words: a cough, a chair.
+/// The recogniser knows about where each word is; the stretches of speech say exactly where sound begins and ends. Every
+/// word is given to one stretch, in order, so that all words together are as near as can be to where they were heard and as
+/// long as their syllables ask for. Within a stretch the words follow one another without a gap, the first beginning and the
+/// last ending with it. A stretch may stay without words: a cough, a chair.
 ///
 /// `dips` are short silences within the stretches, at which words rather begin than elsewhere. All times in seconds of the
 /// same sound; `stretches` in order and disjoint.

@@ -2,6 +2,7 @@
 
 import ctypes
 import ctypes.util
+import math
 import random
 import wave
 from array import array
@@ -166,5 +167,4 @@ def voice_level(speech):
         if energy > 100 ** 2:
             total += energy
             count += 1
-    import math
     return 10 * math.log10(total / count / 32768 ** 2)

@@ -43,7 +43,8 @@ void printWords(const std::string& model, const std::string& language, std::stri
     SpeechRecognizer recognizer(model, language, decodingOf(decoding));
     const char* separator = "[";
     for (const auto& word : recognizer.recognise(wave)) {
-        std::printf("%s{\"text\": %s, \"start\": %.3f, \"end\": %.3f}", separator, jsonText(word.text).c_str(), word.start, word.end);
+        std::printf("%s{\"text\": %s, \"start\": %.3f, \"end\": %.3f}", separator, jsonText(word.text).c_str(), word.start,
+            word.end);
         separator = ",\n";
     }
     std::puts(*separator == '[' ? "[]" : "]");
@@ -58,8 +59,8 @@ void printWhole(const std::string& model, const std::string& language, std::stri
     auto contextParameters = whisper_context_default_params();
     contextParameters.use_gpu = false;
     whisper_context* context = whisper_init_from_file_with_params(model.c_str(), contextParameters);
-    auto parameters
-        = whisper_full_default_params(decoding == "careful" ? WHISPER_SAMPLING_BEAM_SEARCH : WHISPER_SAMPLING_GREEDY);
+    auto parameters =
+        whisper_full_default_params(decoding == "careful" ? WHISPER_SAMPLING_BEAM_SEARCH : WHISPER_SAMPLING_GREEDY);
     parameters.n_threads = static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 8U));
     parameters.language = language.c_str();
     parameters.print_progress = false;

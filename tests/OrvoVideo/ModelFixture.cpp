@@ -61,7 +61,8 @@ void ModelFixture::start()
         .player = std::move(ownPlayer),
         .cameraPlayer = std::move(ownCamera),
         .panels = std::move(ownPanels),
-        .workspace = std::move(ownWorkspace)});
+        .workspace = std::move(ownWorkspace),
+        .transcribe = [this](const auto&... arguments) { return recognition(arguments...); }});
     ASSERT_TRUE(waitUntil([&] { return model->libraryListed(); }));
 }
 

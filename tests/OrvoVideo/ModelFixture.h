@@ -61,6 +61,8 @@ protected:
     TemporaryFolder folder;
     ProjectStore store{folder / "library"};
     std::unique_ptr<TestModel> model;
+    /// What the model has for the recogniser of speech; called on a worker thread.
+    std::function<decltype(TranscriptionService::transcribe)> recognition;
     // Owned by the model.
     FakePlayer* player = nullptr;
     FakePlayer* camera = nullptr;

@@ -74,14 +74,29 @@ public:
                 hold();
                 const QString name =
                     QStringLiteral("%1-%2-%3x%4.png").arg(state, appearance).arg(size.width()).arg(size.height());
-                if (!m_window.grabWindow().save(m_folder.filePath(name)))
-                    throw captureError("cannot write " + m_folder.filePath(name).toStdString());
-                std::cout << name.toStdString() << '\n';
+                save(m_window, name);
             }
         }
     }
 
+    /// Another window in both appearances, as large as it is.
+    void take(const QString& state, QQuickWindow& window)
+    {
+        for (const QString& appearance : {QStringLiteral("dark"), QStringLiteral("light")}) {
+            m_appearance.setChoice(appearance);
+            settle();
+            save(window, QStringLiteral("%1-%2.png").arg(state, appearance));
+        }
+    }
+
 private:
+    void save(QQuickWindow& window, const QString& name) const
+    {
+        if (!window.grabWindow().save(m_folder.filePath(name)))
+            throw captureError("cannot write " + m_folder.filePath(name).toStdString());
+        std::cout << name.toStdString() << '\n';
+    }
+
     /// Pictures arrive, movements end.
     static void settle()
     {
@@ -131,6 +146,12 @@ void takeAll(const QDir& folder)
         photographer.take(QStringLiteral("editor-") + QLatin1String(section));
     }
     editor->setProperty("section", "text");
+
+    QMetaObject::invokeMethod(&main.window(), "openSettings");
+    for (auto* window : QGuiApplication::topLevelWindows()) {
+        if (window->title() == QLatin1String("Ajustes"))
+            photographer.take(QStringLiteral("settings"), *qobject_cast<QQuickWindow*>(window));
+    }
 
     photographer.take(QStringLiteral("exporting"), [&] {
         if (!model.busy())

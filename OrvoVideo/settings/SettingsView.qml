@@ -1,0 +1,107 @@
+pragma ComponentBehavior: Bound
+
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+import Orvo.Model
+import OrvoVideo
+
+/// What can be set, by what it is for.
+ScrollView {
+    id: root
+
+    required property AppModel app
+
+    contentWidth: availableWidth
+    ScrollBar.vertical: OScrollBar {
+        parent: root
+        x: root.width - width
+        height: root.height
+    }
+
+    ColumnLayout {
+        width: root.availableWidth
+        spacing: Theme.space(6)
+
+        SettingsGroup {
+            Layout.fillWidth: true
+            Layout.margins: Theme.space(5)
+            Layout.bottomMargin: 0
+            title: "Transcripción"
+
+            RowLayout {
+                spacing: Theme.space(3)
+
+                OLabel {
+                    text: "Modelo de voz"
+                }
+                OComboBox {
+                    objectName: "speechModel"
+                    Layout.fillWidth: true
+                    name: "Modelo de voz"
+                    textRole: "text"
+                    valueRole: "name"
+                    model: SpeechModelList {
+                        id: models
+                    }
+                    currentIndex: models.rowOf(root.app.speechModel)
+                    onActivated: root.app.speechModel = currentValue
+                    popup.onAboutToShow: models.refresh()
+                }
+            }
+            OSwitch {
+                objectName: "careful"
+                Layout.fillWidth: true
+                text: "Reconocer con más cuidado"
+                checked: root.app.carefulTranscription
+                onToggled: root.app.carefulTranscription = checked
+            }
+            OLabel {
+                Layout.fillWidth: true
+                secondary: true
+                text: "Con más cuidado tarda la mitad más y se equivoca menos. Todo se reconoce en este equipo: el sonido no sale de él. También puedes poner tus propios modelos en su carpeta."
+                font.pixelSize: Theme.captionSize
+                wrapMode: Text.Wrap
+                lineHeight: 1.25
+            }
+            OButton {
+                text: "Abrir carpeta de modelos"
+                iconName: "folder-open"
+                onClicked: root.app.openModelFolder()
+            }
+        }
+        SettingsGroup {
+            Layout.fillWidth: true
+            Layout.margins: Theme.space(5)
+            Layout.topMargin: 0
+            title: "Herramientas"
+
+            RowLayout {
+                spacing: Theme.space(2)
+
+                OIcon {
+                    name: root.app.ffmpegAvailable ? "circle-check" : "circle-alert"
+                    color: root.app.ffmpegAvailable ? Theme.selectionEdge : Theme.danger
+                }
+                OLabel {
+                    objectName: "ffmpeg"
+                    Layout.fillWidth: true
+                    text: root.app.ffmpegAvailable ? "FFmpeg disponible" : "FFmpeg no encontrado. Instala con Homebrew: brew install ffmpeg-full"
+                    wrapMode: Text.Wrap
+                }
+            }
+            OLabel {
+                Layout.fillWidth: true
+                visible: !root.app.ffmpegAvailable
+                secondary: true
+                text: "En Debian: sudo apt install ffmpeg"
+                font.pixelSize: Theme.captionSize
+            }
+            OButton {
+                text: "Abrir carpeta de proyectos"
+                iconName: "folder-open"
+                onClicked: root.app.openProjectsFolder()
+            }
+        }
+    }
+}

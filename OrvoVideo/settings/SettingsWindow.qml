@@ -1,0 +1,28 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import Orvo.Model
+import OrvoVideo
+
+/// The settings in a window of their own.
+ApplicationWindow {
+    id: root
+
+    required property AppModel app
+
+    title: "Ajustes"
+    width: 560
+    height: 480
+    minimumWidth: 420
+    minimumHeight: 320
+    color: Theme.window
+    font.pixelSize: Theme.bodySize
+
+    SettingsView {
+        anchors.fill: parent
+        app: root.app
+    }
+    Shortcut {
+        sequences: [StandardKey.Cancel, StandardKey.Close]
+        onActivated: root.close()
+    }
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QAbstractListModel>
+#include <QtQml/qqmlregistration.h>
+#include <vector>
+
+namespace orvo {
+
+/// The speech models of the catalogue, with what each costs and whether it is there.
+class SpeechModelList : public QAbstractListModel {
+    Q_OBJECT
+    QML_ELEMENT
+public:
+    enum Role {
+        NameRole = Qt::UserRole, ///< As settings hold it.
+        TextRole, ///< For the user.
+        InstalledRole,
+    };
+    Q_ENUM(Role)
+
+    explicit SpeechModelList(QObject* parent = nullptr);
+
+    /// Looks again which models are there.
+    Q_INVOKABLE void refresh();
+
+    /// The row of a model; -1 for one that is not in the catalogue.
+    Q_INVOKABLE int rowOf(const QString& name) const;
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+private:
+    std::vector<bool> m_installed;
+};
+
+} // namespace orvo

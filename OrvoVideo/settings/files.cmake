@@ -1,0 +1,9 @@
+# The settings window.
+set(ORVO_SETTINGS_QML
+  settings/SettingsGroup.qml
+  settings/SettingsView.qml
+  settings/SettingsWindow.qml)
+
+set(ORVO_SETTINGS_SOURCES
+  settings/SpeechModelList.cpp
+  settings/SpeechModelList.h)

@@ -1,0 +1,257 @@
+"""Speech recognition: which words, where, and what it costs, on speech of which all is known."""
+
+import json
+import re
+import subprocess
+import unicodedata
+from pathlib import Path
+from statistics import median
+
+from . import measure, voices
+from .table import Row
+
+ROOT = Path(__file__).resolve().parent.parent.parent
+RATE = 16000  # What the recogniser hears.
+
+SPANISH = [
+    "Hoy vamos a ver cómo se prepara una clase en vídeo desde el principio.",
+    "Primero abrimos el programa y elegimos la ventana que queremos grabar.",
+    "Después pulsamos el botón rojo y empezamos a explicar con calma.",
+    "Si nos equivocamos no pasa nada, porque luego se puede cortar.",
+    "La tabla de la derecha muestra los resultados del último trimestre.",
+    "Aquí tenemos tres columnas con los nombres de los alumnos.",
+    "Conviene guardar el documento antes de seguir con el ejercicio.",
+    "El profesor escribe una ecuación sencilla en la pizarra.",
+    "¿Qué ocurre cuando cambiamos el valor de esta variable?",
+    "Como veis, la gráfica sube muy deprisa y luego se mantiene.",
+    "En la siguiente lección hablaremos de la historia de España.",
+    "Muchas ciudades pequeñas crecieron cerca de los ríos.",
+    "El agua hierve a cien grados al nivel del mar.",
+    "Vamos a repasar las ideas más importantes de esta semana.",
+    "Podéis descargar los apuntes desde la página del curso.",
+    "La respuesta correcta es la segunda, aunque muchos elegís la primera.",
+    "Con este método ahorramos tiempo y evitamos errores.",
+    "No olvidéis entregar el trabajo antes del viernes.",
+]
+ENGLISH = [
+    "Today we are going to see how a video lesson is prepared.",
+    "First we open the program and choose the window we want to record.",
+    "Then we press the red button and start to explain slowly.",
+    "If we make a mistake it does not matter, because it can be cut later.",
+    "The table on the right shows the results of the last quarter.",
+    "Here we have three columns with the names of the students.",
+    "It is a good idea to save the document before the next exercise.",
+    "The teacher writes a simple equation on the board.",
+]
+FILLERS = {"eh", "em", "mmm", "um", "uh"}
+
+
+def rows(programs, cache, quick, say):
+    model = _model()
+    bench = programs / "bench_speech"
+    folder = cache / "speech"
+    folder.mkdir(parents=True, exist_ok=True)
+    material = _material(folder, say)
+    result = []
+    for name, language in (("clean", "es"), ("english", "en"), ("noise25", "es"), ("noise20", "es"), ("noise10", "es"),
+                           ("music", "es"), ("room03", "es"), ("room05", "es")):
+        if quick and name not in ("clean", "noise10"):
+            continue
+        say(f"speech: {name}")
+        truth = material["english" if name == "english" else "clean"]
+        words, _ = _words(bench, model, language, "quick", folder / f"{name}.wav")
+        result += _quality(name, truth, words)
+    say("speech: nobody speaks")
+    invented = sum(len(_words(bench, model, "es", "quick", folder / f"{name}.wav")[0]) for name in _nobody())
+    result.append(Row("speech: words made up in 5 minutes each of silence, tone, music and noise", "", [invented], limit=0))
+    for decoding in ("quick", "careful"):
+        say(f"speech: cost, {decoding}")
+        ours = _cost(bench, "words", model, decoding, folder / "clean.wav")
+        whole = _cost(bench, "whole", model, decoding, folder / "clean.wav")
+        seconds = material["clean"]["seconds"]
+        result += [
+            Row(f"speech, {decoding}: processor time", "s", [ours.cpu], [whole.cpu], "whisper.cpp, whole file", at_most=1.05),
+            Row(f"speech, {decoding}: time for a second of sound", "s", [ours.wall / seconds], [whole.wall / seconds],
+                "whisper.cpp, whole file"),
+            Row(f"speech, {decoding}: word errors", "%", [_errors(truth_words(material["clean"]), _texts(_words(
+                bench, model, "es", decoding, folder / "clean.wav")[0])) * 100],
+                [_errors(truth_words(material["clean"]), _texts(_run(bench, "whole", model, "es", decoding,
+                                                                     folder / "clean.wav"))) * 100],
+                "whisper.cpp, whole file"),
+        ]
+    if not quick:
+        say("speech: memory")
+        long = folder / "long.wav"
+        if not long.exists():
+            _sound(["-stream_loop", "11", "-i", folder / "clean.wav"], long)
+        short_cost = _cost(bench, "words", model, "quick", folder / "clean.wav")
+        nothing = _cost(bench, "stretches", None, None, folder / "silence.wav")
+        long_cost = _cost(bench, "words", model, "quick", long)
+        result += [
+            Row("speech: memory beside what the program has without it", "MB", [short_cost.own_peak - nothing.own_peak], limit=200),
+            Row("speech, twelve times as long: memory", "MB", [long_cost.own_peak - nothing.own_peak], limit=200),
+        ]
+    return result
+
+
+def truth_words(truth):
+    return [_plain(word["text"]) for word in truth["words"]]
+
+
+def _model():
+    for place in (ROOT / "build/models", ROOT.parent / "shared/models"):
+        if (place / "ggml-base-q5_1.bin").exists():
+            return place / "ggml-base-q5_1.bin"
+    raise SystemExit("There is no speech model. tools/model.sh build/models makes one.")
+
+
+def _nobody():
+    return ("silence", "tone", "chords", "hiss")
+
+
+def _sound(source, file):
+    measure.run(["ffmpeg", "-v", "error", "-y", *source, "-ac", "1", "-ar", str(RATE), file])
+
+
+def _material(folder, say):
+    """Files made once; returns what is spoken in them."""
+    known = folder / "truth.json"
+    if known.exists():
+        return json.loads(known.read_text())
+    say("speaking")
+    voice = voices.Voice()
+    spanish = voices.lesson(voice, _parts(SPANISH, ["es", "es-419", "es+f2", "es+m3"], 36), 1, fillers=sorted(FILLERS))
+    english = voices.lesson(voice, _parts(ENGLISH, ["en-us", "en-us+f3", "en-gb"], 16), 2, fillers=["mmm", "uh", "um"])
+    level = voices.voice_level(spanish)
+    raw = folder / "raw.wav"
+    voices.write(english.samples, raw)
+    _sound(["-i", raw], folder / "english.wav")
+    voices.write(spanish.samples, raw)
+    _sound(["-i", raw], folder / "clean.wav")
+    for decibels in (25, 20, 10):
+        voices.with_noise(raw, folder / f"noise{decibels}.wav", decibels, level)
+    voices.with_music(raw, folder / "music.wav", 20, level)
+    for name, seconds in (("room03", 0.3), ("room05", 0.5)):
+        voices.with_room(raw, folder / f"{name}.wav", seconds, folder)
+    for name in ("noise25", "noise20", "noise10", "music", "room03", "room05"):
+        _sound(["-i", folder / f"{name}.wav"], raw)
+        raw.replace(folder / f"{name}.wav")
+    _sound(["-f", "lavfi", "-i", f"anullsrc=r={RATE}:cl=mono:d=300"], folder / "silence.wav")
+    _sound(["-f", "lavfi", "-i", "sine=440:d=300"], folder / "tone.wav")
+    _sound(["-f", "lavfi", "-i", f"anoisesrc=c=pink:a=0.1:d=300:r={RATE}:seed=1"], folder / "hiss.wav")
+    silent = voices.Speech(voices.array("h", bytes(2 * 300 * voices.RATE)))
+    voices.write(silent.samples, raw)
+    voices.with_music(raw, folder / "chords.wav", 0, -20)
+    _sound(["-i", folder / "chords.wav"], raw)
+    raw.replace(folder / "chords.wav")
+    truth = {name: {"words": [vars(word) for word in speech.words], "pauses": speech.pauses, "seconds": speech.seconds()}
+             for name, speech in (("clean", spanish), ("english", english))}
+    known.write_text(json.dumps(truth))
+    return truth
+
+
+def _parts(texts, names, count):
+    chance = voices.random.Random(len(texts))
+    return [(texts[number % len(texts)], chance.choice(names), chance.choice([130, 145, 160, 175]), chance.choice([35, 45, 55, 65]))
+            for number in range(count)]
+
+
+def _run(bench, mode, model, language, decoding, file):
+    output = subprocess.run([bench, mode, model, language, decoding, file], stdout=subprocess.PIPE, check=True).stdout
+    return json.loads(output.decode(errors="replace"))
+
+
+def _words(bench, model, language, decoding, file):
+    words = _run(bench, "words", model, language, decoding, file)
+    if any(a["end"] > b["start"] + 1e-6 for a, b in zip(words, words[1:])):
+        raise SystemExit(f"words of {file.name} overlap")
+    return words, file
+
+
+def _cost(bench, mode, model, decoding, file):
+    if mode == "stretches":
+        return measure.run([bench, mode, file])
+    return measure.run([bench, mode, model, "es", decoding, file])
+
+
+def _plain(text):
+    text = "".join(c for c in unicodedata.normalize("NFD", text.lower()) if unicodedata.category(c) != "Mn")
+    return re.sub(r"[^a-z0-9]", "", text)
+
+
+def _texts(words):
+    return [plain for word in words for part in word["text"].split() if (plain := _plain(part))]
+
+
+def _table(truth, heard):
+    costs = [[0] * (len(heard) + 1) for _ in range(len(truth) + 1)]
+    for i in range(len(truth) + 1):
+        for j in range(len(heard) + 1):
+            if i == 0 or j == 0:
+                costs[i][j] = i + j
+            else:
+                costs[i][j] = min(costs[i - 1][j] + 1, costs[i][j - 1] + 1,
+                                  costs[i - 1][j - 1] + (truth[i - 1] != heard[j - 1]))
+    return costs
+
+
+def _errors(truth, heard):
+    """Levenshtein distance in words, as a share of the words spoken."""
+    return _table(truth, heard)[-1][-1] / len(truth)
+
+
+def _pairs(truth, words):
+    """The words that were recognised right, with those that were spoken."""
+    texts = [_plain(word["text"]) for word in words]
+    spoken = truth_words(truth)
+    costs = _table(spoken, texts)
+    i, j = len(spoken), len(texts)
+    while i and j:
+        if costs[i][j] == costs[i - 1][j - 1] + (spoken[i - 1] != texts[j - 1]):
+            i, j = i - 1, j - 1
+            if spoken[i] == texts[j]:
+                yield truth["words"][i], words[j]
+        elif costs[i][j] == costs[i - 1][j] + 1:
+            i -= 1
+        else:
+            j -= 1
+
+
+def _share(values, share):
+    ordered = sorted(values)
+    return ordered[min(len(ordered) - 1, int(share * len(ordered)))]
+
+
+LIMITS = {"clean": (20, 60), "english": (20, 60), "noise25": (20, 60), "noise20": None, "music": None, "noise10": (50, 160),
+          "room03": (50, 160), "room05": (100, 200)}  # Milliseconds: median and 95th percentile of the edges.
+
+
+def _quality(name, truth, words):
+    gaps = [(a["end"], b["start"]) for a, b in zip(words, words[1:]) if b["start"] - a["end"] >= 0.2]
+    found, edges, used = 0, [], set()
+    for start, end in truth["pauses"]:
+        near = [gap for gap in gaps if min(end, gap[1]) - max(start, gap[0]) > 0.5 * (end - start)
+                and abs(gap[0] - start) < 0.4 and abs(gap[1] - end) < 0.4]
+        if near:
+            found += 1
+            used.add(near[0])
+            edges += [abs(near[0][0] - start) * 1000, abs(near[0][1] - end) * 1000]
+    false = [gap for gap in gaps if gap not in used and gap[1] - gap[0] >= 0.3]
+    starts = {end for _, end in truth["pauses"]}
+    inside = [abs(heard["start"] - spoken["start"]) * 1000 for spoken, heard in _pairs(truth, words)
+              if all(abs(spoken["start"] - start) > 0.005 for start in starts)]
+    fillers = [word for word in truth["words"] if word["filler"]]
+    kept = [word for word in fillers if any(_plain(heard["text"]) in FILLERS and heard["start"] < word["end"]
+                                            and heard["end"] > word["start"] for heard in words)]
+    limits = LIMITS[name] or (None, None)
+    result = [
+        Row(f"speech, {name}: pauses found", "%", [100 * found / len(truth["pauses"])], at_least=98),
+        Row(f"speech, {name}: pauses made up", "%", [100 * len(false) / len(truth["pauses"])], limit=2),
+        Row(f"speech, {name}: edges of pauses, median error", "ms", [median(edges)], limit=limits[0]),
+        Row(f"speech, {name}: edges of pauses, 95th percentile", "ms", [_share(edges, 0.95)], limit=limits[1]),
+        Row(f"speech, {name}: beginnings of words in running speech, median error", "ms", [median(inside)], limit=60),
+        Row(f"speech, {name}: word errors", "%", [100 * _errors(truth_words(truth), _texts(words))]),
+    ]
+    if name in ("clean", "english"):
+        result.append(Row(f"speech, {name}: fillers kept", "%", [100 * len(kept) / len(fillers)], at_least=80))
+    return result

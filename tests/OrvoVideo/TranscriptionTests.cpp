@@ -1,0 +1,159 @@
+#include "ModelFixture.h"
+#include "TestSupport/Media.h"
+#include "VideoCore/Error.h"
+
+#include <QSignalSpy>
+#include <mutex>
+
+namespace orvo::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+/// A project with a second of sound, and a recogniser that says what the test says.
+class TranscriptionTests : public ModelFixture {
+protected:
+    void openSpoken()
+    {
+        start();
+        auto spoken = emptyProject(10);
+        spoken.tracks = {track(TrackKind::microphone, "media/microphone.m4a", 2.5, 1)};
+        spoken.edit.cuts = {{1, 2}};
+        spoken = add(std::move(spoken));
+        makeSound(store.directory(spoken.id) / "media/microphone.m4a", "sine=440:d=1");
+        select(spoken);
+        QObject::connect(
+            model.get(), &AppModel::statusChanged, model.get(), [this] { statuses.push_back(model->status()); });
+    }
+
+    void transcribe()
+    {
+        model->transcribe();
+        ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    }
+
+    fs::path workFile() const { return store.directory(project().id) / "transcription.wav"; }
+
+    std::vector<QString> statuses;
+};
+
+TEST_F(TranscriptionTests, TheWordsTakeThePlaceOfTheTranscript)
+{
+    std::string asked;
+    bool hadWorkFile = false;
+    recognition = [&](const fs::path& file, std::string_view locale, const TranscriptionOptions& options,
+                      const ProgressCallback& progress, const std::stop_token&) {
+        asked = std::string(locale) + " " + options.model
+            + (options.decoding == SpeechRecognizer::Decoding::careful ? " careful" : " quick");
+        hadWorkFile = fs::file_size(file) > 100'000; // 3.5 seconds: the track begins late.
+        progress(0.5);
+        return std::vector{word("Hola", 2.5, 2.9), word("eh", 3.0, 3.4)};
+    };
+    openSpoken();
+    model->setLanguage("en-US");
+    model->setSpeechModel("tiny");
+    model->setCarefulTranscription(true);
+    transcribe();
+    EXPECT_EQ(asked, "en-US tiny careful");
+    EXPECT_TRUE(hadWorkFile);
+    EXPECT_FALSE(fs::exists(workFile()));
+    EXPECT_THAT(statuses,
+        ElementsAre("Preparando audio para la transcripción local…",
+            "Transcribiendo en el Mac · la primera vez se descargarán los modelos…", "Transcripción lista"));
+    ASSERT_THAT(project().edit.words, SizeIs(2));
+    EXPECT_THAT(project().edit.cuts, SizeIs(1));
+    EXPECT_THAT(model->suggestions()->suggestions(), SizeIs(3)); // The pause before, the hesitation, the pause at the end.
+    EXPECT_EQ(model->playhead(), 0);
+    EXPECT_EQ(player->loads.size(), 1U); // Nothing that is seen or heard has changed.
+    ASSERT_TRUE(saved());
+    EXPECT_THAT(onDisk().edit.words, SizeIs(2));
+
+    // A second one replaces the first; undo gives it back.
+    recognition = [](const auto&...) { return std::vector{word("Otra", 1, 2)}; };
+    transcribe();
+    EXPECT_THAT(project().edit.words, SizeIs(1));
+    model->undo();
+    EXPECT_THAT(project().edit.words, SizeIs(2));
+}
+
+TEST_F(TranscriptionTests, AFailureChangesNothing)
+{
+    recognition = [](const auto&...) -> std::vector<TranscriptWord> {
+        throw captureError("La transcripción local no admite este idioma en este Mac.");
+    };
+    openSpoken();
+    transcribe();
+    EXPECT_EQ(model->errorMessage(), "La transcripción local no admite este idioma en este Mac.");
+    EXPECT_EQ(model->status(), "No se ha completado la operación");
+    EXPECT_THAT(project().edit.words, IsEmpty());
+    EXPECT_FALSE(model->canUndo());
+    EXPECT_FALSE(fs::exists(workFile()));
+
+    fs::remove(store.directory(project().id) / "media/microphone.m4a");
+    transcribe();
+    EXPECT_THAT(model->errorMessage().toStdString(), HasSubstr("microphone.m4a"));
+    openNew();
+    transcribe();
+    EXPECT_EQ(model->errorMessage(), "El proyecto no contiene audio para transcribir.");
+}
+
+TEST_F(TranscriptionTests, CanBeCancelledAndEndsWithTheApplication)
+{
+    std::mutex mutex;
+    int running = 0;
+    recognition = [&](const fs::path&, std::string_view, const TranscriptionOptions&, const ProgressCallback&,
+                      const std::stop_token& stop) -> std::vector<TranscriptWord> {
+        {
+            const std::scoped_lock lock(mutex);
+            ++running;
+        }
+        while (!stop.stop_requested())
+            std::this_thread::yield();
+        throw Cancelled();
+    };
+    const auto runs = [&] {
+        const std::scoped_lock lock(mutex);
+        return running;
+    };
+    openSpoken();
+    model->transcribe();
+    ASSERT_TRUE(waitUntil([&] { return runs() == 1; }));
+    model->cancel();
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_EQ(model->status(), "Operación cancelada");
+    EXPECT_THAT(project().edit.words, IsEmpty());
+    EXPECT_FALSE(fs::exists(workFile()));
+
+    const auto file = workFile();
+    model->transcribe();
+    ASSERT_TRUE(waitUntil([&] { return runs() == 2; }));
+    EXPECT_TRUE(fs::exists(file));
+    quit();
+    EXPECT_FALSE(fs::exists(file));
+}
+
+/// The words go where they belong, also when another project was opened meanwhile.
+TEST_F(TranscriptionTests, AnotherProjectMayBeOpened)
+{
+    std::atomic<bool> goOn = false;
+    recognition = [&](const auto&...) {
+        while (!goOn)
+            std::this_thread::yield();
+        return std::vector{word("Hola", 2.5, 2.9)};
+    };
+    openSpoken();
+    const auto first = project().id;
+    model->transcribe();
+    openNew(10, "Otro");
+    goOn = true;
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_THAT(project().edit.words, IsEmpty());
+    EXPECT_THAT(onDisk(first).edit.words, SizeIs(1));
+}
+
+} // namespace
+} // namespace orvo::test

@@ -1,0 +1,168 @@
+#include "Platform/speech/SpeechActivity.h"
+#include "Platform/speech/SpeechChunks.h"
+
+#include <cmath>
+#include <gmock/gmock.h>
+#include <numbers>
+#include <random>
+
+namespace orvo::speech {
+
+namespace {
+
+using testing::IsEmpty;
+
+/// Sound that is put together piece by piece.
+class Sound {
+public:
+    /// A voice-like sound: tones that swell and fall with its syllables.
+    Sound& voice(double seconds, double level = 0.2)
+    {
+        return add(seconds, [level](double t) {
+            const double swell = 0.4 + 0.6 * std::abs(std::sin(2 * std::numbers::pi * 2.5 * t));
+            return level * swell
+                * (std::sin(2 * std::numbers::pi * 220 * t) + 0.6 * std::sin(2 * std::numbers::pi * 880 * t));
+        });
+    }
+    Sound& silence(double seconds)
+    {
+        return add(seconds, [](double) { return 0.0; });
+    }
+    Sound& tone(double seconds)
+    {
+        return add(seconds, [](double t) { return 0.3 * std::sin(2 * std::numbers::pi * 440 * t); });
+    }
+
+    /// Adds white noise to all of it.
+    Sound& noise(double level)
+    {
+        std::mt19937 random(7);
+        std::normal_distribution<double> normal(0, level);
+        for (auto& sample : m_samples)
+            sample += static_cast<float>(normal(random));
+        return *this;
+    }
+    /// Plays all of it in a room where sound falls by 60 dB in so many seconds.
+    Sound& room(double reverberation)
+    {
+        std::mt19937 random(3);
+        std::normal_distribution<double> normal(0, 1);
+        // One tail for each frame's energy costs little and falls as a room's does.
+        std::vector<float> wet = m_samples;
+        const double fall = std::pow(10.0, -3.0 / (reverberation * sampleRate));
+        double energy = 0;
+        for (std::size_t i = 0; i < m_samples.size(); ++i) {
+            energy = energy * fall * fall + static_cast<double>(m_samples[i]) * m_samples[i] * 0.002;
+            wet[i] += static_cast<float>(std::sqrt(energy) * normal(random));
+        }
+        m_samples = std::move(wet);
+        return *this;
+    }
+
+    Loudness loudness() const
+    {
+        LoudnessMeter meter;
+        // In pieces of an odd size: frames go over their ends.
+        for (std::size_t at = 0; at < m_samples.size(); at += 1'777)
+            meter.add(std::span(m_samples).subspan(at, std::min<std::size_t>(1'777, m_samples.size() - at)));
+        return meter.result();
+    }
+    std::size_t size() const { return m_samples.size(); }
+
+private:
+    template <typename Wave> Sound& add(double seconds, Wave wave)
+    {
+        const auto count = static_cast<std::size_t>(std::lround(seconds * sampleRate));
+        for (std::size_t i = 0; i < count; ++i)
+            m_samples.push_back(static_cast<float>(wave(static_cast<double>(i) / sampleRate)));
+        return *this;
+    }
+
+    std::vector<float> m_samples;
+};
+
+/// Two stretches, from 0.5 to 2 and from 2.6 to 4.
+Sound twoStretches()
+{
+    return Sound().silence(0.5).voice(1.5).silence(0.6).voice(1.4).silence(1);
+}
+
+/// The same, and two more behind them: a room is told by how most stretches end.
+Sound fourStretches()
+{
+    return twoStretches().voice(1.2).silence(1).voice(1.7).silence(1);
+}
+
+void expectTwoStretches(const std::vector<Frames>& found, double starts, double ends)
+{
+    ASSERT_GE(found.size(), 2U);
+    EXPECT_NEAR(found[0].startSeconds(), 0.5, starts);
+    EXPECT_NEAR(found[0].endSeconds(), 2.0, ends);
+    EXPECT_NEAR(found[1].startSeconds(), 2.6, starts);
+    EXPECT_NEAR(found[1].endSeconds(), 4.0, ends);
+}
+
+TEST(SpeechActivity, FindsWhereSpeechBeginsAndEnds)
+{
+    EXPECT_EQ(findSpeech(fourStretches().loudness()).size(), 4U);
+    expectTwoStretches(findSpeech(twoStretches().loudness()), 0.025, 0.025);
+    expectTwoStretches(findSpeech(twoStretches().noise(0.01).loudness()), 0.03, 0.03); // 20 dB below.
+    expectTwoStretches(findSpeech(fourStretches().room(0.3).loudness()), 0.03, 0.1);
+    expectTwoStretches(findSpeech(Sound().silence(0.5).voice(1.5, 0.01).silence(0.6).voice(1.4, 0.01).silence(1).loudness()),
+        0.025, 0.025); // Softly.
+}
+
+TEST(SpeechActivity, WhatDoesNotChangeIsNoSpeech)
+{
+    EXPECT_THAT(findSpeech({}), IsEmpty());
+    EXPECT_THAT(findSpeech(Sound().silence(0.013).loudness()), IsEmpty());
+    EXPECT_THAT(findSpeech(Sound().silence(20).loudness()), IsEmpty());
+    EXPECT_THAT(findSpeech(Sound().tone(20).loudness()), IsEmpty());
+    EXPECT_THAT(findSpeech(Sound().silence(20).noise(0.1).loudness()), IsEmpty());
+    EXPECT_THAT(findSpeech(Sound().silence(20).noise(0.00005).loudness()), IsEmpty());
+    for (const double seconds : {0.01, 0.02, 0.05, 0.1, 0.3})
+        EXPECT_LE(findSpeech(Sound().voice(seconds).loudness()).size(), 1U) << seconds;
+}
+
+TEST(SpeechChunks, HoldAllSpeechInOrderAndAreNeverTooLong)
+{
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> chance(0, 1);
+    for (int round = 0; round < 20; ++round) {
+        std::vector<Frames> speech;
+        std::size_t at = static_cast<std::size_t>(chance(random) * 100);
+        for (int i = 0; i < 60; ++i) {
+            // Now and then somebody speaks for a minute without a pause.
+            const auto length = static_cast<std::size_t>(chance(random) < 0.05 ? 6'000 : 10 + chance(random) * 500);
+            speech.push_back({.begin = at, .end = at + length});
+            at += length + partingSilence + static_cast<std::size_t>(chance(random) * 300);
+        }
+        const Loudness loudness{.voice = std::vector<float>(at, -20), .hiss = std::vector<float>(at, -40)};
+        const std::size_t samples = at * frameSize;
+        const auto chunks = makeChunks(speech, loudness, samples);
+
+        std::size_t last = 0;
+        std::size_t frames = 0;
+        for (const auto& chunk : chunks) {
+            EXPECT_LE(chunk.size(), 15U * sampleRate);
+            for (const auto& piece : chunk.pieces())
+                EXPECT_LE(piece.from + piece.count, samples);
+            for (const auto& stretch : chunk.speech()) {
+                EXPECT_GE(stretch.begin, last);
+                last = stretch.end;
+                frames += stretch.count();
+                // There and back again.
+                for (const double seconds : {stretch.startSeconds(), stretch.endSeconds()})
+                    EXPECT_NEAR(chunk.inRecording(chunk.inChunk(seconds)), seconds, 0.0001);
+            }
+        }
+        std::size_t wanted = 0;
+        for (const auto& stretch : speech)
+            wanted += stretch.count();
+        EXPECT_EQ(frames, wanted);
+    }
+}
+
+} // namespace
+
+} // namespace orvo::speech
