@@ -51,7 +51,7 @@ QVariant SpeechModelList::data(const QModelIndex& index, int role) const
     case TextRole:
         return QStringLiteral("%1 · %2 MB%3")
             .arg(QString::fromStdString(model.description))
-            .arg(model.size / 1'000'000)
+            .arg((model.size + 500'000) / 1'000'000)
             .arg(m_installed[row] ? QString() : QStringLiteral(" · se descargará"));
     case InstalledRole:
         return bool(m_installed[row]);

@@ -26,8 +26,10 @@ protected:
         spoken = add(std::move(spoken));
         makeSound(store.directory(spoken.id) / "media/microphone.m4a", "sine=440:d=1");
         select(spoken);
+        // Also said while the model goes.
+        const auto* speaking = model.get();
         QObject::connect(
-            model.get(), &AppModel::statusChanged, model.get(), [this] { statuses.push_back(model->status()); });
+            speaking, &AppModel::statusChanged, speaking, [this, speaking] { statuses.push_back(speaking->status()); });
     }
 
     void transcribe()
