@@ -111,20 +111,23 @@ private:
     {
         std::vector<Chunk> result;
         std::vector<Frames> run;
-        const auto end = [&] {
+        std::size_t before = chunk.room().begin; // Where the speech before the run ends.
+        const auto end = [&](std::size_t after) {
             if (!run.empty())
-                result.emplace_back(std::exchange(run, {}), m_wave.size());
+                result.emplace_back(std::exchange(run, {}), Frames{.begin = before, .end = after}, m_wave.size());
         };
         for (const auto& stretch : chunk.speech()) {
             const bool spoken = std::ranges::any_of(words, [&](const TranscriptWord& word) {
                 return word.start < stretch.endSeconds() && word.end > stretch.startSeconds();
             });
-            if (spoken)
-                end();
-            else
+            if (spoken) {
+                end(stretch.begin);
+                before = stretch.end;
+            } else {
                 run.push_back(stretch);
+            }
         }
-        end();
+        end(chunk.room().end);
         return result;
     }
 

@@ -46,8 +46,9 @@ std::vector<Frames> withoutOverlong(const std::vector<Frames>& speech, const Lou
 
 } // namespace
 
-Chunk::Chunk(std::vector<Frames> speech, std::size_t samples)
+Chunk::Chunk(std::vector<Frames> speech, Frames room, std::size_t samples)
     : m_speech(std::move(speech))
+    , m_room(room)
 {
     const auto add = [&](std::size_t beginFrame, std::size_t endFrame) {
         const std::size_t begin = std::min(beginFrame * frameSize, samples);
@@ -58,10 +59,10 @@ Chunk::Chunk(std::vector<Frames> speech, std::size_t samples)
         else
             m_pieces.push_back({.from = begin, .count = end - begin, .at = at});
     };
-    for (std::size_t i = 0; i < m_speech.size(); ++i) {
-        const Frames& stretch = m_speech[i];
-        // A neighbour in another chunk keeps its half of the silence between.
-        add(stretch.begin - std::min(stretch.begin, keptBeside), stretch.end + keptBeside);
+    for (const auto& stretch : m_speech) {
+        const std::size_t before = std::min(stretch.begin, keptBeside);
+        add(std::max(stretch.begin - before, std::min(room.begin, stretch.begin)),
+            std::min(stretch.end + keptBeside, std::max(room.end, stretch.end)));
     }
 }
 
@@ -108,9 +109,11 @@ std::vector<Chunk> makeChunks(const std::vector<Frames>& speech, const Loudness&
         }
         if (next < stretches.size() && best != 0)
             next = best;
+        const Frames room{.begin = first == 0 ? 0 : stretches[first - 1].end,
+            .end = next == stretches.size() ? samples / frameSize + 1 : stretches[next].begin};
         chunks.emplace_back(std::vector(stretches.begin() + static_cast<std::ptrdiff_t>(first),
                                 stretches.begin() + static_cast<std::ptrdiff_t>(next)),
-            samples);
+            room, samples);
         first = next;
     }
     return chunks;

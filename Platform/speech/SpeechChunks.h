@@ -17,10 +17,12 @@ public:
         std::size_t at = 0; ///< In the chunk.
     };
 
-    /// For stretches of speech of a recording with so many samples, at least one.
-    Chunk(std::vector<Frames> speech, std::size_t samples);
+    /// For stretches of speech, at least one, of a recording with so many samples. What is said before and after `room` is
+    /// not in it.
+    Chunk(std::vector<Frames> speech, Frames room, std::size_t samples);
 
     const std::vector<Frames>& speech() const noexcept { return m_speech; }
+    Frames room() const noexcept { return m_room; }
     const std::vector<Piece>& pieces() const noexcept { return m_pieces; }
 
     /// Length in samples.
@@ -33,6 +35,7 @@ public:
 
 private:
     std::vector<Frames> m_speech;
+    Frames m_room;
     std::vector<Piece> m_pieces;
 };
 

@@ -13,6 +13,7 @@
 #include <optional>
 #include <string_view>
 #include <thread>
+#include <utf8proc.h>
 #include <whisper.h>
 
 namespace orvo::speech {
@@ -74,6 +75,22 @@ std::string trimmed(const std::string& text)
     const auto begin = std::ranges::find_if_not(text, isSpace);
     const auto end = std::find_if_not(text.rbegin(), text.rend(), isSpace).base();
     return begin < end ? std::string(begin, end) : std::string();
+}
+
+/// A text without bytes that are no UTF-8: the parts of a word are pieces of bytes, and the last of a letter may be missing.
+std::string valid(std::string_view text)
+{
+    std::string result;
+    while (!text.empty()) {
+        utf8proc_int32_t point = 0;
+        const auto length = utf8proc_iterate(
+            reinterpret_cast<const utf8proc_uint8_t*>(text.data()), static_cast<utf8proc_ssize_t>(text.size()), &point);
+        const std::size_t taken = length > 0 ? static_cast<std::size_t>(length) : 1;
+        if (length > 0)
+            result += text.substr(0, taken);
+        text.remove_prefix(taken);
+    }
+    return result;
 }
 
 /// Whether there is a letter or a digit in a word; bytes beyond ASCII count as letters, but for the opening marks.
@@ -186,7 +203,7 @@ std::vector<HeardWord> Whisper::recognise(
     // Marks that stand alone belong to the word before them.
     std::vector<HeardWord> result;
     for (auto& word : words) {
-        word.text = trimmed(word.text);
+        word.text = trimmed(valid(word.text));
         if (isSpoken(word.text))
             result.push_back(std::move(word));
         else if (!result.empty())

@@ -70,7 +70,11 @@ class _Sampler:
 def _tree(root):
     found = [root]
     for pid in found:
-        for children in Path(f"/proc/{pid}/task").glob("*/children"):
+        try:
+            threads = list(Path(f"/proc/{pid}/task").glob("*/children"))
+        except OSError:
+            continue  # The process ended meanwhile.
+        for children in threads:
             try:
                 found += map(int, children.read_text().split())
             except OSError:

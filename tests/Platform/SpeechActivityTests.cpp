@@ -145,8 +145,11 @@ TEST(SpeechChunks, HoldAllSpeechInOrderAndAreNeverTooLong)
         std::size_t frames = 0;
         for (const auto& chunk : chunks) {
             EXPECT_LE(chunk.size(), 15U * sampleRate);
-            for (const auto& piece : chunk.pieces())
+            for (const auto& piece : chunk.pieces()) {
                 EXPECT_LE(piece.from + piece.count, samples);
+                // Nothing is heard twice: what is said next to a chunk is not in it.
+                EXPECT_GE(piece.from, last * frameSize);
+            }
             for (const auto& stretch : chunk.speech()) {
                 EXPECT_GE(stretch.begin, last);
                 last = stretch.end;
