@@ -1,5 +1,7 @@
 #include "Platform/speech/WordAlignment.h"
 
+#include "Platform/speech/Hesitations.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -23,12 +25,15 @@ public:
         , m_stretches(stretches)
         , m_dips(dips)
         , m_syllables(m_words.size() + 1, 0)
+        , m_hesitations(m_words.size() + 1, 0)
     {
         double spoken = 0;
         for (const auto& stretch : stretches)
             spoken += stretch.end - stretch.start;
-        for (std::size_t i = 0; i < m_words.size(); ++i)
+        for (std::size_t i = 0; i < m_words.size(); ++i) {
             m_syllables[i + 1] = m_syllables[i] + syllables(m_words[i].text);
+            m_hesitations[i + 1] = m_hesitations[i] + (asHesitation(m_words[i].text).empty() ? 0 : 1);
+        }
         m_tempo = m_words.empty() ? 0.2 : std::clamp(spoken / m_syllables.back(), 0.08, 0.4);
     }
 
@@ -68,7 +73,10 @@ private:
             const double away = (apart + lacking) / nearby;
             total += std::min(away * away, 9.0);
         }
+        // A hesitation lasts as long as it likes.
         const double ratio = std::log2(length / asked(first, last));
+        if (ratio > 0 && m_hesitations[last] - m_hesitations[first] == last - first)
+            return total;
         return total + tempoWeight * ratio * ratio;
     }
 
@@ -147,6 +155,7 @@ private:
     const std::vector<Interval>& m_stretches;
     const std::vector<Interval>& m_dips;
     std::vector<double> m_syllables; ///< Of all words before.
+    std::vector<std::size_t> m_hesitations; ///< Among all words before.
     double m_tempo = 0.2; ///< Seconds a syllable.
 };
 

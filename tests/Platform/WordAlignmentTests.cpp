@@ -49,6 +49,16 @@ TEST(WordAlignment, ThePauseGoesToNoWord)
     EXPECT_DOUBLE_EQ(placed[3].place.end, 5.7);
 }
 
+TEST(WordAlignment, AHesitationLastsAsLongAsItLikes)
+{
+    auto words = heard("mm, si seguimos");
+    words[0].end = 2.0;
+    words[1].end = 3.5;
+    words[2].end = 4.1;
+    const std::vector<Interval> stretches{{.start = 1.0, .end = 2.1}, {.start = 3.3, .end = 4.2}};
+    EXPECT_THAT(byStretch(place(words, stretches, {}), 2), ElementsAre("mm,", "si seguimos"));
+}
+
 TEST(WordAlignment, ANoiseStaysWithoutWords)
 {
     auto words = heard("vamos a ver");
