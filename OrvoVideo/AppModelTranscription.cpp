@@ -1,7 +1,7 @@
 #include "OrvoVideo/AppModel.h"
 #include "VideoMedia/AnalysisAudio.h"
 
-#include <memory>
+#include <utility>
 
 namespace orvo {
 
@@ -28,11 +28,17 @@ QCoro::Task<> AppModel::transcribeProject(VideoProject project, WorkControl cont
         });
     const auto replace = [words = SharedList(std::move(words))](VideoProject& changed) { changed.edit.words = words; };
     // In the project that it was asked for: another one may be open by now.
-    if (m_project && m_project->id == project.id)
+    const auto isOpen = [this, id = project.id] { return m_project && m_project->id == id; };
+    if (isOpen()) {
+        // A step of its own, also in the middle of a drag, which goes on with another one.
+        const auto gesture = std::exchange(m_gesture, Gesture::none);
         update(replace);
-    else
+        m_gesture = gesture == Gesture::none ? Gesture::none : Gesture::begun;
+    } else {
         co_await changeProject(project.id, replace, Undo::step);
-    findSuggestions();
+    }
+    if (isOpen())
+        findSuggestions();
     setStatus(QStringLiteral("Transcripción lista"));
 }
 

@@ -88,7 +88,9 @@ std::optional<fs::path> installed(std::string_view name)
     const std::string file = model ? model->file : std::format("ggml-{}.bin", name);
     for (const auto& place : folders()) {
         std::error_code ignored;
-        if (fs::is_regular_file(place / file, ignored))
+        // One that is cut short, or another of the same name, hides none that is whole.
+        const bool whole = !model || fs::file_size(place / file, ignored) == model->size;
+        if (whole && fs::is_regular_file(place / file, ignored))
             return place / file;
     }
     return std::nullopt;

@@ -40,6 +40,22 @@ Loudness measure(WaveReader& wave, const std::stop_token& stop)
     return meter.result();
 }
 
+/// The stretches in which a voice can be heard, long enough for a word: not the breaths, the keys and the chairs.
+std::vector<Frames> voicedOf(std::vector<Frames> stretches, WaveReader& wave)
+{
+    constexpr std::size_t shortest = 10; // Frames.
+    constexpr std::size_t enough = 300; // In so many there are vowels.
+    std::erase_if(stretches, [&](const Frames& stretch) {
+        if (stretch.count() < shortest)
+            return true;
+        const std::size_t begin = stretch.begin * frameSize;
+        std::vector<float> samples(std::min(std::min(stretch.count(), enough) * frameSize, wave.size() - begin));
+        wave.read(begin, samples);
+        return !isVoiced(samples);
+    });
+    return stretches;
+}
+
 /// The recognition of one recording.
 class Recognition {
 public:
@@ -55,12 +71,10 @@ public:
     /// Adds the words of the next chunk.
     void add(const Chunk& chunk)
     {
-        auto words = placedIn(chunk, heardIn(chunk));
+        auto words = wordsIn(chunk);
         // What the recogniser has left out, it is asked for again alone.
-        for (const auto& chunkOfRest : withoutWords(chunk, words)) {
-            const auto rest = placedIn(chunkOfRest, heardAlone(chunkOfRest));
-            words.insert(words.end(), rest.begin(), rest.end());
-        }
+        for (const auto& rest : withoutWords(chunk, words))
+            std::ranges::move(wordsAloneIn(rest), std::back_inserter(words));
         std::ranges::stable_sort(words, {}, &TranscriptWord::start);
         std::ranges::move(words, std::back_inserter(m_words));
     }
@@ -76,34 +90,49 @@ private:
         return samples;
     }
 
-    std::vector<HeardWord> heardIn(const Chunk& chunk)
+    std::vector<HeardWord> heardIn(const Chunk& chunk, const std::vector<float>& samples, float temperature)
     {
-        const auto samples = soundOf(chunk);
-        // What was said before is not told: a recogniser that gets caught would stay caught. Then it is tried more freely.
-        for (const float temperature : {0.0F, 0.4F, 0.8F}) {
-            auto words = m_whisper.recognise(samples,
-                {.language = m_language,
-                    .prompt = promptFor(m_language),
-                    .decoding = m_decoding,
-                    .temperature = temperature},
-                m_stop);
-            if (!repeatsItself(words))
-                return words;
-        }
-        return {};
+        auto words = m_whisper.recognise(samples,
+            {.language = m_language, .prompt = promptFor(m_language), .decoding = m_decoding, .temperature = temperature},
+            m_stop);
+        // Where the sound goes on without a silence, a word belongs to the side on which it ends.
+        constexpr double close = 0.03;
+        const double begin = chunk.inChunk(chunk.speech().front().startSeconds()) + close;
+        const double end = chunk.inChunk(chunk.speech().back().endSeconds()) + close;
+        std::erase_if(words, [&](const HeardWord& word) {
+            return (chunk.goesOnBefore() && word.end <= begin) || (chunk.goesOnBehind() && word.end > end);
+        });
+        return words;
     }
 
-    std::vector<HeardWord> heardAlone(const Chunk& chunk)
+    std::vector<TranscriptWord> wordsIn(const Chunk& chunk)
     {
-        auto words = m_whisper.recognise(
-            soundOf(chunk), {.language = m_language, .prompt = promptFor(m_language), .decoding = m_decoding}, m_stop);
+        const auto samples = soundOf(chunk);
+        std::vector<TranscriptWord> placed;
+        // What was said before is not told: a recogniser that gets caught in a phrase would stay caught. It says more then
+        // than anybody could in that time, and is tried more freely.
+        for (const float temperature : {0.0F, 0.4F, 0.8F}) {
+            const auto heard = heardIn(chunk, samples, temperature);
+            bool complete = true;
+            placed = placedIn(chunk, heard, complete);
+            if (complete || !repeatsItself(heard))
+                break;
+        }
+        return placed;
+    }
+
+    std::vector<TranscriptWord> wordsAloneIn(const Chunk& chunk)
+    {
         constexpr float leastProbability = 0.1F; // In the mean: what is less is made up from noise.
+        const auto heard = heardIn(chunk, soundOf(chunk), 0);
         float sum = 0;
-        for (const auto& word : words)
+        for (const auto& word : heard)
             sum += word.probability;
-        if (repeatsItself(words) || sum < leastProbability * static_cast<float>(words.size()))
-            words.clear();
-        return words;
+        bool complete = true;
+        auto placed = placedIn(chunk, heard, complete);
+        if ((!complete && repeatsItself(heard)) || sum < leastProbability * static_cast<float>(heard.size()))
+            placed.clear();
+        return placed;
     }
 
     /// The stretches of a chunk that no word lies in: those that are neighbours together.
@@ -131,8 +160,9 @@ private:
         return result;
     }
 
-    /// The words where they are spoken, but for those that nobody could have said in the time of their stretch.
-    std::vector<TranscriptWord> placedIn(const Chunk& chunk, std::vector<HeardWord> heard) const
+    /// The words where they are spoken, but for those that nobody could have said in the time of their stretch; `complete`
+    /// tells whether there are none of these.
+    static std::vector<TranscriptWord> placedIn(const Chunk& chunk, std::vector<HeardWord> heard, bool& complete)
     {
         std::vector<Interval> stretches;
         for (const auto& stretch : chunk.speech())
@@ -146,6 +176,8 @@ private:
             const Interval& stretch = stretches[first->stretch];
             if (canBeSaid(first, last, stretch))
                 append(chunk, first, last, result);
+            else
+                complete = false;
             first = last;
         }
         return result;
@@ -159,7 +191,7 @@ private:
         double asked = 0;
         for (auto word = first; word != last; ++word)
             asked += syllables(word->word.text) * fastest;
-        return asked <= stretch.end - stretch.start + 0.1;
+        return asked <= stretch.end - stretch.start;
     }
 
     /// Adds the words of one stretch. Hesitations that are all there is in it are one, in its usual spelling.
@@ -213,7 +245,7 @@ std::vector<TranscriptWord> SpeechRecognizer::recognise(
 {
     WaveReader wave(file);
     const Loudness loudness = measure(wave, stop);
-    const auto chunks = makeChunks(findSpeech(loudness), loudness, wave.size());
+    const auto chunks = makeChunks(voicedOf(findSpeech(loudness), wave), loudness, wave.size());
 
     Recognition recognition(m_whisper, m_language, m_decoding, wave, stop);
     std::size_t done = 0;

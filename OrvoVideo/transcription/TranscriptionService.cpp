@@ -3,6 +3,36 @@
 #include "Platform/SpeechModels.h"
 #include "VideoCore/Error.h"
 
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace orvo {
+
+namespace fs = std::filesystem;
+
+TranscriptionFile::TranscriptionFile(const fs::path& projectFolder)
+    : m_path(projectFolder / "transcription.wav")
+    , m_lock(::open(m_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
+{
+    if (m_lock < 0)
+        throw fs::filesystem_error("create", m_path, std::error_code(errno, std::generic_category()));
+    if (::flock(m_lock, LOCK_EX | LOCK_NB) != 0) {
+        ::close(m_lock);
+        throw captureError("Este proyecto ya se está transcribiendo en otra ventana u otro terminal.");
+    }
+}
+
+TranscriptionFile::~TranscriptionFile()
+{
+    std::error_code ignored;
+    fs::remove(m_path, ignored);
+    ::close(m_lock);
+}
+
+} // namespace orvo
+
 namespace orvo::TranscriptionService {
 
 namespace {

@@ -34,15 +34,10 @@ std::vector<TranscriptWord> transcribe(const std::filesystem::path& file, std::s
 /// The sound that a transcription works on, in the project's folder; gone again when the object goes.
 class TranscriptionFile {
 public:
-    explicit TranscriptionFile(const std::filesystem::path& projectFolder)
-        : m_path(projectFolder / "transcription.wav")
-    {
-    }
-    ~TranscriptionFile()
-    {
-        std::error_code ignored;
-        std::filesystem::remove(m_path, ignored);
-    }
+    /// Makes it, empty. Throws `captureError` while another program transcribes the same project, file system errors
+    /// unchanged.
+    explicit TranscriptionFile(const std::filesystem::path& projectFolder);
+    ~TranscriptionFile();
     TranscriptionFile(const TranscriptionFile&) = delete;
     TranscriptionFile& operator=(const TranscriptionFile&) = delete;
 
@@ -50,6 +45,7 @@ public:
 
 private:
     std::filesystem::path m_path;
+    int m_lock = -1; ///< The open file, locked for as long as it is in use.
 };
 
 } // namespace orvo

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <openssl/evp.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -33,7 +34,11 @@ public:
     {
         if (m_descriptor < 0)
             fail();
-        if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
+        struct stat held{};
+        struct stat named{};
+        // Whoever held it before may have made it the model since.
+        if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 || ::fstat(m_descriptor, &held) != 0
+            || ::stat(m_path.c_str(), &named) != 0 || held.st_ino != named.st_ino) {
             ::close(m_descriptor);
             throw captureError("El modelo de voz ya se está descargando.");
         }
@@ -163,6 +168,7 @@ private:
                 // A server that does not know ranges sends everything again.
                 long status = 0;
                 curl_easy_getinfo(m_request, CURLINFO_RESPONSE_CODE, &status);
+                requireLength(m_before > 0 && status == 206 ? m_model.size - m_before : m_model.size);
                 if (m_before > 0 && status != 206) {
                     m_file.truncate();
                     m_before = 0;
@@ -180,6 +186,15 @@ private:
             m_failure = std::current_exception();
             return false;
         }
+    }
+
+    /// Another length than that of what is missing is another file: what is there stays.
+    void requireLength(std::uint64_t wanted) const
+    {
+        curl_off_t length = -1;
+        curl_easy_getinfo(m_request, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+        if (length >= 0 && static_cast<std::uint64_t>(length) != wanted)
+            throw captureError("El servidor de modelos ha enviado otro archivo. Inténtalo más tarde.");
     }
 
     [[noreturn]] void failWith(CURLcode code) const

@@ -70,4 +70,7 @@ inline constexpr std::size_t partingSilence = 18;
 /// hide the pauses; what a room adds behind the last sound is taken off. A sound that does not change is no speech.
 std::vector<Frames> findSpeech(const Loudness& loudness);
 
+/// Whether somewhere in a sound a voice vibrates, as in every vowel. A breath, a hiss or a key does not.
+bool isVoiced(std::span<const float> samples);
+
 } // namespace orvo::speech

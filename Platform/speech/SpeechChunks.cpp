@@ -59,6 +59,10 @@ Chunk::Chunk(std::vector<Frames> speech, Frames room, std::size_t samples)
         else
             m_pieces.push_back({.from = begin, .count = end - begin, .at = at});
     };
+    if (goesOnBefore())
+        room.begin -= std::min(room.begin, keptBeside);
+    if (goesOnBehind())
+        room.end += keptBeside;
     for (const auto& stretch : m_speech) {
         const std::size_t before = std::min(stretch.begin, keptBeside);
         add(std::max(stretch.begin - before, std::min(room.begin, stretch.begin)),

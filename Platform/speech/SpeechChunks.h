@@ -18,12 +18,17 @@ public:
     };
 
     /// For stretches of speech, at least one, of a recording with so many samples. What is said before and after `room` is
-    /// not in it.
+    /// not in it; but where no silence parts it from the chunk, a little of it is heard on, so that no word is heard in
+    /// halves.
     Chunk(std::vector<Frames> speech, Frames room, std::size_t samples);
 
     const std::vector<Frames>& speech() const noexcept { return m_speech; }
     Frames room() const noexcept { return m_room; }
     const std::vector<Piece>& pieces() const noexcept { return m_pieces; }
+
+    /// Whether the sound goes on without a silence before and behind the chunk.
+    bool goesOnBefore() const noexcept { return m_room.begin == m_speech.front().begin && m_room.begin > 0; }
+    bool goesOnBehind() const noexcept { return m_room.end == m_speech.back().end; }
 
     /// Length in samples.
     std::size_t size() const noexcept { return m_pieces.back().at + m_pieces.back().count; }

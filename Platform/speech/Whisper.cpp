@@ -52,15 +52,20 @@ std::optional<Header> readHeader(const fs::path& model)
 /// The attention heads that follow the sound word by word, which differ between the models.
 whisper_alignment_heads_preset alignmentHeads(const Header& header)
 {
-    if (header.audioLayers == 4 && header.textLayers == 4)
+    const auto has = [&](std::int32_t audio, std::int32_t text) {
+        return header.audioLayers == audio && header.textLayers == text;
+    };
+    if (has(4, 4))
         return WHISPER_AHEADS_TINY;
-    if (header.audioLayers == 6)
+    if (has(6, 6))
         return WHISPER_AHEADS_BASE;
-    if (header.audioLayers == 12)
+    if (has(12, 12))
         return WHISPER_AHEADS_SMALL;
-    if (header.audioLayers == 24)
+    if (has(24, 24))
         return WHISPER_AHEADS_MEDIUM;
-    return header.textLayers == 4 ? WHISPER_AHEADS_LARGE_V3_TURBO : WHISPER_AHEADS_LARGE_V3;
+    if (has(32, 4))
+        return WHISPER_AHEADS_LARGE_V3_TURBO;
+    return WHISPER_AHEADS_N_TOP_MOST; // Those of the upper half, for a model that is not known.
 }
 
 void keepQuiet(ggml_log_level, const char*, void*) { }
@@ -114,6 +119,11 @@ bool isSpoken(const std::string& text)
     return false;
 }
 
+bool isDash(const std::string& text)
+{
+    return text == "-" || text == "–" || text == "—";
+}
+
 /// How many of the model's positions, of 20 ms each, a sound needs: what is not attended to costs neither time nor memory.
 int attended(std::size_t samples)
 {
@@ -136,7 +146,8 @@ Whisper::Whisper(const fs::path& model)
     : m_threads(static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 8U)))
 {
     whisper_log_set(keepQuiet, nullptr);
-    const auto header = readHeader(model);
+    constexpr std::uintmax_t smallest = 15'000'000; // Bytes: what is less would be loaded and recognise nothing.
+    const auto header = fs::file_size(model) >= smallest ? readHeader(model) : std::nullopt;
     if (header && header->vocabulary < vocabularyOfManyLanguages)
         throw captureError(std::format("El modelo «{}» solo reconoce inglés.", model.filename().string()));
     if (header) {
@@ -145,10 +156,17 @@ Whisper::Whisper(const fs::path& model)
         parameters.flash_attn = false; // It would leave no attention to take the times from.
         parameters.dtw_token_timestamps = true;
         parameters.dtw_aheads_preset = alignmentHeads(*header);
-        m_context.reset(whisper_init_from_file_with_params(model.c_str(), parameters));
+        parameters.dtw_n_top = std::max(1, header->textLayers / 2);
+        try {
+            m_context.reset(whisper_init_from_file_with_params(model.c_str(), parameters));
+        } catch (const std::exception&) {
+            // Told below, like every other model that cannot be read.
+        }
     }
-    if (!m_context)
-        throw captureError(std::format("El modelo de voz «{}» está dañado o no es un modelo.", model.filename().string()));
+    if (!m_context) {
+        throw captureError(std::format(
+            "El modelo de voz «{}» está dañado o no es un modelo. Bórralo para que se descargue de nuevo.", model.string()));
+    }
 }
 
 Whisper::~Whisper() = default;
@@ -169,11 +187,19 @@ std::vector<HeardWord> Whisper::recognise(
     parameters.no_timestamps = true; // The times come from the attention.
     parameters.single_segment = true;
     parameters.temperature = request.temperature;
+    parameters.temperature_inc = 0; // Who asks decides whether it is tried again.
     parameters.greedy.best_of = 1;
     parameters.beam_search.beam_size = 5;
     parameters.abort_callback = [](void* token) { return static_cast<const std::stop_token*>(token)->stop_requested(); };
     parameters.abort_callback_user_data = const_cast<std::stop_token*>(&stop);
 
+    // The alignment ends the program for less than some frames of sound.
+    std::vector<float> padded;
+    if (samples.size() < sampleRate) {
+        padded.assign(samples.begin(), samples.end());
+        padded.resize(sampleRate, 0);
+        samples = padded;
+    }
     const int status = whisper_full(m_context.get(), parameters, samples.data(), static_cast<int>(samples.size()));
     if (stop.stop_requested())
         throw Cancelled();
@@ -206,7 +232,7 @@ std::vector<HeardWord> Whisper::recognise(
         word.text = trimmed(valid(word.text));
         if (isSpoken(word.text))
             result.push_back(std::move(word));
-        else if (!result.empty())
+        else if (!result.empty() && !isDash(word.text))
             result.back().text += word.text;
     }
     return result;

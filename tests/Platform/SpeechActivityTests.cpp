@@ -147,8 +147,8 @@ TEST(SpeechChunks, HoldAllSpeechInOrderAndAreNeverTooLong)
             EXPECT_LE(chunk.size(), 15U * sampleRate);
             for (const auto& piece : chunk.pieces()) {
                 EXPECT_LE(piece.from + piece.count, samples);
-                // Nothing is heard twice: what is said next to a chunk is not in it.
-                EXPECT_GE(piece.from, last * frameSize);
+                // What is said next to a chunk is not in it, unless nothing parts the two.
+                EXPECT_GE(piece.from, (chunk.goesOnBefore() ? last - 40 : last) * frameSize);
             }
             for (const auto& stretch : chunk.speech()) {
                 EXPECT_GE(stretch.begin, last);
