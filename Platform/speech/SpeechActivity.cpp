@@ -83,8 +83,9 @@ std::vector<float> floorOf(const std::vector<float>& raw)
 {
     constexpr std::size_t width = 8;
     constexpr float none = std::numeric_limits<float>::infinity();
-    constexpr float steady = 6; // Decibels: what stays so near its least is a background, and no dip of the speech.
-    constexpr std::size_t leastBackground = 40; // Frames of it.
+    constexpr float steady = 6; // Decibels: what stays so near its least is a background, and no dip of the speech,
+    constexpr std::size_t leastBackground = 40; // for so many frames beside something that stands out of it,
+    constexpr std::size_t alone = 200; // or for so many together: nobody holds a sound as long.
     const auto level = smoothed(raw, width);
     auto result = extremes(level, surroundings, std::less<>());
 
@@ -97,14 +98,22 @@ std::vector<float> floorOf(const std::vector<float>& raw)
         }
     }
     const auto least = extremes(sounding, surroundings, std::less<>());
+    const auto most = extremes(level, surroundings, std::greater<>());
     for (std::size_t i = 0; i < raw.size(); ++i) {
         if (least[i] == none || least[i] <= result[i])
             continue;
+        const bool standsOut = most[i] >= least[i] + leastContrast;
         std::size_t background = 0;
+        std::size_t run = 0;
+        bool isBackground = false;
         const std::size_t end = std::min(raw.size(), i + surroundings + 1);
-        for (std::size_t k = i - std::min(i, surroundings); k < end && background < leastBackground; ++k)
-            background += sounding[k] <= least[i] + steady ? 1U : 0U;
-        if (background >= leastBackground)
+        for (std::size_t k = i - std::min(i, surroundings); k < end && !isBackground; ++k) {
+            const bool stays = sounding[k] <= least[i] + steady;
+            run = stays ? run + 1 : 0;
+            background += stays ? 1U : 0U;
+            isBackground = run >= alone || (standsOut && background >= leastBackground);
+        }
+        if (isBackground)
             result[i] = least[i];
     }
     return result;

@@ -3,7 +3,6 @@
 #include "VideoCore/Error.h"
 
 #include <QSignalSpy>
-#include <mutex>
 
 namespace orvo::test {
 namespace {
@@ -95,6 +94,14 @@ TEST_F(TranscriptionTests, AFailureChangesNothing)
     EXPECT_FALSE(model->canUndo());
     EXPECT_FALSE(fs::exists(workFile()));
 
+    {
+        const TranscriptionFile other(store.directory(project().id));
+        transcribe();
+        EXPECT_THAT(model->errorMessage().toStdString(), HasSubstr("ya se está transcribiendo"));
+        EXPECT_TRUE(fs::exists(workFile()));
+    }
+    EXPECT_FALSE(fs::exists(workFile()));
+
     fs::remove(store.directory(project().id) / "media/microphone.m4a");
     transcribe();
     EXPECT_THAT(model->errorMessage().toStdString(), HasSubstr("microphone.m4a"));
@@ -105,25 +112,18 @@ TEST_F(TranscriptionTests, AFailureChangesNothing)
 
 TEST_F(TranscriptionTests, CanBeCancelledAndEndsWithTheApplication)
 {
-    std::mutex mutex;
     int running = 0;
     recognition = [&](const fs::path&, std::string_view, const TranscriptionOptions&, const ProgressCallback&,
                       const std::stop_token& stop) -> std::vector<TranscriptWord> {
-        {
-            const std::scoped_lock lock(mutex);
-            ++running;
-        }
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(), [&] { ++running; }, Qt::QueuedConnection); // An event: wakes who waits for it.
         while (!stop.stop_requested())
             std::this_thread::yield();
         throw Cancelled();
     };
-    const auto runs = [&] {
-        const std::scoped_lock lock(mutex);
-        return running;
-    };
     openSpoken();
     model->transcribe();
-    ASSERT_TRUE(waitUntil([&] { return runs() == 1; }));
+    ASSERT_TRUE(waitUntil([&] { return running == 1; }));
     model->cancel();
     ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
     EXPECT_EQ(model->status(), "Operación cancelada");
@@ -132,7 +132,7 @@ TEST_F(TranscriptionTests, CanBeCancelledAndEndsWithTheApplication)
 
     const auto file = workFile();
     model->transcribe();
-    ASSERT_TRUE(waitUntil([&] { return runs() == 2; }));
+    ASSERT_TRUE(waitUntil([&] { return running == 2; }));
     EXPECT_TRUE(fs::exists(file));
     quit();
     EXPECT_FALSE(fs::exists(file));

@@ -33,6 +33,12 @@ public:
         return add(seconds, [](double t) { return 0.3 * std::sin(2 * std::numbers::pi * 440 * t); });
     }
 
+    Sound& then(const Sound& next)
+    {
+        m_samples.insert(m_samples.end(), next.m_samples.begin(), next.m_samples.end());
+        return *this;
+    }
+
     /// Adds white noise to all of it.
     Sound& noise(double level)
     {
@@ -67,7 +73,7 @@ public:
             meter.add(std::span(m_samples).subspan(at, std::min<std::size_t>(1'777, m_samples.size() - at)));
         return meter.result();
     }
-    std::size_t size() const { return m_samples.size(); }
+    std::span<const float> samples() const { return m_samples; }
 
 private:
     template <typename Wave> Sound& add(double seconds, Wave wave)
@@ -80,6 +86,12 @@ private:
 
     std::vector<float> m_samples;
 };
+
+/// Noise, as of a breath or of keys.
+Sound breath(double seconds)
+{
+    return Sound().silence(seconds).noise(0.05);
+}
 
 /// Two stretches, from 0.5 to 2 and from 2.6 to 4.
 Sound twoStretches()
@@ -110,6 +122,28 @@ TEST(SpeechActivity, FindsWhereSpeechBeginsAndEnds)
     expectTwoStretches(findSpeech(fourStretches().room(0.3).loudness()), 0.03, 0.1);
     expectTwoStretches(findSpeech(Sound().silence(0.5).voice(1.5, 0.01).silence(0.6).voice(1.4, 0.01).silence(1).loudness()),
         0.025, 0.025); // Softly.
+}
+
+TEST(SpeechActivity, ZerosInANoisySoundAreNoBackground)
+{
+    // A track that begins late: zeros, then the room with a voice in it.
+    Sound late = Sound().silence(0.5).voice(1.5).silence(0.6).voice(1.4).silence(2).noise(0.01);
+    const auto found = findSpeech(Sound().silence(2.5).then(late).loudness());
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_NEAR(found[0].startSeconds(), 3.0, 0.03);
+    EXPECT_NEAR(found[0].endSeconds(), 4.5, 0.03);
+    EXPECT_NEAR(found[1].startSeconds(), 5.1, 0.03);
+    EXPECT_NEAR(found[1].endSeconds(), 6.5, 0.03);
+    EXPECT_THAT(findSpeech(Sound().silence(4).then(Sound().silence(8).noise(0.02)).loudness()), IsEmpty());
+}
+
+TEST(SpeechActivity, TellsVoicesFromBreaths)
+{
+    EXPECT_TRUE(isVoiced(Sound().voice(0.15).samples()));
+    EXPECT_TRUE(isVoiced(Sound().voice(0.5).noise(0.03).samples()));
+    EXPECT_FALSE(isVoiced(breath(2).samples()));
+    EXPECT_FALSE(isVoiced(Sound().silence(1).samples()));
+    EXPECT_FALSE(isVoiced({}));
 }
 
 TEST(SpeechActivity, WhatDoesNotChangeIsNoSpeech)

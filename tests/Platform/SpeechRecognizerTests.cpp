@@ -8,6 +8,7 @@
 #include "VideoCore/FileIO.h"
 #include "VideoCore/Suggestions.h"
 
+#include <format>
 #include <fstream>
 #include <gmock/gmock.h>
 
@@ -100,7 +101,22 @@ TEST_F(SpeechRecognizerTest, MakesNothingUp)
         const auto words = recogniser.recognise(sound(source));
         EXPECT_THAT(words, IsEmpty()) << source << ": " << textOf(words);
     }
-    EXPECT_THAT(recogniser.recognise(sound("anullsrc=r=16000:cl=mono:d=0.01")), IsEmpty());
+    // Breaths and keys: noise that swells, and clicks.
+    for (const auto* source : {"aevalsrc='0.1*(random(0)-0.5)*pow(max(0,sin(2*PI*t/2.5)),2)':d=20:s=16000",
+             "aevalsrc='0.8*(random(0)-0.5)*lt(mod(t,0.7),0.004)+0.0005*(random(1)-0.5)':d=20:s=16000"}) {
+        const auto words = recogniser.recognise(sound(source));
+        EXPECT_THAT(words, IsEmpty()) << source << ": " << textOf(words);
+    }
+    for (const double seconds : {0.01, 0.05, 0.12, 0.16, 0.3})
+        recogniser.recognise(sound(std::format("aevalsrc='0.3*sin(2*PI*200*t)':s=16000:d={}", seconds)));
+}
+
+TEST_F(SpeechRecognizerTest, KeepsWhatIsReallySaidThreeTimes)
+{
+    const auto file = folder / "speech.wav";
+    makeSpeech(file, {{"Uno, dos, tres.", 0.5}, {"Uno, dos, tres.", 2.5}, {"Uno, dos, tres.", 4.5}}, 6.5);
+    const auto words = recognizer().recognise(file);
+    EXPECT_EQ(words.size(), 9U) << textOf(words);
 }
 
 TEST_F(SpeechRecognizerTest, TellsWhatIsWrong)
@@ -117,7 +133,7 @@ TEST_F(SpeechRecognizerTest, TellsWhatIsWrong)
     const auto model = folder / "ggml-base.bin";
     fs::copy_file(SpeechModels::require(SpeechModels::usual), model);
     fs::resize_file(model, fs::file_size(model) / 3);
-    EXPECT_THAT(failure([&] { SpeechRecognizer(model, "es", {}); }), HasSubstr("«ggml-base.bin» está dañado"));
+    EXPECT_THAT(failure([&] { SpeechRecognizer(model, "es", {}); }), HasSubstr("ggml-base.bin» está dañado"));
     std::ofstream(folder / "text.bin") << "no es un modelo";
     EXPECT_THAT(
         failure([&] { SpeechRecognizer(folder / "text.bin", "es", {}); }), HasSubstr("está dañado o no es un modelo"));

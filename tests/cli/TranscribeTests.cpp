@@ -116,7 +116,7 @@ TEST_F(Transcribe, RefusesWithoutATrace)
     refused({"--model", "enorme"}, 1, "No existe el modelo de voz «enorme»");
     std::ofstream(folder / "ggml-roto.bin") << "no es un modelo";
     setup.environment["ORVO_MODELS"] = folder.path();
-    refused({"--model", "roto"}, 1, "«ggml-roto.bin» está dañado o no es un modelo");
+    refused({"--model", "roto"}, 1, "ggml-roto.bin» está dañado o no es un modelo. Bórralo");
     setup.largestFile = 100'000;
     refused({}, 1, "El proceso de vídeo falló: ");
 }
