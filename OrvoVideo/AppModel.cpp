@@ -47,6 +47,9 @@ AppModel::AppModel(AppServices services, QObject* parent)
     });
     m_previewAnswer.give(PreviewOutcome::superseded); // There is none yet.
 
+    if (m_services.observe)
+        m_notifications = m_services.observe([this](std::string_view name) { hearNotification(name); });
+    start(setUpBrowsers());
     refreshLibrary();
 }
 

@@ -325,6 +325,11 @@ public:
     Q_INVOKABLE void openProjectsFolder();
     Q_INVOKABLE void openModelFolder();
 
+    // --- Browsers (AppModelBrowser.cpp) -----------------------------------------------------------------------------------
+
+    /// Shows the folder of the browser extension, which the user loads in the browser.
+    Q_INVOKABLE void openExtensionFolder();
+
 signals:
     void libraryListedChanged();
     void projectChanged();
@@ -416,7 +421,12 @@ private:
     // Transcription.
     QCoro::Task<> transcribeProject(VideoProject project, WorkControl control);
 
+    // Browsers.
+    QCoro::Task<> setUpBrowsers();
+    void hearNotification(std::string_view name);
+
     AppServices m_services;
+    std::unique_ptr<NotificationObserver> m_notifications;
 
     LibraryModel m_library;
     TrackModel m_tracks;

@@ -1,4 +1,5 @@
 #include "OrvoVideo/AppModel.h"
+#include "VideoCore/CaptureSession.h"
 #include "VideoCore/Error.h"
 #include "VideoMedia/RecordingPreparation.h"
 
@@ -28,7 +29,7 @@ QCoro::Task<> AppModel::processTab(VideoProject project, bool force, WorkControl
             });
         co_await changeProject(
             project.id, [prepared](VideoProject& changed) { RecordingPreparation::apply(changed, prepared); }, Undo::none);
-        RecordingPreparation::removeSessionMark(store().directory(project.id));
+        CaptureSession::unmark(store().directory(project.id));
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {

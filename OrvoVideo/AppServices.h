@@ -1,7 +1,9 @@
 #pragma once
 
+#include "OrvoVideo/browser/BrowserIntegration.h"
 #include "OrvoVideo/transcription/TranscriptionService.h"
 #include "Platform/FilePanels.h"
+#include "Platform/Notifications.h"
 #include "Platform/PreviewPlayer.h"
 #include "Platform/Workspace.h"
 #include "VideoCore/ProjectStore.h"
@@ -22,6 +24,10 @@ struct AppServices {
     std::unique_ptr<PreviewPlayer> cameraPlayer;
     std::unique_ptr<FilePanels> panels;
     std::unique_ptr<Workspace> workspace;
+    /// Connects browsers; without places it does nothing.
+    BrowserIntegration browsers{BrowserIntegration::Places{}};
+    /// Listens to the session's other programs, when there is one.
+    std::function<decltype(NotificationObserver::create)> observe;
     /// Recognises speech; called on a worker thread.
     std::function<decltype(TranscriptionService::transcribe)> transcribe = TranscriptionService::transcribe;
 

@@ -2,9 +2,10 @@
 # The services of the desktop, which need Qt: kept apart from those that a program without windows uses.
 orvo_module(PlatformDesktop INCLUDED_AS Platform
   SOURCES
+    BusNotificationObserver.cpp
     DesktopWorkspace.cpp
     QtFilePanels.cpp
-  PUBLIC Platform PlatformPreview Qt6::Core Qt6::Gui
+  PUBLIC Platform PlatformNotifications PlatformPreview Qt6::Core Qt6::Gui
   PRIVATE Qt6::DBus Qt6::Widgets)
 set_target_properties(PlatformDesktop PROPERTIES AUTOMOC ON)
 

@@ -3,12 +3,24 @@
 #include "VideoCore/FileIO.h"
 
 #include <csignal>
+#include <format>
 #include <limits>
 #include <memory>
 #include <unistd.h>
 #include <yyjson.h>
 
 namespace orvo::CaptureSession {
+
+void mark(const std::filesystem::path& projectFolder)
+{
+    writeFileAtomically(projectFolder / fileName, std::format("{{\"pid\":{}}}\n", ::getpid()));
+}
+
+void unmark(const std::filesystem::path& projectFolder) noexcept
+{
+    std::error_code ignored;
+    std::filesystem::remove(projectFolder / fileName, ignored);
+}
 
 std::optional<std::int32_t> recordingProcess(const std::filesystem::path& projectFolder)
 {

@@ -12,6 +12,12 @@ namespace orvo::CaptureSession {
 
 inline constexpr std::string_view fileName = "capture-session.json";
 
+/// Marks the project as being recorded by this process. Throws `std::filesystem::filesystem_error`.
+void mark(const std::filesystem::path& projectFolder);
+
+/// Takes the mark away. Never fails.
+void unmark(const std::filesystem::path& projectFolder) noexcept;
+
 /// The process that records into this project; nothing when the file is missing, malformed or names none.
 std::optional<std::int32_t> recordingProcess(const std::filesystem::path& projectFolder);
 

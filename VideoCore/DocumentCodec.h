@@ -36,6 +36,11 @@ VideoProject decodeDocument(std::string document);
 /// Throws `DocumentError`.
 PointerEvent decodePointerEvent(std::string text);
 
+/// The JSON form of one pointer event on one line, without a line break at its end.
+///
+/// Throws `DocumentError` for a number that is not finite.
+std::string encodePointerEvent(const PointerEvent& event);
+
 /// Reads many documents with the same working memory. One thread at a time.
 class DocumentDecoder {
 public:

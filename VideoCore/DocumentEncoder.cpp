@@ -279,4 +279,14 @@ std::string encodeDocument(const VideoProject& project)
     return out.take();
 }
 
+std::string encodePointerEvent(const PointerEvent& event)
+{
+    Output out(280);
+    Writer(out).write(event);
+    std::string text = out.take();
+    // None of its values holds white space.
+    std::erase_if(text, [](char c) { return c == '\n' || c == ' '; });
+    return text;
+}
+
 } // namespace orvo

@@ -4,7 +4,6 @@
 #include "VideoCore/FileIO.h"
 
 #include <ranges>
-#include <string>
 
 namespace orvo::PointerLog {
 
@@ -30,6 +29,14 @@ std::optional<std::vector<PointerEvent>> read(const std::filesystem::path& proje
     } catch (const std::exception&) {
         return std::nullopt;
     }
+}
+
+std::string linesOf(std::span<const PointerEvent> events)
+{
+    std::string lines;
+    for (const auto& event : events)
+        lines += encodePointerEvent(event) + '\n';
+    return lines;
 }
 
 } // namespace orvo::PointerLog

@@ -4,6 +4,8 @@
 
 #include <filesystem>
 #include <optional>
+#include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -18,5 +20,10 @@ std::vector<PointerEvent> eventsIn(std::string_view log);
 
 /// The events of the log in this project's folder; nothing when there is none that can be read.
 std::optional<std::vector<PointerEvent>> read(const std::filesystem::path& projectFolder);
+
+/// These events as lines of a log, each ended by a line feed.
+///
+/// Throws `DocumentError` for a number that is not finite.
+std::string linesOf(std::span<const PointerEvent> events);
 
 } // namespace orvo::PointerLog

@@ -1,6 +1,5 @@
 #include "VideoMedia/RecordingPreparation.h"
 
-#include "VideoCore/CaptureSession.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/PointerLog.h"
 #include "VideoMedia/VideoEncoder.h"
@@ -157,12 +156,6 @@ void apply(VideoProject& project, const Prepared& prepared)
     if (prepared.events && project.edit.events.empty())
         project.edit.events = SharedList(*prepared.events);
     project.state = ProjectState::ready;
-}
-
-void removeSessionMark(const fs::path& projectFolder)
-{
-    std::error_code ignored;
-    fs::remove(projectFolder / CaptureSession::fileName, ignored);
 }
 
 std::string failureText(const std::exception& error)

@@ -39,9 +39,6 @@ Prepared prepare(const VideoProject& project, const ProjectStore& store, const M
 /// knew, as after an interruption, has its whole length. Saves nothing.
 void apply(VideoProject& project, const Prepared& prepared);
 
-/// Removes what marks the project's folder as being recorded. Called when the prepared project is saved. Never fails.
-void removeSessionMark(const std::filesystem::path& projectFolder);
-
 /// The text for the user when `prepare` has thrown.
 std::string failureText(const std::exception& error);
 

@@ -145,7 +145,7 @@ void recover(Session& session, const RecoverArguments& arguments)
     }
     project.updatedAt = now();
     store.save(project);
-    RecordingPreparation::removeSessionMark(folder);
+    CaptureSession::unmark(folder);
     if (session.json())
         return session.answer(
             JsonValue::Object{{"id", project.id}, {"state", project.state}, {"duration", project.duration}});

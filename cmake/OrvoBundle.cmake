@@ -5,3 +5,5 @@ file(MAKE_DIRECTORY ${ORVO_BUNDLE}/Contents/MacOS ${ORVO_BUNDLE}/Contents/Helper
 file(CREATE_LINK /usr/bin/ffmpeg ${ORVO_BUNDLE}/Contents/Helpers/ffmpeg SYMBOLIC)
 # Models that tools/model.sh has put into the tree; a package brings its own folder, or none.
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/build/models ${ORVO_BUNDLE}/Contents/Resources/Models SYMBOLIC)
+file(CREATE_LINK ${PROJECT_SOURCE_DIR}/Extension ${ORVO_BUNDLE}/Contents/Resources/Extension SYMBOLIC)
+file(CREATE_LINK ${PROJECT_SOURCE_DIR}/packaging/extension-origin.txt ${ORVO_BUNDLE}/Contents/Resources/extension-origin.txt SYMBOLIC)

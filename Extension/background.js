@@ -1,0 +1,76 @@
+// Joins the browser's parts: the popup and the shortcuts ask, the session records, the badge shows how it goes.
+
+import { Session } from "./session.js";
+
+const session = new Session(showState);
+
+const badges = {
+  idle: { text: "", color: "#00000000" },
+  starting: { text: "…", color: "#c62828" },
+  recording: { text: "REC", color: "#c62828" },
+  paused: { text: "II", color: "#b26a00" },
+  stopping: { text: "…", color: "#5f6368" },
+};
+
+function showState() {
+  const badge = session.failure ? { text: "!", color: "#c62828" } : badges[session.state];
+  chrome.action.setBadgeText({ text: badge.text });
+  chrome.action.setBadgeBackgroundColor({ color: badge.color });
+  const key = session.failure ? `failure_${session.failure.reason}` : `state_${session.state}`;
+  chrome.action.setTitle({ title: `${chrome.i18n.getMessage("name")} · ${chrome.i18n.getMessage(key)}` });
+  // Nobody listens while the popup is closed.
+  chrome.runtime.sendMessage({ to: "popup", state: session.description() }).catch(() => {});
+}
+
+async function toggle() {
+  if (session.state === "idle") {
+    const [tab] = await chrome.tabs.query({ active: true, lastFocusedWindow: true });
+    const { options } = await chrome.storage.local.get("options");
+    await session.start(tab, options ?? {});
+  } else {
+    await session.stop();
+  }
+}
+
+chrome.commands.onCommand.addListener((command) => {
+  if (command === "record") toggle();
+  else if (command === "pause") session.togglePause();
+  else if (command === "zoom") session.markZoom();
+});
+
+chrome.runtime.onMessage.addListener((message, sender, reply) => {
+  if (message?.to !== "background" || sender.id !== chrome.runtime.id) return false;
+  switch (message.action) {
+    case "state":
+      reply(session.description());
+      return false;
+    case "toggle":
+      toggle();
+      return false;
+    case "pause":
+      session.togglePause();
+      return false;
+    case "zoom":
+      session.markZoom();
+      return false;
+    case "helper":
+      session.isHelperThere().then(reply);
+      return true; // The answer comes later.
+    case "pointer":
+      session.addPointer(sender, message.events);
+      return false;
+    default:
+      return false;
+  }
+});
+
+chrome.runtime.onConnect.addListener((port) => {
+  if (port.name === "recorder" && port.sender?.id === chrome.runtime.id) session.attachRecorder(port);
+});
+
+// Scripts of the page are gone with it.
+chrome.tabs.onUpdated.addListener((tab, change) => {
+  if (change.status === "complete") session.watchPointer(tab);
+});
+
+showState();

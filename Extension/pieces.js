@@ -1,0 +1,81 @@
+// What is on its way to the helper: pieces in order, only so many unanswered at a time.
+
+const LARGEST_PIECE = 384 * 1024; // Bytes; in base64 a third more, below what the helper takes.
+const MOST_UNANSWERED = 8;
+const MOST_WAITING = 256 * 1024 * 1024; // Bytes that may wait for a slow disk.
+
+export class PieceQueue {
+  #send;
+  #waiting = []; // { track, blob }
+  #waitingBytes = 0;
+  #unanswered = 0;
+  #sequences = new Map();
+  #sending = false;
+  #lastAnswer = performance.now();
+  #whenEmpty = [];
+
+  // `send` takes { track, sequence, data } with data in base64.
+  constructor(send) {
+    this.#send = send;
+  }
+
+  add(track, blob) {
+    if (!this.#unanswered && !this.#waiting.length) this.#lastAnswer = performance.now();
+    for (let at = 0; at < blob.size; at += LARGEST_PIECE) this.#waiting.push({ track, blob: blob.slice(at, at + LARGEST_PIECE) });
+    this.#waitingBytes += blob.size;
+    this.#pump();
+  }
+
+  written() {
+    this.#lastAnswer = performance.now();
+    --this.#unanswered;
+    this.#pump();
+    this.#tellIfEmpty();
+  }
+
+  // Resolves when the helper has everything.
+  drained() {
+    return new Promise((resolve) => {
+      this.#whenEmpty.push(resolve);
+      this.#tellIfEmpty();
+    });
+  }
+
+  get isTooLong() {
+    return this.#waitingBytes > MOST_WAITING;
+  }
+
+  waitsLongerThan(milliseconds) {
+    return this.#unanswered > 0 && performance.now() - this.#lastAnswer > milliseconds;
+  }
+
+  // One at a time: what is read later must not overtake.
+  async #pump() {
+    if (this.#sending) return;
+    this.#sending = true;
+    while (this.#waiting.length && this.#unanswered < MOST_UNANSWERED) {
+      const { track, blob } = this.#waiting.shift();
+      this.#waitingBytes -= blob.size;
+      ++this.#unanswered;
+      const data = await base64(blob);
+      const sequence = this.#sequences.get(track) ?? 0;
+      this.#sequences.set(track, sequence + 1);
+      this.#send({ track, sequence, data });
+    }
+    this.#sending = false;
+  }
+
+  #tellIfEmpty() {
+    if (this.#unanswered || this.#waiting.length || this.#sending) return;
+    for (const resolve of this.#whenEmpty.splice(0)) resolve();
+  }
+}
+
+function base64(blob) {
+  return new Promise((resolve, reject) => {
+    const reader = new FileReader();
+    reader.onload = () => resolve(reader.result.slice(reader.result.indexOf(",") + 1));
+    reader.onerror = () => reject(reader.error);
+    reader.readAsDataURL(blob);
+  });
+}

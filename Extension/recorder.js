@@ -1,0 +1,211 @@
+// The page that records, out of sight: streams into files, piece by piece to the helper, nothing kept for longer than it
+// takes to be written.
+
+import { PieceQueue } from "./pieces.js";
+
+const PIECE_INTERVAL = 1000; // Milliseconds of recording in a piece.
+const LOST_AFTER = 15000; // Milliseconds without an answer to the last piece.
+const CODECS = ["video/webm;codecs=h264,opus", "video/webm;codecs=vp9,opus", "video/webm;codecs=vp8,opus"];
+
+const port = chrome.runtime.connect({ name: "recorder" });
+const streams = [];
+const recorders = []; // { kind, recorder, startedAt }
+const queue = new PieceQueue((piece) => port.postMessage({ type: "chunk", ...piece }));
+let audio = null;
+let clock = null; // Of the recording.
+let ending = false;
+
+class RecordingClock {
+  #begin = now();
+  #pausedAt = null;
+  #paused = 0;
+
+  // Seconds of recording at a moment in milliseconds since 1970, or null when it was paused then.
+  at(moment) {
+    if (this.#pausedAt !== null && moment >= this.#pausedAt) return null;
+    return Math.max(0, (moment - this.#begin - this.#paused) / 1000);
+  }
+
+  get seconds() {
+    return Math.max(0, ((this.#pausedAt ?? now()) - this.#begin - this.#paused) / 1000);
+  }
+
+  pause() {
+    this.#pausedAt ??= now();
+  }
+
+  resume() {
+    if (this.#pausedAt === null) return;
+    this.#paused += now() - this.#pausedAt;
+    this.#pausedAt = null;
+  }
+
+  get beginning() {
+    return this.#begin;
+  }
+}
+
+function now() {
+  return performance.timeOrigin + performance.now();
+}
+
+function fail(reason, error) {
+  port.postMessage({ type: "failed", reason, detail: String(error?.message ?? error ?? "") });
+  release();
+}
+
+function release() {
+  for (const stream of streams) for (const track of stream.getTracks()) track.stop();
+  audio?.close();
+}
+
+// The size of the picture: that of the tab, scaled down to the height that was asked for, in even numbers.
+function sizeFor(area, height) {
+  const real = { width: area.width * area.ratio, height: area.height * area.ratio };
+  const scale = Math.min(1, height / real.height);
+  const even = (value) => Math.max(2, Math.floor((value * scale) / 2) * 2);
+  return { width: even(real.width), height: even(real.height) };
+}
+
+async function open({ streamId, area, options }) {
+  const size = sizeFor(area, options.height ?? 1080);
+  const fps = options.fps ?? 30;
+  const source = { chromeMediaSource: "tab", chromeMediaSourceId: streamId };
+  const tab = await navigator.mediaDevices.getUserMedia({
+    audio: { mandatory: source },
+    video: {
+      mandatory: {
+        ...source,
+        minWidth: size.width,
+        maxWidth: size.width,
+        minHeight: size.height,
+        maxHeight: size.height,
+        maxFrameRate: fps,
+      },
+    },
+  });
+  streams.push(tab);
+  // A captured tab is silent unless its sound is played on.
+  audio = new AudioContext();
+  audio.createMediaStreamSource(tab).connect(audio.destination);
+
+  const sources = [{ kind: "screen", stream: tab, bits: size.width * size.height * 5 }];
+  if (options.microphone) {
+    const stream = await navigator.mediaDevices.getUserMedia({ audio: true }).catch((error) => {
+      throw { reason: "microphone", error };
+    });
+    streams.push(stream);
+    sources.push({ kind: "microphone", stream });
+  }
+  if (options.camera) {
+    const stream = await navigator.mediaDevices.getUserMedia({ video: { width: 1280, height: 720 } }).catch((error) => {
+      throw { reason: "camera", error };
+    });
+    streams.push(stream);
+    sources.push({ kind: "camera", stream, bits: 1280 * 720 * 5 });
+  }
+  return { sources, size, fps };
+}
+
+function makeRecorder({ kind, stream, bits }) {
+  const mimeType = kind === "microphone" ? "audio/webm;codecs=opus" : CODECS.find((type) => MediaRecorder.isTypeSupported(type));
+  const recorder = new MediaRecorder(stream, { mimeType, videoBitsPerSecond: bits, audioBitsPerSecond: 128000 });
+  const entry = { kind, recorder, startedAt: 0, stopped: null };
+  recorder.addEventListener("dataavailable", (event) => {
+    if (event.data.size > 0) queue.add(kind, event.data);
+  });
+  recorder.addEventListener("error", (event) => fail("recorder", event.error));
+  entry.started = new Promise((resolve) => {
+    recorder.addEventListener("start", () => {
+      entry.startedAt = now();
+      resolve();
+    }, { once: true });
+  });
+  entry.stopped = new Promise((resolve) => recorder.addEventListener("stop", resolve, { once: true }));
+  recorders.push(entry);
+}
+
+async function record(plan) {
+  try {
+    const { sources, size, fps } = await open(plan);
+    sources.forEach(makeRecorder);
+    port.postMessage({ type: "start", title: shortened(plan.title), ...size, fps, tracks: sources.map((source) => source.kind) });
+    streams[0].getVideoTracks()[0].addEventListener("ended", () => end(true));
+  } catch (error) {
+    fail(error?.reason ?? "capture", error?.error ?? error);
+  }
+}
+
+// The helper limits the title in bytes.
+function shortened(title) {
+  const bytes = new TextEncoder().encode(title).slice(0, 240);
+  return new TextDecoder().decode(bytes).replace(/\uFFFD+$/, "");
+}
+
+async function begin() {
+  clock = new RecordingClock();
+  for (const { recorder } of recorders) recorder.start(PIECE_INTERVAL);
+  port.postMessage({ type: "recording" });
+  await Promise.all(recorders.map((entry) => entry.started));
+  const first = recorders[0].startedAt;
+  const tracks = recorders.slice(1).map(({ kind, startedAt }) => ({ track: kind, seconds: Math.max(0, startedAt - first) / 1000 }));
+  if (tracks.length) port.postMessage({ type: "starts", tracks });
+  const timer = setInterval(() => {
+    if (ending) clearInterval(timer);
+    else port.postMessage({ type: "progress", seconds: clock.seconds });
+    if (queue.waitsLongerThan(LOST_AFTER)) fail("slow");
+    if (queue.isTooLong) fail("slow");
+  }, PIECE_INTERVAL);
+}
+
+async function end(byBrowser) {
+  if (ending || !clock) return;
+  ending = true;
+  if (byBrowser) port.postMessage({ type: "ended" });
+  clock.pause();
+  const seconds = clock.seconds;
+  for (const { recorder } of recorders) if (recorder.state !== "inactive") recorder.stop();
+  await Promise.all(recorders.map((entry) => entry.stopped));
+  await queue.drained();
+  release();
+  port.postMessage({ type: "stop", seconds });
+}
+
+function addPointer(events) {
+  if (!clock || ending) return;
+  const timed = [];
+  for (const { kind, at, x, y } of events) {
+    const time = clock.at(at);
+    if (time !== null && x >= 0 && x <= 1 && y >= 0 && y <= 1) timed.push({ kind, time, x, y });
+  }
+  if (timed.length) port.postMessage({ type: "pointer", events: timed });
+}
+
+port.onMessage.addListener((message) => {
+  switch (message.type) {
+    case "record":
+      record(message);
+      break;
+    case "started":
+      begin();
+      break;
+    case "written":
+      queue.written(message.track, message.sequence);
+      break;
+    case "pointer":
+      addPointer(message.events);
+      break;
+    case "pause":
+      clock?.pause();
+      for (const { recorder } of recorders) recorder.pause();
+      break;
+    case "resume":
+      clock?.resume();
+      for (const { recorder } of recorders) recorder.resume();
+      break;
+    case "stop":
+      end(false);
+      break;
+  }
+});
+port.onDisconnect.addListener(release);

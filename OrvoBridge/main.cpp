@@ -1,0 +1,108 @@
+#include "OrvoBridge/BridgeSession.h"
+#include "OrvoBridge/MessageStream.h"
+#include "Platform/Notifications.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <optional>
+#include <poll.h>
+#include <string>
+#include <string_view>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+/// The helper that a browser starts for the extension: native messages on standard input and output, a recording into the
+/// library. It lives as long as the extension's connection.
+
+namespace {
+
+using namespace orvo;
+using namespace orvo::bridge;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto checkpointInterval = std::chrono::seconds(2);
+constexpr auto longestFarewell = std::chrono::milliseconds(500);
+
+constexpr std::string_view help =
+    "OrvoBridge: une la extensión de Orvo Video con la biblioteca.\n"
+    "La inicia el navegador, con el protocolo de mensajería nativa por la entrada y la salida estándar.\n"
+    "ORVO_LIBRARY nombra otra biblioteca.\n";
+
+/// Readable when the program is asked to end.
+int endSignals()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    sigset_t signals{};
+    sigemptyset(&signals);
+    for (const int number : {SIGTERM, SIGINT, SIGHUP})
+        sigaddset(&signals, number);
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    return ::signalfd(-1, &signals, SFD_CLOEXEC);
+}
+
+std::optional<std::filesystem::path> libraryRoot()
+{
+    const char* named = std::getenv("ORVO_LIBRARY");
+    return named && *named ? std::optional<std::filesystem::path>(named) : std::nullopt;
+}
+
+void serve()
+{
+    const int signals = endSignals();
+    MessageStream stream;
+    bool heard = true; // Whether the browser still takes answers.
+    BridgeSession session(
+        libraryRoot(), [&](const std::string& text) { heard = heard && writeMessage(STDOUT_FILENO, text); },
+        notification::post);
+
+    // Takes what the pipe holds; false when nothing more can come.
+    const auto listen = [&] {
+        const auto state = stream.read(STDIN_FILENO);
+        while (const auto message = stream.next())
+            session.receive(*message);
+        return state == MessageStream::State::open && !stream.isBroken();
+    };
+    const auto holdsSomething = [] {
+        pollfd input{.fd = STDIN_FILENO, .events = POLLIN};
+        return ::poll(&input, 1, 0) > 0;
+    };
+
+    auto nextCheckpoint = Clock::now() + checkpointInterval;
+    while (heard) {
+        pollfd waiting[] = {{.fd = STDIN_FILENO, .events = POLLIN}, {.fd = signals, .events = POLLIN}};
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(nextCheckpoint - Clock::now()).count();
+        const int timeout = session.isRecording() ? static_cast<int>(std::max<long long>(left, 0)) : -1;
+        if (::poll(waiting, 2, timeout) < 0 && errno != EINTR)
+            break;
+        if (waiting[1].revents != 0) {
+            // What was sent before is recorded still, as far as there is time.
+            const auto limit = Clock::now() + longestFarewell;
+            while (holdsSomething() && Clock::now() < limit && listen()) { }
+            break;
+        }
+        if (waiting[0].revents != 0 && !listen())
+            break;
+        if (Clock::now() >= nextCheckpoint) {
+            session.tick();
+            nextCheckpoint = Clock::now() + checkpointInterval;
+        }
+    }
+    session.end();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc > 1 && (std::string_view(argv[1]) == "--help" || std::string_view(argv[1]) == "-h")) {
+        std::cout << help;
+        return 0;
+    }
+    serve();
+    return 0;
+}
