@@ -1,11 +1,24 @@
 
 # The services of the desktop, which need Qt: kept apart from those that a program without windows uses.
+pkg_check_modules(keys REQUIRED IMPORTED_TARGET xcb xcb-keysyms)
 orvo_module(PlatformDesktop INCLUDED_AS Platform
   SOURCES
     DesktopWorkspace.cpp
     QtFilePanels.cpp
-  PUBLIC Platform PlatformPreview Qt6::Core Qt6::Gui
-  PRIVATE Qt6::DBus Qt6::Widgets)
+    ShortcutKeys.cpp
+    ShortcutKeys.h
+    input/VirtualKeys.cpp
+    input/X11ShortcutKeys.cpp
+    portal/PortalRequest.cpp
+    portal/PortalRequest.h
+    portal/PortalSession.cpp
+    portal/PortalSession.h
+    portal/PortalShortcutKeys.cpp
+    portal/PortalShortcutKeys.h
+    portal/ScreenCast.cpp
+    portal/ScreenCast.h
+  PUBLIC Platform PlatformInput PlatformPreview Qt6::Core Qt6::DBus Qt6::Gui
+  PRIVATE PkgConfig::keys Qt6::Widgets)
 set_target_properties(PlatformDesktop PROPERTIES AUTOMOC ON)
 
 # The live preview is a library of its own: what needs no interface links neither Qt nor GStreamer.
