@@ -3,6 +3,7 @@
 #include "VideoCore/FileIO.h"
 
 #include <csignal>
+#include <format>
 #include <limits>
 #include <memory>
 #include <unistd.h>
@@ -30,6 +31,11 @@ std::optional<std::int32_t> processIn(std::string_view session)
     if (process == 0 || process > std::numeric_limits<std::int32_t>::max())
         return std::nullopt;
     return static_cast<std::int32_t>(process);
+}
+
+std::string textFor(std::int32_t process)
+{
+    return std::format("{{\"pid\":{}}}\n", process);
 }
 
 bool isMarkedRecording(const VideoProject& project)

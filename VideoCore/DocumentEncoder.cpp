@@ -279,4 +279,15 @@ std::string encodeDocument(const VideoProject& project)
     return out.take();
 }
 
+std::string encodePointerEvent(const PointerEvent& event)
+{
+    constexpr std::size_t usualLength = 280;
+    Output out(usualLength);
+    Writer(out).write(event);
+    // No value of an event holds white space: all there is only makes it pretty.
+    std::string line = out.take();
+    std::erase_if(line, [](char c) { return c == '\n' || c == ' '; });
+    return line;
+}
+
 } // namespace orvo

@@ -47,6 +47,9 @@ public:
     std::vector<MediaTrack> start(
         const CaptureSource& source, const std::filesystem::path& directory, const CaptureOptions& options);
 
+    /// The tracks of a recording with these options, each with a new identifier.
+    static std::vector<MediaTrack> tracks(const CaptureOptions& options);
+
     /// Any thread.
     void setPaused(bool paused);
 
@@ -56,7 +59,8 @@ public:
     /// Looks where the pointer is and tells `onEvent`, if it is in the recorded area. Any thread.
     void recordPointer(PointerKind kind);
 
-    /// How long the recording has lasted, in seconds; 0 before the first sample. Any thread.
+    /// How long the recording has lasted, in seconds; 0 before the first sample. That of a recording that was stopped is its
+    /// length. Any thread.
     double time() const;
 
     /// The loudest of the microphone since the last call, 0..1. Any thread.
@@ -80,7 +84,7 @@ private:
 
     std::unique_ptr<PointerMonitor> m_pointer;
     std::filesystem::path m_directory;
-    Rect m_screenRect; ///< The recorded area.
+    Rect m_screenRect; ///< The recorded area as it was at the start.
 
     mutable std::mutex m_streamMutex; ///< Guards the streams, which come and go while others ask them.
     std::unique_ptr<ScreenStream> m_screen;
@@ -97,6 +101,7 @@ private:
 
     mutable std::mutex m_originMutex; ///< Guards the time origin.
     std::optional<CaptureTime> m_origin;
+    std::optional<CaptureTime> m_end;
 
     std::jthread m_watch; ///< The pointer, and tracks that get nothing.
 };

@@ -5,12 +5,14 @@
 #include "VideoCore/VideoProject.h"
 
 #include <condition_variable>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <sys/types.h>
 #include <thread>
 #include <vector>
 
@@ -82,6 +84,7 @@ public:
 private:
     void keepCheckpoints(const std::stop_token& stop);
     void checkpoint();
+    void writeLog();
     void watchDisk();
     void endPause(double now);
     void tellError(const std::string& text);
@@ -101,7 +104,8 @@ private:
     bool m_stopped = false;
     bool m_errorTold = false;
 
-    int m_log = -1; ///< The open pointer log.
+    int m_log = -1; ///< The open pointer log; of the thread that writes checkpoints.
+    off_t m_logLength = 0;
     std::condition_variable_any m_wake;
     std::jthread m_checkpoints;
 };

@@ -30,6 +30,7 @@ public:
     struct Settings {
         std::optional<PictureSize> size; ///< Of a track of pictures; nothing for one of sound.
         int fps = 30; ///< How many pictures a second there are at most.
+        int channels = 1; ///< Of a track of sound for which none comes.
         /// Called once on the writer's thread with the first failure, after which nothing more is written.
         std::function<void(std::exception_ptr)> onFailure = {};
     };

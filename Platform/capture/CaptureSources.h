@@ -28,6 +28,10 @@ public:
     int descriptor() const noexcept { return m_descriptor; }
     std::uint32_t node() const noexcept { return m_node; }
 
+    /// The size of a stream's pictures in pixels, where the portal has not told it. Blocks for up to a few seconds. Throws
+    /// `captureError` when the stream has ended.
+    static PictureSize pictureSize(const std::shared_ptr<const PipeWireStream>& stream);
+
 private:
     int m_descriptor;
     std::uint32_t m_node;

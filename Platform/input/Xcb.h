@@ -1,6 +1,6 @@
 #pragma once
 
-// Included by the .cpp files of this folder only: nothing of the X11 library shows in a header that others include.
+// Included by .cpp files only: nothing of the X11 library shows in a header that others include.
 
 #include <cstdlib>
 #include <memory>
