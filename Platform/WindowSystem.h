@@ -14,4 +14,7 @@ enum class WindowSystem : std::uint8_t {
 /// By the variables that a session sets: the same for the whole life of the process.
 WindowSystem windowSystem();
 
+/// Whether one can see through windows: on X11 only while a compositor runs.
+bool blendsWindows();
+
 } // namespace orvo

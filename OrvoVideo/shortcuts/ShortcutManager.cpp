@@ -24,9 +24,9 @@ QString settingOf(ShortcutManager::Action action)
 ShortcutManager::Binding usual(ShortcutManager::Action action)
 {
     switch (action) {
-    case ShortcutManager::Action::record: return {15, usualModifiers};
-    case ShortcutManager::Action::pause: return {35, usualModifiers};
-    case ShortcutManager::Action::zoom: return {6, usualModifiers};
+    case ShortcutManager::Action::Record: return {15, usualModifiers};
+    case ShortcutManager::Action::Pause: return {35, usualModifiers};
+    case ShortcutManager::Action::Zoom: return {6, usualModifiers};
     }
     std::unreachable();
 }
@@ -34,9 +34,9 @@ ShortcutManager::Binding usual(ShortcutManager::Action action)
 QString descriptionOf(ShortcutManager::Action action)
 {
     switch (action) {
-    case ShortcutManager::Action::record: return QStringLiteral("Grabar / terminar");
-    case ShortcutManager::Action::pause: return QStringLiteral("Pausar / continuar");
-    case ShortcutManager::Action::zoom: return QStringLiteral("Zoom en el cursor");
+    case ShortcutManager::Action::Record: return QStringLiteral("Grabar / terminar");
+    case ShortcutManager::Action::Pause: return QStringLiteral("Pausar / continuar");
+    case ShortcutManager::Action::Zoom: return QStringLiteral("Zoom en el cursor");
     }
     std::unreachable();
 }

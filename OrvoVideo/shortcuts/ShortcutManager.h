@@ -21,9 +21,9 @@ class ShortcutManager final : public QObject {
     QML_UNCREATABLE("Belongs to the model")
     Q_PROPERTY(QString supportText READ supportText NOTIFY supportChanged)
 public:
-    enum class Action : std::uint32_t { record = 1, pause = 2, zoom = 3 };
+    enum class Action : std::uint32_t { Record = 1, Pause = 2, Zoom = 3 };
     Q_ENUM(Action)
-    static constexpr std::array actions{Action::record, Action::pause, Action::zoom};
+    static constexpr std::array actions{Action::Record, Action::Pause, Action::Zoom};
 
     /// A key and its modifiers, in the numbers of `ShortcutKeys`.
     struct Binding {
