@@ -21,7 +21,6 @@ Popup {
         app.startRecording()
     }
 
-    parent: Overlay.overlay
     anchors.centerIn: parent
     width: Math.min(560, (parent ? parent.width : 560) - Theme.space(8))
     height: Math.min(implicitHeight, (parent ? parent.height : 800) - Theme.space(6))

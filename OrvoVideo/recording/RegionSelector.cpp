@@ -141,9 +141,12 @@ void RegionSelector::paintEvent(QPaintEvent*)
 
 bool RegionSelector::event(QEvent* event)
 {
-    if (event->type() == QEvent::Close)
-        complete(std::nullopt);
-    return QRasterWindow::event(event);
+    if (event->type() != QEvent::Close)
+        return QRasterWindow::event(event);
+    // Not closed: it may be the last window to be seen, whose end would be the application's.
+    event->ignore();
+    complete(std::nullopt);
+    return true;
 }
 
 } // namespace orvo

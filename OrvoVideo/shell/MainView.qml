@@ -200,6 +200,7 @@ ApplicationWindow {
 
         active: false
         sourceComponent: RecordingView {
+            parent: root.Overlay.overlay
             app: root.app
             onClosed: recorder.active = false // With its microphone and its camera.
         }
