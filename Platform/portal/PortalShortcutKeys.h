@@ -4,6 +4,7 @@
 #include "Platform/portal/PortalSession.h"
 
 #include <QDBusConnection>
+#include <QDBusObjectPath>
 #include <QVariantMap>
 #include <memory>
 
