@@ -7,6 +7,8 @@ namespace orvo {
 AppModel::AppModel(AppServices services, QObject* parent)
     : QObject(parent)
     , m_services(std::move(services))
+    , m_capture(m_services.recording.windowSystem, std::move(m_services.recording.screenCast), m_services.recording.pressesSeen)
+    , m_shortcuts(std::move(m_services.recording.shortcutKeys))
     , m_documents(*m_services.store)
 {
     m_autosave.setSingleShot(true);
@@ -50,6 +52,7 @@ AppModel::AppModel(AppServices services, QObject* parent)
     if (m_services.observe)
         m_notifications = m_services.observe([this](std::string_view name) { hearNotification(name); });
     start(setUpBrowsers());
+    prepareRecording();
     refreshLibrary();
 }
 
@@ -59,6 +62,11 @@ AppModel::~AppModel()
     flushSave();
     ++m_opening;
     m_services.panels.reset();
+    m_services.recording.regionPicker.reset();
+    m_capture.shutDown();
+    m_secondPassed.give(false);
+    m_recorder.shutDown();
+    m_session.reset(); // Keeps what was recorded.
     m_workers.shutDown();
     m_documents.shutDown();
     m_previewAnswer.give(PreviewOutcome::superseded);
@@ -154,7 +162,7 @@ void AppModel::setRecording(Recording recording)
     emit historyChanged();
 }
 
-void AppModel::setOptions(const CaptureOptions& options)
+void AppModel::setOptions(const RecordingOptions& options)
 {
     if (m_options == options)
         return;

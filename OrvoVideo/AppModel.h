@@ -11,6 +11,9 @@
 #include "OrvoVideo/Models/ZoomModel.h"
 #include "OrvoVideo/ProjectDocuments.h"
 #include "OrvoVideo/Values.h"
+#include "OrvoVideo/capture/RecordingSession.h"
+#include "OrvoVideo/recording/CaptureChoice.h"
+#include "OrvoVideo/shortcuts/ShortcutManager.h"
 #include "OrvoVideo/support/Answer.h"
 #include "OrvoVideo/support/Workers.h"
 #include "OrvoVideo/transcription/TranscriptionService.h"
@@ -76,8 +79,13 @@ class AppModel : public QObject {
     // Recording.
     Q_PROPERTY(bool isRecording READ isRecording NOTIFY recordingChanged)
     Q_PROPERTY(bool isPaused READ isPaused NOTIFY recordingChanged)
+    Q_PROPERTY(bool capturing READ capturing NOTIFY capturingChanged)
+    Q_PROPERTY(int countdown READ countdown NOTIFY countdownChanged)
+    Q_PROPERTY(double recordingTime READ recordingTime NOTIFY recordingTimeChanged)
+    Q_PROPERTY(orvo::CaptureChoice* capture READ capture CONSTANT)
+    Q_PROPERTY(orvo::ShortcutManager* shortcuts READ shortcuts CONSTANT)
     // Settings of this run.
-    Q_PROPERTY(orvo::CaptureOptions options READ options WRITE setOptions NOTIFY optionsChanged)
+    Q_PROPERTY(orvo::RecordingOptions options READ options WRITE setOptions NOTIFY optionsChanged)
     Q_PROPERTY(QString exportQuality READ exportQuality WRITE setExportQuality NOTIFY exportQualityChanged)
     Q_PROPERTY(QString language READ language WRITE setLanguage NOTIFY languageChanged)
     Q_PROPERTY(QString speechModel READ speechModel WRITE setSpeechModel NOTIFY transcriptionChanged)
@@ -293,17 +301,47 @@ public:
     /// read. The project is ready then, else "needs-recovery" with a failure that says why.
     QCoro::Task<> processTab(VideoProject project, bool force, WorkControl control);
 
-    // --- Recording --------------------------------------------------------------------------------------------------------
+    // --- Recording (AppModelRecording.cpp) --------------------------------------------------------------------------------
+
+    /// What the next recording is to show.
+    CaptureChoice* capture() { return &m_capture; }
+    /// The combinations that control a recording from any application.
+    ShortcutManager* shortcuts() { return &m_shortcuts; }
+
+    /// Counts down, makes a project and records into it: it is the open one then. Ignored while recording and while busy. In
+    /// the mode "region" the user drags the area first. A failure goes to `errorMessage`; `cancel` ends the countdown.
+    Q_INVOKABLE void startRecording();
+
+    /// Ends the recording and opens its project. Ignored while there is none.
+    Q_INVOKABLE void stopRecording();
+
+    /// Pauses or goes on. What lies between is a cut of the edit.
+    Q_INVOKABLE void togglePause();
+
+    /// Marks a zoom where the pointer is; only while recording and not paused.
+    Q_INVOKABLE void markZoom();
 
     /// While this is true no project is opened and no edit is made.
     bool isRecording() const { return m_recording != Recording::no; }
     bool isPaused() const { return m_recording == Recording::paused; }
+    /// From the start of the countdown until nothing is recorded any more: what shall not be seen stays out of sight.
+    bool capturing() const { return m_captured.has_value(); }
+    /// What is about to be recorded or is: its area in the global display space. Nothing unless `capturing`.
+    struct Captured {
+        CaptureSource source;
+        Rect area; ///< The part of the source that is recorded.
+    };
+    const std::optional<Captured>& captured() const { return m_captured; }
+    /// The seconds until a recording begins, 3 to 1; 0 when none is about to.
+    int countdown() const { return m_countdown; }
+    /// Seconds since the first frame of the recording.
+    double recordingTime() const { return m_recordingTime; }
 
     // --- Settings of this run ---------------------------------------------------------------------------------------------
 
     /// Height and frame rate of the next recording and of exports.
-    CaptureOptions options() const { return m_options; }
-    void setOptions(const CaptureOptions& options);
+    RecordingOptions options() const { return m_options; }
+    void setOptions(const RecordingOptions& options);
     /// "small", "balanced" or "high".
     QString exportQuality() const { return m_exportQuality; }
     void setExportQuality(const QString& quality);
@@ -344,6 +382,9 @@ signals:
     void statusChanged();
     void errorMessageChanged();
     void recordingChanged();
+    void capturingChanged();
+    void countdownChanged();
+    void recordingTimeChanged();
     void optionsChanged();
     void exportQualityChanged();
     void languageChanged();
@@ -418,6 +459,20 @@ private:
     QCoro::Task<> importInto(Uuid target, std::filesystem::path movie, WorkControl control);
     QCoro::Task<> pickDestination(VideoProject project);
 
+    // Recording.
+    void prepareRecording();
+    QCoro::Task<> record();
+    QCoro::Task<> beginRecording();
+    QCoro::Task<std::optional<Rect>> pickRegion(CaptureSource source);
+    QCoro::Task<bool> countDown();
+    QCoro::Task<> endRecording();
+    void showRecorded(VideoProject project);
+    void noteRecordingFailed(const QString& reason);
+    void doShortcut(ShortcutManager::Action action);
+    void setCaptured(std::optional<Captured> captured);
+    void setCountdown(int seconds);
+    void followRecordingTime();
+
     // Transcription.
     QCoro::Task<> transcribeProject(VideoProject project, WorkControl control);
 
@@ -478,13 +533,23 @@ private:
     QString m_errorMessage;
 
     Recording m_recording = Recording::no;
-    CaptureOptions m_options;
+    CaptureChoice m_capture;
+    ShortcutManager m_shortcuts;
+    std::optional<Captured> m_captured;
+    int m_countdown = 0;
+    QTimer m_second; ///< Of the countdown.
+    Answer<bool> m_secondPassed; ///< False when the countdown is to end.
+    double m_recordingTime = 0;
+    QTimer m_recordingClock; ///< Shows the time while recording.
+    RecordingOptions m_options;
     QString m_exportQuality = QStringLiteral("balanced");
     QString m_language = QStringLiteral("es-ES");
     TranscriptionOptions m_transcription{.model = std::string(SpeechModels::usual)};
 
     ProjectDocuments m_documents;
     Workers m_workers;
+    std::shared_ptr<RecordingSession> m_session; ///< While something is recorded.
+    SerialWorker m_recorder; ///< Does everything with the session, in the order asked.
 };
 
 } // namespace orvo

@@ -57,6 +57,10 @@ void AppModel::cancel()
 {
     if (!m_busy || !m_operationStop.request_stop())
         return;
+    if (m_countdown > 0) {
+        m_secondPassed.give(false);
+        return;
+    }
     setStatus(QStringLiteral("Cancelando…"));
 }
 

@@ -93,6 +93,10 @@ void AppModel::noteKeptOther(const QString& fileName)
 
 bool AppModel::prepareToQuit()
 {
+    if (capturing()) {
+        setErrorMessage(QStringLiteral("Hay una grabación en curso. Termínala antes de salir."));
+        return false;
+    }
     flushSave();
     return m_documents.settle();
 }

@@ -1,11 +1,16 @@
 #pragma once
 
 #include "OrvoVideo/browser/BrowserIntegration.h"
+#include "OrvoVideo/capture/CaptureEngine.h"
+#include "OrvoVideo/recording/RegionPicker.h"
 #include "OrvoVideo/transcription/TranscriptionService.h"
 #include "Platform/FilePanels.h"
 #include "Platform/Notifications.h"
 #include "Platform/PreviewPlayer.h"
+#include "Platform/ShortcutKeys.h"
+#include "Platform/WindowSystem.h"
 #include "Platform/Workspace.h"
+#include "Platform/portal/ScreenCast.h"
 #include "VideoCore/ProjectStore.h"
 #include "VideoMedia/MediaProbe.h"
 
@@ -15,6 +20,18 @@
 #include <optional>
 
 namespace orvo {
+
+/// What recordings need of the machine. Everything but the sharing of screens, which only Wayland needs, must be there.
+struct RecordingServices {
+    WindowSystem windowSystem = WindowSystem::none;
+    std::unique_ptr<CaptureEngine> engine;
+    bool pressesSeen = false; ///< Whether the engine notices presses of the pointer in other applications.
+    std::unique_ptr<ScreenCast> screenCast;
+    std::unique_ptr<RegionPicker> regionPicker;
+    std::unique_ptr<ShortcutKeys> shortcutKeys;
+
+    static RecordingServices create();
+};
 
 /// What the model needs of the machine. Everything must be there.
 struct AppServices {
@@ -28,6 +45,7 @@ struct AppServices {
     BrowserIntegration browsers{BrowserIntegration::Places{}};
     /// Listens to the session's other programs, when there is one.
     std::function<decltype(NotificationObserver::create)> observe;
+    RecordingServices recording;
     /// Recognises speech; called on a worker thread.
     std::function<decltype(TranscriptionService::transcribe)> transcribe = TranscriptionService::transcribe;
 

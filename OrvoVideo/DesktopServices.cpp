@@ -4,6 +4,19 @@
 
 namespace orvo {
 
+RecordingServices RecordingServices::create()
+{
+    RecordingServices services{.windowSystem = orvo::windowSystem()};
+    auto pointer = PointerMonitor::create();
+    services.pressesSeen = pointer->seesPresses();
+    services.engine = std::make_unique<CaptureEngine>(std::move(pointer));
+    if (services.windowSystem == WindowSystem::wayland)
+        services.screenCast = std::make_unique<ScreenCast>();
+    services.regionPicker = RegionPicker::create();
+    services.shortcutKeys = ShortcutKeys::create();
+    return services;
+}
+
 AppServices AppServices::create(const std::optional<std::filesystem::path>& libraryRoot)
 {
     return {.store = openLibrary(libraryRoot),
@@ -13,7 +26,8 @@ AppServices AppServices::create(const std::optional<std::filesystem::path>& libr
         .panels = FilePanels::create(),
         .workspace = Workspace::create(),
         .browsers = BrowserIntegration(),
-        .observe = NotificationObserver::create};
+        .observe = NotificationObserver::create,
+        .recording = RecordingServices::create()};
 }
 
 } // namespace orvo

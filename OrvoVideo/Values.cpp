@@ -6,6 +6,18 @@
 
 namespace orvo {
 
+CaptureOptions RecordingOptions::capture() const
+{
+    return {.height = height,
+        .fps = fps,
+        .microphone = microphone,
+        .systemAudio = systemAudio,
+        .camera = camera,
+        .microphoneDevice = microphoneDevice.toStdString(),
+        .systemAudioDevice = systemAudioDevice.toStdString(),
+        .cameraDevice = cameraDevice.toStdString()};
+}
+
 ProjectFacts ProjectFacts::of(const VideoProject& project)
 {
     const auto& edit = project.edit;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OrvoVideo/capture/CaptureOptions.h"
 #include "Platform/PreviewPlayer.h"
 #include "VideoCore/VideoProject.h"
 
@@ -35,16 +36,30 @@ public:
 };
 
 /// The settings of the next recording. Height and frame rate are those of an export, too.
-struct CaptureOptions {
+struct RecordingOptions {
     Q_GADGET
-    QML_VALUE_TYPE(captureOptions)
+    QML_VALUE_TYPE(recordingOptions)
     Q_PROPERTY(int height MEMBER height)
     Q_PROPERTY(int fps MEMBER fps)
+    Q_PROPERTY(bool microphone MEMBER microphone)
+    Q_PROPERTY(bool systemAudio MEMBER systemAudio)
+    Q_PROPERTY(bool camera MEMBER camera)
+    Q_PROPERTY(QString microphoneDevice MEMBER microphoneDevice)
+    Q_PROPERTY(QString systemAudioDevice MEMBER systemAudioDevice)
+    Q_PROPERTY(QString cameraDevice MEMBER cameraDevice)
 public:
     int height = 1080; ///< Largest height in pixels; never scaled up.
     int fps = 30; ///< Highest number of frames per second.
+    bool microphone = true;
+    bool systemAudio = true; ///< What the computer plays.
+    bool camera = false;
+    QString microphoneDevice; ///< Identifier of a device; empty for the default one.
+    QString systemAudioDevice;
+    QString cameraDevice;
 
-    friend bool operator==(const CaptureOptions&, const CaptureOptions&) = default;
+    CaptureOptions capture() const;
+
+    friend bool operator==(const RecordingOptions&, const RecordingOptions&) = default;
 };
 
 /// What the windows show of the open project besides its lists. Without an open project everything is empty.

@@ -1,5 +1,6 @@
 #include "OrvoVideo/AppModel.h"
 #include "OrvoVideo/SingleInstance.h"
+#include "OrvoVideo/recording/RecordingDesk.h"
 #include "OrvoVideo/shell/MainWindow.h"
 #include "OrvoVideo/shell/TrayItem.h"
 #include "VideoCore/Error.h"
@@ -60,6 +61,11 @@ int runApplication(const QStringList& arguments)
     AppModel model(AppServices::create(libraryFolder()));
     MainWindow window(model);
     TrayItem tray(model);
+    const RecordingDesk desk(model, [&model] {
+        const bool hasKeys = model.shortcuts()->supportText().isEmpty();
+        return hasKeys || QSystemTrayIcon::isSystemTrayAvailable() ? RecordingDesk::WayBack::elsewhere
+                                                                   : RecordingDesk::WayBack::windowOnly;
+    });
     QObject::connect(&tray, &TrayItem::windowWanted, &window, [&window] { window.bringToFront(); });
     QObject::connect(&tray, &TrayItem::quitWanted, &window.window(), &QWindow::close);
     QObject::connect(

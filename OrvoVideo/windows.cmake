@@ -2,6 +2,7 @@
 include(ui/files.cmake)
 include(shell/files.cmake)
 include(editor/files.cmake)
+include(recording/files.cmake)
 include(settings/files.cmake)
 
 orvo_module(OrvoVideoUi INCLUDED_AS OrvoVideo
@@ -9,13 +10,14 @@ orvo_module(OrvoVideoUi INCLUDED_AS OrvoVideo
     ${ORVO_UI_SOURCES}
     ${ORVO_SHELL_SOURCES}
     ${ORVO_EDITOR_SOURCES}
+    ${ORVO_RECORDING_SOURCES}
     ${ORVO_SETTINGS_SOURCES}
   PUBLIC EditorGeometry OrvoVideoModel OrvoVideoPreview Qt6::Core Qt6::DBus Qt6::Gui Qt6::Qml Qt6::Quick Qt6::Widgets
   PRIVATE Qt6::QuickControls2 Qt6::Svg)
 set_target_properties(OrvoVideoUi PROPERTIES AUTOMOC ON)
 
 # The generated registration of the types includes their headers by name alone.
-target_include_directories(OrvoVideoUi PRIVATE ui shell editor settings)
+target_include_directories(OrvoVideoUi PRIVATE ui shell editor recording settings)
 
 # Compiling the views ahead of time makes them start and run faster, and costs most of the time of a build.
 if(CMAKE_BUILD_TYPE STREQUAL "Debug")
@@ -34,6 +36,7 @@ qt_add_qml_module(OrvoVideoUi
     ${ORVO_UI_QML}
     ${ORVO_SHELL_QML}
     ${ORVO_EDITOR_QML}
+    ${ORVO_RECORDING_QML}
     ${ORVO_SETTINGS_QML}
   RESOURCES
     ${ORVO_UI_RESOURCES})

@@ -13,7 +13,7 @@ namespace orvo::CaptureSession {
 
 void mark(const std::filesystem::path& projectFolder)
 {
-    writeFileAtomically(projectFolder / fileName, std::format("{{\"pid\":{}}}\n", ::getpid()));
+    writeFileAtomically(projectFolder / fileName, textFor(::getpid()));
 }
 
 void unmark(const std::filesystem::path& projectFolder) noexcept
@@ -42,6 +42,11 @@ std::optional<std::int32_t> processIn(std::string_view session)
     if (process == 0 || process > std::numeric_limits<std::int32_t>::max())
         return std::nullopt;
     return static_cast<std::int32_t>(process);
+}
+
+std::string textFor(std::int32_t process)
+{
+    return std::format("{{\"pid\":{}}}\n", process);
 }
 
 bool isMarkedRecording(const VideoProject& project)

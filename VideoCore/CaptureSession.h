@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <string_view>
 
 /// What a recording in progress leaves in its project's folder to be recognised by.
@@ -23,6 +24,9 @@ std::optional<std::int32_t> recordingProcess(const std::filesystem::path& projec
 
 /// The process that the text of such a file names, or nothing. A number that stands for more than one process names none.
 std::optional<std::int32_t> processIn(std::string_view session);
+
+/// The text of such a file for a recording by `process`.
+std::string textFor(std::int32_t process);
 
 /// Whether the project is marked as being recorded, whether or not it still is.
 bool isMarkedRecording(const VideoProject& project);

@@ -31,15 +31,14 @@ std::string encodeDocument(const VideoProject& project);
 /// Throws `DocumentError`; there is no partial result.
 VideoProject decodeDocument(std::string document);
 
+/// One pointer event on one line, as it stands in a pointer log; without a line break at its end. Throws `DocumentError` for a
+/// number that is not finite.
+std::string encodePointerEvent(const PointerEvent& event);
+
 /// Reads the JSON form of one pointer event, as it stands in a document and on a line of a pointer log.
 ///
 /// Throws `DocumentError`.
 PointerEvent decodePointerEvent(std::string text);
-
-/// The JSON form of one pointer event on one line, without a line break at its end.
-///
-/// Throws `DocumentError` for a number that is not finite.
-std::string encodePointerEvent(const PointerEvent& event);
 
 /// Reads many documents with the same working memory. One thread at a time.
 class DocumentDecoder {

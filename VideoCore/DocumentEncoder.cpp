@@ -281,12 +281,13 @@ std::string encodeDocument(const VideoProject& project)
 
 std::string encodePointerEvent(const PointerEvent& event)
 {
-    Output out(280);
+    constexpr std::size_t usualLength = 280;
+    Output out(usualLength);
     Writer(out).write(event);
-    std::string text = out.take();
-    // None of its values holds white space.
-    std::erase_if(text, [](char c) { return c == '\n' || c == ' '; });
-    return text;
+    // No value of an event holds white space: all there is only makes it pretty.
+    std::string line = out.take();
+    std::erase_if(line, [](char c) { return c == '\n' || c == ' '; });
+    return line;
 }
 
 } // namespace orvo

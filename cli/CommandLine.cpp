@@ -59,6 +59,8 @@ std::unique_ptr<CLI::App> makeApplication(Session& session)
     app->fallthrough(); // General options may stand after the command too.
 
     addLibraryCommands(*app, session);
+    addSourcesCommand(*app, session);
+    addRecordCommand(*app, session);
     addImportCommand(*app, session);
     addOpenCommand(*app, session);
     addRecoverCommand(*app, session);

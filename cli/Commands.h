@@ -11,6 +11,8 @@ namespace orvo::cli {
 
 class Session;
 
+void addSourcesCommand(CLI::App& app, Session& session);
+void addRecordCommand(CLI::App& app, Session& session);
 void addLibraryCommands(CLI::App& app, Session& session); ///< list, show
 void addImportCommand(CLI::App& app, Session& session);
 void addOpenCommand(CLI::App& app, Session& session);

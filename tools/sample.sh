@@ -1,14 +1,14 @@
 #!/bin/bash
-# Makes a sample lesson: tools/sample.sh FOLDER
+# Records a sample lesson: tools/sample.sh ORVO
 #
-# Records 20 seconds of a real display, 1920x1080 at 30 frames a second, on which a time-coded page and the pointer move,
-# together with spoken Spanish. Leaves "grabacion.mp4" in FOLDER.
+# With the program ORVO and into its library, 20 seconds of a real display, 1920x1080, on which a time-coded page and the
+# pointer move, with Spanish spoken into a microphone. Display and sound are its own and gone afterwards. Prints the
+# project's identifier.
 set -euo pipefail
 export LC_ALL=C.UTF-8
 
 length=20
-folder=$1
-mkdir -p "$folder"
+orvo=$1
 work=$(mktemp -d)
 started=()
 cleanup() {
@@ -71,6 +71,33 @@ color=0xB087FF:1640x10:30[bar];
   format=yuv420p
 END
 
+# Sound of its own: a microphone that hears what is played into "micfeed", and loudspeakers.
+sound() {
+  export XDG_RUNTIME_DIR=$work/run DBUS_SESSION_BUS_ADDRESS=unix:path=$work/run/bus
+  mkdir -m 700 "$XDG_RUNTIME_DIR"
+  dbus-daemon --session --address="$DBUS_SESSION_BUS_ADDRESS" --nofork --nopidfile 2>"$work/sound.log" &
+  started+=($!)
+  local program
+  for program in pipewire wireplumber pipewire-pulse; do
+    "$program" >>"$work/sound.log" 2>&1 &
+    started+=($!)
+  done
+  local tries=200
+  until pactl info >/dev/null 2>&1; do
+    ((tries--)) || fail 'no se ha podido abrir un servidor de sonido.' "$work/sound.log"
+    sleep 0.05
+  done
+  pactl load-module module-null-sink sink_name=speakers >/dev/null
+  pactl load-module module-null-sink sink_name=micfeed >/dev/null
+  pactl load-module module-remap-source master=micfeed.monitor source_name=voice >/dev/null
+  # Right after the start the answer may be that this is not supported.
+  until pactl set-default-sink speakers 2>/dev/null && pactl set-default-source voice 2>/dev/null &&
+    pactl info | grep -q 'Default Source: voice'; do
+    ((tries--)) || fail 'no se ha podido elegir el micrófono.' "$work/sound.log"
+    sleep 0.1
+  done
+}
+
 # The pointer's way, thirty places a second, for longer than the recording lasts.
 pointer() {
   awk -v seconds=$((length + 10)) 'BEGIN {
@@ -82,6 +109,7 @@ pointer() {
 }
 
 speak
+sound
 
 mkfifo "$work/display"
 Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten tcp -noreset 3>"$work/display" 2>"$work/Xvfb.log" &
@@ -97,6 +125,14 @@ mapfile -td " " way < <(pointer)
 xdotool "${way[@]}" >/dev/null &
 started+=($!)
 
-ffmpeg -v error -y -f x11grab -framerate 30 -video_size 1920x1080 -i "$DISPLAY" -i "$work/voice.wav" -t "$length" \
-  -c:v libx264 -preset veryfast -crf 20 -pix_fmt yuv420p -c:a aac -b:a 128k "$folder/grabacion.mp4" </dev/null 2>"$work/ffmpeg.log" ||
-  fail 'no se ha podido grabar la pantalla.' "$work/ffmpeg.log"
+# The voice begins when the recording has.
+"$orvo" record --seconds $((length + 1)) --title 'Lección de muestra' --json >"$work/recorded" 2>"$work/orvo.log" </dev/null &
+recording=$!
+tries=400
+until "$orvo" list --json | grep -q '"state": "recording"'; do
+  ((tries--)) || fail 'no se ha podido grabar la pantalla.' "$work/orvo.log"
+  sleep 0.05
+done
+paplay --device=micfeed "$work/voice.wav"
+wait "$recording" || fail 'no se ha podido grabar la pantalla.' "$work/orvo.log"
+sed -n 's/.*"id": *"\([0-9A-F-]*\)".*/\1/p' "$work/recorded"

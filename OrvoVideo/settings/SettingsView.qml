@@ -74,6 +74,7 @@ ScrollView {
             Layout.fillWidth: true
             Layout.margins: Theme.space(5)
             Layout.topMargin: 0
+            Layout.bottomMargin: 0
             title: "Herramientas"
 
             RowLayout {
@@ -102,6 +103,12 @@ ScrollView {
                 iconName: "folder-open"
                 onClicked: root.app.openProjectsFolder()
             }
+        }
+        ShortcutsGroup {
+            Layout.fillWidth: true
+            Layout.margins: Theme.space(5)
+            Layout.topMargin: 0
+            shortcuts: root.app.shortcuts
         }
     }
 }

@@ -14,6 +14,7 @@ Rectangle {
 
     signal projectChosen()
     signal settingsWanted()
+    signal recorderWanted()
 
     function choose(projectId: string) {
         list.forceActiveFocus() // What is being typed elsewhere is taken before its project goes.
@@ -69,6 +70,15 @@ Rectangle {
             }
         }
 
+        OButton {
+            objectName: "newRecording"
+            Layout.fillWidth: true
+            prominent: true
+            text: "Nueva grabación"
+            iconName: "plus"
+            enabled: !root.app.busy && !root.app.isRecording
+            onClicked: root.recorderWanted()
+        }
         OCaption {
             Layout.leftMargin: Theme.space(1)
             Layout.topMargin: Theme.space(2)
@@ -131,7 +141,7 @@ Rectangle {
                 OLabel {
                     width: parent.width
                     secondary: true
-                    text: "Importa uno o suéltalo en esta ventana. Se copia en tu biblioteca y el original no se toca."
+                    text: "Graba el primero, o importa uno: suéltalo en esta ventana. Se copia en tu biblioteca y el original no se toca."
                     horizontalAlignment: Text.AlignHCenter
                     wrapMode: Text.Wrap
                     font.pixelSize: Theme.captionSize
@@ -145,7 +155,7 @@ Rectangle {
             Layout.fillWidth: true
             text: "Importar"
             iconName: "download"
-            enabled: !root.app.busy
+            enabled: !root.app.busy && !root.app.isRecording
             onClicked: root.app.importMedia(false)
         }
         OButton {

@@ -16,6 +16,7 @@ MenuBar {
     signal libraryToggled()
     signal inspectorToggled()
     signal settingsWanted()
+    signal recorderWanted()
     signal quitWanted()
 
     background: Rectangle {
@@ -52,22 +53,28 @@ MenuBar {
         title: "Archivo"
 
         Action {
+            text: "Nueva grabación…"
+            shortcut: "Ctrl+R"
+            enabled: !root.app.busy && !root.app.isRecording
+            onTriggered: root.recorderWanted()
+        }
+        Action {
             text: "Importar vídeo…"
             shortcut: "Ctrl+I"
-            enabled: !root.app.busy
+            enabled: !root.app.busy && !root.app.isRecording
             onTriggered: root.app.importMedia(false)
         }
         Action {
             text: "Añadir vídeo a este proyecto…"
             shortcut: "Ctrl+Shift+I"
-            enabled: root.app.hasProject && !root.app.busy
+            enabled: root.app.hasProject && !root.app.busy && !root.app.isRecording
             onTriggered: root.app.importMedia(true)
         }
         OMenuSeparator {}
         Action {
             text: "Exportar…"
             shortcut: "Ctrl+E"
-            enabled: root.app.hasProject && !root.app.busy
+            enabled: root.app.hasProject && !root.app.busy && !root.app.isRecording
             onTriggered: root.app.exportVideo()
         }
         OMenuSeparator {}

@@ -30,6 +30,10 @@ ApplicationWindow {
         settings.item.raise()
         settings.item.requestActivate()
     }
+    function openRecorder() {
+        recorder.active = true
+        recorder.item.open()
+    }
     function quit() {
         quitting = true
         close()
@@ -106,6 +110,7 @@ ApplicationWindow {
         onLibraryToggled: root.toggleLibrary()
         onInspectorToggled: remembered.inspectorShown = !remembered.inspectorShown
         onSettingsWanted: root.openSettings()
+        onRecorderWanted: root.openRecorder()
         onQuitWanted: root.quit()
     }
 
@@ -144,6 +149,7 @@ ApplicationWindow {
                     app: root.app
                     libraryReachable: !root.wide || !remembered.libraryShown
                     onLibraryToggled: root.toggleLibrary()
+                    onRecorderWanted: root.openRecorder()
                 }
             }
             Loader {
@@ -190,6 +196,16 @@ ApplicationWindow {
         }
     }
     Loader {
+        id: recorder
+
+        active: false
+        sourceComponent: RecordingView {
+            parent: root.Overlay.overlay
+            app: root.app
+            onClosed: recorder.active = false // With its microphone and its camera.
+        }
+    }
+    Loader {
         id: settings
 
         active: false
@@ -220,6 +236,10 @@ ApplicationWindow {
             app: root.app
             onProjectChosen: drawer.close()
             onSettingsWanted: root.openSettings()
+            onRecorderWanted: {
+                drawer.close()
+                root.openRecorder()
+            }
         }
     }
 

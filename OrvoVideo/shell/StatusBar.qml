@@ -4,12 +4,14 @@ import Orvo.Model
 import OrvoVideo
 
 /// What is going on: the progress of the long operation with the way to stop it, the last error, or the status. Without a
-/// long operation, the reading of the sound for the timeline.
+/// long operation, the reading of the sound for the timeline. While recording, how long, and what ends it.
 Rectangle {
     id: root
 
     required property AppModel app
     property TimelineCanvas timeline: null
+    /// The end of a recording, which nobody can cancel, and its countdown have no length to show.
+    readonly property bool working: app.busy && !app.capturing
     readonly property bool preparing: !app.busy && app.hasProject && (timeline?.preparing ?? false)
     readonly property real progress: preparing ? timeline.preparingProgress : app.progress
 
@@ -56,13 +58,13 @@ Rectangle {
         OProgressBar {
             objectName: "progress"
             Layout.preferredWidth: 200
-            visible: root.app.busy || root.preparing
+            visible: root.working || root.preparing
             name: root.preparing ? "Preparando el sonido…" : root.app.status
             value: root.progress
         }
         OLabel {
             Layout.preferredWidth: 36
-            visible: root.app.busy || root.preparing
+            visible: root.working || root.preparing
             secondary: true
             horizontalAlignment: Text.AlignRight
             text: Math.round(root.progress * 100) + " %"
@@ -72,9 +74,13 @@ Rectangle {
         OButton {
             objectName: "cancel"
             implicitHeight: 26
-            visible: root.app.busy || root.preparing
+            visible: root.working || root.app.countdown > 0 || root.preparing
             text: "Cancelar"
             onClicked: root.preparing ? root.timeline.cancelPreparing() : root.app.cancel()
+        }
+        RecordingControls {
+            visible: root.app.isRecording
+            app: root.app
         }
     }
 }

@@ -14,6 +14,7 @@ Item {
     property bool libraryReachable: false
 
     signal libraryToggled()
+    signal recorderWanted()
 
     component Feature: Row {
         id: feature
@@ -127,13 +128,25 @@ Item {
                     caption: "Drive y tu propio dominio"
                 }
             }
-            OButton {
-                objectName: "welcomeImport"
-                prominent: true
-                text: "Importar un vídeo"
-                iconName: "download"
-                enabled: !root.app.busy
-                onClicked: root.app.importMedia(false)
+            Row {
+                spacing: Theme.space(3)
+
+                OButton {
+                    objectName: "welcomeRecord"
+                    prominent: true
+                    text: "Empezar a grabar"
+                    iconName: "circle-dot"
+                    enabled: !root.app.busy && !root.app.isRecording
+                    onClicked: root.recorderWanted()
+                }
+                OButton {
+                    objectName: "welcomeImport"
+                    implicitHeight: Theme.prominentHeight
+                    text: "Importar un vídeo"
+                    iconName: "download"
+                    enabled: !root.app.busy && !root.app.isRecording
+                    onClicked: root.app.importMedia(false)
+                }
             }
         }
     }

@@ -1,6 +1,6 @@
 #include "Platform/preview/MediaReader.h"
 
-#include "Platform/preview/GstHandles.h"
+#include "Platform/gstreamer/GstHandles.h"
 #include "Platform/preview/ReferencePictures.h"
 #include "VideoCore/Error.h"
 

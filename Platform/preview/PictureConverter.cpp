@@ -1,6 +1,6 @@
 #include "Platform/preview/PictureConverter.h"
 
-#include "Platform/preview/GstHandles.h"
+#include "Platform/gstreamer/GstHandles.h"
 
 #include <QRect>
 #include <QtGlobal>

@@ -1,6 +1,6 @@
 #include "Platform/preview/PlaybackClock.h"
 
-#include "Platform/preview/GstHandles.h"
+#include "Platform/gstreamer/GstHandles.h"
 #include "VideoCore/Error.h"
 
 #include <array>

@@ -1,6 +1,6 @@
 #include "Platform/preview/SoundTrack.h"
 
-#include "Platform/preview/GstHandles.h"
+#include "Platform/gstreamer/GstHandles.h"
 
 #include <algorithm>
 #include <cmath>

@@ -20,6 +20,7 @@ class Cost:
     peak: float  # Largest sum over the whole process tree at one time.
     own_peak: float  # Largest size of the program itself, without its children.
     ffmpeg_runs: list = field(default_factory=list)  # As bench_ffmpeg noted them, where it stood in ffmpeg's place.
+    resident: list = field(default_factory=list)  # The sums over the process tree, one look after the other.
 
     def ffmpeg_wall(self):
         """Time spent in the runs that work on media; asking for the version is not one of them."""
@@ -43,7 +44,7 @@ def run(command, log=None, **environment):
     if process.returncode != 0:
         raise SystemExit(f"{command[0]} ended with status {process.returncode}:\n{output[-3000:].decode(errors='replace')}")
     runs = [json.loads(line) for line in log.read_text().splitlines()] if log and log.exists() else []
-    return Cost(wall, usage.ru_utime + usage.ru_stime, sampler.peak, sampler.own_peak, runs)
+    return Cost(wall, usage.ru_utime + usage.ru_stime, sampler.peak, sampler.own_peak, runs, sampler.resident)
 
 
 class _Sampler:
@@ -51,6 +52,7 @@ class _Sampler:
 
     def __init__(self, root):
         self.peak = self.own_peak = 0.0
+        self.resident = []
         self._root = root
         self._done = threading.Event()
         self._thread = threading.Thread(target=self._watch, daemon=True)
@@ -62,7 +64,8 @@ class _Sampler:
 
     def _watch(self):
         while not self._done.is_set():
-            self.peak = max(self.peak, sum(_resident(pid) for pid in _tree(self._root)))
+            self.resident.append(sum(_resident(pid) for pid in _tree(self._root)))
+            self.peak = max(self.peak, self.resident[-1])
             self.own_peak = max(self.own_peak, _high_water_mark(self._root))
             self._done.wait(SAMPLE_INTERVAL)
 

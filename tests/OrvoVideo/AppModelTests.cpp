@@ -18,7 +18,7 @@ TEST_F(AppModelTests, StartsEmpty)
     EXPECT_THAT(model->projects(), IsEmpty());
     EXPECT_EQ(model->status(), "Listo para grabar");
     EXPECT_EQ(model->errorMessage(), "");
-    EXPECT_EQ(model->options(), CaptureOptions{});
+    EXPECT_EQ(model->options(), RecordingOptions{});
     EXPECT_EQ(model->exportQuality(), "balanced");
     EXPECT_EQ(model->language(), "es-ES");
     EXPECT_FALSE(model->busy() || model->isRecording() || model->isPaused() || model->canUndo() || model->canRedo());

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "OrvoVideo/recording/RegionPicker.h"
 #include "Platform/FilePanels.h"
 #include "Platform/PreviewPlayer.h"
+#include "Platform/ShortcutKeys.h"
 #include "Platform/Workspace.h"
 
 #include <algorithm>
@@ -117,6 +119,34 @@ private:
             open = std::move(answer);
         else
             answer(choice);
+    }
+};
+
+/// Keys that the test presses.
+class FakeShortcutKeys final : public ShortcutKeys {
+public:
+    std::vector<Combination> combinations; ///< Those that are heard.
+    Support offered = Support::ours;
+
+    void press(std::uint32_t id) { emit pressed(id); }
+
+    void listen(const std::vector<Combination>& wanted) override { combinations = wanted; }
+    Support support() const override { return offered; }
+};
+
+/// Answers with the region the test has put there.
+class FakeRegionPicker final : public RegionPicker {
+public:
+    bool hasScreen = true;
+    std::optional<Rect> region; ///< Nothing cancels.
+    std::vector<CaptureSource> asked;
+
+    bool pick(const CaptureSource& source, Done done) override
+    {
+        asked.push_back(source);
+        if (hasScreen)
+            done(region);
+        return hasScreen;
     }
 };
 

@@ -52,16 +52,28 @@ void ModelFixture::start()
     auto ownCamera = std::make_unique<FakePlayer>();
     auto ownPanels = std::make_unique<FakePanels>();
     auto ownWorkspace = std::make_unique<FakeWorkspace>();
+    auto ownKeys = std::make_unique<FakeShortcutKeys>();
+    auto ownPicker = std::make_unique<FakeRegionPicker>();
     player = ownPlayer.get();
     camera = ownCamera.get();
     panels = ownPanels.get();
     workspace = ownWorkspace.get();
+    keys = ownKeys.get();
+    picker = ownPicker.get();
+    auto pointer = PointerMonitor::create();
+    const bool pressesSeen = pointer->seesPresses();
     model = std::make_unique<TestModel>(AppServices{.store = std::make_unique<const ProjectStore>(store.root()),
         .probe = std::make_shared<FfprobeMediaProbe>(),
         .player = std::move(ownPlayer),
         .cameraPlayer = std::move(ownCamera),
         .panels = std::move(ownPanels),
         .workspace = std::move(ownWorkspace),
+        .recording = {.windowSystem = windowSystem,
+            .engine = std::make_unique<CaptureEngine>(std::move(pointer)),
+            .pressesSeen = pressesSeen,
+            .screenCast = screenCast ? screenCast() : nullptr,
+            .regionPicker = std::move(ownPicker),
+            .shortcutKeys = std::move(ownKeys)},
         .transcribe = [this](const auto&... arguments) { return recognition(arguments...); }});
     ASSERT_TRUE(waitUntil([&] { return model->libraryListed(); }));
 }

@@ -68,6 +68,13 @@ protected:
     FakePlayer* camera = nullptr;
     FakePanels* panels = nullptr;
     FakeWorkspace* workspace = nullptr;
+    FakeShortcutKeys* keys = nullptr;
+    FakeRegionPicker* picker = nullptr;
+
+    /// Where recordings are made; `none` has no sources.
+    WindowSystem windowSystem = WindowSystem::none;
+    /// Makes the sharing of screens for a model on Wayland.
+    std::function<std::unique_ptr<ScreenCast>()> screenCast;
 };
 
 } // namespace orvo::test

@@ -1,10 +1,15 @@
 #include "OtherProcesses.h"
+#include "TestSupport/TemporaryFolder.h"
 
 #include <QCoreApplication>
 #include <gtest/gtest.h>
 
 int main(int argc, char** argv)
 {
+    const orvo::test::TemporaryFolder home; // What is kept between runs of the application is not kept here.
+    qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((home / "config").string()));
+    QCoreApplication::setOrganizationName(QStringLiteral("OrvoVideoTests"));
+    QCoreApplication::setApplicationName(QStringLiteral("OrvoVideoTests"));
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     // Some tests start this program again, to have another process of the application.

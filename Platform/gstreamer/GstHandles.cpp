@@ -1,4 +1,4 @@
-#include "Platform/preview/GstHandles.h"
+#include "Platform/gstreamer/GstHandles.h"
 
 #include "VideoCore/Error.h"
 
@@ -10,14 +10,14 @@ void startGStreamer()
 {
     static const bool started = gst_init_check(nullptr, nullptr, nullptr) != FALSE;
     if (!started)
-        throw captureError("No se puede usar GStreamer para reproducir vídeo.");
+        throw captureError("No se puede usar GStreamer, que hace falta para grabar y reproducir.");
 }
 
 GstElementHandle makeElement(const char* factory)
 {
     GstElement* element = gst_element_factory_make(factory, nullptr);
     if (!element)
-        throw captureError(std::format("Falta el componente de reproducción «{}» de GStreamer.", factory));
+        throw captureError(std::format("Falta el componente «{}» de GStreamer.", factory));
     return GstElementHandle(GST_ELEMENT(gst_object_ref_sink(element)));
 }
 

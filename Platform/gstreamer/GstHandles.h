@@ -1,6 +1,6 @@
 #pragma once
 
-// Included by the .cpp files of this folder only: nothing of GStreamer shows in a header that others include.
+// Included by .cpp files only: nothing of GStreamer shows in a header that others include.
 
 #include <gst/gst.h>
 #include <memory>

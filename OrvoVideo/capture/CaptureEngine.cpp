@@ -1,0 +1,307 @@
+#include "OrvoVideo/capture/CaptureEngine.h"
+
+#include <algorithm>
+#include <array>
+#include <condition_variable>
+#include <string_view>
+#include <utility>
+
+namespace orvo {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto pointerInterval = std::chrono::duration_cast<CaptureClock::duration>(1s) / CaptureEngine::pointerRate;
+
+struct TrackName {
+    TrackKind kind;
+    std::string_view file;
+};
+
+constexpr std::array<TrackName, 4> trackNames{{
+    {TrackKind::screen, "screen.mov"},
+    {TrackKind::system, "system.m4a"},
+    {TrackKind::microphone, "microphone.m4a"},
+    {TrackKind::camera, "camera.mov"},
+}};
+
+bool isRecorded(TrackKind kind, const CaptureOptions& options)
+{
+    switch (kind) {
+    case TrackKind::screen:
+        return true;
+    case TrackKind::system:
+        return options.systemAudio;
+    case TrackKind::microphone:
+        return options.microphone;
+    case TrackKind::camera:
+        return options.camera;
+    case TrackKind::clip:
+        break;
+    }
+    return false;
+}
+
+std::string_view fileName(TrackKind kind)
+{
+    return std::ranges::find(trackNames, kind, &TrackName::kind)->file;
+}
+
+} // namespace
+
+CaptureEngine::CaptureEngine(std::unique_ptr<PointerMonitor> pointer)
+    : m_pointer(std::move(pointer))
+{
+}
+
+CaptureEngine::~CaptureEngine()
+{
+    try {
+        stop();
+    } catch (const std::exception&) {
+        // What could be written is in the files.
+    }
+}
+
+std::vector<MediaTrack> CaptureEngine::start(
+    const CaptureSource& source, const std::filesystem::path& directory, const CaptureOptions& options)
+{
+    stop();
+    const Rect area = options.region.value_or(source.rect);
+    const PictureSize size = captureSize(area, source.scale, options.height);
+    m_screenRect = area;
+    m_directory = directory;
+    {
+        const std::lock_guard lock(m_originMutex);
+        m_origin.reset();
+        m_end.reset();
+    }
+    try {
+        makeWriter(TrackKind::screen, {.size = size, .fps = static_cast<int>(options.fps)});
+        if (isRecorded(TrackKind::system, options))
+            makeWriter(TrackKind::system, {.channels = 2});
+        if (isRecorded(TrackKind::microphone, options))
+            makeWriter(TrackKind::microphone, {.channels = 1});
+        if (isRecorded(TrackKind::camera, options))
+            makeWriter(TrackKind::camera, {.size = CameraStream::size});
+        openStreams(source, size, options);
+    } catch (const std::exception&) {
+        const auto error = std::current_exception();
+        {
+            const std::lock_guard lock(m_stateMutex);
+            m_stopped = true;
+        }
+        endStreams();
+        m_writers.clear();
+        std::rethrow_exception(error);
+    }
+
+    if (m_pointer)
+        m_pointer->onPress([this] { recordPointer(PointerKind::click); });
+    m_watch = std::jthread([this](const std::stop_token& stop) { watch(stop); });
+
+    return tracks(options);
+}
+
+std::vector<MediaTrack> CaptureEngine::tracks(const CaptureOptions& options)
+{
+    std::vector<MediaTrack> tracks;
+    for (const auto& track : trackNames) {
+        if (isRecorded(track.kind, options))
+            tracks.push_back({.kind = track.kind, .file = "media/" + std::string(track.file)});
+    }
+    return tracks;
+}
+
+void CaptureEngine::makeWriter(TrackKind kind, SampleWriter::Settings settings)
+{
+    settings.onFailure = [this](std::exception_ptr error) { fail(std::move(error)); };
+    m_writers[kind] = std::make_unique<SampleWriter>(m_directory / fileName(kind), std::move(settings));
+}
+
+/// Opens what may be refused before anything runs.
+void CaptureEngine::openStreams(const CaptureSource& source, PictureSize size, const CaptureOptions& options)
+{
+    const auto to = [this](TrackKind kind) { return [this, kind](auto sample) { accept(kind, std::move(sample)); }; };
+    const auto ended = [this](std::exception_ptr error) { fail(std::move(error)); };
+
+    std::unique_ptr<AudioStream> microphone;
+    std::unique_ptr<AudioStream> systemAudio;
+    std::unique_ptr<CameraStream> camera;
+    if (options.microphone)
+        microphone =
+            AudioStream::open(AudioStream::Input::microphone, options.microphoneDevice, to(TrackKind::microphone));
+    auto screen = ScreenStream::open(source, {.size = size, .fps = static_cast<int>(options.fps), .region = options.region});
+    if (options.camera)
+        // Of a camera that is unplugged the last picture stays; all else goes on.
+        camera = CameraStream::open(options.cameraDevice, {.picture = to(TrackKind::camera), .ended = {}});
+    if (options.systemAudio)
+        systemAudio = AudioStream::open(AudioStream::Input::systemSound, options.systemAudioDevice, to(TrackKind::system));
+    // What the others delivered until now is left out: the recording begins with the screen.
+    {
+        const std::lock_guard lock(m_stateMutex);
+        m_stopped = m_paused = m_failed = false;
+    }
+    screen->start({.picture = to(TrackKind::screen), .ended = ended});
+
+    const std::lock_guard lock(m_streamMutex);
+    m_screen = std::move(screen);
+    m_microphone = std::move(microphone);
+    m_systemAudio = std::move(systemAudio);
+    m_camera = std::move(camera);
+}
+
+bool CaptureEngine::isIgnoring() const
+{
+    const std::lock_guard lock(m_stateMutex);
+    return m_stopped || m_paused;
+}
+
+std::optional<CaptureTime> CaptureEngine::origin() const
+{
+    const std::lock_guard lock(m_originMutex);
+    return m_origin;
+}
+
+void CaptureEngine::accept(TrackKind kind, CaptureSample sample)
+{
+    if (isIgnoring())
+        return;
+    std::optional<CaptureTime> origin;
+    {
+        const std::lock_guard lock(m_originMutex);
+        // A camera's pictures show what was before they came: they never begin a recording.
+        if (!m_origin && kind != TrackKind::camera)
+            m_origin = std::visit([](const auto& any) { return any.time; }, sample);
+        origin = m_origin;
+    }
+    if (origin)
+        m_writers.at(kind)->append(std::move(sample), *origin);
+}
+
+void CaptureEngine::fail(std::exception_ptr error)
+{
+    {
+        const std::lock_guard lock(m_stateMutex);
+        if (m_stopped || std::exchange(m_failed, true))
+            return;
+    }
+    if (onError)
+        onError(std::move(error));
+}
+
+/// Twelve times a second: where the pointer is, and tracks that nothing may have come for.
+void CaptureEngine::watch(const std::stop_token& stop)
+{
+    std::mutex mutex;
+    std::condition_variable_any wake;
+    std::unique_lock lock(mutex);
+    CaptureTime next = CaptureClock::now();
+    while (!stop.stop_requested()) {
+        recordPointer(PointerKind::move);
+        if (const auto begin = origin()) {
+            for (const auto& [kind, writer] : m_writers)
+                writer->advance(CaptureClock::now(), *begin);
+        }
+        // After a time in which the process could not run, what was missed is not made up for.
+        next = std::max(next + pointerInterval, CaptureClock::now());
+        wake.wait_until(lock, stop, next, [] { return false; });
+    }
+}
+
+void CaptureEngine::recordPointer(PointerKind kind)
+{
+    if (isIgnoring() || !onEvent)
+        return;
+    std::optional<Point> place;
+    Rect area = m_screenRect;
+    {
+        const std::lock_guard lock(m_streamMutex);
+        if (m_screen) {
+            place = m_screen->pointer();
+            area = m_screen->area();
+        }
+    }
+    if (!place && m_pointer)
+        place = m_pointer->position();
+    if (!place || !area.contains(*place))
+        return;
+    onEvent({.time = time(), .x = (place->x - area.x) / area.width, .y = (place->y - area.y) / area.height, .kind = kind});
+}
+
+void CaptureEngine::setPaused(bool paused)
+{
+    const std::lock_guard lock(m_stateMutex);
+    m_paused = paused;
+}
+
+double CaptureEngine::time() const
+{
+    const std::lock_guard lock(m_originMutex);
+    return m_origin ? std::max(secondsBetween(*m_origin, m_end.value_or(CaptureClock::now())), 0.0) : 0;
+}
+
+float CaptureEngine::takeMicrophonePeak()
+{
+    const std::lock_guard lock(m_streamMutex);
+    return m_microphone ? m_microphone->takePeak() : 0;
+}
+
+std::uint64_t CaptureEngine::dropped() const
+{
+    std::uint64_t sum = 0;
+    for (const auto& [kind, writer] : m_writers)
+        sum += writer->dropped();
+    return sum;
+}
+
+/// Ends every stream. Their destructors wait for callbacks, so they run without the lock.
+void CaptureEngine::endStreams()
+{
+    std::unique_ptr<ScreenStream> screen;
+    std::unique_ptr<AudioStream> microphone;
+    std::unique_ptr<AudioStream> systemAudio;
+    std::unique_ptr<CameraStream> camera;
+    // Declared behind them, the lock goes before they do.
+    const std::lock_guard lock(m_streamMutex);
+    screen = std::exchange(m_screen, nullptr);
+    microphone = std::exchange(m_microphone, nullptr);
+    systemAudio = std::exchange(m_systemAudio, nullptr);
+    camera = std::exchange(m_camera, nullptr);
+}
+
+void CaptureEngine::stop()
+{
+    const CaptureTime end = CaptureClock::now();
+    {
+        const std::lock_guard lock(m_stateMutex);
+        if (std::exchange(m_stopped, true))
+            return;
+    }
+    {
+        const std::lock_guard lock(m_originMutex);
+        m_end = end;
+    }
+    if (m_pointer)
+        m_pointer->onPress({});
+    if (m_watch.joinable()) {
+        m_watch.request_stop();
+        m_watch.join();
+    }
+    endStreams();
+
+    std::exception_ptr failure;
+    for (const auto& [kind, writer] : m_writers) {
+        try {
+            writer->finish(end);
+        } catch (const std::exception&) {
+            failure = std::current_exception();
+        }
+    }
+    m_writers.clear();
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+} // namespace orvo

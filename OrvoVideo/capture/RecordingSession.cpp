@@ -1,0 +1,305 @@
+#include "OrvoVideo/capture/RecordingSession.h"
+
+#include "VideoCore/CaptureSession.h"
+#include "VideoCore/DocumentCodec.h"
+#include "VideoCore/Error.h"
+#include "VideoCore/FileIO.h"
+#include "VideoCore/PointerLog.h"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
+#include <format>
+#include <unistd.h>
+#include <utility>
+
+namespace orvo {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto checkpointInterval = 2s;
+
+std::uintmax_t roomIn(const fs::path& folder)
+{
+    std::error_code error;
+    const auto space = fs::space(folder, error);
+    return error ? RecordingSession::leastRoom : space.available;
+}
+
+/// Brings what a file holds to the disk, whoever wrote it.
+void flush(const fs::path& file)
+{
+    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
+        return;
+    ::fdatasync(descriptor);
+    ::close(descriptor);
+}
+
+} // namespace
+
+std::string RecordingSession::defaultTitle()
+{
+    static constexpr std::array months{"ene", "feb", "mar", "abr", "may", "jun", "jul", "ago", "sept", "oct", "nov", "dic"};
+    const std::time_t instant = std::time(nullptr);
+    std::tm local{};
+    ::localtime_r(&instant, &local);
+    return std::format("Grabación · {} {} {}, {}:{:02}", local.tm_mday, months.at(static_cast<std::size_t>(local.tm_mon)),
+        1900 + local.tm_year, local.tm_hour, local.tm_min);
+}
+
+RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& engine, const Plan& plan, Listener listener)
+    : m_store(store)
+    , m_engine(engine)
+    , m_listener(std::move(listener))
+{
+    create(plan);
+    try {
+        m_engine.onEvent = [this](const PointerEvent& event) {
+            const std::lock_guard lock(m_mutex);
+            m_events.push_back(event);
+        };
+        m_engine.onError = [this](const std::exception_ptr& error) {
+            try {
+                std::rethrow_exception(error);
+            } catch (const std::exception& reason) {
+                tellError(describe(reason));
+            }
+        };
+        const fs::path folder = m_store.directory(m_id);
+        auto tracks = m_engine.start(plan.source, folder / ProjectStore::mediaName, plan.options);
+        const std::lock_guard lock(m_mutex);
+        m_project.tracks = SharedList(std::move(tracks));
+        m_log = ::open((folder / PointerLog::fileName).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    } catch (const std::exception&) {
+        const auto error = std::current_exception();
+        giveUp();
+        std::rethrow_exception(error);
+    }
+    checkpoint();
+    m_checkpoints = std::jthread([this](const std::stop_token& stop) { keepCheckpoints(stop); });
+}
+
+RecordingSession::~RecordingSession()
+{
+    if (!m_stopped)
+        stop();
+}
+
+/// The project is in the library, and marked, before anything is recorded.
+void RecordingSession::create(const Plan& plan)
+{
+    if (roomIn(m_store.root()) < leastRoom)
+        throw captureError("No hay espacio suficiente en el disco para grabar.");
+    m_project = VideoProject::make(plan.title);
+    m_id = m_project.id;
+    m_project.state = ProjectState::recording;
+    const auto size =
+        captureSize(plan.options.region.value_or(plan.source.rect), plan.source.scale, plan.options.height);
+    m_project.width = size.width;
+    m_project.height = size.height;
+    m_project.fps = plan.options.fps;
+    m_project.tracks = SharedList(CaptureEngine::tracks(plan.options));
+    m_store.create(m_project);
+    CaptureSession::mark(m_store.directory(m_id));
+}
+
+/// The start has failed: what there is of the project waits for the user.
+void RecordingSession::giveUp()
+{
+    m_engine.onEvent = {};
+    m_engine.onError = {};
+    m_stopped = true;
+    m_project.state = ProjectState::needsRecovery;
+    std::error_code ignored;
+    try {
+        m_store.save(m_project);
+    } catch (const std::exception&) {
+        // The reason of the failed start is the one to tell.
+    }
+        CaptureSession::unmark(m_store.directory(m_id));
+}
+
+VideoProject RecordingSession::project() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_project;
+}
+
+bool RecordingSession::isPaused() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_pauseStart.has_value();
+}
+
+double RecordingSession::time() const
+{
+    return m_engine.time();
+}
+
+void RecordingSession::markZoom()
+{
+    m_engine.recordPointer(PointerKind::zoom);
+}
+
+void RecordingSession::togglePause()
+{
+    const double now = m_engine.time();
+    bool pauses = false;
+    {
+        const std::lock_guard lock(m_mutex);
+        pauses = !m_pauseStart;
+        if (pauses)
+            m_pauseStart = now;
+        else
+            endPause(now);
+    }
+    m_engine.setPaused(pauses);
+}
+
+void RecordingSession::endPause(double now)
+{
+    if (const auto start = std::exchange(m_pauseStart, std::nullopt))
+        m_project.edit.cuts.edit().push_back({.start = *start, .end = now});
+}
+
+void RecordingSession::keepCheckpoints(const std::stop_token& stop)
+{
+    std::mutex mutex;
+    std::unique_lock lock(mutex);
+    while (!m_wake.wait_for(lock, stop, checkpointInterval, [] { return false; }) && !stop.stop_requested()) {
+        checkpoint();
+        watchDisk();
+    }
+}
+
+/// Brings document, pointer log and tracks on the disk up to now. What fails is made up for the next time.
+void RecordingSession::checkpoint()
+{
+    const double duration = m_engine.time();
+    VideoProject project;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_project.duration = duration;
+        m_project.updatedAt = now();
+        for (auto& track : m_project.tracks.edit())
+            track.duration = duration;
+        project = m_project;
+    }
+    writeLog();
+    try {
+        m_store.save(project);
+        for (const auto& track : project.tracks)
+            flush(m_store.mediaURL(project, track.file));
+    } catch (const std::exception&) {
+        // The recording goes on; the document of two seconds ago and the files are enough to recover it.
+    }
+    if (m_listener.onCheckpoint)
+        m_listener.onCheckpoint(project);
+}
+
+/// Appends the events that are not in the log. A piece that cannot be written whole is not written at all.
+void RecordingSession::writeLog()
+{
+    std::string lines;
+    std::size_t count = 0;
+    {
+        const std::lock_guard lock(m_mutex);
+        count = m_events.size();
+        for (std::size_t i = m_savedEvents; i < count; ++i)
+            lines += encodePointerEvent(m_events[i]) + "\n";
+    }
+    if (m_log < 0 || lines.empty())
+        return;
+    std::string_view left = lines;
+    off_t place = m_logLength;
+    while (!left.empty()) {
+        const ssize_t written = ::pwrite(m_log, left.data(), left.size(), place);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0) {
+            [[maybe_unused]] const int ignored = ::ftruncate(m_log, m_logLength);
+            return;
+        }
+        left.remove_prefix(static_cast<std::size_t>(written));
+        place += written;
+    }
+    m_logLength = place;
+    const std::lock_guard lock(m_mutex);
+    m_savedEvents = count;
+}
+
+void RecordingSession::watchDisk()
+{
+    if (roomIn(m_store.directory(m_id)) < leastRoom)
+        tellError("Queda muy poco espacio en el disco: la grabación se ha detenido.");
+}
+
+void RecordingSession::tellError(const std::string& text)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        if (std::exchange(m_errorTold, true))
+            return;
+    }
+    if (m_listener.onError)
+        m_listener.onError(text);
+}
+
+RecordingSession::Result RecordingSession::stop()
+{
+    m_stopped = true;
+    m_checkpoints.request_stop();
+    m_checkpoints.join();
+    Result result;
+    try {
+        m_engine.stop();
+    } catch (const std::exception& error) {
+        result.error = describe(error);
+    }
+    m_engine.onEvent = {};
+    m_engine.onError = {};
+    {
+        const std::lock_guard lock(m_mutex);
+        endPause(m_engine.time());
+    }
+    checkpoint();
+    if (m_log >= 0)
+        ::close(std::exchange(m_log, -1));
+
+    VideoProject project = this->project();
+    project.edit.events = SharedList(m_events);
+    project.state = result.error ? ProjectState::recoverable : ProjectState::ready;
+    const auto save = [&] {
+        try {
+            m_store.save(project);
+            return true;
+        } catch (const std::exception& error) {
+            if (!result.error)
+                result.error = describe(error);
+            return false;
+        }
+    };
+    if (!save() && project.state == ProjectState::ready) {
+        project.state = ProjectState::recoverable;
+        save();
+    }
+    // While it stays, the project is known to have to be recovered.
+    if (project.state == ProjectState::ready) {
+        std::error_code ignored;
+        CaptureSession::unmark(m_store.directory(m_id));
+    }
+    const std::lock_guard lock(m_mutex);
+    m_project = project;
+    result.project = std::move(project);
+    return result;
+}
+
+} // namespace orvo

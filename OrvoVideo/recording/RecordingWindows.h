@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QRasterWindow>
+#include <QRect>
+#include <QSize>
+
+namespace orvo {
+
+/// A small window over everything that takes neither keyboard nor pointer.
+class FloatingWindow : public QRasterWindow {
+    Q_OBJECT
+public:
+    explicit FloatingWindow(const QRect& place);
+};
+
+/// The seconds until a recording begins, large, on what will be recorded.
+class CountdownWindow final : public FloatingWindow {
+    Q_OBJECT
+public:
+    CountdownWindow(QScreen& screen, QPoint centre);
+
+    void setCount(int count);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    int m_count = 0;
+};
+
+/// That something is being recorded, and for how long.
+class RecordingMark final : public FloatingWindow {
+    Q_OBJECT
+public:
+    static constexpr QSize usualSize{108, 36};
+
+    explicit RecordingMark(const QRect& place);
+
+    void setTime(double seconds);
+    void setPaused(bool paused);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    int m_seconds = 0;
+    bool m_paused = false;
+};
+
+} // namespace orvo

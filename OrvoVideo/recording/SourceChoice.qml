@@ -1,0 +1,103 @@
+import QtQuick
+import QtQuick.Layouts
+import Orvo.Model
+import OrvoVideo
+
+/// What is recorded: the display or window, with what it shows now. Where the desktop chooses, its picker is opened.
+ColumnLayout {
+    id: root
+
+    required property CaptureChoice choice
+
+    spacing: Theme.space(2)
+
+    RowLayout {
+        spacing: Theme.space(2)
+
+        OLabel {
+            Layout.preferredWidth: 84
+            text: "Capturar"
+        }
+        OComboBox {
+            objectName: "source"
+            Layout.fillWidth: true
+            visible: !root.choice.desktopChooses
+            enabled: count > 0
+            name: "Capturar"
+            textRole: "label"
+            valueRole: "sourceId"
+            model: root.choice.sources
+            displayText: count > 0 ? currentText : root.choice.mode === "window" ? "No hay ninguna ventana abierta" : "No hay ninguna pantalla"
+            currentIndex: {
+                root.choice.sources.count // The rows move.
+                return root.choice.sources.rowOf(root.choice.sourceID)
+            }
+            onActivated: root.choice.sourceID = currentValue
+        }
+        OIconButton {
+            visible: !root.choice.desktopChooses
+            iconName: "refresh-cw"
+            text: "Actualizar"
+            onClicked: root.choice.loadSources()
+        }
+        OLabel {
+            Layout.fillWidth: true
+            visible: root.choice.desktopChooses
+            secondary: root.choice.sources.count === 0
+            text: root.choice.sources.count > 0 ? root.choice.sources.get(0).label : "Lo eliges al empezar, en tu escritorio."
+            elide: Text.ElideRight
+        }
+        OButton {
+            objectName: "choose"
+            visible: root.choice.desktopChooses
+            text: "Elegir…"
+            iconName: root.choice.mode === "window" ? "app-window" : "monitor"
+            onClicked: root.choice.choose()
+        }
+    }
+    Rectangle {
+        Layout.fillWidth: true
+        Layout.preferredHeight: 168
+        visible: !root.choice.desktopChooses && root.choice.sourceError === ""
+        radius: Theme.radius
+        color: Theme.raised
+        border.color: Theme.line
+
+        SourceMirror {
+            id: mirror
+
+            objectName: "sourcePicture"
+            anchors.fill: parent
+            anchors.margins: 4
+            choice: root.choice
+            sourceId: root.choice.sourceID
+            Accessible.role: Accessible.Graphic
+            Accessible.name: "Lo que se ve ahora"
+        }
+        OIcon {
+            anchors.centerIn: parent
+            visible: !mirror.showing
+            name: root.choice.mode === "window" ? "app-window" : "monitor"
+            size: 28
+            color: Theme.secondaryText
+        }
+    }
+    RowLayout {
+        visible: root.choice.sourceError !== ""
+        spacing: Theme.space(3)
+
+        OLabel {
+            objectName: "sourceError"
+            Layout.fillWidth: true
+            text: root.choice.sourceError
+            color: Theme.stateInk
+            wrapMode: Text.Wrap
+            lineHeight: 1.2
+        }
+        OButton {
+            visible: root.choice.desktopChooses
+            text: "Abrir permisos de pantalla"
+            onClicked: root.choice.choose()
+        }
+    }
+}

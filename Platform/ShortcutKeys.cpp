@@ -1,0 +1,35 @@
+#include "Platform/ShortcutKeys.h"
+
+#include "Platform/WindowSystem.h"
+#include "Platform/input/X11ShortcutKeys.h"
+#include "Platform/portal/PortalShortcutKeys.h"
+
+namespace orvo {
+
+namespace {
+
+/// Where nothing can be heard.
+class NoShortcutKeys final : public ShortcutKeys {
+public:
+    void listen(const std::vector<Combination>&) override { }
+    Support support() const override { return Support::none; }
+};
+
+} // namespace
+
+std::unique_ptr<ShortcutKeys> ShortcutKeys::create()
+{
+    switch (windowSystem()) {
+    case WindowSystem::x11:
+        if (auto keys = X11ShortcutKeys::open())
+            return keys;
+        break;
+    case WindowSystem::wayland:
+        return std::make_unique<PortalShortcutKeys>();
+    case WindowSystem::none:
+        break;
+    }
+    return std::make_unique<NoShortcutKeys>();
+}
+
+} // namespace orvo

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "Platform/capture/CapturedPicture.h"
+#include "Platform/capture/Geometry.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <sys/types.h>
+#include <unistd.h>
+#include <vector>
+
+namespace orvo {
+
+/// A stream of pictures that the desktop's portal has opened for this process. Owns the connection.
+class PipeWireStream {
+public:
+    PipeWireStream(int descriptor, std::uint32_t node) noexcept
+        : m_descriptor(descriptor)
+        , m_node(node)
+    {
+    }
+    ~PipeWireStream();
+    PipeWireStream(const PipeWireStream&) = delete;
+    PipeWireStream& operator=(const PipeWireStream&) = delete;
+
+    int descriptor() const noexcept { return m_descriptor; }
+    std::uint32_t node() const noexcept { return m_node; }
+
+    /// The size of a stream's pictures in pixels, where the portal has not told it. Blocks for up to a few seconds. Throws
+    /// `captureError` when the stream has ended.
+    static PictureSize pictureSize(const std::shared_ptr<const PipeWireStream>& stream);
+
+private:
+    int m_descriptor;
+    std::uint32_t m_node;
+};
+
+/// A display or a window that can be recorded.
+struct CaptureSource {
+    std::string id; ///< "d" or "w" and the identifier of the display or the window in decimal.
+    std::string label; ///< Shown to the user.
+    std::optional<std::uint32_t> displayID; ///< Of a display.
+    std::optional<std::uint32_t> windowID; ///< Of a window.
+    Rect rect; ///< Where it is, in the global display space.
+    double scale = 1; ///< Pixels of its picture for each unit of `rect`.
+    std::shared_ptr<const PipeWireStream> stream; ///< Where its pictures come from, when the portal has opened it.
+};
+
+/// A small picture for people to recognise a source by: red, green, blue.
+struct SourcePicture {
+    PictureSize size;
+    std::vector<std::uint8_t> pixels;
+};
+
+/// What can be recorded on X11. On Wayland the portal's own picker chooses, and its streams are the sources. Usable from any
+/// thread; every call asks the server afresh.
+///
+/// Everything here throws `captureError` when there is no X server, or when it lacks what recording needs.
+namespace CaptureSources {
+
+/// The monitors in the server's order, with labels such as "Pantalla 1 · 1920×1080".
+std::vector<CaptureSource> displays();
+
+/// The visible windows, topmost first, with labels such as "Firefox — Portada". Left out are those of the process `own`,
+/// those without a title, and those that are not wider than 80 pixels and higher than 60.
+std::vector<CaptureSource> windows(pid_t own = ::getpid());
+
+/// What a source shows now, fitted into `largest`, never enlarged. Nothing when it cannot be seen any more.
+std::optional<SourcePicture> picture(const CaptureSource& source, PictureSize largest);
+
+} // namespace CaptureSources
+
+} // namespace orvo

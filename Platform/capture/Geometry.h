@@ -1,0 +1,30 @@
+#pragma once
+
+namespace orvo {
+
+/// A place in the global display space: pixels of the whole desktop, from its top left corner, y growing downwards.
+struct Point {
+    double x = 0;
+    double y = 0;
+
+    friend bool operator==(const Point&, const Point&) = default;
+};
+
+/// An area of the global display space. The monitors left of and above the primary one may have negative places where the
+/// window system says so.
+struct Rect {
+    double x = 0;
+    double y = 0;
+    double width = 0;
+    double height = 0;
+
+    /// Points on the left and the top edge are inside, those on the right and the bottom edge are not.
+    bool contains(Point point) const noexcept
+    {
+        return point.x >= x && point.y >= y && point.x < x + width && point.y < y + height;
+    }
+
+    friend bool operator==(const Rect&, const Rect&) = default;
+};
+
+} // namespace orvo

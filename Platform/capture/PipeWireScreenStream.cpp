@@ -1,0 +1,349 @@
+#include "Platform/capture/PipeWireScreenStream.h"
+
+#include "Platform/capture/PictureFitter.h"
+#include "VideoCore/Error.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <condition_variable>
+#include <fcntl.h>
+#include <libyuv.h>
+#include <mutex>
+#include <pipewire/pipewire.h>
+#include <spa/param/video/format-utils.h>
+#include <spa/pod/builder.h>
+#include <utility>
+
+namespace orvo {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto longestAnswer = 5s;
+constexpr std::size_t picturesInUse = 8;
+constexpr std::uint32_t largestCursor = 256; ///< Pixels of a side: the picture of the cursor comes along, though it is not used.
+
+template <auto Release> struct PipeWireRelease {
+    template <typename T> void operator()(T* object) const { Release(object); }
+};
+
+using Loop = std::unique_ptr<pw_thread_loop, PipeWireRelease<pw_thread_loop_destroy>>;
+using Context = std::unique_ptr<pw_context, PipeWireRelease<pw_context_destroy>>;
+using Core = std::unique_ptr<pw_core, PipeWireRelease<pw_core_disconnect>>;
+using Stream = std::unique_ptr<pw_stream, PipeWireRelease<pw_stream_destroy>>;
+
+Error endedError()
+{
+    return captureError("El escritorio ha dejado de compartir lo que se grababa.");
+}
+
+class PipeWireScreenStream final : public ScreenStream {
+public:
+    PipeWireScreenStream(const CaptureSource& source, const Settings& settings)
+        : m_source(source)
+        , m_settings(settings)
+        , m_pool(settings.size, picturesInUse)
+        , m_interval(captureLength(1.0 / settings.fps))
+    {
+        static const bool started = (pw_init(nullptr, nullptr), true);
+        static_cast<void>(started);
+        m_loop.reset(pw_thread_loop_new("screen", nullptr));
+        if (m_loop)
+            m_context.reset(pw_context_new(pw_thread_loop_get_loop(m_loop.get()), nullptr, 0));
+        // The connection closes the descriptor it is given.
+        const int descriptor = ::fcntl(source.stream->descriptor(), F_DUPFD_CLOEXEC, 0);
+        if (m_context && descriptor >= 0)
+            m_core.reset(pw_context_connect_fd(m_context.get(), descriptor, nullptr, 0));
+        if (!m_core)
+            throw endedError();
+    }
+
+    ~PipeWireScreenStream() override
+    {
+        if (m_running)
+            pw_thread_loop_stop(m_loop.get());
+    }
+
+    void start(Receiver receiver) override
+    {
+        m_receiver = std::move(receiver);
+        connect();
+        m_running = pw_thread_loop_start(m_loop.get()) == 0;
+        std::unique_lock lock(m_mutex);
+        if (!m_running || !m_changed.wait_for(lock, longestAnswer, [this] { return m_ended || m_format.size.width > 0; })
+            || m_ended)
+            throw endedError();
+    }
+
+    std::optional<Point> pointer() const override
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_pointer;
+    }
+
+    Rect area() const override { return m_settings.region.value_or(m_source.rect); }
+
+    PictureSize pictureSize() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return {.width = static_cast<int>(m_format.size.width), .height = static_cast<int>(m_format.size.height)};
+    }
+
+private:
+    static PipeWireScreenStream& of(void* self) { return *static_cast<PipeWireScreenStream*>(self); }
+
+    void connect()
+    {
+        m_stream.reset(pw_stream_new(m_core.get(), "Orvo Video",
+            pw_properties_new(PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE, "Screen", nullptr)));
+        if (!m_stream)
+            throw endedError();
+        static constexpr pw_stream_events events{.version = PW_VERSION_STREAM_EVENTS,
+            .state_changed = &PipeWireScreenStream::stateChanged,
+            .param_changed = &PipeWireScreenStream::formatChanged,
+            .process = &PipeWireScreenStream::pictureCame};
+        pw_stream_add_listener(m_stream.get(), &m_listener, &events, this);
+
+        std::array<std::uint8_t, 1024> memory{};
+        spa_pod_builder builder{};
+        spa_pod_builder_init(&builder, memory.data(), memory.size());
+        const spa_rectangle usual{1920, 1080};
+        const spa_rectangle least{1, 1};
+        const spa_rectangle most{16384, 16384};
+        const spa_fraction rate{static_cast<std::uint32_t>(m_settings.fps), 1};
+        const spa_fraction anyRate{0, 1};
+        const spa_fraction mostRate{1000, 1};
+        const spa_pod* offer = static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_Format,
+            SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType, SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype,
+            SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw), SPA_FORMAT_VIDEO_format,
+            SPA_POD_CHOICE_ENUM_Id(5, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRA,
+                SPA_VIDEO_FORMAT_RGBx, SPA_VIDEO_FORMAT_RGBA),
+            SPA_FORMAT_VIDEO_size, SPA_POD_CHOICE_RANGE_Rectangle(&usual, &least, &most), SPA_FORMAT_VIDEO_framerate,
+            SPA_POD_CHOICE_RANGE_Fraction(&rate, &anyRate, &mostRate)));
+        const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS
+            | PW_STREAM_FLAG_DONT_RECONNECT);
+        m_timer = pw_loop_add_timer(pw_thread_loop_get_loop(m_loop.get()), &PipeWireScreenStream::timeCame, this);
+        if (pw_stream_connect(m_stream.get(), PW_DIRECTION_INPUT, m_source.stream->node(), flags, &offer, 1) < 0)
+            throw endedError();
+    }
+
+    static void stateChanged(void* self, pw_stream_state before, pw_stream_state state, const char*)
+    {
+        if (state == PW_STREAM_STATE_ERROR
+            || (state == PW_STREAM_STATE_UNCONNECTED && before != PW_STREAM_STATE_UNCONNECTED))
+            of(self).end();
+    }
+
+    void end()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            if (std::exchange(m_ended, true))
+                return;
+        }
+        m_changed.notify_all();
+        if (m_receiver.ended)
+            m_receiver.ended(std::make_exception_ptr(endedError()));
+    }
+
+    static void formatChanged(void* self, std::uint32_t id, const spa_pod* param)
+    {
+        auto& stream = of(self);
+        spa_video_info_raw format{};
+        if (!param || id != SPA_PARAM_Format || spa_format_video_raw_parse(param, &format) < 0)
+            return;
+        {
+            const std::lock_guard lock(stream.m_mutex);
+            stream.m_format = format;
+        }
+        stream.askForBuffers();
+        stream.m_changed.notify_all();
+    }
+
+    /// Plain memory, with the place of the pointer beside the picture.
+    void askForBuffers()
+    {
+        std::array<std::uint8_t, 1024> memory{};
+        spa_pod_builder builder{};
+        spa_pod_builder_init(&builder, memory.data(), memory.size());
+        constexpr int kinds = (1 << SPA_DATA_MemPtr) | (1 << SPA_DATA_MemFd);
+        const auto cursorBytes = [](std::uint32_t side) {
+            return static_cast<int>(sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + std::size_t{4} * side * side);
+        };
+        std::array<const spa_pod*, 4> wanted{
+            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers,
+                SPA_PARAM_BUFFERS_buffers, SPA_POD_CHOICE_RANGE_Int(8, 2, 16), SPA_PARAM_BUFFERS_dataType,
+                SPA_POD_CHOICE_FLAGS_Int(kinds))),
+            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
+                SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Header), SPA_PARAM_META_size,
+                SPA_POD_Int(static_cast<int>(sizeof(spa_meta_header))))),
+            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
+                SPA_PARAM_META_type, SPA_POD_Id(SPA_META_VideoCrop), SPA_PARAM_META_size,
+                SPA_POD_Int(static_cast<int>(sizeof(spa_meta_region))))),
+            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
+                SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor), SPA_PARAM_META_size,
+                SPA_POD_CHOICE_RANGE_Int(cursorBytes(64), cursorBytes(1), cursorBytes(largestCursor)))),
+        };
+        pw_stream_update_params(m_stream.get(), wanted.data(), static_cast<std::uint32_t>(wanted.size()));
+    }
+
+    static void pictureCame(void* self)
+    {
+        auto& stream = of(self);
+        while (pw_buffer* next = pw_stream_dequeue_buffer(stream.m_stream.get())) {
+            stream.readPointer(*next->buffer);
+            stream.giveBack();
+            stream.m_newest = next;
+        }
+        stream.deliverNewest();
+    }
+
+    static void timeCame(void* self, std::uint64_t /*expirations*/) { of(self).deliverNewest(); }
+
+    void giveBack()
+    {
+        if (m_newest)
+            pw_stream_queue_buffer(m_stream.get(), std::exchange(m_newest, nullptr));
+    }
+
+    /// One that comes too early waits: nothing may follow it.
+    void deliverNewest()
+    {
+        if (!m_newest)
+            return;
+        const CaptureTime now = CaptureClock::now();
+        if (now < m_notBefore)
+            return wakeAt(m_notBefore - now);
+        const auto picture = m_pool.take();
+        if (!picture)
+            return wakeAt(m_interval); // Everybody behind is too slow.
+        // Half an interval of patience evens out pictures that come a little early and late.
+        m_notBefore = std::max(m_notBefore, now - m_interval / 2) + m_interval;
+        if (draw(*m_newest->buffer, *picture))
+            m_receiver.picture({.memory = picture, .time = now});
+        giveBack();
+    }
+
+    void wakeAt(CaptureClock::duration after)
+    {
+        timespec when{};
+        when.tv_nsec = static_cast<long>(std::max<std::int64_t>(std::chrono::nanoseconds(after).count(), 1));
+        pw_loop_update_timer(pw_thread_loop_get_loop(m_loop.get()), m_timer, &when, nullptr, false);
+    }
+
+    void readPointer(const spa_buffer& buffer)
+    {
+        const auto* cursor = static_cast<const spa_meta_cursor*>(
+            spa_buffer_find_meta_data(&buffer, SPA_META_Cursor, sizeof(spa_meta_cursor)));
+        // Without a number it says nothing new.
+        if (!cursor || !spa_meta_cursor_is_valid(cursor))
+            return;
+        const std::lock_guard lock(m_mutex);
+        m_pointer = Point{.x = m_source.rect.x + cursor->position.x / m_source.scale,
+            .y = m_source.rect.y + cursor->position.y / m_source.scale};
+    }
+
+    /// False for a buffer without a picture: some tell only where the pointer is.
+    bool draw(const spa_buffer& buffer, PictureMemory& picture)
+    {
+        if (buffer.n_datas == 0)
+            return false;
+        const spa_data& data = buffer.datas[0];
+        const auto* header =
+            static_cast<const spa_meta_header*>(spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
+        const bool isBroken = (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0)
+            || (static_cast<std::uint32_t>(data.chunk->flags) & SPA_CHUNK_FLAG_CORRUPTED) != 0;
+        if (!data.data || data.chunk->size == 0 || isBroken)
+            return false;
+        PictureFitter::Source source{.data = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset,
+            .stride = data.chunk->stride,
+            .size = pictureSize()};
+        if (source.stride == 0)
+            source.stride = 4 * source.size.width;
+        // A picture that is smaller than it says would be read beyond its end.
+        const auto needed = static_cast<std::size_t>(source.stride) * static_cast<std::size_t>(source.size.height - 1)
+            + std::size_t{4} * static_cast<std::size_t>(source.size.width);
+        if (source.stride < 4 * source.size.width || data.chunk->offset + needed > data.maxsize)
+            return false;
+        crop(buffer, source);
+        m_fitter.draw(inBlueGreenRed(source), picture);
+        return true;
+    }
+
+    /// Leaves of a larger picture what is shared, and of that the region.
+    void crop(const spa_buffer& buffer, PictureFitter::Source& source) const
+    {
+        const auto cut = [&source](int x, int y, int width, int height) {
+            x = std::clamp(x, 0, source.size.width - 1);
+            y = std::clamp(y, 0, source.size.height - 1);
+            source.data += std::ptrdiff_t{y} * source.stride + std::ptrdiff_t{4} * x;
+            source.size = {.width = std::clamp(width, 1, source.size.width - x),
+                .height = std::clamp(height, 1, source.size.height - y)};
+        };
+        const auto* region =
+            static_cast<const spa_meta_region*>(spa_buffer_find_meta_data(&buffer, SPA_META_VideoCrop, sizeof(spa_meta_region)));
+        if (region && spa_meta_region_is_valid(region))
+            cut(region->region.position.x, region->region.position.y, static_cast<int>(region->region.size.width),
+                static_cast<int>(region->region.size.height));
+        if (const auto& wanted = m_settings.region) {
+            const double scale = m_source.scale;
+            cut(static_cast<int>((wanted->x - m_source.rect.x) * scale), static_cast<int>((wanted->y - m_source.rect.y) * scale),
+                static_cast<int>(wanted->width * scale), static_cast<int>(wanted->height * scale));
+        }
+    }
+
+    PictureFitter::Source inBlueGreenRed(const PictureFitter::Source& source)
+    {
+        if (m_format.format == SPA_VIDEO_FORMAT_BGRx || m_format.format == SPA_VIDEO_FORMAT_BGRA)
+            return source;
+        const int stride = 4 * source.size.width;
+        m_turned.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(source.size.height));
+        libyuv::ABGRToARGB(source.data, source.stride, m_turned.data(), stride, source.size.width, source.size.height);
+        return {.data = m_turned.data(), .stride = stride, .size = source.size};
+    }
+
+    const CaptureSource m_source;
+    const Settings m_settings;
+    Receiver m_receiver;
+    bool m_running = false;
+
+    // Of the thread of the loop.
+    PicturePool m_pool;
+    PictureFitter m_fitter;
+    std::vector<std::uint8_t> m_turned;
+    CaptureClock::duration m_interval;
+    CaptureTime m_notBefore;
+    pw_buffer* m_newest = nullptr; ///< The picture that waits for its time.
+    spa_source* m_timer = nullptr;
+
+    mutable std::mutex m_mutex; ///< Guards the following.
+    std::condition_variable m_changed;
+    spa_video_info_raw m_format{};
+    std::optional<Point> m_pointer;
+    bool m_ended = false;
+
+    // In the order in which they are made; the last goes first.
+    Loop m_loop;
+    Context m_context;
+    Core m_core;
+    spa_hook m_listener{};
+    Stream m_stream;
+};
+
+} // namespace
+
+std::unique_ptr<ScreenStream> openPipeWireScreenStream(const CaptureSource& source, const ScreenStream::Settings& settings)
+{
+    return std::make_unique<PipeWireScreenStream>(source, settings);
+}
+
+PictureSize PipeWireStream::pictureSize(const std::shared_ptr<const PipeWireStream>& stream)
+{
+    PipeWireScreenStream measured({.stream = stream}, {.size = {.width = 2, .height = 2}});
+    measured.start({.picture = [](const CapturedPicture&) {}, .ended = {}});
+    return measured.pictureSize();
+}
+
+} // namespace orvo

@@ -1,0 +1,112 @@
+#include "Platform/portal/PortalShortcutKeys.h"
+
+#include "Platform/input/VirtualKeys.h"
+
+#include <QDBusArgument>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <utility>
+
+namespace orvo {
+
+namespace {
+
+constexpr auto shortcutsInterface = "org.freedesktop.portal.GlobalShortcuts";
+
+} // namespace
+
+/// A combination as the portal takes it.
+struct PortalShortcut {
+    QString id;
+    QVariantMap properties;
+};
+
+// NOLINTBEGIN(misc-use-internal-linkage): found by their types.
+QDBusArgument& operator<<(QDBusArgument& argument, const PortalShortcut& shortcut)
+{
+    argument.beginStructure();
+    argument << shortcut.id << shortcut.properties;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, PortalShortcut& shortcut)
+{
+    argument.beginStructure();
+    argument >> shortcut.id >> shortcut.properties;
+    argument.endStructure();
+    return argument;
+}
+// NOLINTEND(misc-use-internal-linkage)
+
+namespace {
+
+/// The combination in the words of the desktops: "CTRL+ALT+LOGO+r". Empty when the key has no name.
+QString triggerOf(const ShortcutKeys::Combination& combination)
+{
+    const auto* key = VirtualKeys::withCode(combination.keyCode);
+    if (!key)
+        return {};
+    QString trigger;
+    for (const auto& [mask, name] : {std::pair{ShortcutKeys::control, "CTRL+"}, std::pair{ShortcutKeys::option, "ALT+"},
+             std::pair{ShortcutKeys::shift, "SHIFT+"}, std::pair{ShortcutKeys::command, "LOGO+"}}) {
+        if ((combination.modifiers & mask) != 0)
+            trigger += QLatin1String(name);
+    }
+    return trigger + QLatin1String(key->name);
+}
+
+} // namespace
+
+PortalShortcutKeys::PortalShortcutKeys(QDBusConnection bus)
+    : m_bus(std::move(bus))
+{
+    qDBusRegisterMetaType<PortalShortcut>();
+    qDBusRegisterMetaType<QList<PortalShortcut>>();
+    m_bus.connect(Portal::service, Portal::path, shortcutsInterface, QStringLiteral("Activated"), this,
+        SLOT(noteActivated(QDBusObjectPath, QString)));
+}
+
+void PortalShortcutKeys::listen(const std::vector<Combination>& combinations)
+{
+    m_session.reset();
+    if (combinations.empty() || !m_bus.isConnected())
+        return;
+    m_session = std::make_unique<PortalSession>(m_bus, QString::fromLatin1(shortcutsInterface));
+    connect(m_session.get(), &PortalSession::closed, this, [this] { setSupport(Support::none); });
+    m_session->begin([this, combinations](const Portal::Answer& answer) {
+        if (answer.code == Portal::Code::granted)
+            bind(combinations);
+        else
+            setSupport(Support::none);
+    });
+}
+
+void PortalShortcutKeys::bind(const std::vector<Combination>& combinations)
+{
+    QList<PortalShortcut> shortcuts;
+    for (const auto& combination : combinations) {
+        QVariantMap properties{{QStringLiteral("description"), combination.description}};
+        if (const QString trigger = triggerOf(combination); !trigger.isEmpty())
+            properties.insert(QStringLiteral("preferred_trigger"), trigger);
+        shortcuts << PortalShortcut{QString::number(combination.id), properties};
+    }
+    m_session->ask(QStringLiteral("BindShortcuts"), {QVariant::fromValue(shortcuts), QString()}, {},
+        [this](const Portal::Answer& answer) {
+            setSupport(answer.code == Portal::Code::granted ? Support::desktop : Support::none);
+        });
+}
+
+void PortalShortcutKeys::noteActivated(const QDBusObjectPath& session, const QString& id)
+{
+    if (m_session && session.path() == m_session->handle())
+        emit pressed(id.toUInt());
+}
+
+void PortalShortcutKeys::setSupport(Support support)
+{
+    if (std::exchange(m_support, support) != support)
+        emit supportChanged();
+}
+
+} // namespace orvo

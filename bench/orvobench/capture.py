@@ -1,0 +1,154 @@
+"""Recording a display that moves, beside ffmpeg's grabber with the same encoder settings on the same display.
+
+The display shows the time of every picture as black and white blocks, so that a picture that was lost is known whatever the
+file says of its frames.
+"""
+
+import os
+import shutil
+import signal
+import subprocess
+from dataclasses import dataclass
+
+from orvobench import measure
+from orvobench.table import Row
+
+WIDTH, HEIGHT = 1920, 1080
+BITS, BLOCK, LEFT, TOP = 24, 12, 24, 24  # As tests/support/TimePattern.h has them.
+BIT_RATE = WIDTH * HEIGHT * 5
+WARM_UP = 1.0  # Seconds at both ends of a recording that are not counted.
+
+
+def rows(programs, folder, seconds, runs, long, say):
+    """With `long` there is a recording of ten minutes more, with sound."""
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    table = []
+    for fps in (30, 60):
+        ours, peers = [], []
+        for number in range(runs):
+            say(f"recording 1080p at {fps} frames a second, round {number + 1} of {runs}")
+            with Display(programs, folder, fps) as display:
+                ours.append(display.record(seconds, fps))
+                peers.append(display.grab(seconds, fps))
+        table += _rows(f"recording 1080p{fps}", ours, peers, judged=fps == 30)
+    if long:
+        say("recording ten minutes with sound")
+        table += _long_rows(programs, folder, 600)
+    return table
+
+
+@dataclass
+class Recorded:
+    cost: measure.Cost
+    seconds: float
+    shown: int  # Pictures that the display showed while it was recorded.
+    lost: int  # Those of them that are not in the file.
+
+    def core_share(self):
+        return 100 * self.cost.cpu / self.seconds
+
+    def lost_share(self):
+        return 100 * self.lost / max(self.shown, 1)
+
+
+def _rows(what, ours, peers, judged):
+    peer = "ffmpeg x11grab"
+    return [
+        Row(f"{what}: processor", "% of a core", [one.core_share() for one in ours], [one.core_share() for one in peers], peer,
+            at_most=1.0 if judged else None),
+        Row(f"{what}: pictures lost", "%", [one.lost_share() for one in ours], [one.lost_share() for one in peers], peer),
+        Row(f"{what}: peak memory", "MB", [one.cost.peak for one in ours], [one.cost.peak for one in peers], peer),
+    ]
+
+
+def _long_rows(programs, folder, seconds):
+    with Display(programs, folder, 30, sound=True) as display:
+        one = display.record(seconds, 30, sound=True)
+        growth = display.memory[-1] - display.memory[len(display.memory) // 4]
+    what = f"recording 1080p30 with sound, {seconds // 60} minutes"
+    return [
+        Row(f"{what}: processor", "% of a core", [one.core_share()]),
+        Row(f"{what}: pictures lost", "%", [one.lost_share()]),
+        Row(f"{what}: peak memory", "MB", [one.cost.peak], limit=250),
+        Row(f"{what}: growth of memory after the first quarter", "MB", [growth], limit=10),
+    ]
+
+
+class Display:
+    """An X server with the moving pattern on it."""
+
+    def __init__(self, programs, folder, fps, sound=False):
+        self._programs, self._folder, self._fps, self._sound = programs, folder, fps, sound
+        self._started = []
+        self.memory = []
+
+    def __enter__(self):
+        reading, writing = os.pipe()
+        self._start(["Xvfb", "-displayfd", str(writing), "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "-nolisten", "tcp", "-noreset"],
+                    pass_fds=[writing])
+        os.close(writing)
+        with os.fdopen(reading) as answer:
+            self.name = ":" + answer.readline().strip()
+        self._log = self._folder / "shown.txt"
+        pattern = [self._programs / "bench_pattern", 0, 0, WIDTH, HEIGHT, self._fps, "--motion", "--log", self._log]
+        shown = self._start([*pattern, *(["--sound"] if self._sound else [])], stdout=subprocess.PIPE)
+        shown.stdout.readline()
+        return self
+
+    def __exit__(self, *_):
+        for process in reversed(self._started):
+            process.send_signal(signal.SIGTERM)
+            process.wait()
+
+    def _start(self, command, **options):
+        environment = {**os.environ, **({"DISPLAY": self.name} if hasattr(self, "name") else {})}
+        process = subprocess.Popen([str(word) for word in command], stderr=subprocess.DEVNULL, env=environment, **options)
+        self._started.append(process)
+        return process
+
+    def record(self, seconds, fps, sound=False):
+        library = self._folder / "library"
+        shutil.rmtree(library, ignore_errors=True)
+        command = [self._programs / "orvo", "record", "--seconds", seconds, "--fps", fps, "--library", library]
+        if not sound:
+            command += ["--no-microphone", "--no-system-audio"]
+        cost = measure.run(command, DISPLAY=self.name)
+        self.memory = cost.resident
+        return self._counted(cost, seconds, next(library.glob("*/media/screen.mov")))
+
+    def grab(self, seconds, fps):
+        """The same with ffmpeg: the recorder's preset and rate control, its key frames and its pixel format."""
+        file = self._folder / "grabbed.mov"
+        rate = f"{BIT_RATE // 1000}k"
+        cost = measure.run(
+            ["ffmpeg", "-v", "error", "-nostdin", "-y", "-f", "x11grab", "-draw_mouse", 0, "-framerate", fps,
+             "-video_size", f"{WIDTH}x{HEIGHT}", "-i", self.name, "-t", seconds, "-c:v", "libx264", "-preset", PRESET,
+             "-tune", "zerolatency", "-b:v", rate, "-maxrate", rate, "-bufsize", f"{2 * BIT_RATE // 1000}k", "-g", 60,
+             "-pix_fmt", "yuv420p", file])
+        return self._counted(cost, seconds, file)
+
+    def _counted(self, cost, seconds, file):
+        recorded = _times_in(file)
+        shown = [int(line) for line in self._log.read_text().split()]
+        first, last = min(recorded) + 1000 * WARM_UP, max(recorded) - 1000 * WARM_UP
+        counted = {time for time in shown if first <= time <= last}
+        return Recorded(cost, seconds, len(counted), len(counted - recorded))
+
+
+def _times_in(file):
+    """The milliseconds that the frames of a file show."""
+    row = subprocess.run(
+        ["ffmpeg", "-v", "error", "-nostdin", "-i", str(file), "-vf",
+         f"crop={BITS * BLOCK}:{BLOCK}:{LEFT}:{TOP},format=gray,scale={BITS}:1:flags=area", "-fps_mode", "passthrough",
+         "-f", "rawvideo", "-pix_fmt", "gray", "-"], stdout=subprocess.PIPE, check=True).stdout
+    times = set()
+    for at in range(0, len(row), BITS):
+        value = 0
+        for brightness in row[at:at + BITS]:
+            value = value << 1 | (brightness >= 128)
+        times.add(value)
+    return times
+
+
+PRESET = "veryfast"  # As the recorder encodes.

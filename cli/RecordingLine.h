@@ -1,0 +1,30 @@
+#pragma once
+
+#include "OrvoVideo/capture/CaptureEngine.h"
+#include "OrvoVideo/capture/RecordingSession.h"
+
+#include <string>
+#include <thread>
+
+namespace orvo::cli {
+
+/// A line on standard error that shows what is being recorded, for how long, and how loud the microphone is. Gone when the
+/// object goes; nothing is shown when standard error is not a terminal.
+class RecordingLine {
+public:
+    RecordingLine(std::string label, const RecordingSession& recording, CaptureEngine& engine);
+    ~RecordingLine();
+    RecordingLine(const RecordingLine&) = delete;
+    RecordingLine& operator=(const RecordingLine&) = delete;
+
+private:
+    void draw();
+
+    std::string m_label;
+    const RecordingSession& m_recording;
+    CaptureEngine& m_engine;
+    float m_level = 0;
+    std::jthread m_drawing;
+};
+
+} // namespace orvo::cli

@@ -1,0 +1,332 @@
+#include "ModelFixture.h"
+#include "TestSupport/EventLoop.h"
+#include "TestSupport/FakePortal.h"
+#include "TestSupport/Media.h"
+#include "TestSupport/PrivateBus.h"
+#include "TestSupport/VirtualDisplay.h"
+#include "VideoCore/CaptureSession.h"
+#include "VideoCore/PointerLog.h"
+
+#include <QSettings>
+#include <QSignalSpy>
+#include <algorithm>
+
+namespace orvo::test {
+
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Field;
+using testing::IsEmpty;
+using testing::IsSupersetOf;
+using testing::SizeIs;
+
+namespace fs = std::filesystem;
+
+/// Recordings of a real display, without sound.
+class RecordingTests : public ModelFixture {
+protected:
+    RecordingTests()
+    {
+        QSettings().clear();
+        display.enter();
+        windowSystem = WindowSystem::x11;
+    }
+
+    void begin()
+    {
+        start();
+        auto options = model->options();
+        options.microphone = options.systemAudio = false;
+        model->setOptions(options);
+        QObject::connect(model.get(), &AppModel::statusChanged, [this] { statuses << model->status(); });
+    }
+
+    [[nodiscard]] bool recordsSoon()
+    {
+        return comesToHold([&] { return model->isRecording() && !model->busy() && model->recordingTime() > 0; });
+    }
+    [[nodiscard]] bool idleSoon()
+    {
+        return comesToHold([&] { return !model->isRecording() && !model->busy() && !model->capturing(); });
+    }
+    /// Waits until the recording is this long.
+    [[nodiscard]] bool lasts(double seconds)
+    {
+        return comesToHold([&] { return model->recordingTime() >= seconds; });
+    }
+
+    fs::path projectFolder() const { return store.directory(project().id); }
+
+    VirtualDisplay display{"640x360"};
+    QStringList statuses;
+};
+
+TEST_F(RecordingTests, ARecordingIsCountedDownPausedMarkedAndOpenedWhenItEnds)
+{
+    const auto other = openNew(5, "Otro");
+    begin();
+    select(other);
+    ASSERT_TRUE(display.xdotool({"mousemove", "160", "90"}));
+    QSignalSpy countdown(model.get(), &AppModel::countdownChanged);
+    model->startRecording();
+    EXPECT_TRUE(model->busy());
+    model->startRecording(); // Ignored.
+    ASSERT_TRUE(recordsSoon());
+    EXPECT_EQ(countdown.size(), 4) << "3, 2, 1, none";
+    EXPECT_THAT(statuses,
+        ElementsAre("La grabación empieza en 3…", "La grabación empieza en 2…", "La grabación empieza en 1…", "Grabando"));
+    EXPECT_TRUE(model->capturing());
+    EXPECT_FALSE(model->canUndo());
+    const auto id = project().id;
+    EXPECT_NE(id, other.id);
+    EXPECT_EQ(onDisk().state, ProjectState::recording);
+    EXPECT_TRUE(fs::exists(projectFolder() / CaptureSession::fileName));
+    EXPECT_FALSE(model->prepareToQuit()) << "not while recording";
+    model->clearError();
+    setTitle("nein");
+    EXPECT_NE(project().title, "nein") << "no edits while recording";
+
+    ASSERT_TRUE(lasts(1));
+    model->markZoom();
+    const double pausedAt = model->recordingTime();
+    model->togglePause();
+    EXPECT_TRUE(model->isPaused());
+    EXPECT_EQ(model->status(), "Grabación en pausa");
+    model->markZoom(); // Ignored.
+    ASSERT_TRUE(lasts(pausedAt + 1.5));
+    model->togglePause();
+    EXPECT_FALSE(model->isPaused());
+    EXPECT_EQ(model->status(), "Grabando");
+    ASSERT_TRUE(lasts(pausedAt + 2.5));
+
+    model->stopRecording();
+    model->stopRecording(); // Ignored.
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(model->status(), "Grabación guardada");
+    EXPECT_EQ(model->errorMessage(), "");
+    ASSERT_TRUE(model->hasProject());
+    EXPECT_EQ(project().id, id);
+    EXPECT_EQ(project(), onDisk()) << "what is shown is what is kept";
+    EXPECT_EQ(project().state, ProjectState::ready);
+    EXPECT_FALSE(fs::exists(projectFolder() / CaptureSession::fileName));
+    ASSERT_THAT(project().edit.cuts, SizeIs(1));
+    EXPECT_NEAR(project().edit.cuts[0].start, pausedAt, 0.4);
+    EXPECT_NEAR(project().edit.cuts[0].duration(), 1.5, 0.4);
+    const auto zooms = std::ranges::count(project().edit.events, PointerKind::zoom, &PointerEvent::kind);
+    EXPECT_EQ(zooms, 1);
+    EXPECT_NEAR(project().edit.events[0].x, 0.25, 1e-9);
+    EXPECT_NEAR(project().edit.events[0].y, 0.25, 1e-9);
+    EXPECT_THAT(PointerLog::read(projectFolder()).value(), SizeIs(project().edit.events.size()));
+    ASSERT_THAT(project().tracks, SizeIs(1));
+    const auto facts = probe(store.mediaURL(project(), project().tracks[0].file));
+    EXPECT_EQ(facts.width, 640);
+    EXPECT_EQ(facts.height, 360);
+    EXPECT_NEAR(facts.videoDuration, project().duration, 0.3);
+    EXPECT_TRUE(comesToHold([&] { return model->projects().size() == 2; }));
+}
+
+TEST_F(RecordingTests, ARegionIsPickedFirst)
+{
+    begin();
+    model->capture()->setMode("region");
+    model->startRecording();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_THAT(model->projects(), IsEmpty()) << "cancelled";
+    EXPECT_THAT(statuses, IsEmpty());
+    EXPECT_EQ(model->errorMessage(), "");
+
+    picker->region = Rect{100, 50, 201, 120};
+    model->startRecording();
+    ASSERT_TRUE(recordsSoon());
+    EXPECT_THAT(picker->asked, testing::Each(Field(&CaptureSource::rect, Rect{0, 0, 640, 360})));
+    EXPECT_EQ(model->captured()->area, (Rect{100, 50, 201, 120}));
+    model->stopRecording();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(project().width, 200);
+    EXPECT_EQ(project().height, 120);
+
+    picker->hasScreen = false;
+    model->startRecording();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(model->errorMessage(), "No se encuentra la pantalla seleccionada.");
+    EXPECT_EQ(model->status(), "No se ha podido empezar la grabación");
+    EXPECT_TRUE(comesToHold([&] { return model->projects().size() == 1; }));
+}
+
+TEST_F(RecordingTests, TheCountdownCanBeEnded)
+{
+    begin();
+    model->startRecording();
+    ASSERT_TRUE(comesToHold([&] { return model->countdown() == 2; }));
+    model->cancel();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(model->status(), "Listo para grabar");
+    EXPECT_EQ(model->countdown(), 0);
+    EXPECT_EQ(model->errorMessage(), "");
+    EXPECT_THAT(store.list(), IsEmpty());
+
+    model->startRecording();
+    ASSERT_TRUE(comesToHold([&] { return model->countdown() == 3; }));
+    quit(); // In the middle of it.
+    EXPECT_THAT(store.list(), IsEmpty());
+}
+
+TEST_F(RecordingTests, ShortcutsControlTheRecording)
+{
+    begin();
+    const auto press = [&](ShortcutManager::Action action) {
+        keys->press(std::to_underlying(action));
+        QCoreApplication::processEvents();
+    };
+    press(ShortcutManager::Action::Pause);
+    press(ShortcutManager::Action::Zoom);
+    EXPECT_FALSE(model->busy()) << "nothing to do";
+    press(ShortcutManager::Action::Record);
+    EXPECT_TRUE(model->busy());
+    press(ShortcutManager::Action::Record);
+    ASSERT_TRUE(recordsSoon()) << "a second press during the start is ignored";
+    press(ShortcutManager::Action::Pause);
+    EXPECT_TRUE(model->isPaused());
+    press(ShortcutManager::Action::Pause);
+    EXPECT_FALSE(model->isPaused());
+    press(ShortcutManager::Action::Record);
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(model->status(), "Grabación guardada");
+}
+
+TEST_F(RecordingTests, QuittingKeepsWhatWasRecorded)
+{
+    begin();
+    model->startRecording();
+    ASSERT_TRUE(recordsSoon());
+    ASSERT_TRUE(lasts(1));
+    const auto id = project().id;
+    quit();
+    EXPECT_EQ(onDisk(id).state, ProjectState::ready);
+    EXPECT_GT(probe(store.mediaURL(onDisk(id), "media/screen.mov")).videoDuration, 0.5);
+}
+
+TEST_F(RecordingTests, AStartThatFailsSaysWhy)
+{
+    begin();
+    auto options = model->options();
+    options.microphone = true;
+    model->setOptions(options);
+    qputenv("PULSE_SERVER", QByteArray::fromStdString("unix:" + (folder / "no-sound").string()));
+    model->startRecording();
+    ASSERT_TRUE(idleSoon());
+    qunsetenv("PULSE_SERVER");
+    EXPECT_EQ(model->errorMessage(), "No hay un micrófono disponible.");
+    EXPECT_EQ(model->status(), "No se ha podido empezar la grabación");
+    ASSERT_TRUE(comesToHold([&] { return model->projects().size() == 1; }));
+    EXPECT_EQ(model->projects()[0].state, ProjectState::needsRecovery);
+    EXPECT_FALSE(fs::exists(store.directory(model->projects()[0].id) / CaptureSession::fileName));
+}
+
+TEST_F(RecordingTests, SourcesAreThoseOfTheModeAndTheChosenOneStays)
+{
+    begin();
+    auto& choice = *model->capture();
+    const auto list = [&] {
+        choice.loadSources();
+        return comesToHold([&] { return choice.sources()->count() > 0; });
+    };
+    ASSERT_TRUE(list());
+    EXPECT_EQ(choice.sources()->get(0).value("label"), "Pantalla 1 · 640×360");
+    EXPECT_EQ(choice.sourceID(), choice.sources()->get(0).value("sourceId"));
+    EXPECT_EQ(choice.sourceError(), "");
+    EXPECT_EQ(choice.pointerNote(), "") << "everything can be seen on X11";
+    choice.setSourceID("d4711");
+    choice.loadSources();
+    EXPECT_TRUE(comesToHold([&] { return choice.sourceID() == choice.sources()->get(0).value("sourceId"); }));
+
+    choice.setMode("window");
+    choice.loadSources();
+    EXPECT_TRUE(comesToHold([&] { return choice.sources()->count() == 0; }));
+    EXPECT_EQ(choice.sourceID(), "");
+    model->startRecording();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(model->errorMessage(), "Selecciona una pantalla o ventana disponible.");
+    EXPECT_THAT(store.list(), IsEmpty());
+
+    choice.setMode("screen");
+    qputenv("DISPLAY", ":4711");
+    choice.loadSources();
+    EXPECT_TRUE(comesToHold([&] { return !choice.sourceError().isEmpty(); }));
+    EXPECT_EQ(choice.sourceError(),
+        "Activa el permiso de grabación de pantalla de Orvo Video en Ajustes del Sistema y pulsa Actualizar.");
+    EXPECT_EQ(choice.sources()->count(), 0);
+}
+
+/// Where the desktop chooses.
+class SharedScreenTests : public RecordingTests {
+protected:
+    SharedScreenTests()
+    {
+        windowSystem = WindowSystem::wayland;
+        screenCast = [this] { return std::make_unique<ScreenCast>(connection); };
+    }
+
+    PrivateBus bus;
+    QDBusConnection connection = QDBusConnection::connectToBus(bus.address(), "application " + bus.address());
+};
+
+TEST_F(SharedScreenTests, TheDesktopIsAskedAndItsAnswersAreTold)
+{
+    begin();
+    auto& choice = *model->capture();
+    EXPECT_TRUE(choice.desktopChooses());
+    model->startRecording();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(choice.sourceError(), ScreenCast::unavailableText());
+    EXPECT_EQ(model->errorMessage(), "Selecciona una pantalla o ventana disponible.");
+
+    FakePortal portal(bus.address());
+    portal.cursorModes = 3;
+    portal.decision = FakePortal::Decision::refuse;
+    choice.choose();
+    EXPECT_TRUE(comesToHold([&] { return choice.sourceError().startsWith("Activa el permiso"); }));
+
+    portal.decision = FakePortal::Decision::grant;
+    choice.choose();
+    ASSERT_TRUE(comesToHold([&] { return choice.sources()->count() == 1; }));
+    EXPECT_EQ(choice.sourceError(), "");
+    EXPECT_EQ(choice.sourceID(), "d42");
+    EXPECT_EQ(choice.sources()->get(0).value("label"), "Pantalla elegida · 1280×720");
+    EXPECT_TRUE(choice.pointerNote().contains("no dice dónde está el puntero"));
+    EXPECT_FALSE(portal.selection.contains("restore_token")) << "the user wants to choose";
+
+    choice.setMode("window");
+    EXPECT_EQ(choice.sources()->count(), 0) << "a display is no window";
+    EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); })) << "and it is no longer shared";
+    choice.setMode("screen");
+    portal.decision = FakePortal::Decision::refuse;
+    model->startRecording();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(portal.selection.value("restore_token"), "token-1") << "the same again, without asking";
+
+    portal.decision = FakePortal::Decision::grant;
+    choice.choose();
+    ASSERT_TRUE(comesToHold([&] { return choice.sources()->count() == 1; }));
+    portal.revoke();
+    EXPECT_TRUE(comesToHold([&] { return choice.sources()->count() == 0; }));
+    EXPECT_EQ(choice.sourceError(), ScreenCast::revokedText());
+}
+
+TEST_F(SharedScreenTests, TheModelMayGoWhileTheDesktopIsAsked)
+{
+    begin();
+    FakePortal portal(bus.address());
+    portal.decision = FakePortal::Decision::wait;
+    model->startRecording();
+    ASSERT_TRUE(comesToHold([&] { return !portal.selection.isEmpty(); }));
+    quit();
+    EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); }));
+    EXPECT_THAT(store.list(), IsEmpty());
+}
+
+} // namespace
+
+} // namespace orvo::test

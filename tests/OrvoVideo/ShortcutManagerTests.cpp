@@ -1,0 +1,102 @@
+#include "OrvoVideo/shortcuts/ShortcutManager.h"
+
+#include "ModelFixture.h"
+
+#include <QSignalSpy>
+
+namespace orvo::test {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Action = ShortcutManager::Action;
+
+constexpr std::uint32_t usual = 0x1900;
+
+class ShortcutManagerTests : public testing::Test {
+protected:
+    ShortcutManagerTests() { QSettings().clear(); }
+
+    /// A manager as at the start of the application.
+    ShortcutManager& start()
+    {
+        manager.reset();
+        auto own = std::make_unique<FakeShortcutKeys>();
+        keys = own.get();
+        manager = std::make_unique<ShortcutManager>(std::move(own));
+        return *manager;
+    }
+
+    std::vector<std::pair<std::uint32_t, std::uint32_t>> heard() const
+    {
+        std::vector<std::pair<std::uint32_t, std::uint32_t>> result;
+        for (const auto& combination : keys->combinations)
+            result.emplace_back(combination.keyCode, combination.modifiers);
+        return result;
+    }
+
+    FakeShortcutKeys* keys = nullptr;
+    std::unique_ptr<ShortcutManager> manager;
+};
+
+TEST_F(ShortcutManagerTests, HearsTheUsualCombinationsAndThoseThatWereSet)
+{
+    auto& first = start();
+    EXPECT_THAT(heard(), ElementsAre(std::pair(15, usual), std::pair(35, usual), std::pair(6, usual)));
+    EXPECT_EQ(first.text(Action::Record), "⌃⌥⌘R");
+
+    const QSignalSpy changed(&first, &ShortcutManager::bindingsChanged);
+    first.set(Action::Zoom, 25, 0x300);
+    EXPECT_EQ(QSettings().value("shortcut.3").toString(), R"({"keyCode":25,"modifiers":768})");
+    EXPECT_THAT(heard(), ElementsAre(std::pair(15, usual), std::pair(35, usual), std::pair(25, 0x300)));
+    EXPECT_EQ(first.text(Action::Zoom), "⇧⌘9");
+    EXPECT_EQ(changed.size(), 1);
+
+    EXPECT_EQ(start().binding(Action::Zoom), (ShortcutManager::Binding{25, 0x300})) << "kept between runs";
+    EXPECT_EQ(start().binding(Action::Pause), (ShortcutManager::Binding{35, usual}));
+}
+
+TEST_F(ShortcutManagerTests, WhatCannotBeReadIsTheUsualCombination)
+{
+    for (const char* stored : {"", "\x01\xff garbage", "[15,6400]", "{}", R"({"keyCode":3})",
+             R"({"keyCode":"3","modifiers":768})", R"({"keyCode":-3,"modifiers":768})",
+             R"({"keyCode":3.5,"modifiers":768})", R"({"keyCode":4294967296,"modifiers":768})"}) {
+        QSettings().setValue("shortcut.2", stored);
+        EXPECT_EQ(start().binding(Action::Pause), (ShortcutManager::Binding{35, usual})) << stored;
+    }
+    QSettings().setValue("shortcut.2", R"({ "modifiers": 768, "keyCode": 4294967295 })");
+    EXPECT_EQ(start().binding(Action::Pause), (ShortcutManager::Binding{4294967295U, 768}));
+}
+
+TEST_F(ShortcutManagerTests, APressIsToldAfterItsEventHasReturned)
+{
+    auto& shortcuts = start();
+    std::vector<Action> told;
+    QObject::connect(&shortcuts, &ShortcutManager::pressed, [&](Action action) { told.push_back(action); });
+    for (const std::uint32_t id : {3U, 0U, 4U, 1U, 2U})
+        keys->press(id);
+    EXPECT_THAT(told, IsEmpty());
+    QCoreApplication::processEvents();
+    EXPECT_THAT(told, ElementsAre(Action::Zoom, Action::Record, Action::Pause));
+}
+
+TEST_F(ShortcutManagerTests, TakesTypedCombinationsWithTwoModifiersAndHearsNoneMeanwhile)
+{
+    auto& shortcuts = start();
+    shortcuts.holdBack();
+    EXPECT_THAT(heard(), IsEmpty());
+    EXPECT_FALSE(shortcuts.capture(Action::Pause, Qt::Key_M, Qt::ControlModifier, 0)) << "one modifier";
+    EXPECT_FALSE(shortcuts.capture(Action::Pause, Qt::Key_Control, Qt::ControlModifier | Qt::AltModifier, 37))
+        << "no key yet";
+    EXPECT_EQ(shortcuts.binding(Action::Pause).keyCode, 35U);
+    EXPECT_TRUE(shortcuts.capture(Action::Pause, Qt::Key_M, Qt::ControlModifier | Qt::ShiftModifier, 0));
+    EXPECT_EQ(shortcuts.binding(Action::Pause), (ShortcutManager::Binding{46, 0x1200}));
+    EXPECT_THAT(heard(), IsEmpty()) << "its keys are still held";
+    shortcuts.listen();
+    EXPECT_THAT(heard(), ElementsAre(std::pair(15, usual), std::pair(46, 0x1200), std::pair(6, usual)));
+}
+
+} // namespace
+
+} // namespace orvo::test

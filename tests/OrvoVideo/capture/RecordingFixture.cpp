@@ -1,0 +1,99 @@
+#include "RecordingFixture.h"
+
+#include <algorithm>
+#include <ranges>
+#include <stdexcept>
+#include <thread>
+
+namespace orvo::test {
+
+RecordingFixture::RecordingFixture()
+{
+    display.enter();
+    engine = std::make_unique<CaptureEngine>(PointerMonitor::create());
+}
+
+RecordingSession::Plan RecordingFixture::planOf(const CaptureSource& source)
+{
+    return {.source = source, .options = {.microphone = false, .systemAudio = false}, .title = "Prueba"};
+}
+
+std::unique_ptr<RecordingSession> RecordingFixture::start(const RecordingSession::Plan& plan)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_error.clear();
+    }
+    return std::make_unique<RecordingSession>(store, *engine, plan, RecordingSession::Listener{.onError = [this](const std::string& text) {
+        const std::lock_guard lock(m_mutex);
+        m_error = text;
+    }});
+}
+
+RecordingSession::Result RecordingFixture::record(const RecordingSession::Plan& plan, double seconds)
+{
+    const auto session = start(plan);
+    waitFor(*session, seconds);
+    return session->stop();
+}
+
+void RecordingFixture::waitFor(const RecordingSession& session, double seconds)
+{
+    const auto limit = CaptureClock::now() + std::chrono::seconds(60);
+    while (session.time() < seconds) {
+        if (CaptureClock::now() > limit)
+            throw std::runtime_error("nothing is recorded");
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
+std::string RecordingFixture::error() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_error;
+}
+
+std::filesystem::path RecordingFixture::mediaOf(const VideoProject& project, TrackKind kind) const
+{
+    const auto track = std::ranges::find(project.tracks, kind, &MediaTrack::kind);
+    if (track == project.tracks.end())
+        throw std::runtime_error("there is no such track");
+    return store.mediaURL(project, track->file);
+}
+
+void RecordingFixture::expectCorners(const Picture& picture, const PatternWindow::Place& place)
+{
+    constexpr int inside = 3;
+    const int right = place.x + place.width - 1 - inside;
+    const int bottom = place.y + place.height - 1 - inside;
+    const auto isLike = [](Picture::Colour colour, bool red, bool green, bool blue) {
+        constexpr int half = 128;
+        return (colour.red > half) == red && (colour.green > half) == green && (colour.blue > half) == blue;
+    };
+    EXPECT_TRUE(isLike(picture.at(place.x + inside, place.y + inside), true, false, false));
+    EXPECT_TRUE(isLike(picture.at(right, place.y + inside), false, true, false));
+    EXPECT_TRUE(isLike(picture.at(place.x + inside, bottom), false, false, true));
+    EXPECT_TRUE(isLike(picture.at(right, bottom), true, true, false));
+}
+
+void RecordingFixture::expectEvenTime(const std::vector<TimePattern::Frame>& frames)
+{
+    std::vector<double> delays;
+    for (const auto& frame : frames) {
+        ASSERT_TRUE(frame.shown) << "the frame at " << frame.time << " cannot be read";
+        delays.push_back(frame.time - *frame.shown);
+    }
+    const auto median = [](std::vector<double> values) {
+        std::ranges::nth_element(values, values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2));
+        return values[values.size() / 2];
+    };
+    const auto third = static_cast<std::ptrdiff_t>(delays.size() / 3);
+    EXPECT_NEAR(median({delays.begin(), delays.begin() + third}), median({delays.end() - third, delays.end()}), 0.01);
+}
+
+bool RecordingFixture::run(const QString& program, const QStringList& arguments)
+{
+    return QProcess::execute(program, arguments) == 0;
+}
+
+} // namespace orvo::test

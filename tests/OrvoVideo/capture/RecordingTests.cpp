@@ -1,0 +1,330 @@
+#include "RecordingFixture.h"
+#include "TestSupport/OrdinaryUser.h"
+#include "TestSupport/SmallDisk.h"
+#include "VideoCore/CaptureSession.h"
+#include "VideoCore/Error.h"
+#include "VideoCore/PointerLog.h"
+#include "VideoMedia/RecordingPreparation.h"
+
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <ranges>
+
+namespace orvo::test {
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class ScreenRecording : public RecordingFixture { };
+
+TEST_F(ScreenRecording, OfADisplayShowsAllOfItAtTheRightTimes)
+{
+    const PatternWindow pattern({});
+    ASSERT_TRUE(display.xdotool({"mousemove", "320", "100"}));
+    const auto recorded = record(planOf(CaptureSources::displays().front()), 4);
+    EXPECT_EQ(recorded.project.state, "ready");
+    EXPECT_EQ(recorded.project.width, 640);
+    EXPECT_EQ(recorded.project.height, 360);
+    EXPECT_FALSE(std::filesystem::exists(store.directory(recorded.project.id) / CaptureSession::fileName));
+
+    const auto frames = TimePattern::framesOf(mediaOf(recorded.project, TrackKind::screen));
+    ASSERT_GT(frames.size(), 60U);
+    expectCorners(frames.back().picture, {0, 0, 640, 360});
+    expectEvenTime(frames);
+    // The pointer is not in the picture: where it stands there is nothing but the background.
+    const auto background = frames.back().picture.at(320, 80);
+    for (int x = 300; x < 340; x += 2)
+        EXPECT_NEAR(frames.back().picture.at(x, 105).brightness(), background.brightness(), 6) << x;
+}
+
+TEST_F(ScreenRecording, OfARegionShowsNothingElse)
+{
+    const PatternWindow pattern({.x = 101, .y = 51, .width = 402, .height = 202});
+    auto plan = planOf(CaptureSources::displays().front());
+    plan.options.region = Rect{101, 51, 402, 202};
+    const auto recorded = record(plan, 1.5);
+    const auto frames = TimePattern::framesOf(mediaOf(recorded.project, TrackKind::screen));
+    ASSERT_FALSE(frames.empty());
+    EXPECT_EQ(frames.back().picture.width, 402);
+    expectCorners(frames.back().picture, {0, 0, 402, 202});
+    EXPECT_TRUE(frames.back().shown);
+}
+
+TEST_F(ScreenRecording, OfOneOfTwoMonitorsShowsThatOne)
+{
+    ASSERT_TRUE(run("xrandr", {"--setmonitor", "left", "240/60x360/90+0+0", "screen"}));
+    ASSERT_TRUE(run("xrandr", {"--setmonitor", "right", "400/100x360/90+240+0", "none"}));
+    const auto displays = CaptureSources::displays();
+    ASSERT_EQ(displays.size(), 2U);
+    EXPECT_EQ(displays[0].label, "Pantalla 1 · 240×360");
+    EXPECT_EQ(displays[1].label, "Pantalla 2 · 400×360");
+    EXPECT_EQ(displays[1].rect, (Rect{240, 0, 400, 360}));
+
+    const PatternWindow pattern({.x = 240, .y = 0, .width = 400, .height = 360});
+    const auto recorded = record(planOf(displays[1]), 1.5);
+    const auto frames = TimePattern::framesOf(mediaOf(recorded.project, TrackKind::screen));
+    ASSERT_FALSE(frames.empty());
+    EXPECT_EQ(frames.back().picture.width, 400);
+    expectCorners(frames.back().picture, {0, 0, 400, 360});
+
+    auto session = start(planOf(displays[1]));
+    waitFor(*session, 1);
+    ASSERT_TRUE(run("xrandr", {"--delmonitor", "right"}));
+    ASSERT_TRUE(comesToHold([&] { return !error().empty(); }));
+    EXPECT_EQ(error(), "La pantalla que se grababa se ha desconectado.");
+    EXPECT_EQ(session->stop().project.state, "ready");
+}
+
+TEST_F(ScreenRecording, OfAWindowFollowsItAndIsWholeUnderOthers)
+{
+    PatternWindow pattern({.x = 40, .y = 30, .width = 400, .height = 240}, {"--title", "Lección"});
+    const auto windows = CaptureSources::windows();
+    ASSERT_EQ(windows.size(), 1U);
+    EXPECT_EQ(windows[0].label, "Pattern — Lección");
+    EXPECT_EQ(windows[0].rect, (Rect{40, 30, 400, 240}));
+
+    auto session = start(planOf(windows[0]));
+    waitFor(*session, 1);
+    const PatternWindow cover({.x = 0, .y = 0, .width = 640, .height = 360}, {"--title", "Encima"});
+    const double covered = session->time();
+    waitFor(*session, covered + 1);
+    ASSERT_TRUE(display.xdotool({"search", "--name", "Lección", "windowmove", "--sync", "200", "100"}));
+    const double moved = session->time();
+    waitFor(*session, moved + 1);
+    ASSERT_TRUE(display.xdotool({"mousemove", "300", "160"}));
+    waitFor(*session, moved + 1.5);
+    ASSERT_TRUE(display.xdotool({"search", "--name", "Lección", "windowunmap", "--sync"}));
+    ASSERT_TRUE(display.xdotool({"search", "--name", "Lección", "windowmap", "--sync"}));
+    const double mapped = session->time();
+    waitFor(*session, mapped + 1);
+    ASSERT_TRUE(display.xdotool({"search", "--name", "Lección", "windowsize", "--sync", "200", "240"}));
+    const double resized = session->time();
+    waitFor(*session, resized + 1);
+    pattern.close();
+    ASSERT_TRUE(comesToHold([&] { return !error().empty(); }));
+    EXPECT_EQ(error(), "La ventana que se grababa se ha cerrado.");
+    const auto result = session->stop();
+    EXPECT_EQ(result.project.state, "ready");
+    EXPECT_FALSE(result.error);
+
+    const auto frames = TimePattern::framesOf(mediaOf(result.project, TrackKind::screen));
+    const auto at = [&](double time) {
+        return *std::ranges::find_last_if(frames, [time](const auto& frame) { return frame.time <= time; }).begin();
+    };
+    for (const double time : {covered + 0.8, moved + 0.8, mapped + 0.8}) {
+        expectCorners(at(time).picture, {0, 0, 400, 240});
+        ASSERT_TRUE(at(time).shown) << time;
+        EXPECT_NEAR(*at(time).shown - *frames[20].shown, at(time).time - frames[20].time, 0.15) << time;
+    }
+    // A window that became narrower is shown as it is, with black beside it.
+    const auto narrow = at(resized + 0.8).picture;
+    EXPECT_LT(narrow.mean(0.05, 0.1, 0.2, 0.9).brightness(), 5);
+    EXPECT_GT(narrow.mean(0.3, 0.15, 0.7, 0.4).brightness(), 20);
+    const auto& events = result.project.edit.events.items();
+    const auto near = [](double value, double wanted) { return std::abs(value - wanted) < 0.02; };
+    EXPECT_TRUE(std::ranges::any_of(events, [&](const auto& event) { return near(event.x, 0.25) && near(event.y, 0.25); }))
+        << "the pointer is told relative to where the window has moved";
+}
+
+TEST_F(ScreenRecording, StandsStillWithoutChangesAndLastsAsLongAsItTook)
+{
+    const auto recorded = record(planOf(CaptureSources::displays().front()), 3);
+    const auto probed = probe(mediaOf(recorded.project, TrackKind::screen));
+    EXPECT_EQ(probed.videoCodec, "h264");
+    EXPECT_NEAR(probed.videoDuration, recorded.project.duration, 0.02);
+    EXPECT_LT(probed.frames, 20) << "a screen that does not change costs little";
+}
+
+TEST_F(ScreenRecording, PausesAreCutsAndNothingOfThemIsRecorded)
+{
+    const PatternWindow pattern({});
+    auto session = start(planOf(CaptureSources::displays().front()));
+    waitFor(*session, 1.5);
+    session->togglePause();
+    EXPECT_TRUE(session->isPaused());
+    waitFor(*session, 3.5);
+    session->togglePause();
+    waitFor(*session, 5);
+    session->togglePause(); // Stopped while paused.
+    waitFor(*session, 6);
+    const auto project = session->stop().project;
+
+    ASSERT_EQ(project.edit.cuts.size(), 2U);
+    const TimeSpan first = project.edit.cuts[0];
+    EXPECT_NEAR(first.duration(), 2, 0.3);
+    EXPECT_NEAR(project.edit.cuts[1].end, project.duration, 0.01);
+    const auto frames = TimePattern::framesOf(mediaOf(project, TrackKind::screen));
+    const double origin = *frames[10].shown - frames[10].time;
+    for (const auto& frame : frames) {
+        ASSERT_TRUE(frame.shown);
+        const double shownAt = *frame.shown - origin;
+        EXPECT_FALSE(shownAt > first.start + 0.1 && shownAt < first.end - 0.1) << frame.time << " shows the pause";
+    }
+    EXPECT_THAT(project.edit.events.items(), testing::Each(testing::Field(&PointerEvent::time,
+        testing::Not(testing::AllOf(testing::Gt(first.start + 0.05), testing::Lt(first.end - 0.05))))));
+    EXPECT_NEAR(probe(mediaOf(project, TrackKind::screen)).videoDuration, project.duration, 0.02);
+}
+
+TEST_F(ScreenRecording, LogsThePointerAndItsPresses)
+{
+    const PatternWindow pattern({});
+    auto plan = planOf(CaptureSources::displays().front());
+    plan.options.region = Rect{100, 100, 400, 200};
+    ASSERT_TRUE(display.xdotool({"mousemove", "100", "100"}));
+    auto session = start(plan);
+    waitFor(*session, 1);
+    ASSERT_TRUE(display.xdotool({"mousemove", "300", "150", "click", "1", "click", "3"}));
+    session->markZoom();
+    waitFor(*session, 2);
+    ASSERT_TRUE(display.xdotool({"mousemove", "500", "300", "click", "1"})); // Outside.
+    const double left = session->time();
+    waitFor(*session, 4.5);
+    const auto written = PointerLog::read(store.directory(session->id())).value();
+    EXPECT_GT(written.size(), 15U) << "the log follows the recording";
+    const auto project = session->stop().project;
+
+    const auto& events = project.edit.events.items();
+    EXPECT_EQ(PointerLog::read(store.directory(project.id)).value(), events);
+    const auto count = [&](PointerKind kind) { return std::ranges::count(events, kind, &PointerEvent::kind); };
+    EXPECT_EQ(count(PointerKind::click), 2);
+    EXPECT_EQ(count(PointerKind::zoom), 1);
+    EXPECT_NEAR(static_cast<double>(count(PointerKind::move)), 12 * left, 6);
+    EXPECT_EQ(events.front().x, 0) << "the left edge is inside";
+    EXPECT_EQ(events.front().y, 0);
+    for (const auto& event : events) {
+        if (event.kind != PointerKind::move) {
+            EXPECT_DOUBLE_EQ(event.x, 0.5);
+            EXPECT_DOUBLE_EQ(event.y, 0.25);
+        }
+        EXPECT_LE(event.time, left + 0.2);
+    }
+    EXPECT_TRUE(std::ranges::is_sorted(events, {}, &PointerEvent::time));
+}
+
+TEST_F(ScreenRecording, AFullDiskEndsItAndKeepsWhatThereIs)
+{
+    const PatternWindow pattern({});
+    auto session = start(planOf(CaptureSources::displays().front()));
+    waitFor(*session, 5);
+    {
+        const auto file = store.mediaURL(session->project(), "media/screen.mov");
+        const FileSizeLimit full(std::filesystem::file_size(file) + 20'000);
+        ASSERT_TRUE(comesToHold([&] { return !error().empty(); }));
+    }
+    EXPECT_THAT(error(), HasSubstr("No se puede seguir grabando «screen.mov»"));
+    const auto result = session->stop();
+    EXPECT_EQ(result.project.state, "recoverable");
+    EXPECT_TRUE(result.error);
+    const auto prepared = RecordingPreparation::prepare(
+        result.project, store, FfprobeMediaProbe(), RecordingPreparation::Which::all);
+    EXPECT_GT(prepared.files.begin()->second.duration, 2.5);
+}
+
+TEST_F(ScreenRecording, BeginsNotWithoutSourceOrDevices)
+{
+    auto plan = planOf({.id = "w1", .windowID = 1, .rect = {0, 0, 100, 100}});
+    EXPECT_THAT([&] { start(plan); }, testing::ThrowsMessage<Error>("La ventana que se grababa se ha cerrado."));
+    plan = planOf(CaptureSources::displays().front());
+    plan.options.microphone = true;
+    EXPECT_THAT([&] { start(plan); }, testing::ThrowsMessage<Error>("No hay un micrófono disponible."));
+    for (const auto& project : store.list()) {
+        EXPECT_EQ(project.state, "needs-recovery");
+        EXPECT_FALSE(std::filesystem::exists(store.directory(project.id) / CaptureSession::fileName));
+    }
+    EXPECT_EQ(store.list().size(), 2U);
+
+    // The same engine records afterwards.
+    plan.options.microphone = false;
+    EXPECT_EQ(record(plan, 0.5).project.state, "ready");
+}
+
+class SoundRecording : public RecordingFixture {
+protected:
+    SoundWorld sound;
+};
+
+TEST_F(SoundRecording, IsInTimeWithThePicture)
+{
+    const PatternWindow pattern({}, {"--sound"});
+    auto plan = planOf(CaptureSources::displays().front());
+    plan.options.systemAudio = plan.options.microphone = true;
+    const auto recorded = record(plan, 8);
+    const auto frames = TimePattern::framesOf(mediaOf(recorded.project, TrackKind::screen));
+    const auto flashes = TimePattern::flashStarts(frames);
+    const auto tones = TimePattern::toneStarts(mediaOf(recorded.project, TrackKind::system));
+    ASSERT_GE(flashes.size(), 6U);
+    for (const double flash : std::vector(flashes.begin() + 1, flashes.end() - 1)) {
+        const auto nearest = std::ranges::min_element(tones, {}, [flash](double tone) { return std::abs(tone - flash); });
+        ASSERT_NE(nearest, tones.end());
+        EXPECT_NEAR(*nearest, flash, 0.04);
+    }
+    const auto system = probe(mediaOf(recorded.project, TrackKind::system));
+    const auto microphone = probe(mediaOf(recorded.project, TrackKind::microphone));
+    EXPECT_EQ(system.audioCodec, "aac");
+    EXPECT_EQ(system.audioChannels, 2);
+    const auto screen = probe(mediaOf(recorded.project, TrackKind::screen));
+    EXPECT_NEAR(system.audioDuration, screen.videoDuration, 0.022) << "a frame of AAC is 21 ms";
+    EXPECT_NEAR(microphone.audioDuration, screen.videoDuration, 0.022);
+    EXPECT_NEAR(recorded.project.duration, screen.videoDuration, 0.022);
+}
+
+TEST_F(SoundRecording, OfAServerThatIsRestartedIsSilentMeanwhileAndInTimeAfterwards)
+{
+    auto plan = planOf(CaptureSources::displays().front());
+    plan.options.systemAudio = true;
+    auto session = start(plan);
+    {
+        const PatternWindow pattern({}, {"--sound"});
+        waitFor(*session, 3);
+    }
+    sound.endServer();
+    waitFor(*session, 5);
+    sound.startServer();
+    const PatternWindow pattern({}, {"--sound"});
+    const double back = session->time();
+    waitFor(*session, back + 5);
+    const auto project = session->stop().project;
+    EXPECT_EQ(project.state, "ready");
+    EXPECT_THAT(error(), IsEmpty());
+
+    const auto flashes = TimePattern::flashStarts(TimePattern::framesOf(mediaOf(project, TrackKind::screen)));
+    const auto file = mediaOf(project, TrackKind::system);
+    const auto tones = TimePattern::toneStarts(file);
+    EXPECT_LT(level(decodeSound(file), 3.5, 4.8), 0.001);
+    const double last = flashes.at(flashes.size() - 2);
+    EXPECT_GT(last, back);
+    EXPECT_TRUE(std::ranges::any_of(tones, [last](double tone) { return std::abs(tone - last) < 0.04; }));
+    EXPECT_NEAR(probe(file).audioDuration, project.duration, 0.03);
+}
+
+TEST_F(SoundRecording, TakesAnyMicrophoneAndListsEachOnce)
+{
+    sound.addSink("raro", {"rate=22050", "channels=1"});
+    sound.pactl({"load-module", "module-remap-source", "master=raro.monitor", "source_name=rarito", "rate=22050", "channels=1"});
+    const auto devices = AudioInputs::list();
+    const auto ids = devices.microphones | std::views::transform(&AudioDevice::id) | std::ranges::to<std::vector>();
+    EXPECT_THAT(ids, testing::UnorderedElementsAre("rigmic", "rarito")) << "what outputs play is no microphone";
+    EXPECT_TRUE(std::ranges::any_of(
+        devices.microphones, [](const auto& device) { return device.id == "rigmic" && device.isDefault; }));
+
+    auto plan = planOf(CaptureSources::displays().front());
+    plan.options.microphone = true;
+    plan.options.microphoneDevice = "rarito";
+    auto session = start(plan);
+    ASSERT_TRUE(run("sh", {"-c", "ffmpeg -v error -f lavfi -i sine=500:d=1 -f wav - | paplay --device=raro"}));
+    waitFor(*session, session->time() + 0.5);
+    const auto project = session->stop().project;
+    const auto file = mediaOf(project, TrackKind::microphone);
+    EXPECT_EQ(probe(file).audioChannels, 1);
+    const auto samples = decodeSound(file);
+    double loudest = 0;
+    for (double time = 0; time < project.duration; time += 0.1)
+        loudest = std::max(loudest, level(samples, time, time + 0.1));
+    EXPECT_NEAR(loudest, 0.125 / std::sqrt(2), 0.02) << "as loud as it was played";
+}
+
+} // namespace
+
+} // namespace orvo::test

@@ -1,0 +1,180 @@
+#include "OrvoVideo/capture/SampleWriter.h"
+
+#include "TestSupport/Media.h"
+#include "TestSupport/SmallDisk.h"
+#include "TestSupport/TemporaryFolder.h"
+#include "VideoCore/Error.h"
+
+#include <atomic>
+#include <cmath>
+#include <gmock/gmock.h>
+#include <numbers>
+#include <thread>
+
+namespace orvo::test {
+
+namespace {
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+constexpr PictureSize size{160, 90};
+
+class SampleWriterTests : public testing::Test {
+protected:
+    CaptureTime at(double seconds) const { return origin + captureLength(seconds); }
+
+    CapturedPicture picture(double seconds, int brightness) const
+    {
+        auto memory = std::make_shared<PictureMemory>(size);
+        std::fill_n(memory->luma(), memory->lumaStride() * size.height, static_cast<std::uint8_t>(brightness));
+        return {.memory = std::move(memory), .time = at(seconds)};
+    }
+
+    /// A tone in all channels.
+    SoundBlock sound(double seconds, double length, int channels = 1) const
+    {
+        SoundBlock block{.channels = channels, .time = at(seconds)};
+        for (int i = 0; i < static_cast<int>(length * SoundBlock::rate); ++i)
+            block.samples.insert(block.samples.end(), static_cast<std::size_t>(channels),
+                0.5F * static_cast<float>(std::cos(2 * std::numbers::pi * 1000 * i / SoundBlock::rate)));
+        return block;
+    }
+
+    /// Hands a sample over once the writer has taken those before it: a test need not be as slow as a camera.
+    static void settle() { std::this_thread::sleep_for(5ms); }
+
+    const CaptureTime origin = CaptureClock::now();
+    TemporaryFolder folder;
+};
+
+TEST_F(SampleWriterTests, PicturesKeepTheirTimesAndStandUntilTheEnd)
+{
+    const fs::path file = folder / "screen.mov";
+    SampleWriter writer(file, {.size = size});
+    const std::array times{0.2, 0.25, 0.9, 3.0};
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        writer.append(picture(times[i], 40 + 50 * static_cast<int>(i)), origin);
+        settle();
+    }
+    writer.finish(at(4.5));
+    EXPECT_EQ(writer.dropped(), 0U);
+
+    const auto probed = probe(file);
+    EXPECT_EQ(probed.width, size.width);
+    EXPECT_EQ(probed.videoCodec, "h264");
+    EXPECT_NEAR(probed.videoDuration, 4.5, 0.005);
+    // Shown at 60 a second, every moment has the picture that stands then.
+    const fs::path even = folder / "even.mkv";
+    ffmpeg({"-i", file, "-fps_mode", "cfr", "-r", "60", "-c:v", "ffv1", even});
+    const auto frames = decodeFrames(even);
+    const auto brightnessAt = [&](double time) {
+        return frames.at(static_cast<std::size_t>(time * 60)).mean(0, 0, 1, 1).brightness();
+    };
+    const auto full = [](int luma) { return (luma - 16) * 255 / 219; };
+    EXPECT_NEAR(brightnessAt(0.05), full(40), 6) << "the first picture stands for what came before it";
+    EXPECT_NEAR(brightnessAt(0.22), full(40), 6);
+    EXPECT_NEAR(brightnessAt(0.6), full(90), 6);
+    EXPECT_NEAR(brightnessAt(1.0), full(140), 6);
+    EXPECT_NEAR(brightnessAt(2.9), full(140), 6);
+    EXPECT_NEAR(brightnessAt(4.4), full(190), 6);
+}
+
+TEST_F(SampleWriterTests, SoundIsWhereItsTimeSays)
+{
+    struct Case {
+        int channels;
+        int written;
+    };
+    for (const auto& [channels, written] : {Case{1, 1}, Case{2, 2}}) {
+        const fs::path file = folder / "sound.m4a";
+        SampleWriter writer(file, {});
+        writer.append(sound(1.0, 0.5, channels), origin);
+        writer.append(sound(2.5, 0.5, channels), origin);
+        writer.finish(at(4));
+        const auto probed = probe(file);
+        EXPECT_EQ(probed.audioCodec, "aac");
+        EXPECT_EQ(probed.audioChannels, written);
+        EXPECT_NEAR(probed.audioDuration, 4, 0.022);
+        const auto samples = decodeSound(file);
+        const auto onset = [&](double after) {
+            auto i = static_cast<std::size_t>(after * 48'000);
+            while (i < samples.size() && std::abs(samples[i]) < 0.1F)
+                ++i;
+            return static_cast<double>(i) / 48'000;
+        };
+        EXPECT_NEAR(onset(0), 1.0, 0.003) << "what the encoder adds before the sound is taken off";
+        EXPECT_NEAR(onset(2), 2.5, 0.003);
+        EXPECT_LT(level(samples, 1.52, 2.48), 0.01);
+    }
+}
+
+TEST_F(SampleWriterTests, AFileWithoutSamplesIsNotThereAndOneWithoutSoundIsSilent)
+{
+    SampleWriter none(folder / "none.mov", {.size = size});
+    EXPECT_TRUE(fs::exists(none.url()));
+    none.finish(at(3));
+    EXPECT_FALSE(fs::exists(none.url()));
+
+    SampleWriter silent(folder / "silent.m4a", {.channels = 2});
+    silent.advance(at(2), origin);
+    silent.finish(at(3));
+    EXPECT_EQ(probe(silent.url()).audioChannels, 2);
+    EXPECT_NEAR(probe(silent.url()).audioDuration, 3, 0.022);
+    EXPECT_LT(level(decodeSound(silent.url()), 0, 3), 1e-4);
+}
+
+TEST_F(SampleWriterTests, WhatIsWrittenCanBeReadWhileItIsWritten)
+{
+    SampleWriter screen(folder / "screen.mov", {.size = size});
+    SampleWriter speech(folder / "speech.m4a", {});
+    for (int i = 0; i < 7 * 30; ++i) {
+        screen.append(picture(i / 30.0, 40 + i), origin);
+        if (i % 30 == 0)
+            speech.append(sound(i / 30.0, 1), origin);
+        settle();
+    }
+    for (const auto& name : {"screen.mov", "speech.m4a"}) {
+        const fs::path copy = folder / (std::string("copy-") + name);
+        fs::copy_file(folder / name, copy);
+        const auto probed = probe(copy);
+        const double length = std::max(probed.videoDuration, probed.audioDuration);
+        ffmpeg({"-v", "error", "-xerror", "-i", copy, "-f", "null", "-"});
+        EXPECT_GE(std::max(length, static_cast<double>(probed.frames) / 30), 4) << name;
+    }
+    screen.finish(at(7));
+    speech.finish(at(7));
+}
+
+TEST_F(SampleWriterTests, PicturesAreDroppedRatherThanKeptWaiting)
+{
+    SampleWriter writer(folder / "screen.mov", {.size = PictureSize{1920, 1080}});
+    const auto memory = std::make_shared<PictureMemory>(PictureSize{1920, 1080});
+    for (int i = 0; i < 400; ++i)
+        writer.append(CapturedPicture{.memory = memory, .time = at(i / 1000.0)}, origin);
+    EXPECT_GT(writer.dropped(), 300U);
+    EXPECT_LT(memory.use_count(), 40);
+    writer.finish(at(1));
+    EXPECT_NEAR(probe(writer.url()).videoDuration, 1, 0.01);
+}
+
+TEST_F(SampleWriterTests, TheFirstFailureIsToldOnceAndEndsTheFile)
+{
+    EXPECT_THROW(SampleWriter(folder / "missing/screen.mov", {.size = size}), fs::filesystem_error);
+    EXPECT_THROW(SampleWriter(folder / "missing/sound.m4a", {}), fs::filesystem_error);
+
+    std::atomic<int> told = 0;
+    SampleWriter writer(folder / "sound.m4a", {.onFailure = [&](const std::exception_ptr&) { ++told; }});
+    const FileSizeLimit full(40'000);
+    for (int i = 0; i < 30 && told == 0; ++i) {
+        writer.append(sound(i, 1), origin);
+        std::this_thread::sleep_for(50ms);
+    }
+    EXPECT_THROW(writer.finish(at(30)), Error);
+    EXPECT_EQ(told, 1);
+    EXPECT_GT(level(decodeSound(writer.url()), 0, 1), 0.1);
+}
+
+} // namespace
+
+} // namespace orvo::test

@@ -1,0 +1,195 @@
+#include "OrvoVideo/capture/CaptureOptions.h"
+#include "OrvoVideo/capture/PictureTimeline.h"
+#include "OrvoVideo/capture/SoundTimeline.h"
+#include "Platform/capture/PictureFitter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <gmock/gmock.h>
+#include <numbers>
+#include <random>
+
+namespace orvo::test {
+
+namespace {
+
+constexpr double rate = SoundBlock::rate;
+
+/// A device whose clock runs a little faster than the recording's, and whose times are measured with some error. Every sample
+/// says when it really was: as the phase of a slow sine.
+struct Device {
+    double faster = 0; ///< 0.0001 is a hundred parts in a million.
+    double error = 0; ///< Seconds, at most.
+};
+
+constexpr double waveLength = 4; ///< Seconds.
+
+float sampleAt(double time)
+{
+    return static_cast<float>(std::sin(2 * std::numbers::pi * time / waveLength));
+}
+
+struct Laid {
+    std::vector<float> samples;
+
+    SoundTimeline::Sink sink()
+    {
+        return [this](std::span<const float> more) { samples.insert(samples.end(), more.begin(), more.end()); };
+    }
+
+    /// How many seconds a place of the sound is away from what belongs there. The wave must be rising or falling there.
+    double displacement(double time) const
+    {
+        const double slope = 2 * std::numbers::pi / waveLength * std::cos(2 * std::numbers::pi * time / waveLength);
+        return (static_cast<double>(samples.at(static_cast<std::size_t>(time * rate))) - static_cast<double>(sampleAt(time))) / slope;
+    }
+};
+
+/// Blocks of 20 ms as the device delivers them, between two times.
+void play(SoundTimeline& timeline, const Device& device, double from, double to)
+{
+    std::mt19937 random(7);
+    std::uniform_real_distribution<double> error(-device.error, device.error);
+    const double step = 1 / (rate * (1 + device.faster));
+    double time = from;
+    while (time < to) {
+        SoundBlock block;
+        const double start = time;
+        for (int i = 0; i < SoundBlock::rate / 50; ++i, time += step)
+            block.samples.push_back(sampleAt(time));
+        timeline.add(block, start + error(random));
+    }
+}
+
+TEST(SoundTimelineTests, StaysWithTheRecordingWhateverTheClockOfTheDevice)
+{
+    for (const auto& device : {Device{.faster = 0, .error = 0.008}, Device{.faster = 0.0003, .error = 0.008},
+             Device{.faster = -0.0003, .error = 0.008}}) {
+        Laid laid;
+        SoundTimeline timeline(1, laid.sink());
+        play(timeline, device, 0, 600);
+        double largest = 0;
+        for (double time = 4; time < 599; time += waveLength)
+            largest = std::max(largest, std::abs(laid.displacement(time)));
+        EXPECT_LT(largest, 0.012) << device.faster;
+        EXPECT_NEAR(static_cast<double>(timeline.length()) / rate, 600, 0.05);
+    }
+}
+
+TEST(SoundTimelineTests, WhatIsMissingIsSilenceAndMovesNothing)
+{
+    Laid laid;
+    SoundTimeline timeline(1, laid.sink());
+    play(timeline, {}, 1.5, 4); // A device that appears late,
+    timeline.fillUntil(5); // says nothing,
+    play(timeline, {}, 9, 12); // and is back.
+    timeline.fillUntil(13);
+    ASSERT_EQ(laid.samples.size(), static_cast<std::size_t>(13 * rate));
+    const auto isSilent = [&](double from, double to) {
+        return std::all_of(laid.samples.begin() + static_cast<std::ptrdiff_t>(from * rate),
+            laid.samples.begin() + static_cast<std::ptrdiff_t>(to * rate), [](float sample) { return sample == 0; });
+    };
+    EXPECT_TRUE(isSilent(0, 1.499));
+    EXPECT_NEAR(laid.displacement(2), 0, 0.001);
+    EXPECT_NEAR(laid.displacement(3.9), 0, 0.001);
+    EXPECT_TRUE(isSilent(4.03, 8.999));
+    EXPECT_NEAR(laid.displacement(10), 0, 0.001);
+    EXPECT_TRUE(isSilent(12.03, 13));
+}
+
+TEST(SoundTimelineTests, WhatComesTooLateOrTwiceIsLeftOut)
+{
+    Laid laid;
+    SoundTimeline timeline(1, laid.sink());
+    play(timeline, {}, -0.5, 2); // Some of it before the beginning,
+    play(timeline, {}, 0.5, 3); // a second and a half twice,
+    timeline.fillUntil(6);
+    play(timeline, {}, 4, 8); // and two seconds that silence has taken the place of.
+    for (const double time : {0.1, 2.0, 2.6, 6.2, 7.8})
+        EXPECT_NEAR(laid.displacement(time), 0, 0.001) << time;
+    EXPECT_NEAR(static_cast<double>(timeline.length()) / rate, 8, 0.03);
+}
+
+TEST(SoundTimelineTests, OneChannelBecomesTwoAndTwoOne)
+{
+    Laid stereo;
+    SoundTimeline two(2, stereo.sink());
+    two.add({.samples = {0.25F, 0.5F}, .channels = 1}, 0);
+    EXPECT_THAT(stereo.samples, testing::ElementsAre(0.25F, 0.25F, 0.5F, 0.5F));
+    Laid mono;
+    SoundTimeline one(1, mono.sink());
+    one.add({.samples = {0.25F, 0.75F, -1, 0}, .channels = 2}, 0);
+    EXPECT_THAT(mono.samples, testing::ElementsAre(0.5F, -0.5F));
+}
+
+TEST(PictureTimelineTests, EveryPictureIsShownUntilTheNext)
+{
+    struct Shown {
+        const PictureMemory* picture;
+        double start;
+        double end;
+    };
+    std::vector<Shown> shown;
+    PictureTimeline timeline([&](const PictureTimeline::Placed& placed) {
+        shown.push_back({placed.picture.get(), placed.start, placed.start + placed.length});
+    });
+    const auto a = std::make_shared<PictureMemory>(PictureSize{2, 2});
+    const auto b = std::make_shared<PictureMemory>(PictureSize{2, 2});
+    timeline.standUntil(1); // Nothing stands yet.
+    timeline.add(a, 0.5); // The first picture is shown from the beginning on.
+    timeline.standUntil(2);
+    timeline.add(b, 1.9); // Too late for its place.
+    timeline.add(b, 2.5);
+    timeline.end(4);
+    ASSERT_EQ(shown.size(), 4U);
+    double end = 0;
+    for (const auto& each : shown) {
+        EXPECT_NEAR(each.start, end, 1e-9);
+        EXPECT_EQ(each.picture, each.start < 2.4 ? a.get() : b.get());
+        end = each.end;
+    }
+    EXPECT_NEAR(shown.back().start, 2.5, 1e-9);
+    EXPECT_NEAR(end, 4, 1e-9);
+}
+
+TEST(CaptureSizeTests, IsAtMostAsHighAsWantedAndEven)
+{
+    struct Case {
+        Rect area;
+        double scale;
+        std::int64_t height;
+        PictureSize size;
+    };
+    for (const auto& each : {
+             Case{{0, 0, 1280, 720}, 2, 1080, {1920, 1080}},
+             Case{{0, 0, 1280, 720}, 1, 1080, {1280, 720}},
+             Case{{0, 0, 1365, 767}, 1, 1080, {1364, 766}},
+             Case{{10, 10, 1, 1}, 1, 1080, {2, 2}},
+             Case{{0, 0, 0, 0}, 1, 1080, {2, 2}},
+             Case{{0, 0, 3840, 1080}, 1, 720, {2560, 720}},
+         })
+        EXPECT_EQ(captureSize(each.area, each.scale, each.height), each.size) << each.area.width;
+}
+
+TEST(PicturePlaceTests, FillsTheRecordingOrLeavesBlack)
+{
+    struct Case {
+        PictureSize source;
+        PictureSize target;
+        PicturePlace place;
+    };
+    for (const auto& each : {
+             Case{{640, 360}, {640, 360}, {0, 0, {640, 360}}},
+             Case{{641, 361}, {640, 360}, {0, 0, {640, 360}}}, // The size that such a source is recorded with.
+             Case{{2560, 1440}, {1920, 1080}, {0, 0, {1920, 1080}}},
+             Case{{1366, 769}, {1364, 768}, {0, 0, {1364, 768}}},
+             Case{{320, 180}, {640, 360}, {160, 90, {320, 180}}}, // A window made smaller is not enlarged.
+             Case{{1280, 360}, {640, 360}, {0, 90, {640, 180}}},
+             Case{{360, 720}, {640, 360}, {230, 0, {180, 360}}},
+         })
+        EXPECT_EQ(PicturePlace::fitted(each.source, each.target), each.place) << each.source.width << "x" << each.source.height;
+}
+
+} // namespace
+
+} // namespace orvo::test

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "TestSupport/VirtualDisplay.h"
+
+namespace orvo::test {
+
+/// The display that this program shows its windows on: the monitor "left" with 640×800 pixels, and right of it the primary
+/// monitor "right" with 1280×800, whose windows are shown at one and a half times their size.
+VirtualDisplay& testDesktop();
+
+} // namespace orvo::test

@@ -1,0 +1,45 @@
+#include "TestDesktop.h"
+#include "TestSupport/TemporaryFolder.h"
+
+#include <QApplication>
+#include <QProcess>
+#include <QtQml/QQmlExtensionPlugin>
+#include <gtest/gtest.h>
+
+Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
+Q_IMPORT_QML_PLUGIN(OrvoVideoPlugin)
+
+namespace orvo::test {
+
+VirtualDisplay& testDesktop()
+{
+    static VirtualDisplay desktop("1920x800");
+    return desktop;
+}
+
+} // namespace orvo::test
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    if (GTEST_FLAG_GET(list_tests))
+        return RUN_ALL_TESTS();
+    const orvo::test::TemporaryFolder home;
+    qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((home / "config").string()));
+    qputenv("XDG_CACHE_HOME", QByteArray::fromStdString((home / "cache").string()));
+    qunsetenv("WAYLAND_DISPLAY");
+    orvo::test::testDesktop().enter();
+    for (const auto* monitor : {"left 640/160x800/200+0+0", "*right 1280/320x800/200+640+0"}) {
+        auto words = QString(monitor).split(' ');
+        if (QProcess::execute("xrandr", QStringList{"--setmonitor"} + words + QStringList{"none"}) != 0)
+            return EXIT_FAILURE;
+    }
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("QT_SCREEN_SCALE_FACTORS", "left=1;right=1.5");
+    qputenv("QT_QUICK_BACKEND", "software");
+    QCoreApplication::setOrganizationName(QStringLiteral("OrvoVideoTests"));
+    QCoreApplication::setApplicationName(QStringLiteral("OrvoVideoTests"));
+    const QApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,100 @@
+#include "TestSupport/EventLoop.h"
+#include "TestSupport/VirtualDisplay.h"
+#include "WindowFixture.h"
+
+#include <QSettings>
+#include <QTest>
+
+namespace orvo::test {
+
+namespace {
+
+/// The recording panel over a real display that can be recorded; there is neither sound nor a camera.
+class RecordingPanelTests : public WindowFixture {
+protected:
+    RecordingPanelTests()
+    {
+        QSettings().clear();
+        display.enter();
+        windowSystem = WindowSystem::x11;
+        qputenv("PULSE_SERVER", QByteArray::fromStdString("unix:" + (folder / "no-sound").string()));
+    }
+    ~RecordingPanelTests() override { qunsetenv("PULSE_SERVER"); }
+
+    void choose(const QString& combination, int row)
+    {
+        auto* box = control(QAccessible::ComboBox, combination);
+        ASSERT_TRUE(box) << combination.toStdString();
+        QTest::mouseClick(&view(), Qt::LeftButton, {}, box->mapToScene({box->width() / 2, box->height() / 2}).toPoint());
+        ASSERT_TRUE(comesToHold([&] { return box->property("popup").value<QObject*>()->property("opened").toBool(); }));
+        QMetaObject::invokeMethod(box, "activated", Q_ARG(int, row));
+        key(Qt::Key_Escape);
+    }
+
+    VirtualDisplay display{"640x360"};
+};
+
+TEST_F(RecordingPanelTests, ARecordingIsPreparedStartedAndEnded)
+{
+    show();
+    key(Qt::Key_R, Qt::ControlModifier);
+    ASSERT_TRUE(comesToHold([&] { return control(QAccessible::Button, "Grabar") != nullptr; }));
+    EXPECT_TRUE(control(QAccessible::StaticText, "Elige qué quieres explicar."));
+    EXPECT_TRUE(control(QAccessible::StaticText,
+        "⌃⌥⌘R · Grabar / terminar     ⌃⌥⌘P · Pausa     ⌃⌥⌘Z · Zoom\nPuedes cambiar los atajos en Ajustes."));
+    ASSERT_TRUE(comesToHold([&] { return model->capture()->sources()->count() == 1; }));
+    auto* picture = view().findChild<QQuickItem*>("sourcePicture");
+    ASSERT_TRUE(picture);
+    EXPECT_TRUE(comesToHold([&] { return picture->property("showing").toBool(); })) << "what the display shows now";
+    EXPECT_TRUE(comesToHold([&] { return control(QAccessible::StaticText, "No hay un micrófono disponible.") != nullptr; }));
+
+    click(QAccessible::CheckBox, "Grabar micrófono");
+    click(QAccessible::CheckBox, "Grabar audio del contenido");
+    EXPECT_FALSE(model->options().microphone || model->options().systemAudio || model->options().camera);
+    choose("Resolución", 0);
+    choose("Fluidez", 1);
+    EXPECT_EQ(model->options().height, 720);
+    EXPECT_EQ(model->options().fps, 60);
+    click(QAccessible::PageTab, "Ventana");
+    EXPECT_TRUE(comesToHold([&] { return model->capture()->sources()->count() == 0; })) << "there is no window";
+    click(QAccessible::PageTab, "Pantalla");
+    EXPECT_TRUE(comesToHold([&] { return model->capture()->sources()->count() == 1; }));
+
+    click(QAccessible::Button, "Grabar");
+    EXPECT_TRUE(comesToHold([&] { return model->countdown() == 3; }));
+    EXPECT_TRUE(control(QAccessible::StatusBar, "La grabación empieza en 3…"));
+    EXPECT_TRUE(comesToHold([&] { return control(QAccessible::Button, "Grabar") == nullptr; })) << "the panel has gone";
+    ASSERT_TRUE(comesToHold([&] { return model->isRecording() && model->recordingTime() >= 1; }));
+    EXPECT_TRUE(control(QAccessible::StaticText, "Tiempo grabado 00:01"));
+    click(QAccessible::Button, "Pausar");
+    click(QAccessible::Button, "Continuar");
+    EXPECT_FALSE(model->isPaused());
+    EXPECT_FALSE(control(QAccessible::Button, "Nueva grabación")->isEnabled());
+    click(QAccessible::Button, "Terminar");
+    ASSERT_TRUE(comesToHold([&] { return !model->isRecording() && !model->busy(); }));
+    EXPECT_EQ(project().fps, 60);
+    EXPECT_EQ(project().edit.cuts.size(), 1U);
+    EXPECT_TRUE(comesToHold([&] { return control(QAccessible::StatusBar, "Grabación guardada") != nullptr; }));
+}
+
+TEST_F(RecordingPanelTests, EscapeLeavesAndReturnRecords)
+{
+    show();
+    click(QAccessible::Button, "Nueva grabación");
+    ASSERT_TRUE(comesToHold([&] { return control(QAccessible::Button, "Grabar") != nullptr; }));
+    key(Qt::Key_Escape);
+    ASSERT_TRUE(comesToHold([&] { return control(QAccessible::Button, "Grabar") == nullptr; }));
+    EXPECT_FALSE(model->busy());
+
+    click(QAccessible::Button, "Empezar a grabar");
+    ASSERT_TRUE(comesToHold([&] { return control(QAccessible::Button, "Grabar") != nullptr; }));
+    key(Qt::Key_Return);
+    EXPECT_TRUE(comesToHold([&] { return model->countdown() == 3; }));
+    click(QAccessible::Button, "Cancelar");
+    EXPECT_TRUE(comesToHold([&] { return !model->busy(); }));
+    EXPECT_EQ(model->status(), "Listo para grabar");
+}
+
+} // namespace
+
+} // namespace orvo::test

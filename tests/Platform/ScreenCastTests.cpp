@@ -1,0 +1,132 @@
+#include "Platform/portal/ScreenCast.h"
+
+#include "TestSupport/EventLoop.h"
+#include "TestSupport/FakePortal.h"
+#include "TestSupport/PrivateBus.h"
+
+#include <array>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace orvo::test {
+
+namespace {
+
+class ScreenCastTests : public testing::Test {
+protected:
+    ScreenCastTests() { ::socketpair(AF_UNIX, SOCK_STREAM, 0, sockets.data()); }
+    ~ScreenCastTests() override
+    {
+        for (const int socket : sockets)
+            ::close(socket);
+    }
+
+    /// Asks and waits for the answer.
+    ScreenCast::Outcome open(ScreenCast& cast, ScreenCast::Kind kind, const QString& token = {})
+    {
+        std::optional<ScreenCast::Outcome> outcome;
+        cast.open(kind, token, [&](ScreenCast::Outcome answer) { outcome = std::move(answer); });
+        EXPECT_TRUE(comesToHold([&] { return outcome.has_value(); }));
+        return outcome.value_or(ScreenCast::Outcome{});
+    }
+
+    std::unique_ptr<FakePortal> portal()
+    {
+        auto made = std::make_unique<FakePortal>(bus.address());
+        made->remote = sockets[0];
+        return made;
+    }
+
+    std::array<int, 2> sockets{};
+    PrivateBus bus;
+    QDBusConnection connection = QDBusConnection::connectToBus(bus.address(), "application " + bus.address());
+};
+
+TEST_F(ScreenCastTests, SharesWhatTheUserChooses)
+{
+    const auto desktop = portal();
+    ScreenCast cast(connection);
+    const auto monitor = open(cast, ScreenCast::Kind::monitor);
+    ASSERT_TRUE(monitor.stream);
+    EXPECT_EQ(monitor.stream->node, 42U);
+    EXPECT_EQ(monitor.stream->kind, ScreenCast::Kind::monitor);
+    EXPECT_EQ(monitor.stream->rect, (Rect{0, 0, 1280, 720}));
+    EXPECT_EQ(monitor.stream->restoreToken, "token-1");
+    EXPECT_TRUE(monitor.stream->tellsPointer);
+    EXPECT_EQ(desktop->selection.value("types"), 1U);
+    EXPECT_EQ(desktop->selection.value("cursor_mode"), 4U) << "the pointer beside the picture";
+    EXPECT_EQ(desktop->selection.value("persist_mode"), 2U);
+    EXPECT_FALSE(desktop->selection.contains("restore_token"));
+    EXPECT_EQ(::write(monitor.stream->remote, "x", 1), 1) << "the connection is open";
+    char letter = 0;
+    EXPECT_EQ(::read(sockets[1], &letter, 1), 1);
+
+    desktop->sourceType = 2;
+    desktop->rect = {};
+    const auto window = open(cast, ScreenCast::Kind::window, "token-1");
+    ASSERT_TRUE(window.stream);
+    EXPECT_EQ(window.stream->kind, ScreenCast::Kind::window);
+    EXPECT_EQ(desktop->selection.value("types"), 2U);
+    EXPECT_EQ(desktop->selection.value("restore_token"), "token-1");
+    EXPECT_EQ(desktop->openSessions.size(), 1) << "what was shared before is given up";
+
+    cast.close();
+    EXPECT_TRUE(comesToHold([&] { return desktop->openSessions.isEmpty(); }));
+    EXPECT_EQ(cast.stream(), std::nullopt);
+}
+
+TEST_F(ScreenCastTests, AsksAnOldPortalOnlyForWhatItKnows)
+{
+    const auto desktop = portal();
+    desktop->version = 2;
+    desktop->cursorModes = 3;
+    ScreenCast cast(connection);
+    const auto outcome = open(cast, ScreenCast::Kind::monitor, "token-1");
+    ASSERT_TRUE(outcome.stream);
+    EXPECT_EQ(desktop->selection.value("cursor_mode"), 1U) << "hidden";
+    EXPECT_FALSE(desktop->selection.contains("persist_mode"));
+    EXPECT_FALSE(desktop->selection.contains("restore_token"));
+    EXPECT_FALSE(outcome.stream->tellsPointer);
+    EXPECT_TRUE(outcome.stream->restoreToken.isEmpty());
+}
+
+TEST_F(ScreenCastTests, RefusalRevocationAndNoPortalAreTold)
+{
+    ScreenCast cast(connection);
+    EXPECT_EQ(open(cast, ScreenCast::Kind::monitor).error, ScreenCast::unavailableText()) << "there is no portal";
+
+    const auto desktop = portal();
+    desktop->decision = FakePortal::Decision::refuse;
+    const auto refused = open(cast, ScreenCast::Kind::monitor);
+    EXPECT_FALSE(refused.stream);
+    EXPECT_EQ(refused.error, "") << "the user knows";
+
+    desktop->decision = FakePortal::Decision::grant;
+    bool revoked = false;
+    QObject::connect(&cast, &ScreenCast::revoked, [&] { revoked = true; });
+    ASSERT_TRUE(open(cast, ScreenCast::Kind::monitor).stream);
+    desktop->revoke();
+    EXPECT_TRUE(comesToHold([&] { return revoked; }));
+    EXPECT_EQ(cast.stream(), std::nullopt);
+
+    EXPECT_TRUE(open(cast, ScreenCast::Kind::monitor).stream) << "and it can be shared again";
+}
+
+TEST_F(ScreenCastTests, AQuestionThatIsNoLongerAskedIsTakenBack)
+{
+    const auto desktop = portal();
+    desktop->decision = FakePortal::Decision::wait;
+    bool answered = false;
+    {
+        ScreenCast cast(connection);
+        cast.open(ScreenCast::Kind::monitor, {}, [&](const ScreenCast::Outcome&) { answered = true; });
+        ASSERT_TRUE(comesToHold([&] { return !desktop->selection.isEmpty() && !desktop->openSessions.isEmpty(); }));
+    }
+    EXPECT_TRUE(comesToHold([&] { return desktop->openSessions.isEmpty() && desktop->takenBack == 1; }));
+    EXPECT_FALSE(answered);
+}
+
+} // namespace
+
+} // namespace orvo::test

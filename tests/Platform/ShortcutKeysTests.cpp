@@ -1,0 +1,172 @@
+#include "Platform/ShortcutKeys.h"
+
+#include "Platform/input/VirtualKeys.h"
+#include "Platform/portal/PortalShortcutKeys.h"
+#include "TestSupport/EventLoop.h"
+#include "TestSupport/FakePortal.h"
+#include "TestSupport/PrivateBus.h"
+#include "TestSupport/VirtualDisplay.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace orvo::test {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::uint32_t three = ShortcutKeys::control | ShortcutKeys::option | ShortcutKeys::command;
+constexpr std::uint32_t keyR = 15;
+constexpr std::uint32_t keyP = 35;
+constexpr std::uint32_t key9 = 25;
+
+/// Combinations heard on a real display.
+class ShortcutKeysTests : public testing::Test {
+protected:
+    ShortcutKeysTests()
+    {
+        display.enter();
+        keys = ShortcutKeys::create();
+        QObject::connect(keys.get(), &ShortcutKeys::pressed, [this](quint32 id) { heard.push_back(id); });
+    }
+
+    /// Presses combinations, and then one that is heard for certain: what the others do has been done by then.
+    std::vector<quint32> press(const QStringList& words)
+    {
+        heard.clear();
+        EXPECT_TRUE(display.xdotool(QStringList{"key"} + words + QStringList{"ctrl+alt+super+F12"}));
+        EXPECT_TRUE(comesToHold([&] { return !heard.empty() && heard.back() == last.id; }));
+        heard.pop_back();
+        return heard;
+    }
+
+    const ShortcutKeys::Combination last{.id = 99, .keyCode = 111, .modifiers = three};
+    VirtualDisplay display;
+    std::unique_ptr<ShortcutKeys> keys;
+    std::vector<quint32> heard;
+};
+
+TEST_F(ShortcutKeysTests, HearsCombinationsWhateverTheLockKeysAre)
+{
+    EXPECT_EQ(keys->support(), ShortcutKeys::Support::ours);
+    keys->listen({{1, keyR, three, {}}, {2, keyP, three, {}},
+        {3, key9, ShortcutKeys::command | ShortcutKeys::shift, {}}, last});
+    EXPECT_THAT(press({"ctrl+alt+super+r", "ctrl+alt+super+p"}), ElementsAre(1, 2));
+    EXPECT_THAT(press({"super+shift+9"}), ElementsAre(3));
+    EXPECT_THAT(press({"Caps_Lock", "ctrl+alt+super+r"}), ElementsAre(1));
+    EXPECT_THAT(press({"Num_Lock", "ctrl+alt+super+r"}), ElementsAre(1));
+    EXPECT_THAT(press({"Caps_Lock", "ctrl+alt+super+r"}), ElementsAre(1));
+    EXPECT_THAT(press({"Num_Lock", "ctrl+alt+r", "alt+super+r", "r", "ctrl+alt+super+shift+r", "ctrl+alt+super+q"}),
+        IsEmpty())
+        << "other combinations are none of ours";
+
+    keys->listen({{7, keyP, three, {}}, last});
+    EXPECT_THAT(press({"ctrl+alt+super+r", "ctrl+alt+super+p"}), ElementsAre(7)) << "in place of those before";
+}
+
+TEST_F(ShortcutKeysTests, AHeldCombinationIsPressedOnce)
+{
+    keys->listen({{1, keyR, three, {}}, last});
+    ASSERT_TRUE(display.xdotool({"keydown", "ctrl", "keydown", "alt", "keydown", "super", "keydown", "r", "sleep", "1.5",
+        "keyup", "r", "key", "r", "keyup", "super", "keyup", "alt", "keyup", "ctrl"}));
+    EXPECT_TRUE(comesToHold([&] { return heard.size() >= 2; }));
+    const auto before = heard;
+    EXPECT_THAT(press({}), IsEmpty());
+    EXPECT_THAT(before, ElementsAre(1, 1)) << "the one that was held, and the one after it";
+}
+
+TEST_F(ShortcutKeysTests, ACombinationOfAnotherProgramIsLeftOut)
+{
+    const auto other = ShortcutKeys::create();
+    std::vector<quint32> heardByOther;
+    QObject::connect(other.get(), &ShortcutKeys::pressed, [&](quint32 id) { heardByOther.push_back(id); });
+    other->listen({{5, keyR, three, {}}});
+
+    keys->listen({{1, keyR, three, {}}, {2, keyP, three, {}}, last});
+    EXPECT_THAT(press({"ctrl+alt+super+r", "ctrl+alt+super+p"}), ElementsAre(2));
+    EXPECT_TRUE(comesToHold([&] { return !heardByOther.empty(); }));
+    EXPECT_THAT(heardByOther, ElementsAre(5));
+
+    other->listen({});
+    keys->listen({{1, keyR, three, {}}, last});
+    EXPECT_THAT(press({"ctrl+alt+super+r"}), ElementsAre(1)) << "free again";
+}
+
+TEST(VirtualKeysTests, KeysOfEventsAndTheirTexts)
+{
+    struct Case {
+        int qtKey;
+        std::uint32_t scanCode;
+        std::optional<std::uint32_t> code;
+    };
+    for (const auto& [qtKey, scanCode, code] : {
+             Case{Qt::Key_R, 27, 15},
+             Case{Qt::Key_ParenLeft, 18, 25}, // Shift and 9
+             Case{Qt::Key_Equal, 19, 24}, // A key that is known counts before its place.
+             Case{Qt::Key_F12, 0, 111},
+             Case{Qt::Key_Control, 37, std::nullopt},
+             Case{Qt::Key_Ntilde, 47, std::nullopt},
+         }) {
+        const auto* key = VirtualKeys::ofEvent(qtKey, scanCode);
+        EXPECT_EQ(key ? std::optional(key->code) : std::nullopt, code) << qtKey;
+    }
+    EXPECT_EQ(VirtualKeys::text(keyR, three), "⌃⌥⌘R");
+    EXPECT_EQ(VirtualKeys::text(key9, ShortcutKeys::command | ShortcutKeys::shift), "⇧⌘9");
+    EXPECT_EQ(VirtualKeys::text(999, three), "⌃⌥⌘?");
+}
+
+/// Combinations that the desktop hears.
+class PortalShortcutKeysTests : public testing::Test {
+protected:
+    PrivateBus bus;
+    QDBusConnection connection = QDBusConnection::connectToBus(bus.address(), "application " + bus.address());
+};
+
+TEST_F(PortalShortcutKeysTests, ProposesCombinationsAndHearsThoseOfItsSession)
+{
+    FakePortal portal(bus.address());
+    PortalShortcutKeys keys(connection);
+    std::vector<quint32> heard;
+    QObject::connect(&keys, &ShortcutKeys::pressed, [&](quint32 id) { heard.push_back(id); });
+    EXPECT_EQ(keys.support(), ShortcutKeys::Support::none);
+
+    keys.listen({{1, keyR, three, "Grabar / terminar"}, {2, 999, three, "Pausar / continuar"}});
+    ASSERT_TRUE(comesToHold([&] { return keys.support() == ShortcutKeys::Support::desktop; }));
+    ASSERT_EQ(portal.shortcuts.size(), 2);
+    EXPECT_EQ(portal.shortcuts[0].id, "1");
+    EXPECT_EQ(portal.shortcuts[0].properties,
+        (QVariantMap{{"description", "Grabar / terminar"}, {"preferred_trigger", "CTRL+ALT+LOGO+r"}}));
+    EXPECT_EQ(portal.shortcuts[1].properties, (QVariantMap{{"description", "Pausar / continuar"}}));
+    portal.activate("1");
+    ASSERT_TRUE(comesToHold([&] { return !heard.empty(); }));
+
+    keys.listen({{2, keyP, three, {}}});
+    ASSERT_TRUE(comesToHold([&] { return portal.shortcuts.size() == 1 && portal.openSessions.size() == 1; }))
+        << "the session before is given up";
+    portal.activate("2");
+    ASSERT_TRUE(comesToHold([&] { return heard.size() == 2; }));
+    EXPECT_THAT(heard, ElementsAre(1, 2));
+
+    portal.revoke();
+    EXPECT_TRUE(comesToHold([&] { return keys.support() == ShortcutKeys::Support::none; }));
+}
+
+TEST_F(PortalShortcutKeysTests, SaysWhenTheDesktopHearsNone)
+{
+    PortalShortcutKeys keys(connection);
+    keys.listen({{1, keyR, three, {}}});
+    EXPECT_EQ(keys.support(), ShortcutKeys::Support::none);
+
+    FakePortal portal(bus.address());
+    portal.decision = FakePortal::Decision::refuse;
+    keys.listen({{1, keyR, three, {}}});
+    ASSERT_TRUE(comesToHold([&] { return !portal.shortcuts.empty(); }));
+    EXPECT_EQ(keys.support(), ShortcutKeys::Support::none);
+}
+
+} // namespace
+
+} // namespace orvo::test

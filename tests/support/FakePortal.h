@@ -1,0 +1,65 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusVirtualObject>
+#include <QList>
+#include <QRect>
+#include <QString>
+#include <QStringList>
+#include <QVariantMap>
+#include <cstdint>
+
+namespace orvo::test {
+
+/// A desktop portal that answers as the test says: ScreenCast and GlobalShortcuts, in their real protocol.
+class FakePortal final : public QDBusVirtualObject {
+    Q_OBJECT
+public:
+    /// Takes the portal's name on the bus with this address.
+    explicit FakePortal(const QString& busAddress);
+    ~FakePortal() override;
+
+    // What it offers.
+    uint version = 5;
+    uint cursorModes = 7;
+
+    // How the user decides.
+    enum class Decision : std::uint8_t { grant, refuse, wait };
+    Decision decision = Decision::grant;
+
+    // What it shares.
+    uint node = 42;
+    uint sourceType = 1;
+    QRect rect{0, 0, 1280, 720};
+    QString restoreToken = "token-1";
+    int remote = -1; ///< Handed out as the connection to PipeWire.
+
+    // What it was asked.
+    QVariantMap selection; ///< The options of SelectSources.
+    struct Shortcut {
+        QString id;
+        QVariantMap properties;
+    };
+    QList<Shortcut> shortcuts;
+    QStringList openSessions;
+    int takenBack = 0; ///< Requests that were closed before their answer.
+
+    /// Ends what is shared, as the user does in the desktop.
+    void revoke();
+    /// The user presses the combination of a shortcut.
+    void activate(const QString& id);
+
+    QString introspect(const QString&) const override { return {}; }
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
+
+private:
+    void respond(const QDBusMessage& question, const QVariantMap& options, uint code, const QVariantMap& results);
+    void screenCast(const QDBusMessage& message);
+    void globalShortcuts(const QDBusMessage& message);
+    void createSession(const QDBusMessage& message);
+
+    QString m_name;
+    QDBusConnection m_bus;
+};
+
+} // namespace orvo::test
