@@ -76,11 +76,12 @@ void SoundTimeline::add(const SoundBlock& block, double seconds)
     }
     const std::int64_t place = toFrames(seconds);
     const std::int64_t late = place - m_length;
-    if (place < 0 || late < -largestOverlap) {
-        const auto over = std::max(-place, m_length - place) * m_channels;
-        samples = samples.subspan(std::min(static_cast<std::size_t>(over), samples.size()));
+    // What overlaps is left out to its end, not only until it is little.
+    m_overlaps = late < 0 && (m_overlaps || place < 0 || late < -largestOverlap);
+    if (m_overlaps) {
+        const auto over = static_cast<std::size_t>(-late * m_channels);
         m_lateness = 0;
-        return write(samples);
+        return write(samples.subspan(std::min(over, samples.size())));
     }
     if (late > largestGap || (m_length == 0 && late > 0)) {
         fillUntil(seconds);

@@ -37,6 +37,7 @@ private:
     int m_channels;
     Sink m_sink;
     std::int64_t m_length = 0;
+    bool m_overlaps = false; ///< What comes is there already.
     double m_lateness = 0; ///< Of the blocks behind their times, in samples, evened out.
     std::vector<float> m_converted;
     std::vector<float> m_stretched;

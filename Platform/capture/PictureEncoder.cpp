@@ -89,7 +89,7 @@ PictureEncoder choose()
 std::string PictureEncoder::launchLine(std::int64_t bitRate, int keyFrameDistance) const
 {
     const bool takesPlainPictures = name == "x264enc";
-    return std::format("{}{} {} {}={} {}={} ! h264parse", takesPlainPictures ? "" : "videoconvert ! video/x-raw,format=NV12 ! ",
+    return std::format("{}{} {} {}={} {}={} ! h264parse name=parser", takesPlainPictures ? "" : "videoconvert ! video/x-raw,format=NV12 ! ",
         name, options, bitRateOption, bitRate / 1000, keyFrameOption, keyFrameDistance);
 }
 

@@ -4,8 +4,10 @@
 #include "Platform/gstreamer/GstHandles.h"
 #include "VideoCore/Error.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <condition_variable>
+#include <deque>
 #include <exception>
 #include <fcntl.h>
 #include <format>
@@ -21,6 +23,9 @@ namespace {
 
 /// Samples between us and the encoder; more only take memory.
 constexpr int samplesInWork = 2;
+
+/// By how many samples of a channel avenc_aac answers late.
+constexpr std::size_t encoderDelay = 1024;
 
 std::string pictureLine(const TrackFile::Pictures& form)
 {
@@ -67,6 +72,10 @@ public:
 
         const GstPadHandle exit(gst_element_get_static_pad(m_source.get(), "src"));
         gst_pad_add_probe(exit.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::sampleLeft, this, nullptr);
+        if (const GstElementHandle parser = element("parser")) {
+            const GstPadHandle coded(gst_element_get_static_pad(parser.get(), "src"));
+            gst_pad_add_probe(coded.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::pictureCoded, this, nullptr);
+        }
         const GstBusHandle bus(gst_element_get_bus(m_bin.get()));
         gst_bus_set_sync_handler(bus.get(), &Pipeline::message, this, nullptr);
     }
@@ -79,6 +88,13 @@ public:
 
     Pipeline(const Pipeline&) = delete;
     Pipeline& operator=(const Pipeline&) = delete;
+
+    /// The length of a picture of which the buffer follows.
+    void expectLength(GstClockTime length)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_lengths.push_back(length);
+    }
 
     void push(GstBuffer* buffer)
     {
@@ -110,6 +126,7 @@ public:
     }
 
     std::uint64_t soundFrames = 0; ///< Written so far.
+    std::size_t soundToLeaveOut = encoderDelay;
     int channels = 1;
 
 private:
@@ -126,6 +143,20 @@ private:
             --pipeline->m_inWork;
         }
         pipeline->m_changed.notify_all();
+        return GST_PAD_PROBE_OK;
+    }
+
+    /// Encoders count with the frame rate; what matters is how long a picture really stands. They keep the order.
+    static GstPadProbeReturn pictureCoded(GstPad*, GstPadProbeInfo* info, gpointer self)
+    {
+        auto* pipeline = static_cast<Pipeline*>(self);
+        GstBuffer* buffer = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(info));
+        info->data = buffer;
+        const std::lock_guard lock(pipeline->m_mutex);
+        if (!pipeline->m_lengths.empty()) {
+            GST_BUFFER_DURATION(buffer) = pipeline->m_lengths.front();
+            pipeline->m_lengths.pop_front();
+        }
         return GST_PAD_PROBE_OK;
     }
 
@@ -174,6 +205,7 @@ private:
     std::mutex m_mutex; ///< Guards the following.
     std::condition_variable m_changed;
     int m_inWork = 0;
+    std::deque<GstClockTime> m_lengths; ///< Of pictures on their way through the encoder.
     bool m_ended = false;
     std::optional<std::string> m_failure;
 };
@@ -215,11 +247,19 @@ void TrackFile::write(const std::shared_ptr<const PictureMemory>& picture, doubl
         [](gpointer handle) { std::unique_ptr<Handle>(static_cast<Handle*>(handle)).reset(); });
     GST_BUFFER_PTS(buffer) = toClockTime(time);
     GST_BUFFER_DURATION(buffer) = toClockTime(length);
+    m_pipeline->expectLength(GST_BUFFER_DURATION(buffer));
     m_pipeline->push(buffer);
 }
 
 void TrackFile::write(std::span<const float> interleaved)
 {
+    // The encoder's answer begins with so much of its own, which nothing in the file tells: the sound behind it takes its place.
+    const std::size_t left =
+        std::min(m_pipeline->soundToLeaveOut * static_cast<std::size_t>(m_pipeline->channels), interleaved.size());
+    m_pipeline->soundToLeaveOut -= left / static_cast<std::size_t>(m_pipeline->channels);
+    interleaved = interleaved.subspan(left);
+    if (interleaved.empty())
+        return;
     const auto frames = interleaved.size() / static_cast<std::size_t>(m_pipeline->channels);
     GstBuffer* buffer = gst_buffer_new_memdup(interleaved.data(), interleaved.size_bytes());
     const auto clockTime = [](std::uint64_t position) {

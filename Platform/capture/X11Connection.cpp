@@ -76,9 +76,10 @@ X11Connection::X11Connection()
     while (number-- > 0 && screens.rem > 1)
         xcb_screen_next(&screens);
     m_screen = screens.data;
-    for (auto* extension : {&xcb_randr_id, &xcb_composite_id, &xcb_damage_id, &xcb_xfixes_id}) {
+    for (const auto& [extension, name] : {std::pair{&xcb_randr_id, "RANDR"}, std::pair{&xcb_composite_id, "Composite"},
+             std::pair{&xcb_damage_id, "DAMAGE"}, std::pair{&xcb_xfixes_id, "XFIXES"}}) {
         if (!hasExtension(get(), extension))
-            throw captureError(std::format("El servidor gráfico no ofrece {}, que hace falta para grabar.", extension->name));
+            throw captureError(std::format("El servidor gráfico no ofrece {}, que hace falta para grabar.", name));
     }
     // Their requests are refused before their versions are agreed on.
     answer(get(), xcb_randr_query_version_reply, xcb_randr_query_version(get(), 1, 5));

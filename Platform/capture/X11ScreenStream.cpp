@@ -70,8 +70,8 @@ private:
         m_damage = xcb_generate_id(connection);
         xcb_damage_create(connection, m_damage, m_target.watched(), XCB_DAMAGE_REPORT_LEVEL_BOUNDING_BOX);
         const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-        if (m_target.isWindow())
-            xcb_change_window_attributes(connection, m_target.watched(), XCB_CW_EVENT_MASK, &structure);
+        // The root window tells when monitors were arranged anew.
+        xcb_change_window_attributes(connection, m_target.watched(), XCB_CW_EVENT_MASK, &structure);
         xcb_randr_select_input(connection, m_connection.root(),
             XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE | XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
         m_firstDamage = xcb_get_extension_data(connection, &xcb_damage_id)->first_event;
@@ -135,9 +135,8 @@ private:
             noteDamage({.x = damage.area.x, .y = damage.area.y, .width = damage.area.width, .height = damage.area.height});
         } else if (type == m_firstRandr + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == m_firstRandr + XCB_RANDR_NOTIFY) {
             m_moved = true;
-        } else if (m_target.isWindow()
-            && (type == XCB_CONFIGURE_NOTIFY || type == XCB_MAP_NOTIFY || type == XCB_UNMAP_NOTIFY
-                || type == XCB_DESTROY_NOTIFY || type == XCB_REPARENT_NOTIFY)) {
+        } else if (type == XCB_CONFIGURE_NOTIFY || type == XCB_MAP_NOTIFY || type == XCB_UNMAP_NOTIFY
+            || type == XCB_DESTROY_NOTIFY || type == XCB_REPARENT_NOTIFY) {
             m_moved = true;
         }
     }

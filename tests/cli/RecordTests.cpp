@@ -53,11 +53,11 @@ protected:
 
 TEST_F(Record, ListsWhatThereIs)
 {
-    const PatternWindow pattern({.x = 10, .y = 20, .width = 300, .height = 200}, {"--title", "Una ventana"});
+    const PatternWindow pattern({.x = 10, .y = 20, .width = 300, .height = 200}, {"--title", "Una lección"});
     const auto sources = answer({"sources"});
     EXPECT_EQ(sources["displays"].size(), 1U);
     EXPECT_EQ(sources["displays"][0]["label"].text(), "Pantalla 1 · 640×360");
-    EXPECT_EQ(sources["windows"][0]["label"].text(), "Pattern — Una ventana");
+    EXPECT_EQ(sources["windows"][0]["label"].text(), "Pattern — Una lección");
     EXPECT_EQ(sources["windows"][0]["width"].number(), 300);
     EXPECT_EQ(sources["microphones"].size(), 0U);
     EXPECT_THAT(orvo({"sources"}).out, HasSubstr("Pantalla 1 · 640×360"));

@@ -79,10 +79,10 @@ TEST_F(ScreenRecording, OfOneOfTwoMonitorsShowsThatOne)
 
 TEST_F(ScreenRecording, OfAWindowFollowsItAndIsWholeUnderOthers)
 {
-    PatternWindow pattern({.x = 40, .y = 30, .width = 400, .height = 240}, {"--title", "Lección"});
+    PatternWindow pattern({.x = 40, .y = 30, .width = 400, .height = 240}, {"--title", "Leccion"});
     const auto windows = CaptureSources::windows();
     ASSERT_EQ(windows.size(), 1U);
-    EXPECT_EQ(windows[0].label, "Pattern — Lección");
+    EXPECT_EQ(windows[0].label, "Pattern — Leccion");
     EXPECT_EQ(windows[0].rect, (Rect{40, 30, 400, 240}));
 
     auto session = start(planOf(windows[0]));
@@ -90,16 +90,16 @@ TEST_F(ScreenRecording, OfAWindowFollowsItAndIsWholeUnderOthers)
     const PatternWindow cover({.x = 0, .y = 0, .width = 640, .height = 360}, {"--title", "Encima"});
     const double covered = session->time();
     waitFor(*session, covered + 1);
-    ASSERT_TRUE(display.xdotool({"search", "--name", "Lección", "windowmove", "--sync", "200", "100"}));
+    ASSERT_TRUE(display.xdotool({"search", "--name", "Leccion", "windowmove", "--sync", "200", "100"}));
     const double moved = session->time();
     waitFor(*session, moved + 1);
     ASSERT_TRUE(display.xdotool({"mousemove", "300", "160"}));
     waitFor(*session, moved + 1.5);
-    ASSERT_TRUE(display.xdotool({"search", "--name", "Lección", "windowunmap", "--sync"}));
-    ASSERT_TRUE(display.xdotool({"search", "--name", "Lección", "windowmap", "--sync"}));
+    ASSERT_TRUE(display.xdotool({"search", "--name", "Leccion", "windowunmap", "--sync"}));
+    ASSERT_TRUE(display.xdotool({"search", "--name", "Leccion", "windowmap", "--sync"}));
     const double mapped = session->time();
     waitFor(*session, mapped + 1);
-    ASSERT_TRUE(display.xdotool({"search", "--name", "Lección", "windowsize", "--sync", "200", "240"}));
+    ASSERT_TRUE(display.xdotool({"search", "--name", "Leccion", "windowsize", "--sync", "200", "240"}));
     const double resized = session->time();
     waitFor(*session, resized + 1);
     pattern.close();

@@ -95,7 +95,7 @@ TEST_F(SampleWriterTests, SoundIsWhereItsTimeSays)
         const auto probed = probe(file);
         EXPECT_EQ(probed.audioCodec, "aac");
         EXPECT_EQ(probed.audioChannels, written);
-        EXPECT_NEAR(probed.audioDuration, 4, 0.022);
+        EXPECT_NEAR(probed.audioDuration, 4, 0.02);
         const auto samples = decodeSound(file);
         const auto onset = [&](double after) {
             auto i = static_cast<std::size_t>(after * 48'000);
@@ -105,7 +105,7 @@ TEST_F(SampleWriterTests, SoundIsWhereItsTimeSays)
         };
         EXPECT_NEAR(onset(0), 1.0, 0.003) << "what the encoder adds before the sound is taken off";
         EXPECT_NEAR(onset(2), 2.5, 0.003);
-        EXPECT_LT(level(samples, 1.52, 2.48), 0.01);
+        EXPECT_LT(level(samples, 1.53, 2.47), 0.01);
     }
 }
 
@@ -165,12 +165,14 @@ TEST_F(SampleWriterTests, TheFirstFailureIsToldOnceAndEndsTheFile)
 
     std::atomic<int> told = 0;
     SampleWriter writer(folder / "sound.m4a", {.onFailure = [&](const std::exception_ptr&) { ++told; }});
-    const FileSizeLimit full(40'000);
-    for (int i = 0; i < 30 && told == 0; ++i) {
-        writer.append(sound(i, 1), origin);
-        std::this_thread::sleep_for(50ms);
+    {
+        const FileSizeLimit full(60'000);
+        for (int i = 0; i < 30 && told == 0; ++i) {
+            writer.append(sound(i, 1), origin);
+            std::this_thread::sleep_for(50ms);
+        }
+        EXPECT_THROW(writer.finish(at(30)), Error);
     }
-    EXPECT_THROW(writer.finish(at(30)), Error);
     EXPECT_EQ(told, 1);
     EXPECT_GT(level(decodeSound(writer.url()), 0, 1), 0.1);
 }

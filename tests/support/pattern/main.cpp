@@ -59,6 +59,8 @@ public:
             place.height, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0, nullptr);
         xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
             static_cast<std::uint32_t>(title.size()), title.data());
+        xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, atom("_NET_WM_NAME"), atom("UTF8_STRING"), 8,
+            static_cast<std::uint32_t>(title.size()), title.data());
         constexpr std::string_view kind{"pattern\0Pattern", 16};
         xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
             static_cast<std::uint32_t>(kind.size()), kind.data());
@@ -142,6 +144,15 @@ private:
         const bool isThere = !error && xcb_connection_has_error(m_connection) == 0;
         std::free(error);
         return isThere;
+    }
+
+    xcb_atom_t atom(std::string_view name) const
+    {
+        auto* reply = xcb_intern_atom_reply(m_connection,
+            xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr);
+        const xcb_atom_t number = reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+        std::free(reply);
+        return number;
     }
 
     void fill(std::uint32_t colour, int x, int y, int width, int height)
