@@ -43,8 +43,14 @@ void AppModel::doShortcut(ShortcutManager::Action action)
 
 void AppModel::startRecording()
 {
-    if (!isRecording() && !m_busy)
-        start(record());
+    if (isRecording() || m_busy)
+        return;
+    if (m_capture.mode() == QLatin1String("tab")) {
+        openExtensionFolder();
+        setStatus(QStringLiteral("Inicia la captura desde el icono Orvo Video en Chrome o Brave."));
+        return;
+    }
+    start(record());
 }
 
 QCoro::Task<> AppModel::record()

@@ -118,13 +118,12 @@ void RecordingSession::giveUp()
     m_engine.onError = {};
     m_stopped = true;
     m_project.state = ProjectState::needsRecovery;
-    std::error_code ignored;
     try {
         m_store.save(m_project);
     } catch (const std::exception&) {
         // The reason of the failed start is the one to tell.
     }
-        CaptureSession::unmark(m_store.directory(m_id));
+    CaptureSession::unmark(m_store.directory(m_id));
 }
 
 VideoProject RecordingSession::project() const
@@ -292,10 +291,8 @@ RecordingSession::Result RecordingSession::stop()
         save();
     }
     // While it stays, the project is known to have to be recovered.
-    if (project.state == ProjectState::ready) {
-        std::error_code ignored;
+    if (project.state == ProjectState::ready)
         CaptureSession::unmark(m_store.directory(m_id));
-    }
     const std::lock_guard lock(m_mutex);
     m_project = project;
     result.project = std::move(project);

@@ -13,6 +13,7 @@ namespace {
 const QString screenMode = QStringLiteral("screen");
 const QString windowMode = QStringLiteral("window");
 const QString regionMode = QStringLiteral("region");
+const QString tabMode = QStringLiteral("tab");
 
 QString permissionText()
 {
@@ -78,7 +79,7 @@ void CaptureChoice::shutDown()
 
 void CaptureChoice::setMode(const QString& mode)
 {
-    const QString valid = mode == windowMode || mode == regionMode ? mode : screenMode;
+    const QString valid = mode == windowMode || mode == regionMode || mode == tabMode ? mode : screenMode;
     if (m_mode == valid)
         return;
     const bool otherKind = kindOf(m_mode) != kindOf(valid);
@@ -109,8 +110,12 @@ QString CaptureChoice::pointerNote() const
 
 void CaptureChoice::loadSources()
 {
-    if (!desktopChooses())
+    if (m_mode == tabMode) { // The browser knows the tabs.
+        ++m_listing;
+        show({}, {});
+    } else if (!desktopChooses()) {
         list();
+    }
 }
 
 void CaptureChoice::choose()

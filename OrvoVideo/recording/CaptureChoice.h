@@ -35,7 +35,7 @@ public:
     CaptureChoice(WindowSystem system, std::unique_ptr<ScreenCast> screenCast, bool pressesSeen, QObject* parent = nullptr);
     ~CaptureChoice() override;
 
-    /// "screen", "window" or "region"; anything else is "screen". The sources are those of the mode: `loadSources` lists them.
+    /// "screen", "window", "region" or "tab"; anything else is "screen". The sources are those of the mode (a tab has none): `loadSources` lists them.
     QString mode() const { return m_mode; }
     void setMode(const QString& mode);
 

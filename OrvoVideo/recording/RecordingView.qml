@@ -12,7 +12,8 @@ Popup {
 
     required property AppModel app
     readonly property CaptureChoice choice: app.capture
-    readonly property var modes: ["screen", "window", "region"]
+    readonly property var modes: ["screen", "window", "region", "tab"]
+    readonly property bool isTab: choice.mode === "tab"
     readonly property var heights: [720, 1080, 1440, 2160]
     readonly property var rates: [30, 60]
 
@@ -99,15 +100,35 @@ Popup {
                     objectName: "mode"
                     Layout.fillWidth: true
                     name: "Origen"
-                    model: ["Pantalla", "Ventana", "Zona"]
+                    model: ["Pantalla", "Ventana", "Zona", "Pestaña"]
                     currentIndex: Math.max(0, root.modes.indexOf(root.choice.mode))
                     onActivated: index => root.choice.mode = root.modes[index]
                 }
                 SourceChoice {
                     Layout.fillWidth: true
+                    visible: !root.isTab
                     choice: root.choice
                 }
+                OLabel {
+                    objectName: "tabText"
+                    Layout.fillWidth: true
+                    visible: root.isTab
+                    secondary: true
+                    text: "Abre Chrome o Brave y pulsa el icono de Orvo Video para seleccionar y grabar una pestaña. Los controles y atajos de la extensión funcionan aunque cambies de pestaña."
+                    wrapMode: Text.Wrap
+                    lineHeight: 1.25
+                }
+                OLabel {
+                    Layout.fillWidth: true
+                    visible: root.isTab
+                    secondary: true
+                    text: "En chrome://extensions o brave://extensions, activa Modo desarrollador, pulsa Cargar descomprimida y elige esta carpeta. La resolución, el micrófono y la cámara se eligen allí, en la extensión."
+                    font.pixelSize: Theme.captionSize
+                    wrapMode: Text.Wrap
+                    lineHeight: 1.25
+                }
                 RowLayout {
+                    visible: !root.isTab
                     spacing: Theme.space(3)
 
                     OLabel {
@@ -137,6 +158,7 @@ Popup {
                 Rectangle {
                     Layout.fillWidth: true
                     Layout.preferredHeight: 1
+                    visible: !root.isTab
                     color: Theme.line
                 }
 
@@ -145,13 +167,15 @@ Popup {
                 }
                 MicrophoneChoice {
                     Layout.fillWidth: true
+                    visible: !root.isTab
                     app: root.app
                     devices: captureDevices
-                    listening: root.visible
+                    listening: root.visible && !root.isTab
                 }
                 OSwitch {
                     objectName: "systemAudio"
                     Layout.fillWidth: true
+                    visible: !root.isTab
                     text: "Grabar audio del contenido"
                     checked: root.app.options.systemAudio
                     onToggled: root.app.options.systemAudio = checked
@@ -159,7 +183,7 @@ Popup {
                 OComboBox {
                     objectName: "output"
                     Layout.fillWidth: true
-                    visible: root.app.options.systemAudio && captureDevices.outputs.length > 2
+                    visible: !root.isTab && root.app.options.systemAudio && captureDevices.outputs.length > 2
                     name: "Salida"
                     textRole: "label"
                     valueRole: "id"
@@ -169,12 +193,13 @@ Popup {
                 }
                 CameraChoice {
                     Layout.fillWidth: true
+                    visible: !root.isTab
                     app: root.app
                     devices: captureDevices
-                    watching: root.visible
+                    watching: root.visible && !root.isTab
                 }
                 RowLayout {
-                    visible: root.choice.pointerNote !== ""
+                    visible: !root.isTab && root.choice.pointerNote !== ""
                     spacing: Theme.space(2)
 
                     OIcon {
@@ -239,8 +264,8 @@ Popup {
 
                 objectName: "record"
                 prominent: true
-                text: "Grabar"
-                iconName: "circle-dot"
+                text: root.isTab ? "Abrir extensión" : "Grabar"
+                iconName: root.isTab ? "folder-open" : "circle-dot"
                 enabled: !root.app.busy && !root.app.isRecording
                 onClicked: root.record()
             }
