@@ -122,7 +122,7 @@ Popup {
                     Layout.fillWidth: true
                     visible: root.isTab
                     secondary: true
-                    text: "En chrome://extensions o brave://extensions, activa Modo desarrollador, pulsa Cargar descomprimida y elige esta carpeta. La resolución, el micrófono y la cámara se eligen allí, en la extensión."
+                    text: "En chrome://extensions o brave://extensions, activa Modo desarrollador, pulsa Cargar descomprimida y elige la carpeta que se abre. La resolución, el micrófono y la cámara se eligen allí, en la extensión."
                     font.pixelSize: Theme.captionSize
                     wrapMode: Text.Wrap
                     lineHeight: 1.25
