@@ -1,6 +1,7 @@
 #include "OrvoVideo/AppModel.h"
 
 #include "OrvoVideo/Text.h"
+#include "Platform/StoredSettings.h"
 
 namespace orvo {
 
@@ -47,6 +48,9 @@ AppModel::AppModel(AppServices services, QObject* parent)
     });
     m_previewAnswer.give(PreviewOutcome::superseded); // There is none yet.
 
+    if (const auto address = StoredSettings::text(StoredSettings::serverURL))
+        m_serverURL = QString::fromStdString(*address);
+    start(loadCredentialAtStart());
     refreshLibrary();
 }
 

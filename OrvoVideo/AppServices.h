@@ -1,7 +1,10 @@
 #pragma once
 
+#include "OrvoVideo/publishing/Publisher.h"
 #include "OrvoVideo/transcription/TranscriptionService.h"
 #include "Platform/FilePanels.h"
+#include "Platform/Keychain.h"
+#include "Platform/Pasteboard.h"
 #include "Platform/PreviewPlayer.h"
 #include "Platform/Workspace.h"
 #include "VideoCore/ProjectStore.h"
@@ -22,8 +25,14 @@ struct AppServices {
     std::unique_ptr<PreviewPlayer> cameraPlayer;
     std::unique_ptr<FilePanels> panels;
     std::unique_ptr<Workspace> workspace;
+    std::unique_ptr<Pasteboard> pasteboard;
     /// Recognises speech; called on a worker thread.
     std::function<decltype(TranscriptionService::transcribe)> transcribe = TranscriptionService::transcribe;
+    /// Read and store the user's secrets; called on a worker thread.
+    std::function<decltype(Keychain::load)> loadSecret = Keychain::load;
+    std::function<decltype(Keychain::save)> saveSecret = Keychain::save;
+    /// How the publishing server is spoken to.
+    Publisher::Options publisher;
 
     /// Those of this system, with the library in its usual place or in `libraryRoot`. Needs a `QApplication`.
     ///

@@ -11,7 +11,8 @@ AppServices AppServices::create(const std::optional<std::filesystem::path>& libr
         .player = PreviewPlayer::create(),
         .cameraPlayer = PreviewPlayer::create(),
         .panels = FilePanels::create(),
-        .workspace = Workspace::create()};
+        .workspace = Workspace::create(),
+        .pasteboard = Pasteboard::create()};
 }
 
 } // namespace orvo

@@ -4,6 +4,7 @@ orvo_module(PlatformDesktop INCLUDED_AS Platform
   SOURCES
     DesktopWorkspace.cpp
     QtFilePanels.cpp
+    QtPasteboard.cpp
   PUBLIC Platform PlatformPreview Qt6::Core Qt6::Gui
   PRIVATE Qt6::DBus Qt6::Widgets)
 set_target_properties(PlatformDesktop PROPERTIES AUTOMOC ON)
