@@ -1,6 +1,7 @@
 #include "OrvoVideo/AppModel.h"
 
 #include "OrvoVideo/Text.h"
+#include "Platform/StoredSettings.h"
 
 namespace orvo {
 
@@ -53,6 +54,9 @@ AppModel::AppModel(AppServices services, QObject* parent)
         m_notifications = m_services.observe([this](std::string_view name) { hearNotification(name); });
     start(setUpBrowsers());
     prepareRecording();
+    if (const auto address = StoredSettings::text(StoredSettings::serverURL))
+        m_serverURL = QString::fromStdString(*address);
+    start(loadCredentialAtStart());
     refreshLibrary();
 }
 

@@ -29,11 +29,14 @@
 #include <QtQml/qqmlregistration.h>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <set>
 #include <stop_token>
 
 namespace orvo {
+
+class PublicationPackage;
 
 /// The one central model of the application: the library, the open project with its history, the preview players, the one
 /// long operation of the moment and the texts that the user sees.
@@ -90,6 +93,15 @@ class AppModel : public QObject {
     Q_PROPERTY(QString language READ language WRITE setLanguage NOTIFY languageChanged)
     Q_PROPERTY(QString speechModel READ speechModel WRITE setSpeechModel NOTIFY transcriptionChanged)
     Q_PROPERTY(bool ffmpegAvailable READ ffmpegAvailable CONSTANT)
+    Q_PROPERTY(QString permissionsText READ permissionsText CONSTANT)
+    // Publishing.
+    Q_PROPERTY(QString domainText READ domainText WRITE setDomainText NOTIFY domainTextChanged)
+    Q_PROPERTY(bool publicLink READ publicLink WRITE setPublicLink NOTIFY publicLinkChanged)
+    Q_PROPERTY(QString serverURL READ serverURL WRITE setServerURL NOTIFY serverURLChanged)
+    Q_PROPERTY(QString adminToken READ adminToken WRITE setAdminToken NOTIFY adminTokenChanged)
+    Q_PROPERTY(QString connectionStatus READ connectionStatus NOTIFY connectionStatusChanged)
+    Q_PROPERTY(QString oauthClientID READ oauthClientID WRITE setOauthClientID NOTIFY oauthClientIDChanged)
+    Q_PROPERTY(QString oauthClientSecret READ oauthClientSecret WRITE setOauthClientSecret NOTIFY oauthClientSecretChanged)
     Q_PROPERTY(bool carefulTranscription READ carefulTranscription WRITE setCarefulTranscription NOTIFY transcriptionChanged)
 
 public:
@@ -292,6 +304,54 @@ public:
     /// Writes all sound of a project but that of cameras into one file for speech recognition.
     QCoro::Task<> analysisAudio(VideoProject project, std::filesystem::path destination, WorkControl control);
 
+    // --- Publishing (AppModelPublishing.cpp) ------------------------------------------------------------------------------
+
+    /// Renders and packages the open project, unless that was done for just what it is now, uploads it and stores where it is:
+    /// a long operation. At its end the embed code is on the clipboard.
+    Q_INVOKABLE void publish();
+    /// Takes the open project's video back from the server: a long operation. Nothing when it is not published.
+    Q_INVOKABLE void unpublish();
+    /// Tells the server who may embed the open project's video and whether its link is public: a long operation. Nothing when it
+    /// is not published.
+    Q_INVOKABLE void updatePolicy();
+    /// Put the address and the embed code of the open project's video on the clipboard. Nothing when it is not published.
+    Q_INVOKABLE void copyLink();
+    Q_INVOKABLE void copyEmbed();
+
+    /// The web origins that may embed the open project's video, as the user types them.
+    QString domainText() const { return m_domainText; }
+    void setDomainText(const QString& text);
+    /// Whether its link may be opened outside of them.
+    bool publicLink() const { return m_publicLink; }
+    void setPublicLink(bool isPublic);
+
+    // --- The publishing server (AppModelSettings.cpp) ---------------------------------------------------------------------
+
+    QString serverURL() const { return m_serverURL; }
+    void setServerURL(const QString& address);
+    /// The credential of the server's administrator; kept in the keychain.
+    QString adminToken() const { return m_adminToken; }
+    void setAdminToken(const QString& token);
+    /// What the last look at the server has told.
+    QString connectionStatus() const { return m_connectionStatus; }
+    /// The OAuth client that the server is to use Drive with; not stored here.
+    QString oauthClientID() const { return m_oauthClientID; }
+    void setOauthClientID(const QString& id);
+    QString oauthClientSecret() const { return m_oauthClientSecret; }
+    void setOauthClientSecret(const QString& secret);
+
+    /// Stores the credential in the keychain, or takes it from there when none is typed, then the server's address. Throws what
+    /// `Keychain` and `StoredSettings` throw.
+    QCoro::Task<> saveSettings(WorkControl control);
+
+    /// Each is a long operation: reads the credential, asking the user where that is needed, and looks at the server; saves the
+    /// settings and looks at the server; saves them and gives the server the OAuth client; saves them and opens the page where
+    /// the user lets the server use Drive.
+    Q_INVOKABLE void readServerCredential();
+    Q_INVOKABLE void checkConnection();
+    Q_INVOKABLE void configureOAuth();
+    Q_INVOKABLE void connectDrive();
+
     // --- Recovery (AppModelRecovery.cpp) ----------------------------------------------------------------------------------
 
     /// Prepares all files of the open project anew ("Recuperar grabación"): a long operation.
@@ -362,6 +422,11 @@ public:
     /// Show the folder of the library and the folder for speech models (which is made) in the file manager.
     Q_INVOKABLE void openProjectsFolder();
     Q_INVOKABLE void openModelFolder();
+    /// What this desktop asks for, and does not, before screen, clicks and keys may be seen.
+    QString permissionsText() const;
+    /// Show the desktop's settings for the privacy of the screen, and for global shortcuts, or say that it has none.
+    Q_INVOKABLE void openScreenPrivacy();
+    Q_INVOKABLE void allowGlobalInput();
 
     // --- Browsers (AppModelBrowser.cpp) -----------------------------------------------------------------------------------
 
@@ -389,6 +454,13 @@ signals:
     void exportQualityChanged();
     void languageChanged();
     void transcriptionChanged();
+    void domainTextChanged();
+    void publicLinkChanged();
+    void serverURLChanged();
+    void adminTokenChanged();
+    void connectionStatusChanged();
+    void oauthClientIDChanged();
+    void oauthClientSecretChanged();
 
 protected:
     enum class Recording : std::uint8_t { no, running, paused };
@@ -424,6 +496,8 @@ private:
     enum class Undo : std::uint8_t { step, same, none };
     /// Changes a project of the library, whether it is the open one or not, and saves it.
     QCoro::Task<> changeProject(Uuid id, std::function<void(VideoProject&)> change, Undo undo);
+    /// As `update`, for a project that may not be open any more. A step of its own, also in the middle of a gesture.
+    QCoro::Task<> updateProject(Uuid id, std::function<void(VideoProject&)> change);
 
     // Saving.
     void noteEdit();
@@ -479,6 +553,18 @@ private:
     // Browsers.
     QCoro::Task<> setUpBrowsers();
     void hearNotification(std::string_view name);
+    // Publishing.
+    QCoro::Task<> publishProject(VideoProject project, WorkControl control);
+    QCoro::Task<std::shared_ptr<PublicationPackage>> preparePackage(VideoProject project, WorkControl control);
+    void showPublication();
+    void copyEmbedOf(const Publication& publication);
+
+    // The publishing server.
+    std::shared_ptr<Publisher> makePublisher() const;
+    QCoro::Task<> loadCredential(WorkControl control, Keychain::Interaction interaction);
+    QCoro::Task<> loadCredentialAtStart();
+    QCoro::Task<> lookAtServer(WorkControl control);
+    void setConnectionStatus(const QString& status);
 
     AppServices m_services;
     std::unique_ptr<NotificationObserver> m_notifications;
@@ -545,6 +631,14 @@ private:
     QString m_exportQuality = QStringLiteral("balanced");
     QString m_language = QStringLiteral("es-ES");
     TranscriptionOptions m_transcription{.model = std::string(SpeechModels::usual)};
+
+    QString m_domainText;
+    bool m_publicLink = false;
+    QString m_serverURL;
+    QString m_adminToken;
+    QString m_connectionStatus = QStringLiteral("Sin comprobar");
+    QString m_oauthClientID;
+    QString m_oauthClientSecret;
 
     ProjectDocuments m_documents;
     Workers m_workers;

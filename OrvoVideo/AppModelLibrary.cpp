@@ -136,6 +136,7 @@ void AppModel::openProject(VideoProject project, std::optional<VideoProject> uns
     setSelectedSpan({0, std::min(m_project->duration, 1.0)});
     pause();
     setPlayhead(0);
+    showPublication();
     if (recovered) {
         noteEdit();
         saveNow();

@@ -4,6 +4,7 @@
 #include "VideoMedia/RecordingPreparation.h"
 
 #include <QScopeGuard>
+#include <utility>
 
 namespace orvo {
 
@@ -50,6 +51,18 @@ QCoro::Task<> AppModel::prepareListed(VideoProject project)
     const auto done = qScopeGuard([this, id = project.id] { m_processing.erase(id); });
     co_await processTab(project, false, {});
     refreshLibrary();
+}
+
+QCoro::Task<> AppModel::updateProject(Uuid id, std::function<void(VideoProject&)> change)
+{
+    if (!m_project || m_project->id != id) {
+        co_await changeProject(id, std::move(change), Undo::step);
+        co_return;
+    }
+    // A gesture that is under way goes on with another step.
+    const auto gesture = std::exchange(m_gesture, Gesture::none);
+    update(change);
+    m_gesture = gesture == Gesture::none ? Gesture::none : Gesture::begun;
 }
 
 QCoro::Task<> AppModel::changeProject(Uuid id, std::function<void(VideoProject&)> change, Undo undo)

@@ -1,8 +1,6 @@
 #include "OrvoVideo/AppModel.h"
 #include "VideoMedia/AnalysisAudio.h"
 
-#include <utility>
-
 namespace orvo {
 
 namespace fs = std::filesystem;
@@ -28,16 +26,8 @@ QCoro::Task<> AppModel::transcribeProject(VideoProject project, WorkControl cont
         });
     const auto replace = [words = SharedList(std::move(words))](VideoProject& changed) { changed.edit.words = words; };
     // In the project that it was asked for: another one may be open by now.
-    const auto isOpen = [this, id = project.id] { return m_project && m_project->id == id; };
-    if (isOpen()) {
-        // A step of its own, also in the middle of a drag, which goes on with another one.
-        const auto gesture = std::exchange(m_gesture, Gesture::none);
-        update(replace);
-        m_gesture = gesture == Gesture::none ? Gesture::none : Gesture::begun;
-    } else {
-        co_await changeProject(project.id, replace, Undo::step);
-    }
-    if (isOpen())
+    co_await updateProject(project.id, replace);
+    if (m_project && m_project->id == project.id)
         findSuggestions();
     setStatus(QStringLiteral("Transcripción lista"));
 }

@@ -2,10 +2,13 @@
 
 #include "OrvoVideo/browser/BrowserIntegration.h"
 #include "OrvoVideo/capture/CaptureEngine.h"
+#include "OrvoVideo/publishing/Publisher.h"
 #include "OrvoVideo/recording/RegionPicker.h"
 #include "OrvoVideo/transcription/TranscriptionService.h"
 #include "Platform/FilePanels.h"
+#include "Platform/Keychain.h"
 #include "Platform/Notifications.h"
+#include "Platform/Pasteboard.h"
 #include "Platform/PreviewPlayer.h"
 #include "Platform/ShortcutKeys.h"
 #include "Platform/WindowSystem.h"
@@ -46,8 +49,14 @@ struct AppServices {
     /// Listens to the session's other programs, when there is one.
     std::function<decltype(NotificationObserver::create)> observe;
     RecordingServices recording;
+    std::unique_ptr<Pasteboard> pasteboard;
     /// Recognises speech; called on a worker thread.
     std::function<decltype(TranscriptionService::transcribe)> transcribe = TranscriptionService::transcribe;
+    /// Read and store the user's secrets; called on a worker thread.
+    std::function<decltype(Keychain::load)> loadSecret = Keychain::load;
+    std::function<decltype(Keychain::save)> saveSecret = Keychain::save;
+    /// How the publishing server is spoken to.
+    Publisher::Options publisher;
 
     /// Those of this system, with the library in its usual place or in `libraryRoot`. Needs a `QApplication`.
     ///

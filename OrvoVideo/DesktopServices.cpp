@@ -27,7 +27,8 @@ AppServices AppServices::create(const std::optional<std::filesystem::path>& libr
         .workspace = Workspace::create(),
         .browsers = BrowserIntegration(),
         .observe = NotificationObserver::create,
-        .recording = RecordingServices::create()};
+        .recording = RecordingServices::create(),
+        .pasteboard = Pasteboard::create()};
 }
 
 } // namespace orvo

@@ -6,6 +6,7 @@ orvo_module(PlatformDesktop INCLUDED_AS Platform
     BusNotificationObserver.cpp
     DesktopWorkspace.cpp
     QtFilePanels.cpp
+    QtPasteboard.cpp
     ShortcutKeys.cpp
     ShortcutKeys.h
     input/VirtualKeys.cpp

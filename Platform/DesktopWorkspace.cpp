@@ -5,6 +5,8 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDesktopServices>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QUrl>
 
 namespace orvo {
@@ -37,6 +39,36 @@ public:
     }
 
     void openFolder(const std::filesystem::path& folder) override { QDesktopServices::openUrl(addressOf(folder)); }
+
+    void openAddress(const std::string& address) override
+    {
+        const QUrl url(QString::fromStdString(address));
+        if (url.isValid() && (url.scheme() == QLatin1String("https") || url.scheme() == QLatin1String("http")))
+            QDesktopServices::openUrl(url);
+    }
+
+    bool openSettings(SettingsPage page) override
+    {
+        struct Program {
+            const char* name;
+            const char* privacy;
+            const char* shortcuts;
+        };
+        static constexpr Program programs[]{
+            {"gnome-control-center", "privacy", "keyboard"},
+            {"systemsettings", "kcm_app-permissions", "kcm_keys"},
+            {"xfce4-settings-manager", nullptr, nullptr},
+        };
+        for (const auto& program : programs) {
+            const QString found = QStandardPaths::findExecutable(QString::fromLatin1(program.name));
+            if (found.isEmpty())
+                continue;
+            const char* name = page == SettingsPage::privacy ? program.privacy : program.shortcuts;
+            if (QProcess::startDetached(found, name ? QStringList{QString::fromLatin1(name)} : QStringList()))
+                return true;
+        }
+        return false;
+    }
 };
 
 } // namespace

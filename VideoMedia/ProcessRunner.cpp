@@ -145,6 +145,8 @@ pid_t spawn(const fs::path& executable, const std::vector<std::string>& argument
     posix_spawnattr_t attributes;
     posix_spawn_file_actions_init(&actions);
     posix_spawnattr_init(&attributes);
+    // A child that reads what is typed would take it from a terminal that is not its own.
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, output.writing(), STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, output.writing(), STDERR_FILENO);
     // The child gets ordinary signal handling, whatever this thread blocks and this program ignores.

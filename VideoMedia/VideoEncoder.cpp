@@ -83,11 +83,17 @@ VideoEncoder choose(const fs::path& ffmpeg, const std::stop_token& stop)
 
 } // namespace
 
-std::vector<std::string> VideoEncoder::arguments(std::int64_t bitRate) const
+std::vector<std::string> VideoEncoder::plainArguments(std::int64_t bitRate) const
 {
     std::vector<std::string> line{"-c:v", name};
     line.insert(line.end(), options.begin(), options.end());
     line.insert(line.end(), {"-b:v", std::to_string(bitRate)});
+    return line;
+}
+
+std::vector<std::string> VideoEncoder::arguments(std::int64_t bitRate) const
+{
+    std::vector<std::string> line = plainArguments(bitRate);
     // An uploaded picture has the format of the hardware already.
     if (upload.empty())
         line.insert(line.end(), {"-pix_fmt", "yuv420p"});

@@ -18,6 +18,9 @@ struct VideoEncoder {
     /// "-c:v" with the name and options, "-b:v" with `bitRate` in bits per second, and the pixel format.
     std::vector<std::string> arguments(std::int64_t bitRate) const;
 
+    /// As `arguments`, in the pixel format that the picture already has.
+    std::vector<std::string> plainArguments(std::int64_t bitRate) const;
+
     friend bool operator==(const VideoEncoder&, const VideoEncoder&) = default;
 
     /// The encoder to use with this `ffmpeg`: the system encoder "h264_videotoolbox" where it exists, else the first of

@@ -71,6 +71,9 @@ std::unique_ptr<CLI::App> makeApplication(Session& session)
     addTranscriptCommands(*app, session);
     addSuggestionCommands(*app, session);
     addExportCommand(*app, session);
+    addPackageCommand(*app, session);
+    addPublishCommands(*app, session);
+    addSettingsCommand(*app, session);
     addValidateCommand(*app, session);
     app->footer(footer); // Last, because commands begin with the footer that there is.
     return app;

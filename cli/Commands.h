@@ -24,6 +24,9 @@ void addTranscriptCommands(CLI::App& app, Session& session); ///< words, subtitl
 void addSuggestionCommands(CLI::App& app, Session& session); ///< suggest, apply
 void addRecoverCommand(CLI::App& app, Session& session);
 void addExportCommand(CLI::App& app, Session& session);
+void addPackageCommand(CLI::App& app, Session& session);
+void addPublishCommands(CLI::App& app, Session& session); ///< publish, unpublish
+void addSettingsCommand(CLI::App& app, Session& session);
 void addValidateCommand(CLI::App& app, Session& session);
 
 } // namespace orvo::cli

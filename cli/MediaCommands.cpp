@@ -10,11 +10,10 @@
 #include "cli/Failures.h"
 #include "cli/LongWork.h"
 #include "cli/ProjectLock.h"
+#include "cli/RenderOptions.h"
 #include "cli/Text.h"
 #include "cli/Wording.h"
 
-#include <algorithm>
-#include <array>
 #include <chrono>
 #include <format>
 #include <optional>
@@ -162,18 +161,9 @@ struct ExportArguments {
 
 ExportSettings settingsOf(const ExportArguments& arguments)
 {
-    static constexpr std::array<std::string_view, 3> qualities{"small", "balanced", "high"};
-    ExportSettings settings;
-    if (!arguments.height.empty())
-        settings.height = integerArgument("--height", arguments.height, {2, 8192});
+    ExportSettings settings = renderSettings(arguments.height, arguments.quality);
     if (!arguments.fps.empty())
         settings.fps = integerArgument("--fps", arguments.fps, {1, 240});
-    if (!arguments.quality.empty())
-        settings.quality = arguments.quality;
-    if (!std::ranges::contains(qualities, settings.quality)) {
-        throw UsageError(std::format("No existe la calidad {}.{} Las calidades son small, balanced y high.",
-            inQuotes(settings.quality), suggestion(settings.quality, qualities)));
-    }
     return settings;
 }
 
@@ -234,11 +224,8 @@ void addExportCommand(CLI::App& app, Session& session)
         [](Command& command, ExportArguments& arguments) {
             command.project(arguments.project);
             command.argument("ARCHIVO", arguments.file, "El archivo .mp4; si existe, se reemplaza.");
-            command.option(
-                "--height", "N", arguments.height, "Altura en píxeles, como mucho la del proyecto; 1080 si no se indica.");
+            addRenderOptions(command, arguments.height, arguments.quality);
             command.option("--fps", "N", arguments.fps, "Fotogramas por segundo; 30 si no se indica.");
-            command.option("--quality", "CALIDAD", arguments.quality,
-                "small (menor peso), balanced (equilibrada) o high (alta); balanced si no se indica.");
         },
         exportProject);
 }

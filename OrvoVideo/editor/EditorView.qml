@@ -19,6 +19,7 @@ FocusScope {
 
     /// The inspector has to be seen now.
     signal inspectorWanted()
+    signal settingsWanted()
 
     /// Gives the keyboard to the timeline, where every key of the editor works.
     function takeKeyboard() {
@@ -114,6 +115,7 @@ FocusScope {
             SplitView.maximumWidth: 560
             visible: root.inspectorShown
             app: root.app
+            onSettingsWanted: root.settingsWanted()
         }
     }
 

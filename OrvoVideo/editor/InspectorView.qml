@@ -14,6 +14,8 @@ Item {
     property string section: "text"
     readonly property var sections: ["text", "effects", "share"]
 
+    signal settingsWanted()
+
     /// Shows the field for a text on the screen and gives it the keyboard.
     function editOverlayText() {
         section = "effects"
@@ -68,6 +70,7 @@ Item {
             name: "share"
             sourceComponent: SharingSection {
                 app: root.app
+                onSettingsWanted: root.settingsWanted()
             }
         }
     }

@@ -11,9 +11,10 @@ Flickable {
     id: root
 
     required property AppModel app
-    /// Why nothing can be published; empty when it can.
-    readonly property string unavailable: "La publicación no está disponible en esta versión. Exporta el vídeo para compartirlo como archivo."
-    readonly property bool available: unavailable === ""
+    /// Whether a server can be asked at all.
+    readonly property bool configured: app.serverURL.trim() !== ""
+
+    signal settingsWanted()
 
     contentHeight: column.implicitHeight + Theme.space(4)
     clip: true
@@ -28,8 +29,6 @@ Flickable {
     }
     component Action: OButton {
         Layout.fillWidth: true
-        enabled: root.available
-        Accessible.description: root.unavailable
     }
 
     ColumnLayout {
@@ -43,7 +42,7 @@ Flickable {
         }
         OPanel {
             Layout.fillWidth: true
-            visible: !root.available
+            visible: !root.configured
             padding: Theme.space(3)
 
             contentItem: RowLayout {
@@ -56,7 +55,7 @@ Flickable {
                 }
                 OLabel {
                     Layout.fillWidth: true
-                    text: root.unavailable
+                    text: "Para publicar hace falta tu propio servidor. Escribe su dirección y su credencial en Ajustes."
                     wrapMode: Text.Wrap
                 }
             }
@@ -65,44 +64,71 @@ Flickable {
             text: "Dominios autorizados"
         }
         OTextArea {
+            id: domains
+
+            objectName: "domains"
             Layout.fillWidth: true
             name: "Dominios autorizados"
             placeholderText: "https://www.ejemplo.es, https://cursos.ejemplo.es"
-            enabled: root.available
+            text: root.app.domainText
+            onTextChanged: root.app.domainText = text
+
+            Connections {
+                target: root.app
+
+                function onDomainTextChanged() {
+                    if (domains.text !== root.app.domainText)
+                        domains.text = root.app.domainText
+                }
+            }
         }
         Note {
             text: "Escribe cada dominio completo, incluido www si lo usas. Una lista vacía bloquea la incrustación."
         }
         OSwitch {
+            objectName: "publicLink"
             Layout.fillWidth: true
             text: "Permitir enlace público"
-            enabled: root.available
+            checked: root.app.publicLink
+            onToggled: {
+                root.app.publicLink = checked
+                checked = Qt.binding(() => root.app.publicLink)
+            }
         }
         Note {
             text: "WordPress controla el acceso a la página del curso. El reproductor no exige otra contraseña."
         }
         Action {
+            objectName: "publish"
             prominent: true
+            enabled: root.configured && !root.app.busy
             text: root.app.project.published ? "Reemplazar vídeo publicado" : "Publicar"
+            onClicked: root.app.publish()
         }
         Action {
             visible: root.app.project.published
             iconName: "code-xml"
             text: "Copiar iframe"
+            onClicked: root.app.copyEmbed()
         }
         Action {
             visible: root.app.project.published
             iconName: "link"
             text: "Copiar enlace"
+            onClicked: root.app.copyLink()
         }
         Action {
             visible: root.app.project.published
+            enabled: !root.app.busy
             text: "Actualizar dominios y acceso"
+            onClicked: root.app.updatePolicy()
         }
         Action {
             visible: root.app.project.published
+            enabled: !root.app.busy
             destructive: true
             text: "Retirar publicación"
+            onClicked: withdrawal.open()
         }
         Note {
             text: "Los originales y las versiones de reproducción se guardan de forma privada en Google Drive. El VPS mantiene una caché temporal."
@@ -111,6 +137,18 @@ Flickable {
             plain: true
             iconName: "settings"
             text: "Configurar servidor y Drive"
+            onClicked: root.settingsWanted()
         }
+    }
+
+    Alert {
+        id: withdrawal
+
+        title: "¿Retirar la publicación?"
+        message: "El vídeo deja de verse en las páginas que lo muestran y su enlace deja de funcionar. El proyecto se queda como está."
+        acceptText: "Retirar publicación"
+        rejectText: "Cancelar"
+        destructive: true
+        onAccepted: root.app.unpublish()
     }
 }

@@ -23,9 +23,23 @@ ScrollView {
         width: root.availableWidth
         spacing: Theme.space(6)
 
+        PublishingGroup {
+            Layout.fillWidth: true
+            Layout.margins: Theme.space(5)
+            Layout.bottomMargin: 0
+            app: root.app
+        }
+        DriveGroup {
+            Layout.fillWidth: true
+            Layout.margins: Theme.space(5)
+            Layout.topMargin: 0
+            Layout.bottomMargin: 0
+            app: root.app
+        }
         SettingsGroup {
             Layout.fillWidth: true
             Layout.margins: Theme.space(5)
+            Layout.topMargin: 0
             Layout.bottomMargin: 0
             title: "Transcripción"
 
@@ -70,39 +84,19 @@ ScrollView {
                 onClicked: root.app.openModelFolder()
             }
         }
-        SettingsGroup {
+        ToolsGroup {
             Layout.fillWidth: true
             Layout.margins: Theme.space(5)
             Layout.topMargin: 0
             Layout.bottomMargin: 0
-            title: "Herramientas"
-
-            RowLayout {
-                spacing: Theme.space(2)
-
-                OIcon {
-                    name: root.app.ffmpegAvailable ? "circle-check" : "circle-alert"
-                    color: root.app.ffmpegAvailable ? Theme.selectionEdge : Theme.danger
-                }
-                OLabel {
-                    objectName: "ffmpeg"
-                    Layout.fillWidth: true
-                    text: root.app.ffmpegAvailable ? "FFmpeg disponible" : "FFmpeg no encontrado. Instala con Homebrew: brew install ffmpeg-full"
-                    wrapMode: Text.Wrap
-                }
-            }
-            OLabel {
-                Layout.fillWidth: true
-                visible: !root.app.ffmpegAvailable
-                secondary: true
-                text: "En Debian: sudo apt install ffmpeg"
-                font.pixelSize: Theme.captionSize
-            }
-            OButton {
-                text: "Abrir carpeta de proyectos"
-                iconName: "folder-open"
-                onClicked: root.app.openProjectsFolder()
-            }
+            app: root.app
+        }
+        PermissionsGroup {
+            Layout.fillWidth: true
+            Layout.margins: Theme.space(5)
+            Layout.topMargin: 0
+            Layout.bottomMargin: 0
+            app: root.app
         }
         ShortcutsGroup {
             Layout.fillWidth: true

@@ -11,7 +11,7 @@ ApplicationWindow {
 
     title: "Ajustes"
     width: 560
-    height: 480
+    height: 640
     minimumWidth: 420
     minimumHeight: 320
     color: Theme.window

@@ -166,6 +166,7 @@ ApplicationWindow {
                     inspectorShown: remembered.inspectorShown
                     onLibraryToggled: root.toggleLibrary()
                     onInspectorToggled: remembered.inspectorShown = !remembered.inspectorShown
+                    onSettingsWanted: root.openSettings()
                 }
             }
             DropZones {

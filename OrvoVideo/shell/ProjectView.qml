@@ -17,6 +17,7 @@ ColumnLayout {
 
     signal libraryToggled()
     signal inspectorToggled()
+    signal settingsWanted()
 
     spacing: 0
     onVisibleChanged: editor.takeKeyboard()
@@ -90,11 +91,20 @@ ColumnLayout {
         OButton {
             objectName: "export"
             Layout.leftMargin: Theme.space(2)
-            prominent: true
+            implicitHeight: Theme.prominentHeight
             text: "Exportar"
             iconName: "upload"
             enabled: !root.app.busy
             onClicked: root.app.exportVideo()
+        }
+        OButton {
+            objectName: "publishNow"
+            prominent: true
+            text: "Publicar"
+            iconName: "globe"
+            enabled: !root.app.busy
+            // Without a server there is nothing to publish on: what is missing is shown.
+            onClicked: root.app.serverURL.trim() !== "" ? root.app.publish() : root.settingsWanted()
         }
     }
     Rectangle {
@@ -111,6 +121,7 @@ ColumnLayout {
         focus: true
         app: root.app
         inspectorShown: root.inspectorShown
+        onSettingsWanted: root.settingsWanted()
         onInspectorWanted: {
             if (!root.inspectorShown)
                 root.inspectorToggled()

@@ -1,5 +1,6 @@
 #include "Platform/SpeechModels.h"
 #include "VideoCore/Error.h"
+#include "VideoMedia/Sha256.h"
 
 #include <array>
 #include <curl/curl.h>
@@ -8,7 +9,6 @@
 #include <fstream>
 #include <memory>
 #include <mutex>
-#include <openssl/evp.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -85,21 +85,15 @@ private:
 
 std::string sha256(const fs::path& file, const std::stop_token& stop)
 {
-    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
-    EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr);
+    Sha256 sum;
     std::ifstream in(file, std::ios::binary);
     std::array<char, 65'536> buffer{};
     while (in.read(buffer.data(), buffer.size()) || in.gcount() > 0) {
         if (stop.stop_requested())
             throw Cancelled();
-        EVP_DigestUpdate(context.get(), buffer.data(), static_cast<std::size_t>(in.gcount()));
+        sum.add({buffer.data(), static_cast<std::size_t>(in.gcount())});
     }
-    std::array<unsigned char, 32> digest{};
-    EVP_DigestFinal_ex(context.get(), digest.data(), nullptr);
-    std::string text;
-    for (const auto byte : digest)
-        text += std::format("{:02x}", byte);
-    return text;
+    return sum.finish();
 }
 
 /// One request, for what is missing of a model.

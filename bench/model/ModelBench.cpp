@@ -37,7 +37,9 @@ public:
             .player = std::make_unique<test::FakePlayer>(),
             .cameraPlayer = std::make_unique<test::FakePlayer>(),
             .panels = std::make_unique<test::FakePanels>(),
-            .workspace = std::make_unique<test::FakeWorkspace>()});
+            .workspace = std::make_unique<test::FakeWorkspace>(),
+            .pasteboard = std::make_unique<test::FakePasteboard>(),
+            .loadSecret = test::noSecret});
         QCoro::waitFor(model->select(m_project));
         if (model->transcript()->count() != oneHour.words)
             throw std::logic_error("the project did not open");
@@ -236,7 +238,9 @@ void BM_ListLibrary(benchmark::State& state)
                         .player = std::make_unique<test::FakePlayer>(),
                         .cameraPlayer = std::make_unique<test::FakePlayer>(),
                         .panels = std::make_unique<test::FakePanels>(),
-                        .workspace = std::make_unique<test::FakeWorkspace>()});
+                        .workspace = std::make_unique<test::FakeWorkspace>(),
+                        .pasteboard = std::make_unique<test::FakePasteboard>(),
+                        .loadSecret = test::noSecret});
             });
             hold = std::max(hold, longestHoldUntil([&] { return model->libraryListed(); }));
             untilListed += static_cast<double>(whole.nsecsElapsed()) / 1e6;

@@ -2,11 +2,15 @@
 
 #include "OrvoVideo/recording/RegionPicker.h"
 #include "Platform/FilePanels.h"
+#include "Platform/Keychain.h"
+#include "Platform/Pasteboard.h"
 #include "Platform/PreviewPlayer.h"
 #include "Platform/ShortcutKeys.h"
 #include "Platform/Workspace.h"
+#include "VideoCore/Error.h"
 
 #include <algorithm>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -153,9 +157,55 @@ public:
 class FakeWorkspace final : public Workspace {
 public:
     std::vector<std::filesystem::path> revealed;
+    std::vector<std::string> addresses; ///< Pages that were opened.
+    bool hasSettings = true; ///< Whether the desktop has settings of its own.
 
     void reveal(const std::filesystem::path& file) override { revealed.push_back(file); }
     void openFolder(const std::filesystem::path&) override { }
+    void openAddress(const std::string& address) override { addresses.push_back(address); }
+    bool openSettings(SettingsPage) override { return hasSettings; }
+};
+
+class FakePasteboard final : public Pasteboard {
+public:
+    std::string text;
+
+    void setText(const std::string& copied) override { text = copied; }
+};
+
+/// A keychain that has nothing.
+inline std::string noSecret(std::string_view, Keychain::Interaction, const std::stop_token&)
+{
+    throw captureError("No hay llavero.");
+}
+
+/// A keychain with one secret, as locked as the test wants it.
+struct FakeKeychain {
+    std::string secret;
+    bool isLocked = false; ///< It opens where the user may be asked.
+    int asked = 0; ///< How often the user was.
+    std::mutex mutex; ///< It is used on worker threads.
+
+    std::string load(Keychain::Interaction interaction)
+    {
+        const std::scoped_lock lock(mutex);
+        if (isLocked && interaction == Keychain::Interaction::allowed) {
+            ++asked;
+            isLocked = false;
+        }
+        if (isLocked || secret.empty())
+            throw captureError("No se ha podido leer la credencial. Desbloquea el llavero Inicio de sesión y pulsa Leer del llavero ("
+                + std::string(isLocked ? "2" : "-25300") + ").");
+        return secret;
+    }
+    void save(std::string_view value)
+    {
+        const std::scoped_lock lock(mutex);
+        if (value.find_first_not_of(" \t\r\n") == std::string_view::npos)
+            throw captureError(
+                "La credencial está vacía. Pulsa Leer del llavero antes de guardar; se conserva la credencial anterior.");
+        secret = value;
+    }
 };
 
 } // namespace orvo::test

@@ -45,6 +45,11 @@ void fillOneHour(VideoProject& project)
     project.edit.words = SharedList(std::move(words));
 }
 
+ModelFixture::ModelFixture()
+{
+    qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((folder / "config").string()));
+}
+
 void ModelFixture::start()
 {
     model.reset();
@@ -62,6 +67,8 @@ void ModelFixture::start()
     picker = ownPicker.get();
     auto pointer = PointerMonitor::create();
     const bool pressesSeen = pointer->seesPresses();
+    auto ownPasteboard = std::make_unique<FakePasteboard>();
+    pasteboard = ownPasteboard.get();
     model = std::make_unique<TestModel>(AppServices{.store = std::make_unique<const ProjectStore>(store.root()),
         .probe = std::make_shared<FfprobeMediaProbe>(),
         .player = std::move(ownPlayer),
@@ -74,7 +81,11 @@ void ModelFixture::start()
             .screenCast = screenCast ? screenCast() : nullptr,
             .regionPicker = std::move(ownPicker),
             .shortcutKeys = std::move(ownKeys)},
-        .transcribe = [this](const auto&... arguments) { return recognition(arguments...); }});
+        .pasteboard = std::move(ownPasteboard),
+        .transcribe = [this](const auto&... arguments) { return recognition(arguments...); },
+        .loadSecret = [this](std::string_view, Keychain::Interaction interaction,
+                          const std::stop_token&) { return keychain.load(interaction); },
+        .saveSecret = [this](std::string_view value, std::string_view, const std::stop_token&) { keychain.save(value); }});
     ASSERT_TRUE(waitUntil([&] { return model->libraryListed(); }));
 }
 

@@ -27,9 +27,11 @@ public:
 /// Fills the project with a one-hour recording: a pointer event every twelfth of a second and 9,000 words.
 void fillOneHour(VideoProject& project);
 
-/// A library of its own on a real disk, and a model on it with services that the test drives.
+/// A library and settings of its own on a real disk, and a model on it with services that the test drives.
 class ModelFixture : public testing::Test {
 protected:
+    ModelFixture();
+
     /// A model, after its library was listed. Projects are put into the store before.
     void start();
     /// Ends the model as quitting does.
@@ -63,6 +65,7 @@ protected:
     std::unique_ptr<TestModel> model;
     /// What the model has for the recogniser of speech; called on a worker thread.
     std::function<decltype(TranscriptionService::transcribe)> recognition;
+    FakeKeychain keychain;
     // Owned by the model.
     FakePlayer* player = nullptr;
     FakePlayer* camera = nullptr;
@@ -75,6 +78,7 @@ protected:
     WindowSystem windowSystem = WindowSystem::none;
     /// Makes the sharing of screens for a model on Wayland.
     std::function<std::unique_ptr<ScreenCast>()> screenCast;
+    FakePasteboard* pasteboard = nullptr;
 };
 
 } // namespace orvo::test

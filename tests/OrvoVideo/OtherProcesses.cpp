@@ -42,7 +42,9 @@ int runEdits(const QStringList& arguments)
         .player = std::make_unique<FakePlayer>(),
         .cameraPlayer = std::make_unique<FakePlayer>(),
         .panels = std::make_unique<FakePanels>(),
-        .workspace = std::make_unique<FakeWorkspace>()});
+        .workspace = std::make_unique<FakeWorkspace>(),
+        .pasteboard = std::make_unique<FakePasteboard>(),
+        .loadSecret = noSecret});
     QCoro::waitFor(model.select(project));
 
     int number = static_cast<int>(model.project()->edit.events.size());

@@ -27,7 +27,9 @@ protected:
             .player = make(),
             .cameraPlayer = make(),
             .panels = std::make_unique<FakePanels>(),
-            .workspace = std::make_unique<FakeWorkspace>()});
+            .workspace = std::make_unique<FakeWorkspace>(),
+            .pasteboard = std::make_unique<FakePasteboard>(),
+            .loadSecret = noSecret});
         ASSERT_TRUE(waitUntil([&] { return model->libraryListed(); }));
     }
 };

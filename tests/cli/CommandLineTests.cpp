@@ -13,7 +13,7 @@ using testing::Not;
 using testing::StartsWith;
 
 const std::vector<std::string> commands{"list", "show", "import", "validate", "cut", "restore", "text", "image", "zoom",
-    "remove", "set", "words", "suggest", "apply", "subtitles", "export"};
+    "remove", "set", "words", "suggest", "apply", "subtitles", "export", "package", "publish", "unpublish", "settings"};
 
 class CommandLine : public CliFixture { };
 

@@ -49,7 +49,7 @@ std::vector<std::string> environmentFor(const Program::Setup& setup)
         const std::string text = *entry;
         variables[text.substr(0, text.find('='))] = text.substr(text.find('=') + 1);
     }
-    for (const char* name : {"ORVO_LIBRARY", "NO_COLOR", "XDG_DATA_HOME"})
+    for (const char* name : {"ORVO_ADMIN_TOKEN", "ORVO_LIBRARY", "NO_COLOR", "XDG_DATA_HOME"})
         variables.erase(name);
     variables["TERM"] = "xterm";
     variables["TZ"] = "UTC";
@@ -89,6 +89,10 @@ Program::Program(std::vector<std::string> arguments, const Setup& setup)
 {
     const Channel out = makeChannel(setup.outputTerminal);
     const Channel err = makeChannel(setup.errorTerminal);
+    const Channel in = makeChannel(false);
+    if (::write(in.writing, setup.input.data(), setup.input.size()) != static_cast<ssize_t>(setup.input.size()))
+        throw std::runtime_error("the input is too long");
+    ::close(in.writing);
     arguments.insert(arguments.begin(), setup.executable);
     auto environment = environmentFor(setup);
     const auto argumentPointers = pointersTo(arguments);
@@ -97,7 +101,7 @@ Program::Program(std::vector<std::string> arguments, const Setup& setup)
     m_pid = ::fork();
     if (m_pid == 0) {
         const int file = setup.outputFile.empty() ? -1 : ::open(setup.outputFile.c_str(), O_WRONLY | O_CLOEXEC);
-        ::dup2(::open("/dev/null", O_RDONLY | O_CLOEXEC), STDIN_FILENO);
+        ::dup2(in.reading, STDIN_FILENO);
         ::dup2(file >= 0 ? file : out.writing, STDOUT_FILENO);
         ::dup2(err.writing, STDERR_FILENO);
         if (setup.largestFile) {
@@ -110,6 +114,7 @@ Program::Program(std::vector<std::string> arguments, const Setup& setup)
         ::execve(argumentPointers[0], argumentPointers.data(), environmentPointers.data());
         ::_exit(127);
     }
+    ::close(in.reading);
     ::close(out.writing);
     ::close(err.writing);
     m_out = out.reading;

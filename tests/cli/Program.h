@@ -26,6 +26,7 @@ public:
         std::filesystem::path executable = orvoProgram();
         std::filesystem::path library; ///< ORVO_LIBRARY; not set when empty.
         std::map<std::string, std::string> environment; ///< More variables.
+        std::string input; ///< What it reads from standard input; short.
         bool outputTerminal = false; ///< Standard output is a terminal of 80 columns.
         bool errorTerminal = false; ///< Standard error is.
         std::string outputFile; ///< Standard output is this file instead.

@@ -116,6 +116,7 @@ void takeAll(const QDir& folder)
     const auto library = scratch / "Biblioteca";
     auto services = AppServices::create(library);
     services.panels = std::make_unique<OnePlace>(scratch / "Clase 3.mp4");
+    services.loadSecret = [](auto&&...) { return std::string("una credencial de muestra"); };
     AppModel model(std::move(services));
     MainWindow main(model);
     Photographer photographer(folder, main);
@@ -145,6 +146,12 @@ void takeAll(const QDir& folder)
         editor->setProperty("section", section);
         photographer.take(QStringLiteral("editor-") + QLatin1String(section));
     }
+    model.setServerURL(QStringLiteral("https://video.ejemplo.es"));
+    model.update([](VideoProject& project) {
+        project.publication = Publication{.videoID = "3f2a", .url = "https://video.ejemplo.es/watch/3f2a", .domains = {}};
+    });
+    model.setDomainText(QStringLiteral("https://www.ejemplo.es, https://cursos.ejemplo.es"));
+    photographer.take(QStringLiteral("editor-share-published"));
     editor->setProperty("section", "text");
 
     QMetaObject::invokeMethod(&main.window(), "openSettings");

@@ -3,6 +3,7 @@
 #include "TestSupport/Media.h"
 
 #include <QDropEvent>
+#include <QGuiApplication>
 #include <QMimeData>
 #include <QTest>
 
@@ -37,8 +38,24 @@ void collectFocusable(QAccessibleInterface* root, std::vector<QAccessibleInterfa
 
 } // namespace
 
+void WindowFixture::turnTo(const QString& title)
+{
+    const auto find = [&]() -> QQuickWindow* {
+        for (auto* candidate : QGuiApplication::topLevelWindows()) {
+            if (candidate->title() == title && candidate->isVisible())
+                return qobject_cast<QQuickWindow*>(candidate);
+        }
+        return nullptr;
+    };
+    ASSERT_TRUE(waitUntil([&] { return find() != nullptr; })) << title.toStdString();
+    m_other = find();
+    m_other->requestActivate();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(m_other));
+}
+
 void WindowFixture::TearDown()
 {
+    m_other = nullptr;
     window.reset();
     model.reset();
 }

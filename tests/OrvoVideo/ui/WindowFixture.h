@@ -34,9 +34,15 @@ protected:
     /// Everything that can take the keyboard and be seen, in the accessibility tree of the window.
     std::vector<QAccessibleInterface*> focusable() const;
 
-    QQuickWindow& view() const { return window->window(); }
+    /// The window that the above is about: the main one, or another one of the application by its title.
+    QQuickWindow& view() const { return m_other ? *m_other : window->window(); }
+    void turnTo(const QString& title);
+    void turnToMain() { m_other = nullptr; }
 
     std::unique_ptr<MainWindow> window;
+
+private:
+    QQuickWindow* m_other = nullptr;
 };
 
 } // namespace orvo::test

@@ -1,0 +1,154 @@
+#include "OrvoVideo/AppModel.h"
+#include "OrvoVideo/publishing/PublicationPackage.h"
+#include "OrvoVideo/publishing/Sharing.h"
+
+#include <QMetaObject>
+#include <QStringList>
+
+namespace orvo {
+
+void AppModel::publish()
+{
+    if (!m_project)
+        return;
+    flushSave();
+    perform([this, project = *m_project](WorkControl control) -> QCoro::Task<> {
+        co_await publishProject(project, std::move(control));
+    });
+}
+
+QCoro::Task<> AppModel::publishProject(VideoProject project, WorkControl control)
+{
+    QString domains = m_domainText;
+    bool isPublic = m_publicLink;
+    co_await saveSettings(control);
+    const auto publisher = makePublisher();
+    const auto package = co_await preparePackage(project, control);
+    co_await m_documents.settled(); // The document is among what is uploaded.
+    if (m_project && m_project->id == project.id) { // What was typed meanwhile counts; that of another project does not.
+        domains = m_domainText;
+        isPublic = m_publicLink;
+    }
+    // Called on another thread. It comes before what follows: both wait their turn in the same queue.
+    const auto tell = [this](const std::string& text, double fraction) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, text, fraction] {
+                setStatus(QString::fromStdString(text));
+                setProgress(fraction);
+            },
+            Qt::QueuedConnection);
+    };
+    const auto publication = co_await m_workers.run({.stop = control.stop, .progress = {}},
+        [publisher, package, project, store = store(), tell, origins = authorisedDomains(domains.toStdString()), isPublic](
+            const std::stop_token& stop) {
+            return publisher->publish(project, store, package->hls(), origins, isPublic, tell, stop);
+        });
+    co_await updateProject(
+        project.id, [publication](VideoProject& published) { published.publication = publication; });
+    setStatus(QStringLiteral("Vídeo publicado"));
+    copyEmbedOf(publication);
+}
+
+QCoro::Task<std::shared_ptr<PublicationPackage>> AppModel::preparePackage(VideoProject project, WorkControl control)
+{
+    const ExportSettings settings{
+        .height = m_options.height, .fps = project.fps, .quality = m_exportQuality.toStdString()};
+    const auto package = co_await m_workers.run(control,
+        [project, store = store(), settings] { return std::make_shared<PublicationPackage>(project, store, settings); });
+    if (!package->isReady()) {
+        setStatus(QStringLiteral("Preparando vídeo para publicar…"));
+        co_await m_workers.run(control,
+            [package, probe = m_services.probe](
+                const std::stop_token& stop, const ProgressCallback& progress) { package->render(*probe, progress, stop); });
+        setStatus(QStringLiteral("Generando calidades de streaming…"));
+        setProgress(0);
+        co_await m_workers.run(control,
+            [package](const std::stop_token& stop, const ProgressCallback& progress) { package->package(progress, stop); });
+    }
+    co_return package;
+}
+
+void AppModel::unpublish()
+{
+    if (!m_project || !m_project->publication)
+        return;
+    perform([this, id = m_project->id, videoId = m_project->publication->videoID](WorkControl control) -> QCoro::Task<> {
+        co_await m_workers.run({.stop = control.stop, .progress = {}},
+            [publisher = makePublisher(), videoId](const std::stop_token& stop) { publisher->withdraw(videoId, stop); });
+        co_await updateProject(id, [](VideoProject& withdrawn) { withdrawn.publication.reset(); });
+        setStatus(QStringLiteral("Publicación retirada"));
+    });
+}
+
+void AppModel::updatePolicy()
+{
+    if (!m_project || !m_project->publication)
+        return;
+    perform([this, id = m_project->id, videoId = m_project->publication->videoID](WorkControl control) -> QCoro::Task<> {
+        const auto domains = authorisedDomains(m_domainText.toStdString());
+        const bool isPublic = m_publicLink;
+        co_await m_workers.run({.stop = control.stop, .progress = {}},
+            [publisher = makePublisher(), videoId, domains, isPublic](
+                const std::stop_token& stop) { publisher->updatePolicy(videoId, domains, isPublic, stop); });
+        co_await updateProject(id, [domains, isPublic](VideoProject& changed) {
+            if (changed.publication) {
+                changed.publication->domains = domains;
+                changed.publication->publicLink = isPublic;
+            }
+        });
+        setStatus(QStringLiteral("Permisos de publicación actualizados"));
+    });
+}
+
+void AppModel::copyLink()
+{
+    if (!m_project || !m_project->publication)
+        return;
+    m_services.pasteboard->setText(m_project->publication->url);
+    setStatus(m_project->publication->publicLink
+            ? QStringLiteral("Enlace copiado")
+            : QStringLiteral("Enlace copiado; activa el enlace público para poder abrirlo"));
+}
+
+void AppModel::copyEmbed()
+{
+    if (m_project && m_project->publication)
+        copyEmbedOf(*m_project->publication);
+}
+
+void AppModel::copyEmbedOf(const Publication& publication)
+{
+    m_services.pasteboard->setText(embedCode(m_serverURL.toStdString(), publication.videoID));
+    setStatus(QStringLiteral("Código iframe copiado"));
+}
+
+void AppModel::showPublication()
+{
+    const auto& publication = m_project->publication;
+    QStringList domains;
+    if (publication) {
+        for (const auto& domain : publication->domains)
+            domains += QString::fromStdString(domain);
+    }
+    setDomainText(domains.join(QStringLiteral(", ")));
+    setPublicLink(publication && publication->publicLink);
+}
+
+void AppModel::setDomainText(const QString& text)
+{
+    if (m_domainText == text)
+        return;
+    m_domainText = text;
+    emit domainTextChanged();
+}
+
+void AppModel::setPublicLink(bool isPublic)
+{
+    if (m_publicLink == isPublic)
+        return;
+    m_publicLink = isPublic;
+    emit publicLinkChanged();
+}
+
+} // namespace orvo

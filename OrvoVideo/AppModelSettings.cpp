@@ -1,0 +1,142 @@
+#include "OrvoVideo/AppModel.h"
+#include "Platform/StoredSettings.h"
+#include "VideoCore/Error.h"
+
+namespace orvo {
+
+namespace {
+
+constexpr auto credentialAccount = "adminToken";
+
+} // namespace
+
+std::shared_ptr<Publisher> AppModel::makePublisher() const
+{
+    return std::make_shared<Publisher>(m_serverURL.toStdString(), m_adminToken.toStdString(), m_services.publisher);
+}
+
+QCoro::Task<> AppModel::loadCredential(WorkControl control, Keychain::Interaction interaction)
+{
+    const auto token = co_await m_workers.run({.stop = control.stop, .progress = {}},
+        [load = m_services.loadSecret, interaction](
+            const std::stop_token& stop) { return load(credentialAccount, interaction, stop); });
+    setAdminToken(QString::fromStdString(token));
+}
+
+/// Nobody has asked for it: without a keychain that opens by itself the field stays empty.
+QCoro::Task<> AppModel::loadCredentialAtStart()
+{
+    try {
+        const auto token = co_await m_workers.run([load = m_services.loadSecret](const std::stop_token& stop) {
+            return load(credentialAccount, Keychain::Interaction::forbidden, stop);
+        });
+        if (m_adminToken.isEmpty())
+            setAdminToken(QString::fromStdString(token));
+    } catch (const Error&) {
+        // Publishing says what is missing.
+    }
+}
+
+QCoro::Task<> AppModel::saveSettings(WorkControl control)
+{
+    const WorkControl quiet{.stop = control.stop, .progress = {}};
+    if (m_adminToken.isEmpty())
+        co_await loadCredential(quiet, Keychain::Interaction::forbidden);
+    co_await m_workers.run(quiet,
+        [save = m_services.saveSecret, token = m_adminToken.toStdString()](
+            const std::stop_token& stop) { save(token, credentialAccount, stop); });
+    co_await m_workers.run(
+        quiet, [address = m_serverURL.toStdString()] { StoredSettings::setText(StoredSettings::serverURL, address); });
+}
+
+void AppModel::readServerCredential()
+{
+    perform([this](WorkControl control) -> QCoro::Task<> {
+        setStatus(QStringLiteral("Esperando autorización del llavero…"));
+        co_await loadCredential(control, Keychain::Interaction::allowed);
+        co_await lookAtServer(control);
+    });
+}
+
+void AppModel::checkConnection()
+{
+    perform([this](WorkControl control) -> QCoro::Task<> {
+        co_await saveSettings(control);
+        co_await lookAtServer(control);
+    });
+}
+
+QCoro::Task<> AppModel::lookAtServer(WorkControl control)
+{
+    const bool connected = co_await m_workers.run({.stop = control.stop, .progress = {}},
+        [publisher = makePublisher()](const std::stop_token& stop) { return publisher->isDriveConnected(stop); });
+    setConnectionStatus(connected ? QStringLiteral("Conectado · Drive autorizado")
+                                  : QStringLiteral("Servidor conectado · falta autorizar Drive"));
+    setStatus(m_connectionStatus);
+}
+
+void AppModel::configureOAuth()
+{
+    perform([this](WorkControl control) -> QCoro::Task<> {
+        co_await saveSettings(control);
+        co_await m_workers.run({.stop = control.stop, .progress = {}},
+            [publisher = makePublisher(), id = m_oauthClientID.toStdString(), secret = m_oauthClientSecret.toStdString()](
+                const std::stop_token& stop) { publisher->configureDrive(id, secret, stop); });
+        setOauthClientSecret({});
+        setConnectionStatus(QStringLiteral("Cliente OAuth guardado en el servidor. Ya puedes conectar Drive."));
+        setStatus(m_connectionStatus);
+    });
+}
+
+void AppModel::connectDrive()
+{
+    perform([this](WorkControl control) -> QCoro::Task<> {
+        co_await saveSettings(control);
+        const auto address = co_await m_workers.run({.stop = control.stop, .progress = {}},
+            [publisher = makePublisher()](const std::stop_token& stop) { return publisher->driveAuthorisation(stop); });
+        if (address)
+            m_services.workspace->openAddress(*address);
+    });
+}
+
+void AppModel::setServerURL(const QString& address)
+{
+    if (m_serverURL == address)
+        return;
+    m_serverURL = address;
+    emit serverURLChanged();
+}
+
+void AppModel::setAdminToken(const QString& token)
+{
+    if (m_adminToken == token)
+        return;
+    m_adminToken = token;
+    emit adminTokenChanged();
+}
+
+void AppModel::setConnectionStatus(const QString& status)
+{
+    if (m_connectionStatus == status)
+        return;
+    m_connectionStatus = status;
+    emit connectionStatusChanged();
+}
+
+void AppModel::setOauthClientID(const QString& id)
+{
+    if (m_oauthClientID == id)
+        return;
+    m_oauthClientID = id;
+    emit oauthClientIDChanged();
+}
+
+void AppModel::setOauthClientSecret(const QString& secret)
+{
+    if (m_oauthClientSecret == secret)
+        return;
+    m_oauthClientSecret = secret;
+    emit oauthClientSecretChanged();
+}
+
+} // namespace orvo

@@ -1,0 +1,73 @@
+#include "OrvoVideo/publishing/PublicationPackage.h"
+
+#include "VideoCore/DocumentCodec.h"
+#include "VideoCore/Error.h"
+#include "VideoCore/FileIO.h"
+#include "VideoMedia/Sha256.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <format>
+#include <sys/file.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace orvo {
+
+namespace fs = std::filesystem;
+
+PublicationPackage::PublicationPackage(
+    const VideoProject& project, const ProjectStore& store, const ExportSettings& settings)
+    : m_project(project)
+    , m_store(store)
+    , m_settings(settings)
+    , m_folder(store.directory(project.id) / "publication")
+    , m_signature(signature(project, settings))
+{
+    m_settings.fps = project.fps;
+    fs::create_directories(m_folder);
+    m_lock = ::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (m_lock < 0)
+        throw fs::filesystem_error("open", m_folder, std::error_code(errno, std::system_category()));
+    if (::flock(m_lock, LOCK_EX | LOCK_NB) != 0) {
+        ::close(m_lock);
+        throw captureError("Este proyecto ya se está publicando en otra ventana u otro terminal.");
+    }
+}
+
+PublicationPackage::~PublicationPackage()
+{
+    ::close(m_lock);
+}
+
+bool PublicationPackage::isReady() const
+{
+    try {
+        return readFile(signatureFile()) == m_signature && fs::exists(hls() / "master.m3u8");
+    } catch (const fs::filesystem_error&) {
+        return false;
+    }
+}
+
+void PublicationPackage::render(const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop) const
+{
+    std::error_code ignored;
+    fs::remove_all(hls(), ignored);
+    ExportService::exportVideo(m_project, m_store, movie(), m_settings, probe, progress, stop);
+}
+
+void PublicationPackage::package(const ProgressCallback& progress, const std::stop_token& stop) const
+{
+    ExportService::hls(movie(), m_project, hls(), progress, stop);
+    writeFileAtomically(signatureFile(), m_signature);
+}
+
+std::string PublicationPackage::signature(const VideoProject& project, const ExportSettings& settings)
+{
+    Sha256 sum;
+    sum.add(encodeDocument(project));
+    sum.add(std::format("{}:{}", settings.height, settings.quality));
+    return sum.finish();
+}
+
+} // namespace orvo

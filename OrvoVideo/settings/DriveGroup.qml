@@ -1,0 +1,53 @@
+import QtQuick
+import QtQuick.Layouts
+import Orvo.Model
+import OrvoVideo
+
+/// The OAuth client with which the server uses Drive.
+SettingsGroup {
+    id: root
+
+    required property AppModel app
+
+    title: "Google Drive"
+
+    SettingsField {
+        objectName: "oauthClient"
+        name: "ID de cliente OAuth web"
+        value: root.app.oauthClientID
+        onEdited: text => root.app.oauthClientID = text
+    }
+    SettingsField {
+        objectName: "oauthSecret"
+        name: "Secreto del cliente"
+        secure: true
+        value: root.app.oauthClientSecret
+        onEdited: text => root.app.oauthClientSecret = text
+    }
+    OButton {
+        enabled: !root.app.busy && root.app.serverURL.trim() !== "" && root.app.oauthClientID.trim() !== "" && root.app.oauthClientSecret.trim() !== ""
+        text: "Guardar cliente en el servidor"
+        onClicked: root.app.configureOAuth()
+    }
+    TextEdit {
+        objectName: "returnAddress"
+        Layout.fillWidth: true
+        text: "Retorno: " + root.app.serverURL + "/oauth/google/callback"
+        color: Theme.secondaryText
+        selectionColor: Theme.accent
+        selectedTextColor: Theme.inkOnAccent
+        font.pixelSize: Theme.captionSize
+        readOnly: true
+        selectByMouse: true
+        wrapMode: TextEdit.WrapAnywhere
+        activeFocusOnTab: true
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
+    }
+    SettingsNote {
+        text: "El servidor guarda estas credenciales cifradas. Usa el permiso drive.file. El audio se transcribe en el Mac."
+    }
+    SettingsNote {
+        text: "Aquí «el Mac» es este equipo: el sonido no sale de él."
+    }
+}

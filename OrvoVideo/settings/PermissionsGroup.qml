@@ -1,0 +1,31 @@
+import QtQuick
+import QtQuick.Layouts
+import Orvo.Model
+import OrvoVideo
+
+/// What the desktop lets the application see.
+SettingsGroup {
+    id: root
+
+    required property AppModel app
+
+    title: "Permisos del Mac"
+
+    Flow {
+        Layout.fillWidth: true
+        spacing: Theme.space(2)
+
+        OButton {
+            text: "Abrir privacidad de pantalla"
+            onClicked: root.app.openScreenPrivacy()
+        }
+        OButton {
+            text: "Permitir marcas y atajos globales"
+            onClicked: root.app.allowGlobalInput()
+        }
+    }
+    SettingsNote {
+        objectName: "permissions"
+        text: root.app.permissionsText
+    }
+}

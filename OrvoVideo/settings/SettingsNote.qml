@@ -1,0 +1,12 @@
+import QtQuick
+import QtQuick.Layouts
+import OrvoVideo
+
+/// What a person should know about the settings above it.
+OLabel {
+    Layout.fillWidth: true
+    secondary: true
+    font.pixelSize: Theme.captionSize
+    wrapMode: Text.Wrap
+    lineHeight: 1.25
+}

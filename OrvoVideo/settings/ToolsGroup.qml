@@ -1,0 +1,37 @@
+import QtQuick
+import QtQuick.Layouts
+import Orvo.Model
+import OrvoVideo
+
+/// The programs that the application depends on, and where the projects are.
+SettingsGroup {
+    id: root
+
+    required property AppModel app
+
+    title: "Herramientas"
+
+    RowLayout {
+        spacing: Theme.space(2)
+
+        OIcon {
+            name: root.app.ffmpegAvailable ? "circle-check" : "circle-alert"
+            color: root.app.ffmpegAvailable ? Theme.selectionEdge : Theme.danger
+        }
+        OLabel {
+            objectName: "ffmpeg"
+            Layout.fillWidth: true
+            text: root.app.ffmpegAvailable ? "FFmpeg disponible" : "FFmpeg no encontrado. Instala con Homebrew: brew install ffmpeg-full"
+            wrapMode: Text.Wrap
+        }
+    }
+    SettingsNote {
+        visible: !root.app.ffmpegAvailable
+        text: "En Debian: sudo apt install ffmpeg"
+    }
+    OButton {
+        text: "Abrir carpeta de proyectos"
+        iconName: "folder-open"
+        onClicked: root.app.openProjectsFolder()
+    }
+}

@@ -1,0 +1,69 @@
+#include "VideoMedia/HlsLadder.h"
+
+#include "VideoCore/Error.h"
+
+#include <algorithm>
+#include <array>
+#include <format>
+#include <iterator>
+
+namespace orvo::HlsLadder {
+
+namespace {
+
+constexpr std::array<std::int64_t, 5> steps{480, 720, 1080, 1440, 2160};
+constexpr double bitsPerPixel = 0.09;
+constexpr std::int64_t lowestBitRate = 400'000;
+constexpr std::int64_t soundBitRate = 128'000;
+constexpr double bandwidthReserve = 1.25; ///< Segments are larger and smaller than the mean.
+constexpr std::int64_t largestSide = 16'384; ///< Pixels.
+constexpr std::int64_t highestRate = 1'000; ///< Frames per second.
+
+std::int64_t even(std::int64_t value)
+{
+    return value & ~std::int64_t{1};
+}
+
+Rendition rendition(const VideoProject& project, std::int64_t height)
+{
+    const double width = static_cast<double>(height) * static_cast<double>(project.width) / static_cast<double>(project.height);
+    Rendition result{.width = even(static_cast<std::int64_t>(width)), .height = height};
+    if (result.width < 2)
+        throw captureError("El tamaño del proyecto no es válido.");
+    const auto pixelRate = static_cast<double>(result.width * result.height * project.fps);
+    result.bitRate = std::max(static_cast<std::int64_t>(pixelRate * bitsPerPixel), lowestBitRate);
+    result.keyFrameInterval = project.fps * segmentSeconds;
+    result.bandwidth = static_cast<std::int64_t>(static_cast<double>(result.bitRate) * bandwidthReserve) + soundBitRate;
+    return result;
+}
+
+} // namespace
+
+std::vector<Rendition> of(const VideoProject& project)
+{
+    const auto isSide = [](std::int64_t side) { return side >= 2 && side <= largestSide; };
+    if (!isSide(project.width) || !isSide(project.height))
+        throw captureError("El tamaño del proyecto no es válido.");
+    if (project.fps < 1 || project.fps > highestRate)
+        throw captureError("La frecuencia de fotogramas del proyecto no es válida.");
+    std::vector<Rendition> ladder;
+    if (project.height < steps.front())
+        ladder.push_back(rendition(project, even(project.height)));
+    for (const std::int64_t step : steps) {
+        if (step <= project.height)
+            ladder.push_back(rendition(project, step));
+    }
+    return ladder;
+}
+
+std::string masterPlaylist(std::span<const Rendition> ladder)
+{
+    std::string text = "#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-INDEPENDENT-SEGMENTS\n";
+    for (const auto& step : ladder) {
+        std::format_to(std::back_inserter(text), "#EXT-X-STREAM-INF:BANDWIDTH={},RESOLUTION={}x{}\n{}/index.m3u8\n",
+            step.bandwidth, step.width, step.height, step.height);
+    }
+    return text;
+}
+
+} // namespace orvo::HlsLadder

@@ -1,0 +1,154 @@
+#include "VideoMedia/ExportService.h"
+
+#include "VideoCore/Error.h"
+#include "VideoCore/FileIO.h"
+#include "VideoCore/Timeline.h"
+#include "VideoMedia/HlsLadder.h"
+#include "VideoMedia/VideoEncoder.h"
+
+#include <algorithm>
+#include <array>
+#include <format>
+#include <openssl/rand.h>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace orvo::ExportService {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+constexpr std::size_t keySize = 16;
+constexpr std::uintmax_t cipherBlock = 16; ///< Bytes; an encrypted segment is a multiple of it.
+
+void writeKey(const fs::path& file)
+{
+    std::array<unsigned char, keySize> key{};
+    if (RAND_bytes(key.data(), static_cast<int>(key.size())) != 1)
+        throw captureError("No se ha podido generar la clave de reproducción.");
+    writeFileAtomically(file, std::string(key.begin(), key.end()));
+}
+
+/// The file that tells ffmpeg where players find the key and where it is now; gone again when the object goes.
+class KeyInfo {
+public:
+    KeyInfo(fs::path file, const fs::path& key)
+        : m_file(std::move(file))
+    {
+        writeFileAtomically(m_file, "../key.bin\n" + key.string() + "\n");
+    }
+    ~KeyInfo()
+    {
+        std::error_code ignored;
+        fs::remove(m_file, ignored);
+    }
+    KeyInfo(const KeyInfo&) = delete;
+    KeyInfo& operator=(const KeyInfo&) = delete;
+
+    const fs::path& file() const noexcept { return m_file; }
+
+private:
+    fs::path m_file;
+};
+
+/// A path within a pattern for file names, where a percent sign begins a number.
+std::string inPattern(const fs::path& path)
+{
+    std::string text;
+    for (const char c : path.string())
+        text += c == '%' ? std::string("%%") : std::string(1, c);
+    return text;
+}
+
+void append(Arguments& arguments, Arguments more)
+{
+    arguments.insert(arguments.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+Arguments encoding(const VideoEncoder& encoder, const HlsLadder::Rendition& step, const fs::path& from, const KeyInfo& key,
+    const fs::path& folder)
+{
+    Arguments line{"-hide_banner", "-nostdin", "-y"};
+    append(line, encoder.device);
+    std::string filter = std::format("scale={}:{}", step.width, step.height);
+    if (!encoder.upload.empty())
+        filter += "," + encoder.upload;
+    append(line, {"-i", from.string(), "-vf", filter});
+    append(line, encoder.plainArguments(step.bitRate));
+    const auto seconds = std::to_string(HlsLadder::segmentSeconds);
+    append(line,
+        {"-g", std::to_string(step.keyFrameInterval), "-force_key_frames", "expr:gte(t,n_forced*" + seconds + ")", "-c:a", "aac",
+            "-b:a", "128k", "-hls_time", seconds, "-hls_playlist_type", "vod", "-hls_flags", "independent_segments",
+            "-hls_key_info_file", key.file().string(), "-hls_segment_filename", inPattern(folder) + "/%05d.ts",
+            (folder / "index.m3u8").string()});
+    return line;
+}
+
+/// ffmpeg can come to its end without having written everything, for example on a full disk. Throws `captureError` then.
+void requireComplete(const fs::path& folder)
+{
+    const std::string playlist = readFile(folder / "index.m3u8");
+    const auto isWhole = [&](std::string_view segment) {
+        std::error_code error;
+        const auto size = fs::file_size(folder / segment, error);
+        return !error && size > 0 && size % cipherBlock == 0;
+    };
+    std::size_t segments = 0;
+    bool whole = true;
+    for (std::size_t at = 0; at < playlist.size();) {
+        const std::size_t lineEnd = std::min(playlist.find('\n', at), playlist.size());
+        const std::string_view line(playlist.data() + at, lineEnd - at);
+        at = lineEnd + 1;
+        if (line.empty() || line.starts_with('#'))
+            continue;
+        ++segments;
+        whole = whole && isWhole(line);
+    }
+    if (!whole || segments == 0 || !playlist.ends_with("#EXT-X-ENDLIST\n"))
+        throw captureError(std::format(
+            "No se ha podido completar la calidad {} del vídeo. Comprueba que queda espacio en el disco.", folder.filename().string()));
+}
+
+} // namespace
+
+void hls(const fs::path& from, const VideoProject& project, const fs::path& destination, const ProgressCallback& progress,
+    const std::stop_token& stop)
+{
+    const auto ffmpeg = ProcessRunner::ffmpeg();
+    if (!ffmpeg)
+        throw captureError("FFmpeg no está instalado.");
+    const auto ladder = HlsLadder::of(project);
+    const auto encoder = VideoEncoder::find(*ffmpeg, stop);
+    const fs::path folder = fs::absolute(destination);
+    const fs::path movie = fs::absolute(from);
+    fs::create_directories(folder);
+    fs::remove(folder / "master.m3u8"); // What follows does not belong to an earlier one.
+    writeKey(folder / "key.bin");
+    const KeyInfo key(folder / "key-info.txt", folder / "key.bin");
+
+    double allPixels = 0;
+    for (const auto& step : ladder)
+        allPixels += static_cast<double>(step.width * step.height);
+    double pixels = 0;
+    for (const auto& step : ladder) {
+        const fs::path rendition = folder / std::to_string(step.height);
+        fs::create_directories(rendition);
+        ProcessRunner::run(*ffmpeg, encoding(encoder, step, movie, key, rendition), {}, 0, stop);
+        requireComplete(rendition);
+        pixels += static_cast<double>(step.width * step.height);
+        if (progress)
+            progress(pixels / allPixels);
+    }
+    writeFileAtomically(folder / "master.m3u8", HlsLadder::masterPlaylist(ladder));
+    writeFileAtomically(folder / "captions.vtt", Timeline::subtitles(project, Timeline::SubtitleFormat::webVtt));
+    ProcessRunner::run(*ffmpeg,
+        {"-hide_banner", "-y", "-ss", "0", "-i", movie.string(), "-frames:v", "1", "-vf", "scale=960:-2",
+            (folder / "poster.jpg").string()},
+        {}, 0, stop);
+}
+
+} // namespace orvo::ExportService

@@ -1,0 +1,34 @@
+#include "cli/PublishingServer.h"
+
+#include "Platform/Keychain.h"
+#include "Platform/StoredSettings.h"
+#include "VideoCore/Error.h"
+
+#include <cstdlib>
+#include <unistd.h>
+
+namespace orvo::cli::PublishingServer {
+
+std::string address()
+{
+    const auto stored = StoredSettings::text(StoredSettings::serverURL);
+    if (!stored || stored->empty())
+        throw captureError("No hay servidor de publicación. Indica el tuyo: orvo settings --server https://…");
+    return *stored;
+}
+
+std::string credential(const std::stop_token& stop)
+{
+    if (const char* given = std::getenv(credentialVariable); given && *given)
+        return given;
+    const auto interaction = ::isatty(STDIN_FILENO) != 0 ? Keychain::Interaction::allowed : Keychain::Interaction::forbidden;
+    return Keychain::load(credentialAccount, interaction, stop);
+}
+
+Publisher connect(const std::stop_token& stop)
+{
+    const std::string server = address();
+    return {server, credential(stop)};
+}
+
+} // namespace orvo::cli::PublishingServer

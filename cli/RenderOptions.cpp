@@ -1,0 +1,37 @@
+#include "cli/RenderOptions.h"
+
+#include "cli/Arguments.h"
+#include "cli/Command.h"
+#include "cli/Failures.h"
+#include "cli/Text.h"
+#include "cli/Wording.h"
+
+#include <algorithm>
+#include <array>
+#include <format>
+
+namespace orvo::cli {
+
+void addRenderOptions(Command& command, std::string& height, std::string& quality)
+{
+    command.option("--height", "N", height, "Altura en píxeles, como mucho la del proyecto; 1080 si no se indica.");
+    command.option("--quality", "CALIDAD", quality,
+        "small (menor peso), balanced (equilibrada) o high (alta); balanced si no se indica.");
+}
+
+ExportSettings renderSettings(const std::string& height, const std::string& quality)
+{
+    static constexpr std::array<std::string_view, 3> qualities{"small", "balanced", "high"};
+    ExportSettings settings;
+    if (!height.empty())
+        settings.height = integerArgument("--height", height, {2, 8192});
+    if (!quality.empty())
+        settings.quality = quality;
+    if (!std::ranges::contains(qualities, settings.quality)) {
+        throw UsageError(std::format("No existe la calidad {}.{} Las calidades son small, balanced y high.",
+            inQuotes(settings.quality), suggestion(settings.quality, qualities)));
+    }
+    return settings;
+}
+
+} // namespace orvo::cli

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "VideoMedia/ExportService.h"
+
+#include <string>
+
+namespace orvo::cli {
+
+class Command;
+
+/// Declares "--height" and "--quality".
+void addRenderOptions(Command& command, std::string& height, std::string& quality);
+
+/// What they say; what is empty has its usual value. Throws `UsageError` for a value that makes no sense.
+ExportSettings renderSettings(const std::string& height, const std::string& quality);
+
+} // namespace orvo::cli

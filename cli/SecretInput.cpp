@@ -1,0 +1,78 @@
+#include "cli/SecretInput.h"
+
+#include "VideoCore/Error.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+#include <termios.h>
+#include <unistd.h>
+
+namespace orvo::cli {
+
+namespace {
+
+constexpr std::size_t longestSecret = 64 << 10; ///< Bytes.
+
+/// While it lives, the terminal does not show what is typed.
+class Hidden {
+public:
+    Hidden()
+        : m_changed(::tcgetattr(STDIN_FILENO, &m_before) == 0)
+    {
+        termios hidden = m_before;
+        hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        m_changed = m_changed && ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden) == 0;
+    }
+    ~Hidden()
+    {
+        if (m_changed)
+            ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
+    }
+    Hidden(const Hidden&) = delete;
+    Hidden& operator=(const Hidden&) = delete;
+
+private:
+    termios m_before{};
+    bool m_changed;
+};
+
+std::string readInput(bool oneLine)
+{
+    std::string text;
+    std::array<char, 4096> buffer{};
+    while (!oneLine || !text.contains('\n')) {
+        const ssize_t got = ::read(STDIN_FILENO, buffer.data(), buffer.size());
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            throw std::system_error(errno, std::system_category());
+        if (got == 0)
+            break;
+        text.append(buffer.data(), static_cast<std::size_t>(got));
+        if (text.size() > longestSecret)
+            throw captureError("Lo que llega por la entrada estándar es demasiado largo para ser un secreto.");
+    }
+    while (text.ends_with('\n') || text.ends_with('\r'))
+        text.pop_back();
+    return text;
+}
+
+} // namespace
+
+std::string readSecret(const std::string& name)
+{
+    if (::isatty(STDIN_FILENO) == 0)
+        return readInput(false);
+    std::fprintf(stderr, "%s: ", name.c_str());
+    std::string secret;
+    {
+        const Hidden hidden;
+        secret = readInput(true);
+    }
+    std::fputs("\n", stderr);
+    return secret;
+}
+
+} // namespace orvo::cli

@@ -1,0 +1,296 @@
+#include "ModelFixture.h"
+#include "OrvoVideo/publishing/Publisher.h"
+#include "Platform/StoredSettings.h"
+#include "TestSupport/Media.h"
+#include "TestSupport/PublishingServer.h"
+#include "VideoCore/FileIO.h"
+
+#include <format>
+
+namespace orvo::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+/// A model with a small project, and a real server that it has the address and the credential of.
+class PublishingFlow : public ModelFixture {
+protected:
+    void openMovie(const std::string& title = "Clase")
+    {
+        if (!model)
+            start();
+        auto project = VideoProject::make(title);
+        project.duration = 1;
+        project.width = 128;
+        project.height = 72;
+        project.fps = 10;
+        project.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 1)};
+        add(project);
+        makeVideo(store.directory(project.id) / "media/screen.mov", "testsrc2=size=128x72:rate=10:duration=1");
+        select(project);
+        model->setServerURL(QString::fromStdString(server.address()));
+        model->setAdminToken(QString::fromLatin1(PublishingServer::token));
+        QObject::connect(model.get(), &AppModel::statusChanged, model.get(), [this] { statuses.push_back(model->status()); });
+    }
+
+    void run(void (AppModel::*operation)())
+    {
+        statuses.clear();
+        (model.get()->*operation)();
+        ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    }
+
+    std::string failure()
+    {
+        const auto text = model->errorMessage().toStdString();
+        if (!text.empty()) {
+            EXPECT_EQ(model->status(), "No se ha completado la operación");
+        }
+        model->clearError();
+        return text;
+    }
+
+    fs::path publication() const { return store.directory(project().id) / "publication"; }
+    std::string rendered() const { return readFile(publication() / "hls/key.bin"); }
+
+    PublishingServer server;
+    std::vector<QString> statuses;
+};
+
+TEST_F(PublishingFlow, PublishesAndPutsTheEmbedCodeOnTheClipboard)
+{
+    openMovie();
+    model->setDomainText(" https://www.uno.es ,,https://dos.es\n");
+    model->setPublicLink(true);
+    run(&AppModel::publish);
+    EXPECT_EQ(failure(), "");
+    ASSERT_TRUE(project().publication);
+    const auto& publication = *project().publication;
+    EXPECT_THAT(publication.domains, ElementsAre("https://www.uno.es", "https://dos.es"));
+    EXPECT_TRUE(publication.publicLink);
+    EXPECT_EQ(publication.url, "https://video.ejemplo.es/watch/" + publication.videoID);
+    EXPECT_THAT(pasteboard->text, HasSubstr("<iframe src=\"" + server.address() + "/embed/" + publication.videoID + "\""));
+    EXPECT_EQ(model->status(), "Código iframe copiado");
+    EXPECT_THAT(statuses,
+        AllOf(Contains("Preparando vídeo para publicar…"), Contains("Generando calidades de streaming…"),
+            Contains("Subiendo media/screen.mov"), Contains("Guardando en Google Drive · 8/8")));
+    EXPECT_EQ(statuses[statuses.size() - 2], "Vídeo publicado");
+    EXPECT_EQ(keychain.secret, PublishingServer::token);
+    EXPECT_EQ(StoredSettings::text("serverURL"), server.address());
+    EXPECT_EQ(server.received("hls/72/00000.ts"), readFile(this->publication() / "hls/72/00000.ts"));
+    ASSERT_TRUE(saved());
+    EXPECT_EQ(onDisk().publication, publication);
+    EXPECT_TRUE(model->canUndo());
+
+    model->copyLink();
+    EXPECT_EQ(pasteboard->text, publication.url);
+    EXPECT_EQ(model->status(), "Enlace copiado");
+
+    model->setDomainText("https://tres.es");
+    model->setPublicLink(false);
+    model->copyLink();
+    EXPECT_EQ(model->status(), "Enlace copiado") << "nothing was changed on the server yet";
+    run(&AppModel::updatePolicy);
+    EXPECT_EQ(model->status(), "Permisos de publicación actualizados");
+    EXPECT_THAT(project().publication->domains, ElementsAre("https://tres.es"));
+    EXPECT_THAT(server.state(), HasSubstr(R"("domains": ["https://tres.es"], "publicLink": false)"));
+    model->copyLink();
+    EXPECT_EQ(model->status(), "Enlace copiado; activa el enlace público para poder abrirlo");
+
+    run(&AppModel::unpublish);
+    EXPECT_EQ(model->status(), "Publicación retirada");
+    EXPECT_FALSE(project().publication);
+    EXPECT_THAT(server.state(), HasSubstr(R"("videos": {})"));
+    EXPECT_TRUE(fs::exists(this->publication() / "hls/master.m3u8"));
+    pasteboard->text.clear();
+    server.forgetRequests();
+    run(&AppModel::unpublish);
+    run(&AppModel::updatePolicy);
+    model->copyLink();
+    model->copyEmbed();
+    EXPECT_THAT(server.requests(), IsEmpty());
+    EXPECT_EQ(pasteboard->text, "");
+    EXPECT_EQ(model->status(), "Publicación retirada");
+}
+
+TEST_F(PublishingFlow, WhatWasRenderedIsUsedAgainUntilSomethingChanges)
+{
+    openMovie();
+    const auto failAtTheEnd = [&] {
+        server.setFaults(R"([{"method":"POST","path":"/api/revisions/","do":"answer","status":500,"json":{"error":"Ahora no."}}])");
+        run(&AppModel::publish);
+        EXPECT_EQ(failure(), "Ahora no.");
+        EXPECT_FALSE(project().publication);
+        return rendered();
+    };
+    std::string last = failAtTheEnd();
+    EXPECT_EQ(failAtTheEnd(), last) << "the same";
+    EXPECT_THAT(statuses, Not(Contains("Preparando vídeo para publicar…")));
+
+    const auto rendersAnew = [&](const char* why) {
+        const std::string now = failAtTheEnd();
+        EXPECT_NE(now, last) << why;
+        last = now;
+    };
+    setTitle("Otro");
+    rendersAnew("an edit");
+    model->setExportQuality("high");
+    rendersAnew("the quality");
+    model->setOptions({.height = 720, .fps = 30});
+    rendersAnew("the height");
+    model->setOptions({.height = 720, .fps = 60});
+    EXPECT_EQ(failAtTheEnd(), last) << "the frame rate is the project's";
+    fs::remove(publication() / "hls/master.m3u8");
+    rendersAnew("the package is not complete");
+    fs::remove(publication() / "signature.txt");
+    rendersAnew("nobody knows what it was made from");
+}
+
+TEST_F(PublishingFlow, SettingsComeFirst)
+{
+    start();
+    openMovie();
+    struct Case {
+        QString server;
+        QString token;
+        std::string expected;
+    };
+    const std::string notRead =
+        "No se ha podido leer la credencial. Desbloquea el llavero Inicio de sesión y pulsa Leer del llavero (-25300).";
+    const std::vector<Case> cases{
+        {"https://a.es", "", notRead},
+        {"https://a.es", "  ", "La credencial está vacía. Pulsa Leer del llavero antes de guardar; se conserva la credencial anterior."},
+        {"http://a.es", "x", "Usa una dirección HTTPS para el servicio."},
+        {"", "x", "Usa una dirección HTTPS para el servicio."},
+        {QString::fromStdString(server.address()), "otro", "Credencial incorrecta."},
+    };
+    for (const auto& [address, token, expected] : cases) {
+        keychain.secret.clear();
+        model->setServerURL(address);
+        model->setAdminToken(token);
+        run(&AppModel::checkConnection);
+        EXPECT_EQ(failure(), expected);
+        run(&AppModel::publish);
+        EXPECT_EQ(failure(), expected);
+        EXPECT_EQ(model->connectionStatus(), "Sin comprobar");
+        EXPECT_EQ(model->adminToken(), token) << "what was typed stays";
+    }
+    // The address is stored last.
+    StoredSettings::setText("serverURL", "https://antes.es");
+    model->setServerURL("https://despues.es");
+    model->setAdminToken("   ");
+    run(&AppModel::checkConnection);
+    EXPECT_EQ(StoredSettings::text("serverURL"), "https://antes.es");
+}
+
+TEST_F(PublishingFlow, TheServerIsSetUpStepByStep)
+{
+    openMovie();
+    server.set("connected", "false");
+    run(&AppModel::checkConnection);
+    EXPECT_EQ(model->connectionStatus(), "Servidor conectado · falta autorizar Drive");
+    EXPECT_EQ(model->status(), model->connectionStatus());
+
+    model->setOauthClientID(" cliente \n");
+    model->setOauthClientSecret("\tsecreto del cliente ");
+    run(&AppModel::configureOAuth);
+    EXPECT_EQ(model->connectionStatus(), "Cliente OAuth guardado en el servidor. Ya puedes conectar Drive.");
+    EXPECT_EQ(model->oauthClientID(), " cliente \n");
+    EXPECT_EQ(model->oauthClientSecret(), "");
+    EXPECT_THAT(server.state(), HasSubstr(R"({"clientID": "cliente", "clientSecret": "secreto del cliente"})"));
+
+    run(&AppModel::connectDrive);
+    EXPECT_THAT(workspace->addresses, ElementsAre("https://accounts.example/authorise"));
+    server.setFaults(R"([{"path":"/api/drive/connect","do":"answer","json":{"url":7}}])");
+    run(&AppModel::connectDrive);
+    EXPECT_EQ(failure(), "");
+    EXPECT_THAT(workspace->addresses, testing::SizeIs(1));
+
+    server.set("connected", "true");
+    run(&AppModel::checkConnection);
+    EXPECT_EQ(model->connectionStatus(), "Conectado · Drive autorizado");
+    // A failure leaves what is on the screen alone.
+    server.kill();
+    model->setOauthClientSecret("otro");
+    run(&AppModel::configureOAuth);
+    EXPECT_EQ(failure(), "No hay conexión con el servidor «localhost».");
+    EXPECT_EQ(model->oauthClientSecret(), "otro");
+}
+
+TEST_F(PublishingFlow, TheCredentialComesFromTheKeychain)
+{
+    StoredSettings::setText("serverURL", server.address());
+    keychain.secret = PublishingServer::token;
+    start();
+    EXPECT_EQ(model->serverURL().toStdString(), server.address());
+    ASSERT_TRUE(waitUntil([&] { return model->adminToken() == PublishingServer::token; }));
+    EXPECT_EQ(keychain.asked, 0);
+
+    // Locked: nobody is asked at the start, nor by what needs the credential; only when the user wants it.
+    keychain.isLocked = true;
+    start();
+    run(&AppModel::checkConnection);
+    EXPECT_THAT(failure(), HasSubstr("pulsa Leer del llavero (2)."));
+    EXPECT_EQ(model->adminToken(), "");
+    EXPECT_EQ(keychain.asked, 0);
+    run(&AppModel::readServerCredential);
+    EXPECT_EQ(keychain.asked, 1);
+    EXPECT_EQ(model->adminToken(), PublishingServer::token);
+    EXPECT_EQ(model->connectionStatus(), "Conectado · Drive autorizado");
+    model->setAdminToken({});
+    run(&AppModel::checkConnection);
+    EXPECT_EQ(failure(), "");
+    EXPECT_EQ(model->adminToken(), PublishingServer::token);
+}
+
+TEST_F(PublishingFlow, AnotherProjectMayBeOpenedMeanwhile)
+{
+    openMovie();
+    model->setDomainText("https://uno.es");
+    const auto first = project().id;
+    // The server answers when the other one is open.
+    server.setFaults(R"([{"method":"GET","path":"/api/uploads/","do":"hang"}])");
+    model->publish();
+    ASSERT_TRUE(waitUntil([&] { return !server.asked("GET /api/uploads/").empty(); }));
+    openNew(10, "Segundo");
+    EXPECT_EQ(model->domainText(), "");
+    model->cancel();
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_EQ(model->status(), "Operación cancelada");
+    EXPECT_TRUE(fs::exists(store.directory(first) / Publisher::sessionName));
+
+    select(onDisk(first));
+    model->setDomainText("https://uno.es");
+    server.setFaults(R"([{"method":"GET","path":"/api/status","do":"answer","json":{"connected":true}}])");
+    model->publish();
+    const auto other = openNew(10, "Tercero");
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_EQ(failure(), "");
+    EXPECT_EQ(project().id, other.id);
+    EXPECT_FALSE(project().publication);
+    ASSERT_TRUE(onDisk(first).publication);
+    EXPECT_THAT(onDisk(first).publication->domains, ElementsAre("https://uno.es"));
+    EXPECT_THAT(pasteboard->text, HasSubstr(onDisk(first).publication->videoID));
+    select(onDisk(first));
+    EXPECT_EQ(model->domainText(), "https://uno.es");
+}
+
+TEST_F(PublishingFlow, EndsWithTheApplication)
+{
+    openMovie();
+    const auto session = store.directory(project().id) / Publisher::sessionName;
+    server.setFaults(R"([{"method":"GET","path":"/api/uploads/","do":"hang"}])");
+    model->publish();
+    ASSERT_TRUE(waitUntil([&] { return !server.asked("GET /api/uploads/").empty(); }));
+    quit();
+    EXPECT_TRUE(fs::exists(session));
+}
+
+} // namespace
+} // namespace orvo::test

@@ -1,0 +1,182 @@
+#include "PublisherFixture.h"
+
+#include <cstdlib>
+#include <thread>
+
+namespace orvo::test {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+class PublisherRequest : public PublisherFixture {
+protected:
+    /// How a request to a server ends: the text of its failure, or of its answer's "text".
+    std::string outcome(const std::string& address, const std::string& method = "GET", const std::string& token = "secreto") const
+    {
+        try {
+            Publisher publisher(address, token, options);
+            return publisher.request("api/status", method, {.json = "{\"clientSecret\":\"oculto\"}", .data = {}, .headers = {}})
+                .text("text")
+                .value_or("no text");
+        } catch (const std::exception& error) {
+            return describe(error);
+        }
+    }
+    std::string outcome() const { return outcome(server.address()); }
+};
+
+TEST(PublisherAddress, IsSafe)
+{
+    for (const auto* good : {"https://video.ejemplo.es", "https://video.ejemplo.es:8443/base/", " https://a.es\n", "http://localhost",
+             "http://localhost:8080", "ftp://localhost", "https://vídeo.es"})
+        EXPECT_NO_THROW(Publisher(good, "x")) << good;
+    for (const auto* bad : {"", "video.ejemplo.es", "http://video.ejemplo.es", "ftp://video.ejemplo.es", "http://127.0.0.1",
+             "http://localhost.ejemplo.es", "HTTPS://video.ejemplo.es", "https://", "http://user@ejemplo.es/localhost",
+             "http://localhost@ejemplo.es", "https:/uno.es", "http://Localhost"}) {
+        try {
+            const Publisher publisher(bad, "x");
+            ADD_FAILURE() << bad;
+        } catch (const Error& error) {
+            EXPECT_STREQ(error.what(), "Usa una dirección HTTPS para el servicio.") << bad;
+        }
+    }
+}
+
+TEST_F(PublisherRequest, AnswersAreObjectsOrErrors)
+{
+    struct Case {
+        std::string faults;
+        std::string expected;
+    };
+    const std::string unknown = "El servidor no ha podido completar la petición.";
+    const std::vector<Case> cases{
+        {R"({"do":"answer","json":{"text":"hola"}})", "hola"},
+        {R"({"do":"status","status":204})", "no text"},
+        {R"({"do":"status","status":200,"body":"[1]"})", "no text"},
+        {R"({"do":"status","status":200,"body":"<html>Portal</html>"})", "no text"},
+        {R"({"do":"status","status":299,"body":"{\"text\":\"justo\"}"})", "justo"},
+        {R"({"do":"answer","status":500,"json":{"error":"No queda sitio en Drive."}})", "No queda sitio en Drive."},
+        {R"({"do":"answer","status":500,"json":{"error":7}})", unknown},
+        {R"({"do":"status","status":500,"body":"<html>error</html>"})", unknown},
+        {R"({"do":"status","status":302,"body":""})", unknown},
+        {R"({"do":"answer","status":401,"json":{"error":"No vale secreto."}})", "No vale …."},
+        {R"({"do":"close"})", "Se ha cortado la conexión con el servidor «localhost»."},
+        {R"({"do":"huge"})", "El servidor «localhost» ha enviado una respuesta demasiado grande."},
+        {R"({"do":"hang"})", "El servidor «localhost» no responde."},
+    };
+    options.limits.silence = std::chrono::seconds(2);
+    for (const auto& [fault, expected] : cases) {
+        server.setFaults("[" + fault + "]");
+        EXPECT_EQ(outcome(), expected) << fault;
+    }
+    options.limits.whole = std::chrono::seconds(2);
+    server.setFaults(R"([{"do":"slow"}])");
+    EXPECT_EQ(outcome(), "El servidor «localhost» no responde.");
+}
+
+TEST_F(PublisherRequest, HeadersAreThoseOfTheContent)
+{
+    const std::string chunk = "abc";
+    auto client = publisher();
+    const auto sent = [&](const Publisher::Content& content) {
+        server.forgetRequests();
+        client.request("api/drive/connect", "POST", content);
+        const auto request = server.requests().front();
+        return request.authorization + "|" + request.type + "|" + std::to_string(request.length);
+    };
+    EXPECT_EQ(sent({}), "Bearer secreto||0");
+    EXPECT_EQ(sent({.json = "{}", .data = {}, .headers = {}}), "Bearer secreto|application/json|2");
+    EXPECT_EQ(sent({.json = "{}", .data = chunk, .headers = {}}), "Bearer secreto|application/octet-stream|3");
+    EXPECT_EQ(sent({.json = {}, .data = chunk, .headers = {{"Content-Type", "text/plain"}}}), "Bearer secreto|text/plain|3");
+
+    // An address with a path of its own, and identifiers that are none of ours.
+    server.setFaults(R"([{"path":"/base/api/videos/a%20b%25","do":"answer","json":{}}])");
+    EXPECT_NO_THROW(Publisher(server.address() + "/base/", "secreto", options).withdraw("a b%"));
+}
+
+TEST_F(PublisherRequest, TheCredentialGoesToTheServerAlone)
+{
+    PublishingServer other(true);
+    const auto redirect = [&](const std::string& location, int status) {
+        return R"([{"do":"redirect","location":")" + location + R"(","status":)" + std::to_string(status) + "}]";
+    };
+    for (const int status : {301, 302, 303, 307, 308}) {
+        server.setFaults(redirect(other.address() + "/api/status?from=secreto", status));
+        EXPECT_THAT(outcome(server.address(), "POST"),
+            HasSubstr("El servidor remite a otra dirección (http://localhost). Si es la de tu servidor, escríbela en Ajustes."));
+    }
+    EXPECT_THAT(other.requests(), IsEmpty());
+
+    // Within the server a redirection is followed; only one that keeps the method takes the body along.
+    server.setFaults(redirect("/api/videos/none", 307));
+    server.forgetRequests();
+    EXPECT_EQ(outcome(server.address(), "PATCH"), "No existe el vídeo.");
+    EXPECT_THAT(server.asked(), ElementsAre("PATCH /api/status", "PATCH /api/videos/none"));
+    server.setFaults(redirect("/api/status", 303));
+    EXPECT_EQ(outcome(server.address(), "POST"), "no text");
+    server.setFaults(R"([{"do":"redirect","location":"/api/status","times":100}])");
+    EXPECT_EQ(outcome(), "El servidor no ha podido completar la petición.");
+
+    server.setFaults("");
+    EXPECT_EQ(outcome(server.address(), "GET", " secreto\n"), "no text");
+    EXPECT_EQ(outcome(server.address(), "GET", "sec\r\nreto"),
+        "La credencial de administración contiene caracteres que no se pueden enviar.");
+    EXPECT_EQ(outcome(server.address(), "GET", "otro"), "Credencial incorrecta.");
+}
+
+TEST_F(PublisherRequest, OnlyATrustedServerIsSpokenTo)
+{
+    server.forgetRequests();
+    ::unsetenv("SSL_CERT_FILE");
+    EXPECT_EQ(outcome(), "El certificado del servidor «localhost» no es de confianza.");
+    EXPECT_THAT(server.requests(), IsEmpty());
+    // Not encrypted where that was asked for.
+    const PublishingServer plain(true);
+    EXPECT_THAT(outcome("https://localhost:" + std::to_string(plain.port())), HasSubstr("conexión segura"));
+    EXPECT_EQ(outcome("https://localhost:1"), "No hay conexión con el servidor «localhost».");
+    EXPECT_THAT(outcome("https://no-existe.invalid"), HasSubstr("No se encuentra el servidor «no-existe.invalid»"));
+    EXPECT_THAT(outcome("ftp://localhost"), HasSubstr("escribe una que empiece por https://"));
+}
+
+TEST_F(PublisherRequest, TheProxyOfTheSystemIsUsedAndToldNothing)
+{
+    const PublishingServer proxy(true);
+    ::setenv("https_proxy", ("http://127.0.0.1:" + std::to_string(proxy.port())).c_str(), 1);
+    EXPECT_THAT(outcome("https://video.ejemplo.es"), Not(IsEmpty()));
+    EXPECT_EQ(outcome(), "no text") << "this machine is reached without it";
+    ::unsetenv("https_proxy");
+    ASSERT_EQ(proxy.requests().size(), 1U);
+    EXPECT_EQ(proxy.requests()[0].path, "video.ejemplo.es:443");
+    EXPECT_EQ(proxy.requests()[0].authorization, "");
+}
+
+TEST_F(PublisherRequest, CanBeCancelledInTheMiddle)
+{
+    // Without the request to stop it would take minutes, and end in another way.
+    options.limits.silence = std::chrono::seconds(600);
+    auto client = publisher();
+    server.setFaults(R"([{"do":"hang","times":9}])");
+    for (const auto* path : {"api/status", "api/videos"}) {
+        server.forgetRequests();
+        std::stop_source stop;
+        std::jthread canceller([&] {
+            while (server.asked().empty())
+                std::this_thread::yield();
+            stop.request_stop();
+        });
+        EXPECT_THROW(client.request(path, "GET", stop.get_token()), Cancelled);
+    }
+    std::stop_source stop;
+    stop.request_stop();
+    server.forgetRequests();
+    EXPECT_THROW(client.request("api/status", "GET", stop.get_token()), Cancelled);
+    EXPECT_THAT(server.requests(), IsEmpty());
+}
+
+} // namespace
+
+} // namespace orvo::test

@@ -1,0 +1,107 @@
+#pragma once
+
+#include "OrvoVideo/publishing/Publisher.h"
+#include "TestSupport/ProjectFixture.h"
+#include "TestSupport/PublishingServer.h"
+#include "VideoCore/FileIO.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace orvo::test {
+
+/// A project with a document, a streaming package and no media, and a server to publish it on. Pauses take no time and are noted.
+class PublisherFixture : public ProjectFixture {
+protected:
+    PublisherFixture()
+        : hls(folder / "hls")
+        , session(store.directory(project.id) / Publisher::sessionName)
+    {
+        options.limits.silence = std::chrono::seconds(20);
+        options.pause = [this](std::chrono::seconds time, const std::stop_token&) { pauses.push_back(time.count()); };
+        std::filesystem::create_directories(hls / "480");
+        write(hls / "master.m3u8", 200);
+        write(hls / "480/00000.ts", 5'000);
+    }
+
+    Publisher publisher() const { return {server.address(), PublishingServer::token, options}; }
+
+    Publication publish(const std::stop_token& stop = {})
+    {
+        return publisher().publish(
+            project, store, hls, {"https://www.ejemplo.es"}, true,
+            [this](const std::string& text, double fraction) { told(text, fraction); }, stop);
+    }
+
+    /// The text of the failure that a publication ends with; empty when it does not fail.
+    std::string failure()
+    {
+        try {
+            publish();
+        } catch (const std::exception& error) {
+            return describe(error);
+        }
+        return {};
+    }
+
+    std::filesystem::path media(const std::string& name) const { return store.directory(project.id) / "media" / name; }
+
+    /// A file of so many bytes that are like no other's.
+    static std::string write(const std::filesystem::path& file, std::size_t size)
+    {
+        std::filesystem::create_directories(file.parent_path());
+        std::mt19937 random(static_cast<unsigned>(std::hash<std::string>()(file.filename().string())));
+        std::string content(size, '\0');
+        for (auto& byte : content)
+            byte = static_cast<char>(random());
+        std::ofstream(file, std::ios::binary) << content;
+        return content;
+    }
+
+    /// The Content-Range of every chunk that was sent.
+    std::vector<std::string> ranges() const
+    {
+        std::vector<std::string> result;
+        for (const auto& request : server.requests()) {
+            if (request.event == "asked" && request.method == "PUT")
+                result.push_back(request.range);
+        }
+        return result;
+    }
+
+    /// What the server has is what the disk has, and nothing was sent that it did not want.
+    void expectReceived(const std::vector<std::string>& paths)
+    {
+        for (const auto& path : paths) {
+            const auto file = path.starts_with("hls/") ? hls / path.substr(4) : store.directory(project.id) / path;
+            EXPECT_EQ(server.received(path), readFile(file)) << path;
+        }
+        for (const auto& request : server.requests())
+            EXPECT_NE(request.event, "refused") << request.path << " " << request.range;
+    }
+
+    PublishingServer server;
+    std::filesystem::path hls;
+    std::filesystem::path session;
+    Publisher::Options options;
+    std::vector<std::int64_t> pauses; ///< Seconds.
+    std::vector<std::pair<std::string, double>> progress;
+    std::function<void(const std::string&)> onProgress;
+
+private:
+    void told(const std::string& text, double fraction)
+    {
+        EXPECT_GE(fraction, 0);
+        EXPECT_LE(fraction, 1);
+        progress.emplace_back(text, fraction);
+        if (const auto call = onProgress)
+            call(text);
+    }
+};
+
+} // namespace orvo::test

@@ -1,0 +1,79 @@
+#include "TestSupport/PublishingServer.h"
+#include "WindowFixture.h"
+
+namespace orvo::test {
+namespace {
+
+using testing::ElementsAre;
+
+class PublishingWindow : public WindowFixture {
+protected:
+    QString textOf(const QString& objectName) const
+    {
+        const auto* item = view().findChild<QQuickItem*>(objectName);
+        return item ? item->property("text").toString() : QString();
+    }
+
+    bool isIdle() const
+    {
+        return waitUntil([&] { return !model->busy(); });
+    }
+
+    PublishingServer server;
+};
+
+TEST_F(PublishingWindow, FromEmptySettingsToAPublishedVideo)
+{
+    show();
+    select(withMovie("Clase", 1));
+    // Without a server the button shows what is missing.
+    click(QAccessible::Button, "Publicar");
+    turnTo("Ajustes");
+    EXPECT_EQ(textOf("connectionStatus"), "Sin comprobar");
+    click(QAccessible::EditableText, "Servidor");
+    type(QString::fromStdString(server.address()));
+    EXPECT_EQ(textOf("returnAddress"), QString::fromStdString("Retorno: " + server.address() + "/oauth/google/callback"));
+    click(QAccessible::EditableText, "Credencial de administración");
+    type("otra");
+    click(QAccessible::Button, "Guardar y comprobar");
+    ASSERT_TRUE(isIdle());
+    EXPECT_EQ(textOf("settingsError"), "Credencial incorrecta.");
+    model->clearError();
+    click(QAccessible::EditableText, "Credencial de administración");
+    key(Qt::Key_A, Qt::ControlModifier);
+    type(PublishingServer::token);
+    click(QAccessible::Button, "Guardar y comprobar");
+    ASSERT_TRUE(isIdle());
+    EXPECT_EQ(textOf("connectionStatus"), "Conectado · Drive autorizado");
+    EXPECT_EQ(keychain.secret, PublishingServer::token);
+    view().close();
+
+    turnToMain();
+    view().requestActivate();
+    click(QAccessible::PageTab, "Compartir");
+    click(QAccessible::EditableText, "Dominios autorizados");
+    type("https://www.ejemplo.es");
+    click(QAccessible::CheckBox, "Permitir enlace público");
+    click(QAccessible::Button, "Publicar");
+    ASSERT_TRUE(isIdle());
+    EXPECT_EQ(model->errorMessage(), "");
+    ASSERT_TRUE(project().publication);
+    EXPECT_THAT(project().publication->domains, ElementsAre("https://www.ejemplo.es"));
+    EXPECT_TRUE(project().publication->publicLink);
+    click(QAccessible::Button, "Copiar enlace");
+    EXPECT_EQ(pasteboard->text, project().publication->url);
+    EXPECT_NE(control(QAccessible::Button, "Reemplazar vídeo publicado"), nullptr);
+
+    // It is asked before it is taken back.
+    click(QAccessible::Button, "Retirar publicación");
+    click(QAccessible::Button, "Cancelar");
+    EXPECT_TRUE(project().publication);
+    click(QAccessible::Button, "Retirar publicación");
+    ASSERT_TRUE(waitUntil([&] { return control(QAccessible::AlertMessage, "¿Retirar la publicación?") != nullptr; }));
+    key(Qt::Key_Return);
+    ASSERT_TRUE(waitUntil([&] { return !model->busy() && !project().publication; }));
+    EXPECT_EQ(control(QAccessible::Button, "Copiar enlace"), nullptr);
+}
+
+} // namespace
+} // namespace orvo::test
