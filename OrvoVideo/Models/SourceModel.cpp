@@ -5,6 +5,12 @@
 
 namespace orvo {
 
+/// Whether two sources are recorded in the same way and called the same.
+static bool operator==(const CaptureSource& a, const CaptureSource& b)
+{
+    return a.id == b.id && a.label == b.label && a.rect == b.rect && a.scale == b.scale && a.stream == b.stream;
+}
+
 SourceModel::SourceModel(QObject* parent)
     : RowModel(parent)
 {
@@ -12,13 +18,7 @@ SourceModel::SourceModel(QObject* parent)
 
 void SourceModel::show(std::vector<CaptureSource> sources)
 {
-    const auto before = m_sources;
-    const SharedList<CaptureSource> next(std::move(sources));
-    replaceRows(m_sources, next, byId<CaptureSource>(), [before, next](std::size_t i, std::size_t j) {
-        const auto& was = before[i];
-        const auto& is = next[j];
-        return was.label != is.label || was.rect != is.rect || was.scale != is.scale || was.stream != is.stream;
-    });
+    replaceRows(m_sources, SharedList<CaptureSource>(std::move(sources)), byId<CaptureSource>());
 }
 
 const CaptureSource* SourceModel::find(const std::string& id) const

@@ -4,6 +4,7 @@
 
 #include <QSettings>
 #include <fcntl.h>
+#include <format>
 #include <utility>
 
 namespace orvo {
@@ -35,11 +36,8 @@ QString tokenSetting(ScreenCast::Kind kind)
 CaptureSource sourceOf(const ScreenCast::Stream& stream)
 {
     const bool isMonitor = stream.kind == ScreenCast::Kind::monitor;
-    QString label = isMonitor ? QStringLiteral("Pantalla elegida") : QStringLiteral("Ventana elegida");
-    if (stream.rect.width > 0)
-        label += QStringLiteral(" · %1×%2").arg(stream.rect.width).arg(stream.rect.height);
     CaptureSource source{.id = (isMonitor ? "d" : "w") + std::to_string(stream.node),
-        .label = label.toStdString(),
+        .label = isMonitor ? "Pantalla elegida" : "Ventana elegida",
         .rect = stream.rect,
         .stream = std::make_shared<const PipeWireStream>(::fcntl(stream.remote, F_DUPFD_CLOEXEC, 0), stream.node)};
     if (isMonitor)
@@ -174,12 +172,34 @@ QCoro::Task<> CaptureChoice::ask(Remembered remembered)
     auto outcome = co_await answer;
     if (listing != m_listing)
         co_return;
-    if (outcome.stream) {
-        settings.setValue(tokenSetting(kind), outcome.stream->restoreToken);
-        show({sourceOf(*outcome.stream)}, {});
-    } else {
+    if (!outcome.stream) {
         show({}, outcome.error.isEmpty() ? permissionText() : outcome.error);
+        co_return;
     }
+    settings.setValue(tokenSetting(kind), outcome.stream->restoreToken);
+    auto source = sourceOf(*outcome.stream);
+    QString error;
+    try {
+        if (source.rect.width <= 0 || source.rect.height <= 0) {
+            const auto size =
+                co_await m_workers.run([stream = source.stream] { return PipeWireStream::pictureSize(stream); });
+            source.rect.width = size.width;
+            source.rect.height = size.height;
+        }
+    } catch (const Cancelled&) {
+        co_return; // This object is going.
+    } catch (const std::exception& failure) {
+        error = QString::fromStdString(describe(failure));
+    }
+    if (listing != m_listing)
+        co_return;
+    if (!error.isEmpty()) {
+        m_screenCast->close();
+        show({}, error);
+        co_return;
+    }
+    source.label += std::format(" · {:.0f}×{:.0f}", source.rect.width, source.rect.height);
+    show({source}, {});
 }
 
 void CaptureChoice::show(std::vector<CaptureSource> sources, const QString& error)

@@ -60,6 +60,9 @@ Popup {
         spacing: Theme.space(4)
         Accessible.role: Accessible.Dialog
         Accessible.name: "Nueva grabación"
+        // Of a control that does nothing with them itself.
+        Keys.onReturnPressed: recordButton.click()
+        Keys.onEnterPressed: recordButton.click()
 
         ColumnLayout {
             Layout.rightMargin: Theme.space(3)
@@ -270,10 +273,5 @@ Popup {
                 onClicked: root.record()
             }
         }
-    }
-    Shortcut {
-        enabled: root.opened
-        sequences: ["Return", "Enter"]
-        onActivated: recordButton.click()
     }
 }

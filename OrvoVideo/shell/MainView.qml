@@ -34,6 +34,10 @@ ApplicationWindow {
         recorder.active = true
         recorder.item.open()
     }
+    function closeRecorder() {
+        if (recorder.item)
+            recorder.item.close()
+    }
     function quit() {
         quitting = true
         close()

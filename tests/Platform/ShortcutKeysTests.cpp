@@ -37,13 +37,14 @@ protected:
     std::vector<quint32> press(const QStringList& words)
     {
         heard.clear();
-        EXPECT_TRUE(display.xdotool(QStringList{"key"} + words + QStringList{"ctrl+alt+super+F12"}));
+        EXPECT_TRUE(display.xdotool(QStringList{"key"} + words + QStringList{"ctrl+alt+super+m"}));
         EXPECT_TRUE(comesToHold([&] { return !heard.empty() && heard.back() == last.id; }));
-        heard.pop_back();
+        if (!heard.empty())
+            heard.pop_back();
         return heard;
     }
 
-    const ShortcutKeys::Combination last{.id = 99, .keyCode = 111, .modifiers = three};
+    const ShortcutKeys::Combination last{.id = 99, .keyCode = 46, .modifiers = three};
     VirtualDisplay display;
     std::unique_ptr<ShortcutKeys> keys;
     std::vector<quint32> heard;

@@ -1,5 +1,6 @@
 #include "PrivateBus.h"
 
+#include <fstream>
 #include <stdexcept>
 
 namespace orvo::test {
@@ -13,7 +14,21 @@ constexpr auto variable = "DBUS_SESSION_BUS_ADDRESS";
 PrivateBus::PrivateBus()
     : m_before(qgetenv(variable))
 {
-    m_daemon.start("dbus-daemon", {"--session", "--nofork", "--print-address"});
+    // Services that are installed here are not started on it.
+    const auto configuration = m_folder / "bus.conf";
+    std::ofstream(configuration) << R"(<busconfig>
+  <type>session</type>
+  <listen>unix:dir=)" << m_folder.path().string()
+                                 << R"(</listen>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+)";
+    m_daemon.start("dbus-daemon",
+        {"--config-file", QString::fromStdString(configuration.string()), "--nofork", "--print-address"});
     while (!m_daemon.canReadLine()) {
         if (!m_daemon.waitForReadyRead(30'000))
             throw std::runtime_error("there is no bus");

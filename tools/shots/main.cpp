@@ -5,12 +5,14 @@
 #include "OrvoVideo/ui/Appearance.h"
 #include "SampleLibrary.h"
 #include "TestSupport/TemporaryFolder.h"
+#include "TestSupport/VirtualDisplay.h"
 #include "VideoCore/Error.h"
 
 #include <QApplication>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
+#include <QProcess>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickStyle>
@@ -114,6 +116,9 @@ void takeAll(const QDir& folder)
 {
     const test::TemporaryFolder scratch;
     const auto library = scratch / "Biblioteca";
+    test::VirtualDisplay display("1920x1080"); // What the recording panel shows.
+    display.enter();
+    QProcess::execute(QStringLiteral("xsetroot"), {QStringLiteral("-solid"), QStringLiteral("#24324F")});
     auto services = AppServices::create(library);
     services.panels = std::make_unique<OnePlace>(scratch / "Clase 3.mp4");
     services.loadSecret = [](auto&&...) { return std::string("una credencial de muestra"); };
@@ -128,6 +133,21 @@ void takeAll(const QDir& folder)
     model.refreshLibrary();
     waitFor("the filled library", [&] { return model.library()->count() == 4; });
     photographer.take(QStringLiteral("welcome"));
+
+    auto options = model.options();
+    options.camera = true;
+    model.setOptions(options);
+    QMetaObject::invokeMethod(&main.window(), "openRecorder");
+    waitFor("the sources", [&] { return model.capture()->sources()->count() > 0; });
+    photographer.take(QStringLiteral("recording-panel"));
+    QMetaObject::invokeMethod(&main.window(), "closeRecorder");
+    options.camera = options.microphone = options.systemAudio = false;
+    model.setOptions(options);
+    model.startRecording();
+    waitFor("the recording", [&] { return model.recordingTime() > 1; });
+    photographer.take(QStringLiteral("recording"));
+    model.stopRecording();
+    waitFor("the end of the recording", [&] { return !model.capturing() && !model.busy(); });
 
     main.open({QString::fromStdString(lesson.id.text())});
     waitFor("the preview", [&] { return model.preview() == AppModel::Preview::Ready; });

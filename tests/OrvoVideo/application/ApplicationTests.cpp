@@ -1,10 +1,13 @@
 #include "Desktop.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/Projects.h"
+#include "TestSupport/SoundWorld.h"
 #include "VideoCore/ProjectStore.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gmock/gmock.h>
+#include <set>
 
 namespace orvo::test {
 
@@ -95,6 +98,41 @@ TEST_F(ApplicationTests, TheTimelineIsEditedWithThePointerAndNothingIsLostWhenIt
     EXPECT_EQ(edit().cuts.items(), std::vector{cut});
     desktop.press({"ctrl+q"});
     EXPECT_EQ(desktop.applicationEnd(), 0);
+}
+
+TEST_F(ApplicationTests, ALessonIsRecordedWithTheGlobalShortcutsAlone)
+{
+    const SoundWorld sound;
+    const auto recorded = [&] {
+        auto projects = store.list();
+        std::erase_if(projects, [&](const auto& other) { return other.id == project.id; });
+        return projects.empty() ? VideoProject() : projects.front();
+    };
+    const auto lasts = [&](double seconds) { return holdsSoon([&] { return recorded().duration >= seconds; }); };
+    ASSERT_TRUE(desktop.startApplication(store.root()));
+    ASSERT_TRUE(desktop.focusWindow("Orvo Video"));
+    desktop.press({"ctrl+alt+super+r"});
+    ASSERT_TRUE(lasts(1));
+    EXPECT_EQ(recorded().state, ProjectState::recording);
+    desktop.press({"ctrl+alt+super+z", "ctrl+alt+super+p"});
+    const double paused = recorded().duration;
+    ASSERT_TRUE(lasts(paused + 1));
+    desktop.press({"ctrl+alt+super+p"});
+    ASSERT_TRUE(lasts(paused + 3));
+    desktop.press({"ctrl+alt+super+r"});
+    ASSERT_TRUE(holdsSoon([&] { return recorded().state == ProjectState::ready; }));
+    EXPECT_TRUE(desktop.focusWindow("Grabación ·")) << "the editor shows it";
+
+    const auto lesson = recorded();
+    std::set<TrackKind> kinds;
+    for (const auto& track : lesson.tracks) {
+        kinds.insert(track.kind);
+        EXPECT_TRUE(fs::exists(store.mediaURL(lesson, track.file))) << track.file;
+    }
+    EXPECT_EQ(kinds, (std::set{TrackKind::screen, TrackKind::microphone, TrackKind::system}));
+    EXPECT_EQ(lesson.edit.cuts.size(), 1U);
+    EXPECT_EQ(std::ranges::count(lesson.edit.events, PointerKind::zoom, &PointerEvent::kind), 1);
+    EXPECT_NEAR(probe(store.mediaURL(lesson, "media/screen.mov")).videoDuration, lesson.duration, 0.3);
 }
 
 } // namespace
