@@ -72,7 +72,7 @@ TEST(HlsLadder, RefusesWhatHasNoSize)
         }
         return std::string();
     };
-    for (const auto [width, height] : {std::pair{0, 720}, {1280, 0}, {-2, -2}, {2, 2'000}, {1, 1}, {1 << 30, 2}})
+    for (const auto& [width, height] : {std::pair{0, 720}, {1280, 0}, {-2, -2}, {2, 2'000}, {1, 1}, {1 << 30, 2}})
         EXPECT_EQ(refusal(projectOf(width, height)), "El tamaño del proyecto no es válido.") << width << "×" << height;
     for (const auto fps : {0, -30, 1 << 30})
         EXPECT_THAT(refusal(projectOf(1280, 720, fps)), HasSubstr("La frecuencia de fotogramas"));

@@ -3,6 +3,7 @@
 #include "VideoCore/FileIO.h"
 #include "VideoCore/Timeline.h"
 
+#include <array>
 #include <format>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -85,18 +86,27 @@ std::vector<std::string> lines(const std::string& playlist, const std::string& b
     return result;
 }
 
-/// A segment as a player decrypts it that was told nothing but its number.
-std::string decrypted(const std::string& cipher, const std::string& key, unsigned char number)
+/// The vector of a segment: the one that the playlist fixes for all, else its number.
+std::array<unsigned char, 16> vectorOf(const std::string& playlist, unsigned number)
+{
+    std::array<unsigned char, 16> vector{};
+    vector[15] = static_cast<unsigned char>(number);
+    const auto at = playlist.find(",IV=0x");
+    for (std::size_t i = 0; at != std::string::npos && i < vector.size(); ++i)
+        vector[i] = static_cast<unsigned char>(std::stoul(playlist.substr(at + 6 + 2 * i, 2), nullptr, 16));
+    return vector;
+}
+
+/// A segment as a player decrypts it.
+std::string decrypted(const std::string& cipher, const std::string& key, std::array<unsigned char, 16> vector)
 {
     const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context(EVP_CIPHER_CTX_new(), EVP_CIPHER_CTX_free);
-    unsigned char vector[16]{};
-    vector[15] = number;
     std::string clear(cipher.size() + 16, '\0');
     auto* const out = reinterpret_cast<unsigned char*>(clear.data());
     int length = 0;
     int rest = 0;
     if (EVP_DecryptInit_ex(
-            context.get(), EVP_aes_128_cbc(), nullptr, reinterpret_cast<const unsigned char*>(key.data()), vector)
+            context.get(), EVP_aes_128_cbc(), nullptr, reinterpret_cast<const unsigned char*>(key.data()), vector.data())
             != 1
         || EVP_DecryptUpdate(context.get(), out, &length, reinterpret_cast<const unsigned char*>(cipher.data()),
                static_cast<int>(cipher.size()))
@@ -134,10 +144,10 @@ TEST_F(HlsPackaging, EveryRenditionPlaysFromItsKey)
         EXPECT_THAT(playlist, HasSubstr("#EXT-X-KEY:METHOD=AES-128,URI=\"../key.bin\""));
         EXPECT_THAT(playlist, Not(HasSubstr(folder.path().string())));
         EXPECT_THAT(lines(playlist, "#EXTINF"), ElementsAre("#EXTINF:6.000000,", "#EXTINF:6.000000,", StartsWith("#EXTINF:1.5")));
-        // Every segment alone: encrypted with the key and its number, beginning with a picture that needs no other.
-        for (const unsigned char number : {0, 1, 2}) {
+        // Every segment alone: encrypted with the key, beginning with a picture that needs no other.
+        for (const unsigned number : {0U, 1U, 2U}) {
             const std::string clear =
-                decrypted(readFile(package / step / std::format("{:05}.ts", number)), key, number);
+                decrypted(readFile(package / step / std::format("{:05}.ts", number)), key, vectorOf(playlist, number));
             ASSERT_FALSE(clear.empty());
             EXPECT_EQ(clear[0], 0x47);
             EXPECT_EQ(clear[188], 0x47);
