@@ -65,7 +65,8 @@ yyjson_val* listOf(yyjson_val* object, const char* key, std::size_t most)
 TrackKind trackOf(std::string_view text)
 {
     const auto kind = parseTrackKind(text);
-    if (!kind || !std::ranges::contains(std::initializer_list{TrackKind::screen, TrackKind::microphone, TrackKind::camera}, *kind))
+    if (!kind
+        || !std::ranges::contains(std::initializer_list{TrackKind::screen, TrackKind::microphone, TrackKind::camera}, *kind))
         throw ProtocolError("there is no such track");
     return *kind;
 }

@@ -8,7 +8,8 @@ namespace orvo {
 AppModel::AppModel(AppServices services, QObject* parent)
     : QObject(parent)
     , m_services(std::move(services))
-    , m_capture(m_services.recording.windowSystem, std::move(m_services.recording.screenCast), m_services.recording.pressesSeen)
+    , m_capture(
+          m_services.recording.windowSystem, std::move(m_services.recording.screenCast), m_services.recording.pressesSeen)
     , m_shortcuts(std::move(m_services.recording.shortcutKeys))
     , m_documents(*m_services.store)
 {

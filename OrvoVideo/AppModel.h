@@ -306,13 +306,13 @@ public:
 
     // --- Publishing (AppModelPublishing.cpp) ------------------------------------------------------------------------------
 
-    /// Renders and packages the open project, unless that was done for just what it is now, uploads it and stores where it is:
-    /// a long operation. At its end the embed code is on the clipboard.
+    /// Renders and packages the open project, unless that was done for just what it is now, uploads it and stores where it
+    /// is: a long operation. At its end the embed code is on the clipboard.
     Q_INVOKABLE void publish();
     /// Takes the open project's video back from the server: a long operation. Nothing when it is not published.
     Q_INVOKABLE void unpublish();
-    /// Tells the server who may embed the open project's video and whether its link is public: a long operation. Nothing when it
-    /// is not published.
+    /// Tells the server who may embed the open project's video and whether its link is public: a long operation. Nothing
+    /// when it is not published.
     Q_INVOKABLE void updatePolicy();
     /// Put the address and the embed code of the open project's video on the clipboard. Nothing when it is not published.
     Q_INVOKABLE void copyLink();
@@ -340,13 +340,13 @@ public:
     QString oauthClientSecret() const { return m_oauthClientSecret; }
     void setOauthClientSecret(const QString& secret);
 
-    /// Stores the credential in the keychain, or takes it from there when none is typed, then the server's address. Throws what
-    /// `Keychain` and `StoredSettings` throw.
+    /// Stores the credential in the keychain, or takes it from there when none is typed, then the server's address. Throws
+    /// what `Keychain` and `StoredSettings` throw.
     QCoro::Task<> saveSettings(WorkControl control);
 
-    /// Each is a long operation: reads the credential, asking the user where that is needed, and looks at the server; saves the
-    /// settings and looks at the server; saves them and gives the server the OAuth client; saves them and opens the page where
-    /// the user lets the server use Drive.
+    /// Each is a long operation: reads the credential, asking the user where that is needed, and looks at the server; saves
+    /// the settings and looks at the server; saves them and gives the server the OAuth client; saves them and opens the page
+    /// where the user lets the server use Drive.
     Q_INVOKABLE void readServerCredential();
     Q_INVOKABLE void checkConnection();
     Q_INVOKABLE void configureOAuth();

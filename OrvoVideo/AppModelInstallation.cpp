@@ -30,16 +30,19 @@ void AppModel::openModelFolder()
 QString AppModel::permissionsText() const
 {
     if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
-        return QStringLiteral("En este escritorio (Wayland) no hay que dar permisos por adelantado: el propio escritorio pregunta qué "
-                              "se puede grabar cuando empieza una grabación, y confirma los atajos globales.");
-    return QStringLiteral("En este escritorio (X11) no hace falta ningún permiso para grabar la pantalla, marcar los clics y usar "
-                          "atajos globales.");
+        return QStringLiteral(
+            "En este escritorio (Wayland) no hay que dar permisos por adelantado: el propio escritorio pregunta qué "
+            "se puede grabar cuando empieza una grabación, y confirma los atajos globales.");
+    return QStringLiteral(
+        "En este escritorio (X11) no hace falta ningún permiso para grabar la pantalla, marcar los clics y usar "
+        "atajos globales.");
 }
 
 void AppModel::openScreenPrivacy()
 {
     if (!m_services.workspace->openSettings(Workspace::SettingsPage::privacy))
-        setErrorMessage(QStringLiteral("Este escritorio no tiene ajustes de privacidad de la pantalla. ") + permissionsText());
+        setErrorMessage(
+            QStringLiteral("Este escritorio no tiene ajustes de privacidad de la pantalla. ") + permissionsText());
 }
 
 void AppModel::allowGlobalInput()

@@ -12,9 +12,8 @@ void AppModel::publish()
     if (!m_project)
         return;
     flushSave();
-    perform([this, project = *m_project](WorkControl control) -> QCoro::Task<> {
-        co_await publishProject(project, std::move(control));
-    });
+    perform([this, project = *m_project](
+                WorkControl control) -> QCoro::Task<> { co_await publishProject(project, std::move(control)); });
 }
 
 QCoro::Task<> AppModel::publishProject(VideoProject project, WorkControl control)
@@ -44,23 +43,22 @@ QCoro::Task<> AppModel::publishProject(VideoProject project, WorkControl control
             const std::stop_token& stop) {
             return publisher->publish(project, store, package->hls(), origins, isPublic, tell, stop);
         });
-    co_await updateProject(
-        project.id, [publication](VideoProject& published) { published.publication = publication; });
+    co_await updateProject(project.id, [publication](VideoProject& published) { published.publication = publication; });
     setStatus(QStringLiteral("Vídeo publicado"));
     copyEmbedOf(publication);
 }
 
 QCoro::Task<std::shared_ptr<PublicationPackage>> AppModel::preparePackage(VideoProject project, WorkControl control)
 {
-    const ExportSettings settings{
-        .height = m_options.height, .fps = project.fps, .quality = m_exportQuality.toStdString()};
+    const ExportSettings settings{.height = m_options.height, .fps = project.fps, .quality = m_exportQuality.toStdString()};
     const auto package = co_await m_workers.run(control,
         [project, store = store(), settings] { return std::make_shared<PublicationPackage>(project, store, settings); });
     if (!package->isReady()) {
         setStatus(QStringLiteral("Preparando vídeo para publicar…"));
-        co_await m_workers.run(control,
-            [package, probe = m_services.probe](
-                const std::stop_token& stop, const ProgressCallback& progress) { package->render(*probe, progress, stop); });
+        co_await m_workers.run(
+            control, [package, probe = m_services.probe](const std::stop_token& stop, const ProgressCallback& progress) {
+                package->render(*probe, progress, stop);
+            });
         setStatus(QStringLiteral("Generando calidades de streaming…"));
         setProgress(0);
         co_await m_workers.run(control,

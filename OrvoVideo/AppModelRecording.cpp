@@ -102,15 +102,14 @@ QCoro::Task<> AppModel::beginRecording()
 
     const auto tell = [this](auto call) { QMetaObject::invokeMethod(this, call, Qt::QueuedConnection); };
     RecordingSession::Listener listener{
-        .onCheckpoint = [this, tell](
-                            const VideoProject& project) { tell([this, project] { showRecorded(project); }); },
-        .onError = [this, tell](const std::string& reason) {
-            tell([this, text = QString::fromStdString(reason)] { noteRecordingFailed(text); });
-        }};
-    m_session = co_await m_recorder.run([store = m_services.store.get(), engine = m_services.recording.engine.get(),
-                                            plan = std::move(plan), listener = std::move(listener)] {
-        return std::make_shared<RecordingSession>(*store, *engine, plan, listener);
-    });
+        .onCheckpoint = [this, tell](const VideoProject& project) { tell([this, project] { showRecorded(project); }); },
+        .onError =
+            [this, tell](const std::string& reason) {
+                tell([this, text = QString::fromStdString(reason)] { noteRecordingFailed(text); });
+            }};
+    m_session = co_await m_recorder.run(
+        [store = m_services.store.get(), engine = m_services.recording.engine.get(), plan = std::move(plan),
+            listener = std::move(listener)] { return std::make_shared<RecordingSession>(*store, *engine, plan, listener); });
     ++m_opening; // Whatever was being opened no longer is.
     setRecording(Recording::running);
     openProject(m_session->project(), std::nullopt);

@@ -17,9 +17,10 @@ std::shared_ptr<Publisher> AppModel::makePublisher() const
 
 QCoro::Task<> AppModel::loadCredential(WorkControl control, Keychain::Interaction interaction)
 {
-    const auto token = co_await m_workers.run({.stop = control.stop, .progress = {}},
-        [load = m_services.loadSecret, interaction](
-            const std::stop_token& stop) { return load(credentialAccount, interaction, stop); });
+    const auto token = co_await m_workers.run(
+        {.stop = control.stop, .progress = {}}, [load = m_services.loadSecret, interaction](const std::stop_token& stop) {
+            return load(credentialAccount, interaction, stop);
+        });
     setAdminToken(QString::fromStdString(token));
 }
 
@@ -42,9 +43,10 @@ QCoro::Task<> AppModel::saveSettings(WorkControl control)
     const WorkControl quiet{.stop = control.stop, .progress = {}};
     if (m_adminToken.isEmpty())
         co_await loadCredential(quiet, Keychain::Interaction::forbidden);
-    co_await m_workers.run(quiet,
-        [save = m_services.saveSecret, token = m_adminToken.toStdString()](
-            const std::stop_token& stop) { save(token, credentialAccount, stop); });
+    co_await m_workers.run(
+        quiet, [save = m_services.saveSecret, token = m_adminToken.toStdString()](const std::stop_token& stop) {
+            save(token, credentialAccount, stop);
+        });
     co_await m_workers.run(
         quiet, [address = m_serverURL.toStdString()] { StoredSettings::setText(StoredSettings::serverURL, address); });
 }

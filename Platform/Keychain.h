@@ -7,8 +7,8 @@
 /// The user's secrets, kept by the desktop's service for them (the Secret Service of the session bus). Stateless; blocking
 /// calls for worker threads.
 ///
-/// The service has five seconds for an answer. Only while it asks the user for a password, which `Interaction` allows or not, is
-/// it waited for as long as that takes. Failures carry the number of their cause:
+/// The service has five seconds for an answer. Only while it asks the user for a password, which `Interaction` allows or
+/// not, is it waited for as long as that takes. Failures carry the number of their cause:
 ///
 /// | Number | Cause |
 /// |---|---|
@@ -25,15 +25,15 @@ enum class Interaction : bool { forbidden, allowed };
 
 /// The secret stored under an account of "es.orvo.video".
 ///
-/// Throws `captureError` with "No se ha podido leer la credencial. Desbloquea el llavero Inicio de sesión y pulsa Leer del llavero
-/// (NUMBER).", and `Cancelled`.
+/// Throws `captureError` with "No se ha podido leer la credencial. Desbloquea el llavero Inicio de sesión y pulsa Leer del
+/// llavero (NUMBER).", and `Cancelled`.
 std::string load(std::string_view account, Interaction interaction, const std::stop_token& stop = {});
 
-/// Stores a secret under an account of "es.orvo.video" in place of the one that is there. A text that is blank is refused with
-/// "La credencial está vacía. Pulsa Leer del llavero antes de guardar; se conserva la credencial anterior.".
+/// Stores a secret under an account of "es.orvo.video" in place of the one that is there. A text that is blank is refused
+/// with "La credencial está vacía. Pulsa Leer del llavero antes de guardar; se conserva la credencial anterior.".
 ///
-/// The user is asked for a password only when there was no secret yet. Throws `captureError` with "El llavero no ha permitido
-/// guardar la credencial (NUMBER).", and `Cancelled`.
+/// The user is asked for a password only when there was no secret yet. Throws `captureError` with "El llavero no ha
+/// permitido guardar la credencial (NUMBER).", and `Cancelled`.
 void save(std::string_view value, std::string_view key, const std::stop_token& stop = {});
 
 } // namespace orvo::Keychain

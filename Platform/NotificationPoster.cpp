@@ -11,8 +11,7 @@ void post(std::string_view name) noexcept
     constexpr unsigned longestWait = 1; // Seconds.
     const std::unique_ptr<GCancellable, decltype(&g_object_unref)> limit(g_cancellable_new(), g_object_unref);
     // The calls below block; the limit comes from a thread of its own main context.
-    const std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context(
-        g_main_context_new(), g_main_context_unref);
+    const std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context(g_main_context_new(), g_main_context_unref);
     const std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop(
         g_main_loop_new(context.get(), FALSE), g_main_loop_unref);
     g_main_context_push_thread_default(context.get());

@@ -23,8 +23,8 @@ public:
     /// Where the pointer is now; nothing where the system does not say.
     virtual std::optional<Point> position() = 0;
 
-    /// Calls `pressed` for every press of the left or right button anywhere, on a thread of the monitor's own, until the object
-    /// goes or another function is set.
+    /// Calls `pressed` for every press of the left or right button anywhere, on a thread of the monitor's own, until the
+    /// object goes or another function is set.
     virtual void onPress(std::function<void()> pressed) = 0;
 
     /// Whether presses in other applications are seen.

@@ -178,8 +178,8 @@ public:
         : m_conversation(stop)
         , m_attributes(g_hash_table_new_full(g_str_hash, g_str_equal, nullptr, g_free))
     {
-        g_hash_table_insert(
-            m_attributes.get(), const_cast<char*>("account"), g_strdup(std::string(account).c_str())); // NOLINT(*-const-cast)
+        g_hash_table_insert(m_attributes.get(), const_cast<char*>("account"),
+            g_strdup(std::string(account).c_str())); // NOLINT(*-const-cast)
         connect();
         m_service.reset(m_conversation.ask(
             [](GCancellable* cancellable, GAsyncReadyCallback done, gpointer data) {
@@ -228,11 +228,11 @@ public:
 
     std::string secret()
     {
-        m_conversation.ask(
-            [&](GCancellable* cancellable, GAsyncReadyCallback done, gpointer data) {
-                secret_item_load_secret(m_item.get(), cancellable, done, data);
-            },
-            [&](GAsyncResult* result, GError** error) { return secret_item_load_secret_finish(m_item.get(), result, error); });
+        m_conversation.ask([&](GCancellable* cancellable, GAsyncReadyCallback done,
+                               gpointer data) { secret_item_load_secret(m_item.get(), cancellable, done, data); },
+            [&](GAsyncResult* result, GError** error) {
+                return secret_item_load_secret_finish(m_item.get(), result, error);
+            });
         const Handle<SecretValue> value(secret_item_get_secret(m_item.get()));
         gsize length = 0;
         const char* bytes = value ? secret_value_get(value.get(), &length) : nullptr;
@@ -243,11 +243,11 @@ public:
 
     void update(SecretValue* value)
     {
-        m_conversation.ask(
-            [&](GCancellable* cancellable, GAsyncReadyCallback done, gpointer data) {
-                secret_item_set_secret(m_item.get(), value, cancellable, done, data);
-            },
-            [&](GAsyncResult* result, GError** error) { return secret_item_set_secret_finish(m_item.get(), result, error); });
+        m_conversation.ask([&](GCancellable* cancellable, GAsyncReadyCallback done,
+                               gpointer data) { secret_item_set_secret(m_item.get(), value, cancellable, done, data); },
+            [&](GAsyncResult* result, GError** error) {
+                return secret_item_set_secret_finish(m_item.get(), result, error);
+            });
     }
 
     void add(SecretValue* value)
@@ -282,11 +282,10 @@ private:
     void connect()
     {
         try {
-            const Handle<GDBusConnection> bus(m_conversation.ask(
-                [](GCancellable* cancellable, GAsyncReadyCallback done, gpointer data) {
-                    g_bus_get(G_BUS_TYPE_SESSION, cancellable, done, data);
-                },
-                [](GAsyncResult* result, GError** error) { return g_bus_get_finish(result, error); }));
+            const Handle<GDBusConnection> bus(
+                m_conversation.ask([](GCancellable* cancellable, GAsyncReadyCallback done,
+                                       gpointer data) { g_bus_get(G_BUS_TYPE_SESSION, cancellable, done, data); },
+                    [](GAsyncResult* result, GError** error) { return g_bus_get_finish(result, error); }));
             // Without a bus this program goes on.
             g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
         } catch (const Failure&) {
@@ -320,9 +319,10 @@ std::string load(std::string_view account, Interaction interaction, const std::s
             throw Failure{noSecret};
         return client.secret();
     } catch (const Failure& failure) {
-        throw captureError(std::format("No se ha podido leer la credencial. Desbloquea el llavero Inicio de sesión y pulsa Leer del "
-                                       "llavero ({}).",
-            failure.status));
+        throw captureError(
+            std::format("No se ha podido leer la credencial. Desbloquea el llavero Inicio de sesión y pulsa Leer del "
+                        "llavero ({}).",
+                failure.status));
     }
 }
 

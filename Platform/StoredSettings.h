@@ -17,8 +17,8 @@ std::filesystem::path file();
 /// The value of a setting; nothing when it was never stored, or the file cannot be read.
 std::optional<std::string> text(std::string_view key);
 
-/// Stores a setting; the others stay. Throws file system errors unchanged, and `captureError` when the file is there and cannot
-/// be understood.
+/// Stores a setting; the others stay. Throws file system errors unchanged, and `captureError` when the file is there and
+/// cannot be understood.
 void setText(std::string_view key, std::string_view value);
 
 } // namespace orvo::StoredSettings

@@ -26,12 +26,12 @@ bool blendsWindows()
     if (!display)
         return false;
     constexpr std::string_view name = "_NET_WM_CM_S0"; // Owned by the compositor.
-    const XcbHandle<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
-        display.get(), xcb_intern_atom(display.get(), 1, name.size(), name.data()), nullptr));
+    const XcbHandle<xcb_intern_atom_reply_t> atom(
+        xcb_intern_atom_reply(display.get(), xcb_intern_atom(display.get(), 1, name.size(), name.data()), nullptr));
     if (!atom || atom->atom == XCB_NONE)
         return false;
-    const XcbHandle<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
-        display.get(), xcb_get_selection_owner(display.get(), atom->atom), nullptr));
+    const XcbHandle<xcb_get_selection_owner_reply_t> owner(
+        xcb_get_selection_owner_reply(display.get(), xcb_get_selection_owner(display.get(), atom->atom), nullptr));
     return owner && owner->owner != XCB_NONE;
 }
 

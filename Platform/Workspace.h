@@ -7,7 +7,8 @@
 
 namespace orvo {
 
-/// Shows files in the desktop's file manager and pages in its browser. An object of the main thread; nothing here waits or fails.
+/// Shows files in the desktop's file manager and pages in its browser. An object of the main thread; nothing here waits or
+/// fails.
 class Workspace {
 public:
     /// The workspace of the desktop. Needs a `QGuiApplication`.

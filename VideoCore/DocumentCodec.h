@@ -31,8 +31,8 @@ std::string encodeDocument(const VideoProject& project);
 /// Throws `DocumentError`; there is no partial result.
 VideoProject decodeDocument(std::string document);
 
-/// One pointer event on one line, as it stands in a pointer log; without a line break at its end. Throws `DocumentError` for a
-/// number that is not finite.
+/// One pointer event on one line, as it stands in a pointer log; without a line break at its end. Throws `DocumentError` for
+/// a number that is not finite.
 std::string encodePointerEvent(const PointerEvent& event);
 
 /// Reads the JSON form of one pointer event, as it stands in a document and on a line of a pointer log.

@@ -37,16 +37,16 @@ void exportVideo(const VideoProject& project, const ProjectStore& store, const s
     const ExportSettings& settings, const MediaProbe& probe, const ProgressCallback& progress = {},
     const std::stop_token& stop = {});
 
-/// Makes a package for encrypted streaming (HLS) from the rendered movie `from` of a project: in the folder `destination`, which
-/// is made when needed, a new key ("key.bin"), a folder with playlist and segments for each step of `HlsLadder`, the master
-/// playlist, the subtitles ("captions.vtt") and a still of the first frame ("poster.jpg").
+/// Makes a package for encrypted streaming (HLS) from the rendered movie `from` of a project: in the folder `destination`,
+/// which is made when needed, a new key ("key.bin"), a folder with playlist and segments for each step of `HlsLadder`, the
+/// master playlist, the subtitles ("captions.vtt") and a still of the first frame ("poster.jpg").
 ///
 /// The master playlist is written when every step is complete: a folder that has it has all of them. What lies in the folder
 /// under other names is left alone. `progress` receives 0..1, step by step.
 ///
-/// Throws `captureError` with a text for the user (no `ffmpeg`, a project without a usable size, a failed or incomplete run of
-/// `ffmpeg`), file system errors unchanged, and `Cancelled`. The steps made so far stay then; the file that tells `ffmpeg` where
-/// the key is ("key-info.txt") never does.
+/// Throws `captureError` with a text for the user (no `ffmpeg`, a project without a usable size, a failed or incomplete run
+/// of `ffmpeg`), file system errors unchanged, and `Cancelled`. The steps made so far stay then; the file that tells
+/// `ffmpeg` where the key is ("key-info.txt") never does.
 void hls(const std::filesystem::path& from, const VideoProject& project, const std::filesystem::path& destination,
     const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 

@@ -26,7 +26,8 @@ std::int64_t even(std::int64_t value)
 
 Rendition rendition(const VideoProject& project, std::int64_t height)
 {
-    const double width = static_cast<double>(height) * static_cast<double>(project.width) / static_cast<double>(project.height);
+    const double width =
+        static_cast<double>(height) * static_cast<double>(project.width) / static_cast<double>(project.height);
     Rendition result{.width = even(static_cast<std::int64_t>(width)), .height = height};
     if (result.width < 2)
         throw captureError("El tamaño del proyecto no es válido.");

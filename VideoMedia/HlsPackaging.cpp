@@ -81,8 +81,8 @@ Arguments encoding(const VideoEncoder& encoder, const HlsLadder::Rendition& step
     append(line, encoder.plainArguments(step.bitRate));
     const auto seconds = std::to_string(HlsLadder::segmentSeconds);
     append(line,
-        {"-g", std::to_string(step.keyFrameInterval), "-force_key_frames", "expr:gte(t,n_forced*" + seconds + ")", "-c:a", "aac",
-            "-b:a", "128k", "-hls_time", seconds, "-hls_playlist_type", "vod", "-hls_flags", "independent_segments",
+        {"-g", std::to_string(step.keyFrameInterval), "-force_key_frames", "expr:gte(t,n_forced*" + seconds + ")", "-c:a",
+            "aac", "-b:a", "128k", "-hls_time", seconds, "-hls_playlist_type", "vod", "-hls_flags", "independent_segments",
             "-hls_key_info_file", key.file().string(), "-hls_segment_filename", inPattern(folder) + "/%05d.ts",
             (folder / "index.m3u8").string()});
     return line;
@@ -109,8 +109,9 @@ void requireComplete(const fs::path& folder)
         whole = whole && isWhole(line);
     }
     if (!whole || segments == 0 || !playlist.ends_with("#EXT-X-ENDLIST\n"))
-        throw captureError(std::format(
-            "No se ha podido completar la calidad {} del vídeo. Comprueba que queda espacio en el disco.", folder.filename().string()));
+        throw captureError(
+            std::format("No se ha podido completar la calidad {} del vídeo. Comprueba que queda espacio en el disco.",
+                folder.filename().string()));
 }
 
 } // namespace

@@ -110,7 +110,8 @@ void addPackageCommand(CLI::App& app, Session& session)
     addCommand<PackageArguments>(
         app, session,
         {"package", "Resultado",
-            "Prepara el vídeo para streaming en una carpeta.\nDeja las calidades cifradas (HLS), su clave, los subtítulos y una "
+            "Prepara el vídeo para streaming en una carpeta.\nDeja las calidades cifradas (HLS), su clave, los subtítulos y "
+            "una "
             "imagen."},
         [](Command& command, PackageArguments& arguments) {
             command.project(arguments.project);

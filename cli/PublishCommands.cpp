@@ -72,15 +72,16 @@ void answerPublished(Session& session, const VideoProject& project, const Public
     const std::string embed = embedCode(PublishingServer::address(), publication.videoID);
     if (session.json()) {
         JsonValue::Array domains(publication.domains.begin(), publication.domains.end());
-        return session.answer(JsonValue::Object{{"id", project.id}, {"videoID", publication.videoID}, {"url", publication.url},
-            {"embed", embed}, {"domains", domains}, {"publicLink", publication.publicLink}});
+        return session.answer(JsonValue::Object{{"id", project.id}, {"videoID", publication.videoID},
+            {"url", publication.url}, {"embed", embed}, {"domains", domains}, {"publicLink", publication.publicLink}});
     }
     std::string domains;
     for (const auto& domain : publication.domains)
         domains += (domains.empty() ? "" : ", ") + domain;
-    session.print(std::format("{} {}.\nEnlace: {} ({})\nDominios: {}\nIframe: {}\n", verb, inQuotes(shownTitle(project.title)),
-        printable(publication.url), publication.publicLink ? "público" : "solo en los dominios autorizados",
-        domains.empty() ? "ninguno; la incrustación está bloqueada" : printable(domains), printable(embed)));
+    session.print(
+        std::format("{} {}.\nEnlace: {} ({})\nDominios: {}\nIframe: {}\n", verb, inQuotes(shownTitle(project.title)),
+            printable(publication.url), publication.publicLink ? "público" : "solo en los dominios autorizados",
+            domains.empty() ? "ninguno; la incrustación está bloqueada" : printable(domains), printable(embed)));
 }
 
 Publication upload(Session& session, const VideoProject& project, const Access& access, const ExportSettings& settings)
@@ -88,17 +89,14 @@ Publication upload(Session& session, const VideoProject& project, const Access& 
     const auto& projects = session.library().store();
     const PublicationPackage package(project, projects, settings);
     // Before the work that takes long: what is missing is told at once.
-    Publisher publisher =
-        runInterruptibly("Conectando", [&](const ProgressCallback&, const std::stop_token& stop) {
-            return PublishingServer::connect(stop);
-        });
+    Publisher publisher = runInterruptibly(
+        "Conectando", [&](const ProgressCallback&, const std::stop_token& stop) { return PublishingServer::connect(stop); });
     if (!package.isReady()) {
         runInterruptibly("Preparando vídeo", [&](const ProgressCallback& progress, const std::stop_token& stop) {
             package.render(FfprobeMediaProbe(), progress, stop);
         });
-        runInterruptibly("Generando calidades", [&](const ProgressCallback& progress, const std::stop_token& stop) {
-            package.package(progress, stop);
-        });
+        runInterruptibly("Generando calidades",
+            [&](const ProgressCallback& progress, const std::stop_token& stop) { package.package(progress, stop); });
     }
     return runInterruptibly("Publicando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
         return publisher.publish(
@@ -151,12 +149,14 @@ void addPublishCommands(CLI::App& app, Session& session)
     addCommand<PublishArguments>(
         app, session,
         {"publish", "Resultado",
-            "Publica el vídeo en tu servidor.\nLo prepara, lo sube y responde con su enlace y su código iframe. Si se interrumpe, "
+            "Publica el vídeo en tu servidor.\nLo prepara, lo sube y responde con su enlace y su código iframe. Si se "
+            "interrumpe, "
             "la próxima vez sigue por donde iba. El servidor y la credencial se indican con orvo settings."},
         [](Command& command, PublishArguments& arguments) {
             command.project(arguments.project);
             command.options("--domain", "ORIGEN", arguments.domains,
-                "Una web que puede incrustarlo, completa (https://www.ejemplo.es). Puede repetirse; si no se indica, las de antes.");
+                "Una web que puede incrustarlo, completa (https://www.ejemplo.es). Puede repetirse; si no se indica, las de "
+                "antes.");
             command.flag("--no-domains", arguments.noDomains, "Ninguna web puede incrustarlo.");
             command.flag("--public-link", arguments.publicLink, "El enlace se puede abrir fuera de esas webs.");
             command.flag("--private-link", arguments.privateLink, "El enlace solo funciona en esas webs.");
@@ -165,8 +165,7 @@ void addPublishCommands(CLI::App& app, Session& session)
         },
         publish);
     addCommand<UnpublishArguments>(
-        app, session,
-        {"unpublish", "Resultado", "Retira el vídeo de tu servidor.\nEl proyecto se queda como está."},
+        app, session, {"unpublish", "Resultado", "Retira el vídeo de tu servidor.\nEl proyecto se queda como está."},
         [](Command& command, UnpublishArguments& arguments) { command.project(arguments.project); }, unpublish);
 }
 

@@ -11,8 +11,8 @@ namespace orvo::cli::PublishingServer {
 /// The address: the stored setting. Throws `captureError` when there is none.
 std::string address();
 
-/// The credential: that of ORVO_ADMIN_TOKEN, else the stored one. On a terminal the user may be asked for the password of the
-/// keychain. Throws as `Keychain::load`.
+/// The credential: that of ORVO_ADMIN_TOKEN, else the stored one. On a terminal the user may be asked for the password of
+/// the keychain. Throws as `Keychain::load`.
 std::string credential(const std::stop_token& stop);
 
 /// Throws as the two above and `Publisher`.

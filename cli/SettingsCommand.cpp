@@ -121,11 +121,13 @@ void addSettingsCommand(CLI::App& app, Session& session)
     addCommand<SettingsArguments>(
         app, session,
         {"settings", "Ajustes",
-            "Enseña y cambia los ajustes de publicación.\nSon los mismos que los de la aplicación. Los secretos se piden en el "
+            "Enseña y cambia los ajustes de publicación.\nSon los mismos que los de la aplicación. Los secretos se piden en "
+            "el "
             "terminal o se leen de la entrada estándar; nunca van en la línea de órdenes."},
         [](Command& command, SettingsArguments& arguments) {
             command.option("--server", "DIRECCIÓN", arguments.server, "El servidor de publicación (https://…).");
-            command.flag("--credential", arguments.credential, "Pide la credencial de administración y la guarda en el llavero.");
+            command.flag(
+                "--credential", arguments.credential, "Pide la credencial de administración y la guarda en el llavero.");
             command.flag("--check", arguments.check, "Pregunta al servidor si puede usar Google Drive.");
             command.option("--oauth-client", "ID", arguments.client,
                 "Pide el secreto de este cliente OAuth y los envía al servidor, que los guarda.");

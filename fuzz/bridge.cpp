@@ -34,7 +34,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     static const Library library;
     int answers = 0;
     {
-        bridge::BridgeSession session(library.folder / "Projects", [&](const std::string&) { ++answers; }, [](std::string_view) { });
+        bridge::BridgeSession session(
+            library.folder / "Projects", [&](const std::string&) { ++answers; }, [](std::string_view) {});
         for (const auto line : fuzz::textOf(data, size) | std::views::split('\n')) {
             const int before = answers;
             session.receive(std::string_view(line));

@@ -5,12 +5,6 @@
 
 namespace orvo {
 
-/// Whether two sources are recorded in the same way and called the same.
-static bool operator==(const CaptureSource& a, const CaptureSource& b)
-{
-    return a.id == b.id && a.label == b.label && a.rect == b.rect && a.scale == b.scale && a.stream == b.stream;
-}
-
 SourceModel::SourceModel(QObject* parent)
     : RowModel(parent)
 {

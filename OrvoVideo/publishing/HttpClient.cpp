@@ -106,8 +106,8 @@ struct Received {
     }
 };
 
-/// The body of a request as it goes. It cannot go back: a request that was cut off is not silently sent once more, as the library
-/// would do, since the server may have kept a part of it.
+/// The body of a request as it goes. It cannot go back: a request that was cut off is not silently sent once more, as the
+/// library would do, since the server may have kept a part of it.
 struct Sent {
     std::span<const char> left;
 

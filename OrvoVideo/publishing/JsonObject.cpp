@@ -91,8 +91,7 @@ JsonBuilder::JsonBuilder(const JsonObject& object)
 {
     if (!m_document)
         throw std::bad_alloc();
-    m_root = object.m_value ? yyjson_val_mut_copy(m_document.get(), object.m_value)
-                            : yyjson_mut_obj(m_document.get());
+    m_root = object.m_value ? yyjson_val_mut_copy(m_document.get(), object.m_value) : yyjson_mut_obj(m_document.get());
     if (!m_root)
         throw std::bad_alloc();
     yyjson_mut_doc_set_root(m_document.get(), m_root);

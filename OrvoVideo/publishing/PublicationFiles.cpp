@@ -185,8 +185,7 @@ std::vector<PublicationFile> publicationFiles(
     const fs::path folder = store.directory(project.id);
     Collector collector(project, store, stop);
     collector.addFolder(folder / ProjectStore::mediaName, std::string(ProjectStore::mediaName) + "/", Collector::sourceRole);
-    collector.add(
-        folder / ProjectStore::documentName, std::string(ProjectStore::documentName), Collector::projectRole);
+    collector.add(folder / ProjectStore::documentName, std::string(ProjectStore::documentName), Collector::projectRole);
     collector.addFolder(hls, "hls/", Collector::streamRole);
     return collector.take();
 }

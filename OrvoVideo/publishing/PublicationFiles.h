@@ -53,22 +53,22 @@ struct PublicationFile {
     /// The document stays open: it is saved anew, as another file, while the project is edited.
     std::shared_ptr<const FrozenFile> kept;
 
-    /// Opens it for its upload. Throws `captureError` with "El archivo de vídeo ha cambiado durante la subida." when it is not
-    /// what was hashed, file system errors unchanged.
+    /// Opens it for its upload. Throws `captureError` with "El archivo de vídeo ha cambiado durante la subida." when it is
+    /// not what was hashed, file system errors unchanged.
     std::shared_ptr<const FrozenFile> open() const;
 };
 
-/// Reads at most `into.size()` bytes of a file that must still be as it was hashed. Throws as `PublicationFile::open`, also when
-/// nothing is there to read.
+/// Reads at most `into.size()` bytes of a file that must still be as it was hashed. Throws as `PublicationFile::open`, also
+/// when nothing is there to read.
 std::size_t readUnchanged(const FrozenFile& file, std::int64_t offset, std::span<char> into);
 
-/// Finds and hashes the files of a publication: everything in the project's media folder, the document, and everything in the
-/// folder `hls`. Links and empty files are left out.
+/// Finds and hashes the files of a publication: everything in the project's media folder, the document, and everything in
+/// the folder `hls`. Links and empty files are left out.
 ///
-/// Blocks; memory does not grow with the files. Throws file system errors unchanged, `captureError` for a name that is not UTF-8
-/// and a file that changes meanwhile, and `Cancelled`.
-std::vector<PublicationFile> publicationFiles(const VideoProject& project, const ProjectStore& store,
-    const std::filesystem::path& hls, const std::stop_token& stop);
+/// Blocks; memory does not grow with the files. Throws file system errors unchanged, `captureError` for a name that is not
+/// UTF-8 and a file that changes meanwhile, and `Cancelled`.
+std::vector<PublicationFile> publicationFiles(
+    const VideoProject& project, const ProjectStore& store, const std::filesystem::path& hls, const std::stop_token& stop);
 
 /// One digest that stands for all the paths and contents, in whatever order.
 std::string fingerprint(std::span<const PublicationFile> files);

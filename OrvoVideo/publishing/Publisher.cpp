@@ -95,9 +95,9 @@ HttpResponse Publisher::send(HttpRequest request, const std::stop_token& stop)
             return response;
         if (originOf(response.location) != originOf(request.url)) {
             const Address elsewhere = partsOf(response.location);
-            throw captureError(std::format(
-                "El servidor remite a otra dirección ({}://{}). Si es la de tu servidor, escríbela en Ajustes.", elsewhere.scheme,
-                withoutCredential(std::string(elsewhere.host))));
+            throw captureError(
+                std::format("El servidor remite a otra dirección ({}://{}). Si es la de tu servidor, escríbela en Ajustes.",
+                    elsewhere.scheme, withoutCredential(std::string(elsewhere.host))));
         }
         const bool sameMethod = response.status == 307 || response.status == 308 || request.method == "GET";
         if (redirections == mostRedirections || (!sameMethod && response.status != 303))
@@ -139,8 +139,7 @@ JsonObject Publisher::request(
     JsonObject answer = JsonObject::parse(response.body).value_or(JsonObject());
     if (response.status >= 200 && response.status <= 299)
         return answer;
-    throw captureError(
-        withoutCredential(answer.text("error").value_or("El servidor no ha podido completar la petición.")));
+    throw captureError(withoutCredential(answer.text("error").value_or("El servidor no ha podido completar la petición.")));
 }
 
 void Publisher::updatePolicy(

@@ -22,8 +22,8 @@ class FrozenFile;
 
 /// The client of a publishing server: its requests, and the resumable publication of a project.
 ///
-/// Made for one operation and dropped after it. Everything blocks, for worker threads; one thread at a time. The credential goes
-/// to the server and nowhere else: not to another address that the server names, and into no text.
+/// Made for one operation and dropped after it. Everything blocks, for worker threads; one thread at a time. The credential
+/// goes to the server and nowhere else: not to another address that the server names, and into no text.
 class Publisher {
 public:
     /// Receives what is being done, in Spanish, and how much of it is, 0..1. Called on the thread that does the work.
@@ -51,28 +51,30 @@ public:
         std::vector<std::pair<std::string, std::string>> headers; ///< Replace those of the client.
     };
 
-    /// Sends one request to `path`, which is appended to the address, and returns the answer; the object without keys when it is
-    /// no JSON object.
+    /// Sends one request to `path`, which is appended to the address, and returns the answer; the object without keys when
+    /// it is no JSON object.
     ///
-    /// An answer outside 200–299 is a `captureError` with the text that the server gives as its "error", else "El servidor no ha
-    /// podido completar la petición.". A redirection is followed within the server only. Throws also `TransportError` and
-    /// `Cancelled`.
-    JsonObject request(const std::string& path, const std::string& method, const Content& content, const std::stop_token& stop = {});
+    /// An answer outside 200–299 is a `captureError` with the text that the server gives as its "error", else "El servidor
+    /// no ha podido completar la petición.". A redirection is followed within the server only. Throws also `TransportError`
+    /// and `Cancelled`.
+    JsonObject request(
+        const std::string& path, const std::string& method, const Content& content, const std::stop_token& stop = {});
     JsonObject request(const std::string& path, const std::string& method, const std::stop_token& stop = {})
     {
         return request(path, method, Content{}, stop);
     }
 
-    /// Sends a project's media, its document and the package in the folder `hls` to the server, waits until the server has put
-    /// everything in its place, and has it published.
+    /// Sends a project's media, its document and the package in the folder `hls` to the server, waits until the server has
+    /// put everything in its place, and has it published.
     ///
     /// What was sent is not lost when this fails, is cancelled or is killed: `upload-session.json` in the project's folder
-    /// remembers it until the publication is complete, and the next call goes on where the server says. A piece that fails is
-    /// tried again five times over a minute.
+    /// remembers it until the publication is complete, and the next call goes on where the server says. A piece that fails
+    /// is tried again five times over a minute.
     ///
     /// Throws `captureError` with a text for the user, `TransportError`, file system errors unchanged, and `Cancelled`.
     Publication publish(const VideoProject& project, const ProjectStore& store, const std::filesystem::path& hls,
-        const std::vector<std::string>& domains, bool publicLink, const Progress& progress, const std::stop_token& stop = {});
+        const std::vector<std::string>& domains, bool publicLink, const Progress& progress,
+        const std::stop_token& stop = {});
 
     /// The name of a project's file that remembers an unfinished publication.
     static constexpr std::string_view sessionName = "upload-session.json";

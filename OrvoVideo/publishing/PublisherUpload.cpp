@@ -79,8 +79,8 @@ Publication Publisher::publish(const VideoProject& project, const ProjectStore& 
 
     const auto files = publicationFiles(project, store, hls, stop);
     const Revision revision = resumeOrCreate(sessionFile, videoId, files, stop);
-    const std::int64_t total =
-        std::accumulate(files.begin(), files.end(), std::int64_t{0}, [](auto sum, const auto& file) { return sum + file.size; });
+    const std::int64_t total = std::accumulate(
+        files.begin(), files.end(), std::int64_t{0}, [](auto sum, const auto& file) { return sum + file.size; });
     std::int64_t done = 0;
     for (const auto& file : files) {
         throwIfStopped(stop);
@@ -88,8 +88,8 @@ Publication Publisher::publish(const VideoProject& project, const ProjectStore& 
         if (upload == revision.uploads.end() || !upload->second)
             throw captureError("No se ha encontrado la sesión de subida.");
         this->upload(
-            file, *upload->second, [&](std::int64_t offset) { progress("Subiendo " + file.path, share(done + offset, total)); },
-            stop);
+            file, *upload->second,
+            [&](std::int64_t offset) { progress("Subiendo " + file.path, share(done + offset, total)); }, stop);
         done += file.size;
     }
 
@@ -121,7 +121,8 @@ Publisher::Revision Publisher::resumeOrCreate(const fs::path& sessionFile, const
                 .set("sha256", file.sha256)
                 .endItem();
         }
-        revision = request("api/videos/" + videoId + "/revisions", "POST", {.json = list.text(), .data = {}, .headers = {}}, stop);
+        revision =
+            request("api/videos/" + videoId + "/revisions", "POST", {.json = list.text(), .data = {}, .headers = {}}, stop);
         writeFileAtomically(sessionFile, JsonBuilder(*revision).set("fingerprint", print).set("server", m_base).text());
     }
     const auto id = revision->text("id");
@@ -142,7 +143,8 @@ std::optional<JsonObject> Publisher::resumable(
     }
     auto session = JsonObject::parse(text);
     const auto id = session ? session->text("id") : std::nullopt;
-    if (!id || session->text("fingerprint") != fingerprint || session->text("server") != m_base || !session->objects("uploads"))
+    if (!id || session->text("fingerprint") != fingerprint || session->text("server") != m_base
+        || !session->objects("uploads"))
         return std::nullopt;
     // A connection that fails says nothing about the revision; a new one would be sent everything again.
     for (int tries = 0; tries < 2; ++tries) {

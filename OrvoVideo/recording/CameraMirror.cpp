@@ -97,16 +97,15 @@ QCoro::Task<> CameraMirror::watch()
             Qt::QueuedConnection);
     };
     const auto latest = std::make_shared<Latest>();
-    const CameraStream::Receiver receiver{
-        .picture =
-            [this, toMain, latest](const CapturedPicture& picture) {
-                if (latest->underWay.exchange(true))
-                    return;
-                toMain([this, latest, image = reduced(*picture.memory)] {
-                    latest->underWay = false;
-                    show(image);
-                });
-            },
+    const CameraStream::Receiver receiver{.picture =
+                                              [this, toMain, latest](const CapturedPicture& picture) {
+                                                  if (latest->underWay.exchange(true))
+                                                      return;
+                                                  toMain([this, latest, image = reduced(*picture.memory)] {
+                                                      latest->underWay = false;
+                                                      show(image);
+                                                  });
+                                              },
         .ended =
             [this, toMain](const std::exception_ptr& reason) {
                 QString text;
@@ -123,9 +122,8 @@ QCoro::Task<> CameraMirror::watch()
     std::shared_ptr<CameraStream> stream;
     QString error;
     try {
-        stream = co_await m_worker.run([device = m_device.toStdString(), receiver] {
-            return std::shared_ptr(CameraStream::open(device, receiver));
-        });
+        stream = co_await m_worker.run(
+            [device = m_device.toStdString(), receiver] { return std::shared_ptr(CameraStream::open(device, receiver)); });
     } catch (const Cancelled&) {
         co_return; // This object is going.
     } catch (const std::exception& failure) {

@@ -47,8 +47,7 @@ CaptureSource sourceOf(const ScreenCast::Stream& stream)
 
 } // namespace
 
-CaptureChoice::CaptureChoice(
-    WindowSystem system, std::unique_ptr<ScreenCast> screenCast, bool pressesSeen, QObject* parent)
+CaptureChoice::CaptureChoice(WindowSystem system, std::unique_ptr<ScreenCast> screenCast, bool pressesSeen, QObject* parent)
     : QObject(parent)
     , m_system(system)
     , m_screenCast(std::move(screenCast))
@@ -99,10 +98,12 @@ QString CaptureChoice::pointerNote() const
 {
     QStringList notes;
     if (m_screenCast && m_screenCast->stream() && !m_screenCast->stream()->tellsPointer)
-        notes << QStringLiteral("Este escritorio no dice dónde está el puntero: la grabación no podrá resaltarlo ni acercarse a él.");
+        notes << QStringLiteral(
+            "Este escritorio no dice dónde está el puntero: la grabación no podrá resaltarlo ni acercarse a él.");
     if (!m_pressesSeen && m_system != WindowSystem::none)
-        notes << QStringLiteral("Este sistema no deja ver los clics en otras aplicaciones: no quedarán marcados. Se ven si tu "
-                                "usuario puede leer /dev/input (grupo «input»).");
+        notes << QStringLiteral(
+            "Este sistema no deja ver los clics en otras aplicaciones: no quedarán marcados. Se ven si tu "
+            "usuario puede leer /dev/input (grupo «input»).");
     return notes.join(QLatin1Char('\n'));
 }
 
@@ -147,9 +148,8 @@ QCoro::Task<> CaptureChoice::list()
     std::vector<CaptureSource> sources;
     QString error;
     try {
-        sources = co_await m_workers.run([windows = m_mode == windowMode] {
-            return windows ? CaptureSources::windows() : CaptureSources::displays();
-        });
+        sources = co_await m_workers.run(
+            [windows = m_mode == windowMode] { return windows ? CaptureSources::windows() : CaptureSources::displays(); });
     } catch (const Cancelled&) {
         co_return; // This object is going.
     } catch (const std::exception&) {

@@ -18,8 +18,8 @@ namespace orvo {
 
 /// What the next recording is to show: a display, a window, or a part of a display. Main thread only; nothing waits.
 ///
-/// On X11 the sources are listed here. On Wayland the desktop's own picker chooses, so that there is one source once the user
-/// has chosen, and none before.
+/// On X11 the sources are listed here. On Wayland the desktop's own picker chooses, so that there is one source once the
+/// user has chosen, and none before.
 class CaptureChoice : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -35,7 +35,8 @@ public:
     CaptureChoice(WindowSystem system, std::unique_ptr<ScreenCast> screenCast, bool pressesSeen, QObject* parent = nullptr);
     ~CaptureChoice() override;
 
-    /// "screen", "window", "region" or "tab"; anything else is "screen". The sources are those of the mode (a tab has none): `loadSources` lists them.
+    /// "screen", "window", "region" or "tab"; anything else is "screen". The sources are those of the mode (a tab has none):
+    /// `loadSources` lists them.
     QString mode() const { return m_mode; }
     void setMode(const QString& mode);
 

@@ -9,8 +9,8 @@
 
 namespace orvo {
 
-/// The microphones, outputs and cameras that can be recorded, as lists of "id" and "label": the first of each is the choice of
-/// whatever is the default, with an empty "id".
+/// The microphones, outputs and cameras that can be recorded, as lists of "id" and "label": the first of each is the choice
+/// of whatever is the default, with an empty "id".
 class CaptureDevices : public QObject {
     Q_OBJECT
     QML_ELEMENT

@@ -71,8 +71,8 @@ void RecordingDesk::followCountdown()
     if (!m_countdown) {
         const auto& captured = *m_model.captured();
         auto* screen = screenWith(captured.source.rect);
-        const QRect area = captured.source.windowID ? screen->geometry()
-                                                    : windowRect(captured.area, captured.source.rect, *screen);
+        const QRect area =
+            captured.source.windowID ? screen->geometry() : windowRect(captured.area, captured.source.rect, *screen);
         m_countdown = std::make_unique<CountdownWindow>(*screen, area.center());
     }
     m_countdown->setCount(m_model.countdown());
@@ -120,7 +120,8 @@ std::optional<QRect> RecordingDesk::freeCorner(const QRect& recorded, const std:
     for (const QRect& screen : screens) {
         const QRect inner = screen.marginsRemoved({margin, margin, margin, margin});
         QRect place({}, mark);
-        for (const auto move : {&QRect::moveBottomRight, &QRect::moveBottomLeft, &QRect::moveTopRight, &QRect::moveTopLeft}) {
+        for (const auto move :
+            {&QRect::moveBottomRight, &QRect::moveBottomLeft, &QRect::moveTopRight, &QRect::moveTopLeft}) {
             const QPoint corner = move == &QRect::moveBottomRight ? inner.bottomRight()
                 : move == &QRect::moveBottomLeft                  ? inner.bottomLeft()
                 : move == &QRect::moveTopRight                    ? inner.topRight()

@@ -13,9 +13,9 @@ namespace orvo {
 class CountdownWindow;
 class RecordingMark;
 
-/// Clears the desktop for a recording: the application's windows go while a display is recorded and come back afterwards, the
-/// countdown stands on what will be recorded, and a mark with the elapsed time where it is not recorded, if there is such a
-/// place. Main thread only.
+/// Clears the desktop for a recording: the application's windows go while a display is recorded and come back afterwards,
+/// the countdown stands on what will be recorded, and a mark with the elapsed time where it is not recorded, if there is
+/// such a place. Main thread only.
 class RecordingDesk final : public QObject {
     Q_OBJECT
 public:

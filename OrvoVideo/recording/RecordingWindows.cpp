@@ -46,8 +46,7 @@ FloatingWindow::FloatingWindow(const QRect& place)
 }
 
 CountdownWindow::CountdownWindow(QScreen& screen, QPoint centre)
-    : FloatingWindow(
-          QRect(centre.x() - countdownSide / 2, centre.y() - countdownSide / 2, countdownSide, countdownSide))
+    : FloatingWindow(QRect(centre.x() - countdownSide / 2, centre.y() - countdownSide / 2, countdownSide, countdownSide))
 {
     setScreen(&screen);
     setTitle(QStringLiteral("Cuenta atrás"));

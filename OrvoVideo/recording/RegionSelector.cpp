@@ -27,8 +27,8 @@ public:
             return false;
         finish(std::nullopt);
         m_done = std::move(done);
-        m_window = std::make_unique<RegionSelector>(
-            *screen, source.rect, [this](std::optional<Rect> rect) { finish(rect); });
+        m_window =
+            std::make_unique<RegionSelector>(*screen, source.rect, [this](std::optional<Rect> rect) { finish(rect); });
         return true;
     }
 
@@ -94,8 +94,8 @@ void RegionSelector::complete(std::optional<QRectF> rect)
     // The view may have other units than the global display space: the screen may be scaled.
     const double across = m_display.width > 0 ? m_display.width / width() : devicePixelRatio();
     const double down = m_display.height > 0 ? m_display.height / height() : devicePixelRatio();
-    completion(Rect{m_display.x + rect->x() * across, m_display.y + rect->y() * down, rect->width() * across,
-        rect->height() * down});
+    completion(Rect{
+        m_display.x + rect->x() * across, m_display.y + rect->y() * down, rect->width() * across, rect->height() * down});
 }
 
 void RegionSelector::mousePressEvent(QMouseEvent* event)

@@ -77,8 +77,7 @@ QCoro::Task<> SourceMirror::take(CaptureSource source)
 {
     m_taking = true;
     const double ratio = window() ? window()->effectiveDevicePixelRatio() : 1;
-    const PictureSize largest{
-        static_cast<int>(std::ceil(width() * ratio)), static_cast<int>(std::ceil(height() * ratio))};
+    const PictureSize largest{static_cast<int>(std::ceil(width() * ratio)), static_cast<int>(std::ceil(height() * ratio))};
     QImage picture;
     try {
         if (const auto taken =

@@ -49,8 +49,8 @@ TrayItem::TrayItem(AppModel& model, QObject* parent)
         if (reason == QSystemTrayIcon::Trigger)
             emit windowWanted();
     });
-    for (const auto change : {&AppModel::busyChanged, &AppModel::progressChanged, &AppModel::statusChanged,
-             &AppModel::recordingTimeChanged})
+    for (const auto change :
+        {&AppModel::busyChanged, &AppModel::progressChanged, &AppModel::statusChanged, &AppModel::recordingTimeChanged})
         connect(&m_model, change, this, &TrayItem::followModel);
     for (const auto change : {&AppModel::recordingChanged, &AppModel::capturingChanged, &AppModel::busyChanged})
         connect(&m_model, change, this, &TrayItem::followRecording);

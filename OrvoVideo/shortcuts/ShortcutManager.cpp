@@ -24,9 +24,12 @@ QString settingOf(ShortcutManager::Action action)
 ShortcutManager::Binding usual(ShortcutManager::Action action)
 {
     switch (action) {
-    case ShortcutManager::Action::Record: return {15, usualModifiers};
-    case ShortcutManager::Action::Pause: return {35, usualModifiers};
-    case ShortcutManager::Action::Zoom: return {6, usualModifiers};
+    case ShortcutManager::Action::Record:
+        return {15, usualModifiers};
+    case ShortcutManager::Action::Pause:
+        return {35, usualModifiers};
+    case ShortcutManager::Action::Zoom:
+        return {6, usualModifiers};
     }
     std::unreachable();
 }
@@ -34,9 +37,12 @@ ShortcutManager::Binding usual(ShortcutManager::Action action)
 QString descriptionOf(ShortcutManager::Action action)
 {
     switch (action) {
-    case ShortcutManager::Action::Record: return QStringLiteral("Grabar / terminar");
-    case ShortcutManager::Action::Pause: return QStringLiteral("Pausar / continuar");
-    case ShortcutManager::Action::Zoom: return QStringLiteral("Zoom en el cursor");
+    case ShortcutManager::Action::Record:
+        return QStringLiteral("Grabar / terminar");
+    case ShortcutManager::Action::Pause:
+        return QStringLiteral("Pausar / continuar");
+    case ShortcutManager::Action::Zoom:
+        return QStringLiteral("Zoom en el cursor");
     }
     std::unreachable();
 }
@@ -99,10 +105,9 @@ ShortcutManager::Binding ShortcutManager::binding(Action action) const
 
 void ShortcutManager::set(Action action, std::uint32_t key, std::uint32_t modifiers)
 {
-    const QJsonObject stored{
-        {QStringLiteral("keyCode"), static_cast<qint64>(key)}, {QStringLiteral("modifiers"), static_cast<qint64>(modifiers)}};
-    m_settings.setValue(
-        settingOf(action), QString::fromUtf8(QJsonDocument(stored).toJson(QJsonDocument::Compact)));
+    const QJsonObject stored{{QStringLiteral("keyCode"), static_cast<qint64>(key)},
+        {QStringLiteral("modifiers"), static_cast<qint64>(modifiers)}};
+    m_settings.setValue(settingOf(action), QString::fromUtf8(QJsonDocument(stored).toJson(QJsonDocument::Compact)));
     m_settings.sync();
     reload();
     emit bindingsChanged();
@@ -152,7 +157,8 @@ void ShortcutManager::listen()
 QString ShortcutManager::supportText() const
 {
     switch (m_keys->support()) {
-    case ShortcutKeys::Support::ours: return {};
+    case ShortcutKeys::Support::ours:
+        return {};
     case ShortcutKeys::Support::desktop:
         return QStringLiteral("Tu escritorio decide estas combinaciones: puedes cambiarlas en sus ajustes de atajos.");
     case ShortcutKeys::Support::none:

@@ -49,8 +49,8 @@ public:
     /// How the binding of an action is shown: "⌃⌥⌘R".
     Q_INVOKABLE QString text(orvo::ShortcutManager::Action action) const;
 
-    /// Stores the combination of a key event, with `qtKey`, `modifiers` and `scanCode` of the event, when it has at least two
-    /// modifiers and a key that can be stored. Whether it did. Heard once `listen` is called.
+    /// Stores the combination of a key event, with `qtKey`, `modifiers` and `scanCode` of the event, when it has at least
+    /// two modifiers and a key that can be stored. Whether it did. Heard once `listen` is called.
     Q_INVOKABLE bool capture(orvo::ShortcutManager::Action action, int qtKey, int modifiers, quint32 scanCode);
 
     /// While a new combination is typed none is heard, so that typing one does not do what it is for.

@@ -46,6 +46,8 @@ struct CaptureSource {
     Rect rect; ///< Where it is, in the global display space.
     double scale = 1; ///< Pixels of its picture for each unit of `rect`.
     std::shared_ptr<const PipeWireStream> stream; ///< Where its pictures come from, when the portal has opened it.
+
+    friend bool operator==(const CaptureSource&, const CaptureSource&) = default;
 };
 
 /// A small picture for people to recognise a source by: red, green, blue.

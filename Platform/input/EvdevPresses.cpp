@@ -102,8 +102,7 @@ private:
     void read(const std::stop_token& stop)
     {
         while (!stop.stop_requested()) {
-            std::vector<pollfd> sources{
-                {.fd = m_wakeUp.descriptor(), .events = POLLIN}, {.fd = m_watch, .events = POLLIN}};
+            std::vector<pollfd> sources{{.fd = m_wakeUp.descriptor(), .events = POLLIN}, {.fd = m_watch, .events = POLLIN}};
             for (const auto& [file, device] : m_devices)
                 sources.push_back({.fd = libevdev_get_fd(device.get()), .events = POLLIN});
             ::poll(sources.data(), sources.size(), -1);

@@ -152,9 +152,9 @@ private:
         const std::array<unsigned, 4> locks{0U, XCB_MOD_MASK_LOCK, m_bits.numLock, XCB_MOD_MASK_LOCK | m_bits.numLock};
         std::array<xcb_void_cookie_t, locks.size()> asked{};
         for (std::size_t i = 0; i < locks.size(); ++i)
-            asked[i] = xcb_grab_key_checked(connection, 1, m_display.root,
-                static_cast<std::uint16_t>(wanted.modifiers | locks[i]), wanted.key, XCB_GRAB_MODE_ASYNC,
-                XCB_GRAB_MODE_ASYNC);
+            asked[i] =
+                xcb_grab_key_checked(connection, 1, m_display.root, static_cast<std::uint16_t>(wanted.modifiers | locks[i]),
+                    wanted.key, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
         bool refused = false;
         for (const auto& cookie : asked)
             refused |= XcbHandle<xcb_generic_error_t>(xcb_request_check(connection, cookie)) != nullptr;
@@ -163,8 +163,7 @@ private:
             return;
         }
         for (const auto lock : locks)
-            xcb_ungrab_key(
-                connection, wanted.key, m_display.root, static_cast<std::uint16_t>(wanted.modifiers | lock));
+            xcb_ungrab_key(connection, wanted.key, m_display.root, static_cast<std::uint16_t>(wanted.modifiers | lock));
     }
 
     unsigned bitsOf(std::uint32_t modifiers) const
@@ -206,10 +205,17 @@ private:
                 if (code == 0)
                     continue;
                 switch (xcb_key_symbols_get_keysym(m_symbols.get(), code, 0)) {
-                case numLockKey: bits.numLock = 1U << modifier; break;
-                case altKey: bits.alt = 1U << modifier; break;
-                case superKey: bits.super = 1U << modifier; break;
-                default: break;
+                case numLockKey:
+                    bits.numLock = 1U << modifier;
+                    break;
+                case altKey:
+                    bits.alt = 1U << modifier;
+                    break;
+                case superKey:
+                    bits.super = 1U << modifier;
+                    break;
+                default:
+                    break;
                 }
             }
         }

@@ -75,9 +75,12 @@ void PortalRequest::listenAt(const QString& handle)
 void PortalRequest::takeResponse(uint code, const QVariantMap& results)
 {
     switch (code) {
-    case 0: return answer({.code = Portal::Code::granted, .results = results});
-    case 1: return answer({.code = Portal::Code::refused});
-    default: return answer({.code = Portal::Code::ended});
+    case 0:
+        return answer({.code = Portal::Code::granted, .results = results});
+    case 1:
+        return answer({.code = Portal::Code::refused});
+    default:
+        return answer({.code = Portal::Code::ended});
     }
 }
 

@@ -117,8 +117,8 @@ void ScreenCast::close()
 /// What this portal can do differs from desktop to desktop.
 void ScreenCast::askFacts()
 {
-    auto question = QDBusMessage::createMethodCall(Portal::service, Portal::path,
-        QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("GetAll"));
+    auto question = QDBusMessage::createMethodCall(
+        Portal::service, Portal::path, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("GetAll"));
     question << QString::fromLatin1(castInterface);
     auto* answer = new QDBusPendingCallWatcher(m_bus.asyncCall(question, answerLimit), m_session.get());
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
@@ -204,9 +204,12 @@ void ScreenCast::end(Outcome outcome)
 void ScreenCast::failWith(const Portal::Answer& answer)
 {
     switch (answer.code) {
-    case Portal::Code::refused: return end({});
-    case Portal::Code::ended: return end({.error = revokedText()});
-    default: return end({.error = unavailableText()});
+    case Portal::Code::refused:
+        return end({});
+    case Portal::Code::ended:
+        return end({.error = revokedText()});
+    default:
+        return end({.error = unavailableText()});
     }
 }
 

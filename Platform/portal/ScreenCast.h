@@ -43,8 +43,8 @@ public:
     explicit ScreenCast(QDBusConnection bus = QDBusConnection::sessionBus(), QObject* parent = nullptr);
     ~ScreenCast() override;
 
-    /// Has the user choose a source of this kind, or shares that of an earlier `restoreToken` at once. `done` is called once,
-    /// unless `open` or `close` is called before. What was shared before is given up first.
+    /// Has the user choose a source of this kind, or shares that of an earlier `restoreToken` at once. `done` is called
+    /// once, unless `open` or `close` is called before. What was shared before is given up first.
     ///
     /// The cursor is not in the frames.
     void open(Kind kind, const QString& restoreToken, std::function<void(Outcome)> done);

@@ -42,8 +42,7 @@ BridgeProcess::BridgeProcess(const std::filesystem::path& library)
     std::string program = ORVO_BRIDGE;
     std::string origin = "chrome-extension://abcdefghijklmnopabcdefghijklmnop/";
     std::array<char*, 3> arguments{program.data(), origin.data(), nullptr};
-    const int status =
-        ::posix_spawn(&m_process, program.c_str(), &actions, nullptr, arguments.data(), environment.data());
+    const int status = ::posix_spawn(&m_process, program.c_str(), &actions, nullptr, arguments.data(), environment.data());
     posix_spawn_file_actions_destroy(&actions);
     ::close(input[0]);
     ::close(output[1]);

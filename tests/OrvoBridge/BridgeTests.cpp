@@ -23,7 +23,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr const char* startScreen = R"({"type":"start","title":"Clase · una «pestaña»","width":320,"height":180,"fps":30,"tracks":["screen"]})";
+constexpr const char* startScreen =
+    R"({"type":"start","title":"Clase · una «pestaña»","width":320,"height":180,"fps":30,"tracks":["screen"]})";
 
 class Bridge : public testing::Test {
 protected:
@@ -41,8 +42,7 @@ protected:
         int sequence = 0;
         for (std::size_t at = 0; at < content.size(); at += piece) {
             bridge.send(chunkMessage(track, sequence, std::string_view(content).substr(at, piece)));
-            EXPECT_EQ(bridge.answer(),
-                std::format(R"({{"type":"written","track":"{}","sequence":{}}})", track, sequence));
+            EXPECT_EQ(bridge.answer(), std::format(R"({{"type":"written","track":"{}","sequence":{}}})", track, sequence));
             ++sequence;
         }
     }
@@ -50,8 +50,8 @@ protected:
     static VideoProject prepared(VideoProject project, const ProjectStore& store)
     {
         const FfprobeMediaProbe probe;
-        RecordingPreparation::apply(project,
-            RecordingPreparation::prepare(project, store, probe, RecordingPreparation::Which::needed));
+        RecordingPreparation::apply(
+            project, RecordingPreparation::prepare(project, store, probe, RecordingPreparation::Which::needed));
         return project;
     }
 
@@ -136,20 +136,23 @@ TEST_F(Bridge, KeepsWhatCameBeforeTheEnd)
         {"the browser goes", [](BridgeProcess& bridge) { EXPECT_EQ(bridge.hangUp(), 0); }},
         {"asked to end", [](BridgeProcess& bridge) { bridge.kill(SIGTERM); }},
         {"killed", [](BridgeProcess& bridge) { bridge.kill(SIGKILL); }},
-        {"half a message", [](BridgeProcess& bridge) {
-            bridge.sendBytes(std::string("\x40\0\0\0{\"type\":\"chunk\"", 20));
-            EXPECT_EQ(bridge.hangUp(), 0);
-        }},
-        {"an impossible length", [](BridgeProcess& bridge) {
-            bridge.sendBytes("\xff\xff\xff\xff{}");
-            EXPECT_EQ(bridge.answer(), std::nullopt);
-            EXPECT_EQ(bridge.hangUp(), 0);
-        }},
-        {"a piece is missing", [](BridgeProcess& bridge) {
-            bridge.send(chunkMessage("screen", 2, "abc"));
-            EXPECT_THAT(*bridge.answer(), HasSubstr(R"("reason":"protocol")"));
-            EXPECT_EQ(bridge.hangUp(), 0);
-        }},
+        {"half a message",
+            [](BridgeProcess& bridge) {
+                bridge.sendBytes(std::string("\x40\0\0\0{\"type\":\"chunk\"", 20));
+                EXPECT_EQ(bridge.hangUp(), 0);
+            }},
+        {"an impossible length",
+            [](BridgeProcess& bridge) {
+                bridge.sendBytes("\xff\xff\xff\xff{}");
+                EXPECT_EQ(bridge.answer(), std::nullopt);
+                EXPECT_EQ(bridge.hangUp(), 0);
+            }},
+        {"a piece is missing",
+            [](BridgeProcess& bridge) {
+                bridge.send(chunkMessage("screen", 2, "abc"));
+                EXPECT_THAT(*bridge.answer(), HasSubstr(R"("reason":"protocol")"));
+                EXPECT_EQ(bridge.hangUp(), 0);
+            }},
     };
     for (const auto& [name, end] : ends) {
         SCOPED_TRACE(name);
@@ -179,9 +182,18 @@ TEST_F(Bridge, RefusesWhatTheExtensionCannotHaveSent)
 {
     const std::string longTitle(301, 'a');
     const std::vector<std::string> refused{
-        "", "x", "null", "[]", "{}", R"({"type":7})", R"({"type":"format-disk"})", R"({"type":"hello"})",
-        R"({"type":"hello","version":"1"})", R"({"type":"chunk","track":"screen","sequence":0,"data":"AAAA"})",
-        R"({"type":"stop","seconds":1})", R"({"type":"progress","seconds":1})",
+        "",
+        "x",
+        "null",
+        "[]",
+        "{}",
+        R"({"type":7})",
+        R"({"type":"format-disk"})",
+        R"({"type":"hello"})",
+        R"({"type":"hello","version":"1"})",
+        R"({"type":"chunk","track":"screen","sequence":0,"data":"AAAA"})",
+        R"({"type":"stop","seconds":1})",
+        R"({"type":"progress","seconds":1})",
         R"({"type":"start","title":"a","width":320,"height":180,"fps":30,"tracks":[]})",
         R"({"type":"start","title":"a","width":320,"height":180,"fps":30,"tracks":["microphone"]})",
         R"({"type":"start","title":"a","width":320,"height":180,"fps":30,"tracks":["screen","screen"]})",
@@ -210,7 +222,8 @@ TEST_F(Bridge, RefusesWhatTheExtensionCannotHaveSent)
         R"({"type":"chunk","track":"camera","sequence":0,"data":"AAAA"})",
         R"({"type":"chunk","track":"screen/../../x","sequence":0,"data":"AAAA"})",
         R"({"type":"starts","tracks":[{"track":"camera","seconds":1}]})",
-        R"({"type":"starts","tracks":[7]})", R"({"type":"starts","tracks":[{"track":"screen","seconds":-1}]})",
+        R"({"type":"starts","tracks":[7]})",
+        R"({"type":"starts","tracks":[{"track":"screen","seconds":-1}]})",
         R"({"type":"pointer","events":[{"kind":"jump","time":1,"x":0,"y":0}]})",
         R"({"type":"pointer","events":[{"kind":"move","time":1,"x":2,"y":0}]})",
         R"({"type":"progress","seconds":1e300})",

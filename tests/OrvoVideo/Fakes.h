@@ -157,11 +157,12 @@ public:
 class FakeWorkspace final : public Workspace {
 public:
     std::vector<std::filesystem::path> revealed;
+    std::vector<std::filesystem::path> opened; ///< Folders.
     std::vector<std::string> addresses; ///< Pages that were opened.
     bool hasSettings = true; ///< Whether the desktop has settings of its own.
 
     void reveal(const std::filesystem::path& file) override { revealed.push_back(file); }
-    void openFolder(const std::filesystem::path&) override { }
+    void openFolder(const std::filesystem::path& folder) override { opened.push_back(folder); }
     void openAddress(const std::string& address) override { addresses.push_back(address); }
     bool openSettings(SettingsPage) override { return hasSettings; }
 };
@@ -194,7 +195,8 @@ struct FakeKeychain {
             isLocked = false;
         }
         if (isLocked || secret.empty())
-            throw captureError("No se ha podido leer la credencial. Desbloquea el llavero Inicio de sesión y pulsa Leer del llavero ("
+            throw captureError(
+                "No se ha podido leer la credencial. Desbloquea el llavero Inicio de sesión y pulsa Leer del llavero ("
                 + std::string(isLocked ? "2" : "-25300") + ").");
         return secret;
     }

@@ -75,6 +75,8 @@ void ModelFixture::start()
         .cameraPlayer = std::move(ownCamera),
         .panels = std::move(ownPanels),
         .workspace = std::move(ownWorkspace),
+        .browsers = BrowserIntegration(browsers),
+        .observe = observe,
         .recording = {.windowSystem = windowSystem,
             .engine = std::make_unique<CaptureEngine>(std::move(pointer)),
             .pressesSeen = pressesSeen,

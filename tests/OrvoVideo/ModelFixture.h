@@ -71,6 +71,7 @@ protected:
     FakePlayer* camera = nullptr;
     FakePanels* panels = nullptr;
     FakeWorkspace* workspace = nullptr;
+    FakePasteboard* pasteboard = nullptr;
     FakeShortcutKeys* keys = nullptr;
     FakeRegionPicker* picker = nullptr;
 
@@ -78,7 +79,10 @@ protected:
     WindowSystem windowSystem = WindowSystem::none;
     /// Makes the sharing of screens for a model on Wayland.
     std::function<std::unique_ptr<ScreenCast>()> screenCast;
-    FakePasteboard* pasteboard = nullptr;
+    /// What browsers are connected by; nothing without places.
+    BrowserIntegration::Places browsers;
+    /// Makes what hears the session's other programs.
+    std::function<decltype(NotificationObserver::create)> observe;
 };
 
 } // namespace orvo::test

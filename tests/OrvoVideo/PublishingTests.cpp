@@ -36,7 +36,8 @@ protected:
         select(project);
         model->setServerURL(QString::fromStdString(server.address()));
         model->setAdminToken(QString::fromLatin1(PublishingServer::token));
-        QObject::connect(model.get(), &AppModel::statusChanged, model.get(), [this] { statuses.push_back(model->status()); });
+        QObject::connect(
+            model.get(), &AppModel::statusChanged, model.get(), [this] { statuses.push_back(model->status()); });
     }
 
     void run(void (AppModel::*operation)())
@@ -123,7 +124,8 @@ TEST_F(PublishingFlow, WhatWasRenderedIsUsedAgainUntilSomethingChanges)
 {
     openMovie();
     const auto failAtTheEnd = [&] {
-        server.setFaults(R"([{"method":"POST","path":"/api/revisions/","do":"answer","status":500,"json":{"error":"Ahora no."}}])");
+        server.setFaults(
+            R"([{"method":"POST","path":"/api/revisions/","do":"answer","status":500,"json":{"error":"Ahora no."}}])");
         run(&AppModel::publish);
         EXPECT_EQ(failure(), "Ahora no.");
         EXPECT_FALSE(project().publication);
@@ -165,7 +167,8 @@ TEST_F(PublishingFlow, SettingsComeFirst)
         "No se ha podido leer la credencial. Desbloquea el llavero Inicio de sesión y pulsa Leer del llavero (-25300).";
     const std::vector<Case> cases{
         {"https://a.es", "", notRead},
-        {"https://a.es", "  ", "La credencial está vacía. Pulsa Leer del llavero antes de guardar; se conserva la credencial anterior."},
+        {"https://a.es", "  ",
+            "La credencial está vacía. Pulsa Leer del llavero antes de guardar; se conserva la credencial anterior."},
         {"http://a.es", "x", "Usa una dirección HTTPS para el servicio."},
         {"", "x", "Usa una dirección HTTPS para el servicio."},
         {QString::fromStdString(server.address()), "otro", "Credencial incorrecta."},

@@ -60,8 +60,8 @@ TEST_F(ShortcutManagerTests, HearsTheUsualCombinationsAndThoseThatWereSet)
 TEST_F(ShortcutManagerTests, WhatCannotBeReadIsTheUsualCombination)
 {
     for (const char* stored : {"", "\x01\xff garbage", "[15,6400]", "{}", R"({"keyCode":3})",
-             R"({"keyCode":"3","modifiers":768})", R"({"keyCode":-3,"modifiers":768})",
-             R"({"keyCode":3.5,"modifiers":768})", R"({"keyCode":4294967296,"modifiers":768})"}) {
+             R"({"keyCode":"3","modifiers":768})", R"({"keyCode":-3,"modifiers":768})", R"({"keyCode":3.5,"modifiers":768})",
+             R"({"keyCode":4294967296,"modifiers":768})"}) {
         QSettings().setValue("shortcut.2", stored);
         EXPECT_EQ(start().binding(Action::Pause), (ShortcutManager::Binding{35, usual})) << stored;
     }

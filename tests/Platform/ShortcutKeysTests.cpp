@@ -53,15 +53,15 @@ protected:
 TEST_F(ShortcutKeysTests, HearsCombinationsWhateverTheLockKeysAre)
 {
     EXPECT_EQ(keys->support(), ShortcutKeys::Support::ours);
-    keys->listen({{1, keyR, three, {}}, {2, keyP, three, {}},
-        {3, key9, ShortcutKeys::command | ShortcutKeys::shift, {}}, last});
+    keys->listen(
+        {{1, keyR, three, {}}, {2, keyP, three, {}}, {3, key9, ShortcutKeys::command | ShortcutKeys::shift, {}}, last});
     EXPECT_THAT(press({"ctrl+alt+super+r", "ctrl+alt+super+p"}), ElementsAre(1, 2));
     EXPECT_THAT(press({"super+shift+9"}), ElementsAre(3));
     EXPECT_THAT(press({"Caps_Lock", "ctrl+alt+super+r"}), ElementsAre(1));
     EXPECT_THAT(press({"Num_Lock", "ctrl+alt+super+r"}), ElementsAre(1));
     EXPECT_THAT(press({"Caps_Lock", "ctrl+alt+super+r"}), ElementsAre(1));
-    EXPECT_THAT(press({"Num_Lock", "ctrl+alt+r", "alt+super+r", "r", "ctrl+alt+super+shift+r", "ctrl+alt+super+q"}),
-        IsEmpty())
+    EXPECT_THAT(
+        press({"Num_Lock", "ctrl+alt+r", "alt+super+r", "r", "ctrl+alt+super+shift+r", "ctrl+alt+super+q"}), IsEmpty())
         << "other combinations are none of ours";
 
     keys->listen({{7, keyP, three, {}}, last});

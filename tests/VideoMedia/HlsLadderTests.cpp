@@ -54,7 +54,8 @@ TEST(HlsLadder, EndsAtTheProjectsOwnHeight)
 TEST(HlsLadder, DeclaresWhatItTakes)
 {
     EXPECT_THAT(HlsLadder::of(projectOf(100, 50)),
-        ElementsAre(Rendition{.width = 100, .height = 50, .bitRate = 400'000, .keyFrameInterval = 180, .bandwidth = 628'000}));
+        ElementsAre(
+            Rendition{.width = 100, .height = 50, .bitRate = 400'000, .keyFrameInterval = 180, .bandwidth = 628'000}));
     EXPECT_EQ(HlsLadder::masterPlaylist(HlsLadder::of(projectOf(1920, 1080))),
         "#EXTM3U\n#EXT-X-VERSION:3\n#EXT-X-INDEPENDENT-SEGMENTS\n"
         "#EXT-X-STREAM-INF:BANDWIDTH=1508240,RESOLUTION=852x480\n480/index.m3u8\n"

@@ -42,8 +42,8 @@ protected:
             return std::format("color={}:size=1280x720:rate=10:duration={}", name, seconds);
         };
         ffmpeg({"-f", "lavfi", "-i", colour("red", 5), "-f", "lavfi", "-i", colour("green", 5), "-f", "lavfi", "-i",
-            colour("blue", 3.5), "-f", "lavfi", "-i", "sine=440:d=13.5:r=48000", "-filter_complex", "[0][1][2]concat=n=3", "-c:v",
-            "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-c:a", "aac", "-shortest", movie});
+            colour("blue", 3.5), "-f", "lavfi", "-i", "sine=440:d=13.5:r=48000", "-filter_complex", "[0][1][2]concat=n=3",
+            "-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-c:a", "aac", "-shortest", movie});
     }
 
     std::string failure(const fs::path& destination, const std::stop_token& stop = {})
@@ -60,8 +60,8 @@ protected:
     fs::path played(const fs::path& playlist, double start = 0)
     {
         const auto file = folder / "played.mkv";
-        ffmpeg({"-allowed_extensions", "ALL", "-ss", std::to_string(start), "-i", playlist, "-vf", "scale=64:36", "-c:v", "ffv1",
-            "-c:a", "pcm_s16le", "-fps_mode", "passthrough", file});
+        ffmpeg({"-allowed_extensions", "ALL", "-ss", std::to_string(start), "-i", playlist, "-vf", "scale=64:36", "-c:v",
+            "ffv1", "-c:a", "pcm_s16le", "-fps_mode", "passthrough", file});
         return file;
     }
 
@@ -143,7 +143,8 @@ TEST_F(HlsPackaging, EveryRenditionPlaysFromItsKey)
         const std::string playlist = readFile(package / step / "index.m3u8");
         EXPECT_THAT(playlist, HasSubstr("#EXT-X-KEY:METHOD=AES-128,URI=\"../key.bin\""));
         EXPECT_THAT(playlist, Not(HasSubstr(folder.path().string())));
-        EXPECT_THAT(lines(playlist, "#EXTINF"), ElementsAre("#EXTINF:6.000000,", "#EXTINF:6.000000,", StartsWith("#EXTINF:1.5")));
+        EXPECT_THAT(
+            lines(playlist, "#EXTINF"), ElementsAre("#EXTINF:6.000000,", "#EXTINF:6.000000,", StartsWith("#EXTINF:1.5")));
         // Every segment alone: encrypted with the key, beginning with a picture that needs no other.
         for (const unsigned number : {0U, 1U, 2U}) {
             const std::string clear =
@@ -152,8 +153,8 @@ TEST_F(HlsPackaging, EveryRenditionPlaysFromItsKey)
             EXPECT_EQ(clear[0], 0x47);
             EXPECT_EQ(clear[188], 0x47);
             std::ofstream(folder / "clear.ts", std::ios::binary) << clear;
-            EXPECT_THAT(ffmpeg({"-v", "debug", "-skip_frame", "nokey", "-i", folder / "clear.ts", "-frames:v", "1", "-vf", "showinfo",
-                            "-f", "null", "-"}),
+            EXPECT_THAT(ffmpeg({"-v", "debug", "-skip_frame", "nokey", "-i", folder / "clear.ts", "-frames:v", "1", "-vf",
+                            "showinfo", "-f", "null", "-"}),
                 HasSubstr("type:I"));
             EXPECT_EQ(probe(folder / "clear.ts").width, width);
         }
@@ -196,7 +197,8 @@ TEST_F(HlsPackaging, WhatFailsLeavesNoMasterPlaylistAndNoKeyInformation)
     makeMovie();
     std::ofstream(package / "master.m3u8") << "old";
     std::stop_source stop;
-    EXPECT_THROW(ExportService::hls(movie, project, package, [&](double) { stop.request_stop(); }, stop.get_token()), Cancelled);
+    EXPECT_THROW(
+        ExportService::hls(movie, project, package, [&](double) { stop.request_stop(); }, stop.get_token()), Cancelled);
     EXPECT_TRUE(isHalfMade());
     EXPECT_TRUE(fs::exists(package / "480/index.m3u8"));
     EXPECT_FALSE(fs::exists(package / "720/index.m3u8"));
@@ -207,8 +209,8 @@ TEST_F(HlsPackaging, WhatFailsLeavesNoMasterPlaylistAndNoKeyInformation)
 
 TEST_F(HlsPackaging, AFullDiskIsAFailure)
 {
-    ffmpeg({"-f", "lavfi", "-i", "nullsrc=size=320x240:rate=10:duration=20,geq=random(1)*255:128:128", "-c:v", "libx264", "-preset",
-        "ultrafast", "-pix_fmt", "yuv420p", movie});
+    ffmpeg({"-f", "lavfi", "-i", "nullsrc=size=320x240:rate=10:duration=20,geq=random(1)*255:128:128", "-c:v", "libx264",
+        "-preset", "ultrafast", "-pix_fmt", "yuv420p", movie});
     project.width = 320;
     project.height = 240;
     // The second and the last segment are those that do not fit.

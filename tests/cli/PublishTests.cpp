@@ -43,7 +43,8 @@ protected:
 
 TEST_F(Publish, FromTheProjectToItsPageAndBack)
 {
-    const auto published = answer({"publish", id, "--domain", "https://uno.es", "--domain", "https://dos.es, https://tres.es"});
+    const auto published =
+        answer({"publish", id, "--domain", "https://uno.es", "--domain", "https://dos.es, https://tres.es"});
     EXPECT_EQ(published["url"].text(), "https://video.ejemplo.es/watch/" + published["videoID"].text());
     EXPECT_THAT(published["embed"].text(), HasSubstr("<iframe src=\"" + server.address() + "/embed/"));
     EXPECT_EQ(published["domains"].size(), 3U);

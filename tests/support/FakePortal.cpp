@@ -105,8 +105,8 @@ void FakePortal::activate(const QString& id)
 bool FakePortal::handleMessage(const QDBusMessage& message, const QDBusConnection&)
 {
     if (message.interface() == "org.freedesktop.DBus.Properties") {
-        m_bus.send(message.createReply(QVariantMap{{"version", version}, {"AvailableCursorModes", cursorModes},
-            {"AvailableSourceTypes", 3U}}));
+        m_bus.send(message.createReply(
+            QVariantMap{{"version", version}, {"AvailableCursorModes", cursorModes}, {"AvailableSourceTypes", 3U}}));
     } else if (message.interface() == castInterface) {
         screenCast(message);
     } else if (message.interface() == shortcutsInterface) {

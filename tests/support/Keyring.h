@@ -7,8 +7,8 @@
 
 namespace orvo::test {
 
-/// A session bus of its own with a real keyring on it, whose files lie in a folder of its own. This process and those that it
-/// starts take them for theirs.
+/// A session bus of its own with a real keyring on it, whose files lie in a folder of its own. This process and those that
+/// it starts take them for theirs.
 class Keyring {
 public:
     enum class State : std::uint8_t { unlocked, locked, absent };

@@ -27,8 +27,8 @@ PrivateBus::PrivateBus()
   </policy>
 </busconfig>
 )";
-    m_daemon.start("dbus-daemon",
-        {"--config-file", QString::fromStdString(configuration.string()), "--nofork", "--print-address"});
+    m_daemon.start(
+        "dbus-daemon", {"--config-file", QString::fromStdString(configuration.string()), "--nofork", "--print-address"});
     while (!m_daemon.canReadLine()) {
         if (!m_daemon.waitForReadyRead(30'000))
             throw std::runtime_error("there is no bus");

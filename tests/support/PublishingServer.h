@@ -9,8 +9,8 @@
 
 namespace orvo::test {
 
-/// The publishing server of tests/support, on the loopback address, with a certificate authority of its own. While one lives,
-/// SSL_CERT_FILE names that authority.
+/// The publishing server of tests/support, on the loopback address, with a certificate authority of its own. While one
+/// lives, SSL_CERT_FILE names that authority.
 class PublishingServer {
 public:
     /// Starts it. With `isPlain` it speaks HTTP.

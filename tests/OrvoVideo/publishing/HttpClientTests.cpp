@@ -15,11 +15,13 @@ using testing::Not;
 class PublisherRequest : public PublisherFixture {
 protected:
     /// How a request to a server ends: the text of its failure, or of its answer's "text".
-    std::string outcome(const std::string& address, const std::string& method = "GET", const std::string& token = "secreto") const
+    std::string outcome(
+        const std::string& address, const std::string& method = "GET", const std::string& token = "secreto") const
     {
         try {
             Publisher publisher(address, token, options);
-            return publisher.request("api/status", method, {.json = "{\"clientSecret\":\"oculto\"}", .data = {}, .headers = {}})
+            return publisher
+                .request("api/status", method, {.json = "{\"clientSecret\":\"oculto\"}", .data = {}, .headers = {}})
                 .text("text")
                 .value_or("no text");
         } catch (const std::exception& error) {
@@ -31,8 +33,8 @@ protected:
 
 TEST(PublisherAddress, IsSafe)
 {
-    for (const auto* good : {"https://video.ejemplo.es", "https://video.ejemplo.es:8443/base/", " https://a.es\n", "http://localhost",
-             "http://localhost:8080", "ftp://localhost", "https://vídeo.es"})
+    for (const auto* good : {"https://video.ejemplo.es", "https://video.ejemplo.es:8443/base/", " https://a.es\n",
+             "http://localhost", "http://localhost:8080", "ftp://localhost", "https://vídeo.es"})
         EXPECT_NO_THROW(Publisher(good, "x")) << good;
     for (const auto* bad : {"", "video.ejemplo.es", "http://video.ejemplo.es", "ftp://video.ejemplo.es", "http://127.0.0.1",
              "http://localhost.ejemplo.es", "HTTPS://video.ejemplo.es", "https://", "http://user@ejemplo.es/localhost",
@@ -107,7 +109,8 @@ TEST_F(PublisherRequest, TheCredentialGoesToTheServerAlone)
     for (const int status : {301, 302, 303, 307, 308}) {
         server.setFaults(redirect(other.address() + "/api/status?from=secreto", status));
         EXPECT_THAT(outcome(server.address(), "POST"),
-            HasSubstr("El servidor remite a otra dirección (http://localhost). Si es la de tu servidor, escríbela en Ajustes."));
+            HasSubstr(
+                "El servidor remite a otra dirección (http://localhost). Si es la de tu servidor, escríbela en Ajustes."));
     }
     EXPECT_THAT(other.requests(), IsEmpty());
 

@@ -51,13 +51,15 @@ TEST_F(PublisherFaults, AChunkIsSentAgainFromWhereTheServerIs)
 
 TEST_F(PublisherFaults, RetriesBeginAnewAfterEveryChunk)
 {
-    server.setFaults(R"([{"method":"PUT","do":"close","times":5},{"method":"PUT","skip":1,"do":"status","status":503,"times":5}])");
+    server.setFaults(
+        R"([{"method":"PUT","do":"close","times":5},{"method":"PUT","skip":1,"do":"status","status":503,"times":5}])");
     publish();
     EXPECT_THAT(pauses, ElementsAre(2, 4, 8, 16, 32, 2, 4, 8, 16, 32));
     // A server that cannot say where it is ends it.
     fs::remove(screen);
     pauses.clear();
-    server.setFaults(R"([{"method":"PUT","do":"close"},{"method":"GET","path":"/api/uploads/","skip":1,"do":"answer","status":503,"json":{"error":"Ahora no."}}])");
+    server.setFaults(
+        R"([{"method":"PUT","do":"close"},{"method":"GET","path":"/api/uploads/","skip":1,"do":"answer","status":503,"json":{"error":"Ahora no."}}])");
     EXPECT_EQ(failure(), "Ahora no.");
     EXPECT_THAT(pauses, ElementsAre(2));
 }
@@ -75,7 +77,8 @@ TEST_F(PublisherFaults, OffsetsMayJump)
     // Ahead, to the end and past it: nothing of the file is sent, not even read. The server finds that it is not there.
     write(screen, 20'000'001);
     for (const auto* offset : {"20000001", "90000000"}) {
-        server.setFaults(std::string(R"([{"method":"GET","path":"/api/uploads/","do":"answer","json":{"offset":)") + offset + "}}]");
+        server.setFaults(
+            std::string(R"([{"method":"GET","path":"/api/uploads/","do":"answer","json":{"offset":)") + offset + "}}]");
         server.forgetRequests();
         onProgress = [](const std::string& text) { EXPECT_NE(text, "Subiendo media/screen.mov"); };
         options.pause = [this](std::chrono::seconds, const std::stop_token&) { server.setFaults(allReady); };

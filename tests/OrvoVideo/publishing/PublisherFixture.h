@@ -15,7 +15,8 @@
 
 namespace orvo::test {
 
-/// A project with a document, a streaming package and no media, and a server to publish it on. Pauses take no time and are noted.
+/// A project with a document, a streaming package and no media, and a server to publish it on. Pauses take no time and are
+/// noted.
 class PublisherFixture : public ProjectFixture {
 protected:
     PublisherFixture()

@@ -32,11 +32,13 @@ TEST_F(PublisherTests, EverythingOfTheProjectArrives)
     EXPECT_EQ(publication.url, "https://video.ejemplo.es/watch/" + publication.videoID);
     EXPECT_THAT(publication.domains, ElementsAre("https://www.ejemplo.es"));
     EXPECT_TRUE(publication.publicLink);
-    expectReceived({"media/screen.mov", "media/.hidden", "media/año/nuevo.m4a", "project.json", "hls/master.m3u8", "hls/480/00000.ts"});
+    expectReceived(
+        {"media/screen.mov", "media/.hidden", "media/año/nuevo.m4a", "project.json", "hls/master.m3u8", "hls/480/00000.ts"});
     EXPECT_THAT(server.state(), testing::Not(HasSubstr("passwd")));
     EXPECT_THAT(server.state(), testing::Not(HasSubstr("empty")));
     for (const auto* part : {R"("path": "media/.hidden", "role": "source", "size": 10)", R"("role": "project")",
-             R"("path": "hls/master.m3u8", "role": "stream", "size": 200)", R"("title": ")", R"("domains": ["https://www.ejemplo.es"])"})
+             R"("path": "hls/master.m3u8", "role": "stream", "size": 200)", R"("title": ")",
+             R"("domains": ["https://www.ejemplo.es"])"})
         EXPECT_THAT(server.state(), HasSubstr(part));
     EXPECT_FALSE(fs::exists(session));
     EXPECT_THAT(pauses, IsEmpty());
@@ -80,7 +82,8 @@ TEST_F(PublisherTests, DriveMustBeConnectedAndMayTakeItsTime)
 
     server.set("storing", "100000");
     options.pause = [this](std::chrono::seconds time, const std::stop_token&) { pauses.push_back(time.count()); };
-    server.setFaults(R"([{"method":"GET","path":"/api/revisions/","do":"answer","json":{"files":[{"status":"storing"}]},"times":100000}])");
+    server.setFaults(
+        R"([{"method":"GET","path":"/api/revisions/","do":"answer","json":{"files":[{"status":"storing"}]},"times":100000}])");
     pauses.clear();
     EXPECT_EQ(failure(), "La publicación sigue pendiente. Puedes reanudarla desde este proyecto.");
     EXPECT_EQ(pauses.size(), 7'200U);
@@ -100,14 +103,16 @@ TEST_F(PublisherTests, WhatDriveCannotKeepIsTold)
         std::string expected;
     };
     const std::vector<Case> cases{
-        {R"([{"status":"ready"},{"status":"error","error":"Drive está lleno."},{"status":"error","error":"otro"}])", "Drive está lleno."},
+        {R"([{"status":"ready"},{"status":"error","error":"Drive está lleno."},{"status":"error","error":"otro"}])",
+            "Drive está lleno."},
         {R"([{"status":"error"}])", "Drive no ha podido guardar un archivo. Puedes reintentar la publicación."},
         {R"([])", ""},
         {R"([{"status":"ready"},7])", ""},
     };
     for (const auto& [files, expected] : cases) {
         progress.clear();
-        server.setFaults(R"([{"method":"GET","path":"/api/revisions/","do":"answer","json":{"files":)" + files + "},\"times\":2}]");
+        server.setFaults(
+            R"([{"method":"GET","path":"/api/revisions/","do":"answer","json":{"files":)" + files + "},\"times\":2}]");
         EXPECT_EQ(failure(), expected) << files;
         EXPECT_EQ(fs::exists(session), !expected.empty());
         if (expected.empty()) {
@@ -127,7 +132,8 @@ TEST_F(PublisherTests, AnswersThatAreNotThereHaveTheirMeaning)
         EXPECT_TRUE(fs::exists(session));
     }
     for (const auto* uploads : {R"([])", R"([{"path":"project.json"},{"path":"project.json","id":"u1"}])"}) {
-        server.setFaults(std::string(R"([{"method":"POST","path":"/api/videos/","do":"answer","json":{"id":"r1","uploads":)") + uploads + "}}]");
+        server.setFaults(std::string(R"([{"method":"POST","path":"/api/videos/","do":"answer","json":{"id":"r1","uploads":)")
+            + uploads + "}}]");
         EXPECT_EQ(failure(), "No se ha encontrado la sesión de subida.") << uploads;
     }
 }
@@ -155,7 +161,8 @@ TEST_F(PublisherTests, AnUnfinishedPublicationIsResumed)
 TEST_F(PublisherTests, ASessionIsUsedForTheSameFilesOnTheSameServerAlone)
 {
     const auto failAtTheEnd = [&] {
-        server.setFaults(R"([{"method":"POST","path":"/api/revisions/","do":"answer","status":500,"json":{"error":"fin"}}])");
+        server.setFaults(
+            R"([{"method":"POST","path":"/api/revisions/","do":"answer","status":500,"json":{"error":"fin"}}])");
         EXPECT_EQ(failure(), "fin");
     };
     const auto isResumed = [&] {

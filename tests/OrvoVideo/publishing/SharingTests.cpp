@@ -55,7 +55,8 @@ TEST(Json, KeepsWhatItDoesNotKnow)
     for (const auto* text : {"", "[]", "7", "{", "{} {}", "<html>"})
         EXPECT_FALSE(JsonObject::parse(text)) << text;
     EXPECT_THROW(static_cast<void>(JsonBuilder().set("name", "\xFF").text()), Error);
-    EXPECT_EQ(JsonBuilder().beginItem("files").set("path", "ñ").set("size", std::int64_t{1}).endItem().set("on", true).text(),
+    EXPECT_EQ(
+        JsonBuilder().beginItem("files").set("path", "ñ").set("size", std::int64_t{1}).endItem().set("on", true).text(),
         R"({"files":[{"path":"ñ","size":1}],"on":true})");
 }
 

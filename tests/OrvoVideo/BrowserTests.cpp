@@ -1,0 +1,156 @@
+#include "ModelFixture.h"
+#include "OrvoVideo/browser/BrowserIntegration.h"
+#include "Platform/Notifications.h"
+#include "TestSupport/EventLoop.h"
+#include "TestSupport/OrdinaryUser.h"
+#include "TestSupport/PrivateBus.h"
+#include "VideoCore/FileIO.h"
+
+#include <fstream>
+#include <memory>
+#include <openssl/evp.h>
+#include <yyjson.h>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+using Json = std::unique_ptr<yyjson_doc, void (*)(yyjson_doc*)>;
+
+Json parsed(const fs::path& file)
+{
+    const std::string text = readFile(file);
+    return {yyjson_read(text.data(), text.size(), 0), yyjson_doc_free};
+}
+
+std::string textIn(const Json& document, const char* pointer)
+{
+    const char* text = yyjson_get_str(yyjson_doc_ptr_get(document.get(), pointer));
+    return text ? text : "nothing";
+}
+
+class BrowserTests : public ModelFixture {
+protected:
+    BrowserTests()
+    {
+        browsers = {.bundle = folder / "OrvoVideo.app", .data = folder / "data/OrvoVideo", .config = folder / "config"};
+        write("Extension/manifest.json", "{}");
+        write("Extension/icons/16.png", "16");
+        write("extension-origin.txt", " chrome-extension://abc/\n\n");
+    }
+
+    void write(const fs::path& resource, const std::string& text) const
+    {
+        const fs::path file = browsers.bundle / "Contents/Resources" / resource;
+        fs::create_directories(file.parent_path());
+        std::ofstream(file) << text;
+    }
+
+    fs::path manifest(const std::string& browser) const
+    {
+        return browsers.config / browser / "NativeMessagingHosts/es.orvo.video.json";
+    }
+};
+
+TEST_F(BrowserTests, TheExtensionAndTheManifestsAreInPlace)
+{
+    const BrowserIntegration integration(browsers);
+    integration.setUp();
+    // What an older version left is gone after the next start.
+    std::ofstream(integration.extensionFolder() / "old.js") << "old";
+    write("Extension/manifest.json", R"({"version": "2"})");
+    integration.setUp();
+    EXPECT_EQ(readFile(integration.extensionFolder() / "manifest.json"), R"({"version": "2"})");
+    EXPECT_TRUE(fs::exists(integration.extensionFolder() / "icons/16.png"));
+    EXPECT_FALSE(fs::exists(integration.extensionFolder() / "old.js"));
+
+    for (const auto* browser : {"google-chrome", "chromium", "BraveSoftware/Brave-Browser"}) {
+        const Json document = parsed(manifest(browser));
+        EXPECT_EQ(textIn(document, "/name"), "es.orvo.video");
+        EXPECT_EQ(textIn(document, "/description"), "Orvo Video Native Bridge");
+        EXPECT_EQ(textIn(document, "/path"), (browsers.bundle / "Contents/Helpers/OrvoBridge").string());
+        EXPECT_EQ(textIn(document, "/type"), "stdio");
+        EXPECT_EQ(textIn(document, "/allowed_origins/0"), "chrome-extension://abc/");
+        EXPECT_EQ(yyjson_arr_size(yyjson_doc_ptr_get(document.get(), "/allowed_origins")), 1U);
+    }
+}
+
+TEST_F(BrowserTests, WithoutABundleNothingIsTouched)
+{
+    for (const auto& bundle : {fs::path(), folder / "bin", folder / "Empty.app"}) {
+        auto places = browsers;
+        places.bundle = bundle;
+        BrowserIntegration(places).setUp();
+        EXPECT_FALSE(fs::exists(browsers.config));
+        EXPECT_FALSE(fs::exists(browsers.data));
+    }
+}
+
+TEST_F(BrowserTests, TheModelConnectsBrowsersWhenItStarts)
+{
+    start();
+    ASSERT_TRUE(comesToHold([&] { return fs::exists(manifest("BraveSoftware/Brave-Browser")); }));
+    model->openExtensionFolder();
+    EXPECT_THAT(workspace->opened, ElementsAre(browsers.data / "Extension"));
+
+    // A tab is recorded from the browser.
+    model->capture()->setMode(QStringLiteral("tab"));
+    EXPECT_EQ(model->capture()->mode(), "tab");
+    model->startRecording();
+    EXPECT_EQ(workspace->opened.size(), 2U);
+    EXPECT_EQ(model->status(), "Inicia la captura desde el icono Orvo Video en Chrome o Brave.");
+    EXPECT_FALSE(model->isRecording());
+    EXPECT_FALSE(model->busy());
+}
+
+TEST_F(BrowserTests, TheModelTellsWhatIsMissing)
+{
+    fs::remove(browsers.bundle / "Contents/Resources/extension-origin.txt");
+    start();
+    ASSERT_TRUE(
+        comesToHold([&] { return model->status().startsWith("La extensión necesita configurar su conexión al Mac: "); }));
+    model->openExtensionFolder();
+    EXPECT_THAT(workspace->opened, IsEmpty());
+    EXPECT_EQ(model->errorMessage(), "Abre la aplicación instalada para preparar la extensión de Chrome y Brave.");
+}
+
+TEST_F(BrowserTests, ARecordedTabAppearsWhenTheHelperSaysSo)
+{
+    const PrivateBus bus;
+    observe = NotificationObserver::create;
+    start();
+    EXPECT_TRUE(model->library()->projects().empty());
+    add(VideoProject::make("Desde el navegador"));
+    notification::post("es.orvo.video.something-else");
+    notification::post(notification::tabFinished);
+    ASSERT_TRUE(comesToHold([&] { return model->library()->projects().size() == 1; }));
+}
+
+/// Browsers make an extension's identifier from its public key: the letters a to p for the digits of its hash.
+TEST(ExtensionIdentity, IsTheOneThatTheHelperAnswers)
+{
+    const fs::path source = ORVO_SOURCE;
+    const std::string key = textIn(parsed(source / "Extension/manifest.json"), "/key");
+    std::string bytes(key.size(), '\0');
+    const int length = EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
+        reinterpret_cast<const unsigned char*>(key.data()), static_cast<int>(key.size()));
+    ASSERT_GT(length, 0);
+    bytes.resize(static_cast<std::size_t>(length) - static_cast<std::size_t>(std::ranges::count(key, '=')));
+    std::array<unsigned char, EVP_MAX_MD_SIZE> hash{};
+    ASSERT_EQ(EVP_Digest(bytes.data(), bytes.size(), hash.data(), nullptr, EVP_sha256(), nullptr), 1);
+    std::string identifier;
+    for (std::size_t i = 0; i < 16; ++i) {
+        identifier += static_cast<char>('a' + (hash[i] >> 4));
+        identifier += static_cast<char>('a' + (hash[i] & 15));
+    }
+    EXPECT_EQ(readFile(source / "packaging/extension-origin.txt"), "chrome-extension://" + identifier + "/\n");
+}
+
+} // namespace
+
+} // namespace orvo::test
