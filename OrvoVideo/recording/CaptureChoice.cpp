@@ -82,8 +82,10 @@ void CaptureChoice::setMode(const QString& mode)
         return;
     const bool otherKind = kindOf(m_mode) != kindOf(valid);
     m_mode = valid;
-    if (desktopChooses() && otherKind)
+    if (desktopChooses() && otherKind) {
         release();
+        show({}, {});
+    }
     emit modeChanged();
 }
 
@@ -138,7 +140,8 @@ void CaptureChoice::release()
         return;
     m_asking.give({});
     m_screenCast->close();
-    show({}, {});
+    if (m_sources.count() > 0)
+        show({}, {});
 }
 
 QCoro::Task<> CaptureChoice::list()
