@@ -2,6 +2,7 @@
 
 #include "VideoCore/Error.h"
 
+#include <QGuiApplication>
 #include <QSettings>
 #include <fcntl.h>
 #include <format>
@@ -40,7 +41,8 @@ CaptureSource sourceOf(const ScreenCast::Stream& stream)
         .label = isMonitor ? "Pantalla elegida" : "Ventana elegida",
         .rect = stream.rect,
         .stream = std::make_shared<const PipeWireStream>(::fcntl(stream.remote, F_DUPFD_CLOEXEC, 0), stream.node)};
-    if (isMonitor)
+    // Of several screens one would only be guessed.
+    if (isMonitor && (stream.placed || QGuiApplication::screens().size() <= 1))
         source.displayID = stream.node;
     return source;
 }
