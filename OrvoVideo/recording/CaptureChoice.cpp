@@ -2,6 +2,7 @@
 
 #include "VideoCore/Error.h"
 
+#include <QGuiApplication>
 #include <QSettings>
 #include <fcntl.h>
 #include <format>
@@ -40,7 +41,8 @@ CaptureSource sourceOf(const ScreenCast::Stream& stream)
         .label = isMonitor ? "Pantalla elegida" : "Ventana elegida",
         .rect = stream.rect,
         .stream = std::make_shared<const PipeWireStream>(::fcntl(stream.remote, F_DUPFD_CLOEXEC, 0), stream.node)};
-    if (isMonitor)
+    // Of several screens one would only be guessed.
+    if (isMonitor && (stream.placed || QGuiApplication::screens().size() <= 1))
         source.displayID = stream.node;
     return source;
 }
@@ -81,8 +83,10 @@ void CaptureChoice::setMode(const QString& mode)
         return;
     const bool otherKind = kindOf(m_mode) != kindOf(valid);
     m_mode = valid;
-    if (desktopChooses() && otherKind)
+    if (desktopChooses() && otherKind) {
         release();
+        show({}, {});
+    }
     emit modeChanged();
 }
 
@@ -139,7 +143,8 @@ void CaptureChoice::release()
         return;
     m_asking.give({});
     m_screenCast->close();
-    show({}, {});
+    if (m_sources.count() > 0)
+        show({}, {});
 }
 
 QCoro::Task<> CaptureChoice::list()

@@ -52,7 +52,8 @@ TrayItem::TrayItem(AppModel& model, QObject* parent)
     for (const auto change :
         {&AppModel::busyChanged, &AppModel::progressChanged, &AppModel::statusChanged, &AppModel::recordingTimeChanged})
         connect(&m_model, change, this, &TrayItem::followModel);
-    for (const auto change : {&AppModel::recordingChanged, &AppModel::capturingChanged, &AppModel::busyChanged})
+    for (const auto change : {&AppModel::recordingChanged, &AppModel::capturingChanged, &AppModel::countdownChanged,
+             &AppModel::busyChanged})
         connect(&m_model, change, this, &TrayItem::followRecording);
     m_icon.setContextMenu(&m_menu);
     followModel();
@@ -76,7 +77,7 @@ void TrayItem::followModel()
 void TrayItem::followRecording()
 {
     const bool recording = m_model.isRecording();
-    m_cancel->setVisible(m_model.busy() && !recording);
+    m_cancel->setVisible(m_model.busy() && (m_model.countdown() > 0 || !m_model.capturing()));
     m_pause->setText(m_model.isPaused() ? QStringLiteral("Continuar") : QStringLiteral("Pausar"));
     for (auto* action : {m_pause, m_zoom, m_stop})
         action->setVisible(recording);

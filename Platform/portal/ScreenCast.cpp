@@ -60,6 +60,7 @@ std::optional<ScreenCast::Stream> firstStreamIn(const QVariantMap& results)
         if (const auto position = pairIn(facts.value(QStringLiteral("position")))) {
             first->rect.x = position->first;
             first->rect.y = position->second;
+            first->placed = true;
         }
         if (const auto size = pairIn(facts.value(QStringLiteral("size")))) {
             first->rect.width = size->first;

@@ -27,7 +27,8 @@ public:
         int remote = -1; ///< The connection to PipeWire; belongs to the `ScreenCast` and lives as long as the sharing.
         std::uint32_t node = 0; ///< In that connection.
         Kind kind = Kind::monitor;
-        Rect rect; ///< Where it lies and its size as the desktop says, else empty: the first frame tells the size.
+        Rect rect; ///< Where it lies and its size as the desktop says, else 0: the first frame tells the size.
+        bool placed = false; ///< Whether the desktop has said where it lies.
         /// Whether the places of the pointer come along with the frames. Otherwise nothing tells them.
         bool tellsPointer = false;
         /// Shares the same again without asking, once. Empty where the desktop does not remember.

@@ -7,6 +7,7 @@
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/PointerLog.h"
 
+#include <QFile>
 #include <QSettings>
 #include <QSignalSpy>
 #include <algorithm>
@@ -40,7 +41,8 @@ protected:
         auto options = model->options();
         options.microphone = options.systemAudio = false;
         model->setOptions(options);
-        QObject::connect(model.get(), &AppModel::statusChanged, [this] { statuses << model->status(); });
+        QObject::connect(
+            model.get(), &AppModel::statusChanged, [this, told = model.get()] { statuses << told->status(); });
     }
 
     [[nodiscard]] bool recordsSoon()
@@ -284,6 +286,9 @@ TEST_F(SharedScreenTests, TheDesktopIsAskedAndItsAnswersAreTold)
     EXPECT_EQ(model->errorMessage(), "Selecciona una pantalla o ventana disponible.");
 
     FakePortal portal(bus.address());
+    QFile remote("/dev/null");
+    ASSERT_TRUE(remote.open(QIODevice::ReadWrite));
+    portal.remote = remote.handle();
     portal.cursorModes = 3;
     portal.decision = FakePortal::Decision::refuse;
     choice.choose();

@@ -53,6 +53,7 @@ TEST_F(ScreenCastTests, SharesWhatTheUserChooses)
     EXPECT_EQ(monitor.stream->kind, ScreenCast::Kind::monitor);
     EXPECT_EQ(monitor.stream->rect, (Rect{0, 0, 1280, 720}));
     EXPECT_EQ(monitor.stream->restoreToken, "token-1");
+    EXPECT_TRUE(monitor.stream->placed);
     EXPECT_TRUE(monitor.stream->tellsPointer);
     EXPECT_EQ(desktop->selection.value("types"), 1U);
     EXPECT_EQ(desktop->selection.value("cursor_mode"), 4U) << "the pointer beside the picture";
