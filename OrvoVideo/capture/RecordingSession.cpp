@@ -101,8 +101,7 @@ void RecordingSession::create(const Plan& plan)
     m_project = VideoProject::make(plan.title);
     m_id = m_project.id;
     m_project.state = ProjectState::recording;
-    const auto size =
-        captureSize(plan.options.region.value_or(plan.source.rect), plan.source.scale, plan.options.height);
+    const auto size = captureSize(plan.options.region.value_or(plan.source.rect), plan.source.scale, plan.options.height);
     m_project.width = size.width;
     m_project.height = size.height;
     m_project.fps = plan.options.fps;

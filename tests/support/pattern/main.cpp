@@ -1,4 +1,5 @@
-// Shows the window of TimePattern.h on the display of DISPLAY and, with --sound, plays its tone. Says "shown" when it is there.
+// Shows the window of TimePattern.h on the display of DISPLAY and, with --sound, plays its tone. Says "shown" when it is
+// there.
 //
 // orvo-time-pattern X Y WIDTH HEIGHT FPS [--sound] [--title TITLE] [--motion] [--log FILE]
 //
@@ -99,7 +100,10 @@ public:
     }
 
     /// The milliseconds that a picture of this time shows.
-    static std::uint64_t millisecondsOf(double time) { return static_cast<std::uint64_t>(time * 1000); }
+    static std::uint64_t millisecondsOf(double time)
+    {
+        return static_cast<std::uint64_t>(time * 1000) % TimePattern::period;
+    }
 
     /// False when the window is gone.
     bool show(double time)
@@ -108,8 +112,8 @@ public:
         const int height = m_place.height;
         if (m_page) {
             m_scrolled = (m_scrolled + 3) % height;
-            xcb_copy_area(m_connection, m_page, m_pixmap, m_pen, 0, static_cast<std::int16_t>(m_scrolled), 0, 0, m_place.width,
-                m_place.height);
+            xcb_copy_area(m_connection, m_page, m_pixmap, m_pen, 0, static_cast<std::int16_t>(m_scrolled), 0, 0,
+                m_place.width, m_place.height);
             drawTime(time);
             return present();
         }
@@ -130,8 +134,8 @@ private:
         const auto milliseconds = millisecondsOf(time);
         for (int bit = 0; bit < TimePattern::bits; ++bit) {
             const bool isOne = (milliseconds >> (TimePattern::bits - 1 - bit) & 1) != 0;
-            fill(isOne ? 0xFFFFFF : 0x000000, TimePattern::left + bit * TimePattern::block, TimePattern::top, TimePattern::block,
-                TimePattern::block);
+            fill(isOne ? 0xFFFFFF : 0x000000, TimePattern::left + bit * TimePattern::block, TimePattern::top,
+                TimePattern::block, TimePattern::block);
         }
     }
 
@@ -148,8 +152,8 @@ private:
 
     xcb_atom_t atom(std::string_view name) const
     {
-        auto* reply = xcb_intern_atom_reply(m_connection,
-            xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr);
+        auto* reply = xcb_intern_atom_reply(
+            m_connection, xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr);
         const xcb_atom_t number = reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
         std::free(reply);
         return number;
@@ -182,7 +186,8 @@ void play(const std::stop_token& stop)
     memory.maxlength = memory.prebuf = memory.minreq = memory.fragsize = ~std::uint32_t{0};
     memory.tlength = static_cast<std::uint32_t>(4 * blockLength * sizeof(float));
     int error = 0;
-    pa_simple* stream = pa_simple_new(nullptr, "pattern", PA_STREAM_PLAYBACK, nullptr, "tone", &form, nullptr, &memory, &error);
+    pa_simple* stream =
+        pa_simple_new(nullptr, "pattern", PA_STREAM_PLAYBACK, nullptr, "tone", &form, nullptr, &memory, &error);
     if (!stream) {
         std::fprintf(stderr, "no sound: %s\n", pa_strerror(error));
         std::exit(1);
@@ -248,7 +253,7 @@ int main(int argc, char** argv)
         if (!window.show(time))
             return 0;
         if (log.is_open())
-            log << (Window::millisecondsOf(time) & ((1U << TimePattern::bits) - 1)) << std::endl;
+            log << Window::millisecondsOf(time) << std::endl;
         if (first) {
             std::puts("shown");
             std::fflush(stdout);
