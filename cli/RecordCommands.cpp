@@ -49,8 +49,7 @@ JsonValue::Array described(const std::vector<CaptureSource>& sources)
 JsonValue::Array described(const std::vector<AudioDevice>& devices)
 {
     return devices | std::views::transform([](const AudioDevice& device) {
-        return JsonValue(
-            JsonValue::Object{{"id", device.id}, {"label", device.label}, {"isDefault", device.isDefault}});
+        return JsonValue(JsonValue::Object{{"id", device.id}, {"label", device.label}, {"isDefault", device.isDefault}});
     }) | std::ranges::to<JsonValue::Array>();
 }
 
@@ -165,7 +164,8 @@ CaptureSource chosenSource(const std::string& id, const std::optional<Rect>& reg
             return display;
         }
     }
-    throw captureError(region ? "No se encuentra la pantalla seleccionada." : "Selecciona una pantalla o ventana disponible.");
+    throw captureError(
+        region ? "No se encuentra la pantalla seleccionada." : "Selecciona una pantalla o ventana disponible.");
 }
 
 RecordingSession::Plan planOf(const RecordArguments& arguments)
@@ -260,7 +260,7 @@ void addSourcesCommand(CLI::App& app, Session& session)
 {
     addCommand<SourcesArguments>(
         app, session, {"sources", "Grabar", "Enumera lo que se puede grabar: pantallas, ventanas, micrófonos y cámaras."},
-        [](Command&, SourcesArguments&) {}, sources);
+        [](Command&, SourcesArguments&) { }, sources);
 }
 
 void addRecordCommand(CLI::App& app, Session& session)
@@ -268,7 +268,8 @@ void addRecordCommand(CLI::App& app, Session& session)
     addCommand<RecordArguments>(
         app, session,
         {"record", "Grabar",
-            "Graba la pantalla con voz y sonido.\nTermina con Ctrl+C, o sola con --seconds. Lo grabado se guarda mientras se "
+            "Graba la pantalla con voz y sonido.\nTermina con Ctrl+C, o sola con --seconds. Lo grabado se guarda mientras "
+            "se "
             "graba: si algo se interrumpe, «orvo recover» lo recupera."},
         [](Command& command, RecordArguments& arguments) {
             command.option("--source", "ID", arguments.source,

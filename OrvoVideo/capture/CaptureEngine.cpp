@@ -130,8 +130,7 @@ void CaptureEngine::openStreams(const CaptureSource& source, PictureSize size, c
     std::unique_ptr<AudioStream> systemAudio;
     std::unique_ptr<CameraStream> camera;
     if (options.microphone)
-        microphone =
-            AudioStream::open(AudioStream::Input::microphone, options.microphoneDevice, to(TrackKind::microphone));
+        microphone = AudioStream::open(AudioStream::Input::microphone, options.microphoneDevice, to(TrackKind::microphone));
     auto screen = ScreenStream::open(source, {.size = size, .fps = static_cast<int>(options.fps), .region = options.region});
     if (options.camera)
         // Of a camera that is unplugged the last picture stays; all else goes on.

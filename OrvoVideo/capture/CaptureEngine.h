@@ -30,8 +30,8 @@ public:
     /// Receives every pointer event. Called on threads of the engine's and the pointer monitor's. Set while stopped.
     std::function<void(const PointerEvent&)> onEvent;
 
-    /// Told when the recording cannot go on (the source has ended, the disk is full), at most once for each recording, on a thread
-    /// that must not be held: `stop` must not be called on it. Set while stopped.
+    /// Told when the recording cannot go on (the source has ended, the disk is full), at most once for each recording, on a
+    /// thread that must not be held: `stop` must not be called on it. Set while stopped.
     std::function<void(std::exception_ptr)> onError;
 
     /// Without a pointer monitor no presses are logged, and positions only for streams that tell them.

@@ -24,8 +24,8 @@ struct CaptureOptions {
     friend bool operator==(const CaptureOptions&, const CaptureOptions&) = default;
 };
 
-/// The size of the recorded picture of an area of the global display space with `scale` pixels to its unit: at most as high as
-/// `height`, in even numbers, at least 2.
+/// The size of the recorded picture of an area of the global display space with `scale` pixels to its unit: at most as high
+/// as `height`, in even numbers, at least 2.
 PictureSize captureSize(const Rect& area, double scale, std::int64_t height);
 
 } // namespace orvo

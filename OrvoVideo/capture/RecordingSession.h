@@ -31,8 +31,8 @@ public:
     struct Listener {
         /// The project after a checkpoint.
         std::function<void(const VideoProject&)> onCheckpoint;
-        /// The recording cannot go on (its source has ended, the disk is full), with an error for the user. `stop` is to be called
-        /// soon; what was recorded until now is kept.
+        /// The recording cannot go on (its source has ended, the disk is full), with an error for the user. `stop` is to be
+        /// called soon; what was recorded until now is kept.
         std::function<void(const std::string&)> onError;
     };
 
@@ -48,8 +48,8 @@ public:
         std::optional<std::string> error; ///< For the user, when not everything went well.
     };
 
-    /// Makes the project and begins to record. Throws what `ProjectStore` and `CaptureEngine::start` throw; a project that was
-    /// made by then is left as "needs-recovery".
+    /// Makes the project and begins to record. Throws what `ProjectStore` and `CaptureEngine::start` throw; a project that
+    /// was made by then is left as "needs-recovery".
     RecordingSession(const ProjectStore& store, CaptureEngine& engine, const Plan& plan, Listener listener = {});
 
     /// Stops as `stop` does when that was not called.

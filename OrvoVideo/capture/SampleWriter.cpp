@@ -34,7 +34,8 @@ public:
         , m_settings(std::move(settings))
     {
         if (m_settings.size) {
-            m_file = std::make_unique<TrackFile>(m_url, TrackFile::Pictures{.size = *m_settings.size, .fps = m_settings.fps});
+            m_file =
+                std::make_unique<TrackFile>(m_url, TrackFile::Pictures{.size = *m_settings.size, .fps = m_settings.fps});
             m_pictures.emplace([this](const PictureTimeline::Placed& placed) {
                 m_file->write(placed.picture, placed.start, placed.length);
             });

@@ -16,12 +16,12 @@ namespace orvo {
 /// A sample of one track.
 using CaptureSample = std::variant<CapturedPicture, SoundBlock>;
 
-/// Writes the samples of one track into one file as they come: H.264 in a QuickTime movie, or AAC in an MPEG-4 audio file, in
-/// fragments of two seconds, so that whatever ends the process costs no more than those.
+/// Writes the samples of one track into one file as they come: H.264 in a QuickTime movie, or AAC in an MPEG-4 audio file,
+/// in fragments of two seconds, so that whatever ends the process costs no more than those.
 ///
-/// Time 0 of the file is the origin of the recording, and what is written keeps its time: where a track has nothing, as before its
-/// first sample, through a pause or while a device is away, sound is silent and the last picture stays. Sound whose clock runs
-/// faster or slower than the recording's is stretched by so little that nobody hears it.
+/// Time 0 of the file is the origin of the recording, and what is written keeps its time: where a track has nothing, as
+/// before its first sample, through a pause or while a device is away, sound is silent and the last picture stays. Sound
+/// whose clock runs faster or slower than the recording's is stretched by so little that nobody hears it.
 ///
 /// No operation but `finish` waits or touches the disk: all work is done in order on a thread of the writer's own. When that
 /// falls behind, pictures and sound are dropped rather than kept waiting.
@@ -51,8 +51,8 @@ public:
     /// Says how late it is while samples may be missing: the file follows at some distance. Any thread.
     void advance(CaptureTime now, CaptureTime origin);
 
-    /// Closes the file when everything appended is written. A track that has samples then lasts until `end`, if that is given.
-    /// Blocks; called once. Throws the first failure there was.
+    /// Closes the file when everything appended is written. A track that has samples then lasts until `end`, if that is
+    /// given. Blocks; called once. Throws the first failure there was.
     void finish(std::optional<CaptureTime> end = std::nullopt);
 
     /// How many samples were dropped because the writer had fallen behind.

@@ -102,7 +102,8 @@ std::int64_t SoundTimeline::correction(std::int64_t late, std::int64_t frames)
     if (std::abs(m_lateness) < unnoticed || frames < 2 * strongestStretch)
         return 0;
     const auto limit = frames / strongestStretch;
-    const auto more = std::clamp(std::llround(m_lateness * newsShare), -static_cast<long long>(limit), static_cast<long long>(limit));
+    const auto more =
+        std::clamp(std::llround(m_lateness * newsShare), -static_cast<long long>(limit), static_cast<long long>(limit));
     m_lateness -= static_cast<double>(more);
     return more;
 }

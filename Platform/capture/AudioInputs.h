@@ -43,8 +43,8 @@ Devices list();
 
 /// The sound of one device, or of whatever is the default one.
 ///
-/// While the device or the sound server is away nothing is delivered; when it is back, the sound goes on by itself with the right
-/// times. Sound of other rates, and of more than two channels, is converted.
+/// While the device or the sound server is away nothing is delivered; when it is back, the sound goes on by itself with the
+/// right times. Sound of other rates, and of more than two channels, is converted.
 class AudioStream {
 public:
     enum class Input {
@@ -55,8 +55,8 @@ public:
     /// Called on a thread of the stream's own, one at a time, never after the stream has gone.
     using Receiver = std::function<void(SoundBlock)>;
 
-    /// Begins to record from the device with this identifier, or with an empty one from the default device, whichever that is
-    /// at any time. Waits until the server has answered.
+    /// Begins to record from the device with this identifier, or with an empty one from the default device, whichever that
+    /// is at any time. Waits until the server has answered.
     ///
     /// For a microphone throws `captureError`: "Activa el permiso de micrófono en Ajustes del Sistema." when the server
     /// refuses it, "No hay un micrófono disponible." when there is none. The sound of the system needs nothing to begin: it

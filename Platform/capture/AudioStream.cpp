@@ -54,8 +54,9 @@ public:
         const bool answered = m_answered.wait_for(lock, longestAnswer, [this] { return m_answer.has_value(); });
         if (m_input == Input::systemSound || (answered && *m_answer == Answer::running))
             return;
-        throw captureError(answered && *m_answer == Answer::refused ? "Activa el permiso de micrófono en Ajustes del Sistema."
-                                                                    : "No hay un micrófono disponible.");
+        throw captureError(answered && *m_answer == Answer::refused
+                ? "Activa el permiso de micrófono en Ajustes del Sistema."
+                : "No hay un micrófono disponible.");
     }
 
 private:
@@ -206,9 +207,8 @@ private:
         dropStream();
         m_source = source;
         m_channels = std::clamp(channels, 1, 2);
-        const pa_sample_spec form{.format = PA_SAMPLE_FLOAT32LE,
-            .rate = SoundBlock::rate,
-            .channels = static_cast<std::uint8_t>(m_channels)};
+        const pa_sample_spec form{
+            .format = PA_SAMPLE_FLOAT32LE, .rate = SoundBlock::rate, .channels = static_cast<std::uint8_t>(m_channels)};
         m_stream.reset(pa_stream_new(m_context.get(), "Grabación", &form, nullptr));
         if (!m_stream)
             return lose();

@@ -94,10 +94,11 @@ public:
         m_converter = addElement(bin, "videoconvertscale");
         g_object_set(m_converter, "add-borders", TRUE, nullptr);
         m_sink = addElement(bin, "appsink");
-        const GstCapsHandle wanted(gst_caps_from_string(
-            "video/x-raw,format=I420,width=1280,height=720,pixel-aspect-ratio=1/1,colorimetry=bt601"));
+        const GstCapsHandle wanted(
+            gst_caps_from_string("video/x-raw,format=I420,width=1280,height=720,pixel-aspect-ratio=1/1,colorimetry=bt601"));
         // A picture that comes while the one before is not taken replaces it.
-        g_object_set(m_sink, "caps", wanted.get(), "sync", FALSE, "max-buffers", 2U, "drop", TRUE, "enable-last-sample", FALSE, nullptr);
+        g_object_set(m_sink, "caps", wanted.get(), "sync", FALSE, "max-buffers", 2U, "drop", TRUE, "enable-last-sample",
+            FALSE, nullptr);
         gst_element_link_many(source, filter, decoder, nullptr);
         gst_element_link(m_converter, m_sink);
         g_signal_connect(decoder, "pad-added", G_CALLBACK(&GstCameraStream::decoded), this);
@@ -149,7 +150,8 @@ private:
         CaptureTime time = CaptureClock::now();
         // Both clocks count the nanoseconds since the machine was started.
         if (GST_BUFFER_PTS_IS_VALID(buffer)) {
-            const GstClockTime running = gst_segment_to_running_time(gst_sample_get_segment(sample), GST_FORMAT_TIME, GST_BUFFER_PTS(buffer));
+            const GstClockTime running =
+                gst_segment_to_running_time(gst_sample_get_segment(sample), GST_FORMAT_TIME, GST_BUFFER_PTS(buffer));
             if (running != GST_CLOCK_TIME_NONE) {
                 const auto taken = CaptureTime(std::chrono::nanoseconds(running + gst_element_get_base_time(m_bin.get())));
                 time = std::min(time, std::max(taken, time - 1s));
@@ -176,7 +178,8 @@ private:
             const auto* from = static_cast<const std::uint8_t*>(GST_VIDEO_FRAME_PLANE_DATA(&frame, index));
             for (int line = 0; line < height; ++line)
                 std::memcpy(to + std::ptrdiff_t{line} * stride,
-                    from + std::ptrdiff_t{line} * GST_VIDEO_FRAME_PLANE_STRIDE(&frame, index), static_cast<std::size_t>(width));
+                    from + std::ptrdiff_t{line} * GST_VIDEO_FRAME_PLANE_STRIDE(&frame, index),
+                    static_cast<std::size_t>(width));
         };
         plane(0, picture.luma(), picture.lumaStride(), size.width, size.height);
         plane(1, picture.blue(), picture.chromaStride(), size.width / 2, size.height / 2);
@@ -241,8 +244,8 @@ std::vector<CameraDevice> Cameras::list()
 std::unique_ptr<CameraStream> CameraStream::open(const std::string& device, Receiver receiver)
 {
     const auto found = cameras();
-    const auto chosen = std::ranges::find_if(
-        found, [&](const Found& camera) { return device.empty() || camera.camera.id == device; });
+    const auto chosen =
+        std::ranges::find_if(found, [&](const Found& camera) { return device.empty() || camera.camera.id == device; });
     if (chosen == found.end())
         throw captureError("No hay una cámara disponible.");
     auto stream = std::make_unique<GstCameraStream>(chosen->device.get(), std::move(receiver));

@@ -65,8 +65,8 @@ std::optional<SourcePicture> picture(const CaptureSource& source, PictureSize la
     const auto pixels = camera.take(view->drawable, view->visible);
     if (!pixels)
         return std::nullopt;
-    const double factor = std::min({1.0, static_cast<double>(largest.width) / pixels->width,
-        static_cast<double>(largest.height) / pixels->height});
+    const double factor = std::min(
+        {1.0, static_cast<double>(largest.width) / pixels->width, static_cast<double>(largest.height) / pixels->height});
     SourcePicture result;
     result.size = {.width = std::max(static_cast<int>(factor * pixels->width), 1),
         .height = std::max(static_cast<int>(factor * pixels->height), 1)};

@@ -4,7 +4,8 @@
 
 namespace orvo {
 
-/// The clock of every recorded sample: picture, sound, camera and pointer. It never jumps, whatever happens to the time of day.
+/// The clock of every recorded sample: picture, sound, camera and pointer. It never jumps, whatever happens to the time of
+/// day.
 using CaptureClock = std::chrono::steady_clock;
 using CaptureTime = CaptureClock::time_point;
 

@@ -24,9 +24,18 @@ PictureEncoder software()
 std::array<PictureEncoder, 3> hardware()
 {
     return {{
-        {.name = "vah264enc", .options = "rate-control=vbr b-frames=0", .bitRateOption = "bitrate", .keyFrameOption = "key-int-max"},
-        {.name = "nvh264enc", .options = "rc-mode=vbr bframes=0 zerolatency=true", .bitRateOption = "bitrate", .keyFrameOption = "gop-size"},
-        {.name = "qsvh264enc", .options = "rate-control=vbr b-frames=0", .bitRateOption = "bitrate", .keyFrameOption = "gop-size"},
+        {.name = "vah264enc",
+            .options = "rate-control=vbr b-frames=0",
+            .bitRateOption = "bitrate",
+            .keyFrameOption = "key-int-max"},
+        {.name = "nvh264enc",
+            .options = "rc-mode=vbr bframes=0 zerolatency=true",
+            .bitRateOption = "bitrate",
+            .keyFrameOption = "gop-size"},
+        {.name = "qsvh264enc",
+            .options = "rate-control=vbr b-frames=0",
+            .bitRateOption = "bitrate",
+            .keyFrameOption = "gop-size"},
     }};
 }
 
@@ -89,8 +98,9 @@ PictureEncoder choose()
 std::string PictureEncoder::launchLine(std::int64_t bitRate, int keyFrameDistance) const
 {
     const bool takesPlainPictures = name == "x264enc";
-    return std::format("{}{} {} {}={} {}={} ! h264parse name=parser", takesPlainPictures ? "" : "videoconvert ! video/x-raw,format=NV12 ! ",
-        name, options, bitRateOption, bitRate / 1000, keyFrameOption, keyFrameDistance);
+    return std::format("{}{} {} {}={} {}={} ! h264parse name=parser",
+        takesPlainPictures ? "" : "videoconvert ! video/x-raw,format=NV12 ! ", name, options, bitRateOption, bitRate / 1000,
+        keyFrameOption, keyFrameDistance);
 }
 
 const PictureEncoder& PictureEncoder::find()

@@ -23,7 +23,8 @@ using namespace std::chrono_literals;
 
 constexpr auto longestAnswer = 5s;
 constexpr std::size_t picturesInUse = 8;
-constexpr std::uint32_t largestCursor = 256; ///< Pixels of a side: the picture of the cursor comes along, though it is not used.
+constexpr std::uint32_t largestCursor =
+    256; ///< Pixels of a side: the picture of the cursor comes along, though it is not used.
 
 template <auto Release> struct PipeWireRelease {
     template <typename T> void operator()(T* object) const { Release(object); }
@@ -97,7 +98,8 @@ private:
     void connect()
     {
         m_stream.reset(pw_stream_new(m_core.get(), "Orvo Video",
-            pw_properties_new(PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE, "Screen", nullptr)));
+            pw_properties_new(
+                PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE, "Screen", nullptr)));
         if (!m_stream)
             throw endedError();
         static constexpr pw_stream_events events{.version = PW_VERSION_STREAM_EVENTS,
@@ -122,8 +124,8 @@ private:
                 SPA_VIDEO_FORMAT_RGBx, SPA_VIDEO_FORMAT_RGBA),
             SPA_FORMAT_VIDEO_size, SPA_POD_CHOICE_RANGE_Rectangle(&usual, &least, &most), SPA_FORMAT_VIDEO_framerate,
             SPA_POD_CHOICE_RANGE_Fraction(&rate, &anyRate, &mostRate)));
-        const auto flags = static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS
-            | PW_STREAM_FLAG_DONT_RECONNECT);
+        const auto flags = static_cast<pw_stream_flags>(
+            PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_DONT_RECONNECT);
         m_timer = pw_loop_add_timer(pw_thread_loop_get_loop(m_loop.get()), &PipeWireScreenStream::timeCame, this);
         if (pw_stream_connect(m_stream.get(), PW_DIRECTION_INPUT, m_source.stream->node(), flags, &offer, 1) < 0)
             throw endedError();
@@ -251,8 +253,8 @@ private:
         if (buffer.n_datas == 0)
             return false;
         const spa_data& data = buffer.datas[0];
-        const auto* header =
-            static_cast<const spa_meta_header*>(spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
+        const auto* header = static_cast<const spa_meta_header*>(
+            spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
         const bool isBroken = (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0)
             || (static_cast<std::uint32_t>(data.chunk->flags) & SPA_CHUNK_FLAG_CORRUPTED) != 0;
         if (!data.data || data.chunk->size == 0 || isBroken)
@@ -282,15 +284,16 @@ private:
             source.size = {.width = std::clamp(width, 1, source.size.width - x),
                 .height = std::clamp(height, 1, source.size.height - y)};
         };
-        const auto* region =
-            static_cast<const spa_meta_region*>(spa_buffer_find_meta_data(&buffer, SPA_META_VideoCrop, sizeof(spa_meta_region)));
+        const auto* region = static_cast<const spa_meta_region*>(
+            spa_buffer_find_meta_data(&buffer, SPA_META_VideoCrop, sizeof(spa_meta_region)));
         if (region && spa_meta_region_is_valid(region))
             cut(region->region.position.x, region->region.position.y, static_cast<int>(region->region.size.width),
                 static_cast<int>(region->region.size.height));
         if (const auto& wanted = m_settings.region) {
             const double scale = m_source.scale;
-            cut(static_cast<int>((wanted->x - m_source.rect.x) * scale), static_cast<int>((wanted->y - m_source.rect.y) * scale),
-                static_cast<int>(wanted->width * scale), static_cast<int>(wanted->height * scale));
+            cut(static_cast<int>((wanted->x - m_source.rect.x) * scale),
+                static_cast<int>((wanted->y - m_source.rect.y) * scale), static_cast<int>(wanted->width * scale),
+                static_cast<int>(wanted->height * scale));
         }
     }
 
@@ -342,7 +345,7 @@ std::unique_ptr<ScreenStream> openPipeWireScreenStream(const CaptureSource& sour
 PictureSize PipeWireStream::pictureSize(const std::shared_ptr<const PipeWireStream>& stream)
 {
     PipeWireScreenStream measured({.stream = stream}, {.size = {.width = 2, .height = 2}});
-    measured.start({.picture = [](const CapturedPicture&) {}, .ended = {}});
+    measured.start({.picture = [](const CapturedPicture&) { }, .ended = {}});
     return measured.pictureSize();
 }
 

@@ -242,8 +242,8 @@ void TrackFile::write(const std::shared_ptr<const PictureMemory>& picture, doubl
     using Handle = std::shared_ptr<const PictureMemory>;
     const auto& bytes = picture->bytes();
     // The buffer shows the picture's own memory and holds it for as long as the encoder needs it.
-    GstBuffer* buffer = gst_buffer_new_wrapped_full(GST_MEMORY_FLAG_READONLY, const_cast<std::uint8_t*>(bytes.data()), bytes.size(),
-        0, bytes.size(), std::make_unique<Handle>(picture).release(),
+    GstBuffer* buffer = gst_buffer_new_wrapped_full(GST_MEMORY_FLAG_READONLY, const_cast<std::uint8_t*>(bytes.data()),
+        bytes.size(), 0, bytes.size(), std::make_unique<Handle>(picture).release(),
         [](gpointer handle) { std::unique_ptr<Handle>(static_cast<Handle*>(handle)).reset(); });
     GST_BUFFER_PTS(buffer) = toClockTime(time);
     GST_BUFFER_DURATION(buffer) = toClockTime(length);
@@ -253,7 +253,8 @@ void TrackFile::write(const std::shared_ptr<const PictureMemory>& picture, doubl
 
 void TrackFile::write(std::span<const float> interleaved)
 {
-    // The encoder's answer begins with so much of its own, which nothing in the file tells: the sound behind it takes its place.
+    // The encoder's answer begins with so much of its own, which nothing in the file tells: the sound behind it takes its
+    // place.
     const std::size_t left =
         std::min(m_pipeline->soundToLeaveOut * static_cast<std::size_t>(m_pipeline->channels), interleaved.size());
     m_pipeline->soundToLeaveOut -= left / static_cast<std::size_t>(m_pipeline->channels);

@@ -10,11 +10,11 @@
 
 namespace orvo {
 
-/// A media file with one track that is encoded and written while it grows: H.264 in a QuickTime movie, or AAC at 48 kHz in an
-/// MPEG-4 audio file.
+/// A media file with one track that is encoded and written while it grows: H.264 in a QuickTime movie, or AAC at 48 kHz in
+/// an MPEG-4 audio file.
 ///
-/// It is written in fragments of two seconds, each of which can be read once it is there; a finished file is an ordinary one.
-/// One thread at a time.
+/// It is written in fragments of two seconds, each of which can be read once it is there; a finished file is an ordinary
+/// one. One thread at a time.
 class TrackFile {
 public:
     struct Pictures {
@@ -26,13 +26,13 @@ public:
         int channels = 1; ///< 1 or 2.
     };
 
-    /// Makes the file, or empties the one that is there. Throws file system errors unchanged, and `captureError` when the system
-    /// lacks an encoder.
+    /// Makes the file, or empties the one that is there. Throws file system errors unchanged, and `captureError` when the
+    /// system lacks an encoder.
     TrackFile(const std::filesystem::path& file, const Pictures& form);
     TrackFile(const std::filesystem::path& file, const Sound& form);
 
-    /// Makes an empty file for sound whose form is not known yet, so that what is wrong with its place is known before anything
-    /// is recorded. Throws file system errors unchanged.
+    /// Makes an empty file for sound whose form is not known yet, so that what is wrong with its place is known before
+    /// anything is recorded. Throws file system errors unchanged.
     static void makeEmpty(const std::filesystem::path& file);
     static void removeEmpty(const std::filesystem::path& file) noexcept;
 
@@ -41,14 +41,13 @@ public:
     TrackFile(const TrackFile&) = delete;
     TrackFile& operator=(const TrackFile&) = delete;
 
-    /// Adds a picture that is shown from `time` seconds after the beginning of the file for `length` seconds, later than the one
-    /// before, or sound behind that which is there.
+    /// Adds a picture that is shown from `time` seconds after the beginning of the file for `length` seconds, later than the
+    /// one before, or sound behind that which is there.
     ///
-    /// Wait while the encoder is busy. Throw `captureError` with a text for the user when the file cannot be written any more;
-    /// what is in it stays.
+    /// Wait while the encoder is busy. Throw `captureError` with a text for the user when the file cannot be written any
+    /// more; what is in it stays.
     void write(const std::shared_ptr<const PictureMemory>& picture, double time, double length);
     void write(std::span<const float> interleaved);
-
 
     /// Ends the file when everything is written. Throws as `write`.
     void finish();

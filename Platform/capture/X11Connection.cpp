@@ -94,7 +94,8 @@ std::vector<X11Connection::Monitor> X11Connection::monitors() const
     const auto reply =
         answer(get(), xcb_randr_get_monitors_reply, xcb_randr_get_monitors(get(), root(), 1 /* active ones */));
     if (reply) {
-        for (auto each = xcb_randr_get_monitors_monitors_iterator(reply.get()); each.rem > 0; xcb_randr_monitor_info_next(&each)) {
+        for (auto each = xcb_randr_get_monitors_monitors_iterator(reply.get()); each.rem > 0;
+            xcb_randr_monitor_info_next(&each)) {
             found.push_back({.id = each.data->name,
                 .rect = {.x = each.data->x, .y = each.data->y, .width = each.data->width, .height = each.data->height}});
         }
@@ -106,8 +107,8 @@ std::vector<X11Connection::Monitor> X11Connection::monitors() const
 
 xcb_atom_t X11Connection::atom(const char* name) const
 {
-    const auto reply = answer(get(), xcb_intern_atom_reply,
-        xcb_intern_atom(get(), 1, static_cast<std::uint16_t>(std::strlen(name)), name));
+    const auto reply =
+        answer(get(), xcb_intern_atom_reply, xcb_intern_atom(get(), 1, static_cast<std::uint16_t>(std::strlen(name)), name));
     return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
 }
 
@@ -192,8 +193,8 @@ std::optional<PixelRect> X11Connection::windowRect(xcb_window_t window) const
     const auto geometry = answer(get(), xcb_get_geometry_reply, xcb_get_geometry(get(), window));
     if (!geometry)
         return std::nullopt;
-    const auto place = answer(
-        get(), xcb_translate_coordinates_reply, xcb_translate_coordinates(get(), window, root(), 0, 0));
+    const auto place =
+        answer(get(), xcb_translate_coordinates_reply, xcb_translate_coordinates(get(), window, root(), 0, 0));
     if (!place)
         return std::nullopt;
     const Margins margins = windowMargins(window);
@@ -205,8 +206,7 @@ std::optional<PixelRect> X11Connection::windowRect(xcb_window_t window) const
 
 std::optional<bool> X11Connection::isViewable(xcb_window_t window) const
 {
-    const auto attributes =
-        answer(get(), xcb_get_window_attributes_reply, xcb_get_window_attributes(get(), window));
+    const auto attributes = answer(get(), xcb_get_window_attributes_reply, xcb_get_window_attributes(get(), window));
     if (!attributes)
         return std::nullopt;
     return attributes->map_state == XCB_MAP_STATE_VIEWABLE && attributes->_class == XCB_WINDOW_CLASS_INPUT_OUTPUT;

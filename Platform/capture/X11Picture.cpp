@@ -50,8 +50,8 @@ bool X11Picture::reserve(std::size_t bytes)
         return false;
     }
     m_segment = xcb_generate_id(m_connection.get());
-    xcb_generic_error_t* error =
-        xcb_request_check(m_connection.get(), xcb_shm_attach_checked(m_connection.get(), m_segment, static_cast<std::uint32_t>(memory), 0));
+    xcb_generic_error_t* error = xcb_request_check(
+        m_connection.get(), xcb_shm_attach_checked(m_connection.get(), m_segment, static_cast<std::uint32_t>(memory), 0));
     // It goes with the last process that uses it, however that ends.
     ::shmctl(memory, IPC_RMID, nullptr);
     if (error) {
@@ -77,7 +77,8 @@ std::optional<X11Pixels> X11Picture::take(xcb_drawable_t drawable, const PixelRe
     X11Pixels pixels{.width = area.width, .height = area.height};
     if (m_shares && (m_shares = reserve(bytes))) {
         const XcbHandle<xcb_shm_get_image_reply_t> reply(xcb_shm_get_image_reply(m_connection.get(),
-            xcb_shm_get_image(m_connection.get(), drawable, x, y, width, height, allPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP, m_segment, 0),
+            xcb_shm_get_image(
+                m_connection.get(), drawable, x, y, width, height, allPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP, m_segment, 0),
             &error));
         std::free(error);
         if (!reply || !m_connection.hasPlainPixels(reply->depth))

@@ -11,8 +11,8 @@
 
 namespace orvo {
 
-/// Pixels of a drawable: 32 bits each, blue, green, red and one more byte, lines one after the other. Holds until the next picture is
-/// taken.
+/// Pixels of a drawable: 32 bits each, blue, green, red and one more byte, lines one after the other. Holds until the next
+/// picture is taken.
 struct X11Pixels {
     const std::uint8_t* data = nullptr;
     int width = 0;

@@ -186,7 +186,8 @@ private:
             return;
         }
         if (view->visible == view->area)
-            m_fitter.draw({.data = pixels->data, .stride = pixels->stride(), .size = {pixels->width, pixels->height}}, *picture);
+            m_fitter.draw(
+                {.data = pixels->data, .stride = pixels->stride(), .size = {pixels->width, pixels->height}}, *picture);
         else
             drawPart(*pixels, *view, *picture);
         m_receiver.picture({.memory = picture, .time = now});
@@ -204,7 +205,8 @@ private:
                 static_cast<std::size_t>(pixels.stride()));
         }
         m_fitter.draw(
-            {.data = m_whole.data(), .stride = static_cast<int>(stride), .size = {view.area.width, view.area.height}}, picture);
+            {.data = m_whole.data(), .stride = static_cast<int>(stride), .size = {view.area.width, view.area.height}},
+            picture);
     }
 
     X11Connection m_connection; ///< Belongs to the thread once that runs.

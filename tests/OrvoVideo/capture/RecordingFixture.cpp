@@ -24,10 +24,11 @@ std::unique_ptr<RecordingSession> RecordingFixture::start(const RecordingSession
         const std::lock_guard lock(m_mutex);
         m_error.clear();
     }
-    return std::make_unique<RecordingSession>(store, *engine, plan, RecordingSession::Listener{.onError = [this](const std::string& text) {
-        const std::lock_guard lock(m_mutex);
-        m_error = text;
-    }});
+    return std::make_unique<RecordingSession>(
+        store, *engine, plan, RecordingSession::Listener{.onError = [this](const std::string& text) {
+            const std::lock_guard lock(m_mutex);
+            m_error = text;
+        }});
 }
 
 RecordingSession::Result RecordingFixture::record(const RecordingSession::Plan& plan, double seconds)

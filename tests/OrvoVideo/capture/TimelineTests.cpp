@@ -15,8 +15,8 @@ namespace {
 
 constexpr double rate = SoundBlock::rate;
 
-/// A device whose clock runs a little faster than the recording's, and whose times are measured with some error. Every sample
-/// says when it really was: as the phase of a slow sine.
+/// A device whose clock runs a little faster than the recording's, and whose times are measured with some error. Every
+/// sample says when it really was: as the phase of a slow sine.
 struct Device {
     double faster = 0; ///< 0.0001 is a hundred parts in a million.
     double error = 0; ///< Seconds, at most.
@@ -41,7 +41,8 @@ struct Laid {
     double displacement(double time) const
     {
         const double slope = 2 * std::numbers::pi / waveLength * std::cos(2 * std::numbers::pi * time / waveLength);
-        return (static_cast<double>(samples.at(static_cast<std::size_t>(time * rate))) - static_cast<double>(sampleAt(time))) / slope;
+        return (static_cast<double>(samples.at(static_cast<std::size_t>(time * rate))) - static_cast<double>(sampleAt(time)))
+            / slope;
     }
 };
 
@@ -187,7 +188,8 @@ TEST(PicturePlaceTests, FillsTheRecordingOrLeavesBlack)
              Case{{1280, 360}, {640, 360}, {0, 90, {640, 180}}},
              Case{{360, 720}, {640, 360}, {230, 0, {180, 360}}},
          })
-        EXPECT_EQ(PicturePlace::fitted(each.source, each.target), each.place) << each.source.width << "x" << each.source.height;
+        EXPECT_EQ(PicturePlace::fitted(each.source, each.target), each.place)
+            << each.source.width << "x" << each.source.height;
 }
 
 } // namespace
