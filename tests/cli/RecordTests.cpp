@@ -124,15 +124,15 @@ TEST_F(Record, AKilledRecordingIsRecovered)
         }
         const auto left = *recording();
         EXPECT_EQ(left.state, "recording");
-        const auto id = left.id.text();
-        EXPECT_EQ(answer({"recover", id})["state"].text(), "ready");
+        const auto reference = left.id.text();
+        EXPECT_EQ(answer({"recover", reference})["state"].text(), "ready");
         const auto recovered = *recording();
         EXPECT_GT(recovered.duration, after - 2.5);
         for (const auto& track : recovered.tracks) {
             const auto probed = probe(store.mediaURL(recovered, track.file));
             EXPECT_GT(std::max(probed.videoDuration, probed.audioDuration), after - 2.5) << textOf(track.kind);
         }
-        EXPECT_EQ(orvo({"export", id, folder / "out.mp4"}).status, 0);
+        EXPECT_EQ(orvo({"export", reference, folder / "out.mp4"}).status, 0);
         fs::remove_all(store.directory(left.id));
     }
 }

@@ -62,7 +62,7 @@ void SoundWorld::startServer()
     addSink(feed);
     pactl({"load-module", "module-remap-source", "master=micfeed.monitor", QString("source_name=%1").arg(microphone)});
     // Right after the start the answer may be that this is not supported.
-    for (int i = 0; i < 100; ++i) {
+    for (int i = 0; i < 400; ++i) {
         try {
             pactl({"set-default-sink", speakers});
             pactl({"set-default-source", microphone});

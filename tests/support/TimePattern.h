@@ -13,7 +13,8 @@
 /// For the first tenth of every second its lower half is white, and a tone sounds.
 namespace orvo::test::TimePattern {
 
-inline constexpr int bits = 24; ///< Of the time in milliseconds: four hours and a half.
+inline constexpr int bits = 24; ///< Of the time in milliseconds.
+inline constexpr int period = 16'000'000; ///< Milliseconds after which it begins anew: whole seconds, more than four hours.
 inline constexpr int block = 12; ///< Pixels of a block's side.
 inline constexpr int left = 24; ///< Where the row of blocks begins, in the window.
 inline constexpr int top = 24;

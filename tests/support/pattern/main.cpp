@@ -100,7 +100,10 @@ public:
     }
 
     /// The milliseconds that a picture of this time shows.
-    static std::uint64_t millisecondsOf(double time) { return static_cast<std::uint64_t>(time * 1000); }
+    static std::uint64_t millisecondsOf(double time)
+    {
+        return static_cast<std::uint64_t>(time * 1000) % TimePattern::period;
+    }
 
     /// False when the window is gone.
     bool show(double time)
@@ -250,7 +253,7 @@ int main(int argc, char** argv)
         if (!window.show(time))
             return 0;
         if (log.is_open())
-            log << (Window::millisecondsOf(time) & ((1U << TimePattern::bits) - 1)) << std::endl;
+            log << Window::millisecondsOf(time) << std::endl;
         if (first) {
             std::puts("shown");
             std::fflush(stdout);
