@@ -55,15 +55,6 @@ private:
     fs::path m_file;
 };
 
-/// A path within a pattern for file names, where a percent sign begins a number.
-std::string inPattern(const fs::path& path)
-{
-    std::string text;
-    for (const char c : path.string())
-        text += c == '%' ? std::string("%%") : std::string(1, c);
-    return text;
-}
-
 void append(Arguments& arguments, Arguments more)
 {
     arguments.insert(arguments.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
@@ -83,7 +74,7 @@ Arguments encoding(const VideoEncoder& encoder, const HlsLadder::Rendition& step
     append(line,
         {"-g", std::to_string(step.keyFrameInterval), "-force_key_frames", "expr:gte(t,n_forced*" + seconds + ")", "-c:a",
             "aac", "-b:a", "128k", "-hls_time", seconds, "-hls_playlist_type", "vod", "-hls_flags", "independent_segments",
-            "-hls_key_info_file", key.file().string(), "-hls_segment_filename", inPattern(folder) + "/%05d.ts",
+            "-hls_key_info_file", key.file().string(), "-hls_segment_filename", folder.string() + "/%05d.ts",
             (folder / "index.m3u8").string()});
     return line;
 }
