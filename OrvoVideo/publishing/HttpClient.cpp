@@ -12,7 +12,7 @@ namespace orvo {
 
 namespace {
 
-constexpr long uploadBuffer = 512L << 10; ///< Bytes that are handed to the connection at once.
+constexpr long uploadBuffer = 64L << 10; ///< Bytes that are handed to the connection at once.
 constexpr int longestWait = 1'000; ///< Milliseconds between two looks at the limits.
 
 struct Deleter {

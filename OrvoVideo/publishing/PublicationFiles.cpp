@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t hashPiece = std::size_t{256} << 10; ///< Bytes: what fits into the processor's own memory.
+constexpr std::size_t hashPiece = std::size_t{64} << 10; ///< Bytes: what fits into the memory of the processor itself.
 
 [[noreturn]] void fail(const char* action, const fs::path& file, int code)
 {
