@@ -36,8 +36,10 @@ protected:
         select(project);
         model->setServerURL(QString::fromStdString(server.address()));
         model->setAdminToken(QString::fromLatin1(PublishingServer::token));
+        // Also said while the model goes.
+        const auto* speaking = model.get();
         QObject::connect(
-            model.get(), &AppModel::statusChanged, model.get(), [this] { statuses.push_back(model->status()); });
+            speaking, &AppModel::statusChanged, speaking, [this, speaking] { statuses.push_back(speaking->status()); });
     }
 
     void run(void (AppModel::*operation)())
