@@ -19,6 +19,18 @@ protected:
         return waitUntil([&] { return !model->busy(); });
     }
 
+    /// Presses a button as assistive technology does: also one that has to be scrolled to.
+    void press(const QString& name)
+    {
+        ASSERT_TRUE(waitUntil([&] {
+            const auto* found = control(QAccessible::Button, name);
+            return found && found->isEnabled();
+        })) << name.toStdString();
+        QAccessible::queryAccessibleInterface(control(QAccessible::Button, name))
+            ->actionInterface()
+            ->doAction(QAccessibleActionInterface::pressAction());
+    }
+
     PublishingServer server;
 };
 
@@ -60,15 +72,15 @@ TEST_F(PublishingWindow, FromEmptySettingsToAPublishedVideo)
     ASSERT_TRUE(project().publication);
     EXPECT_THAT(project().publication->domains, ElementsAre("https://www.ejemplo.es"));
     EXPECT_TRUE(project().publication->publicLink);
-    click(QAccessible::Button, "Copiar enlace");
+    press("Copiar enlace");
     EXPECT_EQ(pasteboard->text, project().publication->url);
     EXPECT_NE(control(QAccessible::Button, "Reemplazar vídeo publicado"), nullptr);
 
     // It is asked before it is taken back.
-    click(QAccessible::Button, "Retirar publicación");
-    click(QAccessible::Button, "Cancelar");
+    press("Retirar publicación");
+    press("Cancelar");
     EXPECT_TRUE(project().publication);
-    click(QAccessible::Button, "Retirar publicación");
+    press("Retirar publicación");
     ASSERT_TRUE(waitUntil([&] { return control(QAccessible::AlertMessage, "¿Retirar la publicación?") != nullptr; }));
     key(Qt::Key_Return);
     ASSERT_TRUE(waitUntil([&] { return !model->busy() && !project().publication; }));
