@@ -52,8 +52,8 @@ TrayItem::TrayItem(AppModel& model, QObject* parent)
     for (const auto change :
         {&AppModel::busyChanged, &AppModel::progressChanged, &AppModel::statusChanged, &AppModel::recordingTimeChanged})
         connect(&m_model, change, this, &TrayItem::followModel);
-    for (const auto change : {&AppModel::recordingChanged, &AppModel::capturingChanged, &AppModel::countdownChanged,
-             &AppModel::busyChanged})
+    for (const auto change :
+        {&AppModel::recordingChanged, &AppModel::capturingChanged, &AppModel::countdownChanged, &AppModel::busyChanged})
         connect(&m_model, change, this, &TrayItem::followRecording);
     m_icon.setContextMenu(&m_menu);
     followModel();

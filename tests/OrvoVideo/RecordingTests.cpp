@@ -41,8 +41,7 @@ protected:
         auto options = model->options();
         options.microphone = options.systemAudio = false;
         model->setOptions(options);
-        QObject::connect(
-            model.get(), &AppModel::statusChanged, [this, told = model.get()] { statuses << told->status(); });
+        QObject::connect(model.get(), &AppModel::statusChanged, [this, told = model.get()] { statuses << told->status(); });
     }
 
     [[nodiscard]] bool recordsSoon()

@@ -62,7 +62,7 @@ TEST_F(RecordingDeskTests, OurWindowsAreAwayWhileADisplayIsRecordedAndComeBack)
     EXPECT_FALSE(window->window().isVisible());
     auto* countdown = windowCalled("Cuenta atrás");
     ASSERT_TRUE(countdown);
-    EXPECT_EQ(countdown->geometry().center(), QRect(0, 0, 640, 800).center()) << "on what will be recorded";
+    EXPECT_LE((countdown->geometry().center() - QPoint(320, 400)).manhattanLength(), 4) << "on what will be recorded";
 
     ASSERT_TRUE(comesToHold([&] { return model->isRecording() && model->recordingTime() > 1; }));
     EXPECT_FALSE(windowCalled("Cuenta atrás"));

@@ -18,8 +18,9 @@ const CaptureSource right{.id = "d2", .displayID = 2, .rect = {640, 0, 1280, 800
 /// The picker over a monitor of a real display, worked with its pointer and its keyboard.
 class RegionSelectorTests : public testing::Test {
 protected:
-    /// Opens the picker over a source, does what xdotool is told, and gives the answer.
-    std::optional<Rect> pick(const CaptureSource& source, const QStringList& words)
+    /// Opens the picker over a source, does what xdotool is told, `before` and `words`, and gives the answer.
+    std::optional<Rect> pick(
+        const CaptureSource& source, const QStringList& words, const QStringList& before = {"sleep", "0"})
     {
         std::optional<std::optional<Rect>> answer;
         EXPECT_TRUE(picker->pick(source, [&](std::optional<Rect> region) {
@@ -30,6 +31,7 @@ protected:
             const auto* window = QGuiApplication::focusWindow();
             return window && window->isExposed();
         }));
+        EXPECT_TRUE(testDesktop().xdotool(before));
         EXPECT_TRUE(testDesktop().xdotool(words));
         EXPECT_TRUE(comesToHold([&] { return answer.has_value(); }));
         return answer.value_or(std::nullopt);
@@ -77,7 +79,7 @@ TEST_F(RegionSelectorTests, EscapeAClickAndASmallDragCancel)
     EXPECT_EQ(pick(left, {"key", "Escape"}), std::nullopt);
     EXPECT_EQ(pick(left, {"mousemove", "200", "200", "click", "1"}), std::nullopt);
     EXPECT_EQ(pick(left, drag(100, 100, 120, 300)), std::nullopt);
-    EXPECT_TRUE(pick(left, QStringList{"key", "x"} + drag(100, 100, 121, 121))) << "other keys do nothing";
+    EXPECT_TRUE(pick(left, drag(100, 100, 121, 121), {"key", "x"})) << "other keys do nothing";
 }
 
 TEST_F(RegionSelectorTests, WhereNoScreenShowsTheSourceThereIsNoPicker)
