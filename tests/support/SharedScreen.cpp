@@ -29,7 +29,8 @@ public:
             throw std::runtime_error("there is no PipeWire");
         m_stream = pw_stream_new(m_core, "shared screen",
             pw_properties_new(PW_KEY_MEDIA_CLASS, "Video/Source", PW_KEY_NODE_NAME, "shared-screen", nullptr));
-        static constexpr pw_stream_events events{.version = PW_VERSION_STREAM_EVENTS, .param_changed = &Stream::formatChanged};
+        static constexpr pw_stream_events events{
+            .version = PW_VERSION_STREAM_EVENTS, .param_changed = &Stream::formatChanged};
         pw_stream_add_listener(m_stream, &m_listener, &events, this);
         std::array<std::uint8_t, 512> memory{};
         spa_pod_builder builder{};
@@ -95,7 +96,8 @@ private:
                 SPA_PARAM_BUFFERS_dataType, SPA_POD_CHOICE_FLAGS_Int(1 << SPA_DATA_MemFd))),
             static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
                 SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor), SPA_PARAM_META_size,
-                SPA_POD_Int(static_cast<int>(sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + std::size_t{64} * 64 * 4))))};
+                SPA_POD_Int(
+                    static_cast<int>(sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + std::size_t{64} * 64 * 4))))};
         pw_stream_update_params(stream.m_stream, params.data(), static_cast<std::uint32_t>(params.size()));
     }
 

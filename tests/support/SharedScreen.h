@@ -5,8 +5,8 @@
 
 namespace orvo::test {
 
-/// A stream of pictures as a desktop's portal opens it: a node in the PipeWire of this process's environment. Its left half is red,
-/// its right half blue, and beside every picture it tells where the pointer is.
+/// A stream of pictures as a desktop's portal opens it: a node in the PipeWire of this process's environment. Its left half
+/// is red, its right half blue, and beside every picture it tells where the pointer is.
 class SharedScreen {
 public:
     enum class Order : std::uint8_t { blueGreenRed, redGreenBlue };

@@ -4,7 +4,6 @@
 #include "TestSupport/SoundWorld.h"
 #include "VideoCore/Error.h"
 
-#include <atomic>
 #include <gtest/gtest.h>
 #include <mutex>
 
@@ -26,7 +25,7 @@ protected:
                                const std::lock_guard lock(mutex);
                                newest = picture;
                            },
-            .ended = [this](const std::exception_ptr&) { ended = true; }});
+            .ended = {}});
         ASSERT_TRUE(comesToHold([this] { return picture().memory != nullptr; }));
     }
 
@@ -55,13 +54,12 @@ protected:
     SoundWorld world; // Its PipeWire is what streams need.
     std::mutex mutex;
     CapturedPicture newest;
-    std::atomic<bool> ended = false;
     CaptureSource source{.id = "d1"};
     std::unique_ptr<SharedScreen> screen;
     std::unique_ptr<ScreenStream> stream;
 };
 
-TEST_F(SharedScreenTests, PicturesPointerAndEndOfAStream)
+TEST_F(SharedScreenTests, PicturesAndPointerOfAStreamThatSeveralRead)
 {
     open({.width = 320, .height = 180}, {.size = {.width = 160, .height = 90}}, 2);
     EXPECT_TRUE(isRed(picture(), 20, 40));
@@ -70,7 +68,6 @@ TEST_F(SharedScreenTests, PicturesPointerAndEndOfAStream)
     screen->movePointer(100, 60);
     ASSERT_TRUE(comesToHold([&] { return stream->pointer() == Point{1050, 530}; })) << "in the global display space";
     screen.reset();
-    ASSERT_TRUE(comesToHold([&] { return ended.load(); }));
     EXPECT_THROW(ScreenStream::open(source, {.size = {160, 90}})->start({}), Error);
 }
 
