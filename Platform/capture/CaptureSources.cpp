@@ -6,15 +6,8 @@
 #include <algorithm>
 #include <format>
 #include <libyuv.h>
-#include <unistd.h>
 
 namespace orvo {
-
-PipeWireStream::~PipeWireStream()
-{
-    if (m_descriptor >= 0)
-        ::close(m_descriptor);
-}
 
 namespace CaptureSources {
 

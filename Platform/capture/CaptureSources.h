@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <sys/types.h>
@@ -13,20 +14,21 @@
 
 namespace orvo {
 
-/// A stream of pictures that the desktop's portal has opened for this process. Owns the connection.
+/// A stream of pictures that the desktop's portal has opened for this process. Owns the connection, which all that read from
+/// the stream share: a second one over the same descriptor would talk across the first.
 class PipeWireStream {
 public:
-    PipeWireStream(int descriptor, std::uint32_t node) noexcept
-        : m_descriptor(descriptor)
-        , m_node(node)
-    {
-    }
+    struct Connection;
+
+    PipeWireStream(int descriptor, std::uint32_t node) noexcept;
     ~PipeWireStream();
     PipeWireStream(const PipeWireStream&) = delete;
     PipeWireStream& operator=(const PipeWireStream&) = delete;
 
-    int descriptor() const noexcept { return m_descriptor; }
     std::uint32_t node() const noexcept { return m_node; }
+
+    /// The connection, which begins with the first call. Throws `captureError` when there is none.
+    Connection& connection() const;
 
     /// The size of a stream's pictures in pixels, where the portal has not told it. Blocks for up to a few seconds. Throws
     /// `captureError` when the stream has ended.
@@ -35,6 +37,8 @@ public:
 private:
     int m_descriptor;
     std::uint32_t m_node;
+    mutable std::mutex m_mutex; ///< Guards the following.
+    mutable std::unique_ptr<Connection> m_connection;
 };
 
 /// A display or a window that can be recorded.

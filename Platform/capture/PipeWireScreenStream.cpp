@@ -13,6 +13,7 @@
 #include <pipewire/pipewire.h>
 #include <spa/param/video/format-utils.h>
 #include <spa/pod/builder.h>
+#include <unistd.h>
 #include <utility>
 
 namespace orvo {
@@ -40,6 +41,71 @@ Error endedError()
     return captureError("El escritorio ha dejado de compartir lo que se grababa.");
 }
 
+/// While it lives, the thread of the loop waits.
+class LoopLock {
+public:
+    explicit LoopLock(pw_thread_loop* loop)
+        : m_loop(loop)
+    {
+        pw_thread_loop_lock(m_loop);
+    }
+    ~LoopLock() { pw_thread_loop_unlock(m_loop); }
+    LoopLock(const LoopLock&) = delete;
+    LoopLock& operator=(const LoopLock&) = delete;
+
+private:
+    pw_thread_loop* m_loop;
+};
+
+} // namespace
+
+struct PipeWireStream::Connection {
+    explicit Connection(int descriptor)
+    {
+        static const bool started = (pw_init(nullptr, nullptr), true);
+        static_cast<void>(started);
+        loop.reset(pw_thread_loop_new("screen", nullptr));
+        if (loop)
+            context.reset(pw_context_new(pw_thread_loop_get_loop(loop.get()), nullptr, 0));
+        if (context)
+            core.reset(pw_context_connect_fd(context.get(), descriptor, nullptr, 0));
+        if (!core || pw_thread_loop_start(loop.get()) != 0)
+            throw endedError();
+    }
+    ~Connection() { pw_thread_loop_stop(loop.get()); }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    // The last goes first.
+    Loop loop;
+    Context context;
+    Core core;
+};
+
+PipeWireStream::PipeWireStream(int descriptor, std::uint32_t node) noexcept
+    : m_descriptor(descriptor)
+    , m_node(node)
+{
+}
+
+PipeWireStream::~PipeWireStream()
+{
+    if (m_descriptor >= 0)
+        ::close(m_descriptor);
+}
+
+PipeWireStream::Connection& PipeWireStream::connection() const
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_connection) {
+        // It closes the descriptor that it is given.
+        m_connection = std::make_unique<Connection>(::fcntl(m_descriptor, F_DUPFD_CLOEXEC, 0));
+    }
+    return *m_connection;
+}
+
+namespace {
+
 class PipeWireScreenStream final : public ScreenStream {
 public:
     PipeWireScreenStream(const CaptureSource& source, const Settings& settings)
@@ -47,34 +113,27 @@ public:
         , m_settings(settings)
         , m_pool(settings.size, picturesInUse)
         , m_interval(captureLength(1.0 / settings.fps))
+        , m_connection(source.stream->connection())
     {
-        static const bool started = (pw_init(nullptr, nullptr), true);
-        static_cast<void>(started);
-        m_loop.reset(pw_thread_loop_new("screen", nullptr));
-        if (m_loop)
-            m_context.reset(pw_context_new(pw_thread_loop_get_loop(m_loop.get()), nullptr, 0));
-        // The connection closes the descriptor it is given.
-        const int descriptor = ::fcntl(source.stream->descriptor(), F_DUPFD_CLOEXEC, 0);
-        if (m_context && descriptor >= 0)
-            m_core.reset(pw_context_connect_fd(m_context.get(), descriptor, nullptr, 0));
-        if (!m_core)
-            throw endedError();
     }
 
     ~PipeWireScreenStream() override
     {
-        if (m_running)
-            pw_thread_loop_stop(m_loop.get());
+        const LoopLock lock(m_connection.loop.get());
+        if (m_timer)
+            pw_loop_destroy_source(pw_thread_loop_get_loop(m_connection.loop.get()), m_timer);
+        m_stream.reset();
     }
 
     void start(Receiver receiver) override
     {
         m_receiver = std::move(receiver);
-        connect();
-        m_running = pw_thread_loop_start(m_loop.get()) == 0;
+        {
+            const LoopLock lock(m_connection.loop.get());
+            connect();
+        }
         std::unique_lock lock(m_mutex);
-        if (!m_running || !m_changed.wait_for(lock, longestAnswer, [this] { return m_ended || m_format.size.width > 0; })
-            || m_ended)
+        if (!m_changed.wait_for(lock, longestAnswer, [this] { return m_ended || m_format.size.width > 0; }) || m_ended)
             throw endedError();
     }
 
@@ -97,7 +156,7 @@ private:
 
     void connect()
     {
-        m_stream.reset(pw_stream_new(m_core.get(), "Orvo Video",
+        m_stream.reset(pw_stream_new(m_connection.core.get(), "Orvo Video",
             pw_properties_new(
                 PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE, "Screen", nullptr)));
         if (!m_stream)
@@ -126,7 +185,7 @@ private:
             SPA_POD_CHOICE_RANGE_Fraction(&rate, &anyRate, &mostRate)));
         const auto flags = static_cast<pw_stream_flags>(
             PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_DONT_RECONNECT);
-        m_timer = pw_loop_add_timer(pw_thread_loop_get_loop(m_loop.get()), &PipeWireScreenStream::timeCame, this);
+        m_timer = pw_loop_add_timer(pw_thread_loop_get_loop(m_connection.loop.get()), &PipeWireScreenStream::timeCame, this);
         if (pw_stream_connect(m_stream.get(), PW_DIRECTION_INPUT, m_source.stream->node(), flags, &offer, 1) < 0)
             throw endedError();
     }
@@ -232,7 +291,7 @@ private:
     {
         timespec when{};
         when.tv_nsec = static_cast<long>(std::max<std::int64_t>(std::chrono::nanoseconds(after).count(), 1));
-        pw_loop_update_timer(pw_thread_loop_get_loop(m_loop.get()), m_timer, &when, nullptr, false);
+        pw_loop_update_timer(pw_thread_loop_get_loop(m_connection.loop.get()), m_timer, &when, nullptr, false);
     }
 
     void readPointer(const spa_buffer& buffer)
@@ -310,7 +369,6 @@ private:
     const CaptureSource m_source;
     const Settings m_settings;
     Receiver m_receiver;
-    bool m_running = false;
 
     // Of the thread of the loop.
     PicturePool m_pool;
@@ -327,10 +385,7 @@ private:
     std::optional<Point> m_pointer;
     bool m_ended = false;
 
-    // In the order in which they are made; the last goes first.
-    Loop m_loop;
-    Context m_context;
-    Core m_core;
+    PipeWireStream::Connection& m_connection; ///< The source holds it.
     spa_hook m_listener{};
     Stream m_stream;
 };

@@ -175,10 +175,13 @@ private:
     {
         GError* error = nullptr;
         gst_message_parse_error(message, &error, nullptr);
-        const bool isFull = g_error_matches(error, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_NO_SPACE_LEFT) != FALSE;
-        const std::string text = isFull
-            ? "No queda espacio en el disco para seguir grabando."
-            : std::format("No se puede seguir grabando «{}»: {}", m_file.filename().string(), error->message);
+        std::string text;
+        if (g_error_matches(error, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_NO_SPACE_LEFT))
+            text = "No queda espacio en el disco para seguir grabando.";
+        else if (error->domain == GST_RESOURCE_ERROR)
+            text = std::format("No se puede seguir grabando «{}»: el archivo no admite más.", m_file.filename().string());
+        else
+            text = std::format("No se puede seguir grabando «{}»: {}", m_file.filename().string(), error->message);
         g_error_free(error);
         {
             const std::lock_guard lock(m_mutex);

@@ -1,0 +1,85 @@
+#include "Platform/capture/ScreenStream.h"
+#include "TestSupport/EventLoop.h"
+#include "TestSupport/SharedScreen.h"
+#include "TestSupport/SoundWorld.h"
+#include "VideoCore/Error.h"
+
+#include <gtest/gtest.h>
+#include <mutex>
+
+namespace orvo::test {
+
+namespace {
+
+class SharedScreenTests : public testing::Test {
+protected:
+    void open(const SharedScreen::Form& form, const ScreenStream::Settings& settings, double scale = 1)
+    {
+        screen = std::make_unique<SharedScreen>(form);
+        source.stream = std::make_shared<const PipeWireStream>(SharedScreen::connection(), screen->node());
+        source.scale = scale;
+        source.rect = {.x = 1000, .y = 500, .width = form.width / scale, .height = form.height / scale};
+        stream = ScreenStream::open(source, settings);
+        stream->start({.picture =
+                           [this](const CapturedPicture& picture) {
+                               const std::lock_guard lock(mutex);
+                               newest = picture;
+                           },
+            .ended = {}});
+        ASSERT_TRUE(comesToHold([this] { return picture().memory != nullptr; }));
+    }
+
+    CapturedPicture picture()
+    {
+        const std::lock_guard lock(mutex);
+        return newest;
+    }
+
+    /// The red and the blue of a pixel of the newest picture, as they are coded.
+    static bool isRed(const CapturedPicture& picture, int x, int y)
+    {
+        constexpr int neutral = 128;
+        const auto& memory = *picture.memory;
+        const auto at = std::ptrdiff_t{y} / 2 * memory.chromaStride() + x / 2;
+        return memory.red()[at] > neutral + 60 && memory.blue()[at] < neutral;
+    }
+    static bool isBlue(const CapturedPicture& picture, int x, int y)
+    {
+        constexpr int neutral = 128;
+        const auto& memory = *picture.memory;
+        const auto at = std::ptrdiff_t{y} / 2 * memory.chromaStride() + x / 2;
+        return memory.blue()[at] > neutral + 60 && memory.red()[at] < neutral;
+    }
+
+    SoundWorld world; // Its PipeWire is what streams need.
+    std::mutex mutex;
+    CapturedPicture newest;
+    CaptureSource source{.id = "d1"};
+    std::unique_ptr<SharedScreen> screen;
+    std::unique_ptr<ScreenStream> stream;
+};
+
+TEST_F(SharedScreenTests, PicturesAndPointerOfAStreamThatSeveralRead)
+{
+    open({.width = 320, .height = 180}, {.size = {.width = 160, .height = 90}}, 2);
+    EXPECT_TRUE(isRed(picture(), 20, 40));
+    EXPECT_TRUE(isBlue(picture(), 140, 40));
+    EXPECT_EQ(PipeWireStream::pictureSize(source.stream), (PictureSize{320, 180}));
+    screen->movePointer(100, 60);
+    ASSERT_TRUE(comesToHold([&] { return stream->pointer() == Point{1050, 530}; })) << "in the global display space";
+    screen.reset();
+    EXPECT_THROW(ScreenStream::open(source, {.size = {160, 90}})->start({}), Error);
+}
+
+TEST_F(SharedScreenTests, ARegionOfAStreamWithTheOtherOrderOfColours)
+{
+    open({.width = 320, .height = 180, .order = SharedScreen::Order::redGreenBlue},
+        {.size = {.width = 100, .height = 100}, .region = Rect{1140, 540, 100, 100}});
+    EXPECT_TRUE(isRed(picture(), 10, 50));
+    EXPECT_TRUE(isBlue(picture(), 30, 50)) << "the colours meet 20 pixels from the left edge of the region";
+    EXPECT_EQ(stream->area(), (Rect{1140, 540, 100, 100}));
+}
+
+} // namespace
+
+} // namespace orvo::test

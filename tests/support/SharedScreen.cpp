@@ -1,0 +1,187 @@
+#include "SharedScreen.h"
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <pipewire/pipewire.h>
+#include <spa/param/video/format-utils.h>
+#include <stdexcept>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
+
+namespace orvo::test {
+
+class SharedScreen::Stream {
+public:
+    explicit Stream(const Form& form)
+        : m_form(form)
+    {
+        pw_init(nullptr, nullptr);
+        m_loop = pw_thread_loop_new("shared screen", nullptr);
+        m_context = pw_context_new(pw_thread_loop_get_loop(m_loop), nullptr, 0);
+        m_core = pw_context_connect_fd(m_context, connection(), nullptr, 0);
+        if (!m_core)
+            throw std::runtime_error("there is no PipeWire");
+        m_stream = pw_stream_new(m_core, "shared screen",
+            pw_properties_new(PW_KEY_MEDIA_CLASS, "Video/Source", PW_KEY_NODE_NAME, "shared-screen", nullptr));
+        static constexpr pw_stream_events events{
+            .version = PW_VERSION_STREAM_EVENTS, .param_changed = &Stream::formatChanged};
+        pw_stream_add_listener(m_stream, &m_listener, &events, this);
+        std::array<std::uint8_t, 512> memory{};
+        spa_pod_builder builder{};
+        spa_pod_builder_init(&builder, memory.data(), memory.size());
+        const spa_rectangle size{form.width, form.height};
+        const spa_fraction rate{30, 1};
+        const auto order = form.order == Order::blueGreenRed ? SPA_VIDEO_FORMAT_BGRx : SPA_VIDEO_FORMAT_RGBx;
+        const spa_pod* offer = static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_Format,
+            SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType, SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype,
+            SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw), SPA_FORMAT_VIDEO_format, SPA_POD_Id(order), SPA_FORMAT_VIDEO_size,
+            SPA_POD_Rectangle(&size), SPA_FORMAT_VIDEO_framerate, SPA_POD_Fraction(&rate)));
+        pw_stream_connect(m_stream, PW_DIRECTION_OUTPUT, PW_ID_ANY,
+            static_cast<pw_stream_flags>(PW_STREAM_FLAG_DRIVER | PW_STREAM_FLAG_MAP_BUFFERS), &offer, 1);
+        pw_thread_loop_start(m_loop);
+        m_drawing = std::jthread([this](const std::stop_token& stop) { draw(stop); });
+    }
+
+    ~Stream()
+    {
+        m_drawing.request_stop();
+        m_drawing.join();
+        pw_thread_loop_stop(m_loop);
+        pw_stream_destroy(m_stream);
+        pw_core_disconnect(m_core);
+        pw_context_destroy(m_context);
+        pw_thread_loop_destroy(m_loop);
+    }
+
+    Stream(const Stream&) = delete;
+    Stream& operator=(const Stream&) = delete;
+
+    std::uint32_t node() const
+    {
+        for (int i = 0; i < 1000; ++i) {
+            pw_thread_loop_lock(m_loop);
+            const auto id = pw_stream_get_node_id(m_stream);
+            pw_thread_loop_unlock(m_loop);
+            if (id != SPA_ID_INVALID)
+                return id;
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        throw std::runtime_error("the stream gets no node");
+    }
+
+    std::atomic<int> x = 0;
+    std::atomic<int> y = 0;
+
+private:
+    static void formatChanged(void* self, std::uint32_t id, const spa_pod* param)
+    {
+        auto& stream = *static_cast<Stream*>(self);
+        if (!param || id != SPA_PARAM_Format)
+            return;
+        std::array<std::uint8_t, 1024> memory{};
+        spa_pod_builder builder{};
+        spa_pod_builder_init(&builder, memory.data(), memory.size());
+        const auto width = static_cast<int>(stream.m_form.width);
+        const auto height = static_cast<int>(stream.m_form.height);
+        std::array<const spa_pod*, 2> params{
+            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers,
+                SPA_PARAM_BUFFERS_buffers, SPA_POD_CHOICE_RANGE_Int(4, 2, 8), SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(1),
+                SPA_PARAM_BUFFERS_size, SPA_POD_Int(width * 4 * height), SPA_PARAM_BUFFERS_stride, SPA_POD_Int(width * 4),
+                SPA_PARAM_BUFFERS_dataType, SPA_POD_CHOICE_FLAGS_Int(1 << SPA_DATA_MemFd))),
+            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
+                SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor), SPA_PARAM_META_size,
+                SPA_POD_Int(
+                    static_cast<int>(sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + std::size_t{64} * 64 * 4))))};
+        pw_stream_update_params(stream.m_stream, params.data(), static_cast<std::uint32_t>(params.size()));
+    }
+
+    void draw(const std::stop_token& stop)
+    {
+        while (!stop.stop_requested()) {
+            pw_thread_loop_lock(m_loop);
+            if (pw_stream_get_state(m_stream, nullptr) == PW_STREAM_STATE_STREAMING) {
+                if (pw_buffer* buffer = pw_stream_dequeue_buffer(m_stream)) {
+                    fill(*buffer->buffer);
+                    pw_stream_queue_buffer(m_stream, buffer);
+                }
+                pw_stream_trigger_process(m_stream);
+            }
+            pw_thread_loop_unlock(m_loop);
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+    }
+
+    void fill(const spa_buffer& buffer)
+    {
+        spa_data& data = buffer.datas[0];
+        auto* pixels = static_cast<std::uint8_t*>(data.data);
+        if (!pixels)
+            return;
+        const std::size_t red = m_form.order == Order::blueGreenRed ? 2 : 0;
+        for (std::uint32_t i = 0; i < m_form.width * m_form.height; ++i) {
+            const bool isLeft = i % m_form.width < m_form.width / 2;
+            std::uint8_t* pixel = pixels + std::size_t{4} * i;
+            std::memset(pixel, 0, 4);
+            pixel[isLeft ? red : 2 - red] = 255;
+        }
+        data.chunk->offset = 0;
+        data.chunk->size = m_form.width * m_form.height * 4;
+        data.chunk->stride = static_cast<std::int32_t>(m_form.width * 4);
+        if (auto* cursor = static_cast<spa_meta_cursor*>(
+                spa_buffer_find_meta_data(&buffer, SPA_META_Cursor, sizeof(spa_meta_cursor)))) {
+            cursor->id = 1;
+            cursor->position = {x, y};
+            cursor->bitmap_offset = 0;
+        }
+    }
+
+    Form m_form;
+    pw_thread_loop* m_loop = nullptr;
+    pw_context* m_context = nullptr;
+    pw_core* m_core = nullptr;
+    pw_stream* m_stream = nullptr;
+    spa_hook m_listener{};
+    std::jthread m_drawing;
+};
+
+SharedScreen::SharedScreen(const Form& form)
+    : m_stream(std::make_unique<Stream>(form))
+{
+}
+
+SharedScreen::~SharedScreen() = default;
+
+int SharedScreen::connection()
+{
+    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = std::string(std::getenv("XDG_RUNTIME_DIR")) + "/pipewire-0";
+    path.copy(static_cast<char*>(address.sun_path), sizeof address.sun_path - 1);
+    for (int i = 0; i < 500; ++i) {
+        if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
+            return descriptor;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    ::close(descriptor);
+    throw std::runtime_error("there is no PipeWire");
+}
+
+std::uint32_t SharedScreen::node() const
+{
+    return m_stream->node();
+}
+
+void SharedScreen::movePointer(int x, int y)
+{
+    m_stream->x = x;
+    m_stream->y = y;
+}
+
+} // namespace orvo::test

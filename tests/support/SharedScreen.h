@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+namespace orvo::test {
+
+/// A stream of pictures as a desktop's portal opens it: a node in the PipeWire of this process's environment. Its left half
+/// is red, its right half blue, and beside every picture it tells where the pointer is.
+class SharedScreen {
+public:
+    enum class Order : std::uint8_t { blueGreenRed, redGreenBlue };
+
+    struct Form {
+        std::uint32_t width = 320;
+        std::uint32_t height = 180;
+        Order order = Order::blueGreenRed;
+    };
+
+    /// Offers the stream. Throws `std::runtime_error` without a PipeWire.
+    explicit SharedScreen(const Form& form);
+    ~SharedScreen();
+    SharedScreen(const SharedScreen&) = delete;
+    SharedScreen& operator=(const SharedScreen&) = delete;
+
+    /// A connection as the portal hands it over; the caller's own.
+    static int connection();
+
+    std::uint32_t node() const;
+
+    /// Where the pointer is from the next picture on, in pixels.
+    void movePointer(int x, int y);
+
+private:
+    class Stream;
+
+    std::unique_ptr<Stream> m_stream;
+};
+
+} // namespace orvo::test
