@@ -7,102 +7,137 @@ import Orvo.Model
 import OrvoVideo
 
 /// What can be set, by what it is for.
-ScrollView {
+Item {
     id: root
 
     required property AppModel app
 
-    contentWidth: availableWidth
-    ScrollBar.vertical: OScrollBar {
-        parent: root
-        x: root.width - width
-        height: root.height
-    }
-
     ColumnLayout {
-        width: root.availableWidth
-        spacing: Theme.space(6)
+        anchors.fill: parent
+        spacing: 0
 
-        PublishingGroup {
-            Layout.fillWidth: true
-            Layout.margins: Theme.space(5)
-            Layout.bottomMargin: 0
-            app: root.app
+        OSegmented {
+            id: tabs
+
+            objectName: "settingsTabs"
+            Layout.alignment: Qt.AlignHCenter
+            Layout.topMargin: Theme.space(4)
+            name: "Ajustes"
+            model: ["General", "Atajos"]
         }
-        DriveGroup {
+        StackLayout {
             Layout.fillWidth: true
-            Layout.margins: Theme.space(5)
-            Layout.topMargin: 0
-            Layout.bottomMargin: 0
-            app: root.app
-        }
-        SettingsGroup {
-            Layout.fillWidth: true
-            Layout.margins: Theme.space(5)
-            Layout.topMargin: 0
-            Layout.bottomMargin: 0
-            title: "Transcripción"
+            Layout.fillHeight: true
+            Layout.topMargin: Theme.space(1)
+            currentIndex: tabs.currentIndex
 
-            RowLayout {
-                spacing: Theme.space(3)
+            ScrollView {
+                id: general
 
-                OLabel {
-                    text: "Modelo de voz"
+                contentWidth: availableWidth
+                ScrollBar.vertical: OScrollBar {
+                    parent: general
+                    x: general.width - width
+                    height: general.height
                 }
-                OComboBox {
-                    objectName: "speechModel"
-                    Layout.fillWidth: true
-                    name: "Modelo de voz"
-                    textRole: "text"
-                    valueRole: "name"
-                    model: SpeechModelList {
-                        id: models
+
+                ColumnLayout {
+                    width: general.availableWidth
+                    spacing: Theme.space(6)
+
+                    PublishingGroup {
+                        Layout.fillWidth: true
+                        Layout.margins: Theme.space(5)
+                        Layout.bottomMargin: 0
+                        app: root.app
                     }
-                    currentIndex: models.rowOf(root.app.speechModel)
-                    onActivated: root.app.speechModel = currentValue
-                    popup.onAboutToShow: models.refresh()
+                    DriveGroup {
+                        Layout.fillWidth: true
+                        Layout.margins: Theme.space(5)
+                        Layout.topMargin: 0
+                        Layout.bottomMargin: 0
+                        app: root.app
+                    }
+                    SettingsGroup {
+                        Layout.fillWidth: true
+                        Layout.margins: Theme.space(5)
+                        Layout.topMargin: 0
+                        Layout.bottomMargin: 0
+                        title: "Transcripción"
+
+                        RowLayout {
+                            spacing: Theme.space(3)
+
+                            OLabel {
+                                text: "Modelo de voz"
+                            }
+                            OComboBox {
+                                objectName: "speechModel"
+                                Layout.fillWidth: true
+                                name: "Modelo de voz"
+                                textRole: "text"
+                                valueRole: "name"
+                                model: SpeechModelList {
+                                    id: models
+                                }
+                                currentIndex: models.rowOf(root.app.speechModel)
+                                onActivated: root.app.speechModel = currentValue
+                                popup.onAboutToShow: models.refresh()
+                            }
+                        }
+                        OSwitch {
+                            objectName: "careful"
+                            Layout.fillWidth: true
+                            text: "Reconocer con más cuidado"
+                            checked: root.app.carefulTranscription
+                            onToggled: root.app.carefulTranscription = checked
+                        }
+                        OLabel {
+                            Layout.fillWidth: true
+                            secondary: true
+                            text: "Con más cuidado tarda la mitad más y se equivoca menos. Todo se reconoce en este equipo: el sonido no sale de él. También puedes poner tus propios modelos en su carpeta."
+                            font.pixelSize: Theme.captionSize
+                            wrapMode: Text.Wrap
+                            lineHeight: 1.25
+                        }
+                        OButton {
+                            text: "Abrir carpeta de modelos"
+                            iconName: "folder-open"
+                            onClicked: root.app.openModelFolder()
+                        }
+                    }
+                    ToolsGroup {
+                        Layout.fillWidth: true
+                        Layout.margins: Theme.space(5)
+                        Layout.topMargin: 0
+                        Layout.bottomMargin: 0
+                        app: root.app
+                    }
+                    PermissionsGroup {
+                        Layout.fillWidth: true
+                        Layout.margins: Theme.space(5)
+                        Layout.topMargin: 0
+                        Layout.bottomMargin: 0
+                        app: root.app
+                    }
+                    ExtensionGroup {
+                        Layout.fillWidth: true
+                        Layout.margins: Theme.space(5)
+                        Layout.topMargin: 0
+                        app: root.app
+                    }
                 }
             }
-            OSwitch {
-                objectName: "careful"
-                Layout.fillWidth: true
-                text: "Reconocer con más cuidado"
-                checked: root.app.carefulTranscription
-                onToggled: root.app.carefulTranscription = checked
+            ColumnLayout {
+                ShortcutsGroup {
+                    Layout.fillWidth: true
+                    Layout.margins: Theme.space(5)
+                    shortcuts: root.app.shortcuts
+                }
+                Item {
+                    Layout.fillHeight: true
+                }
             }
-            OLabel {
-                Layout.fillWidth: true
-                secondary: true
-                text: "Con más cuidado tarda la mitad más y se equivoca menos. Todo se reconoce en este equipo: el sonido no sale de él. También puedes poner tus propios modelos en su carpeta."
-                font.pixelSize: Theme.captionSize
-                wrapMode: Text.Wrap
-                lineHeight: 1.25
-            }
-            OButton {
-                text: "Abrir carpeta de modelos"
-                iconName: "folder-open"
-                onClicked: root.app.openModelFolder()
-            }
-        }
-        ToolsGroup {
-            Layout.fillWidth: true
-            Layout.margins: Theme.space(5)
-            Layout.topMargin: 0
-            Layout.bottomMargin: 0
-            app: root.app
-        }
-        PermissionsGroup {
-            Layout.fillWidth: true
-            Layout.margins: Theme.space(5)
-            Layout.topMargin: 0
-            Layout.bottomMargin: 0
-            app: root.app
-        }
-        ShortcutsGroup {
-            Layout.fillWidth: true
-            Layout.margins: Theme.space(5)
-            Layout.topMargin: 0
-            shortcuts: root.app.shortcuts
         }
     }
 }

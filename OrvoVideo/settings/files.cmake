@@ -1,6 +1,7 @@
 # The settings window.
 set(ORVO_SETTINGS_QML
   settings/DriveGroup.qml
+  settings/ExtensionGroup.qml
   settings/PermissionsGroup.qml
   settings/PublishingGroup.qml
   settings/SettingsField.qml
