@@ -2,6 +2,7 @@
 // models announce), for a save of it, and for the listing of a large library. And what a hundred undo steps cost in memory.
 
 #include "Fakes.h"
+#include "NoRecording.h"
 #include "OrvoVideo/AppModel.h"
 #include "OrvoVideo/Text.h"
 #include "Platform/FfprobeMediaProbe.h"
@@ -38,6 +39,7 @@ public:
             .cameraPlayer = std::make_unique<test::FakePlayer>(),
             .panels = std::make_unique<test::FakePanels>(),
             .workspace = std::make_unique<test::FakeWorkspace>(),
+            .recording = test::noRecording(),
             .pasteboard = std::make_unique<test::FakePasteboard>(),
             .loadSecret = test::noSecret});
         QCoro::waitFor(model->select(m_project));
@@ -239,6 +241,7 @@ void BM_ListLibrary(benchmark::State& state)
                         .cameraPlayer = std::make_unique<test::FakePlayer>(),
                         .panels = std::make_unique<test::FakePanels>(),
                         .workspace = std::make_unique<test::FakeWorkspace>(),
+                        .recording = test::noRecording(),
                         .pasteboard = std::make_unique<test::FakePasteboard>(),
                         .loadSecret = test::noSecret});
             });

@@ -1,6 +1,7 @@
 #include "OtherProcesses.h"
 
 #include "ModelFixture.h"
+#include "NoRecording.h"
 #include "OrvoVideo/SingleInstance.h"
 #include "Platform/FfprobeMediaProbe.h"
 
@@ -43,6 +44,7 @@ int runEdits(const QStringList& arguments)
         .cameraPlayer = std::make_unique<FakePlayer>(),
         .panels = std::make_unique<FakePanels>(),
         .workspace = std::make_unique<FakeWorkspace>(),
+        .recording = noRecording(),
         .pasteboard = std::make_unique<FakePasteboard>(),
         .loadSecret = noSecret});
     QCoro::waitFor(model.select(project));

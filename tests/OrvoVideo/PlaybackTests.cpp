@@ -1,5 +1,6 @@
 #include "../Platform/CountedVideo.h"
 #include "ModelFixture.h"
+#include "NoRecording.h"
 #include "Platform/FfprobeMediaProbe.h"
 #include "Platform/GstPreviewPlayer.h"
 
@@ -28,6 +29,7 @@ protected:
             .cameraPlayer = make(),
             .panels = std::make_unique<FakePanels>(),
             .workspace = std::make_unique<FakeWorkspace>(),
+            .recording = noRecording(),
             .pasteboard = std::make_unique<FakePasteboard>(),
             .loadSecret = noSecret});
         ASSERT_TRUE(waitUntil([&] { return model->libraryListed(); }));

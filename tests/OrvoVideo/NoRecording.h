@@ -1,0 +1,16 @@
+#pragma once
+
+#include "Fakes.h"
+#include "OrvoVideo/AppServices.h"
+
+namespace orvo::test {
+
+/// For a model that records nothing: no sources, no shortcuts of its own.
+inline RecordingServices noRecording()
+{
+    return {.engine = std::make_unique<CaptureEngine>(PointerMonitor::create()),
+        .regionPicker = std::make_unique<FakeRegionPicker>(),
+        .shortcutKeys = std::make_unique<FakeShortcutKeys>()};
+}
+
+} // namespace orvo::test
