@@ -4,6 +4,8 @@
 
 #include <csignal>
 #include <format>
+#include <fstream>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <unistd.h>
@@ -54,9 +56,23 @@ bool isMarkedRecording(const VideoProject& project)
     return project.state.starts_with(ProjectState::recording);
 }
 
+namespace {
+
+/// Whether a process has ended and only waits for its parent to ask how.
+bool hasEnded(std::int32_t process)
+{
+    std::ifstream file(std::format("/proc/{}/stat", process));
+    const std::string stat{std::istreambuf_iterator<char>(file), {}};
+    // The state follows the name, which is in parentheses and may hold some itself.
+    const auto name = stat.rfind(')');
+    return name != std::string::npos && name + 2 < stat.size() && (stat[name + 2] == 'Z' || stat[name + 2] == 'X');
+}
+
+} // namespace
+
 bool isAlive(std::optional<std::int32_t> process, bool thisProcessRecords)
 {
-    if (!process || ::kill(*process, 0) != 0)
+    if (!process || ::kill(*process, 0) != 0 || hasEnded(*process))
         return false;
     return *process != ::getpid() || thisProcessRecords;
 }

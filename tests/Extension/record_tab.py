@@ -275,8 +275,9 @@ def main():
     try:
         CASES[case](browser)
     except BaseException:
-        subprocess.run(["ffmpeg", "-v", "error", "-y", "-f", "x11grab", "-i", browser.environment["DISPLAY"], "-frames:v", "1",
-                        os.environ.get("ORVO_TEST_PICTURE", "/dev/null")])
+        if picture := os.environ.get("ORVO_TEST_PICTURE"):
+            subprocess.run(["ffmpeg", "-v", "error", "-y", "-f", "x11grab", "-i", browser.environment["DISPLAY"],
+                            "-frames:v", "1", picture])
         raise
     finally:
         browser.close()

@@ -2,8 +2,11 @@
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/PointerLog.h"
 
+#include <csignal>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace orvo {
 namespace {
@@ -68,6 +71,25 @@ TEST(CaptureSession, onlyOneProcessIsNamed)
     };
     for (const auto& test : cases)
         EXPECT_EQ(CaptureSession::processIn(test.session), test.process) << test.session;
+}
+
+TEST(CaptureSession, aProcessThatHasEndedRecordsNoMore)
+{
+    EXPECT_FALSE(CaptureSession::isAlive({}, true));
+    EXPECT_FALSE(CaptureSession::isAlive(::getpid(), false));
+    EXPECT_TRUE(CaptureSession::isAlive(::getpid(), true));
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::pause();
+        ::_exit(0);
+    }
+    EXPECT_TRUE(CaptureSession::isAlive(child, false));
+    ::kill(child, SIGKILL);
+    siginfo_t ended{};
+    ::waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT);
+    EXPECT_FALSE(CaptureSession::isAlive(child, false)); // Though its parent has not asked yet.
+    ::waitpid(child, nullptr, 0);
+    EXPECT_FALSE(CaptureSession::isAlive(child, false));
 }
 
 } // namespace
