@@ -92,8 +92,20 @@ private:
 
     std::vector<HeardWord> heardIn(const Chunk& chunk, const std::vector<float>& samples, float temperature)
     {
+        auto words = heardIn(chunk, samples, temperature, m_decoding);
+        // Several beams like to go back to the beginning. Who really says it twice is heard twice by one, too.
+        if (m_decoding == Decoding::careful && temperature == 0 && saysTwice(words)) {
+            if (auto others = heardIn(chunk, samples, temperature, Decoding::quick); !saysTwice(others))
+                return others;
+        }
+        return words;
+    }
+
+    std::vector<HeardWord> heardIn(
+        const Chunk& chunk, const std::vector<float>& samples, float temperature, Decoding decoding)
+    {
         auto words = m_whisper.recognise(samples,
-            {.language = m_language, .prompt = promptFor(m_language), .decoding = m_decoding, .temperature = temperature},
+            {.language = m_language, .prompt = promptFor(m_language), .decoding = decoding, .temperature = temperature},
             m_stop);
         // Where the sound goes on without a silence, a word belongs to the side on which it ends.
         constexpr double close = 0.03;

@@ -92,23 +92,51 @@ bool isSameHesitation(std::string_view one, std::string_view other)
     return !one.empty() && skeleton(one) == skeleton(other);
 }
 
+namespace {
+
+std::vector<std::string> bareTexts(const std::vector<HeardWord>& words)
+{
+    std::vector<std::string> texts;
+    for (const auto& word : words)
+        texts.push_back(bare(word.text));
+    return texts;
+}
+
+/// Whether some phrase of `length` words is there so many times on end.
+bool isSaid(const std::vector<std::string>& texts, std::size_t length, std::size_t times)
+{
+    std::size_t same = 0;
+    for (std::size_t i = length; i < texts.size(); ++i) {
+        same = texts[i] == texts[i - length] ? same + 1 : 0;
+        if (same >= length * (times - 1))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
 bool repeatsItself(const std::vector<HeardWord>& words)
 {
     constexpr std::size_t longestPhrase = 8;
     // As often nobody says a phrase on end. Single words are said more often.
     constexpr std::size_t timesOfPhrase = 3;
     constexpr std::size_t timesOfWord = 5;
-    std::vector<std::string> texts;
-    for (const auto& word : words)
-        texts.push_back(bare(word.text));
+    const auto texts = bareTexts(words);
     for (std::size_t length = 1; length <= longestPhrase; ++length) {
-        const std::size_t times = length <= 2 ? timesOfWord : timesOfPhrase;
-        std::size_t same = 0;
-        for (std::size_t i = length; i < texts.size(); ++i) {
-            same = texts[i] == texts[i - length] ? same + 1 : 0;
-            if (same >= length * (times - 1))
-                return true;
-        }
+        if (isSaid(texts, length, length <= 2 ? timesOfWord : timesOfPhrase))
+            return true;
+    }
+    return false;
+}
+
+bool saysTwice(const std::vector<HeardWord>& words)
+{
+    constexpr std::size_t shortestPhrase = 5;
+    const auto texts = bareTexts(words);
+    for (std::size_t length = shortestPhrase; length <= texts.size() / 2; ++length) {
+        if (isSaid(texts, length, 2))
+            return true;
     }
     return false;
 }
