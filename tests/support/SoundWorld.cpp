@@ -1,6 +1,7 @@
 #include "SoundWorld.h"
 
 #include <QThread>
+#include <filesystem>
 #include <stdexcept>
 
 namespace orvo::test {
@@ -37,6 +38,7 @@ SoundWorld::SoundWorld()
     qputenv(variable, QByteArray::fromStdString(m_folder.path().string()));
     m_bus = std::make_unique<PrivateBus>();
     m_programs.push_back(started("pipewire"));
+    waitForPipeWire(); // Without it the session manager ends at once.
     m_programs.push_back(started("wireplumber"));
     startServer();
 }
@@ -82,6 +84,16 @@ void SoundWorld::endServer()
     if (m_server)
         end(*m_server);
     m_server.reset();
+}
+
+void SoundWorld::waitForPipeWire() const
+{
+    for (int i = 0; i < 1'000; ++i) {
+        if (std::filesystem::exists(m_folder / "pipewire-0"))
+            return;
+        QThread::msleep(10);
+    }
+    throw std::runtime_error("there is no PipeWire");
 }
 
 void SoundWorld::waitForServer()

@@ -36,6 +36,7 @@ public:
     static constexpr auto feed = "micfeed";
 
 private:
+    void waitForPipeWire() const;
     void waitForServer();
 
     TemporaryFolder m_folder;
