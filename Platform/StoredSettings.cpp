@@ -1,15 +1,14 @@
 #include "Platform/StoredSettings.h"
 
+#include "VideoCore/DataFolder.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <format>
 #include <memory>
 #include <new>
-#include <pwd.h>
 #include <sys/file.h>
 #include <system_error>
 #include <unistd.h>
@@ -32,15 +31,7 @@ using Document = std::unique_ptr<yyjson_doc, Free>;
 
 fs::path configurationFolder()
 {
-    const char* configuration = std::getenv("XDG_CONFIG_HOME");
-    if (configuration && *configuration == '/')
-        return fs::path(configuration) / "OrvoVideo";
-    const char* home = std::getenv("HOME");
-    if (!home || !*home) {
-        const passwd* user = getpwuid(getuid());
-        home = user ? user->pw_dir : "/";
-    }
-    return fs::path(home) / ".config" / "OrvoVideo";
+    return configurationHome() / "OrvoVideo";
 }
 
 /// While it lives, no other program changes the settings.

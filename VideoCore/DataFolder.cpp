@@ -8,17 +8,32 @@ namespace orvo {
 
 namespace fs = std::filesystem;
 
-fs::path dataFolder()
+namespace {
+
+/// A base directory: what the variable names, else `usual` in the user's home. A relative path counts as none.
+fs::path baseDirectory(const char* variable, const fs::path& usual)
 {
-    const char* data = std::getenv("XDG_DATA_HOME");
-    if (data && *data == '/')
-        return fs::path(data) / "OrvoVideo";
+    const char* named = std::getenv(variable);
+    if (named && *named == '/')
+        return named;
     const char* home = std::getenv("HOME");
     if (!home || !*home) {
         const passwd* user = getpwuid(getuid());
         home = user ? user->pw_dir : "/";
     }
-    return fs::path(home) / ".local" / "share" / "OrvoVideo";
+    return fs::path(home) / usual;
+}
+
+} // namespace
+
+fs::path dataFolder()
+{
+    return baseDirectory("XDG_DATA_HOME", ".local/share") / "OrvoVideo";
+}
+
+fs::path configurationHome()
+{
+    return baseDirectory("XDG_CONFIG_HOME", ".config");
 }
 
 } // namespace orvo

@@ -8,4 +8,7 @@ namespace orvo {
 /// directories name. It need not exist.
 std::filesystem::path dataFolder();
 
+/// The folder of all applications' settings for the user, as the XDG base directories name it. It need not exist.
+std::filesystem::path configurationHome();
+
 } // namespace orvo

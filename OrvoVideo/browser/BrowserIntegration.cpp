@@ -4,7 +4,6 @@
 #include "VideoCore/FileIO.h"
 #include "VideoMedia/ProcessRunner.h"
 
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <utility>
@@ -47,17 +46,13 @@ std::string manifest(const fs::path& helper, const std::string& origin)
 
 BrowserIntegration::Places BrowserIntegration::usualPlaces()
 {
-    const char* named = std::getenv("XDG_CONFIG_HOME");
-    const char* home = std::getenv("HOME");
-    // As the XDG base directories want it, a relative path counts as none.
-    const fs::path config = named && *named == '/' ? fs::path(named) : fs::path(home ? home : "/") / ".config";
     std::error_code error;
     fs::path bundle;
     const fs::path executable = fs::read_symlink("/proc/self/exe", error);
     const fs::path found = ProcessRunner::bundlePath();
     if (executable.string().starts_with(found.string() + '/'))
         bundle = found;
-    return {.bundle = bundle, .data = dataFolder(), .config = config};
+    return {.bundle = bundle, .data = dataFolder(), .config = configurationHome()};
 }
 
 BrowserIntegration::BrowserIntegration(Places places)
