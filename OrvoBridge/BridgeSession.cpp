@@ -1,6 +1,7 @@
 #include "OrvoBridge/BridgeSession.h"
 
 #include "Platform/Notifications.h"
+#include "VideoCore/CaptureSession.h"
 #include "VideoCore/Error.h"
 
 #include <cerrno>
@@ -43,8 +44,7 @@ void BridgeSession::tick() noexcept
         if (!m_recording)
             return;
         m_recording->checkpoint();
-        if (m_recording->isDiskFull())
-            throw std::system_error(std::make_error_code(std::errc::no_space_on_device));
+        requireRoom();
     });
 }
 
@@ -66,10 +66,7 @@ void BridgeSession::handle(const Start& start)
     }
     if (!m_store)
         m_store.emplace(m_libraryRoot);
-    std::error_code error;
-    const auto space = std::filesystem::space(m_store->root(), error);
-    if (!error && space.available < TabRecording::leastRoom)
-        throw std::system_error(std::make_error_code(std::errc::no_space_on_device));
+    requireRoom();
     m_recording.emplace(*m_store, start);
     m_answer(answer::started(m_recording->id()));
     m_notify(notification::tabStarted);
@@ -104,6 +101,12 @@ void BridgeSession::handle(const Stop& stop)
     m_recording.reset();
     m_answer(answer::finished(id));
     m_notify(notification::tabFinished);
+}
+
+void BridgeSession::requireRoom() const
+{
+    if (!CaptureSession::hasRoom(m_store->root()))
+        throw std::system_error(std::make_error_code(std::errc::no_space_on_device));
 }
 
 TabRecording& BridgeSession::recording()

@@ -42,6 +42,7 @@ private:
     void handle(const Progress& progress);
     void handle(const Stop& stop);
 
+    void requireRoom() const;
     TabRecording& recording();
     void give(Failure failure, std::string_view detail) noexcept;
     void interrupt() noexcept;

@@ -133,13 +133,6 @@ void TabRecording::checkpoint()
     m_store.save(m_project);
 }
 
-bool TabRecording::isDiskFull() const
-{
-    std::error_code error;
-    const auto space = fs::space(m_store.root(), error);
-    return !error && space.available < leastRoom;
-}
-
 void TabRecording::finish()
 {
     end(ProjectState::processingTab);

@@ -41,17 +41,11 @@ public:
     /// seconds. Throws file system errors unchanged; what a failed checkpoint left out is made up for by the next.
     void checkpoint();
 
-    /// Whether the disk has so little room left that the recording must end.
-    bool isDiskFull() const;
-
     /// Ends the recording; the application prepares it. Throws like `checkpoint`.
     void finish();
 
     /// Ends a recording that was cut off: the application prepares what there is. Never fails.
     void interrupt() noexcept;
-
-    /// The least room on the disk, in bytes: with less, no recording begins, and one that runs ends by itself.
-    static constexpr std::uintmax_t leastRoom = std::uintmax_t{48} << 20;
 
 private:
     struct File {

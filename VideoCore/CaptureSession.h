@@ -19,6 +19,10 @@ void mark(const std::filesystem::path& projectFolder);
 /// Takes the mark away. Never fails.
 void unmark(const std::filesystem::path& projectFolder) noexcept;
 
+/// Whether the disk of a folder has the least room, 48 MiB: with less, no recording begins, and one that runs ends by
+/// itself. A disk that does not say has it.
+bool hasRoom(const std::filesystem::path& folder) noexcept;
+
 /// The process that records into this project; nothing when the file is missing, malformed or names none.
 std::optional<std::int32_t> recordingProcess(const std::filesystem::path& projectFolder);
 

@@ -1,7 +1,6 @@
 #include "OrvoVideo/capture/RecordingSession.h"
 
 #include "VideoCore/CaptureSession.h"
-#include "VideoCore/DocumentCodec.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 #include "VideoCore/PointerLog.h"
@@ -13,6 +12,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <format>
+#include <span>
 #include <unistd.h>
 #include <utility>
 
@@ -25,13 +25,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto checkpointInterval = 2s;
-
-std::uintmax_t roomIn(const fs::path& folder)
-{
-    std::error_code error;
-    const auto space = fs::space(folder, error);
-    return error ? RecordingSession::leastRoom : space.available;
-}
 
 /// Brings what a file holds to the disk, whoever wrote it.
 void flush(const fs::path& file)
@@ -96,7 +89,7 @@ RecordingSession::~RecordingSession()
 /// The project is in the library, and marked, before anything is recorded.
 void RecordingSession::create(const Plan& plan)
 {
-    if (roomIn(m_store.root()) < leastRoom)
+    if (!CaptureSession::hasRoom(m_store.root()))
         throw captureError("No hay espacio suficiente en el disco para grabar.");
     m_project = VideoProject::make(plan.title);
     m_id = m_project.id;
@@ -211,8 +204,7 @@ void RecordingSession::writeLog()
     {
         const std::lock_guard lock(m_mutex);
         count = m_events.size();
-        for (std::size_t i = m_savedEvents; i < count; ++i)
-            lines += encodePointerEvent(m_events[i]) + "\n";
+        lines = PointerLog::linesOf(std::span(m_events).subspan(m_savedEvents));
     }
     if (m_log < 0 || lines.empty())
         return;
@@ -236,7 +228,7 @@ void RecordingSession::writeLog()
 
 void RecordingSession::watchDisk()
 {
-    if (roomIn(m_store.directory(m_id)) < leastRoom)
+    if (!CaptureSession::hasRoom(m_store.directory(m_id)))
         tellError("Queda muy poco espacio en el disco: la grabación se ha detenido.");
 }
 

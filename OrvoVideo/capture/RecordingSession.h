@@ -78,9 +78,6 @@ public:
     /// Closes the files and saves the project. Called once. Never throws: see `Result`.
     Result stop();
 
-    /// The least room on the disk, in bytes: with less, no recording begins, and one that runs ends by itself.
-    static constexpr std::uintmax_t leastRoom = std::uintmax_t{48} << 20;
-
 private:
     void keepCheckpoints(const std::stop_token& stop);
     void checkpoint();
