@@ -5,6 +5,7 @@
 #include "TestSupport/OrdinaryUser.h"
 #include "TestSupport/PrivateBus.h"
 #include "VideoCore/FileIO.h"
+#include "VideoMedia/Sha256.h"
 
 #include <fstream>
 #include <memory>
@@ -141,13 +142,9 @@ TEST(ExtensionIdentity, IsTheOneThatTheHelperAnswers)
         reinterpret_cast<const unsigned char*>(key.data()), static_cast<int>(key.size()));
     ASSERT_GT(length, 0);
     bytes.resize(static_cast<std::size_t>(length) - static_cast<std::size_t>(std::ranges::count(key, '=')));
-    std::array<unsigned char, EVP_MAX_MD_SIZE> hash{};
-    ASSERT_EQ(EVP_Digest(bytes.data(), bytes.size(), hash.data(), nullptr, EVP_sha256(), nullptr), 1);
     std::string identifier;
-    for (std::size_t i = 0; i < 16; ++i) {
-        identifier += static_cast<char>('a' + (hash[i] >> 4));
-        identifier += static_cast<char>('a' + (hash[i] & 15));
-    }
+    for (const char digit : Sha256::of(bytes).substr(0, 32))
+        identifier += static_cast<char>(digit <= '9' ? 'a' + (digit - '0') : 'k' + (digit - 'a'));
     EXPECT_EQ(readFile(source / "packaging/extension-origin.txt"), "chrome-extension://" + identifier + "/\n");
 }
 
