@@ -37,6 +37,7 @@ add_library(PlatformPreview STATIC
   preview/VideoShelf.cpp
   preview/VideoSource.cpp)
 set_target_properties(PlatformPreview PROPERTIES AUTOMOC ON)
+orvo_precompiled(PlatformPreview)
 target_link_libraries(PlatformPreview PUBLIC Platform Qt6::Gui PRIVATE orvo_flags PlatformGStreamer PkgConfig::gstreamer)
 # QML names the player as the type of a property.
 qt_extract_metatypes(PlatformPreview)

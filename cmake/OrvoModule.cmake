@@ -5,6 +5,7 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_COMPILE_OPTIONS_PIE -fPIC) # Programs as well, so that they share precompiled headers with libraries.
 set(CMAKE_CXX_SCAN_FOR_MODULES OFF) # There are none; looking for them would double the compiler runs.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
@@ -13,6 +14,7 @@ set(ORVO_SANITIZERS "" CACHE STRING "Sanitizers to build with, for example addre
 
 add_library(orvo_flags INTERFACE)
 target_compile_options(orvo_flags INTERFACE
+  -pthread
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
   -Wold-style-cast -Wcast-align -Wformat=2 -Wimplicit-fallthrough
   # Naming only the fields that differ is what designated initialisers are for.
@@ -26,13 +28,28 @@ if(ORVO_SANITIZERS)
   endif()
 endif()
 
-# orvo_module(NAME [INCLUDED_AS FOLDER] SOURCES file... [PUBLIC target...] [PRIVATE target...])
+# What nearly every file includes, compiled once: a third of the time of a build. Every file still includes what it needs; the
+# debug preset and the static analysis, which do without, see to that.
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/orvo_standard.cpp CONTENT "")
+add_library(orvo_standard OBJECT ${CMAKE_BINARY_DIR}/orvo_standard.cpp)
+target_link_libraries(orvo_standard PRIVATE orvo_flags)
+set(ORVO_STANDARD_HEADERS
+  <algorithm> <array> <charconv> <chrono> <cmath> <cstdint> <filesystem> <format> <functional> <map> <memory> <mutex>
+  <optional> <ranges> <span> <stop_token> <string> <string_view> <system_error> <thread> <utility> <vector>)
+target_precompile_headers(orvo_standard PRIVATE ${ORVO_STANDARD_HEADERS})
+
+# orvo_precompiled(TARGET) lets the target use them.
+function(orvo_precompiled TARGET)
+  target_precompile_headers(${TARGET} REUSE_FROM orvo_standard)
+endfunction()
+
+# orvo_module(NAME [INCLUDED_AS FOLDER] [OWN_PRECOMPILED] SOURCES file... [PUBLIC target...] [PRIVATE target...])
 #
 # Makes the static library NAME from this folder. Its headers are included as "NAME/Header.h", or as "FOLDER/Header.h". Each
 # module is given an include folder that shows that one module and nothing else, so that a header of a layer that is not
 # linked cannot be included: the direction of the dependencies is checked by the compiler.
 function(orvo_module NAME)
-  cmake_parse_arguments(ARG "" "INCLUDED_AS" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  cmake_parse_arguments(ARG "OWN_PRECOMPILED" "INCLUDED_AS" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   if(NOT ARG_INCLUDED_AS)
     set(ARG_INCLUDED_AS ${NAME})
   endif()
@@ -42,4 +59,7 @@ function(orvo_module NAME)
   add_library(${NAME} STATIC ${ARG_SOURCES})
   target_include_directories(${NAME} PUBLIC ${view})
   target_link_libraries(${NAME} PUBLIC ${ARG_PUBLIC} PRIVATE orvo_flags ${ARG_PRIVATE})
+  if(NOT ARG_OWN_PRECOMPILED)
+    orvo_precompiled(${NAME})
+  endif()
 endfunction()

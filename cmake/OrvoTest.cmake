@@ -6,19 +6,38 @@ find_package(GTest 1.15 REQUIRED)
 # Builds the programs labelled "threads".
 add_custom_target(thread_tests)
 
-# orvo_test(NAME SOURCES file... LINK target... [LABELS label...])
+# Tests are compiled more than they run. And Qt's names for the folders of each would keep them from sharing precompiled
+# headers.
+add_library(orvo_test_flags INTERFACE)
+target_compile_options(orvo_test_flags INTERFACE $<$<CONFIG:Release>:-O1> -UQT_TESTCASE_BUILDDIR -UQT_TESTCASE_SOURCEDIR)
+
+# The matchers and what nearly every test includes, compiled once.
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/orvo_test_standard.cpp CONTENT "")
+add_library(orvo_test_standard OBJECT ${CMAKE_BINARY_DIR}/orvo_test_standard.cpp)
+target_link_libraries(orvo_test_standard PRIVATE orvo_flags orvo_test_flags GTest::gmock)
+target_precompile_headers(orvo_test_standard PRIVATE
+  <gmock/gmock.h> <gtest/gtest.h>
+  <algorithm> <chrono> <filesystem> <format> <fstream> <functional> <memory> <random> <string> <thread> <vector>)
+
+# orvo_test(NAME [ALONE] SOURCES file... LINK target... [LABELS label...] [PRECOMPILED_OF target])
 #
 # Every program also gets GoogleTest with matchers and its main(), and the helpers of tests/support ("TestSupport/Name.h").
 # Labels choose what ctest runs: "slow" for what takes seconds (ctest -LE slow), "threads" for what the thread sanitizer is
-# for (ctest -L threads).
+# for (ctest -L threads). ALONE keeps other tests from running beside these, which measure times. PRECOMPILED_OF names a target
+# whose precompiled headers are used.
 function(orvo_test NAME)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINK;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "ALONE" "PRECOMPILED_OF" "SOURCES;LINK;LABELS" ${ARGN})
+  if(NOT ARG_PRECOMPILED_OF)
+    set(ARG_PRECOMPILED_OF orvo_test_standard)
+  endif()
   add_executable(${NAME} ${ARG_SOURCES})
-  target_link_libraries(${NAME} PRIVATE orvo_flags TestSupport GTest::gmock_main ${ARG_LINK})
+  target_link_libraries(${NAME} PRIVATE orvo_flags orvo_test_flags TestSupport GTest::gmock_main ${ARG_LINK})
+  target_precompile_headers(${NAME} REUSE_FROM ${ARG_PRECOMPILED_OF})
   if("threads" IN_LIST ARG_LABELS)
     add_dependencies(thread_tests ${NAME})
   endif()
   string(REPLACE ";" "\\;" labels "${ARG_LABELS}")
   # Tests are listed when ctest runs, so that building stays building. A test that hangs is a failed test.
-  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 LABELS "${labels}")
+  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES
+    TIMEOUT 300 RUN_SERIAL ${ARG_ALONE} LABELS "${labels}")
 endfunction()
