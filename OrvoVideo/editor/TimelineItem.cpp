@@ -130,11 +130,14 @@ void TimelineItem::showProject()
     setSnap(std::nullopt);
     const VideoProject* shown = project();
     const bool other = !shown || shown->id != m_projectId;
-    if (other || !m_tracks.sharesStorageWith(shown->tracks)) {
+    // Files that are still being written are not read: their sound and pictures come with the end of the recording.
+    const bool recording = shown && shown->state.starts_with(ProjectState::recording);
+    if (other || recording != m_recording || !m_tracks.sharesStorageWith(shown->tracks)) {
+        m_recording = recording;
         m_tracks = shown ? shown->tracks : SharedList<MediaTrack>();
         m_files.assign(m_tracks.size(), {});
         std::vector<MediaStrips::Source> sources;
-        for (std::size_t i = 0; i < m_tracks.size(); ++i) {
+        for (std::size_t i = 0; i < m_tracks.size() && !recording; ++i) {
             const auto& track = m_tracks[i];
             try {
                 m_files[i] = m_model->store().mediaURL(*shown, track.file);

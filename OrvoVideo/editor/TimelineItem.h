@@ -169,6 +169,7 @@ private:
     QPointer<AppModel> m_model;
     TimelineScale m_scale;
     SharedList<MediaTrack> m_tracks;
+    bool m_recording = false;
     Uuid m_projectId;
     std::vector<std::filesystem::path> m_files;
     Snapping m_snapping;

@@ -132,6 +132,17 @@ TEST_F(TimelineTests, TheWheelZoomsRoundThePointer)
 
 class KeyTests : public EditorFixture { };
 
+TEST_F(TimelineTests, ReadsNoFileThatIsBeingRecorded)
+{
+    show(lesson());
+    for (const bool recorded : {true, false}) {
+        model->update([recorded](VideoProject& changed) {
+            changed.state = recorded ? ProjectState::recording : ProjectState::ready;
+        });
+        EXPECT_NE(timeline().preparing(), recorded);
+    }
+}
+
 TEST_F(KeyTests, TheWholeCutIsDoneFromTheKeyboard)
 {
     show(silent());
