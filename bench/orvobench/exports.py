@@ -56,6 +56,13 @@ def plain_transcode(recording, encoder, folder):
     return cost, _frames(target)
 
 
+def same_pictures(encoder, folder):
+    """ffmpeg alone: the export itself, decoded and encoded again. What its pictures and its sound cost without a graph."""
+    source, target = folder / "ours.mp4", folder / "again.mp4"
+    cost = measure.run(["ffmpeg", "-hide_banner", "-y", "-nostdin", "-i", source, "-map", "0:v", "-map", "0:a", *encoder, target])
+    return cost, _frames(target)
+
+
 def melt(recording, cuts, encoder, folder):
     """melt with the same spans of screen and microphone, and the same encoder settings."""
     target = folder / "melt.mp4"
@@ -82,6 +89,7 @@ def rows(programs, folder, cache, seconds, runs, long, say):
         f"every effect and sharpening, {usual} cuts": (Edit(cuts=usual, sharpen=True, **EFFECTS), None),
     }
     costs = {name: [] for name in ("plain", "melt", *variants)}
+    again = {name: [] for name in variants}
     encoder = None
     for number in range(runs):
         for name, (edit, _) in variants.items():
@@ -89,6 +97,7 @@ def rows(programs, folder, cache, seconds, runs, long, say):
             identifier = exporter.add(recording, edit)
             costs[name].append(exporter.run(identifier))
             encoder = encoder or _encoder_of(costs[name][-1][0])
+            again[name].append(same_pictures(encoder, folder))
         say(f"round {number + 1} of {runs}: plain transcode")
         costs["plain"].append(plain_transcode(recording, encoder, folder))
         say(f"round {number + 1} of {runs}: melt")
@@ -97,6 +106,7 @@ def rows(programs, folder, cache, seconds, runs, long, say):
     result = []
     for name, (_, target) in variants.items():
         result += _against(f"export, {name}", costs[name], costs["plain"], "plain transcode", target)
+        result.append(_per_frame(f"export, {name}: processor time a frame", costs[name], again[name], "same pictures", "cpu", None))
     result += _against_melt(f"export, cuts alone, {usual}", costs[f"cuts alone, {usual}"], costs["melt"])
     result += _own_share([cost for name in variants for cost, _ in costs[name]])
     if long:
