@@ -14,6 +14,9 @@ using namespace std::chrono_literals;
 
 constexpr auto pointerInterval = std::chrono::duration_cast<CaptureClock::duration>(1s) / CaptureEngine::pointerRate;
 
+/// So long a recording waits for its first sample. Some desktops hand on no picture until something is drawn.
+constexpr auto longestStart = 300ms;
+
 struct TrackName {
     TrackKind kind;
     std::string_view file;
@@ -179,6 +182,14 @@ void CaptureEngine::accept(TrackKind kind, CaptureSample sample)
         m_writers.at(kind)->append(std::move(sample), *origin);
 }
 
+/// Time runs though nothing has come.
+void CaptureEngine::beginAnyway()
+{
+    const std::lock_guard lock(m_originMutex);
+    if (!m_origin)
+        m_origin = CaptureClock::now();
+}
+
 void CaptureEngine::fail(std::exception_ptr error)
 {
     {
@@ -197,7 +208,10 @@ void CaptureEngine::watch(const std::stop_token& stop)
     std::condition_variable_any wake;
     std::unique_lock lock(mutex);
     CaptureTime next = CaptureClock::now();
+    const CaptureTime latestBegin = next + longestStart;
     while (!stop.stop_requested()) {
+        if (CaptureClock::now() >= latestBegin)
+            beginAnyway();
         recordPointer(PointerKind::move);
         if (const auto begin = origin()) {
             for (const auto& [kind, writer] : m_writers)

@@ -23,8 +23,9 @@ namespace orvo {
 /// Records the screen, what the computer plays, the microphone and the camera, each into a file of its own on one common
 /// timeline, and watches the pointer beside them. One recording at a time, many one after the other.
 ///
-/// The first sample of screen or sound that is accepted is time 0 of every track. While paused everything that comes is
-/// dropped; the files go on with silence and a picture that stands, so that times keep counting.
+/// The first sample of screen or sound that is accepted is time 0 of every track; if none comes within a moment, as of a
+/// screen on which nothing moves, time runs from there. While paused everything that comes is dropped; the files go on with
+/// silence and a picture that stands, so that times keep counting.
 class CaptureEngine {
 public:
     /// Receives every pointer event. Called on threads of the engine's and the pointer monitor's. Set while stopped.
@@ -74,6 +75,7 @@ public:
 
 private:
     void accept(TrackKind kind, CaptureSample sample);
+    void beginAnyway();
     void fail(std::exception_ptr error);
     void openStreams(const CaptureSource& source, PictureSize size, const CaptureOptions& options);
     void makeWriter(TrackKind kind, SampleWriter::Settings settings);

@@ -22,7 +22,7 @@ constexpr std::size_t mostSoundBlocks = 500;
 /// A picture that stands is written again after so many seconds, so that the file is never far behind.
 constexpr double longestStanding = 0.25;
 
-/// How late sound may come, in seconds, before silence takes its place.
+/// How late sound or a first picture may come, in seconds, before silence or black takes its place.
 constexpr double longestDelay = 1;
 
 } // namespace
@@ -34,11 +34,7 @@ public:
         , m_settings(std::move(settings))
     {
         if (m_settings.size) {
-            m_file =
-                std::make_unique<TrackFile>(m_url, TrackFile::Pictures{.size = *m_settings.size, .fps = m_settings.fps});
-            m_pictures.emplace([this](const PictureTimeline::Placed& placed) {
-                m_file->write(placed.picture, placed.start, placed.length);
-            });
+            beginPictures();
         } else {
             TrackFile::makeEmpty(m_url);
         }
@@ -134,6 +130,8 @@ private:
         if (!step.sample)
             return follow(secondsBetween(step.origin, step.now));
         if (const auto* picture = std::get_if<CapturedPicture>(&*step.sample)) {
+            if (std::exchange(m_isStandIn, false))
+                beginPictures(); // Black was only in case that none would come.
             const double seconds = std::max(secondsBetween(step.origin, picture->time), 0.0);
             m_pictures->add(picture->memory, seconds);
             m_standsSince = seconds;
@@ -149,16 +147,39 @@ private:
         if (!m_settings.size) {
             if (now > longestDelay)
                 sound(m_settings.channels).fillUntil(now - longestDelay);
-        } else if (m_pictures->hasBegun() && now - m_standsSince > longestStanding) {
+            return;
+        }
+        if (!m_pictures->hasBegun() && now > longestDelay)
+            standIn();
+        if (m_pictures->hasBegun() && now - m_standsSince > longestStanding) {
             m_pictures->standUntil(now);
             m_standsSince = now;
         }
+    }
+
+    void beginPictures()
+    {
+        m_file.reset(); // It lets go of the file before that is made anew.
+        m_file = std::make_unique<TrackFile>(m_url, TrackFile::Pictures{.size = *m_settings.size, .fps = m_settings.fps});
+        m_pictures.emplace(
+            [this](const PictureTimeline::Placed& placed) { m_file->write(placed.picture, placed.start, placed.length); });
+    }
+
+    /// Black in place of pictures of which none has come.
+    void standIn()
+    {
+        const auto black = std::make_shared<PictureMemory>(*m_settings.size);
+        black->blacken();
+        m_pictures->add(black, 0);
+        m_isStandIn = true;
     }
 
     void close(std::optional<CaptureTime> end)
     {
         const std::optional<double> seconds =
             end && m_origin ? std::optional(std::max(secondsBetween(*m_origin, *end), 0.0)) : std::nullopt;
+        if (m_pictures && !m_pictures->hasBegun() && seconds > 0)
+            standIn();
         if (m_pictures)
             m_pictures->end(seconds.value_or(m_standsSince + 1.0 / m_settings.fps));
         else if (seconds)
@@ -189,6 +210,7 @@ private:
     std::optional<SoundTimeline> m_sound;
     std::optional<CaptureTime> m_origin;
     double m_standsSince = 0;
+    bool m_isStandIn = false; ///< What is in the file is black until the first picture comes.
     std::exception_ptr m_failure;
 
     std::mutex m_mutex; ///< Guards what waits.

@@ -20,8 +20,9 @@ using CaptureSample = std::variant<CapturedPicture, SoundBlock>;
 /// in fragments of two seconds, so that whatever ends the process costs no more than those.
 ///
 /// Time 0 of the file is the origin of the recording, and what is written keeps its time: where a track has nothing, as
-/// before its first sample, through a pause or while a device is away, sound is silent and the last picture stays. Sound
-/// whose clock runs faster or slower than the recording's is stretched by so little that nobody hears it.
+/// before its first sample, through a pause or while a device is away, sound is silent and the last picture stays. The first
+/// picture stands for what came before it; until it is there, and where none comes at all, the file is black. Sound whose
+/// clock runs faster or slower than the recording's is stretched by so little that nobody hears it.
 ///
 /// No operation but `finish` waits or touches the disk: all work is done in order on a thread of the writer's own. When that
 /// falls behind, pictures and sound are dropped rather than kept waiting.

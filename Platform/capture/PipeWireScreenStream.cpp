@@ -22,7 +22,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto longestAnswer = 5s;
+constexpr auto longestAnswer = 10s;
 constexpr std::size_t picturesInUse = 8;
 constexpr std::uint32_t largestCursor =
     256; ///< Pixels of a side: the picture of the cursor comes along, though it is not used.
@@ -35,6 +35,8 @@ using Loop = std::unique_ptr<pw_thread_loop, PipeWireRelease<pw_thread_loop_dest
 using Context = std::unique_ptr<pw_context, PipeWireRelease<pw_context_destroy>>;
 using Core = std::unique_ptr<pw_core, PipeWireRelease<pw_core_disconnect>>;
 using Stream = std::unique_ptr<pw_stream, PipeWireRelease<pw_stream_destroy>>;
+using Registry = std::unique_ptr<pw_registry,
+    PipeWireRelease<[](pw_registry* registry) { pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry)); }>>;
 
 Error endedError()
 {
@@ -123,6 +125,7 @@ public:
         if (m_timer)
             pw_loop_destroy_source(pw_thread_loop_get_loop(m_connection.loop.get()), m_timer);
         m_stream.reset();
+        m_registry.reset();
     }
 
     void start(Receiver receiver) override
@@ -133,7 +136,10 @@ public:
             connect();
         }
         std::unique_lock lock(m_mutex);
-        if (!m_changed.wait_for(lock, longestAnswer, [this] { return m_ended || m_format.size.width > 0; }) || m_ended)
+        // A picture may come much later: some desktops wait until something is drawn.
+        if (!m_changed.wait_for(lock, longestAnswer, [this] { return m_ended || (m_streaming && m_format.size.width > 0); }))
+            throw captureError("El escritorio comparte la pantalla, pero no entrega ninguna imagen de ella.");
+        if (m_ended)
             throw endedError();
     }
 
@@ -167,6 +173,14 @@ private:
             .process = &PipeWireScreenStream::pictureCame};
         pw_stream_add_listener(m_stream.get(), &m_listener, &events, this);
 
+        // A stream whose other end has gone only pauses.
+        m_registry.reset(pw_core_get_registry(m_connection.core.get(), PW_VERSION_REGISTRY, 0));
+        if (!m_registry)
+            throw endedError();
+        static constexpr pw_registry_events registryEvents{
+            .version = PW_VERSION_REGISTRY_EVENTS, .global_remove = &PipeWireScreenStream::objectWent};
+        pw_registry_add_listener(m_registry.get(), &m_registryListener, &registryEvents, this);
+
         std::array<std::uint8_t, 1024> memory{};
         spa_pod_builder builder{};
         spa_pod_builder_init(&builder, memory.data(), memory.size());
@@ -190,11 +204,28 @@ private:
             throw endedError();
     }
 
+    static void objectWent(void* self, std::uint32_t id)
+    {
+        if (id == of(self).m_source.stream->node())
+            of(self).end();
+    }
+
     static void stateChanged(void* self, pw_stream_state before, pw_stream_state state, const char*)
     {
         if (state == PW_STREAM_STATE_ERROR
             || (state == PW_STREAM_STATE_UNCONNECTED && before != PW_STREAM_STATE_UNCONNECTED))
             of(self).end();
+        else if (state == PW_STREAM_STATE_STREAMING)
+            of(self).begin();
+    }
+
+    void begin()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_streaming = true;
+        }
+        m_changed.notify_all();
     }
 
     void end()
@@ -383,10 +414,13 @@ private:
     std::condition_variable m_changed;
     spa_video_info_raw m_format{};
     std::optional<Point> m_pointer;
+    bool m_streaming = false; ///< Pictures may come.
     bool m_ended = false;
 
     PipeWireStream::Connection& m_connection; ///< The source holds it.
     spa_hook m_listener{};
+    spa_hook m_registryListener{};
+    Registry m_registry;
     Stream m_stream;
 };
 

@@ -19,7 +19,8 @@ namespace orvo::test {
 class SharedScreen::Stream {
 public:
     explicit Stream(const Form& form)
-        : m_form(form)
+        : draws(form.draws)
+        , m_form(form)
     {
         pw_init(nullptr, nullptr);
         m_loop = pw_thread_loop_new("shared screen", nullptr);
@@ -75,6 +76,7 @@ public:
         throw std::runtime_error("the stream gets no node");
     }
 
+    std::atomic<bool> draws;
     std::atomic<int> x = 0;
     std::atomic<int> y = 0;
 
@@ -105,7 +107,7 @@ private:
     {
         while (!stop.stop_requested()) {
             pw_thread_loop_lock(m_loop);
-            if (pw_stream_get_state(m_stream, nullptr) == PW_STREAM_STATE_STREAMING) {
+            if (draws && pw_stream_get_state(m_stream, nullptr) == PW_STREAM_STATE_STREAMING) {
                 if (pw_buffer* buffer = pw_stream_dequeue_buffer(m_stream)) {
                     fill(*buffer->buffer);
                     pw_stream_queue_buffer(m_stream, buffer);
@@ -176,6 +178,11 @@ int SharedScreen::connection()
 std::uint32_t SharedScreen::node() const
 {
     return m_stream->node();
+}
+
+void SharedScreen::beginToDraw()
+{
+    m_stream->draws = true;
 }
 
 void SharedScreen::movePointer(int x, int y)

@@ -6,7 +6,8 @@
 namespace orvo::test {
 
 /// A stream of pictures as a desktop's portal opens it: a node in the PipeWire of this process's environment. Its left half
-/// is red, its right half blue, and beside every picture it tells where the pointer is.
+/// is red, its right half blue, and beside every picture it tells where the pointer is. As of some desktops, of a screen on
+/// which nothing is drawn no picture comes.
 class SharedScreen {
 public:
     enum class Order : std::uint8_t { blueGreenRed, redGreenBlue };
@@ -15,6 +16,7 @@ public:
         std::uint32_t width = 320;
         std::uint32_t height = 180;
         Order order = Order::blueGreenRed;
+        bool draws = true; ///< Whether something is drawn from the start.
     };
 
     /// Offers the stream. Throws `std::runtime_error` without a PipeWire.
@@ -27,6 +29,9 @@ public:
     static int connection();
 
     std::uint32_t node() const;
+
+    /// From now on something is drawn all the time.
+    void beginToDraw();
 
     /// Where the pointer is from the next picture on, in pixels.
     void movePointer(int x, int y);

@@ -45,11 +45,7 @@ SoundWorld::SoundWorld()
 
 SoundWorld::~SoundWorld()
 {
-    endServer();
-    while (!m_programs.empty()) {
-        end(*m_programs.back());
-        m_programs.pop_back();
-    }
+    endPipeWire();
     if (m_before.isEmpty())
         qunsetenv(variable);
     else
@@ -84,6 +80,15 @@ void SoundWorld::endServer()
     if (m_server)
         end(*m_server);
     m_server.reset();
+}
+
+void SoundWorld::endPipeWire()
+{
+    endServer();
+    while (!m_programs.empty()) {
+        end(*m_programs.back());
+        m_programs.pop_back();
+    }
 }
 
 void SoundWorld::waitForPipeWire() const

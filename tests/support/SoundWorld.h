@@ -31,6 +31,9 @@ public:
     /// Starts it again, with loudspeakers and microphone.
     void startServer();
 
+    /// Ends PipeWire itself, for good.
+    void endPipeWire();
+
     static constexpr auto speakers = "speakers";
     static constexpr auto microphone = "rigmic";
     static constexpr auto feed = "micfeed";

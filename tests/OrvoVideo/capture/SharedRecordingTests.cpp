@@ -1,0 +1,107 @@
+#include "RecordingFixture.h"
+#include "TestSupport/SharedScreen.h"
+
+#include <array>
+#include <gmock/gmock.h>
+
+namespace orvo::test {
+
+namespace {
+
+/// Recordings of a stream as the portal opens it.
+class SharedRecording : public RecordingFixture {
+protected:
+    RecordingSession::Plan share(const SharedScreen::Form& form)
+    {
+        screen = std::make_unique<SharedScreen>(form);
+        CaptureSource source{
+            .id = "d1", .rect = {.width = static_cast<double>(form.width), .height = static_cast<double>(form.height)}};
+        source.stream = std::make_shared<const PipeWireStream>(SharedScreen::connection(), screen->node());
+        return planOf(source);
+    }
+
+    /// Red on the left, blue on the right.
+    static void expectShared(const Picture& picture)
+    {
+        const auto left = picture.mean(0.05, 0.1, 0.45, 0.9);
+        const auto right = picture.mean(0.55, 0.1, 0.95, 0.9);
+        EXPECT_GT(left.red, 180);
+        EXPECT_LT(left.blue, 60);
+        EXPECT_GT(right.blue, 180);
+        EXPECT_LT(right.red, 60);
+    }
+
+    /// The decoded frames of a project's screen, which is as long as the project.
+    std::vector<Picture> framesOf(const VideoProject& project)
+    {
+        const auto file = mediaOf(project, TrackKind::screen);
+        EXPECT_NEAR(probe(file).videoDuration, project.duration, 0.03);
+        return decodeFrames(file);
+    }
+
+    SoundWorld world; // Its PipeWire is what streams need.
+    std::unique_ptr<SharedScreen> screen;
+};
+
+TEST_F(SharedRecording, OfAScreenOnWhichNothingMovesBeginsAtOnceAndShowsWhatComesFirst)
+{
+    const auto plan = share({.draws = false});
+    const auto before = CaptureClock::now();
+    auto session = start(plan);
+    waitFor(*session, 3);
+    const double waited = secondsBetween(before, CaptureClock::now()) - session->time();
+    EXPECT_LT(waited, 1) << "the time of the recording runs from its start on";
+    screen->beginToDraw();
+    waitFor(*session, 4.5);
+    const auto project = session->stop().project;
+    EXPECT_EQ(project.state, ProjectState::ready);
+    const auto frames = framesOf(project);
+    ASSERT_GT(frames.size(), 10U);
+    expectShared(frames.front()); // What is drawn first stands for what was there before.
+    expectShared(frames.back());
+}
+
+TEST_F(SharedRecording, OfAScreenThatShowsNothingIsBlackAndKeepsTheSound)
+{
+    auto plan = share({.draws = false});
+    plan.options.microphone = true;
+    auto session = start(plan);
+    waitFor(*session, 5);
+    // What is there if the process ends now.
+    const auto copy = folder / "copy.mov";
+    std::filesystem::copy_file(mediaOf(session->project(), TrackKind::screen), copy);
+    EXPECT_THAT(decodeFrames(copy), testing::Not(testing::IsEmpty()));
+    const auto project = session->stop().project;
+    EXPECT_EQ(project.state, ProjectState::ready);
+    EXPECT_NEAR(probe(mediaOf(project, TrackKind::microphone)).audioDuration, project.duration, 0.03);
+    const auto frames = framesOf(project);
+    ASSERT_FALSE(frames.empty());
+    EXPECT_LT(frames.front().mean(0, 0, 1, 1).brightness(), 5);
+    EXPECT_LT(frames.back().mean(0, 0, 1, 1).brightness(), 5);
+}
+
+TEST_F(SharedRecording, EndsByItselfWithTheDesktopAndKeepsEverything)
+{
+    enum class End { stream, everything };
+    for (const auto ending : {End::stream, End::everything}) {
+        auto session = start(share({}));
+        waitFor(*session, 2);
+        if (ending == End::stream)
+            screen.reset();
+        else
+            world.endPipeWire();
+        ASSERT_TRUE(comesToHold([&] { return !error().empty(); }));
+        EXPECT_EQ(error(), "El escritorio ha dejado de compartir lo que se grababa.");
+        const auto result = session->stop();
+        EXPECT_EQ(result.error, std::nullopt);
+        EXPECT_EQ(result.project.state, ProjectState::ready);
+        EXPECT_GE(result.project.duration, 2);
+        const auto frames = framesOf(result.project);
+        ASSERT_GT(frames.size(), 30U);
+        expectShared(frames.back());
+    }
+}
+
+} // namespace
+
+} // namespace orvo::test
