@@ -23,6 +23,7 @@ namespace {
 using Arguments = std::vector<std::string>;
 
 constexpr std::size_t keySize = 16;
+constexpr std::string_view systemEncoder = "h264_videotoolbox";
 constexpr std::uintmax_t cipherBlock = 16; ///< Bytes; an encrypted segment is a multiple of it.
 
 void writeKey(const fs::path& file)
@@ -60,6 +61,16 @@ void append(Arguments& arguments, Arguments more)
     arguments.insert(arguments.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
 
+/// The encoder with its bit rate, which it keeps to within half a second: what the master playlist declares is then true of
+/// every segment, where one that saves bits for long would spend them all in the next. The system encoder has only the mean.
+Arguments encoderArguments(const VideoEncoder& encoder, std::int64_t bitRate)
+{
+    Arguments line = encoder.plainArguments(bitRate);
+    if (encoder.name != systemEncoder)
+        append(line, {"-maxrate", std::to_string(bitRate), "-bufsize", std::to_string(bitRate / 2)});
+    return line;
+}
+
 Arguments encoding(const VideoEncoder& encoder, const HlsLadder::Rendition& step, const fs::path& from, const KeyInfo& key,
     const fs::path& folder)
 {
@@ -69,7 +80,7 @@ Arguments encoding(const VideoEncoder& encoder, const HlsLadder::Rendition& step
     if (!encoder.upload.empty())
         filter += "," + encoder.upload;
     append(line, {"-i", from.string(), "-vf", filter});
-    append(line, encoder.plainArguments(step.bitRate));
+    append(line, encoderArguments(encoder, step.bitRate));
     const auto seconds = std::to_string(HlsLadder::segmentSeconds);
     append(line,
         {"-g", std::to_string(step.keyFrameInterval), "-force_key_frames", "expr:gte(t,n_forced*" + seconds + ")", "-c:a",

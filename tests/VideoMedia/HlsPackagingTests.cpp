@@ -86,6 +86,26 @@ std::vector<std::string> lines(const std::string& playlist, const std::string& b
     return result;
 }
 
+/// The bit rate of every run of segments that lasts about as long as one of them: half as long to one and a half times.
+std::vector<double> bitRates(const fs::path& rendition)
+{
+    std::vector<double> durations;
+    for (const auto& line : lines(readFile(rendition / "index.m3u8"), "#EXTINF:"))
+        durations.push_back(std::stod(line.substr(8)));
+    std::vector<double> rates;
+    for (std::size_t first = 0; first < durations.size(); ++first) {
+        double bits = 0;
+        double seconds = 0;
+        for (std::size_t last = first; last < durations.size(); ++last) {
+            bits += 8.0 * static_cast<double>(fs::file_size(rendition / std::format("{:05}.ts", last)));
+            seconds += durations[last];
+            if (seconds >= 3 && seconds <= 9)
+                rates.push_back(bits / seconds);
+        }
+    }
+    return rates;
+}
+
 /// The vector of a segment: the one that the playlist fixes for all, else its number.
 std::array<unsigned char, 16> vectorOf(const std::string& playlist, unsigned number)
 {
@@ -177,6 +197,27 @@ TEST_F(HlsPackaging, EveryRenditionPlaysFromItsKey)
     // A second package has another key.
     ExportService::hls(movie, project, folder / "again");
     EXPECT_NE(readFile(folder / "again/key.bin"), key);
+}
+
+TEST_F(HlsPackaging, NoSegmentTakesMoreThanIsDeclared)
+{
+    // What is still for long saves bits that what moves afterwards would spend at once. The last segment is a short one.
+    ffmpeg({"-f", "lavfi", "-i", "color=gray:size=320x240:rate=30:duration=18", "-f", "lavfi", "-i",
+        "nullsrc=size=320x240:rate=30:duration=9.5,geq=random(1)*255:128:128", "-f", "lavfi", "-i",
+        "anoisesrc=d=27.5:r=48000", "-filter_complex", "[0][1]concat=n=2", "-c:v", "libx264", "-preset", "ultrafast",
+        "-pix_fmt", "yuv420p", "-c:a", "aac", movie});
+    project.fps = 30;
+    for (const auto& [width, height] : {std::pair{320, 240}, {852, 480}}) {
+        project.width = width;
+        project.height = height;
+        const auto package = folder / std::to_string(height);
+        ExportService::hls(movie, project, package);
+        const auto declared = lines(readFile(package / "master.m3u8"), "#EXT-X-STREAM-INF:BANDWIDTH=");
+        const auto rates = bitRates(package / std::to_string(height));
+        ASSERT_EQ(declared.size(), 1U);
+        ASSERT_GE(rates.size(), 5U);
+        EXPECT_LE(std::ranges::max(rates), std::stod(declared[0].substr(28))) << height;
+    }
 }
 
 TEST_F(HlsPackaging, WhatFailsLeavesNoMasterPlaylistAndNoKeyInformation)
