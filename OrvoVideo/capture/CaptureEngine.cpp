@@ -131,13 +131,12 @@ void CaptureEngine::openStreams(const CaptureSource& source, PictureSize size, c
 
     std::unique_ptr<AudioStream> microphone;
     std::unique_ptr<AudioStream> systemAudio;
-    std::unique_ptr<CameraStream> camera;
+    std::unique_ptr<SteadyCamera> camera;
     if (options.microphone)
         microphone = AudioStream::open(AudioStream::Input::microphone, options.microphoneDevice, to(TrackKind::microphone));
     auto screen = ScreenStream::open(source, {.size = size, .fps = static_cast<int>(options.fps), .region = options.region});
     if (options.camera)
-        // Of a camera that is unplugged the last picture stays; all else goes on.
-        camera = CameraStream::open(options.cameraDevice, {.picture = to(TrackKind::camera), .ended = {}});
+        camera = std::make_unique<SteadyCamera>(options.cameraDevice, to(TrackKind::camera));
     if (options.systemAudio)
         systemAudio = AudioStream::open(AudioStream::Input::systemSound, options.systemAudioDevice, to(TrackKind::system));
     // What the others delivered until now is left out: the recording begins with the screen.
@@ -275,7 +274,7 @@ void CaptureEngine::endStreams()
     std::unique_ptr<ScreenStream> screen;
     std::unique_ptr<AudioStream> microphone;
     std::unique_ptr<AudioStream> systemAudio;
-    std::unique_ptr<CameraStream> camera;
+    std::unique_ptr<SteadyCamera> camera;
     // Declared behind them, the lock goes before they do.
     const std::lock_guard lock(m_streamMutex);
     screen = std::exchange(m_screen, nullptr);

@@ -2,9 +2,9 @@
 
 #include "OrvoVideo/capture/CaptureOptions.h"
 #include "OrvoVideo/capture/SampleWriter.h"
+#include "OrvoVideo/capture/SteadyCamera.h"
 #include "Platform/PointerMonitor.h"
 #include "Platform/capture/AudioInputs.h"
-#include "Platform/capture/Cameras.h"
 #include "Platform/capture/ScreenStream.h"
 #include "VideoCore/VideoProject.h"
 
@@ -44,7 +44,7 @@ public:
     /// Begins to record into the folder `directory`, which exists. Blocks until everything runs; returns the tracks.
     ///
     /// Throws `captureError` with a text for the user when a device is missing or refused, and what `ScreenStream`,
-    /// `AudioStream`, `CameraStream` and `SampleWriter` throw; nothing runs then.
+    /// `AudioStream`, `SteadyCamera` and `SampleWriter` throw; nothing runs then.
     std::vector<MediaTrack> start(
         const CaptureSource& source, const std::filesystem::path& directory, const CaptureOptions& options);
 
@@ -92,7 +92,7 @@ private:
     std::unique_ptr<ScreenStream> m_screen;
     std::unique_ptr<AudioStream> m_systemAudio;
     std::unique_ptr<AudioStream> m_microphone;
-    std::unique_ptr<CameraStream> m_camera;
+    std::unique_ptr<SteadyCamera> m_camera;
 
     std::map<TrackKind, std::unique_ptr<SampleWriter>> m_writers; ///< Changes only while stopped.
 

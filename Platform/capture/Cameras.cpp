@@ -75,11 +75,12 @@ std::vector<Found> cameras()
 
 class GstCameraStream final : public CameraStream {
 public:
-    GstCameraStream(GstDevice* device, Receiver receiver)
-        : m_receiver(std::move(receiver))
+    GstCameraStream(const Found& camera, Receiver receiver)
+        : m_id(camera.camera.id)
+        , m_receiver(std::move(receiver))
         , m_pool(size, picturesInUse)
     {
-        GstElement* source = gst_device_create_element(device, "source");
+        GstElement* source = gst_device_create_element(camera.device.get(), "source");
         if (!source)
             throw captureError("No se puede abrir la cámara.");
         m_bin.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr))));
@@ -102,6 +103,8 @@ public:
         gst_element_link_many(source, filter, decoder, nullptr);
         gst_element_link(m_converter, m_sink);
         g_signal_connect(decoder, "pad-added", G_CALLBACK(&GstCameraStream::decoded), this);
+        const GstPadHandle entry(gst_element_get_static_pad(filter, "sink"));
+        gst_pad_add_probe(entry.get(), GST_PAD_PROBE_TYPE_EVENT_UPSTREAM, &GstCameraStream::askedAgain, nullptr, nullptr);
 
         GstAppSinkCallbacks callbacks{};
         callbacks.new_sample = &GstCameraStream::pictureCame;
@@ -116,12 +119,14 @@ public:
 
     ~GstCameraStream() override { gst_element_set_state(m_bin.get(), GST_STATE_NULL); }
 
-    void start()
+    const std::string& device() const override { return m_id; }
+
+    void start(const std::stop_token& stop)
     {
         if (gst_element_set_state(m_bin.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE)
             fail();
         std::unique_lock lock(m_mutex);
-        const bool answered = m_changed.wait_for(lock, longestStart, [this] { return m_running || m_failure; });
+        const bool answered = m_changed.wait_for(lock, stop, longestStart, [this] { return m_running || m_failure; });
         if (!answered || m_failure)
             throw captureError(m_failure.value_or("No se puede abrir la cámara."));
     }
@@ -134,6 +139,14 @@ private:
         const GstPadHandle target(gst_element_get_static_pad(of(self).m_converter, "sink"));
         if (!gst_pad_is_linked(target.get()))
             gst_pad_link(pad, target.get());
+    }
+
+    /// The decoder is linked when it has seen a picture, which asks the camera to agree on a form once more. All forms are
+    /// converted behind it, and some cameras do not come back when they are let go of for that.
+    static GstPadProbeReturn askedAgain(GstPad*, GstPadProbeInfo* info, gpointer)
+    {
+        return GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_RECONFIGURE ? GST_PAD_PROBE_DROP
+                                                                                       : GST_PAD_PROBE_OK;
     }
 
     static GstFlowReturn pictureCame(GstAppSink* sink, gpointer self)
@@ -219,6 +232,7 @@ private:
             m_receiver.ended(std::make_exception_ptr(captureError("La cámara se ha desconectado.")));
     }
 
+    const std::string m_id;
     const Receiver m_receiver;
     PicturePool m_pool;
     GstElementHandle m_bin;
@@ -226,7 +240,7 @@ private:
     GstElement* m_sink = nullptr;
 
     std::mutex m_mutex; ///< Guards the following.
-    std::condition_variable m_changed;
+    std::condition_variable_any m_changed;
     bool m_running = false;
     std::optional<std::string> m_failure;
 };
@@ -241,15 +255,15 @@ std::vector<CameraDevice> Cameras::list()
     return list;
 }
 
-std::unique_ptr<CameraStream> CameraStream::open(const std::string& device, Receiver receiver)
+std::unique_ptr<CameraStream> CameraStream::open(const std::string& device, Receiver receiver, const std::stop_token& stop)
 {
     const auto found = cameras();
     const auto chosen =
         std::ranges::find_if(found, [&](const Found& camera) { return device.empty() || camera.camera.id == device; });
     if (chosen == found.end())
         throw captureError("No hay una cámara disponible.");
-    auto stream = std::make_unique<GstCameraStream>(chosen->device.get(), std::move(receiver));
-    stream->start();
+    auto stream = std::make_unique<GstCameraStream>(*chosen, std::move(receiver));
+    stream->start(stop);
     return stream;
 }
 

@@ -5,6 +5,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -38,8 +39,13 @@ public:
     /// Begins to record from the camera with this identifier, or with an empty one from the first. Waits until it runs.
     ///
     /// Throws `captureError`: "No hay una cámara disponible." when there is none, "No se puede abrir la cámara." when it
-    /// does not run, "Activa el permiso de cámara en Ajustes del Sistema." when the system refuses it.
-    static std::unique_ptr<CameraStream> open(const std::string& device, Receiver receiver);
+    /// does not run or the wait is given up, "Activa el permiso de cámara en Ajustes del Sistema." when the system refuses
+    /// it.
+    static std::unique_ptr<CameraStream> open(
+        const std::string& device, Receiver receiver, const std::stop_token& stop = {});
+
+    /// The identifier of the camera.
+    virtual const std::string& device() const = 0;
 
     CameraStream() = default;
     CameraStream(const CameraStream&) = delete;
