@@ -1,6 +1,9 @@
 #include "OrvoVideo/publishing/HttpClient.h"
 
+#include "Platform/SystemProxy.h"
+
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <curl/curl.h>
 #include <format>
@@ -14,6 +17,8 @@ namespace {
 
 constexpr long uploadBuffer = 64L << 10; ///< Bytes that are handed to the connection at once.
 constexpr int longestWait = 1'000; ///< Milliseconds between two looks at the limits.
+constexpr auto proxyLimit = std::chrono::seconds(3); ///< For the desktop to say which proxy it wants.
+constexpr long refusedByProxy = 300; ///< Statuses of a proxy from here on say that it does not let through.
 
 struct Deleter {
     void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
@@ -89,6 +94,15 @@ std::string failureText(CURLcode code, const std::string& host)
     default:
         return std::format("No se ha podido hablar con el servidor «{}» ({}).", host, curl_easy_strerror(code));
     }
+}
+
+/// Whether libcurl finds a proxy in the environment.
+bool environmentNamesProxy()
+{
+    return std::ranges::any_of(std::array{"https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"}, [](const char* name) {
+        const char* value = std::getenv(name);
+        return value && *value;
+    });
 }
 
 /// The body of an answer as it comes.
@@ -194,6 +208,8 @@ HttpResponse HttpClient::send(const HttpRequest& request, const std::stop_token&
     set(CURLOPT_USERAGENT, "OrvoVideo");
     if (host == "localhost")
         set(CURLOPT_PROXY, "");
+    else if (const auto& proxy = desktopProxy(request.url, stop); !proxy.empty())
+        set(CURLOPT_PROXY, proxy.c_str());
     if (const char* file = std::getenv("SSL_CERT_FILE"); file && *file)
         set(CURLOPT_CAINFO, file);
     if (const char* folder = std::getenv("SSL_CERT_DIR"); folder && *folder)
@@ -235,6 +251,11 @@ HttpResponse HttpClient::send(const HttpRequest& request, const std::stop_token&
         }
         if (stop.stop_requested())
             throw Cancelled();
+        long proxyStatus = 0;
+        curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
+        if (code != CURLE_OK && proxyStatus >= refusedByProxy)
+            throw TransportError(
+                code, std::format("El proxy del sistema no deja llegar al servidor «{}» ({}).", host, proxyStatus));
         if (code != CURLE_OK)
             throw TransportError(code, failureText(code, host));
     }
@@ -245,6 +266,18 @@ HttpResponse HttpClient::send(const HttpRequest& request, const std::stop_token&
     if (location)
         response.location = location;
     return response;
+}
+
+const std::string& HttpClient::desktopProxy(const std::string& url, const std::stop_token& stop)
+{
+    static const std::string none;
+    if (environmentNamesProxy())
+        return none;
+    const std::string origin = originOf(url);
+    const auto known = m_proxies.find(origin);
+    if (known != m_proxies.end())
+        return known->second;
+    return m_proxies.emplace(origin, SystemProxy::of(url, proxyLimit, stop)).first->second;
 }
 
 std::string originOf(const std::string& url)

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <span>
 #include <stop_token>
@@ -41,8 +42,8 @@ struct HttpResponse {
 /// Sends requests one after the other over connections that are kept. One thread at a time.
 ///
 /// Certificates are verified with the system's authorities, or those that SSL_CERT_FILE and SSL_CERT_DIR name. Proxies are
-/// those of the environment; "localhost" is reached directly. Redirections are not followed: who sends a credential decides
-/// where to.
+/// those of the environment, else those of the desktop's settings; "localhost" is reached directly. Redirections are not
+/// followed: who sends a credential decides where to.
 class HttpClient {
 public:
     struct Limits {
@@ -61,8 +62,12 @@ public:
 
 private:
     struct Handles;
+    /// The proxy for an address where the environment names none; empty for none at all.
+    const std::string& desktopProxy(const std::string& url, const std::stop_token& stop);
+
     std::unique_ptr<Handles> m_handles;
     Limits m_limits;
+    std::map<std::string, std::string> m_proxies; ///< What the desktop has said, by origin.
 };
 
 /// What is the same for two addresses that are one server: scheme, host and port, as "https://host:443". Empty for a text

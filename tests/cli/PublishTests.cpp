@@ -5,7 +5,9 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
 #include <gmock/gmock.h>
+#include <map>
 #include <thread>
 
 namespace orvo::test {
@@ -100,6 +102,45 @@ TEST_F(Publish, AKilledUploadGoesOn)
     const auto outcome = program.end();
     EXPECT_EQ(outcome.status, 130);
     EXPECT_THAT(outcome.err, Not(HasSubstr(PublishingServer::token)));
+}
+
+TEST_F(Publish, GoesThroughTheProxyOfTheSystem)
+{
+    const PublishingServer proxy(true);
+    const auto address = "https://video.ejemplo.es:" + std::to_string(server.port());
+    const auto at = "127.0.0.1:" + std::to_string(proxy.port());
+    ASSERT_EQ(orvo({"settings", "--server", address}).status, 0);
+    const auto keyfile = folder / "config/glib-2.0/settings/keyfile";
+    fs::create_directories(keyfile.parent_path());
+    std::ofstream(keyfile) << "[system/proxy]\nmode='manual'\n[system/proxy/https]\nhost='127.0.0.1'\nport=" << proxy.port()
+                           << "\n";
+    std::ofstream(folder / "config/kioslaverc")
+        << "[Proxy Settings]\nProxyType=1\nhttpsProxy=http://127.0.0.1 " << proxy.port() << "\n";
+    const auto before = setup.environment;
+    for (const std::map<std::string, std::string>& way :
+        {std::map<std::string, std::string>{{"https_proxy", "http://" + at}}, {{"ALL_PROXY", at}},
+            {{"XDG_CURRENT_DESKTOP", "GNOME"}, {"GSETTINGS_BACKEND", "keyfile"}}, {{"XDG_CURRENT_DESKTOP", "KDE"}}}) {
+        SCOPED_TRACE(way.begin()->first + "=" + way.begin()->second);
+        setup.environment = before;
+        setup.environment.insert(way.begin(), way.end());
+        proxy.forgetRequests();
+        server.forgetRequests();
+        EXPECT_TRUE(answer({"settings", "--check"})["driveConnected"].flag());
+        ASSERT_EQ(proxy.requests().size(), 1U);
+        EXPECT_EQ(proxy.requests()[0].path, address.substr(8));
+        EXPECT_EQ(proxy.requests()[0].authorization, "");
+        EXPECT_THAT(server.asked(), ElementsAre("GET /api/status"));
+        // Past it, and where it leads nowhere.
+        EXPECT_EQ(orvo({"settings", "--server", server.address(), "--check"}).status, 0);
+        EXPECT_EQ(proxy.requests().size(), 1U) << "this machine is reached directly";
+        EXPECT_THAT(orvo({"settings", "--server", "https://video.ejemplo.es:1", "--check"}).err,
+            HasSubstr("El proxy del sistema no deja llegar al servidor «video.ejemplo.es» (502)."));
+        EXPECT_EQ(orvo({"settings", "--server", address}).status, 0);
+    }
+    setup.environment = before;
+    setup.environment["https_proxy"] = "http://" + at;
+    setup.environment["no_proxy"] = "ejemplo.es";
+    EXPECT_THAT(orvo({"settings", "--check"}).err, HasSubstr("No se encuentra el servidor «video.ejemplo.es»"));
 }
 
 TEST_F(Publish, WrongUseAndFailuresAreTold)
