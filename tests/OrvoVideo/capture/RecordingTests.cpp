@@ -128,6 +128,37 @@ TEST_F(ScreenRecording, OfAWindowFollowsItAndIsWholeUnderOthers)
         << "the pointer is told relative to where the window has moved";
 }
 
+TEST_F(ScreenRecording, OfADisplayThatChangesItsSizeShowsAllOfItAllTheTime)
+{
+    const PatternWindow pattern({.x = 0, .y = 0, .width = 320, .height = 270});
+    ASSERT_TRUE(run("xrandr", {"--newmode", "small", "10", "320", "330", "340", "350", "270", "280", "290", "300"}));
+    ASSERT_TRUE(run("xrandr", {"--addmode", "screen", "small"}));
+    auto session = start(planOf(CaptureSources::displays().front()));
+    waitFor(*session, 1.5);
+    ASSERT_TRUE(run("xrandr", {"--output", "screen", "--mode", "small"}));
+    const double small = session->time();
+    waitFor(*session, small + 1.5);
+    ASSERT_TRUE(run("xrandr", {"--output", "screen", "--mode", "640x360"}));
+    const double large = session->time();
+    waitFor(*session, large + 1.5);
+    const auto project = session->stop().project;
+    EXPECT_EQ(project.state, ProjectState::ready);
+    EXPECT_THAT(error(), IsEmpty());
+
+    const auto file = mediaOf(project, TrackKind::screen);
+    EXPECT_NEAR(probe(file).videoDuration, project.duration, 0.02);
+    const auto frames = TimePattern::framesOf(file);
+    const auto at = [&](double time) {
+        return std::ranges::find_last_if(frames, [time](const auto& frame) { return frame.time <= time; }).begin()->picture;
+    };
+    expectCorners(at(1.2), {0, 0, 320, 270});
+    expectCorners(at(small + 1.2), {160, 45, 320, 270}); // Not enlarged, with black around it.
+    EXPECT_LT(at(small + 1.2).mean(0, 0, 0.24, 1).brightness(), 5);
+    EXPECT_LT(at(small + 1.2).mean(0, 0.9, 1, 1).brightness(), 5);
+    expectCorners(at(large + 1.2), {0, 0, 320, 270});
+    EXPECT_GT(*frames.back().shown, *frames.front().shown + large) << "it goes on";
+}
+
 TEST_F(ScreenRecording, StandsStillWithoutChangesAndLastsAsLongAsItTook)
 {
     const auto recorded = record(planOf(CaptureSources::displays().front()), 3);
