@@ -2,55 +2,149 @@
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/Media.h"
 
+#include <QProcess>
 #include <QSettings>
-#include <algorithm>
+#include <csignal>
 
 namespace orvo::test {
 
 namespace {
 
-/// The model on a Wayland desktop with one screen of 1280×720 in one colour, which its portal shares without asking.
-class WaylandRecordingTests : public ModelFixture {
+/// One colour over the whole of the screen, drawn again and again.
+class Film {
+public:
+    Film()
+    {
+        m_program.setStandardOutputFile(QProcess::nullDevice());
+        m_program.setStandardErrorFile(QProcess::nullDevice());
+        m_program.start("gst-launch-1.0",
+            {"-q", "videotestsrc", "is-live=true", "pattern=solid-color", "foreground-color=0xff205080", "!",
+                "video/x-raw,width=1280,height=720,framerate=30/1", "!", "waylandsink"});
+    }
+    ~Film()
+    {
+        m_program.kill();
+        m_program.waitForFinished();
+    }
+    Film(const Film&) = delete;
+    Film& operator=(const Film&) = delete;
+
+    static void expectShown(const Picture& picture)
+    {
+        const auto colour = picture.mean(0.1, 0.1, 0.9, 0.9);
+        EXPECT_NEAR(colour.red, 0x20, 6);
+        EXPECT_NEAR(colour.green, 0x50, 6);
+        EXPECT_NEAR(colour.blue, 0x80, 6);
+    }
+
+private:
+    QProcess m_program;
+};
+
+/// The model on a Wayland desktop with one screen of 1280×720, which its portal shares without asking.
+class WaylandFixture : public ModelFixture {
 protected:
-    WaylandRecordingTests()
+    WaylandFixture()
     {
         QSettings().clear();
         windowSystem = orvo::windowSystem();
         screenCast = [] { return std::make_unique<ScreenCast>(); };
     }
-};
 
-TEST_F(WaylandRecordingTests, RecordsWhatThePortalShares)
-{
-    ASSERT_EQ(windowSystem, WindowSystem::wayland);
-    start();
-    auto options = model->options();
-    options.microphone = options.systemAudio = false;
-    model->setOptions(options);
+    void begin()
+    {
+        ASSERT_EQ(windowSystem, WindowSystem::wayland);
+        start();
+        auto options = model->options();
+        options.microphone = options.systemAudio = false;
+        model->setOptions(options);
+    }
 
-    for (int recording = 1; recording <= 2; ++recording) { // A second one shares anew.
+    void record()
+    {
         model->startRecording();
         ASSERT_TRUE(comesToHold([&] { return !model->busy() || model->isRecording(); }));
         ASSERT_EQ(model->errorMessage(), "");
-        EXPECT_EQ(model->captured()->source.label, "Pantalla elegida · 1280×720");
-        ASSERT_TRUE(comesToHold([&] { return model->recordingTime() >= 2; }));
-        model->stopRecording();
-        ASSERT_TRUE(comesToHold([&] { return !model->busy() && !model->isRecording(); }));
-        ASSERT_EQ(model->errorMessage(), "");
+    }
+
+    /// Waits until the recording is this long.
+    [[nodiscard]] bool lasts(double seconds)
+    {
+        return comesToHold([&] { return model->recordingTime() >= seconds; });
+    }
+
+    [[nodiscard]] bool endsSoon()
+    {
+        return comesToHold([&] { return !model->busy() && !model->isRecording(); });
+    }
+
+    /// The frames of the open project's screen, which is as long as the project.
+    std::vector<Picture> frames()
+    {
+        EXPECT_EQ(project().state, ProjectState::ready);
         EXPECT_EQ(project().width, 1280);
         EXPECT_EQ(project().height, 720);
-        EXPECT_GE(project().duration, 2);
         const auto file = store.mediaURL(project(), "media/screen.mov");
-        EXPECT_NEAR(probe(file).videoDuration, project().duration, 0.5);
-        const auto frames = decodeFrames(file);
-        ASSERT_FALSE(frames.empty());
-        const auto colour = frames.back().mean(0.1, 0.1, 0.9, 0.9);
-        EXPECT_NEAR(colour.red, 0x20, 6);
-        EXPECT_NEAR(colour.green, 0x50, 6);
-        EXPECT_NEAR(colour.blue, 0x80, 6);
+        EXPECT_NEAR(probe(file).videoDuration, project().duration, 0.1);
+        return decodeFrames(file);
+    }
+};
+
+class WaylandRecordingTests : public WaylandFixture { };
+
+TEST_F(WaylandRecordingTests, RecordsWhatThePortalShares)
+{
+    const Film film;
+    begin();
+    for (int recording = 1; recording <= 2; ++recording) { // A second one shares anew.
+        record();
+        EXPECT_EQ(model->captured()->source.label, "Pantalla elegida · 1280×720");
+        ASSERT_TRUE(lasts(2));
+        model->stopRecording();
+        ASSERT_TRUE(endsSoon());
+        ASSERT_EQ(model->errorMessage(), "");
+        EXPECT_GE(project().duration, 2);
+        const auto shown = frames();
+        ASSERT_FALSE(shown.empty());
+        Film::expectShown(shown.back());
     }
     EXPECT_TRUE(model->capture()->pointerNote().contains("clics"))
         << "this desktop tells no program of presses in others, and nor does the machine";
+}
+
+TEST_F(WaylandRecordingTests, AScreenOnWhichNothingMovesIsRecordedFromTheStart)
+{
+    begin();
+    record();
+    ASSERT_TRUE(lasts(3));
+    const Film film;
+    ASSERT_TRUE(lasts(6));
+    model->stopRecording();
+    ASSERT_TRUE(endsSoon());
+    ASSERT_EQ(model->errorMessage(), "");
+    const auto shown = frames();
+    ASSERT_FALSE(shown.empty());
+    Film::expectShown(shown.back());
+}
+
+class WaylandEndTests : public WaylandFixture { };
+
+TEST_F(WaylandEndTests, ARecordingEndsWithTheCompositorAndIsKept)
+{
+    const Film film;
+    begin();
+    record();
+    ASSERT_TRUE(lasts(2));
+    ASSERT_EQ(::kill(qEnvironmentVariableIntValue("COMPOSITOR"), SIGKILL), 0);
+    ASSERT_TRUE(endsSoon());
+    // The portal and the stream both tell.
+    EXPECT_TRUE(model->errorMessage().startsWith("El escritorio ha dejado de compartir"))
+        << qPrintable(model->errorMessage());
+    EXPECT_EQ(model->status(), "Grabación guardada");
+    const auto shown = frames();
+    ASSERT_FALSE(shown.empty());
+    EXPECT_GE(project().duration, 2);
+    Film::expectShown(shown.back());
 }
 
 } // namespace
