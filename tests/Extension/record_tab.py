@@ -4,7 +4,6 @@ record_tab.py ORVO ORVOBRIDGE EXTENSION ORIGIN_FILE CASE
 """
 
 import array
-import http.server
 import json
 import os
 import shutil
@@ -12,129 +11,10 @@ import signal
 import subprocess
 import sys
 import tempfile
-import threading
 import time
-from functools import partial
 from pathlib import Path
 
-HERE = Path(__file__).resolve().parent
-LIMIT = 60  # Seconds that anything may take on a loaded machine.
-
-
-def fail(text):
-    raise SystemExit(f"FAILED: {text}")
-
-
-def expect(holds, text):
-    if not holds:
-        fail(text)
-
-
-def wait_for(what, condition):
-    end = time.monotonic() + LIMIT
-    while time.monotonic() < end:
-        if result := condition():
-            return result
-        time.sleep(0.1)
-    fail(f"waited too long for {what}")
-
-
-class QuietHandler(http.server.SimpleHTTPRequestHandler):
-    def log_message(self, *_):
-        pass
-
-
-class Browser:
-    """A display, a browser with the extension and the test page, and a library of its own."""
-
-    def __init__(self, orvo, bridge, extension, origin, folder):
-        self.orvo = orvo
-        self.library = folder / "library"
-        self.processes = []
-        number = self._display()
-        self.environment = {**os.environ, "DISPLAY": f":{number}", "HOME": str(folder), "ORVO_LIBRARY": str(self.library),
-                            "XDG_CONFIG_HOME": str(folder / "config"), "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
-        self.environment.pop("WAYLAND_DISPLAY", None)
-        profile = folder / "profile"
-        hosts = profile / "NativeMessagingHosts"
-        hosts.mkdir(parents=True)
-        self.manifest = hosts / "es.orvo.video.json"
-        self.manifest.write_text(json.dumps({"name": "es.orvo.video", "description": "Orvo Video Native Bridge", "path": bridge,
-                                             "type": "stdio", "allowed_origins": [Path(origin).read_text().strip()]}))
-        server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), partial(QuietHandler, directory=HERE))
-        threading.Thread(target=server.serve_forever, daemon=True).start()
-        self.address = f"http://127.0.0.1:{server.server_port}/page.html"
-        self.chromium = self._start(
-            ["chromium", "--no-sandbox", f"--user-data-dir={profile}", f"--load-extension={extension}", "--no-first-run",
-             "--disable-features=DisableLoadExtensionCommandLineSwitch", "--autoplay-policy=no-user-gesture-required",
-             f"--allowlisted-extension-id={Path(origin).read_text().strip().split('/')[2]}",
-             "--password-store=basic", "--disable-gpu", "--window-position=0,0", "--window-size=1000,700", self.address])
-        self.xdotool("search", "--sync", "--onlyvisible", "--name", "Reloj de prueba")
-        time.sleep(2)  # The extension's shortcuts are there a moment after the window.
-        self.focus()
-
-    def _display(self):
-        read, write = os.pipe()
-        self._start(["Xvfb", "-displayfd", str(write), "-screen", "0", "1000x700x24", "-nolisten", "tcp", "-noreset"],
-                    pass_fds=[write])
-        os.close(write)
-        with os.fdopen(read) as numbers:
-            return int(numbers.readline())
-
-    def _start(self, command, **options):
-        environment = getattr(self, "environment", None)
-        process = subprocess.Popen(command, env=environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                   start_new_session=True, **options)
-        self.processes.append(process)
-        return process
-
-    def close(self):
-        for process in reversed(self.processes):
-            try:
-                os.killpg(process.pid, signal.SIGKILL)
-            except ProcessLookupError:
-                pass
-            process.wait()
-
-    def xdotool(self, *words):
-        return subprocess.run(["xdotool", *words], env=self.environment, timeout=LIMIT, stdout=subprocess.PIPE).stdout.decode()
-
-    def focus(self):
-        self.xdotool("search", "--sync", "--onlyvisible", "--name", "Reloj de prueba", "windowfocus", "--sync", "%@")
-
-    def press(self, keys):
-        self.xdotool("key", "--clearmodifiers", keys)
-
-    def command(self, *words):
-        outcome = subprocess.run([self.orvo, *words], env=self.environment, stdout=subprocess.PIPE)
-        expect(outcome.returncode == 0, f"orvo {words} failed")
-        return outcome.stdout.decode()
-
-    def projects(self):
-        """The documents themselves: nothing prepares or marks them here."""
-        return [json.loads(file.read_text()) for file in self.library.glob("*/project.json")]
-
-    def helper(self):
-        """The process of the helper that records."""
-        marks = list(self.library.glob("*/capture-session.json"))
-        return json.loads(marks[0].read_text())["pid"] if marks else None
-
-    def begin(self):
-        self.press("ctrl+shift+7")
-        project = wait_for("the recording", lambda: next(iter(self.projects()), None))
-        expect(project["state"] == "recording-tab", f"the project is {project['state']}")
-        wait_for("the first piece", lambda: self.media(project, "screen").exists() and self.media(project, "screen").stat().st_size)
-        return project["id"]
-
-    def media(self, project, kind):
-        return self.library / project["id"] / "media" / f"{kind}.webm"
-
-    def prepared(self, identifier):
-        self.command("recover", identifier)
-        project = json.loads(self.command("show", identifier, "--json"))
-        expect(project["state"] == "ready", f"the prepared project is {project['state']}")
-        screen = next(track for track in project["tracks"] if track["kind"] == "screen")
-        return project, self.library / identifier / screen["file"]
+from browser import Browser, expect, wait_for
 
 
 def probed(file):
@@ -159,13 +39,16 @@ def flashes(file):
     return result
 
 
-def beeps(file):
-    """When the sound begins after silence, in seconds."""
+def samples_of(file):
     raw = subprocess.run(["ffmpeg", "-v", "error", "-i", str(file), "-vn", "-ac", "1", "-ar", "48000", "-f", "s16le", "-"],
                          stdout=subprocess.PIPE, check=True).stdout
-    samples = array.array("h", raw)
+    return array.array("h", raw)
+
+
+def beeps(file):
+    """When the sound begins after silence, in seconds."""
     result, quiet = [], 0
-    for at, sample in enumerate(samples):
+    for at, sample in enumerate(samples_of(file)):
         if abs(sample) > 1500:
             if quiet > 24000:
                 result.append(at / 48000)
@@ -259,11 +142,76 @@ def closed_tab(browser):
     expect(float(probed(screen)["video"]["duration"]) > 3, "too little is left")
 
 
+def with_devices(browser):
+    """Microphone and camera are tracks of their own, in time with the tab."""
+    browser.in_extension("chrome.storage.local.set({ options: { height: 720, fps: 30, microphone: true, camera: true } })")
+    identifier = browser.begin()
+    time.sleep(6)
+    browser.press("ctrl+shift+7")
+    wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
+    project, screen = browser.prepared(identifier)
+    seconds = float(probed(screen)["video"]["duration"])
+    tracks = {track["kind"]: track for track in project["tracks"]}
+    expect({"screen", "microphone", "camera"} <= tracks.keys(), f"only {list(tracks)}")
+    for kind, stream in (("microphone", "audio"), ("camera", "video")):
+        facts = probed(screen.parent.parent / tracks[kind]["file"])[stream]
+        ends = tracks[kind]["start"] + float(facts["duration"])
+        print(f"{kind}: from {tracks[kind]['start']:.3f} s to {ends:.2f} s of {seconds:.2f} s")
+        expect(0 <= tracks[kind]["start"] < 2, f"the {kind} begins at {tracks[kind]['start']} s")
+        expect(abs(ends - seconds) < 0.7, f"the {kind} ends at {ends} s, the screen at {seconds} s")
+    expect(max(samples_of(screen.parent.parent / tracks["microphone"]["file"])) > 1500, "the microphone is silent")
+
+
+def navigated(browser):
+    """The tab goes to another page: the recording goes on, and so does the pointer."""
+    identifier = browser.begin()
+    time.sleep(2)
+    browser.press("ctrl+l")
+    browser.xdotool("type", "--delay", "20", f"{browser.address}?again")
+    browser.press("Return")
+    time.sleep(4)
+    browser.xdotool("mousemove", "500", "300", "sleep", "0.5", "mousemove", "500", "400", "sleep", "0.3", "click", "1")
+    time.sleep(2)
+    browser.press("ctrl+shift+7")
+    wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
+    project, screen = browser.prepared(identifier)
+    expect(float(probed(screen)["video"]["duration"]) > 7, "too little is left")
+    clicks = [event["time"] for event in project["edit"]["events"] if event["kind"] == "click"]
+    expect(len(clicks) == 1 and clicks[0] > 5, f"presses at {clicks}")
+
+
+def asked_twice(browser):
+    """There is one recording at a time, whatever tab asks."""
+    identifier = browser.begin()
+    time.sleep(1)
+    browser.press("ctrl+t")  # In another tab the same shortcut ends the one recording there is.
+    time.sleep(2)
+    browser.press("ctrl+shift+7")
+    wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
+    expect(len(browser.projects()) == 1, "there are two recordings")
+    browser.prepared(identifier)
+
+
+def stop_worker(browser):
+    targets = browser.tools.call("Target.getTargets")["targetInfos"]
+    worker = next(target for target in targets if target["type"] == "service_worker" and browser.extension in target["url"])
+    browser.tools.call("Target.closeTarget", targetId=worker["targetId"])
+
+
+def reload_extension(browser):
+    browser.in_extension("setTimeout(() => chrome.runtime.reload(), 200) && null")
+
+
 CASES = {
     "whole": whole,
     "closed_tab": closed_tab,
     "browser_killed": cut_off(lambda browser: os.killpg(browser.chromium.pid, signal.SIGKILL)),
     "browser_closed": cut_off(lambda browser: browser.press("ctrl+shift+w")),
+    "extension_reloaded": cut_off(reload_extension),
+    "worker_stopped": cut_off(stop_worker),
+    "with_devices": with_devices,
+    "navigated": navigated,
+    "asked_twice": asked_twice,
     "helper_killed": cut_off(lambda browser: os.kill(browser.helper(), signal.SIGKILL)),
 }
 
@@ -275,6 +223,7 @@ def main():
     try:
         CASES[case](browser)
     except BaseException:
+        print("the extension says:", browser.in_extension("chrome.action.getTitle({})"))
         if picture := os.environ.get("ORVO_TEST_PICTURE"):
             subprocess.run(["ffmpeg", "-v", "error", "-y", "-f", "x11grab", "-i", browser.environment["DISPLAY"],
                             "-frames:v", "1", picture])
