@@ -19,14 +19,14 @@ target_precompile_headers(orvo_test_standard PRIVATE
   <gmock/gmock.h> <gtest/gtest.h>
   <algorithm> <chrono> <filesystem> <format> <fstream> <functional> <memory> <random> <string> <thread> <vector>)
 
-# orvo_test(NAME [ALONE] SOURCES file... LINK target... [LABELS label...] [PRECOMPILED_OF target])
+# orvo_test(NAME [ALONE] SOURCES file... LINK target... [LABELS label...] [PRECOMPILED_OF target] [ENVIRONMENT NAME=VALUE])
 #
 # Every program also gets GoogleTest with matchers and its main(), and the helpers of tests/support ("TestSupport/Name.h").
 # Labels choose what ctest runs: "slow" for what takes seconds (ctest -LE slow), "threads" for what the thread sanitizer is
 # for (ctest -L threads). ALONE keeps other tests from running beside these, which measure times. PRECOMPILED_OF names a target
 # whose precompiled headers are used.
 function(orvo_test NAME)
-  cmake_parse_arguments(ARG "ALONE" "PRECOMPILED_OF" "SOURCES;LINK;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "ALONE" "PRECOMPILED_OF;ENVIRONMENT" "SOURCES;LINK;LABELS" ${ARGN})
   if(NOT ARG_PRECOMPILED_OF)
     set(ARG_PRECOMPILED_OF orvo_test_standard)
   endif()
@@ -39,5 +39,5 @@ function(orvo_test NAME)
   string(REPLACE ";" "\\;" labels "${ARG_LABELS}")
   # Tests are listed when ctest runs, so that building stays building. A test that hangs is a failed test.
   gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES
-    TIMEOUT 300 RUN_SERIAL ${ARG_ALONE} LABELS "${labels}")
+    TIMEOUT 300 RUN_SERIAL ${ARG_ALONE} ENVIRONMENT "${ARG_ENVIRONMENT}" LABELS "${labels}")
 endfunction()
