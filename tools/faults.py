@@ -361,7 +361,8 @@ def write(file, rows):
             "| Fault | Times | What the user sees | Kept |", "|---|---:|---|---|"]
     text += [f"| {row.fault} | {row.times} | {row.seen} | {row.kept} |" for row in rows]
     text += ["", "Not had here: a power cut that discards what was not flushed (the tracks are flushed every two seconds, with the document),",
-             "a changed time of day (all times of a recording come from the monotonic clock), and a display that changes its size.", ""]
+             "and a changed time of day (all times of a recording come from the monotonic clock). The tests have the rest: a display that",
+             "changes its size, a camera that is unplugged and plugged in again, a desktop that stops sharing, and its compositor ended.", ""]
     file.write_text("\n".join(text))
 
 

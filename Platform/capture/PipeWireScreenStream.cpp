@@ -13,6 +13,7 @@
 #include <pipewire/pipewire.h>
 #include <spa/param/video/format-utils.h>
 #include <spa/pod/builder.h>
+#include <string_view>
 #include <unistd.h>
 #include <utility>
 
@@ -41,6 +42,11 @@ using Registry = std::unique_ptr<pw_registry,
 Error endedError()
 {
     return captureError("El escritorio ha dejado de compartir lo que se grababa.");
+}
+
+Error undeliveredError()
+{
+    return captureError("El escritorio comparte la pantalla, pero no entrega ninguna imagen de ella.");
 }
 
 /// While it lives, the thread of the loop waits.
@@ -137,10 +143,10 @@ public:
         }
         std::unique_lock lock(m_mutex);
         // A picture may come much later: some desktops wait until something is drawn.
-        if (!m_changed.wait_for(lock, longestAnswer, [this] { return m_ended || (m_streaming && m_format.size.width > 0); }))
-            throw captureError("El escritorio comparte la pantalla, pero no entrega ninguna imagen de ella.");
-        if (m_ended)
-            throw endedError();
+        if (!m_changed.wait_for(lock, longestAnswer, [this] { return m_end || (m_streaming && m_format.size.width > 0); }))
+            throw undeliveredError();
+        if (m_end)
+            throw *m_end;
     }
 
     std::optional<Point> pointer() const override
@@ -170,6 +176,7 @@ private:
         static constexpr pw_stream_events events{.version = PW_VERSION_STREAM_EVENTS,
             .state_changed = &PipeWireScreenStream::stateChanged,
             .param_changed = &PipeWireScreenStream::formatChanged,
+            .remove_buffer = &PipeWireScreenStream::bufferWent,
             .process = &PipeWireScreenStream::pictureCame};
         pw_stream_add_listener(m_stream.get(), &m_listener, &events, this);
 
@@ -177,8 +184,9 @@ private:
         m_registry.reset(pw_core_get_registry(m_connection.core.get(), PW_VERSION_REGISTRY, 0));
         if (!m_registry)
             throw endedError();
-        static constexpr pw_registry_events registryEvents{
-            .version = PW_VERSION_REGISTRY_EVENTS, .global_remove = &PipeWireScreenStream::objectWent};
+        static constexpr pw_registry_events registryEvents{.version = PW_VERSION_REGISTRY_EVENTS,
+            .global = &PipeWireScreenStream::objectCame,
+            .global_remove = &PipeWireScreenStream::objectWent};
         pw_registry_add_listener(m_registry.get(), &m_registryListener, &registryEvents, this);
 
         std::array<std::uint8_t, 1024> memory{};
@@ -204,19 +212,36 @@ private:
             throw endedError();
     }
 
+    static void objectCame(void* self, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t, const spa_dict*)
+    {
+        if (id == of(self).m_source.stream->node() && std::string_view(type) == PW_TYPE_INTERFACE_Node)
+            of(self).m_isThere = true;
+    }
+
     static void objectWent(void* self, std::uint32_t id)
     {
         if (id == of(self).m_source.stream->node())
-            of(self).end();
+            of(self).end(endedError());
     }
 
     static void stateChanged(void* self, pw_stream_state before, pw_stream_state state, const char*)
     {
-        if (state == PW_STREAM_STATE_ERROR
-            || (state == PW_STREAM_STATE_UNCONNECTED && before != PW_STREAM_STATE_UNCONNECTED))
-            of(self).end();
+        auto& stream = of(self);
+        if (state == PW_STREAM_STATE_ERROR)
+            stream.end(stream.isShared() && !stream.hasBegun() ? undeliveredError() : endedError());
+        else if (state == PW_STREAM_STATE_UNCONNECTED && before != PW_STREAM_STATE_UNCONNECTED)
+            stream.end(endedError());
         else if (state == PW_STREAM_STATE_STREAMING)
-            of(self).begin();
+            stream.begin();
+    }
+
+    /// The number of a node that has gone may be given to this stream's own.
+    bool isShared() const { return m_isThere && pw_stream_get_node_id(m_stream.get()) != m_source.stream->node(); }
+
+    bool hasBegun() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_streaming;
     }
 
     void begin()
@@ -228,16 +253,20 @@ private:
         m_changed.notify_all();
     }
 
-    void end()
+    void end(const Error& error)
     {
+        bool hadBegun = false;
         {
             const std::lock_guard lock(m_mutex);
-            if (std::exchange(m_ended, true))
+            if (m_end)
                 return;
+            m_end = error;
+            hadBegun = m_streaming;
         }
         m_changed.notify_all();
-        if (m_receiver.ended)
-            m_receiver.ended(std::make_exception_ptr(endedError()));
+        // Otherwise `start` tells.
+        if (hadBegun && m_receiver.ended)
+            m_receiver.ended(std::make_exception_ptr(error));
     }
 
     static void formatChanged(void* self, std::uint32_t id, const spa_pod* param)
@@ -279,6 +308,13 @@ private:
                 SPA_POD_CHOICE_RANGE_Int(cursorBytes(64), cursorBytes(1), cursorBytes(largestCursor)))),
         };
         pw_stream_update_params(m_stream.get(), wanted.data(), static_cast<std::uint32_t>(wanted.size()));
+    }
+
+    /// What shares has gone or makes its memory anew.
+    static void bufferWent(void* self, pw_buffer* buffer)
+    {
+        if (of(self).m_newest == buffer)
+            of(self).m_newest = nullptr;
     }
 
     static void pictureCame(void* self)
@@ -409,13 +445,14 @@ private:
     CaptureTime m_notBefore;
     pw_buffer* m_newest = nullptr; ///< The picture that waits for its time.
     spa_source* m_timer = nullptr;
+    bool m_isThere = false; ///< What is shared has been seen.
 
     mutable std::mutex m_mutex; ///< Guards the following.
     std::condition_variable m_changed;
     spa_video_info_raw m_format{};
     std::optional<Point> m_pointer;
     bool m_streaming = false; ///< Pictures may come.
-    bool m_ended = false;
+    std::optional<Error> m_end; ///< Why no more comes.
 
     PipeWireStream::Connection& m_connection; ///< The source holds it.
     spa_hook m_listener{};

@@ -38,7 +38,8 @@ public:
         spa_pod_builder_init(&builder, memory.data(), memory.size());
         const spa_rectangle size{form.width, form.height};
         const spa_fraction rate{30, 1};
-        const auto order = form.order == Order::blueGreenRed ? SPA_VIDEO_FORMAT_BGRx : SPA_VIDEO_FORMAT_RGBx;
+        static constexpr std::array orders{SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_RGBx, SPA_VIDEO_FORMAT_NV12};
+        const auto order = orders.at(static_cast<std::size_t>(form.order));
         const spa_pod* offer = static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_Format,
             SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType, SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype,
             SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw), SPA_FORMAT_VIDEO_format, SPA_POD_Id(order), SPA_FORMAT_VIDEO_size,

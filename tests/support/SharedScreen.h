@@ -10,7 +10,9 @@ namespace orvo::test {
 /// which nothing is drawn no picture comes.
 class SharedScreen {
 public:
-    enum class Order : std::uint8_t { blueGreenRed, redGreenBlue };
+    /// Of the colours; `separate` planes of brightness and colour are not what a desktop may send to a program that has not
+    /// asked for them.
+    enum class Order : std::uint8_t { blueGreenRed, redGreenBlue, separate };
 
     struct Form {
         std::uint32_t width = 320;

@@ -1,5 +1,6 @@
 #include "RecordingFixture.h"
 #include "TestSupport/SharedScreen.h"
+#include "VideoCore/Error.h"
 
 #include <array>
 #include <gmock/gmock.h>
@@ -78,6 +79,18 @@ TEST_F(SharedRecording, OfAScreenThatShowsNothingIsBlackAndKeepsTheSound)
     ASSERT_FALSE(frames.empty());
     EXPECT_LT(frames.front().mean(0, 0, 1, 1).brightness(), 5);
     EXPECT_LT(frames.back().mean(0, 0, 1, 1).brightness(), 5);
+}
+
+TEST_F(SharedRecording, BeginsNotWhenNoPictureCanBeAgreedOnOrNothingIsShared)
+{
+    auto plan = share({.order = SharedScreen::Order::separate});
+    EXPECT_THAT([&] { start(plan); },
+        testing::ThrowsMessage<Error>("El escritorio comparte la pantalla, pero no entrega ninguna imagen de ella."));
+    plan = share({});
+    screen.reset();
+    EXPECT_THAT(
+        [&] { start(plan); }, testing::ThrowsMessage<Error>("El escritorio ha dejado de compartir lo que se grababa."));
+    EXPECT_EQ(record(share({}), 1).project.state, ProjectState::ready) << "the same engine records afterwards";
 }
 
 TEST_F(SharedRecording, EndsByItselfWithTheDesktopAndKeepsEverything)
