@@ -17,18 +17,24 @@ OWN_SHARE, OWN_MEMORY = 1.0, 50.0  # Per cent of an export's time, MB: below.
 GROWTH = 1.1  # At most: cost of a frame in a recording twelve times as long.
 
 
+def install(programs, folder):
+    """Puts the built command into a folder of its own, in which bench_ffmpeg stands for ffmpeg and tells its times."""
+    helpers = folder / "OrvoVideo.app/Contents/Helpers"
+    for path in (helpers, folder / "bin"):
+        path.mkdir(parents=True)
+    shutil.copy(programs / "orvo", folder / "bin/orvo")
+    shutil.copy(programs / "bench_ffmpeg", helpers / "ffmpeg")
+    (helpers / "ffprobe").symlink_to(shutil.which("ffprobe"))
+
+
 class Exporter:
-    """The built command with its own application folder, in which bench_ffmpeg stands for ffmpeg and tells its times."""
+    """The built command in a folder of its own, with a library."""
 
     def __init__(self, programs, folder):
         self.folder = folder
         shutil.rmtree(folder, ignore_errors=True)
-        helpers = folder / "OrvoVideo.app/Contents/Helpers"
-        for path in (helpers, folder / "bin", folder / "library"):
-            path.mkdir(parents=True)
-        shutil.copy(programs / "orvo", folder / "bin/orvo")
-        shutil.copy(programs / "bench_ffmpeg", helpers / "ffmpeg")
-        (helpers / "ffprobe").symlink_to(shutil.which("ffprobe"))
+        install(programs, folder)
+        (folder / "library").mkdir()
 
     def add(self, recording, edit):
         """Puts a project into the library; returns its identifier."""

@@ -66,7 +66,7 @@ class _Sampler:
         while not self._done.is_set():
             self.resident.append(sum(_resident(pid) for pid in _tree(self._root)))
             self.peak = max(self.peak, self.resident[-1])
-            self.own_peak = max(self.own_peak, _high_water_mark(self._root))
+            self.own_peak = max(self.own_peak, high_water_mark(self._root))
             self._done.wait(SAMPLE_INTERVAL)
 
 
@@ -92,7 +92,8 @@ def _resident(pid):
         return 0.0
 
 
-def _high_water_mark(pid):
+def high_water_mark(pid):
+    """The largest resident memory that a process has had, in MB."""
     try:
         for line in Path(f"/proc/{pid}/status").read_text().splitlines():
             if line.startswith("VmHWM:"):

@@ -60,7 +60,7 @@ class Browser:
         hosts = profile / "NativeMessagingHosts"
         hosts.mkdir(parents=True)
         self.manifest = hosts / "es.orvo.video.json"
-        self.manifest.write_text(json.dumps({"name": "es.orvo.video", "description": "Orvo Video Native Bridge", "path": bridge,
+        self.manifest.write_text(json.dumps({"name": "es.orvo.video", "description": "Orvo Video Native Bridge", "path": str(bridge),
                                              "type": "stdio", "allowed_origins": [Path(origin).read_text().strip()]}))
         server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), partial(QuietHandler, directory=HERE))
         threading.Thread(target=server.serve_forever, daemon=True).start()

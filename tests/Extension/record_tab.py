@@ -3,7 +3,6 @@
 record_tab.py ORVO ORVOBRIDGE EXTENSION ORIGIN_FILE CASE
 """
 
-import array
 import json
 import os
 import shutil
@@ -15,54 +14,7 @@ import time
 from pathlib import Path
 
 from browser import Browser, expect, wait_for
-
-
-def probed(file):
-    output = subprocess.run(["ffprobe", "-v", "error", "-count_frames", "-show_streams", "-of", "json", str(file)],
-                            stdout=subprocess.PIPE, check=True).stdout
-    streams = json.loads(output)["streams"]
-    return {stream["codec_type"]: stream for stream in streams}
-
-
-def flashes(file):
-    """When the middle of the picture becomes white, in seconds."""
-    graph = f"movie={file},crop=iw/4:ih/4:iw/4:ih/4,signalstats"
-    output = subprocess.run(["ffprobe", "-v", "error", "-f", "lavfi", graph, "-show_entries",
-                             "frame=pts_time:frame_tags=lavfi.signalstats.YAVG", "-of", "csv=p=0"],
-                            stdout=subprocess.PIPE, check=True).stdout.decode()
-    result, white = [], True
-    for line in output.splitlines():
-        at, brightness = (float(part) for part in line.split(",")[:2])
-        if brightness > 150 and not white:
-            result.append(at)
-        white = brightness > 150
-    return result
-
-
-def samples_of(file):
-    raw = subprocess.run(["ffmpeg", "-v", "error", "-i", str(file), "-vn", "-ac", "1", "-ar", "48000", "-f", "s16le", "-"],
-                         stdout=subprocess.PIPE, check=True).stdout
-    return array.array("h", raw)
-
-
-def beeps(file):
-    """When the sound begins after silence, in seconds."""
-    result, quiet = [], 0
-    for at, sample in enumerate(samples_of(file)):
-        if abs(sample) > 1500:
-            if quiet > 24000:
-                result.append(at / 48000)
-            quiet = 0
-        else:
-            quiet += 1
-    return result
-
-
-def offsets(file):
-    white = flashes(file)
-    sound = beeps(file)
-    expect(len(white) >= 5 and len(sound) >= 5, f"{len(white)} flashes and {len(sound)} beeps")
-    return [min((beep - flash for beep in sound), key=abs) for flash in white[1:-1]]
+from timecode import offsets, probed, samples_of
 
 
 def whole(browser):
