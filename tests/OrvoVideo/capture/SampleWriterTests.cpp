@@ -124,6 +124,33 @@ TEST_F(SampleWriterTests, AFileWithoutSamplesIsNotThereAndOneWithoutSoundIsSilen
     EXPECT_LT(level(decodeSound(silent.url()), 0, 3), 1e-4);
 }
 
+TEST_F(SampleWriterTests, AFileIsBlackUntilTheFirstPictureTakesThePlaceOfThat)
+{
+    const auto brightness = [this](const fs::path& file) {
+        const fs::path even = folder / "even.mkv";
+        ffmpeg({"-i", file, "-fps_mode", "cfr", "-r", "10", "-c:v", "ffv1", even});
+        std::vector<int> values;
+        for (const auto& frame : decodeFrames(even))
+            values.push_back(frame.mean(0, 0, 1, 1).brightness());
+        return values;
+    };
+    SampleWriter writer(folder / "screen.mov", {.size = size});
+    for (double time = 0; time < 6; time += 0.25) {
+        writer.advance(at(time), origin);
+        settle();
+    }
+    const fs::path copy = folder / "copy.mov";
+    fs::copy_file(writer.url(), copy);
+    const auto before = brightness(copy);
+    EXPECT_GE(before.size(), 30U) << "what is there if the process ends now";
+    EXPECT_THAT(before, testing::Each(testing::Lt(5)));
+
+    writer.append(picture(6, 140), origin);
+    writer.finish(at(7));
+    EXPECT_NEAR(probe(writer.url()).videoDuration, 7, 0.005);
+    EXPECT_THAT(brightness(writer.url()), testing::AllOf(testing::SizeIs(70), testing::Each(testing::Gt(100))));
+}
+
 TEST_F(SampleWriterTests, WhatIsWrittenCanBeReadWhileItIsWritten)
 {
     SampleWriter screen(folder / "screen.mov", {.size = size});
