@@ -19,7 +19,8 @@ import time
 import uuid
 from pathlib import Path
 
-from chromium import LIMIT, Chromium, Page
+from chromium import Chromium, Page
+from devtools import LIMIT
 
 HERE = Path(__file__).resolve().parent
 CHUNK = 8 << 20
