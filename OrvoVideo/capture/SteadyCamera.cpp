@@ -88,7 +88,7 @@ void SteadyCamera::reopen(const std::stop_token& stop)
         try {
             open(m_device, stop);
         } catch (const std::exception&) {
-            // Not yet there.
+            m_stream.reset(); // Not yet there.
         }
     }
 }
