@@ -58,6 +58,7 @@ TabRecording::TabRecording(const ProjectStore& store, const Start& start)
     m_project.height = start.height;
     m_project.fps = start.fps;
     std::vector<MediaTrack> tracks;
+    tracks.reserve(start.tracks.size());
     for (const TrackKind kind : start.tracks)
         tracks.push_back({.kind = kind, .file = std::format("{}/{}.webm", ProjectStore::mediaName, orvo::textOf(kind))});
     m_project.tracks = SharedList(std::move(tracks));

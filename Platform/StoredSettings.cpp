@@ -5,6 +5,7 @@
 #include "VideoCore/FileIO.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <format>
 #include <memory>
@@ -25,7 +26,7 @@ constexpr std::size_t longestFile = std::size_t{1} << 20; ///< Bytes.
 struct Free {
     void operator()(yyjson_doc* document) const { yyjson_doc_free(document); }
     void operator()(yyjson_mut_doc* document) const { yyjson_mut_doc_free(document); }
-    void operator()(char* text) const { std::free(text); } // NOLINT(cppcoreguidelines-no-malloc): yyjson allocates so.
+    void operator()(char* text) const { std::free(text); } // NOLINT(*-no-malloc,*-owning-memory): yyjson allocates so.
 };
 using Document = std::unique_ptr<yyjson_doc, Free>;
 

@@ -68,6 +68,7 @@ struct Listed {
 template <typename Devices> std::vector<Listed> listed(const Devices& devices)
 {
     std::vector<Listed> result;
+    result.reserve(devices.size());
     for (const auto& device : devices)
         result.push_back({device.id, device.label});
     return result;

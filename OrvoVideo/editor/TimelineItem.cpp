@@ -20,7 +20,7 @@ QString spoken(double seconds)
     const auto tenths = std::llround(std::max(seconds, 0.0) * 10);
     const auto minutes = tenths / 600;
     const QString rest = QString::number(static_cast<double>(tenths % 600) / 10, 'f', 1).replace(u'.', u',');
-    const QString text = rest == u"1,0" ? QStringLiteral("1 segundo") : QStringLiteral("%1 segundos").arg(rest);
+    QString text = rest == u"1,0" ? QStringLiteral("1 segundo") : QStringLiteral("%1 segundos").arg(rest);
     if (minutes == 0)
         return text;
     return (minutes == 1 ? QStringLiteral("1 minuto ") : QStringLiteral("%1 minutos ").arg(minutes)) + text;

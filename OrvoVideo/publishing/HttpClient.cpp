@@ -142,13 +142,13 @@ std::unique_ptr<curl_slist, Deleter> headerList(const HttpRequest& request)
         curl_slist* longer = curl_slist_append(list.get(), line.c_str());
         if (!longer)
             throw std::bad_alloc();
-        static_cast<void>(list.release());
+        [[maybe_unused]] const auto* same = list.release();
         list.reset(longer);
     };
     // Asking first whether a body is welcome costs a second where the server does not answer that.
     add("Expect:");
     for (const auto& [name, value] : request.headers)
-        add(name + ": " + value);
+        add(std::format("{}: {}", name, value));
     return list;
 }
 

@@ -2,6 +2,7 @@
 
 // Included by .cpp files only: nothing of GStreamer shows in a header that others include.
 
+#include <cmath>
 #include <gst/gst.h>
 #include <memory>
 #include <string>
@@ -56,7 +57,7 @@ private:
 
 inline GstClockTime toClockTime(double seconds)
 {
-    return seconds <= 0 ? 0 : static_cast<GstClockTime>(seconds * static_cast<double>(GST_SECOND) + 0.5);
+    return seconds <= 0 ? 0 : static_cast<GstClockTime>(std::llround(seconds * static_cast<double>(GST_SECOND)));
 }
 
 inline double toSeconds(GstClockTime time)

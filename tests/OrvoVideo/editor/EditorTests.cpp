@@ -136,9 +136,8 @@ TEST_F(TimelineTests, ReadsNoFileThatIsBeingRecorded)
 {
     show(lesson());
     for (const bool recorded : {true, false}) {
-        model->update([recorded](VideoProject& changed) {
-            changed.state = recorded ? ProjectState::recording : ProjectState::ready;
-        });
+        model->update(
+            [recorded](VideoProject& changed) { changed.state = recorded ? ProjectState::recording : ProjectState::ready; });
         EXPECT_NE(timeline().preparing(), recorded);
     }
 }
