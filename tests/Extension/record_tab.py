@@ -14,7 +14,7 @@ import time
 from pathlib import Path
 
 from browser import Browser, expect, wait_for
-from timecode import offsets, probed, samples_of
+from timecode import offsets, pressed, probed, samples_of
 
 
 def whole(browser):
@@ -42,15 +42,19 @@ def whole(browser):
     expect(abs(float(sound["duration"]) - seconds) < 0.5, "the sound's length")
     apart = offsets(screen)
     print("sound after picture, ms:", [round(value * 1000) for value in apart])
-    expect(all(abs(value) < 0.12 for value in apart), "picture and sound are apart")
-    expect(abs(apart[-1] - apart[0]) < 0.06, "picture and sound drift apart")
+    # A browser that shares its processor puts them up to a tenth of a second apart by itself; a piece that is lost or
+    # written twice would be a second.
+    expect(all(abs(value) < 0.2 for value in apart), "picture and sound are apart")
+    expect(max(apart) - min(apart) < 0.15, "picture and sound drift apart")
 
     kinds = [event["kind"] for event in project["edit"]["events"]]
     expect(kinds.count("click") == 1 and kinds.count("zoom") == 1 and kinds.count("move") > 20, f"events {kinds}")
     click = next(event for event in project["edit"]["events"] if event["kind"] == "click")
     # The tab's area takes the whole width of the window.
     expect(abs(click["x"] - 0.5) < 0.03, f"the press at {click['x']}")
-    expect(0.7 < click["time"] < 6, f"the press at {click['time']} s")
+    shown = pressed(screen)
+    print(f"pressed at {click['time']:.3f} s, in the picture at {shown:.3f} s")
+    expect(-0.05 < shown - click["time"] < 0.3, f"the press at {click['time']} s, in the picture at {shown} s")
 
 
 def cut_off(action):

@@ -14,24 +14,35 @@ def probed(file):
     return {stream["codec_type"]: stream for stream in streams}
 
 
-def flashes(file):
-    """When the middle of the picture becomes white, in seconds."""
-    graph = f"movie={file},crop=iw/4:ih/4:iw/4:ih/4,signalstats"
+def brightness(file, area):
+    """Time in seconds and mean brightness (16–235) of an area of every frame."""
+    graph = f"movie={file},crop={area},signalstats"
     output = subprocess.run(["ffprobe", "-v", "error", "-f", "lavfi", graph, "-show_entries",
                              "frame=pts_time:frame_tags=lavfi.signalstats.YAVG", "-of", "csv=p=0"],
                             stdout=subprocess.PIPE, check=True).stdout.decode()
+    return [tuple(float(part) for part in line.split(",")[:2]) for line in output.splitlines()]
+
+
+def flashes(file):
+    """When the middle of the picture becomes white, in seconds."""
     result, white = [], True
-    for line in output.splitlines():
-        at, brightness = (float(part) for part in line.split(",")[:2])
-        if brightness > 150 and not white:
+    for at, light in brightness(file, "iw/4:ih/4:iw/4:ih/4"):
+        if light > 150 and not white:
             result.append(at)
-        white = brightness > 150
+        white = light > 150
     return result
 
 
+def pressed(file):
+    """When the corner that says that the page was pressed becomes white for good, in seconds."""
+    dark = [at for at, light in brightness(file, "iw/20:ih/20:iw/80:ih/80") if light < 150]
+    return dark[-1]
+
+
 def samples_of(file):
-    raw = subprocess.run(["ffmpeg", "-v", "error", "-i", str(file), "-vn", "-ac", "1", "-ar", "48000", "-f", "s16le", "-"],
-                         stdout=subprocess.PIPE, check=True).stdout
+    """From time zero, with silence where the sound has a gap."""
+    raw = subprocess.run(["ffmpeg", "-v", "error", "-i", str(file), "-vn", "-af", "aresample=48000:async=1:first_pts=0",
+                          "-ac", "1", "-f", "s16le", "-"], stdout=subprocess.PIPE, check=True).stdout
     return array.array("h", raw)
 
 
