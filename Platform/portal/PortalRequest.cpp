@@ -5,6 +5,7 @@
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
 #include <utility>
 
 namespace orvo {
@@ -52,6 +53,14 @@ PortalRequest::PortalRequest(QObject* owner, QDBusConnection bus, Done done)
     , m_bus(std::move(bus))
     , m_done(std::move(done))
 {
+    // A portal that goes takes its questions along, whoever comes after it.
+    const auto* portal = new QDBusServiceWatcher(Portal::service, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    const auto takeChange = [this](const QString&, const QString& before) {
+        if (!before.isEmpty())
+            answer({.code = Portal::Code::ended});
+    };
+    // Queued: the answer may end this object, and with it the watcher, which would still be telling.
+    connect(portal, &QDBusServiceWatcher::serviceOwnerChanged, this, takeChange, Qt::QueuedConnection);
 }
 
 PortalRequest::~PortalRequest()

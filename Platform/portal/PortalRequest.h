@@ -18,7 +18,7 @@ inline constexpr auto path = "/org/freedesktop/portal/desktop";
 enum class Code : std::uint8_t {
     granted,
     refused, ///< By the user, who closed the question or said no.
-    ended, ///< The desktop has ended it for another reason.
+    ended, ///< The desktop has ended it for another reason, or the portal has ended itself.
     unavailable ///< There is no portal, or it does not know this question.
 };
 
@@ -46,10 +46,9 @@ public:
 
     ~PortalRequest() override;
 
-private slots:
-    void takeResponse(uint code, const QVariantMap& results);
-
 private:
+    Q_SLOT void takeResponse(uint code, const QVariantMap& results);
+
     PortalRequest(QObject* owner, QDBusConnection bus, Done done);
 
     void listenAt(const QString& handle);

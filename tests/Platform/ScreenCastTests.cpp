@@ -114,6 +114,22 @@ TEST_F(ScreenCastTests, RefusalRevocationAndNoPortalAreTold)
     EXPECT_TRUE(open(cast, ScreenCast::Kind::monitor).stream) << "and it can be shared again";
 }
 
+TEST_F(ScreenCastTests, APortalThatEndsWhileTheUserChoosesIsTold)
+{
+    auto desktop = portal();
+    desktop->decision = FakePortal::Decision::wait;
+    std::optional<ScreenCast::Outcome> outcome;
+    ScreenCast cast(connection);
+    cast.open(ScreenCast::Kind::monitor, {}, [&](ScreenCast::Outcome answer) { outcome = std::move(answer); });
+    ASSERT_TRUE(comesToHold([&] { return desktop->waiting == 1; }));
+    desktop.reset();
+    ASSERT_TRUE(comesToHold([&] { return outcome.has_value(); }));
+    EXPECT_EQ(outcome->error, ScreenCast::revokedText());
+
+    desktop = portal();
+    EXPECT_TRUE(open(cast, ScreenCast::Kind::monitor).stream) << "the next one can be asked";
+}
+
 TEST_F(ScreenCastTests, AQuestionThatIsNoLongerAskedIsTakenBack)
 {
     const auto desktop = portal();

@@ -152,6 +152,7 @@ void FakePortal::screenCast(const QDBusMessage& message)
         if (decision == Decision::wait) {
             m_bus.send(message.createReply(QVariant::fromValue(
                 QDBusObjectPath(objectOf(message, "request", options.value("handle_token").toString())))));
+            ++waiting;
             return;
         }
         if (decision == Decision::refuse)

@@ -42,6 +42,7 @@ public:
     };
     QList<Shortcut> shortcuts;
     QStringList openSessions;
+    int waiting = 0; ///< Questions whose answer the user keeps it waiting for.
     int takenBack = 0; ///< Requests that were closed before their answer.
 
     /// Ends what is shared, as the user does in the desktop.

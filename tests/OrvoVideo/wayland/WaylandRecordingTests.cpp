@@ -64,7 +64,7 @@ protected:
     {
         model->startRecording();
         ASSERT_TRUE(comesToHold([&] { return !model->busy() || model->isRecording(); }));
-        ASSERT_EQ(model->errorMessage(), "");
+        ASSERT_EQ(model->errorMessage(), "") << qPrintable(model->capture()->sourceError());
     }
 
     /// Waits until the recording is this long.
