@@ -4,7 +4,7 @@
 import { PieceQueue } from "./pieces.js";
 
 const PIECE_INTERVAL = 1000; // Milliseconds of recording in a piece.
-const LOST_AFTER = 15000; // Milliseconds without an answer to the last piece.
+const LOST_AFTER = 15; // Seconds without an answer to the last piece.
 const CODECS = ["video/webm;codecs=h264,opus", "video/webm;codecs=vp9,opus", "video/webm;codecs=vp8,opus"];
 
 const port = chrome.runtime.connect({ name: "recorder" });
@@ -153,9 +153,8 @@ async function begin() {
   const timer = setInterval(() => {
     if (ending) clearInterval(timer);
     else port.postMessage({ type: "progress", seconds: clock.seconds });
-    if (queue.waitsLongerThan(LOST_AFTER)) fail("slow");
-    if (queue.isTooLong) fail("slow");
-  }, PIECE_INTERVAL);
+    if (queue.tick() > LOST_AFTER || queue.isTooLong) fail("slow");
+  }, 1000);
 }
 
 async function end(byBrowser) {

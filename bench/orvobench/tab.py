@@ -34,13 +34,13 @@ def rows(programs, folder, seconds, say):
         lasted, after, memory = time.monotonic() - began, _processor(helper), measure.high_water_mark(browser.helper())
         browser.press("ctrl+shift+7")
         wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
-        say("tab: preparing")
-        cost = measure.run([folder / "bin/orvo", "recover", identifier], folder / "runs.jsonl",
-                           **{"ORVO_LIBRARY": str(browser.library), "HOME": browser.environment["HOME"]})
-        project, screen = browser.prepared(identifier)
-        alone = _alone(cost, folder)
     finally:
         browser.close()
+    say("tab: preparing")
+    cost = measure.run([folder / "bin/orvo", "recover", identifier], folder / "runs.jsonl",
+                       **{"ORVO_LIBRARY": str(browser.library), "HOME": browser.environment["HOME"]})
+    alone = _alone(cost, folder)
+    project, screen = browser.prepared(identifier)
     video, apart = probed(screen)["video"], offsets(screen)
     frames, length = int(video["nb_read_frames"]), float(video["duration"])
     what = f"tab {project['width']}×{project['height']}, {seconds} s"

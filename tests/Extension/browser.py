@@ -130,6 +130,15 @@ class Browser:
         marks = list(self.library.glob("*/capture-session.json"))
         return json.loads(marks[0].read_text())["pid"] if marks else None
 
+    def descendants(self):
+        """The processes of the browser and those that they began."""
+        output = subprocess.run(["ps", "-eo", "pid=,ppid="], stdout=subprocess.PIPE, check=True).stdout.decode()
+        parents = [tuple(map(int, line.split())) for line in output.splitlines()]
+        found = [self.chromium.pid]
+        for parent in found:
+            found += [pid for pid, of in parents if of == parent]
+        return found
+
     def begin(self):
         self.press("ctrl+shift+7")
         project = wait_for("the recording", lambda: next(iter(self.projects()), None))

@@ -136,6 +136,54 @@ def navigated(browser):
     expect(len(clicks) == 1 and clicks[0] > 5, f"presses at {clicks}")
 
 
+def frames(browser):
+    """Presses in a page of another site inside the recorded one lie where they are in the whole, also in an enlarged page
+    and when the frame has scrolled."""
+    browser.xdotool("mousemove", "500", "400")
+    identifier = browser.begin()
+    time.sleep(1)
+    for keys in (None, "ctrl+plus", "ctrl+plus"):
+        if keys:
+            browser.press(keys)
+            time.sleep(1)
+        # In the page and in its frame at the same height.
+        for x in ("600", "900"):
+            browser.xdotool("mousemove", x, "640", "sleep", "0.3", "mousemove", x, "650", "sleep", "0.3", "click", "1", "sleep", "0.2")
+        browser.xdotool("click", "5", "sleep", "0.3", "click", "1", "sleep", "0.2")
+    time.sleep(1)
+    browser.press("ctrl+shift+7")
+    wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
+    project, _ = browser.prepared(identifier)
+    clicks = [event for event in project["edit"]["events"] if event["kind"] == "click"]
+    print("pressed at", [(round(click["x"], 3), round(click["y"], 3)) for click in clicks])
+    expect([round(click["x"], 2) for click in clicks] == [0.6, 0.9, 0.9] * 3, "they lie elsewhere")
+    expect(max(click["y"] for click in clicks) - min(click["y"] for click in clicks) < 0.01, "they are not at one height")
+
+
+def asleep(browser):
+    """The machine sleeps for twenty seconds: what comes after it is recorded, and is told at its time."""
+    identifier = browser.begin()
+    time.sleep(3)
+    everybody = browser.descendants()
+    for pid in everybody:
+        os.kill(pid, signal.SIGSTOP)
+    time.sleep(20)
+    for pid in everybody:
+        os.kill(pid, signal.SIGCONT)
+    time.sleep(3)
+    browser.xdotool("mousemove", "500", "300", "sleep", "0.5", "mousemove", "500", "400", "sleep", "0.3", "click", "1")
+    time.sleep(2)
+    browser.press("ctrl+shift+7")
+    wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
+    project, screen = browser.prepared(identifier)
+    seconds = float(probed(screen)["video"]["duration"])
+    clicks = [event["time"] for event in project["edit"]["events"] if event["kind"] == "click"]
+    shown = pressed(screen)
+    print(f"{seconds:.2f} s of picture, {project['duration']:.2f} s of project, pressed at {clicks}, in the picture at {shown:.3f} s")
+    expect(abs(seconds - project["duration"]) < 0.5, "picture and project differ")
+    expect(len(clicks) == 1 and abs(clicks[0] - shown) < 0.5, "the press is elsewhere")
+
+
 def asked_twice(browser):
     """There is one recording at a time, whatever tab asks."""
     identifier = browser.begin()
@@ -167,14 +215,27 @@ CASES = {
     "worker_stopped": cut_off(stop_worker),
     "with_devices": with_devices,
     "navigated": navigated,
+    "frames": frames,
+    "asleep": asleep,
     "asked_twice": asked_twice,
     "helper_killed": cut_off(lambda browser: os.kill(browser.helper(), signal.SIGKILL)),
 }
 
 
+def allowed_everywhere(extension, copy):
+    """The extension as it is when the user has let it see the pages of all sites."""
+    shutil.copytree(extension, copy)
+    manifest = json.loads((copy / "manifest.json").read_text())
+    manifest["host_permissions"] = manifest.pop("optional_host_permissions")
+    (copy / "manifest.json").write_text(json.dumps(manifest))
+    return copy
+
+
 def main():
     orvo, bridge, extension, origin, case = sys.argv[1:]
     folder = Path(tempfile.mkdtemp(prefix="orvo-tab-"))
+    if case == "frames":
+        extension = allowed_everywhere(Path(extension), folder / "extension")
     browser = Browser(orvo, bridge, extension, origin, folder)
     try:
         CASES[case](browser)

@@ -1,4 +1,5 @@
 #include "Platform/Keychain.h"
+#include "PromptingKeyring.h"
 #include "TestSupport/Keyring.h"
 #include "VideoCore/Error.h"
 
@@ -90,20 +91,6 @@ TEST_F(KeychainTests, ALockedKeychainAsksOnlyWhenItMay)
     keyring.restart(Keyring::State::locked);
     EXPECT_EQ(loaded(), notRead(2));
     EXPECT_EQ(saved("otro"), notSaved(2));
-    // There is nobody to be asked here: either it says so, or it goes on asking until that is cancelled.
-    std::stop_source stop;
-    std::jthread canceller([&] {
-        std::this_thread::sleep_for(std::chrono::seconds(7));
-        stop.request_stop();
-    });
-    try {
-        Keychain::load("adminToken", Interaction::allowed, stop.get_token());
-        ADD_FAILURE() << "it is locked";
-    } catch (const Cancelled&) {
-        SUCCEED();
-    } catch (const Error& error) {
-        EXPECT_THAT(error.what(), MatchesRegex(".*\\(1[0-9][0-9]\\)\\."));
-    }
     keyring.restart(Keyring::State::unlocked);
     EXPECT_EQ(loaded(), "secreto");
 }
@@ -122,6 +109,83 @@ TEST_F(KeychainTests, AServiceThatIsMissingOrSilentIsAnError)
     keyring.restart(Keyring::State::absent);
     EXPECT_EQ(loaded(), notRead(202));
     EXPECT_EQ(saved("otro"), notSaved(202));
+}
+
+/// The user sits in front of the service.
+class KeychainPrompt : public KeychainTests {
+protected:
+    using User = PromptingKeyring::User;
+
+    KeychainPrompt() { keyring.restart(Keyring::State::absent); }
+
+    /// More than the service has for anything else.
+    static constexpr std::chrono::milliseconds longer{6'500};
+};
+
+TEST_F(KeychainPrompt, TheUserMayTakeTheirTime)
+{
+    {
+        const PromptingKeyring desktop({.thinks = longer});
+        EXPECT_EQ(loaded(), notRead(2));
+        EXPECT_EQ(saved("otro"), notSaved(2));
+        EXPECT_EQ(desktop.asked(), 0);
+        EXPECT_EQ(loaded(Interaction::allowed), "secreto");
+        EXPECT_EQ(desktop.asked(), 1);
+        // It stays open.
+        EXPECT_EQ(loaded(), "secreto");
+        EXPECT_EQ(saved("otro"), "");
+        EXPECT_EQ(loaded(Interaction::allowed), "otro");
+        EXPECT_EQ(desktop.asked(), 1);
+    }
+    // The first secret of all: the desktop makes a keyring for it.
+    const PromptingKeyring desktop({.secret = "", .thinks = longer});
+    EXPECT_EQ(loaded(Interaction::allowed), notRead(-25'300));
+    EXPECT_EQ(desktop.asked(), 0);
+    EXPECT_EQ(saved("nuevo"), "");
+    EXPECT_EQ(desktop.asked(), 1);
+    EXPECT_EQ(desktop.secret(), "nuevo");
+}
+
+TEST_F(KeychainPrompt, TheUserMayRefuse)
+{
+    {
+        const PromptingKeyring desktop({.user = User::refuses});
+        EXPECT_EQ(loaded(Interaction::allowed), notRead(119));
+        EXPECT_EQ(desktop.asked(), 1);
+        EXPECT_EQ(loaded(), notRead(2)) << "it is locked as before";
+        EXPECT_EQ(loaded(Interaction::allowed), notRead(119)) << "and asks again";
+        EXPECT_EQ(desktop.secret(), "secreto");
+    }
+    const PromptingKeyring desktop({.secret = "", .user = User::refuses});
+    EXPECT_EQ(saved("nuevo"), notSaved(119));
+    EXPECT_EQ(desktop.secret(), "");
+}
+
+TEST_F(KeychainPrompt, NobodyIsWaitedForInVain)
+{
+    const auto whenAsked = [](const PromptingKeyring& desktop, const std::function<void()>& act) {
+        return std::jthread([&desktop, act] {
+            while (desktop.asked() == 0)
+                std::this_thread::yield();
+            act();
+        });
+    };
+    {
+        const PromptingKeyring desktop({.user = User::isAway});
+        std::stop_source stop;
+        const auto canceller = whenAsked(desktop, [&] { stop.request_stop(); });
+        EXPECT_THROW(Keychain::load("adminToken", Interaction::allowed, stop.get_token()), Cancelled);
+        while (desktop.takenBack() == 0) // The window that asks is closed.
+            std::this_thread::yield();
+    }
+    {
+        auto desktop = std::make_unique<PromptingKeyring>(PromptingKeyring::Setup{.user = User::isAway});
+        const auto end = whenAsked(*desktop, [&] { desktop.reset(); });
+        EXPECT_THAT(loaded(Interaction::allowed), MatchesRegex(".*\\([1-9][0-9]*\\)\\.")) << "the service has ended";
+    }
+    const PromptingKeyring desktop({.isSilentAfterwards = true});
+    EXPECT_EQ(loaded(Interaction::allowed), notRead(124)) << "the user has answered, the service does not";
+    EXPECT_EQ(desktop.asked(), 1);
 }
 
 } // namespace
