@@ -35,6 +35,7 @@ struct Release {
     void operator()(GMainContext* context) const { g_main_context_unref(context); }
     void operator()(GHashTable* table) const { g_hash_table_unref(table); }
     void operator()(SecretValue* value) const { secret_value_unref(value); }
+    void operator()(GVariant* value) const { g_variant_unref(value); }
     void operator()(GList* objects) const { g_list_free_full(objects, g_object_unref); }
 };
 template <typename T> using Handle = std::unique_ptr<T, Release>;
@@ -57,9 +58,7 @@ public:
     {
         g_main_context_push_thread_default(m_context.get());
         s_current = this;
-        m_limit = g_timeout_source_new(answerLimit);
-        g_source_set_callback(m_limit, &Conversation::expired, this, nullptr);
-        g_source_attach(m_limit, m_context.get());
+        setLimit();
     }
     ~Conversation()
     {
@@ -97,6 +96,12 @@ public:
         if (s_current)
             s_current->liftLimit();
     }
+    /// Now the service has to answer again.
+    static void userHasAnswered()
+    {
+        if (s_current)
+            s_current->setLimit();
+    }
 
 private:
     static gboolean expired(gpointer self)
@@ -111,6 +116,14 @@ private:
     {
         g_object_ref(result);
         static_cast<Conversation*>(self)->m_result.reset(result);
+    }
+
+    void setLimit()
+    {
+        liftLimit();
+        m_limit = g_timeout_source_new(answerLimit);
+        g_source_set_callback(m_limit, &Conversation::expired, this, nullptr);
+        g_source_attach(m_limit, m_context.get());
     }
 
     void liftLimit()
@@ -134,21 +147,48 @@ private:
 
 thread_local Conversation* Conversation::s_current = nullptr;
 
-using PromptFunction = decltype(SecretServiceClass::prompt_async);
-PromptFunction usualPrompt = nullptr;
+/// Whether the service says that it has opened nothing.
+bool isNothing(GVariant* opened)
+{
+    if (g_variant_is_of_type(opened, G_VARIANT_TYPE_OBJECT_PATH) != FALSE)
+        return g_variant_get_string(opened, nullptr) == std::string_view("/");
+    return g_variant_is_container(opened) != FALSE && g_variant_n_children(opened) == 0;
+}
 
+void answeredByUser(GObject* prompt, GAsyncResult* result, gpointer data)
+{
+    Conversation::userHasAnswered();
+    const Handle<GTask> task(static_cast<GTask*>(data));
+    GError* error = nullptr;
+    Handle<GVariant> opened(secret_prompt_perform_finish(SECRET_PROMPT(prompt), result, &error));
+    if (error)
+        g_task_return_error(task.get(), error);
+    else if (!opened || isNothing(opened.get()))
+        g_task_return_new_error(task.get(), G_IO_ERROR, G_IO_ERROR_CANCELLED, "refused");
+    else
+        g_task_return_pointer(
+            task.get(), opened.release(), [](gpointer value) { g_variant_unref(static_cast<GVariant*>(value)); });
+}
+
+/// In place of the library's own, whose task never ends when the user refuses.
 void promptUser(SecretService* service, SecretPrompt* prompt, const GVariantType* type, GCancellable* cancellable,
     GAsyncReadyCallback callback, gpointer data)
 {
     Conversation::userIsAsked();
-    usualPrompt(service, prompt, type, cancellable, callback, data);
+    secret_prompt_perform(
+        prompt, nullptr, type, cancellable, &answeredByUser, g_task_new(service, cancellable, callback, data));
+}
+
+GVariant* finishPrompt(SecretService*, GAsyncResult* result, GError** error)
+{
+    return static_cast<GVariant*>(g_task_propagate_pointer(G_TASK(result), error));
 }
 
 void initialiseClass(gpointer type, gpointer)
 {
     auto* service = static_cast<SecretServiceClass*>(type);
-    usualPrompt = service->prompt_async;
     service->prompt_async = &promptUser;
+    service->prompt_finish = &finishPrompt;
 }
 
 /// The library's client of the service, which also says when the user is asked.
@@ -178,8 +218,8 @@ public:
         : m_conversation(stop)
         , m_attributes(g_hash_table_new_full(g_str_hash, g_str_equal, nullptr, g_free))
     {
-        g_hash_table_insert(m_attributes.get(), const_cast<char*>("account"),
-            g_strdup(std::string(account).c_str())); // NOLINT(*-const-cast)
+        g_hash_table_insert(m_attributes.get(), const_cast<char*>("account"), // NOLINT(*-const-cast): it is only read.
+            g_strdup(std::string(account).c_str()));
         connect();
         m_service.reset(m_conversation.ask(
             [](GCancellable* cancellable, GAsyncReadyCallback done, gpointer data) {

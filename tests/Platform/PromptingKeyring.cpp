@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <future>
 #include <gio/gio.h>
+#include <initializer_list>
+#include <memory>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -21,7 +23,7 @@ constexpr auto promptPath = "/org/freedesktop/secrets/prompt/1";
 constexpr auto nothing = "/";
 
 /// What of the interface is used here.
-constexpr auto description = R"(<node>
+constexpr auto description = R"xml(<node>
   <interface name="org.freedesktop.Secret.Service">
     <method name="OpenSession">
       <arg type="s" direction="in"/><arg type="v" direction="in"/><arg type="v" direction="out"/><arg type="o" direction="out"/>
@@ -65,7 +67,7 @@ constexpr auto description = R"(<node>
     <method name="Dismiss"/>
     <signal name="Completed"><arg type="b"/><arg type="v"/></signal>
   </interface>
-</node>)";
+</node>)xml";
 
 struct Release {
     void operator()(GMainContext* context) const { g_main_context_unref(context); }
@@ -149,9 +151,10 @@ private:
         if (m_hasKeyring)
             serveKeyring();
         constexpr guint32 doNotQueue = 4;
-        const Handle<GVariant> answer(g_dbus_connection_call_sync(m_bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
-            "org.freedesktop.DBus", "RequestName", g_variant_new("(su)", "org.freedesktop.secrets", doNotQueue),
-            G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
+        const Handle<GVariant> answer(
+            g_dbus_connection_call_sync(m_bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                "RequestName", g_variant_new("(su)", "org.freedesktop.secrets", doNotQueue), G_VARIANT_TYPE("(u)"),
+                G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
         guint32 outcome = 0;
         if (answer)
             g_variant_get(answer.get(), "(u)", &outcome);
@@ -185,10 +188,10 @@ private:
             m_unanswered.push_back(call);
             return;
         }
-        if (method == "OpenSession" && !isPlain(in)) {
-            g_dbus_method_invocation_return_dbus_error(call, "org.freedesktop.DBus.Error.NotSupported", "plain only");
-            return;
-        }
+        if (method == "OpenSession" && !isPlain(in))
+            return g_dbus_method_invocation_return_dbus_error(call, "org.freedesktop.DBus.Error.NotSupported", "plain only");
+        if (m_isLocked && (method == "GetSecret" || method == "SetSecret" || method == "CreateItem"))
+            return g_dbus_method_invocation_return_dbus_error(call, "org.freedesktop.Secret.Error.IsLocked", "locked");
         g_dbus_method_invocation_return_value(call, outcome(method, in));
         if (method == "Prompt")
             ask();
@@ -270,17 +273,24 @@ private:
 
     void complete(bool isDismissed)
     {
-        if (!isDismissed) {
+        GVariant* opened = m_opened.get();
+        if (isDismissed) {
+            // Some services say that nothing was opened, others say nothing.
+            opened = m_dismissals++ > 0          ? g_variant_new_string("")
+                : g_variant_is_container(opened) ? paths({})
+                                                 : g_variant_new_object_path(nothing);
+        } else {
             m_isLocked = false;
             if (!std::exchange(m_hasKeyring, true))
                 serveKeyring();
             m_isSilent = m_setup.isSilentAfterwards;
         }
         g_dbus_connection_emit_signal(m_bus.get(), nullptr, promptPath, "org.freedesktop.Secret.Prompt", "Completed",
-            g_variant_new("(bv)", isDismissed, m_opened.get()), nullptr);
+            g_variant_new("(bv)", isDismissed ? TRUE : FALSE, opened), nullptr);
     }
 
-    static GVariant* read(GDBusConnection*, const char*, const char*, const char*, const char* property, GError**, gpointer self)
+    static GVariant* read(
+        GDBusConnection*, const char*, const char*, const char*, const char* property, GError**, gpointer self)
     {
         return static_cast<Service*>(self)->property(property);
     }
@@ -310,6 +320,7 @@ private:
     bool m_hasKeyring;
     bool m_isLocked = true;
     bool m_isSilent = false;
+    int m_dismissals = 0;
 };
 
 PromptingKeyring::PromptingKeyring(const Setup& setup)
