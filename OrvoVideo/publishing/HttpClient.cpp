@@ -10,6 +10,7 @@
 #include <functional>
 #include <mutex>
 #include <new>
+#include <optional>
 
 namespace orvo {
 
@@ -60,6 +61,65 @@ std::string hostOf(const std::string& address)
     return url ? part(url.get(), CURLUPART_HOST) : std::string();
 }
 
+/// The proxy that the environment names for what is encrypted, chosen as libcurl does; empty for none.
+std::string environmentProxy()
+{
+    for (const auto* name : {"https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"}) {
+        if (const char* value = std::getenv(name); value && *value)
+            return value;
+    }
+    return {};
+}
+
+/// A proxy as it is shown: host and port, without the name and the password that may stand before them.
+std::string shownProxy(const std::string& address)
+{
+    const Url url(curl_url());
+    if (!url)
+        throw std::bad_alloc();
+    curl_url_set(url.get(), CURLUPART_URL, address.c_str(), CURLU_NON_SUPPORT_SCHEME | CURLU_GUESS_SCHEME);
+    const std::string port = part(url.get(), CURLUPART_PORT);
+    return part(url.get(), CURLUPART_HOST) + (port.empty() ? "" : ":" + port);
+}
+
+/// Where a request that came to no answer was going, and how far it got.
+struct Way {
+    std::string host;
+    std::string proxy; ///< By which it went; empty for none.
+    long proxyStatus = 0; ///< What an HTTP proxy has answered; 0 for nothing.
+    bool isEncrypted = false; ///< The server itself was reached.
+};
+
+/// What a person is told when it was the proxy that did not help; nothing when it did, or there was none.
+std::optional<std::string> proxyFailureText(CURLcode code, const Way& way)
+{
+    if (way.proxy.empty())
+        return std::nullopt;
+    const auto advised = [&](std::string_view what) {
+        return std::format("{} Revisa la configuración de red del sistema.", what);
+    };
+    if (way.proxyStatus >= refusedByProxy)
+        return std::format("El proxy «{}» no deja llegar al servidor «{}» ({}).", way.proxy, way.host, way.proxyStatus);
+    if (way.proxyStatus != 0 || way.isEncrypted)
+        return std::nullopt;
+    switch (code) {
+    case CURLE_COULDNT_RESOLVE_PROXY:
+        return advised(std::format("No se encuentra el proxy «{}».", way.proxy));
+    case CURLE_COULDNT_CONNECT:
+        return advised(std::format("No hay conexión con el proxy «{}».", way.proxy));
+    case CURLE_PROXY:
+        return std::format("El proxy «{}» no deja llegar al servidor «{}».", way.proxy, way.host);
+    case CURLE_OPERATION_TIMEDOUT:
+        return advised(std::format("El proxy «{}» no responde.", way.proxy));
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+    case CURLE_GOT_NOTHING:
+        return advised(std::format("El proxy «{}» ha cortado la conexión.", way.proxy));
+    default:
+        return std::nullopt;
+    }
+}
+
 /// What a person is told of a request that came to no answer.
 std::string failureText(CURLcode code, const std::string& host)
 {
@@ -94,15 +154,6 @@ std::string failureText(CURLcode code, const std::string& host)
     default:
         return std::format("No se ha podido hablar con el servidor «{}» ({}).", host, curl_easy_strerror(code));
     }
-}
-
-/// Whether libcurl finds a proxy in the environment.
-bool environmentNamesProxy()
-{
-    return std::ranges::any_of(std::array{"https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"}, [](const char* name) {
-        const char* value = std::getenv(name);
-        return value && *value;
-    });
 }
 
 /// The body of an answer as it comes.
@@ -152,6 +203,20 @@ std::unique_ptr<curl_slist, Deleter> headerList(const HttpRequest& request)
     return list;
 }
 
+Way wayOf(CURL* easy, const std::string& host, const std::string& proxy)
+{
+    Way way{.host = host, .proxy = {}};
+    long usedProxy = 0; // Not where the environment names the server an exception.
+    curl_easy_getinfo(easy, CURLINFO_USED_PROXY, &usedProxy);
+    if (usedProxy != 0)
+        way.proxy = shownProxy(proxy);
+    curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &way.proxyStatus);
+    curl_off_t encrypted = 0;
+    curl_easy_getinfo(easy, CURLINFO_APPCONNECT_TIME_T, &encrypted);
+    way.isEncrypted = encrypted > 0;
+    return way;
+}
+
 } // namespace
 
 struct HttpClient::Handles {
@@ -194,7 +259,8 @@ HttpResponse HttpClient::send(const HttpRequest& request, const std::stop_token&
     curl_easy_reset(easy);
     set(CURLOPT_URL, request.url.c_str());
     set(CURLOPT_PROTOCOLS_STR, "http,https");
-    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    set(CURLOPT_HTTP_VERSION,
+        static_cast<long>(CURL_HTTP_VERSION_1_1)); // NOLINT(*-redundant-casting): an enumerator before 8.16.
     set(CURLOPT_FOLLOWLOCATION, 0L);
     set(CURLOPT_NOSIGNAL, 1L);
     set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(m_limits.silence.count()));
@@ -206,9 +272,8 @@ HttpResponse HttpClient::send(const HttpRequest& request, const std::stop_token&
     // What is meant for the server is not told to a proxy on the way.
     set(CURLOPT_HEADEROPT, static_cast<long>(CURLHEADER_SEPARATE));
     set(CURLOPT_USERAGENT, "OrvoVideo");
-    if (host == "localhost")
-        set(CURLOPT_PROXY, "");
-    else if (const auto& proxy = desktopProxy(request.url, stop); !proxy.empty())
+    const std::string proxy = host == "localhost" ? "" : proxyFor(request.url, stop);
+    if (host == "localhost" || !proxy.empty())
         set(CURLOPT_PROXY, proxy.c_str());
     if (const char* file = std::getenv("SSL_CERT_FILE"); file && *file)
         set(CURLOPT_CAINFO, file);
@@ -251,13 +316,8 @@ HttpResponse HttpClient::send(const HttpRequest& request, const std::stop_token&
         }
         if (stop.stop_requested())
             throw Cancelled();
-        long proxyStatus = 0;
-        curl_easy_getinfo(easy, CURLINFO_HTTP_CONNECTCODE, &proxyStatus);
-        if (code != CURLE_OK && proxyStatus >= refusedByProxy)
-            throw TransportError(
-                code, std::format("El proxy del sistema no deja llegar al servidor «{}» ({}).", host, proxyStatus));
         if (code != CURLE_OK)
-            throw TransportError(code, failureText(code, host));
+            throw TransportError(code, proxyFailureText(code, wayOf(easy, host, proxy)).value_or(failureText(code, host)));
     }
     HttpResponse response{.status = 0, .body = std::move(received.bytes), .location = {}};
     curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &response.status);
@@ -268,16 +328,16 @@ HttpResponse HttpClient::send(const HttpRequest& request, const std::stop_token&
     return response;
 }
 
-const std::string& HttpClient::desktopProxy(const std::string& url, const std::stop_token& stop)
+const std::string& HttpClient::proxyFor(const std::string& url, const std::stop_token& stop)
 {
-    static const std::string none;
-    if (environmentNamesProxy())
-        return none;
     const std::string origin = originOf(url);
     const auto known = m_proxies.find(origin);
     if (known != m_proxies.end())
         return known->second;
-    return m_proxies.emplace(origin, SystemProxy::of(url, proxyLimit, stop)).first->second;
+    std::string proxy = environmentProxy();
+    if (proxy.empty())
+        proxy = SystemProxy::of(url, proxyLimit, stop);
+    return m_proxies.emplace(origin, std::move(proxy)).first->second;
 }
 
 std::string originOf(const std::string& url)

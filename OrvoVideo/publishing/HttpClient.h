@@ -62,12 +62,12 @@ public:
 
 private:
     struct Handles;
-    /// The proxy for an address where the environment names none; empty for none at all.
-    const std::string& desktopProxy(const std::string& url, const std::stop_token& stop);
+    /// The proxy that the environment names, else the desktop; empty for none.
+    const std::string& proxyFor(const std::string& url, const std::stop_token& stop);
 
     std::unique_ptr<Handles> m_handles;
     Limits m_limits;
-    std::map<std::string, std::string> m_proxies; ///< What the desktop has said, by origin.
+    std::map<std::string, std::string> m_proxies; ///< By the origin of the addresses that they are for.
 };
 
 /// What is the same for two addresses that are one server: scheme, host and port, as "https://host:443". Empty for a text

@@ -1,7 +1,10 @@
 #include "PublisherFixture.h"
 
 #include <cstdlib>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <thread>
+#include <unistd.h>
 
 namespace orvo::test {
 
@@ -10,7 +13,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 
 class PublisherRequest : public PublisherFixture {
 protected:
@@ -145,16 +147,72 @@ TEST_F(PublisherRequest, OnlyATrustedServerIsSpokenTo)
     EXPECT_THAT(outcome("ftp://localhost"), HasSubstr("escribe una que empiece por https://"));
 }
 
+/// The proxy that the environment names while this lives.
+class EnvironmentProxy {
+public:
+    explicit EnvironmentProxy(const std::string& address) { ::setenv("https_proxy", address.c_str(), 1); }
+    ~EnvironmentProxy() { ::unsetenv("https_proxy"); }
+    EnvironmentProxy(const EnvironmentProxy&) = delete;
+    EnvironmentProxy& operator=(const EnvironmentProxy&) = delete;
+};
+
 TEST_F(PublisherRequest, TheProxyOfTheSystemIsUsedAndToldNothing)
 {
     const PublishingServer proxy(true);
-    ::setenv("https_proxy", ("http://127.0.0.1:" + std::to_string(proxy.port())).c_str(), 1);
-    EXPECT_THAT(outcome("https://video.ejemplo.es"), Not(IsEmpty()));
-    EXPECT_EQ(outcome(), "no text") << "this machine is reached without it";
-    ::unsetenv("https_proxy");
-    ASSERT_EQ(proxy.requests().size(), 1U);
-    EXPECT_EQ(proxy.requests()[0].path, "video.ejemplo.es:443");
-    EXPECT_EQ(proxy.requests()[0].authorization, "");
+    const auto elsewhere = "https://video.ejemplo.es:" + std::to_string(server.port());
+    const auto at = "127.0.0.1:" + std::to_string(proxy.port());
+    for (const auto& address : {"http://" + at, "http://nombre:clave@" + at, "socks5h://" + at}) {
+        const EnvironmentProxy used(address);
+        proxy.forgetRequests();
+        EXPECT_EQ(outcome(elsewhere), "no text") << address;
+        EXPECT_EQ(outcome(), "no text") << "this machine is reached without it";
+        ASSERT_EQ(proxy.requests().size(), 1U);
+        EXPECT_EQ(proxy.requests()[0].path, elsewhere.substr(8));
+        EXPECT_EQ(proxy.requests()[0].authorization, "");
+    }
+}
+
+TEST_F(PublisherRequest, AProxyThatDoesNotHelpIsNamed)
+{
+    PublishingServer proxy(true);
+    const auto at = "127.0.0.1:" + std::to_string(proxy.port());
+    const auto through = [&](const std::string& address, const std::string& fault = "") {
+        proxy.setFaults(fault.empty() ? "" : R"([{"method":"CONNECT","path":"video","times":9,)" + fault + "}]");
+        const EnvironmentProxy used(address);
+        return outcome("https://video.ejemplo.es:" + std::to_string(server.port()));
+    };
+    options.limits.silence = std::chrono::seconds(2);
+    const std::string advice = " Revisa la configuración de red del sistema.";
+    EXPECT_EQ(through("http://" + at, R"("do":"close")"), "El proxy «" + at + "» ha cortado la conexión." + advice);
+    EXPECT_EQ(through("http://" + at, R"("do":"hang")"), "El proxy «" + at + "» no responde." + advice);
+    EXPECT_EQ(through("http://" + at, R"("do":"status","status":407)"),
+        "El proxy «" + at + "» no deja llegar al servidor «video.ejemplo.es» (407).");
+    // Once it has let through, it is the server that is told about.
+    server.setFaults(R"([{"do":"close"},{"do":"hang"}])");
+    EXPECT_EQ(through("http://" + at), "Se ha cortado la conexión con el servidor «video.ejemplo.es».");
+    EXPECT_EQ(through("socks5h://" + at), "El servidor «video.ejemplo.es» no responde.");
+    server.kill();
+    EXPECT_EQ(through("http://" + at), "El proxy «" + at + "» no deja llegar al servidor «video.ejemplo.es» (502).");
+    EXPECT_EQ(through("socks5h://" + at), "El proxy «" + at + "» no deja llegar al servidor «video.ejemplo.es».");
+
+    proxy.kill();
+    for (const auto* scheme : {"", "http://", "socks5h://", "socks4a://", "http://nombre:clave@"})
+        EXPECT_EQ(through(scheme + at), "No hay conexión con el proxy «" + at + "»." + advice) << scheme;
+    EXPECT_EQ(through("http://no-existe.invalid:3128"), "No se encuentra el proxy «no-existe.invalid:3128»." + advice);
+}
+
+TEST_F(PublisherRequest, AServerThatNeverSpeaksIsNotWaitedFor)
+{
+    // Its system accepts the connection; nobody takes it.
+    const int listening = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in place{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {.s_addr = htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
+    socklen_t length = sizeof place;
+    ASSERT_EQ(::bind(listening, reinterpret_cast<sockaddr*>(&place), length), 0);
+    ASSERT_EQ(::listen(listening, 8), 0);
+    ASSERT_EQ(::getsockname(listening, reinterpret_cast<sockaddr*>(&place), &length), 0);
+    options.limits.silence = std::chrono::seconds(1);
+    EXPECT_EQ(outcome("https://localhost:" + std::to_string(ntohs(place.sin_port))), "El servidor «localhost» no responde.");
+    ::close(listening);
 }
 
 TEST_F(PublisherRequest, CanBeCancelledInTheMiddle)
