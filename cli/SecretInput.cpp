@@ -1,10 +1,14 @@
 #include "cli/SecretInput.h"
 
 #include "VideoCore/Error.h"
+#include "cli/Interruption.h"
 
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <poll.h>
+#include <stop_token>
+#include <sys/eventfd.h>
 #include <system_error>
 #include <termios.h>
 #include <unistd.h>
@@ -15,7 +19,7 @@ namespace {
 
 constexpr std::size_t longestSecret = 64 << 10; ///< Bytes.
 
-/// While it lives, the terminal does not show what is typed.
+/// While it lives, the terminal does not show what is typed, nor the end of the line.
 class Hidden {
 public:
     Hidden()
@@ -29,6 +33,7 @@ public:
     {
         if (m_changed)
             ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &m_before);
+        std::fputs("\n", stderr);
     }
     Hidden(const Hidden&) = delete;
     Hidden& operator=(const Hidden&) = delete;
@@ -59,6 +64,22 @@ std::string readInput(bool oneLine)
     return text;
 }
 
+/// Waits for a line. Throws `Cancelled` when a signal comes first.
+void awaitLine(const Interruption& interruption)
+{
+    const int signalled = ::eventfd(0, EFD_CLOEXEC);
+    if (signalled < 0)
+        throw std::system_error(errno, std::system_category());
+    {
+        const std::stop_callback tell(interruption.token(), [signalled] { ::eventfd_write(signalled, 1); });
+        std::array<pollfd, 2> watched{{{.fd = STDIN_FILENO, .events = POLLIN}, {.fd = signalled, .events = POLLIN}}};
+        while (::poll(watched.data(), watched.size(), -1) < 0 && errno == EINTR) { }
+    }
+    ::close(signalled);
+    if (interruption.requested())
+        throw Cancelled();
+}
+
 } // namespace
 
 std::string readSecret(const std::string& name)
@@ -66,13 +87,10 @@ std::string readSecret(const std::string& name)
     if (::isatty(STDIN_FILENO) == 0)
         return readInput(false);
     std::fprintf(stderr, "%s: ", name.c_str());
-    std::string secret;
-    {
-        const Hidden hidden;
-        secret = readInput(true);
-    }
-    std::fputs("\n", stderr);
-    return secret;
+    const Interruption interruption; // The terminal is left as it was.
+    const Hidden hidden;
+    awaitLine(interruption);
+    return readInput(true);
 }
 
 } // namespace orvo::cli

@@ -11,6 +11,7 @@
 #include <mutex>
 #include <new>
 #include <optional>
+#include <string_view>
 
 namespace orvo {
 
@@ -69,6 +70,15 @@ std::string environmentProxy()
             return value;
     }
     return {};
+}
+
+/// A proxy of the desktop's as libcurl calls it: desktops mean one of SOCKS 5 to look names up itself.
+std::string forLibcurl(std::string proxy)
+{
+    constexpr std::string_view socks = "socks5://";
+    if (proxy.starts_with(socks))
+        proxy.replace(0, socks.size(), "socks5h://");
+    return proxy;
 }
 
 /// A proxy as it is shown: host and port, without the name and the password that may stand before them.
@@ -336,7 +346,7 @@ const std::string& HttpClient::proxyFor(const std::string& url, const std::stop_
         return known->second;
     std::string proxy = environmentProxy();
     if (proxy.empty())
-        proxy = SystemProxy::of(url, proxyLimit, stop);
+        proxy = forLibcurl(SystemProxy::of(url, proxyLimit, stop));
     return m_proxies.emplace(origin, std::move(proxy)).first->second;
 }
 

@@ -3,12 +3,20 @@
 #include "TestSupport/Media.h"
 #include "TestSupport/PublishingServer.h"
 
+#include <array>
 #include <csignal>
 #include <cstdlib>
+#include <format>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <map>
+#include <pty.h>
+#include <string_view>
+#include <sys/wait.h>
+#include <termios.h>
 #include <thread>
+#include <unistd.h>
+#include <utmp.h>
 
 namespace orvo::test {
 
@@ -20,6 +28,13 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::UnorderedElementsAre;
+
+/// Whether a program has come to its end; nobody has waited for it yet.
+bool hasEnded(const Program& program)
+{
+    siginfo_t facts{};
+    return ::waitid(P_PID, static_cast<id_t>(program.pid()), &facts, WEXITED | WNOHANG | WNOWAIT) == 0 && facts.si_pid != 0;
+}
 
 /// A project of a second, and a server that `orvo` has the address and the credential of.
 class Publish : public CliFixture {
@@ -104,6 +119,119 @@ TEST_F(Publish, AKilledUploadGoesOn)
     EXPECT_THAT(outcome.err, Not(HasSubstr(PublishingServer::token)));
 }
 
+TEST_F(Publish, CanBeKilledAtEveryRequest)
+{
+    // Each time it comes a request further, until nothing is left to be done.
+    int kills = 0;
+    for (bool isDone = false; !isDone; ++kills) {
+        server.setFaults(std::format(R"([{{"skip":{},"do":"hang"}}])", kills));
+        server.forgetRequests();
+        Program program({"publish", id}, setup);
+        const auto hangs = [&] { return server.asked().size() > static_cast<std::size_t>(kills); };
+        while (!isDone && !hangs())
+            isDone = hasEnded(program);
+        program.signal(SIGKILL);
+        EXPECT_EQ(program.end().status, isDone ? 0 : 128 + SIGKILL);
+        EXPECT_EQ(stored().publication.has_value(), isDone);
+        EXPECT_EQ(fs::exists(store.directory(project.id) / "upload-session.json"), !isDone && kills > 2);
+        for (const auto& request : server.requests())
+            EXPECT_NE(request.event, "refused") << kills << ": " << request.path;
+        if (kills > 3) {
+            EXPECT_THAT(server.asked("POST /api/videos/"), IsEmpty()) << kills << ": the same revision";
+        }
+    }
+    EXPECT_GT(kills, 10);
+    for (const auto* file : {"media/screen.mov", "publication/hls/key.bin", "publication/hls/72/00000.ts"}) {
+        const std::string path = file;
+        const auto name = path.starts_with("publication/") ? path.substr(12) : path;
+        EXPECT_EQ(server.received(name), readFile(store.directory(project.id) / path)) << name;
+    }
+}
+
+TEST_F(Publish, AFullDiskCostsNothingThatWasThere)
+{
+    const auto document = this->document();
+    setup.largestFile = 3'000;
+    const auto full = orvo({"publish", id});
+    EXPECT_EQ(full.status, 1);
+    EXPECT_THAT(full.err, Not(IsEmpty()));
+    EXPECT_THAT(server.asked("POST"), IsEmpty());
+    EXPECT_EQ(this->document(), document);
+    EXPECT_FALSE(fs::exists(store.directory(project.id) / "publication/signature.txt"));
+    setup.largestFile.reset();
+    EXPECT_EQ(orvo({"publish", id}).status, 0);
+    EXPECT_EQ(server.received("media/screen.mov"), readFile(store.directory(project.id) / "media/screen.mov"));
+}
+
+/// What GNOME's settings say of proxies, and the session's bus, on which its evaluator of scripts is started when needed.
+class PublishOnDesktop : public Publish {
+protected:
+    PublishOnDesktop()
+    {
+        setup.environment["XDG_CURRENT_DESKTOP"] = "GNOME";
+        setup.environment["GSETTINGS_BACKEND"] = "keyfile";
+        setup.environment["DBUS_SESSION_BUS_ADDRESS"] = bus;
+        EXPECT_TRUE(daemon.waitForError("unix:path="));
+        EXPECT_EQ(orvo({"settings", "--server", elsewhere}).status, 0);
+    }
+
+    void configure(const std::string& settings) const
+    {
+        const auto file = folder / "config/glib-2.0/settings/keyfile";
+        fs::create_directories(file.parent_path());
+        std::ofstream(file) << settings;
+    }
+
+    /// A script by which proxies are found, which is kept by its name; `fault` is what its server does when asked for it.
+    void configureScript(const std::string& name, const std::string& fault) const
+    {
+        script.setFaults(R"([{"path":"/proxy.pac","times":99,)" + fault + "}]");
+        configure("[system/proxy]\nmode='auto'\nautoconfig-url='" + script.address() + "/proxy.pac?" + name + "'\n");
+    }
+
+    const PublishingServer proxy{true};
+    const PublishingServer script{true};
+    const std::string elsewhere = "https://video.ejemplo.es:" + std::to_string(server.port());
+    const std::string bus = "unix:path=" + (folder / "bus").string();
+    Program daemon{{"--session", "--nofork", "--nopidfile", "--print-address=2", "--address=" + bus},
+        {.executable = "/usr/bin/dbus-daemon"}};
+};
+
+TEST_F(PublishOnDesktop, GoesThroughTheProxyThatTheDesktopNames)
+{
+    const auto isReachedThroughProxy = [&](const std::string& method) {
+        proxy.forgetRequests();
+        EXPECT_TRUE(answer({"settings", "--check"})["driveConnected"].flag());
+        EXPECT_THAT(proxy.asked(), ElementsAre(method + " " + elsewhere.substr(8)));
+    };
+    const auto port = std::to_string(proxy.port());
+    // Names are looked up by the proxy: this machine does not know them.
+    configure("[system/proxy]\nmode='manual'\n[system/proxy/socks]\nhost='127.0.0.1'\nport=" + port + "\n");
+    isReachedThroughProxy("SOCKS");
+    for (const auto& [kind, method] : {std::pair{"PROXY", "CONNECT"}, {"SOCKS5", "SOCKS"}}) {
+        const auto code = std::string("function FindProxyForURL(url, host) { return host == 'video.ejemplo.es' ? '") + kind
+            + " 127.0.0.1:" + port + "' : 'DIRECT'; }";
+        configureScript(
+            kind, R"("do":"status","status":200,"type":"application/x-ns-proxy-autoconfig","body":")" + code + "\"");
+        isReachedThroughProxy(method);
+    }
+    EXPECT_THAT(script.asked(), Not(IsEmpty()));
+}
+
+TEST_F(PublishOnDesktop, AScriptThatDoesNotComeHoldsNobodyUp)
+{
+    configureScript("silent", R"("do":"hang")");
+    Program program({"settings", "--check"}, setup);
+    while (script.asked().empty())
+        std::this_thread::yield();
+    program.signal(SIGINT);
+    EXPECT_EQ(program.end().status, 130);
+    // Who waits goes on without, while the script is still waited for.
+    const auto outcome = orvo({"settings", "--check"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("No se encuentra el servidor «video.ejemplo.es»"));
+}
+
 TEST_F(Publish, GoesThroughTheProxyOfTheSystem)
 {
     const PublishingServer proxy(true);
@@ -134,7 +262,7 @@ TEST_F(Publish, GoesThroughTheProxyOfTheSystem)
         EXPECT_EQ(orvo({"settings", "--server", server.address(), "--check"}).status, 0);
         EXPECT_EQ(proxy.requests().size(), 1U) << "this machine is reached directly";
         EXPECT_THAT(orvo({"settings", "--server", "https://video.ejemplo.es:1", "--check"}).err,
-            HasSubstr("El proxy del sistema no deja llegar al servidor «video.ejemplo.es» (502)."));
+            HasSubstr("El proxy «" + at + "» no deja llegar al servidor «video.ejemplo.es» (502)."));
         EXPECT_EQ(orvo({"settings", "--server", address}).status, 0);
     }
     setup.environment = before;
@@ -183,6 +311,39 @@ TEST_F(Publish, SettingsAreThoseOfTheApplication)
     setup.input = "  \n";
     EXPECT_THAT(orvo({"settings", "--credential"}).err, HasSubstr("La credencial está vacía."));
     EXPECT_THAT(orvo({"settings"}).out, testing::AllOf(HasSubstr("Credencial: en el llavero"), Not(HasSubstr("secreto"))));
+}
+
+TEST_F(Publish, ATerminalIsLeftAsItWas)
+{
+    int terminal = -1;
+    int shown = -1; // Keeps it open when the program has ended.
+    ASSERT_EQ(::openpty(&terminal, &shown, nullptr, nullptr, nullptr), 0);
+    const auto echoes = [&] {
+        termios settings{};
+        return ::tcgetattr(shown, &settings) == 0 && (settings.c_lflag & ECHO) != 0;
+    };
+    ASSERT_TRUE(echoes());
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::close(terminal);
+        ::login_tty(shown);
+        ::setenv("ORVO_LIBRARY", setup.library.c_str(), 1);
+        ::execl(orvoProgram().c_str(), "orvo", "settings", "--credential", nullptr);
+        ::_exit(127);
+    }
+    while (echoes())
+        std::this_thread::yield();
+    constexpr std::string_view typed = "secr\x03"; // Interrupted in the middle.
+    ASSERT_EQ(::write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    EXPECT_TRUE(echoes());
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 130);
+    std::array<char, 4096> text{};
+    const auto length = ::read(terminal, text.data(), text.size());
+    EXPECT_THAT(std::string(text.data(), static_cast<std::size_t>(length)), Not(HasSubstr("secr")));
+    ::close(terminal);
+    ::close(shown);
 }
 
 TEST_F(Publish, PackagesIntoAFolderThatIsCompleteOrNotThere)
