@@ -1,5 +1,5 @@
-"""Publishes a project with `orvo`, interrupted in the middle, and plays what arrived in a browser and with ffmpeg; changes who
-may embed it, and withdraws it.
+"""Publishes a project with `orvo`, interrupted in the middle, and plays what arrived in a browser, with mpv and with ffmpeg;
+changes who may embed it, and withdraws it.
 
 publish_and_play.py ORVO PUBLISHING_SERVER PLAYER
 """
@@ -11,16 +11,19 @@ import json
 import os
 import shutil
 import signal
+import ssl
 import subprocess
 import sys
 import tempfile
 import threading
 import time
+import urllib.request
 import uuid
 from pathlib import Path
 
 from chromium import Chromium, Page
 from devtools import LIMIT
+from mpv import Mpv
 
 HERE = Path(__file__).resolve().parent
 CHUNK = 8 << 20
@@ -236,6 +239,41 @@ def play_with_ffmpeg(server, address):
             expect(shown == expected, f"program {number} shows {shown} at {moment} s")
 
 
+def shown_colour(file):
+    """The colour in the middle of a picture."""
+    pixel = subprocess.run(["ffmpeg", "-v", "error", "-i", file, "-vf", "crop=16:16,scale=1:1", "-f", "rawvideo", "-pix_fmt", "rgb24",
+                            "-"], stdout=subprocess.PIPE, check=True).stdout
+    return {(1, 0, 0): "red", (0, 1, 0): "lime", (0, 0, 1): "blue", (1, 1, 1): "white"}.get(tuple(value > 120 for value in pixel))
+
+
+def play_with_mpv(server, address, folder):
+    """Every quality in turn, as a desktop's player does."""
+    trusted = ssl.create_default_context(cafile=server.authority)
+    with urllib.request.urlopen(f"{address}/master.m3u8", context=trusted) as answer:
+        lines = answer.read().decode().splitlines()
+    bandwidths = [int(line.partition("BANDWIDTH=")[2].split(",")[0]) for line in lines if line.startswith("#EXT-X-STREAM-INF")]
+    for height, bandwidth in zip((480, 720, 1080), bandwidths, strict=True):
+        mpv = Mpv(f"{address}/master.m3u8", server.authority, f"--hls-bitrate={bandwidth}",
+                  f"--sub-file={address}/captions.vtt", "--sid=1")
+        try:
+            expect(mpv.call("get_property", "video-params/h") == height, f"mpv does not play the quality {height}")
+            expect(abs(mpv.call("get_property", "duration") - SECONDS) < 0.2, f"mpv: {height} is not as long as it should be")
+            for moment in MOMENTS:
+                mpv.seek(moment)
+                mpv.picture(folder / "shown.png")
+                seen = mpv.call("get_property", "time-pos"), shown_colour(folder / "shown.png"), mpv.call("get_property", "sub-text")
+                print(height, moment, seen)
+                expect(abs(seen[0] - moment) < 1.5 / RATE, f"mpv: {height} is at {seen[0]} instead of {moment} s")
+                expect(seen[1] == colour_at(moment), f"mpv: {height} shows {seen[1]} at {moment} s")
+                expect(seen[2] == " ".join(words_at(moment)), f"mpv: {height} says {seen[2]} at {moment} s")
+            mpv.seek(SECONDS - 2)
+            position, reason, status = mpv.finish()
+            expect(reason == "eof" and status == 0, f"mpv: {height} ends with {reason}, {status}")
+            expect(position > SECONDS - 0.5, f"mpv: {height} ends at {position} s")
+        finally:
+            mpv.close()
+
+
 def is_shown_by(browser, site):
     """Whether the site's page shows the video that it embeds."""
     page = Page(browser, site.origin)
@@ -269,6 +307,7 @@ def main():
 
         browser = Chromium(folder, server.trusted())
         play_in_browser(browser, watch)
+        play_with_mpv(server, media, folder)
         play_with_ffmpeg(server, media)
         play_with_the_wrong_key(browser, server, watch, video)
 

@@ -1,0 +1,94 @@
+#include "PublisherFixture.h"
+
+#include <format>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::IsEmpty;
+
+/// What can happen to a request, whatever it asks for.
+struct Mishap {
+    std::string name;
+    std::string fault; ///< As the server is told it.
+    std::string text; ///< What it is told the user as.
+    bool isLie = false; ///< The answer says that all is well, and nothing was done.
+};
+
+/// Every request of a publication, with something that happens to it.
+class EveryRequest : public PublisherFixture, public testing::WithParamInterface<Mishap> {
+protected:
+    EveryRequest()
+    {
+        write(media("screen.mov"), 8'400'000); // Two chunks.
+        fs::remove_all(hls / "480");
+        options.limits.silence = std::chrono::seconds(1);
+        options.pause = [this](std::chrono::seconds, const std::stop_token&) {
+            if (++waits > longestWait)
+                throw Cancelled(); // As a user does who has waited for long.
+        };
+    }
+
+    bool isRegistered() const { return fs::exists(session); }
+
+    static constexpr int longestWait = 30;
+    int waits = 0;
+};
+
+TEST_P(EveryRequest, MayGoWrong)
+{
+    const auto& [name, fault, text, isLie] = GetParam();
+    const PublishingServer elsewhere(true);
+    publish();
+    const auto asked = server.asked();
+    constexpr std::size_t registration = 2;
+    ASSERT_EQ(asked.size(), 3U + 2 * 3 + 1 + 3);
+
+    for (std::size_t number = 0; number < asked.size(); ++number) {
+        SCOPED_TRACE(std::format("{}. {}", number, asked[number]));
+        waits = 0;
+        server.forgetRequests();
+        server.setFaults(std::format(R"([{{"skip":{},"location":"{}/",{}}}])", number, elsewhere.address(), fault));
+        const std::string outcome = failure();
+        // A chunk is sent again, and so is what has no body, when the connection that was kept turns out to have ended.
+        const bool isSentAgain = asked[number].starts_with("PUT") || (name == "Closed" && number > registration);
+        if (!isLie) {
+            EXPECT_EQ(outcome, isSentAgain ? "" : text);
+            for (const auto& request : server.requests())
+                EXPECT_NE(request.event, "refused") << request.path << " " << request.range;
+        }
+        const bool isDone = outcome.empty();
+        EXPECT_EQ(isRegistered(), !isDone && (number > registration || (isLie && number == registration)));
+
+        // The next one goes on from there, and comes to its end.
+        const bool goesOn = isRegistered() && number > registration;
+        server.setFaults("");
+        server.forgetRequests();
+        waits = 0;
+        ASSERT_EQ(failure(), "");
+        EXPECT_EQ(server.asked("POST /api/videos/").empty(), goesOn);
+        expectReceived({"media/screen.mov", "project.json", "hls/master.m3u8"});
+        EXPECT_FALSE(isRegistered());
+    }
+    EXPECT_THAT(elsewhere.requests(), IsEmpty());
+}
+
+const auto notDone = "El servidor no ha podido completar la petición.";
+
+INSTANTIATE_TEST_SUITE_P(, EveryRequest,
+    testing::Values(Mishap{"Closed", R"("do":"close")", "Se ha cortado la conexión con el servidor «localhost»."},
+        Mishap{"Silent", R"("do":"hang")", "El servidor «localhost» no responde."},
+        Mishap{"Huge", R"("do":"huge")", "El servidor «localhost» ha enviado una respuesta demasiado grande."},
+        Mishap{"Page", R"("do":"status","status":502,"body":"<html>Bad Gateway</html>")", notDone},
+        Mishap{"Full", R"("do":"answer","status":507,"json":{"error":"Drive está lleno."})", "Drive está lleno."},
+        Mishap{"Elsewhere", R"("do":"redirect")",
+            "El servidor remite a otra dirección (http://localhost). Si es la de tu servidor, escríbela en Ajustes."},
+        Mishap{"LyingPage", R"("do":"status","status":200,"body":"<html>Portal</html>")", "", true},
+        Mishap{"LyingList", R"("do":"answer","json":[{"id":"r1"}])", "", true}),
+    [](const auto& given) { return given.param.name; });
+
+} // namespace
+
+} // namespace orvo::test

@@ -1,0 +1,54 @@
+#include "OrvoVideo/publishing/PublicationPackage.h"
+#include "Platform/FfprobeMediaProbe.h"
+#include "TestSupport/Media.h"
+#include "TestSupport/ProjectFixture.h"
+#include "VideoCore/Error.h"
+
+#include <gmock/gmock.h>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class PublicationPackageTests : public ProjectFixture {
+protected:
+    PublicationPackageTests()
+        : ProjectFixture("library", 1)
+    {
+        project.width = 128;
+        project.height = 72;
+        project.fps = 10;
+        makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=128x72:rate=10:duration=1");
+        store.save(project);
+    }
+
+    PublicationPackage package(const std::string& quality) const { return {project, store, {.quality = quality}}; }
+};
+
+TEST_F(PublicationPackageTests, IsUsedForWhatItWasMadeFromAlone)
+{
+    {
+        const auto small = package("small");
+        small.render(FfprobeMediaProbe(), {}, {});
+        small.package({}, {});
+        EXPECT_TRUE(small.isReady());
+        EXPECT_THROW(package("small"), Error) << "somebody else publishes it";
+    }
+    {
+        const auto high = package("high");
+        EXPECT_FALSE(high.isReady());
+        high.render(FfprobeMediaProbe(), {}, {});
+        // All of it succeeds but the last step.
+        fs::create_directories(high.hls() / "poster.jpg");
+        EXPECT_THROW(high.package({}, {}), Error);
+        ASSERT_TRUE(fs::exists(high.hls() / "master.m3u8"));
+        EXPECT_FALSE(high.isReady());
+    }
+    EXPECT_FALSE(package("small").isReady()) << "what lies there now is the other one";
+}
+
+} // namespace
+
+} // namespace orvo::test
