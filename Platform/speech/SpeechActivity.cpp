@@ -205,11 +205,14 @@ struct Fall {
 
 constexpr std::size_t fitted = 10; ///< Frames that show how a sound falls.
 
-/// The straight line through the last frames of a stretch, by least squares.
-Fall fallOf(const std::vector<float>& level, const Frames& stretch)
+/// The straight line through the last frames of a stretch, by least squares. What a room adds goes on until it is no longer
+/// heard: a stretch that breaks off before has no such end.
+Fall fallOf(const Band& band, const Frames& stretch)
 {
     constexpr float straight = 2; // Decibels that the frames lie away from the line, as a root mean square.
-    if (stretch.count() < fitted + 4)
+    constexpr float brokenOff = 8; // Decibels above the threshold.
+    const auto& level = band.level;
+    if (stretch.count() < fitted + 4 || level[stretch.end - 1] > band.lasts[stretch.end - 1] + brokenOff)
         return {};
     constexpr float middle = (fitted - 1) / 2.0F;
     const auto at = [&](std::size_t i) { return level[stretch.end - fitted + i]; };
@@ -233,14 +236,14 @@ Fall fallOf(const std::vector<float>& level, const Frames& stretch)
 
 /// How fast sound dies away in the room of a recording, in decibels a frame; 0 where nothing is heard of a room, which would
 /// let most stretches of speech end in the same way.
-float roomOf(const std::vector<float>& level, const std::vector<Frames>& speech)
+float roomOf(const Band& band, const std::vector<Frames>& speech)
 {
     constexpr float slowest = 0.5F; // A reverberation time of 1.2 seconds.
     constexpr float fastest = 3; // Of 0.2 seconds: what falls faster costs no precision.
     constexpr float alike = 0.4F; // Share by which falls of one room differ.
     std::vector<float> slopes;
     for (const auto& stretch : speech) {
-        if (const Fall fall = fallOf(level, stretch); fall.even && fall.slope > slowest && fall.slope < fastest)
+        if (const Fall fall = fallOf(band, stretch); fall.even && fall.slope > slowest && fall.slope < fastest)
             slopes.push_back(fall.slope);
     }
     if (slopes.size() < 3)
@@ -254,15 +257,15 @@ float roomOf(const std::vector<float>& level, const std::vector<Frames>& speech)
 
 /// Where a stretch ends without what the room adds: back along the line on which sound dies away there, to where the voice
 /// lies under it.
-std::size_t withoutTail(const std::vector<float>& level, const Frames& stretch, float room)
+std::size_t withoutTail(const Band& band, const Frames& stretch, float room)
 {
     constexpr float under = 4; // Decibels.
-    const Fall fall = fallOf(level, stretch);
+    const Fall fall = fallOf(band, stretch);
     if (!fall.even || fall.slope > 1.6F * room || fall.slope < 0.5F * room)
         return stretch.end;
     std::size_t at = stretch.end - fitted;
     float line = fall.level + room * static_cast<float>(fitted - 1);
-    while (at > stretch.begin + shortestSpeech && level[at] >= line - under) {
+    while (at > stretch.begin + shortestSpeech && band.level[at] >= line - under) {
         --at;
         line += room;
     }
@@ -277,10 +280,10 @@ std::vector<std::size_t> endsIn(const Band& band, std::vector<Frames> speech)
         while (stretch.count() > shortestSpeech && band.level[stretch.end - 1] <= band.lasts[stretch.end - 1])
             --stretch.end;
     }
-    const float room = roomOf(band.level, speech);
+    const float room = roomOf(band, speech);
     std::vector<std::size_t> result;
     for (const auto& stretch : speech)
-        result.push_back(room > 0 ? withoutTail(band.level, stretch, room) : stretch.end);
+        result.push_back(room > 0 ? withoutTail(band, stretch, room) : stretch.end);
     return result;
 }
 
@@ -319,7 +322,7 @@ std::vector<Frames> findSpeech(const Loudness& loudness)
     const Band hiss = analyse(loudness.hiss, hissMargins, leastLevel - 10);
     const auto sounds = [&](std::size_t i) { return voice.level[i] > voice.lasts[i] || hiss.level[i] > hiss.lasts[i]; };
 
-    std::vector<Frames> found;
+    std::vector<Frames> sounding;
     for (std::size_t i = 0; i < count;) {
         if (!sounds(i)) {
             ++i;
@@ -337,18 +340,21 @@ std::vector<Frames> findSpeech(const Loudness& loudness)
         if (stretch.count() > 2 && loudness.voice[stretch.end - 1] <= voice.lasts[stretch.end - 1]
             && loudness.hiss[stretch.end - 1] <= hiss.lasts[stretch.end - 1])
             --stretch.end;
-        if (!certain)
-            continue;
+        if (certain)
+            sounding.push_back(stretch);
+    }
+    // What a room adds may reach over most of a pause.
+    const auto voiceEnds = endsIn(voice, sounding);
+    const auto hissEnds = endsIn(hiss, sounding);
+    std::vector<Frames> found;
+    for (std::size_t i = 0; i < sounding.size(); ++i) {
+        const Frames stretch{.begin = sounding[i].begin, .end = std::max(voiceEnds[i], hissEnds[i])};
         if (!found.empty() && stretch.begin - found.back().end < partingSilence)
             found.back().end = stretch.end;
         else
             found.push_back(stretch);
     }
     std::erase_if(found, [](const Frames& stretch) { return stretch.count() < shortestSpeech; });
-    const auto voiceEnds = endsIn(voice, found);
-    const auto hissEnds = endsIn(hiss, found);
-    for (std::size_t i = 0; i < found.size(); ++i)
-        found[i].end = std::max(voiceEnds[i], hissEnds[i]);
     return found;
 }
 

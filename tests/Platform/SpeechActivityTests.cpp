@@ -10,6 +10,7 @@ namespace orvo::speech {
 
 namespace {
 
+using testing::ElementsAre;
 using testing::IsEmpty;
 
 /// Sound that is put together piece by piece.
@@ -122,6 +123,26 @@ TEST(SpeechActivity, FindsWhereSpeechBeginsAndEnds)
     expectTwoStretches(findSpeech(fourStretches().room(0.3).loudness()), 0.03, 0.1);
     expectTwoStretches(findSpeech(Sound().silence(0.5).voice(1.5, 0.01).silence(0.6).voice(1.4, 0.01).silence(1).loudness()),
         0.025, 0.025); // Softly.
+}
+
+TEST(SpeechActivity, WhatBreaksOffWasNotInARoom)
+{
+    // Three times 60 frames of a voice that falls evenly for a quarter of a second and then is silent.
+    Loudness loudness;
+    for (int i = 0; i < 3 * 160; ++i) {
+        const int at = i % 160 - 50;
+        loudness.voice.push_back(at < 0 || at >= 60 ? -100.0F : -20.0F - 0.8F * static_cast<float>(std::max(at - 35, 0)));
+        loudness.hiss.push_back(-100);
+    }
+    EXPECT_THAT(findSpeech(loudness), ElementsAre(Frames{50, 110}, Frames{210, 270}, Frames{370, 430}));
+}
+
+TEST(SpeechActivity, ARoomThatIsHeardOverMostOfAPauseDoesNotHideIt)
+{
+    const auto found = findSpeech(twoStretches().voice(1.2).silence(0.4).voice(1.7).silence(1).room(0.5).loudness());
+    ASSERT_EQ(found.size(), 4U);
+    EXPECT_NEAR(found[2].endSeconds(), 6.2, 0.1);
+    EXPECT_NEAR(found[3].startSeconds(), 6.6, 0.03);
 }
 
 TEST(SpeechActivity, ZerosInANoisySoundAreNoBackground)
