@@ -115,7 +115,9 @@ private:
                 add({"-vf", encoder.upload});
             add(encoder.arguments(pictureBitRate));
         }
-        add({"-c:a", "aac", target.string()});
+        // What a browser did not come to record is missing in the times of its sound alone. Closed up, the sound would come
+        // too early, and by default it is up to a tenth of a second.
+        add({"-af", "aresample=async=1:min_hard_comp=0.005", "-c:a", "aac", target.string()});
         ProcessRunner::run(m_ffmpeg, arguments, {}, 0, m_stop);
 
         // An input without a single frame makes a file that holds nothing.

@@ -97,6 +97,29 @@ TEST_F(RecordingPreparationTest, ABrowserRecordingBecomesOneThatCanBeEdited)
     EXPECT_THAT(project.edit.events, SizeIs(1));
 }
 
+TEST_F(RecordingPreparationTest, SoundThatABrowserLostIsSilenceAndWhatFollowsStaysWithThePicture)
+{
+    // Ten milliseconds more are missing after each 0.6 seconds, as the times of the packets tell.
+    const auto whole = folder / "whole.webm";
+    makeBrowserFile(whole,
+        {"-f", "lavfi", "-i", "color=size=64x36:rate=10:duration=6", "-f", "lavfi", "-i",
+            "aevalsrc='0.5*sin(2*PI*1000*t)*between(t,5,5.2)':s=48000:d=6", "-c:v", "libvpx", "-deadline", "realtime",
+            "-c:a", "libopus"});
+    for (const auto kind : {TrackKind::screen, TrackKind::microphone}) {
+        auto arguments =
+            std::vector<std::string>{"-i", whole.string(), "-c", "copy", "-bsf:a", "setts=ts=TS+10*floor(N/30)"};
+        if (kind == TrackKind::microphone)
+            arguments.emplace_back("-vn");
+        makeBrowserFile(addTrack(kind, std::string(textOf(kind)) + ".webm"), arguments);
+    }
+    RecordingPreparation::apply(project, prepare(RecordingPreparation::Which::needed));
+    for (const auto& track : project.tracks) {
+        const auto samples = decodeSound(store.mediaURL(project, track.file));
+        const auto tone = std::ranges::find_if(samples, [](float sample) { return std::abs(sample) > 0.1F; });
+        EXPECT_NEAR(static_cast<double>(tone - samples.begin()) / 48'000, 5.08, 0.01) << textOf(track.kind);
+    }
+}
+
 TEST_F(RecordingPreparationTest, WhatAnInterruptionLeftIsRecoveredWhole)
 {
     makeInterrupted(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=320x180:rate=30:duration=6", 0.8);
