@@ -19,8 +19,7 @@ BIT_RATE = WIDTH * HEIGHT * 5
 WARM_UP = 1.0  # Seconds at both ends of a recording that are not counted.
 
 
-def rows(programs, folder, seconds, runs, long, say):
-    """With `long` there is a recording of ten minutes more, with sound."""
+def rows(programs, folder, seconds, runs, say):
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
     table = []
@@ -32,9 +31,6 @@ def rows(programs, folder, seconds, runs, long, say):
                 ours.append(display.record(seconds, fps))
                 peers.append(display.grab(seconds, fps))
         table += _rows(f"recording 1080p{fps}", ours, peers, judged=fps == 30)
-    if long:
-        say("recording ten minutes with sound")
-        table += _long_rows(programs, folder, 600)
     return table
 
 
@@ -62,26 +58,12 @@ def _rows(what, ours, peers, judged):
     ]
 
 
-def _long_rows(programs, folder, seconds):
-    with Display(programs, folder, 30, sound=True) as display:
-        one = display.record(seconds, 30, sound=True)
-        growth = display.memory[-1] - display.memory[len(display.memory) // 4]
-    what = f"recording 1080p30 with sound, {seconds // 60} minutes"
-    return [
-        Row(f"{what}: processor", "% of a core", [one.core_share()]),
-        Row(f"{what}: pictures lost", "%", [one.lost_share()]),
-        Row(f"{what}: peak memory", "MB", [one.cost.peak], limit=250),
-        Row(f"{what}: growth of memory after the first quarter", "MB", [growth], limit=10),
-    ]
-
-
 class Display:
-    """An X server with the moving pattern on it."""
+    """An X server with the moving pattern on it, which plays its tone when there is an environment with `sound`."""
 
-    def __init__(self, programs, folder, fps, sound=False):
+    def __init__(self, programs, folder, fps, sound=None):
         self._programs, self._folder, self._fps, self._sound = programs, folder, fps, sound
         self._started = []
-        self.memory = []
 
     def __enter__(self):
         reading, writing = os.pipe()
@@ -102,19 +84,21 @@ class Display:
             process.wait()
 
     def _start(self, command, **options):
-        environment = {**os.environ, **({"DISPLAY": self.name} if hasattr(self, "name") else {})}
+        environment = {**os.environ, **(self._sound or {}), **({"DISPLAY": self.name} if hasattr(self, "name") else {})}
         process = subprocess.Popen([str(word) for word in command], stderr=subprocess.DEVNULL, env=environment, **options)
         self._started.append(process)
         return process
 
-    def record(self, seconds, fps, sound=False):
+    def shown(self):
+        """The milliseconds of the pictures so far."""
+        return [int(line) for line in self._log.read_text().split()]
+
+    def record(self, seconds, fps):
         library = self._folder / "library"
         shutil.rmtree(library, ignore_errors=True)
-        command = [self._programs / "orvo", "record", "--seconds", seconds, "--fps", fps, "--library", library]
-        if not sound:
-            command += ["--no-microphone", "--no-system-audio"]
+        command = [self._programs / "orvo", "record", "--seconds", seconds, "--fps", fps, "--library", library,
+                   "--no-microphone", "--no-system-audio"]
         cost = measure.run(command, DISPLAY=self.name)
-        self.memory = cost.resident
         return self._counted(cost, seconds, next(library.glob("*/media/screen.mov")))
 
     def grab(self, seconds, fps):
@@ -129,25 +113,24 @@ class Display:
         return self._counted(cost, seconds, file)
 
     def _counted(self, cost, seconds, file):
-        recorded = _times_in(file)
-        shown = [int(line) for line in self._log.read_text().split()]
+        recorded = set(shown_times(file))
         first, last = min(recorded) + 1000 * WARM_UP, max(recorded) - 1000 * WARM_UP
-        counted = {time for time in shown if first <= time <= last}
+        counted = {time for time in self.shown() if first <= time <= last}
         return Recorded(cost, seconds, len(counted), len(counted - recorded))
 
 
-def _times_in(file):
-    """The milliseconds that the frames of a file show."""
+def shown_times(file):
+    """The milliseconds that the frames of a file show, one after the other."""
     row = subprocess.run(
         ["ffmpeg", "-v", "error", "-nostdin", "-i", str(file), "-vf",
          f"crop={BITS * BLOCK}:{BLOCK}:{LEFT}:{TOP},format=gray,scale={BITS}:1:flags=area", "-fps_mode", "passthrough",
          "-f", "rawvideo", "-pix_fmt", "gray", "-"], stdout=subprocess.PIPE, check=True).stdout
-    times = set()
+    times = []
     for at in range(0, len(row), BITS):
         value = 0
         for brightness in row[at:at + BITS]:
             value = value << 1 | (brightness >= 128)
-        times.add(value)
+        times.append(value)
     return times
 
 

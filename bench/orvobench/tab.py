@@ -24,7 +24,7 @@ def rows(programs, folder, seconds, say):
     install(programs, folder)
     # The window's frame takes what is more than 1080 lines.
     browser = Browser(folder / "bin/orvo", programs.parent / "OrvoVideo.app/Contents/Helpers/OrvoBridge", ROOT / "Extension",
-                      ROOT / "packaging/extension-origin.txt", folder / "home", size=(1920, 1224))
+                      ROOT / "packaging/extension-origin.txt", folder / "home", size=(1920, 1224), page="page.html?small")
     try:
         say(f"tab: recording {seconds} seconds")
         identifier = browser.begin()

@@ -46,7 +46,7 @@ class Browser:
     """A display, a browser with the extension and the test page, and a library of its own. The browser's microphone hums and
     its camera shows a pattern."""
 
-    def __init__(self, orvo, bridge, extension, origin, folder, size=(1000, 700)):
+    def __init__(self, orvo, bridge, extension, origin, folder, size=(1000, 700), page="page.html"):
         self.orvo = orvo
         self.size = size
         self.extension = Path(origin).read_text().strip().split("/")[2]
@@ -64,7 +64,7 @@ class Browser:
                                              "type": "stdio", "allowed_origins": [Path(origin).read_text().strip()]}))
         server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), partial(QuietHandler, directory=HERE))
         threading.Thread(target=server.serve_forever, daemon=True).start()
-        self.address = f"http://127.0.0.1:{server.server_port}/page.html"
+        self.address = f"http://127.0.0.1:{server.server_port}/{page}"
         self.tools = DevTools(
             ["chromium", "--no-sandbox", f"--user-data-dir={profile}", f"--load-extension={extension}", "--no-first-run",
              "--disable-features=DisableLoadExtensionCommandLineSwitch", "--autoplay-policy=no-user-gesture-required",

@@ -1,0 +1,62 @@
+"""PipeWire and its PulseAudio server in a folder of their own, with loudspeakers and a microphone."""
+
+import os
+import subprocess
+import time
+
+LIMIT = 60  # Seconds that anything may take on a loaded machine.
+
+
+class Sound:
+    """Runs until it is closed. What `environment` has makes other programs use it.
+
+    `microphone` hears what is played into `heard`, "micfeed" or "speakers"."""
+
+    def __init__(self, runtime, heard="micfeed"):
+        self.environment = {"XDG_RUNTIME_DIR": str(runtime), "DBUS_SESSION_BUS_ADDRESS": f"unix:path={runtime}/bus"}
+        self._heard = heard
+        self._started = []
+        runtime.mkdir(mode=0o700)
+        self._start("dbus-daemon", "--session", f"--address=unix:path={runtime}/bus", "--nofork", "--nopidfile")
+        self._start("pipewire")
+        until((runtime / "pipewire-0").exists, "PipeWire")  # Without it the session manager ends at once.
+        self._start("wireplumber")
+        self.start_server()
+
+    def close(self):
+        for process in reversed(self._started):
+            if process.poll() is None:
+                process.kill()
+            process.wait()
+
+    def start_server(self):
+        self._server = self._start("pipewire-pulse")
+        until(lambda: self._pactl("info"), "the sound server")
+        for name in ("speakers", "micfeed"):
+            self._pactl("load-module", "module-null-sink", f"sink_name={name}")
+        self._pactl("load-module", "module-remap-source", f"master={self._heard}.monitor", "source_name=voice")
+        # Right after the start the answer may be that this is not supported.
+        until(lambda: self._pactl("set-default-sink", "speakers") and self._pactl("set-default-source", "voice"),
+              "the default devices")
+
+    def end_server(self):
+        self._server.kill()
+        self._server.wait()
+
+    def _start(self, *command):
+        process = subprocess.Popen(command, env={**os.environ, **self.environment}, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL)
+        self._started.append(process)
+        return process
+
+    def _pactl(self, *words):
+        return subprocess.run(["pactl", *words], env={**os.environ, **self.environment}, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL, check=False).returncode == 0
+
+
+def until(condition, what):
+    end = time.monotonic() + LIMIT
+    while not condition():
+        if time.monotonic() > end:
+            raise RuntimeError(f"{what} does not come")
+        time.sleep(0.02)
