@@ -44,7 +44,7 @@ template <typename Record> std::optional<std::vector<NumberChange<Record>>> numb
 {
     std::vector<NumberChange<Record>> changes;
     for (auto entry = values.begin(); entry != values.end(); ++entry) {
-        double Record::* field = numberNamed<Record>(entry.key());
+        double Record::* const field = numberNamed<Record>(entry.key());
         const double value = entry.value().toDouble();
         if (!field || !std::isfinite(value))
             return std::nullopt;

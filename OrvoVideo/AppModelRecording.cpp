@@ -100,7 +100,7 @@ QCoro::Task<> AppModel::beginRecording()
     pause();
     flushSave();
 
-    const auto tell = [this](auto call) { QMetaObject::invokeMethod(this, call, Qt::QueuedConnection); };
+    const auto tell = [this](const auto& call) { QMetaObject::invokeMethod(this, call, Qt::QueuedConnection); };
     RecordingSession::Listener listener{
         .onCheckpoint = [this, tell](const VideoProject& project) { tell([this, project] { showRecorded(project); }); },
         .onError =

@@ -212,7 +212,7 @@ std::optional<std::string> ProjectDocuments::keepOther(const Uuid& id)
     if (known == m_known.end() || !stamp || known->second == *stamp)
         return std::nullopt;
     for (int number = 1;; ++number) {
-        const auto name = std::format("project-{}.json", number);
+        auto name = std::format("project-{}.json", number);
         std::error_code error;
         fs::create_hard_link(folder / ProjectStore::documentName, folder / name, error);
         if (error == std::errc::file_exists)

@@ -53,14 +53,14 @@ int runApplication(const QStringList& arguments)
 {
     using namespace orvo;
 
-    SingleInstance instance(AppServices::openLibrary(libraryFolder())->root());
+    const SingleInstance instance(AppServices::openLibrary(libraryFolder())->root());
     if (!instance.isFirst())
         return instance.handOver(MainWindow::inAnyFolder(arguments)) ? EXIT_SUCCESS
                                                                      : endWith(SingleInstance::notAnsweringText());
 
     AppModel model(AppServices::create(libraryFolder()));
     MainWindow window(model);
-    TrayItem tray(model);
+    const TrayItem tray(model);
     const RecordingDesk desk(model, [&model] {
         const bool hasKeys = model.shortcuts()->supportText().isEmpty();
         return hasKeys || QSystemTrayIcon::isSystemTrayAvailable() ? RecordingDesk::WayBack::elsewhere

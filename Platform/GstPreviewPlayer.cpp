@@ -29,9 +29,8 @@ GstPreviewPlayer::GstPreviewPlayer(std::unique_ptr<MediaProbe> probe, const std:
     connect(&m_ticks, &QTimer::timeout, this, [this] { emit timeChanged(position()); });
 
     // What the engine's thread tells is queued; Qt drops what is still queued when this object goes.
-    const auto onMainThread = [this](auto&& report) {
-        QMetaObject::invokeMethod(this, std::move(report), Qt::QueuedConnection);
-    };
+    const auto onMainThread = [this](
+                                  auto report) { QMetaObject::invokeMethod(this, std::move(report), Qt::QueuedConnection); };
     PreviewEngine::Listener listener;
     listener.picture = [this, onMainThread](QImage picture) {
         const std::scoped_lock lock(m_mailbox->mutex);
@@ -119,7 +118,7 @@ void GstPreviewPlayer::changeRate(double rate)
     if (rate == 0)
         m_ticks.stop();
     else
-        m_ticks.start(std::chrono::milliseconds(std::clamp(static_cast<int>(1000 / 12 / std::abs(rate)), 20, 1000)));
+        m_ticks.start(std::chrono::milliseconds(std::clamp(static_cast<int>(1000.0 / 12 / std::abs(rate)), 20, 1000)));
     emit rateChanged();
 }
 

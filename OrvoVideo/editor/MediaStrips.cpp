@@ -153,7 +153,7 @@ QCoro::Task<> MediaStrips::readWaveforms()
     const auto count = static_cast<double>(wanted.size());
     try {
         for (std::size_t i = 0; i < wanted.size(); ++i) {
-            const Source source = wanted[i];
+            const Source& source = wanted[i];
             if (!source.sound || m_peaks.contains(source.file) || m_silent.contains(source.file))
                 continue;
             m_progress = static_cast<double>(i) / count;
@@ -217,7 +217,7 @@ WaveformPeaks MediaStrips::readPeaks(
     WaveformPeaks peaks;
     std::vector<std::int16_t> block(1 << 16);
     for (;;) {
-        const qint64 read = sound.read(reinterpret_cast<char*>(block.data()), static_cast<qint64>(block.size() * 2));
+        const qint64 read = sound.read(reinterpret_cast<char*>(block.data()), 2 * static_cast<qint64>(block.size()));
         if (read < 2)
             break;
         peaks.add(std::span(block).first(static_cast<std::size_t>(read / 2)));

@@ -105,7 +105,7 @@ void PointerMark::paint(QPainter* painter)
         painter->setOpacity(1 - progress);
         painter->scale(growth, growth);
         // The ring lies outside of the shape, and does not grow with it.
-        QPen pen(gold, 2 / growth);
+        const QPen pen(gold, 2 / growth);
         painter->setPen(pen);
         painter->drawPath(lens(20 + 1 / growth, 27 + 1 / growth));
         break;

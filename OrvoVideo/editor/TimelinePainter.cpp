@@ -267,7 +267,7 @@ void TimelinePainter::paintWaveform(const MediaTrack& track, const WaveformPeaks
     const auto last = static_cast<int>(std::ceil(std::min(row.right(), m_scene.scale.width())));
     const double gain = std::clamp(track.volume, 0.0, 4.0);
     QPolygonF outline;
-    outline.reserve((last - first) * 2);
+    outline.reserve(qsizetype{2} * (last - first));
     std::vector<double> lows;
     lows.reserve(static_cast<std::size_t>(std::max(last - first, 0)));
     const double perPixel = m_scene.scale.seconds(1);

@@ -23,7 +23,7 @@ QImage reduced(const PictureMemory& memory)
         auto* line = reinterpret_cast<QRgb*>(picture.scanLine(y));
         const auto* luma = memory.luma() + static_cast<std::ptrdiff_t>(y) * step * memory.lumaStride();
         const auto chroma = static_cast<std::ptrdiff_t>(y) * step / 2 * memory.chromaStride();
-        for (int x = 0; x < picture.width(); ++x) {
+        for (std::ptrdiff_t x = 0; x < picture.width(); ++x) {
             // Limited range, BT.601, in 256ths.
             const int c = 298 * (luma[x * step] - 16) + 128;
             const int d = memory.blue()[chroma + x * step / 2] - 128;
@@ -87,7 +87,7 @@ QCoro::Task<> CameraMirror::watch()
 {
     const auto asked = m_start;
     // The stream is gone before this object is, so that its threads may speak to it.
-    const auto toMain = [this, asked](auto call) {
+    const auto toMain = [this, asked](const auto& call) {
         QMetaObject::invokeMethod(
             this,
             [this, asked, call] {

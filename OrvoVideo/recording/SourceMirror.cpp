@@ -15,7 +15,8 @@ constexpr int interval = 1000; ///< Milliseconds between two pictures.
 QImage imageOf(const SourcePicture& taken)
 {
     // Lines follow one another without a gap; the copy belongs to the image.
-    return QImage(taken.pixels.data(), taken.size.width, taken.size.height, taken.size.width * 3, QImage::Format_RGB888)
+    return QImage(
+        taken.pixels.data(), taken.size.width, taken.size.height, qsizetype{3} * taken.size.width, QImage::Format_RGB888)
         .copy();
 }
 

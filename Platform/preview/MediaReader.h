@@ -5,7 +5,7 @@
 #include <memory>
 #include <stop_token>
 
-typedef struct _GstSample GstSample;
+typedef struct _GstSample GstSample; // NOLINT(*-reserved-identifier): its name.
 
 namespace orvo {
 
