@@ -2,10 +2,16 @@
 #include "OrvoVideo/publishing/Publisher.h"
 #include "Platform/StoredSettings.h"
 #include "TestSupport/Media.h"
+#include "TestSupport/PrivateBus.h"
 #include "TestSupport/PublishingServer.h"
 #include "VideoCore/FileIO.h"
 
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QProcess>
+#include <QTimer>
 #include <format>
+#include <fstream>
 
 namespace orvo::test {
 namespace {
@@ -284,6 +290,49 @@ TEST_F(PublishingFlow, AnotherProjectMayBeOpenedMeanwhile)
     EXPECT_THAT(pasteboard->text, HasSubstr(onDisk(first).publication->videoID));
     select(onDisk(first));
     EXPECT_EQ(model->domainText(), "https://uno.es");
+}
+
+TEST_F(PublishingFlow, ADesktopThatDoesNotNameItsProxyHoldsNobodyUp)
+{
+    // Its proxies are found by a script, whose server does not answer.
+    const PublishingServer script(true);
+    script.setFaults(R"([{"path":"/proxy.pac","do":"hang","times":99}])");
+    const PrivateBus bus;
+    QProcess evaluator;
+    evaluator.start("/usr/libexec/glib-pacrunner", QStringList());
+    ASSERT_TRUE(evaluator.waitForStarted());
+    const auto isEvaluator = [] {
+        return QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), "watching")
+            .interface()
+            ->isServiceRegistered("org.gtk.GLib.PACRunner")
+            .value();
+    };
+    while (!isEvaluator())
+        ASSERT_EQ(evaluator.state(), QProcess::Running);
+    qputenv("XDG_CURRENT_DESKTOP", "GNOME");
+    qputenv("GSETTINGS_BACKEND", "keyfile");
+    const auto settings = folder / "config/glib-2.0/settings/keyfile";
+    fs::create_directories(settings.parent_path());
+    std::ofstream(settings) << "[system/proxy]\nmode='auto'\nautoconfig-url='" << script.address() << "/proxy.pac'\n";
+
+    openMovie();
+    model->setServerURL("https://video.ejemplo.es:" + QString::number(server.port()));
+    QTimer clock;
+    clock.start(20); // What other programs do wakes no event loop.
+    model->checkConnection();
+    ASSERT_TRUE(waitUntil([&] { return !script.asked().empty(); }));
+    setTitle("Mientras tanto");
+    EXPECT_TRUE(saved());
+    EXPECT_EQ(onDisk().title, "Mientras tanto");
+    model->cancel();
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_EQ(model->status(), "Operación cancelada");
+    // Who waits goes on without.
+    run(&AppModel::checkConnection);
+    EXPECT_EQ(failure(), "No se encuentra el servidor «video.ejemplo.es». Comprueba la dirección y la conexión a Internet.");
+    QDBusConnection::disconnectFromBus("watching");
+    evaluator.kill();
+    evaluator.waitForFinished();
 }
 
 TEST_F(PublishingFlow, EndsWithTheApplication)
