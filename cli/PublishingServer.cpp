@@ -5,6 +5,7 @@
 #include "VideoCore/Error.h"
 
 #include <cstdlib>
+#include <format>
 #include <unistd.h>
 
 namespace orvo::cli::PublishingServer {
@@ -22,7 +23,16 @@ std::string credential(const std::stop_token& stop)
     if (const char* given = std::getenv(credentialVariable); given && *given)
         return given;
     const auto interaction = ::isatty(STDIN_FILENO) != 0 ? Keychain::Interaction::allowed : Keychain::Interaction::forbidden;
-    return Keychain::load(credentialAccount, interaction, stop);
+    try {
+        return Keychain::load(credentialAccount, interaction, stop);
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const Error& error) {
+        // It speaks of the application's buttons.
+        throw captureError(
+            std::format("{} En el terminal la guarda orvo settings --credential; también vale la variable {}.", error.what(),
+                credentialVariable));
+    }
 }
 
 Publisher connect(const std::stop_token& stop)

@@ -123,7 +123,8 @@ void addSettingsCommand(CLI::App& app, Session& session)
         {"settings", "Ajustes",
             "Enseña y cambia los ajustes de publicación.\nSon los mismos que los de la aplicación. Los secretos se piden en "
             "el "
-            "terminal o se leen de la entrada estándar; nunca van en la línea de órdenes."},
+            "terminal o se leen de la entrada estándar; nunca van en la línea de órdenes. Donde no hay llavero, la variable "
+            "ORVO_ADMIN_TOKEN lleva la credencial."},
         [](Command& command, SettingsArguments& arguments) {
             command.option("--server", "DIRECCIÓN", arguments.server, "El servidor de publicación (https://…).");
             command.flag(

@@ -287,7 +287,9 @@ TEST_F(Publish, WrongUseAndFailuresAreTold)
     refused({"publish", id}, 1, "Credencial incorrecta.");
     EXPECT_FALSE(stored().publication);
     setup.environment.erase("ORVO_ADMIN_TOKEN");
-    refused({"publish", id}, 1, "pulsa Leer del llavero (300).");
+    refused({"publish", id}, 1,
+        "pulsa Leer del llavero (300). En el terminal la guarda orvo settings --credential; también vale la variable "
+        "ORVO_ADMIN_TOKEN.");
     setup.environment["XDG_CONFIG_HOME"] = folder / "other";
     refused({"publish", id}, 1, "orvo settings --server https://");
 }
