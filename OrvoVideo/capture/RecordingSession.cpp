@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <format>
 #include <span>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -26,14 +27,21 @@ using namespace std::chrono_literals;
 
 constexpr auto checkpointInterval = 2s;
 
-/// Brings what a file holds to the disk, whoever wrote it.
-void flush(const fs::path& file)
+/// Between two looks at what has been written. A fragment of a track is two seconds long; so much later at most it is on the
+/// disk.
+constexpr auto flushInterval = 250ms;
+
+/// Brings what a file holds to the disk, whoever wrote it, unless it is as long as it was then. Returns its length.
+off_t flushed(const fs::path& file, off_t before)
 {
     const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0)
-        return;
-    ::fdatasync(descriptor);
+        return before;
+    struct stat facts{};
+    if (::fstat(descriptor, &facts) != 0 || (facts.st_size != before && ::fdatasync(descriptor) != 0))
+        facts.st_size = before;
     ::close(descriptor);
+    return facts.st_size;
 }
 
 } // namespace
@@ -75,6 +83,11 @@ RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& eng
         const auto error = std::current_exception();
         giveUp();
         std::rethrow_exception(error);
+    }
+    try {
+        flushFolder(m_store.directory(m_id) / ProjectStore::mediaName);
+    } catch (const std::exception&) {
+        // Where that cannot be had, the files still bring their names to the disk with what is in them.
     }
     checkpoint();
     m_checkpoints = std::jthread([this](const std::stop_token& stop) { keepCheckpoints(stop); });
@@ -165,9 +178,31 @@ void RecordingSession::keepCheckpoints(const std::stop_token& stop)
 {
     std::mutex mutex;
     std::unique_lock lock(mutex);
-    while (!m_wake.wait_for(lock, stop, checkpointInterval, [] { return false; }) && !stop.stop_requested()) {
+    auto due = std::chrono::steady_clock::now() + checkpointInterval;
+    while (!m_wake.wait_for(lock, stop, flushInterval, [] { return false; }) && !stop.stop_requested()) {
+        if (std::chrono::steady_clock::now() < due) {
+            flush();
+            continue;
+        }
         checkpoint();
         watchDisk();
+        due = std::chrono::steady_clock::now() + checkpointInterval;
+    }
+}
+
+/// Brings tracks and pointer log to the disk as far as they have grown.
+void RecordingSession::flush()
+{
+    const fs::path folder = m_store.directory(m_id);
+    std::vector<fs::path> files{folder / PointerLog::fileName};
+    {
+        const std::lock_guard lock(m_mutex);
+        for (const auto& track : m_project.tracks)
+            files.push_back(folder / track.file);
+    }
+    for (const auto& file : files) {
+        auto& length = m_flushed[file];
+        length = flushed(file, length);
     }
 }
 
@@ -187,11 +222,10 @@ void RecordingSession::checkpoint()
     writeLog();
     try {
         m_store.save(project);
-        for (const auto& track : project.tracks)
-            flush(m_store.mediaURL(project, track.file));
     } catch (const std::exception&) {
         // The recording goes on; the document of two seconds ago and the files are enough to recover it.
     }
+    flush();
     if (m_listener.onCheckpoint)
         m_listener.onCheckpoint(project);
 }

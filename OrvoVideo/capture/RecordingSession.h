@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -81,6 +82,7 @@ public:
 private:
     void keepCheckpoints(const std::stop_token& stop);
     void checkpoint();
+    void flush();
     void writeLog();
     void watchDisk();
     void endPause(double now);
@@ -103,6 +105,7 @@ private:
 
     int m_log = -1; ///< The open pointer log; of the thread that writes checkpoints.
     off_t m_logLength = 0;
+    std::map<std::filesystem::path, off_t> m_flushed; ///< Lengths of files when they were last brought to the disk.
     std::condition_variable_any m_wake;
     std::jthread m_checkpoints;
 };
