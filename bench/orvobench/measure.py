@@ -13,7 +13,7 @@ SAMPLE_INTERVAL = 0.05  # Seconds between two looks at the memory of a running p
 
 @dataclass
 class Cost:
-    """What one run took. Memory is resident memory in MB."""
+    """What one run took. Memory is in MB, resident; what processes share is divided among them."""
 
     wall: float
     cpu: float  # User and system time of the program and of every child it waited for.
@@ -86,10 +86,14 @@ def _tree(root):
 
 
 def _resident(pid):
+    """Its share of the resident memory: a page that several processes map counts in equal parts for each."""
     try:
-        return int(Path(f"/proc/{pid}/statm").read_text().split()[1]) * os.sysconf("SC_PAGE_SIZE") / 1e6
+        for line in Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines():
+            if line.startswith("Pss:"):
+                return int(line.split()[1]) * 1024 / 1e6
     except OSError:
-        return 0.0
+        pass  # The process ended meanwhile.
+    return 0.0
 
 
 def high_water_mark(pid):

@@ -11,7 +11,9 @@ from dataclasses import dataclass, field
 from . import measure
 
 RATE = 22050  # Of the synthesiser's voices.
-QUIET = 0.008  # Of full scale: a voice that is softer than this is not heard yet, or no more.
+BLOCK = RATE // 100  # Samples in which loudness is measured.
+UNDER_VOICE = 26  # Decibels: what lies so far under the loudest block of a phrase is none of it. Some voices of the synthesiser
+# leave a soft echo behind the last sound, 30 dB under it and under any noise: it is cut off.
 
 
 @dataclass
@@ -31,6 +33,7 @@ class Speech:
     samples: array
     words: list = field(default_factory=list)
     pauses: list = field(default_factory=list)  # (end of the sound before, beginning of the sound after)
+    silences: list = field(default_factory=list)  # The same within phrases, as at a comma.
 
     def seconds(self):
         return len(self.samples) / RATE
@@ -78,13 +81,20 @@ class Voice:
         data = text.encode() + b"\0"
         self._library.espeak_Synth(data, ctypes.c_size_t(len(data)), 0, 0, 0, self._UTF8, None, None)
         self._library.espeak_Synchronize()
-        loud = [i for i, value in enumerate(self._taken) if abs(value) > QUIET * 32768]
-        first, last = loud[0], loud[-1]
-        samples = self._taken[first:last + 1]
+        loud = _loud_blocks(self._taken)
+        first, last = loud[0] * BLOCK, (loud[-1] + 1) * BLOCK
+        samples = self._taken[first:last]
         starts = [max(0.0, at - first / RATE) for _, _, at in self._events]
         texts = [text[position - 1:position - 1 + length] for position, length, _ in self._events]
         ends = starts[1:] + [len(samples) / RATE]
-        return Speech(samples, [Word(*word) for word in zip(texts, starts, ends)])
+        silences = [((a + 1 - loud[0]) * BLOCK / RATE, (b - loud[0]) * BLOCK / RATE) for a, b in zip(loud, loud[1:]) if b - a > 15]
+        return Speech(samples, [Word(*word) for word in zip(texts, starts, ends)], silences=silences)
+
+
+def _loud_blocks(samples):
+    energies = [sum(value * value for value in samples[at:at + BLOCK]) for at in range(0, len(samples) - BLOCK, BLOCK)]
+    least = max(energies) / 10 ** (UNDER_VOICE / 10)
+    return [number for number, energy in enumerate(energies) if energy > least]
 
 
 def lesson(voice, parts, seed, start=0.7, fillers=()):
@@ -99,6 +109,7 @@ def lesson(voice, parts, seed, start=0.7, fillers=()):
         result.samples.extend(piece.samples)
         for word in piece.words:
             result.words.append(Word(word.text, at + word.start, at + word.end, filler))
+        result.silences += [(at + start, at + end) for start, end in piece.silences]
 
     def pause():
         length = int(chance.uniform(0.3, 2.5) * RATE)
@@ -115,6 +126,27 @@ def lesson(voice, parts, seed, start=0.7, fillers=()):
         add(voice.say(text, name, speed, pitch))
     result.samples.extend(array("h", bytes(2 * RATE)))
     return result
+
+
+def breaths(seconds, seed=3):
+    """What a microphone hears of somebody who works without a word: breaths, keys and clicks of a mouse over a quiet room."""
+    chance = random.Random(seed)
+    samples = [chance.gauss(0, 0.0006) for _ in range(int(seconds * RATE))]
+    at = 0
+    while (at := at + int(chance.uniform(0.15, 1.5) * RATE)) < len(samples) - 2 * RATE:
+        if chance.random() < 0.25:  # A breath: dull noise that swells and sinks.
+            length, level, dull = int(chance.uniform(0.3, 1.2) * RATE), chance.uniform(0.01, 0.06), 0.0
+            for i in range(length):
+                dull += 0.2 * (chance.gauss(0, 1) - dull)
+                samples[at + i] += 3 * level * dull * math.sin(math.pi * i / length) ** 2
+            at += length
+        else:  # A key or a button: down and, a moment later, up.
+            pitch, level = chance.uniform(900, 4000), chance.uniform(0.05, 0.4)
+            for start, loudness in ((at, level), (at + int(chance.uniform(0.04, 0.12) * RATE), level / 2)):
+                for i in range(int(0.02 * RATE)):
+                    ring = math.sin(2 * math.pi * pitch * i / RATE) + chance.gauss(0, 0.5)
+                    samples[start + i] += loudness * math.exp(-i / (0.003 * RATE)) * ring
+    return array("h", [round(32767 * max(-1.0, min(1.0, value))) for value in samples])
 
 
 def write(samples, file):

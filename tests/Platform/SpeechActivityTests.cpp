@@ -34,6 +34,14 @@ public:
         return add(seconds, [](double t) { return 0.3 * std::sin(2 * std::numbers::pi * 440 * t); });
     }
 
+    /// What rings and has died away after some milliseconds, as a key does.
+    Sound& click(double frequency)
+    {
+        return add(0.1, [frequency](double t) {
+            return 0.3 * std::exp(-t / 0.003) * std::sin(2 * std::numbers::pi * frequency * t);
+        });
+    }
+
     Sound& then(const Sound& next)
     {
         m_samples.insert(m_samples.end(), next.m_samples.begin(), next.m_samples.end());
@@ -158,11 +166,13 @@ TEST(SpeechActivity, ZerosInANoisySoundAreNoBackground)
     EXPECT_THAT(findSpeech(Sound().silence(4).then(Sound().silence(8).noise(0.02)).loudness()), IsEmpty());
 }
 
-TEST(SpeechActivity, TellsVoicesFromBreaths)
+TEST(SpeechActivity, TellsVoicesFromBreathsAndClicks)
 {
     EXPECT_TRUE(isVoiced(Sound().voice(0.15).samples()));
     EXPECT_TRUE(isVoiced(Sound().voice(0.5).noise(0.03).samples()));
     EXPECT_FALSE(isVoiced(breath(2).samples()));
+    for (const double frequency : {400, 900, 2'500})
+        EXPECT_FALSE(isVoiced(Sound().silence(0.05).click(frequency).click(frequency).noise(0.0006).samples())) << frequency;
     EXPECT_FALSE(isVoiced(Sound().silence(1).samples()));
     EXPECT_FALSE(isVoiced({}));
 }
