@@ -81,6 +81,17 @@ std::string forLibcurl(std::string proxy)
     return proxy;
 }
 
+/// Whether it is of a kind that can be gone through. Without a scheme it speaks HTTP.
+bool isUsable(const std::string& proxy)
+{
+    const auto length = proxy.find("://");
+    const auto isScheme = [&](std::string_view known) {
+        return known.size() == length && curl_strnequal(proxy.c_str(), known.data(), length) != 0;
+    };
+    constexpr std::array<std::string_view, 7> known{"http", "https", "socks", "socks4", "socks4a", "socks5", "socks5h"};
+    return length == std::string::npos || std::ranges::any_of(known, isScheme);
+}
+
 /// A proxy as it is shown: host and port, without the name and the password that may stand before them.
 std::string shownProxy(const std::string& address)
 {
@@ -347,6 +358,10 @@ const std::string& HttpClient::proxyFor(const std::string& url, const std::stop_
     std::string proxy = environmentProxy();
     if (proxy.empty())
         proxy = forLibcurl(SystemProxy::of(url, proxyLimit, stop));
+    if (!isUsable(proxy))
+        throw TransportError(CURLE_COULDNT_RESOLVE_PROXY,
+            std::format("El proxy «{}» es de una clase que no se puede usar. Revisa la configuración de red del sistema.",
+                shownProxy(proxy)));
     return m_proxies.emplace(origin, std::move(proxy)).first->second;
 }
 

@@ -297,7 +297,8 @@ bool isVoiced(std::span<const float> samples)
     constexpr std::size_t longestPeriod = sampleRate / 70;
     constexpr double alike =
         0.55; // Of one period to the next. Noise is far below, a voice in noise of 10 dB less far above.
-    constexpr double lasts = 0.1; // Share of the energy in each half of a window. A click rings like a voice, but not as long.
+    constexpr double lasts =
+        0.1; // Share of the energy in each half of a window. A click rings like a voice, but not as long.
     for (std::size_t at = 0; at + window + longestPeriod <= samples.size(); at += step) {
         const auto product = [&](std::size_t one, std::size_t other) {
             return std::inner_product(samples.begin() + static_cast<std::ptrdiff_t>(at + one),

@@ -37,9 +37,8 @@ public:
     /// What rings and has died away after some milliseconds, as a key does.
     Sound& click(double frequency)
     {
-        return add(0.1, [frequency](double t) {
-            return 0.3 * std::exp(-t / 0.003) * std::sin(2 * std::numbers::pi * frequency * t);
-        });
+        return add(0.1,
+            [frequency](double t) { return 0.3 * std::exp(-t / 0.003) * std::sin(2 * std::numbers::pi * frequency * t); });
     }
 
     Sound& then(const Sound& next)

@@ -198,6 +198,9 @@ TEST_F(PublisherRequest, AProxyThatDoesNotHelpIsNamed)
     proxy.kill();
     for (const auto* scheme : {"", "http://", "socks5h://", "socks4a://", "http://nombre:clave@"})
         EXPECT_EQ(through(scheme + at), "No hay conexión con el proxy «" + at + "»." + advice) << scheme;
+    EXPECT_EQ(through("HTTP://" + at), "No hay conexión con el proxy «" + at + "»." + advice);
+    for (const auto* scheme : {"quic://", "socks6://", "direct://"})
+        EXPECT_EQ(through(scheme + at), "El proxy «" + at + "» es de una clase que no se puede usar." + advice) << scheme;
     EXPECT_EQ(through("http://no-existe.invalid:3128"), "No se encuentra el proxy «no-existe.invalid:3128»." + advice);
 }
 
