@@ -1,5 +1,6 @@
 #include "Platform/Workspace.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -29,7 +30,8 @@ public:
             QStringLiteral("/org/freedesktop/FileManager1"), QStringLiteral("org.freedesktop.FileManager1"),
             QStringLiteral("ShowItems"));
         call << QStringList{addressOf(file).toString(QUrl::FullyEncoded)} << QString();
-        auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call, answerLimit));
+        auto* watcher = new QDBusPendingCallWatcher(
+            QDBusConnection::sessionBus().asyncCall(call, answerLimit), QCoreApplication::instance());
         const auto folder = file.parent_path();
         QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [folder](QDBusPendingCallWatcher* finished) {
             finished->deleteLater();
