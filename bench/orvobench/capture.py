@@ -8,6 +8,7 @@ import os
 import shutil
 import signal
 import subprocess
+import time
 from dataclasses import dataclass
 
 from orvobench import measure
@@ -15,6 +16,7 @@ from orvobench.table import Row
 
 WIDTH, HEIGHT = 1920, 1080
 BITS, BLOCK, LEFT, TOP = 24, 12, 24, 24  # As tests/support/TimePattern.h has them.
+PERIOD = 16_000_000  # Milliseconds, from there too, after which the time that is shown begins anew.
 BIT_RATE = WIDTH * HEIGHT * 5
 WARM_UP = 1.0  # Seconds at both ends of a recording that are not counted.
 
@@ -90,8 +92,8 @@ class Display:
         return process
 
     def shown(self):
-        """The milliseconds of the pictures so far."""
-        return [int(line) for line in self._log.read_text().split()]
+        """The milliseconds, of the monotonic clock, of the pictures so far."""
+        return [_on_the_clock(int(line)) for line in self._log.read_text().split()]
 
     def record(self, seconds, fps):
         library = self._folder / "library"
@@ -115,12 +117,12 @@ class Display:
     def _counted(self, cost, seconds, file):
         recorded = set(shown_times(file))
         first, last = min(recorded) + 1000 * WARM_UP, max(recorded) - 1000 * WARM_UP
-        counted = {time for time in self.shown() if first <= time <= last}
+        counted = {seen for seen in self.shown() if first <= seen <= last}
         return Recorded(cost, seconds, len(counted), len(counted - recorded))
 
 
 def shown_times(file):
-    """The milliseconds that the frames of a file show, one after the other."""
+    """The milliseconds, of the monotonic clock, that the frames of a file show, one after the other."""
     row = subprocess.run(
         ["ffmpeg", "-v", "error", "-nostdin", "-i", str(file), "-vf",
          f"crop={BITS * BLOCK}:{BLOCK}:{LEFT}:{TOP},format=gray,scale={BITS}:1:flags=area", "-fps_mode", "passthrough",
@@ -130,8 +132,14 @@ def shown_times(file):
         value = 0
         for brightness in row[at:at + BITS]:
             value = value << 1 | (brightness >= 128)
-        times.append(value)
+        times.append(_on_the_clock(value))
     return times
+
+
+def _on_the_clock(shown):
+    """The moment, in the hours before now, that is shown so."""
+    now = int(time.monotonic() * 1000)
+    return now - (now - shown) % PERIOD
 
 
 PRESET = "veryfast"  # As the recorder encodes.

@@ -57,7 +57,7 @@ def rows(programs, folder, minutes, say):
         Row(f"{what}: processor", "% of a core", [100 * cost.cpu / (60 * minutes)]),
         Row(f"{what}: pictures lost", "%", [100 * len(counted - recorded) / len(counted)]),
         Row(f"{what}: peak memory", "MB", [cost.peak], limit=250),
-        Row(f"{what}: growth of memory after the first quarter", "MB", [_growth(cost.resident)], limit=10),
+        Row(f"{what}: growth of memory after the first quarter", "MB", [_growth(cost.private)], limit=10),
         Row(f"{what}: from the command to the first picture", "ms", [frames[0][1] - 1000 * began], limit=500),
         Row(f"{what}: from the last picture to the ready project", "s", [ready - frames[-1][1] / 1000], limit=1.5),
         Row(f"{what}: ends of the tracks apart", "ms", [1000 * (max(ends) - min(ends))], limit=20),
@@ -75,11 +75,11 @@ def rows(programs, folder, minutes, say):
     return result
 
 
-def _growth(resident):
-    quarter = len(resident) // 4
+def _growth(private):
+    quarter = len(private) // 4
     around = max(quarter // 10, 1)
     # Medians: one look may fall between two buffers.
-    return median(resident[-2 * around:-around]) - median(resident[quarter:quarter + around])
+    return median(private[-2 * around:-around]) - median(private[quarter:quarter + around])
 
 
 def _times_of(file):

@@ -20,7 +20,7 @@ class Cost:
     peak: float  # Largest sum over the whole process tree at one time.
     own_peak: float  # Largest size of the program itself, without its children.
     ffmpeg_runs: list = field(default_factory=list)  # As bench_ffmpeg noted them, where it stood in ffmpeg's place.
-    resident: list = field(default_factory=list)  # The sums over the process tree, one look after the other.
+    private: list = field(default_factory=list)  # Memory that is in no file, of the whole tree, one look after the other.
 
     def ffmpeg_wall(self):
         """Time spent in the runs that work on media; asking for the version is not one of them."""
@@ -44,7 +44,7 @@ def run(command, log=None, **environment):
     if process.returncode != 0:
         raise SystemExit(f"{command[0]} ended with status {process.returncode}:\n{output[-3000:].decode(errors='replace')}")
     runs = [json.loads(line) for line in log.read_text().splitlines()] if log and log.exists() else []
-    return Cost(wall, usage.ru_utime + usage.ru_stime, sampler.peak, sampler.own_peak, runs, sampler.resident)
+    return Cost(wall, usage.ru_utime + usage.ru_stime, sampler.peak, sampler.own_peak, runs, sampler.private)
 
 
 class _Sampler:
@@ -52,7 +52,7 @@ class _Sampler:
 
     def __init__(self, root):
         self.peak = self.own_peak = 0.0
-        self.resident = []
+        self.private = []
         self._root = root
         self._done = threading.Event()
         self._thread = threading.Thread(target=self._watch, daemon=True)
@@ -64,8 +64,9 @@ class _Sampler:
 
     def _watch(self):
         while not self._done.is_set():
-            self.resident.append(sum(_resident(pid) for pid in _tree(self._root)))
-            self.peak = max(self.peak, self.resident[-1])
+            looks = [_memory(pid) for pid in _tree(self._root)]
+            self.private.append(sum(private for _, private in looks))
+            self.peak = max(self.peak, sum(resident for resident, _ in looks))
             self.own_peak = max(self.own_peak, high_water_mark(self._root))
             self._done.wait(SAMPLE_INTERVAL)
 
@@ -85,15 +86,15 @@ def _tree(root):
     return found
 
 
-def _resident(pid):
-    """Its share of the resident memory: a page that several processes map counts in equal parts for each."""
+def _memory(pid):
+    """Its share of the resident memory, where a page that several processes map counts in equal parts for each, and what of it
+    is in no file. In MB."""
     try:
-        for line in Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines():
-            if line.startswith("Pss:"):
-                return int(line.split()[1]) * 1024 / 1e6
+        lines = Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines()[1:]
     except OSError:
-        pass  # The process ended meanwhile.
-    return 0.0
+        return 0.0, 0.0  # The process ended meanwhile.
+    sizes = {name: int(size.split()[0]) * 1024 / 1e6 for name, size in (line.split(":") for line in lines)}
+    return sizes.get("Pss", 0.0), sizes.get("Anonymous", 0.0)
 
 
 def high_water_mark(pid):
