@@ -63,8 +63,8 @@ def _rows(what, ours, peers, judged):
 class Display:
     """An X server with the moving pattern on it, which plays its tone when there is an environment with `sound`."""
 
-    def __init__(self, programs, folder, fps, sound=None):
-        self._programs, self._folder, self._fps, self._sound = programs, folder, fps, sound
+    def __init__(self, programs, folder, fps, sound=None, moving=(WIDTH, HEIGHT)):
+        self._programs, self._folder, self._fps, self._sound, self._moving = programs, folder, fps, sound, moving
         self._started = []
 
     def __enter__(self):
@@ -75,7 +75,7 @@ class Display:
         with os.fdopen(reading) as answer:
             self.name = ":" + answer.readline().strip()
         self._log = self._folder / "shown.txt"
-        pattern = [self._programs / "bench_pattern", 0, 0, WIDTH, HEIGHT, self._fps, "--motion", "--log", self._log]
+        pattern = [self._programs / "bench_pattern", 0, 0, *self._moving, self._fps, "--motion", "--log", self._log]
         shown = self._start([*pattern, *(["--sound"] if self._sound else [])], stdout=subprocess.PIPE)
         shown.stdout.readline()
         return self

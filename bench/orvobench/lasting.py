@@ -23,6 +23,7 @@ sys.path.insert(0, str(Path(__file__).resolve().parent.parent.parent / "tests/su
 from sound import Sound  # noqa: E402: it lies with the tests.
 
 FPS = 30
+MOVING = 1280, 720  # The window that moves on the display.
 RATE = 8000  # Samples a second that the tones are looked for in.
 QUIET = 0.3  # Seconds of silence before a tone.
 ENDS = 60  # Seconds of the start and of the end that offsets are taken from.
@@ -34,7 +35,7 @@ def rows(programs, folder, minutes, say):
     folder.mkdir(parents=True)
     sound = Sound(folder / "runtime", heard="speakers")
     try:
-        with Display(programs, folder, FPS, sound.environment) as display:
+        with Display(programs, folder, FPS, sound.environment, MOVING) as display:
             say(f"recording {minutes} minutes with sound")
             began = time.monotonic()
             cost = measure.run([programs / "orvo", "record", "--seconds", 60 * minutes, "--fps", FPS, "--library", library],
