@@ -8,7 +8,7 @@ import signal
 import subprocess
 import time
 
-LIMIT = 120  # Seconds that anything may take on a loaded machine.
+LIMIT = 240  # Seconds that anything may take on a loaded machine.
 
 
 class Failure(Exception):

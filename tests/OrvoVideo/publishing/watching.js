@@ -4,7 +4,7 @@
 function happens(target, name, start = () => {}) {
   return new Promise((resolve, reject) => {
     const fail = (why) => reject(new Error(`${why}; waiting for ${name} at ${video.currentTime} s, ${video.readyState}`));
-    const limit = setTimeout(fail, 60000, "nothing happens");
+    const limit = setTimeout(fail, 180000, "nothing happens");
     const failed = (_, error) => error.fatal && fail(error.details);
     hls.on(Hls.Events.ERROR, failed);
     const happened = () => {
