@@ -90,31 +90,30 @@ private:
         return samples;
     }
 
-    std::vector<HeardWord> heardIn(const Chunk& chunk, const std::vector<float>& samples, float temperature)
+    Whisper::Answer heardIn(const Chunk& chunk, const std::vector<float>& samples, float temperature)
     {
-        auto words = heardIn(chunk, samples, temperature, m_decoding);
+        auto heard = heardIn(chunk, samples, temperature, m_decoding);
         // Several beams like to go back to the beginning. Who really says it twice is heard twice by one, too.
-        if (m_decoding == Decoding::careful && temperature == 0 && saysTwice(words)) {
-            if (auto others = heardIn(chunk, samples, temperature, Decoding::quick); !saysTwice(others))
-                return others;
+        if (m_decoding == Decoding::careful && temperature == 0 && saysTwice(heard.words)) {
+            if (auto other = heardIn(chunk, samples, temperature, Decoding::quick); !saysTwice(other.words))
+                return other;
         }
-        return words;
+        return heard;
     }
 
-    std::vector<HeardWord> heardIn(
-        const Chunk& chunk, const std::vector<float>& samples, float temperature, Decoding decoding)
+    Whisper::Answer heardIn(const Chunk& chunk, const std::vector<float>& samples, float temperature, Decoding decoding)
     {
-        auto words = m_whisper.recognise(samples,
+        auto heard = m_whisper.recognise(samples,
             {.language = m_language, .prompt = promptFor(m_language), .decoding = decoding, .temperature = temperature},
             m_stop);
         // Where the sound goes on without a silence, a word belongs to the side on which it ends.
         constexpr double close = 0.03;
         const double begin = chunk.inChunk(chunk.speech().front().startSeconds()) + close;
         const double end = chunk.inChunk(chunk.speech().back().endSeconds()) + close;
-        std::erase_if(words, [&](const HeardWord& word) {
+        std::erase_if(heard.words, [&](const HeardWord& word) {
             return (chunk.goesOnBefore() && word.end <= begin) || (chunk.goesOnBehind() && word.end > end);
         });
-        return words;
+        return heard;
     }
 
     std::vector<TranscriptWord> wordsIn(const Chunk& chunk)
@@ -125,9 +124,9 @@ private:
         // than anybody could in that time, and is tried more freely.
         for (const float temperature : {0.0F, 0.4F, 0.8F}) {
             const auto heard = heardIn(chunk, samples, temperature);
-            bool complete = true;
-            placed = placedIn(chunk, heard, complete);
-            if (complete || !repeatsItself(heard))
+            bool sayable = true;
+            placed = placedIn(chunk, heard.words, sayable);
+            if ((heard.complete && sayable) || !repeatsItself(heard.words))
                 break;
         }
         return placed;
@@ -138,11 +137,12 @@ private:
         constexpr float leastProbability = 0.1F; // In the mean: what is less is made up from noise.
         const auto heard = heardIn(chunk, soundOf(chunk), 0);
         float sum = 0;
-        for (const auto& word : heard)
+        for (const auto& word : heard.words)
             sum += word.probability;
-        bool complete = true;
-        auto placed = placedIn(chunk, heard, complete);
-        if ((!complete && repeatsItself(heard)) || sum < leastProbability * static_cast<float>(heard.size()))
+        bool sayable = true;
+        auto placed = placedIn(chunk, heard.words, sayable);
+        if ((!(heard.complete && sayable) && repeatsItself(heard.words))
+            || sum < leastProbability * static_cast<float>(heard.words.size()))
             placed.clear();
         return placed;
     }
@@ -172,9 +172,9 @@ private:
         return result;
     }
 
-    /// The words where they are spoken, but for those that nobody could have said in the time of their stretch; `complete`
+    /// The words where they are spoken, but for those that nobody could have said in the time of their stretch; `sayable`
     /// tells whether there are none of these.
-    static std::vector<TranscriptWord> placedIn(const Chunk& chunk, std::vector<HeardWord> heard, bool& complete)
+    static std::vector<TranscriptWord> placedIn(const Chunk& chunk, std::vector<HeardWord> heard, bool& sayable)
     {
         std::vector<Interval> stretches;
         for (const auto& stretch : chunk.speech())
@@ -189,7 +189,7 @@ private:
             if (canBeSaid(first, last, stretch))
                 append(chunk, first, last, result);
             else
-                complete = false;
+                sayable = false;
             first = last;
         }
         return result;

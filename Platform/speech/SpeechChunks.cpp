@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t keptBeside = 40; ///< Frames of silence that stay before and after speech.
 constexpr std::size_t longest =
-    1'400; ///< Frames in a chunk: half of what the recogniser could hear, for a quarter of the memory.
+    1'200; ///< Frames in a chunk: less than half of what the recogniser could hear, for a quarter of the memory.
 constexpr std::size_t longestSpeech = longest - 2 * keptBeside; ///< Frames in a stretch.
 constexpr double leastFilled = 0.6; ///< Share of a chunk behind which the longest silence is looked for.
 

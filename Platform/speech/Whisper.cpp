@@ -10,6 +10,8 @@
 #include <cstring>
 #include <format>
 #include <fstream>
+#include <iterator>
+#include <limits>
 #include <optional>
 #include <string_view>
 #include <thread>
@@ -135,6 +137,45 @@ int attended(std::size_t samples)
     return std::clamp(static_cast<int>(std::ceil(seconds * positionsPerSecond / 64)) * 64, fewest, all);
 }
 
+/// How many parts of words can be said in a sound: a recogniser that is caught in a phrase goes on to several hundred, and
+/// takes memory for each.
+int sayable(std::size_t samples)
+{
+    constexpr std::size_t perSecond = 6; // Calm speech has three, fast speech five.
+    constexpr std::size_t always = 16;
+    return static_cast<int>(always + samples * perSecond / sampleRate);
+}
+
+/// Whether what was recognised is more than calm speech has and ends with the same phrase over and over.
+bool isCaught(std::span<const whisper_token_data> parts, int sayable)
+{
+    constexpr std::size_t longestPhrase = 20; // Parts.
+    constexpr std::size_t fewestTimes = 3;
+    constexpr std::size_t fewestParts = 12; // In all: a number has the same three digits more than once.
+    if (3 * parts.size() <= 2 * static_cast<std::size_t>(sayable))
+        return false;
+    for (std::size_t length = 1; length <= longestPhrase; ++length) {
+        const std::size_t looked = std::max(length * fewestTimes, fewestParts);
+        if (looked > parts.size())
+            return false;
+        const auto end = parts.last(looked);
+        if (std::ranges::equal(
+                end.subspan(length), end.first(looked - length), {}, &whisper_token_data::id, &whisper_token_data::id))
+            return true;
+    }
+    return false;
+}
+
+/// Ends what is caught, before it takes more time and memory; called before each part is chosen.
+void endWhatIsCaught(
+    whisper_context* context, whisper_state*, const whisper_token_data* parts, int count, float* logits, void* sayable)
+{
+    if (!isCaught({parts, static_cast<std::size_t>(count)}, *static_cast<const int*>(sayable)))
+        return;
+    std::fill_n(logits, whisper_n_vocab(context), -std::numeric_limits<float>::infinity());
+    logits[whisper_token_eot(context)] = 0;
+}
+
 } // namespace
 
 void Whisper::Free::operator()(whisper_context* context) const
@@ -171,8 +212,7 @@ Whisper::Whisper(const fs::path& model)
 
 Whisper::~Whisper() = default;
 
-std::vector<HeardWord> Whisper::recognise(
-    std::span<const float> samples, const Request& request, const std::stop_token& stop)
+Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request& request, const std::stop_token& stop)
 {
     const bool careful = request.decoding == Decoding::careful && request.temperature == 0;
     auto parameters = whisper_full_default_params(careful ? WHISPER_SAMPLING_BEAM_SEARCH : WHISPER_SAMPLING_GREEDY);
@@ -186,10 +226,13 @@ std::vector<HeardWord> Whisper::recognise(
     parameters.suppress_nst = true;
     parameters.no_timestamps = true; // The times come from the attention.
     parameters.single_segment = true;
+    parameters.max_tokens = sayable(samples.size());
+    parameters.logits_filter_callback = endWhatIsCaught;
+    parameters.logits_filter_callback_user_data = &parameters.max_tokens;
     parameters.temperature = request.temperature;
     parameters.temperature_inc = 0; // Who asks decides whether it is tried again.
     parameters.greedy.best_of = 1;
-    parameters.beam_search.beam_size = 5;
+    parameters.beam_search.beam_size = 3;
     parameters.abort_callback = [](void* token) { return static_cast<const std::stop_token*>(token)->stop_requested(); };
     parameters.abort_callback_user_data = const_cast<std::stop_token*>(&stop);
 
@@ -207,12 +250,14 @@ std::vector<HeardWord> Whisper::recognise(
         throw captureError("El reconocimiento de voz ha fallado.");
 
     std::vector<HeardWord> words;
+    std::vector<whisper_token_data> parts;
     const whisper_token firstSpecial = whisper_token_eot(m_context.get());
     for (int segment = 0; segment < whisper_full_n_segments(m_context.get()); ++segment) {
         for (int token = 0; token < whisper_full_n_tokens(m_context.get(), segment); ++token) {
             const auto data = whisper_full_get_token_data(m_context.get(), segment, token);
             if (data.id >= firstSpecial)
                 continue;
+            parts.push_back(data);
             const std::string text = whisper_full_get_token_text(m_context.get(), segment, token);
             // A segment goes on in the middle of a word only after an apostrophe or the like.
             if (words.empty() || text.starts_with(' '))
@@ -227,14 +272,15 @@ std::vector<HeardWord> Whisper::recognise(
     }
 
     // Marks that stand alone belong to the word before them.
-    std::vector<HeardWord> result;
+    Answer result;
     for (auto& word : words) {
         word.text = trimmed(valid(word.text));
         if (isSpoken(word.text))
-            result.push_back(std::move(word));
-        else if (!result.empty() && !isDash(word.text))
-            result.back().text += word.text;
+            result.words.push_back(std::move(word));
+        else if (!result.words.empty() && !isDash(word.text))
+            result.words.back().text += word.text;
     }
+    result.complete = std::ssize(parts) <= parameters.max_tokens && !isCaught(parts, parameters.max_tokens);
     return result;
 }
 

@@ -14,7 +14,7 @@ namespace orvo::speech {
 /// How hard the recogniser looks for what was said.
 enum class Decoding : std::uint8_t {
     quick, ///< The likeliest word, one after the other.
-    careful ///< Five wordings at a time, of which the likeliest wins: about half as much time again.
+    careful ///< Three wordings at a time, of which the likeliest wins: about half as much time again.
 };
 
 /// A word as the recogniser heard it, with the punctuation that follows it.
@@ -41,10 +41,15 @@ public:
         float temperature = 0; ///< Where the search for a wording begins; above 0 it is drawn by lot.
     };
 
-    /// The words in at most 30 seconds of sound at `sampleRate`, in order.
+    struct Answer {
+        std::vector<HeardWord> words; ///< In order.
+        bool complete = true; ///< False for one that was ended: caught in a phrase, or more than can be said in that time.
+    };
+
+    /// The words in at most 30 seconds of sound at `sampleRate`.
     ///
     /// Blocks. Throws `Cancelled` when `stop` is requested, `captureError` when the recognition fails.
-    std::vector<HeardWord> recognise(std::span<const float> samples, const Request& request, const std::stop_token& stop);
+    Answer recognise(std::span<const float> samples, const Request& request, const std::stop_token& stop);
 
 private:
     struct Free {

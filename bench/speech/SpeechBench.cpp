@@ -65,7 +65,7 @@ void printWhole(const std::string& model, const std::string& language, std::stri
     parameters.language = language.c_str();
     parameters.print_progress = false;
     parameters.greedy.best_of = 1;
-    parameters.beam_search.beam_size = 5;
+    parameters.beam_search.beam_size = 3;
     if (whisper_full(context, parameters, samples.data(), static_cast<int>(samples.size())) != 0)
         throw std::runtime_error("whisper_full failed");
     std::string text;
