@@ -4,6 +4,7 @@
 #include "VideoCore/VideoProject.h"
 #include "VideoMedia/ProcessRunner.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <stop_token>
@@ -16,7 +17,11 @@ namespace orvo {
 /// Recognises speech on the machine itself, word by word.
 class SpeechRecognizer {
 public:
-    using Decoding = speech::Decoding;
+    /// How hard it listens.
+    enum class Decoding : std::uint8_t {
+        quick, ///< Once.
+        careful ///< Up to three times where it is not sure, of which the surest counts: up to three times as long.
+    };
 
     /// The language that a locale identifier ("es-ES", "en-US") asks for, as the recogniser names it; nothing for one that
     /// it does not offer.

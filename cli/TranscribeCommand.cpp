@@ -79,7 +79,8 @@ void addTranscribeCommand(CLI::App& app, Session& session)
             command.option("--language", "IDIOMA", arguments.language, "es-ES o en-US; es-ES si no se indica.");
             command.option("--model", "NOMBRE", arguments.model,
                 "tiny (rápido), base o small (preciso), o uno tuyo en la carpeta de modelos; base si no se indica.");
-            command.flag("--careful", arguments.careful, "Tarda la mitad más y se equivoca menos.");
+            command.flag("--careful", arguments.careful,
+                "Escucha varias veces lo que no está claro: tarda hasta el triple y se equivoca menos.");
         },
         transcribe);
 }

@@ -130,15 +130,4 @@ bool repeatsItself(const std::vector<HeardWord>& words)
     return false;
 }
 
-bool saysTwice(const std::vector<HeardWord>& words)
-{
-    constexpr std::size_t shortestPhrase = 5;
-    const auto texts = bareTexts(words);
-    for (std::size_t length = shortestPhrase; length <= texts.size() / 2; ++length) {
-        if (isSaid(texts, length, 2))
-            return true;
-    }
-    return false;
-}
-
 } // namespace orvo::speech

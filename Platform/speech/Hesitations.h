@@ -18,7 +18,4 @@ bool isSameHesitation(std::string_view one, std::string_view other);
 /// Whether the same few words come again and again, as when a recogniser has got caught.
 bool repeatsItself(const std::vector<HeardWord>& words);
 
-/// Whether a phrase of five words or more is said twice on end: by somebody who begins again, or by a recogniser alone.
-bool saysTwice(const std::vector<HeardWord>& words);
-
 } // namespace orvo::speech

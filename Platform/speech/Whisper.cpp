@@ -214,8 +214,8 @@ Whisper::~Whisper() = default;
 
 Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request& request, const std::stop_token& stop)
 {
-    const bool careful = request.decoding == Decoding::careful && request.temperature == 0;
-    auto parameters = whisper_full_default_params(careful ? WHISPER_SAMPLING_BEAM_SEARCH : WHISPER_SAMPLING_GREEDY);
+    // One wording at a time: several would each want a memory of their own.
+    auto parameters = whisper_full_default_params(WHISPER_SAMPLING_GREEDY);
     parameters.n_threads = m_threads;
     parameters.audio_ctx = attended(samples.size());
     parameters.language = request.language.c_str();
@@ -232,15 +232,15 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
     parameters.temperature = request.temperature;
     parameters.temperature_inc = 0; // Who asks decides whether it is tried again.
     parameters.greedy.best_of = 1;
-    parameters.beam_search.beam_size = 3;
     parameters.abort_callback = [](void* token) { return static_cast<const std::stop_token*>(token)->stop_requested(); };
     parameters.abort_callback_user_data = const_cast<std::stop_token*>(&stop);
 
-    // The alignment ends the program for less than some frames of sound.
     std::vector<float> padded;
-    if (samples.size() < sampleRate) {
-        padded.assign(samples.begin(), samples.end());
-        padded.resize(sampleRate, 0);
+    if (request.lead > 0 || samples.size() < sampleRate) {
+        padded.resize(static_cast<std::size_t>(request.lead * sampleRate), 0);
+        padded.insert(padded.end(), samples.begin(), samples.end());
+        // The alignment ends the program for less than some frames of sound.
+        padded.resize(std::max<std::size_t>(padded.size(), sampleRate), 0);
         samples = padded;
     }
     const int status = whisper_full(m_context.get(), parameters, samples.data(), static_cast<int>(samples.size()));
@@ -251,6 +251,7 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
 
     std::vector<HeardWord> words;
     std::vector<whisper_token_data> parts;
+    double certainty = 0;
     const whisper_token firstSpecial = whisper_token_eot(m_context.get());
     for (int segment = 0; segment < whisper_full_n_segments(m_context.get()); ++segment) {
         for (int token = 0; token < whisper_full_n_tokens(m_context.get(), segment); ++token) {
@@ -258,6 +259,7 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
             if (data.id >= firstSpecial)
                 continue;
             parts.push_back(data);
+            certainty += static_cast<double>(data.plog);
             const std::string text = whisper_full_get_token_text(m_context.get(), segment, token);
             // A segment goes on in the middle of a word only after an apostrophe or the like.
             if (words.empty() || text.starts_with(' '))
@@ -265,7 +267,7 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
             words.back().text += text;
             // The attention goes on from a part of a word when it is over; marks are not spoken.
             if (isSpoken(text)) {
-                words.back().end = static_cast<double>(data.t_dtw) / 100;
+                words.back().end = std::max(static_cast<double>(data.t_dtw) / 100 - request.lead, 0.0);
                 words.back().probability = std::min(words.back().probability, data.p);
             }
         }
@@ -280,6 +282,8 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
         else if (!result.words.empty() && !isDash(word.text))
             result.words.back().text += word.text;
     }
+    if (!parts.empty())
+        result.certainty = certainty / static_cast<double>(parts.size());
     result.complete = std::ssize(parts) <= parameters.max_tokens && !isCaught(parts, parameters.max_tokens);
     return result;
 }

@@ -11,12 +11,6 @@ struct whisper_context;
 
 namespace orvo::speech {
 
-/// How hard the recogniser looks for what was said.
-enum class Decoding : std::uint8_t {
-    quick, ///< The likeliest word, one after the other.
-    careful ///< Three wordings at a time, of which the likeliest wins: about half as much time again.
-};
-
 /// A word as the recogniser heard it, with the punctuation that follows it.
 struct HeardWord {
     std::string text;
@@ -37,13 +31,14 @@ public:
     struct Request {
         std::string language; ///< "es" or "en".
         std::string prompt; ///< Text in whose manner it goes on.
-        Decoding decoding = Decoding::quick;
-        float temperature = 0; ///< Where the search for a wording begins; above 0 it is drawn by lot.
+        float temperature = 0; ///< At 0 the likeliest word follows; above, it is drawn by lot.
+        double lead = 0; ///< Seconds of silence before the sound: enough for it to be heard a little differently.
     };
 
     struct Answer {
         std::vector<HeardWord> words; ///< In order.
         bool complete = true; ///< False for one that was ended: caught in a phrase, or more than can be said in that time.
+        double certainty = 0; ///< Mean natural logarithm of the probabilities of its parts: 0 at best.
     };
 
     /// The words in at most 30 seconds of sound at `sampleRate`.

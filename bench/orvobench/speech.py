@@ -66,9 +66,6 @@ def rows(programs, cache, quick, say):
     say("speech: nobody speaks")
     invented = sum(len(_words(bench, model, "es", "quick", folder / f"{name}.wav")[0]) for name in _nobody())
     result.append(Row("speech: words made up in 5 minutes each of silence, tone, music, noise, and breaths and clicks", "", [invented], limit=0))
-    moment = folder / "moment.wav"
-    _sound(["-t", 1, "-i", folder / "silence.wav"], moment)
-    without = _cost(bench, "stretches", None, None, moment).own_peak
     for decoding in ("quick", "careful"):
         say(f"speech: cost, {decoding}")
         ours = _cost(bench, "words", model, decoding, folder / "clean.wav")
@@ -83,15 +80,16 @@ def rows(programs, cache, quick, say):
                 [_errors(truth_words(material["clean"]), _texts(_run(bench, "whole", model, "es", decoding,
                                                                      folder / "clean.wav"))) * 100],
                 "whisper.cpp, whole file"),
-            Row(f"speech, {decoding}: memory beside what the program has without it", "MB", [ours.own_peak - without], limit=200),
+            Row(f"speech, {decoding}: memory above what the program had before", "MB",
+                [_run(bench, "memory", model, "es", decoding, folder / "clean.wav")], limit=200),
         ]
     if not quick:
         say("speech: memory")
         long = folder / "long.wav"
         if not long.exists():
             _sound(["-stream_loop", LONG - 1, "-i", folder / "clean.wav"], long)
-        long_cost = _cost(bench, "words", model, "quick", long)
-        result.append(Row("speech, quick, five times as long: memory", "MB", [long_cost.own_peak - without], limit=200))
+        result.append(Row("speech, quick, five times as long: memory", "MB", [_run(bench, "memory", model, "es", "quick", long)],
+                          limit=200))
     return result
 
 
@@ -175,8 +173,6 @@ def _words(bench, model, language, decoding, file):
 
 
 def _cost(bench, mode, model, decoding, file):
-    if mode == "stretches":
-        return measure.run([bench, mode, file])
     return measure.run([bench, mode, model, "es", decoding, file])
 
 

@@ -3,15 +3,18 @@
 ///     bench_speech words MODEL LANGUAGE quick|careful WAVE      our recognition; prints a JSON list of words
 ///     bench_speech whole MODEL LANGUAGE quick|careful WAVE      the library as its own command line calls it: the whole
 ///                                                               sound at once, the same threads and decoding
-///     bench_speech stretches WAVE                               the stretches of speech alone
+///     bench_speech memory MODEL LANGUAGE quick|careful WAVE     the same as `words`; prints how much more memory than
+///     before
+///                                                               the program had at its most, in MB
 
 #include "Platform/SpeechRecognizer.h"
-#include "Platform/speech/SpeechActivity.h"
 #include "Platform/speech/WaveReader.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <fstream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -50,6 +53,25 @@ void printWords(const std::string& model, const std::string& language, std::stri
     std::puts(*separator == '[' ? "[]" : "]");
 }
 
+/// A line of /proc/self/status, in MB.
+double statusOf(std::string_view name)
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.starts_with(name))
+            return std::stod(line.substr(name.size() + 1)) * 1024 / 1e6;
+    }
+    throw std::runtime_error("the system does not tell how much memory is used");
+}
+
+void printMemory(const std::string& model, const std::string& language, std::string_view decoding, const std::string& wave)
+{
+    const double before = statusOf("VmRSS");
+    SpeechRecognizer recognizer(model, language, decodingOf(decoding));
+    recognizer.recognise(wave);
+    std::printf("%.1f\n", statusOf("VmHWM") - before);
+}
+
 void printWhole(const std::string& model, const std::string& language, std::string_view decoding, const std::string& wave)
 {
     speech::WaveReader reader(wave);
@@ -65,7 +87,7 @@ void printWhole(const std::string& model, const std::string& language, std::stri
     parameters.language = language.c_str();
     parameters.print_progress = false;
     parameters.greedy.best_of = 1;
-    parameters.beam_search.beam_size = 3;
+    parameters.beam_search.beam_size = 5;
     if (whisper_full(context, parameters, samples.data(), static_cast<int>(samples.size())) != 0)
         throw std::runtime_error("whisper_full failed");
     std::string text;
@@ -73,21 +95,6 @@ void printWhole(const std::string& model, const std::string& language, std::stri
         text += whisper_full_get_segment_text(context, i);
     std::printf("[{\"text\": %s, \"start\": 0, \"end\": 0}]\n", jsonText(text).c_str());
     whisper_free(context);
-}
-
-void printStretches(const std::string& wave)
-{
-    speech::WaveReader reader(wave);
-    std::vector<float> samples(reader.size());
-    reader.read(0, samples);
-    speech::LoudnessMeter meter;
-    meter.add(samples);
-    const char* separator = "[";
-    for (const auto& stretch : speech::findSpeech(meter.result())) {
-        std::printf("%s[%.2f, %.2f]", separator, stretch.startSeconds(), stretch.endSeconds());
-        separator = ", ";
-    }
-    std::puts(*separator == '[' ? "[]" : "]");
 }
 
 } // namespace
@@ -98,10 +105,10 @@ int main(int count, char** arguments)
     try {
         if (words.size() == 5 && words[0] == "words")
             printWords(words[1], words[2], words[3], words[4]);
+        else if (words.size() == 5 && words[0] == "memory")
+            printMemory(words[1], words[2], words[3], words[4]);
         else if (words.size() == 5 && words[0] == "whole")
             printWhole(words[1], words[2], words[3], words[4]);
-        else if (words.size() == 2 && words[0] == "stretches")
-            printStretches(words[1]);
         else
             return 2;
         return 0;
