@@ -1,6 +1,8 @@
 #include "Platform/SpeechRecognizer.h"
 
 #include "Platform/SpeechModels.h"
+#include "Platform/speech/WaveReader.h"
+#include "Platform/speech/Whisper.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/Speech.h"
 #include "TestSupport/TemporaryFolder.h"
@@ -89,6 +91,31 @@ TEST_F(SpeechRecognizerTest, PutsWordsWhereTheyAreSpoken)
         }
         EXPECT_EQ(pauses, 3); // Before and behind the hesitation, and at the end.
         EXPECT_EQ(fillers, 1);
+    }
+}
+
+TEST_F(SpeechRecognizerTest, HearsWordsAtTheSamePlaceWithSilenceBefore)
+{
+    const auto file = folder / "speech.wav";
+    makeSpeech(file, {{"Hoy vamos a ver la tabla de los resultados.", 1.0}}, 5);
+    speech::WaveReader wave(file);
+    std::vector<float> samples(wave.size());
+    wave.read(0, samples);
+    speech::Whisper whisper(SpeechModels::require(SpeechModels::usual));
+    const auto heard = [&](double lead) {
+        return whisper.recognise(
+            samples, {.language = "es", .prompt = "Bueno, vamos a ver.", .temperature = 0, .lead = lead}, {});
+    };
+    const auto without = heard(0);
+    const auto with = heard(0.3);
+    ASSERT_EQ(with.words.size(), without.words.size());
+    // When the last is over, the sound decides.
+    for (std::size_t i = 0; i + 1 < with.words.size(); ++i)
+        EXPECT_NEAR(with.words[i].end, without.words[i].end, 0.1) << with.words[i].text;
+    for (const auto& answer : {without, with}) {
+        EXPECT_TRUE(answer.complete);
+        EXPECT_GT(answer.certainty, -1);
+        EXPECT_LT(answer.certainty, 0);
     }
 }
 
