@@ -95,7 +95,7 @@ private:
     /// differently, and what it is surest of is most often right.
     Whisper::Answer heardIn(const Chunk& chunk, const std::vector<float>& samples, float temperature)
     {
-        constexpr double sure = -0.2; // In the mean, e to the power of this: four of five.
+        constexpr double sure = -0.5; // In the mean, e to the power of this: three of five.
         auto best = heardIn(chunk, samples, temperature, 0);
         if (m_decoding == SpeechRecognizer::Decoding::quick || temperature > 0)
             return best;

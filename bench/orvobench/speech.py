@@ -68,21 +68,7 @@ def rows(programs, cache, quick, say):
     result.append(Row("speech: words made up in 5 minutes each of silence, tone, music, noise, and breaths and clicks", "", [invented], limit=0))
     for decoding in ("quick", "careful"):
         say(f"speech: cost, {decoding}")
-        ours = _cost(bench, "words", model, decoding, folder / "clean.wav")
-        whole = _cost(bench, "whole", model, decoding, folder / "clean.wav")
-        seconds = material["clean"]["seconds"]
-        result += [
-            Row(f"speech, {decoding}: processor time", "s", [ours.cpu], [whole.cpu], "whisper.cpp, whole file", at_most=1.05),
-            Row(f"speech, {decoding}: time for a second of sound", "s", [ours.wall / seconds], [whole.wall / seconds],
-                "whisper.cpp, whole file"),
-            Row(f"speech, {decoding}: word errors", "%", [_errors(truth_words(material["clean"]), _texts(_words(
-                bench, model, "es", decoding, folder / "clean.wav")[0])) * 100],
-                [_errors(truth_words(material["clean"]), _texts(_run(bench, "whole", model, "es", decoding,
-                                                                     folder / "clean.wav"))) * 100],
-                "whisper.cpp, whole file"),
-            Row(f"speech, {decoding}: memory above what the program had before", "MB",
-                [_run(bench, "memory", model, "es", decoding, folder / "clean.wav")], limit=200),
-        ]
+        result += _costs(bench, model, decoding, folder / "clean.wav", material["clean"])
     if not quick:
         say("speech: memory")
         long = folder / "long.wav"
@@ -91,6 +77,22 @@ def rows(programs, cache, quick, say):
         result.append(Row("speech, quick, five times as long: memory", "MB", [_run(bench, "memory", model, "es", "quick", long)],
                           limit=200))
     return result
+
+
+def _costs(bench, model, decoding, file, truth):
+    """What recognition takes, beside the library given the whole file."""
+    ours, whole = (_cost(bench, mode, model, decoding, file) for mode in ("words", "whole"))
+    seconds, spoken, peer = truth["seconds"], truth_words(truth), "whisper.cpp, whole file"
+    heard = _words(bench, model, "es", decoding, file)[0]
+    heard_whole = _run(bench, "whole", model, "es", decoding, file)
+    return [
+        Row(f"speech, {decoding}: processor time", "s", [ours.cpu], [whole.cpu], peer, at_most=1.05),
+        Row(f"speech, {decoding}: time for a second of sound", "s", [ours.wall / seconds], [whole.wall / seconds], peer),
+        Row(f"speech, {decoding}: word errors", "%", [_errors(spoken, _texts(heard)) * 100],
+            [_errors(spoken, _texts(heard_whole)) * 100], peer),
+        Row(f"speech, {decoding}: memory above what the program had before", "MB",
+            [_run(bench, "memory", model, "es", decoding, file)], limit=200),
+    ]
 
 
 def truth_words(truth):
