@@ -27,7 +27,7 @@ std::string promptFor(std::string_view language)
 
 Loudness measure(WaveReader& wave, const std::stop_token& stop)
 {
-    constexpr std::size_t block = 10 * sampleRate;
+    constexpr std::size_t block = std::size_t{10} * sampleRate;
     LoudnessMeter meter;
     std::vector<float> samples;
     for (std::size_t at = 0; at < wave.size(); at += samples.size()) {

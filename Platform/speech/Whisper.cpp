@@ -232,8 +232,9 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
     parameters.temperature = request.temperature;
     parameters.temperature_inc = 0; // Who asks decides whether it is tried again.
     parameters.greedy.best_of = 1;
+    std::stop_token asked = stop; // The library wants an address that it could write to.
     parameters.abort_callback = [](void* token) { return static_cast<const std::stop_token*>(token)->stop_requested(); };
-    parameters.abort_callback_user_data = const_cast<std::stop_token*>(&stop);
+    parameters.abort_callback_user_data = &asked;
 
     std::vector<float> padded;
     if (request.lead > 0 || samples.size() < sampleRate) {

@@ -177,6 +177,7 @@ TEST_F(SpeechRecognizerTest, CanBeStoppedInTheMiddle)
 {
     const auto file = folder / "speech.wav";
     std::vector<Said> texts; // More than is recognised at a time.
+    texts.reserve(8);
     for (int i = 0; i < 8; ++i)
         texts.push_back({.text = "Hoy vamos a ver la tabla de los resultados.", .start = 1.0 + 4 * i});
     makeSpeech(file, texts, 34);
