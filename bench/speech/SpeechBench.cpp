@@ -2,10 +2,9 @@
 ///
 ///     bench_speech words MODEL LANGUAGE quick|careful WAVE      our recognition; prints a JSON list of words
 ///     bench_speech whole MODEL LANGUAGE quick|careful WAVE      the library as its own command line calls it: the whole
-///                                                               sound at once, the same threads and decoding
-///     bench_speech memory MODEL LANGUAGE quick|careful WAVE     the same as `words`; prints how much more memory than
-///     before
-///                                                               the program had at its most, in MB
+///                                                               sound at once, the same threads; careful is five beams
+///     bench_speech memory MODEL LANGUAGE quick|careful WAVE     the same as `words`; prints in MB how much more memory
+///                                                               the program had at its most than before
 
 #include "Platform/SpeechRecognizer.h"
 #include "Platform/speech/WaveReader.h"
