@@ -25,7 +25,7 @@ constexpr std::string_view containers = "aac,ac3,aiff,asf,avi,caf,dv,eac3,flac,f
 
 /// What is asked of a file, as `-show_entries` takes it.
 constexpr std::string_view wantedEntries = "format=duration:"
-                                           "stream=codec_type,width,height,avg_frame_rate,channels:"
+                                           "stream=codec_type,codec_name,width,height,avg_frame_rate,channels:"
                                            "stream_disposition=attached_pic:"
                                            "stream_side_data=rotation";
 
@@ -108,7 +108,8 @@ MediaFacts factsIn(yyjson_val* root)
             facts.video = MediaFacts::Video{.width = yyjson_get_sint(yyjson_obj_get(stream, "width")),
                 .height = yyjson_get_sint(yyjson_obj_get(stream, "height")),
                 .rotation = rotation(stream),
-                .frameRate = fraction(text(stream, "avg_frame_rate"))};
+                .frameRate = fraction(text(stream, "avg_frame_rate")),
+                .codec = std::string(text(stream, "codec_name"))};
         }
     }
     return facts;

@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <format>
 #include <ranges>
+#include <set>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -115,8 +116,22 @@ private:
             if (shown && !facts.video)
                 throw captureError(std::format("«{}» no contiene vídeo.", input.track.file));
             input.hasAudio = facts.audioStreams > 0;
+            if (isEasyToDecode(facts))
+                m_easyToDecode.insert(input.file);
         }
     }
+
+    /// Whether one thread decodes a track, as the recorder writes them, faster than the result is encoded. Each further
+    /// thread of a decoder costs time and keeps pictures of its own; larger movies, and those of dearer codecs, need them.
+    bool isEasyToDecode(const MediaFacts& facts) const
+    {
+        if (!facts.video || facts.video->codec != "h264")
+            return false;
+        const auto size = outputSize();
+        return facts.video->width * facts.video->height <= 2 * size.width * size.height;
+    }
+
+    RenderGraph::FrameSize outputSize() const { return RenderGraph::outputSize(m_project, m_settings.height); }
 
     void collectImages()
     {
@@ -193,7 +208,7 @@ private:
     void renderPicture(const WorkFolder& work, const ProgressCallback& progress) const
     {
         const auto encoder = VideoEncoder::find(m_ffmpeg, m_stop);
-        const auto size = RenderGraph::outputSize(m_project, m_settings.height);
+        const auto size = outputSize();
         writeFileAtomically(work / "annotations.ass", annotations(m_project, size.width, size.height));
         writeFileAtomically(work / "filters.txt",
             RenderGraph::picture(m_project, m_inputs,
@@ -203,8 +218,7 @@ private:
         Arguments arguments = prefix();
         append(arguments, encoder.device);
         for (const auto& input : m_inputs) {
-            // The small picture is never what the others wait for; each thread of a decoder keeps pictures of its own.
-            if (input.track.kind == TrackKind::camera)
+            if (input.track.kind == TrackKind::camera || m_easyToDecode.contains(input.file))
                 append(arguments, {"-threads", "1"});
             append(arguments, {"-i", input.file.string()});
         }
@@ -218,6 +232,7 @@ private:
         }
         append(arguments, {"-/filter_complex", (work / "filters.txt").string(), "-map", "[vout]", "-map", "[aout]"});
         append(arguments, encoder.arguments(RenderGraph::videoBitRate(m_settings.quality, size, m_settings.fps)));
+        append(arguments, encoder.noFinerThan(RenderGraph::smallestQuantizer(m_settings.quality)));
         // A constant rate gives the last frame its length: otherwise the picture ends a frame before the sound.
         append(arguments, {"-r", std::to_string(m_settings.fps)});
         append(arguments,
@@ -240,6 +255,7 @@ private:
     std::stop_token m_stop;
     fs::path m_ffmpeg;
     std::vector<RenderGraph::Input> m_inputs;
+    std::set<fs::path> m_easyToDecode;
     std::vector<fs::path> m_images;
 };
 

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <stop_token>
+#include <string>
 
 namespace orvo {
 
@@ -14,6 +15,7 @@ struct MediaFacts {
         std::int64_t height = 0; ///< Pixels, as stored.
         int rotation = 0; ///< Clockwise degrees by which players turn the stored picture: 0, 90, 180 or 270.
         double frameRate = 0; ///< Average frames per second; 0 when not known.
+        std::string codec; ///< As `ffmpeg` names it, "h264" for example; empty when not known.
 
         /// The size of the picture as players show it.
         std::int64_t uprightWidth() const noexcept { return rotation % 180 == 0 ? width : height; }

@@ -300,6 +300,11 @@ std::int64_t videoBitRate(std::string_view quality, FrameSize size, std::int64_t
     return std::max<std::int64_t>(truncated(factor * pixels), 400'000);
 }
 
+int smallestQuantizer(std::string_view quality)
+{
+    return quality == "small" ? 24 : quality == "high" ? 16 : 20;
+}
+
 bool isVisibleVideo(const MediaTrack& track)
 {
     return track.kind == TrackKind::screen || track.kind == TrackKind::clip;

@@ -18,7 +18,7 @@ using FileKey = std::pair<fs::path, fs::file_time_type>;
 
 VideoEncoder systemEncoder()
 {
-    return {.name = "h264_videotoolbox", .device = {}, .upload = {}, .options = {"-allow_sw", "1"}};
+    return {.name = "h264_videotoolbox", .device = {}, .upload = {}, .options = {"-allow_sw", "1"}, .quantizerFloor = {}};
 }
 
 /// Hardware encoders, best first.
@@ -28,9 +28,10 @@ std::vector<VideoEncoder> hardwareEncoders()
         {.name = "h264_vaapi",
             .device = {"-init_hw_device", "vaapi=gpu", "-filter_hw_device", "gpu"},
             .upload = "format=nv12,hwupload",
-            .options = {}},
-        {.name = "h264_nvenc", .device = {}, .upload = {}, .options = {}},
-        {.name = "h264_qsv", .device = {}, .upload = {}, .options = {}},
+            .options = {},
+            .quantizerFloor = {}},
+        {.name = "h264_nvenc", .device = {}, .upload = {}, .options = {}, .quantizerFloor = {}},
+        {.name = "h264_qsv", .device = {}, .upload = {}, .options = {}, .quantizerFloor = {}},
     };
 }
 
@@ -100,9 +101,16 @@ std::vector<std::string> VideoEncoder::arguments(std::int64_t bitRate) const
     return line;
 }
 
+std::vector<std::string> VideoEncoder::noFinerThan(int quantizer) const
+{
+    if (quantizerFloor.empty())
+        return {};
+    return {quantizerFloor, std::to_string(quantizer)};
+}
+
 VideoEncoder VideoEncoder::software()
 {
-    return {.name = "libx264", .device = {}, .upload = {}, .options = {"-preset", "veryfast"}};
+    return {.name = "libx264", .device = {}, .upload = {}, .options = {"-preset", "veryfast"}, .quantizerFloor = "-qmin"};
 }
 
 VideoEncoder VideoEncoder::find(const fs::path& ffmpeg, const std::stop_token& stop)

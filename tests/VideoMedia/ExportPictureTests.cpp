@@ -1,5 +1,8 @@
 #include "ExportFixture.h"
+#include "VideoMedia/ProcessRunner.h"
+#include "VideoMedia/VideoEncoder.h"
 
+#include <cmath>
 #include <gmock/gmock.h>
 
 namespace orvo::test {
@@ -22,6 +25,15 @@ std::array<int, 4> markIn(const Picture& picture)
         }
     }
     return box;
+}
+
+/// Of all samples of two pictures of one size, in levels of 256.
+double meanDifference(const Picture& one, const Picture& other)
+{
+    double sum = 0;
+    for (std::size_t i = 0; i < one.pixels.size(); ++i)
+        sum += std::abs(one.pixels[i] - other.pixels.at(i));
+    return sum / static_cast<double>(one.pixels.size());
 }
 
 TEST_F(ExportPicture, KeptSpansDipThroughBlackAtTheirEnds)
@@ -174,6 +186,31 @@ TEST_F(ExportPicture, OddAndTinyProjectsRender)
         EXPECT_EQ(file.height, outHeight);
         EXPECT_EQ(file.frames, 120);
     }
+}
+
+TEST_F(ExportPicture, NoBitsAreSpentOnWhatNobodySees)
+{
+    if (VideoEncoder::find(*ProcessRunner::ffmpeg()).noFinerThan(20).empty())
+        GTEST_SKIP() << "the encoder of this machine has a measure of its own";
+    makePlain();
+    // The grain of a sensor over a picture in which nothing moves.
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "smptebars=size=320x180:rate=30:duration=4,noise=alls=3:allf=t");
+    const auto original = decodeFrames(store.directory(project.id) / "media/screen.mov");
+
+    const auto rate = [&](std::string_view quality) {
+        return static_cast<double>(std::filesystem::file_size(render({.quality = std::string(quality)}))) * 8 / 4;
+    };
+    const double high = rate("high");
+    const double small = rate("small");
+    const double balanced = rate("balanced");
+    EXPECT_LT(small, balanced);
+    EXPECT_LT(balanced, high);
+    EXPECT_LT(balanced, 200'000) << "half of what the bit rate allows for pictures that move";
+
+    render();
+    const auto pictures = decodeFrames(folder / "out.mp4");
+    ASSERT_EQ(pictures.size(), original.size());
+    EXPECT_LT(meanDifference(pictures.at(60), original.at(60)), 2) << "levels of 256";
 }
 
 TEST(ExportHostileNames, PathsAndTitlesAreTakenLiterally)

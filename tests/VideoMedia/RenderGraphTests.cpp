@@ -5,6 +5,7 @@
 #include "VideoMedia/ZoomExpression.h"
 
 #include <charconv>
+#include <cmath>
 #include <gmock/gmock.h>
 #include <limits>
 #include <map>
@@ -93,6 +94,13 @@ TEST(RenderGraph, BitRateFollowsPixelsAndQuality)
     EXPECT_EQ(RenderGraph::videoBitRate("small", full, 30), 4'043'520);
     EXPECT_EQ(RenderGraph::videoBitRate("high", full, 30), 11'197'440);
     EXPECT_EQ(RenderGraph::videoBitRate("small", {2, 2}, 30), 400'000);
+    // Six steps of the quantiser are twice the bits.
+    for (const auto& [coarse, fine] : {std::pair{"small", "balanced"}, {"balanced", "high"}}) {
+        const auto rates = static_cast<double>(RenderGraph::videoBitRate(fine, full, 30))
+            / static_cast<double>(RenderGraph::videoBitRate(coarse, full, 30));
+        const int steps = RenderGraph::smallestQuantizer(coarse) - RenderGraph::smallestQuantizer(fine);
+        EXPECT_NEAR(6 * std::log2(rates), steps, 1) << coarse;
+    }
 }
 
 TEST(RenderGraph, EveryStepInItsPlace)

@@ -27,6 +27,7 @@ TEST(VideoEncoder, UsesTheSystemEncoderWhereItExists)
         ElementsAre("-c:v", "h264_videotoolbox", "-allow_sw", "1", "-b:v", "1000000", "-pix_fmt", "yuv420p"));
     EXPECT_TRUE(encoder.device.empty());
     EXPECT_TRUE(encoder.upload.empty());
+    EXPECT_TRUE(encoder.noFinerThan(20).empty());
 }
 
 TEST(VideoEncoder, WhatIsFoundEncodes)
@@ -45,6 +46,7 @@ TEST(VideoEncoder, WhatIsFoundEncodes)
     EXPECT_NO_THROW(ProcessRunner::run(*ffmpeg, line));
     EXPECT_THAT(VideoEncoder::software().arguments(400'000),
         ElementsAre("-c:v", "libx264", "-preset", "veryfast", "-b:v", "400000", "-pix_fmt", "yuv420p"));
+    EXPECT_THAT(VideoEncoder::software().noFinerThan(20), ElementsAre("-qmin", "20"));
 }
 
 } // namespace
