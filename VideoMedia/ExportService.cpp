@@ -4,6 +4,7 @@
 #include "VideoCore/FileIO.h"
 #include "VideoCore/Timeline.h"
 #include "VideoMedia/NumberText.h"
+#include "VideoMedia/OverlayImage.h"
 #include "VideoMedia/RenderGraph.h"
 #include "VideoMedia/VideoEncoder.h"
 #include "VideoMedia/WaveFile.h"
@@ -11,7 +12,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <format>
+#include <optional>
 #include <ranges>
 #include <set>
 #include <system_error>
@@ -52,6 +55,25 @@ Arguments prefix()
     return {"-hide_banner", "-y", "-nostdin", "-filter_complex_threads", "1"};
 }
 
+/// By which it is seen that a file has been written to.
+struct FileState {
+    std::uintmax_t size = 0;
+    fs::file_time_type written;
+
+    /// Nothing for a file that is not there.
+    static std::optional<FileState> of(const fs::path& file)
+    {
+        std::error_code failed;
+        const auto size = fs::file_size(file, failed);
+        if (failed)
+            return std::nullopt;
+        const auto written = fs::last_write_time(file, failed);
+        return failed ? std::nullopt : std::optional(FileState{.size = size, .written = written});
+    }
+
+    friend bool operator==(const FileState&, const FileState&) = default;
+};
+
 /// One export: what its two runs share.
 class Export {
 public:
@@ -81,8 +103,7 @@ public:
         checkDestination();
         mixAudio(work);
         renderPicture(work, progress);
-        writeFileAtomically(fs::path(m_destination).replace_extension("srt"),
-            Timeline::subtitles(m_project, Timeline::SubtitleFormat::subRip));
+        writeFileAtomically(subtitles(), Timeline::subtitles(m_project, Timeline::SubtitleFormat::subRip));
     }
 
 private:
@@ -103,7 +124,7 @@ private:
         std::ranges::stable_sort(tracks, {}, &MediaTrack::start);
         for (auto& track : tracks) {
             fs::path file = m_store.mediaURL(m_project, track.file);
-            if (fs::exists(file))
+            if (fs::is_regular_file(file))
                 m_inputs.push_back({.track = std::move(track), .file = std::move(file)});
         }
         if (m_inputs.size() < tracks.size())
@@ -139,11 +160,17 @@ private:
             if (overlay.kind != Overlay::Kind::image)
                 continue;
             fs::path file = m_store.mediaURL(m_project, overlay.content);
-            if (!fs::exists(file))
+            if (!fs::is_regular_file(file))
                 throw captureError("Falta una imagen del proyecto.");
+            if (!OverlayImage::isDecodable(m_ffmpeg, file, m_stop))
+                throw captureError(std::format("«{}» no es una imagen que se pueda usar.", overlay.content));
+            if (overlay.width * static_cast<double>(outputSize().width) > static_cast<double>(largestSide))
+                throw captureError(std::format("El ancho de la imagen «{}» no es válido.", overlay.content));
             m_images.push_back(std::move(file));
         }
     }
+
+    fs::path subtitles() const { return fs::path(m_destination).replace_extension("srt"); }
 
     /// Nothing is rendered for a destination that cannot be written, or that would replace what the project is made of.
     void checkDestination() const
@@ -157,9 +184,13 @@ private:
         const fs::path folder = m_destination.parent_path();
         if (!fs::is_directory(folder))
             failWith(ENOENT, folder);
-        const fs::path target = fs::exists(m_destination) ? m_destination : folder;
-        if (::access(target.c_str(), W_OK) != 0)
-            failWith(errno, target);
+        if (fs::is_directory(subtitles()))
+            failWith(EISDIR, subtitles());
+        // The subtitles come into the folder, whatever is there.
+        for (const auto& target : {m_destination, folder}) {
+            if (fs::exists(target) && ::access(target.c_str(), W_OK) != 0)
+                failWith(errno, target);
+        }
         const auto isDestination = [&](const fs::path& file) {
             std::error_code ignored;
             return fs::equivalent(file, m_destination, ignored);
@@ -223,13 +254,8 @@ private:
             append(arguments, {"-i", input.file.string()});
         }
         append(arguments, {"-ss", numberText(mixDelay()), "-max_size", mixPacket, "-i", (work / "mixed.wav").string()});
-        for (const auto& image : m_images) {
-            append(arguments, {"-loop", "1", "-t", numberText(m_project.duration)});
-            // A percent sign would make the name a pattern for a series of pictures.
-            if (image.native().contains('%'))
-                append(arguments, {"-pattern_type", "none"});
-            append(arguments, {"-i", image.string()});
-        }
+        for (const auto& image : m_images)
+            append(arguments, OverlayImage::input(image, m_project.duration));
         append(arguments, {"-/filter_complex", (work / "filters.txt").string(), "-map", "[vout]", "-map", "[aout]"});
         append(arguments, encoder.arguments(RenderGraph::videoBitRate(m_settings.quality, size, m_settings.fps)));
         append(arguments, encoder.noFinerThan(RenderGraph::smallestQuantizer(m_settings.quality)));
@@ -238,11 +264,14 @@ private:
         append(arguments,
             {"-c:a", "aac", "-ar", "48000", "-b:a", "128k", "-movflags", "+faststart", "-t", numberText(playable),
                 "-progress", "pipe:1", m_destination.string()});
+        const auto before = FileState::of(m_destination);
         try {
             ProcessRunner::run(m_ffmpeg, arguments, progress, playable, m_stop);
         } catch (const Cancelled&) {
+            // An older video stays when it has not been written over yet.
             std::error_code ignored;
-            fs::remove(m_destination, ignored);
+            if (FileState::of(m_destination) != before)
+                fs::remove(m_destination, ignored);
             throw;
         }
     }

@@ -165,7 +165,7 @@ pid_t spawn(const fs::path& executable, const std::vector<std::string>& argument
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0)
-        fail(error, executable.string());
+        throw fs::filesystem_error("spawn", executable, std::error_code(error, std::system_category()));
     return child;
 }
 

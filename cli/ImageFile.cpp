@@ -1,8 +1,8 @@
 #include "cli/ImageFile.h"
 
-#include "Platform/FfprobeMediaProbe.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
+#include "VideoMedia/OverlayImage.h"
 #include "VideoMedia/ProcessRunner.h"
 #include "cli/Text.h"
 
@@ -24,14 +24,11 @@ bool beginsAsImage(std::string_view content)
         || (content.starts_with("RIFF"sv) && content.substr(std::min<std::size_t>(8, content.size())).starts_with("WEBP"sv));
 }
 
+/// Where nothing can look into the file yet, its beginning must do.
 bool isReadable(const fs::path& file)
 {
-    try {
-        const auto facts = FfprobeMediaProbe().facts(file);
-        return facts.video && facts.video->width > 0 && facts.video->height > 0;
-    } catch (const Error&) {
-        return false;
-    }
+    const auto ffmpeg = ProcessRunner::ffmpeg();
+    return !ffmpeg || OverlayImage::isDecodable(*ffmpeg, file);
 }
 
 } // namespace
@@ -42,8 +39,7 @@ ImageFile::ImageFile(const fs::path& file)
 {
     if (!isUtf8(extension()))
         throw captureError(std::format("El nombre {} no es UTF-8 válido.", inQuotes(name())));
-    // Where nothing can look into the file yet, its beginning must do.
-    if (!beginsAsImage(m_content) || (ProcessRunner::ffmpeg() && !isReadable(file)))
+    if (!beginsAsImage(m_content) || !isReadable(file))
         throw captureError(
             std::format("{} no es una imagen que se pueda usar: debe ser PNG, JPEG o WebP.", inQuotes(name())));
 }

@@ -75,8 +75,8 @@ def melt(recording, cuts, encoder, folder):
     script = folder / "melt.mlt"
     script.write_text(_melt_script(recording, document.kept_of(recording.seconds, cuts)))
     options = dict(zip(encoder[::2], encoder[1::2]))
-    names = {"-c:v": "vcodec", "-preset": "preset", "-b:v": "vb", "-pix_fmt": "pix_fmt", "-c:a": "acodec", "-ar": "ar",
-             "-b:a": "ab", "-movflags": "movflags"}
+    names = {"-c:v": "vcodec", "-preset": "preset", "-b:v": "vb", "-pix_fmt": "pix_fmt", "-qmin": "qmin",
+             "-c:a": "acodec", "-ar": "ar", "-b:a": "ab", "-movflags": "movflags"}
     settings = [f"{name}={options[option]}" for option, name in names.items() if option in options]
     cost = measure.run(["melt", "-silent", script, "-consumer", f"avformat:{target}", "real_time=-2", *settings])
     return cost, _frames(target)
@@ -113,6 +113,8 @@ def rows(programs, folder, cache, seconds, runs, long, say):
     for name, (_, target) in variants.items():
         result += _against(f"export, {name}", costs[name], costs["plain"], "plain transcode", target)
         result.append(_per_frame(f"export, {name}: processor time a frame", costs[name], again[name], "same pictures", "cpu", None))
+        result.append(_per_frame(f"export, {name}: its pictures encoded again, processor time a frame", again[name], costs["plain"],
+                                 "plain transcode", "cpu", None))
     result += _against_melt(f"export, cuts alone, {usual}", costs[f"cuts alone, {usual}"], costs["melt"])
     result += _own_share([cost for name in variants for cost, _ in costs[name]])
     if long:

@@ -1,5 +1,6 @@
 #include "ModelFixture.h"
 #include "OrvoVideo/Text.h"
+#include "TestSupport/Media.h"
 #include "VideoCore/FileIO.h"
 
 #include <fstream>
@@ -203,7 +204,8 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
 {
     const auto opened = openNew(10);
     const auto image = folder / "photo.PNG";
-    std::ofstream(image) << "picture";
+    ffmpeg({"-f", "lavfi", "-i", "color=red:size=16x16", "-frames:v", "1", "-update", "1", image.string()});
+    const std::string picture = readFile(image);
     model->addImage(); // Cancelled.
     EXPECT_EQ(panels->asked, 1);
 
@@ -216,21 +218,22 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
     EXPECT_THAT(overlay.content, testing::MatchesRegex("media/[0-9A-F-]{36}\\.PNG"));
     EXPECT_EQ(overlay.start, 8);
     EXPECT_EQ(overlay.end, 10);
-    EXPECT_EQ(readFile(store.directory(opened.id) / overlay.content), "picture");
+    EXPECT_EQ(readFile(store.directory(opened.id) / overlay.content), picture);
     EXPECT_EQ(model->overlays()->get(0)["source"].toUrl().fileName(),
         QString::fromStdString(std::filesystem::path(overlay.content).filename()));
 
-    std::ofstream(folder / "noextension") << "picture";
+    std::ofstream(folder / "noextension") << picture;
     model->addImageFile(QUrl::fromLocalFile(QString::fromStdString((folder / "noextension").string())));
     ASSERT_TRUE(waitUntil([&] { return edit().overlays.size() == 2; }));
     EXPECT_THAT(edit().overlays[1].content, testing::EndsWith("."));
 
-    // What cannot be copied is told, and leaves nothing behind.
-    for (const auto& bad : {folder / "missing.png", folder.path()}) {
+    // What cannot be copied or shown is told, and leaves nothing behind.
+    std::ofstream(folder / "half.png") << picture.substr(0, picture.size() / 2);
+    for (const auto& bad : {folder / "missing.png", folder.path(), folder / "half.png"}) {
         panels->choice = bad;
         model->addImage();
         ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
-        EXPECT_THAT(model->errorMessage().toStdString(), testing::HasSubstr(bad.string()));
+        EXPECT_THAT(model->errorMessage().toStdString(), testing::HasSubstr(bad.filename().string()));
         model->clearError();
     }
     EXPECT_THAT(edit().overlays, SizeIs(2));

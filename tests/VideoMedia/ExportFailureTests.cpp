@@ -6,6 +6,7 @@
 #include <csignal>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace orvo::test {
@@ -50,6 +51,10 @@ TEST_F(ExportFailure, MediaMissingOutsideOrNotMedia)
     EXPECT_EQ(failure(), "Falta un archivo original. Recupera el proyecto antes de exportar.");
 
     const auto microphone = store.directory(project.id) / "media/microphone.m4a";
+    ASSERT_EQ(::mkfifo(microphone.c_str(), 0600), 0);
+    EXPECT_EQ(failure(), "Falta un archivo original. Recupera el proyecto antes de exportar.") << "nobody writes into it";
+    fs::remove(microphone);
+
     writeFileAtomically(microphone, "esto es un texto");
     EXPECT_THAT(failure(), HasSubstr("«microphone.m4a» no se puede leer"));
     // A play list would have other files read in its place.
@@ -70,10 +75,33 @@ TEST_F(ExportFailure, MediaMissingOutsideOrNotMedia)
     EXPECT_EQ(failure(), "«media/sound.m4a» no contiene vídeo.");
 }
 
-TEST_F(ExportFailure, ImageMissing)
+TEST_F(ExportFailure, ImagesMissingBrokenOrTooLarge)
 {
-    project.edit.overlays = {{.kind = Overlay::Kind::image, .content = "media/no.png"}};
-    EXPECT_EQ(failure(), "Falta una imagen del proyecto.");
+    const auto media = store.directory(project.id) / "media";
+    const fs::path whole = folder / "whole.png";
+    ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=640x640", "-frames:v", "1", "-update", "1", whole.string()});
+    const std::string content = readFile(whole);
+    writeFileAtomically(media / "half.png", content.substr(0, content.size() / 2));
+    writeFileAtomically(media / "text.png", "esto es un texto");
+    writeFileAtomically(media / "empty.png", "");
+    writeFileAtomically(media / "list.png", "#EXTM3U\n#EXTINF:4,\n" + whole.string() + "\n#EXT-X-ENDLIST\n");
+    ASSERT_EQ(::mkfifo((media / "pipe.png").c_str(), 0600), 0);
+    const std::pair<std::string, std::string> cases[] = {
+        {"no.png", "Falta una imagen del proyecto."},
+        {"pipe.png", "Falta una imagen del proyecto."},
+        {"half.png", "«media/half.png» no es una imagen que se pueda usar."},
+        {"text.png", "«media/text.png» no es una imagen que se pueda usar."},
+        {"empty.png", "«media/empty.png» no es una imagen que se pueda usar."},
+        {"list.png", "«media/list.png» no es una imagen que se pueda usar."},
+    };
+    for (const auto& [name, text] : cases) {
+        project.edit.overlays = {{.kind = Overlay::Kind::image, .content = "media/" + name}};
+        EXPECT_EQ(failure(), text);
+    }
+
+    fs::copy_file(whole, media / "whole.png");
+    project.edit.overlays = {{.kind = Overlay::Kind::image, .content = "media/whole.png", .width = 60}};
+    EXPECT_EQ(failure(), "El ancho de la imagen «media/whole.png» no es válido.");
 }
 
 TEST_F(ExportFailure, DocumentsThatMakeNoSense)
@@ -91,15 +119,18 @@ TEST_F(ExportFailure, DestinationsThatCannotBe)
     const fs::path link = folder / "link.mp4";
     fs::create_hard_link(screen, link);
     fs::create_directories(folder / "folder.mp4");
+    fs::create_directories(folder / "subtitles.srt");
     const std::pair<fs::path, std::string> cases[] = {
         {folder / "out.mov", "El archivo de destino debe terminar en «.mp4»."},
         {folder / "out", "El archivo de destino debe terminar en «.mp4»."},
         {link, "El destino es un archivo original del proyecto. Elige otro nombre."},
         {folder / "folder.mp4", "«" + (folder / "folder.mp4").string() + "»: es una carpeta"},
+        {folder / "subtitles.mp4", "«" + (folder / "subtitles.srt").string() + "»: es una carpeta"},
         {folder / "no" / "out.mp4", "«" + (folder / "no").string() + "»: no existe"},
     };
     for (const auto& [destination, text] : cases)
         EXPECT_EQ(ExportFixture::failure(destination), text);
+    EXPECT_FALSE(fs::exists(folder / "subtitles.mp4")) << "told before anything is rendered";
     EXPECT_EQ(readFile(screen), original);
 }
 

@@ -136,22 +136,20 @@ TEST_F(ExportPicture, AnImageIsOverlaidForItsTime)
 {
     makePlain();
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=black:size=320x180:rate=30:duration=4");
-    const auto image = store.directory(project.id) / "media" / "50 %d de 'más': x.png";
-    ffmpeg({"-f", "lavfi", "-i", "color=lime:size=40x40:duration=0.1", "-frames:v", "1", "-update", "1", image.string()});
-    project.edit.overlays = {{.kind = Overlay::Kind::image,
-        .content = "media/50 %d de 'más': x.png",
-        .start = 1,
-        .end = 2,
-        .x = 0.5,
-        .y = 0.25,
-        .width = 0.25}};
+    for (const std::string name : {"media/50 %d de 'más': x.png", "media/50 %d.gif"}) {
+        SCOPED_TRACE(name);
+        const auto image = store.directory(project.id) / name;
+        ffmpeg({"-f", "lavfi", "-i", "color=lime:size=40x40:duration=0.1", "-frames:v", "1", "-update", "1", image.string()});
+        project.edit.overlays = {
+            {.kind = Overlay::Kind::image, .content = name, .start = 1, .end = 2, .x = 0.5, .y = 0.25, .width = 0.25}};
 
-    const auto pictures = frames();
+        const auto pictures = frames();
 
-    EXPECT_LT(pictures.at(20).mean(0, 0, 1, 1).green, 5);
-    EXPECT_GT(pictures.at(45).mean(0.51, 0.27, 0.74, 0.65).green, 200);
-    EXPECT_LT(pictures.at(45).mean(0, 0, 0.49, 1).green, 5);
-    EXPECT_LT(pictures.at(70).mean(0, 0, 1, 1).green, 5);
+        EXPECT_LT(pictures.at(20).mean(0, 0, 1, 1).green, 5);
+        EXPECT_GT(pictures.at(45).mean(0.51, 0.27, 0.74, 0.65).green, 200);
+        EXPECT_LT(pictures.at(45).mean(0, 0, 0.49, 1).green, 5);
+        EXPECT_LT(pictures.at(70).mean(0, 0, 1, 1).green, 5);
+    }
 }
 
 TEST_F(ExportPicture, ClipsFollowOneAnotherFittedOnBlackAndHeldToTheirLength)

@@ -63,6 +63,11 @@ TEST(ProcessRunner, FailureTellsTheEndOfTheOutput)
         << "characters, not bytes";
     EXPECT_EQ(failure("printf medio; kill -9 $$"), prefix + "medio");
     EXPECT_THROW(ProcessRunner::run("/no/such/program", {}), std::system_error);
+    try {
+        ProcessRunner::run("/no/such/program", {});
+    } catch (const std::exception& error) {
+        EXPECT_EQ(describe(error), "«/no/such/program»: no existe");
+    }
 }
 
 TEST(ProcessRunner, ReportsProgress)

@@ -128,10 +128,11 @@ TEST_F(ImportExport, WhatIsNoImageIsNotAdded)
     ffmpeg({"-f", "lavfi", "-i", "color=red:size=16x16", "-frames:v", "1", folder / "rojo.png"});
     const std::string png = readFile(folder / "rojo.png");
     std::ofstream(folder / "cortada.png") << png.substr(0, 20);
+    std::ofstream(folder / "a medias.png") << png.substr(0, png.size() / 2);
     std::ofstream(folder / "texto.png") << "esto es un texto";
     ffmpeg({"-f", "lavfi", "-i", "color=red:size=16x16:duration=1", folder / "corta.gif"});
     const std::string before = document();
-    for (const std::string name : {"cortada.png", "texto.png", "corta.gif"}) {
+    for (const std::string name : {"cortada.png", "a medias.png", "texto.png", "corta.gif"}) {
         const Outcome outcome = orvo({"image", id, "1", folder / name});
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.err, HasSubstr("«" + name + "» no es una imagen que se pueda usar"));

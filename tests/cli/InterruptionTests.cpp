@@ -51,6 +51,37 @@ TEST_F(Interrupted, AnExportLeavesNothing)
     }
 }
 
+/// The programs of this machine behind scripts, in an installation of its own.
+fs::path realProgram(const std::string& name)
+{
+    return fs::canonical(*ProcessRunner::ffmpeg()).parent_path() / name;
+}
+
+TEST_F(Interrupted, AnOlderVideoStaysUntilItIsWrittenOver)
+{
+    project.duration = 1;
+    project.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 1)};
+    store.save(project);
+    fs::copy_file(folder / "clip.mp4", store.directory(project.id) / "media/screen.mov");
+    const Installation installation;
+    setup.executable = installation.program();
+    const fs::path reached = folder / "reached";
+    ASSERT_EQ(::mkfifo(reached.c_str(), 0600), 0);
+    installation.addScript("ffprobe", "exec '" + realProgram("ffprobe").string() + "' \"$@\"");
+    // It has begun to render, and opened nothing.
+    installation.addScript("ffmpeg",
+        "case \"$*\" in *-progress*) echo here >'" + reached.string() + "'; exec sleep 600 ;; esac\nexec '"
+            + realProgram("ffmpeg").string() + "' \"$@\"");
+    std::ofstream(folder / "out.mp4") << "older";
+
+    Program program({"export", id, folder / "out.mp4"}, setup);
+    std::string line;
+    std::getline(std::ifstream(reached) >> std::ws, line);
+    program.signal(SIGINT);
+    EXPECT_EQ(program.end().status, 130);
+    EXPECT_EQ(readFile(folder / "out.mp4"), "older");
+}
+
 /// An import that is stopped at its last step, the look at the finished copy, until the test lets it go on.
 class HeldImport : public Interrupted {
 protected:
@@ -59,7 +90,7 @@ protected:
         setup.executable = installation.program();
         EXPECT_EQ(::mkfifo(reached().c_str(), 0600), 0);
         EXPECT_EQ(::mkfifo(goOn().c_str(), 0600), 0);
-        const fs::path real = fs::canonical(*ProcessRunner::ffmpeg()).parent_path() / "ffprobe";
+        const fs::path real = realProgram("ffprobe");
         installation.addScript("ffmpeg", "exit 1");
         // The last argument is the file: the first look is at the original, the second at the copy.
         installation.addScript("ffprobe",
