@@ -139,7 +139,8 @@ TEST_F(ExportPicture, AnImageIsOverlaidForItsTime)
     for (const std::string name : {"media/50 %d de 'más': x.png", "media/50 %d.gif"}) {
         SCOPED_TRACE(name);
         const auto image = store.directory(project.id) / name;
-        ffmpeg({"-f", "lavfi", "-i", "color=lime:size=40x40:duration=0.1", "-frames:v", "1", "-update", "1", image.string()});
+        ffmpeg(
+            {"-f", "lavfi", "-i", "color=lime:size=40x40:duration=0.1", "-frames:v", "1", "-update", "1", image.string()});
         project.edit.overlays = {
             {.kind = Overlay::Kind::image, .content = name, .start = 1, .end = 2, .x = 0.5, .y = 0.25, .width = 0.25}};
 
