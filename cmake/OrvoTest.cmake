@@ -36,8 +36,15 @@ function(orvo_test NAME)
   if("threads" IN_LIST ARG_LABELS)
     add_dependencies(thread_tests ${NAME})
   endif()
-  string(REPLACE ";" "\\;" labels "${ARG_LABELS}")
+  # A property without a value would take the name of the next for its value.
+  set(properties TIMEOUT 300 RUN_SERIAL ${ARG_ALONE})
+  if(ARG_ENVIRONMENT)
+    list(APPEND properties ENVIRONMENT "${ARG_ENVIRONMENT}")
+  endif()
+  if(ARG_LABELS)
+    string(REPLACE ";" "\\;" labels "${ARG_LABELS}")
+    list(APPEND properties LABELS "${labels}")
+  endif()
   # Tests are listed when ctest runs, so that building stays building. A test that hangs is a failed test.
-  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES
-    TIMEOUT 300 RUN_SERIAL ${ARG_ALONE} ENVIRONMENT "${ARG_ENVIRONMENT}" LABELS "${labels}")
+  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
 endfunction()
