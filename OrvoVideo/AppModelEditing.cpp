@@ -7,7 +7,6 @@
 #include "VideoCore/Timeline.h"
 #include "VideoMedia/CopyFile.h"
 #include "VideoMedia/OverlayImage.h"
-#include "VideoMedia/ProcessRunner.h"
 
 #include <algorithm>
 #include <cmath>
@@ -60,8 +59,7 @@ template <typename Record> std::optional<std::vector<NumberChange<Record>>> numb
 std::string copyIntoProject(
     const ProjectStore& store, const VideoProject& project, const fs::path& image, const std::stop_token& stop)
 {
-    if (const auto ffmpeg = ProcessRunner::ffmpeg();
-        ffmpeg && fs::is_regular_file(image) && !OverlayImage::isDecodable(*ffmpeg, image, stop))
+    if (fs::is_regular_file(image) && !OverlayImage::isUsable(image, stop))
         throw captureError(std::format("«{}» no es una imagen que se pueda usar.", image.filename().string()));
     const std::string extension = image.extension().string();
     const auto name = std::format("media/{}{}", Uuid::random().text(), extension.empty() ? "." : extension);

@@ -103,7 +103,7 @@ public:
         checkDestination();
         mixAudio(work);
         renderPicture(work, progress);
-        writeFileAtomically(subtitles(), Timeline::subtitles(m_project, Timeline::SubtitleFormat::subRip));
+        writeFileAtomically(subtitleFile(m_destination), Timeline::subtitles(m_project, Timeline::SubtitleFormat::subRip));
     }
 
 private:
@@ -137,7 +137,7 @@ private:
             if (shown && !facts.video)
                 throw captureError(std::format("«{}» no contiene vídeo.", input.track.file));
             input.hasAudio = facts.audioStreams > 0;
-            if (isEasyToDecode(facts))
+            if (kind == TrackKind::camera || isEasyToDecode(facts))
                 m_easyToDecode.insert(input.file);
         }
     }
@@ -162,15 +162,14 @@ private:
             fs::path file = m_store.mediaURL(m_project, overlay.content);
             if (!fs::is_regular_file(file))
                 throw captureError("Falta una imagen del proyecto.");
-            if (!OverlayImage::isDecodable(m_ffmpeg, file, m_stop))
+            // The same picture may lie there several times.
+            if (!std::ranges::contains(m_images, file) && !OverlayImage::isDecodable(m_ffmpeg, file, m_stop))
                 throw captureError(std::format("«{}» no es una imagen que se pueda usar.", overlay.content));
             if (overlay.width * static_cast<double>(outputSize().width) > static_cast<double>(largestSide))
                 throw captureError(std::format("El ancho de la imagen «{}» no es válido.", overlay.content));
             m_images.push_back(std::move(file));
         }
     }
-
-    fs::path subtitles() const { return fs::path(m_destination).replace_extension("srt"); }
 
     /// Nothing is rendered for a destination that cannot be written, or that would replace what the project is made of.
     void checkDestination() const
@@ -184,8 +183,8 @@ private:
         const fs::path folder = m_destination.parent_path();
         if (!fs::is_directory(folder))
             failWith(ENOENT, folder);
-        if (fs::is_directory(subtitles()))
-            failWith(EISDIR, subtitles());
+        if (const fs::path subtitles = subtitleFile(m_destination); fs::is_directory(subtitles))
+            failWith(EISDIR, subtitles);
         // The subtitles come into the folder, whatever is there.
         for (const auto& target : {m_destination, folder}) {
             if (fs::exists(target) && ::access(target.c_str(), W_OK) != 0)
@@ -249,7 +248,7 @@ private:
         Arguments arguments = prefix();
         append(arguments, encoder.device);
         for (const auto& input : m_inputs) {
-            if (input.track.kind == TrackKind::camera || m_easyToDecode.contains(input.file))
+            if (m_easyToDecode.contains(input.file))
                 append(arguments, {"-threads", "1"});
             append(arguments, {"-i", input.file.string()});
         }
@@ -284,11 +283,16 @@ private:
     std::stop_token m_stop;
     fs::path m_ffmpeg;
     std::vector<RenderGraph::Input> m_inputs;
-    std::set<fs::path> m_easyToDecode;
+    std::set<fs::path> m_easyToDecode; ///< By one thread; every camera's, whose picture is never what the others wait for.
     std::vector<fs::path> m_images;
 };
 
 } // namespace
+
+fs::path subtitleFile(const fs::path& video)
+{
+    return fs::path(video).replace_extension("srt");
+}
 
 void exportVideo(const VideoProject& project, const ProjectStore& store, const fs::path& destination,
     const ExportSettings& settings, const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop)

@@ -23,16 +23,19 @@ struct ExportSettings {
 /// Renders projects with `ffmpeg`. Stateless; blocking calls for worker threads.
 namespace ExportService {
 
+/// The SubRip file that an export to `video` leaves beside it.
+std::filesystem::path subtitleFile(const std::filesystem::path& video);
+
 /// Renders the whole edit of a project to the MP4 file `destination` (replaced when present) and writes the transcript as a
 /// SubRip file of the same name beside it.
 ///
 /// `progress` receives 0..1 during the final render. Intermediate files lie in a work folder inside the project's folder,
 /// which is gone when the call ends, however it ends. A failed render may leave a part of `destination`; a cancelled one
-/// does not.
+/// does not, and leaves an older file that it has not written over yet.
 ///
-/// Throws `captureError` with a text for the user (no usable `ffmpeg`, nothing visible to render, a missing file, a
-/// destination that is no ".mp4" or is one of the project's own files, a failed `ffmpeg`), file system errors unchanged, and
-/// `Cancelled`.
+/// Throws `captureError` with a text for the user (no usable `ffmpeg`, nothing visible to render, a missing file, an
+/// image that cannot be decoded, a destination that is no ".mp4" or is one of the project's own files, a failed `ffmpeg`),
+/// file system errors unchanged, and `Cancelled`.
 void exportVideo(const VideoProject& project, const ProjectStore& store, const std::filesystem::path& destination,
     const ExportSettings& settings, const MediaProbe& probe, const ProgressCallback& progress = {},
     const std::stop_token& stop = {});

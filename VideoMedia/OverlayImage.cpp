@@ -1,11 +1,12 @@
 #include "VideoMedia/OverlayImage.h"
 
-#include "VideoCore/Error.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/ProcessRunner.h"
 
+#include <algorithm>
 #include <array>
 #include <fstream>
+#include <iterator>
 #include <string_view>
 
 namespace orvo::OverlayImage {
@@ -25,39 +26,40 @@ bool isAnimation(const fs::path& file)
     return std::string_view(begin.data(), begin.size()) == "GIF8";
 }
 
-/// Whether ffmpeg would take the name for a pattern of a series of pictures.
-bool isPattern(const fs::path& file)
+/// The options before "-i" that have the name taken as it stands: with a percent sign it would be a pattern for a series of
+/// pictures. Animations know neither patterns nor the option.
+std::vector<std::string> literally(const fs::path& file)
 {
-    return file.native().contains('%');
+    if (file.native().contains('%') && !isAnimation(file))
+        return {"-pattern_type", "none"};
+    return {};
 }
 
 } // namespace
 
 std::vector<std::string> input(const fs::path& file, double seconds)
 {
-    const std::string path = file.string();
-    if (isAnimation(file))
-        return {"-ignore_loop", "0", "-t", numberText(seconds), "-i", path};
-    if (isPattern(file))
-        return {"-loop", "1", "-t", numberText(seconds), "-pattern_type", "none", "-i", path};
-    return {"-loop", "1", "-t", numberText(seconds), "-i", path};
+    std::vector<std::string> arguments =
+        isAnimation(file) ? std::vector<std::string>{"-ignore_loop", "0"} : std::vector<std::string>{"-loop", "1"};
+    arguments.insert(arguments.end(), {"-t", numberText(seconds)});
+    std::ranges::move(literally(file), std::back_inserter(arguments));
+    arguments.insert(arguments.end(), {"-i", file.string()});
+    return arguments;
 }
 
 bool isDecodable(const fs::path& ffmpeg, const fs::path& file, const std::stop_token& stop)
 {
     std::vector<std::string> arguments{
         "-hide_banner", "-nostdin", "-xerror", "-protocol_whitelist", "file", "-format_whitelist", formats};
-    if (isPattern(file) && !isAnimation(file))
-        arguments.insert(arguments.end(), {"-pattern_type", "none"});
+    std::ranges::move(literally(file), std::back_inserter(arguments));
     arguments.insert(arguments.end(), {"-i", file.string(), "-frames:v", "1", "-f", "null", "-"});
-    try {
-        ProcessRunner::run(ffmpeg, arguments, {}, 0, stop);
-        return true;
-    } catch (const Cancelled&) {
-        throw;
-    } catch (const Error&) {
-        return false;
-    }
+    return ProcessRunner::succeeds(ffmpeg, arguments, stop);
+}
+
+bool isUsable(const fs::path& file, const std::stop_token& stop)
+{
+    const auto ffmpeg = ProcessRunner::ffmpeg();
+    return !ffmpeg || isDecodable(*ffmpeg, file, stop);
 }
 
 } // namespace orvo::OverlayImage

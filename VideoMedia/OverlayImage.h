@@ -18,4 +18,7 @@ std::vector<std::string> input(const std::filesystem::path& file, double seconds
 /// when `stop` was requested.
 bool isDecodable(const std::filesystem::path& ffmpeg, const std::filesystem::path& file, const std::stop_token& stop = {});
 
+/// As `isDecodable` with the `ffmpeg` that is found; true where there is none to look into the file yet.
+bool isUsable(const std::filesystem::path& file, const std::stop_token& stop = {});
+
 } // namespace orvo::OverlayImage

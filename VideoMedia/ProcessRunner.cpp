@@ -34,11 +34,6 @@ constexpr std::size_t chunkSize = 16'384;
 constexpr std::size_t failureTail = 1'800;
 constexpr auto gracePeriod = std::chrono::seconds(2);
 
-[[noreturn]] void fail(int code, const std::string& what)
-{
-    throw std::system_error(code, std::system_category(), what);
-}
-
 /// Length of the UTF-8 sequence at the start of `text`, or 0 when it is not valid.
 std::size_t sequenceLength(std::string_view text)
 {
@@ -107,7 +102,7 @@ public:
     Pipe()
     {
         if (::pipe2(m_ends.data(), O_CLOEXEC) != 0)
-            fail(errno, "pipe");
+            throw std::system_error(errno, std::system_category(), "pipe");
     }
     ~Pipe()
     {
@@ -333,6 +328,18 @@ std::string run(const fs::path& executable, const std::vector<std::string>& argu
     if (WIFEXITED(status) && WEXITSTATUS(status) == 0)
         return output;
     throw captureError(std::format("El proceso de vídeo falló: {}", lastCharacters(output, failureTail)));
+}
+
+bool succeeds(const fs::path& executable, const std::vector<std::string>& arguments, const std::stop_token& stop)
+{
+    try {
+        run(executable, arguments, {}, 0, stop);
+        return true;
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const Error&) {
+        return false;
+    }
 }
 
 } // namespace orvo::ProcessRunner

@@ -39,6 +39,11 @@ void requireUsable(const std::filesystem::path& ffmpeg);
 std::string run(const std::filesystem::path& executable, const std::vector<std::string>& arguments,
     const ProgressCallback& onProgress = {}, double duration = 0, const std::stop_token& stop = {});
 
+/// Runs a program for the sake of its status alone: whether it ends with 0. Throws as `run` when it cannot be started or
+/// `stop` was requested.
+bool succeeds(
+    const std::filesystem::path& executable, const std::vector<std::string>& arguments, const std::stop_token& stop = {});
+
 } // namespace ProcessRunner
 
 } // namespace orvo

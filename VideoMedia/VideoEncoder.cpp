@@ -57,14 +57,7 @@ bool works(const fs::path& ffmpeg, const VideoEncoder& encoder, const std::stop_
     const auto arguments = encoder.arguments(1'000'000);
     line.insert(line.end(), arguments.begin(), arguments.end());
     line.insert(line.end(), {"-f", "null", "-"});
-    try {
-        ProcessRunner::run(ffmpeg, line, {}, 0, stop);
-        return true;
-    } catch (const Cancelled&) {
-        throw;
-    } catch (const Error&) {
-        return false;
-    }
+    return ProcessRunner::succeeds(ffmpeg, line, stop);
 }
 
 VideoEncoder choose(const fs::path& ffmpeg, const std::stop_token& stop)

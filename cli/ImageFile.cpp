@@ -3,7 +3,6 @@
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 #include "VideoMedia/OverlayImage.h"
-#include "VideoMedia/ProcessRunner.h"
 #include "cli/Text.h"
 
 #include <format>
@@ -24,13 +23,6 @@ bool beginsAsImage(std::string_view content)
         || (content.starts_with("RIFF"sv) && content.substr(std::min<std::size_t>(8, content.size())).starts_with("WEBP"sv));
 }
 
-/// Where nothing can look into the file yet, its beginning must do.
-bool isReadable(const fs::path& file)
-{
-    const auto ffmpeg = ProcessRunner::ffmpeg();
-    return !ffmpeg || OverlayImage::isDecodable(*ffmpeg, file);
-}
-
 } // namespace
 
 ImageFile::ImageFile(const fs::path& file)
@@ -39,7 +31,7 @@ ImageFile::ImageFile(const fs::path& file)
 {
     if (!isUtf8(extension()))
         throw captureError(std::format("El nombre {} no es UTF-8 válido.", inQuotes(name())));
-    if (!beginsAsImage(m_content) || !isReadable(file))
+    if (!beginsAsImage(m_content) || !OverlayImage::isUsable(file))
         throw captureError(
             std::format("{} no es una imagen que se pueda usar: debe ser PNG, JPEG o WebP.", inQuotes(name())));
 }

@@ -181,7 +181,7 @@ void exportProject(Session& session, const ExportArguments& arguments)
     runInterruptibly("Exportando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
         ExportService::exportVideo(project, library.store(), file, settings, FfprobeMediaProbe(), progress, stop);
     });
-    const fs::path subtitles = fs::path(file).replace_extension("srt");
+    const fs::path subtitles = ExportService::subtitleFile(file);
     const auto size = fs::file_size(file);
     if (session.json()) {
         return session.answer(JsonValue::Object{{"id", project.id}, {"file", file.string()},

@@ -42,7 +42,7 @@ function(orvo_test NAME)
     list(APPEND properties ENVIRONMENT "${ARG_ENVIRONMENT}")
   endif()
   if(ARG_LABELS)
-    string(REPLACE ";" "\\;" labels "${ARG_LABELS}")
+    string(REPLACE ";" "\\\\;" labels "${ARG_LABELS}")
     list(APPEND properties LABELS "${labels}")
   endif()
   # Tests are listed when ctest runs, so that building stays building. A test that hangs is a failed test.

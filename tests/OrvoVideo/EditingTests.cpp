@@ -229,11 +229,16 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
 
     // What cannot be copied or shown is told, and leaves nothing behind.
     std::ofstream(folder / "half.png") << picture.substr(0, picture.size() / 2);
-    for (const auto& bad : {folder / "missing.png", folder.path(), folder / "half.png"}) {
+    const std::pair<std::filesystem::path, std::string> cases[] = {
+        {folder / "missing.png", (folder / "missing.png").string()},
+        {folder.path(), folder.path().string()},
+        {folder / "half.png", "«half.png» no es una imagen que se pueda usar."},
+    };
+    for (const auto& [bad, text] : cases) {
         panels->choice = bad;
         model->addImage();
         ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
-        EXPECT_THAT(model->errorMessage().toStdString(), testing::HasSubstr(bad.filename().string()));
+        EXPECT_THAT(model->errorMessage().toStdString(), testing::HasSubstr(text));
         model->clearError();
     }
     EXPECT_THAT(edit().overlays, SizeIs(2));

@@ -51,6 +51,15 @@ TEST_F(Interrupted, AnExportLeavesNothing)
     }
 }
 
+/// Waits until somebody writes into a pipe.
+std::string readLine(const fs::path& pipe)
+{
+    std::string line;
+    std::ifstream stream(pipe);
+    std::getline(stream, line);
+    return line;
+}
+
 /// The programs of this machine behind scripts, in an installation of its own.
 fs::path realProgram(const std::string& name)
 {
@@ -75,8 +84,7 @@ TEST_F(Interrupted, AnOlderVideoStaysUntilItIsWrittenOver)
     std::ofstream(folder / "out.mp4") << "older";
 
     Program program({"export", id, folder / "out.mp4"}, setup);
-    std::string line;
-    std::getline(std::ifstream(reached) >> std::ws, line);
+    EXPECT_EQ(readLine(reached), "here");
     program.signal(SIGINT);
     EXPECT_EQ(program.end().status, 130);
     EXPECT_EQ(readFile(folder / "out.mp4"), "older");
@@ -105,14 +113,6 @@ protected:
 
     void waitUntilReached() const { EXPECT_EQ(readLine(reached()), "here"); }
     void letGoOn() const { std::ofstream(goOn()) << "go\n"; }
-
-    static std::string readLine(const fs::path& pipe)
-    {
-        std::string line;
-        std::ifstream stream(pipe);
-        std::getline(stream, line);
-        return line;
-    }
 
     Installation installation;
 };
