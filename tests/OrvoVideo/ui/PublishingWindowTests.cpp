@@ -61,7 +61,6 @@ TEST_F(PublishingWindow, FromEmptySettingsToAPublishedVideo)
     view().close();
 
     turnToMain();
-    view().requestActivate();
     click(QAccessible::PageTab, "Compartir");
     click(QAccessible::EditableText, "Dominios autorizados");
     type("https://www.ejemplo.es");

@@ -37,11 +37,14 @@ protected:
     /// The window that the above is about: the main one, or another one of the application by its title.
     QQuickWindow& view() const { return m_other ? *m_other : window->window(); }
     void turnTo(const QString& title);
-    void turnToMain() { m_other = nullptr; }
+    void turnToMain();
 
     std::unique_ptr<MainWindow> window;
 
 private:
+    /// Waits until the window has the keyboard.
+    void activate();
+
     QQuickWindow* m_other = nullptr;
 };
 
