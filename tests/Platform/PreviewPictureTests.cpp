@@ -2,6 +2,7 @@
 #include "PlayerRig.h"
 #include "TestSupport/TemporaryFolder.h"
 
+#include <array>
 #include <cmath>
 #include <format>
 #include <gmock/gmock.h>
@@ -243,6 +244,27 @@ TEST_F(PreviewPictures, PicturesAreFittedUprightAndCentred)
             if (image.rect().contains(outside)) {
                 EXPECT_LT(qGray(image.pixel(outside)), 40);
             }
+        }
+    }
+}
+
+TEST_F(PreviewPictures, OpensPicturesOfAnyWidthEveryTime)
+{
+    // A decoder that writes into shared memory takes the process with it now and then, when the coding has no whole blocks
+    // for the width and the picture is turned.
+    const fs::path stored = video("narrow.mp4", {.width = 180, .height = 320, .filter = ",hflip,vflip"});
+    const fs::path file = *folder / "narrow-turned.mp4";
+    runFfmpeg({"-display_rotation", "180", "-i", stored.string(), "-c", "copy", file.string()});
+    auto composition = this->composition({{.file = file}});
+    composition.width = 180;
+    composition.height = 320;
+    for (int round = 0; round < 10; ++round) {
+        std::array<PlayerRig, 8> rigs;
+        for (PlayerRig& rig : rigs)
+            rig.player().load(composition);
+        for (PlayerRig& rig : rigs) {
+            ASSERT_TRUE(rig.waitUntil([&] { return rig.loads == 1; }));
+            ASSERT_EQ(pictureNumber(rig.player().frame()), 0);
         }
     }
 }
