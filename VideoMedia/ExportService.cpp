@@ -34,7 +34,11 @@ constexpr double shortestVideo = 0.01; ///< Seconds; what is not longer is not w
 constexpr double longestRecording = 7 * 24 * 3600; ///< Seconds; a longer one is a damaged document.
 constexpr std::int64_t largestSide = 16'384; ///< Pixels.
 constexpr double mixRate = 48'000; ///< Samples per second of the mixed sound.
-constexpr auto mixPacket = "65536"; ///< Bytes of the mix that are read at once: a third of a second.
+
+/// Bytes of the mix that are read at once, a sixth of a second: larger ones cost less time, and every branch of the graph
+/// keeps one.
+constexpr auto mixPacket = "32768";
+
 // Two filters of the mix answer late by their window, and ffmpeg does not make up for it. Measured with clicks, in seconds.
 constexpr double noiseReductionDelay = 0.025; ///< afftdn at 48 kHz.
 constexpr double limiterDelay = 0.005; ///< alimiter with its default attack.

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <format>
 #include <mutex>
@@ -126,6 +127,29 @@ private:
     std::array<int, 2> m_ends{-1, -1};
 };
 
+/// The environment of a child: this one's, and from how many bytes on glibc's allocator gives a block back to the system as
+/// soon as it is free.
+///
+/// ffmpeg allocates as much as is left of a graph's text for each word that it reads of it. Among smaller blocks that stay,
+/// these would be kept too, and a graph of many cuts would take several times the memory that it needs.
+class ChildEnvironment {
+public:
+    ChildEnvironment()
+    {
+        for (char** variable = environ; *variable; ++variable)
+            m_pointers.push_back(*variable);
+        if (!std::getenv("MALLOC_MMAP_THRESHOLD_"))
+            m_pointers.push_back(m_threshold.data());
+        m_pointers.push_back(nullptr);
+    }
+
+    char* const* pointers() const { return m_pointers.data(); }
+
+private:
+    std::string m_threshold = "MALLOC_MMAP_THRESHOLD_=16384";
+    std::vector<char*> m_pointers;
+};
+
 pid_t spawn(const fs::path& executable, const std::vector<std::string>& arguments, const Pipe& output)
 {
     std::vector<std::string> words{executable.string()};
@@ -155,8 +179,10 @@ pid_t spawn(const fs::path& executable, const std::vector<std::string>& argument
     posix_spawnattr_setsigdefault(&attributes, &defaults);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
 
+    const ChildEnvironment environment;
     pid_t child = 0;
-    const int error = posix_spawn(&child, executable.c_str(), &actions, &attributes, pointers.data(), environ);
+    const int error =
+        posix_spawn(&child, executable.c_str(), &actions, &attributes, pointers.data(), environment.pointers());
     posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0)

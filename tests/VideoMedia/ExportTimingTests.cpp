@@ -1,9 +1,12 @@
 #include "ExportFixture.h"
 #include "VideoCore/FileIO.h"
 #include "VideoCore/Timeline.h"
+#include "VideoMedia/ProcessRunner.h"
+#include "VideoMedia/RenderGraph.h"
 
 #include <cmath>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 
 namespace orvo::test {
 
@@ -143,6 +146,38 @@ TEST_F(ExportTiming, ALateSoundTrackStaysLateAndSilenceIsSound)
     EXPECT_LT(level(sound, 0, 2.45), 1e-3);
     EXPECT_GT(level(sound, 2.55, 4.4), 0.05);
     EXPECT_LT(level(sound, 4.6, 6), 1e-3);
+}
+
+/// The most memory that any program has had which this process has run, in MB.
+double peakOfChildren()
+{
+    rusage usage{};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    return static_cast<double>(usage.ru_maxrss) / 1024;
+}
+
+TEST_F(ExportTiming, AGraphOfHundredsOfCutsTakesLittleMemory)
+{
+    // Without an encoder, which would take more than the graph.
+    project.duration = 120;
+    addTrack(TrackKind::screen, "screen.mov");
+    const RenderGraph::FrameSize size{.width = 64, .height = 36};
+    writeFileAtomically(folder / "annotations.ass", ExportService::annotations(project, size.width, size.height));
+    const std::vector<RenderGraph::Input> inputs{{.track = project.tracks.items().front(), .file = "screen.mov"}};
+    const auto peak = [&] {
+        writeFileAtomically(folder / "graph.txt",
+            RenderGraph::picture(project, inputs, {.size = size, .annotations = folder / "annotations.ass"}));
+        ProcessRunner::run(*ProcessRunner::ffmpeg(),
+            {"-filter_complex_threads", "1", "-f", "lavfi", "-i", "color=size=64x36:rate=30:duration=120", "-f", "lavfi",
+                "-i", "anullsrc=r=48000:cl=stereo,atrim=duration=120", "-/filter_complex", folder / "graph.txt", "-map",
+                "[vout]", "-map", "[aout]", "-f", "null", "-"});
+        return peakOfChildren();
+    };
+    const double uncut = peak();
+    for (int i = 0; i < 600; ++i)
+        project.edit.cuts.edit().push_back({i * 0.2 + 0.1, i * 0.2 + 0.2});
+    // What is left is held while the text is read, before there is an encoder.
+    EXPECT_LT(peak(), uncut + 120);
 }
 
 TEST_F(ExportTiming, ManyZoomPointsRender)
