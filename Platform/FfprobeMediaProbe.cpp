@@ -25,7 +25,8 @@ constexpr std::string_view containers = "aac,ac3,aiff,asf,avi,caf,dv,eac3,flac,f
 
 /// What is asked of a file, as `-show_entries` takes it.
 constexpr std::string_view wantedEntries = "format=duration:"
-                                           "stream=codec_type,codec_name,width,height,avg_frame_rate,channels:"
+                                           "stream=codec_type,codec_name,width,height,pix_fmt,color_range,avg_frame_rate,"
+                                           "channels:"
                                            "stream_disposition=attached_pic:"
                                            "stream_side_data=rotation";
 
@@ -109,7 +110,9 @@ MediaFacts factsIn(yyjson_val* root)
                 .height = yyjson_get_sint(yyjson_obj_get(stream, "height")),
                 .rotation = rotation(stream),
                 .frameRate = fraction(text(stream, "avg_frame_rate")),
-                .codec = std::string(text(stream, "codec_name"))};
+                .codec = std::string(text(stream, "codec_name")),
+                .pixelFormat = std::string(text(stream, "pix_fmt")),
+                .colorRange = std::string(text(stream, "color_range"))};
         }
     }
     return facts;

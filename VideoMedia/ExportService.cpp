@@ -16,7 +16,6 @@
 #include <format>
 #include <optional>
 #include <ranges>
-#include <set>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -141,8 +140,11 @@ private:
             if (shown && !facts.video)
                 throw captureError(std::format("«{}» no contiene vídeo.", input.track.file));
             input.hasAudio = facts.audioStreams > 0;
+            Arguments& options = m_decoding.emplace_back();
             if (kind == TrackKind::camera || isEasyToDecode(facts))
-                m_easyToDecode.insert(input.file);
+                append(options, {"-threads", "1"});
+            if (shown && leavesRangeOpen(*facts.video))
+                append(options, {"-color_range", "tv"});
         }
     }
 
@@ -154,6 +156,13 @@ private:
             return false;
         const auto size = outputSize();
         return facts.video->width * facts.video->height <= 2 * size.width * size.height;
+    }
+
+    /// Whether a file does not say that its pictures use the range that is meant when nothing is said. The first filter
+    /// would write it down, and would copy every picture for that.
+    static bool leavesRangeOpen(const MediaFacts::Video& video)
+    {
+        return video.codec == "h264" && video.pixelFormat == "yuv420p" && video.colorRange.empty();
     }
 
     RenderGraph::FrameSize outputSize() const { return RenderGraph::outputSize(m_project, m_settings.height); }
@@ -251,10 +260,9 @@ private:
         const double playable = m_project.playableDuration();
         Arguments arguments = prefix();
         append(arguments, encoder.device);
-        for (const auto& input : m_inputs) {
-            if (m_easyToDecode.contains(input.file))
-                append(arguments, {"-threads", "1"});
-            append(arguments, {"-i", input.file.string()});
+        for (std::size_t i = 0; i < m_inputs.size(); ++i) {
+            append(arguments, m_decoding[i]);
+            append(arguments, {"-i", m_inputs[i].file.string()});
         }
         append(arguments, {"-ss", numberText(mixDelay()), "-max_size", mixPacket, "-i", (work / "mixed.wav").string()});
         for (const auto& image : m_images)
@@ -287,7 +295,9 @@ private:
     std::stop_token m_stop;
     fs::path m_ffmpeg;
     std::vector<RenderGraph::Input> m_inputs;
-    std::set<fs::path> m_easyToDecode; ///< By one thread; every camera's, whose picture is never what the others wait for.
+    /// For each input how its picture is decoded. One thread does for every camera, whose picture is never what the others
+    /// wait for.
+    std::vector<Arguments> m_decoding;
     std::vector<fs::path> m_images;
 };
 

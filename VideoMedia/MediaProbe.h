@@ -16,6 +16,8 @@ struct MediaFacts {
         int rotation = 0; ///< Clockwise degrees by which players turn the stored picture: 0, 90, 180 or 270.
         double frameRate = 0; ///< Average frames per second; 0 when not known.
         std::string codec; ///< As `ffmpeg` names it, "h264" for example; empty when not known.
+        std::string pixelFormat; ///< As `ffmpeg` names it, "yuv420p" for example; empty when not known.
+        std::string colorRange; ///< "tv" (16 to 235) or "pc" (0 to 255); empty when the file does not tell.
 
         /// The size of the picture as players show it.
         std::int64_t uprightWidth() const noexcept { return rotation % 180 == 0 ? width : height; }

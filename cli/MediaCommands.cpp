@@ -98,6 +98,8 @@ void requireMovie(const fs::path& file)
 
 void importMovie(Session& session, const ImportArguments& arguments)
 {
+    if (arguments.file.empty())
+        throw UsageError("Indica el archivo de vídeo.");
     const fs::path movie = arguments.file;
     requireMovie(movie);
     const bool append = !arguments.append.empty();

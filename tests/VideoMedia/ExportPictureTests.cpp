@@ -172,6 +172,31 @@ TEST_F(ExportPicture, ClipsFollowOneAnotherFittedOnBlackAndHeldToTheirLength)
     }
 }
 
+TEST_F(ExportPicture, BrightnessIsThatOfTheFileWhateverItsRange)
+{
+    makePlain();
+    project.duration = 1;
+    const auto file = addTrack(TrackKind::screen, "screen.mov", 0, 1);
+    const std::string source = "color=0xE0E0E0:size=320x180:rate=30:duration=1,drawbox=w=160:h=180:c=0x202020:t=fill";
+    const struct {
+        std::string filter;
+        std::string range; ///< As the file tells it.
+    } cases[]{
+        {"null", ""},
+        {"setparams=range=tv:colorspace=smpte170m", "tv"},
+        {"scale=in_range=tv:out_range=pc", "pc"},
+    };
+    for (const auto& [filter, range] : cases) {
+        SCOPED_TRACE(filter);
+        makeVideo(file, source + ",format=yuv420p," + filter);
+        EXPECT_EQ(probeService.facts(file).video->colorRange, range);
+
+        const auto picture = frames().at(15);
+        EXPECT_NEAR(picture.mean(0.05, 0.05, 0.45, 0.95).brightness(), 0x20, 3);
+        EXPECT_NEAR(picture.mean(0.55, 0.05, 0.95, 0.95).brightness(), 0xE0, 3);
+    }
+}
+
 TEST_F(ExportPicture, OddAndTinyProjectsRender)
 {
     makePlain();

@@ -65,6 +65,7 @@ TEST_F(CommandLine, WrongUseIsToldInSpanish)
         {{"list", "--library", ""}, "--library necesita una carpeta."},
         {{"list", "--json=yes"}, "La opción --json no lleva ningún valor."},
         {{"show"}, "Falta ID."},
+        {{"import", ""}, "Indica el archivo de vídeo."},
         {{"set", id, "fade"}, "Falta VALOR."},
         {{"list", "list"}, "Sobra «list»."},
         {{"cut", id, "1", "2", "3"}, "Sobra «3»."},
