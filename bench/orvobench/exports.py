@@ -117,10 +117,26 @@ def rows(programs, folder, cache, seconds, runs, long, say):
                                  "plain transcode", "cpu", None))
     result += _against_melt(f"export, cuts alone, {usual}", costs[f"cuts alone, {usual}"], costs["melt"])
     result += _own_share([cost for name in variants for cost, _ in costs[name]])
+    result += _with_film(Exporter(programs, folder / "film"), material.with_film(cache, recording), (few, usual, many), encoder,
+                         runs, say)
     if long:
         result += _growth(exporter, material.repeated(cache, recording, 12), usual, costs[f"cuts alone, {usual}"], say)
     shutil.rmtree(folder)
     return result
+
+
+def _with_film(exporter, recording, counts, encoder, runs, say):
+    """Cuts alone of a screen on which much moves: its pictures cost more, and what is done to them as much as before."""
+    costs = {count: [] for count in counts}
+    plain = []
+    for number in range(runs):
+        for count in counts:
+            say(f"round {number + 1} of {runs}: a film on the screen, {count} cuts")
+            costs[count].append(exporter.run(exporter.add(recording, Edit(cuts=count))))
+        say(f"round {number + 1} of {runs}: a film on the screen, plain transcode")
+        plain.append(plain_transcode(recording, encoder, exporter.folder))
+    return [_per_frame(f"export, a film on the screen, cuts alone, {count}: processor time a frame", costs[count], plain,
+                       "plain transcode", "cpu", CPU_OF_CUTS) for count in counts]
 
 
 def _against(name, ours, theirs, peer, cpu_target):

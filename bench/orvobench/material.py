@@ -53,6 +53,20 @@ def repeated(cache, material, times):
     return _cached(Path(cache, f"{material.seconds}s-x{times}"), material.seconds * times, join)
 
 
+def with_film(cache, lesson):
+    """The same recording, but a film plays on the screen all the time."""
+
+    def put(made):
+        film = f"mandelbrot=s=640x360:r={FPS}:start_scale=2,scale=1280:720,setsar=1"
+        _ffmpeg("-i", lesson.screen, "-f", "lavfi", "-i", film, "-filter_complex", "[0:v][1:v]overlay=320:150:shortest=1",
+                *_encoding(WIDTH, HEIGHT), "-t", str(made.seconds), made.screen)
+        for source, target in zip(lesson.files, made.files):
+            if target != made.screen:
+                shutil.copy(source, target)
+
+    return _cached(Path(cache, f"{lesson.seconds}s-film"), lesson.seconds, put)
+
+
 def _cached(folder, seconds, make):
     mark = folder / "complete"
     if not (mark.exists() and mark.read_text() == VERSION):
@@ -71,16 +85,19 @@ def _record(made):
 
 
 def _video(target, frames, width, height, seconds, filters="null"):
-    """Encodes pictures at the recorder's bit rate: five bits for every pixel of a frame, each second."""
     command = ["ffmpeg", "-v", "error", "-y", "-f", "rawvideo", "-pix_fmt", "yuv420p", "-s", f"{width}x{height}",
-               "-r", str(FPS), "-i", "-", "-vf", filters, "-c:v", "libx264", "-preset", "veryfast",
-               "-b:v", str(width * height * 5), "-g", str(2 * FPS), "-pix_fmt", "yuv420p", str(target)]
+               "-r", str(FPS), "-i", "-", "-vf", filters, *_encoding(width, height), str(target)]
     with subprocess.Popen(command, stdin=subprocess.PIPE) as encoder:
         for frame in itertools.islice(frames, seconds * FPS):
             encoder.stdin.write(frame.data)
         encoder.stdin.close()
         if encoder.wait() != 0:
             raise SystemExit(f"{target} could not be encoded")
+
+
+def _encoding(width, height):
+    """How the recorder encodes: at five bits for every pixel of a frame, each second."""
+    return ["-c:v", "libx264", "-preset", "veryfast", "-b:v", str(width * height * 5), "-g", str(2 * FPS), "-pix_fmt", "yuv420p"]
 
 
 def _speak(made):
