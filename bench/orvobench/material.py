@@ -57,7 +57,8 @@ def with_film(cache, lesson):
     """The same recording, but a film plays on the screen all the time."""
 
     def put(made):
-        film = f"mandelbrot=s=640x360:r={FPS}:start_scale=2,scale=1280:720,setsar=1"
+        # The first ten seconds again and again: the further the picture goes in, the longer it takes to make.
+        film = f"mandelbrot=s=640x360:r={FPS}:start_scale=2,loop=loop=-1:size={10 * FPS},scale=1280:720,setsar=1"
         _ffmpeg("-i", lesson.screen, "-f", "lavfi", "-i", film, "-filter_complex", "[0:v][1:v]overlay=320:150:shortest=1",
                 *_encoding(WIDTH, HEIGHT), "-t", str(made.seconds), made.screen)
         for source, target in zip(lesson.files, made.files):
