@@ -3,6 +3,7 @@
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 #include "VideoCore/Timeline.h"
+#include "VideoMedia/Arguments.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/OverlayImage.h"
 #include "VideoMedia/RenderGraph.h"
@@ -27,8 +28,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Arguments = std::vector<std::string>;
-
 constexpr double shortestVideo = 0.01; ///< Seconds; what is not longer is not worth a file.
 constexpr double longestRecording = 7 * 24 * 3600; ///< Seconds; a longer one is a damaged document.
 constexpr std::int64_t largestSide = 16'384; ///< Pixels.
@@ -45,11 +44,6 @@ constexpr double limiterDelay = 0.005; ///< alimiter with its default attack.
 [[noreturn]] void failWith(int code, const fs::path& path)
 {
     throw fs::filesystem_error("export", path, std::error_code(code, std::system_category()));
-}
-
-void append(Arguments& arguments, Arguments more)
-{
-    arguments.insert(arguments.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
 
 /// What every run of ffmpeg here begins with.
@@ -140,11 +134,12 @@ private:
             if (shown && !facts.video)
                 throw captureError(std::format("«{}» no contiene vídeo.", input.track.file));
             input.hasAudio = facts.audioStreams > 0;
-            Arguments& options = m_decoding.emplace_back();
+            // A camera's picture is never what the others wait for.
             if (kind == TrackKind::camera || isEasyToDecode(facts))
-                append(options, {"-threads", "1"});
+                append(m_pictureInputs, {"-threads", "1"});
             if (shown && leavesRangeOpen(*facts.video))
-                append(options, {"-color_range", "tv"});
+                append(m_pictureInputs, {"-color_range", "tv"});
+            append(m_pictureInputs, {"-i", input.file.string()});
         }
     }
 
@@ -260,10 +255,7 @@ private:
         const double playable = m_project.playableDuration();
         Arguments arguments = prefix();
         append(arguments, encoder.device);
-        for (std::size_t i = 0; i < m_inputs.size(); ++i) {
-            append(arguments, m_decoding[i]);
-            append(arguments, {"-i", m_inputs[i].file.string()});
-        }
+        append(arguments, m_pictureInputs);
         append(arguments, {"-ss", numberText(mixDelay()), "-max_size", mixPacket, "-i", (work / "mixed.wav").string()});
         for (const auto& image : m_images)
             append(arguments, OverlayImage::input(image, m_project.duration));
@@ -295,9 +287,7 @@ private:
     std::stop_token m_stop;
     fs::path m_ffmpeg;
     std::vector<RenderGraph::Input> m_inputs;
-    /// For each input how its picture is decoded. One thread does for every camera, whose picture is never what the others
-    /// wait for.
-    std::vector<Arguments> m_decoding;
+    Arguments m_pictureInputs; ///< The inputs of the render, each after how it is decoded.
     std::vector<fs::path> m_images;
 };
 

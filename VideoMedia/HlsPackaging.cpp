@@ -3,6 +3,7 @@
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 #include "VideoCore/Timeline.h"
+#include "VideoMedia/Arguments.h"
 #include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/VideoEncoder.h"
 
@@ -19,8 +20,6 @@ namespace orvo::ExportService {
 namespace fs = std::filesystem;
 
 namespace {
-
-using Arguments = std::vector<std::string>;
 
 constexpr std::size_t keySize = 16;
 constexpr std::string_view systemEncoder = "h264_videotoolbox";
@@ -55,11 +54,6 @@ public:
 private:
     fs::path m_file;
 };
-
-void append(Arguments& arguments, Arguments more)
-{
-    arguments.insert(arguments.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
-}
 
 /// The encoder with its bit rate, which it keeps to within half a second: what the master playlist declares is then true of
 /// every segment, where one that saves bits for long would spend them all in the next. The system encoder has only the mean.

@@ -1,12 +1,11 @@
 #include "VideoMedia/OverlayImage.h"
 
+#include "VideoMedia/Arguments.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/ProcessRunner.h"
 
-#include <algorithm>
 #include <array>
 #include <fstream>
-#include <iterator>
 #include <string_view>
 
 namespace orvo::OverlayImage {
@@ -28,7 +27,7 @@ bool isAnimation(const fs::path& file)
 
 /// The options before "-i" that have the name taken as it stands: with a percent sign it would be a pattern for a series of
 /// pictures. Animations know neither patterns nor the option.
-std::vector<std::string> literally(const fs::path& file)
+Arguments literally(const fs::path& file)
 {
     if (file.native().contains('%') && !isAnimation(file))
         return {"-pattern_type", "none"};
@@ -37,22 +36,20 @@ std::vector<std::string> literally(const fs::path& file)
 
 } // namespace
 
-std::vector<std::string> input(const fs::path& file, double seconds)
+Arguments input(const fs::path& file, double seconds)
 {
-    std::vector<std::string> arguments =
-        isAnimation(file) ? std::vector<std::string>{"-ignore_loop", "0"} : std::vector<std::string>{"-loop", "1"};
-    arguments.insert(arguments.end(), {"-t", numberText(seconds)});
-    std::ranges::move(literally(file), std::back_inserter(arguments));
-    arguments.insert(arguments.end(), {"-i", file.string()});
+    Arguments arguments = isAnimation(file) ? Arguments{"-ignore_loop", "0"} : Arguments{"-loop", "1"};
+    append(arguments, {"-t", numberText(seconds)});
+    append(arguments, literally(file));
+    append(arguments, {"-i", file.string()});
     return arguments;
 }
 
 bool isDecodable(const fs::path& ffmpeg, const fs::path& file, const std::stop_token& stop)
 {
-    std::vector<std::string> arguments{
-        "-hide_banner", "-nostdin", "-xerror", "-protocol_whitelist", "file", "-format_whitelist", formats};
-    std::ranges::move(literally(file), std::back_inserter(arguments));
-    arguments.insert(arguments.end(), {"-i", file.string(), "-frames:v", "1", "-f", "null", "-"});
+    Arguments arguments{"-hide_banner", "-nostdin", "-xerror", "-protocol_whitelist", "file", "-format_whitelist", formats};
+    append(arguments, literally(file));
+    append(arguments, {"-i", file.string(), "-frames:v", "1", "-f", "null", "-"});
     return ProcessRunner::succeeds(ffmpeg, arguments, stop);
 }
 

@@ -2,10 +2,12 @@
 
 #include "VideoCore/Error.h"
 #include "VideoCore/PointerLog.h"
+#include "VideoMedia/Arguments.h"
 #include "VideoMedia/VideoEncoder.h"
 
 #include <algorithm>
 #include <format>
+#include <utility>
 
 namespace orvo::RecordingPreparation {
 
@@ -101,10 +103,8 @@ private:
         const fs::path target = m_store.mediaURL(m_project, result.file);
         m_made.add(target);
 
-        std::vector<std::string> arguments{"-hide_banner", "-nostdin", "-y"};
-        const auto add = [&](std::vector<std::string> more) {
-            arguments.insert(arguments.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
-        };
+        Arguments arguments{"-hide_banner", "-nostdin", "-y"};
+        const auto add = [&](Arguments more) { append(arguments, std::move(more)); };
         if (isSound(track)) {
             add({"-i", source.string(), "-vn"});
         } else {

@@ -1,6 +1,7 @@
 #include "VideoMedia/VideoEncoder.h"
 
 #include "VideoCore/Error.h"
+#include "VideoMedia/Arguments.h"
 #include "VideoMedia/ProcessRunner.h"
 
 #include <array>
@@ -50,13 +51,12 @@ bool hasVideoHardware()
 /// Encodes one small frame with the line that a render would use.
 bool works(const fs::path& ffmpeg, const VideoEncoder& encoder, const std::stop_token& stop)
 {
-    std::vector<std::string> line{"-hide_banner", "-nostdin", "-loglevel", "error"};
-    line.insert(line.end(), encoder.device.begin(), encoder.device.end());
+    Arguments line{"-hide_banner", "-nostdin", "-loglevel", "error"};
+    append(line, encoder.device);
     const std::string upload = encoder.upload.empty() ? "null" : encoder.upload;
-    line.insert(line.end(), {"-f", "lavfi", "-i", "color=size=256x256:rate=30", "-vf", upload, "-frames:v", "1"});
-    const auto arguments = encoder.arguments(1'000'000);
-    line.insert(line.end(), arguments.begin(), arguments.end());
-    line.insert(line.end(), {"-f", "null", "-"});
+    append(line, {"-f", "lavfi", "-i", "color=size=256x256:rate=30", "-vf", upload, "-frames:v", "1"});
+    append(line, encoder.arguments(1'000'000));
+    append(line, {"-f", "null", "-"});
     return ProcessRunner::succeeds(ffmpeg, line, stop);
 }
 

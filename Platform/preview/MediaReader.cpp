@@ -105,10 +105,6 @@ struct MediaReader::Pipeline {
     }
 
     /// Watches what goes into the picture decoder, to leave out what is not needed.
-    ///
-    /// Decoders of libav write into memory of their own, at the cost of a copy: when they write right into what comes after
-    /// them, as they would, their threads race with the choice of that memory, and GStreamer 1.26 ends the process at a
-    /// picture whose coded width is not its own.
     static void elementAdded(GstBin*, GstBin*, GstElement* element, gpointer self)
     {
         const GstElementFactory* factory = gst_element_get_factory(element);
@@ -116,6 +112,9 @@ struct MediaReader::Pipeline {
             || !gst_element_factory_list_is_type(const_cast<GstElementFactory*>(factory),
                 GST_ELEMENT_FACTORY_TYPE_DECODER | GST_ELEMENT_FACTORY_TYPE_MEDIA_VIDEO))
             return;
+        // Decoders of libav write into memory of their own, at the cost of a copy: when they write right into what comes
+        // after them, as they would, their threads race with the choice of that memory, and GStreamer 1.26 ends the process
+        // at a picture whose coded width is not its own.
         if (g_object_class_find_property(G_OBJECT_GET_CLASS(element), "direct-rendering"))
             g_object_set(element, "direct-rendering", FALSE, nullptr);
         const GstPadHandle pad(gst_element_get_static_pad(element, "sink"));

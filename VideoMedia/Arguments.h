@@ -1,0 +1,17 @@
+#pragma once
+
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace orvo {
+
+/// The words after a program's name.
+using Arguments = std::vector<std::string>;
+
+inline void append(Arguments& arguments, Arguments more)
+{
+    arguments.insert(arguments.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+} // namespace orvo
