@@ -21,8 +21,9 @@ bool isProject(const QString& argument)
 MainWindow::MainWindow(AppModel& model, QObject* parent)
     : QObject(parent)
     , m_model(model)
+    , m_thumbnails(new ThumbnailProvider)
 {
-    m_engine.addImageProvider(QLatin1String(ThumbnailProvider::name), new ThumbnailProvider);
+    m_engine.addImageProvider(QLatin1String(ThumbnailProvider::name), m_thumbnails);
     m_engine.setInitialProperties({{QStringLiteral("app"), QVariant::fromValue(&m_model)}});
     m_engine.loadFromModule("OrvoVideo", "MainView");
     if (m_engine.rootObjects().isEmpty())
@@ -32,7 +33,10 @@ MainWindow::MainWindow(AppModel& model, QObject* parent)
     connect(&m_model, &AppModel::busyChanged, this, &MainWindow::openWanted);
 }
 
-MainWindow::~MainWindow() = default;
+MainWindow::~MainWindow()
+{
+    m_thumbnails->stop();
+}
 
 void MainWindow::chooseRenderer()
 {

@@ -9,6 +9,8 @@
 
 namespace orvo {
 
+class ThumbnailProvider;
+
 /// Shows the main window on a model, and does what the application was started with. Main thread only.
 class MainWindow final : public QObject {
     Q_OBJECT
@@ -40,6 +42,7 @@ private:
     AppModel& m_model;
     QStringList m_wanted;
     QQmlApplicationEngine m_engine;
+    ThumbnailProvider* m_thumbnails; ///< The engine's.
     QQuickWindow* m_window = nullptr;
 };
 

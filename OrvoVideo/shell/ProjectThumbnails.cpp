@@ -110,6 +110,11 @@ ThumbnailProvider::ThumbnailProvider()
 
 ThumbnailProvider::~ThumbnailProvider()
 {
+    stop();
+}
+
+void ThumbnailProvider::stop()
+{
     m_stop.request_stop();
     m_threads.waitForDone();
 }

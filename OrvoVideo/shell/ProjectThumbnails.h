@@ -21,8 +21,11 @@ public:
     static constexpr int height = 120; ///< Pixels.
 
     ThumbnailProvider();
-    /// Stops what runs and waits for it.
     ~ThumbnailProvider() override;
+
+    /// Ends what runs and waits for it; what is asked for afterwards has a null image. Called by who ends the engine: it lets
+    /// go of its providers only after the last of their answers, which with a picture on its way is never.
+    void stop();
 
     /// The address under which a movie's picture is found by views.
     static QUrl address(const std::filesystem::path& movie);

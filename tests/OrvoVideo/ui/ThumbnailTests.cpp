@@ -5,6 +5,7 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QTemporaryDir>
+#include <QTest>
 #include <fstream>
 
 namespace orvo::test {
@@ -37,7 +38,8 @@ protected:
     {
         const std::filesystem::path cache = home.filePath(QStringLiteral("OrvoVideo/thumbnails")).toStdString();
         std::vector<std::filesystem::path> files;
-        for (const auto& entry : std::filesystem::directory_iterator(cache))
+        std::error_code none;
+        for (const auto& entry : std::filesystem::directory_iterator(cache, none))
             files.push_back(entry.path());
         return files;
     }
@@ -79,6 +81,18 @@ TEST_F(ThumbnailTests, WhatIsNoMovieHasNoPicture)
     EXPECT_EQ(height(file), 0);
     std::ofstream(file) << "no es un vídeo";
     EXPECT_EQ(height(file), 0);
+}
+
+TEST_F(ThumbnailTests, NothingIsMadeAfterTheWindow)
+{
+    for (const char* title : {"Uno", "Dos", "Tres"})
+        withMovie(title);
+    show();
+    ASSERT_TRUE(waitUntil([&] { return !kept().empty(); }));
+    window.reset();
+    const auto before = kept();
+    QTest::qWait(1000);
+    EXPECT_EQ(kept(), before) << "an application that ends has no thread that still makes a picture";
 }
 
 TEST_F(ThumbnailTests, AProjectShowsItsScreenAndNothingOutsideItsFolder)
