@@ -24,6 +24,9 @@ void PictureTimeline::handOver(double end)
 
 void PictureTimeline::add(std::shared_ptr<const PictureMemory> picture, double seconds)
 {
+    if (m_newest && seconds <= m_newestTime)
+        return;
+    m_newestTime = seconds;
     if (!m_newest) {
         // What came before is not known: the first picture stands for it.
         m_newest = Placed{.picture = std::move(picture)};
@@ -31,10 +34,9 @@ void PictureTimeline::add(std::shared_ptr<const PictureMemory> picture, double s
             standUntil(seconds);
         return;
     }
-    if (seconds < m_newest->start + shortest)
-        return;
-    handOver(seconds);
-    m_newest = Placed{.picture = std::move(picture), .start = seconds};
+    const double start = std::max(seconds, m_newest->start + shortest);
+    handOver(start);
+    m_newest = Placed{.picture = std::move(picture), .start = start};
 }
 
 void PictureTimeline::standUntil(double seconds)

@@ -25,7 +25,8 @@ public:
     /// Whether there is a picture.
     bool hasBegun() const noexcept { return m_newest.has_value(); }
 
-    /// Adds a picture that belongs there. One that is no later than the one before is left out.
+    /// Adds a picture that belongs there; where the one before was told to stand beyond that, it follows at once. One that
+    /// is no later than the picture before is left out.
     void add(std::shared_ptr<const PictureMemory> picture, double seconds);
 
     /// The newest picture still stands at this time: what is shown until then can be written.
@@ -39,6 +40,7 @@ private:
 
     Sink m_sink;
     std::optional<Placed> m_newest;
+    double m_newestTime = 0; ///< Where it belongs.
 };
 
 } // namespace orvo

@@ -33,11 +33,11 @@ public:
         : m_url(std::move(url))
         , m_settings(std::move(settings))
     {
-        if (m_settings.size) {
+        // Sound's form is not known yet, but what would keep it from being written is.
+        if (m_settings.size)
             beginPictures();
-        } else {
-            TrackFile::makeEmpty(m_url);
-        }
+        else
+            TrackFile(m_url, TrackFile::Sound{.channels = m_settings.channels});
         m_thread = std::jthread([this](const std::stop_token& stop) { run(stop); });
     }
 
@@ -151,9 +151,11 @@ private:
         }
         if (!m_pictures->hasBegun() && now > longestDelay)
             standIn();
-        if (m_pictures->hasBegun() && now - m_standsSince > longestStanding) {
-            m_pictures->standUntil(now);
-            m_standsSince = now;
+        // What may still come belongs behind that.
+        const double settled = now - m_settings.delay;
+        if (m_pictures->hasBegun() && settled - m_standsSince > longestStanding) {
+            m_pictures->standUntil(settled);
+            m_standsSince = settled;
         }
     }
 

@@ -31,6 +31,9 @@ public:
     struct Settings {
         std::optional<PictureSize> size; ///< Of a track of pictures; nothing for one of sound.
         int fps = 30; ///< How many pictures a second there are at most.
+        /// How long, in seconds, a picture may take from its time until it is handed over. So far behind the time is where
+        /// the file goes on with a picture that stands; one that comes later still is shown behind that.
+        double delay = 0.1;
         int channels = 1; ///< Of a track of sound for which none comes.
         /// Called once on the writer's thread with the first failure, after which nothing more is written.
         std::function<void(std::exception_ptr)> onFailure = {};

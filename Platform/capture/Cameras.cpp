@@ -167,7 +167,7 @@ private:
                 gst_segment_to_running_time(gst_sample_get_segment(sample), GST_FORMAT_TIME, GST_BUFFER_PTS(buffer));
             if (running != GST_CLOCK_TIME_NONE) {
                 const auto taken = CaptureTime(std::chrono::nanoseconds(running + gst_element_get_base_time(m_bin.get())));
-                time = std::min(time, std::max(taken, time - 1s));
+                time = std::min(time, std::max(taken, time - captureLength(longestDelay)));
             }
         }
         {

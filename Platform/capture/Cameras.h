@@ -28,6 +28,8 @@ std::vector<CameraDevice> list();
 class CameraStream {
 public:
     static constexpr PictureSize size{1280, 720};
+    /// Seconds from the time of a picture until it is delivered, at most: what a camera tells beyond that is not believed.
+    static constexpr double longestDelay = 1;
 
     /// Called on threads of the stream's own, one at a time, never after the stream has gone.
     struct Receiver {

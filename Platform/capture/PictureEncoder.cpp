@@ -3,9 +3,13 @@
 #include "Platform/gstreamer/GstHandles.h"
 #include "VideoCore/Error.h"
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <format>
+#include <map>
+#include <mutex>
+#include <tuple>
 
 namespace orvo {
 
@@ -58,13 +62,13 @@ bool isInstalled(const PictureEncoder& encoder)
     return factory != nullptr;
 }
 
-/// Encodes a few small pictures with the line that a recording would use.
-bool works(const PictureEncoder& encoder)
+/// Encodes a few pictures with the line that a recording would use.
+bool works(const PictureEncoder& encoder, PictureSize size, int fps)
 {
     constexpr GstClockTime longestTrial = 5 * GST_SECOND;
-    const std::string line = std::format("videotestsrc num-buffers=4 ! video/x-raw,format=I420,width=320,height=192,"
-                                         "framerate=30/1 ! {} ! fakesink sync=false",
-        encoder.launchLine(1'000'000, 60));
+    const std::string line = std::format("videotestsrc num-buffers=4 ! video/x-raw,format=I420,width={},height={},"
+                                         "framerate={}/1 ! {} ! fakesink sync=false",
+        size.width, size.height, fps, encoder.launchLine(1'000'000, 60));
     GError* error = nullptr;
     GstElement* made = gst_parse_launch(line.c_str(), &error);
     const GstElementHandle pipeline(made ? GST_ELEMENT(gst_object_ref_sink(made)) : nullptr);
@@ -80,13 +84,11 @@ bool works(const PictureEncoder& encoder)
     return end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS;
 }
 
-PictureEncoder choose()
+PictureEncoder choose(PictureSize size, int fps)
 {
     if (hasVideoHardware()) {
-        for (const auto& encoder : hardware()) {
-            if (isInstalled(encoder) && works(encoder))
-                return encoder;
-        }
+        if (const auto found = PictureEncoder::firstThatWorks(hardware(), size, fps))
+            return *found;
     }
     if (!isInstalled(software()))
         throw captureError("Falta el codificador de vídeo x264 de GStreamer.");
@@ -103,11 +105,26 @@ std::string PictureEncoder::launchLine(std::int64_t bitRate, int keyFrameDistanc
         keyFrameOption, keyFrameDistance);
 }
 
-const PictureEncoder& PictureEncoder::find()
+PictureEncoder PictureEncoder::find(PictureSize size, int fps)
+{
+    static std::mutex mutex;
+    static std::map<std::tuple<int, int, int>, PictureEncoder> known;
+    startGStreamer();
+    const std::lock_guard lock(mutex);
+    const std::tuple form(size.width, size.height, fps);
+    auto found = known.find(form);
+    if (found == known.end())
+        found = known.emplace(form, choose(size, fps)).first;
+    return found->second;
+}
+
+std::optional<PictureEncoder> PictureEncoder::firstThatWorks(
+    std::span<const PictureEncoder> candidates, PictureSize size, int fps)
 {
     startGStreamer();
-    static const PictureEncoder found = choose();
-    return found;
+    const auto found = std::ranges::find_if(
+        candidates, [&](const PictureEncoder& encoder) { return isInstalled(encoder) && works(encoder, size, fps); });
+    return found == candidates.end() ? std::nullopt : std::optional(*found);
 }
 
 } // namespace orvo

@@ -5,6 +5,8 @@
 #include "Platform/capture/CapturedPicture.h"
 
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <string>
 
 namespace orvo {
@@ -19,10 +21,15 @@ struct PictureEncoder {
     /// The elements from raw pictures to H.264, as in a launch line.
     std::string launchLine(std::int64_t bitRate, int keyFrameDistance) const;
 
-    /// The first of the hardware encoders that encodes when tried, else x264. Found once and kept.
+    /// The first of the hardware encoders that encodes pictures of this size when tried, else x264. Found once for each size
+    /// and kept. Any thread.
     ///
     /// Blocks for as long as the trials take. Throws `captureError` when there is none at all.
-    static const PictureEncoder& find();
+    static PictureEncoder find(PictureSize size, int fps);
+
+    /// The first of these that is installed and encodes pictures of this size when tried. Blocks.
+    static std::optional<PictureEncoder> firstThatWorks(
+        std::span<const PictureEncoder> candidates, PictureSize size, int fps);
 };
 
 } // namespace orvo

@@ -32,7 +32,8 @@ std::string pictureLine(const TrackFile::Pictures& form)
     return std::format("appsrc name=source format=time caps=video/x-raw,format=I420,width={},height={},framerate={}/1,"
                        "pixel-aspect-ratio=1/1,interlace-mode=progressive,colorimetry=bt601 ! {} ! ",
         form.size.width, form.size.height, form.fps,
-        PictureEncoder::find().launchLine(TrackFile::bitRate(form.size), TrackFile::longestKeyFrameDistance));
+        PictureEncoder::find(form.size, form.fps)
+            .launchLine(TrackFile::bitRate(form.size), TrackFile::longestKeyFrameDistance));
 }
 
 std::string soundLine(const TrackFile::Sound& form)
@@ -48,6 +49,15 @@ std::string fileLine(const char* muxer)
     return std::format("{} name=muxer fragment-duration={} fragment-mode=first-moov-then-finalise ! "
                        "filesink name=sink buffer-mode=unbuffered async=false sync=false",
         muxer, static_cast<int>(1000 * TrackFile::fragmentLength));
+}
+
+/// What is wrong with the place of a file is known before anything is recorded.
+void makeEmpty(const std::filesystem::path& file)
+{
+    const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (descriptor < 0)
+        throw std::filesystem::filesystem_error("create", file, std::error_code(errno, std::generic_category()));
+    ::close(descriptor);
 }
 
 } // namespace
@@ -225,14 +235,6 @@ TrackFile::TrackFile(const std::filesystem::path& file, const Sound& form)
 }
 
 TrackFile::~TrackFile() = default;
-
-void TrackFile::makeEmpty(const std::filesystem::path& file)
-{
-    const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (descriptor < 0)
-        throw std::filesystem::filesystem_error("create", file, std::error_code(errno, std::generic_category()));
-    ::close(descriptor);
-}
 
 void TrackFile::removeEmpty(const std::filesystem::path& file) noexcept
 {

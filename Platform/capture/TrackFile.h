@@ -31,12 +31,10 @@ public:
     TrackFile(const std::filesystem::path& file, const Pictures& form);
     TrackFile(const std::filesystem::path& file, const Sound& form);
 
-    /// Makes an empty file for sound whose form is not known yet, so that what is wrong with its place is known before
-    /// anything is recorded. Throws file system errors unchanged.
-    static void makeEmpty(const std::filesystem::path& file);
+    /// Removes a file into which nothing was written.
     static void removeEmpty(const std::filesystem::path& file) noexcept;
 
-    /// Leaves the file as it is when `finish` was not called.
+    /// Leaves the file as it is, empty before anything was written, when `finish` was not called.
     ~TrackFile();
     TrackFile(const TrackFile&) = delete;
     TrackFile& operator=(const TrackFile&) = delete;

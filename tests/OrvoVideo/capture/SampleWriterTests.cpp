@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cmath>
 #include <gmock/gmock.h>
+#include <gst/gst.h>
 #include <numbers>
 #include <thread>
 
@@ -41,6 +42,17 @@ protected:
         return block;
     }
 
+    /// How bright a file is in even steps of time.
+    std::vector<int> brightness(const fs::path& file, int rate) const
+    {
+        const fs::path even = folder / "even.mkv";
+        ffmpeg({"-i", file, "-fps_mode", "cfr", "-r", std::to_string(rate), "-c:v", "ffv1", even});
+        std::vector<int> values;
+        for (const auto& frame : decodeFrames(even))
+            values.push_back(frame.mean(0, 0, 1, 1).brightness());
+        return values;
+    }
+
     /// Hands a sample over once the writer has taken those before it: a test need not be as slow as a camera.
     static void settle() { std::this_thread::sleep_for(5ms); }
 
@@ -65,12 +77,8 @@ TEST_F(SampleWriterTests, PicturesKeepTheirTimesAndStandUntilTheEnd)
     EXPECT_EQ(probed.videoCodec, "h264");
     EXPECT_NEAR(probed.videoDuration, 4.5, 0.005);
     // Shown at 60 a second, every moment has the picture that stands then.
-    const fs::path even = folder / "even.mkv";
-    ffmpeg({"-i", file, "-fps_mode", "cfr", "-r", "60", "-c:v", "ffv1", even});
-    const auto frames = decodeFrames(even);
-    const auto brightnessAt = [&](double time) {
-        return frames.at(static_cast<std::size_t>(time * 60)).mean(0, 0, 1, 1).brightness();
-    };
+    const auto values = brightness(file, 60);
+    const auto brightnessAt = [&](double time) { return values.at(static_cast<std::size_t>(time * 60)); };
     const auto full = [](int luma) { return (luma - 16) * 255 / 219; };
     EXPECT_NEAR(brightnessAt(0.05), full(40), 6) << "the first picture stands for what came before it";
     EXPECT_NEAR(brightnessAt(0.22), full(40), 6);
@@ -109,6 +117,42 @@ TEST_F(SampleWriterTests, SoundIsWhereItsTimeSays)
     }
 }
 
+TEST_F(SampleWriterTests, APictureThatComesLateIsShownAllTheSame)
+{
+    // A screen that stands still but for one change, which is told after the writer was asked to go on.
+    SampleWriter screen(folder / "screen.mov", {.size = size});
+    screen.append(picture(0, 40), origin);
+    for (const double time : {0.1, 0.2, 0.3}) {
+        screen.advance(at(time), origin);
+        settle();
+    }
+    screen.append(picture(0.295, 200), origin);
+    screen.advance(at(2), origin);
+    screen.finish(at(3));
+    const auto shown = brightness(screen.url(), 20);
+    ASSERT_EQ(shown.size(), 60U);
+    EXPECT_LT(shown[5], 60);
+    EXPECT_GT(shown[7], 180);
+    EXPECT_GT(shown[40], 180);
+
+    // A camera in the dark: few pictures, each of them of a while ago, and some of longer ago than anything waits for.
+    for (const double delay : {0.3, 1.4}) {
+        SampleWriter camera(folder / "camera.mov", {.size = size});
+        for (int i = 0; i < 40; ++i) {
+            camera.advance(at(i * 0.1), origin);
+            settle();
+            if (i % 2 == 0 && i * 0.1 >= delay)
+                camera.append(picture(i * 0.1 - delay, 40 + i * 4), origin);
+            settle();
+        }
+        camera.finish(at(4));
+        const auto seen = brightness(camera.url(), 10);
+        ASSERT_EQ(seen.size(), 40U);
+        EXPECT_THAT(seen, testing::Contains(testing::AllOf(testing::Gt(90), testing::Lt(110)))) << delay;
+        EXPECT_GT(seen.back(), 190) << delay;
+    }
+}
+
 TEST_F(SampleWriterTests, AFileWithoutSamplesIsNotThereAndOneWithoutSoundIsSilent)
 {
     SampleWriter none(folder / "none.mov", {.size = size});
@@ -126,14 +170,6 @@ TEST_F(SampleWriterTests, AFileWithoutSamplesIsNotThereAndOneWithoutSoundIsSilen
 
 TEST_F(SampleWriterTests, AFileIsBlackUntilTheFirstPictureTakesThePlaceOfThat)
 {
-    const auto brightness = [this](const fs::path& file) {
-        const fs::path even = folder / "even.mkv";
-        ffmpeg({"-i", file, "-fps_mode", "cfr", "-r", "10", "-c:v", "ffv1", even});
-        std::vector<int> values;
-        for (const auto& frame : decodeFrames(even))
-            values.push_back(frame.mean(0, 0, 1, 1).brightness());
-        return values;
-    };
     SampleWriter writer(folder / "screen.mov", {.size = size});
     for (double time = 0; time < 6; time += 0.25) {
         writer.advance(at(time), origin);
@@ -141,14 +177,14 @@ TEST_F(SampleWriterTests, AFileIsBlackUntilTheFirstPictureTakesThePlaceOfThat)
     }
     const fs::path copy = folder / "copy.mov";
     fs::copy_file(writer.url(), copy);
-    const auto before = brightness(copy);
+    const auto before = brightness(copy, 10);
     EXPECT_GE(before.size(), 30U) << "what is there if the process ends now";
     EXPECT_THAT(before, testing::Each(testing::Lt(5)));
 
     writer.append(picture(6, 140), origin);
     writer.finish(at(7));
     EXPECT_NEAR(probe(writer.url()).videoDuration, 7, 0.005);
-    EXPECT_THAT(brightness(writer.url()), testing::AllOf(testing::SizeIs(70), testing::Each(testing::Gt(100))));
+    EXPECT_THAT(brightness(writer.url(), 10), testing::AllOf(testing::SizeIs(70), testing::Each(testing::Gt(100))));
 }
 
 TEST_F(SampleWriterTests, WhatIsWrittenCanBeReadWhileItIsWritten)
@@ -189,6 +225,16 @@ TEST_F(SampleWriterTests, TheFirstFailureIsToldOnceAndEndsTheFile)
 {
     EXPECT_THROW(SampleWriter(folder / "missing/screen.mov", {.size = size}), fs::filesystem_error);
     EXPECT_THROW(SampleWriter(folder / "missing/sound.m4a", {}), fs::filesystem_error);
+    {
+        // A system without an encoder for sound says so before anything is recorded.
+        GstRegistry* registry = gst_registry_get();
+        GstPluginFeature* encoder = gst_registry_lookup_feature(registry, "avenc_aac");
+        ASSERT_TRUE(encoder);
+        gst_registry_remove_feature(registry, encoder);
+        EXPECT_THROW(SampleWriter(folder / "sound.m4a", {}), Error);
+        gst_registry_add_feature(registry, encoder);
+        gst_object_unref(encoder);
+    }
 
     std::atomic<int> told = 0;
     SampleWriter writer(folder / "sound.m4a", {.onFailure = [&](const std::exception_ptr&) { ++told; }});

@@ -139,14 +139,15 @@ TEST(PictureTimelineTests, EveryPictureIsShownUntilTheNext)
     timeline.standUntil(1); // Nothing stands yet.
     timeline.add(a, 0.5); // The first picture is shown from the beginning on.
     timeline.standUntil(2);
-    timeline.add(b, 1.9); // Too late for its place.
+    timeline.add(b, 1.9); // Its place is taken: it comes behind that, and is not lost.
+    timeline.add(a, 1.9); // No later than the one before.
     timeline.add(b, 2.5);
     timeline.end(4);
-    ASSERT_EQ(shown.size(), 4U);
+    ASSERT_EQ(shown.size(), 5U);
     double end = 0;
     for (const auto& each : shown) {
         EXPECT_NEAR(each.start, end, 1e-9);
-        EXPECT_EQ(each.picture, each.start < 2.4 ? a.get() : b.get());
+        EXPECT_EQ(each.picture, each.start < 2.0005 ? a.get() : b.get());
         end = each.end;
     }
     EXPECT_NEAR(shown.back().start, 2.5, 1e-9);
