@@ -164,6 +164,7 @@ void AppModel::setRecording(Recording recording)
         return;
     m_recording = recording;
     emit recordingChanged();
+    emit idleChanged();
     emit historyChanged();
 }
 

@@ -76,6 +76,7 @@ class AppModel : public QObject {
     Q_PROPERTY(Preview preview READ preview NOTIFY previewChanged)
     // The long operation of the moment, and the texts.
     Q_PROPERTY(bool busy READ busy NOTIFY busyChanged)
+    Q_PROPERTY(bool idle READ idle NOTIFY idleChanged)
     Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
     Q_PROPERTY(QString status READ status NOTIFY statusChanged)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
@@ -267,7 +268,7 @@ public:
     /// Given how to stop and where to tell its progress, works as a coroutine on the main thread.
     using LongOperation = std::function<QCoro::Task<>(WorkControl control)>;
 
-    /// Runs the one long operation of the moment; ignored while another runs. A failure is told in `errorMessage` and
+    /// Runs the one long operation of the moment; ignored unless `idle`. A failure is told in `errorMessage` and
     /// `status`, and lists the library again. `Cancelled` is no failure.
     void perform(LongOperation work);
 
@@ -275,6 +276,8 @@ public:
     Q_INVOKABLE void cancel();
 
     bool busy() const { return m_busy; }
+    /// Whether a long operation or a recording can begin: neither is under way.
+    bool idle() const { return !m_busy && !isRecording(); }
     /// Of the running long operation: 0..1.
     double progress() const { return m_progress; }
 
@@ -443,6 +446,7 @@ signals:
     void playingChanged();
     void previewChanged();
     void busyChanged();
+    void idleChanged();
     void progressChanged();
     void statusChanged();
     void errorMessageChanged();
@@ -536,7 +540,9 @@ private:
     // Recording.
     void prepareRecording();
     QCoro::Task<> record();
-    QCoro::Task<> beginRecording();
+    void tellRecording();
+    void noteDevice(TrackKind kind, bool isAway);
+    QCoro::Task<> beginRecording(std::stop_token stop);
     QCoro::Task<std::optional<Rect>> pickRegion(CaptureSource source);
     QCoro::Task<bool> countDown();
     QCoro::Task<> endRecording();
@@ -622,6 +628,8 @@ private:
     CaptureChoice m_capture;
     ShortcutManager m_shortcuts;
     std::optional<Captured> m_captured;
+    std::set<TrackKind> m_away; ///< Of the recording: what gives nothing at the moment.
+    std::optional<QString> m_failedAtOnce; ///< Why the recording that is being started cannot go on.
     int m_countdown = 0;
     QTimer m_second; ///< Of the countdown.
     Answer<bool> m_secondPassed; ///< False when the countdown is to end.

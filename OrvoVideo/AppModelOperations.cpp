@@ -23,7 +23,8 @@ QCoro::Task<> AppModel::watchOver(QCoro::Task<> task)
 
 void AppModel::perform(LongOperation work)
 {
-    if (m_busy)
+    // While something is recorded only the recording may make the model busy: it has to end whenever that is asked for.
+    if (!idle())
         return;
     m_operationStop = std::stop_source();
     setBusy(true);
@@ -55,13 +56,11 @@ QCoro::Task<> AppModel::runOperation(LongOperation work)
 
 void AppModel::cancel()
 {
-    if (!m_busy || !m_operationStop.request_stop())
+    if (!m_busy)
         return;
-    if (m_countdown > 0) {
-        m_secondPassed.give(false);
-        return;
-    }
     setStatus(QStringLiteral("Cancelando…"));
+    m_operationStop.request_stop(); // Who hears that may have more to say.
+    m_secondPassed.give(false);
 }
 
 void AppModel::clearError()
@@ -73,6 +72,7 @@ void AppModel::setBusy(bool busy)
 {
     m_busy = busy;
     emit busyChanged();
+    emit idleChanged();
 }
 
 void AppModel::setProgress(double progress)

@@ -43,7 +43,7 @@ void AppModel::doShortcut(ShortcutManager::Action action)
 
 void AppModel::startRecording()
 {
-    if (isRecording() || m_busy)
+    if (!idle())
         return;
     if (m_capture.mode() == QLatin1String("tab")) {
         openExtensionFolder();
@@ -56,11 +56,12 @@ void AppModel::startRecording()
 QCoro::Task<> AppModel::record()
 {
     m_operationStop = std::stop_source();
+    m_failedAtOnce.reset();
     setBusy(true);
     setProgress(0);
     std::optional<std::string> failure;
     try {
-        co_await beginRecording();
+        co_await beginRecording(m_operationStop.get_token());
     } catch (const Cancelled&) {
         setStatus(QStringLiteral("Listo para grabar"));
     } catch (const std::exception& error) {
@@ -77,13 +78,15 @@ QCoro::Task<> AppModel::record()
         refreshLibrary();
     }
     setBusy(false);
+    if (const auto reason = std::exchange(m_failedAtOnce, std::nullopt))
+        noteRecordingFailed(*reason);
 }
 
 /// Throws what keeps the recording from beginning. Returns without one when the user has cancelled the choice of the region,
-/// and throws `Cancelled` when the countdown was ended.
-QCoro::Task<> AppModel::beginRecording()
+/// and throws `Cancelled` when it was stopped before the countdown had ended.
+QCoro::Task<> AppModel::beginRecording(std::stop_token stop)
 {
-    const auto source = co_await m_capture.sourceForRecording();
+    const auto source = co_await m_capture.sourceForRecording(stop);
     if (!source)
         throw captureError("Selecciona una pantalla o ventana disponible.");
     RecordingSession::Plan plan{
@@ -95,7 +98,7 @@ QCoro::Task<> AppModel::beginRecording()
             co_return;
         setCaptured(Captured{.source = *source, .area = *plan.options.region});
     }
-    if (!co_await countDown())
+    if (stop.stop_requested() || !co_await countDown())
         throw Cancelled();
     pause();
     flushSave();
@@ -106,7 +109,9 @@ QCoro::Task<> AppModel::beginRecording()
         .onError =
             [this, tell](const std::string& reason) {
                 tell([this, text = QString::fromStdString(reason)] { noteRecordingFailed(text); });
-            }};
+            },
+        .onDevice = [this, tell](TrackKind kind, bool isAway) { tell([this, kind, isAway] { noteDevice(kind, isAway); }); }};
+    m_away.clear();
     m_session = co_await m_recorder.run(
         [store = m_services.store.get(), engine = m_services.recording.engine.get(), plan = std::move(plan),
             listener = std::move(listener)] { return std::make_shared<RecordingSession>(*store, *engine, plan, listener); });
@@ -121,7 +126,7 @@ QCoro::Task<> AppModel::beginRecording()
     setPreview(Preview::Empty);
     followRecordingTime();
     m_recordingClock.start();
-    setStatus(QStringLiteral("Grabando"));
+    tellRecording();
 }
 
 QCoro::Task<std::optional<Rect>> AppModel::pickRegion(CaptureSource source)
@@ -154,7 +159,28 @@ void AppModel::togglePause()
         return;
     m_recorder.post([session = m_session] { session->togglePause(); });
     setRecording(isPaused() ? Recording::running : Recording::paused);
-    setStatus(isPaused() ? QStringLiteral("Grabación en pausa") : QStringLiteral("Grabando"));
+    tellRecording();
+}
+
+/// How the recording is, as far as it is not being ended.
+void AppModel::tellRecording()
+{
+    QStringList texts;
+    for (const auto kind : m_away)
+        texts << QString::fromStdString(RecordingSession::awayText(kind));
+    if (texts.isEmpty())
+        texts << (isPaused() ? QStringLiteral("Grabación en pausa") : QStringLiteral("Grabando"));
+    setStatus(texts.join(QLatin1Char(' ')));
+}
+
+void AppModel::noteDevice(TrackKind kind, bool isAway)
+{
+    if (isAway)
+        m_away.insert(kind);
+    else
+        m_away.erase(kind);
+    if (isRecording() && !m_busy)
+        tellRecording();
 }
 
 void AppModel::markZoom()
@@ -199,8 +225,10 @@ void AppModel::showRecorded(VideoProject project)
 
 void AppModel::noteRecordingFailed(const QString& reason)
 {
-    if (!isRecording())
+    if (!isRecording()) {
+        m_failedAtOnce = reason; // Told when the recording that is being started has begun.
         return;
+    }
     setErrorMessage(reason);
     stopRecording();
 }

@@ -233,7 +233,15 @@ void record(Session& session, const RecordArguments& arguments)
     RecordingSession::Result result;
     {
         CaptureEngine engine(PointerMonitor::create());
-        RecordingSession recording(store, engine, plan, {.onError = [&](const std::string& text) { end.failed(text); }});
+        RecordingSession::Listener listener{.onError = [&](const std::string& text) { end.failed(text); },
+            .onDevice =
+                [&](TrackKind kind, bool isAway) {
+                    // Behind the line that is drawn there.
+                    const char* before = Terminal::isTerminal(Terminal::Stream::error) ? "\n" : "";
+                    if (isAway)
+                        session.note(before + RecordingSession::awayText(kind));
+                }};
+        RecordingSession recording(store, engine, plan, std::move(listener));
         {
             const RecordingLine line(plan.source.label, recording, engine);
             failure = end.wait(seconds, interruption.token());

@@ -17,6 +17,9 @@ constexpr auto pointerInterval = std::chrono::duration_cast<CaptureClock::durati
 /// So long a recording waits for its first sample. Some desktops hand on no picture until something is drawn.
 constexpr auto longestStart = 300ms;
 
+/// Without a sample from a microphone or a camera. Even in the dark cameras make several pictures a second.
+constexpr auto longestSilence = 3s;
+
 struct TrackName {
     TrackKind kind;
     std::string_view file;
@@ -87,7 +90,7 @@ std::vector<MediaTrack> CaptureEngine::start(
         if (isRecorded(TrackKind::microphone, options))
             makeWriter(TrackKind::microphone, {.channels = 1});
         if (isRecorded(TrackKind::camera, options))
-            makeWriter(TrackKind::camera, {.size = CameraStream::size});
+            makeWriter(TrackKind::camera, {.size = CameraStream::size, .delay = CameraStream::longestDelay});
         openStreams(source, size, options);
     } catch (const std::exception&) {
         const auto error = std::current_exception();
@@ -143,6 +146,13 @@ void CaptureEngine::openStreams(const CaptureSource& source, PictureSize size, c
     {
         const std::lock_guard lock(m_stateMutex);
         m_stopped = m_paused = m_failed = false;
+        m_missed.reset();
+        m_resumed = {};
+        m_devices.clear();
+        for (const auto kind : {TrackKind::microphone, TrackKind::camera}) {
+            if (isRecorded(kind, options))
+                m_devices[kind].newest = CaptureClock::now();
+        }
     }
     screen->start({.picture = to(TrackKind::screen), .ended = ended});
 
@@ -167,8 +177,22 @@ std::optional<CaptureTime> CaptureEngine::origin() const
 
 void CaptureEngine::accept(TrackKind kind, CaptureSample sample)
 {
-    if (isIgnoring())
-        return;
+    {
+        const std::lock_guard lock(m_stateMutex);
+        if (m_stopped)
+            return;
+        if (const auto device = m_devices.find(kind); device != m_devices.end())
+            device->second.newest = CaptureClock::now();
+        auto* picture = kind == TrackKind::screen ? std::get_if<CapturedPicture>(&sample) : nullptr;
+        if (m_paused) {
+            if (picture)
+                m_missed = std::move(*picture);
+            return;
+        }
+        // What was taken during a pause and comes behind it shows what there is now.
+        if (picture)
+            picture->time = std::max(picture->time, m_resumed);
+    }
     std::optional<CaptureTime> origin;
     {
         const std::lock_guard lock(m_originMutex);
@@ -212,6 +236,7 @@ void CaptureEngine::watch(const std::stop_token& stop)
         if (CaptureClock::now() >= latestBegin)
             beginAnyway();
         recordPointer(PointerKind::move);
+        watchDevices();
         if (const auto begin = origin()) {
             for (const auto& [kind, writer] : m_writers)
                 writer->advance(CaptureClock::now(), *begin);
@@ -219,6 +244,23 @@ void CaptureEngine::watch(const std::stop_token& stop)
         // After a time in which the process could not run, what was missed is not made up for.
         next = std::max(next + pointerInterval, CaptureClock::now());
         wake.wait_until(lock, stop, next, [] { return false; });
+    }
+}
+
+void CaptureEngine::watchDevices()
+{
+    std::vector<std::pair<TrackKind, bool>> changes;
+    {
+        const std::lock_guard lock(m_stateMutex);
+        for (auto& [kind, device] : m_devices) {
+            const bool isAway = CaptureClock::now() - device.newest > longestSilence;
+            if (std::exchange(device.isAway, isAway) != isAway)
+                changes.emplace_back(kind, isAway);
+        }
+    }
+    for (const auto& [kind, isAway] : changes) {
+        if (onDevice)
+            onDevice(kind, isAway);
     }
 }
 
@@ -244,8 +286,15 @@ void CaptureEngine::recordPointer(PointerKind kind)
 
 void CaptureEngine::setPaused(bool paused)
 {
+    const auto begin = origin();
     const std::lock_guard lock(m_stateMutex);
     m_paused = paused;
+    if (m_stopped || paused)
+        return;
+    m_resumed = CaptureClock::now();
+    // Under the lock, so that no newer picture comes before it.
+    if (auto picture = std::exchange(m_missed, std::nullopt); picture && begin)
+        m_writers.at(TrackKind::screen)->append(CapturedPicture{.memory = picture->memory, .time = m_resumed}, *begin);
 }
 
 double CaptureEngine::time() const

@@ -25,7 +25,8 @@ namespace orvo {
 ///
 /// The first sample of screen or sound that is accepted is time 0 of every track; if none comes within a moment, as of a
 /// screen on which nothing moves, time runs from there. While paused everything that comes is dropped; the files go on with
-/// silence and a picture that stands, so that times keep counting.
+/// silence and a picture that stands, so that times keep counting. Then the screen is as it became meanwhile, though nothing
+/// may move on it any more.
 class CaptureEngine {
 public:
     /// Receives every pointer event. Called on threads of the engine's and the pointer monitor's. Set while stopped.
@@ -34,6 +35,10 @@ public:
     /// Told when the recording cannot go on (the source has ended, the disk is full), at most once for each recording, on a
     /// thread that must not be held: `stop` must not be called on it. Set while stopped.
     std::function<void(std::exception_ptr)> onError;
+
+    /// Told when microphone or camera have given nothing for three seconds, and when they give something again; the
+    /// recording goes on in both cases. Called on a thread of the engine's. Set while stopped.
+    std::function<void(TrackKind, bool isAway)> onDevice;
 
     /// Without a pointer monitor no presses are logged, and positions only for streams that tell them.
     explicit CaptureEngine(std::unique_ptr<PointerMonitor> pointer = nullptr);
@@ -81,6 +86,7 @@ private:
     void makeWriter(TrackKind kind, SampleWriter::Settings settings);
     void endStreams();
     void watch(const std::stop_token& stop);
+    void watchDevices();
     std::optional<CaptureTime> origin() const;
     bool isIgnoring() const;
 
@@ -96,10 +102,17 @@ private:
 
     std::map<TrackKind, std::unique_ptr<SampleWriter>> m_writers; ///< Changes only while stopped.
 
-    mutable std::mutex m_stateMutex; ///< Guards the following; never held together with another.
+    mutable std::mutex m_stateMutex; ///< Guards the following; never held together with another of these.
     bool m_stopped = true;
     bool m_paused = false;
     bool m_failed = false;
+    std::optional<CapturedPicture> m_missed; ///< The newest of the screen that came during the pause.
+    CaptureTime m_resumed; ///< The end of the last pause.
+    struct Device {
+        CaptureTime newest; ///< When its last sample came.
+        bool isAway = false;
+    };
+    std::map<TrackKind, Device> m_devices; ///< Those that always give something.
 
     mutable std::mutex m_originMutex; ///< Guards the time origin.
     std::optional<CaptureTime> m_origin;

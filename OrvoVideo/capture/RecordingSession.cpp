@@ -56,6 +56,12 @@ std::string RecordingSession::defaultTitle()
         1900 + local.tm_year, local.tm_hour, local.tm_min);
 }
 
+std::string RecordingSession::awayText(TrackKind kind)
+{
+    return kind == TrackKind::camera ? "La cámara no responde: se graba sin ella."
+                                     : "El micrófono no responde: se graba sin él.";
+}
+
 RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& engine, const Plan& plan, Listener listener)
     : m_store(store)
     , m_engine(engine)
@@ -74,6 +80,7 @@ RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& eng
                 tellError(describe(reason));
             }
         };
+        m_engine.onDevice = m_listener.onDevice;
         const fs::path folder = m_store.directory(m_id);
         auto tracks = m_engine.start(plan.source, folder / ProjectStore::mediaName, plan.options);
         const std::lock_guard lock(m_mutex);
@@ -121,6 +128,7 @@ void RecordingSession::giveUp()
 {
     m_engine.onEvent = {};
     m_engine.onError = {};
+    m_engine.onDevice = {};
     m_stopped = true;
     m_project.state = ProjectState::needsRecovery;
     try {
@@ -155,17 +163,20 @@ void RecordingSession::markZoom()
 
 void RecordingSession::togglePause()
 {
-    const double now = m_engine.time();
-    bool pauses = false;
+    const bool pauses = !isPaused();
+    // The cut holds all of the pause: behind it the picture is that of now.
+    if (!pauses)
+        m_engine.setPaused(false);
     {
         const std::lock_guard lock(m_mutex);
-        pauses = !m_pauseStart;
+        const double now = m_engine.time();
         if (pauses)
             m_pauseStart = now;
         else
             endPause(now);
     }
-    m_engine.setPaused(pauses);
+    if (pauses)
+        m_engine.setPaused(true);
 }
 
 void RecordingSession::endPause(double now)
@@ -218,6 +229,9 @@ void RecordingSession::checkpoint()
         for (auto& track : m_project.tracks.edit())
             track.duration = duration;
         project = m_project;
+        // Should the process end now, what was paused is no part of the lesson.
+        if (m_pauseStart && *m_pauseStart < duration)
+            project.edit.cuts.edit().push_back({.start = *m_pauseStart, .end = duration});
     }
     writeLog();
     try {
@@ -290,6 +304,7 @@ RecordingSession::Result RecordingSession::stop()
     }
     m_engine.onEvent = {};
     m_engine.onError = {};
+    m_engine.onDevice = {};
     {
         const std::lock_guard lock(m_mutex);
         endPause(m_engine.time());

@@ -35,6 +35,8 @@ public:
         /// The recording cannot go on (its source has ended, the disk is full), with an error for the user. `stop` is to be
         /// called soon; what was recorded until now is kept.
         std::function<void(const std::string&)> onError;
+        /// Microphone or camera are away, or back.
+        std::function<void(TrackKind, bool isAway)> onDevice;
     };
 
     struct Plan {
@@ -60,6 +62,9 @@ public:
 
     /// The title of a recording that begins now: "Grabación · " and the local date and time.
     static std::string defaultTitle();
+
+    /// What the user is told of a microphone or camera that gives nothing.
+    static std::string awayText(TrackKind kind);
 
     const Uuid& id() const noexcept { return m_id; }
 

@@ -151,7 +151,7 @@ ColumnLayout {
             objectName: "recover"
             text: "Recuperar grabación"
             prominent: true
-            enabled: !root.app.busy
+            enabled: root.app.idle
             onClicked: root.app.recover()
         }
     }

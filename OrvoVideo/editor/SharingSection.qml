@@ -101,7 +101,7 @@ Flickable {
         Action {
             objectName: "publish"
             prominent: true
-            enabled: root.configured && !root.app.busy
+            enabled: root.configured && root.app.idle
             text: root.app.project.published ? "Reemplazar vídeo publicado" : "Publicar"
             onClicked: root.app.publish()
         }
@@ -119,13 +119,13 @@ Flickable {
         }
         Action {
             visible: root.app.project.published
-            enabled: !root.app.busy
+            enabled: root.app.idle
             text: "Actualizar dominios y acceso"
             onClicked: root.app.updatePolicy()
         }
         Action {
             visible: root.app.project.published
-            enabled: !root.app.busy
+            enabled: root.app.idle
             destructive: true
             text: "Retirar publicación"
             onClicked: withdrawal.open()

@@ -65,7 +65,7 @@ ColumnLayout {
             objectName: "transcribe"
             text: "Transcribir"
             prominent: root.empty
-            enabled: !root.app.busy && root.app.hasProject
+            enabled: root.app.hasProject && root.app.idle
             onClicked: root.app.transcribe()
         }
     }

@@ -67,7 +67,7 @@ ColumnLayout {
             HeaderIcon {
                 iconName: "copy-plus"
                 text: "Importar un vídeo al final"
-                enabled: root.app.hasProject && !root.app.busy
+                enabled: root.app.hasProject && root.app.idle
                 onClicked: root.app.importMedia(true)
             }
             HeaderIcon {

@@ -113,9 +113,10 @@ QString CaptureChoice::pointerNote() const
 
 void CaptureChoice::loadSources()
 {
-    if (m_mode == tabMode) { // The browser knows the tabs.
+    if (m_mode == tabMode) { // The browser knows the tabs. What was chosen is so still for the other modes.
         ++m_listing;
-        show({}, {});
+        m_sources.show({});
+        setSourceError({});
     } else if (!desktopChooses()) {
         list();
     }
@@ -127,12 +128,15 @@ void CaptureChoice::choose()
         ask(Remembered::ignored);
 }
 
-QCoro::Task<std::optional<CaptureSource>> CaptureChoice::sourceForRecording()
+QCoro::Task<std::optional<CaptureSource>> CaptureChoice::sourceForRecording(std::stop_token stop)
 {
+    const std::stop_callback giveUp(stop, [this] { release(); });
     if (!desktopChooses())
         co_await list();
     else if (m_sources.count() == 0)
         co_await ask(Remembered::used);
+    if (stop.stop_requested())
+        throw Cancelled();
     const auto* source = m_sources.find(m_sourceID.toStdString());
     co_return source ? std::optional(*source) : std::nullopt;
 }
@@ -141,6 +145,7 @@ void CaptureChoice::release()
 {
     if (!m_screenCast)
         return;
+    ++m_listing;
     m_asking.give({});
     m_screenCast->close();
     if (m_sources.count() > 0)
@@ -185,16 +190,26 @@ QCoro::Task<> CaptureChoice::ask(Remembered remembered)
     auto source = sourceOf(*outcome.stream);
     QString error;
     try {
-        if (source.rect.width <= 0 || source.rect.height <= 0) {
+        const bool isSized = source.rect.width > 0 && source.rect.height > 0;
+        const bool isMonitor = outcome.stream->kind == ScreenCast::Kind::monitor;
+        // The desktop counts in its own units, in which a screen with scaled contents is smaller than its pictures. Those of
+        // windows may have room around them.
+        if (isMonitor || !isSized) {
             const auto size =
                 co_await m_workers.run([stream = source.stream] { return PipeWireStream::pictureSize(stream); });
-            source.rect.width = size.width;
-            source.rect.height = size.height;
+            if (isSized) {
+                source.scale = size.width / source.rect.width;
+            } else {
+                source.rect.width = size.width;
+                source.rect.height = size.height;
+            }
         }
     } catch (const Cancelled&) {
         co_return; // This object is going.
     } catch (const std::exception& failure) {
-        error = QString::fromStdString(describe(failure));
+        // Of a size that the desktop tells, the recording finds out whether there are pictures.
+        if (source.rect.width <= 0 || source.rect.height <= 0)
+            error = QString::fromStdString(describe(failure));
     }
     if (listing != m_listing)
         co_return;
@@ -213,11 +228,16 @@ void CaptureChoice::show(std::vector<CaptureSource> sources, const QString& erro
     m_sources.show(std::move(sources));
     if (error.isEmpty() && !m_sources.find(m_sourceID.toStdString()))
         setSourceID(m_sources.first() ? QString::fromStdString(m_sources.first()->id) : QString());
-    if (m_sourceError != error) {
-        m_sourceError = error;
-        emit sourceErrorChanged();
-    }
+    setSourceError(error);
     emit pointerNoteChanged();
+}
+
+void CaptureChoice::setSourceError(const QString& error)
+{
+    if (m_sourceError == error)
+        return;
+    m_sourceError = error;
+    emit sourceErrorChanged();
 }
 
 } // namespace orvo

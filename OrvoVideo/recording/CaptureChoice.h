@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <stop_token>
 
 namespace orvo {
 
@@ -63,7 +64,8 @@ public:
 
     /// The chosen source for a recording that begins now, as it is now. Where the desktop chooses and nothing is chosen,
     /// it is asked: it shares what it shared last without asking the user, where it remembers. Nothing when there is none.
-    QCoro::Task<std::optional<CaptureSource>> sourceForRecording();
+    /// Throws `Cancelled` when it was stopped meanwhile, which takes the question back.
+    QCoro::Task<std::optional<CaptureSource>> sourceForRecording(std::stop_token stop = {});
 
     /// Gives up what the desktop shares: its pictures can be taken once.
     void release();
@@ -85,6 +87,7 @@ private:
     QCoro::Task<> list();
     QCoro::Task<> ask(Remembered remembered);
     void show(std::vector<CaptureSource> sources, const QString& error);
+    void setSourceError(const QString& error);
 
     const WindowSystem m_system;
     const std::unique_ptr<ScreenCast> m_screenCast;

@@ -199,7 +199,8 @@ Popup {
                     visible: !root.isTab
                     app: root.app
                     devices: captureDevices
-                    watching: root.visible && !root.isTab
+                    // A recording needs the device for itself.
+                    watching: root.visible && !root.isTab && !root.app.capturing
                 }
                 RowLayout {
                     visible: !root.isTab && root.choice.pointerNote !== ""
@@ -269,7 +270,7 @@ Popup {
                 prominent: true
                 text: root.isTab ? "Abrir extensión" : "Grabar"
                 iconName: root.isTab ? "folder-open" : "circle-dot"
-                enabled: !root.app.busy && !root.app.isRecording
+                enabled: root.app.idle
                 onClicked: root.record()
             }
         }

@@ -25,7 +25,7 @@ SettingsGroup {
         onEdited: text => root.app.oauthClientSecret = text
     }
     OButton {
-        enabled: !root.app.busy && root.app.serverURL.trim() !== "" && root.app.oauthClientID.trim() !== "" && root.app.oauthClientSecret.trim() !== ""
+        enabled: root.app.idle && root.app.serverURL.trim() !== "" && root.app.oauthClientID.trim() !== "" && root.app.oauthClientSecret.trim() !== ""
         text: "Guardar cliente en el servidor"
         onClicked: root.app.configureOAuth()
     }

@@ -8,7 +8,7 @@ SettingsGroup {
     id: root
 
     required property AppModel app
-    readonly property bool ready: !app.busy && app.serverURL.trim() !== ""
+    readonly property bool ready: app.idle && app.serverURL.trim() !== ""
 
     title: "Publicación"
 

@@ -25,7 +25,7 @@ DropArea {
     onEntered: drag => {
         movie = drag.urls.find(file => Wording.isMovie(file)) ?? ""
         image = app.hasProject ? drag.urls.find(file => Wording.isImage(file)) ?? "" : ""
-        drag.accepted = (hasMovie && !app.busy) || hasImage
+        drag.accepted = (hasMovie && app.idle) || hasImage
     }
     onExited: forget()
     onDropped: drop => {

@@ -76,7 +76,7 @@ Rectangle {
             prominent: true
             text: "Nueva grabación"
             iconName: "plus"
-            enabled: !root.app.busy && !root.app.isRecording
+            enabled: root.app.idle
             onClicked: root.recorderWanted()
         }
         OCaption {
@@ -155,7 +155,7 @@ Rectangle {
             Layout.fillWidth: true
             text: "Importar"
             iconName: "download"
-            enabled: !root.app.busy && !root.app.isRecording
+            enabled: root.app.idle
             onClicked: root.app.importMedia(false)
         }
         OButton {

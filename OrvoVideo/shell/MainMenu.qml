@@ -55,26 +55,26 @@ MenuBar {
         Action {
             text: "Nueva grabación…"
             shortcut: "Ctrl+R"
-            enabled: !root.app.busy && !root.app.isRecording
+            enabled: root.app.idle
             onTriggered: root.recorderWanted()
         }
         Action {
             text: "Importar vídeo…"
             shortcut: "Ctrl+I"
-            enabled: !root.app.busy && !root.app.isRecording
+            enabled: root.app.idle
             onTriggered: root.app.importMedia(false)
         }
         Action {
             text: "Añadir vídeo a este proyecto…"
             shortcut: "Ctrl+Shift+I"
-            enabled: root.app.hasProject && !root.app.busy && !root.app.isRecording
+            enabled: root.app.hasProject && root.app.idle
             onTriggered: root.app.importMedia(true)
         }
         OMenuSeparator {}
         Action {
             text: "Exportar…"
             shortcut: "Ctrl+E"
-            enabled: root.app.hasProject && !root.app.busy && !root.app.isRecording
+            enabled: root.app.hasProject && root.app.idle
             onTriggered: root.app.exportVideo()
         }
         OMenuSeparator {}

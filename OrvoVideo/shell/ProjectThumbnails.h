@@ -23,8 +23,8 @@ public:
     ThumbnailProvider();
     ~ThumbnailProvider() override;
 
-    /// Ends what runs and waits for it; what is asked for afterwards has a null image. Called by who ends the engine: it lets
-    /// go of its providers only after the last of their answers, which with a picture on its way is never.
+    /// Ends what runs and waits for it; what is asked for afterwards has a null image. Called by who ends the engine: it
+    /// lets go of its providers only after the last of their answers, which with a picture on its way is never.
     void stop();
 
     /// The address under which a movie's picture is found by views.

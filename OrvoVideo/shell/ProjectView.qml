@@ -94,7 +94,7 @@ ColumnLayout {
             implicitHeight: Theme.prominentHeight
             text: "Exportar"
             iconName: "upload"
-            enabled: !root.app.busy
+            enabled: root.app.idle
             onClicked: root.app.exportVideo()
         }
         OButton {
@@ -102,7 +102,7 @@ ColumnLayout {
             prominent: true
             text: "Publicar"
             iconName: "globe"
-            enabled: !root.app.busy
+            enabled: root.app.idle
             // Without a server there is nothing to publish on: what is missing is shown.
             onClicked: root.app.serverURL.trim() !== "" ? root.app.publish() : root.settingsWanted()
         }

@@ -136,7 +136,7 @@ Item {
                     prominent: true
                     text: "Empezar a grabar"
                     iconName: "circle-dot"
-                    enabled: !root.app.busy && !root.app.isRecording
+                    enabled: root.app.idle
                     onClicked: root.recorderWanted()
                 }
                 OButton {
@@ -144,7 +144,7 @@ Item {
                     implicitHeight: Theme.prominentHeight
                     text: "Importar un vídeo"
                     iconName: "download"
-                    enabled: !root.app.busy && !root.app.isRecording
+                    enabled: root.app.idle
                     onClicked: root.app.importMedia(false)
                 }
             }

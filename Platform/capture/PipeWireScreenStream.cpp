@@ -323,6 +323,11 @@ private:
         auto& stream = of(self);
         while (pw_buffer* next = pw_stream_dequeue_buffer(stream.m_stream.get())) {
             stream.readPointer(*next->buffer);
+            // Some buffers tell only where the pointer is: the picture before them is the newest all the same.
+            if (!hasPicture(*next->buffer)) {
+                pw_stream_queue_buffer(stream.m_stream.get(), next);
+                continue;
+            }
             stream.giveBack();
             stream.m_newest = next;
         }
@@ -348,10 +353,11 @@ private:
         const auto picture = m_pool.take();
         if (!picture)
             return wakeAt(m_interval); // Everybody behind is too slow.
-        // Half an interval of patience evens out pictures that come a little early and late.
-        m_notBefore = std::max(m_notBefore, now - m_interval / 2) + m_interval;
-        if (draw(*m_newest->buffer, *picture))
+        if (draw(*m_newest->buffer, *picture)) {
+            // Half an interval of patience evens out pictures that come a little early and late.
+            m_notBefore = std::max(m_notBefore, now - m_interval / 2) + m_interval;
             m_receiver.picture({.memory = picture, .time = now});
+        }
         giveBack();
     }
 
@@ -366,16 +372,18 @@ private:
     {
         const auto* cursor = static_cast<const spa_meta_cursor*>(
             spa_buffer_find_meta_data(&buffer, SPA_META_Cursor, sizeof(spa_meta_cursor)));
-        // Without a number it says nothing new.
-        if (!cursor || !spa_meta_cursor_is_valid(cursor))
+        if (!cursor)
             return;
         const std::lock_guard lock(m_mutex);
-        m_pointer = Point{.x = m_source.rect.x + cursor->position.x / m_source.scale,
-            .y = m_source.rect.y + cursor->position.y / m_source.scale};
+        // Without a number the pointer is nowhere on what is shared.
+        if (!spa_meta_cursor_is_valid(cursor))
+            m_pointer.reset();
+        else
+            m_pointer = Point{.x = m_source.rect.x + cursor->position.x / m_source.scale,
+                .y = m_source.rect.y + cursor->position.y / m_source.scale};
     }
 
-    /// False for a buffer without a picture: some tell only where the pointer is.
-    bool draw(const spa_buffer& buffer, PictureMemory& picture)
+    static bool hasPicture(const spa_buffer& buffer)
     {
         if (buffer.n_datas == 0)
             return false;
@@ -384,14 +392,18 @@ private:
             spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
         const bool isBroken = (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0)
             || (static_cast<std::uint32_t>(data.chunk->flags) & SPA_CHUNK_FLAG_CORRUPTED) != 0;
-        if (!data.data || data.chunk->size == 0 || isBroken)
-            return false;
+        return data.data && data.chunk->size > 0 && !isBroken;
+    }
+
+    /// False for a picture that is smaller than it says, which would be read beyond its end.
+    bool draw(const spa_buffer& buffer, PictureMemory& picture)
+    {
+        const spa_data& data = buffer.datas[0];
         PictureFitter::Source source{.data = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset,
             .stride = data.chunk->stride,
             .size = pictureSize()};
         if (source.stride == 0)
             source.stride = 4 * source.size.width;
-        // A picture that is smaller than it says would be read beyond its end.
         const auto needed = static_cast<std::size_t>(source.stride) * static_cast<std::size_t>(source.size.height - 1)
             + std::size_t{4} * static_cast<std::size_t>(source.size.width);
         if (source.stride < 4 * source.size.width || data.chunk->offset + needed > data.maxsize)

@@ -3,6 +3,8 @@
 #include "TestSupport/FakePortal.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/PrivateBus.h"
+#include "TestSupport/SharedScreen.h"
+#include "TestSupport/SoundWorld.h"
 #include "TestSupport/VirtualDisplay.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/PointerLog.h"
@@ -209,6 +211,41 @@ TEST_F(RecordingTests, QuittingKeepsWhatWasRecorded)
     EXPECT_GT(probe(store.mediaURL(onDisk(id), "media/screen.mov")).videoDuration, 0.5);
 }
 
+TEST_F(RecordingTests, NothingElseKeepsARecordingFromItsEnd)
+{
+    begin();
+    model->startRecording();
+    ASSERT_TRUE(recordsSoon());
+    EXPECT_FALSE(model->idle());
+    panels->choice = folder / "salida.mp4";
+    model->exportVideo();
+    bool isRun = false;
+    model->perform([&](WorkControl) -> QCoro::Task<> {
+        isRun = true;
+        co_return;
+    });
+    EXPECT_FALSE(isRun);
+    EXPECT_FALSE(model->busy());
+    model->stopRecording();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(project().state, ProjectState::ready);
+    EXPECT_TRUE(model->idle());
+}
+
+TEST_F(RecordingTests, WhatEndsItWhileItBeginsIsTold)
+{
+    begin();
+    auto& choice = *model->capture();
+    emit choice.revoked();
+    EXPECT_EQ(model->errorMessage(), "") << "nothing is recorded";
+    model->startRecording();
+    ASSERT_TRUE(comesToHold([&] { return model->countdown() == 1; }));
+    emit choice.revoked();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(model->errorMessage(), ScreenCast::revokedText());
+    EXPECT_EQ(project().state, ProjectState::ready) << "what there is of it is kept";
+}
+
 TEST_F(RecordingTests, AStartThatFailsSaysWhy)
 {
     begin();
@@ -252,6 +289,14 @@ TEST_F(RecordingTests, SourcesAreThoseOfTheModeAndTheChosenOneStays)
     EXPECT_EQ(model->errorMessage(), "Selecciona una pantalla o ventana disponible.");
     EXPECT_THAT(store.list(), IsEmpty());
 
+    choice.setMode("screen");
+    ASSERT_TRUE(list());
+    const auto chosen = choice.sourceID();
+    EXPECT_NE(chosen, "");
+    choice.setMode("tab");
+    choice.loadSources();
+    EXPECT_EQ(choice.sources()->count(), 0);
+    EXPECT_EQ(choice.sourceID(), chosen) << "a look at the tab forgets no screen";
     choice.setMode("screen");
     qputenv("DISPLAY", ":4711");
     choice.loadSources();
@@ -317,6 +362,54 @@ TEST_F(SharedScreenTests, TheDesktopIsAskedAndItsAnswersAreTold)
     portal.revoke();
     EXPECT_TRUE(comesToHold([&] { return choice.sources()->count() == 0; }));
     EXPECT_EQ(choice.sourceError(), ScreenCast::revokedText());
+}
+
+TEST_F(SharedScreenTests, AScreenWithScaledContentsIsMeasured)
+{
+    const SoundWorld world; // Its PipeWire is what streams need.
+    const SharedScreen screen({.width = 320, .height = 180});
+    FakePortal portal(bus.address());
+    portal.node = screen.node();
+    portal.remote = SharedScreen::connection();
+    portal.rect = {0, 0, 160, 90}; // In units of the desktop, of which each has two pixels a side.
+    begin();
+    auto& choice = *model->capture();
+    choice.choose();
+    ASSERT_TRUE(comesToHold([&] { return choice.sources()->count() == 1; }));
+    const auto source = QCoro::waitFor(choice.sourceForRecording());
+    ASSERT_TRUE(source);
+    EXPECT_EQ(source->rect, (Rect{0, 0, 160, 90}));
+    EXPECT_EQ(source->scale, 2);
+
+    picker->region = Rect{80, 0, 80, 90}; // The blue half.
+    choice.setMode("region");
+    model->startRecording();
+    ASSERT_TRUE(recordsSoon());
+    ASSERT_TRUE(lasts(1));
+    model->stopRecording();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(project().width, 160);
+    EXPECT_EQ(project().height, 180);
+    const auto frames = decodeFrames(store.mediaURL(project(), "media/screen.mov"));
+    ASSERT_FALSE(frames.empty());
+    EXPECT_GT(frames.back().mean(0, 0, 1, 1).blue, 180);
+    EXPECT_LT(frames.back().mean(0, 0, 1, 1).red, 60);
+}
+
+TEST_F(SharedScreenTests, TheQuestionToTheDesktopCanBeTakenBack)
+{
+    begin();
+    FakePortal portal(bus.address());
+    portal.decision = FakePortal::Decision::wait;
+    model->startRecording();
+    ASSERT_TRUE(comesToHold([&] { return portal.waiting > 0; }));
+    model->cancel();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); }));
+    EXPECT_EQ(model->status(), "Listo para grabar");
+    EXPECT_EQ(model->errorMessage(), "");
+    EXPECT_EQ(model->capture()->sourceError(), "");
+    EXPECT_THAT(store.list(), IsEmpty());
 }
 
 TEST_F(SharedScreenTests, TheModelMayGoWhileTheDesktopIsAsked)

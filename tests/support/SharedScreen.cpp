@@ -13,6 +13,7 @@
 #include <sys/un.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace orvo::test {
 
@@ -78,6 +79,8 @@ public:
     }
 
     std::atomic<bool> draws;
+    std::atomic<bool> turns = false;
+    std::atomic<bool> hasPointer = true;
     std::atomic<int> x = 0;
     std::atomic<int> y = 0;
 
@@ -107,26 +110,40 @@ private:
     void draw(const std::stop_token& stop)
     {
         while (!stop.stop_requested()) {
-            pw_thread_loop_lock(m_loop);
-            if (draws && pw_stream_get_state(m_stream, nullptr) == PW_STREAM_STATE_STREAMING) {
-                if (pw_buffer* buffer = pw_stream_dequeue_buffer(m_stream)) {
-                    fill(*buffer->buffer);
-                    pw_stream_queue_buffer(m_stream, buffer);
-                }
-                pw_stream_trigger_process(m_stream);
+            if (turns && !std::exchange(m_turned, true)) {
+                send(Content::picture);
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                send(Content::turned);
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
             }
-            pw_thread_loop_unlock(m_loop);
+            send(m_turned ? Content::nothing : Content::picture);
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
     }
 
-    void fill(const spa_buffer& buffer)
+    enum class Content : std::uint8_t { picture, turned, nothing };
+
+    void send(Content content)
+    {
+        pw_thread_loop_lock(m_loop);
+        if (draws && pw_stream_get_state(m_stream, nullptr) == PW_STREAM_STATE_STREAMING) {
+            if (pw_buffer* buffer = pw_stream_dequeue_buffer(m_stream)) {
+                fill(*buffer->buffer, content);
+                pw_stream_queue_buffer(m_stream, buffer);
+            }
+            pw_stream_trigger_process(m_stream);
+        }
+        pw_thread_loop_unlock(m_loop);
+    }
+
+    void fill(const spa_buffer& buffer, Content content)
     {
         spa_data& data = buffer.datas[0];
         auto* pixels = static_cast<std::uint8_t*>(data.data);
         if (!pixels)
             return;
-        const std::size_t red = m_form.order == Order::blueGreenRed ? 2 : 0;
+        const bool isBlueFirst = (m_form.order == Order::blueGreenRed) != (content == Content::turned);
+        const std::size_t red = isBlueFirst ? 2 : 0;
         for (std::uint32_t i = 0; i < m_form.width * m_form.height; ++i) {
             const bool isLeft = i % m_form.width < m_form.width / 2;
             std::uint8_t* pixel = pixels + std::size_t{4} * i;
@@ -134,17 +151,18 @@ private:
             pixel[isLeft ? red : 2 - red] = 255;
         }
         data.chunk->offset = 0;
-        data.chunk->size = m_form.width * m_form.height * 4;
+        data.chunk->size = content == Content::nothing ? 0 : m_form.width * m_form.height * 4;
         data.chunk->stride = static_cast<std::int32_t>(m_form.width * 4);
         if (auto* cursor = static_cast<spa_meta_cursor*>(
                 spa_buffer_find_meta_data(&buffer, SPA_META_Cursor, sizeof(spa_meta_cursor)))) {
-            cursor->id = 1;
+            cursor->id = hasPointer ? 1 : 0;
             cursor->position = {x, y};
             cursor->bitmap_offset = 0;
         }
     }
 
     Form m_form;
+    bool m_turned = false; ///< Of the thread that draws.
     pw_thread_loop* m_loop = nullptr;
     pw_context* m_context = nullptr;
     pw_core* m_core = nullptr;
@@ -184,6 +202,16 @@ std::uint32_t SharedScreen::node() const
 void SharedScreen::beginToDraw()
 {
     m_stream->draws = true;
+}
+
+void SharedScreen::losePointer()
+{
+    m_stream->hasPointer = false;
+}
+
+void SharedScreen::turnForGood()
+{
+    m_stream->turns = true;
 }
 
 void SharedScreen::movePointer(int x, int y)

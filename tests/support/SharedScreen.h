@@ -37,6 +37,12 @@ public:
 
     /// Where the pointer is from the next picture on, in pixels.
     void movePointer(int x, int y);
+    /// From the next picture on the pointer is on another screen.
+    void losePointer();
+
+    /// Turns the colours around in one last picture, hard on the heels of another. From then on it only tells where the
+    /// pointer is, in buffers without a picture.
+    void turnForGood();
 
 private:
     class Stream;

@@ -83,9 +83,12 @@ TEST_F(CameraRecording, OfACameraThatIsUnpluggedGoesOnWhenItIsBack)
     camera.reset();
     const double unplugged = session->time();
     waitFor(*session, unplugged + 3);
+    ASSERT_TRUE(comesToHold([&] { return !devices().empty(); }));
+    EXPECT_THAT(devices(), testing::ElementsAre(std::pair(TrackKind::camera, true)));
     const double plugged = session->time();
     camera = std::make_unique<VirtualCamera>(green);
     waitFor(*session, plugged + 5);
+    EXPECT_THAT(devices(), testing::ElementsAre(std::pair(TrackKind::camera, true), std::pair(TrackKind::camera, false)));
     const auto project = session->stop().project;
     EXPECT_EQ(project.state, ProjectState::ready);
     EXPECT_THAT(error(), testing::IsEmpty());

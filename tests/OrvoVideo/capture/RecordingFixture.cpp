@@ -23,12 +23,19 @@ std::unique_ptr<RecordingSession> RecordingFixture::start(const RecordingSession
     {
         const std::lock_guard lock(m_mutex);
         m_error.clear();
+        m_devices.clear();
     }
-    return std::make_unique<RecordingSession>(
-        store, *engine, plan, RecordingSession::Listener{.onError = [this](const std::string& text) {
-            const std::lock_guard lock(m_mutex);
-            m_error = text;
-        }});
+    RecordingSession::Listener listener{.onError =
+                                            [this](const std::string& text) {
+                                                const std::lock_guard lock(m_mutex);
+                                                m_error = text;
+                                            },
+        .onDevice =
+            [this](TrackKind kind, bool isAway) {
+                const std::lock_guard lock(m_mutex);
+                m_devices.emplace_back(kind, isAway);
+            }};
+    return std::make_unique<RecordingSession>(store, *engine, plan, std::move(listener));
 }
 
 RecordingSession::Result RecordingFixture::record(const RecordingSession::Plan& plan, double seconds)
@@ -52,6 +59,12 @@ std::string RecordingFixture::error() const
 {
     const std::lock_guard lock(m_mutex);
     return m_error;
+}
+
+std::vector<std::pair<TrackKind, bool>> RecordingFixture::devices() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_devices;
 }
 
 std::filesystem::path RecordingFixture::mediaOf(const VideoProject& project, TrackKind kind) const

@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orvo::test {
@@ -36,6 +37,9 @@ protected:
     /// What the session has told; empty while there is nothing.
     std::string error() const;
 
+    /// What the session has told of microphone and camera, in the order of telling.
+    std::vector<std::pair<TrackKind, bool>> devices() const;
+
     std::filesystem::path mediaOf(const VideoProject& project, TrackKind kind) const;
 
     /// The four colours of the pattern are in the corners of this part of the picture.
@@ -54,6 +58,7 @@ protected:
 private:
     mutable std::mutex m_mutex;
     std::string m_error;
+    std::vector<std::pair<TrackKind, bool>> m_devices;
 
 protected:
     std::unique_ptr<CaptureEngine> engine;

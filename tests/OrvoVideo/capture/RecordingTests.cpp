@@ -199,6 +199,40 @@ TEST_F(ScreenRecording, PausesAreCutsAndNothingOfThemIsRecorded)
     EXPECT_NEAR(probe(mediaOf(project, TrackKind::screen)).videoDuration, project.duration, 0.02);
 }
 
+TEST_F(ScreenRecording, WhatChangesDuringAPauseIsThereAfterItAndNotBefore)
+{
+    const auto paint = [this](const char* colour) { ASSERT_TRUE(run("xsetroot", {"-solid", colour})); };
+    paint("red");
+    auto session = start(planOf(CaptureSources::displays().front()));
+    waitFor(*session, 1);
+    session->togglePause();
+    waitFor(*session, 1.5);
+    paint("blue");
+    waitFor(*session, 4.5);
+    const auto interrupted = store.load(session->id()); // What is there if the process ends now.
+    ASSERT_EQ(interrupted.edit.cuts.size(), 1U);
+    EXPECT_NEAR(interrupted.edit.cuts[0].end, interrupted.duration, 1e-9);
+    session->togglePause();
+    waitFor(*session, 6);
+    const auto project = session->stop().project;
+    ASSERT_EQ(project.edit.cuts.size(), 1U);
+    EXPECT_NEAR(project.edit.cuts[0].start, interrupted.edit.cuts[0].start, 1e-9);
+
+    const auto even = folder / "even.mkv";
+    ffmpeg({"-i", mediaOf(project, TrackKind::screen), "-fps_mode", "cfr", "-r", "30", "-c:v", "ffv1", even});
+    const auto frames = decodeFrames(even);
+    const double end = project.edit.cuts[0].end;
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        const double time = static_cast<double>(i) / 30;
+        const auto colour = frames[i].mean(0.1, 0.1, 0.9, 0.9);
+        if (time >= end) {
+            EXPECT_GT(colour.blue, 180) << time;
+        } else if (time < end - 0.1) {
+            EXPECT_GT(colour.red, 180) << time;
+        }
+    }
+}
+
 TEST_F(ScreenRecording, LogsThePointerAndItsPresses)
 {
     const PatternWindow pattern({});

@@ -67,8 +67,22 @@ TEST_F(SharedScreenTests, PicturesAndPointerOfAStreamThatSeveralRead)
     EXPECT_EQ(PipeWireStream::pictureSize(source.stream), (PictureSize{320, 180}));
     screen->movePointer(100, 60);
     ASSERT_TRUE(comesToHold([&] { return stream->pointer() == Point{1050, 530}; })) << "in the global display space";
+    screen->losePointer();
+    EXPECT_TRUE(comesToHold([&] { return !stream->pointer(); })) << "on another screen it is nowhere on this one";
     screen.reset();
     EXPECT_THROW(ScreenStream::open(source, {.size = {160, 90}})->start({}), Error);
+}
+
+TEST_F(SharedScreenTests, TheLastPictureIsNotLostToThePointerThatMovesOn)
+{
+    for (int i = 0; i < 5; ++i) {
+        open({.width = 320, .height = 180}, {.size = {.width = 160, .height = 90}});
+        ASSERT_TRUE(isRed(picture(), 20, 40));
+        screen->turnForGood();
+        EXPECT_TRUE(comesToHold([&] { return isBlue(picture(), 20, 40); }));
+        stream.reset();
+        newest = {};
+    }
 }
 
 TEST_F(SharedScreenTests, ARegionOfAStreamWithTheOtherOrderOfColours)
