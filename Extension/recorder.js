@@ -39,10 +39,6 @@ class RecordingClock {
     this.#paused += now() - this.#pausedAt;
     this.#pausedAt = null;
   }
-
-  get beginning() {
-    return this.#begin;
-  }
 }
 
 function now() {
@@ -196,11 +192,12 @@ port.onMessage.addListener((message) => {
       break;
     case "pause":
       clock?.pause();
-      for (const { recorder } of recorders) recorder.pause();
+      // One whose device has gone is over, and those behind it are not.
+      for (const { recorder } of recorders) if (recorder.state === "recording") recorder.pause();
       break;
     case "resume":
       clock?.resume();
-      for (const { recorder } of recorders) recorder.resume();
+      for (const { recorder } of recorders) if (recorder.state === "paused") recorder.resume();
       break;
     case "stop":
       end(false);

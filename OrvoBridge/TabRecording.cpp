@@ -147,7 +147,7 @@ void TabRecording::interrupt() noexcept
     try {
         end(ProjectState::recoverableTab);
     } catch (const std::exception&) {
-        // The mark stays and names a process that is over: that says the same.
+        // The mark stays, and says the same as soon as this process has ended.
         closeFiles();
     }
 }

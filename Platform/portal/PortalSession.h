@@ -21,7 +21,6 @@ public:
     void ask(const QString& method, const QVariantList& arguments, const QVariantMap& options, PortalRequest::Done done);
 
     const QString& handle() const noexcept { return m_handle; }
-    const QDBusConnection& bus() const noexcept { return m_bus; }
 
 signals:
     /// The desktop has ended the session.
