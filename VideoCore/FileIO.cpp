@@ -148,6 +148,15 @@ void writeFileAtomically(const fs::path& file, std::string_view content)
     flush(folder, file);
 }
 
+void flushFile(const fs::path& file)
+{
+    const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    if (descriptor.get() < 0)
+        fail("open", file);
+    if (::fsync(descriptor.get()) != 0)
+        fail("fsync", file);
+}
+
 void flushFolder(const fs::path& folder)
 {
     flush(openFolder(folder, folder), folder);

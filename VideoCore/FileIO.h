@@ -28,6 +28,9 @@ std::string readFile(const std::filesystem::path& file);
 /// replaced, not followed.
 void writeFileAtomically(const std::filesystem::path& file, std::string_view content);
 
+/// Flushes to disk what was written to a file, whoever wrote it. Throws `std::filesystem::filesystem_error`.
+void flushFile(const std::filesystem::path& file);
+
 /// Flushes to disk which entries a folder has. Throws `std::filesystem::filesystem_error`.
 void flushFolder(const std::filesystem::path& folder);
 

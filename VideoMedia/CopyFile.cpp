@@ -1,6 +1,7 @@
 #include "VideoMedia/CopyFile.h"
 
 #include "VideoCore/Error.h"
+#include "VideoCore/FileIO.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -78,12 +79,16 @@ void copyFile(const fs::path& from, const fs::path& to, const ProgressCallback& 
                 ? ::copy_file_range(source.descriptor(), nullptr, target.descriptor(), nullptr, copyStep, 0)
                 : -1;
             if (got < 0 && buffer.empty()) {
+                if (errno == EINTR)
+                    continue;
                 if (errno != EXDEV && errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP)
                     fail(to);
                 buffer.resize(copyStep);
             }
             if (!buffer.empty()) {
                 got = ::read(source.descriptor(), buffer.data(), buffer.size());
+                if (got < 0 && errno == EINTR)
+                    continue;
                 if (got < 0)
                     fail(from);
                 writeAll(target.descriptor(), buffer.data(), static_cast<std::size_t>(got), to);
@@ -97,6 +102,7 @@ void copyFile(const fs::path& from, const fs::path& to, const ProgressCallback& 
         // The document that names this file must not reach the disk before it.
         if (::fsync(target.descriptor()) != 0)
             fail(to);
+        flushFolder(to.parent_path());
     } catch (...) {
         ::unlink(to.c_str());
         throw;

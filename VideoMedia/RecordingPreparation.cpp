@@ -1,6 +1,7 @@
 #include "VideoMedia/RecordingPreparation.h"
 
 #include "VideoCore/Error.h"
+#include "VideoCore/FileIO.h"
 #include "VideoCore/PointerLog.h"
 #include "VideoMedia/Arguments.h"
 #include "VideoMedia/VideoEncoder.h"
@@ -111,8 +112,9 @@ private:
             const auto encoder = VideoEncoder::find(m_ffmpeg, m_stop);
             add(encoder.device);
             add({"-i", source.string()});
-            if (!encoder.upload.empty())
-                add({"-vf", encoder.upload});
+            // Encoders take even sizes only; browsers and imported movies may have others.
+            const std::string even = "pad=ceil(iw/2)*2:ceil(ih/2)*2";
+            add({"-vf", encoder.upload.empty() ? even : even + "," + encoder.upload});
             add(encoder.arguments(pictureBitRate));
         }
         // What a browser did not come to record is missing in the times of its sound alone. Closed up, the sound would come
@@ -125,6 +127,9 @@ private:
         if (!facts.duration || !(*facts.duration > 0))
             throw captureError(std::format("«{}» no contiene nada que recuperar.", track.file));
         result.duration = *facts.duration;
+        // The document that names this file must not reach the disk before it.
+        flushFile(target);
+        flushFolder(target.parent_path());
         return result;
     }
 

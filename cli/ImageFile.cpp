@@ -16,6 +16,15 @@ namespace {
 
 using namespace std::string_view_literals;
 
+constexpr std::size_t largestImage = std::size_t{256} << 20; ///< Bytes: more is another kind of file.
+
+std::string contentOf(const fs::path& file)
+{
+    std::string content;
+    readFile(file, content, largestImage);
+    return content;
+}
+
 /// Whether a file begins as the picture formats do that can be shown for as long as wanted.
 bool beginsAsImage(std::string_view content)
 {
@@ -27,7 +36,7 @@ bool beginsAsImage(std::string_view content)
 
 ImageFile::ImageFile(const fs::path& file)
     : m_file(file)
-    , m_content(readFile(file))
+    , m_content(contentOf(file))
 {
     if (!isUtf8(extension()))
         throw captureError(std::format("El nombre {} no es UTF-8 válido.", inQuotes(name())));

@@ -52,19 +52,14 @@ struct ImportArguments {
     std::string append;
 };
 
-VideoProject import(Session& session, const fs::path& movie, std::optional<VideoProject> target)
-{
-    const auto& store = session.library().store();
-    return runInterruptibly("Importando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
-        return MovieImport::importMovie(store, movie, std::move(target), FfprobeMediaProbe(), progress, stop);
-    });
-}
-
 VideoProject importAsNew(Session& session, const fs::path& movie)
 {
+    const auto& store = session.library().store();
     auto project = VideoProject::make(validUtf8(movie.stem().string()));
-    NewFolder folder(session.library().store().directory(project.id));
-    project = import(session, movie, std::move(project));
+    NewFolder folder(store.directory(project.id));
+    project = runInterruptibly("Importando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
+        return MovieImport::importMovie(store, movie, std::move(project), FfprobeMediaProbe(), progress, stop);
+    });
     folder.keep();
     return project;
 }
@@ -75,8 +70,15 @@ VideoProject importInto(Session& session, const std::string& reference, const fs
     const ProjectLock lock(library.store().directory(library.find(reference)));
     VideoProject target = library.load(reference);
     Library::requireEditable(target);
+    const auto copied = runInterruptibly("Importando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
+        return MovieImport::copyMovie(library.store(), movie, target, FfprobeMediaProbe(), progress, stop);
+    });
+    target = library.load(reference); // It took a while: what was edited meanwhile stays.
+    Library::requireEditable(target);
+    MovieImport::append(target, copied);
     target.updatedAt = now();
-    return import(session, movie, std::move(target));
+    library.store().save(target);
+    return target;
 }
 
 /// Throws `captureError` for a file that is no movie, before any of it is copied.

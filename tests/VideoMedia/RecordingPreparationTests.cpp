@@ -58,6 +58,20 @@ protected:
     std::stop_source stop;
 };
 
+TEST_F(RecordingPreparationTest, APictureOfOddSizeIsMadeEven)
+{
+    makeBrowserFile(addTrack(TrackKind::screen, "screen.webm"),
+        {"-f", "lavfi", "-i", "color=white:size=101x75:rate=30:duration=1", "-c:v", "libvpx", "-deadline", "realtime"});
+    RecordingPreparation::apply(project, prepare(RecordingPreparation::Which::needed));
+    EXPECT_EQ(project.state, "ready");
+    const auto file = store.mediaURL(project, project.tracks[0].file);
+    const auto picture = probe(file);
+    EXPECT_EQ(picture.width, 102);
+    EXPECT_EQ(picture.height, 76);
+    EXPECT_EQ(picture.frames, 30);
+    EXPECT_GT(decodeFrames(file).front().mean(0.05, 0.05, 0.95, 0.95).brightness(), 230) << "nothing is scaled away";
+}
+
 TEST_F(RecordingPreparationTest, ABrowserRecordingBecomesOneThatCanBeEdited)
 {
     makeBrowserFile(addTrack(TrackKind::screen, "screen.webm"),

@@ -1,6 +1,7 @@
-#include "CliFixture.h"
+#include "Installation.h"
 #include "TestSupport/Media.h"
 
+#include <format>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <utility>
@@ -71,6 +72,35 @@ TEST_F(ImportExport, AMovieBecomesAProjectIsEditedAndExported)
     EXPECT_THAT(defaults.err, IsEmpty()) << "no progress where there is no terminal";
     EXPECT_EQ(probe(folder / "igual.mp4").height, 90) << "never larger than the project";
     EXPECT_EQ(probe(folder / "igual.mp4").frames, 135);
+}
+
+TEST_F(ImportExport, WhatIsEditedWhileAMovieIsAppendedStays)
+{
+    // Somebody gives the project another title as soon as the copy is there.
+    const Installation installation;
+    setup.executable = installation.program();
+    const auto documentFile = store.directory(project.id) / ProjectStore::documentName;
+    installation.addScript("ffmpeg", R"(exec ffmpeg "$@")");
+    installation.addScript("ffprobe",
+        std::format(R"(for last; do :; done
+case $last in */media/*) sed -i 's/"title" *: *"[^"]*"/"title" : "Nuevo"/' '{}' ;; esac
+exec ffprobe "$@")",
+            documentFile.string()));
+    const Outcome outcome = orvo({"import", "--append", id, clip});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(stored().title, "Nuevo");
+    ASSERT_EQ(stored().tracks.size(), 1U);
+    EXPECT_TRUE(fs::exists(store.mediaURL(stored(), stored().tracks[0].file)));
+}
+
+TEST_F(ImportExport, AHugeFileIsNoImage)
+{
+    const auto huge = folder / "enorme.png";
+    std::ofstream(huge) << "\x89PNG\r\n\x1a\n";
+    fs::resize_file(huge, std::uintmax_t{64} << 30);
+    const Outcome outcome = orvo({"image", id, "0", huge});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("el archivo es demasiado grande"));
 }
 
 TEST_F(ImportExport, ProgressIsShownOnATerminal)
