@@ -8,6 +8,7 @@
 #include "VideoMedia/OverlayImage.h"
 #include "VideoMedia/RenderGraph.h"
 #include "VideoMedia/VideoEncoder.h"
+#include "VideoMedia/VideoLimits.h"
 #include "VideoMedia/WaveFile.h"
 #include "VideoMedia/WorkFolder.h"
 
@@ -30,7 +31,6 @@ namespace {
 
 constexpr double shortestVideo = 0.01; ///< Seconds; what is not longer is not worth a file.
 constexpr double longestRecording = 7 * 24 * 3600; ///< Seconds; a longer one is a damaged document.
-constexpr std::int64_t largestSide = 16'384; ///< Pixels.
 constexpr double mixRate = 48'000; ///< Samples per second of the mixed sound.
 
 /// Bytes of the mix that are read at once, a sixth of a second: larger ones cost less time, and every branch of the graph
@@ -111,8 +111,11 @@ private:
             throw captureError("El proyecto no contiene vídeo visible.");
         if (m_project.duration > longestRecording)
             throw captureError("La duración del proyecto no es válida.");
-        if (m_project.width > largestSide || m_project.height > largestSide)
+        if (m_project.width > VideoLimits::largestSide || m_project.height > VideoLimits::largestSide
+            || m_settings.height < 1)
             throw captureError("El tamaño del proyecto no es válido.");
+        if (!VideoLimits::isRate(m_settings.fps))
+            throw captureError("La frecuencia de fotogramas del proyecto no es válida.");
     }
 
     void collectInputs()
@@ -173,7 +176,7 @@ private:
             // The same picture may lie there several times.
             if (!std::ranges::contains(m_images, file) && !OverlayImage::isDecodable(m_ffmpeg, file, m_stop))
                 throw captureError(std::format("«{}» no es una imagen que se pueda usar.", overlay.content));
-            if (overlay.width * static_cast<double>(outputSize().width) > static_cast<double>(largestSide))
+            if (overlay.width * static_cast<double>(outputSize().width) > static_cast<double>(VideoLimits::largestSide))
                 throw captureError(std::format("El ancho de la imagen «{}» no es válido.", overlay.content));
             m_images.push_back(std::move(file));
         }

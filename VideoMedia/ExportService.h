@@ -13,8 +13,8 @@ namespace orvo {
 
 /// How a project is rendered.
 struct ExportSettings {
-    std::int64_t height = 1080; ///< Asked height in pixels; the output is never larger than the project.
-    std::int64_t fps = 30; ///< Output frames per second.
+    std::int64_t height = 1080; ///< Asked height in pixels, at least 1; the output is never larger than the project.
+    std::int64_t fps = 30; ///< Output frames per second, 1 to `VideoLimits::highestRate`.
     std::string quality = "balanced"; ///< "small", "high", or anything else for "balanced".
 
     friend bool operator==(const ExportSettings&, const ExportSettings&) = default;
@@ -33,7 +33,8 @@ std::filesystem::path subtitleFile(const std::filesystem::path& video);
 /// which is gone when the call ends, however it ends. A failed render may leave a part of `destination`; a cancelled one
 /// does not, and leaves an older file that it has not written over yet.
 ///
-/// Throws `captureError` with a text for the user (no usable `ffmpeg`, nothing visible to render, a missing file, an
+/// Throws `captureError` with a text for the user (no usable `ffmpeg`, nothing visible to render, a size, a length or a
+/// frame rate that no video has, a missing file, an
 /// image that cannot be decoded, a destination that is no ".mp4" or is one of the project's own files, a failed `ffmpeg`),
 /// file system errors unchanged, and `Cancelled`.
 void exportVideo(const VideoProject& project, const ProjectStore& store, const std::filesystem::path& destination,

@@ -1,6 +1,7 @@
 #include "VideoMedia/HlsLadder.h"
 
 #include "VideoCore/Error.h"
+#include "VideoMedia/VideoLimits.h"
 
 #include <algorithm>
 #include <array>
@@ -16,8 +17,6 @@ constexpr double bitsPerPixel = 0.09;
 constexpr std::int64_t lowestBitRate = 400'000;
 constexpr std::int64_t soundBitRate = 128'000;
 constexpr double bandwidthReserve = 1.25; ///< Segments are larger and smaller than the mean.
-constexpr std::int64_t largestSide = 16'384; ///< Pixels.
-constexpr std::int64_t highestRate = 1'000; ///< Frames per second.
 
 std::int64_t even(std::int64_t value)
 {
@@ -42,10 +41,10 @@ Rendition rendition(const VideoProject& project, std::int64_t height)
 
 std::vector<Rendition> of(const VideoProject& project)
 {
-    const auto isSide = [](std::int64_t side) { return side >= 2 && side <= largestSide; };
+    const auto isSide = [](std::int64_t side) { return side >= 2 && side <= VideoLimits::largestSide; };
     if (!isSide(project.width) || !isSide(project.height))
         throw captureError("El tamaño del proyecto no es válido.");
-    if (project.fps < 1 || project.fps > highestRate)
+    if (!VideoLimits::isRate(project.fps))
         throw captureError("La frecuencia de fotogramas del proyecto no es válida.");
     std::vector<Rendition> ladder;
     if (project.height < steps.front())

@@ -3,6 +3,7 @@
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 #include "VideoCore/Timeline.h"
+#include "VideoCore/Uuid.h"
 #include "VideoMedia/Arguments.h"
 #include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/VideoEncoder.h"
@@ -53,6 +54,35 @@ public:
 
 private:
     fs::path m_file;
+};
+
+/// The folder under a path that ffmpeg can take for a pattern of file names: where it has a per cent sign, a link to it that
+/// has none, gone again when the object goes.
+class PlainPath {
+public:
+    explicit PlainPath(const fs::path& folder)
+        : m_path(folder)
+    {
+        if (!folder.string().contains('%'))
+            return;
+        m_link = fs::temp_directory_path() / ("orvo-" + Uuid::random().text());
+        fs::create_directory_symlink(folder, m_link);
+        m_path = m_link;
+    }
+    ~PlainPath()
+    {
+        std::error_code ignored;
+        if (!m_link.empty())
+            fs::remove(m_link, ignored);
+    }
+    PlainPath(const PlainPath&) = delete;
+    PlainPath& operator=(const PlainPath&) = delete;
+
+    const fs::path& path() const noexcept { return m_path; }
+
+private:
+    fs::path m_path;
+    fs::path m_link;
 };
 
 /// The encoder with its bit rate, which it keeps to within half a second: what the master playlist declares is then true of
@@ -126,6 +156,7 @@ void hls(const fs::path& from, const VideoProject& project, const fs::path& dest
     fs::remove(folder / "master.m3u8"); // What follows does not belong to an earlier one.
     writeKey(folder / "key.bin");
     const KeyInfo key(folder / "key-info.txt", folder / "key.bin");
+    const PlainPath plain(folder);
 
     double allPixels = 0;
     for (const auto& step : ladder)
@@ -134,7 +165,7 @@ void hls(const fs::path& from, const VideoProject& project, const fs::path& dest
     for (const auto& step : ladder) {
         const fs::path rendition = folder / std::to_string(step.height);
         fs::create_directories(rendition);
-        ProcessRunner::run(*ffmpeg, encoding(encoder, step, movie, key, rendition), {}, 0, stop);
+        ProcessRunner::run(*ffmpeg, encoding(encoder, step, movie, key, plain.path() / rendition.filename()), {}, 0, stop);
         requireComplete(rendition);
         pixels += static_cast<double>(step.width * step.height);
         if (progress)
@@ -144,7 +175,7 @@ void hls(const fs::path& from, const VideoProject& project, const fs::path& dest
     writeFileAtomically(folder / "captions.vtt", Timeline::subtitles(project, Timeline::SubtitleFormat::webVtt));
     ProcessRunner::run(*ffmpeg,
         {"-hide_banner", "-y", "-ss", "0", "-i", movie.string(), "-frames:v", "1", "-vf", "scale=960:-2",
-            (folder / "poster.jpg").string()},
+            (plain.path() / "poster.jpg").string()},
         {}, 0, stop);
 }
 

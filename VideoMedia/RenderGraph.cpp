@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::size_t mostBranches = 8; ///< Into which a stream is split at once.
 constexpr double largestFadeShare = 3; ///< A fade takes at most this part of its stretch.
+constexpr double shortestTime = 1e-4; ///< Seconds: what is shorter would be written in a form that filters do not read.
 
 /// The chains of a graph file.
 class Chains {
@@ -50,10 +51,11 @@ std::string labels(std::string_view name, std::size_t count, std::size_t first =
     return result;
 }
 
-/// ",fade=…" in and out over `fade` seconds at the ends of a stretch of `length` seconds; nothing for a fade of 0.
+/// ",fade=…" in and out over `fade` seconds at the ends of a stretch of `length` seconds; nothing for one that cannot
+/// be seen.
 std::string fades(std::string_view filter, double fade, double length)
 {
-    if (!(fade > 0))
+    if (!(fade >= shortestTime))
         return {};
     const std::string amount = numberText(fade);
     return std::format(",{0}=t=in:d={1},{0}=t=out:st={2}:d={1}", filter, amount, numberText(length - fade));
@@ -70,7 +72,7 @@ std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t 
     const auto frameAt = [&](double time) { return truncated(std::round(time * rate)); };
     const auto timeOf = [&](std::int64_t frame, double exact) {
         const double time = static_cast<double>(frame) / rate;
-        return std::abs(time - exact) < 1e-6 ? exact : time;
+        return std::abs(time - exact) < 1e-6 && exact >= shortestTime ? exact : time;
     };
     std::vector<TimeSpan> result;
     double exactLength = 0;
@@ -138,12 +140,23 @@ private:
             std::ranges::count_if(m_inputs, [](const Input& input) { return isVisibleVideo(input.track); }));
         const std::string width = numberText(m_settings.size.width);
         const std::string height = numberText(m_settings.size.height);
+        const auto rate = static_cast<double>(m_settings.fps);
+        const auto framesOf = [&](double seconds) { return truncated(std::round(seconds * rate)); };
+        double end = 0; // Seconds.
+        std::int64_t frames = 0; // Of the clips so far.
         std::size_t n = 0;
         for (std::size_t i = 0; i < m_inputs.size(); ++i) {
             const auto& track = m_inputs[i].track;
             if (!isVisibleVideo(track))
                 continue;
-            const double length = track.duration > 0 ? track.duration : m_project.duration;
+            double length = track.duration > 0 ? track.duration : m_project.duration;
+            // Every clip ends on the frame that is nearest to its exact end: rounded one by one, many of them would drift
+            // away from their sound.
+            end += length;
+            const std::int64_t shown = std::max<std::int64_t>(framesOf(end) - frames, 1);
+            frames += shown;
+            if (shown != framesOf(length))
+                length = static_cast<double>(shown) / rate;
             const double fade = count > 1 ? std::min(std::max(m_project.edit.fade, 0.0), length / largestFadeShare) : 0;
             m_chains.add(std::format("[{}:v]scale={}:{}:force_original_aspect_ratio=decrease,"
                                      "pad={}:{}:(ow-iw)/2:(oh-ih)/2:color=black,setsar=1,setpts=PTS-STARTPTS,fps={},"
@@ -163,7 +176,8 @@ private:
             if (overlay.kind != Overlay::Kind::image)
                 continue;
             const std::size_t input = m_inputs.size() + 1 + n;
-            m_chains.add(std::format("[{}:v]scale={}:-2{}", input, truncated(overlay.width * m_width), label("image", n)));
+            m_chains.add(std::format("[{}:v]scale={}:-2{}", input,
+                std::max<std::int64_t>(truncated(overlay.width * m_width), 1), label("image", n)));
             m_chains.add(std::format("{}{}overlay=x={}:y={}:enable='between(t,{},{})':shortest=0{}", current(),
                 label("image", n), numberText(overlay.x * m_width), numberText(overlay.y * m_height),
                 numberText(overlay.start), numberText(overlay.end), label("over", n)));

@@ -46,9 +46,20 @@ WorkFolder::WorkFolder(const fs::path& project, std::string_view purpose)
 {
     const std::string prefix = std::string(purpose) + "-";
     removeAbandoned(project, prefix);
-    m_path = project / (prefix + Uuid::random().text());
-    fs::create_directories(m_path);
-    m_lock = openLocked(m_path);
+    const std::string name = Uuid::random().text();
+    m_path = project / (prefix + name);
+    // It gets its name when it is locked: somebody who looks for abandoned ones could take it for one of them before.
+    const fs::path unnamed = project / ("." + name + ".tmp");
+    fs::create_directories(unnamed);
+    m_lock = openLocked(unnamed);
+    std::error_code error;
+    fs::rename(unnamed, m_path, error);
+    if (!error)
+        return;
+    if (m_lock >= 0)
+        ::close(m_lock);
+    fs::remove(unnamed);
+    throw fs::filesystem_error("rename", m_path, error);
 }
 
 WorkFolder::~WorkFolder()

@@ -105,6 +105,12 @@ bool Library::exists() const
     return !m_folder || fs::exists(*m_folder);
 }
 
+void Library::requireExisting() const
+{
+    if (!exists())
+        throw fs::filesystem_error("open", *m_folder, std::make_error_code(std::errc::no_such_file_or_directory));
+}
+
 std::vector<VideoProject> Library::list()
 {
     return exists() ? store().list() : std::vector<VideoProject>();

@@ -56,6 +56,9 @@ public:
     /// Throws `captureError` for a recording that has not ended.
     static void requireEditable(const VideoProject& project);
 
+    /// Throws `std::filesystem::filesystem_error` when a library was named that is not there, and makes none.
+    void requireExisting() const;
+
 private:
     VideoProject load(const Uuid& id);
     bool exists() const;

@@ -1,6 +1,8 @@
 #include "Platform/FfprobeMediaProbe.h"
 #include "VideoCore/FileIO.h"
+#include "VideoMedia/OverlayImage.h"
 #include "VideoMedia/ProcessRunner.h"
+#include "VideoMedia/VideoLimits.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
@@ -82,9 +84,10 @@ private:
 
     void checkNumbers(const VideoProject& project)
     {
-        if (project.width < 1 || project.height < 1 || project.width > 16'384 || project.height > 16'384)
+        if (project.width < 1 || project.height < 1 || project.width > VideoLimits::largestSide
+            || project.height > VideoLimits::largestSide)
             error(std::format("El tamaño {}×{} no es válido.", project.width, project.height));
-        if (project.fps < 1 || project.fps > 1000)
+        if (!VideoLimits::isRate(project.fps))
             error(std::format("La frecuencia de {} fotogramas por segundo no es válida.", project.fps));
         if (project.duration < 0)
             error(std::format("La duración {} no es válida.", shortNumber(project.duration)));
@@ -159,9 +162,8 @@ private:
     void checkImage(const VideoProject& project, const Overlay& overlay)
     {
         const auto place = present(project, overlay.content);
-        const auto known = place && !m_quick ? facts(*place) : std::nullopt;
-        if (known && !known->video)
-            error(std::format("{} no es una imagen.", inQuotes(overlay.content)));
+        if (place && !m_quick && !OverlayImage::isUsable(*place))
+            error(std::format("{} no es una imagen que se pueda mostrar.", inQuotes(overlay.content)));
     }
 
     /// What work that was killed left behind.
@@ -169,7 +171,8 @@ private:
     {
         for (const auto& entry : fs::directory_iterator(folder)) {
             const std::string name = entry.path().filename().string();
-            if (name.starts_with("render-") || (name.starts_with('.') && name.ends_with(".tmp")))
+            if (name.starts_with("render-") || name.starts_with("package-")
+                || (name.starts_with('.') && name.ends_with(".tmp")))
                 warn(std::format("{} sobra: es de una operación interrumpida, o de una en curso.", inQuotes(name)));
         }
     }
@@ -187,6 +190,7 @@ std::vector<std::string> foldersOf(Session& session, const ValidateArguments& ar
         folders.push_back(session.library().find(reference).text());
     if (!folders.empty())
         return folders;
+    session.library().requireExisting();
     for (const auto& entry : fs::directory_iterator(session.library().store().root())) {
         const std::string name = entry.path().filename().string();
         if (Uuid::parse(name))

@@ -45,6 +45,25 @@ TEST_F(ExportFailure, NothingVisible)
     EXPECT_EQ(failure(), "El proyecto no contiene vídeo visible.");
 }
 
+TEST_F(ExportFailure, SizesAndRatesThatNoVideoHas)
+{
+    const auto tell = [&](const ExportSettings& settings) -> std::string {
+        try {
+            render(settings);
+        } catch (const std::exception& error) {
+            return describe(error);
+        }
+        return {};
+    };
+    for (const std::int64_t fps : {0, -1, 1'001, 1'000'000})
+        EXPECT_EQ(tell({.fps = fps}), "La frecuencia de fotogramas del proyecto no es válida.") << fps;
+    for (const std::int64_t height : {0, -480})
+        EXPECT_EQ(tell({.height = height}), "El tamaño del proyecto no es válido.") << height;
+    project.width = 20'000;
+    EXPECT_EQ(tell({}), "El tamaño del proyecto no es válido.");
+    EXPECT_FALSE(fs::exists(folder / "out.mp4"));
+}
+
 TEST_F(ExportFailure, MediaMissingOutsideOrNotMedia)
 {
     project.tracks.edit().push_back(track(TrackKind::microphone, "media/microphone.m4a", 0, 4));

@@ -58,6 +58,30 @@ TEST_F(ExportPicture, KeptSpansDipThroughBlackAtTheirEnds)
     EXPECT_LT(level(sound, 0.99, 1.01), level(sound, 0.4, 0.6) / 5);
 }
 
+TEST_F(ExportPicture, TimesTooShortToSeeAreNone)
+{
+    makePlain();
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=white:size=320x180:rate=30:duration=4");
+    project.edit.fade = 1e-5;
+    project.edit.cuts = {{0, 5e-7}, {1, 2}};
+    const auto pictures = frames();
+    ASSERT_EQ(pictures.size(), 90U);
+    for (const auto frame : {0U, 29U, 30U, 89U})
+        EXPECT_GT(pictures[frame].mean(0, 0, 1, 1).brightness(), 230) << frame;
+}
+
+TEST_F(ExportPicture, AnImageTooSmallToSeeDoesNotCoverThePicture)
+{
+    makePlain();
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=black:size=320x180:rate=30:duration=1");
+    project.duration = 1;
+    ffmpeg({"-f", "lavfi", "-i", "color=white:size=400x400", "-frames:v", "1",
+        store.directory(project.id) / "media/white.png"});
+    project.edit.overlays = {
+        {.kind = Overlay::Kind::image, .content = "media/white.png", .start = 0, .end = 1, .width = 0.001}};
+    EXPECT_LT(frames().at(15).mean(0, 0, 1, 1).brightness(), 10);
+}
+
 TEST_F(ExportPicture, MarksAndTextsAreWhereAndWhenTheyShouldBe)
 {
     makePlain();

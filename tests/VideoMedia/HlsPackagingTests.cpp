@@ -199,6 +199,23 @@ TEST_F(HlsPackaging, EveryRenditionPlaysFromItsKey)
     EXPECT_NE(readFile(folder / "again/key.bin"), key);
 }
 
+TEST_F(HlsPackaging, FoldersMayBeNamedLikePatterns)
+{
+    project.width = 320;
+    project.height = 180;
+    makeMovie();
+    for (const auto* name : {"50%descuento", "a%03d b"}) {
+        const auto package = folder / name;
+        EXPECT_EQ(failure(package), "");
+        EXPECT_TRUE(fs::exists(package / "poster.jpg"));
+        EXPECT_EQ(decodeFrames(played(package / "180/index.m3u8")).size(), 135U) << name;
+    }
+    std::set<std::string> there;
+    for (const auto& entry : fs::directory_iterator(folder.path()))
+        there.insert(entry.path().filename());
+    EXPECT_THAT(there, testing::IsSubsetOf({"50%descuento", "a%03d b", "library", "movie.mp4", "played.mkv"}));
+}
+
 TEST_F(HlsPackaging, NoSegmentTakesMoreThanIsDeclared)
 {
     // What is still for long saves bits that what moves afterwards would spend at once. The last segment is a short one.

@@ -4,8 +4,12 @@
 #include "VideoCore/FileIO.h"
 #include "VideoCore/Uuid.h"
 
+#include <atomic>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
+#include <thread>
+#include <vector>
 
 namespace orvo::test {
 
@@ -39,6 +43,28 @@ TEST(WorkFolder, IsGoneAtTheEndAndRemovesOnlyWhatWasAbandoned)
     const fs::path path = first->path();
     first.reset();
     EXPECT_FALSE(fs::exists(path));
+}
+
+TEST(WorkFolder, ManyAtOnceLeaveOneAnotherAlone)
+{
+    const TemporaryFolder folder;
+    const fs::path project = folder / "project";
+    fs::create_directories(project);
+    std::atomic<int> lost = 0;
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 8; ++i) {
+            threads.emplace_back([&] {
+                for (int n = 0; n < 1000; ++n) {
+                    const WorkFolder work(project, "render");
+                    if (std::ofstream file(work / "filters.txt"); !(file << "null"))
+                        ++lost;
+                }
+            });
+        }
+    }
+    EXPECT_EQ(lost, 0);
+    EXPECT_TRUE(fs::is_empty(project));
 }
 
 } // namespace

@@ -60,6 +60,14 @@ TEST_F(Validate, FindsWhatIsWrong)
         {"missing image",
             change([](VideoProject& p) { p.edit.overlays = {{.kind = Overlay::Kind::image, .content = "media/no.png"}}; }),
             "Falta «media/no.png»."},
+        {"a movie as image",
+            [&] {
+                fs::copy_file(media("screen.mov"), media("x.png"), fs::copy_options::overwrite_existing);
+                VideoProject bad = good;
+                bad.edit.overlays = {{.kind = Overlay::Kind::image, .content = "media/x.png"}};
+                store.save(bad);
+            },
+            "«media/x.png» no es una imagen que se pueda mostrar."},
     };
     const std::string screen = readFile(media("screen.mov"));
     const std::string microphone = readFile(media("microphone.m4a"));
@@ -76,6 +84,15 @@ TEST_F(Validate, FindsWhatIsWrong)
         EXPECT_THAT(answer["projects"][0]["errors"][0].text(), HasSubstr(message)) << name;
         EXPECT_THAT(orvo({"validate"}).out, HasSubstr(message)) << name;
     }
+}
+
+TEST_F(Validate, ALibraryThatIsNotThereIsToldAndNotMade)
+{
+    const fs::path mistyped = folder / "biblioteca";
+    const Outcome outcome = orvo({"--library", mistyped, "validate"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("no existe"));
+    EXPECT_FALSE(fs::exists(mistyped));
 }
 
 TEST_F(Validate, FoldersMustHaveTheNameOfTheirProject)

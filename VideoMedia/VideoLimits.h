@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+
+/// What a video may be: a document that says more is damaged, and no encoder takes it.
+namespace orvo::VideoLimits {
+
+inline constexpr std::int64_t largestSide = 16'384; ///< Pixels.
+inline constexpr std::int64_t highestRate = 1'000; ///< Frames per second.
+
+constexpr bool isRate(std::int64_t fps)
+{
+    return fps >= 1 && fps <= highestRate;
+}
+
+} // namespace orvo::VideoLimits
