@@ -25,8 +25,7 @@ constexpr std::string_view containers = "aac,ac3,aiff,asf,avi,caf,dv,eac3,flac,f
 
 /// What is asked of a file, as `-show_entries` takes it.
 constexpr std::string_view wantedEntries = "format=duration:"
-                                           "stream=codec_type,codec_name,width,height,pix_fmt,color_range,avg_frame_rate,"
-                                           "channels:"
+                                           "stream=codec_type,codec_name,width,height,pix_fmt,color_range,avg_frame_rate:"
                                            "stream_disposition=attached_pic:"
                                            "stream_side_data=rotation";
 
@@ -103,8 +102,8 @@ MediaFacts factsIn(yyjson_val* root)
     yyjson_arr_foreach(yyjson_obj_get(root, "streams"), index, count, stream)
     {
         const auto type = text(stream, "codec_type");
-        if (type == "audio" && facts.audioStreams++ == 0)
-            facts.audioChannels = yyjson_get_int(yyjson_obj_get(stream, "channels"));
+        if (type == "audio")
+            ++facts.audioStreams;
         if (type == "video" && !facts.video && !isCoverPicture(stream)) {
             facts.video = MediaFacts::Video{.width = yyjson_get_sint(yyjson_obj_get(stream, "width")),
                 .height = yyjson_get_sint(yyjson_obj_get(stream, "height")),

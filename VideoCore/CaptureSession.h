@@ -23,7 +23,8 @@ void unmark(const std::filesystem::path& projectFolder) noexcept;
 /// itself. A disk that does not say has it.
 bool hasRoom(const std::filesystem::path& folder) noexcept;
 
-/// The process that records into this project; nothing when the file is missing, malformed or names none.
+/// The process that records into this project; nothing when the file is missing, malformed or names none, or when the number
+/// belongs to somebody else by now.
 std::optional<std::int32_t> recordingProcess(const std::filesystem::path& projectFolder);
 
 /// The process that the text of such a file names, or nothing. A number that stands for more than one process names none.

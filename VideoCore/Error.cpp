@@ -43,6 +43,17 @@ std::string describeCode(const std::error_code& code)
         return "no queda memoria";
     case EFBIG:
         return "el archivo es demasiado grande";
+    case ENOTEMPTY:
+        return "la carpeta no está vacía";
+    case EBUSY:
+    case ETXTBSY:
+        return "otro programa lo está usando";
+    case EAGAIN:
+        return "el sistema no admite más procesos";
+    case EXDEV:
+        return "está en otro disco";
+    case ENOEXEC:
+        return "no es un programa de este sistema";
     case EINVAL:
         return "el nombre o el valor no es válido";
     default:

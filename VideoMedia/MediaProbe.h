@@ -27,7 +27,6 @@ struct MediaFacts {
     std::optional<double> duration; ///< Seconds; nothing when the file does not tell.
     std::optional<Video> video; ///< The first video stream that is not a cover picture.
     int audioStreams = 0;
-    int audioChannels = 0; ///< Of the first audio stream; 0 without one.
 };
 
 /// Reads the facts of media files. Implemented by the platform layer; usable from any thread.

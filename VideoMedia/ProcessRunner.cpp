@@ -292,7 +292,8 @@ std::optional<fs::path> ffmpeg()
         fs::path("/usr/local/bin/ffmpeg"),
     };
     const auto executable = [](const fs::path& file) {
-        return fs::is_regular_file(fs::status(file)) && ::access(file.c_str(), X_OK) == 0;
+        std::error_code unseen; // One that cannot be looked at is none.
+        return fs::is_regular_file(file, unseen) && ::access(file.c_str(), X_OK) == 0;
     };
     const auto found = std::ranges::find_if(candidates, executable);
     return found == candidates.end() ? std::nullopt : std::optional(*found);
@@ -304,7 +305,12 @@ void requireUsable(const fs::path& ffmpeg)
     constexpr int oldestFilterLibrary = 10;
     constexpr std::string_view library = "libavfilter";
 
-    const std::string about = run(ffmpeg, {"-version"});
+    std::string about;
+    try {
+        about = run(ffmpeg, {"-version"});
+    } catch (const std::system_error& error) {
+        throw captureError(std::format("FFmpeg no se puede ejecutar. {}", describe(error)));
+    }
     const std::size_t line = about.find(library);
     if (line == std::string::npos)
         throw captureError(std::format("«{}» no es FFmpeg. Instala FFmpeg 7 o posterior.", ffmpeg.string()));

@@ -1,5 +1,6 @@
 #include "cli/CommandLine.h"
 
+#include "cli/Arguments.h"
 #include "cli/Commands.h"
 #include "cli/Help.h"
 #include "cli/Session.h"
@@ -164,7 +165,7 @@ void parseAndRun(CLI::App& app, Session& session, std::vector<std::string> words
 {
     // The parser would take these for options: it knows a negative number by the digit after the minus sign.
     for (std::string& word : words | std::views::take_while([](const std::string& word) { return word != "--"; })) {
-        if (word.size() > 2 && (word.starts_with("-.") || word.starts_with("-,")))
+        if ((word.starts_with("-.") || word.starts_with("-,")) && parseNumber(word))
             word.insert(1, "0");
     }
     if (!words.empty() && words.front() == "help") {

@@ -1,11 +1,15 @@
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/CaptureSession.h"
+#include "VideoCore/FileIO.h"
 #include "VideoCore/PointerLog.h"
 
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace orvo {
@@ -90,6 +94,42 @@ TEST(CaptureSession, aProcessThatHasEndedRecordsNoMore)
     EXPECT_FALSE(CaptureSession::isAlive(child, false)); // Though its parent has not asked yet.
     ::waitpid(child, nullptr, 0);
     EXPECT_FALSE(CaptureSession::isAlive(child, false));
+}
+
+TEST(CaptureSession, aNumberThatSomebodyElseHasByNowIsNoRecorder)
+{
+    const test::TemporaryFolder folder;
+    const auto document = folder / ProjectStore::documentName;
+    writeFileAtomically(document, "{}");
+    const auto recorder = [&](std::int32_t number) {
+        writeFileAtomically(folder / CaptureSession::fileName, CaptureSession::textFor(number));
+        return CaptureSession::recordingProcess(folder.path());
+    };
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::pause();
+        ::_exit(0);
+    }
+    EXPECT_EQ(recorder(child), child);
+    std::filesystem::last_write_time(document, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+    EXPECT_EQ(recorder(child), std::nullopt) << "it began an hour after the last that was recorded";
+    EXPECT_EQ(recorder(::getpid()), ::getpid()) << "who records knows best";
+    std::filesystem::remove(document);
+    EXPECT_EQ(recorder(child), child);
+
+    std::atomic<pid_t> thread = 0;
+    std::atomic<bool> ends = false;
+    const std::jthread other([&] {
+        thread = ::gettid();
+        thread.notify_all();
+        ends.wait(false);
+    });
+    thread.wait(0);
+    EXPECT_EQ(recorder(thread), std::nullopt) << "a thread records nothing by itself";
+    ends = true;
+    ends.notify_all();
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
 }
 
 } // namespace

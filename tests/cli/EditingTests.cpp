@@ -25,6 +25,7 @@ TEST_F(Editing, CutsAreMergedClampedAndRestored)
     EXPECT_THAT(stored().edit.cuts, ElementsAre(TimeSpan{2, 6}));
     answer({"cut", id, "9,5", "1e3"});
     answer({"cut", id, "-.5", "0.25"});
+    EXPECT_EQ(orvo({"set", id, "title", "-.hola"}).status, 2) << "only numbers are taken for numbers";
     EXPECT_THAT(stored().edit.cuts, ElementsAre(TimeSpan{0, 0.25}, TimeSpan{2, 6}, TimeSpan{9.5, 10}));
 
     // A stored cut is met by what is shown of it, and by a moment in it.

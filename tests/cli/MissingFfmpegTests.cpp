@@ -2,6 +2,7 @@
 
 #include "TestSupport/Media.h"
 
+#include <fstream>
 #include <gmock/gmock.h>
 
 namespace orvo::test {
@@ -44,6 +45,22 @@ TEST_F(MissingFfmpeg, IsToldAndEditingGoesOn)
 
     EXPECT_EQ(orvo({"validate", "--quick"}).status, 0);
     EXPECT_EQ(orvo({"cut", id, "1", "2"}).status, 0);
+}
+
+TEST_F(MissingFfmpeg, WhatCannotBeRunIsToldInSpanish)
+{
+    const auto helper = installation.program().parent_path().parent_path() / "OrvoVideo.app/Contents/Helpers/ffmpeg";
+    std::ofstream(helper) << "garbage";
+    std::filesystem::permissions(helper, std::filesystem::perms::owner_all);
+    const Outcome garbage = orvo({"export", id, folder / "out.mp4"});
+    EXPECT_EQ(garbage.status, 1);
+    EXPECT_THAT(garbage.err, HasSubstr("FFmpeg no se puede ejecutar."));
+    EXPECT_THAT(garbage.err, HasSubstr("no es un programa de este sistema"));
+
+    // A link to itself cannot even be looked at: the next candidate counts.
+    std::filesystem::remove(helper);
+    std::filesystem::create_symlink("ffmpeg", helper);
+    EXPECT_EQ(orvo({"settings", "--json"}).status, 0);
 }
 
 TEST_F(MissingFfmpeg, OldOnesAreRefused)
