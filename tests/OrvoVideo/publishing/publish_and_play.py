@@ -214,7 +214,9 @@ def play_with_the_wrong_key(browser, server, address, video):
     page.run((HERE / "watching.js").read_text())
     error = page.run("error()")
     expect(error in ("fragParsingError", "fragDecryptError"), f"with another key: {error}")
-    expect(page.run("video.readyState") == 0, "it is played with another key")
+    # Now and then noise looks like the head of a stream to the player. Nothing of the picture is seen all the same.
+    shown = page.run("({ state: video.readyState, frames: video.getVideoPlaybackQuality().totalVideoFrames })")
+    expect(shown["state"] < 2 and shown["frames"] == 0, f"with another key it is played: {shown}")
     server.set_faults()
     page.close()
 
