@@ -19,7 +19,6 @@ namespace orvo::cli {
 namespace {
 
 using Terminal::Table;
-using Terminal::Tone;
 using Timeline::SubtitleFormat;
 
 struct WordsArguments {

@@ -120,7 +120,7 @@ private:
     std::optional<fs::path> present(const VideoProject& project, const std::string& file)
     {
         try {
-            const fs::path place = m_store.mediaURL(project, file);
+            fs::path place = m_store.mediaURL(project, file);
             if (fs::is_regular_file(place))
                 return place;
             error(std::format("Falta {}.", inQuotes(file)));
@@ -186,6 +186,7 @@ private:
 std::vector<std::string> foldersOf(Session& session, const ValidateArguments& arguments)
 {
     std::vector<std::string> folders;
+    folders.reserve(arguments.projects.size());
     for (const std::string& reference : arguments.projects)
         folders.push_back(session.library().find(reference).text());
     if (!folders.empty())

@@ -247,8 +247,10 @@ void TrackFile::write(const std::shared_ptr<const PictureMemory>& picture, doubl
     using Handle = std::shared_ptr<const PictureMemory>;
     const auto& bytes = picture->bytes();
     // The buffer shows the picture's own memory and holds it for as long as the encoder needs it.
-    GstBuffer* buffer = gst_buffer_new_wrapped_full(GST_MEMORY_FLAG_READONLY, const_cast<std::uint8_t*>(bytes.data()),
-        bytes.size(), 0, bytes.size(), std::make_unique<Handle>(picture).release(),
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): by its flag nobody writes into it.
+    auto* data = const_cast<std::uint8_t*>(bytes.data());
+    GstBuffer* buffer = gst_buffer_new_wrapped_full(GST_MEMORY_FLAG_READONLY, data, bytes.size(), 0, bytes.size(),
+        std::make_unique<Handle>(picture).release(),
         [](gpointer handle) { std::unique_ptr<Handle>(static_cast<Handle*>(handle)).reset(); });
     GST_BUFFER_PTS(buffer) = toClockTime(time);
     GST_BUFFER_DURATION(buffer) = toClockTime(length);

@@ -70,7 +70,7 @@ fs::path tabFile(const TemporaryFolder& folder, double seconds)
 
 TEST_F(Bridge, RecordsATabIntoTheLibrary)
 {
-    TemporaryFolder media;
+    const TemporaryFolder media;
     const fs::path tab = tabFile(media, 6);
     const fs::path voice = media / "voice.webm";
     ffmpeg({"-f", "lavfi", "-i", "sine=300:duration=5.9", "-c:a", "libopus", "-live", "1", voice.string()});
@@ -121,7 +121,7 @@ TEST_F(Bridge, RecordsATabIntoTheLibrary)
 /// What a browser sent before it went, or before the helper was killed, is there and can be prepared.
 TEST_F(Bridge, KeepsWhatCameBeforeTheEnd)
 {
-    TemporaryFolder media;
+    const TemporaryFolder media;
     const std::string content = readFile(tabFile(media, 8));
     const auto recordHalf = [&](BridgeProcess& bridge) {
         bridge.send(startScreen);
@@ -138,7 +138,7 @@ TEST_F(Bridge, KeepsWhatCameBeforeTheEnd)
         {"killed", [](BridgeProcess& bridge) { bridge.kill(SIGKILL); }},
         {"half a message",
             [](BridgeProcess& bridge) {
-                bridge.sendBytes(std::string("\x40\0\0\0{\"type\":\"chunk\"", 20));
+                bridge.sendBytes(std::string("\x40\0\0\0{\"type\":\"chunk\"", 19));
                 EXPECT_EQ(bridge.hangUp(), 0);
             }},
         {"an impossible length",
@@ -295,7 +295,7 @@ TEST_F(Bridge, NeedsLittleMemory)
     BridgeProcess bridge(library.path());
     bridge.send(startScreen);
     EXPECT_THAT(*bridge.answer(), HasSubstr("started"));
-    const std::string piece(384 * 1024, 'x');
+    const std::string piece(std::size_t{384} * 1024, 'x');
     for (int i = 0; i < 300; ++i) {
         bridge.send(chunkMessage("screen", i, piece));
         EXPECT_THAT(*bridge.answer(), HasSubstr("written"));

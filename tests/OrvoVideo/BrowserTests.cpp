@@ -18,7 +18,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 using Json = std::unique_ptr<yyjson_doc, void (*)(yyjson_doc*)>;

@@ -260,6 +260,7 @@ TEST_F(EditingTests, UndoAfterAnyEditsGivesTheSameValue)
     std::mt19937_64 random(22);
     openNew(60);
     std::vector<TranscriptWord> words;
+    words.reserve(40);
     for (int i = 0; i < 40; ++i)
         words.push_back(word("w", i, i + 0.8));
     transcribe(words);

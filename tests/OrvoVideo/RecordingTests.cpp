@@ -18,11 +18,9 @@ namespace orvo::test {
 
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::Field;
 using testing::IsEmpty;
-using testing::IsSupersetOf;
 using testing::SizeIs;
 
 namespace fs = std::filesystem;
@@ -72,7 +70,7 @@ TEST_F(RecordingTests, ARecordingIsCountedDownPausedMarkedAndOpenedWhenItEnds)
     begin();
     select(other);
     ASSERT_TRUE(display.xdotool({"mousemove", "160", "90"}));
-    QSignalSpy countdown(model.get(), &AppModel::countdownChanged);
+    const QSignalSpy countdown(model.get(), &AppModel::countdownChanged);
     model->startRecording();
     EXPECT_TRUE(model->busy());
     model->startRecording(); // Ignored.

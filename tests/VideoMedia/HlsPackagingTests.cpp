@@ -17,9 +17,7 @@ namespace orvo::test {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::Contains;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;

@@ -14,7 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::SizeIs;
 

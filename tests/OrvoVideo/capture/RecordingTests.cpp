@@ -201,7 +201,7 @@ TEST_F(ScreenRecording, PausesAreCutsAndNothingOfThemIsRecorded)
 
 TEST_F(ScreenRecording, WhatChangesDuringAPauseIsThereAfterItAndNotBefore)
 {
-    const auto paint = [this](const char* colour) { ASSERT_TRUE(run("xsetroot", {"-solid", colour})); };
+    const auto paint = [](const char* colour) { ASSERT_TRUE(run("xsetroot", {"-solid", colour})); };
     paint("red");
     auto session = start(planOf(CaptureSources::displays().front()));
     waitFor(*session, 1);
