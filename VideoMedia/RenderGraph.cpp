@@ -155,7 +155,8 @@ private:
             end += length;
             const std::int64_t shown = std::max<std::int64_t>(framesOf(end) - frames, 1);
             frames += shown;
-            if (shown != framesOf(length))
+            // A length between two frames would be rounded once more.
+            if (std::abs(length * rate - static_cast<double>(shown)) > 1e-3)
                 length = static_cast<double>(shown) / rate;
             const double fade = count > 1 ? std::min(std::max(m_project.edit.fade, 0.0), length / largestFadeShare) : 0;
             m_chains.add(std::format("[{}:v]scale={}:{}:force_original_aspect_ratio=decrease,"
@@ -169,6 +170,16 @@ private:
         m_chains.add(std::format("{}concat=n={}:v=1:a=0{}", labels("source", count), count, current()));
     }
 
+    /// The size of an image of a width in pixels. Of a narrow one the height that goes with it may come to nothing, which
+    /// ffmpeg takes for an error or for the image's own.
+    static std::string imageSize(std::int64_t width)
+    {
+        constexpr std::int64_t narrow = 16;
+        if (width >= narrow)
+            return std::format("{}:-2", width);
+        return std::format("{0}:h='max(2,2*round({0}*ih/iw/2))'", std::max<std::int64_t>(width, 2));
+    }
+
     void addImages()
     {
         std::size_t n = 0;
@@ -176,8 +187,8 @@ private:
             if (overlay.kind != Overlay::Kind::image)
                 continue;
             const std::size_t input = m_inputs.size() + 1 + n;
-            m_chains.add(std::format("[{}:v]scale={}:-2{}", input,
-                std::max<std::int64_t>(truncated(overlay.width * m_width), 1), label("image", n)));
+            const auto width = truncated(overlay.width * m_width);
+            m_chains.add(std::format("[{}:v]scale={}{}", input, imageSize(width), label("image", n)));
             m_chains.add(std::format("{}{}overlay=x={}:y={}:enable='between(t,{},{})':shortest=0{}", current(),
                 label("image", n), numberText(overlay.x * m_width), numberText(overlay.y * m_height),
                 numberText(overlay.start), numberText(overlay.end), label("over", n)));
