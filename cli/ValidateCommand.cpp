@@ -162,8 +162,12 @@ private:
     void checkImage(const VideoProject& project, const Overlay& overlay)
     {
         const auto place = present(project, overlay.content);
-        if (place && !m_quick && !OverlayImage::isUsable(*place))
-            error(std::format("{} no es una imagen que se pueda mostrar.", inQuotes(overlay.content)));
+        try {
+            if (place && !m_quick && !OverlayImage::isUsable(*place))
+                error(std::format("{} no es una imagen que se pueda mostrar.", inQuotes(overlay.content)));
+        } catch (const std::system_error& failure) {
+            error(describe(failure)); // Of an ffmpeg that cannot be run.
+        }
     }
 
     /// What work that was killed left behind.
