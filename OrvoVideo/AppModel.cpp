@@ -3,6 +3,8 @@
 #include "OrvoVideo/Text.h"
 #include "Platform/StoredSettings.h"
 
+#include <QGuiApplication>
+
 namespace orvo {
 
 AppModel::AppModel(AppServices services, QObject* parent)
@@ -51,6 +53,8 @@ AppModel::AppModel(AppServices services, QObject* parent)
     });
     m_previewAnswer.give(PreviewOutcome::superseded); // There is none yet.
 
+    if (const auto* desktop = qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        connect(desktop, &QGuiApplication::applicationStateChanged, this, &AppModel::toolsChanged);
     if (m_services.observe)
         m_notifications = m_services.observe([this](std::string_view name) { hearNotification(name); });
     start(setUpBrowsers());

@@ -93,12 +93,13 @@ class AppModel : public QObject {
     Q_PROPERTY(QString exportQuality READ exportQuality WRITE setExportQuality NOTIFY exportQualityChanged)
     Q_PROPERTY(QString language READ language WRITE setLanguage NOTIFY languageChanged)
     Q_PROPERTY(QString speechModel READ speechModel WRITE setSpeechModel NOTIFY transcriptionChanged)
-    Q_PROPERTY(bool ffmpegAvailable READ ffmpegAvailable CONSTANT)
+    Q_PROPERTY(bool ffmpegAvailable READ ffmpegAvailable NOTIFY toolsChanged)
     Q_PROPERTY(QString permissionsText READ permissionsText CONSTANT)
     // Publishing.
     Q_PROPERTY(QString domainText READ domainText WRITE setDomainText NOTIFY domainTextChanged)
     Q_PROPERTY(bool publicLink READ publicLink WRITE setPublicLink NOTIFY publicLinkChanged)
     Q_PROPERTY(QString serverURL READ serverURL WRITE setServerURL NOTIFY serverURLChanged)
+    Q_PROPERTY(QString driveReturnAddress READ driveReturnAddress NOTIFY serverURLChanged)
     Q_PROPERTY(QString adminToken READ adminToken WRITE setAdminToken NOTIFY adminTokenChanged)
     Q_PROPERTY(QString connectionStatus READ connectionStatus NOTIFY connectionStatusChanged)
     Q_PROPERTY(QString oauthClientID READ oauthClientID WRITE setOauthClientID NOTIFY oauthClientIDChanged)
@@ -237,6 +238,9 @@ public:
     PreviewPlayer* player() const { return m_services.player.get(); }
     PreviewPlayer* cameraPlayer() const { return m_services.cameraPlayer.get(); }
     double playhead() const { return m_playhead; }
+    /// Where the camera's film ends on the recording timeline, in seconds; 0 without one. Nothing of it is shown from there
+    /// on.
+    double cameraEnd() const { return m_cameraEnd; }
     bool playing() const { return m_playing; }
 
     /// How far the players are with the open project.
@@ -331,6 +335,8 @@ public:
     // --- The publishing server (AppModelSettings.cpp) ---------------------------------------------------------------------
 
     QString serverURL() const { return m_serverURL; }
+    /// Where Google returns to after the authorisation of Drive: what the OAuth client must be registered with.
+    QString driveReturnAddress() const;
     void setServerURL(const QString& address);
     /// The credential of the server's administrator; kept in the keychain.
     QString adminToken() const { return m_adminToken; }
@@ -420,7 +426,8 @@ public:
 
     // --- The installation (AppModelInstallation.cpp) ----------------------------------------------------------------------
 
-    /// Whether an `ffmpeg` is found.
+    /// Whether an `ffmpeg` is found now. `toolsChanged` asks to look again: the application came to the front, perhaps from
+    /// a terminal in which it was installed.
     bool ffmpegAvailable() const;
     /// Show the folder of the library and the folder for speech models (which is made) in the file manager.
     Q_INVOKABLE void openProjectsFolder();
@@ -465,6 +472,7 @@ signals:
     void connectionStatusChanged();
     void oauthClientIDChanged();
     void oauthClientSecretChanged();
+    void toolsChanged();
 
 protected:
     enum class Recording : std::uint8_t { no, running, paused };
@@ -490,7 +498,7 @@ private:
 
     // The library.
     QCoro::Task<> listLibrary();
-    void showLibrary(std::vector<VideoProject> projects, const std::map<Uuid, std::optional<std::int32_t>>& recorders);
+    void showLibrary(std::vector<VideoProject> projects);
     QCoro::Task<> openUnlisted(Uuid id);
     void openProject(VideoProject project, std::optional<VideoProject> unsavedEdits);
 
@@ -563,6 +571,8 @@ private:
     QCoro::Task<> publishProject(VideoProject project, WorkControl control);
     QCoro::Task<std::shared_ptr<PublicationPackage>> preparePackage(VideoProject project, WorkControl control);
     void showPublication();
+    /// Whether the fields say what a publication says, so that nothing typed is lost when they follow another.
+    bool policyIsThatOf(const std::optional<Publication>& publication) const;
     void copyEmbedOf(const Publication& publication);
 
     // The publishing server.
@@ -596,8 +606,7 @@ private:
     Gesture m_gesture = Gesture::none;
     Span m_selectedSpan;
 
-    // Numbers of saved versions that are none of the open project.
-    static constexpr std::uint64_t recoveryMark = 0;
+    // The number of a saved version of another project than the open one.
     static constexpr std::uint64_t otherProject = 1;
 
     std::uint64_t m_edited = 1; ///< Counts the versions of the open project.
@@ -610,6 +619,8 @@ private:
     QFileSystemWatcher m_documentWatcher;
 
     double m_playhead = 0;
+    double m_sought = 0; ///< What the player was last asked for: the playhead in whole ticks.
+    double m_cameraEnd = 0;
     bool m_playing = false;
     bool m_ended = false; ///< Playback has come to the end, which may lie before the project's.
     std::optional<double> m_announced; ///< The end of the cut that the player was last told to expect.
@@ -642,6 +653,13 @@ private:
 
     QString m_domainText;
     bool m_publicLink = false;
+    /// Domains and link as typed for the publication under way.
+    struct TypedPolicy {
+        Uuid project;
+        QString domains;
+        bool isPublic = false;
+    };
+    std::optional<TypedPolicy> m_typedPolicy;
     QString m_serverURL;
     QString m_adminToken;
     QString m_connectionStatus = QStringLiteral("Sin comprobar");

@@ -180,11 +180,11 @@ QCoro::Task<> AppModel::copyImage(fs::path image)
 {
     if (!m_project || isRecording())
         co_return;
-    const auto opening = m_opening;
+    const Uuid id = m_project->id;
     const auto name = co_await m_workers.run([store = store(), project = *m_project, image](const std::stop_token& stop) {
         return copyIntoProject(store, project, image, stop);
     });
-    if (opening != m_opening)
+    if (!m_project || m_project->id != id)
         co_return; // Another project was opened meanwhile.
     update([&](VideoProject& project) {
         project.edit.overlays.edit().push_back(Edits::makeOverlay(project, Overlay::Kind::image, name, m_playhead));

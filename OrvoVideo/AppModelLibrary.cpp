@@ -4,29 +4,8 @@
 
 #include <QScopeGuard>
 #include <algorithm>
-#include <map>
 
 namespace orvo {
-
-namespace {
-
-/// The library as it lies on disk, with the process that records each project marked so.
-struct Listing {
-    std::vector<VideoProject> projects;
-    std::map<Uuid, std::optional<std::int32_t>> recorders;
-};
-
-Listing listingOf(const ProjectStore& store)
-{
-    Listing listing{store.list(), {}};
-    for (const auto& project : listing.projects) {
-        if (CaptureSession::isMarkedRecording(project))
-            listing.recorders.emplace(project.id, CaptureSession::recordingProcess(store.directory(project.id)));
-    }
-    return listing;
-}
-
-} // namespace
 
 void AppModel::refreshLibrary()
 {
@@ -45,23 +24,24 @@ QCoro::Task<> AppModel::listLibrary()
     do {
         m_listAgain = false;
         co_await m_documents.settled(); // What is being saved is listed as it will be.
-        auto listing = co_await m_workers.run([store = store()] { return listingOf(store); });
+        auto projects = co_await m_workers.run([store = store()] { return store.list(); });
+        for (auto& project : projects) {
+            if (!CaptureSession::isMarkedRecording(project))
+                continue;
+            if (auto settled = co_await m_documents.settleRecording(project.id, busy()))
+                project = std::move(*settled);
+        }
         if (isRecording())
             co_return;
-        showLibrary(std::move(listing.projects), listing.recorders);
+        showLibrary(std::move(projects));
     } while (m_listAgain);
 }
 
-void AppModel::showLibrary(std::vector<VideoProject> projects, const std::map<Uuid, std::optional<std::int32_t>>& recorders)
+void AppModel::showLibrary(std::vector<VideoProject> projects)
 {
     for (auto& project : projects) {
         if (m_project && project.id == m_project->id && unsavedChanges())
             project = *m_project; // Newer than what was read.
-        const auto recorder = recorders.find(project.id);
-        if (recorder == recorders.end() || CaptureSession::isAlive(recorder->second, busy()))
-            continue;
-        project.state = CaptureSession::interruptedState(project.state);
-        m_documents.save(project, recoveryMark);
     }
     m_library.setProjects(SharedList(std::move(projects)));
     for (const auto& project : m_library.projects()) {
@@ -94,11 +74,21 @@ QCoro::Task<> AppModel::select(VideoProject project)
 {
     if (isRecording())
         co_return;
-    if (CaptureSession::isMarkedRecording(project)) {
-        setStatus(QStringLiteral("Termina esta grabación antes de editarla."));
-        co_return;
-    }
     const auto opening = ++m_opening;
+    if (CaptureSession::isMarkedRecording(project)) {
+        // The row may be older than the end of the recording.
+        auto settled = co_await m_documents.settleRecording(project.id, busy());
+        if (settled)
+            m_library.replace(*settled);
+        if (opening != m_opening || isRecording())
+            co_return;
+        if (!settled || CaptureSession::isMarkedRecording(*settled)) {
+            setStatus(QStringLiteral("Termina esta grabación antes de editarla."));
+            co_return;
+        }
+        project = std::move(*settled);
+        refreshLibrary();
+    }
     std::optional<ProjectDocuments::Opened> opened;
     std::uint64_t edited = 0;
     std::uint64_t changes = 0;
@@ -122,6 +112,7 @@ QCoro::Task<> AppModel::select(VideoProject project)
 
 void AppModel::openProject(VideoProject project, std::optional<VideoProject> unsavedEdits)
 {
+    m_gesture = Gesture::none;
     m_history.clear();
     m_suggestions.setSuggestions({});
     m_asked = m_edited;

@@ -20,6 +20,16 @@ bool sameButVolumes(const PreviewComposition& a, const PreviewComposition& b)
         && std::ranges::equal(a.audio, b.audio, sameClip);
 }
 
+/// The time of a seek in whole ticks, in the same frame as the exact time: at rates whose frames do not begin on ticks, the
+/// nearest one may lie in the frame before.
+double ticksFor(double seconds, double fps)
+{
+    constexpr double tolerance = 1e-6; // Of a frame, for what is computed from frame numbers.
+    const double ticks = std::round(seconds * ticksPerSecond);
+    const double frame = std::floor(seconds * fps + tolerance);
+    return (std::floor(ticks / ticksPerSecond * fps + tolerance) < frame ? ticks + 1 : ticks) / ticksPerSecond;
+}
+
 } // namespace
 
 PreviewComposition AppModel::compose(const VideoProject& project) const
@@ -101,11 +111,13 @@ void AppModel::setPreview(Preview preview)
 QCoro::Task<> AppModel::rebuildCamera(std::optional<std::filesystem::path> file)
 {
     m_cameraFile = file;
+    m_cameraEnd = 0;
     if (!file) {
         cameraPlayer()->clear();
         co_return;
     }
     PreviewComposition composition;
+    double end = 0;
     try {
         // The picture keeps its own shape; the windows place it.
         const auto facts = co_await m_workers.run(
@@ -116,6 +128,7 @@ QCoro::Task<> AppModel::rebuildCamera(std::optional<std::filesystem::path> file)
             if (facts.video->frameRate >= 1)
                 composition.fps = static_cast<int>(std::lround(facts.video->frameRate));
             composition.video.push_back({*file, 0});
+            end = facts.duration.value_or(0);
         }
     } catch (const Cancelled&) {
         throw;
@@ -124,10 +137,14 @@ QCoro::Task<> AppModel::rebuildCamera(std::optional<std::filesystem::path> file)
     }
     if (m_cameraFile != file)
         co_return;
-    if (composition.video.empty())
+    if (composition.video.empty()) {
         cameraPlayer()->clear();
-    else
-        cameraPlayer()->load(composition);
+        co_return;
+    }
+    m_cameraEnd = end;
+    cameraPlayer()->load(composition);
+    if (m_playhead > 0) // It may have moved while the camera was opened.
+        cameraPlayer()->seek(ticksFor(m_playhead, static_cast<double>(m_project->fps)));
 }
 
 void AppModel::followVolumes()
@@ -154,9 +171,9 @@ void AppModel::followProject()
 void AppModel::seek(double seconds)
 {
     const double time = seconds >= 0 && std::isfinite(seconds) ? seconds : 0;
-    const double ticks = std::round(time * ticksPerSecond) / ticksPerSecond;
-    player()->seek(ticks);
-    cameraPlayer()->seek(ticks);
+    m_sought = ticksFor(time, m_project ? static_cast<double>(m_project->fps) : 0);
+    player()->seek(m_sought);
+    cameraPlayer()->seek(m_sought);
     m_announced.reset();
     m_ended = false;
     setPlayhead(time);
@@ -198,7 +215,9 @@ void AppModel::togglePlaying()
 
 void AppModel::watchPlayback(double seconds)
 {
-    setPlayhead(std::isfinite(seconds) ? seconds : 0);
+    // A player that stands answers a seek with the tick it was asked for; the playhead is exact.
+    if (player()->rate() != 0 || seconds != m_sought)
+        setPlayhead(std::isfinite(seconds) ? seconds : 0);
     if (m_project && player()->rate() > 0) {
         const auto& cuts = m_project->edit.cuts;
         // Seeks go to whole ticks: half of one before its end a cut is over.

@@ -3,9 +3,25 @@
 #include "OrvoVideo/publishing/Sharing.h"
 
 #include <QMetaObject>
+#include <QScopeGuard>
 #include <QStringList>
 
 namespace orvo {
+
+namespace {
+
+/// The domains of a publication as the field shows them.
+QString domainTextOf(const std::optional<Publication>& publication)
+{
+    QStringList domains;
+    if (publication) {
+        for (const auto& domain : publication->domains)
+            domains += QString::fromStdString(domain);
+    }
+    return domains.join(QStringLiteral(", "));
+}
+
+} // namespace
 
 void AppModel::publish()
 {
@@ -18,16 +34,15 @@ void AppModel::publish()
 
 QCoro::Task<> AppModel::publishProject(VideoProject project, WorkControl control)
 {
-    QString domains = m_domainText;
-    bool isPublic = m_publicLink;
+    // What was typed counts until it is sent, also when the project is left and opened again meanwhile.
+    m_typedPolicy = TypedPolicy{.project = project.id, .domains = m_domainText, .isPublic = m_publicLink};
+    const auto done = qScopeGuard([this] { m_typedPolicy.reset(); });
     co_await saveSettings(control);
     const auto publisher = makePublisher();
+    co_await m_workers.run({.stop = control.stop, .progress = {}},
+        [publisher](const std::stop_token& stop) { publisher->requireStorage(stop); });
     const auto package = co_await preparePackage(project, control);
     co_await m_documents.settled(); // The document is among what is uploaded.
-    if (m_project && m_project->id == project.id) { // What was typed meanwhile counts; that of another project does not.
-        domains = m_domainText;
-        isPublic = m_publicLink;
-    }
     // Called on another thread. It comes before what follows: both wait their turn in the same queue.
     const auto tell = [this](const std::string& text, double fraction) {
         QMetaObject::invokeMethod(
@@ -39,8 +54,9 @@ QCoro::Task<> AppModel::publishProject(VideoProject project, WorkControl control
             Qt::QueuedConnection);
     };
     const auto publication = co_await m_workers.run({.stop = control.stop, .progress = {}},
-        [publisher, package, project, store = store(), tell, origins = authorisedDomains(domains.toStdString()), isPublic](
-            const std::stop_token& stop) {
+        [publisher, package, project, store = store(), tell,
+            origins = authorisedDomains(m_typedPolicy->domains.toStdString()),
+            isPublic = m_typedPolicy->isPublic](const std::stop_token& stop) {
             return publisher->publish(project, store, package->hls(), origins, isPublic, tell, stop);
         });
     co_await updateProject(project.id, [publication](VideoProject& published) { published.publication = publication; });
@@ -103,7 +119,10 @@ void AppModel::copyLink()
 {
     if (!m_project || !m_project->publication)
         return;
-    m_services.pasteboard->setText(m_project->publication->url);
+    if (!m_services.pasteboard->setText(m_project->publication->url)) {
+        setStatus(QStringLiteral("No se ha podido copiar el enlace. Pulsa «Copiar enlace» con la ventana delante."));
+        return;
+    }
     setStatus(m_project->publication->publicLink
             ? QStringLiteral("Enlace copiado")
             : QStringLiteral("Enlace copiado; activa el enlace público para poder abrirlo"));
@@ -117,20 +136,27 @@ void AppModel::copyEmbed()
 
 void AppModel::copyEmbedOf(const Publication& publication)
 {
-    m_services.pasteboard->setText(embedCode(m_serverURL.toStdString(), publication.videoID));
-    setStatus(QStringLiteral("Código iframe copiado"));
+    const bool isCopied = m_services.pasteboard->setText(embedCode(m_serverURL.toStdString(), publication.videoID));
+    setStatus(isCopied ? QStringLiteral("Código iframe copiado")
+                       : QStringLiteral("Vídeo publicado. Pulsa «Copiar iframe» en Compartir para copiar su código."));
 }
 
 void AppModel::showPublication()
 {
-    const auto& publication = m_project->publication;
-    QStringList domains;
-    if (publication) {
-        for (const auto& domain : publication->domains)
-            domains += QString::fromStdString(domain);
+    if (m_typedPolicy && m_typedPolicy->project == m_project->id) {
+        const auto typed = *m_typedPolicy;
+        setDomainText(typed.domains);
+        setPublicLink(typed.isPublic);
+        return;
     }
-    setDomainText(domains.join(QStringLiteral(", ")));
+    const auto& publication = m_project->publication;
+    setDomainText(domainTextOf(publication));
     setPublicLink(publication && publication->publicLink);
+}
+
+bool AppModel::policyIsThatOf(const std::optional<Publication>& publication) const
+{
+    return m_domainText == domainTextOf(publication) && m_publicLink == (publication && publication->publicLink);
 }
 
 void AppModel::setDomainText(const QString& text)
@@ -138,6 +164,8 @@ void AppModel::setDomainText(const QString& text)
     if (m_domainText == text)
         return;
     m_domainText = text;
+    if (m_typedPolicy && m_project && m_typedPolicy->project == m_project->id)
+        m_typedPolicy->domains = text;
     emit domainTextChanged();
 }
 
@@ -146,6 +174,8 @@ void AppModel::setPublicLink(bool isPublic)
     if (m_publicLink == isPublic)
         return;
     m_publicLink = isPublic;
+    if (m_typedPolicy && m_project && m_typedPolicy->project == m_project->id)
+        m_typedPolicy->isPublic = isPublic;
     emit publicLinkChanged();
 }
 

@@ -116,6 +116,7 @@ QCoro::Task<> AppModel::beginRecording(std::stop_token stop)
         [store = m_services.store.get(), engine = m_services.recording.engine.get(), plan = std::move(plan),
             listener = std::move(listener)] { return std::make_shared<RecordingSession>(*store, *engine, plan, listener); });
     ++m_opening; // Whatever was being opened no longer is.
+    flushSave(); // The open project could be edited until now.
     setRecording(Recording::running);
     openProject(m_session->project(), std::nullopt);
     player()->clear();
@@ -202,6 +203,8 @@ QCoro::Task<> AppModel::endRecording()
     m_recordingClock.stop();
     const auto result = co_await m_recorder.run([session = m_session] { return session->stop(); });
     m_session.reset();
+    // Before edits are possible again: the open project was the last checkpoint, which must not be saved over the result.
+    setProject(result.project);
     setRecording(Recording::no);
     m_capture.release();
     setCaptured({});
@@ -210,8 +213,6 @@ QCoro::Task<> AppModel::endRecording()
     if (result.project.state == ProjectState::ready) {
         co_await select(result.project);
         setStatus(QStringLiteral("Grabación guardada"));
-    } else {
-        setProject(result.project);
     }
     setBusy(false);
     refreshLibrary();

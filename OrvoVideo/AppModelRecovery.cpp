@@ -85,6 +85,7 @@ QCoro::Task<> AppModel::changeProject(Uuid id, std::function<void(VideoProject&)
         change(project);
         m_documents.save(project, otherProject);
         co_await m_documents.settled();
+        m_library.replace(project);
         co_return;
     }
     // On what is there now: the project could be edited meanwhile.
@@ -96,6 +97,8 @@ QCoro::Task<> AppModel::changeProject(Uuid id, std::function<void(VideoProject&)
         m_history.amend(*m_project, after);
     else
         m_history.clear();
+    if (m_gesture == Gesture::recorded)
+        m_gesture = Gesture::begun; // The drag continues in a step of its own.
     setProject(std::move(after));
     emit historyChanged();
     noteEdit();

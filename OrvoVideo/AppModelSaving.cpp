@@ -75,8 +75,6 @@ void AppModel::noteWritten(const Uuid& id, std::uint64_t version)
 
 void AppModel::noteSaveFailed(const Uuid& id, std::uint64_t version, const QString& reason)
 {
-    if (version == recoveryMark) // It is made again when the library is listed the next time.
-        return;
     if (m_project && m_project->id == id && m_asked == version)
         m_asked = m_written; // The next save tries again.
     if (version != m_quiet)
@@ -137,7 +135,16 @@ QCoro::Task<> AppModel::reloadWhenChangedElsewhere()
         co_return;
     // A step to undo, so that what was here is not lost.
     m_history.record(*m_project, changed->project);
+    if (m_gesture == Gesture::recorded)
+        m_gesture = Gesture::begun;
+    const bool showsOther = changed->project.publication != m_project->publication && policyIsThatOf(m_project->publication);
     setProject(changed->project);
+    if (showsOther)
+        showPublication();
+    setSelectedSpan(
+        {std::min(m_selectedSpan.start, m_project->duration), std::min(m_selectedSpan.end, m_project->duration)});
+    if (!m_suggestions.suggestions().empty())
+        findSuggestions();
     emit historyChanged();
     m_library.replace(*m_project);
     setStatus(QStringLiteral("El proyecto ha cambiado fuera de Orvo Video y se ha vuelto a cargar."));

@@ -1,4 +1,5 @@
 #include "OrvoVideo/AppModel.h"
+#include "OrvoVideo/publishing/Sharing.h"
 #include "Platform/StoredSettings.h"
 #include "VideoCore/Error.h"
 
@@ -47,12 +48,16 @@ QCoro::Task<> AppModel::saveSettings(WorkControl control)
         quiet, [save = m_services.saveSecret, token = m_adminToken.toStdString()](const std::stop_token& stop) {
             save(token, credentialAccount, stop);
         });
+    refuseUser(m_serverURL.toStdString());
+    setServerURL(QString::fromStdString(serverAddress(m_serverURL.toStdString())));
     co_await m_workers.run(
         quiet, [address = m_serverURL.toStdString()] { StoredSettings::setText(StoredSettings::serverURL, address); });
 }
 
 void AppModel::readServerCredential()
 {
+    if (idle())
+        clearError(); // It stands beside the state of the connection.
     perform([this](WorkControl control) -> QCoro::Task<> {
         setStatus(QStringLiteral("Esperando autorización del llavero…"));
         co_await loadCredential(control, Keychain::Interaction::allowed);
@@ -62,6 +67,8 @@ void AppModel::readServerCredential()
 
 void AppModel::checkConnection()
 {
+    if (idle())
+        clearError(); // It stands beside the state of the connection.
     perform([this](WorkControl control) -> QCoro::Task<> {
         co_await saveSettings(control);
         co_await lookAtServer(control);
@@ -79,6 +86,8 @@ QCoro::Task<> AppModel::lookAtServer(WorkControl control)
 
 void AppModel::configureOAuth()
 {
+    if (idle())
+        clearError(); // It stands beside the state of the connection.
     perform([this](WorkControl control) -> QCoro::Task<> {
         co_await saveSettings(control);
         co_await m_workers.run({.stop = control.stop, .progress = {}},
@@ -92,6 +101,8 @@ void AppModel::configureOAuth()
 
 void AppModel::connectDrive()
 {
+    if (idle())
+        clearError(); // It stands beside the state of the connection.
     perform([this](WorkControl control) -> QCoro::Task<> {
         co_await saveSettings(control);
         const auto address = co_await m_workers.run({.stop = control.stop, .progress = {}},
@@ -99,6 +110,11 @@ void AppModel::connectDrive()
         if (address)
             m_services.workspace->openAddress(*address);
     });
+}
+
+QString AppModel::driveReturnAddress() const
+{
+    return QString::fromStdString(orvo::driveReturnAddress(m_serverURL.toStdString()));
 }
 
 void AppModel::setServerURL(const QString& address)

@@ -1,5 +1,6 @@
 #include "OrvoVideo/ProjectDocuments.h"
 
+#include "VideoCore/CaptureSession.h"
 #include "VideoCore/DocumentCodec.h"
 #include "VideoCore/FileIO.h"
 
@@ -78,6 +79,35 @@ QCoro::Task<std::optional<ProjectDocuments::Changed>> ProjectDocuments::changedE
             return std::nullopt;
         }
     });
+}
+
+QCoro::Task<std::optional<VideoProject>> ProjectDocuments::settleRecording(Uuid id, bool thisProcessRecords)
+{
+    co_return co_await m_worker.run([this, id, thisProcessRecords] { return settle(id, thisProcessRecords); });
+}
+
+std::optional<VideoProject> ProjectDocuments::settle(const Uuid& id, bool thisProcessRecords)
+{
+    // The recorder first: what a process that has ended left on disk no longer changes.
+    const bool isAlive =
+        CaptureSession::isAlive(CaptureSession::recordingProcess(m_store.directory(id)), thisProcessRecords);
+    try {
+        auto project = m_store.load(id);
+        if (isAlive || !CaptureSession::isMarkedRecording(project))
+            return project;
+        project.state = CaptureSession::interruptedState(project.state);
+        try {
+            m_store.save(project);
+            const auto stamp = stampOf(m_store.directory(id) / ProjectStore::documentName);
+            if (const auto known = m_known.find(id); known != m_known.end() && stamp)
+                known->second = *stamp;
+        } catch (const std::exception&) {
+            // Read-only or full: it is shown as interrupted all the same.
+        }
+        return project;
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
 }
 
 void ProjectDocuments::accept(const Changed& changed)

@@ -72,6 +72,12 @@ public:
     /// has not, or when it cannot be read now.
     QCoro::Task<std::optional<Changed>> changedElsewhere(Uuid id);
 
+    /// Reads a document that is marked as being recorded and, when its recorder has ended, gives it the state of an
+    /// interrupted recording and saves it. Reading and saving are one step: a recording that ends by itself meanwhile keeps
+    /// the document it wrote. Returns the document as it is then, or nullopt when it cannot be read. A failed save is not
+    /// reported; the next call tries again.
+    QCoro::Task<std::optional<VideoProject>> settleRecording(Uuid id, bool thisProcessRecords);
+
     /// The changed document is the open one from now on.
     void accept(const Changed& changed);
 
@@ -108,6 +114,7 @@ private:
     // On the worker.
     std::optional<Opened> read(const Uuid& id);
     std::optional<VideoProject> readUnsavedEdits(const Uuid& id) const;
+    std::optional<VideoProject> settle(const Uuid& id, bool thisProcessRecords);
     void writePending(const Uuid& id);
     void writeUnsavedEdits(const Uuid& id);
     std::optional<std::string> keepOther(const Uuid& id);

@@ -16,8 +16,9 @@ public:
     Pasteboard& operator=(const Pasteboard&) = delete;
     virtual ~Pasteboard() = default;
 
-    /// Puts a plain text in place of what is there.
-    virtual void setText(const std::string& text) = 0;
+    /// Puts a plain text in place of what is there. Returns false where the desktop refuses it: Wayland takes a selection
+    /// only from the window that has the keyboard.
+    virtual bool setText(const std::string& text) = 0;
 };
 
 } // namespace orvo

@@ -9,7 +9,14 @@ namespace {
 
 class QtPasteboard final : public Pasteboard {
 public:
-    void setText(const std::string& text) override { QGuiApplication::clipboard()->setText(QString::fromStdString(text)); }
+    bool setText(const std::string& text) override
+    {
+        const bool needsFocus = QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+        if (needsFocus && !QGuiApplication::focusWindow())
+            return false;
+        QGuiApplication::clipboard()->setText(QString::fromStdString(text));
+        return QGuiApplication::clipboard()->ownsClipboard();
+    }
 };
 
 } // namespace

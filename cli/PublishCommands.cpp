@@ -91,6 +91,8 @@ Publication upload(Session& session, const VideoProject& project, const Access& 
     // Before the work that takes long: what is missing is told at once.
     Publisher publisher = runInterruptibly(
         "Conectando", [&](const ProgressCallback&, const std::stop_token& stop) { return PublishingServer::connect(stop); });
+    runInterruptibly(
+        "Conectando", [&](const ProgressCallback&, const std::stop_token& stop) { publisher.requireStorage(stop); });
     if (!package.isReady()) {
         runInterruptibly("Preparando vídeo", [&](const ProgressCallback& progress, const std::stop_token& stop) {
             package.render(FfprobeMediaProbe(), progress, stop);

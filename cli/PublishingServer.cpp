@@ -1,5 +1,6 @@
 #include "cli/PublishingServer.h"
 
+#include "OrvoVideo/publishing/Sharing.h"
 #include "Platform/Keychain.h"
 #include "Platform/StoredSettings.h"
 #include "VideoCore/Error.h"
@@ -15,7 +16,7 @@ std::string address()
     const auto stored = StoredSettings::text(StoredSettings::serverURL);
     if (!stored || stored->empty())
         throw captureError("No hay servidor de publicación. Indica el tuyo: orvo settings --server https://…");
-    return *stored;
+    return serverAddress(*stored);
 }
 
 std::string credential(const std::stop_token& stop)

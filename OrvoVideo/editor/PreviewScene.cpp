@@ -95,7 +95,7 @@ void PreviewScene::place()
 bool PreviewScene::cameraShown() const
 {
     const VideoProject* shown = project();
-    return shown && shown->edit.cameraVisible && !m_cameraShape.isEmpty()
+    return shown && shown->edit.cameraVisible && !m_cameraShape.isEmpty() && m_time < m_model->cameraEnd()
         && std::ranges::contains(shown->tracks, TrackKind::camera, &MediaTrack::kind);
 }
 
@@ -104,6 +104,7 @@ void PreviewScene::follow()
     const VideoProject* shown = project();
     if (!shown)
         return;
+    const bool cameraWasShown = cameraShown();
     m_time = m_model->playing() ? m_model->player()->position() : m_model->playhead();
     m_zoom = PreviewGeometry::previewTransform(m_trail.zooms(), m_time, {m_picture.width(), m_picture.height()});
     m_pointer = m_trail.at(m_time);
@@ -111,6 +112,8 @@ void PreviewScene::follow()
     const bool othersHalos = halos != m_halos;
     m_halos = std::move(halos);
     emit timeChanged();
+    if (cameraShown() != cameraWasShown)
+        emit placesChanged();
     if (othersHalos)
         emit halosChanged();
 }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
 #include <format>
 #include <set>
@@ -35,17 +36,36 @@ bool isSameTime(const timespec& one, const timespec& other)
     return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
 }
 
-/// The regular files below a folder, sorted by name folder by folder; none when it cannot be read.
-std::vector<fs::path> regularFiles(const fs::path& folder)
+/// What becomes of a folder that cannot be read to its end.
+enum class Unreadable : std::uint8_t {
+    left, ///< Its other entries and the other folders are taken.
+    failure,
+};
+
+/// Adds the regular files below a folder. Throws `std::filesystem::filesystem_error` with `Unreadable::failure`.
+void addRegularFiles(const fs::path& folder, Unreadable unreadable, std::vector<fs::path>& files)
+{
+    std::error_code error;
+    fs::directory_iterator entry(folder, error);
+    for (const fs::directory_iterator end; !error && entry != end; entry.increment(error)) {
+        std::error_code unknown;
+        const auto type = entry->symlink_status(unknown).type();
+        if (type == fs::file_type::regular)
+            files.push_back(entry->path());
+        else if (type == fs::file_type::directory)
+            addRegularFiles(entry->path(), unreadable, files);
+        else if (unknown && unreadable == Unreadable::failure)
+            throw fs::filesystem_error("read", entry->path(), unknown);
+    }
+    if (error && unreadable == Unreadable::failure)
+        throw fs::filesystem_error("read", folder, error);
+}
+
+/// The regular files below a folder, sorted by name folder by folder.
+std::vector<fs::path> regularFiles(const fs::path& folder, Unreadable unreadable)
 {
     std::vector<fs::path> files;
-    std::error_code error;
-    fs::recursive_directory_iterator entry(folder, fs::directory_options::skip_permission_denied, error);
-    for (const fs::recursive_directory_iterator end; !error && entry != end; entry.increment(error)) {
-        std::error_code ignored;
-        if (entry->symlink_status(ignored).type() == fs::file_type::regular)
-            files.push_back(entry->path());
-    }
+    addRegularFiles(folder, unreadable, files);
     std::ranges::sort(files);
     return files;
 }
@@ -63,7 +83,9 @@ public:
 
     void addFolder(const fs::path& folder, const std::string& prefix, std::string_view role)
     {
-        for (const auto& file : regularFiles(folder))
+        // A package with a hole would be published as if it were whole.
+        const auto unreadable = role == streamRole ? Unreadable::failure : Unreadable::left;
+        for (const auto& file : regularFiles(folder, unreadable))
             add(file, prefix + file.lexically_relative(folder).string(), role);
     }
 

@@ -51,13 +51,14 @@ Publisher::Publisher(std::string_view base, std::string token)
 }
 
 Publisher::Publisher(std::string_view base, std::string token, Options options)
-    : m_base(trimmed(base))
+    : m_base(serverAddress(base))
     , m_token(std::move(token))
     , m_options(std::move(options))
     , m_client(m_options.limits)
 {
     if (!isAcceptable(m_base))
         throw captureError("Usa una dirección HTTPS para el servicio.");
+    refuseUser(m_base);
 }
 
 void Publisher::waitFor(std::chrono::seconds time, const std::stop_token& stop)
@@ -139,7 +140,8 @@ JsonObject Publisher::request(
     JsonObject answer = JsonObject::parse(response.body).value_or(JsonObject());
     if (response.status >= 200 && response.status <= 299)
         return answer;
-    throw captureError(withoutCredential(answer.text("error").value_or("El servidor no ha podido completar la petición.")));
+    throw RefusedRequest(response.status,
+        withoutCredential(answer.text("error").value_or("El servidor no ha podido completar la petición.")));
 }
 
 void Publisher::updatePolicy(
@@ -151,7 +153,18 @@ void Publisher::updatePolicy(
 
 void Publisher::withdraw(const std::string& videoId, const std::stop_token& stop)
 {
-    request("api/videos/" + pathSegment(videoId), "DELETE", stop);
+    try {
+        request("api/videos/" + pathSegment(videoId), "DELETE", stop);
+    } catch (const RefusedRequest& refusal) {
+        if (refusal.status() != 404) // What the server does not know is withdrawn.
+            throw;
+    }
+}
+
+void Publisher::requireStorage(const std::stop_token& stop)
+{
+    if (!isDriveConnected(stop))
+        throw captureError("Conecta Google Drive desde Ajustes antes de publicar.");
 }
 
 bool Publisher::isDriveConnected(const std::stop_token& stop)

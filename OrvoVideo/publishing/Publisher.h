@@ -20,6 +20,20 @@ namespace orvo {
 struct PublicationFile;
 class FrozenFile;
 
+/// An answer of the server outside 200–299: a `captureError` with the status beside it.
+class RefusedRequest : public Error {
+public:
+    RefusedRequest(long status, const std::string& message)
+        : Error(captureError(message))
+        , m_status(status)
+    {
+    }
+    long status() const noexcept { return m_status; }
+
+private:
+    long m_status;
+};
+
 /// The client of a publishing server: its requests, and the resumable publication of a project.
 ///
 /// Made for one operation and dropped after it. Everything blocks, for worker threads; one thread at a time. The credential
@@ -38,7 +52,7 @@ public:
     /// `base` is the server's address, `token` the credential of its administrator. Sends nothing.
     ///
     /// Throws `captureError` with "Usa una dirección HTTPS para el servicio." for an address that is neither "https" nor on
-    /// "localhost".
+    /// "localhost", and with a text of its own for one that holds a user name or password.
     Publisher(std::string_view base, std::string token);
     Publisher(std::string_view base, std::string token, Options options);
 
@@ -54,7 +68,7 @@ public:
     /// Sends one request to `path`, which is appended to the address, and returns the answer; the object without keys when
     /// it is no JSON object.
     ///
-    /// An answer outside 200–299 is a `captureError` with the text that the server gives as its "error", else "El servidor
+    /// An answer outside 200–299 is a `RefusedRequest` with the text that the server gives as its "error", else "El servidor
     /// no ha podido completar la petición.". A redirection is followed within the server only. Throws also `TransportError`
     /// and `Cancelled`.
     JsonObject request(
@@ -83,8 +97,12 @@ public:
     void updatePolicy(const std::string& videoId, const std::vector<std::string>& domains, bool publicLink,
         const std::stop_token& stop = {});
 
-    /// Takes a published video back. Throws as `request`.
+    /// Takes a published video back. A video that the server does not know is taken back already. Throws as `request`.
     void withdraw(const std::string& videoId, const std::stop_token& stop = {});
+
+    /// Throws `captureError` with a text for the user when the server has nowhere to put a video yet, so that nothing is
+    /// rendered in vain; and as `request`.
+    void requireStorage(const std::stop_token& stop = {});
 
     /// Whether the server may use Drive. Throws as `request`.
     bool isDriveConnected(const std::stop_token& stop = {});

@@ -67,8 +67,7 @@ Publication Publisher::publish(const VideoProject& project, const ProjectStore& 
 {
     const std::string videoId = lowerCase(project.id.text());
     const fs::path sessionFile = store.directory(project.id) / sessionName;
-    if (!isDriveConnected(stop))
-        throw captureError("Conecta Google Drive desde Ajustes antes de publicar.");
+    requireStorage(stop);
     const auto video = JsonBuilder()
                            .set("id", videoId)
                            .set("title", project.title)

@@ -1,5 +1,7 @@
 #include "OrvoVideo/publishing/Sharing.h"
 
+#include "VideoCore/Error.h"
+
 #include <algorithm>
 #include <array>
 #include <format>
@@ -39,15 +41,34 @@ std::vector<std::string> authorisedDomains(std::string_view text)
     return domains;
 }
 
+std::string serverAddress(std::string_view typed)
+{
+    auto address = trimmed(typed);
+    while (address.ends_with('/'))
+        address.remove_suffix(1);
+    return std::string(address);
+}
+
+void refuseUser(std::string_view address)
+{
+    const std::size_t scheme = address.find("://");
+    const std::size_t host = scheme == std::string_view::npos ? 0 : scheme + 3;
+    if (address.substr(host, address.find_first_of("/?#", host) - host).contains('@'))
+        throw captureError("La dirección del servicio no puede llevar usuario ni contraseña. Escríbela sin ellos.");
+}
+
+std::string driveReturnAddress(std::string_view server)
+{
+    return serverAddress(server) + "/oauth/google/callback";
+}
+
 std::string embedCode(std::string_view server, std::string_view videoId)
 {
     while (server.starts_with('/'))
         server.remove_prefix(1);
-    while (server.ends_with('/'))
-        server.remove_suffix(1);
     return std::format("<iframe src=\"{}/embed/{}\" title=\"Orvo Video\" style=\"width:100%;aspect-ratio:16/9;border:0\" "
                        "allow=\"autoplay; fullscreen\" allowfullscreen loading=\"lazy\"></iframe>",
-        server, videoId);
+        serverAddress(server), videoId);
 }
 
 } // namespace orvo

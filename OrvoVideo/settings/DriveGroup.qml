@@ -32,7 +32,7 @@ SettingsGroup {
     TextEdit {
         objectName: "returnAddress"
         Layout.fillWidth: true
-        text: "Retorno: " + root.app.serverURL + "/oauth/google/callback"
+        text: "Retorno: " + root.app.driveReturnAddress
         color: Theme.secondaryText
         selectionColor: Theme.accent
         selectedTextColor: Theme.inkOnAccent

@@ -15,6 +15,8 @@ Popup {
     /// Opens and closes it where that follows from something else.
     property bool shown: false
     property bool answered: false
+    /// The cause of what a program reports at length; the whole report scrolls below it.
+    readonly property string shortMessage: Wording.cause(message)
 
     signal accepted()
     signal rejected()
@@ -77,16 +79,55 @@ Popup {
         }
         OLabel {
             width: parent.width
-            text: root.message
+            text: root.shortMessage
             wrapMode: Text.Wrap
             elide: Text.ElideRight
             maximumLineCount: 16
             lineHeight: 1.25
         }
+        ScrollView {
+            id: detailsView
+
+            objectName: "details"
+            width: parent.width
+            height: Math.min(implicitHeight, 200)
+            visible: root.shortMessage !== root.message
+            background: Rectangle {
+                color: Theme.raised
+                radius: Theme.radius
+            }
+
+            TextArea {
+                id: detailsText
+
+                objectName: "detailsText"
+                width: detailsView.availableWidth
+                readOnly: true
+                selectByMouse: true
+                text: root.message
+                color: Theme.secondaryText
+                selectionColor: Theme.accent
+                selectedTextColor: Theme.inkOnAccent
+                font.pixelSize: Theme.captionSize
+                wrapMode: TextEdit.Wrap
+                Accessible.name: "Detalles"
+            }
+        }
         Row {
             anchors.right: parent.right
             spacing: Theme.space(2)
 
+            OButton {
+                objectName: "copy"
+                visible: detailsView.visible
+                implicitHeight: Theme.prominentHeight
+                text: "Copiar"
+                onClicked: {
+                    detailsText.selectAll()
+                    detailsText.copy()
+                    detailsText.deselect()
+                }
+            }
             OButton {
                 visible: root.rejectText !== ""
                 implicitHeight: Theme.prominentHeight

@@ -19,6 +19,10 @@ public:
     static QString day(const QDateTime& when, const QDateTime& now);
     Q_INVOKABLE QString day(const QDateTime& when) const { return day(when, QDateTime::currentDateTime()); }
 
+    /// What a person reads of a message first. The report of a program that failed gives its reason near its end: the cause
+    /// is the message's beginning with that line. A short message is its own cause.
+    Q_INVOKABLE QString cause(const QString& message) const;
+
     /// Whether a local file is a movie or an image, by its name and its first bytes.
     Q_INVOKABLE bool isMovie(const QUrl& file) const;
     Q_INVOKABLE bool isImage(const QUrl& file) const;

@@ -26,7 +26,12 @@ void Work::start(std::coroutine_handle<> waiter)
     Q_ASSERT(QThread::currentThread() == m_runner.thread());
     m_waiter = waiter;
     m_runner.m_underWay.push_back(this);
-    m_runner.begin(*this);
+    try {
+        m_runner.begin(*this);
+    } catch (...) { // No thread is to be had: the coroutine receives the failure.
+        std::erase(m_runner.m_underWay, this);
+        throw;
+    }
 }
 
 void Work::execute() noexcept

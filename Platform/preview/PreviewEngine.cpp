@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <format>
+#include <ranges>
 #include <system_error>
 #include <utility>
 
@@ -262,7 +263,6 @@ std::shared_ptr<PreviewEngine::Composition> PreviewEngine::open(
             continue;
         composition->video.push_back(look(clip.file, facts.video->rotation));
         clips.push_back({.start = clip.start, .length = facts.duration.value_or(0)});
-        m_shelf.source(composition->video.back());
     }
     std::vector<std::shared_ptr<SoundTrack>> heard;
     for (const auto& clip : description.audio) {
@@ -274,9 +274,15 @@ std::shared_ptr<PreviewEngine::Composition> PreviewEngine::open(
         composition->sound.back() = std::make_shared<SoundTrack>(clip.file, clip.start, clip.volume);
         heard.push_back(composition->sound.back());
     }
-    // All files open at once, each on threads of its own; only here they are waited for.
-    for (const VideoFile& file : composition->video)
-        m_shelf.source(file).open(stop);
+    // Files open beside one another, each on threads of its own, as many as the shelf keeps. From the last to the first:
+    // those at the beginning, which are shown first, are still open afterwards.
+    const auto files = composition->video | std::views::reverse;
+    for (std::size_t i = 0; i < files.size() + VideoShelf::kept; ++i) {
+        if (i >= VideoShelf::kept)
+            m_shelf.source(files[static_cast<std::ptrdiff_t>(i - VideoShelf::kept)]).open(stop);
+        if (i < files.size())
+            m_shelf.source(files[static_cast<std::ptrdiff_t>(i)]);
+    }
     for (const auto& track : heard)
         track->open(stop);
     composition->layout = CompositionLayout(description.fps, std::move(clips), soundEnd);

@@ -22,6 +22,9 @@ struct VideoFile {
 /// Of one more it holds a spare, on which a likely jump is made ready while the others play on.
 class VideoShelf {
 public:
+    /// How many files stay open.
+    static constexpr std::size_t kept = 3;
+
     /// The opened file. Throws as `VideoSource`.
     VideoSource& source(const VideoFile& file);
 
@@ -37,8 +40,6 @@ private:
         VideoFile file;
         std::unique_ptr<VideoSource> source;
     };
-
-    static constexpr std::size_t kept = 3;
 
     std::list<Entry> m_entries; ///< The last used in front.
     std::optional<Entry> m_spare;

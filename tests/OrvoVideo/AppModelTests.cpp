@@ -1,6 +1,9 @@
 #include "ModelFixture.h"
+#include "VideoCore/CaptureSession.h"
 
 #include <QSignalSpy>
+#include <fstream>
+#include <unistd.h>
 
 namespace orvo::test {
 namespace {
@@ -204,7 +207,9 @@ TEST_F(AppModelTests, DoesNotOpenARecordingInProgress)
     for (const char* state : {"recording", "recording-tab"}) {
         auto recording = VideoProject::make("r");
         recording.state = state;
-        select(add(recording));
+        add(recording);
+        std::ofstream(store.directory(recording.id) / "capture-session.json") << CaptureSession::textFor(::getppid());
+        select(recording);
         EXPECT_EQ(project().id, open.id);
         EXPECT_EQ(model->status(), "Termina esta grabación antes de editarla.");
     }

@@ -41,7 +41,7 @@ public:
         }
         m_composition = asked;
         m_hasComposition = true;
-        m_position = 0;
+        m_position = std::exchange(m_awaited, 0);
         setRate(0);
         emit loaded();
     }
@@ -56,6 +56,7 @@ public:
     void load(const PreviewComposition& composition) override
     {
         loads.push_back(composition);
+        m_awaited = 0;
         if (!holdsAnswers)
             QMetaObject::invokeMethod(
                 this,
@@ -78,7 +79,15 @@ public:
     void seek(double seconds) override
     {
         seeks.push_back(seconds);
-        m_position = seconds;
+        m_position = m_awaited = seconds;
+        // As the real one, once the frame is there.
+        QMetaObject::invokeMethod(
+            this,
+            [this, number = seeks.size(), seconds] {
+                if (number == seeks.size())
+                    emit timeChanged(seconds);
+            },
+            Qt::QueuedConnection);
     }
     double position() const override { return m_position; }
     void expectSeek(double seconds) override { expected.push_back(seconds); }
@@ -90,6 +99,7 @@ private:
     bool m_hasComposition = false;
     double m_rate = 0;
     double m_position = 0;
+    double m_awaited = 0; ///< Where a load under way is to begin.
 };
 
 /// Panels that answer at once with the path the test has put there.
@@ -170,8 +180,14 @@ public:
 class FakePasteboard final : public Pasteboard {
 public:
     std::string text;
+    bool refuses = false; ///< As Wayland while another window has the keyboard.
 
-    void setText(const std::string& copied) override { text = copied; }
+    bool setText(const std::string& copied) override
+    {
+        if (!refuses)
+            text = copied;
+        return !refuses;
+    }
 };
 
 /// A keychain that has nothing.

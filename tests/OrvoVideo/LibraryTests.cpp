@@ -188,6 +188,60 @@ TEST_F(LibraryTests, OpensWhatAnotherProgramHasAddedSince)
     EXPECT_TRUE(waitUntil([&] { return model->library()->openRow() == 0; }));
 }
 
+TEST_F(LibraryTests, OpensARecordingThatEndedSinceTheListing)
+{
+    QProcess recorder;
+    recorder.start("sleep", {"600"});
+    ASSERT_TRUE(recorder.waitForStarted());
+    auto recording = addRecording("recording", R"({"pid": )" + std::to_string(recorder.processId()) + "}");
+    start();
+    const auto open = [&] { model->open(QString::fromStdString(recording.id.text())); };
+    open();
+    ASSERT_TRUE(waitUntil([&] { return model->status() == "Termina esta grabación antes de editarla."; }));
+    EXPECT_FALSE(model->hasProject());
+
+    recording.state = "ready";
+    store.save(recording);
+    open();
+    ASSERT_TRUE(waitUntil([&] { return model->hasProject(); }));
+    EXPECT_EQ(project(), onDisk());
+    EXPECT_EQ(listedState(recording), "ready");
+    recorder.kill();
+    recorder.waitForFinished();
+}
+
+TEST_F(LibraryTests, MarksOnlyWhatIsStillMarkedWhenItsRecorderHasEnded)
+{
+    ProjectDocuments documents(store);
+    struct Case {
+        const char* state;
+        pid_t recorder;
+        bool thisProcessRecords;
+        const char* expected;
+    };
+    for (const auto& [state, recorder, thisProcessRecords, expected] :
+        {Case{"recording", 0, false, "needs-recovery"}, Case{"ready", 0, false, "ready"},
+            Case{"recording", ::getpid(), true, "recording"}, Case{"recording-tab", ::getpid(), false, "recoverable-tab"}}) {
+        const auto recording = addRecording(state, R"({"pid": )" + std::to_string(recorder) + "}");
+        const auto settled = QCoro::waitFor(documents.settleRecording(recording.id, thisProcessRecords));
+        ASSERT_TRUE(settled);
+        EXPECT_EQ(settled->state, expected);
+        EXPECT_EQ(onDisk(recording.id).state, expected);
+    }
+    EXPECT_FALSE(QCoro::waitFor(documents.settleRecording(Uuid::random(), false)));
+}
+
+TEST_F(LibraryTests, ShowsAFailedPreparationAtOnce)
+{
+    auto bad = VideoProject::make("bad");
+    bad.state = "processing-tab";
+    bad.tracks = {track(TrackKind::screen, "media/screen.webm", 0, 1)};
+    add(bad);
+    start();
+    ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
+    EXPECT_EQ(listedState(bad), "needs-recovery");
+}
+
 TEST_F(LibraryTests, RecoversTheOpenRecording)
 {
     auto recording = VideoProject::make("cut off");
@@ -228,7 +282,7 @@ TEST_F(LibraryTests, AMarkThatCannotBeWrittenIsNoError)
     const auto recording = addRecording("recording", "");
     const FileSizeLimit full(100);
     start();
-    EXPECT_FALSE(model->prepareToQuit());
+    EXPECT_TRUE(model->prepareToQuit());
     EXPECT_EQ(listedState(recording), "needs-recovery");
     EXPECT_EQ(onDisk(recording.id).state, "recording");
     EXPECT_EQ(model->errorMessage(), "");

@@ -1,7 +1,10 @@
 #include "ModelFixture.h"
 #include "OrvoVideo/Text.h"
+#include "TestSupport/Media.h"
 
+#include <QCoreApplication>
 #include <QSignalSpy>
+#include <cmath>
 #include <fstream>
 
 namespace orvo::test {
@@ -150,6 +153,44 @@ TEST_F(PreviewTests, StepsByFramesWithinTheRecording)
     model->stepFrames(100'000);
     EXPECT_DOUBLE_EQ(model->playhead(), 299.0 / 30);
     EXPECT_FALSE(model->playing());
+}
+
+TEST_F(PreviewTests, ThePlayheadStaysWhereItWasPutAndStepsAtEveryRate)
+{
+    openRecording(usual());
+    const auto settle = [] { QCoreApplication::processEvents(); };
+    model->seek(1.2349); // As of a pressed word.
+    settle();
+    EXPECT_EQ(model->playhead(), 1.2349) << "not the tick of the player";
+    for (const std::int64_t fps : {25, 30, 60, 72, 90, 144}) {
+        model->update([&](VideoProject& project) { project.fps = fps; });
+        model->seek(0);
+        for (int frame = 1; frame <= 200; ++frame) {
+            model->stepFrames(1);
+            settle();
+            ASSERT_DOUBLE_EQ(model->playhead(), frame / static_cast<double>(fps)) << fps;
+            ASSERT_EQ(std::floor(player->seeks.back() * static_cast<double>(fps) + 1e-6), frame) << fps << ": what is shown";
+        }
+    }
+}
+
+TEST_F(PreviewTests, TheCameraIsWhereThePlayheadIsOnceItIsLoadedAndEndsWithItsFile)
+{
+    auto project = emptyProject(10);
+    project.tracks = {
+        track(TrackKind::screen, "media/screen.mov", 0, 10), track(TrackKind::camera, "media/camera.mov", 0, 2)};
+    add(project);
+    std::ofstream(store.directory(project.id) / "media/screen.mov") << "media";
+    makeVideo(store.directory(project.id) / "media/camera.mov", "testsrc2=size=64x36:rate=10:duration=2");
+    start();
+    QObject::connect(model.get(), &AppModel::previewChanged, model.get(), [this] {
+        if (model->preview() == AppModel::Preview::Ready) // The camera's file is looked at from now on.
+            QMetaObject::invokeMethod(model.get(), [this] { model->seek(1.5); }, Qt::QueuedConnection);
+    });
+    select(project);
+    ASSERT_TRUE(waitUntil([&] { return camera->hasComposition(); }));
+    EXPECT_EQ(camera->position(), 1.5);
+    EXPECT_NEAR(model->cameraEnd(), 2, 0.05);
 }
 
 TEST_F(PreviewTests, PlaysAndPauses)

@@ -128,6 +128,34 @@ TEST_F(RecordingTests, ARecordingIsCountedDownPausedMarkedAndOpenedWhenItEnds)
     EXPECT_TRUE(comesToHold([&] { return model->projects().size() == 2; }));
 }
 
+TEST_F(RecordingTests, KeepsEditsMadeWhileItBeginsAndEnds)
+{
+    const auto other = openNew(5, "Otro");
+    begin();
+    select(other);
+    QObject::connect(model.get(), &AppModel::countdownChanged, model.get(), [this] {
+        if (model->countdown() == 0) // Behind the save before the start.
+            QMetaObject::invokeMethod(model.get(), [this] { setTitle("editado al empezar"); }, Qt::QueuedConnection);
+    });
+    model->startRecording();
+    ASSERT_TRUE(recordsSoon());
+    EXPECT_TRUE(comesToHold([&] { return onDisk(other.id).title == "editado al empezar"; }));
+    EXPECT_FALSE(fs::exists(projectFolder() / ProjectDocuments::unsavedEditsName));
+    ASSERT_TRUE(lasts(1));
+
+    QObject::connect(model.get(), &AppModel::recordingChanged, model.get(), [this] {
+        if (!model->isRecording())
+            setTitle("editado al terminar");
+    });
+    model->stopRecording();
+    ASSERT_TRUE(idleSoon());
+    ASSERT_TRUE(saved());
+    EXPECT_EQ(onDisk().title, "editado al terminar");
+    EXPECT_EQ(onDisk().state, ProjectState::ready) << "not the last checkpoint";
+    EXPECT_NEAR(probe(store.mediaURL(project(), "media/screen.mov")).videoDuration, onDisk().duration, 0.3);
+    EXPECT_EQ(model->errorMessage(), "");
+}
+
 TEST_F(RecordingTests, ARegionIsPickedFirst)
 {
     begin();

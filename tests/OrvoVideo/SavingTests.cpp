@@ -195,6 +195,50 @@ TEST_F(SavingTests, AChangeByAnotherProgramIsShownAsAStepToUndo)
     EXPECT_TRUE(waitUntil([&] { return project().title == "in place"; }));
 }
 
+TEST_F(SavingTests, ADragEndsAtAChangeByAnotherProgramAndAtAnotherProject)
+{
+    openNew();
+    model->setGesture(true);
+    setTitle("dragged");
+    ASSERT_TRUE(saved());
+    changeElsewhere("theirs");
+    ASSERT_TRUE(waitUntil([&] { return project().title == "theirs"; }));
+    setTitle("dragged on");
+    model->undo();
+    EXPECT_EQ(project().title, "theirs");
+    model->undo();
+    EXPECT_EQ(project().title, "dragged");
+
+    setTitle("dragged again");
+    const auto next = add(VideoProject::make("next"));
+    select(next);
+    setTitle("edited");
+    ASSERT_TRUE(model->canUndo());
+    model->undo();
+    EXPECT_EQ(project().title, "next");
+}
+
+TEST_F(SavingTests, FieldsThatWereNotTypedInFollowAChangeByAnotherProgram)
+{
+    openNew(10);
+    const auto publishElsewhere = [&](const std::string& domain) {
+        auto other = onDisk();
+        other.publication =
+            Publication{.videoID = "a", .url = "https://v.es/watch/a", .domains = {domain}, .publicLink = true};
+        other.duration = 4;
+        store.save(other);
+        return waitUntil([&] { return project().publication && project().publication->domains.front() == domain; });
+    };
+    model->setSelectedSpan({2, 9});
+    ASSERT_TRUE(publishElsewhere("uno.es"));
+    EXPECT_EQ(model->domainText(), "uno.es");
+    EXPECT_TRUE(model->publicLink());
+    EXPECT_EQ(model->selectedSpan(), (Span{2, 4}));
+    model->setDomainText("uno.es, tecleado.es");
+    ASSERT_TRUE(publishElsewhere("dos.es"));
+    EXPECT_EQ(model->domainText(), "uno.es, tecleado.es");
+}
+
 TEST_F(SavingTests, AChangeByAnotherProgramDuringEditsIsKeptBesideThem)
 {
     openNew();

@@ -57,6 +57,20 @@ TEST(WorkersTests, ProgressIsHandedOverAndTheLastValueNeverLost)
     EXPECT_THAT(ends, ElementsAre("done"));
 }
 
+TEST(WorkersTests, AThreadThatCannotBeStartedIsAFailureOfTheWork)
+{
+    struct : WorkRunner {
+        void begin(Work&) override { throw std::system_error(EAGAIN, std::generic_category()); }
+        void ended(Work&) override { }
+        using WorkRunner::underWay;
+    } full;
+    std::vector<std::string> ends;
+    const auto task = note(full, {}, [] { return std::string("done"); }, ends);
+    EXPECT_TRUE(task.isReady());
+    EXPECT_THAT(ends, ElementsAre(std::system_error(EAGAIN, std::generic_category()).what()));
+    EXPECT_TRUE(full.underWay().empty());
+}
+
 TEST(WorkersTests, StoppingReachesTheWork)
 {
     Workers workers;

@@ -4,12 +4,16 @@
 #include "TestSupport/TemporaryFolder.h"
 #include <QThread>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <format>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <map>
 #include <numbers>
+#include <sys/inotify.h>
+#include <unistd.h>
 
 namespace orvo::test {
 
@@ -326,6 +330,52 @@ TEST_F(PreviewPlayback, ClearPlaysNothingAnyMore)
     EXPECT_TRUE(rig.player().frame().isNull());
     ASSERT_TRUE(rig.load(videoAndTone()));
     EXPECT_EQ(pictureNumber(rig.player().frame()), 0);
+}
+
+/// How often files of a folder were opened since this began.
+class Openings {
+public:
+    explicit Openings(const std::filesystem::path& folder) { ::inotify_add_watch(m_queue, folder.c_str(), IN_OPEN); }
+    ~Openings() { ::close(m_queue); }
+
+    std::map<std::string, int> take()
+    {
+        std::map<std::string, int> counts;
+        alignas(inotify_event) std::array<char, 4096> buffer{};
+        for (ssize_t got = 0; (got = ::read(m_queue, buffer.data(), buffer.size())) > 0;) {
+            for (ssize_t at = 0; at < got;) {
+                const auto* event = reinterpret_cast<const inotify_event*>(buffer.data() + at);
+                ++counts[event->len > 0 ? event->name : ""];
+                at += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
+            }
+        }
+        return counts;
+    }
+
+private:
+    int m_queue = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+};
+
+TEST_F(PreviewPlayback, OpensEachOfManyClipsOnce)
+{
+    PreviewComposition composition{.width = 320, .height = 180, .fps = 30, .video = {}, .audio = {}};
+    for (int i = 0; i < 6; ++i) {
+        const fs::path file = path(std::format("clip-{}.mp4", i));
+        CountedVideo{.seconds = 1}.write(file);
+        composition.video.push_back({file, static_cast<double>(i)});
+    }
+    PlayerRig rig;
+    Openings openings(folder->path());
+    ASSERT_TRUE(rig.load({.width = 320, .height = 180, .fps = 30, .video = {composition.video[0]}, .audio = {}}));
+    const int once = openings.take()["clip-0.mp4"];
+    ASSERT_GT(once, 0);
+    PlayerRig many;
+    ASSERT_TRUE(many.load(composition));
+    for (const auto& [name, count] : openings.take()) {
+        if (name.starts_with("clip-")) {
+            EXPECT_EQ(count, once) << name;
+        }
+    }
 }
 
 TEST_F(PreviewPlayback, AFileReplacedOnDiskIsReadAnew)

@@ -2,15 +2,19 @@
 
 #include "OrvoVideo/publishing/JsonObject.h"
 
+#include <format>
+
 namespace orvo::test {
 
 namespace {
 
 namespace fs = std::filesystem;
 using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::Pair;
 using testing::StartsWith;
 
@@ -119,6 +123,27 @@ TEST_F(PublisherTests, WhatDriveCannotKeepIsTold)
             EXPECT_EQ(progress.back().first, "Guardando en Google Drive · 0/0");
         }
     }
+}
+
+TEST_F(PublisherTests, AVideoThatTheServerDoesNotKnowIsWithdrawn)
+{
+    const auto answerWith = [&](int status) {
+        server.setFaults(std::format(
+            R"([{{"method":"DELETE","path":"/api/videos/","do":"answer","status":{},"json":{{"error":"No."}}}}])", status));
+    };
+    answerWith(404);
+    EXPECT_NO_THROW(publisher().withdraw("a"));
+    answerWith(403);
+    EXPECT_THROW(publisher().withdraw("a"), Error);
+}
+
+TEST_F(PublisherTests, APackageThatCannotBeReadIsNotPublished)
+{
+    fs::remove_all(hls);
+    EXPECT_NE(failure(), "");
+    write(hls, 10); // A file in its place.
+    EXPECT_NE(failure(), "");
+    EXPECT_THAT(server.asked("POST"), Not(Contains(testing::EndsWith("/publish"))));
 }
 
 TEST_F(PublisherTests, AnswersThatAreNotThereHaveTheirMeaning)

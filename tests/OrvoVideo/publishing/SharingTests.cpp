@@ -28,7 +28,8 @@ TEST(Sharing, TheEmbedCodeIsOneLine)
         R"(<iframe src="https://video.ejemplo.es/embed/abc" title="Orvo Video" style="width:100%;aspect-ratio:16/9;border:0" )"
         R"(allow="autoplay; fullscreen" allowfullscreen loading="lazy"></iframe>)";
     EXPECT_EQ(embedCode("https://video.ejemplo.es", "abc"), expected);
-    EXPECT_EQ(embedCode("https://video.ejemplo.es//", "abc"), expected);
+    EXPECT_EQ(embedCode(" https://video.ejemplo.es// \n", "abc"), expected);
+    EXPECT_EQ(driveReturnAddress(" https://video.ejemplo.es/ "), "https://video.ejemplo.es/oauth/google/callback");
     EXPECT_EQ(expected.size() - expected.find("\" title"), 136U);
 }
 
