@@ -29,14 +29,11 @@ constexpr std::string_view wantedEntries = "format=duration:"
                                            "stream_disposition=attached_pic:"
                                            "stream_side_data=rotation";
 
-/// The `ffprobe` beside the found `ffmpeg`, where links lead.
-std::optional<fs::path> findFfprobe()
+/// The `ffprobe` beside `ffmpeg`, or where links lead.
+std::optional<fs::path> findFfprobe(const fs::path& ffmpeg)
 {
-    const auto ffmpeg = ProcessRunner::ffmpeg();
-    if (!ffmpeg)
-        return std::nullopt;
     std::error_code ignored;
-    for (const auto& program : {*ffmpeg, fs::canonical(*ffmpeg, ignored)}) {
+    for (const auto& program : {ffmpeg, fs::canonical(ffmpeg, ignored)}) {
         fs::path candidate = program.parent_path() / "ffprobe";
         if (::access(candidate.c_str(), X_OK) == 0)
             return candidate;
@@ -121,9 +118,12 @@ MediaFacts factsIn(yyjson_val* root)
 
 MediaFacts FfprobeMediaProbe::facts(const fs::path& file, const std::stop_token& stop) const
 {
-    const auto ffprobe = findFfprobe();
-    if (!ffprobe)
+    const auto ffmpeg = ProcessRunner::ffmpeg();
+    if (!ffmpeg)
         throw captureError("FFmpeg no está instalado.");
+    const auto ffprobe = findFfprobe(*ffmpeg);
+    if (!ffprobe)
+        throw captureError("Falta ffprobe, que viene con FFmpeg. Vuelve a instalar FFmpeg.");
     const auto unreadable = [&] {
         return captureError(std::format("«{}» no se puede leer como archivo de vídeo o sonido.", file.filename().string()));
     };

@@ -13,8 +13,8 @@
 #include <fcntl.h>
 #include <format>
 #include <mutex>
-#include <spawn.h>
 #include <string_view>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <thread>
@@ -150,6 +150,34 @@ private:
     std::vector<char*> m_pointers;
 };
 
+/// What the child does between fork and exec: async-signal-safe calls only. Returns where one fails, with `errno` set.
+void becomeProgram(const char* executable, char* const* arguments, char* const* environment, int output, pid_t parent)
+{
+    // A group of its own, so that a stop reaches what a wrapper script has started too.
+    ::setpgid(0, 0);
+    // The child must not outlive a crash of this program: a later export would have a second writer. The signal comes at the
+    // end of the thread that forks, which waits for the child.
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent)
+        ::_exit(127);
+    // The child gets ordinary signal handling, whatever this thread blocks and this program ignores.
+    struct sigaction ordinary{};
+    ordinary.sa_handler = SIG_DFL; // NOLINT(cppcoreguidelines-pro-type-union-access)
+    for (const int signal : {SIGINT, SIGTERM, SIGPIPE, SIGQUIT, SIGHUP, SIGCHLD})
+        ::sigaction(signal, &ordinary, nullptr);
+    sigset_t none;
+    ::sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    // A child that reads what is typed would take it from a terminal that is not its own.
+    const int input = ::open("/dev/null", O_RDONLY);
+    if (input < 0 || ::dup2(input, STDIN_FILENO) < 0 || ::dup2(output, STDOUT_FILENO) < 0
+        || ::dup2(output, STDERR_FILENO) < 0)
+        return;
+    if (input > STDERR_FILENO)
+        ::close(input);
+    ::execve(executable, arguments, environment);
+}
+
 pid_t spawn(const fs::path& executable, const std::vector<std::string>& arguments, const Pipe& output)
 {
     std::vector<std::string> words{executable.string()};
@@ -160,37 +188,50 @@ pid_t spawn(const fs::path& executable, const std::vector<std::string>& argument
         pointers.push_back(word.data());
     pointers.push_back(nullptr);
 
-    posix_spawn_file_actions_t actions;
-    posix_spawnattr_t attributes;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawnattr_init(&attributes);
-    // A child that reads what is typed would take it from a terminal that is not its own.
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, output.writing(), STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, output.writing(), STDERR_FILENO);
-    // The child gets ordinary signal handling, whatever this thread blocks and this program ignores.
-    sigset_t none;
-    sigset_t defaults;
-    sigemptyset(&none);
-    sigemptyset(&defaults);
-    for (const int signal : {SIGINT, SIGTERM, SIGPIPE, SIGQUIT, SIGHUP})
-        sigaddset(&defaults, signal);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    posix_spawnattr_setsigdefault(&attributes, &defaults);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-
     const ChildEnvironment environment;
-    pid_t child = 0;
-    const int error =
-        posix_spawn(&child, executable.c_str(), &actions, &attributes, pointers.data(), environment.pointers());
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
+    Pipe failure; // Closed by a successful exec.
+    const pid_t parent = ::getpid();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        becomeProgram(executable.c_str(), pointers.data(), environment.pointers(), output.writing(), parent);
+        const int error = errno;
+        [[maybe_unused]] const auto written = ::write(failure.writing(), &error, sizeof error);
+        ::_exit(127);
+    }
+    int error = child < 0 ? errno : 0;
+    failure.closeWriting();
+    if (child > 0) {
+        ::setpgid(child, child); // Whoever of the two comes first.
+        ssize_t got = 0;
+        do
+            got = ::read(failure.reading(), &error, sizeof error);
+        while (got < 0 && errno == EINTR);
+        if (got == sizeof error)
+            ::waitpid(child, nullptr, 0);
+        else
+            error = 0;
+    }
     if (error != 0)
         throw fs::filesystem_error("spawn", executable, std::error_code(error, std::system_category()));
     return child;
 }
 
-/// Ends a child when it is asked to stop: first by request, after a while by force.
+/// A program that was started with SIGCHLD ignored would never learn how its children end.
+void hearOfChildren()
+{
+    struct sigaction present{};
+    if (::sigaction(SIGCHLD, nullptr, &present) != 0)
+        return;
+    const bool isIgnored = present.sa_handler == SIG_IGN; // NOLINT(cppcoreguidelines-pro-type-union-access)
+    if (!isIgnored && !(present.sa_flags & SA_NOCLDWAIT))
+        return;
+    present.sa_flags &= ~SA_NOCLDWAIT;
+    if (isIgnored)
+        present.sa_handler = SIG_DFL; // NOLINT(cppcoreguidelines-pro-type-union-access)
+    ::sigaction(SIGCHLD, &present, nullptr);
+}
+
+/// Ends a child, and what it has started, when it is asked to stop: first by request, after a while by force.
 class StopWatch {
 public:
     StopWatch(pid_t child, const std::stop_token& stop)
@@ -220,11 +261,11 @@ private:
         const std::lock_guard lock(m_mutex);
         if (m_gone)
             return;
-        ::kill(m_child, SIGTERM);
+        ::kill(-m_child, SIGTERM);
         m_killer = std::thread([this] {
             std::unique_lock waiting(m_mutex);
             if (!m_changed.wait_for(waiting, gracePeriod, [this] { return m_gone; }))
-                ::kill(m_child, SIGKILL);
+                ::kill(-m_child, SIGKILL);
         });
     }
 
@@ -263,11 +304,15 @@ void waitForEnd(pid_t child)
     while (::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) { }
 }
 
+/// How the child has ended; as a failure when that is not to be learnt.
 int reap(pid_t child)
 {
     int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) { }
-    return status;
+    pid_t reaped = 0;
+    do
+        reaped = ::waitpid(child, &status, 0);
+    while (reaped < 0 && errno == EINTR);
+    return reaped == child ? status : SIGKILL;
 }
 
 } // namespace
@@ -327,6 +372,7 @@ std::string run(const fs::path& executable, const std::vector<std::string>& argu
 {
     if (stop.stop_requested())
         throw Cancelled();
+    hearOfChildren();
     Pipe pipe;
     const pid_t child = spawn(executable, arguments, pipe);
     pipe.closeWriting();
@@ -342,7 +388,7 @@ std::string run(const fs::path& executable, const std::vector<std::string>& argu
             ~Reaper()
             {
                 if (!finished)
-                    ::kill(child, SIGKILL);
+                    ::kill(-child, SIGKILL);
                 *status = reap(child);
             }
         };

@@ -35,7 +35,8 @@ void requireUsable(const std::filesystem::path& ffmpeg);
 ///
 /// Throws `std::system_error` when the program cannot be started, `captureError` with "El proceso de vídeo falló: " and the
 /// last 1,800 characters of the output when it ends with another status than 0, and `Cancelled` when `stop` was requested:
-/// the child is then asked to end, and killed when it has not after two seconds.
+/// the child and what it has started are then asked to end, and killed when they
+/// have not after two seconds. A child ends with this program, however that ends.
 std::string run(const std::filesystem::path& executable, const std::vector<std::string>& arguments,
     const ProgressCallback& onProgress = {}, double duration = 0, const std::stop_token& stop = {});
 

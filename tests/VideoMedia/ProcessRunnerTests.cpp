@@ -6,7 +6,9 @@
 
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
+#include <sys/wait.h>
 #include <thread>
 
 namespace orvo::test {
@@ -93,7 +95,8 @@ TEST(ProcessRunner, AThrowingCallbackLeavesNoChildBehind)
 TEST(ProcessRunner, StopEndsTheChildAlsoOneThatDoesNotWantTo)
 {
     for (const std::string script :
-        {"echo out_time_us=1; exec sleep 600", "trap '' TERM; echo out_time_us=1; while :; do sleep 0.05; done"}) {
+        {"echo out_time_us=1; exec sleep 600", "trap '' TERM; echo out_time_us=1; while :; do sleep 0.05; done",
+            "sleep 600 & echo out_time_us=1; wait", "(trap '' TERM; sleep 600) & echo out_time_us=1; wait"}) {
         std::stop_source stop;
         EXPECT_THROW(shell(script, [&](double) { stop.request_stop(); }, 1, stop.get_token()), Cancelled) << script;
         EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
@@ -101,6 +104,45 @@ TEST(ProcessRunner, StopEndsTheChildAlsoOneThatDoesNotWantTo)
     std::stop_source already;
     already.request_stop();
     EXPECT_THROW(shell("true", {}, 0, already.get_token()), Cancelled);
+}
+
+TEST(ProcessRunner, LearnsOfFailuresAlsoWhereChildrenAreIgnored)
+{
+    struct sigaction before{};
+    struct sigaction ignored{};
+    ignored.sa_handler = SIG_IGN;
+    ::sigaction(SIGCHLD, &ignored, &before);
+    EXPECT_THAT(failure("printf no; exit 3"), EndsWith("no"));
+    EXPECT_EQ(shell("echo yes"), "yes\n");
+    ::sigaction(SIGCHLD, &before, nullptr);
+}
+
+TEST(ProcessRunner, AChildEndsWithACrashOfItsParent)
+{
+    const TemporaryFolder folder;
+    const auto started = folder / "started";
+    const pid_t parent = ::fork();
+    ASSERT_GE(parent, 0);
+    if (parent == 0) {
+        shell("echo $$ >" + (folder / "number").string() + "; mv " + (folder / "number").string() + " " + started.string()
+            + "; exec sleep 600");
+        ::_exit(0);
+    }
+    const auto waitFor = [](const auto& condition) {
+        for (int i = 0; i < 6'000 && !condition(); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        return condition();
+    };
+    ASSERT_TRUE(waitFor([&] { return fs::exists(started); }));
+    const auto stat = fs::path("/proc") / std::to_string(std::stoi(readFile(started))) / "stat";
+    EXPECT_TRUE(fs::exists(stat));
+    ::kill(parent, SIGKILL);
+    ::waitpid(parent, nullptr, 0);
+    EXPECT_TRUE(waitFor([&] {
+        std::ifstream file(stat);
+        const std::string state{std::istreambuf_iterator<char>(file), {}};
+        return state.empty() || state.contains(") Z ");
+    }));
 }
 
 TEST(ProcessRunner, ChildrenStartWithOrdinarySignals)

@@ -47,6 +47,14 @@ TEST_F(MissingFfmpeg, IsToldAndEditingGoesOn)
     EXPECT_EQ(orvo({"cut", id, "1", "2"}).status, 0);
 }
 
+TEST_F(MissingFfmpeg, NamesTheProbeThatIsMissing)
+{
+    installation.addScript("ffmpeg", "exit 1");
+    const Outcome imported = orvo({"import", folder / "clip.mp4"});
+    EXPECT_EQ(imported.status, 1);
+    EXPECT_EQ(imported.err, "orvo: Falta ffprobe, que viene con FFmpeg. Vuelve a instalar FFmpeg.\n");
+}
+
 TEST_F(MissingFfmpeg, WhatCannotBeRunIsToldInSpanish)
 {
     const auto helper = installation.program().parent_path().parent_path() / "OrvoVideo.app/Contents/Helpers/ffmpeg";
