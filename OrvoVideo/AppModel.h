@@ -29,6 +29,7 @@
 #include <QtQml/qqmlregistration.h>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -63,6 +64,7 @@ class AppModel : public QObject {
     Q_PROPERTY(orvo::ZoomModel* zooms READ zooms CONSTANT)
     Q_PROPERTY(orvo::OverlayModel* overlays READ overlays CONSTANT)
     Q_PROPERTY(orvo::SuggestionModel* suggestions READ suggestions CONSTANT)
+    Q_PROPERTY(QString lostTracks READ lostTracks NOTIFY projectChanged)
     // Editing.
     Q_PROPERTY(orvo::Span selectedSpan READ selectedSpan WRITE setSelectedSpan NOTIFY selectedSpanChanged)
     Q_PROPERTY(bool canUndo READ canUndo NOTIFY historyChanged)
@@ -365,6 +367,10 @@ public:
 
     /// Prepares all files of the open project anew ("Recuperar grabación"): a long operation.
     Q_INVOKABLE void recover();
+    /// The tracks of the open project that the last preparation could not convert, in Spanish; empty when there are none.
+    QString lostTracks() const;
+    /// Takes those tracks out of the open project, which is ready then.
+    Q_INVOKABLE void continueWithoutLost();
 
     /// Prepares the files of a recording; with `force` all of them, otherwise those of a browser and those that cannot be
     /// read. The project is ready then, else "needs-recovery" with a failure that says why.
@@ -503,6 +509,7 @@ private:
     void openProject(VideoProject project, std::optional<VideoProject> unsavedEdits);
 
     // Recovery.
+    void setLost(const Uuid& id, std::map<Uuid, std::string> lost);
     QCoro::Task<> prepareListed(VideoProject project);
     /// What becomes of the history: one more step, the same steps, or none since what was before is of no use any more.
     enum class Undo : std::uint8_t { step, same, none };
@@ -596,6 +603,7 @@ private:
     bool m_listing = false;
     bool m_listAgain = false;
     std::set<Uuid> m_processing; ///< Recordings that are being prepared since the library was listed.
+    std::map<Uuid, std::map<Uuid, std::string>> m_lost; ///< By project: the tracks that could not be prepared, and why.
     std::uint64_t m_closedChanges = 0; ///< Counts the changes to projects that are not open.
     std::uint64_t m_opening = 0; ///< Counts what changes which project is open, so that an overtaken `select` ends.
 

@@ -24,12 +24,14 @@ QCoro::Task<> AppModel::pickDestination(VideoProject project)
     perform(
         [this, project = std::move(project), destination = *destination, settings](WorkControl control) -> QCoro::Task<> {
             setStatus(QStringLiteral("Exportando vídeo…"));
-            co_await m_workers.run(std::move(control),
+            const auto outcome = co_await m_workers.run(std::move(control),
                 [project, store = store(), destination, settings, probe = m_services.probe](
                     const std::stop_token& stop, const ProgressCallback& progress) {
-                    ExportService::exportVideo(project, store, destination, settings, *probe, progress, stop);
+                    return ExportService::exportVideo(project, store, destination, settings, *probe, progress, stop);
                 });
-            setStatus(QStringLiteral("Vídeo y subtítulos exportados"));
+            setStatus(outcome.hardwareFailed
+                    ? QStringLiteral("Vídeo y subtítulos exportados (sin la tarjeta gráfica, que ha fallado)")
+                    : QStringLiteral("Vídeo y subtítulos exportados"));
             m_services.workspace->reveal(destination);
         });
 }

@@ -1,4 +1,5 @@
 #include "OrvoVideo/AppModel.h"
+#include "OrvoVideo/Text.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/Error.h"
 #include "VideoMedia/RecordingPreparation.h"
@@ -30,6 +31,9 @@ QCoro::Task<> AppModel::processTab(VideoProject project, bool force, WorkControl
             });
         co_await changeProject(
             project.id, [prepared](VideoProject& changed) { RecordingPreparation::apply(changed, prepared); }, Undo::none);
+        setLost(project.id, prepared.lost);
+        if (!prepared.lost.empty()) // What could be prepared is kept all the same.
+            throw captureError(prepared.lostText());
         CaptureSession::unmark(store().directory(project.id));
     } catch (const Cancelled&) {
         throw;
@@ -43,6 +47,42 @@ QCoro::Task<> AppModel::processTab(VideoProject project, bool force, WorkControl
     }
     if (force || !m_busy)
         setStatus(QStringLiteral("Grabación preparada"));
+}
+
+void AppModel::setLost(const Uuid& id, std::map<Uuid, std::string> lost)
+{
+    if (lost.empty())
+        m_lost.erase(id);
+    else
+        m_lost.insert_or_assign(id, std::move(lost));
+    emit projectChanged();
+}
+
+QString AppModel::lostTracks() const
+{
+    const auto lost = m_project ? m_lost.find(m_project->id) : m_lost.end();
+    if (lost == m_lost.end())
+        return {};
+    QStringList names;
+    for (const auto& track : m_project->tracks) {
+        if (lost->second.contains(track.id))
+            names << Text::ofKind(track.kind);
+    }
+    return names.join(QStringLiteral(", "));
+}
+
+void AppModel::continueWithoutLost()
+{
+    const auto lost = m_project ? m_lost.find(m_project->id) : m_lost.end();
+    if (lost == m_lost.end())
+        return;
+    perform([this, id = m_project->id, tracks = lost->second](WorkControl) -> QCoro::Task<> {
+        co_await changeProject(
+            id, [tracks](VideoProject& changed) { RecordingPreparation::dropLost(changed, tracks); }, Undo::none);
+        setLost(id, {});
+        CaptureSession::unmark(store().directory(id));
+        setStatus(QStringLiteral("Grabación preparada"));
+    });
 }
 
 QCoro::Task<> AppModel::prepareListed(VideoProject project)

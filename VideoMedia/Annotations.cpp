@@ -6,6 +6,7 @@
 #include <format>
 #include <iterator>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orvo::ExportService {
@@ -118,19 +119,35 @@ void addHalos(Document& document, const EditState& edit)
     }
 }
 
+/// A text as the document takes it, so that it is shown as it was typed.
+///
+/// The renderer reads a backslash before "N", "n", "h", "{" and "}" as a command and prints any other one as it is: a word
+/// joiner, which has no width, keeps those apart. It drops blanks at the beginning of a line: there they are hard ones.
 std::string escaped(std::string_view text)
 {
+    constexpr std::string_view wordJoiner = "\u2060";
+    constexpr std::string_view hardBlank = "\\h";
     std::string result;
     result.reserve(text.size());
+    bool atBeginning = true;
     for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool wasAtBeginning = std::exchange(atBeginning, false);
         switch (text[i]) {
         case '\\':
-            result += "\\\\";
+            result += '\\';
+            result += wordJoiner;
             break;
         case '{':
         case '}':
             result += '\\';
             result += text[i];
+            break;
+        case ' ':
+            if (wasAtBeginning)
+                result += hardBlank;
+            else
+                result += ' ';
+            atBeginning = wasAtBeginning;
             break;
         case '\r':
             // A line break of two characters is one; a raw one of either kind would end the event.
@@ -139,6 +156,7 @@ std::string escaped(std::string_view text)
             [[fallthrough]];
         case '\n':
             result += "\\N";
+            atBeginning = true;
             break;
         case '\0':
             break; // Would end the document for its reader.

@@ -7,17 +7,20 @@
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/OverlayImage.h"
 #include "VideoMedia/RenderGraph.h"
+#include "VideoMedia/Sha256.h"
 #include "VideoMedia/VideoEncoder.h"
 #include "VideoMedia/VideoLimits.h"
 #include "VideoMedia/WaveFile.h"
 #include "VideoMedia/WorkFolder.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
 #include <format>
 #include <optional>
 #include <ranges>
+#include <sys/xattr.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -52,23 +55,60 @@ Arguments prefix()
     return {"-hide_banner", "-y", "-nostdin", "-filter_complex_threads", "1"};
 }
 
-/// By which it is seen that a file has been written to.
-struct FileState {
-    std::uintmax_t size = 0;
-    fs::file_time_type written;
-
-    /// Nothing for a file that is not there.
-    static std::optional<FileState> of(const fs::path& file)
+/// Puts subtitles beside a video. A file of that name that holds something else and was not left there by an export, or was
+/// corrected since, is kept as "NAME.srt.bak".
+class SubtitleFile {
+public:
+    explicit SubtitleFile(fs::path file)
+        : m_file(std::move(file))
     {
-        std::error_code failed;
-        const auto size = fs::file_size(file, failed);
-        if (failed)
-            return std::nullopt;
-        const auto written = fs::last_write_time(file, failed);
-        return failed ? std::nullopt : std::optional(FileState{.size = size, .written = written});
     }
 
-    friend bool operator==(const FileState&, const FileState&) = default;
+    void write(const std::string& text) const
+    {
+        std::error_code unknown;
+        if (fs::is_regular_file(m_file, unknown)) {
+            const std::string present = readFile(m_file);
+            if (present != text && !isOurs(present))
+                keep(present);
+        }
+        writeFileAtomically(m_file, text);
+        const std::string sum = sumOf(text);
+        // Where the file system keeps no attributes, the next export keeps the file.
+        ::setxattr(m_file.c_str(), attribute, sum.data(), sum.size(), 0);
+    }
+
+private:
+    static constexpr auto attribute = "user.orvo.sha256"; ///< Of what an export has written.
+
+    static std::string sumOf(std::string_view text)
+    {
+        Sha256 sum;
+        sum.add({text.data(), text.size()});
+        return sum.finish();
+    }
+
+    bool isOurs(std::string_view present) const
+    {
+        std::array<char, 64> sum{};
+        const ssize_t size = ::getxattr(m_file.c_str(), attribute, sum.data(), sum.size());
+        return size == static_cast<ssize_t>(sum.size()) && std::string_view(sum.data(), sum.size()) == sumOf(present);
+    }
+
+    /// Under the first name that is free, or that holds the same.
+    void keep(const std::string& present) const
+    {
+        for (int number = 1;; ++number) {
+            fs::path copy = m_file;
+            copy += number == 1 ? ".bak" : std::format(".bak{}", number);
+            if (!fs::exists(copy))
+                return writeFileAtomically(copy, present);
+            if (fs::is_regular_file(copy) && readFile(copy) == present)
+                return;
+        }
+    }
+
+    fs::path m_file;
 };
 
 /// One export: what its two runs share.
@@ -85,7 +125,7 @@ public:
     {
     }
 
-    void run(const ProgressCallback& progress)
+    Outcome run(const ProgressCallback& progress)
     {
         const auto program = ProcessRunner::ffmpeg();
         if (!program)
@@ -99,8 +139,14 @@ public:
         collectImages();
         checkDestination();
         mixAudio(work);
-        renderPicture(work, progress);
-        writeFileAtomically(subtitleFile(m_destination), Timeline::subtitles(m_project, Timeline::SubtitleFormat::subRip));
+        // Beside the destination and out of sight: an older video stays until the new one is whole.
+        const WorkFolder beside(m_destination.parent_path(), ".orvo");
+        const bool usesSoftware = renderPicture(work, beside / "video.mp4", progress);
+        flushFile(beside / "video.mp4");
+        fs::rename(beside / "video.mp4", m_destination);
+        flushFolder(m_destination.parent_path());
+        SubtitleFile(subtitleFile(m_destination)).write(Timeline::subtitles(m_project, Timeline::SubtitleFormat::subRip));
+        return {.hardwareFailed = usesSoftware};
     }
 
 private:
@@ -134,13 +180,16 @@ private:
             const auto kind = input.track.kind;
             const bool shown =
                 RenderGraph::isVisibleVideo(input.track) || (kind == TrackKind::camera && m_project.edit.cameraVisible);
-            if (shown && !facts.video)
-                throw captureError(std::format("«{}» no contiene vídeo.", input.track.file));
+            if (shown && !facts.video) {
+                if (kind != TrackKind::clip)
+                    throw captureError(std::format("«{}» no contiene vídeo.", input.track.file));
+                input.hasVideo = false;
+            }
             input.hasAudio = facts.audioStreams > 0;
             // A camera's picture is never what the others wait for.
             if (kind == TrackKind::camera || isEasyToDecode(facts))
                 append(m_pictureInputs, {"-threads", "1"});
-            if (shown && leavesRangeOpen(*facts.video))
+            if (shown && input.hasVideo && leavesRangeOpen(*facts.video))
                 append(m_pictureInputs, {"-color_range", "tv"});
             append(m_pictureInputs, {"-i", input.file.string()});
         }
@@ -246,11 +295,19 @@ private:
         extendWithSilence(work / "mixed.wav", truncated((m_project.duration + mixDelay()) * mixRate));
     }
 
-    void renderPicture(const WorkFolder& work, const ProgressCallback& progress) const
+    /// Returns whether a hardware encoder failed and the software encoder did the work.
+    bool renderPicture(const WorkFolder& work, const fs::path& target, const ProgressCallback& progress) const
     {
-        const auto encoder = VideoEncoder::find(m_ffmpeg, m_stop);
         const auto size = outputSize();
         writeFileAtomically(work / "annotations.ass", annotations(m_project, size.width, size.height));
+        return encodeWithBest(
+            m_ffmpeg, size, [&](const VideoEncoder& encoder) { renderPicture(work, target, encoder, progress); }, m_stop);
+    }
+
+    void renderPicture(
+        const WorkFolder& work, const fs::path& target, const VideoEncoder& encoder, const ProgressCallback& progress) const
+    {
+        const auto size = outputSize();
         writeFileAtomically(work / "filters.txt",
             RenderGraph::picture(m_project, m_inputs,
                 {.size = size, .fps = m_settings.fps, .annotations = work / "annotations.ass", .upload = encoder.upload}));
@@ -269,17 +326,8 @@ private:
         append(arguments, {"-r", std::to_string(m_settings.fps)});
         append(arguments,
             {"-c:a", "aac", "-ar", "48000", "-b:a", "128k", "-movflags", "+faststart", "-t", numberText(playable),
-                "-progress", "pipe:1", m_destination.string()});
-        const auto before = FileState::of(m_destination);
-        try {
-            ProcessRunner::run(m_ffmpeg, arguments, progress, playable, m_stop);
-        } catch (const Cancelled&) {
-            // An older video stays when it has not been written over yet.
-            std::error_code ignored;
-            if (FileState::of(m_destination) != before)
-                fs::remove(m_destination, ignored);
-            throw;
-        }
+                "-progress", "pipe:1", target.string()});
+        ProcessRunner::run(m_ffmpeg, arguments, progress, playable, m_stop);
     }
 
     const VideoProject& m_project;
@@ -301,10 +349,11 @@ fs::path subtitleFile(const fs::path& video)
     return fs::path(video).replace_extension("srt");
 }
 
-void exportVideo(const VideoProject& project, const ProjectStore& store, const fs::path& destination,
+Outcome exportVideo(const VideoProject& project, const ProjectStore& store, const fs::path& destination,
     const ExportSettings& settings, const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop)
 {
-    Export(project, store, fs::absolute(destination), settings, probe, stop).run(progress);
+    // A link is written through: renaming over it would leave what it leads to as it was.
+    return Export(project, store, fs::weakly_canonical(fs::absolute(destination)), settings, probe, stop).run(progress);
 }
 
 } // namespace orvo::ExportService

@@ -26,18 +26,24 @@ namespace ExportService {
 /// The SubRip file that an export to `video` leaves beside it.
 std::filesystem::path subtitleFile(const std::filesystem::path& video);
 
+/// What is to be said of an export that succeeded.
+struct Outcome {
+    bool hardwareFailed = false; ///< A hardware encoder failed; the software encoder did the work.
+};
+
 /// Renders the whole edit of a project to the MP4 file `destination` (replaced when present) and writes the transcript as a
-/// SubRip file of the same name beside it.
+/// SubRip file of the same name beside it. Subtitles of that name that no export has left there, or that were corrected
+/// since, are kept as "NAME.srt.bak".
 ///
 /// `progress` receives 0..1 during the final render. Intermediate files lie in a work folder inside the project's folder,
-/// which is gone when the call ends, however it ends. A failed render may leave a part of `destination`; a cancelled one
-/// does not, and leaves an older file that it has not written over yet.
+/// which is gone when the call ends, however it ends. The video is rendered in a hidden folder beside `destination` and
+/// takes its name when it is complete: an older file stays when the export fails or is cancelled.
 ///
 /// Throws `captureError` with a text for the user (no usable `ffmpeg`, nothing visible to render, a size, a length or a
 /// frame rate that no video has, a missing file, an
 /// image that cannot be decoded, a destination that is no ".mp4" or is one of the project's own files, a failed `ffmpeg`),
 /// file system errors unchanged, and `Cancelled`.
-void exportVideo(const VideoProject& project, const ProjectStore& store, const std::filesystem::path& destination,
+Outcome exportVideo(const VideoProject& project, const ProjectStore& store, const std::filesystem::path& destination,
     const ExportSettings& settings, const MediaProbe& probe, const ProgressCallback& progress = {},
     const std::stop_token& stop = {});
 

@@ -6,6 +6,8 @@
 #include "VideoCore/Uuid.h"
 #include "VideoMedia/Arguments.h"
 #include "VideoMedia/HlsLadder.h"
+#include "VideoMedia/NumberText.h"
+#include "VideoMedia/RenderGraph.h"
 #include "VideoMedia/VideoEncoder.h"
 
 #include <algorithm>
@@ -149,7 +151,6 @@ void hls(const fs::path& from, const VideoProject& project, const fs::path& dest
     if (!ffmpeg)
         throw captureError("FFmpeg no está instalado.");
     const auto ladder = HlsLadder::of(project);
-    const auto encoder = VideoEncoder::find(*ffmpeg, stop);
     const fs::path folder = fs::absolute(destination);
     const fs::path movie = fs::absolute(from);
     fs::create_directories(folder);
@@ -165,7 +166,13 @@ void hls(const fs::path& from, const VideoProject& project, const fs::path& dest
     for (const auto& step : ladder) {
         const fs::path rendition = folder / std::to_string(step.height);
         fs::create_directories(rendition);
-        ProcessRunner::run(*ffmpeg, encoding(encoder, step, movie, key, plain.path() / rendition.filename()), {}, 0, stop);
+        encodeWithBest(
+            *ffmpeg, {.width = step.width, .height = step.height},
+            [&](const VideoEncoder& encoder) {
+                ProcessRunner::run(
+                    *ffmpeg, encoding(encoder, step, movie, key, plain.path() / rendition.filename()), {}, 0, stop);
+            },
+            stop);
         requireComplete(rendition);
         pixels += static_cast<double>(step.width * step.height);
         if (progress)
@@ -174,8 +181,8 @@ void hls(const fs::path& from, const VideoProject& project, const fs::path& dest
     writeFileAtomically(folder / "master.m3u8", HlsLadder::masterPlaylist(ladder));
     writeFileAtomically(folder / "captions.vtt", Timeline::subtitles(project, Timeline::SubtitleFormat::webVtt));
     ProcessRunner::run(*ffmpeg,
-        {"-hide_banner", "-y", "-ss", "0", "-i", movie.string(), "-frames:v", "1", "-vf", "scale=960:-2",
-            (plain.path() / "poster.jpg").string()},
+        {"-hide_banner", "-y", "-ss", numberText(RenderGraph::openingFade(project)), "-i", movie.string(), "-frames:v", "1",
+            "-vf", "scale=960:-2", (plain.path() / "poster.jpg").string()},
         {}, 0, stop);
 }
 

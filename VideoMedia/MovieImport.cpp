@@ -39,11 +39,13 @@ CopiedMovie copyMovie(const ProjectStore& store, const fs::path& movie, const Vi
     const auto facts = factsOf(copy, movie, probe, stop);
     if (!facts.duration || !std::isfinite(*facts.duration) || *facts.duration <= 0)
         throw captureError("El archivo no contiene una duración válida.");
-    if (!facts.video)
+    if (!facts.video && project.tracks.empty()) // A project takes its size from its first track.
         throw captureError(std::format("«{}» no contiene vídeo.", movie.filename().string()));
     copied.duration = *facts.duration;
-    copied.width = facts.video->uprightWidth();
-    copied.height = facts.video->uprightHeight();
+    if (facts.video) {
+        copied.width = facts.video->uprightWidth();
+        copied.height = facts.video->uprightHeight();
+    }
     return copied;
 }
 

@@ -19,11 +19,12 @@ namespace MovieImport {
 struct CopiedMovie {
     std::string file; ///< Relative to the project folder.
     double duration = 0; ///< Seconds.
-    std::int64_t width = 0; ///< Of the upright picture, in pixels.
-    std::int64_t height = 0; ///< Of the upright picture, in pixels.
+    std::int64_t width = 0; ///< Of the upright picture, in pixels; 0 for one that has sound only.
+    std::int64_t height = 0; ///< Of the upright picture, in pixels; 0 for one that has sound only.
 };
 
-/// Copies a movie into the folder of `project`, which exists. Throws as `importMovie`.
+/// Copies a movie into the folder of `project`, which exists. Throws as `importMovie`. A project that has tracks takes
+/// movies that have sound only, too.
 CopiedMovie copyMovie(const ProjectStore& store, const std::filesystem::path& movie, const VideoProject& project,
     const MediaProbe& probe, const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 

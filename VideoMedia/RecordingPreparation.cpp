@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <format>
+#include <string_view>
 #include <utility>
 
 namespace orvo::RecordingPreparation {
@@ -62,15 +63,33 @@ public:
         double done = 0;
         for (const auto& track : m_project.tracks) {
             if (which == Which::all || needsConversion(track))
-                prepared.files[track.id] = converted(track);
+                convertOrLose(track, prepared);
             if (progress)
                 progress(++done / static_cast<double>(m_project.tracks.size()));
         }
+        const auto isKept = [&](const MediaTrack& track) { return !prepared.lost.contains(track.id); };
+        if (!prepared.lost.empty() && std::ranges::none_of(m_project.tracks, isKept))
+            throw captureError(prepared.lostText());
         m_made.keep();
         return prepared;
     }
 
 private:
+    /// One file that is empty or damaged must not keep the others from being recovered.
+    void convertOrLose(const MediaTrack& track, Prepared& prepared)
+    {
+        try {
+            prepared.files[track.id] = converted(track);
+        } catch (const Cancelled&) {
+            throw;
+        } catch (const Error& error) {
+            // A full disk says nothing of the track.
+            if (std::string_view(error.what()).contains("No space left on device"))
+                throw;
+            prepared.lost[track.id] = describe(error);
+        }
+    }
+
     static fs::path usableFfmpeg()
     {
         const auto program = ProcessRunner::ffmpeg();
@@ -94,6 +113,32 @@ private:
         }
     }
 
+    /// The size that a track is encoded with: even.
+    RenderGraph::FrameSize sizeOf(const fs::path& file) const
+    {
+        const auto even = [](std::int64_t side) { return std::max<std::int64_t>(side + side % 2, 2); };
+        try {
+            if (const auto facts = m_probe.facts(file, m_stop); facts.video)
+                return {.width = even(facts.video->width), .height = even(facts.video->height)};
+        } catch (const Cancelled&) {
+            throw;
+        } catch (const std::exception&) {
+            // What cannot be read is told by the conversion.
+        }
+        return {.width = 1920, .height = 1080};
+    }
+
+    void convert(const Arguments& device, Arguments input, const fs::path& target) const
+    {
+        Arguments arguments{"-hide_banner", "-nostdin", "-y"};
+        append(arguments, device);
+        append(arguments, std::move(input));
+        // What a browser did not come to record is missing in the times of its sound alone. Closed up, the sound would come
+        // too early, and by default it is up to a tenth of a second.
+        append(arguments, {"-af", "aresample=async=1:min_hard_comp=0.005", "-c:a", "aac", target.string()});
+        ProcessRunner::run(m_ffmpeg, arguments, {}, 0, m_stop);
+    }
+
     Prepared::File converted(const MediaTrack& track)
     {
         const fs::path source = m_store.mediaURL(m_project, track.file);
@@ -104,23 +149,21 @@ private:
         const fs::path target = m_store.mediaURL(m_project, result.file);
         m_made.add(target);
 
-        Arguments arguments{"-hide_banner", "-nostdin", "-y"};
-        const auto add = [&](Arguments more) { append(arguments, std::move(more)); };
         if (isSound(track)) {
-            add({"-i", source.string(), "-vn"});
+            convert({}, {"-i", source.string(), "-vn"}, target);
         } else {
-            const auto encoder = VideoEncoder::find(m_ffmpeg, m_stop);
-            add(encoder.device);
-            add({"-i", source.string()});
-            // Encoders take even sizes only; browsers and imported movies may have others.
-            const std::string even = "pad=ceil(iw/2)*2:ceil(ih/2)*2";
-            add({"-vf", encoder.upload.empty() ? even : even + "," + encoder.upload});
-            add(encoder.arguments(pictureBitRate));
+            encodeWithBest(
+                m_ffmpeg, sizeOf(source),
+                [&](const VideoEncoder& encoder) {
+                    // Encoders take even sizes only; browsers and imported movies may have others.
+                    const std::string even = "pad=ceil(iw/2)*2:ceil(ih/2)*2";
+                    Arguments picture{
+                        "-i", source.string(), "-vf", encoder.upload.empty() ? even : even + "," + encoder.upload};
+                    append(picture, encoder.arguments(pictureBitRate));
+                    convert(encoder.device, std::move(picture), target);
+                },
+                m_stop);
         }
-        // What a browser did not come to record is missing in the times of its sound alone. Closed up, the sound would come
-        // too early, and by default it is up to a tenth of a second.
-        add({"-af", "aresample=async=1:min_hard_comp=0.005", "-c:a", "aac", target.string()});
-        ProcessRunner::run(m_ffmpeg, arguments, {}, 0, m_stop);
 
         // An input without a single frame makes a file that holds nothing.
         const auto facts = m_probe.facts(target, m_stop);
@@ -162,7 +205,21 @@ void apply(VideoProject& project, const Prepared& prepared)
     }
     if (prepared.events && project.edit.events.empty())
         project.edit.events = SharedList(*prepared.events);
+    project.state = prepared.lost.empty() ? ProjectState::ready : ProjectState::needsRecovery;
+}
+
+void dropLost(VideoProject& project, const std::map<Uuid, std::string>& lost)
+{
+    std::erase_if(project.tracks.edit(), [&](const MediaTrack& track) { return lost.contains(track.id); });
     project.state = ProjectState::ready;
+}
+
+std::string Prepared::lostText() const
+{
+    std::string text;
+    for (const auto& [track, reason] : lost)
+        text += (text.empty() ? "" : " ") + reason;
+    return text;
 }
 
 std::string failureText(const std::exception& error)

@@ -159,6 +159,12 @@ private:
             if (std::abs(length * rate - static_cast<double>(shown)) > 1e-3)
                 length = static_cast<double>(shown) / rate;
             const double fade = count > 1 ? std::min(std::max(m_project.edit.fade, 0.0), length / largestFadeShare) : 0;
+            if (!m_inputs[i].hasVideo) {
+                m_chains.add(std::format("color=color=black:size={}x{}:rate={}:duration={},setsar=1{}{}", width, height,
+                    m_settings.fps, numberText(length), fades("fade", fade, length), label("source", n)));
+                ++n;
+                continue;
+            }
             m_chains.add(std::format("[{}:v]scale={}:{}:force_original_aspect_ratio=decrease,"
                                      "pad={}:{}:(ow-iw)/2:(oh-ih)/2:color=black,setsar=1,setpts=PTS-STARTPTS,fps={},"
                                      "tpad=stop_mode=clone:stop_duration={},trim=duration={}{}{}",
@@ -368,6 +374,12 @@ std::string audioMix(const VideoProject& project, std::span<const Input> inputs)
 std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings)
 {
     return PictureGraph(project, inputs, settings).text();
+}
+
+double openingFade(const VideoProject& project)
+{
+    const auto spans = Timeline::kept(project.duration, project.edit.cuts);
+    return spans.empty() ? 0 : std::clamp(project.edit.fade, 0.0, spans.front().duration() / largestFadeShare);
 }
 
 std::string escapedPath(std::string_view path)

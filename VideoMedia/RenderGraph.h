@@ -17,6 +17,7 @@ struct Input {
     MediaTrack track;
     std::filesystem::path file;
     bool hasAudio = false;
+    bool hasVideo = true; ///< A clip without video shows black while it is heard.
 };
 
 /// The size of a render in pixels, both even.
@@ -58,6 +59,9 @@ struct PictureSettings {
 /// The graph that makes "[vout]" and "[aout]". Its inputs are `inputs`, then the mixed sound, then one picture for each
 /// image overlay in document order.
 std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings);
+
+/// How long the render fades in at its beginning, in seconds.
+double openingFade(const VideoProject& project);
 
 /// A path as the value of a filter's option inside apostrophes.
 std::string escapedPath(std::string_view path);

@@ -5,8 +5,11 @@
 #include "VideoMedia/ProcessRunner.h"
 
 #include <array>
+#include <format>
 #include <map>
 #include <mutex>
+#include <optional>
+#include <tuple>
 #include <utility>
 
 namespace orvo {
@@ -15,7 +18,38 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using FileKey = std::pair<fs::path, fs::file_time_type>;
+using Key = std::tuple<fs::path, fs::file_time_type, std::int64_t, std::int64_t>;
+
+/// The encoders that were found, by program and size.
+class Found {
+public:
+    std::optional<VideoEncoder> find(const Key& key)
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto known = m_encoders.find(key);
+        return known == m_encoders.end() ? std::nullopt : std::optional(known->second);
+    }
+    void set(const Key& key, const VideoEncoder& encoder)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_encoders.insert_or_assign(key, encoder);
+    }
+
+private:
+    std::mutex m_mutex;
+    std::map<Key, VideoEncoder> m_encoders;
+};
+
+Found& found()
+{
+    static Found encoders;
+    return encoders;
+}
+
+Key keyOf(const fs::path& ffmpeg, RenderGraph::FrameSize size)
+{
+    return {fs::canonical(ffmpeg), fs::last_write_time(ffmpeg), size.width, size.height};
+}
 
 VideoEncoder systemEncoder()
 {
@@ -48,19 +82,21 @@ bool hasVideoHardware()
     return exists("/dev/dri") || exists("/dev/nvidiactl") || exists("/dev/nvidia0");
 }
 
-/// Encodes one small frame with the line that a render would use.
-bool works(const fs::path& ffmpeg, const VideoEncoder& encoder, const std::stop_token& stop)
+/// Encodes some frames of the size with the line that a render would use: hardware has limits of its own for both.
+bool works(const fs::path& ffmpeg, const VideoEncoder& encoder, RenderGraph::FrameSize size, const std::stop_token& stop)
 {
     Arguments line{"-hide_banner", "-nostdin", "-loglevel", "error"};
     append(line, encoder.device);
     const std::string upload = encoder.upload.empty() ? "null" : encoder.upload;
-    append(line, {"-f", "lavfi", "-i", "color=size=256x256:rate=30", "-vf", upload, "-frames:v", "1"});
-    append(line, encoder.arguments(1'000'000));
+    append(line,
+        {"-f", "lavfi", "-i", std::format("color=size={}x{}:rate=30", size.width, size.height), "-vf", upload, "-frames:v",
+            "3"});
+    append(line, encoder.arguments(8'000'000));
     append(line, {"-f", "null", "-"});
     return ProcessRunner::succeeds(ffmpeg, line, stop);
 }
 
-VideoEncoder choose(const fs::path& ffmpeg, const std::stop_token& stop)
+VideoEncoder choose(const fs::path& ffmpeg, RenderGraph::FrameSize size, const std::stop_token& stop)
 {
     const std::string known = ProcessRunner::run(ffmpeg, {"-hide_banner", "-encoders"}, {}, 0, stop);
     const auto isKnown = [&](const VideoEncoder& encoder) { return known.contains(" " + encoder.name + " "); };
@@ -68,7 +104,7 @@ VideoEncoder choose(const fs::path& ffmpeg, const std::stop_token& stop)
         return systemEncoder();
     if (hasVideoHardware()) {
         for (const auto& encoder : hardwareEncoders()) {
-            if (isKnown(encoder) && works(ffmpeg, encoder, stop))
+            if (isKnown(encoder) && works(ffmpeg, encoder, size, stop))
                 return encoder;
         }
     }
@@ -106,21 +142,32 @@ VideoEncoder VideoEncoder::software()
     return {.name = "libx264", .device = {}, .upload = {}, .options = {"-preset", "veryfast"}, .quantizerFloor = "-qmin"};
 }
 
-VideoEncoder VideoEncoder::find(const fs::path& ffmpeg, const std::stop_token& stop)
+VideoEncoder VideoEncoder::find(const fs::path& ffmpeg, RenderGraph::FrameSize size, const std::stop_token& stop)
 {
-    static std::mutex mutex;
-    static std::map<FileKey, VideoEncoder> found;
-
-    const FileKey key{fs::canonical(ffmpeg), fs::last_write_time(ffmpeg)};
-    {
-        const std::lock_guard lock(mutex);
-        if (const auto known = found.find(key); known != found.end())
-            return known->second;
-    }
-    VideoEncoder encoder = choose(ffmpeg, stop);
-    const std::lock_guard lock(mutex);
-    found.insert_or_assign(key, encoder);
+    const Key key = keyOf(ffmpeg, size);
+    if (const auto known = found().find(key))
+        return *known;
+    VideoEncoder encoder = choose(ffmpeg, size, stop);
+    found().set(key, encoder);
     return encoder;
+}
+
+bool encodeWithBest(const fs::path& ffmpeg, RenderGraph::FrameSize size, const std::function<void(const VideoEncoder&)>& run,
+    const std::stop_token& stop)
+{
+    const auto best = VideoEncoder::find(ffmpeg, size, stop);
+    try {
+        run(best);
+        return false;
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const Error&) {
+        if (best == VideoEncoder::software())
+            throw;
+    }
+    run(VideoEncoder::software());
+    found().set(keyOf(ffmpeg, size), VideoEncoder::software());
+    return true;
 }
 
 } // namespace orvo

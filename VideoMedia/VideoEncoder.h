@@ -1,7 +1,10 @@
 #pragma once
 
+#include "VideoMedia/RenderGraph.h"
+
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -30,14 +33,22 @@ struct VideoEncoder {
     std::vector<std::string> noFinerThan(int quantizer) const;
 
     /// The encoder to use with this `ffmpeg`: the system encoder "h264_videotoolbox" where it exists, else the first of
-    /// VA-API, NVENC and Quick Sync that encodes a frame when tried, else the software encoder. Found once for each program
-    /// and kept.
+    /// VA-API, NVENC and Quick Sync that encodes frames of this size when tried, else the software encoder. Found once for
+    /// each program and size and kept.
     ///
     /// Blocks for as long as the trials take. Throws as `ProcessRunner::run`.
-    static VideoEncoder find(const std::filesystem::path& ffmpeg, const std::stop_token& stop = {});
+    static VideoEncoder find(
+        const std::filesystem::path& ffmpeg, RenderGraph::FrameSize size, const std::stop_token& stop = {});
 
     /// The software encoder, which works everywhere.
     static VideoEncoder software();
 };
+
+/// Calls `run` with the best encoder for frames of this size and, when that fails with any but the software encoder, once
+/// more with that one, which is used for this size from then on. Returns whether it came to that.
+///
+/// Throws what `run` throws, as `VideoEncoder::find`, and `Cancelled`.
+bool encodeWithBest(const std::filesystem::path& ffmpeg, RenderGraph::FrameSize size,
+    const std::function<void(const VideoEncoder&)>& run, const std::stop_token& stop = {});
 
 } // namespace orvo

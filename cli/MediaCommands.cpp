@@ -16,6 +16,7 @@
 
 #include <chrono>
 #include <format>
+#include <map>
 #include <optional>
 
 namespace orvo::cli {
@@ -118,6 +119,7 @@ void importMovie(Session& session, const ImportArguments& arguments)
 
 struct RecoverArguments {
     std::string project;
+    bool withoutLost = false;
 };
 
 void recover(Session& session, const RecoverArguments& arguments)
@@ -130,6 +132,7 @@ void recover(Session& session, const RecoverArguments& arguments)
     if (CaptureSession::isMarkedRecording(project)
         && CaptureSession::isAlive(CaptureSession::recordingProcess(folder), true))
         throw captureError("Termina esta grabación antes de recuperarla.");
+    std::map<Uuid, std::string> lost;
     try {
         const auto prepared =
             runInterruptibly("Recuperando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
@@ -138,10 +141,18 @@ void recover(Session& session, const RecoverArguments& arguments)
             });
         project = library.load(arguments.project); // It took a while: what was edited meanwhile stays.
         RecordingPreparation::apply(project, prepared);
+        lost = prepared.lost;
+        if (arguments.withoutLost)
+            RecordingPreparation::dropLost(project, lost);
+        else if (!lost.empty())
+            throw captureError(
+                std::format("{} Lo demás está recuperado. Para seguir sin eso: orvo recover {} --without-lost",
+                    prepared.lostText(), arguments.project));
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {
-        project = library.load(arguments.project);
+        if (lost.empty())
+            project = library.load(arguments.project);
         project.state = ProjectState::needsRecovery;
         store.save(project);
         throw captureError(RecordingPreparation::failureText(error));
@@ -182,9 +193,11 @@ void exportProject(Session& session, const ExportArguments& arguments)
 
     using Clock = std::chrono::steady_clock;
     const auto start = Clock::now();
-    runInterruptibly("Exportando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
-        ExportService::exportVideo(project, library.store(), file, settings, FfprobeMediaProbe(), progress, stop);
+    const auto outcome = runInterruptibly("Exportando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
+        return ExportService::exportVideo(project, library.store(), file, settings, FfprobeMediaProbe(), progress, stop);
     });
+    if (outcome.hardwareFailed)
+        session.note("El codificador de la tarjeta gráfica ha fallado; se ha usado el del procesador.");
     const fs::path subtitles = ExportService::subtitleFile(file);
     const auto size = fs::file_size(file);
     if (session.json()) {
@@ -217,7 +230,12 @@ void addRecoverCommand(CLI::App& app, Session& session)
         app, session,
         {"recover", "Biblioteca",
             "Recupera una grabación interrumpida.\nPrepara de nuevo sus archivos; los originales se conservan."},
-        [](Command& command, RecoverArguments& arguments) { command.project(arguments.project); }, recover);
+        [](Command& command, RecoverArguments& arguments) {
+            command.project(arguments.project);
+            command.flag(
+                "--without-lost", arguments.withoutLost, "Quita del proyecto las pistas que no se pueden recuperar.");
+        },
+        recover);
 }
 
 void addExportCommand(CLI::App& app, Session& session)

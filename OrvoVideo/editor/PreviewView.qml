@@ -148,6 +148,13 @@ ColumnLayout {
             text: (root.app.project.recoverable ? "La grabación se interrumpió. " : "") + "Al recuperarla se preparan de nuevo sus archivos; los originales se conservan."
         }
         OButton {
+            objectName: "withoutLost"
+            visible: root.app.lostTracks !== ""
+            text: "Seguir sin: " + root.app.lostTracks
+            enabled: root.app.idle
+            onClicked: root.app.continueWithoutLost()
+        }
+        OButton {
             objectName: "recover"
             text: "Recuperar grabación"
             prominent: true

@@ -277,6 +277,34 @@ TEST_F(LibraryTests, RecoversTheOpenRecording)
     EXPECT_FALSE(fs::exists(store.directory(recording.id) / "capture-session.json"));
 }
 
+TEST_F(LibraryTests, GoesOnWithoutTheTracksThatAreLost)
+{
+    auto recording = VideoProject::make("cut off");
+    recording.state = "needs-recovery";
+    recording.duration = 1;
+    recording.tracks = {
+        track(TrackKind::screen, "media/screen.mov", 0, 1), track(TrackKind::microphone, "media/microphone.webm", 0, 1)};
+    add(recording);
+    makeVideo(store.directory(recording.id) / "media/screen.mov", "testsrc2=size=64x36:rate=10:duration=2");
+    std::ofstream(store.directory(recording.id) / "media/microphone.webm").flush();
+    start();
+    select(recording);
+    EXPECT_EQ(model->lostTracks(), "");
+    model->recover();
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_THAT(model->errorMessage().toStdString(), testing::StartsWith("No se ha podido recuperar toda la grabación: "));
+    EXPECT_EQ(project().state, "needs-recovery");
+    EXPECT_EQ(model->lostTracks(), "Micrófono");
+    ASSERT_TRUE(saved());
+    EXPECT_THAT(onDisk().tracks[0].file, testing::HasSubstr("-prepared-")) << "what could be prepared is kept";
+
+    model->continueWithoutLost();
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_EQ(project().state, "ready");
+    EXPECT_EQ(project().tracks.size(), 1U);
+    EXPECT_EQ(model->lostTracks(), "");
+}
+
 TEST_F(LibraryTests, AMarkThatCannotBeWrittenIsNoError)
 {
     const auto recording = addRecording("recording", "");

@@ -115,7 +115,9 @@ TEST(Annotations, TextsCannotLeaveTheirLine)
 {
     auto project = emptyProject(10);
     const std::pair<std::string, std::string> cases[] = {
-        {"{\\b1}", "\\{\\\\b1\\}"},
+        {"{\\b1}", "\\{\\\u2060b1\\}"},
+        {"C:\\new\\temp", "C:\\\u2060new\\\u2060temp"},
+        {"  dos  y\n tres", "\\h\\hdos  y\\N\\htres"},
         {"uno\ndos", "uno\\Ndos"},
         {"uno\r\ndos\rtres", "uno\\Ndos\\Ntres"},
         {"a,b,c", "a,b,c"},

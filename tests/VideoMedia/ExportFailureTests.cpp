@@ -215,6 +215,50 @@ TEST_F(ExportFailure, FfmpegKilledWhileItRuns)
     EXPECT_TRUE(killed);
 }
 
+/// Everything in a folder, hidden or not.
+std::vector<std::string> namesIn(const fs::path& folder)
+{
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder))
+        names.push_back(entry.path().filename().string());
+    return names;
+}
+
+TEST_F(ExportFailure, AnOlderFilmStaysUntilTheNewOneIsWhole)
+{
+    writeFileAtomically(folder / "out.mp4", "older film");
+    writeFileAtomically(folder / "out.srt", "corrected by hand");
+    const auto before = namesIn(folder.path());
+    project.duration = 60;
+    project.tracks.edit()[0].duration = 60;
+    std::stop_source stop;
+    progress = [&](double) { stop.request_stop(); };
+    EXPECT_THROW(render({}, stop.get_token()), Cancelled);
+    progress = [&](double) {
+        for (const pid_t child : children())
+            ::kill(child, SIGKILL);
+    };
+    EXPECT_THROW(render(), Error);
+    EXPECT_EQ(readFile(folder / "out.mp4"), "older film");
+    EXPECT_EQ(readFile(folder / "out.srt"), "corrected by hand");
+    EXPECT_THAT(namesIn(folder.path()), testing::UnorderedElementsAreArray(before)) << "nothing half done stays";
+
+    progress = {};
+    project.duration = 4;
+    project.tracks.edit()[0].duration = 4;
+    project.edit.words = {word("Hola", 1, 2)};
+    render();
+    EXPECT_EQ(readFile(folder / "out.srt.bak"), "corrected by hand");
+    EXPECT_THAT(readFile(folder / "out.srt"), HasSubstr("Hola"));
+    project.edit.words = {word("Adiós", 1, 2)};
+    render();
+    EXPECT_FALSE(fs::exists(folder / "out.srt.bak2")) << "what an export wrote is replaced";
+    std::ofstream(folder / "out.srt", std::ios::app) << "a correction";
+    render();
+    EXPECT_THAT(readFile(folder / "out.srt.bak2"), HasSubstr("a correction"));
+    EXPECT_NEAR(probe(folder / "out.mp4").videoDuration, 4, 0.1);
+}
+
 TEST_F(ExportFailure, CancelledInTheMiddle)
 {
     std::stop_source stop;

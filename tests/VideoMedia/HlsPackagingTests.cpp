@@ -214,6 +214,17 @@ TEST_F(HlsPackaging, FoldersMayBeNamedLikePatterns)
     EXPECT_THAT(there, testing::IsSubsetOf({"50%descuento", "a%03d b", "library", "movie.mp4", "played.mkv"}));
 }
 
+TEST_F(HlsPackaging, ThePosterIsTheFirstFrameBehindTheOpeningFade)
+{
+    ffmpeg({"-f", "lavfi", "-i", "color=red:size=320x180:rate=25:duration=2,fade=t=in:d=0.5", movie});
+    project.width = 320;
+    project.height = 180;
+    project.duration = 2;
+    project.edit.fade = 0.5;
+    ExportService::hls(movie, project, folder / "hls");
+    EXPECT_EQ(dominant(decodeFrames(folder / "hls/poster.jpg").front()), "red");
+}
+
 TEST_F(HlsPackaging, NoSegmentTakesMoreThanIsDeclared)
 {
     // What is still for long saves bits that what moves afterwards would spend at once. The last segment is a short one.

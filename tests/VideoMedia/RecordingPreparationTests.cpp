@@ -145,10 +145,11 @@ TEST_F(RecordingPreparationTest, WhatAnInterruptionLeftIsRecoveredWhole)
     EXPECT_EQ(project.duration, project.tracks[0].duration);
 }
 
-TEST_F(RecordingPreparationTest, AFailureIsToldAndLeavesNothing)
+TEST_F(RecordingPreparationTest, ALostTrackDoesNotKeepTheOthersFromBeingRecovered)
 {
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=64x36:rate=10:duration=2");
     const auto camera = addTrack(TrackKind::camera, "camera.mov");
+    project.state = ProjectState::needsRecovery;
     struct Case {
         const char* name;
         std::function<void()> make;
@@ -156,23 +157,37 @@ TEST_F(RecordingPreparationTest, AFailureIsToldAndLeavesNothing)
     };
     const Case cases[]{
         {"missing", [] {}, "Falta «media/camera.mov»."},
+        {"empty", [&] { std::ofstream(camera).flush(); }, "El proceso de vídeo falló: "},
         {"no media", [&] { std::ofstream(camera) << "texto"; }, "El proceso de vídeo falló: "},
         {"nothing but a head", [&] { makeInterrupted(camera, "testsrc2=size=64x36:rate=10:duration=2", 0.05); }, ""},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.name);
         test.make();
-        const auto before = media();
-        try {
-            prepare(RecordingPreparation::Which::all);
-            FAIL();
-        } catch (const Error& error) {
-            EXPECT_THAT(RecordingPreparation::failureText(error),
-                HasSubstr("No se ha podido recuperar toda la grabación: " + std::string(test.text)));
-        }
-        EXPECT_EQ(media(), before);
+        auto recovered = project;
+        const auto prepared = prepare(RecordingPreparation::Which::all);
+        EXPECT_THAT(prepared.lostText(), testing::StartsWith(test.text));
+        RecordingPreparation::apply(recovered, prepared);
+        EXPECT_EQ(recovered.state, "needs-recovery");
+        EXPECT_THAT(recovered.tracks[0].file, HasSubstr("-prepared-"));
+        EXPECT_EQ(recovered.tracks[1], project.tracks[1]);
+        RecordingPreparation::dropLost(recovered, prepared.lost);
+        EXPECT_EQ(recovered.state, "ready");
+        EXPECT_THAT(recovered.tracks, SizeIs(1));
     }
-    fs::remove(camera);
+}
+
+TEST_F(RecordingPreparationTest, AFailureIsToldAndLeavesNothing)
+{
+    const auto screen = addTrack(TrackKind::screen, "screen.mov");
+    try {
+        prepare(RecordingPreparation::Which::all);
+        FAIL();
+    } catch (const Error& error) {
+        EXPECT_EQ(RecordingPreparation::failureText(error),
+            "No se ha podido recuperar toda la grabación: Falta «media/screen.mov».");
+    }
+    makeVideo(screen, "testsrc2=size=64x36:rate=10:duration=2");
     stop.request_stop();
     EXPECT_THROW(prepare(RecordingPreparation::Which::all), Cancelled);
     EXPECT_THAT(media(), SizeIs(1));

@@ -27,6 +27,23 @@ protected:
     const fs::path session = store.directory(project.id) / "capture-session.json";
 };
 
+TEST_F(Recover, GoesOnWithoutALostTrackWhenAsked)
+{
+    project.tracks.edit().push_back(track(TrackKind::microphone, "media/microphone.webm", 0, 2));
+    store.save(project);
+    makeVideo(store.directory(project.id) / "media/screen.mov", "testsrc2=size=64x36:rate=10:duration=3");
+    std::ofstream(store.directory(project.id) / "media/microphone.webm").flush();
+    const auto partly = orvo({"recover", id});
+    EXPECT_EQ(partly.status, 1);
+    EXPECT_THAT(partly.err, HasSubstr("orvo recover " + id + " --without-lost"));
+    EXPECT_EQ(stored().state, "needs-recovery");
+    EXPECT_THAT(stored().tracks[0].file, HasSubstr("-prepared-"));
+    EXPECT_EQ(stored().tracks.size(), 2U);
+    EXPECT_EQ(orvo({"recover", id, "--without-lost"}).status, 0);
+    EXPECT_EQ(stored().state, "ready");
+    EXPECT_EQ(stored().tracks.size(), 1U);
+}
+
 TEST_F(Recover, AnInterruptedRecordingIsReadyAgain)
 {
     makeVideo(store.directory(project.id) / "media/screen.mov", "testsrc2=size=64x36:rate=10:duration=3");
