@@ -133,10 +133,10 @@ TEST_F(Publish, CanBeKilledAtEveryRequest)
         program.signal(SIGKILL);
         EXPECT_EQ(program.end().status, isDone ? 0 : 128 + SIGKILL);
         EXPECT_EQ(stored().publication.has_value(), isDone);
-        EXPECT_EQ(fs::exists(store.directory(project.id) / "upload-session.json"), !isDone && kills > 2);
+        EXPECT_EQ(fs::exists(store.directory(project.id) / "upload-session.json"), !isDone && kills > 3);
         for (const auto& request : server.requests())
             EXPECT_NE(request.event, "refused") << kills << ": " << request.path;
-        if (kills > 3) {
+        if (kills > 4) {
             EXPECT_THAT(server.asked("POST /api/videos/"), IsEmpty()) << kills << ": the same revision";
         }
     }

@@ -1,0 +1,59 @@
+#include "OrvoServer/storage/Secrets.h"
+
+#include "TestSupport/TemporaryFolder.h"
+#include "VideoCore/Error.h"
+#include "VideoCore/FileIO.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+
+namespace orvo::test {
+namespace {
+
+namespace fs = std::filesystem;
+using server::FileSecrets;
+using server::SecretBox;
+using testing::HasSubstr;
+using testing::Not;
+
+TEST(SecretsTests, AreSealedAndReadAgainByTheSameServer)
+{
+    const TemporaryFolder folder;
+    {
+        FileSecrets secrets(folder.path());
+        EXPECT_EQ(secrets.load("drive-refresh-token"), std::nullopt);
+        secrets.save("drive-refresh-token", "muy secreto");
+    }
+    FileSecrets secrets(folder.path());
+    EXPECT_EQ(secrets.load("drive-refresh-token"), "muy secreto");
+    for (const auto& entry : fs::directory_iterator(folder.path())) {
+        EXPECT_THAT(readFile(entry.path()), Not(HasSubstr("muy secreto"))) << entry.path();
+        EXPECT_EQ(fs::status(entry.path()).permissions() & (fs::perms::group_all | fs::perms::others_all), fs::perms::none);
+    }
+    secrets.erase("drive-refresh-token");
+    EXPECT_EQ(secrets.load("drive-refresh-token"), std::nullopt);
+}
+
+TEST(SecretsTests, OpenUnderTheirOwnKeyAndNameAlone)
+{
+    const TemporaryFolder folder;
+    const SecretBox box(folder / "a.key");
+    const SecretBox other(folder / "b.key");
+    const auto sealed = box.seal("name", "text");
+    EXPECT_EQ(box.open("name", sealed), "text");
+    EXPECT_EQ(box.open("name", box.seal("name", "")), "");
+    EXPECT_NE(box.seal("name", "text"), sealed) << "a nonce of its own";
+    EXPECT_EQ(box.open("other", sealed), std::nullopt);
+    EXPECT_EQ(other.open("name", sealed), std::nullopt);
+    for (std::size_t i = 0; i < sealed.size(); ++i) {
+        auto damaged = sealed;
+        damaged[i] = static_cast<char>(damaged[i] ^ 1);
+        EXPECT_EQ(box.open("name", damaged), std::nullopt) << i;
+    }
+    EXPECT_EQ(box.open("name", sealed.substr(0, 20)), std::nullopt);
+    std::ofstream(folder / "short.key") << "short";
+    EXPECT_THROW(SecretBox(folder / "short.key"), Error);
+}
+
+} // namespace
+} // namespace orvo::test
