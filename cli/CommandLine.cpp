@@ -2,6 +2,7 @@
 
 #include "cli/Arguments.h"
 #include "cli/Commands.h"
+#include "cli/Completion.h"
 #include "cli/Help.h"
 #include "cli/Session.h"
 #include "cli/Terminal.h"
@@ -13,6 +14,7 @@
 #include <format>
 #include <memory>
 #include <ranges>
+#include <span>
 
 namespace orvo::cli {
 
@@ -194,6 +196,17 @@ ExitStatus runCommandLine(std::vector<std::string> words)
     try {
         Session session;
         const auto app = makeApplication(session);
+        // For shells and packages, not for people.
+        if (!words.empty() && words.front() == "--complete") {
+            if (const auto option = std::ranges::find(words, "--library"); std::ranges::distance(option, words.end()) > 2)
+                session.options.library = *std::ranges::next(option);
+            session.print(completions(*app, session.library(), std::span(words).subspan(1)));
+            return ExitStatus::done;
+        }
+        if (words == std::vector<std::string>{"--manual"}) {
+            session.print(manualPage(*app));
+            return ExitStatus::done;
+        }
         parseAndRun(*app, session, std::move(words));
         return ExitStatus::done;
     } catch (const UsageError& error) {

@@ -30,6 +30,34 @@ testing::AssertionResult isSpanish(const std::string& text)
     return testing::AssertionSuccess();
 }
 
+TEST_F(CommandLine, CompletesCommandsOptionsValuesAndProjects)
+{
+    struct Case {
+        std::vector<std::string> words;
+        std::string expected;
+    };
+    const std::string small = "00000000-0000-4000-8000";
+    const Case cases[]{
+        {{"unp"}, "unpublish\tRetira el vídeo de tu servidor.\n"},
+        {{"export", "--qual"},
+            "--quality\tsmall (menor peso), balanced (equilibrada) o high (alta); balanced si no se indica.\n"},
+        {{"export", "--quality", ""}, "small\nbalanced\nhigh\n"},
+        {{"--json", "export", "--height", "720", small.substr(0, 3)}, project.id.text() + "\t" + project.title + "\n"},
+        {{"export", id, ""}, ":files\n"},
+        {{"package", id, ""}, ":folders\n"},
+        {{"set", id, "volume.m"}, "volume.microphone\n"},
+        {{"set", id, "title", ""}, ""},
+    };
+    for (const auto& [words, expected] : cases) {
+        std::vector<std::string> line{"--complete"};
+        line.insert(line.end(), words.begin(), words.end());
+        EXPECT_EQ(orvo(line).out, expected) << words.back();
+    }
+    const auto manual = orvo({"--manual"}).out;
+    for (const auto& command : commands)
+        EXPECT_THAT(manual, HasSubstr(".SS orvo " + command + "\n"));
+}
+
 TEST_F(CommandLine, HelpIsThereForEveryCommandAndInSpanish)
 {
     const Outcome all = orvo({"--help"});

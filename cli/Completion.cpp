@@ -1,0 +1,246 @@
+#include "cli/Completion.h"
+
+#include "VideoCore/Uuid.h"
+#include "cli/Text.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <format>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace orvo::cli {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+struct Values {
+    std::string_view of; ///< The name of an option, or of an argument.
+    std::vector<std::string_view> values;
+};
+
+/// The values of options and arguments that have a fixed choice.
+const std::array choices{
+    Values{"--quality", {"small", "balanced", "high"}},
+    Values{"--format", {"srt", "vtt"}},
+    Values{"--language", {"es-ES", "en-US"}},
+    Values{"--kind", {"silence", "filler", "zoom"}},
+    Values{"--height", {"720", "1080", "1440", "2160"}},
+    Values{"--fps", {"24", "25", "30", "50", "60"}},
+    Values{"CAMPO",
+        {"title", "cameraVisible", "cameraX", "cameraY", "cameraWidth", "pointerHighlight", "clickHalo", "noiseReduction",
+            "normalizeVoice", "sharpen", "fade", "volume.microphone", "volume.system", "volume.screen", "volume.clip"}},
+};
+
+std::string firstLine(const std::string& text)
+{
+    return text.substr(0, text.find('\n'));
+}
+
+/// The candidates that are collected for one word.
+class Candidates {
+public:
+    explicit Candidates(std::string word)
+        : m_word(std::move(word))
+    {
+    }
+
+    void add(std::string_view candidate, std::string_view meaning = {})
+    {
+        // Identifiers may be typed in small letters.
+        const auto isSame = [](unsigned char a, unsigned char b) { return std::toupper(a) == std::toupper(b); };
+        if (candidate.size() < m_word.size() || !std::ranges::equal(candidate.substr(0, m_word.size()), m_word, isSame))
+            return;
+        m_text += candidate;
+        if (!meaning.empty())
+            m_text += std::format("\t{}", printable(meaning));
+        m_text += '\n';
+    }
+    void leaveToShell(std::string_view what) { m_text += std::format(":{}\n", what); }
+
+    const std::string& word() const { return m_word; }
+    std::string take() { return std::move(m_text); }
+
+private:
+    std::string m_word;
+    std::string m_text;
+};
+
+/// A command line as far as it is typed.
+class Line {
+public:
+    Line(const CLI::App& app, Library& library, std::span<const std::string> words)
+        : m_app(app)
+        , m_library(library)
+        , m_candidates(words.empty() ? std::string() : words.back())
+    {
+        for (const auto& word : words.first(words.empty() ? 0 : words.size() - 1))
+            read(word);
+    }
+
+    std::string complete()
+    {
+        if (m_awaited)
+            addValues(*m_awaited);
+        else if (m_candidates.word().starts_with('-'))
+            addOptions();
+        else if (!m_command)
+            addCommands();
+        else if (const auto* argument = argumentAt(m_arguments))
+            addValues(*argument);
+        return m_candidates.take();
+    }
+
+private:
+    void read(const std::string& word)
+    {
+        if (std::exchange(m_awaited, nullptr))
+            return;
+        if (word.starts_with('-')) {
+            const auto* option = word.contains('=') ? nullptr : find(word);
+            if (option && option->get_expected_max() > 0)
+                m_awaited = option;
+        } else if (m_command) {
+            ++m_arguments;
+        } else {
+            const auto commands = m_app.get_subcommands({});
+            const auto found = std::ranges::find(commands, word, &CLI::App::get_name);
+            m_command = found == commands.end() ? nullptr : *found;
+        }
+    }
+
+    const CLI::Option* find(const std::string& name) const
+    {
+        for (const CLI::App* owner : {m_command, &m_app}) {
+            if (const auto* option = owner ? owner->get_option_no_throw(name) : nullptr)
+                return option;
+        }
+        return nullptr;
+    }
+
+    const CLI::Option* argumentAt(std::size_t index) const
+    {
+        const CLI::Option* last = nullptr;
+        for (const CLI::Option* option : m_command->get_options()) {
+            if (!option->get_positional())
+                continue;
+            last = option;
+            if (index-- == 0)
+                return option;
+        }
+        return last && last->get_expected_max() > 1 ? last : nullptr; // One that takes several.
+    }
+
+    void addCommands()
+    {
+        for (const CLI::App* command : m_app.get_subcommands({}))
+            m_candidates.add(command->get_name(), firstLine(command->get_description()));
+    }
+
+    void addOptions()
+    {
+        for (const CLI::App* owner : {m_command, &m_app}) {
+            for (const CLI::Option* option : owner ? owner->get_options() : std::vector<const CLI::Option*>()) {
+                for (const auto& name : option->get_lnames()) {
+                    const bool isAnswered = m_command && owner == &m_app && (name == "version" || name == "help");
+                    if (!isAnswered)
+                        m_candidates.add("--" + name, firstLine(option->get_description()));
+                }
+            }
+        }
+    }
+
+    void addValues(const CLI::Option& option)
+    {
+        const std::string name = option.get_positional() ? option.get_name(true, false) : "--" + option.get_lnames().front();
+        const std::string type = option.get_positional() ? name : option.get_type_name();
+        if (const auto choice = std::ranges::find(choices, name, &Values::of); choice != choices.end()) {
+            for (const auto value : choice->values)
+                m_candidates.add(value);
+        } else if (name == "ID" || name == "--append") {
+            addProjects();
+        } else if (type == "ARCHIVO") {
+            m_candidates.leaveToShell("files");
+        } else if (type == "CARPETA") {
+            m_candidates.leaveToShell("folders");
+        }
+    }
+
+    void addProjects()
+    {
+        try {
+            for (const auto& project : m_library.list())
+                m_candidates.add(project.id.text(), project.title);
+        } catch (const std::exception&) {
+            // Nobody reads an error here.
+        }
+    }
+
+    const CLI::App& m_app;
+    Library& m_library;
+    Candidates m_candidates;
+    const CLI::App* m_command = nullptr;
+    const CLI::Option* m_awaited = nullptr; ///< The option whose value comes next.
+    std::size_t m_arguments = 0; ///< Of the command, before the word.
+};
+
+/// A text as roff: nothing in it is a request.
+std::string roff(std::string_view text)
+{
+    std::string result;
+    bool atBeginning = true;
+    for (const char c : text) {
+        if (c == '\\')
+            result += "\\e";
+        else if (c == '-')
+            result += "\\-";
+        else if (atBeginning && (c == '.' || c == '\''))
+            result += std::string("\\&") + c;
+        else
+            result += c;
+        atBeginning = c == '\n';
+    }
+    return result;
+}
+
+std::string roffOptions(const CLI::App& app)
+{
+    std::string text;
+    for (const CLI::Option* option : app.get_options()) {
+        if (option->get_group().empty())
+            continue;
+        std::string name = option->get_positional() ? option->get_name(true, false) : option->get_name(false, true);
+        if (!option->get_positional() && option->get_expected_max() > 0)
+            name += " " + option->get_type_name();
+        text += std::format(".TP\n.B {}\n{}\n", roff(name), roff(option->get_description()));
+    }
+    return text;
+}
+
+} // namespace
+
+std::string completions(const CLI::App& app, Library& library, std::span<const std::string> words)
+{
+    return Line(app, library, words).complete();
+}
+
+std::string manualPage(const CLI::App& app)
+{
+    std::string text = std::format(".TH ORVO 1 \"\" \"Orvo Video\"\n.SH NOMBRE\norvo \\- {}\n.SH SINOPSIS\n"
+                                   ".B orvo\n.I ORDEN\n.RI [ argumentos ]\n.RI [ opciones ]\n.SH OPCIONES GENERALES\n{}",
+        roff("graba, edita, exporta y publica vídeos de Orvo Video"), roffOptions(app));
+    text += ".SH ÓRDENES\n";
+    for (const CLI::App* command : app.get_subcommands({})) {
+        text += std::format(".SS {}\n{}\n", roff("orvo " + command->get_name()), roff(command->get_description()));
+        text += roffOptions(*command);
+        if (!command->get_footer().empty())
+            text += ".PP\n.nf\n" + roff(command->get_footer()) + "\n.fi\n";
+    }
+    return text + ".SH NOTAS\n.nf\n" + roff(app.get_footer()) + "\n.fi\n";
+}
+
+} // namespace orvo::cli
