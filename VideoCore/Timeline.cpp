@@ -154,6 +154,13 @@ std::string stamp(double seconds, SubtitleFormat format)
     return result;
 }
 
+std::string cueText(std::string_view text)
+{
+    std::string result;
+    appendCueText(result, text);
+    return result;
+}
+
 std::string subtitles(const VideoProject& project, SubtitleFormat format)
 {
     const OutputMap map(project.duration, project.edit.cuts);

@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// The arithmetic between the recording timeline and the output timeline, which is what remains of it after the cuts,
@@ -31,6 +32,9 @@ enum class SubtitleFormat : std::uint8_t { subRip, webVtt };
 /// (SubRip). Hours are not wrapped. Not-a-number counts as 0; values beyond the range of milliseconds in 64 bits as its
 /// ends.
 std::string stamp(double seconds, SubtitleFormat format);
+
+/// A text as a line of a cue: without line breaks, arrows and markup.
+std::string cueText(std::string_view text);
 
 /// The whole subtitle file of a project on the output timeline: one cue for every kept piece of every word.
 std::string subtitles(const VideoProject& project, SubtitleFormat format);

@@ -2,6 +2,7 @@
 
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
+#include "VideoCore/Phrases.h"
 #include "VideoCore/Timeline.h"
 #include "VideoMedia/Arguments.h"
 #include "VideoMedia/NumberText.h"
@@ -145,11 +146,19 @@ public:
         flushFile(beside / "video.mp4");
         fs::rename(beside / "video.mp4", m_destination);
         flushFolder(m_destination.parent_path());
-        SubtitleFile(subtitleFile(m_destination)).write(Timeline::subtitles(m_project, Timeline::SubtitleFormat::subRip));
+        if (m_settings.subtitles != SubtitleCues::none)
+            SubtitleFile(subtitleFile(m_destination)).write(subtitles());
         return {.hardwareFailed = usesSoftware};
     }
 
 private:
+    std::string subtitles() const
+    {
+        constexpr auto format = Timeline::SubtitleFormat::subRip;
+        return m_settings.subtitles == SubtitleCues::phrases ? Phrases::subtitles(m_project, format)
+                                                             : Timeline::subtitles(m_project, format);
+    }
+
     void checkProject() const
     {
         const double playable = m_project.playableDuration();

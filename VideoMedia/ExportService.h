@@ -11,11 +11,19 @@
 
 namespace orvo {
 
+/// What an export leaves beside the video.
+enum class SubtitleCues : std::uint8_t {
+    words, ///< One cue for each word.
+    phrases, ///< Cues that people can read: `Phrases`.
+    none,
+};
+
 /// How a project is rendered.
 struct ExportSettings {
     std::int64_t height = 1080; ///< Asked height in pixels, at least 1; the output is never larger than the project.
     std::int64_t fps = 30; ///< Output frames per second, 1 to `VideoLimits::highestRate`.
     std::string quality = "balanced"; ///< "small", "high", or anything else for "balanced".
+    SubtitleCues subtitles = SubtitleCues::words;
 
     friend bool operator==(const ExportSettings&, const ExportSettings&) = default;
 };

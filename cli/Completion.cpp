@@ -29,6 +29,8 @@ const std::array choices{
     Values{"--format", {"srt", "vtt"}},
     Values{"--language", {"es-ES", "en-US"}},
     Values{"--kind", {"silence", "filler", "zoom"}},
+    Values{"--cues", {"words", "phrases"}},
+    Values{"--subtitles", {"words", "phrases", "none"}},
     Values{"--height", {"720", "1080", "1440", "2160"}},
     Values{"--fps", {"24", "25", "30", "50", "60"}},
     Values{"CAMPO",

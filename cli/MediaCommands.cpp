@@ -172,11 +172,13 @@ struct ExportArguments {
     std::string height;
     std::string fps;
     std::string quality;
+    std::string subtitles;
 };
 
 ExportSettings settingsOf(const ExportArguments& arguments)
 {
     ExportSettings settings = renderSettings(arguments.height, arguments.quality);
+    settings.subtitles = subtitleCues("--subtitles", arguments.subtitles);
     if (!arguments.fps.empty())
         settings.fps = integerArgument("--fps", arguments.fps, {1, 240});
     return settings;
@@ -200,13 +202,21 @@ void exportProject(Session& session, const ExportArguments& arguments)
         session.note("El codificador de la tarjeta gráfica ha fallado; se ha usado el del procesador.");
     const fs::path subtitles = ExportService::subtitleFile(file);
     const auto size = fs::file_size(file);
+    const bool hasSubtitles = settings.subtitles != SubtitleCues::none;
     if (session.json()) {
-        return session.answer(JsonValue::Object{{"id", project.id}, {"file", file.string()},
-            {"subtitles", subtitles.string()}, {"duration", project.playableDuration()}, {"size", size}});
+        JsonValue::Object answer{{"id", project.id}, {"file", file.string()}};
+        if (hasSubtitles)
+            answer.emplace_back("subtitles", subtitles.string());
+        answer.emplace_back("duration", project.playableDuration());
+        answer.emplace_back("size", size);
+        return session.answer(answer);
     }
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    session.print(std::format("Vídeo: {} ({}, {}, en {})\nSubtítulos: {}\n", printable(file.string()),
-        fineLength(project.playableDuration()), fileSize(size), clockTime(seconds), printable(subtitles.string())));
+    std::string text = std::format("Vídeo: {} ({}, {}, en {})\n", printable(file.string()),
+        fineLength(project.playableDuration()), fileSize(size), clockTime(seconds));
+    if (hasSubtitles)
+        text += std::format("Subtítulos: {}\n", printable(subtitles.string()));
+    session.print(text);
 }
 
 } // namespace
@@ -248,6 +258,8 @@ void addExportCommand(CLI::App& app, Session& session)
             command.argument("ARCHIVO", arguments.file, "El archivo .mp4; si existe, se reemplaza.");
             addRenderOptions(command, arguments.height, arguments.quality);
             command.option("--fps", "N", arguments.fps, "Fotogramas por segundo; 30 si no se indica.");
+            command.option("--subtitles", "CLASE", arguments.subtitles,
+                "words (palabra a palabra), phrases (frases) o none (ninguno); words si no se indica.");
         },
         exportProject);
 }

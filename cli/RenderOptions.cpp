@@ -34,4 +34,17 @@ ExportSettings renderSettings(const std::string& height, const std::string& qual
     return settings;
 }
 
+SubtitleCues subtitleCues(const std::string& name, const std::string& value)
+{
+    static constexpr std::array<std::string_view, 3> names{"words", "phrases", "none"};
+    if (value.empty() || value == names[0])
+        return SubtitleCues::words;
+    if (value == names[1])
+        return SubtitleCues::phrases;
+    if (value == names[2] && name != "--cues")
+        return SubtitleCues::none;
+    throw UsageError(std::format("{} no puede ser {}.{} Escribe words{}.", name, inQuotes(value), suggestion(value, names),
+        name == "--cues" ? " o phrases" : ", phrases o none"));
+}
+
 } // namespace orvo::cli

@@ -14,4 +14,7 @@ void addRenderOptions(Command& command, std::string& height, std::string& qualit
 /// What they say; what is empty has its usual value. Throws `UsageError` for a value that makes no sense.
 ExportSettings renderSettings(const std::string& height, const std::string& quality);
 
+/// What the option `name` says of subtitles: "words", "phrases" or "none"; words when it is empty. Throws `UsageError`.
+SubtitleCues subtitleCues(const std::string& name, const std::string& value);
+
 } // namespace orvo::cli

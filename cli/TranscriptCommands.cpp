@@ -1,5 +1,6 @@
 #include "VideoCore/Edits.h"
 #include "VideoCore/FileIO.h"
+#include "VideoCore/Phrases.h"
 #include "VideoCore/Suggestions.h"
 #include "VideoCore/Timeline.h"
 #include "cli/Arguments.h"
@@ -7,6 +8,7 @@
 #include "cli/Commands.h"
 #include "cli/Destination.h"
 #include "cli/Failures.h"
+#include "cli/RenderOptions.h"
 #include "cli/Terminal.h"
 #include "cli/Text.h"
 
@@ -99,6 +101,7 @@ struct SubtitlesArguments {
     std::string project;
     std::string file;
     std::string format;
+    std::string cues;
 };
 
 SubtitleFormat formatOf(const SubtitlesArguments& arguments)
@@ -118,7 +121,8 @@ void subtitles(Session& session, const SubtitlesArguments& arguments)
 {
     const SubtitleFormat format = formatOf(arguments);
     const VideoProject project = session.library().load(arguments.project);
-    const std::string text = Timeline::subtitles(project, format);
+    const bool isPhrases = subtitleCues("--cues", arguments.cues) == SubtitleCues::phrases;
+    const std::string text = isPhrases ? Phrases::subtitles(project, format) : Timeline::subtitles(project, format);
     if (project.edit.words.empty())
         session.note("El proyecto no tiene transcripción: los subtítulos quedan vacíos.");
     const std::string_view formatName = format == SubtitleFormat::webVtt ? "vtt" : "srt";
@@ -153,6 +157,8 @@ void addTranscriptCommands(CLI::App& app, Session& session)
             command.project(arguments.project);
             command.optionalArgument("ARCHIVO", arguments.file, "Dónde; sin él, en la salida estándar.");
             command.option("--format", "FORMATO", arguments.format, "srt o vtt; si no se indica, según el archivo, o srt.");
+            command.option("--cues", "CLASE", arguments.cues,
+                "words (palabra a palabra) o phrases (frases que se leen bien); words si no se indica.");
         },
         subtitles);
 }
