@@ -22,6 +22,14 @@ constexpr std::int64_t strongestStretch = 200;
 /// How much of the lateness of one block counts: of blocks of 20 ms, a mean over about a second.
 constexpr double newsShare = 0.02;
 
+/// How long after a gap a stream may take to become steady, in samples.
+constexpr std::int64_t settlingTime = SoundBlock::rate * 5;
+
+/// While a stream settles, a displacement above this is corrected at once when so many blocks in a row agree on it: times
+/// are measured with errors of some milliseconds.
+constexpr std::int64_t largestWhileSettling = SoundBlock::rate / 100;
+constexpr int agreeingBlocks = 5;
+
 std::int64_t toFrames(double seconds)
 {
     return std::llround(seconds * SoundBlock::rate);
@@ -76,14 +84,18 @@ void SoundTimeline::add(const SoundBlock& block, double seconds)
     }
     const std::int64_t place = toFrames(seconds);
     const std::int64_t late = place - m_length;
+    const bool begins = late > largestGap || (m_length == 0 && late > 0);
+    if (begins)
+        m_settled = place + settlingTime;
+    const bool displaced = isDisplaced(place, late);
     // What overlaps is left out to its end, not only until it is little.
-    m_overlaps = late < 0 && (m_overlaps || place < 0 || late < -largestOverlap);
+    m_overlaps = late < 0 && (m_overlaps || place < 0 || late < -largestOverlap || displaced);
     if (m_overlaps) {
         const auto over = static_cast<std::size_t>(-late * m_channels);
         m_lateness = 0;
         return write(samples.subspan(std::min(over, samples.size())));
     }
-    if (late > largestGap || (m_length == 0 && late > 0)) {
+    if (begins || (late > 0 && displaced)) {
         fillUntil(seconds);
         m_lateness = 0;
         return write(samples);
@@ -93,6 +105,21 @@ void SoundTimeline::add(const SoundBlock& block, double seconds)
         writeStretched(samples, more);
     else
         write(samples);
+}
+
+/// Whether the stream is settling and several blocks in a row were as early or late as this one.
+bool SoundTimeline::isDisplaced(std::int64_t place, std::int64_t late)
+{
+    if (place >= m_settled || std::abs(late) <= largestWhileSettling) {
+        m_displacedBlocks = 0;
+        return false;
+    }
+    const int direction = late > 0 ? 1 : -1;
+    m_displacedBlocks = direction + (m_displacedBlocks * direction > 0 ? m_displacedBlocks : 0);
+    if (std::abs(m_displacedBlocks) < agreeingBlocks)
+        return false;
+    m_displacedBlocks = 0;
+    return true;
 }
 
 /// By how many samples a block of this length is to become longer.

@@ -11,6 +11,9 @@ namespace orvo {
 
 /// Lays blocks of sound one behind the other, so that each is where its time says: what is missing is silence, what overlaps
 /// is left out, and where the device's clock differs from the recording's, blocks become a few samples longer or shorter.
+///
+/// A device that has just (re)connected may lose more audio, or report inaccurate times, before its stream is steady. For
+/// five seconds a smaller displacement is therefore corrected at once too, with silence or by dropping samples.
 class SoundTimeline {
 public:
     /// Receives the sound from the beginning on, interleaved, without gaps.
@@ -33,12 +36,15 @@ private:
     void write(std::span<const float> samples);
     void writeStretched(std::span<const float> samples, std::int64_t more);
     std::int64_t correction(std::int64_t late, std::int64_t frames);
+    bool isDisplaced(std::int64_t place, std::int64_t late);
 
     int m_channels;
     Sink m_sink;
     std::int64_t m_length = 0;
     bool m_overlaps = false; ///< What comes is there already.
     double m_lateness = 0; ///< Of the blocks behind their times, in samples, evened out.
+    std::int64_t m_settled = 0; ///< Place from which the stream counts as steady, in samples.
+    int m_displacedBlocks = 0; ///< Consecutive blocks displaced in one direction; negative for early ones.
     std::vector<float> m_converted;
     std::vector<float> m_stretched;
 };

@@ -350,8 +350,7 @@ TEST_F(SoundRecording, OfAServerThatIsRestartedIsSilentMeanwhileAndInTimeAfterwa
     sound.startServer();
     const PatternWindow pattern({}, {"--sound"});
     const double back = session->time();
-    // What a server that has just started says of its delay is some hundredths off; the recorder makes up for it by and by.
-    waitFor(*session, back + 10);
+    waitFor(*session, back + 7);
     const auto project = session->stop().project;
     EXPECT_EQ(project.state, "ready");
     EXPECT_THAT(error(), IsEmpty());
@@ -360,10 +359,17 @@ TEST_F(SoundRecording, OfAServerThatIsRestartedIsSilentMeanwhileAndInTimeAfterwa
     const auto file = mediaOf(project, TrackKind::system);
     const auto tones = TimePattern::toneStarts(file);
     EXPECT_LT(level(decodeSound(file), 3.5, 4.8), 0.001);
-    const double last = flashes.at(flashes.size() - 2);
-    EXPECT_GT(last, back);
-    EXPECT_TRUE(std::ranges::any_of(tones, [last](double tone) { return std::abs(tone - last) < 0.04; }))
-        << testing::PrintToString(tones) << " " << testing::PrintToString(flashes);
+    // The recorder looks for the server every half second, and a new stream needs a moment to become steady. A busy machine
+    // may displace one tone, but not most of them.
+    std::vector<double> errors;
+    for (const double flash : flashes | std::views::filter([back](double at) { return at > back + 2; })) {
+        const auto nearest = std::ranges::min(tones, {}, [flash](double tone) { return std::abs(tone - flash); });
+        errors.push_back(std::abs(nearest - flash));
+    }
+    ASSERT_GE(errors.size(), 3U) << testing::PrintToString(flashes);
+    std::ranges::sort(errors);
+    EXPECT_LT(errors[errors.size() / 2], 0.04)
+        << testing::PrintToString(tones) << " " << testing::PrintToString(flashes) << " " << back;
     EXPECT_NEAR(probe(file).audioDuration, project.duration, 0.03);
 }
 

@@ -20,6 +20,7 @@ constexpr double rate = SoundBlock::rate;
 struct Device {
     double faster = 0; ///< 0.0001 is a hundred parts in a million.
     double error = 0; ///< Seconds, at most.
+    double late = 0; ///< Seconds by which every time is measured too late.
 };
 
 constexpr double waveLength = 4; ///< Seconds.
@@ -58,7 +59,7 @@ void play(SoundTimeline& timeline, const Device& device, double from, double to)
         const double start = time;
         for (int i = 0; i < SoundBlock::rate / 50; ++i, time += step)
             block.samples.push_back(sampleAt(time));
-        timeline.add(block, start + error(random));
+        timeline.add(block, start + device.late + error(random));
     }
 }
 
@@ -96,6 +97,22 @@ TEST(SoundTimelineTests, WhatIsMissingIsSilenceAndMovesNothing)
     EXPECT_TRUE(isSilent(4.03, 8.999));
     EXPECT_NEAR(laid.displacement(10), 0, 0.001);
     EXPECT_TRUE(isSilent(12.03, 13));
+}
+
+/// A server that has just started loses some more audio, or reports a delay that is some hundredths of a second off.
+TEST(SoundTimelineTests, CorrectsSmallErrorsAtOnceAfterAReconnection)
+{
+    for (const double error : {0.05, 0.0, -0.05}) {
+        for (const double hole : {0.0, 0.045, 0.07}) {
+            Laid laid;
+            SoundTimeline timeline(1, laid.sink());
+            play(timeline, {.error = 0.003}, 0, 2);
+            play(timeline, {.error = 0.003, .late = error}, 4.5, 5);
+            play(timeline, {.error = 0.003}, 5.0 + hole, 12);
+            for (const double time : {5.5, 6.0, 8.0, 10.0})
+                EXPECT_NEAR(laid.displacement(time), 0, 0.012) << time << " " << error << " " << hole;
+        }
+    }
 }
 
 TEST(SoundTimelineTests, WhatComesTooLateOrTwiceIsLeftOut)

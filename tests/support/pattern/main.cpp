@@ -195,11 +195,13 @@ void play(const std::stop_token& stop)
     std::vector<float> block(blockLength);
     double position = 0; ///< When the next sample is heard.
     int blocks = 0;
+    int displaced = 0; ///< Blocks in a row whose measured time is far off.
     while (!stop.stop_requested()) {
-        // Measured times tremble; the sound itself goes on evenly.
+        // Measured times tremble; the sound itself goes on evenly. After an underrun all of them are off.
         const double measured =
             seconds(Clock::now()) + static_cast<double>(pa_simple_get_latency(stream, &error)) / 1'000'000;
-        position = blocks < 20 ? measured : position + (measured - position) * 0.005;
+        displaced = std::abs(measured - position) > 0.015 ? displaced + 1 : 0;
+        position = blocks < 20 || displaced > 5 ? measured : position + (measured - position) * 0.005;
         ++blocks;
         for (std::size_t i = 0; i < block.size(); ++i) {
             const double time = position + static_cast<double>(i) / rate;
