@@ -52,8 +52,9 @@ std::filesystem::path require(
 /// Downloads a model into a folder and returns its file, which is there only when it is complete and has the right hash.
 /// What was interrupted is gone on with the next time.
 ///
-/// Blocks; `progress` receives the share that is there. Throws `captureError` with what happened and what to do (no network,
-/// an answer other than the file, a wrong hash, a full disk), file system errors unchanged, and `Cancelled`.
+/// Uses the proxy of the environment, else of the desktop (`SystemProxy`). Blocks; `progress` receives the share that is
+/// there. Throws `captureError` with what happened and what to do (no network, an answer other than the file, a wrong hash,
+/// a full disk), file system errors unchanged, and `Cancelled`.
 std::filesystem::path download(const SpeechModel& model, const std::filesystem::path& folder,
     const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 

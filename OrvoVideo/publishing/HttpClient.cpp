@@ -19,7 +19,6 @@ namespace {
 
 constexpr long uploadBuffer = 64L << 10; ///< Bytes that are handed to the connection at once.
 constexpr int longestWait = 1'000; ///< Milliseconds between two looks at the limits.
-constexpr auto proxyLimit = std::chrono::seconds(3); ///< For the desktop to say which proxy it wants.
 constexpr long refusedByProxy = 300; ///< Statuses of a proxy from here on say that it does not let through.
 
 struct Deleter {
@@ -60,25 +59,6 @@ std::string hostOf(const std::string& address)
 {
     const Url url = parsed(address);
     return url ? part(url.get(), CURLUPART_HOST) : std::string();
-}
-
-/// The proxy that the environment names for what is encrypted, chosen as libcurl does; empty for none.
-std::string environmentProxy()
-{
-    for (const auto* name : {"https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"}) {
-        if (const char* value = std::getenv(name); value && *value)
-            return value;
-    }
-    return {};
-}
-
-/// A proxy of the desktop's as libcurl calls it: desktops mean one of SOCKS 5 to look names up itself.
-std::string forLibcurl(std::string proxy)
-{
-    constexpr std::string_view socks = "socks5://";
-    if (proxy.starts_with(socks))
-        proxy.replace(0, socks.size(), "socks5h://");
-    return proxy;
 }
 
 /// Whether it is of a kind that can be gone through. Without a scheme it speaks HTTP.
@@ -355,9 +335,7 @@ const std::string& HttpClient::proxyFor(const std::string& url, const std::stop_
     const auto known = m_proxies.find(origin);
     if (known != m_proxies.end())
         return known->second;
-    std::string proxy = environmentProxy();
-    if (proxy.empty())
-        proxy = forLibcurl(SystemProxy::of(url, proxyLimit, stop));
+    std::string proxy = SystemProxy::of(url, stop);
     if (!isUsable(proxy))
         throw TransportError(CURLE_COULDNT_RESOLVE_PROXY,
             std::format("El proxy «{}» es de una clase que no se puede usar. Revisa la configuración de red del sistema.",

@@ -1,4 +1,5 @@
 #include "Platform/SpeechModels.h"
+#include "Platform/SystemProxy.h"
 #include "VideoCore/Error.h"
 #include "VideoMedia/Sha256.h"
 
@@ -23,6 +24,7 @@ namespace {
 
 constexpr long connectSeconds = 20;
 constexpr long stalledSeconds = 30; ///< Without a byte.
+constexpr long refusedByProxy = 300; ///< Statuses of a proxy from here on mean that it does not let through.
 constexpr std::uint64_t reserve = 20'000'000; ///< Bytes that stay free on the disk.
 
 /// The file that a download grows in, held by one download at a time.
@@ -118,6 +120,10 @@ public:
         m_before = m_file.size();
         const auto set = [&](CURLoption option, auto value) { curl_easy_setopt(m_request, option, value); };
         set(CURLOPT_URL, m_model.address.c_str());
+        // The publisher redirects to its storage, which is reached the same way.
+        const std::string proxy = SystemProxy::of(m_model.address, m_stop);
+        if (!proxy.empty())
+            set(CURLOPT_PROXY, proxy.c_str());
         set(CURLOPT_FOLLOWLOCATION, 1L);
         set(CURLOPT_MAXREDIRS, 10L);
         set(CURLOPT_PROTOCOLS_STR, "http,https");
@@ -191,14 +197,29 @@ private:
             throw captureError("El servidor de modelos ha enviado otro archivo. Inténtalo más tarde.");
     }
 
+    bool failedAtProxy(CURLcode code) const
+    {
+        if (code == CURLE_COULDNT_RESOLVE_PROXY || code == CURLE_PROXY)
+            return true;
+        long used = 0;
+        long status = 0;
+        curl_easy_getinfo(m_request, CURLINFO_USED_PROXY, &used);
+        curl_easy_getinfo(m_request, CURLINFO_HTTP_CONNECTCODE, &status);
+        return used != 0 && (code == CURLE_COULDNT_CONNECT || status >= refusedByProxy);
+    }
+
     [[noreturn]] void failWith(CURLcode code) const
     {
         const std::string help = std::format(
             " Inténtalo de nuevo más tarde: se sigue por donde iba. También puedes copiar el archivo {} en la carpeta {}.",
             m_model.file, m_file.path().parent_path().string());
+        if (failedAtProxy(code))
+            throw captureError(
+                "No se ha podido descargar el modelo de voz: el proxy del sistema no deja llegar al servidor. "
+                "Revisa la configuración de red."
+                + help);
         switch (code) {
         case CURLE_COULDNT_RESOLVE_HOST:
-        case CURLE_COULDNT_RESOLVE_PROXY:
         case CURLE_COULDNT_CONNECT:
             throw captureError("No se ha podido descargar el modelo de voz: no hay conexión con el servidor." + help);
         case CURLE_OPERATION_TIMEDOUT:

@@ -51,6 +51,7 @@ public:
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
 
+    int port() const { return m_port; }
     std::string address() const { return std::format("http://127.0.0.1:{}/model.bin", m_port); }
 
 private:
@@ -86,6 +87,26 @@ private:
 
 class ModelDownload : public testing::Test {
 protected:
+    /// The desktop's settings name the proxy; GIO reads them once.
+    static void SetUpTestSuite()
+    {
+        static const TemporaryFolder config;
+        for (const auto* name : {"http_proxy", "all_proxy", "ALL_PROXY", "no_proxy", "NO_PROXY"})
+            ::unsetenv(name);
+        ::setenv("XDG_CURRENT_DESKTOP", "GNOME", 1);
+        ::setenv("GSETTINGS_BACKEND", "keyfile", 1);
+        ::setenv("XDG_CONFIG_HOME", config.path().c_str(), 1);
+        const auto settings = config / "glib-2.0/settings/keyfile";
+        fs::create_directories(settings.parent_path());
+        std::ofstream(settings) << "[system/proxy]\nmode='manual'\n[system/proxy/http]\nhost='127.0.0.1'\nport="
+                                << proxy().port() << "\n";
+    }
+    static Server& proxy()
+    {
+        static Server server;
+        return server;
+    }
+
     ModelDownload()
     {
         for (int i = 0; content.size() < 300'000; ++i)
@@ -173,6 +194,19 @@ TEST_F(ModelDownload, SaysWhatToDoWithoutANetwork)
     stop.request_stop();
     EXPECT_THROW(SpeechModels::download(model, folder / "models", {}, stop.get_token()), Cancelled);
     EXPECT_FALSE(isThere());
+}
+
+TEST_F(ModelDownload, GoesThroughTheProxyOfTheDesktop)
+{
+    proxy().answer = server.answer;
+    model.address = "http://modelos.invalid/model.bin"; // Only the proxy knows it.
+    EXPECT_EQ(readFile(SpeechModels::download(model, folder / "models")), content);
+    EXPECT_THAT(server.asked, testing::IsEmpty());
+
+    fs::remove(folder / "models" / model.file);
+    ::setenv("http_proxy", "http://127.0.0.1:1", 1);
+    EXPECT_THAT(failure(), HasSubstr("el proxy del sistema no deja llegar al servidor"));
+    ::unsetenv("http_proxy");
 }
 
 TEST_F(ModelDownload, ModelsAreFoundByName)
