@@ -27,22 +27,6 @@ inline void letGo(pa_operation* operation)
         pa_operation_unref(operation);
 }
 
-/// While it lives, the thread of a loop waits.
-class PulseLock {
-public:
-    explicit PulseLock(pa_threaded_mainloop* loop)
-        : m_loop(loop)
-    {
-        pa_threaded_mainloop_lock(m_loop);
-    }
-    ~PulseLock() { pa_threaded_mainloop_unlock(m_loop); }
-    PulseLock(const PulseLock&) = delete;
-    PulseLock& operator=(const PulseLock&) = delete;
-
-private:
-    pa_threaded_mainloop* m_loop;
-};
-
 /// A loop with a thread of its own, which has not begun yet. Throws `captureError` when the system has none.
 PulseLoop makePulseLoop();
 
