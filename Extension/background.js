@@ -1,5 +1,6 @@
 // Joins the browser's parts: the popup and the shortcuts ask, the session records, the badge shows how it goes.
 
+import { mayRecord, storedOptions } from "./options.js";
 import { Session } from "./session.js";
 
 const session = new Session(showState);
@@ -25,8 +26,8 @@ function showState() {
 async function toggle() {
   if (session.state === "idle") {
     const [tab] = await chrome.tabs.query({ active: true, lastFocusedWindow: true });
-    const { options } = await chrome.storage.local.get("options");
-    await session.start(tab, options ?? {});
+    const options = await storedOptions();
+    if (await mayRecord(options)) await session.start(tab, options);
   } else {
     await session.stop();
   }

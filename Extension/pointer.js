@@ -31,12 +31,17 @@
     const place = position(event);
     if (!place || place.x < 0 || place.x > 1 || place.y < 0 || place.y > 1) return;
     latest = place;
-    if (kind === "click") events.push({ kind, at: performance.timeOrigin + performance.now(), ...place });
+    if (kind === "click") {
+      events.push({ kind, at: performance.now(), ...place });
+      send(); // A pause or the end may follow at once.
+    }
   }
 
   function send() {
     if (!events.length) return;
-    const batch = events;
+    // The clock of a page stands still while the machine sleeps, so that only differences of it mean something elsewhere.
+    const now = performance.now();
+    const batch = events.map(({ at, ...event }) => ({ ...event, age: now - at }));
     events = [];
     // Rejected when the extension was updated or taken away meanwhile.
     chrome.runtime.sendMessage({ to: "background", action: "pointer", events: batch }).catch(end);
@@ -75,7 +80,7 @@
   });
 
   const sampler = setInterval(() => {
-    if (latest) events.push({ kind: "move", at: performance.timeOrigin + performance.now(), ...latest });
+    if (latest) events.push({ kind: "move", at: performance.now(), ...latest });
   }, SAMPLE);
   const sender = setInterval(send, BATCH);
 })();

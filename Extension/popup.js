@@ -1,9 +1,10 @@
 // What the user sees on a press of the icon: how it goes, what is recorded, the buttons.
 
+import { storeOptions, storedOptions } from "./options.js";
+
 const text = (key, ...values) => chrome.i18n.getMessage(key, values);
 const element = (id) => document.getElementById(id);
 const form = element("options");
-const defaults = { height: 1080, fps: 30, microphone: true, camera: false };
 const everywhere = { origins: ["<all_urls>"] };
 
 let description = { state: "idle", failure: null, seconds: 0, finished: false };
@@ -53,29 +54,14 @@ function options() {
   };
 }
 
-// The recorder has no window in which the browser could ask; a page of the extension has.
-async function mayUse({ microphone, camera }) {
-  for (const [wanted, name] of [[microphone, "microphone"], [camera, "camera"]]) {
-    if (!wanted) continue;
-    const { state } = await navigator.permissions.query({ name });
-    if (state !== "granted") return false;
-  }
-  return true;
-}
-
 async function record() {
   if (description.state !== "idle") {
     await ask("toggle");
     return;
   }
   const chosen = options();
-  await chrome.storage.local.set({ options: chosen });
-  if (!(await mayUse(chosen))) {
-    const query = new URLSearchParams({ microphone: chosen.microphone, camera: chosen.camera });
-    await chrome.tabs.create({ url: `permission.html?${query}` });
-    return;
-  }
-  await ask("toggle");
+  await storeOptions(chosen);
+  await ask("toggle"); // Which has the browser ask for the microphone and the camera if need be.
 }
 
 for (const labelled of document.querySelectorAll("[data-text]")) labelled.textContent = text(labelled.dataset.text);
@@ -84,7 +70,7 @@ element("record").addEventListener("click", record);
 element("pause").addEventListener("click", () => ask("pause"));
 element("zoom").addEventListener("click", () => ask("zoom"));
 element("shortcuts").addEventListener("click", () => chrome.tabs.create({ url: "chrome://extensions/shortcuts" }));
-form.addEventListener("change", () => chrome.storage.local.set({ options: options() }));
+form.addEventListener("change", () => storeOptions(options()));
 form.everywhere.addEventListener("change", async () => {
   const change = form.everywhere.checked ? chrome.permissions.request(everywhere) : chrome.permissions.remove(everywhere);
   await change;
@@ -94,8 +80,7 @@ chrome.runtime.onMessage.addListener((message) => {
   if (message?.to === "popup") show(message.state);
 });
 
-const stored = await chrome.storage.local.get("options");
-const { height, fps, microphone, camera } = { ...defaults, ...stored.options };
+const { height, fps, microphone, camera } = await storedOptions();
 form.height.value = height;
 form.fps.value = fps;
 form.microphone.checked = microphone;

@@ -5,6 +5,7 @@ import { PieceQueue } from "./pieces.js";
 
 const PIECE_INTERVAL = 1000; // Milliseconds of recording in a piece.
 const LOST_AFTER = 15; // Seconds without an answer to the last piece.
+const LONGEST_END = 60; // Seconds from the end of the recording to the helper's last answer.
 const CODECS = ["video/webm;codecs=h264,opus", "video/webm;codecs=vp9,opus", "video/webm;codecs=vp8,opus"];
 
 const port = chrome.runtime.connect({ name: "recorder" });
@@ -14,35 +15,39 @@ const queue = new PieceQueue((piece) => port.postMessage({ type: "chunk", ...pie
 let audio = null;
 let clock = null; // Of the recording.
 let ending = false;
+let secondsEnding = 0;
 
+// All times are of this page's clock, in milliseconds.
 class RecordingClock {
-  #begin = now();
-  #pausedAt = null;
-  #paused = 0;
+  #begin = performance.now();
+  #pauses = []; // { from, to }; the last one may have no end yet.
 
-  // Seconds of recording at a moment in milliseconds since 1970, or null when it was paused then.
+  // Seconds of recording at a moment, or null when it was paused then.
   at(moment) {
-    if (this.#pausedAt !== null && moment >= this.#pausedAt) return null;
-    return Math.max(0, (moment - this.#begin - this.#paused) / 1000);
+    return this.#pauses.some(({ from, to }) => moment >= from && moment < to) ? null : this.#recorded(moment);
   }
 
   get seconds() {
-    return Math.max(0, ((this.#pausedAt ?? now()) - this.#begin - this.#paused) / 1000);
+    return this.#recorded(this.#isPaused ? this.#pauses.at(-1).from : performance.now());
+  }
+
+  #recorded(moment) {
+    const over = this.#pauses.filter(({ to }) => to <= moment);
+    const paused = over.reduce((sum, { from, to }) => sum + to - from, 0);
+    return Math.max(0, moment - this.#begin - paused) / 1000;
+  }
+
+  get #isPaused() {
+    return this.#pauses.at(-1)?.to === Infinity;
   }
 
   pause() {
-    this.#pausedAt ??= now();
+    if (!this.#isPaused) this.#pauses.push({ from: performance.now(), to: Infinity });
   }
 
   resume() {
-    if (this.#pausedAt === null) return;
-    this.#paused += now() - this.#pausedAt;
-    this.#pausedAt = null;
+    if (this.#isPaused) this.#pauses.at(-1).to = performance.now();
   }
-}
-
-function now() {
-  return performance.timeOrigin + performance.now();
 }
 
 function fail(reason, error) {
@@ -113,7 +118,7 @@ function makeRecorder({ kind, stream, bits }) {
   recorder.addEventListener("error", (event) => fail("recorder", event.error));
   entry.started = new Promise((resolve) => {
     recorder.addEventListener("start", () => {
-      entry.startedAt = now();
+      entry.startedAt = performance.now();
       resolve();
     }, { once: true });
   });
@@ -139,18 +144,25 @@ function shortened(title) {
 }
 
 async function begin() {
-  clock = new RecordingClock();
-  for (const { recorder } of recorders) recorder.start(PIECE_INTERVAL);
-  port.postMessage({ type: "recording" });
-  await Promise.all(recorders.map((entry) => entry.started));
-  const first = recorders[0].startedAt;
-  const tracks = recorders.slice(1).map(({ kind, startedAt }) => ({ track: kind, seconds: Math.max(0, startedAt - first) / 1000 }));
-  if (tracks.length) port.postMessage({ type: "starts", tracks });
-  const timer = setInterval(() => {
-    if (ending) clearInterval(timer);
-    else port.postMessage({ type: "progress", seconds: clock.seconds });
-    if (queue.tick() > LOST_AFTER || queue.isTooLong) fail("slow");
-  }, 1000);
+  try {
+    clock = new RecordingClock();
+    for (const { recorder } of recorders) recorder.start(PIECE_INTERVAL); // Throws when a device has gone meanwhile.
+    port.postMessage({ type: "recording" });
+    setInterval(watch, 1000);
+    await Promise.all(recorders.map((entry) => entry.started));
+    const first = recorders[0].startedAt;
+    const tracks = recorders.slice(1).map(({ kind, startedAt }) => ({ track: kind, seconds: Math.max(0, startedAt - first) / 1000 }));
+    if (tracks.length) port.postMessage({ type: "starts", tracks });
+  } catch (error) {
+    fail("recorder", error);
+  }
+}
+
+// Once a second until this page is closed: a helper that no longer answers must not hold the recording, nor its end.
+function watch() {
+  if (!ending) port.postMessage({ type: "progress", seconds: clock.seconds });
+  else ++secondsEnding;
+  if (queue.tick() > LOST_AFTER || queue.isTooLong || secondsEnding > LONGEST_END) fail("slow");
 }
 
 async function end(byBrowser) {
@@ -167,10 +179,11 @@ async function end(byBrowser) {
 }
 
 function addPointer(events) {
-  if (!clock || ending) return;
+  if (!clock) return;
+  const now = performance.now();
   const timed = [];
-  for (const { kind, at, x, y } of events) {
-    const time = clock.at(at);
+  for (const { kind, age, x, y } of events) {
+    const time = age >= 0 ? clock.at(now - age) : null;
     if (time !== null && x >= 0 && x <= 1 && y >= 0 && y <= 1) timed.push({ kind, time, x, y });
   }
   if (timed.length) port.postMessage({ type: "pointer", events: timed });
@@ -204,4 +217,7 @@ port.onMessage.addListener((message) => {
       break;
   }
 });
-port.onDisconnect.addListener(release);
+port.onDisconnect.addListener(() => {
+  release();
+  window.close(); // The worker that would close this page may have gone.
+});

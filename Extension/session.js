@@ -46,6 +46,8 @@ export class Session {
       });
       this.#plan = { type: "record", streamId, title: tab.title ?? "", area, options };
       await this.#openHelper();
+      // One that a worker left behind when the browser stopped it.
+      await chrome.offscreen.closeDocument().catch(() => {});
       await chrome.offscreen.createDocument({
         url: "recorder.html",
         reasons: ["USER_MEDIA"],
@@ -77,11 +79,12 @@ export class Session {
 
   markZoom() {
     if (this.state !== "recording") return;
-    this.#recorder?.postMessage({ type: "pointer", events: [{ kind: "zoom", at: Date.now(), ...this.#pointer }] });
+    this.#recorder?.postMessage({ type: "pointer", events: [{ kind: "zoom", age: 0, ...this.#pointer }] });
   }
 
   addPointer(sender, events) {
-    if (this.state !== "recording" || sender.tab?.id !== this.#tab || !Array.isArray(events) || !events.length) return;
+    // What comes in a pause or behind the end may have happened before; the recorder knows by its age.
+    if (!["recording", "paused", "stopping"].includes(this.state) || sender.tab?.id !== this.#tab || !Array.isArray(events) || !events.length) return;
     const { x, y } = events.at(-1);
     this.#pointer = { x, y };
     this.#recorder?.postMessage({ type: "pointer", events });
@@ -144,10 +147,12 @@ export class Session {
   #openHelper() {
     return new Promise((resolve, reject) => {
       const port = chrome.runtime.connectNative(HELPER);
+      let isThere = false;
       this.#helper = port;
       port.onMessage.addListener((message) => {
         if (message.type === "hello") {
-          if (message.version === VERSION) resolve();
+          isThere = message.version === VERSION;
+          if (isThere) resolve();
           else reject({ reason: "version" });
           return;
         }
@@ -159,7 +164,7 @@ export class Session {
         reject({ reason, detail });
         if (this.#helper !== port) return;
         this.#helper = null;
-        if (this.state !== "idle" && this.state !== "starting") this.#fail(reason, detail);
+        if (isThere) this.#fail(reason, detail); // Else whoever waits for its greeting is told.
       });
       port.postMessage({ type: "hello", version: VERSION });
     });

@@ -72,6 +72,8 @@ class Browser:
              "--auto-accept-camera-and-microphone-capture", "--password-store=basic", "--disable-gpu", "--window-position=0,0",
              f"--window-size={size[0]},{size[1]}", self.address], self.environment)
         self.chromium = self.tools.process
+        self.tools.call("Browser.grantPermissions", origin=f"chrome-extension://{self.extension}",
+                        permissions=["audioCapture", "videoCapture"])
         self.xdotool("search", "--sync", "--onlyvisible", "--name", "Reloj de prueba")
         time.sleep(2)  # The extension's shortcuts are there a moment after the window.
         self.focus()
@@ -139,9 +141,13 @@ class Browser:
             found += [pid for pid, of in parents if of == parent]
         return found
 
+    def badge(self):
+        return self.in_extension("chrome.action.getBadgeText({})")
+
     def begin(self):
+        before = {project["id"] for project in self.projects()}
         self.press("ctrl+shift+7")
-        project = wait_for("the recording", lambda: next(iter(self.projects()), None))
+        project = wait_for("the recording", lambda: next((new for new in self.projects() if new["id"] not in before), None))
         expect(project["state"] == "recording-tab", f"the project is {project['state']}")
         wait_for("the first piece", lambda: self.media(project, "screen").exists() and self.media(project, "screen").stat().st_size)
         return project["id"]

@@ -17,22 +17,30 @@ from browser import Browser, expect, wait_for
 from timecode import offsets, pressed, probed, samples_of
 
 
+# The clock of a page stands still while the machine sleeps: this page was opened before an hour of sleep.
+SLEPT = """chrome.tabs.query({ active: true }).then(([tab]) => chrome.scripting.executeScript({ target: { tabId: tab.id }, func: () => {
+  Object.defineProperty(performance, "timeOrigin", { value: performance.timeOrigin - 3600 * 1000 });
+} })).then(() => true)"""
+
+
 def whole(browser):
-    """From the shortcut to the prepared project."""
+    """From the shortcut, with nothing chosen before, to the prepared project."""
     identifier = browser.begin()
     began = time.monotonic()
+    browser.in_extension(SLEPT)
     browser.xdotool("mousemove", "250", "400")
     time.sleep(1)
     browser.xdotool("mousemove", "500", "400", "sleep", "0.3", "click", "1")
     time.sleep(4)
     browser.press("ctrl+shift+9")
     time.sleep(2.5)
-    browser.press("ctrl+shift+7")
+    browser.xdotool("click", "1", "key", "ctrl+shift+7")
     wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
     lasted = time.monotonic() - began
     project, screen = browser.prepared(identifier)
     print(f"{project['title']}: {project['width']}×{project['height']}, {project['duration']:.2f} s, {len(project['edit']['events'])} events")
     expect(project["title"] == "Reloj de prueba", project["title"])
+    expect({track["kind"] for track in project["tracks"]} == {"screen", "microphone"}, f"the tracks {project['tracks']}")
     facts = probed(screen)
     video, sound = facts["video"], facts["audio"]
     expect(video["codec_name"] == "h264" and int(video["width"]) == project["width"], "the picture")
@@ -48,7 +56,7 @@ def whole(browser):
     expect(max(apart) - min(apart) < 0.15, "picture and sound drift apart")
 
     kinds = [event["kind"] for event in project["edit"]["events"]]
-    expect(kinds.count("click") == 1 and kinds.count("zoom") == 1 and kinds.count("move") > 20, f"events {kinds}")
+    expect(kinds.count("click") == 2 and kinds.count("zoom") == 1 and kinds.count("move") > 20, f"events {kinds}")
     click = next(event for event in project["edit"]["events"] if event["kind"] == "click")
     # The tab's area takes the whole width of the window.
     expect(abs(click["x"] - 0.5) < 0.03, f"the press at {click['x']}")
@@ -213,6 +221,55 @@ def stop_worker(browser):
     browser.tools.call("Target.closeTarget", targetId=worker["targetId"])
 
 
+def worker_stopped(browser):
+    """Cut off with the worker; the next one records at once."""
+    cut_off(stop_worker)(browser)
+    identifier = browser.begin()
+    time.sleep(2)
+    browser.press("ctrl+shift+7")
+    wait_for("the end", lambda: any(p["id"] == identifier and p["state"] == "processing-tab" for p in browser.projects()))
+
+
+# Greets and ends as soon as a recording is asked for.
+SHORT_LIVED = """#!/usr/bin/env python3
+import struct, sys
+def receive():
+    sys.stdin.buffer.read(struct.unpack("=I", sys.stdin.buffer.read(4))[0])
+receive()
+hello = b'{"type":"hello","version":1}'
+sys.stdout.buffer.write(struct.pack("=I", len(hello)) + hello)
+sys.stdout.buffer.flush()
+receive()
+"""
+
+
+def helper_gone_early(browser):
+    """The helper ends between its greeting and the first piece: the next recording can begin."""
+    manifest = browser.manifest.read_text()
+    script = browser.manifest.with_name("short-lived")
+    script.write_text(SHORT_LIVED)
+    script.chmod(0o700)
+    browser.manifest.write_text(json.dumps({**json.loads(manifest), "path": str(script)}))
+    browser.press("ctrl+shift+7")
+    wait_for("the failure", lambda: browser.badge() == "!")
+    browser.manifest.write_text(manifest)
+    browser.begin()
+
+
+def helper_stuck(browser):
+    """The helper no longer answers: the end of the recording is given up, not waited for."""
+    identifier = browser.begin()
+    helper = browser.helper()
+    os.kill(helper, signal.SIGSTOP)
+    browser.press("ctrl+shift+7")
+    try:
+        wait_for("the failure", lambda: browser.badge() == "!")
+    finally:
+        os.kill(helper, signal.SIGCONT)
+    wait_for("the helper's end", lambda: not helper_lives(browser))
+    browser.prepared(identifier)
+
+
 def reload_extension(browser):
     browser.in_extension("setTimeout(() => chrome.runtime.reload(), 200) && null")
 
@@ -223,7 +280,9 @@ CASES = {
     "browser_killed": cut_off(lambda browser: os.killpg(browser.chromium.pid, signal.SIGKILL)),
     "browser_closed": cut_off(lambda browser: browser.press("ctrl+shift+w")),
     "extension_reloaded": cut_off(reload_extension),
-    "worker_stopped": cut_off(stop_worker),
+    "worker_stopped": worker_stopped,
+    "helper_gone_early": helper_gone_early,
+    "helper_stuck": helper_stuck,
     "with_devices": with_devices,
     "navigated": navigated,
     "frames": frames,
