@@ -4,22 +4,42 @@
 
 #include <QGuiApplication>
 #include <QScreen>
+#include <algorithm>
+#include <ranges>
 #include <utility>
 
 namespace orvo {
 
 namespace {
 
-/// An area of the global display space in the coordinates of the windows of this screen, which may be scaled.
-QRect windowRect(const Rect& area, const Rect& display, const QScreen& screen)
+bool isWayland()
+{
+    return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
+/// The area of a screen in the global display space. On X11 that counts pixels, and Qt leaves a screen's corner where it is
+/// in pixels but divides its size by the scale; on Wayland both have the compositor's units.
+QRectF displayRect(const QScreen& screen)
 {
     const QRect shown = screen.geometry();
-    if (display.width <= 0 || display.height <= 0)
+    return {shown.topLeft(), isWayland() ? QSizeF(shown.size()) : QSizeF(shown.size()) * screen.devicePixelRatio()};
+}
+
+QRectF rectOf(const Rect& area)
+{
+    return {area.x, area.y, area.width, area.height};
+}
+
+/// An area of the global display space in the coordinates of the windows of this screen, which shows `display` of it.
+QRect windowRect(const Rect& area, const QRectF& display, const QScreen& screen)
+{
+    const QRect shown = screen.geometry();
+    if (display.isEmpty())
         return shown;
-    const double across = shown.width() / display.width;
-    const double down = shown.height() / display.height;
-    return QRectF(shown.x() + (area.x - display.x) * across, shown.y() + (area.y - display.y) * down, area.width * across,
-        area.height * down)
+    const double across = shown.width() / display.width();
+    const double down = shown.height() / display.height();
+    return QRectF(shown.x() + (area.x - display.x()) * across, shown.y() + (area.y - display.y()) * down,
+        area.width * across, area.height * down)
         .toAlignedRect();
 }
 
@@ -28,9 +48,34 @@ QScreen* screenWith(const Rect& area)
 {
     if (auto* screen = screenOf(area))
         return screen;
-    auto* found = QGuiApplication::screenAt(
-        QPoint(static_cast<int>(area.x + area.width / 2), static_cast<int>(area.y + area.height / 2)));
-    return found ? found : QGuiApplication::primaryScreen();
+    auto* found = QGuiApplication::primaryScreen();
+    double most = 0;
+    for (auto* screen : QGuiApplication::screens()) {
+        const QRectF common = displayRect(*screen).intersected(rectOf(area));
+        if (common.width() * common.height() > most) {
+            most = common.width() * common.height();
+            found = screen;
+        }
+    }
+    return found;
+}
+
+/// Whether a recording of the display would show it. Popups close by themselves; the countdown and the mark are ours too,
+/// and stay.
+bool isInTheWay(const QWindow& window)
+{
+    const auto type = window.type();
+    return window.isVisible()
+        && (type == Qt::Window || type == Qt::Dialog || type == Qt::Sheet || type == Qt::Tool || type == Qt::SplashScreen);
+}
+
+/// How many windows it belongs to, one through the other.
+int depthOf(const QWindow& window)
+{
+    int depth = 0;
+    for (const auto* parent = window.transientParent(); parent; parent = parent->transientParent())
+        ++depth;
+    return depth;
 }
 
 } // namespace
@@ -72,7 +117,7 @@ void RecordingDesk::followCountdown()
         const auto& captured = *m_model.captured();
         auto* screen = screenWith(captured.source.rect);
         const QRect area =
-            captured.source.windowID ? screen->geometry() : windowRect(captured.area, captured.source.rect, *screen);
+            captured.source.windowID ? screen->geometry() : windowRect(captured.area, rectOf(captured.source.rect), *screen);
         m_countdown = std::make_unique<CountdownWindow>(*screen, area.center());
     }
     m_countdown->setCount(m_model.countdown());
@@ -90,13 +135,15 @@ void RecordingDesk::followRecording()
 
 void RecordingDesk::clear()
 {
-    const bool canHide = m_wayBack() == WayBack::elsewhere;
     for (auto* window : QGuiApplication::topLevelWindows()) {
-        const bool isOurs = window->type() == Qt::Window || window->type() == Qt::Dialog;
-        if (!window->isVisible() || !isOurs || window->transientParent())
-            continue;
-        m_cleared.push_back({window, window->visibility()});
-        if (canHide)
+        if (isInTheWay(*window))
+            m_cleared.push_back({window, window->visibility(), window->framePosition()});
+    }
+    std::ranges::stable_sort(m_cleared, {}, [](const Cleared& cleared) { return depthOf(*cleared.window); });
+    m_active = QGuiApplication::focusWindow();
+    const bool canHide = m_wayBack() == WayBack::elsewhere;
+    for (const auto& [window, visibility, position] : m_cleared | std::views::reverse) {
+        if (canHide || window->transientParent())
             window->hide();
         else
             window->showMinimized();
@@ -105,31 +152,51 @@ void RecordingDesk::clear()
 
 void RecordingDesk::restore()
 {
-    for (const auto& [window, visibility] : std::exchange(m_cleared, {})) {
+    if (m_cleared.empty())
+        return;
+    QWindow* active = m_active;
+    for (const auto& [window, visibility, position] : std::exchange(m_cleared, {})) {
         if (!window)
             continue;
-        window->setVisibility(visibility == QWindow::Minimized ? QWindow::AutomaticVisibility : visibility);
+        // A window that is shown again is placed anew unless it asks for its place.
+        if (visibility == QWindow::Windowed)
+            window->setFramePosition(position);
+        // The finished recording is shown even if the main window was minimised before.
+        const bool wasMinimized = visibility == QWindow::Minimized && !window->transientParent();
+        window->setVisibility(wasMinimized ? QWindow::AutomaticVisibility : visibility);
         window->raise();
-        window->requestActivate();
+        if (!active)
+            active = window;
     }
+    if (active)
+        active->requestActivate();
 }
 
-std::optional<QRect> RecordingDesk::freeCorner(const QRect& recorded, const std::vector<QRect>& screens, QSize mark)
+std::optional<QRect> RecordingDesk::freeCorner(const QRect& recorded, const QRect& screen, QSize mark)
 {
     constexpr int margin = 12;
-    for (const QRect& screen : screens) {
-        const QRect inner = screen.marginsRemoved({margin, margin, margin, margin});
-        QRect place({}, mark);
-        for (const auto move :
-            {&QRect::moveBottomRight, &QRect::moveBottomLeft, &QRect::moveTopRight, &QRect::moveTopLeft}) {
-            const QPoint corner = move == &QRect::moveBottomRight ? inner.bottomRight()
-                : move == &QRect::moveBottomLeft                  ? inner.bottomLeft()
-                : move == &QRect::moveTopRight                    ? inner.topRight()
-                                                                  : inner.topLeft();
-            (place.*move)(corner);
-            if (!place.intersects(recorded))
-                return place;
-        }
+    const QRect inner = screen.marginsRemoved({margin, margin, margin, margin});
+    QRect place({}, mark);
+    for (const auto move : {&QRect::moveBottomRight, &QRect::moveBottomLeft, &QRect::moveTopRight, &QRect::moveTopLeft}) {
+        const QPoint corner = move == &QRect::moveBottomRight ? inner.bottomRight()
+            : move == &QRect::moveBottomLeft                  ? inner.bottomLeft()
+            : move == &QRect::moveTopRight                    ? inner.topRight()
+                                                              : inner.topLeft();
+        (place.*move)(corner);
+        if (!place.intersects(recorded))
+            return place;
+    }
+    return std::nullopt;
+}
+
+std::optional<QRect> RecordingDesk::markPlace(const Rect& recorded, QSize mark)
+{
+    auto screens = QGuiApplication::screens();
+    std::ranges::stable_partition(screens, [first = screenWith(recorded)](auto* screen) { return screen == first; });
+    for (const auto* screen : screens) {
+        const QRect area = recorded.width > 0 ? windowRect(recorded, displayRect(*screen), *screen) : QRect();
+        if (const auto place = freeCorner(area, screen->availableGeometry(), mark))
+            return place;
     }
     return std::nullopt;
 }
@@ -137,21 +204,10 @@ std::optional<QRect> RecordingDesk::freeCorner(const QRect& recorded, const std:
 void RecordingDesk::showMark()
 {
     // Programs cannot say where their windows lie on Wayland.
-    if (QGuiApplication::platformName().startsWith(QLatin1String("wayland")) || !m_model.captured())
+    if (isWayland() || !m_model.captured())
         return;
-    const auto& captured = *m_model.captured();
-    auto* screen = screenWith(captured.source.rect);
-    std::vector<QRect> screens{screen->availableGeometry()};
-    for (auto* other : QGuiApplication::screens()) {
-        if (other != screen)
-            screens.push_back(other->availableGeometry());
-    }
     // A window is recorded alone, whatever lies over it, but its user wants to see it.
-    const QRect recorded = captured.source.windowID ? captured.area.width > 0
-            ? QRectF(captured.area.x, captured.area.y, captured.area.width, captured.area.height).toAlignedRect()
-            : QRect()
-                                                    : windowRect(captured.area, captured.source.rect, *screen);
-    if (const auto place = freeCorner(recorded, screens, RecordingMark::usualSize))
+    if (const auto place = markPlace(m_model.captured()->area, RecordingMark::usualSize))
         m_mark = std::make_unique<RecordingMark>(*place);
 }
 

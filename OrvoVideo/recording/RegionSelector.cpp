@@ -6,7 +6,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
-#include <cmath>
+#include <algorithm>
 #include <utility>
 
 namespace orvo {
@@ -98,12 +98,18 @@ void RegionSelector::complete(std::optional<QRectF> rect)
         m_display.x + rect->x() * across, m_display.y + rect->y() * down, rect->width() * across, rect->height() * down});
 }
 
+/// The nearest point of the screen. A pointer that is dragged over its edge is reported beyond it.
+QPointF RegionSelector::within(QPointF place) const
+{
+    return {std::clamp<qreal>(place.x(), 0, width()), std::clamp<qreal>(place.y(), 0, height())};
+}
+
 void RegionSelector::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() != Qt::LeftButton)
         return;
     m_dragging = true;
-    m_view.mouseDown(event->position());
+    m_view.mouseDown(within(event->position()));
     update();
 }
 
@@ -111,14 +117,14 @@ void RegionSelector::mouseMoveEvent(QMouseEvent* event)
 {
     if (!m_dragging)
         return;
-    m_view.mouseDragged(event->position());
+    m_view.mouseDragged(within(event->position()));
     update();
 }
 
 void RegionSelector::mouseReleaseEvent(QMouseEvent* event)
 {
     if (event->button() == Qt::LeftButton && std::exchange(m_dragging, false))
-        m_view.mouseUp(event->position());
+        m_view.mouseUp(within(event->position()));
 }
 
 void RegionSelector::keyPressEvent(QKeyEvent* event)

@@ -28,6 +28,7 @@ protected:
 
 private:
     void complete(std::optional<QRectF> rect);
+    QPointF within(QPointF place) const;
 
     Rect m_display;
     RegionPicker::Done m_completion;

@@ -92,30 +92,89 @@ TEST_F(RecordingDeskTests, AFailedStartBringsTheWindowsBack)
     EXPECT_FALSE(windowCalled("Cuenta atrás"));
 }
 
+TEST_F(RecordingDeskTests, HidesEveryWindowAndRestoresItAsItWas)
+{
+    begin();
+    QWindow settings; // As the settings and file panels are: of the main window, and with the keyboard.
+    settings.setTitle("Ajustes");
+    settings.setTransientParent(&window->window());
+    settings.setGeometry(50, 60, 200, 200);
+    QWindow panel;
+    panel.setTitle("Panel");
+    panel.setFlags(Qt::Dialog);
+    panel.setTransientParent(&settings);
+    panel.setGeometry(100, 300, 200, 200);
+    for (auto* each : {&settings, &panel}) {
+        each->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(each));
+    }
+    settings.requestActivate();
+    ASSERT_TRUE(comesToHold([&] { return QGuiApplication::focusWindow() == &settings; }));
+
+    for (const auto way : {RecordingDesk::WayBack::elsewhere, RecordingDesk::WayBack::windowOnly}) {
+        wayBack = way;
+        model->startRecording();
+        ASSERT_TRUE(comesToHold([&] { return model->countdown() == 3; }));
+        EXPECT_FALSE(settings.isVisible());
+        EXPECT_FALSE(panel.isVisible());
+        const bool minimized = way == RecordingDesk::WayBack::windowOnly;
+        EXPECT_EQ(window->window().isVisible(), minimized);
+        EXPECT_EQ(window->window().visibility() == QWindow::Minimized, minimized);
+        model->cancel();
+        ASSERT_TRUE(comesToHold([&] { return !model->busy(); }));
+        EXPECT_TRUE(window->window().isVisible());
+        EXPECT_EQ(settings.geometry(), QRect(50, 60, 200, 200));
+        EXPECT_EQ(panel.geometry(), QRect(100, 300, 200, 200));
+        EXPECT_TRUE(settings.isVisible() && panel.isVisible());
+        EXPECT_TRUE(comesToHold([&] { return QGuiApplication::focusWindow() == &settings; })) << "the keyboard is there";
+    }
+}
+
 TEST(RecordingMarkTests, StandsWhereNothingIsRecorded)
 {
     const QRect screen(0, 0, 1920, 1080);
-    const QRect second(1920, 0, 1280, 1024);
     const QSize mark(100, 40);
     struct Case {
         const char* what;
         QRect recorded;
-        std::vector<QRect> screens;
         std::optional<QPoint> corner;
     };
-    for (const auto& [what, recorded, screens, corner] : {
-             Case{"the only display", screen, {screen}, std::nullopt},
-             Case{"one of two displays", screen, {screen, second}, QPoint(3188 - 100, 1012 - 40)},
-             Case{"a part in the middle", {500, 300, 900, 500}, {screen}, QPoint(1908 - 100, 1068 - 40)},
-             Case{"a part in that corner", {960, 540, 960, 540}, {screen}, QPoint(12, 1068 - 40)},
-             Case{"the lower half", {0, 540, 1920, 540}, {screen}, QPoint(1908 - 100, 12)},
-             Case{"nothing that is known", {}, {screen}, QPoint(1908 - 100, 1068 - 40)},
+    for (const auto& [what, recorded, corner] : {
+             Case{"all of it", screen, std::nullopt},
+             Case{"another display", {1920, 0, 1280, 1024}, QPoint(1908 - 100, 1068 - 40)},
+             Case{"a part in the middle", {500, 300, 900, 500}, QPoint(1908 - 100, 1068 - 40)},
+             Case{"a part in that corner", {960, 540, 960, 540}, QPoint(12, 1068 - 40)},
+             Case{"the lower half", {0, 540, 1920, 540}, QPoint(1908 - 100, 12)},
+             Case{"nothing that is known", {}, QPoint(1908 - 100, 1068 - 40)},
          }) {
-        const auto place = RecordingDesk::freeCorner(recorded, screens, mark);
+        const auto place = RecordingDesk::freeCorner(recorded, screen, mark);
         EXPECT_EQ(place ? std::optional(place->topLeft()) : std::nullopt, corner) << what;
         if (place) {
             EXPECT_EQ(place->size(), mark) << what;
         }
+    }
+}
+
+TEST(RecordingMarkTests, ComparesPixelsOnScaledScreens)
+{
+    const QSize mark(100, 40);
+    // The monitor on the right has 1280×800 pixels from 640 on, which its windows see as 853×533.
+    const QRect right = screenOf({640, 0, 1280, 800})->geometry();
+    ASSERT_EQ(right, QRect(640, 0, 853, 533));
+    struct Case {
+        const char* what;
+        Rect recorded; ///< Pixels.
+        QRect expected;
+    };
+    for (const auto& [what, recorded, expected] : {
+             Case{"the right corner below", {1500, 500, 420, 300}, QRect({652, 481}, mark)},
+             Case{"the lower half", {640, 400, 1280, 400}, QRect({1381, 12}, mark)},
+             Case{"all of the right", {640, 0, 1280, 800}, QRect({528, 748}, mark)},
+             Case{"most on the left", {100, 0, 900, 700}, QRect({528, 748}, mark)},
+         }) {
+        const auto place = RecordingDesk::markPlace(recorded, mark);
+        ASSERT_TRUE(place) << what;
+        EXPECT_LE((place->topLeft() - expected.topLeft()).manhattanLength(), 2) << what;
     }
 }
 

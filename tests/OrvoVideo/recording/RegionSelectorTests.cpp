@@ -63,6 +63,8 @@ TEST_F(RegionSelectorTests, GivesWhatWasDraggedInPixelsOfTheDisplay)
              Case{left, drag(400, 500, 100, 200), {100, 200, 300, 300}}, // The other way round.
              Case{right, drag(700, 60, 1300, 360), {700, 60, 600, 300}},
              Case{right, drag(1900, 700, 1000, 30), {1000, 30, 900, 670}},
+             Case{left, drag(300, 200, 900, 500), {300, 200, 340, 300}}, // Over the edge to the other monitor.
+             Case{right, drag(1000, 300, 200, 100), {640, 100, 360, 200}},
          }) {
         const auto region = pick(source, words);
         ASSERT_TRUE(region);
