@@ -62,9 +62,9 @@ int runApplication(const QStringList& arguments)
     MainWindow window(model);
     const TrayItem tray(model);
     const RecordingDesk desk(model, [&model] {
-        const bool hasKeys = model.shortcuts()->supportText().isEmpty();
-        return hasKeys || QSystemTrayIcon::isSystemTrayAvailable() ? RecordingDesk::WayBack::elsewhere
-                                                                   : RecordingDesk::WayBack::windowOnly;
+        const bool hasKey = model.shortcuts()->hears(ShortcutManager::Action::Record);
+        return hasKey || QSystemTrayIcon::isSystemTrayAvailable() ? RecordingDesk::WayBack::elsewhere
+                                                                  : RecordingDesk::WayBack::windowOnly;
     });
     QObject::connect(&tray, &TrayItem::windowWanted, &window, [&window] { window.bringToFront(); });
     QObject::connect(&tray, &TrayItem::quitWanted, &window.window(), &QWindow::close);

@@ -13,6 +13,7 @@ class NoShortcutKeys final : public ShortcutKeys {
 public:
     void listen(const std::vector<Combination>&) override { }
     Support support() const override { return Support::none; }
+    bool hears(std::uint32_t) const override { return false; }
 };
 
 } // namespace

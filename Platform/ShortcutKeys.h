@@ -43,9 +43,14 @@ public:
 
     virtual Support support() const = 0;
 
+    /// Whether the combination with this identifier is known to be heard. False when another program has it, when the
+    /// keyboard lacks its key, and where the desktop decides, which does not reliably say.
+    virtual bool hears(std::uint32_t id) const = 0;
+
 signals:
     /// A combination has been pressed; once, however long it is held. Emitted from the event loop.
     void pressed(quint32 id);
+    /// `support` or `hears` may answer otherwise than before.
     void supportChanged();
 };
 

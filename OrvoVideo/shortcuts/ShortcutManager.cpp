@@ -154,11 +154,32 @@ void ShortcutManager::listen()
         reload();
 }
 
+bool ShortcutManager::hears(Action action) const
+{
+    return m_keys->hears(std::to_underlying(action));
+}
+
+/// Names the combinations that other programs keep for themselves; empty when all are heard.
+QString ShortcutManager::refusedText() const
+{
+    if (m_heldBack)
+        return {};
+    QStringList refused;
+    for (const Action action : actions) {
+        if (!hears(action))
+            refused << text(action);
+    }
+    if (refused.isEmpty())
+        return {};
+    return QStringLiteral("Otro programa usa %1. Elige otra combinación, o usa el icono de la bandeja o la ventana.")
+        .arg(refused.join(QStringLiteral(" y ")));
+}
+
 QString ShortcutManager::supportText() const
 {
     switch (m_keys->support()) {
     case ShortcutKeys::Support::ours:
-        return {};
+        return refusedText();
     case ShortcutKeys::Support::desktop:
         return QStringLiteral("Tu escritorio decide estas combinaciones: puedes cambiarlas en sus ajustes de atajos.");
     case ShortcutKeys::Support::none:

@@ -60,6 +60,9 @@ public:
     /// What the user has to know of where the shortcuts work; empty where they do, as set here.
     QString supportText() const;
 
+    /// Whether a press of this combination is known to arrive here, whichever application has the keyboard.
+    bool hears(Action action) const;
+
 signals:
     /// A combination has been pressed. Never within the call of another operation.
     void pressed(orvo::ShortcutManager::Action action);
@@ -68,6 +71,8 @@ signals:
     void supportChanged();
 
 private:
+    QString refusedText() const;
+
     std::unique_ptr<ShortcutKeys> m_keys;
     mutable QSettings m_settings; ///< Reading is no change, whatever the type says.
     bool m_heldBack = false;

@@ -50,6 +50,12 @@ public:
         grabAll();
     }
 
+    /// Whether a key with this combination was granted.
+    bool has(std::uint32_t id) const { return std::ranges::contains(m_grabs, id, &Grab::id); }
+
+    /// Counts how often the grabs were asked for, so that a new keyboard mapping can be noticed.
+    unsigned round() const { return m_round; }
+
     /// The combinations that were pressed since the last call, in their order.
     std::vector<std::uint32_t> pressed()
     {
@@ -133,6 +139,7 @@ private:
     void grabAll()
     {
         xcb_ungrab_key(m_display.get(), XCB_GRAB_ANY, m_display.root, XCB_MOD_MASK_ANY);
+        ++m_round;
         m_grabs.clear();
         m_held.clear();
         m_bits = readModifiers();
@@ -231,6 +238,7 @@ private:
     std::set<xcb_keycode_t> m_held;
     XcbHandle<xcb_generic_event_t> m_peeked;
     bool m_keyboardChanged = false;
+    unsigned m_round = 0;
 };
 
 std::unique_ptr<X11ShortcutKeys> X11ShortcutKeys::open()
@@ -252,14 +260,23 @@ X11ShortcutKeys::~X11ShortcutKeys() = default;
 void X11ShortcutKeys::listen(const std::vector<Combination>& combinations)
 {
     m_grabs->set(combinations);
+    emit supportChanged();
     // Answers to the grabs may have brought events along, which no longer make the socket readable.
     QMetaObject::invokeMethod(this, &X11ShortcutKeys::takeEvents, Qt::QueuedConnection);
 }
 
+bool X11ShortcutKeys::hears(std::uint32_t id) const
+{
+    return m_grabs->has(id);
+}
+
 void X11ShortcutKeys::takeEvents()
 {
+    const auto round = m_grabs->round();
     for (const auto id : m_grabs->pressed())
         emit pressed(id);
+    if (m_grabs->round() != round)
+        emit supportChanged();
 }
 
 } // namespace orvo

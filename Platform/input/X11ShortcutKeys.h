@@ -16,6 +16,7 @@ public:
 
     void listen(const std::vector<Combination>& combinations) override;
     Support support() const override { return Support::ours; }
+    bool hears(std::uint32_t id) const override;
 
 private:
     class Grabs;

@@ -19,6 +19,7 @@ public:
     /// A new set of combinations needs a new session, since each is bound once.
     void listen(const std::vector<Combination>& combinations) override;
     Support support() const override { return m_support; }
+    bool hears(std::uint32_t) const override { return false; }
 
 private slots:
     void noteActivated(const QDBusObjectPath& session, const QString& id);

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -142,10 +143,16 @@ public:
     std::vector<Combination> combinations; ///< Those that are heard.
     Support offered = Support::ours;
 
+    std::set<std::uint32_t> refused; ///< Combinations that another program has.
+
     void press(std::uint32_t id) { emit pressed(id); }
 
     void listen(const std::vector<Combination>& wanted) override { combinations = wanted; }
     Support support() const override { return offered; }
+    bool hears(std::uint32_t id) const override
+    {
+        return !refused.contains(id) && std::ranges::contains(combinations, id, &Combination::id);
+    }
 };
 
 /// Answers with the region the test has put there.

@@ -97,6 +97,20 @@ TEST_F(ShortcutManagerTests, TakesTypedCombinationsWithTwoModifiersAndHearsNoneM
     EXPECT_THAT(heard(), ElementsAre(std::pair(15, usual), std::pair(46, 0x1200), std::pair(6, usual)));
 }
 
+TEST_F(ShortcutManagerTests, NamesTheCombinationsThatOtherProgramsHave)
+{
+    auto& shortcuts = start();
+    EXPECT_TRUE(shortcuts.hears(Action::Record));
+    EXPECT_EQ(shortcuts.supportText(), "");
+    keys->refused = {1, 3};
+    EXPECT_FALSE(shortcuts.hears(Action::Record));
+    EXPECT_TRUE(shortcuts.hears(Action::Pause));
+    EXPECT_EQ(shortcuts.supportText(),
+        "Otro programa usa ⌃⌥⌘R y ⌃⌥⌘Z. Elige otra combinación, o usa el icono de la bandeja o la ventana.");
+    shortcuts.holdBack();
+    EXPECT_EQ(shortcuts.supportText(), "") << "none is heard while one is typed";
+}
+
 } // namespace
 
 } // namespace orvo::test

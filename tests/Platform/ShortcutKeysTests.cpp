@@ -90,10 +90,14 @@ TEST_F(ShortcutKeysTests, ACombinationOfAnotherProgramIsLeftOut)
     EXPECT_THAT(press({"ctrl+alt+super+r", "ctrl+alt+super+p"}), ElementsAre(2));
     EXPECT_TRUE(comesToHold([&] { return !heardByOther.empty(); }));
     EXPECT_THAT(heardByOther, ElementsAre(5));
+    EXPECT_FALSE(keys->hears(1));
+    EXPECT_TRUE(keys->hears(2));
 
     other->listen({});
+    EXPECT_FALSE(other->hears(5));
     keys->listen({{1, keyR, three, {}}, last});
     EXPECT_THAT(press({"ctrl+alt+super+r"}), ElementsAre(1)) << "free again";
+    EXPECT_TRUE(keys->hears(1));
 }
 
 TEST(VirtualKeysTests, KeysOfEventsAndTheirTexts)
