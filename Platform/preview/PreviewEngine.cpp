@@ -250,6 +250,28 @@ MediaFacts PreviewEngine::factsOf(const fs::path& path, const std::stop_token& s
     return facts;
 }
 
+/// Opens every file once, so that a load fails if one of them is broken.
+///
+/// As many files as the shelf keeps open at the same time, each on threads of its own. The first clips come last: the shelf
+/// still has them when playback begins.
+void PreviewEngine::openAll(std::span<const VideoFile> clips, const std::stop_token& stop)
+{
+    std::vector<VideoFile> files;
+    for (const VideoFile& file : clips) {
+        if (!std::ranges::contains(files, file))
+            files.push_back(file);
+    }
+    for (std::size_t end = files.size(); end > 0;) {
+        const std::size_t begin = (end - 1) / VideoShelf::kept * VideoShelf::kept;
+        const auto together = std::span(files).subspan(begin, end - begin) | std::views::reverse;
+        for (const VideoFile& file : together)
+            m_shelf.source(file);
+        for (const VideoFile& file : together)
+            m_shelf.source(file).open(stop);
+        end = begin;
+    }
+}
+
 std::shared_ptr<PreviewEngine::Composition> PreviewEngine::open(
     const PreviewComposition& description, const std::stop_token& stop)
 {
@@ -274,15 +296,7 @@ std::shared_ptr<PreviewEngine::Composition> PreviewEngine::open(
         composition->sound.back() = std::make_shared<SoundTrack>(clip.file, clip.start, clip.volume);
         heard.push_back(composition->sound.back());
     }
-    // Files open beside one another, each on threads of its own, as many as the shelf keeps. From the last to the first:
-    // those at the beginning, which are shown first, are still open afterwards.
-    const auto files = composition->video | std::views::reverse;
-    for (std::size_t i = 0; i < files.size() + VideoShelf::kept; ++i) {
-        if (i >= VideoShelf::kept)
-            m_shelf.source(files[static_cast<std::ptrdiff_t>(i - VideoShelf::kept)]).open(stop);
-        if (i < files.size())
-            m_shelf.source(files[static_cast<std::ptrdiff_t>(i)]);
-    }
+    openAll(composition->video, stop);
     for (const auto& track : heard)
         track->open(stop);
     composition->layout = CompositionLayout(description.fps, std::move(clips), soundEnd);

@@ -14,6 +14,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <span>
 #include <thread>
 
 namespace orvo {
@@ -77,6 +78,7 @@ private:
     void perform(Orders orders, const std::stop_token& stop);
     void performLoad(std::uint64_t number, const PreviewComposition& description, const std::stop_token& stop);
     std::shared_ptr<Composition> open(const PreviewComposition& description, const std::stop_token& stop);
+    void openAll(std::span<const VideoFile> clips, const std::stop_token& stop);
     void performSeek(Numbered seek, const std::stop_token& stop);
     void performRate(Numbered rate, const std::stop_token& stop);
     TimePoint playOn(const std::stop_token& stop);

@@ -5,6 +5,7 @@
 #include <QEventLoop>
 #include <QGuiApplication>
 #include <QTimer>
+#include <utility>
 
 namespace orvo::test {
 
@@ -33,8 +34,9 @@ const auto* const application = testing::AddGlobalTestEnvironment(new Applicatio
 
 } // namespace
 
-PlayerRig::PlayerRig(const std::string& soundSink)
-    : m_player(std::make_unique<GstPreviewPlayer>(std::make_unique<FfprobeMediaProbe>(), soundSink))
+PlayerRig::PlayerRig(const std::string& soundSink, std::unique_ptr<MediaProbe> probe)
+    : m_player(
+          std::make_unique<GstPreviewPlayer>(probe ? std::move(probe) : std::make_unique<FfprobeMediaProbe>(), soundSink))
 {
     PreviewPlayer* player = m_player.get();
     const auto on = [player](auto signal, auto slot) { QObject::connect(player, signal, player, slot); };

@@ -1,10 +1,12 @@
 #pragma once
 
 #include "Platform/GstPreviewPlayer.h"
+#include "VideoMedia/MediaProbe.h"
 
 #include <chrono>
 #include <functional>
 #include <gtest/gtest.h>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,7 +15,8 @@ namespace orvo::test {
 /// A preview player whose sound keeps time but goes nowhere (or where `soundSink` says), and what it has told so far.
 class PlayerRig {
 public:
-    explicit PlayerRig(const std::string& soundSink = "fakesink sync=true");
+    /// Looks at files with `probe`; without one, with ffprobe.
+    explicit PlayerRig(const std::string& soundSink = "fakesink sync=true", std::unique_ptr<MediaProbe> probe = nullptr);
 
     PreviewPlayer& player() { return *m_player; }
     /// Ends the player in whatever state it is.
