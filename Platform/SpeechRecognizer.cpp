@@ -188,7 +188,7 @@ private:
         for (const auto& stretch : chunk.speech())
             stretches.push_back(
                 {.start = chunk.inChunk(stretch.startSeconds()), .end = chunk.inChunk(stretch.endSeconds())});
-        const auto placed = place(std::move(heard), stretches, {});
+        const auto placed = place(std::move(heard), stretches);
         std::vector<TranscriptWord> result;
         for (auto first = placed.begin(); first != placed.end();) {
             const auto last =

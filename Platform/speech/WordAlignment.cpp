@@ -16,14 +16,12 @@ constexpr double nearby = 0.3; ///< Seconds that a word may be from where it was
 constexpr double tempoWeight = 1.0; ///< What a stretch twice as long (or half) as its words ask for costs, about halved.
 constexpr double unspokenCost = 2.0; ///< Of a second of speech without a word.
 constexpr double shortestWord = 0.04; ///< Seconds.
-constexpr double dipReach = 0.09; ///< Seconds within which a word's beginning moves to a dip.
 
 class Placement {
 public:
-    Placement(std::vector<HeardWord> words, const std::vector<Interval>& stretches, const std::vector<Interval>& dips)
+    Placement(std::vector<HeardWord> words, const std::vector<Interval>& stretches)
         : m_words(std::move(words))
         , m_stretches(stretches)
-        , m_dips(dips)
         , m_syllables(m_words.size() + 1, 0)
         , m_hesitations(m_words.size() + 1, 0)
     {
@@ -109,21 +107,6 @@ private:
         return bounds;
     }
 
-    /// The beginning of a dip's end that lies near, else the time itself.
-    double snapped(double time) const
-    {
-        double result = time;
-        double nearest = dipReach;
-        for (const auto& dip : m_dips) {
-            const double away = std::max({0.0, dip.start - time, time - dip.end});
-            if (away < nearest) {
-                nearest = away;
-                result = dip.end;
-            }
-        }
-        return result;
-    }
-
     void fill(std::size_t stretch, std::size_t first, std::size_t last, std::vector<PlacedWord>& result) const
     {
         if (first == last)
@@ -133,7 +116,7 @@ private:
         const double least = std::min(shortestWord, (end - start) / count);
         std::vector<double> starts;
         for (std::size_t i = first; i < last; ++i)
-            starts.push_back(i == first ? start : snapped(heardEnd(i - 1)));
+            starts.push_back(i == first ? start : heardEnd(i - 1));
         // In order, and each with room for itself.
         for (std::size_t i = 1; i < starts.size(); ++i)
             starts[i] = std::max(starts[i], starts[i - 1] + least);
@@ -153,7 +136,6 @@ private:
 
     std::vector<HeardWord> m_words;
     const std::vector<Interval>& m_stretches;
-    const std::vector<Interval>& m_dips;
     std::vector<double> m_syllables; ///< Of all words before.
     std::vector<std::size_t> m_hesitations; ///< Among all words before.
     double m_tempo = 0.2; ///< Seconds a syllable.
@@ -185,10 +167,9 @@ double syllables(std::string_view text)
     return std::max(0.7, 0.6 * vowels + 0.16 * letters);
 }
 
-std::vector<PlacedWord> place(
-    std::vector<HeardWord> words, const std::vector<Interval>& stretches, const std::vector<Interval>& dips)
+std::vector<PlacedWord> place(std::vector<HeardWord> words, const std::vector<Interval>& stretches)
 {
-    return Placement(std::move(words), stretches, dips).run();
+    return Placement(std::move(words), stretches).run();
 }
 
 } // namespace orvo::speech

@@ -30,9 +30,7 @@ struct PlacedWord {
 /// long as their syllables ask for. Within a stretch the words follow one another without a gap, the first beginning and the
 /// last ending with it. A stretch may stay without words: a cough, a chair.
 ///
-/// `dips` are short silences within the stretches, at which words rather begin than elsewhere. All times in seconds of the
-/// same sound; `stretches` in order and disjoint.
-std::vector<PlacedWord> place(
-    std::vector<HeardWord> words, const std::vector<Interval>& stretches, const std::vector<Interval>& dips);
+/// All times in seconds of the same sound; `stretches` in order and disjoint.
+std::vector<PlacedWord> place(std::vector<HeardWord> words, const std::vector<Interval>& stretches);
 
 } // namespace orvo::speech
