@@ -29,9 +29,9 @@ QCoro::Task<> AppModel::pickDestination(VideoProject project)
                     const std::stop_token& stop, const ProgressCallback& progress) {
                     return ExportService::exportVideo(project, store, destination, settings, *probe, progress, stop);
                 });
-            setStatus(outcome.hardwareFailed
-                    ? QStringLiteral("Vídeo y subtítulos exportados (sin la tarjeta gráfica, que ha fallado)")
-                    : QStringLiteral("Vídeo y subtítulos exportados"));
+            const auto remarks = QString::fromStdString(outcome.remarks());
+            const auto done = QStringLiteral("Vídeo y subtítulos exportados");
+            setStatus(remarks.isEmpty() ? done : done + QStringLiteral(". ") + remarks);
             m_services.workspace->reveal(destination);
         });
 }

@@ -56,61 +56,54 @@ Arguments prefix()
     return {"-hide_banner", "-y", "-nostdin", "-filter_complex_threads", "1"};
 }
 
-/// Puts subtitles beside a video. A file of that name that holds something else and was not left there by an export, or was
-/// corrected since, is kept as "NAME.srt.bak".
-class SubtitleFile {
-public:
-    explicit SubtitleFile(fs::path file)
-        : m_file(std::move(file))
-    {
+/// Marks a file as written by an export, by the digest of its content: a file that somebody corrects since has another one.
+/// File systems without attributes keep no mark.
+constexpr auto exportMark = "user.orvo.sha256";
+
+void markAsExported(const fs::path& file, std::string_view content)
+{
+    const std::string digest = Sha256::of(content);
+    ::setxattr(file.c_str(), exportMark, digest.data(), digest.size(), 0);
+}
+
+bool isMarkedAsExported(const fs::path& file, std::string_view content)
+{
+    std::array<char, 64> digest{};
+    const ssize_t size = ::getxattr(file.c_str(), exportMark, digest.data(), digest.size());
+    return size == static_cast<ssize_t>(digest.size())
+        && std::string_view(digest.data(), digest.size()) == Sha256::of(content);
+}
+
+/// Copies a subtitle file that `content` is to replace to "NAME.srt.bak", unless an export wrote it. A number at the end
+/// keeps the copy from replacing another one. Returns the copy that was made, if any.
+std::optional<fs::path> keepForeign(const fs::path& file, std::string_view content)
+{
+    std::error_code ignored;
+    if (!fs::is_regular_file(file, ignored))
+        return std::nullopt;
+    const std::string present = readFile(file);
+    if (present == content || isMarkedAsExported(file, present))
+        return std::nullopt;
+    for (int number = 1;; ++number) {
+        fs::path copy = file;
+        copy += number == 1 ? ".bak" : std::format(".bak{}", number);
+        if (fs::is_regular_file(copy, ignored) && readFile(copy) == present)
+            return std::nullopt;
+        if (fs::exists(fs::symlink_status(copy, ignored)))
+            continue;
+        writeFileAtomically(copy, present);
+        return copy;
     }
+}
 
-    void write(const std::string& text) const
-    {
-        std::error_code unknown;
-        if (fs::is_regular_file(m_file, unknown)) {
-            const std::string present = readFile(m_file);
-            if (present != text && !isOurs(present))
-                keep(present);
-        }
-        writeFileAtomically(m_file, text);
-        const std::string sum = sumOf(text);
-        // Where the file system keeps no attributes, the next export keeps the file.
-        ::setxattr(m_file.c_str(), attribute, sum.data(), sum.size(), 0);
-    }
-
-private:
-    static constexpr auto attribute = "user.orvo.sha256"; ///< Of what an export has written.
-
-    static std::string sumOf(std::string_view text)
-    {
-        Sha256 sum;
-        sum.add({text.data(), text.size()});
-        return sum.finish();
-    }
-
-    bool isOurs(std::string_view present) const
-    {
-        std::array<char, 64> sum{};
-        const ssize_t size = ::getxattr(m_file.c_str(), attribute, sum.data(), sum.size());
-        return size == static_cast<ssize_t>(sum.size()) && std::string_view(sum.data(), sum.size()) == sumOf(present);
-    }
-
-    /// Under the first name that is free, or that holds the same.
-    void keep(const std::string& present) const
-    {
-        for (int number = 1;; ++number) {
-            fs::path copy = m_file;
-            copy += number == 1 ? ".bak" : std::format(".bak{}", number);
-            if (!fs::exists(copy))
-                return writeFileAtomically(copy, present);
-            if (fs::is_regular_file(copy) && readFile(copy) == present)
-                return;
-        }
-    }
-
-    fs::path m_file;
-};
+/// Renames `by` to `file`. A file that exists keeps its mode.
+void replace(const fs::path& file, const fs::path& by)
+{
+    std::error_code ignored;
+    if (const auto old = fs::symlink_status(file, ignored); fs::is_regular_file(old))
+        fs::permissions(by, old.permissions(), ignored);
+    fs::rename(by, file);
+}
 
 /// One export: what its two runs share.
 class Export {
@@ -140,15 +133,12 @@ public:
         collectImages();
         checkDestination();
         mixAudio(work);
-        // Beside the destination and out of sight: an older video stays until the new one is whole.
-        const WorkFolder beside(m_destination.parent_path(), ".orvo");
-        const bool usesSoftware = renderPicture(work, beside / "video.mp4", progress);
-        flushFile(beside / "video.mp4");
-        fs::rename(beside / "video.mp4", m_destination);
-        flushFolder(m_destination.parent_path());
-        if (m_settings.subtitles != SubtitleCues::none)
-            SubtitleFile(subtitleFile(m_destination)).write(subtitles());
-        return {.hardwareFailed = usesSoftware};
+        // Out of sight beside the destination: an older video stays until the new one is complete.
+        const WorkFolder beside(m_destination.parent_path(), ".orvo-export");
+        Outcome outcome;
+        outcome.hardwareFailed = renderPicture(work, beside / "video.mp4", progress);
+        outcome.keptSubtitles = putInPlace(beside);
+        return outcome;
     }
 
 private:
@@ -202,6 +192,11 @@ private:
                 append(m_pictureInputs, {"-color_range", "tv"});
             append(m_pictureInputs, {"-i", input.file.string()});
         }
+        const auto isSeen = [](const RenderGraph::Input& input) {
+            return input.hasVideo && RenderGraph::isVisibleVideo(input.track);
+        };
+        if (std::ranges::none_of(m_inputs, isSeen))
+            throw captureError("El proyecto no contiene vídeo visible.");
     }
 
     /// Whether one thread decodes a track, as the recorder writes them, faster than the result is encoded. Each further
@@ -268,6 +263,29 @@ private:
             throw captureError("El destino es un archivo original del proyecto. Elige otro nombre.");
     }
 
+    /// Puts the complete video and its subtitles in their places. What can fail for want of room comes before the first of
+    /// them is replaced. Returns where subtitles that no export wrote were kept.
+    std::optional<fs::path> putInPlace(const WorkFolder& beside) const
+    {
+        const fs::path video = beside / "video.mp4";
+        const fs::path captions = beside / "subtitles.srt";
+        const bool hasCaptions = m_settings.subtitles != SubtitleCues::none;
+        std::optional<fs::path> kept;
+        if (hasCaptions) {
+            const std::string text = subtitles();
+            writeFileAtomically(captions, text);
+            markAsExported(captions, text);
+            flushFile(captions);
+            kept = keepForeign(subtitleFile(m_destination), text);
+        }
+        flushFile(video);
+        replace(m_destination, video);
+        if (hasCaptions)
+            replace(subtitleFile(m_destination), captions);
+        flushFolder(m_destination.parent_path());
+        return kept;
+    }
+
     /// How much later the mix is than the recording, in seconds.
     double mixDelay() const { return limiterDelay + (reducesNoise() ? noiseReductionDelay : 0); }
 
@@ -304,13 +322,24 @@ private:
         extendWithSilence(work / "mixed.wav", truncated((m_project.duration + mixDelay()) * mixRate));
     }
 
-    /// Returns whether a hardware encoder failed and the software encoder did the work.
+    /// Returns whether a hardware encoder failed and the software encoder took over.
     bool renderPicture(const WorkFolder& work, const fs::path& target, const ProgressCallback& progress) const
     {
         const auto size = outputSize();
         writeFileAtomically(work / "annotations.ass", annotations(m_project, size.width, size.height));
         return encodeWithBest(
-            m_ffmpeg, size, [&](const VideoEncoder& encoder) { renderPicture(work, target, encoder, progress); }, m_stop);
+            m_ffmpeg,
+            {.size = size,
+                .fps = m_settings.fps,
+                .arguments = [this](const VideoEncoder& encoder) { return encoderArguments(encoder); }},
+            [&](const VideoEncoder& encoder) { renderPicture(work, target, encoder, progress); }, m_stop);
+    }
+
+    Arguments encoderArguments(const VideoEncoder& encoder) const
+    {
+        Arguments line = encoder.arguments(RenderGraph::videoBitRate(m_settings.quality, outputSize(), m_settings.fps));
+        append(line, encoder.noFinerThan(RenderGraph::smallestQuantizer(m_settings.quality)));
+        return line;
     }
 
     void renderPicture(
@@ -329,8 +358,7 @@ private:
         for (const auto& image : m_images)
             append(arguments, OverlayImage::input(image, m_project.duration));
         append(arguments, {"-/filter_complex", (work / "filters.txt").string(), "-map", "[vout]", "-map", "[aout]"});
-        append(arguments, encoder.arguments(RenderGraph::videoBitRate(m_settings.quality, size, m_settings.fps)));
-        append(arguments, encoder.noFinerThan(RenderGraph::smallestQuantizer(m_settings.quality)));
+        append(arguments, encoderArguments(encoder));
         // A constant rate gives the last frame its length: otherwise the picture ends a frame before the sound.
         append(arguments, {"-r", std::to_string(m_settings.fps)});
         append(arguments,
@@ -352,6 +380,18 @@ private:
 };
 
 } // namespace
+
+std::string Outcome::remarks() const
+{
+    std::string text;
+    if (hardwareFailed)
+        text = "El codificador de la tarjeta gráfica ha fallado; se ha usado el del procesador.";
+    if (keptSubtitles) {
+        text += std::format(
+            "{}Los subtítulos que había se conservan en «{}».", text.empty() ? "" : " ", keptSubtitles->filename().string());
+    }
+    return text;
+}
 
 fs::path subtitleFile(const fs::path& video)
 {

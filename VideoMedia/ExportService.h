@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <stop_token>
 #include <string>
 
@@ -34,18 +35,22 @@ namespace ExportService {
 /// The SubRip file that an export to `video` leaves beside it.
 std::filesystem::path subtitleFile(const std::filesystem::path& video);
 
-/// What is to be said of an export that succeeded.
+/// What the user should know about work that succeeded.
 struct Outcome {
-    bool hardwareFailed = false; ///< A hardware encoder failed; the software encoder did the work.
+    bool hardwareFailed = false; ///< A hardware encoder failed; the software encoder took over.
+    std::optional<std::filesystem::path> keptSubtitles; ///< The copy of subtitles that no export wrote.
+
+    /// One sentence for each, in Spanish; empty if there is nothing to say.
+    std::string remarks() const;
 };
 
-/// Renders the whole edit of a project to the MP4 file `destination` (replaced when present) and writes the transcript as a
-/// SubRip file of the same name beside it. Subtitles of that name that no export has left there, or that were corrected
-/// since, are kept as "NAME.srt.bak".
+/// Renders the whole edit of a project to the MP4 file `destination` and writes the transcript as a SubRip file of the same
+/// name beside it.
 ///
-/// `progress` receives 0..1 during the final render. Intermediate files lie in a work folder inside the project's folder,
-/// which is gone when the call ends, however it ends. The video is rendered in a hidden folder beside `destination` and
-/// takes its name when it is complete: an older file stays when the export fails or is cancelled.
+/// Both are made in a hidden folder beside `destination` and take their names when they are complete and on the disk: older
+/// files stay when the export fails or is cancelled. Subtitles that no export wrote, or that were corrected since, are kept
+/// as "NAME.srt.bak". `progress` receives 0..1 during the final render. Both work folders, here and in the project's folder,
+/// are removed however the call ends; those that a killed process left are removed by the next export.
 ///
 /// Throws `captureError` with a text for the user (no usable `ffmpeg`, nothing visible to render, a size, a length or a
 /// frame rate that no video has, a missing file, an
@@ -65,7 +70,7 @@ Outcome exportVideo(const VideoProject& project, const ProjectStore& store, cons
 /// Throws `captureError` with a text for the user (no `ffmpeg`, a project without a usable size, a failed or incomplete run
 /// of `ffmpeg`), file system errors unchanged, and `Cancelled`. The steps made so far stay then; the file that tells
 /// `ffmpeg` where the key is ("key-info.txt") never does.
-void hls(const std::filesystem::path& from, const VideoProject& project, const std::filesystem::path& destination,
+Outcome hls(const std::filesystem::path& from, const VideoProject& project, const std::filesystem::path& destination,
     const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 
 /// The marks and texts that are burned into the picture, as an Advanced SubStation Alpha document: pointer, highlight, click

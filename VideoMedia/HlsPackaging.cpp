@@ -89,11 +89,12 @@ private:
 
 /// The encoder with its bit rate, which it keeps to within half a second: what the master playlist declares is then true of
 /// every segment, where one that saves bits for long would spend them all in the next. The system encoder has only the mean.
-Arguments encoderArguments(const VideoEncoder& encoder, std::int64_t bitRate)
+Arguments encoderArguments(const VideoEncoder& encoder, const HlsLadder::Rendition& step)
 {
-    Arguments line = encoder.plainArguments(bitRate);
+    Arguments line = encoder.plainArguments(step.bitRate);
     if (encoder.name != systemEncoder)
-        append(line, {"-maxrate", std::to_string(bitRate), "-bufsize", std::to_string(bitRate / 2)});
+        append(line, {"-maxrate", std::to_string(step.bitRate), "-bufsize", std::to_string(step.bitRate / 2)});
+    append(line, {"-g", std::to_string(step.keyFrameInterval)});
     return line;
 }
 
@@ -106,13 +107,12 @@ Arguments encoding(const VideoEncoder& encoder, const HlsLadder::Rendition& step
     if (!encoder.upload.empty())
         filter += "," + encoder.upload;
     append(line, {"-i", from.string(), "-vf", filter});
-    append(line, encoderArguments(encoder, step.bitRate));
+    append(line, encoderArguments(encoder, step));
     const auto seconds = std::to_string(HlsLadder::segmentSeconds);
     append(line,
-        {"-g", std::to_string(step.keyFrameInterval), "-force_key_frames", "expr:gte(t,n_forced*" + seconds + ")", "-c:a",
-            "aac", "-b:a", "128k", "-hls_time", seconds, "-hls_playlist_type", "vod", "-hls_flags", "independent_segments",
-            "-hls_key_info_file", key.file().string(), "-hls_segment_filename", folder.string() + "/%05d.ts",
-            (folder / "index.m3u8").string()});
+        {"-force_key_frames", "expr:gte(t,n_forced*" + seconds + ")", "-c:a", "aac", "-b:a", "128k", "-hls_time", seconds,
+            "-hls_playlist_type", "vod", "-hls_flags", "independent_segments", "-hls_key_info_file", key.file().string(),
+            "-hls_segment_filename", folder.string() + "/%05d.ts", (folder / "index.m3u8").string()});
     return line;
 }
 
@@ -144,7 +144,7 @@ void requireComplete(const fs::path& folder)
 
 } // namespace
 
-void hls(const fs::path& from, const VideoProject& project, const fs::path& destination, const ProgressCallback& progress,
+Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& destination, const ProgressCallback& progress,
     const std::stop_token& stop)
 {
     const auto ffmpeg = ProcessRunner::ffmpeg();
@@ -159,6 +159,7 @@ void hls(const fs::path& from, const VideoProject& project, const fs::path& dest
     const KeyInfo key(folder / "key-info.txt", folder / "key.bin");
     const PlainPath plain(folder);
 
+    Outcome outcome;
     double allPixels = 0;
     for (const auto& step : ladder)
         allPixels += static_cast<double>(step.width * step.height);
@@ -166,14 +167,17 @@ void hls(const fs::path& from, const VideoProject& project, const fs::path& dest
     for (const auto& step : ladder) {
         const fs::path rendition = folder / std::to_string(step.height);
         fs::create_directories(rendition);
-        encodeWithBest(
-            *ffmpeg, {.width = step.width, .height = step.height},
+        outcome.hardwareFailed |= encodeWithBest(
+            *ffmpeg,
+            {.size = {.width = step.width, .height = step.height},
+                .fps = project.fps,
+                .arguments = [&](const VideoEncoder& encoder) { return encoderArguments(encoder, step); }},
             [&](const VideoEncoder& encoder) {
                 ProcessRunner::run(
                     *ffmpeg, encoding(encoder, step, movie, key, plain.path() / rendition.filename()), {}, 0, stop);
+                requireComplete(rendition);
             },
             stop);
-        requireComplete(rendition);
         pixels += static_cast<double>(step.width * step.height);
         if (progress)
             progress(pixels / allPixels);
@@ -184,6 +188,7 @@ void hls(const fs::path& from, const VideoProject& project, const fs::path& dest
         {"-hide_banner", "-y", "-ss", numberText(RenderGraph::openingFade(project)), "-i", movie.string(), "-frames:v", "1",
             "-vf", "scale=960:-2", (plain.path() / "poster.jpg").string()},
         {}, 0, stop);
+    return outcome;
 }
 
 } // namespace orvo::ExportService

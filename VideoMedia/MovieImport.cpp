@@ -39,7 +39,8 @@ CopiedMovie copyMovie(const ProjectStore& store, const fs::path& movie, const Vi
     const auto facts = factsOf(copy, movie, probe, stop);
     if (!facts.duration || !std::isfinite(*facts.duration) || *facts.duration <= 0)
         throw captureError("El archivo no contiene una duración válida.");
-    if (!facts.video && project.tracks.empty()) // A project takes its size from its first track.
+    // A project takes its size from its first track.
+    if (!facts.video && (project.tracks.empty() || facts.audioStreams == 0))
         throw captureError(std::format("«{}» no contiene vídeo.", movie.filename().string()));
     copied.duration = *facts.duration;
     if (facts.video) {
@@ -52,6 +53,8 @@ CopiedMovie copyMovie(const ProjectStore& store, const fs::path& movie, const Vi
 void append(VideoProject& project, const CopiedMovie& movie)
 {
     const bool first = project.tracks.empty();
+    if (first && movie.width == 0) // The other tracks were removed while it was copied.
+        throw captureError("La película no contiene vídeo y el proyecto ya no tiene otras pistas.");
     if (first) {
         project.width = movie.width;
         project.height = movie.height;

@@ -23,13 +23,13 @@ struct CopiedMovie {
     std::int64_t height = 0; ///< Of the upright picture, in pixels; 0 for one that has sound only.
 };
 
-/// Copies a movie into the folder of `project`, which exists. Throws as `importMovie`. A project that has tracks takes
-/// movies that have sound only, too.
+/// Copies a movie into the folder of `project`, which exists. A project that has tracks also takes movies with sound only.
+/// Throws as `importMovie`.
 CopiedMovie copyMovie(const ProjectStore& store, const std::filesystem::path& movie, const VideoProject& project,
     const MediaProbe& probe, const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 
 /// Adds a copied movie after everything in the project. The first track of a project is its screen track and gives it its
-/// size; later ones are clips. Saves nothing.
+/// size; later ones are clips. Saves nothing. Throws `captureError` for a first track with sound only.
 void append(VideoProject& project, const CopiedMovie& movie);
 
 /// Copies a movie into the project `target`, appended after everything in it, or into a new project titled with the file's

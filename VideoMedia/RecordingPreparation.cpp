@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <format>
+#include <ranges>
 #include <string_view>
 #include <utility>
 
@@ -62,7 +63,7 @@ public:
             prepared.events = PointerLog::read(m_store.directory(m_project.id));
         double done = 0;
         for (const auto& track : m_project.tracks) {
-            if (which == Which::all || needsConversion(track))
+            if ((which == Which::all && !isPrepared(track)) || needsConversion(track))
                 convertOrLose(track, prepared);
             if (progress)
                 progress(++done / static_cast<double>(m_project.tracks.size()));
@@ -79,14 +80,14 @@ private:
     void convertOrLose(const MediaTrack& track, Prepared& prepared)
     {
         try {
-            prepared.files[track.id] = converted(track);
+            prepared.files.insert_or_assign(track.id, converted(track));
         } catch (const Cancelled&) {
             throw;
         } catch (const Error& error) {
-            // A full disk says nothing of the track.
+            // A full disk says nothing about the track.
             if (std::string_view(error.what()).contains("No space left on device"))
                 throw;
-            prepared.lost[track.id] = describe(error);
+            prepared.lost[track.id] = error.what();
         }
     }
 
@@ -97,6 +98,14 @@ private:
             throw captureError("Instala FFmpeg 7 o posterior para preparar la grabación.");
         ProcessRunner::requireUsable(*program);
         return *program;
+    }
+
+    /// Whether an earlier preparation, which lost another track, has converted this one: encoding it once more would only
+    /// cost quality.
+    bool isPrepared(const MediaTrack& track) const
+    {
+        return m_project.state == ProjectState::needsRecovery
+            && track.file.starts_with(std::format("media/{}-prepared-", textOf(track.kind)));
     }
 
     bool needsConversion(const MediaTrack& track) const
@@ -139,36 +148,59 @@ private:
         ProcessRunner::run(m_ffmpeg, arguments, {}, 0, m_stop);
     }
 
+    void convertPicture(const fs::path& source, const fs::path& target) const
+    {
+        const auto encode = [&](const VideoEncoder& encoder) {
+            // Encoders take even sizes only; browsers and imported movies may have others.
+            const std::string even = "pad=ceil(iw/2)*2:ceil(ih/2)*2";
+            Arguments picture{"-i", source.string(), "-vf", encoder.upload.empty() ? even : even + "," + encoder.upload};
+            append(picture, encoder.arguments(pictureBitRate));
+            convert(encoder.device, std::move(picture), target);
+        };
+        const auto arguments = [](const VideoEncoder& encoder) { return encoder.arguments(pictureBitRate); };
+        encodeWithBest(m_ffmpeg, {.size = sizeOf(source), .arguments = arguments}, encode, m_stop);
+    }
+
+    /// The line of a failure that says why: the last one that is not just a summary.
+    static std::string causeOf(const Error& error)
+    {
+        std::string cause = error.what();
+        for (const auto part : std::views::split(std::string_view(error.what()), '\n')) {
+            const std::string_view line(part);
+            if (line.find_first_not_of(" \t\r") != std::string_view::npos && line != "Conversion failed!")
+                cause = line;
+        }
+        return cause;
+    }
+
     Prepared::File converted(const MediaTrack& track)
     {
         const fs::path source = m_store.mediaURL(m_project, track.file);
         if (!fs::exists(source))
             throw captureError(std::format("Falta «{}».", track.file));
+        const std::string nothing = std::format("«{}» no contiene nada que recuperar.", track.file);
+        if (fs::is_empty(source))
+            throw captureError(nothing);
         Prepared::File result{.file = std::format("media/{}-prepared-{}{}", textOf(track.kind), Uuid::random().text(),
                                   isSound(track) ? ".m4a" : ".mov")};
         const fs::path target = m_store.mediaURL(m_project, result.file);
         m_made.add(target);
 
-        if (isSound(track)) {
-            convert({}, {"-i", source.string(), "-vn"}, target);
-        } else {
-            encodeWithBest(
-                m_ffmpeg, sizeOf(source),
-                [&](const VideoEncoder& encoder) {
-                    // Encoders take even sizes only; browsers and imported movies may have others.
-                    const std::string even = "pad=ceil(iw/2)*2:ceil(ih/2)*2";
-                    Arguments picture{
-                        "-i", source.string(), "-vf", encoder.upload.empty() ? even : even + "," + encoder.upload};
-                    append(picture, encoder.arguments(pictureBitRate));
-                    convert(encoder.device, std::move(picture), target);
-                },
-                m_stop);
+        try {
+            if (isSound(track))
+                convert({}, {"-i", source.string(), "-vn"}, target);
+            else
+                convertPicture(source, target);
+        } catch (const Cancelled&) {
+            throw;
+        } catch (const Error& error) {
+            throw captureError(std::format("«{}» no se puede recuperar: {}", track.file, causeOf(error)));
         }
 
         // An input without a single frame makes a file that holds nothing.
         const auto facts = m_probe.facts(target, m_stop);
         if (!facts.duration || !(*facts.duration > 0))
-            throw captureError(std::format("«{}» no contiene nada que recuperar.", track.file));
+            throw captureError(nothing);
         result.duration = *facts.duration;
         // The document that names this file must not reach the disk before it.
         flushFile(target);

@@ -4,12 +4,11 @@
 #include "VideoMedia/Arguments.h"
 #include "VideoMedia/ProcessRunner.h"
 
-#include <array>
 #include <format>
 #include <map>
 #include <mutex>
 #include <optional>
-#include <tuple>
+#include <string>
 #include <utility>
 
 namespace orvo {
@@ -18,56 +17,55 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using Key = std::tuple<fs::path, fs::file_time_type, std::int64_t, std::int64_t>;
+/// A program as it is now: one that is replaced is another.
+using Program = std::pair<fs::path, fs::file_time_type>;
 
-/// The encoders that were found, by program and size.
-class Found {
+Program identityOf(const fs::path& ffmpeg)
+{
+    return {fs::canonical(ffmpeg), fs::last_write_time(ffmpeg)};
+}
+
+/// Whether a hardware encoder works, by program and trial.
+class Trials {
 public:
-    std::optional<VideoEncoder> find(const Key& key)
+    std::optional<bool> find(const Program& program, const Arguments& trial)
     {
         const std::lock_guard lock(m_mutex);
-        const auto known = m_encoders.find(key);
-        return known == m_encoders.end() ? std::nullopt : std::optional(known->second);
+        const auto known = m_outcomes.find({program, trial});
+        return known == m_outcomes.end() ? std::nullopt : std::optional(known->second);
     }
-    void set(const Key& key, const VideoEncoder& encoder)
+    void set(const Program& program, const Arguments& trial, bool works)
     {
         const std::lock_guard lock(m_mutex);
-        m_encoders.insert_or_assign(key, encoder);
+        m_outcomes.insert_or_assign({program, trial}, works);
     }
 
 private:
     std::mutex m_mutex;
-    std::map<Key, VideoEncoder> m_encoders;
+    std::map<std::pair<Program, Arguments>, bool> m_outcomes;
 };
 
-Found& found()
+Trials& trials()
 {
-    static Found encoders;
-    return encoders;
+    static Trials all;
+    return all;
 }
 
-Key keyOf(const fs::path& ffmpeg, RenderGraph::FrameSize size)
+/// The encoders that a program lists, as text.
+std::string listOf(const fs::path& ffmpeg, const std::stop_token& stop)
 {
-    return {fs::canonical(ffmpeg), fs::last_write_time(ffmpeg), size.width, size.height};
-}
+    static std::mutex mutex;
+    static std::map<Program, std::string> lists;
 
-VideoEncoder systemEncoder()
-{
-    return {.name = "h264_videotoolbox", .device = {}, .upload = {}, .options = {"-allow_sw", "1"}, .quantizerFloor = {}};
-}
-
-/// Hardware encoders, best first.
-std::vector<VideoEncoder> hardwareEncoders()
-{
-    return {
-        {.name = "h264_vaapi",
-            .device = {"-init_hw_device", "vaapi=gpu", "-filter_hw_device", "gpu"},
-            .upload = "format=nv12,hwupload",
-            .options = {},
-            .quantizerFloor = {}},
-        {.name = "h264_nvenc", .device = {}, .upload = {}, .options = {}, .quantizerFloor = {}},
-        {.name = "h264_qsv", .device = {}, .upload = {}, .options = {}, .quantizerFloor = {}},
-    };
+    const auto program = identityOf(ffmpeg);
+    {
+        const std::lock_guard lock(mutex);
+        if (const auto known = lists.find(program); known != lists.end())
+            return known->second;
+    }
+    std::string list = ProcessRunner::run(ffmpeg, {"-hide_banner", "-encoders"}, {}, 0, stop);
+    const std::lock_guard lock(mutex);
+    return lists.insert_or_assign(program, std::move(list)).first->second;
 }
 
 bool exists(const fs::path& path)
@@ -76,39 +74,46 @@ bool exists(const fs::path& path)
     return fs::exists(path, ignored);
 }
 
-/// No hardware encoder works without one of these: where there is none, none is tried.
-bool hasVideoHardware()
+/// Hardware encoders, best first.
+std::vector<VideoEncoder> hardwareEncoders()
 {
-    return exists("/dev/dri") || exists("/dev/nvidiactl") || exists("/dev/nvidia0");
+    std::vector<VideoEncoder> encoders{
+        {.name = "h264_videotoolbox", .device = {}, .upload = {}, .options = {"-allow_sw", "1"}, .quantizerFloor = {}}};
+    // None of the others works without one of these: where there is none, none is tried.
+    if (!exists("/dev/dri") && !exists("/dev/nvidiactl") && !exists("/dev/nvidia0"))
+        return encoders;
+    encoders.push_back({.name = "h264_vaapi",
+        .device = {"-init_hw_device", "vaapi=gpu", "-filter_hw_device", "gpu"},
+        .upload = "format=nv12,hwupload",
+        .options = {},
+        .quantizerFloor = {}});
+    for (const auto* name : {"h264_nvenc", "h264_qsv"})
+        encoders.push_back({.name = name, .device = {}, .upload = {}, .options = {}, .quantizerFloor = {}});
+    return encoders;
 }
 
-/// Encodes some frames of the size with the line that a render would use: hardware has limits of its own for both.
-bool works(const fs::path& ffmpeg, const VideoEncoder& encoder, RenderGraph::FrameSize size, const std::stop_token& stop)
+/// The line that encodes some frames as a task does.
+Arguments trialOf(const VideoEncoder& encoder, const VideoEncoder::Task& task)
 {
     Arguments line{"-hide_banner", "-nostdin", "-loglevel", "error"};
     append(line, encoder.device);
-    const std::string upload = encoder.upload.empty() ? "null" : encoder.upload;
     append(line,
-        {"-f", "lavfi", "-i", std::format("color=size={}x{}:rate=30", size.width, size.height), "-vf", upload, "-frames:v",
-            "3"});
-    append(line, encoder.arguments(8'000'000));
+        {"-f", "lavfi", "-i", std::format("color=size={}x{}:rate={}", task.size.width, task.size.height, task.fps), "-vf",
+            encoder.upload.empty() ? "null" : encoder.upload, "-frames:v", "3"});
+    append(line, task.arguments(encoder));
     append(line, {"-f", "null", "-"});
-    return ProcessRunner::succeeds(ffmpeg, line, stop);
+    return line;
 }
 
-VideoEncoder choose(const fs::path& ffmpeg, RenderGraph::FrameSize size, const std::stop_token& stop)
+bool works(const fs::path& ffmpeg, const VideoEncoder& encoder, const VideoEncoder::Task& task, const std::stop_token& stop)
 {
-    const std::string known = ProcessRunner::run(ffmpeg, {"-hide_banner", "-encoders"}, {}, 0, stop);
-    const auto isKnown = [&](const VideoEncoder& encoder) { return known.contains(" " + encoder.name + " "); };
-    if (isKnown(systemEncoder()))
-        return systemEncoder();
-    if (hasVideoHardware()) {
-        for (const auto& encoder : hardwareEncoders()) {
-            if (isKnown(encoder) && works(ffmpeg, encoder, size, stop))
-                return encoder;
-        }
-    }
-    return VideoEncoder::software();
+    const auto program = identityOf(ffmpeg);
+    const auto trial = trialOf(encoder, task);
+    if (const auto known = trials().find(program, trial))
+        return *known;
+    const bool succeeds = ProcessRunner::succeeds(ffmpeg, trial, stop);
+    trials().set(program, trial, succeeds);
+    return succeeds;
 }
 
 } // namespace
@@ -142,20 +147,20 @@ VideoEncoder VideoEncoder::software()
     return {.name = "libx264", .device = {}, .upload = {}, .options = {"-preset", "veryfast"}, .quantizerFloor = "-qmin"};
 }
 
-VideoEncoder VideoEncoder::find(const fs::path& ffmpeg, RenderGraph::FrameSize size, const std::stop_token& stop)
+VideoEncoder VideoEncoder::find(const fs::path& ffmpeg, const Task& task, const std::stop_token& stop)
 {
-    const Key key = keyOf(ffmpeg, size);
-    if (const auto known = found().find(key))
-        return *known;
-    VideoEncoder encoder = choose(ffmpeg, size, stop);
-    found().set(key, encoder);
-    return encoder;
+    const std::string list = listOf(ffmpeg, stop);
+    for (auto& encoder : hardwareEncoders()) {
+        if (list.contains(" " + encoder.name + " ") && works(ffmpeg, encoder, task, stop))
+            return std::move(encoder);
+    }
+    return software();
 }
 
-bool encodeWithBest(const fs::path& ffmpeg, RenderGraph::FrameSize size, const std::function<void(const VideoEncoder&)>& run,
-    const std::stop_token& stop)
+bool encodeWithBest(const fs::path& ffmpeg, const VideoEncoder::Task& task,
+    const std::function<void(const VideoEncoder&)>& run, const std::stop_token& stop)
 {
-    const auto best = VideoEncoder::find(ffmpeg, size, stop);
+    const auto best = VideoEncoder::find(ffmpeg, task, stop);
     try {
         run(best);
         return false;
@@ -166,7 +171,8 @@ bool encodeWithBest(const fs::path& ffmpeg, RenderGraph::FrameSize size, const s
             throw;
     }
     run(VideoEncoder::software());
-    found().set(keyOf(ffmpeg, size), VideoEncoder::software());
+    // Only now is it the hardware that failed, and not the disk or a file.
+    trials().set(identityOf(ffmpeg), trialOf(best, task), false);
     return true;
 }
 

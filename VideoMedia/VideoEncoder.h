@@ -32,23 +32,31 @@ struct VideoEncoder {
     /// such option.
     std::vector<std::string> noFinerThan(int quantizer) const;
 
-    /// The encoder to use with this `ffmpeg`: the system encoder "h264_videotoolbox" where it exists, else the first of
-    /// VA-API, NVENC and Quick Sync that encodes frames of this size when tried, else the software encoder. Found once for
-    /// each program and size and kept.
+    /// What an encoder has to encode, and how: hardware has limits of its own for both.
+    struct Task {
+        RenderGraph::FrameSize size;
+        std::int64_t fps = 30;
+        /// The options by which an encoder is used, its name among them.
+        std::function<std::vector<std::string>(const VideoEncoder&)> arguments;
+    };
+
+    /// The encoder to use with this `ffmpeg`: the first of the system encoder "h264_videotoolbox", VA-API, NVENC and Quick
+    /// Sync that `ffmpeg` knows and that encodes some frames as `task` says, else the software encoder. The outcome of each
+    /// trial is kept for the program, the size, the rate and the options.
     ///
     /// Blocks for as long as the trials take. Throws as `ProcessRunner::run`.
-    static VideoEncoder find(
-        const std::filesystem::path& ffmpeg, RenderGraph::FrameSize size, const std::stop_token& stop = {});
+    static VideoEncoder find(const std::filesystem::path& ffmpeg, const Task& task, const std::stop_token& stop = {});
 
     /// The software encoder, which works everywhere.
     static VideoEncoder software();
 };
 
-/// Calls `run` with the best encoder for frames of this size and, when that fails with any but the software encoder, once
-/// more with that one, which is used for this size from then on. Returns whether it came to that.
+/// Calls `run` with the encoder that `VideoEncoder::find` returns. If a hardware encoder fails, calls it once more with the
+/// software encoder; when that succeeds, the hardware is not used for such a task again. Returns whether the software
+/// encoder took over.
 ///
 /// Throws what `run` throws, as `VideoEncoder::find`, and `Cancelled`.
-bool encodeWithBest(const std::filesystem::path& ffmpeg, RenderGraph::FrameSize size,
+bool encodeWithBest(const std::filesystem::path& ffmpeg, const VideoEncoder::Task& task,
     const std::function<void(const VideoEncoder&)>& run, const std::stop_token& stop = {});
 
 } // namespace orvo

@@ -16,8 +16,8 @@
 
 #include <chrono>
 #include <format>
-#include <map>
 #include <optional>
+#include <ranges>
 
 namespace orvo::cli {
 
@@ -82,8 +82,9 @@ VideoProject importInto(Session& session, const std::string& reference, const fs
     return target;
 }
 
-/// Throws `captureError` for a file that is no movie, before any of it is copied.
-void requireMovie(const fs::path& file)
+/// Throws `captureError` for a file that is no movie, before any of it is copied. A project takes its size from its first
+/// track; later ones may have sound only.
+void requireMovie(const fs::path& file, bool isFirstTrack)
 {
     if (!fs::is_regular_file(file))
         throw fs::filesystem_error("import", file,
@@ -95,7 +96,7 @@ void requireMovie(const fs::path& file)
     const auto facts = FfprobeMediaProbe().facts(file);
     if (!facts.duration || !(*facts.duration > 0))
         throw captureError("El archivo no contiene una duración válida.");
-    if (!facts.video)
+    if (!facts.video && (isFirstTrack || facts.audioStreams == 0))
         throw captureError(std::format("{} no contiene vídeo.", inQuotes(file.filename().string())));
 }
 
@@ -104,8 +105,8 @@ void importMovie(Session& session, const ImportArguments& arguments)
     if (arguments.file.empty())
         throw UsageError("Indica el archivo de vídeo.");
     const fs::path movie = arguments.file;
-    requireMovie(movie);
     const bool append = !arguments.append.empty();
+    requireMovie(movie, !append || session.library().load(arguments.append).tracks.empty());
     const VideoProject project = append ? importInto(session, arguments.append, movie) : importAsNew(session, movie);
     if (session.json()) {
         return session.answer(
@@ -132,37 +133,36 @@ void recover(Session& session, const RecoverArguments& arguments)
     if (CaptureSession::isMarkedRecording(project)
         && CaptureSession::isAlive(CaptureSession::recordingProcess(folder), true))
         throw captureError("Termina esta grabación antes de recuperarla.");
-    std::map<Uuid, std::string> lost;
+    RecordingPreparation::Prepared prepared;
     try {
-        const auto prepared =
-            runInterruptibly("Recuperando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
-                return RecordingPreparation::prepare(
-                    project, store, FfprobeMediaProbe(), RecordingPreparation::Which::all, progress, stop);
-            });
+        prepared = runInterruptibly("Recuperando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
+            return RecordingPreparation::prepare(
+                project, store, FfprobeMediaProbe(), RecordingPreparation::Which::all, progress, stop);
+        });
         project = library.load(arguments.project); // It took a while: what was edited meanwhile stays.
-        RecordingPreparation::apply(project, prepared);
-        lost = prepared.lost;
-        if (arguments.withoutLost)
-            RecordingPreparation::dropLost(project, lost);
-        else if (!lost.empty())
-            throw captureError(
-                std::format("{} Lo demás está recuperado. Para seguir sin eso: orvo recover {} --without-lost",
-                    prepared.lostText(), arguments.project));
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {
-        if (lost.empty())
-            project = library.load(arguments.project);
+        project = library.load(arguments.project);
         project.state = ProjectState::needsRecovery;
         store.save(project);
         throw captureError(RecordingPreparation::failureText(error));
     }
+    RecordingPreparation::apply(project, prepared);
+    if (arguments.withoutLost)
+        RecordingPreparation::dropLost(project, prepared.lost);
     project.updatedAt = now();
     store.save(project);
+    if (!prepared.lost.empty() && !arguments.withoutLost) {
+        throw captureError(std::format("{}\nLo demás está recuperado. Para seguir sin eso: orvo recover {} --without-lost",
+            RecordingPreparation::failureText(captureError(prepared.lostText())), arguments.project));
+    }
     CaptureSession::unmark(folder);
+    if (!prepared.lost.empty())
+        session.note(prepared.lostText());
     if (session.json())
-        return session.answer(
-            JsonValue::Object{{"id", project.id}, {"state", project.state}, {"duration", project.duration}});
+        return session.answer(JsonValue::Object{{"id", project.id}, {"state", project.state}, {"duration", project.duration},
+            {"lost", prepared.lost | std::views::keys | std::ranges::to<JsonValue::Array>()}});
     session.print(std::format("Recuperado {}: {}.\n", inQuotes(shownTitle(project.title)), fineLength(project.duration)));
 }
 
@@ -198,8 +198,8 @@ void exportProject(Session& session, const ExportArguments& arguments)
     const auto outcome = runInterruptibly("Exportando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
         return ExportService::exportVideo(project, library.store(), file, settings, FfprobeMediaProbe(), progress, stop);
     });
-    if (outcome.hardwareFailed)
-        session.note("El codificador de la tarjeta gráfica ha fallado; se ha usado el del procesador.");
+    if (const auto remarks = outcome.remarks(); !remarks.empty())
+        session.note(remarks);
     const fs::path subtitles = ExportService::subtitleFile(file);
     const auto size = fs::file_size(file);
     const bool hasSubtitles = settings.subtitles != SubtitleCues::none;

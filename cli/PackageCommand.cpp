@@ -81,14 +81,17 @@ void package(Session& session, const PackageArguments& arguments)
 
     const WorkFolder work(library.store().directory(project.id), "package");
     const fs::path movie = work / "video.mp4";
-    runInterruptibly("Preparando vídeo", [&](const ProgressCallback& progress, const std::stop_token& stop) {
-        ExportService::exportVideo(project, library.store(), movie, settings, FfprobeMediaProbe(), progress, stop);
+    auto outcome = runInterruptibly("Preparando vídeo", [&](const ProgressCallback& progress, const std::stop_token& stop) {
+        return ExportService::exportVideo(project, library.store(), movie, settings, FfprobeMediaProbe(), progress, stop);
     });
     const NewPackage made(folder);
-    runInterruptibly("Generando calidades", [&](const ProgressCallback& progress, const std::stop_token& stop) {
-        ExportService::hls(movie, project, made.path(), progress, stop);
-    });
+    outcome.hardwareFailed |=
+        runInterruptibly("Generando calidades", [&](const ProgressCallback& progress, const std::stop_token& stop) {
+            return ExportService::hls(movie, project, made.path(), progress, stop);
+        }).hardwareFailed;
     made.finish();
+    if (const auto remarks = outcome.remarks(); !remarks.empty())
+        session.note(remarks);
     if (session.json()) {
         JsonValue::Array renditions;
         for (const auto& step : ladder)

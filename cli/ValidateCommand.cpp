@@ -148,7 +148,8 @@ private:
             return;
         const bool picture =
             track.kind == TrackKind::screen || track.kind == TrackKind::clip || track.kind == TrackKind::camera;
-        if (picture && !known->video)
+        const bool soundOnly = track.kind == TrackKind::clip && known->audioStreams > 0;
+        if (picture && !known->video && !soundOnly)
             error(std::format("{} no contiene vídeo.", inQuotes(track.file)));
         if (!picture && known->audioStreams == 0)
             error(std::format("{} no contiene sonido.", inQuotes(track.file)));

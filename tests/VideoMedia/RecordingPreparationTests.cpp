@@ -157,8 +157,8 @@ TEST_F(RecordingPreparationTest, ALostTrackDoesNotKeepTheOthersFromBeingRecovere
     };
     const Case cases[]{
         {"missing", [] {}, "Falta «media/camera.mov»."},
-        {"empty", [&] { std::ofstream(camera).flush(); }, "El proceso de vídeo falló: "},
-        {"no media", [&] { std::ofstream(camera) << "texto"; }, "El proceso de vídeo falló: "},
+        {"empty", [&] { std::ofstream(camera).flush(); }, "«media/camera.mov» no contiene nada que recuperar."},
+        {"no media", [&] { std::ofstream(camera) << "texto"; }, "«media/camera.mov» no se puede recuperar: Error opening"},
         {"nothing but a head", [&] { makeInterrupted(camera, "testsrc2=size=64x36:rate=10:duration=2", 0.05); }, ""},
     };
     for (const auto& test : cases) {
@@ -167,11 +167,15 @@ TEST_F(RecordingPreparationTest, ALostTrackDoesNotKeepTheOthersFromBeingRecovere
         auto recovered = project;
         const auto prepared = prepare(RecordingPreparation::Which::all);
         EXPECT_THAT(prepared.lostText(), testing::StartsWith(test.text));
+        EXPECT_THAT(prepared.lostText(), testing::Not(HasSubstr("\n"))) << "the cause alone";
         RecordingPreparation::apply(recovered, prepared);
         EXPECT_EQ(recovered.state, "needs-recovery");
         EXPECT_THAT(recovered.tracks[0].file, HasSubstr("-prepared-"));
         EXPECT_EQ(recovered.tracks[1], project.tracks[1]);
-        RecordingPreparation::dropLost(recovered, prepared.lost);
+        const auto again = RecordingPreparation::prepare(recovered, store, probeService, RecordingPreparation::Which::all);
+        EXPECT_TRUE(again.files.empty()) << "nothing is encoded twice";
+        EXPECT_THAT(again.lost, SizeIs(1));
+        RecordingPreparation::dropLost(recovered, again.lost);
         EXPECT_EQ(recovered.state, "ready");
         EXPECT_THAT(recovered.tracks, SizeIs(1));
     }

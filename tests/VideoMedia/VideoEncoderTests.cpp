@@ -15,51 +15,87 @@ namespace {
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 
-TEST(VideoEncoder, UsesTheSystemEncoderWhereItExists)
-{
-    // A program that lists it as ffmpeg does; there is no such system to run this test on.
+/// A program that lists a hardware encoder as ffmpeg does, and whose hardware has limits. It logs its trials.
+class VideoEncoderChoice : public testing::Test {
+protected:
+    VideoEncoderChoice()
+    {
+        writeFileAtomically(program,
+            "#!/bin/sh\n"
+            "case \"$*\" in\n"
+            "*-encoders*) echo ' V....D h264_videotoolbox    VideoToolbox H.264 Encoder (codec h264)' ;;\n"
+            "*) echo \"$*\" >>'"
+                + (folder / "trials").string()
+                + "'\n"
+                  "   case \"$*\" in *size=3840x2160*|*-maxrate*) exit 1 ;; esac ;;\n"
+                  "esac\n");
+        fs::permissions(program, fs::perms::owner_all);
+    }
+
+    static VideoEncoder::Task task(RenderGraph::FrameSize size, const std::vector<std::string>& more = {})
+    {
+        return {.size = size, .fps = 60, .arguments = [more](const VideoEncoder& encoder) {
+                    auto line = encoder.arguments(1'000'000);
+                    line.insert(line.end(), more.begin(), more.end());
+                    return line;
+                }};
+    }
+
+    std::string trials() const { return fs::exists(folder / "trials") ? readFile(folder / "trials") : std::string(); }
+
+    static constexpr RenderGraph::FrameSize hd{.width = 1920, .height = 1080};
+    static constexpr RenderGraph::FrameSize uhd{.width = 3840, .height = 2160};
     const TemporaryFolder folder;
     const fs::path program = folder / "ffmpeg";
-    writeFileAtomically(program, "#!/bin/sh\necho ' V....D h264_videotoolbox    VideoToolbox H.264 Encoder (codec h264)'\n");
-    fs::permissions(program, fs::perms::owner_all);
+};
 
-    const auto encoder = VideoEncoder::find(program, {.width = 64, .height = 36});
+TEST_F(VideoEncoderChoice, TriesHardwareWithTheSizeTheRateAndTheOptionsOnce)
+{
+    const auto encoder = VideoEncoder::find(program, task(hd));
     EXPECT_THAT(encoder.arguments(1'000'000),
         ElementsAre("-c:v", "h264_videotoolbox", "-allow_sw", "1", "-b:v", "1000000", "-pix_fmt", "yuv420p"));
     EXPECT_TRUE(encoder.device.empty());
     EXPECT_TRUE(encoder.upload.empty());
     EXPECT_TRUE(encoder.noFinerThan(20).empty());
+    const std::string first = trials();
+    EXPECT_THAT(first, testing::HasSubstr("color=size=1920x1080:rate=60"));
+    VideoEncoder::find(program, task(hd));
+    EXPECT_EQ(trials(), first) << "the outcome is kept";
+
+    EXPECT_EQ(VideoEncoder::find(program, task(uhd)), VideoEncoder::software());
+    EXPECT_EQ(VideoEncoder::find(program, task(hd, {"-maxrate", "5M"})), VideoEncoder::software());
+    EXPECT_EQ(VideoEncoder::find(program, task(hd)), encoder);
 }
 
-TEST(VideoEncoder, TheSoftwareEncoderTakesOverFromOneThatFails)
+TEST_F(VideoEncoderChoice, TheSoftwareEncoderTakesOverFromOneThatFails)
 {
-    const TemporaryFolder folder;
-    const fs::path program = folder / "ffmpeg";
-    writeFileAtomically(program, "#!/bin/sh\necho ' V....D h264_videotoolbox    VideoToolbox H.264 Encoder (codec h264)'\n");
-    fs::permissions(program, fs::perms::owner_all);
     std::vector<std::string> used;
     bool softwareFails = false;
     const auto encode = [&](std::int64_t height) {
-        return encodeWithBest(program, {.width = 1920, .height = height}, [&](const VideoEncoder& encoder) {
+        return encodeWithBest(program, task({.width = 1920, .height = height}), [&](const VideoEncoder& encoder) {
             used.push_back(encoder.name);
-            if (softwareFails || encoder.name != "libx264")
+            if (softwareFails || encoder != VideoEncoder::software())
                 throw captureError("out of sessions");
         });
     };
     EXPECT_TRUE(encode(1080));
-    EXPECT_FALSE(encode(1080)) << "not tried again";
-    EXPECT_THAT(used, ElementsAre("h264_videotoolbox", "libx264", "libx264"));
+    EXPECT_FALSE(encode(1080));
+    EXPECT_THAT(used, ElementsAre("h264_videotoolbox", "libx264", "libx264")) << "the hardware is not used again";
     used.clear();
     softwareFails = true;
     EXPECT_THROW(encode(720), Error);
-    EXPECT_THAT(used, ElementsAre("h264_videotoolbox", "libx264")) << "another size, and another reason";
+    EXPECT_THROW(encode(720), Error);
+    EXPECT_THAT(used, ElementsAre("h264_videotoolbox", "libx264", "h264_videotoolbox", "libx264"))
+        << "when both fail, it was not the hardware";
 }
 
 TEST(VideoEncoder, WhatIsFoundEncodes)
 {
     const auto ffmpeg = ProcessRunner::ffmpeg();
     ASSERT_TRUE(ffmpeg);
-    const auto encoder = VideoEncoder::find(*ffmpeg, {.width = 64, .height = 64});
+    const auto encoder = VideoEncoder::find(*ffmpeg,
+        {.size = {.width = 64, .height = 64},
+            .arguments = [](const VideoEncoder& candidate) { return candidate.arguments(500'000); }});
     std::vector<std::string> line{"-hide_banner", "-nostdin"};
     line.insert(line.end(), encoder.device.begin(), encoder.device.end());
     line.insert(line.end(),

@@ -114,6 +114,42 @@ TEST_F(ImportExport, ProgressIsShownOnATerminal)
     EXPECT_EQ(Answer(outcome.out)["id"].text(), movie) << "standard output has the answer alone";
 }
 
+TEST_F(ImportExport, SoundAloneIsAppendedToAProjectThatHasTracks)
+{
+    makeSound(folder / "sonido.m4a", "sine=duration=2");
+    const std::string movie = answer({"import", clip})["id"].text();
+    EXPECT_NEAR(answer({"import", "--append", movie, folder / "sonido.m4a"})["duration"].number(), 5, 0.1);
+    EXPECT_EQ(orvo({"validate", movie}).status, 0);
+    EXPECT_EQ(orvo({"export", movie, folder / "out.mp4"}).status, 0);
+    EXPECT_NEAR(probe(folder / "out.mp4").videoDuration, 5, 0.1);
+}
+
+TEST_F(ImportExport, HardwareThatFailsInTheMiddleIsReplacedAndReported)
+{
+    // It passes every trial, which writes nowhere, and fails every run.
+    const Installation installation;
+    installation.addScript("ffprobe", R"(exec ffprobe "$@")");
+    installation.addScript("ffmpeg", R"(case "$*" in
+*-encoders*) echo ' V....D h264_videotoolbox    VideoToolbox H.264 Encoder (codec h264)'; exit ;;
+*h264_videotoolbox*'-f null -') exit ;;
+*h264_videotoolbox*) echo 'no free session' >&2; exit 1 ;;
+esac
+exec ffmpeg "$@")");
+    const std::string movie = answer({"import", clip})["id"].text();
+    setup.executable = installation.program();
+    const fs::path made[]{folder / "out.mp4", folder / "package"};
+    const std::vector<std::string> commands[]{{"export", movie, made[0]}, {"package", movie, made[1]}};
+    for (const auto& command : commands) {
+        SCOPED_TRACE(command.front());
+        const Outcome outcome = orvo(command);
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
+        EXPECT_THAT(
+            outcome.err, HasSubstr("El codificador de la tarjeta gráfica ha fallado; se ha usado el del procesador."));
+    }
+    EXPECT_EQ(probe(made[0]).videoCodec, "h264");
+    EXPECT_TRUE(fs::exists(made[1] / "master.m3u8"));
+}
+
 TEST_F(ImportExport, WhatIsNoMovieIsNotImported)
 {
     std::ofstream(folder / "texto.mp4") << "esto es un texto";
