@@ -78,6 +78,12 @@ public:
         m_changed.notify_all();
     }
 
+    void drain()
+    {
+        std::unique_lock lock(m_mutex);
+        m_drained.wait(lock, [this] { return m_waiting.empty() && !m_isTaking; });
+    }
+
     void finish(std::optional<CaptureTime> end)
     {
         m_thread.request_stop(); // Which happens when all that waits is written.
@@ -106,10 +112,13 @@ private:
                 return;
             const Step step = std::move(m_waiting.front());
             m_waiting.pop_front();
+            m_isTaking = true;
             lock.unlock();
             if (!m_failure)
                 attempt([&] { take(step); });
             lock.lock();
+            m_isTaking = false;
+            m_drained.notify_all();
         }
     }
 
@@ -217,6 +226,8 @@ private:
 
     std::mutex m_mutex; ///< Guards what waits.
     std::condition_variable_any m_changed;
+    std::condition_variable m_drained;
+    bool m_isTaking = false; ///< The thread works on a sample that no longer waits.
     std::deque<Step> m_waiting;
     std::jthread m_thread; ///< Last, so that it has ended when the others go.
 };
@@ -241,6 +252,11 @@ void SampleWriter::append(CaptureSample sample, CaptureTime origin)
 void SampleWriter::advance(CaptureTime now, CaptureTime origin)
 {
     m_work->advance(now, origin);
+}
+
+void SampleWriter::drain()
+{
+    m_work->drain();
 }
 
 void SampleWriter::finish(std::optional<CaptureTime> end)

@@ -24,7 +24,7 @@ using CaptureSample = std::variant<CapturedPicture, SoundBlock>;
 /// picture stands for what came before it; until it is there, and where none comes at all, the file is black. Sound whose
 /// clock runs faster or slower than the recording's is stretched by so little that nobody hears it.
 ///
-/// No operation but `finish` waits or touches the disk: all work is done in order on a thread of the writer's own. When that
+/// No operation but `drain` and `finish` waits or touches the disk: all work is done in order on a thread of the writer's own. When that
 /// falls behind, pictures and sound are dropped rather than kept waiting.
 class SampleWriter {
 public:
@@ -54,6 +54,9 @@ public:
 
     /// Says how late it is while samples may be missing: the file follows at some distance. Any thread.
     void advance(CaptureTime now, CaptureTime origin);
+
+    /// Blocks until everything handed over so far is with the encoder. Any thread.
+    void drain();
 
     /// Closes the file when everything appended is written. A track that has samples then lasts until `end`, if that is
     /// given. Blocks; called once. Throws the first failure there was.

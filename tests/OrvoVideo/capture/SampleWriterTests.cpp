@@ -5,8 +5,10 @@
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/Error.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gst/gst.h>
 #include <numbers>
@@ -53,8 +55,23 @@ protected:
         return values;
     }
 
-    /// Hands a sample over once the writer has taken those before it: a test need not be as slow as a camera.
-    static void settle() { std::this_thread::sleep_for(5ms); }
+    /// A copy of a growing file, taken when it holds enough: encoder and muxer run behind the writer.
+    fs::path snapshot(const SampleWriter& writer, const std::function<bool(const fs::path&)>& isEnough) const
+    {
+        const fs::path copy = folder / ("copy-" + writer.url().filename().string());
+        for (int i = 0; i < 600; ++i) {
+            fs::copy_file(writer.url(), copy, fs::copy_options::overwrite_existing);
+            try {
+                if (isEnough(copy))
+                    return copy;
+            } catch (const std::exception&) {
+                // There is no whole fragment yet.
+            }
+            std::this_thread::sleep_for(100ms);
+        }
+        ADD_FAILURE() << writer.url() << " does not grow";
+        return copy;
+    }
 
     const CaptureTime origin = CaptureClock::now();
     TemporaryFolder folder;
@@ -65,10 +82,8 @@ TEST_F(SampleWriterTests, PicturesKeepTheirTimesAndStandUntilTheEnd)
     const fs::path file = folder / "screen.mov";
     SampleWriter writer(file, {.size = size});
     const std::array times{0.2, 0.25, 0.9, 3.0};
-    for (std::size_t i = 0; i < times.size(); ++i) {
+    for (std::size_t i = 0; i < times.size(); ++i)
         writer.append(picture(times[i], 40 + 50 * static_cast<int>(i)), origin);
-        settle();
-    }
     writer.finish(at(4.5));
     EXPECT_EQ(writer.dropped(), 0U);
 
@@ -124,7 +139,7 @@ TEST_F(SampleWriterTests, APictureThatComesLateIsShownAllTheSame)
     screen.append(picture(0, 40), origin);
     for (const double time : {0.1, 0.2, 0.3}) {
         screen.advance(at(time), origin);
-        settle();
+        screen.drain();
     }
     screen.append(picture(0.295, 200), origin);
     screen.advance(at(2), origin);
@@ -140,10 +155,10 @@ TEST_F(SampleWriterTests, APictureThatComesLateIsShownAllTheSame)
         SampleWriter camera(folder / "camera.mov", {.size = size});
         for (int i = 0; i < 40; ++i) {
             camera.advance(at(i * 0.1), origin);
-            settle();
+            camera.drain();
             if (i % 2 == 0 && i * 0.1 >= delay)
                 camera.append(picture(i * 0.1 - delay, 40 + i * 4), origin);
-            settle();
+            camera.drain();
         }
         camera.finish(at(4));
         const auto seen = brightness(camera.url(), 10);
@@ -173,13 +188,11 @@ TEST_F(SampleWriterTests, AFileIsBlackUntilTheFirstPictureTakesThePlaceOfThat)
     SampleWriter writer(folder / "screen.mov", {.size = size});
     for (double time = 0; time < 6; time += 0.25) {
         writer.advance(at(time), origin);
-        settle();
+        writer.drain();
     }
-    const fs::path copy = folder / "copy.mov";
-    fs::copy_file(writer.url(), copy);
-    const auto before = brightness(copy, 10);
-    EXPECT_GE(before.size(), 30U) << "what is there if the process ends now";
-    EXPECT_THAT(before, testing::Each(testing::Lt(5)));
+    // What is there if the process ends now.
+    const auto copy = snapshot(writer, [&](const fs::path& file) { return brightness(file, 10).size() >= 30; });
+    EXPECT_THAT(brightness(copy, 10), testing::Each(testing::Lt(5)));
 
     writer.append(picture(6, 140), origin);
     writer.finish(at(7));
@@ -195,15 +208,14 @@ TEST_F(SampleWriterTests, WhatIsWrittenCanBeReadWhileItIsWritten)
         screen.append(picture(i / 30.0, 40 + i), origin);
         if (i % 30 == 0)
             speech.append(sound(i / 30.0, 1), origin);
-        settle();
+        screen.drain();
     }
-    for (const auto& name : {"screen.mov", "speech.m4a"}) {
-        const fs::path copy = folder / (std::string("copy-") + name);
-        fs::copy_file(folder / name, copy);
-        const auto probed = probe(copy);
-        const double length = std::max(probed.videoDuration, probed.audioDuration);
-        ffmpeg({"-v", "error", "-xerror", "-i", copy, "-f", "null", "-"});
-        EXPECT_GE(std::max(length, static_cast<double>(probed.frames) / 30), 4) << name;
+    for (const auto* writer : {&screen, &speech}) {
+        snapshot(*writer, [](const fs::path& file) {
+            ffmpeg({"-v", "error", "-xerror", "-i", file, "-f", "null", "-"});
+            const auto probed = probe(file);
+            return std::max(probed.audioDuration, static_cast<double>(probed.frames) / 30) >= 4;
+        });
     }
     screen.finish(at(7));
     speech.finish(at(7));
