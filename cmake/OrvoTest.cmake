@@ -37,7 +37,7 @@ function(orvo_test NAME)
     add_dependencies(thread_tests ${NAME})
   endif()
   # A property without a value would take the name of the next for its value.
-  set(properties TIMEOUT 300 RUN_SERIAL ${ARG_ALONE})
+  set(properties TIMEOUT 900 RUN_SERIAL ${ARG_ALONE})
   if(ARG_ENVIRONMENT)
     list(APPEND properties ENVIRONMENT "${ARG_ENVIRONMENT}")
   endif()

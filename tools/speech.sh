@@ -3,6 +3,10 @@
 #
 # Debian 13 has no package of it. Its sources come with a crate whose checksum stands in tools/speech/Cargo.lock, and are
 # built once for all presets, for the processor at hand. Quick when there is nothing to do.
+#
+# ORVO_SPEECH_OPTIONS adds options for CMake, so that tests run with another processor's arithmetic:
+#   ORVO_SPEECH_OPTIONS='-DGGML_NATIVE=OFF' ./test                                      without AVX-512
+#   ORVO_SPEECH_OPTIONS='-DGGML_NATIVE=OFF -DGGML_AVX2=OFF -DGGML_FMA=OFF' ./test       and without AVX2 and FMA
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source tools/building.sh
@@ -12,6 +16,8 @@ if pkg-config --exists 'whisper >= 1.8' 2>/dev/null; then exit 0; fi
 options=(-DCMAKE_BUILD_TYPE=Release -DCMAKE_POSITION_INDEPENDENT_CODE=ON -DBUILD_SHARED_LIBS=OFF -DGGML_NATIVE=ON
   -DGGML_CCACHE=OFF -DWHISPER_BUILD_TESTS=OFF -DWHISPER_BUILD_EXAMPLES=OFF -DWHISPER_BUILD_SERVER=OFF
   -DCMAKE_C_COMPILER=gcc-14 -DCMAKE_CXX_COMPILER=g++-14)
+read -ra more <<<"${ORVO_SPEECH_OPTIONS:-}"
+options+=("${more[@]}")
 made=build/whisper/made-of
 # What was built for another processor could not run on this one.
 this=$(sha256sum tools/speech/Cargo.lock; printf '%s\n' "${options[@]}"; grep -m 1 '^flags' /proc/cpuinfo || true)
