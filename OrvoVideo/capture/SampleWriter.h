@@ -24,8 +24,8 @@ using CaptureSample = std::variant<CapturedPicture, SoundBlock>;
 /// picture stands for what came before it; until it is there, and where none comes at all, the file is black. Sound whose
 /// clock runs faster or slower than the recording's is stretched by so little that nobody hears it.
 ///
-/// No operation but `drain` and `finish` waits or touches the disk: all work is done in order on a thread of the writer's own. When that
-/// falls behind, pictures and sound are dropped rather than kept waiting.
+/// No operation but `drain` and `finish` waits or touches the disk: all work is done in order on a thread of the writer's
+/// own. When that falls behind, pictures and sound are dropped rather than kept waiting.
 class SampleWriter {
 public:
     struct Settings {
