@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace orvo {
 
@@ -117,7 +118,7 @@ QCoro::Task<> AppModel::rebuildCamera(std::optional<std::filesystem::path> file)
         co_return;
     }
     PreviewComposition composition;
-    double end = 0;
+    double end = std::numeric_limits<double>::infinity(); // Unless the file says where it ends.
     try {
         // The picture keeps its own shape; the windows place it.
         const auto facts = co_await m_workers.run(
@@ -128,7 +129,7 @@ QCoro::Task<> AppModel::rebuildCamera(std::optional<std::filesystem::path> file)
             if (facts.video->frameRate >= 1)
                 composition.fps = static_cast<int>(std::lround(facts.video->frameRate));
             composition.video.push_back({*file, 0});
-            end = facts.duration.value_or(0);
+            end = facts.duration.value_or(end);
         }
     } catch (const Cancelled&) {
         throw;
@@ -137,11 +138,11 @@ QCoro::Task<> AppModel::rebuildCamera(std::optional<std::filesystem::path> file)
     }
     if (m_cameraFile != file)
         co_return;
+    m_cameraEnd = end;
     if (composition.video.empty()) {
         cameraPlayer()->clear();
         co_return;
     }
-    m_cameraEnd = end;
     cameraPlayer()->load(composition);
     if (m_playhead > 0) // It may have moved while the camera was opened.
         cameraPlayer()->seek(ticksFor(m_playhead, static_cast<double>(m_project->fps)));
@@ -249,7 +250,7 @@ void AppModel::followWithCamera(double seconds)
 {
     if (!cameraPlayer()->hasComposition())
         return;
-    if (!(player()->rate() > 0)) {
+    if (!(player()->rate() > 0) || m_playhead >= m_cameraEnd) {
         cameraPlayer()->pause();
         return;
     }

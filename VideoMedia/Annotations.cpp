@@ -143,6 +143,7 @@ std::string escaped(std::string_view text)
             result += text[i];
             break;
         case ' ':
+        case '\t': // Drawn as a blank.
             if (wasAtBeginning)
                 result += hardBlank;
             else

@@ -129,7 +129,9 @@ void OverlayText::layOut()
     double widest = 0;
     double top = 0;
     QString text = m_text;
+    // As the document of an export has it.
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    text.replace(u'\r', u'\n').replace(u'\t', u' ').remove(QChar(u'\0'));
     for (const auto& paragraph : text.split(u'\n')) {
         QTextLayout layout(paragraph, m_font);
         QTextOption option;

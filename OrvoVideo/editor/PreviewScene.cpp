@@ -5,6 +5,7 @@
 #include <QVariantMap>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace orvo {
 
@@ -62,10 +63,11 @@ void PreviewScene::takeCameraShape()
 {
     const auto* camera = m_model->cameraPlayer();
     const QSize shape = camera->hasComposition() ? camera->frame().size() : QSize();
-    if (shape == m_cameraShape)
-        return;
-    m_cameraShape = shape;
-    place();
+    if (shape != m_cameraShape) {
+        m_cameraShape = shape;
+        place();
+    }
+    updateCameraShown(); // The same shape may be that of another file.
 }
 
 const VideoProject* PreviewScene::project() const
@@ -92,11 +94,14 @@ void PreviewScene::place()
     follow();
 }
 
-bool PreviewScene::cameraShown() const
+void PreviewScene::updateCameraShown()
 {
     const VideoProject* shown = project();
-    return shown && shown->edit.cameraVisible && !m_cameraShape.isEmpty() && m_time < m_model->cameraEnd()
+    // An export shows no camera after the end of its file either.
+    const bool cameraShown = shown && shown->edit.cameraVisible && !m_cameraShape.isEmpty() && m_time < m_model->cameraEnd()
         && std::ranges::contains(shown->tracks, TrackKind::camera, &MediaTrack::kind);
+    if (std::exchange(m_cameraShown, cameraShown) != cameraShown)
+        emit cameraShownChanged();
 }
 
 void PreviewScene::follow()
@@ -104,7 +109,6 @@ void PreviewScene::follow()
     const VideoProject* shown = project();
     if (!shown)
         return;
-    const bool cameraWasShown = cameraShown();
     m_time = m_model->playing() ? m_model->player()->position() : m_model->playhead();
     m_zoom = PreviewGeometry::previewTransform(m_trail.zooms(), m_time, {m_picture.width(), m_picture.height()});
     m_pointer = m_trail.at(m_time);
@@ -112,8 +116,7 @@ void PreviewScene::follow()
     const bool othersHalos = halos != m_halos;
     m_halos = std::move(halos);
     emit timeChanged();
-    if (cameraShown() != cameraWasShown)
-        emit placesChanged();
+    updateCameraShown();
     if (othersHalos)
         emit halosChanged();
 }

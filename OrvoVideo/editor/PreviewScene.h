@@ -30,7 +30,7 @@ class PreviewScene : public QObject {
     Q_PROPERTY(QSize frameSize READ frameSize NOTIFY placesChanged)
     Q_PROPERTY(QRectF camera READ camera NOTIFY placesChanged)
     /// Whether there is a camera to show, now.
-    Q_PROPERTY(bool cameraShown READ cameraShown NOTIFY placesChanged)
+    Q_PROPERTY(bool cameraShown READ cameraShown NOTIFY cameraShownChanged)
     // What changes with the time.
     Q_PROPERTY(double time READ time NOTIFY timeChanged)
     Q_PROPERTY(double zoomScale READ zoomScale NOTIFY timeChanged)
@@ -55,7 +55,7 @@ public:
     int textSize() const { return PreviewGeometry::textSize(m_frame.height()); }
     QSize frameSize() const { return m_frame; }
     QRectF camera() const { return m_camera; }
-    bool cameraShown() const;
+    bool cameraShown() const { return m_cameraShown; }
 
     double time() const { return m_time; }
     double zoomScale() const { return m_zoom.scale; }
@@ -68,6 +68,7 @@ signals:
     void modelChanged();
     void previewChanged();
     void placesChanged();
+    void cameraShownChanged();
     void timeChanged();
     void halosChanged();
 
@@ -76,6 +77,7 @@ private:
     void place();
     void follow();
     void takeCameraShape();
+    void updateCameraShown();
 
     QPointer<AppModel> m_model;
     QSizeF m_viewSize;
@@ -84,6 +86,7 @@ private:
     QSize m_frame;
     double m_pixel = 1;
     QRectF m_camera;
+    bool m_cameraShown = false;
 
     PreviewGeometry::PointerTrail m_trail;
     double m_time = 0;

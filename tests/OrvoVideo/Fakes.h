@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -27,6 +28,7 @@ public:
     std::vector<double> expected; ///< Seeks it was told to expect.
     std::vector<std::pair<std::size_t, double>> volumes;
     bool holdsAnswers = false; ///< Loads are answered by `answer()` alone.
+    QImage picture; ///< What `frame()` returns.
 
     /// What it plays, if anything.
     const PreviewComposition* composition() const { return m_hasComposition ? &m_composition : nullptr; }
@@ -36,20 +38,23 @@ public:
     {
         const auto exists = [](const auto& clip) { return std::filesystem::exists(clip.file); };
         const auto& asked = loads.back();
+        m_loading = false;
         if (!std::ranges::all_of(asked.video, exists) || !std::ranges::all_of(asked.audio, exists)) {
             emit failed(QStringLiteral("no such file"));
-            return;
+            return finishSeek();
         }
         m_composition = asked;
         m_hasComposition = true;
-        m_position = std::exchange(m_awaited, 0);
+        m_position = 0;
         setRate(0);
         emit loaded();
+        finishSeek();
     }
 
     /// Playback has come to `seconds`.
     void tick(double seconds)
     {
+        m_target.reset();
         m_position = seconds;
         emit timeChanged(seconds);
     }
@@ -57,7 +62,8 @@ public:
     void load(const PreviewComposition& composition) override
     {
         loads.push_back(composition);
-        m_awaited = 0;
+        m_loading = true;
+        m_target.reset();
         if (!holdsAnswers)
             QMetaObject::invokeMethod(
                 this,
@@ -67,7 +73,11 @@ public:
                 },
                 Qt::QueuedConnection);
     }
-    void clear() override { m_hasComposition = false; }
+    void clear() override
+    {
+        m_loading = m_hasComposition = false;
+        m_target.reset();
+    }
     bool hasComposition() const override { return m_hasComposition; }
     void play() override { setRate(1); }
     void pause() override { setRate(0); }
@@ -80,27 +90,37 @@ public:
     void seek(double seconds) override
     {
         seeks.push_back(seconds);
-        m_position = m_awaited = seconds;
-        // As the real one, once the frame is there.
+        m_target = seconds;
         QMetaObject::invokeMethod(
             this,
-            [this, number = seeks.size(), seconds] {
+            [this, number = seeks.size()] {
                 if (number == seeks.size())
-                    emit timeChanged(seconds);
+                    finishSeek();
             },
             Qt::QueuedConnection);
     }
-    double position() const override { return m_position; }
+    double position() const override { return m_target.value_or(m_position); }
     void expectSeek(double seconds) override { expected.push_back(seconds); }
     void setVolume(std::size_t index, double volume) override { volumes.emplace_back(index, volume); }
-    QImage frame() const override { return {}; }
+    QImage frame() const override { return picture; }
 
 private:
+    /// The last seek answers, after the load before it.
+    void finishSeek()
+    {
+        if (m_loading || !m_target)
+            return;
+        m_position = *std::exchange(m_target, std::nullopt);
+        emit seekFinished(m_position);
+        emit timeChanged(m_position);
+    }
+
     PreviewComposition m_composition;
     bool m_hasComposition = false;
     double m_rate = 0;
     double m_position = 0;
-    double m_awaited = 0; ///< Where a load under way is to begin.
+    bool m_loading = false;
+    std::optional<double> m_target; ///< Of the seek under way.
 };
 
 /// Panels that answer at once with the path the test has put there.

@@ -117,7 +117,7 @@ TEST(Annotations, TextsCannotLeaveTheirLine)
     const std::pair<std::string, std::string> cases[] = {
         {"{\\b1}", "\\{\\\u2060b1\\}"},
         {"C:\\new\\temp", "C:\\\u2060new\\\u2060temp"},
-        {"  dos  y\n tres", "\\h\\hdos  y\\N\\htres"},
+        {"  dos  y\n\ttres", "\\h\\hdos  y\\N\\htres"},
         {"uno\ndos", "uno\\Ndos"},
         {"uno\r\ndos\rtres", "uno\\Ndos\\Ntres"},
         {"a,b,c", "a,b,c"},

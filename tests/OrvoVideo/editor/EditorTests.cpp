@@ -1,7 +1,14 @@
 #include "EditorFixture.h"
+#include "EditorGeometry/PreviewGeometry.h"
 #include "EditorGeometry/TimelineTargets.h"
+#include "OrvoVideo/editor/PreviewMarks.h"
+#include "OrvoVideo/editor/PreviewScene.h"
 #include "OrvoVideo/editor/TimelineItem.h"
+#include "Platform/FfprobeMediaProbe.h"
+#include "TestSupport/Media.h"
+#include "VideoMedia/ExportService.h"
 
+#include <QPainter>
 #include <QTest>
 #include <cmath>
 
@@ -9,6 +16,7 @@ namespace orvo::test {
 
 namespace {
 
+namespace fs = std::filesystem;
 using testing::DoubleNear;
 using testing::ElementsAre;
 
@@ -324,6 +332,19 @@ TEST_F(InspectorTests, EveryControlHasANameAndARole)
 
 class PreviewTests : public EditorFixture { };
 
+/// The smallest rectangle that holds everything bright.
+QRect inked(const QImage& picture)
+{
+    QRect found;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            if (qGray(picture.pixel(x, y)) > 128)
+                found |= QRect(x, y, 1, 1);
+        }
+    }
+    return found;
+}
+
 TEST_F(PreviewTests, AnOverlayIsDraggedOnThePictureInOneStep)
 {
     auto demo = silent();
@@ -345,6 +366,72 @@ TEST_F(PreviewTests, AnOverlayIsDraggedOnThePictureInOneStep)
 
     model->seek(5);
     EXPECT_FALSE(text->isVisible());
+}
+
+TEST_F(PreviewTests, TheCameraIsShownUntilTheEndOfItsFile)
+{
+    auto demo = silent();
+    demo.tracks.edit().push_back(track(TrackKind::camera, "media/camera.mov", 0, 2));
+    fs::create_directories(store.directory(demo.id) / "media");
+    makeVideo(store.mediaURL(demo, "media/camera.mov"), "testsrc2=size=64x36:rate=10:duration=2");
+    show(demo);
+    const auto* scene = view->rootObject()->findChild<PreviewScene*>();
+    ASSERT_TRUE(scene);
+    EXPECT_FALSE(scene->cameraShown());
+    ASSERT_TRUE(waitUntil([&] { return camera->hasComposition(); }));
+    camera->picture = QImage(64, 36, QImage::Format_RGB32);
+    emit camera->frameChanged();
+    auto* picture = item("camera");
+    ASSERT_TRUE(picture);
+    for (const auto& [time, isShown] : {std::pair(1.9, true), {2.1, false}, {0.5, true}}) {
+        model->seek(time);
+        EXPECT_EQ(picture->isVisible(), isShown) << time;
+    }
+    // Playing on behind the end does not play the last frame again and again.
+    model->play();
+    player->tick(3);
+    EXPECT_EQ(camera->rate(), 0);
+    EXPECT_FALSE(picture->isVisible());
+}
+
+TEST_F(PreviewTests, TextsLookAsInTheExport)
+{
+    constexpr QSize size(640, 360);
+    auto demo = VideoProject::make("Demo");
+    demo.duration = 1;
+    demo.width = size.width();
+    demo.height = size.height();
+    demo.edit.fade = 0;
+    demo.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 1)};
+    add(demo);
+    makeVideo(store.mediaURL(demo, "media/screen.mov"), "color=black:size=640x360:rate=10:duration=1");
+    for (const std::string text : {"C:\\new\\temp", "\\N\\h\\{}", "   dos", "\tuno\n  \n    tres", "fin\\"}) {
+        SCOPED_TRACE(text);
+        demo.edit.overlays = {{.content = text, .start = 0, .end = 1, .x = 0.25, .y = 0.25}};
+        const auto file = folder / "out.mp4";
+        ExportService::exportVideo(demo, store, file, {.height = 360, .fps = 10}, FfprobeMediaProbe());
+        const auto film = decodeFrames(file).front();
+        QImage burned(film.pixels.data(), film.width, film.height, film.width * 3, QImage::Format_RGB888);
+
+        QImage drawn(size, QImage::Format_RGB888);
+        drawn.fill(Qt::black);
+        OverlayText preview;
+        preview.setProperty("text", QString::fromStdString(text));
+        preview.setProperty("textSize", PreviewGeometry::textSize(size.height()));
+        preview.setProperty("lineWidth", size.width());
+        QPainter painter(&drawn);
+        painter.translate(size.width() / 4, size.height() / 4);
+        preview.paint(&painter);
+        painter.end();
+
+        const QRect inFilm = inked(burned);
+        const QRect inPreview = inked(drawn);
+        ASSERT_FALSE(inFilm.isEmpty());
+        EXPECT_NEAR(inPreview.left(), inFilm.left(), 2);
+        EXPECT_NEAR(inPreview.right(), inFilm.right(), 3);
+        EXPECT_NEAR(inPreview.top(), inFilm.top(), 2);
+        EXPECT_NEAR(inPreview.bottom(), inFilm.bottom(), 2);
+    }
 }
 
 TEST_F(PreviewTests, TheZoomAndThePointerFollowTheTime)
