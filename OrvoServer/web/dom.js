@@ -26,14 +26,14 @@ export function shape(tag, attributes, ...children) {
 }
 
 export function icon(name) {
-  return shape("svg", { viewBox: "0 0 24 24", class: `icon ${name}`, "aria-hidden": "true", focusable: "false" },
+  return shape("svg", { viewBox: "0 0 24 24", class: "icon", "data-icon": name, "aria-hidden": "true", focusable: "false" },
     shape("path", { d: outlines[name] }));
 }
 
 /** Replaces the icon of a button without touching its other children. */
 export function setIcon(button, name) {
   const present = button.querySelector(".icon");
-  if (present.classList.contains(name)) return;
+  if (present.dataset.icon === name) return;
   present.replaceWith(icon(name));
 }
 

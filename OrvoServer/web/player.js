@@ -179,7 +179,7 @@ class Player {
     const open = !this.transcript.open;
     this.root.classList.toggle("reading", open);
     this.transcript.show(open);
-    if (open) this.transcript.focusSearch();
+    if (open && this.hasKeyboard) this.transcript.focusSearch();
     else this.controls.transcript.focus({ preventScroll: true });
     this.#showCaptions();
   }
@@ -229,12 +229,12 @@ class Player {
     this.transcript = new Transcript({ seek: (moment) => this.seek(moment), close: () => this.toggleTranscript() });
     const title = element("h1", { class: "title" }, this.config.title || "Orvo Video");
     this.big = element("button", { type: "button", class: "big", "aria-label": text("play"), click: () => this.play() }, icon("play"));
-    this.stage.append(this.video, this.phrases.box);
+    this.stage.append(this.video);
     if (this.config.embedded) this.stage.append(element("div", { class: "top" }, title));
     else this.root.after(title);
     if (this.stream) {
       this.controls = new Controls(this);
-      this.stage.append(this.big, this.controls.bar, this.controls.menu.panel);
+      this.stage.append(this.controls.bar, this.phrases.box, this.big, this.controls.menu.panel);
       this.controls.updateTime();
     }
     this.stage.append(...this.overlays.all, this.announcer.region);
@@ -252,6 +252,7 @@ class Player {
 
   #listen() {
     const { stage, stream, ticket, video } = this;
+    this.controls.settings.addEventListener("click", () => { this.overlays.notice.hidden = true; });
     for (const event of ["play", "pause", "ended", "playing"]) video.addEventListener(event, () => this.#showState());
     for (const event of ["waiting", "seeking", "stalled"]) video.addEventListener(event, () => this.#wait());
     for (const event of ["playing", "seeked", "canplay", "pause", "timeupdate"]) video.addEventListener(event, () => this.#goOn());

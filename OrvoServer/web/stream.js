@@ -18,6 +18,8 @@ export function settings(ticket, more = {}) {
   return {
     autoStartLoad: false,
     renderTextTracksNatively: false,
+    // Whoever leaves in the middle has cost the author at most a minute more.
+    maxMaxBufferLength: 60,
     backBufferLength: 60,
     manifestLoadPolicy: list,
     playlistLoadPolicy: list,

@@ -9,6 +9,7 @@ stand_in.py PACKAGE WEB_FOLDER HLS [PORT] serves it until it is stopped.
 import hashlib
 import html
 import http.server
+import importlib.util
 import json
 import secrets
 import sys
@@ -30,17 +31,20 @@ class StandIn:
 
     def __init__(self, package, web, hls, port=0, prefix="/base"):
         self.package, self.web, self.hls, self.prefix = Path(package), Path(web), Path(hls), prefix
+        # The files as they are embedded in the program.
+        embed = importlib.util.spec_from_file_location("embed", self.web / "embed.py")
+        module = importlib.util.module_from_spec(embed)
+        embed.loader.exec_module(module)
+        self.squeezed = module.squeezed
         self.life = self.real_life = 600
         self.renewal = 200  # The status with which it answers renewals.
         self.media_away = False
+        self.delay = 0  # Seconds that a segment takes.
         self.title, self.embedded = "Lección 3: «publicar» <b>un vídeo</b>", True
         self.tickets, self.grants = {}, set()
         self.requests, self.beats, self.renewals, self.refused = [], [], 0, 0
         self.sessions, self.withdrawn, self.admin = set(), set(), None
-        stand_in = self
-        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", port),
-                                                      type("Bound", (Handler,), {"stand_in": stand_in}))
-        self.server.daemon_threads = True
+        self.server = Server(("127.0.0.1", port), type("Bound", (Handler,), {"stand_in": self}))
         self.origin = f"http://127.0.0.1:{self.server.server_port}"
         self.address = self.origin + prefix
         threading.Thread(target=self.server.serve_forever, daemon=True).start()
@@ -57,7 +61,7 @@ class StandIn:
 
     def asset(self, name):
         file = self.hls if name == self.hls.name else self.web / name
-        return file.read_bytes() if file.is_file() and "/" not in name else None
+        return self.squeezed(name, file.read_bytes()) if file.is_file() and "/" not in name else None
 
     def template(self, name, **values):
         text = (self.web / name).read_text()
@@ -68,6 +72,13 @@ class StandIn:
             digest = hashlib.sha256(b"".join(file.read_bytes() for file in sorted(self.web.iterdir()) if file.is_file())).hexdigest()
             text = text.replace("{{asset:%s}}" % asset, f"{self.prefix}/assets/{digest[:16]}/{asset}")
         return text.encode()
+
+
+class Server(http.server.ThreadingHTTPServer):
+    daemon_threads = True
+
+    def handle_error(self, *_):
+        """A browser that has lost interest closes the connection."""
 
 
 class Handler(http.server.BaseHTTPRequestHandler):
@@ -153,6 +164,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         if not file.is_relative_to(server.package.resolve()) or not file.is_file():
             return self.json(404, {"error": "No existe."})
         content = file.read_bytes()
+        if file.suffix == ".ts":
+            time.sleep(server.delay)
         return self.answer(200, content, TYPES[file.suffix], {"Cache-Control": "max-age=600" if file.suffix == ".ts" else "no-store"})
 
     def administration(self, method, parts, query, body):

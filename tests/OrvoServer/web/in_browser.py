@@ -1,0 +1,508 @@
+"""Looks at the publishing server's pages in a real browser.
+
+in_browser.py CASE PACKAGE WEB_FOLDER PLAYER_FOLDER [ADDRESS VIDEO]
+
+Without an address the stand-in serves PACKAGE. With one, a real server's page of VIDEO is looked at, which must have been
+published from PACKAGE with a public link; cases that need the stand-in's faults are skipped with status 77.
+"""
+
+import http.server
+import json
+import shutil
+import sys
+import tempfile
+import threading
+import time
+from pathlib import Path
+
+HERE = Path(__file__).resolve().parent
+sys.path.insert(0, str(HERE.parents[1] / "OrvoVideo/publishing"))
+
+from administration import Administration  # noqa: E402
+from chromium import Chromium, Page  # noqa: E402: it lies in another folder.
+from devtools import LIMIT  # noqa: E402
+from film import SECONDS, colour_at, spoken_at, words  # noqa: E402
+from stand_in import TOKEN, VIDEO, StandIn  # noqa: E402
+
+DENIED = """Object.defineProperty(window, "localStorage", { get() { throw new DOMException("Denied", "SecurityError"); } });"""
+NO_MEDIA_SOURCE = "delete window.MediaSource; delete window.ManagedMediaSource; delete window.WebKitMediaSource;"
+
+
+def expect(holds, text):
+    if not holds:
+        raise SystemExit(f"FAILED: {text}")
+
+
+def wait_for(what, condition):
+    end = time.monotonic() + LIMIT
+    while not condition():
+        expect(time.monotonic() < end, f"waited too long for {what}")
+        time.sleep(0.05)
+
+
+class Tab(Page):
+    """A tab with a size, a language and scripts that run before the page's own. What the page complains about is kept."""
+
+    def __init__(self, browser, address, *, width=1280, height=720, scheme="dark", language="es-ES", before="", touch=False):
+        self.browser = browser
+        self.target = browser.call("Target.createTarget", url="about:blank")["targetId"]
+        self.session = browser.attach(self.target)
+        for domain in ("Page", "Runtime", "Log", "Network"):
+            self.call(f"{domain}.enable")
+        self.call("Target.setAutoAttach", autoAttach=True, waitForDebuggerOnStart=False, flatten=True)
+        self.call("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1, mobile=touch)
+        self.call("Emulation.setTouchEmulationEnabled", enabled=touch)
+        self.call("Emulation.setEmulatedMedia", features=[{"name": "prefers-color-scheme", "value": scheme}])
+        self.call("Emulation.setUserAgentOverride", userAgent="Mozilla/5.0 (X11; Linux x86_64) Chrome", acceptLanguage=language)
+        if before:
+            self.call("Page.addScriptToEvaluateOnNewDocument", source=before)
+        self.go(address)
+
+    def go(self, address):
+        self.call("Page.navigate", url=address)
+        self.browser.wait_for("Page.loadEventFired", self.session)
+
+    def watch(self, session=None):
+        self.run("new Promise((done) => { const look = () => document.querySelector('video') ? done() : setTimeout(look, 20); look(); })",
+                 session)
+        self.run((HERE / "watching.js").read_text(), session)
+
+    def press(self, *keys):
+        for key in keys:
+            self.call("Input.dispatchKeyEvent", type="keyDown", key=key, **({"text": key} if len(key) == 1 else {}))
+            self.call("Input.dispatchKeyEvent", type="keyUp", key=key)
+
+    def click(self, selector):
+        x, y = self.run(f"(() => {{ const box = document.querySelector({json.dumps(selector)}).getBoundingClientRect(); "
+                        "return [box.left + box.width / 2, box.top + box.height / 2]; })()")
+        for kind, button in (("mouseMoved", "none"), ("mousePressed", "left"), ("mouseReleased", "left")):
+            self.call("Input.dispatchMouseEvent", type=kind, x=x, y=y, button=button, clickCount=0 if button == "none" else 1)
+
+    def start(self):
+        """Plays, by the large button."""
+        self.click(".big")
+        self.run("watching.played(0.5)")
+
+    def events(self, *methods):
+        return [event["params"] for event in self.browser.events
+                if event.get("sessionId") == self.session and event["method"] in methods]
+
+    def expect_quiet(self):
+        """No exception, nothing that the content security policy has stopped, no request to anybody else."""
+        broken = [event["exceptionDetails"].get("exception", {}).get("description") for event in self.events("Runtime.exceptionThrown")]
+        expect(not broken, f"exceptions {broken}")
+        stopped = [event["entry"]["text"] for event in self.events("Log.entryAdded") if event["entry"]["source"] == "security"]
+        expect(not stopped, f"stopped by the policy: {stopped}")
+        here = self.run("location.origin")
+        asked = {event["request"]["url"] for event in self.events("Network.requestWillBeSent")}
+        foreign = [url for url in asked if not url.startswith((here + "/", "blob:", "data:"))]
+        expect(not foreign, f"asked others: {foreign}")
+
+
+def check_frame(tab, moment, session=None):
+    tab.run("watching.settled()", session)
+    shown = tab.run(f"watching.until(() => watching.colour() === '{colour_at(moment)}', 'the colour at {moment}')", session)
+    expect(shown, f"another frame at {moment} s")
+
+
+def plays(world):
+    """Starts, shows phrases, seeks, changes the quality, follows keys and the transcript, and comes back to its place."""
+    tab = world.tab("embed")
+    tab.watch()
+    expect(tab.run("watching.until(() => document.querySelector('.end').textContent)") == f"1:{SECONDS - 60:02}", "the length is not known")
+    tab.start()
+    check_frame(tab, 1)
+
+    # A phrase of two lines, and the word that is spoken in it.
+    tab.run("watching.video.pause()")
+    for moment in (3.5, 5.1, 31.0, 61.5):
+        tab.run(f"watching.video.currentTime = {moment}")
+        check_frame(tab, moment)
+        word = tab.run("watching.until(() => document.querySelector('.captions .spoken')?.textContent)")
+        expect(word == spoken_at(moment), f"{word} is marked at {moment} s instead of {spoken_at(moment)}")
+        lines = tab.run("watching.phrase()")
+        expect(1 <= len(lines) <= 2 and max(map(len, lines)) <= 42, f"the lines are {lines}")
+        expect(word in " ".join(lines).split(), f"{word} is not in {lines}")
+    expect(lines[0].startswith("Y eso es todo: tres < cuatro"), f"the text is {lines}")
+
+    # Keys.
+    tab.press("5")
+    check_frame(tab, SECONDS / 2)
+    tab.press("ArrowRight", "j", "ArrowRight", "ArrowRight")
+    check_frame(tab, SECONDS / 2 + 5)
+    tab.press("k")
+    tab.run("watching.played(0.3)")
+    tab.press(" ")
+    expect(tab.run("watching.video.paused"), "the space bar does not pause")
+    tab.press("m")
+    tab.run("watching.until(() => watching.video.muted && watching.button('Activar el sonido'), 'silence')")
+    tab.press("ArrowDown", "ArrowUp")
+    tab.run("watching.until(() => !watching.video.muted && watching.button('Silenciar'), 'the sound')")
+    tab.press(">")
+    expect(tab.run("watching.video.playbackRate") == 1.25, "the speed has not changed")
+    tab.press("c")
+    expect(tab.run("watching.phrase()") == [], "the captions are still shown")
+    tab.press("c")
+
+    # The menu, by keys alone.
+    tab.run("watching.button('Ajustes').focus()")
+    tab.run("watching.button('Ajustes').click()")
+    tab.press("ArrowDown", "ArrowRight")
+    qualities = tab.run("[...document.querySelectorAll('.menu [role=menuitemradio] .label')].map((label) => label.textContent)")
+    expect(qualities[:2] == ["720p", "480p"], f"the qualities are {qualities}")
+    for height in (480, 720):
+        tab.run(f"[...document.querySelectorAll('.menu [role=menuitemradio]')].find((one) => one.textContent === '{height}p').click()")
+        tab.run(f"watching.video.play(), watching.until(() => watching.video.videoHeight === {height}, '{height} lines')")
+        tab.press("ArrowRight")
+    tab.press("Escape", "Escape")
+    expect(tab.run("document.querySelector('.menu').hidden && document.activeElement.classList.contains('settings')"), "the menu is open")
+
+    # The transcript: searched without accents, clicked.
+    tab.run("watching.video.pause()")
+    tab.press("t")
+    tab.call("Input.insertText", text="pagina de un")
+    expect(tab.run("watching.until(() => document.querySelector('.count').textContent)") == "1 de 1", "the search finds nothing")
+    found = tab.run("[...document.querySelectorAll('.found')].map((word) => word.textContent)")
+    expect(found == ["página", "de", "un"], f"found {found}")
+    tab.click(".found")
+    start = next(start for start, _, text in words() if text == "página")
+    tab.run(f"watching.until(() => Math.abs(watching.video.currentTime - {start}) < 0.05)")
+
+    # The seek bar, by the pointer: its bubble, and a place in the last segment.
+    tab.press("Escape", "Escape")
+    x, y, width = tab.run("(() => { const box = document.querySelector('.seek').getBoundingClientRect(); "
+                          "return [box.left, box.top + box.height / 2, box.width]; })()")
+    for kind, button in (("mouseMoved", "none"), ("mousePressed", "left"), ("mouseReleased", "left")):
+        tab.call("Input.dispatchMouseEvent", type=kind, x=x + width * 0.82, y=y, button=button, clickCount=1)
+    check_frame(tab, SECONDS * 0.82)
+    expect(tab.run("document.querySelector('.bubble span').textContent") == "1:13", "the bubble shows another time")
+    tab.run("watching.until(() => document.querySelector('.bubble video.shown'), 'the preview')")
+
+    # The place and the choices are kept; only what was played is reported.
+    tab.go(tab.run("location.href"))
+    tab.watch()
+    place = tab.run("watching.until(() => document.querySelector('.now').textContent)")
+    expect(place == "1:13", f"comes back to {place}")
+    tab.start()
+    check_frame(tab, SECONDS * 0.82)
+    expect(tab.run("watching.video.playbackRate") == 1.25, "the speed is forgotten")
+    tab.expect_quiet()
+    if world.controlled:
+        wait_for("a report", lambda: world.server.beats)
+        tenths = {tenth for beat in world.server.beats for tenth in beat["tenths"]}
+        expect(tenths and tenths <= set(range(10)) and 9 not in tenths, f"the tenths {tenths}")
+        expect(all(set(beat) == {"grant", "view", "tenths"} for beat in world.server.beats), "a report says more than it should")
+
+
+def phrases(world):
+    """Phrases hold every word once, in order, in at most two lines, and do not overlap in time."""
+    tab = world.tab("embed")
+    module = tab.run("[...document.querySelectorAll('link')].find((one) => one.href.endsWith('/captions.js')).href")
+    texts = {
+        "sentences": " ".join(f"Esta es la frase número {number}, que tiene una coma y un final." for number in range(40)),
+        "no punctuation": " ".join(["palabra", "y", "otra", "extraordinariamente"] * 120),
+        "a word longer than a line": "Antes " + "electroencefalografista" * 4 + " después.",
+        "one": "Sí.",
+        "none": "",
+    }
+    for name, text in texts.items():
+        said = [(0.3 * at + (2 if at > 7 else 0), 0.3 * at + (2 if at > 7 else 0) + 0.25, word) for at, word in enumerate(text.split())]
+        document = "WEBVTT\n\n" + "\n".join(
+            f"{at}\n{int(start // 3600):02}:{int(start // 60) % 60:02}:{start % 60:06.3f} --> {int(end // 3600):02}:{int(end // 60) % 60:02}:{end % 60:06.3f}\n{word}\n"
+            for at, (start, end, word) in enumerate(said, 1))
+        outcome = tab.run(f"import('{module}').then(({{ wordsOf, phrasesOf, paragraphsOf }}) => {{ const words = wordsOf({json.dumps(document)}); "
+                          "return { words, phrases: phrasesOf(words), paragraphs: paragraphsOf(words) }; })")
+        expect([word["text"] for word in outcome["words"]] == text.split(), f"{name}: the words are others")
+        for kind in ("phrases", "paragraphs"):
+            covered = [at for one in outcome[kind] for at in range(one["first"], one["last"] + 1)]
+            expect(covered == list(range(len(said))), f"{name}: the {kind} do not hold every word once")
+        shown = outcome["phrases"]
+        for one, following in zip(shown, shown[1:] + [None]):
+            lines = [text.split()[one["first"]:(one["second"] or one["last"] + 1)], text.split()[one["second"]:one["last"] + 1] if one["second"] else []]
+            longest = max(len(" ".join(line)) for line in lines)
+            expect(longest <= 42 or one["first"] == one["last"], f"{name}: a line of {longest}")
+            expect(one["start"] < one["end"] and (not following or one["end"] <= following["start"]), f"{name}: {one} overlaps {following}")
+        lonely = [one for one in shown[:-1] if one["first"] == one["last"]]
+        expect(not lonely or name == "a word longer than a line", f"{name}: alone {lonely}")
+
+
+def renews(world):
+    """Tickets that end while the film plays, earlier than announced too, and a renewal that fails for a while: nobody sees it."""
+    world.need_control()
+    server = world.server
+    server.life, server.real_life, server.delay = 4, 2, 1.5
+    tab = world.tab("embed")
+    tab.watch()
+    tab.start()
+    tab.run("Object.assign(watching.seen, { spinner: 0 })")  # The first segment is waited for.
+    tab.run("watching.played(4)")
+    server.renewal = 503
+    tab.run("watching.played(3)")
+    server.renewal = 200
+    tab.run("watching.played(5)")
+    seen = tab.run("watching.seen")
+    print(f"{server.renewals} renewals, {server.refused} refusals, {seen}")
+    expect(server.renewals >= 4 and server.refused >= 1, "no ticket has ended")
+    expect(seen == {"spinner": 0, "message": 0, "pauses": 0}, f"the viewer has seen it: {seen}")
+    tab.press("8")
+    check_frame(tab, SECONDS * 0.8 + 0.5)
+    tab.expect_quiet()
+
+
+def sleeps(world):
+    """After a long sleep every ticket has ended; the film goes on where it was, also at a place that was not fetched."""
+    world.need_control()
+    server = world.server
+    tab = world.tab("embed")
+    tab.watch()
+    tab.start()
+    tab.run("watching.video.pause()")
+    server.tickets = dict.fromkeys(server.tickets, 0)
+    tab.press("9")
+    check_frame(tab, SECONDS * 0.9)
+    tab.press("k")
+    tab.run("watching.played(1)")
+    expect(server.refused >= 1 and tab.run("watching.seen.message") == 0, "no ticket has ended, or the viewer has seen it")
+
+
+def refused(world):
+    """Withdrawn while it plays: the film stops and the page says so, as the server's own page does for what does not exist."""
+    world.need_control()
+    server = world.server
+    server.life = 6
+    tab = world.tab("embed")
+    tab.watch()
+    tab.start()
+    server.renewal = 403
+    line = tab.run("watching.until(() => !document.querySelector('.message').hidden && document.querySelector('.message .line').textContent)")
+    expect(line == "Este vídeo no está disponible.", line)
+    expect(tab.run("watching.video.paused && document.querySelector('[role=alert] .line') !== null"), "it still plays")
+    asked = len(server.requests)
+    tab.press("k", "5", "l")
+    tab.run("new Promise((done) => setTimeout(done, 300))")
+    expect(not [one for one in server.requests[asked:] if "/m/" in one[1]], "it still fetches")
+    other = world.tab(f"embed/{VIDEO[:-1]}0")
+    expect(line in other.run("document.body.innerText"), "the server's page says something else")
+
+
+def reconnects(world):
+    """Without a connection what is there is played, then the page says what has happened; it goes on by itself."""
+    world.need_control()
+    server = world.server
+    tab = world.tab("embed")
+    tab.watch()
+    tab.start()
+    server.media_away, server.renewal = True, 503
+    tab.press("9")
+    tab.run("watching.until(() => !document.querySelector('.message').hidden)")
+    expect("conexión" in tab.run("document.querySelector('.message').innerText"), "the message is another")
+    server.media_away, server.renewal = False, 200
+    check_frame(tab, SECONDS * 0.9)
+    tab.run("watching.until(() => document.querySelector('.message').hidden)")
+
+
+def storage_denied(world):
+    tab = world.tab("embed", before=DENIED)
+    tab.watch()
+    tab.start()
+    tab.press("c", "m", ">", "5")
+    check_frame(tab, SECONDS / 2)
+    tab.expect_quiet()
+
+
+def sandboxed(world):
+    """In a frame with scripts and nothing else, whose origin is "null"."""
+    content = f'<!doctype html><title>Mi web</title><iframe sandbox="allow-scripts" src="{world.address("embed")}" width="640" height="360"></iframe>'
+
+    class Site(http.server.BaseHTTPRequestHandler):
+        def do_GET(self):
+            self.send_response(200)
+            self.send_header("Content-Type", "text/html; charset=utf-8")
+            self.end_headers()
+            self.wfile.write(content.encode())
+
+        def log_message(self, *_):
+            pass
+
+    site = http.server.ThreadingHTTPServer(("localhost", 0), Site)
+    threading.Thread(target=site.serve_forever, daemon=True).start()
+    if world.controlled:
+        world.server.life, world.server.real_life = 4, 3
+    tab = world.tab(f"http://localhost:{site.server_port}/")
+    frame = tab.frame_session()
+    tab.watch(frame)
+    expect(tab.run("self.origin", frame) == "null", "the frame has an origin")
+    tab.run("document.querySelector('.big').click(), watching.played(1)", frame)
+    check_frame(tab, 1.5, frame)
+    if world.controlled:
+        wait_for("a renewal", lambda: world.server.renewals)
+    tab.run("document.querySelectorAll('.skip')[1].click(), watching.settled()", frame)
+    tab.run("watching.until(() => watching.video.currentTime > 10 && watching.colour() === 'lime')", frame)
+    site.shutdown()
+
+
+def native(world):
+    """Without Media Source the browser's own HLS plays, and is reloaded at its place when the ticket is renewed."""
+    world.need_control()
+    server = world.server
+    server.life, server.real_life = 6, 6
+    tab = world.tab("embed", before=NO_MEDIA_SOURCE)
+    tab.watch()
+    if not tab.run("watching.video.canPlayType('application/vnd.apple.mpegurl')"):
+        raise SystemExit(77)
+    tab.start()
+    tab.press("5")
+    check_frame(tab, SECONDS / 2)
+    tab.run("watching.played(6)")
+    expect(server.renewals >= 1, "nothing was renewed")
+    expect(tab.run("watching.video.currentTime") >= SECONDS / 2 + 5, "the place is lost")
+
+
+def find_barriers(tab, what, session=None):
+    found = tab.run("axe.run(document, { resultTypes: ['violations'] }).then(({ violations }) => violations.map(({ id, nodes }) => "
+                    "[id, ...nodes.map(({ target, failureSummary }) => `${target}: ${failureSummary}`)]))", session)
+    expect(not found, f"{what}: {json.dumps(found, indent=1, ensure_ascii=False)}")
+
+
+def accessible(world):
+    axe = (world.player / "axe.min.js").read_text()
+    for scheme in ("dark", "light"):
+        for width, height in ((1280, 720), (360, 640)):
+            where = f"{scheme}, {width}×{height}"
+            for kind in ("embed", "watch"):
+                tab = world.tab(kind, scheme=scheme, width=width, height=height)
+                tab.watch()
+                tab.run("watching.until(() => !watching.button('Transcripción').hidden)")
+                tab.run(axe)
+                find_barriers(tab, f"{kind}, {where}, before")
+                tab.start()
+                tab.run("watching.video.pause(), watching.button('Ajustes').click()")
+                find_barriers(tab, f"{kind}, {where}, menu")
+                tab.press("ArrowRight")
+                find_barriers(tab, f"{kind}, {where}, speeds")
+                tab.press("Escape")
+                tab.press("t")
+                tab.call("Input.insertText", text="un")
+                find_barriers(tab, f"{kind}, {where}, transcript")
+                tab.press("Escape", "Escape")
+                tab.run("document.activeElement.blur()")
+                tab.press("?")
+                find_barriers(tab, f"{kind}, {where}, keys")
+                tab.close()
+            if not world.controlled:
+                continue
+            tab = world.tab("embed/none", scheme=scheme, width=width, height=height)
+            tab.run(axe)
+            find_barriers(tab, f"unavailable, {where}")
+            tab.go(f"{world.server.address}/admin/")
+            tab.run("new Promise((done) => { const look = () => document.querySelector('form, .video') ? done() : setTimeout(look, 20); look(); })")
+            tab.run(axe)
+            if tab.run("Boolean(document.querySelector('#token'))"):
+                find_barriers(tab, f"sign-in, {where}")
+                sign_in(tab)
+            find_barriers(tab, f"list, {where}")
+            tab.run("document.querySelector('.video').click()")
+            appears(tab, ".details .chart")
+            find_barriers(tab, f"details, {where}")
+            tab.run("document.querySelector('.danger-outline').click()")
+            find_barriers(tab, f"confirmation, {where}")
+            tab.close()
+
+
+def appears(tab, selector, text=""):
+    return tab.run(f"""new Promise((done) => {{
+        const look = () => {{
+            const found = document.querySelector({json.dumps(selector)});
+            if (found && found.textContent.includes({json.dumps(text)})) done(found.textContent);
+            else setTimeout(look, 20);
+        }};
+        look();
+    }})""")
+
+
+def sign_in(tab, token=TOKEN):
+    tab.run("document.querySelector('#token').focus(), document.querySelector('#token').value = ''")
+    tab.call("Input.insertText", text=token)
+    tab.press("Enter")
+    tab.run("document.querySelector('form button').click()")
+    if token == TOKEN:
+        appears(tab, ".video")
+
+
+def administers(world):
+    """Signs in, looks at a video, asks where it is seen, withdraws it only when that is confirmed, and signs out."""
+    world.need_control()
+    server = world.server
+    tab = world.tab("admin/")
+    appears(tab, "#token")
+    sign_in(tab, "otra")
+    appears(tab, ".failure", "Credencial incorrecta.")
+    sign_in(tab)
+    expect(tab.run("document.querySelectorAll('.video').length") == 6, "the list is another")
+    appears(tab, ".checks", "Renueva el certificado")
+    tab.run("document.querySelector('.video').click()")
+    appears(tab, ".details .chart")
+    expect("<b>" in tab.run("document.querySelector('#video-title').textContent"), "the title is taken for HTML")
+    expect(tab.run("document.querySelector('textarea').value.startsWith('<iframe ')"), "there is no code")
+    appears(tab, "table", "https://copias.example")
+    tab.run("document.querySelector('.inline input').focus()")
+    tab.call("Input.insertText", text="copias.example/pagina")
+    tab.run("document.querySelector('.inline button').click()")
+    appears(tab, ".outcome.no", "No se verá.")
+
+    # Enter keeps it published.
+    tab.run("document.querySelector('.danger-outline').click()")
+    expect(tab.run("document.activeElement.textContent") == "Seguir publicado", "the default is another")
+    tab.run("document.activeElement.click()")
+    expect(not server.withdrawn and tab.run("!document.querySelector('dialog').open"), "it was withdrawn")
+    tab.run("document.querySelector('.danger-outline').click(), document.querySelector('.danger').click()")
+    appears(tab, ".details .state", "Retirado")
+    expect(server.withdrawn == {VIDEO}, "it was not withdrawn")
+
+    server.sessions.clear()
+    tab.run("[...document.querySelectorAll('button')].find((one) => one.textContent === 'Actualizar').click()")
+    appears(tab, ".failure", "La sesión ha terminado.")
+    tab.expect_quiet()
+
+
+class World:
+    """The browser, and the server that is looked at."""
+
+    def __init__(self, package, web, player, address=None, video=VIDEO):
+        self.player, self.video, self.controlled = Path(player), video, address is None
+        self.folder = Path(tempfile.mkdtemp(prefix="orvo-pages-"))
+        if self.controlled:
+            self.server = StandIn(package, web, self.player / "hls.light.min.js")
+            self.server.admin = Administration(self.server)
+            address = self.server.address
+        self.base = address.rstrip("/")
+        self.browser = Chromium(self.folder, "")
+
+    def close(self):
+        self.browser.close()
+        if self.controlled:
+            self.server.close()
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def need_control(self):
+        if not self.controlled:
+            raise SystemExit(77)
+
+    def address(self, page):
+        return f"{self.base}/{page}/{self.video}"
+
+    def tab(self, page, **options):
+        address = page if "://" in page else self.address(page) if page in ("embed", "watch") else f"{self.base}/{page}"
+        return Tab(self.browser, address, **options)
+
+
+def main():
+    case = globals()[sys.argv[1]]
+    world = World(*sys.argv[2:])
+    try:
+        case(world)
+    finally:
+        world.close()
+
+
+main()
