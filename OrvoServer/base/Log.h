@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace orvo::server {
+
+/// Structured log: one JSON object for each line on a file descriptor. Any thread.
+///
+/// Callers never pass secrets: no credential, no ticket or grant, no key, no address of a viewer, no path of a request.
+/// A request is named by the pattern of its route.
+class Log {
+public:
+    struct Field {
+        std::string_view name;
+        std::variant<std::string_view, std::int64_t, std::uint64_t, bool> value;
+    };
+    using Fields = std::initializer_list<Field>;
+
+    /// -1 logs nothing.
+    explicit Log(int descriptor)
+        : m_descriptor(descriptor)
+    {
+    }
+
+    void info(std::string_view event, Fields fields = {}) { write("info", event, fields); }
+    void warning(std::string_view event, Fields fields = {}) { write("warning", event, fields); }
+    void error(std::string_view event, Fields fields = {}) { write("error", event, fields); }
+
+private:
+    void write(std::string_view level, std::string_view event, Fields fields);
+
+    const int m_descriptor;
+    std::mutex m_mutex;
+};
+
+} // namespace orvo::server

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "OrvoServer/base/Clock.h"
+#include "OrvoServer/store/Database.h"
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orvo::server {
+
+struct PlayStatistics {
+    std::vector<std::pair<std::string, std::int64_t>> days; ///< The last 90, the oldest first.
+    std::array<std::int64_t, 10> tenths{}; ///< How many plays reached each tenth.
+};
+
+struct RefusedOrigin {
+    std::string origin;
+    std::int64_t times = 0;
+    std::int64_t last = 0;
+};
+
+/// Counts plays and refused pages without a row for any viewer. Counting is in memory, and `flush` writes the sums; a crash
+/// loses at most what was counted since. Any thread.
+class Statistics {
+public:
+    Statistics(Database& database, const Clock& clock)
+        : m_database(database)
+        , m_clock(clock)
+    {
+    }
+
+    /// Tenths 0 to 9 that were played. `view` is a random name of one page load and is kept for a day at most, in memory only.
+    void beat(const std::string& video, const std::string& view, const std::vector<std::uint64_t>& tenths);
+    /// A page of this origin tried to embed the video.
+    void refused(const std::string& video, const std::string& origin);
+
+    /// Blocks; throws `DatabaseError`, and keeps what it could not write.
+    void flush();
+
+    /// These block and throw `DatabaseError`.
+    PlayStatistics playsOf(const std::string& video);
+    std::vector<RefusedOrigin> refusedOf(const std::string& video);
+
+private:
+    struct View {
+        unsigned reached = 0; ///< A bit for each tenth.
+        std::int64_t seen = 0;
+    };
+
+    Database& m_database;
+    const Clock& m_clock;
+    std::mutex m_mutex; ///< Guards what follows.
+    std::map<std::pair<std::string, std::string>, View> m_views; ///< By video and view.
+    std::map<std::pair<std::string, std::string>, std::int64_t> m_plays; ///< By video and day.
+    std::map<std::pair<std::string, std::uint64_t>, std::int64_t> m_tenths;
+    std::map<std::pair<std::string, std::string>, RefusedOrigin> m_refused;
+};
+
+} // namespace orvo::server
