@@ -2,6 +2,8 @@
 
 #include "OrvoServer/store/Catalogue.h"
 
+#include <charconv>
+
 namespace orvo::server {
 
 std::vector<std::string> Collection::forgetOld()
@@ -46,6 +48,19 @@ std::vector<std::string> Collection::dueRemovals()
 void Collection::removed(const std::string& key)
 {
     m_database.write([&](Session& session) { session.run("DELETE FROM removals WHERE key = $1", {key}); });
+}
+
+void Collection::hold(std::int64_t until)
+{
+    Catalogue(m_database, m_clock).setSetting("hold_removals_until", std::to_string(until));
+}
+
+std::int64_t Collection::heldUntil()
+{
+    const std::string text = Catalogue(m_database, m_clock).setting("hold_removals_until").value_or("");
+    std::int64_t until = 0;
+    std::from_chars(text.data(), text.data() + text.size(), until);
+    return until;
 }
 
 bool Collection::isNeeded(const std::string& upload)

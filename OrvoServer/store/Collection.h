@@ -34,6 +34,10 @@ public:
     std::vector<std::string> dueRemovals();
     void removed(const std::string& key);
 
+    /// Nothing may be removed from the store until then (seconds since 1970): a backup is being made.
+    void hold(std::int64_t until);
+    std::int64_t heldUntil();
+
     /// Whether an upload may still get bytes or wait to be stored.
     bool isNeeded(const std::string& upload);
 

@@ -115,13 +115,12 @@ PlayStatistics Statistics::playsOf(const std::string& video)
     return statistics;
 }
 
-std::vector<RefusedOrigin> Statistics::refusedOf(const std::string& video)
+std::map<std::string, std::vector<RefusedOrigin>> Statistics::allRefused()
 {
-    std::vector<RefusedOrigin> origins;
+    std::map<std::string, std::vector<RefusedOrigin>> origins;
     m_database.read([&](Session& session) {
-        for (const auto& row :
-            session.run("SELECT origin, times, last FROM refused_origins WHERE video = $1 ORDER BY last DESC LIMIT 50", {video}))
-            origins.push_back({.origin = row[0].text(), .times = row[1].number(), .last = row[2].number()});
+        for (const auto& row : session.run("SELECT video, origin, times, last FROM refused_origins ORDER BY last DESC, origin"))
+            origins[row[0].text()].push_back({.origin = row[1].text(), .times = row[2].number(), .last = row[3].number()});
     });
     return origins;
 }

@@ -44,7 +44,8 @@ public:
 
     /// These block and throw `DatabaseError`.
     PlayStatistics playsOf(const std::string& video);
-    std::vector<RefusedOrigin> refusedOf(const std::string& video);
+    /// By video, the last first.
+    std::map<std::string, std::vector<RefusedOrigin>> allRefused();
 
 private:
     struct View {

@@ -47,6 +47,22 @@ struct Uploads::Writer::Part {
     Part(const Part&) = delete;
     Part& operator=(const Part&) = delete;
 
+    /// Another instance may have taken bytes meanwhile, which are the same ones.
+    void refresh()
+    {
+        struct stat status { };
+        if (::fstat(descriptor, &status) != 0)
+            fail("stat", path);
+        if (size == static_cast<std::uint64_t>(status.st_size))
+            return;
+        size = static_cast<std::uint64_t>(status.st_size);
+        isFlushed = false;
+        if (hashed > size) {
+            hash = RunningSha256();
+            hashed = 0;
+        }
+    }
+
     void append(std::span<const std::uint8_t> bytes)
     {
         while (!bytes.empty()) {
@@ -161,6 +177,7 @@ std::uint64_t Uploads::offsetOf(const FileRecord& file)
     const auto part = partOf(file.upload);
     const std::scoped_lock lock(part->mutex);
     ++part->turn;
+    part->refresh();
     part->flush();
     if (file.isReceived && part->size != file.size) {
         m_catalogue.markWrong(file.upload, "Los datos recibidos se han perdido. Vuelve a publicar.");
@@ -180,6 +197,7 @@ std::unique_ptr<Uploads::Writer> Uploads::begin(const FileRecord& file, const Pi
     const auto part = partOf(file.upload);
     const std::scoped_lock lock(part->mutex);
     ++part->turn;
+    part->refresh();
     if (piece.first > part->size) {
         part->flush();
         throw UploadRefused(409, part->size, "Faltan datos anteriores a este fragmento.");
@@ -240,6 +258,7 @@ bool Uploads::verify(const FileRecord& file, const std::stop_token& stop)
     const auto part = partOf(file.upload);
     const std::scoped_lock lock(part->mutex);
     ++part->turn;
+    part->refresh();
     if (part->size == file.size) {
         part->hashRest(stop);
         if (part->digest() == file.sha256)

@@ -67,7 +67,6 @@ public:
 
     struct Piece {
         std::uint64_t first = 0;
-        std::uint64_t length = 0;
         std::uint64_t size = 0; ///< Of the whole.
     };
 

@@ -1,0 +1,75 @@
+#include "OrvoServer/app/DataFolder.h"
+
+#include "OrvoServer/base/Clock.h"
+#include "OrvoServer/store/Credential.h"
+#include "OrvoServer/store/PostgresDatabase.h"
+#include "OrvoServer/store/SqliteDatabase.h"
+#include "VideoCore/FileIO.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <format>
+#include <system_error>
+
+namespace orvo::server {
+
+namespace fs = std::filesystem;
+
+std::string DataFolder::init(const std::string& address, const std::string& listen) const
+{
+    const std::string checked = readAddress(address);
+    readListen(listen);
+    if (fs::exists(configurationFile()) || fs::exists(database()))
+        throw captureError(std::format("En «{}» ya hay un servidor. Para una credencial nueva: orvo-server token.", m_root.string()));
+    fs::create_directories(m_root);
+    fs::permissions(m_root, fs::perms::owner_all);
+    SqliteDatabase database(this->database());
+    migrate(database);
+    const SystemClock clock;
+    Catalogue catalogue(database, clock);
+    std::string credential = Credential::renew(catalogue);
+    writeFileAtomically(configurationFile(), newConfiguration(checked, listen));
+    fs::permissions(configurationFile(), fs::perms::owner_read | fs::perms::owner_write);
+    return credential;
+}
+
+Configuration DataFolder::configuration() const
+{
+    if (!fs::exists(configurationFile())) {
+        throw captureError(std::format(
+            "En «{0}» no hay ningún servidor. Créalo: orvo-server init --data {0} --address https://…", m_root.string()));
+    }
+    return readConfiguration(readFile(configurationFile()));
+}
+
+std::unique_ptr<Database> DataFolder::openDatabase(const Configuration& configuration) const
+{
+    std::unique_ptr<Database> opened;
+    if (configuration.database.empty())
+        opened = std::make_unique<SqliteDatabase>(database());
+    else
+        opened = std::make_unique<PostgresDatabase>(configuration.database);
+    migrate(*opened);
+    return opened;
+}
+
+DataFolder::Lock::Lock(const fs::path& file)
+    : m_descriptor(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
+{
+    if (m_descriptor < 0)
+        throw fs::filesystem_error("open", file, std::error_code(errno, std::generic_category()));
+    if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
+        ::close(m_descriptor);
+        throw captureError("Otro orvo-server usa ya esta carpeta de datos. Páralo antes.");
+    }
+}
+
+DataFolder::Lock::~Lock()
+{
+    ::close(m_descriptor);
+}
+
+} // namespace orvo::server

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "OrvoServer/app/DataFolder.h"
+#include "OrvoServer/base/Log.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace orvo::server {
+
+/// A running server: everything below the program's commands, put together.
+class Service {
+public:
+    struct Options {
+        /// Listens there with plain HTTP instead of as configured.
+        std::optional<HostAndPort> listen;
+    };
+
+    /// Opens the data folder, brings the database up to date and listens. Throws `Error` and file system errors.
+    Service(DataFolder folder, const Options& options, Log& log);
+    ~Service();
+    Service(const Service&) = delete;
+    Service& operator=(const Service&) = delete;
+
+    std::uint16_t port() const;
+
+    /// Serves until `stop()`, and lets what has begun finish.
+    void run();
+    /// Any thread.
+    void stop();
+
+private:
+    struct State;
+
+    std::unique_ptr<State> m_state;
+};
+
+} // namespace orvo::server

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "OrvoServer/api/PublishingApi.h"
+#include "OrvoServer/app/DataFolder.h"
+#include "OrvoServer/base/Metrics.h"
+#include "OrvoServer/storage/BlobStore.h"
+#include "OrvoServer/storage/FileSource.h"
+#include "OrvoServer/storage/Secrets.h"
+
+#include <memory>
+#include <optional>
+
+namespace orvo::server {
+
+class BlobCache;
+class DriveAuthorisation;
+class LocalStore;
+
+/// The store that the configuration names, and its files as local ones.
+class Stores {
+public:
+    /// Throws `Error` for a configuration that cannot work, and file system errors.
+    Stores(const Configuration& configuration, const DataFolder& folder, Secrets& secrets, Metrics& metrics);
+    ~Stores();
+
+    BlobStore& store() { return *m_store; }
+    FileSource& files() { return *m_files; }
+    /// nullopt for a store that needs no authorisation.
+    std::optional<StoreAuthorisation> authorisation();
+
+private:
+    std::shared_ptr<DriveAuthorisation> m_authorisation;
+    std::shared_ptr<BlobStore> m_store;
+    std::shared_ptr<FileSource> m_files;
+};
+
+} // namespace orvo::server

@@ -1,0 +1,189 @@
+#include "OrvoServer/app/Backup.h"
+#include "OrvoServer/app/OutsideChecks.h"
+#include "OrvoServer/app/Service.h"
+#include "OrvoServer/app/Stores.h"
+#include "OrvoServer/base/Json.h"
+#include "OrvoServer/store/Credential.h"
+
+#include <CLI/CLI.hpp>
+
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <format>
+#include <string>
+#include <thread>
+
+namespace {
+
+using namespace orvo::server;
+
+struct Arguments {
+    std::string data = "/var/lib/orvo-server";
+    std::string address;
+    std::string listen;
+    std::string folder;
+    bool json = false;
+};
+
+void print(std::string_view text)
+{
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+void showCredential(const Arguments& arguments, const std::string& credential)
+{
+    if (arguments.json)
+        return print(JsonWriter().open('{').member("credential", credential).close('}').take() + "\n");
+    print(std::format("Credencial: {}\nEscríbela en Orvo Video, en Ajustes. No se vuelve a mostrar.\n", credential));
+}
+
+int init(const Arguments& arguments)
+{
+    const std::string listen = arguments.listen.empty() ? "127.0.0.1:8080" : arguments.listen;
+    const DataFolder folder(arguments.data);
+    const std::string credential = folder.init(arguments.address, listen);
+    showCredential(arguments, credential);
+    if (!arguments.json)
+        print(std::format("Configuración: {}\nPonlo en marcha: orvo-server run --data {}\n", folder.configurationFile().string(), arguments.data));
+    return 0;
+}
+
+int run(const Arguments& arguments)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    // Keys and tickets are in the memory of this process.
+    ::prctl(PR_SET_DUMPABLE, 0);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    // Before any thread, so that all of them leave the signals to the one that waits.
+    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    Log log(STDERR_FILENO);
+    Service service(DataFolder(arguments.data),
+        {.listen = arguments.listen.empty() ? std::optional<HostAndPort>() : readListen(arguments.listen)}, log);
+    std::thread([&service, signals] {
+        int signal = 0;
+        sigwait(&signals, &signal);
+        service.stop();
+        // Somebody who asks twice does not want to wait.
+        sigwait(&signals, &signal);
+        ::_exit(1);
+    }).detach();
+    service.run();
+    return 0;
+}
+
+int check(const Arguments& arguments)
+{
+    const DataFolder folder(arguments.data);
+    const Configuration configuration = folder.configuration();
+    const auto database = folder.openDatabase(configuration);
+    const SystemClock clock;
+    Catalogue catalogue(*database, clock);
+    Metrics metrics;
+    FileSecrets secrets(folder.secrets());
+    Stores stores(configuration, folder, secrets, metrics);
+    std::unique_ptr<TlsCertificate> certificate;
+    std::vector<HealthCheck> checks;
+    if (!configuration.tlsCertificate.empty()) {
+        try {
+            certificate = std::make_unique<TlsCertificate>(configuration.tlsCertificate, configuration.tlsKey);
+        } catch (const orvo::Error& error) {
+            checks.push_back({.name = "Certificado", .detail = error.what(), .remedy = "Corrige «tls_certificate» y «tls_key»."});
+        }
+    }
+    std::ranges::copy(healthChecks({.dataFolder = folder.root(),
+                          .reserve = 1'000'000'000,
+                          .address = configuration.address,
+                          .database = database.get(),
+                          .store = &stores.store(),
+                          .certificate = certificate.get()}),
+        std::back_inserter(checks));
+    std::ranges::copy(outsideChecks(configuration.address, catalogue.setting("instance").value_or("")), std::back_inserter(checks));
+    const bool isGood = std::ranges::all_of(checks, &HealthCheck::isGood);
+    if (arguments.json) {
+        JsonWriter json;
+        json.open('{').member("ok", isGood).key("checks").open('[');
+        for (const auto& found : checks) {
+            json.open('{').member("name", found.name).member("ok", found.isGood).member("detail", found.detail);
+            json.member("remedy", found.remedy).close('}');
+        }
+        print(json.close(']').close('}').take() + "\n");
+    } else {
+        for (const auto& found : checks) {
+            print(std::format("{} {}: {}\n", found.isGood ? "bien" : "MAL ", found.name, found.detail));
+            if (!found.remedy.empty())
+                print(std::format("     {}\n", found.remedy));
+        }
+    }
+    return isGood ? 0 : 1;
+}
+
+int token(const Arguments& arguments)
+{
+    const DataFolder folder(arguments.data);
+    const auto database = folder.openDatabase(folder.configuration());
+    const SystemClock clock;
+    Catalogue catalogue(*database, clock);
+    showCredential(arguments, Credential::renew(catalogue));
+    if (!arguments.json)
+        print("La anterior deja de valer en unos segundos.\n");
+    return 0;
+}
+
+int transferred(const BackupResult& result)
+{
+    print(std::format("Hecho: {} archivos, {:.1f} MB.\n", result.files, static_cast<double>(result.bytes) / 1e6));
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Arguments arguments;
+    CLI::App program("El servidor de publicación de Orvo Video.");
+    program.require_subcommand(1);
+    program.set_version_flag("--version", ORVO_VERSION);
+    const auto command = [&](const char* name, const char* description) {
+        CLI::App* made = program.add_subcommand(name, description);
+        made->add_option("--data", arguments.data, "Carpeta de datos")->capture_default_str();
+        return made;
+    };
+    CLI::App* initCommand = command("init", "Crea un servidor y su credencial");
+    initCommand->add_option("--address", arguments.address, "Dirección pública, como https://videos.ejemplo.es")->required();
+    initCommand->add_option("--listen", arguments.listen, "Dónde escucha: HOST:PUERTO");
+    initCommand->add_flag("--json", arguments.json, "Responde en JSON");
+    CLI::App* runCommand = command("run", "Sirve hasta que se le pide que pare");
+    runCommand->add_option("--listen", arguments.listen, "HOST:PUERTO sin TLS, en lugar de lo configurado");
+    CLI::App* checkCommand = command("check", "Dice qué está mal y cómo arreglarlo");
+    checkCommand->add_flag("--json", arguments.json, "Responde en JSON");
+    CLI::App* tokenCommand = command("token", "Crea otra credencial");
+    tokenCommand->add_flag("--json", arguments.json, "Responde en JSON");
+    CLI::App* backupCommand = command("backup", "Copia el servidor, también en marcha, a una carpeta nueva");
+    backupCommand->add_option("folder", arguments.folder, "Carpeta nueva")->required();
+    CLI::App* restoreCommand = command("restore", "Recupera un servidor de una copia");
+    restoreCommand->add_option("folder", arguments.folder, "Carpeta de la copia")->required();
+    CLI11_PARSE(program, argc, argv);
+    try {
+        if (*initCommand)
+            return init(arguments);
+        if (*runCommand)
+            return run(arguments);
+        if (*checkCommand)
+            return check(arguments);
+        if (*tokenCommand)
+            return token(arguments);
+        if (*backupCommand)
+            return transferred(backUp(DataFolder(arguments.data), arguments.folder));
+        return transferred(restoreBackup(arguments.folder, DataFolder(arguments.data)));
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "orvo-server: %s\n", orvo::describe(error).c_str());
+        return 1;
+    }
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "OrvoServer/http/Message.h"
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orvo::server {
+
+/// A file of the pages that is part of the program. The texts live as long as the program.
+struct PageAsset {
+    std::string_view name;
+    std::string_view type;
+    std::string_view bytes;
+    std::string_view gzip; ///< Empty for none.
+    std::string_view hash; ///< Changes with the content.
+};
+
+/// Renders the pages and serves their files.
+class Pages {
+public:
+    /// `basePath`: what comes before every path of the server, "" or "/prefix".
+    Pages(std::vector<PageAsset> assets, std::string basePath, bool isSecure);
+
+    struct Variables {
+        std::string lang;
+        std::string title;
+        std::string config; ///< JSON.
+        std::string frameAncestors; ///< The whole directive.
+    };
+
+    /// A page from its template "player.html", "unavailable.html" or "admin.html". Never cached; no script but the server's own.
+    Response page(unsigned status, std::string_view name, const Variables& variables) const;
+
+    /// A file under its hash, kept by browsers for ever; 404 for any other.
+    Response asset(std::string_view hash, std::string_view name, const Headers& headers) const;
+
+    const std::string& basePath() const { return m_basePath; }
+
+private:
+    std::string render(std::string_view text, const Variables& variables) const;
+
+    std::map<std::string_view, PageAsset> m_assets;
+    const std::string m_basePath;
+    const bool m_isSecure;
+};
+
+/// "es" or "en", whichever an Accept-Language header prefers.
+std::string languageOf(std::string_view acceptLanguage);
+
+/// Escapes for a text and for an attribute in double quotes.
+std::string htmlEscaped(std::string_view text);
+
+} // namespace orvo::server
