@@ -39,7 +39,7 @@ export class Controls {
         button("rotate-ccw", text("back"), () => player.skip(-10), { class: "skip" }),
         button("rotate-cw", text("forward"), () => player.skip(10), { class: "skip" }),
         element("div", { class: "volume" }, this.mute, this.volume),
-        element("div", { class: "time" }, this.now, this.end),
+        element("div", { class: "clock" }, this.now, this.end),
         element("div", { class: "space" }),
         this.captions, this.transcript, this.settings, this.pip, this.fullscreen));
     for (const event of ["play", "pause", "ended", "seeking"]) video.addEventListener(event, () => this.updatePlay());

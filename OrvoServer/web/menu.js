@@ -10,13 +10,16 @@ export class Menu {
   constructor(button, pages) {
     this.button = button;
     this.pages = pages;
+    /** Whether the press that is under way has closed the menu, and so means nothing else. */
+    this.justDismissed = false;
     this.panel = element("div", { class: "menu", role: "menu", "aria-label": text("settings"), hidden: true });
     button.setAttribute("aria-haspopup", "menu");
     button.setAttribute("aria-expanded", "false");
     button.addEventListener("click", () => (this.open ? this.close() : this.show("main")));
     this.panel.addEventListener("keydown", (event) => this.#key(event));
     document.addEventListener("pointerdown", (event) => {
-      if (this.open && !this.panel.contains(event.target) && !button.contains(event.target)) this.close(false);
+      this.justDismissed = this.open && !this.panel.contains(event.target) && !button.contains(event.target);
+      if (this.justDismissed) this.close(false);
     });
   }
 

@@ -229,7 +229,7 @@ class Player {
     this.transcript = new Transcript({ seek: (moment) => this.seek(moment), close: () => this.toggleTranscript() });
     const title = element("h1", { class: "title" }, this.config.title || "Orvo Video");
     this.big = element("button", { type: "button", class: "big", "aria-label": text("play"), click: () => this.play() }, icon("play"));
-    this.stage.append(this.video);
+    this.stage.append(this.video, element("div", { class: "shade" }));
     if (this.config.embedded) this.stage.append(element("div", { class: "top" }, title));
     else this.root.after(title);
     if (this.stream) {
@@ -284,6 +284,7 @@ class Player {
 
   /** A mouse plays and pauses. A finger shows and hides the controls, and twice at a side it goes back or forward. */
   #press(event) {
+    if (this.controls.menu.justDismissed) return;
     if (event.pointerType === "mouse" || !event.pointerType) {
       this.#tap = null;
       this.toggle();
@@ -405,8 +406,7 @@ class Player {
     if (!revision || revision === this.revision) return;
     // The author has published the video anew; this page goes on with that.
     this.revision = revision;
-    if (this.#started) this.stream.reload();
-    else this.stream.retry();
+    this.stream.reload();
     this.#loadCaptions();
   }
 

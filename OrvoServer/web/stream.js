@@ -175,6 +175,7 @@ export class NativeStream extends EventTarget {
   }
 
   reload() {
+    if (!this.#started) return;
     const wasPlaying = !this.video.paused;
     this.#load(this.video.currentTime);
     if (wasPlaying) this.video.play().catch(() => {});

@@ -5,8 +5,7 @@ const STALE = 12 * 3600 * 1000; // Milliseconds after which a refused grant may 
 /**
  * The permission to fetch a video's files, which is part of their addresses.
  *
- * It lasts minutes and is renewed at two thirds of its life, when the page wakes up, and when the server refuses it. Times are
- * wall-clock times: monotonic clocks stop while a laptop sleeps.
+ * It lasts minutes and is renewed at two thirds of its life, when the page wakes up, and when the server refuses it.
  *
  * Events: "renewed" (detail.revision), "refused" (detail.lapsed: only the grant was too old), "unreachable" and "reachable".
  */
@@ -14,7 +13,7 @@ export class Ticket extends EventTarget {
   #grant;
   #renewal = null;
   #timer = 0;
-  #obtained = 0;
+  #obtained = null;
   #life = 0;
   #refused = false;
   #wake = null;
@@ -55,13 +54,13 @@ export class Ticket extends EventTarget {
 
   /** Resolves once there is a ticket that has not expired. */
   async usable() {
-    if (Date.now() - this.#obtained >= this.#life) await this.renew();
+    if (this.#age() >= this.#life) await this.renew();
     else if (this.#due()) this.renew();
   }
 
   /** The server has refused the ticket. Requests that were already under way when it was renewed do not count. */
   expired() {
-    if (Date.now() - this.#obtained > 2000) this.#life = 0;
+    if (this.#age() > 2000) this.#life = 0;
   }
 
   /** Fetches one of the video's files as a text, with another ticket if this one has expired. */
@@ -83,13 +82,18 @@ export class Ticket extends EventTarget {
   }
 
   #due() {
-    return Date.now() - this.#obtained >= this.#life * 2 / 3;
+    return this.#age() >= this.#life * 2 / 3;
+  }
+
+  /** Milliseconds. A monotonic clock stops while a laptop sleeps, and the other one may be set back: the larger age holds. */
+  #age() {
+    return Math.max(Date.now() - this.#obtained.date, performance.now() - this.#obtained.steady);
   }
 
   #accept({ media, expiresIn, grant }) {
     this.media = media;
     this.#grant = grant;
-    this.#obtained = Date.now();
+    this.#obtained = { date: Date.now(), steady: performance.now() };
     this.#life = expiresIn * 1000;
     clearTimeout(this.#timer);
     // Timers stop while the machine sleeps; the events of the constructor cover that.
@@ -110,7 +114,7 @@ export class Ticket extends EventTarget {
       } else if (answer && answer.status >= 400 && answer.status < 500 && ![408, 429].includes(answer.status)) {
         this.#refused = true;
         clearTimeout(this.#timer);
-        this.dispatchEvent(new CustomEvent("refused", { detail: { lapsed: Date.now() - this.#obtained > STALE } }));
+        this.dispatchEvent(new CustomEvent("refused", { detail: { lapsed: this.#age() > STALE } }));
         await new Promise(() => {});
       }
       if (attempt > 0) this.dispatchEvent(new CustomEvent("unreachable"));

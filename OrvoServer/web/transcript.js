@@ -170,6 +170,6 @@ export class Transcript {
     // scrollIntoView() would also scroll the page around the frame.
     const box = this.text.getBoundingClientRect();
     const place = span.getBoundingClientRect();
-    this.text.scrollTo({ top: this.text.scrollTop + place.top - box.top - box.height / 3, behavior: "smooth" });
+    this.text.scrollTo({ top: this.text.scrollTop + place.top - box.top - box.height / 3, behavior: matchMedia("(prefers-reduced-motion: reduce)").matches ? "auto" : "smooth" });
   }
 }

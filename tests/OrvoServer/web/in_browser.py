@@ -8,6 +8,7 @@ published from PACKAGE with a public link; cases that need the stand-in's faults
 
 import http.server
 import json
+import os
 import shutil
 import sys
 import tempfile
@@ -19,8 +20,8 @@ HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parents[1] / "OrvoVideo/publishing"))
 
 from administration import Administration  # noqa: E402
-from chromium import Chromium, Page  # noqa: E402: it lies in another folder.
-from devtools import LIMIT  # noqa: E402
+from chromium import Page  # noqa: E402: it lies in another folder.
+from devtools import LIMIT, DevTools  # noqa: E402
 from film import SECONDS, colour_at, spoken_at, words  # noqa: E402
 from stand_in import TOKEN, VIDEO, StandIn  # noqa: E402
 
@@ -38,6 +39,17 @@ def wait_for(what, condition):
     while not condition():
         expect(time.monotonic() < end, f"waited too long for {what}")
         time.sleep(0.05)
+
+
+class Browser(DevTools):
+    """Knows the loopback address also as http://video.test, which unlike 127.0.0.1 is no secure context."""
+
+    def __init__(self, folder):
+        super().__init__(
+            ["chromium", "--headless=new", "--no-sandbox", f"--user-data-dir={folder}/profile", "--no-first-run",
+             "--password-store=basic", "--disable-gpu", "--disable-dev-shm-usage", "--host-resolver-rules=MAP video.test 127.0.0.1",
+             "--autoplay-policy=no-user-gesture-required"],
+            {**os.environ, "HOME": str(folder), "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"})
 
 
 class Tab(Page):
@@ -310,6 +322,18 @@ def storage_denied(world):
     tab.expect_quiet()
 
 
+def insecure(world):
+    """Over plain http there is no crypto.subtle: the film is decrypted all the same."""
+    world.need_control()
+    tab = world.tab(world.address("embed").replace("127.0.0.1", "video.test"))
+    tab.watch()
+    expect(tab.run("!isSecureContext && !globalThis.crypto.subtle"), "the page is a secure one")
+    tab.start()
+    tab.press("5")
+    check_frame(tab, SECONDS / 2)
+    tab.expect_quiet()
+
+
 def sandboxed(world):
     """In a frame with scripts and nothing else, whose origin is "null"."""
     content = f'<!doctype html><title>Mi web</title><iframe sandbox="allow-scripts" src="{world.address("embed")}" width="640" height="360"></iframe>'
@@ -476,7 +500,7 @@ class World:
             self.server.admin = Administration(self.server)
             address = self.server.address
         self.base = address.rstrip("/")
-        self.browser = Chromium(self.folder, "")
+        self.browser = Browser(self.folder)
 
     def close(self):
         self.browser.close()
