@@ -1,8 +1,8 @@
 #include "OrvoVideo/Text.h"
 
-#include <algorithm>
+#include "VideoCore/Labels.h"
+
 #include <array>
-#include <utility>
 
 namespace orvo::Text {
 
@@ -36,34 +36,12 @@ Uuid toId(const QString& text)
 
 QString ofState(const std::string& state)
 {
-    static const std::array<std::pair<std::string_view, QString>, 7> texts{{
-        {ProjectState::ready, QStringLiteral("Lista")},
-        {ProjectState::recording, QStringLiteral("Grabando")},
-        {ProjectState::recordingTab, QStringLiteral("Grabando pestaña")},
-        {ProjectState::processingTab, QStringLiteral("Preparando")},
-        {ProjectState::recoverable, QStringLiteral("Por recuperar")},
-        {ProjectState::recoverableTab, QStringLiteral("Por recuperar")},
-        {ProjectState::needsRecovery, QStringLiteral("Por recuperar")},
-    }};
-    const auto found = std::ranges::find(texts, state, [](const auto& entry) { return entry.first; });
-    return found == texts.end() ? from(state) : found->second;
+    return from(std::string(stateLabel(state)));
 }
 
 QString ofKind(TrackKind kind)
 {
-    switch (kind) {
-    case TrackKind::screen:
-        return QStringLiteral("Pantalla");
-    case TrackKind::camera:
-        return QStringLiteral("Cámara");
-    case TrackKind::microphone:
-        return QStringLiteral("Micrófono");
-    case TrackKind::system:
-        return QStringLiteral("Sistema");
-    case TrackKind::clip:
-        return QStringLiteral("Clip");
-    }
-    return {};
+    return from(std::string(trackLabel(kind)));
 }
 
 bool isRecoverable(const std::string& state)

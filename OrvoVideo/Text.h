@@ -18,10 +18,8 @@ QDateTime from(DateTime instant);
 /// An identifier as the windows hand it back; one that no record has for a text that is none.
 Uuid toId(const QString& text);
 
-/// What a project's state is called in Spanish: "Lista", "Grabando", … An unknown state is its own text.
+/// The labels of `VideoCore/Labels.h`.
 QString ofState(const std::string& state);
-
-/// What a track is called in Spanish: "Pantalla", "Cámara", …
 QString ofKind(TrackKind kind);
 
 /// Whether a project in this state waits to be recovered by the user.

@@ -1,4 +1,5 @@
 #include "VideoCore/DocumentCodec.h"
+#include "VideoCore/Labels.h"
 #include "VideoCore/Timeline.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
@@ -52,7 +53,7 @@ void list(Session& session, const ListArguments& /*arguments*/)
         {.title = "Final", .align = Table::Align::right}, {.title = "Estado"}, {.title = "Creado"}});
     for (const auto& [project, id] : std::views::zip(projects, ids)) {
         table.add({id, shownTitle(project.title), clockTime(project.duration), clockTime(project.playableDuration()),
-            stateName(project.state), localTime(project.createdAt)});
+            printable(stateLabel(project.state)), localTime(project.createdAt)});
     }
     session.print(table.text());
 }
@@ -103,8 +104,9 @@ std::string tracksText(const VideoProject& project, bool all)
     Section section("Pistas", {{}, {}, {}, {}, {.shrinks = true}}, all);
     const auto ids = shortIds(project.tracks | std::views::transform(&MediaTrack::id) | std::ranges::to<std::vector>());
     for (const auto& [track, id] : std::views::zip(project.tracks, ids)) {
-        section.add({id, trackName(track.kind), clockTime(track.start) + "–" + clockTime(track.start + track.duration),
-            track.volume == 1 ? "" : "volumen " + shortNumber(track.volume), printable(track.file)});
+        section.add(
+            {id, std::string(trackLabel(track.kind)), clockTime(track.start) + "–" + clockTime(track.start + track.duration),
+                track.volume == 1 ? "" : "volumen " + shortNumber(track.volume), printable(track.file)});
     }
     return section.text();
 }
@@ -171,7 +173,7 @@ void show(Session& session, const ShowArguments& arguments)
     const auto merged = Timeline::merged(project.edit.cuts, project.duration);
     Table facts({{}, {}});
     facts.add({"Identificador", project.id.text()});
-    facts.add({"Estado", stateName(project.state)});
+    facts.add({"Estado", printable(stateLabel(project.state))});
     facts.add({"Creado",
         localTime(project.createdAt)
             + (project.updatedAt == project.createdAt ? "" : ", cambiado " + localTime(project.updatedAt))});

@@ -6,45 +6,12 @@
 #include <array>
 #include <ctime>
 #include <format>
-#include <utility>
 
 namespace orvo::cli {
 
 std::string shownTitle(std::string_view title)
 {
     return title.empty() ? "(sin título)" : printable(title);
-}
-
-std::string stateName(std::string_view state)
-{
-    static constexpr std::array<std::pair<std::string_view, std::string_view>, 7> names{{
-        {ProjectState::ready, "Listo"},
-        {ProjectState::recording, "Grabando"},
-        {ProjectState::recordingTab, "Grabando pestaña"},
-        {ProjectState::processingTab, "Por preparar"},
-        {ProjectState::recoverable, "Por recuperar"},
-        {ProjectState::recoverableTab, "Por recuperar"},
-        {ProjectState::needsRecovery, "Por recuperar"},
-    }};
-    const auto found = std::ranges::find(names, state, [](const auto& name) { return name.first; });
-    return found == names.end() ? printable(state) : std::string(found->second);
-}
-
-std::string trackName(TrackKind kind)
-{
-    switch (kind) {
-    case TrackKind::screen:
-        return "Pantalla";
-    case TrackKind::camera:
-        return "Cámara";
-    case TrackKind::microphone:
-        return "Micrófono";
-    case TrackKind::system:
-        return "Sistema";
-    case TrackKind::clip:
-        return "Clip";
-    }
-    return "";
 }
 
 std::string localTime(DateTime instant)

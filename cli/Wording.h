@@ -1,7 +1,6 @@
 #pragma once
 
 #include "VideoCore/DateTime.h"
-#include "VideoCore/VideoProject.h"
 
 #include <string>
 #include <string_view>
@@ -11,9 +10,6 @@ namespace orvo::cli {
 
 /// A title on one line; a stand-in for an empty one.
 std::string shownTitle(std::string_view title);
-
-std::string stateName(std::string_view state);
-std::string trackName(TrackKind kind);
 
 /// Day and minute in the user's time zone.
 std::string localTime(DateTime instant);

@@ -286,6 +286,7 @@ TEST(LibraryModelTests, ReplacesInPlaceAndMarksTheOpenProject)
     EXPECT_EQ(model.openRow(), -1);
     EXPECT_TRUE(model.get(1)["recoverable"].toBool());
     EXPECT_EQ(model.get(1)["stateText"].toString(), "Por recuperar");
+    EXPECT_EQ(model.get(0)["stateText"].toString(), "Listo") << "as in the terminal";
 
     mirror.announced.clear();
     model.setOpen(first.id);
