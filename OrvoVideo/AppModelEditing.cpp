@@ -60,7 +60,8 @@ std::string copyIntoProject(
     const ProjectStore& store, const VideoProject& project, const fs::path& image, const std::stop_token& stop)
 {
     if (fs::is_regular_file(image) && !OverlayImage::isUsable(image, stop))
-        throw captureError(std::format("«{}» no es una imagen que se pueda usar.", image.filename().string()));
+        throw captureError(std::format(
+            "«{}» no es una imagen que se pueda usar: debe ser {}.", image.filename().string(), OverlayImage::kindNames()));
     const std::string extension = image.extension().string();
     const auto name = std::format("media/{}{}", Uuid::random().text(), extension.empty() ? "." : extension);
     copyFile(image, store.mediaURL(project, name), {}, stop);

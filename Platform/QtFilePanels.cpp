@@ -1,7 +1,10 @@
 #include "Platform/FilePanels.h"
 
+#include "VideoMedia/OverlayImage.h"
+
 #include <QFileDialog>
 #include <QGuiApplication>
+#include <QStringList>
 #include <QWindow>
 #include <algorithm>
 #include <list>
@@ -38,7 +41,10 @@ public:
         auto& panel = open(std::move(answer));
         panel.dialog->setWindowTitle(QStringLiteral("Añadir imagen"));
         panel.dialog->setFileMode(QFileDialog::ExistingFile);
-        panel.dialog->setNameFilter(QStringLiteral("Imágenes (*.png *.jpg *.jpeg *.webp *.gif *.bmp *.tif *.tiff)"));
+        QStringList patterns;
+        for (const auto& kind : OverlayImage::kinds())
+            patterns << QString::fromUtf8(kind.patterns);
+        panel.dialog->setNameFilter(QStringLiteral("Imágenes (%1)").arg(patterns.join(QLatin1Char(' '))));
         show(panel, QStringLiteral("Añadir"));
     }
 

@@ -4,9 +4,9 @@
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/ProcessRunner.h"
 
+#include <algorithm>
 #include <array>
 #include <fstream>
-#include <string_view>
 
 namespace orvo::OverlayImage {
 
@@ -14,15 +14,45 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The formats of single pictures. Play lists and scripts, which would have other files read, are not among them.
-constexpr auto formats = "image2,png_pipe,jpeg_pipe,webp_pipe,bmp_pipe,tiff_pipe,gif";
+using namespace std::string_view_literals;
 
-/// Whether a file begins as GIF does, whatever its name says.
+struct Signature {
+    Kind kind;
+    std::string_view begin;
+    std::string_view at8 = {}; ///< What stands at byte 8.
+};
+
+// TIFF has two byte orders.
+constexpr std::array<Signature, 7> signatures{{
+    {{"PNG", "image/png", "*.png", "png_pipe"}, "\x89PNG\r\n\x1a\n"sv},
+    {{"JPEG", "image/jpeg", "*.jpg *.jpeg", "jpeg_pipe"}, "\xFF\xD8\xFF"sv},
+    {{"WebP", "image/webp", "*.webp", "webp_pipe"}, "RIFF"sv, "WEBP"sv},
+    {{"GIF", "image/gif", "*.gif", "gif"}, "GIF8"sv},
+    {{"BMP", "image/bmp", "*.bmp", "bmp_pipe"}, "BM"sv},
+    {{"TIFF", "image/tiff", "*.tif *.tiff", "tiff_pipe"}, "II*\0"sv},
+    {{"TIFF", "image/tiff", "*.tif *.tiff", "tiff_pipe"}, "MM\0*"sv},
+}};
+
+constexpr auto allKinds = [] {
+    std::array<Kind, signatures.size() - 1> kinds{};
+    std::ranges::transform(signatures.begin(), signatures.end() - 1, kinds.begin(), &Signature::kind);
+    return kinds;
+}();
+
+/// The demuxers of the kinds, and the one that `ffmpeg` takes by the file's name. Playlists and scripts, which would have
+/// other files read, are not among them.
+std::string formats()
+{
+    std::string list = "image2";
+    for (const auto& kind : allKinds)
+        list.append(",").append(kind.demuxer);
+    return list;
+}
+
 bool isAnimation(const fs::path& file)
 {
-    std::array<char, 4> begin{};
-    std::ifstream(file, std::ios::binary).read(begin.data(), begin.size());
-    return std::string_view(begin.data(), begin.size()) == "GIF8";
+    const Kind* kind = kindOf(file);
+    return kind && kind->demuxer == "gif";
 }
 
 /// The options before "-i" that have the name taken as it stands: with a percent sign it would be a pattern for a series of
@@ -36,6 +66,30 @@ Arguments literally(const fs::path& file)
 
 } // namespace
 
+std::span<const Kind> kinds()
+{
+    return allKinds;
+}
+
+std::string kindNames()
+{
+    std::string names;
+    for (const auto& kind : allKinds)
+        names.append(names.empty() ? "" : &kind == &allKinds.back() ? " o " : ", ").append(kind.name);
+    return names;
+}
+
+const Kind* kindOf(const fs::path& file)
+{
+    std::array<char, 12> bytes{};
+    std::ifstream(file, std::ios::binary).read(bytes.data(), bytes.size());
+    const std::string_view content(bytes.data(), bytes.size());
+    const auto found = std::ranges::find_if(signatures, [&](const Signature& signature) {
+        return content.starts_with(signature.begin) && content.substr(8).starts_with(signature.at8);
+    });
+    return found == signatures.end() ? nullptr : &found->kind;
+}
+
 Arguments input(const fs::path& file, double seconds)
 {
     Arguments arguments = isAnimation(file) ? Arguments{"-ignore_loop", "0"} : Arguments{"-loop", "1"};
@@ -47,7 +101,8 @@ Arguments input(const fs::path& file, double seconds)
 
 bool isDecodable(const fs::path& ffmpeg, const fs::path& file, const std::stop_token& stop)
 {
-    Arguments arguments{"-hide_banner", "-nostdin", "-xerror", "-protocol_whitelist", "file", "-format_whitelist", formats};
+    Arguments arguments{
+        "-hide_banner", "-nostdin", "-xerror", "-protocol_whitelist", "file", "-format_whitelist", formats()};
     append(arguments, literally(file));
     append(arguments, {"-i", file.string(), "-frames:v", "1", "-f", "null", "-"});
     return ProcessRunner::succeeds(ffmpeg, arguments, stop);
@@ -55,6 +110,8 @@ bool isDecodable(const fs::path& ffmpeg, const fs::path& file, const std::stop_t
 
 bool isUsable(const fs::path& file, const std::stop_token& stop)
 {
+    if (!kindOf(file))
+        return false;
     const auto ffmpeg = ProcessRunner::ffmpeg();
     return !ffmpeg || isDecodable(*ffmpeg, file, stop);
 }

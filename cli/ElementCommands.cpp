@@ -1,4 +1,5 @@
 #include "VideoCore/Edits.h"
+#include "VideoMedia/OverlayImage.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
@@ -140,7 +141,7 @@ void remove(Session& session, const RemoveArguments& arguments)
     session.print(std::format("Quitado: {}.\n", element.id.text()));
 }
 
-void declareOverlay(Command& command, OverlayArguments& arguments, const char* content, const char* what)
+void declareOverlay(Command& command, OverlayArguments& arguments, const char* content, const std::string& what)
 {
     command.project(arguments.project);
     command.argument("MOMENTO", arguments.time, "Cuándo aparece: segundos (83.5) o minutos y segundos (1:23.5).");
@@ -163,7 +164,7 @@ void addElementCommands(CLI::App& app, Session& session)
     addCommand<OverlayArguments>(
         app, session, {"image", "Edición", "Añade una imagen encima.\nSe copia al proyecto."},
         [](Command& command, OverlayArguments& arguments) {
-            declareOverlay(command, arguments, "ARCHIVO", "La imagen: PNG, JPEG o WebP.");
+            declareOverlay(command, arguments, "ARCHIVO", "La imagen: " + OverlayImage::kindNames() + ".");
             command.option("--width", "N", arguments.width, "Ancho, como fracción del vídeo; 0.3 si no se indica.");
         },
         addImage);

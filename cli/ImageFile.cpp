@@ -6,15 +6,12 @@
 #include "cli/Text.h"
 
 #include <format>
-#include <string_view>
 
 namespace orvo::cli {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-using namespace std::string_view_literals;
 
 constexpr std::size_t largestImage = std::size_t{256} << 20; ///< Bytes: more is another kind of file.
 
@@ -25,13 +22,6 @@ std::string contentOf(const fs::path& file)
     return content;
 }
 
-/// Whether a file begins as the picture formats do that can be shown for as long as wanted.
-bool beginsAsImage(std::string_view content)
-{
-    return content.starts_with("\x89PNG\r\n\x1a\n"sv) || content.starts_with("\xFF\xD8\xFF"sv)
-        || (content.starts_with("RIFF"sv) && content.substr(std::min<std::size_t>(8, content.size())).starts_with("WEBP"sv));
-}
-
 } // namespace
 
 ImageFile::ImageFile(const fs::path& file)
@@ -40,9 +30,9 @@ ImageFile::ImageFile(const fs::path& file)
 {
     if (!isUtf8(extension()))
         throw captureError(std::format("El nombre {} no es UTF-8 válido.", inQuotes(name())));
-    if (!beginsAsImage(m_content) || !OverlayImage::isUsable(file))
+    if (!OverlayImage::isUsable(file))
         throw captureError(
-            std::format("{} no es una imagen que se pueda usar: debe ser PNG, JPEG o WebP.", inQuotes(name())));
+            std::format("{} no es una imagen que se pueda usar: debe ser {}.", inQuotes(name()), OverlayImage::kindNames()));
 }
 
 std::string ImageFile::extension() const

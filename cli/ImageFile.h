@@ -10,7 +10,7 @@ namespace orvo::cli {
 /// A picture that somebody wants to put into a project, read whole.
 class ImageFile {
 public:
-    /// Throws `captureError` when the file is no picture that can be shown (PNG, JPEG, WebP), file system errors.
+    /// Throws `captureError` when the file is no image of the kinds of `OverlayImage`, file system errors.
     explicit ImageFile(const std::filesystem::path& file);
 
     const std::string& content() const noexcept { return m_content; }

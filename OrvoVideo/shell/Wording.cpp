@@ -1,5 +1,7 @@
 #include "OrvoVideo/shell/Wording.h"
 
+#include "VideoMedia/OverlayImage.h"
+
 #include <QLocale>
 #include <QMimeDatabase>
 #include <QRegularExpression>
@@ -9,9 +11,10 @@ namespace orvo {
 
 namespace {
 
-bool hasType(const QUrl& file, QLatin1String family)
+/// The type of a local file; an invalid one for any other address.
+QMimeType typeOf(const QUrl& file)
 {
-    return file.isLocalFile() && QMimeDatabase().mimeTypeForFile(file.toLocalFile()).name().startsWith(family);
+    return file.isLocalFile() ? QMimeDatabase().mimeTypeForFile(file.toLocalFile()) : QMimeType();
 }
 
 } // namespace
@@ -49,12 +52,14 @@ QString Wording::cause(const QString& message) const
 
 bool Wording::isMovie(const QUrl& file) const
 {
-    return hasType(file, QLatin1String("video/"));
+    return typeOf(file).name().startsWith(QLatin1String("video/"));
 }
 
 bool Wording::isImage(const QUrl& file) const
 {
-    return hasType(file, QLatin1String("image/"));
+    const QMimeType type = typeOf(file);
+    return std::ranges::any_of(
+        OverlayImage::kinds(), [&](const auto& kind) { return type.inherits(QString::fromUtf8(kind.mime)); });
 }
 
 } // namespace orvo

@@ -23,7 +23,7 @@ public:
     /// is the message's beginning with that line. A short message is its own cause.
     Q_INVOKABLE QString cause(const QString& message) const;
 
-    /// Whether a local file is a movie or an image, by its name and its first bytes.
+    /// Whether a local file is a movie, or an image that can be laid over one, by its name and its first bytes.
     Q_INVOKABLE bool isMovie(const QUrl& file) const;
     Q_INVOKABLE bool isImage(const QUrl& file) const;
 };

@@ -232,7 +232,7 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
     const std::pair<std::filesystem::path, std::string> cases[] = {
         {folder / "missing.png", (folder / "missing.png").string()},
         {folder.path(), folder.path().string()},
-        {folder / "half.png", "«half.png» no es una imagen que se pueda usar."},
+        {folder / "half.png", "«half.png» no es una imagen que se pueda usar: debe ser PNG, JPEG, WebP, GIF, BMP o TIFF."},
     };
     for (const auto& [bad, text] : cases) {
         panels->choice = bad;

@@ -189,6 +189,15 @@ TEST_F(ImportExport, NamesThatAreNotUtf8AreReplacedInTheTitle)
     EXPECT_EQ(imported["title"].text(), "caf\uFFFD");
 }
 
+TEST_F(ImportExport, TakesEveryKindOfImageThatTheWindowTakes)
+{
+    for (const std::string name : {"a.png", "b.jpg", "c.webp", "d.gif", "e.bmp", "f.tiff"}) {
+        ffmpeg({"-f", "lavfi", "-i", "color=red:size=16x16:rate=1:duration=1", folder / name});
+        EXPECT_EQ(orvo({"image", id, "1", folder / name}).status, 0) << name;
+    }
+    EXPECT_THAT(orvo({"image", "--help"}).out, HasSubstr("PNG, JPEG, WebP, GIF, BMP o TIFF"));
+}
+
 TEST_F(ImportExport, WhatIsNoImageIsNotAdded)
 {
     ffmpeg({"-f", "lavfi", "-i", "color=red:size=16x16", "-frames:v", "1", folder / "rojo.png"});
@@ -196,9 +205,10 @@ TEST_F(ImportExport, WhatIsNoImageIsNotAdded)
     std::ofstream(folder / "cortada.png") << png.substr(0, 20);
     std::ofstream(folder / "a medias.png") << png.substr(0, png.size() / 2);
     std::ofstream(folder / "texto.png") << "esto es un texto";
-    ffmpeg({"-f", "lavfi", "-i", "color=red:size=16x16:duration=1", folder / "corta.gif"});
+    ffmpeg({"-f", "lavfi", "-i", "color=red:size=16x16:duration=1", folder / "vídeo.mp4"});
+    fs::rename(folder / "vídeo.mp4", folder / "vídeo.png");
     const std::string before = document();
-    for (const std::string name : {"cortada.png", "a medias.png", "texto.png", "corta.gif"}) {
+    for (const std::string name : {"cortada.png", "a medias.png", "texto.png", "vídeo.png"}) {
         const Outcome outcome = orvo({"image", id, "1", folder / name});
         EXPECT_EQ(outcome.status, 1);
         EXPECT_THAT(outcome.err, HasSubstr("«" + name + "» no es una imagen que se pueda usar"));
