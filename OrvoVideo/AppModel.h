@@ -100,10 +100,12 @@ class AppModel : public QObject {
     // Publishing.
     Q_PROPERTY(QString domainText READ domainText WRITE setDomainText NOTIFY domainTextChanged)
     Q_PROPERTY(bool publicLink READ publicLink WRITE setPublicLink NOTIFY publicLinkChanged)
+    Q_PROPERTY(bool copyRefused READ copyRefused NOTIFY copyRefusedChanged)
     Q_PROPERTY(QString serverURL READ serverURL WRITE setServerURL NOTIFY serverURLChanged)
     Q_PROPERTY(QString driveReturnAddress READ driveReturnAddress NOTIFY serverURLChanged)
     Q_PROPERTY(QString adminToken READ adminToken WRITE setAdminToken NOTIFY adminTokenChanged)
     Q_PROPERTY(QString connectionStatus READ connectionStatus NOTIFY connectionStatusChanged)
+    Q_PROPERTY(bool usesDrive READ usesDrive NOTIFY usesDriveChanged)
     Q_PROPERTY(QString oauthClientID READ oauthClientID WRITE setOauthClientID NOTIFY oauthClientIDChanged)
     Q_PROPERTY(QString oauthClientSecret READ oauthClientSecret WRITE setOauthClientSecret NOTIFY oauthClientSecretChanged)
     Q_PROPERTY(bool carefulTranscription READ carefulTranscription WRITE setCarefulTranscription NOTIFY transcriptionChanged)
@@ -326,6 +328,10 @@ public:
     /// Put the address and the embed code of the open project's video on the clipboard. Nothing when it is not published.
     Q_INVOKABLE void copyLink();
     Q_INVOKABLE void copyEmbed();
+    /// Whether the desktop has refused the last text for the clipboard; `copyAgain` tries once more, best when the user
+    /// presses a button.
+    bool copyRefused() const { return m_refusedCopy.has_value(); }
+    Q_INVOKABLE void copyAgain();
 
     /// The web origins that may embed the open project's video, as the user types them.
     QString domainText() const { return m_domainText; }
@@ -345,6 +351,8 @@ public:
     void setAdminToken(const QString& token);
     /// What the last look at the server has told.
     QString connectionStatus() const { return m_connectionStatus; }
+    /// Whether the server keeps videos in the user's Drive, as far as it was asked. False for one that keeps them itself.
+    bool usesDrive() const { return m_usesDrive; }
     /// The OAuth client that the server is to use Drive with; not stored here.
     QString oauthClientID() const { return m_oauthClientID; }
     void setOauthClientID(const QString& id);
@@ -478,6 +486,8 @@ signals:
     void connectionStatusChanged();
     void oauthClientIDChanged();
     void oauthClientSecretChanged();
+    void usesDriveChanged();
+    void copyRefusedChanged();
     void toolsChanged();
 
 protected:
@@ -577,10 +587,20 @@ private:
     // Publishing.
     QCoro::Task<> publishProject(VideoProject project, WorkControl control);
     QCoro::Task<std::shared_ptr<PublicationPackage>> preparePackage(VideoProject project, WorkControl control);
+    void endTypedPolicy();
     void showPublication();
     /// Whether the fields say what a publication says, so that nothing typed is lost when they follow another.
     bool policyIsThatOf(const std::optional<Publication>& publication) const;
-    void copyEmbedOf(const Publication& publication);
+    /// A text for the clipboard, and what `status` says when it is there.
+    struct Copy {
+        std::string text;
+        QString what; ///< "el enlace".
+        QString done;
+    };
+    void copy(Copy copy, const QString& before = {});
+    void setRefusedCopy(std::optional<Copy> copy);
+    /// `before` begins the status when the desktop refuses it.
+    void copyEmbedOf(const Publication& publication, const QString& before = {});
 
     // The publishing server.
     std::shared_ptr<Publisher> makePublisher() const;
@@ -588,6 +608,7 @@ private:
     QCoro::Task<> loadCredentialAtStart();
     QCoro::Task<> lookAtServer(WorkControl control);
     void setConnectionStatus(const QString& status);
+    void setUsesDrive(bool uses);
 
     AppServices m_services;
     std::unique_ptr<NotificationObserver> m_notifications;
@@ -661,16 +682,19 @@ private:
 
     QString m_domainText;
     bool m_publicLink = false;
-    /// Domains and link as typed for the publication under way.
+    /// Domains and link as typed for the publication under way, or for one that failed while another project was open.
     struct TypedPolicy {
         Uuid project;
         QString domains;
         bool isPublic = false;
+        bool isUnderWay = true;
     };
     std::optional<TypedPolicy> m_typedPolicy;
+    std::optional<Copy> m_refusedCopy;
     QString m_serverURL;
     QString m_adminToken;
     QString m_connectionStatus = QStringLiteral("Sin comprobar");
+    bool m_usesDrive = true;
     QString m_oauthClientID;
     QString m_oauthClientSecret;
 

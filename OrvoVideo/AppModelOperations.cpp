@@ -27,6 +27,7 @@ void AppModel::perform(LongOperation work)
     if (!idle())
         return;
     m_operationStop = std::stop_source();
+    setRefusedCopy(std::nullopt);
     setBusy(true);
     setProgress(0);
     start(runOperation(std::move(work)));

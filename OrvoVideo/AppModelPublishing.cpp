@@ -1,6 +1,7 @@
 #include "OrvoVideo/AppModel.h"
 #include "OrvoVideo/publishing/PublicationPackage.h"
 #include "OrvoVideo/publishing/Sharing.h"
+#include "VideoCore/Error.h"
 
 #include <QMetaObject>
 #include <QScopeGuard>
@@ -36,11 +37,12 @@ QCoro::Task<> AppModel::publishProject(VideoProject project, WorkControl control
 {
     // What was typed counts until it is sent, also when the project is left and opened again meanwhile.
     m_typedPolicy = TypedPolicy{.project = project.id, .domains = m_domainText, .isPublic = m_publicLink};
-    const auto done = qScopeGuard([this] { m_typedPolicy.reset(); });
+    const auto done = qScopeGuard([this] { endTypedPolicy(); });
     co_await saveSettings(control);
     const auto publisher = makePublisher();
-    co_await m_workers.run({.stop = control.stop, .progress = {}},
-        [publisher](const std::stop_token& stop) { publisher->requireStorage(stop); });
+    const auto server = co_await m_workers.run({.stop = control.stop, .progress = {}},
+        [publisher](const std::stop_token& stop) { return publisher->requireStorage(stop); });
+    setUsesDrive(!server.storesByItself());
     const auto package = co_await preparePackage(project, control);
     co_await m_documents.settled(); // The document is among what is uploaded.
     // Called on another thread. It comes before what follows: both wait their turn in the same queue.
@@ -60,8 +62,19 @@ QCoro::Task<> AppModel::publishProject(VideoProject project, WorkControl control
             return publisher->publish(project, store, package->hls(), origins, isPublic, tell, stop);
         });
     co_await updateProject(project.id, [publication](VideoProject& published) { published.publication = publication; });
-    setStatus(QStringLiteral("Vídeo publicado"));
-    copyEmbedOf(publication);
+    m_typedPolicy.reset();
+    const auto published = QStringLiteral("Vídeo publicado");
+    setStatus(published);
+    copyEmbedOf(publication, published + QStringLiteral(". "));
+}
+
+/// What was typed for a publication that failed is still in the fields, or waits until its project is opened again.
+void AppModel::endTypedPolicy()
+{
+    if (m_typedPolicy && m_project && m_project->id == m_typedPolicy->project)
+        m_typedPolicy.reset();
+    else if (m_typedPolicy)
+        m_typedPolicy->isUnderWay = false;
 }
 
 QCoro::Task<std::shared_ptr<PublicationPackage>> AppModel::preparePackage(VideoProject project, WorkControl control)
@@ -119,13 +132,11 @@ void AppModel::copyLink()
 {
     if (!m_project || !m_project->publication)
         return;
-    if (!m_services.pasteboard->setText(m_project->publication->url)) {
-        setStatus(QStringLiteral("No se ha podido copiar el enlace. Pulsa «Copiar enlace» con la ventana delante."));
-        return;
-    }
-    setStatus(m_project->publication->publicLink
+    copy({.text = m_project->publication->url,
+        .what = QStringLiteral("el enlace"),
+        .done = m_project->publication->publicLink
             ? QStringLiteral("Enlace copiado")
-            : QStringLiteral("Enlace copiado; activa el enlace público para poder abrirlo"));
+            : QStringLiteral("Enlace copiado; activa el enlace público para poder abrirlo")});
 }
 
 void AppModel::copyEmbed()
@@ -134,11 +145,42 @@ void AppModel::copyEmbed()
         copyEmbedOf(*m_project->publication);
 }
 
-void AppModel::copyEmbedOf(const Publication& publication)
+void AppModel::copyEmbedOf(const Publication& publication, const QString& before)
 {
-    const bool isCopied = m_services.pasteboard->setText(embedCode(m_serverURL.toStdString(), publication.videoID));
-    setStatus(isCopied ? QStringLiteral("Código iframe copiado")
-                       : QStringLiteral("Vídeo publicado. Pulsa «Copiar iframe» en Compartir para copiar su código."));
+    const auto server = m_serverURL.toStdString();
+    try {
+        refuseUser(server); // The code is for a public page.
+    } catch (const Error& error) {
+        setErrorMessage(QString::fromStdString(error.what()));
+        return;
+    }
+    copy({.text = embedCode(server, publication.videoID),
+             .what = QStringLiteral("el código iframe"),
+             .done = QStringLiteral("Código iframe copiado")},
+        before);
+}
+
+void AppModel::copy(Copy copy, const QString& before)
+{
+    m_services.pasteboard->setText(copy.text, [this, copy, before](bool isSet) {
+        setRefusedCopy(isSet ? std::nullopt : std::optional(copy));
+        setStatus(isSet ? copy.done
+                        : before + QStringLiteral("El escritorio no ha dejado copiar %1: pulsa «Copiar».").arg(copy.what));
+    });
+}
+
+void AppModel::copyAgain()
+{
+    if (m_refusedCopy)
+        copy(*m_refusedCopy);
+}
+
+void AppModel::setRefusedCopy(std::optional<Copy> copy)
+{
+    const bool wasRefused = copyRefused();
+    m_refusedCopy = std::move(copy);
+    if (wasRefused != copyRefused())
+        emit copyRefusedChanged();
 }
 
 void AppModel::showPublication()
@@ -147,6 +189,8 @@ void AppModel::showPublication()
         const auto typed = *m_typedPolicy;
         setDomainText(typed.domains);
         setPublicLink(typed.isPublic);
+        if (!typed.isUnderWay)
+            m_typedPolicy.reset();
         return;
     }
     const auto& publication = m_project->publication;

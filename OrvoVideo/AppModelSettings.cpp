@@ -77,10 +77,10 @@ void AppModel::checkConnection()
 
 QCoro::Task<> AppModel::lookAtServer(WorkControl control)
 {
-    const bool connected = co_await m_workers.run({.stop = control.stop, .progress = {}},
-        [publisher = makePublisher()](const std::stop_token& stop) { return publisher->isDriveConnected(stop); });
-    setConnectionStatus(connected ? QStringLiteral("Conectado · Drive autorizado")
-                                  : QStringLiteral("Servidor conectado · falta autorizar Drive"));
+    const auto server = co_await m_workers.run({.stop = control.stop, .progress = {}},
+        [publisher = makePublisher()](const std::stop_token& stop) { return publisher->status(stop); });
+    setUsesDrive(!server.storesByItself());
+    setConnectionStatus(QString::fromStdString(server.text()));
     setStatus(m_connectionStatus);
 }
 
@@ -123,6 +123,15 @@ void AppModel::setServerURL(const QString& address)
         return;
     m_serverURL = address;
     emit serverURLChanged();
+    setUsesDrive(true); // Until this server says otherwise.
+}
+
+void AppModel::setUsesDrive(bool uses)
+{
+    if (m_usesDrive == uses)
+        return;
+    m_usesDrive = uses;
+    emit usesDriveChanged();
 }
 
 void AppModel::setAdminToken(const QString& token)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -16,9 +17,13 @@ public:
     Pasteboard& operator=(const Pasteboard&) = delete;
     virtual ~Pasteboard() = default;
 
-    /// Puts a plain text in place of what is there. Returns false where the desktop refuses it: Wayland takes a selection
-    /// only from the window that has the keyboard.
-    virtual bool setText(const std::string& text) = 0;
+    /// Receives whether the text is on the clipboard.
+    using Done = std::function<void(bool isSet)>;
+
+    /// Puts a plain text in place of what is there. A Wayland desktop may refuse it, above all while another program has the
+    /// keyboard: `done` is called on the main thread, at once or within some seconds, with what became of it. If calls
+    /// overlap, only the last one is answered.
+    virtual void setText(const std::string& text, Done done) = 0;
 };
 
 } // namespace orvo

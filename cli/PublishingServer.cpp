@@ -16,6 +16,7 @@ std::string address()
     const auto stored = StoredSettings::text(StoredSettings::serverURL);
     if (!stored || stored->empty())
         throw captureError("No hay servidor de publicación. Indica el tuyo: orvo settings --server https://…");
+    refuseUser(*stored);
     return serverAddress(*stored);
 }
 

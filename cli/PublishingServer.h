@@ -8,7 +8,7 @@
 /// The publishing server as the commands reach it.
 namespace orvo::cli::PublishingServer {
 
-/// The address: the stored setting. Throws `captureError` when there is none.
+/// The address: the stored setting. Throws `captureError` when there is none, and when it holds a user name or password.
 std::string address();
 
 /// The credential: that of ORVO_ADMIN_TOKEN, else the stored one. On a terminal the user may be asked for the password of

@@ -51,11 +51,10 @@ void storeServer(const std::string& server)
     StoredSettings::setText(StoredSettings::serverURL, accepted.base());
 }
 
-bool isDriveConnected()
+ServerStatus askServer()
 {
-    return runInterruptibly("Comprobando", [](const ProgressCallback&, const std::stop_token& stop) {
-        return PublishingServer::connect(stop).isDriveConnected(stop);
-    });
+    return runInterruptibly("Comprobando",
+        [](const ProgressCallback&, const std::stop_token& stop) { return PublishingServer::connect(stop).status(stop); });
 }
 
 void configureDrive(const std::string& client)
@@ -84,9 +83,9 @@ void settings(Session& session, const SettingsArguments& arguments)
         Keychain::save(readSecret("Credencial de administración"), PublishingServer::credentialAccount);
     if (!arguments.client.empty())
         configureDrive(arguments.client);
-    std::optional<bool> connected;
+    std::optional<ServerStatus> status;
     if (arguments.check)
-        connected = isDriveConnected();
+        status = askServer();
     std::optional<std::string> authorisation;
     if (arguments.connectDrive)
         authorisation = driveAuthorisation();
@@ -97,8 +96,12 @@ void settings(Session& session, const SettingsArguments& arguments)
     if (session.json()) {
         JsonValue::Object answer{{"server", server}, {"credential", credential}, {"ffmpeg", hasFfmpeg},
             {"projects", session.library().store().root().string()}, {"settings", StoredSettings::file().string()}};
-        if (connected)
-            answer.emplace_back("driveConnected", *connected);
+        if (status)
+            answer.emplace_back("driveConnected", status->isConnected && !status->storesByItself());
+        if (status && status->storage) {
+            answer.emplace_back("connected", status->isConnected);
+            answer.emplace_back("storage", *status->storage);
+        }
         if (authorisation)
             answer.emplace_back("authorisation", *authorisation);
         return session.answer(answer);
@@ -106,8 +109,8 @@ void settings(Session& session, const SettingsArguments& arguments)
     std::string text = std::format("Servidor: {}\nCredencial: {}\nFFmpeg: {}\nProyectos: {}\nAjustes: {}\n",
         server.empty() ? "ninguno" : printable(server), stateText(credential), hasFfmpeg ? "disponible" : "no encontrado",
         printable(session.library().store().root().string()), printable(StoredSettings::file().string()));
-    if (connected)
-        text += *connected ? "Conectado · Drive autorizado\n" : "Servidor conectado · falta autorizar Drive\n";
+    if (status)
+        text += status->text() + "\n";
     if (authorisation)
         text += authorisation->empty() ? "El servidor no da ninguna dirección.\n"
                                        : std::format("Autoriza Drive en el navegador: {}\n", printable(*authorisation));
@@ -129,7 +132,7 @@ void addSettingsCommand(CLI::App& app, Session& session)
             command.option("--server", "DIRECCIÓN", arguments.server, "El servidor de publicación (https://…).");
             command.flag(
                 "--credential", arguments.credential, "Pide la credencial de administración y la guarda en el llavero.");
-            command.flag("--check", arguments.check, "Pregunta al servidor si puede usar Google Drive.");
+            command.flag("--check", arguments.check, "Pregunta al servidor si puede guardar vídeos.");
             command.option("--oauth-client", "ID", arguments.client,
                 "Pide el secreto de este cliente OAuth y los envía al servidor, que los guarda.");
             command.flag("--connect-drive", arguments.connectDrive, "Da la dirección en la que autorizar Google Drive.");

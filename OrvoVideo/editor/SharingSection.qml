@@ -131,6 +131,7 @@ Flickable {
             onClicked: withdrawal.open()
         }
         Note {
+            visible: root.app.usesDrive
             text: "Los originales y las versiones de reproducción se guardan de forma privada en Google Drive. El VPS mantiene una caché temporal."
         }
         Action {

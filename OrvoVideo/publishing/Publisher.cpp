@@ -45,6 +45,13 @@ bool isRedirection(const HttpResponse& response)
 
 } // namespace
 
+std::string ServerStatus::text() const
+{
+    if (storesByItself())
+        return "Conectado · el servidor guarda los vídeos";
+    return isConnected ? "Conectado · Drive autorizado" : "Servidor conectado · falta autorizar Drive";
+}
+
 Publisher::Publisher(std::string_view base, std::string token)
     : Publisher(base, std::move(token), Options())
 {
@@ -161,15 +168,18 @@ void Publisher::withdraw(const std::string& videoId, const std::stop_token& stop
     }
 }
 
-void Publisher::requireStorage(const std::stop_token& stop)
+ServerStatus Publisher::status(const std::stop_token& stop)
 {
-    if (!isDriveConnected(stop))
-        throw captureError("Conecta Google Drive desde Ajustes antes de publicar.");
+    const auto answer = request("api/status", "GET", stop);
+    return {.isConnected = answer.boolean("connected") == true, .storage = answer.text("storage")};
 }
 
-bool Publisher::isDriveConnected(const std::stop_token& stop)
+ServerStatus Publisher::requireStorage(const std::stop_token& stop)
 {
-    return request("api/status", "GET", stop).boolean("connected") == true;
+    auto server = status(stop);
+    if (!server.isConnected)
+        throw captureError("Conecta Google Drive desde Ajustes antes de publicar.");
+    return server;
 }
 
 void Publisher::configureDrive(const std::string& clientId, const std::string& clientSecret, const std::stop_token& stop)

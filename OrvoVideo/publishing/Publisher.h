@@ -34,6 +34,18 @@ private:
     long m_status;
 };
 
+/// What a publishing server reports about itself.
+struct ServerStatus {
+    bool isConnected = false; ///< Whether it can store videos now.
+    /// Where it stores them: "drive", "local", "s3", … Older servers, which store in Drive alone, do not say.
+    std::optional<std::string> storage;
+
+    /// Whether it stores videos without the user's Drive, so that nothing has to be authorised.
+    bool storesByItself() const { return isConnected && storage && *storage != "drive"; }
+    /// The state of the connection, in Spanish.
+    std::string text() const;
+};
+
 /// The client of a publishing server: its requests, and the resumable publication of a project.
 ///
 /// Made for one operation and dropped after it. Everything blocks, for worker threads; one thread at a time. The credential
@@ -100,12 +112,12 @@ public:
     /// Takes a published video back. A video that the server does not know is taken back already. Throws as `request`.
     void withdraw(const std::string& videoId, const std::stop_token& stop = {});
 
-    /// Throws `captureError` with a text for the user when the server has nowhere to put a video yet, so that nothing is
-    /// rendered in vain; and as `request`.
-    void requireStorage(const std::stop_token& stop = {});
+    /// Asks the server for its state. Throws as `request`.
+    ServerStatus status(const std::stop_token& stop = {});
 
-    /// Whether the server may use Drive. Throws as `request`.
-    bool isDriveConnected(const std::stop_token& stop = {});
+    /// As `status`. Throws `captureError` with a text for the user when the server has nowhere to put a video yet, so that
+    /// nothing is rendered in vain.
+    ServerStatus requireStorage(const std::stop_token& stop = {});
 
     /// Gives the server the OAuth client that it uses Drive with. Throws as `request`.
     void configureDrive(const std::string& clientId, const std::string& clientSecret, const std::stop_token& stop = {});
@@ -132,7 +144,8 @@ private:
     std::int64_t uploadChunk(const FrozenFile& source, const PublicationFile& file, const std::string& uploadId,
         std::int64_t offset, const std::stop_token& stop);
     std::optional<std::int64_t> heldBytes(const std::string& uploadId, const std::stop_token& stop);
-    void awaitStorage(const std::string& revisionId, const Progress& progress, const std::stop_token& stop);
+    void awaitStorage(
+        const std::string& revisionPath, const ServerStatus& server, const Progress& progress, const std::stop_token& stop);
 
     std::string m_base;
     std::string m_token;

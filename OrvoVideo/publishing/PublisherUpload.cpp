@@ -67,7 +67,7 @@ Publication Publisher::publish(const VideoProject& project, const ProjectStore& 
 {
     const std::string videoId = lowerCase(project.id.text());
     const fs::path sessionFile = store.directory(project.id) / sessionName;
-    requireStorage(stop);
+    const auto server = requireStorage(stop);
     const auto video = JsonBuilder()
                            .set("id", videoId)
                            .set("title", project.title)
@@ -94,7 +94,7 @@ Publication Publisher::publish(const VideoProject& project, const ProjectStore& 
 
     const std::string path = "api/revisions/" + pathSegment(revision.id);
     request(path + "/retry", "POST", stop);
-    awaitStorage(path, progress, stop);
+    awaitStorage(path, server, progress, stop);
     const JsonObject published = request(path + "/publish", "POST", stop);
     std::error_code ignored;
     fs::remove(sessionFile, ignored);
@@ -216,8 +216,11 @@ std::int64_t Publisher::uploadChunk(const FrozenFile& source, const PublicationF
     }
 }
 
-void Publisher::awaitStorage(const std::string& revisionPath, const Progress& progress, const std::stop_token& stop)
+void Publisher::awaitStorage(
+    const std::string& revisionPath, const ServerStatus& server, const Progress& progress, const std::stop_token& stop)
 {
+    const std::string_view keeper = server.storesByItself() ? "El servidor" : "Drive";
+    const std::string_view place = server.storesByItself() ? "el servidor" : "Google Drive";
     for (int polls = 0; polls < mostPolls; ++polls) {
         throwIfStopped(stop);
         const auto files = request(revisionPath, "GET", stop).objects("files").value_or(std::vector<JsonObject>());
@@ -226,12 +229,12 @@ void Publisher::awaitStorage(const std::string& revisionPath, const Progress& pr
             const auto status = file.text("status");
             if (status == "error") {
                 throw captureError(withoutCredential(file.text("error").value_or(
-                    "Drive no ha podido guardar un archivo. Puedes reintentar la publicación.")));
+                    std::format("{} no ha podido guardar un archivo. Puedes reintentar la publicación.", keeper))));
             }
             ready += status == "ready" ? 1 : 0;
         }
         const auto count = static_cast<std::int64_t>(files.size());
-        progress(std::format("Guardando en Google Drive · {}/{}", ready, count), share(ready, count));
+        progress(std::format("Guardando en {} · {}/{}", place, ready, count), share(ready, count));
         if (ready == count)
             return;
         m_options.pause(pollPause, stop);

@@ -67,6 +67,7 @@ SettingsGroup {
             onClicked: root.app.readServerCredential()
         }
         OButton {
+            visible: root.app.usesDrive
             implicitHeight: Theme.prominentHeight
             enabled: root.ready
             text: "Conectar Google Drive"
@@ -74,6 +75,6 @@ SettingsGroup {
         }
     }
     SettingsNote {
-        text: "Primero guarda y comprueba el servidor y su credencial; después guarda el cliente de Google Drive, conéctalo en el navegador y vuelve a comprobar. La credencial se guarda en el llavero de este escritorio (GNOME Keyring, KWallet u otro)."
+        text: (root.app.usesDrive ? "Primero guarda y comprueba el servidor y su credencial; después guarda el cliente de Google Drive, conéctalo en el navegador y vuelve a comprobar. " : "") + "La credencial se guarda en el llavero de este escritorio (GNOME Keyring, KWallet u otro)."
     }
 }

@@ -52,6 +52,8 @@ Item {
                         app: root.app
                     }
                     DriveGroup {
+                        objectName: "drive"
+                        visible: root.app.usesDrive
                         Layout.fillWidth: true
                         Layout.margins: Theme.space(5)
                         Layout.topMargin: 0

@@ -41,12 +41,19 @@ Rectangle {
 
             objectName: "status"
             Layout.fillWidth: true
-            text: (failed ? root.app.errorMessage : root.app.status).replace(/\s*\n\s*/g, " ")
+            text: (failed ? Wording.cause(root.app.errorMessage) : root.app.status).replace(/\s*\n\s*/g, " ")
             color: failed ? Theme.danger : Theme.secondaryText
             font.pixelSize: Theme.captionSize
             elide: Text.ElideRight
             Accessible.role: Accessible.StatusBar
             Accessible.name: text
+        }
+        OButton {
+            objectName: "copyAgain"
+            implicitHeight: 26
+            visible: root.app.copyRefused
+            text: "Copiar"
+            onClicked: root.app.copyAgain()
         }
         OLabel {
             visible: root.preparing

@@ -207,13 +207,13 @@ public:
 class FakePasteboard final : public Pasteboard {
 public:
     std::string text;
-    bool refuses = false; ///< As Wayland while another window has the keyboard.
+    bool refuses = false; ///< As Wayland while another program has the keyboard.
 
-    bool setText(const std::string& copied) override
+    void setText(const std::string& copied, Done done) override
     {
         if (!refuses)
             text = copied;
-        return !refuses;
+        done(!refuses);
     }
 };
 

@@ -307,6 +307,16 @@ TEST_F(Publish, SettingsAreThoseOfTheApplication)
     EXPECT_TRUE(checked["driveConnected"].flag());
     EXPECT_EQ(checked["authorisation"].text(), "https://accounts.example/authorise");
     EXPECT_EQ(checked["server"].text(), server.address());
+    EXPECT_FALSE(checked.has("storage"));
+    server.set("storage", "\"s3\"");
+    const auto own = answer({"settings", "--check"});
+    EXPECT_TRUE(own["connected"].flag());
+    EXPECT_EQ(own["storage"].text(), "s3");
+    EXPECT_FALSE(own["driveConnected"].flag());
+    EXPECT_THAT(orvo({"settings", "--check"}).out, HasSubstr("Conectado · el servidor guarda los vídeos\n"));
+    server.set("connected", "false");
+    EXPECT_THAT(orvo({"settings", "--check"}).out, HasSubstr("Servidor conectado · falta autorizar Drive\n"));
+    server.set("connected", "true");
     setup.input = " del cliente \n";
     EXPECT_EQ(orvo({"settings", "--oauth-client", "cliente"}).status, 0);
     EXPECT_THAT(server.state(), HasSubstr(R"("clientSecret": "del cliente")"));

@@ -1,6 +1,8 @@
 #include "PublisherFixture.h"
 
 #include "OrvoVideo/publishing/JsonObject.h"
+#include "OrvoVideo/publishing/PublicationFiles.h"
+#include "TestSupport/OrdinaryUser.h"
 
 #include <format>
 
@@ -143,6 +145,16 @@ TEST_F(PublisherTests, APackageThatCannotBeReadIsNotPublished)
     EXPECT_NE(failure(), "");
     write(hls, 10); // A file in its place.
     EXPECT_NE(failure(), "");
+    fs::remove(hls);
+    write(hls / "master.m3u8", 200);
+    write(hls / "480/00000.ts", 5'000);
+    for (const auto& place : {folder.path(), folder / "library", store.directory(project.id)})
+        fs::permissions(place, fs::perms::all, fs::perm_options::add);
+    fs::permissions(hls / "480", fs::perms::none);
+    {
+        const OrdinaryUser user;
+        EXPECT_THROW(publicationFiles(project, store, hls, {}), fs::filesystem_error) << "a folder of it";
+    }
     EXPECT_THAT(server.asked("POST"), Not(Contains(testing::EndsWith("/publish"))));
 }
 

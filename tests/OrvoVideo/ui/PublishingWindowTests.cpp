@@ -57,6 +57,13 @@ TEST_F(PublishingWindow, FromEmptySettingsToAPublishedVideo)
     click(QAccessible::Button, "Guardar y comprobar");
     ASSERT_TRUE(isIdle());
     EXPECT_EQ(textOf("connectionStatus"), "Conectado · Drive autorizado");
+    EXPECT_NE(control(QAccessible::EditableText, "ID de cliente OAuth web"), nullptr);
+    server.set("storage", "\"local\"");
+    click(QAccessible::Button, "Guardar y comprobar");
+    ASSERT_TRUE(isIdle());
+    EXPECT_EQ(textOf("connectionStatus"), "Conectado · el servidor guarda los vídeos");
+    EXPECT_EQ(control(QAccessible::EditableText, "ID de cliente OAuth web"), nullptr);
+    EXPECT_EQ(control(QAccessible::Button, "Conectar Google Drive"), nullptr);
     EXPECT_EQ(keychain.secret, PublishingServer::token);
     view().close();
 
@@ -74,6 +81,17 @@ TEST_F(PublishingWindow, FromEmptySettingsToAPublishedVideo)
     press("Copiar enlace");
     EXPECT_EQ(pasteboard->text, project().publication->url);
     EXPECT_NE(control(QAccessible::Button, "Reemplazar vídeo publicado"), nullptr);
+
+    // The desktop may refuse what is to be copied; then a button is there for it.
+    EXPECT_EQ(control(QAccessible::Button, "Copiar"), nullptr);
+    pasteboard->refuses = true;
+    pasteboard->text.clear();
+    press("Copiar enlace");
+    ASSERT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Copiar") != nullptr; }));
+    pasteboard->refuses = false;
+    press("Copiar");
+    EXPECT_EQ(pasteboard->text, project().publication->url);
+    EXPECT_EQ(control(QAccessible::Button, "Copiar"), nullptr);
 
     // It is asked before it is taken back.
     press("Retirar publicación");
