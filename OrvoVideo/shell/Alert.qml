@@ -92,9 +92,16 @@ Popup {
             width: parent.width
             height: Math.min(implicitHeight, 200)
             visible: root.shortMessage !== root.message
+            ScrollBar.vertical: OScrollBar {
+                parent: detailsView
+                x: detailsView.width - width
+                height: detailsView.height
+            }
             background: Rectangle {
                 color: Theme.raised
                 radius: Theme.radius
+                border.width: detailsText.activeFocus ? 2 : 0
+                border.color: Theme.accentInk
             }
 
             TextArea {

@@ -1,8 +1,11 @@
 #include "OrvoVideo/shell/Wording.h"
 #include "OrvoVideo/ui/Appearance.h"
 #include "TestSupport/Media.h"
+#include "VideoCore/Error.h"
 #include "WindowFixture.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QQmlEngine>
 #include <QTest>
 #include <fstream>
@@ -122,6 +125,36 @@ TEST_F(WindowTests, TheTitleIsEditedInPlace)
     EXPECT_TRUE(model->canUndo());
     model->undo();
     EXPECT_FALSE(model->canUndo()) << "a title that was not changed is no edit";
+}
+
+TEST_F(WindowTests, ALongFailureShowsItsCauseAndIsCopiedWhole)
+{
+    show();
+    QString report = "El proceso de vídeo falló: ffmpeg version 7.1\n";
+    for (int i = 0; i < 60; ++i)
+        report += "  configuration line " + QString::number(i) + "\n";
+    report += "Error writing trailer: No space left on device\n";
+    model->perform([text = report.toStdString()](WorkControl) -> QCoro::Task<> {
+        throw captureError(text);
+        co_return;
+    });
+    ASSERT_TRUE(waitUntil([&] {
+        return control(QAccessible::StaticText, "El proceso de vídeo falló: Error writing trailer: No space left on device");
+    }));
+    EXPECT_TRUE(
+        control(QAccessible::StatusBar, "El proceso de vídeo falló: Error writing trailer: No space left on device"));
+    const auto* details = control(QAccessible::EditableText, "Detalles");
+    ASSERT_TRUE(details);
+    EXPECT_LT(control(QAccessible::Button, "Aceptar")->mapToScene({0, 0}).y(), view().height());
+    click(QAccessible::Button, "Copiar");
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), report);
+    // With the keyboard, too: the last lines are reached.
+    QMetaObject::invokeMethod(control(QAccessible::EditableText, "Detalles"), "forceActiveFocus");
+    key(Qt::Key_End, Qt::ControlModifier);
+    const auto* flickable = details->parentItem()->parentItem();
+    EXPECT_TRUE(waitUntil([&] { return flickable->property("contentY").toReal() > 0; }));
+    key(Qt::Key_Escape);
+    EXPECT_TRUE(waitUntil([&] { return model->errorMessage().isEmpty(); }));
 }
 
 TEST_F(WindowTests, AFailureIsSaidAndAcknowledged)
