@@ -60,7 +60,11 @@ QString triggerOf(const ShortcutKeys::Combination& combination)
 
 PortalShortcutKeys::PortalShortcutKeys(QDBusConnection bus)
     : m_bus(std::move(bus))
+    , m_portal(Portal::service, m_bus, QDBusServiceWatcher::WatchForOwnerChange)
 {
+    const auto noteOwner = [this](const QString&, const QString& before, const QString& now) { notePortal(before, now); };
+    // Queued: a new session ends requests, whose own watchers would still be called.
+    connect(&m_portal, &QDBusServiceWatcher::serviceOwnerChanged, this, noteOwner, Qt::QueuedConnection);
     qDBusRegisterMetaType<PortalShortcut>();
     qDBusRegisterMetaType<QList<PortalShortcut>>();
     m_bus.connect(Portal::service, Portal::path, shortcutsInterface, QStringLiteral("Activated"), this,
@@ -69,23 +73,30 @@ PortalShortcutKeys::PortalShortcutKeys(QDBusConnection bus)
 
 void PortalShortcutKeys::listen(const std::vector<Combination>& combinations)
 {
+    m_combinations = combinations;
+    begin();
+}
+
+void PortalShortcutKeys::begin()
+{
+    m_awaitsPortal = false;
     m_session.reset();
-    if (combinations.empty() || !m_bus.isConnected())
+    if (m_combinations.empty() || !m_bus.isConnected())
         return;
     m_session = std::make_unique<PortalSession>(m_bus, QString::fromLatin1(shortcutsInterface));
     connect(m_session.get(), &PortalSession::closed, this, [this] { setSupport(Support::none); });
-    m_session->begin([this, combinations](const Portal::Answer& answer) {
+    m_session->begin([this](const Portal::Answer& answer) {
         if (answer.code == Portal::Code::granted)
-            bind(combinations);
+            bind();
         else
-            setSupport(Support::none);
+            noteRefused(answer.code);
     });
 }
 
-void PortalShortcutKeys::bind(const std::vector<Combination>& combinations)
+void PortalShortcutKeys::bind()
 {
     QList<PortalShortcut> shortcuts;
-    for (const auto& combination : combinations) {
+    for (const auto& combination : m_combinations) {
         QVariantMap properties{{QStringLiteral("description"), combination.description}};
         if (const QString trigger = triggerOf(combination); !trigger.isEmpty())
             properties.insert(QStringLiteral("preferred_trigger"), trigger);
@@ -93,8 +104,28 @@ void PortalShortcutKeys::bind(const std::vector<Combination>& combinations)
     }
     m_session->ask(QStringLiteral("BindShortcuts"), {QVariant::fromValue(shortcuts), QString()}, {},
         [this](const Portal::Answer& answer) {
-            setSupport(answer.code == Portal::Code::granted ? Support::desktop : Support::none);
+            if (answer.code == Portal::Code::granted)
+                setSupport(Support::desktop);
+            else
+                noteRefused(answer.code);
         });
+}
+
+void PortalShortcutKeys::noteRefused(Portal::Code code)
+{
+    m_awaitsPortal = code != Portal::Code::refused;
+    setSupport(Support::none);
+}
+
+void PortalShortcutKeys::notePortal(const QString& before, const QString& now)
+{
+    const bool wasBound = !before.isEmpty() && m_support == Support::desktop;
+    if (!before.isEmpty())
+        setSupport(Support::none);
+    // The bus starts a portal for our request. One that ended during a request is not started again by us, since the request
+    // may be the reason.
+    if (wasBound || (!now.isEmpty() && (m_awaitsPortal || !before.isEmpty())))
+        begin();
 }
 
 void PortalShortcutKeys::noteActivated(const QDBusObjectPath& session, const QString& id)

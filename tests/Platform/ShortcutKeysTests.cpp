@@ -159,6 +159,28 @@ TEST_F(PortalShortcutKeysTests, ProposesCombinationsAndHearsThoseOfItsSession)
     EXPECT_TRUE(comesToHold([&] { return keys.support() == ShortcutKeys::Support::none; }));
 }
 
+TEST_F(PortalShortcutKeysTests, BindsAgainWithEveryPortalThatFollows)
+{
+    auto portal = std::make_unique<FakePortal>(bus.address());
+    PortalShortcutKeys keys(connection);
+    quint32 heard = 0;
+    QObject::connect(&keys, &ShortcutKeys::pressed, [&](quint32 id) { heard = id; });
+    keys.listen({{1, keyR, three, "Grabar / terminar"}});
+    ASSERT_TRUE(comesToHold([&] { return keys.support() == ShortcutKeys::Support::desktop; }));
+    for (const bool isStoppedFirst : {true, false}) {
+        portal.reset();
+        if (isStoppedFirst) {
+            ASSERT_TRUE(comesToHold([&] { return keys.support() == ShortcutKeys::Support::none; }));
+        }
+        portal = std::make_unique<FakePortal>(bus.address());
+        ASSERT_TRUE(comesToHold([&] { return portal->shortcuts.size() == 1 && portal->openSessions.size() == 1; }));
+        ASSERT_TRUE(comesToHold([&] { return keys.support() == ShortcutKeys::Support::desktop; }));
+        portal->activate("1");
+        ASSERT_TRUE(comesToHold([&] { return heard == 1; }));
+        heard = 0;
+    }
+}
+
 TEST_F(PortalShortcutKeysTests, SaysWhenTheDesktopHearsNone)
 {
     PortalShortcutKeys keys(connection);
