@@ -1,4 +1,5 @@
 #include "OrvoVideo/capture/RecordingSession.h"
+#include "Platform/WindowSystem.h"
 #include "Platform/capture/CaptureSources.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
@@ -36,6 +37,14 @@ template <typename List> auto offered(List list) -> std::optional<decltype(list(
     } catch (const Error&) {
         return std::nullopt;
     }
+}
+
+/// What offers the screens: an X server that shows the whole desktop. That beside a Wayland desktop shows an empty root.
+void requireX11()
+{
+    if (windowSystem() == WindowSystem::wayland)
+        throw captureError("Desde la terminal solo se graban escritorios X11, y este es Wayland. Graba con la aplicación, o "
+                           "entra en una sesión X11.");
 }
 
 JsonValue::Array described(const std::vector<CaptureSource>& sources)
@@ -86,8 +95,14 @@ std::string section(std::string_view title, const std::vector<Listed>& items)
 
 void sources(Session& session, const SourcesArguments& /*arguments*/)
 {
-    const auto displays = offered([] { return CaptureSources::displays(); });
-    const auto windows = offered([] { return CaptureSources::windows(); });
+    const auto inX11 = [](auto list) {
+        return offered([list] {
+            requireX11();
+            return list();
+        });
+    };
+    const auto displays = inX11([] { return CaptureSources::displays(); });
+    const auto windows = inX11([] { return CaptureSources::windows(); });
     const auto sound = offered(AudioInputs::list).value_or(AudioInputs::Devices{});
     const auto cameras = offered(Cameras::list).value_or(std::vector<CameraDevice>());
     if (session.json()) {
@@ -97,7 +112,9 @@ void sources(Session& session, const SourcesArguments& /*arguments*/)
             {"outputs", described(sound.outputs)}, {"cameras", described(cameras)}});
     }
     if (!displays)
-        session.note("No hay una pantalla que «orvo record» pueda grabar: necesita un servidor X11.");
+        session.note(windowSystem() == WindowSystem::wayland
+                ? "«orvo record» solo graba escritorios X11, y este es Wayland: graba con la aplicación."
+                : "No hay una pantalla que «orvo record» pueda grabar: necesita un servidor X11.");
     std::string text;
     if (displays)
         text += section("Pantallas", listed(*displays));
@@ -148,6 +165,7 @@ bool overlaps(const Rect& a, const Rect& b)
 /// The source with this identifier; without one the first display, or that in which the region lies.
 CaptureSource chosenSource(const std::string& id, const std::optional<Rect>& region)
 {
+    requireX11();
     auto displays = CaptureSources::displays();
     if (id.starts_with('w')) {
         if (region)

@@ -116,6 +116,7 @@ Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten tcp -noreset 3>"$work/display
 started+=($!)
 read -r -t 30 number <"$work/display" || fail 'no se ha podido abrir una pantalla virtual.' "$work/Xvfb.log"
 export DISPLAY=:$number
+unset WAYLAND_DISPLAY
 
 SDL_VIDEODRIVER=x11 SDL_RENDER_DRIVER=software ffplay -v error -noborder -left 0 -top 0 -x 1920 -y 1080 -an \
   -f lavfi -graph_file "$work/page" page 2>"$work/ffplay.log" &

@@ -24,6 +24,7 @@ protected:
     Record()
     {
         display.enter();
+        setup.environment["WAYLAND_DISPLAY"] = "";
         // No sound of the machine that runs the tests.
         setup.environment["XDG_RUNTIME_DIR"] = folder.path();
         setup.environment["PULSE_SERVER"] = "unix:" + (folder / "no-server").string();
@@ -109,6 +110,21 @@ TEST_F(Record, WhatCannotBeRecordedIsSaid)
     }
     setup.environment["DISPLAY"] = ":99999";
     EXPECT_THAT(orvo({"record"}).err, HasSubstr("No hay una pantalla que grabar"));
+}
+
+TEST_F(Record, NothingOfTheXServerBesideAWaylandDesktop)
+{
+    setup.environment["WAYLAND_DISPLAY"] = "wayland-0";
+    EXPECT_EQ(answer({"sources"})["displays"].size(), 0U);
+    EXPECT_THAT(orvo({"sources"}).err, HasSubstr("este es Wayland"));
+    for (const std::vector<std::string>& source : {std::vector<std::string>{}, {"--source", "w1"}}) {
+        std::vector<std::string> arguments{"record", "--seconds", "1", "--no-microphone"};
+        arguments.insert(arguments.end(), source.begin(), source.end());
+        const auto outcome = orvo(arguments);
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(outcome.err, HasSubstr("solo se graban escritorios X11"));
+    }
+    EXPECT_EQ(store.list().size(), 1U) << "and no project is left behind";
 }
 
 TEST_F(Record, AKilledRecordingIsRecovered)
