@@ -76,7 +76,6 @@ std::vector<MediaTrack> CaptureEngine::start(
     stop();
     const Rect area = options.region.value_or(source.rect);
     const PictureSize size = captureSize(area, source.scale, options.height);
-    m_screenRect = area;
     m_directory = directory;
     {
         const std::lock_guard lock(m_originMutex);
@@ -268,20 +267,23 @@ void CaptureEngine::recordPointer(PointerKind kind)
 {
     if (isIgnoring() || !onEvent)
         return;
-    std::optional<Point> place;
-    Rect area = m_screenRect;
+    ScreenStream::View view;
     {
         const std::lock_guard lock(m_streamMutex);
-        if (m_screen) {
-            place = m_screen->pointer();
-            area = m_screen->area();
-        }
+        if (!m_screen)
+            return;
+        view = m_screen->view();
     }
+    const auto& [area, shown, reported] = view;
+    std::optional<Point> place = reported;
     if (!place && m_pointer)
         place = m_pointer->position();
     if (!place || !area.contains(*place))
         return;
-    onEvent({.time = time(), .x = (place->x - area.x) / area.width, .y = (place->y - area.y) / area.height, .kind = kind});
+    onEvent({.time = time(),
+        .x = shown.x + shown.width * (place->x - area.x) / area.width,
+        .y = shown.y + shown.height * (place->y - area.y) / area.height,
+        .kind = kind});
 }
 
 void CaptureEngine::setPaused(bool paused)

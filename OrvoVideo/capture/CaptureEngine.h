@@ -62,7 +62,7 @@ public:
     /// Ends the recording and closes every file. Blocks. Throws the last failure of a writer, after all of them have closed.
     void stop();
 
-    /// Looks where the pointer is and tells `onEvent`, if it is in the recorded area. Any thread.
+    /// Reports to `onEvent` where the pointer is in the frame, if it is in the recorded area. Any thread.
     void recordPointer(PointerKind kind);
 
     /// How long the recording has lasted, in seconds; 0 before the first sample. That of a recording that was stopped is its
@@ -92,7 +92,6 @@ private:
 
     std::unique_ptr<PointerMonitor> m_pointer;
     std::filesystem::path m_directory;
-    Rect m_screenRect; ///< The recorded area as it was at the start.
 
     mutable std::mutex m_streamMutex; ///< Guards the streams, which come and go while others ask them.
     std::unique_ptr<ScreenStream> m_screen;

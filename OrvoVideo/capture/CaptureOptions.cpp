@@ -8,7 +8,7 @@ namespace {
 
 int evenPixels(double exact)
 {
-    const auto whole = static_cast<int>(exact);
+    const int whole = wholePixels(exact);
     return whole > 1 ? whole & ~1 : 2;
 }
 

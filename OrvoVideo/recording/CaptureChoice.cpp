@@ -4,6 +4,7 @@
 
 #include <QGuiApplication>
 #include <QSettings>
+#include <chrono>
 #include <fcntl.h>
 #include <format>
 #include <utility>
@@ -34,11 +35,30 @@ QString tokenSetting(ScreenCast::Kind kind)
     return kind == ScreenCast::Kind::window ? QStringLiteral("screenCast.window") : QStringLiteral("screenCast.monitor");
 }
 
+/// The setting that holds what that is called.
+QString labelSetting(ScreenCast::Kind kind)
+{
+    return tokenSetting(kind) + QStringLiteral(".label");
+}
+
+/// What the user has chosen, as long as its size is not known.
+QString plainLabel(ScreenCast::Kind kind)
+{
+    return kind == ScreenCast::Kind::window ? QStringLiteral("Ventana elegida") : QStringLiteral("Pantalla elegida");
+}
+
+/// Of the look at what is shared, in pixels.
+constexpr PictureSize lookSize{.width = 640, .height = 360};
+
+/// A window without a first frame would be recorded in the size of the monitor. Of a monitor only the picture is missing.
+constexpr std::chrono::seconds windowPatience{3};
+constexpr std::chrono::seconds monitorPatience{1};
+
 CaptureSource sourceOf(const ScreenCast::Stream& stream)
 {
     const bool isMonitor = stream.kind == ScreenCast::Kind::monitor;
     CaptureSource source{.id = (isMonitor ? "d" : "w") + std::to_string(stream.node),
-        .label = isMonitor ? "Pantalla elegida" : "Ventana elegida",
+        .label = plainLabel(stream.kind).toStdString(),
         .rect = stream.rect,
         .stream = std::make_shared<const PipeWireStream>(::fcntl(stream.remote, F_DUPFD_CLOEXEC, 0), stream.node)};
     // Of several screens one would only be guessed.
@@ -48,6 +68,14 @@ CaptureSource sourceOf(const ScreenCast::Stream& stream)
 }
 
 } // namespace
+
+QImage CaptureChoice::imageOf(const SourcePicture& taken)
+{
+    // Lines follow one another without a gap; the copy belongs to the image.
+    return QImage(
+        taken.pixels.data(), taken.size.width, taken.size.height, qsizetype{3} * taken.size.width, QImage::Format_RGB888)
+        .copy();
+}
 
 CaptureChoice::CaptureChoice(WindowSystem system, std::unique_ptr<ScreenCast> screenCast, bool pressesSeen, QObject* parent)
     : QObject(parent)
@@ -73,6 +101,7 @@ void CaptureChoice::shutDown()
 {
     ++m_listing;
     m_asking.give({});
+    m_looking.request_stop();
     m_workers.shutDown();
 }
 
@@ -81,13 +110,14 @@ void CaptureChoice::setMode(const QString& mode)
     const QString valid = mode == windowMode || mode == regionMode || mode == tabMode ? mode : screenMode;
     if (m_mode == valid)
         return;
-    const bool otherKind = kindOf(m_mode) != kindOf(valid);
+    const bool staysShared = kindOf(m_mode) == kindOf(valid) && valid != tabMode;
     m_mode = valid;
-    if (desktopChooses() && otherKind) {
+    if (desktopChooses() && !staysShared) {
         release();
         show({}, {});
     }
     emit modeChanged();
+    emit rememberedChanged();
 }
 
 void CaptureChoice::setSourceID(const QString& id)
@@ -96,6 +126,24 @@ void CaptureChoice::setSourceID(const QString& id)
         return;
     m_sourceID = id;
     emit sourceIDChanged();
+}
+
+QString CaptureChoice::remembered() const
+{
+    const QSettings settings;
+    const auto kind = kindOf(m_mode);
+    if (!desktopChooses() || m_mode == tabMode || settings.value(tokenSetting(kind)).toString().isEmpty())
+        return {};
+    return settings.value(labelSetting(kind), plainLabel(kind)).toString();
+}
+
+void CaptureChoice::remember(const QString& token, const QString& label)
+{
+    QSettings settings;
+    const auto kind = kindOf(m_mode);
+    settings.setValue(tokenSetting(kind), token);
+    settings.setValue(labelSetting(kind), label);
+    emit rememberedChanged();
 }
 
 QString CaptureChoice::pointerNote() const
@@ -147,6 +195,7 @@ void CaptureChoice::release()
         return;
     ++m_listing;
     m_asking.give({});
+    m_looking.request_stop();
     m_screenCast->close();
     if (m_sources.count() > 0)
         show({}, {});
@@ -176,7 +225,7 @@ QCoro::Task<> CaptureChoice::ask(Remembered remembered)
     m_asking = answer;
     const auto listing = ++m_listing;
     const auto kind = kindOf(m_mode);
-    QSettings settings;
+    const QSettings settings;
     const QString token = remembered == Remembered::used ? settings.value(tokenSetting(kind)).toString() : QString();
     m_screenCast->open(kind, token, [answer](ScreenCast::Outcome outcome) { answer.give(std::move(outcome)); });
     auto outcome = co_await answer;
@@ -186,29 +235,37 @@ QCoro::Task<> CaptureChoice::ask(Remembered remembered)
         show({}, outcome.error.isEmpty() ? permissionText() : outcome.error);
         co_return;
     }
-    settings.setValue(tokenSetting(kind), outcome.stream->restoreToken);
-    auto source = sourceOf(*outcome.stream);
+    // Each token serves once.
+    remember(outcome.stream->restoreToken, plainLabel(kind));
+    co_await measure(sourceOf(*outcome.stream), outcome.stream->kind == ScreenCast::Kind::monitor);
+}
+
+/// Completes a source by its first frame, then shows it.
+QCoro::Task<> CaptureChoice::measure(CaptureSource source, bool isMonitor)
+{
+    const auto listing = m_listing;
+    const bool isSized = source.rect.width > 0 && source.rect.height > 0;
+    m_looking = std::stop_source();
     QString error;
+    QImage picture;
     try {
-        const bool isSized = source.rect.width > 0 && source.rect.height > 0;
-        const bool isMonitor = outcome.stream->kind == ScreenCast::Kind::monitor;
-        // The desktop counts in its own units, in which a screen with scaled contents is smaller than its pictures. Those of
-        // windows may have room around them.
-        if (isMonitor || !isSized) {
-            const auto size =
-                co_await m_workers.run([stream = source.stream] { return PipeWireStream::pictureSize(stream); });
-            if (isSized) {
-                source.scale = size.width / source.rect.width;
-            } else {
-                source.rect.width = size.width;
-                source.rect.height = size.height;
-            }
-        }
+        const auto look = co_await m_workers.run({.stop = m_looking.get_token()},
+            [stream = source.stream, patience = isMonitor ? monitorPatience : windowPatience](
+                const std::stop_token& stop) { return PipeWireStream::look(stream, lookSize, patience, stop); });
+        // For a monitor the desktop counts in units of its own, rounded to whole ones: pixels are what is recorded. For a
+        // window it may report the size of the monitor: only the frame shows how large the window is.
+        if (isMonitor && isSized)
+            source.scale = look.size.width / source.rect.width;
+        else
+            source.rect.width = look.size.width;
+        source.rect.height = look.size.height / source.scale;
+        if (look.picture)
+            picture = imageOf(*look.picture);
     } catch (const Cancelled&) {
-        co_return; // This object is going.
+        co_return; // Released, or this object is being destroyed.
     } catch (const std::exception& failure) {
-        // Of a size that the desktop tells, the recording finds out whether there are pictures.
-        if (source.rect.width <= 0 || source.rect.height <= 0)
+        // If the desktop has reported a size, the recording finds out whether there are frames.
+        if (!isSized)
             error = QString::fromStdString(describe(failure));
     }
     if (listing != m_listing)
@@ -218,13 +275,17 @@ QCoro::Task<> CaptureChoice::ask(Remembered remembered)
         show({}, error);
         co_return;
     }
-    source.label += std::format(" · {:.0f}×{:.0f}", source.rect.width, source.rect.height);
-    show({source}, {});
+    source.label += std::format(
+        " · {}×{}", wholePixels(source.rect.width * source.scale), wholePixels(source.rect.height * source.scale));
+    if (const auto& stream = m_screenCast->stream())
+        remember(stream->restoreToken, QString::fromStdString(source.label));
+    show({source}, {}, picture);
 }
 
-void CaptureChoice::show(std::vector<CaptureSource> sources, const QString& error)
+void CaptureChoice::show(std::vector<CaptureSource> sources, const QString& error, const QImage& picture)
 {
     ++m_listing;
+    m_picture = picture;
     m_sources.show(std::move(sources));
     if (error.isEmpty() && !m_sources.find(m_sourceID.toStdString()))
         setSourceID(m_sources.first() ? QString::fromStdString(m_sources.first()->id) : QString());

@@ -7,6 +7,7 @@
 #include "Platform/portal/ScreenCast.h"
 
 #include <QCoroTask>
+#include <QImage>
 #include <QObject>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
@@ -30,6 +31,7 @@ class CaptureChoice : public QObject {
     Q_PROPERTY(QString sourceID READ sourceID WRITE setSourceID NOTIFY sourceIDChanged)
     Q_PROPERTY(QString sourceError READ sourceError NOTIFY sourceErrorChanged)
     Q_PROPERTY(bool desktopChooses READ desktopChooses CONSTANT)
+    Q_PROPERTY(QString remembered READ remembered NOTIFY rememberedChanged)
     Q_PROPERTY(QString pointerNote READ pointerNote NOTIFY pointerNoteChanged)
 public:
     /// `pressesSeen`: whether presses of the pointer in other applications are noticed on this system.
@@ -53,6 +55,15 @@ public:
     /// Whether the desktop's own picker chooses the source.
     bool desktopChooses() const { return m_system == WindowSystem::wayland; }
 
+    /// The label of what the desktop shares again, without asking, when nothing else is chosen before a recording. Empty
+    /// when the desktop will ask.
+    QString remembered() const;
+
+    /// A frame of what the desktop shares, for people to recognise it. Null while nothing is shared or no frame came.
+    const QImage& picture() const { return m_picture; }
+
+    static QImage imageOf(const SourcePicture& taken);
+
     /// What of the pointer cannot be recorded here, for the user; empty when everything can.
     QString pointerNote() const;
 
@@ -67,8 +78,8 @@ public:
     /// Throws `Cancelled` when it was stopped meanwhile, which takes the question back.
     QCoro::Task<std::optional<CaptureSource>> sourceForRecording(std::stop_token stop = {});
 
-    /// Gives up what the desktop shares: its pictures can be taken once.
-    void release();
+    /// Ends what the desktop shares or is asked to share. A shared source can be recorded once.
+    Q_INVOKABLE void release();
 
     /// Ends what is under way, and resumes who waits for it, with nothing. Nothing may be asked afterwards.
     void shutDown();
@@ -78,6 +89,7 @@ signals:
     void sourceIDChanged();
     void sourceErrorChanged();
     void pointerNoteChanged();
+    void rememberedChanged();
     /// The desktop has taken back what it shares.
     void revoked();
 
@@ -86,7 +98,9 @@ private:
 
     QCoro::Task<> list();
     QCoro::Task<> ask(Remembered remembered);
-    void show(std::vector<CaptureSource> sources, const QString& error);
+    QCoro::Task<> measure(CaptureSource source, bool isMonitor);
+    void remember(const QString& token, const QString& label);
+    void show(std::vector<CaptureSource> sources, const QString& error, const QImage& picture = {});
     void setSourceError(const QString& error);
 
     const WindowSystem m_system;
@@ -97,6 +111,8 @@ private:
     SourceModel m_sources;
     QString m_sourceID;
     QString m_sourceError;
+    QImage m_picture; ///< Of the only source, where the desktop chooses.
+    std::stop_source m_looking; ///< Ends the look at what is shared.
     std::uint64_t m_listing = 0; ///< Counts what replaces the sources, so that an overtaken listing ends.
     Answer<ScreenCast::Outcome> m_asking; ///< Of the question to the desktop that is open.
     Workers m_workers;

@@ -12,14 +12,6 @@ namespace {
 
 constexpr int interval = 1000; ///< Milliseconds between two pictures.
 
-QImage imageOf(const SourcePicture& taken)
-{
-    // Lines follow one another without a gap; the copy belongs to the image.
-    return QImage(
-        taken.pixels.data(), taken.size.width, taken.size.height, qsizetype{3} * taken.size.width, QImage::Format_RGB888)
-        .copy();
-}
-
 } // namespace
 
 SourceMirror::SourceMirror(QQuickItem* parent)
@@ -69,8 +61,12 @@ void SourceMirror::look()
     if (m_taking || !m_choice || width() < 1 || height() < 1)
         return;
     const auto* source = m_choice->sources()->find(m_sourceId.toStdString());
-    // Pictures of the desktop's sharing can be taken once, and are needed for the recording.
-    if (source && !source->stream)
+    if (!source)
+        return;
+    // What the desktop shares was looked at once, when it was chosen.
+    if (source->stream)
+        show(m_choice->picture());
+    else
         take(*source);
 }
 
@@ -83,7 +79,7 @@ QCoro::Task<> SourceMirror::take(CaptureSource source)
     try {
         if (const auto taken =
                 co_await m_workers.run([source, largest] { return CaptureSources::picture(source, largest); }))
-            picture = imageOf(*taken);
+            picture = CaptureChoice::imageOf(*taken);
     } catch (const Cancelled&) {
         co_return; // This object is going.
     } catch (const std::exception&) {

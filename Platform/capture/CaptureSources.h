@@ -3,16 +3,24 @@
 #include "Platform/capture/CapturedPicture.h"
 #include "Platform/capture/Geometry.h"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <sys/types.h>
 #include <unistd.h>
 #include <vector>
 
 namespace orvo {
+
+/// A small picture for people to recognise a source by: red, green, blue.
+struct SourcePicture {
+    PictureSize size;
+    std::vector<std::uint8_t> pixels;
+};
 
 /// A stream of pictures that the desktop's portal has opened for this process. Owns the connection, which all that read from
 /// the stream share: a second one over the same descriptor would talk across the first.
@@ -30,9 +38,19 @@ public:
     /// The connection, which begins with the first call. Throws `captureError` when there is none.
     Connection& connection() const;
 
-    /// The size of a stream's pictures in pixels, where the portal has not told it. Blocks for up to a few seconds. Throws
-    /// `captureError` when the stream has ended.
-    static PictureSize pictureSize(const std::shared_ptr<const PipeWireStream>& stream);
+    struct Look {
+        PictureSize size; ///< Of the source, in pixels.
+        std::optional<SourcePicture> picture; ///< Empty when no frame came in time.
+    };
+
+    /// Looks at the first frame of a stream, fitted into `largest` (even numbers). The frames of a window may be larger than
+    /// the window: a frame says which part of it the window is. Without a frame within `patience` the size is that of the
+    /// stream's format: some desktops deliver none until something is drawn.
+    ///
+    /// Blocks for up to ten seconds and `patience`. Throws `captureError` when the stream has ended, `Cancelled` when
+    /// stopped.
+    static Look look(const std::shared_ptr<const PipeWireStream>& stream, PictureSize largest,
+        std::chrono::milliseconds patience, const std::stop_token& stop = {});
 
 private:
     int m_descriptor;
@@ -52,12 +70,6 @@ struct CaptureSource {
     std::shared_ptr<const PipeWireStream> stream; ///< Where its pictures come from, when the portal has opened it.
 
     friend bool operator==(const CaptureSource&, const CaptureSource&) = default;
-};
-
-/// A small picture for people to recognise a source by: red, green, blue.
-struct SourcePicture {
-    PictureSize size;
-    std::vector<std::uint8_t> pixels;
 };
 
 /// What can be recorded on X11. On Wayland the portal's own picker chooses, and its streams are the sources. Usable from any

@@ -27,4 +27,10 @@ struct Rect {
     friend bool operator==(const Rect&, const Rect&) = default;
 };
 
+/// The whole pixels in a length that was computed through a scale. Rounding errors do not cost a pixel.
+constexpr int wholePixels(double length) noexcept
+{
+    return static_cast<int>(length + 1e-3);
+}
+
 } // namespace orvo

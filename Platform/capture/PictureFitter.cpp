@@ -33,7 +33,14 @@ PicturePlace PicturePlace::fitted(PictureSize source, PictureSize target)
     return {.x = even((target.width - size.width) / 2), .y = even((target.height - size.height) / 2), .size = size};
 }
 
-void PictureFitter::draw(const Source& source, PictureMemory& target)
+Rect PicturePlace::within(PictureSize target) const noexcept
+{
+    const double across = target.width;
+    const double down = target.height;
+    return {.x = x / across, .y = y / down, .width = size.width / across, .height = size.height / down};
+}
+
+PicturePlace PictureFitter::draw(const Source& source, PictureMemory& target)
 {
     const auto place = PicturePlace::fitted(source.size, target.size());
     if (place.size != target.size())
@@ -54,6 +61,7 @@ void PictureFitter::draw(const Source& source, PictureMemory& target)
         target.blue() + place.y / 2 * target.chromaStride() + place.x / 2, target.chromaStride(),
         target.red() + place.y / 2 * target.chromaStride() + place.x / 2, target.chromaStride(), place.size.width,
         place.size.height);
+    return place;
 }
 
 } // namespace orvo

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/capture/CapturedPicture.h"
+#include "Platform/capture/Geometry.h"
 
 #include <cstdint>
 #include <vector>
@@ -16,6 +17,9 @@ struct PicturePlace {
 
     static PicturePlace fitted(PictureSize source, PictureSize target);
 
+    /// This place in fractions of the target.
+    Rect within(PictureSize target) const noexcept;
+
     friend bool operator==(const PicturePlace&, const PicturePlace&) = default;
 };
 
@@ -29,8 +33,8 @@ public:
         PictureSize size;
     };
 
-    /// Draws the source into `target`, with black around it.
-    void draw(const Source& source, PictureMemory& target);
+    /// Draws the source into `target`, with black around it. Returns where.
+    PicturePlace draw(const Source& source, PictureMemory& target);
 
 private:
     std::vector<std::uint8_t> m_scaled;

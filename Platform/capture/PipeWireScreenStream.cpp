@@ -114,6 +114,19 @@ PipeWireStream::Connection& PipeWireStream::connection() const
 
 namespace {
 
+/// A part of a captured frame for people to look at.
+SourcePicture pictureOf(const PictureMemory& memory, const PicturePlace& part)
+{
+    SourcePicture picture{.size = part.size, .pixels = {}};
+    const int stride = 3 * part.size.width;
+    picture.pixels.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(part.size.height));
+    const auto chroma = std::ptrdiff_t{part.y / 2} * memory.chromaStride() + part.x / 2;
+    libyuv::I420ToRAW(memory.luma() + std::ptrdiff_t{part.y} * memory.lumaStride() + part.x, memory.lumaStride(),
+        memory.blue() + chroma, memory.chromaStride(), memory.red() + chroma, memory.chromaStride(), picture.pixels.data(),
+        stride, part.size.width, part.size.height);
+    return picture;
+}
+
 class PipeWireScreenStream final : public ScreenStream {
 public:
     PipeWireScreenStream(const CaptureSource& source, const Settings& settings)
@@ -149,21 +162,41 @@ public:
             throw *m_end;
     }
 
-    std::optional<Point> pointer() const override
+    View view() const override
     {
         const std::lock_guard lock(m_mutex);
-        return m_pointer;
+        const double scale = m_source.scale;
+        View view{.area = m_source.rect, .shown = {.width = 1, .height = 1}};
+        if (m_drawn) {
+            view.area.width = m_drawn->part.width / scale;
+            view.area.height = m_drawn->part.height / scale;
+            view.shown = m_drawn->place.within(m_settings.size);
+        }
+        if (m_settings.region)
+            view.area = *m_settings.region;
+        if (m_pointer) {
+            const Point origin = m_drawn ? Point{.x = m_drawn->part.x, .y = m_drawn->part.y} : Point{};
+            view.pointer = Point{.x = m_source.rect.x + (m_pointer->x - origin.x) / scale,
+                .y = m_source.rect.y + (m_pointer->y - origin.y) / scale};
+        }
+        return view;
     }
 
-    Rect area() const override { return m_settings.region.value_or(m_source.rect); }
-
-    PictureSize pictureSize() const
+    /// The size of the source in pixels.
+    PictureSize sourceSize() const
     {
         const std::lock_guard lock(m_mutex);
-        return {.width = static_cast<int>(m_format.size.width), .height = static_cast<int>(m_format.size.height)};
+        return m_drawn
+            ? PictureSize{.width = static_cast<int>(m_drawn->part.width), .height = static_cast<int>(m_drawn->part.height)}
+            : formatSize();
     }
 
 private:
+    PictureSize formatSize() const
+    {
+        return {.width = static_cast<int>(m_format.size.width), .height = static_cast<int>(m_format.size.height)};
+    }
+
     static PipeWireScreenStream& of(void* self) { return *static_cast<PipeWireScreenStream*>(self); }
 
     void connect()
@@ -379,8 +412,7 @@ private:
         if (!spa_meta_cursor_is_valid(cursor))
             m_pointer.reset();
         else
-            m_pointer = Point{.x = m_source.rect.x + cursor->position.x / m_source.scale,
-                .y = m_source.rect.y + cursor->position.y / m_source.scale};
+            m_pointer = Point{.x = static_cast<double>(cursor->position.x), .y = static_cast<double>(cursor->position.y)};
     }
 
     static bool hasPicture(const spa_buffer& buffer)
@@ -401,39 +433,46 @@ private:
         const spa_data& data = buffer.datas[0];
         PictureFitter::Source source{.data = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset,
             .stride = data.chunk->stride,
-            .size = pictureSize()};
+            .size = formatSize()}; // Only this thread changes it.
         if (source.stride == 0)
             source.stride = 4 * source.size.width;
         const auto needed = static_cast<std::size_t>(source.stride) * static_cast<std::size_t>(source.size.height - 1)
             + std::size_t{4} * static_cast<std::size_t>(source.size.width);
         if (source.stride < 4 * source.size.width || data.chunk->offset + needed > data.maxsize)
             return false;
-        crop(buffer, source);
-        m_fitter.draw(inBlueGreenRed(source), picture);
+        const Rect part = crop(buffer, source);
+        const auto place = m_fitter.draw(inBlueGreenRed(source), picture);
+        const std::lock_guard lock(m_mutex);
+        m_drawn = Drawn{.part = part, .place = place};
         return true;
     }
 
-    /// Leaves of a larger picture what is shared, and of that the region.
-    void crop(const spa_buffer& buffer, PictureFitter::Source& source) const
+    /// Reduces a larger frame to what is shared, and that to the region. Returns what is shared, in pixels of the frame.
+    Rect crop(const spa_buffer& buffer, PictureFitter::Source& source) const
     {
+        Rect part{.width = static_cast<double>(source.size.width), .height = static_cast<double>(source.size.height)};
         const auto cut = [&source](int x, int y, int width, int height) {
             x = std::clamp(x, 0, source.size.width - 1);
             y = std::clamp(y, 0, source.size.height - 1);
             source.data += std::ptrdiff_t{y} * source.stride + std::ptrdiff_t{4} * x;
             source.size = {.width = std::clamp(width, 1, source.size.width - x),
                 .height = std::clamp(height, 1, source.size.height - y)};
+            return Rect{.x = static_cast<double>(x),
+                .y = static_cast<double>(y),
+                .width = static_cast<double>(source.size.width),
+                .height = static_cast<double>(source.size.height)};
         };
         const auto* region = static_cast<const spa_meta_region*>(
             spa_buffer_find_meta_data(&buffer, SPA_META_VideoCrop, sizeof(spa_meta_region)));
         if (region && spa_meta_region_is_valid(region))
-            cut(region->region.position.x, region->region.position.y, static_cast<int>(region->region.size.width),
+            part = cut(region->region.position.x, region->region.position.y, static_cast<int>(region->region.size.width),
                 static_cast<int>(region->region.size.height));
         if (const auto& wanted = m_settings.region) {
             const double scale = m_source.scale;
-            cut(static_cast<int>((wanted->x - m_source.rect.x) * scale),
-                static_cast<int>((wanted->y - m_source.rect.y) * scale), static_cast<int>(wanted->width * scale),
-                static_cast<int>(wanted->height * scale));
+            cut(wholePixels((wanted->x - m_source.rect.x) * scale), wholePixels((wanted->y - m_source.rect.y) * scale),
+                wholePixels(wanted->width * scale), wholePixels(wanted->height * scale));
         }
+        return part;
     }
 
     PictureFitter::Source inBlueGreenRed(const PictureFitter::Source& source)
@@ -463,7 +502,12 @@ private:
     mutable std::mutex m_mutex; ///< Guards the following.
     std::condition_variable m_changed;
     spa_video_info_raw m_format{};
-    std::optional<Point> m_pointer;
+    std::optional<Point> m_pointer; ///< In pixels of the newest frame.
+    struct Drawn {
+        Rect part; ///< Of the stream's frame: what is shared, in pixels.
+        PicturePlace place; ///< In the frame that was delivered.
+    };
+    std::optional<Drawn> m_drawn; ///< The last frame.
     bool m_streaming = false; ///< Pictures may come.
     std::optional<Error> m_end; ///< Why no more comes.
 
@@ -481,11 +525,36 @@ std::unique_ptr<ScreenStream> openPipeWireScreenStream(const CaptureSource& sour
     return std::make_unique<PipeWireScreenStream>(source, settings);
 }
 
-PictureSize PipeWireStream::pictureSize(const std::shared_ptr<const PipeWireStream>& stream)
+PipeWireStream::Look PipeWireStream::look(const std::shared_ptr<const PipeWireStream>& stream, PictureSize largest,
+    std::chrono::milliseconds patience, const std::stop_token& stop)
 {
-    PipeWireScreenStream measured({.stream = stream}, {.size = {.width = 2, .height = 2}});
-    measured.start({.picture = [](const CapturedPicture&) { }, .ended = {}});
-    return measured.pictureSize();
+    std::mutex mutex;
+    std::condition_variable_any changed;
+    CapturedPicture first;
+    std::exception_ptr failure;
+    PipeWireScreenStream source({.stream = stream}, {.size = largest});
+    source.start({.picture =
+                      [&](CapturedPicture picture) {
+                          const std::lock_guard lock(mutex);
+                          first = std::move(picture);
+                          changed.notify_all();
+                      },
+        .ended =
+            [&](std::exception_ptr error) {
+                const std::lock_guard lock(mutex);
+                failure = std::move(error);
+                changed.notify_all();
+            }});
+    std::unique_lock lock(mutex);
+    changed.wait_for(lock, stop, patience, [&] { return first.memory || failure; });
+    if (stop.stop_requested())
+        throw Cancelled();
+    if (failure)
+        std::rethrow_exception(failure);
+    Look look{.size = source.sourceSize(), .picture = {}};
+    if (first.memory)
+        look.picture = pictureOf(*first.memory, PicturePlace::fitted(look.size, largest));
+    return look;
 }
 
 } // namespace orvo

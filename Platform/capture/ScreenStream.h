@@ -43,11 +43,15 @@ public:
     /// Begins to deliver. Called once. Throws `captureError` when the stream does not begin.
     virtual void start(Receiver receiver) = 0;
 
-    /// Where the pointer is in the global display space, for streams that tell. Usable from any thread.
-    virtual std::optional<Point> pointer() const { return std::nullopt; }
+    /// The source at one moment, and how the frames show it.
+    struct View {
+        Rect area; ///< In the global display space. Follows a window that moves or changes its size.
+        Rect shown; ///< The part of the frame that shows `area`, in fractions of the frame. The rest is black.
+        std::optional<Point> pointer; ///< In the global display space, for streams that report it.
+    };
 
-    /// The source as it is now: that of a window which moved has moved.
-    virtual Rect area() const = 0;
+    /// Usable from any thread.
+    virtual View view() const = 0;
 };
 
 } // namespace orvo

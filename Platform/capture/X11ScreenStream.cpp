@@ -37,8 +37,9 @@ public:
         , m_camera(m_connection)
         , m_pool(settings.size, picturesInUse)
         , m_interval(captureLength(1.0 / settings.fps))
-        , m_area(m_target.place().rect())
+        , m_frameSize(settings.size)
     {
+        updateView();
         const auto depth = m_connection.screen().root_depth;
         if (!m_connection.hasPlainPixels(depth))
             throw captureError("La pantalla usa un formato de color que no se puede grabar.");
@@ -57,10 +58,10 @@ public:
         m_thread = std::jthread([this](const std::stop_token& stop) { run(stop); });
     }
 
-    Rect area() const override
+    View view() const override
     {
-        const std::lock_guard lock(m_areaMutex);
-        return m_area;
+        const std::lock_guard lock(m_viewMutex);
+        return m_view;
     }
 
 private:
@@ -154,12 +155,18 @@ private:
     void updateTarget()
     {
         m_target.update();
-        {
-            const std::lock_guard lock(m_areaMutex);
-            m_area = m_target.place().rect();
-        }
+        updateView();
         if (m_target.view() && !m_changedSince)
             m_changedSince = CaptureClock::now();
+    }
+
+    void updateView()
+    {
+        const auto target = m_target.view();
+        const std::lock_guard lock(m_viewMutex);
+        m_view.area = m_target.place().rect();
+        if (target) // Otherwise the last frame stays.
+            m_view.shown = PicturePlace::fitted({target->area.width, target->area.height}, m_frameSize).within(m_frameSize);
     }
 
     void takePicture()
@@ -223,8 +230,9 @@ private:
     int m_firstDamage = 0;
     int m_firstRandr = 0;
 
-    mutable std::mutex m_areaMutex;
-    Rect m_area;
+    const PictureSize m_frameSize;
+    mutable std::mutex m_viewMutex;
+    View m_view{.shown = {.width = 1, .height = 1}};
 
     Receiver m_receiver;
     WakeUp m_wakeUp;

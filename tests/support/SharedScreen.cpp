@@ -78,6 +78,13 @@ public:
         throw std::runtime_error("the stream gets no node");
     }
 
+    void moveWindow(const Part& part)
+    {
+        pw_thread_loop_lock(m_loop);
+        m_form.window = part;
+        pw_thread_loop_unlock(m_loop);
+    }
+
     std::atomic<bool> draws;
     std::atomic<bool> turns = false;
     std::atomic<bool> hasPointer = true;
@@ -95,7 +102,10 @@ private:
         spa_pod_builder_init(&builder, memory.data(), memory.size());
         const auto width = static_cast<int>(stream.m_form.width);
         const auto height = static_cast<int>(stream.m_form.height);
-        std::array<const spa_pod*, 2> params{
+        std::array<const spa_pod*, 3> params{
+            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
+                SPA_PARAM_META_type, SPA_POD_Id(SPA_META_VideoCrop), SPA_PARAM_META_size,
+                SPA_POD_Int(static_cast<int>(sizeof(spa_meta_region))))),
             static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers,
                 SPA_PARAM_BUFFERS_buffers, SPA_POD_CHOICE_RANGE_Int(4, 2, 8), SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(1),
                 SPA_PARAM_BUFFERS_size, SPA_POD_Int(width * 4 * height), SPA_PARAM_BUFFERS_stride, SPA_POD_Int(width * 4),
@@ -144,11 +154,26 @@ private:
             return;
         const bool isBlueFirst = (m_form.order == Order::blueGreenRed) != (content == Content::turned);
         const std::size_t red = isBlueFirst ? 2 : 0;
-        for (std::uint32_t i = 0; i < m_form.width * m_form.height; ++i) {
-            const bool isLeft = i % m_form.width < m_form.width / 2;
-            std::uint8_t* pixel = pixels + std::size_t{4} * i;
-            std::memset(pixel, 0, 4);
-            pixel[isLeft ? red : 2 - red] = 255;
+        const int width = static_cast<int>(m_form.width);
+        const int height = static_cast<int>(m_form.height);
+        const Part part = m_form.window.value_or(Part{.width = width, .height = height});
+        for (int line = 0; line < height; ++line) {
+            for (int column = 0; column < width; ++column) {
+                const bool isInside =
+                    column >= part.x && column < part.x + part.width && line >= part.y && line < part.y + part.height;
+                const std::size_t colour = column < part.x + part.width / 2 ? red : 2 - red;
+                std::uint8_t* pixel = pixels + std::ptrdiff_t{4} * (std::ptrdiff_t{line} * width + column);
+                std::memset(pixel, 0, 4);
+                pixel[isInside ? colour : 1] = 255;
+            }
+        }
+        if (auto* crop = static_cast<spa_meta_region*>(
+                spa_buffer_find_meta_data(&buffer, SPA_META_VideoCrop, sizeof(spa_meta_region)))) {
+            if (m_form.window)
+                crop->region = SPA_REGION(
+                    part.x, part.y, static_cast<std::uint32_t>(part.width), static_cast<std::uint32_t>(part.height));
+            else
+                crop->region = {};
         }
         data.chunk->offset = 0;
         data.chunk->size = content == Content::nothing ? 0 : m_form.width * m_form.height * 4;
@@ -212,6 +237,11 @@ void SharedScreen::losePointer()
 void SharedScreen::turnForGood()
 {
     m_stream->turns = true;
+}
+
+void SharedScreen::moveWindow(const Part& part)
+{
+    m_stream->moveWindow(part);
 }
 
 void SharedScreen::movePointer(int x, int y)

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 namespace orvo::test {
 
@@ -14,11 +15,20 @@ public:
     /// asked for them.
     enum class Order : std::uint8_t { blueGreenRed, redGreenBlue, separate };
 
+    struct Part {
+        int x = 0;
+        int y = 0;
+        int width = 0;
+        int height = 0;
+    };
+
     struct Form {
         std::uint32_t width = 320;
         std::uint32_t height = 180;
         Order order = Order::blueGreenRed;
         bool draws = true; ///< Whether something is drawn from the start.
+        /// The part of the frames that a shared window is, if one is. Its halves have the colours, around it all is green.
+        std::optional<Part> window = {};
     };
 
     /// Offers the stream. Throws `std::runtime_error` without a PipeWire.
@@ -34,6 +44,9 @@ public:
 
     /// From now on something is drawn all the time.
     void beginToDraw();
+
+    /// Where the window is from the next frame on.
+    void moveWindow(const Part& part);
 
     /// Where the pointer is from the next picture on, in pixels.
     void movePointer(int x, int y);

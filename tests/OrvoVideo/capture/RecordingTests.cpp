@@ -104,6 +104,8 @@ TEST_F(ScreenRecording, OfAWindowFollowsItAndIsWholeUnderOthers)
     ASSERT_TRUE(display.xdotool({"search", "--name", "Leccion", "windowsize", "--sync", "200", "240"}));
     const double resized = session->time();
     waitFor(*session, resized + 1);
+    ASSERT_TRUE(display.xdotool({"mousemove", "250", "160"}));
+    waitFor(*session, resized + 1.5);
     pattern.close();
     ASSERT_TRUE(comesToHold([&] { return !error().empty(); }));
     EXPECT_EQ(error(), "La ventana que se grababa se ha cerrado.");
@@ -128,6 +130,9 @@ TEST_F(ScreenRecording, OfAWindowFollowsItAndIsWholeUnderOthers)
     const auto near = [](double value, double wanted) { return std::abs(value - wanted) < 0.02; };
     EXPECT_TRUE(std::ranges::any_of(events, [&](const auto& event) { return near(event.x, 0.25) && near(event.y, 0.25); }))
         << "the pointer is told relative to where the window has moved";
+    EXPECT_TRUE(std::ranges::any_of(events, [&](const auto& event) {
+        return event.time > resized && near(event.x, 0.375) && near(event.y, 0.25);
+    })) << "a mark lies where the frame shows the narrower window";
 }
 
 TEST_F(ScreenRecording, OfADisplayThatChangesItsSizeShowsAllOfItAllTheTime)

@@ -1,4 +1,5 @@
 #include "RecordingFixture.h"
+#include "TestSupport/Media.h"
 #include "TestSupport/SharedScreen.h"
 #include "VideoCore/Error.h"
 
@@ -15,8 +16,10 @@ protected:
     RecordingSession::Plan share(const SharedScreen::Form& form)
     {
         screen = std::make_unique<SharedScreen>(form);
+        const auto shown = form.window.value_or(
+            SharedScreen::Part{.width = static_cast<int>(form.width), .height = static_cast<int>(form.height)});
         CaptureSource source{
-            .id = "d1", .rect = {.width = static_cast<double>(form.width), .height = static_cast<double>(form.height)}};
+            .id = "d1", .rect = {.width = static_cast<double>(shown.width), .height = static_cast<double>(shown.height)}};
         source.stream = std::make_shared<const PipeWireStream>(SharedScreen::connection(), screen->node());
         return planOf(source);
     }
@@ -76,6 +79,53 @@ TEST_F(SharedRecording, OfAScreenThatShowsNothingIsBlackAndKeepsTheSound)
     ASSERT_FALSE(frames.empty());
     EXPECT_LT(frames.front().mean(0, 0, 1, 1).brightness(), 5);
     EXPECT_LT(frames.back().mean(0, 0, 1, 1).brightness(), 5);
+}
+
+TEST_F(SharedRecording, OfAWindowFollowsItsPartOfTheFramesWithPictureAndMarks)
+{
+    // A compositor that draws windows into frames as large as the monitor.
+    auto session = start(share({.width = 640, .height = 360, .window = SharedScreen::Part{100, 60, 320, 180}}));
+    struct Step {
+        SharedScreen::Part window;
+        Point pointer; // In pixels of the compositor's frames: at a quarter and a half of the window.
+        Rect shown; // Of the recorded frame.
+        double from = 0;
+    };
+    std::array<Step, 3> steps{{
+        {{100, 60, 320, 180}, {180, 150}, {0, 0, 1, 1}},
+        {{300, 170, 320, 180}, {380, 260}, {0, 0, 1, 1}},
+        {{200, 20, 160, 180}, {240, 110}, {0.25, 0, 0.5, 1}},
+    }};
+    for (auto& step : steps) {
+        screen->moveWindow(step.window);
+        screen->movePointer(static_cast<int>(step.pointer.x), static_cast<int>(step.pointer.y));
+        step.from = session->time() + 0.5;
+        waitFor(*session, step.from + 1);
+    }
+    const auto project = session->stop().project;
+    EXPECT_EQ(project.width, 320);
+    EXPECT_EQ(project.height, 180);
+    const auto file = folder / "even.mkv";
+    ffmpeg({"-i", mediaOf(project, TrackKind::screen), "-fps_mode", "cfr", "-r", "10", "-c:v", "ffv1", file});
+    const auto frames = decodeFrames(file);
+    for (const auto& [window, pointer, shown, from] : steps) {
+        const auto& frame = frames.at(static_cast<std::size_t>((from + 0.5) * 10));
+        const auto left = frame.mean(shown.x + 0.05 * shown.width, 0.1, shown.x + 0.45 * shown.width, 0.9);
+        const auto right = frame.mean(shown.x + 0.55 * shown.width, 0.1, shown.x + 0.95 * shown.width, 0.9);
+        EXPECT_GT(left.red, 180) << window.x;
+        EXPECT_GT(right.blue, 180) << window.x;
+        if (shown.x > 0)
+            EXPECT_LT(frame.mean(0, 0, shown.x - 0.03, 1).brightness(), 5);
+        int marks = 0;
+        for (const auto& event : project.edit.events.items()) {
+            if (event.time < from || event.time > from + 1)
+                continue;
+            EXPECT_NEAR(event.x, shown.x + 0.25 * shown.width, 1e-9) << window.x;
+            EXPECT_NEAR(event.y, 0.5, 1e-9) << window.x;
+            ++marks;
+        }
+        EXPECT_GT(marks, 3);
+    }
 }
 
 TEST_F(SharedRecording, BeginsNotWhenNoPictureCanBeAgreedOnOrNothingIsShared)

@@ -4,12 +4,15 @@
 #include "TestSupport/SoundWorld.h"
 #include "VideoCore/Error.h"
 
+#include <chrono>
 #include <gtest/gtest.h>
 #include <mutex>
 
 namespace orvo::test {
 
 namespace {
+
+using namespace std::chrono_literals;
 
 class SharedScreenTests : public testing::Test {
 protected:
@@ -64,11 +67,16 @@ TEST_F(SharedScreenTests, PicturesAndPointerOfAStreamThatSeveralRead)
     open({.width = 320, .height = 180}, {.size = {.width = 160, .height = 90}}, 2);
     EXPECT_TRUE(isRed(picture(), 20, 40));
     EXPECT_TRUE(isBlue(picture(), 140, 40));
-    EXPECT_EQ(PipeWireStream::pictureSize(source.stream), (PictureSize{320, 180}));
+    const auto look = PipeWireStream::look(source.stream, {160, 160}, 10s);
+    EXPECT_EQ(look.size, (PictureSize{320, 180}));
+    ASSERT_TRUE(look.picture);
+    EXPECT_EQ(look.picture->size, (PictureSize{160, 90})) << "without the black around it";
+    EXPECT_GT(look.picture->pixels.front(), 200) << "red";
+    EXPECT_GT(look.picture->pixels.back(), 200) << "blue";
     screen->movePointer(100, 60);
-    ASSERT_TRUE(comesToHold([&] { return stream->pointer() == Point{1050, 530}; })) << "in the global display space";
+    ASSERT_TRUE(comesToHold([&] { return stream->view().pointer == Point{1050, 530}; })) << "in the global display space";
     screen->losePointer();
-    EXPECT_TRUE(comesToHold([&] { return !stream->pointer(); })) << "on another screen it is nowhere on this one";
+    EXPECT_TRUE(comesToHold([&] { return !stream->view().pointer; })) << "on another screen it is nowhere on this one";
     screen.reset();
     EXPECT_THROW(ScreenStream::open(source, {.size = {160, 90}})->start({}), Error);
 }
@@ -91,7 +99,7 @@ TEST_F(SharedScreenTests, ARegionOfAStreamWithTheOtherOrderOfColours)
         {.size = {.width = 100, .height = 100}, .region = Rect{1140, 540, 100, 100}});
     EXPECT_TRUE(isRed(picture(), 10, 50));
     EXPECT_TRUE(isBlue(picture(), 30, 50)) << "the colours meet 20 pixels from the left edge of the region";
-    EXPECT_EQ(stream->area(), (Rect{1140, 540, 100, 100}));
+    EXPECT_EQ(stream->view().area, (Rect{1140, 540, 100, 100}));
 }
 
 } // namespace
