@@ -118,7 +118,8 @@ void RecordingDesk::followCountdown()
         auto* screen = screenWith(captured.source.rect);
         const QRect area =
             captured.source.windowID ? screen->geometry() : windowRect(captured.area, rectOf(captured.source.rect), *screen);
-        m_countdown = std::make_unique<CountdownWindow>(*screen, area.center());
+        m_countdown = std::make_unique<CountdownWindow>(
+            *screen, area.center(), m_model.capture()->picture(), QString::fromStdString(captured.source.label));
     }
     m_countdown->setCount(m_model.countdown());
 }

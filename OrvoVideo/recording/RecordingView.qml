@@ -17,8 +17,12 @@ Popup {
     readonly property var heights: [720, 1080, 1440, 2160]
     readonly property var rates: [30, 60]
 
+    property bool recording: false
+
     function record() {
+        recording = true
         close()
+        recording = false
         app.startRecording()
     }
 
@@ -31,6 +35,11 @@ Popup {
     rightPadding: Theme.space(3)
     closePolicy: Popup.CloseOnEscape
     onAboutToShow: choice.loadSources()
+    // Only a recording needs what the desktop shares.
+    onAboutToHide: {
+        if (!recording)
+            choice.release()
+    }
     onOpened: recordButton.forceActiveFocus(Qt.TabFocusReason)
 
     background: Rectangle {

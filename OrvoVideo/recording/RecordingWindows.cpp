@@ -11,6 +11,21 @@ constexpr QColor panel(0x1D, 0x1A, 0x24);
 constexpr QColor text(0xF3, 0xF0, 0xFA);
 constexpr QColor red(0xFF, 0x4D, 0x4D);
 constexpr int countdownSide = 200;
+constexpr QSize sharedRoom(320, 180); ///< For the frame of what is shared.
+constexpr int sharedMargin = 16;
+constexpr int captionHeight = 24;
+
+QSize countdownSize(bool hasFrame)
+{
+    if (!hasFrame)
+        return {countdownSide, countdownSide};
+    return {sharedRoom.width() + 2 * sharedMargin, countdownSide + captionHeight + sharedRoom.height() + 2 * sharedMargin};
+}
+
+QRect centred(QSize size, QPoint centre)
+{
+    return {centre.x() - size.width() / 2, centre.y() - size.height() / 2, size.width(), size.height()};
+}
 
 QFont digits(int pixels, QFont::Weight weight)
 {
@@ -45,8 +60,10 @@ FloatingWindow::FloatingWindow(const QRect& place)
     setGeometry(place);
 }
 
-CountdownWindow::CountdownWindow(QScreen& screen, QPoint centre)
-    : FloatingWindow(QRect(centre.x() - countdownSide / 2, centre.y() - countdownSide / 2, countdownSide, countdownSide))
+CountdownWindow::CountdownWindow(QScreen& screen, QPoint centre, const QImage& shared, const QString& label)
+    : FloatingWindow(centred(countdownSize(!shared.isNull()), centre))
+    , m_shared(shared)
+    , m_label(label)
 {
     setScreen(&screen);
     setTitle(QStringLiteral("Cuenta atrás"));
@@ -66,7 +83,18 @@ void CountdownWindow::paintEvent(QPaintEvent*)
     drawPanel(painter, size(), 32);
     painter.setPen(text);
     painter.setFont(digits(120, QFont::Bold));
-    painter.drawText(QRect({}, size()), Qt::AlignCenter, QString::number(m_count));
+    const QRect digit(0, 0, width(), countdownSide);
+    painter.drawText(digit, Qt::AlignCenter, QString::number(m_count));
+    if (m_shared.isNull())
+        return;
+    const QRect caption(sharedMargin, digit.bottom(), sharedRoom.width(), captionHeight);
+    painter.setFont(digits(15, QFont::DemiBold));
+    painter.drawText(caption, Qt::AlignCenter,
+        painter.fontMetrics().elidedText(QStringLiteral("Se graba: %1").arg(m_label), Qt::ElideRight, caption.width()));
+    QRect picture({}, m_shared.size().scaled(sharedRoom, Qt::KeepAspectRatio));
+    picture.moveCenter(QRect({sharedMargin, caption.bottom() + sharedMargin}, sharedRoom).center());
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(picture, m_shared);
 }
 
 RecordingMark::RecordingMark(const QRect& place)

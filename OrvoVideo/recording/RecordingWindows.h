@@ -1,8 +1,10 @@
 #pragma once
 
+#include <QImage>
 #include <QRasterWindow>
 #include <QRect>
 #include <QSize>
+#include <QString>
 
 namespace orvo {
 
@@ -17,7 +19,8 @@ public:
 class CountdownWindow final : public FloatingWindow {
     Q_OBJECT
 public:
-    CountdownWindow(QScreen& screen, QPoint centre);
+    /// Shows the digit alone, or above what the desktop shares, where that could not be seen before.
+    CountdownWindow(QScreen& screen, QPoint centre, const QImage& shared = {}, const QString& label = {});
 
     void setCount(int count);
 
@@ -25,6 +28,8 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    QImage m_shared;
+    QString m_label;
     int m_count = 0;
 };
 

@@ -8,6 +8,7 @@ ColumnLayout {
     id: root
 
     required property CaptureChoice choice
+    readonly property bool shared: choice.desktopChooses && choice.sources.count > 0
 
     spacing: Theme.space(2)
 
@@ -41,16 +42,17 @@ ColumnLayout {
             onClicked: root.choice.loadSources()
         }
         OLabel {
+            objectName: "desktopSource"
             Layout.fillWidth: true
             visible: root.choice.desktopChooses
-            secondary: root.choice.sources.count === 0
-            text: root.choice.sources.count > 0 ? root.choice.sources.get(0).label : "Lo eliges al empezar, en tu escritorio."
-            elide: Text.ElideRight
+            secondary: !root.shared
+            text: root.shared ? root.choice.sources.get(0).label : root.choice.remembered !== "" ? "Se compartirá otra vez: " + root.choice.remembered : "Lo eliges al empezar, en tu escritorio."
+            wrapMode: Text.Wrap
         }
         OButton {
             objectName: "choose"
             visible: root.choice.desktopChooses
-            text: "Elegir…"
+            text: root.shared || root.choice.remembered !== "" ? "Cambiar…" : "Elegir…"
             iconName: root.choice.mode === "window" ? "app-window" : "monitor"
             onClicked: root.choice.choose()
         }
@@ -58,7 +60,7 @@ ColumnLayout {
     Rectangle {
         Layout.fillWidth: true
         Layout.preferredHeight: 168
-        visible: !root.choice.desktopChooses && root.choice.sourceError === ""
+        visible: root.choice.sourceError === "" && (!root.choice.desktopChooses || root.shared)
         radius: Theme.radius
         color: Theme.raised
         border.color: Theme.line

@@ -1,7 +1,11 @@
 #include "TestSupport/EventLoop.h"
+#include "TestSupport/FakePortal.h"
+#include "TestSupport/PrivateBus.h"
 #include "TestSupport/VirtualDisplay.h"
 #include "WindowFixture.h"
 
+#include <QDBusConnection>
+#include <QFile>
 #include <QSettings>
 #include <QTest>
 
@@ -75,6 +79,54 @@ TEST_F(RecordingPanelTests, ARecordingIsPreparedStartedAndEnded)
     EXPECT_EQ(project().fps, 60);
     EXPECT_EQ(project().edit.cuts.size(), 1U);
     EXPECT_TRUE(comesToHold([&] { return control(QAccessible::StatusBar, "Grabación guardada") != nullptr; }));
+}
+
+/// The panel where the desktop chooses.
+class SharedPanelTests : public RecordingPanelTests {
+protected:
+    SharedPanelTests()
+    {
+        windowSystem = WindowSystem::wayland;
+        screenCast = [this] { return std::make_unique<ScreenCast>(connection); };
+        portal.remote = remote.open(QIODevice::ReadWrite) ? remote.handle() : -1;
+    }
+
+    [[nodiscard]] bool says(const QString& text)
+    {
+        return comesToHold([&] { return control(QAccessible::StaticText, text) != nullptr; });
+    }
+
+    PrivateBus bus;
+    QDBusConnection connection = QDBusConnection::connectToBus(bus.address(), "application " + bus.address());
+    FakePortal portal{bus.address()};
+    QFile remote{"/dev/null"};
+};
+
+TEST_F(SharedPanelTests, SaysWhatIsSharedAgainAndEndsTheShareWithoutARecording)
+{
+    show();
+    click(QAccessible::Button, "Nueva grabación");
+    EXPECT_TRUE(says("Lo eliges al empezar, en tu escritorio."));
+    click(QAccessible::Button, "Elegir…");
+    EXPECT_TRUE(says("Pantalla elegida · 1280×720"));
+    EXPECT_EQ(portal.openSessions.size(), 1);
+    click(QAccessible::Button, "Cancelar");
+    EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); }));
+
+    click(QAccessible::Button, "Nueva grabación");
+    EXPECT_TRUE(says("Se compartirá otra vez: Pantalla elegida · 1280×720"));
+    click(QAccessible::Button, "Cambiar…");
+    EXPECT_TRUE(says("Pantalla elegida · 1280×720"));
+    EXPECT_FALSE(portal.selection.contains("restore_token"));
+    click(QAccessible::PageTab, "Pestaña");
+    EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); }));
+    click(QAccessible::PageTab, "Pantalla");
+    click(QAccessible::Button, "Grabar");
+    EXPECT_TRUE(comesToHold([&] { return model->countdown() == 3; }));
+    EXPECT_EQ(portal.selection.value("restore_token"), "token-1");
+    EXPECT_EQ(portal.openSessions.size(), 1) << "the panel has gone, and what is to be recorded is shared";
+    click(QAccessible::Button, "Cancelar");
+    EXPECT_TRUE(comesToHold([&] { return !model->busy() && portal.openSessions.isEmpty(); }));
 }
 
 TEST_F(RecordingPanelTests, EscapeLeavesAndReturnRecords)
