@@ -62,11 +62,14 @@ std::string RecordingSession::awayText(TrackKind kind)
                                      : "El micrófono no responde: se graba sin él.";
 }
 
-RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& engine, const Plan& plan, Listener listener)
+RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& engine, Plan plan, Listener listener)
     : m_store(store)
     , m_engine(engine)
     , m_listener(std::move(listener))
 {
+    const bool lacksMicrophone = plan.options.microphone && !AudioInputs::hasMicrophone();
+    if (lacksMicrophone)
+        plan.options.microphone = false;
     create(plan);
     try {
         m_engine.onEvent = [this](const PointerEvent& event) {
@@ -96,6 +99,8 @@ RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& eng
     } catch (const std::exception&) {
         // Where that cannot be had, the files still bring their names to the disk with what is in them.
     }
+    if (lacksMicrophone && m_listener.onDevice)
+        m_listener.onDevice(TrackKind::microphone, true);
     checkpoint();
     m_checkpoints = std::jthread([this](const std::stop_token& stop) { keepCheckpoints(stop); });
 }

@@ -51,9 +51,10 @@ public:
         std::optional<std::string> error; ///< For the user, when not everything went well.
     };
 
-    /// Makes the project and begins to record. Throws what `ProjectStore` and `CaptureEngine::start` throw; a project that
-    /// was made by then is left as "needs-recovery".
-    RecordingSession(const ProjectStore& store, CaptureEngine& engine, const Plan& plan, Listener listener = {});
+    /// Makes the project and begins to record. Where the machine has no microphone it records without one, and reports it to
+    /// `Listener::onDevice` before the constructor returns. Throws what `ProjectStore` and `CaptureEngine::start` throw; a
+    /// project that was made by then is left as "needs-recovery".
+    RecordingSession(const ProjectStore& store, CaptureEngine& engine, Plan plan, Listener listener = {});
 
     /// Stops as `stop` does when that was not called.
     ~RecordingSession();

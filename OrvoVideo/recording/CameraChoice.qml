@@ -34,8 +34,8 @@ ColumnLayout {
                 name: "Cámara"
                 textRole: "label"
                 valueRole: "id"
-                model: root.devices.cameras
-                currentIndex: root.devices.rowOf(root.devices.cameras, root.app.options.cameraDevice)
+                model: root.devices.withChosen(root.devices.cameras, root.app.options.cameraDevice)
+                currentIndex: root.devices.rowOf(model, root.app.options.cameraDevice)
                 onActivated: root.app.options.cameraDevice = currentValue
                 popup.onAboutToShow: root.devices.refresh()
             }

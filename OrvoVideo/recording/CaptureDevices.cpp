@@ -5,6 +5,7 @@
 #include "VideoCore/Error.h"
 
 #include <QScopeGuard>
+#include <algorithm>
 #include <vector>
 
 namespace orvo {
@@ -33,11 +34,23 @@ Found look()
     return found;
 }
 
+QVariant entry(const QString& id, const QString& label)
+{
+    return QVariantMap{{QStringLiteral("id"), id}, {QStringLiteral("label"), label}};
+}
+
+QString idOf(const QVariant& device)
+{
+    return device.toMap().value(QStringLiteral("id")).toString();
+}
+
+QString labelOf(const QVariant& device)
+{
+    return device.toMap().value(QStringLiteral("label")).toString();
+}
+
 template <typename Device> QVariantList listOf(const QString& usual, const std::vector<Device>& devices)
 {
-    const auto entry = [](const QString& id, const QString& label) {
-        return QVariantMap{{QStringLiteral("id"), id}, {QStringLiteral("label"), label}};
-    };
     QVariantList list{entry({}, usual)};
     for (const auto& device : devices)
         list << entry(QString::fromStdString(device.id), QString::fromStdString(device.label));
@@ -81,16 +94,31 @@ QCoro::Task<> CaptureDevices::list()
     m_microphones = microphones;
     m_outputs = outputs;
     m_cameras = cameras;
+    for (const auto& list : {microphones, outputs, cameras}) {
+        for (const auto& device : list)
+            m_labels.insert(idOf(device), labelOf(device));
+    }
     emit listed();
+}
+
+bool CaptureDevices::isThere(const QVariantList& devices, const QString& id)
+{
+    return id.isEmpty() || devices.isEmpty() || std::ranges::contains(devices, id, idOf);
+}
+
+QVariantList CaptureDevices::withChosen(const QVariantList& devices, const QString& id) const
+{
+    if (isThere(devices, id))
+        return devices;
+    return devices
+        + QVariantList{
+            entry(id, m_labels.value(id, QStringLiteral("Otro dispositivo")) + QStringLiteral(" (desconectado)"))};
 }
 
 int CaptureDevices::rowOf(const QVariantList& devices, const QString& id)
 {
-    for (qsizetype row = 0; row < devices.size(); ++row) {
-        if (devices[row].toMap().value(QStringLiteral("id")) == id)
-            return static_cast<int>(row);
-    }
-    return 0;
+    const auto found = std::ranges::find(devices, id, idOf);
+    return found == devices.end() ? 0 : static_cast<int>(found - devices.begin());
 }
 
 } // namespace orvo

@@ -10,25 +10,39 @@ ColumnLayout {
     required property AppModel app
     required property CaptureDevices devices
     property bool listening: false
+    readonly property string chosen: app.options.microphoneDevice
+    readonly property bool chosenIsThere: devices.isThere(devices.microphones, chosen)
+    readonly property bool recorded: devices.hasMicrophone && app.options.microphone
 
     spacing: Theme.space(2)
 
     MicrophoneLevel {
         id: meter
 
-        active: root.listening && root.app.options.microphone
-        device: root.app.options.microphoneDevice
+        active: root.listening && root.recorded && root.chosenIsThere
+        device: root.chosen
+    }
+    // A microphone that is plugged in while none could be used is found without asking.
+    Timer {
+        interval: 2000
+        repeat: true
+        running: root.listening && (!root.devices.hasMicrophone || !root.chosenIsThere || meter.error !== "")
+        onTriggered: root.devices.refresh()
     }
 
     OSwitch {
         objectName: "microphone"
         Layout.fillWidth: true
         text: "Grabar micrófono"
-        checked: root.app.options.microphone
-        onToggled: root.app.options.microphone = checked
+        enabled: root.devices.hasMicrophone
+        checked: root.recorded
+        onToggled: {
+            root.app.options.microphone = checked
+            checked = Qt.binding(() => root.recorded)
+        }
     }
     RowLayout {
-        visible: root.app.options.microphone && meter.error === ""
+        visible: root.recorded
         spacing: Theme.space(3)
 
         OComboBox {
@@ -37,13 +51,14 @@ ColumnLayout {
             name: "Micrófono"
             textRole: "label"
             valueRole: "id"
-            model: root.devices.microphones
-            currentIndex: root.devices.rowOf(root.devices.microphones, root.app.options.microphoneDevice)
+            model: root.devices.withChosen(root.devices.microphones, root.chosen)
+            currentIndex: root.devices.rowOf(model, root.chosen)
             onActivated: root.app.options.microphoneDevice = currentValue
             popup.onAboutToShow: root.devices.refresh()
         }
         Rectangle {
             objectName: "level"
+            visible: meter.error === "" && root.chosenIsThere
             Layout.preferredWidth: 120
             Layout.preferredHeight: 8
             radius: 4
@@ -62,9 +77,16 @@ ColumnLayout {
         }
     }
     OLabel {
+        objectName: "microphoneNote"
         Layout.fillWidth: true
-        visible: meter.error !== ""
-        text: meter.error
+        visible: text !== ""
+        text: {
+            if (!root.devices.hasMicrophone)
+                return "No hay un micrófono disponible: se graba sin él."
+            if (!root.recorded)
+                return ""
+            return root.chosenIsThere ? meter.error : "Este micrófono no está conectado. Conéctalo o elige otro."
+        }
         color: Theme.stateInk
         wrapMode: Text.Wrap
     }

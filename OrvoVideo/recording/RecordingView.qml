@@ -195,12 +195,12 @@ Popup {
                 OComboBox {
                     objectName: "output"
                     Layout.fillWidth: true
-                    visible: !root.isTab && root.app.options.systemAudio && captureDevices.outputs.length > 2
+                    visible: !root.isTab && root.app.options.systemAudio && count > 2
                     name: "Salida"
                     textRole: "label"
                     valueRole: "id"
-                    model: captureDevices.outputs
-                    currentIndex: captureDevices.rowOf(captureDevices.outputs, root.app.options.systemAudioDevice)
+                    model: captureDevices.withChosen(captureDevices.outputs, root.app.options.systemAudioDevice)
+                    currentIndex: captureDevices.rowOf(model, root.app.options.systemAudioDevice)
                     onActivated: root.app.options.systemAudioDevice = currentValue
                 }
                 CameraChoice {

@@ -67,6 +67,15 @@ public:
         return m_devices;
     }
 
+    /// False only if the server has said so, or is not there.
+    bool hasMicrophone()
+    {
+        std::unique_lock lock(m_mutex);
+        if (!m_changed.wait_for(lock, longestAnswer, [this] { return m_failed || m_answers == 3; }))
+            return true;
+        return m_failed ? m_refused : !m_devices.microphones.empty();
+    }
+
 private:
     static DeviceQuery& of(void* self) { return *static_cast<DeviceQuery*>(self); }
 
@@ -78,7 +87,10 @@ private:
             letGo(pa_context_get_source_info_list(context, &DeviceQuery::source, self));
             letGo(pa_context_get_sink_info_list(context, &DeviceQuery::sink, self));
         } else if (!PA_CONTEXT_IS_GOOD(state)) {
-            of(self).note([](DeviceQuery& query) { query.m_failed = true; });
+            of(self).note([context](DeviceQuery& query) {
+                query.m_failed = true;
+                query.m_refused = pa_context_errno(context) == PA_ERR_ACCESS;
+            });
         }
     }
 
@@ -135,6 +147,7 @@ private:
     std::string m_defaultSink;
     int m_answers = 0;
     bool m_failed = false;
+    bool m_refused = false;
 };
 
 } // namespace
@@ -142,6 +155,15 @@ private:
 AudioInputs::Devices AudioInputs::list()
 {
     return DeviceQuery().devices();
+}
+
+bool AudioInputs::hasMicrophone()
+{
+    try {
+        return DeviceQuery().hasMicrophone();
+    } catch (const Error&) {
+        return false; // There is no server.
+    }
 }
 
 } // namespace orvo

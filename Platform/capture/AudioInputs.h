@@ -39,6 +39,10 @@ struct Devices {
 /// The devices there are, each once. Blocks for up to a few seconds. Throws `captureError` when there is no sound server.
 Devices list();
 
+/// Whether a microphone can be recorded at all. False when there is no sound server or the server has none; true when the
+/// server does not answer or refuses to say, so that opening one reports the reason. Blocks like `list`.
+bool hasMicrophone();
+
 } // namespace AudioInputs
 
 /// The sound of one device, or of whatever is the default one.

@@ -276,17 +276,33 @@ TEST_F(RecordingTests, AStartThatFailsSaysWhy)
 {
     begin();
     auto options = model->options();
-    options.microphone = true;
+    options.camera = true;
+    options.cameraDevice = "/dev/none";
     model->setOptions(options);
-    qputenv("PULSE_SERVER", QByteArray::fromStdString("unix:" + (folder / "no-sound").string()));
     model->startRecording();
     ASSERT_TRUE(idleSoon());
-    qunsetenv("PULSE_SERVER");
-    EXPECT_EQ(model->errorMessage(), "No hay un micrófono disponible.");
+    EXPECT_EQ(model->errorMessage(), "No hay una cámara disponible.");
     EXPECT_EQ(model->status(), "No se ha podido empezar la grabación");
     ASSERT_TRUE(comesToHold([&] { return model->projects().size() == 1; }));
     EXPECT_EQ(model->projects()[0].state, ProjectState::needsRecovery);
     EXPECT_FALSE(fs::exists(store.directory(model->projects()[0].id) / CaptureSession::fileName));
+}
+
+TEST_F(RecordingTests, RecordsWithoutAMicrophoneWhereThereIsNone)
+{
+    begin();
+    auto options = model->options();
+    options.microphone = true;
+    model->setOptions(options);
+    qputenv("PULSE_SERVER", QByteArray::fromStdString("unix:" + (folder / "no-sound").string()));
+    model->startRecording();
+    ASSERT_TRUE(comesToHold([&] { return model->isRecording() && !model->busy(); }));
+    qunsetenv("PULSE_SERVER");
+    EXPECT_EQ(model->status(), "El micrófono no responde: se graba sin él.");
+    model->stopRecording();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(project().state, ProjectState::ready);
+    EXPECT_EQ(project().tracks.size(), 1U);
 }
 
 TEST_F(RecordingTests, SourcesAreThoseOfTheModeAndTheChosenOneStays)

@@ -1,6 +1,7 @@
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/FakePortal.h"
 #include "TestSupport/PrivateBus.h"
+#include "TestSupport/SoundWorld.h"
 #include "TestSupport/VirtualDisplay.h"
 #include "WindowFixture.h"
 
@@ -50,11 +51,14 @@ TEST_F(RecordingPanelTests, ARecordingIsPreparedStartedAndEnded)
     auto* picture = view().findChild<QQuickItem*>("sourcePicture");
     ASSERT_TRUE(picture);
     EXPECT_TRUE(comesToHold([&] { return picture->property("showing").toBool(); })) << "what the display shows now";
-    EXPECT_TRUE(comesToHold([&] { return control(QAccessible::StaticText, "No hay un micrófono disponible.") != nullptr; }));
+    EXPECT_TRUE(comesToHold([&] {
+        return control(QAccessible::StaticText, "No hay un micrófono disponible: se graba sin él.") != nullptr;
+    }));
+    const auto* microphone = control(QAccessible::CheckBox, "Grabar micrófono");
+    EXPECT_FALSE(microphone->isEnabled() || microphone->property("checked").toBool());
 
-    click(QAccessible::CheckBox, "Grabar micrófono");
     click(QAccessible::CheckBox, "Grabar audio del contenido");
-    EXPECT_FALSE(model->options().microphone || model->options().systemAudio || model->options().camera);
+    EXPECT_FALSE(model->options().systemAudio || model->options().camera);
     choose("Resolución", 0);
     choose("Fluidez", 1);
     EXPECT_EQ(model->options().height, 720);
@@ -78,6 +82,7 @@ TEST_F(RecordingPanelTests, ARecordingIsPreparedStartedAndEnded)
     ASSERT_TRUE(comesToHold([&] { return !model->isRecording() && !model->busy(); }));
     EXPECT_EQ(project().fps, 60);
     EXPECT_EQ(project().edit.cuts.size(), 1U);
+    EXPECT_EQ(project().tracks.size(), 1U);
     EXPECT_TRUE(comesToHold([&] { return control(QAccessible::StatusBar, "Grabación guardada") != nullptr; }));
 }
 
@@ -127,6 +132,37 @@ TEST_F(SharedPanelTests, SaysWhatIsSharedAgainAndEndsTheShareWithoutARecording)
     EXPECT_EQ(portal.openSessions.size(), 1) << "the panel has gone, and what is to be recorded is shared";
     click(QAccessible::Button, "Cancelar");
     EXPECT_TRUE(comesToHold([&] { return !model->busy() && portal.openSessions.isEmpty(); }));
+}
+
+TEST_F(RecordingPanelTests, AnUnpluggedMicrophoneIsShownAndAnotherCanBeChosen)
+{
+    SoundWorld sound;
+    const auto module = sound.pactl({"load-module", "module-remap-source", "master=micfeed.monitor", "source_name=usb",
+        "source_properties=device.description=Solapa"});
+    show();
+    key(Qt::Key_R, Qt::ControlModifier);
+    const auto shownDevice = [&] {
+        const auto* box = control(QAccessible::ComboBox, "Micrófono");
+        return box ? box->property("displayText").toString() : QString();
+    };
+    auto options = model->options();
+    options.microphoneDevice = "usb";
+    model->setOptions(options);
+    ASSERT_TRUE(comesToHold([&] { return shownDevice() == "Solapa"; }));
+    const auto* warning = "Este micrófono no está conectado. Conéctalo o elige otro.";
+    EXPECT_FALSE(control(QAccessible::StaticText, warning));
+
+    sound.pactl({"unload-module", QString::fromLatin1(module).trimmed()});
+    choose("Micrófono", 0); // Opening the list lists the devices again.
+    options = model->options();
+    options.microphoneDevice = "usb";
+    model->setOptions(options);
+    ASSERT_TRUE(comesToHold([&] { return control(QAccessible::StaticText, warning) != nullptr; }));
+    EXPECT_EQ(shownDevice(), "Solapa (desconectado)");
+    EXPECT_TRUE(control(QAccessible::CheckBox, "Grabar micrófono")->property("checked").toBool());
+    choose("Micrófono", 0);
+    EXPECT_TRUE(comesToHold([&] { return control(QAccessible::StaticText, warning) == nullptr; }));
+    EXPECT_EQ(model->options().microphoneDevice, "");
 }
 
 TEST_F(RecordingPanelTests, EscapeLeavesAndReturnRecords)
