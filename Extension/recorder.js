@@ -22,6 +22,11 @@ class RecordingClock {
   #begin = performance.now();
   #pauses = []; // { from, to }; the last one may have no end yet.
 
+  // The first frame is time 0.
+  beginAt(moment) {
+    this.#begin = moment;
+  }
+
   // Seconds of recording at a moment, or null when it was paused then.
   at(moment) {
     return this.#pauses.some(({ from, to }) => moment >= from && moment < to) ? null : this.#recorded(moment);
@@ -111,17 +116,11 @@ async function open({ streamId, area, options }) {
 function makeRecorder({ kind, stream, bits }) {
   const mimeType = kind === "microphone" ? "audio/webm;codecs=opus" : CODECS.find((type) => MediaRecorder.isTypeSupported(type));
   const recorder = new MediaRecorder(stream, { mimeType, videoBitsPerSecond: bits, audioBitsPerSecond: 128000 });
-  const entry = { kind, recorder, startedAt: 0, stopped: null };
+  const entry = { kind, recorder, stream, stopped: null };
   recorder.addEventListener("dataavailable", (event) => {
     if (event.data.size > 0) queue.add(kind, event.data);
   });
   recorder.addEventListener("error", (event) => fail("recorder", event.error));
-  entry.started = new Promise((resolve) => {
-    recorder.addEventListener("start", () => {
-      entry.startedAt = performance.now();
-      resolve();
-    }, { once: true });
-  });
   entry.stopped = new Promise((resolve) => recorder.addEventListener("stop", resolve, { once: true }));
   recorders.push(entry);
 }
@@ -143,16 +142,35 @@ function shortened(title) {
   return new TextDecoder().decode(bytes).replace(/\uFFFD+$/, "");
 }
 
+// When the first frame or audio of a stream comes. The file of a recorder begins with it, which may be long after its
+// "start" event: a camera takes a while to deliver.
+function firstMedia(stream) {
+  return Promise.race(stream.getTracks().map(async (track) => {
+    const copy = track.clone();
+    const reader = new MediaStreamTrackProcessor({ track: copy }).readable.getReader();
+    const { value } = await reader.read();
+    const at = performance.now();
+    value?.close();
+    await reader.cancel();
+    copy.stop();
+    return at;
+  }));
+}
+
 async function begin() {
   try {
     clock = new RecordingClock();
-    for (const { recorder } of recorders) recorder.start(PIECE_INTERVAL); // Throws when a device has gone meanwhile.
+    const [screen, ...others] = recorders.map(({ kind, stream, recorder }) => {
+      recorder.start(PIECE_INTERVAL); // Throws when its device has gone meanwhile.
+      return { kind, first: firstMedia(stream) };
+    });
     port.postMessage({ type: "recording" });
     setInterval(watch, 1000);
-    await Promise.all(recorders.map((entry) => entry.started));
-    const first = recorders[0].startedAt;
-    const tracks = recorders.slice(1).map(({ kind, startedAt }) => ({ track: kind, seconds: Math.max(0, startedAt - first) / 1000 }));
-    if (tracks.length) port.postMessage({ type: "starts", tracks });
+    const began = await screen.first;
+    clock.beginAt(began);
+    for (const { kind, first } of others) {
+      first.then((at) => port.postMessage({ type: "starts", tracks: [{ track: kind, seconds: Math.max(at - began, -59999) / 1000 }] }));
+    }
   } catch (error) {
     fail("recorder", error);
   }

@@ -126,8 +126,8 @@ Starts parseStarts(yyjson_val* root)
     std::size_t index = 0;
     std::size_t count = 0;
     yyjson_val* item = nullptr;
-    yyjson_arr_foreach(listOf(root, "tracks", 3), index, count, item)
-        starts.entries.push_back({.track = trackOf(textOf(item, "track")), .seconds = number(item, "seconds", 0, 60)});
+    yyjson_arr_foreach(listOf(root, "tracks", 3), index, count, item) starts.entries.push_back(
+        {.track = trackOf(textOf(item, "track")), .seconds = number(item, "seconds", -60, longestRecording)});
     return starts;
 }
 

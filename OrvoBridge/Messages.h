@@ -35,11 +35,11 @@ struct Chunk {
     std::string data; ///< The bytes themselves.
 };
 
-/// How much later than the screen the tracks begin.
+/// How much later than the screen the tracks begin; negative for earlier.
 struct Starts {
     struct Entry {
         TrackKind track = TrackKind::microphone;
-        double seconds = 0; ///< 0 to 60.
+        double seconds = 0; ///< From −60.
     };
     std::vector<Entry> entries;
 };

@@ -20,6 +20,12 @@ namespace {
 
 constexpr std::int64_t pictureBitRate = 12'000'000;
 
+/// Whether the file of a track that a browser recorded is to begin with the recording.
+bool isAligned(const MediaTrack& track)
+{
+    return track.start != 0 && track.kind != TrackKind::clip && fs::path(track.file).extension() == ".webm";
+}
+
 bool isSound(const MediaTrack& track)
 {
     return track.kind == TrackKind::microphone || track.kind == TrackKind::system;
@@ -137,25 +143,42 @@ private:
         return {.width = 1920, .height = 1080};
     }
 
-    void convert(const Arguments& device, Arguments input, const fs::path& target) const
+    /// Pads or trims the beginning of a picture. Frames of a browser come at any distance; `fps` fills in from time 0.
+    std::string pictureStart(const MediaTrack& track) const
+    {
+        if (!isAligned(track))
+            return {};
+        return std::format("setpts=PTS-STARTPTS+{}/TB,fps={}:start_time=0,", track.start, m_project.fps);
+    }
+
+    static std::string soundStart(const MediaTrack& track)
+    {
+        if (!isAligned(track))
+            return {};
+        return track.start > 0 ? std::format(",adelay={}:all=1", track.start * 1000)
+                               : std::format(",atrim=start={},asetpts=PTS-STARTPTS", -track.start);
+    }
+
+    void convert(const MediaTrack& track, const Arguments& device, Arguments input, const fs::path& target) const
     {
         Arguments arguments{"-hide_banner", "-nostdin", "-y"};
         append(arguments, device);
         append(arguments, std::move(input));
         // What a browser did not come to record is missing in the times of its sound alone. Closed up, the sound would come
         // too early, and by default it is up to a tenth of a second.
-        append(arguments, {"-af", "aresample=async=1:min_hard_comp=0.005", "-c:a", "aac", target.string()});
+        append(
+            arguments, {"-af", "aresample=async=1:min_hard_comp=0.005" + soundStart(track), "-c:a", "aac", target.string()});
         ProcessRunner::run(m_ffmpeg, arguments, {}, 0, m_stop);
     }
 
-    void convertPicture(const fs::path& source, const fs::path& target) const
+    void convertPicture(const MediaTrack& track, const fs::path& source, const fs::path& target) const
     {
         const auto encode = [&](const VideoEncoder& encoder) {
             // Encoders take even sizes only; browsers and imported movies may have others.
-            const std::string even = "pad=ceil(iw/2)*2:ceil(ih/2)*2";
+            const std::string even = pictureStart(track) + "pad=ceil(iw/2)*2:ceil(ih/2)*2";
             Arguments picture{"-i", source.string(), "-vf", encoder.upload.empty() ? even : even + "," + encoder.upload};
             append(picture, encoder.arguments(pictureBitRate));
-            convert(encoder.device, std::move(picture), target);
+            convert(track, encoder.device, std::move(picture), target);
         };
         const auto arguments = [](const VideoEncoder& encoder) { return encoder.arguments(pictureBitRate); };
         encodeWithBest(m_ffmpeg, {.size = sizeOf(source), .arguments = arguments}, encode, m_stop);
@@ -188,9 +211,9 @@ private:
 
         try {
             if (isSound(track))
-                convert({}, {"-i", source.string(), "-vn"}, target);
+                convert(track, {}, {"-i", source.string(), "-vn"}, target);
             else
-                convertPicture(source, target);
+                convertPicture(track, source, target);
         } catch (const Cancelled&) {
             throw;
         } catch (const Error& error) {
@@ -202,6 +225,7 @@ private:
         if (!facts.duration || !(*facts.duration > 0))
             throw captureError(nothing);
         result.duration = *facts.duration;
+        result.beginsAtZero = isAligned(track);
         // The document that names this file must not reach the disk before it.
         flushFile(target);
         flushFolder(target.parent_path());
@@ -232,6 +256,10 @@ void apply(VideoProject& project, const Prepared& prepared)
         if (found == prepared.files.end())
             continue;
         track.file = found->second.file;
+        if (found->second.beginsAtZero) {
+            track.duration = std::max(track.duration + track.start, 0.0);
+            track.start = 0;
+        }
         track.duration = std::max(track.duration, found->second.duration);
         project.duration = std::max(project.duration, track.start + track.duration);
     }

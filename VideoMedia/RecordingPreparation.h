@@ -19,6 +19,7 @@ struct Prepared {
     struct File {
         std::string file; ///< Relative to the project folder.
         double duration = 0; ///< Seconds.
+        bool beginsAtZero = false; ///< What it began later or earlier than the recording was padded or trimmed.
     };
 
     std::map<Uuid, File> files; ///< By track; those of the others stay as they are.
@@ -34,9 +35,11 @@ enum class Which : std::uint8_t { needed, all };
 
 /// Converts tracks to new files beside the old ones, which stay.
 ///
-/// A track whose file is missing, damaged or empty is lost; the others are converted all the same. Blocks; `progress`
-/// receives the share of the tracks that are done. Throws `captureError` (no usable `ffmpeg`, or every track is lost), file
-/// system errors unchanged, and `Cancelled`; the new files are gone then.
+/// A browser's camera or microphone that begins later than the screen is padded with its first frame or with silence, one
+/// that begins earlier is trimmed: its `start` becomes 0. A track whose file is missing, damaged or empty is lost; the
+/// others are converted all the same. Blocks; `progress` receives the share of the tracks that are done. Throws
+/// `captureError` (no usable `ffmpeg`, or every track is lost), file system errors unchanged, and `Cancelled`; the new files
+/// are gone then.
 Prepared prepare(const VideoProject& project, const ProjectStore& store, const MediaProbe& probe, Which which,
     const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 

@@ -103,16 +103,17 @@ TEST_F(Bridge, RecordsATabIntoTheLibrary)
     EXPECT_EQ(project.duration, 6);
     EXPECT_EQ(readFile(store.directory(project.id) / "media/screen.webm"), readFile(tab));
     EXPECT_FALSE(fs::exists(store.directory(project.id) / CaptureSession::fileName));
+    EXPECT_EQ(project.tracks[1].start, 0.125);
 
     project = prepared(project, store);
     EXPECT_EQ(project.state, "ready");
     ASSERT_THAT(project.tracks, SizeIs(2));
-    EXPECT_EQ(project.tracks[1].start, 0.125);
+    EXPECT_EQ(project.tracks[1].start, 0);
     const auto screen = probe(store.directory(project.id) / project.tracks[0].file);
     EXPECT_EQ(screen.videoCodec, "h264");
     EXPECT_EQ(screen.frames, 180);
     EXPECT_NEAR(screen.audioDuration, 6, 0.05);
-    EXPECT_NEAR(probe(store.directory(project.id) / project.tracks[1].file).audioDuration, 5.9, 0.05);
+    EXPECT_NEAR(probe(store.directory(project.id) / project.tracks[1].file).audioDuration, 0.125 + 5.9, 0.05);
     ASSERT_THAT(project.edit.events, SizeIs(3));
     EXPECT_EQ(project.edit.events[1].kind, PointerKind::click);
     EXPECT_EQ(project.edit.events[2].time, 2.25);
@@ -223,7 +224,7 @@ TEST_F(Bridge, RefusesWhatTheExtensionCannotHaveSent)
         R"({"type":"chunk","track":"screen/../../x","sequence":0,"data":"AAAA"})",
         R"({"type":"starts","tracks":[{"track":"camera","seconds":1}]})",
         R"({"type":"starts","tracks":[7]})",
-        R"({"type":"starts","tracks":[{"track":"screen","seconds":-1}]})",
+        R"({"type":"starts","tracks":[{"track":"screen","seconds":-61}]})",
         R"({"type":"pointer","events":[{"kind":"jump","time":1,"x":0,"y":0}]})",
         R"({"type":"pointer","events":[{"kind":"move","time":1,"x":2,"y":0}]})",
         R"({"type":"progress","seconds":1e300})",

@@ -133,6 +133,41 @@ TEST_F(RecordingPreparationTest, SoundThatABrowserLostIsSilenceAndWhatFollowsSta
     }
 }
 
+TEST_F(RecordingPreparationTest, PadsAndTrimsDevicesOfABrowserToBeginWithTheScreen)
+{
+    // In each file something happens after two seconds.
+    makeBrowserFile(addTrack(TrackKind::microphone, "microphone.webm"),
+        {"-f", "lavfi", "-i", "aevalsrc='0.5*sin(2*PI*1000*t)*between(t,2,2.2)':s=48000:d=4", "-c:a", "libopus"});
+    makeBrowserFile(addTrack(TrackKind::camera, "camera.webm"),
+        {"-f", "lavfi", "-i", "color=black:size=64x36:rate=30:duration=4,drawbox=t=fill:color=white:enable='gte(t,2)'",
+            "-vf", "select='not(mod(n,3))'", "-fps_mode", "vfr", "-c:v", "libvpx", "-deadline", "realtime"});
+    project.fps = 30;
+    project.duration = 4;
+    const auto recorded = project;
+    for (const double start : {0.55, 0.0, -0.55}) {
+        SCOPED_TRACE(start);
+        project = recorded;
+        for (auto& track : project.tracks.edit()) {
+            track.start = start;
+            track.duration = project.duration - start;
+        }
+        RecordingPreparation::apply(project, prepare(RecordingPreparation::Which::needed));
+        for (const auto& track : project.tracks) {
+            EXPECT_EQ(track.start, 0);
+            EXPECT_NEAR(track.duration, std::max(4.0, 4 + start), 0.1) << textOf(track.kind);
+        }
+        const auto samples = decodeSound(store.mediaURL(project, project.tracks[0].file));
+        const auto tone = std::ranges::find_if(samples, [](float sample) { return std::abs(sample) > 0.1F; });
+        EXPECT_NEAR(static_cast<double>(tone - samples.begin()) / 48'000, 2 + start, 0.03);
+        if (start == 0)
+            continue; // Its frames keep their distances.
+        const auto frames = decodeFrames(store.mediaURL(project, project.tracks[1].file));
+        const auto white =
+            std::ranges::find_if(frames, [](const auto& frame) { return frame.at(32, 18).brightness() > 128; });
+        EXPECT_NEAR(static_cast<double>(white - frames.begin()) / 30, 2 + start, 0.07);
+    }
+}
+
 TEST_F(RecordingPreparationTest, WhatAnInterruptionLeftIsRecoveredWhole)
 {
     makeInterrupted(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=320x180:rate=30:duration=6", 0.8);
