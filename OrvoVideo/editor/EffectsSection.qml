@@ -14,12 +14,6 @@ Flickable {
 
     function editOverlayText() {
         overlayText.forceActiveFocus(Qt.ShortcutFocusReason)
-        show(overlayText)
-    }
-    /// Scrolls as little as needed to show an item.
-    function show(item: Item) {
-        const top = item.mapToItem(column, 0, 0).y
-        contentY = Math.min(Math.max(contentY, top + item.height - height + Theme.space(4)), Math.max(top - Theme.space(4), 0))
     }
 
     contentHeight: column.implicitHeight + Theme.space(4)
@@ -90,20 +84,14 @@ Flickable {
             secondary: true
             font.pixelSize: Theme.captionSize
         }
-        ListView {
+        OList {
             id: cuts
 
             objectName: "cuts"
             Layout.fillWidth: true
-            visible: count > 0
-            implicitHeight: Math.min(contentHeight, 216)
-            clip: true
-            reuseItems: true
-            boundsBehavior: Flickable.StopAtBounds
+            maximumHeight: 216
+            name: "Recortes"
             model: root.app.cuts
-            ScrollBar.vertical: OScrollBar {}
-            Accessible.role: Accessible.List
-            Accessible.name: "Recortes"
 
             delegate: RowLayout {
                 id: cut
@@ -111,9 +99,11 @@ Flickable {
                 required property real start
                 required property real end
 
-                width: ListView.view.width - (cuts.contentHeight > cuts.height ? Theme.space(3) : 0)
+                width: cuts.entryWidth
                 height: 36
                 spacing: Theme.space(1)
+                Accessible.role: Accessible.ListItem
+                Accessible.name: "Recorte de " + Theme.timeText(start) + " a " + Theme.timeText(end)
 
                 OLabel {
                     Layout.fillWidth: true
@@ -152,21 +142,18 @@ Flickable {
             text: "Añadir zoom en este punto"
             onClicked: root.app.addZoom()
         }
-        ListView {
+        OList {
             id: zooms
 
             objectName: "zooms"
             Layout.fillWidth: true
-            visible: count > 0
-            implicitHeight: Math.min(contentHeight, 420)
-            clip: true
+            maximumHeight: 420
+            name: "Zooms"
             spacing: Theme.space(2)
-            boundsBehavior: Flickable.StopAtBounds
             model: root.app.zooms
-            ScrollBar.vertical: OScrollBar {}
 
             delegate: ZoomControls {
-                width: ListView.view.width - (zooms.contentHeight > zooms.height ? Theme.space(3) : 0)
+                width: zooms.entryWidth
                 app: root.app
             }
         }
@@ -243,21 +230,18 @@ Flickable {
             text: "Añadir imagen…"
             onClicked: root.app.addImage()
         }
-        ListView {
+        OList {
             id: overlays
 
             objectName: "overlays"
             Layout.fillWidth: true
-            visible: count > 0
-            implicitHeight: Math.min(contentHeight, 480)
-            clip: true
+            maximumHeight: 480
+            name: "Textos e imágenes"
             spacing: Theme.space(2)
-            boundsBehavior: Flickable.StopAtBounds
             model: root.app.overlays
-            ScrollBar.vertical: OScrollBar {}
 
             delegate: OverlayControls {
-                width: ListView.view.width - (overlays.contentHeight > overlays.height ? Theme.space(3) : 0)
+                width: overlays.entryWidth
                 app: root.app
             }
         }

@@ -15,6 +15,8 @@ OPanel {
     readonly property bool isText: model.kind === "text"
 
     padding: Theme.space(3)
+    Accessible.role: Accessible.Grouping
+    Accessible.name: (isText ? "Texto «" + model.content + "»" : "Imagen") + ", desde " + Theme.timeText(model.start)
 
     component OverlaySlider: OSlider {
         required property string key

@@ -26,20 +26,14 @@ ColumnLayout {
         secondary: true
         font.pixelSize: Theme.captionSize
     }
-    ListView {
+    OList {
         id: list
 
         objectName: "suggestions"
         Layout.fillWidth: true
-        visible: count > 0
-        implicitHeight: Math.min(contentHeight, 264)
-        clip: true
-        reuseItems: true
-        boundsBehavior: Flickable.StopAtBounds
+        maximumHeight: 264
+        name: "Mejoras propuestas"
         model: root.app.suggestions
-        ScrollBar.vertical: OScrollBar {}
-        Accessible.role: Accessible.List
-        Accessible.name: "Mejoras propuestas"
 
         delegate: RowLayout {
             id: entry
@@ -49,9 +43,11 @@ ColumnLayout {
             required property real start
             required property real end
 
-            width: ListView.view.width - (list.contentHeight > list.height ? Theme.space(3) : 0)
+            width: list.entryWidth
             height: 44
             spacing: Theme.space(2)
+            Accessible.role: Accessible.ListItem
+            Accessible.name: label
 
             ColumnLayout {
                 Layout.fillWidth: true

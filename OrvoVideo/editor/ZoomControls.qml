@@ -14,6 +14,8 @@ OPanel {
     required property var model
 
     padding: Theme.space(3)
+    Accessible.role: Accessible.Grouping
+    Accessible.name: "Zoom en " + Theme.timeText(model.time)
 
     component EventSlider: OSlider {
         required property string key

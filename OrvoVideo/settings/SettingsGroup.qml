@@ -10,6 +10,8 @@ ColumnLayout {
     default property alias content: column.data
 
     spacing: Theme.space(2)
+    Accessible.role: Accessible.Grouping
+    Accessible.name: title
 
     OLabel {
         Layout.fillWidth: true

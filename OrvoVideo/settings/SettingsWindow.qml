@@ -17,6 +17,9 @@ ApplicationWindow {
     color: Theme.window
     font.pixelSize: Theme.bodySize
 
+    FocusFollower {
+        focusItem: root.activeFocusItem
+    }
     SettingsView {
         anchors.fill: parent
         app: root.app

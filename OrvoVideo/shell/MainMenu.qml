@@ -35,14 +35,10 @@ MenuBar {
         implicitHeight: 30
         leftPadding: Theme.space(3)
         rightPadding: Theme.space(3)
-        Accessible.name: text
+        Accessible.name: text.replace("&", "")
 
-        contentItem: Text {
-            text: heading.text
-            color: Theme.text
-            font.pixelSize: Theme.bodySize
-            verticalAlignment: Text.AlignVCenter
-            Accessible.ignored: true
+        contentItem: OMnemonic {
+            label: heading.text
         }
         background: Rectangle {
             color: heading.highlighted || heading.hovered ? Theme.raised : "transparent"
@@ -50,78 +46,78 @@ MenuBar {
     }
 
     OMenu {
-        title: "Archivo"
+        title: "&Archivo"
 
         Action {
-            text: "Nueva grabación…"
+            text: "&Nueva grabación…"
             shortcut: "Ctrl+R"
             enabled: root.app.idle
             onTriggered: root.recorderWanted()
         }
         Action {
-            text: "Importar vídeo…"
+            text: "&Importar vídeo…"
             shortcut: "Ctrl+I"
             enabled: root.app.idle
             onTriggered: root.app.importMedia(false)
         }
         Action {
-            text: "Añadir vídeo a este proyecto…"
+            text: "Aña&dir vídeo a este proyecto…"
             shortcut: "Ctrl+Shift+I"
             enabled: root.app.hasProject && root.app.idle
             onTriggered: root.app.importMedia(true)
         }
         OMenuSeparator {}
         Action {
-            text: "Exportar…"
+            text: "E&xportar…"
             shortcut: "Ctrl+E"
             enabled: root.app.hasProject && root.app.idle
             onTriggered: root.app.exportVideo()
         }
         OMenuSeparator {}
         Action {
-            text: "Ajustes…"
+            text: "A&justes…"
             shortcut: "Ctrl+,"
             onTriggered: root.settingsWanted()
         }
         OMenuSeparator {}
         Action {
-            text: "Salir"
+            text: "&Salir"
             shortcut: "Ctrl+Q"
             onTriggered: root.quitWanted()
         }
     }
     OMenu {
-        title: "Editar"
+        title: "&Editar"
 
         Action {
-            text: "Deshacer"
+            text: "&Deshacer"
             shortcut: "Ctrl+Z"
             enabled: root.app.canUndo
             onTriggered: root.app.undo()
         }
         Action {
-            text: "Rehacer"
+            text: "&Rehacer"
             shortcut: "Ctrl+Shift+Z"
             enabled: root.app.canRedo
             onTriggered: root.app.redo()
         }
         OMenuSeparator {}
         Action {
-            text: "Cortar selección"
+            text: "&Cortar selección"
             enabled: root.app.hasProject
             onTriggered: root.app.cutSelection()
         }
         Action {
-            text: "Añadir zoom en este punto"
+            text: "Añadir &zoom en este punto"
             enabled: root.app.hasProject
             onTriggered: root.app.addZoom()
         }
     }
     OMenu {
-        title: "Ver"
+        title: "&Ver"
 
         Action {
-            text: "Biblioteca"
+            text: "&Biblioteca"
             shortcut: "Ctrl+B"
             checkable: true
             checked: root.libraryShown
@@ -131,7 +127,7 @@ MenuBar {
             }
         }
         Action {
-            text: "Inspector"
+            text: "&Inspector"
             shortcut: "Ctrl+Shift+B"
             checkable: true
             checked: root.inspectorShown
@@ -143,15 +139,15 @@ MenuBar {
         }
         OMenuSeparator {}
         AppearanceAction {
-            text: "Aspecto del sistema"
+            text: "Aspecto del &sistema"
             choice: "system"
         }
         AppearanceAction {
-            text: "Aspecto oscuro"
+            text: "Aspecto &oscuro"
             choice: "dark"
         }
         AppearanceAction {
-            text: "Aspecto claro"
+            text: "Aspecto &claro"
             choice: "light"
         }
     }

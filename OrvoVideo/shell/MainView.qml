@@ -87,6 +87,9 @@ ApplicationWindow {
         remembered.columns = columns.saveState()
     }
 
+    FocusFollower {
+        focusItem: root.activeFocusItem
+    }
     Settings {
         id: remembered
 

@@ -15,7 +15,7 @@ MenuItem {
     leftPadding: Theme.space(2.5)
     rightPadding: Theme.space(2.5)
     font.pixelSize: Theme.bodySize
-    Accessible.name: text
+    Accessible.name: text.replace("&", "")
 
     indicator: null
     arrow: null
@@ -28,16 +28,15 @@ MenuItem {
             name: control.checkable ? (control.checked ? "check" : "") : control.iconName
             color: title.color
         }
-        Text {
+        OMnemonic {
             id: title
 
             anchors.verticalCenter: parent.verticalCenter
             x: control.iconName || control.checkable ? Theme.space(6) : 0
-            text: control.text
+            label: control.text
             color: control.destructive ? Theme.danger : Theme.text
             opacity: control.enabled ? 1 : 0.45
             font: control.font
-            Accessible.ignored: true
         }
         Text {
             id: keys

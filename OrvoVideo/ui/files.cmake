@@ -1,5 +1,6 @@
 # The theme and the controls that every view uses.
 set(ORVO_UI_QML
+  ui/FocusFollower.qml
   ui/FocusRing.qml
   ui/OButton.qml
   ui/OCaption.qml
@@ -7,9 +8,11 @@ set(ORVO_UI_QML
   ui/OIcon.qml
   ui/OIconButton.qml
   ui/OLabel.qml
+  ui/OList.qml
   ui/OMenu.qml
   ui/OMenuItem.qml
   ui/OMenuSeparator.qml
+  ui/OMnemonic.qml
   ui/ONumberField.qml
   ui/OPanel.qml
   ui/OProgressBar.qml

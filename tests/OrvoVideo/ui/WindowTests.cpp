@@ -330,6 +330,64 @@ TEST_F(WindowTests, TabReachesEverythingThatIsNamed)
     }
 }
 
+/// Whether all of an item, or as much as fits, can be seen in the pages and lists around it.
+bool isInSight(const QQuickItem& item)
+{
+    for (const auto* around = item.parentItem(); around; around = around->parentItem()) {
+        if (!around->inherits("QQuickFlickable"))
+            continue;
+        const QRectF place = item.mapRectToItem(around, {0, 0, item.width(), item.height()});
+        if (place.top() < -1 || (place.bottom() > around->height() + 1 && place.top() > 1))
+            return false;
+    }
+    return true;
+}
+
+TEST_F(WindowTests, WhatGetsTheKeyboardIsScrolledIntoSight)
+{
+    auto lesson = withMovie("Demo", 30);
+    for (int i = 0; i < 14; ++i) {
+        lesson.edit.cuts.edit().push_back({.start = 2.0 * i, .end = 2.0 * i + 1});
+        lesson.edit.events.edit().push_back({.time = 2.0 * i + 1.2, .kind = PointerKind::zoom, .duration = 0.5});
+    }
+    store.save(lesson);
+    show();
+    select(lesson);
+    view().resize(900, 560);
+    const auto walk = [&](const char* where, Qt::Key direction, int steps) {
+        for (int i = 0; i < steps; ++i) {
+            key(direction, direction == Qt::Key_Backtab ? Qt::ShiftModifier : Qt::NoModifier);
+            EXPECT_TRUE(waitUntil([&] { return isInSight(*view().activeFocusItem()); }))
+                << where << ": " << focusName().toStdString() << " after " << i;
+        }
+    };
+    for (const auto* section : {"Compartir", "Efectos"}) {
+        click(QAccessible::PageTab, section);
+        walk(section, Qt::Key_Tab, 60);
+        walk(section, Qt::Key_Backtab, 60);
+    }
+    EXPECT_TRUE(control(QAccessible::Grouping, "Zoom en 00:01"));
+
+    // The same control of every entry, also of those that are not made yet.
+    ASSERT_TRUE(tabTo("Restaurar"));
+    const auto entry = [&] {
+        return QAccessible::queryAccessibleInterface(view().activeFocusItem())->text(QAccessible::Description);
+    };
+    walk("Recortes", Qt::Key_Down, 20);
+    EXPECT_EQ(focusName(), "Restaurar");
+    EXPECT_EQ(entry(), "El recorte de 00:26");
+    walk("Recortes", Qt::Key_Up, 20);
+    EXPECT_EQ(entry(), "El recorte de 00:00");
+
+    // The menus are reached by their letters.
+    key(Qt::Key_A, Qt::AltModifier);
+    ASSERT_TRUE(waitUntil([&] { return control(QAccessible::MenuItem, "Exportar…") != nullptr; }));
+    key(Qt::Key_J);
+    ASSERT_NO_FATAL_FAILURE(turnTo("Ajustes"));
+    view().resize(420, 320);
+    walk("Ajustes", Qt::Key_Tab, 30);
+}
+
 TEST_F(WindowTests, EverythingThatTakesTheKeyboardHasANameAndARole)
 {
     const auto lesson = withMovie("Demo");
