@@ -82,6 +82,7 @@ class AppModel : public QObject {
     Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
     Q_PROPERTY(QString status READ status NOTIFY statusChanged)
     Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
+    Q_PROPERTY(bool errorIsLostTracks READ errorIsLostTracks NOTIFY errorMessageChanged)
     // Recording.
     Q_PROPERTY(bool isRecording READ isRecording NOTIFY recordingChanged)
     Q_PROPERTY(bool isPaused READ isPaused NOTIFY recordingChanged)
@@ -242,8 +243,8 @@ public:
     PreviewPlayer* player() const { return m_services.player.get(); }
     PreviewPlayer* cameraPlayer() const { return m_services.cameraPlayer.get(); }
     double playhead() const { return m_playhead; }
-    /// Where the camera's film ends on the recording timeline, in seconds; 0 without one. Nothing of it is shown from there
-    /// on.
+    /// Where the camera's file ends on the recording timeline, in seconds; infinity if that is not known, 0 until it is
+    /// looked at. Nothing of the camera is shown from there on.
     double cameraEnd() const { return m_cameraEnd; }
     bool playing() const { return m_playing; }
 
@@ -377,6 +378,8 @@ public:
     Q_INVOKABLE void recover();
     /// The tracks of the open project that the last preparation could not convert, in Spanish; empty when there are none.
     QString lostTracks() const;
+    /// Whether `errorMessage` is about those tracks, so that the user can be asked whether to continue without them.
+    bool errorIsLostTracks() const;
     /// Takes those tracks out of the open project, which is ready then.
     Q_INVOKABLE void continueWithoutLost();
 
@@ -519,7 +522,12 @@ private:
     void openProject(VideoProject project, std::optional<VideoProject> unsavedEdits);
 
     // Recovery.
-    void setLost(const Uuid& id, std::map<Uuid, std::string> lost);
+    /// The tracks of a project that could not be prepared.
+    struct LostTracks {
+        std::map<Uuid, std::string> reasons; ///< By track.
+        QString failure; ///< The error that the user sees.
+    };
+    void setLost(const Uuid& id, LostTracks lost);
     QCoro::Task<> prepareListed(VideoProject project);
     /// What becomes of the history: one more step, the same steps, or none since what was before is of no use any more.
     enum class Undo : std::uint8_t { step, same, none };
@@ -624,7 +632,7 @@ private:
     bool m_listing = false;
     bool m_listAgain = false;
     std::set<Uuid> m_processing; ///< Recordings that are being prepared since the library was listed.
-    std::map<Uuid, std::map<Uuid, std::string>> m_lost; ///< By project: the tracks that could not be prepared, and why.
+    std::map<Uuid, LostTracks> m_lost; ///< By project.
     std::uint64_t m_closedChanges = 0; ///< Counts the changes to projects that are not open.
     std::uint64_t m_opening = 0; ///< Counts what changes which project is open, so that an overtaken `select` ends.
 

@@ -31,9 +31,11 @@ QCoro::Task<> AppModel::processTab(VideoProject project, bool force, WorkControl
             });
         co_await changeProject(
             project.id, [prepared](VideoProject& changed) { RecordingPreparation::apply(changed, prepared); }, Undo::none);
-        setLost(project.id, prepared.lost);
+        const auto lost = captureError(prepared.lostText());
+        setLost(project.id,
+            {.reasons = prepared.lost, .failure = QString::fromStdString(RecordingPreparation::failureText(lost))});
         if (!prepared.lost.empty()) // What could be prepared is kept all the same.
-            throw captureError(prepared.lostText());
+            throw lost;
         CaptureSession::unmark(store().directory(project.id));
     } catch (const Cancelled&) {
         throw;
@@ -49,9 +51,9 @@ QCoro::Task<> AppModel::processTab(VideoProject project, bool force, WorkControl
         setStatus(QStringLiteral("Grabación preparada"));
 }
 
-void AppModel::setLost(const Uuid& id, std::map<Uuid, std::string> lost)
+void AppModel::setLost(const Uuid& id, LostTracks lost)
 {
-    if (lost.empty())
+    if (lost.reasons.empty())
         m_lost.erase(id);
     else
         m_lost.insert_or_assign(id, std::move(lost));
@@ -65,10 +67,16 @@ QString AppModel::lostTracks() const
         return {};
     QStringList names;
     for (const auto& track : m_project->tracks) {
-        if (lost->second.contains(track.id))
+        if (lost->second.reasons.contains(track.id))
             names << Text::ofKind(track.kind);
     }
     return names.join(QStringLiteral(", "));
+}
+
+bool AppModel::errorIsLostTracks() const
+{
+    const auto lost = m_project ? m_lost.find(m_project->id) : m_lost.end();
+    return lost != m_lost.end() && lost->second.failure == m_errorMessage;
 }
 
 void AppModel::continueWithoutLost()
@@ -76,7 +84,7 @@ void AppModel::continueWithoutLost()
     const auto lost = m_project ? m_lost.find(m_project->id) : m_lost.end();
     if (lost == m_lost.end())
         return;
-    perform([this, id = m_project->id, tracks = lost->second](WorkControl) -> QCoro::Task<> {
+    perform([this, id = m_project->id, tracks = lost->second.reasons](WorkControl) -> QCoro::Task<> {
         co_await changeProject(
             id, [tracks](VideoProject& changed) { RecordingPreparation::dropLost(changed, tracks); }, Undo::none);
         setLost(id, {});

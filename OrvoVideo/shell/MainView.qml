@@ -276,10 +276,20 @@ ApplicationWindow {
 
     Alert {
         objectName: "errorAlert"
-        title: "Algo no ha ido bien"
+
+        readonly property bool asks: root.app.errorIsLostTracks
+
+        title: asks ? "Falta una parte de la grabación" : "Algo no ha ido bien"
         message: root.app.errorMessage
         shown: root.app.errorMessage !== ""
-        onAccepted: root.app.clearError()
+        acceptText: asks ? "Seguir sin: " + root.app.lostTracks : "Aceptar"
+        rejectText: asks ? "Ahora no" : ""
+        onAccepted: {
+            const goesOn = asks
+            root.app.clearError()
+            if (goesOn)
+                root.app.continueWithoutLost()
+        }
         onRejected: root.app.clearError()
     }
     Alert {

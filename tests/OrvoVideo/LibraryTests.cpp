@@ -295,6 +295,9 @@ TEST_F(LibraryTests, GoesOnWithoutTheTracksThatAreLost)
     EXPECT_THAT(model->errorMessage().toStdString(), testing::StartsWith("No se ha podido recuperar toda la grabación: "));
     EXPECT_EQ(project().state, "needs-recovery");
     EXPECT_EQ(model->lostTracks(), "Micrófono");
+    EXPECT_TRUE(model->errorIsLostTracks());
+    model->clearError();
+    EXPECT_FALSE(model->errorIsLostTracks()) << "asked once";
     ASSERT_TRUE(saved());
     EXPECT_THAT(onDisk().tracks[0].file, testing::HasSubstr("-prepared-")) << "what could be prepared is kept";
 

@@ -180,6 +180,27 @@ TEST_F(WindowTests, AFailureIsSaidAndAcknowledged)
     EXPECT_TRUE(waitUntil([&] { return model->errorMessage().isEmpty(); }));
 }
 
+TEST_F(WindowTests, ALostTrackCanBeLeftOut)
+{
+    auto recording = withMovie("Interrumpida");
+    recording.state = ProjectState::needsRecovery;
+    recording.tracks.edit().push_back(track(TrackKind::microphone, "media/microphone.webm", 0, 2));
+    std::ofstream(store.mediaURL(recording, "media/microphone.webm")).flush();
+    store.save(recording);
+    show();
+    select(recording);
+    const QString question = "Falta una parte de la grabación";
+    const auto asked = [&] { return control(QAccessible::AlertMessage, question) != nullptr; };
+    for (const bool goesOn : {false, true}) {
+        click(QAccessible::Button, "Recuperar grabación");
+        ASSERT_TRUE(waitUntil([&] { return asked() && model->idle(); }));
+        click(QAccessible::Button, goesOn ? "Seguir sin: Micrófono" : "Ahora no");
+        ASSERT_TRUE(waitUntil([&] { return !asked() && model->idle(); }));
+        EXPECT_EQ(project().state, goesOn ? "ready" : "needs-recovery");
+        EXPECT_EQ(project().tracks.size(), goesOn ? 1U : 2U);
+    }
+}
+
 TEST_F(WindowTests, ALongOperationIsCancelledFromTheStatusBar)
 {
     const auto lesson = withMovie("Larga", 60);
