@@ -114,8 +114,9 @@ TEST_F(SharedRecording, OfAWindowFollowsItsPartOfTheFramesWithPictureAndMarks)
         const auto right = frame.mean(shown.x + 0.55 * shown.width, 0.1, shown.x + 0.95 * shown.width, 0.9);
         EXPECT_GT(left.red, 180) << window.x;
         EXPECT_GT(right.blue, 180) << window.x;
-        if (shown.x > 0)
+        if (shown.x > 0) {
             EXPECT_LT(frame.mean(0, 0, shown.x - 0.03, 1).brightness(), 5);
+        }
         int marks = 0;
         for (const auto& event : project.edit.events.items()) {
             if (event.time < from || event.time > from + 1)
