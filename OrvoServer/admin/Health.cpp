@@ -62,7 +62,8 @@ HealthCheck storeCheck(const HealthInputs& inputs)
 HealthCheck clockCheck()
 {
     struct timex state { };
-    const bool isSynchronised = ::adjtimex(&state) != TIME_ERROR;
+    const int answer = ::adjtimex(&state); // Not allowed in some sandboxes.
+    const bool isSynchronised = answer >= 0 && answer != TIME_ERROR;
     // A build is never from the future: a clock before its year is wrong for certain.
     const auto year = std::chrono::year_month_day(std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now())).year();
     HealthCheck check{.name = "Reloj", .isGood = year >= std::chrono::year(2025)};

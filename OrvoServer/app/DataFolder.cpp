@@ -45,6 +45,14 @@ Configuration DataFolder::configuration() const
     return readConfiguration(readFile(configurationFile()));
 }
 
+fs::path DataFolder::secrets() const
+{
+    fs::path folder = m_root / "secrets";
+    fs::create_directories(folder);
+    fs::permissions(folder, fs::perms::owner_all);
+    return folder;
+}
+
 std::unique_ptr<Database> DataFolder::openDatabase(const Configuration& configuration) const
 {
     std::unique_ptr<Database> opened;

@@ -53,7 +53,8 @@ public:
     std::filesystem::path files() const { return m_root / "files"; }
     std::filesystem::path uploads() const { return m_root / "uploads"; }
     std::filesystem::path cache() const { return m_root / "cache"; }
-    std::filesystem::path secrets() const { return m_root / "secrets"; }
+    /// Made when it is missing, so that only its owner can read it. Throws file system errors.
+    std::filesystem::path secrets() const;
     std::filesystem::path lock() const { return m_root / "lock"; }
 
 private:

@@ -44,6 +44,9 @@ public:
     /// Waits until the program has written this to standard error. False when it ended without.
     bool waitForError(const std::string& text);
 
+    /// What it has written to standard error so far, as far as it was read.
+    const std::string& error() const noexcept { return m_outcome.err; }
+
     void signal(int number) const;
 
     /// Closes the reading end of standard output.
