@@ -1,10 +1,16 @@
 #include "../ModelFixture.h"
+#include "MutterWindow.h"
 #include "TestSupport/EventLoop.h"
+#include "TestSupport/FakePortal.h"
 #include "TestSupport/Media.h"
+#include "TestSupport/SharedScreen.h"
 
 #include <QProcess>
 #include <QSettings>
+#include <QSize>
 #include <csignal>
+#include <optional>
+#include <stdexcept>
 
 namespace orvo::test {
 
@@ -79,11 +85,10 @@ protected:
     }
 
     /// The frames of the open project's screen, which is as long as the project.
-    std::vector<Picture> frames()
+    std::vector<Picture> frames(QSize size = {1280, 720})
     {
         EXPECT_EQ(project().state, ProjectState::ready);
-        EXPECT_EQ(project().width, 1280);
-        EXPECT_EQ(project().height, 720);
+        EXPECT_EQ(QSize(static_cast<int>(project().width), static_cast<int>(project().height)), size);
         const auto file = store.mediaURL(project(), "media/screen.mov");
         EXPECT_NEAR(probe(file).videoDuration, project().duration, 0.1);
         return decodeFrames(file);
@@ -145,6 +150,49 @@ TEST_F(WaylandEndTests, ARecordingEndsWithTheCompositorAndIsKept)
     ASSERT_FALSE(shown.empty());
     EXPECT_GE(project().duration, 2);
     Film::expectShown(shown.back());
+}
+
+/// On GNOME's compositor, whose windows come in frames as large as the monitor.
+class GnomeRecordingTests : public WaylandFixture { };
+
+TEST_F(GnomeRecordingTests, AWindowIsRecordedInItsOwnSize)
+{
+    constexpr QSize size(400, 300);
+    QProcess shownProgram; // The window of a plain program, with one surface.
+    shownProgram.setStandardOutputFile(QProcess::nullDevice());
+    shownProgram.setStandardErrorFile(QProcess::nullDevice());
+    shownProgram.start("mpv",
+        {"--no-config", "--vo=wlshm", "--no-border", "--no-osc", "--loop", "--no-audio",
+            "av://lavfi:color=0x205080:size=400x300:rate=10"});
+    std::optional<MutterWindow> window;
+    ASSERT_TRUE(comesToHold([&] { // There is no window to record until one has the keyboard.
+        try {
+            window.emplace();
+        } catch (const std::runtime_error&) {
+            return false;
+        }
+        return true;
+    }));
+    ASSERT_TRUE(comesToHold([&] { return window->node() != 0; }));
+    FakePortal portal(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"));
+    portal.node = window->node();
+    portal.remote = SharedScreen::connection();
+    portal.sourceType = 2;
+    portal.rect = {0, 0, 1280, 720}; // What the portal of this desktop reports for a window as well.
+    begin();
+    model->capture()->setMode("window");
+    record();
+    EXPECT_EQ(model->captured()->source.label, "Ventana elegida · 400×300");
+    EXPECT_EQ(model->capture()->picture().size(), size);
+    ASSERT_TRUE(lasts(2));
+    model->stopRecording();
+    ASSERT_TRUE(endsSoon());
+    ASSERT_EQ(model->errorMessage(), "");
+    const auto shown = frames(size);
+    ASSERT_FALSE(shown.empty());
+    Film::expectShown(shown.back());
+    shownProgram.kill();
+    shownProgram.waitForFinished();
 }
 
 } // namespace
