@@ -11,9 +11,8 @@ namespace orvo::test {
 bool waitUntil(const std::function<bool()>& condition)
 {
     const QDeadlineTimer deadline(60'000);
-    QTimer alarm; // Ends the wait for events at the limit.
-    alarm.setSingleShot(true);
-    alarm.start(static_cast<int>(deadline.remainingTime()));
+    QTimer alarm; // Ends the wait for events at the limit; it may fire early.
+    alarm.start(1'000);
     while (!condition()) {
         if (deadline.hasExpired())
             return false;
