@@ -28,7 +28,7 @@ QCoro::Task<> AppModel::listLibrary()
         for (auto& project : projects) {
             if (!CaptureSession::isMarkedRecording(project))
                 continue;
-            if (auto settled = co_await m_documents.settleRecording(project.id, busy()))
+            if (auto settled = co_await m_documents.settleRecording(project.id, busy() || isRecording()))
                 project = std::move(*settled);
         }
         if (isRecording())
@@ -94,14 +94,14 @@ QCoro::Task<> AppModel::select(VideoProject project)
     std::uint64_t changes = 0;
     do {
         // Reading waits its turn behind this save. Edits made while it does are saved, and read, too.
+        flushSave();
         edited = m_edited;
         changes = m_closedChanges;
-        flushSave();
         opened = co_await m_documents.open(project.id);
         if (opening != m_opening || isRecording())
             co_return;
+        flushSave();
     } while ((m_project && m_project->id == project.id && m_edited != edited) || m_closedChanges != changes);
-    flushSave();
 
     if (opened)
         openProject(std::move(opened->project), std::move(opened->unsavedEdits));

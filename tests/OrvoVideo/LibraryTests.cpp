@@ -231,6 +231,19 @@ TEST_F(LibraryTests, MarksOnlyWhatIsStillMarkedWhenItsRecorderHasEnded)
     EXPECT_FALSE(QCoro::waitFor(documents.settleRecording(Uuid::random(), false)));
 }
 
+TEST_F(LibraryTests, LeavesARecordingAloneThatBeginsDuringTheListing)
+{
+    start();
+    auto older = addRecording("recording", R"({"pid": 0})");
+    older.createdAt -= std::chrono::seconds(10); // Listed last.
+    store.save(older);
+    const auto recorded = addRecording("recording", R"({"pid": )" + std::to_string(::getpid()) + "}");
+    model->refreshLibrary();
+    model->setRecording(TestModel::Recording::running);
+    EXPECT_TRUE(waitUntil([&] { return onDisk(older.id).state == "needs-recovery"; }));
+    EXPECT_EQ(onDisk(recorded.id).state, "recording");
+}
+
 TEST_F(LibraryTests, ShowsAFailedPreparationAtOnce)
 {
     auto bad = VideoProject::make("bad");
