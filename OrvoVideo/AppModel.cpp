@@ -18,7 +18,7 @@ AppModel::AppModel(AppServices services, QObject* parent)
     m_autosave.setSingleShot(true);
     m_autosave.setTimerType(Qt::PreciseTimer);
     m_autosave.setInterval(autosaveDelay);
-    connect(&m_autosave, &QTimer::timeout, this, &AppModel::flushSave);
+    connect(&m_autosave, &QTimer::timeout, this, &AppModel::saveEdits);
     m_burst.setSingleShot(true);
     m_burst.setTimerType(Qt::PreciseTimer);
     m_burst.setInterval(autosaveDelay);

@@ -171,7 +171,8 @@ public:
     /// as unsaved edits every `autosaveDelay`, so that a crash never costs more.
     void saveSoon();
 
-    /// Asks for the changes that are not saved to be saved now, and cancels the pending save.
+    /// Takes what is being typed (`commitWanted`), asks for the changes that are not saved to be saved now, and cancels the
+    /// pending save.
     void flushSave();
 
     /// Whether the open project has changes that are not on disk yet.
@@ -198,8 +199,6 @@ public:
     Q_INVOKABLE void cutWords(const QStringList& wordIds);
     /// Removes every cut with exactly this beginning and end.
     Q_INVOKABLE void restoreCut(double start, double end);
-    /// Removes the first cut that covers this time, and those equal to it. Nothing when none does.
-    Q_INVOKABLE void restoreCutAt(double seconds);
     /// Gives a cut another beginning and end.
     Q_INVOKABLE void moveCut(double start, double end, double newStart, double newEnd);
 
@@ -465,6 +464,9 @@ signals:
     void projectChanged();
     void selectedSpanChanged();
     void historyChanged();
+    /// The open project is about to be saved, exported, published, cut or left: a field that is being edited commits its
+    /// text before this returns.
+    void commitWanted();
     void unsavedChangesChanged();
     void playheadChanged();
     void playingChanged();
@@ -541,6 +543,7 @@ private:
     void noteWritten(const Uuid& id, std::uint64_t version);
     void noteSaveFailed(const Uuid& id, std::uint64_t version, const QString& reason);
     void noteKeptOther(const QString& fileName);
+    void saveEdits();
     void saveNow();
     void keepUnsavedEdits();
     void setWritten(std::uint64_t version);

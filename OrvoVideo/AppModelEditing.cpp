@@ -95,6 +95,7 @@ void AppModel::endSelectionHere()
 
 void AppModel::cutSelection()
 {
+    emit commitWanted(); // Its bounds may be being typed.
     const TimeSpan span{m_selectedSpan.start, m_selectedSpan.end};
     if (span.duration() > Edits::shortestCut)
         update([&](VideoProject& project) { Edits::cut(project, span); });
@@ -123,17 +124,6 @@ void AppModel::cutWords(const QStringList& wordIds)
 void AppModel::restoreCut(double start, double end)
 {
     update([&](VideoProject& project) { Edits::restore(project, {start, end}); });
-}
-
-void AppModel::restoreCutAt(double seconds)
-{
-    if (!m_project)
-        return;
-    const auto& cuts = m_project->edit.cuts;
-    const auto cut =
-        std::ranges::find_if(cuts, [&](const TimeSpan& span) { return span.start <= seconds && seconds < span.end; });
-    if (cut != cuts.end())
-        restoreCut(cut->start, cut->end);
 }
 
 void AppModel::moveCut(double start, double end, double newStart, double newEnd)

@@ -122,7 +122,7 @@ QCoro::Task<> AppModel::changeProject(Uuid id, std::function<void(VideoProject&)
         if (isOpen())
             break;
         changes = m_closedChanges;
-        flushSave();
+        saveEdits();
         closed = co_await m_documents.open(id);
         if (!closed)
             throw captureError("El proyecto ya no se puede leer.");

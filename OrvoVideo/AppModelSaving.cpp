@@ -33,6 +33,12 @@ void AppModel::saveSoon()
 
 void AppModel::flushSave()
 {
+    emit commitWanted();
+    saveEdits();
+}
+
+void AppModel::saveEdits()
+{
     m_autosave.stop();
     m_burst.stop();
     if (!m_project || m_asked == m_edited)

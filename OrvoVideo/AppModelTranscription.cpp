@@ -7,6 +7,7 @@ namespace fs = std::filesystem;
 
 void AppModel::transcribe()
 {
+    flushSave();
     perform([this](WorkControl control) -> QCoro::Task<> {
         if (m_project)
             co_await transcribeProject(*m_project, std::move(control));

@@ -23,10 +23,11 @@ FocusScope {
 
     /// Gives the keyboard to the timeline, where every key of the editor works.
     function takeKeyboard() {
-        if (visible && !editorCommands.isTyping())
+        if (visible && enabled && !editorCommands.isTyping())
             timelineView.canvas.forceActiveFocus(Qt.OtherFocusReason)
     }
 
+    onEnabledChanged: takeKeyboard()
     Keys.onPressed: event => event.accepted = editorCommands.press(event.key, event.modifiers)
 
     EditorCommands {

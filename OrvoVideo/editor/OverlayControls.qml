@@ -34,17 +34,13 @@ OPanel {
         spacing: Theme.space(1)
 
         RowLayout {
-            OTextField {
+            OEntry {
                 Layout.fillWidth: true
                 visible: root.isText
                 plain: true
                 name: "Texto en pantalla"
-                text: root.isText ? root.model.content : ""
-                onEditingFinished: {
-                    if (text !== root.model.content)
-                        root.app.setOverlayText(root.model.overlayId, text)
-                    text = Qt.binding(() => root.isText ? root.model.content : "")
-                }
+                shown: root.isText ? root.model.content : ""
+                onCommitted: text => root.app.setOverlayText(root.model.overlayId, text)
             }
             OLabel {
                 Layout.fillWidth: true

@@ -87,7 +87,7 @@ Item {
             Accessible.description: "Ir a este momento"
             onClicked: root.app.seek(root.start)
         }
-        OTextField {
+        OEntry {
             id: field
 
             anchors.left: time.right
@@ -95,15 +95,11 @@ Item {
             height: parent.height
             plain: true
             name: "Fragmento"
-            text: root.text
+            shown: root.text
             color: root.cut ? Theme.secondaryText : Theme.text
             font.strikeout: root.cut
             onPressed: root.cursor.mark(root.index, false)
-            onEditingFinished: {
-                if (text !== root.text)
-                    root.app.correctWord(root.wordId, text)
-                text = Qt.binding(() => root.text)
-            }
+            onCommitted: text => root.app.correctWord(root.wordId, text)
 
             Rectangle {
                 visible: root.filler

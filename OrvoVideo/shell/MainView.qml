@@ -65,7 +65,10 @@ ApplicationWindow {
 
     onWideChanged: drawer.close()
     onClosing: close => {
-        if (app.busy && !leaveWhileBusy.agreed) {
+        // An agreement holds for one exit: the next one may cancel another operation.
+        const agreed = leaveWhileBusy.agreed
+        leaveWhileBusy.agreed = false
+        if (app.busy && !agreed) {
             close.accepted = false
             leaveWhileBusy.open()
         } else if (!app.prepareToQuit()) {
@@ -298,7 +301,8 @@ ApplicationWindow {
         property bool agreed: false
 
         title: "¿Salir ahora?"
-        message: root.app.status + "\nSi sales, esta operación se cancela. Tus ediciones están guardadas."
+        message: root.app.status + "\nSi sales, esta operación se cancela. "
+            + (root.app.unsavedChanges ? "Tus ediciones se guardan al salir." : "Tus ediciones están guardadas.")
         acceptText: "Cancelar la operación y salir"
         rejectText: "Seguir aquí"
         destructive: true

@@ -24,6 +24,14 @@ ColumnLayout {
     onProjectIdChanged: editor.takeKeyboard()
     Component.onCompleted: editor.takeKeyboard()
 
+    Connections {
+        target: root.app
+
+        function onCommitWanted() {
+            (root.Window.activeFocusItem as OEntry)?.commit()
+        }
+    }
+
     RowLayout {
         Layout.fillWidth: true
         Layout.leftMargin: Theme.space(3)
@@ -38,25 +46,18 @@ ColumnLayout {
             shortcutText: "Ctrl+B"
             onClicked: root.libraryToggled()
         }
-        OTextField {
-            id: title
-
+        OEntry {
             objectName: "title"
             Layout.fillWidth: true
             Layout.maximumWidth: Math.max(160, contentWidth + leftPadding + rightPadding + Theme.space(3))
             plain: true
             name: "Título"
-            text: root.app.project.title
+            shown: root.app.project.title
+            enabled: !root.app.isRecording
             font.pixelSize: Theme.headlineSize
             font.weight: Font.DemiBold
-            maximumLength: 200
-            onEditingFinished: {
-                if (text !== root.app.project.title)
-                    root.app.rename(text)
-                text = Qt.binding(() => root.app.project.title)
-            }
+            onCommitted: text => root.app.rename(text)
             onAccepted: focus = false
-            onGivenUp: text = root.app.project.title
         }
         OLabel {
             objectName: "length"
@@ -112,6 +113,23 @@ ColumnLayout {
         implicitHeight: 1
         color: Theme.line
     }
+    RowLayout {
+        Layout.fillWidth: true
+        Layout.margins: Theme.space(3)
+        Layout.bottomMargin: 0
+        visible: root.app.isRecording
+        spacing: Theme.space(3)
+
+        OIcon {
+            name: "info"
+            color: Theme.accentInk
+        }
+        OLabel {
+            Layout.fillWidth: true
+            text: "Mientras se graba no se puede editar. Pulsa «Terminar» para editar este vídeo."
+            wrapMode: Text.Wrap
+        }
+    }
     EditorView {
         id: editor
 
@@ -119,6 +137,7 @@ ColumnLayout {
         Layout.fillHeight: true
         Layout.margins: Theme.space(3)
         focus: true
+        enabled: !root.app.isRecording
         app: root.app
         inspectorShown: root.inspectorShown
         onSettingsWanted: root.settingsWanted()

@@ -1,8 +1,8 @@
 import QtQuick
 import OrvoVideo
 
-/// A number to type, with decimal comma or point. `edited` tells a number that was entered; the arrows up and down step.
-OTextField {
+/// A number to type, with decimal comma or point. `edited` reports a number that was entered; the up and down keys step.
+OEntry {
     id: control
 
     property real value: 0
@@ -19,23 +19,26 @@ OTextField {
     function enter(number: real) {
         edited(Math.min(Math.max(number, from), to))
     }
+    function step(by: real) {
+        commit()
+        enter(value + by)
+    }
 
     implicitWidth: 76
     horizontalAlignment: TextInput.AlignRight
     inputMethodHints: Qt.ImhFormattedNumbersOnly
     font: Theme.digits(Theme.bodySize)
-    text: shownText()
+    shown: shownText()
     validator: RegularExpressionValidator {
         regularExpression: /-?[0-9]*[.,]?[0-9]*/
     }
     Accessible.role: Accessible.SpinBox
     Accessible.description: text
-    Keys.onUpPressed: enter(value + stepSize)
-    Keys.onDownPressed: enter(value - stepSize)
-    onEditingFinished: {
+    Keys.onUpPressed: step(stepSize)
+    Keys.onDownPressed: step(-stepSize)
+    onCommitted: text => {
         const number = parseFloat(text.replace(",", "."))
-        if (Number.isFinite(number) && text !== shownText())
+        if (Number.isFinite(number))
             enter(number)
-        text = Qt.binding(shownText)
     }
 }

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import OrvoVideo
 
-/// One line of text. `plain` looks like a text until it is pointed at or edited. Escape gives the keyboard back.
+/// One line of text. `plain` looks like a text until it is pointed at or edited. Escape gives up the keyboard.
 TextField {
     id: control
 

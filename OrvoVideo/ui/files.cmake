@@ -5,6 +5,7 @@ set(ORVO_UI_QML
   ui/OButton.qml
   ui/OCaption.qml
   ui/OComboBox.qml
+  ui/OEntry.qml
   ui/OIcon.qml
   ui/OIconButton.qml
   ui/OLabel.qml

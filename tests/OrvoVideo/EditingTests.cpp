@@ -62,9 +62,7 @@ TEST_F(EditingTests, CutsTheSelection)
     EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{7, 9}));
     model->moveCut(1, 2, 3, 4); // There is no such cut.
     EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{7, 9}));
-    model->restoreCutAt(9);
-    EXPECT_THAT(edit().cuts, SizeIs(1));
-    model->restoreCutAt(7);
+    model->restoreCut(7, 9);
     EXPECT_THAT(edit().cuts, IsEmpty());
 
     moveTo(4);
@@ -272,7 +270,10 @@ TEST_F(EditingTests, UndoAfterAnyEditsGivesTheSameValue)
             model->cutSelection();
         },
         [&] { model->cutWord(any(edit().words)); },
-        [&] { model->restoreCutAt(number()); },
+        [&] {
+            if (const auto& cuts = edit().cuts; !cuts.empty())
+                model->restoreCut(cuts[0].start, cuts[0].end);
+        },
         [&] { model->correctWord(any(edit().words), QString::number(number())); },
         [&] { model->addText("t"); },
         [&] { model->addZoom(); },

@@ -85,11 +85,12 @@ TimelineItem& EditorFixture::timeline() const
     return dynamic_cast<TimelineItem&>(*item(QStringLiteral("timeline")));
 }
 
-QQuickItem* EditorFixture::control(QAccessible::Role role, const QString& name) const
+QQuickItem* EditorFixture::control(QAccessible::Role role, const QString& name, const QString& text) const
 {
     return findItem(view->contentItem(), [&](QQuickItem* candidate) {
         auto* interface = QAccessible::queryAccessibleInterface(candidate);
-        return interface && interface->role() == role && interface->text(QAccessible::Name) == name;
+        return interface && interface->role() == role && interface->text(QAccessible::Name) == name
+            && (text.isNull() || candidate->property("text") == text);
     });
 }
 

@@ -27,8 +27,8 @@ protected:
     QQuickItem* item(const QString& name) const;
     TimelineItem& timeline() const;
 
-    /// The item that is read out with this role and name; null when there is none that can be seen.
-    QQuickItem* control(QAccessible::Role role, const QString& name) const;
+    /// The visible item with this accessible role and name and, where given, this text; null when there is none.
+    QQuickItem* control(QAccessible::Role role, const QString& name, const QString& text = {}) const;
     /// Clicks what `control` finds.
     void click(QAccessible::Role role, const QString& name);
 

@@ -10,6 +10,7 @@
 
 #include <QPainter>
 #include <QTest>
+#include <algorithm>
 #include <cmath>
 
 namespace orvo::test {
@@ -265,6 +266,21 @@ TEST_F(TranscriptTests, WordsAreCorrectedCutAndRestored)
     EXPECT_DOUBLE_EQ(model->playhead(), 4) << "found whatever its case and accents";
 }
 
+TEST_F(TranscriptTests, AWordThatIsScrolledAwayKeepsWhatWasTyped)
+{
+    auto demo = silent(3600);
+    fillOneHour(demo);
+    show(demo);
+    click(QAccessible::EditableText, "Fragmento");
+    key(Qt::Key_A, Qt::ControlModifier);
+    type(QStringLiteral("tecleado"));
+    QMetaObject::invokeMethod(item("words"), "positionViewAtEnd");
+    view->grabWindow();
+    key(Qt::Key_Tab);
+    EXPECT_EQ(project().edit.words.front().text, "tecleado");
+    EXPECT_EQ(std::ranges::count(project().edit.words, "tecleado", &TranscriptWord::text), 1);
+}
+
 TEST_F(TranscriptTests, NineThousandWordsMakeAFewEntries)
 {
     auto demo = silent(3600);
@@ -299,6 +315,37 @@ TEST_F(InspectorTests, ControlsEditTheProject)
     EXPECT_EQ(project().edit.cuts.items(), (std::vector<TimeSpan>{{4, 5}}));
     click(QAccessible::Button, "Ver");
     EXPECT_EQ(model->playhead(), 4);
+}
+
+TEST_F(InspectorTests, EscapeGivesUpWhatWasTyped)
+{
+    auto demo = silent();
+    demo.edit.words = {word("hola", 0.5, 1)};
+    demo.edit.overlays.edit().push_back({.content = "Hola", .start = 0, .end = 5, .x = 0.25, .y = 0.25});
+    show(demo);
+    struct Case {
+        const char* section;
+        QAccessible::Role role;
+        const char* name;
+        const char* shown;
+    };
+    for (const auto& [section, role, name, shown] : {Case{"text", QAccessible::EditableText, "Fragmento", "hola"},
+             Case{"effects", QAccessible::EditableText, "Texto en pantalla", "Hola"},
+             Case{"text", QAccessible::SpinBox, "Inicio", "0,00"}, Case{"text", QAccessible::SpinBox, "Final", "1,00"}}) {
+        SCOPED_TRACE(name);
+        view->rootObject()->setProperty("section", section);
+        QQuickItem* field = nullptr;
+        ASSERT_TRUE(waitUntil([&] { return (field = control(role, name, shown)) != nullptr; }));
+        field->forceActiveFocus(Qt::MouseFocusReason);
+        key(Qt::Key_A, Qt::ControlModifier);
+        type(QStringLiteral("5"));
+        ASSERT_EQ(field->property("text"), "5");
+        key(Qt::Key_Escape);
+        EXPECT_FALSE(field->hasActiveFocus());
+        EXPECT_EQ(field->property("text"), shown);
+        EXPECT_FALSE(model->canUndo());
+        EXPECT_EQ(model->selectedSpan(), (Span{0, 1}));
+    }
 }
 
 TEST_F(InspectorTests, EveryControlHasANameAndARole)

@@ -2,6 +2,7 @@
 #include "OrvoVideo/ui/Appearance.h"
 #include "TestSupport/Media.h"
 #include "VideoCore/Error.h"
+#include "TestSupport/SmallDisk.h"
 #include "WindowFixture.h"
 
 #include <QClipboard>
@@ -157,6 +158,100 @@ TEST_F(WindowTests, ALongFailureShowsItsCauseAndIsCopiedWhole)
     EXPECT_TRUE(waitUntil([&] { return model->errorMessage().isEmpty(); }));
 }
 
+TEST_F(WindowTests, KeepsATypedTitleUntilTheProjectIsTaken)
+{
+    const auto lesson = add(VideoProject::make("Antes"));
+    const auto next = add(VideoProject::make("Siguiente"));
+    show();
+    select(lesson);
+    const auto typeTitle = [&](const QString& title) {
+        click(QAccessible::EditableText, "Título");
+        key(Qt::Key_A, Qt::ControlModifier);
+        type(title);
+    };
+    typeTitle("Exportada");
+    model->update([](VideoProject& project) { project.duration = 3; });
+    EXPECT_EQ(control(QAccessible::EditableText, "Título")->property("text"), "Exportada");
+    EXPECT_EQ(project().title, "Antes");
+    key(Qt::Key_E, Qt::ControlModifier);
+    ASSERT_TRUE(waitUntil([&] { return panels->asked == 1; }));
+    EXPECT_THAT(panels->proposedNames, testing::ElementsAre("Exportada.mp4"));
+
+    typeTitle("Publicada");
+    model->publish();
+    EXPECT_EQ(project().title, "Publicada");
+    model->cancel();
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    model->clearError();
+
+    typeTitle("Dejada");
+    select(next);
+    EXPECT_EQ(project().title, "Siguiente");
+    EXPECT_EQ(onDisk(lesson.id).title, "Dejada");
+
+    typeTitle("Cerrada");
+    EXPECT_TRUE(view().close());
+    EXPECT_EQ(onDisk(next.id).title, "Cerrada");
+}
+
+TEST_F(WindowTests, AClickLeavesALongTitleAlone)
+{
+    const auto lesson = add(VideoProject::make(std::string(300, 'a')));
+    show();
+    select(lesson);
+    click(QAccessible::EditableText, "Título");
+    key(Qt::Key_Tab);
+    EXPECT_EQ(project().title, lesson.title);
+    EXPECT_FALSE(model->canUndo());
+}
+
+TEST_F(WindowTests, TypedNumbersCountForACut)
+{
+    auto lesson = VideoProject::make("Demo");
+    lesson.duration = 10;
+    add(lesson);
+    show();
+    select(lesson);
+    click(QAccessible::SpinBox, "Final");
+    key(Qt::Key_A, Qt::ControlModifier);
+    type("7,5");
+    click(QAccessible::Button, "Cortar selección"); // It does not take the keyboard.
+    EXPECT_THAT(project().edit.cuts, testing::ElementsAre(TimeSpan{0, 7.5}));
+}
+
+TEST_F(WindowTests, NothingIsEditedWhileSomethingIsRecorded)
+{
+    const auto lesson = add(VideoProject::make("Demo"));
+    const QString reason = "Mientras se graba no se puede editar. Pulsa «Terminar» para editar este vídeo.";
+    show();
+    select(lesson);
+    const auto enabled = [&] {
+        std::set<bool> states;
+        for (const auto& [role, name] :
+            {std::pair{QAccessible::EditableText, "Título"}, {QAccessible::EditableText, "Buscar en el texto"},
+                {QAccessible::ComboBox, "Idioma"}, {QAccessible::Button, "Inicio aquí"}, {QAccessible::SpinBox, "Inicio"},
+                {QAccessible::Slider, "Línea de tiempo"}}) {
+            if (const auto* found = control(role, name))
+                states.insert(found->isEnabled());
+        }
+        for (const auto* action : view().findChildren<QObject*>()) {
+            if (action->property("text").toString().remove('&') == "Añadir zoom en este punto" && action->property("shortcut").isValid())
+                states.insert(action->property("enabled").toBool());
+        }
+        return states;
+    };
+    EXPECT_THAT(enabled(), testing::ElementsAre(true));
+    EXPECT_FALSE(control(QAccessible::StaticText, reason));
+    model->setRecording(TestModel::Recording::running);
+    EXPECT_THAT(enabled(), testing::ElementsAre(false));
+    EXPECT_TRUE(control(QAccessible::StaticText, reason));
+    model->setRecording(TestModel::Recording::no);
+    EXPECT_THAT(enabled(), testing::ElementsAre(true));
+    EXPECT_FALSE(control(QAccessible::StaticText, reason));
+    key(Qt::Key_Z);
+    EXPECT_EQ(project().edit.events.size(), 1U) << "the editor has the keyboard again";
+}
+
 TEST_F(WindowTests, AFailureIsSaidAndAcknowledged)
 {
     show();
@@ -229,6 +324,28 @@ TEST_F(WindowTests, LeavingDuringALongOperationIsAsked)
     click(QAccessible::Button, "Cancelar la operación y salir");
     EXPECT_TRUE(waitUntil([&] { return !view().isVisible(); }));
     end.give(0);
+}
+
+TEST_F(WindowTests, AsksAgainAfterAnExitThatWasRefused)
+{
+    const auto lesson = add(VideoProject::make("Demo"));
+    show();
+    select(lesson);
+    const Answer<int> end;
+    model->perform([end](WorkControl) -> QCoro::Task<> { co_await end; });
+    {
+        const FileSizeLimit full(100);
+        setTitle("no cabe");
+        EXPECT_FALSE(view().close());
+        click(QAccessible::Button, "Cancelar la operación y salir");
+        click(QAccessible::Button, "Aceptar");
+        ASSERT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Aceptar") == nullptr; }));
+        ASSERT_TRUE(view().isVisible()) << "the edits are only here";
+    }
+    EXPECT_FALSE(view().close());
+    click(QAccessible::Button, "Seguir aquí");
+    end.give(0);
+    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
 }
 
 TEST_F(WindowTests, ProjectsAreChosenWithThePointerAndTheKeyboard)
