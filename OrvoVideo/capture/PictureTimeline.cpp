@@ -24,8 +24,13 @@ void PictureTimeline::handOver(double end)
 
 void PictureTimeline::add(std::shared_ptr<const PictureMemory> picture, double seconds)
 {
-    if (m_newest && seconds <= m_newestTime)
+    if (m_newest && seconds < m_newestTime)
         return;
+    if (m_newest && seconds == m_newestTime) {
+        // Frames on their way at the end of a pause all count from the resume: the last one shows what there is now.
+        m_newest->picture = std::move(picture);
+        return;
+    }
     m_newestTime = seconds;
     if (!m_newest) {
         // What came before is not known: the first picture stands for it.

@@ -140,6 +140,21 @@ TEST(SoundTimelineTests, OneChannelBecomesTwoAndTwoOne)
     EXPECT_THAT(mono.samples, testing::ElementsAre(0.5F, -0.5F));
 }
 
+TEST(PictureTimelineTests, ShowsTheLastOfFramesWithOneTime)
+{
+    std::vector<std::pair<const PictureMemory*, double>> shown;
+    PictureTimeline timeline(
+        [&](const PictureTimeline::Placed& placed) { shown.emplace_back(placed.picture.get(), placed.start); });
+    const auto before = std::make_shared<PictureMemory>(PictureSize{2, 2});
+    const auto menu = std::make_shared<PictureMemory>(PictureSize{2, 2});
+    const auto after = std::make_shared<PictureMemory>(PictureSize{2, 2});
+    timeline.add(before, 0);
+    timeline.add(menu, 2); // At the resume.
+    timeline.add(after, 2); // On its way then.
+    timeline.end(5);
+    EXPECT_THAT(shown, testing::ElementsAre(std::pair(before.get(), 0.0), std::pair(after.get(), 2.0)));
+}
+
 TEST(PictureTimelineTests, EveryPictureIsShownUntilTheNext)
 {
     struct Shown {
@@ -157,7 +172,7 @@ TEST(PictureTimelineTests, EveryPictureIsShownUntilTheNext)
     timeline.add(a, 0.5); // The first picture is shown from the beginning on.
     timeline.standUntil(2);
     timeline.add(b, 1.9); // Its place is taken: it comes behind that, and is not lost.
-    timeline.add(a, 1.9); // No later than the one before.
+    timeline.add(a, 1.8); // Earlier than the one before.
     timeline.add(b, 2.5);
     timeline.end(4);
     ASSERT_EQ(shown.size(), 5U);
