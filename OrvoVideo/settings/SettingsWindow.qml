@@ -18,7 +18,7 @@ ApplicationWindow {
     font.pixelSize: Theme.bodySize
 
     FocusFollower {
-        focusItem: root.activeFocusItem
+        window: root
     }
     SettingsView {
         anchors.fill: parent

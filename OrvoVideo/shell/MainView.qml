@@ -91,7 +91,7 @@ ApplicationWindow {
     }
 
     FocusFollower {
-        focusItem: root.activeFocusItem
+        window: root
     }
     Settings {
         id: remembered

@@ -6,7 +6,25 @@ import OrvoVideo
 QtObject {
     id: root
 
-    required property Item focusItem
+    required property Window window
+    readonly property Item focusItem: window.activeFocusItem
+    property bool due: false
+    property real place: NaN ///< In the window, in the frame before.
+
+    // What was made or shown just now gets its place over some frames: lists grow when their entries are made.
+    readonly property Connections frames: Connections {
+        target: root.window
+        enabled: root.due
+
+        function onAfterAnimating() {
+            root.follow()
+            const now = root.focusItem ? root.focusItem.mapToItem(null, 0, 0).y : NaN
+            root.due = root.focusItem !== null && now !== root.place
+            root.place = now
+            if (root.due)
+                root.window.update()
+        }
+    }
 
     function follow() {
         if (!focusItem || focusItem.focusReason === Qt.MouseFocusReason)
@@ -27,6 +45,9 @@ QtObject {
         page.contentY = Math.min(Math.max(wanted, page.originY), last)
     }
 
-    // Later: what was made or shown just now has no place yet.
-    onFocusItemChanged: Qt.callLater(follow)
+    onFocusItemChanged: {
+        due = true
+        place = NaN
+        window.update()
+    }
 }

@@ -499,6 +499,15 @@ TEST_F(WindowTests, WhatGetsTheKeyboardIsScrolledIntoSight)
                 << where << ": " << focusName().toStdString() << " after " << i;
         }
     };
+    // Of a section that is only made now.
+    key(Qt::Key_T);
+    EXPECT_TRUE(waitUntil([&] {
+        const auto* around = view().activeFocusItem();
+        while (around && !around->inherits("QQuickFlickable"))
+            around = around->parentItem();
+        return around && around->property("contentY").toDouble() > 0 && isInSight(*view().activeFocusItem());
+    })) << focusName().toStdString();
+    EXPECT_EQ(focusName(), "Texto en pantalla");
     for (const auto* section : {"Compartir", "Efectos"}) {
         click(QAccessible::PageTab, section);
         walk(section, Qt::Key_Tab, 60);
