@@ -20,7 +20,10 @@ std::set<std::string> matches(std::string_view text, const char* expression)
     return found;
 }
 
-std::set<std::string> namedBy(const Asset& page) { return matches(page.bytes, R"(\{\{asset:([^}]+)\}\})"); }
+std::set<std::string> namedBy(const Asset& page)
+{
+    return matches(page.bytes, R"(\{\{asset:([^}]+)\}\})");
+}
 
 TEST(WebAssets, HoldsEverythingThatPagesAndModulesName)
 {
@@ -44,7 +47,7 @@ TEST(WebAssets, PreloadsEveryModuleOfAPage)
         const auto* html = findAsset(std::string(page) + ".html");
         ASSERT_NE(html, nullptr);
         const auto named = namedBy(*html);
-        std::set<std::string> needed {std::string(page) + ".js"};
+        std::set<std::string> needed{std::string(page) + ".js"};
         for (auto left = needed; !left.empty();) {
             const auto name = left.extract(left.begin()).value();
             for (const auto& import : matches(findAsset(name)->bytes, R"re(from "\./([^"]+)")re")) {
