@@ -1,6 +1,6 @@
 #include "OrvoBridge/BridgeSession.h"
 
-#include "Platform/Notifications.h"
+#include "Platform/notifications/Notifications.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/Error.h"
 

@@ -1,6 +1,6 @@
 #include "OrvoBridge/BridgeSession.h"
 #include "OrvoBridge/MessageStream.h"
-#include "Platform/Notifications.h"
+#include "Platform/notifications/Notifications.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,6 +1,6 @@
-#include "OrvoVideo/AppModel.h"
-#include "OrvoVideo/SingleInstance.h"
-#include "OrvoVideo/recording/RecordingDesk.h"
+#include "OrvoVideo/model/AppModel.h"
+#include "OrvoVideo/model/SingleInstance.h"
+#include "OrvoVideo/recorder/RecordingDesk.h"
 #include "OrvoVideo/shell/MainWindow.h"
 #include "OrvoVideo/shell/TrayItem.h"
 #include "VideoCore/Error.h"
@@ -16,9 +16,13 @@
 #include <filesystem>
 #include <optional>
 
+Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
-Q_IMPORT_QML_PLUGIN(OrvoVideoPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_SettingsPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_ShellPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_UiPlugin)
 
 namespace {
 

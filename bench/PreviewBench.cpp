@@ -9,7 +9,7 @@
 //   jump SECONDS EXPECTED(0|1)             milliseconds from a jump while playing until its picture; with 1, it was
 //   announced
 
-#include "Platform/PreviewPlayer.h"
+#include "OrvoVideo/playback/PreviewPlayer.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

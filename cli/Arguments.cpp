@@ -1,7 +1,7 @@
 #include "cli/Arguments.h"
 
 #include "cli/Failures.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <algorithm>
 #include <array>

@@ -6,7 +6,7 @@
 #include "cli/Help.h"
 #include "cli/Session.h"
 #include "cli/Terminal.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <algorithm>
 #include <cstdio>

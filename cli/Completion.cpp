@@ -1,7 +1,7 @@
 #include "cli/Completion.h"
 
 #include "VideoCore/Uuid.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

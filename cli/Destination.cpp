@@ -1,7 +1,7 @@
 #include "cli/Destination.h"
 
 #include "VideoCore/Error.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <cerrno>
 #include <format>

@@ -3,7 +3,7 @@
 #include "cli/Command.h"
 #include "cli/Commands.h"
 #include "cli/Failures.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <algorithm>
 #include <cmath>

@@ -6,7 +6,7 @@
 #include "cli/Elements.h"
 #include "cli/Failures.h"
 #include "cli/ImageFile.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <format>
 #include <optional>

@@ -2,7 +2,7 @@
 
 #include "VideoCore/Error.h"
 #include "cli/Library.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <format>
 #include <vector>

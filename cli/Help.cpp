@@ -1,7 +1,7 @@
 #include "cli/Help.h"
 
 #include "cli/Terminal.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <algorithm>
 #include <vector>

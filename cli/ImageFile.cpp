@@ -3,7 +3,7 @@
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 #include "VideoMedia/OverlayImage.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <format>
 

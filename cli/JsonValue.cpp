@@ -1,7 +1,7 @@
 #include "cli/JsonValue.h"
 
 #include "VideoCore/Error.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <cstdlib>
 #include <memory>

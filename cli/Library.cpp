@@ -4,7 +4,7 @@
 #include "cli/Failures.h"
 #include "cli/Interruption.h"
 #include "cli/ProjectLock.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <algorithm>
 #include <format>

@@ -5,7 +5,7 @@
 #include "cli/Command.h"
 #include "cli/Commands.h"
 #include "cli/Terminal.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
-#include "Platform/FfprobeMediaProbe.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoMedia/ExportService.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/MovieImport.h"
 #include "VideoMedia/RecordingPreparation.h"
 #include "cli/Arguments.h"
@@ -11,7 +11,7 @@
 #include "cli/LongWork.h"
 #include "cli/ProjectLock.h"
 #include "cli/RenderOptions.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
 #include <chrono>

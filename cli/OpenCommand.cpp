@@ -2,7 +2,7 @@
 #include "VideoMedia/ProcessRunner.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
 #include <cstdlib>

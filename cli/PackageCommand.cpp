@@ -1,8 +1,8 @@
 #include "OrvoVideo/publishing/PublicationPackage.h"
-#include "Platform/FfprobeMediaProbe.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/Uuid.h"
 #include "VideoMedia/ExportService.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/WorkFolder.h"
 #include "cli/Command.h"
@@ -10,7 +10,7 @@
 #include "cli/Destination.h"
 #include "cli/LongWork.h"
 #include "cli/RenderOptions.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
 #include <format>

@@ -1,14 +1,14 @@
 #include "OrvoVideo/publishing/PublicationPackage.h"
 #include "OrvoVideo/publishing/Sharing.h"
-#include "Platform/FfprobeMediaProbe.h"
 #include "VideoCore/CaptureSession.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
 #include "cli/Failures.h"
 #include "cli/LongWork.h"
 #include "cli/PublishingServer.h"
 #include "cli/RenderOptions.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
 #include <format>

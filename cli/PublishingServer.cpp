@@ -1,8 +1,8 @@
 #include "cli/PublishingServer.h"
 
 #include "OrvoVideo/publishing/Sharing.h"
-#include "Platform/Keychain.h"
-#include "Platform/StoredSettings.h"
+#include "Platform/keychain/Keychain.h"
+#include "Platform/settings/StoredSettings.h"
 #include "VideoCore/Error.h"
 
 #include <cstdlib>

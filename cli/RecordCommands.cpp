@@ -1,6 +1,6 @@
 #include "OrvoVideo/capture/RecordingSession.h"
-#include "Platform/WindowSystem.h"
-#include "Platform/capture/CaptureSources.h"
+#include "OrvoVideo/capture/screen/CaptureSources.h"
+#include "Platform/desktop/WindowSystem.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
@@ -8,7 +8,7 @@
 #include "cli/Interruption.h"
 #include "cli/RecordingLine.h"
 #include "cli/Terminal.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
 #include <algorithm>

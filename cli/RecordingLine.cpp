@@ -2,7 +2,7 @@
 
 #include "cli/Arguments.h"
 #include "cli/Terminal.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <algorithm>
 #include <chrono>

@@ -3,7 +3,7 @@
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/Failures.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
 #include <algorithm>

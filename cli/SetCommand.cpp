@@ -3,7 +3,7 @@
 #include "cli/Commands.h"
 #include "cli/Elements.h"
 #include "cli/Failures.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
 #include <algorithm>

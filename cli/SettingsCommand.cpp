@@ -1,5 +1,5 @@
-#include "Platform/Keychain.h"
-#include "Platform/StoredSettings.h"
+#include "Platform/keychain/Keychain.h"
+#include "Platform/settings/StoredSettings.h"
 #include "VideoMedia/ProcessRunner.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
@@ -7,7 +7,7 @@
 #include "cli/LongWork.h"
 #include "cli/PublishingServer.h"
 #include "cli/SecretInput.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <cstdlib>
 #include <format>

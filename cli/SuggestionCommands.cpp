@@ -6,7 +6,7 @@
 #include "cli/Commands.h"
 #include "cli/Failures.h"
 #include "cli/Terminal.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
 #include <algorithm>

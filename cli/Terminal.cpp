@@ -1,6 +1,6 @@
 #include "cli/Terminal.h"
 
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,15 +1,15 @@
+#include "OrvoVideo/transcription/SpeechModels.h"
 #include "OrvoVideo/transcription/TranscriptionService.h"
-#include "Platform/FfprobeMediaProbe.h"
-#include "Platform/SpeechModels.h"
 #include "VideoCore/Suggestions.h"
 #include "VideoMedia/AnalysisAudio.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
 #include "cli/Failures.h"
 #include "cli/LongWork.h"
 #include "cli/ProjectLock.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
 #include <algorithm>

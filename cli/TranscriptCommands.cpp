@@ -10,7 +10,7 @@
 #include "cli/Failures.h"
 #include "cli/RenderOptions.h"
 #include "cli/Terminal.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <algorithm>
 #include <format>

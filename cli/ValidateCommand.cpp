@@ -1,5 +1,5 @@
-#include "Platform/FfprobeMediaProbe.h"
 #include "VideoCore/FileIO.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/OverlayImage.h"
 #include "VideoMedia/ProcessRunner.h"
 #include "VideoMedia/VideoLimits.h"
@@ -9,7 +9,7 @@
 #include "cli/Failures.h"
 #include "cli/ProgressBar.h"
 #include "cli/Terminal.h"
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
 #include <algorithm>

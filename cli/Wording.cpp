@@ -1,6 +1,6 @@
 #include "cli/Wording.h"
 
-#include "cli/Text.h"
+#include "cli/TextColumns.h"
 
 #include <algorithm>
 #include <array>

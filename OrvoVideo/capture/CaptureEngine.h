@@ -1,11 +1,11 @@
 #pragma once
 
 #include "OrvoVideo/capture/CaptureOptions.h"
-#include "OrvoVideo/capture/SampleWriter.h"
-#include "OrvoVideo/capture/SteadyCamera.h"
-#include "Platform/PointerMonitor.h"
-#include "Platform/capture/AudioInputs.h"
-#include "Platform/capture/ScreenStream.h"
+#include "OrvoVideo/capture/audio/AudioInputs.h"
+#include "OrvoVideo/capture/camera/SteadyCamera.h"
+#include "OrvoVideo/capture/pointer/PointerMonitor.h"
+#include "OrvoVideo/capture/screen/ScreenStream.h"
+#include "OrvoVideo/capture/tracks/SampleWriter.h"
 #include "VideoCore/VideoProject.h"
 
 #include <exception>

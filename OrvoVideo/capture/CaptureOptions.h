@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/capture/CapturedPicture.h"
-#include "Platform/capture/Geometry.h"
+#include "OrvoVideo/capture/screen/CapturedPicture.h"
+#include "VideoCore/Geometry.h"
 
 #include <cstdint>
 #include <optional>

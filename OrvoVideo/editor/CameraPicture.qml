@@ -1,7 +1,6 @@
 import QtQuick
 import Orvo.Model
 import Orvo.Preview
-import OrvoVideo
 
 /// The camera on the preview, where an export puts it. It can be dragged and sized.
 Item {

@@ -1,5 +1,5 @@
 import QtQuick
-import OrvoVideo
+import Orvo.Ui
 
 /// Lets something on the picture be dragged, and sized at its lower right corner. Distances are fractions of `space`.
 Item {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "OrvoVideo/AppModel.h"
 #include "OrvoVideo/editor/Shuttle.h"
 #include "OrvoVideo/editor/TimelineItem.h"
+#include "OrvoVideo/model/AppModel.h"
 
 #include <QPointer>
 #include <QVariantList>

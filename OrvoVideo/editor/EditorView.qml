@@ -4,7 +4,7 @@ import QtCore
 import QtQuick
 import QtQuick.Controls.Basic
 import Orvo.Model
-import OrvoVideo
+import Orvo.Ui
 
 /// The editor of the open project: preview and timeline, and the inspector beside them. Its keys work wherever the keyboard
 /// is in it, unless what has the keyboard uses them itself.

@@ -4,7 +4,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Orvo.Model
-import OrvoVideo
+import Orvo.Ui
 
 /// Suggestions, cuts, pointer and zoom, camera, texts and images, picture and voice, and how to export.
 Flickable {

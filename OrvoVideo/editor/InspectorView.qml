@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Layouts
 import Orvo.Model
-import OrvoVideo
+import Orvo.Ui
 
 /// The words, the effects and the sharing of the open project.
 Item {

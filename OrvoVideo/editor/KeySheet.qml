@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
-import OrvoVideo
+import Orvo.Ui
 
 /// Every key of the editor and what it does.
 Popup {

@@ -1,6 +1,6 @@
 #include "OrvoVideo/editor/MediaStrips.h"
 
-#include "OrvoVideo/Text.h"
+#include "OrvoVideo/model/ModelText.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/ProcessRunner.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "EditorGeometry/WaveformPeaks.h"
-#include "OrvoVideo/support/Workers.h"
+#include "OrvoVideo/model/Workers.h"
 
 #include <QCache>
 #include <QCoroTask>

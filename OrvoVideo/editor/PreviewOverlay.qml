@@ -1,6 +1,5 @@
 import QtQuick
 import Orvo.Model
-import OrvoVideo
 
 /// A text or an image on the preview while it is shown. It can be dragged to another place, an image also to another width.
 Item {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "EditorGeometry/PreviewGeometry.h"
-#include "OrvoVideo/AppModel.h"
+#include "OrvoVideo/model/AppModel.h"
 
 #include <QPointer>
 #include <QRectF>

@@ -4,7 +4,7 @@ import QtQuick
 import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Preview
-import OrvoVideo
+import Orvo.Ui
 
 /// The picture with everything that an export puts on it, and the controls to play it.
 ColumnLayout {

@@ -4,7 +4,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Orvo.Model
-import OrvoVideo
+import Orvo.Ui
 
 /// Where and for whom the video is published.
 Flickable {

@@ -4,7 +4,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Orvo.Model
-import OrvoVideo
+import Orvo.Ui
 
 /// What the analysis proposes.
 ColumnLayout {

@@ -4,7 +4,7 @@ import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Orvo.Model
-import OrvoVideo
+import Orvo.Ui
 
 /// The transcript: read it, correct it, and cut the video with it.
 ColumnLayout {

@@ -1,6 +1,6 @@
 #include "OrvoVideo/editor/TimelineItem.h"
 
-#include "OrvoVideo/Text.h"
+#include "OrvoVideo/model/ModelText.h"
 
 #include <QHoverEvent>
 #include <QQuickWindow>

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "EditorGeometry/Snapping.h"
-#include "OrvoVideo/AppModel.h"
 #include "OrvoVideo/editor/MediaStrips.h"
 #include "OrvoVideo/editor/TimelinePainter.h"
+#include "OrvoVideo/model/AppModel.h"
 
 #include <QPointer>
 #include <QQuickPaintedItem>

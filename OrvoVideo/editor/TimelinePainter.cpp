@@ -1,6 +1,6 @@
 #include "OrvoVideo/editor/TimelinePainter.h"
 
-#include "OrvoVideo/Text.h"
+#include "OrvoVideo/model/ModelText.h"
 
 #include <QFontMetricsF>
 #include <QPainterPath>

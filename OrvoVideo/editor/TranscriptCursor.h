@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OrvoVideo/AppModel.h"
+#include "OrvoVideo/model/AppModel.h"
 
 #include <QPointer>
 

@@ -1,8 +1,8 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import OrvoVideo
 import Orvo.Model
+import Orvo.Ui
 
 /// One fragment of the transcript, with the pause before it.
 Item {

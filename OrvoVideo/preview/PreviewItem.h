@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/PreviewPlayer.h"
+#include "OrvoVideo/playback/PreviewPlayer.h"
 
 #include <QPointer>
 #include <QQuickItem>

@@ -1,6 +1,6 @@
 #include "OrvoVideo/publishing/HttpClient.h"
 
-#include "Platform/SystemProxy.h"
+#include "Platform/proxy/SystemProxy.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Layouts
 import Orvo.Model
-import OrvoVideo
+import Orvo.Ui
 
 /// The publishing server and its credential.
 SettingsGroup {

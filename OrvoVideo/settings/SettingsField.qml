@@ -1,6 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
-import OrvoVideo
+import Orvo.Ui
 
 /// One line of text under its name, bound to a value of the model. `secure` hides what is typed until it is asked for.
 ColumnLayout {

@@ -1,6 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
-import OrvoVideo
+import Orvo.Ui
 
 /// Settings that belong together, under their title.
 ColumnLayout {

@@ -1,6 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
-import OrvoVideo
+import Orvo.Ui
 
 /// What a person should know about the settings above it.
 OLabel {

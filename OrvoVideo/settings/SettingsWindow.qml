@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 import Orvo.Model
-import OrvoVideo
+import Orvo.Ui
 
 /// The settings in a window of their own.
 ApplicationWindow {

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Layouts
 import Orvo.Model
-import OrvoVideo
+import Orvo.Ui
 
 /// One global shortcut: what it does, and the combination, which can be changed by pressing another.
 RowLayout {

@@ -1,6 +1,6 @@
 #include "OrvoVideo/settings/SpeechModelList.h"
 
-#include "Platform/SpeechModels.h"
+#include "OrvoVideo/transcription/SpeechModels.h"
 
 namespace orvo {
 

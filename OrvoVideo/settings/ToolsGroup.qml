@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Layouts
 import Orvo.Model
-import OrvoVideo
+import Orvo.Ui
 
 /// The programs that the application depends on, and where the projects are.
 SettingsGroup {

@@ -1,6 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
+import Orvo.Ui
 
 /// One of the appearances of the windows to choose from.
 Action {

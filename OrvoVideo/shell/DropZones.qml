@@ -2,7 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import Orvo.Model
-import OrvoVideo
+import Orvo.Ui
 
 /// Where files dragged over the window can be dropped: a movie becomes a project, or joins the open one; an image is laid
 /// over the open one.

@@ -1,6 +1,6 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
+import Orvo.Ui
 
 /// One project of the library: its picture, title, length, date and, when it needs attention, its state.
 ItemDelegate {

@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
 import Orvo.Model
-import OrvoVideo
+import Orvo.Ui
 
 /// The menus of the main window. Their shortcuts hold in the whole window; a text field that is being edited keeps its own.
 MenuBar {

@@ -4,7 +4,9 @@ import QtCore
 import QtQuick
 import QtQuick.Controls.Basic
 import Orvo.Model
-import OrvoVideo
+import Orvo.Recorder
+import Orvo.Settings
+import Orvo.Ui
 
 /// The main window: the library beside the open project or the welcome page, over the status bar.
 ApplicationWindow {

@@ -25,7 +25,7 @@ MainWindow::MainWindow(AppModel& model, QObject* parent)
 {
     m_engine.addImageProvider(QLatin1String(ThumbnailProvider::name), m_thumbnails);
     m_engine.setInitialProperties({{QStringLiteral("app"), QVariant::fromValue(&m_model)}});
-    m_engine.loadFromModule("OrvoVideo", "MainView");
+    m_engine.loadFromModule("Orvo.Shell", "MainView");
     if (m_engine.rootObjects().isEmpty())
         throw std::runtime_error("the main window cannot be made");
     m_window = qobject_cast<QQuickWindow*>(m_engine.rootObjects().constFirst());

@@ -1,6 +1,6 @@
 #include "OrvoVideo/shell/ProjectThumbnails.h"
 
-#include "OrvoVideo/Text.h"
+#include "OrvoVideo/model/ModelText.h"
 #include "VideoCore/Error.h"
 #include "VideoMedia/ProcessRunner.h"
 

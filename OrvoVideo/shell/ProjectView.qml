@@ -1,7 +1,8 @@
 import QtQuick
 import QtQuick.Layouts
 import Orvo.Model
-import OrvoVideo
+import Orvo.Editor
+import Orvo.Ui
 
 /// The open project: its title and what can be done with the whole of it, over the editor.
 ColumnLayout {

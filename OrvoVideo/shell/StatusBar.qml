@@ -1,7 +1,9 @@
 import QtQuick
 import QtQuick.Layouts
 import Orvo.Model
-import OrvoVideo
+import Orvo.Editor
+import Orvo.Recorder
+import Orvo.Ui
 
 /// What is going on: the progress of the long operation with the way to stop it, the last error, or the status. Without a
 /// long operation, the reading of the sound for the timeline. While recording, how long, and what ends it.

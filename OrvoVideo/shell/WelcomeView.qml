@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
 import Orvo.Model
-import OrvoVideo
+import Orvo.Ui
 
 /// What the application is for, and the way to begin.
 Item {

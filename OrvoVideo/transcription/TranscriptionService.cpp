@@ -1,6 +1,6 @@
 #include "OrvoVideo/transcription/TranscriptionService.h"
 
-#include "Platform/SpeechModels.h"
+#include "OrvoVideo/transcription/SpeechModels.h"
 #include "VideoCore/Error.h"
 
 #include <cerrno>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/SpeechRecognizer.h"
+#include "OrvoVideo/transcription/SpeechRecognizer.h"
 #include "VideoCore/VideoProject.h"
 #include "VideoMedia/ProcessRunner.h"
 

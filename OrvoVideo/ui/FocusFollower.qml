@@ -1,5 +1,4 @@
 import QtQuick
-import OrvoVideo
 
 /// Scrolls what gets the keyboard into sight, in every list and page around it. One for each window. What the pointer
 /// presses is seen already, and must not move under it.

@@ -1,5 +1,4 @@
 import QtQuick
-import OrvoVideo
 
 /// Shows around its parent that the keyboard is there.
 Rectangle {

@@ -45,7 +45,7 @@ void Icon::setColor(const QColor& color)
 
 QImage Icon::image(const QString& name, const QColor& color, int pixels)
 {
-    QFile file(QStringLiteral(":/qt/qml/OrvoVideo/ui/icons/%1.svg").arg(name));
+    QFile file(QStringLiteral(":/qt/qml/Orvo/Ui/icons/%1.svg").arg(name));
     if (!file.open(QIODevice::ReadOnly)) {
         qCWarning(log) << "no icon named" << name;
         return {};

@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
 
 /// A button with a text and an icon before it, either of which may be missing. `prominent` marks what comes next;
 /// `destructive` what takes something away.

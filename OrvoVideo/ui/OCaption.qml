@@ -1,5 +1,4 @@
 import QtQuick
-import OrvoVideo
 
 /// The small letters over a section: "BIBLIOTECA".
 OLabel {

@@ -2,7 +2,6 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
 
 /// A choice of one among several, in a list that opens.
 ComboBox {

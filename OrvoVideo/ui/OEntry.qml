@@ -1,5 +1,4 @@
 import QtQuick
-import OrvoVideo
 
 /// One line of text that edits a value of the model. It follows `shown` until the user types; what was typed is committed when
 /// the field loses the keyboard, with Return, or by `commit`. Escape restores `shown`.

@@ -1,5 +1,4 @@
 import QtQuick
-import OrvoVideo
 
 /// One of the outline icons, `size` wide and high, in the colour of the text around it.
 IconImage {

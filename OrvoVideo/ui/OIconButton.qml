@@ -1,7 +1,6 @@
 pragma ComponentBehavior: Bound
 
 import QtQuick
-import OrvoVideo
 
 /// A button that is an icon. Its `text` is its name and, with the shortcut, its tooltip.
 OButton {

@@ -1,5 +1,4 @@
 import QtQuick
-import OrvoVideo
 
 /// A text. `secondary` for what explains or labels something else.
 Text {

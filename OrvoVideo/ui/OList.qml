@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
 
 /// A list inside a page, at most `maximumHeight` high. Up and down move the keyboard to the same control of the entry before
 /// or behind, which Tab alone does not reach while the entry is out of sight.

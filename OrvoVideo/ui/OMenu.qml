@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
 
 /// A menu in the looks of the application.
 Menu {

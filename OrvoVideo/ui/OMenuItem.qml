@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
 
 /// An entry of a menu, with the shortcut of its action on the right.
 MenuItem {

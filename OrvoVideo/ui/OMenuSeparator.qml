@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
 
 MenuSeparator {
     padding: 0

@@ -1,5 +1,4 @@
 import QtQuick
-import OrvoVideo
 
 /// The text of a menu or of its entry, whose letter behind "&" is underlined.
 Text {

@@ -1,5 +1,4 @@
 import QtQuick
-import OrvoVideo
 
 /// A number to type, with decimal comma or point. `edited` reports a number that was entered; the up and down keys step.
 OEntry {

@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
 
 /// A surface on the window that holds what belongs together.
 Pane {

@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
 
 /// A thin bar that shows when there is something to scroll.
 ScrollBar {

@@ -2,7 +2,6 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
 
 /// A choice of one among few, side by side. `model` is a list of texts; `activated` tells what the user chose.
 Control {

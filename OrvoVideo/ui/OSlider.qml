@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
 
 /// A named value to drag: the name and the value with its unit over the slider. `edited` tells every value the user chooses.
 Item {

@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
 
 /// A named choice between on and off: the name on the left, the switch on the right.
 Switch {

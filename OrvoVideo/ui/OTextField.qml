@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
 
 /// One line of text. `plain` looks like a text until it is pointed at or edited. Escape gives up the keyboard.
 TextField {

@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import OrvoVideo
 
 /// Says what its parent does, a moment after the pointer rests on it.
 ToolTip {

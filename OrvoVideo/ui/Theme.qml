@@ -1,7 +1,6 @@
 pragma Singleton
 
 import QtQuick
-import OrvoVideo
 
 /// Colours, sizes and texts that every view shares.
 QtObject {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/capture/Geometry.h"
 #include "Platform/portal/PortalSession.h"
+#include "VideoCore/Geometry.h"
 
 #include <QDBusConnection>
 #include <QObject>

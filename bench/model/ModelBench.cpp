@@ -3,9 +3,9 @@
 
 #include "Fakes.h"
 #include "NoRecording.h"
-#include "OrvoVideo/AppModel.h"
-#include "OrvoVideo/Text.h"
-#include "Platform/FfprobeMediaProbe.h"
+#include "OrvoVideo/model/AppModel.h"
+#include "OrvoVideo/model/ModelText.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 #include "core/SampleProject.h"
 
 #include <QCoreApplication>

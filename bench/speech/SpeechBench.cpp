@@ -6,8 +6,8 @@
 ///     bench_speech memory MODEL LANGUAGE quick|careful WAVE     the same as `words`; prints in MB how much more memory
 ///                                                               the program had at its most than before
 
-#include "Platform/SpeechRecognizer.h"
-#include "Platform/speech/WaveReader.h"
+#include "OrvoVideo/transcription/SpeechRecognizer.h"
+#include "OrvoVideo/transcription/WaveReader.h"
 
 #include <algorithm>
 #include <cstdio>

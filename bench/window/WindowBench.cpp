@@ -5,7 +5,7 @@
 // STARTED is when this process was started, in nanoseconds of the monotonic clock. PROJECT is opened once the library is
 // listed, and played for SECONDS. The library is that of ORVO_LIBRARY. Answers with one JSON object; times are milliseconds.
 
-#include "OrvoVideo/AppModel.h"
+#include "OrvoVideo/model/AppModel.h"
 #include "OrvoVideo/shell/MainWindow.h"
 
 #include <QApplication>
@@ -20,9 +20,13 @@
 #include <functional>
 #include <iostream>
 
+Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
-Q_IMPORT_QML_PLUGIN(OrvoVideoPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_SettingsPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_ShellPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_UiPlugin)
 
 namespace {
 

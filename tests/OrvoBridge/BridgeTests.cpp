@@ -1,5 +1,4 @@
 #include "BridgeProcess.h"
-#include "Platform/FfprobeMediaProbe.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/SmallDisk.h"
 #include "TestSupport/TemporaryFolder.h"
@@ -7,6 +6,7 @@
 #include "VideoCore/FileIO.h"
 #include "VideoCore/PointerLog.h"
 #include "VideoCore/ProjectStore.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/RecordingPreparation.h"
 
 #include <chrono>

@@ -1,6 +1,6 @@
 #include "ModelFixture.h"
-#include "OrvoVideo/browser/BrowserIntegration.h"
-#include "Platform/Notifications.h"
+#include "OrvoVideo/model/BrowserIntegration.h"
+#include "Platform/notifications/Notifications.h"
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/OrdinaryUser.h"
 #include "TestSupport/PrivateBus.h"

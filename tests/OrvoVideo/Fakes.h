@@ -1,12 +1,12 @@
 #pragma once
 
-#include "OrvoVideo/recording/RegionPicker.h"
-#include "Platform/FilePanels.h"
-#include "Platform/Keychain.h"
-#include "Platform/Pasteboard.h"
-#include "Platform/PreviewPlayer.h"
-#include "Platform/ShortcutKeys.h"
-#include "Platform/Workspace.h"
+#include "OrvoVideo/model/RegionPicker.h"
+#include "OrvoVideo/playback/PreviewPlayer.h"
+#include "Platform/keychain/Keychain.h"
+#include "Platform/shortcuts/ShortcutKeys.h"
+#include "Platform/workspace/FilePanels.h"
+#include "Platform/workspace/Pasteboard.h"
+#include "Platform/workspace/Workspace.h"
 #include "VideoCore/Error.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "OrvoVideo/History.h"
+#include "OrvoVideo/model/History.h"
 #include "TestSupport/Projects.h"
 #include "VideoCore/Edits.h"
 

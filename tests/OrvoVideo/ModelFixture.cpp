@@ -1,6 +1,6 @@
 #include "ModelFixture.h"
 
-#include "Platform/FfprobeMediaProbe.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>

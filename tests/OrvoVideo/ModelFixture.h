@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Fakes.h"
-#include "OrvoVideo/AppModel.h"
+#include "OrvoVideo/model/AppModel.h"
 #include "TestSupport/Projects.h"
 #include "TestSupport/TemporaryFolder.h"
 

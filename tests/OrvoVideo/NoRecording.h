@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Fakes.h"
-#include "OrvoVideo/AppServices.h"
+#include "OrvoVideo/model/AppServices.h"
 
 namespace orvo::test {
 

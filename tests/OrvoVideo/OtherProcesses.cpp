@@ -2,8 +2,8 @@
 
 #include "ModelFixture.h"
 #include "NoRecording.h"
-#include "OrvoVideo/SingleInstance.h"
-#include "Platform/FfprobeMediaProbe.h"
+#include "OrvoVideo/model/SingleInstance.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 
 #include <QCoreApplication>
 #include <QRandomGenerator>

@@ -1,8 +1,8 @@
-#include "../Platform/CountedVideo.h"
 #include "ModelFixture.h"
 #include "NoRecording.h"
-#include "Platform/FfprobeMediaProbe.h"
-#include "Platform/GstPreviewPlayer.h"
+#include "OrvoVideo/playback/GstPreviewPlayer.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
+#include "playback/CountedVideo.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,5 @@
 #include "ModelFixture.h"
-#include "OrvoVideo/Text.h"
+#include "OrvoVideo/model/ModelText.h"
 #include "TestSupport/Media.h"
 
 #include <QCoreApplication>

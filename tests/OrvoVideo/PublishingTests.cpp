@@ -1,6 +1,6 @@
 #include "ModelFixture.h"
 #include "OrvoVideo/publishing/Publisher.h"
-#include "Platform/StoredSettings.h"
+#include "Platform/settings/StoredSettings.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/PrivateBus.h"
 #include "TestSupport/PublishingServer.h"

@@ -1,4 +1,4 @@
-#include "OrvoVideo/shortcuts/ShortcutManager.h"
+#include "OrvoVideo/model/ShortcutManager.h"
 
 #include "ModelFixture.h"
 

@@ -1,4 +1,4 @@
-#include "OrvoVideo/SingleInstance.h"
+#include "OrvoVideo/model/SingleInstance.h"
 
 #include "ModelFixture.h"
 

@@ -1,5 +1,5 @@
 #include "ModelFixture.h"
-#include "OrvoVideo/support/Workers.h"
+#include "OrvoVideo/model/Workers.h"
 
 #include <QCoreApplication>
 #include <QThread>

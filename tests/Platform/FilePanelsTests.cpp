@@ -1,4 +1,4 @@
-#include "Platform/FilePanels.h"
+#include "Platform/workspace/FilePanels.h"
 
 #include "TestSupport/TemporaryFolder.h"
 

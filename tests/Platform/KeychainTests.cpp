@@ -1,4 +1,4 @@
-#include "Platform/Keychain.h"
+#include "Platform/keychain/Keychain.h"
 #include "PromptingKeyring.h"
 #include "TestSupport/Keyring.h"
 #include "VideoCore/Error.h"

@@ -1,7 +1,7 @@
-#include "Platform/ShortcutKeys.h"
+#include "Platform/shortcuts/ShortcutKeys.h"
 
-#include "Platform/input/VirtualKeys.h"
-#include "Platform/portal/PortalShortcutKeys.h"
+#include "Platform/shortcuts/PortalShortcutKeys.h"
+#include "Platform/shortcuts/VirtualKeys.h"
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/FakePortal.h"
 #include "TestSupport/PrivateBus.h"

@@ -1,4 +1,4 @@
-#include "Platform/StoredSettings.h"
+#include "Platform/settings/StoredSettings.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/FileIO.h"
 

@@ -1,4 +1,4 @@
-#include "Platform/Workspace.h"
+#include "Platform/workspace/Workspace.h"
 
 #include <QCoreApplication>
 #include <QDBusConnection>

@@ -1,9 +1,9 @@
 #include "VideoMedia/AnalysisAudio.h"
 
-#include "Platform/FfprobeMediaProbe.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/ProjectFixture.h"
 #include "VideoCore/Error.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 
 #include <fstream>
 #include <gmock/gmock.h>

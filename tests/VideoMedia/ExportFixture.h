@@ -1,10 +1,10 @@
 #pragma once
 
-#include "Platform/FfprobeMediaProbe.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/ProjectFixture.h"
 #include "VideoCore/Error.h"
 #include "VideoMedia/ExportService.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 
 namespace orvo::test {
 

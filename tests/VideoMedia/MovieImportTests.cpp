@@ -1,12 +1,12 @@
 #include "VideoMedia/MovieImport.h"
 
-#include "Platform/FfprobeMediaProbe.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/ProjectFixture.h"
 #include "TestSupport/SmallDisk.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 #include "VideoMedia/ExportService.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 // Renders the main states of the windows to pictures: orvo-shots FOLDER
 
-#include "OrvoVideo/AppModel.h"
+#include "OrvoVideo/model/AppModel.h"
 #include "OrvoVideo/shell/MainWindow.h"
 #include "OrvoVideo/ui/Appearance.h"
 #include "SampleLibrary.h"
@@ -22,9 +22,13 @@
 #include <functional>
 #include <iostream>
 
+Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
-Q_IMPORT_QML_PLUGIN(OrvoVideoPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_SettingsPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_ShellPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_UiPlugin)
 
 namespace orvo::shots {
 

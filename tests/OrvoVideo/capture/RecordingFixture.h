@@ -1,13 +1,13 @@
 #pragma once
 
 #include "OrvoVideo/capture/RecordingSession.h"
-#include "Platform/FfprobeMediaProbe.h"
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/PatternWindow.h"
 #include "TestSupport/SoundWorld.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "TestSupport/TimePattern.h"
 #include "TestSupport/VirtualDisplay.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 
 #include <gtest/gtest.h>
 #include <memory>

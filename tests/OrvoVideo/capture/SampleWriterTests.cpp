@@ -1,4 +1,4 @@
-#include "OrvoVideo/capture/SampleWriter.h"
+#include "OrvoVideo/capture/tracks/SampleWriter.h"
 
 #include "TestSupport/Media.h"
 #include "TestSupport/SmallDisk.h"

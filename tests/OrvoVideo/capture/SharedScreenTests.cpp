@@ -1,4 +1,4 @@
-#include "Platform/capture/ScreenStream.h"
+#include "OrvoVideo/capture/screen/ScreenStream.h"
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/SharedScreen.h"
 #include "TestSupport/SoundWorld.h"

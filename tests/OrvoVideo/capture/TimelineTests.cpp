@@ -1,7 +1,7 @@
 #include "OrvoVideo/capture/CaptureOptions.h"
-#include "OrvoVideo/capture/PictureTimeline.h"
-#include "OrvoVideo/capture/SoundTimeline.h"
-#include "Platform/capture/PictureFitter.h"
+#include "OrvoVideo/capture/screen/PictureFitter.h"
+#include "OrvoVideo/capture/tracks/PictureTimeline.h"
+#include "OrvoVideo/capture/tracks/SoundTimeline.h"
 
 #include <algorithm>
 #include <cmath>

@@ -40,7 +40,7 @@ void EditorFixture::show(VideoProject project)
     view = std::make_unique<QQuickView>();
     view->setResizeMode(QQuickView::SizeRootObjectToView);
     view->setInitialProperties({{QStringLiteral("app"), QVariant::fromValue<AppModel*>(model.get())}});
-    view->loadFromModule("OrvoVideo", "EditorView");
+    view->loadFromModule("Orvo.Editor", "EditorView");
     ASSERT_EQ(view->status(), QQuickView::Ready);
     view->resize(1200, 800);
     view->show();

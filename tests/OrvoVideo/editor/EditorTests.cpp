@@ -4,9 +4,9 @@
 #include "OrvoVideo/editor/PreviewMarks.h"
 #include "OrvoVideo/editor/PreviewScene.h"
 #include "OrvoVideo/editor/TimelineItem.h"
-#include "Platform/FfprobeMediaProbe.h"
 #include "TestSupport/Media.h"
 #include "VideoMedia/ExportService.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 
 #include <QPainter>
 #include <QTest>

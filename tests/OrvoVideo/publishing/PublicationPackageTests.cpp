@@ -1,8 +1,8 @@
 #include "OrvoVideo/publishing/PublicationPackage.h"
-#include "Platform/FfprobeMediaProbe.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/ProjectFixture.h"
 #include "VideoCore/Error.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
 
 #include <gmock/gmock.h>
 

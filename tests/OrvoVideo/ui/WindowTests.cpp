@@ -1,8 +1,8 @@
-#include "OrvoVideo/shell/Wording.h"
+#include "OrvoVideo/shell/LinuxWording.h"
 #include "OrvoVideo/ui/Appearance.h"
 #include "TestSupport/Media.h"
-#include "VideoCore/Error.h"
 #include "TestSupport/SmallDisk.h"
+#include "VideoCore/Error.h"
 #include "WindowFixture.h"
 
 #include <QClipboard>
@@ -235,7 +235,8 @@ TEST_F(WindowTests, NothingIsEditedWhileSomethingIsRecorded)
                 states.insert(found->isEnabled());
         }
         for (const auto* action : view().findChildren<QObject*>()) {
-            if (action->property("text").toString().remove('&') == "Añadir zoom en este punto" && action->property("shortcut").isValid())
+            if (action->property("text").toString().remove('&') == "Añadir zoom en este punto"
+                && action->property("shortcut").isValid())
                 states.insert(action->property("enabled").toBool());
         }
         return states;

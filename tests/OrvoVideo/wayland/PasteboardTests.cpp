@@ -1,4 +1,4 @@
-#include "Platform/Pasteboard.h"
+#include "Platform/workspace/Pasteboard.h"
 
 #include <QEventLoop>
 #include <QGuiApplication>

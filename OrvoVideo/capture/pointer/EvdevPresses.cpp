@@ -1,0 +1,174 @@
+#include "OrvoVideo/capture/pointer/EvdevPresses.h"
+
+#include "OrvoVideo/capture/pointer/PressListener.h"
+#include "OrvoVideo/capture/pointer/WakeUp.h"
+
+#include <fcntl.h>
+#include <libevdev/libevdev.h>
+#include <map>
+#include <poll.h>
+#include <sys/inotify.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace orvo {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct FreeDevice {
+    void operator()(libevdev* device) const noexcept
+    {
+        const int descriptor = libevdev_get_fd(device);
+        libevdev_free(device);
+        ::close(descriptor);
+    }
+};
+
+/// An open device with its descriptor.
+using Device = std::unique_ptr<libevdev, FreeDevice>;
+
+/// Nothing when it may not be read or is nothing that moves a pointer.
+Device openDevice(const fs::path& file)
+{
+    const int descriptor = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0)
+        return {};
+    libevdev* raw = nullptr;
+    if (libevdev_new_from_fd(descriptor, &raw) < 0) {
+        ::close(descriptor);
+        return {};
+    }
+    Device device(raw);
+    const bool moves = libevdev_has_event_type(raw, EV_REL) != 0 || libevdev_has_event_type(raw, EV_ABS) != 0;
+    if (!moves || libevdev_has_event_code(raw, EV_KEY, BTN_LEFT) == 0)
+        return {};
+    return device;
+}
+
+bool isEventFile(const fs::path& file)
+{
+    return file.filename().string().starts_with("event");
+}
+
+} // namespace
+
+class EvdevPresses::Reader {
+public:
+    explicit Reader(const fs::path& folder)
+        : m_folder(folder)
+        , m_watch(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
+    {
+        // A device is there first and may be read a moment later, when its rights are set.
+        ::inotify_add_watch(m_watch, folder.c_str(), IN_CREATE | IN_ATTRIB | IN_DELETE);
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator(folder, error))
+            add(entry.path());
+    }
+
+    ~Reader()
+    {
+        if (m_thread.joinable()) {
+            m_thread.request_stop();
+            m_wakeUp.call();
+            m_thread.join();
+        }
+        ::close(m_watch);
+    }
+
+    Reader(const Reader&) = delete;
+    Reader& operator=(const Reader&) = delete;
+
+    bool hasDevices() const noexcept { return !m_devices.empty(); }
+
+    void start()
+    {
+        m_thread = std::jthread([this](const std::stop_token& stop) { read(stop); });
+    }
+
+    PressListener listener;
+
+private:
+    void add(const fs::path& file)
+    {
+        if (!isEventFile(file) || m_devices.contains(file))
+            return;
+        if (auto device = openDevice(file))
+            m_devices.emplace(file, std::move(device));
+    }
+
+    void read(const std::stop_token& stop)
+    {
+        while (!stop.stop_requested()) {
+            std::vector<pollfd> sources{{.fd = m_wakeUp.descriptor(), .events = POLLIN}, {.fd = m_watch, .events = POLLIN}};
+            for (const auto& [file, device] : m_devices)
+                sources.push_back({.fd = libevdev_get_fd(device.get()), .events = POLLIN});
+            ::poll(sources.data(), sources.size(), -1);
+            std::erase_if(m_devices, [this](const auto& entry) { return !readDevice(*entry.second); });
+            readChanges();
+        }
+    }
+
+    /// False when the device is gone.
+    bool readDevice(libevdev& device)
+    {
+        while (true) {
+            input_event event{};
+            const int status = libevdev_next_event(&device, LIBEVDEV_READ_FLAG_NORMAL, &event);
+            if (status == LIBEVDEV_READ_STATUS_SYNC) {
+                // Events were missed: what is pressed now was no press of this moment.
+                while (libevdev_next_event(&device, LIBEVDEV_READ_FLAG_SYNC, &event) == LIBEVDEV_READ_STATUS_SYNC) { }
+                continue;
+            }
+            if (status != LIBEVDEV_READ_STATUS_SUCCESS)
+                return status == -EAGAIN || status == -EINTR;
+            const bool isPress = event.type == EV_KEY && event.value == 1;
+            if (isPress && (event.code == BTN_LEFT || event.code == BTN_RIGHT))
+                listener.tell();
+        }
+    }
+
+    void readChanges()
+    {
+        alignas(inotify_event) char buffer[4096];
+        for (ssize_t length = 0; (length = ::read(m_watch, buffer, sizeof buffer)) > 0;) {
+            for (const char* at = buffer; at < buffer + length;) {
+                const auto& change = *reinterpret_cast<const inotify_event*>(at);
+                if (change.len > 0 && (change.mask & IN_DELETE) == 0)
+                    add(m_folder / change.name);
+                at += sizeof(inotify_event) + change.len;
+            }
+        }
+    }
+
+    fs::path m_folder;
+    int m_watch;
+    WakeUp m_wakeUp;
+    std::map<fs::path, Device> m_devices; ///< Of the thread alone, once it runs.
+    std::jthread m_thread;
+};
+
+std::unique_ptr<EvdevPresses> EvdevPresses::open(const fs::path& folder)
+{
+    auto reader = std::make_unique<Reader>(folder);
+    if (!reader->hasDevices())
+        return nullptr;
+    reader->start();
+    return std::unique_ptr<EvdevPresses>(new EvdevPresses(std::move(reader)));
+}
+
+EvdevPresses::EvdevPresses(std::unique_ptr<Reader> reader)
+    : m_reader(std::move(reader))
+{
+}
+
+EvdevPresses::~EvdevPresses() = default;
+
+void EvdevPresses::onPress(std::function<void()> pressed)
+{
+    m_reader->listener.set(std::move(pressed));
+}
+
+} // namespace orvo

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "OrvoVideo/capture/CaptureTime.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace orvo {
+
+/// Pixels.
+struct PictureSize {
+    int width = 0;
+    int height = 0;
+
+    friend bool operator==(const PictureSize&, const PictureSize&) = default;
+};
+
+/// The memory of a picture as encoders take it: I420, in the limited range of BT.601. The three planes follow one another; a
+/// line of any of them takes a multiple of four bytes. Width and height are even.
+class PictureMemory {
+public:
+    explicit PictureMemory(PictureSize size);
+
+    PictureSize size() const noexcept { return m_size; }
+
+    std::uint8_t* luma() noexcept { return m_bytes.data(); }
+    std::uint8_t* blue() noexcept { return m_bytes.data() + lumaBytes(); }
+    std::uint8_t* red() noexcept { return m_bytes.data() + lumaBytes() + chromaBytes(); }
+    const std::uint8_t* luma() const noexcept { return m_bytes.data(); }
+    const std::uint8_t* blue() const noexcept { return m_bytes.data() + lumaBytes(); }
+    const std::uint8_t* red() const noexcept { return m_bytes.data() + lumaBytes() + chromaBytes(); }
+
+    int lumaStride() const noexcept { return (m_size.width + 3) / 4 * 4; }
+    int chromaStride() const noexcept { return (m_size.width / 2 + 3) / 4 * 4; }
+
+    const std::vector<std::uint8_t>& bytes() const noexcept { return m_bytes; }
+
+    /// Makes all of it black.
+    void blacken();
+
+private:
+    std::size_t lumaBytes() const noexcept
+    {
+        return static_cast<std::size_t>(lumaStride()) * static_cast<std::size_t>(m_size.height);
+    }
+    std::size_t chromaBytes() const noexcept
+    {
+        return static_cast<std::size_t>(chromaStride()) * static_cast<std::size_t>(m_size.height) / 2;
+    }
+
+    PictureSize m_size;
+    std::vector<std::uint8_t> m_bytes;
+};
+
+/// A picture of the screen or of a camera and when it was taken; a handle, cheap to copy.
+struct CapturedPicture {
+    std::shared_ptr<const PictureMemory> memory;
+    CaptureTime time;
+};
+
+/// Pictures of one size, whose memory is used again when nobody holds them any more. May be used from several threads.
+class PicturePool {
+public:
+    PicturePool(PictureSize size, std::size_t limit);
+
+    /// A picture to be filled, with what was in it; nothing while `limit` of them are in use.
+    std::shared_ptr<PictureMemory> take();
+
+private:
+    struct Free {
+        std::mutex mutex;
+        std::vector<std::unique_ptr<PictureMemory>> pictures;
+        std::size_t made = 0;
+    };
+
+    PictureSize m_size;
+    std::size_t m_limit;
+    std::shared_ptr<Free> m_free = std::make_shared<Free>(); ///< Pictures in use outlive the pool.
+};
+
+} // namespace orvo

@@ -1,0 +1,67 @@
+#include "OrvoVideo/capture/screen/PictureFitter.h"
+
+#include <algorithm>
+#include <cmath>
+#include <libyuv.h>
+
+namespace orvo {
+
+namespace {
+
+constexpr int even(int value)
+{
+    return value & ~1;
+}
+
+constexpr int evenAtLeastTwo(double value)
+{
+    return std::max(even(static_cast<int>(value)), 2);
+}
+
+} // namespace
+
+PicturePlace PicturePlace::fitted(PictureSize source, PictureSize target)
+{
+    const double factor = std::min({1.0, static_cast<double>(target.width) / even(source.width),
+        static_cast<double>(target.height) / even(source.height)});
+    // A recording's size was rounded down from the source's: what differs by less than that is filled.
+    const auto length = [factor](int from, int room) {
+        const double exact = factor * from;
+        return room - exact < 2 && room <= from ? room : std::min(evenAtLeastTwo(exact), room);
+    };
+    const PictureSize size{.width = length(source.width, target.width), .height = length(source.height, target.height)};
+    return {.x = even((target.width - size.width) / 2), .y = even((target.height - size.height) / 2), .size = size};
+}
+
+Rect PicturePlace::within(PictureSize target) const noexcept
+{
+    const double across = target.width;
+    const double down = target.height;
+    return {.x = x / across, .y = y / down, .width = size.width / across, .height = size.height / down};
+}
+
+PicturePlace PictureFitter::draw(const Source& source, PictureMemory& target)
+{
+    const auto place = PicturePlace::fitted(source.size, target.size());
+    if (place.size != target.size())
+        target.blacken();
+
+    const std::uint8_t* pixels = source.data;
+    int stride = source.stride;
+    const bool sameSize = place.size.width == even(source.size.width) && place.size.height == even(source.size.height);
+    if (!sameSize) {
+        stride = 4 * place.size.width;
+        m_scaled.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(place.size.height));
+        libyuv::ARGBScale(source.data, source.stride, source.size.width, source.size.height, m_scaled.data(), stride,
+            place.size.width, place.size.height, libyuv::kFilterBox);
+        pixels = m_scaled.data();
+    }
+    // What the library calls ARGB lies in memory as blue, green, red, alpha.
+    libyuv::ARGBToI420(pixels, stride, target.luma() + place.y * target.lumaStride() + place.x, target.lumaStride(),
+        target.blue() + place.y / 2 * target.chromaStride() + place.x / 2, target.chromaStride(),
+        target.red() + place.y / 2 * target.chromaStride() + place.x / 2, target.chromaStride(), place.size.width,
+        place.size.height);
+    return place;
+}
+
+} // namespace orvo

@@ -1,0 +1,560 @@
+#include "OrvoVideo/capture/screen/PipeWireScreenStream.h"
+
+#include "OrvoVideo/capture/screen/PictureFitter.h"
+#include "VideoCore/Error.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <condition_variable>
+#include <fcntl.h>
+#include <libyuv.h>
+#include <mutex>
+#include <pipewire/pipewire.h>
+#include <spa/param/video/format-utils.h>
+#include <spa/pod/builder.h>
+#include <string_view>
+#include <unistd.h>
+#include <utility>
+
+namespace orvo {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto longestAnswer = 10s;
+constexpr std::size_t picturesInUse = 8;
+constexpr std::uint32_t largestCursor =
+    256; ///< Pixels of a side: the picture of the cursor comes along, though it is not used.
+
+template <auto Release> struct PipeWireRelease {
+    template <typename T> void operator()(T* object) const { Release(object); }
+};
+
+using Loop = std::unique_ptr<pw_thread_loop, PipeWireRelease<pw_thread_loop_destroy>>;
+using Context = std::unique_ptr<pw_context, PipeWireRelease<pw_context_destroy>>;
+using Core = std::unique_ptr<pw_core, PipeWireRelease<pw_core_disconnect>>;
+using Stream = std::unique_ptr<pw_stream, PipeWireRelease<pw_stream_destroy>>;
+using Registry = std::unique_ptr<pw_registry,
+    PipeWireRelease<[](pw_registry* registry) { pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry)); }>>;
+
+Error endedError()
+{
+    return captureError("El escritorio ha dejado de compartir lo que se grababa.");
+}
+
+Error undeliveredError()
+{
+    return captureError("El escritorio comparte la pantalla, pero no entrega ninguna imagen de ella.");
+}
+
+/// While it lives, the thread of the loop waits.
+class LoopLock {
+public:
+    explicit LoopLock(pw_thread_loop* loop)
+        : m_loop(loop)
+    {
+        pw_thread_loop_lock(m_loop);
+    }
+    ~LoopLock() { pw_thread_loop_unlock(m_loop); }
+    LoopLock(const LoopLock&) = delete;
+    LoopLock& operator=(const LoopLock&) = delete;
+
+private:
+    pw_thread_loop* m_loop;
+};
+
+} // namespace
+
+struct PipeWireStream::Connection {
+    explicit Connection(int descriptor)
+    {
+        static const bool started = (pw_init(nullptr, nullptr), true);
+        static_cast<void>(started);
+        loop.reset(pw_thread_loop_new("screen", nullptr));
+        if (loop)
+            context.reset(pw_context_new(pw_thread_loop_get_loop(loop.get()), nullptr, 0));
+        if (context)
+            core.reset(pw_context_connect_fd(context.get(), descriptor, nullptr, 0));
+        if (!core || pw_thread_loop_start(loop.get()) != 0)
+            throw endedError();
+    }
+    ~Connection() { pw_thread_loop_stop(loop.get()); }
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    // The last goes first.
+    Loop loop;
+    Context context;
+    Core core;
+};
+
+PipeWireStream::PipeWireStream(int descriptor, std::uint32_t node) noexcept
+    : m_descriptor(descriptor)
+    , m_node(node)
+{
+}
+
+PipeWireStream::~PipeWireStream()
+{
+    if (m_descriptor >= 0)
+        ::close(m_descriptor);
+}
+
+PipeWireStream::Connection& PipeWireStream::connection() const
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_connection) {
+        // It closes the descriptor that it is given.
+        m_connection = std::make_unique<Connection>(::fcntl(m_descriptor, F_DUPFD_CLOEXEC, 0));
+    }
+    return *m_connection;
+}
+
+namespace {
+
+/// A part of a captured frame for people to look at.
+SourcePicture pictureOf(const PictureMemory& memory, const PicturePlace& part)
+{
+    SourcePicture picture{.size = part.size, .pixels = {}};
+    const int stride = 3 * part.size.width;
+    picture.pixels.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(part.size.height));
+    const auto chroma = std::ptrdiff_t{part.y / 2} * memory.chromaStride() + part.x / 2;
+    libyuv::I420ToRAW(memory.luma() + std::ptrdiff_t{part.y} * memory.lumaStride() + part.x, memory.lumaStride(),
+        memory.blue() + chroma, memory.chromaStride(), memory.red() + chroma, memory.chromaStride(), picture.pixels.data(),
+        stride, part.size.width, part.size.height);
+    return picture;
+}
+
+class PipeWireScreenStream final : public ScreenStream {
+public:
+    PipeWireScreenStream(const CaptureSource& source, const Settings& settings)
+        : m_source(source)
+        , m_settings(settings)
+        , m_pool(settings.size, picturesInUse)
+        , m_interval(captureLength(1.0 / settings.fps))
+        , m_connection(source.stream->connection())
+    {
+    }
+
+    ~PipeWireScreenStream() override
+    {
+        const LoopLock lock(m_connection.loop.get());
+        if (m_timer)
+            pw_loop_destroy_source(pw_thread_loop_get_loop(m_connection.loop.get()), m_timer);
+        m_stream.reset();
+        m_registry.reset();
+    }
+
+    void start(Receiver receiver) override
+    {
+        m_receiver = std::move(receiver);
+        {
+            const LoopLock lock(m_connection.loop.get());
+            connect();
+        }
+        std::unique_lock lock(m_mutex);
+        // A picture may come much later: some desktops wait until something is drawn.
+        if (!m_changed.wait_for(lock, longestAnswer, [this] { return m_end || (m_streaming && m_format.size.width > 0); }))
+            throw undeliveredError();
+        if (m_end)
+            throw *m_end;
+    }
+
+    View view() const override
+    {
+        const std::lock_guard lock(m_mutex);
+        const double scale = m_source.scale;
+        View view{.area = m_source.rect, .shown = {.width = 1, .height = 1}};
+        if (m_drawn) {
+            view.area.width = m_drawn->part.width / scale;
+            view.area.height = m_drawn->part.height / scale;
+            view.shown = m_drawn->place.within(m_settings.size);
+        }
+        if (m_settings.region)
+            view.area = *m_settings.region;
+        if (m_pointer) {
+            const Point origin = m_drawn ? Point{.x = m_drawn->part.x, .y = m_drawn->part.y} : Point{};
+            view.pointer = Point{.x = m_source.rect.x + (m_pointer->x - origin.x) / scale,
+                .y = m_source.rect.y + (m_pointer->y - origin.y) / scale};
+        }
+        return view;
+    }
+
+    /// The size of the source in pixels.
+    PictureSize sourceSize() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_drawn
+            ? PictureSize{.width = static_cast<int>(m_drawn->part.width), .height = static_cast<int>(m_drawn->part.height)}
+            : formatSize();
+    }
+
+private:
+    PictureSize formatSize() const
+    {
+        return {.width = static_cast<int>(m_format.size.width), .height = static_cast<int>(m_format.size.height)};
+    }
+
+    static PipeWireScreenStream& of(void* self) { return *static_cast<PipeWireScreenStream*>(self); }
+
+    void connect()
+    {
+        m_stream.reset(pw_stream_new(m_connection.core.get(), "Orvo Video",
+            pw_properties_new(
+                PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE, "Screen", nullptr)));
+        if (!m_stream)
+            throw endedError();
+        static constexpr pw_stream_events events{.version = PW_VERSION_STREAM_EVENTS,
+            .state_changed = &PipeWireScreenStream::stateChanged,
+            .param_changed = &PipeWireScreenStream::formatChanged,
+            .remove_buffer = &PipeWireScreenStream::bufferWent,
+            .process = &PipeWireScreenStream::pictureCame};
+        pw_stream_add_listener(m_stream.get(), &m_listener, &events, this);
+
+        // A stream whose other end has gone only pauses.
+        m_registry.reset(pw_core_get_registry(m_connection.core.get(), PW_VERSION_REGISTRY, 0));
+        if (!m_registry)
+            throw endedError();
+        static constexpr pw_registry_events registryEvents{.version = PW_VERSION_REGISTRY_EVENTS,
+            .global = &PipeWireScreenStream::objectCame,
+            .global_remove = &PipeWireScreenStream::objectWent};
+        pw_registry_add_listener(m_registry.get(), &m_registryListener, &registryEvents, this);
+
+        std::array<std::uint8_t, 1024> memory{};
+        spa_pod_builder builder{};
+        spa_pod_builder_init(&builder, memory.data(), memory.size());
+        const spa_rectangle usual{1920, 1080};
+        const spa_rectangle least{1, 1};
+        const spa_rectangle most{16384, 16384};
+        const spa_fraction rate{static_cast<std::uint32_t>(m_settings.fps), 1};
+        const spa_fraction anyRate{0, 1};
+        const spa_fraction mostRate{1000, 1};
+        const spa_pod* offer = static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_Format,
+            SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType, SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype,
+            SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw), SPA_FORMAT_VIDEO_format,
+            SPA_POD_CHOICE_ENUM_Id(5, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRA,
+                SPA_VIDEO_FORMAT_RGBx, SPA_VIDEO_FORMAT_RGBA),
+            SPA_FORMAT_VIDEO_size, SPA_POD_CHOICE_RANGE_Rectangle(&usual, &least, &most), SPA_FORMAT_VIDEO_framerate,
+            SPA_POD_CHOICE_RANGE_Fraction(&rate, &anyRate, &mostRate)));
+        // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): flags are joined so in this library.
+        const auto flags = static_cast<pw_stream_flags>(
+            PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_DONT_RECONNECT);
+        m_timer = pw_loop_add_timer(pw_thread_loop_get_loop(m_connection.loop.get()), &PipeWireScreenStream::timeCame, this);
+        if (pw_stream_connect(m_stream.get(), PW_DIRECTION_INPUT, m_source.stream->node(), flags, &offer, 1) < 0)
+            throw endedError();
+    }
+
+    static void objectCame(void* self, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t, const spa_dict*)
+    {
+        if (id == of(self).m_source.stream->node() && std::string_view(type) == PW_TYPE_INTERFACE_Node)
+            of(self).m_isThere = true;
+    }
+
+    static void objectWent(void* self, std::uint32_t id)
+    {
+        if (id == of(self).m_source.stream->node())
+            of(self).end(endedError());
+    }
+
+    static void stateChanged(void* self, pw_stream_state before, pw_stream_state state, const char*)
+    {
+        auto& stream = of(self);
+        if (state == PW_STREAM_STATE_ERROR)
+            stream.end(stream.isShared() && !stream.hasBegun() ? undeliveredError() : endedError());
+        else if (state == PW_STREAM_STATE_UNCONNECTED && before != PW_STREAM_STATE_UNCONNECTED)
+            stream.end(endedError());
+        else if (state == PW_STREAM_STATE_STREAMING)
+            stream.begin();
+    }
+
+    /// The number of a node that has gone may be given to this stream's own.
+    bool isShared() const { return m_isThere && pw_stream_get_node_id(m_stream.get()) != m_source.stream->node(); }
+
+    bool hasBegun() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_streaming;
+    }
+
+    void begin()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_streaming = true;
+        }
+        m_changed.notify_all();
+    }
+
+    void end(const Error& error)
+    {
+        bool hadBegun = false;
+        {
+            const std::lock_guard lock(m_mutex);
+            if (m_end)
+                return;
+            m_end = error;
+            hadBegun = m_streaming;
+        }
+        m_changed.notify_all();
+        // Otherwise `start` tells.
+        if (hadBegun && m_receiver.ended)
+            m_receiver.ended(std::make_exception_ptr(error));
+    }
+
+    static void formatChanged(void* self, std::uint32_t id, const spa_pod* param)
+    {
+        auto& stream = of(self);
+        spa_video_info_raw format{};
+        if (!param || id != SPA_PARAM_Format || spa_format_video_raw_parse(param, &format) < 0)
+            return;
+        {
+            const std::lock_guard lock(stream.m_mutex);
+            stream.m_format = format;
+        }
+        stream.askForBuffers();
+        stream.m_changed.notify_all();
+    }
+
+    /// Plain memory, with the place of the pointer beside the picture.
+    void askForBuffers()
+    {
+        std::array<std::uint8_t, 1024> memory{};
+        spa_pod_builder builder{};
+        spa_pod_builder_init(&builder, memory.data(), memory.size());
+        constexpr int kinds = (1 << SPA_DATA_MemPtr) | (1 << SPA_DATA_MemFd);
+        const auto cursorBytes = [](std::uint32_t side) {
+            return static_cast<int>(sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + std::size_t{4} * side * side);
+        };
+        std::array<const spa_pod*, 4> wanted{
+            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers,
+                SPA_PARAM_BUFFERS_buffers, SPA_POD_CHOICE_RANGE_Int(8, 2, 16), SPA_PARAM_BUFFERS_dataType,
+                SPA_POD_CHOICE_FLAGS_Int(kinds))),
+            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
+                SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Header), SPA_PARAM_META_size,
+                SPA_POD_Int(static_cast<int>(sizeof(spa_meta_header))))),
+            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
+                SPA_PARAM_META_type, SPA_POD_Id(SPA_META_VideoCrop), SPA_PARAM_META_size,
+                SPA_POD_Int(static_cast<int>(sizeof(spa_meta_region))))),
+            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
+                SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor), SPA_PARAM_META_size,
+                SPA_POD_CHOICE_RANGE_Int(cursorBytes(64), cursorBytes(1), cursorBytes(largestCursor)))),
+        };
+        pw_stream_update_params(m_stream.get(), wanted.data(), static_cast<std::uint32_t>(wanted.size()));
+    }
+
+    /// What shares has gone or makes its memory anew.
+    static void bufferWent(void* self, pw_buffer* buffer)
+    {
+        if (of(self).m_newest == buffer)
+            of(self).m_newest = nullptr;
+    }
+
+    static void pictureCame(void* self)
+    {
+        auto& stream = of(self);
+        while (pw_buffer* next = pw_stream_dequeue_buffer(stream.m_stream.get())) {
+            stream.readPointer(*next->buffer);
+            // Some buffers tell only where the pointer is: the picture before them is the newest all the same.
+            if (!hasPicture(*next->buffer)) {
+                pw_stream_queue_buffer(stream.m_stream.get(), next);
+                continue;
+            }
+            stream.giveBack();
+            stream.m_newest = next;
+        }
+        stream.deliverNewest();
+    }
+
+    static void timeCame(void* self, std::uint64_t /*expirations*/) { of(self).deliverNewest(); }
+
+    void giveBack()
+    {
+        if (m_newest)
+            pw_stream_queue_buffer(m_stream.get(), std::exchange(m_newest, nullptr));
+    }
+
+    /// One that comes too early waits: nothing may follow it.
+    void deliverNewest()
+    {
+        if (!m_newest)
+            return;
+        const CaptureTime now = CaptureClock::now();
+        if (now < m_notBefore)
+            return wakeAt(m_notBefore - now);
+        const auto picture = m_pool.take();
+        if (!picture)
+            return wakeAt(m_interval); // Everybody behind is too slow.
+        if (draw(*m_newest->buffer, *picture)) {
+            // Half an interval of patience evens out pictures that come a little early and late.
+            m_notBefore = std::max(m_notBefore, now - m_interval / 2) + m_interval;
+            m_receiver.picture({.memory = picture, .time = now});
+        }
+        giveBack();
+    }
+
+    void wakeAt(CaptureClock::duration after)
+    {
+        timespec when{};
+        when.tv_nsec = static_cast<long>(std::max<std::int64_t>(std::chrono::nanoseconds(after).count(), 1));
+        pw_loop_update_timer(pw_thread_loop_get_loop(m_connection.loop.get()), m_timer, &when, nullptr, false);
+    }
+
+    void readPointer(const spa_buffer& buffer)
+    {
+        const auto* cursor = static_cast<const spa_meta_cursor*>(
+            spa_buffer_find_meta_data(&buffer, SPA_META_Cursor, sizeof(spa_meta_cursor)));
+        if (!cursor)
+            return;
+        const std::lock_guard lock(m_mutex);
+        // Without a number the pointer is nowhere on what is shared.
+        if (!spa_meta_cursor_is_valid(cursor))
+            m_pointer.reset();
+        else
+            m_pointer = Point{.x = static_cast<double>(cursor->position.x), .y = static_cast<double>(cursor->position.y)};
+    }
+
+    static bool hasPicture(const spa_buffer& buffer)
+    {
+        if (buffer.n_datas == 0)
+            return false;
+        const spa_data& data = buffer.datas[0];
+        const auto* header = static_cast<const spa_meta_header*>(
+            spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
+        const bool isBroken = (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0)
+            || (static_cast<std::uint32_t>(data.chunk->flags) & SPA_CHUNK_FLAG_CORRUPTED) != 0;
+        return data.data && data.chunk->size > 0 && !isBroken;
+    }
+
+    /// False for a picture that is smaller than it says, which would be read beyond its end.
+    bool draw(const spa_buffer& buffer, PictureMemory& picture)
+    {
+        const spa_data& data = buffer.datas[0];
+        PictureFitter::Source source{.data = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset,
+            .stride = data.chunk->stride,
+            .size = formatSize()}; // Only this thread changes it.
+        if (source.stride == 0)
+            source.stride = 4 * source.size.width;
+        const auto needed = static_cast<std::size_t>(source.stride) * static_cast<std::size_t>(source.size.height - 1)
+            + std::size_t{4} * static_cast<std::size_t>(source.size.width);
+        if (source.stride < 4 * source.size.width || data.chunk->offset + needed > data.maxsize)
+            return false;
+        const Rect part = crop(buffer, source);
+        const auto place = m_fitter.draw(inBlueGreenRed(source), picture);
+        const std::lock_guard lock(m_mutex);
+        m_drawn = Drawn{.part = part, .place = place};
+        return true;
+    }
+
+    /// Reduces a larger frame to what is shared, and that to the region. Returns what is shared, in pixels of the frame.
+    Rect crop(const spa_buffer& buffer, PictureFitter::Source& source) const
+    {
+        Rect part{.width = static_cast<double>(source.size.width), .height = static_cast<double>(source.size.height)};
+        const auto cut = [&source](int x, int y, int width, int height) {
+            x = std::clamp(x, 0, source.size.width - 1);
+            y = std::clamp(y, 0, source.size.height - 1);
+            source.data += std::ptrdiff_t{y} * source.stride + std::ptrdiff_t{4} * x;
+            source.size = {.width = std::clamp(width, 1, source.size.width - x),
+                .height = std::clamp(height, 1, source.size.height - y)};
+            return Rect{.x = static_cast<double>(x),
+                .y = static_cast<double>(y),
+                .width = static_cast<double>(source.size.width),
+                .height = static_cast<double>(source.size.height)};
+        };
+        const auto* region = static_cast<const spa_meta_region*>(
+            spa_buffer_find_meta_data(&buffer, SPA_META_VideoCrop, sizeof(spa_meta_region)));
+        if (region && spa_meta_region_is_valid(region))
+            part = cut(region->region.position.x, region->region.position.y, static_cast<int>(region->region.size.width),
+                static_cast<int>(region->region.size.height));
+        if (const auto& wanted = m_settings.region) {
+            const double scale = m_source.scale;
+            cut(wholePixels((wanted->x - m_source.rect.x) * scale), wholePixels((wanted->y - m_source.rect.y) * scale),
+                wholePixels(wanted->width * scale), wholePixels(wanted->height * scale));
+        }
+        return part;
+    }
+
+    PictureFitter::Source inBlueGreenRed(const PictureFitter::Source& source)
+    {
+        if (m_format.format == SPA_VIDEO_FORMAT_BGRx || m_format.format == SPA_VIDEO_FORMAT_BGRA)
+            return source;
+        const int stride = 4 * source.size.width;
+        m_turned.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(source.size.height));
+        libyuv::ABGRToARGB(source.data, source.stride, m_turned.data(), stride, source.size.width, source.size.height);
+        return {.data = m_turned.data(), .stride = stride, .size = source.size};
+    }
+
+    const CaptureSource m_source;
+    const Settings m_settings;
+    Receiver m_receiver;
+
+    // Of the thread of the loop.
+    PicturePool m_pool;
+    PictureFitter m_fitter;
+    std::vector<std::uint8_t> m_turned;
+    CaptureClock::duration m_interval;
+    CaptureTime m_notBefore;
+    pw_buffer* m_newest = nullptr; ///< The picture that waits for its time.
+    spa_source* m_timer = nullptr;
+    bool m_isThere = false; ///< What is shared has been seen.
+
+    mutable std::mutex m_mutex; ///< Guards the following.
+    std::condition_variable m_changed;
+    spa_video_info_raw m_format{};
+    std::optional<Point> m_pointer; ///< In pixels of the newest frame.
+    struct Drawn {
+        Rect part; ///< Of the stream's frame: what is shared, in pixels.
+        PicturePlace place; ///< In the frame that was delivered.
+    };
+    std::optional<Drawn> m_drawn; ///< The last frame.
+    bool m_streaming = false; ///< Pictures may come.
+    std::optional<Error> m_end; ///< Why no more comes.
+
+    PipeWireStream::Connection& m_connection; ///< The source holds it.
+    spa_hook m_listener{};
+    spa_hook m_registryListener{};
+    Registry m_registry;
+    Stream m_stream;
+};
+
+} // namespace
+
+std::unique_ptr<ScreenStream> openPipeWireScreenStream(const CaptureSource& source, const ScreenStream::Settings& settings)
+{
+    return std::make_unique<PipeWireScreenStream>(source, settings);
+}
+
+PipeWireStream::Look PipeWireStream::look(const std::shared_ptr<const PipeWireStream>& stream, PictureSize largest,
+    std::chrono::milliseconds patience, const std::stop_token& stop)
+{
+    std::mutex mutex;
+    std::condition_variable_any changed;
+    CapturedPicture first;
+    std::exception_ptr failure;
+    PipeWireScreenStream source({.stream = stream}, {.size = largest});
+    source.start({.picture =
+                      [&](CapturedPicture picture) {
+                          const std::lock_guard lock(mutex);
+                          first = std::move(picture);
+                          changed.notify_all();
+                      },
+        .ended =
+            [&](std::exception_ptr error) {
+                const std::lock_guard lock(mutex);
+                failure = std::move(error);
+                changed.notify_all();
+            }});
+    std::unique_lock lock(mutex);
+    changed.wait_for(lock, stop, patience, [&] { return first.memory || failure; });
+    if (stop.stop_requested())
+        throw Cancelled();
+    if (failure)
+        std::rethrow_exception(failure);
+    Look look{.size = source.sourceSize(), .picture = {}};
+    if (first.memory)
+        look.picture = pictureOf(*first.memory, PicturePlace::fitted(look.size, largest));
+    return look;
+}
+
+} // namespace orvo

@@ -1,0 +1,93 @@
+#pragma once
+
+// Included by .cpp files only.
+
+#include "OrvoVideo/capture/screen/CapturedPicture.h"
+#include "Platform/desktop/Xcb.h"
+#include "VideoCore/Geometry.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orvo {
+
+/// Whole pixels of a drawable.
+struct PixelRect {
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+
+    bool isEmpty() const noexcept { return width <= 0 || height <= 0; }
+    PixelRect within(const PixelRect& other) const;
+    Rect rect() const;
+
+    /// The pixels that an area covers at least half.
+    static PixelRect of(const Rect& area);
+
+    friend bool operator==(const PixelRect&, const PixelRect&) = default;
+};
+
+/// A connection of its own to the X server. Errors of requests are answers, never the end of the process. One thread.
+class X11Connection {
+public:
+    struct Monitor {
+        std::uint32_t id = 0; ///< Stays the same for as long as the monitor is connected.
+        PixelRect rect;
+    };
+
+    struct Window {
+        xcb_window_t id = 0;
+        std::string title;
+        std::string application; ///< Empty when it does not tell.
+        std::optional<std::uint32_t> process;
+        PixelRect rect; ///< What it shows, in the root window.
+    };
+
+    /// Throws `captureError` when there is no server, or when it lacks an extension that capture needs.
+    X11Connection();
+    X11Connection(const X11Connection&) = delete;
+    X11Connection& operator=(const X11Connection&) = delete;
+
+    xcb_connection_t* get() const noexcept { return m_connection.get(); }
+    const xcb_screen_t& screen() const noexcept { return *m_screen; }
+    xcb_window_t root() const noexcept { return m_screen->root; }
+
+    std::vector<Monitor> monitors() const;
+
+    /// The windows that can be seen now, topmost first.
+    std::vector<Window> windows() const;
+
+    /// What a window shows, without the shadow around it; nothing when the window is gone.
+    std::optional<PixelRect> windowRect(xcb_window_t window) const;
+
+    /// The margins around what a window shows, within the window.
+    struct Margins {
+        int left = 0;
+        int right = 0;
+        int top = 0;
+        int bottom = 0;
+    };
+    Margins windowMargins(xcb_window_t window) const;
+
+    /// Whether a window is mapped; nothing when it is gone.
+    std::optional<bool> isViewable(xcb_window_t window) const;
+
+    PixelRect drawableRect(xcb_drawable_t drawable) const;
+
+    /// Whether pixels of this depth are 32 bits: blue, green, red and one more byte.
+    bool hasPlainPixels(int depth) const;
+
+private:
+    xcb_atom_t atom(const char* name) const;
+    std::string text(xcb_window_t window, xcb_atom_t property) const;
+    std::vector<std::uint32_t> numbers(xcb_window_t window, xcb_atom_t property) const;
+    std::vector<xcb_window_t> windowIds() const;
+
+    XcbConnection m_connection;
+    xcb_screen_t* m_screen = nullptr;
+};
+
+} // namespace orvo

@@ -1,0 +1,158 @@
+#include "OrvoVideo/capture/tracks/SoundTimeline.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace orvo {
+
+namespace {
+
+/// The times of blocks are measured, and measured more or less well. Only what is further off than this is a real gap or a
+/// real overlap.
+constexpr std::int64_t largestGap = SoundBlock::rate * 8 / 100;
+constexpr std::int64_t largestOverlap = SoundBlock::rate * 12 / 100;
+
+/// Below this nobody notices; above, blocks are stretched.
+constexpr double unnoticed = SoundBlock::rate * 0.002;
+
+/// By at most a two-hundredth: no tone changes audibly.
+constexpr std::int64_t strongestStretch = 200;
+
+/// How much of the lateness of one block counts: of blocks of 20 ms, a mean over about a second.
+constexpr double newsShare = 0.02;
+
+/// How long after a gap a stream may take to become steady, in samples.
+constexpr std::int64_t settlingTime = SoundBlock::rate * 5;
+
+/// While a stream settles, a displacement above this is corrected at once when so many blocks in a row agree on it: times
+/// are measured with errors of some milliseconds.
+constexpr std::int64_t largestWhileSettling = SoundBlock::rate / 100;
+constexpr int agreeingBlocks = 5;
+
+std::int64_t toFrames(double seconds)
+{
+    return std::llround(seconds * SoundBlock::rate);
+}
+
+/// One channel twice, or the mean of two.
+void convertChannels(std::span<const float> from, int channels, std::vector<float>& to)
+{
+    to.clear();
+    if (channels == 2) {
+        for (const float sample : from)
+            to.insert(to.end(), 2, sample);
+    } else {
+        for (std::size_t i = 0; i + 1 < from.size(); i += 2)
+            to.push_back((from[i] + from[i + 1]) / 2);
+    }
+}
+
+} // namespace
+
+SoundTimeline::SoundTimeline(int channels, Sink sink)
+    : m_channels(channels)
+    , m_sink(std::move(sink))
+{
+}
+
+void SoundTimeline::write(std::span<const float> samples)
+{
+    if (samples.empty())
+        return;
+    m_length += static_cast<std::int64_t>(samples.size()) / m_channels;
+    m_sink(samples);
+}
+
+void SoundTimeline::fillUntil(double seconds)
+{
+    static constexpr std::array<float, std::size_t{SoundBlock::rate} / 5> silence{};
+    std::int64_t missing = (toFrames(seconds) - m_length) * m_channels;
+    while (missing > 0) {
+        const auto samples = std::min(missing, static_cast<std::int64_t>(silence.size()));
+        write(std::span(silence).first(static_cast<std::size_t>(samples)));
+        missing -= samples;
+    }
+}
+
+void SoundTimeline::add(const SoundBlock& block, double seconds)
+{
+    std::span<const float> samples = block.samples;
+    if (block.channels != m_channels) {
+        convertChannels(samples, m_channels, m_converted);
+        samples = m_converted;
+    }
+    const std::int64_t place = toFrames(seconds);
+    const std::int64_t late = place - m_length;
+    const bool begins = late > largestGap || (m_length == 0 && late > 0);
+    if (begins)
+        m_settled = place + settlingTime;
+    const bool displaced = isDisplaced(place, late);
+    // What overlaps is left out to its end, not only until it is little.
+    m_overlaps = late < 0 && (m_overlaps || place < 0 || late < -largestOverlap || displaced);
+    if (m_overlaps) {
+        const auto over = static_cast<std::size_t>(-late * m_channels);
+        m_lateness = 0;
+        return write(samples.subspan(std::min(over, samples.size())));
+    }
+    if (begins || (late > 0 && displaced)) {
+        fillUntil(seconds);
+        m_lateness = 0;
+        return write(samples);
+    }
+    const auto frames = static_cast<std::int64_t>(samples.size()) / m_channels;
+    if (const auto more = correction(late, frames); more != 0)
+        writeStretched(samples, more);
+    else
+        write(samples);
+}
+
+/// Whether the stream is settling and several blocks in a row were as early or late as this one.
+bool SoundTimeline::isDisplaced(std::int64_t place, std::int64_t late)
+{
+    if (place >= m_settled || std::abs(late) <= largestWhileSettling) {
+        m_displacedBlocks = 0;
+        return false;
+    }
+    const int direction = late > 0 ? 1 : -1;
+    m_displacedBlocks = direction + (m_displacedBlocks * direction > 0 ? m_displacedBlocks : 0);
+    if (std::abs(m_displacedBlocks) < agreeingBlocks)
+        return false;
+    m_displacedBlocks = 0;
+    return true;
+}
+
+/// By how many samples a block of this length is to become longer.
+std::int64_t SoundTimeline::correction(std::int64_t late, std::int64_t frames)
+{
+    m_lateness += newsShare * (static_cast<double>(late) - m_lateness);
+    if (std::abs(m_lateness) < unnoticed || frames < 2 * strongestStretch)
+        return 0;
+    const auto limit = frames / strongestStretch;
+    const auto more =
+        std::clamp(std::llround(m_lateness * newsShare), -static_cast<long long>(limit), static_cast<long long>(limit));
+    m_lateness -= static_cast<double>(more);
+    return more;
+}
+
+void SoundTimeline::writeStretched(std::span<const float> samples, std::int64_t more)
+{
+    const auto channels = static_cast<std::size_t>(m_channels);
+    const std::size_t frames = samples.size() / channels;
+    const auto wanted = static_cast<std::size_t>(static_cast<std::int64_t>(frames) + more);
+    m_stretched.resize(wanted * channels);
+    const double step = static_cast<double>(frames - 1) / static_cast<double>(wanted - 1);
+    for (std::size_t i = 0; i < wanted; ++i) {
+        const double exact = static_cast<double>(i) * step;
+        const std::size_t left = std::min(static_cast<std::size_t>(exact), frames - 2);
+        const auto share = static_cast<float>(exact - static_cast<double>(left));
+        for (std::size_t channel = 0; channel < channels; ++channel) {
+            const float from = samples[left * channels + channel];
+            const float to = samples[(left + 1) * channels + channel];
+            m_stretched[i * channels + channel] = from + share * (to - from);
+        }
+    }
+    write(m_stretched);
+}
+
+} // namespace orvo

@@ -1,0 +1,287 @@
+#include "OrvoVideo/capture/tracks/TrackFile.h"
+
+#include "OrvoVideo/capture/tracks/PictureEncoder.h"
+#include "OrvoVideo/gstreamer/GstHandles.h"
+#include "VideoCore/Error.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <fcntl.h>
+#include <format>
+#include <gst/app/gstappsrc.h>
+#include <mutex>
+#include <optional>
+#include <unistd.h>
+#include <utility>
+
+namespace orvo {
+
+namespace {
+
+/// Samples between us and the encoder; more only take memory.
+constexpr int samplesInWork = 2;
+
+/// By how many samples of a channel avenc_aac answers late.
+constexpr std::size_t encoderDelay = 1024;
+
+std::string pictureLine(const TrackFile::Pictures& form)
+{
+    return std::format("appsrc name=source format=time caps=video/x-raw,format=I420,width={},height={},framerate={}/1,"
+                       "pixel-aspect-ratio=1/1,interlace-mode=progressive,colorimetry=bt601 ! {} ! ",
+        form.size.width, form.size.height, form.fps,
+        PictureEncoder::find(form.size, form.fps)
+            .launchLine(TrackFile::bitRate(form.size), TrackFile::longestKeyFrameDistance));
+}
+
+std::string soundLine(const TrackFile::Sound& form)
+{
+    return std::format("appsrc name=source format=time caps=audio/x-raw,format=F32LE,rate={},channels={},layout=interleaved"
+                       " ! audioconvert ! avenc_aac bitrate={} ! aacparse ! ",
+        SoundBlock::rate, form.channels, TrackFile::soundBitRate);
+}
+
+std::string fileLine(const char* muxer)
+{
+    // What is written must be in the file at once, not in memory of this process.
+    return std::format("{} name=muxer fragment-duration={} fragment-mode=first-moov-then-finalise ! "
+                       "filesink name=sink buffer-mode=unbuffered async=false sync=false",
+        muxer, static_cast<int>(1000 * TrackFile::fragmentLength));
+}
+
+/// What is wrong with the place of a file is known before anything is recorded.
+void makeEmpty(const std::filesystem::path& file)
+{
+    const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (descriptor < 0)
+        throw std::filesystem::filesystem_error("create", file, std::error_code(errno, std::generic_category()));
+    ::close(descriptor);
+}
+
+} // namespace
+
+class TrackFile::Pipeline {
+public:
+    Pipeline(std::filesystem::path file, const std::string& line)
+        : m_file(std::move(file))
+    {
+        startGStreamer();
+        GError* error = nullptr;
+        GstElement* made = gst_parse_launch(line.c_str(), &error);
+        m_bin.reset(made ? GST_ELEMENT(gst_object_ref_sink(made)) : nullptr);
+        if (error) {
+            const std::string reason = error->message;
+            g_error_free(error);
+            throw captureError("GStreamer no puede escribir grabaciones: " + reason);
+        }
+        m_source = element("source");
+        g_object_set(element("sink").get(), "location", m_file.c_str(), nullptr);
+        makeEmpty(m_file);
+
+        const GstPadHandle exit(gst_element_get_static_pad(m_source.get(), "src"));
+        gst_pad_add_probe(exit.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::sampleLeft, this, nullptr);
+        if (const GstElementHandle parser = element("parser")) {
+            const GstPadHandle coded(gst_element_get_static_pad(parser.get(), "src"));
+            gst_pad_add_probe(coded.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::pictureCoded, this, nullptr);
+        }
+        const GstBusHandle bus(gst_element_get_bus(m_bin.get()));
+        gst_bus_set_sync_handler(bus.get(), &Pipeline::message, this, nullptr);
+    }
+
+    ~Pipeline()
+    {
+        // Ends every thread of the pipeline before what they use goes.
+        gst_element_set_state(m_bin.get(), GST_STATE_NULL);
+    }
+
+    Pipeline(const Pipeline&) = delete;
+    Pipeline& operator=(const Pipeline&) = delete;
+
+    /// The length of a picture of which the buffer follows.
+    void expectLength(GstClockTime length)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_lengths.push_back(length);
+    }
+
+    void push(GstBuffer* buffer)
+    {
+        if (!std::exchange(m_started, true))
+            gst_element_set_state(m_bin.get(), GST_STATE_PLAYING);
+        {
+            std::unique_lock lock(m_mutex);
+            m_changed.wait(lock, [this] { return m_inWork < samplesInWork || m_failure; });
+            if (m_failure) {
+                gst_buffer_unref(buffer);
+                throw captureError(*m_failure);
+            }
+            ++m_inWork;
+        }
+        gst_app_src_push_buffer(GST_APP_SRC(m_source.get()), buffer);
+    }
+
+    void finish()
+    {
+        if (!m_started) {
+            removeEmpty(m_file);
+            return;
+        }
+        gst_app_src_end_of_stream(GST_APP_SRC(m_source.get()));
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_ended || m_failure; });
+        if (m_failure)
+            throw captureError(*m_failure);
+    }
+
+    std::uint64_t soundFrames = 0; ///< Written so far.
+    std::size_t soundToLeaveOut = encoderDelay;
+    int channels = 1;
+
+private:
+    GstElementHandle element(const char* name) const
+    {
+        return GstElementHandle(gst_bin_get_by_name(GST_BIN(m_bin.get()), name));
+    }
+
+    static GstPadProbeReturn sampleLeft(GstPad*, GstPadProbeInfo*, gpointer self)
+    {
+        auto* pipeline = static_cast<Pipeline*>(self);
+        {
+            const std::lock_guard lock(pipeline->m_mutex);
+            --pipeline->m_inWork;
+        }
+        pipeline->m_changed.notify_all();
+        return GST_PAD_PROBE_OK;
+    }
+
+    /// Encoders count with the frame rate; what matters is how long a picture really stands. They keep the order.
+    static GstPadProbeReturn pictureCoded(GstPad*, GstPadProbeInfo* info, gpointer self)
+    {
+        auto* pipeline = static_cast<Pipeline*>(self);
+        GstBuffer* buffer = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(info));
+        info->data = buffer;
+        const std::lock_guard lock(pipeline->m_mutex);
+        if (!pipeline->m_lengths.empty()) {
+            GST_BUFFER_DURATION(buffer) = pipeline->m_lengths.front();
+            pipeline->m_lengths.pop_front();
+        }
+        return GST_PAD_PROBE_OK;
+    }
+
+    static GstBusSyncReply message(GstBus*, GstMessage* message, gpointer self)
+    {
+        auto* pipeline = static_cast<Pipeline*>(self);
+        if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR)
+            pipeline->fail(message);
+        else if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS)
+            pipeline->end();
+        gst_message_unref(message);
+        return GST_BUS_DROP;
+    }
+
+    void fail(GstMessage* message)
+    {
+        GError* error = nullptr;
+        gst_message_parse_error(message, &error, nullptr);
+        std::string text;
+        if (g_error_matches(error, GST_RESOURCE_ERROR, GST_RESOURCE_ERROR_NO_SPACE_LEFT))
+            text = "No queda espacio en el disco para seguir grabando.";
+        else if (error->domain == GST_RESOURCE_ERROR)
+            text = std::format("No se puede seguir grabando «{}»: el archivo no admite más.", m_file.filename().string());
+        else
+            text = std::format("No se puede seguir grabando «{}»: {}", m_file.filename().string(), error->message);
+        g_error_free(error);
+        {
+            const std::lock_guard lock(m_mutex);
+            if (!m_failure)
+                m_failure = text;
+        }
+        m_changed.notify_all();
+    }
+
+    void end()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_ended = true;
+        }
+        m_changed.notify_all();
+    }
+
+    std::filesystem::path m_file;
+    GstElementHandle m_bin;
+    GstElementHandle m_source;
+    bool m_started = false;
+
+    std::mutex m_mutex; ///< Guards the following.
+    std::condition_variable m_changed;
+    int m_inWork = 0;
+    std::deque<GstClockTime> m_lengths; ///< Of pictures on their way through the encoder.
+    bool m_ended = false;
+    std::optional<std::string> m_failure;
+};
+
+TrackFile::TrackFile(const std::filesystem::path& file, const Pictures& form)
+    : m_pipeline(std::make_unique<Pipeline>(file, pictureLine(form) + fileLine("qtmux")))
+{
+}
+
+TrackFile::TrackFile(const std::filesystem::path& file, const Sound& form)
+    : m_pipeline(std::make_unique<Pipeline>(file, soundLine(form) + fileLine("mp4mux")))
+{
+    m_pipeline->channels = form.channels;
+}
+
+TrackFile::~TrackFile() = default;
+
+void TrackFile::removeEmpty(const std::filesystem::path& file) noexcept
+{
+    std::error_code ignored;
+    std::filesystem::remove(file, ignored);
+}
+
+void TrackFile::write(const std::shared_ptr<const PictureMemory>& picture, double time, double length)
+{
+    using Handle = std::shared_ptr<const PictureMemory>;
+    const auto& bytes = picture->bytes();
+    // The buffer shows the picture's own memory and holds it for as long as the encoder needs it.
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): by its flag nobody writes into it.
+    auto* data = const_cast<std::uint8_t*>(bytes.data());
+    GstBuffer* buffer = gst_buffer_new_wrapped_full(GST_MEMORY_FLAG_READONLY, data, bytes.size(), 0, bytes.size(),
+        std::make_unique<Handle>(picture).release(),
+        [](gpointer handle) { std::unique_ptr<Handle>(static_cast<Handle*>(handle)).reset(); });
+    GST_BUFFER_PTS(buffer) = toClockTime(time);
+    GST_BUFFER_DURATION(buffer) = toClockTime(length);
+    m_pipeline->expectLength(GST_BUFFER_DURATION(buffer));
+    m_pipeline->push(buffer);
+}
+
+void TrackFile::write(std::span<const float> interleaved)
+{
+    // The encoder's answer begins with so much of its own, which nothing in the file tells: the sound behind it takes its
+    // place.
+    const std::size_t left =
+        std::min(m_pipeline->soundToLeaveOut * static_cast<std::size_t>(m_pipeline->channels), interleaved.size());
+    m_pipeline->soundToLeaveOut -= left / static_cast<std::size_t>(m_pipeline->channels);
+    interleaved = interleaved.subspan(left);
+    if (interleaved.empty())
+        return;
+    const auto frames = interleaved.size() / static_cast<std::size_t>(m_pipeline->channels);
+    GstBuffer* buffer = gst_buffer_new_memdup(interleaved.data(), interleaved.size_bytes());
+    const auto clockTime = [](std::uint64_t position) {
+        return gst_util_uint64_scale(position, GST_SECOND, static_cast<std::uint64_t>(SoundBlock::rate));
+    };
+    GST_BUFFER_PTS(buffer) = clockTime(m_pipeline->soundFrames);
+    m_pipeline->soundFrames += frames;
+    GST_BUFFER_DURATION(buffer) = clockTime(m_pipeline->soundFrames) - GST_BUFFER_PTS(buffer);
+    m_pipeline->push(buffer);
+}
+
+void TrackFile::finish()
+{
+    m_pipeline->finish();
+}
+
+} // namespace orvo

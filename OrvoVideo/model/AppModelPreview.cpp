@@ -1,0 +1,280 @@
+#include "OrvoVideo/model/AppModel.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace orvo {
+
+namespace {
+
+constexpr double ticksPerSecond = 600; ///< Times of seeks are whole ticks: the frames of all usual rates are.
+constexpr double cameraTolerance = 0.15; ///< Seconds that the camera may be away from the picture.
+
+constexpr double announcedAhead = 2; ///< Seconds before a cut in which the player is told of it.
+
+/// Whether two compositions differ in nothing but volumes, which can be changed while playing.
+bool sameButVolumes(const PreviewComposition& a, const PreviewComposition& b)
+{
+    const auto sameClip = [](const auto& x, const auto& y) { return x.file == y.file && x.start == y.start; };
+    return a.width == b.width && a.height == b.height && a.fps == b.fps && std::ranges::equal(a.video, b.video, sameClip)
+        && std::ranges::equal(a.audio, b.audio, sameClip);
+}
+
+/// The time of a seek in whole ticks, in the same frame as the exact time: at rates whose frames do not begin on ticks, the
+/// nearest one may lie in the frame before.
+double ticksFor(double seconds, double fps)
+{
+    constexpr double tolerance = 1e-6; // Of a frame, for what is computed from frame numbers.
+    const double ticks = std::round(seconds * ticksPerSecond);
+    const double frame = std::floor(seconds * fps + tolerance);
+    return (std::floor(ticks / ticksPerSecond * fps + tolerance) < frame ? ticks + 1 : ticks) / ticksPerSecond;
+}
+
+} // namespace
+
+PreviewComposition AppModel::compose(const VideoProject& project) const
+{
+    PreviewComposition composition{.width = static_cast<int>(project.width),
+        .height = static_cast<int>(project.height),
+        .fps = static_cast<int>(project.fps),
+        .video = {},
+        .audio = {}};
+    for (const auto& track : project.tracks) {
+        if (track.kind == TrackKind::camera)
+            continue;
+        std::filesystem::path file;
+        try {
+            file = store().mediaURL(project, track.file);
+        } catch (const std::exception&) {
+            continue; // It leads out of the project.
+        }
+        if (track.kind == TrackKind::screen || track.kind == TrackKind::clip)
+            composition.video.push_back({file, track.start});
+        composition.audio.push_back({file, track.start, track.volume});
+    }
+    return composition;
+}
+
+std::optional<std::filesystem::path> AppModel::cameraOf(const VideoProject& project) const
+{
+    const auto track = std::ranges::find(project.tracks, TrackKind::camera, &MediaTrack::kind);
+    if (track == project.tracks.end())
+        return std::nullopt;
+    try {
+        return store().mediaURL(project, track->file);
+    } catch (const std::exception&) {
+        return std::nullopt; // It leads out of the project.
+    }
+}
+
+QCoro::Task<> AppModel::rebuildPreview()
+{
+    if (!m_project)
+        co_return;
+    m_previewAnswer.give(PreviewOutcome::superseded);
+    const Answer<PreviewOutcome> answer;
+    m_previewAnswer = answer;
+    setPreview(Preview::Loading);
+
+    m_announced.reset();
+    m_ended = false;
+    m_composition = compose(*m_project);
+    const auto camera = cameraOf(*m_project);
+    if (m_composition.audio.empty()) {
+        player()->clear();
+        answer.give(PreviewOutcome::loaded);
+    } else {
+        player()->load(m_composition);
+    }
+    switch (co_await answer) {
+    case PreviewOutcome::superseded:
+        co_return;
+    case PreviewOutcome::failed:
+        setPreview(Preview::Failed);
+        setStatus(QStringLiteral("Usa Recuperar para preparar este archivo antes de reproducirlo."));
+        co_return;
+    case PreviewOutcome::loaded:
+        break;
+    }
+    setPreview(Preview::Ready);
+    setPlayhead(0);
+    notePlaying();
+    co_await rebuildCamera(camera);
+}
+
+void AppModel::setPreview(Preview preview)
+{
+    m_preview = preview;
+    emit previewChanged();
+}
+
+QCoro::Task<> AppModel::rebuildCamera(std::optional<std::filesystem::path> file)
+{
+    m_cameraFile = file;
+    m_cameraEnd = 0;
+    if (!file) {
+        cameraPlayer()->clear();
+        co_return;
+    }
+    PreviewComposition composition;
+    double end = std::numeric_limits<double>::infinity(); // Unless the file says where it ends.
+    try {
+        // The picture keeps its own shape; the windows place it.
+        const auto facts = co_await m_workers.run(
+            [probe = m_services.probe, path = *file](const std::stop_token& stop) { return probe->facts(path, stop); });
+        if (facts.video) {
+            composition.width = static_cast<int>(facts.video->uprightWidth());
+            composition.height = static_cast<int>(facts.video->uprightHeight());
+            if (facts.video->frameRate >= 1)
+                composition.fps = static_cast<int>(std::lround(facts.video->frameRate));
+            composition.video.push_back({*file, 0});
+            end = facts.duration.value_or(end);
+        }
+    } catch (const Cancelled&) {
+        throw;
+    } catch (const std::exception&) {
+        // A camera that cannot be read is not shown; the rest plays.
+    }
+    if (m_cameraFile != file)
+        co_return;
+    m_cameraEnd = end;
+    if (composition.video.empty()) {
+        cameraPlayer()->clear();
+        co_return;
+    }
+    cameraPlayer()->load(composition);
+    if (m_playhead > 0) // It may have moved while the camera was opened.
+        cameraPlayer()->seek(ticksFor(m_playhead, static_cast<double>(m_project->fps)));
+}
+
+void AppModel::followVolumes()
+{
+    const auto composition = compose(*m_project);
+    if (!sameButVolumes(composition, m_composition))
+        return;
+    for (std::size_t i = 0; i < composition.audio.size(); ++i) {
+        if (composition.audio[i].volume != m_composition.audio[i].volume)
+            player()->setVolume(i, composition.audio[i].volume);
+    }
+    m_composition = composition;
+}
+
+void AppModel::followProject()
+{
+    // The same media in the same places go on playing where they are.
+    if (sameButVolumes(compose(*m_project), m_composition) && cameraOf(*m_project) == m_cameraFile)
+        followVolumes();
+    else
+        start(rebuildPreview());
+}
+
+void AppModel::seek(double seconds)
+{
+    const double time = seconds >= 0 && std::isfinite(seconds) ? seconds : 0;
+    m_sought = ticksFor(time, m_project ? static_cast<double>(m_project->fps) : 0);
+    player()->seek(m_sought);
+    cameraPlayer()->seek(m_sought);
+    m_announced.reset();
+    m_ended = false;
+    setPlayhead(time);
+}
+
+void AppModel::stepFrames(int frames)
+{
+    if (!m_project || m_project->fps < 1)
+        return;
+    pause();
+    const auto fps = static_cast<double>(m_project->fps);
+    const double last = std::max(std::ceil(m_project->duration * fps) - 1, 0.0);
+    // From the frame that is shown, wherever in it the playhead lies.
+    const double shown = std::floor(m_playhead * fps + 0.001);
+    seek(std::clamp(shown + frames, 0.0, last) / fps);
+}
+
+void AppModel::play()
+{
+    if (!m_project || isRecording() || m_preview != Preview::Ready)
+        return;
+    if (m_ended || m_playhead >= m_project->duration)
+        seek(0);
+    player()->play();
+}
+
+void AppModel::pause()
+{
+    player()->pause();
+}
+
+void AppModel::togglePlaying()
+{
+    if (m_playing)
+        pause();
+    else
+        play();
+}
+
+void AppModel::watchPlayback(double seconds)
+{
+    // A player that stands answers a seek with the tick it was asked for; the playhead is exact.
+    if (player()->rate() != 0 || seconds != m_sought)
+        setPlayhead(std::isfinite(seconds) ? seconds : 0);
+    if (m_project && player()->rate() > 0) {
+        const auto& cuts = m_project->edit.cuts;
+        // Seeks go to whole ticks: half of one before its end a cut is over.
+        const auto cut = std::ranges::find_if(cuts,
+            [&](const TimeSpan& span) { return span.start <= m_playhead && m_playhead + 0.51 / ticksPerSecond < span.end; });
+        if (cut != cuts.end())
+            seek(cut->end);
+        announceNextCut();
+    }
+    followWithCamera(seconds);
+}
+
+/// Has the player make the end of the next cut ready while it still plays what is before.
+void AppModel::announceNextCut()
+{
+    const TimeSpan* next = nullptr;
+    for (const auto& cut : m_project->edit.cuts) {
+        const bool isNear = cut.start > m_playhead && cut.start < m_playhead + announcedAhead;
+        if (isNear && cut.start < cut.end && (!next || cut.start < next->start))
+            next = &cut;
+    }
+    if (!next || m_announced == next->end)
+        return;
+    m_announced = next->end;
+    player()->expectSeek(next->end);
+}
+
+void AppModel::followWithCamera(double seconds)
+{
+    if (!cameraPlayer()->hasComposition())
+        return;
+    if (!(player()->rate() > 0) || m_playhead >= m_cameraEnd) {
+        cameraPlayer()->pause();
+        return;
+    }
+    if (std::abs(cameraPlayer()->position() - m_playhead) > cameraTolerance)
+        cameraPlayer()->seek(seconds);
+    if (cameraPlayer()->rate() != player()->rate())
+        cameraPlayer()->setRate(player()->rate());
+}
+
+void AppModel::notePlaying()
+{
+    const bool playing = player()->rate() > 0;
+    if (m_playing == playing)
+        return;
+    m_playing = playing;
+    emit playingChanged();
+}
+
+void AppModel::setPlayhead(double seconds)
+{
+    if (m_playhead == seconds)
+        return;
+    m_playhead = seconds;
+    emit playheadChanged();
+}
+
+} // namespace orvo

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "OrvoVideo/capture/CaptureEngine.h"
+#include "OrvoVideo/model/BrowserIntegration.h"
+#include "OrvoVideo/model/RegionPicker.h"
+#include "OrvoVideo/playback/PreviewPlayer.h"
+#include "OrvoVideo/publishing/Publisher.h"
+#include "OrvoVideo/transcription/TranscriptionService.h"
+#include "Platform/desktop/WindowSystem.h"
+#include "Platform/keychain/Keychain.h"
+#include "Platform/notifications/Notifications.h"
+#include "Platform/portal/ScreenCast.h"
+#include "Platform/shortcuts/ShortcutKeys.h"
+#include "Platform/workspace/FilePanels.h"
+#include "Platform/workspace/Pasteboard.h"
+#include "Platform/workspace/Workspace.h"
+#include "VideoCore/ProjectStore.h"
+#include "VideoMedia/MediaProbe.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace orvo {
+
+/// What recordings need of the machine. Everything but the sharing of screens, which only Wayland needs, must be there.
+struct RecordingServices {
+    WindowSystem windowSystem = WindowSystem::none;
+    std::unique_ptr<CaptureEngine> engine;
+    bool pressesSeen = false; ///< Whether the engine notices presses of the pointer in other applications.
+    std::unique_ptr<ScreenCast> screenCast;
+    std::unique_ptr<RegionPicker> regionPicker;
+    std::unique_ptr<ShortcutKeys> shortcutKeys;
+
+    static RecordingServices create();
+};
+
+/// What the model needs of the machine. Everything must be there.
+struct AppServices {
+    std::unique_ptr<const ProjectStore> store;
+    std::shared_ptr<const MediaProbe> probe; ///< Shared with the work that uses it.
+    std::unique_ptr<PreviewPlayer> player;
+    std::unique_ptr<PreviewPlayer> cameraPlayer;
+    std::unique_ptr<FilePanels> panels;
+    std::unique_ptr<Workspace> workspace;
+    /// Connects browsers; without places it does nothing.
+    BrowserIntegration browsers{BrowserIntegration::Places{}};
+    /// Listens to the session's other programs, when there is one.
+    std::function<decltype(NotificationObserver::create)> observe;
+    RecordingServices recording;
+    std::unique_ptr<Pasteboard> pasteboard;
+    /// Recognises speech; called on a worker thread.
+    std::function<decltype(TranscriptionService::transcribe)> transcribe = TranscriptionService::transcribe;
+    /// Read and store the user's secrets; called on a worker thread.
+    std::function<decltype(Keychain::load)> loadSecret = Keychain::load;
+    std::function<decltype(Keychain::save)> saveSecret = Keychain::save;
+    /// How the publishing server is spoken to.
+    Publisher::Options publisher;
+
+    /// Those of this system, with the library in its usual place or in `libraryRoot`. Needs a `QApplication`.
+    ///
+    /// Throws `captureError` with a text for the user: "No se ha podido abrir la biblioteca: " and the reason, or that of
+    /// the preview player. The application cannot run then.
+    static AppServices create(const std::optional<std::filesystem::path>& libraryRoot = std::nullopt);
+
+    /// The library alone, for what has to be known before the rest is made. Throws as above.
+    static std::unique_ptr<const ProjectStore> openLibrary(
+        const std::optional<std::filesystem::path>& libraryRoot = std::nullopt);
+};
+
+} // namespace orvo

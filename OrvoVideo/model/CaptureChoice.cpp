@@ -1,0 +1,304 @@
+#include "OrvoVideo/model/CaptureChoice.h"
+
+#include "VideoCore/Error.h"
+
+#include <QGuiApplication>
+#include <QSettings>
+#include <chrono>
+#include <fcntl.h>
+#include <format>
+#include <utility>
+
+namespace orvo {
+
+namespace {
+
+const QString screenMode = QStringLiteral("screen");
+const QString windowMode = QStringLiteral("window");
+const QString regionMode = QStringLiteral("region");
+const QString tabMode = QStringLiteral("tab");
+
+QString permissionText()
+{
+    return QStringLiteral(
+        "Activa el permiso de grabación de pantalla de Orvo Video en Ajustes del Sistema y pulsa Actualizar.");
+}
+
+ScreenCast::Kind kindOf(const QString& mode)
+{
+    return mode == windowMode ? ScreenCast::Kind::window : ScreenCast::Kind::monitor;
+}
+
+/// The setting that holds what makes the desktop share the same again.
+QString tokenSetting(ScreenCast::Kind kind)
+{
+    return kind == ScreenCast::Kind::window ? QStringLiteral("screenCast.window") : QStringLiteral("screenCast.monitor");
+}
+
+/// The setting that holds what that is called.
+QString labelSetting(ScreenCast::Kind kind)
+{
+    return tokenSetting(kind) + QStringLiteral(".label");
+}
+
+/// What the user has chosen, as long as its size is not known.
+QString plainLabel(ScreenCast::Kind kind)
+{
+    return kind == ScreenCast::Kind::window ? QStringLiteral("Ventana elegida") : QStringLiteral("Pantalla elegida");
+}
+
+/// Of the look at what is shared, in pixels.
+constexpr PictureSize lookSize{.width = 640, .height = 360};
+
+/// A window without a first frame would be recorded in the size of the monitor. Of a monitor only the picture is missing.
+constexpr std::chrono::seconds windowPatience{3};
+constexpr std::chrono::seconds monitorPatience{1};
+
+CaptureSource sourceOf(const ScreenCast::Stream& stream)
+{
+    const bool isMonitor = stream.kind == ScreenCast::Kind::monitor;
+    CaptureSource source{.id = (isMonitor ? "d" : "w") + std::to_string(stream.node),
+        .label = plainLabel(stream.kind).toStdString(),
+        .rect = stream.rect,
+        .stream = std::make_shared<const PipeWireStream>(::fcntl(stream.remote, F_DUPFD_CLOEXEC, 0), stream.node)};
+    // Of several screens one would only be guessed.
+    if (isMonitor && (stream.placed || QGuiApplication::screens().size() <= 1))
+        source.displayID = stream.node;
+    return source;
+}
+
+} // namespace
+
+QImage CaptureChoice::imageOf(const SourcePicture& taken)
+{
+    // Lines follow one another without a gap; the copy belongs to the image.
+    return QImage(
+        taken.pixels.data(), taken.size.width, taken.size.height, qsizetype{3} * taken.size.width, QImage::Format_RGB888)
+        .copy();
+}
+
+CaptureChoice::CaptureChoice(WindowSystem system, std::unique_ptr<ScreenCast> screenCast, bool pressesSeen, QObject* parent)
+    : QObject(parent)
+    , m_system(system)
+    , m_screenCast(std::move(screenCast))
+    , m_pressesSeen(pressesSeen)
+{
+    m_asking.give({}); // Nothing is asked yet.
+    if (!m_screenCast)
+        return;
+    connect(m_screenCast.get(), &ScreenCast::revoked, this, [this] {
+        show({}, ScreenCast::revokedText());
+        emit revoked();
+    });
+}
+
+CaptureChoice::~CaptureChoice()
+{
+    shutDown();
+}
+
+void CaptureChoice::shutDown()
+{
+    ++m_listing;
+    m_asking.give({});
+    m_looking.request_stop();
+    m_workers.shutDown();
+}
+
+void CaptureChoice::setMode(const QString& mode)
+{
+    const QString valid = mode == windowMode || mode == regionMode || mode == tabMode ? mode : screenMode;
+    if (m_mode == valid)
+        return;
+    const bool staysShared = kindOf(m_mode) == kindOf(valid) && valid != tabMode;
+    m_mode = valid;
+    if (desktopChooses() && !staysShared) {
+        release();
+        show({}, {});
+    }
+    emit modeChanged();
+    emit rememberedChanged();
+}
+
+void CaptureChoice::setSourceID(const QString& id)
+{
+    if (m_sourceID == id)
+        return;
+    m_sourceID = id;
+    emit sourceIDChanged();
+}
+
+QString CaptureChoice::remembered() const
+{
+    const QSettings settings;
+    const auto kind = kindOf(m_mode);
+    if (!desktopChooses() || m_mode == tabMode || settings.value(tokenSetting(kind)).toString().isEmpty())
+        return {};
+    return settings.value(labelSetting(kind), plainLabel(kind)).toString();
+}
+
+void CaptureChoice::remember(const QString& token, const QString& label)
+{
+    QSettings settings;
+    const auto kind = kindOf(m_mode);
+    settings.setValue(tokenSetting(kind), token);
+    settings.setValue(labelSetting(kind), label);
+    emit rememberedChanged();
+}
+
+QString CaptureChoice::pointerNote() const
+{
+    QStringList notes;
+    if (m_screenCast && m_screenCast->stream() && !m_screenCast->stream()->tellsPointer)
+        notes << QStringLiteral(
+            "Este escritorio no dice dónde está el puntero: la grabación no podrá resaltarlo ni acercarse a él.");
+    if (!m_pressesSeen && m_system != WindowSystem::none)
+        notes << QStringLiteral(
+            "Este sistema no deja ver los clics en otras aplicaciones: no quedarán marcados. Se ven si tu "
+            "usuario puede leer /dev/input (grupo «input»).");
+    return notes.join(QLatin1Char('\n'));
+}
+
+void CaptureChoice::loadSources()
+{
+    if (m_mode == tabMode) { // The browser knows the tabs. What was chosen is so still for the other modes.
+        ++m_listing;
+        m_sources.show({});
+        setSourceError({});
+    } else if (!desktopChooses()) {
+        list();
+    }
+}
+
+void CaptureChoice::choose()
+{
+    if (desktopChooses())
+        ask(Remembered::ignored);
+}
+
+QCoro::Task<std::optional<CaptureSource>> CaptureChoice::sourceForRecording(std::stop_token stop)
+{
+    const std::stop_callback giveUp(stop, [this] { release(); });
+    if (!desktopChooses())
+        co_await list();
+    else if (m_sources.count() == 0)
+        co_await ask(Remembered::used);
+    if (stop.stop_requested())
+        throw Cancelled();
+    const auto* source = m_sources.find(m_sourceID.toStdString());
+    co_return source ? std::optional(*source) : std::nullopt;
+}
+
+void CaptureChoice::release()
+{
+    if (!m_screenCast)
+        return;
+    ++m_listing;
+    m_asking.give({});
+    m_looking.request_stop();
+    m_screenCast->close();
+    if (m_sources.count() > 0)
+        show({}, {});
+}
+
+QCoro::Task<> CaptureChoice::list()
+{
+    const auto listing = ++m_listing;
+    std::vector<CaptureSource> sources;
+    QString error;
+    try {
+        sources = co_await m_workers.run(
+            [windows = m_mode == windowMode] { return windows ? CaptureSources::windows() : CaptureSources::displays(); });
+    } catch (const Cancelled&) {
+        co_return; // This object is going.
+    } catch (const std::exception&) {
+        error = permissionText();
+    }
+    if (listing == m_listing)
+        show(std::move(sources), error);
+}
+
+QCoro::Task<> CaptureChoice::ask(Remembered remembered)
+{
+    m_asking.give({});
+    const Answer<ScreenCast::Outcome> answer;
+    m_asking = answer;
+    const auto listing = ++m_listing;
+    const auto kind = kindOf(m_mode);
+    const QSettings settings;
+    const QString token = remembered == Remembered::used ? settings.value(tokenSetting(kind)).toString() : QString();
+    m_screenCast->open(kind, token, [answer](ScreenCast::Outcome outcome) { answer.give(std::move(outcome)); });
+    auto outcome = co_await answer;
+    if (listing != m_listing)
+        co_return;
+    if (!outcome.stream) {
+        show({}, outcome.error.isEmpty() ? permissionText() : outcome.error);
+        co_return;
+    }
+    // Each token serves once.
+    remember(outcome.stream->restoreToken, plainLabel(kind));
+    co_await measure(sourceOf(*outcome.stream), outcome.stream->kind == ScreenCast::Kind::monitor);
+}
+
+/// Completes a source by its first frame, then shows it.
+QCoro::Task<> CaptureChoice::measure(CaptureSource source, bool isMonitor)
+{
+    const auto listing = m_listing;
+    const bool isSized = source.rect.width > 0 && source.rect.height > 0;
+    m_looking = std::stop_source();
+    QString error;
+    QImage picture;
+    try {
+        const auto look = co_await m_workers.run({.stop = m_looking.get_token()},
+            [stream = source.stream, patience = isMonitor ? monitorPatience : windowPatience](
+                const std::stop_token& stop) { return PipeWireStream::look(stream, lookSize, patience, stop); });
+        // For a monitor the desktop counts in units of its own, rounded to whole ones: pixels are what is recorded. For a
+        // window it may report the size of the monitor: only the frame shows how large the window is.
+        if (isMonitor && isSized)
+            source.scale = look.size.width / source.rect.width;
+        else
+            source.rect.width = look.size.width;
+        source.rect.height = look.size.height / source.scale;
+        if (look.picture)
+            picture = imageOf(*look.picture);
+    } catch (const Cancelled&) {
+        co_return; // Released, or this object is being destroyed.
+    } catch (const std::exception& failure) {
+        // If the desktop has reported a size, the recording finds out whether there are frames.
+        if (!isSized)
+            error = QString::fromStdString(describe(failure));
+    }
+    if (listing != m_listing)
+        co_return;
+    if (!error.isEmpty()) {
+        m_screenCast->close();
+        show({}, error);
+        co_return;
+    }
+    source.label += std::format(
+        " · {}×{}", wholePixels(source.rect.width * source.scale), wholePixels(source.rect.height * source.scale));
+    if (const auto& stream = m_screenCast->stream())
+        remember(stream->restoreToken, QString::fromStdString(source.label));
+    show({source}, {}, picture);
+}
+
+void CaptureChoice::show(std::vector<CaptureSource> sources, const QString& error, const QImage& picture)
+{
+    ++m_listing;
+    m_picture = picture;
+    m_sources.show(std::move(sources));
+    if (error.isEmpty() && !m_sources.find(m_sourceID.toStdString()))
+        setSourceID(m_sources.first() ? QString::fromStdString(m_sources.first()->id) : QString());
+    setSourceError(error);
+    emit pointerNoteChanged();
+}
+
+void CaptureChoice::setSourceError(const QString& error)
+{
+    if (m_sourceError == error)
+        return;
+    m_sourceError = error;
+    emit sourceErrorChanged();
+}
+
+} // namespace orvo

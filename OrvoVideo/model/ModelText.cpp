@@ -1,0 +1,52 @@
+#include "OrvoVideo/model/ModelText.h"
+
+#include "VideoCore/Labels.h"
+
+#include <array>
+
+namespace orvo::Text {
+
+QString from(const std::string& text)
+{
+    return QString::fromStdString(text);
+}
+
+QString from(const Uuid& id)
+{
+    std::array<char, 36> digits{};
+    id.write(digits.data());
+    return QString::fromLatin1(digits.data(), digits.size());
+}
+
+QString from(const std::filesystem::path& path)
+{
+    return QString::fromStdString(path.string());
+}
+
+QDateTime from(DateTime instant)
+{
+    const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(instant.time_since_epoch());
+    return QDateTime::fromMSecsSinceEpoch(milliseconds.count());
+}
+
+Uuid toId(const QString& text)
+{
+    return Uuid::parse(text.toStdString()).value_or(Uuid());
+}
+
+QString ofState(const std::string& state)
+{
+    return from(std::string(stateLabel(state)));
+}
+
+QString ofKind(TrackKind kind)
+{
+    return from(std::string(trackLabel(kind)));
+}
+
+bool isRecoverable(const std::string& state)
+{
+    return state == ProjectState::recoverable || state == ProjectState::needsRecovery;
+}
+
+} // namespace orvo::Text

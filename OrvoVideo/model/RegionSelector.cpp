@@ -1,0 +1,158 @@
+#include "OrvoVideo/model/RegionSelector.h"
+
+#include "Platform/desktop/WindowSystem.h"
+
+#include <QGuiApplication>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScreen>
+#include <algorithm>
+#include <utility>
+
+namespace orvo {
+
+namespace {
+
+/// Keeps the one picker that is open.
+class ScreenRegionPicker final : public RegionPicker {
+public:
+    ~ScreenRegionPicker() override { finish(std::nullopt); }
+
+    bool pick(const CaptureSource& source, Done done) override
+    {
+        if (!source.displayID)
+            return false;
+        auto* screen = screenOf(source.rect);
+        if (!screen)
+            return false;
+        finish(std::nullopt);
+        m_done = std::move(done);
+        m_window =
+            std::make_unique<RegionSelector>(*screen, source.rect, [this](std::optional<Rect> rect) { finish(rect); });
+        return true;
+    }
+
+private:
+    void finish(std::optional<Rect> rect)
+    {
+        if (m_window)
+            m_window.release()->deleteLater(); // It may be telling of it.
+        if (const auto done = std::exchange(m_done, nullptr))
+            done(rect);
+    }
+
+    Done m_done;
+    std::unique_ptr<RegionSelector> m_window;
+};
+
+} // namespace
+
+std::unique_ptr<RegionPicker> RegionPicker::create()
+{
+    return std::make_unique<ScreenRegionPicker>();
+}
+
+QScreen* screenOf(const Rect& display)
+{
+    const auto screens = QGuiApplication::screens();
+    // The corner of a screen is where it is in pixels, also where what is shown on it is scaled.
+    for (auto* screen : screens) {
+        const QPointF corner = screen->geometry().topLeft();
+        if (corner == QPointF(display.x, display.y))
+            return screen;
+    }
+    return screens.size() == 1 ? screens.front() : nullptr;
+}
+
+RegionSelector::RegionSelector(QScreen& screen, const Rect& display, RegionPicker::Done completion)
+    : m_display(display)
+    , m_completion(std::move(completion))
+{
+    m_view.completion = [this](std::optional<QRectF> rect) { complete(rect); };
+    QSurfaceFormat translucent = format();
+    translucent.setAlphaBufferSize(8);
+    setFormat(translucent);
+    setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    setTitle(QStringLiteral("Seleccionar zona"));
+    setCursor(Qt::CrossCursor);
+    setScreen(&screen);
+    setGeometry(screen.geometry());
+    if (!blendsWindows())
+        m_backdrop = screen.grabWindow(0);
+    showFullScreen();
+    requestActivate();
+}
+
+void RegionSelector::complete(std::optional<QRectF> rect)
+{
+    hide();
+    const auto completion = std::exchange(m_completion, nullptr);
+    if (!completion)
+        return;
+    if (!rect)
+        return completion(std::nullopt);
+    // The view may have other units than the global display space: the screen may be scaled.
+    const double across = m_display.width > 0 ? m_display.width / width() : devicePixelRatio();
+    const double down = m_display.height > 0 ? m_display.height / height() : devicePixelRatio();
+    completion(Rect{
+        m_display.x + rect->x() * across, m_display.y + rect->y() * down, rect->width() * across, rect->height() * down});
+}
+
+/// The nearest point of the screen. A pointer that is dragged over its edge is reported beyond it.
+QPointF RegionSelector::within(QPointF place) const
+{
+    return {std::clamp<qreal>(place.x(), 0, width()), std::clamp<qreal>(place.y(), 0, height())};
+}
+
+void RegionSelector::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton)
+        return;
+    m_dragging = true;
+    m_view.mouseDown(within(event->position()));
+    update();
+}
+
+void RegionSelector::mouseMoveEvent(QMouseEvent* event)
+{
+    if (!m_dragging)
+        return;
+    m_view.mouseDragged(within(event->position()));
+    update();
+}
+
+void RegionSelector::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton && std::exchange(m_dragging, false))
+        m_view.mouseUp(within(event->position()));
+}
+
+void RegionSelector::keyPressEvent(QKeyEvent* event)
+{
+    m_view.keyDown(event->key());
+}
+
+void RegionSelector::exposeEvent(QExposeEvent* event)
+{
+    QRasterWindow::exposeEvent(event);
+    requestActivate(); // Only what is shown can have the keyboard.
+}
+
+void RegionSelector::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    m_view.draw(painter, size(), m_backdrop);
+}
+
+bool RegionSelector::event(QEvent* event)
+{
+    if (event->type() != QEvent::Close)
+        return QRasterWindow::event(event);
+    // Not closed: it may be the last window to be seen, whose end would be the application's.
+    event->ignore();
+    complete(std::nullopt);
+    return true;
+}
+
+} // namespace orvo

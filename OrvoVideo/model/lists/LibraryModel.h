@@ -1,0 +1,57 @@
+#pragma once
+
+#include "OrvoVideo/model/lists/RowModel.h"
+#include "VideoCore/VideoProject.h"
+
+#include <optional>
+
+namespace orvo {
+
+/// The library, newest first, one row per project.
+class LibraryModel : public RowModel {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Belongs to the model")
+public:
+    enum Role {
+        ProjectIdRole = Qt::UserRole, ///< Text form of the identifier.
+        TitleRole,
+        CreatedAtRole, ///< Date and time.
+        DurationRole, ///< Seconds before cuts.
+        PlayableDurationRole, ///< Seconds after cuts.
+        StateRole, ///< As in the document.
+        StateTextRole, ///< In Spanish.
+        RecoverableRole, ///< Whether the recording waits to be recovered by the user.
+        OpenRole, ///< Whether this is the open project.
+    };
+    Q_ENUM(Role)
+
+    explicit LibraryModel(QObject* parent = nullptr);
+
+    const SharedList<VideoProject>& projects() const noexcept { return m_projects; }
+    void setProjects(SharedList<VideoProject> projects);
+
+    /// Replaces the project with the same identifier in its place. False when there is none.
+    bool replace(const VideoProject& project);
+
+    /// Which row is shown as the open project.
+    void setOpen(const std::optional<Uuid>& id);
+
+    /// The project with this identifier; null when there is none. Holds until the list changes.
+    const VideoProject* find(const Uuid& id) const;
+
+    /// The row of the open project, or -1.
+    Q_INVOKABLE int openRow() const;
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+private:
+    int rowOf(const Uuid& id) const;
+
+    SharedList<VideoProject> m_projects;
+    std::optional<Uuid> m_open;
+};
+
+} // namespace orvo

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "OrvoVideo/capture/screen/CaptureSources.h"
+#include "OrvoVideo/model/lists/RowModel.h"
+
+namespace orvo {
+
+/// The displays or windows that can be recorded.
+class SourceModel : public RowModel {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Belongs to the model")
+public:
+    enum Role {
+        IdRole = Qt::UserRole,
+        LabelRole,
+        RectRole, ///< Where it is, in the global display space.
+    };
+    Q_ENUM(Role)
+
+    explicit SourceModel(QObject* parent = nullptr);
+
+    void show(std::vector<CaptureSource> sources);
+
+    /// Nothing when none has this identifier.
+    const CaptureSource* find(const std::string& id) const;
+    /// Null when there is none.
+    const CaptureSource* first() const { return m_sources.empty() ? nullptr : &m_sources[0]; }
+    /// The row of a source; -1 when none has this identifier.
+    Q_INVOKABLE int rowOf(const QString& id) const;
+
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+private:
+    SharedList<CaptureSource> m_sources;
+};
+
+} // namespace orvo

@@ -1,0 +1,307 @@
+#include "OrvoVideo/playback/MediaReader.h"
+
+#include "OrvoVideo/gstreamer/GstHandles.h"
+#include "OrvoVideo/playback/ReferencePictures.h"
+#include "VideoCore/Error.h"
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <format>
+#include <gst/app/gstappsink.h>
+#include <mutex>
+#include <optional>
+#include <string_view>
+
+namespace orvo {
+
+namespace {
+
+constexpr auto soundCaps = "audio/x-raw,format=F32LE,rate=48000,channels=2,layout=interleaved";
+
+/// Decoded pictures kept ready. Each of 1080p takes 3 MB.
+constexpr guint picturesAhead = 4;
+/// Of AAC, some 0.3 s.
+constexpr guint soundBuffersAhead = 16;
+
+const char* flipMethod(int rotation)
+{
+    switch (rotation) {
+    case 90:
+        return "clockwise";
+    case 180:
+        return "rotate-180";
+    case 270:
+        return "counterclockwise";
+    default:
+        return nullptr;
+    }
+}
+
+/// For H.264, the size of the length before each unit, or 0 for start codes; nothing for other codings.
+std::optional<std::size_t> unitLengthBytes(GstPad* pad)
+{
+    const GstCapsHandle caps(gst_pad_get_current_caps(pad));
+    if (!caps || gst_caps_get_size(caps.get()) == 0)
+        return std::nullopt;
+    const GstStructure* structure = gst_caps_get_structure(caps.get(), 0);
+    const char* format = gst_structure_get_string(structure, "stream-format");
+    if (!gst_structure_has_name(structure, "video/x-h264") || !format)
+        return std::nullopt;
+    if (std::string_view(format) == "byte-stream")
+        return 0;
+    const GValue* value = gst_structure_get_value(structure, "codec_data");
+    if (!value)
+        return std::nullopt;
+    // The AVCDecoderConfigurationRecord (ISO/IEC 14496-15) tells it in its fifth byte.
+    const BufferView record(gst_value_get_buffer(value));
+    if (record.size() < 5)
+        return std::nullopt;
+    return (record.data()[4] & 0x3U) + 1U;
+}
+
+} // namespace
+
+struct MediaReader::Pipeline {
+    std::filesystem::path file;
+    GstElementHandle bin;
+    GstElement* entry = nullptr; ///< What the decoded stream is linked to.
+    GstAppSink* sink = nullptr;
+    std::atomic<GstClockTime> skipBefore = 0;
+    GstClockTime latestCoded = 0; ///< Of the pictures since the last key frame; the decoder's thread has it alone.
+    std::atomic<bool> linked = false;
+
+    /// When the first picture of the file is shown; an export shows it at 0.
+    std::atomic<GstClockTime> origin = 0;
+
+    mutable std::mutex mutex;
+    std::condition_variable_any changed;
+    bool failed = false;
+    bool ready = false;
+
+    void notify(bool isFailure = false)
+    {
+        {
+            const std::scoped_lock lock(mutex);
+            ready = true;
+            failed = failed || isFailure;
+        }
+        changed.notify_all();
+    }
+
+    static void padAdded(GstElement*, GstPad* pad, gpointer self)
+    {
+        auto* pipeline = static_cast<Pipeline*>(self);
+        const GstPadHandle target(gst_element_get_static_pad(pipeline->entry, "sink"));
+        if (!gst_pad_is_linked(target.get()) && gst_pad_link(pad, target.get()) == GST_PAD_LINK_OK)
+            pipeline->linked = true;
+    }
+
+    static void noMorePads(GstElement*, gpointer self)
+    {
+        auto* pipeline = static_cast<Pipeline*>(self);
+        if (!pipeline->linked)
+            pipeline->notify(true);
+    }
+
+    /// Watches what goes into the picture decoder, to leave out what is not needed.
+    static void elementAdded(GstBin*, GstBin*, GstElement* element, gpointer self)
+    {
+        const GstElementFactory* factory = gst_element_get_factory(element);
+        if (!factory
+            || !gst_element_factory_list_is_type(const_cast<GstElementFactory*>(factory),
+                GST_ELEMENT_FACTORY_TYPE_DECODER | GST_ELEMENT_FACTORY_TYPE_MEDIA_VIDEO))
+            return;
+        // Decoders of libav write into memory of their own, at the cost of a copy: when they write right into what comes
+        // after them, as they would, their threads race with the choice of that memory, and GStreamer 1.26 ends the process
+        // at a picture whose coded width is not its own.
+        if (g_object_class_find_property(G_OBJECT_GET_CLASS(element), "direct-rendering"))
+            g_object_set(element, "direct-rendering", FALSE, nullptr);
+        const GstPadHandle pad(gst_element_get_static_pad(element, "sink"));
+        if (pad)
+            gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::codedPicture, self, nullptr);
+    }
+
+    /// Leaves out a picture when none refers to it and a later one, which is not too late either, has already come by: how
+    /// long a picture says that it lasts cannot be relied on where the rate varies.
+    static GstPadProbeReturn codedPicture(GstPad* pad, GstPadProbeInfo* info, gpointer data)
+    {
+        auto* self = static_cast<Pipeline*>(data);
+        GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(info);
+        if (!GST_BUFFER_PTS_IS_VALID(buffer))
+            return GST_PAD_PROBE_OK;
+        const GstEventHandle event(gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0));
+        if (!event)
+            return GST_PAD_PROBE_OK;
+        const GstSegment* segment = nullptr;
+        gst_event_parse_segment(event.get(), &segment);
+        const guint64 start = gst_segment_to_stream_time(segment, GST_FORMAT_TIME, GST_BUFFER_PTS(buffer));
+        if (start == GST_CLOCK_TIME_NONE)
+            return GST_PAD_PROBE_OK;
+        if (!GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_DELTA_UNIT)) {
+            self->latestCoded = start;
+            return GST_PAD_PROBE_OK;
+        }
+        const bool mayGo = start < self->latestCoded && self->latestCoded <= self->skipBefore;
+        self->latestCoded = std::max<GstClockTime>(self->latestCoded, start);
+        if (!mayGo)
+            return GST_PAD_PROBE_OK;
+        const auto lengthBytes = unitLengthBytes(pad);
+        if (!lengthBytes)
+            return GST_PAD_PROBE_OK;
+        const BufferView picture(buffer);
+        return isReferencePicture({picture.data(), picture.size()}, *lengthBytes) ? GST_PAD_PROBE_OK : GST_PAD_PROBE_DROP;
+    }
+
+    /// Notes when the first picture of the file comes. Nothing is sought before that.
+    static GstPadProbeReturn firstPicture(GstPad* pad, GstPadProbeInfo* info, gpointer self)
+    {
+        const GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(info);
+        const GstEventHandle event(gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0));
+        if (event && GST_BUFFER_PTS_IS_VALID(buffer)) {
+            const GstSegment* segment = nullptr;
+            gst_event_parse_segment(event.get(), &segment);
+            const guint64 time = gst_segment_to_stream_time(segment, GST_FORMAT_TIME, GST_BUFFER_PTS(buffer));
+            if (time != GST_CLOCK_TIME_NONE)
+                static_cast<Pipeline*>(self)->origin = time;
+        }
+        return GST_PAD_PROBE_REMOVE;
+    }
+
+    static GstBusSyncReply message(GstBus*, GstMessage* message, gpointer self)
+    {
+        if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_ERROR)
+            static_cast<Pipeline*>(self)->notify(true);
+        gst_message_unref(message);
+        return GST_BUS_DROP;
+    }
+};
+
+MediaReader::MediaReader(std::filesystem::path file, Stream stream, int rotation)
+    : m_pipeline(std::make_unique<Pipeline>())
+{
+    startGStreamer();
+    Pipeline& pipeline = *m_pipeline;
+    pipeline.file = std::move(file);
+    pipeline.bin.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr))));
+    GstElement* bin = pipeline.bin.get();
+    const bool isVideo = stream == Stream::Video;
+
+    GstElement* source = addElement(bin, "filesrc");
+    g_object_set(source, "location", pipeline.file.c_str(), nullptr);
+    GstElement* decoder = addElement(bin, "decodebin");
+    const GstCapsHandle decoded(gst_caps_from_string(isVideo ? "video/x-raw(ANY)" : "audio/x-raw"));
+    g_object_set(decoder, "caps", decoded.get(), "expose-all-streams", FALSE, nullptr);
+    gst_element_link(source, decoder);
+
+    GstElement* sink = addElement(bin, "appsink");
+    pipeline.sink = GST_APP_SINK(sink);
+    const GstCapsHandle wanted(gst_caps_from_string(isVideo ? "video/x-raw" : soundCaps));
+    g_object_set(sink, "sync", FALSE, "qos", FALSE, "enable-last-sample", FALSE, "caps", wanted.get(), "max-buffers",
+        isVideo ? picturesAhead : soundBuffersAhead, nullptr);
+
+    if (!isVideo) {
+        pipeline.entry = addElement(bin, "audioconvert");
+        GstElement* resampler = addElement(bin, "audioresample");
+        gst_element_link_many(pipeline.entry, resampler, sink, nullptr);
+    } else if (const char* method = flipMethod(rotation)) {
+        pipeline.entry = addElement(bin, "videoflip");
+        gst_util_set_object_arg(G_OBJECT(pipeline.entry), "method", method);
+        gst_element_link(pipeline.entry, sink);
+    } else {
+        pipeline.entry = sink;
+    }
+
+    g_signal_connect(decoder, "pad-added", G_CALLBACK(&Pipeline::padAdded), &pipeline);
+    g_signal_connect(decoder, "no-more-pads", G_CALLBACK(&Pipeline::noMorePads), &pipeline);
+    if (isVideo) {
+        g_signal_connect(bin, "deep-element-added", G_CALLBACK(&Pipeline::elementAdded), &pipeline);
+        const GstPadHandle pad(gst_element_get_static_pad(sink, "sink"));
+        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::firstPicture, &pipeline, nullptr);
+    }
+    const GstBusHandle bus(gst_element_get_bus(bin));
+    gst_bus_set_sync_handler(bus.get(), &Pipeline::message, &pipeline, nullptr);
+    GstAppSinkCallbacks callbacks{};
+    callbacks.eos = [](GstAppSink*, gpointer self) { static_cast<Pipeline*>(self)->notify(); };
+    callbacks.new_sample = [](GstAppSink*, gpointer self) {
+        static_cast<Pipeline*>(self)->notify();
+        return GST_FLOW_OK;
+    };
+    gst_app_sink_set_callbacks(pipeline.sink, &callbacks, &pipeline, nullptr);
+
+    if (gst_element_set_state(bin, GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE)
+        pipeline.notify(true);
+}
+
+MediaReader::~MediaReader()
+{
+    // Ends every streaming thread before what they use goes.
+    gst_element_set_state(m_pipeline->bin.get(), GST_STATE_NULL);
+}
+
+bool MediaReader::isReady() const
+{
+    const std::scoped_lock lock(m_pipeline->mutex);
+    return m_pipeline->ready;
+}
+
+bool MediaReader::isBroken() const
+{
+    const std::scoped_lock lock(m_pipeline->mutex);
+    return m_pipeline->failed;
+}
+
+void MediaReader::open(const std::stop_token& stop)
+{
+    std::unique_lock lock(m_pipeline->mutex);
+    if (!m_pipeline->changed.wait(lock, stop, [this] { return m_pipeline->ready; }))
+        throw Cancelled();
+    if (m_pipeline->failed)
+        throw captureError(std::format("No se puede reproducir el archivo «{}».", m_pipeline->file.filename().string()));
+}
+
+void MediaReader::seek(double seconds, Seek mode)
+{
+    const auto flags = mode == Seek::Exact ? GST_SEEK_FLAG_ACCURATE : GST_SEEK_FLAG_KEY_UNIT | GST_SEEK_FLAG_SNAP_BEFORE;
+    gst_element_seek_simple(m_pipeline->bin.get(), GST_FORMAT_TIME, static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | flags),
+        static_cast<gint64>(toClockTime(seconds) + m_pipeline->origin));
+}
+
+MediaSample MediaReader::next(const std::stop_token& stop)
+{
+    std::unique_lock lock(m_pipeline->mutex);
+    GstSample* sample = nullptr;
+    bool ended = false;
+    m_pipeline->changed.wait(lock, stop, [&] {
+        sample = gst_app_sink_try_pull_sample(m_pipeline->sink, 0);
+        ended = !sample && (m_pipeline->failed || gst_app_sink_is_eos(m_pipeline->sink));
+        return sample || ended;
+    });
+    if (ended)
+        return {};
+    if (!sample)
+        throw Cancelled();
+
+    MediaSample result{.data = std::shared_ptr<GstSample>(sample, &gst_sample_unref)};
+    const GstBuffer* buffer = gst_sample_get_buffer(sample);
+    const GstSegment* segment = gst_sample_get_segment(sample);
+    const auto streamTime = [segment](GstClockTime time) {
+        guint64 position = 0;
+        const int sign = gst_segment_to_stream_time_full(segment, GST_FORMAT_TIME, time, &position);
+        return sign == 0 ? toSeconds(time) : sign * toSeconds(position);
+    };
+    if (GST_BUFFER_PTS_IS_VALID(buffer))
+        result.start = streamTime(GST_BUFFER_PTS(buffer));
+    result.start -= toSeconds(m_pipeline->origin);
+    result.end = result.start;
+    if (GST_BUFFER_DURATION_IS_VALID(buffer))
+        result.end += toSeconds(GST_BUFFER_DURATION(buffer));
+    return result;
+}
+
+void MediaReader::skipUnneededBefore(double seconds)
+{
+    m_pipeline->skipBefore = toClockTime(seconds) + m_pipeline->origin;
+}
+
+} // namespace orvo

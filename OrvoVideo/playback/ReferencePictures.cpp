@@ -1,0 +1,53 @@
+#include "OrvoVideo/playback/ReferencePictures.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+namespace orvo {
+
+namespace {
+
+/// Whether the unit is a slice that others refer to; nothing when it is no slice.
+std::optional<bool> refersTo(std::span<const std::uint8_t> unit)
+{
+    if (unit.empty())
+        return std::nullopt;
+    const unsigned type = unit[0] & 0x1FU;
+    if (type < 1 || type > 5)
+        return std::nullopt;
+    return (unit[0] >> 5 & 0x3U) != 0;
+}
+
+} // namespace
+
+bool isReferencePicture(std::span<const std::uint8_t> picture, std::size_t lengthBytes)
+{
+    if (lengthBytes == 0) {
+        constexpr std::array<std::uint8_t, 3> startCode{0, 0, 1};
+        auto rest = picture;
+        while (true) {
+            const auto found = std::ranges::search(rest, startCode);
+            if (found.empty())
+                return true;
+            rest = rest.subspan(static_cast<std::size_t>(found.end() - rest.begin()));
+            if (const auto answer = refersTo(rest))
+                return *answer;
+        }
+    }
+    std::size_t at = 0;
+    while (picture.size() - at > lengthBytes) {
+        std::size_t length = 0;
+        for (std::size_t i = 0; i < lengthBytes; ++i)
+            length = length << 8 | picture[at + i];
+        at += lengthBytes;
+        if (length == 0 || length > picture.size() - at)
+            return true;
+        if (const auto answer = refersTo(picture.subspan(at, length)))
+            return *answer;
+        at += length;
+    }
+    return true;
+}
+
+} // namespace orvo

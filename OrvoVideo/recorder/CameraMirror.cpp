@@ -1,0 +1,167 @@
+#include "OrvoVideo/recorder/CameraMirror.h"
+
+#include "VideoCore/Error.h"
+
+#include <QPainter>
+#include <QPointer>
+#include <algorithm>
+#include <atomic>
+#include <utility>
+
+namespace orvo {
+
+namespace {
+
+constexpr int step = 4; ///< Of the camera's pixels one in so many is shown, across and down.
+
+/// A smaller picture in the colours of the screen.
+QImage reduced(const PictureMemory& memory)
+{
+    const auto size = memory.size();
+    QImage picture(size.width / step, size.height / step, QImage::Format_RGB32);
+    for (int y = 0; y < picture.height(); ++y) {
+        auto* line = reinterpret_cast<QRgb*>(picture.scanLine(y));
+        const auto* luma = memory.luma() + static_cast<std::ptrdiff_t>(y) * step * memory.lumaStride();
+        const auto chroma = static_cast<std::ptrdiff_t>(y) * step / 2 * memory.chromaStride();
+        for (std::ptrdiff_t x = 0; x < picture.width(); ++x) {
+            // Limited range, BT.601, in 256ths.
+            const int c = 298 * (luma[x * step] - 16) + 128;
+            const int d = memory.blue()[chroma + x * step / 2] - 128;
+            const int e = memory.red()[chroma + x * step / 2] - 128;
+            const auto part = [](int value) { return std::clamp(value >> 8, 0, 255); };
+            line[x] = qRgb(part(c + 409 * e), part(c - 100 * d - 208 * e), part(c + 516 * d));
+        }
+    }
+    return picture;
+}
+
+} // namespace
+
+/// Between the camera's thread and the main thread: pictures that come faster than they are shown are left out.
+struct CameraMirror::Latest {
+    std::atomic_bool underWay = false;
+};
+
+CameraMirror::CameraMirror(QQuickItem* parent)
+    : QQuickPaintedItem(parent)
+{
+}
+
+CameraMirror::~CameraMirror()
+{
+    ++m_start;
+    m_stream.reset();
+    m_worker.shutDown();
+}
+
+void CameraMirror::setDevice(const QString& device)
+{
+    if (m_device == device)
+        return;
+    m_device = device;
+    emit deviceChanged();
+    restart();
+}
+
+void CameraMirror::setActive(bool active)
+{
+    if (m_active == active)
+        return;
+    m_active = active;
+    emit activeChanged();
+    restart();
+}
+
+void CameraMirror::restart()
+{
+    ++m_start;
+    if (m_stream)
+        m_worker.post([stream = std::exchange(m_stream, nullptr)]() mutable { stream.reset(); });
+    show({});
+    setError({});
+    if (m_active)
+        watch();
+}
+
+QCoro::Task<> CameraMirror::watch()
+{
+    const auto asked = m_start;
+    // The stream is gone before this object is, so that its threads may speak to it.
+    const auto toMain = [this, asked](const auto& call) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, asked, call] {
+                if (asked == m_start)
+                    call();
+            },
+            Qt::QueuedConnection);
+    };
+    const auto latest = std::make_shared<Latest>();
+    const CameraStream::Receiver receiver{.picture =
+                                              [this, toMain, latest](const CapturedPicture& picture) {
+                                                  if (latest->underWay.exchange(true))
+                                                      return;
+                                                  toMain([this, latest, image = reduced(*picture.memory)] {
+                                                      latest->underWay = false;
+                                                      show(image);
+                                                  });
+                                              },
+        .ended =
+            [this, toMain](const std::exception_ptr& reason) {
+                QString text;
+                try {
+                    std::rethrow_exception(reason);
+                } catch (const std::exception& error) {
+                    text = QString::fromStdString(describe(error));
+                }
+                toMain([this, text] {
+                    show({});
+                    setError(text);
+                });
+            }};
+    std::shared_ptr<CameraStream> stream;
+    QString error;
+    try {
+        stream = co_await m_worker.run(
+            [device = m_device.toStdString(), receiver] { return std::shared_ptr(CameraStream::open(device, receiver)); });
+    } catch (const Cancelled&) {
+        co_return; // This object is going.
+    } catch (const std::exception& failure) {
+        error = QString::fromStdString(describe(failure));
+    }
+    if (asked != m_start) {
+        if (stream)
+            m_worker.post([late = std::move(stream)]() mutable { late.reset(); });
+        co_return;
+    }
+    m_stream = std::move(stream);
+    if (!m_stream)
+        setError(error);
+}
+
+void CameraMirror::show(const QImage& picture)
+{
+    const bool was = showing();
+    m_picture = picture;
+    update();
+    if (was != showing())
+        emit showingChanged();
+}
+
+void CameraMirror::setError(const QString& error)
+{
+    if (m_error == error)
+        return;
+    m_error = error;
+    emit errorChanged();
+}
+
+void CameraMirror::paint(QPainter* painter)
+{
+    if (m_picture.isNull())
+        return;
+    painter->setRenderHint(QPainter::SmoothPixmapTransform);
+    painter->drawImage(QRectF(0, 0, width(), height()), m_picture);
+}
+
+} // namespace orvo

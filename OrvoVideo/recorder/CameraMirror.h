@@ -1,0 +1,63 @@
+#pragma once
+
+#include "OrvoVideo/capture/camera/Cameras.h"
+#include "OrvoVideo/model/Workers.h"
+
+#include <QCoroTask>
+#include <QImage>
+#include <QQuickPaintedItem>
+#include <QString>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+namespace orvo {
+
+/// Shows what a camera sees while `active`, and keeps nothing.
+class CameraMirror : public QQuickPaintedItem {
+    Q_OBJECT
+    QML_ELEMENT
+    /// The identifier of a device; empty for the first one.
+    Q_PROPERTY(QString device READ device WRITE setDevice NOTIFY deviceChanged)
+    Q_PROPERTY(bool active READ active WRITE setActive NOTIFY activeChanged)
+    /// Whether a picture is shown.
+    Q_PROPERTY(bool showing READ showing NOTIFY showingChanged)
+    /// Why none is; empty while it is not known.
+    Q_PROPERTY(QString error READ error NOTIFY errorChanged)
+public:
+    explicit CameraMirror(QQuickItem* parent = nullptr);
+    ~CameraMirror() override;
+
+    QString device() const { return m_device; }
+    void setDevice(const QString& device);
+    bool active() const { return m_active; }
+    void setActive(bool active);
+    bool showing() const { return !m_picture.isNull(); }
+    QString error() const { return m_error; }
+
+    void paint(QPainter* painter) override;
+
+signals:
+    void deviceChanged();
+    void activeChanged();
+    void showingChanged();
+    void errorChanged();
+
+private:
+    struct Latest;
+
+    void restart();
+    QCoro::Task<> watch();
+    void show(const QImage& picture);
+    void setError(const QString& error);
+
+    QString m_device;
+    bool m_active = false;
+    QString m_error;
+    QImage m_picture;
+    std::uint64_t m_start = 0; ///< Counts what was asked, so that an overtaken start ends.
+    std::shared_ptr<CameraStream> m_stream;
+    SerialWorker m_worker; ///< Opens and closes: both take their time.
+};
+
+} // namespace orvo

@@ -1,0 +1,111 @@
+#include "OrvoVideo/recorder/MicrophoneLevel.h"
+
+#include "VideoCore/Error.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace orvo {
+
+namespace {
+
+constexpr int interval = 50; ///< Milliseconds between two measurements.
+constexpr double quietest = -60; ///< Decibels.
+constexpr double fall = 0.05; ///< How far the level falls back in one interval at most.
+
+} // namespace
+
+MicrophoneLevel::MicrophoneLevel(QObject* parent)
+    : QObject(parent)
+{
+    m_clock.setInterval(interval);
+    connect(&m_clock, &QTimer::timeout, this, &MicrophoneLevel::measure);
+}
+
+MicrophoneLevel::~MicrophoneLevel()
+{
+    ++m_start;
+    m_stream.reset();
+    m_worker.shutDown();
+}
+
+void MicrophoneLevel::setDevice(const QString& device)
+{
+    if (m_device == device)
+        return;
+    m_device = device;
+    emit deviceChanged();
+    restart();
+}
+
+void MicrophoneLevel::setActive(bool active)
+{
+    if (m_active == active)
+        return;
+    m_active = active;
+    emit activeChanged();
+    restart();
+}
+
+void MicrophoneLevel::restart()
+{
+    ++m_start;
+    m_clock.stop();
+    if (m_stream)
+        m_worker.post([stream = std::exchange(m_stream, nullptr)]() mutable { stream.reset(); });
+    setLevel(0);
+    setError({});
+    if (m_active)
+        listen();
+}
+
+QCoro::Task<> MicrophoneLevel::listen()
+{
+    const auto asked = m_start;
+    std::shared_ptr<AudioStream> stream;
+    QString error;
+    try {
+        stream = co_await m_worker.run([device = m_device.toStdString()] {
+            return std::shared_ptr(AudioStream::open(AudioStream::Input::microphone, device, [](const SoundBlock&) { }));
+        });
+    } catch (const Cancelled&) {
+        co_return; // This object is going.
+    } catch (const std::exception& failure) {
+        error = QString::fromStdString(describe(failure));
+    }
+    if (asked != m_start) {
+        if (stream)
+            m_worker.post([late = std::move(stream)]() mutable { late.reset(); });
+        co_return;
+    }
+    m_stream = std::move(stream);
+    setError(error);
+    if (m_stream)
+        m_clock.start();
+}
+
+void MicrophoneLevel::measure()
+{
+    const double peak = m_stream->takePeak();
+    const double decibels = peak > 0 ? 20 * std::log10(peak) : quietest;
+    setLevel(std::max(std::clamp(1 - decibels / quietest, 0.0, 1.0), m_level - fall));
+}
+
+void MicrophoneLevel::setLevel(double level)
+{
+    if (m_level == level)
+        return;
+    m_level = level;
+    emit levelChanged();
+}
+
+void MicrophoneLevel::setError(const QString& error)
+{
+    if (m_error == error)
+        return;
+    m_error = error;
+    emit errorChanged();
+}
+
+} // namespace orvo

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "OrvoVideo/capture/audio/AudioInputs.h"
+#include "OrvoVideo/model/Workers.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <QtQml/qqmlregistration.h>
+#include <cstdint>
+#include <memory>
+
+namespace orvo {
+
+/// How loud a microphone is while `active`: it listens, and keeps nothing.
+class MicrophoneLevel : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    /// The identifier of a device; empty for the default one.
+    Q_PROPERTY(QString device READ device WRITE setDevice NOTIFY deviceChanged)
+    Q_PROPERTY(bool active READ active WRITE setActive NOTIFY activeChanged)
+    /// 0 for silence (−60 dB and less), 1 for the loudest. Falls back slowly, so that the eye can follow.
+    Q_PROPERTY(double level READ level NOTIFY levelChanged)
+    /// Why it does not listen; empty while it does.
+    Q_PROPERTY(QString error READ error NOTIFY errorChanged)
+public:
+    explicit MicrophoneLevel(QObject* parent = nullptr);
+    ~MicrophoneLevel() override;
+
+    QString device() const { return m_device; }
+    void setDevice(const QString& device);
+    bool active() const { return m_active; }
+    void setActive(bool active);
+    double level() const { return m_level; }
+    QString error() const { return m_error; }
+
+signals:
+    void deviceChanged();
+    void activeChanged();
+    void levelChanged();
+    void errorChanged();
+
+private:
+    void restart();
+    QCoro::Task<> listen();
+    void measure();
+    void setLevel(double level);
+    void setError(const QString& error);
+
+    QString m_device;
+    bool m_active = false;
+    double m_level = 0;
+    QString m_error;
+    std::uint64_t m_start = 0; ///< Counts what was asked, so that an overtaken start ends.
+    QTimer m_clock;
+    std::shared_ptr<AudioStream> m_stream;
+    SerialWorker m_worker; ///< Opens and closes: both take their time.
+};
+
+} // namespace orvo

@@ -1,0 +1,44 @@
+import QtQuick
+import QtQuick.Layouts
+import Orvo.Model
+import Orvo.Ui
+
+/// The running recording: how long it lasts, and what can be done with it.
+RowLayout {
+    id: root
+
+    required property AppModel app
+
+    spacing: Theme.space(2)
+
+    Rectangle {
+        implicitWidth: 10
+        implicitHeight: 10
+        radius: root.app.isPaused ? 1 : 5
+        color: Theme.danger
+    }
+    OLabel {
+        objectName: "recordingTime"
+        text: Theme.timeText(root.app.recordingTime)
+        font: Theme.digits(Theme.bodySize)
+        Accessible.name: "Tiempo grabado " + text
+    }
+    OButton {
+        objectName: "pause"
+        implicitHeight: 26
+        text: root.app.isPaused ? "Continuar" : "Pausar"
+        iconName: root.app.isPaused ? "play" : "pause"
+        enabled: !root.app.busy
+        onClicked: root.app.togglePause()
+    }
+    OButton {
+        objectName: "stop"
+        implicitHeight: 26
+        destructive: true
+        prominent: true
+        text: "Terminar"
+        iconName: "circle-stop"
+        enabled: !root.app.busy
+        onClicked: root.app.stopRecording()
+    }
+}

@@ -1,0 +1,140 @@
+#include "OrvoVideo/recorder/RecordingWindows.h"
+
+#include <QPainter>
+#include <QScreen>
+
+namespace orvo {
+
+namespace {
+
+constexpr QColor panel(0x1D, 0x1A, 0x24);
+constexpr QColor text(0xF3, 0xF0, 0xFA);
+constexpr QColor red(0xFF, 0x4D, 0x4D);
+constexpr int countdownSide = 200;
+constexpr QSize sharedRoom(320, 180); ///< For the frame of what is shared.
+constexpr int sharedMargin = 16;
+constexpr int captionHeight = 24;
+
+QSize countdownSize(bool hasFrame)
+{
+    if (!hasFrame)
+        return {countdownSide, countdownSide};
+    return {sharedRoom.width() + 2 * sharedMargin, countdownSide + captionHeight + sharedRoom.height() + 2 * sharedMargin};
+}
+
+QRect centred(QSize size, QPoint centre)
+{
+    return {centre.x() - size.width() / 2, centre.y() - size.height() / 2, size.width(), size.height()};
+}
+
+QFont digits(int pixels, QFont::Weight weight)
+{
+    QFont font;
+    font.setPixelSize(pixels);
+    font.setWeight(weight);
+    font.setFeature("tnum", 1);
+    return font;
+}
+
+/// A panel with round corners over the whole window; where windows cannot be seen through, with square ones.
+void drawPanel(QPainter& painter, QSize size, double radius)
+{
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
+    painter.fillRect(QRect({}, size), Qt::transparent);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(panel);
+    painter.drawRoundedRect(QRect({}, size), radius, radius);
+}
+
+} // namespace
+
+FloatingWindow::FloatingWindow(const QRect& place)
+{
+    QSurfaceFormat translucent = format();
+    translucent.setAlphaBufferSize(8);
+    setFormat(translucent);
+    setFlags(Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus
+        | Qt::WindowTransparentForInput);
+    setGeometry(place);
+}
+
+CountdownWindow::CountdownWindow(QScreen& screen, QPoint centre, const QImage& shared, const QString& label)
+    : FloatingWindow(centred(countdownSize(!shared.isNull()), centre))
+    , m_shared(shared)
+    , m_label(label)
+{
+    setScreen(&screen);
+    setTitle(QStringLiteral("Cuenta atrás"));
+}
+
+void CountdownWindow::setCount(int count)
+{
+    m_count = count;
+    if (!isVisible())
+        show();
+    update();
+}
+
+void CountdownWindow::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    drawPanel(painter, size(), 32);
+    painter.setPen(text);
+    painter.setFont(digits(120, QFont::Bold));
+    const QRect digit(0, 0, width(), countdownSide);
+    painter.drawText(digit, Qt::AlignCenter, QString::number(m_count));
+    if (m_shared.isNull())
+        return;
+    const QRect caption(sharedMargin, digit.bottom(), sharedRoom.width(), captionHeight);
+    painter.setFont(digits(15, QFont::DemiBold));
+    painter.drawText(caption, Qt::AlignCenter,
+        painter.fontMetrics().elidedText(QStringLiteral("Se graba: %1").arg(m_label), Qt::ElideRight, caption.width()));
+    QRect picture({}, m_shared.size().scaled(sharedRoom, Qt::KeepAspectRatio));
+    picture.moveCenter(QRect({sharedMargin, caption.bottom() + sharedMargin}, sharedRoom).center());
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(picture, m_shared);
+}
+
+RecordingMark::RecordingMark(const QRect& place)
+    : FloatingWindow(place)
+{
+    setTitle(QStringLiteral("Grabando"));
+    show();
+}
+
+void RecordingMark::setTime(double seconds)
+{
+    if (m_seconds == static_cast<int>(seconds))
+        return;
+    m_seconds = static_cast<int>(seconds);
+    update();
+}
+
+void RecordingMark::setPaused(bool paused)
+{
+    m_paused = paused;
+    update();
+}
+
+void RecordingMark::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    drawPanel(painter, size(), height() / 2.0);
+    constexpr int dot = 12;
+    const QRect sign(14, (height() - dot) / 2, dot, dot);
+    painter.setBrush(red);
+    if (m_paused) {
+        painter.drawRect(QRect(sign.x(), sign.y(), 4, dot));
+        painter.drawRect(QRect(sign.right() - 3, sign.y(), 4, dot));
+    } else {
+        painter.drawEllipse(sign);
+    }
+    painter.setPen(text);
+    painter.setFont(digits(15, QFont::DemiBold));
+    painter.drawText(QRect(36, 0, width() - 44, height()), Qt::AlignVCenter | Qt::AlignRight,
+        QStringLiteral("%1:%2").arg(m_seconds / 60, 2, 10, QLatin1Char('0')).arg(m_seconds % 60, 2, 10, QLatin1Char('0')));
+}
+
+} // namespace orvo

@@ -1,0 +1,280 @@
+#include "OrvoVideo/transcription/SpeechRecognizer.h"
+
+#include "OrvoVideo/transcription/Hesitations.h"
+#include "OrvoVideo/transcription/SpeechActivity.h"
+#include "OrvoVideo/transcription/SpeechChunks.h"
+#include "OrvoVideo/transcription/WaveReader.h"
+#include "OrvoVideo/transcription/WordAlignment.h"
+#include "VideoCore/Error.h"
+
+#include <algorithm>
+#include <iterator>
+#include <span>
+#include <utility>
+
+namespace orvo {
+
+namespace fs = std::filesystem;
+using namespace speech;
+
+namespace {
+
+/// Says to the recogniser that hesitations are written down as they are spoken.
+std::string promptFor(std::string_view language)
+{
+    return language == "es" ? "Eh, bueno, vamos a ver. Mmm, sí." : "Um, well, let us see. Mmm, yes.";
+}
+
+Loudness measure(WaveReader& wave, const std::stop_token& stop)
+{
+    constexpr std::size_t block = std::size_t{10} * sampleRate;
+    LoudnessMeter meter;
+    std::vector<float> samples;
+    for (std::size_t at = 0; at < wave.size(); at += samples.size()) {
+        if (stop.stop_requested())
+            throw Cancelled();
+        samples.resize(std::min(block, wave.size() - at));
+        wave.read(at, samples);
+        meter.add(samples);
+    }
+    return meter.result();
+}
+
+/// The stretches in which a voice can be heard, long enough for a word: not the breaths, the keys and the chairs.
+std::vector<Frames> voicedOf(std::vector<Frames> stretches, WaveReader& wave)
+{
+    constexpr std::size_t shortest = 10; // Frames.
+    constexpr std::size_t enough = 300; // In so many there are vowels.
+    std::erase_if(stretches, [&](const Frames& stretch) {
+        if (stretch.count() < shortest)
+            return true;
+        const std::size_t begin = stretch.begin * frameSize;
+        std::vector<float> samples(std::min(std::min(stretch.count(), enough) * frameSize, wave.size() - begin));
+        wave.read(begin, samples);
+        return !isVoiced(samples);
+    });
+    return stretches;
+}
+
+/// The recognition of one recording.
+class Recognition {
+public:
+    Recognition(
+        Whisper& whisper, std::string language, SpeechRecognizer::Decoding decoding, WaveReader& wave, std::stop_token stop)
+        : m_whisper(whisper)
+        , m_language(std::move(language))
+        , m_decoding(decoding)
+        , m_wave(wave)
+        , m_stop(std::move(stop))
+    {
+    }
+
+    /// Adds the words of the next chunk.
+    void add(const Chunk& chunk)
+    {
+        auto words = wordsIn(chunk);
+        // What the recogniser has left out, it is asked for again alone.
+        for (const auto& rest : withoutWords(chunk, words))
+            std::ranges::move(wordsAloneIn(rest), std::back_inserter(words));
+        std::ranges::stable_sort(words, {}, &TranscriptWord::start);
+        std::ranges::move(words, std::back_inserter(m_words));
+    }
+
+    std::vector<TranscriptWord> take() { return std::move(m_words); }
+
+private:
+    std::vector<float> soundOf(const Chunk& chunk)
+    {
+        std::vector<float> samples(chunk.size());
+        for (const auto& piece : chunk.pieces())
+            m_wave.read(piece.from, std::span(samples).subspan(piece.at, piece.count));
+        return samples;
+    }
+
+    /// What is heard, at the most careful several times: a little silence before it lets the recogniser hear the same sound
+    /// differently, and what it is surest of is most often right.
+    Whisper::Answer heardIn(const Chunk& chunk, const std::vector<float>& samples, float temperature)
+    {
+        constexpr double sure = -0.5; // In the mean, e to the power of this: three of five.
+        auto best = heardIn(chunk, samples, temperature, 0);
+        if (m_decoding == SpeechRecognizer::Decoding::quick || temperature > 0)
+            return best;
+        for (const double lead : {0.15, 0.3}) {
+            if (best.complete && best.certainty >= sure)
+                break;
+            auto other = heardIn(chunk, samples, temperature, lead);
+            if (!other.words.empty()
+                && std::pair(other.complete, other.certainty) > std::pair(best.complete, best.certainty))
+                best = std::move(other);
+        }
+        return best;
+    }
+
+    Whisper::Answer heardIn(const Chunk& chunk, const std::vector<float>& samples, float temperature, double lead)
+    {
+        auto heard = m_whisper.recognise(samples,
+            {.language = m_language, .prompt = promptFor(m_language), .temperature = temperature, .lead = lead}, m_stop);
+        // Where the sound goes on without a silence, a word belongs to the side on which it ends.
+        constexpr double close = 0.03;
+        const double begin = chunk.inChunk(chunk.speech().front().startSeconds()) + close;
+        const double end = chunk.inChunk(chunk.speech().back().endSeconds()) + close;
+        std::erase_if(heard.words, [&](const HeardWord& word) {
+            return (chunk.goesOnBefore() && word.end <= begin) || (chunk.goesOnBehind() && word.end > end);
+        });
+        return heard;
+    }
+
+    std::vector<TranscriptWord> wordsIn(const Chunk& chunk)
+    {
+        const auto samples = soundOf(chunk);
+        std::vector<TranscriptWord> placed;
+        // What was said before is not told: a recogniser that gets caught in a phrase would stay caught. It says more then
+        // than anybody could in that time, and is tried more freely.
+        for (const float temperature : {0.0F, 0.4F, 0.8F}) {
+            const auto heard = heardIn(chunk, samples, temperature);
+            bool sayable = true;
+            placed = placedIn(chunk, heard.words, sayable);
+            if ((heard.complete && sayable) || !repeatsItself(heard.words))
+                break;
+        }
+        return placed;
+    }
+
+    std::vector<TranscriptWord> wordsAloneIn(const Chunk& chunk)
+    {
+        constexpr float leastProbability = 0.1F; // In the mean: what is less is made up from noise.
+        const auto heard = heardIn(chunk, soundOf(chunk), 0);
+        float sum = 0;
+        for (const auto& word : heard.words)
+            sum += word.probability;
+        bool sayable = true;
+        auto placed = placedIn(chunk, heard.words, sayable);
+        if ((!(heard.complete && sayable) && repeatsItself(heard.words))
+            || sum < leastProbability * static_cast<float>(heard.words.size()))
+            placed.clear();
+        return placed;
+    }
+
+    /// The stretches of a chunk that no word lies in: those that are neighbours together.
+    std::vector<Chunk> withoutWords(const Chunk& chunk, const std::vector<TranscriptWord>& words) const
+    {
+        std::vector<Chunk> result;
+        std::vector<Frames> run;
+        std::size_t before = chunk.room().begin; // Where the speech before the run ends.
+        const auto end = [&](std::size_t after) {
+            if (!run.empty())
+                result.emplace_back(std::exchange(run, {}), Frames{.begin = before, .end = after}, m_wave.size());
+        };
+        for (const auto& stretch : chunk.speech()) {
+            const bool spoken = std::ranges::any_of(words, [&](const TranscriptWord& word) {
+                return word.start < stretch.endSeconds() && word.end > stretch.startSeconds();
+            });
+            if (spoken) {
+                end(stretch.begin);
+                before = stretch.end;
+            } else {
+                run.push_back(stretch);
+            }
+        }
+        end(chunk.room().end);
+        return result;
+    }
+
+    /// The words where they are spoken, but for those that nobody could have said in the time of their stretch; `sayable`
+    /// tells whether there are none of these.
+    static std::vector<TranscriptWord> placedIn(const Chunk& chunk, std::vector<HeardWord> heard, bool& sayable)
+    {
+        std::vector<Interval> stretches;
+        for (const auto& stretch : chunk.speech())
+            stretches.push_back(
+                {.start = chunk.inChunk(stretch.startSeconds()), .end = chunk.inChunk(stretch.endSeconds())});
+        const auto placed = place(std::move(heard), stretches);
+        std::vector<TranscriptWord> result;
+        for (auto first = placed.begin(); first != placed.end();) {
+            const auto last =
+                std::find_if(first, placed.end(), [&](const auto& word) { return word.stretch != first->stretch; });
+            const Interval& stretch = stretches[first->stretch];
+            if (canBeSaid(first, last, stretch))
+                append(chunk, first, last, result);
+            else
+                sayable = false;
+            first = last;
+        }
+        return result;
+    }
+
+    using Placed = std::vector<PlacedWord>::const_iterator;
+
+    static bool canBeSaid(Placed first, Placed last, const Interval& stretch)
+    {
+        constexpr double fastest = 0.075; // Seconds a syllable: thirteen a second.
+        double asked = 0;
+        for (auto word = first; word != last; ++word)
+            asked += syllables(word->word.text) * fastest;
+        return asked <= stretch.end - stretch.start;
+    }
+
+    /// Adds the words of one stretch. Hesitations that are all there is in it are one, in its usual spelling.
+    static void append(const Chunk& chunk, Placed first, Placed last, std::vector<TranscriptWord>& result)
+    {
+        const auto usual = asHesitation(first->word.text);
+        const bool hesitates = !usual.empty() && std::all_of(first, last, [&](const PlacedWord& word) {
+            return isSameHesitation(asHesitation(word.word.text), usual);
+        });
+        if (hesitates) {
+            result.push_back({.text = usual,
+                .start = chunk.inRecording(first->place.start),
+                .end = chunk.inRecording(std::prev(last)->place.end)});
+            return;
+        }
+        for (auto word = first; word != last; ++word) {
+            result.push_back({.text = word->word.text,
+                .start = chunk.inRecording(word->place.start),
+                .end = chunk.inRecording(word->place.end)});
+        }
+    }
+
+    Whisper& m_whisper;
+    std::string m_language;
+    SpeechRecognizer::Decoding m_decoding;
+    WaveReader& m_wave;
+    std::stop_token m_stop;
+    std::vector<TranscriptWord> m_words;
+};
+
+} // namespace
+
+std::optional<std::string> SpeechRecognizer::supportedLanguage(std::string_view locale)
+{
+    if (locale == "es" || locale.starts_with("es-") || locale.starts_with("es_"))
+        return "es";
+    if (locale == "en" || locale.starts_with("en-") || locale.starts_with("en_"))
+        return "en";
+    return std::nullopt;
+}
+
+SpeechRecognizer::SpeechRecognizer(const fs::path& model, std::string language, Decoding decoding)
+    : m_whisper(model)
+    , m_language(std::move(language))
+    , m_decoding(decoding)
+{
+}
+
+std::vector<TranscriptWord> SpeechRecognizer::recognise(
+    const fs::path& file, const ProgressCallback& progress, const std::stop_token& stop)
+{
+    WaveReader wave(file);
+    const Loudness loudness = measure(wave, stop);
+    const auto chunks = makeChunks(voicedOf(findSpeech(loudness), wave), loudness, wave.size());
+
+    Recognition recognition(m_whisper, m_language, m_decoding, wave, stop);
+    std::size_t done = 0;
+    for (const auto& chunk : chunks) {
+        recognition.add(chunk);
+        if (progress)
+            progress(static_cast<double>(++done) / static_cast<double>(chunks.size()));
+    }
+    return recognition.take();
+}
+
+} // namespace orvo

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Platform/portal/PortalSession.h"
+#include "Platform/shortcuts/ShortcutKeys.h"
+
+#include <QDBusConnection>
+#include <QDBusObjectPath>
+#include <QDBusServiceWatcher>
+#include <QVariantMap>
+#include <memory>
+#include <vector>
+
+namespace orvo {
+
+/// Combinations that the desktop hears for us: it shows them to the user, who may choose others. A portal that ends forgets
+/// them: they are bound again with the one that follows it.
+class PortalShortcutKeys final : public ShortcutKeys {
+    Q_OBJECT
+public:
+    explicit PortalShortcutKeys(QDBusConnection bus = QDBusConnection::sessionBus());
+
+    /// A new set of combinations needs a new session, since each is bound once.
+    void listen(const std::vector<Combination>& combinations) override;
+    Support support() const override { return m_support; }
+    bool hears(std::uint32_t) const override { return false; }
+
+private slots:
+    void noteActivated(const QDBusObjectPath& session, const QString& id);
+
+private:
+    void begin();
+    void bind();
+    void notePortal(const QString& before, const QString& now);
+    void noteRefused(Portal::Code code);
+    void setSupport(Support support);
+
+    QDBusConnection m_bus;
+    QDBusServiceWatcher m_portal;
+    std::vector<Combination> m_combinations;
+    std::unique_ptr<PortalSession> m_session;
+    Support m_support = Support::none;
+    bool m_awaitsPortal = false; ///< The portal has ended or there is none: the next one is asked.
+};
+
+} // namespace orvo

@@ -1,0 +1,49 @@
+#include "TestDesktop.h"
+#include "TestSupport/TemporaryFolder.h"
+
+#include <QApplication>
+#include <QProcess>
+#include <QtQml/QQmlExtensionPlugin>
+#include <gtest/gtest.h>
+
+Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_SettingsPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_ShellPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_UiPlugin)
+
+namespace orvo::test {
+
+VirtualDisplay& testDesktop()
+{
+    static VirtualDisplay desktop("1920x800");
+    return desktop;
+}
+
+} // namespace orvo::test
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    if (GTEST_FLAG_GET(list_tests))
+        return RUN_ALL_TESTS();
+    const orvo::test::TemporaryFolder home;
+    qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((home / "config").string()));
+    qputenv("XDG_CACHE_HOME", QByteArray::fromStdString((home / "cache").string()));
+    qunsetenv("WAYLAND_DISPLAY");
+    orvo::test::testDesktop().enter();
+    // The display's one output belongs to one of them, or would be a third.
+    for (const auto* monitor : {"*right 1280/320x800/200+640+0 screen", "left 640/160x800/200+0+0 none"}) {
+        if (QProcess::execute("xrandr", QStringList{"--setmonitor"} + QString(monitor).split(' ')) != 0)
+            return EXIT_FAILURE;
+    }
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("QT_SCREEN_SCALE_FACTORS", "left=1;right=1.5");
+    qputenv("QT_QUICK_BACKEND", "software");
+    QCoreApplication::setOrganizationName(QStringLiteral("OrvoVideoTests"));
+    QCoreApplication::setApplicationName(QStringLiteral("OrvoVideoTests"));
+    const QApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}

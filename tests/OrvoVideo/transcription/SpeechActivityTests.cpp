@@ -1,0 +1,235 @@
+#include "OrvoVideo/transcription/SpeechActivity.h"
+#include "OrvoVideo/transcription/SpeechChunks.h"
+
+#include <cmath>
+#include <gmock/gmock.h>
+#include <numbers>
+#include <random>
+
+namespace orvo::speech {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// Sound that is put together piece by piece.
+class Sound {
+public:
+    /// A voice-like sound: tones that swell and fall with its syllables.
+    Sound& voice(double seconds, double level = 0.2)
+    {
+        return add(seconds, [level](double t) {
+            const double swell = 0.4 + 0.6 * std::abs(std::sin(2 * std::numbers::pi * 2.5 * t));
+            return level * swell
+                * (std::sin(2 * std::numbers::pi * 220 * t) + 0.6 * std::sin(2 * std::numbers::pi * 880 * t));
+        });
+    }
+    Sound& silence(double seconds)
+    {
+        return add(seconds, [](double) { return 0.0; });
+    }
+    Sound& tone(double seconds)
+    {
+        return add(seconds, [](double t) { return 0.3 * std::sin(2 * std::numbers::pi * 440 * t); });
+    }
+
+    /// What rings and has died away after some milliseconds, as a key does.
+    Sound& click(double frequency)
+    {
+        return add(0.1,
+            [frequency](double t) { return 0.3 * std::exp(-t / 0.003) * std::sin(2 * std::numbers::pi * frequency * t); });
+    }
+
+    Sound& then(const Sound& next)
+    {
+        m_samples.insert(m_samples.end(), next.m_samples.begin(), next.m_samples.end());
+        return *this;
+    }
+
+    /// Adds white noise to all of it.
+    Sound& noise(double level)
+    {
+        std::mt19937 random(7);
+        std::normal_distribution<double> normal(0, level);
+        for (auto& sample : m_samples)
+            sample += static_cast<float>(normal(random));
+        return *this;
+    }
+    /// Plays all of it in a room where sound falls by 60 dB in so many seconds.
+    Sound& room(double reverberation)
+    {
+        std::mt19937 random(3);
+        std::normal_distribution<double> normal(0, 1);
+        // One tail for each frame's energy costs little and falls as a room's does.
+        std::vector<float> wet = m_samples;
+        const double fall = std::pow(10.0, -3.0 / (reverberation * sampleRate));
+        double energy = 0;
+        for (std::size_t i = 0; i < m_samples.size(); ++i) {
+            energy = energy * fall * fall + static_cast<double>(m_samples[i]) * m_samples[i] * 0.002;
+            wet[i] += static_cast<float>(std::sqrt(energy) * normal(random));
+        }
+        m_samples = std::move(wet);
+        return *this;
+    }
+
+    Loudness loudness() const
+    {
+        LoudnessMeter meter;
+        // In pieces of an odd size: frames go over their ends.
+        for (std::size_t at = 0; at < m_samples.size(); at += 1'777)
+            meter.add(std::span(m_samples).subspan(at, std::min<std::size_t>(1'777, m_samples.size() - at)));
+        return meter.result();
+    }
+    std::span<const float> samples() const { return m_samples; }
+
+private:
+    template <typename Wave> Sound& add(double seconds, Wave wave)
+    {
+        const auto count = static_cast<std::size_t>(std::lround(seconds * sampleRate));
+        for (std::size_t i = 0; i < count; ++i)
+            m_samples.push_back(static_cast<float>(wave(static_cast<double>(i) / sampleRate)));
+        return *this;
+    }
+
+    std::vector<float> m_samples;
+};
+
+/// Noise, as of a breath or of keys.
+Sound breath(double seconds)
+{
+    return Sound().silence(seconds).noise(0.05);
+}
+
+/// Two stretches, from 0.5 to 2 and from 2.6 to 4.
+Sound twoStretches()
+{
+    return Sound().silence(0.5).voice(1.5).silence(0.6).voice(1.4).silence(1);
+}
+
+/// The same, and two more behind them: a room is told by how most stretches end.
+Sound fourStretches()
+{
+    return twoStretches().voice(1.2).silence(1).voice(1.7).silence(1);
+}
+
+void expectTwoStretches(const std::vector<Frames>& found, double starts, double ends)
+{
+    ASSERT_GE(found.size(), 2U);
+    EXPECT_NEAR(found[0].startSeconds(), 0.5, starts);
+    EXPECT_NEAR(found[0].endSeconds(), 2.0, ends);
+    EXPECT_NEAR(found[1].startSeconds(), 2.6, starts);
+    EXPECT_NEAR(found[1].endSeconds(), 4.0, ends);
+}
+
+TEST(SpeechActivity, FindsWhereSpeechBeginsAndEnds)
+{
+    EXPECT_EQ(findSpeech(fourStretches().loudness()).size(), 4U);
+    expectTwoStretches(findSpeech(twoStretches().loudness()), 0.025, 0.025);
+    expectTwoStretches(findSpeech(twoStretches().noise(0.01).loudness()), 0.03, 0.03); // 20 dB below.
+    expectTwoStretches(findSpeech(fourStretches().room(0.3).loudness()), 0.03, 0.1);
+    expectTwoStretches(findSpeech(Sound().silence(0.5).voice(1.5, 0.01).silence(0.6).voice(1.4, 0.01).silence(1).loudness()),
+        0.025, 0.025); // Softly.
+}
+
+TEST(SpeechActivity, WhatBreaksOffWasNotInARoom)
+{
+    // Three times 60 frames of a voice that falls evenly for a quarter of a second and then is silent.
+    Loudness loudness;
+    for (int i = 0; i < 3 * 160; ++i) {
+        const int at = i % 160 - 50;
+        loudness.voice.push_back(at < 0 || at >= 60 ? -100.0F : -20.0F - 0.8F * static_cast<float>(std::max(at - 35, 0)));
+        loudness.hiss.push_back(-100);
+    }
+    EXPECT_THAT(findSpeech(loudness), ElementsAre(Frames{50, 110}, Frames{210, 270}, Frames{370, 430}));
+}
+
+TEST(SpeechActivity, ARoomThatIsHeardOverMostOfAPauseDoesNotHideIt)
+{
+    const auto found = findSpeech(twoStretches().voice(1.2).silence(0.4).voice(1.7).silence(1).room(0.5).loudness());
+    ASSERT_EQ(found.size(), 4U);
+    EXPECT_NEAR(found[2].endSeconds(), 6.2, 0.1);
+    EXPECT_NEAR(found[3].startSeconds(), 6.6, 0.03);
+}
+
+TEST(SpeechActivity, ZerosInANoisySoundAreNoBackground)
+{
+    // A track that begins late: zeros, then the room with a voice in it.
+    Sound late = Sound().silence(0.5).voice(1.5).silence(0.6).voice(1.4).silence(2).noise(0.01);
+    const auto found = findSpeech(Sound().silence(2.5).then(late).loudness());
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_NEAR(found[0].startSeconds(), 3.0, 0.03);
+    EXPECT_NEAR(found[0].endSeconds(), 4.5, 0.03);
+    EXPECT_NEAR(found[1].startSeconds(), 5.1, 0.03);
+    EXPECT_NEAR(found[1].endSeconds(), 6.5, 0.03);
+    EXPECT_THAT(findSpeech(Sound().silence(4).then(Sound().silence(8).noise(0.02)).loudness()), IsEmpty());
+}
+
+TEST(SpeechActivity, TellsVoicesFromBreathsAndClicks)
+{
+    EXPECT_TRUE(isVoiced(Sound().voice(0.15).samples()));
+    EXPECT_TRUE(isVoiced(Sound().voice(0.5).noise(0.03).samples()));
+    EXPECT_FALSE(isVoiced(breath(2).samples()));
+    for (const double frequency : {400, 900, 2'500})
+        EXPECT_FALSE(isVoiced(Sound().silence(0.05).click(frequency).click(frequency).noise(0.0006).samples())) << frequency;
+    EXPECT_FALSE(isVoiced(Sound().silence(1).samples()));
+    EXPECT_FALSE(isVoiced({}));
+}
+
+TEST(SpeechActivity, WhatDoesNotChangeIsNoSpeech)
+{
+    EXPECT_THAT(findSpeech({}), IsEmpty());
+    EXPECT_THAT(findSpeech(Sound().silence(0.013).loudness()), IsEmpty());
+    EXPECT_THAT(findSpeech(Sound().silence(20).loudness()), IsEmpty());
+    EXPECT_THAT(findSpeech(Sound().tone(20).loudness()), IsEmpty());
+    EXPECT_THAT(findSpeech(Sound().silence(20).noise(0.1).loudness()), IsEmpty());
+    EXPECT_THAT(findSpeech(Sound().silence(20).noise(0.00005).loudness()), IsEmpty());
+    for (const double seconds : {0.01, 0.02, 0.05, 0.1, 0.3})
+        EXPECT_LE(findSpeech(Sound().voice(seconds).loudness()).size(), 1U) << seconds;
+}
+
+TEST(SpeechChunks, HoldAllSpeechInOrderAndAreNeverTooLong)
+{
+    std::mt19937 random(11);
+    std::uniform_real_distribution<double> chance(0, 1);
+    for (int round = 0; round < 20; ++round) {
+        std::vector<Frames> speech;
+        std::size_t at = static_cast<std::size_t>(chance(random) * 100);
+        for (int i = 0; i < 60; ++i) {
+            // Now and then somebody speaks for a minute without a pause.
+            const auto length = static_cast<std::size_t>(chance(random) < 0.05 ? 6'000 : 10 + chance(random) * 500);
+            speech.push_back({.begin = at, .end = at + length});
+            at += length + partingSilence + static_cast<std::size_t>(chance(random) * 300);
+        }
+        const Loudness loudness{.voice = std::vector<float>(at, -20), .hiss = std::vector<float>(at, -40)};
+        const std::size_t samples = at * frameSize;
+        const auto chunks = makeChunks(speech, loudness, samples);
+
+        std::size_t last = 0;
+        std::size_t frames = 0;
+        for (const auto& chunk : chunks) {
+            EXPECT_LE(chunk.size(), 15U * sampleRate);
+            for (const auto& piece : chunk.pieces()) {
+                EXPECT_LE(piece.from + piece.count, samples);
+                // What is said next to a chunk is not in it, unless nothing parts the two.
+                EXPECT_GE(piece.from, (chunk.goesOnBefore() ? last - 40 : last) * frameSize);
+            }
+            for (const auto& stretch : chunk.speech()) {
+                EXPECT_GE(stretch.begin, last);
+                last = stretch.end;
+                frames += stretch.count();
+                // There and back again.
+                for (const double seconds : {stretch.startSeconds(), stretch.endSeconds()})
+                    EXPECT_NEAR(chunk.inRecording(chunk.inChunk(seconds)), seconds, 0.0001);
+            }
+        }
+        std::size_t wanted = 0;
+        for (const auto& stretch : speech)
+            wanted += stretch.count();
+        EXPECT_EQ(frames, wanted);
+    }
+}
+
+} // namespace
+
+} // namespace orvo::speech

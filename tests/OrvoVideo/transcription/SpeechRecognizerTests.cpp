@@ -1,0 +1,198 @@
+#include "OrvoVideo/transcription/SpeechRecognizer.h"
+
+#include "OrvoVideo/transcription/SpeechModels.h"
+#include "OrvoVideo/transcription/WaveReader.h"
+#include "OrvoVideo/transcription/Whisper.h"
+#include "TestSupport/Media.h"
+#include "TestSupport/Speech.h"
+#include "TestSupport/TemporaryFolder.h"
+#include "VideoCore/Error.h"
+#include "VideoCore/FileIO.h"
+#include "VideoCore/Suggestions.h"
+
+#include <algorithm>
+#include <format>
+#include <fstream>
+#include <gmock/gmock.h>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class SpeechRecognizerTest : public testing::Test {
+protected:
+    static SpeechRecognizer recognizer(SpeechRecognizer::Decoding decoding = SpeechRecognizer::Decoding::quick)
+    {
+        return {SpeechModels::require(SpeechModels::usual), "es", decoding};
+    }
+
+    fs::path sound(const std::string& source)
+    {
+        const auto file = folder / "sound.wav";
+        ffmpeg({"-f", "lavfi", "-i", source, "-ac", "1", "-ar", "16000", file.string()});
+        return file;
+    }
+
+    static std::string textOf(const std::vector<TranscriptWord>& words)
+    {
+        std::string text;
+        for (const auto& word : words)
+            text += word.text + " ";
+        return text;
+    }
+
+    TemporaryFolder folder;
+};
+
+TEST_F(SpeechRecognizerTest, PutsWordsWhereTheyAreSpoken)
+{
+    const auto file = folder / "speech.wav";
+    const auto said = makeSpeech(file,
+        {{"Hoy vamos a ver la tabla de los resultados.", 1.0}, {"Eh", 6.5}, {"Después guardamos el documento.", 8.2},
+            {"La respuesta correcta es la segunda.", 11.4}},
+        16);
+    for (const auto decoding : {SpeechRecognizer::Decoding::quick, SpeechRecognizer::Decoding::careful}) {
+        std::vector<double> progress;
+        const auto words = recognizer(decoding).recognise(file, [&](double share) { progress.push_back(share); });
+        SCOPED_TRACE(textOf(words));
+        EXPECT_THAT(textOf(words), HasSubstr("resultados"));
+        EXPECT_THAT(textOf(words), HasSubstr("documento"));
+        EXPECT_THAT(textOf(words), HasSubstr("segunda"));
+        EXPECT_DOUBLE_EQ(progress.back(), 1);
+
+        // Every stretch begins and ends with a word, and between two of them there is none.
+        for (const auto& stretch : said) {
+            const auto near = [](double one, double other) { return std::abs(one - other) < 0.06; };
+            EXPECT_TRUE(std::ranges::any_of(words, [&](const auto& word) { return near(word.start, stretch.start); }));
+            EXPECT_TRUE(std::ranges::any_of(words, [&](const auto& word) { return near(word.end, stretch.end); }));
+        }
+        double last = 0;
+        for (const auto& word : words) {
+            EXPECT_GE(word.start, last);
+            EXPECT_LT(word.start, word.end);
+            EXPECT_TRUE(std::ranges::any_of(said, [&](const auto& stretch) {
+                return word.start > stretch.start - 0.06 && word.end < stretch.end + 0.06;
+            })) << word.text;
+            last = word.end;
+        }
+
+        // What the editor makes of it: the pauses and the hesitation.
+        auto project = VideoProject::make("Clase");
+        project.duration = 16;
+        project.edit.words = SharedList(words);
+        int pauses = 0;
+        int fillers = 0;
+        for (const auto& suggestion : Suggestions::generate(project)) {
+            pauses += suggestion.kind == SuggestionKind::silence ? 1 : 0;
+            fillers += suggestion.kind == SuggestionKind::filler ? 1 : 0;
+        }
+        EXPECT_EQ(pauses, 3); // Before and behind the hesitation, and at the end.
+        EXPECT_EQ(fillers, 1);
+    }
+}
+
+TEST_F(SpeechRecognizerTest, HearsWordsAtTheSamePlaceWithSilenceBefore)
+{
+    const auto file = folder / "speech.wav";
+    makeSpeech(file, {{"Hoy vamos a ver la tabla de los resultados.", 1.0}}, 5);
+    speech::WaveReader wave(file);
+    std::vector<float> samples(wave.size());
+    wave.read(0, samples);
+    speech::Whisper whisper(SpeechModels::require(SpeechModels::usual));
+    const auto heard = [&](double lead) {
+        return whisper.recognise(
+            samples, {.language = "es", .prompt = "Bueno, vamos a ver.", .temperature = 0, .lead = lead}, {});
+    };
+    const auto without = heard(0);
+    const auto with = heard(0.3);
+    // Another processor's arithmetic may change a word, or move one by some tenths of a second. If the lead were not
+    // subtracted, all of them would move by 0.3.
+    std::vector<double> shifts;
+    for (const auto& word : with.words) {
+        const auto same = std::ranges::find(without.words, word.text, &speech::HeardWord::text);
+        if (same != without.words.end())
+            shifts.push_back(word.end - same->end);
+    }
+    ASSERT_GE(shifts.size(), 5U);
+    std::ranges::sort(shifts);
+    EXPECT_NEAR(shifts[shifts.size() / 2], 0, 0.15);
+    for (const auto& answer : {without, with}) {
+        EXPECT_TRUE(answer.complete);
+        EXPECT_GT(answer.certainty, -1);
+        EXPECT_LT(answer.certainty, 0);
+    }
+}
+
+TEST_F(SpeechRecognizerTest, MakesNothingUp)
+{
+    auto recogniser = recognizer();
+    for (const auto* source :
+        {"anullsrc=r=16000:cl=mono:d=20", "sine=440:d=20", "anoisesrc=c=pink:a=0.2:d=20", "anoisesrc=c=white:a=0.02:d=20",
+            "aevalsrc='0.2*(sin(2*PI*220*t)+sin(2*PI*277*t)+sin(2*PI*330*t))*(0.6+0.4*exp(-6*mod(t,0.5)))':d=20"}) {
+        const auto words = recogniser.recognise(sound(source));
+        EXPECT_THAT(words, IsEmpty()) << source << ": " << textOf(words);
+    }
+    // Breaths and keys: noise that swells, and clicks.
+    for (const auto* source : {"aevalsrc='0.1*(random(0)-0.5)*pow(max(0,sin(2*PI*t/2.5)),2)':d=20:s=16000",
+             "aevalsrc='0.8*(random(0)-0.5)*lt(mod(t,0.7),0.004)+0.0005*(random(1)-0.5)':d=20:s=16000"}) {
+        const auto words = recogniser.recognise(sound(source));
+        EXPECT_THAT(words, IsEmpty()) << source << ": " << textOf(words);
+    }
+    for (const double seconds : {0.01, 0.05, 0.12, 0.16, 0.3})
+        recogniser.recognise(sound(std::format("aevalsrc='0.3*sin(2*PI*200*t)':s=16000:d={}", seconds)));
+}
+
+TEST_F(SpeechRecognizerTest, KeepsWhatIsReallySaidThreeTimes)
+{
+    const auto file = folder / "speech.wav";
+    makeSpeech(file, {{"Uno, dos, tres.", 0.5}, {"Uno, dos, tres.", 2.5}, {"Uno, dos, tres.", 4.5}}, 6.5);
+    const auto words = recognizer().recognise(file);
+    EXPECT_EQ(words.size(), 9U) << textOf(words);
+}
+
+TEST_F(SpeechRecognizerTest, TellsWhatIsWrong)
+{
+    const auto failure = [](const auto& action) -> std::string {
+        try {
+            action();
+        } catch (const Error& error) {
+            return error.what();
+        }
+        return "nothing";
+    };
+    // A model that is cut short, one that is none, and a sound file that is none.
+    const auto model = folder / "ggml-base.bin";
+    fs::copy_file(SpeechModels::require(SpeechModels::usual), model);
+    fs::resize_file(model, fs::file_size(model) / 3);
+    EXPECT_THAT(failure([&] { SpeechRecognizer(model, "es", {}); }), HasSubstr("ggml-base.bin» está dañado"));
+    std::ofstream(folder / "text.bin") << "no es un modelo";
+    EXPECT_THAT(
+        failure([&] { SpeechRecognizer(folder / "text.bin", "es", {}); }), HasSubstr("está dañado o no es un modelo"));
+    std::ofstream(folder / "text.wav") << "no es un sonido";
+    EXPECT_THAT(failure([&] { recognizer().recognise(folder / "text.wav"); }), HasSubstr("no se puede leer"));
+    EXPECT_THROW(recognizer().recognise(folder / "nothing.wav"), fs::filesystem_error);
+
+    EXPECT_EQ(SpeechRecognizer::supportedLanguage("es-ES"), "es");
+    EXPECT_EQ(SpeechRecognizer::supportedLanguage("en-US"), "en");
+    EXPECT_EQ(SpeechRecognizer::supportedLanguage("eo"), std::nullopt);
+}
+
+TEST_F(SpeechRecognizerTest, CanBeStoppedInTheMiddle)
+{
+    const auto file = folder / "speech.wav";
+    std::vector<Said> texts; // More than is recognised at a time.
+    texts.reserve(8);
+    for (int i = 0; i < 8; ++i)
+        texts.push_back({.text = "Hoy vamos a ver la tabla de los resultados.", .start = 1.0 + 4 * i});
+    makeSpeech(file, texts, 34);
+    std::stop_source stop;
+    EXPECT_THROW(recognizer().recognise(file, [&](double) { stop.request_stop(); }, stop.get_token()), Cancelled);
+}
+
+} // namespace
+
+} // namespace orvo::test

@@ -1,0 +1,122 @@
+#include "OrvoVideo/transcription/Hesitations.h"
+#include "OrvoVideo/transcription/WordAlignment.h"
+
+#include <gmock/gmock.h>
+#include <random>
+#include <sstream>
+
+namespace orvo::speech {
+
+namespace {
+
+using testing::ElementsAre;
+
+std::vector<HeardWord> heard(const std::string& text)
+{
+    std::vector<HeardWord> words;
+    std::istringstream in(text);
+    for (std::string word; in >> word;)
+        words.push_back({.text = word, .probability = 1});
+    return words;
+}
+
+/// The words of each stretch, with blanks between them.
+std::vector<std::string> byStretch(const std::vector<PlacedWord>& placed, std::size_t stretches)
+{
+    std::vector<std::string> result(stretches);
+    for (const auto& word : placed)
+        result[word.stretch] += (result[word.stretch].empty() ? "" : " ") + word.word.text;
+    return result;
+}
+
+TEST(WordAlignment, ThePauseGoesToNoWord)
+{
+    // The attention stays with "calma" through the pause behind it, and "eh" is alone.
+    auto words = heard("con calma eh seguimos");
+    words[0].end = 0.4;
+    words[1].end = 3.0;
+    words[2].end = 3.4;
+    words[3].end = 5.6;
+    const std::vector<Interval> stretches{
+        {.start = 0.1, .end = 1.1}, {.start = 3.0, .end = 3.4}, {.start = 5.0, .end = 5.7}};
+    const auto placed = place(words, stretches);
+    ASSERT_THAT(byStretch(placed, 3), ElementsAre("con calma", "eh", "seguimos"));
+    EXPECT_DOUBLE_EQ(placed[0].place.start, 0.1);
+    EXPECT_DOUBLE_EQ(placed[0].place.end, 0.4);
+    EXPECT_DOUBLE_EQ(placed[1].place.start, 0.4);
+    EXPECT_DOUBLE_EQ(placed[1].place.end, 1.1);
+    EXPECT_DOUBLE_EQ(placed[2].place.start, 3.0);
+    EXPECT_DOUBLE_EQ(placed[3].place.end, 5.7);
+}
+
+TEST(WordAlignment, AHesitationLastsAsLongAsItLikes)
+{
+    auto words = heard("mm, si seguimos");
+    words[0].end = 2.0;
+    words[1].end = 3.5;
+    words[2].end = 4.1;
+    const std::vector<Interval> stretches{{.start = 1.0, .end = 2.1}, {.start = 3.3, .end = 4.2}};
+    EXPECT_THAT(byStretch(place(words, stretches), 2), ElementsAre("mm,", "si seguimos"));
+}
+
+TEST(WordAlignment, ANoiseStaysWithoutWords)
+{
+    auto words = heard("vamos a ver");
+    words[0].end = 2.4;
+    words[1].end = 2.5;
+    words[2].end = 2.9;
+    const std::vector<Interval> stretches{{.start = 0.2, .end = 0.3}, {.start = 2.0, .end = 2.95}};
+    EXPECT_THAT(byStretch(place(words, stretches), 2), ElementsAre("", "vamos a ver"));
+}
+
+/// Whatever the recogniser says: the words are all there, in order, disjoint and within stretches.
+TEST(WordAlignment, AlwaysGivesAnOrder)
+{
+    std::mt19937 random(5);
+    std::uniform_real_distribution<double> chance(0, 1);
+    for (int round = 0; round < 300; ++round) {
+        std::vector<HeardWord> words;
+        for (int i = 0; i < round % 40; ++i)
+            words.push_back({.text = "palabra", .end = chance(random) * 20 - 1, .probability = 1});
+        std::vector<Interval> stretches;
+        double at = 0;
+        for (int i = 0; i < 1 + round % 7; ++i) {
+            at += 0.2 + chance(random);
+            stretches.push_back({.start = at, .end = at + 0.06 + 2 * chance(random)});
+            at = stretches.back().end;
+        }
+        const auto placed = place(words, stretches);
+        ASSERT_EQ(placed.size(), words.size());
+        double last = 0;
+        for (const auto& word : placed) {
+            EXPECT_GE(word.place.start, last);
+            EXPECT_GT(word.place.end, word.place.start);
+            EXPECT_GE(word.place.start, stretches[word.stretch].start);
+            EXPECT_LE(word.place.end, stretches[word.stretch].end + 1e-9);
+            last = word.place.end;
+        }
+    }
+    EXPECT_TRUE(place(heard("uno"), {}).empty());
+}
+
+TEST(Hesitations, HaveOneSpelling)
+{
+    const std::pair<const char*, const char*> table[] = {{"Eh,", "Eh,"}, {"Eeeh…", "Eh…"}, {"¿Eh?", "¿Eh?"},
+        {"Ehm...", "Em..."}, {"MMMM.", "Mmm."}, {"mm-mm,", "mmm,"}, {"U.", "Uh."}, {"uuuh", "uh"}, {"Uhm", "Um"},
+        {"M-M-M-E.", "Mmm."}, {"me", ""}, {"e", ""}, {"hola", ""}, {"un", ""}, {"mamá", ""}, {"…", ""}};
+    for (const auto& [word, usual] : table)
+        EXPECT_EQ(asHesitation(word), usual) << word;
+}
+
+TEST(Repetition, IsWhatNobodySays)
+{
+    EXPECT_TRUE(repeatsItself(heard("y luego se corta y luego se corta y luego se corta")));
+    EXPECT_TRUE(repeatsItself(heard("¿Qué? ¿qué? Qué, qué qué")));
+    EXPECT_FALSE(repeatsItself(heard("no, no, no, que no se corta")));
+    EXPECT_FALSE(repeatsItself(heard("paso a paso y paso a paso")));
+    EXPECT_FALSE(repeatsItself({}));
+}
+
+} // namespace
+
+} // namespace orvo::speech
