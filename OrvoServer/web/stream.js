@@ -3,10 +3,15 @@ const MAX_RECOVERIES = 3; // Decoding failures in a row that are worth another a
 
 /** Request policy: short first retries, since a viewer waits; `shouldRetry` renews the ticket where the server refuses it. */
 function policy(ticket, { firstByte, whole, retries }) {
-  const shouldRetry = (_, count, isTimeout, response, otherwise) => {
-    if (response?.code !== 403) return otherwise;
-    ticket.expired();
-    return count < MAX_REFUSALS;
+  const shouldRetry = ({ maxNumRetry }, count, isTimeout, response, otherwise) => {
+    if (response?.code === 403) {
+      ticket.expired();
+      return count < MAX_REFUSALS;
+    }
+    // 0 is a connection that could not be made, which hls.js only tries again where the browser knows that it is offline.
+    const again = otherwise || (response?.code === 0 && count < maxNumRetry);
+    if (count > 0) ticket.dispatchEvent(new Event("unreachable"));
+    return again;
   };
   const retry = { maxNumRetry: retries, retryDelayMs: 300, maxRetryDelayMs: 8000, shouldRetry };
   return { default: { maxTimeToFirstByteMs: firstByte, maxLoadTimeMs: whole, timeoutRetry: retry, errorRetry: retry } };
