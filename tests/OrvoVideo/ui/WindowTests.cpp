@@ -8,9 +8,11 @@
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QQmlEngine>
+#include <QSignalSpy>
 #include <QTest>
 #include <fstream>
 #include <set>
+#include <utility>
 
 namespace orvo::test {
 
@@ -325,6 +327,14 @@ TEST_F(WindowTests, LeavingDuringALongOperationIsAsked)
     click(QAccessible::Button, "Cancelar la operación y salir");
     EXPECT_TRUE(waitUntil([&] { return !view().isVisible(); }));
     end.give(0);
+}
+
+TEST_F(WindowTests, LooksForFfmpegAgainWhenTheApplicationComesToTheFront)
+{
+    start();
+    const QSignalSpy looks(model.get(), &AppModel::toolsChanged);
+    emit qGuiApp->applicationStateChanged(Qt::ApplicationActive);
+    EXPECT_EQ(looks.size(), 1);
 }
 
 TEST_F(WindowTests, AsksAgainAfterAnExitThatWasRefused)
