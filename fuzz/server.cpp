@@ -21,7 +21,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
             fuzz::require(request->headers.count("Transfer-Encoding") == 0, "no body has another encoding");
             fuzz::require(request->headers.count("Content-Length") <= 1, "a body has one length");
             for (const auto& [name, value] : request->headers.fields())
-                fuzz::require(!value.contains('\r') && !value.contains('\n') && !value.contains('\0'), "a field is one line");
+                fuzz::require(
+                    !value.contains('\r') && !value.contains('\n') && !value.contains('\0'), "a field is one line");
         }
         break;
     }
@@ -29,7 +30,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         if (const auto target = server::parseTarget(text)) {
             for (const auto& segment : target->segments) {
                 fuzz::require(!segment.empty() && segment != "." && segment != "..", "no segment leaves a folder");
-                fuzz::require(segment.find_first_of(std::string_view("/\\\0\n\r", 5)) == std::string::npos, "a segment is one name");
+                fuzz::require(
+                    segment.find_first_of(std::string_view("/\\\0\n\r", 5)) == std::string::npos, "a segment is one name");
             }
             server::matchRoute("api/videos/{}/revisions", target->segments);
             target->parameter("code");

@@ -41,7 +41,9 @@ trap 'kill "$running" 2>/dev/null || true; wait' EXIT
 trap 'exit 130' INT TERM
 tries=600
 until (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null; do
-  kill -0 "$running" 2>/dev/null && ((tries--)) || fail 'no se ha puesto en marcha.' "$home/registro.log"
+  if ! kill -0 "$running" 2>/dev/null || ((--tries == 0)); then
+    fail 'no se ha puesto en marcha.' "$home/registro.log"
+  fi
   sleep 0.05
 done
 

@@ -84,7 +84,8 @@ std::optional<Plan> AdminRoutes::plan(const Request& request, const Target& targ
         return Plan{.what = std::move(moved), .route = "admin"};
     }
     if (request.method == Method::post && segments == std::vector<std::string>{"admin", "session"}) {
-        return Plan{.what = Plan::Answer{.bodyLimit = maxBody, .answer = [this](const Request& whole) { return signIn(whole); }},
+        return Plan{
+            .what = Plan::Answer{.bodyLimit = maxBody, .answer = [this](const Request& whole) { return signIn(whole); }},
             .route = "admin/session"};
     }
     for (const Route& route : routes()) {
@@ -93,7 +94,8 @@ std::optional<Plan> AdminRoutes::plan(const Request& request, const Target& targ
             continue;
         const bool isChange = request.method != Method::get;
         if (isChange && request.headers["X-Orvo-Admin"] != "1")
-            return Plan{.what = errorResponse(403, "La petición no viene de la página de administración."), .route = route.pattern};
+            return Plan{
+                .what = errorResponse(403, "La petición no viene de la página de administración."), .route = route.pattern};
         return Plan{.what = Plan::Answer{.bodyLimit = maxBody,
                         .answer =
                             [this, call = route.answer, target, arguments = *arguments](const Request& whole) {
@@ -109,8 +111,8 @@ std::optional<Plan> AdminRoutes::plan(const Request& request, const Target& targ
 
 std::string AdminRoutes::cookie(std::string_view value, std::int64_t life) const
 {
-    return std::format("{}={}; Path={}/admin; Max-Age={}; HttpOnly; SameSite=Strict{}", cookieName, value, m_parts.pages.basePath(),
-        life, m_parts.isSecure ? "; Secure" : "");
+    return std::format("{}={}; Path={}/admin; Max-Age={}; HttpOnly; SameSite=Strict{}", cookieName, value,
+        m_parts.pages.basePath(), life, m_parts.isSecure ? "; Secure" : "");
 }
 
 Response AdminRoutes::signIn(const Request& request)
@@ -172,8 +174,9 @@ Response AdminRoutes::list(const Request&, const Target& target, const Arguments
         else
             json.null();
         json.member("embed",
-            std::format("<iframe src=\"{}\" title=\"Orvo Video\" style=\"width:100%;aspect-ratio:16/9;border:0\" allow=\"autoplay; "
-                        "fullscreen\" allowfullscreen loading=\"lazy\"></iframe>",
+            std::format(
+                "<iframe src=\"{}\" title=\"Orvo Video\" style=\"width:100%;aspect-ratio:16/9;border:0\" allow=\"autoplay; "
+                "fullscreen\" allowfullscreen loading=\"lazy\"></iframe>",
                 htmlEscaped(m_parts.viewers.embedAddress(video.id))));
         json.key("watch");
         if (isPublished && video.access.publicLink)
@@ -231,7 +234,8 @@ Response AdminRoutes::check(const Request& request, const Target&, const Argumen
             [&](const auto& entry) { return !entry.isWildcard && entry.origin.host == origin->host; });
         reason = sameHost == video->domains.entries().end()
             ? std::format("No: {} no está entre los dominios autorizados. Añádelo a la lista.", origin->text())
-            : std::format("No: está autorizado {}, que no es {}. Cuentan también http o https y el puerto.", sameHost->source(), origin->text());
+            : std::format("No: está autorizado {}, que no es {}. Cuentan también http o https y el puerto.",
+                  sameHost->source(), origin->text());
     }
     return jsonResponse(200, JsonWriter().open('{').member("allowed", isAllowed).member("reason", reason).close('}').take());
 }

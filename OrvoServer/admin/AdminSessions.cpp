@@ -48,9 +48,8 @@ bool AdminSessions::isValid(std::string_view session) const
     if (!id)
         return false;
     bool isEnded = true;
-    m_database.read([&](Session& database) {
-        isEnded = !database.run("SELECT id FROM ended_sessions WHERE id = $1", {*id}).empty();
-    });
+    m_database.read(
+        [&](Session& database) { isEnded = !database.run("SELECT id FROM ended_sessions WHERE id = $1", {*id}).empty(); });
     return !isEnded;
 }
 
@@ -60,7 +59,8 @@ void AdminSessions::end(std::string_view session)
     if (!id)
         return;
     m_database.write([&](Session& database) {
-        database.run("INSERT INTO ended_sessions(id, until) VALUES($1, $2) ON CONFLICT DO NOTHING", {*id, m_clock.now() + life});
+        database.run(
+            "INSERT INTO ended_sessions(id, until) VALUES($1, $2) ON CONFLICT DO NOTHING", {*id, m_clock.now() + life});
     });
 }
 

@@ -10,8 +10,8 @@
 
 namespace orvo::server {
 
-/// Sessions of the administration page: signed texts in a cookie, so that a restart ends none. They end after a day, with a new
-/// credential, and when the author signs out. Any thread.
+/// Sessions of the administration page: signed texts in a cookie, so that a restart ends none. They end after a day, with a
+/// new credential, and when the author signs out. Any thread.
 class AdminSessions {
 public:
     static constexpr std::int64_t life = 86400; ///< Seconds.

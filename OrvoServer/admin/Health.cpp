@@ -18,7 +18,8 @@ HealthCheck addressCheck(const HealthInputs& inputs)
 {
     const auto origin = originOf(inputs.address);
     const bool isLocal = origin && (origin->host == "localhost" || origin->host == "127.0.0.1");
-    HealthCheck check{.name = "Dirección", .isGood = origin && (origin->scheme == "https" || isLocal), .detail = inputs.address};
+    HealthCheck check{
+        .name = "Dirección", .isGood = origin && (origin->scheme == "https" || isLocal), .detail = inputs.address};
     if (!check.isGood)
         check.remedy = "Escribe en «address» la dirección pública con https://; Orvo Video no publica en otra.";
     return check;
@@ -52,7 +53,8 @@ HealthCheck databaseCheck(const HealthInputs& inputs)
 HealthCheck storeCheck(const HealthInputs& inputs)
 {
     const auto status = inputs.store->status();
-    HealthCheck check{.name = "Almacén", .isGood = status.isReady, .detail = status.isReady ? "Guarda y entrega vídeos." : status.text};
+    HealthCheck check{
+        .name = "Almacén", .isGood = status.isReady, .detail = status.isReady ? "Guarda y entrega vídeos." : status.text};
     if (!check.isGood)
         check.remedy = inputs.store->name() == "drive" ? "Autoriza Google Drive desde Ajustes en Orvo Video."
                                                        : "Comprueba la configuración del almacén y sus permisos.";
@@ -61,13 +63,16 @@ HealthCheck storeCheck(const HealthInputs& inputs)
 
 HealthCheck clockCheck()
 {
-    struct timex state { };
+    struct timex state{};
     const int answer = ::adjtimex(&state); // Not allowed in some sandboxes.
     const bool isSynchronised = answer >= 0 && answer != TIME_ERROR;
     // A build is never from the future: a clock before its year is wrong for certain.
-    const auto year = std::chrono::year_month_day(std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now())).year();
+    const auto year =
+        std::chrono::year_month_day(std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now())).year();
     HealthCheck check{.name = "Reloj", .isGood = year >= std::chrono::year(2025)};
-    check.detail = !check.isGood ? "La fecha es falsa." : isSynchronised ? "Está sincronizado." : "El sistema no dice si está sincronizado.";
+    check.detail = !check.isGood ? "La fecha es falsa."
+        : isSynchronised         ? "Está sincronizado."
+                                 : "El sistema no dice si está sincronizado.";
     if (!check.isGood || !isSynchronised)
         check.remedy = "Activa la hora de red: timedatectl set-ntp true.";
     return check;
@@ -88,7 +93,8 @@ HealthCheck certificateCheck(const TlsCertificate& certificate)
 
 std::vector<HealthCheck> healthChecks(const HealthInputs& inputs)
 {
-    std::vector<HealthCheck> checks{addressCheck(inputs), diskCheck(inputs), databaseCheck(inputs), storeCheck(inputs), clockCheck()};
+    std::vector<HealthCheck> checks{
+        addressCheck(inputs), diskCheck(inputs), databaseCheck(inputs), storeCheck(inputs), clockCheck()};
     if (inputs.certificate)
         checks.push_back(certificateCheck(*inputs.certificate));
     return checks;

@@ -37,7 +37,10 @@ Response failureResponse(const std::exception& error)
     }
     if (const auto* database = dynamic_cast<const DatabaseError*>(&error)) {
         const auto kind = database->kind();
-        return errorResponse(kind == DatabaseError::Kind::busy ? 503 : kind == DatabaseError::Kind::full ? 507 : 500, error.what());
+        return errorResponse(kind == DatabaseError::Kind::busy ? 503
+                : kind == DatabaseError::Kind::full            ? 507
+                                                               : 500,
+            error.what());
     }
     if (const auto* store = dynamic_cast<const StoreError*>(&error))
         return errorResponse(statusOf(*store), error.what());

@@ -107,31 +107,33 @@ std::optional<Plan> PublishingApi::plan(const Request& request, const Target& ta
         && request.method == Method::get && m_parts.authorisation) {
         const auto code = target.parameter("code");
         const auto state = target.parameter("state");
-        return Plan{.what = Plan::Answer{.answer =
-                                             [this, code, state](const Request&) {
-                                                 std::string text = "Google Drive ya está conectado. Vuelve a Orvo Video y pulsa "
-                                                                    "«Guardar y comprobar».";
-                                                 unsigned statusCode = 200;
-                                                 try {
-                                                     if (!code || !state)
-                                                         throw captureError("Google no ha dado el permiso.");
-                                                     m_parts.authorisation->finish(*code, *state);
-                                                 } catch (const Error& error) {
-                                                     statusCode = 400;
-                                                     text = std::string(error.what())
-                                                         + " Vuelve a Orvo Video y pulsa «Conectar Google Drive» otra vez.";
-                                                 }
-                                                 Response page{.status = statusCode,
-                                                     .body = "<!doctype html><html lang=\"es\"><head><meta charset=\"utf-8\"><title>Orvo "
-                                                             "Video</title></head><body><p>"
-                                                         + htmlEscaped(text) + "</p></body></html>\n"};
-                                                 page.with("Content-Type", "text/html; charset=utf-8")
-                                                     .with("Cache-Control", "no-store")
-                                                     .with("Referrer-Policy", "no-referrer")
-                                                     .with("Content-Security-Policy", "default-src 'none'; frame-ancestors 'none'");
-                                                 return page;
-                                             },
-                        .where = Plan::Where::fetchers},
+        return Plan{.what =
+                        Plan::Answer{
+                            .answer =
+                                [this, code, state](const Request&) {
+                                    std::string text = "Google Drive ya está conectado. Vuelve a Orvo Video y pulsa "
+                                                       "«Guardar y comprobar».";
+                                    unsigned statusCode = 200;
+                                    try {
+                                        if (!code || !state)
+                                            throw captureError("Google no ha dado el permiso.");
+                                        m_parts.authorisation->finish(*code, *state);
+                                    } catch (const Error& error) {
+                                        statusCode = 400;
+                                        text = std::string(error.what())
+                                            + " Vuelve a Orvo Video y pulsa «Conectar Google Drive» otra vez.";
+                                    }
+                                    Response page{.status = statusCode,
+                                        .body = "<!doctype html><html lang=\"es\"><head><meta charset=\"utf-8\"><title>Orvo "
+                                                "Video</title></head><body><p>"
+                                            + htmlEscaped(text) + "</p></body></html>\n"};
+                                    page.with("Content-Type", "text/html; charset=utf-8")
+                                        .with("Cache-Control", "no-store")
+                                        .with("Referrer-Policy", "no-referrer")
+                                        .with("Content-Security-Policy", "default-src 'none'; frame-ancestors 'none'");
+                                    return page;
+                                },
+                            .where = Plan::Where::fetchers},
             .route = "oauth/google/callback"};
     }
     if (target.segments.empty() || target.segments[0] != "api")
@@ -159,8 +161,8 @@ std::optional<Plan> PublishingApi::plan(const Request& request, const Target& ta
                             const auto range = parseContentRange(head.headers["Content-Range"]);
                             if (!range || range->bytes.length() != head.contentLength)
                                 throw UploadRefused(409, m_parts.uploads.offsetOf(*file), "El fragmento no es válido.");
-                            return std::make_unique<ChunkSink>(m_parts.uploads.begin(
-                                *file, {.first = range->bytes.first, .size = range->size}));
+                            return std::make_unique<ChunkSink>(
+                                m_parts.uploads.begin(*file, {.first = range->bytes.first, .size = range->size}));
                         }},
             .route = "api/uploads/{}"};
     }
@@ -177,7 +179,8 @@ std::optional<Plan> PublishingApi::plan(const Request& request, const Target& ta
                                       const Request& whole) { return (this->*call)(whole, arguments); }},
             .route = route.pattern};
     }
-    return Plan{.what = isKnown ? errorResponse(405, "Esta petición no existe.") : unknown("Esta petición no existe."), .route = "api"};
+    return Plan{.what = isKnown ? errorResponse(405, "Esta petición no existe.") : unknown("Esta petición no existe."),
+        .route = "api"};
 }
 
 Response PublishingApi::status(const Request&, const Arguments&)
@@ -210,7 +213,8 @@ std::optional<Response> PublishingApi::withoutRoom(std::uint64_t bytes)
     constexpr double gigabyte = 1e9;
     if (m_settings.quota > 0 && m_parts.catalogue.storedBytes() + bytes > m_settings.quota) {
         return errorResponse(507,
-            std::format("El vídeo no cabe: el servidor guarda como mucho {:.0f} GB. Retira otro vídeo o amplía «quota_gigabytes».",
+            std::format(
+                "El vídeo no cabe: el servidor guarda como mucho {:.0f} GB. Retira otro vídeo o amplía «quota_gigabytes».",
                 static_cast<double>(m_settings.quota) / gigabyte));
     }
     const auto space = std::filesystem::space(m_settings.dataFolder);
@@ -277,8 +281,8 @@ Response PublishingApi::publish(const Request&, const Arguments& arguments)
         return errorResponse(409, "Todavía faltan archivos por guardar. Reanuda la publicación.");
     }
     m_parts.videos.forget(video.value_or(""));
-    return jsonResponse(200,
-        JsonWriter().open('{').member("url", m_settings.address + "/watch/" + video.value_or("")).close('}').take());
+    return jsonResponse(
+        200, JsonWriter().open('{').member("url", m_settings.address + "/watch/" + video.value_or("")).close('}').take());
 }
 
 Response PublishingApi::offset(const Request&, const Arguments& arguments)

@@ -59,8 +59,8 @@ std::vector<AnnouncedFile> readRevision(std::string_view body)
             .sha256 = entry["sha256"].text().value_or("")};
         if (files.size() == maxFiles)
             throw captureError(std::format("La publicación tiene más de {} archivos.", maxFiles));
-        if (!isSafePath(file.path) || !paths.insert(file.path).second || !fitsRole(file) || file.size == 0 || file.size > maxSize
-            || !isDigest(file.sha256))
+        if (!isSafePath(file.path) || !paths.insert(file.path).second || !fitsRole(file) || file.size == 0
+            || file.size > maxSize || !isDigest(file.sha256))
             throw captureError(std::format("El servidor no puede guardar el archivo «{}».", file.path.substr(0, 200)));
         total += file.size;
         if (total > maxSize)

@@ -17,7 +17,8 @@ std::string_view trimmed(std::string_view text)
 {
     constexpr std::string_view blanks = " \t\r";
     const auto first = text.find_first_not_of(blanks);
-    return first == std::string_view::npos ? std::string_view() : text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    return first == std::string_view::npos ? std::string_view()
+                                           : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 std::uint64_t readNumber(std::string_view text, std::uint64_t min, std::uint64_t max)
@@ -77,7 +78,8 @@ Readers readers()
         {"ticket_seconds",
             [](auto& to, auto value) { to.ticketSeconds = static_cast<std::int64_t>(readNumber(value, 2, 86400)); }},
         {"max_connections", [](auto& to, auto value) { to.maxConnections = readNumber(value, 10, 1'000'000); }},
-        {"grace_seconds", [](auto& to, auto value) { to.graceSeconds = static_cast<std::int64_t>(readNumber(value, 0, 3600)); }},
+        {"grace_seconds",
+            [](auto& to, auto value) { to.graceSeconds = static_cast<std::int64_t>(readNumber(value, 0, 3600)); }},
         {"s3_endpoint", text(&Configuration::s3Endpoint)},
         {"s3_region", text(&Configuration::s3Region)},
         {"s3_bucket", text(&Configuration::s3Bucket)},

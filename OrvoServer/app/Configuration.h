@@ -41,7 +41,8 @@ struct Configuration {
     bool isSecure() const { return address.starts_with("https://"); }
 };
 
-/// Reads "key = value" lines; "#" begins a comment line. Throws `Error` that names the line for an unknown key or a wrong value.
+/// Reads "key = value" lines; "#" begins a comment line. Throws `Error` that names the line for an unknown key or a wrong
+/// value.
 Configuration readConfiguration(std::string_view text);
 
 /// A commented configuration for a new server.

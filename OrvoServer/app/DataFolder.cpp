@@ -23,7 +23,8 @@ std::string DataFolder::init(const std::string& address, const std::string& list
     const std::string checked = readAddress(address);
     readListen(listen);
     if (fs::exists(configurationFile()) || fs::exists(database()))
-        throw captureError(std::format("En «{}» ya hay un servidor. Para una credencial nueva: orvo-server token.", m_root.string()));
+        throw captureError(
+            std::format("En «{}» ya hay un servidor. Para una credencial nueva: orvo-server token.", m_root.string()));
     fs::create_directories(m_root);
     fs::permissions(m_root, fs::perms::owner_all);
     SqliteDatabase database(this->database());

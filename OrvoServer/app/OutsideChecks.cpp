@@ -42,7 +42,8 @@ HealthCheck bodyCheck(Transfer& transfer, const std::string& address)
                                                    .body = std::string(chunk, '\0')},
             {});
         check.isGood = response.status == 401 && JsonDocument(response.body).root()["error"].text().has_value();
-        check.detail = check.isGood ? "Pasan fragmentos de 8 MB." : std::format("Un fragmento de 8 MB no llega (estado {}).", response.status);
+        check.detail = check.isGood ? "Pasan fragmentos de 8 MB."
+                                    : std::format("Un fragmento de 8 MB no llega (estado {}).", response.status);
     } catch (const std::exception& error) {
         check.detail = error.what();
     }

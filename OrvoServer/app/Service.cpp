@@ -106,7 +106,8 @@ struct Service::State {
                   .certificate = certificate.get()},
               configuration.isSecure(), ORVO_VERSION})
         , handler({api, viewers, admin, pages, credential, *database, metrics, log, lastingInstance(catalogue)})
-        , http(handler, HttpLimits{.maxConnections = configuration.maxConnections, .trustedProxies = configuration.trustedProxies},
+        , http(handler,
+              HttpLimits{.maxConnections = configuration.maxConnections, .trustedProxies = configuration.trustedProxies},
               log, metrics)
     {
         const HostAndPort listen = options.listen ? *options.listen : readListen(configuration.listen);
@@ -149,8 +150,9 @@ Service::Service(DataFolder folder, const Options& options, Log& log)
 {
     raiseDescriptorLimit();
     m_state = std::make_unique<State>(std::move(folder), options, log);
-    log.info("listening", {{"port", std::uint64_t{m_state->port}}, {"version", std::string_view(ORVO_VERSION)},
-                              {"storage", m_state->stores.store().name()}, {"tls", m_state->certificate != nullptr}});
+    log.info("listening",
+        {{"port", std::uint64_t{m_state->port}}, {"version", std::string_view(ORVO_VERSION)},
+            {"storage", m_state->stores.store().name()}, {"tls", m_state->certificate != nullptr}});
 }
 
 Service::~Service() = default;

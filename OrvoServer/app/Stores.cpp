@@ -75,7 +75,8 @@ std::optional<StoreAuthorisation> Stores::authorisation()
         .configure = [drive = m_authorisation](
                          const std::string& id, const std::string& secret) { drive->configure(id, secret); },
         .start = [drive = m_authorisation] { return drive->start(); },
-        .finish = [drive = m_authorisation](const std::string& code, const std::string& state) { drive->finish(code, state); },
+        .finish = [drive = m_authorisation](
+                      const std::string& code, const std::string& state) { drive->finish(code, state); },
     };
 }
 

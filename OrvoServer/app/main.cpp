@@ -48,7 +48,8 @@ int init(const Arguments& arguments)
     const std::string credential = folder.init(arguments.address, listen);
     showCredential(arguments, credential);
     if (!arguments.json)
-        print(std::format("Configuración: {}\nPonlo en marcha: orvo-server run --data {}\n", folder.configurationFile().string(), arguments.data));
+        print(std::format("Configuración: {}\nPonlo en marcha: orvo-server run --data {}\n",
+            folder.configurationFile().string(), arguments.data));
     return 0;
 }
 
@@ -94,7 +95,8 @@ int check(const Arguments& arguments)
         try {
             certificate = std::make_unique<TlsCertificate>(configuration.tlsCertificate, configuration.tlsKey);
         } catch (const orvo::Error& error) {
-            checks.push_back({.name = "Certificado", .detail = error.what(), .remedy = "Corrige «tls_certificate» y «tls_key»."});
+            checks.push_back(
+                {.name = "Certificado", .detail = error.what(), .remedy = "Corrige «tls_certificate» y «tls_key»."});
         }
     }
     std::ranges::copy(healthChecks({.dataFolder = folder.root(),
@@ -104,7 +106,8 @@ int check(const Arguments& arguments)
                           .store = &stores.store(),
                           .certificate = certificate.get()}),
         std::back_inserter(checks));
-    std::ranges::copy(outsideChecks(configuration.address, catalogue.setting("instance").value_or("")), std::back_inserter(checks));
+    std::ranges::copy(
+        outsideChecks(configuration.address, catalogue.setting("instance").value_or("")), std::back_inserter(checks));
     const bool isGood = std::ranges::all_of(checks, &HealthCheck::isGood);
     if (arguments.json) {
         JsonWriter json;

@@ -96,7 +96,8 @@ std::size_t sequenceLength(std::string_view text)
     if (first >= 0xC2 && first <= 0xDF)
         return follows(1) ? 2 : 0;
     if (first >= 0xE0 && first <= 0xEF) {
-        const bool isValid = follows(1) && follows(2) && !(first == 0xE0 && byte(1) < 0xA0) && !(first == 0xED && byte(1) > 0x9F);
+        const bool isValid =
+            follows(1) && follows(2) && !(first == 0xE0 && byte(1) < 0xA0) && !(first == 0xED && byte(1) > 0x9F);
         return isValid ? 3 : 0;
     }
     if (first >= 0xF0 && first <= 0xF4) {

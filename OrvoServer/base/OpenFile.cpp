@@ -18,7 +18,7 @@ std::shared_ptr<const OpenFile> OpenFile::open(const std::filesystem::path& file
     if (descriptor < 0)
         fail(errno);
     auto opened = std::make_shared<OpenFile>(descriptor, 0);
-    struct stat status {};
+    struct stat status{};
     if (::fstat(descriptor, &status) != 0)
         fail(errno);
     if (!S_ISREG(status.st_mode))

@@ -26,47 +26,69 @@ constexpr std::uint64_t maxSkipped = std::uint64_t{64} << 10U;
 template <class Work> asio::awaitable<std::invoke_result_t<Work&>> onPool(asio::thread_pool& pool, Work work)
 {
     using Result = std::invoke_result_t<Work&>;
-    co_return co_await asio::co_spawn(
-        pool, [&work]() -> asio::awaitable<Result> { co_return work(); }, asio::use_awaitable);
+    co_return co_await asio::co_spawn(pool, [&work]() -> asio::awaitable<Result> { co_return work(); }, asio::use_awaitable);
 }
 
 std::string_view reasonOf(unsigned status)
 {
     switch (status) {
-    case 200: return "OK";
-    case 201: return "Created";
-    case 204: return "No Content";
-    case 206: return "Partial Content";
-    case 302: return "Found";
-    case 303: return "See Other";
-    case 304: return "Not Modified";
-    case 400: return "Bad Request";
-    case 401: return "Unauthorized";
-    case 403: return "Forbidden";
-    case 404: return "Not Found";
-    case 405: return "Method Not Allowed";
-    case 409: return "Conflict";
-    case 413: return "Content Too Large";
-    case 416: return "Range Not Satisfiable";
-    case 422: return "Unprocessable Content";
-    case 429: return "Too Many Requests";
-    case 431: return "Request Header Fields Too Large";
-    case 500: return "Internal Server Error";
-    case 503: return "Service Unavailable";
-    case 507: return "Insufficient Storage";
-    default: return "Status";
+    case 200:
+        return "OK";
+    case 201:
+        return "Created";
+    case 204:
+        return "No Content";
+    case 206:
+        return "Partial Content";
+    case 302:
+        return "Found";
+    case 303:
+        return "See Other";
+    case 304:
+        return "Not Modified";
+    case 400:
+        return "Bad Request";
+    case 401:
+        return "Unauthorized";
+    case 403:
+        return "Forbidden";
+    case 404:
+        return "Not Found";
+    case 405:
+        return "Method Not Allowed";
+    case 409:
+        return "Conflict";
+    case 413:
+        return "Content Too Large";
+    case 416:
+        return "Range Not Satisfiable";
+    case 422:
+        return "Unprocessable Content";
+    case 429:
+        return "Too Many Requests";
+    case 431:
+        return "Request Header Fields Too Large";
+    case 500:
+        return "Internal Server Error";
+    case 503:
+        return "Service Unavailable";
+    case 507:
+        return "Insufficient Storage";
+    default:
+        return "Status";
     }
 }
 
 std::string headOf(const Response& response, bool keepAlive)
 {
-    std::string head = std::format("HTTP/1.1 {} {}\r\nDate: {:%a, %d %b %Y %H:%M:%S} GMT\r\nX-Content-Type-Options: nosniff\r\n",
-        response.status, reasonOf(response.status), std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
+    std::string head = std::format(
+        "HTTP/1.1 {} {}\r\nDate: {:%a, %d %b %Y %H:%M:%S} GMT\r\nX-Content-Type-Options: nosniff\r\n", response.status,
+        reasonOf(response.status), std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
     for (const auto& [name, value] : response.headers) {
         head.append(name).append(": ");
         // Whatever a value was made of, it stays in its line.
-        std::ranges::transform(
-            value, std::back_inserter(head), [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? ' ' : c; });
+        std::ranges::transform(value, std::back_inserter(head),
+            [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? ' ' : c; });
         head += "\r\n";
     }
     if (response.status != 204 && response.status != 304)
@@ -211,8 +233,7 @@ asio::awaitable<bool> Connection::serve(Request request)
     }
     if (response.status == 0) // The client went away within its body.
         co_return false;
-    if (hasBodyLeft && request.contentLength <= maxSkipped && !response.closes
-        && request.headers.count("Expect") == 0)
+    if (hasBodyLeft && request.contentLength <= maxSkipped && !response.closes && request.headers.count("Expect") == 0)
         hasBodyLeft = !co_await skip(request.contentLength);
     const bool keepAlive = request.isKeptAlive && !hasBodyLeft && !response.closes && !m_shared.isStopping;
     m_transport.setDeadline(deadlineFor(response.bodySize()));
@@ -226,7 +247,7 @@ asio::awaitable<bool> Connection::serve(Request request)
     }
     if (isSent && !keepAlive && hasBodyLeft)
         co_await linger();
-    co_return isSent && keepAlive;
+    co_return isSent&& keepAlive;
 }
 
 asio::awaitable<Response> Connection::answer(const Plan::Answer& plan, Request& request, bool& hasBodyLeft)
@@ -277,7 +298,10 @@ asio::awaitable<Response> Connection::stream(const Plan::Stream& plan, const Req
         m_shared.metrics.bytesReceived += filled;
         left -= filled;
         if (filled < step) {
-            co_await onPool(m_shared.workers, [&] { sink.reset(); return true; });
+            co_await onPool(m_shared.workers, [&] {
+                sink.reset();
+                return true;
+            });
             co_return Response{.status = 0};
         }
     }

@@ -27,7 +27,8 @@ asio::ip::address addressOf(const std::string& host)
     boost::system::error_code error;
     auto address = asio::ip::make_address(host == "localhost" ? "127.0.0.1" : host, error);
     if (error)
-        throw captureError(std::format("«{}» no es una dirección en la que escuchar: usa un número como 127.0.0.1 o 0.0.0.0.", host));
+        throw captureError(
+            std::format("«{}» no es una dirección en la que escuchar: usa un número como 127.0.0.1 o 0.0.0.0.", host));
     return address;
 }
 
@@ -95,8 +96,8 @@ std::uint16_t HttpServer::listen(const std::string& host, std::uint16_t port, st
         acceptor->bind(endpoint);
         acceptor->listen(4096);
     } catch (const boost::system::system_error& error) {
-        throw captureError(std::format("No se puede escuchar en {}:{} ({}). Quizá otro programa usa ese puerto.", host, port,
-            error.code().message()));
+        throw captureError(std::format(
+            "No se puede escuchar en {}:{} ({}). Quizá otro programa usa ese puerto.", host, port, error.code().message()));
     }
     const std::uint16_t bound = acceptor->local_endpoint().port();
     asio::co_spawn(acceptor->get_executor(), m_state->accept(*acceptor, std::move(certificate)), asio::detached);
@@ -129,8 +130,8 @@ void HttpServer::State::admit(Socket socket, const std::shared_ptr<TlsCertificat
     const auto endpoint = socket.remote_endpoint(error);
     if (error)
         return;
-    const bool isTrusted
-        = endpoint.address().is_loopback() || std::ranges::contains(limits.trustedProxies, endpoint.address().to_string());
+    const bool isTrusted =
+        endpoint.address().is_loopback() || std::ranges::contains(limits.trustedProxies, endpoint.address().to_string());
     Connection::Peer peer{.address = limitedAddress(endpoint.address()), .isTrusted = isTrusted};
     const std::string counted = isTrusted ? std::string() : peer.address;
     const Strand strand = socket.get_executor();

@@ -34,15 +34,15 @@ public:
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
-    /// Listens on a numeric address or "localhost"; port 0 for any free one. Returns the port. With a certificate it speaks TLS.
-    /// Throws `Error` when the address cannot be used. Before `run()`.
+    /// Listens on a numeric address or "localhost"; port 0 for any free one. Returns the port. With a certificate it speaks
+    /// TLS. Throws `Error` when the address cannot be used. Before `run()`.
     std::uint16_t listen(const std::string& host, std::uint16_t port, std::shared_ptr<TlsCertificate> certificate = nullptr);
 
     /// Serves until `stop()` was called and the connections have ended.
     void run();
 
-    /// Any thread. Accepts nothing more, ends idle connections, lets requests that have begun finish, and ends the others after
-    /// `grace`.
+    /// Any thread. Accepts nothing more, ends idle connections, lets requests that have begun finish, and ends the others
+    /// after `grace`.
     void stop(std::chrono::milliseconds grace);
 
 private:

@@ -84,7 +84,8 @@ public:
     /// Without `finish()`: the body was cut off.
     virtual ~BodySink() = default;
 
-    /// Returns false when the rest is not wanted; `finish()` is called then, and the connection is closed after its response.
+    /// Returns false when the rest is not wanted; `finish()` is called then, and the connection is closed after its
+    /// response.
     virtual bool write(std::span<const std::uint8_t> bytes) = 0;
     virtual Response finish() = 0;
 };

@@ -25,7 +25,8 @@ struct ContentRange {
     friend bool operator==(const ContentRange&, const ContentRange&) = default;
 };
 
-/// Reads "bytes FIRST-LAST/SIZE", decimal, with LAST not before FIRST and SIZE above LAST. Returns nullopt for anything else.
+/// Reads "bytes FIRST-LAST/SIZE", decimal, with LAST not before FIRST and SIZE above LAST. Returns nullopt for anything
+/// else.
 std::optional<ContentRange> parseContentRange(std::string_view text);
 
 enum class NoRange : std::uint8_t {

@@ -18,8 +18,8 @@ struct Target {
     std::optional<std::string> parameter(std::string_view name) const;
 };
 
-/// Reads the origin-form of a request target. Repeated slashes count as one, since an address that ends in "/" gives "//watch".
-/// Returns nullopt for any other form, for broken percent-encoding, and for what could leave a folder.
+/// Reads the origin-form of a request target. Repeated slashes count as one, since an address that ends in "/" gives
+/// "//watch". Returns nullopt for any other form, for broken percent-encoding, and for what could leave a folder.
 std::optional<Target> parseTarget(std::string_view text);
 
 /// Decodes percent-encoding; nullopt when it is broken.

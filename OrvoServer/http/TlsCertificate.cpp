@@ -12,7 +12,8 @@ namespace orvo::server {
 
 namespace {
 
-int chooseProtocol(SSL*, const unsigned char** out, unsigned char* outLength, const unsigned char* in, unsigned inLength, void*)
+int chooseProtocol(
+    SSL*, const unsigned char** out, unsigned char* outLength, const unsigned char* in, unsigned inLength, void*)
 {
     static constexpr unsigned char ours[] = "\x08http/1.1";
     unsigned char* chosen = nullptr;
@@ -28,14 +29,15 @@ std::shared_ptr<SSL_CTX> contextOf(const std::filesystem::path& chain, const std
     if (!context)
         throw captureError("La biblioteca de cifrado no ha podido trabajar.");
     SSL_CTX_set_min_proto_version(context.get(), TLS1_2_VERSION);
-    SSL_CTX_set_options(context.get(), SSL_OP_NO_RENEGOTIATION | SSL_OP_IGNORE_UNEXPECTED_EOF | SSL_OP_CIPHER_SERVER_PREFERENCE);
+    SSL_CTX_set_options(
+        context.get(), SSL_OP_NO_RENEGOTIATION | SSL_OP_IGNORE_UNEXPECTED_EOF | SSL_OP_CIPHER_SERVER_PREFERENCE);
     SSL_CTX_set_mode(
         context.get(), SSL_MODE_ENABLE_PARTIAL_WRITE | SSL_MODE_ACCEPT_MOVING_WRITE_BUFFER | SSL_MODE_RELEASE_BUFFERS);
     SSL_CTX_set_alpn_select_cb(context.get(), &chooseProtocol, nullptr);
     const auto fail = [](const std::filesystem::path& file, std::string_view what) {
         ERR_clear_error();
-        throw captureError(std::format("No se puede usar {} «{}». Debe ser un archivo PEM que el servidor pueda leer.", what,
-            file.string()));
+        throw captureError(std::format(
+            "No se puede usar {} «{}». Debe ser un archivo PEM que el servidor pueda leer.", what, file.string()));
     };
     if (SSL_CTX_use_certificate_chain_file(context.get(), chain.c_str()) != 1)
         fail(chain, "el certificado");

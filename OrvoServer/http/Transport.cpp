@@ -49,8 +49,8 @@ asio::awaitable<bool> Transport::ready(Direction direction, std::chrono::millise
         }
         patience = std::min(patience, left);
     }
-    const auto [error] = co_await m_socket.async_wait(
-        kind, asio::cancel_after(m_timer, patience, asio::as_tuple(asio::use_awaitable)));
+    const auto [error] =
+        co_await m_socket.async_wait(kind, asio::cancel_after(m_timer, patience, asio::as_tuple(asio::use_awaitable)));
     if (error == asio::error::operation_aborted && m_socket.is_open())
         m_hasTimedOut = true;
     co_return !error;
@@ -87,7 +87,8 @@ asio::awaitable<std::size_t> Transport::read(std::span<char> into, std::chrono::
     while (m_socket.is_open() && !m_isBroken) {
         if (m_tls) {
             ERR_clear_error();
-            const int result = SSL_read(m_tls.get(), into.data(), static_cast<int>(std::min<std::size_t>(into.size(), INT_MAX)));
+            const int result =
+                SSL_read(m_tls.get(), into.data(), static_cast<int>(std::min<std::size_t>(into.size(), INT_MAX)));
             if (result > 0)
                 co_return static_cast<std::size_t>(result);
             if (!co_await readyForTls(result, patience))
@@ -112,15 +113,16 @@ asio::awaitable<bool> Transport::write(std::string_view bytes, std::chrono::mill
             co_return false;
         if (m_tls) {
             ERR_clear_error();
-            const int result = SSL_write(m_tls.get(), bytes.data(), static_cast<int>(std::min<std::size_t>(bytes.size(), INT_MAX)));
+            const int result =
+                SSL_write(m_tls.get(), bytes.data(), static_cast<int>(std::min<std::size_t>(bytes.size(), INT_MAX)));
             if (result > 0)
                 bytes.remove_prefix(static_cast<std::size_t>(result));
             else if (!co_await readyForTls(result, patience))
                 co_return false;
             continue;
         }
-        const ssize_t count
-            = ::send(m_socket.native_handle(), bytes.data(), bytes.size(), MSG_NOSIGNAL | (more ? MSG_MORE : 0));
+        const ssize_t count =
+            ::send(m_socket.native_handle(), bytes.data(), bytes.size(), MSG_NOSIGNAL | (more ? MSG_MORE : 0));
         if (count >= 0)
             bytes.remove_prefix(static_cast<std::size_t>(count));
         else if (errno != EINTR && (errno != EAGAIN || !co_await ready(Direction::write, patience)))
@@ -140,16 +142,16 @@ asio::awaitable<bool> Transport::sendFile(const FileBody& body, std::chrono::mil
         if (!m_socket.is_open() || m_isBroken)
             co_return false;
         if (m_tls) {
-            const ssize_t count
-                = ::pread(body.file->descriptor(), buffer.data(), std::min<std::uint64_t>(left, buffer.size()), offset);
+            const ssize_t count =
+                ::pread(body.file->descriptor(), buffer.data(), std::min<std::uint64_t>(left, buffer.size()), offset);
             if (count <= 0 || !co_await write({buffer.data(), static_cast<std::size_t>(count)}, patience))
                 co_return false;
             offset += count;
             left -= static_cast<std::uint64_t>(count);
             continue;
         }
-        const ssize_t count
-            = ::sendfile(m_socket.native_handle(), body.file->descriptor(), &offset, std::min(left, maxStep));
+        const ssize_t count =
+            ::sendfile(m_socket.native_handle(), body.file->descriptor(), &offset, std::min(left, maxStep));
         if (count > 0)
             left -= static_cast<std::uint64_t>(count);
         else if (count == 0) // The file is shorter than it was.

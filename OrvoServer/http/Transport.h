@@ -3,10 +3,10 @@
 #include "OrvoServer/http/Message.h"
 
 #include <boost/asio/awaitable.hpp>
+#include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/strand.hpp>
-#include <boost/asio/io_context.hpp>
 
 #include <chrono>
 #include <memory>

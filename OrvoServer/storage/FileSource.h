@@ -21,7 +21,8 @@ public:
     virtual std::shared_ptr<const OpenFile> openIfHere(const std::string& key, std::uint64_t size) = 0;
 
     /// The file, fetched first where needed; blocks. Throws `StoreError`, file system errors and `Cancelled`.
-    virtual std::shared_ptr<const OpenFile> open(const std::string& key, std::uint64_t size, const std::stop_token& stop) = 0;
+    virtual std::shared_ptr<const OpenFile> open(
+        const std::string& key, std::uint64_t size, const std::stop_token& stop) = 0;
 };
 
 } // namespace orvo::server

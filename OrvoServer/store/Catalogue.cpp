@@ -9,8 +9,8 @@ namespace orvo::server {
 
 namespace {
 
-constexpr std::string_view fileColumns
-    = "SELECT upload, revision, path, size, sha256, status, error, received, verified FROM files ";
+constexpr std::string_view fileColumns =
+    "SELECT upload, revision, path, size, sha256, status, error, received, verified FROM files ";
 
 FileRecord fileOf(const Row& row)
 {
@@ -50,7 +50,8 @@ std::string stateOf(Session& session, const std::string& revision)
 std::optional<VideoRecord> Catalogue::find(Session& session, const std::string& video)
 {
     const auto rows = session.run(
-        "SELECT id, title, domains, public_link, state, revision, embed_epoch, watch_epoch FROM videos WHERE id = $1", {video});
+        "SELECT id, title, domains, public_link, state, revision, embed_epoch, watch_epoch FROM videos WHERE id = $1",
+        {video});
     if (rows.empty())
         return std::nullopt;
     const Row& row = rows[0];
@@ -129,7 +130,8 @@ void Catalogue::withdraw(const std::string& video)
     });
 }
 
-std::optional<RegisteredRevision> Catalogue::registerRevision(const std::string& video, const std::vector<AnnouncedFile>& files)
+std::optional<RegisteredRevision> Catalogue::registerRevision(
+    const std::string& video, const std::vector<AnnouncedFile>& files)
 {
     std::optional<RegisteredRevision> registered;
     m_database.write([&](Session& session) {
@@ -141,7 +143,8 @@ std::optional<RegisteredRevision> Catalogue::registerRevision(const std::string&
         std::uint64_t bytes = 0;
         for (const auto& file : files)
             bytes += file.size;
-        session.run("INSERT INTO revisions(id, video, state, bytes, created_at, touched_at) VALUES($1, $2, 'open', $3, $4, $4)",
+        session.run(
+            "INSERT INTO revisions(id, video, state, bytes, created_at, touched_at) VALUES($1, $2, 'open', $3, $4, $4)",
             {registered->id, video, bytes, m_clock.now()});
         std::int64_t position = 0;
         for (const auto& file : files) {
@@ -150,8 +153,8 @@ std::optional<RegisteredRevision> Catalogue::registerRevision(const std::string&
             const std::string upload = randomText(16);
             session.run("INSERT INTO files(upload, revision, position, path, role, size, sha256, status, received, verified,"
                         " blob) VALUES($1, $2, $3, $4, $5, $6, $7, $8, $9, $9, $10)",
-                {upload, registered->id, position++, file.path, file.role, file.size, file.sha256, isHeld ? "ready" : "pending",
-                    isHeld, isHeld ? held[0][0] : Value()});
+                {upload, registered->id, position++, file.path, file.role, file.size, file.sha256,
+                    isHeld ? "ready" : "pending", isHeld, isHeld ? held[0][0] : Value()});
             if (!isHeld)
                 registered->missingBytes += file.size;
             registered->uploads.emplace_back(file.path, upload);
@@ -165,7 +168,8 @@ std::optional<std::vector<FileRecord>> Catalogue::filesOf(const std::string& rev
     std::optional<std::vector<FileRecord>> files;
     m_database.read([&](Session& session) {
         if (canContinue(stateOf(session, revision)))
-            files = server::filesOf(session.run(std::string(fileColumns) + "WHERE revision = $1 ORDER BY position", {revision}));
+            files =
+                server::filesOf(session.run(std::string(fileColumns) + "WHERE revision = $1 ORDER BY position", {revision}));
     });
     return files;
 }
@@ -195,7 +199,8 @@ std::optional<std::string> Catalogue::videoOf(const std::string& revision)
 void Catalogue::markReceived(const std::string& upload, bool isVerified)
 {
     m_database.write([&](Session& session) {
-        session.run("UPDATE files SET received = 1, verified = $2 WHERE upload = $1 AND status <> 'ready'", {upload, isVerified});
+        session.run(
+            "UPDATE files SET received = 1, verified = $2 WHERE upload = $1 AND status <> 'ready'", {upload, isVerified});
         session.run("UPDATE revisions SET touched_at = $2 WHERE id = (SELECT revision FROM files WHERE upload = $1)",
             {upload, m_clock.now()});
     });
@@ -213,7 +218,8 @@ void Catalogue::markWrong(const std::string& upload, const std::string& error)
 void Catalogue::markFailed(const std::string& upload, const std::string& error)
 {
     m_database.write([&](Session& session) {
-        session.run("UPDATE files SET status = 'error', error = $2 WHERE upload = $1 AND status <> 'ready'", {upload, error});
+        session.run(
+            "UPDATE files SET status = 'error', error = $2 WHERE upload = $1 AND status <> 'ready'", {upload, error});
     });
 }
 
@@ -226,7 +232,8 @@ bool Catalogue::linkHeld(const std::string& upload)
             {upload});
         isHeld = !rows.empty();
         if (isHeld) {
-            session.run("UPDATE files SET status = 'ready', error = NULL, received = 1, verified = 1, blob = $2 WHERE upload = $1",
+            session.run(
+                "UPDATE files SET status = 'ready', error = NULL, received = 1, verified = 1, blob = $2 WHERE upload = $1",
                 {upload, rows[0][0]});
         }
     });
@@ -253,7 +260,8 @@ void Catalogue::markStored(const std::string& upload, const std::string& key)
         // Of two that stored the same content at once, one key stays and the other is removed in time.
         const auto kept = session.run("SELECT key FROM blobs WHERE sha256 = $1 AND size = $2", {files[0][0], files[0][1]});
         session.run("DELETE FROM removals WHERE key = $1", {kept.at(0)[0]});
-        session.run("UPDATE files SET status = 'ready', error = NULL, received = 1, verified = 1, blob = $2 WHERE upload = $1",
+        session.run(
+            "UPDATE files SET status = 'ready', error = NULL, received = 1, verified = 1, blob = $2 WHERE upload = $1",
             {upload, kept.at(0)[0]});
     });
 }
@@ -273,7 +281,8 @@ bool Catalogue::retry(const std::string& revision)
         isKnown = canContinue(state);
         if (!isKnown)
             return;
-        session.run("UPDATE files SET status = 'pending', error = NULL WHERE revision = $1 AND status = 'error'", {revision});
+        session.run(
+            "UPDATE files SET status = 'pending', error = NULL WHERE revision = $1 AND status = 'error'", {revision});
         session.run("UPDATE revisions SET touched_at = $2 WHERE id = $1", {revision, m_clock.now()});
         session.run("UPDATE revisions SET state = 'storing' WHERE id = $1 AND state = 'open'", {revision});
     });
@@ -285,7 +294,8 @@ std::vector<FileRecord> Catalogue::waitingFiles(const std::string& revision)
     std::vector<FileRecord> files;
     m_database.read([&](Session& session) {
         files = server::filesOf(session.run(
-            std::string(fileColumns) + "WHERE revision = $1 AND status = 'pending' AND received = 1 ORDER BY position", {revision}));
+            std::string(fileColumns) + "WHERE revision = $1 AND status = 'pending' AND received = 1 ORDER BY position",
+            {revision}));
     });
     return files;
 }
@@ -313,23 +323,29 @@ PublishResult Catalogue::publish(const std::string& revision)
             return;
         result = PublishResult::notReady;
         if (!session.run("SELECT upload FROM files WHERE revision = $1 AND status <> 'ready' LIMIT 1", {revision}).empty()
-            || session.run("SELECT upload FROM files WHERE revision = $1 AND path = 'hls/master.m3u8' AND role = 'stream'", {revision})
-                   .empty())
+            || session
+                .run("SELECT upload FROM files WHERE revision = $1 AND path = 'hls/master.m3u8' AND role = 'stream'",
+                    {revision})
+                .empty())
             return;
         result = PublishResult::published;
         const auto now = m_clock.now();
         const auto next = session.run("SELECT next_title, next_domains, next_public_link FROM videos WHERE id = $1", {id});
         if (!next.at(0)[0].isNull()) {
-            applyAccess(session, *video, {.domains = listFromJson(next[0][1].text()), .publicLink = next[0][2].number() != 0});
-            session.run("UPDATE videos SET title = next_title, next_title = NULL, next_domains = NULL, next_public_link = NULL"
-                        " WHERE id = $1",
+            applyAccess(
+                session, *video, {.domains = listFromJson(next[0][1].text()), .publicLink = next[0][2].number() != 0});
+            session.run(
+                "UPDATE videos SET title = next_title, next_title = NULL, next_domains = NULL, next_public_link = NULL"
+                " WHERE id = $1",
                 {id});
         }
         if (video->state == "published" && video->revision == revision)
             return;
-        session.run("UPDATE revisions SET state = 'superseded', touched_at = $2 WHERE video = $1 AND state = 'published'", {id, now});
+        session.run("UPDATE revisions SET state = 'superseded', touched_at = $2 WHERE video = $1 AND state = 'published'",
+            {id, now});
         session.run("UPDATE revisions SET state = 'published', touched_at = $2 WHERE id = $1", {revision, now});
-        session.run("UPDATE videos SET state = 'published', revision = $2, updated_at = $3 WHERE id = $1", {id, revision, now});
+        session.run(
+            "UPDATE videos SET state = 'published', revision = $2, updated_at = $3 WHERE id = $1", {id, revision, now});
     });
     return result;
 }
@@ -343,7 +359,8 @@ std::optional<Manifest> Catalogue::manifestOf(const std::string& revision)
             return;
         manifest.emplace();
         manifest->video = rows[0][0].text();
-        for (const auto& row : session.run("SELECT path, blob, size FROM files WHERE revision = $1 AND role = 'stream'", {revision})) {
+        for (const auto& row :
+            session.run("SELECT path, blob, size FROM files WHERE revision = $1 AND role = 'stream'", {revision})) {
             constexpr std::string_view folder = "hls/";
             if (row[0].text().starts_with(folder)) {
                 manifest->files.emplace(row[0].text().substr(folder.size()),
@@ -358,9 +375,10 @@ std::optional<Manifest::Entry> Catalogue::playlistOf(const std::string& revision
 {
     std::optional<Manifest::Entry> entry;
     m_database.read([&](Session& session) {
-        const auto rows = session.run("SELECT blob, size FROM files WHERE revision = $1 AND role = 'stream' AND status = 'ready'"
-                                      " AND path LIKE 'hls/%/index.m3u8' LIMIT 1",
-            {revision});
+        const auto rows =
+            session.run("SELECT blob, size FROM files WHERE revision = $1 AND role = 'stream' AND status = 'ready'"
+                        " AND path LIKE 'hls/%/index.m3u8' LIMIT 1",
+                {revision});
         if (!rows.empty())
             entry = Manifest::Entry{.key = rows[0][0].text(), .size = static_cast<std::uint64_t>(rows[0][1].number())};
     });
@@ -380,7 +398,9 @@ std::vector<VideoSummary> Catalogue::list(const Page& page, std::uint64_t& total
     std::vector<VideoSummary> videos;
     m_database.read([&](Session& session) {
         total = static_cast<std::uint64_t>(
-            session.run("SELECT count(*) FROM videos WHERE lower(title) LIKE lower($1) ESCAPE '!'", {pattern}).at(0)[0].number());
+            session.run("SELECT count(*) FROM videos WHERE lower(title) LIKE lower($1) ESCAPE '!'", {pattern})
+                .at(0)[0]
+                .number());
         const auto rows = session.run(
             "SELECT v.id, v.title, v.domains, v.public_link, v.state, v.revision, v.created_at, v.updated_at, r.bytes,"
             " r.milliseconds, (SELECT sum(p.plays) FROM plays p WHERE p.video = v.id),"
@@ -434,7 +454,8 @@ std::optional<std::string> Catalogue::setting(const std::string& name)
 void Catalogue::setSetting(const std::string& name, const std::string& value)
 {
     m_database.write([&](Session& session) {
-        session.run("INSERT INTO settings(name, value) VALUES($1, $2) ON CONFLICT(name) DO UPDATE SET value = excluded.value",
+        session.run(
+            "INSERT INTO settings(name, value) VALUES($1, $2) ON CONFLICT(name) DO UPDATE SET value = excluded.value",
             {name, value});
     });
 }

@@ -11,10 +11,11 @@ std::vector<std::string> Collection::forgetOld()
     std::vector<std::string> uploads;
     m_database.write([&](Session& session) {
         const auto now = m_clock.now();
-        const auto old = session.run("SELECT id FROM revisions WHERE (state IN ('open', 'storing') AND touched_at < $1)"
-                                     " OR (state = 'superseded' AND touched_at < $2) OR (state = 'withdrawn' AND touched_at < $3)"
-                                     " LIMIT 100",
-            {now - m_retention.unfinished, now - m_retention.superseded, now - m_retention.withdrawn});
+        const auto old =
+            session.run("SELECT id FROM revisions WHERE (state IN ('open', 'storing') AND touched_at < $1)"
+                        " OR (state = 'superseded' AND touched_at < $2) OR (state = 'withdrawn' AND touched_at < $3)"
+                        " LIMIT 100",
+                {now - m_retention.unfinished, now - m_retention.superseded, now - m_retention.withdrawn});
         for (const auto& row : old) {
             for (const auto& file : session.run("SELECT upload FROM files WHERE revision = $1", {row[0]}))
                 uploads.push_back(file[0].text());

@@ -24,8 +24,8 @@ public:
     /// Blocks to read the kept hash. Throws `DatabaseError`.
     Credential(Catalogue& catalogue, const Clock& clock, Metrics& metrics);
 
-    /// Does not block. A right credential is always right: only wrong ones count against a peer, which may send 10 at once and
-    /// then 10 a minute.
+    /// Does not block. A right credential is always right: only wrong ones count against a peer, which may send 10 at once
+    /// and then 10 a minute.
     Answer check(std::string_view token, const std::string& peer);
 
     /// Reads the kept hash again, so that a new credential holds without a restart. Blocks.

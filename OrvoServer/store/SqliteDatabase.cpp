@@ -109,7 +109,8 @@ private:
         if (value.isNull())
             code = sqlite3_bind_null(statement, index);
         else if (value.isText())
-            code = sqlite3_bind_text64(statement, index, value.text().data(), value.text().size(), SQLITE_STATIC, SQLITE_UTF8);
+            code =
+                sqlite3_bind_text64(statement, index, value.text().data(), value.text().size(), SQLITE_STATIC, SQLITE_UTF8);
         else
             code = sqlite3_bind_int64(statement, index, value.number());
         if (code != SQLITE_OK)

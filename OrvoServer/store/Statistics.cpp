@@ -103,7 +103,8 @@ PlayStatistics Statistics::playsOf(const std::string& video)
     const auto now = m_clock.now();
     m_database.read([&](Session& session) {
         std::map<std::string, std::int64_t> byDay;
-        for (const auto& row : session.run("SELECT day, plays FROM plays WHERE video = $1 AND day >= $2", {video, isoDay(now - 90 * day)}))
+        for (const auto& row :
+            session.run("SELECT day, plays FROM plays WHERE video = $1 AND day >= $2", {video, isoDay(now - 90 * day)}))
             byDay[row[0].text()] = row[1].number();
         for (std::int64_t back = 89; back >= 0; --back) {
             const std::string name = isoDay(now - back * day);
@@ -119,7 +120,8 @@ std::map<std::string, std::vector<RefusedOrigin>> Statistics::allRefused()
 {
     std::map<std::string, std::vector<RefusedOrigin>> origins;
     m_database.read([&](Session& session) {
-        for (const auto& row : session.run("SELECT video, origin, times, last FROM refused_origins ORDER BY last DESC, origin"))
+        for (const auto& row :
+            session.run("SELECT video, origin, times, last FROM refused_origins ORDER BY last DESC, origin"))
             origins[row[0].text()].push_back({.origin = row[1].text(), .times = row[2].number(), .last = row[3].number()});
     });
     return origins;

@@ -34,7 +34,8 @@ public:
     {
     }
 
-    /// Tenths 0 to 9 that were played. `view` is a random name of one page load and is kept for a day at most, in memory only.
+    /// Tenths 0 to 9 that were played. `view` is a random name of one page load and is kept for a day at most, in memory
+    /// only.
     void beat(const std::string& video, const std::string& view, const std::vector<std::uint64_t>& tenths);
     /// A page of this origin tried to embed the video.
     void refused(const std::string& video, const std::string& origin);

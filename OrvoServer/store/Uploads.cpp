@@ -34,7 +34,7 @@ struct Uploads::Writer::Part {
         : path(std::move(file))
         , descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600))
     {
-        struct stat status { };
+        struct stat status{};
         if (descriptor < 0 || ::fstat(descriptor, &status) != 0) {
             const int error = errno;
             if (descriptor >= 0)
@@ -50,7 +50,7 @@ struct Uploads::Writer::Part {
     /// Another instance may have taken bytes meanwhile, which are the same ones.
     void refresh()
     {
-        struct stat status { };
+        struct stat status{};
         if (::fstat(descriptor, &status) != 0)
             fail("stat", path);
         if (size == static_cast<std::uint64_t>(status.st_size))
@@ -189,8 +189,8 @@ std::uint64_t Uploads::offsetOf(const FileRecord& file)
 std::unique_ptr<Uploads::Writer> Uploads::begin(const FileRecord& file, const Piece& piece)
 {
     if (piece.size != file.size) {
-        throw UploadRefused(409, offsetOf(file),
-            std::format("El archivo «{}» no tiene el tamaño anunciado. Vuelve a publicar.", file.path));
+        throw UploadRefused(
+            409, offsetOf(file), std::format("El archivo «{}» no tiene el tamaño anunciado. Vuelve a publicar.", file.path));
     }
     if (file.status == "ready")
         return std::unique_ptr<Writer>(new Writer(*this, file, nullptr, piece.first));
@@ -223,7 +223,8 @@ bool Uploads::Writer::write(std::span<const std::uint8_t> bytes)
     const std::scoped_lock lock(m_part->mutex);
     if (m_part->turn != m_turn)
         return false;
-    const std::uint64_t held = m_part->size > m_position ? std::min<std::uint64_t>(m_part->size - m_position, bytes.size()) : 0;
+    const std::uint64_t held =
+        m_part->size > m_position ? std::min<std::uint64_t>(m_part->size - m_position, bytes.size()) : 0;
     m_position += bytes.size();
     m_part->append(bytes.subspan(held));
     return true;

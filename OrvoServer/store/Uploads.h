@@ -32,8 +32,8 @@ private:
 /// The bytes of unfinished uploads, each in a file named after the upload.
 ///
 /// The length of the file is the truth: an offset is answered once the bytes before it are flushed, and what lies beyond it
-/// after a power cut is covered by the digest of the whole. One writer at a time: a newer one, and a question for the offset,
-/// end the older one. Calls block; any thread.
+/// after a power cut is covered by the digest of the whole. One writer at a time: a newer one, and a question for the
+/// offset, end the older one. Calls block; any thread.
 class Uploads {
 public:
     /// Creates the folder. Throws file system errors.
@@ -48,8 +48,8 @@ public:
 
         /// Returns false when a newer connection has taken over. Throws file system errors.
         bool write(std::span<const std::uint8_t> bytes);
-        /// Flushes, checks the whole when it is there, and returns the offset. Throws `UploadRefused` when a newer connection
-        /// has taken over and when the whole is not what was announced, file system errors and `DatabaseError`.
+        /// Flushes, checks the whole when it is there, and returns the offset. Throws `UploadRefused` when a newer
+        /// connection has taken over and when the whole is not what was announced, file system errors and `DatabaseError`.
         std::uint64_t finish();
 
     private:
@@ -73,12 +73,12 @@ public:
     /// Bytes held durably. Ends a writer.
     std::uint64_t offsetOf(const FileRecord& file);
 
-    /// Begins to take a piece. Bytes that are held already are skipped. Throws `UploadRefused` for a piece that does not follow
-    /// what is held, and file system errors.
+    /// Begins to take a piece. Bytes that are held already are skipped. Throws `UploadRefused` for a piece that does not
+    /// follow what is held, and file system errors.
     std::unique_ptr<Writer> begin(const FileRecord& file, const Piece& piece);
 
-    /// Reads the whole and compares it with what was announced; a wrong one is dropped. Returns whether it is right. Throws file
-    /// system errors and `Cancelled`.
+    /// Reads the whole and compares it with what was announced; a wrong one is dropped. Returns whether it is right. Throws
+    /// file system errors and `Cancelled`.
     bool verify(const FileRecord& file, const std::stop_token& stop);
 
     std::filesystem::path pathOf(const std::string& upload) const { return m_folder / upload; }

@@ -87,7 +87,8 @@ std::optional<Parsed> parse(std::string_view text)
     if (const auto colon = text.find(':'); colon != std::string_view::npos) {
         const std::string_view digits = text.substr(colon + 1);
         const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), parsed.origin.port);
-        if (error != std::errc() || end != digits.data() + digits.size() || parsed.origin.port == 0 || parsed.origin.port > 65535)
+        if (error != std::errc() || end != digits.data() + digits.size() || parsed.origin.port == 0
+            || parsed.origin.port > 65535)
             return std::nullopt;
         parsed.hasPort = true;
         text = text.substr(0, colon);
@@ -136,8 +137,9 @@ void AuthorisedDomains::add(std::string_view typed)
 {
     const auto parsed = parse(trimmed(typed));
     if (!parsed) {
-        throw captureError(std::format(
-            "«{}» no es un dominio que se pueda autorizar. Escribe un dominio completo, como www.ejemplo.es.", typed.substr(0, 300)));
+        throw captureError(
+            std::format("«{}» no es un dominio que se pueda autorizar. Escribe un dominio completo, como www.ejemplo.es.",
+                typed.substr(0, 300)));
     }
     const auto append = [&](Origin origin) {
         AuthorisedDomain domain{.origin = std::move(origin), .isWildcard = parsed->isWildcard};

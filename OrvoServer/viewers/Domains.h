@@ -39,9 +39,9 @@ class AuthorisedDomains {
 public:
     AuthorisedDomains() = default;
 
-    /// Reads what an author typed: a host or an origin, with scheme and port where they matter. Without a scheme it is https,
-    /// and on this machine ("localhost", "127.0.0.1") http as well. A path is ignored, and so is a repetition. Throws `Error`
-    /// that names the first entry that cannot be used.
+    /// Reads what an author typed: a host or an origin, with scheme and port where they matter. Without a scheme it is
+    /// https, and on this machine ("localhost", "127.0.0.1") http as well. A path is ignored, and so is a repetition. Throws
+    /// `Error` that names the first entry that cannot be used.
     explicit AuthorisedDomains(const std::vector<std::string>& typed);
 
     /// What of the list can be used, for texts that were checked before.

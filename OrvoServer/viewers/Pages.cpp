@@ -9,12 +9,12 @@ namespace orvo::server {
 namespace {
 
 // Enough to see that the server works where the program was built without its pages.
-constexpr std::string_view plainPlayer
-    = "<!doctype html><html lang=\"{{lang}}\"><head><meta charset=\"utf-8\"><title>{{title}}</title></head>"
-      "<body data-config=\"{{config}}\"><h1>{{title}}</h1></body></html>\n";
-constexpr std::string_view plainUnavailable
-    = "<!doctype html><html lang=\"{{lang}}\"><head><meta charset=\"utf-8\"><title>Orvo Video</title></head>"
-      "<body><p>Este vídeo no está disponible.</p></body></html>\n";
+constexpr std::string_view plainPlayer =
+    "<!doctype html><html lang=\"{{lang}}\"><head><meta charset=\"utf-8\"><title>{{title}}</title></head>"
+    "<body data-config=\"{{config}}\"><h1>{{title}}</h1></body></html>\n";
+constexpr std::string_view plainUnavailable =
+    "<!doctype html><html lang=\"{{lang}}\"><head><meta charset=\"utf-8\"><title>Orvo Video</title></head>"
+    "<body><p>Este vídeo no está disponible.</p></body></html>\n";
 
 std::string_view plainTemplate(std::string_view name)
 {

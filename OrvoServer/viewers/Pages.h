@@ -31,7 +31,8 @@ public:
         std::string frameAncestors; ///< The whole directive.
     };
 
-    /// A page from its template "player.html", "unavailable.html" or "admin.html". Never cached; no script but the server's own.
+    /// A page from its template "player.html", "unavailable.html" or "admin.html". Never cached; no script but the server's
+    /// own.
     Response page(unsigned status, std::string_view name, const Variables& variables) const;
 
     /// A file under its hash, kept by browsers for ever; 404 for any other.

@@ -16,7 +16,8 @@ constexpr std::size_t maxMessage = 4096;
 std::string lowerText(const Uuid& id)
 {
     std::string text = id.text();
-    std::ranges::transform(text, text.begin(), [](char c) { return c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c; });
+    std::ranges::transform(
+        text, text.begin(), [](char c) { return c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c; });
     return text;
 }
 
@@ -83,24 +84,28 @@ std::optional<Plan> ViewerRoutes::plan(const Request& request, const Target& tar
     if (request.method != Method::post)
         return std::nullopt;
     if (first == "renew") {
-        return Plan{.what = Plan::Answer{.bodyLimit = maxMessage, .answer = [this](const Request& whole) { return renew(whole); }},
+        return Plan{
+            .what = Plan::Answer{.bodyLimit = maxMessage, .answer = [this](const Request& whole) { return renew(whole); }},
             .isLogged = false};
     }
-    return Plan{.what = Plan::Answer{.bodyLimit = maxMessage, .answer = [this](const Request& whole) { return beat(whole); }},
+    return Plan{
+        .what = Plan::Answer{.bodyLimit = maxMessage, .answer = [this](const Request& whole) { return beat(whole); }},
         .isLogged = false};
 }
 
 Plan ViewerRoutes::pagePlan(const Request& request, const std::string& video, Permission::Through through) const
 {
-    const auto answer = [this, through](const Request& whole, const LiveVideo& live) { return playerPage(whole, live, through); };
+    const auto answer = [this, through](
+                            const Request& whole, const LiveVideo& live) { return playerPage(whole, live, through); };
     const auto id = Uuid::parse(video);
     if (!id)
         return Plan{.what = unavailable(request, {}), .route = "page"};
     const std::string name = lowerText(*id);
     if (const auto live = m_parts.videos.fresh(name))
         return Plan{.what = answer(request, *live), .isLogged = false};
-    return Plan{.what = Plan::Answer{.answer = [this, name, answer](
-                                         const Request& whole) { return answer(whole, *m_parts.videos.load(name)); }},
+    return Plan{
+        .what = Plan::Answer{.answer = [this, name, answer](
+                                           const Request& whole) { return answer(whole, *m_parts.videos.load(name)); }},
         .isLogged = false};
 }
 
@@ -117,13 +122,15 @@ Response ViewerRoutes::playerPage(const Request& request, const LiveVideo& video
         return unavailable(request, video);
     // Browsers say what a request is for, except over plain http to another machine.
     const std::string_view purpose = request.headers["Sec-Fetch-Dest"];
-    const bool isFramed = purpose == "iframe" || purpose == "frame" || (purpose.empty() && through == Permission::Through::embedding);
+    const bool isFramed =
+        purpose == "iframe" || purpose == "frame" || (purpose.empty() && through == Permission::Through::embedding);
     const bool isOpened = purpose == "document" || (purpose.empty() && through == Permission::Through::link);
     if ((!isFramed && !isOpened) || (isOpened && !video.record.access.publicLink))
         return unavailable(request, video);
     if (isFramed) {
         // The browser is what refuses a foreign page. Where it came from is only counted.
-        if (const auto page = originOf(request.headers["Referer"]); page && !video.domains.allows(*page) && page->text() != m_settings.address)
+        if (const auto page = originOf(request.headers["Referer"]);
+            page && !video.domains.allows(*page) && page->text() != m_settings.address)
             m_parts.statistics.refused(video.record.id, page->text());
     }
     const auto id = Uuid::parse(video.record.id);
@@ -239,8 +246,7 @@ Response ViewerRoutes::media(const MediaRequest& media, const std::shared_ptr<co
 Response ViewerRoutes::renew(const Request& request) const
 {
     const JsonDocument document(request.body);
-    const auto permission
-        = m_parts.tickets.read(Tickets::Kind::grant, document.root()["grant"].text().value_or(""));
+    const auto permission = m_parts.tickets.read(Tickets::Kind::grant, document.root()["grant"].text().value_or(""));
     if (!permission) {
         ++m_parts.metrics.refusedTickets;
         return refused();
@@ -264,8 +270,7 @@ Response ViewerRoutes::renew(const Request& request) const
 Response ViewerRoutes::beat(const Request& request) const
 {
     const JsonDocument document(request.body);
-    const auto permission
-        = m_parts.tickets.read(Tickets::Kind::grant, document.root()["grant"].text().value_or(""));
+    const auto permission = m_parts.tickets.read(Tickets::Kind::grant, document.root()["grant"].text().value_or(""));
     const auto view = document.root()["view"].text();
     if (!permission || !view || view->empty() || view->size() > 64)
         return refused();

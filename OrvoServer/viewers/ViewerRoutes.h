@@ -14,8 +14,8 @@ namespace orvo::server {
 
 /// What viewers ask for: the player's page, its media, and its signs of life.
 ///
-/// A page of the player is a capability: whoever may see it gets a grant and a ticket with it. The ticket stands in the path of
-/// the media, so that the relative addresses of the playlists carry it; the player gets the next one for its grant.
+/// A page of the player is a capability: whoever may see it gets a grant and a ticket with it. The ticket stands in the path
+/// of the media, so that the relative addresses of the playlists carry it; the player gets the next one for its grant.
 class ViewerRoutes {
 public:
     struct Settings {

@@ -17,7 +17,8 @@ std::vector<std::string> authorisedDomains(std::string_view text);
 /// without slashes behind it.
 std::string serverAddress(std::string_view typed);
 
-/// Throws `captureError` with a text for the user when an address holds a user name or password: it would be stored and shown.
+/// Throws `captureError` with a text for the user when an address holds a user name or password: it would be stored and
+/// shown.
 void refuseUser(std::string_view address);
 
 /// The address at which Google returns from the authorisation of Drive to the server.

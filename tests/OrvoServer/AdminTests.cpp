@@ -32,7 +32,8 @@ TEST_F(Admin, SignsInWithTheCredentialAndOutForGood)
     EXPECT_EQ(signIn("wrong").status, 401U);
     const auto reply = signIn(credential);
     EXPECT_EQ(reply.status, 204U);
-    EXPECT_THAT(reply.header("Set-Cookie"), AllOf(HasSubstr("HttpOnly"), HasSubstr("Secure"), HasSubstr("SameSite=Strict"), HasSubstr("Path=/admin;")));
+    EXPECT_THAT(reply.header("Set-Cookie"),
+        AllOf(HasSubstr("HttpOnly"), HasSubstr("Secure"), HasSubstr("SameSite=Strict"), HasSubstr("Path=/admin;")));
     const std::string session = cookie();
     const auto status = [&](std::string_view value) {
         return ask(port(), "GET", "/admin/data/videos", {{"Cookie", std::string(value)}}).status;
@@ -60,8 +61,12 @@ TEST_F(Admin, ShowsVideosAndHowTheyAreWatched)
         page("embed", {{"Sec-Fetch-Dest", "iframe"}, {"Referer", "https://ladron.es/pagina?secreto"}});
     page("embed", {{"Sec-Fetch-Dest", "iframe"}, {"Referer", "https://www.ejemplo.es/"}});
     const std::string grant = JsonDocument(playerConfig(page("watch"))).root()["grant"].text().value_or("");
-    for (const auto& [view, tenths] : std::vector<std::pair<std::string, std::string>>{{"a", "[0,1,1,2]"}, {"a", "[2,3]"}, {"b", "[0]"}, {"c", "[]"}, {"d", "[10,-1,\"x\"]"}}) {
-        EXPECT_EQ(ask(port(), "POST", "/beat", {}, std::format(R"({{"grant":"{}","view":"{}","tenths":{}}})", grant, view, tenths)).status, 204U);
+    for (const auto& [view, tenths] : std::vector<std::pair<std::string, std::string>>{
+             {"a", "[0,1,1,2]"}, {"a", "[2,3]"}, {"b", "[0]"}, {"c", "[]"}, {"d", "[10,-1,\"x\"]"}}) {
+        EXPECT_EQ(
+            ask(port(), "POST", "/beat", {}, std::format(R"({{"grant":"{}","view":"{}","tenths":{}}})", grant, view, tenths))
+                .status,
+            204U);
     }
     EXPECT_EQ(ask(port(), "POST", "/beat", {}, R"({"grant":"x","view":"a","tenths":[0]})").status, 403U);
 
@@ -76,15 +81,22 @@ TEST_F(Admin, ShowsVideosAndHowTheyAreWatched)
         EXPECT_EQ(row["plays"].number(), 2U);
         EXPECT_EQ(row["watch"].text(), std::format("https://videos.ejemplo.es/watch/{}", video));
     });
-    EXPECT_THAT(list.body, AllOf(HasSubstr("\"duration\":7.5"), HasSubstr(R"({"origin":"https://ladron.es","times":2,)"), Not(HasSubstr("secreto"))));
-    for (const auto& [search, total] : std::map<std::string, std::uint64_t>{{"drop%20table", 1}, {"%25_", 1}, {"5%25", 0}, {"_", 1}, {"x", 0}})
-        EXPECT_EQ(JsonDocument(ask(port(), "GET", "/admin/data/videos?q=" + search, signedIn).body).root()["total"].number(), total) << search;
+    EXPECT_THAT(list.body,
+        AllOf(HasSubstr("\"duration\":7.5"), HasSubstr(R"({"origin":"https://ladron.es","times":2,)"),
+            Not(HasSubstr("secreto"))));
+    for (const auto& [search, total] :
+        std::map<std::string, std::uint64_t>{{"drop%20table", 1}, {"%25_", 1}, {"5%25", 0}, {"_", 1}, {"x", 0}})
+        EXPECT_EQ(JsonDocument(ask(port(), "GET", "/admin/data/videos?q=" + search, signedIn).body).root()["total"].number(),
+            total)
+            << search;
     const auto plays = ask(port(), "GET", std::format("/admin/data/videos/{}/plays", video), signedIn);
     EXPECT_THAT(plays.body, AllOf(HasSubstr("\"tenths\":[2,1,1,1,0,0,0,0,0,0]"), HasSubstr("\"plays\":2")));
     EXPECT_EQ(ask(port(), "GET", std::format("/admin/poster/{}", video), signedIn).body, "a poster");
 
-    for (const auto& [pageAddress, allowed] : std::map<std::string, bool>{{"https://www.ejemplo.es/curso", true}, {"http://www.ejemplo.es", false}, {"https://otro.es", false}, {"www.ejemplo.es", false}}) {
-        const auto reply = ask(port(), "POST", "/admin/data/check", signedIn, std::format(R"({{"id":"{}","page":"{}"}})", video, pageAddress));
+    for (const auto& [pageAddress, allowed] : std::map<std::string, bool>{{"https://www.ejemplo.es/curso", true},
+             {"http://www.ejemplo.es", false}, {"https://otro.es", false}, {"www.ejemplo.es", false}}) {
+        const auto reply = ask(
+            port(), "POST", "/admin/data/check", signedIn, std::format(R"({{"id":"{}","page":"{}"}})", video, pageAddress));
         EXPECT_EQ(JsonDocument(reply.body).root()["allowed"].boolean(), allowed) << reply.body;
     }
     EXPECT_THAT(ask(port(), "GET", "/admin/data/health", signedIn).body, HasSubstr(R"("storage":"local")"));
@@ -116,7 +128,9 @@ TEST_F(Admin, ServesBelowAPathAndLogsNoSecret)
     stop();
     ::close(descriptor);
     const std::string text = readFile(std::filesystem::path(logFile));
-    EXPECT_THAT(text, AllOf(HasSubstr("\"route\":\"api/videos\""), Not(HasSubstr(credential)), Not(HasSubstr("127.0.0.1")), Not(HasSubstr(std::string(video)))));
+    EXPECT_THAT(text,
+        AllOf(HasSubstr("\"route\":\"api/videos\""), Not(HasSubstr(credential)), Not(HasSubstr("127.0.0.1")),
+            Not(HasSubstr(std::string(video)))));
 }
 
 } // namespace

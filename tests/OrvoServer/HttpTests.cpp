@@ -11,8 +11,8 @@ using namespace server;
 
 TEST(Targets, RefuseWhatCouldLeaveAFolder)
 {
-    for (const auto* bad : {"", "api", "http://x/y", "*", "/a/../b", "/a/%2e%2e/b", "/a/./b", "/a%2fb", "/a\\b", "/a%5cb", "/%",
-             "/%4", "/%zz", "/a%00b", "/a%0ab", "/a%7f"})
+    for (const auto* bad : {"", "api", "http://x/y", "*", "/a/../b", "/a/%2e%2e/b", "/a/./b", "/a%2fb", "/a\\b", "/a%5cb",
+             "/%", "/%4", "/%zz", "/a%00b", "/a%0ab", "/a%7f"})
         EXPECT_FALSE(parseTarget(bad)) << bad;
     const auto target = parseTarget("//watch//a%20b/?code=1%202&state=x+y&broken=%");
     ASSERT_TRUE(target);
@@ -26,9 +26,9 @@ TEST(Targets, RefuseWhatCouldLeaveAFolder)
 TEST(Ranges, TakeOnlyWhatIsExact)
 {
     EXPECT_EQ(parseContentRange("bytes 0-9/10"), (ContentRange{.bytes = {.first = 0, .last = 9}, .size = 10}));
-    for (const auto* bad : {"", "bytes", "bytes 0-9", "bytes 0-9/*", "bytes */10", "bytes 9-0/10", "bytes 0-10/10", "bytes -1-9/10",
-             "bytes 0-9/10 ", "bytes  0-9/10", "items 0-9/10", "bytes 0-9/99999999999999999999", "bytes 0x0-9/10", "bytes +0-9/10",
-             "bytes 0-18446744073709551615/18446744073709551616"})
+    for (const auto* bad : {"", "bytes", "bytes 0-9", "bytes 0-9/*", "bytes */10", "bytes 9-0/10", "bytes 0-10/10",
+             "bytes -1-9/10", "bytes 0-9/10 ", "bytes  0-9/10", "items 0-9/10", "bytes 0-9/99999999999999999999",
+             "bytes 0x0-9/10", "bytes +0-9/10", "bytes 0-18446744073709551615/18446744073709551616"})
         EXPECT_FALSE(parseContentRange(bad)) << bad;
     using Answer = std::variant<NoRange, ByteRange>;
     const std::map<std::string, Answer> cases{{"bytes=0-4", ByteRange{.first = 0, .last = 4}},
@@ -91,7 +91,8 @@ TEST_F(Http, AnswersPipelinedRequestsInTheirOrder)
 TEST_F(Http, AnswersALongBodyThatItDoesNotWant)
 {
     start();
-    const auto reply = ask(port(), "PUT", "/api/uploads/x", {{"Content-Range", "bytes 0-8388607/8388608"}}, std::string(8388608, 'x'));
+    const auto reply =
+        ask(port(), "PUT", "/api/uploads/x", {{"Content-Range", "bytes 0-8388607/8388608"}}, std::string(8388608, 'x'));
     EXPECT_EQ(reply.status, 401U);
     EXPECT_EQ(reply.header("Connection"), "close");
     const auto tooLong = ask(port(), "POST", "/api/videos", authorised(), std::string(2000000, ' '));
@@ -103,9 +104,8 @@ class Echo final : public RequestHandler {
 public:
     Plan plan(const Request&) override
     {
-        return Plan{.what = Plan::Answer{.bodyLimit = 1 << 20, .answer = [](const Request& request) {
-            return Response{.body = request.body};
-        }}};
+        return Plan{.what = Plan::Answer{.bodyLimit = 1 << 20,
+                        .answer = [](const Request& request) { return Response{.body = request.body}; }}};
     }
     Response failure(const std::exception&) noexcept override { return Response{.status = 500}; }
 };

@@ -77,7 +77,8 @@ TEST_F(ServerProgram, KeepsWhatItAcknowledgedWhenItIsKilled)
         byte = static_cast<char>(random());
     const std::string master = "#EXTM3U\n";
     const auto entry = [](std::string_view path, std::string_view content) {
-        return std::format(R"({{"path":"{}","role":"stream","size":{},"sha256":"{}"}})", path, content.size(), hexText(sha256(content)));
+        return std::format(
+            R"({{"path":"{}","role":"stream","size":{},"sha256":"{}"}})", path, content.size(), hexText(sha256(content)));
     };
     start();
     std::string revision;
@@ -96,14 +97,18 @@ TEST_F(ServerProgram, KeepsWhatItAcknowledgedWhenItIsKilled)
         }
         for (bool isAlive = true; isAlive && !(isPublished && !killer);) {
             if (revision.empty()) {
-                isAlive = api("POST", "videos", std::format(R"({{"id":"{}","title":"T","domains":[],"publicLink":true}})", video)).status == 200;
+                isAlive =
+                    api("POST", "videos", std::format(R"({{"id":"{}","title":"T","domains":[],"publicLink":true}})", video))
+                        .status
+                    == 200;
                 const auto reply = api("POST", std::format("videos/{}/revisions", video),
                     std::format(R"({{"files":[{},{}]}})", entry("hls/master.m3u8", master), entry("hls/480/00000.ts", big)));
                 isAlive = isAlive && reply.status == 201;
                 if (isAlive) {
                     const JsonDocument document(reply.body);
                     revision = document.root()["id"].text().value_or("");
-                    document.root()["uploads"].forEach([&](JsonValue upload) { uploads[*upload["path"].text()] = *upload["id"].text(); });
+                    document.root()["uploads"].forEach(
+                        [&](JsonValue upload) { uploads[*upload["path"].text()] = *upload["id"].text(); });
                 }
                 continue;
             }
@@ -122,7 +127,8 @@ TEST_F(ServerProgram, KeepsWhatItAcknowledgedWhenItIsKilled)
                     acknowledged = JsonDocument(reply.body).root()["offset"].number().value_or(0);
                 continue;
             }
-            api("PUT", "uploads/" + uploads.at("hls/master.m3u8"), master, {{"Content-Range", std::format("bytes 0-{0}/{1}", master.size() - 1, master.size())}});
+            api("PUT", "uploads/" + uploads.at("hls/master.m3u8"), master,
+                {{"Content-Range", std::format("bytes 0-{0}/{1}", master.size() - 1, master.size())}});
             api("POST", std::format("revisions/{}/retry", revision));
             const auto published = api("POST", std::format("revisions/{}/publish", revision));
             isAlive = published.status != 0;

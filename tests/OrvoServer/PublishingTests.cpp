@@ -33,7 +33,8 @@ TEST_F(Publishing, PublishesReplacesAndWithdraws)
 
     // A replacement changes nothing until it is published, and what is held already is not asked for.
     EXPECT_EQ(api("POST", "videos", announcement("Otro título", R"(["otro.es"])", true)).status, 200U);
-    EXPECT_THAT(page("embed", {{"Sec-Fetch-Dest", "iframe"}}).header("Content-Security-Policy"), HasSubstr("https://www.ejemplo.es"));
+    EXPECT_THAT(page("embed", {{"Sec-Fetch-Dest", "iframe"}}).header("Content-Security-Policy"),
+        HasSubstr("https://www.ejemplo.es"));
     const auto files = lesson("2");
     const auto second = registered(files);
     EXPECT_EQ(offset(second.uploads.at("media/screen.mov")), files.at("media/screen.mov").size());
@@ -94,7 +95,8 @@ TEST_F(Publishing, TakesUploadsFromWhereTheyAre)
         {"too far", "bytes 16-17/300000", 2, 409, 15},
     };
     for (const auto& [name, range, length, status, held] : cases) {
-        const auto reply = ask(port(), "PUT", "/api/uploads/" + id, authorised({{"Content-Range", range}}), content.substr(0, length));
+        const auto reply =
+            ask(port(), "PUT", "/api/uploads/" + id, authorised({{"Content-Range", range}}), content.substr(0, length));
         EXPECT_EQ(reply.status, status) << name;
         EXPECT_EQ(JsonDocument(reply.body).root()["offset"].number(), held) << name;
         EXPECT_EQ(offset(id), held) << name;
@@ -142,9 +144,10 @@ TEST_F(Publishing, RefusesWhatItCannotKeep)
     const std::string entry = R"({"path":"hls/a","role":"stream","size":1,"sha256":")" + digest("a") + R"("})";
     EXPECT_EQ(api("POST", std::format("videos/{}/revisions", video), R"({"files":[]})").status, 404U);
     EXPECT_EQ(api("POST", "videos", announcement("T", "[]", false)).status, 200U);
-    const std::vector<std::pair<std::string, std::string>> changes{{"hls/a", "/etc/passwd"}, {"hls/a", "hls/../x"}, {"hls/a", "hls//a"},
-        {"hls/a", "hls/."}, {"hls/a", R"(hls\\a)"}, {"hls/a", R"(hls/\u0000)"}, {"hls/a", ""}, {"\"stream\"", "\"source\""},
-        {"\"size\":1", "\"size\":0"}, {"\"size\":1", "\"size\":-1"}, {"\"size\":1", "\"size\":1.5"}, {digest("a"), "abc"}};
+    const std::vector<std::pair<std::string, std::string>> changes{{"hls/a", "/etc/passwd"}, {"hls/a", "hls/../x"},
+        {"hls/a", "hls//a"}, {"hls/a", "hls/."}, {"hls/a", R"(hls\\a)"}, {"hls/a", R"(hls/\u0000)"}, {"hls/a", ""},
+        {"\"stream\"", "\"source\""}, {"\"size\":1", "\"size\":0"}, {"\"size\":1", "\"size\":-1"},
+        {"\"size\":1", "\"size\":1.5"}, {digest("a"), "abc"}};
     for (const auto& [from, to] : changes) {
         std::string changed = entry;
         changed.replace(changed.find(from), from.size(), to);
@@ -152,7 +155,8 @@ TEST_F(Publishing, RefusesWhatItCannotKeep)
         EXPECT_EQ(reply.status, 422U) << changed;
         EXPECT_TRUE(JsonDocument(reply.body).root()["error"].text()) << reply.body;
     }
-    EXPECT_EQ(api("POST", std::format("videos/{}/revisions", video), R"({"files":[)" + entry + "," + entry + "]}").status, 422U);
+    EXPECT_EQ(
+        api("POST", std::format("videos/{}/revisions", video), R"({"files":[)" + entry + "," + entry + "]}").status, 422U);
     for (const auto* body : {"", "[]", "{", R"({"files":1})", R"({"files":[1]})"})
         EXPECT_EQ(api("POST", std::format("videos/{}/revisions", video), body).status, 422U) << body;
     const auto domain = api("POST", "videos", announcement("T", R"(["www.ejemplo.es","no vale; *"])", false));
@@ -166,8 +170,8 @@ TEST_F(Publishing, RefusesWhatItCannotKeep)
 
 TEST_F(Publishing, KnowsOnlyItsOwnCredential)
 {
-    for (const std::string& value : std::vector<std::string>{"", "Bearer", "Bearer x" + credential, "Basic " + credential,
-             "Bearer " + credential.substr(1), credential}) {
+    for (const std::string& value : std::vector<std::string>{
+             "", "Bearer", "Bearer x" + credential, "Basic " + credential, "Bearer " + credential.substr(1), credential}) {
         const auto reply = ask(port(), "GET", "/api/status", {{"Authorization", value}});
         EXPECT_EQ(reply.status, 401U) << value;
         EXPECT_EQ(reply.body, R"({"error":"Credencial incorrecta."})");

@@ -89,8 +89,12 @@ protected:
         server::JsonWriter json;
         json.open('{').key("files").open('[');
         for (const auto& [path, content] : files) {
-            json.open('{').member("path", path).member("role",
-                path.starts_with("media/") ? "source" : path.starts_with("hls/") ? "stream" : "project");
+            json.open('{')
+                .member("path", path)
+                .member("role",
+                    path.starts_with("media/")     ? "source"
+                        : path.starts_with("hls/") ? "stream"
+                                                   : "project");
             json.member("size", std::uint64_t{content.size()}).member("sha256", digest(content)).close('}');
         }
         return json.close(']').close('}').take();
@@ -102,9 +106,8 @@ protected:
         EXPECT_EQ(reply.status, 201U) << reply.body;
         const server::JsonDocument document(reply.body);
         Revision revision{.id = document.root()["id"].text().value_or("")};
-        document.root()["uploads"].forEach([&](server::JsonValue upload) {
-            revision.uploads[*upload["path"].text()] = *upload["id"].text();
-        });
+        document.root()["uploads"].forEach(
+            [&](server::JsonValue upload) { revision.uploads[*upload["path"].text()] = *upload["id"].text(); });
         return revision;
     }
 
@@ -150,7 +153,8 @@ protected:
     }
 
     /// The whole of a publication; returns the revision.
-    Revision publish(const Files& files, std::string_view domains, bool publicLink, std::string_view title = "Una lección") const
+    Revision publish(
+        const Files& files, std::string_view domains, bool publicLink, std::string_view title = "Una lección") const
     {
         EXPECT_EQ(api("POST", "videos", announcement(title, domains, publicLink)).status, 200U);
         const auto revision = registered(files);
@@ -167,8 +171,10 @@ protected:
         const auto begin = page.body.find(mark);
         if (begin == std::string::npos)
             return {};
-        std::string text = page.body.substr(begin + mark.size(), page.body.find('"', begin + mark.size()) - begin - mark.size());
-        const std::map<std::string, std::string> entities{{"&quot;", "\""}, {"&lt;", "<"}, {"&gt;", ">"}, {"&#39;", "'"}, {"&amp;", "&"}};
+        std::string text =
+            page.body.substr(begin + mark.size(), page.body.find('"', begin + mark.size()) - begin - mark.size());
+        const std::map<std::string, std::string> entities{
+            {"&quot;", "\""}, {"&lt;", "<"}, {"&gt;", ">"}, {"&#39;", "'"}, {"&amp;", "&"}};
         for (const auto& [entity, character] : entities) {
             for (auto at = text.find(entity); at != std::string::npos; at = text.find(entity, at + 1))
                 text.replace(at, entity.size(), character);

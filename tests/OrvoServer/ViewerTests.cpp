@@ -31,9 +31,9 @@ TEST(Domains, AreReadAsAuthorsTypeThem)
     };
     for (const auto& [typed, source] : good)
         EXPECT_EQ(AuthorisedDomains({typed}).frameAncestors(), "frame-ancestors " + source) << typed;
-    for (const std::string bad : {"", " ", "*", "*.es", "https://", "ftp://ejemplo.es", "ejemplo.es;", "ejemplo.es, otro.es", "a b.es",
-             "'none'", "usuario@ejemplo.es", "ejemplo..es", "-a.es", "a-.es", "ejemplo.es:0", "ejemplo.es:99999", "ejemplo.es:x",
-             "[::1]", "a.*.es", "data:text/html", "ejemplo_1.es", "null"}) {
+    for (const std::string bad : {"", " ", "*", "*.es", "https://", "ftp://ejemplo.es", "ejemplo.es;", "ejemplo.es, otro.es",
+             "a b.es", "'none'", "usuario@ejemplo.es", "ejemplo..es", "-a.es", "a-.es", "ejemplo.es:0", "ejemplo.es:99999",
+             "ejemplo.es:x", "[::1]", "a.*.es", "data:text/html", "ejemplo_1.es", "null"}) {
         if (bad == "null")
             continue; // A host of one label, as in a house's own network.
         EXPECT_THROW(AuthorisedDomains({"bien.es", bad}), Error) << bad;
@@ -115,7 +115,8 @@ TEST_F(Viewers, GetThePlayerWhereItMayBe)
     };
     const std::vector<Case> cases{{"embed", "iframe", true, true}, {"embed", "frame", true, true}, {"embed", "", true, true},
         {"embed", "document", false, true}, {"embed", "empty", false, false}, {"embed", "object", false, false},
-        {"watch", "document", false, true}, {"watch", "", false, true}, {"watch", "iframe", true, true}, {"watch", "script", false, false}};
+        {"watch", "document", false, true}, {"watch", "", false, true}, {"watch", "iframe", true, true},
+        {"watch", "script", false, false}};
     const auto check = [&](bool hasLink) {
         for (const auto& [kind, destination, isPlayer, isPlayerWithLink] : cases) {
             const auto reply = page(kind, destination.empty() ? HeaderList{} : HeaderList{{"Sec-Fetch-Dest", destination}});
@@ -128,7 +129,8 @@ TEST_F(Viewers, GetThePlayerWhereItMayBe)
         }
     };
     check(false);
-    EXPECT_EQ(api("PATCH", std::format("videos/{}", video), R"({"domains":["www.ejemplo.es"],"publicLink":true})").status, 204U);
+    EXPECT_EQ(
+        api("PATCH", std::format("videos/{}", video), R"({"domains":["www.ejemplo.es"],"publicLink":true})").status, 204U);
     check(true);
     EXPECT_EQ(JsonDocument(playerConfig(page("watch"))).root()["title"].text(), R"(<script>alert("1")</script> & '})");
     // With slashes too many, as an address that ends in one gives; and nothing at an unknown or wrong identifier.
@@ -148,8 +150,8 @@ TEST_F(Viewers, GetMediaOnlyWithATicket)
         std::string caching;
     };
     for (const auto& [path, type, caching] : std::vector<Case>{{"master.m3u8", "application/vnd.apple.mpegurl", "no-store"},
-             {"480/index.m3u8", "application/vnd.apple.mpegurl", "no-store"}, {"key.bin", "application/octet-stream", "no-store"},
-             {"captions.vtt", "text/vtt; charset=utf-8", "no-store"},
+             {"480/index.m3u8", "application/vnd.apple.mpegurl", "no-store"},
+             {"key.bin", "application/octet-stream", "no-store"}, {"captions.vtt", "text/vtt; charset=utf-8", "no-store"},
              {"480/00001.ts", "video/mp2t", "public, max-age=31536000, immutable"},
              {"poster.jpg", "image/jpeg", "public, max-age=31536000, immutable"}}) {
         const auto reply = ask(port(), "GET", base + path);
@@ -167,10 +169,10 @@ TEST_F(Viewers, GetMediaOnlyWithATicket)
     EXPECT_EQ(ask(port(), "GET", base + "480/00000.ts", {{"Range", "bytes=13-"}}).status, 416U);
 
     const std::string ticket = base.substr(3, base.size() - 4);
-    for (const std::string& target : std::vector<std::string>{
-             base + "../../media/screen.mov", base + "project.json", base + "screen.mov", base + "480/99999.ts", base + "key.bin/x",
-            base + "hls/key.bin", "/m/" + ticket.substr(1) + "/key.bin", "/m/x/key.bin", "/m/" + grant() + "/key.bin",
-            "/m/" + revision.id + "/key.bin", std::string("/m//key.bin"), std::string("/key.bin")}) {
+    for (const std::string& target : std::vector<std::string>{base + "../../media/screen.mov", base + "project.json",
+             base + "screen.mov", base + "480/99999.ts", base + "key.bin/x", base + "hls/key.bin",
+             "/m/" + ticket.substr(1) + "/key.bin", "/m/x/key.bin", "/m/" + grant() + "/key.bin",
+             "/m/" + revision.id + "/key.bin", std::string("/m//key.bin"), std::string("/key.bin")}) {
         const auto reply = ask(port(), "GET", target);
         EXPECT_GE(reply.status, 400U) << target;
         EXPECT_THAT(reply.body, Not(HasSubstr("0123456789abcdef"))) << target;
@@ -186,8 +188,10 @@ TEST_F(Viewers, LoseWhatIsTakenAwayAtOnce)
     const std::string linkedGrant = grant("watch", "document");
     const auto works = [&](const std::string& base) { return ask(port(), "GET", base + "key.bin").status == 200; };
     const auto access = [&](std::string_view domains, bool link) {
-        EXPECT_EQ(api("PATCH", std::format("videos/{}", video),
-                      std::format(R"({{"domains":{},"publicLink":{}}})", domains, link)).status, 204U);
+        EXPECT_EQ(
+            api("PATCH", std::format("videos/{}", video), std::format(R"({{"domains":{},"publicLink":{}}})", domains, link))
+                .status,
+            204U);
     };
     access(R"(["tres.es","dos.es","uno.es"])", true); // One more.
     EXPECT_TRUE(works(embedded));
@@ -220,7 +224,8 @@ TEST_F(Viewers, RenewTheirTickets)
     while (ask(port(), "GET", base + "480/00000.ts").status == 200)
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     const auto again = renew(answer.root()["grant"].text().value_or(""));
-    EXPECT_EQ(ask(port(), "GET", JsonDocument(again.body).root()["media"].text().value_or("") + "480/00000.ts").status, 200U);
+    EXPECT_EQ(
+        ask(port(), "GET", JsonDocument(again.body).root()["media"].text().value_or("") + "480/00000.ts").status, 200U);
     EXPECT_EQ(again.header("Access-Control-Allow-Origin"), "*");
     const auto preflight = ask(port(), "OPTIONS", "/renew", {{"Origin", "null"}, {"Access-Control-Request-Method", "POST"}});
     EXPECT_EQ(preflight.status, 204U);
@@ -237,8 +242,10 @@ TEST(Pages, FillTheirTemplates)
                            .hash = "h1"},
                           {.name = "a.js", .type = "text/javascript", .bytes = "plain", .gzip = "packed", .hash = "h2"}},
         "/base", true);
-    const auto page = pages.page(200, "player.html", {.lang = "en", .title = "<b>\"", .config = "{\"a\":1}", .frameAncestors = "x"});
-    EXPECT_EQ(std::get<std::string>(page.body), "<html lang=\"en\">&lt;b&gt;&quot;|{&quot;a&quot;:1}|/base/assets/h2/a.js|{{");
+    const auto page =
+        pages.page(200, "player.html", {.lang = "en", .title = "<b>\"", .config = "{\"a\":1}", .frameAncestors = "x"});
+    EXPECT_EQ(
+        std::get<std::string>(page.body), "<html lang=\"en\">&lt;b&gt;&quot;|{&quot;a&quot;:1}|/base/assets/h2/a.js|{{");
     Headers gzip;
     gzip.add("Accept-Encoding", "br, gzip;q=0.8");
     EXPECT_EQ(std::get<std::string_view>(pages.asset("h2", "a.js", gzip).body), "packed");

@@ -101,7 +101,8 @@ void Wire::reset()
     m_socket = -1;
 }
 
-Reply ask(std::uint16_t port, std::string_view method, std::string_view target, const HeaderList& headers, std::string_view body)
+Reply ask(
+    std::uint16_t port, std::string_view method, std::string_view target, const HeaderList& headers, std::string_view body)
 {
     std::string text = std::format("{} {} HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n", method, target);
     for (const auto& [name, value] : headers)
