@@ -139,6 +139,18 @@ int token(const Arguments& arguments)
     return 0;
 }
 
+/// The library's help, which is English, with its headings in Spanish.
+std::shared_ptr<CLI::Formatter> spanishHelp()
+{
+    auto help = std::make_shared<CLI::Formatter>();
+    for (const auto& [english, spanish] :
+        {std::pair{"Usage", "Uso"}, {"OPTIONS", "OPCIONES"}, {"Options", "Opciones"}, {"SUBCOMMAND", "ORDEN"},
+            {"SUBCOMMANDS", "ÓRDENES"}, {"Subcommand", "Orden"}, {"Subcommands", "Órdenes"}, {"POSITIONALS", "ARGUMENTOS"},
+            {"Positionals", "Argumentos"}, {"REQUIRED", "obligatorio"}, {"TEXT", "TEXTO"}, {"TEXT:PATH(existing)", "TEXTO"}})
+        help->label(english, spanish);
+    return help;
+}
+
 int transferred(const BackupResult& result)
 {
     print(std::format("Hecho: {} archivos, {:.1f} MB.\n", result.files, static_cast<double>(result.bytes) / 1e6));
@@ -150,11 +162,14 @@ int transferred(const BackupResult& result)
 int main(int argc, char** argv)
 {
     Arguments arguments;
-    CLI::App program("El servidor de publicación de Orvo Video.");
+    CLI::App program("El servidor de publicación de Orvo Video.", "orvo-server");
+    program.formatter(spanishHelp());
     program.require_subcommand(1);
-    program.set_version_flag("--version", ORVO_VERSION);
+    program.set_help_flag("-h,--help", "Muestra esta ayuda");
+    program.set_version_flag("--version", "orvo-server " ORVO_VERSION, "Muestra la versión");
     const auto command = [&](const char* name, const char* description) {
         CLI::App* made = program.add_subcommand(name, description);
+        made->set_help_flag("-h,--help", "Muestra esta ayuda");
         made->add_option("--data", arguments.data, "Carpeta de datos")->capture_default_str();
         return made;
     };
@@ -172,7 +187,15 @@ int main(int argc, char** argv)
     backupCommand->add_option("folder", arguments.folder, "Carpeta nueva")->required();
     CLI::App* restoreCommand = command("restore", "Recupera un servidor de una copia");
     restoreCommand->add_option("folder", arguments.folder, "Carpeta de la copia")->required();
-    CLI11_PARSE(program, argc, argv);
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::Success& answer) {
+        return program.exit(answer);
+    } catch (const CLI::ParseError&) {
+        std::fputs("orvo-server: No se entiende la orden. «orvo-server --help» y «orvo-server ORDEN --help» la explican.\n",
+            stderr);
+        return 2;
+    }
     try {
         if (*initCommand)
             return init(arguments);

@@ -59,8 +59,12 @@ public:
         sqlite3_stmt* statement = prepared(sql);
         // Whatever happens, the statement can be used again and holds no lock.
         const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> reset(statement, &sqlite3_reset);
-        for (std::size_t i = 0; i < parameters.size(); ++i)
-            bind(statement, static_cast<int>(i + 1), parameters[i]);
+        for (std::size_t i = 0; i < parameters.size(); ++i) {
+            // To SQLite "$2" is a name: its index is that of its first appearance in the text.
+            const int index = sqlite3_bind_parameter_index(statement, std::format("${}", i + 1).c_str());
+            if (index > 0)
+                bind(statement, index, parameters[i]);
+        }
         std::vector<Row> rows;
         while (true) {
             const int code = sqlite3_step(statement);

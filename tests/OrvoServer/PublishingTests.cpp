@@ -103,13 +103,17 @@ TEST_F(Publishing, TakesUploadsFromWhereTheyAre)
     }
 
     // A connection that hangs in the middle of its body: the next question ends it and says what is held.
-    Wire hanging(port());
-    hanging.send(std::format("PUT /api/uploads/{} HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer {}\r\nContent-Range: bytes "
-                             "15-299999/300000\r\nContent-Length: 299985\r\n\r\n{}",
-        id, credential, std::string(270000, 'c')));
-    std::uint64_t held = offset(id);
-    while (held == 15) // Until the first step of it has arrived.
+    std::vector<std::unique_ptr<Wire>> connections;
+    std::uint64_t held = 15;
+    while (held == 15) { // Until a question comes behind the first step of one.
+        connections.push_back(std::make_unique<Wire>(port()));
+        connections.back()->send(
+            std::format("PUT /api/uploads/{} HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer {}\r\nContent-Range: bytes "
+                        "15-299999/300000\r\nContent-Length: 299985\r\n\r\n{}",
+                id, credential, std::string(270000, 'c')));
         held = offset(id);
+    }
+    Wire& hanging = *connections.back();
     EXPECT_EQ(put(id, std::string_view(content).substr(held), held, content.size()).status, 200U);
     hanging.send(std::string(29985, 'x'));
     EXPECT_EQ(hanging.read().status, 409U);
