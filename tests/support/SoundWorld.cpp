@@ -103,7 +103,7 @@ void SoundWorld::waitForPipeWire() const
 
 void SoundWorld::waitForServer()
 {
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 1'000; ++i) {
         try {
             if (pactl({"info"}).contains("Server Name"))
                 return;
