@@ -431,7 +431,7 @@ TEST_F(WindowTests, WhatItWasStartedWithIsOpened)
 
 TEST_F(WindowTests, SizeSidebarAndAppearanceAreRemembered)
 {
-    const auto appearance = [&] { return qmlEngine(&view())->singletonInstance<Appearance*>("OrvoVideo", "Appearance"); };
+    const auto appearance = [&] { return qmlEngine(&view())->singletonInstance<Appearance*>("Orvo.Ui", "Appearance"); };
     show();
     view().resize(1234, 777);
     ASSERT_TRUE(waitUntil([&] { return view().width() == 1234; }));
