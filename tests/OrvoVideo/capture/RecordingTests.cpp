@@ -300,8 +300,8 @@ TEST_F(ScreenRecording, BeginsNotWithoutSourceOrDevices)
     auto plan = planOf({.id = "w1", .windowID = 1, .rect = {0, 0, 100, 100}});
     EXPECT_THAT([&] { start(plan); }, testing::ThrowsMessage<Error>("La ventana que se grababa se ha cerrado."));
     plan = planOf(CaptureSources::displays().front());
-    plan.options.microphone = true;
-    EXPECT_THAT([&] { start(plan); }, testing::ThrowsMessage<Error>("No hay un micrófono disponible."));
+    plan.options.camera = true;
+    EXPECT_THAT([&] { start(plan); }, testing::ThrowsMessage<Error>("No hay una cámara disponible."));
     for (const auto& project : store.list()) {
         EXPECT_EQ(project.state, "needs-recovery");
         EXPECT_FALSE(std::filesystem::exists(store.directory(project.id) / CaptureSession::fileName));
@@ -309,7 +309,7 @@ TEST_F(ScreenRecording, BeginsNotWithoutSourceOrDevices)
     EXPECT_EQ(store.list().size(), 2U);
 
     // The same engine records afterwards.
-    plan.options.microphone = false;
+    plan.options.camera = false;
     EXPECT_EQ(record(plan, 0.5).project.state, "ready");
 }
 
