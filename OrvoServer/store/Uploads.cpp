@@ -180,9 +180,17 @@ std::uint64_t Uploads::offsetOf(const FileRecord& file)
     part->refresh();
     part->flush();
     if (file.isReceived && part->size != file.size) {
+        // Stored since the record was read, most likely.
+        if (const auto current = m_catalogue.findUpload(file.upload); current && current->status == "ready") {
+            discard(file.upload);
+            return file.size;
+        }
         m_catalogue.markWrong(file.upload, "Los datos recibidos se han perdido. Vuelve a publicar.");
         part->clear();
     }
+    // A kill between the last bytes and their mark: the client sends nothing more, so the question completes the upload.
+    if (!file.isReceived && part->size == file.size)
+        m_catalogue.markReceived(file.upload, false);
     return std::min(part->size, file.size);
 }
 

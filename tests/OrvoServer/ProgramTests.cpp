@@ -86,11 +86,11 @@ TEST_F(ServerProgram, KeepsWhatItAcknowledgedWhenItIsKilled)
     std::uint64_t acknowledged = 0;
     bool isPublished = false;
     int kills = 0;
-    while (kills < 12 || !isPublished) {
+    while (kills < 40 || !isPublished) {
         // Each round takes one step of the client, while the server is killed at some moment of it.
-        std::optional<std::thread> killer;
-        if (kills < 12) {
-            killer.emplace([this, delay = std::uniform_int_distribution(0, 6000)(random)] {
+        std::optional<std::jthread> killer;
+        if (kills < 40) {
+            killer.emplace([this, delay = std::uniform_int_distribution(0, 20000)(random)] {
                 std::this_thread::sleep_for(std::chrono::microseconds(delay));
                 program->signal(SIGKILL);
             });
