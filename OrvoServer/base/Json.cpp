@@ -23,6 +23,11 @@ JsonValue JsonValue::operator[](std::string_view key) const
     return JsonValue(yyjson_obj_getn(m_value, key.data(), key.size()));
 }
 
+JsonValue JsonValue::at(std::size_t index) const
+{
+    return JsonValue(yyjson_arr_get(m_value, index));
+}
+
 std::optional<std::string> JsonValue::text() const
 {
     if (!yyjson_is_str(m_value))

@@ -27,6 +27,8 @@ public:
     bool isArray() const;
     /// The member of an object.
     JsonValue operator[](std::string_view key) const;
+    /// The element of an array.
+    JsonValue at(std::size_t index) const;
     std::optional<std::string> text() const;
     std::optional<bool> boolean() const;
     /// A whole number from 0 on.

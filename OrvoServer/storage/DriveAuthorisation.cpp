@@ -1,14 +1,10 @@
 #include "OrvoServer/storage/DriveAuthorisation.h"
 
+#include "OrvoServer/base/Crypto.h"
+#include "OrvoServer/base/Json.h"
 #include "OrvoServer/storage/BlobStore.h"
-#include "OrvoServer/storage/Json.h"
 
-#include <array>
 #include <format>
-#include <openssl/crypto.h>
-#include <openssl/evp.h>
-#include <openssl/rand.h>
-#include <span>
 #include <utility>
 
 namespace orvo::server {
@@ -22,38 +18,23 @@ constexpr auto tokenName = "drive-refresh-token";
 constexpr auto startName = "drive-start";
 constexpr std::chrono::seconds renewBefore{60};
 
-/// Base64 for addresses, without padding.
-std::string base64Url(std::span<const unsigned char> bytes)
+constexpr std::size_t secretSize = 32; ///< Bytes.
+
+/// What stands for a secret where others may see it.
+std::string digestOf(std::string_view secret)
 {
-    std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0');
-    const int length =
-        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(), static_cast<int>(bytes.size()));
-    text.resize(static_cast<std::size_t>(length));
-    for (char& c : text)
-        c = c == '+' ? '-' : c == '/' ? '_' : c;
-    while (text.ends_with('='))
-        text.pop_back();
-    return text;
+    return base64Url(sha256(secret));
 }
 
-std::string randomText()
+/// The member `name` of a JSON object; empty when it is not there or no text.
+std::string textOf(std::string_view json, std::string_view name)
 {
-    std::array<unsigned char, 32> bytes{};
-    if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1)
-        throw captureError("El sistema no da números aleatorios.");
-    return base64Url(bytes);
+    return JsonDocument(json).root()[name].text().value_or("");
 }
 
-std::string sha256(std::string_view text)
+std::string clientJson(std::string_view id, std::string_view secret)
 {
-    std::array<unsigned char, 32> sum{};
-    EVP_Digest(text.data(), text.size(), sum.data(), nullptr, EVP_sha256(), nullptr);
-    return base64Url(sum);
-}
-
-bool isSame(std::string_view one, std::string_view other)
-{
-    return one.size() == other.size() && CRYPTO_memcmp(one.data(), other.data(), one.size()) == 0;
+    return JsonWriter().open('{').member("id", id).member("secret", secret).close('}').take();
 }
 
 StoreError noClient()
@@ -71,7 +52,7 @@ StoreError refusal(const TransferResponse& response)
 {
     if (response.status >= 500 || response.status == 429)
         return {Kind::passing, "Google no puede atender ahora la autorización de Drive."};
-    const std::string error = Json(response.body).text("error");
+    const std::string error = textOf(response.body, "error");
     if (error == "invalid_client" || error == "unauthorized_client")
         return {Kind::unauthorised, "Google no reconoce el cliente OAuth. Revisa su ID y su secreto en Ajustes."};
     return {Kind::refused,
@@ -92,12 +73,12 @@ void DriveAuthorisation::configure(const std::string& clientId, const std::strin
 {
     const std::lock_guard lock(m_mutex);
     const auto before = m_secrets.load(clientName);
-    if (before && Json(*before).text("id") != clientId) {
+    if (before && textOf(*before, "id") != clientId) {
         m_secrets.erase(tokenName);
         m_token.clear();
     }
     m_secrets.erase(startName);
-    m_secrets.save(clientName, jsonObject({{"id", clientId}, {"secret", clientSecret}}));
+    m_secrets.save(clientName, clientJson(clientId, clientSecret));
 }
 
 bool DriveAuthorisation::isConfigured() const
@@ -116,15 +97,21 @@ std::string DriveAuthorisation::start()
     const auto client = m_secrets.load(clientName);
     if (!client)
         throw noClient();
-    const std::string state = randomText();
-    const std::string verifier = randomText();
+    const std::string state = randomText(secretSize);
+    const std::string verifier = randomText(secretSize);
     const auto end = std::chrono::duration_cast<std::chrono::seconds>((m_settings.now() + startLife).time_since_epoch());
-    m_secrets.save(
-        startName, jsonObject({{"state", sha256(state)}, {"verifier", verifier}, {"end", std::to_string(end.count())}}));
-    const std::vector<std::pair<std::string, std::string>> query{{"client_id", Json(*client).text("id")},
+    m_secrets.save(startName,
+        JsonWriter()
+            .open('{')
+            .member("state", digestOf(state))
+            .member("verifier", verifier)
+            .member("end", std::to_string(end.count()))
+            .close('}')
+            .take());
+    const std::vector<std::pair<std::string, std::string>> query{{"client_id", textOf(*client, "id")},
         {"redirect_uri", m_settings.redirectUrl}, {"response_type", "code"},
         {"scope", "https://www.googleapis.com/auth/drive.file"}, {"access_type", "offline"}, {"prompt", "consent"},
-        {"state", state}, {"code_challenge", sha256(verifier)}, {"code_challenge_method", "S256"}};
+        {"state", state}, {"code_challenge", digestOf(verifier)}, {"code_challenge_method", "S256"}};
     std::string address = m_settings.authoriseUrl;
     for (const auto& [name, value] : query)
         address += std::format(
@@ -142,19 +129,18 @@ void DriveAuthorisation::finish(const std::string& code, const std::string& stat
     const StoreError late(Kind::refused, "Esta autorización ya no vale. Empieza de nuevo con «Conectar Google Drive».");
     if (!started)
         throw late;
-    const Json start(*started);
-    if (!isSame(start.text("state"), sha256(state)))
+    if (!isSameSecret(textOf(*started, "state"), digestOf(state)))
         throw late;
     m_secrets.erase(startName); // Whatever comes of it.
-    if (m_settings.now() > std::chrono::system_clock::time_point(std::chrono::seconds(std::stoll(start.text("end")))))
+    if (m_settings.now() > std::chrono::system_clock::time_point(std::chrono::seconds(std::stoll(textOf(*started, "end")))))
         throw late;
-    const auto answer = ask({{"grant_type", "authorization_code"}, {"code", code}, {"client_id", Json(*client).text("id")},
-                                {"client_secret", Json(*client).text("secret")}, {"redirect_uri", m_settings.redirectUrl},
-                                {"code_verifier", start.text("verifier")}},
+    const auto answer = ask({{"grant_type", "authorization_code"}, {"code", code}, {"client_id", textOf(*client, "id")},
+                                {"client_secret", textOf(*client, "secret")}, {"redirect_uri", m_settings.redirectUrl},
+                                {"code_verifier", textOf(*started, "verifier")}},
         stop);
     if (!answer.succeeded())
         throw refusal(answer);
-    const std::string refreshToken = Json(answer.body).text("refresh_token");
+    const std::string refreshToken = textOf(answer.body, "refresh_token");
     if (refreshToken.empty())
         throw StoreError(
             Kind::refused, "Google no ha dado un permiso duradero. Empieza de nuevo con «Conectar Google Drive».");
@@ -174,10 +160,10 @@ std::string DriveAuthorisation::accessToken(const std::stop_token& stop, bool re
     if (!refreshToken)
         throw authoriseAgain();
     const auto answer = ask({{"grant_type", "refresh_token"}, {"refresh_token", *refreshToken},
-                                {"client_id", Json(*client).text("id")}, {"client_secret", Json(*client).text("secret")}},
+                                {"client_id", textOf(*client, "id")}, {"client_secret", textOf(*client, "secret")}},
         stop);
     if (!answer.succeeded()) {
-        if (Json(answer.body).text("error") == "invalid_grant") {
+        if (textOf(answer.body, "error") == "invalid_grant") {
             m_secrets.erase(tokenName);
             m_token.clear();
             throw authoriseAgain();
@@ -190,9 +176,9 @@ std::string DriveAuthorisation::accessToken(const std::stop_token& stop, bool re
 
 void DriveAuthorisation::takeToken(const std::string& body)
 {
-    const Json answer(body);
-    m_token = answer.text("access_token");
-    m_tokenEnd = m_settings.now() + std::chrono::seconds(answer.integer("expires_in").value_or(0));
+    const JsonDocument answer(body);
+    m_token = answer.root()["access_token"].text().value_or("");
+    m_tokenEnd = m_settings.now() + std::chrono::seconds(answer.root()["expires_in"].number().value_or(0));
     if (m_token.empty())
         throw StoreError(Kind::passing, "Google Drive ha respondido sin permiso de acceso.");
 }

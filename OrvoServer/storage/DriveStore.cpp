@@ -1,7 +1,7 @@
 #include "OrvoServer/storage/DriveStore.h"
 
+#include "OrvoServer/base/Json.h"
 #include "OrvoServer/storage/FileDigest.h"
-#include "OrvoServer/storage/Json.h"
 
 #include <algorithm>
 #include <charconv>
@@ -33,8 +33,8 @@ std::string searchText(std::string_view text)
 
 StoreError failureOf(const TransferResponse& response)
 {
-    const Json answer(response.body);
-    const std::string reason = answer.text("error.errors.0.reason");
+    const JsonDocument answer(response.body);
+    const std::string reason = answer.root()["error"]["errors"].at(0)["reason"].text().value_or("");
     if (reason == "storageQuotaExceeded" || reason == "teamDriveFileLimitExceeded")
         return {Kind::full, "Google Drive está lleno. Libera espacio y vuelve a publicar."};
     const bool isRate = reason == "rateLimitExceeded" || reason == "userRateLimitExceeded" || reason == "dailyLimitExceeded"
@@ -130,11 +130,12 @@ std::optional<DriveStore::Item> DriveStore::find(const std::string& query, const
     const auto response = call({.url = std::format("{}/files?q={}&spaces=drive&pageSize=1&fields=files({})",
                                     m_settings.apiUrl, percentEncoded(query), fields)},
         stop);
-    const Json answer(response.body);
-    Item item{.id = answer.text("files.0.id"), .sha256 = answer.text("files.0.sha256Checksum")};
+    const JsonDocument answer(response.body);
+    const auto file = answer.root()["files"].at(0);
+    Item item{.id = file["id"].text().value_or(""), .sha256 = file["sha256Checksum"].text().value_or("")};
     if (item.id.empty())
         return std::nullopt;
-    const std::string size = answer.text("files.0.size"); // Drive writes it as a text.
+    const std::string size = file["size"].text().value_or(""); // Drive writes it as a text.
     std::from_chars(size.data(), size.data() + size.size(), item.size);
     return item;
 }
@@ -170,9 +171,14 @@ std::string DriveStore::folderId(const std::stop_token& stop)
         const auto made = call({.method = "POST",
                                    .url = m_settings.apiUrl + "/files?fields=id",
                                    .headers = {"Content-Type: application/json"},
-                                   .body = jsonObject({{"name", m_settings.folder}, {"mimeType", folderType}})},
+                                   .body = JsonWriter()
+                                       .open('{')
+                                       .member("name", m_settings.folder)
+                                       .member("mimeType", std::string_view(folderType))
+                                       .close('}')
+                                       .take()},
             stop);
-        id = Json(made.body).text("id");
+        id = JsonDocument(made.body).root()["id"].text().value_or("");
     }
     const std::lock_guard lock(m_mutex);
     return m_folderId = id;
@@ -197,8 +203,16 @@ void DriveStore::upload(const std::string& key, const fs::path& file, std::uint6
                  .url = std::format("{}/files?uploadType=resumable&fields={}", m_settings.uploadUrl, fields),
                  .headers = {"Content-Type: application/json; charset=UTF-8",
                      "X-Upload-Content-Type: application/octet-stream", std::format("X-Upload-Content-Length: {}", size)},
-                 .body = std::format(R"({{"name":{},"parents":[{}],"appProperties":{}}})", jsonString(key),
-                     jsonString(folderId(stop)), jsonObject({{"orvoKey", key}}))},
+                 .body = JsonWriter()
+                     .open('{')
+                     .member("name", key)
+                     .member("parents", std::vector{folderId(stop)})
+                     .key("appProperties")
+                     .open('{')
+                     .member("orvoKey", key)
+                     .close('}')
+                     .close('}')
+                     .take()},
             stop);
     const std::string session = begun.header("location");
     if (session.empty())
@@ -220,11 +234,11 @@ void DriveStore::upload(const std::string& key, const fs::path& file, std::uint6
         try {
             const auto response = callOnce(std::move(request), stop);
             if (response.succeeded()) {
-                const Json made(response.body);
-                if (made.text("size") != std::to_string(size))
+                const JsonDocument made(response.body);
+                if (made.root()["size"].text() != std::to_string(size))
                     throw StoreError(Kind::passing, "Google Drive ha guardado otro archivo.");
                 const std::lock_guard lock(m_mutex);
-                m_ids[key] = made.text("id");
+                m_ids[key] = made.root()["id"].text().value_or("");
                 return;
             }
             if (response.status != 308)

@@ -1,5 +1,6 @@
 #include "OrvoServer/storage/Secrets.h"
 
+#include "OrvoServer/base/Crypto.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 
@@ -7,7 +8,6 @@
 #include <memory>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
-#include <openssl/rand.h>
 #include <sys/stat.h>
 
 namespace orvo::server {
@@ -21,20 +21,9 @@ constexpr std::size_t tagSize = 16;
 
 using Cipher = std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)>;
 
-void fillRandom(unsigned char* bytes, std::size_t count)
-{
-    if (RAND_bytes(bytes, static_cast<int>(count)) != 1)
-        throw captureError("El sistema no da números aleatorios.");
-}
-
-unsigned char* bytesOf(std::string& text)
+unsigned char* writable(std::string& text)
 {
     return reinterpret_cast<unsigned char*>(text.data());
-}
-
-const unsigned char* bytesOf(std::string_view text)
-{
-    return reinterpret_cast<const unsigned char*>(text.data());
 }
 
 /// Writes a file that only its owner can read, from its first moment on.
@@ -55,14 +44,14 @@ void writePrivate(const fs::path& file, std::string_view content)
 SecretBox::SecretBox(const fs::path& keyFile)
 {
     if (!fs::exists(keyFile)) {
-        fillRandom(m_key.data(), m_key.size());
+        fillRandom(m_key);
         writePrivate(keyFile, {reinterpret_cast<const char*>(m_key.data()), m_key.size()});
         return;
     }
     std::string key = readFile(keyFile);
     if (key.size() != m_key.size())
         throw captureError(std::format("«{}» no es una clave de este servidor.", keyFile.string()));
-    std::copy_n(bytesOf(key), m_key.size(), m_key.begin());
+    std::copy_n(bytesOf(key).data(), m_key.size(), m_key.begin());
     OPENSSL_cleanse(key.data(), key.size());
 }
 
@@ -74,17 +63,17 @@ SecretBox::~SecretBox()
 std::string SecretBox::seal(std::string_view name, std::string_view text) const
 {
     std::string sealed(nonceSize + text.size() + tagSize, '\0');
-    fillRandom(bytesOf(sealed), nonceSize);
+    fillRandom({writable(sealed), nonceSize});
     const Cipher cipher(EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free);
     int length = 0;
     const bool done = cipher
-        && EVP_EncryptInit_ex(cipher.get(), EVP_aes_256_gcm(), nullptr, m_key.data(), bytesOf(sealed)) == 1
-        && EVP_EncryptUpdate(cipher.get(), nullptr, &length, bytesOf(name), static_cast<int>(name.size())) == 1
+        && EVP_EncryptInit_ex(cipher.get(), EVP_aes_256_gcm(), nullptr, m_key.data(), writable(sealed)) == 1
+        && EVP_EncryptUpdate(cipher.get(), nullptr, &length, bytesOf(name).data(), static_cast<int>(name.size())) == 1
         && EVP_EncryptUpdate(
-               cipher.get(), bytesOf(sealed) + nonceSize, &length, bytesOf(text), static_cast<int>(text.size()))
+               cipher.get(), writable(sealed) + nonceSize, &length, bytesOf(text).data(), static_cast<int>(text.size()))
             == 1
-        && EVP_EncryptFinal_ex(cipher.get(), bytesOf(sealed) + nonceSize + length, &length) == 1
-        && EVP_CIPHER_CTX_ctrl(cipher.get(), EVP_CTRL_GCM_GET_TAG, tagSize, bytesOf(sealed) + nonceSize + text.size()) == 1;
+        && EVP_EncryptFinal_ex(cipher.get(), writable(sealed) + nonceSize + length, &length) == 1
+        && EVP_CIPHER_CTX_ctrl(cipher.get(), EVP_CTRL_GCM_GET_TAG, tagSize, writable(sealed) + nonceSize + text.size()) == 1;
     if (!done)
         throw captureError("No se ha podido cifrar un secreto.");
     return sealed;
@@ -99,13 +88,13 @@ std::optional<std::string> SecretBox::open(std::string_view name, std::string_vi
     const Cipher cipher(EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free);
     int length = 0;
     const bool opened = cipher
-        && EVP_DecryptInit_ex(cipher.get(), EVP_aes_256_gcm(), nullptr, m_key.data(), bytesOf(sealed)) == 1
-        && EVP_DecryptUpdate(cipher.get(), nullptr, &length, bytesOf(name), static_cast<int>(name.size())) == 1
+        && EVP_DecryptInit_ex(cipher.get(), EVP_aes_256_gcm(), nullptr, m_key.data(), bytesOf(sealed).data()) == 1
+        && EVP_DecryptUpdate(cipher.get(), nullptr, &length, bytesOf(name).data(), static_cast<int>(name.size())) == 1
         && EVP_DecryptUpdate(
-               cipher.get(), bytesOf(text), &length, bytesOf(sealed) + nonceSize, static_cast<int>(text.size()))
+               cipher.get(), writable(text), &length, bytesOf(sealed).data() + nonceSize, static_cast<int>(text.size()))
             == 1
         && EVP_CIPHER_CTX_ctrl(cipher.get(), EVP_CTRL_GCM_SET_TAG, tagSize, tag.data()) == 1
-        && EVP_DecryptFinal_ex(cipher.get(), bytesOf(text) + length, &length) == 1;
+        && EVP_DecryptFinal_ex(cipher.get(), writable(text) + length, &length) == 1;
     return opened ? std::optional(std::move(text)) : std::nullopt;
 }
 
