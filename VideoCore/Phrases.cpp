@@ -53,20 +53,14 @@ bool endsClause(std::string_view text)
 std::vector<Spoken> spokenWords(const VideoProject& project)
 {
     const Timeline::OutputMap map(project.duration, project.edit.cuts);
-    const auto spans = map.kept();
     std::vector<Spoken> words;
     for (const auto& word : project.edit.words) {
         std::optional<Spoken> spoken;
-        for (std::size_t i = map.firstEndingAfter(word.start); i < spans.size() && spans[i].start < word.end; ++i) {
-            const double start = std::max(word.start, spans[i].start);
-            const double end = std::min(word.end, spans[i].end);
-            if (!(start < end))
-                continue;
-            const double outputStart = start - spans[i].start + map.outputStart(i);
+        map.forEachPiece({.start = word.start, .end = word.end}, [&](const TimeSpan& piece) {
             if (!spoken)
-                spoken = Spoken{.start = outputStart, .text = word.text, .length = characters(word.text)};
-            spoken->end = outputStart + (end - start);
-        }
+                spoken = Spoken{.start = piece.start, .text = word.text, .length = characters(word.text)};
+            spoken->end = piece.end;
+        });
         if (spoken && spoken->length > 0)
             words.push_back(std::move(*spoken));
     }

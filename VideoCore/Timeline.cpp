@@ -164,7 +164,6 @@ std::string cueText(std::string_view text)
 std::string subtitles(const VideoProject& project, SubtitleFormat format)
 {
     const OutputMap map(project.duration, project.edit.cuts);
-    const auto spans = map.kept();
 
     std::string text;
     text.reserve(project.edit.words.size() * 56 + 16);
@@ -181,22 +180,17 @@ std::string subtitles(const VideoProject& project, SubtitleFormat format)
     }
     std::int64_t counter = 0;
     for (const auto& word : project.edit.words) {
-        for (std::size_t i = map.firstEndingAfter(word.start); i < spans.size() && spans[i].start < word.end; ++i) {
-            const double start = std::max(word.start, spans[i].start);
-            const double end = std::min(word.end, spans[i].end);
-            if (!(start < end))
-                continue;
-            const double outputStart = start - spans[i].start + map.outputStart(i);
+        map.forEachPiece({.start = word.start, .end = word.end}, [&](const TimeSpan& piece) {
             beginBlock();
             appendNumber(text, ++counter, 1);
             text += '\n';
-            appendStamp(text, outputStart, format);
+            appendStamp(text, piece.start, format);
             text += " --> ";
-            appendStamp(text, outputStart + (end - start), format);
+            appendStamp(text, piece.end, format);
             text += '\n';
             appendCueText(text, word.text);
             text += '\n';
-        }
+        });
     }
     text += '\n';
     return text;

@@ -2,6 +2,7 @@
 
 #include "VideoCore/VideoProject.h"
 
+#include <algorithm>
 #include <optional>
 #include <span>
 #include <string>
@@ -49,11 +50,21 @@ public:
     /// As `Timeline::outputTime`.
     std::optional<double> outputTime(double time) const;
 
-    /// The output time at which the kept stretch `index` begins.
-    double outputStart(std::size_t index) const { return m_starts[index]; }
-
     /// The index of the first kept stretch that ends after `time`; the number of stretches when there is none.
     std::size_t firstEndingAfter(double time) const;
+
+    /// Calls `visit` with every kept piece of `source`, in order, on the output timeline.
+    template <class Visit> void forEachPiece(const TimeSpan& source, Visit visit) const
+    {
+        for (std::size_t i = firstEndingAfter(source.start); i < m_kept.size() && m_kept[i].start < source.end; ++i) {
+            const double start = std::max(source.start, m_kept[i].start);
+            const double end = std::min(source.end, m_kept[i].end);
+            if (!(start < end))
+                continue;
+            const double outputStart = start - m_kept[i].start + m_starts[i];
+            visit(TimeSpan{.start = outputStart, .end = outputStart + (end - start)});
+        }
+    }
 
 private:
     double m_duration;
