@@ -5,10 +5,7 @@
 #include "OrvoServer/base/Crypto.h"
 #include "OrvoServer/http/HttpServer.h"
 #include "OrvoServer/store/Collection.h"
-
-#ifdef ORVO_SERVER_ASSETS
 #include "OrvoServer/web/Assets.h"
-#endif
 
 #include <sys/resource.h>
 
@@ -23,18 +20,6 @@ namespace orvo::server {
 namespace {
 
 constexpr std::uint64_t gigabyte = 1'000'000'000;
-
-std::vector<PageAsset> pageAssets()
-{
-    std::vector<PageAsset> pages;
-#ifdef ORVO_SERVER_ASSETS
-    for (const auto& asset : assets()) {
-        pages.push_back(
-            {.name = asset.name, .type = asset.type, .bytes = asset.bytes, .gzip = asset.gzip, .hash = asset.hash});
-    }
-#endif
-    return pages;
-}
 
 /// A key that stays the same between runs, made when it is not there yet.
 std::string lastingKey(Secrets& secrets)
@@ -86,7 +71,7 @@ struct Service::State {
         , sessions(key, credential, *database, clock)
         , tickets(key, clock)
         , videos(catalogue)
-        , pages(pageAssets(), configuration.basePath(), configuration.isSecure())
+        , pages(assets(), configuration.basePath(), configuration.isSecure())
         , viewers({.address = configuration.address, .ticketLife = configuration.ticketSeconds},
               {videos, stores.files(), statistics, tickets, pages, clock, metrics})
         , storing(catalogue, uploads, stores.store(), stores.files(), log, metrics)

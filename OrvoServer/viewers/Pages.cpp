@@ -8,19 +8,6 @@ namespace orvo::server {
 
 namespace {
 
-// Enough to see that the server works where the program was built without its pages.
-constexpr std::string_view plainPlayer =
-    "<!doctype html><html lang=\"{{lang}}\"><head><meta charset=\"utf-8\"><title>{{title}}</title></head>"
-    "<body data-config=\"{{config}}\"><h1>{{title}}</h1></body></html>\n";
-constexpr std::string_view plainUnavailable =
-    "<!doctype html><html lang=\"{{lang}}\"><head><meta charset=\"utf-8\"><title>Orvo Video</title></head>"
-    "<body><p>Este vídeo no está disponible.</p></body></html>\n";
-
-std::string_view plainTemplate(std::string_view name)
-{
-    return name == "player.html" ? plainPlayer : plainUnavailable;
-}
-
 bool accepts(std::string_view header, std::string_view coding)
 {
     for (const auto part : std::views::split(header, ',')) {
@@ -86,7 +73,7 @@ std::string languageOf(std::string_view acceptLanguage)
     return best;
 }
 
-Pages::Pages(std::vector<PageAsset> assets, std::string basePath, bool isSecure)
+Pages::Pages(std::span<const Asset> assets, std::string basePath, bool isSecure)
     : m_basePath(std::move(basePath))
     , m_isSecure(isSecure)
 {
@@ -124,9 +111,7 @@ std::string Pages::render(std::string_view text, const Variables& variables) con
 
 Response Pages::page(unsigned status, std::string_view name, const Variables& variables) const
 {
-    const auto found = m_assets.find(name);
-    Response response{
-        .status = status, .body = render(found == m_assets.end() ? plainTemplate(name) : found->second.bytes, variables)};
+    Response response{.status = status, .body = render(m_assets.at(name).bytes, variables)};
     response.with("Content-Type", "text/html; charset=utf-8")
         .with("Cache-Control", "no-store")
         .with("Referrer-Policy", "no-referrer")

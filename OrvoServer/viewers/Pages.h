@@ -1,28 +1,20 @@
 #pragma once
 
+#include "OrvoServer/base/Asset.h"
 #include "OrvoServer/http/Message.h"
 
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace orvo::server {
-
-/// A file of the pages that is part of the program. The texts live as long as the program.
-struct PageAsset {
-    std::string_view name;
-    std::string_view type;
-    std::string_view bytes;
-    std::string_view gzip; ///< Empty for none.
-    std::string_view hash; ///< Changes with the content.
-};
 
 /// Renders the pages and serves their files.
 class Pages {
 public:
-    /// `basePath`: what comes before every path of the server, "" or "/prefix".
-    Pages(std::vector<PageAsset> assets, std::string basePath, bool isSecure);
+    /// `assets` hold the three templates. `basePath`: what comes before every path of the server, "" or "/prefix".
+    Pages(std::span<const Asset> assets, std::string basePath, bool isSecure);
 
     struct Variables {
         std::string lang;
@@ -43,7 +35,7 @@ public:
 private:
     std::string render(std::string_view text, const Variables& variables) const;
 
-    std::map<std::string_view, PageAsset> m_assets;
+    std::map<std::string_view, Asset> m_assets;
     const std::string m_basePath;
     const bool m_isSecure;
 };

@@ -236,12 +236,12 @@ TEST_F(Viewers, RenewTheirTickets)
 
 TEST(Pages, FillTheirTemplates)
 {
-    const Pages pages({{.name = "player.html",
-                           .type = "text/html",
-                           .bytes = "<html lang=\"{{lang}}\">{{title}}|{{config}}|{{asset:a.js}}|{{none}}{{",
-                           .hash = "h1"},
-                          {.name = "a.js", .type = "text/javascript", .bytes = "plain", .gzip = "packed", .hash = "h2"}},
-        "/base", true);
+    const std::array<Asset, 2> files{{{.name = "player.html",
+                                          .type = "text/html",
+                                          .bytes = "<html lang=\"{{lang}}\">{{title}}|{{config}}|{{asset:a.js}}|{{none}}{{",
+                                          .hash = "h1"},
+        {.name = "a.js", .type = "text/javascript", .bytes = "plain", .gzip = "packed", .hash = "h2"}}};
+    const Pages pages(files, "/base", true);
     const auto page =
         pages.page(200, "player.html", {.lang = "en", .title = "<b>\"", .config = "{\"a\":1}", .frameAncestors = "x"});
     EXPECT_EQ(
