@@ -1,5 +1,6 @@
 #include "OrvoServer/base/Json.h"
 
+#include <utf8proc.h>
 #include <yyjson.h>
 
 #include <charconv>
@@ -93,24 +94,10 @@ namespace {
 /// The length of the well-formed UTF-8 sequence at the beginning of `text`; 0 for none.
 std::size_t sequenceLength(std::string_view text)
 {
-    const auto byte = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
-    const auto follows = [&](std::size_t i) { return (byte(i) & 0xC0U) == 0x80U; };
-    const unsigned first = byte(0);
-    if (first < 0x80)
-        return 1;
-    if (first >= 0xC2 && first <= 0xDF)
-        return follows(1) ? 2 : 0;
-    if (first >= 0xE0 && first <= 0xEF) {
-        const bool isValid =
-            follows(1) && follows(2) && !(first == 0xE0 && byte(1) < 0xA0) && !(first == 0xED && byte(1) > 0x9F);
-        return isValid ? 3 : 0;
-    }
-    if (first >= 0xF0 && first <= 0xF4) {
-        const bool isValid = follows(1) && follows(2) && follows(3) && !(first == 0xF0 && byte(1) < 0x90)
-            && !(first == 0xF4 && byte(1) > 0x8F);
-        return isValid ? 4 : 0;
-    }
-    return 0;
+    utf8proc_int32_t point = 0;
+    const auto length = utf8proc_iterate(
+        reinterpret_cast<const utf8proc_uint8_t*>(text.data()), static_cast<utf8proc_ssize_t>(text.size()), &point);
+    return length > 0 ? static_cast<std::size_t>(length) : 0;
 }
 
 void appendText(std::string& out, std::string_view text)
