@@ -45,6 +45,13 @@ std::string stateOf(Session& session, const std::string& revision)
     return rows.empty() ? std::string() : rows[0][0].text();
 }
 
+/// The content of the upload is what the store holds under `key`.
+void linkFile(Session& session, const std::string& upload, const Value& key)
+{
+    session.run("UPDATE files SET status = 'ready', error = NULL, received = 1, verified = 1, blob = $2 WHERE upload = $1",
+        {upload, key});
+}
+
 } // namespace
 
 std::optional<VideoRecord> Catalogue::find(Session& session, const std::string& video)
@@ -231,11 +238,8 @@ bool Catalogue::linkHeld(const std::string& upload)
                                       " WHERE f.upload = $1",
             {upload});
         isHeld = !rows.empty();
-        if (isHeld) {
-            session.run(
-                "UPDATE files SET status = 'ready', error = NULL, received = 1, verified = 1, blob = $2 WHERE upload = $1",
-                {upload, rows[0][0]});
-        }
+        if (isHeld)
+            linkFile(session, upload, rows[0][0]);
     });
     return isHeld;
 }
@@ -260,9 +264,7 @@ void Catalogue::markStored(const std::string& upload, const std::string& key)
         // Of two that stored the same content at once, one key stays and the other is removed in time.
         const auto kept = session.run("SELECT key FROM blobs WHERE sha256 = $1 AND size = $2", {files[0][0], files[0][1]});
         session.run("DELETE FROM removals WHERE key = $1", {kept.at(0)[0]});
-        session.run(
-            "UPDATE files SET status = 'ready', error = NULL, received = 1, verified = 1, blob = $2 WHERE upload = $1",
-            {upload, kept.at(0)[0]});
+        linkFile(session, upload, kept.at(0)[0]);
     });
 }
 
