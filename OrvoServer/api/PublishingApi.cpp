@@ -105,35 +105,10 @@ std::optional<Plan> PublishingApi::plan(const Request& request, const Target& ta
 {
     if (target.segments.size() == 3 && target.segments[0] == "oauth" && target.segments[2] == "callback"
         && request.method == Method::get && m_parts.authorisation) {
-        const auto code = target.parameter("code");
-        const auto state = target.parameter("state");
-        return Plan{.what =
-                        Plan::Answer{
-                            .answer =
-                                [this, code, state](const Request&) {
-                                    std::string text = "Google Drive ya está conectado. Vuelve a Orvo Video y pulsa "
-                                                       "«Guardar y comprobar».";
-                                    unsigned statusCode = 200;
-                                    try {
-                                        if (!code || !state)
-                                            throw captureError("Google no ha dado el permiso.");
-                                        m_parts.authorisation->finish(*code, *state);
-                                    } catch (const Error& error) {
-                                        statusCode = 400;
-                                        text = std::string(error.what())
-                                            + " Vuelve a Orvo Video y pulsa «Conectar Google Drive» otra vez.";
-                                    }
-                                    Response page{.status = statusCode,
-                                        .body = "<!doctype html><html lang=\"es\"><head><meta charset=\"utf-8\"><title>Orvo "
-                                                "Video</title></head><body><p>"
-                                            + htmlEscaped(text) + "</p></body></html>\n"};
-                                    page.with("Content-Type", "text/html; charset=utf-8")
-                                        .with("Cache-Control", "no-store")
-                                        .with("Referrer-Policy", "no-referrer")
-                                        .with("Content-Security-Policy", "default-src 'none'; frame-ancestors 'none'");
-                                    return page;
-                                },
-                            .where = Plan::Where::fetchers},
+        return Plan{
+            .what = Plan::Answer{.answer = [this, code = target.parameter("code"), state = target.parameter("state")](
+                                               const Request&) { return authorisationPage(code, state); },
+                .where = Plan::Where::fetchers},
             .route = "oauth/google/callback"};
     }
     if (target.segments.empty() || target.segments[0] != "api")
@@ -181,6 +156,27 @@ std::optional<Plan> PublishingApi::plan(const Request& request, const Target& ta
     }
     return Plan{.what = isKnown ? errorResponse(405, "Esta petición no existe.") : unknown("Esta petición no existe."),
         .route = "api"};
+}
+
+Response PublishingApi::authorisationPage(const std::optional<std::string>& code, const std::optional<std::string>& state)
+{
+    Response page;
+    std::string text = "Google Drive ya está conectado. Vuelve a Orvo Video y pulsa «Guardar y comprobar».";
+    try {
+        if (!code || !state)
+            throw captureError("Google no ha dado el permiso.");
+        m_parts.authorisation->finish(*code, *state);
+    } catch (const Error& error) {
+        page.status = 400;
+        text = std::string(error.what()) + " Vuelve a Orvo Video y pulsa «Conectar Google Drive» otra vez.";
+    }
+    page.body = "<!doctype html><html lang=\"es\"><head><meta charset=\"utf-8\"><title>Orvo Video</title></head><body><p>"
+        + htmlEscaped(text) + "</p></body></html>\n";
+    page.with("Content-Type", "text/html; charset=utf-8")
+        .with("Cache-Control", "no-store")
+        .with("Referrer-Policy", "no-referrer")
+        .with("Content-Security-Policy", "default-src 'none'; frame-ancestors 'none'");
+    return page;
 }
 
 Response PublishingApi::status(const Request&, const Arguments&)

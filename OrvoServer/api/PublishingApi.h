@@ -54,6 +54,8 @@ private:
         Response (PublishingApi::*answer)(const Request&, const Arguments&);
     };
 
+    /// What Google's redirection after the author's consent is answered with.
+    Response authorisationPage(const std::optional<std::string>& code, const std::optional<std::string>& state);
     Response status(const Request& request, const Arguments& arguments);
     Response announce(const Request& request, const Arguments& arguments);
     Response registerRevision(const Request& request, const Arguments& arguments);
