@@ -3,10 +3,8 @@
 #include "VideoCore/Error.h"
 
 #include <QPainter>
-#include <QPointer>
 #include <algorithm>
 #include <atomic>
-#include <utility>
 
 namespace orvo {
 
@@ -49,9 +47,7 @@ CameraMirror::CameraMirror(QQuickItem* parent)
 
 CameraMirror::~CameraMirror()
 {
-    ++m_start;
-    m_stream.reset();
-    m_worker.shutDown();
+    m_stream.shutDown();
 }
 
 void CameraMirror::setDevice(const QString& device)
@@ -74,9 +70,7 @@ void CameraMirror::setActive(bool active)
 
 void CameraMirror::restart()
 {
-    ++m_start;
-    if (m_stream)
-        m_worker.post([stream = std::exchange(m_stream, nullptr)]() mutable { stream.reset(); });
+    m_stream.close();
     show({});
     setError({});
     if (m_active)
@@ -85,13 +79,13 @@ void CameraMirror::restart()
 
 QCoro::Task<> CameraMirror::watch()
 {
-    const auto asked = m_start;
+    const auto asked = m_stream.asked();
     // The stream is gone before this object is, so that its threads may speak to it.
     const auto toMain = [this, asked](const auto& call) {
         QMetaObject::invokeMethod(
             this,
             [this, asked, call] {
-                if (asked == m_start)
+                if (asked == m_stream.asked())
                     call();
             },
             Qt::QueuedConnection);
@@ -119,24 +113,13 @@ QCoro::Task<> CameraMirror::watch()
                     setError(text);
                 });
             }};
-    std::shared_ptr<CameraStream> stream;
-    QString error;
     try {
-        stream = co_await m_worker.run(
-            [device = m_device.toStdString(), receiver] { return std::shared_ptr(CameraStream::open(device, receiver)); });
+        co_await m_stream.open([device = m_device.toStdString(), receiver] { return CameraStream::open(device, receiver); });
     } catch (const Cancelled&) {
-        co_return; // This object is going.
+        // Another one was chosen, or this object is going.
     } catch (const std::exception& failure) {
-        error = QString::fromStdString(describe(failure));
+        setError(QString::fromStdString(describe(failure)));
     }
-    if (asked != m_start) {
-        if (stream)
-            m_worker.post([late = std::move(stream)]() mutable { late.reset(); });
-        co_return;
-    }
-    m_stream = std::move(stream);
-    if (!m_stream)
-        setError(error);
 }
 
 void CameraMirror::show(const QImage& picture)

@@ -1,15 +1,12 @@
 #pragma once
 
 #include "OrvoVideo/capture/camera/Cameras.h"
-#include "OrvoVideo/model/Workers.h"
+#include "OrvoVideo/recorder/DeviceStream.h"
 
 #include <QCoroTask>
 #include <QImage>
 #include <QQuickPaintedItem>
 #include <QString>
-#include <cstdint>
-#include <memory>
-#include <mutex>
 
 namespace orvo {
 
@@ -55,9 +52,7 @@ private:
     bool m_active = false;
     QString m_error;
     QImage m_picture;
-    std::uint64_t m_start = 0; ///< Counts what was asked, so that an overtaken start ends.
-    std::shared_ptr<CameraStream> m_stream;
-    SerialWorker m_worker; ///< Opens and closes: both take their time.
+    DeviceStream<CameraStream> m_stream;
 };
 
 } // namespace orvo

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 namespace orvo {
 
@@ -25,9 +24,7 @@ MicrophoneLevel::MicrophoneLevel(QObject* parent)
 
 MicrophoneLevel::~MicrophoneLevel()
 {
-    ++m_start;
-    m_stream.reset();
-    m_worker.shutDown();
+    m_stream.shutDown();
 }
 
 void MicrophoneLevel::setDevice(const QString& device)
@@ -50,10 +47,8 @@ void MicrophoneLevel::setActive(bool active)
 
 void MicrophoneLevel::restart()
 {
-    ++m_start;
     m_clock.stop();
-    if (m_stream)
-        m_worker.post([stream = std::exchange(m_stream, nullptr)]() mutable { stream.reset(); });
+    m_stream.close();
     setLevel(0);
     setError({});
     if (m_active)
@@ -62,32 +57,22 @@ void MicrophoneLevel::restart()
 
 QCoro::Task<> MicrophoneLevel::listen()
 {
-    const auto asked = m_start;
-    std::shared_ptr<AudioStream> stream;
-    QString error;
     try {
-        stream = co_await m_worker.run([device = m_device.toStdString()] {
-            return std::shared_ptr(AudioStream::open(AudioStream::Input::microphone, device, [](const SoundBlock&) { }));
+        co_await m_stream.open([device = m_device.toStdString()] {
+            return AudioStream::open(AudioStream::Input::microphone, device, [](const SoundBlock&) { });
         });
     } catch (const Cancelled&) {
-        co_return; // This object is going.
+        co_return; // Another one was chosen, or this object is going.
     } catch (const std::exception& failure) {
-        error = QString::fromStdString(describe(failure));
-    }
-    if (asked != m_start) {
-        if (stream)
-            m_worker.post([late = std::move(stream)]() mutable { late.reset(); });
+        setError(QString::fromStdString(describe(failure)));
         co_return;
     }
-    m_stream = std::move(stream);
-    setError(error);
-    if (m_stream)
-        m_clock.start();
+    m_clock.start();
 }
 
 void MicrophoneLevel::measure()
 {
-    const double peak = m_stream->takePeak();
+    const double peak = m_stream.get()->takePeak();
     const double decibels = peak > 0 ? 20 * std::log10(peak) : quietest;
     setLevel(std::max(std::clamp(1 - decibels / quietest, 0.0, 1.0), m_level - fall));
 }

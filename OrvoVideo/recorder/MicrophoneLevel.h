@@ -1,15 +1,13 @@
 #pragma once
 
 #include "OrvoVideo/capture/audio/AudioInputs.h"
-#include "OrvoVideo/model/Workers.h"
+#include "OrvoVideo/recorder/DeviceStream.h"
 
 #include <QCoroTask>
 #include <QObject>
 #include <QString>
 #include <QTimer>
 #include <QtQml/qqmlregistration.h>
-#include <cstdint>
-#include <memory>
 
 namespace orvo {
 
@@ -52,10 +50,8 @@ private:
     bool m_active = false;
     double m_level = 0;
     QString m_error;
-    std::uint64_t m_start = 0; ///< Counts what was asked, so that an overtaken start ends.
     QTimer m_clock;
-    std::shared_ptr<AudioStream> m_stream;
-    SerialWorker m_worker; ///< Opens and closes: both take their time.
+    DeviceStream<AudioStream> m_stream;
 };
 
 } // namespace orvo
