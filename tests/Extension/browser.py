@@ -149,7 +149,8 @@ class Browser:
         self.press("ctrl+shift+7")
         project = wait_for("the recording", lambda: next((new for new in self.projects() if new["id"] not in before), None))
         expect(project["state"] == "recording-tab", f"the project is {project['state']}")
-        wait_for("the first piece", lambda: self.media(project, "screen").exists() and self.media(project, "screen").stat().st_size)
+        files = [self.media(project, track["kind"]) for track in project["tracks"]]
+        wait_for("the first piece of each track", lambda: all(file.exists() and file.stat().st_size for file in files))
         return project["id"]
 
     def media(self, project, kind):
