@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
-"""Prints the names of the tests that failed and the end of what each said: failures.py RESULTS, a file that ctest wrote."""
+"""Prints which tests failed: failures.py RESULTS [--names|--count], RESULTS being a file that ctest wrote.
+
+Without an option it shows the end of what each said as well."""
 
 import sys
 import xml.etree.ElementTree
@@ -7,8 +9,14 @@ from pathlib import Path
 
 LINES = 40
 
-results = Path(sys.argv[1])
-for case in xml.etree.ElementTree.parse(results).iter("testcase") if results.exists() else ():
-    if case.get("status") == "fail":
+results, option = Path(sys.argv[1]), "".join(sys.argv[2:])
+cases = xml.etree.ElementTree.parse(results).iter("testcase") if results.exists() else ()
+failed = [case for case in cases if case.get("status") == "fail"]
+if option == "--count":
+    print(len(failed))
+for case in failed:
+    if option == "--names":
+        print(case.get("name"))
+    elif not option:
         said = (case.findtext("system-out") or "").splitlines()
         print(f"\n== {case.get('name')} ({float(case.get('time')):.0f} s)", *said[-LINES:], sep="\n")
