@@ -22,10 +22,10 @@ namespace {
     throw fs::filesystem_error(action, file, std::error_code(errno, std::generic_category()));
 }
 
-int openNew(const fs::path& file)
+UniqueFd openNew(const fs::path& file)
 {
-    const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0600);
-    if (descriptor < 0)
+    UniqueFd descriptor(::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, 0600));
+    if (!descriptor)
         fail("create", file);
     return descriptor;
 }
@@ -95,7 +95,7 @@ void TabRecording::write(const Chunk& chunk)
     File& file = found->second;
     if (chunk.sequence != file.next)
         throw ProtocolError(std::format("piece {} came where {} is next", chunk.sequence, file.next));
-    append(file.descriptor, chunk.data, file.path);
+    append(file.descriptor.get(), chunk.data, file.path);
     ++file.next;
 }
 
@@ -125,11 +125,11 @@ void TabRecording::setDuration(double seconds)
 void TabRecording::checkpoint()
 {
     if (!m_events.empty()) {
-        append(m_log.descriptor, PointerLog::linesOf(m_events), m_log.path);
+        append(m_log.descriptor.get(), PointerLog::linesOf(m_events), m_log.path);
         m_events.clear();
     }
     for (const auto& [kind, file] : m_files)
-        ::fdatasync(file.descriptor);
+        ::fdatasync(file.descriptor.get());
     m_project.updatedAt = now();
     m_store.save(m_project);
 }
@@ -167,10 +167,7 @@ void TabRecording::end(std::string_view state)
 
 void TabRecording::closeFiles() noexcept
 {
-    for (auto& [kind, file] : m_files)
-        ::close(std::exchange(file.descriptor, -1));
-    if (m_log.descriptor >= 0)
-        ::close(std::exchange(m_log.descriptor, -1));
+    m_log.descriptor.reset();
     m_files.clear();
 }
 

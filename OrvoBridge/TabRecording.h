@@ -2,6 +2,7 @@
 
 #include "OrvoBridge/Messages.h"
 #include "VideoCore/ProjectStore.h"
+#include "VideoCore/UniqueFd.h"
 
 #include <cstdint>
 #include <map>
@@ -49,7 +50,7 @@ public:
 
 private:
     struct File {
-        int descriptor = -1;
+        UniqueFd descriptor;
         std::int64_t next = 0; ///< The sequence number of the next piece.
         std::filesystem::path path;
     };

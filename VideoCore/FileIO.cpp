@@ -1,5 +1,6 @@
 #include "VideoCore/FileIO.h"
 
+#include "VideoCore/UniqueFd.h"
 #include "VideoCore/Uuid.h"
 
 #include <cerrno>
@@ -7,7 +8,6 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
-#include <utility>
 
 namespace orvo {
 
@@ -20,33 +20,7 @@ namespace {
     throw fs::filesystem_error(action, file, std::error_code(errno, std::system_category()));
 }
 
-class Descriptor {
-public:
-    explicit Descriptor(int number)
-        : m_number(number)
-    {
-    }
-    ~Descriptor()
-    {
-        if (m_number >= 0)
-            ::close(m_number);
-    }
-    Descriptor(Descriptor&& other) noexcept
-        : m_number(std::exchange(other.m_number, -1))
-    {
-    }
-    Descriptor& operator=(Descriptor&&) = delete;
-
-    int get() const { return m_number; }
-
-    /// Closes now, to hear of an error that only shows then. Returns what close(2) does.
-    int close() { return ::close(std::exchange(m_number, -1)); }
-
-private:
-    int m_number;
-};
-
-void writeAll(const Descriptor& descriptor, std::string_view content, const fs::path& file)
+void writeAll(const UniqueFd& descriptor, std::string_view content, const fs::path& file)
 {
     while (!content.empty()) {
         const ssize_t written = ::write(descriptor.get(), content.data(), content.size());
@@ -57,15 +31,15 @@ void writeAll(const Descriptor& descriptor, std::string_view content, const fs::
     }
 }
 
-Descriptor openFolder(const fs::path& folder, const fs::path& concerned)
+UniqueFd openFolder(const fs::path& folder, const fs::path& concerned)
 {
-    Descriptor descriptor(::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (descriptor.get() < 0)
+    UniqueFd descriptor(::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!descriptor)
         fail("open", concerned);
     return descriptor;
 }
 
-void flush(const Descriptor& folder, const fs::path& concerned)
+void flush(const UniqueFd& folder, const fs::path& concerned)
 {
     // A file system that cannot flush a folder answers EINVAL: there is nothing more to be done then.
     if (::fsync(folder.get()) != 0 && errno != EINVAL)
@@ -77,7 +51,7 @@ void flush(const Descriptor& folder, const fs::path& concerned)
 void readFile(const fs::path& file, std::string& out, std::size_t limit)
 {
     // Opening a pipe would wait for a writer.
-    const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    const UniqueFd descriptor(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat facts{};
     if (descriptor.get() < 0 || ::fstat(descriptor.get(), &facts) != 0)
         fail("open", file);
@@ -120,7 +94,7 @@ std::string readFile(const fs::path& file)
 
 void writeFileAtomically(const fs::path& file, std::string_view content)
 {
-    const Descriptor folder = openFolder(file.parent_path(), file);
+    const UniqueFd folder = openFolder(file.parent_path(), file);
     const std::string name = file.filename();
     // Short and of its own making: the file's own name may already be as long as a name can be.
     const std::string temporary = "." + Uuid::random().text() + ".tmp";
@@ -128,8 +102,8 @@ void writeFileAtomically(const fs::path& file, std::string_view content)
     struct stat old{};
     const bool replaces = ::fstatat(folder.get(), name.c_str(), &old, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(old.st_mode);
     const mode_t mode = replaces ? old.st_mode & 0777 : 0666;
-    Descriptor descriptor(::openat(folder.get(), temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-    if (descriptor.get() < 0)
+    UniqueFd descriptor(::openat(folder.get(), temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+    if (!descriptor)
         fail("open", file);
     try {
         if (replaces)
@@ -150,8 +124,8 @@ void writeFileAtomically(const fs::path& file, std::string_view content)
 
 void flushFile(const fs::path& file)
 {
-    const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
-    if (descriptor.get() < 0)
+    const UniqueFd descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!descriptor)
         fail("open", file);
     if (::fsync(descriptor.get()) != 0)
         fail("fsync", file);

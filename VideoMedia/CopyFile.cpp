@@ -2,6 +2,7 @@
 
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
+#include "VideoCore/UniqueFd.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -24,23 +25,13 @@ constexpr std::size_t copyStep = std::size_t{8} << 20; ///< Bytes between two lo
     throw fs::filesystem_error("copy", file, std::error_code(errno, std::system_category()));
 }
 
-class File {
-public:
-    File(const fs::path& path, int flags)
-        : m_descriptor(::open(path.c_str(), flags | O_CLOEXEC, 0666))
-    {
-        if (m_descriptor < 0)
-            fail(path);
-    }
-    ~File() { ::close(m_descriptor); }
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
-
-    int descriptor() const { return m_descriptor; }
-
-private:
-    int m_descriptor;
-};
+UniqueFd open(const fs::path& path, int flags)
+{
+    UniqueFd file(::open(path.c_str(), flags | O_CLOEXEC, 0666));
+    if (!file)
+        fail(path);
+    return file;
+}
 
 void writeAll(int descriptor, const char* data, std::size_t size, const fs::path& file)
 {
@@ -59,15 +50,15 @@ void writeAll(int descriptor, const char* data, std::size_t size, const fs::path
 
 void copyFile(const fs::path& from, const fs::path& to, const ProgressCallback& progress, const std::stop_token& stop)
 {
-    const File source(from, O_RDONLY);
+    const UniqueFd source = open(from, O_RDONLY);
     struct stat facts{};
-    if (::fstat(source.descriptor(), &facts) != 0)
+    if (::fstat(source.get(), &facts) != 0)
         fail(from);
     if (!S_ISREG(facts.st_mode)) {
         errno = S_ISDIR(facts.st_mode) ? EISDIR : EINVAL;
         fail(from);
     }
-    const File target(to, O_WRONLY | O_CREAT | O_EXCL);
+    const UniqueFd target = open(to, O_WRONLY | O_CREAT | O_EXCL);
     try {
         const auto total = static_cast<double>(facts.st_size);
         double copied = 0;
@@ -75,9 +66,7 @@ void copyFile(const fs::path& from, const fs::path& to, const ProgressCallback& 
         for (;;) {
             if (stop.stop_requested())
                 throw Cancelled();
-            ssize_t got = buffer.empty()
-                ? ::copy_file_range(source.descriptor(), nullptr, target.descriptor(), nullptr, copyStep, 0)
-                : -1;
+            ssize_t got = buffer.empty() ? ::copy_file_range(source.get(), nullptr, target.get(), nullptr, copyStep, 0) : -1;
             if (got < 0 && buffer.empty()) {
                 if (errno == EINTR)
                     continue;
@@ -86,12 +75,12 @@ void copyFile(const fs::path& from, const fs::path& to, const ProgressCallback& 
                 buffer.resize(copyStep);
             }
             if (!buffer.empty()) {
-                got = ::read(source.descriptor(), buffer.data(), buffer.size());
+                got = ::read(source.get(), buffer.data(), buffer.size());
                 if (got < 0 && errno == EINTR)
                     continue;
                 if (got < 0)
                     fail(from);
-                writeAll(target.descriptor(), buffer.data(), static_cast<std::size_t>(got), to);
+                writeAll(target.get(), buffer.data(), static_cast<std::size_t>(got), to);
             }
             if (got == 0)
                 break;
@@ -100,7 +89,7 @@ void copyFile(const fs::path& from, const fs::path& to, const ProgressCallback& 
                 progress(std::min(copied / total, 1.0));
         }
         // The document that names this file must not reach the disk before it.
-        if (::fsync(target.descriptor()) != 0)
+        if (::fsync(target.get()) != 0)
             fail(to);
         flushFolder(to.parent_path());
     } catch (...) {

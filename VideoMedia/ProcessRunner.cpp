@@ -1,6 +1,7 @@
 #include "VideoMedia/ProcessRunner.h"
 
 #include "VideoCore/Error.h"
+#include "VideoCore/UniqueFd.h"
 
 #include <algorithm>
 #include <array>
@@ -102,29 +103,20 @@ class Pipe {
 public:
     Pipe()
     {
-        if (::pipe2(m_ends.data(), O_CLOEXEC) != 0)
+        std::array<int, 2> ends{};
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0)
             throw std::system_error(errno, std::system_category(), "pipe");
+        m_reading.reset(ends[0]);
+        m_writing.reset(ends[1]);
     }
-    ~Pipe()
-    {
-        closeEnd(0);
-        closeEnd(1);
-    }
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
 
-    int reading() const { return m_ends[0]; }
-    int writing() const { return m_ends[1]; }
-    void closeWriting() { closeEnd(1); }
+    int reading() const { return m_reading.get(); }
+    int writing() const { return m_writing.get(); }
+    void closeWriting() { m_writing.reset(); }
 
 private:
-    void closeEnd(std::size_t end)
-    {
-        if (m_ends[end] >= 0)
-            ::close(std::exchange(m_ends[end], -1));
-    }
-
-    std::array<int, 2> m_ends{-1, -1};
+    UniqueFd m_reading;
+    UniqueFd m_writing;
 };
 
 /// The environment of a child: this one's, and from how many bytes on glibc's allocator gives a block back to the system as

@@ -3,10 +3,10 @@
 #include "VideoCore/Uuid.h"
 
 #include <fcntl.h>
+#include <optional>
 #include <string>
-#include <sys/file.h>
 #include <system_error>
-#include <unistd.h>
+#include <utility>
 
 namespace orvo {
 
@@ -14,14 +14,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Opens a folder and takes its lock; −1 when it cannot be opened or somebody else holds the lock.
-int openLocked(const fs::path& folder)
+/// Returns nullopt when the folder cannot be opened or another process holds its lock.
+std::optional<FileLock> lockFolder(const fs::path& folder)
 {
-    const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (descriptor < 0 || ::flock(descriptor, LOCK_EX | LOCK_NB) == 0)
-        return descriptor;
-    ::close(descriptor);
-    return -1;
+    UniqueFd descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!descriptor)
+        return std::nullopt;
+    FileLock lock(std::move(descriptor));
+    if (!lock.tryLock())
+        return std::nullopt;
+    return lock;
 }
 
 void removeAbandoned(const fs::path& project, const std::string& prefix)
@@ -31,12 +33,10 @@ void removeAbandoned(const fs::path& project, const std::string& prefix)
         const std::string name = entry->path().filename().string();
         if (!name.starts_with(prefix) || !Uuid::parse(std::string_view(name).substr(prefix.size())))
             continue;
-        const int lock = openLocked(entry->path());
-        if (lock < 0)
-            continue;
-        std::error_code ignored;
-        fs::remove_all(entry->path(), ignored);
-        ::close(lock);
+        if (const auto lock = lockFolder(entry->path())) {
+            std::error_code ignored;
+            fs::remove_all(entry->path(), ignored);
+        }
     }
 }
 
@@ -51,13 +51,12 @@ WorkFolder::WorkFolder(const fs::path& project, std::string_view purpose)
     // It gets its name when it is locked: somebody who looks for abandoned ones could take it for one of them before.
     const fs::path unnamed = project / ("." + name + ".tmp");
     fs::create_directories(unnamed);
-    m_lock = openLocked(unnamed);
+    if (auto lock = lockFolder(unnamed))
+        m_lock = std::move(*lock);
     std::error_code error;
     fs::rename(unnamed, m_path, error);
     if (!error)
         return;
-    if (m_lock >= 0)
-        ::close(m_lock);
     fs::remove(unnamed);
     throw fs::filesystem_error("rename", m_path, error);
 }
@@ -66,8 +65,6 @@ WorkFolder::~WorkFolder()
 {
     std::error_code ignored;
     fs::remove_all(m_path, ignored);
-    if (m_lock >= 0)
-        ::close(m_lock);
 }
 
 } // namespace orvo

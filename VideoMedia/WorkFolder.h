@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VideoCore/FileLock.h"
+
 #include <filesystem>
 #include <string_view>
 
@@ -21,7 +23,7 @@ public:
 
 private:
     std::filesystem::path m_path;
-    int m_lock = -1; ///< The open folder, locked for as long as it is in use.
+    FileLock m_lock; ///< On the folder, for as long as it is in use.
 };
 
 } // namespace orvo

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VideoCore/FileLock.h"
+
 #include <filesystem>
 
 namespace orvo::cli {
@@ -11,12 +13,9 @@ public:
     /// Waits for its turn; tells the user on standard error when it has to. A file system without locks gives none.
     /// Throws `std::filesystem::filesystem_error` when the folder cannot be opened.
     explicit ProjectLock(const std::filesystem::path& folder);
-    ~ProjectLock();
-    ProjectLock(const ProjectLock&) = delete;
-    ProjectLock& operator=(const ProjectLock&) = delete;
 
 private:
-    int m_descriptor;
+    FileLock m_lock;
 };
 
 } // namespace orvo::cli

@@ -66,19 +66,12 @@ std::unique_ptr<Database> DataFolder::openDatabase(const Configuration& configur
 }
 
 DataFolder::Lock::Lock(const fs::path& file)
-    : m_descriptor(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
+    : m_lock(UniqueFd(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)))
 {
-    if (m_descriptor < 0)
+    if (m_lock.descriptor() < 0)
         throw fs::filesystem_error("open", file, std::error_code(errno, std::generic_category()));
-    if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) {
-        ::close(m_descriptor);
+    if (!m_lock.tryLock())
         throw captureError("Otro orvo-server usa ya esta carpeta de datos. Páralo antes.");
-    }
-}
-
-DataFolder::Lock::~Lock()
-{
-    ::close(m_descriptor);
 }
 
 } // namespace orvo::server

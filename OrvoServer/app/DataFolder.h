@@ -2,6 +2,7 @@
 
 #include "OrvoServer/app/Configuration.h"
 #include "OrvoServer/store/Database.h"
+#include "VideoCore/FileLock.h"
 
 #include <filesystem>
 #include <memory>
@@ -39,12 +40,9 @@ public:
     class Lock {
     public:
         explicit Lock(const std::filesystem::path& file);
-        ~Lock();
-        Lock(const Lock&) = delete;
-        Lock& operator=(const Lock&) = delete;
 
     private:
-        int m_descriptor;
+        FileLock m_lock;
     };
 
     const std::filesystem::path& root() const { return m_root; }

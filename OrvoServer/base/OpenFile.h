@@ -1,8 +1,11 @@
 #pragma once
 
+#include "VideoCore/UniqueFd.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <utility>
 
 namespace orvo::server {
 
@@ -11,20 +14,17 @@ class OpenFile {
 public:
     /// Throws `std::filesystem::filesystem_error`.
     static std::shared_ptr<const OpenFile> open(const std::filesystem::path& file);
-    explicit OpenFile(int descriptor, std::uint64_t size)
-        : m_descriptor(descriptor)
+    OpenFile(UniqueFd descriptor, std::uint64_t size)
+        : m_descriptor(std::move(descriptor))
         , m_size(size)
     {
     }
-    ~OpenFile();
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
 
-    int descriptor() const { return m_descriptor; }
+    int descriptor() const { return m_descriptor.get(); }
     std::uint64_t size() const { return m_size; }
 
 private:
-    int m_descriptor;
+    UniqueFd m_descriptor;
     std::uint64_t m_size;
 };
 

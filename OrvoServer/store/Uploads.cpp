@@ -2,6 +2,7 @@
 
 #include "OrvoServer/base/Crypto.h"
 #include "VideoCore/FileIO.h"
+#include "VideoCore/UniqueFd.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -32,21 +33,14 @@ constexpr std::uint64_t maxReadAtFinish = std::uint64_t{1} << 30U; ///< A longer
 struct Uploads::Writer::Part {
     explicit Part(fs::path file)
         : path(std::move(file))
-        , descriptor(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600))
+        , opened(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600))
+        , descriptor(opened.get())
     {
         struct stat status{};
-        if (descriptor < 0 || ::fstat(descriptor, &status) != 0) {
-            const int error = errno;
-            if (descriptor >= 0)
-                ::close(descriptor);
-            throw fs::filesystem_error("open", path, std::error_code(error, std::generic_category()));
-        }
+        if (!opened || ::fstat(descriptor, &status) != 0)
+            fail("open", path);
         size = static_cast<std::uint64_t>(status.st_size);
     }
-    ~Part() { ::close(descriptor); }
-    Part(const Part&) = delete;
-    Part& operator=(const Part&) = delete;
-
     /// Another instance may have taken bytes meanwhile, which are the same ones.
     void refresh()
     {
@@ -130,6 +124,7 @@ struct Uploads::Writer::Part {
     }
 
     const fs::path path;
+    const UniqueFd opened;
     const int descriptor;
     std::mutex mutex;
     std::uint64_t size = 0;

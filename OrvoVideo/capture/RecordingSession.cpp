@@ -34,13 +34,10 @@ constexpr auto flushInterval = 250ms;
 /// Brings what a file holds to the disk, whoever wrote it, unless it is as long as it was then. Returns its length.
 off_t flushed(const fs::path& file, off_t before)
 {
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0)
-        return before;
+    const UniqueFd opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
     struct stat facts{};
-    if (::fstat(descriptor, &facts) != 0 || (facts.st_size != before && ::fdatasync(descriptor) != 0))
-        facts.st_size = before;
-    ::close(descriptor);
+    if (!opened || ::fstat(opened.get(), &facts) != 0 || (facts.st_size != before && ::fdatasync(opened.get()) != 0))
+        return before;
     return facts.st_size;
 }
 
@@ -88,7 +85,7 @@ RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& eng
         auto tracks = m_engine.start(plan.source, folder / ProjectStore::mediaName, plan.options);
         const std::lock_guard lock(m_mutex);
         m_project.tracks = SharedList(std::move(tracks));
-        m_log = ::open((folder / PointerLog::fileName).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        m_log.reset(::open((folder / PointerLog::fileName).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
     } catch (const std::exception&) {
         const auto error = std::current_exception();
         giveUp();
@@ -259,16 +256,16 @@ void RecordingSession::writeLog()
         count = m_events.size();
         lines = PointerLog::linesOf(std::span(m_events).subspan(m_savedEvents));
     }
-    if (m_log < 0 || lines.empty())
+    if (!m_log || lines.empty())
         return;
     std::string_view left = lines;
     off_t place = m_logLength;
     while (!left.empty()) {
-        const ssize_t written = ::pwrite(m_log, left.data(), left.size(), place);
+        const ssize_t written = ::pwrite(m_log.get(), left.data(), left.size(), place);
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0) {
-            [[maybe_unused]] const int ignored = ::ftruncate(m_log, m_logLength);
+            [[maybe_unused]] const int ignored = ::ftruncate(m_log.get(), m_logLength);
             return;
         }
         left.remove_prefix(static_cast<std::size_t>(written));
@@ -315,8 +312,7 @@ RecordingSession::Result RecordingSession::stop()
         endPause(m_engine.time());
     }
     checkpoint();
-    if (m_log >= 0)
-        ::close(std::exchange(m_log, -1));
+    m_log.reset();
 
     VideoProject project = this->project();
     project.edit.events = SharedList(m_events);

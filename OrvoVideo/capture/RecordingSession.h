@@ -2,6 +2,7 @@
 
 #include "OrvoVideo/capture/CaptureEngine.h"
 #include "VideoCore/ProjectStore.h"
+#include "VideoCore/UniqueFd.h"
 #include "VideoCore/VideoProject.h"
 
 #include <condition_variable>
@@ -109,7 +110,7 @@ private:
     bool m_stopped = false;
     bool m_errorTold = false;
 
-    int m_log = -1; ///< The open pointer log; of the thread that writes checkpoints.
+    UniqueFd m_log; ///< The open pointer log; of the thread that writes checkpoints.
     off_t m_logLength = 0;
     std::map<std::filesystem::path, off_t> m_flushed; ///< Lengths of files when they were last brought to the disk.
     std::condition_variable_any m_wake;

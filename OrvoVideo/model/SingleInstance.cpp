@@ -7,8 +7,7 @@
 #include <QThread>
 #include <cerrno>
 #include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
+#include <utility>
 
 namespace orvo {
 
@@ -29,17 +28,15 @@ SingleInstance::SingleInstance(const fs::path& library, QObject* parent)
     m_address = QStringLiteral("orvo-video-") + QString::fromLatin1(digest.toHex());
 
     const fs::path file = canonical / ".lock";
-    const int lock = ::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (lock < 0)
+    UniqueFd descriptor(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!descriptor)
         throw fs::filesystem_error("lock", file, std::error_code(errno, std::system_category()));
-    if (::flock(lock, LOCK_EX | LOCK_NB) != 0) {
-        const int reason = errno;
-        ::close(lock);
-        if (reason != EWOULDBLOCK)
-            throw fs::filesystem_error("lock", file, std::error_code(reason, std::system_category()));
+    m_lock = FileLock(std::move(descriptor));
+    m_isFirst = m_lock.tryLock();
+    if (!m_isFirst) {
+        m_lock = FileLock();
         return;
     }
-    m_lock = lock;
 
     // Who has the lock owns the address: what lies there was left by a process that is gone.
     QLocalServer::removeServer(m_address);
@@ -57,8 +54,6 @@ SingleInstance::SingleInstance(const fs::path& library, QObject* parent)
 SingleInstance::~SingleInstance()
 {
     m_server.close();
-    if (m_lock >= 0)
-        ::close(m_lock);
 }
 
 void SingleInstance::serve(QLocalSocket* socket)

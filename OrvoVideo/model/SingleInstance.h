@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VideoCore/FileLock.h"
+
 #include <QLocalServer>
 #include <QObject>
 #include <QStringList>
@@ -22,7 +24,7 @@ public:
     ~SingleInstance() override;
 
     /// Whether this process has the library. Only then `activated` is emitted.
-    bool isFirst() const noexcept { return m_lock >= 0; }
+    bool isFirst() const noexcept { return m_isFirst; }
 
     /// Brings the first one to the front and gives it these arguments (movies to import, for example). Blocks until it has
     /// answered, at most `limit` milliseconds. False when it has not: the text for the user is `notAnsweringText`.
@@ -39,7 +41,8 @@ private:
     void serve(QLocalSocket* socket);
 
     QString m_address;
-    int m_lock = -1; ///< Descriptor of the lock file.
+    FileLock m_lock;
+    bool m_isFirst = false;
     QLocalServer m_server;
 };
 

@@ -140,20 +140,13 @@ private:
 
 FrozenFile::FrozenFile(const fs::path& location)
     : m_location(location)
-    , m_descriptor(::open(location.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC))
+    , m_file(::open(location.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC))
 {
-    if (m_descriptor < 0)
+    if (!m_file)
         fail("open", location, errno);
-    const int code = ::fstat(m_descriptor, &m_facts) != 0 ? errno : S_ISREG(m_facts.st_mode) ? 0 : EINVAL;
-    if (code != 0) {
-        ::close(m_descriptor);
+    const int code = ::fstat(m_file.get(), &m_facts) != 0 ? errno : S_ISREG(m_facts.st_mode) ? 0 : EINVAL;
+    if (code != 0)
         fail("open", location, code);
-    }
-}
-
-FrozenFile::~FrozenFile()
-{
-    ::close(m_descriptor);
 }
 
 bool FrozenFile::isSame(const struct stat& other) const
@@ -167,7 +160,7 @@ std::size_t FrozenFile::read(std::int64_t offset, std::span<char> into) const
     std::size_t count = 0;
     while (count < into.size()) {
         const ssize_t got =
-            ::pread(m_descriptor, into.data() + count, into.size() - count, offset + static_cast<std::int64_t>(count));
+            ::pread(m_file.get(), into.data() + count, into.size() - count, offset + static_cast<std::int64_t>(count));
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
@@ -182,7 +175,7 @@ std::size_t FrozenFile::read(std::int64_t offset, std::span<char> into) const
 bool FrozenFile::isUnchanged() const
 {
     struct stat facts{};
-    return ::fstat(m_descriptor, &facts) == 0 && isSame(facts);
+    return ::fstat(m_file.get(), &facts) == 0 && isSame(facts);
 }
 
 std::shared_ptr<const FrozenFile> PublicationFile::open() const

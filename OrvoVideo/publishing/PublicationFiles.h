@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VideoCore/ProjectStore.h"
+#include "VideoCore/UniqueFd.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -20,9 +21,6 @@ class FrozenFile {
 public:
     /// Opens a regular file. Throws file system errors unchanged.
     explicit FrozenFile(const std::filesystem::path& location);
-    ~FrozenFile();
-    FrozenFile(const FrozenFile&) = delete;
-    FrozenFile& operator=(const FrozenFile&) = delete;
 
     std::int64_t size() const noexcept { return m_facts.st_size; }
 
@@ -38,7 +36,7 @@ public:
 
 private:
     std::filesystem::path m_location;
-    int m_descriptor;
+    UniqueFd m_file;
     struct stat m_facts{};
 };
 

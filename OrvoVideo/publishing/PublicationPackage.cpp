@@ -8,9 +8,8 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <format>
-#include <sys/file.h>
 #include <system_error>
-#include <unistd.h>
+#include <utility>
 
 namespace orvo {
 
@@ -26,18 +25,12 @@ PublicationPackage::PublicationPackage(
 {
     m_settings.fps = project.fps;
     fs::create_directories(m_folder);
-    m_lock = ::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (m_lock < 0)
+    UniqueFd descriptor(::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!descriptor)
         throw fs::filesystem_error("open", m_folder, std::error_code(errno, std::system_category()));
-    if (::flock(m_lock, LOCK_EX | LOCK_NB) != 0) {
-        ::close(m_lock);
+    m_lock = FileLock(std::move(descriptor));
+    if (!m_lock.tryLock())
         throw captureError("Este proyecto ya se está publicando en otra ventana u otro terminal.");
-    }
-}
-
-PublicationPackage::~PublicationPackage()
-{
-    ::close(m_lock);
 }
 
 bool PublicationPackage::isReady() const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VideoCore/FileLock.h"
 #include "VideoCore/ProjectStore.h"
 #include "VideoMedia/ExportService.h"
 #include "VideoMedia/MediaProbe.h"
@@ -20,9 +21,6 @@ public:
     ///
     /// Throws `captureError` while another program publishes the project, file system errors unchanged.
     PublicationPackage(const VideoProject& project, const ProjectStore& store, const ExportSettings& settings);
-    ~PublicationPackage();
-    PublicationPackage(const PublicationPackage&) = delete;
-    PublicationPackage& operator=(const PublicationPackage&) = delete;
 
     /// Whether there is a complete package of just this project with these settings.
     bool isReady() const;
@@ -48,7 +46,7 @@ private:
     ExportSettings m_settings;
     std::filesystem::path m_folder;
     std::string m_signature;
-    int m_lock = -1; ///< The open folder, locked.
+    FileLock m_lock; ///< On the folder.
 };
 
 } // namespace orvo

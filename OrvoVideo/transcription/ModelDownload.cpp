@@ -1,6 +1,7 @@
 #include "OrvoVideo/transcription/SpeechModels.h"
 #include "Platform/proxy/SystemProxy.h"
 #include "VideoCore/Error.h"
+#include "VideoCore/FileLock.h"
 #include "VideoMedia/Sha256.h"
 
 #include <array>
@@ -10,7 +11,6 @@
 #include <fstream>
 #include <memory>
 #include <mutex>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -32,22 +32,18 @@ class PartialFile {
 public:
     explicit PartialFile(fs::path path)
         : m_path(std::move(path))
-        , m_descriptor(::open(m_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644))
+        , m_lock(UniqueFd(::open(m_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644)))
+        , m_descriptor(m_lock.descriptor())
     {
         if (m_descriptor < 0)
             fail();
         struct stat held{};
         struct stat named{};
         // Whoever held it before may have made it the model since.
-        if (::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 || ::fstat(m_descriptor, &held) != 0
-            || ::stat(m_path.c_str(), &named) != 0 || held.st_ino != named.st_ino) {
-            ::close(m_descriptor);
+        if (!m_lock.tryLock() || ::fstat(m_descriptor, &held) != 0 || ::stat(m_path.c_str(), &named) != 0
+            || held.st_ino != named.st_ino)
             throw captureError("El modelo de voz ya se está descargando.");
-        }
     }
-    ~PartialFile() { ::close(m_descriptor); }
-    PartialFile(const PartialFile&) = delete;
-    PartialFile& operator=(const PartialFile&) = delete;
 
     std::uint64_t size() const { return fs::file_size(m_path); }
     const fs::path& path() const { return m_path; }
@@ -82,7 +78,8 @@ private:
     }
 
     fs::path m_path;
-    int m_descriptor;
+    FileLock m_lock;
+    int m_descriptor; ///< Of the lock.
 };
 
 std::string sha256(const fs::path& file, const std::stop_token& stop)

@@ -5,8 +5,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
+#include <utility>
 
 namespace orvo {
 
@@ -14,21 +13,19 @@ namespace fs = std::filesystem;
 
 TranscriptionFile::TranscriptionFile(const fs::path& projectFolder)
     : m_path(projectFolder / "transcription.wav")
-    , m_lock(::open(m_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600))
 {
-    if (m_lock < 0)
+    UniqueFd descriptor(::open(m_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!descriptor)
         throw fs::filesystem_error("create", m_path, std::error_code(errno, std::generic_category()));
-    if (::flock(m_lock, LOCK_EX | LOCK_NB) != 0) {
-        ::close(m_lock);
+    m_lock = FileLock(std::move(descriptor));
+    if (!m_lock.tryLock())
         throw captureError("Este proyecto ya se está transcribiendo en otra ventana u otro terminal.");
-    }
 }
 
 TranscriptionFile::~TranscriptionFile()
 {
     std::error_code ignored;
     fs::remove(m_path, ignored);
-    ::close(m_lock);
 }
 
 } // namespace orvo

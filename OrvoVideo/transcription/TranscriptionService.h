@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OrvoVideo/transcription/SpeechRecognizer.h"
+#include "VideoCore/FileLock.h"
 #include "VideoCore/VideoProject.h"
 #include "VideoMedia/ProcessRunner.h"
 
@@ -45,7 +46,7 @@ public:
 
 private:
     std::filesystem::path m_path;
-    int m_lock = -1; ///< The open file, locked for as long as it is in use.
+    FileLock m_lock; ///< On the file, for as long as it is in use.
 };
 
 } // namespace orvo

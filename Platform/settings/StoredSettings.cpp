@@ -3,6 +3,7 @@
 #include "VideoCore/DataFolder.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
+#include "VideoCore/FileLock.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -10,9 +11,8 @@
 #include <format>
 #include <memory>
 #include <new>
-#include <sys/file.h>
 #include <system_error>
-#include <unistd.h>
+#include <utility>
 #include <yyjson.h>
 
 namespace orvo::StoredSettings {
@@ -35,26 +35,16 @@ fs::path configurationFolder()
     return configurationHome() / "OrvoVideo";
 }
 
-/// While it lives, no other program changes the settings.
-class Lock {
-public:
-    explicit Lock(const fs::path& folder)
-        : m_folder(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
-    {
-        if (m_folder < 0 || ::flock(m_folder, LOCK_EX) != 0) {
-            const int code = errno;
-            if (m_folder >= 0)
-                ::close(m_folder);
-            throw fs::filesystem_error("lock", folder, std::error_code(code, std::system_category()));
-        }
-    }
-    ~Lock() { ::close(m_folder); }
-    Lock(const Lock&) = delete;
-    Lock& operator=(const Lock&) = delete;
-
-private:
-    int m_folder;
-};
+/// Keeps other programs from changing the settings while the lock lives.
+FileLock lockSettings(const fs::path& folder)
+{
+    UniqueFd descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!descriptor)
+        throw fs::filesystem_error("lock", folder, std::error_code(errno, std::system_category()));
+    FileLock lock(std::move(descriptor));
+    lock.lock();
+    return lock;
+}
 
 /// The settings as they are; nothing when there are none. Throws for a file that cannot be read or understood.
 Document read()
@@ -97,7 +87,7 @@ void setText(std::string_view key, std::string_view value)
 {
     const fs::path folder = configurationFolder();
     fs::create_directories(folder);
-    const Lock lock(folder);
+    const FileLock lock = lockSettings(folder);
     const Document old = read();
     const std::unique_ptr<yyjson_mut_doc, Free> document(
         old ? yyjson_doc_mut_copy(old.get(), nullptr) : yyjson_mut_doc_new(nullptr));

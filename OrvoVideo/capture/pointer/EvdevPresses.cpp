@@ -2,6 +2,7 @@
 
 #include "OrvoVideo/capture/pointer/PressListener.h"
 #include "OrvoVideo/capture/pointer/WakeUp.h"
+#include "VideoCore/UniqueFd.h"
 
 #include <fcntl.h>
 #include <libevdev/libevdev.h>
@@ -33,15 +34,12 @@ using Device = std::unique_ptr<libevdev, FreeDevice>;
 /// Nothing when it may not be read or is nothing that moves a pointer.
 Device openDevice(const fs::path& file)
 {
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor < 0)
-        return {};
+    UniqueFd descriptor(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     libevdev* raw = nullptr;
-    if (libevdev_new_from_fd(descriptor, &raw) < 0) {
-        ::close(descriptor);
+    if (!descriptor || libevdev_new_from_fd(descriptor.get(), &raw) < 0)
         return {};
-    }
     Device device(raw);
+    descriptor.release(); // The device closes it.
     const bool moves = libevdev_has_event_type(raw, EV_REL) != 0 || libevdev_has_event_type(raw, EV_ABS) != 0;
     if (!moves || libevdev_has_event_code(raw, EV_KEY, BTN_LEFT) == 0)
         return {};
@@ -62,7 +60,7 @@ public:
         , m_watch(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
     {
         // A device is there first and may be read a moment later, when its rights are set.
-        ::inotify_add_watch(m_watch, folder.c_str(), IN_CREATE | IN_ATTRIB | IN_DELETE);
+        ::inotify_add_watch(m_watch.get(), folder.c_str(), IN_CREATE | IN_ATTRIB | IN_DELETE);
         std::error_code error;
         for (const auto& entry : fs::directory_iterator(folder, error))
             add(entry.path());
@@ -75,7 +73,6 @@ public:
             m_wakeUp.call();
             m_thread.join();
         }
-        ::close(m_watch);
     }
 
     Reader(const Reader&) = delete;
@@ -102,7 +99,8 @@ private:
     void read(const std::stop_token& stop)
     {
         while (!stop.stop_requested()) {
-            std::vector<pollfd> sources{{.fd = m_wakeUp.descriptor(), .events = POLLIN}, {.fd = m_watch, .events = POLLIN}};
+            std::vector<pollfd> sources{
+                {.fd = m_wakeUp.descriptor(), .events = POLLIN}, {.fd = m_watch.get(), .events = POLLIN}};
             for (const auto& [file, device] : m_devices)
                 sources.push_back({.fd = libevdev_get_fd(device.get()), .events = POLLIN});
             ::poll(sources.data(), sources.size(), -1);
@@ -133,7 +131,7 @@ private:
     void readChanges()
     {
         alignas(inotify_event) char buffer[4096];
-        for (ssize_t length = 0; (length = ::read(m_watch, buffer, sizeof buffer)) > 0;) {
+        for (ssize_t length = 0; (length = ::read(m_watch.get(), buffer, sizeof buffer)) > 0;) {
             for (const char* at = buffer; at < buffer + length;) {
                 const auto& change = *reinterpret_cast<const inotify_event*>(at);
                 if (change.len > 0 && (change.mask & IN_DELETE) == 0)
@@ -144,7 +142,7 @@ private:
     }
 
     fs::path m_folder;
-    int m_watch;
+    UniqueFd m_watch;
     WakeUp m_wakeUp;
     std::map<fs::path, Device> m_devices; ///< Of the thread alone, once it runs.
     std::jthread m_thread;

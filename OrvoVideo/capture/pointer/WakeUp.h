@@ -1,24 +1,20 @@
 #pragma once
 
+#include "VideoCore/UniqueFd.h"
+
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 namespace orvo {
 
 /// Wakes a thread that waits for other things in `poll`.
 class WakeUp {
 public:
-    WakeUp() = default;
-    ~WakeUp() { ::close(m_event); }
-    WakeUp(const WakeUp&) = delete;
-    WakeUp& operator=(const WakeUp&) = delete;
-
     /// Can be read from once it has been called for.
-    int descriptor() const noexcept { return m_event; }
-    void call() const noexcept { ::eventfd_write(m_event, 1); }
+    int descriptor() const noexcept { return m_event.get(); }
+    void call() const noexcept { ::eventfd_write(m_event.get(), 1); }
 
 private:
-    int m_event = ::eventfd(0, EFD_CLOEXEC);
+    UniqueFd m_event{::eventfd(0, EFD_CLOEXEC)};
 };
 
 } // namespace orvo

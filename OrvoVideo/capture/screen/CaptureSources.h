@@ -2,6 +2,7 @@
 
 #include "OrvoVideo/capture/screen/CapturedPicture.h"
 #include "VideoCore/Geometry.h"
+#include "VideoCore/UniqueFd.h"
 
 #include <chrono>
 #include <cstdint>
@@ -53,7 +54,7 @@ public:
         std::chrono::milliseconds patience, const std::stop_token& stop = {});
 
 private:
-    int m_descriptor;
+    UniqueFd m_remote;
     std::uint32_t m_node;
     mutable std::mutex m_mutex; ///< Guards the following.
     mutable std::unique_ptr<Connection> m_connection;

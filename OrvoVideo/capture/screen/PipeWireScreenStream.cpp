@@ -91,23 +91,19 @@ struct PipeWireStream::Connection {
 };
 
 PipeWireStream::PipeWireStream(int descriptor, std::uint32_t node) noexcept
-    : m_descriptor(descriptor)
+    : m_remote(descriptor)
     , m_node(node)
 {
 }
 
-PipeWireStream::~PipeWireStream()
-{
-    if (m_descriptor >= 0)
-        ::close(m_descriptor);
-}
+PipeWireStream::~PipeWireStream() = default;
 
 PipeWireStream::Connection& PipeWireStream::connection() const
 {
     const std::lock_guard lock(m_mutex);
     if (!m_connection) {
         // It closes the descriptor that it is given.
-        m_connection = std::make_unique<Connection>(::fcntl(m_descriptor, F_DUPFD_CLOEXEC, 0));
+        m_connection = std::make_unique<Connection>(::fcntl(m_remote.get(), F_DUPFD_CLOEXEC, 0));
     }
     return *m_connection;
 }

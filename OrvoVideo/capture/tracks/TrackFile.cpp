@@ -3,6 +3,7 @@
 #include "OrvoVideo/capture/tracks/PictureEncoder.h"
 #include "OrvoVideo/gstreamer/GstHandles.h"
 #include "VideoCore/Error.h"
+#include "VideoCore/UniqueFd.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -54,10 +55,9 @@ std::string fileLine(const char* muxer)
 /// What is wrong with the place of a file is known before anything is recorded.
 void makeEmpty(const std::filesystem::path& file)
 {
-    const int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (descriptor < 0)
+    const UniqueFd created(::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    if (!created)
         throw std::filesystem::filesystem_error("create", file, std::error_code(errno, std::generic_category()));
-    ::close(descriptor);
 }
 
 } // namespace
