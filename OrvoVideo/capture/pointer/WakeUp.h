@@ -5,7 +5,7 @@
 
 namespace orvo {
 
-/// Wakes a thread that waits for other things in `poll`.
+/// Wakes a thread that waits in `poll`.
 class WakeUp {
 public:
     WakeUp() = default;
@@ -13,7 +13,7 @@ public:
     WakeUp(const WakeUp&) = delete;
     WakeUp& operator=(const WakeUp&) = delete;
 
-    /// Can be read from once it has been called for.
+    /// Readable after `call`.
     int descriptor() const noexcept { return m_event; }
     void call() const noexcept { ::eventfd_write(m_event, 1); }
 
