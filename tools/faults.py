@@ -414,14 +414,14 @@ def main():
 
 
 def write(file, rows):
-    text = ["# What faults leave of a recording", "",
-            "Made by `./dev faults`: real recordings of a display of 1280×720 with microphone and system sound, on a machine without a",
-            "graphics card. After each fault every track was decoded, document and pointer log compared, the project recovered where it",
-            "had to be, validated and exported. At most 2.5 seconds before a fault may be missing.", "",
+    text = ["# Faults during a recording", "",
+            "Written by `./dev faults`: real recordings of a 1280×720 display with microphone and system audio, on a machine without a",
+            "graphics card. After each fault it decodes every track, compares the document and the pointer log, recovers the project if",
+            "needed, validates it and exports it. At most the last 2.5 seconds before a fault may be lost.", "",
             "| Fault | Times | What the user sees | Kept |", "|---|---:|---|---|"]
     text += [f"| {row.fault} | {row.times} | {row.seen} | {row.kept} |" for row in rows]
-    text += ["", "The tests have the rest: a display that changes its size, a camera that is unplugged and plugged in again, a desktop that",
-             "stops sharing, and its compositor ended.", ""]
+    text += ["", "The tests cover the rest: a display that is resized, a camera that is unplugged and plugged in again, a desktop that stops",
+             "sharing, and the end of its compositor.", ""]
     file.write_text("\n".join(text))
 
 
