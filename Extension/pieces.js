@@ -1,4 +1,4 @@
-// What is on its way to the helper: pieces in order, only so many unanswered at a time.
+// Queues chunks for the helper: in order, with a limit on unacknowledged ones.
 
 const MAX_PIECE = 384 * 1024; // Bytes; base64 adds a third, which stays below the helper's limit.
 const MAX_UNANSWERED = 8;
@@ -29,14 +29,14 @@ export class PieceQueue {
     this.#unansweredTicks = 0;
     --this.#unanswered;
     this.#pump();
-    this.#tellIfEmpty();
+    this.#resolveIfEmpty();
   }
 
   // Resolves when the helper has stored everything.
   drained() {
     return new Promise((resolve) => {
       this.#whenEmpty.push(resolve);
-      this.#tellIfEmpty();
+      this.#resolveIfEmpty();
     });
   }
 
@@ -66,7 +66,7 @@ export class PieceQueue {
     this.#sending = false;
   }
 
-  #tellIfEmpty() {
+  #resolveIfEmpty() {
     if (this.#unanswered || this.#waiting.length || this.#sending) return;
     for (const resolve of this.#whenEmpty.splice(0)) resolve();
   }

@@ -15,7 +15,7 @@
   const ending = new AbortController();
 
   // A frame knows the pointer's position on the screen; only the top page knows the area's origin there.
-  function tellFrames(event) {
+  function informFrames(event) {
     if (!isTop) return;
     const area = { orvoArea: { x: event.screenX - event.clientX, y: event.screenY - event.clientY, width: innerWidth, height: innerHeight } };
     for (let i = 0; i < window.frames.length; ++i) window.frames[i].postMessage(area, "*");
@@ -56,11 +56,11 @@
 
   const options = { capture: true, passive: true, signal: ending.signal };
   addEventListener("pointermove", (event) => {
-    tellFrames(event);
+    informFrames(event);
     note("move", event);
   }, options);
   addEventListener("pointerdown", (event) => {
-    tellFrames(event);
+    informFrames(event);
     if (event.button === 0 || event.button === 2) note("click", event);
   }, options);
   // After leaving this document, another one reports the pointer.

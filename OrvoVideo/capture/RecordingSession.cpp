@@ -81,7 +81,7 @@ RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& eng
             try {
                 std::rethrow_exception(error);
             } catch (const std::exception& reason) {
-                tellError(describe(reason));
+                reportError(describe(reason));
             }
         };
         m_engine.onDevice = m_listener.onDevice;
@@ -283,14 +283,14 @@ void RecordingSession::writeLog()
 void RecordingSession::watchDisk()
 {
     if (!CaptureSession::hasRoom(m_store.directory(m_id)))
-        tellError("Queda muy poco espacio en el disco: la grabación se ha detenido.");
+        reportError("Queda muy poco espacio en el disco: la grabación se ha detenido.");
 }
 
-void RecordingSession::tellError(const std::string& text)
+void RecordingSession::reportError(const std::string& text)
 {
     {
         const std::lock_guard lock(m_mutex);
-        if (std::exchange(m_errorTold, true))
+        if (std::exchange(m_errorReported, true))
             return;
     }
     if (m_listener.onError)

@@ -92,7 +92,7 @@ private:
     void writeLog();
     void watchDisk();
     void endPause(double now);
-    void tellError(const std::string& text);
+    void reportError(const std::string& text);
     void create(const Plan& plan);
     void giveUp();
 
@@ -107,7 +107,7 @@ private:
     std::size_t m_savedEvents = 0; ///< Number of events already in the log.
     std::optional<double> m_pauseStart;
     bool m_stopped = false;
-    bool m_errorTold = false;
+    bool m_errorReported = false;
 
     int m_log = -1; ///< File descriptor of the pointer log; used by the checkpoint thread.
     off_t m_logLength = 0;

@@ -156,12 +156,12 @@ private:
     void findDevice()
     {
         if (m_chosen.empty())
-            letGo(pa_context_get_server_info(m_context.get(), &PulseAudioStream::serverTold, this));
+            letGo(pa_context_get_server_info(m_context.get(), &PulseAudioStream::serverReported, this));
         else
             askFor(m_chosen.c_str());
     }
 
-    static void serverTold(pa_context*, const pa_server_info* info, void* self)
+    static void serverReported(pa_context*, const pa_server_info* info, void* self)
     {
         const char* name = nullptr;
         if (info)
@@ -175,12 +175,12 @@ private:
     void askFor(const char* name)
     {
         if (m_input == Input::microphone)
-            letGo(pa_context_get_source_info_by_name(m_context.get(), name, &PulseAudioStream::sourceTold, this));
+            letGo(pa_context_get_source_info_by_name(m_context.get(), name, &PulseAudioStream::sourceReported, this));
         else
-            letGo(pa_context_get_sink_info_by_name(m_context.get(), name, &PulseAudioStream::sinkTold, this));
+            letGo(pa_context_get_sink_info_by_name(m_context.get(), name, &PulseAudioStream::sinkReported, this));
     }
 
-    static void sourceTold(pa_context*, const pa_source_info* info, int end, void* self)
+    static void sourceReported(pa_context*, const pa_source_info* info, int end, void* self)
     {
         if (end > 0)
             return;
@@ -192,7 +192,7 @@ private:
             of(self).lose();
     }
 
-    static void sinkTold(pa_context*, const pa_sink_info* info, int end, void* self)
+    static void sinkReported(pa_context*, const pa_sink_info* info, int end, void* self)
     {
         if (end == 0)
             of(self).recordFrom(info->monitor_source_name, info->sample_spec.channels);

@@ -126,7 +126,7 @@ private:
                 return status == -EAGAIN || status == -EINTR;
             const bool isPress = event.type == EV_KEY && event.value == 1;
             if (isPress && (event.code == BTN_LEFT || event.code == BTN_RIGHT))
-                listener.tell();
+                listener.notify();
         }
     }
 

@@ -17,7 +17,7 @@ public:
         m_pressed = std::move(pressed);
     }
 
-    void tell()
+    void notify()
     {
         const std::lock_guard lock(m_mutex);
         if (m_pressed)

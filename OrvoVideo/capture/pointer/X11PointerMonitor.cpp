@@ -79,7 +79,7 @@ private:
             return;
         const auto button = reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event).detail;
         if (button == leftButton || button == rightButton)
-            listener.tell();
+            listener.notify();
     }
 
     XcbDisplay m_display;
