@@ -1,4 +1,4 @@
-// Joins the browser's parts: the popup and the shortcuts ask, the session records, the badge shows how it goes.
+// Connects the parts: popup and shortcuts send requests, the session records, the badge shows the state.
 
 import { mayRecord, storedOptions } from "./options.js";
 import { Session } from "./session.js";
@@ -19,7 +19,7 @@ function showState() {
   chrome.action.setBadgeBackgroundColor({ color: badge.color });
   const key = session.failure ? `failure_${session.failure.reason}` : `state_${session.state}`;
   chrome.action.setTitle({ title: `${chrome.i18n.getMessage("name")} · ${chrome.i18n.getMessage(key)}` });
-  // Nobody listens while the popup is closed.
+  // The popup does not listen while it is closed.
   chrome.runtime.sendMessage({ to: "popup", state: session.description() }).catch(() => {});
 }
 
@@ -56,7 +56,7 @@ chrome.runtime.onMessage.addListener((message, sender, reply) => {
       return false;
     case "helper":
       session.isHelperThere().then(reply);
-      return true; // The answer comes later.
+      return true; // The reply comes later.
     case "pointer":
       session.addPointer(sender, message.events);
       return false;
@@ -69,7 +69,7 @@ chrome.runtime.onConnect.addListener((port) => {
   if (port.name === "recorder" && port.sender?.id === chrome.runtime.id) session.attachRecorder(port);
 });
 
-// Scripts of the page are gone with it.
+// A new page has lost the script.
 chrome.tabs.onUpdated.addListener((tab, change) => {
   if (change.status === "complete") session.watchPointer(tab);
 });

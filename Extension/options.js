@@ -1,4 +1,4 @@
-// How a tab is recorded: what the user has chosen in the popup, before that the usual.
+// The options of a recording: the user's choices in the popup, else the defaults.
 
 const USUAL = { height: 1080, fps: 30, microphone: true, camera: false };
 
@@ -11,8 +11,8 @@ export async function storeOptions(options) {
   await chrome.storage.local.set({ options });
 }
 
-// Whether the browser lets the extension use what is to be recorded. If not, opens a page that has it ask the user: the
-// recorder has no window in which it could.
+// Whether the extension may use the chosen devices. If not, opens a page that requests them: the recorder has no window
+// to do so.
 export async function mayRecord({ microphone, camera }) {
   for (const [wanted, name] of [[microphone, "microphone"], [camera, "camera"]]) {
     if (!wanted) continue;

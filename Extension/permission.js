@@ -1,4 +1,4 @@
-// Has the browser ask for the microphone and the camera, once.
+// Requests microphone and camera once.
 
 const query = new URLSearchParams(location.search);
 const text = (key) => chrome.i18n.getMessage(key);

@@ -1,8 +1,8 @@
-// What is on its way to the helper: pieces in order, only so many unanswered at a time.
+// Queues chunks for the helper: in order, with a limit on unacknowledged ones.
 
-const LARGEST_PIECE = 384 * 1024; // Bytes; in base64 a third more, below what the helper takes.
-const MOST_UNANSWERED = 8;
-const MOST_WAITING = 256 * 1024 * 1024; // Bytes that may wait for a slow disk.
+const MAX_PIECE = 384 * 1024; // Bytes; base64 adds a third, which stays below the helper's limit.
+const MAX_UNANSWERED = 8;
+const MAX_WAITING = 256 * 1024 * 1024; // Bytes that may wait for a slow disk.
 
 export class PieceQueue {
   #send;
@@ -14,13 +14,13 @@ export class PieceQueue {
   #unansweredTicks = 0;
   #whenEmpty = [];
 
-  // `send` takes { track, sequence, data } with data in base64.
+  // `send` receives { track, sequence, data } with data in base64.
   constructor(send) {
     this.#send = send;
   }
 
   add(track, blob) {
-    for (let at = 0; at < blob.size; at += LARGEST_PIECE) this.#waiting.push({ track, blob: blob.slice(at, at + LARGEST_PIECE) });
+    for (let at = 0; at < blob.size; at += MAX_PIECE) this.#waiting.push({ track, blob: blob.slice(at, at + MAX_PIECE) });
     this.#waitingBytes += blob.size;
     this.#pump();
   }
@@ -29,32 +29,32 @@ export class PieceQueue {
     this.#unansweredTicks = 0;
     --this.#unanswered;
     this.#pump();
-    this.#tellIfEmpty();
+    this.#resolveIfEmpty();
   }
 
-  // Resolves when the helper has everything.
+  // Resolves when the helper has stored everything.
   drained() {
     return new Promise((resolve) => {
       this.#whenEmpty.push(resolve);
-      this.#tellIfEmpty();
+      this.#resolveIfEmpty();
     });
   }
 
   get isTooLong() {
-    return this.#waitingBytes > MOST_WAITING;
+    return this.#waitingBytes > MAX_WAITING;
   }
 
-  // How many calls of this one have seen pieces and no answer. A clock would count the time that the machine sleeps.
+  // Counts its calls while chunks are unacknowledged. A clock would include the time that the machine sleeps.
   tick() {
     if (this.#unanswered > 0) ++this.#unansweredTicks;
     return this.#unansweredTicks;
   }
 
-  // One at a time: what is read later must not overtake.
+  // One at a time, so that chunks keep their order.
   async #pump() {
     if (this.#sending) return;
     this.#sending = true;
-    while (this.#waiting.length && this.#unanswered < MOST_UNANSWERED) {
+    while (this.#waiting.length && this.#unanswered < MAX_UNANSWERED) {
       const { track, blob } = this.#waiting.shift();
       this.#waitingBytes -= blob.size;
       ++this.#unanswered;
@@ -66,7 +66,7 @@ export class PieceQueue {
     this.#sending = false;
   }
 
-  #tellIfEmpty() {
+  #resolveIfEmpty() {
     if (this.#unanswered || this.#waiting.length || this.#sending) return;
     for (const resolve of this.#whenEmpty.splice(0)) resolve();
   }

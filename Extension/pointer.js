@@ -1,5 +1,5 @@
-// Runs in the recorded page and its frames: where the pointer is twelve times a second while it moves, and every press, as
-// fractions of the tab's area.
+// Runs in the recorded page and its frames. Reports the pointer's position twelve times per second while it moves, and
+// every press, in fractions of the tab's area.
 
 (() => {
   if (globalThis.orvoWatchesPointer) return;
@@ -8,14 +8,14 @@
   const SAMPLE = 1000 / 12; // Milliseconds.
   const BATCH = 500;
   const isTop = window === window.top;
-  let origin = null; // Where the tab's area begins on the screen, in CSS pixels of this page.
+  let origin = null; // The origin of the tab's area on the screen, in CSS pixels of this page.
   let size = isTop ? null : undefined;
   let latest = null;
   let events = [];
   const ending = new AbortController();
 
-  // A frame knows where the pointer is on the screen; the page around it knows where the area begins there.
-  function tellFrames(event) {
+  // A frame knows the pointer's position on the screen; only the top page knows the area's origin there.
+  function informFrames(event) {
     if (!isTop) return;
     const area = { orvoArea: { x: event.screenX - event.clientX, y: event.screenY - event.clientY, width: innerWidth, height: innerHeight } };
     for (let i = 0; i < window.frames.length; ++i) window.frames[i].postMessage(area, "*");
@@ -39,11 +39,11 @@
 
   function send() {
     if (!events.length) return;
-    // The clock of a page stands still while the machine sleeps, so that only differences of it mean something elsewhere.
+    // A page's clock stops while the machine sleeps, so only differences are meaningful elsewhere.
     const now = performance.now();
     const batch = events.map(({ at, ...event }) => ({ ...event, age: now - at }));
     events = [];
-    // Rejected when the extension was updated or taken away meanwhile.
+    // Rejected when the extension was updated or removed.
     chrome.runtime.sendMessage({ to: "background", action: "pointer", events: batch }).catch(end);
   }
 
@@ -56,14 +56,14 @@
 
   const options = { capture: true, passive: true, signal: ending.signal };
   addEventListener("pointermove", (event) => {
-    tellFrames(event);
+    informFrames(event);
     note("move", event);
   }, options);
   addEventListener("pointerdown", (event) => {
-    tellFrames(event);
+    informFrames(event);
     if (event.button === 0 || event.button === 2) note("click", event);
   }, options);
-  // Leaving this document, the pointer is another's to tell.
+  // After leaving this document, another one reports the pointer.
   document.documentElement.addEventListener("pointerleave", () => { latest = null; }, options);
   if (!isTop) {
     addEventListener("message", (event) => {

@@ -1,4 +1,4 @@
-// What the user sees on a press of the icon: how it goes, what is recorded, the buttons.
+// The popup: state, options and buttons.
 
 import { storeOptions, storedOptions } from "./options.js";
 
@@ -61,7 +61,7 @@ async function record() {
   }
   const chosen = options();
   await storeOptions(chosen);
-  await ask("toggle"); // Which has the browser ask for the microphone and the camera if need be.
+  await ask("toggle"); // Requests microphone and camera if needed.
 }
 
 for (const labelled of document.querySelectorAll("[data-text]")) labelled.textContent = text(labelled.dataset.text);

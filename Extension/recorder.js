@@ -1,11 +1,11 @@
-// The page that records, out of sight: streams into files, piece by piece to the helper, nothing kept for longer than it
-// takes to be written.
+// The offscreen page that records. Sends the streams to the helper in chunks, and keeps nothing longer than it takes to
+// store it.
 
 import { PieceQueue } from "./pieces.js";
 
-const PIECE_INTERVAL = 1000; // Milliseconds of recording in a piece.
-const LOST_AFTER = 15; // Seconds without an answer to the last piece.
-const LONGEST_END = 60; // Seconds from the end of the recording to the helper's last answer.
+const PIECE_INTERVAL = 1000; // Milliseconds of recording in a chunk.
+const LOST_AFTER = 15; // Seconds without an acknowledgement.
+const MAX_END = 60; // Seconds from the end of the recording to the helper's last acknowledgement.
 const CODECS = ["video/webm;codecs=h264,opus", "video/webm;codecs=vp9,opus", "video/webm;codecs=vp8,opus"];
 
 const port = chrome.runtime.connect({ name: "recorder" });
@@ -17,17 +17,17 @@ let clock = null; // Of the recording.
 let ending = false;
 let secondsEnding = 0;
 
-// All times are of this page's clock, in milliseconds.
+// Times are in milliseconds of this page's clock.
 class RecordingClock {
   #begin = performance.now();
-  #pauses = []; // { from, to }; the last one may have no end yet.
+  #pauses = []; // { from, to }; the last one may still be open.
 
   // The first frame is time 0.
   beginAt(moment) {
     this.#begin = moment;
   }
 
-  // Seconds of recording at a moment, or null when it was paused then.
+  // The recording time in seconds at a moment, or null during a pause.
   at(moment) {
     return this.#pauses.some(({ from, to }) => moment >= from && moment < to) ? null : this.#recorded(moment);
   }
@@ -65,7 +65,7 @@ function release() {
   audio?.close();
 }
 
-// The size of the picture: that of the tab, scaled down to the height that was asked for, in even numbers.
+// The frame size: that of the tab, scaled down to the requested height, in even numbers.
 function sizeFor(area, height) {
   const real = { width: area.width * area.ratio, height: area.height * area.ratio };
   const scale = Math.min(1, height / real.height);
@@ -91,7 +91,7 @@ async function open({ streamId, area, options }) {
     },
   });
   streams.push(tab);
-  // A captured tab is silent unless its sound is played on.
+  // Capturing mutes the tab unless its audio is played.
   audio = new AudioContext();
   audio.createMediaStreamSource(tab).connect(audio.destination);
 
@@ -142,8 +142,8 @@ function shortened(title) {
   return new TextDecoder().decode(bytes).replace(/\uFFFD+$/, "");
 }
 
-// When the first frame or audio of a stream comes. The file of a recorder begins with it, which may be long after its
-// "start" event: a camera takes a while to deliver.
+// The time of a stream's first frame or audio. The recorder's file starts with it, possibly long after its "start" event,
+// because a camera takes a while to deliver.
 function firstMedia(stream) {
   return Promise.race(stream.getTracks().map(async (track) => {
     const copy = track.clone();
@@ -161,7 +161,7 @@ async function begin() {
   try {
     clock = new RecordingClock();
     const [screen, ...others] = recorders.map(({ kind, stream, recorder }) => {
-      recorder.start(PIECE_INTERVAL); // Throws when its device has gone meanwhile.
+      recorder.start(PIECE_INTERVAL); // Throws when its device is gone.
       return { kind, first: firstMedia(stream) };
     });
     port.postMessage({ type: "recording" });
@@ -176,11 +176,11 @@ async function begin() {
   }
 }
 
-// Once a second until this page is closed: a helper that no longer answers must not hold the recording, nor its end.
+// Every second until this page is closed: a helper that does not reply must block neither the recording nor its end.
 function watch() {
   if (!ending) port.postMessage({ type: "progress", seconds: clock.seconds });
   else ++secondsEnding;
-  if (queue.tick() > LOST_AFTER || queue.isTooLong || secondsEnding > LONGEST_END) fail("slow");
+  if (queue.tick() > LOST_AFTER || queue.isTooLong || secondsEnding > MAX_END) fail("slow");
 }
 
 async function end(byBrowser) {
@@ -223,7 +223,7 @@ port.onMessage.addListener((message) => {
       break;
     case "pause":
       clock?.pause();
-      // One whose device has gone is over, and those behind it are not.
+      // A recorder whose device is gone is inactive; the others are not.
       for (const { recorder } of recorders) if (recorder.state === "recording") recorder.pause();
       break;
     case "resume":
@@ -237,5 +237,5 @@ port.onMessage.addListener((message) => {
 });
 port.onDisconnect.addListener(() => {
   release();
-  window.close(); // The worker that would close this page may have gone.
+  window.close(); // The worker that closes this page may be gone.
 });

@@ -1,4 +1,4 @@
-// One recording: opens the helper's connection and the recorder's page, and hands messages from one to the other.
+// One recording: opens the connection to the helper and the recorder's page, and passes messages between them.
 
 const HELPER = "es.orvo.video";
 const VERSION = 1;
@@ -8,10 +8,10 @@ export class Session {
   #helper = null; // The native connection.
   #recorder = null; // The connection to the offscreen page.
   #tab = null;
-  #plan = null; // What the recorder is told when it has come up.
+  #plan = null; // Sent to the recorder when it has started.
   #pointer = { x: 0.5, y: 0.5 };
   #startedAt = 0;
-  #seconds = 0; // Recorded before the current stretch.
+  #seconds = 0; // Recorded before the last pause.
 
   state = "idle";
   failure = null;
@@ -46,7 +46,7 @@ export class Session {
       });
       this.#plan = { type: "record", streamId, title: tab.title ?? "", area, options };
       await this.#openHelper();
-      // One that a worker left behind when the browser stopped it.
+      // A page left behind by a worker that the browser stopped.
       await chrome.offscreen.closeDocument().catch(() => {});
       await chrome.offscreen.createDocument({
         url: "recorder.html",
@@ -83,14 +83,14 @@ export class Session {
   }
 
   addPointer(sender, events) {
-    // What comes in a pause or behind the end may have happened before; the recorder knows by its age.
+    // Events that arrive during a pause or after the end may be older; the recorder checks their age.
     if (!["recording", "paused", "stopping"].includes(this.state) || sender.tab?.id !== this.#tab || !Array.isArray(events) || !events.length) return;
     const { x, y } = events.at(-1);
     this.#pointer = { x, y };
     this.#recorder?.postMessage({ type: "pointer", events });
   }
 
-  // Asks the helper without recording. Answers whether it is there.
+  // Contacts the helper without recording. Resolves to whether it is available.
   isHelperThere() {
     if (this.#helper) return Promise.resolve(true);
     return new Promise((resolve) => {
@@ -118,10 +118,10 @@ export class Session {
     port.postMessage(this.#plan);
   }
 
-  // Puts the script that watches the pointer into the recorded tab.
+  // Injects the pointer script into the recorded tab.
   async watchPointer(tab) {
     if (tab !== this.#tab || (this.state !== "recording" && this.state !== "paused")) return;
-    // Frames and pages of other origins only where the user has allowed it.
+    // Frames and pages of other origins need the user's permission.
     await chrome.scripting.executeScript({ target: { tabId: tab, allFrames: true }, files: ["pointer.js"] }).catch(() => {});
   }
 
@@ -135,7 +135,7 @@ export class Session {
         this.#set("recording");
         this.watchPointer(this.#tab);
         break;
-      case "ended": // The tab was closed, or its capture was ended in the browser.
+      case "ended": // The tab was closed, or the browser ended its capture.
         this.#rest();
         this.#set("stopping");
         break;
@@ -164,7 +164,7 @@ export class Session {
         reject({ reason, detail });
         if (this.#helper !== port) return;
         this.#helper = null;
-        if (isThere) this.#fail(reason, detail); // Else whoever waits for its greeting is told.
+        if (isThere) this.#fail(reason, detail); // Otherwise the pending greeting is rejected.
       });
       port.postMessage({ type: "hello", version: VERSION });
     });
@@ -182,7 +182,7 @@ export class Session {
     }
   }
 
-  // The visible area of a tab, in CSS pixels and real ones.
+  // The visible area of a tab, in CSS pixels, and its pixel ratio.
   async #areaOf(tab) {
     try {
       const [{ result }] = await chrome.scripting.executeScript({

@@ -121,7 +121,7 @@ void BridgeSession::give(Failure failure, std::string_view detail) noexcept
     try {
         m_answer(answer::failed(failure, detail));
     } catch (const std::exception&) {
-        // The browser will see that the helper has ended.
+        // The browser sees that the helper ends.
     }
 }
 
@@ -134,7 +134,7 @@ void BridgeSession::interrupt() noexcept
     m_notify(notification::tabFinished);
 }
 
-/// After a failure of the disk or a message that cannot be, the recording ends with what it has.
+/// Runs `action`. After a disk error or an invalid message, ends the recording with what it has.
 void BridgeSession::guarded(const std::function<void()>& action) noexcept
 {
     try {

@@ -10,25 +10,25 @@
 
 namespace orvo::bridge {
 
-/// The conversation with one browser: takes messages, records, and answers. Trusts nothing that comes in.
+/// The session with one browser: handles messages, records, and replies. Trusts no input.
 class BridgeSession {
 public:
-    /// Takes one answer for the browser.
+    /// Sends one reply to the browser.
     using Answer = std::function<void(const std::string&)>;
-    /// Tells the applications of the session, see Notifications.h.
+    /// Notifies the applications of the user's session; see Notifications.h.
     using Notify = std::function<void(std::string_view name)>;
 
-    /// Opens the library when the first recording begins, in `libraryRoot` or in its usual place.
+    /// `libraryRoot` replaces the default library. The library is opened when the first recording starts.
     BridgeSession(std::optional<std::filesystem::path> libraryRoot, Answer answer, Notify notify);
     ~BridgeSession();
 
-    /// Deals with one message; everything that goes wrong is answered. Never throws.
+    /// Handles one message. Replies with every error; never throws.
     void receive(std::string_view message) noexcept;
 
-    /// Brings the recording's document up to date. To be called every two seconds.
+    /// Updates the recording's document. Call every two seconds.
     void tick() noexcept;
 
-    /// The browser is gone or speaks nonsense: what is recorded by now is kept. Nothing more may be called.
+    /// The browser is gone or violates the protocol: keeps what is recorded. Call no other function afterwards.
     void end() noexcept;
 
     bool isRecording() const noexcept { return m_recording.has_value(); }

@@ -48,7 +48,7 @@ std::optional<std::string_view> MessageStream::next()
     if (m_broken || rest.size() < sizeof length)
         return std::nullopt;
     std::memcpy(&length, rest.data(), sizeof length);
-    if (length > longestMessage) {
+    if (length > maxMessageBytes) {
         m_broken = true;
         return std::nullopt;
     }

@@ -5,31 +5,31 @@
 #include <string>
 #include <string_view>
 
-/// The framing of native messaging: each message is its length as an unsigned 32-bit number in the machine's byte order,
-/// and then so many bytes of UTF-8 JSON.
+/// Native messaging frames: each message is its length as an unsigned 32-bit number in native byte order, followed by
+/// UTF-8 JSON of that length.
 namespace orvo::bridge {
 
-/// A message longer than this is none of ours: what the extension sends is cut into smaller pieces. Browsers allow 64 MiB.
-inline constexpr std::size_t longestMessage = std::size_t{2} << 20;
+/// A longer message is not ours: the extension splits its data. Browsers allow 64 MiB.
+inline constexpr std::size_t maxMessageBytes = std::size_t{2} << 20;
 
-/// What a browser takes from a helper at most, in bytes.
-inline constexpr std::size_t longestAnswer = std::size_t{1} << 20;
+/// Maximum message size that a browser accepts from a helper, in bytes.
+inline constexpr std::size_t maxAnswerBytes = std::size_t{1} << 20;
 
-/// Puts messages together from the bytes of a pipe.
+/// Assembles messages from the bytes of a pipe.
 class MessageStream {
 public:
     enum class State {
-        open, ///< More may come.
-        ended, ///< The other side has closed the pipe; a message that was under way is lost.
+        open, ///< More data may come.
+        ended, ///< The other side closed the pipe; an incomplete message is lost.
     };
 
-    /// Reads once what is there; waits when nothing is.
+    /// Reads once, waiting for data.
     State read(int descriptor);
 
-    /// The next whole message; valid until the next call of any member.
+    /// The next complete message; valid until the next call.
     std::optional<std::string_view> next();
 
-    /// Whether an impossible length came: where the next message begins is not known, and none comes any more.
+    /// Whether an invalid length was read. The next message cannot be found, so none follows.
     bool isBroken() const noexcept { return m_broken; }
 
 private:
@@ -38,7 +38,7 @@ private:
     bool m_broken = false;
 };
 
-/// Writes one message whole. Returns whether the other side still takes any. `text` is at most `longestAnswer` bytes.
+/// Writes one message. Returns whether the other side still reads. `text` is at most `maxAnswerBytes` bytes.
 bool writeMessage(int descriptor, std::string_view text);
 
 } // namespace orvo::bridge

@@ -13,8 +13,8 @@ namespace orvo::bridge {
 
 namespace {
 
-constexpr double longestRecording = 7 * 24 * 3600; ///< Seconds.
-constexpr std::size_t mostEvents = 10'000;
+constexpr double maxRecordingSeconds = 7 * 24 * 3600;
+constexpr std::size_t maxEvents = 10'000;
 
 using Document = std::unique_ptr<yyjson_doc, void (*)(yyjson_doc*)>;
 using MutableDocument = std::unique_ptr<yyjson_mut_doc, void (*)(yyjson_mut_doc*)>;
@@ -35,30 +35,30 @@ std::string_view textOf(yyjson_val* object, const char* key)
     return {yyjson_get_str(value), yyjson_get_len(value)};
 }
 
-std::int64_t wholeNumber(yyjson_val* object, const char* key, std::int64_t least, std::int64_t most)
+std::int64_t wholeNumber(yyjson_val* object, const char* key, std::int64_t minimum, std::int64_t maximum)
 {
     yyjson_val* value = require(object, key);
-    // A whole number of JavaScript may come as 30.0.
+    // JavaScript may send an integer as 30.0.
     const double number = yyjson_is_num(value) ? yyjson_get_num(value) : NAN;
-    if (!(number >= static_cast<double>(least) && number <= static_cast<double>(most)) || number != std::floor(number))
-        throw ProtocolError(std::format("«{}» is no whole number from {} to {}", key, least, most));
+    if (!(number >= static_cast<double>(minimum) && number <= static_cast<double>(maximum)) || number != std::floor(number))
+        throw ProtocolError(std::format("«{}» is no whole number from {} to {}", key, minimum, maximum));
     return static_cast<std::int64_t>(number);
 }
 
-double number(yyjson_val* object, const char* key, double least, double most)
+double number(yyjson_val* object, const char* key, double minimum, double maximum)
 {
     yyjson_val* value = require(object, key);
     const double result = yyjson_is_num(value) ? yyjson_get_num(value) : NAN;
-    if (!(result >= least && result <= most))
-        throw ProtocolError(std::format("«{}» is no number from {} to {}", key, least, most));
+    if (!(result >= minimum && result <= maximum))
+        throw ProtocolError(std::format("«{}» is no number from {} to {}", key, minimum, maximum));
     return result;
 }
 
-yyjson_val* listOf(yyjson_val* object, const char* key, std::size_t most)
+yyjson_val* listOf(yyjson_val* object, const char* key, std::size_t maximum)
 {
     yyjson_val* value = require(object, key);
-    if (!yyjson_is_arr(value) || yyjson_arr_size(value) > most)
-        throw ProtocolError(std::format("«{}» is no list of at most {}", key, most));
+    if (!yyjson_is_arr(value) || yyjson_arr_size(value) > maximum)
+        throw ProtocolError(std::format("«{}» is no list of at maximum {}", key, maximum));
     return value;
 }
 
@@ -77,7 +77,7 @@ Start parseStart(yyjson_val* root)
         .width = wholeNumber(root, "width", 2, 16'384),
         .height = wholeNumber(root, "height", 2, 16'384),
         .fps = wholeNumber(root, "fps", 1, 240)};
-    if (start.title.size() > longestTitle)
+    if (start.title.size() > maxTitleBytes)
         throw ProtocolError("the title is too long");
     if (start.width % 2 != 0 || start.height % 2 != 0)
         throw ProtocolError("the size is odd");
@@ -107,7 +107,7 @@ std::string decoded(std::string_view base64)
         reinterpret_cast<const unsigned char*>(base64.data()), static_cast<int>(base64.size()));
     if (length < 0 || static_cast<std::size_t>(length) > data.size())
         throw ProtocolError("the data is no base64");
-    // What stands for the padding is decoded, too.
+    // The decoder also decodes the padding.
     const auto padding = static_cast<std::size_t>(base64.ends_with("==") ? 2 : base64.ends_with('=') ? 1 : 0);
     data.resize(static_cast<std::size_t>(length) - padding);
     return data;
@@ -127,14 +127,14 @@ Starts parseStarts(yyjson_val* root)
     std::size_t count = 0;
     yyjson_val* item = nullptr;
     yyjson_arr_foreach(listOf(root, "tracks", 3), index, count, item) starts.entries.push_back(
-        {.track = trackOf(textOf(item, "track")), .seconds = number(item, "seconds", -60, longestRecording)});
+        {.track = trackOf(textOf(item, "track")), .seconds = number(item, "seconds", -60, maxRecordingSeconds)});
     return starts;
 }
 
 Pointer parsePointer(yyjson_val* root)
 {
     Pointer pointer;
-    yyjson_val* list = listOf(root, "events", mostEvents);
+    yyjson_val* list = listOf(root, "events", maxEvents);
     pointer.events.reserve(yyjson_arr_size(list));
     std::size_t index = 0;
     std::size_t count = 0;
@@ -144,7 +144,7 @@ Pointer parsePointer(yyjson_val* root)
         const auto kind = parsePointerKind(textOf(item, "kind"));
         if (!kind)
             throw ProtocolError("there is no such event");
-        pointer.events.push_back({.time = number(item, "time", 0, longestRecording),
+        pointer.events.push_back({.time = number(item, "time", 0, maxRecordingSeconds),
             .x = number(item, "x", 0, 1),
             .y = number(item, "y", 0, 1),
             .kind = *kind});
@@ -152,7 +152,7 @@ Pointer parsePointer(yyjson_val* root)
     return pointer;
 }
 
-/// An answer of the given type.
+/// A reply of a type.
 class Answer {
 public:
     explicit Answer(const char* type)
@@ -202,7 +202,7 @@ Message parseMessage(std::string_view text)
     if (type == "pointer")
         return parsePointer(root);
     if (type == "progress")
-        return Progress{number(root, "seconds", 0, longestRecording)};
+        return Progress{number(root, "seconds", 0, maxRecordingSeconds)};
     if (type == "hello")
         return Hello{wholeNumber(root, "version", 1, 1'000'000)};
     if (type == "start")
@@ -210,7 +210,7 @@ Message parseMessage(std::string_view text)
     if (type == "starts")
         return parseStarts(root);
     if (type == "stop")
-        return Stop{number(root, "seconds", 0, longestRecording)};
+        return Stop{number(root, "seconds", 0, maxRecordingSeconds)};
     throw ProtocolError("there is no such message");
 }
 

@@ -30,7 +30,7 @@ UniqueFd openNew(const fs::path& file)
     return descriptor;
 }
 
-/// Writes all of it or, as far as that can be had, nothing: half a piece would spoil what comes behind it.
+/// Writes all bytes or, if possible, none: a partial chunk would corrupt what follows.
 void append(int descriptor, std::string_view bytes, const fs::path& file)
 {
     const off_t before = ::lseek(descriptor, 0, SEEK_END);
@@ -75,7 +75,7 @@ TabRecording::TabRecording(const ProjectStore& store, const Start& start)
         m_log.descriptor = openNew(m_log.path);
     } catch (...) {
         closeFiles();
-        // Nothing was recorded into it.
+        // Nothing was recorded.
         std::error_code ignored;
         fs::remove_all(folder, ignored);
         throw;
@@ -147,7 +147,7 @@ void TabRecording::interrupt() noexcept
     try {
         end(ProjectState::recoverableTab);
     } catch (const std::exception&) {
-        // The mark stays, and says the same as soon as this process has ended.
+        // The mark stays, and requests recovery once this process has ended.
         closeFiles();
     }
 }

@@ -11,47 +11,47 @@
 
 namespace orvo::bridge {
 
-/// A tab that is being recorded, as a project of the library.
+/// The recording of a browser tab as a project of the library.
 ///
-/// The project is there from the start, marked as being recorded. What the browser sends is in its files when the call
-/// returns; the document and the pointer log follow at every checkpoint. Whatever ends the process, the application finds
-/// the project and prepares what there is.
+/// The project exists from the start, marked as being recorded. `write` stores data before it returns; the document and
+/// the pointer log are saved at every checkpoint. Whatever ends the process, the application finds the project and
+/// prepares it.
 class TabRecording {
 public:
-    /// Makes the project. Throws what `ProjectStore::create` throws, and file system errors unchanged.
+    /// Creates the project. Throws what `ProjectStore::create` throws, and file system errors unchanged.
     TabRecording(const ProjectStore& store, const Start& start);
 
-    /// Ends as `interrupt` does, when neither it nor `finish` was called.
+    /// Calls `interrupt` unless it or `finish` was called.
     ~TabRecording();
     TabRecording(const TabRecording&) = delete;
     TabRecording& operator=(const TabRecording&) = delete;
 
     const Uuid& id() const noexcept { return m_project.id; }
 
-    /// Adds to a track's file. Throws `ProtocolError` for a piece that is not the next, or of a track that is not recorded,
-    /// file system errors unchanged.
+    /// Appends to a track's file. Throws `ProtocolError` for a chunk out of sequence or of an unknown track, and file
+    /// system errors unchanged.
     void write(const Chunk& chunk);
 
-    /// Throws `ProtocolError` for a track that is not recorded.
+    /// Throws `ProtocolError` for an unknown track.
     void setStarts(const Starts& starts);
 
     void add(Pointer pointer);
     void setDuration(double seconds);
 
-    /// Brings the document and the pointer log to what is recorded by now, and all of it to the disk. Called every two
-    /// seconds. Throws file system errors unchanged; what a failed checkpoint left out is made up for by the next.
+    /// Saves the document and the pointer log, and flushes everything to disk. Call every two seconds. Throws file system
+    /// errors unchanged; the next checkpoint makes up for a failed one.
     void checkpoint();
 
-    /// Ends the recording; the application prepares it. Throws like `checkpoint`.
+    /// Ends the recording; the application prepares it. Throws as `checkpoint`.
     void finish();
 
-    /// Ends a recording that was cut off: the application prepares what there is. Never fails.
+    /// Ends an interrupted recording; the application prepares what exists. Never fails.
     void interrupt() noexcept;
 
 private:
     struct File {
         UniqueFd descriptor;
-        std::int64_t next = 0; ///< The sequence number of the next piece.
+        std::int64_t next = 0; ///< The sequence number of the next chunk.
         std::filesystem::path path;
     };
 
@@ -62,7 +62,7 @@ private:
     VideoProject m_project;
     std::map<TrackKind, File> m_files;
     File m_log;
-    std::vector<PointerEvent> m_events; ///< That are not in the log yet.
+    std::vector<PointerEvent> m_events; ///< Not in the log yet.
     bool m_ended = false;
 };
 

@@ -16,8 +16,8 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-/// The helper that a browser starts for the extension: native messages on standard input and output, a recording into the
-/// library. It lives as long as the extension's connection.
+/// The helper that a browser starts for the extension: native messages on standard input and output, recordings in the
+/// library. Ends with the extension's connection.
 
 namespace {
 
@@ -26,14 +26,14 @@ using namespace orvo::bridge;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto checkpointInterval = std::chrono::seconds(2);
-constexpr auto longestFarewell = std::chrono::milliseconds(500);
+constexpr auto maxFarewell = std::chrono::milliseconds(500);
 
 constexpr std::string_view help =
     "OrvoBridge: une la extensión de Orvo Video con la biblioteca.\n"
     "La inicia el navegador, con el protocolo de mensajería nativa por la entrada y la salida estándar.\n"
     "ORVO_LIBRARY nombra otra biblioteca.\n";
 
-/// Readable when the program is asked to end.
+/// A descriptor that is readable when a signal asks the program to end.
 int endSignals()
 {
     std::signal(SIGPIPE, SIG_IGN);
@@ -55,12 +55,12 @@ void serve()
 {
     const int signals = endSignals();
     MessageStream stream;
-    bool heard = true; // Whether the browser still takes answers.
+    bool heard = true; // Whether the browser still reads replies.
     BridgeSession session(
         libraryRoot(), [&](const std::string& text) { heard = heard && writeMessage(STDOUT_FILENO, text); },
         notification::post);
 
-    // Takes what the pipe holds; false when nothing more can come.
+    // Handles the messages in the pipe. Returns false when no more can come.
     const auto listen = [&] {
         const auto state = stream.read(STDIN_FILENO);
         while (const auto message = stream.next())
@@ -80,8 +80,8 @@ void serve()
         if (::poll(waiting, 2, timeout) < 0 && errno != EINTR)
             break;
         if (waiting[1].revents != 0) {
-            // What was sent before is recorded still, as far as there is time.
-            const auto limit = Clock::now() + longestFarewell;
+            // Still records what was sent before, within the time limit.
+            const auto limit = Clock::now() + maxFarewell;
             while (holdsSomething() && Clock::now() < limit && listen()) { }
             break;
         }

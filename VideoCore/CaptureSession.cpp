@@ -28,26 +28,26 @@ void unmark(const std::filesystem::path& projectFolder) noexcept
 
 bool hasRoom(const std::filesystem::path& folder) noexcept
 {
-    constexpr std::uintmax_t leastRoom = std::uintmax_t{48} << 20; // Bytes.
+    constexpr std::uintmax_t minRoom = std::uintmax_t{48} << 20; // Bytes.
     std::error_code error;
     const auto space = std::filesystem::space(folder, error);
-    return error || space.available >= leastRoom;
+    return error || space.available >= minRoom;
 }
 
 namespace {
 
-/// What the system tells of a process.
+/// What /proc reports about a process.
 struct ProcessState {
-    char state = 0; ///< 'Z' and 'X' of one that has ended and only waits for its parent to ask how.
-    std::chrono::duration<double> age{}; ///< Since it began.
+    char state = 0; ///< 'Z' and 'X' are processes that have ended but are not reaped yet.
+    std::chrono::duration<double> age{}; ///< Since it started.
 
-    /// Nothing where the system tells nothing, as of a process that is not there.
+    /// Returns nullopt for a process that does not exist.
     static std::optional<ProcessState> of(std::int32_t process)
     {
         std::ifstream file(std::format("/proc/{}/stat", process));
         const std::string stat{std::istreambuf_iterator<char>(file), {}};
-        // The others follow the name, which is in parentheses and may hold some itself: the state first, nineteen numbers
-        // behind it the beginning, in ticks since the machine was started.
+        // The name is in parentheses and may contain some itself. The state follows it; nineteen fields later comes the
+        // start time, in ticks since boot.
         const auto name = stat.rfind(')');
         if (name == std::string::npos)
             return std::nullopt;
@@ -69,7 +69,7 @@ struct ProcessState {
     bool hasEnded() const { return state == 'Z' || state == 'X'; }
 };
 
-/// Whether the number is that of a thread of some process.
+/// Whether the number is the ID of a thread that is not the main thread of its process.
 bool isThread(std::int32_t number)
 {
     std::ifstream status(std::format("/proc/{}/status", number));
@@ -80,8 +80,8 @@ bool isThread(std::int32_t number)
     return false;
 }
 
-/// Whether somebody else has the number of a recorder that was cut off, as after a start of the machine: a thread, or
-/// a process that began when nothing was written to the recording any more. Who records writes every two seconds.
+/// Whether the number of a dead recorder now belongs to another process or thread, as after a reboot. A recorder writes
+/// every two seconds, so a process that started after the last write cannot be it.
 bool isSomebodyElse(std::int32_t process, const std::filesystem::path& projectFolder)
 {
     constexpr std::chrono::seconds tolerance(10);

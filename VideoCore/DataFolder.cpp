@@ -10,7 +10,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// A base directory: what the variable names, else `usual` in the user's home. A relative path counts as none.
+/// An XDG base directory: the variable's value, else `usual` in the user's home. A relative path is ignored, as XDG
+/// requires.
 fs::path baseDirectory(const char* variable, const fs::path& usual)
 {
     const char* named = std::getenv(variable);

@@ -4,11 +4,10 @@
 
 namespace orvo {
 
-/// The folder of everything that the application keeps for its user: "OrvoVideo" in the data folder that the XDG base
-/// directories name. It need not exist.
+/// The application's data folder of this user: "OrvoVideo" in the XDG data folder. It may not exist.
 std::filesystem::path dataFolder();
 
-/// The folder of all applications' settings for the user, as the XDG base directories name it. It need not exist.
+/// The XDG configuration folder, shared by all applications of this user. It may not exist.
 std::filesystem::path configurationHome();
 
 } // namespace orvo

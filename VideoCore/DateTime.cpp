@@ -7,7 +7,7 @@ namespace orvo {
 
 namespace {
 
-/// Reads `length` decimal digits of `text` at `position`; nothing when one of them is no digit.
+/// Parses `length` decimal digits of `text` at `position`; returns nullopt when one is not a digit.
 std::optional<int> digits(std::string_view text, std::size_t position, std::size_t length)
 {
     int value = 0;

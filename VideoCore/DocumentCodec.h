@@ -10,11 +10,11 @@
 ///
 /// One object per record with its field names as keys, written pretty-printed with sorted keys, UUIDs in upper case, dates
 /// in ISO 8601 with whole seconds in UTC and numbers in the shortest form that reads back as the same value. Reading is
-/// strict: every key but `publication` must be there, with a value of the right type; keys that are not known are ignored.
+/// strict: every key except `publication` must be present with a value of the right type; unknown keys are ignored.
 
 namespace orvo {
 
-/// Thrown for a document that cannot be read, or a value that has no JSON form. The text names the place, for example
+/// Thrown for a document that cannot be read, or a value that has no JSON form. The message names the place, for example
 /// "edit.events[17].kind".
 class DocumentError : public Error {
 public:
@@ -26,21 +26,21 @@ public:
 /// Throws `DocumentError` for a number that is not finite or a text that is not UTF-8.
 std::string encodeDocument(const VideoProject& project);
 
-/// Reads a whole document. The version is not judged here.
+/// Reads a whole document. Does not check the version.
 ///
 /// Throws `DocumentError`; there is no partial result.
 VideoProject decodeDocument(std::string document);
 
-/// One pointer event on one line, as it stands in a pointer log; without a line break at its end. Throws `DocumentError` for
-/// a number that is not finite.
+/// One pointer event as one line of a pointer log, without the line break. Throws `DocumentError` for a number that is
+/// not finite.
 std::string encodePointerEvent(const PointerEvent& event);
 
-/// Reads the JSON form of one pointer event, as it stands in a document and on a line of a pointer log.
+/// Reads the JSON form of one pointer event, from a document or a line of a pointer log.
 ///
 /// Throws `DocumentError`.
 PointerEvent decodePointerEvent(std::string text);
 
-/// Reads many documents with the same working memory. One thread at a time.
+/// Reads many documents with the same working memory. Use from one thread at a time.
 class DocumentDecoder {
 public:
     DocumentDecoder();
@@ -48,8 +48,8 @@ public:
     DocumentDecoder(const DocumentDecoder&) = delete;
     DocumentDecoder& operator=(const DocumentDecoder&) = delete;
 
-    /// As `decodeDocument`. The text is used as working space, so it holds nothing meaningful afterwards; its memory can
-    /// be used again for the next document.
+    /// As `decodeDocument`. Uses the text as working space: its content is undefined afterwards, its memory can be used
+    /// for the next document.
     VideoProject decode(std::string& document);
 
 private:

@@ -46,7 +46,7 @@ std::string_view requireText(yyjson_val* value)
     return textIn(value);
 }
 
-// Reading, one overload for each type of field.
+// Decoding, one overload for each type of field.
 
 void read(yyjson_val* value, double& out)
 {
@@ -130,7 +130,7 @@ template <typename T> void read(yyjson_val* value, std::vector<T>& out)
     try {
         yyjson_arr_foreach(value, index, count, item)
         {
-            // An element's own identifier is about to be read: making a random one here would be wasted.
+            // The element's identifier is read next; a random one would be wasted.
             if constexpr (requires { T::id; })
                 read(item, out.emplace_back(T{.id = {}}));
             else
@@ -190,7 +190,7 @@ template <Record T> void read(yyjson_val* value, T& out)
 
     std::array<bool, Reader::count> seen{};
     std::size_t field = 0;
-    std::size_t expected = 0; // Documents written here have their keys in the order of the table.
+    std::size_t expected = 0; // Our own documents have their keys in the order of the table.
     std::size_t index = 0;
     std::size_t count = 0;
     yyjson_val* keyValue = nullptr;

@@ -16,7 +16,7 @@ namespace {
 using schema::fieldsOf;
 using schema::Record;
 
-/// What a byte of a text needs: nothing, an escape sequence, or a look at the character it begins.
+/// Whether a byte is copied, escaped, or starts a character that must be checked as UTF-8.
 enum class Byte : std::uint8_t { plain, escaped, beyondAscii };
 
 constexpr auto byteClasses = [] {
@@ -26,12 +26,12 @@ constexpr auto byteClasses = [] {
     return classes;
 }();
 
-/// The text so far. Pieces gather in a buffer that stays in the cache; whoever writes asks for room once, then only copies.
+/// The text so far. Collects pieces in a buffer that stays in the cache; a writer asks for room once, then only copies.
 class Output {
 public:
     explicit Output(std::size_t expectedLength) { m_text.reserve(expectedLength); }
 
-    /// Where the next `length` characters go, at most `largestPiece`; `advance` says how many were written.
+    /// Room for `length` characters, at most `maxPiece`; `advance` reports how many were written.
     char* room(std::size_t length)
     {
         if (static_cast<std::size_t>(m_buffer.data() + m_buffer.size() - m_next) < length)
@@ -49,7 +49,7 @@ public:
 
     void put(std::string_view text)
     {
-        if (text.size() > largestPiece) {
+        if (text.size() > maxPiece) {
             flush();
             m_text += text;
             return;
@@ -63,7 +63,7 @@ public:
         return std::move(m_text);
     }
 
-    static constexpr std::size_t largestPiece = 1024;
+    static constexpr std::size_t maxPiece = 1024;
 
 private:
     void flush()
@@ -73,11 +73,11 @@ private:
     }
 
     std::string m_text;
-    std::array<char, 16 * largestPiece> m_buffer;
+    std::array<char, 16 * maxPiece> m_buffer;
     char* m_next = m_buffer.data();
 };
 
-/// Writes straight into the text, without a tree in between: a long recording is saved after every pause in editing.
+/// Writes directly, without a tree in between: a long recording is saved after every pause in editing.
 class Writer {
 public:
     explicit Writer(Output& out)
@@ -93,7 +93,7 @@ public:
     {
         if (!std::isfinite(value))
             throw DocumentError("No se puede guardar el proyecto: contiene un número que no es finito.");
-        // Many numbers are whole, or have one decimal as the defaults do: such need no search for their shortest digits.
+        // Most numbers are whole or have one decimal; these need no search for the shortest digits.
         if (value >= 0 && value <= 10'000 && !std::signbit(value)) {
             const auto tenths = static_cast<std::int64_t>(value * 10 + 0.5);
             if (static_cast<double>(tenths) / 10 == value) {
@@ -105,7 +105,7 @@ public:
         }
         const auto digits = writeNumber(value);
         if (digits.find_first_of(".e") == std::string_view::npos)
-            m_out.put(".0"); // Keeps the sign of zero, and says that it is no integer.
+            m_out.put(".0"); // Keeps the sign of zero and marks the number as not an integer.
     }
 
     void write(std::string_view text)
@@ -180,7 +180,7 @@ public:
 private:
     template <Record T, std::size_t index, typename Value> void writeField(bool& first, const Value& value)
     {
-        // Known when this is compiled, so that it is copied in a few instructions.
+        // Computed at compile time, so that it is copied in a few instructions.
         static constexpr auto label = [] {
             constexpr std::string_view key = std::get<index>(fieldsOf<T>).key;
             std::array<char, key.size() + 4> text{};
@@ -189,9 +189,9 @@ private:
             std::ranges::copy(std::string_view("\": "), text.end() - 3);
             return text;
         }();
-        constexpr std::size_t longest = 1 + deepest.size() + label.size();
-        static_assert(longest <= Output::largestPiece);
-        char* next = beginLine(m_out.room(longest), first);
+        constexpr std::size_t maxLength = 1 + maxIndent.size() + label.size();
+        static_assert(maxLength <= Output::maxPiece);
+        char* next = beginLine(m_out.room(maxLength), first);
         m_out.advance(std::ranges::copy(label, next).out);
         write(value);
     }
@@ -202,28 +202,28 @@ private:
             writeField<T, index>(first, *value);
     }
 
-    void beginLine(bool& first) { m_out.advance(beginLine(m_out.room(1 + deepest.size()), first)); }
+    void beginLine(bool& first) { m_out.advance(beginLine(m_out.room(1 + maxIndent.size()), first)); }
 
     char* beginLine(char* next, bool& first) const
     {
         if (!std::exchange(first, false))
             *next++ = ',';
-        // All of it, though less may count: a copy of known length costs less than one of the right length.
-        std::ranges::copy(deepest, next);
+        // Copies all of it: a copy of constant length is cheaper than one of the exact length.
+        std::ranges::copy(maxIndent, next);
         return next + 1 + 2 * m_depth;
     }
 
     void endLines(char bracket)
     {
-        m_out.put(deepest.substr(0, 1 + 2 * m_depth));
+        m_out.put(maxIndent.substr(0, 1 + 2 * m_depth));
         m_out.put(bracket);
     }
 
     std::string_view writeNumber(auto value)
     {
-        constexpr std::size_t longest = 32; // The shortest form of any number fits.
-        char* digits = m_out.room(longest);
-        const auto end = std::to_chars(digits, digits + longest, value).ptr;
+        constexpr std::size_t maxLength = 32; // Enough for the shortest form of any number.
+        char* digits = m_out.room(maxLength);
+        const auto end = std::to_chars(digits, digits + maxLength, value).ptr;
         m_out.advance(end);
         return {digits, end};
     }
@@ -255,13 +255,13 @@ private:
         return static_cast<std::size_t>(length);
     }
 
-    static constexpr std::string_view deepest = "\n                "; ///< A line break and the deepest indentation.
+    static constexpr std::string_view maxIndent = "\n                "; ///< A line break and the maximum indentation.
 
     Output& m_out;
     std::size_t m_depth = 0;
 };
 
-/// About how long the document will be, so that its memory is taken once.
+/// The approximate length of the document, to allocate once.
 std::size_t expectedLength(const VideoProject& project)
 {
     const auto& edit = project.edit;
@@ -284,7 +284,7 @@ std::string encodePointerEvent(const PointerEvent& event)
     constexpr std::size_t usualLength = 280;
     Output out(usualLength);
     Writer(out).write(event);
-    // No value of an event holds white space: all there is only makes it pretty.
+    // Values of an event contain no white space, so all of it is formatting.
     std::string line = out.take();
     std::erase_if(line, [](char c) { return c == '\n' || c == ' '; });
     return line;

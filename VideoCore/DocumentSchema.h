@@ -5,8 +5,8 @@
 #include <string_view>
 #include <tuple>
 
-/// The keys of every record of the document and the fields they stand for, in sorted order. Reading and writing both follow
-/// these tables, so they cannot disagree.
+/// The keys of every record of the document and their fields, in sorted order. Encoder and decoder both follow these
+/// tables, so that they cannot disagree.
 
 namespace orvo::schema {
 
@@ -109,7 +109,7 @@ inline constexpr auto fieldsOf<VideoProject> = std::tuple{
     Field{"width", &VideoProject::width},
 };
 
-/// A type with a table of fields, written as an object.
+/// A type with a table of fields; encoded as an object.
 template <typename T>
 concept Record = !std::is_null_pointer_v<std::remove_cvref_t<decltype(fieldsOf<T>)>>;
 

@@ -12,7 +12,7 @@ namespace {
 
 template <typename T> T* find(SharedList<T>& list, const Uuid& id)
 {
-    // Looked for in the shared items first: a list without the element is not copied.
+    // Searches the shared items first, so that a list without the element is not copied.
     const auto found = std::ranges::find(list, id, &T::id);
     if (found == list.end())
         return nullptr;

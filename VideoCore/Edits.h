@@ -6,22 +6,22 @@
 #include <string_view>
 #include <vector>
 
-/// The changes an author makes to a project. Each is a small pure change of a value; whoever owns the project applies it to
-/// a copy, dates it and saves it. All times are seconds on the recording timeline.
+/// The changes an author makes to a project. Each is a small pure function on a value; the owner of the project applies
+/// it to a copy, dates it and saves it. All times are seconds on the recording timeline.
 namespace orvo::Edits {
 
-/// A selection must be longer than this to be cut, in seconds.
+/// A selection must be longer than this to be cut. Seconds.
 inline constexpr double shortestCut = 0.01;
-/// How long a new overlay is shown, in seconds, unless the recording ends before.
+/// How long a new overlay is shown, at most to the end of the recording. Seconds.
 inline constexpr double overlayLength = 5;
 
-/// Adds a cut. The stored cuts are sorted, clamped, disjoint and merged afterwards.
+/// Adds a cut. Afterwards the stored cuts are sorted, clamped, disjoint and merged.
 void cut(VideoProject& project, TimeSpan span);
 
 /// Removes every cut with exactly this start and end. Returns how many were removed.
 std::size_t restore(VideoProject& project, TimeSpan span);
 
-/// Gives a word another text. False, and nothing changed, when no word has this identifier.
+/// Replaces the text of a word. Returns false and changes nothing when no word has this identifier.
 bool correctWord(VideoProject& project, const Uuid& id, std::string text);
 
 /// An overlay shown from `playhead` on, with the default place and width.
@@ -33,16 +33,17 @@ PointerEvent makeZoom(double playhead);
 /// Adds the zoom point of a suggestion, or cuts its span.
 void apply(VideoProject& project, const EditSuggestion& suggestion);
 
-/// Remove every element with this identifier. Return how many were removed.
+/// Remove every element with this identifier and return how many were removed.
 std::size_t removeEvent(VideoProject& project, const Uuid& id);
 std::size_t removeOverlay(VideoProject& project, const Uuid& id);
 
-/// Set one field of the element with this identifier. False, and nothing changed, when there is none.
+/// Set one field of the element with this identifier. Return false and change nothing when there is no such element.
 bool setEventValue(VideoProject& project, const Uuid& id, double PointerEvent::* field, double value);
 bool setOverlayValue(VideoProject& project, const Uuid& id, double Overlay::* field, double value);
 bool setVolume(VideoProject& project, const Uuid& trackId, double value);
 
-/// The boolean and the number fields of the edit that an author sets, by their document keys; a null member for any other.
+/// The boolean and number fields of `EditState` that an author sets, by document key. Return a null member for any other
+/// key.
 bool EditState::* flagNamed(std::string_view key);
 double EditState::* valueNamed(std::string_view key);
 

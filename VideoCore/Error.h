@@ -9,7 +9,7 @@ namespace orvo {
 
 /// A failure with a text that can be shown to the user.
 ///
-/// `domain` and `code` identify the kind of failure to code; `what()` is the description, in Spanish, as UTF-8.
+/// `domain` and `code` identify the kind of failure; `what()` is the description, in Spanish, as UTF-8.
 class Error : public std::runtime_error {
 public:
     Error(std::string domain, int code, const std::string& message)
@@ -27,7 +27,7 @@ private:
     int m_code;
 };
 
-/// The error that this system's own code raises: domain "OrvoVideo", code 1, described by `message`.
+/// The error of this application's own code: domain "OrvoVideo", code 1, described by `message`.
 Error captureError(const std::string& message);
 
 /// Thrown by blocking work that was asked to stop through its `std::stop_token`.
@@ -38,8 +38,8 @@ public:
 
 /// The description of any exception as shown to the user.
 ///
-/// An `Error` gives its own text. Errors of the operating system (`std::system_error`, `std::filesystem::filesystem_error`)
-/// are told in Spanish, with the path they concern where it is known.
+/// An `Error` gives its own text. Errors of the operating system (`std::system_error`,
+/// `std::filesystem::filesystem_error`) are described in Spanish, with their path if known.
 std::string describe(const std::exception& error);
 
 } // namespace orvo

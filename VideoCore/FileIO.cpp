@@ -41,7 +41,7 @@ UniqueFd openFolder(const fs::path& folder, const fs::path& concerned)
 
 void flush(const UniqueFd& folder, const fs::path& concerned)
 {
-    // A file system that cannot flush a folder answers EINVAL: there is nothing more to be done then.
+    // A file system that cannot flush a folder returns EINVAL; nothing more can be done.
     if (::fsync(folder.get()) != 0 && errno != EINVAL)
         fail("fsync", concerned);
 }
@@ -64,7 +64,7 @@ void readFile(const fs::path& file, std::string& out, std::size_t limit)
         fail("read", file);
     }
     out.clear();
-    // Some more: to meet the end without another round, and for what a parser adds behind it.
+    // Extra room: to reach the end in one read, and for the padding that a parser appends.
     std::size_t room = static_cast<std::size_t>(facts.st_size) + 64;
     for (;;) {
         const std::size_t used = out.size();
@@ -96,7 +96,7 @@ void writeFileAtomically(const fs::path& file, std::string_view content)
 {
     const UniqueFd folder = openFolder(file.parent_path(), file);
     const std::string name = file.filename();
-    // Short and of its own making: the file's own name may already be as long as a name can be.
+    // A short name of its own: the file's name may already have the maximum length.
     const std::string temporary = "." + Uuid::random().text() + ".tmp";
 
     struct stat old{};
@@ -107,7 +107,7 @@ void writeFileAtomically(const fs::path& file, std::string_view content)
         fail("open", file);
     try {
         if (replaces)
-            static_cast<void>(::fchmod(descriptor.get(), mode)); // The mode of a new file is narrowed by the umask.
+            static_cast<void>(::fchmod(descriptor.get(), mode)); // The umask narrows the mode of a new file.
         writeAll(descriptor, content, file);
         if (::fsync(descriptor.get()) != 0)
             fail("fsync", file);

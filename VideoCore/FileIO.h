@@ -6,32 +6,31 @@
 #include <string>
 #include <string_view>
 
-/// Files that matter: read whole, and written so that a power cut leaves the old or the new one.
+/// Reads files whole, and writes them so that a power cut leaves either the old or the new content.
 namespace orvo {
 
-/// Reads a whole file into `out`, whose memory is used again.
+/// Reads a whole file into `out`, reusing its memory.
 ///
-/// Throws `std::filesystem::filesystem_error`, also for a folder, a pipe or a device, and for a file that is longer than
-/// `limit` bytes.
+/// Throws `std::filesystem::filesystem_error`, also for folders, pipes and devices, and for a file of more than `limit`
+/// bytes.
 void readFile(
     const std::filesystem::path& file, std::string& out, std::size_t limit = std::numeric_limits<std::size_t>::max());
 
-/// As above, as a new text.
+/// As above, returning a new string.
 std::string readFile(const std::filesystem::path& file);
 
-/// Replaces `file` by `content`: written to a temporary file in the same folder, flushed to disk, renamed, the folder
-/// flushed.
+/// Replaces `file` by `content`: writes a temporary file in the same folder, flushes it to disk, renames it and flushes
+/// the folder.
 ///
-/// A reader sees the old or the new content, never a part. When anything fails the old file stays as it was, the
-/// temporary one is removed and `std::filesystem::filesystem_error` is thrown; only when the last step fails, the new
-/// file is there, and a power cut may still bring the old one back. A file that exists keeps its mode; a link is
-/// replaced, not followed.
+/// A reader sees the old or the new content, never a part. On failure the old file stays, the temporary one is removed
+/// and `std::filesystem::filesystem_error` is thrown. If only the last step fails, the new file is in place, but a power
+/// cut may still bring the old one back. An existing file keeps its mode; a link is replaced, not followed.
 void writeFileAtomically(const std::filesystem::path& file, std::string_view content);
 
-/// Flushes to disk what was written to a file, whoever wrote it. Throws `std::filesystem::filesystem_error`.
+/// Flushes a file's data to disk, whichever process wrote it. Throws `std::filesystem::filesystem_error`.
 void flushFile(const std::filesystem::path& file);
 
-/// Flushes to disk which entries a folder has. Throws `std::filesystem::filesystem_error`.
+/// Flushes a folder's entries to disk. Throws `std::filesystem::filesystem_error`.
 void flushFolder(const std::filesystem::path& folder);
 
 } // namespace orvo

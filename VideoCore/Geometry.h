@@ -2,7 +2,7 @@
 
 namespace orvo {
 
-/// A place in the global display space: pixels of the whole desktop, from its top left corner, y growing downwards.
+/// A position in the global display space: pixels of the whole desktop, from its top left corner, y growing downwards.
 struct Point {
     double x = 0;
     double y = 0;
@@ -10,8 +10,8 @@ struct Point {
     friend bool operator==(const Point&, const Point&) = default;
 };
 
-/// An area of the global display space. The monitors left of and above the primary one may have negative places where the
-/// window system says so.
+/// An area of the global display space. On some window systems, monitors left of or above the primary one have negative
+/// positions.
 struct Rect {
     double x = 0;
     double y = 0;
@@ -27,7 +27,7 @@ struct Rect {
     friend bool operator==(const Rect&, const Rect&) = default;
 };
 
-/// The whole pixels in a length that was computed through a scale. Rounding errors do not cost a pixel.
+/// A scaled length in whole pixels. Tolerates rounding errors, so that they do not cost a pixel.
 constexpr int wholePixels(double length) noexcept
 {
     return static_cast<int>(length + 1e-3);

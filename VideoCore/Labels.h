@@ -4,13 +4,13 @@
 
 #include <string_view>
 
-/// What the values of a project are called in Spanish, in the windows and in the terminal.
+/// Spanish labels for the values of a project, shared by the windows and the terminal.
 namespace orvo {
 
-/// The name of a project's state: "Listo", "Grabando", … An unknown state is its own name.
+/// The label of a project's state: "Listo", "Grabando", … Returns an unknown state unchanged.
 std::string_view stateLabel(std::string_view state);
 
-/// The name of a track: "Pantalla", "Cámara", …
+/// The label of a track: "Pantalla", "Cámara", …
 std::string_view trackLabel(TrackKind kind);
 
 } // namespace orvo

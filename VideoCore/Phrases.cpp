@@ -12,7 +12,7 @@ namespace orvo::Phrases {
 
 namespace {
 
-/// A word as far as it is left, on the output timeline.
+/// The part of a word that the cuts leave, on the output timeline.
 struct Spoken {
     double start = 0;
     double end = 0;
@@ -20,16 +20,16 @@ struct Spoken {
     std::size_t length = 0; ///< Characters.
 };
 
-constexpr double shortestWord = 0.001; ///< Seconds.
+constexpr double minWordDuration = 0.001; ///< Seconds.
 
-// Costs of a division into phrases. Only their order matters: the better division has the smaller sum.
-constexpr double phraseCost = 1; ///< Of every phrase, so that there are not more than needed.
+// Costs of a division into phrases. Only their relative size matters: the division with the smallest sum wins.
+constexpr double phraseCost = 1; ///< Each phrase, to avoid more than needed.
 constexpr double looseEndCost = 3; ///< A phrase that ends neither at punctuation nor at a gap.
-constexpr double commaCost = 0.6; ///< One that ends at a comma.
+constexpr double commaCost = 0.6; ///< A phrase that ends at a comma.
 constexpr double innerSentenceCost = 2.5; ///< A sentence that ends inside a phrase.
-constexpr double orphanCost = 4; ///< A single word that is no sentence of its own.
-constexpr double hasteCost = 0.4; ///< Each character a second above the rate.
-constexpr double shortCost = 3; ///< Each second below the shortest duration.
+constexpr double orphanCost = 4; ///< A single word that is not a whole sentence.
+constexpr double hasteCost = 0.4; ///< Each character per second above the rate.
+constexpr double shortCost = 3; ///< Each second below the minimum duration.
 
 std::size_t characters(std::string_view text)
 {
@@ -65,10 +65,10 @@ std::vector<Spoken> spokenWords(const VideoProject& project)
             words.push_back(std::move(*spoken));
     }
     std::ranges::stable_sort(words, {}, &Spoken::start);
-    // Recognisers may give words the same place, or lay one over the next.
+    // Recognisers may place words at the same time or let them overlap.
     std::vector<Spoken> apart;
     for (auto& word : words) {
-        if (!apart.empty() && word.start - apart.back().start < shortestWord) {
+        if (!apart.empty() && word.start - apart.back().start < minWordDuration) {
             apart.back().text += " " + word.text;
             apart.back().length += 1 + word.length;
             apart.back().end = std::max(apart.back().end, word.end);
@@ -97,8 +97,8 @@ std::string joined(std::span<const Spoken> words)
     return text;
 }
 
-/// The number of words on the first of two lines, so that both fit; nothing when they do not. Lines are as alike as
-/// possible, the second rather the longer one, and better broken behind punctuation.
+/// The number of words on the first of two lines so that both fit, or nullopt. Prefers lines of similar length, a longer
+/// second line, and breaks after punctuation.
 std::optional<std::size_t> lineBreak(std::span<const Spoken> words)
 {
     std::optional<std::size_t> best;
@@ -127,7 +127,7 @@ bool fits(std::span<const Spoken> words)
     return words.size() == 1 || joinedLength(words) <= maxLineLength || lineBreak(words);
 }
 
-/// What a phrase of these words costs; infinite for one that must not be. `next` is where the following word begins.
+/// The cost of a phrase of these words; infinite when it is not allowed. `next` is where the following word starts.
 double costOf(std::span<const Spoken> words, double next)
 {
     constexpr double never = std::numeric_limits<double>::infinity();
@@ -154,14 +154,14 @@ double costOf(std::span<const Spoken> words, double next)
     return cost;
 }
 
-/// The numbers of words of the phrases, the division with the least cost.
+/// The number of words in each phrase, for the division with the smallest cost.
 std::vector<std::size_t> division(std::span<const Spoken> words, double end)
 {
     struct Step {
         double cost = std::numeric_limits<double>::infinity();
         std::size_t count = 1; ///< Words of the last phrase.
     };
-    constexpr std::size_t maxWords = maxLines * (maxLineLength + 1) / 2; // Each a letter and a blank.
+    constexpr std::size_t maxWords = maxLines * (maxLineLength + 1) / 2; // One letter and one space each.
     std::vector<Step> best(words.size() + 1);
     best[0].cost = 0;
     for (std::size_t i = 1; i <= words.size(); ++i) {
@@ -194,7 +194,7 @@ std::vector<Phrase> of(const VideoProject& project)
         const auto breakAt = joinedLength(own) <= maxLineLength ? std::nullopt : lineBreak(own);
         phrase.lines =
             breakAt ? std::vector{joined(own.first(*breakAt)), joined(own.subspan(*breakAt))} : std::vector{joined(own)};
-        // Longer than it is spoken, for slow readers, as far as there is room.
+        // Stays longer than it is spoken, for slow readers, where there is room.
         const double wanted =
             phrase.start + std::clamp(static_cast<double>(joinedLength(own)) / maxRate, minDuration, maxDuration);
         const double room = at < words.size() ? words[at].start : std::max(end, phrase.end);

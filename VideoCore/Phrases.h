@@ -6,16 +6,16 @@
 #include <string>
 #include <vector>
 
-/// Subtitles that people can read: the words of a transcript joined to phrases. Pure functions.
+/// Readable subtitles: joins the words of a transcript into phrases. Pure functions.
 namespace orvo::Phrases {
 
-// What subtitles of television and platforms have in common.
-inline constexpr std::size_t maxLineLength = 42; ///< Characters; a single longer word keeps its length.
+// Limits common to subtitles on television and video platforms.
+inline constexpr std::size_t maxLineLength = 42; ///< Characters; a longer single word is not split.
 inline constexpr std::size_t maxLines = 2;
 inline constexpr double maxDuration = 6; ///< Seconds.
-inline constexpr double minDuration = 1; ///< Seconds; kept where the next phrase leaves the room.
-inline constexpr double maxRate = 17; ///< Characters a second; kept where the speech allows.
-inline constexpr double breakingGap = 0.4; ///< Seconds of silence between two words of one phrase at most.
+inline constexpr double minDuration = 1; ///< Seconds; kept when the next phrase leaves room.
+inline constexpr double maxRate = 17; ///< Characters per second; kept when the speech allows it.
+inline constexpr double breakingGap = 0.4; ///< Maximum silence between two words of one phrase, in seconds.
 
 /// One phrase on the output timeline.
 struct Phrase {
@@ -24,11 +24,11 @@ struct Phrase {
     std::vector<std::string> lines; ///< One or two.
 };
 
-/// The phrases of what remains of the transcript after the cuts: in order, none over another, each word in one of them. They
-/// end at punctuation and gaps where that is possible, and stay a little longer than they are spoken where there is room.
+/// The phrases of the transcript after the cuts: in order, without overlap, each word in exactly one. They end at
+/// punctuation and gaps where possible, and stay a little longer than they are spoken where there is room.
 std::vector<Phrase> of(const VideoProject& project);
 
-/// The whole subtitle file of a project, one cue for every phrase.
+/// The complete subtitle file of a project, one cue per phrase.
 std::string subtitles(const VideoProject& project, Timeline::SubtitleFormat format);
 
 } // namespace orvo::Phrases

@@ -20,7 +20,7 @@ namespace {
 
 VideoProject loadFrom(const fs::path& folder, DocumentDecoder& decoder, std::string& buffer)
 {
-    readFile(folder / ProjectStore::documentName, buffer, ProjectStore::longestDocument);
+    readFile(folder / ProjectStore::documentName, buffer, ProjectStore::maxDocumentBytes);
     auto project = decoder.decode(buffer);
     if (project.schemaVersion != VideoProject::currentSchemaVersion)
         throw captureError("Este proyecto requiere una versión más reciente.");
@@ -35,7 +35,7 @@ ProjectStore::ProjectStore(const std::optional<fs::path>& root)
     if (!m_root.has_filename())
         m_root = m_root.parent_path();
     fs::create_directories(m_root.parent_path());
-    // Made with these permissions, so that it is never open to others, not even for a moment.
+    // Creates it with these permissions, so that others can never open it.
     if (::mkdir(m_root.c_str(), S_IRWXU) != 0 && (errno != EEXIST || !fs::is_directory(m_root)))
         throw fs::filesystem_error("mkdir", m_root, std::error_code(errno, std::system_category()));
     fs::permissions(m_root, fs::perms::owner_all);
@@ -57,7 +57,7 @@ void ProjectStore::save(const VideoProject& project) const
 {
     const fs::path file = directory(project.id) / documentName;
     const std::string document = encodeDocument(project);
-    if (document.size() > longestDocument)
+    if (document.size() > maxDocumentBytes)
         throw fs::filesystem_error("write", file, make_error_code(std::errc::file_too_large));
     writeFileAtomically(file, document);
 }
@@ -75,7 +75,7 @@ std::vector<VideoProject> ProjectStore::list() const
     std::error_code error;
     for (fs::directory_iterator entry(m_root, error), end; !error && entry != end; entry.increment(error)) {
         const fs::path name = entry->path().filename();
-        // The same identifier in lower case would be another folder, which `load` never looks at.
+        // An identifier in lower case would be another folder, which `load` never reads.
         if (const auto id = Uuid::parse(name.native()); id && id->text() == name)
             ids.push_back(*id);
     }
@@ -90,7 +90,7 @@ std::vector<VideoProject> ProjectStore::list() const
                 for (; i < ids.size(); i = next++)
                     loaded[i] = loadFrom(directory(ids[i]), decoder, buffer);
             } catch (const std::exception&) {
-                i = next++; // Left out of the library; its folder stays as it is.
+                i = next++; // Skips the project; its folder stays.
             }
         }
     };
@@ -101,7 +101,7 @@ std::vector<VideoProject> ProjectStore::list() const
             try {
                 threads.emplace_back(loadSome);
             } catch (const std::system_error&) {
-                break; // No more threads are to be had: those that run do the work.
+                break; // No more threads available: the running ones do the work.
             }
         }
         loadSome();

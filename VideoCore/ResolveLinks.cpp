@@ -10,10 +10,10 @@ namespace fs = std::filesystem;
 
 fs::path resolveLinks(const fs::path& path)
 {
-    // As many as the kernel follows.
-    constexpr int mostLinks = 40;
+    // The kernel's limit.
+    constexpr int maxLinks = 40;
 
-    std::vector<fs::path> pending; // Parts still to be looked at, the next one last.
+    std::vector<fs::path> pending; // Components still to resolve, the next one last.
     const auto push = [&](const fs::path& parts) {
         const auto before = static_cast<std::ptrdiff_t>(pending.size());
         pending.insert(pending.end(), parts.begin(), parts.end());
@@ -36,14 +36,14 @@ fs::path resolveLinks(const fs::path& path)
         std::error_code error;
         const fs::path target = fs::read_symlink(next, error);
         if (!error) {
-            if (++links > mostLinks)
+            if (++links > maxLinks)
                 throw fs::filesystem_error("resolve", path, make_error_code(std::errc::too_many_symbolic_link_levels));
             if (target.is_absolute())
                 resolved = "/";
             push(target.relative_path());
         } else if (error == std::errc::invalid_argument || error == std::errc::no_such_file_or_directory
             || error == std::errc::not_a_directory) {
-            resolved = next; // No link.
+            resolved = next; // Not a link.
         } else {
             throw fs::filesystem_error("resolve", next, error);
         }

@@ -4,10 +4,10 @@
 
 namespace orvo {
 
-/// Where an absolute path leads when every link on it is followed, also a link to something that does not exist yet: there
-/// a file would be made. What does not exist is taken as it stands.
+/// The target of an absolute path with all links followed, including links to something that does not exist yet.
+/// Components that do not exist are kept as they are.
 ///
-/// Throws `std::filesystem::filesystem_error` for links that form a loop and for names that cannot be looked up.
+/// Throws `std::filesystem::filesystem_error` for link loops and for names that cannot be looked up.
 std::filesystem::path resolveLinks(const std::filesystem::path& path);
 
 } // namespace orvo

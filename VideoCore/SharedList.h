@@ -11,8 +11,8 @@ namespace orvo {
 
 /// A list with value semantics whose storage is shared between copies until one of them changes.
 ///
-/// Copying costs one atomic increment, whatever the length. Reading never copies. The first call of `edit()` on a list
-/// that shares its storage copies the items once. Different copies may be used from different threads.
+/// Copying costs one atomic increment, whatever the length. Reading never copies. The first `edit()` of a list with
+/// shared storage copies the items once. Different copies may be used from different threads.
 template <typename T> class SharedList {
 public:
     using value_type = T;
@@ -58,7 +58,7 @@ public:
     const T& front() const { return items().front(); }
     const T& back() const { return items().back(); }
 
-    /// The items of this copy alone, to be changed in place. The reference holds until this list is copied or assigned.
+    /// This copy's own items, to change in place. The reference is valid until this list is copied or assigned.
     std::vector<T>& edit()
     {
         if (!m_storage)
@@ -68,7 +68,7 @@ public:
         return m_storage->items;
     }
 
-    /// True when both copies still use the same storage, and so are equal without a look at the items.
+    /// Whether both copies use the same storage; they are then equal without comparing items.
     bool sharesStorageWith(const SharedList& other) const noexcept { return m_storage == other.m_storage; }
 
     friend bool operator==(const SharedList& a, const SharedList& b)

@@ -9,7 +9,7 @@ namespace orvo::Suggestions {
 namespace {
 
 constexpr std::array<std::string_view, 5> fillers{"eh", "em", "uh", "um", "mmm"};
-constexpr std::size_t longestFiller = 3;
+constexpr std::size_t maxFillerLength = 3;
 
 /// Whether a code point is trimmed from the ends of a word: punctuation, white space, line breaks.
 bool isTrimmed(utf8proc_int32_t codePoint)
@@ -35,9 +35,9 @@ bool isTrimmed(utf8proc_int32_t codePoint)
 
 bool isFiller(std::string_view word)
 {
-    // Fillers are ASCII, so the trimmed word is one when its lower-case code points are exactly those characters.
-    std::array<char, longestFiller> letters{};
-    std::size_t count = 0; // Code points from the first that is not trimmed to the last that is not.
+    // Fillers are ASCII, so it is enough to compare lower-case code points.
+    std::array<char, maxFillerLength> letters{};
+    std::size_t count = 0; // Code points from the first to the last that is not trimmed.
     std::size_t trailing = 0; // Trimmed code points since the last that is not.
     const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(word.data());
     auto left = static_cast<utf8proc_ssize_t>(word.size());
@@ -53,7 +53,7 @@ bool isFiller(std::string_view word)
             continue;
         }
         const auto lower = utf8proc_tolower(codePoint);
-        if (trailing > 0 || count == longestFiller || lower > 'z' || lower < 'a')
+        if (trailing > 0 || count == maxFillerLength || lower > 'z' || lower < 'a')
             return false;
         letters[count++] = static_cast<char>(lower);
     }

@@ -41,7 +41,7 @@ void appendStamp(std::string& out, double seconds, SubtitleFormat format)
     appendNumber(out, ms % 1000, 3);
 }
 
-/// Appends a word as cue text: no arrow that could be read as a time line, no line break, no markup.
+/// Appends a word as cue text: replaces line breaks, markup and arrows that would be parsed as timings.
 void appendCueText(std::string& out, std::string_view text)
 {
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -168,7 +168,7 @@ std::string subtitles(const VideoProject& project, SubtitleFormat format)
     std::string text;
     text.reserve(project.edit.words.size() * 56 + 16);
     bool first = true;
-    // Blocks are joined by line breaks, and one more ends the file.
+    // A blank line separates blocks, and one more line break ends the file.
     const auto beginBlock = [&] {
         if (!first)
             text += '\n';

@@ -9,38 +9,37 @@
 #include <string_view>
 #include <vector>
 
-/// The arithmetic between the recording timeline and the output timeline, which is what remains of it after the cuts,
-/// joined end to end. Pure functions; all times in seconds.
+/// Conversions between the recording timeline and the output timeline, which is what the cuts leave, joined end to end.
+/// Pure functions; all times in seconds.
 namespace orvo::Timeline {
 
-/// The cuts cleaned, sorted and merged: sorted by start, disjoint, apart by more than zero, and within 0..`duration`.
+/// The cuts cleaned, sorted and merged: sorted by start, disjoint, with gaps greater than zero, and within 0..`duration`.
 ///
-/// A cut with an end that is not finite is dropped; the others are clamped, and dropped when nothing remains of them.
-/// Cuts that overlap or touch become one.
+/// A cut with an end that is not finite is dropped. The others are clamped, and dropped if empty. Cuts that overlap or
+/// touch are merged.
 std::vector<TimeSpan> merged(std::span<const TimeSpan> cuts, double duration);
 
 /// The stretches of the recording that remain after the cuts, in order.
 std::vector<TimeSpan> kept(double duration, std::span<const TimeSpan> cuts);
 
-/// Where a moment of the recording lies on the output timeline; nothing when it is cut or outside the recording.
-/// The very end of the recording is the end of the output.
+/// The position of a recording time on the output timeline. Returns nullopt when it is cut or outside the recording. The
+/// very end of the recording maps to the end of the output.
 std::optional<double> outputTime(double time, std::span<const TimeSpan> cuts, double duration);
 
 /// The two subtitle formats.
 enum class SubtitleFormat : std::uint8_t { subRip, webVtt };
 
 /// A subtitle time stamp of `seconds`, rounded to milliseconds, never negative: 00:01:05.250 (WebVTT), 00:01:05,250
-/// (SubRip). Hours are not wrapped. Not-a-number counts as 0; values beyond the range of milliseconds in 64 bits as its
-/// ends.
+/// (SubRip). Hours do not wrap. NaN counts as 0; values outside the range of 64-bit milliseconds are clamped.
 std::string stamp(double seconds, SubtitleFormat format);
 
-/// A text as a line of a cue: without line breaks, arrows and markup.
+/// A text as one line of a cue: line breaks, arrows and markup are replaced.
 std::string cueText(std::string_view text);
 
-/// The whole subtitle file of a project on the output timeline: one cue for every kept piece of every word.
+/// The complete subtitle file of a project on the output timeline: one cue for every kept piece of every word.
 std::string subtitles(const VideoProject& project, SubtitleFormat format);
 
-/// The two steps of `outputTime` kept apart, for many questions about the same cuts: each answer takes logarithmic time.
+/// `outputTime` with its preparation kept, for many queries of the same cuts. Each query takes logarithmic time.
 class OutputMap {
 public:
     OutputMap(double duration, std::span<const TimeSpan> cuts);
@@ -50,10 +49,10 @@ public:
     /// As `Timeline::outputTime`.
     std::optional<double> outputTime(double time) const;
 
-    /// The index of the first kept stretch that ends after `time`; the number of stretches when there is none.
+    /// The index of the first kept stretch that ends after `time`, or the number of stretches.
     std::size_t firstEndingAfter(double time) const;
 
-    /// Calls `visit` with every kept piece of `source`, in order, on the output timeline.
+    /// Calls `visit` with every kept piece of `source`, mapped to the output timeline, in order.
     template <class Visit> void forEachPiece(const TimeSpan& source, Visit visit) const
     {
         for (std::size_t i = firstEndingAfter(source.start); i < m_kept.size() && m_kept[i].start < source.end; ++i) {
@@ -69,7 +68,7 @@ public:
 private:
     double m_duration;
     std::vector<TimeSpan> m_kept;
-    std::vector<double> m_starts; ///< Running totals: one more than stretches, the last is the output's length.
+    std::vector<double> m_starts; ///< Running totals; one more entry than stretches. The last is the output's length.
 };
 
 } // namespace orvo::Timeline

@@ -18,7 +18,7 @@ constexpr bool hyphenAt(std::size_t position)
     return position == 8 || position == 13 || position == 18 || position == 23;
 }
 
-/// The value of each hexadecimal digit, 0xFF for every other character.
+/// The value of each hexadecimal digit, 0xFF for any other character.
 constexpr auto digitValues = [] {
     std::array<std::uint8_t, 256> values{};
     values.fill(0xFF);

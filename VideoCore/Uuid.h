@@ -14,16 +14,16 @@ namespace orvo {
 struct Uuid {
     std::array<std::uint8_t, 16> bytes{};
 
-    /// A new random (version 4) identifier from the system's secure generator.
+    /// A random (version 4) identifier from the system's secure generator.
     static Uuid random();
 
-    /// Reads the 36-character form, in upper or lower case; nothing for any other text.
+    /// Parses the 36-character form in upper or lower case; returns nullopt for any other text.
     static std::optional<Uuid> parse(std::string_view text);
 
     /// The canonical 36-character form with upper-case digits.
     std::string text() const;
 
-    /// Writes the canonical form into 36 characters, without an end mark.
+    /// Writes the canonical form, 36 characters, without a terminator.
     void write(char* out) const;
 
     friend bool operator==(const Uuid&, const Uuid&) = default;

@@ -18,31 +18,31 @@
 
 namespace orvo {
 
-/// What a media file of a project holds.
+/// The content of a media file of a project.
 enum class TrackKind : std::uint8_t { screen, camera, microphone, system, clip };
 
-/// What a logged pointer event is.
+/// The kind of a logged pointer event.
 enum class PointerKind : std::uint8_t { move, click, zoom };
 
-/// What an automatic suggestion proposes.
+/// The kind of a suggestion.
 enum class SuggestionKind : std::uint8_t { silence, filler, zoom };
 
-/// The text that stands for a value of one of the enumerations above in documents, and the way back.
+/// The document text of an enumeration value, and its parser.
 std::string_view textOf(TrackKind kind);
 std::string_view textOf(PointerKind kind);
 std::string_view textOf(SuggestionKind kind);
 std::optional<TrackKind> parseTrackKind(std::string_view text);
 std::optional<PointerKind> parsePointerKind(std::string_view text);
 
-/// Every kind of track, in declaration order.
+/// All kinds of track, in declaration order.
 std::span<const TrackKind> allTrackKinds();
 
-/// A stretch of the timeline: a cut, a kept stretch, a selection. Neither ordered nor clamped by itself.
+/// A stretch of the timeline: a cut, a kept stretch, a selection. Not necessarily ordered or within the recording.
 struct TimeSpan {
     double start = 0; ///< Seconds.
     double end = 0; ///< Seconds.
 
-    /// `end` − `start` when that is zero or more, otherwise (also when it is not a number) 0.
+    /// `end` − `start` when that is zero or more; otherwise (also for NaN) 0.
     double duration() const noexcept;
 
     friend bool operator==(const TimeSpan&, const TimeSpan&) = default;
@@ -55,7 +55,7 @@ struct MediaTrack {
     std::string file; ///< Relative to the project folder; resolved only by `ProjectStore::mediaURL`.
     double start = 0; ///< Position of the file's first sample, in seconds.
     double duration = 0; ///< Length of the file's media, in seconds.
-    double volume = 1; ///< Linear gain of the track's sound.
+    double volume = 1; ///< Linear gain of the track's audio.
 
     friend bool operator==(const MediaTrack&, const MediaTrack&) = default;
 };
@@ -83,7 +83,7 @@ struct PointerEvent {
     friend bool operator==(const PointerEvent&, const PointerEvent&) = default;
 };
 
-/// A text or an image shown over the video for a time.
+/// A text or an image shown over the video.
 struct Overlay {
     enum class Kind : std::uint8_t { text, image };
 
@@ -104,12 +104,12 @@ std::optional<Overlay::Kind> parseOverlayKind(std::string_view text);
 
 /// The whole non-destructive edit of a project.
 struct EditState {
-    SharedList<TimeSpan> cuts; ///< Stretches to remove, as the user made them; merged when used.
+    SharedList<TimeSpan> cuts; ///< Stretches to remove, as the user made them; merged on use.
     SharedList<Overlay> overlays;
     SharedList<TranscriptWord> words; ///< The transcript, in time order.
     SharedList<PointerEvent> events;
-    double cameraX = 0.75; ///< Left edge of the camera picture, fraction of the frame width.
-    double cameraY = 0.72; ///< Top edge of the camera picture, fraction of the frame height.
+    double cameraX = 0.75; ///< Left edge of the camera frame, fraction of the frame width.
+    double cameraY = 0.72; ///< Top edge of the camera frame, fraction of the frame height.
     double cameraWidth = 0.22; ///< Fraction of the frame width.
     bool cameraVisible = true;
     bool clickHalo = true;
@@ -146,24 +146,24 @@ struct VideoProject {
     std::int64_t width = 1920; ///< Pixels.
     std::int64_t height = 1080; ///< Pixels.
     std::int64_t fps = 30; ///< Frames per second.
-    std::string state = "ready"; ///< One of the texts in `ProjectState`, or any other.
+    std::string state = "ready"; ///< One of the texts in `ProjectState`, or an unknown one.
     SharedList<MediaTrack> tracks;
     EditState edit;
     std::optional<Publication> publication;
 
-    /// A new project with the given title, a new identifier and the current time; everything else at its default.
+    /// A new project with the given title, a new identifier, the current time and defaults for everything else.
     static VideoProject make(std::string title);
 
-    /// Length of the video after its cuts, in seconds.
+    /// Length of the video after the cuts, in seconds.
     double playableDuration() const;
 
     friend bool operator==(const VideoProject&, const VideoProject&) = default;
 };
 
-/// The texts of `VideoProject::state` that this system writes and tests.
+/// The values of `VideoProject::state` that the application writes and checks.
 namespace ProjectState {
 inline constexpr std::string_view ready = "ready";
-inline constexpr std::string_view recording = "recording"; ///< Also the beginning of every text of a recording in progress.
+inline constexpr std::string_view recording = "recording"; ///< Also the prefix of every state of a running recording.
 inline constexpr std::string_view recordingTab = "recording-tab";
 inline constexpr std::string_view processingTab = "processing-tab";
 inline constexpr std::string_view recoverable = "recoverable";
@@ -171,13 +171,13 @@ inline constexpr std::string_view recoverableTab = "recoverable-tab";
 inline constexpr std::string_view needsRecovery = "needs-recovery";
 } // namespace ProjectState
 
-/// A proposal of the analysis. It lives in memory only.
+/// A suggestion of the analysis. Never saved.
 struct EditSuggestion {
     Uuid id = Uuid::random();
     SuggestionKind kind = SuggestionKind::silence;
     TimeSpan span; ///< The stretch concerned.
-    std::string label; ///< Shown to the user.
-    std::optional<PointerEvent> event; ///< For a zoom suggestion, the zoom point to add.
+    std::string label; ///< Shown to the user, in Spanish.
+    std::optional<PointerEvent> event; ///< The zoom point to add, for a zoom suggestion.
 
     friend bool operator==(const EditSuggestion&, const EditSuggestion&) = default;
 };

@@ -1,12 +1,12 @@
-# Compiler settings for every target of the house, and orvo_module(), which makes one of its layers.
+# Compiler settings of all our targets, and orvo_module(), which creates a layer's library.
 
 set(CMAKE_CXX_STANDARD 23)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-set(CMAKE_CXX_COMPILE_OPTIONS_PIE -fPIC) # Programs as well, so that they share precompiled headers with libraries.
-set(CMAKE_CXX_SCAN_FOR_MODULES OFF) # There are none; looking for them would double the compiler runs.
+set(CMAKE_CXX_COMPILE_OPTIONS_PIE -fPIC) # Also for programs, so that they share precompiled headers with libraries.
+set(CMAKE_CXX_SCAN_FOR_MODULES OFF) # No modules are used; scanning for them would double the compiler runs.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 
@@ -17,7 +17,7 @@ target_compile_options(orvo_flags INTERFACE
   -pthread
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
   -Wold-style-cast -Wcast-align -Wformat=2 -Wimplicit-fallthrough
-  # Naming only the fields that differ is what designated initialisers are for.
+  # Designated initialisers are meant to name only the fields that differ.
   -Wno-missing-field-initializers)
 if(ORVO_SANITIZERS)
   target_compile_options(orvo_flags INTERFACE -fsanitize=${ORVO_SANITIZERS} -fno-omit-frame-pointer -fno-sanitize-recover=all)
@@ -28,8 +28,8 @@ if(ORVO_SANITIZERS)
   endif()
 endif()
 
-# What nearly every file includes, compiled once: a third of the time of a build. Every file still includes what it needs; the
-# debug preset and the static analysis, which do without, see to that.
+# Common standard headers, precompiled: saves a third of the build time. Files still include what they need; the debug
+# preset and the static analysis, which do not precompile, check that.
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/orvo_standard.cpp CONTENT "")
 add_library(orvo_standard OBJECT ${CMAKE_BINARY_DIR}/orvo_standard.cpp)
 target_link_libraries(orvo_standard PRIVATE orvo_flags)
@@ -38,23 +38,23 @@ set(ORVO_STANDARD_HEADERS
   <optional> <ranges> <span> <stop_token> <string> <string_view> <system_error> <thread> <utility> <vector>)
 target_precompile_headers(orvo_standard PRIVATE ${ORVO_STANDARD_HEADERS})
 
-# orvo_precompiled(TARGET) lets the target use them.
+# orvo_precompiled(TARGET) makes the target use them.
 function(orvo_precompiled TARGET)
   target_precompile_headers(${TARGET} REUSE_FROM orvo_standard)
 endfunction()
 
 # orvo_module(NAME [INCLUDED_AS FOLDER] [OWN_PRECOMPILED] SOURCES file... [PUBLIC target...] [PRIVATE target...])
 #
-# Makes the static library NAME from this folder. Its headers are included as "NAME/Header.h", or as "FOLDER/Header.h". Each
-# module is given an include folder that shows that one module and nothing else, so that a header of a layer that is not
-# linked cannot be included: the direction of the dependencies is checked by the compiler.
+# Creates the static library NAME from the current folder. Its headers are included as "NAME/Header.h" or
+# "FOLDER/Header.h". Every module has an include folder that shows only that module, so that a header of a layer that is
+# not linked cannot be included: the compiler checks the direction of the dependencies.
 function(orvo_module NAME)
   cmake_parse_arguments(ARG "OWN_PRECOMPILED" "INCLUDED_AS" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
   if(NOT ARG_INCLUDED_AS)
     set(ARG_INCLUDED_AS ${NAME})
   endif()
   set(view ${CMAKE_BINARY_DIR}/include/${NAME})
-  file(REMOVE_RECURSE ${view}) # A build folder may still show what belonged to the module before.
+  file(REMOVE_RECURSE ${view}) # An older build folder may show headers that moved.
   cmake_path(GET ARG_INCLUDED_AS PARENT_PATH parent)
   file(MAKE_DIRECTORY ${view}/${parent})
   cmake_path(GET ARG_INCLUDED_AS PARENT_PATH parent)

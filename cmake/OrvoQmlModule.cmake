@@ -1,18 +1,19 @@
 # orvo_qml_module(NAME URI ROOM SOURCES file... QML file... [RESOURCES file...] [PUBLIC target...] [PRIVATE target...])
 #
-# Makes a room of windows: an orvo_module() whose headers are included as "OrvoVideo/ROOM/Header.h", and the QML module URI.
+# Creates a room with windows: an orvo_module() whose headers are included as "OrvoVideo/ROOM/Header.h", and the QML
+# module URI.
 function(orvo_qml_module NAME URI ROOM)
   cmake_parse_arguments(ARG "" "" "SOURCES;QML;RESOURCES;PUBLIC;PRIVATE" ${ARGN})
   orvo_module(${NAME} INCLUDED_AS OrvoVideo/${ROOM} OWN_PRECOMPILED SOURCES ${ARG_SOURCES} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE})
   set_target_properties(${NAME} PROPERTIES
     AUTOMOC ON
-    # The views are read ahead of time, so that they open faster. Compiling their few expressions to C++ would take much of the
-    # time of a build.
+    # Parses the views ahead of time, so that they open faster. Compiling their few expressions to C++ would take much of
+    # the build time.
     QT_QMLCACHEGEN_ARGUMENTS --only-bytecode)
   target_precompile_headers(${NAME} PRIVATE
     <QGuiApplication> <QPainter> <QPointer> <QQmlEngine> <QQuickItem> <QQuickWindow> <QTimer> <QtQml/qqmlprivate.h>
     <algorithm> <chrono> <filesystem> <format> <functional> <map> <optional> <span> <stop_token> <string> <thread> <vector>)
-  # The generated registration of the types includes their headers by name alone.
+  # The generated type registration includes the headers by name only.
   target_include_directories(${NAME} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   qt_policy(SET QTP0004 NEW)
   string(REPLACE "." "/" folder ${URI})

@@ -1,4 +1,4 @@
-# orvo_test(), which makes one test program and tells ctest about every test in it.
+# orvo_test() creates a test program and registers its tests with ctest.
 
 include(GoogleTest)
 find_package(GTest 1.15 REQUIRED)
@@ -6,12 +6,12 @@ find_package(GTest 1.15 REQUIRED)
 # Builds the programs labelled "threads".
 add_custom_target(thread_tests)
 
-# Tests are compiled more than they run. And Qt's names for the folders of each would keep them from sharing precompiled
-# headers.
+# Low optimisation, because tests are compiled more often than they run. Qt's per-folder definitions would keep them from
+# sharing precompiled headers.
 add_library(orvo_test_flags INTERFACE)
 target_compile_options(orvo_test_flags INTERFACE $<$<CONFIG:Release>:-O1> -UQT_TESTCASE_BUILDDIR -UQT_TESTCASE_SOURCEDIR)
 
-# The matchers and what nearly every test includes, compiled once.
+# The matchers and common headers of tests, precompiled.
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/orvo_test_standard.cpp CONTENT "")
 add_library(orvo_test_standard OBJECT ${CMAKE_BINARY_DIR}/orvo_test_standard.cpp)
 target_link_libraries(orvo_test_standard PRIVATE orvo_flags orvo_test_flags GTest::gmock)
@@ -21,10 +21,10 @@ target_precompile_headers(orvo_test_standard PRIVATE
 
 # orvo_test(NAME [ALONE] SOURCES file... LINK target... [LABELS label...] [PRECOMPILED_OF target] [ENVIRONMENT NAME=VALUE])
 #
-# Every program also gets GoogleTest with matchers and its main(), and the helpers of tests/support ("TestSupport/Name.h").
-# Labels choose what ctest runs: "slow" for what takes seconds (ctest -LE slow), "threads" for what the thread sanitizer is
-# for (ctest -L threads). ALONE keeps other tests from running beside these, which measure times. PRECOMPILED_OF names a target
-# whose precompiled headers are used.
+# Links GoogleTest with matchers and main(), and the helpers of tests/support ("TestSupport/Name.h"). Labels select tests:
+# "slow" for those that take seconds (ctest -LE slow), "threads" for the thread sanitizer (ctest -L threads). ALONE runs
+# no other tests at the same time, for tests that measure. PRECOMPILED_OF names a target whose precompiled headers are
+# used.
 function(orvo_test NAME)
   cmake_parse_arguments(ARG "ALONE" "PRECOMPILED_OF;ENVIRONMENT" "SOURCES;LINK;LABELS" ${ARGN})
   if(NOT ARG_PRECOMPILED_OF)
@@ -36,7 +36,7 @@ function(orvo_test NAME)
   if("threads" IN_LIST ARG_LABELS)
     add_dependencies(thread_tests ${NAME})
   endif()
-  # A property without a value would take the name of the next for its value.
+  # A property without a value would consume the next name as its value.
   set(properties TIMEOUT 900 RUN_SERIAL ${ARG_ALONE})
   if(ARG_ENVIRONMENT)
     list(APPEND properties ENVIRONMENT "${ARG_ENVIRONMENT}")
@@ -45,6 +45,6 @@ function(orvo_test NAME)
     string(REPLACE ";" "\\\\;" labels "${ARG_LABELS}")
     list(APPEND properties LABELS "${labels}")
   endif()
-  # Tests are listed when ctest runs, so that building stays building. A test that hangs is a failed test.
+  # Lists the tests when ctest runs, not during the build. A test that hangs fails.
   gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
 endfunction()

@@ -1,4 +1,4 @@
-# Orvo::Whisper, the speech library: the system's, or the one that tools/speech.sh has made in build/whisper.
+# Orvo::Whisper, the speech library: the system's, or the one that tools/speech.sh builds in build/whisper.
 
 add_library(orvo_whisper INTERFACE)
 add_library(Orvo::Whisper ALIAS orvo_whisper)

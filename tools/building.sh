@@ -1,13 +1,13 @@
 # shellcheck shell=bash
-# What ./run, ./test and ./dev share; read with "source" from the top of the tree.
+# Shared by ./run, ./test and ./dev; sourced from the top of the tree.
 
-# Numbers, sorting and character widths are the same everywhere, also where no locale is set up.
+# The same numbers, sorting and character widths everywhere, even without a configured locale.
 export LC_ALL=C.UTF-8
 
-# As many compilers at once as there are processors, each with 1.5 GB of memory.
+# One compiler per processor, as long as there are 1.5 GB of memory for each.
 jobs=$(awk -v processors="$(nproc)" '/^MemAvailable:/ { fits = int($2 / 1500000) } END { print fits < 1 ? 1 : fits < processors ? fits : processors }' /proc/meminfo)
 
-# shows_only_failures LOG COMMAND... keeps what the command prints in the file LOG, and shows its end when it fails.
+# shows_only_failures LOG COMMAND... writes the command's output to LOG, and prints the end of it on failure.
 shows_only_failures() {
   local log=$1
   mkdir -p "${log%/*}"
@@ -21,14 +21,14 @@ shows_only_failures() {
 configure() {
   local folder=build/$1
   tools/speech.sh
-  # A tree that was moved or copied takes its build folder along, which CMake refuses to use in another place.
+  # CMake refuses to use a build folder of a tree that was moved or copied.
   if [[ -e $folder/CMakeCache.txt ]] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD" "$folder/CMakeCache.txt"; then
     rm -rf "$folder"
   fi
   shows_only_failures "$folder/configure.log" cmake --preset "$1"
 }
 
-# build PRESET [TARGET...] builds everything, or the targets.
+# build PRESET [TARGET...] builds everything, or the given targets.
 build() {
   configure "$1"
   cmake --build --preset "$1" --parallel "$jobs" ${2:+--target "${@:2}"}

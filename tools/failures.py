@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Prints which tests failed: failures.py RESULTS [--names|--count], RESULTS being a file that ctest wrote.
+"""Prints the failed tests: failures.py RESULTS [--names|--count], where RESULTS is a file that ctest wrote.
 
-Without an option it shows the end of what each said as well."""
+Without an option, also prints the end of each test's output."""
 
 import sys
 import xml.etree.ElementTree

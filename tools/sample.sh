@@ -1,9 +1,9 @@
 #!/bin/bash
 # Records a sample lesson: tools/sample.sh ORVO
 #
-# With the program ORVO and into its library, 20 seconds of a real display, 1920x1080, on which a time-coded page and the
-# pointer move, with Spanish spoken into a microphone. Display and sound are its own and gone afterwards. Prints the
-# project's identifier.
+# Records 20 seconds with the program ORVO into its library: a virtual display, 1920x1080, with a time-coded page and a
+# moving pointer, and Spanish speech as the microphone. Starts its own display and sound server, and stops them
+# afterwards. Prints the project's identifier.
 set -euo pipefail
 export LC_ALL=C.UTF-8
 
@@ -25,7 +25,7 @@ fail() {
   exit 1
 }
 
-# What is said, each line in one breath from its second on, so that the pauses between them are known.
+# The spoken lines with their start times in seconds, so that the pauses are known.
 cat >"$work/said" <<'END'
 0.6|Hola, esta es una lección de muestra.
 3.8|Todo lo que se ve en esta pantalla se está grabando.
@@ -35,14 +35,14 @@ cat >"$work/said" <<'END'
 16.8|Y el vídeo sale con sus subtítulos.
 END
 
-# Speaks the lines into voice.wav.
+# Synthesises the lines into voice.wav.
 speak() {
   local start text number=0 sound inputs=() graph='' mixed=''
   while IFS='|' read -r start text; do
     sound=$work/$number.wav
     espeak-ng -v es -s 150 -w "$sound" "$text"
     inputs+=(-i "$sound")
-    # In milliseconds: a fraction of a second is silently taken for none.
+    # In milliseconds: adelay silently ignores a fraction of a second.
     graph+="[$number]adelay=$(awk "BEGIN { print int(1000 * $start) }"):all=1[at$number];"
     mixed+="[at$number]"
     number=$((number + 1))
@@ -51,7 +51,7 @@ speak() {
     "$graph${mixed}amix=$number:normalize=0,aresample=48000,apad=whole_dur=$length" "$work/voice.wav"
 }
 
-# A dark page with lines that appear one after another, a ball that swings, a bar that fills and the time.
+# A dark page with lines that appear one after another, a swinging ball, a progress bar and the time.
 cat >"$work/page" <<END
 color=0x15131A:1920x1080:30[page];
 color=0x1D1A24:760x600:30[panel];
@@ -71,7 +71,7 @@ color=0xB087FF:1640x10:30[bar];
   format=yuv420p
 END
 
-# Sound of its own: a microphone that hears what is played into "micfeed", and loudspeakers.
+# A sound server with a microphone that hears what is played into "micfeed", and loudspeakers.
 sound() {
   export XDG_RUNTIME_DIR=$work/run DBUS_SESSION_BUS_ADDRESS=unix:path=$work/run/bus
   mkdir -m 700 "$XDG_RUNTIME_DIR"
@@ -90,7 +90,7 @@ sound() {
   pactl load-module module-null-sink sink_name=speakers >/dev/null
   pactl load-module module-null-sink sink_name=micfeed >/dev/null
   pactl load-module module-remap-source master=micfeed.monitor source_name=voice >/dev/null
-  # Right after the start the answer may be that this is not supported.
+  # Right after the start, pactl may report that this is not supported.
   until pactl set-default-sink speakers 2>/dev/null && pactl set-default-source voice 2>/dev/null &&
     pactl info | grep -q 'Default Source: voice'; do
     ((tries--)) || fail 'no se ha podido elegir el micrófono.' "$work/sound.log"
@@ -98,7 +98,7 @@ sound() {
   done
 }
 
-# The pointer's way, thirty places a second, for longer than the recording lasts.
+# Moves the pointer, thirty positions per second, longer than the recording lasts.
 pointer() {
   awk -v seconds=$((length + 10)) 'BEGIN {
     for (i = 0; i < 30 * seconds; i++) {
@@ -126,7 +126,7 @@ mapfile -td " " way < <(pointer)
 xdotool "${way[@]}" >/dev/null &
 started+=($!)
 
-# The voice begins when the recording has.
+# The voice starts when the recording has started.
 "$orvo" record --seconds $((length + 1)) --title 'Lección de muestra' --json >"$work/recorded" 2>"$work/orvo.log" </dev/null &
 recording=$!
 tries=400

@@ -24,7 +24,7 @@ tools/setup.sh "${needed[@]}"
 shows_only_failures build/release/build.log build release orvo-server ${demo:+orvo}
 server=build/release/bin/orvo-server
 
-# The first port that nobody listens on.
+# The first unused port.
 for ((port = 8080; port < 8180; port++)); do
   (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null || break
 done

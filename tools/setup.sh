@@ -1,10 +1,10 @@
 #!/bin/bash
-# Installs what the named groups of tools/packages.txt need and is missing: tools/setup.sh GROUP...
+# Installs the missing packages of the named groups of tools/packages.txt: tools/setup.sh GROUP...
 #
-# Debian 13 and later have everything. Debian 12 gets the same packages from Debian 13: the machine's own
-# source entry is copied with the suite changed and pinned so low that nothing else is ever taken from it.
-# Quick when there is nothing to do. On a person's Debian 12 it says what it is about to change and asks first.
-# It may be stopped at any point and run again. Its texts are for whoever runs the application: in Spanish.
+# Debian 13 and later have all packages. Debian 12 gets them from Debian 13: the script copies the machine's own source
+# entry with the suite changed, and pins it so low that nothing else is installed from it. Fast if there is nothing to do.
+# On a user's Debian 12 it explains the changes and asks first. May be interrupted and run again. Its messages are for
+# users of the application, in Spanish.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 export LC_ALL=C.UTF-8
@@ -15,20 +15,20 @@ pin=/etc/apt/preferences.d/orvo-video-trixie
 say() { printf '%s\n' "$*" >&2; }
 fail() { say "Instalación: $*"; exit 1; }
 
-# Whether somebody is there to answer.
+# Whether a user can answer.
 person() { [[ -t 0 && -t 2 && -z ${CI:-} ]]; }
 agreed() {
   local answer
   read -r -p "$1 [s/N] " answer && [[ $answer == [sSyY]* ]]
 }
 
-# The packages of the given groups that are not installed, or older than what will do.
+# The packages of the given groups that are missing or too old.
 missing() {
   local architecture package lowest have
   local -A installed=()
   architecture=$(dpkg --print-architecture)
   mapfile -t wanted < <(awk -v groups=" $* " '!/^#/ && NF && index(groups, " " $1 " ") { print $2, $3 }' tools/packages.txt | sort -u)
-  # dpkg-query fails when it knows nothing of one of the packages, and tells about the others all the same.
+  # dpkg-query fails when it does not know a package, but still reports the others.
   while read -r package have; do
     installed[$package]=$have
   done < <(dpkg-query -W -f '${Package} ${Version} ${db:Status-Status} ${Architecture}\n' "${wanted[@]%% *}" 2>/dev/null |
@@ -42,8 +42,8 @@ missing() {
   done
 }
 
-# Prints, as a deb822 entry for the suite trixie, the first of the machine's own source entries for one of the
-# given suites. Fails when there is none.
+# Prints the machine's first source entry for one of the given suites, as a deb822 entry for trixie. Fails if there is
+# none.
 trixie_entry() {
   local file entry=
   for file in /etc/apt/sources.list.d/*.sources; do
@@ -92,7 +92,7 @@ trixie_entry() {
     "# Debian 13 for what Orvo Video needs; $pin keeps everything else from it." "$entry"
 }
 
-# Runs a command with what it prints kept for the case of failure.
+# Runs a command and keeps its output for an error report.
 quietly() { "$@" </dev/null >>"$log" 2>&1; }
 
 give_up() {
@@ -100,7 +100,7 @@ give_up() {
   fail "$*"
 }
 
-# Another program (the daily update, say) may hold the lists for a while.
+# Another program, such as the daily update, may lock the package lists for a while.
 update_lists() {
   local tries=24
   while ((tries--)); do
@@ -141,7 +141,7 @@ VERSION_CODENAME=
 # shellcheck disable=SC1091
 [[ ! -e /etc/os-release ]] || . /etc/os-release
 
-# Installed packages may have brought Debian 13's own /etc/os-release to a Debian 12: its sources tell as well.
+# Debian 13 packages may have brought their /etc/os-release to a Debian 12, so checks its sources too.
 twelve=
 if [[ ${VERSION_CODENAME:-} == bookworm ]] || { [[ -e $sources ]] && trixie_entry bookworm oldstable >/dev/null; }; then
   twelve=yes
@@ -162,7 +162,7 @@ if [[ $twelve ]]; then
       say "  los paquetes ${packages[*]}, con lo que necesitan"
       agreed "¿Continuar?" || fail "no se ha cambiado nada"
     fi
-    # The pin first: an entry without it would offer the whole of Debian 13 to the next upgrade.
+    # The pin first: without it, the entry would offer all of Debian 13 to the next upgrade.
     "${root[@]}" mkdir -p "${pin%/*}" "${sources%/*}"
     "${root[@]}" tee "$pin" >/dev/null <<<$'# For Orvo Video, with orvo-video-trixie.sources.\nPackage: *\nPin: release n=trixie\nPin-Priority: 100'
     "${root[@]}" tee "$sources.new" >/dev/null <<<"$entry"
@@ -170,16 +170,16 @@ if [[ $twelve ]]; then
     "${root[@]}" mv "$sources.new" "$sources"
   fi
 elif [[ -e $sources || -e $pin ]]; then
-  # The machine has become a Debian 13 since, where the pin would hold back its own packages.
+  # The machine is a Debian 13 by now, where the pin would hold back its own packages.
   "${root[@]}" rm -f "$sources" "$pin"
 fi
 
 say "Instalando ${packages[*]} (la primera vez, unos minutos)"
 
-# A source that has nothing to do with this may be broken: only what the installation says counts.
+# Unrelated sources may be broken; only the installation decides.
 update_lists || say "No se han podido actualizar todas las listas de paquetes; sigo con las que hay."
 
-# What an interrupted installation left unfinished. Only the administrator can see all of it.
+# Finishes an interrupted installation, which only root can fully see.
 unattended=(env DEBIAN_FRONTEND=noninteractive APT_LISTCHANGES_FRONTEND=none NEEDRESTART_SUSPEND=1)
 quietly "${root[@]}" "${unattended[@]}" dpkg --force-confold --configure -a || true
 if [[ -n $("${root[@]}" dpkg --audit) ]]; then

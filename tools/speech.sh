@@ -1,10 +1,10 @@
 #!/bin/bash
-# Makes the speech library whisper.cpp ready in build/whisper, unless the system has one: tools/speech.sh
+# Builds the speech library whisper.cpp in build/whisper, unless the system has one: tools/speech.sh
 #
-# Debian 13 has no package of it. Its sources come with a crate whose checksum stands in tools/speech/Cargo.lock, and are
-# built once for all presets, for the processor at hand. Quick when there is nothing to do.
+# Debian 13 has no package of it. Its sources come with a crate whose checksum is in tools/speech/Cargo.lock; they are
+# built once for all presets, for this processor. Fast if there is nothing to do.
 #
-# ORVO_SPEECH_OPTIONS adds options for CMake, so that tests run with another processor's arithmetic:
+# ORVO_SPEECH_OPTIONS adds CMake options, to run tests with another processor's instructions:
 #   ORVO_SPEECH_OPTIONS='-DGGML_NATIVE=OFF' ./test                                      without AVX-512
 #   ORVO_SPEECH_OPTIONS='-DGGML_NATIVE=OFF -DGGML_AVX2=OFF -DGGML_FMA=OFF' ./test       and without AVX2 and FMA
 set -euo pipefail
@@ -19,12 +19,12 @@ options=(-DCMAKE_BUILD_TYPE=Release -DCMAKE_POSITION_INDEPENDENT_CODE=ON -DBUILD
 read -ra more <<<"${ORVO_SPEECH_OPTIONS:-}"
 options+=("${more[@]}")
 made=build/whisper/made-of
-# What was built for another processor could not run on this one.
+# A build for another processor may not run here.
 this=$(sha256sum tools/speech/Cargo.lock; printf '%s\n' "${options[@]}"; grep -m 1 '^flags' /proc/cpuinfo || true)
 if [[ -e $made && $(<"$made") == "$this" ]]; then exit 0; fi
 
 tools/setup.sh build
-# An older cargo would first fetch the whole index.
+# An older cargo would fetch the whole index first.
 cargo --version 2>/dev/null | awk '{ split($2, v, "."); exit !(v[1] > 1 || v[2] >= 70) }' || tools/setup.sh speech
 echo 'Construyendo la biblioteca de reconocimiento de voz (una vez, un par de minutos)' >&2
 rm -rf build/whisper build/whisper-source

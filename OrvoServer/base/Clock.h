@@ -6,7 +6,7 @@
 
 namespace orvo::server {
 
-/// Wall-clock time, in seconds since 1970. Any thread.
+/// Wall-clock time, in seconds since 1970. Thread-safe.
 class Clock {
 public:
     Clock() = default;
@@ -17,14 +17,14 @@ public:
     virtual std::int64_t now() const = 0;
 };
 
-/// The system's clock. It never goes backwards within a process: while the system's clock is set back, it advances with the
-/// monotonic clock instead, so that no ticket lives longer than promised. A jump forwards is followed.
+/// The system's clock, monotonic within the process: while the system's clock is set back, it advances with the monotonic
+/// clock, so that no ticket lives too long. Follows jumps forwards.
 class SystemClock final : public Clock {
 public:
     std::int64_t now() const override;
 
 private:
-    mutable std::mutex m_mutex; ///< Guards what follows.
+    mutable std::mutex m_mutex; ///< Guards the members below.
     mutable std::int64_t m_wall = 0;
     mutable std::int64_t m_monotonic = 0;
 };

@@ -69,7 +69,7 @@ std::optional<std::string> fromBase64Url(std::string_view text)
             bytes += static_cast<char>((group >> bits) & 255U);
         }
     }
-    // Left-over bits must be zero, so that each value has one spelling.
+    // Unused bits must be zero, so that each value has one encoding.
     if (group & ((1U << bits) - 1U))
         return std::nullopt;
     return bytes;

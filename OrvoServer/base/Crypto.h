@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-/// The cryptography of the server, over OpenSSL. Any thread.
+/// The server's cryptography, on OpenSSL. Thread-safe.
 namespace orvo::server {
 
 using Digest = std::array<std::uint8_t, 32>;
@@ -23,7 +23,7 @@ std::string randomText(std::size_t bytes);
 /// Base64 with "-" and "_", without padding.
 std::string base64Url(std::span<const std::uint8_t> bytes);
 
-/// Reads exactly what `base64Url` writes; returns nullopt for any other text.
+/// Decodes exactly what `base64Url` writes; returns nullopt for any other text.
 std::optional<std::string> fromBase64Url(std::string_view text);
 
 /// Lower-case hexadecimal digits.
@@ -32,7 +32,7 @@ std::string hexText(std::span<const std::uint8_t> bytes);
 Digest sha256(std::string_view data);
 Digest hmacSha256(std::string_view key, std::string_view data);
 
-/// Compares in a time that depends on the lengths only.
+/// Compares in time that depends only on the lengths.
 bool isSameSecret(std::string_view one, std::string_view other);
 
 inline std::string_view viewOf(const Digest& digest)
@@ -45,7 +45,7 @@ inline std::span<const std::uint8_t> bytesOf(std::string_view text)
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-/// A SHA-256 that is computed piece by piece.
+/// An incremental SHA-256.
 class RunningSha256 {
 public:
     RunningSha256();
@@ -54,7 +54,7 @@ public:
     RunningSha256& operator=(RunningSha256&&) noexcept;
 
     void add(std::span<const std::uint8_t> bytes);
-    /// The digest as hexadecimal digits. Nothing may be added afterwards.
+    /// The digest as hexadecimal digits. Call nothing afterwards.
     std::string finish();
 
 private:

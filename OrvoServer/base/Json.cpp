@@ -91,7 +91,7 @@ JsonValue JsonDocument::root() const
 
 namespace {
 
-/// The length of the well-formed UTF-8 sequence at the beginning of `text`; 0 for none.
+/// The length of the valid UTF-8 sequence at the start of `text`; 0 for none.
 std::size_t sequenceLength(std::string_view text)
 {
     utf8proc_int32_t point = 0;

@@ -12,10 +12,10 @@
 struct yyjson_doc;
 struct yyjson_val;
 
-/// Reading and writing the JSON of requests and answers.
+/// Reads and writes the JSON of requests and responses.
 namespace orvo::server {
 
-/// A value within a `JsonDocument`, which must outlive it. A missing value answers every question with nullopt.
+/// A value in a `JsonDocument`, which must outlive it. Accessors of a missing value return nullopt.
 class JsonValue {
 public:
     explicit JsonValue(yyjson_val* value = nullptr)
@@ -31,11 +31,11 @@ public:
     JsonValue at(std::size_t index) const;
     std::optional<std::string> text() const;
     std::optional<bool> boolean() const;
-    /// A whole number from 0 on.
+    /// A non-negative integer.
     std::optional<std::uint64_t> number() const;
     /// Calls `visit` for each element of an array.
     void forEach(const std::function<void(JsonValue)>& visit) const;
-    /// The elements of an array of texts; nullopt for anything else.
+    /// The elements of an array of strings; nullopt for anything else.
     std::optional<std::vector<std::string>> texts() const;
 
 private:
@@ -44,7 +44,7 @@ private:
 
 class JsonDocument {
 public:
-    /// Reads strict JSON in UTF-8; `root()` is missing when `text` is anything else.
+    /// Parses strict UTF-8 JSON; `root()` is missing when that fails.
     explicit JsonDocument(std::string_view text);
     ~JsonDocument();
     JsonDocument(const JsonDocument&) = delete;
@@ -56,7 +56,7 @@ private:
     yyjson_doc* m_document;
 };
 
-/// Writes JSON. Texts must be UTF-8; a byte that is not becomes U+FFFD.
+/// Writes JSON. Replaces invalid UTF-8 bytes by U+FFFD.
 class JsonWriter {
 public:
     JsonWriter& open(char bracket);
@@ -86,7 +86,7 @@ private:
 /// {"error": text}
 std::string errorJson(std::string_view text);
 
-/// A list of texts as JSON, and back; a text that is no such list is an empty one.
+/// A list of strings as JSON, and its parser, which returns an empty list for anything else.
 std::string listJson(const std::vector<std::string>& texts);
 std::vector<std::string> listFromJson(std::string_view json);
 

@@ -9,10 +9,10 @@
 
 namespace orvo::server {
 
-/// Structured log: one JSON object for each line on a file descriptor. Any thread.
+/// Structured log: one JSON object per line on a file descriptor. Thread-safe.
 ///
-/// Callers never pass secrets: no credential, no ticket or grant, no key, no address of a viewer, no path of a request.
-/// A request is named by the pattern of its route.
+/// Callers must not pass secrets: no credential, ticket, grant, key, viewer address or request path. A request is
+/// identified by the pattern of its route.
 class Log {
 public:
     struct Field {

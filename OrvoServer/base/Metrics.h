@@ -10,14 +10,14 @@
 
 namespace orvo::server {
 
-/// Counters of the process, as Prometheus reads them. Any thread.
+/// Counters of the process for Prometheus. Thread-safe.
 struct Metrics {
-    std::atomic<std::int64_t> connections = 0; ///< Open now.
+    std::atomic<std::int64_t> connections = 0; ///< Currently open.
     std::atomic<std::uint64_t> accepted = 0;
     std::atomic<std::uint64_t> refusedConnections = 0; ///< Over a limit.
-    std::atomic<std::uint64_t> badRequests = 0; ///< Not HTTP as this server takes it.
+    std::atomic<std::uint64_t> badRequests = 0; ///< Requests that are not valid HTTP.
     std::atomic<std::uint64_t> timeouts = 0;
-    std::array<std::atomic<std::uint64_t>, 6> responses{}; ///< By the hundreds of their status.
+    std::array<std::atomic<std::uint64_t>, 6> responses{}; ///< By status class (status / 100).
     std::atomic<std::uint64_t> bytesSent = 0; ///< Bodies.
     std::atomic<std::uint64_t> bytesReceived = 0; ///< Bodies.
     std::atomic<std::uint64_t> wrongCredentials = 0;

@@ -9,7 +9,7 @@
 
 namespace orvo::server {
 
-/// An open file, closed with the last owner.
+/// An open file; the last owner closes it.
 class OpenFile {
 public:
     /// Throws `std::filesystem::filesystem_error`.

@@ -18,11 +18,11 @@ using std::chrono::steady_clock;
 
 namespace {
 
-constexpr std::size_t firstRead = 512; ///< What a connection that waits holds.
+constexpr std::size_t firstRead = 512; ///< The buffer of an idle connection.
 constexpr std::size_t bodyStep = std::size_t{256} << 10U;
 constexpr std::uint64_t maxSkipped = std::uint64_t{64} << 10U;
 
-/// Calls `work` on a thread of the pool and returns its result, or throws what it throws, on the caller's strand.
+/// Runs `work` on a thread of the pool. Returns its result, or rethrows its exception, on the caller's strand.
 template <class Work> asio::awaitable<std::invoke_result_t<Work&>> onPool(asio::thread_pool& pool, Work work)
 {
     using Result = std::invoke_result_t<Work&>;
@@ -86,7 +86,7 @@ std::string headOf(const Response& response, bool keepAlive)
         reasonOf(response.status), std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
     for (const auto& [name, value] : response.headers) {
         head.append(name).append(": ");
-        // Whatever a value was made of, it stays in its line.
+        // A value must not break out of its line.
         std::ranges::transform(value, std::back_inserter(head),
             [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? ' ' : c; });
         head += "\r\n";
@@ -231,7 +231,7 @@ asio::awaitable<bool> Connection::serve(Request request)
     } catch (const std::exception& error) {
         response = m_shared.handler.failure(error);
     }
-    if (response.status == 0) // The client went away within its body.
+    if (response.status == 0) // The client disconnected within its body.
         co_return false;
     if (hasBodyLeft && request.contentLength <= maxSkipped && !response.closes && request.headers.count("Expect") == 0)
         hasBodyLeft = !co_await skip(request.contentLength);
@@ -284,7 +284,7 @@ asio::awaitable<Response> Connection::stream(const Plan::Stream& plan, const Req
     std::uint64_t left = request.contentLength;
     bool isWanted = true;
     while (left > 0 && isWanted) {
-        // A step is filled before it is handed over, and what there is of it when the client goes away.
+        // Collects a full step before passing it on, or what has arrived when the client disconnects.
         std::size_t filled = 0;
         const std::size_t step = std::min<std::uint64_t>(left, buffer.size());
         while (filled < step) {

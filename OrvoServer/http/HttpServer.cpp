@@ -32,7 +32,7 @@ asio::ip::address addressOf(const std::string& host)
     return address;
 }
 
-/// The address for limits: of IPv6, the network that one customer has.
+/// The address for limits; for IPv6, the customer's /64 network.
 std::string limitedAddress(asio::ip::address address)
 {
     if (address.is_v6() && address.to_v6().is_v4_mapped())
@@ -71,10 +71,10 @@ struct HttpServer::State {
     asio::thread_pool workers;
     asio::thread_pool fetchers;
     asio::io_context context;
-    asio::steady_timer stopTimer; ///< On no strand; only under the mutex.
+    asio::steady_timer stopTimer; ///< On no strand; used only under the mutex.
     ConnectionShared shared;
     std::vector<std::unique_ptr<Acceptor>> acceptors;
-    std::mutex mutex; ///< Guards what follows.
+    std::mutex mutex; ///< Guards the members below.
     std::map<const Connection*, std::pair<std::weak_ptr<Connection>, Strand>> connections;
     std::map<std::string, std::size_t> ofPeer;
 };
@@ -117,7 +117,7 @@ asio::awaitable<void> HttpServer::State::accept(Acceptor& acceptor, std::shared_
         }
         if (!acceptor.is_open())
             break;
-        // Out of descriptors, most likely: the connection stays in the queue of the system.
+        // Probably out of descriptors: the connection stays in the system's queue.
         log.warning("accept-failed", {{"reason", std::string_view(error.message())}});
         pause.expires_after(std::chrono::milliseconds(100));
         co_await pause.async_wait(asio::as_tuple(asio::use_awaitable));
@@ -153,7 +153,7 @@ void HttpServer::State::admit(Socket socket, const std::shared_ptr<TlsCertificat
     ++metrics.accepted;
     ++metrics.connections;
     const Connection* key = connection.get();
-    // The completion handler owns the connection for as long as its coroutine runs.
+    // The completion handler owns the connection while its coroutine runs.
     asio::co_spawn(strand, connection->run(), [this, key, counted, connection](const std::exception_ptr& failed) {
         if (failed)
             ++metrics.internalErrors;

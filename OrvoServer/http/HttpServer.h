@@ -13,20 +13,21 @@
 
 namespace orvo::server {
 
-/// What clients may take. The times are those without which a slow or silent client could hold a connection for ever.
+/// Limits per client. The timeouts keep slow or silent clients from holding connections for ever.
 struct HttpLimits {
     std::size_t maxConnections = 20000;
-    std::size_t maxConnectionsOfPeer = 256; ///< Not for the machine itself and for trusted proxies.
-    std::chrono::milliseconds headTime{15000}; ///< From the first byte of a request to its blank line; also for a handshake.
+    std::size_t maxConnectionsOfPeer = 256; ///< Not for this machine and trusted proxies.
+    std::chrono::milliseconds headTime{15000}; ///< From the first byte of a request to its blank line; also for a TLS
+                                               ///< handshake.
     std::chrono::milliseconds idleTime{75000}; ///< Between two requests.
     std::chrono::milliseconds silence{30000}; ///< Without progress within a body.
-    std::uint64_t minRate = 4096; ///< Bytes a second on average of a body, after the first minute.
-    std::vector<std::string> trustedProxies; ///< Addresses whose X-Forwarded-For is believed; the machine itself always is.
+    std::uint64_t minRate = 4096; ///< Minimum average bytes per second of a body, after the first minute.
+    std::vector<std::string> trustedProxies; ///< Addresses whose X-Forwarded-For is trusted; this machine always is.
 };
 
-/// Serves HTTP/1.1 over TCP, with as many I/O threads as processors and two pools of workers for what blocks.
+/// Serves HTTP/1.1 over TCP, with one I/O thread per processor and two pools of workers for blocking work.
 ///
-/// A write to a connection that the client has closed must not raise SIGPIPE: the program ignores that signal.
+/// The program must ignore SIGPIPE, which a write to a closed connection raises.
 class HttpServer {
 public:
     HttpServer(RequestHandler& handler, HttpLimits limits, Log& log, Metrics& metrics);
@@ -34,14 +35,14 @@ public:
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
-    /// Listens on a numeric address or "localhost"; port 0 for any free one. Returns the port. With a certificate it speaks
-    /// TLS. Throws `Error` when the address cannot be used. Before `run()`.
+    /// Listens on a numeric address or "localhost"; port 0 selects a free port. Returns the port. Uses TLS if there is a
+    /// certificate. Throws `Error` when the address cannot be used. Call before `run()`.
     std::uint16_t listen(const std::string& host, std::uint16_t port, std::shared_ptr<TlsCertificate> certificate = nullptr);
 
-    /// Serves until `stop()` was called and the connections have ended.
+    /// Serves until `stop()` is called and all connections are closed.
     void run();
 
-    /// Any thread. Accepts nothing more, ends idle connections, lets requests that have begun finish, and ends the others
+    /// Thread-safe. Accepts no more connections, closes idle ones, lets running requests finish, and closes the rest
     /// after `grace`.
     void stop(std::chrono::milliseconds grace);
 

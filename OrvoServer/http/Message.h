@@ -14,18 +14,18 @@
 #include <variant>
 #include <vector>
 
-/// Requests and responses, free of any socket.
+/// Requests and responses, independent of sockets.
 namespace orvo::server {
 
 enum class Method : std::uint8_t { get, head, post, put, patch, remove, options, other };
 
 std::string_view nameOf(Method method);
 
-/// Header fields in their order. Names are compared without regard to case.
+/// Header fields in order. Names are compared case-insensitively.
 class Headers {
 public:
     void add(std::string name, std::string value) { m_fields.emplace_back(std::move(name), std::move(value)); }
-    /// The value of the first field of this name, or an empty text.
+    /// The value of the first field with this name, or empty.
     std::string_view operator[](std::string_view name) const;
     std::size_t count(std::string_view name) const;
     const std::vector<std::pair<std::string, std::string>>& fields() const { return m_fields; }
@@ -43,8 +43,8 @@ struct Request {
     std::uint64_t contentLength = 0;
     bool hasContentLength = false;
     bool isKeptAlive = true;
-    std::string peer; ///< The address of the client, for rate limits only. Never logged, never stored.
-    std::string body; ///< Only of routes that take one whole.
+    std::string peer; ///< The client's address, for rate limits only. Never logged or stored.
+    std::string body; ///< Only for routes that take it whole.
 };
 
 /// A part of a file as the body of a response.
@@ -57,9 +57,9 @@ struct FileBody {
 struct Response {
     unsigned status = 200;
     std::vector<std::pair<std::string_view, std::string>> headers; ///< Names are literals.
-    /// A `string_view` must stay valid for ever.
+    /// A `string_view` must be valid for ever.
     std::variant<std::string, std::string_view, FileBody> body;
-    bool closes = false; ///< The connection ends with this response.
+    bool closes = false; ///< Closes the connection after this response.
 
     std::uint64_t bodySize() const;
     Response& with(std::string_view name, std::string value)
@@ -69,32 +69,31 @@ struct Response {
     }
 };
 
-/// A JSON answer that is never cached.
+/// A JSON response that is never cached.
 Response jsonResponse(unsigned status, std::string json);
 
 /// {"error": text}
 Response errorResponse(unsigned status, std::string_view text);
 
-/// Takes the body of a request as it arrives. Every call runs on a worker thread, one at a time.
+/// Receives the body of a request as it arrives. Calls run on worker threads, one at a time.
 class BodySink {
 public:
     BodySink() = default;
     BodySink(const BodySink&) = delete;
     BodySink& operator=(const BodySink&) = delete;
-    /// Without `finish()`: the body was cut off.
+    /// Destroyed without `finish()`: the body was interrupted.
     virtual ~BodySink() = default;
 
-    /// Returns false when the rest is not wanted; `finish()` is called then, and the connection is closed after its
-    /// response.
+    /// Returns false to skip the rest: then `finish()` is called, and the connection is closed after its response.
     virtual bool write(std::span<const std::uint8_t> bytes) = 0;
     virtual Response finish() = 0;
 };
 
-/// What to do with a request whose head has arrived.
+/// How to answer a request whose head has arrived.
 struct Plan {
     enum class Where : std::uint8_t {
-        workers, ///< The database and quick disk work.
-        fetchers, ///< Work that may wait for a remote store.
+        workers, ///< Database and fast disk work.
+        fetchers, ///< Work that may wait for remote storage.
     };
     /// Reads a body of at most `bodyLimit` bytes, then calls `answer` on a worker.
     struct Answer {
@@ -108,13 +107,13 @@ struct Plan {
         std::function<std::unique_ptr<BodySink>(const Request&)> open;
     };
 
-    /// A `Response` is sent at once; a body of up to 64 KiB is skipped, a longer one ends the connection.
+    /// A `Response` is sent at once; a body of up to 64 KiB is skipped, a longer one closes the connection.
     std::variant<Response, Answer, Stream> what;
     std::string_view route = "none"; ///< The pattern of the route, for the log.
     bool isLogged = true;
 };
 
-/// Decides about requests. `plan` runs on an I/O thread and must not block.
+/// Dispatches requests. `plan` runs on an I/O thread and must not block.
 class RequestHandler {
 public:
     RequestHandler() = default;
@@ -123,7 +122,7 @@ public:
     virtual ~RequestHandler() = default;
 
     virtual Plan plan(const Request& request) = 0;
-    /// The answer to an exception that `Answer::answer`, `Stream::open` or a sink let through. Does not throw.
+    /// The response to an exception of `Answer::answer`, `Stream::open` or a sink. Must not throw.
     virtual Response failure(const std::exception& error) noexcept = 0;
 };
 

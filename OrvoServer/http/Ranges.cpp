@@ -7,7 +7,7 @@ namespace orvo::server {
 
 namespace {
 
-/// Takes a decimal number from the beginning of `text`. Rejects a sign, no digits and more than 19 of them.
+/// Consumes a decimal number at the start of `text`. Rejects signs, and fewer than 1 or more than 19 digits.
 std::optional<std::uint64_t> takeNumber(std::string_view& text)
 {
     const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };

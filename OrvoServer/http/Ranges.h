@@ -8,7 +8,7 @@
 
 namespace orvo::server {
 
-/// Bytes `first` to `last`, both included.
+/// The bytes `first` to `last`, inclusive.
 struct ByteRange {
     std::uint64_t first = 0;
     std::uint64_t last = 0;
@@ -17,7 +17,7 @@ struct ByteRange {
     friend bool operator==(const ByteRange&, const ByteRange&) = default;
 };
 
-/// A part of a whole that is uploaded.
+/// A part of an upload.
 struct ContentRange {
     ByteRange bytes;
     std::uint64_t size = 0; ///< Of the whole; more than `bytes.last`.
@@ -25,16 +25,15 @@ struct ContentRange {
     friend bool operator==(const ContentRange&, const ContentRange&) = default;
 };
 
-/// Reads "bytes FIRST-LAST/SIZE", decimal, with LAST not before FIRST and SIZE above LAST. Returns nullopt for anything
-/// else.
+/// Parses "bytes FIRST-LAST/SIZE", decimal, with FIRST <= LAST < SIZE. Returns nullopt for anything else.
 std::optional<ContentRange> parseContentRange(std::string_view text);
 
 enum class NoRange : std::uint8_t {
-    whole, ///< Nothing that this server answers in part: send the whole.
+    whole, ///< A range that this server ignores: send the whole file.
     unsatisfiable, ///< 416
 };
 
-/// Reads a Range header for a file of `size` bytes. Of several ranges, which a server may ignore, none is served.
+/// Parses a Range header for a file of `size` bytes. Ignores multiple ranges, as a server may.
 std::variant<NoRange, ByteRange> parseRange(std::string_view text, std::uint64_t size);
 
 } // namespace orvo::server

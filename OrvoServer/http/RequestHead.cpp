@@ -22,7 +22,7 @@ bool hasStrictLines(std::string_view head)
             continue;
         if (i + 1 == head.size() || head[i + 1] != '\n')
             return false;
-        // A line that begins with a blank continues the one before it.
+        // A line that starts with white space continues the previous one.
         if (i + 2 < head.size() && (head[i + 2] == ' ' || head[i + 2] == '\t'))
             return false;
     }

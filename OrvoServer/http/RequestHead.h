@@ -8,18 +8,18 @@
 
 namespace orvo::server {
 
-/// At most this many bytes of request line and header fields, with the blank line.
+/// Maximum bytes of request line and header fields, including the blank line.
 inline constexpr std::size_t maxHeadBytes = 16384;
 
-/// Why a head is refused: the status of the response, after which the connection is closed.
+/// Rejects a head: the status of the response, after which the connection is closed.
 struct BadHead {
     unsigned status = 400;
 };
 
-/// Reads the head of an HTTP/1 request, up to and with its blank line.
+/// Parses the head of an HTTP/1 request, including its blank line.
 ///
-/// Stricter than the standard allows, so that no proxy can understand a request differently: refuses folded fields, bare
-/// carriage returns and line feeds, NUL, any Transfer-Encoding, more than one Content-Length or Host, and a missing Host in
+/// Stricter than the standard, so that no proxy interprets a request differently: rejects folded fields, bare carriage
+/// returns and line feeds, NUL, any Transfer-Encoding, multiple Content-Length or Host fields, and a missing Host in
 /// HTTP/1.1.
 std::variant<Request, BadHead> parseHead(std::string_view head);
 

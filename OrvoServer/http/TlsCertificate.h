@@ -8,19 +8,19 @@ struct ssl_ctx_st;
 
 namespace orvo::server {
 
-/// A certificate chain and its key from PEM files, read again when the files change. Any thread.
+/// A certificate chain and its key from PEM files, reloaded when the files change. Thread-safe.
 class TlsCertificate {
 public:
     /// Throws `Error` when the files cannot be used.
     TlsCertificate(std::filesystem::path chain, std::filesystem::path key);
 
-    /// What a new connection uses.
+    /// The context for new connections.
     std::shared_ptr<ssl_ctx_st> context() const;
 
-    /// Returns whether there was a new certificate. A broken one throws `Error` and leaves the old one in use.
+    /// Returns whether there was a new certificate. Throws `Error` for an invalid one and keeps the old one.
     bool reloadIfChanged();
 
-    /// Days until the certificate ends; negative afterwards.
+    /// Days until the certificate expires; negative afterwards.
     int daysLeft() const;
 
 private:
@@ -30,7 +30,7 @@ private:
 
     const std::filesystem::path m_chain;
     const std::filesystem::path m_key;
-    mutable std::mutex m_mutex; ///< Guards what follows.
+    mutable std::mutex m_mutex; ///< Guards the members below.
     Stamp m_stamp;
     std::shared_ptr<ssl_ctx_st> m_context;
 };

@@ -133,7 +133,7 @@ asio::awaitable<bool> Transport::write(std::string_view bytes, std::chrono::mill
 
 asio::awaitable<bool> Transport::sendFile(const FileBody& body, std::chrono::milliseconds patience)
 {
-    // Linux sends at most 2 GiB in one call; less keeps one viewer from occupying a thread.
+    // Linux sends at most 2 GiB per call; a smaller step keeps one viewer from occupying a thread.
     constexpr std::uint64_t maxStep = std::uint64_t{1} << 20U;
     auto offset = static_cast<off_t>(body.offset);
     std::uint64_t left = body.length;
@@ -154,7 +154,7 @@ asio::awaitable<bool> Transport::sendFile(const FileBody& body, std::chrono::mil
             ::sendfile(m_socket.native_handle(), body.file->descriptor(), &offset, std::min(left, maxStep));
         if (count > 0)
             left -= static_cast<std::uint64_t>(count);
-        else if (count == 0) // The file is shorter than it was.
+        else if (count == 0) // The file was truncated.
             co_return false;
         else if (errno != EINTR && (errno != EAGAIN || !co_await ready(Direction::write, patience)))
             co_return false;

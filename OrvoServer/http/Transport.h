@@ -21,14 +21,14 @@ namespace orvo::server {
 using Strand = boost::asio::strand<boost::asio::io_context::executor_type>;
 using Socket = boost::asio::basic_stream_socket<boost::asio::ip::tcp, Strand>;
 
-/// The bytes of one connection, plain or with TLS, without a buffer of its own while it waits.
+/// The byte stream of one connection, plain or TLS, without a buffer while idle.
 ///
-/// Waiting is for readiness: the socket does not block, and OpenSSL reads and writes it directly. Every member runs on the
-/// strand of the socket, and one coroutine at a time uses it. Failures, the end of the peer and a time without progress of
-/// `patience` all end the connection, so that they are one answer: false or 0.
+/// Waits for readiness: the socket is non-blocking, and OpenSSL uses it directly. Call every member on the socket's
+/// strand, from one coroutine at a time. Errors, the peer's end of stream and `patience` without progress all end the
+/// connection and return false or 0.
 class Transport {
 public:
-    /// `tls` null for plain text.
+    /// `tls` is null for plain text.
     Transport(Socket socket, std::shared_ptr<ssl_ctx_st> tls);
     ~Transport();
     Transport(const Transport&) = delete;
@@ -37,15 +37,15 @@ public:
     boost::asio::awaitable<bool> handshake(std::chrono::milliseconds patience);
     /// Returns the number of bytes read, at least one.
     boost::asio::awaitable<std::size_t> read(std::span<char> into, std::chrono::milliseconds patience);
-    /// `more`: a body follows at once.
+    /// `more`: a body follows immediately.
     boost::asio::awaitable<bool> write(std::string_view bytes, std::chrono::milliseconds patience, bool more = false);
     boost::asio::awaitable<bool> sendFile(const FileBody& body, std::chrono::milliseconds patience);
-    /// Ends the sending side.
+    /// Closes the sending side.
     void finishSending();
-    /// Ends whatever waits. Any call afterwards fails.
+    /// Cancels pending operations. Every later call fails.
     void close();
 
-    /// Everything must be done by then, whatever progress there is; `time_point::max()` for no limit.
+    /// Everything must finish by then, regardless of progress; `time_point::max()` for no limit.
     void setDeadline(std::chrono::steady_clock::time_point deadline) { m_deadline = deadline; }
     bool hasTimedOut() const { return m_hasTimedOut; }
     Strand executor() { return m_socket.get_executor(); }
@@ -54,7 +54,7 @@ private:
     enum class Direction : std::uint8_t { read, write };
 
     boost::asio::awaitable<bool> ready(Direction direction, std::chrono::milliseconds patience);
-    /// What OpenSSL wants after `result`; false ends the connection.
+    /// Waits for what OpenSSL needs after `result`; false ends the connection.
     boost::asio::awaitable<bool> readyForTls(int result, std::chrono::milliseconds patience);
 
     Socket m_socket;

@@ -28,7 +28,7 @@ std::string_view trimmed(std::string_view text)
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
-/// A host name in lower-case ASCII; nullopt for what is none, which includes IPv6 addresses.
+/// A host name in lower-case ASCII; nullopt for anything else, including IPv6 addresses.
 std::optional<std::string> hostName(std::string_view text)
 {
     if (text.empty() || text.size() > 1000 || text.contains('\0'))
@@ -94,7 +94,7 @@ std::optional<Parsed> parse(std::string_view text)
         text = text.substr(0, colon);
     }
     auto host = hostName(text);
-    // Every page of a whole country is no list of pages.
+    // A whole top-level domain is too wide.
     if (!host || (parsed.isWildcard && !host->contains('.')))
         return std::nullopt;
     parsed.origin.host = *std::move(host);
@@ -166,7 +166,7 @@ AuthorisedDomains AuthorisedDomains::usable(const std::vector<std::string>& type
         try {
             domains.add(text);
         } catch (const Error&) {
-            // Checked when it was typed; a rule that has become stricter since must not open anything.
+            // Checked when it was entered; if the rules have become stricter since, it must not open anything.
         }
     }
     return domains;

@@ -9,26 +9,26 @@
 
 namespace orvo::server {
 
-/// A page's origin: scheme "http" or "https", host in lower case and ASCII, port as a number.
+/// The origin of a page: scheme "http" or "https", host in lower-case ASCII, port number.
 struct Origin {
     std::string scheme;
     std::string host;
     unsigned port = 443;
 
-    /// Without the port where it is the scheme's own.
+    /// Omits the scheme's default port.
     std::string text() const;
     friend bool operator==(const Origin&, const Origin&) = default;
 };
 
-/// The origin of an address; nullopt for what is no http or https address. The host may be international.
+/// The origin of an http or https address; nullopt for any other. The host may be an international name.
 std::optional<Origin> originOf(std::string_view address);
 
 /// One entry of an author's list: an origin, or the subdomains of a host.
 struct AuthorisedDomain {
     Origin origin;
-    bool isWildcard = false; ///< "*.": every subdomain of the host, not the host itself.
+    bool isWildcard = false; ///< "*.": all subdomains of the host, but not the host itself.
 
-    /// As Content-Security-Policy takes it.
+    /// In the syntax of Content-Security-Policy.
     std::string source() const;
     bool matches(const Origin& page) const;
     friend bool operator==(const AuthorisedDomain&, const AuthorisedDomain&) = default;
@@ -39,15 +39,15 @@ class AuthorisedDomains {
 public:
     AuthorisedDomains() = default;
 
-    /// Reads what an author typed: a host or an origin, with scheme and port where they matter. Without a scheme it is
-    /// https, and on this machine ("localhost", "127.0.0.1") http as well. A path is ignored, and so is a repetition. Throws
-    /// `Error` that names the first entry that cannot be used.
+    /// Parses the author's entries: a host or an origin, with scheme and port where they matter. Without a scheme, allows
+    /// https, and on this machine ("localhost", "127.0.0.1") also http. Ignores paths and duplicates. Throws `Error` that
+    /// names the first unusable entry.
     explicit AuthorisedDomains(const std::vector<std::string>& typed);
 
-    /// What of the list can be used, for texts that were checked before.
+    /// The usable entries of a list that was checked before.
     static AuthorisedDomains usable(const std::vector<std::string>& typed);
 
-    /// "frame-ancestors …", "'none'" for an empty list.
+    /// "frame-ancestors …"; "'none'" for an empty list.
     std::string frameAncestors() const;
     bool allows(const Origin& page) const;
     const std::vector<AuthorisedDomain>& entries() const { return m_entries; }

@@ -7,9 +7,9 @@ namespace {
 constexpr std::chrono::seconds videoLife(2);
 constexpr std::chrono::seconds manifestLife(30);
 constexpr std::size_t maxVideos = 20000;
-constexpr std::size_t maxManifests = 200; ///< Some 200 KiB each.
+constexpr std::size_t maxManifests = 200; ///< About 200 KiB each.
 
-/// Makes room in a map whose entries end.
+/// Removes expired entries from a full map, or all if none has expired.
 void limit(auto& entries, std::size_t max)
 {
     if (entries.size() < max)

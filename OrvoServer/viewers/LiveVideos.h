@@ -11,15 +11,15 @@
 
 namespace orvo::server {
 
-/// What viewers may see of a video at the moment.
+/// What viewers may currently see of a video.
 struct LiveVideo {
     bool isPublished = false;
     VideoRecord record; ///< Empty for an unknown video.
     AuthorisedDomains domains;
 };
 
-/// Videos and manifests in memory, so that a segment costs no query. What other programs on the same database change takes
-/// effect within two seconds, what this one changes at once. Any thread.
+/// Caches videos and manifests, so that a segment costs no query. Changes by other programs on the same database take
+/// effect within two seconds, our own at once. Thread-safe.
 class LiveVideos {
 public:
     explicit LiveVideos(Catalogue& catalogue)
@@ -27,15 +27,15 @@ public:
     {
     }
 
-    /// Null when it has to be loaded. Do not block.
+    /// Return null when the value must be loaded. Do not block.
     std::shared_ptr<const LiveVideo> fresh(const std::string& video);
     std::shared_ptr<const Manifest> freshManifest(const std::string& revision);
 
-    /// These block, and throw `DatabaseError`. The manifest is null when viewers cannot get the revision.
+    /// Block, and throw `DatabaseError`. The manifest is null when the revision is not available to viewers.
     std::shared_ptr<const LiveVideo> load(const std::string& video);
     std::shared_ptr<const Manifest> loadManifest(const std::string& revision);
 
-    /// After a change.
+    /// Call after a change.
     void forget(const std::string& video);
 
 private:
@@ -46,10 +46,10 @@ private:
     };
 
     Catalogue& m_catalogue;
-    std::mutex m_mutex; ///< Guards what follows.
+    std::mutex m_mutex; ///< Guards the members below.
     std::map<std::string, Entry<LiveVideo>, std::less<>> m_videos;
     std::map<std::string, Entry<Manifest>, std::less<>> m_manifests;
-    std::uint64_t m_changes = 0; ///< A load that a change has overtaken is not kept.
+    std::uint64_t m_changes = 0; ///< Detects changes during a load, whose result is then not cached.
 };
 
 } // namespace orvo::server

@@ -45,7 +45,7 @@ std::string htmlEscaped(std::string_view text)
             escaped += "&#39;";
             break;
         default:
-            // HTML has no way to write the other control characters.
+            // HTML cannot represent the other control characters.
             escaped += static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' ? ' ' : c;
         }
     }
@@ -135,7 +135,7 @@ Response Pages::asset(std::string_view hash, std::string_view name, const Header
     response.with("Content-Type", std::string(found->second.type))
         .with("Cache-Control", "public, max-age=31536000, immutable")
         .with("Vary", "Accept-Encoding")
-        // A player in a sandboxed frame has no origin of its own.
+        // A player in a sandboxed frame has no origin.
         .with("Access-Control-Allow-Origin", "*")
         .with("Cross-Origin-Resource-Policy", "cross-origin");
     if (isCompressed)

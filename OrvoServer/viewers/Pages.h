@@ -13,7 +13,7 @@ namespace orvo::server {
 /// Renders the pages and serves their files.
 class Pages {
 public:
-    /// `assets` hold the three templates. `basePath`: what comes before every path of the server, "" or "/prefix".
+    /// `assets` contain the three templates. `basePath` precedes every path of the server: "" or "/prefix".
     Pages(std::span<const Asset> assets, std::string basePath, bool isSecure);
 
     struct Variables {
@@ -23,11 +23,11 @@ public:
         std::string frameAncestors; ///< The whole directive.
     };
 
-    /// A page from its template "player.html", "unavailable.html" or "admin.html". Never cached; no script but the server's
-    /// own.
+    /// A page from its template "player.html", "unavailable.html" or "admin.html". Never cached; allows only the server's
+    /// own scripts.
     Response page(unsigned status, std::string_view name, const Variables& variables) const;
 
-    /// A file under its hash, kept by browsers for ever; 404 for any other.
+    /// A file below its hash, which browsers cache for ever; 404 for any other.
     Response asset(std::string_view hash, std::string_view name, const Headers& headers) const;
 
     const std::string& basePath() const { return m_basePath; }
@@ -40,10 +40,10 @@ private:
     const bool m_isSecure;
 };
 
-/// "es" or "en", whichever an Accept-Language header prefers.
+/// The preferred language of an Accept-Language header: "es" or "en".
 std::string languageOf(std::string_view acceptLanguage);
 
-/// Escapes for a text and for an attribute in double quotes.
+/// Escapes for text content and double-quoted attributes.
 std::string htmlEscaped(std::string_view text);
 
 } // namespace orvo::server

@@ -8,7 +8,7 @@ namespace orvo::server {
 
 namespace {
 
-// kind of access, video, revision, epoch, end; then the code.
+// Layout: kind of access, video, revision, epoch, expiry; then the HMAC.
 constexpr std::size_t revisionBytes = 16;
 constexpr std::size_t contentBytes = 1 + 16 + revisionBytes + 8 + 8;
 constexpr std::size_t codeBytes = 32;

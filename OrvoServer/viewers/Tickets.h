@@ -10,7 +10,7 @@
 
 namespace orvo::server {
 
-/// What a viewer is allowed to get.
+/// What a viewer may fetch.
 struct Permission {
     enum class Through : std::uint8_t {
         embedding, ///< A page of an authorised domain.
@@ -18,18 +18,19 @@ struct Permission {
     };
 
     Uuid video;
-    std::string revision; ///< As `Catalogue` names it.
+    std::string revision; ///< Identifier of `Catalogue`.
     Through through = Through::embedding;
-    std::int64_t epoch = 0; ///< Of the video, for `through`: what was taken away since voids the permission.
+    std::int64_t epoch = 0; ///< The video's epoch for `through`; withdrawing access increments it, which invalidates the
+                            ///< permission.
     std::int64_t until = 0; ///< Seconds since 1970.
 
     friend bool operator==(const Permission&, const Permission&) = default;
 };
 
-/// Writes permissions as texts that only this server can make, without keeping anything: an HMAC-SHA256 over the content.
+/// Encodes permissions as tokens that only this server can create, without storing them: an HMAC-SHA256 over the content.
 ///
-/// A ticket is the short-lived one in the addresses of media, a grant the one with which a player gets new tickets. Neither
-/// passes for the other. Any thread.
+/// A ticket is the short-lived token in media addresses; with a grant, a player gets new tickets. One is not accepted as
+/// the other. Thread-safe.
 class Tickets {
 public:
     enum class Kind : std::uint8_t { ticket, grant };
@@ -37,9 +38,9 @@ public:
     /// `secret`: at least 32 random bytes.
     Tickets(std::string_view secret, const Clock& clock);
 
-    /// Letters, digits, "-" and "_".
+    /// Uses letters, digits, "-" and "_".
     std::string write(Kind kind, const Permission& permission) const;
-    /// Returns nullopt for what is forged, expired or of the other kind.
+    /// Returns nullopt for a forged or expired token, or one of the other kind.
     std::optional<Permission> read(Kind kind, std::string_view text) const;
 
 private:

@@ -29,7 +29,7 @@ struct Kind {
 
 constexpr std::string_view immutable = "public, max-age=31536000, immutable";
 
-/// What viewers may get, by the ending of the name; anything else of a revision stays private.
+/// The files that viewers may get, by extension; everything else of a revision is private.
 constexpr std::array<Kind, 5> kinds{{
     {".m3u8", "application/vnd.apple.mpegurl", "no-store"},
     {".ts", "video/mp2t", immutable},
@@ -40,7 +40,7 @@ constexpr std::array<Kind, 5> kinds{{
 
 Response withSharing(Response response)
 {
-    // The ticket in the path is the permission; a player in a sandboxed frame has no origin of its own.
+    // The ticket in the path is the permission; a player in a sandboxed frame has no origin.
     response.with("Access-Control-Allow-Origin", "*").with("Cross-Origin-Resource-Policy", "cross-origin");
     return response;
 }
@@ -111,7 +111,7 @@ Plan ViewerRoutes::pagePlan(const Request& request, const std::string& video, Pe
 
 Response ViewerRoutes::unavailable(const Request& request, const LiveVideo& video) const
 {
-    // Of a withdrawn video, the pages that showed it get this page; to any other it looks as one that never was.
+    // Sites that embedded a withdrawn video show this page; other sites cannot tell it from an unknown video.
     return m_parts.pages.page(404, "unavailable.html",
         {.lang = languageOf(request.headers["Accept-Language"]), .frameAncestors = video.domains.frameAncestors()});
 }
@@ -120,7 +120,7 @@ Response ViewerRoutes::playerPage(const Request& request, const LiveVideo& video
 {
     if (!video.isPublished)
         return unavailable(request, video);
-    // Browsers say what a request is for, except over plain http to another machine.
+    // Browsers send the purpose of a request, except over plain http to another machine.
     const std::string_view purpose = request.headers["Sec-Fetch-Dest"];
     const bool isFramed =
         purpose == "iframe" || purpose == "frame" || (purpose.empty() && through == Permission::Through::embedding);
@@ -128,7 +128,7 @@ Response ViewerRoutes::playerPage(const Request& request, const LiveVideo& video
     if ((!isFramed && !isOpened) || (isOpened && !video.record.access.publicLink))
         return unavailable(request, video);
     if (isFramed) {
-        // The browser is what refuses a foreign page. Where it came from is only counted.
+        // The browser rejects foreign pages. This only counts where they are.
         if (const auto page = originOf(request.headers["Referer"]);
             page && !video.domains.allows(*page) && page->text() != m_settings.address)
             m_parts.statistics.refused(video.record.id, page->text());
@@ -257,7 +257,7 @@ Response ViewerRoutes::renew(const Request& request) const
         return refused();
     }
     Permission next = *permission;
-    // A replaced revision is shown to its end; when it is gone, the player goes on with the new one.
+    // A replaced revision stays available to its viewers; when it is removed, the player continues with the new one.
     if (!m_parts.videos.loadManifest(next.revision))
         next.revision = video->record.revision;
     JsonWriter json;

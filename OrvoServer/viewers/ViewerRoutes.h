@@ -12,14 +12,14 @@
 
 namespace orvo::server {
 
-/// What viewers ask for: the player's page, its media, and its signs of life.
+/// The requests of viewers: the player's page, its media, and its reports of playback.
 ///
-/// A page of the player is a capability: whoever may see it gets a grant and a ticket with it. The ticket stands in the path
-/// of the media, so that the relative addresses of the playlists carry it; the player gets the next one for its grant.
+/// A player's page is a capability: whoever may load it gets a grant and a ticket. The ticket is part of the media's
+/// path, so that the relative addresses in playlists contain it; the player renews it with its grant.
 class ViewerRoutes {
 public:
     struct Settings {
-        std::string address; ///< The public address, without a slash at its end.
+        std::string address; ///< The public address, without a trailing slash.
         std::int64_t ticketLife = 600; ///< Seconds.
         std::int64_t grantLife = 86400; ///< Seconds.
     };
@@ -39,7 +39,7 @@ public:
     {
     }
 
-    /// nullopt when the target is none of these routes. Does not block.
+    /// Returns nullopt when the target is not one of these routes. Does not block.
     std::optional<Plan> plan(const Request& request, const Target& target) const;
 
     std::string embedAddress(const std::string& video) const { return m_settings.address + "/embed/" + video; }
@@ -57,7 +57,7 @@ private:
     Response renew(const Request& request) const;
     Response beat(const Request& request) const;
     std::string mediaAddress(const Permission& permission) const;
-    /// The parts of an answer that give a permission on: "media", "expiresIn", "grant", "revision".
+    /// Writes the members of a response that pass on a permission: "media", "expiresIn", "grant", "revision".
     void writePermission(class JsonWriter& json, Permission permission) const;
 
     const Settings m_settings;

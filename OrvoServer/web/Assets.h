@@ -9,11 +9,11 @@ namespace orvo::server {
 
 /// All files, sorted by name. player.html, unavailable.html and admin.html are templates.
 ///
-/// Assets hold nothing that is not public. Answer them with "Access-Control-Allow-Origin: *": modules are fetched with CORS,
-/// and the origin of a page in a sandboxed frame is "null".
+/// Assets contain only public data. Serve them with "Access-Control-Allow-Origin: *": modules are fetched with CORS, and
+/// the origin of a page in a sandboxed frame is "null".
 std::span<const Asset> assets();
 
-/// The file of that name, or nullptr.
+/// The file with this name, or null.
 const Asset* findAsset(std::string_view name);
 
 } // namespace orvo::server

@@ -3,12 +3,12 @@ import { element, icon } from "./dom.js";
 import { healthPanel } from "./health.js";
 import { ask } from "./requests.js";
 
-const PAGE = 200; // Videos in one answer.
-const TYPING = 250; // Milliseconds after the last letter from which the list is searched.
+const PAGE = 200; // Videos per response.
+const TYPING = 250; // Milliseconds after the last key before the list is searched.
 
 const ADDRESS = /^#video\/(.+)$/;
 
-/** The whole page: the sign-in, or the list of videos with the health of the server and one video's details. */
+/** The page: the sign-in, or the list of videos with the server's health and the details of one video. */
 class Administration {
   #videos = [];
   #total = 0;
@@ -93,7 +93,7 @@ class Administration {
     if (this.search.value.trim()) words.set("q", this.search.value.trim());
     try {
       const { videos, total } = await ask("GET", `data/videos?${words}`);
-      // The answer to an older search may come later.
+      // The response to an older search may arrive later.
       if (asked !== this.#asked) return;
       this.#videos = more ? [...this.#videos, ...videos] : videos;
       this.#total = total;

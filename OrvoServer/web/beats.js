@@ -1,9 +1,9 @@
 const INTERVAL = 30000; // Milliseconds between two reports.
-const MAX_STEP = 1.5; // Seconds of film between two looks at the clock at normal speed; more is a jump.
+const MAX_STEP = 1.5; // Seconds of video between two checks at normal speed; more is a seek.
 
 /**
- * Reports which tenths of the film were really played. A tenth counts once a second of it, or half of it in a very short
- * film, has been played. The name of the view is random, is not kept anywhere, and only lets the server count a view once.
+ * Reports which tenths of the video were played. A tenth counts once a second of it (in a very short video, half of it) has been
+ * played. The view's identifier is random and never stored; it only lets the server count a view once.
  */
 export class Beats {
   #played = new Array(10).fill(0);

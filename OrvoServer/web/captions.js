@@ -1,4 +1,4 @@
-// The package has one cue for each word. They are shown as phrases.
+// The package has one cue per word; this joins them into phrases.
 
 export const MAX_LINE = 42; // Characters.
 const MAX_PHRASE = 7; // Seconds.
@@ -14,7 +14,7 @@ function seconds(stamp) {
   return parts.reduce((sum, part) => sum * 60 + part, 0);
 }
 
-/** The words of a WebVTT document, in the order of their times: [{ start, end, text }], in seconds. */
+/** Parses the words of a WebVTT document, in time order: [{ start, end, text }], in seconds. */
 export function wordsOf(document) {
   const words = [];
   for (const block of document.replace(/\r\n?/g, "\n").split(/\n{2,}/)) {
@@ -33,7 +33,7 @@ export function wordsOf(document) {
 const endsSentence = (text) => /[.!?…]["»”’)\]]*$/.test(text);
 const endsClause = (text) => /[,;:.!?…]["»”’)\]]*$/.test(text);
 
-/** Where to break words[first..last] into two lines: the index that begins the second, or null for one line. */
+/** Breaks words[first..last] into two lines: the index of the second line's first word, or null for one line. */
 function lineBreak(words, first, last) {
   const lengths = [];
   let total = -1;
@@ -48,11 +48,11 @@ function lineBreak(words, first, last) {
     const found = Math.abs(upper - lower) - (endsClause(words[i].text) ? 14 : 0);
     if (found < cost) [cost, best] = [found, { fits: true, at: i + 1 }];
   }
-  // A word longer than a line is broken by the browser.
+  // The browser breaks a word longer than a line.
   return first === last ? { fits: true, at: null } : best;
 }
 
-/** Cuts a run of words without long pauses into phrases with the least total cost, so that none is left with one word. */
+/** Splits a run of words without long pauses into phrases of minimum total cost, which avoids phrases of a single word. */
 function phrasesOfRun(words, first, last) {
   const best = new Array(last - first + 2).fill(null);
   best[0] = { cost: 0 };
@@ -78,14 +78,14 @@ function phrasesOfRun(words, first, last) {
 }
 
 /**
- * Phrases of at most two lines: [{ first, last, second, start, end }]. `first` and `last` are indices of words, `second` is
- * the word that begins the second line or null, and `start` and `end` are the seconds between which the phrase is shown.
+ * Phrases of at most two lines: [{ first, last, second, start, end }]. `first` and `last` are word indices, `second` is the index of
+ * the second line's first word or null, `start` and `end` are when the phrase is shown, in seconds.
  */
 export function phrasesOf(words) {
   const phrases = [];
   for (let first = 0; first < words.length;) {
     let last = first;
-    // A run ends with its sentence or with a pause. Runs without punctuation are cut to keep the work small.
+    // A run ends with its sentence or at a pause. Runs without punctuation are split to limit the work.
     while (last + 1 < words.length && last - first < 200 && !endsSentence(words[last].text)
       && words[last + 1].start - words[last].end < PAUSE) last++;
     phrases.push(...phrasesOfRun(words, first, last));
@@ -99,7 +99,7 @@ export function phrasesOf(words) {
   return phrases;
 }
 
-/** Ranges of words that read as paragraphs: [{ first, last }]. */
+/** The paragraphs of the text, as ranges of words: [{ first, last }]. */
 export function paragraphsOf(words) {
   const paragraphs = [];
   let first = 0;
@@ -116,7 +116,7 @@ export function paragraphsOf(words) {
   return paragraphs;
 }
 
-/** The last of a sorted list whose start is at most `moment`, as an index, or -1. */
+/** The index of the last item in a sorted list whose start is at most `moment`, or -1. */
 export function lastStarted(list, moment) {
   let low = 0;
   let high = list.length;

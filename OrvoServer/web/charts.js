@@ -3,7 +3,7 @@ import { number, times } from "./format.js";
 
 const WIDTH = 720;
 const HEIGHT = 160;
-const BASE = HEIGHT - 20; // The line on which the drawing stands; labels are below it.
+const BASE = HEIGHT - 20; // The base line; labels are below it.
 
 function drawing(label, ...parts) {
   return shape("svg", { viewBox: `0 0 ${WIDTH} ${HEIGHT}`, class: "chart", role: "img", "aria-label": label },
@@ -33,7 +33,7 @@ export function playsByDay(days) {
   const step = WIDTH / days.length;
   const bars = days.map(({ day, plays }, at) => {
     const height = plays / highest * (BASE - 8);
-    // The whole column can be pointed at.
+    // The whole column shows the tooltip.
     return titled(shape("g", { class: "column" },
       shape("rect", { x: at * step, y: 0, width: step, height: BASE, class: "back" }),
       shape("rect", { x: at * step + step * 0.14, y: BASE - height, width: step * 0.72, height, rx: Math.min(2, step * 0.2), class: "fill" })),
@@ -45,7 +45,7 @@ export function playsByDay(days) {
     label(WIDTH, "end", dayOf(days[last].day)));
 }
 
-/** The share of the plays that reached each tenth of the film. */
+/** The share of plays that reached each tenth of the video. */
 export function watchedTenths(tenths) {
   const most = Math.max(...tenths);
   if (!most) return element("p", { class: "empty" }, "Todavía no se ha visto.");

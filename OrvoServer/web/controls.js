@@ -8,7 +8,7 @@ const SIZES = ["small", "medium", "large"];
 
 const decimal = (value) => value.toLocaleString(document.documentElement.lang);
 
-/** The bar at the bottom of the video. It shows what the player is, and calls the player's verbs. */
+/** The control bar of the video. Shows the state of the player and calls its methods. */
 export class Controls {
   constructor(player) {
     this.player = player;

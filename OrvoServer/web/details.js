@@ -11,7 +11,7 @@ function fact(name, value) {
   return value ? [element("dt", {}, name), element("dd", {}, value)] : [];
 }
 
-/** Copies a text, also where the browser's clipboard interface is missing, as it is in pages without TLS. */
+/** Copies a text, even without the Clipboard API, which pages without TLS lack. */
 async function copy(field) {
   try {
     await navigator.clipboard.writeText(field.value);
@@ -80,8 +80,8 @@ function withdrawal(video, changed, fail) {
 }
 
 /**
- * Everything about one video. `changed()` is called when it has been withdrawn, `back()` returns to the list, `fail(error)` shows
- * what the server has refused.
+ * The details of one video. `changed()` is called after it was withdrawn, `back()` returns to the list, `fail(error)` shows an error
+ * of the server.
  */
 export function details(video, { changed, back, fail }) {
   const days = element("div", { class: "drawing" }, element("p", { class: "empty" }, "Cargando…"));
@@ -120,7 +120,7 @@ export function details(video, { changed, back, fail }) {
     isGone ? null : element("div", { class: "end" }, withdrawal(video, changed, fail)));
 }
 
-/** The line of a video in the list. */
+/** The row of a video in the list. */
 export function row(video, chosen, choose) {
   const poster = video.poster ? element("img", { src: video.poster, alt: "", loading: "lazy", width: "112", height: "63" })
     : element("span", { class: "no-poster" }, icon("film"));

@@ -1,8 +1,8 @@
 import { outlines } from "./icons.js";
 
 /**
- * An element. Attributes whose value is null, undefined or false are left out, functions become listeners, and texts are
- * inserted as texts: nothing is ever parsed as HTML.
+ * Creates an element. Omits attributes that are null, undefined or false, adds functions as listeners, and inserts strings as text:
+ * nothing is parsed as HTML.
  */
 export function element(tag, attributes = {}, ...children) {
   const made = document.createElement(tag);
@@ -17,7 +17,7 @@ export function element(tag, attributes = {}, ...children) {
 
 const SVG = "http://www.w3.org/2000/svg";
 
-/** An SVG element. */
+/** Creates an SVG element. */
 export function shape(tag, attributes, ...children) {
   const made = document.createElementNS(SVG, tag);
   for (const [name, value] of Object.entries(attributes)) made.setAttribute(name, value);
@@ -37,7 +37,7 @@ export function setIcon(button, name) {
   present.replaceWith(icon(name));
 }
 
-/** Seconds as 1:02:03 or 2:03. */
+/** Formats seconds as 1:02:03 or 2:03. */
 export function clock(seconds) {
   const whole = Math.max(0, Math.floor(seconds || 0));
   const two = (value) => String(value).padStart(2, "0");

@@ -1,7 +1,7 @@
-"""Writes the C++ file that holds the web pages' files: embed.py OUTPUT FILE...
+"""Writes the C++ file with the embedded web pages: embed.py OUTPUT FILE...
 
-The output depends on the files' contents alone. Comments and indentation are left out of this project's own files: they are a
-tenth of what a viewer would fetch.
+The output depends only on the contents of the files. Strips comments and indentation from our own files: a tenth of what a viewer
+would fetch.
 """
 
 import gzip
@@ -12,11 +12,11 @@ from pathlib import Path
 
 TYPES = {".css": "text/css; charset=utf-8", ".html": "text/html; charset=utf-8", ".js": "text/javascript; charset=utf-8",
          ".txt": "text/plain; charset=utf-8"}
-LINE = 4096  # Bytes of one literal; adjacent ones are joined by the compiler.
+LINE = 4096  # Bytes per literal; the compiler joins adjacent ones.
 
 
 def squeezed(name, data):
-    """The same script or style without comments and indentation. Scripts have no template literals of several lines."""
+    """A script or style without comments and indentation. Scripts must not contain multi-line template literals."""
     text = data.decode()
     if name.endswith(".js") and not name.endswith(".min.js"):
         text = re.sub(r"^\s*/\*.*?\*/\s*?\n|^\s*//[^\n]*\n", "", text, flags=re.S | re.M)
@@ -33,7 +33,7 @@ def literal(data):
     """A std::string_view of the bytes."""
     if not data:
         return "{}"
-    # Always three digits, so that no digit that follows is taken for a part of the escape. "?" could begin a trigraph.
+    # Always three digits, so that a following digit is not part of the escape. "?" could start a trigraph.
     escaped = ["".join(chr(byte) if 32 <= byte < 127 and byte not in b'"\\?' else f"\\{byte:03o}" for byte in data[at:at + LINE])
                for at in range(0, len(data), LINE)]
     lines = "\n".join(f'            "{line}"' for line in escaped)

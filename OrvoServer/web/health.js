@@ -3,7 +3,7 @@ import { bytes } from "./format.js";
 
 const STORAGES = { local: "En el disco del servidor", s3: "En un almacén S3", drive: "En Google Drive" };
 
-/** How the server is, and what to do about what is wrong. */
+/** The state of the server, and the remedies for its problems. */
 export function healthPanel(health) {
   const { usedBytes: used = 0, freeBytes: free = 0 } = health;
   const wrong = health.checks.filter((check) => !check.ok);

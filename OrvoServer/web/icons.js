@@ -1,4 +1,4 @@
-// Outlines from Lucide (ISC licence), 24 × 24, stroked in the colour of the text. Play and pause are filled by the style.
+// Outlines from Lucide (ISC licence), 24 × 24, stroked in the text colour. The style sheet fills play and pause.
 export const outlines = {
   "play": "M5 5a2 2 0 0 1 3.008-1.728l11.997 6.998a2 2 0 0 1 .003 3.458l-12 7A2 2 0 0 1 5 19z",
   "pause": "M15 3h3a1 1 0 0 1 1 1v16a1 1 0 0 1 -1 1h-3a1 1 0 0 1 -1 -1v-16a1 1 0 0 1 1 -1z M6 3h3a1 1 0 0 1 1 1v16a1 1 0 0 1 -1 1h-3a1 1 0 0 1 -1 -1v-16a1 1 0 0 1 1 -1z",

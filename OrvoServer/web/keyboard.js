@@ -1,4 +1,4 @@
-/** The keys of the player. They work wherever the focus is, except in text fields, and leave the browser's own keys alone. */
+/** The keys of the player. They work wherever the focus is, except in text fields, and do not override the browser's keys. */
 export function listenToKeys(player) {
   const actions = {
     " ": () => player.toggle(), k: () => player.toggle(),
@@ -16,9 +16,9 @@ export function listenToKeys(player) {
     if (event.ctrlKey || event.metaKey || event.altKey || event.defaultPrevented) return;
     const { target } = event;
     if (target.matches?.("input, textarea, select") && event.key !== "Escape") return;
-    // A focused button keeps the keys that press it.
+    // A focused button handles the keys that press it.
     if (target.closest?.("button") && (event.key === " " || event.key === "Enter")) return;
-    // The transcript scrolls with its own keys.
+    // The transcript handles its own scroll keys.
     if (target.closest?.(".transcript") && /^(Arrow(Up|Down)|Home|End)$/.test(event.key)) return;
     const key = event.key.length === 1 ? event.key.toLowerCase() : event.key;
     const action = /^[0-9]$/.test(key) ? () => player.seek(player.length * Number(key) / 10) : actions[key];

@@ -1,5 +1,5 @@
-// What the player remembers in this browser. Storage may be denied: in a sandboxed frame, by a setting, or because it is full.
-// Everything then works for as long as the page is open.
+// The settings and positions that the player stores in this browser. Storage may be denied by a sandboxed frame or a setting, or be
+// full; then values last as long as the page.
 
 const PREFIX = "orvo:";
 const kept = new Map();
@@ -17,7 +17,7 @@ export function recall(name, otherwise) {
     const text = storage()?.getItem(PREFIX + name);
     if (text) return JSON.parse(text);
   } catch {
-    // Denied, or written by something else.
+    // Denied, or not written by us.
   }
   return kept.has(name) ? kept.get(name) : otherwise;
 }
@@ -41,9 +41,9 @@ export function forget(name) {
 }
 
 const END_MARGIN = 10; // Seconds before the end from which a video counts as watched.
-const START_MARGIN = 5; // Seconds from the start that are not worth returning to.
+const START_MARGIN = 5; // Seconds from the start that are not remembered.
 
-/** Where the viewer left a video, in seconds, or 0. */
+/** The position at which the viewer left a video, in seconds, or 0. */
 export function placeOf(video) {
   const place = recall(`place:${video}`, 0);
   return Number.isFinite(place) && place > 0 ? place : 0;

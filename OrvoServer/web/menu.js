@@ -2,15 +2,15 @@ import { element, icon } from "./dom.js";
 import { text } from "./texts.js";
 
 /**
- * A menu of pages over the player. `pages()` returns { name: { title, items } }, read each time a page is shown; the first is
- * "main". An item is { label, value, page } which leads to a page, { label, checked, choose } which is one of a choice, or
+ * A menu with pages over the player. `pages()` returns { name: { title, items } }, and is called for every page that is shown; the
+ * first is "main". An item is { label, value, page } to open a page, { label, checked, choose } as a radio item, or
  * { label, choose }.
  */
 export class Menu {
   constructor(button, pages) {
     this.button = button;
     this.pages = pages;
-    /** Whether the press that is under way has closed the menu, and so means nothing else. */
+    /** Whether the current press closed the menu and must have no other effect. */
     this.justDismissed = false;
     this.panel = element("div", { class: "menu", role: "menu", "aria-label": text("settings"), hidden: true });
     button.setAttribute("aria-haspopup", "menu");

@@ -1,7 +1,7 @@
 import { element, icon } from "./dom.js";
 import { text } from "./texts.js";
 
-/** What appears over the video for a moment or until something is done. */
+/** Temporary elements over the video: feedback, notices and messages. */
 export class Overlays {
   #bezelTimer = 0;
   #noticeTimer = 0;
@@ -22,18 +22,18 @@ export class Overlays {
     return [this.spinner, this.bezel, this.notice, this.message, this.keys];
   }
 
-  /** Shows what a key or a tap has done: an icon and a text, at the "left", "right" or "centre". */
+  /** Shows the effect of a key or tap: an icon and a text, at the "left", "right" or "centre". */
   flash(name, label = "", side = "centre") {
     clearTimeout(this.#bezelTimer);
     this.bezel.replaceChildren(icon(name), ...(label ? [element("span", {}, label)] : []));
     this.bezel.dataset.side = side;
     this.bezel.classList.remove("shown");
-    void this.bezel.offsetWidth; // Begins the animation anew.
+    void this.bezel.offsetWidth; // Restarts the animation.
     this.bezel.classList.add("shown");
     this.#bezelTimer = setTimeout(() => this.bezel.classList.remove("shown"), 700);
   }
 
-  /** A line with a button, for some seconds. */
+  /** Shows a line with a button for some seconds. */
   offer(line, label, click) {
     clearTimeout(this.#noticeTimer);
     const hide = () => { this.notice.hidden = true; };
@@ -43,7 +43,7 @@ export class Overlays {
     this.#noticeTimer = setTimeout(hide, 8000);
   }
 
-  /** A message that stays, with an optional line more and an optional button. */
+  /** Shows a permanent message, with an optional second line and an optional button. */
   tell(line, { more = "", label = "", click = null, covers = true } = {}) {
     this.message.classList.toggle("covering", covers);
     this.message.replaceChildren(

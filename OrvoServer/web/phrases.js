@@ -1,7 +1,7 @@
 import { lastStarted } from "./captions.js";
 import { element } from "./dom.js";
 
-/** Shows the phrase of a moment over the video, with its spoken word marked. */
+/** Shows the current phrase over the video and marks the spoken word. */
 export class Phrases {
   #shown = null;
   #marked = null;
@@ -22,7 +22,7 @@ export class Phrases {
     this.words = words;
     this.phrases = phrases;
     this.#shown = null;
-    // Where the page's own elements are not seen, the browser draws the captions.
+    // Where the page's elements are hidden, the browser draws the captions.
     this.track ??= this.video.addTextTrack?.("captions", label, language);
     if (!this.track || !globalThis.VTTCue) return;
     this.track.mode = "hidden";
@@ -37,7 +37,7 @@ export class Phrases {
     }
   }
 
-  /** The word that is being spoken, as an index, or -1. */
+  /** The index of the word being spoken, or -1. */
   update(moment) {
     const at = lastStarted(this.phrases, moment);
     const phrase = this.visible && at >= 0 && moment < this.phrases[at].end ? this.phrases[at] : null;

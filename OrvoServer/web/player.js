@@ -11,9 +11,9 @@ import { language, text } from "./texts.js";
 import { Ticket } from "./ticket.js";
 import { Transcript } from "./transcript.js";
 
-const IDLE = 2800; // Milliseconds without a movement after which the controls disappear while the film plays.
+const IDLE = 2800; // Milliseconds without movement after which the controls hide during playback.
 const DOUBLE_TAP = 300; // Milliseconds.
-const FRAME = 1 / 30; // Seconds of one step; the package does not tell its rate.
+const FRAME = 1 / 30; // Seconds of one step; the package does not contain its frame rate.
 
 class Player {
   #started = false;
@@ -49,14 +49,14 @@ class Player {
     this.#loadCaptions();
   }
 
-  // What the controls show.
+  // State for the controls.
 
-  /** Seconds; known before the film is played where its playlist can be read. */
+  /** Seconds; known before playback if the playlist is readable. */
   get length() {
     return Number.isFinite(this.video.duration) && this.video.duration > 0 ? this.video.duration : this.stream?.duration ?? 0;
   }
 
-  /** Where the film is, or where it will begin, in seconds. */
+  /** The current position, or the start position before playback, in seconds. */
   get moment() {
     return this.#started && this.video.readyState > 0 ? this.video.currentTime : this.place;
   }
@@ -81,7 +81,7 @@ class Player {
     return Boolean(document.pictureInPictureEnabled && this.video.requestPictureInPicture);
   }
 
-  // What the viewer can do.
+  // Actions of the viewer.
 
   toggle() {
     if (this.ticket.refused) return;
@@ -95,7 +95,7 @@ class Player {
     this.#begin();
     if (this.video.ended) this.video.currentTime = 0;
     this.video.play().catch((error) => {
-      // The browser wants a gesture of the viewer's, or a new source has interrupted this.
+      // The browser requires a user gesture, or a new source interrupted the call.
       if (error.name === "NotAllowedError") this.#showState();
     });
   }
@@ -155,7 +155,7 @@ class Player {
     this.overlays.flash("play", `${SPEEDS[at].toLocaleString(language)}×`);
   }
 
-  /** An index of the stream's levels, or -1 for what the connection allows. Remembered by its height. */
+  /** Selects an index of the stream's levels, or -1 for automatic. Remembered by height. */
   setQuality(level) {
     this.stream.quality = level;
     remember("quality", level < 0 ? 0 : this.stream.levels[level].height);
@@ -220,7 +220,7 @@ class Player {
     }, IDLE);
   }
 
-  // How it is made.
+  // Construction.
 
   #build() {
     this.overlays = new Overlays();
@@ -272,7 +272,7 @@ class Player {
       if (pointerType === "mouse" && !video.paused && !this.controls.menu.open) this.root.classList.add("quiet");
     });
     stage.addEventListener("focusin", () => this.wake());
-    // Whoever comes near is likely to play: the first segment is fetched meanwhile.
+    // A viewer near the button is likely to play, so fetches the first segment.
     for (const event of ["pointerenter", "focusin"]) this.big.addEventListener(event, () => this.#begin(), { once: true });
     video.addEventListener("click", (event) => this.#press(event));
     video.addEventListener("dblclick", () => { if (!this.#tap) this.toggleFullscreen(); });
@@ -282,7 +282,7 @@ class Player {
     this.#joinSession();
   }
 
-  /** A mouse plays and pauses. A finger shows and hides the controls, and twice at a side it goes back or forward. */
+  /** A mouse click plays and pauses. A tap shows and hides the controls; a double tap at a side seeks back or forward. */
   #press(event) {
     if (this.controls.menu.justDismissed) return;
     if (event.pointerType === "mouse" || !event.pointerType) {
@@ -352,7 +352,7 @@ class Player {
     if (!paused) this.#follow();
   }
 
-  /** Follows the film frame by frame while it plays, since "timeupdate" is too coarse for words. */
+  /** Updates every frame during playback, since "timeupdate" is too coarse for words. */
   #follow() {
     cancelAnimationFrame(this.#refreshing);
     this.#refreshing = requestAnimationFrame(() => {
@@ -368,7 +368,7 @@ class Player {
 
   #wait() {
     clearTimeout(this.#busyTimer);
-    // Short waits are not worth a flicker.
+    // Avoids a flicker for short waits.
     this.#busyTimer = setTimeout(() => {
       if (this.video.paused && !this.video.seeking) return;
       if (this.video.readyState >= 3 || this.ticket.refused) return;
@@ -383,7 +383,7 @@ class Player {
     this.overlays.spinner.hidden = true;
   }
 
-  /** Trouble is shown once it is felt: what has been fetched still plays. */
+  /** Shows a problem only when playback stops: what is buffered still plays. */
   #showTrouble() {
     if (!this.#trouble || this.ticket.refused) return;
     if (this.#trouble === "media") {
@@ -404,7 +404,7 @@ class Player {
 
   #renewed({ revision }) {
     if (!revision || revision === this.revision) return;
-    // The author has published the video anew; this page goes on with that.
+    // The author published a new revision; continues with it.
     this.revision = revision;
     this.stream.reload();
     this.#loadCaptions();
@@ -415,13 +415,13 @@ class Player {
     else this.#close(text("refused"), { more: text("refusedMore") });
   }
 
-  /** With its place in the address, since storage may be denied. */
+  /** Keeps the position in the address, since storage may be denied. */
   #reloadPage() {
     if (this.#started) history.replaceState(null, "", `#t=${Math.floor(this.video.currentTime)}`);
     location.reload();
   }
 
-  /** Nothing is played any more; says why. */
+  /** Ends playback for good and shows the reason. */
   #close(line, options) {
     this.#keepPlace(0);
     clearTimeout(this.#busyTimer);
@@ -434,7 +434,7 @@ class Player {
     this.overlays.tell(line, options);
   }
 
-  /** The keys of keyboards, headsets and lock screens. */
+  /** Media keys of keyboards, headsets and lock screens. */
   #joinSession() {
     const session = navigator.mediaSession;
     if (!session || !globalThis.MediaMetadata) return;
@@ -450,7 +450,7 @@ class Player {
       try {
         session.setActionHandler(name, action);
       } catch {
-        // Not every browser knows every action.
+        // Not every browser supports every action.
       }
     }
   }

@@ -1,9 +1,8 @@
 import { settings } from "./stream.js";
 
 /**
- * Shows the frame at a moment while the pointer is over the seek bar, from a second, silent video in the lowest quality. It is
- * created when the pointer first rests there, fetches one segment at a time, and is not used on connections that are slow or
- * that the viewer wants to spare.
+ * Shows the frame under the pointer on the seek bar, from a second, muted video in the lowest quality. Created when the pointer first
+ * rests there; fetches one segment at a time; not used on slow connections and with data saving.
  */
 export class Preview {
   #hls = null;
@@ -33,7 +32,7 @@ export class Preview {
   show(moment) {
     this.#wanted = moment;
     clearTimeout(this.#timer);
-    // A pointer that only crosses the bar costs nothing.
+    // A pointer that only crosses the bar must cost nothing.
     this.#timer = setTimeout(() => {
       this.#open(moment);
       if (!this.video.seeking) this.#seek();
@@ -68,7 +67,7 @@ export class Preview {
     this.video.addEventListener("loadedmetadata", () => this.#seek(), { once: true });
   }
 
-  /** One seek at a time; the last moment asked for wins. */
+  /** Seeks one at a time; the last requested moment wins. */
   #seek() {
     if (this.#wanted === null || !this.#hls || this.video.readyState === 0) return;
     if (Math.abs(this.video.currentTime - this.#wanted) < 0.2) return;

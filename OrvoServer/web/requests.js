@@ -1,4 +1,4 @@
-/** A request that the server has refused, with its own sentence. */
+/** A request that the server refused, with its message. */
 export class Refusal extends Error {
   constructor(status, message) {
     super(message);
@@ -9,8 +9,8 @@ export class Refusal extends Error {
 const AWAY = "No se puede hablar con el servidor. Comprueba la conexión y vuelve a intentarlo.";
 
 /**
- * Asks the administration's interface. Addresses are relative to the page, which ends in "admin/". Returns the answer's object,
- * or null where it has none; throws Refusal.
+ * Sends a request to the administration's interface. Addresses are relative to the page, which ends in "admin/". Returns the object
+ * of the response, or null; throws Refusal.
  */
 export async function ask(method, path, body) {
   let answer;

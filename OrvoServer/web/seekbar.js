@@ -2,12 +2,12 @@ import { clock, element } from "./dom.js";
 import { Preview } from "./preview.js";
 import { text } from "./texts.js";
 
-/** The position in the film: a slider with what is fetched, and a bubble with time and frame under the pointer. */
+/** The seek bar: a slider that shows what is buffered, and a bubble with the time and frame under the pointer. */
 export class SeekBar {
   #dragged = null;
   #preview = null;
 
-  /** `seek(seconds)` is called when the viewer has chosen a place; `length()` and `moment()` are seconds. */
+  /** `seek(seconds)` is called when the viewer chooses a position; `length()` and `moment()` return seconds. */
   constructor({ video, stream, ticket, seek, length, moment }) {
     Object.assign(this, { video, stream, ticket, seek, length, moment });
     this.ranges = element("div", { class: "ranges" });

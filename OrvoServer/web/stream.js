@@ -1,14 +1,14 @@
-const MAX_REFUSALS = 8; // Attempts of one request that the server refuses with 403, with a renewed ticket each.
-const MAX_RECOVERIES = 3; // Decoding failures in a row that are worth another attempt.
+const MAX_REFUSALS = 8; // Attempts of a request that the server answers with 403, each with a new ticket.
+const MAX_RECOVERIES = 3; // Consecutive decoding failures before giving up.
 
-/** Request policy: short first retries, since a viewer waits; `shouldRetry` renews the ticket where the server refuses it. */
+/** Request policy: fast first retries, since a viewer waits; `shouldRetry` renews a ticket that the server refuses. */
 function policy(ticket, { firstByte, whole, retries }) {
   const shouldRetry = ({ maxNumRetry }, count, isTimeout, response, otherwise) => {
     if (response?.code === 403) {
       ticket.expired();
       return count < MAX_REFUSALS;
     }
-    // 0 is a connection that could not be made, which hls.js only tries again where the browser knows that it is offline.
+    // 0 is a failed connection, which hls.js retries only when the browser knows that it is offline.
     const again = otherwise || (response?.code === 0 && count < maxNumRetry);
     if (count > 0) ticket.dispatchEvent(new Event("unreachable"));
     return again;
@@ -17,13 +17,13 @@ function policy(ticket, { firstByte, whole, retries }) {
   return { default: { maxTimeToFirstByteMs: firstByte, maxLoadTimeMs: whole, timeoutRetry: retry, errorRetry: retry } };
 }
 
-/** Settings of hls.js with which every request carries the current ticket. */
+/** Settings of hls.js that make every request use the current ticket. */
 export function settings(ticket, more = {}) {
   const list = policy(ticket, { firstByte: 10000, whole: 20000, retries: 4 });
   return {
     autoStartLoad: false,
     renderTextTracksNatively: false,
-    // Whoever leaves in the middle has cost the author at most a minute more.
+    // A viewer who leaves has fetched at most a minute too much.
     maxMaxBufferLength: 60,
     backBufferLength: 60,
     manifestLoadPolicy: list,
@@ -41,7 +41,7 @@ export function settings(ticket, more = {}) {
 /**
  * Plays a package through Media Source.
  *
- * Events: "levels", "level" (the shown quality has changed), "trouble" (detail: "network" or "media") and "recovered".
+ * Events: "levels", "level" (the quality changed), "trouble" (detail: "network" or "media") and "recovered".
  */
 export class MediaSourceStream extends EventTarget {
   static get supported() {
@@ -65,7 +65,7 @@ export class MediaSourceStream extends EventTarget {
     this.#open();
   }
 
-  /** Begins to fetch segments, at this place in seconds. Until then only the playlist has been fetched. */
+  /** Starts fetching segments, at this position in seconds. Before, only the playlist is fetched. */
   begin(place) {
     if (this.#started) return;
     this.#started = true;
@@ -77,7 +77,7 @@ export class MediaSourceStream extends EventTarget {
     return this.#hls.autoLevelEnabled ? -1 : this.#hls.nextLevel;
   }
 
-  /** An index of `levels`, or -1 to let the connection decide. What is already fetched of another quality is dropped. */
+  /** Selects an index of `levels`, or -1 for automatic. Drops what is buffered in another quality. */
   set quality(level) {
     if (this.#started) this.#hls.nextLevel = level;
     else this.#hls.startLevel = this.#hls.loadLevel = level;
@@ -87,7 +87,7 @@ export class MediaSourceStream extends EventTarget {
     return this.levels[this.#hls.currentLevel]?.height ?? 0;
   }
 
-  /** Another revision has been published, or nothing else has helped: everything is fetched anew, at the same place. */
+  /** Fetches everything again at the same position: for a new revision, or as the last resort. */
   reload() {
     this.#place = this.video.currentTime || this.#place;
     const wasPlaying = !this.video.paused;
@@ -109,7 +109,7 @@ export class MediaSourceStream extends EventTarget {
 
   #open() {
     const { Hls } = globalThis;
-    // With an estimate of the connection that suits most, the first segments are not blurred on purpose.
+    // A realistic initial bandwidth estimate avoids blurred first segments.
     const hls = this.#hls = new Hls(settings(this.ticket, { capLevelToPlayerSize: true, abrEwmaDefaultEstimate: 3_000_000 }));
     hls.on(Hls.Events.MANIFEST_PARSED, (_, { levels }) => {
       this.levels = levels.map(({ height, width, bitrate }) => ({ height: height || 0, width, bitrate }));
@@ -124,7 +124,7 @@ export class MediaSourceStream extends EventTarget {
     hls.attachMedia(this.video);
   }
 
-  /** The length of the video, from a playlist, before a single segment has been fetched. */
+  /** Reads the duration from a playlist, before any segment is fetched. */
   async #measure(url) {
     const list = await this.ticket.text(url).catch(() => "");
     this.duration = [...list.matchAll(/^#EXTINF:([\d.]+)/gm)].reduce((sum, match) => sum + Number(match[1]), 0);
@@ -145,8 +145,8 @@ export class MediaSourceStream extends EventTarget {
 }
 
 /**
- * Plays a package with the browser's own HLS, where there is no Media Source. Its requests cannot be given another ticket, so
- * the source is loaded again, at the same place, when the ticket has been renewed.
+ * Plays a package with the browser's native HLS, where there is no Media Source. Its requests cannot change their ticket, so the
+ * source is reloaded at the same position when the ticket is renewed.
  */
 export class NativeStream extends EventTarget {
   static supported(video) {
@@ -213,7 +213,7 @@ export class NativeStream extends EventTarget {
 
   async #fail() {
     if (!this.#started || this.ticket.refused || !this.video.hasAttribute("src")) return;
-    // The browser does not report the status. The ticket is the likely reason; renewing it reloads at the same place.
+    // The browser does not report the status. The ticket is the likely cause; renewing it reloads at the same position.
     if (this.#failures++ < MAX_RECOVERIES) await this.ticket.renew();
     else this.dispatchEvent(new CustomEvent("trouble", { detail: navigator.onLine ? "media" : "network" }));
   }

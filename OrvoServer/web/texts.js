@@ -52,7 +52,7 @@ const texts = {
   },
 };
 
-/** Spanish for Spanish and for the other languages of Spain, English for everybody else. */
+/** Spanish for browsers in a language of Spain, English for all others. */
 export const language = /^(es|ca|gl|eu|ast|an|oc)\b/i.test(navigator.language || "") ? "es" : "en";
 
 /** A text in the viewer's language, with {names} replaced. */

@@ -1,13 +1,13 @@
 const MAX_WAIT = 15000; // Milliseconds between two attempts to renew.
 const MAX_REQUEST = 10000; // Milliseconds that one attempt may take.
-const STALE = 12 * 3600 * 1000; // Milliseconds after which a refused grant may only have lapsed.
+const STALE = 12 * 3600 * 1000; // Milliseconds after which a refused grant may have expired.
 
 /**
- * The permission to fetch a video's files, which is part of their addresses.
+ * The permission to fetch a video's files; part of their addresses.
  *
- * It lasts minutes and is renewed at two thirds of its life, when the page wakes up, and when the server refuses it.
+ * Valid for minutes. Renewed at two thirds of its life, when the page wakes up, and when the server refuses it.
  *
- * Events: "renewed" (detail.revision), "refused" (detail.lapsed: only the grant was too old), "unreachable" and "reachable".
+ * Events: "renewed" (detail.revision), "refused" (detail.lapsed: the grant was too old), "unreachable" and "reachable".
  */
 export class Ticket extends EventTarget {
   #grant;
@@ -38,12 +38,12 @@ export class Ticket extends EventTarget {
     return this.#refused;
   }
 
-  /** The address of one of the video's files. */
+  /** The address of a file of the video. */
   url(path) {
     return new URL(this.media + path, location.href).href;
   }
 
-  /** The same address with the current ticket. */
+  /** The address with the current ticket. */
   current(url) {
     const media = new URL(this.media, location.href).href;
     const parent = media.slice(0, media.lastIndexOf("/", media.length - 2) + 1);
@@ -52,18 +52,18 @@ export class Ticket extends EventTarget {
     return media + rest.slice(rest.indexOf("/") + 1);
   }
 
-  /** Resolves once there is a ticket that has not expired. */
+  /** Resolves when there is a valid ticket. */
   async usable() {
     if (this.#age() >= this.#life) await this.renew();
     else if (this.#due()) this.renew();
   }
 
-  /** The server has refused the ticket. Requests that were already under way when it was renewed do not count. */
+  /** Call when the server refused the ticket. Ignores requests that were sent before its renewal. */
   expired() {
     if (this.#age() > 2000) this.#life = 0;
   }
 
-  /** Fetches one of the video's files as a text, with another ticket if this one has expired. */
+  /** Fetches a file of the video as text, with a new ticket if this one has expired. */
   async text(url) {
     for (let attempt = 0; ; attempt++) {
       await this.usable();
@@ -74,7 +74,7 @@ export class Ticket extends EventTarget {
     }
   }
 
-  /** Calls that overlap share one renewal. Never rejects; after a refusal it never resolves, so that nothing goes on. */
+  /** Overlapping calls share one renewal. Never rejects; after a refusal it never resolves, which stops the callers. */
   renew() {
     if (this.#refused) return new Promise(() => {});
     this.#renewal ??= this.#renewUntilAnswered().finally(() => { this.#renewal = null; });
@@ -85,7 +85,7 @@ export class Ticket extends EventTarget {
     return this.#age() >= this.#life * 2 / 3;
   }
 
-  /** Milliseconds. A monotonic clock stops while a laptop sleeps, and the other one may be set back: the larger age holds. */
+  /** Milliseconds. The monotonic clock stops while a laptop sleeps, and the wall clock may be set back: uses the larger age. */
   #age() {
     return Math.max(Date.now() - this.#obtained.date, performance.now() - this.#obtained.steady);
   }
@@ -96,7 +96,7 @@ export class Ticket extends EventTarget {
     this.#obtained = { date: Date.now(), steady: performance.now() };
     this.#life = expiresIn * 1000;
     clearTimeout(this.#timer);
-    // Timers stop while the machine sleeps; the events of the constructor cover that.
+    // Timers stop while the machine sleeps; the events in the constructor cover that.
     this.#timer = setTimeout(() => this.renew(), this.#life * 2 / 3);
   }
 
@@ -140,7 +140,7 @@ export class Ticket extends EventTarget {
     }
   }
 
-  /** Waits, but not beyond the moment at which the connection or the page returns. */
+  /** Waits, but only until the connection or the page returns. */
   #pause(milliseconds) {
     return new Promise((resolve) => {
       const timer = setTimeout(resolve, milliseconds);

@@ -2,12 +2,12 @@ import { paragraphsOf } from "./captions.js";
 import { clock, element, icon } from "./dom.js";
 import { text } from "./texts.js";
 
-const FOLLOW_AGAIN = 6000; // Milliseconds after the viewer's last scrolling from which the spoken word is kept in view again.
+const FOLLOW_AGAIN = 6000; // Milliseconds after the last manual scrolling before the spoken word is followed again.
 
-/** Lower case without accents, letter by letter, so that positions stay the same. */
+/** Lower case without accents, character by character, so that positions stay the same. */
 const plain = (string) => Array.from(string.toLowerCase(), (letter) => letter.normalize("NFD")[0] ?? "").join("");
 
-/** The text of the film beside it: it follows the film, can be searched, and a click on a word leads there. */
+/** The transcript beside the video: follows playback, is searchable, and a click on a word seeks to it. */
 export class Transcript {
   #words = [];
   #spans = [];
@@ -16,7 +16,7 @@ export class Transcript {
   #at = -1;
   #scrolled = 0;
 
-  /** `seek(seconds)` is called for a word or a paragraph that the viewer chooses, `close()` for the button. */
+  /** `seek(seconds)` is called when the viewer chooses a word or paragraph, `close()` for the button. */
   constructor({ seek, close }) {
     this.seek = seek;
     this.text = element("div", { class: "text" });
@@ -56,7 +56,7 @@ export class Transcript {
         element("button", { type: "button", class: "time", "aria-label": text("goTo", { time: clock(start) }), "data-time": start },
           clock(start)), prose);
     }));
-    // The whole text in one string, and where each word begins in it.
+    // The whole text as one string, and the start of each word in it.
     this.starts = [];
     let whole = "";
     for (const word of words) {
@@ -66,7 +66,7 @@ export class Transcript {
     this.whole = whole;
   }
 
-  /** Marks the word that was spoken last. */
+  /** Marks the last spoken word. */
   update(index) {
     if (index === this.#spoken) return;
     this.#spans[this.#spoken]?.classList.remove("spoken");
@@ -116,7 +116,7 @@ export class Transcript {
     if (matches.length) this.#step(1);
   }
 
-  /** The word that holds a position of the whole text. */
+  /** The word at a position of the whole text. */
   #wordAt(position) {
     let low = 0;
     let high = this.starts.length;

@@ -14,11 +14,11 @@ using namespace std::chrono_literals;
 
 constexpr auto pointerInterval = std::chrono::duration_cast<CaptureClock::duration>(1s) / CaptureEngine::pointerRate;
 
-/// So long a recording waits for its first sample. Some desktops hand on no picture until something is drawn.
-constexpr auto longestStart = 300ms;
+/// How long a recording waits for its first sample. Some desktops deliver no frame until something is drawn.
+constexpr auto maxStartDelay = 300ms;
 
-/// Without a sample from a microphone or a camera. Even in the dark cameras make several pictures a second.
-constexpr auto longestSilence = 3s;
+/// Without a sample from the microphone or the camera. Even in the dark, cameras deliver several frames per second.
+constexpr auto maxSilence = 3s;
 
 struct TrackName {
     TrackKind kind;
@@ -66,7 +66,7 @@ CaptureEngine::~CaptureEngine()
     try {
         stop();
     } catch (const std::exception&) {
-        // What could be written is in the files.
+        // The files keep what was written.
     }
 }
 
@@ -89,7 +89,7 @@ std::vector<MediaTrack> CaptureEngine::start(
         if (isRecorded(TrackKind::microphone, options))
             makeWriter(TrackKind::microphone, {.channels = 1});
         if (isRecorded(TrackKind::camera, options))
-            makeWriter(TrackKind::camera, {.size = CameraStream::size, .delay = CameraStream::longestDelay});
+            makeWriter(TrackKind::camera, {.size = CameraStream::size, .delay = CameraStream::maxDelay});
         openStreams(source, size, options);
     } catch (const std::exception&) {
         const auto error = std::current_exception();
@@ -125,7 +125,7 @@ void CaptureEngine::makeWriter(TrackKind kind, SampleWriter::Settings settings)
     m_writers[kind] = std::make_unique<SampleWriter>(m_directory / fileName(kind), std::move(settings));
 }
 
-/// Opens what may be refused before anything runs.
+/// Opens everything that may be refused before anything runs.
 void CaptureEngine::openStreams(const CaptureSource& source, PictureSize size, const CaptureOptions& options)
 {
     const auto to = [this](TrackKind kind) { return [this, kind](auto sample) { accept(kind, std::move(sample)); }; };
@@ -141,7 +141,7 @@ void CaptureEngine::openStreams(const CaptureSource& source, PictureSize size, c
         camera = std::make_unique<SteadyCamera>(options.cameraDevice, to(TrackKind::camera));
     if (options.systemAudio)
         systemAudio = AudioStream::open(AudioStream::Input::systemSound, options.systemAudioDevice, to(TrackKind::system));
-    // What the others delivered until now is left out: the recording begins with the screen.
+    // Drops what the others delivered so far: the recording starts with the screen.
     {
         const std::lock_guard lock(m_stateMutex);
         m_stopped = m_paused = m_failed = false;
@@ -188,14 +188,14 @@ void CaptureEngine::accept(TrackKind kind, CaptureSample sample)
                 m_missed = std::move(*picture);
             return;
         }
-        // What was taken during a pause and comes behind it shows what there is now.
+        // A frame captured during the pause and delivered after it shows the current screen.
         if (picture)
             picture->time = std::max(picture->time, m_resumed);
     }
     std::optional<CaptureTime> origin;
     {
         const std::lock_guard lock(m_originMutex);
-        // A camera's pictures show what was before they came: they never begin a recording.
+        // Camera frames arrive late, so they never set the origin.
         if (!m_origin && kind != TrackKind::camera)
             m_origin = std::visit([](const auto& any) { return any.time; }, sample);
         origin = m_origin;
@@ -204,7 +204,7 @@ void CaptureEngine::accept(TrackKind kind, CaptureSample sample)
         m_writers.at(kind)->append(std::move(sample), *origin);
 }
 
-/// Time runs though nothing has come.
+/// Starts the time although nothing has arrived.
 void CaptureEngine::beginAnyway()
 {
     const std::lock_guard lock(m_originMutex);
@@ -223,14 +223,14 @@ void CaptureEngine::fail(std::exception_ptr error)
         onError(std::move(error));
 }
 
-/// Twelve times a second: where the pointer is, and tracks that nothing may have come for.
+/// At `pointerRate`: reports the pointer, and the time to tracks that may be without samples.
 void CaptureEngine::watch(const std::stop_token& stop)
 {
     std::mutex mutex;
     std::condition_variable_any wake;
     std::unique_lock lock(mutex);
     CaptureTime next = CaptureClock::now();
-    const CaptureTime latestBegin = next + longestStart;
+    const CaptureTime latestBegin = next + maxStartDelay;
     while (!stop.stop_requested()) {
         if (CaptureClock::now() >= latestBegin)
             beginAnyway();
@@ -240,7 +240,7 @@ void CaptureEngine::watch(const std::stop_token& stop)
             for (const auto& [kind, writer] : m_writers)
                 writer->advance(CaptureClock::now(), *begin);
         }
-        // After a time in which the process could not run, what was missed is not made up for.
+        // Does not catch up after the process was suspended.
         next = std::max(next + pointerInterval, CaptureClock::now());
         wake.wait_until(lock, stop, next, [] { return false; });
     }
@@ -252,7 +252,7 @@ void CaptureEngine::watchDevices()
     {
         const std::lock_guard lock(m_stateMutex);
         for (auto& [kind, device] : m_devices) {
-            const bool isAway = CaptureClock::now() - device.newest > longestSilence;
+            const bool isAway = CaptureClock::now() - device.newest > maxSilence;
             if (std::exchange(device.isAway, isAway) != isAway)
                 changes.emplace_back(kind, isAway);
         }
@@ -294,7 +294,7 @@ void CaptureEngine::setPaused(bool paused)
     if (m_stopped || paused)
         return;
     m_resumed = CaptureClock::now();
-    // Under the lock, so that no newer picture comes before it.
+    // Under the lock, so that no newer frame gets ahead of it.
     if (auto picture = std::exchange(m_missed, std::nullopt); picture && begin)
         m_writers.at(TrackKind::screen)->append(CapturedPicture{.memory = picture->memory, .time = m_resumed}, *begin);
 }
@@ -319,14 +319,14 @@ std::uint64_t CaptureEngine::dropped() const
     return sum;
 }
 
-/// Ends every stream. Their destructors wait for callbacks, so they run without the lock.
+/// Closes all streams. Their destructors wait for callbacks, so they run without the lock.
 void CaptureEngine::endStreams()
 {
     std::unique_ptr<ScreenStream> screen;
     std::unique_ptr<AudioStream> microphone;
     std::unique_ptr<AudioStream> systemAudio;
     std::unique_ptr<SteadyCamera> camera;
-    // Declared behind them, the lock goes before they do.
+    // Declared after the streams, so that it is released before they are destroyed.
     const std::lock_guard lock(m_streamMutex);
     screen = std::exchange(m_screen, nullptr);
     microphone = std::exchange(m_microphone, nullptr);

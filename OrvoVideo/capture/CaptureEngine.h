@@ -20,62 +20,62 @@
 
 namespace orvo {
 
-/// Records the screen, what the computer plays, the microphone and the camera, each into a file of its own on one common
-/// timeline, and watches the pointer beside them. One recording at a time, many one after the other.
+/// Records screen, system audio, microphone and camera into a file each, on a common timeline, and reports pointer
+/// events. Makes one recording at a time, any number in a row.
 ///
-/// The first sample of screen or sound that is accepted is time 0 of every track; if none comes within a moment, as of a
-/// screen on which nothing moves, time runs from there. While paused everything that comes is dropped; the files go on with
-/// silence and a picture that stands, so that times keep counting. Then the screen is as it became meanwhile, though nothing
-/// may move on it any more.
+/// Time 0 of every track is the first accepted screen frame or system or microphone sample. If none arrives within 300
+/// ms, as on a still screen, the time starts anyway. During a pause all samples are dropped; the files continue with
+/// silence and a still frame, so that time keeps counting. After the pause the track shows the screen as it is then, even
+/// if nothing moves any more.
 class CaptureEngine {
 public:
-    /// Receives every pointer event. Called on threads of the engine's and the pointer monitor's. Set while stopped.
+    /// Receives every pointer event, on threads of the engine and the pointer monitor. Set while stopped.
     std::function<void(const PointerEvent&)> onEvent;
 
-    /// Told when the recording cannot go on (the source has ended, the disk is full), at most once for each recording, on a
-    /// thread that must not be held: `stop` must not be called on it. Set while stopped.
+    /// Called when the recording cannot continue (the source ended, the disk is full), at most once per recording. Runs
+    /// on a worker thread that must not block; must not call `stop`. Set while stopped.
     std::function<void(std::exception_ptr)> onError;
 
-    /// Told when microphone or camera have given nothing for three seconds, and when they give something again; the
-    /// recording goes on in both cases. Called on a thread of the engine's. Set while stopped.
+    /// Called when the microphone or the camera has delivered nothing for three seconds, and when it delivers again; the
+    /// recording continues in both cases. Runs on a thread of the engine. Set while stopped.
     std::function<void(TrackKind, bool isAway)> onDevice;
 
-    /// Without a pointer monitor no presses are logged, and positions only for streams that tell them.
+    /// Without a pointer monitor there are no clicks, and positions only from streams that report them.
     explicit CaptureEngine(std::unique_ptr<PointerMonitor> pointer = nullptr);
-    ~CaptureEngine(); ///< Stops without a word.
+    ~CaptureEngine(); ///< Stops, ignoring errors.
     CaptureEngine(const CaptureEngine&) = delete;
     CaptureEngine& operator=(const CaptureEngine&) = delete;
 
-    /// Begins to record into the folder `directory`, which exists. Blocks until everything runs; returns the tracks.
+    /// Starts recording into the existing folder `directory`. Blocks until everything runs; returns the tracks.
     ///
-    /// Throws `captureError` with a text for the user when a device is missing or refused, and what `ScreenStream`,
-    /// `AudioStream`, `SteadyCamera` and `SampleWriter` throw; nothing runs then.
+    /// Throws `captureError` with a text for the user when a device is missing or denied, and what `ScreenStream`,
+    /// `AudioStream`, `SteadyCamera` and `SampleWriter` throw. Nothing runs after an exception.
     std::vector<MediaTrack> start(
         const CaptureSource& source, const std::filesystem::path& directory, const CaptureOptions& options);
 
-    /// The tracks of a recording with these options, each with a new identifier.
+    /// The tracks of a recording with these options, with new identifiers.
     static std::vector<MediaTrack> tracks(const CaptureOptions& options);
 
-    /// Any thread.
+    /// Thread-safe.
     void setPaused(bool paused);
 
-    /// Ends the recording and closes every file. Blocks. Throws the last failure of a writer, after all of them have closed.
+    /// Ends the recording and closes all files. Blocks. Throws the last error of a writer, after all of them have closed.
     void stop();
 
-    /// Reports to `onEvent` where the pointer is in the frame, if it is in the recorded area. Any thread.
+    /// Reports the pointer's position in the frame to `onEvent`, if it is in the recorded area. Thread-safe.
     void recordPointer(PointerKind kind);
 
-    /// How long the recording has lasted, in seconds; 0 before the first sample. That of a recording that was stopped is its
-    /// length. Any thread.
+    /// Elapsed recording time in seconds; 0 before the first sample. After `stop`, the length of the recording.
+    /// Thread-safe.
     double time() const;
 
-    /// The loudest of the microphone since the last call, 0..1. Any thread.
+    /// Peak level of the microphone since the last call, 0..1. Thread-safe.
     float takeMicrophonePeak();
 
-    /// How many samples were dropped because the machine was too slow. Any thread.
+    /// Number of samples dropped because the machine was too slow. Thread-safe.
     std::uint64_t dropped() const;
 
-    /// How often a second the pointer is looked at.
+    /// Pointer positions per second.
     static constexpr int pointerRate = 12;
 
 private:
@@ -93,31 +93,31 @@ private:
     std::unique_ptr<PointerMonitor> m_pointer;
     std::filesystem::path m_directory;
 
-    mutable std::mutex m_streamMutex; ///< Guards the streams, which come and go while others ask them.
+    mutable std::mutex m_streamMutex; ///< Guards the streams, which open and close while other threads query them.
     std::unique_ptr<ScreenStream> m_screen;
     std::unique_ptr<AudioStream> m_systemAudio;
     std::unique_ptr<AudioStream> m_microphone;
     std::unique_ptr<SteadyCamera> m_camera;
 
-    std::map<TrackKind, std::unique_ptr<SampleWriter>> m_writers; ///< Changes only while stopped.
+    std::map<TrackKind, std::unique_ptr<SampleWriter>> m_writers; ///< Changed only while stopped.
 
-    mutable std::mutex m_stateMutex; ///< Guards the following; never held together with another of these.
+    mutable std::mutex m_stateMutex; ///< Guards the members below; never held together with another mutex.
     bool m_stopped = true;
     bool m_paused = false;
     bool m_failed = false;
-    std::optional<CapturedPicture> m_missed; ///< The newest of the screen that came during the pause.
+    std::optional<CapturedPicture> m_missed; ///< The latest screen frame of the current pause.
     CaptureTime m_resumed; ///< The end of the last pause.
     struct Device {
-        CaptureTime newest; ///< When its last sample came.
+        CaptureTime newest; ///< Time of the last sample.
         bool isAway = false;
     };
-    std::map<TrackKind, Device> m_devices; ///< Those that always give something.
+    std::map<TrackKind, Device> m_devices; ///< Devices that deliver continuously.
 
     mutable std::mutex m_originMutex; ///< Guards the time origin.
     std::optional<CaptureTime> m_origin;
     std::optional<CaptureTime> m_end;
 
-    std::jthread m_watch; ///< The pointer, and tracks that get nothing.
+    std::jthread m_watch; ///< Pointer positions, and the time of tracks without samples.
 };
 
 } // namespace orvo

@@ -9,12 +9,13 @@
 
 namespace orvo {
 
-/// How the next recording is made.
+/// Options of a recording.
 struct CaptureOptions {
-    std::int64_t height = 1080; ///< Largest height of the recorded screen, in pixels; it is scaled down to it, never up.
-    std::int64_t fps = 30; ///< Highest frame rate of the recorded screen.
+    std::int64_t height = 1080; ///< Maximum height of the recorded screen, in pixels; larger ones are scaled down,
+                                ///< smaller ones never up.
+    std::int64_t fps = 30; ///< Maximum frame rate of the recorded screen.
     bool microphone = true;
-    bool systemAudio = true; ///< What the computer plays.
+    bool systemAudio = true; ///< The audio that the computer plays.
     bool camera = false;
     std::optional<Rect> region; ///< The part of the chosen display to record, in the global display space.
     std::string microphoneDevice; ///< Identifier of a device; empty for the default one.
@@ -24,8 +25,8 @@ struct CaptureOptions {
     friend bool operator==(const CaptureOptions&, const CaptureOptions&) = default;
 };
 
-/// The size of the recorded picture of an area of the global display space with `scale` pixels to its unit: at most as high
-/// as `height`, in even numbers, at least 2.
+/// The frame size for an area of the global display space with `scale` pixels per unit: at most `height` high, even, at
+/// least 2.
 PictureSize captureSize(const Rect& area, double scale, std::int64_t height);
 
 } // namespace orvo

@@ -27,11 +27,12 @@ using namespace std::chrono_literals;
 
 constexpr auto checkpointInterval = 2s;
 
-/// Between two looks at what has been written. A fragment of a track is two seconds long; so much later at most it is on the
-/// disk.
+/// Between two checks for data to flush. A fragment of a track holds two seconds, and reaches the disk at most this much
+/// later.
 constexpr auto flushInterval = 250ms;
 
-/// Brings what a file holds to the disk, whoever wrote it, unless it is as long as it was then. Returns its length.
+/// Flushes a file to disk, whichever thread wrote it, if its length has changed since `before`. Returns the length on
+/// disk.
 off_t flushed(const fs::path& file, off_t before)
 {
     const UniqueFd opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
@@ -77,7 +78,7 @@ RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& eng
             try {
                 std::rethrow_exception(error);
             } catch (const std::exception& reason) {
-                tellError(describe(reason));
+                reportError(describe(reason));
             }
         };
         m_engine.onDevice = m_listener.onDevice;
@@ -94,7 +95,7 @@ RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& eng
     try {
         flushFolder(m_store.directory(m_id) / ProjectStore::mediaName);
     } catch (const std::exception&) {
-        // Where that cannot be had, the files still bring their names to the disk with what is in them.
+        // Without it, flushing the files still writes their directory entries on common file systems.
     }
     if (lacksMicrophone && m_listener.onDevice)
         m_listener.onDevice(TrackKind::microphone, true);
@@ -108,7 +109,7 @@ RecordingSession::~RecordingSession()
         stop();
 }
 
-/// The project is in the library, and marked, before anything is recorded.
+/// Creates and marks the project before anything is captured.
 void RecordingSession::create(const Plan& plan)
 {
     if (!CaptureSession::hasRoom(m_store.root()))
@@ -125,7 +126,7 @@ void RecordingSession::create(const Plan& plan)
     CaptureSession::mark(m_store.directory(m_id));
 }
 
-/// The start has failed: what there is of the project waits for the user.
+/// Keeps the project of a failed start for recovery.
 void RecordingSession::giveUp()
 {
     m_engine.onEvent = {};
@@ -136,7 +137,7 @@ void RecordingSession::giveUp()
     try {
         m_store.save(m_project);
     } catch (const std::exception&) {
-        // The reason of the failed start is the one to tell.
+        // The caller reports the error of the start.
     }
     CaptureSession::unmark(m_store.directory(m_id));
 }
@@ -166,7 +167,7 @@ void RecordingSession::markZoom()
 void RecordingSession::togglePause()
 {
     const bool pauses = !isPaused();
-    // The cut holds all of the pause: behind it the picture is that of now.
+    // The cut covers the whole pause: the frames after it show the current screen.
     if (!pauses)
         m_engine.setPaused(false);
     {
@@ -203,7 +204,7 @@ void RecordingSession::keepCheckpoints(const std::stop_token& stop)
     }
 }
 
-/// Brings tracks and pointer log to the disk as far as they have grown.
+/// Flushes tracks and pointer log as far as they have grown.
 void RecordingSession::flush()
 {
     const fs::path folder = m_store.directory(m_id);
@@ -219,7 +220,7 @@ void RecordingSession::flush()
     }
 }
 
-/// Brings document, pointer log and tracks on the disk up to now. What fails is made up for the next time.
+/// Saves document and pointer log and flushes the tracks. The next checkpoint makes up for what fails.
 void RecordingSession::checkpoint()
 {
     const double duration = m_engine.time();
@@ -231,7 +232,7 @@ void RecordingSession::checkpoint()
         for (auto& track : m_project.tracks.edit())
             track.duration = duration;
         project = m_project;
-        // Should the process end now, what was paused is no part of the lesson.
+        // If the process dies now, the pause is cut.
         if (m_pauseStart && *m_pauseStart < duration)
             project.edit.cuts.edit().push_back({.start = *m_pauseStart, .end = duration});
     }
@@ -239,14 +240,14 @@ void RecordingSession::checkpoint()
     try {
         m_store.save(project);
     } catch (const std::exception&) {
-        // The recording goes on; the document of two seconds ago and the files are enough to recover it.
+        // The recording continues; the previous document and the files are enough to recover it.
     }
     flush();
     if (m_listener.onCheckpoint)
         m_listener.onCheckpoint(project);
 }
 
-/// Appends the events that are not in the log. A piece that cannot be written whole is not written at all.
+/// Appends new events to the log, either all of them or none.
 void RecordingSession::writeLog()
 {
     std::string lines;
@@ -279,14 +280,14 @@ void RecordingSession::writeLog()
 void RecordingSession::watchDisk()
 {
     if (!CaptureSession::hasRoom(m_store.directory(m_id)))
-        tellError("Queda muy poco espacio en el disco: la grabación se ha detenido.");
+        reportError("Queda muy poco espacio en el disco: la grabación se ha detenido.");
 }
 
-void RecordingSession::tellError(const std::string& text)
+void RecordingSession::reportError(const std::string& text)
 {
     {
         const std::lock_guard lock(m_mutex);
-        if (std::exchange(m_errorTold, true))
+        if (std::exchange(m_errorReported, true))
             return;
     }
     if (m_listener.onError)
@@ -331,7 +332,7 @@ RecordingSession::Result RecordingSession::stop()
         project.state = ProjectState::recoverable;
         save();
     }
-    // While it stays, the project is known to have to be recovered.
+    // A remaining mark requests recovery of the project.
     if (project.state == ProjectState::ready)
         CaptureSession::unmark(m_store.directory(m_id));
     const std::lock_guard lock(m_mutex);

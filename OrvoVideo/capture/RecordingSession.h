@@ -20,23 +20,23 @@
 
 namespace orvo {
 
-/// One recording and its project: from the project's folder to the finished document.
+/// One recording and its project, from creating the folder to the finished document.
 ///
-/// The project is in the library from the start, marked as being recorded. Every two seconds its document and the pointer
-/// log follow the recording; a checkpoint that fails is made up for by the next. Whatever ends the process, the project is
-/// there and can be recovered.
+/// The project is in the library, marked as being recorded, before anything is captured. Every two seconds a checkpoint
+/// saves its document and the pointer log; a failed one is made up for by the next. Whatever ends the process, the
+/// project can be recovered.
 ///
-/// The operations block and may be called from any thread, one at a time but for `time`, `isPaused` and `markZoom`.
+/// Operations block. Call them from any thread, one at a time; `time`, `isPaused` and `markZoom` at any time.
 class RecordingSession {
 public:
-    /// What the session tells; called on threads of the session's own, of which none may be held or used to call `stop`.
+    /// Callbacks. They run on threads of the session, must not block and must not call `stop`.
     struct Listener {
-        /// The project after a checkpoint.
+        /// A checkpoint was made.
         std::function<void(const VideoProject&)> onCheckpoint;
-        /// The recording cannot go on (its source has ended, the disk is full), with an error for the user. `stop` is to be
-        /// called soon; what was recorded until now is kept.
+        /// The recording cannot continue (the source ended, the disk is full); the text is for the user. Call `stop`
+        /// soon: everything recorded so far is kept.
         std::function<void(const std::string&)> onError;
-        /// Microphone or camera are away, or back.
+        /// The microphone or the camera stopped delivering, or delivers again.
         std::function<void(TrackKind, bool isAway)> onDevice;
     };
 
@@ -46,26 +46,26 @@ public:
         std::string title;
     };
 
-    /// How a recording ended.
+    /// The outcome of a recording.
     struct Result {
-        VideoProject project; ///< As it was saved last; "ready", or "recoverable" when a file could not be closed.
-        std::optional<std::string> error; ///< For the user, when not everything went well.
+        VideoProject project; ///< As last saved; "ready", or "recoverable" if a file could not be closed.
+        std::optional<std::string> error; ///< For the user, if something went wrong.
     };
 
-    /// Makes the project and begins to record. Where the machine has no microphone it records without one, and reports it to
-    /// `Listener::onDevice` before the constructor returns. Throws what `ProjectStore` and `CaptureEngine::start` throw; a
-    /// project that was made by then is left as "needs-recovery".
+    /// Creates the project and starts recording. Without a microphone in the machine, records without it and calls
+    /// `Listener::onDevice` before the constructor returns. Throws what `ProjectStore` and `CaptureEngine::start` throw;
+    /// a project created by then is left as "needs-recovery".
     RecordingSession(const ProjectStore& store, CaptureEngine& engine, Plan plan, Listener listener = {});
 
-    /// Stops as `stop` does when that was not called.
+    /// Calls `stop` if nobody did.
     ~RecordingSession();
     RecordingSession(const RecordingSession&) = delete;
     RecordingSession& operator=(const RecordingSession&) = delete;
 
-    /// The title of a recording that begins now: "Grabación · " and the local date and time.
+    /// The default title of a new recording: "Grabación · " and the local date and time.
     static std::string defaultTitle();
 
-    /// What the user is told of a microphone or camera that gives nothing.
+    /// The message for the user about a microphone or camera that delivers nothing.
     static std::string awayText(TrackKind kind);
 
     const Uuid& id() const noexcept { return m_id; }
@@ -73,17 +73,17 @@ public:
     /// The project as of the last checkpoint.
     VideoProject project() const;
 
-    /// Pauses or goes on. A pause is a cut of the edit.
+    /// Pauses or resumes. The pause becomes a cut of the edit.
     void togglePause();
     bool isPaused() const;
 
-    /// Marks a zoom where the pointer is.
+    /// Adds a zoom point at the pointer.
     void markZoom();
 
-    /// Seconds since the first sample.
+    /// Seconds since the time origin; 0 before.
     double time() const;
 
-    /// Closes the files and saves the project. Called once. Never throws: see `Result`.
+    /// Closes the files and saves the project. Call once. Never throws: errors are in the result.
     Result stop();
 
 private:
@@ -93,7 +93,7 @@ private:
     void writeLog();
     void watchDisk();
     void endPause(double now);
-    void tellError(const std::string& text);
+    void reportError(const std::string& text);
     void create(const Plan& plan);
     void giveUp();
 
@@ -102,17 +102,17 @@ private:
     Listener m_listener;
     Uuid m_id;
 
-    mutable std::mutex m_mutex; ///< Guards the following.
+    mutable std::mutex m_mutex; ///< Guards the members below.
     VideoProject m_project;
     std::vector<PointerEvent> m_events;
-    std::size_t m_savedEvents = 0; ///< How many of them are in the log.
+    std::size_t m_savedEvents = 0; ///< Number of events already in the log.
     std::optional<double> m_pauseStart;
     bool m_stopped = false;
-    bool m_errorTold = false;
+    bool m_errorReported = false;
 
-    UniqueFd m_log; ///< The open pointer log; of the thread that writes checkpoints.
+    UniqueFd m_log; ///< The pointer log; used by the checkpoint thread.
     off_t m_logLength = 0;
-    std::map<std::filesystem::path, off_t> m_flushed; ///< Lengths of files when they were last brought to the disk.
+    std::map<std::filesystem::path, off_t> m_flushed; ///< Lengths of the files when last flushed.
     std::condition_variable_any m_wake;
     std::jthread m_checkpoints;
 };

@@ -25,7 +25,7 @@ GstElement* addElement(GstElement* bin, const char* factory)
 {
     GstElement* element = makeElement(factory).release();
     gst_bin_add(GST_BIN(bin), element);
-    // The bin has taken a reference of its own.
+    // The bin holds its own reference.
     gst_object_unref(element);
     return element;
 }

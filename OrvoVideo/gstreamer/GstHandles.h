@@ -1,6 +1,6 @@
 #pragma once
 
-// Included by .cpp files only: nothing of GStreamer shows in a header that others include.
+// For .cpp files only: no public header may show a GStreamer type.
 
 #include <cmath>
 #include <gst/gst.h>
@@ -21,16 +21,16 @@ using GstCapsHandle = std::unique_ptr<GstCaps, GstRelease<gst_caps_unref>>;
 using GstBufferHandle = std::unique_ptr<GstBuffer, GstRelease<gst_buffer_unref>>;
 using GstEventHandle = std::unique_ptr<GstEvent, GstRelease<gst_event_unref>>;
 
-/// Starts GStreamer once in this process. Throws `captureError` when it cannot be used.
+/// Initialises GStreamer once per process. Throws `captureError` when it is unusable.
 void startGStreamer();
 
-/// A new element. Throws `captureError` when the system lacks it.
+/// Creates an element. Throws `captureError` when the system lacks it.
 GstElementHandle makeElement(const char* factory);
 
-/// A new element given to `bin`, which owns it. Throws as `makeElement`.
+/// Creates an element and adds it to `bin`, which owns it. Throws as `makeElement`.
 GstElement* addElement(GstElement* bin, const char* factory);
 
-/// Reads a buffer for as long as it lives.
+/// Maps a buffer for reading while it lives.
 class BufferView {
 public:
     explicit BufferView(GstBuffer* buffer)

@@ -9,7 +9,7 @@ namespace {
 
 constexpr double shortGap = 0.25;
 
-/// Times of frames are written with the precision of many formats; a frame counts as begun this part of a frame early.
+/// Container formats round frame times differently; a frame counts as started this fraction of a frame early.
 constexpr double frameTolerance = 0.03;
 
 } // namespace
@@ -54,7 +54,7 @@ std::optional<std::size_t> CompositionLayout::clipAfter(double seconds) const
 
 std::optional<CompositionLayout::Place> CompositionLayout::placeOf(long frame) const
 {
-    // A touch before the middle, so that a clip's frame that begins right there is still the next frame's.
+    // Just before the middle, so that a clip's frame that starts exactly there belongs to the next frame.
     const double seconds = (static_cast<double>(frame) + 0.5) / m_fps - 0.0001;
     auto clip = clipOver(seconds);
     if (!clip) {

@@ -7,10 +7,10 @@
 
 namespace orvo {
 
-/// Where the clips of a composition lie, once their lengths are known: which clip is seen at which time.
+/// The clips of a composition on its timeline, once their lengths are known: which clip is shown at which time.
 ///
-/// Pictures are those of the composition's own frames: frame k is shown from k/fps on, and of a clip it shows what the
-/// clip shows half a frame later, as the export's choice of the nearest frame does.
+/// The composition has frames of its own: frame k is shown from k/fps. It shows what its clip shows half a frame later,
+/// which is the nearest frame, as the export chooses.
 class CompositionLayout {
 public:
     struct Clip {
@@ -19,26 +19,26 @@ public:
     };
 
     CompositionLayout() = default;
-    /// `soundEnd` is where the last sound ends.
+    /// `soundEnd` is the end of the last audio clip.
     CompositionLayout(int fps, std::vector<Clip> video, double soundEnd);
 
     double duration() const noexcept { return m_duration; }
     int fps() const noexcept { return m_fps; }
 
-    /// The frame shown at `seconds`, from 0 to the last.
+    /// The frame shown at `seconds`, between 0 and the last frame.
     long frameAt(double seconds) const;
     long lastFrame() const;
     double timeOf(long frame) const { return static_cast<double>(frame) / m_fps; }
 
     struct Place {
         std::size_t clip = 0;
-        double time = 0; ///< Seconds of the clip's file.
+        double time = 0; ///< Seconds in the clip's file.
     };
-    /// What frame `frame` shows; nothing for black. A gap too short to be meant (tracks of one recording do not begin and
-    /// end at the same instant) shows the clip beside it.
+    /// The content of `frame`, or nullopt for black. An unintentionally short gap (tracks of one recording do not start
+    /// and end at the same instant) shows the clip beside it.
     std::optional<Place> placeOf(long frame) const;
 
-    /// The clip that begins next after `seconds`.
+    /// The first clip that starts after `seconds`.
     std::optional<std::size_t> clipAfter(double seconds) const;
 
 private:

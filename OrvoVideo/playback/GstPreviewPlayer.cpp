@@ -15,7 +15,7 @@ std::unique_ptr<PreviewPlayer> PreviewPlayer::create()
     return std::make_unique<GstPreviewPlayer>(std::make_unique<FfprobeMediaProbe>());
 }
 
-/// The newest picture on its way to the main thread: one that is not fetched in time makes room for the next.
+/// The newest frame for the main thread. A frame not fetched in time is replaced.
 struct GstPreviewPlayer::Mailbox {
     std::mutex mutex;
     std::optional<QImage> picture;
@@ -28,7 +28,7 @@ GstPreviewPlayer::GstPreviewPlayer(std::unique_ptr<MediaProbe> probe, const std:
     m_ticks.setTimerType(Qt::PreciseTimer);
     connect(&m_ticks, &QTimer::timeout, this, [this] { emit timeChanged(position()); });
 
-    // What the engine's thread tells is queued; Qt drops what is still queued when this object goes.
+    // Reports of the engine's thread are queued; Qt drops queued ones when this object is destroyed.
     const auto onMainThread = [this](
                                   auto report) { QMetaObject::invokeMethod(this, std::move(report), Qt::QueuedConnection); };
     PreviewEngine::Listener listener;

@@ -12,15 +12,15 @@ namespace orvo {
 
 class PreviewEngine;
 
-/// The preview player over GStreamer: it decodes, and the composition is put together here.
+/// The preview player on GStreamer, which decodes; the composition is assembled here.
 ///
-/// Backwards it plays without sound; so it does below half and above twice the normal speed. Without a sound device the
-/// pictures keep to the system's clock.
+/// Plays without audio backwards, below half and above twice the normal speed. Without an audio device, frames follow the
+/// system clock.
 class GstPreviewPlayer final : public PreviewPlayer {
     Q_OBJECT
 public:
-    /// Files are looked at through `probe`. `soundSink` describes the GStreamer elements that play the sound, in the
-    /// notation of gst-launch. Throws `captureError` when GStreamer cannot be used.
+    /// `probe` reads the media files' properties. `soundSink` is the audio sink in gst-launch notation. Throws
+    /// `captureError` when GStreamer is unusable.
     explicit GstPreviewPlayer(
         std::unique_ptr<MediaProbe> probe, const std::string& soundSink = "autoaudiosink", QObject* parent = nullptr);
     ~GstPreviewPlayer() override;
@@ -46,7 +46,7 @@ private:
     void changeRate(double rate);
 
     bool m_hasComposition = false;
-    std::uint64_t m_orders = 0; ///< Numbers given so far.
+    std::uint64_t m_orders = 0; ///< Order numbers given so far.
     std::optional<std::uint64_t> m_loading;
     struct Seek {
         std::uint64_t order = 0;
@@ -58,7 +58,7 @@ private:
     QImage m_frame;
     QTimer m_ticks;
     std::unique_ptr<Mailbox> m_mailbox;
-    std::unique_ptr<PreviewEngine> m_engine; ///< Last: its thread uses the others until it has ended.
+    std::unique_ptr<PreviewEngine> m_engine; ///< Last member: its thread uses the others.
 };
 
 } // namespace orvo

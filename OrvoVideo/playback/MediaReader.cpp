@@ -19,9 +19,9 @@ namespace {
 
 constexpr auto soundCaps = "audio/x-raw,format=F32LE,rate=48000,channels=2,layout=interleaved";
 
-/// Decoded pictures kept ready. Each of 1080p takes 3 MB.
+/// Number of decoded frames kept ready. One of 1080p takes 3 MB.
 constexpr guint picturesAhead = 4;
-/// Of AAC, some 0.3 s.
+/// About 0.3 s of AAC.
 constexpr guint soundBuffersAhead = 16;
 
 const char* flipMethod(int rotation)
@@ -38,7 +38,7 @@ const char* flipMethod(int rotation)
     }
 }
 
-/// For H.264, the size of the length before each unit, or 0 for start codes; nothing for other codings.
+/// The size of NAL unit lengths in H.264, or 0 for start codes; nullopt for other codecs.
 std::optional<std::size_t> unitLengthBytes(GstPad* pad)
 {
     const GstCapsHandle caps(gst_pad_get_current_caps(pad));
@@ -53,7 +53,7 @@ std::optional<std::size_t> unitLengthBytes(GstPad* pad)
     const GValue* value = gst_structure_get_value(structure, "codec_data");
     if (!value)
         return std::nullopt;
-    // The AVCDecoderConfigurationRecord (ISO/IEC 14496-15) tells it in its fifth byte.
+    // Stored in the fifth byte of the AVCDecoderConfigurationRecord (ISO/IEC 14496-15).
     const BufferView record(gst_value_get_buffer(value));
     if (record.size() < 5)
         return std::nullopt;
@@ -65,13 +65,13 @@ std::optional<std::size_t> unitLengthBytes(GstPad* pad)
 struct MediaReader::Pipeline {
     std::filesystem::path file;
     GstElementHandle bin;
-    GstElement* entry = nullptr; ///< What the decoded stream is linked to.
+    GstElement* entry = nullptr; ///< The element that the decoded stream is linked to.
     GstAppSink* sink = nullptr;
     std::atomic<GstClockTime> skipBefore = 0;
-    GstClockTime latestCoded = 0; ///< Of the pictures since the last key frame; the decoder's thread has it alone.
+    GstClockTime latestCoded = 0; ///< Of the frames since the last key frame. Used by the decoder's thread only.
     std::atomic<bool> linked = false;
 
-    /// When the first picture of the file is shown; an export shows it at 0.
+    /// Time of the file's first frame, which an export shows at 0.
     std::atomic<GstClockTime> origin = 0;
 
     mutable std::mutex mutex;
@@ -104,7 +104,7 @@ struct MediaReader::Pipeline {
             pipeline->notify(true);
     }
 
-    /// Watches what goes into the picture decoder, to leave out what is not needed.
+    /// Probes the input of the video decoder, to skip unneeded frames.
     static void elementAdded(GstBin*, GstBin*, GstElement* element, gpointer self)
     {
         const GstElementFactory* factory = gst_element_get_factory(element);
@@ -112,9 +112,8 @@ struct MediaReader::Pipeline {
             || !gst_element_factory_list_is_type(const_cast<GstElementFactory*>(factory),
                 GST_ELEMENT_FACTORY_TYPE_DECODER | GST_ELEMENT_FACTORY_TYPE_MEDIA_VIDEO))
             return;
-        // Decoders of libav write into memory of their own, at the cost of a copy: when they write right into what comes
-        // after them, as they would, their threads race with the choice of that memory, and GStreamer 1.26 ends the process
-        // at a picture whose coded width is not its own.
+        // libav decoders must copy into their own memory. With direct rendering their threads race with the choice of the
+        // downstream allocator, and GStreamer 1.26 aborts on a frame whose coded width differs from its display width.
         if (g_object_class_find_property(G_OBJECT_GET_CLASS(element), "direct-rendering"))
             g_object_set(element, "direct-rendering", FALSE, nullptr);
         const GstPadHandle pad(gst_element_get_static_pad(element, "sink"));
@@ -122,8 +121,8 @@ struct MediaReader::Pipeline {
             gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::codedPicture, self, nullptr);
     }
 
-    /// Leaves out a picture when none refers to it and a later one, which is not too late either, has already come by: how
-    /// long a picture says that it lasts cannot be relied on where the rate varies.
+    /// Skips a frame when no other depends on it and a later frame that is also early enough has passed. Durations are
+    /// unreliable where the frame rate varies.
     static GstPadProbeReturn codedPicture(GstPad* pad, GstPadProbeInfo* info, gpointer data)
     {
         auto* self = static_cast<Pipeline*>(data);
@@ -153,7 +152,7 @@ struct MediaReader::Pipeline {
         return isReferencePicture({picture.data(), picture.size()}, *lengthBytes) ? GST_PAD_PROBE_OK : GST_PAD_PROBE_DROP;
     }
 
-    /// Notes when the first picture of the file comes. Nothing is sought before that.
+    /// Stores the time of the file's first frame. Seeks happen only after it.
     static GstPadProbeReturn firstPicture(GstPad* pad, GstPadProbeInfo* info, gpointer self)
     {
         const GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(info);
@@ -235,7 +234,7 @@ MediaReader::MediaReader(std::filesystem::path file, Stream stream, int rotation
 
 MediaReader::~MediaReader()
 {
-    // Ends every streaming thread before what they use goes.
+    // Stops the streaming threads before the members that they use are destroyed.
     gst_element_set_state(m_pipeline->bin.get(), GST_STATE_NULL);
 }
 

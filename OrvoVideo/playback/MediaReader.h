@@ -5,61 +5,61 @@
 #include <memory>
 #include <stop_token>
 
-typedef struct _GstSample GstSample; // NOLINT(*-reserved-identifier): its name.
+typedef struct _GstSample GstSample; // NOLINT(*-reserved-identifier): GStreamer's name.
 
 namespace orvo {
 
-/// A decoded picture or stretch of sound; a handle, cheap to copy. Times are seconds of its file.
+/// A decoded frame or block of audio; a cheap handle. Times are seconds in its file.
 struct MediaSample {
     std::shared_ptr<GstSample> data;
     double start = 0;
-    double end = 0; ///< The start where the file does not tell.
+    double end = 0; ///< Equals `start` when the file does not report it.
 
     explicit operator bool() const noexcept { return data != nullptr; }
 };
 
-/// Decodes one stream of one media file forwards from any time, some samples ahead of what is asked for.
+/// Decodes one stream of a media file forwards from any time, some samples ahead.
 ///
-/// Decoding runs on threads of its own; the operations belong to one thread at a time.
+/// Decodes on its own threads; call the operations from one thread at a time.
 class MediaReader {
 public:
-    /// Which stream of the file, and in which form: pictures as they were coded, turned upright, or sound as 48 kHz stereo
-    /// in interleaved 32-bit floats.
+    /// The stream and its output: frames in their coded format, rotated upright, or audio as 48 kHz stereo in interleaved
+    /// 32-bit floats.
     enum class Stream { Video, Sound };
 
     static constexpr int soundRate = 48000;
 
-    /// Starts to open the first such stream. `rotation` turns its pictures clockwise by that many degrees (0, 90, 180, 270).
-    /// Throws `captureError` when the system lacks what is needed.
+    /// Starts opening the first such stream. `rotation` rotates frames clockwise by 0, 90, 180 or 270 degrees. Throws
+    /// `captureError` when the system lacks an element.
     MediaReader(std::filesystem::path file, Stream stream, int rotation = 0);
     ~MediaReader();
     MediaReader(const MediaReader&) = delete;
     MediaReader& operator=(const MediaReader&) = delete;
 
-    /// Whether opening has ended, well or badly; `open` then answers at once.
+    /// Whether opening has finished or failed; `open` then returns at once.
     bool isReady() const;
 
-    /// Whether the file could not be read (any more).
+    /// Whether reading failed, when opening or later.
     bool isBroken() const;
 
-    /// Waits until the file can be read. Throws `captureError` with a text for the user when it cannot be decoded, and
+    /// Waits until the file is readable. Throws `captureError` with a text for the user when it cannot be decoded, and
     /// `Cancelled`.
     void open(const std::stop_token& stop);
 
     enum class Seek {
-        KeyFrame, ///< To the last picture at or before the time that can be decoded alone.
-        Exact, ///< To the time itself.
+        KeyFrame, ///< To the last key frame at or before the time.
+        Exact, ///< To exactly the time.
     };
 
-    /// Goes to a time of an opened file; what was decoded ahead is dropped. Does not wait for the decoder.
+    /// Seeks in an opened file and drops what was decoded ahead. Does not wait for the decoder.
     void seek(double seconds, Seek mode);
 
-    /// The next sample, waiting for it; an empty one at the end of the stream, which is also where it cannot be read
-    /// further. Throws `Cancelled`.
+    /// Waits for the next sample. Returns an empty one at the end of the stream, or where reading fails. Throws
+    /// `Cancelled`.
     MediaSample next(const std::stop_token& stop);
 
-    /// From here on the decoder may leave out pictures that no other is predicted from and that are over at `seconds`.
-    /// They are missing from what `next` gives.
+    /// From now on the decoder may skip frames that no other depends on and that end before `seconds`; `next` does not
+    /// return them.
     void skipUnneededBefore(double seconds);
 
 private:

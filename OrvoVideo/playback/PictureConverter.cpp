@@ -15,8 +15,7 @@ namespace orvo {
 
 namespace {
 
-/// Memory of pictures that are shown no more, used again for the next: fresh memory of this size costs as much to get from
-/// the system as the conversion itself.
+/// Recycles the memory of images that are no longer shown: allocating this much costs as much as the conversion.
 class PictureMemory : public std::enable_shared_from_this<PictureMemory> {
 public:
     explicit PictureMemory(QSize size)
@@ -24,7 +23,7 @@ public:
     {
     }
 
-    /// An image that gives its memory back when its last copy goes, on whichever thread.
+    /// Returns an image whose memory comes back here with its last copy, on any thread.
     QImage image()
     {
         Block block = take();
@@ -112,7 +111,7 @@ struct PictureConverter::State {
             || !gst_video_info_set_format(
                 &to, GST_VIDEO_FORMAT_BGRx, static_cast<guint>(canvas.width()), static_cast<guint>(canvas.height())))
             return;
-        // The rate plays no part here, but the two must agree in it.
+        // The conversion ignores the rate, but both formats must agree in it.
         to.fps_n = from.fps_n;
         to.fps_d = from.fps_d;
         to.interlace_mode = from.interlace_mode;
@@ -156,7 +155,7 @@ QImage PictureConverter::convert(const MediaSample& picture, QSize canvas)
     if (!gst_video_frame_map(&from, &m_state->from, gst_sample_get_buffer(picture.data.get()), GST_MAP_READ))
         return {};
     QImage image = m_state->memory->image();
-    // The converter writes straight into the memory of the image.
+    // The converter writes directly into the image's memory.
     const std::size_t bytes = m_state->memory->bytes();
     const GstBufferHandle buffer(
         gst_buffer_new_wrapped_full(GstMemoryFlags{}, image.bits(), bytes, 0, bytes, nullptr, nullptr));

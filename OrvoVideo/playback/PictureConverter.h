@@ -7,9 +7,9 @@
 
 namespace orvo {
 
-/// Makes decoded pictures ready to be shown: fitted whole into a canvas, centred on black, in one pass.
+/// Converts decoded frames for display: fits them into a canvas, centred on black, in one pass.
 ///
-/// Belongs to one thread; the images it gives may go to any and outlive it.
+/// One thread only; the returned images may outlive it and be used on any thread.
 class PictureConverter {
 public:
     PictureConverter();
@@ -17,10 +17,10 @@ public:
     PictureConverter(const PictureConverter&) = delete;
     PictureConverter& operator=(const PictureConverter&) = delete;
 
-    /// Pixels count as square, as they do in exported videos. A null image when the picture cannot be read.
+    /// Treats pixels as square, as exported videos have them. Returns a null image when the frame cannot be read.
     QImage convert(const MediaSample& picture, QSize canvas);
 
-    /// A black canvas.
+    /// Returns a black canvas.
     QImage black(QSize canvas);
 
 private:

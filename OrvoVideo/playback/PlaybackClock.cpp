@@ -15,10 +15,10 @@ namespace {
 
 constexpr int channels = 2;
 constexpr std::size_t blockSamples = 960; // 20 ms
-constexpr double slowestHeard = 0.5;
-constexpr double fastestHeard = 2;
+constexpr double minAudibleSpeed = 0.5;
+constexpr double maxAudibleSpeed = 2;
 
-/// A device whose time stands still for so long is not waited for any more.
+/// Nanoseconds after which a device whose time does not advance is no longer waited for.
 constexpr std::int64_t deviceStall = 2'000'000'000;
 
 std::int64_t now()
@@ -28,12 +28,12 @@ std::int64_t now()
 
 } // namespace
 
-/// The pipeline from the mixed sound to the device.
+/// The pipeline from the mixed audio to the device.
 struct PlaybackClock::Output {
     std::vector<std::shared_ptr<SoundTrack>> tracks;
     GstElementHandle bin;
     GstElement* source = nullptr;
-    std::int64_t position = 0; ///< In samples; of the streaming thread, and of a seek while that one rests.
+    std::int64_t position = 0; ///< In samples. Used by the streaming thread, and by a seek while that is paused.
     std::stop_source stopping;
     std::atomic<bool> failed = false;
 
@@ -89,7 +89,7 @@ void PlaybackClock::Output::pushBlock(GstAppSrc* appSource)
         for (const auto& track : tracks)
             track->mix(position, mixed, stopping.get_token());
     } catch (const Error&) {
-        // A track that ended early or is being left is silent.
+        // A track that failed is silent.
     }
     gst_buffer_fill(buffer, 0, mixed.data(), sizeof mixed);
     GST_BUFFER_PTS(buffer) = gst_util_uint64_scale(static_cast<guint64>(position), GST_SECOND, MediaReader::soundRate);
@@ -123,7 +123,7 @@ PlaybackClock::~PlaybackClock() = default;
 void PlaybackClock::prepare(double position, double rate)
 {
     stop();
-    const bool isHeard = m_output && !m_output->failed && rate >= slowestHeard && rate <= fastestHeard;
+    const bool isHeard = m_output && !m_output->failed && rate >= minAudibleSpeed && rate <= maxAudibleSpeed;
     {
         const std::scoped_lock lock(m_mutex);
         m_anchor = position;
@@ -173,15 +173,15 @@ double PlaybackClock::position()
     const std::int64_t time = now();
     if (!m_isHeard)
         return m_anchor + static_cast<double>(time - m_anchorTime) * 1e-9 * m_rate;
-    gint64 told = 0;
-    if (gst_element_query_position(m_output->bin.get(), GST_FORMAT_TIME, &told)) {
-        const double heard = static_cast<double>(told) * 1e-9;
+    gint64 reported = 0;
+    if (gst_element_query_position(m_output->bin.get(), GST_FORMAT_TIME, &reported)) {
+        const double heard = static_cast<double>(reported) * 1e-9;
         if (heard > m_anchor) {
             m_anchor = heard;
             m_anchorTime = time;
         }
     }
-    // Without its device, the system's clock goes on from where the sound stood.
+    // Without the device, the system clock continues from the audio's position.
     if (m_output->failed || time - m_anchorTime > deviceStall) {
         m_isHeard = false;
         m_anchorTime = time;

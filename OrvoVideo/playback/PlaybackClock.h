@@ -9,24 +9,24 @@
 
 namespace orvo {
 
-/// The time of the playing composition, and its sound: while sound is heard, the sound device tells the time, so that
-/// pictures keep to what is heard; without sound or without a device, the system's clock.
+/// The time of the playing composition, and its audio. While audio is audible, the audio device is the clock, so that
+/// frames stay in sync; otherwise the system clock is.
 ///
-/// `prepare`, `run` and `stop` belong to one thread, `position` to any.
+/// Call `prepare`, `run` and `stop` on one thread, `position` on any.
 class PlaybackClock {
 public:
-    /// `sink` describes the GStreamer elements that the sound goes to.
+    /// `sink` is the audio sink in gst-launch notation.
     PlaybackClock(std::vector<std::shared_ptr<SoundTrack>> tracks, std::string sink);
     ~PlaybackClock();
     PlaybackClock(const PlaybackClock&) = delete;
     PlaybackClock& operator=(const PlaybackClock&) = delete;
 
-    /// Stops, and gets the sound from `position` on ready without waiting for it.
+    /// Stops, and prepares the audio from `position` without waiting for it.
     void prepare(double position, double rate);
-    /// Starts the time from what was prepared. Speeds that are not understood as speech any more, and backwards, are
+    /// Starts the clock at the prepared position. Backwards, and at speeds at which speech is unintelligible, it is
     /// silent.
     void run();
-    /// Halts the time where it is.
+    /// Stops the clock at its position.
     void stop();
 
     /// Seconds of the composition.
@@ -35,13 +35,13 @@ public:
 private:
     struct Output;
 
-    std::unique_ptr<Output> m_output; ///< Nothing without sound.
-    std::mutex m_mutex; ///< For what follows.
+    std::unique_ptr<Output> m_output; ///< Null without audio.
+    std::mutex m_mutex; ///< Guards the members below.
     bool m_isRunning = false;
-    bool m_isHeard = false; ///< Whether the sound device tells the time.
+    bool m_isHeard = false; ///< Whether the audio device is the clock.
     double m_rate = 1;
-    double m_anchor = 0; ///< The last position known.
-    std::int64_t m_anchorTime = 0; ///< When it was known, on the system's clock in nanoseconds.
+    double m_anchor = 0; ///< The last known position.
+    std::int64_t m_anchorTime = 0; ///< When it was known: system clock, nanoseconds.
 };
 
 } // namespace orvo

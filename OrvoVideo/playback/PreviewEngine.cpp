@@ -17,15 +17,15 @@ using std::chrono::steady_clock;
 
 namespace {
 
-/// While newer targets arrive, a picture on the way to an older one is shown at this pace.
+/// While newer targets arrive, shows an intermediate frame at this interval.
 constexpr auto scrubbingPace = std::chrono::milliseconds(70);
 
-/// Pictures that come later than this are caught up with by leaving out what no other picture needs.
+/// Seconds of delay from which non-reference frames are skipped to catch up.
 constexpr double lateness = 0.25;
-/// From this speed on, the same is done to keep pace.
+/// From this speed on, non-reference frames are skipped to keep pace.
 constexpr double fastSpeed = 3;
 
-/// How long before a clip begins its file is opened.
+/// Opens a clip's file this many seconds before the clip starts.
 constexpr double openAhead = 2;
 
 VideoFile look(const fs::path& file, int rotation)
@@ -43,8 +43,8 @@ VideoFile look(const fs::path& file, int rotation)
 struct PreviewEngine::Composition {
     QSize size;
     CompositionLayout layout;
-    std::vector<VideoFile> video; ///< As the clips of the layout.
-    std::vector<std::shared_ptr<SoundTrack>> sound; ///< By the description's index; null for a file without sound.
+    std::vector<VideoFile> video; ///< In the order of the layout's clips.
+    std::vector<std::shared_ptr<SoundTrack>> sound; ///< By index in the description; null for a file without audio.
     std::shared_ptr<PlaybackClock> clock;
 };
 
@@ -120,7 +120,7 @@ std::shared_ptr<PreviewEngine::Composition> PreviewEngine::composition()
 double PreviewEngine::position()
 {
     const auto composition = this->composition();
-    // The sound runs on in silence until the end has been noticed.
+    // The audio continues in silence until the thread notices the end.
     return composition ? std::clamp(composition->clock->position(), 0.0, composition->layout.duration()) : 0;
 }
 
@@ -129,10 +129,10 @@ double PreviewEngine::position()
 void PreviewEngine::run(const std::stop_token& stop)
 {
     try {
-        // Here, because it can take a second the first time.
+        // Here, because the first call can take a second.
         startGStreamer();
     } catch (const Error&) {
-        // Every load will say so.
+        // Every load reports it.
     }
     std::optional<TimePoint> nextPicture;
     while (!stop.stop_requested()) {
@@ -152,9 +152,9 @@ void PreviewEngine::run(const std::stop_token& stop)
             else
                 nextPicture = hasOrders() ? steady_clock::now() : playOn(stop);
         } catch (const Cancelled&) {
-            // Asked to stop, or overtaken by a new load.
+            // Stopped, or replaced by a new load.
         } catch (const std::exception&) {
-            // A file that vanished or broke since it was loaded: the last picture stays, the rest plays on.
+            // A file vanished or broke after loading: the last frame stays, the rest continues.
             nextPicture = steady_clock::now() + std::chrono::milliseconds(100);
         }
     }
@@ -250,10 +250,10 @@ MediaFacts PreviewEngine::factsOf(const fs::path& path, const std::stop_token& s
     return facts;
 }
 
-/// Opens every file once, so that a load fails if one of them is broken.
+/// Opens every file once, so that a load fails if one is broken.
 ///
-/// As many files as the shelf keeps open at the same time, each on threads of its own. The first clips come last: the shelf
-/// still has them when playback begins.
+/// Opens as many files at a time as the shelf keeps open, each on its own threads. The first clips come last, so that
+/// they are still open when playback starts.
 void PreviewEngine::openAll(std::span<const VideoFile> clips, const std::stop_token& stop)
 {
     std::vector<VideoFile> files;
@@ -315,7 +315,7 @@ void PreviewEngine::performSeek(Numbered seek, const std::stop_token& stop)
     m_upcoming.reset();
     m_expected.reset();
     m_paused = target;
-    // The sound gets ready on its own threads meanwhile.
+    // The audio gets ready on its own threads meanwhile.
     m_composition->clock->prepare(target, m_rate.value);
 
     const TimePoint begun = steady_clock::now();
@@ -345,7 +345,7 @@ void PreviewEngine::performRate(Numbered rate, const std::stop_token& stop)
     halt();
     m_rate = rate;
     if (rate.value == 0) {
-        // Playing fast or late, an approximate picture may have been shown.
+        // Fast or late playback may have shown an approximate frame.
         showExactly(m_composition->layout.frameAt(m_paused), stop);
         return;
     }
@@ -353,7 +353,7 @@ void PreviewEngine::performRate(Numbered rate, const std::stop_token& stop)
     m_composition->clock->run();
 }
 
-// Pictures
+// Frames
 
 QSize PreviewEngine::canvas() const
 {
@@ -387,7 +387,7 @@ void PreviewEngine::showExactly(long frame, const std::stop_token& stop, const V
     } catch (const Cancelled&) {
         throw;
     } catch (const Error&) {
-        // Its file vanished or broke since it was loaded.
+        // Its file vanished or broke after loading.
         show(m_converter.black(canvas()));
     }
 }
@@ -402,7 +402,7 @@ void PreviewEngine::show(QImage image)
 
 // Playing
 
-/// Shows the picture that is due and makes the next one ready. Answers when to be called again.
+/// Shows the due frame and prepares the next one. Returns when to be called again.
 PreviewEngine::TimePoint PreviewEngine::playOn(const std::stop_token& stop)
 {
     const CompositionLayout& layout = m_composition->layout;
@@ -445,7 +445,7 @@ PreviewEngine::TimePoint PreviewEngine::playOn(const std::stop_token& stop)
     return steady_clock::now();
 }
 
-/// Gets what will be needed soon ready, while there is time between two pictures.
+/// Prepares what will be needed soon, in the time between two frames.
 void PreviewEngine::expectNext()
 {
     const CompositionLayout& layout = m_composition->layout;

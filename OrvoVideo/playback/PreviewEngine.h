@@ -19,10 +19,10 @@
 
 namespace orvo {
 
-/// The worker behind a preview player: one thread that loads, seeks and plays, and tells what came of it.
+/// The worker of a preview player: one thread that loads, seeks and plays, and reports the outcome.
 ///
-/// Orders may come from any thread, return at once, and replace an earlier order of their kind that has not been begun.
-/// Each carries a number by which its outcome is known.
+/// Orders are accepted on any thread and return at once. A new order replaces an earlier one of its kind that has not
+/// started. Each has a number that identifies its outcome.
 class PreviewEngine {
 public:
     /// Called on the engine's thread.
@@ -31,14 +31,13 @@ public:
         std::function<void(std::uint64_t load)> loaded;
         std::function<void(std::uint64_t load, std::string reason)> failed;
         std::function<void(std::uint64_t seek, double seconds)> sought;
-        /// Playback has come to its end (or, backwards, to the beginning) at the given time.
+        /// Playback reached the end (backwards, the beginning) at the given time.
         std::function<void(std::uint64_t rate, double seconds)> ended;
     };
 
-    /// `soundSink` describes the GStreamer elements that play the sound. Throws `captureError` when GStreamer cannot be
-    /// used.
+    /// `soundSink` is the audio sink in gst-launch notation. Throws `captureError` when GStreamer is unusable.
     PreviewEngine(std::unique_ptr<MediaProbe> probe, std::string soundSink, Listener listener);
-    /// Ends what runs within the decoding of a picture.
+    /// Stops within the decoding of one frame.
     ~PreviewEngine() = default;
     PreviewEngine(const PreviewEngine&) = delete;
     PreviewEngine& operator=(const PreviewEngine&) = delete;
@@ -51,7 +50,7 @@ public:
     void setDisplaySize(QSize size);
     void expectSeek(double seconds);
 
-    /// Where playback is, in seconds.
+    /// The playback position in seconds.
     double position();
 
 private:
@@ -98,24 +97,24 @@ private:
     std::string m_soundSink;
     Listener m_listener;
 
-    std::mutex m_mutex; ///< For the orders, the interruption of a load, and the pointer to the composition.
+    std::mutex m_mutex; ///< Guards the orders, `m_loading` and the pointer to the composition.
     std::condition_variable_any m_ordered;
     Orders m_orders;
     std::stop_source m_loading;
-    std::shared_ptr<Composition> m_composition; ///< Changed by the engine's thread only.
+    std::shared_ptr<Composition> m_composition; ///< Changed only by the engine's thread.
 
-    // Of the engine's thread.
+    // Used only by the engine's thread.
     struct KnownFile {
         VideoFile file;
         MediaFacts facts;
     };
-    std::map<std::filesystem::path, KnownFile> m_known; ///< A project is loaded anew after many an edit.
+    std::map<std::filesystem::path, KnownFile> m_known; ///< Kept because many edits load the same project again.
     VideoShelf m_shelf;
     PictureConverter m_converter;
     QSize m_displaySize;
     Numbered m_rate;
-    double m_paused = 0; ///< The position while nothing plays.
-    long m_shown = 0; ///< The frame shown last.
+    double m_paused = 0; ///< The position while paused.
+    long m_shown = 0; ///< The last frame shown.
     struct Upcoming {
         long frame = 0;
         QImage image;
@@ -126,7 +125,7 @@ private:
     QImage m_convertedImage;
     QImage m_shownImage;
 
-    std::jthread m_thread; ///< Last, so that it ends before what it uses goes.
+    std::jthread m_thread; ///< Last member: stops before the others are destroyed.
 };
 
 } // namespace orvo

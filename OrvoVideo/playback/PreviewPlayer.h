@@ -8,76 +8,73 @@
 
 namespace orvo {
 
-/// What a preview player plays: media files laid on one timeline, in seconds.
+/// The content of a preview player: media files on one timeline, in seconds.
 struct PreviewComposition {
     struct VideoClip {
         std::filesystem::path file;
-        double start = 0; ///< Where the file's first frame lies.
+        double start = 0; ///< Time of the file's first frame.
     };
     struct AudioClip {
         std::filesystem::path file;
-        double start = 0; ///< Where the file's first sample lies.
+        double start = 0; ///< Time of the file's first sample.
         double volume = 1; ///< Linear gain.
     };
 
-    int width = 1920; ///< Size of the picture in pixels; every clip is fitted into it, upright, centred on black.
+    int width = 1920; ///< Frame size in pixels; every clip is fitted into it, upright, centred on black.
     int height = 1080;
     int fps = 30;
-    std::vector<VideoClip> video; ///< On one track; where clips overlap the later in the list is seen.
-    std::vector<AudioClip> audio; ///< Each on a track of its own, mixed.
+    std::vector<VideoClip> video; ///< On one track; where clips overlap, the later one in the list is shown.
+    std::vector<AudioClip> audio; ///< Each on its own track, mixed.
 };
 
-/// Plays a composition live, with accurate seeks.
+/// Plays a composition live, with exact seeks.
 ///
-/// An object of the main thread; its work runs on threads of its own and nothing here blocks. Signals arrive on the main
-/// thread.
+/// Main thread only. Work runs on other threads; calls do not block, and signals arrive on the main thread.
 class PreviewPlayer : public QObject {
     Q_OBJECT
 public:
     using QObject::QObject;
 
-    /// The implementation of this system. Throws `captureError` when the media framework cannot be used.
+    /// The platform's implementation. Throws `captureError` when the media framework is unusable.
     static std::unique_ptr<PreviewPlayer> create();
 
-    /// Loads a composition in place of the present one, which is paused; the new one is paused at 0. Answers with `loaded()`
-    /// or `failed()`; after a failure the present one stays. A load that is asked for during another replaces it: only the
-    /// last one answers.
+    /// Pauses the current composition and replaces it; the new one is paused at 0. Emits `loaded()` or `failed()`; after
+    /// a failure the current one stays. If loads overlap, the last one wins, and only it emits a signal.
     virtual void load(const PreviewComposition& composition) = 0;
 
-    /// Plays nothing any more.
+    /// Removes the composition.
     virtual void clear() = 0;
 
-    /// Whether there is a composition to play.
+    /// Whether a composition is loaded.
     virtual bool hasComposition() const = 0;
 
     virtual void play() = 0;
     virtual void pause() = 0;
 
-    /// Playing speed: 0 while paused, 1 at normal speed.
+    /// Playback speed: 0 when paused, 1 at normal speed.
     virtual double rate() const = 0;
-    /// Sets the speed; 0 pauses, a negative one plays backwards. Ignored without a composition.
+    /// Sets the speed: 0 pauses, negative speeds play backwards. Ignored without a composition.
     virtual void setRate(double rate) = 0;
 
-    /// Shows exactly the frame at `seconds` (0 or more; past the end, the last). Playing goes on from there. A seek that
-    /// arrives during another replaces it: only the last one answers, but a picture on the way to the other may be shown
-    /// meanwhile.
+    /// Shows exactly the frame at `seconds` (0 or more; past the end, the last frame), and playback continues there. If
+    /// seeks overlap, the last one wins, and only it emits `seekFinished`; intermediate frames may be shown meanwhile.
     virtual void seek(double seconds) = 0;
 
-    /// The present time in seconds; while a seek runs, its target.
+    /// The current time in seconds; during a seek, its target.
     virtual double position() const = 0;
 
-    /// Sets the gain of the audio clip `index` of the composition while it plays.
+    /// Sets the gain of audio clip `index` of the composition.
     virtual void setVolume(std::size_t index, double volume) = 0;
 
-    /// The picture to show now; null before the first.
+    /// The current frame; null before the first one.
     virtual QImage frame() const = 0;
 
-    /// The size in pixels at which pictures are shown: larger ones are scaled down to it, never up. At first, and with an
-    /// empty size, they have the size of the composition.
+    /// The display size in pixels: larger frames are scaled down to it. Initially, and with an empty size, frames have
+    /// the composition's size.
     virtual void setDisplaySize(QSize) { }
 
-    /// A seek to `seconds` is likely while playing (the end of a cut ahead): what it takes may be made ready. Holds until
-    /// the next seek or the next call.
+    /// Announces a likely seek to `seconds` during playback (the end of the next cut), so that it can be prepared. Valid
+    /// until the next seek or call.
     virtual void expectSeek(double) { }
 
 signals:
@@ -88,7 +85,7 @@ signals:
     void timeChanged(double seconds);
     void frameChanged();
     void seekFinished(double seconds);
-    /// Playback has come to the end and stands there, paused. Not told for the beginning, reached backwards.
+    /// Playback reached the end and is paused there. Not emitted for the beginning when playing backwards.
     void endReached();
 };
 

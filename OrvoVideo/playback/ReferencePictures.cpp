@@ -8,7 +8,7 @@ namespace orvo {
 
 namespace {
 
-/// Whether the unit is a slice that others refer to; nothing when it is no slice.
+/// Whether other frames depend on this slice; nullopt when the unit is not a slice.
 std::optional<bool> refersTo(std::span<const std::uint8_t> unit)
 {
     if (unit.empty())

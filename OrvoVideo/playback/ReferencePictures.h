@@ -6,10 +6,10 @@
 
 namespace orvo {
 
-/// Whether other pictures are predicted from this coded H.264 picture, so that a decoder must not miss it: the nal_ref_idc
-/// of its first slice (ITU-T H.264, 7.4.1). What cannot be told counts as yes.
+/// Whether other frames depend on this coded H.264 frame, so that a decoder needs it: the nal_ref_idc of its first slice
+/// (ITU-T H.264, 7.4.1). Returns true when it cannot be determined.
 ///
-/// `lengthBytes` is the size of the length before each unit of the picture; 0 when start codes part them.
+/// `lengthBytes` is the size of the length before each NAL unit; 0 for start codes.
 bool isReferencePicture(std::span<const std::uint8_t> picture, std::size_t lengthBytes);
 
 } // namespace orvo

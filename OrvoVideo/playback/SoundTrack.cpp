@@ -12,7 +12,7 @@ namespace {
 
 constexpr int channels = 2;
 
-/// Times of buffers are rounded; only a larger step than this is a real gap in the file.
+/// Buffer times are rounded; only a larger step is a gap in the file.
 constexpr std::int64_t jitter = MediaReader::soundRate / 50;
 
 std::int64_t toSamples(double seconds)
@@ -30,7 +30,7 @@ SoundTrack::SoundTrack(const std::filesystem::path& file, double start, double g
 {
 }
 
-/// Takes the next buffer of the file; false at the end.
+/// Reads the next buffer. Returns false at the end.
 bool SoundTrack::readOn(const std::stop_token& stop)
 {
     MediaSample sample = m_reader.next(stop);
@@ -76,7 +76,7 @@ void SoundTrack::mix(std::int64_t position, std::span<float> mixed, const std::s
                 return;
             continue;
         }
-        // Silence up to a sample that begins later.
+        // Silence up to a sample that starts later.
         at = std::max(at, m_sampleStart);
         const std::int64_t end = std::min(to, m_sampleStart + m_sampleLength);
         const BufferView bytes(gst_sample_get_buffer(m_sample.data.get()));

@@ -8,22 +8,22 @@
 
 namespace orvo {
 
-/// One sound file laid on the timeline, read at any position and mixed with its gain.
+/// An audio file on the timeline, read at any position and mixed with its gain.
 ///
-/// `mix` belongs to one thread at a time; the gain may be set from any.
+/// Call `mix` on one thread at a time; `setGain` is thread-safe.
 class SoundTrack {
 public:
-    /// Starts to open the file. Throws as `MediaReader`.
+    /// Starts opening the file. Throws as `MediaReader`.
     SoundTrack(const std::filesystem::path& file, double start, double gain);
 
-    /// Waits until the file can be read. Throws as `MediaReader::open`.
+    /// Waits until the file is readable. Throws as `MediaReader::open`.
     void open(const std::stop_token& stop) { m_reader.open(stop); }
 
     void setPlace(double start) { m_start = start; }
     void setGain(double gain) { m_gain = static_cast<float>(gain); }
 
-    /// Adds what lies from `position` (a count of samples of the timeline at 48 kHz) to `mixed`, interleaved stereo. A
-    /// changed gain is reached smoothly. Throws `Cancelled`.
+    /// Adds the audio from `position` (in samples of the timeline at 48 kHz) to `mixed`, interleaved stereo. Gain changes
+    /// are ramped. Throws `Cancelled`.
     void mix(std::int64_t position, std::span<float> mixed, const std::stop_token& stop);
 
 private:
@@ -34,8 +34,8 @@ private:
     std::atomic<float> m_gain;
     float m_heardGain;
     MediaSample m_sample;
-    std::optional<std::int64_t> m_position; ///< Of the file, up to where has been mixed.
-    std::int64_t m_sampleStart = 0; ///< Of the file, where `m_sample` begins.
+    std::optional<std::int64_t> m_position; ///< Position in the file up to which it is mixed.
+    std::int64_t m_sampleStart = 0; ///< Position of `m_sample` in the file.
     std::int64_t m_sampleLength = 0;
     bool m_ended = false;
 };

@@ -7,7 +7,7 @@
 
 namespace orvo {
 
-/// A video file as it was when it was looked at: a file that changed is another one.
+/// A video file and its state when it was examined; a changed file compares as different.
 struct VideoFile {
     std::filesystem::path path;
     int rotation = 0;
@@ -17,20 +17,20 @@ struct VideoFile {
     bool operator==(const VideoFile&) const = default;
 };
 
-/// The opened video files, the last used ones; a decoder takes threads and tens of megabytes.
+/// The most recently used video files, kept open; a decoder takes threads and tens of megabytes.
 ///
-/// Of one more it holds a spare, on which a likely jump is made ready while the others play on.
+/// Keeps one more as a spare, which prepares a likely seek while the others play.
 class VideoShelf {
 public:
-    /// How many files stay open.
+    /// Number of files kept open.
     static constexpr std::size_t kept = 3;
 
     /// The opened file. Throws as `VideoSource`.
     VideoSource& source(const VideoFile& file);
 
-    /// Starts to make the picture of `file` at `seconds` ready, or goes on with that. Does not wait, and fails silently.
+    /// Starts or continues preparing the frame of `file` at `seconds`. Does not wait; ignores errors.
     void expect(const VideoFile& file, double seconds);
-    /// Takes the spare for the file's source if it was made ready for just before `seconds`.
+    /// Makes the spare the file's source if it was prepared for a time just before `seconds`.
     void useExpected(const VideoFile& file, double seconds);
 
     void clear();
@@ -41,7 +41,7 @@ private:
         std::unique_ptr<VideoSource> source;
     };
 
-    std::list<Entry> m_entries; ///< The last used in front.
+    std::list<Entry> m_entries; ///< Most recently used first.
     std::optional<Entry> m_spare;
 };
 

@@ -9,20 +9,20 @@ namespace orvo {
 
 namespace {
 
-/// A file whose key frames lie two seconds apart is on average decoded for one second to reach a picture from the key frame
-/// before it.
+/// With key frames two seconds apart, reaching a frame from the key frame before it takes one second of decoding on
+/// average.
 constexpr double decodeOnFor = 1.0;
 
-/// A step backwards no longer than this is taken as the first of several: the pictures before it are decoded with it.
+/// A shorter step backwards is probably the first of several, so the frames before its target are decoded too.
 constexpr double stepBack = 0.2;
 constexpr double decodedWithStepBack = 0.5;
 
 constexpr double everAfter = 1e9;
 
-/// What times lose on their way through the units of files and decoders.
+/// Rounding error of times between file and decoder units.
 constexpr double rounding = 1e-6;
 
-/// What recent pictures may take: of 1080p, 16 of them.
+/// Memory for recent frames: 16 of 1080p.
 constexpr std::size_t recentBytes = 48U << 20;
 
 std::size_t sizeOf(const MediaSample& sample)
@@ -60,7 +60,7 @@ MediaSample VideoSource::advance(const std::stop_token& stop)
     if (!m_recent.empty())
         m_recent.back().end = std::min(m_recent.back().end, sample.start);
     if (sample.end > sample.start && !std::exchange(m_isCutShort, false))
-        m_shortest = std::min(m_shortest, sample.end - sample.start);
+        m_minDuration = std::min(m_minDuration, sample.end - sample.start);
     m_last = sample;
     remember(sample);
     return sample;
@@ -75,18 +75,18 @@ void VideoSource::remember(const MediaSample& sample)
 
 const MediaSample* VideoSource::remembered(double seconds) const
 {
-    // Pictures may have been left out between two of them, so only the span that a picture tells of itself counts.
+    // Frames between two of them may have been skipped, so only the frame's own duration counts.
     const auto found = std::ranges::find_if(m_recent,
         [seconds](const MediaSample& sample) { return sample.start <= seconds + rounding && seconds < sample.end; });
     if (found == m_recent.end())
         return nullptr;
     const bool isLast = std::next(found) == m_recent.end();
-    return !isLast || tellsItsEnd(*found) || (m_pushedBack && seconds < m_pushedBack.start) ? &*found : nullptr;
+    return !isLast || hasReliableEnd(*found) || (m_pushedBack && seconds < m_pushedBack.start) ? &*found : nullptr;
 }
 
-bool VideoSource::tellsItsEnd(const MediaSample& sample) const
+bool VideoSource::hasReliableEnd(const MediaSample& sample) const
 {
-    return sample.end - sample.start < 1.5 * m_shortest;
+    return sample.end - sample.start < 1.5 * m_minDuration;
 }
 
 void VideoSource::prepare(double seconds)
@@ -97,7 +97,7 @@ void VideoSource::prepare(double seconds)
         return;
     const double target = *m_wanted;
     m_reader.skipUnneededBefore(target);
-    // What the reader keeps ready must begin with this picture, not with the key frame before it.
+    // The prepared samples must start with this frame, not with the key frame before it.
     seek(target, MediaReader::Seek::Exact);
     m_position = target;
     m_prepared = target;
@@ -129,7 +129,7 @@ VideoSource::Picture VideoSource::pictureAt(double seconds, Want want, const std
     m_prepared.reset();
     m_hasHoles = m_hasHoles || want == Want::Hurried;
 
-    // Without an index, or with pictures that last longer than the file says, a seek can land too late: then farther back.
+    // Without an index, or with wrong durations, a seek can land too late; then seeks farther back.
     double further = 0.5;
     MediaSample before = decodesOn ? m_last : MediaSample{};
     while (true) {
@@ -153,7 +153,7 @@ VideoSource::Picture VideoSource::pictureAt(double seconds, Want want, const std
             }
             return {.sample = std::move(before)};
         }
-        if (seconds < sample.end && tellsItsEnd(sample))
+        if (seconds < sample.end && hasReliableEnd(sample))
             return {.sample = std::move(sample)};
         if (giveUp && giveUp())
             return {.sample = std::move(sample), .isExact = false};

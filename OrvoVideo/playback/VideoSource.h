@@ -8,45 +8,45 @@
 
 namespace orvo {
 
-/// The pictures of one video file by time: finds the shortest way to each, decoding on where that is nearer than starting
-/// again at a key frame, and keeps the last ones for steps backwards.
+/// The frames of a video file by time. Takes the shortest way to each: decodes on if that is nearer than a seek to a key
+/// frame, and keeps recent frames for steps backwards.
 ///
-/// Belongs to one thread. Times are seconds of the file.
+/// One thread only. Times are seconds in the file.
 class VideoSource {
 public:
-    /// Starts to open the file. Throws as `MediaReader`.
+    /// Starts opening the file. Throws as `MediaReader`.
     VideoSource(const std::filesystem::path& file, int rotation);
 
-    /// Waits until the file can be read. Throws as `MediaReader::open`.
+    /// Waits until the file is readable. Throws as `MediaReader::open`.
     void open(const std::stop_token& stop) { m_reader.open(stop); }
 
-    /// Asked between two pictures: whether to give up the way to a picture.
+    /// Called between two frames; returns whether to give up.
     using GiveUp = std::function<bool()>;
 
     struct Picture {
-        MediaSample sample; ///< Empty when the file has none.
-        bool isExact = true; ///< False for a picture on the way, after giving up.
+        MediaSample sample; ///< Empty when the file has no frames.
+        bool isExact = true; ///< False for an intermediate frame after giving up.
     };
 
     enum class Want {
         Exact,
-        /// In a hurry: pictures that no other is predicted from are left out, so it may be one before.
+        /// May skip non-reference frames, so the result may be one frame early.
         Hurried,
-        /// As `Exact`, but what was left out in a hurry just before is not fetched again.
+        /// Like `Exact`, but does not decode again what a hurried call just skipped.
         Following,
     };
 
-    /// The picture shown at `seconds`: the last that starts at or before it, or the first of all. Past the end, the last.
-    /// Throws `captureError` when the file cannot be decoded, and `Cancelled`.
+    /// The frame shown at `seconds`: the last one that starts at or before it, or the first of the file. Past the end,
+    /// the last. Throws `captureError` when the file cannot be decoded, and `Cancelled`.
     Picture pictureAt(double seconds, Want want, const std::stop_token& stop, const GiveUp& giveUp = {});
 
-    /// Starts on the way to the picture at `seconds` as soon as the file is open, without waiting; calling it again goes
-    /// on. `pictureAt` then finds it sooner.
+    /// Starts decoding towards `seconds` once the file is open, without waiting; call it again to continue. Speeds up
+    /// `pictureAt`.
     void prepare(double seconds);
-    /// The time that was prepared, once the way to it has begun.
+    /// The prepared time, once its preparation has started.
     std::optional<double> prepared() const { return m_prepared; }
 
-    /// Whether the file could not be read (any more).
+    /// Whether reading failed, when opening or later.
     bool isBroken() const { return m_reader.isBroken(); }
 
 private:
@@ -54,20 +54,21 @@ private:
     MediaSample advance(const std::stop_token& stop);
     void remember(const MediaSample& sample);
     const MediaSample* remembered(double seconds) const;
-    /// Whether the picture surely lasts as long as it says. Where the rate varies, only the next one tells.
-    bool tellsItsEnd(const MediaSample& sample) const;
+    /// Whether the frame's end is reliable. With a variable frame rate only the next frame shows it.
+    bool hasReliableEnd(const MediaSample& sample) const;
 
     MediaReader m_reader;
-    std::deque<MediaSample> m_recent; ///< In the order of time, the last decoded at the back.
-    MediaSample m_pushedBack; ///< Read, but later than what was looked for.
-    MediaSample m_last; ///< The last that was read since the last seek.
-    MediaSample m_final; ///< The last of the file, once it has been met.
-    std::optional<double> m_position; ///< Up to where has been read; nothing before the first seek and after the end.
-    double m_shortest = 1e9; ///< Seconds that the shortest picture says it lasts.
-    std::optional<double> m_wanted; ///< A preparation that has not begun.
+    std::deque<MediaSample> m_recent; ///< In order of time.
+    MediaSample m_pushedBack; ///< Read, but later than requested.
+    MediaSample m_last; ///< The last frame read since the last seek.
+    MediaSample m_final; ///< The last frame of the file, once it was reached.
+    std::optional<double> m_position; ///< Time up to which the file was read; nullopt before the first seek and after the
+                                      ///< end.
+    double m_minDuration = 1e9; ///< Minimum frame duration seen, in seconds.
+    std::optional<double> m_wanted; ///< A preparation that has not started.
     std::optional<double> m_prepared;
-    bool m_isCutShort = false; ///< The next picture begins at the prepared time, not at its own.
-    bool m_hasHoles = false; ///< Pictures were left out in a hurry since the last seek.
+    bool m_isCutShort = false; ///< The next frame starts at the prepared time, not at its own.
+    bool m_hasHoles = false; ///< Hurried calls skipped frames since the last seek.
 };
 
 } // namespace orvo

@@ -23,7 +23,7 @@ void PreviewItem::setPlayer(PreviewPlayer* player)
     m_player = player;
     if (m_player) {
         connect(m_player, &PreviewPlayer::frameChanged, this, &PreviewItem::takePicture);
-        tellDisplaySize();
+        updateDisplaySize();
     }
     takePicture();
     emit playerChanged();
@@ -35,7 +35,7 @@ void PreviewItem::setMagnification(double magnification)
     if (magnification == m_magnification)
         return;
     m_magnification = magnification;
-    tellDisplaySize();
+    updateDisplaySize();
     emit magnificationChanged();
 }
 
@@ -50,15 +50,15 @@ void PreviewItem::takePicture()
 void PreviewItem::placePicture()
 {
     const QSizeF fitted = m_picture.isNull() ? QSizeF() : QSizeF(m_picture.size()).scaled(size(), Qt::KeepAspectRatio);
-    // On whole pixels, so that a picture of the very size is not blurred.
+    // Whole pixels, so that a frame of the exact size is not blurred.
     const QRectF place(std::floor((width() - fitted.width()) / 2), std::floor((height() - fitted.height()) / 2),
         std::round(fitted.width()), std::round(fitted.height()));
     if (std::exchange(m_pictureRect, place) != place)
         emit pictureRectChanged();
 }
 
-/// A magnified picture comes in full size at once, rather than in a new size with every step of the movement.
-void PreviewItem::tellDisplaySize()
+/// A magnified item requests the full size at once, not a new size for every step of the animation.
+void PreviewItem::updateDisplaySize()
 {
     if (!m_player || !window() || size().isEmpty())
         return;
@@ -71,7 +71,7 @@ void PreviewItem::geometryChange(const QRectF& now, const QRectF& before)
     QQuickItem::geometryChange(now, before);
     if (now.size() != before.size()) {
         placePicture();
-        tellDisplaySize();
+        updateDisplaySize();
         update();
     }
 }
@@ -80,7 +80,7 @@ void PreviewItem::itemChange(ItemChange change, const ItemChangeData& value)
 {
     QQuickItem::itemChange(change, value);
     if (change == ItemSceneChange || change == ItemDevicePixelRatioHasChanged)
-        tellDisplaySize();
+        updateDisplaySize();
 }
 
 QSGNode* PreviewItem::updatePaintNode(QSGNode* node, UpdatePaintNodeData*)

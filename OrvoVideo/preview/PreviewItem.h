@@ -7,17 +7,16 @@
 
 namespace orvo {
 
-/// Shows the picture of a preview player, whole and centred, in whatever way the window is drawn (a graphics card, or the
-/// processor alone). Draws anew only when there is a new picture.
+/// Shows the frame of a preview player, fitted and centred. Works with any renderer (graphics card or software). Redraws
+/// only for a new frame.
 class PreviewItem : public QQuickItem {
     Q_OBJECT
     QML_ELEMENT
-    /// The player whose picture is shown.
+    /// The player to show.
     Q_PROPERTY(orvo::PreviewPlayer* player READ player WRITE setPlayer NOTIFY playerChanged)
-    /// How much larger than this item its picture appears, where the item is scaled: the player then gives pictures fine
-    /// enough for it.
+    /// Scale at which the item is displayed. The player then delivers frames of sufficient resolution.
     Q_PROPERTY(double magnification READ magnification WRITE setMagnification NOTIFY magnificationChanged)
-    /// Where the picture lies in the item: what is drawn over it keeps to this.
+    /// Rectangle of the frame in the item, for overlays.
     Q_PROPERTY(QRectF pictureRect READ pictureRect NOTIFY pictureRectChanged)
 
 public:
@@ -42,7 +41,7 @@ protected:
 private:
     void takePicture();
     void placePicture();
-    void tellDisplaySize();
+    void updateDisplaySize();
 
     QPointer<PreviewPlayer> m_player;
     double m_magnification = 1;

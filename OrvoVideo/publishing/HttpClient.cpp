@@ -17,9 +17,9 @@ namespace orvo {
 
 namespace {
 
-constexpr long uploadBuffer = 64L << 10; ///< Bytes that are handed to the connection at once.
-constexpr int longestWait = 1'000; ///< Milliseconds between two looks at the limits.
-constexpr long refusedByProxy = 300; ///< Statuses of a proxy from here on say that it does not let through.
+constexpr long uploadBuffer = 64L << 10; ///< Bytes given to the connection at a time.
+constexpr int maxWait = 1'000; ///< Milliseconds between two checks of the limits.
+constexpr long refusedByProxy = 300; ///< A proxy that answers with this status or a higher one refuses the connection.
 
 struct Deleter {
     void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
@@ -61,7 +61,7 @@ std::string hostOf(const std::string& address)
     return url ? part(url.get(), CURLUPART_HOST) : std::string();
 }
 
-/// Whether it is of a kind that can be gone through. Without a scheme it speaks HTTP.
+/// Whether libcurl supports the proxy's scheme. No scheme means HTTP.
 bool isUsable(const std::string& proxy)
 {
     const auto length = proxy.find("://");
@@ -72,7 +72,7 @@ bool isUsable(const std::string& proxy)
     return length == std::string::npos || std::ranges::any_of(known, isScheme);
 }
 
-/// A proxy as it is shown: host and port, without the name and the password that may stand before them.
+/// A proxy for display: host and port, without credentials.
 std::string shownProxy(const std::string& address)
 {
     const Url url(curl_url());
@@ -83,15 +83,15 @@ std::string shownProxy(const std::string& address)
     return part(url.get(), CURLUPART_HOST) + (port.empty() ? "" : ":" + port);
 }
 
-/// Where a request that came to no answer was going, and how far it got.
+/// The route of a failed request, and how far it got.
 struct Way {
     std::string host;
-    std::string proxy; ///< By which it went; empty for none.
-    long proxyStatus = 0; ///< What an HTTP proxy has answered; 0 for nothing.
+    std::string proxy; ///< Empty for none.
+    long proxyStatus = 0; ///< The response of an HTTP proxy; 0 for none.
     bool isEncrypted = false; ///< The server itself was reached.
 };
 
-/// What a person is told when it was the proxy that did not help; nothing when it did, or there was none.
+/// The message for the user if the proxy caused the failure; else nullopt.
 std::optional<std::string> proxyFailureText(CURLcode code, const Way& way)
 {
     if (way.proxy.empty())
@@ -121,7 +121,7 @@ std::optional<std::string> proxyFailureText(CURLcode code, const Way& way)
     }
 }
 
-/// What a person is told of a request that came to no answer.
+/// The message for the user about a request without a response.
 std::string failureText(CURLcode code, const std::string& host)
 {
     switch (code) {
@@ -157,7 +157,7 @@ std::string failureText(CURLcode code, const std::string& host)
     }
 }
 
-/// The body of an answer as it comes.
+/// The body of a response as it arrives.
 struct Received {
     std::string bytes;
     std::size_t limit = 0;
@@ -172,8 +172,8 @@ struct Received {
     }
 };
 
-/// The body of a request as it goes. It cannot go back: a request that was cut off is not silently sent once more, as the
-/// library would do, since the server may have kept a part of it.
+/// The body of a request as it is sent. It cannot be rewound: libcurl would silently repeat an interrupted request,
+/// although the server may have stored a part of it.
 struct Sent {
     std::span<const char> left;
 
@@ -197,7 +197,7 @@ std::unique_ptr<curl_slist, Deleter> headerList(const HttpRequest& request)
         [[maybe_unused]] const auto* same = list.release();
         list.reset(longer);
     };
-    // Asking first whether a body is welcome costs a second where the server does not answer that.
+    // Waiting for "100 Continue" costs a second with a server that does not send it.
     add("Expect:");
     for (const auto& [name, value] : request.headers)
         add(std::format("{}: {}", name, value));
@@ -207,7 +207,7 @@ std::unique_ptr<curl_slist, Deleter> headerList(const HttpRequest& request)
 Way wayOf(CURL* easy, const std::string& host, const std::string& proxy)
 {
     Way way{.host = host, .proxy = {}};
-    long usedProxy = 0; // Not where the environment names the server an exception.
+    long usedProxy = 0; // 0 where the environment exempts the server.
     curl_easy_getinfo(easy, CURLINFO_USED_PROXY, &usedProxy);
     if (usedProxy != 0)
         way.proxy = shownProxy(proxy);
@@ -270,7 +270,7 @@ HttpResponse HttpClient::send(const HttpRequest& request, const std::stop_token&
     set(CURLOPT_TIMEOUT, static_cast<long>(m_limits.whole.count()));
     set(CURLOPT_UPLOAD_BUFFERSIZE, uploadBuffer);
     set(CURLOPT_HTTPHEADER, headers.get());
-    // What is meant for the server is not told to a proxy on the way.
+    // Keeps the headers for the server away from proxies.
     set(CURLOPT_HEADEROPT, static_cast<long>(CURLHEADER_SEPARATE));
     set(CURLOPT_USERAGENT, "OrvoVideo");
     const std::string proxy = host == "localhost" ? "" : proxyFor(request.url, stop);
@@ -304,12 +304,12 @@ HttpResponse HttpClient::send(const HttpRequest& request, const std::stop_token&
         for (int running = 1; running > 0 && !stop.stop_requested();) {
             CURLMcode result = curl_multi_perform(multi, &running);
             if (result == CURLM_OK && running > 0)
-                result = curl_multi_poll(multi, nullptr, 0, longestWait, nullptr);
+                result = curl_multi_poll(multi, nullptr, 0, maxWait, nullptr);
             if (result != CURLM_OK)
                 throw TransportError(result, std::format("No se ha podido hablar con el servidor «{}».", host));
         }
         if (stop.stop_requested())
-            set(CURLOPT_QUICK_EXIT, 1L); // A name that is being looked up is not waited for.
+            set(CURLOPT_QUICK_EXIT, 1L); // Does not wait for a name look-up.
         int left = 0;
         while (const CURLMsg* message = curl_multi_info_read(multi, &left)) {
             if (message->msg == CURLMSG_DONE)

@@ -14,7 +14,7 @@
 
 namespace orvo {
 
-/// A request that came to no answer: no connection, a time limit, a certificate that is not trusted. `code()` is libcurl's.
+/// A request without a response: no connection, timeout, untrusted certificate. `code()` is libcurl's.
 class TransportError : public Error {
 public:
     TransportError(int code, const std::string& message)
@@ -23,33 +23,33 @@ public:
     }
 };
 
-/// One request. Body and texts must live until it is answered.
+/// One request. Body and strings must outlive `send`.
 struct HttpRequest {
     std::string method;
     std::string url;
     std::vector<std::pair<std::string, std::string>> headers;
     std::span<const char> body;
-    /// Whether there is a body, possibly an empty one.
+    /// Whether to send a body, even an empty one.
     bool hasBody = false;
 };
 
 struct HttpResponse {
     long status = 0;
     std::string body;
-    std::string location; ///< Where a redirection leads, absolute; empty otherwise.
+    std::string location; ///< Absolute target of a redirect; else empty.
 };
 
-/// Sends requests one after the other over connections that are kept. One thread at a time.
+/// Sends requests one at a time over persistent connections. Not thread-safe.
 ///
-/// Certificates are verified with the system's authorities, or those that SSL_CERT_FILE and SSL_CERT_DIR name. Proxies are
-/// those of the environment, else those of the desktop's settings; "localhost" is reached directly. Redirections are not
-/// followed: who sends a credential decides where to.
+/// Verifies certificates with the system's authorities, or those of SSL_CERT_FILE and SSL_CERT_DIR. Uses the proxy of the
+/// environment, else of the desktop; connects to "localhost" directly. Does not follow redirects, because the caller must
+/// decide where a credential goes.
 class HttpClient {
 public:
     struct Limits {
-        std::chrono::seconds silence{60}; ///< Until a connection is there, and without a byte in either direction.
-        std::chrono::seconds whole{3600}; ///< Of one request.
-        std::size_t answer = std::size_t{8} << 20; ///< Bytes of a body; a longer one is an error.
+        std::chrono::seconds silence{60}; ///< To connect, and between bytes in either direction.
+        std::chrono::seconds whole{3600}; ///< For one request.
+        std::size_t answer = std::size_t{8} << 20; ///< Maximum bytes of a body; a longer one is an error.
     };
 
     explicit HttpClient(const Limits& limits);
@@ -57,27 +57,26 @@ public:
     HttpClient(const HttpClient&) = delete;
     HttpClient& operator=(const HttpClient&) = delete;
 
-    /// Blocks until the answer is there. Throws `TransportError`, and `Cancelled` at once when `stop` is requested.
+    /// Blocks until the response. Throws `TransportError`, and `Cancelled` as soon as `stop` is requested.
     HttpResponse send(const HttpRequest& request, const std::stop_token& stop);
 
 private:
     struct Handles;
-    /// The proxy that the environment names, else the desktop; empty for none.
+    /// The proxy of the environment, else of the desktop; empty for none.
     const std::string& proxyFor(const std::string& url, const std::stop_token& stop);
 
     std::unique_ptr<Handles> m_handles;
     Limits m_limits;
-    std::map<std::string, std::string> m_proxies; ///< By the origin of the addresses that they are for.
+    std::map<std::string, std::string> m_proxies; ///< By origin.
 };
 
-/// What is the same for two addresses that are one server: scheme, host and port, as "https://host:443". Empty for a text
-/// that is no address.
+/// The identity of a server: scheme, host and port, such as "https://host:443". Empty for text that is not a URL.
 std::string originOf(const std::string& url);
 
-/// `base` with `path` behind its own path.
+/// Appends `path` to the path of `base`.
 std::string appendPath(const std::string& base, const std::string& path);
 
-/// A text as one piece of a path.
+/// Percent-encodes a text as one path segment.
 std::string pathSegment(const std::string& text);
 
 } // namespace orvo

@@ -48,7 +48,7 @@ std::optional<bool> JsonObject::boolean(std::string_view key) const
 
 std::optional<std::int64_t> JsonObject::integer(std::string_view key) const
 {
-    constexpr double limit = 9'007'199'254'740'992; // Beyond, not every whole number is one of its own.
+    constexpr double limit = 9'007'199'254'740'992; // Above, doubles cannot represent every integer.
     yyjson_val* value = find(key);
     if (yyjson_is_real(value)) {
         const double number = yyjson_get_real(value);

@@ -15,22 +15,22 @@ struct yyjson_mut_val;
 
 namespace orvo {
 
-/// A JSON object as it was read. Copies share what was read.
+/// A parsed JSON object. Copies share the document.
 ///
-/// Every question answers nothing when the key is missing or its value is of another kind.
+/// The accessors return nullopt when the key is missing or its value has another type.
 class JsonObject {
 public:
-    /// The object without keys.
+    /// An empty object.
     JsonObject() = default;
 
-    /// Reads a text; nothing when it is no JSON or another value than an object.
+    /// Parses a text; returns nullopt when it is not a JSON object.
     static std::optional<JsonObject> parse(std::string_view text);
 
     std::optional<std::string> text(std::string_view key) const;
     std::optional<bool> boolean(std::string_view key) const;
-    /// Also a number with a fraction of zero.
+    /// Accepts a number with a zero fraction.
     std::optional<std::int64_t> integer(std::string_view key) const;
-    /// A list in which every item is an object.
+    /// An array whose items are all objects.
     std::optional<std::vector<JsonObject>> objects(std::string_view key) const;
 
 private:
@@ -43,11 +43,11 @@ private:
     yyjson_val* m_value = nullptr;
 };
 
-/// A JSON object under construction. A key that is set again gets the new value.
+/// Builds a JSON object. Setting a key again replaces its value.
 class JsonBuilder {
 public:
     JsonBuilder();
-    /// Begins with everything that an object has.
+    /// Starts with a copy of an object.
     explicit JsonBuilder(const JsonObject& object);
 
     JsonBuilder& set(std::string_view key, std::string_view value);
@@ -55,11 +55,11 @@ public:
     JsonBuilder& set(std::string_view key, bool value);
     JsonBuilder& set(std::string_view key, std::int64_t value);
     JsonBuilder& set(std::string_view key, std::span<const std::string> values);
-    /// Appends an empty object to the list `key`, which is made when needed; what is set next goes there until `end`.
+    /// Appends an empty object to the array `key`, creating it if needed. `set` applies to it until `endItem`.
     JsonBuilder& beginItem(std::string_view key);
     JsonBuilder& endItem();
 
-    /// The object as UTF-8 on one line. Throws `captureError` for a text in it that is not UTF-8.
+    /// The object as UTF-8 on one line. Throws `captureError` for a string that is not UTF-8.
     std::string text() const;
 
 private:
@@ -71,7 +71,7 @@ private:
     };
     std::unique_ptr<yyjson_mut_doc, Free> m_document;
     yyjson_mut_val* m_root = nullptr;
-    yyjson_mut_val* m_target = nullptr; ///< The root, or the item that was begun.
+    yyjson_mut_val* m_target = nullptr; ///< The root, or the open item.
 };
 
 } // namespace orvo

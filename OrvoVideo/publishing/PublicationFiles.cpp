@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t hashPiece = std::size_t{64} << 10; ///< Bytes: what fits into the memory of the processor itself.
+constexpr std::size_t hashPiece = std::size_t{64} << 10; ///< Bytes; fits into the processor's cache.
 
 [[noreturn]] void fail(const char* action, const fs::path& file, int code)
 {
@@ -36,13 +36,13 @@ bool isSameTime(const timespec& one, const timespec& other)
     return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
 }
 
-/// What becomes of a folder that cannot be read to its end.
+/// What to do about an unreadable folder.
 enum class Unreadable : std::uint8_t {
-    left, ///< Its other entries and the other folders are taken.
+    left, ///< Skip the rest of it and continue.
     failure,
 };
 
-/// Adds the regular files below a folder. Throws `std::filesystem::filesystem_error` with `Unreadable::failure`.
+/// Adds the regular files in a folder and below. Throws `std::filesystem::filesystem_error` with `Unreadable::failure`.
 void addRegularFiles(const fs::path& folder, Unreadable unreadable, std::vector<fs::path>& files)
 {
     std::error_code error;
@@ -61,7 +61,7 @@ void addRegularFiles(const fs::path& folder, Unreadable unreadable, std::vector<
         throw fs::filesystem_error("read", folder, error);
 }
 
-/// The regular files below a folder, sorted by name folder by folder.
+/// The regular files in a folder and below, sorted by path.
 std::vector<fs::path> regularFiles(const fs::path& folder, Unreadable unreadable)
 {
     std::vector<fs::path> files;
@@ -70,7 +70,7 @@ std::vector<fs::path> regularFiles(const fs::path& folder, Unreadable unreadable
     return files;
 }
 
-/// The list under construction.
+/// Collects the files.
 class Collector {
 public:
     Collector(const VideoProject& project, const ProjectStore& store, const std::stop_token& stop)
@@ -83,7 +83,7 @@ public:
 
     void addFolder(const fs::path& folder, const std::string& prefix, std::string_view role)
     {
-        // A package with a hole would be published as if it were whole.
+        // A package with a missing file would be published as if it were complete.
         const auto unreadable = role == streamRole ? Unreadable::failure : Unreadable::left;
         for (const auto& file : regularFiles(folder, unreadable))
             add(file, prefix + file.lexically_relative(folder).string(), role);

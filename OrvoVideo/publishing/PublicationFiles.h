@@ -13,10 +13,10 @@
 #include <sys/stat.h>
 #include <vector>
 
-/// The files that a publication is made of, as they were when they were hashed.
+/// The files of a publication, in the state in which they were hashed.
 namespace orvo {
 
-/// A file that is open for reading, whose content must not change.
+/// A file open for reading whose content must not change.
 class FrozenFile {
 public:
     /// Opens a regular file. Throws file system errors unchanged.
@@ -24,14 +24,15 @@ public:
 
     std::int64_t size() const noexcept { return m_facts.st_size; }
 
-    /// Whether this is still what the other was: the same file with the same content.
+    /// Whether this is the same file with the same content as `other`.
     bool isSame(const struct stat& other) const;
     const struct stat& facts() const noexcept { return m_facts; }
 
-    /// Reads from `offset` on until `into` is full or the file ends; returns how much. Throws file system errors unchanged.
+    /// Reads from `offset` until `into` is full or the file ends; returns the number of bytes. Throws file system errors
+    /// unchanged.
     std::size_t read(std::int64_t offset, std::span<char> into) const;
 
-    /// Whether nothing was written to it since it was opened.
+    /// Whether the file has not been written since it was opened.
     bool isUnchanged() const;
 
 private:
@@ -42,33 +43,33 @@ private:
 
 /// One file of a publication.
 struct PublicationFile {
-    std::string path; ///< As the server knows it: "media/…", "project.json" or "hls/…". Unique.
+    std::string path; ///< On the server: "media/…", "project.json" or "hls/…". Unique.
     std::filesystem::path location;
     std::string_view role; ///< "source", "project" or "stream".
     std::int64_t size = 0; ///< Bytes; at least 1.
-    std::string sha256; ///< Of its bytes, 64 lower-case hexadecimal digits.
-    struct stat facts{}; ///< What the system said of it when it was hashed.
-    /// The document stays open: it is saved anew, as another file, while the project is edited.
+    std::string sha256; ///< SHA-256 of its content, 64 lower-case hexadecimal digits.
+    struct stat facts{}; ///< Its stat when it was hashed.
+    /// The open document: saving replaces it by another file while the user edits.
     std::shared_ptr<const FrozenFile> kept;
 
-    /// Opens it for its upload. Throws `captureError` with "El archivo de vídeo ha cambiado durante la subida." when it is
-    /// not what was hashed, file system errors unchanged.
+    /// Opens the file for upload. Throws `captureError` with "El archivo de vídeo ha cambiado durante la subida." when it
+    /// has changed since it was hashed, and file system errors unchanged.
     std::shared_ptr<const FrozenFile> open() const;
 };
 
-/// Reads at most `into.size()` bytes of a file that must still be as it was hashed. Throws as `PublicationFile::open`, also
-/// when nothing is there to read.
+/// Reads at most `into.size()` bytes of a file that must not have changed. Throws as `PublicationFile::open`, also at the
+/// end of the file.
 std::size_t readUnchanged(const FrozenFile& file, std::int64_t offset, std::span<char> into);
 
-/// Finds and hashes the files of a publication: everything in the project's media folder, the document, and everything in
-/// the folder `hls`. Links and empty files are left out.
+/// Finds and hashes the files of a publication: the project's media folder, the document and the folder `hls`. Skips
+/// links and empty files.
 ///
-/// Blocks; memory does not grow with the files. Throws file system errors unchanged, `captureError` for a name that is not
-/// UTF-8 and a file that changes meanwhile, and `Cancelled`.
+/// Blocks; memory does not grow with the files. Throws file system errors unchanged, `captureError` for a name that is
+/// not UTF-8 and a file that changes meanwhile, and `Cancelled`.
 std::vector<PublicationFile> publicationFiles(
     const VideoProject& project, const ProjectStore& store, const std::filesystem::path& hls, const std::stop_token& stop);
 
-/// One digest that stands for all the paths and contents, in whatever order.
+/// One digest of all paths and contents, independent of their order.
 std::string fingerprint(std::span<const PublicationFile> files);
 
 } // namespace orvo

@@ -45,7 +45,7 @@ bool PublicationPackage::isReady() const
 void PublicationPackage::render(const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop) const
 {
     std::error_code ignored;
-    fs::remove(signatureFile(), ignored); // First: what comes now is another package, however far it comes.
+    fs::remove(signatureFile(), ignored); // First, because the package is incomplete from here on.
     fs::remove_all(hls(), ignored);
     ExportService::exportVideo(m_project, m_store, movie(), m_settings, probe, progress, stop);
 }

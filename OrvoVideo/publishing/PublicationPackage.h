@@ -11,30 +11,30 @@
 
 namespace orvo {
 
-/// The folder "publication" of a project: the movie that was rendered last for publishing, its streaming package, and the
-/// signature of what they were made from, by which they are used again.
+/// The folder "publication" of a project: the movie last rendered for publishing, its streaming package, and the
+/// signature of their inputs, by which they are reused.
 ///
-/// It is locked for as long as the object lives. Everything blocks; any thread, one at a time.
+/// Locked while the object lives. Operations block; call them from any thread, one at a time.
 class PublicationPackage {
 public:
-    /// Makes the folder when needed. `settings` give the height and the quality; the frame rate is the project's own.
+    /// Creates the folder if needed. `settings` give height and quality; the frame rate is the project's.
     ///
-    /// Throws `captureError` while another program publishes the project, file system errors unchanged.
+    /// Throws `captureError` while another program publishes the project, and file system errors unchanged.
     PublicationPackage(const VideoProject& project, const ProjectStore& store, const ExportSettings& settings);
 
-    /// Whether there is a complete package of just this project with these settings.
+    /// Whether there is a complete package of this project with these settings.
     bool isReady() const;
 
-    /// Renders the movie; what was packaged before is removed. Throws as `ExportService::exportVideo`.
+    /// Removes the old package and renders the movie. Throws as `ExportService::exportVideo`.
     void render(const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop) const;
 
-    /// Packages the rendered movie; `isReady` holds then. Throws as `ExportService::hls`.
+    /// Packages the rendered movie; afterwards `isReady` returns true. Throws as `ExportService::hls`.
     void package(const ProgressCallback& progress, const std::stop_token& stop) const;
 
     /// The folder of the streaming package.
     std::filesystem::path hls() const { return m_folder / "hls"; }
 
-    /// The digest of everything that a render depends on: the project, the height and the quality.
+    /// The digest of all inputs of a render: the project, the height and the quality.
     static std::string signature(const VideoProject& project, const ExportSettings& settings);
 
 private:

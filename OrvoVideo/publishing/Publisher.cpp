@@ -12,9 +12,9 @@ namespace orvo {
 
 namespace {
 
-constexpr int mostRedirections = 5;
+constexpr int maxRedirects = 5;
 
-/// The scheme and the host of an address as they are written.
+/// The scheme and host of an address, as written.
 struct Address {
     std::string_view scheme;
     std::string_view host;
@@ -78,7 +78,7 @@ void Publisher::waitFor(std::chrono::seconds time, const std::stop_token& stop)
 
 std::string Publisher::credential() const
 {
-    // What is typed or pasted may end with a line break.
+    // A pasted credential may end with a line break.
     const auto text = trimmed(m_token);
     if (std::ranges::any_of(text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; }))
         throw captureError("La credencial de administración contiene caracteres que no se pueden enviar.");
@@ -108,7 +108,7 @@ HttpResponse Publisher::send(HttpRequest request, const std::stop_token& stop)
                     elsewhere.scheme, withoutCredential(std::string(elsewhere.host))));
         }
         const bool sameMethod = response.status == 307 || response.status == 308 || request.method == "GET";
-        if (redirections == mostRedirections || (!sameMethod && response.status != 303))
+        if (redirections == maxRedirects || (!sameMethod && response.status != 303))
             return response;
         request.url = response.location;
         if (!sameMethod) {
@@ -163,7 +163,7 @@ void Publisher::withdraw(const std::string& videoId, const std::stop_token& stop
     try {
         request("api/videos/" + pathSegment(videoId), "DELETE", stop);
     } catch (const RefusedRequest& refusal) {
-        if (refusal.status() != 404) // What the server does not know is withdrawn.
+        if (refusal.status() != 404) // A video unknown to the server counts as withdrawn.
             throw;
     }
 }

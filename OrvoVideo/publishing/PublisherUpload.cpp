@@ -14,15 +14,15 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::int64_t chunkSize = 8'388'608; ///< Bytes.
-constexpr int mostRetries = 5; ///< Of one chunk.
-constexpr int mostStepsBack = 5; ///< In a row that bring a file no further than it was.
-constexpr int mostPolls = 7'200;
+constexpr int maxRetries = 5; ///< Per chunk.
+constexpr int maxStepsBack = 5; ///< Consecutive steps back without progress.
+constexpr int maxPolls = 7'200;
 constexpr auto pollPause = std::chrono::seconds(2);
-constexpr std::size_t longestSession = std::size_t{64} << 20; ///< Bytes; a longer file is none of ours.
+constexpr std::size_t maxSessionBytes = std::size_t{64} << 20; ///< A longer file is not ours.
 
 using Ids = std::map<std::string, std::optional<std::string>>;
 
-/// The upload of every path; the first one that the server names counts.
+/// The upload of each path; the first one in the response counts.
 Ids uploadIds(const std::vector<JsonObject>& uploads)
 {
     Ids ids;
@@ -136,7 +136,7 @@ std::optional<JsonObject> Publisher::resumable(
 {
     std::string text;
     try {
-        readFile(sessionFile, text, longestSession);
+        readFile(sessionFile, text, maxSessionBytes);
     } catch (const fs::filesystem_error&) {
         return std::nullopt;
     }
@@ -145,7 +145,7 @@ std::optional<JsonObject> Publisher::resumable(
     if (!id || session->text("fingerprint") != fingerprint || session->text("server") != m_base
         || !session->objects("uploads"))
         return std::nullopt;
-    // A connection that fails says nothing about the revision; a new one would be sent everything again.
+    // A transport error does not mean that the revision is gone; a new one would upload everything again.
     for (int tries = 0; tries < 2; ++tries) {
         try {
             request("api/revisions/" + pathSegment(*id), "GET", stop);
@@ -155,7 +155,7 @@ std::optional<JsonObject> Publisher::resumable(
         } catch (const TransportError&) {
             m_options.pause(pollPause, stop);
         } catch (const Error&) {
-            break; // The server does not know it any more.
+            break; // The server no longer knows it.
         }
     }
     return std::nullopt;
@@ -180,8 +180,8 @@ void Publisher::upload(const PublicationFile& file, const std::string& uploadId,
     for (int stepsBack = 0; offset < file.size;) {
         const std::int64_t next = uploadChunk(*source, file, uploadId, offset, stop);
         stepsBack = next > furthest ? 0 : stepsBack + (next <= offset ? 1 : 0);
-        if (next < 0 || stepsBack == mostStepsBack)
-            failInvalid(); // A server that takes everything and keeps nothing would be sent the file for ever.
+        if (next < 0 || stepsBack == maxStepsBack)
+            failInvalid(); // A server that accepts data without keeping it would be sent the file for ever.
         furthest = std::max(furthest, next);
         offset = next;
         sent(std::min(offset, file.size));
@@ -206,7 +206,7 @@ std::int64_t Publisher::uploadChunk(const FrozenFile& source, const PublicationF
         } catch (const Cancelled&) {
             throw;
         } catch (const Error&) {
-            if (retry == mostRetries)
+            if (retry == maxRetries)
                 throw;
         }
         m_options.pause(std::chrono::seconds(2 << retry), stop);
@@ -221,7 +221,7 @@ void Publisher::awaitStorage(
 {
     const std::string_view keeper = server.storesByItself() ? "El servidor" : "Drive";
     const std::string_view place = server.storesByItself() ? "el servidor" : "Google Drive";
-    for (int polls = 0; polls < mostPolls; ++polls) {
+    for (int polls = 0; polls < maxPolls; ++polls) {
         throwIfStopped(stop);
         const auto files = request(revisionPath, "GET", stop).objects("files").value_or(std::vector<JsonObject>());
         std::int64_t ready = 0;

@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// Whether a camera is recorded and which, and what it sees.
+/// Selects whether to record a camera and which one, and shows its image.
 ColumnLayout {
     id: root
 

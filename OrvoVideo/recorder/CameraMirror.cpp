@@ -10,9 +10,9 @@ namespace orvo {
 
 namespace {
 
-constexpr int step = 4; ///< Of the camera's pixels one in so many is shown, across and down.
+constexpr int step = 4; ///< Shows one of this many camera pixels in each direction.
 
-/// A smaller picture in the colours of the screen.
+/// A reduced image in RGB.
 QImage reduced(const PictureMemory& memory)
 {
     const auto size = memory.size();
@@ -35,7 +35,7 @@ QImage reduced(const PictureMemory& memory)
 
 } // namespace
 
-/// Between the camera's thread and the main thread: pictures that come faster than they are shown are left out.
+/// Shared by the camera's thread and the main thread: frames that arrive faster than they are shown are skipped.
 struct CameraMirror::Latest {
     std::atomic_bool underWay = false;
 };
@@ -80,7 +80,7 @@ void CameraMirror::restart()
 QCoro::Task<> CameraMirror::watch()
 {
     const auto asked = m_stream.asked();
-    // The stream is gone before this object is, so that its threads may speak to it.
+    // The stream is destroyed before this object, so its threads may use it.
     const auto toMain = [this, asked](const auto& call) {
         QMetaObject::invokeMethod(
             this,
@@ -116,7 +116,7 @@ QCoro::Task<> CameraMirror::watch()
     try {
         co_await m_stream.open([device = m_device.toStdString(), receiver] { return CameraStream::open(device, receiver); });
     } catch (const Cancelled&) {
-        // Another one was chosen, or this object is going.
+        // Another camera was chosen, or this object is being destroyed.
     } catch (const std::exception& failure) {
         setError(QString::fromStdString(describe(failure)));
     }

@@ -10,16 +10,16 @@
 
 namespace orvo {
 
-/// Shows what a camera sees while `active`, and keeps nothing.
+/// Shows the live image of a camera while `active`. Stores nothing.
 class CameraMirror : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
-    /// The identifier of a device; empty for the first one.
+    /// The identifier of a camera; empty selects the first one.
     Q_PROPERTY(QString device READ device WRITE setDevice NOTIFY deviceChanged)
     Q_PROPERTY(bool active READ active WRITE setActive NOTIFY activeChanged)
-    /// Whether a picture is shown.
+    /// Whether a frame is shown.
     Q_PROPERTY(bool showing READ showing NOTIFY showingChanged)
-    /// Why none is; empty while it is not known.
+    /// Why no frame is shown; empty while unknown.
     Q_PROPERTY(QString error READ error NOTIFY errorChanged)
 public:
     explicit CameraMirror(QQuickItem* parent = nullptr);

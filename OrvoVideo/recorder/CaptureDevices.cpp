@@ -24,12 +24,12 @@ Found look()
     try {
         found.sound = AudioInputs::list();
     } catch (const Error&) {
-        // Without a sound server there are none.
+        // No sound server, no devices.
     }
     try {
         found.cameras = Cameras::list();
     } catch (const Error&) {
-        // Nothing that gives pictures.
+        // No cameras.
     }
     return found;
 }
@@ -84,7 +84,7 @@ QCoro::Task<> CaptureDevices::list()
     try {
         found = co_await m_workers.run(look);
     } catch (const Cancelled&) {
-        co_return; // This object is going.
+        co_return; // This object is being destroyed.
     }
     const auto microphones = listOf(QStringLiteral("Micrófono predeterminado"), found.sound.microphones);
     const auto outputs = listOf(QStringLiteral("Salida predeterminada"), found.sound.outputs);

@@ -10,8 +10,8 @@
 
 namespace orvo {
 
-/// The microphones, outputs and cameras that can be recorded, as lists of "id" and "label": the first of each is the choice
-/// of whatever is the default, with an empty "id".
+/// The available microphones, outputs and cameras, as lists of "id" and "label". The first entry of each list is the
+/// default device, with an empty "id".
 class CaptureDevices : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -26,19 +26,19 @@ public:
     QVariantList microphones() const { return m_microphones; }
     QVariantList outputs() const { return m_outputs; }
     QVariantList cameras() const { return m_cameras; }
-    /// Whether there is one besides the default; true until that is known.
+    /// Whether there is any microphone; true until the devices are listed.
     bool hasMicrophone() const { return m_microphones.size() != 1; }
 
-    /// Looks again, and tells with `listed`.
+    /// Lists the devices again and emits `listed`.
     Q_INVOKABLE void refresh();
 
-    /// Whether a device is in one of the lists; true for the default one, and for any before the devices are known.
+    /// Whether a device is in the list. Also true for the default device, and before the devices are listed.
     Q_INVOKABLE static bool isThere(const QVariantList& devices, const QString& id);
 
-    /// One of the lists with the chosen device: one that was unplugged comes last, marked as such.
+    /// The list, including the chosen device: an unplugged one is appended, marked as such.
     Q_INVOKABLE QVariantList withChosen(const QVariantList& devices, const QString& id) const;
 
-    /// The row of a device in one of the lists; 0, the default, for one that is not there.
+    /// The row of a device in the list; 0 (the default) when it is missing.
     Q_INVOKABLE static int rowOf(const QVariantList& devices, const QString& id);
 
 signals:
@@ -50,7 +50,7 @@ private:
     QVariantList m_microphones;
     QVariantList m_outputs;
     QVariantList m_cameras;
-    QHash<QString, QString> m_labels; ///< Of every device that has been listed, by identifier.
+    QHash<QString, QString> m_labels; ///< The labels of all devices seen so far, by identifier.
     bool m_listing = false;
     Workers m_workers;
 };

@@ -10,7 +10,7 @@
 
 namespace orvo {
 
-/// The stream of a device, opened and closed on a worker: both take their time. What is asked last counts. Main thread.
+/// A device's stream, opened and closed on a worker because both are slow. The last request wins. Main thread only.
 template <class Stream> class DeviceStream {
 public:
     DeviceStream() = default;
@@ -18,7 +18,7 @@ public:
     DeviceStream& operator=(const DeviceStream&) = delete;
     ~DeviceStream() { shutDown(); }
 
-    /// Ends the stream, and one that is being opened. Does not wait for it.
+    /// Closes the stream, or one that is being opened. Does not wait.
     void close()
     {
         ++m_asked;
@@ -26,8 +26,8 @@ public:
             closeLater(std::exchange(m_stream, nullptr));
     }
 
-    /// Calls `call`, which returns a `std::unique_ptr` to a stream. Throws what it throws, and `Cancelled` when something
-    /// else was asked meanwhile or this object is going.
+    /// Opens the stream that `call` returns as a `std::unique_ptr`. Throws what `call` throws, and `Cancelled` when
+    /// another request was made meanwhile or this object is being destroyed.
     template <class Call> QCoro::Task<> open(Call call)
     {
         const auto asked = m_asked;
@@ -50,13 +50,13 @@ public:
         m_stream = std::move(stream);
     }
 
-    /// Null while none is open.
+    /// Null while no stream is open.
     Stream* get() const { return m_stream.get(); }
 
-    /// Another number after every `close()`.
+    /// Changes with every `close()`.
     std::uint64_t asked() const { return m_asked; }
 
-    /// Waits until the stream and its threads are gone.
+    /// Waits until the stream and its threads have ended.
     void shutDown()
     {
         ++m_asked;
@@ -71,7 +71,7 @@ private:
     }
 
     std::uint64_t m_asked = 0;
-    std::shared_ptr<Stream> m_stream; ///< Shared, since what a worker does can be copied.
+    std::shared_ptr<Stream> m_stream; ///< Shared, because a worker's task must be copyable.
     SerialWorker m_worker;
 };
 

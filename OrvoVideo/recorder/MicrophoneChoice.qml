@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// Which microphone is recorded, and how loud it is.
+/// Selects the microphone, and shows its level.
 ColumnLayout {
     id: root
 
@@ -22,7 +22,7 @@ ColumnLayout {
         active: root.listening && root.recorded && root.chosenIsThere
         device: root.chosen
     }
-    // A microphone that is plugged in while none could be used is found without asking.
+    // Without a usable microphone, looks for one regularly.
     Timer {
         interval: 2000
         repeat: true

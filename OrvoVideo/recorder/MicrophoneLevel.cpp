@@ -10,8 +10,8 @@ namespace orvo {
 namespace {
 
 constexpr int interval = 50; ///< Milliseconds between two measurements.
-constexpr double quietest = -60; ///< Decibels.
-constexpr double fall = 0.05; ///< How far the level falls back in one interval at most.
+constexpr double minDecibels = -60;
+constexpr double fall = 0.05; ///< Maximum decay per interval.
 
 } // namespace
 
@@ -62,7 +62,7 @@ QCoro::Task<> MicrophoneLevel::listen()
             return AudioStream::open(AudioStream::Input::microphone, device, [](const SoundBlock&) { });
         });
     } catch (const Cancelled&) {
-        co_return; // Another one was chosen, or this object is going.
+        co_return; // Another microphone was chosen, or this object is being destroyed.
     } catch (const std::exception& failure) {
         setError(QString::fromStdString(describe(failure)));
         co_return;
@@ -73,8 +73,8 @@ QCoro::Task<> MicrophoneLevel::listen()
 void MicrophoneLevel::measure()
 {
     const double peak = m_stream.get()->takePeak();
-    const double decibels = peak > 0 ? 20 * std::log10(peak) : quietest;
-    setLevel(std::max(std::clamp(1 - decibels / quietest, 0.0, 1.0), m_level - fall));
+    const double decibels = peak > 0 ? 20 * std::log10(peak) : minDecibels;
+    setLevel(std::max(std::clamp(1 - decibels / minDecibels, 0.0, 1.0), m_level - fall));
 }
 
 void MicrophoneLevel::setLevel(double level)

@@ -11,16 +11,16 @@
 
 namespace orvo {
 
-/// How loud a microphone is while `active`: it listens, and keeps nothing.
+/// Measures the level of a microphone while `active`. Stores nothing.
 class MicrophoneLevel : public QObject {
     Q_OBJECT
     QML_ELEMENT
-    /// The identifier of a device; empty for the default one.
+    /// The identifier of a microphone; empty selects the default one.
     Q_PROPERTY(QString device READ device WRITE setDevice NOTIFY deviceChanged)
     Q_PROPERTY(bool active READ active WRITE setActive NOTIFY activeChanged)
-    /// 0 for silence (−60 dB and less), 1 for the loudest. Falls back slowly, so that the eye can follow.
+    /// 0 is silence (−60 dB or less), 1 full scale. Decays slowly, so that it is readable.
     Q_PROPERTY(double level READ level NOTIFY levelChanged)
-    /// Why it does not listen; empty while it does.
+    /// Why there is no level; empty while there is one.
     Q_PROPERTY(QString error READ error NOTIFY errorChanged)
 public:
     explicit MicrophoneLevel(QObject* parent = nullptr);

@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// The running recording: how long it lasts, and what can be done with it.
+/// The running recording: its length and its controls.
 RowLayout {
     id: root
 

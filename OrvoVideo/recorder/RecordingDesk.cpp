@@ -17,8 +17,8 @@ bool isWayland()
     return QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
 
-/// The area of a screen in the global display space. On X11 that counts pixels, and Qt leaves a screen's corner where it is
-/// in pixels but divides its size by the scale; on Wayland both have the compositor's units.
+/// The area of a screen in the global display space. On X11 that is in pixels: Qt keeps the position in pixels but
+/// divides the size by the scale. On Wayland both are in the compositor's units.
 QRectF displayRect(const QScreen& screen)
 {
     const QRect shown = screen.geometry();
@@ -30,7 +30,7 @@ QRectF rectOf(const Rect& area)
     return {area.x, area.y, area.width, area.height};
 }
 
-/// An area of the global display space in the coordinates of the windows of this screen, which shows `display` of it.
+/// Converts an area of the global display space to window coordinates of this screen, which shows `display`.
 QRect windowRect(const Rect& area, const QRectF& display, const QScreen& screen)
 {
     const QRect shown = screen.geometry();
@@ -49,19 +49,18 @@ QScreen* screenWith(const Rect& area)
     if (auto* screen = screenOf(area))
         return screen;
     auto* found = QGuiApplication::primaryScreen();
-    double most = 0;
+    double maxCommon = 0;
     for (auto* screen : QGuiApplication::screens()) {
         const QRectF common = displayRect(*screen).intersected(rectOf(area));
-        if (common.width() * common.height() > most) {
-            most = common.width() * common.height();
+        if (common.width() * common.height() > maxCommon) {
+            maxCommon = common.width() * common.height();
             found = screen;
         }
     }
     return found;
 }
 
-/// Whether a recording of the display would show it. Popups close by themselves; the countdown and the mark are ours too,
-/// and stay.
+/// Whether a recording of the display would show the window. Popups close by themselves; the countdown and the mark stay.
 bool isInTheWay(const QWindow& window)
 {
     const auto type = window.type();
@@ -69,7 +68,7 @@ bool isInTheWay(const QWindow& window)
         && (type == Qt::Window || type == Qt::Dialog || type == Qt::Sheet || type == Qt::Tool || type == Qt::SplashScreen);
 }
 
-/// How many windows it belongs to, one through the other.
+/// The number of its transient parents.
 int depthOf(const QWindow& window)
 {
     int depth = 0;
@@ -159,10 +158,10 @@ void RecordingDesk::restore()
     for (const auto& [window, visibility, position] : std::exchange(m_cleared, {})) {
         if (!window)
             continue;
-        // A window that is shown again is placed anew unless it asks for its place.
+        // A window that is shown again is placed by the window manager unless it requests its position.
         if (visibility == QWindow::Windowed)
             window->setFramePosition(position);
-        // The finished recording is shown even if the main window was minimised before.
+        // Shows the finished recording even if the main window was minimised.
         const bool wasMinimized = visibility == QWindow::Minimized && !window->transientParent();
         window->setVisibility(wasMinimized ? QWindow::AutomaticVisibility : visibility);
         window->raise();
@@ -204,10 +203,10 @@ std::optional<QRect> RecordingDesk::markPlace(const Rect& recorded, QSize mark)
 
 void RecordingDesk::showMark()
 {
-    // Programs cannot say where their windows lie on Wayland.
+    // On Wayland programs do not know the positions of their windows.
     if (isWayland() || !m_model.captured())
         return;
-    // A window is recorded alone, whatever lies over it, but its user wants to see it.
+    // Windows above a recorded window are not recorded, but its user wants to see it.
     if (const auto place = markPlace(m_model.captured()->area, RecordingMark::usualSize))
         m_mark = std::make_unique<RecordingMark>(*place);
 }

@@ -13,25 +13,25 @@ namespace orvo {
 class CountdownWindow;
 class RecordingMark;
 
-/// Clears the desktop for a recording. All windows of the application are hidden while a display is recorded and come back
-/// as they were; the countdown is shown on what will be recorded, and a mark with the elapsed time where it is not recorded,
-/// if there is such a place. Main thread only.
+/// Clears the desktop for a recording. While a display is recorded, hides all windows of the application, and restores
+/// them afterwards. Shows the countdown over the source, and a mark with the elapsed time in a place that is not
+/// recorded, if there is one. Main thread only.
 class RecordingDesk final : public QObject {
     Q_OBJECT
 public:
-    /// How the user can end a recording while the windows are away.
+    /// How the user can stop a recording while the windows are hidden.
     enum class WayBack : std::uint8_t { elsewhere, windowOnly };
 
-    /// `wayBack` is asked when a recording begins. Without another way the main window is only minimised.
+    /// `wayBack` is queried when a recording starts. For `windowOnly`, the main window is only minimised.
     RecordingDesk(AppModel& model, std::function<WayBack()> wayBack, QObject* parent = nullptr);
     ~RecordingDesk() override;
 
-    /// A corner of a screen's free area where a mark of this size does not cover the recorded area; nullopt if there is
-    /// none. All of them in the coordinates of the windows on that screen.
+    /// A corner of the screen's available area where a mark of this size does not cover the recorded area, or nullopt.
+    /// All rectangles are in window coordinates of that screen.
     static std::optional<QRect> freeCorner(const QRect& recorded, const QRect& screen, QSize mark);
 
-    /// Where the mark stands while `recorded` is, in the coordinates of the windows. `recorded` is an area of the global
-    /// display space, empty if it is not known. The screen that shows most of it comes first.
+    /// Where to show the mark while `recorded` (an area of the global display space; empty if unknown) is recorded, in
+    /// window coordinates. Prefers the screen that shows most of it.
     static std::optional<QRect> markPlace(const Rect& recorded, QSize mark);
 
 private:
@@ -47,10 +47,10 @@ private:
     struct Cleared {
         QPointer<QWindow> window;
         QWindow::Visibility visibility;
-        QPoint position; ///< Of the frame.
+        QPoint position; ///< Including the window frame.
     };
-    std::vector<Cleared> m_cleared; ///< Parents before the windows that belong to them.
-    QPointer<QWindow> m_active; ///< Had the keyboard when they were cleared.
+    std::vector<Cleared> m_cleared; ///< Parents before their child windows.
+    QPointer<QWindow> m_active; ///< The active window before the clearing.
     std::unique_ptr<CountdownWindow> m_countdown;
     std::unique_ptr<RecordingMark> m_mark;
 };

@@ -6,7 +6,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// Prepares a recording: what is shown and what is heard.
+/// Prepares a recording: its sources and options.
 Popup {
     id: root
 
@@ -35,7 +35,7 @@ Popup {
     rightPadding: Theme.space(3)
     closePolicy: Popup.CloseOnEscape
     onAboutToShow: choice.loadSources()
-    // Only a recording needs what the desktop shares.
+    // Without a recording, ends the desktop's share.
     onAboutToHide: {
         if (!recording)
             choice.release()
@@ -69,7 +69,7 @@ Popup {
         spacing: Theme.space(4)
         Accessible.role: Accessible.Dialog
         Accessible.name: "Nueva grabación"
-        // Of a control that does nothing with them itself.
+        // For controls that do not use these keys.
         Keys.onReturnPressed: recordButton.click()
         Keys.onEnterPressed: recordButton.click()
 
@@ -208,7 +208,7 @@ Popup {
                     visible: !root.isTab
                     app: root.app
                     devices: captureDevices
-                    // A recording needs the device for itself.
+                    // A recording needs the device exclusively.
                     watching: root.visible && !root.isTab && !root.app.capturing
                 }
                 RowLayout {

@@ -11,7 +11,7 @@ constexpr QColor panel(0x1D, 0x1A, 0x24);
 constexpr QColor text(0xF3, 0xF0, 0xFA);
 constexpr QColor red(0xFF, 0x4D, 0x4D);
 constexpr int countdownSide = 200;
-constexpr QSize sharedRoom(320, 180); ///< For the frame of what is shared.
+constexpr QSize sharedRoom(320, 180); ///< For the frame of the shared source.
 constexpr int sharedMargin = 16;
 constexpr int captionHeight = 24;
 
@@ -36,7 +36,7 @@ QFont digits(int pixels, QFont::Weight weight)
     return font;
 }
 
-/// A panel with round corners over the whole window; where windows cannot be seen through, with square ones.
+/// Draws a panel over the whole window, with round corners if the window system supports transparency.
 void drawPanel(QPainter& painter, QSize size, double radius)
 {
     painter.setCompositionMode(QPainter::CompositionMode_Source);

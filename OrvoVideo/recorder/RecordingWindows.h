@@ -8,18 +8,18 @@
 
 namespace orvo {
 
-/// A small window over everything that takes neither keyboard nor pointer.
+/// A small window above all others that takes no keyboard or pointer input.
 class FloatingWindow : public QRasterWindow {
     Q_OBJECT
 public:
     explicit FloatingWindow(const QRect& place);
 };
 
-/// The seconds until a recording begins, large, on what will be recorded.
+/// The countdown, large, over the source.
 class CountdownWindow final : public FloatingWindow {
     Q_OBJECT
 public:
-    /// Shows the digit alone, or above what the desktop shares, where that could not be seen before.
+    /// Shows the digit only, or above it the shared source when the user cannot see it otherwise.
     CountdownWindow(QScreen& screen, QPoint centre, const QImage& shared = {}, const QString& label = {});
 
     void setCount(int count);
@@ -33,7 +33,7 @@ private:
     int m_count = 0;
 };
 
-/// That something is being recorded, and for how long.
+/// Shows that a recording is running, and its length.
 class RecordingMark final : public FloatingWindow {
     Q_OBJECT
 public:

@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// What is recorded: the display or window, with what it shows now. Where the desktop chooses, its picker is opened.
+/// Selects the display or window and shows its content. Where the desktop chooses, opens its picker.
 ColumnLayout {
     id: root
 
@@ -30,7 +30,7 @@ ColumnLayout {
             model: root.choice.sources
             displayText: count > 0 ? currentText : root.choice.mode === "window" ? "No hay ninguna ventana abierta" : "No hay ninguna pantalla"
             currentIndex: {
-                root.choice.sources.count // The rows move.
+                root.choice.sources.count // Depends on the rows, which move.
                 return root.choice.sources.rowOf(root.choice.sourceID)
             }
             onActivated: root.choice.sourceID = currentValue

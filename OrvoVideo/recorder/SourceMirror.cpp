@@ -10,7 +10,7 @@ namespace orvo {
 
 namespace {
 
-constexpr int interval = 1000; ///< Milliseconds between two pictures.
+constexpr int interval = 1000; ///< Milliseconds between two updates.
 
 } // namespace
 
@@ -63,7 +63,7 @@ void SourceMirror::look()
     const auto* source = m_choice->sources()->find(m_sourceId.toStdString());
     if (!source)
         return;
-    // What the desktop shares was looked at once, when it was chosen.
+    // A shared source was captured once, when it was chosen.
     if (source->stream)
         show(m_choice->picture());
     else
@@ -74,22 +74,22 @@ QCoro::Task<> SourceMirror::take(CaptureSource source)
 {
     m_taking = true;
     const double ratio = window() ? window()->effectiveDevicePixelRatio() : 1;
-    const PictureSize largest{static_cast<int>(std::ceil(width() * ratio)), static_cast<int>(std::ceil(height() * ratio))};
+    const PictureSize maxSize{static_cast<int>(std::ceil(width() * ratio)), static_cast<int>(std::ceil(height() * ratio))};
     QImage picture;
     try {
         if (const auto taken =
-                co_await m_workers.run([source, largest] { return CaptureSources::picture(source, largest); }))
+                co_await m_workers.run([source, maxSize] { return CaptureSources::picture(source, maxSize); }))
             picture = CaptureChoice::imageOf(*taken);
     } catch (const Cancelled&) {
-        co_return; // This object is going.
+        co_return; // This object is being destroyed.
     } catch (const std::exception&) {
-        // A source that is gone has no picture.
+        // A missing source has no image.
     }
     m_taking = false;
     if (source.id == m_sourceId.toStdString())
         show(picture);
     else
-        look(); // Another one was chosen meanwhile.
+        look(); // Another source was chosen meanwhile.
 }
 
 void SourceMirror::show(const QImage& picture)

@@ -11,14 +11,14 @@
 
 namespace orvo {
 
-/// Shows what a source shows, once a second, while it is visible.
+/// Shows the content of a source while visible, updated once per second.
 class SourceMirror : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(orvo::CaptureChoice* choice READ choice WRITE setChoice NOTIFY choiceChanged)
-    /// Of which source of the choice.
+    /// The source in `choice`.
     Q_PROPERTY(QString sourceId READ sourceId WRITE setSourceId NOTIFY sourceIdChanged)
-    /// Whether there is a picture.
+    /// Whether an image is shown.
     Q_PROPERTY(bool showing READ showing NOTIFY showingChanged)
 public:
     explicit SourceMirror(QQuickItem* parent = nullptr);

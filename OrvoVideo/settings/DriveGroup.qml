@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// The OAuth client with which the server uses Drive.
+/// The OAuth client that the server uses for Drive.
 SettingsGroup {
     id: root
 

@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// What the desktop lets the application see.
+/// The permissions that the desktop grants.
 SettingsGroup {
     id: root
 

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Orvo.Ui
 
-/// One line of text under its name, bound to a value of the model. `secure` hides what is typed until it is asked for.
+/// A labelled line of text, bound to a value of the model. `secure` hides the text until the user shows it.
 ColumnLayout {
     id: root
 
@@ -36,7 +36,7 @@ ColumnLayout {
             text: root.value
             echoMode: root.secure && !root.shown ? TextInput.Password : TextInput.Normal
             passwordMaskDelay: 0
-            // What is secret is not to be learned by an input method.
+            // Input methods must not learn secrets.
             inputMethodHints: Qt.ImhNoPredictiveText | Qt.ImhNoAutoUppercase | (root.secure ? Qt.ImhSensitiveData : Qt.ImhNone)
             onTextEdited: root.edited(text)
         }

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Orvo.Ui
 
-/// Settings that belong together, under their title.
+/// Related settings under a title.
 ColumnLayout {
     id: root
 

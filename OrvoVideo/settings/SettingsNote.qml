@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Orvo.Ui
 
-/// What a person should know about the settings above it.
+/// A note about the settings above it.
 OLabel {
     Layout.fillWidth: true
     secondary: true

@@ -6,7 +6,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// What can be set, by what it is for.
+/// The content of the settings window.
 Item {
     id: root
 

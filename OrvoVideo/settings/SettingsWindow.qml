@@ -3,7 +3,7 @@ import QtQuick.Controls.Basic
 import Orvo.Model
 import Orvo.Ui
 
-/// The settings in a window of their own.
+/// The settings window.
 ApplicationWindow {
     id: root
 

@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// One global shortcut: what it does, and the combination, which can be changed by pressing another.
+/// A global shortcut: its title and its combination, which the user changes by pressing another one.
 RowLayout {
     id: root
 
@@ -12,10 +12,10 @@ RowLayout {
     required property ShortcutManager shortcuts
 
     property bool waiting: false
-    /// The combination has been taken; its keys are still held.
+    /// A combination was accepted; its keys are still held.
     property bool taken: false
     property string combination: shortcuts.text(action)
-    /// What the button says while nothing is typed: the combination, once one has been.
+    /// The button's text while not waiting; the combination after a change.
     property string label: "Cambiar"
 
     function begin() {
@@ -65,7 +65,7 @@ RowLayout {
             if (!activeFocus)
                 root.end()
         }
-        // Before the button takes them for its own.
+        // Before the button handles them.
         Keys.priority: Keys.BeforeItem
         Keys.onShortcutOverride: event => event.accepted = root.waiting
         Keys.onPressed: event => {
@@ -84,7 +84,7 @@ RowLayout {
         Keys.onReleased: event => {
             if (root.taken && !event.isAutoRepeat) {
                 event.accepted = true
-                root.end() // Heard from now on, not by the keys that are still held.
+                root.end() // Active only now, so that the held keys do not trigger it.
             }
         }
     }

@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// The combinations that control a recording from any application.
+/// The global shortcuts of a recording.
 SettingsGroup {
     id: root
 

@@ -6,13 +6,13 @@
 
 namespace orvo {
 
-/// The speech models of the catalogue, with what each costs and whether it is there.
+/// The speech models in the catalogue, with their size and whether they are installed.
 class SpeechModelList : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
 public:
     enum Role {
-        NameRole = Qt::UserRole, ///< As settings hold it.
+        NameRole = Qt::UserRole, ///< The value stored in the settings.
         TextRole, ///< For the user.
         InstalledRole,
     };
@@ -20,10 +20,10 @@ public:
 
     explicit SpeechModelList(QObject* parent = nullptr);
 
-    /// Looks again which models are there.
+    /// Checks again which models are installed.
     Q_INVOKABLE void refresh();
 
-    /// The row of a model; -1 for one that is not in the catalogue.
+    /// The row of a model; -1 if it is not in the catalogue.
     Q_INVOKABLE int rowOf(const QString& name) const;
 
     int rowCount(const QModelIndex& parent = {}) const override;

@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// The programs that the application depends on, and where the projects are.
+/// The external programs, and the folder of the projects.
 SettingsGroup {
     id: root
 

@@ -13,7 +13,7 @@ bool isLetter(char c)
     return static_cast<unsigned char>(c) >= 0x80 || std::isalpha(static_cast<unsigned char>(c)) != 0;
 }
 
-/// A word without the opening marks and the dots that are not ASCII.
+/// Removes opening punctuation and non-ASCII dots and dashes.
 std::string withoutMarks(std::string_view word)
 {
     std::string result(word);
@@ -24,7 +24,8 @@ std::string withoutMarks(std::string_view word)
     return result;
 }
 
-/// The letters of a word that has only those of hesitations, in lower case and each once in a row: "uh", "em", "m"…
+/// The letters of a hesitation in lower case without repetitions ("uh", "em", "m"), or empty for a word with other
+/// letters.
 std::string skeleton(std::string_view word)
 {
     std::string result;
@@ -56,7 +57,7 @@ std::string_view spelling(std::string_view skeleton, std::string_view word)
     return "";
 }
 
-/// A word without case and marks.
+/// A word in lower case without punctuation.
 std::string bare(std::string_view word)
 {
     std::string result;
@@ -74,7 +75,7 @@ std::string asHesitation(std::string_view word)
     const auto usual = spelling(skeleton(word), word);
     if (usual.empty())
         return {};
-    // All its letters are ASCII.
+    // All letters of a hesitation are ASCII.
     const auto ascii = [](char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0; };
     const auto first = std::ranges::find_if(word, ascii);
     const auto last = std::find_if(word.rbegin(), word.rend(), ascii).base();
@@ -102,7 +103,7 @@ std::vector<std::string> bareTexts(const std::vector<HeardWord>& words)
     return texts;
 }
 
-/// Whether some phrase of `length` words is there so many times on end.
+/// Whether a phrase of `length` words occurs `times` times in a row.
 bool isSaid(const std::vector<std::string>& texts, std::size_t length, std::size_t times)
 {
     std::size_t same = 0;
@@ -118,12 +119,12 @@ bool isSaid(const std::vector<std::string>& texts, std::size_t length, std::size
 
 bool repeatsItself(const std::vector<HeardWord>& words)
 {
-    constexpr std::size_t longestPhrase = 8;
-    // As often nobody says a phrase on end. Single words are said more often.
+    constexpr std::size_t maxPhrase = 8;
+    // Nobody repeats a phrase this often. Single words are repeated more often.
     constexpr std::size_t timesOfPhrase = 3;
     constexpr std::size_t timesOfWord = 5;
     const auto texts = bareTexts(words);
-    for (std::size_t length = 1; length <= longestPhrase; ++length) {
+    for (std::size_t length = 1; length <= maxPhrase; ++length) {
         if (isSaid(texts, length, length <= 2 ? timesOfWord : timesOfPhrase))
             return true;
     }

@@ -8,14 +8,14 @@
 
 namespace orvo::speech {
 
-/// A hesitation in its usual spelling ("Uuuh…" is "Uh…", "Ehm" is "Em", "MM-MM" is "Mmm"), with the case of its first letter
-/// and the marks around it as they were; empty for a word that is none.
+/// A hesitation in its usual spelling ("Uuuh…" is "Uh…", "Ehm" is "Em", "MM-MM" is "Mmm"), keeping the case of its first
+/// letter and the punctuation around it. Returns empty for any other word.
 std::string asHesitation(std::string_view word);
 
-/// Whether two hesitations in their usual spelling are the same but for case and marks.
+/// Whether two hesitations in their usual spelling are equal, ignoring case and punctuation.
 bool isSameHesitation(std::string_view one, std::string_view other);
 
-/// Whether the same few words come again and again, as when a recogniser has got caught.
+/// Whether the same few words repeat, which shows that the recogniser is in a loop.
 bool repeatsItself(const std::vector<HeardWord>& words);
 
 } // namespace orvo::speech

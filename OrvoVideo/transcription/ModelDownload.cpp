@@ -24,10 +24,10 @@ namespace {
 
 constexpr long connectSeconds = 20;
 constexpr long stalledSeconds = 30; ///< Without a byte.
-constexpr long refusedByProxy = 300; ///< Statuses of a proxy from here on mean that it does not let through.
-constexpr std::uint64_t reserve = 20'000'000; ///< Bytes that stay free on the disk.
+constexpr long refusedByProxy = 300; ///< A proxy that answers with this status or a higher one refuses the connection.
+constexpr std::uint64_t reserve = 20'000'000; ///< Bytes of disk space to keep free.
 
-/// The file that a download grows in, held by one download at a time.
+/// The partial file of a download, locked by one download at a time.
 class PartialFile {
 public:
     explicit PartialFile(fs::path path)
@@ -39,7 +39,7 @@ public:
             fail();
         struct stat held{};
         struct stat named{};
-        // Whoever held it before may have made it the model since.
+        // The previous holder may have renamed it to the finished model.
         if (!m_lock.tryLock() || ::fstat(m_descriptor, &held) != 0 || ::stat(m_path.c_str(), &named) != 0
             || held.st_ino != named.st_ino)
             throw captureError("El modelo de voz ya se está descargando.");
@@ -95,7 +95,7 @@ std::string sha256(const fs::path& file, const std::stop_token& stop)
     return sum.finish();
 }
 
-/// One request, for what is missing of a model.
+/// One request for the missing part of a model.
 class Transfer {
 public:
     Transfer(const SpeechModel& model, PartialFile& file, const ProgressCallback& progress, const std::stop_token& stop)
@@ -117,14 +117,14 @@ public:
         m_before = m_file.size();
         const auto set = [&](CURLoption option, auto value) { curl_easy_setopt(m_request, option, value); };
         set(CURLOPT_URL, m_model.address.c_str());
-        // The publisher redirects to its storage, which is reached the same way.
+        // The publisher redirects to its storage; the proxy is used for both.
         const std::string proxy = SystemProxy::of(m_model.address, m_stop);
         if (!proxy.empty())
             set(CURLOPT_PROXY, proxy.c_str());
         set(CURLOPT_FOLLOWLOCATION, 1L);
         set(CURLOPT_MAXREDIRS, 10L);
         set(CURLOPT_PROTOCOLS_STR, "http,https");
-        // A download that begins safely is not sent elsewhere in the clear.
+        // A download that starts over HTTPS must not be redirected to HTTP.
         set(CURLOPT_REDIR_PROTOCOLS_STR, m_model.address.starts_with("https:") ? "https" : "http,https");
         set(CURLOPT_NOSIGNAL, 1L);
         set(CURLOPT_FAILONERROR, 1L);
@@ -162,7 +162,7 @@ private:
     {
         try {
             if (std::exchange(m_first, false)) {
-                // A server that does not know ranges sends everything again.
+                // A server without range support sends the whole file again.
                 long status = 0;
                 curl_easy_getinfo(m_request, CURLINFO_RESPONSE_CODE, &status);
                 requireLength(m_before > 0 && status == 206 ? m_model.size - m_before : m_model.size);
@@ -185,7 +185,7 @@ private:
         }
     }
 
-    /// Another length than that of what is missing is another file: what is there stays.
+    /// Another length means another file; keeps the partial file.
     void requireLength(std::uint64_t wanted) const
     {
         curl_off_t length = -1;
@@ -240,7 +240,7 @@ private:
     const ProgressCallback& m_progress;
     const std::stop_token& m_stop;
     CURL* m_request = nullptr;
-    std::uint64_t m_before = 0; ///< Bytes that were there before.
+    std::uint64_t m_before = 0; ///< Bytes present before this request.
     std::uint64_t m_there = 0;
     bool m_first = true;
     std::exception_ptr m_failure;
@@ -265,7 +265,7 @@ fs::path download(
     if (file.size() < model.size)
         throw captureError("La descarga del modelo de voz se ha interrumpido. Inténtalo de nuevo: se sigue por donde iba.");
     if (sha256(file.path(), stop) != model.sha256) {
-        // Nothing of it can be trusted.
+        // None of it can be trusted.
         std::error_code ignored;
         fs::remove(file.path(), ignored);
         throw captureError("El modelo de voz descargado no es el publicado y se ha borrado. Inténtalo de nuevo.");

@@ -12,29 +12,29 @@ namespace orvo::speech {
 
 namespace {
 
-constexpr float silence = -100; ///< What digital silence counts as, in decibels.
-constexpr std::size_t surroundings = 400; ///< Frames before and after that tell what is loud and what is quiet there.
+constexpr float silence = -100; ///< Level of digital silence, in dB.
+constexpr std::size_t surroundings = 400; ///< Frames before and after each one that define its loud and quiet levels.
 
-/// How far speech stands out of what lies under it, in decibels.
+/// How far speech must exceed the background, in dB.
 struct Margins {
-    float begins; ///< A stretch of speech comes at least so far above the floor somewhere.
-    float lasts; ///< And reaches as far as it is so far above it.
+    float begins; ///< A stretch needs a frame at least this far above the background,
+    float lasts; ///< and extends as far as the level stays this far above it.
 };
 constexpr Margins voiceMargins{.begins = 9, .lasts = 4.5F};
 constexpr Margins hissMargins{.begins = 11, .lasts = 6};
 
-constexpr float range = 46; ///< What lies so far under the loudest sound near it is not heard, whatever the floor.
-constexpr float leastContrast = 10; ///< Between the loud and the quiet, where there is speech at all.
-constexpr float leastLevel = -62; ///< Of the loudest sound near, in decibels.
+constexpr float range = 46; ///< Audio this many dB below the loudest nearby is ignored, whatever the background.
+constexpr float minContrast = 10; ///< Minimum difference between loud and quiet where there is speech, in dB.
+constexpr float minLevel = -62; ///< Of the loudest audio nearby, in dB.
 
-constexpr std::size_t shortestSpeech = 6; ///< Frames.
+constexpr std::size_t minSpeech = 6; ///< Frames.
 
 double decibels(double meanSquare)
 {
     return std::max<double>(silence, 10 * std::log10(meanSquare + 1e-12));
 }
 
-/// The mean energy of the `width` frames around each.
+/// The mean energy of `width` frames around each frame.
 std::vector<float> smoothed(const std::vector<float>& levels, std::size_t width)
 {
     std::vector<double> sums(levels.size() + 1, 0);
@@ -49,7 +49,7 @@ std::vector<float> smoothed(const std::vector<float>& levels, std::size_t width)
     return result;
 }
 
-/// The least (or with `std::greater` the greatest) value among the frames within `reach` of each.
+/// The minimum (with `std::greater` the maximum) of the frames within `reach` of each frame.
 template <typename Compare> std::vector<float> extremes(const std::vector<float>& levels, std::size_t reach, Compare before)
 {
     std::vector<float> result(levels.size());
@@ -68,24 +68,24 @@ template <typename Compare> std::vector<float> extremes(const std::vector<float>
     return result;
 }
 
-/// One band: where it is above the thresholds.
+/// One band and its thresholds.
 struct Band {
-    std::vector<float> level; ///< Smoothed a little.
+    std::vector<float> level; ///< Slightly smoothed.
     std::vector<float> floor;
     std::vector<float> peak;
-    std::vector<float> lasts; ///< The threshold that ends a stretch.
-    std::vector<char> begins; ///< Whether speech begins to be certain there.
+    std::vector<float> lasts; ///< The threshold at which a stretch ends.
+    std::vector<char> begins; ///< Whether the frame certainly contains speech.
 };
 
-/// What lies under the speech at each frame: the least energy around it. Zeros that were put in (a track that begins late, a
-/// gate) are not what lies under the rest.
+/// The background level at each frame: the minimum around it. Ignores inserted digital silence (a track that starts late,
+/// a gate), which is not the background of the rest.
 std::vector<float> floorOf(const std::vector<float>& raw)
 {
     constexpr std::size_t width = 8;
     constexpr float none = std::numeric_limits<float>::infinity();
-    constexpr float steady = 6; // Decibels: what stays so near its least is a background, and no dip of the speech,
-    constexpr std::size_t leastBackground = 40; // for so many frames beside something that stands out of it,
-    constexpr std::size_t alone = 200; // or for so many together: nobody holds a sound as long.
+    constexpr float steady = 6; // dB. Frames this close to the minimum are background rather than a dip in the speech
+    constexpr std::size_t minBackground = 40; // if there are this many beside something louder,
+    constexpr std::size_t alone = 200; // or this many in a row: nobody holds a sound that long.
     const auto level = smoothed(raw, width);
     auto result = extremes(level, surroundings, std::less<>());
 
@@ -97,29 +97,29 @@ std::vector<float> floorOf(const std::vector<float>& raw)
                 sounding.begin() + static_cast<std::ptrdiff_t>(end), none);
         }
     }
-    const auto least = extremes(sounding, surroundings, std::less<>());
-    const auto most = extremes(level, surroundings, std::greater<>());
+    const auto minima = extremes(sounding, surroundings, std::less<>());
+    const auto maxima = extremes(level, surroundings, std::greater<>());
     for (std::size_t i = 0; i < raw.size(); ++i) {
-        if (least[i] == none || least[i] <= result[i])
+        if (minima[i] == none || minima[i] <= result[i])
             continue;
-        const bool standsOut = most[i] >= least[i] + leastContrast;
+        const bool standsOut = maxima[i] >= minima[i] + minContrast;
         std::size_t background = 0;
         std::size_t run = 0;
         bool isBackground = false;
         const std::size_t end = std::min(raw.size(), i + surroundings + 1);
         for (std::size_t k = i - std::min(i, surroundings); k < end && !isBackground; ++k) {
-            const bool stays = sounding[k] <= least[i] + steady;
+            const bool stays = sounding[k] <= minima[i] + steady;
             run = stays ? run + 1 : 0;
             background += stays ? 1U : 0U;
-            isBackground = run >= alone || (standsOut && background >= leastBackground);
+            isBackground = run >= alone || (standsOut && background >= minBackground);
         }
         if (isBackground)
-            result[i] = least[i];
+            result[i] = minima[i];
     }
     return result;
 }
 
-Band analyse(const std::vector<float>& raw, const Margins& margins, float quietest)
+Band analyse(const std::vector<float>& raw, const Margins& margins, float minPeak)
 {
     Band band;
     band.level = smoothed(raw, 3);
@@ -129,7 +129,7 @@ Band analyse(const std::vector<float>& raw, const Margins& margins, float quiete
     band.begins.resize(raw.size());
     for (std::size_t i = 0; i < raw.size(); ++i) {
         band.lasts[i] = std::max(band.floor[i] + margins.lasts, band.peak[i] - range);
-        const bool speaks = band.peak[i] - band.floor[i] >= leastContrast && band.peak[i] >= quietest;
+        const bool speaks = band.peak[i] - band.floor[i] >= minContrast && band.peak[i] >= minPeak;
         if (!speaks)
             band.lasts[i] = std::numeric_limits<float>::infinity();
         band.begins[i] =
@@ -142,7 +142,7 @@ Band analyse(const std::vector<float>& raw, const Margins& margins, float quiete
 
 LoudnessMeter::Section LoudnessMeter::highPass(double frequency, double quality)
 {
-    // Coefficients of the bilinear transform of the second-order high pass.
+    // Bilinear transform of a second-order high-pass.
     const double w = 2 * std::numbers::pi * frequency / sampleRate;
     const double alpha = std::sin(w) / (2 * quality);
     const double a0 = 1 + alpha;
@@ -169,7 +169,7 @@ double LoudnessMeter::Section::operator()(double x) noexcept
 
 LoudnessMeter::LoudnessMeter()
 {
-    // Butterworth filters of the fourth order are two sections of these qualities.
+    // The Q factors of the two sections of a fourth-order Butterworth filter.
     constexpr double qualities[] = {0.541, 1.307};
     for (int i = 0; i < 2; ++i) {
         m_voiceHigh[i] = highPass(150, qualities[i]);
@@ -196,21 +196,21 @@ void LoudnessMeter::add(std::span<const float> samples)
 
 namespace {
 
-/// How a sound falls at its end.
+/// The decay at the end of a stretch.
 struct Fall {
-    float slope = 0; ///< Decibels a frame.
-    float level = 0; ///< Of the line at the last frame.
-    bool even = false; ///< Whether it falls in a straight line, as what a room adds does.
+    float slope = 0; ///< dB per frame.
+    float level = 0; ///< Of the fitted line at the last frame.
+    bool even = false; ///< Whether the decay is a straight line, as reverberation is.
 };
 
-constexpr std::size_t fitted = 10; ///< Frames that show how a sound falls.
+constexpr std::size_t fitted = 10; ///< Frames to which the line is fitted.
 
-/// The straight line through the last frames of a stretch, by least squares. What a room adds goes on until it is no longer
-/// heard: a stretch that breaks off before has no such end.
+/// Fits a line to the last frames of a stretch by least squares. Reverberation decays until it is inaudible; a stretch
+/// that ends abruptly has none.
 Fall fallOf(const Band& band, const Frames& stretch)
 {
-    constexpr float straight = 2; // Decibels that the frames lie away from the line, as a root mean square.
-    constexpr float brokenOff = 8; // Decibels above the threshold.
+    constexpr float straight = 2; // Root mean square deviation from the line, in dB.
+    constexpr float brokenOff = 8; // dB above the threshold.
     const auto& level = band.level;
     if (stretch.count() < fitted + 4 || level[stretch.end - 1] > band.lasts[stretch.end - 1] + brokenOff)
         return {};
@@ -234,16 +234,16 @@ Fall fallOf(const Band& band, const Frames& stretch)
     return {.slope = fall.slope, .level = fall.level, .even = residue < straight * straight};
 }
 
-/// How fast sound dies away in the room of a recording, in decibels a frame; 0 where nothing is heard of a room, which would
-/// let most stretches of speech end in the same way.
+/// The decay rate of the room, in dB per frame; 0 when no reverberation is detected, which would make most stretches end
+/// alike.
 float roomOf(const Band& band, const std::vector<Frames>& speech)
 {
-    constexpr float slowest = 0.5F; // A reverberation time of 1.2 seconds.
-    constexpr float fastest = 3; // Of 0.2 seconds: what falls faster costs no precision.
-    constexpr float alike = 0.4F; // Share by which falls of one room differ.
+    constexpr float minSlope = 0.5F; // A reverberation time of 1.2 seconds.
+    constexpr float maxSlope = 3; // 0.2 seconds; a faster decay costs no precision.
+    constexpr float alike = 0.4F; // Relative difference between decays of one room.
     std::vector<float> slopes;
     for (const auto& stretch : speech) {
-        if (const Fall fall = fallOf(band, stretch); fall.even && fall.slope > slowest && fall.slope < fastest)
+        if (const Fall fall = fallOf(band, stretch); fall.even && fall.slope > minSlope && fall.slope < maxSlope)
             slopes.push_back(fall.slope);
     }
     if (slopes.size() < 3)
@@ -255,29 +255,28 @@ float roomOf(const Band& band, const std::vector<Frames>& speech)
     return 5 * static_cast<std::size_t>(fitting) >= 2 * speech.size() ? room : 0;
 }
 
-/// Where a stretch ends without what the room adds: back along the line on which sound dies away there, to where the voice
-/// lies under it.
+/// The end of a stretch without reverberation: follows the decay line back to where the voice falls below it.
 std::size_t withoutTail(const Band& band, const Frames& stretch, float room)
 {
-    constexpr float under = 4; // Decibels.
+    constexpr float under = 4; // dB.
     const Fall fall = fallOf(band, stretch);
     if (!fall.even || fall.slope > 1.6F * room || fall.slope < 0.5F * room)
         return stretch.end;
     std::size_t at = stretch.end - fitted;
     float line = fall.level + room * static_cast<float>(fitted - 1);
-    while (at > stretch.begin + shortestSpeech && band.level[at] >= line - under) {
+    while (at > stretch.begin + minSpeech && band.level[at] >= line - under) {
         --at;
         line += room;
     }
-    // The line was as loud as the voice so much later.
+    // The decay line falls to the level of the voice this many frames later.
     return std::min(at + 1 + static_cast<std::size_t>(under / room), stretch.end);
 }
 
-/// Where each stretch ends as far as one band tells.
+/// Where each stretch ends, judging by one band.
 std::vector<std::size_t> endsIn(const Band& band, std::vector<Frames> speech)
 {
     for (auto& stretch : speech) {
-        while (stretch.count() > shortestSpeech && band.level[stretch.end - 1] <= band.lasts[stretch.end - 1])
+        while (stretch.count() > minSpeech && band.level[stretch.end - 1] <= band.lasts[stretch.end - 1])
             --stretch.end;
     }
     const float room = roomOf(band, speech);
@@ -291,15 +290,15 @@ std::vector<std::size_t> endsIn(const Band& band, std::vector<Frames> speech)
 
 bool isVoiced(std::span<const float> samples)
 {
-    constexpr std::size_t window = sampleRate / 25; // 40 ms: some periods of the lowest voice.
+    constexpr std::size_t window = sampleRate / 25; // 40 ms: several periods of the lowest voice.
     constexpr std::size_t step = sampleRate / 50;
-    constexpr std::size_t shortestPeriod = sampleRate / 400;
-    constexpr std::size_t longestPeriod = sampleRate / 70;
+    constexpr std::size_t minPeriod = sampleRate / 400;
+    constexpr std::size_t maxPeriod = sampleRate / 70;
     constexpr double alike =
-        0.55; // Of one period to the next. Noise is far below, a voice in noise of 10 dB less far above.
+        0.55; // Correlation of one period with the next. Noise is far below it, a voice with 10 dB less noise far above.
     constexpr double lasts =
-        0.1; // Share of the energy in each half of a window. A click rings like a voice, but not as long.
-    for (std::size_t at = 0; at + window + longestPeriod <= samples.size(); at += step) {
+        0.1; // Minimum share of the energy in each half of a window. A click rings like a voice, but more briefly.
+    for (std::size_t at = 0; at + window + maxPeriod <= samples.size(); at += step) {
         const auto product = [&](std::size_t one, std::size_t other) {
             return std::inner_product(samples.begin() + static_cast<std::ptrdiff_t>(at + one),
                 samples.begin() + static_cast<std::ptrdiff_t>(at + one + window),
@@ -310,7 +309,7 @@ bool isVoiced(std::span<const float> samples)
         const double share = std::inner_product(half.begin(), half.end(), half.begin(), 0.0) / std::max(energy, 1e-6);
         if (energy < 1e-6 || share < lasts || share > 1 - lasts)
             continue;
-        for (std::size_t period = shortestPeriod; period <= longestPeriod; ++period) {
+        for (std::size_t period = minPeriod; period <= maxPeriod; ++period) {
             const double common = product(0, period);
             if (common > 0 && common * common > alike * alike * energy * product(period, period))
                 return true;
@@ -322,8 +321,8 @@ bool isVoiced(std::span<const float> samples)
 std::vector<Frames> findSpeech(const Loudness& loudness)
 {
     const std::size_t count = loudness.frames();
-    const Band voice = analyse(loudness.voice, voiceMargins, leastLevel);
-    const Band hiss = analyse(loudness.hiss, hissMargins, leastLevel - 10);
+    const Band voice = analyse(loudness.voice, voiceMargins, minLevel);
+    const Band hiss = analyse(loudness.hiss, hissMargins, minLevel - 10);
     const auto sounds = [&](std::size_t i) { return voice.level[i] > voice.lasts[i] || hiss.level[i] > hiss.lasts[i]; };
 
     std::vector<Frames> sounding;
@@ -337,7 +336,7 @@ std::vector<Frames> findSpeech(const Loudness& loudness)
         for (; i < count && sounds(i); ++i)
             certain = certain || voice.begins[i] != 0 || hiss.begins[i] != 0;
         stretch.end = i;
-        // The smoothing reaches one frame beyond the sound.
+        // Smoothing extends a stretch by one frame.
         if (stretch.count() > 2 && loudness.voice[stretch.begin] <= voice.lasts[stretch.begin]
             && loudness.hiss[stretch.begin] <= hiss.lasts[stretch.begin])
             ++stretch.begin;
@@ -347,7 +346,7 @@ std::vector<Frames> findSpeech(const Loudness& loudness)
         if (certain)
             sounding.push_back(stretch);
     }
-    // What a room adds may reach over most of a pause.
+    // Reverberation may cover most of a pause.
     const auto voiceEnds = endsIn(voice, sounding);
     const auto hissEnds = endsIn(hiss, sounding);
     std::vector<Frames> found;
@@ -358,7 +357,7 @@ std::vector<Frames> findSpeech(const Loudness& loudness)
         else
             found.push_back(stretch);
     }
-    std::erase_if(found, [](const Frames& stretch) { return stretch.count() < shortestSpeech; });
+    std::erase_if(found, [](const Frames& stretch) { return stretch.count() < minSpeech; });
     return found;
 }
 

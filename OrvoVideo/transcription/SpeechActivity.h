@@ -3,30 +3,30 @@
 #include <span>
 #include <vector>
 
-/// Where somebody speaks, told by the energy of the sound alone.
+/// Detects speech from the energy of the audio alone.
 namespace orvo::speech {
 
-/// What speech recognition works on: one channel at this rate.
+/// Sample rate of speech recognition, which is mono.
 inline constexpr int sampleRate = 16'000;
 
-/// Samples in a frame of the analysis: 10 ms.
+/// Samples per frame of the analysis: 10 ms.
 inline constexpr int frameSize = 160;
 inline constexpr double frameSeconds = static_cast<double>(frameSize) / sampleRate;
 
-/// The energy of a sound, frame by frame, in two bands: that of the voice and that of the sibilants above it.
+/// The energy of audio per frame, in two bands: the voice, and the sibilants above it.
 struct Loudness {
-    std::vector<float> voice; ///< Decibels of full scale, 150 to 3,500 Hz.
-    std::vector<float> hiss; ///< Decibels of full scale, above 3,500 Hz.
+    std::vector<float> voice; ///< dBFS, 150 to 3,500 Hz.
+    std::vector<float> hiss; ///< dBFS, above 3,500 Hz.
 
     std::size_t frames() const noexcept { return voice.size(); }
 };
 
-/// Measures a sound that comes in pieces.
+/// Measures audio that arrives in blocks.
 class LoudnessMeter {
 public:
     LoudnessMeter();
 
-    /// `samples` in -1..1.
+    /// `samples` are in −1..1.
     void add(std::span<const float> samples);
 
     const Loudness& result() const noexcept { return m_loudness; }
@@ -50,7 +50,7 @@ private:
     Loudness m_loudness;
 };
 
-/// A stretch of frames: first and past the last.
+/// A range of frames: the first, and one past the last.
 struct Frames {
     std::size_t begin = 0;
     std::size_t end = 0;
@@ -61,16 +61,16 @@ struct Frames {
     friend bool operator==(const Frames&, const Frames&) = default;
 };
 
-/// A silence at least this long parts two stretches of speech; no word goes on over it. Frames.
+/// Minimum silence between two stretches of speech, in frames. No word spans it.
 inline constexpr std::size_t partingSilence = 18;
 
-/// The stretches in which there is speech, in order and disjoint, with silences of `partingSilence` or more between them.
+/// The stretches of speech, in order and disjoint, at least `partingSilence` apart.
 ///
-/// What counts is how far the sound stands out of what lies under it at that time, so that hum, noise and quiet music do not
-/// hide the pauses; what a room adds behind the last sound is taken off. A sound that does not change is no speech.
+/// Compares the level with the background level at that time, so that hum, noise and quiet music do not hide pauses.
+/// Removes the reverberation at the end of a stretch. Constant audio is not speech.
 std::vector<Frames> findSpeech(const Loudness& loudness);
 
-/// Whether somewhere in a sound a voice vibrates, as in every vowel. A breath, a hiss or a key does not.
+/// Whether any part of the audio is voiced, as in every vowel. Breaths, hisses and key clicks are not.
 bool isVoiced(std::span<const float> samples);
 
 } // namespace orvo::speech

@@ -7,27 +7,27 @@ namespace orvo::speech {
 
 namespace {
 
-constexpr std::size_t keptBeside = 40; ///< Frames of silence that stay before and after speech.
-constexpr std::size_t longest =
-    1'200; ///< Frames in a chunk: less than half of what the recogniser could hear, for a quarter of the memory.
-constexpr std::size_t longestSpeech = longest - 2 * keptBeside; ///< Frames in a stretch.
-constexpr double leastFilled = 0.6; ///< Share of a chunk behind which the longest silence is looked for.
+constexpr std::size_t keptBeside = 40; ///< Frames of silence kept before and after speech.
+constexpr std::size_t maxFrames =
+    1'200; ///< Frames per chunk. Less than half of what the recogniser accepts, for a quarter of the memory.
+constexpr std::size_t maxSpeech = maxFrames - 2 * keptBeside; ///< Frames per stretch.
+constexpr double minFilled = 0.6; ///< Share of a chunk after which its end is placed in the longest silence.
 
 std::size_t keptOf(std::size_t silence)
 {
     return std::min(silence, 2 * keptBeside);
 }
 
-/// Stretches that are too long, parted at the quietest place in the second half of what fits.
+/// Splits overlong stretches at the quietest place in the second half of the maximum length.
 std::vector<Frames> withoutOverlong(const std::vector<Frames>& speech, const Loudness& loudness)
 {
     constexpr std::size_t width = 8;
     std::vector<Frames> result;
     for (Frames rest : speech) {
-        while (rest.count() > longestSpeech) {
-            std::size_t best = rest.begin + longestSpeech;
+        while (rest.count() > maxSpeech) {
+            std::size_t best = rest.begin + maxSpeech;
             float quietest = 1000;
-            for (std::size_t i = rest.begin + longestSpeech / 2; i + width < rest.begin + longestSpeech; ++i) {
+            for (std::size_t i = rest.begin + maxSpeech / 2; i + width < rest.begin + maxSpeech; ++i) {
                 float loud = -1000;
                 for (std::size_t k = 0; k < width; ++k)
                     loud = std::max({loud, loudness.voice[i + k], loudness.hiss[i + k]});
@@ -95,19 +95,19 @@ std::vector<Chunk> makeChunks(const std::vector<Frames>& speech, const Loudness&
     std::vector<Chunk> chunks;
     std::size_t first = 0;
     while (first < stretches.size()) {
-        // As many stretches as fit, and of the silences between the later ones the longest.
+        // Takes as many stretches as fit, then ends at the longest of the later silences.
         std::size_t length = 2 * keptBeside + stretches[first].count();
         std::size_t next = first + 1;
         std::size_t best = 0;
         std::size_t bestSilence = 0;
         for (; next < stretches.size(); ++next) {
             const std::size_t silence = stretches[next].begin - stretches[next - 1].end;
-            if (static_cast<double>(length) >= leastFilled * longest && silence >= bestSilence) {
+            if (static_cast<double>(length) >= minFilled * maxFrames && silence >= bestSilence) {
                 best = next;
                 bestSilence = silence;
             }
             const std::size_t longer = length + keptOf(silence) + stretches[next].count();
-            if (longer > longest)
+            if (longer > maxFrames)
                 break;
             length = longer;
         }

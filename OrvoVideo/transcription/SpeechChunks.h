@@ -6,36 +6,35 @@
 
 namespace orvo::speech {
 
-/// What is given to the recogniser at a time: stretches of speech and the silence around them, of which what is longer than
-/// anybody needs is left out.
+/// The audio for one run of the recogniser: stretches of speech and the silence around them, with long silences
+/// shortened.
 class Chunk {
 public:
-    /// A piece of the sound as it is, in samples.
+    /// A contiguous piece of the recording, in samples.
     struct Piece {
         std::size_t from = 0; ///< In the recording.
         std::size_t count = 0;
         std::size_t at = 0; ///< In the chunk.
     };
 
-    /// For stretches of speech, at least one, of a recording with so many samples. What is said before and after `room` is
-    /// not in it; but where no silence parts it from the chunk, a little of it is heard on, so that no word is heard in
-    /// halves.
+    /// `speech` are one or more stretches in a recording of `samples` samples. The chunk excludes what is said outside
+    /// `room`, except for a short overlap where no silence separates it, so that no word is cut in half.
     Chunk(std::vector<Frames> speech, Frames room, std::size_t samples);
 
     const std::vector<Frames>& speech() const noexcept { return m_speech; }
     Frames room() const noexcept { return m_room; }
     const std::vector<Piece>& pieces() const noexcept { return m_pieces; }
 
-    /// Whether the sound goes on without a silence before and behind the chunk.
+    /// Whether the audio continues without a silence before or after the chunk.
     bool goesOnBefore() const noexcept { return m_room.begin == m_speech.front().begin && m_room.begin > 0; }
     bool goesOnBehind() const noexcept { return m_room.end == m_speech.back().end; }
 
     /// Length in samples.
     std::size_t size() const noexcept { return m_pieces.back().at + m_pieces.back().count; }
 
-    /// Where a moment of the chunk lies in the recording. Seconds.
+    /// Converts a time in the chunk to one in the recording. Seconds.
     double inRecording(double seconds) const;
-    /// Where a moment of the recording lies in the chunk; one that was left out, where it would be. Seconds.
+    /// Converts a time in the recording to one in the chunk, interpolating times that were left out. Seconds.
     double inChunk(double seconds) const;
 
 private:
@@ -44,8 +43,8 @@ private:
     std::vector<Piece> m_pieces;
 };
 
-/// Parts a recording into chunks that the recogniser takes whole, at its longest silences. `loudness` says where a stretch
-/// that is too long by itself is parted: where it is quietest.
+/// Splits a recording into chunks for the recogniser, at the longest silences. A stretch that is too long is split where
+/// `loudness` is lowest.
 std::vector<Chunk> makeChunks(const std::vector<Frames>& speech, const Loudness& loudness, std::size_t samples);
 
 } // namespace orvo::speech

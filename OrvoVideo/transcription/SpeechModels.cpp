@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The publisher's files with the sizes and hashes that it lists.
+/// The publisher's files, with their sizes and hashes.
 const std::array<SpeechModel, 3>& entries()
 {
     static const std::string publisher = "https://huggingface.co/ggerganov/whisper.cpp/resolve/main/";
@@ -42,7 +42,7 @@ const std::array<SpeechModel, 3>& entries()
     return models;
 }
 
-/// Names of users' own models become part of a file's name.
+/// A valid name, which becomes part of a file name.
 bool isName(std::string_view name)
 {
     return !name.empty() && !name.starts_with('.') && !name.contains('/');
@@ -88,7 +88,7 @@ std::optional<fs::path> installed(std::string_view name)
     const std::string file = model ? model->file : std::format("ggml-{}.bin", name);
     for (const auto& place : folders()) {
         std::error_code ignored;
-        // One that is cut short, or another of the same name, hides none that is whole.
+        // A truncated or different file of this name must not hide a complete one.
         const bool whole = !model || fs::file_size(place / file, ignored) == model->size;
         if (whole && fs::is_regular_file(place / file, ignored))
             return place / file;

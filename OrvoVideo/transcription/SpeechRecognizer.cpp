@@ -19,7 +19,7 @@ using namespace speech;
 
 namespace {
 
-/// Says to the recogniser that hesitations are written down as they are spoken.
+/// A prompt with hesitations, so that the recogniser transcribes them.
 std::string promptFor(std::string_view language)
 {
     return language == "es" ? "Eh, bueno, vamos a ver. Mmm, sí." : "Um, well, let us see. Mmm, yes.";
@@ -40,13 +40,13 @@ Loudness measure(WaveReader& wave, const std::stop_token& stop)
     return meter.result();
 }
 
-/// The stretches in which a voice can be heard, long enough for a word: not the breaths, the keys and the chairs.
+/// The stretches that contain a voice and are long enough for a word; drops breaths, key clicks and chairs.
 std::vector<Frames> voicedOf(std::vector<Frames> stretches, WaveReader& wave)
 {
-    constexpr std::size_t shortest = 10; // Frames.
-    constexpr std::size_t enough = 300; // In so many there are vowels.
+    constexpr std::size_t minFrames = 10;
+    constexpr std::size_t enough = 300; // So many frames of speech contain vowels.
     std::erase_if(stretches, [&](const Frames& stretch) {
-        if (stretch.count() < shortest)
+        if (stretch.count() < minFrames)
             return true;
         const std::size_t begin = stretch.begin * frameSize;
         std::vector<float> samples(std::min(std::min(stretch.count(), enough) * frameSize, wave.size() - begin));
@@ -73,7 +73,7 @@ public:
     void add(const Chunk& chunk)
     {
         auto words = wordsIn(chunk);
-        // What the recogniser has left out, it is asked for again alone.
+        // Asks again, separately, for stretches without words.
         for (const auto& rest : withoutWords(chunk, words))
             std::ranges::move(wordsAloneIn(rest), std::back_inserter(words));
         std::ranges::stable_sort(words, {}, &TranscriptWord::start);
@@ -91,11 +91,11 @@ private:
         return samples;
     }
 
-    /// What is heard, at the most careful several times: a little silence before it lets the recogniser hear the same sound
-    /// differently, and what it is surest of is most often right.
+    /// Recognises a chunk. In careful mode, tries again with a short lead of silence, which changes what the recogniser
+    /// hears, and keeps the most certain result.
     Whisper::Answer heardIn(const Chunk& chunk, const std::vector<float>& samples, float temperature)
     {
-        constexpr double sure = -0.5; // In the mean, e to the power of this: three of five.
+        constexpr double sure = -0.5; // Mean log probability: about three in five per token.
         auto best = heardIn(chunk, samples, temperature, 0);
         if (m_decoding == SpeechRecognizer::Decoding::quick || temperature > 0)
             return best;
@@ -114,7 +114,7 @@ private:
     {
         auto heard = m_whisper.recognise(samples,
             {.language = m_language, .prompt = promptFor(m_language), .temperature = temperature, .lead = lead}, m_stop);
-        // Where the sound goes on without a silence, a word belongs to the side on which it ends.
+        // Where the audio continues without a silence, a word belongs to the side on which it ends.
         constexpr double close = 0.03;
         const double begin = chunk.inChunk(chunk.speech().front().startSeconds()) + close;
         const double end = chunk.inChunk(chunk.speech().back().endSeconds()) + close;
@@ -128,8 +128,8 @@ private:
     {
         const auto samples = soundOf(chunk);
         std::vector<TranscriptWord> placed;
-        // What was said before is not told: a recogniser that gets caught in a phrase would stay caught. It says more then
-        // than anybody could in that time, and is tried more freely.
+        // The recogniser does not get its earlier text: once in a loop, it would stay there. A loop yields more words
+        // than anybody could say in the time, and is retried at a higher temperature.
         for (const float temperature : {0.0F, 0.4F, 0.8F}) {
             const auto heard = heardIn(chunk, samples, temperature);
             bool sayable = true;
@@ -142,7 +142,7 @@ private:
 
     std::vector<TranscriptWord> wordsAloneIn(const Chunk& chunk)
     {
-        constexpr float leastProbability = 0.1F; // In the mean: what is less is made up from noise.
+        constexpr float minProbability = 0.1F; // Mean probability below which words are made up from noise.
         const auto heard = heardIn(chunk, soundOf(chunk), 0);
         float sum = 0;
         for (const auto& word : heard.words)
@@ -150,12 +150,12 @@ private:
         bool sayable = true;
         auto placed = placedIn(chunk, heard.words, sayable);
         if ((!(heard.complete && sayable) && repeatsItself(heard.words))
-            || sum < leastProbability * static_cast<float>(heard.words.size()))
+            || sum < minProbability * static_cast<float>(heard.words.size()))
             placed.clear();
         return placed;
     }
 
-    /// The stretches of a chunk that no word lies in: those that are neighbours together.
+    /// The stretches of a chunk without words; adjacent ones form one chunk.
     std::vector<Chunk> withoutWords(const Chunk& chunk, const std::vector<TranscriptWord>& words) const
     {
         std::vector<Chunk> result;
@@ -180,8 +180,8 @@ private:
         return result;
     }
 
-    /// The words where they are spoken, but for those that nobody could have said in the time of their stretch; `sayable`
-    /// tells whether there are none of these.
+    /// Places the words, without those that nobody could say in the time of their stretch; `sayable` is false if there
+    /// were any.
     static std::vector<TranscriptWord> placedIn(const Chunk& chunk, std::vector<HeardWord> heard, bool& sayable)
     {
         std::vector<Interval> stretches;
@@ -207,14 +207,14 @@ private:
 
     static bool canBeSaid(Placed first, Placed last, const Interval& stretch)
     {
-        constexpr double fastest = 0.075; // Seconds a syllable: thirteen a second.
+        constexpr double minSecondsPerSyllable = 0.075; // Thirteen syllables per second.
         double asked = 0;
         for (auto word = first; word != last; ++word)
-            asked += syllables(word->word.text) * fastest;
+            asked += syllables(word->word.text) * minSecondsPerSyllable;
         return asked <= stretch.end - stretch.start;
     }
 
-    /// Adds the words of one stretch. Hesitations that are all there is in it are one, in its usual spelling.
+    /// Adds the words of one stretch. If it contains only hesitations, adds one, in its usual spelling.
     static void append(const Chunk& chunk, Placed first, Placed last, std::vector<TranscriptWord>& result)
     {
         const auto usual = asHesitation(first->word.text);

@@ -14,28 +14,28 @@
 
 namespace orvo {
 
-/// Recognises speech on the machine itself, word by word.
+/// Recognises speech on this machine, word by word.
 class SpeechRecognizer {
 public:
-    /// How hard it listens.
+    /// The effort of the recognition.
     enum class Decoding : std::uint8_t {
-        quick, ///< Once.
-        careful ///< Up to three times where it is not sure, of which the surest counts: up to three times as long.
+        quick, ///< One pass.
+        careful ///< Up to three passes where the result is uncertain, keeping the most certain one. Takes up to three
+                ///< times as long.
     };
 
-    /// The language that a locale identifier ("es-ES", "en-US") asks for, as the recogniser names it; nothing for one that
-    /// it does not offer.
+    /// The recogniser's language for a locale identifier ("es-ES", "en-US"); nullopt if unsupported.
     static std::optional<std::string> supportedLanguage(std::string_view locale);
 
-    /// Reads the model. Throws `captureError` with a text for the user when it is damaged or none.
+    /// Loads the model. Throws `captureError` with a text for the user when it is damaged or not a model.
     SpeechRecognizer(const std::filesystem::path& model, std::string language, Decoding decoding);
 
-    /// The words spoken in a wave file of one channel at 16 kHz, in time order and disjoint. Each begins and ends where its
-    /// sound does. Nothing is made up where nobody speaks.
+    /// The words in a mono wave file at 16 kHz, in time order and disjoint, each with the time of its audio. Returns no
+    /// words where nobody speaks.
     ///
-    /// Blocks; reads the file piece by piece, so that its length costs no memory. `progress` receives the share of the
-    /// speech that is done. Throws `captureError` for another file or when the recognition fails, file system errors
-    /// unchanged, and `Cancelled`.
+    /// Blocks. Reads the file in blocks, so memory does not grow with its length. `progress` receives the fraction of the
+    /// speech done. Throws `captureError` for an unsupported file or a failed recognition, file system errors unchanged,
+    /// and `Cancelled`.
     std::vector<TranscriptWord> recognise(
         const std::filesystem::path& wave, const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 

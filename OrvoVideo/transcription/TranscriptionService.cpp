@@ -34,7 +34,7 @@ namespace orvo::TranscriptionService {
 
 namespace {
 
-constexpr double downloadShare = 0.4; ///< Of the progress, when the model has to be downloaded.
+constexpr double downloadShare = 0.4; ///< Share of the progress for the download of a model.
 
 ProgressCallback part(const ProgressCallback& progress, double from, double to)
 {

@@ -13,30 +13,30 @@
 
 namespace orvo {
 
-/// How speech is recognised, as the user has chosen it.
+/// The user's choices for speech recognition.
 struct TranscriptionOptions {
-    std::string model; ///< A name that `SpeechModels` knows.
+    std::string model; ///< A name known to `SpeechModels`.
     SpeechRecognizer::Decoding decoding = SpeechRecognizer::Decoding::quick;
 };
 
-/// Recognises what is spoken in a sound file. Stateless; usable from any thread.
+/// Recognises the speech in an audio file. Stateless, thread-safe.
 namespace TranscriptionService {
 
-/// The words spoken in a wave file of one channel at 16 kHz, in time order. The model is downloaded when it is not there.
+/// The words in a mono wave file at 16 kHz, in time order. Downloads the model if it is missing.
 ///
-/// Blocks; `progress` receives the share that is done. Throws `captureError` with "La transcripción local no admite este
-/// idioma en este Mac." for a locale that is not offered, before anything is downloaded; what `SpeechModels::require` and
+/// Blocks; `progress` receives the fraction done. Throws `captureError` with "La transcripción local no admite este
+/// idioma en este Mac." for an unsupported locale, before any download; what `SpeechModels::require` and
 /// `SpeechRecognizer` throw, and `Cancelled`.
 std::vector<TranscriptWord> transcribe(const std::filesystem::path& file, std::string_view locale,
     const TranscriptionOptions& options, const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 
 } // namespace TranscriptionService
 
-/// The sound that a transcription works on, in the project's folder; gone again when the object goes.
+/// The temporary audio file of a transcription, in the project's folder. Removed by the destructor.
 class TranscriptionFile {
 public:
-    /// Makes it, empty. Throws `captureError` while another program transcribes the same project, file system errors
-    /// unchanged.
+    /// Creates the file, empty. Throws `captureError` while another program transcribes the project, and file system
+    /// errors unchanged.
     explicit TranscriptionFile(const std::filesystem::path& projectFolder);
     ~TranscriptionFile();
     TranscriptionFile(const TranscriptionFile&) = delete;
@@ -46,7 +46,7 @@ public:
 
 private:
     std::filesystem::path m_path;
-    FileLock m_lock; ///< On the file, for as long as it is in use.
+    FileLock m_lock; ///< On the file, while in use.
 };
 
 } // namespace orvo

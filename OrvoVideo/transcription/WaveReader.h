@@ -7,16 +7,16 @@
 
 namespace orvo::speech {
 
-/// Reads a wave file of one channel of 16-bit samples at `sampleRate`, piece by piece.
+/// Reads a mono wave file with 16-bit samples at `sampleRate` in blocks.
 class WaveReader {
 public:
-    /// Throws `captureError` for any other file, file system errors unchanged.
+    /// Throws `captureError` for any other format, and file system errors unchanged.
     explicit WaveReader(const std::filesystem::path& file);
 
     /// Samples in the file.
     std::size_t size() const noexcept { return m_size; }
 
-    /// Reads the samples from `first` on, which must be there. Throws `captureError` when they are not.
+    /// Reads the samples from `first`. Throws `captureError` when the file ends before.
     void read(std::size_t first, std::span<float> samples);
 
 private:

@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// What the beginning of a model file says.
+/// The header of a model file.
 struct Header {
     static constexpr std::uint32_t ggml = 0x67676d6c;
 
@@ -35,7 +35,7 @@ struct Header {
     std::int32_t bands = 0, type = 0;
 };
 
-/// Models of one language have one entry less.
+/// English-only models have one entry less.
 constexpr std::int32_t vocabularyOfManyLanguages = 51'865;
 
 std::optional<Header> readHeader(const fs::path& model)
@@ -51,7 +51,7 @@ std::optional<Header> readHeader(const fs::path& model)
     return header;
 }
 
-/// The attention heads that follow the sound word by word, which differ between the models.
+/// The attention heads that follow the audio word by word; they differ between models.
 whisper_alignment_heads_preset alignmentHeads(const Header& header)
 {
     const auto has = [&](std::int32_t audio, std::int32_t text) {
@@ -67,7 +67,7 @@ whisper_alignment_heads_preset alignmentHeads(const Header& header)
         return WHISPER_AHEADS_MEDIUM;
     if (has(32, 4))
         return WHISPER_AHEADS_LARGE_V3_TURBO;
-    return WHISPER_AHEADS_N_TOP_MOST; // Those of the upper half, for a model that is not known.
+    return WHISPER_AHEADS_N_TOP_MOST; // The upper half of the heads, for an unknown model.
 }
 
 void keepQuiet(ggml_log_level, const char*, void*) { }
@@ -84,7 +84,7 @@ std::string trimmed(const std::string& text)
     return begin < end ? std::string(begin, end) : std::string();
 }
 
-/// A text without bytes that are no UTF-8: the parts of a word are pieces of bytes, and the last of a letter may be missing.
+/// Removes invalid UTF-8: tokens are byte sequences and may end within a character.
 std::string valid(std::string_view text)
 {
     std::string result;
@@ -100,7 +100,7 @@ std::string valid(std::string_view text)
     return result;
 }
 
-/// Whether there is a letter or a digit in a word; bytes beyond ASCII count as letters, but for the opening marks.
+/// Whether a text has letters or digits. Non-ASCII characters count as letters, except opening punctuation.
 bool isSpoken(const std::string& text)
 {
     std::string_view rest = text;
@@ -126,19 +126,18 @@ bool isDash(const std::string& text)
     return text == "-" || text == "–" || text == "—";
 }
 
-/// How many of the model's positions, of 20 ms each, a sound needs: what is not attended to costs neither time nor memory.
+/// The number of encoder positions (20 ms each) for the audio. Unused ones would cost time and memory.
 int attended(std::size_t samples)
 {
-    constexpr int all = 1'500;
-    constexpr int fewest = 640; // With less it makes up words behind the last.
+    constexpr int maxPositions = 1'500;
+    constexpr int minPositions = 640; // With fewer, the model adds invented words after the last.
     constexpr double silenceBehind = 2; // Seconds, for the same reason.
     constexpr double positionsPerSecond = 50;
     const double seconds = static_cast<double>(samples) / sampleRate + silenceBehind;
-    return std::clamp(static_cast<int>(std::ceil(seconds * positionsPerSecond / 64)) * 64, fewest, all);
+    return std::clamp(static_cast<int>(std::ceil(seconds * positionsPerSecond / 64)) * 64, minPositions, maxPositions);
 }
 
-/// How many parts of words can be said in a sound: a recogniser that is caught in a phrase goes on to several hundred, and
-/// takes memory for each.
+/// The maximum number of tokens in the audio. A recogniser in a loop emits several hundred, each of which takes memory.
 int sayable(std::size_t samples)
 {
     constexpr std::size_t perSecond = 6; // Calm speech has three, fast speech five.
@@ -146,16 +145,16 @@ int sayable(std::size_t samples)
     return static_cast<int>(always + samples * perSecond / sampleRate);
 }
 
-/// Whether what was recognised is more than calm speech has and ends with the same phrase over and over.
+/// Whether the tokens exceed calm speech and end with a repeated phrase.
 bool isCaught(std::span<const whisper_token_data> parts, int sayable)
 {
-    constexpr std::size_t longestPhrase = 20; // Parts.
-    constexpr std::size_t fewestTimes = 3;
-    constexpr std::size_t fewestParts = 12; // In all: a number has the same three digits more than once.
+    constexpr std::size_t maxPhrase = 20; // Tokens.
+    constexpr std::size_t minTimes = 3;
+    constexpr std::size_t minParts = 12; // In total: a number may contain the same three digits more than once.
     if (3 * parts.size() <= 2 * static_cast<std::size_t>(sayable))
         return false;
-    for (std::size_t length = 1; length <= longestPhrase; ++length) {
-        const std::size_t looked = std::max(length * fewestTimes, fewestParts);
+    for (std::size_t length = 1; length <= maxPhrase; ++length) {
+        const std::size_t looked = std::max(length * minTimes, minParts);
         if (looked > parts.size())
             return false;
         const auto end = parts.last(looked);
@@ -166,7 +165,7 @@ bool isCaught(std::span<const whisper_token_data> parts, int sayable)
     return false;
 }
 
-/// Ends what is caught, before it takes more time and memory; called before each part is chosen.
+/// Stops a loop before it takes more time and memory. Called before each token is chosen.
 void endWhatIsCaught(
     whisper_context* context, whisper_state*, const whisper_token_data* parts, int count, float* logits, void* sayable)
 {
@@ -187,21 +186,21 @@ Whisper::Whisper(const fs::path& model)
     : m_threads(static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 8U)))
 {
     whisper_log_set(keepQuiet, nullptr);
-    constexpr std::uintmax_t smallest = 15'000'000; // Bytes: what is less would be loaded and recognise nothing.
-    const auto header = fs::file_size(model) >= smallest ? readHeader(model) : std::nullopt;
+    constexpr std::uintmax_t minBytes = 15'000'000; // A smaller file would load and recognise nothing.
+    const auto header = fs::file_size(model) >= minBytes ? readHeader(model) : std::nullopt;
     if (header && header->vocabulary < vocabularyOfManyLanguages)
         throw captureError(std::format("El modelo «{}» solo reconoce inglés.", model.filename().string()));
     if (header) {
         auto parameters = whisper_context_default_params();
         parameters.use_gpu = false;
-        parameters.flash_attn = false; // It would leave no attention to take the times from.
+        parameters.flash_attn = false; // It would not compute the attention from which the times come.
         parameters.dtw_token_timestamps = true;
         parameters.dtw_aheads_preset = alignmentHeads(*header);
         parameters.dtw_n_top = std::max(1, header->textLayers / 2);
         try {
             m_context.reset(whisper_init_from_file_with_params(model.c_str(), parameters));
         } catch (const std::exception&) {
-            // Told below, like every other model that cannot be read.
+            // Reported below, like any other unreadable model.
         }
     }
     if (!m_context) {
@@ -214,7 +213,7 @@ Whisper::~Whisper() = default;
 
 Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request& request, const std::stop_token& stop)
 {
-    // One wording at a time: several would each want a memory of their own.
+    // A single decoder: several would each need their own memory.
     auto parameters = whisper_full_default_params(WHISPER_SAMPLING_GREEDY);
     parameters.n_threads = m_threads;
     parameters.audio_ctx = attended(samples.size());
@@ -230,9 +229,9 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
     parameters.logits_filter_callback = endWhatIsCaught;
     parameters.logits_filter_callback_user_data = &parameters.max_tokens;
     parameters.temperature = request.temperature;
-    parameters.temperature_inc = 0; // Who asks decides whether it is tried again.
+    parameters.temperature_inc = 0; // The caller decides about a retry.
     parameters.greedy.best_of = 1;
-    std::stop_token asked = stop; // The library wants an address that it could write to.
+    std::stop_token asked = stop; // The library takes a non-const pointer.
     parameters.abort_callback = [](void* token) { return static_cast<const std::stop_token*>(token)->stop_requested(); };
     parameters.abort_callback_user_data = &asked;
 
@@ -240,7 +239,7 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
     if (request.lead > 0 || samples.size() < sampleRate) {
         padded.resize(static_cast<std::size_t>(request.lead * sampleRate), 0);
         padded.insert(padded.end(), samples.begin(), samples.end());
-        // The alignment ends the program for less than some frames of sound.
+        // The alignment aborts the program for less than a few frames of audio.
         padded.resize(std::max<std::size_t>(padded.size(), sampleRate), 0);
         samples = padded;
     }
@@ -262,11 +261,11 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
             parts.push_back(data);
             certainty += static_cast<double>(data.plog);
             const std::string text = whisper_full_get_token_text(m_context.get(), segment, token);
-            // A segment goes on in the middle of a word only after an apostrophe or the like.
+            // A segment continues a word only after an apostrophe or similar.
             if (words.empty() || text.starts_with(' '))
                 words.push_back({.probability = 1});
             words.back().text += text;
-            // The attention goes on from a part of a word when it is over; marks are not spoken.
+            // The attention moves on when a token has been spoken; punctuation is not spoken.
             if (isSpoken(text)) {
                 words.back().end = std::max(static_cast<double>(data.t_dtw) / 100 - request.lead, 0.0);
                 words.back().probability = std::min(words.back().probability, data.p);
@@ -274,7 +273,7 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
         }
     }
 
-    // Marks that stand alone belong to the word before them.
+    // Separate punctuation belongs to the word before it.
     Answer result;
     for (auto& word : words) {
         word.text = trimmed(valid(word.text));

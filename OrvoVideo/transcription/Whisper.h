@@ -11,17 +11,17 @@ struct whisper_context;
 
 namespace orvo::speech {
 
-/// A word as the recogniser heard it, with the punctuation that follows it.
+/// A recognised word, with the punctuation after it.
 struct HeardWord {
     std::string text;
-    double end = 0; ///< Seconds in the given sound: about where it ends.
-    float probability = 0; ///< Of its least probable part, 0..1.
+    double end = 0; ///< Approximate end, in seconds of the given audio.
+    float probability = 0; ///< Of its least probable token, 0..1.
 };
 
-/// A speech model in memory. Not for two threads at once.
+/// A speech model in memory. One thread at a time.
 class Whisper {
 public:
-    /// Reads a model. Throws `captureError` with a text for the user when the file is none that recognises Spanish and
+    /// Loads a model. Throws `captureError` with a text for the user when the file is not a model for Spanish and
     /// English.
     explicit Whisper(const std::filesystem::path& model);
     ~Whisper();
@@ -30,20 +30,20 @@ public:
 
     struct Request {
         std::string language; ///< "es" or "en".
-        std::string prompt; ///< Text in whose manner it goes on.
-        float temperature = 0; ///< At 0 the likeliest word follows; above, it is drawn by lot.
-        double lead = 0; ///< Seconds of silence before the sound: enough for it to be heard a little differently.
+        std::string prompt; ///< Text whose style the recognition continues.
+        float temperature = 0; ///< 0 selects the most probable token; above, tokens are sampled.
+        double lead = 0; ///< Seconds of silence before the audio, which changes slightly what the model hears.
     };
 
     struct Answer {
         std::vector<HeardWord> words; ///< In order.
-        bool complete = true; ///< False for one that was ended: caught in a phrase, or more than can be said in that time.
-        double certainty = 0; ///< Mean natural logarithm of the probabilities of its parts: 0 at best.
+        bool complete = true; ///< False if it was aborted: in a loop, or more than can be said in the time.
+        double certainty = 0; ///< Mean log probability of its tokens; 0 is best.
     };
 
-    /// The words in at most 30 seconds of sound at `sampleRate`.
+    /// The words in at most 30 seconds of audio at `sampleRate`.
     ///
-    /// Blocks. Throws `Cancelled` when `stop` is requested, `captureError` when the recognition fails.
+    /// Blocks. Throws `captureError` when the recognition fails, and `Cancelled`.
     Answer recognise(std::span<const float> samples, const Request& request, const std::stop_token& stop);
 
 private:

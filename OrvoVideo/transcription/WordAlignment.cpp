@@ -12,10 +12,10 @@ namespace orvo::speech {
 
 namespace {
 
-constexpr double nearby = 0.3; ///< Seconds that a word may be from where it was heard and cost 1.
-constexpr double tempoWeight = 1.0; ///< What a stretch twice as long (or half) as its words ask for costs, about halved.
-constexpr double unspokenCost = 2.0; ///< Of a second of speech without a word.
-constexpr double shortestWord = 0.04; ///< Seconds.
+constexpr double nearby = 0.3; ///< A word this many seconds from where it was heard costs 1.
+constexpr double tempoWeight = 1.0; ///< Cost of a stretch twice or half as long as its words.
+constexpr double unspokenCost = 2.0; ///< Cost per second of speech without words.
+constexpr double minWordDuration = 0.04; ///< Seconds.
 
 class Placement {
 public:
@@ -49,10 +49,10 @@ public:
 private:
     double heardEnd(std::size_t word) const { return m_words[word].end; }
 
-    /// How long the words from `first` to before `last` take to say.
+    /// The expected duration of the words [first, last).
     double asked(std::size_t first, std::size_t last) const { return (m_syllables[last] - m_syllables[first]) * m_tempo; }
 
-    /// What it costs to have the words from `first` to before `last` in a stretch.
+    /// The cost of placing the words [first, last) in a stretch.
     double cost(std::size_t stretch, std::size_t first, std::size_t last) const
     {
         const auto& [start, end] = m_stretches[stretch];
@@ -61,8 +61,8 @@ private:
             return unspokenCost * std::min(length, 3.0);
         double total = 0;
         for (std::size_t i = first; i < last; ++i) {
-            // The attention may stay with a word through the pause behind it: what counts is that the word finds room in the
-            // stretch while it is attended to.
+            // The attention may stay on a word through the pause after it. So the word must only find room in the stretch
+            // during the time in which it has the attention.
             const double from = i == 0 ? heardEnd(0) - asked(0, 1) : heardEnd(i - 1);
             const double to = std::max(from, heardEnd(i));
             const double apart = std::max({0.0, start - to, from - end});
@@ -71,20 +71,20 @@ private:
             const double away = (apart + lacking) / nearby;
             total += std::min(away * away, 9.0);
         }
-        // A hesitation lasts as long as it likes.
+        // A hesitation may have any duration.
         const double ratio = std::log2(length / asked(first, last));
         if (ratio > 0 && m_hesitations[last] - m_hesitations[first] == last - first)
             return total;
         return total + tempoWeight * ratio * ratio;
     }
 
-    /// For every stretch the number of the first of its words, and behind the last the number of words.
+    /// Returns the first word of every stretch, followed by the number of words.
     std::vector<std::size_t> distribute() const
     {
         const std::size_t words = m_words.size();
         const std::size_t count = m_stretches.size();
         constexpr double never = std::numeric_limits<double>::infinity();
-        // best[s][w]: the least that w words in the first s stretches cost.
+        // best[s][w]: the minimum cost of w words in the first s stretches.
         std::vector best(count + 1, std::vector(words + 1, never));
         std::vector from(count + 1, std::vector<std::size_t>(words + 1, 0));
         best[0][0] = 0;
@@ -113,16 +113,16 @@ private:
             return;
         const auto& [start, end] = m_stretches[stretch];
         const auto count = static_cast<double>(last - first);
-        const double least = std::min(shortestWord, (end - start) / count);
+        const double minLength = std::min(minWordDuration, (end - start) / count);
         std::vector<double> starts;
         for (std::size_t i = first; i < last; ++i)
             starts.push_back(i == first ? start : heardEnd(i - 1));
-        // In order, and each with room for itself.
+        // In order, with a minimum duration for each.
         for (std::size_t i = 1; i < starts.size(); ++i)
-            starts[i] = std::max(starts[i], starts[i - 1] + least);
+            starts[i] = std::max(starts[i], starts[i - 1] + minLength);
         double limit = end;
         for (std::size_t i = starts.size(); i-- > 1;) {
-            limit -= least;
+            limit -= minLength;
             starts[i] = std::min(starts[i], limit);
             limit = starts[i];
         }
@@ -136,9 +136,9 @@ private:
 
     std::vector<HeardWord> m_words;
     const std::vector<Interval>& m_stretches;
-    std::vector<double> m_syllables; ///< Of all words before.
-    std::vector<std::size_t> m_hesitations; ///< Among all words before.
-    double m_tempo = 0.2; ///< Seconds a syllable.
+    std::vector<double> m_syllables; ///< Sum over all words before.
+    std::vector<std::size_t> m_hesitations; ///< Number among all words before.
+    double m_tempo = 0.2; ///< Seconds per syllable.
 };
 
 } // namespace
@@ -151,8 +151,8 @@ double syllables(std::string_view text)
     for (std::size_t i = 0; i < text.size(); ++i) {
         const auto c = static_cast<unsigned char>(text[i]);
         if (c >= 0x80 && c < 0xC0)
-            continue; // The rest of a letter.
-        // Letters beyond ASCII are, in Spanish, vowels with an accent, and ñ.
+            continue; // A continuation byte.
+        // In Spanish, non-ASCII letters are accented vowels and ñ.
         const bool vowel = (c == 0xC3 && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) != 0xB1
                                && static_cast<unsigned char>(text[i + 1]) != 0x91)
             || std::string_view("aeiouyAEIOUY").contains(static_cast<char>(c));
@@ -162,7 +162,7 @@ double syllables(std::string_view text)
         if (c >= 0xC3 || std::isalpha(c) != 0)
             ++letters;
         else if (std::isdigit(c) != 0)
-            vowels += 2; // A digit is a word.
+            vowels += 2; // A digit is spoken as a word.
     }
     return std::max(0.7, 0.6 * vowels + 0.16 * letters);
 }

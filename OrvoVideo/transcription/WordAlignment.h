@@ -13,24 +13,24 @@ struct Interval {
     double end = 0;
 };
 
-/// How long a word takes to say, in syllables of usual length.
+/// The duration of a word in average syllables.
 double syllables(std::string_view text);
 
-/// A word with its place in the sound.
+/// A word and its time in the audio.
 struct PlacedWord {
     HeardWord word;
     Interval place; ///< Seconds.
-    std::size_t stretch = 0; ///< The stretch of speech that it lies in.
+    std::size_t stretch = 0; ///< Index of the stretch of speech that contains it.
 };
 
-/// Puts words where they are spoken.
+/// Places words at the times at which they are spoken.
 ///
-/// The recogniser knows about where each word is; the stretches of speech say exactly where sound begins and ends. Every
-/// word is given to one stretch, in order, so that all words together are as near as can be to where they were heard and as
-/// long as their syllables ask for. Within a stretch the words follow one another without a gap, the first beginning and the
-/// last ending with it. A stretch may stay without words: a cough, a chair.
+/// The recogniser knows the time of each word roughly; the stretches of speech are exact. Assigns every word to one
+/// stretch, in order, so that in total the words are closest to where they were heard and to the duration of their
+/// syllables. Within a stretch the words are contiguous: the first starts and the last ends with it. A stretch may stay
+/// empty, such as a cough or a chair.
 ///
-/// All times in seconds of the same sound; `stretches` in order and disjoint.
+/// All times are seconds in the same audio; `stretches` are in order and disjoint.
 std::vector<PlacedWord> place(std::vector<HeardWord> words, const std::vector<Interval>& stretches);
 
 } // namespace orvo::speech

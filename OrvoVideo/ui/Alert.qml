@@ -2,20 +2,20 @@ import QtQuick
 import QtQuick.Controls.Basic
 import Orvo.Shell
 
-/// Asks for attention over the whole window: what happened, and one button, or two.
+/// A modal message with one or two buttons.
 Popup {
     id: root
 
     property string title: ""
     property string message: ""
     property string acceptText: "Aceptar"
-    /// Without one there is one button.
+    /// If empty, there is one button.
     property string rejectText: ""
     property bool destructive: false
-    /// Opens and closes it where that follows from something else.
+    /// Opens and closes the alert by a binding.
     property bool shown: false
     property bool answered: false
-    /// The cause of what a program reports at length; the whole report scrolls below it.
+    /// The first line of a long report, which scrolls below it.
     readonly property string shortMessage: Wording.cause(message)
 
     signal accepted()

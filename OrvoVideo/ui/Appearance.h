@@ -7,8 +7,7 @@
 
 namespace orvo {
 
-/// Whether the windows are dark or light, and whether they may move: what the desktop asks for, and the user's own choice,
-/// which is kept between runs. Main thread only.
+/// Dark or light windows, and animations: what the desktop requests, and the user's stored choice. Main thread only.
 class Appearance : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -21,13 +20,13 @@ public:
     explicit Appearance(QObject* parent = nullptr);
 
     QString choice() const { return m_choice; }
-    /// Kept for the next runs. Anything that is no choice is "system".
+    /// Stored for later runs. An unknown value counts as "system".
     void setChoice(const QString& choice);
 
-    /// Dark unless the user or the desktop asks for light.
+    /// Dark unless the user or the desktop chooses light.
     bool dark() const;
 
-    /// Whether the desktop asks for no animations. False until it has answered.
+    /// Whether the desktop requests no animations. False until it has answered.
     bool reducedMotion() const { return m_reducedMotion; }
 
 signals:

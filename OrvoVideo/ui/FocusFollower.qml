@@ -1,16 +1,16 @@
 import QtQuick
 
-/// Scrolls what gets the keyboard into sight, in every list and page around it. One for each window. What the pointer
-/// presses is seen already, and must not move under it.
+/// Scrolls the focused item into view, in every list and page around it. One per window. An item pressed with the pointer
+/// is visible already and must not move under it.
 QtObject {
     id: root
 
     required property Window window
     readonly property Item focusItem: window.activeFocusItem
     property bool due: false
-    property real place: NaN ///< In the window, in the frame before.
+    property real place: NaN ///< In the window, in the previous frame.
 
-    // What was made or shown just now gets its place over some frames: lists grow when their entries are made.
+    // New or newly shown items reach their position after some frames: lists grow when their entries are created.
     readonly property Connections frames: Connections {
         target: root.window
         enabled: root.due
@@ -33,13 +33,13 @@ QtObject {
                 reveal(around)
         }
     }
-    /// Scrolls as little as needed. Of what is higher than the page, the beginning is shown.
+    /// Scrolls the minimum distance. Of an item higher than the page, shows the start.
     function reveal(page: Flickable) {
         const margin = Math.min(Theme.space(6), Math.max(0, (page.height - focusItem.height) / 2))
         const top = focusItem.mapToItem(page.contentItem, 0, 0).y
-        const highest = top - margin
-        const lowest = top + focusItem.height + margin - page.height
-        const wanted = Math.min(Math.max(page.contentY, lowest), highest)
+        const maxY = top - margin
+        const minY = top + focusItem.height + margin - page.height
+        const wanted = Math.min(Math.max(page.contentY, minY), maxY)
         const last = page.originY + Math.max(0, page.contentHeight - page.height)
         page.contentY = Math.min(Math.max(wanted, page.originY), last)
     }

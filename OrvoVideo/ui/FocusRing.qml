@@ -1,6 +1,6 @@
 import QtQuick
 
-/// Shows around its parent that the keyboard is there.
+/// Draws the keyboard focus around its parent.
 Rectangle {
     property bool shown: false
 

@@ -56,7 +56,7 @@ QImage Icon::image(const QString& name, const QColor& color, int pixels)
     QPainter painter(&drawn);
     painter.setOpacity(color.alphaF());
     renderer.render(&painter);
-    painter.end(); // Before what it draws on is handed out.
+    painter.end(); // Before the image is returned.
     return drawn;
 }
 

@@ -7,8 +7,8 @@
 
 namespace orvo {
 
-/// One of the outline icons of ui/icons in one colour, as wide as high, sharp at any density. Shows nothing for a name that
-/// no icon has, and says so in the log.
+/// An outline icon of ui/icons in one colour; square, sharp at any density. Shows nothing for an unknown name, and logs
+/// it.
 class Icon : public QQuickItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(IconImage)
@@ -22,7 +22,7 @@ public:
     QColor color() const { return m_color; }
     void setColor(const QColor& color);
 
-    /// The icon alone, `pixels` wide and high; null for a name that no icon has.
+    /// The icon as a square image of `pixels`; null for an unknown name.
     static QImage image(const QString& name, const QColor& color, int pixels);
 
 signals:

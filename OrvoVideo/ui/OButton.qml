@@ -1,15 +1,15 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// A button with a text and an icon before it, either of which may be missing. `prominent` marks what comes next;
-/// `destructive` what takes something away.
+/// A button with an icon and a text, both optional. `prominent` marks the main action, `destructive` one that removes
+/// something.
 Button {
     id: control
 
     property string iconName: ""
     property bool prominent: false
     property bool destructive: false
-    /// Without a background until it is pointed at.
+    /// Draws no background until hovered.
     property bool plain: false
 
     readonly property color ink: {

@@ -1,6 +1,6 @@
 import QtQuick
 
-/// The small letters over a section: "BIBLIOTECA".
+/// The caption of a section: "BIBLIOTECA".
 OLabel {
     secondary: true
     font.pixelSize: Theme.captionSize

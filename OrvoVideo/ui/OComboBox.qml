@@ -3,11 +3,11 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// A choice of one among several, in a list that opens.
+/// A choice from a drop-down list.
 ComboBox {
     id: control
 
-    /// What is chosen here.
+    /// The accessible name.
     property string name: ""
 
     implicitHeight: Theme.controlHeight

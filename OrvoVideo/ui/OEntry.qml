@@ -1,15 +1,15 @@
 import QtQuick
 
-/// One line of text that edits a value of the model. It follows `shown` until the user types; what was typed is committed when
-/// the field loses the keyboard, with Return, or by `commit`. Escape restores `shown`.
+/// A line of text that edits a value of the model. Follows `shown` until the user types. Commits the text when the field
+/// loses focus, with Return, or by `commit`. Escape restores `shown`.
 OTextField {
     id: control
 
     property string shown: ""
-    /// Whether there is typed text that was neither committed nor given up.
+    /// Whether there is typed text that is neither committed nor discarded.
     property bool typed: false
 
-    /// The user has entered a text other than `shown`.
+    /// The user entered a text other than `shown`.
     signal committed(text: string)
 
     function commit() {
@@ -20,7 +20,7 @@ OTextField {
         typed = false
         if (text !== shown)
             committed(text)
-        follow() // The model may refuse or change the text.
+        follow() // The model may reject or change the text.
     }
     function follow() {
         if (!typed && text !== shown)

@@ -1,6 +1,6 @@
 import QtQuick
 
-/// One of the outline icons, `size` wide and high, in the colour of the text around it.
+/// An outline icon, `size` wide and high, in the text colour.
 IconImage {
     property int size: Theme.iconSize
 

@@ -2,7 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 
-/// A button that is an icon. Its `text` is its name and, with the shortcut, its tooltip.
+/// An icon button. `text` is its accessible name and, with the shortcut, its tooltip.
 OButton {
     id: control
 
@@ -25,7 +25,7 @@ OButton {
         }
     }
 
-    // Made when needed: lists have thousands of these buttons.
+    // Created when needed: lists have thousands of these buttons.
     Loader {
         active: control.hovered || control.visualFocus
         sourceComponent: OTooltip {

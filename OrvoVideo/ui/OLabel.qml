@@ -1,6 +1,6 @@
 import QtQuick
 
-/// A text. `secondary` for what explains or labels something else.
+/// A label; `secondary` for captions and explanations.
 Text {
     property bool secondary: false
 

@@ -1,14 +1,14 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// A list inside a page, at most `maximumHeight` high. Up and down move the keyboard to the same control of the entry before
-/// or behind, which Tab alone does not reach while the entry is out of sight.
+/// A list inside a page, at most `maximumHeight` high. Up and Down move the focus to the same control of the adjacent
+/// entry, which Tab alone does not reach while that entry is out of view.
 ListView {
     id: root
 
     property real maximumHeight: Number.POSITIVE_INFINITY
     property string name: ""
-    /// Room beside the entries for the scroll bar.
+    /// Width of an entry beside the scroll bar.
     readonly property real entryWidth: width - (contentHeight > height ? Theme.space(3) : 0)
 
     function entryAround(item: Item): Item {
@@ -16,7 +16,7 @@ ListView {
             item = item.parent
         return item
     }
-    /// What takes the keyboard in an entry, in the order of Tab.
+    /// The focusable controls of an entry, in Tab order.
     function controlsOf(entry: Item): var {
         const found = []
         for (let next = entry.nextItemInFocusChain(); next && entryAround(next) === entry && !found.includes(next); next = next.nextItemInFocusChain())

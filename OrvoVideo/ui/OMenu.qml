@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// A menu in the looks of the application.
+/// A styled menu.
 Menu {
     id: control
 

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// An entry of a menu, with the shortcut of its action on the right.
+/// A menu entry, with its shortcut on the right.
 MenuItem {
     id: control
 

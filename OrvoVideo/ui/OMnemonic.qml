@@ -1,6 +1,6 @@
 import QtQuick
 
-/// The text of a menu or of its entry, whose letter behind "&" is underlined.
+/// The text of a menu or entry; underlines the letter after "&".
 Text {
     property string label: ""
 

@@ -1,6 +1,7 @@
 import QtQuick
 
-/// A number to type, with decimal comma or point. `edited` reports a number that was entered; the up and down keys step.
+/// A number field that accepts decimal comma or point. Up and Down step the value. `edited` reports a number that was
+/// entered.
 OEntry {
     id: control
 

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// A surface on the window that holds what belongs together.
+/// A surface that groups related content.
 Pane {
     padding: Theme.space(4)
 

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// How far something is. `name` says what.
+/// A progress bar. `name` is its accessible name.
 ProgressBar {
     id: control
 

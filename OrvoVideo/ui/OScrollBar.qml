@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// A thin bar that shows when there is something to scroll.
+/// A thin scroll bar, visible while there is something to scroll.
 ScrollBar {
     id: control
 

@@ -3,13 +3,13 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// A choice of one among few, side by side. `model` is a list of texts; `activated` tells what the user chose.
+/// A choice of a few options, side by side. `model` is a list of texts; `activated` reports the user's choice.
 Control {
     id: root
 
     property var model: []
     property int currentIndex: 0
-    /// What is chosen here.
+    /// The accessible name.
     property string name: ""
 
     signal activated(int index)

@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// A named value to drag: the name and the value with its unit over the slider. `edited` tells every value the user chooses.
+/// A slider below its label and its value with the unit. `edited` reports every value that the user chooses.
 Item {
     id: root
 
@@ -10,9 +10,9 @@ Item {
     property alias to: slider.to
     property real value: 0
     property real stepSize: 0
-    /// Of the shown value: "s", "%", "×".
+    /// Unit of the displayed value: "s", "%", "×".
     property string unitText: ""
-    /// The value times this is shown, with `decimals` digits: 100 for a fraction shown in per cent.
+    /// Factor of the displayed value, shown with `decimals` digits: 100 for a fraction in per cent.
     property real displayFactor: 1
     property int decimals: displayFactor === 1 ? 2 : 0
     readonly property string valueText: Number(slider.value * displayFactor).toLocaleString(Qt.locale("es_ES"), "f", decimals)
@@ -20,7 +20,7 @@ Item {
     readonly property alias pressed: slider.pressed
 
     signal edited(real value)
-    /// The pointer has taken hold of the value, or let go of it.
+    /// The user pressed or released the handle.
     signal gesture(bool active)
 
     onPressedChanged: gesture(pressed)
@@ -70,7 +70,7 @@ Item {
         implicitHeight: 24
         padding: 0
         value: root.value
-        // Only the keyboard steps: the pointer may choose anything.
+        // Only the keyboard steps; the pointer may choose any value.
         stepSize: root.stepSize > 0 ? root.stepSize : (to - from) / 100
         snapMode: Slider.NoSnap
         focusPolicy: Qt.StrongFocus

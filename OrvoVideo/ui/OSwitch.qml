@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// A named choice between on and off: the name on the left, the switch on the right.
+/// A labelled switch: the label on the left, the switch on the right.
 Switch {
     id: control
 

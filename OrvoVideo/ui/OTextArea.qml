@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// Several lines of text. Tab leaves it.
+/// Multi-line text. Tab leaves the field.
 TextArea {
     id: control
 

@@ -1,12 +1,12 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// One line of text. `plain` looks like a text until it is pointed at or edited. Escape gives up the keyboard.
+/// A line of text. `plain` looks like a label until hovered or edited. Escape gives up the focus.
 TextField {
     id: control
 
     property bool plain: false
-    /// How it is called where no label names it.
+    /// The accessible name, when no label provides one.
     property string name: placeholderText
 
     implicitHeight: Theme.controlHeight
@@ -26,7 +26,7 @@ TextField {
     font.pixelSize: Theme.bodySize
     Accessible.role: Accessible.EditableText
     Accessible.name: name
-    /// Escape was pressed; the keyboard goes next.
+    /// Escape was pressed; emitted before the field loses focus.
     signal givenUp
 
     Keys.onEscapePressed: event => {

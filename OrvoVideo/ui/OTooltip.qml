@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// Says what its parent does, a moment after the pointer rests on it.
+/// Explains its parent after the pointer rests on it for a moment.
 ToolTip {
     id: control
 

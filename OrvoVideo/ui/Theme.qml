@@ -2,7 +2,7 @@ pragma Singleton
 
 import QtQuick
 
-/// Colours, sizes and texts that every view shares.
+/// Colours, sizes and text functions of all views.
 QtObject {
     readonly property bool dark: Appearance.dark
 
@@ -15,7 +15,7 @@ QtObject {
     readonly property color secondaryText: dark ? "#A9A3B8" : "#6A6478"
     readonly property color accent: "#B087FF"
     readonly property color inkOnAccent: "#17121F"
-    /// The accent as a colour of text and lines.
+    /// The accent colour for text and lines.
     readonly property color accentInk: dark ? "#B087FF" : "#6B3FD6"
     readonly property color selection: Qt.alpha("#2EC4B6", 0.28)
     readonly property color selectionEdge: "#2EC4B6"
@@ -24,7 +24,7 @@ QtObject {
     readonly property color danger: dark ? "#FF4D4D" : "#D92D2D"
     /// Text about something that waits for the user.
     readonly property color stateInk: dark ? "#FF9F43" : "#A85A00"
-    /// The edge of a control that can be recognised by its edge alone.
+    /// The edge of a control that is recognised by its edge alone.
     readonly property color edge: dark ? "#746C86" : "#8C8599"
     readonly property color shade: Qt.alpha("#000000", dark ? 0.55 : 0.35)
 
@@ -42,14 +42,14 @@ QtObject {
     readonly property int iconSize: 16
     readonly property int largeIconSize: 20
 
-    /// Milliseconds of a movement; 0 where the desktop asks for none.
+    /// Duration of an animation in milliseconds; 0 when the desktop requests none.
     readonly property int movement: Appearance.reducedMotion ? 0 : 150
 
     function space(steps: real): real {
         return steps * unit
     }
 
-    /// A font in which numbers do not dance.
+    /// A font with tabular figures, so that changing numbers keep their width.
     function digits(size: int): font {
         return Qt.font({
             "pixelSize": size,

@@ -4,17 +4,17 @@
 
 namespace orvo {
 
-/// What draws the desktop that this process belongs to.
+/// The window system of this process's session.
 enum class WindowSystem : std::uint8_t {
-    none, ///< There is no desktop.
+    none, ///< No desktop.
     x11,
-    wayland ///< Also where a display for programs of X11 is offered beside it.
+    wayland ///< Also when the compositor offers an X11 display (Xwayland) beside it.
 };
 
-/// By the variables that a session sets: the same for the whole life of the process.
+/// Read from the session's environment variables; constant for the life of the process.
 WindowSystem windowSystem();
 
-/// Whether one can see through windows: on X11 only while a compositor runs.
+/// Whether windows can be translucent. On X11 this needs a running compositor.
 bool blendsWindows();
 
 } // namespace orvo

@@ -1,6 +1,6 @@
 #pragma once
 
-// Included by .cpp files only: nothing of the X11 library shows in a header that others include.
+// For .cpp files only: no public header may show a type of the X11 library.
 
 #include <cstdlib>
 #include <memory>
@@ -12,7 +12,7 @@ struct XcbFree {
     void operator()(void* memory) const noexcept { std::free(memory); }
 };
 
-/// A reply, an event or an error; nothing when there was none.
+/// A reply, an event or an error; null when there was none.
 template <typename T> using XcbHandle = std::unique_ptr<T, XcbFree>;
 
 struct XcbDisconnect {
@@ -21,7 +21,7 @@ struct XcbDisconnect {
 
 using XcbConnection = std::unique_ptr<xcb_connection_t, XcbDisconnect>;
 
-/// A connection to the display of this session and its root window; an empty one when there is no display.
+/// A connection to this session's display, and its root window. Empty when there is no display.
 struct XcbDisplay {
     XcbConnection connection;
     xcb_window_t root = XCB_NONE;

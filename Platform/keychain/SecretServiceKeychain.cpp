@@ -17,7 +17,7 @@ namespace {
 constexpr guint answerLimit = 5'000; ///< Milliseconds.
 constexpr auto itemLabel = "Orvo Video";
 
-// The numbers of failures; see the header.
+// Error numbers; see the header.
 constexpr int emptySecret = 0;
 constexpr int noSecret = -25'300;
 constexpr int locked = SECRET_ERROR_IS_LOCKED;
@@ -25,7 +25,7 @@ constexpr int ofOperations = 100;
 constexpr int ofTheBus = 200;
 constexpr int noBus = 300;
 
-/// A failure by its number.
+/// A failure and its number.
 struct Failure {
     int status = 0;
 };
@@ -47,7 +47,7 @@ int statusOf(const GError& error)
     return (error.domain == G_DBUS_ERROR ? ofTheBus : ofOperations) + error.code;
 }
 
-/// One conversation with the service on this thread, in a main context of its own, with its time limit.
+/// A conversation with the service on this thread, in its own main context, with a time limit.
 class Conversation {
 public:
     explicit Conversation(const std::stop_token& stop)
@@ -69,7 +69,7 @@ public:
     Conversation(const Conversation&) = delete;
     Conversation& operator=(const Conversation&) = delete;
 
-    /// Starts an operation and waits for its result; `finish` takes it. Throws `Failure` and `Cancelled`.
+    /// Starts an operation and waits for its result, which `finish` takes. Throws `Failure` and `Cancelled`.
     template <typename Start, typename Finish> auto ask(Start start, Finish finish)
     {
         m_result.reset();
@@ -90,13 +90,13 @@ public:
         return value;
     }
 
-    /// The user is being asked: that takes as long as it takes.
+    /// Lifts the limit: the user may take any time to answer.
     static void userIsAsked()
     {
         if (s_current)
             s_current->liftLimit();
     }
-    /// Now the service has to answer again.
+    /// Sets the limit again: the service must answer.
     static void userHasAnswered()
     {
         if (s_current)
@@ -142,12 +142,12 @@ private:
     GSource* m_limit = nullptr;
     bool m_expired = false;
     std::stop_token m_stop;
-    std::stop_callback<std::function<void()>> m_stopped; ///< Last: it may be called from here on.
+    std::stop_callback<std::function<void()>> m_stopped; ///< Last member: the callback may run as soon as it exists.
 };
 
 thread_local Conversation* Conversation::s_current = nullptr;
 
-/// Whether the service says that it has opened nothing.
+/// Whether the service reports that it unlocked nothing.
 bool isNothing(GVariant* opened)
 {
     if (g_variant_is_of_type(opened, G_VARIANT_TYPE_OBJECT_PATH) != FALSE)
@@ -170,7 +170,7 @@ void answeredByUser(GObject* prompt, GAsyncResult* result, gpointer data)
             task.get(), opened.release(), [](gpointer value) { g_variant_unref(static_cast<GVariant*>(value)); });
 }
 
-/// In place of the library's own, whose task never ends when the user refuses.
+/// Replaces the library's prompt, whose task never ends when the user refuses.
 void promptUser(SecretService* service, SecretPrompt* prompt, const GVariantType* type, GCancellable* cancellable,
     GAsyncReadyCallback callback, gpointer data)
 {
@@ -191,7 +191,7 @@ void initialiseClass(gpointer type, gpointer)
     service->prompt_finish = &finishPrompt;
 }
 
-/// The library's client of the service, which also says when the user is asked.
+/// The library's client of the service, with our own prompt.
 GType serviceType()
 {
     static const GType type = g_type_register_static_simple(secret_service_get_type(), "OrvoSecretService",
@@ -211,14 +211,14 @@ const SecretSchema& schema()
     return one;
 }
 
-/// The service, and the item of one account in it.
+/// The service, and one account's item in it.
 class Client {
 public:
     Client(std::string_view account, const std::stop_token& stop)
         : m_conversation(stop)
         , m_attributes(g_hash_table_new_full(g_str_hash, g_str_equal, nullptr, g_free))
     {
-        g_hash_table_insert(m_attributes.get(), const_cast<char*>("account"), // NOLINT(*-const-cast): it is only read.
+        g_hash_table_insert(m_attributes.get(), const_cast<char*>("account"), // NOLINT(*-const-cast): only read.
             g_strdup(std::string(account).c_str()));
         connect();
         m_service.reset(m_conversation.ask(
@@ -227,7 +227,7 @@ public:
             },
             [](GAsyncResult* result, GError** error) { return secret_service_open_finish(result, error); }));
         search();
-        // A locked keychain may hide what it has.
+        // A locked keychain may hide its items.
         if (!m_item)
             m_collection.reset(m_conversation.ask(
                 [&](GCancellable* cancellable, GAsyncReadyCallback done, gpointer data) {
@@ -245,7 +245,7 @@ public:
         return m_collection && secret_collection_get_locked(m_collection.get()) != FALSE;
     }
 
-    /// Asks the user for the password of the keychain. Throws `Failure` when they refuse.
+    /// Asks the user for the keychain's password. Throws `Failure` when they refuse.
     void unlock()
     {
         GList items{.data = nullptr, .next = nullptr, .prev = nullptr};
@@ -326,7 +326,7 @@ private:
                 m_conversation.ask([](GCancellable* cancellable, GAsyncReadyCallback done,
                                        gpointer data) { g_bus_get(G_BUS_TYPE_SESSION, cancellable, done, data); },
                     [](GAsyncResult* result, GError** error) { return g_bus_get_finish(result, error); }));
-            // Without a bus this program goes on.
+            // The program must survive the end of the bus.
             g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
         } catch (const Failure&) {
             throw Failure{noBus};
@@ -337,7 +337,7 @@ private:
     Handle<GHashTable> m_attributes;
     Handle<SecretService> m_service;
     Handle<SecretItem> m_item;
-    Handle<SecretCollection> m_collection; ///< The usual one, where there is no item.
+    Handle<SecretCollection> m_collection; ///< The default collection, used when there is no item.
 };
 
 bool isBlank(std::string_view text)

@@ -8,9 +8,9 @@ namespace orvo::notification {
 
 void post(std::string_view name) noexcept
 {
-    constexpr unsigned longestWait = 1; // Seconds.
+    constexpr unsigned maxWaitSeconds = 1;
     const std::unique_ptr<GCancellable, decltype(&g_object_unref)> limit(g_cancellable_new(), g_object_unref);
-    // The calls below block; the limit comes from a thread of its own main context.
+    // A main context of its own, so that waiting here runs nobody else's callbacks.
     const std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context(g_main_context_new(), g_main_context_unref);
     const std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop(
         g_main_loop_new(context.get(), FALSE), g_main_loop_unref);
@@ -40,7 +40,7 @@ void post(std::string_view name) noexcept
     };
     g_bus_get(G_BUS_TYPE_SESSION, limit.get(), connected, &data);
     const std::unique_ptr<GSource, decltype(&g_source_unref)> alarm(
-        g_timeout_source_new_seconds(longestWait), g_source_unref);
+        g_timeout_source_new_seconds(maxWaitSeconds), g_source_unref);
     g_source_set_callback(
         alarm.get(),
         [](gpointer cancellable) -> gboolean {

@@ -4,8 +4,8 @@
 #include <memory>
 #include <string_view>
 
-/// Notifications between the programs of one user's session: a signal on the session bus that carries a name. Names hold
-/// dots and hyphens, which members of the bus cannot; so there is one signal for all.
+/// Notifications between the programs of a user's session: one signal on the session bus that carries a name. Names
+/// contain dots and hyphens, which D-Bus members may not, so all of them share one signal.
 namespace orvo {
 
 namespace notification {
@@ -17,15 +17,15 @@ inline constexpr const char* path = "/es/orvo/video";
 inline constexpr const char* interface = "es.orvo.video.Notifications";
 inline constexpr const char* member = "Posted";
 
-/// Tells everyone who listens. Blocks for a second at most; without a session bus nobody does. Needs no Qt.
+/// Sends a notification to all observers. Blocks for at most a second; does nothing without a session bus. Needs no Qt.
 void post(std::string_view name) noexcept;
 
 } // namespace notification
 
-/// Hears the notifications. An object of the main thread.
+/// Receives the notifications. Main thread only.
 class NotificationObserver {
 public:
-    /// Calls `heard` on the main thread with the name of every notification. Without a session bus none comes.
+    /// Calls `heard` on the main thread with the name of every notification; never without a session bus.
     static std::unique_ptr<NotificationObserver> create(std::function<void(std::string_view)> heard);
 
     virtual ~NotificationObserver() = default;

@@ -14,7 +14,7 @@ namespace {
 
 constexpr auto requestInterface = "org.freedesktop.portal.Request";
 
-/// Milliseconds in which the portal says that it has taken a question. It may have to be started for that.
+/// Milliseconds for the portal to accept a request. It may have to be started first.
 constexpr int acceptanceLimit = 25'000;
 
 } // namespace
@@ -29,7 +29,7 @@ void PortalRequest::send(QObject* owner, const QDBusConnection& bus, const QStri
     QVariantList arguments, QVariantMap options, Done done)
 {
     auto* request = new PortalRequest(owner, bus, std::move(done));
-    // The answer may come before the portal has said where: listen first, where it is known to be.
+    // The response may arrive before the reply with its path, so listen at the expected path first.
     const QString token = Portal::makeToken();
     const QString sender = bus.baseService().mid(1).replace(QLatin1Char('.'), QLatin1Char('_'));
     request->listenAt(QStringLiteral("%1/request/%2/%3").arg(QLatin1String(Portal::path), sender, token));
@@ -53,13 +53,13 @@ PortalRequest::PortalRequest(QObject* owner, QDBusConnection bus, Done done)
     , m_bus(std::move(bus))
     , m_done(std::move(done))
 {
-    // A portal that goes takes its questions along, whoever comes after it.
+    // When the portal exits, its requests are lost, even if another one takes its name.
     const auto* portal = new QDBusServiceWatcher(Portal::service, m_bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     const auto takeChange = [this](const QString&, const QString& before) {
         if (!before.isEmpty())
             answer({.code = Portal::Code::ended});
     };
-    // Queued: the answer may end this object, and with it the watcher, which would still be telling.
+    // Queued: the answer may delete this object and the watcher while it emits.
     connect(portal, &QDBusServiceWatcher::serviceOwnerChanged, this, takeChange, Qt::QueuedConnection);
 }
 

@@ -9,7 +9,7 @@
 
 namespace orvo {
 
-/// The desktop portal, whose answers come when the user or the desktop has decided. Main thread only.
+/// The desktop portal. Its answers arrive when the user or the desktop has decided. Main thread only.
 namespace Portal {
 
 inline constexpr auto service = "org.freedesktop.portal.Desktop";
@@ -17,30 +17,30 @@ inline constexpr auto path = "/org/freedesktop/portal/desktop";
 
 enum class Code : std::uint8_t {
     granted,
-    refused, ///< By the user, who closed the question or said no.
-    ended, ///< The desktop has ended it for another reason, or the portal has ended itself.
-    unavailable ///< There is no portal, or it does not know this question.
+    refused, ///< The user closed the dialog or declined.
+    ended, ///< The desktop ended the request for another reason, or the portal exited.
+    unavailable ///< There is no portal, or it does not support this request.
 };
 
 struct Answer {
     Code code = Code::unavailable;
     QVariantMap results;
-    QString error; ///< What the bus says, when the portal is unavailable. Not for the user.
+    QString error; ///< The error of the bus when the portal is unavailable; not for the user.
 };
 
-/// A word that no other request or session of this process has.
+/// A token that is unique among the requests and sessions of this process.
 QString makeToken();
 
 } // namespace Portal
 
-/// One question to the desktop portal. Deletes itself when it is answered; goes with its owner otherwise, which takes the
-/// question back and gives no answer.
+/// One request to the desktop portal. Deletes itself after the answer. If its owner is destroyed first, it withdraws the
+/// request and calls nothing.
 class PortalRequest final : public QObject {
     Q_OBJECT
 public:
     using Done = std::function<void(Portal::Answer)>;
 
-    /// Calls `method` of `interface` with `arguments` and, behind them, `options`. `done` is called once, later.
+    /// Calls `method` of `interface` with `arguments` followed by `options`. `done` is called once, later.
     static void send(QObject* owner, const QDBusConnection& bus, const QString& interface, const QString& method,
         QVariantList arguments, QVariantMap options, Done done);
 

@@ -6,24 +6,24 @@
 
 namespace orvo {
 
-/// One session with the desktop portal: what was granted in it holds until either side ends it. Main thread only.
+/// A session with the desktop portal. What it grants is valid until either side ends it. Main thread only.
 class PortalSession final : public QObject {
     Q_OBJECT
 public:
-    /// A session of this interface that is asked for. Ends when this object goes.
+    /// Prepares a session of this interface. The destructor ends it.
     PortalSession(QDBusConnection bus, QString interface, QObject* parent = nullptr);
     ~PortalSession() override;
 
-    /// Begins the session; `done` is told whether it did. Once.
+    /// Starts the session; `done` receives the outcome. Call once.
     void begin(PortalRequest::Done done);
 
-    /// Asks something in the session; the session is its first argument.
+    /// Sends a request of the session, whose handle is its first argument.
     void ask(const QString& method, const QVariantList& arguments, const QVariantMap& options, PortalRequest::Done done);
 
     const QString& handle() const noexcept { return m_handle; }
 
 signals:
-    /// The desktop has ended the session.
+    /// The desktop ended the session.
     void closed();
 
 private:

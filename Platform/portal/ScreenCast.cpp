@@ -16,16 +16,16 @@ namespace {
 
 constexpr auto castInterface = "org.freedesktop.portal.ScreenCast";
 
-// Cursor modes of the portal.
+// Cursor modes of the ScreenCast interface.
 constexpr uint hiddenCursor = 1;
 constexpr uint cursorAsMetadata = 4;
 
-constexpr uint untilRevoked = 2; ///< How long the desktop is to remember the choice.
-constexpr uint remembersSince = 4; ///< The version of the portal.
+constexpr uint untilRevoked = 2; ///< Persist mode.
+constexpr uint remembersSince = 4; ///< Interface version with restore tokens.
 
 constexpr int answerLimit = 25'000; ///< Milliseconds; the portal may have to be started.
 
-/// A pair of numbers of the portal.
+/// A pair of integers, or nullopt.
 std::optional<std::pair<int, int>> pairIn(const QVariant& value)
 {
     if (!value.canConvert<QDBusArgument>())
@@ -38,7 +38,7 @@ std::optional<std::pair<int, int>> pairIn(const QVariant& value)
     return pair;
 }
 
-/// The first stream of the answer to "Start".
+/// The first stream in the response to "Start".
 std::optional<ScreenCast::Stream> firstStreamIn(const QVariantMap& results)
 {
     const QVariant value = results.value(QStringLiteral("streams"));
@@ -73,7 +73,7 @@ std::optional<ScreenCast::Stream> firstStreamIn(const QVariantMap& results)
 
 } // namespace
 
-/// What was asked for, and what the portal can do.
+/// The request, and the features of this portal.
 struct ScreenCast::Asked {
     Kind kind;
     QString restoreToken;
@@ -115,7 +115,7 @@ void ScreenCast::close()
         ::close(stream->remote);
 }
 
-/// What this portal can do differs from desktop to desktop.
+/// Asks for the interface's properties: desktops differ in version and cursor modes.
 void ScreenCast::askFacts()
 {
     auto question = QDBusMessage::createMethodCall(

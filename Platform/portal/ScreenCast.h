@@ -13,55 +13,56 @@
 
 namespace orvo {
 
-/// A display or a window that the desktop shares, chosen by the user in the desktop's own picker. Main thread only.
+/// A display or window that the desktop shares; the user chooses it in the desktop's own picker. Main thread only.
 ///
-/// What is shared stays shared until `close`, the end of this object, or until the user ends it in the desktop, which is
-/// told by `revoked`.
+/// The source stays shared until `close`, the destructor, or until the user ends it in the desktop, which `revoked`
+/// reports.
 class ScreenCast final : public QObject {
     Q_OBJECT
 public:
     enum class Kind : std::uint8_t { monitor = 1, window = 2 };
 
-    /// What is shared.
+    /// The shared source.
     struct Stream {
-        int remote = -1; ///< The connection to PipeWire; belongs to the `ScreenCast` and lives as long as the sharing.
-        std::uint32_t node = 0; ///< In that connection.
+        int remote = -1; ///< File descriptor of the PipeWire connection; owned by the `ScreenCast`, valid while the
+                         ///< source is shared.
+        std::uint32_t node = 0; ///< PipeWire node in that connection.
         Kind kind = Kind::monitor;
-        Rect rect; ///< Where it lies and its size as the desktop says, else 0: the first frame tells the size.
-        bool placed = false; ///< Whether the desktop has said where it lies.
-        /// Whether the places of the pointer come along with the frames. Otherwise nothing tells them.
+        Rect rect; ///< Position and size that the desktop reports, else 0; then the first frame has the size.
+        bool placed = false; ///< Whether the desktop reported the position.
+        /// Whether frames carry the pointer's position. Otherwise it is unknown.
         bool tellsPointer = false;
-        /// Shares the same again without asking, once. Empty where the desktop does not remember.
+        /// Shares the same source again without asking, once. Empty when the desktop does not remember sources.
         QString restoreToken;
     };
 
     struct Outcome {
         std::optional<Stream> stream;
-        /// Why there is none; empty when the user has closed the picker.
+        /// Why there is no stream, in Spanish; empty when the user closed the picker.
         QString error;
     };
 
     explicit ScreenCast(QDBusConnection bus = QDBusConnection::sessionBus(), QObject* parent = nullptr);
     ~ScreenCast() override;
 
-    /// Has the user choose a source of this kind, or shares that of an earlier `restoreToken` at once. `done` is called
-    /// once, unless `open` or `close` is called before. What was shared before is given up first.
+    /// Asks the user for a source of this kind, or shares that of an earlier `restoreToken` at once. Calls `done` once,
+    /// unless `open` or `close` is called first. Ends an earlier share.
     ///
-    /// The cursor is not in the frames.
+    /// Frames do not contain the cursor.
     void open(Kind kind, const QString& restoreToken, std::function<void(Outcome)> done);
 
-    /// Ends the sharing.
+    /// Ends the share.
     void close();
 
     const std::optional<Stream>& stream() const noexcept { return m_stream; }
 
-    /// The text for a desktop that shares no screens.
+    /// The error text for a desktop that cannot share screens.
     static QString unavailableText();
-    /// The text for a source that the user has taken back while it was shared.
+    /// The error text for a source that the user stopped sharing.
     static QString revokedText();
 
 signals:
-    /// The desktop has ended the sharing.
+    /// The desktop ended the share.
     void revoked();
 
 private:
@@ -76,7 +77,7 @@ private:
     void failWith(const Portal::Answer& answer);
 
     QDBusConnection m_bus;
-    std::unique_ptr<Asked> m_asked; ///< While the desktop has not answered.
+    std::unique_ptr<Asked> m_asked; ///< Set while a request is pending.
     std::unique_ptr<PortalSession> m_session;
     std::optional<Stream> m_stream;
 };

@@ -16,10 +16,10 @@ namespace orvo::SystemProxy {
 namespace {
 
 constexpr std::string_view directly = "direct://";
-constexpr auto limit = std::chrono::seconds(3); ///< For the desktop to say which proxy it wants.
+constexpr auto limit = std::chrono::seconds(3); ///< For the desktop's answer.
 
-/// The proxy that the environment names, chosen as libcurl does; empty for none. Like libcurl, ignores HTTP_PROXY, which a
-/// web server may have set from a request's header.
+/// The proxy in the environment, chosen as libcurl does; empty for none. Like libcurl, ignores HTTP_PROXY, which in a CGI
+/// program comes from a request header.
 std::string ofEnvironment(const std::string& url)
 {
     const bool isPlain = url.starts_with("http:");
@@ -31,7 +31,7 @@ std::string ofEnvironment(const std::string& url)
     return {};
 }
 
-/// Desktops mean a SOCKS 5 proxy to resolve host names itself, which libcurl calls another scheme.
+/// A desktop's SOCKS 5 proxy resolves host names itself; libcurl has another scheme for that.
 std::string forLibcurl(std::string proxy)
 {
     constexpr std::string_view socks = "socks5://";
@@ -40,7 +40,7 @@ std::string forLibcurl(std::string proxy)
     return proxy;
 }
 
-/// The first of the ways that the desktop names.
+/// The first proxy that the desktop returns; empty for none.
 std::string lookUp(const std::string& url)
 {
     GError* error = nullptr;
@@ -65,7 +65,7 @@ std::string of(const std::string& url, const std::stop_token& stop)
 {
     if (std::string proxy = ofEnvironment(url); !proxy.empty())
         return proxy;
-    // Asking may load a script from the network, and cannot be interrupted: nobody waits for a thread that stays in it.
+    // The look-up may load a script from the network and cannot be interrupted, so a detached thread does it.
     const auto answer = std::make_shared<Answer>();
     std::thread([answer, url] {
         std::string proxy = lookUp(url);

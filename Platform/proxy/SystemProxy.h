@@ -3,15 +3,14 @@
 #include <stop_token>
 #include <string>
 
-/// The proxies of the environment, else those that the desktop's settings name: GNOME's, KDE's, or those of a configuration
-/// script. Stateless.
+/// The proxy of the environment variables, else of the desktop's settings (GNOME, KDE or a configuration script).
+/// Stateless.
 namespace orvo::SystemProxy {
 
-/// Returns the proxy for an address, in libcurl's notation: "http://host:port", "socks5h://host:port", or whatever the
-/// environment holds. Empty for a direct connection. Exceptions in `no_proxy` are left to libcurl.
+/// Returns the proxy for an address, in libcurl's notation: "http://host:port", "socks5h://host:port", or the
+/// environment's value as it is. Returns empty for a direct connection. libcurl applies the exceptions in `no_proxy`.
 ///
-/// Blocking call for worker threads. A desktop that does not answer within three seconds counts as one without a proxy.
-/// Throws `Cancelled`.
+/// Blocks; use worker threads. If the desktop does not answer within three seconds, uses no proxy. Throws `Cancelled`.
 std::string of(const std::string& url, const std::stop_token& stop = {});
 
 } // namespace orvo::SystemProxy

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t longestFile = std::size_t{1} << 20; ///< Bytes.
+constexpr std::size_t maxFileBytes = std::size_t{1} << 20;
 
 struct Free {
     void operator()(yyjson_doc* document) const { yyjson_doc_free(document); }
@@ -46,12 +46,12 @@ FileLock lockSettings(const fs::path& folder)
     return lock;
 }
 
-/// The settings as they are; nothing when there are none. Throws for a file that cannot be read or understood.
+/// The stored settings; null when there is no file. Throws when it cannot be read or parsed.
 Document read()
 {
     std::string text;
     try {
-        readFile(file(), text, longestFile);
+        readFile(file(), text, maxFileBytes);
     } catch (const fs::filesystem_error& error) {
         if (error.code() == std::errc::no_such_file_or_directory)
             return nullptr;
@@ -78,7 +78,7 @@ std::optional<std::string> text(std::string_view key)
         if (yyjson_is_str(value))
             return std::string(yyjson_get_str(value), yyjson_get_len(value));
     } catch (const std::exception&) {
-        // As if nothing had been stored; whoever stores something is told.
+        // Unreadable settings count as unset; `setText` reports the error.
     }
     return std::nullopt;
 }

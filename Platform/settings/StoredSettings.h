@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-/// What is kept between runs and shared by all programs of the application: texts by name, in "settings.json" in the user's
-/// configuration folder (`$XDG_CONFIG_HOME`/OrvoVideo, else ~/.config/OrvoVideo). Stateless; any thread.
+/// Settings shared by all programs of the application: strings by key, in "settings.json" in the user's configuration
+/// folder (`$XDG_CONFIG_HOME`/OrvoVideo, else ~/.config/OrvoVideo). Stateless, thread-safe.
 namespace orvo::StoredSettings {
 
 /// The address of the publishing server.
@@ -14,11 +14,11 @@ inline constexpr std::string_view serverURL = "serverURL";
 
 std::filesystem::path file();
 
-/// The value of a setting; nothing when it was never stored, or the file cannot be read.
+/// The value of a setting; nullopt when it is not set or the file cannot be read.
 std::optional<std::string> text(std::string_view key);
 
-/// Stores a setting; the others stay. Throws file system errors unchanged, and `captureError` when the file is there and
-/// cannot be understood.
+/// Stores a setting and keeps the others. File system errors pass through unchanged. Throws `captureError` when the
+/// existing file is damaged.
 void setText(std::string_view key, std::string_view value);
 
 } // namespace orvo::StoredSettings

@@ -15,13 +15,13 @@ constexpr auto shortcutsInterface = "org.freedesktop.portal.GlobalShortcuts";
 
 } // namespace
 
-/// A combination as the portal takes it.
+/// A shortcut as the portal's signature (sa{sv}).
 struct PortalShortcut {
     QString id;
     QVariantMap properties;
 };
 
-// NOLINTBEGIN(misc-use-internal-linkage): found by their types.
+// NOLINTBEGIN(misc-use-internal-linkage): found by argument-dependent lookup.
 QDBusArgument& operator<<(QDBusArgument& argument, const PortalShortcut& shortcut)
 {
     argument.beginStructure();
@@ -41,7 +41,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, PortalShortcut& s
 
 namespace {
 
-/// The combination in the words of the desktops: "CTRL+ALT+LOGO+r". Empty when the key has no name.
+/// The combination in the shortcuts specification's notation: "CTRL+ALT+LOGO+r". Empty when the key has no name.
 QString triggerOf(const ShortcutKeys::Combination& combination)
 {
     const auto* key = VirtualKeys::withCode(combination.keyCode);
@@ -63,7 +63,7 @@ PortalShortcutKeys::PortalShortcutKeys(QDBusConnection bus)
     , m_portal(Portal::service, m_bus, QDBusServiceWatcher::WatchForOwnerChange)
 {
     const auto noteOwner = [this](const QString&, const QString& before, const QString& now) { notePortal(before, now); };
-    // Queued: a new session ends requests, whose own watchers would still be called.
+    // Queued: a new session deletes requests, whose own watchers are still to be called.
     connect(&m_portal, &QDBusServiceWatcher::serviceOwnerChanged, this, noteOwner, Qt::QueuedConnection);
     qDBusRegisterMetaType<PortalShortcut>();
     qDBusRegisterMetaType<QList<PortalShortcut>>();
@@ -122,8 +122,8 @@ void PortalShortcutKeys::notePortal(const QString& before, const QString& now)
     const bool wasBound = !before.isEmpty() && m_support == Support::desktop;
     if (!before.isEmpty())
         setSupport(Support::none);
-    // The bus starts a portal for our request. One that ended during a request is not started again by us, since the request
-    // may be the reason.
+    // Our request makes the bus start a portal. One that exited during our request is not started again, because the
+    // request may be what crashes it.
     if (wasBound || (!now.isEmpty() && (m_awaitsPortal || !before.isEmpty())))
         begin();
 }

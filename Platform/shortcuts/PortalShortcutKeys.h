@@ -12,14 +12,14 @@
 
 namespace orvo {
 
-/// Combinations that the desktop hears for us: it shows them to the user, who may choose others. A portal that ends forgets
-/// them: they are bound again with the one that follows it.
+/// Shortcuts of the desktop portal. The desktop shows them to the user, who may change them. A portal that exits forgets
+/// them; they are bound again when it returns.
 class PortalShortcutKeys final : public ShortcutKeys {
     Q_OBJECT
 public:
     explicit PortalShortcutKeys(QDBusConnection bus = QDBusConnection::sessionBus());
 
-    /// A new set of combinations needs a new session, since each is bound once.
+    /// Opens a new session for each new set, because a session binds only once.
     void listen(const std::vector<Combination>& combinations) override;
     Support support() const override { return m_support; }
     bool hears(std::uint32_t) const override { return false; }
@@ -39,7 +39,7 @@ private:
     std::vector<Combination> m_combinations;
     std::unique_ptr<PortalSession> m_session;
     Support m_support = Support::none;
-    bool m_awaitsPortal = false; ///< The portal has ended or there is none: the next one is asked.
+    bool m_awaitsPortal = false; ///< There is no portal or it exited; try again when one appears.
 };
 
 } // namespace orvo

@@ -8,7 +8,7 @@ namespace orvo {
 
 namespace {
 
-/// Where nothing can be heard.
+/// For a session without global shortcuts.
 class NoShortcutKeys final : public ShortcutKeys {
 public:
     void listen(const std::vector<Combination>&) override { }

@@ -93,7 +93,7 @@ const Key* withQtKey(int qtKey)
     return found == keys.end() ? nullptr : &*found;
 }
 
-/// The digits above the letters, from "1" to "0", have the scan codes from 10 on.
+/// The digits above the letters, "1" to "0", have consecutive scan codes from 10.
 const Key* digitAt(std::uint32_t scanCode)
 {
     constexpr std::uint32_t first = 10;

@@ -4,25 +4,25 @@
 #include <cstdint>
 #include <optional>
 
-/// The keys that combinations are stored with: numbers of the places on a keyboard, the same on every system, and what these
-/// are called on this one. The place of a letter is that of the US layout; here the key that bears the letter stands for it.
+/// The keys of stored combinations: system-independent numbers of physical keys, and their names here. A letter's number
+/// is its position on the US layout; here it means the key that types the letter.
 namespace orvo::VirtualKeys {
 
 struct Key {
     std::uint32_t code; ///< The stored number.
-    std::uint32_t symbol; ///< What an X11 keyboard calls it.
-    Qt::Key qt; ///< What events of the windows call it.
-    const char* name; ///< The name of the symbol.
+    std::uint32_t symbol; ///< Keysym of an X11 keyboard.
+    Qt::Key qt; ///< Key of Qt's events.
+    const char* name; ///< Name of the keysym.
 };
 
-/// Nothing for a number that no key here has.
+/// Returns null for an unknown number.
 const Key* withCode(std::uint32_t code);
 
-/// The key of an event, by its symbol, else (a digit with Shift has another one) by its place: the scan code of X11 and
-/// Wayland, 0 where there is none. Nothing for what cannot be stored, like a modifier alone.
+/// The key of an event, by its symbol, else by its scan code (a digit with Shift has another symbol). `scanCode` is that
+/// of X11 and Wayland, or 0 if unknown. Returns null for keys that cannot be stored, such as a lone modifier.
 const Key* ofEvent(int qtKey, std::uint32_t scanCode);
 
-/// How a combination is shown: "⌃⌥⌘R". "?" stands for a key that is not known.
+/// A combination for display: "⌃⌥⌘R". An unknown key is "?".
 QString text(std::uint32_t code, std::uint32_t modifiers);
 
 } // namespace orvo::VirtualKeys

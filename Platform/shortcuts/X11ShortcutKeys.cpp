@@ -15,7 +15,7 @@ namespace orvo {
 
 namespace {
 
-// Symbols of keys that are modifiers.
+// Keysyms of modifier keys.
 constexpr xcb_keysym_t numLockKey = 0xff7f;
 constexpr xcb_keysym_t altKey = 0xffe9;
 constexpr xcb_keysym_t superKey = 0xffeb;
@@ -24,7 +24,7 @@ struct FreeSymbols {
     void operator()(xcb_key_symbols_t* symbols) const noexcept { xcb_key_symbols_free(symbols); }
 };
 
-/// Which bits of an event's state the modifier keys of this keyboard set.
+/// The event state bits that this keyboard's modifier keys set.
 struct ModifierBits {
     unsigned alt = XCB_MOD_MASK_1;
     unsigned super = XCB_MOD_MASK_4;
@@ -50,13 +50,13 @@ public:
         grabAll();
     }
 
-    /// Whether a key with this combination was granted.
+    /// Whether a grab for this combination was granted.
     bool has(std::uint32_t id) const { return std::ranges::contains(m_grabs, id, &Grab::id); }
 
-    /// Counts how often the grabs were asked for, so that a new keyboard mapping can be noticed.
+    /// Counts the rounds of grabbing, so that callers notice a new keyboard mapping.
     unsigned round() const { return m_round; }
 
-    /// The combinations that were pressed since the last call, in their order.
+    /// The combinations pressed since the last call, in order.
     std::vector<std::uint32_t> pressed()
     {
         std::vector<std::uint32_t> ids;
@@ -111,12 +111,12 @@ private:
         }
     }
 
-    /// A key that is held is reported as let go and pressed again at one moment.
+    /// Whether the release is auto-repeat: a held key sends release and press with the same time stamp.
     bool isRepeated(const xcb_key_release_event_t& release)
     {
         m_peeked = next();
         if (!m_peeked) {
-            // After the answer to any question, what the display has sent with the release is here.
+            // A round trip, so that everything that the display sent with the release has arrived.
             auto* connection = m_display.get();
             const XcbHandle<xcb_get_input_focus_reply_t> answer(
                 xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
@@ -184,7 +184,7 @@ private:
         return bits;
     }
 
-    /// The keys that bear this symbol without a modifier.
+    /// The keys that type this symbol without a modifier.
     std::vector<xcb_keycode_t> codesOf(xcb_keysym_t symbol)
     {
         std::vector<xcb_keycode_t> codes;
@@ -205,7 +205,7 @@ private:
         if (!mapping)
             return bits;
         const auto* codes = xcb_get_modifier_mapping_keycodes(mapping.get());
-        constexpr unsigned firstFree = 3; // After Shift, Lock and Control.
+        constexpr unsigned firstFree = 3; // The first three are Shift, Lock and Control.
         for (unsigned modifier = firstFree; modifier < 8; ++modifier) {
             for (unsigned i = 0; i < mapping->keycodes_per_modifier; ++i) {
                 const auto code = codes[modifier * mapping->keycodes_per_modifier + i];
@@ -233,7 +233,7 @@ private:
     std::unique_ptr<xcb_key_symbols_t, FreeSymbols> m_symbols;
     QSocketNotifier m_notifier;
     std::vector<Combination> m_combinations;
-    std::vector<Grab> m_grabs; ///< Those that were not refused.
+    std::vector<Grab> m_grabs; ///< The granted ones.
     ModifierBits m_bits;
     std::set<xcb_keycode_t> m_held;
     XcbHandle<xcb_generic_event_t> m_peeked;
@@ -261,7 +261,7 @@ void X11ShortcutKeys::listen(const std::vector<Combination>& combinations)
 {
     m_grabs->set(combinations);
     emit supportChanged();
-    // Answers to the grabs may have brought events along, which no longer make the socket readable.
+    // The replies may have brought events along; the socket no longer signals those.
     QMetaObject::invokeMethod(this, &X11ShortcutKeys::takeEvents, Qt::QueuedConnection);
 }
 

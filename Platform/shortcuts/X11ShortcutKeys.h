@@ -6,10 +6,10 @@
 
 namespace orvo {
 
-/// Grabs the combinations on the root window of an X11 display, each with every state of the lock keys.
+/// Grabs the combinations on the root window of an X11 display, with every state of the lock keys.
 class X11ShortcutKeys final : public ShortcutKeys {
 public:
-    /// Nothing when the display named by the environment cannot be opened.
+    /// Returns null when the display of the environment cannot be opened.
     static std::unique_ptr<X11ShortcutKeys> open();
 
     ~X11ShortcutKeys() override;

@@ -14,14 +14,14 @@ namespace orvo {
 
 namespace {
 
-constexpr int answerLimit = 5000; ///< Milliseconds; starting a file manager takes a while.
+constexpr int answerLimit = 5000; ///< Milliseconds; allows for the start of a file manager.
 
 QUrl addressOf(const std::filesystem::path& path)
 {
     return QUrl::fromLocalFile(QString::fromStdString(path.string()));
 }
 
-/// The file manager that the session bus offers; without one, the desktop's way to open a folder.
+/// Uses the file manager on the session bus, else the desktop's way to open a folder.
 class DesktopWorkspace final : public Workspace {
 public:
     void reveal(const std::filesystem::path& file) override

@@ -8,15 +8,15 @@
 
 namespace orvo {
 
-/// Asks the user for files.
+/// Asks the user for files with the desktop's dialogs.
 ///
-/// An object of the main thread. No call waits: each gives its answer later, or at once, on the main thread, exactly once,
-/// with nothing when the user cancels or when this object goes.
+/// Main thread only. Calls do not block. Each calls its answer exactly once, on the main thread, possibly at once: with
+/// nullopt when the user cancels or when this object is destroyed.
 class FilePanels {
 public:
     using Answer = std::function<void(std::optional<std::filesystem::path>)>;
 
-    /// The panels of the desktop. Needs a `QApplication`.
+    /// Needs a `QApplication`.
     static std::unique_ptr<FilePanels> create();
 
     FilePanels() = default;
@@ -24,14 +24,14 @@ public:
     FilePanels& operator=(const FilePanels&) = delete;
     virtual ~FilePanels() = default;
 
-    /// One existing movie.
+    /// Asks for one existing movie.
     virtual void openMovie(Answer answer) = 0;
 
-    /// One existing image.
+    /// Asks for one existing image.
     virtual void openImage(Answer answer) = 0;
 
-    /// Where to write an MPEG-4 movie; the name ends in ".mp4". `proposedName` may be any text: what a file name cannot hold
-    /// is replaced. The user has confirmed that a file that exists is overwritten.
+    /// Asks where to write an MPEG-4 movie; the name ends in ".mp4". Replaces characters of `proposedName` that a file
+    /// name cannot contain. The user has confirmed overwriting an existing file.
     virtual void saveMovie(const std::string& proposedName, Answer answer) = 0;
 };
 

@@ -6,7 +6,7 @@
 
 namespace orvo {
 
-/// The clipboard of the desktop. An object of the main thread.
+/// The desktop's clipboard. Main thread only.
 class Pasteboard {
 public:
     /// Needs a `QGuiApplication`.
@@ -20,9 +20,9 @@ public:
     /// Receives whether the text is on the clipboard.
     using Done = std::function<void(bool isSet)>;
 
-    /// Puts a plain text in place of what is there. A Wayland desktop may refuse it, above all while another program has the
-    /// keyboard: `done` is called on the main thread, at once or within some seconds, with what became of it. If calls
-    /// overlap, only the last one is answered.
+    /// Replaces the clipboard by a plain text. A Wayland compositor may refuse it, above all while another program has
+    /// the keyboard. Calls `done` with the outcome on the main thread, at once or within some seconds. If calls overlap,
+    /// only the last one gets an answer.
     virtual void setText(const std::string& text, Done done) = 0;
 };
 

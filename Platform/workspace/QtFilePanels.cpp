@@ -14,7 +14,7 @@ namespace orvo {
 
 namespace {
 
-/// The panels that the desktop's theme offers (the portal's where there is one), else Qt's own.
+/// The dialogs of the desktop's theme (the portal's, if there is one), else Qt's own.
 class QtFilePanels final : public FilePanels {
 public:
     ~QtFilePanels() override
@@ -57,7 +57,7 @@ public:
         panel.dialog->setAcceptMode(QFileDialog::AcceptSave);
         panel.dialog->setFileMode(QFileDialog::AnyFile);
         panel.dialog->setNameFilter(QStringLiteral("Vídeo MPEG-4 (*.mp4)"));
-        // Added by the panel before it asks about a file that exists.
+        // The dialog appends it before it asks about overwriting.
         panel.dialog->setDefaultSuffix(QStringLiteral("mp4"));
         panel.dialog->selectFile(name);
         panel.needsSuffix = true;
@@ -85,7 +85,7 @@ private:
             else
                 finish(panel, chosen(panel, files.front()));
         });
-        // Above the window the user was in, also where that is not a widget.
+        // A transient parent keeps the dialog above the focused window, which need not be a widget.
         dialog->winId();
         if (QWindow* window = dialog->windowHandle())
             window->setTransientParent(QGuiApplication::focusWindow());
@@ -95,7 +95,7 @@ private:
     static std::filesystem::path chosen(const Panel& panel, const QString& file)
     {
         std::filesystem::path path = file.toStdString();
-        // A desktop's own panel may leave it out.
+        // A native dialog may not append the suffix.
         if (panel.needsSuffix && QString::fromStdString(path.extension().string()).toLower() != QLatin1String(".mp4"))
             path += ".mp4";
         return path;
@@ -105,7 +105,7 @@ private:
     {
         const auto place = std::ranges::find_if(m_open, [&](const Panel& open) { return &open == &panel; });
         const auto answer = std::move(panel.answer);
-        // It may be inside its own signal.
+        // The dialog may be emitting its own signal.
         panel.dialog->disconnect();
         panel.dialog.release()->deleteLater();
         m_open.erase(place);

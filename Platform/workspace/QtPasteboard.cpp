@@ -11,7 +11,7 @@ namespace orvo {
 
 namespace {
 
-constexpr auto longestWait = std::chrono::seconds(3); ///< For the compositor's announcement.
+constexpr auto maxWait = std::chrono::seconds(3); ///< For the compositor's announcement.
 
 class QtPasteboard final : public Pasteboard {
 public:
@@ -31,13 +31,13 @@ public:
         clipboard->setText(content);
         if (!QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
             return answer(clipboard->ownsClipboard() || clipboard->text() == content);
-        // Qt takes its own request for granted. A compositor does not answer it either, but announces the selection that it
-        // accepts to the program that has the keyboard: also to the one that has made it.
+        // Qt always reports success, and the compositor does not answer either. But it announces an accepted selection to
+        // the program with the keyboard, even if that program set it.
         if (!QGuiApplication::focusWindow())
             return answer(false);
         m_announcement = QObject::connect(
             clipboard, &QClipboard::dataChanged, &m_limit, [this, clipboard] { answer(clipboard->ownsClipboard()); });
-        m_limit.start(longestWait);
+        m_limit.start(maxWait);
     }
 
 private:

@@ -8,7 +8,7 @@ namespace orvo::model {
 namespace {
 
 constexpr double nyquist = 8000;
-constexpr double bend = 1000; ///< Where the scale goes from linear to logarithmic, in hertz.
+constexpr double bend = 1000; ///< Hertz; the scale is linear below and logarithmic above.
 constexpr double hertzPerMel = 200.0 / 3;
 constexpr double melsAtBend = bend / hertzPerMel;
 const double logarithmOfMel = std::log(6.4) / 27;
@@ -31,10 +31,10 @@ std::vector<float> melFilters(std::size_t bands)
         const double end = point(band + 2);
         for (std::size_t i = 0; i < melFrequencies; ++i) {
             const double frequency = nyquist * static_cast<double>(i) / (melFrequencies - 1);
-            // Turned round, for the same sign of zero as in the filters that models are published with.
+            // Negated like this for the same sign of zero as in the published models' filters.
             const double rise = -(start - frequency) / (peak - start);
             const double fall = (end - frequency) / (end - peak);
-            // The models were trained with a height that had already been rounded.
+            // The models were trained with heights rounded to float.
             const auto height = static_cast<float>(std::max(std::min(rise, fall), 0.0));
             result.push_back(static_cast<float>(height * (2 / (end - start))));
         }

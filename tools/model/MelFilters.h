@@ -5,12 +5,12 @@
 
 namespace orvo::model {
 
-/// Frequencies of a spectrum of 400 samples.
+/// Frequencies in the spectrum of 400 samples.
 inline constexpr std::size_t melFrequencies = 201;
 
-/// How much each frequency of sound at 16 kHz counts in each of the bands, `melFrequencies` numbers for each band.
+/// The weight of each frequency in each band for audio at 16 kHz: `melFrequencies` numbers per band.
 ///
-/// Triangles of equal area between points that are equally far apart on Slaney's mel scale (Auditory Toolbox, 1998): linear
+/// Triangles of equal area between points that are equidistant on Slaney's mel scale (Auditory Toolbox, 1998): linear
 /// below 1 kHz, logarithmic above.
 std::vector<float> melFilters(std::size_t bands);
 

@@ -20,7 +20,7 @@ namespace {
 constexpr ggml_type packed = GGML_TYPE_Q5_1;
 constexpr std::int32_t packedFileType = GGML_FTYPE_MOSTLY_Q5_1 + GGML_QNT_VERSION * GGML_QNT_VERSION_FACTOR;
 
-/// What is stored under one name, or one of several equal parts of it, which follow one another.
+/// A stored array, or one of its consecutive, equal parts.
 struct Source {
     std::string name;
     std::uint32_t part = 0;
@@ -161,7 +161,7 @@ private:
         tensor(to, shape, packed, data);
     }
 
-    /// `from` names the folder of a weight and its bias.
+    /// `from` is the folder of a weight and its bias.
     void linear(const std::string& to, const Source& from, const Shape& shape, Bias bias = Bias::Present)
     {
         matrix(to + ".weight", {from.name + "/weight", from.part, from.parts}, shape);
@@ -179,12 +179,12 @@ private:
     {
         const Shape shape = {m_state, channels, 3};
         const auto weight = halves({from + "/weight"}, shape);
-        floats(weight); // They stay halves, but must be numbers too.
+        floats(weight); // Stored as half precision, but checked to be finite.
         tensor(to + ".weight", shape, GGML_TYPE_F16, weight);
         tensor(to + ".bias", {m_state, 1}, GGML_TYPE_F32, bytesOf(floats(halves({from + "/bias"}, {m_state}))));
     }
 
-    /// Projections of the same input are stored as one. Those to keys have a bias of zeros, which is left out.
+    /// Projections of the same input are stored as one. The bias of keys is zero and omitted.
     void attention(Attention kind, const std::string& to, const std::string& from)
     {
         const Shape square = {m_state, m_state};
@@ -206,7 +206,7 @@ private:
     }
 
     const WeightFile& m_weights;
-    std::uint32_t m_state; ///< How many numbers stand for one place of the sound or the text.
+    std::uint32_t m_state; ///< The width of the model: numbers per position.
     std::string m_out;
 };
 

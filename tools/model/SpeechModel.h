@@ -7,9 +7,9 @@ namespace orvo::model {
 class WeightFile;
 struct Vocabulary;
 
-/// The content of a file that holds the same speech model for ggml, its matrices packed as Q5_1.
+/// The content of a ggml file with the same speech model, its matrices quantised as Q5_1.
 ///
-/// Throws `unusable` when weights are missing or do not fit together.
+/// Throws `unusable` when weights are missing or inconsistent.
 std::string speechModel(const WeightFile& weights, const Vocabulary& vocabulary);
 
 } // namespace orvo::model

@@ -18,7 +18,7 @@ constexpr bool seen(unsigned byte)
 
 constexpr int nothing = -1;
 
-/// The byte that each character up to the last used one stands for.
+/// The byte for each character up to the last used one.
 constexpr auto byteOfCharacter = [] {
     std::array<int, 0x144> result{};
     result.fill(nothing);
@@ -33,7 +33,7 @@ std::string decoded(std::string_view token)
     std::string result;
     for (std::size_t i = 0; i < token.size(); ++i) {
         std::size_t character = static_cast<unsigned char>(token[i]);
-        // All characters that are used take one or two bytes in UTF-8.
+        // All used characters take one or two bytes in UTF-8.
         if (character >= 0x80) {
             const unsigned second = ++i < token.size() ? static_cast<unsigned char>(token[i]) : 0;
             const bool pair = (character & 0xE0) == 0xC0 && (second & 0xC0) == 0x80;

@@ -6,16 +6,16 @@
 
 namespace orvo::model {
 
-/// What a speech model can write.
+/// The tokens of a speech model.
 struct Vocabulary {
-    std::size_t total; ///< Of all tokens, those that stand for no text (languages, times) included.
-    std::vector<std::string> texts; ///< The bytes of each token that stands for text; they come first.
+    std::size_t total; ///< All tokens, including those without text (languages, times).
+    std::vector<std::string> texts; ///< The bytes of each text token; these come first.
 };
 
-/// Reads a vocabulary of one token on each line.
+/// Reads a vocabulary with one token per line.
 ///
-/// Each byte of a token is written there as a character that can be seen: itself where it is one in Latin-1, otherwise the
-/// next free one from U+0100 on. Throws `unusable` for other characters, and when no token ends the text.
+/// Each byte of a token is written as a visible character: itself if it is one in Latin-1, otherwise the next free one
+/// from U+0100. Throws `unusable` for other characters, and without an end-of-text token.
 Vocabulary readVocabulary(std::string_view lines);
 
 } // namespace orvo::model

@@ -16,7 +16,7 @@ constexpr std::uint32_t containerVersion = 6;
 constexpr std::string_view whisper = "WhisperSpec";
 constexpr std::array<std::uint64_t, 6> bytesOfType = {4, 1, 2, 4, 2, 2};
 
-/// Takes one thing after another from bytes that may end anywhere.
+/// Reads values from bytes that may end anywhere.
 class Reader {
 public:
     explicit Reader(std::string_view rest)
@@ -69,7 +69,7 @@ WeightFile::WeightFile(std::string content)
     Reader reader(m_content);
     if (reader.number<std::uint32_t>() != containerVersion || reader.text() != whisper)
         throw unusable("no es un modelo de voz del tipo esperado.");
-    reader.number<std::uint32_t>(); // The revision tells of options that this program has no use for.
+    reader.number<std::uint32_t>(); // The revision describes options that this program does not use.
 
     for (auto count = reader.number<std::uint32_t>(); count > 0; --count) {
         const auto name = reader.text();

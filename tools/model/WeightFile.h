@@ -10,36 +10,36 @@
 
 namespace orvo::model {
 
-/// The error for an origin that is damaged, incomplete or something else than a speech model. `what` goes on in Spanish.
+/// The error for a damaged, incomplete or unrelated file. `what` continues a sentence in Spanish.
 Error unusable(const std::string& what);
 
-/// How many rows, columns and so on, the outermost dimension first.
+/// The dimensions, the outermost first.
 using Shape = std::vector<std::uint32_t>;
 
-/// The named numbers of a speech model in the binary container of version 6, little-endian throughout:
+/// The named arrays of a speech model in the binary container of version 6, little-endian:
 ///
 ///     version u32, kind text, revision u32
 ///     count u32, then for each: name text, dimensions u8 and each as u32, type u8, bytes u32, the numbers
-///     count u32, then for each alias: its name and that of what it stands for
+///     count u32, then for each alias: its name and its target
 ///
-/// where a text is its length as u16, which counts a final NUL, and its characters.
+/// where a text is its length as u16, including a final NUL, and its characters.
 class WeightFile {
 public:
-    /// Throws `unusable` unless the content is one whole container of a Whisper model.
+    /// Throws `unusable` unless the content is one complete container of a Whisper model.
     explicit WeightFile(std::string content);
-    WeightFile(const WeightFile&) = delete; // What it hands out points into its own content.
+    WeightFile(const WeightFile&) = delete; // Its views point into its own content.
     WeightFile& operator=(const WeightFile&) = delete;
 
     bool contains(std::string_view name) const { return m_entries.contains(name); }
 
-    /// The shape of what has that name. Throws `unusable` when there is none, or it has another number of dimensions.
+    /// The shape of the array. Throws `unusable` when it is missing or has another number of dimensions.
     const Shape& shape(std::string_view name, std::size_t dimensions) const;
 
-    /// The half-precision numbers of that name, valid as long as this object. Throws `unusable` when there are none, or they
+    /// The half-precision numbers of the array, valid as long as this object. Throws `unusable` when they are missing or
     /// have another shape.
     std::string_view halves(std::string_view name, const Shape& shape) const;
 
-    /// The single 16-bit integer of that name. Throws `unusable` when there is none.
+    /// A single 16-bit integer. Throws `unusable` when it is missing.
     std::int16_t integer(std::string_view name) const;
 
 private:

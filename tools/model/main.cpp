@@ -1,4 +1,4 @@
-// Makes the speech model that ggml reads from one that comes in two parts: orvo-model ORIGIN DESTINATION
+// Converts a speech model in two parts to one for ggml: orvo-model ORIGIN DESTINATION
 
 #include "SpeechModel.h"
 #include "VideoCore/Error.h"
@@ -14,12 +14,12 @@
 
 namespace {
 
-constexpr std::size_t largestFile = std::size_t{1} << 30;
+constexpr std::size_t maxFileBytes = std::size_t{1} << 30;
 
 std::string content(const std::filesystem::path& file)
 {
     std::string result;
-    orvo::readFile(file, result, largestFile);
+    orvo::readFile(file, result, maxFileBytes);
     return result;
 }
 

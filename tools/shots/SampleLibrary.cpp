@@ -20,7 +20,7 @@ std::string slide(const std::string& colour, const std::string& title, int secon
         colour, seconds, title);
 }
 
-/// Adds a project with a screen of this look; its media are made.
+/// Adds a project and creates its screen track.
 VideoProject add(const ProjectStore& store, const std::string& title, const std::string& colour, int seconds, int daysAgo)
 {
     auto project = VideoProject::make(title);
@@ -35,7 +35,7 @@ VideoProject add(const ProjectStore& store, const std::string& title, const std:
     return project;
 }
 
-/// Words as they are spoken: short ones are quick, and sentences end in a pause.
+/// Words with natural timing: short words are quick, and sentences end in a pause.
 std::vector<TranscriptWord> speak(const std::string& text)
 {
     std::vector<TranscriptWord> words;

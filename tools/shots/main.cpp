@@ -1,4 +1,4 @@
-// Renders the main states of the windows to pictures: orvo-shots FOLDER
+// Takes screenshots of the main states of the windows: orvo-shots FOLDER
 
 #include "OrvoVideo/model/AppModel.h"
 #include "OrvoVideo/shell/MainWindow.h"
@@ -34,7 +34,7 @@ namespace orvo::shots {
 
 namespace {
 
-/// Panels that answer with one place.
+/// File panels that always answer with the same file.
 class OnePlace final : public FilePanels {
 public:
     explicit OnePlace(std::filesystem::path place)
@@ -69,7 +69,7 @@ public:
     {
     }
 
-    /// The present state in every size and appearance. `hold` keeps the state while that takes its time.
+    /// Saves the current state in every size and appearance. `hold` restores a state that changes meanwhile.
     void take(const QString& state, const std::function<void()>& hold = [] { })
     {
         for (const QSize size : {QSize(1280, 800), QSize(2560, 1440)}) {
@@ -85,7 +85,7 @@ public:
         }
     }
 
-    /// Another window in both appearances, as large as it is.
+    /// Saves another window in both appearances, in its own size.
     void take(const QString& state, QQuickWindow& window)
     {
         for (const QString& appearance : {QStringLiteral("dark"), QStringLiteral("light")}) {
@@ -103,7 +103,7 @@ private:
         std::cout << name.toStdString() << '\n';
     }
 
-    /// Pictures arrive, movements end.
+    /// Waits for images and animations.
     static void settle()
     {
         QEventLoop loop;
@@ -120,7 +120,7 @@ void takeAll(const QDir& folder)
 {
     const test::TemporaryFolder scratch;
     const auto library = scratch / "Biblioteca";
-    test::VirtualDisplay display("1920x1080"); // What the recording panel shows.
+    test::VirtualDisplay display("1920x1080"); // The content of the recording panel.
     display.enter();
     QProcess::execute(QStringLiteral("xsetroot"), {QStringLiteral("-solid"), QStringLiteral("#24324F")});
     auto services = AppServices::create(library);

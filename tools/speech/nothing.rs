@@ -1,1 +1,1 @@
-// Cargo wants a source file.
+// Cargo needs a source file.

@@ -30,9 +30,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto longestAnswer = 3s;
+constexpr auto maxAnswerTime = 3s;
 
-/// Asks the server for everything at once and waits for the last answer.
+/// Sends all queries at once and waits for the last answer.
 class DeviceQuery {
 public:
     DeviceQuery()
@@ -58,7 +58,7 @@ public:
     AudioInputs::Devices devices()
     {
         std::unique_lock lock(m_mutex);
-        if (!m_changed.wait_for(lock, longestAnswer, [this] { return m_failed || m_answers == 3; }) || m_failed)
+        if (!m_changed.wait_for(lock, maxAnswerTime, [this] { return m_failed || m_answers == 3; }) || m_failed)
             throw captureError("No hay un servidor de sonido.");
         for (auto& device : m_devices.microphones)
             device.isDefault = device.id == m_defaultSource;
@@ -67,11 +67,11 @@ public:
         return m_devices;
     }
 
-    /// False only if the server has said so, or is not there.
+    /// Returns false only if the server reported it, or is not running.
     bool hasMicrophone()
     {
         std::unique_lock lock(m_mutex);
-        if (!m_changed.wait_for(lock, longestAnswer, [this] { return m_failed || m_answers == 3; }))
+        if (!m_changed.wait_for(lock, maxAnswerTime, [this] { return m_failed || m_answers == 3; }))
             return true;
         return m_failed ? m_refused : !m_devices.microphones.empty();
     }
@@ -162,7 +162,7 @@ bool AudioInputs::hasMicrophone()
     try {
         return DeviceQuery().hasMicrophone();
     } catch (const Error&) {
-        return false; // There is no server.
+        return false; // No server.
     }
 }
 

@@ -10,25 +10,25 @@
 
 namespace orvo {
 
-/// A piece of sound: 48,000 times a second one sample of every channel, −1..1.
+/// A block of audio: 32-bit float samples at 48 kHz, −1..1.
 struct SoundBlock {
     static constexpr int rate = 48'000;
 
     std::vector<float> samples; ///< Interleaved.
     int channels = 1; ///< 1 or 2.
-    CaptureTime time; ///< When the first sample was heard.
+    CaptureTime time; ///< Capture time of the first sample.
 
     std::size_t frames() const noexcept { return samples.size() / static_cast<std::size_t>(channels); }
 };
 
-/// A device that sound comes from: a microphone, or an output whose sound can be recorded.
+/// A source of audio: a microphone, or an output whose audio can be recorded.
 struct AudioDevice {
     std::string id;
     std::string label; ///< Shown to the user.
     bool isDefault = false;
 };
 
-/// Recording of sound through the PulseAudio protocol, which PulseAudio and PipeWire both serve.
+/// Audio capture over the PulseAudio protocol, which both PulseAudio and PipeWire serve.
 namespace AudioInputs {
 
 struct Devices {
@@ -36,35 +36,35 @@ struct Devices {
     std::vector<AudioDevice> outputs;
 };
 
-/// The devices there are, each once. Blocks for up to a few seconds. Throws `captureError` when there is no sound server.
+/// The available devices. Blocks for up to three seconds. Throws `captureError` when there is no sound server.
 Devices list();
 
-/// Whether a microphone can be recorded at all. False when there is no sound server or the server has none; true when the
-/// server does not answer or refuses to say, so that opening one reports the reason. Blocks like `list`.
+/// Whether a microphone is available. Returns false when there is no sound server or the server has none. Returns true
+/// when the server does not answer or denies access; opening one then reports the reason. Blocks like `list`.
 bool hasMicrophone();
 
 } // namespace AudioInputs
 
-/// The sound of one device, or of whatever is the default one.
+/// The audio of one device, or of the current default device.
 ///
-/// While the device or the sound server is away nothing is delivered; when it is back, the sound goes on by itself with the
-/// right times. Sound of other rates, and of more than two channels, is converted.
+/// Delivers nothing while the device or the sound server is away; continues with correct times when it is back. Other
+/// sample rates and more than two channels are converted.
 class AudioStream {
 public:
     enum class Input {
         microphone,
-        systemSound, ///< What the computer plays.
+        systemSound, ///< The audio that the computer plays.
     };
 
-    /// Called on a thread of the stream's own, one at a time, never after the stream has gone.
+    /// Called on a thread of the stream, one call at a time, never after the stream is destroyed.
     using Receiver = std::function<void(SoundBlock)>;
 
-    /// Begins to record from the device with this identifier, or with an empty one from the default device, whichever that
-    /// is at any time. Waits until the server has answered.
+    /// Starts recording from the device with this identifier; an empty one follows the default device as it changes.
+    /// Waits for the server's answer.
     ///
-    /// For a microphone throws `captureError`: "Activa el permiso de micrófono en Ajustes del Sistema." when the server
-    /// refuses it, "No hay un micrófono disponible." when there is none. The sound of the system needs nothing to begin: it
-    /// comes when there is some.
+    /// For a microphone, throws `captureError`: "Activa el permiso de micrófono en Ajustes del Sistema." when the server
+    /// denies access, "No hay un micrófono disponible." when there is none. System audio never fails: it starts when it
+    /// is available.
     static std::unique_ptr<AudioStream> open(Input input, const std::string& device, Receiver receiver);
 
     AudioStream() = default;
@@ -72,7 +72,7 @@ public:
     AudioStream& operator=(const AudioStream&) = delete;
     virtual ~AudioStream() = default;
 
-    /// The largest sample, 0..1, since the last call; for a level meter. Usable from any thread.
+    /// The peak sample since the last call, 0..1, for a level meter. Thread-safe.
     virtual float takePeak() = 0;
 };
 

@@ -20,11 +20,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto longestAnswer = 5s;
-constexpr pa_usec_t retryAfter = 500'000; ///< Microseconds until a device that is away is looked for again.
+constexpr auto maxAnswerTime = 5s;
+constexpr pa_usec_t retryAfter = 500'000; ///< Microseconds before looking again for a missing device.
 constexpr std::uint32_t blocksEachSecond = 50;
 
-/// All of it but `open` and the destructor happens on the thread of the loop.
+/// Everything except `open` and the destructor runs on the loop's thread.
 class PulseAudioStream final : public AudioStream {
 public:
     PulseAudioStream(Input input, std::string device, Receiver receiver)
@@ -47,11 +47,11 @@ public:
 
     float takePeak() override { return m_peak.exchange(0); }
 
-    /// Waits until the device has been found, or not.
+    /// Waits until the device is found or missing.
     void waitForAnswer()
     {
         std::unique_lock lock(m_mutex);
-        const bool answered = m_answered.wait_for(lock, longestAnswer, [this] { return m_answer.has_value(); });
+        const bool answered = m_answered.wait_for(lock, maxAnswerTime, [this] { return m_answer.has_value(); });
         if (m_input == Input::systemSound || (answered && *m_answer == Answer::running))
             return;
         throw captureError(answered && *m_answer == Answer::refused
@@ -104,7 +104,7 @@ private:
         m_context.reset();
     }
 
-    /// The device or the server is away: tries again after a while.
+    /// The device or the server is away: retries later.
     void lose(Answer reason = Answer::missing)
     {
         answer(reason);
@@ -146,7 +146,7 @@ private:
         }
     }
 
-    /// Another device may have become the default one.
+    /// The default device may have changed.
     static void serverChanged(pa_context*, pa_subscription_event_type_t, std::uint32_t, void* self)
     {
         if (of(self).m_chosen.empty())
@@ -156,12 +156,12 @@ private:
     void findDevice()
     {
         if (m_chosen.empty())
-            letGo(pa_context_get_server_info(m_context.get(), &PulseAudioStream::serverTold, this));
+            letGo(pa_context_get_server_info(m_context.get(), &PulseAudioStream::serverReported, this));
         else
             askFor(m_chosen.c_str());
     }
 
-    static void serverTold(pa_context*, const pa_server_info* info, void* self)
+    static void serverReported(pa_context*, const pa_server_info* info, void* self)
     {
         const char* name = nullptr;
         if (info)
@@ -175,16 +175,16 @@ private:
     void askFor(const char* name)
     {
         if (m_input == Input::microphone)
-            letGo(pa_context_get_source_info_by_name(m_context.get(), name, &PulseAudioStream::sourceTold, this));
+            letGo(pa_context_get_source_info_by_name(m_context.get(), name, &PulseAudioStream::sourceReported, this));
         else
-            letGo(pa_context_get_sink_info_by_name(m_context.get(), name, &PulseAudioStream::sinkTold, this));
+            letGo(pa_context_get_sink_info_by_name(m_context.get(), name, &PulseAudioStream::sinkReported, this));
     }
 
-    static void sourceTold(pa_context*, const pa_source_info* info, int end, void* self)
+    static void sourceReported(pa_context*, const pa_source_info* info, int end, void* self)
     {
         if (end > 0)
             return;
-        // Where there is no microphone, a server may offer what an output plays instead.
+        // Without a microphone, a server may offer the monitor of an output instead.
         const bool isMicrophone = end == 0 && (info->monitor_of_sink == PA_INVALID_INDEX || !of(self).m_chosen.empty());
         if (isMicrophone)
             of(self).recordFrom(info->name, info->sample_spec.channels);
@@ -192,7 +192,7 @@ private:
             of(self).lose();
     }
 
-    static void sinkTold(pa_context*, const pa_sink_info* info, int end, void* self)
+    static void sinkReported(pa_context*, const pa_sink_info* info, int end, void* self)
     {
         if (end == 0)
             of(self).recordFrom(info->monitor_source_name, info->sample_spec.channels);
@@ -254,7 +254,7 @@ private:
             const auto length =
                 captureLength(static_cast<double>(samples) / own.m_channels / static_cast<double>(SoundBlock::rate));
             const CaptureTime begin = time.value_or(now - length);
-            // Without data there is a hole, which the times of what follows tell.
+            // No data means a hole, which shows in the times of later blocks.
             if (data)
                 own.deliver(std::span(static_cast<const float*>(data), samples), begin);
             time = begin + length;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Included by .cpp files only.
+// For .cpp files only.
 
 #include <functional>
 #include <memory>
@@ -20,17 +20,17 @@ using PulseLoop = std::unique_ptr<pa_threaded_mainloop, PulseRelease<pa_threaded
 using PulseContext = std::unique_ptr<pa_context, PulseRelease<pa_context_unref>>;
 using PulseStream = std::unique_ptr<pa_stream, PulseRelease<pa_stream_unref>>;
 
-/// Requests whose answers come to callbacks need no more care.
+/// Releases a request whose answer arrives in a callback.
 inline void letGo(pa_operation* operation)
 {
     if (operation)
         pa_operation_unref(operation);
 }
 
-/// A loop with a thread of its own, which has not begun yet. Throws `captureError` when the system has none.
+/// A loop with its own thread, not yet started. Throws `captureError` when the system provides none.
 PulseLoop makePulseLoop();
 
-/// A connection that has not begun yet.
+/// A context that is not connected yet.
 PulseContext makePulseContext(pa_threaded_mainloop* loop);
 
 } // namespace orvo

@@ -20,7 +20,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto longestStart = 10s;
+constexpr auto maxStartTime = 10s;
 constexpr std::size_t picturesInUse = 8;
 
 using Monitor = std::unique_ptr<GstDeviceMonitor, GstRelease<gst_object_unref>>;
@@ -38,7 +38,7 @@ std::string property(const GstStructure* properties, const char* name)
     return value ? value : "";
 }
 
-/// What names a camera, whoever offers it: PipeWire and V4L2 both know the path of the device.
+/// The identifier of a camera. Prefers the device path, which is the same in PipeWire and V4L2.
 std::string identifier(GstDevice* device, const std::string& label)
 {
     const Structure properties(gst_device_get_properties(device));
@@ -63,7 +63,7 @@ std::vector<Found> cameras()
         const std::unique_ptr<char, GstRelease<g_free>> name(gst_device_get_display_name(device.get()));
         const std::string label = name ? name.get() : "";
         std::string id = identifier(device.get(), label);
-        // The same camera is offered by V4L2 and by PipeWire.
+        // V4L2 and PipeWire offer the same camera.
         const auto isSame = [&](const Found& other) { return other.camera.id == id; };
         if (std::ranges::none_of(found, isSame))
             found.push_back({.camera = {.id = std::move(id), .label = label}, .device = std::move(device)});
@@ -86,7 +86,7 @@ public:
         m_bin.reset(GST_ELEMENT(gst_object_ref_sink(gst_pipeline_new(nullptr))));
         GstElement* bin = m_bin.get();
         gst_bin_add(GST_BIN(bin), source);
-        // Cameras send raw pictures or JPEG; of what they offer, what comes nearest.
+        // Cameras send raw video or JPEG; prefers the caps closest to the output.
         GstElement* filter = addElement(bin, "capsfilter");
         const GstCapsHandle offered(gst_caps_from_string(
             "video/x-raw,width=1280,height=720;image/jpeg,width=1280,height=720;video/x-raw;image/jpeg"));
@@ -97,7 +97,7 @@ public:
         m_sink = addElement(bin, "appsink");
         const GstCapsHandle wanted(
             gst_caps_from_string("video/x-raw,format=I420,width=1280,height=720,pixel-aspect-ratio=1/1,colorimetry=bt601"));
-        // A picture that comes while the one before is not taken replaces it.
+        // An untaken frame is replaced by the next one.
         g_object_set(m_sink, "caps", wanted.get(), "sync", FALSE, "max-buffers", 2U, "drop", TRUE, "enable-last-sample",
             FALSE, nullptr);
         gst_element_link_many(source, filter, decoder, nullptr);
@@ -111,7 +111,7 @@ public:
         gst_app_sink_set_callbacks(GST_APP_SINK(m_sink), &callbacks, this, nullptr);
         const GstBusHandle bus(gst_element_get_bus(bin));
         gst_bus_set_sync_handler(bus.get(), &GstCameraStream::message, this, nullptr);
-        // The clock of all recordings, so that times can be compared.
+        // The clock of all captures, so that times are comparable.
         GstClock* clock = gst_system_clock_obtain();
         gst_pipeline_use_clock(GST_PIPELINE(bin), clock);
         gst_object_unref(clock);
@@ -126,7 +126,7 @@ public:
         if (gst_element_set_state(m_bin.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE)
             fail();
         std::unique_lock lock(m_mutex);
-        const bool answered = m_changed.wait_for(lock, stop, longestStart, [this] { return m_running || m_failure; });
+        const bool answered = m_changed.wait_for(lock, stop, maxStartTime, [this] { return m_running || m_failure; });
         if (!answered || m_failure)
             throw captureError(m_failure.value_or("No se puede abrir la cámara."));
     }
@@ -141,8 +141,8 @@ private:
             gst_pad_link(pad, target.get());
     }
 
-    /// The decoder is linked when it has seen a picture, which asks the camera to agree on a form once more. All forms are
-    /// converted behind it, and some cameras do not come back when they are let go of for that.
+    /// When decodebin links, it asks the camera to renegotiate. All formats are converted after it, and some cameras do
+    /// not survive a stop for renegotiation.
     static GstPadProbeReturn askedAgain(GstPad*, GstPadProbeInfo* info, gpointer)
     {
         return GST_EVENT_TYPE(GST_PAD_PROBE_INFO_EVENT(info)) == GST_EVENT_RECONFIGURE ? GST_PAD_PROBE_DROP
@@ -161,13 +161,13 @@ private:
     {
         GstBuffer* buffer = gst_sample_get_buffer(sample);
         CaptureTime time = CaptureClock::now();
-        // Both clocks count the nanoseconds since the machine was started.
+        // Both clocks count nanoseconds since boot.
         if (GST_BUFFER_PTS_IS_VALID(buffer)) {
             const GstClockTime running =
                 gst_segment_to_running_time(gst_sample_get_segment(sample), GST_FORMAT_TIME, GST_BUFFER_PTS(buffer));
             if (running != GST_CLOCK_TIME_NONE) {
                 const auto taken = CaptureTime(std::chrono::nanoseconds(running + gst_element_get_base_time(m_bin.get())));
-                time = std::min(time, std::max(taken, time - captureLength(longestDelay)));
+                time = std::min(time, std::max(taken, time - captureLength(maxDelay)));
             }
         }
         {
@@ -239,7 +239,7 @@ private:
     GstElement* m_converter = nullptr;
     GstElement* m_sink = nullptr;
 
-    std::mutex m_mutex; ///< Guards the following.
+    std::mutex m_mutex; ///< Guards the members below.
     std::condition_variable_any m_changed;
     bool m_running = false;
     std::optional<std::string> m_failure;

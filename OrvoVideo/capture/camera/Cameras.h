@@ -11,7 +11,7 @@
 
 namespace orvo {
 
-/// A camera, of V4L2 or of PipeWire.
+/// A V4L2 or PipeWire camera.
 struct CameraDevice {
     std::string id;
     std::string label; ///< Shown to the user.
@@ -19,34 +19,34 @@ struct CameraDevice {
 
 namespace Cameras {
 
-/// The cameras there are, each once, the preferred one first.
+/// The available cameras, the preferred one first.
 std::vector<CameraDevice> list();
 
 } // namespace Cameras
 
-/// The pictures of a camera, 1280×720 with black around them where its shape differs.
+/// The frames of a camera, fitted into 1280×720 with black bars.
 class CameraStream {
 public:
     static constexpr PictureSize size{1280, 720};
-    /// Seconds from the time of a picture until it is delivered, at most: what a camera tells beyond that is not believed.
-    static constexpr double longestDelay = 1;
+    /// Maximum time from capture to delivery, in seconds; a larger value that a camera reports is clamped.
+    static constexpr double maxDelay = 1;
 
-    /// Called on threads of the stream's own, one at a time, never after the stream has gone.
+    /// Called on threads of the stream, one call at a time, never after the stream is destroyed.
     struct Receiver {
         std::function<void(CapturedPicture)> picture;
-        /// The camera has gone, with an error for the user. Nothing comes after it.
+        /// The camera is gone, with an error for the user. No call follows.
         std::function<void(std::exception_ptr)> ended;
     };
 
-    /// Begins to record from the camera with this identifier, or with an empty one from the first. Waits until it runs.
+    /// Starts recording from the camera with this identifier; an empty one selects the first. Waits until it runs.
     ///
     /// Throws `captureError`: "No hay una cámara disponible." when there is none, "No se puede abrir la cámara." when it
-    /// does not run or the wait is given up, "Activa el permiso de cámara en Ajustes del Sistema." when the system refuses
-    /// it.
+    /// does not start or `stop` is requested, "Activa el permiso de cámara en Ajustes del Sistema." when access is
+    /// denied.
     static std::unique_ptr<CameraStream> open(
         const std::string& device, Receiver receiver, const std::stop_token& stop = {});
 
-    /// The identifier of the camera.
+    /// The identifier of the open camera.
     virtual const std::string& device() const = 0;
 
     CameraStream() = default;

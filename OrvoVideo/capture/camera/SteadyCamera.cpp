@@ -9,7 +9,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto retryAfter = 1s;
-constexpr auto longestSilence = 3s; ///< Without a picture. Even in the dark cameras make several a second.
+constexpr auto maxSilence = 3s; ///< Without a frame. Even in the dark, cameras deliver several per second.
 
 } // namespace
 
@@ -61,18 +61,18 @@ void SteadyCamera::lose()
 void SteadyCamera::keepOpen(const std::stop_token& stop)
 {
     while (waitForItsEnd(stop)) {
-        m_stream.reset(); // Its device becomes free for the system to give it the same name again.
+        m_stream.reset(); // Closes the device, so that the system can give it the same name again.
         reopen(stop);
     }
     m_stream.reset();
 }
 
-/// False when this is to stop.
+/// Waits until the camera stops delivering. Returns false on a stop request.
 bool SteadyCamera::waitForItsEnd(const std::stop_token& stop)
 {
     std::unique_lock lock(m_mutex);
-    while (!stop.stop_requested() && !m_gone && CaptureClock::now() - m_newest < longestSilence)
-        m_changed.wait_for(lock, stop, longestSilence / 2, [this] { return m_gone; });
+    while (!stop.stop_requested() && !m_gone && CaptureClock::now() - m_newest < maxSilence)
+        m_changed.wait_for(lock, stop, maxSilence / 2, [this] { return m_gone; });
     return !stop.stop_requested();
 }
 
@@ -88,7 +88,7 @@ void SteadyCamera::reopen(const std::stop_token& stop)
         try {
             open(m_device, stop);
         } catch (const std::exception&) {
-            m_stream.reset(); // Not yet there.
+            m_stream.reset(); // Not available yet.
         }
     }
 }

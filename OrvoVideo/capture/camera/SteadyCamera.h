@@ -12,15 +12,15 @@
 
 namespace orvo {
 
-/// The pictures of a camera for as long as this lives. One that is unplugged, or that gives no more pictures, is looked for
-/// every second and goes on when it is there again; until then nothing is delivered.
+/// Keeps a camera open. If it is unplugged or stops delivering, tries every second to reopen it by its identifier;
+/// delivers nothing meanwhile.
 class SteadyCamera {
 public:
-    /// Called on threads of the camera's own, one at a time, never after this object has gone.
+    /// Called on threads of the camera, one call at a time, never after this object is destroyed.
     using Receiver = std::function<void(CapturedPicture)>;
 
-    /// Begins to record from the camera with this identifier, or with an empty one from the first; it stays with that one.
-    /// Throws what `CameraStream::open` throws.
+    /// Opens the camera with this identifier; an empty one selects the first and stays with it. Throws what
+    /// `CameraStream::open` throws.
     SteadyCamera(const std::string& device, Receiver receiver);
     ~SteadyCamera();
     SteadyCamera(const SteadyCamera&) = delete;
@@ -36,14 +36,14 @@ private:
 
     const Receiver m_receiver;
     std::string m_device;
-    std::unique_ptr<CameraStream> m_stream; ///< Of the thread once that runs.
+    std::unique_ptr<CameraStream> m_stream; ///< Owned by the thread once it runs.
 
-    std::mutex m_mutex; ///< Guards the following.
+    std::mutex m_mutex; ///< Guards the members below.
     std::condition_variable_any m_changed;
-    CaptureTime m_newest; ///< When the last picture came.
+    CaptureTime m_newest; ///< Time of the last frame.
     bool m_gone = false;
 
-    std::jthread m_thread; ///< Last, so that it has ended when the others go.
+    std::jthread m_thread; ///< Last member: stops before the others are destroyed.
 };
 
 } // namespace orvo

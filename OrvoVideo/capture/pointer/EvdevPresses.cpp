@@ -28,10 +28,10 @@ struct FreeDevice {
     }
 };
 
-/// An open device with its descriptor.
+/// An open device, with its file descriptor.
 using Device = std::unique_ptr<libevdev, FreeDevice>;
 
-/// Nothing when it may not be read or is nothing that moves a pointer.
+/// Returns null for a device that cannot be read or is not a pointing device.
 Device openDevice(const fs::path& file)
 {
     UniqueFd descriptor(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -59,7 +59,7 @@ public:
         : m_folder(folder)
         , m_watch(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
     {
-        // A device is there first and may be read a moment later, when its rights are set.
+        // A device may become readable only after its creation, when udev sets its permissions.
         ::inotify_add_watch(m_watch.get(), folder.c_str(), IN_CREATE | IN_ATTRIB | IN_DELETE);
         std::error_code error;
         for (const auto& entry : fs::directory_iterator(folder, error))
@@ -109,14 +109,14 @@ private:
         }
     }
 
-    /// False when the device is gone.
+    /// Returns false when the device is gone.
     bool readDevice(libevdev& device)
     {
         while (true) {
             input_event event{};
             const int status = libevdev_next_event(&device, LIBEVDEV_READ_FLAG_NORMAL, &event);
             if (status == LIBEVDEV_READ_STATUS_SYNC) {
-                // Events were missed: what is pressed now was no press of this moment.
+                // Events were dropped: presses reported while resynchronising did not happen now.
                 while (libevdev_next_event(&device, LIBEVDEV_READ_FLAG_SYNC, &event) == LIBEVDEV_READ_STATUS_SYNC) { }
                 continue;
             }
@@ -124,7 +124,7 @@ private:
                 return status == -EAGAIN || status == -EINTR;
             const bool isPress = event.type == EV_KEY && event.value == 1;
             if (isPress && (event.code == BTN_LEFT || event.code == BTN_RIGHT))
-                listener.tell();
+                listener.notify();
         }
     }
 
@@ -144,7 +144,7 @@ private:
     fs::path m_folder;
     UniqueFd m_watch;
     WakeUp m_wakeUp;
-    std::map<fs::path, Device> m_devices; ///< Of the thread alone, once it runs.
+    std::map<fs::path, Device> m_devices; ///< Owned by the thread once it runs.
     std::jthread m_thread;
 };
 

@@ -7,13 +7,13 @@
 
 namespace orvo {
 
-/// Presses of the buttons of mice and touch pads, read from the input devices themselves: for window systems that tell no
-/// program what happens in another one. Where the pointer is they do not know. Devices may come and go.
+/// Button presses of mice and touch pads, read from the input devices: for window systems that do not report input to
+/// other programs. Provides no positions. Follows devices that are plugged in and out.
 ///
-/// Taps on a touch pad, which only the window system takes for presses, are not seen.
+/// Does not see taps on a touch pad; only the window system interprets those as presses.
 class EvdevPresses final : public PointerMonitor {
 public:
-    /// Nothing when no device with buttons in `folder` may be read: most systems allow that to the members of a group only.
+    /// Returns null when no device with buttons in `folder` is readable; most systems restrict that to a group.
     static std::unique_ptr<EvdevPresses> open(const std::filesystem::path& folder = "/dev/input");
 
     ~EvdevPresses() override;

@@ -8,7 +8,7 @@ namespace orvo {
 
 namespace {
 
-/// Where nothing can be known.
+/// For a system that reports nothing.
 class NoPointerMonitor final : public PointerMonitor {
 public:
     std::optional<Point> position() override { return std::nullopt; }

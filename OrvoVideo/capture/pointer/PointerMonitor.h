@@ -8,11 +8,11 @@
 
 namespace orvo {
 
-/// Where the pointer is and when it is pressed, in the global display space (pixels of the root window on X11).
+/// The pointer's position and presses in the global display space (root window pixels on X11).
 class PointerMonitor {
 public:
-    /// The monitor of the window system that this process runs on. Where it tells little, or where there is none, the
-    /// monitor knows little or nothing: this never fails.
+    /// The monitor for this process's window system. Never fails; where the system reports little or nothing, so does the
+    /// monitor.
     static std::unique_ptr<PointerMonitor> create();
 
     PointerMonitor() = default;
@@ -20,14 +20,14 @@ public:
     PointerMonitor& operator=(const PointerMonitor&) = delete;
     virtual ~PointerMonitor() = default;
 
-    /// Where the pointer is now; nothing where the system does not say.
+    /// The current position, or nullopt if unknown.
     virtual std::optional<Point> position() = 0;
 
-    /// Calls `pressed` for every press of the left or right button anywhere, on a thread of the monitor's own, until the
-    /// object goes or another function is set.
+    /// Calls `pressed` for every press of the left or right button anywhere, on a thread of the monitor, until another
+    /// function is set or the object is destroyed.
     virtual void onPress(std::function<void()> pressed) = 0;
 
-    /// Whether presses in other applications are seen.
+    /// Whether presses in other applications are reported.
     virtual bool seesPresses() const = 0;
 };
 

@@ -6,17 +6,18 @@
 
 namespace orvo {
 
-/// The function that is told of presses, set on one thread and called on another.
+/// A press callback, set on one thread and called on another.
 class PressListener {
 public:
-    /// From the return on, only `pressed` is called, which may be empty. Not to be called from the function itself.
+    /// Replaces the callback, which may be empty; the old one is no longer called after the return. Must not be called
+    /// from the callback.
     void set(std::function<void()> pressed)
     {
         const std::lock_guard lock(m_mutex);
         m_pressed = std::move(pressed);
     }
 
-    void tell()
+    void notify()
     {
         const std::lock_guard lock(m_mutex);
         if (m_pressed)

@@ -6,10 +6,10 @@
 
 namespace orvo {
 
-/// Wakes a thread that waits for other things in `poll`.
+/// Wakes a thread that waits in `poll`.
 class WakeUp {
 public:
-    /// Can be read from once it has been called for.
+    /// Readable after `call`.
     int descriptor() const noexcept { return m_event.get(); }
     void call() const noexcept { ::eventfd_write(m_event.get(), 1); }
 

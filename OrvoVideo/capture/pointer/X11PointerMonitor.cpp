@@ -16,8 +16,8 @@ namespace {
 constexpr std::uint32_t leftButton = 1;
 constexpr std::uint32_t rightButton = 3;
 
-/// Asks for the raw presses of all pointers. False where the display has no such events: since version 2.2 of the extension
-/// they arrive also while another program holds the pointer.
+/// Selects raw button events of all pointers. Needs XInput 2.2, which delivers them even while another client grabs the
+/// pointer; returns false without it.
 bool selectPresses(const XcbDisplay& display)
 {
     auto* connection = display.get();
@@ -79,13 +79,13 @@ private:
             return;
         const auto button = reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event).detail;
         if (button == leftButton || button == rightButton)
-            listener.tell();
+            listener.notify();
     }
 
     XcbDisplay m_display;
     std::uint8_t m_inputExtension;
     WakeUp m_wakeUp;
-    std::jthread m_thread; ///< Last: everything above is there while it runs.
+    std::jthread m_thread; ///< Last member: stops before the others are destroyed.
 };
 
 std::unique_ptr<X11PointerMonitor> X11PointerMonitor::open()

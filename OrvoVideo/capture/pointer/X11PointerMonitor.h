@@ -6,10 +6,10 @@
 
 namespace orvo {
 
-/// The pointer of an X11 display: its place is asked for, its presses arrive as raw events, whoever they are meant for.
+/// The pointer of an X11 display: queries its position and receives raw button events, whichever window they are for.
 class X11PointerMonitor final : public PointerMonitor {
 public:
-    /// Nothing when the display named by the environment cannot be opened.
+    /// Returns null when the display of the environment cannot be opened.
     static std::unique_ptr<X11PointerMonitor> open();
 
     ~X11PointerMonitor() override;
@@ -24,8 +24,8 @@ private:
 
     X11PointerMonitor(std::unique_ptr<Display> display, std::unique_ptr<Presses> presses);
 
-    std::unique_ptr<Display> m_display; ///< Asked for the place; no event ever arrives on it.
-    std::unique_ptr<Presses> m_presses; ///< On a connection of its own. Null where the display has no raw events.
+    std::unique_ptr<Display> m_display; ///< For queries only; receives no events.
+    std::unique_ptr<Presses> m_presses; ///< Has its own connection. Null if the display lacks raw events.
 };
 
 } // namespace orvo

@@ -13,8 +13,8 @@ namespace CaptureSources {
 
 namespace {
 
-constexpr int leastWidth = 80;
-constexpr int leastHeight = 60;
+constexpr int minWidth = 80;
+constexpr int minHeight = 60;
 
 } // namespace
 
@@ -36,8 +36,8 @@ std::vector<CaptureSource> windows(pid_t own)
     const X11Connection connection;
     std::vector<CaptureSource> sources;
     for (const auto& window : connection.windows()) {
-        if (window.process == static_cast<std::uint32_t>(own) || window.title.empty() || window.rect.width <= leastWidth
-            || window.rect.height <= leastHeight)
+        if (window.process == static_cast<std::uint32_t>(own) || window.title.empty() || window.rect.width <= minWidth
+            || window.rect.height <= minHeight)
             continue;
         sources.push_back({.id = std::format("w{}", window.id),
             .label = std::format("{} — {}", window.application.empty() ? "App" : window.application, window.title),
@@ -47,7 +47,7 @@ std::vector<CaptureSource> windows(pid_t own)
     return sources;
 }
 
-std::optional<SourcePicture> picture(const CaptureSource& source, PictureSize largest)
+std::optional<SourcePicture> picture(const CaptureSource& source, PictureSize maxSize)
 {
     X11Connection connection;
     X11Target target(connection, source);
@@ -59,7 +59,7 @@ std::optional<SourcePicture> picture(const CaptureSource& source, PictureSize la
     if (!pixels)
         return std::nullopt;
     const double factor = std::min(
-        {1.0, static_cast<double>(largest.width) / pixels->width, static_cast<double>(largest.height) / pixels->height});
+        {1.0, static_cast<double>(maxSize.width) / pixels->width, static_cast<double>(maxSize.height) / pixels->height});
     SourcePicture result;
     result.size = {.width = std::max(static_cast<int>(factor * pixels->width), 1),
         .height = std::max(static_cast<int>(factor * pixels->height), 1)};

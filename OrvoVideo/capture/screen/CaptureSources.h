@@ -17,14 +17,14 @@
 
 namespace orvo {
 
-/// A small picture for people to recognise a source by: red, green, blue.
+/// A small RGB image by which the user recognises a source.
 struct SourcePicture {
     PictureSize size;
     std::vector<std::uint8_t> pixels;
 };
 
-/// A stream of pictures that the desktop's portal has opened for this process. Owns the connection, which all that read from
-/// the stream share: a second one over the same descriptor would talk across the first.
+/// A stream that the desktop portal opened for this process. Owns the PipeWire connection, which all readers of the
+/// stream share: a second connection over the same descriptor would corrupt the first.
 class PipeWireStream {
 public:
     struct Connection;
@@ -36,58 +36,57 @@ public:
 
     std::uint32_t node() const noexcept { return m_node; }
 
-    /// The connection, which begins with the first call. Throws `captureError` when there is none.
+    /// The connection, opened by the first call. Throws `captureError` when that fails.
     Connection& connection() const;
 
     struct Look {
         PictureSize size; ///< Of the source, in pixels.
-        std::optional<SourcePicture> picture; ///< Empty when no frame came in time.
+        std::optional<SourcePicture> picture; ///< Null when no frame arrived in time.
     };
 
-    /// Looks at the first frame of a stream, fitted into `largest` (even numbers). The frames of a window may be larger than
-    /// the window: a frame says which part of it the window is. Without a frame within `patience` the size is that of the
-    /// stream's format: some desktops deliver none until something is drawn.
+    /// Captures the first frame of a stream, fitted into `maxSize` (even numbers). The frames of a window may be larger
+    /// than the window; the crop of the frame gives its size. Without a frame within `patience`, the size is that of the
+    /// stream's format: some desktops deliver no frame until something is drawn.
     ///
-    /// Blocks for up to ten seconds and `patience`. Throws `captureError` when the stream has ended, `Cancelled` when
-    /// stopped.
-    static Look look(const std::shared_ptr<const PipeWireStream>& stream, PictureSize largest,
+    /// Blocks for up to ten seconds plus `patience`. Throws `captureError` when the stream has ended, and `Cancelled`.
+    static Look look(const std::shared_ptr<const PipeWireStream>& stream, PictureSize maxSize,
         std::chrono::milliseconds patience, const std::stop_token& stop = {});
 
 private:
     UniqueFd m_remote;
     std::uint32_t m_node;
-    mutable std::mutex m_mutex; ///< Guards the following.
+    mutable std::mutex m_mutex; ///< Guards the members below.
     mutable std::unique_ptr<Connection> m_connection;
 };
 
-/// A display or a window that can be recorded.
+/// A recordable display or window.
 struct CaptureSource {
     std::string id; ///< "d" or "w" and the identifier of the display or the window in decimal.
     std::string label; ///< Shown to the user.
     std::optional<std::uint32_t> displayID; ///< Of a display.
     std::optional<std::uint32_t> windowID; ///< Of a window.
-    Rect rect; ///< Where it is, in the global display space.
-    double scale = 1; ///< Pixels of its picture for each unit of `rect`.
-    std::shared_ptr<const PipeWireStream> stream; ///< Where its pictures come from, when the portal has opened it.
+    Rect rect; ///< Position and size, in the global display space.
+    double scale = 1; ///< Pixels per unit of `rect`.
+    std::shared_ptr<const PipeWireStream> stream; ///< The frames of a source that the portal opened; else null.
 
     friend bool operator==(const CaptureSource&, const CaptureSource&) = default;
 };
 
-/// What can be recorded on X11. On Wayland the portal's own picker chooses, and its streams are the sources. Usable from any
-/// thread; every call asks the server afresh.
+/// The recordable sources on X11. On Wayland the portal's picker chooses, and its streams are the sources. Thread-safe;
+/// every call queries the server.
 ///
-/// Everything here throws `captureError` when there is no X server, or when it lacks what recording needs.
+/// All functions throw `captureError` when there is no X server, or it lacks a needed extension.
 namespace CaptureSources {
 
-/// The monitors in the server's order, with labels such as "Pantalla 1 · 1920×1080".
+/// The monitors in the server's order, labelled such as "Pantalla 1 · 1920×1080".
 std::vector<CaptureSource> displays();
 
-/// The visible windows, topmost first, with labels such as "Firefox — Portada". Left out are those of the process `own`,
-/// those without a title, and those that are not wider than 80 pixels and higher than 60.
+/// The visible windows, topmost first, labelled such as "Firefox — Portada". Skips those of the process `own`, those
+/// without a title and those not larger than 80 × 60 pixels.
 std::vector<CaptureSource> windows(pid_t own = ::getpid());
 
-/// What a source shows now, fitted into `largest`, never enlarged. Nothing when it cannot be seen any more.
-std::optional<SourcePicture> picture(const CaptureSource& source, PictureSize largest);
+/// The current content of a source, fitted into `maxSize`, never enlarged. Returns nullopt when the source is gone.
+std::optional<SourcePicture> picture(const CaptureSource& source, PictureSize maxSize);
 
 } // namespace CaptureSources
 

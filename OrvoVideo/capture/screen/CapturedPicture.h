@@ -18,8 +18,8 @@ struct PictureSize {
     friend bool operator==(const PictureSize&, const PictureSize&) = default;
 };
 
-/// The memory of a picture as encoders take it: I420, in the limited range of BT.601. The three planes follow one another; a
-/// line of any of them takes a multiple of four bytes. Width and height are even.
+/// A frame buffer in the form that encoders take: I420, BT.601 limited range. The three planes are contiguous; strides
+/// are multiples of four bytes. Width and height are even.
 class PictureMemory {
 public:
     explicit PictureMemory(PictureSize size);
@@ -38,7 +38,7 @@ public:
 
     const std::vector<std::uint8_t>& bytes() const noexcept { return m_bytes; }
 
-    /// Makes all of it black.
+    /// Fills the frame with black.
     void blacken();
 
 private:
@@ -55,18 +55,18 @@ private:
     std::vector<std::uint8_t> m_bytes;
 };
 
-/// A picture of the screen or of a camera and when it was taken; a handle, cheap to copy.
+/// A frame of the screen or a camera with its capture time; a cheap handle.
 struct CapturedPicture {
     std::shared_ptr<const PictureMemory> memory;
     CaptureTime time;
 };
 
-/// Pictures of one size, whose memory is used again when nobody holds them any more. May be used from several threads.
+/// A pool of frame buffers of one size, reused when released. Thread-safe.
 class PicturePool {
 public:
     PicturePool(PictureSize size, std::size_t limit);
 
-    /// A picture to be filled, with what was in it; nothing while `limit` of them are in use.
+    /// A buffer with undefined content; null while `limit` of them are in use.
     std::shared_ptr<PictureMemory> take();
 
 private:
@@ -78,7 +78,7 @@ private:
 
     PictureSize m_size;
     std::size_t m_limit;
-    std::shared_ptr<Free> m_free = std::make_shared<Free>(); ///< Pictures in use outlive the pool.
+    std::shared_ptr<Free> m_free = std::make_shared<Free>(); ///< Shared, because buffers in use outlive the pool.
 };
 
 } // namespace orvo

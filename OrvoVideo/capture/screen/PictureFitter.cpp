@@ -24,7 +24,7 @@ PicturePlace PicturePlace::fitted(PictureSize source, PictureSize target)
 {
     const double factor = std::min({1.0, static_cast<double>(target.width) / even(source.width),
         static_cast<double>(target.height) / even(source.height)});
-    // A recording's size was rounded down from the source's: what differs by less than that is filled.
+    // The recording's size was rounded down from the source's, so a difference below that is filled.
     const auto length = [factor](int from, int room) {
         const double exact = factor * from;
         return room - exact < 2 && room <= from ? room : std::min(evenAtLeastTwo(exact), room);
@@ -56,7 +56,7 @@ PicturePlace PictureFitter::draw(const Source& source, PictureMemory& target)
             place.size.width, place.size.height, libyuv::kFilterBox);
         pixels = m_scaled.data();
     }
-    // What the library calls ARGB lies in memory as blue, green, red, alpha.
+    // libyuv's ARGB is blue, green, red, alpha in memory.
     libyuv::ARGBToI420(pixels, stride, target.luma() + place.y * target.lumaStride() + place.x, target.lumaStride(),
         target.blue() + place.y / 2 * target.chromaStride() + place.x / 2, target.chromaStride(),
         target.red() + place.y / 2 * target.chromaStride() + place.x / 2, target.chromaStride(), place.size.width,

@@ -8,8 +8,8 @@
 
 namespace orvo {
 
-/// Where a picture of `source` pixels lies in one of `target` pixels: as large as it fits, centred, never enlarged. All
-/// numbers are even; the last line or column of an odd source is left out rather than the whole scaled.
+/// Where a frame of `source` pixels lies in one of `target` pixels: as large as fits, centred, never enlarged. All
+/// numbers are even; an odd source loses its last line or column rather than being scaled.
 struct PicturePlace {
     int x = 0;
     int y = 0;
@@ -17,23 +17,23 @@ struct PicturePlace {
 
     static PicturePlace fitted(PictureSize source, PictureSize target);
 
-    /// This place in fractions of the target.
+    /// This rectangle in fractions of the target.
     Rect within(PictureSize target) const noexcept;
 
     friend bool operator==(const PicturePlace&, const PicturePlace&) = default;
 };
 
-/// Brings the pixels of a screen into the form and size of a recording.
+/// Converts screen pixels to the format and size of a recording.
 class PictureFitter {
 public:
-    /// Pixels of 32 bits: blue, green, red and one more byte.
+    /// 32-bit pixels in the order blue, green, red, unused.
     struct Source {
         const std::uint8_t* data = nullptr;
         int stride = 0; ///< Bytes from one line to the next.
         PictureSize size;
     };
 
-    /// Draws the source into `target`, with black around it. Returns where.
+    /// Draws the source into `target` with black bars. Returns its place.
     PicturePlace draw(const Source& source, PictureMemory& target);
 
 private:

@@ -23,10 +23,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto longestAnswer = 10s;
+constexpr auto maxAnswerTime = 10s;
 constexpr std::size_t picturesInUse = 8;
-constexpr std::uint32_t largestCursor =
-    256; ///< Pixels of a side: the picture of the cursor comes along, though it is not used.
+constexpr std::uint32_t maxCursorSide = 256; ///< Pixels; the cursor's bitmap comes with its position, though it is not used.
 
 template <auto Release> struct PipeWireRelease {
     template <typename T> void operator()(T* object) const { Release(object); }
@@ -49,7 +48,7 @@ Error undeliveredError()
     return captureError("El escritorio comparte la pantalla, pero no entrega ninguna imagen de ella.");
 }
 
-/// While it lives, the thread of the loop waits.
+/// Blocks the loop's thread while it lives.
 class LoopLock {
 public:
     explicit LoopLock(pw_thread_loop* loop)
@@ -84,7 +83,7 @@ struct PipeWireStream::Connection {
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    // The last goes first.
+    // Destroyed in reverse order.
     Loop loop;
     Context context;
     Core core;
@@ -102,7 +101,7 @@ PipeWireStream::Connection& PipeWireStream::connection() const
 {
     const std::lock_guard lock(m_mutex);
     if (!m_connection) {
-        // It closes the descriptor that it is given.
+        // The connection closes its descriptor, so it gets a copy.
         m_connection = std::make_unique<Connection>(::fcntl(m_remote.get(), F_DUPFD_CLOEXEC, 0));
     }
     return *m_connection;
@@ -110,7 +109,7 @@ PipeWireStream::Connection& PipeWireStream::connection() const
 
 namespace {
 
-/// A part of a captured frame for people to look at.
+/// A part of a captured frame as RGB.
 SourcePicture pictureOf(const PictureMemory& memory, const PicturePlace& part)
 {
     SourcePicture picture{.size = part.size, .pixels = {}};
@@ -151,8 +150,8 @@ public:
             connect();
         }
         std::unique_lock lock(m_mutex);
-        // A picture may come much later: some desktops wait until something is drawn.
-        if (!m_changed.wait_for(lock, longestAnswer, [this] { return m_end || (m_streaming && m_format.size.width > 0); }))
+        // Does not wait for a frame: some desktops deliver none until something is drawn.
+        if (!m_changed.wait_for(lock, maxAnswerTime, [this] { return m_end || (m_streaming && m_format.size.width > 0); }))
             throw undeliveredError();
         if (m_end)
             throw *m_end;
@@ -178,7 +177,7 @@ public:
         return view;
     }
 
-    /// The size of the source in pixels.
+    /// The size of the source, in pixels.
     PictureSize sourceSize() const
     {
         const std::lock_guard lock(m_mutex);
@@ -209,7 +208,7 @@ private:
             .process = &PipeWireScreenStream::pictureCame};
         pw_stream_add_listener(m_stream.get(), &m_listener, &events, this);
 
-        // A stream whose other end has gone only pauses.
+        // When the producer of a stream is gone, the stream only pauses; the registry reports the end.
         m_registry.reset(pw_core_get_registry(m_connection.core.get(), PW_VERSION_REGISTRY, 0));
         if (!m_registry)
             throw endedError();
@@ -222,19 +221,19 @@ private:
         spa_pod_builder builder{};
         spa_pod_builder_init(&builder, memory.data(), memory.size());
         const spa_rectangle usual{1920, 1080};
-        const spa_rectangle least{1, 1};
-        const spa_rectangle most{16384, 16384};
+        const spa_rectangle minSize{1, 1};
+        const spa_rectangle maxSize{16384, 16384};
         const spa_fraction rate{static_cast<std::uint32_t>(m_settings.fps), 1};
         const spa_fraction anyRate{0, 1};
-        const spa_fraction mostRate{1000, 1};
+        const spa_fraction maxRate{1000, 1};
         const spa_pod* offer = static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_Format,
             SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType, SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype,
             SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw), SPA_FORMAT_VIDEO_format,
             SPA_POD_CHOICE_ENUM_Id(5, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRA,
                 SPA_VIDEO_FORMAT_RGBx, SPA_VIDEO_FORMAT_RGBA),
-            SPA_FORMAT_VIDEO_size, SPA_POD_CHOICE_RANGE_Rectangle(&usual, &least, &most), SPA_FORMAT_VIDEO_framerate,
-            SPA_POD_CHOICE_RANGE_Fraction(&rate, &anyRate, &mostRate)));
-        // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): flags are joined so in this library.
+            SPA_FORMAT_VIDEO_size, SPA_POD_CHOICE_RANGE_Rectangle(&usual, &minSize, &maxSize), SPA_FORMAT_VIDEO_framerate,
+            SPA_POD_CHOICE_RANGE_Fraction(&rate, &anyRate, &maxRate)));
+        // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): the library combines flags like this.
         const auto flags = static_cast<pw_stream_flags>(
             PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_DONT_RECONNECT);
         m_timer = pw_loop_add_timer(pw_thread_loop_get_loop(m_connection.loop.get()), &PipeWireScreenStream::timeCame, this);
@@ -265,7 +264,7 @@ private:
             stream.begin();
     }
 
-    /// The number of a node that has gone may be given to this stream's own.
+    /// Whether the shared node still exists. Its number may have been reused for this stream's own node.
     bool isShared() const { return m_isThere && pw_stream_get_node_id(m_stream.get()) != m_source.stream->node(); }
 
     bool hasBegun() const
@@ -294,7 +293,7 @@ private:
             hadBegun = m_streaming;
         }
         m_changed.notify_all();
-        // Otherwise `start` tells.
+        // Otherwise `start` throws it.
         if (hadBegun && m_receiver.ended)
             m_receiver.ended(std::make_exception_ptr(error));
     }
@@ -313,7 +312,7 @@ private:
         stream.m_changed.notify_all();
     }
 
-    /// Plain memory, with the place of the pointer beside the picture.
+    /// Requests plain memory, and the pointer's position with each frame.
     void askForBuffers()
     {
         std::array<std::uint8_t, 1024> memory{};
@@ -335,12 +334,12 @@ private:
                 SPA_POD_Int(static_cast<int>(sizeof(spa_meta_region))))),
             static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
                 SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor), SPA_PARAM_META_size,
-                SPA_POD_CHOICE_RANGE_Int(cursorBytes(64), cursorBytes(1), cursorBytes(largestCursor)))),
+                SPA_POD_CHOICE_RANGE_Int(cursorBytes(64), cursorBytes(1), cursorBytes(maxCursorSide)))),
         };
         pw_stream_update_params(m_stream.get(), wanted.data(), static_cast<std::uint32_t>(wanted.size()));
     }
 
-    /// What shares has gone or makes its memory anew.
+    /// The producer exited or replaces its buffers.
     static void bufferWent(void* self, pw_buffer* buffer)
     {
         if (of(self).m_newest == buffer)
@@ -352,7 +351,7 @@ private:
         auto& stream = of(self);
         while (pw_buffer* next = pw_stream_dequeue_buffer(stream.m_stream.get())) {
             stream.readPointer(*next->buffer);
-            // Some buffers tell only where the pointer is: the picture before them is the newest all the same.
+            // Some buffers carry only the pointer; the last frame stays the newest.
             if (!hasPicture(*next->buffer)) {
                 pw_stream_queue_buffer(stream.m_stream.get(), next);
                 continue;
@@ -371,7 +370,7 @@ private:
             pw_stream_queue_buffer(m_stream.get(), std::exchange(m_newest, nullptr));
     }
 
-    /// One that comes too early waits: nothing may follow it.
+    /// Delivers the newest frame. One that is too early is delayed, because no other may follow it.
     void deliverNewest()
     {
         if (!m_newest)
@@ -381,9 +380,9 @@ private:
             return wakeAt(m_notBefore - now);
         const auto picture = m_pool.take();
         if (!picture)
-            return wakeAt(m_interval); // Everybody behind is too slow.
+            return wakeAt(m_interval); // The encoder is behind; retry later.
         if (draw(*m_newest->buffer, *picture)) {
-            // Half an interval of patience evens out pictures that come a little early and late.
+            // Tolerates half an interval, so that slight jitter drops no frames.
             m_notBefore = std::max(m_notBefore, now - m_interval / 2) + m_interval;
             m_receiver.picture({.memory = picture, .time = now});
         }
@@ -404,7 +403,7 @@ private:
         if (!cursor)
             return;
         const std::lock_guard lock(m_mutex);
-        // Without a number the pointer is nowhere on what is shared.
+        // An invalid cursor is outside the shared area.
         if (!spa_meta_cursor_is_valid(cursor))
             m_pointer.reset();
         else
@@ -423,13 +422,13 @@ private:
         return data.data && data.chunk->size > 0 && !isBroken;
     }
 
-    /// False for a picture that is smaller than it says, which would be read beyond its end.
+    /// Returns false for a frame that is smaller than it claims, which would be read past its end.
     bool draw(const spa_buffer& buffer, PictureMemory& picture)
     {
         const spa_data& data = buffer.datas[0];
         PictureFitter::Source source{.data = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset,
             .stride = data.chunk->stride,
-            .size = formatSize()}; // Only this thread changes it.
+            .size = formatSize()}; // Changed only by this thread.
         if (source.stride == 0)
             source.stride = 4 * source.size.width;
         const auto needed = static_cast<std::size_t>(source.stride) * static_cast<std::size_t>(source.size.height - 1)
@@ -443,7 +442,7 @@ private:
         return true;
     }
 
-    /// Reduces a larger frame to what is shared, and that to the region. Returns what is shared, in pixels of the frame.
+    /// Crops a frame to the shared source and that to the region. Returns the shared source, in frame pixels.
     Rect crop(const spa_buffer& buffer, PictureFitter::Source& source) const
     {
         Rect part{.width = static_cast<double>(source.size.width), .height = static_cast<double>(source.size.height)};
@@ -485,29 +484,29 @@ private:
     const Settings m_settings;
     Receiver m_receiver;
 
-    // Of the thread of the loop.
+    // Used only by the loop's thread.
     PicturePool m_pool;
     PictureFitter m_fitter;
     std::vector<std::uint8_t> m_turned;
     CaptureClock::duration m_interval;
     CaptureTime m_notBefore;
-    pw_buffer* m_newest = nullptr; ///< The picture that waits for its time.
+    pw_buffer* m_newest = nullptr; ///< The frame waiting for its time.
     spa_source* m_timer = nullptr;
-    bool m_isThere = false; ///< What is shared has been seen.
+    bool m_isThere = false; ///< The shared node was in the registry.
 
-    mutable std::mutex m_mutex; ///< Guards the following.
+    mutable std::mutex m_mutex; ///< Guards the members below.
     std::condition_variable m_changed;
     spa_video_info_raw m_format{};
     std::optional<Point> m_pointer; ///< In pixels of the newest frame.
     struct Drawn {
-        Rect part; ///< Of the stream's frame: what is shared, in pixels.
-        PicturePlace place; ///< In the frame that was delivered.
+        Rect part; ///< The shared source, in pixels of the stream's frame.
+        PicturePlace place; ///< Its place in the delivered frame.
     };
     std::optional<Drawn> m_drawn; ///< The last frame.
-    bool m_streaming = false; ///< Pictures may come.
-    std::optional<Error> m_end; ///< Why no more comes.
+    bool m_streaming = false; ///< Frames may arrive.
+    std::optional<Error> m_end; ///< The reason of the end.
 
-    PipeWireStream::Connection& m_connection; ///< The source holds it.
+    PipeWireStream::Connection& m_connection; ///< Owned by the source.
     spa_hook m_listener{};
     spa_hook m_registryListener{};
     Registry m_registry;
@@ -521,14 +520,14 @@ std::unique_ptr<ScreenStream> openPipeWireScreenStream(const CaptureSource& sour
     return std::make_unique<PipeWireScreenStream>(source, settings);
 }
 
-PipeWireStream::Look PipeWireStream::look(const std::shared_ptr<const PipeWireStream>& stream, PictureSize largest,
+PipeWireStream::Look PipeWireStream::look(const std::shared_ptr<const PipeWireStream>& stream, PictureSize maxSize,
     std::chrono::milliseconds patience, const std::stop_token& stop)
 {
     std::mutex mutex;
     std::condition_variable_any changed;
     CapturedPicture first;
     std::exception_ptr failure;
-    PipeWireScreenStream source({.stream = stream}, {.size = largest});
+    PipeWireScreenStream source({.stream = stream}, {.size = maxSize});
     source.start({.picture =
                       [&](CapturedPicture picture) {
                           const std::lock_guard lock(mutex);
@@ -549,7 +548,7 @@ PipeWireStream::Look PipeWireStream::look(const std::shared_ptr<const PipeWireSt
         std::rethrow_exception(failure);
     Look look{.size = source.sourceSize(), .picture = {}};
     if (first.memory)
-        look.picture = pictureOf(*first.memory, PicturePlace::fitted(look.size, largest));
+        look.picture = pictureOf(*first.memory, PicturePlace::fitted(look.size, maxSize));
     return look;
 }
 

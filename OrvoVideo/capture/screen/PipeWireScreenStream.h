@@ -6,7 +6,7 @@
 
 namespace orvo {
 
-/// The stream of a source that the portal has opened. Throws as `ScreenStream::open`.
+/// Opens the stream of a portal source. Throws as `ScreenStream::open`.
 std::unique_ptr<ScreenStream> openPipeWireScreenStream(const CaptureSource& source, const ScreenStream::Settings& settings);
 
 } // namespace orvo

@@ -10,29 +10,28 @@
 
 namespace orvo {
 
-/// The pictures of a source, without the pointer in them.
+/// The frames of a source, without the pointer.
 ///
-/// A picture is delivered when something has changed on the source, at most `fps` times a second; while nothing changes none
-/// is. Pictures are fitted into `size` with black around them where the shapes differ, as those of a window that has been
-/// resized, and are never enlarged. A window that is covered is recorded whole; one that is minimised delivers nothing
-/// until it is back.
+/// Delivers a frame when the source has changed, at most `fps` times per second, and none while nothing changes. Frames
+/// are fitted into `size` with black bars where the shapes differ, as after a window is resized, and never enlarged. A
+/// covered window is recorded whole; a minimised one delivers nothing until it is restored.
 class ScreenStream {
 public:
     struct Settings {
-        PictureSize size; ///< Of every picture; even numbers.
+        PictureSize size; ///< Of every frame; even numbers.
         int fps = 30;
         std::optional<Rect> region; ///< The part of a display to record, in the global display space.
     };
 
-    /// Called on a thread of the stream's own, one at a time, never after the stream has gone.
+    /// Called on a thread of the stream, one call at a time, never after the stream is destroyed.
     struct Receiver {
         std::function<void(CapturedPicture)> picture;
-        /// The source has ended (its window was closed, its monitor unplugged, its permission taken back), with an error for
-        /// the user. Nothing comes after it.
+        /// The source ended (window closed, monitor unplugged, permission revoked), with an error for the user. No call
+        /// follows.
         std::function<void(std::exception_ptr)> ended;
     };
 
-    /// Prepares to record a source. Throws `captureError` when it is not there or cannot be recorded.
+    /// Prepares to record a source. Throws `captureError` when it does not exist or cannot be recorded.
     static std::unique_ptr<ScreenStream> open(const CaptureSource& source, const Settings& settings);
 
     ScreenStream() = default;
@@ -40,17 +39,17 @@ public:
     ScreenStream& operator=(const ScreenStream&) = delete;
     virtual ~ScreenStream() = default;
 
-    /// Begins to deliver. Called once. Throws `captureError` when the stream does not begin.
+    /// Starts delivery. Call once. Throws `captureError` when the stream does not start.
     virtual void start(Receiver receiver) = 0;
 
-    /// The source at one moment, and how the frames show it.
+    /// The source at one moment, and its place in the frames.
     struct View {
-        Rect area; ///< In the global display space. Follows a window that moves or changes its size.
+        Rect area; ///< In the global display space. Follows a window that moves or is resized.
         Rect shown; ///< The part of the frame that shows `area`, in fractions of the frame. The rest is black.
         std::optional<Point> pointer; ///< In the global display space, for streams that report it.
     };
 
-    /// Usable from any thread.
+    /// Thread-safe.
     virtual View view() const = 0;
 };
 

@@ -18,7 +18,7 @@ namespace orvo {
 
 namespace {
 
-/// The answer to a request, or nothing when it failed.
+/// The reply to a request, or null when it failed.
 template <typename Reply, typename Cookie>
 XcbHandle<Reply> answer(
     xcb_connection_t* connection, Reply* (*function)(xcb_connection_t*, Cookie, xcb_generic_error_t**), Cookie cookie)
@@ -35,7 +35,7 @@ bool hasExtension(xcb_connection_t* connection, xcb_extension_t* extension)
     return data && data->present;
 }
 
-constexpr std::uint32_t longestProperty = 4096; // In words: enough for the titles and lists that people can read.
+constexpr std::uint32_t maxPropertyLength = 4096; // In words of 32 bits; enough for any readable title or list.
 
 } // namespace
 
@@ -81,7 +81,7 @@ X11Connection::X11Connection()
         if (!hasExtension(get(), extension))
             throw captureError(std::format("El servidor gráfico no ofrece {}, que hace falta para grabar.", name));
     }
-    // Their requests are refused before their versions are agreed on.
+    // The server refuses requests of an extension before its version is negotiated.
     answer(get(), xcb_randr_query_version_reply, xcb_randr_query_version(get(), 1, 5));
     answer(get(), xcb_composite_query_version_reply, xcb_composite_query_version(get(), 0, 4));
     answer(get(), xcb_xfixes_query_version_reply, xcb_xfixes_query_version(get(), 5, 0));
@@ -115,7 +115,7 @@ xcb_atom_t X11Connection::atom(const char* name) const
 std::string X11Connection::text(xcb_window_t window, xcb_atom_t property) const
 {
     const auto reply = answer(get(), xcb_get_property_reply,
-        xcb_get_property(get(), 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, longestProperty));
+        xcb_get_property(get(), 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, maxPropertyLength));
     if (!reply || reply->format != 8)
         return {};
     return {static_cast<const char*>(xcb_get_property_value(reply.get())),
@@ -127,7 +127,7 @@ std::vector<std::uint32_t> X11Connection::numbers(xcb_window_t window, xcb_atom_
     if (property == XCB_ATOM_NONE)
         return {};
     const auto reply = answer(get(), xcb_get_property_reply,
-        xcb_get_property(get(), 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, longestProperty));
+        xcb_get_property(get(), 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, maxPropertyLength));
     if (!reply || reply->format != 32)
         return {};
     const auto* values = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
@@ -139,7 +139,7 @@ std::vector<xcb_window_t> X11Connection::windowIds() const
 {
     auto listed = numbers(root(), atom("_NET_CLIENT_LIST_STACKING"));
     if (listed.empty()) {
-        // Without a window manager the windows of programs are those directly on the root.
+        // Without a window manager, the top-level windows are the children of the root.
         const auto tree = answer(get(), xcb_query_tree_reply, xcb_query_tree(get(), root()));
         if (!tree)
             return {};
@@ -166,7 +166,7 @@ std::vector<X11Connection::Window> X11Connection::windows() const
             window.title = text(id, netName);
         if (window.title.empty())
             window.title = text(id, XCB_ATOM_WM_NAME);
-        // Two texts, each with a zero behind it: the name of the window's kind and that of its application.
+        // WM_CLASS is two zero-terminated strings: instance and class.
         const std::string kind = text(id, XCB_ATOM_WM_CLASS);
         if (const auto end = kind.find('\0'); end != std::string::npos)
             window.application = kind.substr(end + 1, kind.find('\0', end + 1) - end - 1);

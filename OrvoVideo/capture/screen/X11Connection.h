@@ -1,6 +1,6 @@
 #pragma once
 
-// Included by .cpp files only.
+// For .cpp files only.
 
 #include "OrvoVideo/capture/screen/CapturedPicture.h"
 #include "Platform/desktop/Xcb.h"
@@ -13,7 +13,7 @@
 
 namespace orvo {
 
-/// Whole pixels of a drawable.
+/// A rectangle in pixels of a drawable.
 struct PixelRect {
     int x = 0;
     int y = 0;
@@ -24,29 +24,29 @@ struct PixelRect {
     PixelRect within(const PixelRect& other) const;
     Rect rect() const;
 
-    /// The pixels that an area covers at least half.
+    /// The pixels of which the area covers at least half.
     static PixelRect of(const Rect& area);
 
     friend bool operator==(const PixelRect&, const PixelRect&) = default;
 };
 
-/// A connection of its own to the X server. Errors of requests are answers, never the end of the process. One thread.
+/// A connection to the X server. Failed requests return errors and never end the process. One thread.
 class X11Connection {
 public:
     struct Monitor {
-        std::uint32_t id = 0; ///< Stays the same for as long as the monitor is connected.
+        std::uint32_t id = 0; ///< Stable while the monitor is connected.
         PixelRect rect;
     };
 
     struct Window {
         xcb_window_t id = 0;
         std::string title;
-        std::string application; ///< Empty when it does not tell.
+        std::string application; ///< Empty if unknown.
         std::optional<std::uint32_t> process;
-        PixelRect rect; ///< What it shows, in the root window.
+        PixelRect rect; ///< The visible content, in the root window.
     };
 
-    /// Throws `captureError` when there is no server, or when it lacks an extension that capture needs.
+    /// Throws `captureError` when there is no server, or it lacks an extension that capture needs.
     X11Connection();
     X11Connection(const X11Connection&) = delete;
     X11Connection& operator=(const X11Connection&) = delete;
@@ -57,13 +57,13 @@ public:
 
     std::vector<Monitor> monitors() const;
 
-    /// The windows that can be seen now, topmost first.
+    /// The visible windows, topmost first.
     std::vector<Window> windows() const;
 
-    /// What a window shows, without the shadow around it; nothing when the window is gone.
+    /// The content of a window without its shadow; nullopt when the window is gone.
     std::optional<PixelRect> windowRect(xcb_window_t window) const;
 
-    /// The margins around what a window shows, within the window.
+    /// The margins around a window's content, inside the window.
     struct Margins {
         int left = 0;
         int right = 0;
@@ -72,12 +72,12 @@ public:
     };
     Margins windowMargins(xcb_window_t window) const;
 
-    /// Whether a window is mapped; nothing when it is gone.
+    /// Whether a window is mapped; nullopt when it is gone.
     std::optional<bool> isViewable(xcb_window_t window) const;
 
     PixelRect drawableRect(xcb_drawable_t drawable) const;
 
-    /// Whether pixels of this depth are 32 bits: blue, green, red and one more byte.
+    /// Whether pixels of this depth are 32 bits: blue, green, red, unused.
     bool hasPlainPixels(int depth) const;
 
 private:

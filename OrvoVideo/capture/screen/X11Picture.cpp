@@ -35,7 +35,7 @@ void X11Picture::release()
     m_size = 0;
 }
 
-/// Makes memory that the server can write to; false for one on another machine.
+/// Allocates memory shared with the server. Returns false for a server on another machine.
 bool X11Picture::reserve(std::size_t bytes)
 {
     if (m_memory && m_size >= bytes)
@@ -52,7 +52,7 @@ bool X11Picture::reserve(std::size_t bytes)
     m_segment = xcb_generate_id(m_connection.get());
     xcb_generic_error_t* error = xcb_request_check(
         m_connection.get(), xcb_shm_attach_checked(m_connection.get(), m_segment, static_cast<std::uint32_t>(memory), 0));
-    // It goes with the last process that uses it, however that ends.
+    // The system frees it with the last process that uses it.
     ::shmctl(memory, IPC_RMID, nullptr);
     if (error) {
         std::free(error);

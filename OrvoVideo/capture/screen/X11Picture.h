@@ -1,6 +1,6 @@
 #pragma once
 
-// Included by .cpp files only.
+// For .cpp files only.
 
 #include "OrvoVideo/capture/screen/X11Connection.h"
 
@@ -11,8 +11,7 @@
 
 namespace orvo {
 
-/// Pixels of a drawable: 32 bits each, blue, green, red and one more byte, lines one after the other. Holds until the next
-/// picture is taken.
+/// Pixels of a drawable: 32 bits each, blue, green, red, unused, without padding. Valid until the next `take`.
 struct X11Pixels {
     const std::uint8_t* data = nullptr;
     int width = 0;
@@ -21,7 +20,7 @@ struct X11Pixels {
     int stride() const noexcept { return 4 * width; }
 };
 
-/// Takes pictures of drawables, through memory shared with the server where that is possible.
+/// Captures drawables, through memory shared with the server if possible.
 class X11Picture {
 public:
     explicit X11Picture(const X11Connection& connection);
@@ -29,7 +28,7 @@ public:
     X11Picture(const X11Picture&) = delete;
     X11Picture& operator=(const X11Picture&) = delete;
 
-    /// The pixels of an area that lies within the drawable. Nothing when the server refuses, as for a window that has gone.
+    /// The pixels of an area inside the drawable. Returns nullopt when the server refuses, as for a window that is gone.
     std::optional<X11Pixels> take(xcb_drawable_t drawable, const PixelRect& area);
 
 private:
@@ -41,7 +40,7 @@ private:
     xcb_shm_seg_t m_segment = 0;
     std::uint8_t* m_memory = nullptr;
     std::size_t m_size = 0;
-    XcbHandle<xcb_get_image_reply_t> m_reply; ///< Of a server that shares no memory.
+    XcbHandle<xcb_get_image_reply_t> m_reply; ///< For a server without shared memory.
 };
 
 } // namespace orvo

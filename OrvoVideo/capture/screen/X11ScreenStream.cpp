@@ -22,10 +22,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A program draws a picture in several requests: from the first change on this long is waited for the others.
+/// Programs draw in several requests: waits this long after the first change for the others.
 constexpr auto settling = 3ms;
 
-/// Pictures that wait for the encoder or are being encoded.
+/// Frames waiting for the encoder or being encoded.
 constexpr std::size_t picturesInUse = 8;
 
 using Event = XcbHandle<xcb_generic_event_t>;
@@ -71,7 +71,7 @@ private:
         m_damage = xcb_generate_id(connection);
         xcb_damage_create(connection, m_damage, m_target.watched(), XCB_DAMAGE_REPORT_LEVEL_BOUNDING_BOX);
         const std::uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
-        // The root window tells when monitors were arranged anew.
+        // The root window reports changes of the monitors.
         xcb_change_window_attributes(connection, m_target.watched(), XCB_CW_EVENT_MASK, &structure);
         xcb_randr_select_input(connection, m_connection.root(),
             XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE | XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
@@ -87,7 +87,7 @@ private:
                 readEvents();
                 if (std::exchange(m_moved, false))
                     updateTarget();
-                // The request for a picture may have read events of the server into memory.
+                // A request may have read events into memory, so look there before waiting.
                 if (m_changedSince && CaptureClock::now() >= due())
                     takePicture();
                 else
@@ -175,21 +175,21 @@ private:
         const auto view = m_target.view();
         if (!view)
             return;
-        // Time is taken before the picture: what changes while it is made belongs to the next one.
+        // Takes the time first: what changes during the capture belongs to the next frame.
         const CaptureTime now = CaptureClock::now();
-        // Half an interval of patience evens out displays whose pictures come a little early and late.
+        // Tolerates half an interval, so that slight jitter drops no frames.
         m_notBefore = std::max(m_notBefore, now - m_interval / 2) + m_interval;
         xcb_damage_subtract(m_connection.get(), m_damage, XCB_NONE, XCB_NONE);
         const auto pixels = m_camera.take(view->drawable, view->visible);
         if (!pixels) {
-            // It has changed under way: the events that tell how are there, or will be.
+            // The drawable changed meanwhile; the events about it have arrived or will.
             m_moved = true;
             m_changedSince = now;
             return;
         }
         const auto picture = m_pool.take();
         if (!picture) {
-            m_changedSince = now; // Everybody behind is too slow: this one is left out, and what it showed taken later.
+            m_changedSince = now; // The encoder is behind: skips this frame and captures the change later.
             return;
         }
         if (view->visible == view->area)
@@ -200,7 +200,7 @@ private:
         m_receiver.picture({.memory = picture, .time = now});
     }
 
-    /// Draws an area of which only a part is there, with black in place of the rest.
+    /// Draws an area that is only partly visible; the rest is black.
     void drawPart(const X11Pixels& pixels, const X11Target::View& view, PictureMemory& picture)
     {
         const auto stride = static_cast<std::size_t>(4 * view.area.width);
@@ -216,7 +216,7 @@ private:
             picture);
     }
 
-    X11Connection m_connection; ///< Belongs to the thread once that runs.
+    X11Connection m_connection; ///< Used only by the thread once it runs.
     X11Target m_target;
     X11Picture m_camera;
     PicturePool m_pool;
@@ -224,7 +224,8 @@ private:
     std::vector<std::uint8_t> m_whole;
     CaptureClock::duration m_interval;
     CaptureTime m_notBefore;
-    std::optional<CaptureTime> m_changedSince = CaptureClock::now(); ///< Since when there is something to take.
+    std::optional<CaptureTime> m_changedSince = CaptureClock::now(); ///< Time of the first change that is not captured
+                                                                     ///< yet.
     bool m_moved = false;
     xcb_damage_damage_t m_damage = 0;
     int m_firstDamage = 0;
@@ -236,7 +237,7 @@ private:
 
     Receiver m_receiver;
     WakeUp m_wakeUp;
-    std::jthread m_thread; ///< Last, so that it has ended when the others go.
+    std::jthread m_thread; ///< Last member: stops before the others are destroyed.
 };
 
 } // namespace

@@ -6,7 +6,7 @@
 
 namespace orvo {
 
-/// The stream of a display, a window or a region on X11. Throws as `ScreenStream::open`.
+/// Opens the stream of a display, window or region on X11. Throws as `ScreenStream::open`.
 std::unique_ptr<ScreenStream> openX11ScreenStream(const CaptureSource& source, const ScreenStream::Settings& settings);
 
 } // namespace orvo

@@ -15,7 +15,7 @@ X11Target::X11Target(X11Connection& connection, const CaptureSource& source, con
         m_region = PixelRect::of(*region);
     if (source.windowID) {
         m_window = *source.windowID;
-        // Only now does the server keep what others cover.
+        // From now on the server keeps covered parts of the window.
         xcb_composite_redirect_window(m_connection.get(), m_window, XCB_COMPOSITE_REDIRECT_AUTOMATIC);
     } else if (source.displayID) {
         m_monitor = *source.displayID;
@@ -56,9 +56,9 @@ void X11Target::updateWindow()
     if (!viewable || !place)
         throw captureError("La ventana que se grababa se ha cerrado.");
     if (!*viewable || place->isEmpty())
-        return; // The picture before it was minimised stays.
+        return; // The frame before it was minimised stays.
     m_place = *place;
-    // Its memory is another one since it was mapped or resized.
+    // Mapping or resizing a window replaces its pixmap.
     freePixmap();
     const xcb_pixmap_t pixmap = xcb_generate_id(m_connection.get());
     xcb_generic_error_t* error = xcb_request_check(
@@ -70,7 +70,7 @@ void X11Target::updateWindow()
     m_pixmap = pixmap;
     const auto margins = m_connection.windowMargins(m_window);
     const PixelRect memory = m_connection.drawableRect(m_pixmap);
-    // A border of the window is part of its memory.
+    // The pixmap includes the window's border.
     const int border = std::max((memory.width - place->width - margins.left - margins.right) / 2, 0);
     const PixelRect area{
         .x = border + margins.left, .y = border + margins.top, .width = place->width, .height = place->height};

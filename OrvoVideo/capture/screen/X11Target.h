@@ -1,6 +1,6 @@
 #pragma once
 
-// Included by .cpp files only.
+// For .cpp files only.
 
 #include "OrvoVideo/capture/screen/CaptureSources.h"
 #include "OrvoVideo/capture/screen/X11Connection.h"
@@ -9,12 +9,12 @@
 
 namespace orvo {
 
-/// What of the X server's drawables a source is at a time: it moves, changes its size, goes and comes back.
+/// The drawable of a source, which may move, be resized, disappear and come back.
 ///
-/// Windows are kept whole by the server in memory of their own while one of these lives, also where others cover them.
+/// While this lives, the server keeps the whole window in memory, even where others cover it.
 class X11Target {
 public:
-    /// Throws `captureError` when the source is not there, or is none of X11.
+    /// Throws `captureError` when the source does not exist or is not an X11 one.
     X11Target(X11Connection& connection, const CaptureSource& source, const std::optional<Rect>& region = std::nullopt);
     ~X11Target();
     X11Target(const X11Target&) = delete;
@@ -22,22 +22,22 @@ public:
 
     struct View {
         xcb_drawable_t drawable = 0;
-        PixelRect area; ///< What is recorded, in the drawable.
-        PixelRect visible; ///< The part of it that lies within the drawable.
+        PixelRect area; ///< The recorded area, in the drawable.
+        PixelRect visible; ///< The part of it inside the drawable.
     };
 
-    /// Where to take the picture from; nothing while there is none, as of a minimised window.
+    /// What to capture; nullopt while there is nothing, as for a minimised window.
     std::optional<View> view() const { return m_view; }
 
-    /// Where the source is in the root window.
+    /// The source's rectangle in the root window.
     PixelRect place() const noexcept { return m_place; }
 
-    /// The window whose changes are those of the source.
+    /// The window whose changes matter.
     xcb_window_t watched() const noexcept { return m_window ? m_window : m_connection.root(); }
 
     bool isWindow() const noexcept { return m_window != 0; }
 
-    /// Looks again after something has changed. Throws `captureError` with a text for the user when the source has gone.
+    /// Reads the state again after a change. Throws `captureError` with a text for the user when the source is gone.
     void update();
 
 private:
@@ -47,7 +47,7 @@ private:
 
     X11Connection& m_connection;
     xcb_window_t m_window = 0;
-    xcb_pixmap_t m_pixmap = 0; ///< The memory of the window.
+    xcb_pixmap_t m_pixmap = 0; ///< The window's off-screen memory.
     std::uint32_t m_monitor = 0;
     std::optional<PixelRect> m_region;
     PixelRect m_place;

@@ -17,14 +17,14 @@ namespace {
 
 PictureEncoder software()
 {
-    // Without looking ahead every picture is encoded when it comes: the file follows at once, and memory stays small.
+    // Without lookahead every frame is encoded at once: the file follows closely and memory stays small.
     return {.name = "x264enc",
         .options = "speed-preset=veryfast tune=zerolatency vbv-buf-capacity=2000",
         .bitRateOption = "bitrate",
         .keyFrameOption = "key-int-max"};
 }
 
-/// Best first.
+/// In order of preference.
 std::array<PictureEncoder, 3> hardware()
 {
     return {{
@@ -49,7 +49,7 @@ bool exists(const char* path)
     return std::filesystem::exists(path, ignored);
 }
 
-/// No hardware encoder works without one of these: where there is none, none is tried.
+/// Hardware encoders need one of these devices.
 bool hasVideoHardware()
 {
     return exists("/dev/dri") || exists("/dev/nvidiactl") || exists("/dev/nvidia0");
@@ -62,10 +62,10 @@ bool isInstalled(const PictureEncoder& encoder)
     return factory != nullptr;
 }
 
-/// Encodes a few pictures with the line that a recording would use.
+/// Encodes a few frames with the launch line of a recording.
 bool works(const PictureEncoder& encoder, PictureSize size, int fps)
 {
-    constexpr GstClockTime longestTrial = 5 * GST_SECOND;
+    constexpr GstClockTime maxTrialTime = 5 * GST_SECOND;
     const std::string line = std::format("videotestsrc num-buffers=4 ! video/x-raw,format=I420,width={},height={},"
                                          "framerate={}/1 ! {} ! fakesink sync=false",
         size.width, size.height, fps, encoder.launchLine(1'000'000, 60));
@@ -79,7 +79,7 @@ bool works(const PictureEncoder& encoder, PictureSize size, int fps)
     gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
     const GstBusHandle bus(gst_element_get_bus(pipeline.get()));
     const std::unique_ptr<GstMessage, GstRelease<gst_message_unref>> end(gst_bus_timed_pop_filtered(
-        bus.get(), longestTrial, static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR)));
+        bus.get(), maxTrialTime, static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR)));
     gst_element_set_state(pipeline.get(), GST_STATE_NULL);
     return end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-// Included by .cpp files only.
+// For .cpp files only.
 
 #include "OrvoVideo/capture/screen/CapturedPicture.h"
 
@@ -11,23 +11,22 @@
 
 namespace orvo {
 
-/// The part of a pipeline that encodes H.264 while pictures come: all that differs from one machine to another.
+/// A live H.264 encoder. Holds everything that differs from one machine to another.
 struct PictureEncoder {
     std::string name; ///< Of the GStreamer element.
-    std::string options; ///< Those that do not depend on the picture.
-    std::string bitRateOption; ///< Takes thousands of bits a second.
-    std::string keyFrameOption; ///< Takes pictures.
+    std::string options; ///< The options that do not depend on the video.
+    std::string bitRateOption; ///< In kbit/s.
+    std::string keyFrameOption; ///< In frames.
 
-    /// The elements from raw pictures to H.264, as in a launch line.
+    /// The launch line of the elements from raw video to H.264.
     std::string launchLine(std::int64_t bitRate, int keyFrameDistance) const;
 
-    /// The first of the hardware encoders that encodes pictures of this size when tried, else x264. Found once for each size
-    /// and kept. Any thread.
+    /// The first hardware encoder that passes a trial with frames of this size, else x264. Cached per size. Thread-safe.
     ///
-    /// Blocks for as long as the trials take. Throws `captureError` when there is none at all.
+    /// Blocks during the trials. Throws `captureError` when there is no encoder.
     static PictureEncoder find(PictureSize size, int fps);
 
-    /// The first of these that is installed and encodes pictures of this size when tried. Blocks.
+    /// The first installed candidate that passes a trial with frames of this size. Blocks.
     static std::optional<PictureEncoder> firstThatWorks(
         std::span<const PictureEncoder> candidates, PictureSize size, int fps);
 };

@@ -7,7 +7,7 @@ namespace orvo {
 
 namespace {
 
-constexpr double shortest = 0.001; ///< Seconds a picture is shown at least: files count no finer.
+constexpr double minLength = 0.001; ///< Minimum duration of a frame, in seconds: the resolution of the files.
 
 } // namespace
 
@@ -18,7 +18,7 @@ PictureTimeline::PictureTimeline(Sink sink)
 
 void PictureTimeline::handOver(double end)
 {
-    m_newest->length = std::max(end - m_newest->start, shortest);
+    m_newest->length = std::max(end - m_newest->start, minLength);
     m_sink(*m_newest);
 }
 
@@ -27,26 +27,26 @@ void PictureTimeline::add(std::shared_ptr<const PictureMemory> picture, double s
     if (m_newest && seconds < m_newestTime)
         return;
     if (m_newest && seconds == m_newestTime) {
-        // Frames on their way at the end of a pause all count from the resume: the last one shows what there is now.
+        // Frames in transit at the end of a pause all have the time of the resume; the last one shows the current screen.
         m_newest->picture = std::move(picture);
         return;
     }
     m_newestTime = seconds;
     if (!m_newest) {
-        // What came before is not known: the first picture stands for it.
+        // The first frame also covers the time before it.
         m_newest = Placed{.picture = std::move(picture)};
-        if (seconds >= shortest)
+        if (seconds >= minLength)
             standUntil(seconds);
         return;
     }
-    const double start = std::max(seconds, m_newest->start + shortest);
+    const double start = std::max(seconds, m_newest->start + minLength);
     handOver(start);
     m_newest = Placed{.picture = std::move(picture), .start = start};
 }
 
 void PictureTimeline::standUntil(double seconds)
 {
-    if (!m_newest || seconds < m_newest->start + shortest)
+    if (!m_newest || seconds < m_newest->start + minLength)
         return;
     handOver(seconds);
     m_newest->start = seconds;

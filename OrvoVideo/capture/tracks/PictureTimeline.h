@@ -8,7 +8,7 @@
 
 namespace orvo {
 
-/// Gives every picture its place and its length: each is shown until the next one comes, the first from the beginning on.
+/// Gives every frame its start and length: each is shown until the next one, the first from time 0.
 class PictureTimeline {
 public:
     struct Placed {
@@ -17,22 +17,22 @@ public:
         double length = 0; ///< Seconds.
     };
 
-    /// Receives the pictures one behind the other. The newest one is kept back until its length is known.
+    /// Receives the frames in order. The newest one is held back until its length is known.
     using Sink = std::function<void(const Placed&)>;
 
     explicit PictureTimeline(Sink sink);
 
-    /// Whether there is a picture.
+    /// Whether there is a frame.
     bool hasBegun() const noexcept { return m_newest.has_value(); }
 
-    /// Adds a picture that belongs there; where the one before was told to stand beyond that, it follows at once. One that
-    /// is no later than the picture before is left out.
+    /// Adds a frame for this time. If the previous one was already extended beyond it, the new one follows directly.
+    /// Drops a frame that is not later than the previous one, unless both times are equal: then it replaces it.
     void add(std::shared_ptr<const PictureMemory> picture, double seconds);
 
-    /// The newest picture still stands at this time: what is shown until then can be written.
+    /// The newest frame is still shown at this time, so that it can be written up to there.
     void standUntil(double seconds);
 
-    /// Hands over the last picture, which is shown until `seconds`.
+    /// Delivers the last frame, shown until `seconds`.
     void end(double seconds);
 
 private:
@@ -40,7 +40,7 @@ private:
 
     Sink m_sink;
     std::optional<Placed> m_newest;
-    double m_newestTime = 0; ///< Where it belongs.
+    double m_newestTime = 0; ///< The time it was added for.
 };
 
 } // namespace orvo

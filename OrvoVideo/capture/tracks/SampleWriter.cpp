@@ -15,15 +15,15 @@ namespace orvo {
 
 namespace {
 
-/// Samples that may wait. The screen's pictures are fewer by themselves.
-constexpr std::size_t mostPictures = 16;
-constexpr std::size_t mostSoundBlocks = 500;
+/// Maximum queue length. The screen delivers few frames by itself.
+constexpr std::size_t maxPictures = 16;
+constexpr std::size_t maxSoundBlocks = 500;
 
-/// A picture that stands is written again after so many seconds, so that the file is never far behind.
-constexpr double longestStanding = 0.25;
+/// A still frame is written again after this time, so that the file stays close behind.
+constexpr double maxStillTime = 0.25;
 
-/// How late sound or a first picture may come, in seconds, before silence or black takes its place.
-constexpr double longestDelay = 1;
+/// Seconds to wait for audio or a first frame before writing silence or black.
+constexpr double maxDelay = 1;
 
 } // namespace
 
@@ -33,7 +33,7 @@ public:
         : m_url(std::move(url))
         , m_settings(std::move(settings))
     {
-        // Sound's form is not known yet, but what would keep it from being written is.
+        // The audio format is not known yet, but this reports what would prevent writing.
         if (m_settings.size)
             beginPictures();
         else
@@ -57,7 +57,7 @@ public:
     {
         {
             const std::lock_guard lock(m_mutex);
-            if (m_waiting.size() >= (m_settings.size ? mostPictures : mostSoundBlocks)) {
+            if (m_waiting.size() >= (m_settings.size ? maxPictures : maxSoundBlocks)) {
                 ++m_dropped;
                 return;
             }
@@ -70,7 +70,7 @@ public:
     {
         {
             const std::lock_guard lock(m_mutex);
-            // Only the newest word counts, and one that waits is behind every sample.
+            // Only the latest time counts, and a queued one is later than every sample.
             if (!m_waiting.empty() && !m_waiting.back().sample)
                 m_waiting.pop_back();
             m_waiting.push_back({.sample = std::nullopt, .origin = origin, .now = now});
@@ -86,7 +86,7 @@ public:
 
     void finish(std::optional<CaptureTime> end)
     {
-        m_thread.request_stop(); // Which happens when all that waits is written.
+        m_thread.request_stop(); // The thread stops after writing its queue.
         m_changed.notify_all();
         m_thread.join();
         if (!m_failure)
@@ -98,7 +98,7 @@ public:
 
 private:
     struct Step {
-        std::optional<CaptureSample> sample; ///< Without one, only the time has gone on.
+        std::optional<CaptureSample> sample; ///< Empty if only the time is reported.
         CaptureTime origin;
         CaptureTime now;
     };
@@ -140,7 +140,7 @@ private:
             return follow(secondsBetween(step.origin, step.now));
         if (const auto* picture = std::get_if<CapturedPicture>(&*step.sample)) {
             if (std::exchange(m_isStandIn, false))
-                beginPictures(); // Black was only in case that none would come.
+                beginPictures(); // The black was a stand-in for a missing frame.
             const double seconds = std::max(secondsBetween(step.origin, picture->time), 0.0);
             m_pictures->add(picture->memory, seconds);
             m_standsSince = seconds;
@@ -150,19 +150,19 @@ private:
         }
     }
 
-    /// The file goes on though nothing has come.
+    /// Extends the file although nothing has arrived.
     void follow(double now)
     {
         if (!m_settings.size) {
-            if (now > longestDelay)
-                sound(m_settings.channels).fillUntil(now - longestDelay);
+            if (now > maxDelay)
+                sound(m_settings.channels).fillUntil(now - maxDelay);
             return;
         }
-        if (!m_pictures->hasBegun() && now > longestDelay)
+        if (!m_pictures->hasBegun() && now > maxDelay)
             standIn();
-        // What may still come belongs behind that.
+        // Frames that still arrive belong after this time.
         const double settled = now - m_settings.delay;
-        if (m_pictures->hasBegun() && settled - m_standsSince > longestStanding) {
+        if (m_pictures->hasBegun() && settled - m_standsSince > maxStillTime) {
             m_pictures->standUntil(settled);
             m_standsSince = settled;
         }
@@ -170,13 +170,13 @@ private:
 
     void beginPictures()
     {
-        m_file.reset(); // It lets go of the file before that is made anew.
+        m_file.reset(); // Closes the file before it is created again.
         m_file = std::make_unique<TrackFile>(m_url, TrackFile::Pictures{.size = *m_settings.size, .fps = m_settings.fps});
         m_pictures.emplace(
             [this](const PictureTimeline::Placed& placed) { m_file->write(placed.picture, placed.start, placed.length); });
     }
 
-    /// Black in place of pictures of which none has come.
+    /// Writes black until the first frame.
     void standIn()
     {
         const auto black = std::make_shared<PictureMemory>(*m_settings.size);
@@ -201,7 +201,7 @@ private:
             TrackFile::removeEmpty(m_url);
     }
 
-    /// The sound of this track, which has as many channels as that which came first.
+    /// The track's audio; it keeps the channel count of the first block.
     SoundTimeline& sound(int channels)
     {
         if (!m_sound) {
@@ -215,21 +215,21 @@ private:
     const Settings m_settings;
     std::atomic<std::uint64_t> m_dropped = 0;
 
-    // Of the thread alone, and of whoever closes the file behind it.
+    // Used by the thread, and after it by the caller of `finish`.
     std::unique_ptr<TrackFile> m_file;
     std::optional<PictureTimeline> m_pictures;
     std::optional<SoundTimeline> m_sound;
     std::optional<CaptureTime> m_origin;
     double m_standsSince = 0;
-    bool m_isStandIn = false; ///< What is in the file is black until the first picture comes.
+    bool m_isStandIn = false; ///< The file is black until the first frame.
     std::exception_ptr m_failure;
 
-    std::mutex m_mutex; ///< Guards what waits.
+    std::mutex m_mutex; ///< Guards the queue.
     std::condition_variable_any m_changed;
     std::condition_variable m_drained;
-    bool m_isTaking = false; ///< The thread works on a sample that no longer waits.
+    bool m_isTaking = false; ///< The thread is working on a sample taken from the queue.
     std::deque<Step> m_waiting;
-    std::jthread m_thread; ///< Last, so that it has ended when the others go.
+    std::jthread m_thread; ///< Last member: stops before the others are destroyed.
 };
 
 SampleWriter::SampleWriter(std::filesystem::path url, Settings settings)

@@ -13,56 +13,56 @@
 
 namespace orvo {
 
-/// A sample of one track.
+/// A sample of a track.
 using CaptureSample = std::variant<CapturedPicture, SoundBlock>;
 
-/// Writes the samples of one track into one file as they come: H.264 in a QuickTime movie, or AAC in an MPEG-4 audio file,
-/// in fragments of two seconds, so that whatever ends the process costs no more than those.
+/// Writes the samples of one track into a file as they arrive: H.264 in a QuickTime movie or AAC in an MPEG-4 audio file,
+/// in fragments of two seconds. Whatever ends the process costs at most the last fragment.
 ///
-/// Time 0 of the file is the origin of the recording, and what is written keeps its time: where a track has nothing, as
-/// before its first sample, through a pause or while a device is away, sound is silent and the last picture stays. The first
-/// picture stands for what came before it; until it is there, and where none comes at all, the file is black. Sound whose
-/// clock runs faster or slower than the recording's is stretched by so little that nobody hears it.
+/// Time 0 of the file is the origin of the recording, and every sample keeps its time. Where a track has no samples, as
+/// before the first one, during a pause or while a device is away, audio is silent and the last frame stays. The first
+/// frame also covers the time before it; without any frame the file is black. Audio from a device whose clock drifts is
+/// stretched inaudibly.
 ///
-/// No operation but `drain` and `finish` waits or touches the disk: all work is done in order on a thread of the writer's
-/// own. When that falls behind, pictures and sound are dropped rather than kept waiting.
+/// Only `drain` and `finish` block. All other work is done in order on the writer's thread. When it falls behind, samples
+/// are dropped.
 class SampleWriter {
 public:
     struct Settings {
-        std::optional<PictureSize> size; ///< Of a track of pictures; nothing for one of sound.
-        int fps = 30; ///< How many pictures a second there are at most.
-        /// How long, in seconds, a picture may take from its time until it is handed over. So far behind the time is where
-        /// the file goes on with a picture that stands; one that comes later still is shown behind that.
+        std::optional<PictureSize> size; ///< Of a video track; nullopt for an audio track.
+        int fps = 30; ///< Maximum frames per second.
+        /// Maximum time in seconds from a frame's capture to `append`. The file is extended with the last frame up to this
+        /// long ago; a frame that arrives even later is shown after that.
         double delay = 0.1;
-        int channels = 1; ///< Of a track of sound for which none comes.
-        /// Called once on the writer's thread with the first failure, after which nothing more is written.
+        int channels = 1; ///< Of an audio track without any samples.
+        /// Called once on the writer's thread with the first error; nothing is written after it.
         std::function<void(std::exception_ptr)> onFailure = {};
     };
 
-    /// Makes the file. Throws file system errors unchanged, and `captureError` when the system has no encoder.
+    /// Creates the file. File system errors pass through unchanged. Throws `captureError` when the system has no encoder.
     SampleWriter(std::filesystem::path url, Settings settings);
 
-    /// Ends without finishing the file when `finish` was not called: what is written of it stays.
+    /// Without `finish`, leaves the file unfinished with everything written so far.
     ~SampleWriter();
     SampleWriter(const SampleWriter&) = delete;
     SampleWriter& operator=(const SampleWriter&) = delete;
 
     const std::filesystem::path& url() const noexcept;
 
-    /// Hands over a sample of the writer's kind. `origin` is the same in all calls. Any thread.
+    /// Adds a sample of the track's kind. `origin` must be the same in all calls. Thread-safe.
     void append(CaptureSample sample, CaptureTime origin);
 
-    /// Says how late it is while samples may be missing: the file follows at some distance. Any thread.
+    /// Reports the time while samples may be missing; the file follows with some delay. Thread-safe.
     void advance(CaptureTime now, CaptureTime origin);
 
-    /// Blocks until everything handed over so far is with the encoder. Any thread.
+    /// Blocks until the encoder has everything added so far. Thread-safe.
     void drain();
 
-    /// Closes the file when everything appended is written. A track that has samples then lasts until `end`, if that is
-    /// given. Blocks; called once. Throws the first failure there was.
+    /// Closes the file after writing all added samples. If `end` is given, a track with samples lasts until then. Blocks;
+    /// call once. Throws the first error.
     void finish(std::optional<CaptureTime> end = std::nullopt);
 
-    /// How many samples were dropped because the writer had fallen behind.
+    /// Number of samples dropped because the writer was behind.
     std::uint64_t dropped() const noexcept;
 
 private:

@@ -8,26 +8,25 @@ namespace orvo {
 
 namespace {
 
-/// The times of blocks are measured, and measured more or less well. Only what is further off than this is a real gap or a
-/// real overlap.
-constexpr std::int64_t largestGap = SoundBlock::rate * 8 / 100;
-constexpr std::int64_t largestOverlap = SoundBlock::rate * 12 / 100;
+/// The times of blocks are measured with errors. Only larger displacements are a real gap or overlap.
+constexpr std::int64_t maxGap = SoundBlock::rate * 8 / 100;
+constexpr std::int64_t maxOverlap = SoundBlock::rate * 12 / 100;
 
-/// Below this nobody notices; above, blocks are stretched.
+/// Blocks are stretched above this displacement, in samples; below, it is inaudible.
 constexpr double unnoticed = SoundBlock::rate * 0.002;
 
-/// By at most a two-hundredth: no tone changes audibly.
-constexpr std::int64_t strongestStretch = 200;
+/// Stretches by at most 1/200, which does not change the pitch audibly.
+constexpr std::int64_t stretchDivisor = 200;
 
-/// How much of the lateness of one block counts: of blocks of 20 ms, a mean over about a second.
+/// The weight of one block in the smoothed delay: an average over about a second for blocks of 20 ms.
 constexpr double newsShare = 0.02;
 
-/// How long after a gap a stream may take to become steady, in samples.
+/// How long a stream may take to become steady after a gap, in samples.
 constexpr std::int64_t settlingTime = SoundBlock::rate * 5;
 
-/// While a stream settles, a displacement above this is corrected at once when so many blocks in a row agree on it: times
-/// are measured with errors of some milliseconds.
-constexpr std::int64_t largestWhileSettling = SoundBlock::rate / 100;
+/// While a stream settles, larger displacements are corrected at once when this many consecutive blocks agree; times are
+/// measured with errors of some milliseconds.
+constexpr std::int64_t maxWhileSettling = SoundBlock::rate / 100;
 constexpr int agreeingBlocks = 5;
 
 std::int64_t toFrames(double seconds)
@@ -35,7 +34,7 @@ std::int64_t toFrames(double seconds)
     return std::llround(seconds * SoundBlock::rate);
 }
 
-/// One channel twice, or the mean of two.
+/// Duplicates one channel, or averages two.
 void convertChannels(std::span<const float> from, int channels, std::vector<float>& to)
 {
     to.clear();
@@ -84,12 +83,12 @@ void SoundTimeline::add(const SoundBlock& block, double seconds)
     }
     const std::int64_t place = toFrames(seconds);
     const std::int64_t late = place - m_length;
-    const bool begins = late > largestGap || (m_length == 0 && late > 0);
+    const bool begins = late > maxGap || (m_length == 0 && late > 0);
     if (begins)
         m_settled = place + settlingTime;
     const bool displaced = isDisplaced(place, late);
-    // What overlaps is left out to its end, not only until it is little.
-    m_overlaps = late < 0 && (m_overlaps || place < 0 || late < -largestOverlap || displaced);
+    // Drops an overlap to its end, not only until it is small.
+    m_overlaps = late < 0 && (m_overlaps || place < 0 || late < -maxOverlap || displaced);
     if (m_overlaps) {
         const auto over = static_cast<std::size_t>(-late * m_channels);
         m_lateness = 0;
@@ -107,10 +106,10 @@ void SoundTimeline::add(const SoundBlock& block, double seconds)
         write(samples);
 }
 
-/// Whether the stream is settling and several blocks in a row were as early or late as this one.
+/// Whether the stream is settling and several consecutive blocks were displaced in the same direction.
 bool SoundTimeline::isDisplaced(std::int64_t place, std::int64_t late)
 {
-    if (place >= m_settled || std::abs(late) <= largestWhileSettling) {
+    if (place >= m_settled || std::abs(late) <= maxWhileSettling) {
         m_displacedBlocks = 0;
         return false;
     }
@@ -122,13 +121,13 @@ bool SoundTimeline::isDisplaced(std::int64_t place, std::int64_t late)
     return true;
 }
 
-/// By how many samples a block of this length is to become longer.
+/// By how many samples to lengthen a block of this length.
 std::int64_t SoundTimeline::correction(std::int64_t late, std::int64_t frames)
 {
     m_lateness += newsShare * (static_cast<double>(late) - m_lateness);
-    if (std::abs(m_lateness) < unnoticed || frames < 2 * strongestStretch)
+    if (std::abs(m_lateness) < unnoticed || frames < 2 * stretchDivisor)
         return 0;
-    const auto limit = frames / strongestStretch;
+    const auto limit = frames / stretchDivisor;
     const auto more =
         std::clamp(std::llround(m_lateness * newsShare), -static_cast<long long>(limit), static_cast<long long>(limit));
     m_lateness -= static_cast<double>(more);

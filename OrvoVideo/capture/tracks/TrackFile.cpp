@@ -22,10 +22,10 @@ namespace orvo {
 
 namespace {
 
-/// Samples between us and the encoder; more only take memory.
+/// Samples queued for the encoder; more would only take memory.
 constexpr int samplesInWork = 2;
 
-/// By how many samples of a channel avenc_aac answers late.
+/// Encoder delay of avenc_aac, in samples per channel.
 constexpr std::size_t encoderDelay = 1024;
 
 std::string pictureLine(const TrackFile::Pictures& form)
@@ -33,8 +33,7 @@ std::string pictureLine(const TrackFile::Pictures& form)
     return std::format("appsrc name=source format=time caps=video/x-raw,format=I420,width={},height={},framerate={}/1,"
                        "pixel-aspect-ratio=1/1,interlace-mode=progressive,colorimetry=bt601 ! {} ! ",
         form.size.width, form.size.height, form.fps,
-        PictureEncoder::find(form.size, form.fps)
-            .launchLine(TrackFile::bitRate(form.size), TrackFile::longestKeyFrameDistance));
+        PictureEncoder::find(form.size, form.fps).launchLine(TrackFile::bitRate(form.size), TrackFile::maxKeyFrameDistance));
 }
 
 std::string soundLine(const TrackFile::Sound& form)
@@ -46,13 +45,13 @@ std::string soundLine(const TrackFile::Sound& form)
 
 std::string fileLine(const char* muxer)
 {
-    // What is written must be in the file at once, not in memory of this process.
+    // Written data must reach the file at once, not stay in this process.
     return std::format("{} name=muxer fragment-duration={} fragment-mode=first-moov-then-finalise ! "
                        "filesink name=sink buffer-mode=unbuffered async=false sync=false",
         muxer, static_cast<int>(1000 * TrackFile::fragmentLength));
 }
 
-/// What is wrong with the place of a file is known before anything is recorded.
+/// Reports a problem with the path before anything is recorded.
 void makeEmpty(const std::filesystem::path& file)
 {
     const UniqueFd created(::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
@@ -92,14 +91,14 @@ public:
 
     ~Pipeline()
     {
-        // Ends every thread of the pipeline before what they use goes.
+        // Stops the pipeline's threads before the members that they use are destroyed.
         gst_element_set_state(m_bin.get(), GST_STATE_NULL);
     }
 
     Pipeline(const Pipeline&) = delete;
     Pipeline& operator=(const Pipeline&) = delete;
 
-    /// The length of a picture of which the buffer follows.
+    /// The length of the frame in the next buffer.
     void expectLength(GstClockTime length)
     {
         const std::lock_guard lock(m_mutex);
@@ -135,7 +134,7 @@ public:
             throw captureError(*m_failure);
     }
 
-    std::uint64_t soundFrames = 0; ///< Written so far.
+    std::uint64_t soundFrames = 0; ///< Per channel, written so far.
     std::size_t soundToLeaveOut = encoderDelay;
     int channels = 1;
 
@@ -156,7 +155,7 @@ private:
         return GST_PAD_PROBE_OK;
     }
 
-    /// Encoders count with the frame rate; what matters is how long a picture really stands. They keep the order.
+    /// Encoders derive durations from the frame rate; restores the real ones. Encoders keep the order.
     static GstPadProbeReturn pictureCoded(GstPad*, GstPadProbeInfo* info, gpointer self)
     {
         auto* pipeline = static_cast<Pipeline*>(self);
@@ -215,10 +214,10 @@ private:
     GstElementHandle m_source;
     bool m_started = false;
 
-    std::mutex m_mutex; ///< Guards the following.
+    std::mutex m_mutex; ///< Guards the members below.
     std::condition_variable m_changed;
     int m_inWork = 0;
-    std::deque<GstClockTime> m_lengths; ///< Of pictures on their way through the encoder.
+    std::deque<GstClockTime> m_lengths; ///< Of frames in the encoder.
     bool m_ended = false;
     std::optional<std::string> m_failure;
 };
@@ -246,8 +245,8 @@ void TrackFile::write(const std::shared_ptr<const PictureMemory>& picture, doubl
 {
     using Handle = std::shared_ptr<const PictureMemory>;
     const auto& bytes = picture->bytes();
-    // The buffer shows the picture's own memory and holds it for as long as the encoder needs it.
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): by its flag nobody writes into it.
+    // The buffer references the frame's memory and keeps it alive while the encoder needs it.
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the memory is flagged read-only.
     auto* data = const_cast<std::uint8_t*>(bytes.data());
     GstBuffer* buffer = gst_buffer_new_wrapped_full(GST_MEMORY_FLAG_READONLY, data, bytes.size(), 0, bytes.size(),
         std::make_unique<Handle>(picture).release(),
@@ -260,8 +259,7 @@ void TrackFile::write(const std::shared_ptr<const PictureMemory>& picture, doubl
 
 void TrackFile::write(std::span<const float> interleaved)
 {
-    // The encoder's answer begins with so much of its own, which nothing in the file tells: the sound behind it takes its
-    // place.
+    // The encoder prepends its delay, which the file does not record; the first samples are dropped in exchange.
     const std::size_t left =
         std::min(m_pipeline->soundToLeaveOut * static_cast<std::size_t>(m_pipeline->channels), interleaved.size());
     m_pipeline->soundToLeaveOut -= left / static_cast<std::size_t>(m_pipeline->channels);
