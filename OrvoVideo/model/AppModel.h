@@ -118,7 +118,7 @@ public:
     /// Stops what runs, and returns when every edit is written.
     ~AppModel() override;
 
-    // --- The library (AppModelLibrary.cpp) --------------------------------------------------------------------------------
+    // --- The library (ProjectLibrary.cpp) ----------------------------------------------------------------------------------------
 
     LibraryModel* library() { return &m_library; }
     const ProjectStore& store() const { return *m_services.store; }
@@ -162,7 +162,7 @@ public:
     bool canUndo() const { return m_history.canUndo() && !isRecording(); }
     bool canRedo() const { return m_history.canRedo() && !isRecording(); }
 
-    // --- Saving (AppModelSaving.cpp) --------------------------------------------------------------------------------------
+    // --- Saving (Saving.cpp) ----------------------------------------------------------------------------------------------
 
     /// Milliseconds between the last change and its save.
     static constexpr int autosaveDelay = 400;
@@ -182,7 +182,7 @@ public:
     /// are still there while the application runs.
     Q_INVOKABLE bool prepareToQuit();
 
-    // --- Editing (AppModelEditing.cpp); each is one call of `update` ------------------------------------------------------
+    // --- Editing (Editing.cpp); each is one call of `update` ------------------------------------------------------
 
     Q_INVOKABLE void rename(const QString& title);
 
@@ -237,7 +237,7 @@ public:
     void applySuggestion(const EditSuggestion& suggestion);
     Q_INVOKABLE void applySuggestion(const QString& suggestionId);
 
-    // --- The preview (AppModelPreview.cpp) --------------------------------------------------------------------------------
+    // --- The preview (Playback.cpp) ---------------------------------------------------------------------------------------
 
     PreviewPlayer* player() const { return m_services.player.get(); }
     PreviewPlayer* cameraPlayer() const { return m_services.cameraPlayer.get(); }
@@ -271,7 +271,7 @@ public:
     Q_INVOKABLE void pause();
     Q_INVOKABLE void togglePlaying();
 
-    // --- Long operations (AppModelOperations.cpp) -------------------------------------------------------------------------
+    // --- Long operations (Operation.cpp) ----------------------------------------------------------------------------------
 
     /// Given how to stop and where to tell its progress, works as a coroutine on the main thread.
     using LongOperation = std::function<QCoro::Task<>(WorkControl control)>;
@@ -295,7 +295,7 @@ public:
     QString errorMessage() const { return m_errorMessage; }
     Q_INVOKABLE void clearError();
 
-    // --- Import and export (AppModelImport.cpp, AppModelExport.cpp) -------------------------------------------------------
+    // --- Import and export (ImportExport.cpp, AppModelExport.cpp) -------------------------------------------------------
 
     /// Asks for a movie and brings it into the library: as a new project, which is opened, or behind everything in the open
     /// project (a new one when none is open).
@@ -306,7 +306,7 @@ public:
     /// Asks where to, renders the open project as it is now and shows the file.
     Q_INVOKABLE void exportVideo();
 
-    // --- Transcription (AppModelTranscription.cpp) ------------------------------------------------------------------------
+    // --- Transcription (Transcription.cpp) --------------------------------------------------------------------------------
 
     /// Recognises what is spoken in the open project, on this machine: a long operation. The words take the place of the
     /// transcript, as one step to undo, and `suggestions` is made anew. Downloads the model when it is not there.
@@ -315,7 +315,7 @@ public:
     /// Writes all sound of a project but that of cameras into one file for speech recognition.
     QCoro::Task<> analysisAudio(VideoProject project, std::filesystem::path destination, WorkControl control);
 
-    // --- Publishing (AppModelPublishing.cpp) ------------------------------------------------------------------------------
+    // --- Publishing (Publishing.cpp) --------------------------------------------------------------------------------------
 
     /// Renders and packages the open project, unless that was done for just what it is now, uploads it and stores where it
     /// is: a long operation. At its end the embed code is on the clipboard.
@@ -340,7 +340,7 @@ public:
     bool publicLink() const { return m_publicLink; }
     void setPublicLink(bool isPublic);
 
-    // --- The publishing server (AppModelSettings.cpp) ---------------------------------------------------------------------
+    // --- The publishing server (ServerAccount.cpp) ------------------------------------------------------------------------
 
     QString serverURL() const { return m_serverURL; }
     /// Where Google returns to after the authorisation of Drive: what the OAuth client must be registered with.
@@ -371,7 +371,7 @@ public:
     Q_INVOKABLE void configureOAuth();
     Q_INVOKABLE void connectDrive();
 
-    // --- Recovery (AppModelRecovery.cpp) ----------------------------------------------------------------------------------
+    // --- Recovery (Recovery.cpp) ------------------------------------------------------------------------------------------
 
     /// Prepares all files of the open project anew ("Recuperar grabación"): a long operation.
     Q_INVOKABLE void recover();
@@ -386,7 +386,7 @@ public:
     /// read. The project is ready then, else "needs-recovery" with a failure that says why.
     QCoro::Task<> processTab(VideoProject project, bool force, WorkControl control);
 
-    // --- Recording (AppModelRecording.cpp) --------------------------------------------------------------------------------
+    // --- Recording (Recorder.cpp) -----------------------------------------------------------------------------------------
 
     /// What the next recording is to show.
     CaptureChoice* capture() { return &m_capture; }
@@ -440,7 +440,7 @@ public:
     bool carefulTranscription() const { return m_transcription.decoding == SpeechRecognizer::Decoding::careful; }
     void setCarefulTranscription(bool careful);
 
-    // --- The installation (AppModelInstallation.cpp) ----------------------------------------------------------------------
+    // --- The installation (AppInstallation.cpp) ------------------------------------------------------------------------------
 
     /// Whether an `ffmpeg` is found now. `toolsChanged` asks to look again: the application came to the front, perhaps from
     /// a terminal in which it was installed.
