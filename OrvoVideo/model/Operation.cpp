@@ -1,44 +1,56 @@
-#include "OrvoVideo/model/AppModel.h"
+#include "OrvoVideo/model/Operation.h"
 
 #include "VideoCore/Error.h"
 
+#include <optional>
+#include <string>
+#include <utility>
+
 namespace orvo {
 
-void AppModel::start(QCoro::Task<> task)
+void Operation::start(QCoro::Task<> task)
 {
     watchOver(std::move(task));
 }
 
 /// The one place where a task ends that nobody waits for.
-QCoro::Task<> AppModel::watchOver(QCoro::Task<> task)
+QCoro::Task<> Operation::watchOver(QCoro::Task<> task)
 {
     try {
         co_await task;
     } catch (const Cancelled&) {
-        // Asked for, or the model is going.
+        // Asked for, or the model is being destroyed.
     } catch (const std::exception& error) {
         setErrorMessage(QString::fromStdString(describe(error)));
     }
 }
 
-void AppModel::perform(LongOperation work)
+void Operation::perform(Work work, Endings endings)
 {
-    // While something is recorded only the recording may make the model busy: it has to end whenever that is asked for.
-    if (!idle())
-        return;
-    m_operationStop = std::stop_source();
-    setRefusedCopy(std::nullopt);
-    setBusy(true);
-    setProgress(0);
-    start(runOperation(std::move(work)));
+    if (idle())
+        begin(std::move(work), std::move(endings));
 }
 
-QCoro::Task<> AppModel::runOperation(LongOperation work)
+void Operation::performReserved(Work work)
+{
+    if (!m_busy)
+        begin(std::move(work), {});
+}
+
+void Operation::begin(Work work, Endings endings)
+{
+    m_stop = std::stop_source();
+    setBusy(true);
+    setProgress(0);
+    start(run(std::move(work), std::move(endings)));
+}
+
+QCoro::Task<> Operation::run(Work work, Endings endings)
 {
     bool cancelled = false;
     std::optional<std::string> failure;
     try {
-        co_await work({.stop = m_operationStop.get_token(), .progress = [this](double value) { setProgress(value); }});
+        co_await work({.stop = m_stop.get_token(), .progress = [this](double value) { setProgress(value); }});
     } catch (const Cancelled&) {
         cancelled = true;
     } catch (const std::exception& error) {
@@ -47,36 +59,39 @@ QCoro::Task<> AppModel::runOperation(LongOperation work)
     if (failure)
         setErrorMessage(QString::fromStdString(*failure));
     if (failure)
-        setStatus(QStringLiteral("No se ha completado la operación"));
+        setStatus(endings.failed);
     else if (cancelled)
-        setStatus(QStringLiteral("Operación cancelada"));
+        setStatus(endings.cancelled);
     setBusy(false);
     if (failure || cancelled)
-        refreshLibrary();
+        emit brokenOff();
 }
 
-void AppModel::cancel()
+void Operation::setReserved(bool reserved)
+{
+    if (m_reserved == reserved)
+        return;
+    m_reserved = reserved;
+    emit idleChanged();
+}
+
+void Operation::cancel()
 {
     if (!m_busy)
         return;
     setStatus(QStringLiteral("Cancelando…"));
-    m_operationStop.request_stop(); // Who hears that may have more to say.
-    m_secondPassed.give(false);
+    m_stop.request_stop(); // Whoever hears that may set another status.
+    emit cancelled();
 }
 
-void AppModel::clearError()
-{
-    setErrorMessage({});
-}
-
-void AppModel::setBusy(bool busy)
+void Operation::setBusy(bool busy)
 {
     m_busy = busy;
     emit busyChanged();
     emit idleChanged();
 }
 
-void AppModel::setProgress(double progress)
+void Operation::setProgress(double progress)
 {
     if (m_progress == progress)
         return;
@@ -84,7 +99,7 @@ void AppModel::setProgress(double progress)
     emit progressChanged();
 }
 
-void AppModel::setStatus(const QString& status)
+void Operation::setStatus(const QString& status)
 {
     if (m_status == status)
         return;
@@ -92,7 +107,7 @@ void AppModel::setStatus(const QString& status)
     emit statusChanged();
 }
 
-void AppModel::setErrorMessage(const QString& message)
+void Operation::setErrorMessage(const QString& message)
 {
     if (m_errorMessage == message)
         return;

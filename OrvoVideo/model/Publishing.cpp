@@ -1,7 +1,9 @@
-#include "OrvoVideo/model/AppModel.h"
+#include "OrvoVideo/model/Publishing.h"
+
 #include "OrvoVideo/publishing/PublicationPackage.h"
 #include "OrvoVideo/publishing/Sharing.h"
 #include "VideoCore/Error.h"
+#include "VideoMedia/ExportService.h"
 
 #include <QMetaObject>
 #include <QScopeGuard>
@@ -24,134 +26,154 @@ QString domainTextOf(const std::optional<Publication>& publication)
 
 } // namespace
 
-void AppModel::publish()
+Publishing::Publishing(const Parts& parts)
+    : m_parts(parts)
 {
-    if (!m_project)
-        return;
-    flushSave();
-    perform([this, project = *m_project](
-                WorkControl control) -> QCoro::Task<> { co_await publishProject(project, std::move(control)); });
+    connect(&m_parts.library, &ProjectLibrary::opened, this, &Publishing::showPublication);
+    connect(&m_parts.library, &ProjectLibrary::reloaded, this, &Publishing::noteReloaded);
+    connect(&m_parts.operation, &Operation::busyChanged, this, [this] {
+        if (m_parts.operation.busy())
+            setRefusedCopy(std::nullopt);
+    });
 }
 
-QCoro::Task<> AppModel::publishProject(VideoProject project, WorkControl control)
+bool Publishing::isPublished() const
+{
+    return m_parts.open && m_parts.open->publication;
+}
+
+void Publishing::publish()
+{
+    if (!m_parts.open)
+        return;
+    m_parts.saving.flush();
+    m_parts.operation.perform([this, project = *m_parts.open](WorkControl control) -> QCoro::Task<> {
+        co_await publishProject(project, std::move(control));
+    });
+}
+
+QCoro::Task<> Publishing::publishProject(VideoProject project, WorkControl control)
 {
     // What was typed counts until it is sent, also when the project is left and opened again meanwhile.
     m_typedPolicy = TypedPolicy{.project = project.id, .domains = m_domainText, .isPublic = m_publicLink};
     const auto done = qScopeGuard([this] { endTypedPolicy(); });
-    co_await saveSettings(control);
-    const auto publisher = makePublisher();
-    const auto server = co_await m_workers.run({.stop = control.stop, .progress = {}},
-        [publisher](const std::stop_token& stop) { return publisher->requireStorage(stop); });
-    setUsesDrive(!server.storesByItself());
+    co_await m_parts.server.saveSettings(control);
+    const auto publisher = m_parts.server.makePublisher();
+    co_await m_parts.server.requireStorage(publisher, control);
     const auto package = co_await preparePackage(project, control);
-    co_await m_documents.settled(); // The document is among what is uploaded.
+    co_await m_parts.documents.settled(); // The document is among what is uploaded.
     // Called on another thread. It comes before what follows: both wait their turn in the same queue.
     const auto tell = [this](const std::string& text, double fraction) {
         QMetaObject::invokeMethod(
             this,
             [this, text, fraction] {
-                setStatus(QString::fromStdString(text));
-                setProgress(fraction);
+                m_parts.operation.setStatus(QString::fromStdString(text));
+                m_parts.operation.setProgress(fraction);
             },
             Qt::QueuedConnection);
     };
-    const auto publication = co_await m_workers.run({.stop = control.stop, .progress = {}},
-        [publisher, package, project, store = store(), tell,
+    const auto publication = co_await m_parts.workers.run({.stop = control.stop, .progress = {}},
+        [publisher, package, project, store = *m_parts.services.store, tell,
             origins = authorisedDomains(m_typedPolicy->domains.toStdString()),
             isPublic = m_typedPolicy->isPublic](const std::stop_token& stop) {
             return publisher->publish(project, store, package->hls(), origins, isPublic, tell, stop);
         });
-    co_await updateProject(project.id, [publication](VideoProject& published) { published.publication = publication; });
+    co_await m_parts.library.update(
+        project.id, [publication](VideoProject& published) { published.publication = publication; });
     m_typedPolicy.reset();
     const auto published = QStringLiteral("Vídeo publicado");
-    setStatus(published);
+    m_parts.operation.setStatus(published);
     copyEmbedOf(publication, published + QStringLiteral(". "));
 }
 
 /// What was typed for a publication that failed is still in the fields, or waits until its project is opened again.
-void AppModel::endTypedPolicy()
+void Publishing::endTypedPolicy()
 {
-    if (m_typedPolicy && m_project && m_project->id == m_typedPolicy->project)
+    if (m_typedPolicy && m_parts.open.is(m_typedPolicy->project))
         m_typedPolicy.reset();
     else if (m_typedPolicy)
         m_typedPolicy->isUnderWay = false;
 }
 
-QCoro::Task<std::shared_ptr<PublicationPackage>> AppModel::preparePackage(VideoProject project, WorkControl control)
+QCoro::Task<std::shared_ptr<PublicationPackage>> Publishing::preparePackage(VideoProject project, WorkControl control)
 {
-    const ExportSettings settings{.height = m_options.height, .fps = project.fps, .quality = m_exportQuality.toStdString()};
-    const auto package = co_await m_workers.run(control,
-        [project, store = store(), settings] { return std::make_shared<PublicationPackage>(project, store, settings); });
+    ExportSettings settings = m_parts.settings.exports();
+    settings.fps = project.fps;
+    const auto package = co_await m_parts.workers.run(control, [project, store = *m_parts.services.store, settings] {
+        return std::make_shared<PublicationPackage>(project, store, settings);
+    });
     if (!package->isReady()) {
-        setStatus(QStringLiteral("Preparando vídeo para publicar…"));
-        co_await m_workers.run(
-            control, [package, probe = m_services.probe](const std::stop_token& stop, const ProgressCallback& progress) {
-                package->render(*probe, progress, stop);
-            });
-        setStatus(QStringLiteral("Generando calidades de streaming…"));
-        setProgress(0);
-        co_await m_workers.run(control,
+        m_parts.operation.setStatus(QStringLiteral("Preparando vídeo para publicar…"));
+        co_await m_parts.workers.run(control,
+            [package, probe = m_parts.services.probe](
+                const std::stop_token& stop, const ProgressCallback& progress) { package->render(*probe, progress, stop); });
+        m_parts.operation.setStatus(QStringLiteral("Generando calidades de streaming…"));
+        m_parts.operation.setProgress(0);
+        co_await m_parts.workers.run(control,
             [package](const std::stop_token& stop, const ProgressCallback& progress) { package->package(progress, stop); });
     }
     co_return package;
 }
 
-void AppModel::unpublish()
+void Publishing::unpublish()
 {
-    if (!m_project || !m_project->publication)
+    if (!isPublished())
         return;
-    perform([this, id = m_project->id, videoId = m_project->publication->videoID](WorkControl control) -> QCoro::Task<> {
-        co_await m_workers.run({.stop = control.stop, .progress = {}},
-            [publisher = makePublisher(), videoId](const std::stop_token& stop) { publisher->withdraw(videoId, stop); });
-        co_await updateProject(id, [](VideoProject& withdrawn) { withdrawn.publication.reset(); });
-        setStatus(QStringLiteral("Publicación retirada"));
-    });
-}
-
-void AppModel::updatePolicy()
-{
-    if (!m_project || !m_project->publication)
-        return;
-    perform([this, id = m_project->id, videoId = m_project->publication->videoID](WorkControl control) -> QCoro::Task<> {
-        const auto domains = authorisedDomains(m_domainText.toStdString());
-        const bool isPublic = m_publicLink;
-        co_await m_workers.run({.stop = control.stop, .progress = {}},
-            [publisher = makePublisher(), videoId, domains, isPublic](
-                const std::stop_token& stop) { publisher->updatePolicy(videoId, domains, isPublic, stop); });
-        co_await updateProject(id, [domains, isPublic](VideoProject& changed) {
-            if (changed.publication) {
-                changed.publication->domains = domains;
-                changed.publication->publicLink = isPublic;
-            }
+    m_parts.operation.perform(
+        [this, id = m_parts.open->id, videoId = m_parts.open->publication->videoID](WorkControl control) -> QCoro::Task<> {
+            co_await m_parts.workers.run({.stop = control.stop, .progress = {}},
+                [publisher = m_parts.server.makePublisher(), videoId](
+                    const std::stop_token& stop) { publisher->withdraw(videoId, stop); });
+            co_await m_parts.library.update(id, [](VideoProject& withdrawn) { withdrawn.publication.reset(); });
+            m_parts.operation.setStatus(QStringLiteral("Publicación retirada"));
         });
-        setStatus(QStringLiteral("Permisos de publicación actualizados"));
-    });
 }
 
-void AppModel::copyLink()
+void Publishing::updatePolicy()
 {
-    if (!m_project || !m_project->publication)
+    if (!isPublished())
         return;
-    copy({.text = m_project->publication->url,
+    m_parts.operation.perform(
+        [this, id = m_parts.open->id, videoId = m_parts.open->publication->videoID](WorkControl control) -> QCoro::Task<> {
+            const auto domains = authorisedDomains(m_domainText.toStdString());
+            const bool isPublic = m_publicLink;
+            co_await m_parts.workers.run({.stop = control.stop, .progress = {}},
+                [publisher = m_parts.server.makePublisher(), videoId, domains, isPublic](
+                    const std::stop_token& stop) { publisher->updatePolicy(videoId, domains, isPublic, stop); });
+            co_await m_parts.library.update(id, [domains, isPublic](VideoProject& changed) {
+                if (changed.publication) {
+                    changed.publication->domains = domains;
+                    changed.publication->publicLink = isPublic;
+                }
+            });
+            m_parts.operation.setStatus(QStringLiteral("Permisos de publicación actualizados"));
+        });
+}
+
+void Publishing::copyLink()
+{
+    if (!isPublished())
+        return;
+    copy({.text = m_parts.open->publication->url,
         .what = QStringLiteral("el enlace"),
-        .done = m_project->publication->publicLink
+        .done = m_parts.open->publication->publicLink
             ? QStringLiteral("Enlace copiado")
             : QStringLiteral("Enlace copiado; activa el enlace público para poder abrirlo")});
 }
 
-void AppModel::copyEmbed()
+void Publishing::copyEmbed()
 {
-    if (m_project && m_project->publication)
-        copyEmbedOf(*m_project->publication);
+    if (isPublished())
+        copyEmbedOf(*m_parts.open->publication);
 }
 
-void AppModel::copyEmbedOf(const Publication& publication, const QString& before)
+void Publishing::copyEmbedOf(const Publication& publication, const QString& before)
 {
-    const auto server = m_serverURL.toStdString();
+    const auto server = m_parts.server.serverURL().toStdString();
     try {
         refuseUser(server); // The code is for a public page.
     } catch (const Error& error) {
-        setErrorMessage(QString::fromStdString(error.what()));
+        m_parts.operation.setErrorMessage(QString::fromStdString(error.what()));
         return;
     }
     copy({.text = embedCode(server, publication.videoID),
@@ -160,22 +182,23 @@ void AppModel::copyEmbedOf(const Publication& publication, const QString& before
         before);
 }
 
-void AppModel::copy(Copy copy, const QString& before)
+void Publishing::copy(Copy copy, const QString& before)
 {
-    m_services.pasteboard->setText(copy.text, [this, copy, before](bool isSet) {
+    m_parts.services.pasteboard->setText(copy.text, [this, copy, before](bool isSet) {
         setRefusedCopy(isSet ? std::nullopt : std::optional(copy));
-        setStatus(isSet ? copy.done
-                        : before + QStringLiteral("El escritorio no ha dejado copiar %1: pulsa «Copiar».").arg(copy.what));
+        m_parts.operation.setStatus(isSet
+                ? copy.done
+                : before + QStringLiteral("El escritorio no ha dejado copiar %1: pulsa «Copiar».").arg(copy.what));
     });
 }
 
-void AppModel::copyAgain()
+void Publishing::copyAgain()
 {
     if (m_refusedCopy)
         copy(*m_refusedCopy);
 }
 
-void AppModel::setRefusedCopy(std::optional<Copy> copy)
+void Publishing::setRefusedCopy(std::optional<Copy> copy)
 {
     const bool wasRefused = copyRefused();
     m_refusedCopy = std::move(copy);
@@ -183,9 +206,9 @@ void AppModel::setRefusedCopy(std::optional<Copy> copy)
         emit copyRefusedChanged();
 }
 
-void AppModel::showPublication()
+void Publishing::showPublication()
 {
-    if (m_typedPolicy && m_typedPolicy->project == m_project->id) {
+    if (m_typedPolicy && m_parts.open.is(m_typedPolicy->project)) {
         const auto typed = *m_typedPolicy;
         setDomainText(typed.domains);
         setPublicLink(typed.isPublic);
@@ -193,32 +216,35 @@ void AppModel::showPublication()
             m_typedPolicy.reset();
         return;
     }
-    const auto& publication = m_project->publication;
+    const auto& publication = m_parts.open->publication;
     setDomainText(domainTextOf(publication));
     setPublicLink(publication && publication->publicLink);
 }
 
-bool AppModel::policyIsThatOf(const std::optional<Publication>& publication) const
+/// What was typed stays; fields that say what the publication said before follow it.
+void Publishing::noteReloaded(const std::optional<Publication>& before)
 {
-    return m_domainText == domainTextOf(publication) && m_publicLink == (publication && publication->publicLink);
+    const bool untouched = m_domainText == domainTextOf(before) && m_publicLink == (before && before->publicLink);
+    if (untouched && before != m_parts.open->publication)
+        showPublication();
 }
 
-void AppModel::setDomainText(const QString& text)
+void Publishing::setDomainText(const QString& text)
 {
     if (m_domainText == text)
         return;
     m_domainText = text;
-    if (m_typedPolicy && m_project && m_typedPolicy->project == m_project->id)
+    if (m_typedPolicy && m_parts.open.is(m_typedPolicy->project))
         m_typedPolicy->domains = text;
     emit domainTextChanged();
 }
 
-void AppModel::setPublicLink(bool isPublic)
+void Publishing::setPublicLink(bool isPublic)
 {
     if (m_publicLink == isPublic)
         return;
     m_publicLink = isPublic;
-    if (m_typedPolicy && m_project && m_typedPolicy->project == m_project->id)
+    if (m_typedPolicy && m_parts.open.is(m_typedPolicy->project))
         m_typedPolicy->isPublic = isPublic;
     emit publicLinkChanged();
 }

@@ -1,4 +1,5 @@
-#include "OrvoVideo/model/AppModel.h"
+#include "OrvoVideo/model/Recovery.h"
+
 #include "OrvoVideo/model/ModelText.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/Error.h"
@@ -9,150 +10,121 @@
 
 namespace orvo {
 
-void AppModel::recover()
+Recovery::Recovery(Parts parts)
+    : m_parts(std::move(parts))
 {
-    if (!m_project || isRecording() || m_processing.contains(m_project->id))
+    connect(&m_parts.library, &ProjectLibrary::listed, this, [this] { processListed(); });
+    connect(&m_parts.open, &OpenProject::projectChanged, this, &Recovery::lostTracksChanged);
+    connect(&m_parts.operation, &Operation::errorMessageChanged, this, &Recovery::lostTracksChanged);
+}
+
+void Recovery::recover()
+{
+    auto& open = m_parts.open;
+    if (!open || open.isLocked() || m_processing.contains(open->id))
         return;
-    perform([this, project = *m_project](WorkControl control) -> QCoro::Task<> {
-        setStatus(QStringLiteral("Preparando la grabación…"));
-        co_await processTab(project, true, std::move(control));
+    m_parts.operation.perform([this, project = *open](WorkControl control) -> QCoro::Task<> {
+        m_parts.operation.setStatus(QStringLiteral("Preparando la grabación…"));
+        co_await process(project, true, std::move(control));
     });
 }
 
-QCoro::Task<> AppModel::processTab(VideoProject project, bool force, WorkControl control)
+QCoro::Task<> Recovery::process(VideoProject project, bool force, WorkControl control)
 {
     const auto which = force ? RecordingPreparation::Which::all : RecordingPreparation::Which::needed;
     std::optional<std::string> failure;
     try {
-        const auto prepared = co_await m_workers.run(std::move(control),
-            [project, which, store = store(), probe = m_services.probe](
+        const auto prepared = co_await m_parts.workers.run(std::move(control),
+            [project, which, store = m_parts.store, probe = m_parts.probe](
                 const std::stop_token& stop, const ProgressCallback& progress) {
                 return RecordingPreparation::prepare(project, store, *probe, which, progress, stop);
             });
-        co_await changeProject(
-            project.id, [prepared](VideoProject& changed) { RecordingPreparation::apply(changed, prepared); }, Undo::none);
+        co_await m_parts.library.change(
+            project.id, [prepared](VideoProject& changed) { RecordingPreparation::apply(changed, prepared); },
+            OpenProject::Undo::none);
         const auto lost = captureError(prepared.lostText());
         setLost(project.id,
             {.reasons = prepared.lost, .failure = QString::fromStdString(RecordingPreparation::failureText(lost))});
         if (!prepared.lost.empty()) // What could be prepared is kept all the same.
             throw lost;
-        CaptureSession::unmark(store().directory(project.id));
+        CaptureSession::unmark(m_parts.store.directory(project.id));
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {
         failure = RecordingPreparation::failureText(error);
     }
     if (failure) {
-        co_await changeProject(
-            project.id, [](VideoProject& changed) { changed.state = ProjectState::needsRecovery; }, Undo::same);
+        co_await m_parts.library.change(
+            project.id, [](VideoProject& changed) { changed.state = ProjectState::needsRecovery; }, OpenProject::Undo::same);
         throw captureError(*failure);
     }
-    if (force || !m_busy)
-        setStatus(QStringLiteral("Grabación preparada"));
+    if (force || !m_parts.operation.busy())
+        m_parts.operation.setStatus(QStringLiteral("Grabación preparada"));
 }
 
-void AppModel::setLost(const Uuid& id, LostTracks lost)
+void Recovery::setLost(const Uuid& id, Lost lost)
 {
     if (lost.reasons.empty())
         m_lost.erase(id);
     else
         m_lost.insert_or_assign(id, std::move(lost));
-    emit projectChanged();
+    emit lostTracksChanged();
 }
 
-QString AppModel::lostTracks() const
+const Recovery::Lost* Recovery::lost() const
 {
-    const auto lost = m_project ? m_lost.find(m_project->id) : m_lost.end();
-    if (lost == m_lost.end())
-        return {};
+    const auto lost = m_parts.open ? m_lost.find(m_parts.open->id) : m_lost.end();
+    return lost == m_lost.end() ? nullptr : &lost->second;
+}
+
+QString Recovery::lostTracks() const
+{
     QStringList names;
-    for (const auto& track : m_project->tracks) {
-        if (lost->second.reasons.contains(track.id))
-            names << Text::ofKind(track.kind);
+    if (const auto* lost = this->lost()) {
+        for (const auto& track : m_parts.open->tracks) {
+            if (lost->reasons.contains(track.id))
+                names << Text::ofKind(track.kind);
+        }
     }
     return names.join(QStringLiteral(", "));
 }
 
-bool AppModel::errorIsLostTracks() const
+bool Recovery::errorIsLostTracks() const
 {
-    const auto lost = m_project ? m_lost.find(m_project->id) : m_lost.end();
-    return lost != m_lost.end() && lost->second.failure == m_errorMessage;
+    const auto* lost = this->lost();
+    return lost && lost->failure == m_parts.operation.errorMessage();
 }
 
-void AppModel::continueWithoutLost()
+void Recovery::continueWithoutLost()
 {
-    const auto lost = m_project ? m_lost.find(m_project->id) : m_lost.end();
-    if (lost == m_lost.end())
+    const auto* lost = this->lost();
+    if (!lost)
         return;
-    perform([this, id = m_project->id, tracks = lost->second.reasons](WorkControl) -> QCoro::Task<> {
-        co_await changeProject(
-            id, [tracks](VideoProject& changed) { RecordingPreparation::dropLost(changed, tracks); }, Undo::none);
+    m_parts.operation.perform([this, id = m_parts.open->id, tracks = lost->reasons](WorkControl) -> QCoro::Task<> {
+        co_await m_parts.library.change(
+            id, [tracks](VideoProject& changed) { RecordingPreparation::dropLost(changed, tracks); },
+            OpenProject::Undo::none);
         setLost(id, {});
-        CaptureSession::unmark(store().directory(id));
-        setStatus(QStringLiteral("Grabación preparada"));
+        CaptureSession::unmark(m_parts.store.directory(id));
+        m_parts.operation.setStatus(QStringLiteral("Grabación preparada"));
     });
 }
 
-QCoro::Task<> AppModel::prepareListed(VideoProject project)
+void Recovery::processListed()
+{
+    for (const auto& project : m_parts.library.list().projects()) {
+        const bool waits = project.state == ProjectState::processingTab || project.state == ProjectState::recoverableTab;
+        if (waits && !m_processing.contains(project.id))
+            m_parts.operation.start(processListed(project));
+    }
+}
+
+QCoro::Task<> Recovery::processListed(VideoProject project)
 {
     m_processing.insert(project.id);
     const auto done = qScopeGuard([this, id = project.id] { m_processing.erase(id); });
-    co_await processTab(project, false, {});
-    refreshLibrary();
-}
-
-QCoro::Task<> AppModel::updateProject(Uuid id, std::function<void(VideoProject&)> change)
-{
-    if (!m_project || m_project->id != id) {
-        co_await changeProject(id, std::move(change), Undo::step);
-        co_return;
-    }
-    // A gesture that is under way goes on with another step.
-    const auto gesture = std::exchange(m_gesture, Gesture::none);
-    update(change);
-    m_gesture = gesture == Gesture::none ? Gesture::none : Gesture::begun;
-}
-
-QCoro::Task<> AppModel::changeProject(Uuid id, std::function<void(VideoProject&)> change, Undo undo)
-{
-    const auto isOpen = [&] { return m_project && m_project->id == id; };
-    std::optional<ProjectDocuments::Opened> closed;
-    std::uint64_t changes = 0;
-    do {
-        if (isOpen())
-            break;
-        changes = m_closedChanges;
-        saveEdits();
-        closed = co_await m_documents.open(id);
-        if (!closed)
-            throw captureError("El proyecto ya no se puede leer.");
-    } while (m_closedChanges != changes);
-    if (!isOpen()) {
-        ++m_closedChanges; // Who has read it meanwhile reads it again.
-        VideoProject& project = closed->unsavedEdits ? *closed->unsavedEdits : closed->project;
-        change(project);
-        m_documents.save(project, otherProject);
-        co_await m_documents.settled();
-        m_library.replace(project);
-        co_return;
-    }
-    // On what is there now: the project could be edited meanwhile.
-    VideoProject after = *m_project;
-    change(after);
-    if (undo == Undo::step)
-        m_history.record(*m_project, after, History::Trim::no);
-    else if (undo == Undo::same)
-        m_history.amend(*m_project, after);
-    else
-        m_history.clear();
-    if (m_gesture == Gesture::recorded)
-        m_gesture = Gesture::begun; // The drag continues in a step of its own.
-    setProject(std::move(after));
-    emit historyChanged();
-    noteEdit();
-    saveNow();
-    m_library.replace(*m_project);
-    co_await rebuildPreview();
+    co_await process(project, false, {});
+    m_parts.library.refresh();
 }
 
 } // namespace orvo

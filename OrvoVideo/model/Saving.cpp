@@ -1,43 +1,58 @@
-#include "OrvoVideo/model/AppModel.h"
-#include "OrvoVideo/model/ModelText.h"
-
-#include <QStringList>
-#include <algorithm>
+#include "OrvoVideo/model/Saving.h"
 
 namespace orvo {
 
-namespace {
-
-/// Whether a document on disk says what is in memory. Documents keep whole seconds.
-bool saysTheSame(const VideoProject& document, VideoProject project)
+Saving::Saving(OpenProject& project, ProjectDocuments& documents, Operation& operation)
+    : m_project(project)
+    , m_documents(documents)
+    , m_operation(operation)
 {
-    project.createdAt = std::chrono::floor<std::chrono::seconds>(project.createdAt);
-    project.updatedAt = std::chrono::floor<std::chrono::seconds>(project.updatedAt);
-    return document == project;
+    for (auto* timer : {&m_autosave, &m_burst}) {
+        timer->setSingleShot(true);
+        timer->setTimerType(Qt::PreciseTimer);
+        timer->setInterval(delay);
+    }
+    connect(&m_autosave, &QTimer::timeout, this, &Saving::saveEdits);
+    connect(&m_burst, &QTimer::timeout, this, &Saving::keepUnsavedEdits);
+    connect(&m_documents, &ProjectDocuments::saved, this, &Saving::noteWritten);
+    connect(&m_documents, &ProjectDocuments::saveFailed, this, &Saving::noteFailed);
+    connect(&m_documents, &ProjectDocuments::keptOther, this,
+        [this](const Uuid&, const QString& fileName) { noteKeptOther(fileName); });
+    connect(&m_project, &OpenProject::edited, this, &Saving::noteEdit);
 }
 
-} // namespace
-
-void AppModel::noteEdit()
+void Saving::noteEdit(OpenProject::Save save)
 {
     ++m_edited;
     emit unsavedChangesChanged();
+    if (save == OpenProject::Save::nowIgnoringErrors)
+        m_quiet = m_edited;
+    if (save == OpenProject::Save::soon)
+        saveSoon();
+    else
+        saveNow();
 }
 
-void AppModel::saveSoon()
+void Saving::noteOpened()
+{
+    m_asked = m_edited;
+    setWritten(m_edited);
+}
+
+void Saving::saveSoon()
 {
     m_autosave.start();
     if (!m_burst.isActive())
         m_burst.start();
 }
 
-void AppModel::flushSave()
+void Saving::flush()
 {
-    emit commitWanted();
+    commitTyped();
     saveEdits();
 }
 
-void AppModel::saveEdits()
+void Saving::saveEdits()
 {
     m_autosave.stop();
     m_burst.stop();
@@ -47,7 +62,7 @@ void AppModel::saveEdits()
     saveNow();
 }
 
-void AppModel::saveNow()
+void Saving::saveNow()
 {
     m_autosave.stop();
     m_burst.stop();
@@ -55,7 +70,7 @@ void AppModel::saveNow()
     m_documents.save(*m_project, m_edited);
 }
 
-void AppModel::keepUnsavedEdits()
+void Saving::keepUnsavedEdits()
 {
     if (!m_project || !m_autosave.isActive())
         return;
@@ -63,7 +78,7 @@ void AppModel::keepUnsavedEdits()
     m_burst.start();
 }
 
-void AppModel::setWritten(std::uint64_t version)
+void Saving::setWritten(std::uint64_t version)
 {
     const bool unsaved = unsavedChanges();
     m_written = version;
@@ -71,90 +86,34 @@ void AppModel::setWritten(std::uint64_t version)
         emit unsavedChangesChanged();
 }
 
-void AppModel::noteWritten(const Uuid& id, std::uint64_t version)
+void Saving::noteWritten(const Uuid& id, std::uint64_t version)
 {
-    if (!m_project || m_project->id != id || version <= m_written)
+    if (!m_project.is(id) || version <= m_written)
         return;
     setWritten(version);
-    watchDocument();
+    emit written();
 }
 
-void AppModel::noteSaveFailed(const Uuid& id, std::uint64_t version, const QString& reason)
+void Saving::noteFailed(const Uuid& id, std::uint64_t version, const QString& reason)
 {
-    if (m_project && m_project->id == id && m_asked == version)
+    if (m_project.is(id) && m_asked == version)
         m_asked = m_written; // The next save tries again.
     if (version != m_quiet)
-        setErrorMessage(QStringLiteral("No se han podido guardar los últimos cambios: ") + reason);
+        m_operation.setErrorMessage(QStringLiteral("No se han podido guardar los últimos cambios: ") + reason);
 }
 
-void AppModel::noteKeptOther(const QString& fileName)
+void Saving::noteKeptOther(const QString& fileName)
 {
-    setErrorMessage(
+    m_operation.setErrorMessage(
         QStringLiteral("Otro programa ha cambiado este proyecto mientras lo editabas. Tus cambios están guardados; "
                        "la otra versión queda en su carpeta como «%1».")
             .arg(fileName));
 }
 
-bool AppModel::prepareToQuit()
+bool Saving::settle()
 {
-    if (capturing()) {
-        setErrorMessage(QStringLiteral("Hay una grabación en curso. Termínala antes de salir."));
-        return false;
-    }
-    flushSave();
+    flush();
     return m_documents.settle();
-}
-
-void AppModel::watchDocument()
-{
-    QStringList wanted;
-    if (m_project) {
-        const auto folder = store().directory(m_project->id);
-        wanted = {Text::from(folder), Text::from(folder / ProjectStore::documentName)};
-    }
-    // A document that was replaced is no longer watched, so each save comes here again.
-    const QStringList watched = m_documentWatcher.files() + m_documentWatcher.directories();
-    for (const auto& path : watched) {
-        if (!wanted.contains(path))
-            m_documentWatcher.removePath(path);
-    }
-    for (const auto& path : wanted) {
-        if (!watched.contains(path))
-            m_documentWatcher.addPath(path);
-    }
-}
-
-QCoro::Task<> AppModel::reloadWhenChangedElsewhere()
-{
-    // With edits of our own, the next save keeps the other version beside ours.
-    if (!m_project || unsavedChanges() || isRecording())
-        co_return;
-    const auto opening = m_opening;
-    const auto changed = co_await m_documents.changedElsewhere(m_project->id);
-    if (opening != m_opening || unsavedChanges() || isRecording())
-        co_return;
-    watchDocument();
-    if (!changed)
-        co_return;
-    m_documents.accept(*changed);
-    if (saysTheSame(changed->project, *m_project))
-        co_return;
-    // A step to undo, so that what was here is not lost.
-    m_history.record(*m_project, changed->project);
-    if (m_gesture == Gesture::recorded)
-        m_gesture = Gesture::begun;
-    const bool showsOther = changed->project.publication != m_project->publication && policyIsThatOf(m_project->publication);
-    setProject(changed->project);
-    if (showsOther)
-        showPublication();
-    setSelectedSpan(
-        {std::min(m_selectedSpan.start, m_project->duration), std::min(m_selectedSpan.end, m_project->duration)});
-    if (!m_suggestions.suggestions().empty())
-        findSuggestions();
-    emit historyChanged();
-    m_library.replace(*m_project);
-    setStatus(QStringLiteral("El proyecto ha cambiado fuera de Orvo Video y se ha vuelto a cargar."));
-    followProject();
 }
 
 } // namespace orvo

@@ -1,59 +1,73 @@
-#include "OrvoVideo/model/AppModel.h"
+#include "OrvoVideo/model/Transcription.h"
+
 #include "VideoMedia/AnalysisAudio.h"
 
 namespace orvo {
 
 namespace fs = std::filesystem;
 
-void AppModel::transcribe()
+Transcription::Transcription(const Parts& parts)
+    : m_parts(parts)
 {
-    flushSave();
-    perform([this](WorkControl control) -> QCoro::Task<> {
-        if (m_project)
-            co_await transcribeProject(*m_project, std::move(control));
+}
+
+void Transcription::transcribe()
+{
+    m_parts.saving.flush();
+    m_parts.operation.perform([this](WorkControl control) -> QCoro::Task<> {
+        if (m_parts.open)
+            co_await transcribeProject(*m_parts.open, std::move(control));
     });
 }
 
-QCoro::Task<> AppModel::transcribeProject(VideoProject project, WorkControl control)
+QCoro::Task<> Transcription::transcribeProject(VideoProject project, WorkControl control)
 {
-    setStatus(QStringLiteral("Preparando audio para la transcripción local…"));
-    const TranscriptionFile work(store().directory(project.id));
+    m_parts.operation.setStatus(QStringLiteral("Preparando audio para la transcripción local…"));
+    const TranscriptionFile work(m_parts.services.store->directory(project.id));
     co_await analysisAudio(project, work.path(), control);
-    setStatus(QStringLiteral("Transcribiendo en el Mac · la primera vez se descargarán los modelos…"));
-    auto words = co_await m_workers.run(control,
-        [file = work.path(), locale = m_language.toStdString(), options = m_transcription,
-            transcribe = m_services.transcribe](const std::stop_token& stop, const ProgressCallback& progress) {
+    m_parts.operation.setStatus(QStringLiteral("Transcribiendo en el Mac · la primera vez se descargarán los modelos…"));
+    auto words = co_await m_parts.workers.run(control,
+        [file = work.path(), locale = m_language.toStdString(), options = m_options,
+            transcribe = m_parts.services.transcribe](const std::stop_token& stop, const ProgressCallback& progress) {
             return transcribe(file, locale, options, progress, stop);
         });
     const auto replace = [words = SharedList(std::move(words))](VideoProject& changed) { changed.edit.words = words; };
     // In the project that it was asked for: another one may be open by now.
-    co_await updateProject(project.id, replace);
-    if (m_project && m_project->id == project.id)
-        findSuggestions();
-    setStatus(QStringLiteral("Transcripción lista"));
+    co_await m_parts.library.update(project.id, replace);
+    if (m_parts.open.is(project.id))
+        m_parts.open.findSuggestions();
+    m_parts.operation.setStatus(QStringLiteral("Transcripción lista"));
 }
 
-QCoro::Task<> AppModel::analysisAudio(VideoProject project, fs::path destination, WorkControl control)
+QCoro::Task<> Transcription::analysisAudio(VideoProject project, fs::path destination, WorkControl control)
 {
-    co_await m_workers.run(std::move(control),
-        [project = std::move(project), store = store(), destination, probe = m_services.probe](
+    co_await m_parts.workers.run(std::move(control),
+        [project = std::move(project), store = *m_parts.services.store, destination, probe = m_parts.services.probe](
             const std::stop_token& stop) { orvo::analysisAudio(project, store, *probe, destination, stop); });
 }
 
-void AppModel::setSpeechModel(const QString& model)
+void Transcription::setLanguage(const QString& language)
+{
+    if (m_language == language)
+        return;
+    m_language = language;
+    emit settingsChanged();
+}
+
+void Transcription::setSpeechModel(const QString& model)
 {
     if (speechModel() == model)
         return;
-    m_transcription.model = model.toStdString();
-    emit transcriptionChanged();
+    m_options.model = model.toStdString();
+    emit settingsChanged();
 }
 
-void AppModel::setCarefulTranscription(bool careful)
+void Transcription::setCareful(bool careful)
 {
-    if (carefulTranscription() == careful)
+    if (this->careful() == careful)
         return;
-    m_transcription.decoding = careful ? SpeechRecognizer::Decoding::careful : SpeechRecognizer::Decoding::quick;
-    emit transcriptionChanged();
+    m_options.decoding = careful ? SpeechRecognizer::Decoding::careful : SpeechRecognizer::Decoding::quick;
+    emit settingsChanged();
 }
 
 } // namespace orvo
