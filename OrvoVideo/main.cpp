@@ -65,7 +65,7 @@ int runApplication(const QStringList& arguments)
     AppModel model(AppServices::create(libraryFolder()));
     MainWindow window(model);
     const TrayItem tray(model);
-    const RecordingDesk desk(model, [&model] {
+    const RecordingDesk desk(*model.recorder(), [&model] {
         const bool hasKey = model.shortcuts()->hears(ShortcutManager::Action::Record);
         return hasKey || QSystemTrayIcon::isSystemTrayAvailable() ? RecordingDesk::WayBack::elsewhere
                                                                   : RecordingDesk::WayBack::windowOnly;

@@ -47,8 +47,8 @@ public:
     QSizeF viewSize() const { return m_viewSize; }
     void setViewSize(const QSizeF& size);
 
-    bool loading() const { return m_model && m_model->preview() == AppModel::Preview::Loading; }
-    bool failed() const { return m_model && m_model->preview() == AppModel::Preview::Failed; }
+    bool loading() const { return m_model && m_model->preview() == Playback::Preview::Loading; }
+    bool failed() const { return m_model && m_model->preview() == Playback::Preview::Failed; }
 
     QRectF picture() const { return m_picture; }
     double pixel() const { return m_pixel; }

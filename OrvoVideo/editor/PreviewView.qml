@@ -149,10 +149,10 @@ ColumnLayout {
         }
         OButton {
             objectName: "withoutLost"
-            visible: root.app.lostTracks !== ""
-            text: "Seguir sin: " + root.app.lostTracks
+            visible: root.app.recovery.lostTracks !== ""
+            text: "Seguir sin: " + root.app.recovery.lostTracks
             enabled: root.app.idle
-            onClicked: root.app.continueWithoutLost()
+            onClicked: root.app.recovery.continueWithoutLost()
         }
         OButton {
             objectName: "recover"

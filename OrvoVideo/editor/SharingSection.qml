@@ -12,7 +12,7 @@ Flickable {
 
     required property AppModel app
     /// Whether a server can be asked at all.
-    readonly property bool configured: app.serverURL.trim() !== ""
+    readonly property bool configured: app.server.serverURL.trim() !== ""
 
     signal settingsWanted()
 
@@ -70,15 +70,15 @@ Flickable {
             Layout.fillWidth: true
             name: "Dominios autorizados"
             placeholderText: "https://www.ejemplo.es, https://cursos.ejemplo.es"
-            text: root.app.domainText
-            onTextChanged: root.app.domainText = text
+            text: root.app.publishing.domainText
+            onTextChanged: root.app.publishing.domainText = text
 
             Connections {
-                target: root.app
+                target: root.app.publishing
 
                 function onDomainTextChanged() {
-                    if (domains.text !== root.app.domainText)
-                        domains.text = root.app.domainText
+                    if (domains.text !== root.app.publishing.domainText)
+                        domains.text = root.app.publishing.domainText
                 }
             }
         }
@@ -89,10 +89,10 @@ Flickable {
             objectName: "publicLink"
             Layout.fillWidth: true
             text: "Permitir enlace público"
-            checked: root.app.publicLink
+            checked: root.app.publishing.publicLink
             onToggled: {
-                root.app.publicLink = checked
-                checked = Qt.binding(() => root.app.publicLink)
+                root.app.publishing.publicLink = checked
+                checked = Qt.binding(() => root.app.publishing.publicLink)
             }
         }
         Note {
@@ -109,19 +109,19 @@ Flickable {
             visible: root.app.project.published
             iconName: "code-xml"
             text: "Copiar iframe"
-            onClicked: root.app.copyEmbed()
+            onClicked: root.app.publishing.copyEmbed()
         }
         Action {
             visible: root.app.project.published
             iconName: "link"
             text: "Copiar enlace"
-            onClicked: root.app.copyLink()
+            onClicked: root.app.publishing.copyLink()
         }
         Action {
             visible: root.app.project.published
             enabled: root.app.idle
             text: "Actualizar dominios y acceso"
-            onClicked: root.app.updatePolicy()
+            onClicked: root.app.publishing.updatePolicy()
         }
         Action {
             visible: root.app.project.published
@@ -131,7 +131,7 @@ Flickable {
             onClicked: withdrawal.open()
         }
         Note {
-            visible: root.app.usesDrive
+            visible: root.app.server.usesDrive
             text: "Los originales y las versiones de reproducción se guardan de forma privada en Google Drive. El VPS mantiene una caché temporal."
         }
         Action {
@@ -150,6 +150,6 @@ Flickable {
         acceptText: "Retirar publicación"
         rejectText: "Cancelar"
         destructive: true
-        onAccepted: root.app.unpublish()
+        onAccepted: root.app.publishing.unpublish()
     }
 }

@@ -58,8 +58,8 @@ ColumnLayout {
                     "text": "English",
                     "value": "en-US"
                 }]
-            currentIndex: root.app.language === "en-US" ? 1 : 0
-            onActivated: root.app.language = currentValue
+            currentIndex: root.app.transcription.language === "en-US" ? 1 : 0
+            onActivated: root.app.transcription.language = currentValue
         }
         OButton {
             objectName: "transcribe"

@@ -1,67 +1,78 @@
 #include "OrvoVideo/model/AppModel.h"
 
-#include "OrvoVideo/model/ModelText.h"
-#include "Platform/settings/StoredSettings.h"
-
-#include <QGuiApplication>
+#include "Platform/notifications/Notifications.h"
 
 namespace orvo {
 
 AppModel::AppModel(AppServices services, QObject* parent)
     : QObject(parent)
     , m_services(std::move(services))
-    , m_capture(
-          m_services.recording.windowSystem, std::move(m_services.recording.screenCast), m_services.recording.pressesSeen)
-    , m_shortcuts(std::move(m_services.recording.shortcutKeys))
     , m_documents(*m_services.store)
+    , m_project(*m_services.store)
+    , m_saving(m_project, m_documents, m_operation)
+    , m_playback(*m_services.player, *m_services.cameraPlayer, m_project, store(), m_services.probe, m_operation, m_workers)
+    , m_library({.store = store(),
+          .documents = m_documents,
+          .open = m_project,
+          .saving = m_saving,
+          .playback = m_playback,
+          .operation = m_operation,
+          .workers = m_workers})
+    , m_recovery({.store = store(),
+          .probe = m_services.probe,
+          .open = m_project,
+          .library = m_library,
+          .operation = m_operation,
+          .workers = m_workers})
+    , m_editing({.services = m_services,
+          .open = m_project,
+          .saving = m_saving,
+          .playback = m_playback,
+          .operation = m_operation,
+          .workers = m_workers})
+    , m_importExport({.services = m_services,
+          .settings = m_settings,
+          .open = m_project,
+          .saving = m_saving,
+          .library = m_library,
+          .operation = m_operation,
+          .workers = m_workers})
+    , m_shortcuts(std::move(m_services.recording.shortcutKeys))
+    , m_recorder(std::move(m_services.recording),
+          {.store = store(),
+              .open = m_project,
+              .saving = m_saving,
+              .library = m_library,
+              .playback = m_playback,
+              .operation = m_operation,
+              .options = m_settings.options})
+    , m_server(m_services, m_operation, m_workers)
+    , m_publishing({.services = m_services,
+          .settings = m_settings,
+          .documents = m_documents,
+          .open = m_project,
+          .saving = m_saving,
+          .library = m_library,
+          .server = m_server,
+          .operation = m_operation,
+          .workers = m_workers})
+    , m_transcription({.services = m_services,
+          .open = m_project,
+          .saving = m_saving,
+          .library = m_library,
+          .operation = m_operation,
+          .workers = m_workers})
+    , m_installation(m_services, m_operation, m_workers)
 {
-    m_autosave.setSingleShot(true);
-    m_autosave.setTimerType(Qt::PreciseTimer);
-    m_autosave.setInterval(autosaveDelay);
-    connect(&m_autosave, &QTimer::timeout, this, &AppModel::saveEdits);
-    m_burst.setSingleShot(true);
-    m_burst.setTimerType(Qt::PreciseTimer);
-    m_burst.setInterval(autosaveDelay);
-    connect(&m_burst, &QTimer::timeout, this, &AppModel::keepUnsavedEdits);
-    connect(&m_documents, &ProjectDocuments::saved, this, &AppModel::noteWritten);
-    connect(&m_documents, &ProjectDocuments::saveFailed, this, &AppModel::noteSaveFailed);
-    connect(&m_documents, &ProjectDocuments::keptOther, this,
-        [this](const Uuid&, const QString& fileName) { noteKeptOther(fileName); });
-
-    // Another program's write may come in several parts.
-    m_settling.setSingleShot(true);
-    m_settling.setInterval(200);
-    connect(&m_settling, &QTimer::timeout, this, [this] { start(reloadWhenChangedElsewhere()); });
-    const auto look = [this] { m_settling.start(); };
-    connect(&m_documentWatcher, &QFileSystemWatcher::directoryChanged, this, look);
-    connect(&m_documentWatcher, &QFileSystemWatcher::fileChanged, this, look);
-
-    connect(player(), &PreviewPlayer::loaded, this, [this] { m_previewAnswer.give(PreviewOutcome::loaded); });
-    connect(player(), &PreviewPlayer::failed, this, [this] {
-        if (m_previewAnswer.isGiven()) // What was playing cannot be read any more.
-            setStatus(QStringLiteral("Usa Recuperar para preparar este archivo antes de reproducirlo."));
-        m_previewAnswer.give(PreviewOutcome::failed);
-    });
-    connect(player(), &PreviewPlayer::timeChanged, this, &AppModel::watchPlayback);
-    connect(player(), &PreviewPlayer::rateChanged, this, [this] {
-        notePlaying();
-        followWithCamera(player()->position());
-    });
-    connect(player(), &PreviewPlayer::endReached, this, [this] {
-        pause();
-        m_ended = true;
-    });
-    m_previewAnswer.give(PreviewOutcome::superseded); // There is none yet.
-
-    if (const auto* desktop = qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
-        connect(desktop, &QGuiApplication::applicationStateChanged, this, &AppModel::toolsChanged);
-    if (m_services.observe)
-        m_notifications = m_services.observe([this](std::string_view name) { hearNotification(name); });
-    start(setUpBrowsers());
-    prepareRecording();
-    if (const auto address = StoredSettings::text(StoredSettings::serverURL))
-        m_serverURL = QString::fromStdString(*address);
-    start(loadCredentialAtStart());
+    forwardSignals();
+    connect(&m_shortcuts, &ShortcutManager::pressed, &m_recorder, &Recorder::obey);
+    connect(&m_recorder, &Recorder::tabWanted, &m_installation, &AppInstallation::openExtensionFolder);
+    if (m_services.observe) {
+        m_notifications = m_services.observe([this](std::string_view name) {
+            if (name == notification::tabStarted || name == notification::tabFinished)
+                refreshLibrary();
+        });
+    }
     refreshLibrary();
 }
 
@@ -69,131 +80,85 @@ AppModel::~AppModel()
 {
     // In this order every coroutine comes to its end while the model is whole.
     flushSave();
-    ++m_opening;
+    m_library.shutDown();
     m_services.panels.reset();
-    m_services.recording.regionPicker.reset();
-    m_capture.shutDown();
-    m_secondPassed.give(false);
     m_recorder.shutDown();
-    m_session.reset(); // Keeps what was recorded.
     m_workers.shutDown();
     m_documents.shutDown();
-    m_previewAnswer.give(PreviewOutcome::superseded);
-    player()->disconnect(this);
-    m_documents.disconnect(this);
+    m_playback.shutDown();
 }
 
-void AppModel::update(const std::function<void(VideoProject&)>& change)
+void AppModel::forwardSignals()
 {
-    if (!m_project || isRecording())
-        return;
-    VideoProject after = *m_project;
-    change(after);
-    after.updatedAt = now();
-    if (m_gesture == Gesture::recorded)
-        m_history.amend(*m_project, after);
-    else
-        m_history.record(*m_project, after);
-    if (m_gesture == Gesture::begun)
-        m_gesture = Gesture::recorded;
-    const bool otherTracks = !m_project->tracks.sharesStorageWith(after.tracks);
-    setProject(std::move(after));
-    emit historyChanged();
-    noteEdit();
-    saveSoon();
-    m_library.replace(*m_project);
-    if (otherTracks)
-        followVolumes();
+    connect(&m_library, &ProjectLibrary::isListedChanged, this, &AppModel::libraryListedChanged);
+    connect(&m_project, &OpenProject::projectChanged, this, &AppModel::projectChanged);
+    connect(&m_project, &OpenProject::selectedSpanChanged, this, &AppModel::selectedSpanChanged);
+    connect(&m_project, &OpenProject::historyChanged, this, &AppModel::historyChanged);
+    connect(&m_saving, &Saving::commitWanted, this, &AppModel::commitWanted);
+    connect(&m_saving, &Saving::unsavedChangesChanged, this, &AppModel::unsavedChangesChanged);
+    connect(&m_playback, &Playback::playheadChanged, this, &AppModel::playheadChanged);
+    connect(&m_playback, &Playback::playingChanged, this, &AppModel::playingChanged);
+    connect(&m_playback, &Playback::previewChanged, this, &AppModel::previewChanged);
+    connect(&m_operation, &Operation::busyChanged, this, &AppModel::busyChanged);
+    connect(&m_operation, &Operation::idleChanged, this, &AppModel::idleChanged);
+    connect(&m_operation, &Operation::progressChanged, this, &AppModel::progressChanged);
+    connect(&m_operation, &Operation::statusChanged, this, &AppModel::statusChanged);
+    connect(&m_operation, &Operation::errorMessageChanged, this, &AppModel::errorMessageChanged);
 }
 
-void AppModel::setGesture(bool active)
+bool AppModel::prepareToQuit()
 {
-    m_gesture = active ? Gesture::begun : Gesture::none;
+    if (capturing()) {
+        m_operation.setErrorMessage(QStringLiteral("Hay una grabación en curso. Termínala antes de salir."));
+        return false;
+    }
+    return m_saving.settle();
 }
 
-void AppModel::undo()
+void AppModel::importFile(const QUrl& movie, bool append)
 {
-    if (m_project && !isRecording())
-        stepThroughHistory(m_history.undo(*m_project));
+    m_importExport.importMovie(movie.toLocalFile().toStdString(), append);
 }
 
-void AppModel::redo()
+void AppModel::addImageFile(const QUrl& file)
 {
-    if (m_project && !isRecording())
-        stepThroughHistory(m_history.redo(*m_project));
+    m_editing.addImageFile(file.toLocalFile().toStdString());
 }
 
-void AppModel::stepThroughHistory(std::optional<VideoProject> version)
+void AppModel::moveCut(double start, double end, double newStart, double newEnd)
 {
-    if (!version)
-        return;
-    if (m_gesture == Gesture::recorded)
-        m_gesture = Gesture::begun;
-    setProject(std::move(version));
-    emit historyChanged();
-    noteEdit();
-    m_quiet = m_edited;
-    saveNow();
-    followProject();
+    m_editing.moveCut(start, end, newStart, newEnd);
 }
 
-void AppModel::setProject(std::optional<VideoProject> project)
+void AppModel::setOverlayValue(const QString& id, const QString& key, double value)
 {
-    m_project = std::move(project);
-    showProject();
+    setOverlayValues(id, {{key, value}});
 }
 
-void AppModel::showProject()
+void AppModel::setOverlayValues(const QString& id, const QVariantMap& values)
 {
-    const VideoProject* shown = m_project ? &*m_project : nullptr;
-    m_facts = shown ? ProjectFacts::of(*shown) : ProjectFacts();
-    const auto resolve = [this](const std::string& file) {
-        try {
-            return QUrl::fromLocalFile(Text::from(store().mediaURL(*m_project, file)));
-        } catch (const std::exception&) {
-            return QUrl();
-        }
-    };
-    m_tracks.show(shown, resolve);
-    m_transcript.show(shown);
-    m_cuts.show(shown);
-    m_zooms.show(shown);
-    m_overlays.show(shown, resolve);
-    emit projectChanged();
+    m_editing.setOverlayValues(id, values);
 }
 
-void AppModel::setRecording(Recording recording)
+void AppModel::setEventValue(const QString& id, const QString& key, double value)
 {
-    if (m_recording == recording)
-        return;
-    m_recording = recording;
-    emit recordingChanged();
-    emit idleChanged();
-    emit historyChanged();
+    setEventValues(id, {{key, value}});
 }
 
 void AppModel::setOptions(const RecordingOptions& options)
 {
-    if (m_options == options)
+    if (m_settings.options == options)
         return;
-    m_options = options;
+    m_settings.options = options;
     emit optionsChanged();
 }
 
 void AppModel::setExportQuality(const QString& quality)
 {
-    if (m_exportQuality == quality)
+    if (m_settings.exportQuality == quality)
         return;
-    m_exportQuality = quality;
+    m_settings.exportQuality = quality;
     emit exportQualityChanged();
-}
-
-void AppModel::setLanguage(const QString& language)
-{
-    if (m_language == language)
-        return;
-    m_language = language;
-    emit languageChanged();
 }
 
 } // namespace orvo

@@ -1,6 +1,7 @@
 #include "OrvoVideo/model/Values.h"
 
 #include "OrvoVideo/model/ModelText.h"
+#include "VideoMedia/ExportService.h"
 
 #include <algorithm>
 
@@ -16,6 +17,11 @@ CaptureOptions RecordingOptions::capture() const
         .microphoneDevice = microphoneDevice.toStdString(),
         .systemAudioDevice = systemAudioDevice.toStdString(),
         .cameraDevice = cameraDevice.toStdString()};
+}
+
+ExportSettings RunSettings::exports() const
+{
+    return {.height = options.height, .fps = options.fps, .quality = exportQuality.toStdString()};
 }
 
 ProjectFacts ProjectFacts::of(const VideoProject& project)

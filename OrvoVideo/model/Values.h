@@ -11,6 +11,8 @@
 
 namespace orvo {
 
+struct ExportSettings;
+
 /// Lets QML name the type of the model's players.
 struct PreviewPlayerForQml {
     Q_GADGET
@@ -60,6 +62,14 @@ public:
     CaptureOptions capture() const;
 
     friend bool operator==(const RecordingOptions&, const RecordingOptions&) = default;
+};
+
+/// What the user has chosen for the recordings and exports of this run.
+struct RunSettings {
+    RecordingOptions options;
+    QString exportQuality = QStringLiteral("balanced"); ///< "small", "balanced" or "high".
+
+    ExportSettings exports() const;
 };
 
 /// What the windows show of the open project besides its lists. Without an open project everything is empty.

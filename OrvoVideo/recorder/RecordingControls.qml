@@ -14,20 +14,20 @@ RowLayout {
     Rectangle {
         implicitWidth: 10
         implicitHeight: 10
-        radius: root.app.isPaused ? 1 : 5
+        radius: root.app.recorder.isPaused ? 1 : 5
         color: Theme.danger
     }
     OLabel {
         objectName: "recordingTime"
-        text: Theme.timeText(root.app.recordingTime)
+        text: Theme.timeText(root.app.recorder.time)
         font: Theme.digits(Theme.bodySize)
         Accessible.name: "Tiempo grabado " + text
     }
     OButton {
         objectName: "pause"
         implicitHeight: 26
-        text: root.app.isPaused ? "Continuar" : "Pausar"
-        iconName: root.app.isPaused ? "play" : "pause"
+        text: root.app.recorder.isPaused ? "Continuar" : "Pausar"
+        iconName: root.app.recorder.isPaused ? "play" : "pause"
         enabled: !root.app.busy
         onClicked: root.app.togglePause()
     }

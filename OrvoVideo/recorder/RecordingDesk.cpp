@@ -79,17 +79,19 @@ int depthOf(const QWindow& window)
 
 } // namespace
 
-RecordingDesk::RecordingDesk(AppModel& model, std::function<WayBack()> wayBack, QObject* parent)
+RecordingDesk::RecordingDesk(Recorder& recorder, std::function<WayBack()> wayBack, QObject* parent)
     : QObject(parent)
-    , m_model(model)
+    , m_recorder(recorder)
     , m_wayBack(std::move(wayBack))
 {
-    connect(&m_model, &AppModel::capturingChanged, this, &RecordingDesk::followCapture);
-    connect(&m_model, &AppModel::countdownChanged, this, &RecordingDesk::followCountdown);
-    connect(&m_model, &AppModel::recordingChanged, this, &RecordingDesk::followRecording);
-    connect(&m_model, &AppModel::recordingTimeChanged, this, [this] {
+    connect(&m_recorder, &Recorder::phaseChanged, this, [this] {
+        followRecording();
+        followCountdown();
+        followCapture();
+    });
+    connect(&m_recorder, &Recorder::timeChanged, this, [this] {
         if (m_mark)
-            m_mark->setTime(m_model.recordingTime());
+            m_mark->setTime(m_recorder.time());
     });
 }
 
@@ -97,40 +99,40 @@ RecordingDesk::~RecordingDesk() = default;
 
 void RecordingDesk::followCapture()
 {
-    if (!m_model.capturing()) {
+    if (!m_recorder.capturing()) {
         m_countdown.reset();
         m_mark.reset();
         restore();
-    } else if (m_cleared.empty() && !m_model.captured()->source.windowID) {
+    } else if (m_cleared.empty() && !m_recorder.captured()->source.windowID) {
         clear();
     }
 }
 
 void RecordingDesk::followCountdown()
 {
-    if (m_model.countdown() == 0) {
+    if (m_recorder.countdown() == 0) {
         m_countdown.reset();
         return;
     }
     if (!m_countdown) {
-        const auto& captured = *m_model.captured();
+        const auto& captured = *m_recorder.captured();
         auto* screen = screenWith(captured.source.rect);
         const QRect area =
             captured.source.windowID ? screen->geometry() : windowRect(captured.area, rectOf(captured.source.rect), *screen);
         m_countdown = std::make_unique<CountdownWindow>(
-            *screen, area.center(), m_model.capture()->picture(), QString::fromStdString(captured.source.label));
+            *screen, area.center(), m_recorder.capture()->picture(), QString::fromStdString(captured.source.label));
     }
-    m_countdown->setCount(m_model.countdown());
+    m_countdown->setCount(m_recorder.countdown());
 }
 
 void RecordingDesk::followRecording()
 {
-    if (m_model.isRecording() && !m_mark)
+    if (m_recorder.isRecording() && !m_mark)
         showMark();
-    else if (!m_model.isRecording())
+    else if (!m_recorder.isRecording())
         m_mark.reset();
     if (m_mark)
-        m_mark->setPaused(m_model.isPaused());
+        m_mark->setPaused(m_recorder.isPaused());
 }
 
 void RecordingDesk::clear()
@@ -204,10 +206,10 @@ std::optional<QRect> RecordingDesk::markPlace(const Rect& recorded, QSize mark)
 void RecordingDesk::showMark()
 {
     // On Wayland programs do not know the positions of their windows.
-    if (isWayland() || !m_model.captured())
+    if (isWayland() || !m_recorder.captured())
         return;
     // Windows above a recorded window are not recorded, but its user wants to see it.
-    if (const auto place = markPlace(m_model.captured()->area, RecordingMark::usualSize))
+    if (const auto place = markPlace(m_recorder.captured()->area, RecordingMark::usualSize))
         m_mark = std::make_unique<RecordingMark>(*place);
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OrvoVideo/model/AppModel.h"
+#include "OrvoVideo/model/Recorder.h"
 
 #include <QObject>
 #include <QPointer>
@@ -23,7 +23,7 @@ public:
     enum class WayBack : std::uint8_t { elsewhere, windowOnly };
 
     /// `wayBack` is queried when a recording starts. For `windowOnly`, the main window is only minimised.
-    RecordingDesk(AppModel& model, std::function<WayBack()> wayBack, QObject* parent = nullptr);
+    RecordingDesk(Recorder& recorder, std::function<WayBack()> wayBack, QObject* parent = nullptr);
     ~RecordingDesk() override;
 
     /// A corner of the screen's available area where a mark of this size does not cover the recorded area, or nullopt.
@@ -42,7 +42,7 @@ private:
     void restore();
     void showMark();
 
-    AppModel& m_model;
+    Recorder& m_recorder;
     std::function<WayBack()> m_wayBack;
     struct Cleared {
         QPointer<QWindow> window;

@@ -11,7 +11,7 @@ Popup {
     id: root
 
     required property AppModel app
-    readonly property CaptureChoice choice: app.capture
+    readonly property CaptureChoice choice: app.recorder.capture
     readonly property var modes: ["screen", "window", "region", "tab"]
     readonly property bool isTab: choice.mode === "tab"
     readonly property var heights: [720, 1080, 1440, 2160]
@@ -209,7 +209,7 @@ Popup {
                     app: root.app
                     devices: captureDevices
                     // A recording needs the device exclusively.
-                    watching: root.visible && !root.isTab && !root.app.capturing
+                    watching: root.visible && !root.isTab && !root.app.recorder.capturing
                 }
                 RowLayout {
                     visible: !root.isTab && root.choice.pointerNote !== ""

@@ -14,25 +14,25 @@ SettingsGroup {
     SettingsField {
         objectName: "oauthClient"
         name: "ID de cliente OAuth web"
-        value: root.app.oauthClientID
-        onEdited: text => root.app.oauthClientID = text
+        value: root.app.server.oauthClientID
+        onEdited: text => root.app.server.oauthClientID = text
     }
     SettingsField {
         objectName: "oauthSecret"
         name: "Secreto del cliente"
         secure: true
-        value: root.app.oauthClientSecret
-        onEdited: text => root.app.oauthClientSecret = text
+        value: root.app.server.oauthClientSecret
+        onEdited: text => root.app.server.oauthClientSecret = text
     }
     OButton {
-        enabled: root.app.idle && root.app.serverURL.trim() !== "" && root.app.oauthClientID.trim() !== "" && root.app.oauthClientSecret.trim() !== ""
+        enabled: root.app.idle && root.app.server.serverURL.trim() !== "" && root.app.server.oauthClientID.trim() !== "" && root.app.server.oauthClientSecret.trim() !== ""
         text: "Guardar cliente en el servidor"
-        onClicked: root.app.configureOAuth()
+        onClicked: root.app.server.configureOAuth()
     }
     TextEdit {
         objectName: "returnAddress"
         Layout.fillWidth: true
-        text: "Retorno: " + root.app.driveReturnAddress
+        text: "Retorno: " + root.app.server.driveReturnAddress
         color: Theme.secondaryText
         selectionColor: Theme.accent
         selectedTextColor: Theme.inkOnAccent

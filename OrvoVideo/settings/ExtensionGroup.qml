@@ -14,7 +14,7 @@ SettingsGroup {
     OButton {
         text: "Abrir carpeta de la extensión"
         iconName: "folder-open"
-        onClicked: root.app.openExtensionFolder()
+        onClicked: root.app.installation.openExtensionFolder()
     }
     SettingsNote {
         text: "En chrome://extensions o brave://extensions, activa Modo desarrollador, pulsa Cargar descomprimida y elige esta carpeta."

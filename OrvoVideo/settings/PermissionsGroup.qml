@@ -17,15 +17,15 @@ SettingsGroup {
 
         OButton {
             text: "Abrir privacidad de pantalla"
-            onClicked: root.app.openScreenPrivacy()
+            onClicked: root.app.installation.openScreenPrivacy()
         }
         OButton {
             text: "Permitir marcas y atajos globales"
-            onClicked: root.app.allowGlobalInput()
+            onClicked: root.app.installation.allowGlobalInput()
         }
     }
     SettingsNote {
         objectName: "permissions"
-        text: root.app.permissionsText
+        text: root.app.installation.permissionsText
     }
 }

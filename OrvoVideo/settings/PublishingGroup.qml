@@ -8,7 +8,7 @@ SettingsGroup {
     id: root
 
     required property AppModel app
-    readonly property bool ready: app.idle && app.serverURL.trim() !== ""
+    readonly property bool ready: app.idle && app.server.serverURL.trim() !== ""
 
     title: "Publicación"
 
@@ -16,21 +16,21 @@ SettingsGroup {
         objectName: "server"
         name: "Servidor"
         placeholder: "https://video.ejemplo.es"
-        value: root.app.serverURL
-        onEdited: text => root.app.serverURL = text
+        value: root.app.server.serverURL
+        onEdited: text => root.app.server.serverURL = text
     }
     SettingsField {
         objectName: "credential"
         name: "Credencial de administración"
         secure: true
-        value: root.app.adminToken
-        onEdited: text => root.app.adminToken = text
+        value: root.app.server.adminToken
+        onEdited: text => root.app.server.adminToken = text
     }
     OLabel {
         objectName: "connectionStatus"
         Layout.fillWidth: true
         secondary: true
-        text: root.app.connectionStatus
+        text: root.app.server.connectionStatus
         wrapMode: Text.Wrap
     }
     OLabel {
@@ -58,23 +58,23 @@ SettingsGroup {
             prominent: true
             enabled: root.ready
             text: "Guardar y comprobar"
-            onClicked: root.app.checkConnection()
+            onClicked: root.app.server.checkConnection()
         }
         OButton {
             implicitHeight: Theme.prominentHeight
             enabled: root.ready
             text: "Leer del llavero"
-            onClicked: root.app.readServerCredential()
+            onClicked: root.app.server.readServerCredential()
         }
         OButton {
-            visible: root.app.usesDrive
+            visible: root.app.server.usesDrive
             implicitHeight: Theme.prominentHeight
             enabled: root.ready
             text: "Conectar Google Drive"
-            onClicked: root.app.connectDrive()
+            onClicked: root.app.server.connectDrive()
         }
     }
     SettingsNote {
-        text: (root.app.usesDrive ? "Primero guarda y comprueba el servidor y su credencial; después guarda el cliente de Google Drive, conéctalo en el navegador y vuelve a comprobar. " : "") + "La credencial se guarda en el llavero de este escritorio (GNOME Keyring, KWallet u otro)."
+        text: (root.app.server.usesDrive ? "Primero guarda y comprueba el servidor y su credencial; después guarda el cliente de Google Drive, conéctalo en el navegador y vuelve a comprobar. " : "") + "La credencial se guarda en el llavero de este escritorio (GNOME Keyring, KWallet u otro)."
     }
 }

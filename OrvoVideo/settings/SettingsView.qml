@@ -53,7 +53,7 @@ Item {
                     }
                     DriveGroup {
                         objectName: "drive"
-                        visible: root.app.usesDrive
+                        visible: root.app.server.usesDrive
                         Layout.fillWidth: true
                         Layout.margins: Theme.space(5)
                         Layout.topMargin: 0
@@ -82,8 +82,8 @@ Item {
                                 model: SpeechModelList {
                                     id: models
                                 }
-                                currentIndex: models.rowOf(root.app.speechModel)
-                                onActivated: root.app.speechModel = currentValue
+                                currentIndex: models.rowOf(root.app.transcription.speechModel)
+                                onActivated: root.app.transcription.speechModel = currentValue
                                 popup.onAboutToShow: models.refresh()
                             }
                         }
@@ -91,8 +91,8 @@ Item {
                             objectName: "careful"
                             Layout.fillWidth: true
                             text: "Reconocer con más cuidado"
-                            checked: root.app.carefulTranscription
-                            onToggled: root.app.carefulTranscription = checked
+                            checked: root.app.transcription.careful
+                            onToggled: root.app.transcription.careful = checked
                         }
                         OLabel {
                             Layout.fillWidth: true
@@ -105,7 +105,7 @@ Item {
                         OButton {
                             text: "Abrir carpeta de modelos"
                             iconName: "folder-open"
-                            onClicked: root.app.openModelFolder()
+                            onClicked: root.app.installation.openModelFolder()
                         }
                     }
                     ToolsGroup {

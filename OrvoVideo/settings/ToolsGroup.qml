@@ -15,23 +15,23 @@ SettingsGroup {
         spacing: Theme.space(2)
 
         OIcon {
-            name: root.app.ffmpegAvailable ? "circle-check" : "circle-alert"
-            color: root.app.ffmpegAvailable ? Theme.selectionEdge : Theme.danger
+            name: root.app.installation.ffmpegAvailable ? "circle-check" : "circle-alert"
+            color: root.app.installation.ffmpegAvailable ? Theme.selectionEdge : Theme.danger
         }
         OLabel {
             objectName: "ffmpeg"
             Layout.fillWidth: true
-            text: root.app.ffmpegAvailable ? "FFmpeg disponible" : "FFmpeg no encontrado. Instala con Homebrew: brew install ffmpeg-full"
+            text: root.app.installation.ffmpegAvailable ? "FFmpeg disponible" : "FFmpeg no encontrado. Instala con Homebrew: brew install ffmpeg-full"
             wrapMode: Text.Wrap
         }
     }
     SettingsNote {
-        visible: !root.app.ffmpegAvailable
+        visible: !root.app.installation.ffmpegAvailable
         text: "En Debian: sudo apt install ffmpeg"
     }
     OButton {
         text: "Abrir carpeta de proyectos"
         iconName: "folder-open"
-        onClicked: root.app.openProjectsFolder()
+        onClicked: root.app.installation.openProjectsFolder()
     }
 }

@@ -24,7 +24,7 @@ DropArea {
     keys: ["text/uri-list"]
     onEntered: drag => {
         movie = drag.urls.find(file => Wording.isMovie(file)) ?? ""
-        image = app.hasProject && !app.isRecording ? drag.urls.find(file => Wording.isImage(file)) ?? "" : ""
+        image = app.hasProject && !app.recorder.isRecording ? drag.urls.find(file => Wording.isImage(file)) ?? "" : ""
         drag.accepted = (hasMovie && app.idle) || hasImage
     }
     onExited: forget()

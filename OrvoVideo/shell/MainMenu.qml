@@ -104,12 +104,12 @@ MenuBar {
         OMenuSeparator {}
         Action {
             text: "&Cortar selección"
-            enabled: root.app.hasProject && !root.app.isRecording
+            enabled: root.app.hasProject && !root.app.recorder.isRecording
             onTriggered: root.app.cutSelection()
         }
         Action {
             text: "Añadir &zoom en este punto"
-            enabled: root.app.hasProject && !root.app.isRecording
+            enabled: root.app.hasProject && !root.app.recorder.isRecording
             onTriggered: root.app.addZoom()
         }
     }

@@ -196,16 +196,16 @@ ApplicationWindow {
         property bool careful: false
         Component.onCompleted: {
             const rememberedCare = careful // What follows writes both.
-            root.app.speechModel = model
-            root.app.carefulTranscription = rememberedCare
+            root.app.transcription.speechModel = model
+            root.app.transcription.careful = rememberedCare
         }
     }
     Connections {
-        target: root.app
+        target: root.app.transcription
 
-        function onTranscriptionChanged() {
-            transcription.model = root.app.speechModel
-            transcription.careful = root.app.carefulTranscription
+        function onSettingsChanged() {
+            transcription.model = root.app.transcription.speechModel
+            transcription.careful = root.app.transcription.careful
         }
     }
     Loader {
@@ -282,18 +282,18 @@ ApplicationWindow {
     Alert {
         objectName: "errorAlert"
 
-        readonly property bool asks: root.app.errorIsLostTracks
+        readonly property bool asks: root.app.recovery.errorIsLostTracks
 
         title: asks ? "Falta una parte de la grabación" : "Algo no ha ido bien"
         message: root.app.errorMessage
         shown: root.app.errorMessage !== ""
-        acceptText: asks ? "Seguir sin: " + root.app.lostTracks : "Aceptar"
+        acceptText: asks ? "Seguir sin: " + root.app.recovery.lostTracks : "Aceptar"
         rejectText: asks ? "Ahora no" : ""
         onAccepted: {
             const goesOn = asks
             root.app.clearError()
             if (goesOn)
-                root.app.continueWithoutLost()
+                root.app.recovery.continueWithoutLost()
         }
         onRejected: root.app.clearError()
     }

@@ -54,7 +54,7 @@ ColumnLayout {
             plain: true
             name: "Título"
             shown: root.app.project.title
-            enabled: !root.app.isRecording
+            enabled: !root.app.recorder.isRecording
             font.pixelSize: Theme.headlineSize
             font.weight: Font.DemiBold
             onCommitted: text => root.app.rename(text)
@@ -106,7 +106,7 @@ ColumnLayout {
             iconName: "globe"
             enabled: root.app.idle
             // Without a server there is nothing to publish on: what is missing is shown.
-            onClicked: root.app.serverURL.trim() !== "" ? root.app.publish() : root.settingsWanted()
+            onClicked: root.app.server.serverURL.trim() !== "" ? root.app.publish() : root.settingsWanted()
         }
     }
     Rectangle {
@@ -118,7 +118,7 @@ ColumnLayout {
         Layout.fillWidth: true
         Layout.margins: Theme.space(3)
         Layout.bottomMargin: 0
-        visible: root.app.isRecording
+        visible: root.app.recorder.isRecording
         spacing: Theme.space(3)
 
         OIcon {
@@ -138,7 +138,7 @@ ColumnLayout {
         Layout.fillHeight: true
         Layout.margins: Theme.space(3)
         focus: true
-        enabled: !root.app.isRecording
+        enabled: !root.app.recorder.isRecording
         app: root.app
         inspectorShown: root.inspectorShown
         onSettingsWanted: root.settingsWanted()

@@ -13,7 +13,7 @@ Rectangle {
     required property AppModel app
     property TimelineCanvas timeline: null
     /// The end of a recording, which nobody can cancel, and its countdown have no length to show.
-    readonly property bool working: app.busy && !app.capturing
+    readonly property bool working: app.busy && !app.recorder.capturing
     readonly property bool preparing: !app.busy && app.hasProject && (timeline?.preparing ?? false)
     readonly property real progress: preparing ? timeline.preparingProgress : app.progress
 
@@ -53,9 +53,9 @@ Rectangle {
         OButton {
             objectName: "copyAgain"
             implicitHeight: 26
-            visible: root.app.copyRefused
+            visible: root.app.publishing.copyRefused
             text: "Copiar"
-            onClicked: root.app.copyAgain()
+            onClicked: root.app.publishing.copyAgain()
         }
         OLabel {
             visible: root.preparing
@@ -83,12 +83,12 @@ Rectangle {
         OButton {
             objectName: "cancel"
             implicitHeight: 26
-            visible: root.working || root.app.countdown > 0 || root.preparing
+            visible: root.working || root.app.recorder.countdown > 0 || root.preparing
             text: "Cancelar"
             onClicked: root.preparing ? root.timeline.cancelPreparing() : root.app.cancel()
         }
         RecordingControls {
-            visible: root.app.isRecording
+            visible: root.app.recorder.isRecording
             app: root.app
         }
     }

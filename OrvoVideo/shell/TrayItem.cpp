@@ -39,7 +39,7 @@ TrayItem::TrayItem(AppModel& model, QObject* parent)
     m_status->setEnabled(false);
     connect(m_cancel, &QAction::triggered, &m_model, &AppModel::cancel);
     connect(m_pause, &QAction::triggered, &m_model, &AppModel::togglePause);
-    connect(m_zoom, &QAction::triggered, &m_model, &AppModel::markZoom);
+    connect(m_zoom, &QAction::triggered, m_model.recorder(), &Recorder::markZoom);
     connect(m_stop, &QAction::triggered, &m_model, &AppModel::stopRecording);
     m_menu.addSeparator();
     connect(m_menu.addAction(QStringLiteral("Mostrar Orvo Video")), &QAction::triggered, this, &TrayItem::windowWanted);
@@ -49,12 +49,11 @@ TrayItem::TrayItem(AppModel& model, QObject* parent)
         if (reason == QSystemTrayIcon::Trigger)
             emit windowWanted();
     });
-    for (const auto change :
-        {&AppModel::busyChanged, &AppModel::progressChanged, &AppModel::statusChanged, &AppModel::recordingTimeChanged})
+    for (const auto change : {&AppModel::busyChanged, &AppModel::progressChanged, &AppModel::statusChanged})
         connect(&m_model, change, this, &TrayItem::followModel);
-    for (const auto change :
-        {&AppModel::recordingChanged, &AppModel::capturingChanged, &AppModel::countdownChanged, &AppModel::busyChanged})
-        connect(&m_model, change, this, &TrayItem::followRecording);
+    connect(m_model.recorder(), &Recorder::timeChanged, this, &TrayItem::followModel);
+    connect(m_model.recorder(), &Recorder::phaseChanged, this, &TrayItem::followRecording);
+    connect(&m_model, &AppModel::busyChanged, this, &TrayItem::followRecording);
     m_icon.setContextMenu(&m_menu);
     followModel();
     followRecording();
@@ -65,7 +64,7 @@ void TrayItem::followModel()
 {
     QString text = m_model.status();
     if (m_model.isRecording())
-        text += QStringLiteral(" · ") + timeText(m_model.recordingTime());
+        text += QStringLiteral(" · ") + timeText(m_model.recorder()->time());
     else if (m_model.busy() && !m_model.capturing())
         text += QStringLiteral(" %1 %").arg(qRound(m_model.progress() * 100));
     if (text == m_status->text())
@@ -77,7 +76,7 @@ void TrayItem::followModel()
 void TrayItem::followRecording()
 {
     const bool recording = m_model.isRecording();
-    m_cancel->setVisible(m_model.busy() && (m_model.countdown() > 0 || !m_model.capturing()));
+    m_cancel->setVisible(m_model.busy() && (m_model.recorder()->countdown() > 0 || !m_model.capturing()));
     m_pause->setText(m_model.isPaused() ? QStringLiteral("Continuar") : QStringLiteral("Pausar"));
     for (auto* action : {m_pause, m_zoom, m_stop})
         action->setVisible(recording);

@@ -89,7 +89,7 @@ QJsonObject measure(Clock::time_point started, const QString& project, double se
     runUntil([&] { return model.hasProject(); });
     nextSwap();
     result["usable"] = since(opened);
-    runUntil([&] { return model.preview() == AppModel::Preview::Ready && !model.player()->frame().isNull(); });
+    runUntil([&] { return model.preview() == Playback::Preview::Ready && !model.player()->frame().isNull(); });
     nextSwap();
     result["firstPicture"] = since(opened);
     runFor(3);

@@ -23,7 +23,7 @@ TEST_F(AppModelTests, StartsEmpty)
     EXPECT_EQ(model->errorMessage(), "");
     EXPECT_EQ(model->options(), RecordingOptions{});
     EXPECT_EQ(model->exportQuality(), "balanced");
-    EXPECT_EQ(model->language(), "es-ES");
+    EXPECT_EQ(model->transcription()->language(), "es-ES");
     EXPECT_FALSE(model->busy() || model->isRecording() || model->isPaused() || model->canUndo() || model->canRedo());
     // Nothing of this needs an open project.
     model->undo();
@@ -139,7 +139,7 @@ TEST_F(AppModelTests, WhileRecordingNothingIsEditedOrOpened)
     const auto first = openNew();
     const auto second = add(VideoProject::make("second"));
     setTitle("edited");
-    model->setRecording(TestModel::Recording::running);
+    setPhase(Recorder::Phase::Recording);
     EXPECT_TRUE(model->isRecording());
     EXPECT_FALSE(model->isPaused() || model->canUndo());
     const auto before = project();
@@ -152,9 +152,9 @@ TEST_F(AppModelTests, WhileRecordingNothingIsEditedOrOpened)
     EXPECT_EQ(project(), before);
     EXPECT_EQ(panels->asked, 0);
     EXPECT_THAT(model->projects(), SizeIs(1));
-    model->setRecording(TestModel::Recording::paused);
+    setPhase(Recorder::Phase::Paused);
     EXPECT_TRUE(model->isRecording() && model->isPaused());
-    model->setRecording(TestModel::Recording::no);
+    setPhase(Recorder::Phase::Idle);
     model->undo();
     EXPECT_EQ(project().title, first.title);
 }

@@ -95,7 +95,7 @@ TEST_F(BrowserTests, TheModelConnectsBrowsersWhenItStarts)
 {
     start();
     ASSERT_TRUE(comesToHold([&] { return fs::exists(manifest("BraveSoftware/Brave-Browser")); }));
-    model->openExtensionFolder();
+    model->installation()->openExtensionFolder();
     EXPECT_THAT(workspace->opened, ElementsAre(browsers.data / "Extension"));
 
     // A tab is recorded from the browser.
@@ -114,7 +114,7 @@ TEST_F(BrowserTests, TheModelTellsWhatIsMissing)
     start();
     ASSERT_TRUE(
         comesToHold([&] { return model->status().startsWith("La extensión necesita configurar su conexión al Mac: "); }));
-    model->openExtensionFolder();
+    model->installation()->openExtensionFolder();
     EXPECT_THAT(workspace->opened, IsEmpty());
     EXPECT_EQ(model->errorMessage(), "Abre la aplicación instalada para preparar la extensión de Chrome y Brave.");
 }

@@ -239,7 +239,7 @@ TEST_F(LibraryTests, LeavesARecordingAloneThatBeginsDuringTheListing)
     store.save(older);
     const auto recorded = addRecording("recording", R"({"pid": )" + std::to_string(::getpid()) + "}");
     model->refreshLibrary();
-    model->setRecording(TestModel::Recording::running);
+    setPhase(Recorder::Phase::Recording);
     EXPECT_TRUE(waitUntil([&] { return onDisk(older.id).state == "needs-recovery"; }));
     EXPECT_EQ(onDisk(recorded.id).state, "recording");
 }
@@ -266,7 +266,7 @@ TEST_F(LibraryTests, RecoversTheOpenRecording)
     std::ofstream(store.directory(recording.id) / "capture-session.json") << "{}";
     start();
     select(recording);
-    EXPECT_EQ(model->preview(), AppModel::Preview::Failed);
+    EXPECT_EQ(model->preview(), Playback::Preview::Failed);
     EXPECT_TRUE(model->projectFacts().recoverable);
     setTitle("edited meanwhile");
 
@@ -283,7 +283,7 @@ TEST_F(LibraryTests, RecoversTheOpenRecording)
     EXPECT_EQ(project().state, "ready");
     EXPECT_EQ(project().title, "edited meanwhile");
     EXPECT_NEAR(project().duration, 2, 0.05);
-    EXPECT_EQ(model->preview(), AppModel::Preview::Ready);
+    EXPECT_EQ(model->preview(), Playback::Preview::Ready);
     EXPECT_FALSE(model->canUndo()) << "the way back leads to files that cannot be played";
     ASSERT_TRUE(saved());
     EXPECT_EQ(onDisk().state, "ready");
@@ -302,23 +302,23 @@ TEST_F(LibraryTests, GoesOnWithoutTheTracksThatAreLost)
     std::ofstream(store.directory(recording.id) / "media/microphone.webm").flush();
     start();
     select(recording);
-    EXPECT_EQ(model->lostTracks(), "");
+    EXPECT_EQ(model->recovery()->lostTracks(), "");
     model->recover();
     ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
     EXPECT_THAT(model->errorMessage().toStdString(), testing::StartsWith("No se ha podido recuperar toda la grabación: "));
     EXPECT_EQ(project().state, "needs-recovery");
-    EXPECT_EQ(model->lostTracks(), "Micrófono");
-    EXPECT_TRUE(model->errorIsLostTracks());
+    EXPECT_EQ(model->recovery()->lostTracks(), "Micrófono");
+    EXPECT_TRUE(model->recovery()->errorIsLostTracks());
     model->clearError();
-    EXPECT_FALSE(model->errorIsLostTracks()) << "asked once";
+    EXPECT_FALSE(model->recovery()->errorIsLostTracks()) << "asked once";
     ASSERT_TRUE(saved());
     EXPECT_THAT(onDisk().tracks[0].file, testing::HasSubstr("-prepared-")) << "what could be prepared is kept";
 
-    model->continueWithoutLost();
+    model->recovery()->continueWithoutLost();
     ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
     EXPECT_EQ(project().state, "ready");
     EXPECT_EQ(project().tracks.size(), 1U);
-    EXPECT_EQ(model->lostTracks(), "");
+    EXPECT_EQ(model->recovery()->lostTracks(), "");
 }
 
 TEST_F(LibraryTests, AMarkThatCannotBeWrittenIsNoError)

@@ -68,7 +68,7 @@ void ModelFixture::start()
     const bool pressesSeen = pointer->seesPresses();
     auto ownPasteboard = std::make_unique<FakePasteboard>();
     pasteboard = ownPasteboard.get();
-    model = std::make_unique<TestModel>(AppServices{.store = std::make_unique<const ProjectStore>(store.root()),
+    model = std::make_unique<AppModel>(AppServices{.store = std::make_unique<const ProjectStore>(store.root()),
         .probe = std::make_shared<FfprobeMediaProbe>(),
         .player = std::move(ownPlayer),
         .cameraPlayer = std::move(ownCamera),

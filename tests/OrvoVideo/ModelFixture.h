@@ -11,18 +11,18 @@
 #include <gtest/gtest.h>
 #include <memory>
 
+namespace orvo {
+
+struct RecorderForTests {
+    static void setPhase(Recorder& recorder, Recorder::Phase phase) { recorder.setPhase(phase); }
+};
+
+} // namespace orvo
+
 namespace orvo::test {
 
 /// Runs the event loop until the condition holds; false when it does not within a generous limit.
 bool waitUntil(const std::function<bool()>& condition);
-
-/// A model with a right that only recordings have.
-class TestModel final : public AppModel {
-public:
-    using AppModel::AppModel;
-    using AppModel::Recording;
-    using AppModel::setRecording;
-};
 
 /// Fills the project with a one-hour recording: a pointer event every twelfth of a second and 9,000 words.
 void fillOneHour(VideoProject& project);
@@ -60,9 +60,12 @@ protected:
         model->update([&](VideoProject& edited) { edited.title = title; });
     }
 
+    /// As while something is recorded, without a recording.
+    void setPhase(Recorder::Phase phase) { RecorderForTests::setPhase(*model->recorder(), phase); }
+
     TemporaryFolder folder;
     ProjectStore store{folder / "library"};
-    std::unique_ptr<TestModel> model;
+    std::unique_ptr<AppModel> model;
     /// What the model has for the recogniser of speech; called on a worker thread.
     std::function<decltype(TranscriptionService::transcribe)> recognition;
     FakeKeychain keychain;

@@ -23,7 +23,7 @@ protected:
         const auto make = [] {
             return std::make_unique<GstPreviewPlayer>(std::make_unique<FfprobeMediaProbe>(), "fakesink sync=true");
         };
-        model = std::make_unique<TestModel>(AppServices{.store = std::make_unique<const ProjectStore>(store.root()),
+        model = std::make_unique<AppModel>(AppServices{.store = std::make_unique<const ProjectStore>(store.root()),
             .probe = std::make_shared<FfprobeMediaProbe>(),
             .player = make(),
             .cameraPlayer = make(),
@@ -48,7 +48,7 @@ TEST_F(PlaybackTests, NoCutIsSeenLongerThanAStepOfTheWatcher)
     CountedVideo{.seconds = 8}.write(store.directory(recording.id) / "media/screen.mp4");
     startWithPlayer();
     select(recording);
-    ASSERT_EQ(model->preview(), AppModel::Preview::Ready);
+    ASSERT_EQ(model->preview(), Playback::Preview::Ready);
 
     std::vector<int> shown;
     const auto* seen = model->player();

@@ -60,7 +60,7 @@ TEST_F(PreviewTests, GivesTheTracksToThePlayer)
     tracks.push_back(track(TrackKind::clip, "media/clip.mp4", 10, 4));
     tracks.push_back(track(TrackKind::microphone, "../elsewhere.m4a", 0, 10));
     const auto opened = openRecording(tracks);
-    EXPECT_EQ(model->preview(), AppModel::Preview::Ready);
+    EXPECT_EQ(model->preview(), Playback::Preview::Ready);
     ASSERT_TRUE(player->composition());
     const auto& composition = *player->composition();
     EXPECT_EQ(composition.width, opened.width);
@@ -86,7 +86,7 @@ TEST_F(PreviewTests, AFileThatCannotBePlayedLeavesThePlayersAsTheyWere)
     broken.tracks = SharedList(usual());
     select(add(broken));
     EXPECT_EQ(project().id, broken.id);
-    EXPECT_EQ(model->preview(), AppModel::Preview::Failed);
+    EXPECT_EQ(model->preview(), Playback::Preview::Failed);
     EXPECT_EQ(model->status(), "Usa Recuperar para preparar este archivo antes de reproducirlo.");
     EXPECT_EQ(player->composition()->video[0].file, file(good, "screen.mov"));
     EXPECT_FALSE(model->playing());
@@ -103,7 +103,7 @@ TEST_F(PreviewTests, AProjectWithoutMediaHasNothingToPlay)
     const auto empty = add(VideoProject::make("empty"));
     select(empty);
     EXPECT_FALSE(player->hasComposition());
-    EXPECT_EQ(model->preview(), AppModel::Preview::Ready);
+    EXPECT_EQ(model->preview(), Playback::Preview::Ready);
 }
 
 TEST_F(PreviewTests, OfTwoRebuildsTheLaterCounts)
@@ -111,13 +111,13 @@ TEST_F(PreviewTests, OfTwoRebuildsTheLaterCounts)
     openRecording(usual());
     player->holdsAnswers = true;
     const auto first = model->rebuildPreview();
-    EXPECT_EQ(model->preview(), AppModel::Preview::Loading);
+    EXPECT_EQ(model->preview(), Playback::Preview::Loading);
     const auto second = model->rebuildPreview();
     EXPECT_TRUE(first.isReady());
     EXPECT_FALSE(second.isReady());
     player->answer();
     EXPECT_TRUE(waitUntil([&] { return second.isReady(); }));
-    EXPECT_EQ(model->preview(), AppModel::Preview::Ready);
+    EXPECT_EQ(model->preview(), Playback::Preview::Ready);
 }
 
 TEST_F(PreviewTests, SeeksWithBothPlayers)
@@ -184,7 +184,7 @@ TEST_F(PreviewTests, TheCameraIsWhereThePlayheadIsOnceItIsLoadedAndEndsWithItsFi
     makeVideo(store.directory(project.id) / "media/camera.mov", "testsrc2=size=64x36:rate=10:duration=2");
     start();
     QObject::connect(model.get(), &AppModel::previewChanged, model.get(), [this] {
-        if (model->preview() == AppModel::Preview::Ready) // The camera's file is looked at from now on.
+        if (model->preview() == Playback::Preview::Ready) // The camera's file is looked at from now on.
             QMetaObject::invokeMethod(model.get(), [this] { model->seek(1.5); }, Qt::QueuedConnection);
     });
     select(project);
@@ -246,7 +246,7 @@ TEST_F(PreviewTests, TheCameraFollows)
     openRecording(tracks);
     // The file is none that has a picture: it is left out, and the rest plays.
     EXPECT_THAT(camera->loads, IsEmpty());
-    EXPECT_EQ(model->preview(), AppModel::Preview::Ready);
+    EXPECT_EQ(model->preview(), Playback::Preview::Ready);
     EXPECT_EQ(player->composition()->video.size(), 1U);
 
     // As if it could be read.
@@ -282,7 +282,7 @@ TEST_F(PreviewTests, VolumesAreHeardAtOnceAndHistoryRebuildsOnlyWhatChanged)
     model->update([](VideoProject& project) { project.tracks.edit().pop_back(); });
     model->undo();
     model->redo();
-    ASSERT_TRUE(waitUntil([&] { return model->preview() == AppModel::Preview::Ready; }));
+    ASSERT_TRUE(waitUntil([&] { return model->preview() == Playback::Preview::Ready; }));
     EXPECT_THAT(player->composition()->audio, SizeIs(1));
     EXPECT_EQ(model->playhead(), 0);
 }

@@ -34,7 +34,7 @@ TEST_F(QmlTests, BindingsFollowTheModel)
         property bool canUndo: model.canUndo
         property int words: model.transcript.count
         property real selected: model.selectedSpan.duration
-        property bool ready: model.preview === AppModel.Ready
+        property bool ready: model.preview === Playback.Ready
         property int height: model.options.height)");
     ASSERT_TRUE(object);
     EXPECT_EQ(object->property("title"), "none");

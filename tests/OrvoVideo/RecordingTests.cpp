@@ -46,7 +46,7 @@ protected:
 
     [[nodiscard]] bool recordsSoon()
     {
-        return comesToHold([&] { return model->isRecording() && !model->busy() && model->recordingTime() > 0; });
+        return comesToHold([&] { return model->isRecording() && !model->busy() && model->recorder()->time() > 0; });
     }
     [[nodiscard]] bool idleSoon()
     {
@@ -55,7 +55,7 @@ protected:
     /// Waits until the recording is this long.
     [[nodiscard]] bool lasts(double seconds)
     {
-        return comesToHold([&] { return model->recordingTime() >= seconds; });
+        return comesToHold([&] { return model->recorder()->time() >= seconds; });
     }
 
     fs::path projectFolder() const { return store.directory(project().id); }
@@ -70,12 +70,16 @@ TEST_F(RecordingTests, ARecordingIsCountedDownPausedMarkedAndOpenedWhenItEnds)
     begin();
     select(other);
     ASSERT_TRUE(display.xdotool({"mousemove", "160", "90"}));
-    const QSignalSpy countdown(model.get(), &AppModel::countdownChanged);
+    std::vector<Recorder::Phase> phases;
+    QObject::connect(model->recorder(), &Recorder::phaseChanged, model->recorder(),
+        [&] { phases.push_back(model->recorder()->phase()); });
     model->startRecording();
     EXPECT_TRUE(model->busy());
     model->startRecording(); // Ignored.
     ASSERT_TRUE(recordsSoon());
-    EXPECT_EQ(countdown.size(), 4) << "3, 2, 1, none";
+    using enum Recorder::Phase;
+    EXPECT_THAT(phases, ElementsAre(Choosing, Framing, CountingThree, CountingTwo, CountingOne, Starting, Recording));
+    phases.clear();
     EXPECT_THAT(statuses,
         ElementsAre("La grabación empieza en 3…", "La grabación empieza en 2…", "La grabación empieza en 1…", "Grabando"));
     EXPECT_TRUE(model->capturing());
@@ -90,12 +94,12 @@ TEST_F(RecordingTests, ARecordingIsCountedDownPausedMarkedAndOpenedWhenItEnds)
     EXPECT_NE(project().title, "nein") << "no edits while recording";
 
     ASSERT_TRUE(lasts(1));
-    model->markZoom();
-    const double pausedAt = model->recordingTime();
+    model->recorder()->markZoom();
+    const double pausedAt = model->recorder()->time();
     model->togglePause();
     EXPECT_TRUE(model->isPaused());
     EXPECT_EQ(model->status(), "Grabación en pausa");
-    model->markZoom(); // Ignored.
+    model->recorder()->markZoom(); // Ignored.
     ASSERT_TRUE(lasts(pausedAt + 1.5));
     model->togglePause();
     EXPECT_FALSE(model->isPaused());
@@ -105,6 +109,7 @@ TEST_F(RecordingTests, ARecordingIsCountedDownPausedMarkedAndOpenedWhenItEnds)
     model->stopRecording();
     model->stopRecording(); // Ignored.
     ASSERT_TRUE(idleSoon());
+    EXPECT_THAT(phases, ElementsAre(Paused, Recording, Stopping, Idle));
     EXPECT_EQ(model->status(), "Grabación guardada");
     EXPECT_EQ(model->errorMessage(), "");
     ASSERT_TRUE(model->hasProject());
@@ -133,8 +138,8 @@ TEST_F(RecordingTests, KeepsEditsMadeWhileItBeginsAndEnds)
     const auto other = openNew(5, "Otro");
     begin();
     select(other);
-    QObject::connect(model.get(), &AppModel::countdownChanged, model.get(), [this] {
-        if (model->countdown() == 0) // Behind the save before the start.
+    QObject::connect(model->recorder(), &Recorder::phaseChanged, model.get(), [this] {
+        if (model->recorder()->phase() == Recorder::Phase::Starting) // Behind the save before the start.
             QMetaObject::invokeMethod(model.get(), [this] { setTitle("editado al empezar"); }, Qt::QueuedConnection);
     });
     model->startRecording();
@@ -143,7 +148,7 @@ TEST_F(RecordingTests, KeepsEditsMadeWhileItBeginsAndEnds)
     EXPECT_FALSE(fs::exists(projectFolder() / ProjectDocuments::unsavedEditsName));
     ASSERT_TRUE(lasts(1));
 
-    QObject::connect(model.get(), &AppModel::recordingChanged, model.get(), [this] {
+    QObject::connect(model->recorder(), &Recorder::phaseChanged, model.get(), [this] {
         if (!model->isRecording())
             setTitle("editado al terminar");
     });
@@ -170,7 +175,7 @@ TEST_F(RecordingTests, ARegionIsPickedFirst)
     model->startRecording();
     ASSERT_TRUE(recordsSoon());
     EXPECT_THAT(picker->asked, testing::Each(Field(&CaptureSource::rect, Rect{0, 0, 640, 360})));
-    EXPECT_EQ(model->captured()->area, (Rect{100, 50, 201, 120}));
+    EXPECT_EQ(model->recorder()->captured()->area, (Rect{100, 50, 201, 120}));
     model->stopRecording();
     ASSERT_TRUE(idleSoon());
     EXPECT_EQ(project().width, 200);
@@ -188,16 +193,16 @@ TEST_F(RecordingTests, TheCountdownCanBeEnded)
 {
     begin();
     model->startRecording();
-    ASSERT_TRUE(comesToHold([&] { return model->countdown() == 2; }));
+    ASSERT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 2; }));
     model->cancel();
     ASSERT_TRUE(idleSoon());
     EXPECT_EQ(model->status(), "Listo para grabar");
-    EXPECT_EQ(model->countdown(), 0);
+    EXPECT_EQ(model->recorder()->countdown(), 0);
     EXPECT_EQ(model->errorMessage(), "");
     EXPECT_THAT(store.list(), IsEmpty());
 
     model->startRecording();
-    ASSERT_TRUE(comesToHold([&] { return model->countdown() == 3; }));
+    ASSERT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 3; }));
     quit(); // In the middle of it.
     EXPECT_THAT(store.list(), IsEmpty());
 }
@@ -265,7 +270,7 @@ TEST_F(RecordingTests, WhatEndsItWhileItBeginsIsTold)
     emit choice.revoked();
     EXPECT_EQ(model->errorMessage(), "") << "nothing is recorded";
     model->startRecording();
-    ASSERT_TRUE(comesToHold([&] { return model->countdown() == 1; }));
+    ASSERT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 1; }));
     emit choice.revoked();
     ASSERT_TRUE(idleSoon());
     EXPECT_EQ(model->errorMessage(), ScreenCast::revokedText());

@@ -46,9 +46,9 @@ protected:
                 setTitle("edit " + std::to_string(++count));
             });
             edits.start(20);
-            if (!waitUntil([&] { return longest > AppModel::autosaveDelay / 2 || done(); }))
+            if (!waitUntil([&] { return longest > Saving::delay / 2 || done(); }))
                 return false;
-            if (done() && longest <= AppModel::autosaveDelay / 2)
+            if (done() && longest <= Saving::delay / 2)
                 return true;
             if (!saved())
                 return false;
@@ -231,12 +231,12 @@ TEST_F(SavingTests, FieldsThatWereNotTypedInFollowAChangeByAnotherProgram)
     };
     model->setSelectedSpan({2, 9});
     ASSERT_TRUE(publishElsewhere("uno.es"));
-    EXPECT_EQ(model->domainText(), "uno.es");
-    EXPECT_TRUE(model->publicLink());
+    EXPECT_EQ(model->publishing()->domainText(), "uno.es");
+    EXPECT_TRUE(model->publishing()->publicLink());
     EXPECT_EQ(model->selectedSpan(), (Span{2, 4}));
-    model->setDomainText("uno.es, tecleado.es");
+    model->publishing()->setDomainText("uno.es, tecleado.es");
     ASSERT_TRUE(publishElsewhere("dos.es"));
-    EXPECT_EQ(model->domainText(), "uno.es, tecleado.es");
+    EXPECT_EQ(model->publishing()->domainText(), "uno.es, tecleado.es");
 }
 
 TEST_F(SavingTests, AChangeByAnotherProgramDuringEditsIsKeptBesideThem)

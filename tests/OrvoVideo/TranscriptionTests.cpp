@@ -55,9 +55,9 @@ TEST_F(TranscriptionTests, TheWordsTakeThePlaceOfTheTranscript)
         return std::vector{word("Hola", 2.5, 2.9), word("eh", 3.0, 3.4)};
     };
     openSpoken();
-    model->setLanguage("en-US");
-    model->setSpeechModel("tiny");
-    model->setCarefulTranscription(true);
+    model->transcription()->setLanguage("en-US");
+    model->transcription()->setSpeechModel("tiny");
+    model->transcription()->setCareful(true);
     transcribe();
     EXPECT_EQ(asked, "en-US tiny careful");
     EXPECT_TRUE(hadWorkFile);

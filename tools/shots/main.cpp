@@ -148,13 +148,13 @@ void takeAll(const QDir& folder)
     options.camera = options.microphone = options.systemAudio = false;
     model.setOptions(options);
     model.startRecording();
-    waitFor("the recording", [&] { return model.recordingTime() > 1; });
+    waitFor("the recording", [&] { return model.recorder()->time() > 1; });
     photographer.take(QStringLiteral("recording"));
     model.stopRecording();
     waitFor("the end of the recording", [&] { return !model.capturing() && !model.busy(); });
 
     main.open({QString::fromStdString(lesson.id.text())});
-    waitFor("the preview", [&] { return model.preview() == AppModel::Preview::Ready; });
+    waitFor("the preview", [&] { return model.preview() == Playback::Preview::Ready; });
     model.seek(12.5);
     model.setSelectedSpan({13, 16});
     model.findSuggestions();
@@ -170,11 +170,11 @@ void takeAll(const QDir& folder)
         editor->setProperty("section", section);
         photographer.take(QStringLiteral("editor-") + QLatin1String(section));
     }
-    model.setServerURL(QStringLiteral("https://video.ejemplo.es"));
+    model.server()->setServerURL(QStringLiteral("https://video.ejemplo.es"));
     model.update([](VideoProject& project) {
         project.publication = Publication{.videoID = "3f2a", .url = "https://video.ejemplo.es/watch/3f2a", .domains = {}};
     });
-    model.setDomainText(QStringLiteral("https://www.ejemplo.es, https://cursos.ejemplo.es"));
+    model.publishing()->setDomainText(QStringLiteral("https://www.ejemplo.es, https://cursos.ejemplo.es"));
     photographer.take(QStringLiteral("editor-share-published"));
     editor->setProperty("section", "text");
 

@@ -25,7 +25,7 @@ protected:
         options.microphone = options.systemAudio = false;
         model->setOptions(options);
         window = std::make_unique<MainWindow>(*model);
-        desk = std::make_unique<RecordingDesk>(*model, [this] { return wayBack; });
+        desk = std::make_unique<RecordingDesk>(*model->recorder(), [this] { return wayBack; });
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window->window()));
         model->capture()->loadSources();
         ASSERT_TRUE(comesToHold([&] { return model->capture()->sources()->count() == 2; }));
@@ -58,13 +58,13 @@ TEST_F(RecordingDeskTests, OurWindowsAreAwayWhileADisplayIsRecordedAndComeBack)
 {
     begin();
     model->startRecording();
-    ASSERT_TRUE(comesToHold([&] { return model->countdown() == 3; }));
+    ASSERT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 3; }));
     EXPECT_FALSE(window->window().isVisible());
     auto* countdown = windowCalled("Cuenta atrás");
     ASSERT_TRUE(countdown);
     EXPECT_LE((countdown->geometry().center() - QPoint(320, 400)).manhattanLength(), 4) << "on what will be recorded";
 
-    ASSERT_TRUE(comesToHold([&] { return model->isRecording() && model->recordingTime() > 1; }));
+    ASSERT_TRUE(comesToHold([&] { return model->isRecording() && model->recorder()->time() > 1; }));
     EXPECT_FALSE(windowCalled("Cuenta atrás"));
     auto* mark = windowCalled("Grabando");
     ASSERT_TRUE(mark) << "on the other monitor";
@@ -85,7 +85,7 @@ TEST_F(RecordingDeskTests, AFailedStartBringsTheWindowsBack)
 {
     begin();
     model->startRecording();
-    ASSERT_TRUE(comesToHold([&] { return model->countdown() == 3; }));
+    ASSERT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 3; }));
     model->cancel();
     ASSERT_TRUE(comesToHold([&] { return !model->busy(); }));
     EXPECT_TRUE(window->window().isVisible());
@@ -114,7 +114,7 @@ TEST_F(RecordingDeskTests, HidesEveryWindowAndRestoresItAsItWas)
     for (const auto way : {RecordingDesk::WayBack::elsewhere, RecordingDesk::WayBack::windowOnly}) {
         wayBack = way;
         model->startRecording();
-        ASSERT_TRUE(comesToHold([&] { return model->countdown() == 3; }));
+        ASSERT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 3; }));
         EXPECT_FALSE(settings.isVisible());
         EXPECT_FALSE(panel.isVisible());
         const bool minimized = way == RecordingDesk::WayBack::windowOnly;

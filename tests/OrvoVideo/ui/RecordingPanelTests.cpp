@@ -68,10 +68,10 @@ TEST_F(RecordingPanelTests, ARecordingIsPreparedStartedAndEnded)
     EXPECT_TRUE(comesToHold([&] { return model->capture()->sources()->count() == 1; }));
 
     click(QAccessible::Button, "Grabar");
-    EXPECT_TRUE(comesToHold([&] { return model->countdown() == 3; }));
+    EXPECT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 3; }));
     EXPECT_TRUE(control(QAccessible::StatusBar, "La grabación empieza en 3…"));
     EXPECT_TRUE(comesToHold([&] { return control(QAccessible::Button, "Grabar") == nullptr; })) << "the panel has gone";
-    ASSERT_TRUE(comesToHold([&] { return model->isRecording() && model->recordingTime() >= 1; }));
+    ASSERT_TRUE(comesToHold([&] { return model->isRecording() && model->recorder()->time() >= 1; }));
     EXPECT_TRUE(control(QAccessible::StaticText, "Tiempo grabado 00:01"));
     click(QAccessible::Button, "Pausar");
     click(QAccessible::Button, "Continuar");
@@ -126,7 +126,7 @@ TEST_F(SharedPanelTests, SaysWhatIsSharedAgainAndEndsTheShareWithoutARecording)
     EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); }));
     click(QAccessible::PageTab, "Pantalla");
     click(QAccessible::Button, "Grabar");
-    EXPECT_TRUE(comesToHold([&] { return model->countdown() == 3; }));
+    EXPECT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 3; }));
     EXPECT_EQ(portal.selection.value("restore_token"), "token-1");
     EXPECT_EQ(portal.openSessions.size(), 1) << "the panel has gone, and what is to be recorded is shared";
     click(QAccessible::Button, "Cancelar");
@@ -178,7 +178,7 @@ TEST_F(RecordingPanelTests, EscapeLeavesAndReturnRecords)
     click(QAccessible::Button, "Empezar a grabar");
     ASSERT_TRUE(comesToHold([&] { return control(QAccessible::Button, "Grabar") != nullptr; }));
     key(Qt::Key_Return);
-    EXPECT_TRUE(comesToHold([&] { return model->countdown() == 3; }));
+    EXPECT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 3; }));
     click(QAccessible::Button, "Cancelar");
     EXPECT_TRUE(comesToHold([&] { return !model->busy(); }));
     EXPECT_EQ(model->status(), "Listo para grabar");

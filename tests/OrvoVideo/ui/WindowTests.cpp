@@ -245,10 +245,10 @@ TEST_F(WindowTests, NothingIsEditedWhileSomethingIsRecorded)
     };
     EXPECT_THAT(enabled(), testing::ElementsAre(true));
     EXPECT_FALSE(control(QAccessible::StaticText, reason));
-    model->setRecording(TestModel::Recording::running);
+    setPhase(Recorder::Phase::Recording);
     EXPECT_THAT(enabled(), testing::ElementsAre(false));
     EXPECT_TRUE(control(QAccessible::StaticText, reason));
-    model->setRecording(TestModel::Recording::no);
+    setPhase(Recorder::Phase::Idle);
     EXPECT_THAT(enabled(), testing::ElementsAre(true));
     EXPECT_FALSE(control(QAccessible::StaticText, reason));
     key(Qt::Key_Z);
@@ -332,7 +332,7 @@ TEST_F(WindowTests, LeavingDuringALongOperationIsAsked)
 TEST_F(WindowTests, LooksForFfmpegAgainWhenTheApplicationComesToTheFront)
 {
     start();
-    const QSignalSpy looks(model.get(), &AppModel::toolsChanged);
+    const QSignalSpy looks(model->installation(), &AppInstallation::toolsChanged);
     emit qGuiApp->applicationStateChanged(Qt::ApplicationActive);
     EXPECT_EQ(looks.size(), 1);
 }

@@ -76,7 +76,7 @@ protected:
     /// Waits until the recording is this long.
     [[nodiscard]] bool lasts(double seconds)
     {
-        return comesToHold([&] { return model->recordingTime() >= seconds; });
+        return comesToHold([&] { return model->recorder()->time() >= seconds; });
     }
 
     [[nodiscard]] bool endsSoon()
@@ -103,7 +103,7 @@ TEST_F(WaylandRecordingTests, RecordsWhatThePortalShares)
     begin();
     for (int recording = 1; recording <= 2; ++recording) { // A second one shares anew.
         record();
-        EXPECT_EQ(model->captured()->source.label, "Pantalla elegida · 1280×720");
+        EXPECT_EQ(model->recorder()->captured()->source.label, "Pantalla elegida · 1280×720");
         ASSERT_TRUE(lasts(2));
         model->stopRecording();
         ASSERT_TRUE(endsSoon());
@@ -182,7 +182,7 @@ TEST_F(GnomeRecordingTests, AWindowIsRecordedInItsOwnSize)
     begin();
     model->capture()->setMode("window");
     record();
-    EXPECT_EQ(model->captured()->source.label, "Ventana elegida · 400×300");
+    EXPECT_EQ(model->recorder()->captured()->source.label, "Ventana elegida · 400×300");
     EXPECT_EQ(model->capture()->picture().size(), size);
     ASSERT_TRUE(lasts(2));
     model->stopRecording();

@@ -1,8 +1,9 @@
-#include "OrvoVideo/model/AppModel.h"
+#include "OrvoVideo/model/Playback.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace orvo {
 
@@ -33,7 +34,43 @@ double ticksFor(double seconds, double fps)
 
 } // namespace
 
-PreviewComposition AppModel::compose(const VideoProject& project) const
+Playback::Playback(PreviewPlayer& player, PreviewPlayer& cameraPlayer, OpenProject& project, const ProjectStore& store,
+    std::shared_ptr<const MediaProbe> probe, Operation& operation, Workers& workers)
+    : m_player(player)
+    , m_cameraPlayer(cameraPlayer)
+    , m_project(project)
+    , m_store(store)
+    , m_probe(std::move(probe))
+    , m_operation(operation)
+    , m_workers(workers)
+{
+    connect(&m_player, &PreviewPlayer::loaded, this, [this] { m_answer.give(Outcome::loaded); });
+    connect(&m_player, &PreviewPlayer::failed, this, [this] {
+        if (m_answer.isGiven()) // What was playing cannot be read any more.
+            sayUnplayable();
+        m_answer.give(Outcome::failed);
+    });
+    connect(&m_player, &PreviewPlayer::timeChanged, this, &Playback::watch);
+    connect(&m_player, &PreviewPlayer::rateChanged, this, [this] {
+        notePlaying();
+        followWithCamera(m_player.position());
+    });
+    connect(&m_player, &PreviewPlayer::endReached, this, [this] {
+        pause();
+        m_ended = true;
+    });
+    connect(&m_project, &OpenProject::tracksEdited, this, &Playback::followVolumes);
+    connect(&m_project, &OpenProject::stepped, this, &Playback::follow);
+    m_answer.give(Outcome::superseded); // There is none yet.
+}
+
+void Playback::shutDown()
+{
+    m_answer.give(Outcome::superseded);
+    m_player.disconnect(this);
+}
+
+PreviewComposition Playback::compose(const VideoProject& project) const
 {
     PreviewComposition composition{.width = static_cast<int>(project.width),
         .height = static_cast<int>(project.height),
@@ -45,7 +82,7 @@ PreviewComposition AppModel::compose(const VideoProject& project) const
             continue;
         std::filesystem::path file;
         try {
-            file = store().mediaURL(project, track.file);
+            file = m_store.mediaURL(project, track.file);
         } catch (const std::exception&) {
             continue; // It leads out of the project.
         }
@@ -56,25 +93,25 @@ PreviewComposition AppModel::compose(const VideoProject& project) const
     return composition;
 }
 
-std::optional<std::filesystem::path> AppModel::cameraOf(const VideoProject& project) const
+std::optional<std::filesystem::path> Playback::cameraOf(const VideoProject& project) const
 {
     const auto track = std::ranges::find(project.tracks, TrackKind::camera, &MediaTrack::kind);
     if (track == project.tracks.end())
         return std::nullopt;
     try {
-        return store().mediaURL(project, track->file);
+        return m_store.mediaURL(project, track->file);
     } catch (const std::exception&) {
         return std::nullopt; // It leads out of the project.
     }
 }
 
-QCoro::Task<> AppModel::rebuildPreview()
+QCoro::Task<> Playback::rebuild()
 {
     if (!m_project)
         co_return;
-    m_previewAnswer.give(PreviewOutcome::superseded);
-    const Answer<PreviewOutcome> answer;
-    m_previewAnswer = answer;
+    m_answer.give(Outcome::superseded);
+    const Answer<Outcome> answer;
+    m_answer = answer;
     setPreview(Preview::Loading);
 
     m_announced.reset();
@@ -82,19 +119,19 @@ QCoro::Task<> AppModel::rebuildPreview()
     m_composition = compose(*m_project);
     const auto camera = cameraOf(*m_project);
     if (m_composition.audio.empty()) {
-        player()->clear();
-        answer.give(PreviewOutcome::loaded);
+        m_player.clear();
+        answer.give(Outcome::loaded);
     } else {
-        player()->load(m_composition);
+        m_player.load(m_composition);
     }
     switch (co_await answer) {
-    case PreviewOutcome::superseded:
+    case Outcome::superseded:
         co_return;
-    case PreviewOutcome::failed:
+    case Outcome::failed:
         setPreview(Preview::Failed);
-        setStatus(QStringLiteral("Usa Recuperar para preparar este archivo antes de reproducirlo."));
+        sayUnplayable();
         co_return;
-    case PreviewOutcome::loaded:
+    case Outcome::loaded:
         break;
     }
     setPreview(Preview::Ready);
@@ -103,18 +140,33 @@ QCoro::Task<> AppModel::rebuildPreview()
     co_await rebuildCamera(camera);
 }
 
-void AppModel::setPreview(Preview preview)
+void Playback::sayUnplayable()
+{
+    m_operation.setStatus(QStringLiteral("Usa Recuperar para preparar este archivo antes de reproducirlo."));
+}
+
+void Playback::clear()
+{
+    m_player.clear();
+    m_cameraPlayer.clear();
+    m_answer.give(Outcome::superseded);
+    m_composition = {};
+    m_cameraFile.reset();
+    setPreview(Preview::Empty);
+}
+
+void Playback::setPreview(Preview preview)
 {
     m_preview = preview;
     emit previewChanged();
 }
 
-QCoro::Task<> AppModel::rebuildCamera(std::optional<std::filesystem::path> file)
+QCoro::Task<> Playback::rebuildCamera(std::optional<std::filesystem::path> file)
 {
     m_cameraFile = file;
     m_cameraEnd = 0;
     if (!file) {
-        cameraPlayer()->clear();
+        m_cameraPlayer.clear();
         co_return;
     }
     PreviewComposition composition;
@@ -122,7 +174,7 @@ QCoro::Task<> AppModel::rebuildCamera(std::optional<std::filesystem::path> file)
     try {
         // The picture keeps its own shape; the windows place it.
         const auto facts = co_await m_workers.run(
-            [probe = m_services.probe, path = *file](const std::stop_token& stop) { return probe->facts(path, stop); });
+            [probe = m_probe, path = *file](const std::stop_token& stop) { return probe->facts(path, stop); });
         if (facts.video) {
             composition.width = static_cast<int>(facts.video->uprightWidth());
             composition.height = static_cast<int>(facts.video->uprightHeight());
@@ -140,47 +192,47 @@ QCoro::Task<> AppModel::rebuildCamera(std::optional<std::filesystem::path> file)
         co_return;
     m_cameraEnd = end;
     if (composition.video.empty()) {
-        cameraPlayer()->clear();
+        m_cameraPlayer.clear();
         co_return;
     }
-    cameraPlayer()->load(composition);
+    m_cameraPlayer.load(composition);
     if (m_playhead > 0) // It may have moved while the camera was opened.
-        cameraPlayer()->seek(ticksFor(m_playhead, static_cast<double>(m_project->fps)));
+        m_cameraPlayer.seek(ticksFor(m_playhead, static_cast<double>(m_project->fps)));
 }
 
-void AppModel::followVolumes()
+void Playback::followVolumes()
 {
     const auto composition = compose(*m_project);
     if (!sameButVolumes(composition, m_composition))
         return;
     for (std::size_t i = 0; i < composition.audio.size(); ++i) {
         if (composition.audio[i].volume != m_composition.audio[i].volume)
-            player()->setVolume(i, composition.audio[i].volume);
+            m_player.setVolume(i, composition.audio[i].volume);
     }
     m_composition = composition;
 }
 
-void AppModel::followProject()
+void Playback::follow()
 {
     // The same media in the same places go on playing where they are.
     if (sameButVolumes(compose(*m_project), m_composition) && cameraOf(*m_project) == m_cameraFile)
         followVolumes();
     else
-        start(rebuildPreview());
+        m_operation.start(rebuild());
 }
 
-void AppModel::seek(double seconds)
+void Playback::seek(double seconds)
 {
     const double time = seconds >= 0 && std::isfinite(seconds) ? seconds : 0;
     m_sought = ticksFor(time, m_project ? static_cast<double>(m_project->fps) : 0);
-    player()->seek(m_sought);
-    cameraPlayer()->seek(m_sought);
+    m_player.seek(m_sought);
+    m_cameraPlayer.seek(m_sought);
     m_announced.reset();
     m_ended = false;
     setPlayhead(time);
 }
 
-void AppModel::stepFrames(int frames)
+void Playback::stepFrames(int frames)
 {
     if (!m_project || m_project->fps < 1)
         return;
@@ -192,21 +244,27 @@ void AppModel::stepFrames(int frames)
     seek(std::clamp(shown + frames, 0.0, last) / fps);
 }
 
-void AppModel::play()
+void Playback::play()
 {
-    if (!m_project || isRecording() || m_preview != Preview::Ready)
+    if (!m_project || m_project.isLocked() || m_preview != Preview::Ready)
         return;
     if (m_ended || m_playhead >= m_project->duration)
         seek(0);
-    player()->play();
+    m_player.play();
 }
 
-void AppModel::pause()
+void Playback::pause()
 {
-    player()->pause();
+    m_player.pause();
 }
 
-void AppModel::togglePlaying()
+void Playback::rewind()
+{
+    pause();
+    setPlayhead(0);
+}
+
+void Playback::togglePlaying()
 {
     if (m_playing)
         pause();
@@ -214,12 +272,12 @@ void AppModel::togglePlaying()
         play();
 }
 
-void AppModel::watchPlayback(double seconds)
+void Playback::watch(double seconds)
 {
     // A player that stands answers a seek with the tick it was asked for; the playhead is exact.
-    if (player()->rate() != 0 || seconds != m_sought)
+    if (m_player.rate() != 0 || seconds != m_sought)
         setPlayhead(std::isfinite(seconds) ? seconds : 0);
-    if (m_project && player()->rate() > 0) {
+    if (m_project && m_player.rate() > 0) {
         const auto& cuts = m_project->edit.cuts;
         // Seeks go to whole ticks: half of one before its end a cut is over.
         const auto cut = std::ranges::find_if(cuts,
@@ -232,7 +290,7 @@ void AppModel::watchPlayback(double seconds)
 }
 
 /// Has the player make the end of the next cut ready while it still plays what is before.
-void AppModel::announceNextCut()
+void Playback::announceNextCut()
 {
     const TimeSpan* next = nullptr;
     for (const auto& cut : m_project->edit.cuts) {
@@ -243,33 +301,33 @@ void AppModel::announceNextCut()
     if (!next || m_announced == next->end)
         return;
     m_announced = next->end;
-    player()->expectSeek(next->end);
+    m_player.expectSeek(next->end);
 }
 
-void AppModel::followWithCamera(double seconds)
+void Playback::followWithCamera(double seconds)
 {
-    if (!cameraPlayer()->hasComposition())
+    if (!m_cameraPlayer.hasComposition())
         return;
-    if (!(player()->rate() > 0) || m_playhead >= m_cameraEnd) {
-        cameraPlayer()->pause();
+    if (!(m_player.rate() > 0) || m_playhead >= m_cameraEnd) {
+        m_cameraPlayer.pause();
         return;
     }
-    if (std::abs(cameraPlayer()->position() - m_playhead) > cameraTolerance)
-        cameraPlayer()->seek(seconds);
-    if (cameraPlayer()->rate() != player()->rate())
-        cameraPlayer()->setRate(player()->rate());
+    if (std::abs(m_cameraPlayer.position() - m_playhead) > cameraTolerance)
+        m_cameraPlayer.seek(seconds);
+    if (m_cameraPlayer.rate() != m_player.rate())
+        m_cameraPlayer.setRate(m_player.rate());
 }
 
-void AppModel::notePlaying()
+void Playback::notePlaying()
 {
-    const bool playing = player()->rate() > 0;
+    const bool playing = m_player.rate() > 0;
     if (m_playing == playing)
         return;
     m_playing = playing;
     emit playingChanged();
 }
 
-void AppModel::setPlayhead(double seconds)
+void Playback::setPlayhead(double seconds)
 {
     if (m_playhead == seconds)
         return;

@@ -1,4 +1,6 @@
-#include "OrvoVideo/model/AppModel.h"
+#include "OrvoVideo/model/Editing.h"
+
+#include "OrvoVideo/model/Answer.h"
 #include "OrvoVideo/model/ModelText.h"
 #include "VideoCore/DocumentSchema.h"
 #include "VideoCore/Edits.h"
@@ -70,48 +72,35 @@ std::string copyIntoProject(
 
 } // namespace
 
-void AppModel::rename(const QString& title)
+void Editing::rename(const QString& title)
 {
-    update([&](VideoProject& project) { project.title = title.toStdString(); });
+    m_parts.open.update([&](VideoProject& project) { project.title = title.toStdString(); });
 }
 
-void AppModel::setSelectedSpan(const Span& span)
+void Editing::startSelectionHere()
 {
-    if (m_selectedSpan == span)
-        return;
-    m_selectedSpan = span;
-    emit selectedSpanChanged();
+    m_parts.open.setSelectedSpan({m_parts.playback.playhead(), m_parts.open.selectedSpan().end});
 }
 
-void AppModel::startSelectionHere()
+void Editing::endSelectionHere()
 {
-    setSelectedSpan({m_playhead, m_selectedSpan.end});
+    m_parts.open.setSelectedSpan({m_parts.open.selectedSpan().start, m_parts.playback.playhead()});
 }
 
-void AppModel::endSelectionHere()
+void Editing::cutSelection()
 {
-    setSelectedSpan({m_selectedSpan.start, m_playhead});
-}
-
-void AppModel::cutSelection()
-{
-    emit commitWanted(); // Its bounds may be being typed.
-    const TimeSpan span{m_selectedSpan.start, m_selectedSpan.end};
+    m_parts.saving.commitTyped(); // Its bounds may be being typed.
+    const TimeSpan span{m_parts.open.selectedSpan().start, m_parts.open.selectedSpan().end};
     if (span.duration() > Edits::shortestCut)
-        update([&](VideoProject& project) { Edits::cut(project, span); });
+        m_parts.open.update([&](VideoProject& project) { Edits::cut(project, span); });
 }
 
-void AppModel::cutWord(const QString& wordId)
-{
-    cutWords({wordId});
-}
-
-void AppModel::cutWords(const QStringList& wordIds)
+void Editing::cutWords(const QStringList& wordIds)
 {
     std::unordered_set<Uuid> wanted;
     for (const auto& id : wordIds)
         wanted.insert(Text::toId(id));
-    update([&](VideoProject& project) {
+    m_parts.open.update([&](VideoProject& project) {
         auto cuts = project.edit.cuts.items();
         for (const auto& word : project.edit.words) {
             if (wanted.contains(word.id))
@@ -121,91 +110,87 @@ void AppModel::cutWords(const QStringList& wordIds)
     });
 }
 
-void AppModel::restoreCut(double start, double end)
+void Editing::restoreCut(double start, double end)
 {
-    update([&](VideoProject& project) { Edits::restore(project, {start, end}); });
+    m_parts.open.update([&](VideoProject& project) { Edits::restore(project, {start, end}); });
 }
 
-void AppModel::moveCut(double start, double end, double newStart, double newEnd)
+void Editing::moveCut(double start, double end, double newStart, double newEnd)
 {
-    update([&](VideoProject& project) {
+    m_parts.open.update([&](VideoProject& project) {
         if (Edits::restore(project, {start, end}) > 0)
             Edits::cut(project, {newStart, newEnd});
     });
 }
 
-void AppModel::correctWord(const QString& wordId, const QString& text)
+void Editing::correctWord(const QString& wordId, const QString& text)
 {
-    update([&](VideoProject& project) { Edits::correctWord(project, Text::toId(wordId), text.toStdString()); });
+    m_parts.open.update([&](VideoProject& project) { Edits::correctWord(project, Text::toId(wordId), text.toStdString()); });
 }
 
-void AppModel::addText(const QString& text)
+void Editing::addText(const QString& text)
 {
-    update([&](VideoProject& project) {
+    m_parts.open.update([&](VideoProject& project) {
         project.edit.overlays.edit().push_back(
-            Edits::makeOverlay(project, Overlay::Kind::text, text.toStdString(), m_playhead));
+            Edits::makeOverlay(project, Overlay::Kind::text, text.toStdString(), m_parts.playback.playhead()));
     });
 }
 
-void AppModel::addImage()
+void Editing::addImage()
 {
-    if (m_project && !isRecording())
-        start(pickImage());
+    if (m_parts.open && !m_parts.open.isLocked())
+        m_parts.operation.start(pickImage());
 }
 
-QCoro::Task<> AppModel::pickImage()
+QCoro::Task<> Editing::pickImage()
 {
     const Answer<std::optional<fs::path>> chosen;
-    m_services.panels->openImage([chosen](auto image) { chosen.give(std::move(image)); });
+    m_parts.services.panels->openImage([chosen](auto image) { chosen.give(std::move(image)); });
     if (const auto image = co_await chosen)
         co_await copyImage(*image);
 }
 
-void AppModel::addImageFile(const QUrl& file)
+void Editing::addImageFile(const fs::path& image)
 {
-    if (m_project && !isRecording())
-        start(copyImage(file.toLocalFile().toStdString()));
+    if (m_parts.open && !m_parts.open.isLocked())
+        m_parts.operation.start(copyImage(image));
 }
 
-QCoro::Task<> AppModel::copyImage(fs::path image)
+QCoro::Task<> Editing::copyImage(fs::path image)
 {
-    if (!m_project || isRecording())
+    if (!m_parts.open || m_parts.open.isLocked())
         co_return;
-    const Uuid id = m_project->id;
-    const auto name = co_await m_workers.run([store = store(), project = *m_project, image](const std::stop_token& stop) {
-        return copyIntoProject(store, project, image, stop);
-    });
-    if (!m_project || m_project->id != id)
+    const Uuid id = m_parts.open->id;
+    const auto name = co_await m_parts.workers.run(
+        [store = *m_parts.services.store, project = *m_parts.open, image](
+            const std::stop_token& stop) { return copyIntoProject(store, project, image, stop); });
+    if (!m_parts.open.is(id))
         co_return; // Another project was opened meanwhile.
-    update([&](VideoProject& project) {
-        project.edit.overlays.edit().push_back(Edits::makeOverlay(project, Overlay::Kind::image, name, m_playhead));
+    m_parts.open.update([&](VideoProject& project) {
+        project.edit.overlays.edit().push_back(
+            Edits::makeOverlay(project, Overlay::Kind::image, name, m_parts.playback.playhead()));
     });
 }
 
-void AppModel::removeOverlay(const QString& overlayId)
+void Editing::removeOverlay(const QString& overlayId)
 {
-    update([&](VideoProject& project) { Edits::removeOverlay(project, Text::toId(overlayId)); });
+    m_parts.open.update([&](VideoProject& project) { Edits::removeOverlay(project, Text::toId(overlayId)); });
 }
 
-void AppModel::setOverlayValue(const QString& overlayId, const QString& key, double value)
-{
-    setOverlayValues(overlayId, {{key, value}});
-}
-
-void AppModel::setOverlayValues(const QString& overlayId, const QVariantMap& values)
+void Editing::setOverlayValues(const QString& overlayId, const QVariantMap& values)
 {
     const auto changes = numberChanges<Overlay>(values);
     if (!changes)
         return;
-    update([&](VideoProject& project) {
+    m_parts.open.update([&](VideoProject& project) {
         for (const auto& change : *changes)
             Edits::setOverlayValue(project, Text::toId(overlayId), change.field, change.value);
     });
 }
 
-void AppModel::setOverlayText(const QString& overlayId, const QString& text)
+void Editing::setOverlayText(const QString& overlayId, const QString& text)
 {
-    update([&](VideoProject& project) {
+    m_parts.open.update([&](VideoProject& project) {
         const Uuid id = Text::toId(overlayId);
         const auto& overlays = project.edit.overlays;
         const auto found = std::ranges::find_if(
@@ -217,76 +202,62 @@ void AppModel::setOverlayText(const QString& overlayId, const QString& text)
     });
 }
 
-void AppModel::addZoom()
+void Editing::addZoom()
 {
-    update([&](VideoProject& project) { project.edit.events.edit().push_back(Edits::makeZoom(m_playhead)); });
+    m_parts.open.update(
+        [&](VideoProject& project) { project.edit.events.edit().push_back(Edits::makeZoom(m_parts.playback.playhead())); });
 }
 
-void AppModel::removeEvent(const QString& eventId)
+void Editing::removeEvent(const QString& eventId)
 {
-    update([&](VideoProject& project) { Edits::removeEvent(project, Text::toId(eventId)); });
+    m_parts.open.update([&](VideoProject& project) { Edits::removeEvent(project, Text::toId(eventId)); });
 }
 
-void AppModel::setEventValue(const QString& eventId, const QString& key, double value)
-{
-    setEventValues(eventId, {{key, value}});
-}
-
-void AppModel::setEventValues(const QString& eventId, const QVariantMap& values)
+void Editing::setEventValues(const QString& eventId, const QVariantMap& values)
 {
     const auto changes = numberChanges<PointerEvent>(values);
     if (!changes)
         return;
-    update([&](VideoProject& project) {
+    m_parts.open.update([&](VideoProject& project) {
         for (const auto& change : *changes)
             Edits::setEventValue(project, Text::toId(eventId), change.field, change.value);
     });
 }
 
-void AppModel::setFlag(const QString& key, bool value)
+void Editing::setFlag(const QString& key, bool value)
 {
     if (const auto flag = Edits::flagNamed(key.toStdString()))
-        update([&](VideoProject& project) { project.edit.*flag = value; });
+        m_parts.open.update([&](VideoProject& project) { project.edit.*flag = value; });
 }
 
-void AppModel::setValue(const QString& key, double value)
-{
-    setValues({{key, value}});
-}
-
-void AppModel::setValues(const QVariantMap& values)
+void Editing::setValues(const QVariantMap& values)
 {
     const auto changes = numberChanges<EditState>(values);
     if (!changes)
         return;
-    update([&](VideoProject& project) {
+    m_parts.open.update([&](VideoProject& project) {
         for (const auto& change : *changes)
             project.edit.*change.field = change.value;
     });
 }
 
-void AppModel::setVolume(const QString& trackId, double value)
+void Editing::setVolume(const QString& trackId, double value)
 {
     if (std::isfinite(value))
-        update([&](VideoProject& project) { Edits::setVolume(project, Text::toId(trackId), value); });
+        m_parts.open.update([&](VideoProject& project) { Edits::setVolume(project, Text::toId(trackId), value); });
 }
 
-void AppModel::findSuggestions()
+void Editing::applySuggestion(const EditSuggestion& suggestion)
 {
-    m_suggestions.setSuggestions(m_project ? SharedList(Suggestions::generate(*m_project)) : SharedList<EditSuggestion>());
-}
-
-void AppModel::applySuggestion(const EditSuggestion& suggestion)
-{
-    update([&](VideoProject& project) { Edits::apply(project, suggestion); });
-    auto left = m_suggestions.suggestions();
+    m_parts.open.update([&](VideoProject& project) { Edits::apply(project, suggestion); });
+    auto left = m_parts.open.suggestions().suggestions();
     std::erase_if(left.edit(), [&](const EditSuggestion& other) { return other.id == suggestion.id; });
-    m_suggestions.setSuggestions(std::move(left));
+    m_parts.open.suggestions().setSuggestions(std::move(left));
 }
 
-void AppModel::applySuggestion(const QString& suggestionId)
+void Editing::applySuggestion(const QString& suggestionId)
 {
-    const auto& suggestions = m_suggestions.suggestions();
+    const auto& suggestions = m_parts.open.suggestions().suggestions();
     const auto found = std::ranges::find(suggestions, Text::toId(suggestionId), &EditSuggestion::id);
     if (found != suggestions.end())
         applySuggestion(EditSuggestion(*found));

@@ -1,4 +1,5 @@
-#include "OrvoVideo/model/AppModel.h"
+#include "OrvoVideo/model/ServerAccount.h"
+
 #include "OrvoVideo/publishing/Sharing.h"
 #include "Platform/settings/StoredSettings.h"
 #include "VideoCore/Error.h"
@@ -11,12 +12,29 @@ constexpr auto credentialAccount = "adminToken";
 
 } // namespace
 
-std::shared_ptr<Publisher> AppModel::makePublisher() const
+ServerAccount::ServerAccount(const AppServices& services, Operation& operation, Workers& workers)
+    : m_services(services)
+    , m_operation(operation)
+    , m_workers(workers)
+{
+    if (const auto address = StoredSettings::text(StoredSettings::serverURL))
+        m_serverURL = QString::fromStdString(*address);
+    m_operation.start(loadCredentialAtStart());
+}
+
+void ServerAccount::perform(Operation::Work work)
+{
+    if (m_operation.idle())
+        m_operation.clearError();
+    m_operation.perform(std::move(work));
+}
+
+std::shared_ptr<Publisher> ServerAccount::makePublisher() const
 {
     return std::make_shared<Publisher>(m_serverURL.toStdString(), m_adminToken.toStdString(), m_services.publisher);
 }
 
-QCoro::Task<> AppModel::loadCredential(WorkControl control, Keychain::Interaction interaction)
+QCoro::Task<> ServerAccount::loadCredential(WorkControl control, Keychain::Interaction interaction)
 {
     const auto token = co_await m_workers.run(
         {.stop = control.stop, .progress = {}}, [load = m_services.loadSecret, interaction](const std::stop_token& stop) {
@@ -26,7 +44,7 @@ QCoro::Task<> AppModel::loadCredential(WorkControl control, Keychain::Interactio
 }
 
 /// Nobody has asked for it: without a keychain that opens by itself the field stays empty.
-QCoro::Task<> AppModel::loadCredentialAtStart()
+QCoro::Task<> ServerAccount::loadCredentialAtStart()
 {
     try {
         const auto token = co_await m_workers.run([load = m_services.loadSecret](const std::stop_token& stop) {
@@ -39,7 +57,7 @@ QCoro::Task<> AppModel::loadCredentialAtStart()
     }
 }
 
-QCoro::Task<> AppModel::saveSettings(WorkControl control)
+QCoro::Task<> ServerAccount::saveSettings(WorkControl control)
 {
     const WorkControl quiet{.stop = control.stop, .progress = {}};
     if (m_adminToken.isEmpty())
@@ -54,40 +72,34 @@ QCoro::Task<> AppModel::saveSettings(WorkControl control)
         quiet, [address = m_serverURL.toStdString()] { StoredSettings::setText(StoredSettings::serverURL, address); });
 }
 
-void AppModel::readServerCredential()
+void ServerAccount::readServerCredential()
 {
-    if (idle())
-        clearError(); // It stands beside the state of the connection.
     perform([this](WorkControl control) -> QCoro::Task<> {
-        setStatus(QStringLiteral("Esperando autorización del llavero…"));
+        m_operation.setStatus(QStringLiteral("Esperando autorización del llavero…"));
         co_await loadCredential(control, Keychain::Interaction::allowed);
         co_await lookAtServer(control);
     });
 }
 
-void AppModel::checkConnection()
+void ServerAccount::checkConnection()
 {
-    if (idle())
-        clearError(); // It stands beside the state of the connection.
     perform([this](WorkControl control) -> QCoro::Task<> {
         co_await saveSettings(control);
         co_await lookAtServer(control);
     });
 }
 
-QCoro::Task<> AppModel::lookAtServer(WorkControl control)
+QCoro::Task<> ServerAccount::lookAtServer(WorkControl control)
 {
     const auto server = co_await m_workers.run({.stop = control.stop, .progress = {}},
         [publisher = makePublisher()](const std::stop_token& stop) { return publisher->status(stop); });
     setUsesDrive(!server.storesByItself());
     setConnectionStatus(QString::fromStdString(server.text()));
-    setStatus(m_connectionStatus);
+    m_operation.setStatus(m_connectionStatus);
 }
 
-void AppModel::configureOAuth()
+void ServerAccount::configureOAuth()
 {
-    if (idle())
-        clearError(); // It stands beside the state of the connection.
     perform([this](WorkControl control) -> QCoro::Task<> {
         co_await saveSettings(control);
         co_await m_workers.run({.stop = control.stop, .progress = {}},
@@ -95,14 +107,12 @@ void AppModel::configureOAuth()
                 const std::stop_token& stop) { publisher->configureDrive(id, secret, stop); });
         setOauthClientSecret({});
         setConnectionStatus(QStringLiteral("Cliente OAuth guardado en el servidor. Ya puedes conectar Drive."));
-        setStatus(m_connectionStatus);
+        m_operation.setStatus(m_connectionStatus);
     });
 }
 
-void AppModel::connectDrive()
+void ServerAccount::connectDrive()
 {
-    if (idle())
-        clearError(); // It stands beside the state of the connection.
     perform([this](WorkControl control) -> QCoro::Task<> {
         co_await saveSettings(control);
         const auto address = co_await m_workers.run({.stop = control.stop, .progress = {}},
@@ -112,12 +122,19 @@ void AppModel::connectDrive()
     });
 }
 
-QString AppModel::driveReturnAddress() const
+QCoro::Task<> ServerAccount::requireStorage(std::shared_ptr<Publisher> publisher, WorkControl control)
+{
+    const auto server = co_await m_workers.run({.stop = control.stop, .progress = {}},
+        [publisher](const std::stop_token& stop) { return publisher->requireStorage(stop); });
+    setUsesDrive(!server.storesByItself());
+}
+
+QString ServerAccount::driveReturnAddress() const
 {
     return QString::fromStdString(orvo::driveReturnAddress(m_serverURL.toStdString()));
 }
 
-void AppModel::setServerURL(const QString& address)
+void ServerAccount::setServerURL(const QString& address)
 {
     if (m_serverURL == address)
         return;
@@ -126,7 +143,7 @@ void AppModel::setServerURL(const QString& address)
     setUsesDrive(true); // Until this server says otherwise.
 }
 
-void AppModel::setUsesDrive(bool uses)
+void ServerAccount::setUsesDrive(bool uses)
 {
     if (m_usesDrive == uses)
         return;
@@ -134,7 +151,7 @@ void AppModel::setUsesDrive(bool uses)
     emit usesDriveChanged();
 }
 
-void AppModel::setAdminToken(const QString& token)
+void ServerAccount::setAdminToken(const QString& token)
 {
     if (m_adminToken == token)
         return;
@@ -142,7 +159,7 @@ void AppModel::setAdminToken(const QString& token)
     emit adminTokenChanged();
 }
 
-void AppModel::setConnectionStatus(const QString& status)
+void ServerAccount::setConnectionStatus(const QString& status)
 {
     if (m_connectionStatus == status)
         return;
@@ -150,7 +167,7 @@ void AppModel::setConnectionStatus(const QString& status)
     emit connectionStatusChanged();
 }
 
-void AppModel::setOauthClientID(const QString& id)
+void ServerAccount::setOauthClientID(const QString& id)
 {
     if (m_oauthClientID == id)
         return;
@@ -158,7 +175,7 @@ void AppModel::setOauthClientID(const QString& id)
     emit oauthClientIDChanged();
 }
 
-void AppModel::setOauthClientSecret(const QString& secret)
+void ServerAccount::setOauthClientSecret(const QString& secret)
 {
     if (m_oauthClientSecret == secret)
         return;

@@ -1,0 +1,100 @@
+#pragma once
+
+#include "OrvoVideo/model/Workers.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+#include <functional>
+#include <stop_token>
+#include <utility>
+
+namespace orvo {
+
+/// The one long operation of the moment, and what the user is told of it and of everything else: a line of status and the
+/// last error. Main thread only.
+///
+///                 perform                        cancel
+///     idle ─────────────────────► busy ─────────────────────► busy, asked to stop
+///       ▲                          │                           │
+///       └──────────────────────────┴───────────────────────────┘
+///         the work ends, fails or is cancelled (the latter two: `brokenOff`)
+///
+/// A recording reserves the operation: until it gives it back, only `performReserved` starts work.
+class Operation : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Belongs to the model")
+    Q_PROPERTY(bool busy READ busy NOTIFY busyChanged)
+    Q_PROPERTY(bool idle READ idle NOTIFY idleChanged)
+    Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
+    Q_PROPERTY(QString status READ status NOTIFY statusChanged)
+    Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
+public:
+    /// A coroutine of the main thread. It gets how it is stopped and where it reports its progress, 0..1.
+    using Work = std::function<QCoro::Task<>(WorkControl control)>;
+
+    /// What the status says when the work does not complete.
+    struct Endings {
+        QString failed = QStringLiteral("No se ha completado la operación");
+        QString cancelled = QStringLiteral("Operación cancelada");
+    };
+
+    /// Starts `work` as the one long operation; ignored unless `idle`. An exception goes to `errorMessage` and `status`;
+    /// `Cancelled` goes to `status` alone.
+    void perform(Work work, Endings endings);
+    void perform(Work work) { perform(std::move(work), Endings()); }
+
+    /// Starts `work` of the recording that has reserved the operation; ignored while busy.
+    void performReserved(Work work);
+    /// Reserves the operation for a recording, or gives it back.
+    void setReserved(bool reserved);
+
+    /// Asks the running operation to stop.
+    Q_INVOKABLE void cancel();
+
+    bool busy() const { return m_busy; }
+    /// Whether a long operation or a recording can begin.
+    bool idle() const { return !m_busy && !m_reserved; }
+    double progress() const { return m_progress; }
+    void setProgress(double progress);
+
+    /// One line that is always there.
+    QString status() const { return m_status; }
+    void setStatus(const QString& status);
+    /// The last error; empty when there is none to show.
+    QString errorMessage() const { return m_errorMessage; }
+    void setErrorMessage(const QString& message);
+    Q_INVOKABLE void clearError() { setErrorMessage({}); }
+
+    /// Runs a coroutine that nobody waits for. An exception goes to `errorMessage`; `Cancelled` is ignored. The coroutine
+    /// must end before this object does.
+    void start(QCoro::Task<> task);
+
+signals:
+    void busyChanged();
+    void idleChanged();
+    void progressChanged();
+    void statusChanged();
+    void errorMessageChanged();
+    /// The user has asked the running operation to stop.
+    void cancelled();
+    /// The operation has failed or was cancelled, and is over.
+    void brokenOff();
+
+private:
+    void begin(Work work, Endings endings);
+    QCoro::Task<> run(Work work, Endings endings);
+    QCoro::Task<> watchOver(QCoro::Task<> task);
+    void setBusy(bool busy);
+
+    bool m_busy = false;
+    bool m_reserved = false;
+    std::stop_source m_stop;
+    double m_progress = 0;
+    QString m_status = QStringLiteral("Listo para grabar");
+    QString m_errorMessage;
+};
+
+} // namespace orvo

@@ -1,0 +1,222 @@
+#include "OrvoVideo/model/ProjectLibrary.h"
+
+#include "OrvoVideo/model/ModelText.h"
+#include "VideoCore/CaptureSession.h"
+#include "VideoCore/Error.h"
+
+#include <QScopeGuard>
+#include <chrono>
+#include <utility>
+
+namespace orvo {
+
+namespace {
+
+/// Whether a document on disk says what is in memory. Documents keep whole seconds.
+bool saysTheSame(const VideoProject& document, VideoProject project)
+{
+    project.createdAt = std::chrono::floor<std::chrono::seconds>(project.createdAt);
+    project.updatedAt = std::chrono::floor<std::chrono::seconds>(project.updatedAt);
+    return document == project;
+}
+
+} // namespace
+
+ProjectLibrary::ProjectLibrary(const Parts& parts)
+    : m_parts(parts)
+{
+    connect(&m_parts.operation, &Operation::brokenOff, this, &ProjectLibrary::refresh);
+    connect(&m_parts.open, &OpenProject::edited, this, [this](OpenProject::Save save) {
+        if (save != OpenProject::Save::nowIgnoringErrors)
+            m_list.replace(*m_parts.open);
+    });
+    connect(&m_parts.saving, &Saving::written, this, &ProjectLibrary::watchDocument);
+    connect(&m_watch, &DocumentWatch::changed, this, [this] { m_parts.operation.start(reloadWhenChangedElsewhere()); });
+}
+
+void ProjectLibrary::refresh()
+{
+    if (m_parts.open.isLocked())
+        return;
+    if (m_listing)
+        m_listAgain = true;
+    else
+        m_parts.operation.start(readList());
+}
+
+QCoro::Task<> ProjectLibrary::readList()
+{
+    m_listing = true;
+    const auto done = qScopeGuard([this] { m_listing = false; });
+    do {
+        m_listAgain = false;
+        co_await m_parts.documents.settled(); // What is being saved is listed as it will be.
+        auto projects = co_await m_parts.workers.run([store = m_parts.store] { return store.list(); });
+        for (auto& project : projects) {
+            if (!CaptureSession::isMarkedRecording(project))
+                continue;
+            if (auto settled = co_await m_parts.documents.settleRecording(
+                    project.id, m_parts.operation.busy() || m_parts.open.isLocked()))
+                project = std::move(*settled);
+        }
+        if (m_parts.open.isLocked())
+            co_return;
+        show(std::move(projects));
+    } while (m_listAgain);
+}
+
+void ProjectLibrary::show(std::vector<VideoProject> projects)
+{
+    for (auto& project : projects) {
+        if (m_parts.open.is(project.id) && m_parts.saving.unsavedChanges())
+            project = *m_parts.open; // Newer than what was read.
+    }
+    m_list.setProjects(SharedList(std::move(projects)));
+    if (!std::exchange(m_isListed, true))
+        emit isListedChanged();
+    emit listed();
+}
+
+void ProjectLibrary::open(const QString& projectId)
+{
+    const Uuid id = Text::toId(projectId);
+    if (const auto* project = m_list.find(id))
+        m_parts.operation.start(select(*project));
+    else
+        m_parts.operation.start(openUnlisted(id));
+}
+
+/// Another program may have made it since the library was listed.
+QCoro::Task<> ProjectLibrary::openUnlisted(Uuid id)
+{
+    auto project = co_await m_parts.workers.run([store = m_parts.store, id] { return store.load(id); });
+    refresh();
+    co_await select(std::move(project));
+}
+
+QCoro::Task<> ProjectLibrary::select(VideoProject project)
+{
+    if (m_parts.open.isLocked())
+        co_return;
+    const auto opening = ++m_opening;
+    if (CaptureSession::isMarkedRecording(project)) {
+        // The row may be older than the end of the recording.
+        auto settled = co_await m_parts.documents.settleRecording(project.id, m_parts.operation.busy());
+        if (settled)
+            m_list.replace(*settled);
+        if (opening != m_opening || m_parts.open.isLocked())
+            co_return;
+        if (!settled || CaptureSession::isMarkedRecording(*settled)) {
+            m_parts.operation.setStatus(QStringLiteral("Termina esta grabación antes de editarla."));
+            co_return;
+        }
+        project = std::move(*settled);
+        refresh();
+    }
+    std::optional<ProjectDocuments::Opened> opened;
+    std::uint64_t edited = 0;
+    std::uint64_t changes = 0;
+    do {
+        // Reading waits its turn behind this save. Edits made while it does are saved, and read, too.
+        m_parts.saving.flush();
+        edited = m_parts.saving.edits();
+        changes = m_closedChanges;
+        opened = co_await m_parts.documents.open(project.id);
+        if (opening != m_opening || m_parts.open.isLocked())
+            co_return;
+        m_parts.saving.flush();
+    } while ((m_parts.open.is(project.id) && m_parts.saving.edits() != edited) || m_closedChanges != changes);
+
+    if (opened)
+        show(std::move(opened->project), std::move(opened->unsavedEdits));
+    else
+        show(std::move(project), std::nullopt);
+    co_await m_parts.playback.rebuild();
+}
+
+void ProjectLibrary::openRecording(const VideoProject& project)
+{
+    ++m_opening;
+    show(project, std::nullopt);
+}
+
+void ProjectLibrary::show(VideoProject project, std::optional<VideoProject> unsavedEdits)
+{
+    m_parts.saving.noteOpened();
+    const bool recovered = m_parts.open.open(std::move(project), std::move(unsavedEdits));
+    m_list.setOpen(m_parts.open->id);
+    m_parts.playback.rewind();
+    emit opened();
+    if (recovered) {
+        m_parts.saving.noteRecovered();
+        m_list.replace(*m_parts.open);
+        m_parts.operation.setStatus(QStringLiteral("Se han recuperado los últimos cambios, que no se habían guardado."));
+    }
+    watchDocument();
+}
+
+QCoro::Task<> ProjectLibrary::update(Uuid id, std::function<void(VideoProject&)> change)
+{
+    if (m_parts.open.is(id))
+        m_parts.open.updateApart(change);
+    else
+        co_await this->change(id, std::move(change), OpenProject::Undo::step);
+}
+
+QCoro::Task<> ProjectLibrary::change(Uuid id, std::function<void(VideoProject&)> change, OpenProject::Undo undo)
+{
+    std::optional<ProjectDocuments::Opened> closed;
+    std::uint64_t changes = 0;
+    do {
+        if (m_parts.open.is(id))
+            break;
+        changes = m_closedChanges;
+        m_parts.saving.saveEdits();
+        closed = co_await m_parts.documents.open(id);
+        if (!closed)
+            throw captureError("El proyecto ya no se puede leer.");
+    } while (m_closedChanges != changes);
+    if (m_parts.open.is(id)) {
+        // On what is there now: the project could be edited meanwhile.
+        m_parts.open.change(change, undo);
+        co_await m_parts.playback.rebuild();
+        co_return;
+    }
+    ++m_closedChanges; // Forces concurrent readers to reload.
+    VideoProject& project = closed->unsavedEdits ? *closed->unsavedEdits : closed->project;
+    change(project);
+    m_parts.documents.save(project, otherProject);
+    co_await m_parts.documents.settled();
+    m_list.replace(project);
+}
+
+void ProjectLibrary::watchDocument()
+{
+    m_watch.watch(m_parts.store.directory(m_parts.open->id));
+}
+
+QCoro::Task<> ProjectLibrary::reloadWhenChangedElsewhere()
+{
+    auto& open = m_parts.open;
+    // With edits of our own, the next save keeps the other version beside ours.
+    if (!open || m_parts.saving.unsavedChanges() || open.isLocked())
+        co_return;
+    const auto opening = m_opening;
+    const auto changed = co_await m_parts.documents.changedElsewhere(open->id);
+    if (opening != m_opening || m_parts.saving.unsavedChanges() || open.isLocked())
+        co_return;
+    watchDocument();
+    if (!changed)
+        co_return;
+    m_parts.documents.accept(*changed);
+    if (saysTheSame(changed->project, *open))
+        co_return;
+    const auto publicationBefore = open->publication;
+    open.takeOver(changed->project); // A step to undo, so that what was here is not lost.
+    m_list.replace(*open);
+    emit reloaded(publicationBefore);
+    m_parts.operation.setStatus(QStringLiteral("El proyecto ha cambiado fuera de Orvo Video y se ha vuelto a cargar."));
+    m_parts.playback.follow();
+}
+
+} // namespace orvo

@@ -1,0 +1,108 @@
+#pragma once
+
+#include "OrvoVideo/model/AppServices.h"
+#include "OrvoVideo/model/OpenProject.h"
+#include "OrvoVideo/model/Operation.h"
+#include "OrvoVideo/model/ProjectLibrary.h"
+#include "OrvoVideo/model/Saving.h"
+#include "OrvoVideo/model/ServerAccount.h"
+#include "OrvoVideo/model/Values.h"
+#include "OrvoVideo/model/Workers.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace orvo {
+
+class PublicationPackage;
+
+/// Publishes the open project, and keeps what the user types about who may see it. Main thread only.
+class Publishing : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Belongs to the model")
+    Q_PROPERTY(QString domainText READ domainText WRITE setDomainText NOTIFY domainTextChanged)
+    Q_PROPERTY(bool publicLink READ publicLink WRITE setPublicLink NOTIFY publicLinkChanged)
+    Q_PROPERTY(bool copyRefused READ copyRefused NOTIFY copyRefusedChanged)
+public:
+    /// What publishing works with. All of it outlives this object.
+    struct Parts {
+        const AppServices& services;
+        const RunSettings& settings;
+        ProjectDocuments& documents;
+        OpenProject& open;
+        Saving& saving;
+        ProjectLibrary& library;
+        ServerAccount& server;
+        Operation& operation;
+        Workers& workers;
+    };
+    explicit Publishing(const Parts& parts);
+
+    /// Renders and packages the open project, unless that was done for exactly what it is now, uploads it and stores where
+    /// it is: a long operation. At its end the embed code is on the clipboard.
+    Q_INVOKABLE void publish();
+    /// Takes the open project's video back from the server: a long operation. Ignored unless it is published.
+    Q_INVOKABLE void unpublish();
+    /// Tells the server who may embed the open project's video and whether its link is public: a long operation. Ignored
+    /// unless it is published.
+    Q_INVOKABLE void updatePolicy();
+    /// Copies the address or the embed code of the open project's video. Ignored unless it is published.
+    Q_INVOKABLE void copyLink();
+    Q_INVOKABLE void copyEmbed();
+    /// Whether the desktop has refused the last text for the clipboard; `copyAgain` tries once more, best when the user
+    /// presses a button.
+    bool copyRefused() const { return m_refusedCopy.has_value(); }
+    Q_INVOKABLE void copyAgain();
+
+    /// The web origins that may embed the open project's video, as the user types them.
+    QString domainText() const { return m_domainText; }
+    void setDomainText(const QString& text);
+    /// Whether its link may be opened outside of them.
+    bool publicLink() const { return m_publicLink; }
+    void setPublicLink(bool isPublic);
+
+signals:
+    void domainTextChanged();
+    void publicLinkChanged();
+    void copyRefusedChanged();
+
+private:
+    /// Domains and link as typed for the publication under way, or for one that failed while another project was open.
+    struct TypedPolicy {
+        Uuid project;
+        QString domains;
+        bool isPublic = false;
+        bool isUnderWay = true;
+    };
+    /// A text for the clipboard, and what the status says when it is there.
+    struct Copy {
+        std::string text;
+        QString what; ///< "el enlace".
+        QString done;
+    };
+
+    bool isPublished() const;
+    QCoro::Task<> publishProject(VideoProject project, WorkControl control);
+    QCoro::Task<std::shared_ptr<PublicationPackage>> preparePackage(VideoProject project, WorkControl control);
+    void endTypedPolicy();
+    void showPublication();
+    void noteReloaded(const std::optional<Publication>& before);
+    /// `before` begins the status when the desktop refuses it.
+    void copy(Copy copy, const QString& before = {});
+    void copyEmbedOf(const Publication& publication, const QString& before = {});
+    void setRefusedCopy(std::optional<Copy> copy);
+
+    const Parts m_parts;
+    QString m_domainText;
+    bool m_publicLink = false;
+    std::optional<TypedPolicy> m_typedPolicy;
+    std::optional<Copy> m_refusedCopy;
+};
+
+} // namespace orvo

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "OrvoVideo/model/AppServices.h"
+#include "OrvoVideo/model/OpenProject.h"
+#include "OrvoVideo/model/Operation.h"
+#include "OrvoVideo/model/ProjectLibrary.h"
+#include "OrvoVideo/model/Saving.h"
+#include "OrvoVideo/model/Workers.h"
+#include "OrvoVideo/transcription/SpeechModels.h"
+#include "OrvoVideo/transcription/TranscriptionService.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QString>
+#include <QtQml/qqmlregistration.h>
+#include <filesystem>
+
+namespace orvo {
+
+/// Recognises what is spoken in the open project, on this machine. Main thread only.
+class Transcription : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Belongs to the model")
+    Q_PROPERTY(QString language READ language WRITE setLanguage NOTIFY settingsChanged)
+    Q_PROPERTY(QString speechModel READ speechModel WRITE setSpeechModel NOTIFY settingsChanged)
+    Q_PROPERTY(bool careful READ careful WRITE setCareful NOTIFY settingsChanged)
+public:
+    /// What the transcription works with. All of it outlives this object.
+    struct Parts {
+        const AppServices& services;
+        OpenProject& open;
+        Saving& saving;
+        ProjectLibrary& library;
+        Operation& operation;
+        Workers& workers;
+    };
+    explicit Transcription(const Parts& parts);
+
+    /// A long operation. The words replace the transcript, as one step to undo, and the suggestions are made anew. Downloads
+    /// the model when it is not there.
+    Q_INVOKABLE void transcribe();
+
+    /// Writes all audio of a project but that of cameras into one file for speech recognition.
+    QCoro::Task<> analysisAudio(VideoProject project, std::filesystem::path destination, WorkControl control);
+
+    /// Language of the speech, "es-ES" or "en-US".
+    QString language() const { return m_language; }
+    void setLanguage(const QString& language);
+    /// The name of the speech model, one that `SpeechModels` knows.
+    QString speechModel() const { return QString::fromStdString(m_options.model); }
+    void setSpeechModel(const QString& model);
+    /// Whether the recognition takes more time to make fewer errors.
+    bool careful() const { return m_options.decoding == SpeechRecognizer::Decoding::careful; }
+    void setCareful(bool careful);
+
+signals:
+    void settingsChanged();
+
+private:
+    QCoro::Task<> transcribeProject(VideoProject project, WorkControl control);
+
+    const Parts m_parts;
+    QString m_language = QStringLiteral("es-ES");
+    TranscriptionOptions m_options{.model = std::string(SpeechModels::usual)};
+};
+
+} // namespace orvo
