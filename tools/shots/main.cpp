@@ -65,7 +65,7 @@ public:
     Photographer(QDir folder, MainWindow& main)
         : m_folder(std::move(folder))
         , m_window(main.window())
-        , m_appearance(*qmlEngine(&m_window)->singletonInstance<Appearance*>("OrvoVideo", "Appearance"))
+        , m_appearance(*qmlEngine(&m_window)->singletonInstance<Appearance*>("Orvo.Ui", "Appearance"))
     {
     }
 
@@ -154,7 +154,8 @@ void takeAll(const QDir& folder)
     waitFor("the end of the recording", [&] { return !model.capturing() && !model.busy(); });
 
     main.open({QString::fromStdString(lesson.id.text())});
-    waitFor("the preview", [&] { return model.preview() == Playback::Preview::Ready; });
+    waitFor("the preview of the lesson",
+        [&] { return model.project() && model.project()->id == lesson.id && model.preview() == Playback::Preview::Ready; });
     model.seek(12.5);
     model.setSelectedSpan({13, 16});
     model.findSuggestions();
