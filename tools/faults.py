@@ -24,6 +24,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tests/support"))
 
+from display import Display  # noqa: E402: part of the tests.
 from sound import Sound  # noqa: E402: part of the tests.
 
 BIN = ROOT / "build/release/bin"
@@ -53,12 +54,8 @@ class World:
         self.sound = Sound(self.folder / "runtime")
         self.environment = {**os.environ, **self.sound.environment, "ORVO_LIBRARY": str(self.library), "LC_ALL": "C.UTF-8"}
         self.environment.pop("WAYLAND_DISPLAY", None)
-        reading, writing = os.pipe()
-        self.display = self._start(["Xvfb", "-displayfd", str(writing), "-screen", "0", size + "x24", "-nolisten", "tcp", "-noreset"],
-                                   pass_fds=[writing])
-        os.close(writing)
-        with os.fdopen(reading) as answer:
-            self.environment["DISPLAY"] = ":" + answer.readline().strip()
+        self.display = Display(size)
+        self.environment["DISPLAY"] = self.display.name
         width, height = size.split("x")
         self.pattern = self._start([BIN / "orvo-time-pattern", 0, 0, width, height, 30, "--sound"], stdout=subprocess.PIPE)
         self.pattern.stdout.readline()
@@ -68,6 +65,7 @@ class World:
             if process.poll() is None:
                 process.kill()
             process.wait()
+        self.display.close()
         self.sound.close()
 
     def _start(self, command, **options):
@@ -389,7 +387,7 @@ def main():
     attempt("sound restarted", lambda world: went_on(
         world, "Servidor de sonido reiniciado", lambda _: restart_sound(world), "silencio mientras falta; después sigue"))
     attempt("display ended", lambda world: ended_by_itself(
-        world, "Servidor gráfico terminado", lambda _: (world.display.kill(), world.display.wait())))
+        world, "Servidor gráfico terminado", lambda _: world.display.close()))
     attempt("window closed", lambda world: ended_by_itself(
         world, "Ventana cerrada", lambda _: world.pattern.kill(), "--source",
         json.loads(world.run(ORVO, "sources", "--json").stdout)["windows"][0]["id"]))

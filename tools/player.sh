@@ -2,7 +2,6 @@
 # Downloads third-party scripts of the web pages and their tests into FOLDER: tools/player.sh FOLDER
 #
 #   hls.light.min.js, hls.LICENSE.txt   hls.js (Apache-2.0), built into the publishing server's pages
-#   hls.min.js                          the full version, for the tests' own page
 #   axe.min.js                          axe-core (MPL-2.0), with which the tests check accessibility
 #
 # Does nothing if they exist. Otherwise installs the packages with this machine's npm; tools/player/package-lock.json has
@@ -15,7 +14,7 @@ source tools/building.sh
 
 # Rebuilds files of another version.
 this=$(sha256sum <tools/player/package-lock.json)
-present() { [[ -e $folder/hls.min.js && -e $folder/hls.light.min.js && -e $folder/axe.min.js && -e $folder/made-of && $(<"$folder/made-of") == "$this" ]]; }
+present() { [[ -e $folder/hls.light.min.js && -e $folder/axe.min.js && -e $folder/made-of && $(<"$folder/made-of") == "$this" ]]; }
 if present; then exit 0; fi
 
 # If several run at once, the others wait for the first.
@@ -33,6 +32,6 @@ mkdir "$work"
 cp tools/player/package.json tools/player/package-lock.json "$work"
 shows_only_failures "$folder/download.log" npm --prefix "$work" ci --ignore-scripts --no-audit --no-fund ||
   { echo 'No se ha podido descargar el reproductor; vuelve a intentarlo cuando haya conexión.' >&2; exit 1; }
-mv "$work"/node_modules/hls.js/dist/{hls.min.js,hls.light.min.js} "$work/node_modules/axe-core/axe.min.js" "$folder"
+mv "$work"/node_modules/hls.js/dist/hls.light.min.js "$work/node_modules/axe-core/axe.min.js" "$folder"
 mv "$work/node_modules/hls.js/LICENSE" "$folder/hls.LICENSE.txt"
 printf '%s\n' "$this" >"$folder/made-of"

@@ -8,8 +8,14 @@ import os
 import shutil
 import signal
 import subprocess
+import sys
 import time
 from dataclasses import dataclass
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tests/support"))
+
+from display import Display as XServer  # noqa: E402: it lies with the tests.
 
 from orvobench import measure
 from orvobench.table import Row
@@ -68,12 +74,8 @@ class Display:
         self._started = []
 
     def __enter__(self):
-        reading, writing = os.pipe()
-        self._start(["Xvfb", "-displayfd", str(writing), "-screen", "0", f"{WIDTH}x{HEIGHT}x24", "-nolisten", "tcp", "-noreset"],
-                    pass_fds=[writing])
-        os.close(writing)
-        with os.fdopen(reading) as answer:
-            self.name = ":" + answer.readline().strip()
+        self._server = XServer(f"{WIDTH}x{HEIGHT}")
+        self.name = self._server.name
         self._log = self._folder / "shown.txt"
         pattern = [self._programs / "bench_pattern", 0, 0, *self._moving, self._fps, "--motion", "--log", self._log]
         shown = self._start([*pattern, *(["--sound"] if self._sound else [])], stdout=subprocess.PIPE)
@@ -84,9 +86,10 @@ class Display:
         for process in reversed(self._started):
             process.send_signal(signal.SIGTERM)
             process.wait()
+        self._server.close()
 
     def _start(self, command, **options):
-        environment = {**os.environ, **(self._sound or {}), **({"DISPLAY": self.name} if hasattr(self, "name") else {})}
+        environment = {**os.environ, **(self._sound or {}), "DISPLAY": self.name}
         process = subprocess.Popen([str(word) for word in command], stderr=subprocess.DEVNULL, env=environment, **options)
         self._started.append(process)
         return process

@@ -4,10 +4,15 @@ import json
 import os
 import shutil
 import subprocess
+import sys
 import tempfile
 import time
 import uuid
 from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tests/support"))
+
+from display import Display  # noqa: E402: it lies with the tests.
 
 from orvobench import document, material
 from orvobench.document import Edit
@@ -101,22 +106,8 @@ def _run(programs, folder, library, project, seconds):
     home = tempfile.mkdtemp(dir=folder)
     variables = {**os.environ, "ORVO_LIBRARY": str(library), "HOME": home, "XDG_CACHE_HOME": f"{home}/cache",
                  "XDG_CONFIG_HOME": f"{home}/config", "QT_QPA_PLATFORM": "xcb"}
-    with _Display() as display:
+    with Display() as display:
         words = [programs / "bench_window", str(time.monotonic_ns()), project, str(seconds)]
         done = subprocess.run(words, check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
                               env={**variables, "DISPLAY": display}, timeout=300)
     return json.loads(done.stdout)
-
-
-class _Display:
-    def __enter__(self):
-        read, write = os.pipe()
-        words = ["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x800x24", "-nolisten", "tcp"]
-        self.process = subprocess.Popen(words, pass_fds=[write], stderr=subprocess.DEVNULL)
-        os.close(write)
-        with os.fdopen(read) as answer:
-            return f":{answer.readline().strip()}"
-
-    def __exit__(self, *_):
-        self.process.terminate()
-        self.process.wait()

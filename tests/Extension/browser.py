@@ -3,7 +3,6 @@
 import http.server
 import json
 import os
-import signal
 import subprocess
 import sys
 import threading
@@ -15,6 +14,7 @@ HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parent / "support"))
 
 from devtools import DevTools  # noqa: E402: it lies in another folder.
+from display import Display  # noqa: E402
 
 LIMIT = 60  # Seconds that anything may take on a loaded machine.
 
@@ -51,9 +51,8 @@ class Browser:
         self.size = size
         self.extension = Path(origin).read_text().strip().split("/")[2]
         self.library = folder / "library"
-        self.processes = []
-        number = self._display()
-        self.environment = {**os.environ, "DISPLAY": f":{number}", "HOME": str(folder), "ORVO_LIBRARY": str(self.library),
+        self.display = Display(f"{size[0]}x{size[1]}")
+        self.environment = {**os.environ, "DISPLAY": self.display.name, "HOME": str(folder), "ORVO_LIBRARY": str(self.library),
                             "XDG_CONFIG_HOME": str(folder / "config"), "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
         self.environment.pop("WAYLAND_DISPLAY", None)
         profile = folder / "profile"
@@ -75,38 +74,26 @@ class Browser:
         self.tools.call("Browser.grantPermissions", origin=f"chrome-extension://{self.extension}",
                         permissions=["audioCapture", "videoCapture"])
         self.xdotool("search", "--sync", "--onlyvisible", "--name", "Reloj de prueba")
-        time.sleep(2)  # The extension's shortcuts are there a moment after the window.
+        # The extension's shortcuts are there a moment after the window.
+        wait_for("the shortcuts", lambda: self.in_extension(
+            "globalThis.chrome?.commands?.getAll().then((all) => all.some((one) => one.shortcut))"))
         self.focus()
-
-    def _display(self):
-        read, write = os.pipe()
-        self._start(["Xvfb", "-displayfd", str(write), "-screen", "0", f"{self.size[0]}x{self.size[1]}x24", "-nolisten", "tcp", "-noreset"],
-                    pass_fds=[write])
-        os.close(write)
-        with os.fdopen(read) as numbers:
-            return int(numbers.readline())
-
-    def _start(self, command, **options):
-        environment = getattr(self, "environment", None)
-        process = subprocess.Popen(command, env=environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                                   start_new_session=True, **options)
-        self.processes.append(process)
-        return process
 
     def close(self):
         self.tools.close()
-        for process in reversed(self.processes):
-            try:
-                os.killpg(process.pid, signal.SIGKILL)
-            except ProcessLookupError:
-                pass
-            process.wait()
+        self.display.close()
 
     def xdotool(self, *words):
         return subprocess.run(["xdotool", *words], env=self.environment, timeout=LIMIT, stdout=subprocess.PIPE).stdout.decode()
 
     def focus(self):
         self.xdotool("search", "--sync", "--onlyvisible", "--name", "Reloj de prueba", "windowfocus", "--sync", "%@")
+
+    def new_tab(self):
+        tabs = lambda: sum(target["type"] == "page" for target in self.tools.call("Target.getTargets")["targetInfos"])  # noqa: E731
+        before = tabs()
+        self.press("ctrl+t")
+        wait_for("the tab", lambda: tabs() > before)
 
     def press(self, keys):
         self.xdotool("key", "--clearmodifiers", keys)
@@ -119,9 +106,8 @@ class Browser:
     def in_extension(self, script):
         """Runs a script in the extension's worker."""
         targets = self.tools.call("Target.getTargets")["targetInfos"]
-        worker = next(target for target in targets if target["type"] == "service_worker" and self.extension in target["url"])
-        session = self.tools.attach(worker["targetId"])
-        return self.tools.run(script, session)
+        worker = next((one for one in targets if one["type"] == "service_worker" and self.extension in one["url"]), None)
+        return self.tools.run(script, self.tools.attach(worker["targetId"])) if worker else None
 
     def projects(self):
         """The documents themselves: nothing prepares or marks them here."""
@@ -152,6 +138,23 @@ class Browser:
         files = [self.media(project, track["kind"]) for track in project["tracks"]]
         wait_for("the first piece of each track", lambda: all(file.exists() and file.stat().st_size for file in files))
         return project["id"]
+
+    def project(self, identifier):
+        return next(project for project in self.projects() if project["id"] == identifier)
+
+    def recorded(self, identifier, seconds):
+        """Waits until so much is recorded, as the helper has written it down."""
+        wait_for(f"{seconds} s of the recording", lambda: self.project(identifier)["duration"] >= seconds)
+
+    def end(self, identifier, *keys):
+        """Ends the recording with these keys, the shortcut by default, and returns the prepared project and its screen."""
+        for key in keys or ["ctrl+shift+7"]:
+            self.press(key)
+        self.ended(identifier)
+        return self.prepared(identifier)
+
+    def ended(self, identifier):
+        wait_for("the end", lambda: self.project(identifier)["state"] == "processing-tab")
 
     def media(self, project, kind):
         return self.library / project["id"] / "media" / f"{kind}.webm"

@@ -17,6 +17,7 @@ from browser import Browser, expect, wait_for
 from timecode import offsets, pressed, probed, samples_of
 
 
+PRESS = ["mousemove", "500", "300", "sleep", "0.5", "mousemove", "500", "400", "sleep", "0.3", "click", "1"]
 # The clock of a page stands still while the machine sleeps: this page was opened before an hour of sleep.
 SLEPT = """chrome.tabs.query({ active: true }).then(([tab]) => chrome.scripting.executeScript({ target: { tabId: tab.id }, func: () => {
   Object.defineProperty(performance, "timeOrigin", { value: performance.timeOrigin - 3600 * 1000 });
@@ -28,14 +29,12 @@ def whole(browser):
     identifier = browser.begin()
     began = time.monotonic()
     browser.in_extension(SLEPT)
-    browser.xdotool("mousemove", "250", "400")
-    time.sleep(1)
-    browser.xdotool("mousemove", "500", "400", "sleep", "0.3", "click", "1")
-    time.sleep(4)
+    browser.xdotool("mousemove", "250", "400", "sleep", "1", "mousemove", "500", "400", "sleep", "0.3", "click", "1")
+    browser.recorded(identifier, 6)
     browser.press("ctrl+shift+9")
-    time.sleep(2.5)
+    browser.recorded(identifier, 8)
     browser.xdotool("click", "1", "key", "ctrl+shift+7")
-    wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
+    browser.ended(identifier)
     lasted = time.monotonic() - began
     project, screen = browser.prepared(identifier)
     print(f"{project['title']}: {project['width']}×{project['height']}, {project['duration']:.2f} s, {len(project['edit']['events'])} events")
@@ -69,10 +68,10 @@ def cut_off(action):
     """The recording is cut off in the middle; what is there can be prepared."""
     def run(browser):
         identifier = browser.begin()
-        time.sleep(5)
+        browser.recorded(identifier, 5)
         action(browser)
         wait_for("the helper's end", lambda: not helper_lives(browser))
-        project = next(project for project in browser.projects() if project["id"] == identifier)
+        project = browser.project(identifier)
         expect(project["state"] in ("recoverable-tab", "recording-tab", "processing-tab"), f"the project is {project['state']}")
         project, screen = browser.prepared(identifier)
         seconds = float(probed(screen)["video"]["duration"])
@@ -95,14 +94,11 @@ def is_zombie(pid):
 
 def closed_tab(browser):
     identifier = browser.begin()
-    time.sleep(4)
-    browser.press("ctrl+t")
-    time.sleep(1)
+    browser.recorded(identifier, 4)
+    browser.new_tab()
     browser.press("ctrl+1")
-    time.sleep(0.5)
-    browser.press("ctrl+w")
-    wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
-    _, screen = browser.prepared(identifier)
+    browser.focus()
+    _, screen = browser.end(identifier, "ctrl+w")
     expect(float(probed(screen)["video"]["duration"]) > 3, "too little is left")
 
 
@@ -110,9 +106,9 @@ def with_devices(browser):
     """Microphone and camera are tracks of their own, in time with the tab."""
     browser.in_extension("chrome.storage.local.set({ options: { height: 720, fps: 30, microphone: true, camera: true } })")
     identifier = browser.begin()
-    time.sleep(6)
+    browser.recorded(identifier, 6)
     browser.press("ctrl+shift+7")
-    wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
+    browser.ended(identifier)
     began = {track["kind"]: track["start"] for track in browser.projects()[0]["tracks"]}
     project, screen = browser.prepared(identifier)
     seconds = float(probed(screen)["video"]["duration"])
@@ -130,16 +126,14 @@ def with_devices(browser):
 def navigated(browser):
     """The tab goes to another page: the recording goes on, and so does the pointer."""
     identifier = browser.begin()
-    time.sleep(2)
+    browser.recorded(identifier, 2)
     browser.press("ctrl+l")
     browser.xdotool("type", "--delay", "20", f"{browser.address}?again")
     browser.press("Return")
-    time.sleep(4)
-    browser.xdotool("mousemove", "500", "300", "sleep", "0.5", "mousemove", "500", "400", "sleep", "0.3", "click", "1")
-    time.sleep(2)
-    browser.press("ctrl+shift+7")
-    wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
-    project, screen = browser.prepared(identifier)
+    browser.recorded(identifier, 7)
+    browser.xdotool(*PRESS)
+    browser.recorded(identifier, 9)
+    project, screen = browser.end(identifier)
     expect(float(probed(screen)["video"]["duration"]) > 7, "too little is left")
     clicks = [event["time"] for event in project["edit"]["events"] if event["kind"] == "click"]
     expect(len(clicks) == 1 and clicks[0] > 5, f"presses at {clicks}")
@@ -150,19 +144,14 @@ def frames(browser):
     and when the frame has scrolled."""
     browser.xdotool("mousemove", "500", "400")
     identifier = browser.begin()
-    time.sleep(1)
     for keys in (None, "ctrl+plus", "ctrl+plus"):
         if keys:
-            browser.press(keys)
-            time.sleep(1)
+            browser.xdotool("key", "--clearmodifiers", keys, "sleep", "1")
         # In the page and in its frame at the same height.
         for x in ("600", "900"):
             browser.xdotool("mousemove", x, "640", "sleep", "0.3", "mousemove", x, "650", "sleep", "0.3", "click", "1", "sleep", "0.2")
         browser.xdotool("click", "5", "sleep", "0.3", "click", "1", "sleep", "0.2")
-    time.sleep(1)
-    browser.press("ctrl+shift+7")
-    wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
-    project, _ = browser.prepared(identifier)
+    project, _ = browser.end(identifier)
     clicks = [event for event in project["edit"]["events"] if event["kind"] == "click"]
     print("pressed at", [(round(click["x"], 3), round(click["y"], 3)) for click in clicks])
     expect([round(click["x"], 2) for click in clicks] == [0.6, 0.9, 0.9] * 3, "they lie elsewhere")
@@ -183,17 +172,15 @@ def send(number, processes):
 def asleep(browser):
     """The machine sleeps for twenty seconds: what comes after it is recorded, and is told at its time."""
     identifier = browser.begin()
-    time.sleep(3)
+    browser.recorded(identifier, 3)
     everybody = browser.descendants()
     send(signal.SIGSTOP, everybody)
     time.sleep(SLEEP)
     send(signal.SIGCONT, everybody)
-    time.sleep(3)
-    browser.xdotool("mousemove", "500", "300", "sleep", "0.5", "mousemove", "500", "400", "sleep", "0.3", "click", "1")
-    time.sleep(2)
-    browser.press("ctrl+shift+7")
-    wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
-    project, screen = browser.prepared(identifier)
+    browser.recorded(identifier, SLEEP + 6)
+    browser.xdotool(*PRESS)
+    browser.recorded(identifier, SLEEP + 8)
+    project, screen = browser.end(identifier)
     seconds = float(probed(screen)["video"]["duration"])
     clicks = [event["time"] for event in project["edit"]["events"] if event["kind"] == "click"]
     shown = pressed(screen)
@@ -207,13 +194,9 @@ def asleep(browser):
 def asked_twice(browser):
     """There is one recording at a time, whatever tab asks."""
     identifier = browser.begin()
-    time.sleep(1)
-    browser.press("ctrl+t")  # In another tab the same shortcut ends the one recording there is.
-    time.sleep(2)
-    browser.press("ctrl+shift+7")
-    wait_for("the end", lambda: browser.projects()[0]["state"] == "processing-tab")
+    browser.new_tab()  # In another tab the same shortcut ends the one recording there is.
+    browser.end(identifier)
     expect(len(browser.projects()) == 1, "there are two recordings")
-    browser.prepared(identifier)
 
 
 def stop_worker(browser):
@@ -226,9 +209,9 @@ def worker_stopped(browser):
     """Cut off with the worker; the next one records at once."""
     cut_off(stop_worker)(browser)
     identifier = browser.begin()
-    time.sleep(2)
+    browser.recorded(identifier, 2)
     browser.press("ctrl+shift+7")
-    wait_for("the end", lambda: any(p["id"] == identifier and p["state"] == "processing-tab" for p in browser.projects()))
+    browser.ended(identifier)
 
 
 # Greets and ends as soon as a recording is asked for.
@@ -278,8 +261,6 @@ def reload_extension(browser):
 CASES = {
     "whole": whole,
     "closed_tab": closed_tab,
-    "browser_killed": cut_off(lambda browser: os.killpg(browser.chromium.pid, signal.SIGKILL)),
-    "browser_closed": cut_off(lambda browser: browser.press("ctrl+shift+w")),
     "extension_reloaded": cut_off(reload_extension),
     "worker_stopped": worker_stopped,
     "helper_gone_early": helper_gone_early,

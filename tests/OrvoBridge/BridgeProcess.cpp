@@ -1,65 +1,19 @@
 #include "BridgeProcess.h"
 
-#include <array>
 #include <cstdint>
 #include <cstring>
-#include <fcntl.h>
 #include <format>
 #include <fstream>
 #include <openssl/evp.h>
-#include <spawn.h>
-#include <stdexcept>
-#include <sys/wait.h>
 #include <unistd.h>
-#include <utility>
-#include <vector>
-
-extern char** environ;
 
 namespace orvo::test {
 
 BridgeProcess::BridgeProcess(const std::filesystem::path& library)
-{
-    std::array<int, 2> input{};
-    std::array<int, 2> output{};
-    if (::pipe2(input.data(), O_CLOEXEC) != 0 || ::pipe2(output.data(), O_CLOEXEC) != 0)
-        throw std::runtime_error("no pipe");
-    posix_spawn_file_actions_t actions{};
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-
-    std::vector<std::string> variables{"ORVO_LIBRARY=" + library.string()};
-    for (char** variable = environ; *variable; ++variable) {
-        if (!std::string_view(*variable).starts_with("ORVO_LIBRARY="))
-            variables.emplace_back(*variable);
-    }
-    std::vector<char*> environment;
-    for (auto& variable : variables)
-        environment.push_back(variable.data());
-    environment.push_back(nullptr);
     // As browsers start it: with the extension's origin.
-    std::string program = ORVO_BRIDGE;
-    std::string origin = "chrome-extension://abcdefghijklmnopabcdefghijklmnop/";
-    std::array<char*, 3> arguments{program.data(), origin.data(), nullptr};
-    const int status = ::posix_spawn(&m_process, program.c_str(), &actions, nullptr, arguments.data(), environment.data());
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(input[0]);
-    ::close(output[1]);
-    m_input = input[1];
-    m_output = output[0];
-    if (status != 0)
-        throw std::runtime_error("cannot start " + program);
-    std::signal(SIGPIPE, SIG_IGN);
-}
-
-BridgeProcess::~BridgeProcess()
+    : m_process({ORVO_BRIDGE, "chrome-extension://abcdefghijklmnopabcdefghijklmnop/"}, {{"ORVO_LIBRARY", library.string()}})
 {
-    if (m_process > 0)
-        kill(SIGKILL);
-    ::close(m_output);
-    if (m_input >= 0)
-        ::close(m_input);
+    std::signal(SIGPIPE, SIG_IGN);
 }
 
 void BridgeProcess::send(std::string_view message)
@@ -73,7 +27,7 @@ void BridgeProcess::send(std::string_view message)
 void BridgeProcess::sendBytes(std::string_view bytes)
 {
     while (!bytes.empty()) {
-        const ssize_t written = ::write(m_input, bytes.data(), bytes.size());
+        const ssize_t written = ::write(m_process.input(), bytes.data(), bytes.size());
         if (written <= 0)
             return;
         bytes.remove_prefix(static_cast<std::size_t>(written));
@@ -84,7 +38,7 @@ std::optional<std::string> BridgeProcess::answer()
 {
     const auto read = [this](char* to, std::size_t count) {
         while (count > 0) {
-            const ssize_t got = ::read(m_output, to, count);
+            const ssize_t got = ::read(m_process.output(), to, count);
             if (got <= 0)
                 return false;
             to += got;
@@ -101,24 +55,9 @@ std::optional<std::string> BridgeProcess::answer()
     return text;
 }
 
-int BridgeProcess::hangUp()
-{
-    ::close(std::exchange(m_input, -1));
-    int status = 0;
-    ::waitpid(std::exchange(m_process, -1), &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-void BridgeProcess::kill(int signal)
-{
-    ::kill(m_process, signal);
-    int status = 0;
-    ::waitpid(std::exchange(m_process, -1), &status, 0);
-}
-
 std::size_t BridgeProcess::peakMemory() const
 {
-    std::ifstream status(std::format("/proc/{}/status", m_process));
+    std::ifstream status(std::format("/proc/{}/status", m_process.pid()));
     for (std::string line; std::getline(status, line);) {
         if (line.starts_with("VmHWM:"))
             return std::stoull(line.substr(6)) * 1024;

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <csignal>
+#include "TestSupport/ChildProcess.h"
+
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <sys/types.h>
 
 namespace orvo::test {
 
@@ -13,9 +13,6 @@ namespace orvo::test {
 class BridgeProcess {
 public:
     explicit BridgeProcess(const std::filesystem::path& library);
-    ~BridgeProcess();
-    BridgeProcess(const BridgeProcess&) = delete;
-    BridgeProcess& operator=(const BridgeProcess&) = delete;
 
     /// Sends one message. A helper that has ended takes none.
     void send(std::string_view message);
@@ -26,17 +23,15 @@ public:
     std::optional<std::string> answer();
 
     /// Closes its input, as a browser does that goes away, and waits. Returns the exit status, or −1 after a signal.
-    int hangUp();
+    int hangUp() { return m_process.wait(); }
 
-    void kill(int signal);
+    void kill(int signal) { m_process.end(signal); }
 
     /// The most memory it has had so far, in bytes.
     std::size_t peakMemory() const;
 
 private:
-    pid_t m_process = -1;
-    int m_input = -1;
-    int m_output = -1;
+    ChildProcess m_process;
 };
 
 /// A "chunk" message.

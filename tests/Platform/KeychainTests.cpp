@@ -1,7 +1,7 @@
 #include "Platform/keychain/Keychain.h"
 #include "PromptingKeyring.h"
+#include "TestSupport/Failure.h"
 #include "TestSupport/Keyring.h"
-#include "VideoCore/Error.h"
 
 #include <cstdlib>
 #include <format>
@@ -17,21 +17,14 @@ using testing::MatchesRegex;
 
 std::string loaded(Interaction interaction = Interaction::forbidden, const std::string& account = "adminToken")
 {
-    try {
-        return Keychain::load(account, interaction);
-    } catch (const std::exception& error) {
-        return describe(error);
-    }
+    std::string secret;
+    const std::string failure = failureOf([&] { secret = Keychain::load(account, interaction); });
+    return failure.empty() ? secret : failure;
 }
 
 std::string saved(const std::string& value)
 {
-    try {
-        Keychain::save(value, "adminToken");
-    } catch (const std::exception& error) {
-        return describe(error);
-    }
-    return "";
+    return failureOf([&] { Keychain::save(value, "adminToken"); });
 }
 
 std::string notRead(int status)

@@ -1,268 +1,166 @@
 #include "PromptingKeyring.h"
 
-#include <cstdlib>
-#include <future>
-#include <gio/gio.h>
-#include <initializer_list>
-#include <memory>
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <QDBusVariant>
+#include <QDBusVirtualObject>
+#include <QThread>
+#include <QTimer>
 #include <stdexcept>
-#include <string_view>
 #include <utility>
-#include <vector>
 
 namespace orvo::test {
 
-namespace {
-
-constexpr auto servicePath = "/org/freedesktop/secrets";
-constexpr auto sessionPath = "/org/freedesktop/secrets/session/one";
-constexpr auto collectionPath = "/org/freedesktop/secrets/collection/login";
-constexpr auto aliasPath = "/org/freedesktop/secrets/aliases/default";
-constexpr auto itemPath = "/org/freedesktop/secrets/collection/login/1";
-constexpr auto promptPath = "/org/freedesktop/secrets/prompt/1";
-constexpr auto nothing = "/";
-
-/// What of the interface is used here.
-constexpr auto description = R"xml(<node>
-  <interface name="org.freedesktop.Secret.Service">
-    <method name="OpenSession">
-      <arg type="s" direction="in"/><arg type="v" direction="in"/><arg type="v" direction="out"/><arg type="o" direction="out"/>
-    </method>
-    <method name="CreateCollection">
-      <arg type="a{sv}" direction="in"/><arg type="s" direction="in"/>
-      <arg type="o" direction="out"/><arg type="o" direction="out"/>
-    </method>
-    <method name="SearchItems">
-      <arg type="a{ss}" direction="in"/><arg type="ao" direction="out"/><arg type="ao" direction="out"/>
-    </method>
-    <method name="Unlock">
-      <arg type="ao" direction="in"/><arg type="ao" direction="out"/><arg type="o" direction="out"/>
-    </method>
-    <method name="ReadAlias"><arg type="s" direction="in"/><arg type="o" direction="out"/></method>
-    <property name="Collections" type="ao" access="read"/>
-  </interface>
-  <interface name="org.freedesktop.Secret.Session"><method name="Close"/></interface>
-  <interface name="org.freedesktop.Secret.Collection">
-    <method name="CreateItem">
-      <arg type="a{sv}" direction="in"/><arg type="(oayays)" direction="in"/><arg type="b" direction="in"/>
-      <arg type="o" direction="out"/><arg type="o" direction="out"/>
-    </method>
-    <property name="Items" type="ao" access="read"/>
-    <property name="Label" type="s" access="read"/>
-    <property name="Locked" type="b" access="read"/>
-    <property name="Created" type="t" access="read"/>
-    <property name="Modified" type="t" access="read"/>
-  </interface>
-  <interface name="org.freedesktop.Secret.Item">
-    <method name="GetSecret"><arg type="o" direction="in"/><arg type="(oayays)" direction="out"/></method>
-    <method name="SetSecret"><arg type="(oayays)" direction="in"/></method>
-    <property name="Attributes" type="a{ss}" access="read"/>
-    <property name="Label" type="s" access="read"/>
-    <property name="Locked" type="b" access="read"/>
-    <property name="Created" type="t" access="read"/>
-    <property name="Modified" type="t" access="read"/>
-  </interface>
-  <interface name="org.freedesktop.Secret.Prompt">
-    <method name="Prompt"><arg type="s" direction="in"/></method>
-    <method name="Dismiss"/>
-    <signal name="Completed"><arg type="b"/><arg type="v"/></signal>
-  </interface>
-</node>)xml";
-
-struct Release {
-    void operator()(GMainContext* context) const { g_main_context_unref(context); }
-    void operator()(GMainLoop* loop) const { g_main_loop_unref(loop); }
-    void operator()(GDBusNodeInfo* node) const { g_dbus_node_info_unref(node); }
-    void operator()(GVariant* value) const { g_variant_unref(value); }
-    void operator()(GDBusConnection* connection) const { g_object_unref(connection); }
+/// A secret as it goes over the bus: session, parameters, value and content type.
+struct PassedSecret {
+    QDBusObjectPath session;
+    QByteArray parameters;
+    QByteArray value;
+    QString type;
 };
-template <typename T> using Handle = std::unique_ptr<T, Release>;
 
-GVariant* paths(std::initializer_list<const char*> list)
+QDBusArgument& operator<<(QDBusArgument& argument, const PassedSecret& secret)
 {
-    return g_variant_new_objv(list.begin(), static_cast<gssize>(list.size()));
+    argument.beginStructure();
+    argument << secret.session << secret.parameters << secret.value << secret.type;
+    argument.endStructure();
+    return argument;
 }
 
-GVariant* bytes(std::string_view text)
+const QDBusArgument& operator>>(const QDBusArgument& argument, PassedSecret& secret)
 {
-    return g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, text.data(), text.size(), 1);
+    argument.beginStructure();
+    argument >> secret.session >> secret.parameters >> secret.value >> secret.type;
+    argument.endStructure();
+    return argument;
+}
+
+namespace {
+
+constexpr auto name = "org.freedesktop.secrets";
+const QString root = "/org/freedesktop/secrets";
+const QDBusObjectPath session(root + "/session/one");
+const QDBusObjectPath collection(root + "/collection/login");
+const QDBusObjectPath item(root + "/collection/login/1");
+const QDBusObjectPath prompt(root + "/prompt/1");
+const QDBusObjectPath nothing("/");
+
+using Paths = QList<QDBusObjectPath>;
+
+QVariant variant(const auto& value)
+{
+    return QVariant::fromValue(value);
 }
 
 } // namespace
 
-class PromptingKeyring::Service {
+class PromptingKeyring::Service final : public QDBusVirtualObject {
 public:
     explicit Service(Setup setup)
         : m_setup(std::move(setup))
-        , m_context(g_main_context_new())
-        , m_loop(g_main_loop_new(m_context.get(), FALSE))
-        , m_interfaces(g_dbus_node_info_new_for_xml(description, nullptr))
         , m_hasKeyring(!m_setup.secret.empty())
     {
+        qDBusRegisterMetaType<PassedSecret>();
+        qDBusRegisterMetaType<QMap<QString, QString>>();
     }
-
-    /// Serves until `stop`; `started` is told when it can be spoken to, or why it cannot.
-    void run(std::promise<void>& started)
+    ~Service() override
     {
-        g_main_context_push_thread_default(m_context.get());
-        try {
-            connect();
-            started.set_value();
-            g_main_loop_run(m_loop.get());
-        } catch (...) {
-            started.set_exception(std::current_exception());
-        }
-        for (auto* call : std::exchange(m_unanswered, {}))
-            g_object_unref(call);
-        if (m_bus)
-            g_dbus_connection_close_sync(m_bus.get(), nullptr, nullptr);
-        m_bus.reset();
-        g_main_context_pop_thread_default(m_context.get());
+        m_bus.unregisterService(name);
+        QDBusConnection::disconnectFromBus(name);
     }
+    Service(const Service&) = delete;
+    Service& operator=(const Service&) = delete;
 
-    void stop()
+    bool begin() { return m_bus.registerVirtualObject(root, this, QDBusConnection::SubPath) && m_bus.registerService(name); }
+
+    QString introspect(const QString&) const override { return {}; }
+
+    /// Called on a thread of the bus.
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection&) override
     {
-        g_main_context_invoke(
-            m_context.get(),
-            [](gpointer loop) {
-                g_main_loop_quit(static_cast<GMainLoop*>(loop));
-                return gboolean{G_SOURCE_REMOVE};
-            },
-            m_loop.get());
+        message.setDelayedReply(true);
+        return QMetaObject::invokeMethod(this, [this, message] { serve(message); }, Qt::QueuedConnection);
     }
 
     std::atomic<int> asked = 0;
     std::atomic<int> takenBack = 0;
-
     const std::string& secret() const { return m_setup.secret; }
 
 private:
-    void connect()
+    void serve(const QDBusMessage& message)
     {
-        m_bus.reset(g_dbus_connection_new_for_address_sync(std::getenv("DBUS_SESSION_BUS_ADDRESS"),
-            GDBusConnectionFlags(
-                G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-            nullptr, nullptr, nullptr));
-        if (!m_bus)
-            throw std::runtime_error("there is no bus");
-        serve(servicePath, "org.freedesktop.Secret.Service");
-        serve(sessionPath, "org.freedesktop.Secret.Session");
-        serve(promptPath, "org.freedesktop.Secret.Prompt");
-        if (m_hasKeyring)
-            serveKeyring();
-        constexpr guint32 doNotQueue = 4;
-        const Handle<GVariant> answer(
-            g_dbus_connection_call_sync(m_bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-                "RequestName", g_variant_new("(su)", "org.freedesktop.secrets", doNotQueue), G_VARIANT_TYPE("(u)"),
-                G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
-        guint32 outcome = 0;
-        if (answer)
-            g_variant_get(answer.get(), "(u)", &outcome);
-        if (outcome != 1)
-            throw std::runtime_error("there is another secret service");
-    }
-
-    void serve(const char* path, const char* interface)
-    {
-        static const GDBusInterfaceVTable table{.method_call = &Service::called, .get_property = &Service::read};
-        g_dbus_connection_register_object(m_bus.get(), path,
-            g_dbus_node_info_lookup_interface(m_interfaces.get(), interface), &table, this, nullptr, nullptr);
-    }
-
-    void serveKeyring()
-    {
-        serve(collectionPath, "org.freedesktop.Secret.Collection");
-        serve(aliasPath, "org.freedesktop.Secret.Collection");
-        serve(itemPath, "org.freedesktop.Secret.Item");
-    }
-
-    static void called(GDBusConnection*, const char*, const char*, const char*, const char* method, GVariant* arguments,
-        GDBusMethodInvocation* call, gpointer self)
-    {
-        static_cast<Service*>(self)->answer(method, arguments, call);
-    }
-
-    void answer(std::string_view method, GVariant* in, GDBusMethodInvocation* call)
-    {
-        if (m_isSilent) {
-            m_unanswered.push_back(call);
+        const auto method = message.member();
+        const auto arguments = message.arguments();
+        if (m_isSilent)
+            return;
+        if (method == "OpenSession" && arguments.at(0).toString() != "plain") {
+            m_bus.send(message.createErrorReply("org.freedesktop.DBus.Error.NotSupported", "plain only"));
             return;
         }
-        if (method == "OpenSession" && !isPlain(in))
-            return g_dbus_method_invocation_return_dbus_error(call, "org.freedesktop.DBus.Error.NotSupported", "plain only");
-        if (m_isLocked && (method == "GetSecret" || method == "SetSecret" || method == "CreateItem"))
-            return g_dbus_method_invocation_return_dbus_error(call, "org.freedesktop.Secret.Error.IsLocked", "locked");
-        g_dbus_method_invocation_return_value(call, outcome(method, in));
+        if (m_isLocked && (method == "GetSecret" || method == "SetSecret" || method == "CreateItem")) {
+            m_bus.send(message.createErrorReply("org.freedesktop.Secret.Error.IsLocked", "locked"));
+            return;
+        }
+        m_bus.send(message.createReply(answer(message.path(), method, arguments)));
         if (method == "Prompt")
             ask();
         else if (method == "Dismiss")
             dismiss();
     }
 
-    static bool isPlain(GVariant* in)
+    QVariantList answer(const QString& path, const QString& method, const QVariantList& in)
     {
-        const char* algorithm = nullptr;
-        g_variant_get_child(in, 0, "&s", &algorithm);
-        return algorithm == std::string_view("plain");
-    }
-
-    GVariant* outcome(std::string_view method, GVariant* in)
-    {
+        if (method == "Get")
+            return {variant(QDBusVariant(properties(path).value(in.at(1).toString())))};
+        if (method == "GetAll")
+            return {properties(path)};
         if (method == "OpenSession")
-            return g_variant_new("(vo)", g_variant_new_string(""), sessionPath);
-        if (method == "SearchItems")
-            return m_setup.secret.empty() ? g_variant_new("(@ao@ao)", paths({}), paths({}))
-                : m_isLocked              ? g_variant_new("(@ao@ao)", paths({}), paths({itemPath}))
-                                          : g_variant_new("(@ao@ao)", paths({itemPath}), paths({}));
+            return {variant(QDBusVariant("")), variant(session)};
+        if (method == "SearchItems") {
+            const Paths found = m_setup.secret.empty() ? Paths() : Paths{item};
+            return {variant(m_isLocked ? Paths() : found), variant(m_isLocked ? found : Paths())};
+        }
         if (method == "ReadAlias")
-            return g_variant_new("(o)", m_hasKeyring ? collectionPath : nothing);
+            return {variant(m_hasKeyring ? collection : nothing)};
         if (method == "Unlock") {
-            m_opened.reset(g_variant_get_child_value(in, 0));
-            return m_isLocked ? g_variant_new("(@aoo)", paths({}), promptPath)
-                              : g_variant_new("(@aoo)", m_opened.get(), nothing);
+            m_opened = variant(qdbus_cast<Paths>(in.at(0)));
+            return {m_isLocked ? variant(Paths()) : m_opened, variant(m_isLocked ? prompt : nothing)};
         }
         if (method == "CreateCollection") {
-            m_opened.reset(g_variant_ref_sink(g_variant_new_object_path(collectionPath)));
-            return g_variant_new("(oo)", nothing, promptPath);
+            m_opened = variant(collection);
+            return {variant(nothing), variant(prompt)};
         }
         if (method == "GetSecret")
-            return g_variant_new("((o@ay@ays))", sessionPath, bytes(""), bytes(m_setup.secret), "text/plain");
-        if (method == "SetSecret") {
-            keep(in, 0);
-            return nullptr;
+            return {variant(PassedSecret{session, "", QByteArray::fromStdString(m_setup.secret), "text/plain"})};
+        if (method == "SetSecret" || method == "CreateItem") {
+            const bool isNew = method == "CreateItem";
+            m_setup.secret = qdbus_cast<PassedSecret>(in.at(isNew ? 1 : 0)).value.toStdString();
+            return isNew ? QVariantList{variant(item), variant(nothing)} : QVariantList();
         }
-        if (method == "CreateItem") {
-            keep(in, 1);
-            return g_variant_new("(oo)", itemPath, nothing);
-        }
-        return nullptr;
+        return {};
     }
 
-    void keep(GVariant* in, gsize argument)
+    QVariantMap properties(const QString& path) const
     {
-        const Handle<GVariant> secret(g_variant_get_child_value(in, argument));
-        const Handle<GVariant> value(g_variant_get_child_value(secret.get(), 2));
-        gsize length = 0;
-        const auto* content = static_cast<const char*>(g_variant_get_fixed_array(value.get(), &length, 1));
-        m_setup.secret.assign(content, length);
+        if (path == root)
+            return {{"Collections", variant(m_hasKeyring ? Paths{collection} : Paths())}};
+        QVariantMap all{
+            {"Label", "Inicio de sesión"}, {"Locked", m_isLocked}, {"Created", quint64(0)}, {"Modified", quint64(0)}};
+        if (path == item.path())
+            all["Attributes"] = variant(QMap<QString, QString>{{"account", "adminToken"}, {"xdg:schema", "es.orvo.video"}});
+        else
+            all["Items"] = variant(m_setup.secret.empty() ? Paths() : Paths{item});
+        return all;
     }
 
     void ask()
     {
         ++asked;
-        if (m_setup.user == User::isAway)
-            return;
-        GSource* source = g_timeout_source_new(static_cast<guint>(m_setup.thinks.count()));
-        g_source_set_callback(
-            source,
-            [](gpointer self) {
-                auto* service = static_cast<Service*>(self);
-                service->complete(service->m_setup.user == User::refuses);
-                return gboolean{G_SOURCE_REMOVE};
-            },
-            this, nullptr);
-        g_source_attach(source, m_context.get());
-        g_source_unref(source);
+        if (m_setup.user != User::isAway)
+            QTimer::singleShot(m_setup.thinks, this, [this] { complete(m_setup.user == User::refuses); });
     }
 
     void dismiss()
@@ -273,50 +171,24 @@ private:
 
     void complete(bool isDismissed)
     {
-        GVariant* opened = m_opened.get();
+        QVariant opened = m_opened;
         if (isDismissed) {
             // Some services say that nothing was opened, others say nothing.
-            opened = m_dismissals++ > 0          ? g_variant_new_string("")
-                : g_variant_is_container(opened) ? paths({})
-                                                 : g_variant_new_object_path(nothing);
+            opened = m_dismissals++ > 0                  ? QVariant("")
+                : m_opened.canConvert<QDBusObjectPath>() ? variant(nothing)
+                                                         : variant(Paths());
         } else {
             m_isLocked = false;
-            if (!std::exchange(m_hasKeyring, true))
-                serveKeyring();
+            m_hasKeyring = true;
             m_isSilent = m_setup.isSilentAfterwards;
         }
-        g_dbus_connection_emit_signal(m_bus.get(), nullptr, promptPath, "org.freedesktop.Secret.Prompt", "Completed",
-            g_variant_new("(bv)", isDismissed ? TRUE : FALSE, opened), nullptr);
-    }
-
-    static GVariant* read(
-        GDBusConnection*, const char*, const char*, const char*, const char* property, GError**, gpointer self)
-    {
-        return static_cast<Service*>(self)->property(property);
-    }
-
-    GVariant* property(std::string_view name) const
-    {
-        if (name == "Collections")
-            return m_hasKeyring ? paths({collectionPath}) : paths({});
-        if (name == "Items")
-            return m_setup.secret.empty() ? paths({}) : paths({itemPath});
-        if (name == "Locked")
-            return g_variant_new_boolean(m_isLocked ? TRUE : FALSE);
-        if (name == "Label")
-            return g_variant_new_string("Inicio de sesión");
-        if (name == "Attributes")
-            return g_variant_new_parsed("{'account': 'adminToken', 'xdg:schema': 'es.orvo.video'}");
-        return g_variant_new_uint64(0);
+        auto signal = QDBusMessage::createSignal(prompt.path(), "org.freedesktop.Secret.Prompt", "Completed");
+        m_bus.send(signal << isDismissed << variant(QDBusVariant(opened)));
     }
 
     Setup m_setup;
-    Handle<GMainContext> m_context;
-    Handle<GMainLoop> m_loop;
-    Handle<GDBusNodeInfo> m_interfaces;
-    Handle<GDBusConnection> m_bus;
-    Handle<GVariant> m_opened; ///< What the prompt is to open.
-    std::vector<GDBusMethodInvocation*> m_unanswered;
+    QDBusConnection m_bus = QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), name);
+    QVariant m_opened; ///< What the prompt is to open.
     bool m_hasKeyring;
     bool m_isLocked = true;
     bool m_isSilent = false;
@@ -324,22 +196,20 @@ private:
 };
 
 PromptingKeyring::PromptingKeyring(const Setup& setup)
-    : m_service(std::make_unique<Service>(setup))
+    : m_thread(std::make_unique<QThread>())
+    , m_service(new Service(setup))
 {
-    std::promise<void> started;
-    m_thread = std::thread([this, &started] { m_service->run(started); });
-    try {
-        started.get_future().get();
-    } catch (...) {
-        m_thread.join();
-        throw;
-    }
+    m_service->moveToThread(m_thread.get());
+    QObject::connect(m_thread.get(), &QThread::finished, m_service, &QObject::deleteLater);
+    m_thread->start();
+    if (!m_service->begin())
+        throw std::runtime_error("there is another secret service");
 }
 
 PromptingKeyring::~PromptingKeyring()
 {
-    m_service->stop();
-    m_thread.join();
+    m_thread->quit();
+    m_thread->wait();
 }
 
 int PromptingKeyring::asked() const

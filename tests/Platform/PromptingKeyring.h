@@ -5,7 +5,8 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <thread>
+
+class QThread;
 
 namespace orvo::test {
 
@@ -38,8 +39,8 @@ public:
 private:
     class Service;
 
-    std::unique_ptr<Service> m_service;
-    std::thread m_thread;
+    std::unique_ptr<QThread> m_thread;
+    Service* m_service; ///< Of the thread.
 };
 
 } // namespace orvo::test

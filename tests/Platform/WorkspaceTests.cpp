@@ -1,13 +1,10 @@
 #include "Platform/workspace/Workspace.h"
+#include "TestSupport/EventLoop.h"
+#include "TestSupport/PrivateBus.h"
 
-#include <QCoreApplication>
 #include <QDBusConnection>
-#include <QDeadlineTimer>
 #include <QDesktopServices>
-#include <QProcess>
-#include <QTimer>
 #include <QUrl>
-#include <functional>
 #include <gtest/gtest.h>
 
 namespace orvo::test {
@@ -40,31 +37,7 @@ namespace {
 
 class WorkspaceTests : public testing::Test {
 protected:
-    WorkspaceTests()
-    {
-        bus.start("dbus-daemon", {"--session", "--nofork", "--print-address"});
-        while (!bus.canReadLine() && bus.waitForReadyRead()) { }
-        address = QString::fromUtf8(bus.readLine().trimmed());
-        qputenv("DBUS_SESSION_BUS_ADDRESS", address.toUtf8());
-    }
-    ~WorkspaceTests() override
-    {
-        bus.kill();
-        bus.waitForFinished();
-    }
-
-    static bool waitUntil(const std::function<bool()>& condition)
-    {
-        const QDeadlineTimer deadline(60'000);
-        QTimer alarm;
-        alarm.start(60'000);
-        while (!condition() && !deadline.hasExpired())
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        return condition();
-    }
-
-    QProcess bus;
-    QString address;
+    const PrivateBus bus;
     Desktop desktop;
     std::unique_ptr<Workspace> workspace = Workspace::create();
 };
@@ -72,11 +45,11 @@ protected:
 TEST_F(WorkspaceTests, RevealsInTheFileManager)
 {
     FakeFileManager manager;
-    auto connection = QDBusConnection::connectToBus(address, "file manager");
+    auto connection = QDBusConnection::connectToBus(bus.address(), "file manager");
     ASSERT_TRUE(connection.registerObject("/org/freedesktop/FileManager1", &manager, QDBusConnection::ExportAllSlots));
     ASSERT_TRUE(connection.registerService("org.freedesktop.FileManager1"));
     workspace->reveal("/películas/mi vídeo.mp4");
-    ASSERT_TRUE(waitUntil([&] { return !manager.shown.isEmpty(); }));
+    ASSERT_TRUE(comesToHold([&] { return !manager.shown.isEmpty(); }));
     EXPECT_EQ(manager.shown, QStringList{"file:///pel%C3%ADculas/mi%20v%C3%ADdeo.mp4"});
     EXPECT_TRUE(desktop.opened.isEmpty());
     QDBusConnection::disconnectFromBus("file manager");
@@ -85,7 +58,7 @@ TEST_F(WorkspaceTests, RevealsInTheFileManager)
 TEST_F(WorkspaceTests, OpensTheFolderWhereThereIsNoFileManager)
 {
     workspace->reveal("/películas/mi vídeo.mp4");
-    ASSERT_TRUE(waitUntil([&] { return !desktop.opened.isEmpty(); }));
+    ASSERT_TRUE(comesToHold([&] { return !desktop.opened.isEmpty(); }));
     EXPECT_EQ(desktop.opened, QList<QUrl>{QUrl::fromLocalFile("/películas")});
     workspace->openFolder("/tmp");
     EXPECT_EQ(desktop.opened.back(), QUrl::fromLocalFile("/tmp"));

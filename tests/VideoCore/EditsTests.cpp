@@ -12,7 +12,6 @@ using test::emptyProject;
 using test::fixedId;
 using test::fullProject;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(Edits, cutAndRestore)
 {
@@ -32,37 +31,6 @@ TEST(Edits, cutAndRestore)
     project.edit.cuts = {{1, 2}, {1, 2}, {1, 3}};
     EXPECT_EQ(Edits::restore(project, {1, 2}), 2U) << "every equal one";
     EXPECT_THAT(project.edit.cuts, ElementsAre(TimeSpan{1, 3}));
-}
-
-TEST(Edits, newOverlaysAndZooms)
-{
-    const auto project = emptyProject(10);
-    const auto text = Edits::makeOverlay(project, Overlay::Kind::text, "  Nota ", 2);
-    EXPECT_EQ(
-        text, (Overlay{.id = text.id, .content = "  Nota ", .start = 2, .end = 7, .x = 0.08, .y = 0.08, .width = 0.3}));
-    const auto image = Edits::makeOverlay(project, Overlay::Kind::image, "media/a.PNG", 8);
-    EXPECT_EQ(image.kind, Overlay::Kind::image);
-    EXPECT_EQ(image.end, 10);
-
-    const auto zoom = Edits::makeZoom(4);
-    EXPECT_EQ(zoom,
-        (PointerEvent{
-            .id = zoom.id, .time = 4, .x = 0.5, .y = 0.5, .kind = PointerKind::zoom, .duration = 2.5, .scale = 1.8}));
-    EXPECT_NE(zoom.id, Edits::makeZoom(4).id);
-}
-
-TEST(Edits, applySuggestions)
-{
-    auto project = emptyProject(10);
-    const auto zoom = Edits::makeZoom(3);
-    Edits::apply(project, {.kind = SuggestionKind::zoom, .span = {3, 6}, .event = zoom});
-    EXPECT_THAT(project.edit.events, ElementsAre(zoom));
-    EXPECT_THAT(project.edit.cuts, IsEmpty());
-
-    Edits::apply(project, {.kind = SuggestionKind::silence, .span = {3, 6}});
-    Edits::apply(project, {.kind = SuggestionKind::filler, .span = {6, 7}});
-    EXPECT_THAT(project.edit.events, ElementsAre(zoom));
-    EXPECT_THAT(project.edit.cuts, ElementsAre(TimeSpan{3, 7}));
 }
 
 TEST(Edits, touchOnlyWhatTheyName)
@@ -104,24 +72,6 @@ TEST(Edits, touchOnlyWhatTheyName)
         EXPECT_TRUE(apply(project, id));
         EXPECT_EQ(project, expected);
         EXPECT_NE(project, before);
-    }
-}
-
-TEST(Edits, fieldsAreFoundByTheirKeys)
-{
-    EXPECT_EQ(Edits::flagNamed("cameraVisible"), &EditState::cameraVisible);
-    EXPECT_EQ(Edits::flagNamed("clickHalo"), &EditState::clickHalo);
-    EXPECT_EQ(Edits::flagNamed("noiseReduction"), &EditState::noiseReduction);
-    EXPECT_EQ(Edits::flagNamed("normalizeVoice"), &EditState::normalizeVoice);
-    EXPECT_EQ(Edits::flagNamed("pointerHighlight"), &EditState::pointerHighlight);
-    EXPECT_EQ(Edits::flagNamed("sharpen"), &EditState::sharpen);
-    EXPECT_EQ(Edits::valueNamed("cameraWidth"), &EditState::cameraWidth);
-    EXPECT_EQ(Edits::valueNamed("cameraX"), &EditState::cameraX);
-    EXPECT_EQ(Edits::valueNamed("cameraY"), &EditState::cameraY);
-    EXPECT_EQ(Edits::valueNamed("fade"), &EditState::fade);
-    for (const std::string_view key : {"", "Fade", "cuts", "words", "volume"}) {
-        EXPECT_EQ(Edits::flagNamed(key), nullptr);
-        EXPECT_EQ(Edits::valueNamed(key), nullptr);
     }
 }
 

@@ -1,6 +1,5 @@
 #include "VideoCore/FileIO.h"
 
-#include "TestSupport/SmallDisk.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/Error.h"
 
@@ -71,32 +70,6 @@ TEST(FileIO, failsCleanly)
     writeFileAtomically(folder / "file", "12345");
     EXPECT_NO_THROW(readFile(folder / "file", buffer, 5));
     EXPECT_THROW(readFile(folder / "file", buffer, 4), fs::filesystem_error);
-}
-
-TEST(FileIO, keepsTheOldFileOnAFullDisk)
-{
-    const auto check = [](const fs::path& folder, std::errc expected) {
-        const fs::path file = folder / "project.json";
-        try {
-            writeFileAtomically(file, std::string(500'000, 'x'));
-            FAIL() << "there was room";
-        } catch (const fs::filesystem_error& error) {
-            EXPECT_EQ(error.code(), std::make_error_condition(expected));
-            EXPECT_EQ(error.path1(), file);
-        }
-        EXPECT_EQ(readFile(file), "old");
-        EXPECT_EQ(entriesIn(folder), 1U) << "nothing else is left behind";
-        writeFileAtomically(file, "new");
-        EXPECT_EQ(readFile(file), "new");
-    };
-    if (const test::SmallDisk disk(64 * 1024); disk) {
-        writeFileAtomically(disk.path() / "project.json", "old");
-        check(disk.path(), std::errc::no_space_on_device);
-    }
-    const TemporaryFolder folder;
-    writeFileAtomically(folder / "project.json", "old");
-    const test::FileSizeLimit limit(64 * 1024);
-    check(folder.path(), std::errc::file_too_large);
 }
 
 TEST(Error, isDescribedInSpanish)

@@ -175,24 +175,6 @@ TEST_F(ProjectStoreTest, leavesOutWhatIsNoReadableProject)
         EXPECT_ANY_THROW(store.load(fixedId(i))) << i;
 }
 
-TEST_F(ProjectStoreTest, refusesOtherVersions)
-{
-    for (const std::int64_t version : {0, 2, -1, 1'000'000}) {
-        auto project = numbered(1);
-        project.schemaVersion = version;
-        store.create(project);
-        EXPECT_THAT(store.list(), IsEmpty());
-        try {
-            store.load(project.id);
-            FAIL() << version;
-        } catch (const Error& error) {
-            EXPECT_STREQ(error.what(), "Este proyecto requiere una versión más reciente.");
-            EXPECT_EQ(error.domain(), "OrvoVideo");
-            EXPECT_EQ(error.code(), 1);
-        }
-    }
-}
-
 TEST_F(ProjectStoreTest, confinesMediaToTheProject)
 {
     const auto project = numbered(1);

@@ -15,7 +15,6 @@
 namespace orvo {
 namespace {
 
-using testing::IsEmpty;
 using testing::SizeIs;
 
 TEST(PointerLog, readsWhatIsWholeAndLeavesOutTheRest)
@@ -43,15 +42,6 @@ TEST(PointerLog, readsWhatIsWholeAndLeavesOutTheRest)
     EXPECT_EQ(read.time, 1.25);
     EXPECT_EQ(read.x, -0.1);
     EXPECT_EQ(read.id.text(), "00000000-0000-4000-8000-000000000001");
-}
-
-TEST(PointerLog, isReadFromAProjectsFolder)
-{
-    const test::TemporaryFolder folder;
-    EXPECT_FALSE(PointerLog::read(folder.path()));
-    std::ofstream(folder / "pointer-events.jsonl") << "\n";
-    ASSERT_TRUE(PointerLog::read(folder.path()));
-    EXPECT_THAT(*PointerLog::read(folder.path()), IsEmpty());
 }
 
 TEST(CaptureSession, onlyOneProcessIsNamed)

@@ -1,8 +1,8 @@
 #include "VideoMedia/AnalysisAudio.h"
 
+#include "TestSupport/Failure.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/ProjectFixture.h"
-#include "VideoCore/Error.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 
 #include <fstream>
@@ -24,15 +24,10 @@ protected:
 
     fs::path media(const std::string& name) { return store.directory(project.id) / "media" / name; }
 
-    /// The mix, 0 as the error when it was made.
+    /// Makes the mix; the failure, if any.
     std::string mix()
     {
-        try {
-            analysisAudio(project, store, FfprobeMediaProbe(), destination);
-        } catch (const std::exception& error) {
-            return describe(error);
-        }
-        return {};
+        return failureOf([&] { analysisAudio(project, store, FfprobeMediaProbe(), destination); });
     }
 
     /// Where the mix has sound, by halves of a second.

@@ -53,13 +53,6 @@ TEST(Annotations, WholeDocument)
     EXPECT_TRUE(matchesGolden("annotations.ass", ExportService::annotations(project, 1920, 1080)));
 }
 
-TEST(Annotations, NothingToShowGivesTheHeaderAlone)
-{
-    const auto document = ExportService::annotations(emptyProject(), 640, 360);
-    EXPECT_TRUE(document.ends_with("\nFormat: Layer, Start, End, Style, Name, MarginL, MarginR, MarginV, Effect, Text\n"));
-    EXPECT_THAT(document, HasSubstr("PlayResX: 640\nPlayResY: 360\n"));
-}
-
 TEST(Annotations, FontGrowsWithTheHeight)
 {
     const std::pair<std::int64_t, std::string> cases[] = {{1080, "38"}, {480, "18"}, {503, "18"}, {504, "18"}, {532, "19"}};

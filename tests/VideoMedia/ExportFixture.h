@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TestSupport/Failure.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/ProjectFixture.h"
 #include "VideoCore/Error.h"
@@ -33,13 +34,7 @@ protected:
     /// The text of the error that a render ends with.
     std::string failure(const std::filesystem::path& destination)
     {
-        try {
-            ExportService::exportVideo(project, store, destination, {}, probeService);
-        } catch (const std::exception& error) {
-            return describe(error);
-        }
-        ADD_FAILURE() << "rendered";
-        return {};
+        return failureOf([&] { ExportService::exportVideo(project, store, destination, {}, probeService); });
     }
 
     FfprobeMediaProbe probeService;

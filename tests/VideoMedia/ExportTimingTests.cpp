@@ -215,15 +215,6 @@ TEST_F(ExportTiming, AGraphOfHundredsOfCutsTakesLittleMemory)
     EXPECT_LT(peak(), uncut + 120);
 }
 
-TEST_F(ExportTiming, ManyZoomPointsRender)
-{
-    makePlain();
-    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=320x180:rate=30:duration=6");
-    for (int i = 0; i < 150; ++i)
-        project.edit.events.edit().push_back(pointer(PointerKind::zoom, i * 0.04, 0.3, 0.3));
-    expectLengths(probe(render()));
-}
-
 } // namespace
 
 } // namespace orvo::test

@@ -1,5 +1,5 @@
+#include "TestSupport/Failure.h"
 #include "TestSupport/Projects.h"
-#include "VideoCore/Error.h"
 #include "VideoMedia/HlsLadder.h"
 
 #include <gmock/gmock.h>
@@ -65,14 +65,7 @@ TEST(HlsLadder, DeclaresWhatItTakes)
 
 TEST(HlsLadder, RefusesWhatHasNoSize)
 {
-    const auto refusal = [](const VideoProject& project) {
-        try {
-            HlsLadder::of(project);
-        } catch (const Error& error) {
-            return std::string(error.what());
-        }
-        return std::string();
-    };
+    const auto refusal = [](const VideoProject& project) { return failureOf([&] { HlsLadder::of(project); }); };
     for (const auto& [width, height] : {std::pair{0, 720}, {1280, 0}, {-2, -2}, {2, 2'000}, {1, 1}, {1 << 30, 2}})
         EXPECT_EQ(refusal(projectOf(width, height)), "El tamaño del proyecto no es válido.") << width << "×" << height;
     for (const auto fps : {0, -30, 1 << 30})

@@ -1,5 +1,6 @@
 #include "VideoMedia/ProcessRunner.h"
 
+#include "TestSupport/Failure.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
@@ -29,15 +30,7 @@ std::string shell(
 
 std::string failure(const std::string& script)
 {
-    try {
-        shell(script);
-    } catch (const Error& error) {
-        EXPECT_EQ(error.domain(), "OrvoVideo");
-        EXPECT_EQ(error.code(), 1);
-        return error.what();
-    }
-    ADD_FAILURE() << "succeeded: " << script;
-    return {};
+    return failureOf([&] { shell(script); });
 }
 
 TEST(ProcessRunner, ReturnsBothStreamsInOrder)
@@ -55,7 +48,7 @@ TEST(ProcessRunner, KeepsTheEndOfLongOutput)
     EXPECT_THAT(output, EndsWith("xxxend"));
 }
 
-TEST(ProcessRunner, FailureTellsTheEndOfTheOutput)
+TEST(ProcessRunner, ReportsTheEndOfTheOutputOfFailures)
 {
     const std::string prefix = "El proceso de vídeo falló: ";
     EXPECT_EQ(failure("printf corto; exit 1"), prefix + "corto");
@@ -64,12 +57,7 @@ TEST(ProcessRunner, FailureTellsTheEndOfTheOutput)
     EXPECT_EQ(failure("for i in $(seq 2000); do printf ñ; done; exit 1").size(), prefix.size() + 2 * 1800)
         << "characters, not bytes";
     EXPECT_EQ(failure("printf medio; kill -9 $$"), prefix + "medio");
-    EXPECT_THROW(ProcessRunner::run("/no/such/program", {}), std::system_error);
-    try {
-        ProcessRunner::run("/no/such/program", {});
-    } catch (const std::exception& error) {
-        EXPECT_EQ(describe(error), "«/no/such/program»: no existe");
-    }
+    EXPECT_EQ(failureOf([] { ProcessRunner::run("/no/such/program", {}); }), "«/no/such/program»: no existe");
 }
 
 TEST(ProcessRunner, ReportsProgress)
@@ -86,13 +74,13 @@ TEST(ProcessRunner, ReportsProgress)
     EXPECT_THAT(reported("printf 'out_time_us=30000000\\n'", 0), IsEmpty());
 }
 
-TEST(ProcessRunner, AThrowingCallbackLeavesNoChildBehind)
+TEST(ProcessRunner, LeavesNoChildWhenACallbackThrows)
 {
     EXPECT_THROW(shell("echo out_time_us=1; exec sleep 600", [](double) { throw captureError("basta"); }, 1), Error);
     EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "every child was waited for";
 }
 
-TEST(ProcessRunner, StopEndsTheChildAlsoOneThatDoesNotWantTo)
+TEST(ProcessRunner, StopsUnwillingChildren)
 {
     for (const std::string script :
         {"echo out_time_us=1; exec sleep 600", "trap '' TERM; echo out_time_us=1; while :; do sleep 0.05; done",
@@ -106,7 +94,7 @@ TEST(ProcessRunner, StopEndsTheChildAlsoOneThatDoesNotWantTo)
     EXPECT_THROW(shell("true", {}, 0, already.get_token()), Cancelled);
 }
 
-TEST(ProcessRunner, LearnsOfFailuresAlsoWhereChildrenAreIgnored)
+TEST(ProcessRunner, ReportsFailuresWhereChildrenAreIgnored)
 {
     struct sigaction before{};
     struct sigaction ignored{};
@@ -117,7 +105,7 @@ TEST(ProcessRunner, LearnsOfFailuresAlsoWhereChildrenAreIgnored)
     ::sigaction(SIGCHLD, &before, nullptr);
 }
 
-TEST(ProcessRunner, AChildEndsWithACrashOfItsParent)
+TEST(ProcessRunner, EndsChildrenWhenTheParentCrashes)
 {
     const TemporaryFolder folder;
     const auto started = folder / "started";
@@ -145,7 +133,7 @@ TEST(ProcessRunner, AChildEndsWithACrashOfItsParent)
     }));
 }
 
-TEST(ProcessRunner, ChildrenStartWithOrdinarySignals)
+TEST(ProcessRunner, StartsChildrenWithOrdinarySignals)
 {
     sigset_t block;
     sigset_t before;
@@ -177,7 +165,7 @@ TEST(ProcessRunner, FindsTheProgramOfTheBundle)
     EXPECT_NO_THROW(ProcessRunner::requireUsable(*found));
 }
 
-TEST(ProcessRunner, RefusesWhatIsTooOldOrSomethingElse)
+TEST(ProcessRunner, RefusesOldAndForeignPrograms)
 {
     const TemporaryFolder folder;
     const auto program = [&](const std::string& name, const std::string& says) {

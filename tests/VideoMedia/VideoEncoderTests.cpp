@@ -89,27 +89,6 @@ TEST_F(VideoEncoderChoice, TheSoftwareEncoderTakesOverFromOneThatFails)
         << "when both fail, it was not the hardware";
 }
 
-TEST(VideoEncoder, WhatIsFoundEncodes)
-{
-    const auto ffmpeg = ProcessRunner::ffmpeg();
-    ASSERT_TRUE(ffmpeg);
-    const auto encoder = VideoEncoder::find(*ffmpeg,
-        {.size = {.width = 64, .height = 64},
-            .arguments = [](const VideoEncoder& candidate) { return candidate.arguments(500'000); }});
-    std::vector<std::string> line{"-hide_banner", "-nostdin"};
-    line.insert(line.end(), encoder.device.begin(), encoder.device.end());
-    line.insert(line.end(),
-        {"-f", "lavfi", "-i", "color=size=64x64:rate=30", "-frames:v", "3", "-vf",
-            encoder.upload.empty() ? "null" : encoder.upload});
-    const auto arguments = encoder.arguments(500'000);
-    line.insert(line.end(), arguments.begin(), arguments.end());
-    line.insert(line.end(), {"-f", "null", "-"});
-    EXPECT_NO_THROW(ProcessRunner::run(*ffmpeg, line));
-    EXPECT_THAT(VideoEncoder::software().arguments(400'000),
-        ElementsAre("-c:v", "libx264", "-preset", "veryfast", "-b:v", "400000", "-pix_fmt", "yuv420p"));
-    EXPECT_THAT(VideoEncoder::software().noFinerThan(20), ElementsAre("-qmin", "20"));
-}
-
 } // namespace
 
 } // namespace orvo::test

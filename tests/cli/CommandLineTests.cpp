@@ -58,7 +58,7 @@ TEST_F(CommandLine, CompletesCommandsOptionsValuesAndProjects)
         EXPECT_THAT(manual, HasSubstr(".SS orvo " + command + "\n"));
 }
 
-TEST_F(CommandLine, HelpIsThereForEveryCommandAndInSpanish)
+TEST_F(CommandLine, ShowsSpanishHelpForEveryCommand)
 {
     const Outcome all = orvo({"--help"});
     EXPECT_EQ(all.status, 0);
@@ -77,7 +77,7 @@ TEST_F(CommandLine, HelpIsThereForEveryCommandAndInSpanish)
     EXPECT_THAT(orvo({"--version"}).out, testing::MatchesRegex("orvo [0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
-TEST_F(CommandLine, WrongUseIsToldInSpanish)
+TEST_F(CommandLine, ReportsWrongUseInSpanish)
 {
     struct Case {
         std::vector<std::string> arguments;
@@ -152,7 +152,7 @@ TEST_F(CommandLine, WrongUseIsToldInSpanish)
     EXPECT_EQ(document(), before) << "nothing was changed";
 }
 
-TEST_F(CommandLine, ProjectsAreFoundByWholeIdentifierOrItsBeginning)
+TEST_F(CommandLine, FindsProjectsByTheBeginningOfTheIdentifier)
 {
     VideoProject other = emptyProject(3);
     other.id = *Uuid::parse("ABCD0000-0000-4000-8000-000000000001");
@@ -180,7 +180,7 @@ TEST_F(CommandLine, ProjectsAreFoundByWholeIdentifierOrItsBeginning)
     }
 }
 
-TEST_F(CommandLine, TheLibraryIsNamedAnywhereOnTheLineOrByTheEnvironment)
+TEST_F(CommandLine, TakesTheLibraryFromOptionOrEnvironment)
 {
     const ProjectStore other(folder / "la otra");
     VideoProject only = emptyProject(3);

@@ -16,7 +16,7 @@ using testing::IsEmpty;
 
 class Editing : public CliFixture { };
 
-TEST_F(Editing, CutsAreMergedClampedAndRestored)
+TEST_F(Editing, MergesClampsAndRestoresCuts)
 {
     const Answer cut = answer({"cut", id, "2", "4"});
     EXPECT_EQ(cut["id"].text(), id);
@@ -41,7 +41,7 @@ TEST_F(Editing, CutsAreMergedClampedAndRestored)
     EXPECT_THAT(stored().edit.cuts, IsEmpty());
 }
 
-TEST_F(Editing, OverlaysAndZoomsAreAddedChangedAndRemoved)
+TEST_F(Editing, AddsChangesAndRemovesOverlaysAndZooms)
 {
     const std::string text = answer({"text", id, "8", "-5 °C {a}\n¡ojo!"})["element"].text();
     const std::string zoom = answer({"zoom", id, "0:02.5", "--scale", "2", "--x", ".25"})["element"].text();
@@ -71,7 +71,7 @@ TEST_F(Editing, OverlaysAndZoomsAreAddedChangedAndRemoved)
     EXPECT_THAT(now.edit.events, IsEmpty());
 }
 
-TEST_F(Editing, EveryFieldCanBeSet)
+TEST_F(Editing, SetsEveryField)
 {
     const MediaTrack microphone = track(TrackKind::microphone, "media/microphone.m4a", 0, 10);
     const MediaTrack firstClip = track(TrackKind::clip, "media/a.mov", 0, 5);
@@ -122,7 +122,7 @@ TEST_F(Editing, EveryFieldCanBeSet)
     EXPECT_EQ(orvo({"set", id, "volume.system", "1"}).status, 1);
 }
 
-TEST_F(Editing, EditsAtTheSameTimeAreAllKept)
+TEST_F(Editing, KeepsSimultaneousEdits)
 {
     constexpr int count = 20;
     std::vector<std::unique_ptr<Program>> running;
@@ -139,7 +139,7 @@ TEST_F(Editing, EditsAtTheSameTimeAreAllKept)
         EXPECT_EQ(cuts[i], (TimeSpan{static_cast<double>(i) * 0.5, static_cast<double>(i) * 0.5 + 0.25}));
 }
 
-TEST_F(Editing, ARecordingThatHasNotEndedIsLeftAlone)
+TEST_F(Editing, RefusesToEditARunningRecording)
 {
     for (const std::string state : {"recording", "recording-tab"}) {
         project.state = state;
@@ -158,7 +158,7 @@ TEST_F(Editing, ARecordingThatHasNotEndedIsLeftAlone)
     }
 }
 
-TEST_F(Editing, DocumentsThatCannotBeTrustedAreNotTouched)
+TEST_F(Editing, LeavesUntrustedDocumentsAlone)
 {
     VideoProject victim = emptyProject(5);
     victim.id = fixedId(77);

@@ -29,7 +29,7 @@ protected:
     Interrupted() { makeVideo(folder / "clip.mp4", "testsrc2=size=64x36:rate=10:duration=1"); }
 };
 
-TEST_F(Interrupted, AnExportLeavesNothing)
+TEST_F(Interrupted, LeavesNothingOfAnExport)
 {
     // Long enough to be met at its work, however fast the machine: the last picture is held for an hour.
     project.duration = 3600;
@@ -66,30 +66,6 @@ fs::path realProgram(const std::string& name)
     return fs::canonical(*ProcessRunner::ffmpeg()).parent_path() / name;
 }
 
-TEST_F(Interrupted, AnOlderVideoStaysUntilItIsWrittenOver)
-{
-    project.duration = 1;
-    project.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 1)};
-    store.save(project);
-    fs::copy_file(folder / "clip.mp4", store.directory(project.id) / "media/screen.mov");
-    const Installation installation;
-    setup.executable = installation.program();
-    const fs::path reached = folder / "reached";
-    ASSERT_EQ(::mkfifo(reached.c_str(), 0600), 0);
-    installation.addScript("ffprobe", "exec '" + realProgram("ffprobe").string() + "' \"$@\"");
-    // It has begun to render, and opened nothing.
-    installation.addScript("ffmpeg",
-        "case \"$*\" in *-progress*) echo here >'" + reached.string() + "'; exec sleep 600 ;; esac\nexec '"
-            + realProgram("ffmpeg").string() + "' \"$@\"");
-    std::ofstream(folder / "out.mp4") << "older";
-
-    Program program({"export", id, folder / "out.mp4"}, setup);
-    EXPECT_EQ(readLine(reached), "here");
-    program.signal(SIGINT);
-    EXPECT_EQ(program.end().status, 130);
-    EXPECT_EQ(readFile(folder / "out.mp4"), "older");
-}
-
 /// An import that is stopped at its last step, the look at the finished copy, until the test lets it go on.
 class HeldImport : public Interrupted {
 protected:
@@ -117,7 +93,7 @@ protected:
     Installation installation;
 };
 
-TEST_F(HeldImport, CancelledLeavesNothing)
+TEST_F(HeldImport, LeavesNothingOfAnImport)
 {
     Program program({"import", folder / "clip.mp4"}, setup);
     waitUntilReached();
@@ -129,7 +105,7 @@ TEST_F(HeldImport, CancelledLeavesNothing)
     EXPECT_THAT(entriesOf(store.root()), ElementsAre(id));
 }
 
-TEST_F(HeldImport, AnEditMeanwhileIsNotLost)
+TEST_F(HeldImport, KeepsEditsMadeMeanwhile)
 {
     Program import({"import", folder / "clip.mp4", "--append", id}, setup);
     waitUntilReached();

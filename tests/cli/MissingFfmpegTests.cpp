@@ -26,7 +26,7 @@ protected:
     Installation installation;
 };
 
-TEST_F(MissingFfmpeg, IsToldAndEditingGoesOn)
+TEST_F(MissingFfmpeg, IsReportedWhileEditingGoesOn)
 {
     if (!Installation::isOnlyCandidate())
         GTEST_SKIP() << "this machine has another ffmpeg";
@@ -55,7 +55,7 @@ TEST_F(MissingFfmpeg, NamesTheProbeThatIsMissing)
     EXPECT_EQ(imported.err, "orvo: Falta ffprobe, que viene con FFmpeg. Vuelve a instalar FFmpeg.\n");
 }
 
-TEST_F(MissingFfmpeg, WhatCannotBeRunIsToldInSpanish)
+TEST_F(MissingFfmpeg, ReportsWhatCannotRunInSpanish)
 {
     const auto helper = installation.program().parent_path().parent_path() / "OrvoVideo.app/Contents/Helpers/ffmpeg";
     std::ofstream(helper) << "garbage";
@@ -71,7 +71,7 @@ TEST_F(MissingFfmpeg, WhatCannotBeRunIsToldInSpanish)
     EXPECT_EQ(orvo({"settings", "--json"}).status, 0);
 }
 
-TEST_F(MissingFfmpeg, OldOnesAreRefused)
+TEST_F(MissingFfmpeg, RefusesOldVersions)
 {
     installation.addScript("ffmpeg", R"(echo 'ffmpeg version 5.1.6'; echo 'libavfilter     8. 44.100 /  8. 44.100')");
     const Outcome exported = orvo({"export", id, folder / "out.mp4"});

@@ -44,7 +44,7 @@ std::vector<std::string> lines(const std::string& text)
     return result;
 }
 
-TEST_F(Output, ListAsJsonIsNewestFirst)
+TEST_F(Output, ListsNewestFirstAsJson)
 {
     const Answer list = answer({"list"});
     ASSERT_EQ(list.size(), 3);
@@ -57,7 +57,7 @@ TEST_F(Output, ListAsJsonIsNewestFirst)
     EXPECT_EQ(list[2]["playableDuration"].number(), 3);
 }
 
-TEST_F(Output, ListForPeopleIsAlignedAndHarmless)
+TEST_F(Output, AlignsAndSanitisesLists)
 {
     const Outcome outcome = orvo({"list"});
     const auto rows = lines(outcome.out);
@@ -83,7 +83,7 @@ TEST_F(Output, ListForPeopleIsAlignedAndHarmless)
     EXPECT_EQ(columnOf(rows[3], "Listo"), column);
 }
 
-TEST_F(Output, ColoursOnlyOnATerminalAndNeverWhenRefused)
+TEST_F(Output, UsesColoursOnlyOnATerminal)
 {
     setup.outputTerminal = true;
     EXPECT_THAT(orvo({"list"}).out, HasSubstr("\x1b["));
@@ -105,7 +105,7 @@ TEST_F(Output, ColoursOnlyOnATerminalAndNeverWhenRefused)
     EXPECT_THAT(orvo({"list"}).out, HasSubstr(longTitle.title));
 }
 
-TEST_F(Output, ShowGivesTheDocumentAsStored)
+TEST_F(Output, ShowsTheStoredDocument)
 {
     VideoProject full = fullProject();
     store.create(full);
@@ -119,7 +119,7 @@ TEST_F(Output, ShowGivesTheDocumentAsStored)
         EXPECT_THAT(shown, HasSubstr(overlay.id.text().substr(0, 35)));
 }
 
-TEST_F(Output, LongListsAreShortenedUnlessAllIsWanted)
+TEST_F(Output, ShortensLongLists)
 {
     project.duration = 1000;
     std::vector<TimeSpan> cuts;
@@ -134,7 +134,7 @@ TEST_F(Output, LongListsAreShortenedUnlessAllIsWanted)
     EXPECT_THAT(orvo({"show", id, "--all"}).out, HasSubstr("14:57.000 → 14:58.000"));
 }
 
-TEST_F(Output, AReaderThatLeavesEndsTheProgramQuietly)
+TEST_F(Output, EndsQuietlyWhenTheReaderLeaves)
 {
     // More than a pipe holds, so that the program is still writing.
     std::vector<TranscriptWord> words;
@@ -149,7 +149,7 @@ TEST_F(Output, AReaderThatLeavesEndsTheProgramQuietly)
     EXPECT_THAT(outcome.err, IsEmpty());
 }
 
-TEST_F(Output, AnAnswerThatCannotBeWrittenIsAFailure)
+TEST_F(Output, FailsWhenTheAnswerCannotBeWritten)
 {
     setup.outputFile = "/dev/full";
     const Outcome outcome = orvo({"list"});

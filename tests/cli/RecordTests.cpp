@@ -49,10 +49,20 @@ protected:
         throw std::runtime_error("nothing is recorded");
     }
 
+    /// Waits until every track of the recording has a piece that can be played.
+    void waitForPieces() const
+    {
+        const auto hasPiece = [this](const MediaTrack& track) {
+            return readFile(store.mediaURL(*recording(), track.file)).contains("moof");
+        };
+        while (!std::ranges::all_of(recording()->tracks, hasPiece))
+            std::this_thread::sleep_for(10ms);
+    }
+
     VirtualDisplay display{"640x360"};
 };
 
-TEST_F(Record, ListsWhatThereIs)
+TEST_F(Record, ListsSources)
 {
     const PatternWindow pattern({.x = 10, .y = 20, .width = 300, .height = 200}, {"--title", "Una lección"});
     const auto sources = answer({"sources"});
@@ -64,7 +74,7 @@ TEST_F(Record, ListsWhatThereIs)
     EXPECT_THAT(orvo({"sources"}).out, HasSubstr("Pantalla 1 · 640×360"));
 }
 
-TEST_F(Record, RecordsForAsLongAsItIsToldOrUntilItIsStopped)
+TEST_F(Record, RecordsUntilTheLimitOrASignal)
 {
     const PatternWindow pattern({});
     const auto recorded = answer({"record", "--seconds", "2", "--no-microphone", "--title", "Clase"});
@@ -85,7 +95,7 @@ TEST_F(Record, RecordsForAsLongAsItIsToldOrUntilItIsStopped)
     EXPECT_EQ(Answer(outcome.out)["state"].text(), "ready");
 }
 
-TEST_F(Record, WhatCannotBeRecordedIsSaid)
+TEST_F(Record, ReportsWhatCannotBeRecorded)
 {
     struct Case {
         std::vector<std::string> arguments;
@@ -112,7 +122,7 @@ TEST_F(Record, WhatCannotBeRecordedIsSaid)
     EXPECT_THAT(orvo({"record"}).err, HasSubstr("No hay una pantalla que grabar"));
 }
 
-TEST_F(Record, NothingOfTheXServerBesideAWaylandDesktop)
+TEST_F(Record, RecordsNoXServerBesideWayland)
 {
     setup.environment["WAYLAND_DISPLAY"] = "wayland-0";
     EXPECT_EQ(answer({"sources"})["displays"].size(), 0U);
@@ -127,14 +137,14 @@ TEST_F(Record, NothingOfTheXServerBesideAWaylandDesktop)
     EXPECT_EQ(store.list().size(), 1U) << "and no project is left behind";
 }
 
-TEST_F(Record, AKilledRecordingIsRecovered)
+TEST_F(Record, RecoversKilledRecordings)
 {
     const PatternWindow pattern({});
-    for (const double after : {2.5, 4.2, 6.6}) {
+    for (const double after : {0.01, 5.2}) {
         {
             Program program({"record", "--no-microphone"}, setup);
-            recordedFor(0.01);
-            std::this_thread::sleep_for(std::chrono::duration<double>(after));
+            recordedFor(after);
+            waitForPieces();
             program.signal(SIGKILL);
             program.end();
         }
@@ -143,7 +153,7 @@ TEST_F(Record, AKilledRecordingIsRecovered)
         const auto reference = left.id.text();
         EXPECT_EQ(answer({"recover", reference})["state"].text(), "ready");
         const auto recovered = *recording();
-        EXPECT_GT(recovered.duration, after - 2.5);
+        EXPECT_GT(recovered.duration, std::max(0.0, after - 2.5));
         for (const auto& track : recovered.tracks) {
             const auto probed = probe(store.mediaURL(recovered, track.file));
             EXPECT_GT(std::max(probed.videoDuration, probed.audioDuration), after - 2.5) << textOf(track.kind);

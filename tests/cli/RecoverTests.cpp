@@ -27,7 +27,7 @@ protected:
     const fs::path session = store.directory(project.id) / "capture-session.json";
 };
 
-TEST_F(Recover, GoesOnWithoutALostTrackWhenAsked)
+TEST_F(Recover, DropsLostTracksWhenAsked)
 {
     project.tracks.edit().push_back(track(TrackKind::microphone, "media/microphone.webm", 0, 2));
     store.save(project);
@@ -48,7 +48,7 @@ TEST_F(Recover, GoesOnWithoutALostTrackWhenAsked)
     EXPECT_EQ(stored().tracks.size(), 1U);
 }
 
-TEST_F(Recover, AnInterruptedRecordingIsReadyAgain)
+TEST_F(Recover, PreparesInterruptedRecordings)
 {
     makeVideo(store.directory(project.id) / "media/screen.mov", "testsrc2=size=64x36:rate=10:duration=3");
     writeSession(::getpid());
@@ -68,7 +68,7 @@ TEST_F(Recover, AnInterruptedRecordingIsReadyAgain)
     EXPECT_EQ(answer({"recover", id})["state"].text(), "ready");
 }
 
-TEST_F(Recover, WhatCannotBeRecoveredWaits)
+TEST_F(Recover, KeepsWhatCannotBeRecovered)
 {
     const auto outcome = orvo({"recover", id});
     EXPECT_EQ(outcome.status, 1);

@@ -54,7 +54,7 @@ protected:
     std::vector<Said> said;
 };
 
-TEST_F(Transcribe, WhatIsSuggestedIsGoneFromTheResultAndNothingElse)
+TEST_F(Transcribe, RemovesOnlyWhatIsSuggested)
 {
     const auto transcribed = answer({"transcribe", id});
     const auto before = stored();
@@ -127,7 +127,7 @@ TEST_F(Transcribe, RefusesWithoutATrace)
     refused({}, 1, "El proceso de vídeo falló: ");
 }
 
-TEST_F(Transcribe, CanBeInterrupted)
+TEST_F(Transcribe, ChangesNothingWhenInterrupted)
 {
     const std::string before = document();
     Program program({"transcribe", id}, [&] {

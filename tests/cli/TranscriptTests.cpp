@@ -24,7 +24,7 @@ protected:
     std::string wordId(std::size_t index) const { return project.edit.words[index].id.text(); }
 };
 
-TEST_F(Transcript, WordsAreListedWithTheirStateAndCorrected)
+TEST_F(Transcript, ListsAndCorrectsWords)
 {
     answer({"cut", id, "5", "8"});
     const Answer words = answer({"words", id});
@@ -47,7 +47,7 @@ TEST_F(Transcript, WordsAreListedWithTheirStateAndCorrected)
     EXPECT_THAT(stored().edit.cuts, ElementsAre(TimeSpan{1.6, 2}, TimeSpan{5, 8}));
 }
 
-TEST_F(Transcript, SubtitlesGoToTheOutputOrToAFile)
+TEST_F(Transcript, WritesSubtitlesToOutputOrFile)
 {
     answer({"cut", id, "0", "0.75"});
     const std::string subRip = Timeline::subtitles(stored(), Timeline::SubtitleFormat::subRip);
@@ -70,7 +70,7 @@ TEST_F(Transcript, SubtitlesGoToTheOutputOrToAFile)
     EXPECT_EQ(orvo({"subtitles", id, folder.path()}).status, 1);
 }
 
-TEST_F(Transcript, SuggestionsAreAppliedByNumberAndOnlyOnce)
+TEST_F(Transcript, AppliesSuggestionsOnceByNumber)
 {
     const Answer proposed = answer({"suggest", id});
     ASSERT_EQ(proposed.size(), 4);

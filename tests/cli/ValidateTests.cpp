@@ -86,7 +86,7 @@ TEST_F(Validate, FindsWhatIsWrong)
     }
 }
 
-TEST_F(Validate, ALibraryThatIsNotThereIsToldAndNotMade)
+TEST_F(Validate, ReportsMissingLibraries)
 {
     const fs::path mistyped = folder / "biblioteca";
     const Outcome outcome = orvo({"--library", mistyped, "validate"});
@@ -95,7 +95,7 @@ TEST_F(Validate, ALibraryThatIsNotThereIsToldAndNotMade)
     EXPECT_FALSE(fs::exists(mistyped));
 }
 
-TEST_F(Validate, FoldersMustHaveTheNameOfTheirProject)
+TEST_F(Validate, RequiresFoldersNamedAfterProjects)
 {
     const VideoProject copy = project;
     fs::copy(store.directory(project.id), store.directory(fixedId(9)), fs::copy_options::recursive);

@@ -17,12 +17,6 @@ struct FakeStream {
     QVariantMap facts;
 };
 
-/// Two numbers in a structure.
-struct FakePair {
-    int first = 0;
-    int second = 0;
-};
-
 QDBusArgument& operator<<(QDBusArgument& argument, const FakeStream& stream)
 {
     argument.beginStructure();
@@ -32,19 +26,6 @@ QDBusArgument& operator<<(QDBusArgument& argument, const FakeStream& stream)
 }
 
 const QDBusArgument& operator>>(const QDBusArgument& argument, FakeStream&)
-{
-    return argument;
-}
-
-QDBusArgument& operator<<(QDBusArgument& argument, const FakePair& pair)
-{
-    argument.beginStructure();
-    argument << pair.first << pair.second;
-    argument.endStructure();
-    return argument;
-}
-
-const QDBusArgument& operator>>(const QDBusArgument& argument, FakePair&)
 {
     return argument;
 }
@@ -77,7 +58,6 @@ FakePortal::FakePortal(const QString& busAddress)
 {
     qDBusRegisterMetaType<FakeStream>();
     qDBusRegisterMetaType<QList<FakeStream>>();
-    qDBusRegisterMetaType<FakePair>();
     if (!m_bus.registerVirtualObject(path, this, QDBusConnection::SubPath) || !m_bus.registerService(service))
         throw std::runtime_error("there is a portal already");
 }
@@ -157,9 +137,7 @@ void FakePortal::screenCast(const QDBusMessage& message)
         }
         if (decision == Decision::refuse)
             return respond(message, options, 1, {});
-        const FakeStream stream{node,
-            {{"source_type", sourceType}, {"position", QVariant::fromValue(FakePair{rect.x(), rect.y()})},
-                {"size", QVariant::fromValue(FakePair{rect.width(), rect.height()})}}};
+        const FakeStream stream{node, {{"source_type", sourceType}, {"position", rect.topLeft()}, {"size", rect.size()}}};
         QVariantMap results{{"streams", QVariant::fromValue(QList<FakeStream>{stream})}};
         if (version >= 4)
             results.insert("restore_token", restoreToken);

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "TestSupport/TemporaryFolder.h"
+#include "TestSupport/SessionBus.h"
 
-#include <string>
-#include <sys/types.h>
+#include <cstdint>
 
 namespace orvo::test {
 
@@ -24,13 +23,9 @@ public:
     void freeze() const;
 
 private:
-    void startBus();
-    void startService(State state);
-    void endService();
-
+    SessionBus m_bus;
     TemporaryFolder m_folder;
-    pid_t m_bus = -1;
-    pid_t m_service = -1;
+    std::optional<ChildProcess> m_service;
 };
 
 } // namespace orvo::test

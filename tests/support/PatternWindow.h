@@ -1,8 +1,7 @@
 #pragma once
 
-#include <QProcess>
-#include <QString>
-#include <QStringList>
+#include "TestSupport/ChildProcess.h"
+
 #include <stdexcept>
 
 namespace orvo::test {
@@ -18,29 +17,25 @@ public:
     };
 
     /// Waits until it is shown. `more` are further words for the program.
-    explicit PatternWindow(const Place& place, const QStringList& more = {}, int fps = 30)
+    explicit PatternWindow(const Place& place, const std::vector<std::string>& more = {}, int fps = 30)
+        : m_program(words({place.x, place.y, place.width, place.height, fps}, more))
     {
-        m_program.start(ORVO_TIME_PATTERN,
-            QStringList{QString::number(place.x), QString::number(place.y), QString::number(place.width),
-                QString::number(place.height), QString::number(fps)}
-                + more);
-        while (!m_program.canReadLine()) {
-            if (!m_program.waitForReadyRead(30'000))
-                throw std::runtime_error("the pattern is not shown");
-        }
+        if (m_program.readLine() != "shown")
+            throw std::runtime_error("the pattern is not shown");
     }
-    ~PatternWindow() { close(); }
-    PatternWindow(const PatternWindow&) = delete;
-    PatternWindow& operator=(const PatternWindow&) = delete;
-
-    void close()
-    {
-        m_program.kill();
-        m_program.waitForFinished();
-    }
+    void close() { m_program.end(SIGKILL); }
 
 private:
-    QProcess m_program;
+    static std::vector<std::string> words(const std::vector<int>& numbers, const std::vector<std::string>& more)
+    {
+        std::vector<std::string> all{ORVO_TIME_PATTERN};
+        for (const int number : numbers)
+            all.push_back(std::to_string(number));
+        all.insert(all.end(), more.begin(), more.end());
+        return all;
+    }
+
+    ChildProcess m_program;
 };
 
 } // namespace orvo::test

@@ -1,27 +1,19 @@
 #pragma once
 
-#include "TemporaryFolder.h"
+#include "TestSupport/SessionBus.h"
 
-#include <QProcess>
 #include <QString>
 
 namespace orvo::test {
 
-/// A session bus of its own with no services on it, which this process and those that it starts take for theirs.
+/// A `SessionBus` for tests with Qt.
 class PrivateBus {
 public:
-    PrivateBus();
-    ~PrivateBus();
-    PrivateBus(const PrivateBus&) = delete;
-    PrivateBus& operator=(const PrivateBus&) = delete;
-
     const QString& address() const noexcept { return m_address; }
 
 private:
-    TemporaryFolder m_folder;
-    QProcess m_daemon;
-    QString m_address;
-    QByteArray m_before;
+    SessionBus m_bus;
+    QString m_address = QString::fromStdString(m_bus.address());
 };
 
 } // namespace orvo::test

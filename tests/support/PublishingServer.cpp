@@ -2,36 +2,24 @@
 
 #include "VideoCore/FileIO.h"
 
-#include <array>
-#include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <format>
 #include <fstream>
 #include <memory>
-#include <spawn.h>
-#include <sstream>
+#include <sqlite3.h>
 #include <stdexcept>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <utility>
 #include <yyjson.h>
-
-extern char** environ; // NOLINT(readability-redundant-declaration): POSIX leaves it to the program.
 
 namespace orvo::test {
 
 namespace {
 
-struct Free {
-    void operator()(yyjson_doc* document) const { yyjson_doc_free(document); }
-    void operator()(yyjson_mut_doc* document) const { yyjson_mut_doc_free(document); }
-};
-using Document = std::unique_ptr<yyjson_doc, Free>;
+using Document = std::unique_ptr<yyjson_doc, decltype(&yyjson_doc_free)>;
 
 Document parse(const std::string& text)
 {
-    Document document(yyjson_read(text.data(), text.size(), 0));
+    Document document(yyjson_read(text.data(), text.size(), 0), &yyjson_doc_free);
     if (!document)
         throw std::runtime_error("no JSON: " + text);
     return document;
@@ -45,67 +33,45 @@ std::string textOf(yyjson_val* object, const char* key)
 
 } // namespace
 
-PublishingServer::PublishingServer(bool isPlain)
-    : m_isPlain(isPlain)
+PublishingServer::PublishingServer(Kind kind)
+    : m_kind(kind)
 {
     start();
-    if (!m_isPlain)
+    if (m_kind == Kind::publishing)
         ::setenv("SSL_CERT_FILE", (m_folder / "ca.pem").c_str(), 1);
 }
 
 PublishingServer::~PublishingServer()
 {
     kill();
-    if (!m_isPlain)
+    if (m_kind == Kind::publishing)
         ::unsetenv("SSL_CERT_FILE");
 }
 
 std::string PublishingServer::address() const
 {
-    return std::format("{}://localhost:{}", m_isPlain ? "http" : "https", m_port);
+    return std::format("{}://localhost:{}", m_kind == Kind::publishing ? "https" : "http", m_port);
 }
 
 void PublishingServer::start()
 {
-    std::array<int, 2> input{};
-    std::array<int, 2> output{};
-    if (::pipe2(input.data(), O_CLOEXEC) != 0 || ::pipe2(output.data(), O_CLOEXEC) != 0)
-        throw std::runtime_error("no pipe");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
     std::vector<std::string> words{
         "python3", ORVO_PUBLISHING_SERVER, m_folder.path().string(), "--port", std::to_string(m_port)};
-    if (m_isPlain)
+    if (m_kind == Kind::publishing)
+        words.insert(words.end(), {"--server", ORVO_SERVER_PROGRAM});
+    else
         words.emplace_back("--plain");
-    std::vector<char*> pointers;
-    for (auto& word : words)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
-    const int failure = ::posix_spawnp(&m_pid, "python3", &actions, nullptr, pointers.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    ::close(input[0]);
-    ::close(output[1]);
-    m_input = input[1];
-    std::string line;
-    for (char c = 0; failure == 0 && ::read(output[0], &c, 1) == 1 && c != '\n';)
-        line += c;
-    ::close(output[0]);
-    if (line.empty())
+    m_process.emplace(std::move(words));
+    const std::string port = m_process->readLine();
+    if (port.empty())
         throw std::runtime_error("the publishing server does not start");
     if (m_port == 0) // It stays what it is: others may be reading it.
-        m_port = std::stoi(line);
+        m_port = std::stoi(port);
 }
 
 void PublishingServer::kill()
 {
-    if (const pid_t pid = std::exchange(m_pid, -1); pid > 0) {
-        ::kill(pid, SIGKILL);
-        ::waitpid(pid, nullptr, 0);
-    }
-    if (const int input = std::exchange(m_input, -1); input >= 0)
-        ::close(input);
+    m_process.reset();
 }
 
 void PublishingServer::restart()
@@ -119,18 +85,11 @@ void PublishingServer::setFaults(const std::string& json) const
     writeFileAtomically(m_folder / "faults.json", json.empty() ? "[]" : json);
 }
 
-void PublishingServer::set(const std::string& key, const std::string& json)
+void PublishingServer::configure(const std::string& line)
 {
     kill();
-    const Document state = parse(readFile(m_folder / "state.json"));
-    const Document value = parse(json);
-    const std::unique_ptr<yyjson_mut_doc, Free> changed(yyjson_doc_mut_copy(state.get(), nullptr));
-    yyjson_mut_obj_put(yyjson_mut_doc_get_root(changed.get()), yyjson_mut_strncpy(changed.get(), key.data(), key.size()),
-        yyjson_val_mut_copy(changed.get(), yyjson_doc_get_root(value.get())));
-    std::size_t length = 0;
-    char* text = yyjson_mut_write(changed.get(), 0, &length);
-    writeFileAtomically(m_folder / "state.json", {text, length});
-    std::free(text);
+    setFaults("");
+    std::ofstream(m_folder / "data/orvo-server.conf", std::ios::app) << line << "\n";
     start();
 }
 
@@ -169,30 +128,31 @@ void PublishingServer::forgetRequests() const
     std::filesystem::resize_file(m_folder / "requests.jsonl", 0);
 }
 
-std::string PublishingServer::state() const
+std::string PublishingServer::query(const std::string& sql) const
 {
-    return readFile(m_folder / "state.json");
+    sqlite3* opened = nullptr;
+    const auto file = m_folder / "data/orvo-server.sqlite";
+    const int failure = ::sqlite3_open_v2(file.c_str(), &opened, SQLITE_OPEN_READWRITE, nullptr);
+    const std::unique_ptr<sqlite3, decltype(&::sqlite3_close)> database(opened, &::sqlite3_close);
+    ::sqlite3_busy_timeout(opened, 60'000);
+    std::string values;
+    const auto append = [](void* to, int count, char** texts, char**) {
+        for (int i = 0; i < count; ++i)
+            *static_cast<std::string*>(to) +=
+                (static_cast<std::string*>(to)->empty() ? "" : "|") + std::string(texts[i] ? texts[i] : "");
+        return 0;
+    };
+    if (failure != SQLITE_OK || ::sqlite3_exec(opened, sql.c_str(), append, &values, nullptr) != SQLITE_OK)
+        throw std::runtime_error(std::string(::sqlite3_errmsg(opened)) + ": " + sql);
+    return values;
 }
 
 std::string PublishingServer::received(const std::string& path) const
 {
-    const Document document = parse(state());
-    yyjson_val* root = yyjson_doc_get_root(document.get());
-    yyjson_val* revisions = yyjson_obj_get(root, "revisions");
-    std::size_t index = 0;
-    std::size_t count = 0;
-    yyjson_val* key = nullptr;
-    yyjson_val* video = nullptr;
-    yyjson_obj_foreach(yyjson_obj_get(root, "videos"), index, count, key, video)
-    {
-        yyjson_val* uploads = yyjson_obj_get(yyjson_obj_get(revisions, textOf(video, "published").c_str()), "uploads");
-        for (std::size_t i = 0; i < yyjson_arr_size(uploads); ++i) {
-            yyjson_val* upload = yyjson_arr_get(uploads, i);
-            if (textOf(upload, "path") == path)
-                return readFile(m_folder / "uploads" / textOf(upload, "id"));
-        }
-    }
-    throw std::runtime_error("nothing is published as " + path);
+    const auto key = query("SELECT blob FROM files JOIN videos ON videos.revision = files.revision WHERE videos.state = "
+                           "'published' AND path = '"
+        + path + "'");
+    return readFile(m_folder / "data/files" / key);
 }
 
 } // namespace orvo::test

@@ -1,20 +1,23 @@
 #pragma once
 
+#include "TestSupport/ChildProcess.h"
 #include "TestSupport/TemporaryFolder.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 namespace orvo::test {
 
-/// The publishing server of tests/support, on the loopback address, with a certificate authority of its own. While one
-/// lives, SSL_CERT_FILE names that authority.
+/// orvo-server behind the proxy of tests/support/publishing-server, on the loopback address, with a certificate authority of
+/// its own. While one lives, SSL_CERT_FILE names that authority.
 class PublishingServer {
 public:
-    /// Starts it. With `isPlain` it speaks HTTP.
-    explicit PublishingServer(bool isPlain = false);
+    enum class Kind { publishing, plainProxy };
+
+    /// Starts it. A plain proxy speaks HTTP and has no server behind it.
+    explicit PublishingServer(Kind kind = Kind::publishing);
     ~PublishingServer();
     PublishingServer(const PublishingServer&) = delete;
     PublishingServer& operator=(const PublishingServer&) = delete;
@@ -25,15 +28,15 @@ public:
     std::string address() const;
     int port() const noexcept { return m_port; }
 
-    /// Ends it as a power cut does.
+    /// Kills proxy and server, as a power cut does.
     void kill();
-    /// Starts it again, with all that it held, at the same port.
+    /// Kills both and starts them again, with their data, at the same port.
     void restart();
 
     /// What goes wrong from now on: JSON as tests/support/publishing-server explains. Empty for nothing.
     void setFaults(const std::string& json) const;
-    /// Changes a value of what it knows, while it does not run.
-    void set(const std::string& key, const std::string& json);
+    /// Adds a line to the server's configuration and restarts it, without faults.
+    void configure(const std::string& line);
 
     /// A request as it came in.
     struct Request {
@@ -52,19 +55,18 @@ public:
     std::vector<std::string> asked(const std::string& beginning = "") const;
     void forgetRequests() const;
 
-    /// A file as it was received for the revision that is published; throws when there is none.
+    /// A file of the published revision, as the server stores it. Throws when there is none.
     std::string received(const std::string& path) const;
-    /// The value of what it knows.
-    std::string state() const;
+    /// Runs a statement on the server's database and returns the values of all rows, "|" between them.
+    std::string query(const std::string& sql) const;
 
 private:
     void start();
 
     TemporaryFolder m_folder;
-    bool m_isPlain;
+    Kind m_kind;
     int m_port = 0;
-    pid_t m_pid = -1;
-    int m_input = -1;
+    std::optional<ChildProcess> m_process;
 };
 
 } // namespace orvo::test

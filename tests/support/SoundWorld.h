@@ -1,18 +1,18 @@
 #pragma once
 
-#include "TestSupport/PrivateBus.h"
-#include "TestSupport/TemporaryFolder.h"
+#include "TestSupport/ChildProcess.h"
+#include "TestSupport/SessionBus.h"
 
 #include <QByteArray>
-#include <QProcess>
 #include <QStringList>
-#include <memory>
-#include <vector>
+#include <optional>
+#include <string>
 
 namespace orvo::test {
 
-/// Sound of its own: PipeWire with the PulseAudio protocol, loudspeakers whose monitor is the sound of the system, and a
-/// microphone that hears what is played into "micfeed". This process and those that it starts take it for theirs.
+/// Sound of its own, as tests/support/sound.py makes it: PipeWire with the PulseAudio protocol, loudspeakers whose monitor
+/// is the sound of the system, and a microphone that hears what is played into "micfeed". This process and those that it
+/// starts take it for theirs.
 class SoundWorld {
 public:
     SoundWorld();
@@ -27,26 +27,21 @@ public:
     void addSink(const QString& name, const QStringList& more = {});
 
     /// Ends the server of the PulseAudio protocol; everything of it goes.
-    void endServer();
+    void endServer() { command("end server"); }
     /// Starts it again, with loudspeakers and microphone.
-    void startServer();
-
+    void startServer() { command("start server"); }
     /// Ends PipeWire itself, for good.
-    void endPipeWire();
+    void endPipeWire() { command("end"); }
 
-    static constexpr auto speakers = "speakers";
-    static constexpr auto microphone = "rigmic";
-    static constexpr auto feed = "micfeed";
+    static constexpr auto microphone = "microphone";
 
 private:
-    void waitForPipeWire() const;
-    void waitForServer();
+    void command(const std::string& line);
 
     TemporaryFolder m_folder;
     QByteArray m_before;
-    std::unique_ptr<PrivateBus> m_bus;
-    std::vector<std::unique_ptr<QProcess>> m_programs;
-    std::unique_ptr<QProcess> m_server;
+    SessionBus m_bus;
+    std::optional<ChildProcess> m_rig;
 };
 
 } // namespace orvo::test

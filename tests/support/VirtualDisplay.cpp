@@ -1,27 +1,24 @@
 #include "VirtualDisplay.h"
 
+#include <QProcess>
 #include <stdexcept>
 
 namespace orvo::test {
 
 VirtualDisplay::VirtualDisplay(const QString& size)
+    : m_server({"Xvfb", "-displayfd", "1", "-screen", "0", size.toStdString() + "x24", "-nolisten", "tcp", "-noreset"}, {},
+          ChildProcess::Errors::hidden)
+    , m_name(":" + QString::fromStdString(m_server.readLine()))
 {
-    m_server.start("Xvfb", {"-displayfd", "1", "-screen", "0", size + "x24", "-nolisten", "tcp", "-noreset"});
-    QByteArray number;
-    while (!number.endsWith('\n')) {
-        if (!m_server.waitForReadyRead(30'000))
-            throw std::runtime_error("there is no display");
-        number += m_server.readAllStandardOutput();
-    }
-    m_name = ":" + QString::fromLatin1(number.trimmed());
+    if (m_name == ":")
+        throw std::runtime_error("there is no display");
 }
 
 VirtualDisplay::~VirtualDisplay()
 {
     if (m_entered)
         qputenv("DISPLAY", m_before);
-    m_server.terminate();
-    m_server.waitForFinished();
+    m_server.end(SIGTERM);
 }
 
 bool VirtualDisplay::xdotool(const QStringList& words) const

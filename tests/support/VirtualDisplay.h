@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QProcess>
+#include "TestSupport/ChildProcess.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -25,7 +26,7 @@ public:
     void enter();
 
 private:
-    QProcess m_server;
+    ChildProcess m_server;
     QString m_name;
     bool m_entered = false;
     QByteArray m_before; ///< DISPLAY as it was.

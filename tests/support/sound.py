@@ -1,8 +1,14 @@
-"""PipeWire and its PulseAudio server in a folder of their own, with loudspeakers and a microphone."""
+"""PipeWire and its PulseAudio server in a folder of their own, with loudspeakers and a microphone.
+
+sound.py FOLDER runs them on the bus of its environment: it writes a line when they can be used, and another when it has done what a
+line of its input says, "end server", "start server" or "end". They end with its input.
+"""
 
 import os
 import subprocess
+import sys
 import time
+from pathlib import Path
 
 LIMIT = 60  # Seconds that anything may take on a loaded machine.
 
@@ -10,14 +16,15 @@ LIMIT = 60  # Seconds that anything may take on a loaded machine.
 class Sound:
     """Runs until it is closed. What `environment` has makes other programs use it.
 
-    `microphone` hears what is played into `heard`, "micfeed" or "speakers"."""
+    The microphone hears what is played into `heard`, "micfeed" or "speakers". Without the address of a bus they have their own."""
 
-    def __init__(self, runtime, heard="micfeed"):
-        self.environment = {"XDG_RUNTIME_DIR": str(runtime), "DBUS_SESSION_BUS_ADDRESS": f"unix:path={runtime}/bus"}
+    def __init__(self, runtime, heard="micfeed", bus=None):
+        self.environment = {"XDG_RUNTIME_DIR": str(runtime), "DBUS_SESSION_BUS_ADDRESS": bus or f"unix:path={runtime}/bus"}
         self._heard = heard
         self._started = []
-        runtime.mkdir(mode=0o700)
-        self._start("dbus-daemon", "--session", f"--address=unix:path={runtime}/bus", "--nofork", "--nopidfile")
+        runtime.mkdir(mode=0o700, exist_ok=True)
+        if not bus:
+            self._start("dbus-daemon", "--session", f"--address=unix:path={runtime}/bus", "--nofork", "--nopidfile")
         self._start("pipewire")
         until((runtime / "pipewire-0").exists, "PipeWire")  # Without it the session manager ends at once.
         self._start("wireplumber")
@@ -34,9 +41,9 @@ class Sound:
         until(lambda: self._pactl("info"), "the sound server")
         for name in ("speakers", "micfeed"):
             self._pactl("load-module", "module-null-sink", f"sink_name={name}")
-        self._pactl("load-module", "module-remap-source", f"master={self._heard}.monitor", "source_name=voice")
+        self._pactl("load-module", "module-remap-source", f"master={self._heard}.monitor", "source_name=microphone")
         # Right after the start the answer may be that this is not supported.
-        until(lambda: self._pactl("set-default-sink", "speakers") and self._pactl("set-default-source", "voice"),
+        until(lambda: self._pactl("set-default-sink", "speakers") and self._pactl("set-default-source", "microphone"),
               "the default devices")
 
     def end_server(self):
@@ -60,3 +67,18 @@ def until(condition, what):
         if time.monotonic() > end:
             raise RuntimeError(f"{what} does not come")
         time.sleep(0.02)
+
+
+def main():
+    sound = Sound(Path(sys.argv[1]), bus=os.environ["DBUS_SESSION_BUS_ADDRESS"])
+    try:
+        print("ready", flush=True)
+        for line in sys.stdin:
+            {"end server": sound.end_server, "start server": sound.start_server, "end": sound.close}[line.strip()]()
+            print("done", flush=True)
+    finally:
+        sound.close()
+
+
+if __name__ == "__main__":
+    main()

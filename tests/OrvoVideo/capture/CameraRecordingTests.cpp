@@ -55,7 +55,7 @@ protected:
     RecordingSession::Plan plan = planOf(CaptureSources::displays().front());
 };
 
-TEST_F(CameraRecording, KeepsItsColoursAndLastsAsLongAsTheRecording)
+TEST_F(CameraRecording, RecordsTheCameraInItsColours)
 {
     EXPECT_THAT([&] { start(plan); }, testing::ThrowsMessage<Error>("No hay una cámara disponible."));
     const VirtualCamera camera(red);
@@ -75,7 +75,7 @@ TEST_F(CameraRecording, KeepsItsColoursAndLastsAsLongAsTheRecording)
         EXPECT_TRUE(colours.are(red, time)) << time;
 }
 
-TEST_F(CameraRecording, OfACameraThatIsUnpluggedGoesOnWhenItIsBack)
+TEST_F(CameraRecording, ResumesWhenTheCameraIsPluggedInAgain)
 {
     auto camera = std::make_unique<VirtualCamera>(red);
     auto session = start(plan); // The first camera there is.

@@ -1,5 +1,6 @@
 #include "RecordingFixture.h"
 
+#include <QProcess>
 #include <algorithm>
 #include <ranges>
 #include <stdexcept>

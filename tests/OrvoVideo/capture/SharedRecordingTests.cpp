@@ -47,7 +47,7 @@ protected:
     std::unique_ptr<SharedScreen> screen;
 };
 
-TEST_F(SharedRecording, OfAScreenOnWhichNothingMovesBeginsAtOnceAndShowsWhatComesFirst)
+TEST_F(SharedRecording, BeginsBeforeTheFirstFrame)
 {
     const auto plan = share({.draws = false});
     auto session = start(plan);
@@ -62,7 +62,7 @@ TEST_F(SharedRecording, OfAScreenOnWhichNothingMovesBeginsAtOnceAndShowsWhatCome
     expectShared(frames.back());
 }
 
-TEST_F(SharedRecording, OfAScreenThatShowsNothingIsBlackAndKeepsTheSound)
+TEST_F(SharedRecording, IsBlackWithAudioWithoutFrames)
 {
     auto plan = share({.draws = false});
     plan.options.microphone = true;
@@ -81,7 +81,7 @@ TEST_F(SharedRecording, OfAScreenThatShowsNothingIsBlackAndKeepsTheSound)
     EXPECT_LT(frames.back().mean(0, 0, 1, 1).brightness(), 5);
 }
 
-TEST_F(SharedRecording, OfAWindowFollowsItsPartOfTheFramesWithPictureAndMarks)
+TEST_F(SharedRecording, FollowsAWindowInItsFrames)
 {
     // A compositor that draws windows into frames as large as the monitor.
     auto session = start(share({.width = 640, .height = 360, .window = SharedScreen::Part{100, 60, 320, 180}}));
@@ -129,7 +129,7 @@ TEST_F(SharedRecording, OfAWindowFollowsItsPartOfTheFramesWithPictureAndMarks)
     }
 }
 
-TEST_F(SharedRecording, BeginsNotWhenNoPictureCanBeAgreedOnOrNothingIsShared)
+TEST_F(SharedRecording, RefusesUnusableStreams)
 {
     auto plan = share({.order = SharedScreen::Order::separate});
     EXPECT_THAT([&] { start(plan); },
@@ -141,7 +141,7 @@ TEST_F(SharedRecording, BeginsNotWhenNoPictureCanBeAgreedOnOrNothingIsShared)
     EXPECT_EQ(record(share({}), 1).project.state, ProjectState::ready) << "the same engine records afterwards";
 }
 
-TEST_F(SharedRecording, EndsByItselfWithTheDesktopAndKeepsEverything)
+TEST_F(SharedRecording, KeepsEverythingWhenTheDesktopEnds)
 {
     enum class End { stream, everything };
     for (const auto ending : {End::stream, End::everything}) {

@@ -38,20 +38,14 @@ protected:
         return newest;
     }
 
-    /// The red and the blue of a pixel of the newest picture, as they are coded.
-    static bool isRed(const CapturedPicture& picture, int x, int y)
+    /// Whether a pixel of the newest picture is red, or blue if not.
+    static bool isRed(const CapturedPicture& picture, int x, int y) { return chroma(picture, x, y) > 60; }
+    static bool isBlue(const CapturedPicture& picture, int x, int y) { return chroma(picture, x, y) < -60; }
+    /// By how much a pixel is redder than it is blue, as coded.
+    static int chroma(const CapturedPicture& picture, int x, int y)
     {
-        constexpr int neutral = 128;
-        const auto& memory = *picture.memory;
-        const auto at = std::ptrdiff_t{y} / 2 * memory.chromaStride() + x / 2;
-        return memory.red()[at] > neutral + 60 && memory.blue()[at] < neutral;
-    }
-    static bool isBlue(const CapturedPicture& picture, int x, int y)
-    {
-        constexpr int neutral = 128;
-        const auto& memory = *picture.memory;
-        const auto at = std::ptrdiff_t{y} / 2 * memory.chromaStride() + x / 2;
-        return memory.blue()[at] > neutral + 60 && memory.red()[at] < neutral;
+        const auto at = std::ptrdiff_t{y} / 2 * picture.memory->chromaStride() + x / 2;
+        return picture.memory->red()[at] - picture.memory->blue()[at];
     }
 
     SoundWorld world; // Its PipeWire is what streams need.

@@ -1,6 +1,6 @@
 #include "CountedVideo.h"
 
-#include "VideoMedia/ProcessRunner.h"
+#include "TestSupport/Media.h"
 
 #include <QColor>
 #include <format>
@@ -12,13 +12,6 @@ namespace {
 constexpr int bits = 12;
 
 } // namespace
-
-void runFfmpeg(const std::vector<std::string>& arguments)
-{
-    std::vector<std::string> all{"-hide_banner", "-nostdin", "-loglevel", "error", "-y"};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    ProcessRunner::run(ProcessRunner::ffmpeg().value(), all);
-}
 
 void CountedVideo::write(const std::filesystem::path& file) const
 {
@@ -39,7 +32,7 @@ void CountedVideo::write(const std::filesystem::path& file) const
         "-sc_threshold", "0"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     arguments.push_back(file.string());
-    runFfmpeg(arguments);
+    ffmpeg(arguments);
 }
 
 std::optional<int> pictureNumber(const QImage& image, QRect place)

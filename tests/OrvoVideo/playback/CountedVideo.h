@@ -9,9 +9,6 @@
 
 namespace orvo::test {
 
-/// Runs `ffmpeg` with quiet options and these; throws when it fails.
-void runFfmpeg(const std::vector<std::string>& arguments);
-
 /// A video whose every picture carries its number in bars, so that a program can read which one it sees.
 struct CountedVideo {
     int width = 320;

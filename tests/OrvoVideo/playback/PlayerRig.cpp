@@ -2,9 +2,7 @@
 
 #include "VideoMedia/FfprobeMediaProbe.h"
 
-#include <QEventLoop>
 #include <QGuiApplication>
-#include <QTimer>
 #include <utility>
 
 namespace orvo::test {
@@ -47,19 +45,6 @@ PlayerRig::PlayerRig(const std::string& soundSink, std::unique_ptr<MediaProbe> p
     on(&PreviewPlayer::frameChanged, [this, player] { pictures.push_back(player->frame()); });
     on(&PreviewPlayer::rateChanged, [this, player] { rates.push_back(player->rate()); });
     on(&PreviewPlayer::endReached, [this] { ++ends; });
-}
-
-bool PlayerRig::waitUntil(const std::function<bool()>& condition, std::chrono::seconds limit)
-{
-    QTimer timer;
-    timer.setSingleShot(true);
-    timer.start(limit);
-    while (!condition()) {
-        if (!timer.isActive())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return true;
 }
 
 testing::AssertionResult PlayerRig::load(const PreviewComposition& composition)

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "OrvoVideo/playback/GstPreviewPlayer.h"
+#include "TestSupport/EventLoop.h"
 #include "VideoMedia/MediaProbe.h"
 
-#include <chrono>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
@@ -23,7 +23,7 @@ public:
     void destroyPlayer() { m_player.reset(); }
 
     /// Runs the event loop until `condition` holds; false when it does not within a generous time.
-    static bool waitUntil(const std::function<bool()>& condition, std::chrono::seconds limit = std::chrono::seconds(60));
+    static bool waitUntil(const std::function<bool()>& condition) { return comesToHold(condition); }
 
     /// Loads and waits for the answer.
     testing::AssertionResult load(const PreviewComposition& composition);

@@ -1,12 +1,12 @@
 #include "CountedVideo.h"
 #include "OrvoVideo/playback/VideoSource.h"
 #include "PlayerRig.h"
+#include "TestSupport/Media.h"
 #include "TestSupport/TemporaryFolder.h"
 #include <QThread>
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
 #include <format>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -28,10 +28,10 @@ protected:
         folder = std::make_unique<TemporaryFolder>();
         CountedVideo{.seconds = 2}.write(*folder / "video.mov");
         CountedVideo{.seconds = 20, .keyFrameEvery = 60}.write(*folder / "long.mov");
-        runFfmpeg({"-f", "lavfi", "-i", "sine=1000:duration=2:sample_rate=48000", "-c:a", "aac", path("tone.m4a")});
-        runFfmpeg({"-f", "lavfi", "-i", "sine=300:duration=1:sample_rate=44100,pan=stereo|c0=c0|c1=c0", "-c:a", "aac",
+        ffmpeg({"-f", "lavfi", "-i", "sine=1000:duration=2:sample_rate=48000", "-c:a", "aac", path("tone.m4a")});
+        ffmpeg({"-f", "lavfi", "-i", "sine=300:duration=1:sample_rate=44100,pan=stereo|c0=c0|c1=c0", "-c:a", "aac",
             path("low.m4a")});
-        runFfmpeg({"-i", path("video.mov"), "-i", path("tone.m4a"), "-c", "copy", path("both.mp4")});
+        ffmpeg({"-i", path("video.mov"), "-i", path("tone.m4a"), "-c", "copy", path("both.mp4")});
     }
     static void TearDownTestSuite() { folder.reset(); }
 
@@ -58,7 +58,7 @@ protected:
     static inline std::unique_ptr<TemporaryFolder> folder;
 };
 
-TEST_F(PreviewPlayback, PlaysEveryPictureInOrderToTheEndAndStandsThere)
+TEST_F(PreviewPlayback, PlaysToTheEndInOrder)
 {
     for (const bool hasSound : {true, false}) {
         PlayerRig rig;
@@ -82,7 +82,7 @@ TEST_F(PreviewPlayback, PlaysEveryPictureInOrderToTheEndAndStandsThere)
     }
 }
 
-TEST_F(PreviewPlayback, SpeedsPauseAndBackwards)
+TEST_F(PreviewPlayback, PlaysAtSpeedsAndBackwards)
 {
     PlayerRig rig;
     ASSERT_TRUE(rig.load(composition({{.file = path("long.mov")}}, {{.file = path("tone.m4a")}})));
@@ -129,7 +129,7 @@ TEST_F(PreviewPlayback, PausingShowsTheFrameOfItsTime)
     }
 }
 
-TEST_F(PreviewPlayback, SeeksWhilePlayingGoOnFromThere)
+TEST_F(PreviewPlayback, GoesOnFromASeekWhilePlaying)
 {
     PlayerRig rig;
     ASSERT_TRUE(rig.load(composition({{.file = path("long.mov")}}, {{.file = path("tone.m4a")}})));
@@ -152,7 +152,7 @@ TEST_F(PreviewPlayback, SeeksWhilePlayingGoOnFromThere)
     }
 }
 
-TEST_F(PreviewPlayback, APreparedPictureIsNotFetchedAgain)
+TEST_F(PreviewPlayback, UsesPreparedFrames)
 {
     VideoSource source(path("long.mov"), 0);
     source.open({});
@@ -163,22 +163,8 @@ TEST_F(PreviewPlayback, APreparedPictureIsNotFetchedAgain)
     }
 }
 
-/// What was heard, as 16-bit mono samples at 48 kHz.
-std::vector<double> recordedSound(const std::string& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    const std::string bytes(std::istreambuf_iterator<char>(stream), {});
-    std::vector<double> samples;
-    for (std::size_t at = 0; at + 4 <= bytes.size(); at += 4) {
-        float value = 0;
-        std::memcpy(&value, bytes.data() + at, 4);
-        samples.push_back(value);
-    }
-    return samples;
-}
-
 /// The amplitude of one tone in a stretch of sound.
-double amplitude(const std::vector<double>& samples, double frequency, double from, double to)
+double amplitude(const std::vector<float>& samples, double frequency, double from, double to)
 {
     double sine = 0;
     double cosine = 0;
@@ -186,19 +172,19 @@ double amplitude(const std::vector<double>& samples, double frequency, double fr
     const auto last = std::min(static_cast<std::size_t>(to * 48000), samples.size());
     for (std::size_t i = first; i < last; ++i) {
         const double angle = 2 * std::numbers::pi * frequency * static_cast<double>(i) / 48000;
-        sine += samples[i] * std::sin(angle);
-        cosine += samples[i] * std::cos(angle);
+        sine += static_cast<double>(samples[i]) * std::sin(angle);
+        cosine += static_cast<double>(samples[i]) * std::cos(angle);
     }
     return last > first ? 2 * std::hypot(sine, cosine) / static_cast<double>(last - first) : 0;
 }
 
-TEST_F(PreviewPlayback, TracksAreMixedInTheirPlacesWithTheirGains)
+TEST_F(PreviewPlayback, MixesTracksAtTheirStartsAndGains)
 {
-    const std::string heard = path("heard.raw");
+    const std::string heard = path("heard.wav");
     const double unit = 0.125; // what the tone generator gives
     {
-        PlayerRig rig(
-            "audioconvert ! audioresample ! audio/x-raw,format=F32LE,rate=48000,channels=1 ! filesink sync=true location="
+        PlayerRig rig("audioconvert ! audioresample ! audio/x-raw,format=F32LE,rate=48000,channels=1 ! wavenc ! filesink "
+                      "sync=true location="
             + heard);
         ASSERT_TRUE(rig.load(composition({{.file = path("video.mov")}},
             {{.file = path("tone.m4a"), .volume = 0.5}, {.file = path("low.m4a"), .start = 0.5},
@@ -210,7 +196,7 @@ TEST_F(PreviewPlayback, TracksAreMixedInTheirPlacesWithTheirGains)
         rig.player().setVolume(17, 1);
         ASSERT_TRUE(rig.waitUntil([&] { return rig.ends == 1; }));
     }
-    const auto samples = recordedSound(heard);
+    const auto samples = decodeSound(heard);
     ASSERT_GT(samples.size(), 48000U * 19 / 10);
     EXPECT_NEAR(amplitude(samples, 1000, 0.1, 0.9), unit / 2, 0.004);
     EXPECT_NEAR(amplitude(samples, 1000, 1.7, 1.9), unit * 2, 0.02);
@@ -225,7 +211,7 @@ TEST_F(PreviewPlayback, TracksAreMixedInTheirPlacesWithTheirGains)
     }
 }
 
-TEST_F(PreviewPlayback, SoundOnlyAndSilentFilesPlay)
+TEST_F(PreviewPlayback, PlaysAudioOnlyAndSilentFiles)
 {
     PlayerRig rig;
     // A sound file given as video and a silent video given as sound are left out of that part.
@@ -245,7 +231,7 @@ TEST_F(PreviewPlayback, SoundOnlyAndSilentFilesPlay)
     ASSERT_TRUE(rig.waitUntil([&] { return rig.ends == 2; }));
 }
 
-TEST_F(PreviewPlayback, ASoundDeviceThatFailsDoesNotStopThePictures)
+TEST_F(PreviewPlayback, PlaysOnWhenTheAudioDeviceFails)
 {
     for (const std::string sink : {"fakesink sync=true state-error=ready-to-paused",
              "fakesink sync=true can-activate-push=false", "fakesink sync=true state-error=paused-to-playing"}) {
@@ -258,7 +244,7 @@ TEST_F(PreviewPlayback, ASoundDeviceThatFailsDoesNotStopThePictures)
     }
 }
 
-TEST_F(PreviewPlayback, AFileThatCannotBePlayedLeavesThePresentComposition)
+TEST_F(PreviewPlayback, KeepsTheCompositionWhenALoadFails)
 {
     std::ofstream(path("text.mov")) << "Esto no es un vídeo.\n";
     std::ofstream(path("list.m3u8")) << "#EXTM3U\n#EXTINF:1,\nvideo.mov\n";
@@ -289,7 +275,7 @@ TEST_F(PreviewPlayback, AFileThatCannotBePlayedLeavesThePresentComposition)
     EXPECT_TRUE(rig.waitUntil([&] { return rig.ends == 1; }));
 }
 
-TEST_F(PreviewPlayback, OnlyTheLastLoadAnswers)
+TEST_F(PreviewPlayback, AnswersOnlyTheLastLoad)
 {
     PlayerRig rig;
     rig.player().load(composition({{.file = path("long.mov")}}));
@@ -316,7 +302,7 @@ TEST_F(PreviewPlayback, OnlyTheLastLoadAnswers)
     EXPECT_EQ(pictureNumber(rig.player().frame()), 0);
 }
 
-TEST_F(PreviewPlayback, ClearPlaysNothingAnyMore)
+TEST_F(PreviewPlayback, PlaysNothingAfterClear)
 {
     PlayerRig rig;
     ASSERT_TRUE(rig.load(videoAndTone()));
@@ -392,7 +378,7 @@ TEST_F(PreviewPlayback, OpensEachOfManyClipsOnce)
     EXPECT_THAT(counts, testing::Each(testing::Pair(testing::_, once))) << "the first three are still open";
 }
 
-TEST_F(PreviewPlayback, AFileReplacedOnDiskIsReadAnew)
+TEST_F(PreviewPlayback, RereadsReplacedFiles)
 {
     CountedVideo{.seconds = 1}.write(path("changing.mov"));
     PlayerRig rig;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OrvoVideo/publishing/Publisher.h"
+#include "TestSupport/Failure.h"
 #include "TestSupport/ProjectFixture.h"
 #include "TestSupport/PublishingServer.h"
 #include "VideoCore/FileIO.h"
@@ -42,21 +43,17 @@ protected:
     /// The text of the failure that a publication ends with; empty when it does not fail.
     std::string failure()
     {
-        try {
-            publish();
-        } catch (const std::exception& error) {
-            return describe(error);
-        }
-        return {};
+        return failureOf([this] { publish(); });
     }
 
     std::filesystem::path media(const std::string& name) const { return store.directory(project.id) / "media" / name; }
 
-    /// A file of so many bytes that are like no other's.
+    /// Writes a file of so many bytes, which no file had before: the server has none of them.
     static std::string write(const std::filesystem::path& file, std::size_t size)
     {
         std::filesystem::create_directories(file.parent_path());
-        std::mt19937 random(static_cast<unsigned>(std::hash<std::string>()(file.filename().string())));
+        static unsigned files = 0;
+        std::mt19937 random(++files);
         std::string content(size, '\0');
         for (auto& byte : content)
             byte = static_cast<char>(random());

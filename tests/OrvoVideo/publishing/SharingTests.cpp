@@ -12,7 +12,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-TEST(Sharing, DomainsAreReadAsTheyAreTyped)
+TEST(Sharing, ReadsDomainsAsTyped)
 {
     EXPECT_THAT(authorisedDomains("  https://www.uno.es ,, https://Dos.es,\nhttps://tres.es\n"),
         ElementsAre("https://www.uno.es", "https://Dos.es", "https://tres.es"));
@@ -22,7 +22,7 @@ TEST(Sharing, DomainsAreReadAsTheyAreTyped)
     EXPECT_THAT(authorisedDomains("\u00A0https://uno.es\u2003\r\n"), ElementsAre("https://uno.es"));
 }
 
-TEST(Sharing, TheEmbedCodeIsOneLine)
+TEST(Sharing, WritesTheEmbedCodeInOneLine)
 {
     const std::string expected =
         R"(<iframe src="https://video.ejemplo.es/embed/abc" title="Orvo Video" style="width:100%;aspect-ratio:16/9;border:0" )"
@@ -30,7 +30,6 @@ TEST(Sharing, TheEmbedCodeIsOneLine)
     EXPECT_EQ(embedCode("https://video.ejemplo.es", "abc"), expected);
     EXPECT_EQ(embedCode(" https://video.ejemplo.es// \n", "abc"), expected);
     EXPECT_EQ(driveReturnAddress(" https://video.ejemplo.es/ "), "https://video.ejemplo.es/oauth/google/callback");
-    EXPECT_EQ(expected.size() - expected.find("\" title"), 136U);
 }
 
 TEST(Json, KeepsWhatItDoesNotKnow)

@@ -1,4 +1,5 @@
 #include "OrvoVideo/transcription/SpeechModels.h"
+#include "TestSupport/Failure.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
@@ -130,14 +131,9 @@ protected:
             + body.substr(from, cut);
     }
 
-    std::string failure(const std::stop_token& stop = {})
+    std::string failure()
     {
-        try {
-            SpeechModels::download(model, folder / "models", {}, stop);
-        } catch (const Error& error) {
-            return error.what();
-        }
-        return "nothing";
+        return failureOf([&] { SpeechModels::download(model, folder / "models"); });
     }
 
     bool isThere() const { return fs::exists(folder / "models" / model.file); }
@@ -207,17 +203,6 @@ TEST_F(ModelDownload, GoesThroughTheProxyOfTheDesktop)
     ::setenv("http_proxy", "http://127.0.0.1:1", 1);
     EXPECT_THAT(failure(), HasSubstr("el proxy del sistema no deja llegar al servidor"));
     ::unsetenv("http_proxy");
-}
-
-TEST_F(ModelDownload, ModelsAreFoundByName)
-{
-    ::setenv("ORVO_MODELS", (folder.path().string() + ":/nonexistent").c_str(), 1);
-    EXPECT_EQ(SpeechModels::installed("mine"), std::nullopt);
-    std::ofstream(folder / "ggml-mine.bin") << "x";
-    EXPECT_EQ(SpeechModels::installed("mine"), folder / "ggml-mine.bin");
-    EXPECT_EQ(SpeechModels::installed("../mine"), std::nullopt);
-    EXPECT_THROW(SpeechModels::require("unknown"), Error);
-    ::unsetenv("ORVO_MODELS");
 }
 
 } // namespace

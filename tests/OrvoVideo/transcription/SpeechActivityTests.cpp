@@ -29,18 +29,6 @@ public:
     {
         return add(seconds, [](double) { return 0.0; });
     }
-    Sound& tone(double seconds)
-    {
-        return add(seconds, [](double t) { return 0.3 * std::sin(2 * std::numbers::pi * 440 * t); });
-    }
-
-    /// What rings and has died away after some milliseconds, as a key does.
-    Sound& click(double frequency)
-    {
-        return add(0.1,
-            [frequency](double t) { return 0.3 * std::exp(-t / 0.003) * std::sin(2 * std::numbers::pi * frequency * t); });
-    }
-
     Sound& then(const Sound& next)
     {
         m_samples.insert(m_samples.end(), next.m_samples.begin(), next.m_samples.end());
@@ -81,7 +69,6 @@ public:
             meter.add(std::span(m_samples).subspan(at, std::min<std::size_t>(1'777, m_samples.size() - at)));
         return meter.result();
     }
-    std::span<const float> samples() const { return m_samples; }
 
 private:
     template <typename Wave> Sound& add(double seconds, Wave wave)
@@ -94,12 +81,6 @@ private:
 
     std::vector<float> m_samples;
 };
-
-/// Noise, as of a breath or of keys.
-Sound breath(double seconds)
-{
-    return Sound().silence(seconds).noise(0.05);
-}
 
 /// Two stretches, from 0.5 to 2 and from 2.6 to 4.
 Sound twoStretches()
@@ -163,29 +144,6 @@ TEST(SpeechActivity, ZerosInANoisySoundAreNoBackground)
     EXPECT_NEAR(found[1].startSeconds(), 5.1, 0.03);
     EXPECT_NEAR(found[1].endSeconds(), 6.5, 0.03);
     EXPECT_THAT(findSpeech(Sound().silence(4).then(Sound().silence(8).noise(0.02)).loudness()), IsEmpty());
-}
-
-TEST(SpeechActivity, TellsVoicesFromBreathsAndClicks)
-{
-    EXPECT_TRUE(isVoiced(Sound().voice(0.15).samples()));
-    EXPECT_TRUE(isVoiced(Sound().voice(0.5).noise(0.03).samples()));
-    EXPECT_FALSE(isVoiced(breath(2).samples()));
-    for (const double frequency : {400, 900, 2'500})
-        EXPECT_FALSE(isVoiced(Sound().silence(0.05).click(frequency).click(frequency).noise(0.0006).samples())) << frequency;
-    EXPECT_FALSE(isVoiced(Sound().silence(1).samples()));
-    EXPECT_FALSE(isVoiced({}));
-}
-
-TEST(SpeechActivity, WhatDoesNotChangeIsNoSpeech)
-{
-    EXPECT_THAT(findSpeech({}), IsEmpty());
-    EXPECT_THAT(findSpeech(Sound().silence(0.013).loudness()), IsEmpty());
-    EXPECT_THAT(findSpeech(Sound().silence(20).loudness()), IsEmpty());
-    EXPECT_THAT(findSpeech(Sound().tone(20).loudness()), IsEmpty());
-    EXPECT_THAT(findSpeech(Sound().silence(20).noise(0.1).loudness()), IsEmpty());
-    EXPECT_THAT(findSpeech(Sound().silence(20).noise(0.00005).loudness()), IsEmpty());
-    for (const double seconds : {0.01, 0.02, 0.05, 0.1, 0.3})
-        EXPECT_LE(findSpeech(Sound().voice(seconds).loudness()).size(), 1U) << seconds;
 }
 
 TEST(SpeechChunks, HoldAllSpeechInOrderAndAreNeverTooLong)

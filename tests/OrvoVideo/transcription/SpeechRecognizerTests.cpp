@@ -3,10 +3,10 @@
 #include "OrvoVideo/transcription/SpeechModels.h"
 #include "OrvoVideo/transcription/WaveReader.h"
 #include "OrvoVideo/transcription/Whisper.h"
+#include "TestSupport/Failure.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/Speech.h"
 #include "TestSupport/TemporaryFolder.h"
-#include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 #include "VideoCore/Suggestions.h"
 
@@ -156,24 +156,16 @@ TEST_F(SpeechRecognizerTest, KeepsWhatIsReallySaidThreeTimes)
 
 TEST_F(SpeechRecognizerTest, TellsWhatIsWrong)
 {
-    const auto failure = [](const auto& action) -> std::string {
-        try {
-            action();
-        } catch (const Error& error) {
-            return error.what();
-        }
-        return "nothing";
-    };
     // A model that is cut short, one that is none, and a sound file that is none.
     const auto model = folder / "ggml-base.bin";
     fs::copy_file(SpeechModels::require(SpeechModels::usual), model);
     fs::resize_file(model, fs::file_size(model) / 3);
-    EXPECT_THAT(failure([&] { SpeechRecognizer(model, "es", {}); }), HasSubstr("ggml-base.bin» está dañado"));
+    EXPECT_THAT(failureOf([&] { SpeechRecognizer(model, "es", {}); }), HasSubstr("ggml-base.bin» está dañado"));
     std::ofstream(folder / "text.bin") << "no es un modelo";
     EXPECT_THAT(
-        failure([&] { SpeechRecognizer(folder / "text.bin", "es", {}); }), HasSubstr("está dañado o no es un modelo"));
+        failureOf([&] { SpeechRecognizer(folder / "text.bin", "es", {}); }), HasSubstr("está dañado o no es un modelo"));
     std::ofstream(folder / "text.wav") << "no es un sonido";
-    EXPECT_THAT(failure([&] { recognizer().recognise(folder / "text.wav"); }), HasSubstr("no se puede leer"));
+    EXPECT_THAT(failureOf([&] { recognizer().recognise(folder / "text.wav"); }), HasSubstr("no se puede leer"));
     EXPECT_THROW(recognizer().recognise(folder / "nothing.wav"), fs::filesystem_error);
 
     EXPECT_EQ(SpeechRecognizer::supportedLanguage("es-ES"), "es");

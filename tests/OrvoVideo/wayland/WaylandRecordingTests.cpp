@@ -117,21 +117,6 @@ TEST_F(WaylandRecordingTests, RecordsWhatThePortalShares)
         << "this desktop tells no program of presses in others, and nor does the machine";
 }
 
-TEST_F(WaylandRecordingTests, AScreenOnWhichNothingMovesIsRecordedFromTheStart)
-{
-    begin();
-    record();
-    ASSERT_TRUE(lasts(3));
-    const Film film;
-    ASSERT_TRUE(lasts(6));
-    model->stopRecording();
-    ASSERT_TRUE(endsSoon());
-    ASSERT_EQ(model->errorMessage(), "");
-    const auto shown = frames();
-    ASSERT_FALSE(shown.empty());
-    Film::expectShown(shown.back());
-}
-
 class WaylandEndTests : public WaylandFixture { };
 
 TEST_F(WaylandEndTests, ARecordingEndsWithTheCompositorAndIsKept)
