@@ -28,10 +28,13 @@ public:
     bool isReady() const;
 
     /// Renders the movie; what was packaged before is removed. Throws as `ExportService::exportVideo`.
-    void render(const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop) const;
+    void render(const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop);
 
     /// Packages the rendered movie; `isReady` holds then. Throws as `ExportService::hls`.
-    void package(const ProgressCallback& progress, const std::stop_token& stop) const;
+    void package(const ProgressCallback& progress, const std::stop_token& stop);
+
+    /// What the user should know about both, in Spanish; empty if there is nothing to say.
+    std::string remarks() const { return m_outcome.remarks(); }
 
     /// The folder of the streaming package.
     std::filesystem::path hls() const { return m_folder / "hls"; }
@@ -48,6 +51,7 @@ private:
     ExportSettings m_settings;
     std::filesystem::path m_folder;
     std::string m_signature;
+    ExportService::Outcome m_outcome;
     int m_lock = -1; ///< The open folder, locked.
 };
 
