@@ -1,3 +1,4 @@
+#include "VideoMedia/AssText.h"
 #include "VideoMedia/ExportService.h"
 #include "VideoMedia/NumberText.h"
 
@@ -18,12 +19,6 @@ constexpr double haloLength = 0.5; ///< Seconds.
 
 /// The layers in which marks lie over one another.
 enum class Layer : int { highlight = 0, pointer = 1, halo = 2, text = 3 };
-
-/// An instant as the format counts it: hundredths of a second since the start, truncated, never negative.
-std::int64_t hundredths(double seconds)
-{
-    return std::max<std::int64_t>(truncated(seconds * 100), 0);
-}
 
 class Document {
 public:
@@ -62,22 +57,15 @@ public:
             return;
         auto out = std::back_inserter(m_text);
         std::format_to(out, "Dialogue: {},", static_cast<int>(layer));
-        addStamp(start);
+        m_text += AssText::stamp(start);
         m_text += ',';
-        addStamp(end);
+        m_text += AssText::stamp(end);
         std::format_to(out, ",Default,,0,0,0,,{{{}{}}}{}\n", place, style, text);
     }
 
     std::string take() { return std::move(m_text); }
 
 private:
-    void addStamp(double seconds)
-    {
-        const std::int64_t c = hundredths(seconds);
-        std::format_to(
-            std::back_inserter(m_text), "{}:{:02}:{:02}.{:02}", c / 360'000, c / 6'000 % 60, c / 100 % 60, c % 100);
-    }
-
     std::int64_t m_width;
     std::int64_t m_height;
     double m_duration;
@@ -119,61 +107,12 @@ void addHalos(Document& document, const EditState& edit)
     }
 }
 
-/// A text as the document takes it, so that it is shown as it was typed.
-///
-/// The renderer reads a backslash before "N", "n", "h", "{" and "}" as a command and prints any other one as it is: a word
-/// joiner, which has no width, keeps those apart. It drops blanks at the beginning of a line: there they are hard ones.
-std::string escaped(std::string_view text)
-{
-    constexpr std::string_view wordJoiner = "\u2060";
-    constexpr std::string_view hardBlank = "\\h";
-    std::string result;
-    result.reserve(text.size());
-    bool atBeginning = true;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool wasAtBeginning = std::exchange(atBeginning, false);
-        switch (text[i]) {
-        case '\\':
-            result += '\\';
-            result += wordJoiner;
-            break;
-        case '{':
-        case '}':
-            result += '\\';
-            result += text[i];
-            break;
-        case ' ':
-        case '\t': // Drawn as a blank.
-            if (wasAtBeginning)
-                result += hardBlank;
-            else
-                result += ' ';
-            atBeginning = wasAtBeginning;
-            break;
-        case '\r':
-            // A line break of two characters is one; a raw one of either kind would end the event.
-            if (i + 1 < text.size() && text[i + 1] == '\n')
-                ++i;
-            [[fallthrough]];
-        case '\n':
-            result += "\\N";
-            atBeginning = true;
-            break;
-        case '\0':
-            break; // Would end the document for its reader.
-        default:
-            result += text[i];
-        }
-    }
-    return result;
-}
-
 void addTexts(Document& document, const EditState& edit)
 {
     for (const auto& overlay : edit.overlays) {
         if (overlay.kind == Overlay::Kind::text) {
             document.add(Layer::text, overlay.start, overlay.end, document.position(overlay.x, overlay.y), "",
-                escaped(overlay.content));
+                AssText::escaped(overlay.content));
         }
     }
 }

@@ -5,13 +5,18 @@
 #include "VideoCore/Phrases.h"
 #include "VideoCore/Timeline.h"
 #include "VideoMedia/Arguments.h"
+#include "VideoMedia/BurnedSubtitles.h"
+#include "VideoMedia/CopyFile.h"
+#include "VideoMedia/Cores.h"
+#include "VideoMedia/FinishedFilms.h"
+#include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/OverlayImage.h"
+#include "VideoMedia/PipedRuns.h"
 #include "VideoMedia/RenderGraph.h"
 #include "VideoMedia/Sha256.h"
 #include "VideoMedia/VideoEncoder.h"
 #include "VideoMedia/VideoLimits.h"
-#include "VideoMedia/WaveFile.h"
 #include "VideoMedia/WorkFolder.h"
 
 #include <algorithm>
@@ -35,11 +40,12 @@ namespace {
 
 constexpr double shortestVideo = 0.01; ///< Seconds; what is not longer is not worth a file.
 constexpr double longestRecording = 7 * 24 * 3600; ///< Seconds; a longer one is a damaged document.
-constexpr double mixRate = 48'000; ///< Samples per second of the mixed sound.
 
 /// Bytes of the mix that are read at once, a sixth of a second: larger ones cost less time, and every branch of the graph
 /// keeps one.
 constexpr auto mixPacket = "32768";
+
+constexpr auto burnedName = "subtitles.ass"; ///< In the work folder.
 
 // Two filters of the mix answer late by their window, and ffmpeg does not make up for it. Measured with clicks, in seconds.
 constexpr double noiseReductionDelay = 0.025; ///< afftdn at 48 kHz.
@@ -105,7 +111,7 @@ void replace(const fs::path& file, const fs::path& by)
     fs::rename(by, file);
 }
 
-/// One export: what its two runs share.
+/// One export: what the mix and the render share.
 class Export {
 public:
     Export(const VideoProject& project, const ProjectStore& store, fs::path destination, const ExportSettings& settings,
@@ -132,16 +138,25 @@ public:
         collectInputs();
         collectImages();
         checkDestination();
-        mixAudio(work);
         // Out of sight beside the destination: an older video stays until the new one is complete.
         const WorkFolder beside(m_destination.parent_path(), ".orvo-export");
         Outcome outcome;
-        outcome.hardwareFailed = renderPicture(work, beside / "video.mp4", progress);
+        const fs::path film = beside / "video.mp4";
+        const std::string signature = FinishedFilms::signature(m_project, m_store, m_settings);
+        if (!takeFinished(signature, film, progress))
+            outcome.hardwareFailed = renderPicture(work, film, progress);
         outcome.keptSubtitles = putInPlace(beside);
+        FinishedFilms::remember(m_project, m_store, signature, m_destination);
         return outcome;
     }
 
 private:
+    /// What a decoder has to do with an input.
+    struct Decoding {
+        bool isEasy = false;
+        bool isRangeMeant = false; ///< The usual range is to be written down.
+    };
+
     std::string subtitles() const
     {
         constexpr auto format = Timeline::SubtitleFormat::subRip;
@@ -185,12 +200,8 @@ private:
                 input.hasVideo = false;
             }
             input.hasAudio = facts.audioStreams > 0;
-            // A camera's picture is never what the others wait for.
-            if (kind == TrackKind::camera || isEasyToDecode(facts))
-                append(m_pictureInputs, {"-threads", "1"});
-            if (shown && input.hasVideo && leavesRangeOpen(*facts.video))
-                append(m_pictureInputs, {"-color_range", "tv"});
-            append(m_pictureInputs, {"-i", input.file.string()});
+            m_decoding.push_back(
+                {.isEasy = isEasyToDecode(facts), .isRangeMeant = shown && input.hasVideo && leavesRangeOpen(*facts.video)});
         }
         const auto isSeen = [](const RenderGraph::Input& input) {
             return input.hasVideo && RenderGraph::isVisibleVideo(input.track);
@@ -199,8 +210,7 @@ private:
             throw captureError("El proyecto no contiene vídeo visible.");
     }
 
-    /// Whether one thread decodes a track, as the recorder writes them, faster than the result is encoded. Each further
-    /// thread of a decoder costs time and keeps pictures of its own; larger movies, and those of dearer codecs, need them.
+    /// Whether a track is no dearer to decode than those of the recorder. Larger movies, and those of other codecs, are.
     bool isEasyToDecode(const MediaFacts& facts) const
     {
         if (!facts.video || facts.video->codec != "h264")
@@ -309,17 +319,32 @@ private:
         return arguments;
     }
 
-    void mixAudio(const WorkFolder& work) const
+    void mixAudio(const WorkFolder& work, const fs::path& target, const std::stop_token& stop) const
     {
-        writeFileAtomically(work / "audio.txt", RenderGraph::audioMix(m_project, m_inputs));
+        writeFileAtomically(work / "audio.txt", RenderGraph::audioMix(m_project, m_inputs, mixDelay()));
         Arguments arguments = prefix();
         append(arguments, soundInputArguments());
         append(arguments,
             {"-/filter_complex", (work / "audio.txt").string(), "-map", "[mix]", "-vn", "-ar", "48000", "-c:a", "pcm_s16le",
-                "-t", numberText(m_project.duration), (work / "mixed.wav").string()});
-        ProcessRunner::run(m_ffmpeg, arguments, {}, 0, m_stop);
-        // The normaliser can come up to a tenth of a second short of the end.
-        extendWithSilence(work / "mixed.wav", truncated((m_project.duration + mixDelay()) * mixRate));
+                "-t", numberText(m_project.duration), "-f", "wav", target.string()});
+        ProcessRunner::run(m_ffmpeg, arguments, {}, 0, stop);
+    }
+
+    /// Copies a film that an export has made of the same edit. Returns whether there is one that stayed as it was meanwhile.
+    bool takeFinished(const std::string& signature, const fs::path& target, const ProgressCallback& progress) const
+    {
+        const auto finished = FinishedFilms::find(m_project, m_store, signature);
+        if (!finished)
+            return false;
+        try {
+            copyFile(*finished, target, progress, m_stop);
+        } catch (const fs::filesystem_error&) {
+            return false; // Rendering tells what is wrong, if it is the disk.
+        }
+        if (FinishedFilms::find(m_project, m_store, signature) == finished)
+            return true;
+        fs::remove(target);
+        return false;
     }
 
     /// Returns whether a hardware encoder failed and the software encoder took over.
@@ -327,34 +352,57 @@ private:
     {
         const auto size = outputSize();
         writeFileAtomically(work / "annotations.ass", annotations(m_project, size.width, size.height));
+        if (m_settings.burned() != SubtitleCues::none) {
+            writeFileAtomically(
+                work / burnedName, BurnedSubtitles::document(m_project, m_settings.burned(), size.width, size.height));
+        }
         return encodeWithBest(
             m_ffmpeg,
             {.size = size,
                 .fps = m_settings.fps,
                 .arguments = [this](const VideoEncoder& encoder) { return encoderArguments(encoder); }},
-            [&](const VideoEncoder& encoder) { renderPicture(work, target, encoder, progress); }, m_stop);
+            [&](const VideoEncoder& encoder) { renderBeside(work, target, encoder, progress); }, m_stop);
     }
 
     Arguments encoderArguments(const VideoEncoder& encoder) const
     {
         Arguments line = encoder.arguments(RenderGraph::videoBitRate(m_settings.quality, outputSize(), m_settings.fps));
         append(line, encoder.noFinerThan(RenderGraph::smallestQuantizer(m_settings.quality)));
+        // As the segments of a streaming package begin: it can then take over the frames.
+        append(line, {"-g", std::to_string(m_settings.fps * HlsLadder::segmentSeconds)});
+        append(line, HlsLadder::forcedKeyFrames());
         return line;
     }
 
-    void renderPicture(
+    /// Mixes the sound while the picture is rendered: the mix reaches the render through a pipe, not through the disk. The
+    /// pipe lies among the temporary files, as not every file system that a library may be on has pipes.
+    void renderBeside(
         const WorkFolder& work, const fs::path& target, const VideoEncoder& encoder, const ProgressCallback& progress) const
     {
-        const auto size = outputSize();
+        const WorkFolder beside(fs::temp_directory_path(), "orvo-sound");
+        const fs::path sound = beside / "mixed.wav";
+        PipedRuns::run(
+            sound, [&](const std::stop_token& stop) { mixAudio(work, sound, stop); },
+            [&](const std::stop_token& stop) { render(work, sound, target, encoder, progress, stop); }, m_stop);
+    }
+
+    void render(const WorkFolder& work, const fs::path& sound, const fs::path& target, const VideoEncoder& encoder,
+        const ProgressCallback& progress, const std::stop_token& stop) const
+    {
         writeFileAtomically(work / "filters.txt",
             RenderGraph::picture(m_project, m_inputs,
-                {.size = size, .fps = m_settings.fps, .annotations = work / "annotations.ass", .upload = encoder.upload}));
-
+                {.size = outputSize(),
+                    .fps = m_settings.fps,
+                    .annotations = work / "annotations.ass",
+                    .subtitles = m_settings.burned() == SubtitleCues::none ? fs::path() : work / burnedName,
+                    .upload = encoder.upload}));
         const double playable = m_project.playableDuration();
         Arguments arguments = prefix();
+        if (const int threads = filterThreads(); threads > 1)
+            append(arguments, {"-filter_complex_threads", std::to_string(threads)});
         append(arguments, encoder.device);
-        append(arguments, m_pictureInputs);
-        append(arguments, {"-ss", numberText(mixDelay()), "-max_size", mixPacket, "-i", (work / "mixed.wav").string()});
+        append(arguments, pictureInputArguments(encoder));
+        append(arguments, {"-max_size", mixPacket, "-i", sound.string()});
         for (const auto& image : m_images)
             append(arguments, OverlayImage::input(image, m_project.duration));
         append(arguments, {"-/filter_complex", (work / "filters.txt").string(), "-map", "[vout]", "-map", "[aout]"});
@@ -364,7 +412,43 @@ private:
         append(arguments,
             {"-c:a", "aac", "-ar", "48000", "-b:a", "128k", "-movflags", "+faststart", "-t", numberText(playable),
                 "-progress", "pipe:1", target.string()});
-        ProcessRunner::run(m_ffmpeg, arguments, progress, playable, m_stop);
+        ProcessRunner::run(m_ffmpeg, arguments, progress, playable, stop);
+    }
+
+    /// Threads within a filter. Only sharpening is dear enough to be worth handing parts of a frame about.
+    int filterThreads() const
+    {
+        constexpr int mostThreads = 8;
+        return m_project.edit.sharpen ? std::min(availableCores(), mostThreads) : 1;
+    }
+
+    /// The inputs of the render, each after how it is decoded.
+    Arguments pictureInputArguments(const VideoEncoder& encoder) const
+    {
+        Arguments arguments;
+        for (std::size_t i = 0; i < m_inputs.size(); ++i) {
+            if (const int threads = decoderThreads(i, encoder); threads > 0)
+                append(arguments, {"-threads", std::to_string(threads)});
+            if (m_decoding[i].isRangeMeant)
+                append(arguments, {"-color_range", "tv"});
+            append(arguments, {"-i", m_inputs[i].file.string()});
+        }
+        return arguments;
+    }
+
+    /// Threads that decode an input; 0 leaves it to the decoder. Each further one costs time and keeps frames of its own:
+    /// one is enough while the encoder is slower than it. Many cores, and an encoder that leaves them free, are faster.
+    int decoderThreads(std::size_t input, const VideoEncoder& encoder) const
+    {
+        constexpr int coresPerThread = 4; // Of an encoder in software for each thread that decodes for it.
+        constexpr int mostThreads = 4;
+        if (m_inputs[input].track.kind == TrackKind::camera)
+            return 1; // Its picture is small, and never what the others wait for.
+        if (!m_decoding[input].isEasy)
+            return 0;
+        const int cores = availableCores();
+        return encoder == VideoEncoder::software() ? std::clamp(cores / coresPerThread, 1, mostThreads)
+                                                   : std::min(cores, mostThreads);
     }
 
     const VideoProject& m_project;
@@ -375,7 +459,7 @@ private:
     std::stop_token m_stop;
     fs::path m_ffmpeg;
     std::vector<RenderGraph::Input> m_inputs;
-    Arguments m_pictureInputs; ///< The inputs of the render, each after how it is decoded.
+    std::vector<Decoding> m_decoding; ///< Of each input.
     std::vector<fs::path> m_images;
 };
 
@@ -385,7 +469,7 @@ std::string Outcome::remarks() const
 {
     std::string text;
     if (hardwareFailed)
-        text = "El codificador de la tarjeta gráfica ha fallado; se ha usado el del procesador.";
+        text = hardwareFailureText;
     if (keptSubtitles) {
         text += std::format(
             "{}Los subtítulos que había se conservan en «{}».", text.empty() ? "" : " ", keptSubtitles->filename().string());

@@ -25,6 +25,10 @@ struct ExportSettings {
     std::int64_t fps = 30; ///< Output frames per second, 1 to `VideoLimits::highestRate`.
     std::string quality = "balanced"; ///< "small", "high", or anything else for "balanced".
     SubtitleCues subtitles = SubtitleCues::words;
+    bool burnIn = false; ///< Whether these subtitles are also part of the frames.
+
+    /// The subtitles that the frames show.
+    SubtitleCues burned() const noexcept { return burnIn ? subtitles : SubtitleCues::none; }
 
     friend bool operator==(const ExportSettings&, const ExportSettings&) = default;
 };
@@ -47,6 +51,9 @@ struct Outcome {
 /// Renders the whole edit of a project to the MP4 file `destination` and writes the transcript as a SubRip file of the same
 /// name beside it.
 ///
+/// A film that an export made of the same edit in the same size, rate and quality is copied instead of rendered once more,
+/// if it is still as it was: `FinishedFilms`.
+///
 /// Both are made in a hidden folder beside `destination` and take their names when they are complete and on the disk: older
 /// files stay when the export fails or is cancelled. Subtitles that no export wrote, or that were corrected since, are kept
 /// as "NAME.srt.bak". `progress` receives 0..1 during the final render. Both work folders, here and in the project's folder,
@@ -64,8 +71,11 @@ Outcome exportVideo(const VideoProject& project, const ProjectStore& store, cons
 /// which is made when needed, a new key ("key.bin"), a folder with playlist and segments for each step of `HlsLadder`, the
 /// master playlist, the subtitles ("captions.vtt") and a still of the first frame ("poster.jpg").
 ///
+/// Steps are encoded side by side, as many as the cores and the memory allow. Where the movie already is what a step needs,
+/// its frames are copied: the size, key frames every 6 seconds, and no segment above what the master playlist declares.
+///
 /// The master playlist is written when every step is complete: a folder that has it has all of them. What lies in the folder
-/// under other names is left alone. `progress` receives 0..1, step by step.
+/// under other names is left alone. `progress` receives 0..1.
 ///
 /// Throws `captureError` with a text for the user (no `ffmpeg`, a project without a usable size, a failed or incomplete run
 /// of `ffmpeg`), file system errors unchanged, and `Cancelled`. The steps made so far stay then; the file that tells

@@ -39,6 +39,11 @@ Rendition rendition(const VideoProject& project, std::int64_t height)
 
 } // namespace
 
+std::vector<std::string> forcedKeyFrames()
+{
+    return {"-force_key_frames", std::format("expr:gte(t,n_forced*{})", segmentSeconds)};
+}
+
 std::vector<Rendition> of(const VideoProject& project)
 {
     const auto isSide = [](std::int64_t side) { return side >= 2 && side <= VideoLimits::largestSide; };

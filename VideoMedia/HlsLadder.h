@@ -13,6 +13,9 @@ namespace orvo::HlsLadder {
 /// Seconds of a segment. Every segment of every step begins with a key frame, so that a player can change between them.
 inline constexpr std::int64_t segmentSeconds = 6;
 
+/// The options by which an encoder makes a key frame at the beginning of every segment.
+std::vector<std::string> forcedKeyFrames();
+
 /// One quality step.
 struct Rendition {
     std::int64_t width = 0; ///< Pixels, even.

@@ -5,15 +5,18 @@
 #include "VideoCore/Timeline.h"
 #include "VideoCore/Uuid.h"
 #include "VideoMedia/Arguments.h"
+#include "VideoMedia/Cores.h"
 #include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/RenderGraph.h"
+#include "VideoMedia/StreamedFilm.h"
 #include "VideoMedia/VideoEncoder.h"
 
 #include <algorithm>
 #include <array>
 #include <format>
 #include <openssl/rand.h>
+#include <span>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -98,22 +101,96 @@ Arguments encoderArguments(const VideoEncoder& encoder, const HlsLadder::Renditi
     return line;
 }
 
-Arguments encoding(const VideoEncoder& encoder, const HlsLadder::Rendition& step, const fs::path& from, const KeyInfo& key,
-    const fs::path& folder)
+/// A step of the ladder under way.
+struct Rung {
+    HlsLadder::Rendition step;
+    fs::path folder;
+    bool isCopied = false; ///< The movie's own frames.
+
+    std::int64_t pixels() const { return step.width * step.height; }
+};
+
+/// The outputs of one run.
+class Encoding {
+public:
+    Encoding(const fs::path& movie, const KeyInfo& key, const PlainPath& plain)
+        : m_movie(movie)
+        , m_key(key)
+        , m_plain(plain)
+    {
+    }
+
+    /// The line that makes all `rungs`; `encoders` are those of the ones that are not copied, in their order.
+    Arguments line(std::span<const Rung> rungs, std::span<const VideoEncoder> encoders) const
+    {
+        Arguments line{"-hide_banner", "-nostdin", "-y"};
+        for (std::size_t n = 0; n < encoders.size(); ++n) {
+            if (n == 0 || encoders[n].device != encoders[n - 1].device)
+                append(line, encoders[n].device);
+        }
+        append(line, {"-progress", "pipe:1", "-i", m_movie.string()});
+        if (!encoders.empty())
+            append(line, {"-filter_complex", graph(rungs, encoders)});
+        std::size_t encoded = 0;
+        for (const auto& rung : rungs) {
+            if (rung.isCopied) {
+                append(line, {"-map", "0:v:0", "-c:v", "copy"});
+            } else {
+                append(line, {"-map", std::format("[v{}]", encoded)});
+                append(line, encoderArguments(encoders[encoded], rung.step));
+                append(line, HlsLadder::forcedKeyFrames());
+                ++encoded;
+            }
+            append(line, outputOf(rung));
+        }
+        return line;
+    }
+
+private:
+    /// Decodes the movie once for all steps.
+    static std::string graph(std::span<const Rung> rungs, std::span<const VideoEncoder> encoders)
+    {
+        std::string graph = std::format("[0:v:0]split={}", encoders.size());
+        for (std::size_t n = 0; n < encoders.size(); ++n)
+            graph += std::format("[s{}]", n);
+        std::size_t n = 0;
+        for (const auto& rung : rungs) {
+            if (rung.isCopied)
+                continue;
+            const auto& upload = encoders[n].upload;
+            graph += std::format(
+                ";[s{0}]scale={1}:{2}{3}{4}[v{0}]", n, rung.step.width, rung.step.height, upload.empty() ? "" : ",", upload);
+            ++n;
+        }
+        return graph;
+    }
+
+    Arguments outputOf(const Rung& rung) const
+    {
+        const fs::path folder = m_plain.path() / rung.folder.filename();
+        return {"-map", "0:a:0?", "-c:a", "aac", "-b:a", "128k", "-hls_time", std::to_string(HlsLadder::segmentSeconds),
+            "-hls_playlist_type", "vod", "-hls_flags", "independent_segments", "-hls_key_info_file", m_key.file().string(),
+            "-hls_segment_filename", folder.string() + "/%05d.ts", (folder / "index.m3u8").string()};
+    }
+
+    const fs::path& m_movie;
+    const KeyInfo& m_key;
+    const PlainPath& m_plain;
+};
+
+/// How many of the first rungs one run makes: at least one, and more as long as the cores can work on them. Each encoder
+/// keeps many frames, so that the number of pixels is what counts for the memory as well.
+std::size_t togetherIn(std::span<const Rung> rungs)
 {
-    Arguments line{"-hide_banner", "-nostdin", "-y"};
-    append(line, encoder.device);
-    std::string filter = std::format("scale={}:{}", step.width, step.height);
-    if (!encoder.upload.empty())
-        filter += "," + encoder.upload;
-    append(line, {"-i", from.string(), "-vf", filter});
-    append(line, encoderArguments(encoder, step));
-    const auto seconds = std::to_string(HlsLadder::segmentSeconds);
-    append(line,
-        {"-force_key_frames", "expr:gte(t,n_forced*" + seconds + ")", "-c:a", "aac", "-b:a", "128k", "-hls_time", seconds,
-            "-hls_playlist_type", "vod", "-hls_flags", "independent_segments", "-hls_key_info_file", key.file().string(),
-            "-hls_segment_filename", folder.string() + "/%05d.ts", (folder / "index.m3u8").string()});
-    return line;
+    constexpr std::int64_t pixelsPerCore = 1920 * 1080;
+    const auto most = pixelsPerCore * std::max(availableCores(), 2);
+    std::size_t count = 0;
+    std::int64_t pixels = 0;
+    while (count < rungs.size() && (count == 0 || pixels + rungs[count].pixels() <= most)) {
+        pixels += rungs[count].isCopied ? 0 : rungs[count].pixels();
+        ++count;
+    }
+    return count;
 }
 
 /// ffmpeg can come to its end without having written everything, for example on a full disk. Throws `captureError` then.
@@ -159,28 +236,48 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
     const KeyInfo key(folder / "key-info.txt", folder / "key.bin");
     const PlainPath plain(folder);
 
-    Outcome outcome;
+    std::vector<Rung> rungs;
     double allPixels = 0;
-    for (const auto& step : ladder)
-        allPixels += static_cast<double>(step.width * step.height);
-    double pixels = 0;
     for (const auto& step : ladder) {
-        const fs::path rendition = folder / std::to_string(step.height);
-        fs::create_directories(rendition);
+        rungs.push_back({.step = step, .folder = folder / std::to_string(step.height)});
+        allPixels += static_cast<double>(rungs.back().pixels());
+        fs::create_directories(rungs.back().folder);
+    }
+    rungs.back().isCopied =
+        StreamedFilm::holds(*ffmpeg, movie, rungs.back().step, project.fps, plain.path() / "packets.txt", stop);
+
+    Outcome outcome;
+    const Encoding encoding(movie, key, plain);
+    const double seconds = project.playableDuration();
+    double done = 0; // Of all pixels.
+    for (std::span<const Rung> left = rungs; !left.empty();) {
+        const auto together = left.first(togetherIn(left));
+        left = left.subspan(together.size());
+        double share = 0;
+        std::vector<VideoEncoder::Task> tasks;
+        for (const auto& rung : together) {
+            share += static_cast<double>(rung.pixels()) / allPixels;
+            if (!rung.isCopied) {
+                tasks.push_back({.size = {.width = rung.step.width, .height = rung.step.height},
+                    .fps = project.fps,
+                    .arguments = [step = rung.step](
+                                     const VideoEncoder& encoder) { return encoderArguments(encoder, step); }});
+            }
+        }
+        const auto tell = [&](double part) {
+            if (progress)
+                progress(std::min(done + share * part, 1.0));
+        };
         outcome.hardwareFailed |= encodeWithBest(
-            *ffmpeg,
-            {.size = {.width = step.width, .height = step.height},
-                .fps = project.fps,
-                .arguments = [&](const VideoEncoder& encoder) { return encoderArguments(encoder, step); }},
-            [&](const VideoEncoder& encoder) {
-                ProcessRunner::run(
-                    *ffmpeg, encoding(encoder, step, movie, key, plain.path() / rendition.filename()), {}, 0, stop);
-                requireComplete(rendition);
+            *ffmpeg, tasks,
+            [&](std::span<const VideoEncoder> encoders) {
+                ProcessRunner::run(*ffmpeg, encoding.line(together, encoders), tell, seconds, stop);
+                for (const auto& rung : together)
+                    requireComplete(rung.folder);
             },
             stop);
-        pixels += static_cast<double>(step.width * step.height);
-        if (progress)
-            progress(pixels / allPixels);
+        done += share;
+        tell(0);
     }
     writeFileAtomically(folder / "master.m3u8", HlsLadder::masterPlaylist(ladder));
     writeFileAtomically(folder / "captions.vtt", Timeline::subtitles(project, Timeline::SubtitleFormat::webVtt));

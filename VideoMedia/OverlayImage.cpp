@@ -92,9 +92,10 @@ const Kind* kindOf(const fs::path& file)
 
 Arguments input(const fs::path& file, double seconds)
 {
-    Arguments arguments = isAnimation(file) ? Arguments{"-ignore_loop", "0"} : Arguments{"-loop", "1"};
-    append(arguments, {"-t", numberText(seconds)});
-    append(arguments, literally(file));
+    // The overlay repeats the last frame it was given: a still image is decoded and scaled once.
+    Arguments arguments = literally(file);
+    if (isAnimation(file))
+        append(arguments, {"-ignore_loop", "0", "-t", numberText(seconds)});
     append(arguments, {"-i", file.string()});
     return arguments;
 }

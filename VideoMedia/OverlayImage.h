@@ -27,7 +27,7 @@ std::string kindNames();
 /// The kind of a file by its first bytes, whatever its name says; null for any other file. Ignores errors.
 const Kind* kindOf(const std::filesystem::path& file);
 
-/// The options and the "-i" by which `ffmpeg` gives a picture for `seconds`. An animation is repeated.
+/// The options and the "-i" by which `ffmpeg` reads an image: the one frame of a still, an animation repeated for `seconds`.
 std::vector<std::string> input(const std::filesystem::path& file, double seconds);
 
 /// Whether `ffmpeg` decodes the image whole. It would search one that it cannot decode for the first frame for ever.

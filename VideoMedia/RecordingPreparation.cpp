@@ -4,6 +4,7 @@
 #include "VideoCore/FileIO.h"
 #include "VideoCore/PointerLog.h"
 #include "VideoMedia/Arguments.h"
+#include "VideoMedia/FailureReport.h"
 #include "VideoMedia/VideoEncoder.h"
 
 #include <algorithm>
@@ -78,6 +79,7 @@ public:
         if (!prepared.lost.empty() && std::ranges::none_of(m_project.tracks, isKept))
             throw captureError(prepared.lostText());
         m_made.keep();
+        prepared.hardwareFailed = m_hardwareFailed;
         return prepared;
     }
 
@@ -171,7 +173,8 @@ private:
         ProcessRunner::run(m_ffmpeg, arguments, {}, 0, m_stop);
     }
 
-    void convertPicture(const MediaTrack& track, const fs::path& source, const fs::path& target) const
+    /// Returns whether a hardware encoder failed and the software encoder took over.
+    bool convertPicture(const MediaTrack& track, const fs::path& source, const fs::path& target) const
     {
         const auto encode = [&](const VideoEncoder& encoder) {
             // Encoders take even sizes only; browsers and imported movies may have others.
@@ -181,19 +184,7 @@ private:
             convert(track, encoder.device, std::move(picture), target);
         };
         const auto arguments = [](const VideoEncoder& encoder) { return encoder.arguments(pictureBitRate); };
-        encodeWithBest(m_ffmpeg, {.size = sizeOf(source), .arguments = arguments}, encode, m_stop);
-    }
-
-    /// The line of a failure that says why: the last one that is not just a summary.
-    static std::string causeOf(const Error& error)
-    {
-        std::string cause = error.what();
-        for (const auto part : std::views::split(std::string_view(error.what()), '\n')) {
-            const std::string_view line(part);
-            if (line.find_first_not_of(" \t\r") != std::string_view::npos && line != "Conversion failed!")
-                cause = line;
-        }
-        return cause;
+        return encodeWithBest(m_ffmpeg, {.size = sizeOf(source), .arguments = arguments}, encode, m_stop);
     }
 
     Prepared::File converted(const MediaTrack& track)
@@ -213,11 +204,13 @@ private:
             if (isSound(track))
                 convert(track, {}, {"-i", source.string(), "-vn"}, target);
             else
-                convertPicture(track, source, target);
+                m_hardwareFailed |= convertPicture(track, source, target);
         } catch (const Cancelled&) {
             throw;
         } catch (const Error& error) {
-            throw captureError(std::format("«{}» no se puede recuperar: {}", track.file, causeOf(error)));
+            const std::string_view cause = FailureReport::cause(error.what());
+            throw captureError(
+                std::format("«{}» no se puede recuperar: {}", track.file, cause.empty() ? error.what() : cause));
         }
 
         // An input without a single frame makes a file that holds nothing.
@@ -238,6 +231,7 @@ private:
     std::stop_token m_stop;
     fs::path m_ffmpeg;
     NewFiles m_made;
+    bool m_hardwareFailed = false;
 };
 
 } // namespace

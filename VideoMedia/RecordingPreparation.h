@@ -26,6 +26,9 @@ struct Prepared {
     std::map<Uuid, std::string> lost; ///< The tracks that could not be converted, with the reason for the user.
     std::optional<std::vector<PointerEvent>> events; ///< Of the pointer log, for a project without events.
 
+    bool hardwareFailed =
+        false; ///< A hardware encoder failed; the software encoder took over. `hardwareFailureText` says so.
+
     /// The reasons, one after another.
     std::string lostText() const;
 };

@@ -98,6 +98,30 @@ bool isMixed(const Input& input)
     return input.hasAudio && input.track.volume > 0 && input.track.kind != TrackKind::camera;
 }
 
+/// Stretches of `spans` with a margin for rounding around each; those that meet are one.
+std::vector<TimeSpan> widened(std::span<const TimeSpan> spans, double margin)
+{
+    std::vector<TimeSpan> result;
+    for (const auto& span : spans) {
+        const TimeSpan wide{std::max(span.start - margin, 0.0), span.end + margin};
+        if (!result.empty() && wide.start <= result.back().end)
+            result.back().end = wide.end;
+        else
+            result.push_back(wide);
+    }
+    return result;
+}
+
+/// The expression that is true within sorted stretches. It halves them at each step: hundreds are asked for every frame.
+std::string within(std::span<const TimeSpan> stretches)
+{
+    if (stretches.size() == 1)
+        return std::format("between(t,{},{})", numberText(stretches.front().start), numberText(stretches.front().end));
+    const auto middle = stretches.size() / 2;
+    return std::format("if(lt(t,{}),{},{})", numberText(stretches[middle].start), within(stretches.first(middle)),
+        within(stretches.subspan(middle)));
+}
+
 /// Builds the picture graph chain by chain; `current()` is the label of the picture so far.
 class PictureGraph {
 public:
@@ -107,16 +131,23 @@ public:
         , m_settings(settings)
         , m_width(static_cast<double>(settings.size.width))
         , m_height(static_cast<double>(settings.size.height))
+        , m_spans(frameAligned(Timeline::kept(project.duration, project.edit.cuts), settings.fps))
     {
     }
 
     std::string text()
     {
+        const auto zooms = zoomEvents();
         addClips();
-        m_chains.add(std::format("[{}:a]anull[mix]", m_inputs.size()));
-        step(std::format("ass=filename='{}'", escapedPath(m_settings.annotations.string())), "annotated");
+        // Zooms count frames: those must not be missing before them.
+        if (zooms.empty())
+            dropCutFrames();
+        step(assFilter(m_settings.annotations), "annotated");
         addImages();
-        addZooms();
+        if (!zooms.empty()) {
+            addZooms(zooms);
+            dropCutFrames();
+        }
         addCamera();
         if (m_project.edit.sharpen)
             step("unsharp=5:5:0.35:3:3:0", "sharp");
@@ -126,6 +157,17 @@ public:
 
 private:
     std::string current() const { return "[" + m_current + "]"; }
+
+    /// Drops the frames that no kept span shows, which would be drawn for nothing.
+    void dropCutFrames()
+    {
+        constexpr double margin = 1.5; // Frames.
+        const auto stretches = widened(m_spans, margin / static_cast<double>(m_settings.fps));
+        const bool keepsAll = stretches.empty()
+            || (stretches.size() == 1 && stretches[0].start <= 0 && stretches[0].end >= m_project.duration);
+        if (!keepsAll)
+            step(std::format("select='{}'", within(stretches)), "shown");
+    }
 
     /// Adds a chain from the picture so far to a new label.
     void step(std::string_view filters, std::string name)
@@ -203,14 +245,17 @@ private:
         }
     }
 
-    void addZooms()
+    std::vector<PointerEvent> zoomEvents() const
     {
         std::vector<PointerEvent> zooms;
         std::ranges::copy_if(m_project.edit.events, std::back_inserter(zooms),
             [](const PointerEvent& event) { return event.kind == PointerKind::zoom; });
-        if (zooms.empty())
-            return;
         std::ranges::stable_sort(zooms, {}, &PointerEvent::time);
+        return zooms;
+    }
+
+    void addZooms(std::span<const PointerEvent> zooms)
+    {
         const auto expression = ZoomExpression::make(zooms, m_project.duration, m_settings.fps);
         step(
             std::format("zoompan=z='{}':x='max(0,min(iw-iw/zoom,({})-iw/zoom/2))':y='max(0,min(ih-ih/zoom,({})-ih/zoom/2))':"
@@ -273,8 +318,9 @@ private:
 
     void addKeptSpans()
     {
-        const auto spans = frameAligned(Timeline::kept(m_project.duration, m_project.edit.cuts), m_settings.fps);
+        const auto& spans = m_spans;
         const std::size_t count = spans.size();
+        m_chains.add(std::format("[{}:a]anull[mix]", m_inputs.size()));
         if (count > 1) {
             addBranches(current(), {.split = "split", .trim = "trim", .letter = 'v'}, spans, 0);
             addBranches("[mix]", {.split = "asplit", .trim = "atrim", .letter = 'a'}, spans, 0);
@@ -297,10 +343,19 @@ private:
         std::string joined;
         for (std::size_t n = 0; n < count; ++n)
             joined += label("v", n) + label("a", n);
-        const std::string_view picture = m_settings.upload.empty() ? "[vout]" : "[vjoined]";
-        m_chains.add(std::format("{}concat=n={}:v=1:a=1{}[aout]", joined, count, picture));
+        std::string last = m_settings.subtitles.empty() ? "" : assFilter(m_settings.subtitles);
         if (!m_settings.upload.empty())
-            m_chains.add(std::format("{}{}[vout]", picture, m_settings.upload));
+            last += (last.empty() ? "" : ",") + m_settings.upload;
+        const std::string_view picture = last.empty() ? "[vout]" : "[vjoined]";
+        m_chains.add(std::format("{}concat=n={}:v=1:a=1{}[aout]", joined, count, picture));
+        if (!last.empty())
+            m_chains.add(std::format("{}{}[vout]", picture, last));
+    }
+
+    /// Burns an Advanced SubStation Alpha document in.
+    static std::string assFilter(const std::filesystem::path& document)
+    {
+        return std::format("ass=filename='{}'", escapedPath(document.string()));
     }
 
     const VideoProject& m_project;
@@ -308,6 +363,7 @@ private:
     const PictureSettings& m_settings;
     double m_width;
     double m_height;
+    std::vector<TimeSpan> m_spans; ///< What is kept, on the frames of the output.
     Chains m_chains;
     std::string m_current;
 };
@@ -341,10 +397,13 @@ bool isVisibleVideo(const MediaTrack& track)
     return track.kind == TrackKind::screen || track.kind == TrackKind::clip;
 }
 
-std::string audioMix(const VideoProject& project, std::span<const Input> inputs)
+std::string audioMix(const VideoProject& project, std::span<const Input> inputs, double delay)
 {
     const auto& edit = project.edit;
     const std::string duration = numberText(project.duration);
+    // The normaliser can come up to a tenth of a second short of the end, and leaves a gap in the times there.
+    const std::string punctual = std::format(
+        ",asetpts=N/SR/TB,apad,atrim=start={}:duration={},asetpts=PTS-STARTPTS[mix]", numberText(delay), duration);
     Chains chains;
     std::size_t count = 0;
     for (std::size_t i = 0; i < inputs.size(); ++i) {
@@ -362,9 +421,9 @@ std::string audioMix(const VideoProject& project, std::span<const Input> inputs)
         ++count;
     }
     if (count > 0) {
-        chains.add(std::format(
-            "{}amix=inputs={}:duration=longest:normalize=0,alimiter=limit=0.98:level=0,apad,atrim=duration={}[mix]",
-            labels("voice", count), count, duration));
+        chains.add(
+            std::format("{}amix=inputs={}:duration=longest:normalize=0,alimiter=limit=0.98:level=0,apad,atrim=duration={}{}",
+                labels("voice", count), count, duration, punctual));
     } else {
         chains.add(std::format("anullsrc=r=48000:cl=stereo,atrim=duration={}[mix]", duration));
     }

@@ -44,20 +44,21 @@ int smallestQuantizer(std::string_view quality);
 /// Whether a track is a clip that the render shows full-frame, one after another.
 bool isVisibleVideo(const MediaTrack& track);
 
-/// The chain of audio filters that mixes every audible input into one stereo stream "[mix]" at 48 kHz as long as the
-/// recording.
-std::string audioMix(const VideoProject& project, std::span<const Input> inputs);
+/// The chain of audio filters that mixes every audible input into one stereo stream "[mix]" at 48 kHz, exactly as long as
+/// the recording. `delay` is by how many seconds the filters answer late; the mix makes up for it.
+std::string audioMix(const VideoProject& project, std::span<const Input> inputs, double delay);
 
 /// What the picture graph needs besides the project.
 struct PictureSettings {
     FrameSize size;
     std::int64_t fps = 30;
     std::filesystem::path annotations; ///< The document that is burned in.
+    std::filesystem::path subtitles = {}; ///< A document at output times that is burned into what remains; empty for none.
     std::string upload; ///< Filters that hand the finished picture to a hardware encoder; empty for most.
 };
 
-/// The graph that makes "[vout]" and "[aout]". Its inputs are `inputs`, then the mixed sound, then one picture for each
-/// image overlay in document order.
+/// The graph that makes "[vout]" and "[aout]". Its inputs are `inputs`, then the mixed sound, then one image for each image
+/// overlay in document order. Frames that the cuts leave out are dropped as early as the steps before them allow.
 std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings);
 
 /// How long the render fades in at its beginning, in seconds.

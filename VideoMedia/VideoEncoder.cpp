@@ -3,11 +3,12 @@
 #include "VideoCore/Error.h"
 #include "VideoMedia/Arguments.h"
 #include "VideoMedia/ProcessRunner.h"
+#include "VideoMedia/ProgramTrials.h"
 
+#include <algorithm>
 #include <format>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -17,47 +18,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// A program as it is now: one that is replaced is another.
-using Program = std::pair<fs::path, fs::file_time_type>;
-
-Program identityOf(const fs::path& ffmpeg)
-{
-    return {fs::canonical(ffmpeg), fs::last_write_time(ffmpeg)};
-}
-
-/// Whether a hardware encoder works, by program and trial.
-class Trials {
-public:
-    std::optional<bool> find(const Program& program, const Arguments& trial)
-    {
-        const std::lock_guard lock(m_mutex);
-        const auto known = m_outcomes.find({program, trial});
-        return known == m_outcomes.end() ? std::nullopt : std::optional(known->second);
-    }
-    void set(const Program& program, const Arguments& trial, bool works)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_outcomes.insert_or_assign({program, trial}, works);
-    }
-
-private:
-    std::mutex m_mutex;
-    std::map<std::pair<Program, Arguments>, bool> m_outcomes;
-};
-
-Trials& trials()
-{
-    static Trials all;
-    return all;
-}
-
 /// The encoders that a program lists, as text.
 std::string listOf(const fs::path& ffmpeg, const std::stop_token& stop)
 {
     static std::mutex mutex;
-    static std::map<Program, std::string> lists;
+    static std::map<ProgramTrials::Program, std::string> lists;
 
-    const auto program = identityOf(ffmpeg);
+    const auto program = ProgramTrials::identityOf(ffmpeg);
     {
         const std::lock_guard lock(mutex);
         if (const auto known = lists.find(program); known != lists.end())
@@ -87,8 +54,11 @@ std::vector<VideoEncoder> hardwareEncoders()
         .upload = "format=nv12,hwupload",
         .options = {},
         .quantizerFloor = {}});
-    for (const auto* name : {"h264_nvenc", "h264_qsv"})
-        encoders.push_back({.name = name, .device = {}, .upload = {}, .options = {}, .quantizerFloor = {}});
+    // Both make a forced key frame one that later frames may still reach behind, unless they are told otherwise.
+    encoders.push_back(
+        {.name = "h264_nvenc", .device = {}, .upload = {}, .options = {"-forced-idr", "1"}, .quantizerFloor = {}});
+    encoders.push_back(
+        {.name = "h264_qsv", .device = {}, .upload = {}, .options = {"-forced_idr", "1"}, .quantizerFloor = {}});
     return encoders;
 }
 
@@ -107,13 +77,7 @@ Arguments trialOf(const VideoEncoder& encoder, const VideoEncoder::Task& task)
 
 bool works(const fs::path& ffmpeg, const VideoEncoder& encoder, const VideoEncoder::Task& task, const std::stop_token& stop)
 {
-    const auto program = identityOf(ffmpeg);
-    const auto trial = trialOf(encoder, task);
-    if (const auto known = trials().find(program, trial))
-        return *known;
-    const bool succeeds = ProcessRunner::succeeds(ffmpeg, trial, stop);
-    trials().set(program, trial, succeeds);
-    return succeeds;
+    return ProgramTrials::succeeds(ffmpeg, trialOf(encoder, task), stop);
 }
 
 } // namespace
@@ -157,23 +121,36 @@ VideoEncoder VideoEncoder::find(const fs::path& ffmpeg, const Task& task, const 
     return software();
 }
 
-bool encodeWithBest(const fs::path& ffmpeg, const VideoEncoder::Task& task,
-    const std::function<void(const VideoEncoder&)>& run, const std::stop_token& stop)
+bool encodeWithBest(const fs::path& ffmpeg, std::span<const VideoEncoder::Task> tasks,
+    const std::function<void(std::span<const VideoEncoder>)>& run, const std::stop_token& stop)
 {
-    const auto best = VideoEncoder::find(ffmpeg, task, stop);
+    std::vector<VideoEncoder> best;
+    for (const auto& task : tasks)
+        best.push_back(VideoEncoder::find(ffmpeg, task, stop));
     try {
         run(best);
         return false;
     } catch (const Cancelled&) {
         throw;
     } catch (const Error&) {
-        if (best == VideoEncoder::software())
+        const auto isSoftware = [](const VideoEncoder& encoder) { return encoder == VideoEncoder::software(); };
+        if (std::ranges::all_of(best, isSoftware))
             throw;
     }
-    run(VideoEncoder::software());
+    run(std::vector(tasks.size(), VideoEncoder::software()));
     // Only now is it the hardware that failed, and not the disk or a file.
-    trials().set(identityOf(ffmpeg), trialOf(best, task), false);
+    for (std::size_t n = 0; n < tasks.size(); ++n) {
+        if (best[n] != VideoEncoder::software())
+            ProgramTrials::setFailed(ffmpeg, trialOf(best[n], tasks[n]));
+    }
     return true;
+}
+
+bool encodeWithBest(const fs::path& ffmpeg, const VideoEncoder::Task& task,
+    const std::function<void(const VideoEncoder&)>& run, const std::stop_token& stop)
+{
+    return encodeWithBest(
+        ffmpeg, std::span(&task, 1), [&](std::span<const VideoEncoder> encoders) { run(encoders.front()); }, stop);
 }
 
 } // namespace orvo

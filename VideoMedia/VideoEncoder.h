@@ -5,11 +5,17 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <span>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orvo {
+
+/// What the user is told when the software encoder took over from hardware that failed.
+inline constexpr std::string_view hardwareFailureText =
+    "El codificador de la tarjeta gráfica ha fallado; se ha usado el del procesador.";
 
 /// The part of an `ffmpeg` command line that encodes H.264: all that differs from one machine to another.
 struct VideoEncoder {
@@ -50,6 +56,11 @@ struct VideoEncoder {
     /// The software encoder, which works everywhere.
     static VideoEncoder software();
 };
+
+/// As the other `encodeWithBest`, for one run that has several tasks: `run` receives an encoder for each. If it fails with a
+/// hardware encoder among them, all of them are left to the software encoder.
+bool encodeWithBest(const std::filesystem::path& ffmpeg, std::span<const VideoEncoder::Task> tasks,
+    const std::function<void(std::span<const VideoEncoder>)>& run, const std::stop_token& stop = {});
 
 /// Calls `run` with the encoder that `VideoEncoder::find` returns. If a hardware encoder fails, calls it once more with the
 /// software encoder; when that succeeds, the hardware is not used for such a task again. Returns whether the software

@@ -3,6 +3,7 @@
 #include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/MovieImport.h"
 #include "VideoMedia/RecordingPreparation.h"
+#include "VideoMedia/VideoEncoder.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
@@ -160,6 +161,8 @@ void recover(Session& session, const RecoverArguments& arguments)
     CaptureSession::unmark(folder);
     if (!prepared.lost.empty())
         session.note(prepared.lostText());
+    if (prepared.hardwareFailed)
+        session.note(std::string(hardwareFailureText));
     if (session.json())
         return session.answer(JsonValue::Object{{"id", project.id}, {"state", project.state}, {"duration", project.duration},
             {"lost", prepared.lost | std::views::keys | std::ranges::to<JsonValue::Array>()}});
@@ -173,12 +176,16 @@ struct ExportArguments {
     std::string fps;
     std::string quality;
     std::string subtitles;
+    bool burnIn = false;
 };
 
 ExportSettings settingsOf(const ExportArguments& arguments)
 {
     ExportSettings settings = renderSettings(arguments.height, arguments.quality);
     settings.subtitles = subtitleCues("--subtitles", arguments.subtitles);
+    settings.burnIn = arguments.burnIn;
+    if (settings.burnIn && settings.subtitles == SubtitleCues::none)
+        throw UsageError("--burn-in necesita subtítulos: escribe --subtitles words o --subtitles phrases.");
     if (!arguments.fps.empty())
         settings.fps = integerArgument("--fps", arguments.fps, {1, 240});
     return settings;
@@ -260,6 +267,7 @@ void addExportCommand(CLI::App& app, Session& session)
             command.option("--fps", "N", arguments.fps, "Fotogramas por segundo; 30 si no se indica.");
             command.option("--subtitles", "CLASE", arguments.subtitles,
                 "words (palabra a palabra), phrases (frases) o none (ninguno); words si no se indica.");
+            command.flag("--burn-in", arguments.burnIn, "Muestra los subtítulos también en la imagen.");
         },
         exportProject);
 }

@@ -87,7 +87,7 @@ void answerPublished(Session& session, const VideoProject& project, const Public
 Publication upload(Session& session, const VideoProject& project, const Access& access, const ExportSettings& settings)
 {
     const auto& projects = session.library().store();
-    const PublicationPackage package(project, projects, settings);
+    PublicationPackage package(project, projects, settings);
     // Before the work that takes long: what is missing is told at once.
     Publisher publisher = runInterruptibly(
         "Conectando", [&](const ProgressCallback&, const std::stop_token& stop) { return PublishingServer::connect(stop); });
@@ -99,6 +99,8 @@ Publication upload(Session& session, const VideoProject& project, const Access& 
         });
         runInterruptibly("Generando calidades",
             [&](const ProgressCallback& progress, const std::stop_token& stop) { package.package(progress, stop); });
+        if (const auto remarks = package.remarks(); !remarks.empty())
+            session.note(remarks);
     }
     return runInterruptibly("Publicando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
         return publisher.publish(

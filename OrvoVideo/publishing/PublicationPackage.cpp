@@ -42,17 +42,18 @@ bool PublicationPackage::isReady() const
     }
 }
 
-void PublicationPackage::render(const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop) const
+void PublicationPackage::render(const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop)
 {
     std::error_code ignored;
     fs::remove(signatureFile(), ignored); // First, because the package is incomplete from here on.
     fs::remove_all(hls(), ignored);
-    ExportService::exportVideo(m_project, m_store, movie(), m_settings, probe, progress, stop);
+    m_outcome.hardwareFailed |=
+        ExportService::exportVideo(m_project, m_store, movie(), m_settings, probe, progress, stop).hardwareFailed;
 }
 
-void PublicationPackage::package(const ProgressCallback& progress, const std::stop_token& stop) const
+void PublicationPackage::package(const ProgressCallback& progress, const std::stop_token& stop)
 {
-    ExportService::hls(movie(), m_project, hls(), progress, stop);
+    m_outcome.hardwareFailed |= ExportService::hls(movie(), m_project, hls(), progress, stop).hardwareFailed;
     writeFileAtomically(signatureFile(), m_signature);
 }
 

@@ -26,10 +26,13 @@ public:
     bool isReady() const;
 
     /// Removes the old package and renders the movie. Throws as `ExportService::exportVideo`.
-    void render(const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop) const;
+    void render(const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop);
 
     /// Packages the rendered movie; afterwards `isReady` returns true. Throws as `ExportService::hls`.
-    void package(const ProgressCallback& progress, const std::stop_token& stop) const;
+    void package(const ProgressCallback& progress, const std::stop_token& stop);
+
+    /// What the user should know about both, in Spanish; empty if there is nothing to report.
+    std::string remarks() const { return m_outcome.remarks(); }
 
     /// The folder of the streaming package.
     std::filesystem::path hls() const { return m_folder / "hls"; }
@@ -46,6 +49,7 @@ private:
     ExportSettings m_settings;
     std::filesystem::path m_folder;
     std::string m_signature;
+    ExportService::Outcome m_outcome;
     FileLock m_lock; ///< On the folder.
 };
 

@@ -1,11 +1,14 @@
 #include "OrvoVideo/shell/LinuxWording.h"
 
+#include "VideoMedia/FailureReport.h"
 #include "VideoMedia/OverlayImage.h"
 
 #include <QLocale>
 #include <QMimeDatabase>
 #include <QRegularExpression>
 #include <algorithm>
+#include <string>
+#include <string_view>
 
 namespace orvo {
 
@@ -39,13 +42,13 @@ QString Wording::cause(const QString& message) const
     constexpr qsizetype mostLines = 6;
     if (message.size() <= longest && message.count(QLatin1Char('\n')) < mostLines)
         return message;
-    static const QRegularExpression progress(QStringLiteral(R"(^(\w+=|Conversion failed!|\s*$))"));
-    const QStringList lines = message.split(QRegularExpression(QStringLiteral("[\r\n]+")), Qt::SkipEmptyParts);
-    const qsizetype colon = message.indexOf(QLatin1String(": "));
-    const QString beginning = colon >= 0 && colon < lines.first().size() ? message.first(colon + 2) : QString();
-    for (qsizetype i = lines.size() - 1; i > 0; --i) {
-        if (!progress.match(lines[i]).hasMatch())
-            return beginning + lines[i].first(std::min(lines[i].size(), longest));
+    const std::string report = message.toStdString();
+    const std::string_view line = FailureReport::cause(report);
+    if (!line.empty() && line.data() != report.data()) {
+        const qsizetype colon = message.indexOf(QLatin1String(": "));
+        const qsizetype firstEnd = message.indexOf(QRegularExpression(QStringLiteral("[\r\n]")));
+        const QString beginning = colon >= 0 && colon < firstEnd ? message.first(colon + 2) : QString();
+        return beginning + QString::fromUtf8(line.data(), static_cast<qsizetype>(line.size())).left(longest);
     }
     return message.first(longest) + QChar(0x2026);
 }

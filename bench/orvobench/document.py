@@ -2,6 +2,7 @@
 
 import json
 import random
+import subprocess
 import uuid
 from dataclasses import dataclass
 
@@ -20,6 +21,18 @@ class Edit:
     texts: int = 0
     camera: bool = False
     sharpen: bool = False
+    images: int = 0
+
+
+def images(folder, count):
+    """Still images of full HD, made when they are not there."""
+    folder.mkdir(exist_ok=True)
+    files = [folder / f"image{number}.png" for number in range(count)]
+    for number, file in enumerate(files):
+        if not file.exists():
+            subprocess.run(["ffmpeg", "-v", "error", "-f", "lavfi", "-i", f"testsrc2=size={WIDTH}x{HEIGHT}", "-vf",
+                            f"hue=h={90 * number}", "-frames:v", "1", "-update", "1", file], check=True)
+    return files
 
 
 def cuts_of(seconds, count):
@@ -65,6 +78,11 @@ def document(material, edit):
         "id": identifier(), "kind": "text", "content": SENTENCES[number % len(SENTENCES)][:40], "width": 0.3,
         "start": seconds * (number + 0.3) / edit.texts, "end": seconds * (number + 0.3) / edit.texts + 5, "x": 0.08, "y": 0.08,
     } for number in range(edit.texts)]
+
+    overlays += [{
+        "id": identifier(), "kind": "image", "content": f"media/image{number}.png", "width": 0.25,
+        "start": seconds * number / edit.images, "end": seconds * (number + 0.5) / edit.images, "x": 0.6, "y": 0.1,
+    } for number in range(edit.images)]
 
     texts = " ".join(SENTENCES).split()
     words = [{"id": identifier(), "text": texts[i % len(texts)], "start": 0.4 * i + 0.05, "end": 0.4 * i + 0.35}

@@ -3,6 +3,7 @@
 import os
 import shutil
 import subprocess
+from dataclasses import replace
 from xml.sax.saxutils import quoteattr
 
 from orvobench import document, material, measure
@@ -12,7 +13,9 @@ from orvobench.material import FPS
 from orvobench.table import Row
 
 EFFECTS = {"zooms": 6, "texts": 4, "camera": True}
-CPU_OF_CUTS, CPU_OF_EFFECTS, MEMORY = 1.25, 1.8, 1.3  # At most, against the plain transcode.
+MEMORY = 1.3  # At most, against the plain transcode.
+# By the clock, at most, against encoding the finished pictures once more: what a user waits for beside the encoder.
+TIME_OF_CUTS, TIME_OF_EFFECTS, TIME_OF_SHARPENING, TIME_OF_PUBLICATION = 1.08, 1.35, 1.5, 1.6
 OWN_SHARE, OWN_MEMORY = 1.0, 50.0  # Per cent of an export's time, MB: below.
 GROWTH = 1.1  # At most: cost of a frame in a recording twelve times as long.
 
@@ -40,18 +43,28 @@ class Exporter:
         """Puts a project into the library; returns its identifier."""
         project = document.document(recording, edit)
         folder = document.write(self.folder / "library", project)
-        for file in recording.files:
+        for file in (*recording.files, *(document.images(self.folder / "images", edit.images))):
             target = folder / "media" / file.name
             if not target.exists():
                 _link(file, target)
         return project["id"]
 
-    def run(self, identifier):
-        """Exports a project; returns what it cost and the number of frames it made."""
+    def run(self, identifier, cores=None):
+        """Exports a project, on some cores or on all; returns what it cost and the number of frames it made."""
         target = self.folder / "ours.mp4"
-        cost = measure.run([self.folder / "bin/orvo", "export", identifier, target, "--json"], self.folder / "runs.jsonl",
-                           ORVO_LIBRARY=str(self.folder / "library"))
+        target.unlink(missing_ok=True)  # A film that is there would be taken over.
+        limit = ["taskset", "-c", ",".join(map(str, cores))] if cores else []
+        cost = measure.run([*limit, self.folder / "bin/orvo", "export", identifier, target, "--json"],
+                           self.folder / "runs.jsonl", ORVO_LIBRARY=str(self.folder / "library"))
         return cost, _frames(target)
+
+    def package(self, identifier):
+        """Renders a project and makes its streaming package, as a publication does; returns what it cost."""
+        (self.folder / "ours.mp4").unlink(missing_ok=True)
+        target = self.folder / "package"
+        shutil.rmtree(target, ignore_errors=True)
+        return measure.run([self.folder / "bin/orvo", "package", identifier, target, "--json"],
+                           ORVO_LIBRARY=str(self.folder / "library"))
 
 
 def plain_transcode(recording, encoder, folder):
@@ -87,13 +100,17 @@ def rows(programs, folder, cache, seconds, runs, long, say):
     recording = material.recording(cache, seconds)
     exporter = Exporter(programs, folder)
     few, usual, many = 1, max(2, seconds // 6), max(4, seconds * 2 // 3)
+    effects = Edit(cuts=usual, **EFFECTS)
     variants = {
-        f"cuts alone, {few}": (Edit(cuts=few), CPU_OF_CUTS),
-        f"cuts alone, {usual}": (Edit(cuts=usual), CPU_OF_CUTS),
-        f"cuts alone, {many}": (Edit(cuts=many), CPU_OF_CUTS),
-        f"every effect but sharpening, {usual} cuts": (Edit(cuts=usual, **EFFECTS), CPU_OF_EFFECTS),
-        f"every effect and sharpening, {usual} cuts": (Edit(cuts=usual, sharpen=True, **EFFECTS), None),
+        f"cuts alone, {few}": (Edit(cuts=few), TIME_OF_CUTS),
+        f"cuts alone, {usual}": (Edit(cuts=usual), TIME_OF_CUTS),
+        f"cuts alone, {many}": (Edit(cuts=many), TIME_OF_CUTS),
+        f"every effect but sharpening, {usual} cuts": (effects, TIME_OF_EFFECTS),
+        f"every effect, sharpening and two images, {usual} cuts": (replace(effects, sharpen=True, images=2), TIME_OF_SHARPENING),
     }
+    publications = []
+    scaling = {1: [], 2: []}
+    cores = sorted(os.sched_getaffinity(0))
     costs = {name: [] for name in ("plain", "melt", *variants)}
     again = {name: [] for name in variants}
     encoder = None
@@ -104,6 +121,14 @@ def rows(programs, folder, cache, seconds, runs, long, say):
             costs[name].append(exporter.run(identifier))
             encoder = encoder or _encoder_of(costs[name][-1][0])
             again[name].append(same_pictures(encoder, folder))
+        say(f"round {number + 1} of {runs}: publication")
+        identifier = exporter.add(recording, effects)
+        publications.append((exporter.package(identifier).wall, exporter.run(identifier)[0].wall))
+        if len(cores) > 1:
+            say(f"round {number + 1} of {runs}: one core and two")
+            for count, walls in scaling.items():
+                cost, frames = exporter.run(identifier, cores[:count])
+                walls.append(cost.wall * 1000 / frames)
         say(f"round {number + 1} of {runs}: plain transcode")
         costs["plain"].append(plain_transcode(recording, encoder, folder))
         say(f"round {number + 1} of {runs}: melt")
@@ -111,12 +136,18 @@ def rows(programs, folder, cache, seconds, runs, long, say):
 
     result = []
     for name, (_, target) in variants.items():
-        result += _against(f"export, {name}", costs[name], costs["plain"], "plain transcode", target)
+        result += _against(f"export, {name}", costs[name], costs["plain"], "plain transcode", None)
+        result.append(_per_frame(f"export, {name}: time a frame", costs[name], again[name], "same pictures", "wall", target))
         result.append(_per_frame(f"export, {name}: processor time a frame", costs[name], again[name], "same pictures", "cpu", None))
         result.append(_per_frame(f"export, {name}: its pictures encoded again, processor time a frame", again[name], costs["plain"],
                                  "plain transcode", "cpu", None))
     result += _against_melt(f"export, cuts alone, {usual}", costs[f"cuts alone, {usual}"], costs["melt"])
     result += _own_share([cost for name in variants for cost, _ in costs[name]])
+    ours, alone = zip(*publications)
+    result.append(Row("publication with every effect, render and three steps: time", "s", list(ours), list(alone),
+                      "the render alone", at_most=TIME_OF_PUBLICATION))
+    if scaling[1]:
+        result += _scaling(scaling[1], scaling[2])
     result += _with_film(Exporter(programs, folder / "film"), material.with_film(cache, recording), (few, usual, many), encoder,
                          runs, say)
     if long:
@@ -136,7 +167,18 @@ def _with_film(exporter, recording, counts, encoder, runs, say):
         say(f"round {number + 1} of {runs}: a film on the screen, plain transcode")
         plain.append(plain_transcode(recording, encoder, exporter.folder))
     return [_per_frame(f"export, a film on the screen, cuts alone, {count}: processor time a frame", costs[count], plain,
-                       "plain transcode", "cpu", CPU_OF_CUTS) for count in counts]
+                       "plain transcode", "cpu", None) for count in counts]
+
+
+def _scaling(one, two):
+    """What a second core brings, and by Amdahl's law from that what eight would give."""
+    def estimate(single, double):
+        parallel = min(1.0, max(0.0, 2 * (1 - double / single)))
+        return single * (1 - parallel + parallel / 8)
+
+    name = "export with every effect"
+    return [Row(f"{name}, two cores: time a frame", "ms", two, one, "one core"),
+            Row(f"{name}, eight cores (estimate from one and two): time a frame", "ms", list(map(estimate, one, two)))]
 
 
 def _against(name, ours, theirs, peer, cpu_target):
@@ -185,7 +227,7 @@ def _growth(exporter, recording, cuts, short, say):
 
 def _encoder_of(cost):
     """The encoder settings of the render, for the peers to use the same."""
-    words = cost.ffmpeg_runs[-1]["arguments"]
+    words = next(run["arguments"] for run in cost.ffmpeg_runs if "-progress" in run["arguments"])
     settings = words[words.index("-c:v") : words.index("-t", words.index("-c:v"))]
     if settings[1] != "libx264":
         raise SystemExit(f"orvo encodes with {settings[1]} here; the peers are set up for libx264")

@@ -23,8 +23,13 @@ class Cost:
     private: list = field(default_factory=list)  # Memory that is in no file, of the whole tree, one look after the other.
 
     def ffmpeg_wall(self):
-        """Time spent in the runs that work on media; asking for the version is not one of them."""
-        return sum(run["end"] - run["begin"] for run in self.ffmpeg_runs if "-version" not in run["arguments"])
+        """Time in which a run that works on media is under way, or several are; asking for the version is not one of them."""
+        spent, reached = 0.0, 0.0
+        for run in sorted(self.ffmpeg_runs, key=lambda run: run["begin"]):
+            if "-version" not in run["arguments"]:
+                spent += max(0.0, run["end"] - max(run["begin"], reached))
+                reached = max(reached, run["end"])
+        return spent
 
 
 def run(command, log=None, **environment):

@@ -47,15 +47,25 @@ def _packaging(programs, cache, folder, seconds, runs, say):
         package = folder / "package"
         cost = measure.run([folder / "bin/bench_publishing", "package", movie, WIDTH, HEIGHT, FPS, package], folder / "runs.jsonl")
         ours.append(cost.wall)
-        key = package / "key-info.txt"
-        key.write_text(f"../key.bin\n{package / 'key.bin'}\n")
+        (package / "key-info.txt").write_text(f"../key.bin\n{package / 'key.bin'}\n")
         begin = time.monotonic()
-        for run in cost.ffmpeg_runs:
-            if "-hls_time" in run["arguments"]:
-                measure.run(["ffmpeg", *run["arguments"]])
+        for height in (480, 720, 1080):
+            _one_step(movie, package, height)
         peers.append(time.monotonic() - begin)
         shutil.rmtree(package)
-    return Row("publishing, packaging three steps: time", "s", ours, peers, "the three runs of ffmpeg alone", at_most=1.05)
+    return Row("publishing, packaging three steps: time", "s", ours, peers, "one run of ffmpeg for each step", at_most=1.0)
+
+
+def _one_step(movie, package, height):
+    """One step of the ladder by itself."""
+    width = height * WIDTH // HEIGHT // 2 * 2
+    rate = width * height * FPS * 9 // 100
+    measure.run(["ffmpeg", "-hide_banner", "-nostdin", "-y", "-i", movie, "-vf", f"scale={width}:{height}", "-c:v", "libx264",
+                 "-preset", "veryfast", "-b:v", rate, "-maxrate", rate, "-bufsize", rate // 2, "-g", 6 * FPS,
+                 "-force_key_frames", "expr:gte(t,n_forced*6)", "-c:a", "aac", "-b:a", "128k", "-hls_time", "6",
+                 "-hls_playlist_type", "vod", "-hls_flags", "independent_segments", "-hls_key_info_file",
+                 package / "key-info.txt", "-hls_segment_filename", f"{package}/{height}/%05d.ts",
+                 package / str(height) / "index.m3u8"])
 
 
 def _library(folder, megabytes):

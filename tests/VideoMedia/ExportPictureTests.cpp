@@ -1,13 +1,19 @@
 #include "ExportFixture.h"
+#include "VideoCore/FileIO.h"
 #include "VideoMedia/ProcessRunner.h"
+#include "VideoMedia/RenderGraph.h"
 #include "VideoMedia/VideoEncoder.h"
 
+#include <algorithm>
 #include <cmath>
+#include <format>
 #include <gmock/gmock.h>
 
 namespace orvo::test {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 class ExportPicture : public ExportFixture {
 protected:
@@ -56,6 +62,59 @@ TEST_F(ExportPicture, KeptSpansDipThroughBlackAtTheirEnds)
     }
     const auto sound = decodeSound(out);
     EXPECT_LT(level(sound, 0.99, 1.01), level(sound, 0.4, 0.6) / 5);
+}
+
+TEST_F(ExportPicture, FramesAreTheSameHoweverManyThreadsMakeThem)
+{
+    project.edit.fade = 0.1;
+    project.edit.sharpen = true;
+    project.edit.cuts = {{0, 0.35}, {1.01, 1.5}, {2.2, 2.24}, {3, 3.9}};
+    project.edit.overlays = {{.kind = Overlay::Kind::image, .content = "media/x.png", .start = 0.5, .end = 3, .x = 0.1}};
+    project.edit.events = {pointer(PointerKind::click, 1.6, 0.5, 0.5)};
+    const std::vector<RenderGraph::Input> inputs{{.track = track(TrackKind::screen, "", 0, 4), .file = {}},
+        {.track = track(TrackKind::camera, "", 0, 4), .file = {}}};
+    const RenderGraph::FrameSize size{.width = 320, .height = 180};
+    const fs::path annotations = folder / "annotations.ass";
+    writeFileAtomically(annotations, ExportService::annotations(project, size.width, size.height));
+    const fs::path graph = folder / "graph.txt";
+    const fs::path sums = folder / "sums";
+    const auto hashes = [&](const std::string& threads) {
+        writeFileAtomically(graph, RenderGraph::picture(project, inputs, {.size = size, .annotations = annotations}));
+        ffmpeg({"-y", "-filter_complex_threads", "1", "-filter_complex_threads", threads, "-f", "lavfi", "-i",
+            "testsrc2=size=320x180:rate=30:duration=4", "-f", "lavfi", "-i", "testsrc=size=80x60:rate=25:duration=3", "-f",
+            "lavfi", "-i", "sine=r=48000:duration=4", "-f", "lavfi", "-i", "testsrc=size=40x40,trim=end_frame=1",
+            "-/filter_complex", graph, "-map", "[vout]", "-r", "30", "-f", "framehash", sums, "-map", "[aout]", "-f", "null",
+            "-"});
+        return readFile(sums);
+    };
+    for (const bool zooms : {false, true}) {
+        if (zooms)
+            project.edit.events.edit().push_back(pointer(PointerKind::zoom, 1, 0.3, 0.3));
+        const auto expected = hashes("1");
+        EXPECT_GT(std::ranges::count(expected, '\n'), 60);
+        EXPECT_TRUE(hashes("3") == expected) << zooms;
+    }
+}
+
+TEST_F(ExportPicture, SubtitlesAreBurnedInAtTheTimesOfTheResult)
+{
+    makePlain();
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=0x202020:size=320x180:rate=30:duration=4");
+    project.edit.cuts = {{0, 1}};
+    project.edit.words = {word("{Hola}", 1.5, 1.9), word("mundo.", 2, 2.4)};
+    const auto inkAt = [](const Picture& picture) {
+        const auto box = markIn(picture);
+        return box[2] >= 0;
+    };
+    const auto plain = frames();
+    EXPECT_FALSE(inkAt(plain.at(20)));
+    const auto words = frames({.burnIn = true});
+    for (const auto& [frame, isShown] : {std::pair{10U, false}, {20U, true}, {28U, false}, {35U, true}, {50U, false}})
+        EXPECT_EQ(inkAt(words.at(frame)), isShown) << frame;
+    EXPECT_GT(markIn(words.at(20))[1], 130) << "at the lower edge";
+    const auto phrases = frames({.subtitles = SubtitleCues::phrases, .burnIn = true});
+    EXPECT_TRUE(inkAt(phrases.at(28))) << "between two words of one phrase";
+    EXPECT_FALSE(inkAt(phrases.at(10)));
 }
 
 TEST_F(ExportPicture, TimesTooShortToSeeAreNone)

@@ -42,7 +42,7 @@ std::string pictureOf(const VideoProject& project)
 
 std::string mixOf(const VideoProject& project)
 {
-    return RenderGraph::audioMix(project, inputsOf(project));
+    return RenderGraph::audioMix(project, inputsOf(project), 0.03);
 }
 
 VideoProject screenProject()

@@ -128,7 +128,8 @@ exec ffmpeg "$@")");
     const std::string movie = answer({"import", clip})["id"].text();
     setup.executable = installation.program();
     const fs::path made[]{folder / "out.mp4", folder / "package"};
-    const std::vector<std::string> commands[]{{"export", movie, made[0]}, {"package", movie, made[1]}};
+    const std::vector<std::string> commands[]{
+        {"export", movie, made[0]}, {"package", movie, made[1], "--quality", "high"}, {"recover", movie}};
     for (const auto& command : commands) {
         SCOPED_TRACE(command.front());
         const Outcome outcome = orvo(command);

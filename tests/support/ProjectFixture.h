@@ -29,13 +29,13 @@ protected:
         return store.directory(project.id) / "media" / name;
     }
 
-    /// What lies in the project's folder besides the document and the media.
+    /// What lies in the project's folder besides the document, the media and the list of finished films.
     std::vector<std::string> leftovers() const
     {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(store.directory(project.id))) {
             const std::string name = entry.path().filename();
-            if (name != ProjectStore::documentName && name != ProjectStore::mediaName)
+            if (name != ProjectStore::documentName && name != ProjectStore::mediaName && name != "films.txt")
                 names.push_back(name);
         }
         return names;

@@ -30,14 +30,14 @@ protected:
 TEST_F(PublicationPackageTests, IsUsedForWhatItWasMadeFromAlone)
 {
     {
-        const auto small = package("small");
+        auto small = package("small");
         small.render(FfprobeMediaProbe(), {}, {});
         small.package({}, {});
         EXPECT_TRUE(small.isReady());
         EXPECT_THROW(package("small"), Error) << "somebody else publishes it";
     }
     {
-        const auto high = package("high");
+        auto high = package("high");
         EXPECT_FALSE(high.isReady());
         high.render(FfprobeMediaProbe(), {}, {});
         // All of it succeeds but the last step.

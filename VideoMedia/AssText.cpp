@@ -1,0 +1,64 @@
+#include "VideoMedia/AssText.h"
+
+#include "VideoMedia/NumberText.h"
+
+#include <algorithm>
+#include <format>
+#include <utility>
+
+namespace orvo::AssText {
+
+std::string stamp(double seconds)
+{
+    const auto c = std::max<std::int64_t>(truncated(seconds * 100), 0);
+    return std::format("{}:{:02}:{:02}.{:02}", c / 360'000, c / 6'000 % 60, c / 100 % 60, c % 100);
+}
+
+// The renderer reads a backslash before "N", "n", "h", "{" and "}" as a command and prints any other one as it is: a word
+// joiner, which has no width, keeps those apart. It drops blanks at the beginning of a line: there they are hard ones.
+std::string escaped(std::string_view text)
+{
+    constexpr std::string_view wordJoiner = "\u2060";
+    constexpr std::string_view hardBlank = "\\h";
+    std::string result;
+    result.reserve(text.size());
+    bool atBeginning = true;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool wasAtBeginning = std::exchange(atBeginning, false);
+        switch (text[i]) {
+        case '\\':
+            result += '\\';
+            result += wordJoiner;
+            break;
+        case '{':
+        case '}':
+            result += '\\';
+            result += text[i];
+            break;
+        case ' ':
+        case '\t': // Drawn as a blank.
+            if (wasAtBeginning)
+                result += hardBlank;
+            else
+                result += ' ';
+            atBeginning = wasAtBeginning;
+            break;
+        case '\r':
+            // A line break of two characters is one; a raw one of either kind would end the event.
+            if (i + 1 < text.size() && text[i + 1] == '\n')
+                ++i;
+            [[fallthrough]];
+        case '\n':
+            result += "\\N";
+            atBeginning = true;
+            break;
+        case '\0':
+            break; // Would end the document for its reader.
+        default:
+            result += text[i];
+        }
+    }
+    return result;
+}
+
+} // namespace orvo::AssText
