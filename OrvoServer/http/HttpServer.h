@@ -24,7 +24,8 @@ struct HttpLimits {
     std::vector<std::string> trustedProxies; ///< Addresses whose X-Forwarded-For is believed; the machine itself always is.
 };
 
-/// Serves HTTP/1.1 over TCP, with as many I/O threads as processors and two pools of workers for what blocks.
+/// Serves HTTP/1.1 over TCP, with as many I/O threads as processors, among which it divides connections, and two pools of
+/// workers for what blocks.
 ///
 /// A write to a connection that the client has closed must not raise SIGPIPE: the program ignores that signal.
 class HttpServer {

@@ -1,7 +1,7 @@
 #include "OrvoServer/storage/DriveStore.h"
 
+#include "../ServiceProcess.h"
 #include "OrvoServer/base/Json.h"
-#include "ServiceProcess.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/FileIO.h"
 
