@@ -29,7 +29,8 @@ for ((port = 8080; port < 8180; port++)); do
   (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null || break
 done
 
-home=$PWD/build/servidor
+# Of its own: another one may be running.
+home=$PWD/build/servidor/$port
 rm -rf "$home"
 mkdir -p "$home"
 address=http://localhost:$port

@@ -130,9 +130,11 @@ Configuration readConfiguration(std::string_view text)
     return configuration;
 }
 
-std::string newConfiguration(const std::string& address, const std::string& listen)
+std::string newConfiguration(const NewServer& server)
 {
-    return std::format(R"(# Configuración de orvo-server. Reinicia el servidor después de cambiarla.
+    const std::string address = readAddress(server.address);
+    readListen(server.listen);
+    std::string text = std::format(R"(# Configuración de orvo-server. Reinicia el servidor después de cambiarla.
 
 # La dirección pública, la misma que escribes en Orvo Video.
 address = {}
@@ -148,7 +150,7 @@ listen = {}
 # trusted_proxies = 10.0.0.2
 
 # Varias máquinas comparten una base de datos PostgreSQL, un almacén y la carpeta de las subidas.
-# database = postgresql://orvo@10.0.0.5/orvo
+{}database = {}
 # uploads_folder = /srv/orvo-uploads
 
 # Dónde se guardan los vídeos: local, s3 o drive.
@@ -175,7 +177,10 @@ quota_gigabytes = 0
 # max_connections = 20000
 # grace_seconds = 30
 )",
-        address, listen);
+        address, server.listen, server.database.empty() ? "# " : "",
+        server.database.empty() ? "postgresql://orvo@10.0.0.5/orvo" : server.database);
+    readConfiguration(text);
+    return text;
 }
 
 HostAndPort readListen(std::string_view text)

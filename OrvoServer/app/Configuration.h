@@ -45,8 +45,15 @@ struct Configuration {
 /// value.
 Configuration readConfiguration(std::string_view text);
 
-/// A commented configuration for a new server.
-std::string newConfiguration(const std::string& address, const std::string& listen);
+/// What a new server is told at first; the author changes the rest in its configuration.
+struct NewServer {
+    std::string address;
+    std::string listen = "127.0.0.1:8080";
+    std::string database; ///< As `Configuration::database`.
+};
+
+/// A commented configuration for a new server. Throws `Error` for what it could not hold.
+std::string newConfiguration(const NewServer& server);
 
 struct HostAndPort {
     std::string host;

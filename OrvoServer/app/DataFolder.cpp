@@ -18,21 +18,19 @@ namespace orvo::server {
 
 namespace fs = std::filesystem;
 
-std::string DataFolder::init(const std::string& address, const std::string& listen) const
+std::string DataFolder::init(const NewServer& server) const
 {
-    const std::string checked = readAddress(address);
-    readListen(listen);
+    const std::string text = newConfiguration(server);
     if (fs::exists(configurationFile()) || fs::exists(database()))
         throw captureError(
             std::format("En «{}» ya hay un servidor. Para una credencial nueva: orvo-server token.", m_root.string()));
     fs::create_directories(m_root);
     fs::permissions(m_root, fs::perms::owner_all);
-    SqliteDatabase database(this->database());
-    migrate(database);
+    const auto database = openDatabase(readConfiguration(text));
     const SystemClock clock;
-    Catalogue catalogue(database, clock);
-    std::string credential = Credential::renew(catalogue);
-    writeFileAtomically(configurationFile(), newConfiguration(checked, listen));
+    Catalogue catalogue(*database, clock);
+    std::string credential = Credential::isKept(catalogue) ? std::string() : Credential::renew(catalogue);
+    writeFileAtomically(configurationFile(), text);
     fs::permissions(configurationFile(), fs::perms::owner_read | fs::perms::owner_write);
     return credential;
 }

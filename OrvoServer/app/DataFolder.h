@@ -26,9 +26,10 @@ public:
     {
     }
 
-    /// Makes a new data folder and returns the credential, which is kept nowhere else. Throws `Error` when there is a server
-    /// already, and file system errors.
-    std::string init(const std::string& address, const std::string& listen) const;
+    /// Makes a new data folder and returns the credential, which is kept nowhere else: empty when the database is one that
+    /// another instance has begun, whose credential stays. Throws `Error` when there is a server already, `DatabaseError`
+    /// and file system errors.
+    std::string init(const NewServer& server) const;
 
     /// Throws `Error` when there is no server here or its configuration is wrong.
     Configuration configuration() const;

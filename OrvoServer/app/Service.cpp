@@ -59,6 +59,7 @@ struct Service::State {
         , configuration(folder.configuration())
         , lock(folder.lock())
         , log(logToWrite)
+        , clock(options.clock ? *options.clock : systemClock)
         , database(folder.openDatabase(configuration))
         , catalogue(*database, clock)
         , secrets(folder.secrets())
@@ -101,13 +102,15 @@ struct Service::State {
 
     void maintain(const std::stop_token& stop);
     void collect(const std::stop_token& stop);
+    void reloadCertificate();
 
     const DataFolder folder;
     const Configuration configuration;
     const DataFolder::Lock lock;
     Log& log;
     Metrics metrics;
-    SystemClock clock;
+    const SystemClock systemClock;
+    const Clock& clock;
     std::unique_ptr<Database> database;
     Catalogue catalogue;
     FileSecrets secrets;
@@ -161,6 +164,18 @@ void Service::State::collect(const std::stop_token& stop)
     }
 }
 
+void Service::State::reloadCertificate()
+{
+    if (!certificate)
+        return;
+    try {
+        if (certificate->reloadIfChanged())
+            log.info("certificate-reloaded");
+    } catch (const std::exception& error) {
+        log.warning("certificate-not-reloaded", {{"reason", std::string_view(error.what())}});
+    }
+}
+
 void Service::State::maintain(const std::stop_token& stop)
 {
     std::mutex mutex;
@@ -193,10 +208,7 @@ void Service::State::maintain(const std::stop_token& stop)
         }
         if (round % 60 == 0) {
             attempt("collection", [&] { collect(stop); });
-            attempt("certificate", [&] {
-                if (certificate && certificate->reloadIfChanged())
-                    log.info("certificate-reloaded");
-            });
+            reloadCertificate();
         }
         std::unique_lock waiting(mutex);
         wake.wait_for(waiting, stop, std::chrono::seconds(5), [] { return false; });
@@ -211,6 +223,11 @@ void Service::run()
     maintenance.request_stop();
     maintenance.join();
     m_state->log.info("stopped");
+}
+
+void Service::reloadCertificate()
+{
+    m_state->reloadCertificate();
 }
 
 void Service::stop()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OrvoServer/app/DataFolder.h"
+#include "OrvoServer/base/Clock.h"
 #include "OrvoServer/base/Log.h"
 
 #include <cstdint>
@@ -15,6 +16,8 @@ public:
     struct Options {
         /// Listens there with plain HTTP instead of as configured.
         std::optional<HostAndPort> listen;
+        /// Tells the time instead of the system's clock; lives as long as the service.
+        const Clock* clock = nullptr;
     };
 
     /// Opens the data folder, brings the database up to date and listens. Throws `Error` and file system errors.
@@ -29,6 +32,9 @@ public:
     void run();
     /// Any thread.
     void stop();
+    /// Any thread. New connections get the certificate that is on the disk now; one that cannot be used is logged, and the
+    /// old one stays. The service also looks every five minutes.
+    void reloadCertificate();
 
 private:
     struct State;

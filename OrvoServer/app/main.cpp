@@ -26,6 +26,7 @@ struct Arguments {
     std::string address;
     std::string listen;
     std::string folder;
+    std::string database;
     bool json = false;
 };
 
@@ -43,10 +44,15 @@ void showCredential(const Arguments& arguments, const std::string& credential)
 
 int init(const Arguments& arguments)
 {
-    const std::string listen = arguments.listen.empty() ? "127.0.0.1:8080" : arguments.listen;
     const DataFolder folder(arguments.data);
-    const std::string credential = folder.init(arguments.address, listen);
-    showCredential(arguments, credential);
+    NewServer server{.address = arguments.address, .database = arguments.database};
+    if (!arguments.listen.empty())
+        server.listen = arguments.listen;
+    const std::string credential = folder.init(server);
+    if (credential.empty() && !arguments.json)
+        print("La base de datos ya tiene un servidor: vale su credencial. Copia aquí su carpeta «secrets».\n");
+    else
+        showCredential(arguments, credential);
     if (!arguments.json)
         print(std::format("Configuración: {}\nPonlo en marcha: orvo-server run --data {}\n",
             folder.configurationFile().string(), arguments.data));
@@ -62,18 +68,26 @@ int run(const Arguments& arguments)
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGHUP);
     // Before any thread, so that all of them leave the signals to the one that waits.
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     Log log(STDERR_FILENO);
     Service service(DataFolder(arguments.data),
         {.listen = arguments.listen.empty() ? std::optional<HostAndPort>() : readListen(arguments.listen)}, log);
     std::thread([&service, signals] {
-        int signal = 0;
-        sigwait(&signals, &signal);
-        service.stop();
-        // Somebody who asks twice does not want to wait.
-        sigwait(&signals, &signal);
-        ::_exit(1);
+        for (bool isStopping = false;;) {
+            int signal = 0;
+            sigwait(&signals, &signal);
+            if (signal == SIGHUP) {
+                service.reloadCertificate();
+                continue;
+            }
+            // Somebody who asks twice does not want to wait.
+            if (isStopping)
+                ::_exit(1);
+            isStopping = true;
+            service.stop();
+        }
     }).detach();
     service.run();
     return 0;
@@ -176,6 +190,7 @@ int main(int argc, char** argv)
     CLI::App* initCommand = command("init", "Crea un servidor y su credencial");
     initCommand->add_option("--address", arguments.address, "Dirección pública, como https://videos.ejemplo.es")->required();
     initCommand->add_option("--listen", arguments.listen, "Dónde escucha: HOST:PUERTO");
+    initCommand->add_option("--database", arguments.database, "Base de datos de varias máquinas: postgresql://…");
     initCommand->add_flag("--json", arguments.json, "Responde en JSON");
     CLI::App* runCommand = command("run", "Sirve hasta que se le pide que pare");
     runCommand->add_option("--listen", arguments.listen, "HOST:PUERTO sin TLS, en lugar de lo configurado");

@@ -3,6 +3,7 @@
 #include "OrvoServer/base/Json.h"
 #include "VideoCore/DateTime.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 namespace orvo::server {
@@ -19,6 +20,10 @@ void Log::write(std::string_view level, std::string_view event, Fields fields)
     std::string text = line.take();
     text += '\n';
     const std::scoped_lock lock(m_mutex);
+    // Nobody may read the other end: a line is dropped before it stops the server.
+    pollfd ready{.fd = m_descriptor, .events = POLLOUT, .revents = 0};
+    if (::poll(&ready, 1, 0) != 1 || (ready.revents & POLLOUT) == 0)
+        return;
     // A log that cannot be written must not stop the server.
     [[maybe_unused]] const auto written = ::write(m_descriptor, text.data(), text.size());
 }

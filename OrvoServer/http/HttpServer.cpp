@@ -6,13 +6,16 @@
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
+#include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/use_awaitable.hpp>
 
 #include <algorithm>
+#include <deque>
 #include <format>
 #include <map>
 #include <mutex>
+#include <ranges>
 #include <thread>
 
 namespace orvo::server {
@@ -44,6 +47,14 @@ std::string limitedAddress(asio::ip::address address)
     return asio::ip::address_v6(bytes).to_string();
 }
 
+/// Waits for its own sockets, on one thread. Threads that share one hand each event over to another, which costs a switch.
+struct IoContext : asio::io_context {
+    IoContext()
+        : asio::io_context(1)
+    {
+    }
+};
+
 } // namespace
 
 struct HttpServer::State {
@@ -53,8 +64,8 @@ struct HttpServer::State {
         , metrics(metricsToCount)
         , workers(std::max(4U, std::thread::hardware_concurrency() * 2))
         , fetchers(16)
-        , context(static_cast<int>(std::max(1U, std::thread::hardware_concurrency())))
-        , stopTimer(context)
+        , contexts(std::max(1U, std::thread::hardware_concurrency()))
+        , stopTimer(contexts.front())
         , shared{handlerToAsk, limits, log, metrics, workers, fetchers, isStopping}
     {
     }
@@ -70,7 +81,8 @@ struct HttpServer::State {
     std::atomic<bool> isStopping = false;
     asio::thread_pool workers;
     asio::thread_pool fetchers;
-    asio::io_context context;
+    std::deque<IoContext> contexts; ///< The first one accepts.
+    std::size_t nextContext = 0; ///< Used by the accepting thread only.
     asio::steady_timer stopTimer; ///< On no strand; used only under the mutex.
     ConnectionShared shared;
     std::vector<std::unique_ptr<Acceptor>> acceptors;
@@ -89,7 +101,7 @@ HttpServer::~HttpServer() = default;
 std::uint16_t HttpServer::listen(const std::string& host, std::uint16_t port, std::shared_ptr<TlsCertificate> certificate)
 {
     const asio::ip::tcp::endpoint endpoint(addressOf(host), port);
-    auto acceptor = std::make_unique<Acceptor>(asio::make_strand(m_state->context));
+    auto acceptor = std::make_unique<Acceptor>(asio::make_strand(m_state->contexts.front()));
     try {
         acceptor->open(endpoint.protocol());
         acceptor->set_option(Acceptor::reuse_address(true));
@@ -109,7 +121,7 @@ asio::awaitable<void> HttpServer::State::accept(Acceptor& acceptor, std::shared_
 {
     asio::steady_timer pause(acceptor.get_executor());
     while (acceptor.is_open()) {
-        Socket socket(asio::make_strand(context));
+        Socket socket(asio::make_strand(contexts[nextContext++ % contexts.size()]));
         const auto [error] = co_await acceptor.async_accept(socket, asio::as_tuple(asio::use_awaitable));
         if (!error) {
             admit(std::move(socket), certificate);
@@ -185,10 +197,15 @@ void HttpServer::State::forEachConnection(void (*call)(Connection&))
 
 void HttpServer::run()
 {
+    std::deque<asio::executor_work_guard<asio::io_context::executor_type>> guards;
     std::vector<std::jthread> threads;
-    for (unsigned i = 1; i < std::max(1U, std::thread::hardware_concurrency()); ++i)
-        threads.emplace_back([this] { m_state->context.run(); });
-    m_state->context.run();
+    for (auto& context : m_state->contexts | std::views::drop(1)) {
+        guards.emplace_back(asio::make_work_guard(context));
+        threads.emplace_back([&context] { context.run(); });
+    }
+    // Goes on until no connection is left anywhere: the timer that ends them is on this one.
+    m_state->contexts.front().run();
+    guards.clear();
     threads.clear();
     m_state->workers.join();
     m_state->fetchers.join();

@@ -25,7 +25,8 @@ struct HttpLimits {
     std::vector<std::string> trustedProxies; ///< Addresses whose X-Forwarded-For is trusted; this machine always is.
 };
 
-/// Serves HTTP/1.1 over TCP, with one I/O thread per processor and two pools of workers for blocking work.
+/// Serves HTTP/1.1 over TCP, with one I/O thread per processor, among which it divides the connections, and two pools of
+/// workers for blocking work.
 ///
 /// The program must ignore SIGPIPE, which a write to a closed connection raises.
 class HttpServer {

@@ -137,7 +137,8 @@ asio::awaitable<bool> Transport::sendFile(const FileBody& body, std::chrono::mil
     constexpr std::uint64_t maxStep = std::uint64_t{1} << 20U;
     auto offset = static_cast<off_t>(body.offset);
     std::uint64_t left = body.length;
-    std::vector<char> buffer(m_tls ? std::min<std::uint64_t>(left, 65536) : 0);
+    constexpr std::uint64_t maxRecord = 16384; // A thousand viewers hold one each.
+    std::vector<char> buffer(m_tls ? std::min<std::uint64_t>(left, maxRecord) : 0);
     while (left > 0) {
         if (!m_socket.is_open() || m_isBroken)
             co_return false;

@@ -6,6 +6,7 @@
 #include <array>
 #include <condition_variable>
 #include <cstdio>
+#include <cstdlib>
 #include <curl/curl.h>
 #include <format>
 #include <mutex>
@@ -24,6 +25,13 @@ using namespace std::chrono_literals;
 constexpr std::size_t maxBody = std::size_t{4} << 20; ///< Bytes of an answer that is kept in memory.
 constexpr long bufferSize = 512L << 10; ///< Bytes.
 constexpr std::size_t maxIdle = 8; ///< Connections that wait for the next request.
+
+/// Scheme, name and port: the part of an address that an author needs to know, without what could be a secret.
+std::string_view hostOf(std::string_view url)
+{
+    const auto host = url.find("://");
+    return url.substr(0, host == std::string_view::npos ? host : url.find_first_of("/?", host + 3));
+}
 
 struct CloseFile {
     void operator()(std::FILE* file) const { std::fclose(file); }
@@ -171,6 +179,9 @@ TransferResponse Transfer::perform(const TransferRequest& request, const std::st
     set(CURLOPT_PROTOCOLS_STR, "http,https");
     set(CURLOPT_NOSIGNAL, 1L);
     set(CURLOPT_USERAGENT, "OrvoServer");
+    // As OpenSSL's own programs do, for a store or a proxy with an authority of the house.
+    if (const char* authorities = std::getenv("SSL_CERT_FILE"))
+        set(CURLOPT_CAINFO, authorities);
     set(CURLOPT_BUFFERSIZE, bufferSize);
     set(CURLOPT_UPLOAD_BUFFERSIZE, bufferSize);
     set(CURLOPT_CONNECTTIMEOUT, static_cast<long>(m_limits.connecting.count()));
@@ -223,7 +234,8 @@ TransferResponse Transfer::perform(const TransferRequest& request, const std::st
     if (exchange.source && std::ferror(exchange.source.get()) != 0)
         throw fs::filesystem_error("read", request.part->file, std::make_error_code(std::errc::io_error));
     if (result != CURLE_OK)
-        throw StoreError(StoreError::Kind::passing, std::format("El almacén no responde ({}).", curl_easy_strerror(result)));
+        throw StoreError(StoreError::Kind::passing,
+            std::format("«{}» no responde ({}).", hostOf(request.url), curl_easy_strerror(result)));
     m_pool->giveBack(std::move(handle));
     return std::move(exchange.response);
 }

@@ -28,6 +28,11 @@ std::string Credential::renew(Catalogue& catalogue)
     return token;
 }
 
+bool Credential::isKept(Catalogue& catalogue)
+{
+    return catalogue.setting(std::string(settingName)).has_value();
+}
+
 Credential::Credential(Catalogue& catalogue, const Clock& clock, Metrics& metrics)
     : m_catalogue(catalogue)
     , m_clock(clock)

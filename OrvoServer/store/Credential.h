@@ -19,6 +19,9 @@ public:
     /// Makes a new credential, which replaces any other, and returns it; it is shown this once. Blocks.
     static std::string renew(Catalogue& catalogue);
 
+    /// Whether the database has one. Blocks. Throws `DatabaseError`.
+    static bool isKept(Catalogue& catalogue);
+
     enum class Answer : std::uint8_t { right, wrong, tooMany };
 
     /// Blocks to read the kept hash. Throws `DatabaseError`.

@@ -33,10 +33,10 @@ DatabaseError failureOf(const PGresult* result)
 {
     const char* field = PQresultErrorField(result, PG_DIAG_SQLSTATE);
     const std::string_view state = field ? field : "";
-    // 53100: disk full. 40001, 40P01, 55P03: taken by others. 57P and 08: going or gone.
+    // 53100: disk full. 40001, 40P01, 55P03: taken by others; 57014: waited for them too long. 57P and 08: going or gone.
     if (state == "53100")
         return {Kind::full, "El disco de la base de datos está lleno."};
-    if (state == "40001" || state == "40P01" || state == "55P03" || state == "53300")
+    if (state == "40001" || state == "40P01" || state == "55P03" || state == "53300" || state == "57014")
         return {Kind::busy, "La base de datos está ocupada. Inténtalo de nuevo en unos segundos."};
     if (state.empty() || state.starts_with("57P") || state.starts_with("08"))
         return awayError();
@@ -53,6 +53,8 @@ public:
         if (PQstatus(m_handle.get()) != CONNECTION_OK)
             throw awayError();
         PQsetClientEncoding(m_handle.get(), "UTF8");
+        // Notices would go to standard error, between the lines of the log.
+        run("SET client_min_messages = 'error'");
         run("SET statement_timeout = '60s'");
         run("SET idle_in_transaction_session_timeout = '60s'");
     }

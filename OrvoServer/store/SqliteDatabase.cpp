@@ -33,10 +33,14 @@ DatabaseError failureOf(sqlite3* handle, int code)
 
 class SqliteDatabase::Connection final : public Session {
 public:
-    explicit Connection(const std::filesystem::path& file)
+    enum class File : std::uint8_t { mayBeNew, exists };
+
+    Connection(const std::filesystem::path& file, File state)
     {
-        const int code = sqlite3_open_v2(file.c_str(), &m_handle,
-            SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW, nullptr);
+        // A database that is gone must not look like an empty one.
+        const int create = state == File::mayBeNew ? SQLITE_OPEN_CREATE : 0;
+        const int code = sqlite3_open_v2(
+            file.c_str(), &m_handle, SQLITE_OPEN_READWRITE | create | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW, nullptr);
         if (code != SQLITE_OK) {
             const auto error = failureOf(m_handle, code);
             sqlite3_close(m_handle);
@@ -145,7 +149,7 @@ SqliteDatabase::SqliteDatabase(std::filesystem::path file)
 {
     const mode_t mask = ::umask(077);
     try {
-        m_idle.push_back(std::make_unique<Connection>(m_file));
+        m_idle.push_back(std::make_unique<Connection>(m_file, Connection::File::mayBeNew));
     } catch (...) {
         ::umask(mask);
         throw;
@@ -166,7 +170,7 @@ void SqliteDatabase::run(std::string_view begin, const std::function<void(Sessio
         }
     }
     if (!connection)
-        connection = std::make_unique<Connection>(m_file);
+        connection = std::make_unique<Connection>(m_file, Connection::File::exists);
     try {
         connection->run(begin);
         work(*connection);
@@ -202,7 +206,7 @@ void SqliteDatabase::write(const std::function<void(Session&)>& work)
 
 void SqliteDatabase::backup(const std::filesystem::path& target)
 {
-    Connection source(m_file);
+    Connection source(m_file, Connection::File::exists);
     sqlite3* copy = nullptr;
     int code = sqlite3_open_v2(target.c_str(), &copy, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
     const std::unique_ptr<sqlite3, int (*)(sqlite3*)> closing(copy, &sqlite3_close);

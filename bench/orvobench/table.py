@@ -45,13 +45,18 @@ class Row:
                 "target": self.target(), "met": self.met()}
 
 
-def show(rows):
+def _cells(rows):
     cells = [("what", "ours", "peer", "ratio", "target", "verdict")]
     for row in rows:
         peer = f"{_figure(median(row.peers))} {row.unit} ({row.peer})" if row.peers else ""
         ratio = f"{row.ratio():.2f}" if row.peers else ""
         verdict = {True: "met", False: "MISSED", None: ""}[row.met()]
         cells.append((row.what, f"{_figure(median(row.ours))} {row.unit}", peer, ratio, row.target(), verdict))
+    return cells
+
+
+def show(rows):
+    cells = _cells(rows)
     widths = [max(len(line[column]) for line in cells) for column in range(len(cells[0]))]
     for number, line in enumerate(cells):
         print("  ".join(text.rjust(width) if column in (1, 3) else text.ljust(width)
@@ -62,6 +67,18 @@ def show(rows):
 
 def save(rows, file, about):
     file.write_text(json.dumps({**about, "rows": [row.record() for row in rows]}, indent=2, ensure_ascii=False) + "\n")
+
+
+def document(rows, file, part, machine):
+    """Writes the table between the two marks that the file has for this part."""
+    begin, end = f"<!-- {part}: written by ./dev bench {part} --document -->", f"<!-- end of {part} -->"
+    text = file.read_text()
+    if begin not in text or end not in text:
+        raise SystemExit(f"{file} has no place for {part}")
+    lines = [f"{machine}:", "", "| What | Ours | Peer | Ratio | Target | |", "|---|---|---|---|---|---|"]
+    lines += ["| " + " | ".join(cell.replace("MISSED", "missed") for cell in line) + " |" for line in _cells(rows)[1:]]
+    before, _, rest = text.partition(begin)
+    file.write_text(f"{before}{begin}\n" + "\n".join(lines) + f"\n{end}{rest.partition(end)[2]}")
 
 
 def _figure(value):

@@ -102,8 +102,10 @@ TEST_F(Http, AnswersALongBodyThatItDoesNotWant)
 /// Answers everything with its own body.
 class Echo final : public RequestHandler {
 public:
-    Plan plan(const Request&) override
+    Plan plan(const Request& asked) override
     {
+        if (asked.target == "/long")
+            return Plan{.what = Response{.body = std::string(std::size_t{32} << 20U, 'x')}};
         return Plan{.what = Plan::Answer{.bodyLimit = 1 << 20,
                         .answer = [](const Request& request) { return Response{.body = request.body}; }}};
     }
@@ -145,6 +147,13 @@ TEST_F(Limits, EndConnectionsThatStall)
         EXPECT_EQ(wire.read().status, 0U) << begun; // Returns when the connection has ended.
     }
     EXPECT_GE(metrics.timeouts.load(), 2U);
+    // Asks for much and does not read it.
+    const Wire deaf(port);
+    deaf.send("GET /long HTTP/1.1\r\nHost: x\r\n\r\n");
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(2);
+    while ((metrics.accepted < 4 || metrics.connections > 0) && std::chrono::steady_clock::now() < limit)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    EXPECT_EQ(metrics.connections.load(), 0U);
 }
 
 class Draining : public Limits {

@@ -1,14 +1,13 @@
-#include "CliTestSupport/Program.h"
 #include "OrvoServer/base/Crypto.h"
 #include "OrvoServer/base/Json.h"
-#include "TestSupport/TemporaryFolder.h"
-#include "Wire.h"
+#include "ServerProgram.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <format>
+#include <fstream>
 #include <optional>
 #include <random>
 
@@ -18,55 +17,7 @@ namespace {
 
 using namespace server;
 using testing::HasSubstr;
-
-/// The built program with a data folder, which is killed and started again.
-class ServerProgram : public testing::Test {
-protected:
-    static constexpr std::string_view video = "0d8c5b6e-7f00-4a52-9d5e-1f2a3b4c5d6e";
-
-    ServerProgram()
-    {
-        setup.executable = ORVO_SERVER_PROGRAM;
-        const auto made = run({"init", "--data", data(), "--address", "http://localhost:1", "--json"}, setup);
-        EXPECT_EQ(made.status, 0) << made.err;
-        credential = JsonDocument(made.out).root()["credential"].text().value_or("");
-    }
-
-    std::string data() const { return (folder / "data").string(); }
-
-    /// Starts on a free port.
-    void start()
-    {
-        program.emplace(std::vector<std::string>{"run", "--data", data(), "--listen", "127.0.0.1:0"}, setup);
-        ASSERT_TRUE(program->waitForError("\"port\":"));
-        ASSERT_TRUE(program->waitForError("\"tls\":"));
-        const std::string& log = program->error();
-        const auto at = log.rfind("\"port\":") + 7;
-        port = static_cast<std::uint16_t>(std::stoul(log.substr(at)));
-    }
-    void kill()
-    {
-        program->signal(SIGKILL);
-        program.reset();
-    }
-
-    /// A request that may find the server killed: status 0 then.
-    Reply api(std::string_view method, const std::string& path, std::string_view body = {}, HeaderList headers = {}) const
-    {
-        headers.emplace_back("Authorization", "Bearer " + credential);
-        try {
-            return ask(port, method, "/api/" + path, headers, body);
-        } catch (const std::runtime_error&) {
-            return {};
-        }
-    }
-
-    TemporaryFolder folder;
-    Program::Setup setup;
-    std::string credential;
-    std::optional<Program> program;
-    std::uint16_t port = 0;
-};
+namespace fs = std::filesystem;
 
 // What was acknowledged before each kill is there after it, and viewers get whole revisions only.
 TEST_F(ServerProgram, KeepsWhatItAcknowledgedWhenItIsKilled)
@@ -183,6 +134,65 @@ TEST_F(ServerProgram, RunsChecksItselfAndStopsWhenAsked)
     EXPECT_EQ(ended.status, 0);
     EXPECT_THAT(ended.err, HasSubstr("\"event\":\"stopped\""));
     EXPECT_NE(run({"init", "--data", data(), "--address", "http://localhost:1"}, setup).status, 0);
+}
+
+/// Makes a certificate for localhost, and what a client says to it: whether it trusts it, and the server's answer.
+class ServerTls : public ServerProgram {
+protected:
+    static Outcome openssl(std::vector<std::string> arguments, const std::string& input = {})
+    {
+        return orvo::test::run(std::move(arguments), {.executable = "/usr/bin/openssl", .input = input});
+    }
+    std::string make(const std::string& name) const
+    {
+        const std::string chain = folder / (name + ".pem");
+        EXPECT_EQ(openssl({"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-days",
+                              "2", "-subj", "/CN=localhost", "-addext", "subjectAltName=DNS:localhost", "-keyout",
+                              folder / (name + ".key"), "-out", chain})
+                      .status,
+            0);
+        return chain;
+    }
+    void install(const std::string& name) const
+    {
+        for (const auto* ending : {".pem", ".key"}) {
+            fs::copy_file(folder / (name + ending), folder / ("new" + std::string(ending)));
+            fs::rename(folder / ("new" + std::string(ending)), folder / ("used" + std::string(ending)));
+        }
+    }
+    bool isTrusted(const std::string& authority, const std::string& version = "-tls1_3") const
+    {
+        const auto outcome =
+            openssl({"s_client", "-connect", std::format("127.0.0.1:{}", port), "-servername", "localhost", version,
+                        "-CAfile", authority, "-verify_return_error", "-verify_hostname", "localhost", "-quiet", "-ign_eof"},
+                "GET /healthz HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
+        return outcome.out.contains("\"ok\":true");
+    }
+};
+
+TEST_F(ServerTls, TakesARenewedCertificateAndKeepsTheOldOneFromABrokenFile)
+{
+    const auto first = make("first");
+    const auto second = make("second");
+    install("first");
+    std::ofstream(folder / "data/orvo-server.conf", std::ios::app)
+        << "listen = 127.0.0.1:0\ntls_certificate = " << (folder / "used.pem").string()
+        << "\ntls_key = " << (folder / "used.key").string() << "\n";
+    start({});
+    EXPECT_TRUE(isTrusted(first));
+    EXPECT_TRUE(isTrusted(first, "-tls1_2"));
+    EXPECT_FALSE(isTrusted(first, "-tls1_1"));
+    EXPECT_FALSE(isTrusted(second));
+    EXPECT_EQ(ask(port, "GET", "/healthz").status, 0U) << "plain HTTP on a TLS port";
+    install("second");
+    program->signal(SIGHUP);
+    ASSERT_TRUE(program->waitForError("certificate-reloaded"));
+    EXPECT_TRUE(isTrusted(second));
+    EXPECT_FALSE(isTrusted(first));
+    std::ofstream(folder / "used.pem") << "not a certificate";
+    program->signal(SIGHUP);
+    ASSERT_TRUE(program->waitForError("certificate-not-reloaded"));
+    EXPECT_TRUE(isTrusted(second));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "ServerFixture.h"
 
 #include "OrvoServer/app/Backup.h"
+#include "OrvoServer/store/SqliteDatabase.h"
 
 namespace orvo::test {
 
@@ -203,8 +204,28 @@ TEST_F(Publishing, GoesOnAfterARestart)
     EXPECT_EQ(api("POST", std::format("revisions/{}/publish", revision.id)).status, 200U);
 }
 
+// Another program holds the database: writers are told after a while, viewers and questions notice nothing.
+TEST_F(Publishing, SaysThatTheDatabaseIsBusy)
+{
+    if (!freshDatabase().empty())
+        GTEST_SKIP() << "nobody locks the whole of PostgreSQL";
+    publish(lesson(), "[]", true);
+    SqliteDatabase other(data.database());
+    other.write([&](Session& session) {
+        session.run("UPDATE videos SET title = 'taken'");
+        const auto reply = api("POST", "videos", announcement("T", "[]", true));
+        EXPECT_EQ(reply.status, 503U);
+        EXPECT_THAT(reply.body, HasSubstr("ocupada"));
+        EXPECT_EQ(api("GET", "status").status, 200U);
+        EXPECT_EQ(ask(port(), "GET", media("watch", "document") + "480/00001.ts").body, "second segment");
+    });
+    EXPECT_EQ(api("POST", "videos", announcement("T", "[]", true)).status, 200U);
+}
+
 TEST_F(Publishing, ComesBackFromABackup)
 {
+    if (!freshDatabase().empty())
+        GTEST_SKIP() << "pg_dump is what copies PostgreSQL";
     const auto revision = publish(lesson(), "[]", true);
     const auto open = registered({{"hls/480/00000.ts", "not there yet"}});
     EXPECT_EQ(put(open.uploads.at("hls/480/00000.ts"), "not there yet", 0, 13).status, 200U);

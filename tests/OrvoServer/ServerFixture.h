@@ -3,6 +3,7 @@
 #include "OrvoServer/app/Service.h"
 #include "OrvoServer/base/Crypto.h"
 #include "OrvoServer/base/Json.h"
+#include "PostgresServer.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/FileIO.h"
 #include "Wire.h"
@@ -20,6 +21,15 @@
 
 namespace orvo::test {
 
+/// An empty PostgreSQL database where ORVO_TEST_POSTGRES asks for it, else nothing: the data folder's own.
+inline std::string freshDatabase()
+{
+    if (!std::getenv("ORVO_TEST_POSTGRES"))
+        return {};
+    static PostgresServer server;
+    return server.freshDatabase();
+}
+
 /// A server on loopback with a fresh data folder, and what the application does to publish.
 class ServerFixture : public testing::Test {
 protected:
@@ -28,7 +38,7 @@ protected:
     ServerFixture()
     {
         std::signal(SIGPIPE, SIG_IGN);
-        credential = data.init(address, "127.0.0.1:0");
+        credential = data.init({.address = address, .listen = "127.0.0.1:0", .database = freshDatabase()});
     }
     ~ServerFixture() override { stop(); }
 
@@ -36,7 +46,7 @@ protected:
 
     void start()
     {
-        service = std::make_unique<server::Service>(data, server::Service::Options{}, log);
+        service = std::make_unique<server::Service>(data, server::Service::Options{.clock = clock}, log);
         thread = std::thread([this] { service->run(); });
     }
     void stop()
@@ -198,6 +208,7 @@ protected:
     std::string address = "https://videos.ejemplo.es";
     server::DataFolder data{folder / "data"};
     server::Log log{-1};
+    const server::Clock* clock = nullptr; ///< The system's.
     std::string credential;
     std::unique_ptr<server::Service> service;
     std::thread thread;

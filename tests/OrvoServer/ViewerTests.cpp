@@ -234,6 +234,45 @@ TEST_F(Viewers, RenewTheirTickets)
         EXPECT_EQ(ask(port(), "POST", "/renew", {}, body).status, 403U) << body;
 }
 
+// Six hours of play, a segment at a time: the player renews at two thirds of a ticket's life, and is never refused.
+TEST_F(Viewers, PlayForSixHoursWithTicketsOfTenMinutes)
+{
+    stop();
+    SetClock time;
+    clock = &time;
+    start();
+    publish(lesson(), "[]", true);
+    const std::string first = media("watch", "document");
+    std::string place = first;
+    std::string held = grant("watch", "document");
+    std::int64_t renewed = time.time;
+    int renewals = 0;
+    for (int second = 0; second < 6 * 3600; second += 6, time.time += 6) {
+        if (time.time - renewed >= 400) {
+            const auto reply = renew(held);
+            ASSERT_EQ(reply.status, 200U) << second;
+            const JsonDocument answer(reply.body);
+            place = answer.root()["media"].text().value_or("");
+            held = answer.root()["grant"].text().value_or("");
+            renewed = time.time;
+            ++renewals;
+        }
+        ASSERT_EQ(ask(port(), "GET", place + "480/00000.ts").status, 200U) << second;
+        if (second == 600) {
+            EXPECT_EQ(ask(port(), "GET", first + "480/00000.ts").status, 403U);
+        }
+    }
+    EXPECT_EQ(renewals, 6 * 3600 / 402);
+    // Asleep for twenty hours: the ticket has ended, the grant has not. After more than a day both have.
+    time.time += 20 * 3600;
+    EXPECT_EQ(ask(port(), "GET", place + "key.bin").status, 403U);
+    EXPECT_EQ(renew(held).status, 200U);
+    time.time += 5 * 3600;
+    EXPECT_EQ(renew(held).status, 403U);
+    EXPECT_EQ(ask(port(), "GET", media("watch", "document") + "key.bin").status, 200U);
+    stop();
+}
+
 TEST(Pages, FillTheirTemplates)
 {
     const std::array<Asset, 2> files{{{.name = "player.html",

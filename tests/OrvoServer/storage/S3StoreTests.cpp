@@ -1,6 +1,6 @@
 #include "OrvoServer/storage/S3Store.h"
 
-#include "ServiceProcess.h"
+#include "../ServiceProcess.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/FileIO.h"
 

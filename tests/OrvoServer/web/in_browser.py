@@ -530,4 +530,5 @@ def main():
         world.close()
 
 
-main()
+if __name__ == "__main__":
+    main()

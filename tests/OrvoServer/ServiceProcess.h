@@ -51,6 +51,12 @@ public:
     ServiceProcess(const ServiceProcess&) = delete;
     ServiceProcess& operator=(const ServiceProcess&) = delete;
 
+    bool hasEnded() const
+    {
+        siginfo_t info{};
+        return ::waitid(P_PID, static_cast<id_t>(m_child), &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid != 0;
+    }
+
     /// The next line that it prints; empty when it has ended.
     std::string line()
     {

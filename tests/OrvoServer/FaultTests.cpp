@@ -1,0 +1,211 @@
+#include "OrvoServer/base/Crypto.h"
+#include "ServerProgram.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <format>
+#include <fstream>
+#include <map>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace server;
+using testing::HasSubstr;
+
+/// A server some of whose folders are small disks of their own.
+class FullDisk : public ServerProgram {
+protected:
+    using Files = std::map<std::string, std::string>;
+
+    void SetUp() override
+    {
+        const auto user = ::geteuid();
+        if (::unshare(user == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER) != 0)
+            GTEST_SKIP() << "no file system can be mounted here";
+        if (user != 0) {
+            std::ofstream("/proc/self/setgroups") << "deny";
+            std::ofstream("/proc/self/uid_map") << std::format("{} {} 1", user, user);
+        }
+        ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+    }
+    ~FullDisk() override
+    {
+        program.reset();
+        if (!disk.empty())
+            ::umount2(disk.c_str(), MNT_DETACH);
+    }
+
+    void mountAt(const std::string& where, std::uint64_t bytes)
+    {
+        disk = folder / where;
+        fs::create_directories(disk);
+        ASSERT_EQ(::mount("small", disk.c_str(), "tmpfs", 0, std::format("size={},mode=700", bytes).c_str()), 0) << errno;
+    }
+    void resize(std::uint64_t bytes) const
+    {
+        ASSERT_EQ(::mount("small", disk.c_str(), "tmpfs", MS_REMOUNT, std::format("size={}", bytes).c_str()), 0) << errno;
+    }
+    std::uint64_t used() const
+    {
+        struct statvfs status{};
+        ::statvfs(disk.c_str(), &status);
+        return (status.f_blocks - status.f_bfree) * status.f_frsize;
+    }
+
+    Reply announce(std::string_view title) const
+    {
+        return api(
+            "POST", "videos", std::format(R"({{"id":"{}","title":"{}","domains":[],"publicLink":true}})", video, title));
+    }
+    /// The revision, and the upload of the segment after the playlist has been sent.
+    std::pair<std::string, std::string> registered() const
+    {
+        const Files files{{"hls/master.m3u8", "#EXTM3U\n"}, {"hls/480/00000.ts", segment}};
+        JsonWriter manifest;
+        manifest.open('{').key("files").open('[');
+        for (const auto& [path, content] : files) {
+            manifest.open('{').member("path", path).member("role", "stream").member("size", std::uint64_t{content.size()});
+            manifest.member("sha256", hexText(sha256(content))).close('}');
+        }
+        EXPECT_EQ(announce("T").status, 200U);
+        const auto reply = api("POST", std::format("videos/{}/revisions", video), manifest.close(']').close('}').take());
+        EXPECT_EQ(reply.status, 201U) << reply.body;
+        const JsonDocument document(reply.body);
+        std::map<std::string, std::string> uploads;
+        document.root()["uploads"].forEach(
+            [&](JsonValue upload) { uploads[*upload["path"].text()] = *upload["id"].text(); });
+        EXPECT_EQ(put(uploads["hls/master.m3u8"], "#EXTM3U\n", 0).status, 200U);
+        return {document.root()["id"].text().value_or(""), uploads["hls/480/00000.ts"]};
+    }
+    Reply put(const std::string& upload, std::string_view content, std::uint64_t begin) const
+    {
+        return api("PUT", "uploads/" + upload, content.substr(begin),
+            {{"Content-Range", std::format("bytes {}-{}/{}", begin, content.size() - 1, content.size())}});
+    }
+    std::uint64_t offset(const std::string& upload) const
+    {
+        return JsonDocument(api("GET", "uploads/" + upload).body).root()["offset"].number().value_or(~0ULL);
+    }
+    /// Asks to store and waits for the outcome: the error of a file, or nothing.
+    std::string stored(const std::string& revision) const
+    {
+        EXPECT_EQ(api("POST", std::format("revisions/{}/retry", revision)).status, 204U);
+        for (const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(5);
+            std::chrono::steady_clock::now() < limit; ::usleep(20000)) {
+            const auto reply = api("GET", "revisions/" + revision);
+            std::size_t waiting = 0;
+            std::string error;
+            const JsonDocument document(reply.body);
+            document.root()["files"].forEach([&](JsonValue file) {
+                waiting += file["status"].text() == "ready" ? 0U : 1U;
+                if (file["status"].text() == "error")
+                    error = file["error"].text().value_or("?");
+            });
+            if (!error.empty() || waiting == 0)
+                return error;
+        }
+        return "nothing happens";
+    }
+    void expectShown(const std::string& revision) const
+    {
+        EXPECT_EQ(api("POST", std::format("revisions/{}/publish", revision)).status, 200U);
+        expectShown();
+    }
+    void expectShown() const
+    {
+        const auto page = ask(port, "GET", std::format("/watch/{}", video));
+        const auto begin = page.body.find("/m/");
+        ASSERT_NE(begin, std::string::npos);
+        EXPECT_EQ(ask(port, "GET", page.body.substr(begin, page.body.find("&quot;", begin) - begin) + "480/00000.ts").body,
+            segment);
+    }
+
+    const std::string segment = std::string(3'000'000, 's') + "the end";
+    fs::path disk;
+};
+
+TEST_F(FullDisk, OfUploadsKeepsWhatItTookAndGoesOn)
+{
+    mountAt("data/uploads", 1'000'000);
+    start();
+    const auto [revision, upload] = registered();
+    const auto reply = put(upload, segment, 0);
+    EXPECT_EQ(reply.status, 507U);
+    EXPECT_THAT(reply.body, HasSubstr("lleno"));
+    const auto held = offset(upload);
+    EXPECT_GT(held, 0U);
+    EXPECT_LT(held, 1'000'000U);
+    resize(10'000'000);
+    EXPECT_EQ(put(upload, segment, held).status, 200U);
+    EXPECT_EQ(stored(revision), "");
+    expectShown(revision);
+}
+
+TEST_F(FullDisk, OfStoredFilesIsAnErrorThatCanBeRetried)
+{
+    mountAt("data/files", 1'000'000);
+    start();
+    const auto [revision, upload] = registered();
+    EXPECT_EQ(put(upload, segment, 0).status, 200U);
+    EXPECT_THAT(stored(revision), HasSubstr("lleno"));
+    EXPECT_EQ(api("POST", std::format("revisions/{}/publish", revision)).status, 409U);
+    EXPECT_EQ(offset(upload), segment.size());
+    resize(10'000'000);
+    EXPECT_EQ(stored(revision), "");
+    expectShown(revision);
+}
+
+TEST_F(FullDisk, OfTheDatabaseLeavesWhatIsPublishedAndTakesNothingNew)
+{
+    constexpr std::uint64_t ample = 2'000'000'000; // Nothing is registered with less than 1 GB to go.
+    mountAt("small", ample);
+    place = "small/data";
+    init();
+    start();
+    const auto [revision, upload] = registered();
+    EXPECT_EQ(put(upload, segment, 0).status, 200U);
+    EXPECT_EQ(stored(revision), "");
+    expectShown(revision);
+    resize(used() + 40'000);
+    Reply reply{.status = 200};
+    for (int i = 0; reply.status == 200 && i < 2000; ++i)
+        reply = announce(std::string(4000, 't') + std::to_string(i));
+    EXPECT_EQ(reply.status, 507U);
+    EXPECT_THAT(reply.body, HasSubstr("lleno"));
+    EXPECT_EQ(api("POST", std::format("videos/{}/revisions", video), R"({"files":[]})").status, 507U);
+    EXPECT_EQ(ask(port, "GET", "/healthz").status, 200U);
+    expectShown();
+    const auto copied = run({"backup", "--data", data(), (folder / "small/backup").string()}, setup);
+    EXPECT_EQ(copied.status, 1);
+    EXPECT_THAT(copied.err, testing::AnyOf(HasSubstr("lleno"), HasSubstr("No space")));
+    resize(ample);
+    EXPECT_EQ(announce("T").status, 200U);
+}
+
+// The kernel gives the files of a process that must not be dumped to root.
+TEST_F(ServerProgram, LeavesNoSecretInACoreDump)
+{
+    if (::geteuid() == 0) {
+        setup.user = 65534;
+        ASSERT_EQ(std::system(std::format("chown -R 65534 {}", folder.path().string()).c_str()), 0);
+    }
+    start();
+    struct stat status{};
+    ASSERT_EQ(::stat(std::format("/proc/{}/environ", program->pid()).c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 0U);
+}
+
+} // namespace
+
+} // namespace orvo::test

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "CliTestSupport/Program.h"
+#include "OrvoServer/base/Json.h"
+#include "TestSupport/TemporaryFolder.h"
+#include "Wire.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace orvo::test {
+
+/// The built program with a data folder, which is killed and started again.
+class ServerProgram : public testing::Test {
+protected:
+    static constexpr std::string_view video = "0d8c5b6e-7f00-4a52-9d5e-1f2a3b4c5d6e";
+
+    ServerProgram() { init(); }
+
+    void init()
+    {
+        setup.executable = ORVO_SERVER_PROGRAM;
+        const auto made = run({"init", "--data", data(), "--address", "http://localhost:1", "--json"}, setup);
+        EXPECT_EQ(made.status, 0) << made.err;
+        credential = server::JsonDocument(made.out).root()["credential"].text().value_or("");
+    }
+
+    std::string data() const { return (folder / place).string(); }
+
+    /// Starts on a free port.
+    void start(const std::vector<std::string>& options = {"--listen", "127.0.0.1:0"})
+    {
+        std::vector<std::string> words{"run", "--data", data()};
+        words.insert(words.end(), options.begin(), options.end());
+        program.emplace(words, setup);
+        ASSERT_TRUE(program->waitForError("\"port\":"));
+        ASSERT_TRUE(program->waitForError("\"tls\":"));
+        const std::string& log = program->error();
+        const auto at = log.rfind("\"port\":") + 7;
+        port = static_cast<std::uint16_t>(std::stoul(log.substr(at)));
+    }
+    void kill()
+    {
+        program->signal(SIGKILL);
+        program.reset();
+    }
+
+    /// A request that may find the server killed: status 0 then.
+    Reply api(std::string_view method, const std::string& path, std::string_view body = {}, HeaderList headers = {}) const
+    {
+        headers.emplace_back("Authorization", "Bearer " + credential);
+        try {
+            return ask(port, method, "/api/" + path, headers, body);
+        } catch (const std::runtime_error&) {
+            return {};
+        }
+    }
+
+    TemporaryFolder folder;
+    std::string place = "data";
+    Program::Setup setup;
+    std::string credential;
+    std::optional<Program> program;
+    std::uint16_t port = 0;
+};
+
+} // namespace orvo::test

@@ -1,0 +1,193 @@
+"""Publishes with `orvo` to `orvo-server`, both killed in the middle, and watches the video in a browser: in an authorised page
+with tickets that end while it plays, in a foreign one, after the domains have changed and after it was withdrawn.
+
+end_to_end.py ORVO ORVO_SERVER PLAYER_FOLDER
+"""
+
+import http.server
+import json
+import os
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+import urllib.error
+import urllib.request
+from pathlib import Path
+
+import in_browser
+from devtools import LIMIT
+from film import SECONDS, spoken_at
+from in_browser import Tab, World, check_frame, expect, wait_for
+from make_package import lesson
+
+TICKET = 4  # Seconds that a ticket lasts.
+
+
+class Server:
+    """The built server with a data folder, which can be killed and started again at the same port."""
+
+    def __init__(self, program, folder):
+        self.program, self.data = program, folder / "server"
+        with http.server.HTTPServer(("127.0.0.1", 0), http.server.BaseHTTPRequestHandler) as probe:
+            self.port = probe.server_port
+        self.address = f"http://localhost:{self.port}"
+        made = subprocess.run([program, "init", "--data", self.data, "--address", self.address, "--json"], stdout=subprocess.PIPE, check=True)
+        self.credential = json.loads(made.stdout)["credential"]
+        with open(self.data / "orvo-server.conf", "a") as file:
+            file.write(f"ticket_seconds = {TICKET}\n")
+        self.log = folder / "server.log"
+        self.start()
+
+    def start(self):
+        with open(self.log, "a") as log:
+            self.process = subprocess.Popen([self.program, "run", "--data", self.data, "--listen", f"127.0.0.1:{self.port}"], stderr=log)
+        wait_for("the server", lambda: self.process.poll() is not None or self.status("/healthz") == 200)
+        expect(self.process.poll() is None, self.log.read_text())
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()
+
+    def status(self, path, credential=None):
+        """0 while nobody listens."""
+        request = urllib.request.Request(f"http://127.0.0.1:{self.port}{path}")
+        if credential:
+            request.add_header("Authorization", f"Bearer {credential}")
+        try:
+            return urllib.request.urlopen(request, timeout=LIMIT).status
+        except urllib.error.HTTPError as error:
+            return error.code
+        except OSError:
+            return 0
+
+
+class Orvo:
+    def __init__(self, program, folder, server):
+        self.program = program
+        self.environment = {**os.environ, "ORVO_LIBRARY": str(folder / "library"), "XDG_CONFIG_HOME": str(folder / "config"),
+                            "ORVO_ADMIN_TOKEN": server.credential, "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
+
+    def start(self, *arguments):
+        return subprocess.Popen([self.program, *arguments, "--json"], env=self.environment, stdout=subprocess.PIPE)
+
+    def __call__(self, *arguments):
+        process = self.start(*arguments)
+        answer = process.communicate()[0]
+        expect(process.returncode == 0, f"orvo {arguments} ended with {process.returncode}: {answer.decode()}")
+        return json.loads(answer)
+
+
+class Site:
+    """A web page with the player in it."""
+
+    def __init__(self, embed):
+        body = f"<!doctype html><title>Curso</title>{embed}".encode()
+
+        class Handler(http.server.BaseHTTPRequestHandler):
+            def do_GET(self):
+                self.send_response(200)
+                self.send_header("Content-Type", "text/html; charset=utf-8")
+                self.send_header("Content-Length", str(len(body)))
+                self.end_headers()
+                self.wfile.write(body)
+
+            def log_message(self, *_):
+                pass
+
+        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+        threading.Thread(target=self.server.serve_forever, daemon=True).start()
+        # Another site than the server's, which is localhost: its frame is a process of its own.
+        self.origin = f"http://127.0.0.1:{self.server.server_port}"
+
+
+def publish(orvo, server, project, *access):
+    """Publishes while first the client and then the server are killed, and once more to the end."""
+    for victim in ("client", "server"):
+        seen = server.log.read_text().count('"route":"api/uploads')
+        process = orvo.start("publish", project, *access)
+        wait_for("an upload", lambda: server.log.read_text().count('"route":"api/uploads') > seen + 2 or process.poll() is not None)
+        if victim == "server":
+            server.kill()
+            server.start()
+        process.send_signal(signal.SIGKILL)
+        process.communicate()
+    return orvo("publish", project, *access)
+
+
+def frame_of(tab):
+    session = tab.frame_session()
+    tab.watch(session)
+    return session
+
+
+def watches(server, tab):
+    """Plays longer than several tickets live; captions, quality and seeking in the embedded player."""
+    session = frame_of(tab)
+    first = tab.run("JSON.parse(document.querySelector('[data-config]').dataset.config).media", session)
+    expect(server.status(first + "key.bin") == 200, "the first ticket is worth nothing")
+    tab.run("document.querySelector('.big').click(), watching.played(1)", session)
+    begin = time.monotonic()
+    wait_for("the first ticket's end", lambda: server.status(first + "key.bin") == 403)
+    tab.run("watching.played(2)", session)
+    expect(time.monotonic() - begin < LIMIT, "it took too long")
+    tab.run("watching.video.pause()", session)
+    for moment in (SECONDS * 0.9, 31.0):
+        tab.run(f"watching.video.currentTime = {moment}", session)
+        check_frame(tab, moment, session)
+    word = tab.run("watching.until(() => document.querySelector('.captions .spoken')?.textContent)", session)
+    expect(word == spoken_at(31.0), f"{word} is marked")
+    expect(tab.run("watching.seen.message", session) == 0, "the viewer has seen a message")
+    return session
+
+
+def main():
+    folder = Path(tempfile.mkdtemp(prefix="orvo-end-to-end-"))
+    orvo_program, server_program, player = sys.argv[1:]
+    server = Server(server_program, folder)
+    world = None
+    try:
+        expect(server.status("/api/status") == 401, "the interface answers without a credential")
+        expect(server.status("/api/status", server.credential) == 200, "the credential is not right")
+        orvo = Orvo(orvo_program, folder, server)
+        orvo("settings", "--server", server.address)
+        project = lesson(orvo, folder)
+        site_code = f'<iframe src="{server.address}/embed/{project.lower()}" style="width:960px;height:540px" allow="autoplay"></iframe>'
+        home, foreign = Site(site_code), Site(site_code)
+        told = publish(orvo, server, project, "--domain", home.origin, "--public-link")
+        expect(told["url"] == f"{server.address}/watch/{project.lower()}", f"the address is {told}")
+
+        world = World(folder, folder, player, server.address, project.lower())
+        tab = Tab(world.browser, home.origin)
+        session = watches(server, tab)
+        stranger = Tab(world.browser, foreign.origin)
+        wait_for("the refusal", lambda: [event for event in stranger.events("Log.entryAdded") if "frame-ancestors" in event["entry"]["text"]]
+                 or stranger.run("1") != 1)
+        in_browser.plays(world)
+
+        # The other page takes the first one's place; the player in the first one stops.
+        orvo("publish", project, "--only-access", "--domain", foreign.origin, "--private-link")
+        tab.run("watching.video.play()", session)
+        tab.run("watching.video.currentTime = 75, watching.until(() => !document.querySelector('.message').hidden)", session)
+        expect(server.status(f"/watch/{project.lower()}") == 404, "the link still works")
+        moved = Tab(world.browser, foreign.origin)
+        session = frame_of(moved)
+        moved.run("document.querySelector('.big').click(), watching.played(1)", session)
+
+        orvo("unpublish", project)
+        moved.run("watching.video.currentTime = 75, watching.until(() => !document.querySelector('.message').hidden)", session)
+        expect(server.status(f"/embed/{project.lower()}") == 404, "it is still there")
+    except BaseException:
+        print(server.log.read_text()[-4000:])
+        raise
+    finally:
+        if world:
+            world.close()
+        server.kill()
+        shutil.rmtree(folder, ignore_errors=True)
+
+
+main()
