@@ -1,11 +1,15 @@
 #include "OrvoVideo/model/AppModel.h"
 #include "OrvoVideo/model/SingleInstance.h"
 #include "OrvoVideo/recorder/RecordingDesk.h"
+#include "OrvoVideo/shell/DesktopActivation.h"
 #include "OrvoVideo/shell/MainWindow.h"
+#include "OrvoVideo/shell/StartArguments.h"
 #include "OrvoVideo/shell/TrayItem.h"
 #include "VideoCore/Error.h"
 
 #include <QApplication>
+#include <QFile>
+#include <QIcon>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QMessageBox>
@@ -13,8 +17,12 @@
 #include <QSessionManager>
 #include <QTranslator>
 #include <QtQml/QQmlExtensionPlugin>
+#include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <optional>
+#include <string_view>
+#include <vector>
 
 Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
@@ -53,6 +61,12 @@ std::optional<std::filesystem::path> libraryFolder()
     return folder.isEmpty() ? std::nullopt : std::optional<std::filesystem::path>(folder.toStdString());
 }
 
+bool hasDisplay()
+{
+    const auto isSet = [](const char* variable) { return !qEnvironmentVariableIsEmpty(variable); };
+    return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY") || isSet("QT_QPA_PLATFORM");
+}
+
 int runApplication(const QStringList& arguments)
 {
     using namespace orvo;
@@ -72,11 +86,15 @@ int runApplication(const QStringList& arguments)
     });
     QObject::connect(&tray, &TrayItem::windowWanted, &window, [&window] { window.bringToFront(); });
     QObject::connect(&tray, &TrayItem::quitWanted, &window.window(), &QWindow::close);
-    QObject::connect(
-        &instance, &SingleInstance::activated, &window, [&window](const QStringList& wanted, const QString& token) {
-            window.bringToFront(token);
-            window.open(wanted);
-        });
+    const auto show = [&window](const QStringList& wanted, const QString& token) {
+        window.bringToFront(token);
+        window.open(wanted);
+    };
+    QObject::connect(&instance, &SingleInstance::activated, &window, show);
+    // The name on the bus stands for the usual library.
+    std::optional<DesktopActivation> desktop;
+    if (!libraryFolder())
+        QObject::connect(&desktop.emplace(), &DesktopActivation::activated, &window, show);
     QObject::connect(qApp, &QGuiApplication::commitDataRequest, &model, [&model](QSessionManager& session) {
         if (!model.prepareToQuit())
             session.cancel();
@@ -89,16 +107,33 @@ int runApplication(const QStringList& arguments)
 
 int main(int argc, char** argv)
 {
+    using orvo::StartArguments;
+    const auto arguments = StartArguments::read(std::vector<std::string_view>(argv + std::min(argc, 1), argv + argc));
+    if (arguments.kind != StartArguments::Kind::start) {
+        const bool isAnswer = arguments.kind == StartArguments::Kind::answer;
+        std::fputs(arguments.text.c_str(), isAnswer ? stdout : stderr);
+        return isAnswer ? EXIT_SUCCESS : 2;
+    }
+    if (!arguments.choosesPlatform && !hasDisplay()) {
+        std::fputs(
+            "orvo-video: No hay ninguna pantalla en la que abrir Orvo Video. En un terminal trabaja «orvo».\n", stderr);
+        return EXIT_FAILURE;
+    }
+
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("OrvoVideo"));
     QApplication::setApplicationName(QStringLiteral("OrvoVideo"));
     QApplication::setApplicationDisplayName(QStringLiteral("Orvo Video"));
     QApplication::setDesktopFileName(QStringLiteral("es.orvo.video"));
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral("es.orvo.video")));
     QQuickStyle::setStyle(QStringLiteral("Basic"));
     orvo::MainWindow::chooseRenderer();
     speakSpanish(application);
     try {
-        return runApplication(QApplication::arguments().mid(1));
+        QStringList toOpen;
+        for (const auto& argument : arguments.toOpen)
+            toOpen += QFile::decodeName(QByteArray::fromStdString(argument));
+        return runApplication(toOpen);
     } catch (const std::exception& error) {
         return endWith(QString::fromStdString(orvo::describe(error)));
     }

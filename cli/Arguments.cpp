@@ -127,7 +127,7 @@ std::string textArgument(std::string_view name, std::string_view text)
 
 std::string clockTime(double seconds)
 {
-    const auto whole = std::llround(std::clamp(seconds, 0.0, 1e15));
+    const auto whole = static_cast<long long>(std::clamp(seconds, 0.0, 1e15));
     if (whole >= 3600)
         return std::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
     return std::format("{}:{:02}", whole / 60, whole % 60);

@@ -30,7 +30,7 @@ bool flagArgument(std::string_view name, std::string_view text);
 /// A text for the document. Throws `UsageError` when it is not UTF-8.
 std::string textArgument(std::string_view name, std::string_view text);
 
-/// Seconds as m:ss or h:mm:ss, without a fraction: for lengths.
+/// Seconds as m:ss or h:mm:ss; a fraction is dropped, as the application does: for lengths.
 std::string clockTime(double seconds);
 
 /// As `clockTime`, with tenths where they are not zero: for lengths that a small change must show in.

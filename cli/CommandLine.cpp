@@ -4,6 +4,7 @@
 #include "cli/Commands.h"
 #include "cli/Completion.h"
 #include "cli/Help.h"
+#include "cli/Manual.h"
 #include "cli/Session.h"
 #include "cli/Terminal.h"
 #include "cli/TextColumns.h"
@@ -11,6 +12,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <format>
 #include <memory>
 #include <ranges>
@@ -50,7 +52,7 @@ std::unique_ptr<CLI::App> makeApplication(Session& session)
     auto app = std::make_unique<CLI::App>(description, "orvo");
     app->formatter(std::make_shared<Help>());
     app->set_help_flag("-h,--help", "Muestra esta ayuda.");
-    app->set_version_flag("--version", "orvo " ORVO_VERSION, "Muestra la versión.");
+    app->set_version_flag("-V,--version", "orvo " ORVO_VERSION, "Muestra la versión.");
     app->option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app->add_option("--library", session.options.library,
            "Carpeta de la biblioteca. Sin ella vale la de la variable ORVO_LIBRARY; si no, la de la aplicación.")
@@ -67,6 +69,7 @@ std::unique_ptr<CLI::App> makeApplication(Session& session)
     addImportCommand(*app, session);
     addOpenCommand(*app, session);
     addRecoverCommand(*app, session);
+    addProjectCommands(*app, session);
     addEditCommands(*app, session);
     addElementCommands(*app, session);
     addSetCommand(*app, session);
@@ -198,13 +201,18 @@ ExitStatus runCommandLine(std::vector<std::string> words)
         const auto app = makeApplication(session);
         // For shells and packages, not for people.
         if (!words.empty() && words.front() == "--complete") {
-            if (const auto option = std::ranges::find(words, "--library"); std::ranges::distance(option, words.end()) > 2)
+            if (const auto option = std::ranges::find(words, "--library");
+                std::ranges::distance(option, words.end()) > 2 && std::filesystem::exists(*std::ranges::next(option)))
                 session.options.library = *std::ranges::next(option);
             session.print(completions(*app, session.library(), std::span(words).subspan(1)));
             return ExitStatus::done;
         }
         if (words == std::vector<std::string>{"--manual"}) {
             session.print(manualPage(*app));
+            return ExitStatus::done;
+        }
+        if (words == std::vector<std::string>{"--reference"}) {
+            session.print(referencePage(*app));
             return ExitStatus::done;
         }
         parseAndRun(*app, session, std::move(words));

@@ -14,6 +14,7 @@ class Session;
 void addSourcesCommand(CLI::App& app, Session& session);
 void addRecordCommand(CLI::App& app, Session& session);
 void addLibraryCommands(CLI::App& app, Session& session); ///< list, show
+void addProjectCommands(CLI::App& app, Session& session); ///< duplicate, delete
 void addImportCommand(CLI::App& app, Session& session);
 void addOpenCommand(CLI::App& app, Session& session);
 void addEditCommands(CLI::App& app, Session& session); ///< cut, restore

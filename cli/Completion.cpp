@@ -25,6 +25,7 @@ struct Values {
 
 /// The values of options and arguments that have a fixed choice.
 const std::array choices{
+    Values{"--sort", {"created", "updated", "title", "duration"}},
     Values{"--quality", {"small", "balanced", "high"}},
     Values{"--format", {"srt", "vtt"}},
     Values{"--language", {"es-ES", "en-US"}},
@@ -190,59 +191,11 @@ private:
     std::size_t m_arguments = 0; ///< Of the command, before the word.
 };
 
-/// A text as roff: nothing in it is a request.
-std::string roff(std::string_view text)
-{
-    std::string result;
-    bool atBeginning = true;
-    for (const char c : text) {
-        if (c == '\\')
-            result += "\\e";
-        else if (c == '-')
-            result += "\\-";
-        else if (atBeginning && (c == '.' || c == '\''))
-            result += std::string("\\&") + c;
-        else
-            result += c;
-        atBeginning = c == '\n';
-    }
-    return result;
-}
-
-std::string roffOptions(const CLI::App& app)
-{
-    std::string text;
-    for (const CLI::Option* option : app.get_options()) {
-        if (option->get_group().empty())
-            continue;
-        std::string name = option->get_positional() ? option->get_name(true, false) : option->get_name(false, true);
-        if (!option->get_positional() && option->get_expected_max() > 0)
-            name += " " + option->get_type_name();
-        text += std::format(".TP\n.B {}\n{}\n", roff(name), roff(option->get_description()));
-    }
-    return text;
-}
-
 } // namespace
 
 std::string completions(const CLI::App& app, Library& library, std::span<const std::string> words)
 {
     return Line(app, library, words).complete();
-}
-
-std::string manualPage(const CLI::App& app)
-{
-    std::string text = std::format(".TH ORVO 1 \"\" \"Orvo Video\"\n.SH NOMBRE\norvo \\- {}\n.SH SINOPSIS\n"
-                                   ".B orvo\n.I ORDEN\n.RI [ argumentos ]\n.RI [ opciones ]\n.SH OPCIONES GENERALES\n{}",
-        roff("graba, edita, exporta y publica vídeos de Orvo Video"), roffOptions(app));
-    text += ".SH ÓRDENES\n";
-    for (const CLI::App* command : app.get_subcommands({})) {
-        text += std::format(".SS {}\n{}\n", roff("orvo " + command->get_name()), roff(command->get_description()));
-        text += roffOptions(*command);
-        if (!command->get_footer().empty())
-            text += ".PP\n.nf\n" + roff(command->get_footer()) + "\n.fi\n";
-    }
-    return text + ".SH NOTAS\n.nf\n" + roff(app.get_footer()) + "\n.fi\n";
 }
 
 } // namespace orvo::cli

@@ -18,7 +18,4 @@ namespace orvo::cli {
 /// Everything is read from the declarations of the commands. Never fails: without a library there are no projects.
 std::string completions(const CLI::App& app, Library& library, std::span<const std::string> words);
 
-/// The manual page of all commands, as roff.
-std::string manualPage(const CLI::App& app);
-
 } // namespace orvo::cli

@@ -4,8 +4,13 @@
 #include "cli/TextColumns.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <format>
+#include <iostream>
+#include <string>
+#include <string_view>
 #include <system_error>
+#include <unistd.h>
 
 namespace orvo::cli {
 
@@ -25,6 +30,21 @@ fs::path destination(const fs::path& file, const ProjectStore& store)
     if (!inLibrary.empty() && Uuid::parse(inLibrary.begin()->native()))
         throw captureError(std::format("{} está dentro de un proyecto. Elige otra carpeta.", inQuotes(place.string())));
     return place;
+}
+
+std::optional<bool> agreed(const std::string& question)
+{
+    if (::isatty(STDIN_FILENO) != 1 || ::isatty(STDERR_FILENO) != 1)
+        return std::nullopt;
+    std::fprintf(stderr, "%s [s/N] ", question.c_str());
+    std::string answer;
+    std::getline(std::cin, answer);
+    return !answer.empty() && std::string_view("sSyY").contains(answer.front());
+}
+
+bool mayReplace(const fs::path& file, bool force)
+{
+    return force || !fs::exists(file) || agreed(printable(file.string()) + " ya existe. ¿Reemplazarlo?").value_or(true);
 }
 
 } // namespace orvo::cli

@@ -10,6 +10,7 @@
 #include <format>
 #include <optional>
 #include <ranges>
+#include <utility>
 
 namespace orvo::cli {
 
@@ -23,8 +24,9 @@ std::string shown(const TimeSpan& span)
     return exactTime(span.start) + " → " + exactTime(span.end);
 }
 
-/// What is left after a command that changed the cuts.
-void reportCuts(Session& session, const VideoProject& project, const std::string& sentence)
+/// What is left after a command that changed the cuts. `made` is the cut that it made.
+void reportCuts(Session& session, const VideoProject& project, const std::string& sentence,
+    const std::optional<TimeSpan>& made = std::nullopt)
 {
     if (!session.json()) {
         return session.print(std::format(
@@ -33,12 +35,15 @@ void reportCuts(Session& session, const VideoProject& project, const std::string
     const auto span = [](const TimeSpan& cut) {
         return JsonValue(JsonValue::Object{{"start", cut.start}, {"end", cut.end}});
     };
-    session.answer(JsonValue::Object{
+    JsonValue::Object answer{
         {"id", project.id},
         {"duration", project.duration},
         {"playableDuration", project.playableDuration()},
         {"cuts", project.edit.cuts.items() | std::views::transform(span) | std::ranges::to<JsonValue::Array>()},
-    });
+    };
+    if (made)
+        answer.emplace_back("cut", span(*made));
+    session.answer(answer);
 }
 
 struct CutArguments {
@@ -65,6 +70,7 @@ void cut(Session& session, const CutArguments& arguments)
     if (byWord == !arguments.start.empty() || arguments.start.empty() != arguments.end.empty())
         throw UsageError("Indica el tramo con INICIO y FIN, o una palabra con --word.");
     TimeSpan span;
+    std::string limits; ///< What is said of a stretch that goes beyond the recording.
     const auto checkLength = [&] {
         if (span.end < span.start)
             throw UsageError(
@@ -84,9 +90,13 @@ void cut(Session& session, const CutArguments& arguments)
         if (span.start >= edited.duration || span.end <= 0)
             throw UsageError(std::format(
                 "El tramo {} queda fuera de la grabación, que dura {}.", shown(span), exactTime(edited.duration)));
+        const TimeSpan asked = std::exchange(span, {std::max(span.start, 0.0), std::min(span.end, edited.duration)});
+        checkLength();
+        if (span != asked)
+            limits = std::format(" La grabación va de {} a {}.", exactTime(0), exactTime(edited.duration));
         Edits::cut(edited, span);
     });
-    reportCuts(session, project, std::format("Recortado {}.", shown(span)));
+    reportCuts(session, project, std::format("Recortado {}.{}", shown(span), limits), span);
 }
 
 struct RestoreArguments {

@@ -4,13 +4,19 @@
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
+#include "cli/Failures.h"
 #include "cli/Terminal.h"
 #include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdlib>
 #include <format>
+#include <functional>
+#include <memory>
 #include <ranges>
+#include <utf8proc.h>
 
 namespace orvo::cli {
 
@@ -35,11 +41,41 @@ JsonValue summary(const VideoProject& project)
     };
 }
 
-struct ListArguments { };
+struct ListArguments {
+    std::string sort;
+};
 
-void list(Session& session, const ListArguments& /*arguments*/)
+/// Letters without case and accents, so that "Álgebra" comes before "baile".
+std::string collated(const std::string& title)
 {
-    const auto projects = session.library().list();
+    utf8proc_uint8_t* mapped = nullptr;
+    const auto length = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(title.data()),
+        static_cast<utf8proc_ssize_t>(title.size()), &mapped,
+        static_cast<utf8proc_option_t>(
+            UTF8PROC_STABLE | UTF8PROC_COMPAT | UTF8PROC_DECOMPOSE | UTF8PROC_CASEFOLD | UTF8PROC_STRIPMARK));
+    const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owner(mapped, &std::free);
+    return length < 0 ? title : std::string(reinterpret_cast<const char*>(mapped), static_cast<std::size_t>(length));
+}
+
+/// Puts the projects, newest first, into the order asked for. Throws `UsageError` for one that there is not.
+void sort(std::vector<VideoProject>& projects, const std::string& order)
+{
+    static constexpr std::array<std::string_view, 4> orders{"created", "updated", "title", "duration"};
+    if (order == "updated")
+        std::ranges::stable_sort(projects, std::greater(), &VideoProject::updatedAt);
+    else if (order == "title")
+        std::ranges::stable_sort(projects, {}, [](const VideoProject& project) { return collated(project.title); });
+    else if (order == "duration")
+        std::ranges::stable_sort(projects, std::greater(), &VideoProject::duration);
+    else if (!order.empty() && order != "created")
+        throw UsageError(std::format("No existe el orden {}.{} Los órdenes son created, updated, title y duration.",
+            inQuotes(order), suggestion(order, orders)));
+}
+
+void list(Session& session, const ListArguments& arguments)
+{
+    auto projects = session.library().list();
+    sort(projects, arguments.sort);
     if (session.json())
         return session.answer(projects | std::views::transform(summary) | std::ranges::to<JsonValue::Array>());
     if (const std::size_t all = session.library().ids().size(); all > projects.size())
@@ -201,7 +237,12 @@ void addLibraryCommands(CLI::App& app, Session& session)
 {
     addCommand<ListArguments>(
         app, session, {"list", "Biblioteca", "Lista los proyectos, el más reciente primero."},
-        [](Command&, ListArguments&) { }, list);
+        [](Command& command, ListArguments& arguments) {
+            command.option("--sort", "ORDEN", arguments.sort,
+                "created (el más reciente primero), updated (el último cambiado primero), title o duration (el más largo "
+                "primero); created si no se indica.");
+        },
+        list);
     addCommand<ShowArguments>(
         app, session,
         {"show", "Biblioteca", "Muestra un proyecto y su edición.\nCon --json, su documento tal como está guardado."},

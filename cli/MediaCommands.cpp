@@ -1,5 +1,4 @@
 #include "VideoCore/CaptureSession.h"
-#include "VideoMedia/ExportService.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/MovieImport.h"
 #include "VideoMedia/RecordingPreparation.h"
@@ -7,47 +6,23 @@
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
-#include "cli/Destination.h"
 #include "cli/Failures.h"
 #include "cli/LongWork.h"
+#include "cli/NewFolder.h"
 #include "cli/ProjectLock.h"
-#include "cli/RenderOptions.h"
 #include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
-#include <chrono>
 #include <format>
 #include <optional>
 #include <ranges>
+#include <system_error>
 
 namespace orvo::cli {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-/// A new project's folder, gone again when the import that made it fails.
-class NewFolder {
-public:
-    explicit NewFolder(fs::path folder)
-        : m_folder(std::move(folder))
-    {
-    }
-    ~NewFolder()
-    {
-        std::error_code ignored;
-        if (!m_kept)
-            fs::remove_all(m_folder, ignored);
-    }
-    NewFolder(const NewFolder&) = delete;
-    NewFolder& operator=(const NewFolder&) = delete;
-
-    void keep() { m_kept = true; }
-
-private:
-    fs::path m_folder;
-    bool m_kept = false;
-};
 
 struct ImportArguments {
     std::string file;
@@ -169,63 +144,6 @@ void recover(Session& session, const RecoverArguments& arguments)
     session.print(std::format("Recuperado {}: {}.\n", inQuotes(shownTitle(project.title)), fineLength(project.duration)));
 }
 
-struct ExportArguments {
-    std::string project;
-    std::string file;
-    std::string height;
-    std::string fps;
-    std::string quality;
-    std::string subtitles;
-    bool burnIn = false;
-};
-
-ExportSettings settingsOf(const ExportArguments& arguments)
-{
-    ExportSettings settings = renderSettings(arguments.height, arguments.quality);
-    settings.subtitles = subtitleCues("--subtitles", arguments.subtitles);
-    settings.burnIn = arguments.burnIn;
-    if (settings.burnIn && settings.subtitles == SubtitleCues::none)
-        throw UsageError("--burn-in necesita subtítulos: escribe --subtitles words o --subtitles phrases.");
-    if (!arguments.fps.empty())
-        settings.fps = integerArgument("--fps", arguments.fps, {1, 240});
-    return settings;
-}
-
-void exportProject(Session& session, const ExportArguments& arguments)
-{
-    const ExportSettings settings = settingsOf(arguments);
-    Library& library = session.library();
-    const VideoProject project = library.load(arguments.project);
-    if (CaptureSession::isMarkedRecording(project))
-        throw captureError("Termina esta grabación antes de exportarla.");
-    const fs::path file = destination(arguments.file, library.store());
-
-    using Clock = std::chrono::steady_clock;
-    const auto start = Clock::now();
-    const auto outcome = runInterruptibly("Exportando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
-        return ExportService::exportVideo(project, library.store(), file, settings, FfprobeMediaProbe(), progress, stop);
-    });
-    if (const auto remarks = outcome.remarks(); !remarks.empty())
-        session.note(remarks);
-    const fs::path subtitles = ExportService::subtitleFile(file);
-    const auto size = fs::file_size(file);
-    const bool hasSubtitles = settings.subtitles != SubtitleCues::none;
-    if (session.json()) {
-        JsonValue::Object answer{{"id", project.id}, {"file", file.string()}};
-        if (hasSubtitles)
-            answer.emplace_back("subtitles", subtitles.string());
-        answer.emplace_back("duration", project.playableDuration());
-        answer.emplace_back("size", size);
-        return session.answer(answer);
-    }
-    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    std::string text = std::format("Vídeo: {} ({}, {}, en {})\n", printable(file.string()),
-        fineLength(project.playableDuration()), fileSize(size), clockTime(seconds));
-    if (hasSubtitles)
-        text += std::format("Subtítulos: {}\n", printable(subtitles.string()));
-    session.print(text);
-}
-
 } // namespace
 
 void addImportCommand(CLI::App& app, Session& session)
@@ -253,23 +171,6 @@ void addRecoverCommand(CLI::App& app, Session& session)
                 "--without-lost", arguments.withoutLost, "Quita del proyecto las pistas que no se pueden recuperar.");
         },
         recover);
-}
-
-void addExportCommand(CLI::App& app, Session& session)
-{
-    addCommand<ExportArguments>(
-        app, session,
-        {"export", "Resultado", "Exporta el vídeo editado a MP4.\nDeja al lado los subtítulos en un archivo .srt."},
-        [](Command& command, ExportArguments& arguments) {
-            command.project(arguments.project);
-            command.argument("ARCHIVO", arguments.file, "El archivo .mp4; si existe, se reemplaza.");
-            addRenderOptions(command, arguments.height, arguments.quality);
-            command.option("--fps", "N", arguments.fps, "Fotogramas por segundo; 30 si no se indica.");
-            command.option("--subtitles", "CLASE", arguments.subtitles,
-                "words (palabra a palabra), phrases (frases) o none (ninguno); words si no se indica.");
-            command.flag("--burn-in", arguments.burnIn, "Muestra los subtítulos también en la imagen.");
-        },
-        exportProject);
 }
 
 } // namespace orvo::cli

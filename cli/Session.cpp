@@ -2,10 +2,13 @@
 
 #include "cli/Failures.h"
 #include "cli/Terminal.h"
+#include "cli/TextColumns.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <format>
 #include <system_error>
 
 namespace orvo::cli {
@@ -15,6 +18,11 @@ Library& Session::library()
     if (m_library)
         return *m_library;
     std::string folder = options.library;
+    if (!folder.empty() && !std::filesystem::exists(folder)) {
+        throw captureError(
+            std::format("No existe la biblioteca {}. Comprueba el nombre; para empezar una nueva, crea antes la carpeta.",
+                inQuotes(folder)));
+    }
     if (const char* variable = std::getenv("ORVO_LIBRARY"); folder.empty() && variable)
         folder = variable;
     return m_library.emplace(folder.empty() ? std::nullopt : std::optional<std::filesystem::path>(folder));

@@ -20,7 +20,8 @@ public:
 
     Options options;
 
-    /// The library of `--library`, else of ORVO_LIBRARY, else the user's own.
+    /// The library of `--library`, else of ORVO_LIBRARY, else the user's own. Throws `captureError` for a folder of
+    /// `--library` that is not there: a mistyped name must not look like an empty library.
     Library& library();
 
     bool json() const noexcept { return options.json; }

@@ -7,3 +7,6 @@ file(CREATE_LINK /usr/bin/ffmpeg ${ORVO_BUNDLE}/Contents/Helpers/ffmpeg SYMBOLIC
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/build/models ${ORVO_BUNDLE}/Contents/Resources/Models SYMBOLIC)
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/Extension ${ORVO_BUNDLE}/Contents/Resources/Extension SYMBOLIC)
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/packaging/extension-origin.txt ${ORVO_BUNDLE}/Contents/Resources/extension-origin.txt SYMBOLIC)
+if(ORVO_PORTABLE_SPEECH)
+  file(CREATE_LINK ${ORVO_SPEECH_LIBRARIES} ${ORVO_BUNDLE}/Contents/Frameworks SYMBOLIC)
+endif()

@@ -20,7 +20,7 @@ shows_only_failures() {
 # configure PRESET
 configure() {
   local folder=build/$1
-  tools/speech.sh
+  if [[ $1 == package ]]; then tools/speech.sh portable; else tools/speech.sh; fi
   # CMake refuses to use a build folder of a tree that was moved or copied.
   if [[ -e $folder/CMakeCache.txt ]] && ! grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD" "$folder/CMakeCache.txt"; then
     rm -rf "$folder"

@@ -2,6 +2,7 @@
 
 #include "OrvoVideo/transcription/SpeechActivity.h"
 #include "VideoCore/Error.h"
+#include "VideoMedia/ProcessRunner.h"
 
 #include <algorithm>
 #include <array>
@@ -10,8 +11,10 @@
 #include <cstring>
 #include <format>
 #include <fstream>
+#include <ggml-backend.h>
 #include <iterator>
 #include <limits>
+#include <mutex>
 #include <optional>
 #include <string_view>
 #include <thread>
@@ -68,6 +71,20 @@ whisper_alignment_heads_preset alignmentHeads(const Header& header)
     if (has(32, 4))
         return WHISPER_AHEADS_LARGE_V3_TURBO;
     return WHISPER_AHEADS_N_TOP_MOST; // The upper half of the heads, for an unknown model.
+}
+
+/// A package has one library of arithmetic for each generation of processors: loads the best that runs here. A build for
+/// this machine alone has the arithmetic linked.
+void loadArithmetic()
+{
+    static std::once_flag once;
+    std::call_once(once, [] {
+        const fs::path libraries = ProcessRunner::bundlePath() / "Contents" / "Frameworks";
+        if (ggml_backend_dev_count() == 0)
+            ggml_backend_load_all_from_path(libraries.c_str());
+    });
+    if (ggml_backend_dev_count() == 0)
+        throw captureError("Falta una parte del reconocimiento de voz. Vuelve a instalar Orvo Video.");
 }
 
 void keepQuiet(ggml_log_level, const char*, void*) { }
@@ -186,6 +203,7 @@ Whisper::Whisper(const fs::path& model)
     : m_threads(static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, 8U)))
 {
     whisper_log_set(keepQuiet, nullptr);
+    loadArithmetic();
     constexpr std::uintmax_t minBytes = 15'000'000; // A smaller file would load and recognise nothing.
     const auto header = fs::file_size(model) >= minBytes ? readHeader(model) : std::nullopt;
     if (header && header->vocabulary < vocabularyOfManyLanguages)

@@ -101,6 +101,7 @@ class Display:
     def record(self, seconds, fps):
         library = self._folder / "library"
         shutil.rmtree(library, ignore_errors=True)
+        library.mkdir(parents=True)
         command = [self._programs / "orvo", "record", "--seconds", seconds, "--fps", fps, "--library", library,
                    "--no-microphone", "--no-system-audio"]
         cost = measure.run(command, DISPLAY=self.name)

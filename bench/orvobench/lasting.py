@@ -32,7 +32,7 @@ ENDS = 60  # Seconds of the start and of the end that offsets are taken from.
 def rows(programs, folder, minutes, say):
     shutil.rmtree(folder, ignore_errors=True)
     library = folder / "library"
-    folder.mkdir(parents=True)
+    library.mkdir(parents=True)
     sound = Sound(folder / "runtime", heard="speakers")
     try:
         with Display(programs, folder, FPS, sound.environment, MOVING) as display:

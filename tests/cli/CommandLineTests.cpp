@@ -1,5 +1,7 @@
 #include "CliFixture.h"
 
+#include <cstdlib>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <regex>
 
@@ -12,8 +14,9 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-const std::vector<std::string> commands{"list", "show", "import", "validate", "cut", "restore", "text", "image", "zoom",
-    "remove", "set", "words", "suggest", "apply", "subtitles", "export", "package", "publish", "unpublish", "settings"};
+const std::vector<std::string> commands{"list", "show", "import", "duplicate", "delete", "validate", "cut", "restore",
+    "text", "image", "zoom", "remove", "set", "words", "suggest", "apply", "subtitles", "export", "package", "publish",
+    "unpublish", "settings"};
 
 class CommandLine : public CliFixture { };
 
@@ -53,9 +56,62 @@ TEST_F(CommandLine, CompletesCommandsOptionsValuesAndProjects)
         line.insert(line.end(), words.begin(), words.end());
         EXPECT_EQ(orvo(line).out, expected) << words.back();
     }
-    const auto manual = orvo({"--manual"}).out;
-    for (const auto& command : commands)
+}
+
+TEST_F(CommandLine, CompletesEveryCommandAndOptionThatTheHelpNames)
+{
+    const std::string offered = orvo({"--complete", ""}).out;
+    const std::string manual = orvo({"--manual"}).out;
+    static const std::regex option(R"(--[a-z][a-z-]+)");
+    for (const auto& command : commands) {
+        EXPECT_THAT("\n" + offered, HasSubstr("\n" + command + "\t"));
         EXPECT_THAT(manual, HasSubstr(".SS orvo " + command + "\n"));
+        const std::string help = orvo({command, "--help"}).out;
+        const std::string options = orvo({"--complete", command, "--"}).out;
+        for (std::sregex_iterator name(help.begin(), help.end(), option), end; name != end; ++name) {
+            EXPECT_TRUE(name->str() == "--help" || ("\n" + options).contains("\n" + name->str() + "\t"))
+                << command << " " << name->str();
+        }
+    }
+}
+
+TEST_F(CommandLine, CompletesInTheShell)
+{
+    struct Case {
+        std::string words;
+        std::string expected;
+    };
+    std::ofstream(folder / "clase uno.mp4") << "x";
+    const Case cases[]{
+        {"orvo unp", "unpublish"},
+        {"orvo export --quality s", "small"},
+        {"orvo import " + (folder / "cla").string(), (folder / "clase uno.mp4").string()},
+    };
+    Program::Setup bash = setup;
+    bash.executable = "/bin/bash";
+    bash.environment["PATH"] = orvoProgram().parent_path().string() + ":/usr/bin:/bin";
+    for (const auto& [words, expected] : cases) {
+        const Outcome outcome =
+            run({"-c",
+                    "compopt() { :; }; source " ORVO_SOURCE "/packaging/completions/orvo.bash; COMP_WORDS=(" + words
+                        + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _orvo; printf '%s\n' \"${COMPREPLY[@]}\""},
+                bash);
+        EXPECT_EQ(outcome.out, expected + "\n") << outcome.err;
+    }
+}
+
+TEST_F(CommandLine, TheReferencePageHasEveryOption)
+{
+    const std::string mark = "<!-- Lo que sigue lo escribe ./dev golden; no se edita a mano. -->\n\n";
+    const std::filesystem::path page = ORVO_SOURCE "/docs/orden-orvo.md";
+    const std::string text = readFile(page);
+    const auto generated = text.find(mark);
+    ASSERT_NE(generated, std::string::npos);
+    const std::string expected = text.substr(0, generated) + mark + orvo({"--reference"}).out;
+    if (std::getenv("ORVO_UPDATE_GOLDEN"))
+        writeFileAtomically(page, expected);
+    else
+        EXPECT_TRUE(text == expected) << "docs/orden-orvo.md is not what orvo --reference says; ./dev golden rewrites it";
 }
 
 TEST_F(CommandLine, ShowsSpanishHelpForEveryCommand)
@@ -75,6 +131,7 @@ TEST_F(CommandLine, ShowsSpanishHelpForEveryCommand)
         EXPECT_EQ(orvo({"help", command}).out, help.out);
     }
     EXPECT_THAT(orvo({"--version"}).out, testing::MatchesRegex("orvo [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    EXPECT_EQ(orvo({"-V"}).out, orvo({"--version"}).out);
 }
 
 TEST_F(CommandLine, ReportsWrongUseInSpanish)
@@ -91,6 +148,7 @@ TEST_F(CommandLine, ReportsWrongUseInSpanish)
         {{"export", id, "x.mp4", "--hieght=3"}, "No existe la opción «--hieght». ¿Querías decir «--height»?"},
         {{"--library"}, "La opción --library necesita un valor."},
         {{"list", "--library", ""}, "--library necesita una carpeta."},
+        {{"list", "--sort", "titel"}, "No existe el orden «titel». ¿Querías decir «title»?"},
         {{"list", "--json=yes"}, "La opción --json no lleva ningún valor."},
         {{"show"}, "Falta ID."},
         {{"import", ""}, "Indica el archivo de vídeo."},
@@ -206,9 +264,14 @@ TEST_F(CommandLine, TakesTheLibraryFromOptionOrEnvironment)
     EXPECT_EQ(answer({"list"}).size(), 0);
     EXPECT_TRUE(std::filesystem::is_directory(folder / "datos/OrvoVideo/Projects"));
 
-    // A mistyped name is not made into a library.
-    EXPECT_EQ(answer({"list", "--library", (folder / "nada").string()}).size(), 0);
-    EXPECT_EQ(orvo({"show", "abcd", "--library", (folder / "nada").string()}).status, 3);
+    // A mistyped name is neither an empty library nor made into one.
+    for (const std::vector<std::string>& command : {std::vector<std::string>{"list"}, {"show", "abcd"}, {"validate"}}) {
+        auto words = command;
+        words.insert(words.end(), {"--library", folder / "nada"});
+        const Outcome missing = orvo(words);
+        EXPECT_EQ(missing.status, 1);
+        EXPECT_THAT(missing.err, HasSubstr("No existe la biblioteca «" + (folder / "nada").string()));
+    }
     EXPECT_FALSE(std::filesystem::exists(folder / "nada"));
 }
 

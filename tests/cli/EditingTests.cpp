@@ -24,7 +24,12 @@ TEST_F(Editing, MergesClampsAndRestoresCuts)
     answer({"cut", id, "0:03", "0:00:06.0"});
     EXPECT_THAT(stored().edit.cuts, ElementsAre(TimeSpan{2, 6}));
     answer({"cut", id, "9,5", "1e3"});
-    answer({"cut", id, "-.5", "0.25"});
+    const Answer clamped = answer({"cut", id, "-.5", "0.25"});
+    EXPECT_EQ(clamped["cut"]["start"].number(), 0) << "what was cut is said";
+    EXPECT_EQ(clamped["cut"]["end"].number(), 0.25);
+    const Outcome beyond = orvo({"cut", id, "9.5", "99"});
+    EXPECT_THAT(beyond.out, HasSubstr("Recortado 0:09.500 → 0:10.000. La grabación va de 0:00.000 a 0:10.000."));
+    EXPECT_EQ(orvo({"cut", id, "9.995", "99"}).status, 2) << "of what is left nothing could be cut";
     EXPECT_EQ(orvo({"set", id, "title", "-.hola"}).status, 2) << "only numbers are taken for numbers";
     EXPECT_THAT(stored().edit.cuts, ElementsAre(TimeSpan{0, 0.25}, TimeSpan{2, 6}, TimeSpan{9.5, 10}));
 

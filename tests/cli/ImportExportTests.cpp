@@ -74,6 +74,48 @@ TEST_F(ImportExport, ImportsEditsAndExports)
     EXPECT_EQ(probe(folder / "igual.mp4").frames, 135);
 }
 
+TEST_F(ImportExport, SendsTheVideoToStandardOutput)
+{
+    const std::string movie = answer({"import", clip})["id"].text();
+    const auto before = std::ranges::distance(fs::directory_iterator(store.directory(*Uuid::parse(movie))));
+    setup.outputFile = folder / "salida.mp4";
+    std::ofstream(setup.outputFile).close();
+    const Outcome outcome = orvo({"export", movie, "-"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_NEAR(probe(setup.outputFile).videoDuration, 3, 0.1);
+    EXPECT_EQ(std::ranges::distance(fs::directory_iterator(store.directory(*Uuid::parse(movie)))), before);
+
+    setup.outputFile.clear();
+    EXPECT_EQ(orvo({"export", movie, "-", "--json"}).status, 2);
+    setup.outputTerminal = true;
+    EXPECT_EQ(orvo({"export", movie, "-"}).status, 2) << "a terminal shows no video";
+}
+
+TEST_F(ImportExport, AsksOnATerminalBeforeItReplaces)
+{
+    const std::string movie = answer({"import", clip})["id"].text();
+    const fs::path file = folder / "hecho.mp4";
+    struct Case {
+        std::string typed;
+        bool isTerminal;
+        bool force;
+        bool replaced;
+    };
+    for (const auto& [typed, isTerminal, force, replaced] : {Case{"n\n", true, false, false}, Case{"\n", true, false, false},
+             Case{"s\n", true, false, true}, Case{"", true, true, true}, Case{"", false, false, true}}) {
+        std::ofstream(file) << "before";
+        setup.inputTerminal = setup.errorTerminal = isTerminal;
+        setup.input = typed;
+        std::vector<std::string> words{"export", movie, file};
+        if (force)
+            words.emplace_back("--force");
+        const Outcome outcome = orvo(words);
+        EXPECT_EQ(outcome.status, replaced ? 0 : 1) << typed;
+        EXPECT_EQ(readFile(file) != "before", replaced) << typed;
+        EXPECT_EQ(outcome.err.contains("¿Reemplazarlo?"), isTerminal && !force);
+    }
+}
+
 TEST_F(ImportExport, KeepsEditsMadeWhileAppending)
 {
     // Somebody gives the project another title as soon as the copy is there.

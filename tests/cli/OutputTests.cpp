@@ -57,6 +57,20 @@ TEST_F(Output, ListsNewestFirstAsJson)
     EXPECT_EQ(list[2]["playableDuration"].number(), 3);
 }
 
+TEST_F(Output, ListIsSortedAsAsked)
+{
+    const auto first = [&](const std::string& order) { return answer({"list", "--sort", order})[0]["id"].text(); };
+    EXPECT_EQ(first("created"), fixedId(2).text());
+    EXPECT_EQ(first("duration"), fixedId(2).text());
+    VideoProject accented = emptyProject(5);
+    accented.id = fixedId(4);
+    accented.title = "Ábaco";
+    accented.updatedAt = now() + std::chrono::hours(1);
+    store.create(accented);
+    EXPECT_EQ(first("title"), accented.id.text());
+    EXPECT_EQ(first("updated"), accented.id.text());
+}
+
 TEST_F(Output, AlignsAndSanitisesLists)
 {
     const Outcome outcome = orvo({"list"});

@@ -89,10 +89,15 @@ Program::Program(std::vector<std::string> arguments, const Setup& setup)
 {
     const Channel out = makeChannel(setup.outputTerminal);
     const Channel err = makeChannel(setup.errorTerminal);
-    const Channel in = makeChannel(false);
+    Channel in = makeChannel(setup.inputTerminal);
+    if (setup.inputTerminal)
+        std::swap(in.reading, in.writing); // The program has the terminal, the test what lies behind it.
     if (::write(in.writing, setup.input.data(), setup.input.size()) != static_cast<ssize_t>(setup.input.size()))
         throw std::runtime_error("the input is too long");
-    ::close(in.writing);
+    if (setup.inputTerminal)
+        m_in = in.writing; // Closed now, it would take along what was not read yet.
+    else
+        ::close(in.writing);
     arguments.insert(arguments.begin(), setup.executable);
     auto environment = environmentFor(setup);
     const auto argumentPointers = pointersTo(arguments);
@@ -125,6 +130,7 @@ Program::~Program()
         ::kill(m_pid, SIGKILL);
         ::waitpid(m_pid, nullptr, 0);
     }
+    closeIfOpen(m_in);
     closeIfOpen(m_out);
     closeIfOpen(m_err);
 }

@@ -27,6 +27,7 @@ public:
         std::filesystem::path library; ///< ORVO_LIBRARY; not set when empty.
         std::map<std::string, std::string> environment; ///< More variables.
         std::string input; ///< What it reads from standard input; short.
+        bool inputTerminal = false; ///< Standard input is a terminal.
         bool outputTerminal = false; ///< Standard output is a terminal of 80 columns.
         bool errorTerminal = false; ///< Standard error is.
         std::string outputFile; ///< Standard output is this file instead.
@@ -58,6 +59,7 @@ private:
     bool readSome();
 
     pid_t m_pid = -1;
+    int m_in = -1; ///< The other end of a terminal.
     int m_out = -1;
     int m_err = -1;
     Outcome m_outcome;

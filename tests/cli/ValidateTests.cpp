@@ -91,7 +91,7 @@ TEST_F(Validate, ReportsMissingLibraries)
     const fs::path mistyped = folder / "biblioteca";
     const Outcome outcome = orvo({"--library", mistyped, "validate"});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("no existe"));
+    EXPECT_THAT(outcome.err, HasSubstr("No existe la biblioteca"));
     EXPECT_FALSE(fs::exists(mistyped));
 }
 

@@ -1,9 +1,13 @@
 #include "Desktop.h"
 #include "TestSupport/Media.h"
+#include "TestSupport/PrivateBus.h"
 #include "TestSupport/Projects.h"
 #include "TestSupport/SoundWorld.h"
 #include "VideoCore/ProjectStore.h"
 
+#include <QDBusInterface>
+#include <QDBusReply>
+#include <QUrl>
 #include <algorithm>
 #include <cmath>
 #include <gmock/gmock.h>
@@ -133,6 +137,56 @@ TEST_F(ApplicationTests, ALessonIsRecordedWithTheGlobalShortcutsAlone)
     EXPECT_EQ(lesson.edit.cuts.size(), 1U);
     EXPECT_EQ(std::ranges::count(lesson.edit.events, PointerKind::zoom, &PointerEvent::kind), 1);
     EXPECT_NEAR(probe(store.mediaURL(lesson, "media/screen.mov")).videoDuration, lesson.duration, 0.3);
+}
+
+TEST_F(ApplicationTests, TheDesktopHandsItFilesByItsNameOnTheBus)
+{
+    const PrivateBus bus;
+    ASSERT_TRUE(desktop.startOnBus(bus.address()));
+    const auto file = folder / "una clase.mp4";
+    fs::copy_file(store.directory(project.id) / "media/screen.mp4", file);
+    auto session = QDBusConnection::connectToBus(bus.address(), "desktop");
+    QDBusInterface application("es.orvo.video", "/es/orvo/video", "org.freedesktop.Application", session);
+    ASSERT_TRUE(holdsSoon([&] { return application.isValid(); }));
+    const QStringList uris{QUrl::fromLocalFile(QString::fromStdString(file.string())).toString(QUrl::FullyEncoded)};
+    const QDBusReply<void> opened = application.call("Open", uris, QVariantMap{{"activation-token", "x"}});
+    EXPECT_TRUE(opened.isValid()) << opened.error().message().toStdString();
+    EXPECT_TRUE(desktop.focusWindow("una clase"));
+    const ProjectStore usual(desktop.usualLibrary());
+    EXPECT_TRUE(holdsSoon([&] { return usual.list().size() == 1; }));
+    EXPECT_TRUE(QDBusReply<void>(application.call("Activate", QVariantMap{})).isValid());
+    QDBusConnection::disconnectFromBus("desktop");
+}
+
+TEST(ApplicationAnswers, OnTheTerminalInSpanishWithoutADisplay)
+{
+    struct Case {
+        QStringList arguments;
+        int status;
+        QString answer; ///< The beginning of it.
+    };
+    const Case cases[]{
+        {{"--help"}, 0, "Graba, edita"},
+        {{"-h"}, 0, "Graba, edita"},
+        {{"--version"}, 0, "Orvo Video 0."},
+        {{"película.mp4", "-V"}, 0, "Orvo Video 0."},
+        {{"--vesion"}, 2, "orvo-video: No existe la opción «--vesion»."},
+        {{"-style", "Fusion", "-x=1"}, 2, "orvo-video: No existe la opción «-x»."},
+        {{}, 1, "orvo-video: No hay ninguna pantalla"},
+        {{"--", "--help"}, 1, "orvo-video: No hay ninguna pantalla"},
+    };
+    auto variables = QProcessEnvironment::systemEnvironment();
+    for (const auto* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        variables.remove(name);
+    for (const auto& [arguments, status, answer] : cases) {
+        QProcess application;
+        application.setProcessEnvironment(variables);
+        application.start(ORVO_APPLICATION, arguments);
+        ASSERT_TRUE(application.waitForFinished(60'000)) << arguments.join(' ').toStdString();
+        EXPECT_EQ(application.exitCode(), status) << arguments.join(' ').toStdString();
+        const auto text = status == 0 ? application.readAllStandardOutput() : application.readAllStandardError();
+        EXPECT_TRUE(QString::fromUtf8(text).startsWith(answer)) << text.toStdString();
+    }
 }
 
 } // namespace

@@ -53,6 +53,19 @@ bool Desktop::startApplication(const std::filesystem::path& library, const QStri
 {
     auto variables = environment();
     variables.insert("ORVO_LIBRARY", QString::fromStdString(library.string()));
+    return start(variables, arguments);
+}
+
+bool Desktop::startOnBus(const QString& bus)
+{
+    auto variables = environment();
+    variables.insert("DBUS_SESSION_BUS_ADDRESS", bus);
+    variables.insert("XDG_DATA_HOME", QString::fromStdString((m_home / "data").string()));
+    return start(variables, {});
+}
+
+bool Desktop::start(const QProcessEnvironment& variables, const QStringList& arguments)
+{
     m_application.setProcessEnvironment(variables);
     m_application.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_application.start(ORVO_APPLICATION, arguments);

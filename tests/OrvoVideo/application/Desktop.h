@@ -24,6 +24,10 @@ public:
     /// Starts the application on a library, with these arguments, and waits for its window.
     [[nodiscard]] bool startApplication(const std::filesystem::path& library, const QStringList& arguments = {});
 
+    /// Starts it on the usual library, `usualLibrary()`, with the session bus at this address.
+    [[nodiscard]] bool startOnBus(const QString& bus);
+    std::filesystem::path usualLibrary() const { return m_home / "data/OrvoVideo/Projects"; }
+
     /// Waits for a window whose title contains this text, and gives it the keyboard.
     [[nodiscard]] bool focusWindow(const QString& title);
 
@@ -43,6 +47,7 @@ public:
     void photograph(const std::filesystem::path& file);
 
 private:
+    bool start(const QProcessEnvironment& variables, const QStringList& arguments);
     bool xdotool(const QStringList& arguments, int limit = 30'000);
     QProcessEnvironment environment() const;
 

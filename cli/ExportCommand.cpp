@@ -1,0 +1,163 @@
+#include "VideoCore/CaptureSession.h"
+#include "VideoCore/UniqueFd.h"
+#include "VideoMedia/ExportService.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
+#include "VideoMedia/WorkFolder.h"
+#include "cli/Arguments.h"
+#include "cli/Command.h"
+#include "cli/Commands.h"
+#include "cli/Destination.h"
+#include "cli/Failures.h"
+#include "cli/LongWork.h"
+#include "cli/RenderOptions.h"
+#include "cli/TextColumns.h"
+#include "cli/Wording.h"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <format>
+#include <string_view>
+#include <system_error>
+#include <unistd.h>
+
+namespace orvo::cli {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct ExportArguments {
+    std::string project;
+    std::string file;
+    std::string height;
+    std::string fps;
+    std::string quality;
+    std::string subtitles;
+    bool burnIn = false;
+    bool force = false;
+};
+
+ExportSettings settingsOf(const ExportArguments& arguments)
+{
+    ExportSettings settings = renderSettings(arguments.height, arguments.quality);
+    settings.subtitles = subtitleCues("--subtitles", arguments.subtitles);
+    settings.burnIn = arguments.burnIn;
+    if (settings.burnIn && settings.subtitles == SubtitleCues::none)
+        throw UsageError("--burn-in necesita subtítulos: escribe --subtitles words o --subtitles phrases.");
+    if (!arguments.fps.empty())
+        settings.fps = integerArgument("--fps", arguments.fps, {1, 240});
+    return settings;
+}
+
+/// Writes a file to standard output. The file has no name any more when this begins: however it ends, nothing stays behind.
+void writeOut(const UniqueFd& file)
+{
+    std::array<char, 1 << 16> block{};
+    for (;;) {
+        const ssize_t got = ::read(file.get(), block.data(), block.size());
+        if (got < 0)
+            throw std::system_error(errno, std::system_category());
+        if (got == 0)
+            return;
+        for (std::string_view left(block.data(), static_cast<std::size_t>(got)); !left.empty();) {
+            const ssize_t put = ::write(STDOUT_FILENO, left.data(), left.size());
+            if (put < 0 && errno != EINTR)
+                throw captureError(
+                    "No se puede escribir el vídeo: " + describe(std::system_error(errno, std::system_category())) + ".");
+            left.remove_prefix(put > 0 ? static_cast<std::size_t>(put) : 0);
+        }
+    }
+}
+
+/// Renders to a file for the time being, since the beginning of a movie is written last, and sends it to standard output.
+void exportToOutput(Session& session, const VideoProject& project, ExportSettings settings)
+{
+    if (session.json())
+        throw UsageError("Con «-» el vídeo va a la salida estándar, donde no cabe la respuesta de --json.");
+    if (::isatty(STDOUT_FILENO) == 1)
+        throw UsageError("Un vídeo no se puede escribir en el terminal: añade «> clase.mp4» o «| otra-orden».");
+    if (!settings.burnIn) { // With burnt-in subtitles, the file beside the movie goes with the folder.
+        if (settings.subtitles != SubtitleCues::none)
+            session.note("Sin subtítulos: los escribe «orvo subtitles».");
+        settings.subtitles = SubtitleCues::none;
+    }
+    UniqueFd rendered;
+    {
+        const WorkFolder folder(session.library().store().directory(project.id), "render");
+        const fs::path file = folder / "salida.mp4";
+        const auto outcome =
+            runInterruptibly("Exportando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
+                return ExportService::exportVideo(
+                    project, session.library().store(), file, settings, FfprobeMediaProbe(), progress, stop);
+            });
+        if (const auto remarks = outcome.remarks(); !remarks.empty())
+            session.note(remarks);
+        rendered.reset(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+        if (!rendered)
+            throw fs::filesystem_error("open", file, std::error_code(errno, std::system_category()));
+    }
+    writeOut(rendered);
+}
+
+void exportProject(Session& session, const ExportArguments& arguments)
+{
+    const ExportSettings settings = settingsOf(arguments);
+    Library& library = session.library();
+    const VideoProject project = library.load(arguments.project);
+    if (CaptureSession::isMarkedRecording(project))
+        throw captureError("Termina esta grabación antes de exportarla.");
+    if (arguments.file == "-")
+        return exportToOutput(session, project, settings);
+    const fs::path file = destination(arguments.file, library.store());
+    if (!mayReplace(file, arguments.force))
+        throw captureError("No se ha exportado: el archivo que había sigue como estaba.");
+
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
+    const auto outcome = runInterruptibly("Exportando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
+        return ExportService::exportVideo(project, library.store(), file, settings, FfprobeMediaProbe(), progress, stop);
+    });
+    if (const auto remarks = outcome.remarks(); !remarks.empty())
+        session.note(remarks);
+    const fs::path subtitles = ExportService::subtitleFile(file);
+    const auto size = fs::file_size(file);
+    const bool hasSubtitles = settings.subtitles != SubtitleCues::none;
+    if (session.json()) {
+        JsonValue::Object answer{{"id", project.id}, {"file", file.string()}};
+        if (hasSubtitles)
+            answer.emplace_back("subtitles", subtitles.string());
+        answer.emplace_back("duration", project.playableDuration());
+        answer.emplace_back("size", size);
+        return session.answer(answer);
+    }
+    const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    std::string text = std::format("Vídeo: {} ({}, {}, en {})\n", printable(file.string()),
+        fineLength(project.playableDuration()), fileSize(size), clockTime(seconds));
+    if (hasSubtitles)
+        text += std::format("Subtítulos: {}\n", printable(subtitles.string()));
+    session.print(text);
+}
+
+} // namespace
+
+void addExportCommand(CLI::App& app, Session& session)
+{
+    addCommand<ExportArguments>(
+        app, session,
+        {"export", "Resultado", "Exporta el vídeo editado a MP4.\nDeja al lado los subtítulos en un archivo .srt."},
+        [](Command& command, ExportArguments& arguments) {
+            command.project(arguments.project);
+            command.argument("ARCHIVO", arguments.file, "El archivo .mp4, o «-» para la salida estándar.");
+            addRenderOptions(command, arguments.height, arguments.quality);
+            command.option("--fps", "N", arguments.fps, "Fotogramas por segundo; 30 si no se indica.");
+            command.option("--subtitles", "CLASE", arguments.subtitles,
+                "words (palabra a palabra), phrases (frases) o none (ninguno); words si no se indica.");
+            command.flag("--burn-in", arguments.burnIn, "Muestra los subtítulos también en la imagen.");
+            command.flag("--force", arguments.force, "Reemplaza el archivo que haya sin preguntar.");
+        },
+        exportProject);
+}
+
+} // namespace orvo::cli

@@ -1,0 +1,54 @@
+#!/bin/bash
+# Uses the packages of FOLDER in a bare Debian, as root: tools/package-check.sh FOLDER [SYSTEM]
+#
+# SYSTEM is the folder of a bare Debian (debootstrap --variant=minbase trixie SYSTEM). It is copied; without one debootstrap
+# makes it. In the copy: an older package is installed with apt and a library begun with it, the new one takes its place, the
+# application is started from its desktop entry on a virtual display and started again with a movie, the work of
+# ./run --terminal is done with the installed orvo, the server answers, and everything is purged. Pictures of the display and
+# the result stay in FOLDER/check.
+set -euo pipefail
+(($# >= 1)) || { sed -n '2,/^set/s/^# \?//p' "$0" >&2; exit 2; }
+((EUID == 0)) || { echo 'tools/package-check.sh needs root, for chroot and mounts.' >&2; exit 1; }
+packages=$(realpath -- "$1") system=${2:-}
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+if [[ ${inside:-} != yes ]]; then
+  # In mounts and processes of its own: nothing stays mounted and nothing goes on running, however it ends.
+  export inside=yes
+  exec unshare --mount --pid --fork --kill-child "$0" "$@"
+fi
+
+exec 9>"$packages/check.lock"
+flock -n 9 || { echo 'Another check of these packages is running.' >&2; exit 1; }
+root=$packages/system
+rm -rf --one-file-system "$root"
+trap 'umount -R -l "$root"/{proc,dev} 2>/dev/null || true; rm -rf --one-file-system "$root"' EXIT
+if [[ $system ]]; then
+  cp -a --reflink=auto "$system" "$root"
+else
+  debootstrap --variant=minbase --include=ca-certificates trixie "$root" >"$packages/debootstrap.log"
+fi
+mkdir -p "$root"/{proc,dev,debs/old,road}
+mount -t proc proc "$root/proc"
+mount --rbind /dev "$root/dev"
+cp -L /etc/resolv.conf "$root/etc/resolv.conf"
+cp /etc/ssl/certs/ca-certificates.crt "$root/etc/ssl/certs/" # Those that this machine trusts.
+cp "$packages"/*.deb "$root/debs"
+cp tools/terminal.sh tools/sample.sh "$root/road"
+
+# An older package: the same with a lower version.
+older=$packages/older
+rm -rf "$older"
+dpkg-deb -R "$packages"/orvo-video_*.deb "$older"
+sed -i 's/^Version: .*/Version: 0.0.1/' "$older/DEBIAN/control"
+dpkg-deb --root-owner-group -b "$older" "$root/debs/old/orvo-video_0.0.1_amd64.deb" >/dev/null
+rm -rf "$older"
+
+cp tools/package-check-inside.sh "$root/road/check"
+rm -rf "$packages/check"
+mkdir "$packages/check"
+status=0
+chroot "$root" /usr/bin/env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 \
+  "$(env | grep -i '^http_proxy=' || echo none=)" bash /road/check || status=$?
+cp -r "$root/home/persona/visto/." "$packages/check/" 2>/dev/null || true
+exit "$status"
