@@ -116,20 +116,14 @@ TEST(Transcript, FindsTextWhateverCaseAccentsAndPunctuation)
              Case{"ción dos pal", {{3, 3, 4, 7}}},
              Case{"palabras palabras", {{4, 4, 5, 8}}},
              Case{"strasse", {{6, 0, 6, 7}}},
-             Case{"a",
-                 {{0, 3, 0, 4}, {2, 1, 2, 2}, {4, 5, 4, 6}, {4, 7, 4, 8}, {5, 1, 5, 2}, {5, 3, 5, 4}, {5, 6, 5, 7},
-                     {6, 3, 6, 4}, {7, 0, 7, 1}}},
              Case{"holamundo", {}},
              Case{"adiós a", {}},
              Case{" ", {}},
          }) {
         SCOPED_TRACE(query);
-        auto found = search.find(query);
-        if (query == "a") // Of the corrected words "palabras" occurs twice.
-            EXPECT_EQ(found.size(), 10);
-        else
-            EXPECT_THAT(found, ElementsAreArray(hits));
+        EXPECT_THAT(search.find(query), ElementsAreArray(hits));
     }
+    EXPECT_EQ(search.find("a").size(), 10) << "more than once in a word";
 }
 
 TEST(TranscriptEdits, ReplaceFoundText)
@@ -147,7 +141,7 @@ TEST(TranscriptEdits, ReplaceFoundText)
              Case{"un eperímetro", "eperimetro", "perímetro del círculo", {"un", "perímetro del círculo"}, 1},
              Case{"uno dos tres", "uno dos", "1 2", {"1", "2", "tres"}, 1},
              Case{"banana nana", "an", "o", {"booa", "noa"}, 3},
-             Case{"ab ab ab", "b a", "-", {"a-b", "ab"}, 1},
+             Case{"ab ab ab", "b a", "-", {"a--b"}, 2},
              Case{"hola", "hola", "  ", {"hola"}, 0},
          }) {
         SCOPED_TRACE(text);
@@ -204,8 +198,8 @@ TEST(TranscriptEdits, ShortenPausesByWhatTheySay)
     EXPECT_EQ(pauses.back(), (Transcript::Pause{6, {9, 20}}));
 
     auto some = project;
-    const auto long_ = Edits::shortenPauses(some, 2);
-    EXPECT_EQ(long_.count, 2);
+    const auto longest = Edits::shortenPauses(some, 2);
+    EXPECT_EQ(longest.count, 2);
     const auto all = Edits::shortenPauses(project, 0.5);
     EXPECT_EQ(all.count, 3);
     EXPECT_NEAR(before - project.playableDuration(), all.seconds, 1e-9);
@@ -216,7 +210,7 @@ TEST(TranscriptEdits, ShortenPausesByWhatTheySay)
     EXPECT_EQ(project.edit, shortened);
 
     EXPECT_EQ(Edits::cutFillers(project), 2);
-    EXPECT_NEAR(shortened.cuts.size() > 0 ? Transcript::remaining({8, 9}, project.edit.cuts.items()) : 1, 0, 1e-9);
+    EXPECT_NEAR(Transcript::remaining({8, 9}, project.edit.cuts.items()), 0, 1e-9);
     EXPECT_EQ(Edits::cutFillers(project), 0);
 }
 
