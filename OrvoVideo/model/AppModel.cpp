@@ -159,6 +159,7 @@ void AppModel::showProject()
     m_cuts.show(shown);
     m_zooms.show(shown);
     m_overlays.show(shown, resolve);
+    followFades();
     emit projectChanged();
 }
 

@@ -561,6 +561,7 @@ private:
     QCoro::Task<> rebuildCamera(std::optional<std::filesystem::path> file);
     void followProject();
     void followVolumes();
+    void followFades();
     void watchPlayback(double seconds);
     void announceNextCut();
     void followWithCamera(double seconds);

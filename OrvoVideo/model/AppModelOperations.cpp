@@ -50,6 +50,8 @@ QCoro::Task<> AppModel::runOperation(LongOperation work)
         setStatus(QStringLiteral("No se ha completado la operación"));
     else if (cancelled)
         setStatus(QStringLiteral("Operación cancelada"));
+    else if (m_status == QLatin1String("No se ha completado la operación"))
+        setStatus(QStringLiteral("Listo para grabar")); // What failed before is over.
     setBusy(false);
     if (failure || cancelled)
         refreshLibrary();

@@ -1,4 +1,5 @@
 #include "OrvoVideo/model/AppModel.h"
+#include "VideoMedia/RenderGraph.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,6 +11,8 @@ namespace {
 
 constexpr double ticksPerSecond = 600; ///< Times of seeks are whole ticks: the frames of all usual rates are.
 constexpr double cameraTolerance = 0.15; ///< Seconds that the camera may be away from the picture.
+
+constexpr QLatin1String unplayable("Usa Recuperar para preparar este archivo antes de reproducirlo.");
 
 constexpr double announcedAhead = 2; ///< Seconds before a cut in which the player is told of it.
 
@@ -92,12 +95,14 @@ QCoro::Task<> AppModel::rebuildPreview()
         co_return;
     case PreviewOutcome::failed:
         setPreview(Preview::Failed);
-        setStatus(QStringLiteral("Usa Recuperar para preparar este archivo antes de reproducirlo."));
+        setStatus(unplayable);
         co_return;
     case PreviewOutcome::loaded:
         break;
     }
     setPreview(Preview::Ready);
+    if (m_status == unplayable || m_status == QLatin1String("No se ha completado la operación"))
+        setStatus(QStringLiteral("Listo para grabar")); // What failed before is over.
     setPlayhead(0);
     notePlaying();
     co_await rebuildCamera(camera);
@@ -158,6 +163,18 @@ void AppModel::followVolumes()
             player()->setVolume(i, composition.audio[i].volume);
     }
     m_composition = composition;
+}
+
+/// Has the sound dip at the cuts as the export's does.
+void AppModel::followFades()
+{
+    std::vector<PreviewPlayer::HeardSpan> heard;
+    if (m_project) {
+        for (const auto& kept : RenderGraph::keptSpans(*m_project, m_project->fps))
+            heard.push_back(
+                {.start = kept.span.start, .end = kept.span.end, .fadeIn = kept.soundIn, .fadeOut = kept.soundOut});
+    }
+    player()->setHeard(std::move(heard));
 }
 
 void AppModel::followProject()

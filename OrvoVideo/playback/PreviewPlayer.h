@@ -69,6 +69,20 @@ public:
     /// Sets the gain of the audio clip `index` of the composition while it plays.
     virtual void setVolume(std::size_t index, double volume) = 0;
 
+    /// A stretch that is heard, and how long its sound rises and falls at its ends; in seconds.
+    struct HeardSpan {
+        double start = 0;
+        double end = 0;
+        double fadeIn = 0;
+        double fadeOut = 0;
+
+        friend bool operator==(const HeardSpan&, const HeardSpan&) = default;
+    };
+
+    /// What is heard while playing, of this composition and every later one: the rest is silent. The spans are sorted and
+    /// disjoint; without any everything is heard. At first everything is.
+    virtual void setHeard(std::vector<HeardSpan>) { }
+
     /// The picture to show now; null before the first.
     virtual QImage frame() const = 0;
 

@@ -46,7 +46,7 @@ private:
     std::function<WayBack()> m_wayBack;
     struct Cleared {
         QPointer<QWindow> window;
-        QWindow::Visibility visibility;
+        Qt::WindowStates states;
         QPoint position; ///< Of the frame.
     };
     std::vector<Cleared> m_cleared; ///< Parents before the windows that belong to them.

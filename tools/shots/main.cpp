@@ -1,5 +1,7 @@
 // Renders the main states of the windows to pictures: orvo-shots FOLDER
 
+#include "OrvoVideo/editor/EditorCommands.h"
+#include "OrvoVideo/editor/TimelineItem.h"
 #include "OrvoVideo/model/AppModel.h"
 #include "OrvoVideo/shell/MainWindow.h"
 #include "OrvoVideo/ui/Appearance.h"
@@ -65,14 +67,14 @@ public:
     Photographer(QDir folder, MainWindow& main)
         : m_folder(std::move(folder))
         , m_window(main.window())
-        , m_appearance(*qmlEngine(&m_window)->singletonInstance<Appearance*>("OrvoVideo", "Appearance"))
+        , m_appearance(*qmlEngine(&m_window)->singletonInstance<Appearance*>("Orvo.Ui", "Appearance"))
     {
     }
 
     /// The present state in every size and appearance. `hold` keeps the state while that takes its time.
     void take(const QString& state, const std::function<void()>& hold = [] { })
     {
-        for (const QSize size : {QSize(1280, 800), QSize(2560, 1440)}) {
+        for (const QSize size : {QSize(960, 600), QSize(1280, 800), QSize(1366, 768), QSize(2560, 1440)}) {
             m_window.resize(size);
             for (const QString& appearance : {QStringLiteral("dark"), QStringLiteral("light")}) {
                 m_appearance.setChoice(appearance);
@@ -170,6 +172,16 @@ void takeAll(const QDir& folder)
         editor->setProperty("section", section);
         photographer.take(QStringLiteral("editor-") + QLatin1String(section));
     }
+    editor->setProperty("section", "text");
+    auto* timeline = main.window().findChild<TimelineItem*>();
+    timeline->zoomBy(4);
+    photographer.take(QStringLiteral("editor-timeline-zoomed"));
+    timeline->fit();
+    auto* commands = main.window().findChild<EditorCommands*>();
+    commands->setPictureAlone(true);
+    photographer.take(QStringLiteral("picture-alone"));
+    commands->setPictureAlone(false);
+
     model.setServerURL(QStringLiteral("https://video.ejemplo.es"));
     model.update([](VideoProject& project) {
         project.publication = Publication{.videoID = "3f2a", .url = "https://video.ejemplo.es/watch/3f2a", .domains = {}};
