@@ -61,6 +61,38 @@ std::string fades(std::string_view filter, double fade, double length)
     return std::format(",{0}=t=in:d={1},{0}=t=out:st={2}:d={1}", filter, amount, numberText(length - fade));
 }
 
+/// The fades of a kept stretch, in seconds.
+struct Fades {
+    double picture = 0; ///< At both ends.
+    double soundIn = 0;
+    double soundOut = 0;
+};
+
+/// Sound that is cut without a fade gets a short ramp, so that no cut clicks.
+Fades fadesOf(const VideoProject& project, const TimeSpan& span)
+{
+    constexpr double shortestRamp = 0.01;
+    const double longest = std::max(project.edit.fade, 0.0);
+    const double length = span.end - span.start;
+    const auto within = [&](double fade) { return length < 0 ? fade : std::min(length / largestFadeShare, fade); };
+    const double ramp = within(std::max(longest, shortestRamp));
+    const double frame = project.fps > 0 ? 1 / static_cast<double>(project.fps) : 0.1;
+    return {.picture = within(longest),
+        .soundIn = span.start > 0 ? ramp : within(longest),
+        .soundOut = span.end < project.duration - frame ? ramp : within(longest)};
+}
+
+/// ",afade=…" in and out at the ends of a stretch of `length` seconds.
+std::string soundFades(const Fades& fades, double length)
+{
+    std::string result;
+    if (fades.soundIn >= shortestTime)
+        result += std::format(",afade=t=in:d={}", numberText(fades.soundIn));
+    if (fades.soundOut >= shortestTime)
+        result += std::format(",afade=t=out:st={}:d={}", numberText(length - fades.soundOut), numberText(fades.soundOut));
+    return result;
+}
+
 /// The kept stretches on the frame grid of the output.
 ///
 /// Picture can only be cut between frames. Cutting the sound at the same places keeps the two together; choosing them so
@@ -325,20 +357,20 @@ private:
             addBranches(current(), {.split = "split", .trim = "trim", .letter = 'v'}, spans, 0);
             addBranches("[mix]", {.split = "asplit", .trim = "atrim", .letter = 'a'}, spans, 0);
         }
-        const double longestFade = std::max(m_project.edit.fade, 0.0);
         // The last span comes first: ffmpeg runs filters in the order of their text, so the branches that do not want a
         // frame yet have let go of it when the one that does comes to fade it, and no branch needs copies and a frame store
         // of its own.
         for (std::size_t n = count; n-- > 0;) {
             const double length = spans[n].end - spans[n].start;
-            const double fade = length < 0 ? longestFade : std::min(length / largestFadeShare, longestFade);
+            const Fades faded = fadesOf(m_project, spans[n]);
             const double shown = std::max(length, 0.0);
             const std::string start = numberText(spans[n].start);
             const std::string end = numberText(spans[n].end);
-            m_chains.add(std::format("{}trim=start={}:end={},setpts=PTS-STARTPTS{}{}",
-                count > 1 ? label("vbranch", n) : current(), start, end, fades("fade", fade, shown), label("v", n)));
+            m_chains.add(
+                std::format("{}trim=start={}:end={},setpts=PTS-STARTPTS{}{}", count > 1 ? label("vbranch", n) : current(),
+                    start, end, fades("fade", faded.picture, shown), label("v", n)));
             m_chains.add(std::format("{}atrim=start={}:end={},asetpts=PTS-STARTPTS{}{}",
-                count > 1 ? label("abranch", n) : "[mix]", start, end, fades("afade", fade, shown), label("a", n)));
+                count > 1 ? label("abranch", n) : "[mix]", start, end, soundFades(faded, shown), label("a", n)));
         }
         std::string joined;
         for (std::size_t n = 0; n < count; ++n)
@@ -433,6 +465,24 @@ std::string audioMix(const VideoProject& project, std::span<const Input> inputs,
 std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings)
 {
     return PictureGraph(project, inputs, settings).text();
+}
+
+std::vector<KeptSpan> keptSpans(const VideoProject& project, std::int64_t fps)
+{
+    std::vector<KeptSpan> result;
+    for (const auto& span :
+        frameAligned(Timeline::kept(project.duration, project.edit.cuts), std::max<std::int64_t>(fps, 1))) {
+        const Fades fades = fadesOf(project, span);
+        result.push_back({.span = span, .pictureFade = fades.picture, .soundIn = fades.soundIn, .soundOut = fades.soundOut});
+    }
+    return result;
+}
+
+double clipFade(const VideoProject& project, double length)
+{
+    if (std::ranges::count_if(project.tracks, isVisibleVideo) < 2)
+        return 0;
+    return std::min(std::max(project.edit.fade, 0.0), length / largestFadeShare);
 }
 
 double openingFade(const VideoProject& project)

@@ -7,7 +7,11 @@ Item {
 
     required property Item space
     property bool sizable: false
+    /// Whether it stands out though nobody points at it.
+    property bool marked: false
 
+    /// It was pressed.
+    signal taken()
     signal dragged(real dx, real dy)
     signal dropped()
     signal sized(real dx)
@@ -16,7 +20,7 @@ Item {
     Rectangle {
         anchors.fill: parent
         anchors.margins: -3
-        visible: body.containsMouse || body.pressed || corner.containsMouse || corner.pressed
+        visible: root.marked || body.containsMouse || body.pressed || corner.containsMouse || corner.pressed
         color: "transparent"
         border.width: 1.5
         border.color: Theme.accent
@@ -39,6 +43,7 @@ Item {
         preventStealing: true
         cursorShape: pressed ? Qt.ClosedHandCursor : Qt.OpenHandCursor
         onPressed: mouse => {
+            root.taken()
             from = mapToItem(root.space, mouse.x, mouse.y)
             moved = false
         }

@@ -1,5 +1,7 @@
 #include "OrvoVideo/editor/EditorCommands.h"
 
+#include "OrvoVideo/model/ModelText.h"
+
 #include <QGuiApplication>
 #include <QVariantMap>
 #include <algorithm>
@@ -51,6 +53,7 @@ constexpr Shown shownKeys[]{
     {view, "Supr", "Quitar el zoom o texto marcado"},
     {view, "Esc", "Soltar lo marcado"},
     {view, "Mayús al arrastrar", "Sin ajuste a los bordes"},
+    {view, "F", "Ver solo la imagen"},
     {view, "F1", "Mostrar estas teclas"},
 };
 
@@ -77,6 +80,14 @@ void EditorCommands::setTimeline(TimelineItem* timeline)
     emit timelineChanged();
 }
 
+void EditorCommands::setPictureAlone(bool alone)
+{
+    if (m_pictureAlone == alone)
+        return;
+    m_pictureAlone = alone;
+    emit pictureAloneChanged();
+}
+
 QVariantList EditorCommands::sheet()
 {
     QVariantList list;
@@ -86,6 +97,16 @@ QVariantList EditorCommands::sheet()
             {QStringLiteral("text"), QString::fromUtf8(shown.text)}});
     }
     return list;
+}
+
+void EditorCommands::addZoom()
+{
+    if (!m_model || !m_model->hasProject() || m_model->isRecording())
+        return;
+    m_model->addZoom();
+    const PointerEvent zoom = m_model->project()->edit.events.items().back();
+    goTo(std::min(zoom.time + zoom.duration / 2, m_model->projectFacts().duration));
+    emit cardWanted(QStringLiteral("zoom"), Text::from(zoom.id));
 }
 
 void EditorCommands::togglePlaying()
@@ -168,7 +189,7 @@ bool EditorCommands::press(int key, int modifiers)
         else if (held == (Qt::ControlModifier | Qt::ShiftModifier))
             m_model->redo();
         else if (plain)
-            m_model->addZoom();
+            addZoom();
         else
             return false;
         return true;
@@ -235,7 +256,14 @@ bool EditorCommands::press(int key, int modifiers)
     case Qt::Key_Return:
     case Qt::Key_Enter:
         return m_timeline && m_timeline->restoreChosen();
+    case Qt::Key_F:
+        setPictureAlone(!m_pictureAlone);
+        return true;
     case Qt::Key_Escape:
+        if (m_pictureAlone) {
+            setPictureAlone(false);
+            return true;
+        }
         return m_timeline && m_timeline->letGo();
     default:
         return false;

@@ -17,6 +17,8 @@ class EditorCommands : public QObject {
     Q_PROPERTY(orvo::TimelineItem* timeline READ timeline WRITE setTimeline NOTIFY timelineChanged)
     /// Playing speed: below 0 backwards, 0 when nothing plays.
     Q_PROPERTY(double speed READ speed NOTIFY speedChanged)
+    /// Whether the picture is shown alone, with its controls.
+    Q_PROPERTY(bool pictureAlone READ pictureAlone WRITE setPictureAlone NOTIFY pictureAloneChanged)
     /// What every key does: maps of `keys` and `text`, grouped by `group`.
     Q_PROPERTY(QVariantList sheet READ sheet CONSTANT)
 public:
@@ -27,6 +29,8 @@ public:
     TimelineItem* timeline() const { return m_timeline; }
     void setTimeline(TimelineItem* timeline);
     double speed() const { return m_shuttle.speed(); }
+    bool pictureAlone() const { return m_pictureAlone; }
+    void setPictureAlone(bool alone);
     static QVariantList sheet();
 
     /// Does what a key stands for; the values are those of a key event. False for a key that stands for nothing.
@@ -35,6 +39,9 @@ public:
     /// Whether the keyboard is in a field of text, which may leave keys over that it has no use for.
     Q_INVOKABLE static bool isTyping();
 
+    /// Adds a zoom point at the playhead and puts the playhead into it, where it can be seen.
+    Q_INVOKABLE void addZoom();
+
     /// Stops whatever plays, or plays from the playhead.
     Q_INVOKABLE void togglePlaying();
 
@@ -42,12 +49,15 @@ signals:
     void modelChanged();
     void timelineChanged();
     void speedChanged();
+    void pictureAloneChanged();
     /// The field for a text on the screen is to have the keyboard.
     void textFieldWanted();
     /// The search in the transcript is to have the keyboard, or to go on.
     void searchWanted();
     void matchWanted(bool backwards);
     void sheetWanted();
+    /// The controls of a zoom point ("zoom") are to be seen.
+    void cardWanted(const QString& kind, const QString& id);
 
 private:
     void goTo(double seconds);
@@ -57,6 +67,7 @@ private:
     QPointer<AppModel> m_model;
     QPointer<TimelineItem> m_timeline;
     Shuttle m_shuttle;
+    bool m_pictureAlone = false;
 };
 
 } // namespace orvo

@@ -16,6 +16,10 @@ FocusScope {
     /// "text", "effects" or "share".
     property alias section: inspector.section
     readonly property alias timeline: timelineView.canvas
+    readonly property alias pictureAlone: editorCommands.pictureAlone
+    /// What picture and timeline need.
+    readonly property real leastWidth: 420
+    readonly property real leastPicture: 180
 
     /// The inspector has to be seen now.
     signal inspectorWanted()
@@ -27,7 +31,50 @@ FocusScope {
             timelineView.canvas.forceActiveFocus(Qt.OtherFocusReason)
     }
 
-    onEnabledChanged: takeKeyboard()
+    /// Adds a zoom point at the playhead and goes into it.
+    function addZoom() {
+        editorCommands.addZoom()
+    }
+    function showKeys() {
+        keySheet.open()
+    }
+    function showCard(kind: string, id: string) {
+        inspectorWanted()
+        inspector.showCard(kind, id)
+    }
+
+    property string openedId: ""
+    /// From the opening of a project until its selection is set for the first time.
+    property bool opening: false
+
+    // Nothing is selected until somebody selects it.
+    Connections {
+        target: root.app
+
+        function onSelectedSpanChanged() {
+            if (root.opening)
+                root.selectNothing()
+        }
+        function onProjectChanged() {
+            const id = root.app.project.projectId
+            root.opening = id !== root.openedId
+            root.openedId = id
+            Qt.callLater(() => root.opening = false)
+        }
+    }
+    function selectNothing() {
+        opening = false
+        const none = app.selectedSpan
+        none.start = none.end = 0
+        app.selectedSpan = none
+    }
+    onEnabledChanged: {
+        editorCommands.pictureAlone = false
+        takeKeyboard()
+    }
+    onVisibleChanged: editorCommands.pictureAlone = false
+    // What has the keyboard may be out of sight then.
+    onPictureAloneChanged: pictureAlone ? preview.forceActiveFocus() : takeKeyboard()
     Keys.onPressed: event => event.accepted = editorCommands.press(event.key, event.modifiers)
 
     EditorCommands {
@@ -45,6 +92,7 @@ FocusScope {
         }
         onMatchWanted: backwards => inspector.nextMatch(backwards)
         onSheetWanted: keySheet.open()
+        onCardWanted: (kind, id) => root.showCard(kind, id)
     }
 
     Settings {
@@ -55,6 +103,13 @@ FocusScope {
         property var rows
     }
     Component.onCompleted: {
+        if (app.hasProject) {
+            openedId = app.project.projectId
+            selectNothing()
+            // It may be made while its project is being opened.
+            opening = true
+            Qt.callLater(() => opening = false)
+        }
         if (remembered.columns)
             columns.restoreState(remembered.columns)
         if (remembered.rows)
@@ -90,7 +145,8 @@ FocusScope {
             id: rows
 
             SplitView.fillWidth: true
-            SplitView.minimumWidth: 420
+            SplitView.minimumWidth: root.leastWidth
+            clip: true
             orientation: Qt.Vertical
             handle: Handle {}
             onResizingChanged: {
@@ -99,16 +155,24 @@ FocusScope {
             }
 
             PreviewView {
+                id: preview
+
                 SplitView.fillHeight: true
-                SplitView.minimumHeight: 180
+                SplitView.minimumHeight: root.leastPicture
+                clip: true
                 app: root.app
                 commands: editorCommands
             }
             TimelineView {
                 id: timelineView
 
-                SplitView.preferredHeight: Math.min(wholeHeight, root.height * 0.5)
-                SplitView.minimumHeight: 190
+                onCardWanted: (kind, id) => root.showCard(kind, id)
+
+                visible: !root.pictureAlone
+                SplitView.preferredHeight: Math.min(wholeHeight, root.height * 0.38)
+                SplitView.minimumHeight: leastHeight
+                SplitView.maximumHeight: Math.max(leastHeight, rows.height - root.leastPicture - Theme.space(2))
+                clip: true
                 app: root.app
             }
         }
@@ -117,11 +181,14 @@ FocusScope {
             id: inspector
 
             SplitView.preferredWidth: 340
-            SplitView.minimumWidth: 280
-            SplitView.maximumWidth: 560
-            visible: root.inspectorShown
+            SplitView.minimumWidth: 300
+            // What is remembered from a larger window gives way.
+            SplitView.maximumWidth: Math.max(300, Math.min(560, columns.width - root.leastWidth - Theme.space(2)))
+            clip: true
+            visible: root.inspectorShown && !root.pictureAlone
             app: root.app
             onSettingsWanted: root.settingsWanted()
+            onZoomWanted: editorCommands.addZoom()
         }
     }
 

@@ -12,8 +12,44 @@ Flickable {
 
     required property AppModel app
 
+    /// A zoom point is to be added at the playhead.
+    signal zoomWanted()
+
     function editOverlayText() {
         overlayText.forceActiveFocus(Qt.ShortcutFocusReason)
+    }
+    /// Brings the card of a zoom point or an overlay into sight and marks it. `kind` is "zoom" or "overlay".
+    function showCard(kind: string, id: string) {
+        zooms.currentIndex = overlays.currentIndex = -1
+        const list = kind === "zoom" ? zooms : overlays
+        const key = kind === "zoom" ? "eventId" : "overlayId"
+        for (let row = 0; row < list.count; ++row) {
+            if (list.model.get(row)[key] === id)
+                list.currentIndex = row
+        }
+        wanted = list
+        frames = 0
+        Window.window?.update()
+    }
+
+    /// The list that is to be seen; the page may have to be laid out first.
+    property OList wanted: null
+    property int frames: 0
+
+    Connections {
+        target: root.Window.window
+        enabled: root.wanted !== null
+
+        function onAfterAnimating() {
+            const list = root.wanted
+            list.positionViewAtIndex(list.currentIndex, ListView.Contain)
+            const top = list.mapToItem(root.contentItem, 0, 0).y - Theme.space(10)
+            root.contentY = Math.min(Math.max(top, 0), Math.max(root.contentHeight - root.height, 0))
+            if (++root.frames > 3)
+                root.wanted = null
+            else
+                root.Window.window.update()
+        }
     }
 
     contentHeight: column.implicitHeight + Theme.space(4)
@@ -103,23 +139,27 @@ Flickable {
                 height: 36
                 spacing: Theme.space(1)
                 Accessible.role: Accessible.ListItem
-                Accessible.name: "Recorte de " + Theme.timeText(start) + " a " + Theme.timeText(end)
+                Accessible.name: "Recorte de " + Theme.exactTimeText(start) + " a " + Theme.exactTimeText(end)
 
                 OLabel {
                     Layout.fillWidth: true
-                    text: Theme.timeText(cut.start) + " → " + Theme.timeText(cut.end)
+                    text: Theme.exactTimeText(cut.start) + " → " + Theme.exactTimeText(cut.end)
                     font: Theme.digits(Theme.bodySize)
                 }
                 OButton {
+                    leftPadding: Theme.space(2)
+                    rightPadding: Theme.space(2)
                     plain: true
                     text: "Ver"
-                    Accessible.description: "Ir al recorte de " + Theme.timeText(cut.start)
+                    Accessible.description: "Ir al recorte de " + Theme.exactTimeText(cut.start)
                     onClicked: root.app.seek(cut.start)
                 }
                 OButton {
+                    leftPadding: Theme.space(2)
+                    rightPadding: Theme.space(2)
                     plain: true
                     text: "Restaurar"
-                    Accessible.description: "El recorte de " + Theme.timeText(cut.start)
+                    Accessible.description: "El recorte de " + Theme.exactTimeText(cut.start)
                     onClicked: root.app.restoreCut(cut.start, cut.end)
                 }
             }
@@ -140,7 +180,7 @@ Flickable {
             Layout.fillWidth: true
             iconName: "zoom-in"
             text: "Añadir zoom en este punto"
-            onClicked: root.app.addZoom()
+            onClicked: root.zoomWanted()
         }
         OList {
             id: zooms
@@ -149,12 +189,14 @@ Flickable {
             Layout.fillWidth: true
             maximumHeight: 420
             name: "Zooms"
+            currentIndex: -1
             spacing: Theme.space(2)
             model: root.app.zooms
 
             delegate: ZoomControls {
                 width: zooms.entryWidth
                 app: root.app
+                marked: ListView.isCurrentItem
             }
         }
 
@@ -172,27 +214,30 @@ Flickable {
             font.pixelSize: Theme.captionSize
         }
         EditSlider {
+            visible: root.app.project.hasCamera
             label: "Tamaño"
             key: "cameraWidth"
             from: 0.05
             to: 1
             displayFactor: 100
             unitText: "%"
-            enabled: root.app.project.hasCamera
+            enabled: root.app.project.cameraVisible
         }
         EditSlider {
+            visible: root.app.project.hasCamera
             label: "Posición horizontal"
             key: "cameraX"
             displayFactor: 100
             unitText: "%"
-            enabled: root.app.project.hasCamera
+            enabled: root.app.project.cameraVisible
         }
         EditSlider {
+            visible: root.app.project.hasCamera
             label: "Posición vertical"
             key: "cameraY"
             displayFactor: 100
             unitText: "%"
-            enabled: root.app.project.hasCamera
+            enabled: root.app.project.cameraVisible
         }
 
         Heading {
@@ -237,12 +282,14 @@ Flickable {
             Layout.fillWidth: true
             maximumHeight: 480
             name: "Textos e imágenes"
+            currentIndex: -1
             spacing: Theme.space(2)
             model: root.app.overlays
 
             delegate: OverlayControls {
                 width: overlays.entryWidth
                 app: root.app
+                marked: ListView.isCurrentItem
             }
         }
 
@@ -266,6 +313,20 @@ Flickable {
             key: "fade"
             to: 2
             unitText: "s"
+        }
+        OSegmented {
+            readonly property var lengths: [0, 0.15, 0.5]
+            readonly property int chosen: lengths.indexOf(Math.round(root.app.project.fade * 1000) / 1000)
+
+            objectName: "fadeStops"
+            Layout.fillWidth: true
+            name: "Fundido entre cortes"
+            model: ["Ninguno", "Suave", "Largo"]
+            currentIndex: chosen
+            onActivated: index => {
+                root.app.setValue("fade", lengths[index])
+                currentIndex = Qt.binding(() => chosen)
+            }
         }
         Repeater {
             model: root.app.tracks

@@ -15,7 +15,13 @@ Item {
     readonly property var sections: ["text", "effects", "share"]
 
     signal settingsWanted()
+    signal zoomWanted()
 
+    /// Shows the controls of a zoom point or an overlay; `kind` is "zoom" or "overlay".
+    function showCard(kind: string, id: string) {
+        section = "effects"
+        effects.item.showCard(kind, id)
+    }
     /// Shows the field for a text on the screen and gives it the keyboard.
     function editOverlayText() {
         section = "effects"
@@ -76,6 +82,7 @@ Item {
             name: "effects"
             sourceComponent: EffectsSection {
                 app: root.app
+                onZoomWanted: root.zoomWanted()
             }
         }
         Section {

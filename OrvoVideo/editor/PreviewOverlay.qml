@@ -1,5 +1,6 @@
 import QtQuick
 import Orvo.Model
+import Orvo.Ui
 
 /// A text or an image on the preview while it is shown. It can be dragged to another place, an image also to another width.
 Item {
@@ -16,6 +17,30 @@ Item {
     property point moved: Qt.point(0, 0)
     property real widened: 0
 
+    /// Where it holds on to while it is dragged, as fractions of the frame; below 0 nowhere.
+    property real guideX: -1
+    property real guideY: -1
+
+    /// The place nearest to `place` at which a thing of this size lies at a margin or in the middle.
+    function aligned(place: real, size: real, reach: real): var {
+        let best = {"place": place, "guide": -1}
+        let distance = reach
+        for (const [line, part] of [[0.05, 0], [0.5, 0.5], [0.95, 1]]) {
+            const candidate = line - part * size
+            if (candidate >= 0 && candidate <= 0.98 && Math.abs(candidate - place) < distance) {
+                distance = Math.abs(candidate - place)
+                best = {"place": candidate, "guide": line}
+            }
+        }
+        return best
+    }
+    function nudge(dx: int, dy: int) {
+        app.setOverlayValues(model.overlayId, {
+            "x": Math.min(Math.max(model.x + dx / scene.frameSize.width, 0), 0.98),
+            "y": Math.min(Math.max(model.y + dy / scene.frameSize.height, 0), 0.98)
+        })
+    }
+
     function place(fraction: real, size: int): real {
         // Texts lie on whole pixels.
         const exact = fraction * size
@@ -31,8 +56,46 @@ Item {
     height: isText ? text.implicitHeight
         : image.implicitWidth > 0 ? width * image.implicitHeight / image.implicitWidth : width * 9 / 16
 
+    activeFocusOnTab: true
     Accessible.role: Accessible.Graphic
     Accessible.name: isText ? model.content : "Imagen"
+    Accessible.focusable: true
+    Accessible.description: "Las flechas la mueven"
+    Keys.onPressed: event => {
+        const step = event.modifiers & Qt.ShiftModifier ? 10 : 1
+        const plain = !(event.modifiers & ~(Qt.ShiftModifier | Qt.KeypadModifier))
+        if (plain && event.key === Qt.Key_Left)
+            nudge(-step, 0)
+        else if (plain && event.key === Qt.Key_Right)
+            nudge(step, 0)
+        else if (plain && event.key === Qt.Key_Up)
+            nudge(0, -step)
+        else if (plain && event.key === Qt.Key_Down)
+            nudge(0, step)
+        else if (plain && (event.key === Qt.Key_Delete || event.key === Qt.Key_Backspace))
+            app.removeOverlay(model.overlayId)
+        else
+            return
+        event.accepted = true
+    }
+
+    component Guide: Rectangle {
+        parent: root.parent
+        z: 2
+        color: Theme.selectionEdge
+    }
+    Guide {
+        visible: root.guideX >= 0
+        x: root.guideX * (parent?.width ?? 0)
+        width: 1
+        height: parent?.height ?? 0
+    }
+    Guide {
+        visible: root.guideY >= 0
+        y: root.guideY * (parent?.height ?? 0)
+        width: parent?.width ?? 0
+        height: 1
+    }
 
     OverlayText {
         id: text
@@ -56,9 +119,15 @@ Item {
         anchors.fill: parent
         space: root.parent
         sizable: !root.isText
-        onDragged: (dx, dy) => root.moved = Qt.point(
-            Math.min(Math.max(root.model.x + dx, 0), 0.98) - root.model.x,
-            Math.min(Math.max(root.model.y + dy, 0), 0.98) - root.model.y)
+        marked: root.activeFocus
+        onTaken: root.forceActiveFocus(Qt.MouseFocusReason)
+        onDragged: (dx, dy) => {
+            const across = root.aligned(Math.min(Math.max(root.model.x + dx, 0), 0.98), root.width / space.width, 6 / space.width)
+            const down = root.aligned(Math.min(Math.max(root.model.y + dy, 0), 0.98), root.height / space.height, 6 / space.height)
+            root.guideX = across.guide
+            root.guideY = down.guide
+            root.moved = Qt.point(across.place - root.model.x, down.place - root.model.y)
+        }
         onSized: dx => root.widened = Math.min(Math.max(root.model.width + dx, 0.02), 1) - root.model.width
         onDropped: {
             const values = {
@@ -66,6 +135,7 @@ Item {
                 "y": root.model.y + root.moved.y
             }
             root.moved = Qt.point(0, 0)
+            root.guideX = root.guideY = -1
             root.app.setOverlayValues(root.model.overlayId, values)
         }
         onSizeDropped: {

@@ -1,7 +1,5 @@
 #include "OrvoVideo/editor/PreviewScene.h"
 
-#include "VideoMedia/RenderGraph.h"
-
 #include <QVariantMap>
 #include <algorithm>
 #include <cmath>
@@ -89,6 +87,7 @@ void PreviewScene::place()
                 {static_cast<double>(m_cameraShape.width()), static_cast<double>(m_cameraShape.height())});
         m_camera = {camera.x * m_pixel, camera.y * m_pixel, camera.width * m_pixel, camera.height * m_pixel};
         m_trail.show(*shown);
+        m_kept = RenderGraph::keptSpans(*shown, shown->fps);
     }
     emit placesChanged();
     follow();
@@ -104,13 +103,75 @@ void PreviewScene::updateCameraShown()
         emit cameraShownChanged();
 }
 
+namespace {
+
+/// How black the frame at `time` of a stretch is that fades over `fade` seconds at both ends. As the export's filters, which
+/// fade over whole frames.
+double blackness(double time, const TimeSpan& span, double fade, double fps)
+{
+    const auto framesOf = [&](double seconds) { return std::round(std::round(seconds * 1e6) * fps / 1e6); };
+    const double count = framesOf(fade);
+    if (!(count > 0))
+        return 0;
+    const double frame = framesOf(time - span.start);
+    const double in = std::clamp(frame / count, 0.0, 1.0);
+    const double out = 1 - std::clamp((frame - framesOf(span.duration() - fade)) / count, 0.0, 1.0);
+    return 1 - in * out;
+}
+
+/// As an export magnifies: whole pixels of the frame, at places that are even.
+PreviewGeometry::Zoom onPixels(const PreviewGeometry::Zoom& zoom, QSize frame, double pixel)
+{
+    if (zoom.scale <= 1 || frame.isEmpty())
+        return zoom;
+    const double width = std::trunc(frame.width() / zoom.scale);
+    const double height = std::trunc(frame.height() / zoom.scale);
+    const auto even = [&](double offset, double room) {
+        return std::floor(std::clamp(std::trunc(offset / pixel), 0.0, std::max(room, 0.0)) / 2) * 2 * pixel;
+    };
+    return {frame.width() / width, even(zoom.x, frame.width() - width), even(zoom.y, frame.height() - height)};
+}
+
+} // namespace
+
+double PreviewScene::dipAt(double time) const
+{
+    const bool playing = m_model->playing();
+    // What is opened shows its first picture, though the film begins in black.
+    if (!playing && m_model->playhead() == 0)
+        return 0;
+    const auto next = std::ranges::upper_bound(m_kept, time, {}, [](const auto& kept) { return kept.span.start; });
+    if (next != m_kept.begin() && time < (next - 1)->span.end)
+        return blackness(time, (next - 1)->span, (next - 1)->pictureFade, static_cast<double>(project()->fps));
+    // What is cut can be looked at; playing, it is being jumped over.
+    return playing && project()->edit.fade > 0 && !m_kept.empty() ? 1 : 0;
+}
+
+double PreviewScene::clipDipAt(double time) const
+{
+    double dip = 0;
+    for (const auto& track : project()->tracks) {
+        const double length = track.duration > 0 ? track.duration : project()->duration;
+        if (RenderGraph::isVisibleVideo(track) && track.start <= time && time < track.start + length)
+            dip = blackness(time, {track.start, track.start + length}, RenderGraph::clipFade(*project(), length),
+                static_cast<double>(project()->fps));
+    }
+    return dip;
+}
+
 void PreviewScene::follow()
 {
     const VideoProject* shown = project();
     if (!shown)
         return;
     m_time = m_model->playing() ? m_model->player()->position() : m_model->playhead();
-    m_zoom = PreviewGeometry::previewTransform(m_trail.zooms(), m_time, {m_picture.width(), m_picture.height()});
+    m_zoom = onPixels(PreviewGeometry::previewTransform(m_trail.zooms(), m_time, {m_picture.width(), m_picture.height()}),
+        m_frame, m_pixel);
+    // Frames fade as a whole.
+    const double rate = std::max(static_cast<double>(shown->fps), 1.0);
+    const double frame = std::floor(m_time * rate + 1e-3) / rate;
+    m_dip = dipAt(frame);
+    m_clipDip = clipDipAt(frame);
     m_pointer = m_trail.at(m_time);
     auto halos = shown->edit.clickHalo ? m_trail.halos(m_time) : std::vector<PreviewGeometry::PointerTrail::Halo>();
     const bool othersHalos = halos != m_halos;

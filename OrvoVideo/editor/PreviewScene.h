@@ -2,6 +2,7 @@
 
 #include "EditorGeometry/PreviewGeometry.h"
 #include "OrvoVideo/model/AppModel.h"
+#include "VideoMedia/RenderGraph.h"
 
 #include <QPointer>
 #include <QRectF>
@@ -37,6 +38,10 @@ class PreviewScene : public QObject {
     Q_PROPERTY(QPointF zoomOffset READ zoomOffset NOTIFY timeChanged)
     Q_PROPERTY(bool pointerShown READ pointerShown NOTIFY timeChanged)
     Q_PROPERTY(QPointF pointer READ pointer NOTIFY timeChanged)
+    /// How black the film is at this moment, 0..1: it fades at the ends of what is kept.
+    Q_PROPERTY(double dip READ dip NOTIFY timeChanged)
+    /// The same of the recorded picture alone, under everything that is drawn on it.
+    Q_PROPERTY(double clipDip READ clipDip NOTIFY timeChanged)
     /// Of every ring: `x`, `y` and `progress` from 0 to 1.
     Q_PROPERTY(QVariantList halos READ halos NOTIFY halosChanged)
 public:
@@ -60,6 +65,8 @@ public:
     double time() const { return m_time; }
     double zoomScale() const { return m_zoom.scale; }
     QPointF zoomOffset() const { return {m_zoom.x, m_zoom.y}; }
+    double dip() const { return m_dip; }
+    double clipDip() const { return m_clipDip; }
     bool pointerShown() const { return m_pointer.has_value(); }
     QPointF pointer() const;
     QVariantList halos() const;
@@ -78,6 +85,8 @@ private:
     void follow();
     void takeCameraShape();
     void updateCameraShown();
+    double dipAt(double time) const;
+    double clipDipAt(double time) const;
 
     QPointer<AppModel> m_model;
     QSizeF m_viewSize;
@@ -91,6 +100,9 @@ private:
     PreviewGeometry::PointerTrail m_trail;
     double m_time = 0;
     PreviewGeometry::Zoom m_zoom;
+    std::vector<RenderGraph::KeptSpan> m_kept;
+    double m_dip = 0;
+    double m_clipDip = 0;
     std::optional<PreviewGeometry::PointerTrail::Place> m_pointer;
     std::vector<PreviewGeometry::PointerTrail::Halo> m_halos;
 };

@@ -63,6 +63,12 @@ ColumnLayout {
                     player: root.app.player
                     magnification: previewScene.zoomScale
                 }
+                Rectangle {
+                    anchors.fill: parent
+                    visible: opacity > 0
+                    opacity: previewScene.clipDip
+                    color: "#000000"
+                }
                 PointerMark {
                     shape: PointerMark.Highlight
                     visible: previewScene.pointerShown && root.app.project.pointerHighlight
@@ -104,6 +110,14 @@ ColumnLayout {
                 app: root.app
                 scene: previewScene
             }
+            // The fades of the film.
+            Rectangle {
+                objectName: "dip"
+                anchors.fill: parent
+                visible: opacity > 0
+                opacity: previewScene.dip
+                color: "#000000"
+            }
         }
 
         OLabel {
@@ -132,6 +146,10 @@ ColumnLayout {
         }
     }
 
+    DryCutsOffer {
+        Layout.fillWidth: true
+        app: root.app
+    }
     RowLayout {
         objectName: "recovery"
         Layout.fillWidth: true

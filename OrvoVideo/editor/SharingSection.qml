@@ -69,7 +69,7 @@ Flickable {
             objectName: "domains"
             Layout.fillWidth: true
             name: "Dominios autorizados"
-            placeholderText: "https://www.ejemplo.es, https://cursos.ejemplo.es"
+            placeholderText: "https://www.ejemplo.es,\nhttps://cursos.ejemplo.es"
             text: root.app.publishing.domainText
             onTextChanged: root.app.publishing.domainText = text
 

@@ -63,7 +63,7 @@ ColumnLayout {
                     leftPadding: 0
                     rightPadding: 0
                     plain: true
-                    text: Theme.timeText(entry.start) + " → " + Theme.timeText(entry.end)
+                    text: Theme.exactTimeText(entry.start) + " → " + Theme.exactTimeText(entry.end)
                     font: Theme.digits(Theme.captionSize)
                     Accessible.description: "Ir a este momento"
                     onClicked: root.app.seek(entry.start)

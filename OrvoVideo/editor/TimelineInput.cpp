@@ -1,5 +1,7 @@
 #include "OrvoVideo/editor/TimelineItem.h"
 
+#include "OrvoVideo/model/ModelText.h"
+
 #include <QCursor>
 #include <QHoverEvent>
 #include <QNativeGestureEvent>
@@ -96,7 +98,7 @@ void TimelineItem::mousePressEvent(QMouseEvent* event)
     const QPointF place = event->position();
     auto target = targetAt(place);
     // A cut's body is not dragged: over it, too, a selection begins.
-    if (target.kind == Kind::cut && target.part == Part::body && place.y() >= TimelineRows::tracksTop())
+    if (target.kind == Kind::cut && target.part == Part::body && place.y() >= m_rows.tracksTop())
         target = {};
     const double edge = target.part == Part::end ? target.span.end : target.span.start;
     m_drag =
@@ -189,6 +191,12 @@ void TimelineItem::mouseReleaseEvent(QMouseEvent* event)
         break;
     case Kind::cut:
         m_model->setSelectedSpan({done.target.span.start, done.target.span.end});
+        break;
+    case Kind::zoom:
+        emit cardWanted(QStringLiteral("zoom"), Text::from(project()->edit.events[done.target.index].id));
+        break;
+    case Kind::overlay:
+        emit cardWanted(QStringLiteral("overlay"), Text::from(project()->edit.overlays[done.target.index].id));
         break;
     default:
         break;

@@ -49,7 +49,10 @@ TimelineItem::TimelineItem(QQuickItem* parent)
     setAcceptHoverEvents(true);
     setActiveFocusOnTab(true);
     setOpaquePainting(false);
-    connect(&m_strips, &MediaStrips::changed, this, [this] { update(); });
+    connect(&m_strips, &MediaStrips::changed, this, [this] {
+        update();
+        emit stripsChanged();
+    });
     connect(&m_strips, &MediaStrips::preparingChanged, this, &TimelineItem::preparingChanged);
 }
 
@@ -89,6 +92,11 @@ const VideoProject* TimelineItem::project() const
     return m_model && m_model->project() ? &*m_model->project() : nullptr;
 }
 
+const WaveformPeaks* TimelineItem::peaksOf(std::size_t track) const
+{
+    return track < m_files.size() ? m_strips.peaks(m_files[track]) : nullptr;
+}
+
 double TimelineItem::duration() const
 {
     return project() ? project()->duration : 0;
@@ -99,17 +107,20 @@ double TimelineItem::frame() const
     return project() && project()->fps > 0 ? 1.0 / static_cast<double>(project()->fps) : 1.0 / 30;
 }
 
-double TimelineItem::contentHeight() const
+QVariantMap TimelineItem::rows() const
 {
-    return TimelineRows{project() ? project()->tracks.size() : 0}.height();
-}
-
-QVariantMap TimelineItem::rows()
-{
-    return {{QStringLiteral("zooms"), TimelineRows::zoomsTop()}, {QStringLiteral("overlays"), TimelineRows::overlaysTop()},
-        {QStringLiteral("cuts"), TimelineRows::cutsTop()}, {QStringLiteral("tracks"), TimelineRows::tracksTop()},
-        {QStringLiteral("lane"), TimelineRows::lane}, {QStringLiteral("track"), TimelineRows::track},
-        {QStringLiteral("pitch"), TimelineRows::track + TimelineRows::gap}};
+    QVariantList tracks;
+    for (std::size_t i = 0; i < m_tracks.size(); ++i)
+        tracks.append(m_rows.trackTop(i));
+    QVariantMap map{{QStringLiteral("tracks"), tracks}, {QStringLiteral("lane"), TimelineRows::lane},
+        {QStringLiteral("track"), TimelineRows::track}};
+    if (m_rows.hasZooms())
+        map.insert(QStringLiteral("zooms"), m_rows.zoomsTop());
+    if (m_rows.hasOverlays())
+        map.insert(QStringLiteral("overlays"), m_rows.overlaysTop());
+    if (m_rows.hasCuts())
+        map.insert(QStringLiteral("cuts"), m_rows.cutsTop());
+    return map;
 }
 
 double TimelineItem::shownPosition() const
@@ -158,6 +169,7 @@ void TimelineItem::showProject()
     } else if (m_scale.duration() != duration()) {
         m_scale.setDuration(duration());
     }
+    m_rows = shown ? TimelineRows(*shown) : TimelineRows();
     if (shown)
         m_snapping.show(*shown);
     // The marked thing is known by its place in the list; when that was taken by something else, nothing is marked.
@@ -252,7 +264,15 @@ QString TimelineItem::spokenPosition() const
 
 void TimelineItem::zoomBy(double factor, double x)
 {
-    m_scale.zoomBy(factor, x >= 0 ? x : std::clamp(playheadX(), 0.0, width()));
+    const double place = playheadX();
+    if (place >= 0 && place <= width()) {
+        m_scale.zoomBy(factor, place);
+    } else if (x >= 0) {
+        m_scale.zoomBy(factor, x);
+    } else {
+        m_scale.zoomBy(factor, width() / 2);
+        m_scale.setOffset(playhead() - m_scale.seconds(width() / 2));
+    }
     scaleChanged();
 }
 

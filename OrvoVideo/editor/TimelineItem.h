@@ -24,9 +24,9 @@ class TimelineItem : public QQuickPaintedItem {
     Q_PROPERTY(QFont font READ font WRITE setFont NOTIFY fontChanged)
     /// The height that all rows need.
     Q_PROPERTY(double contentHeight READ contentHeight NOTIFY rowsChanged)
-    /// Where the rows lie: the tops of `zooms`, `overlays`, `cuts` and the first of the `tracks`, the heights of a `lane`
-    /// and a `track`, and the `pitch` of the tracks.
-    Q_PROPERTY(QVariantMap rows READ rows CONSTANT)
+    /// Where the rows lie: the tops of `zooms`, `overlays` and `cuts`, each only if there is one, those of all `tracks` in
+    /// the document's order, and the heights of a `lane` and a `track`.
+    Q_PROPERTY(QVariantMap rows READ rows NOTIFY rowsChanged)
     Q_PROPERTY(double playheadX READ playheadX NOTIFY playheadChanged)
     // What is shown, as a scroll bar wants it: fractions of the recording.
     Q_PROPERTY(bool fits READ fits NOTIFY viewChanged)
@@ -61,8 +61,14 @@ public:
     QFont font() const { return m_font; }
     void setFont(const QFont& font);
 
-    double contentHeight() const;
-    static QVariantMap rows();
+    /// The open project; null without one.
+    const VideoProject* project() const;
+    const TimelineColors& palette() const { return m_colors; }
+    /// The waveform of the track with this place in the document; null while it is not there.
+    const WaveformPeaks* peaksOf(std::size_t track) const;
+
+    double contentHeight() const { return m_rows.height(); }
+    QVariantMap rows() const;
     double playheadX() const { return m_scale.x(playhead()); }
     bool fits() const { return m_scale.fits(); }
     double shownPosition() const;
@@ -81,7 +87,8 @@ public:
     double frame() const;
     QString spokenPosition() const;
 
-    /// Magnifies; what is at `x` stays there, or the playhead when `x` is below 0.
+    /// Magnifies; the playhead stays where it is. If it is out of sight, what is at `x` stays, or for an `x` below 0 the
+    /// playhead comes to the middle.
     Q_INVOKABLE void zoomBy(double factor, double x = -1);
     Q_INVOKABLE void fit();
     /// Shows the recording from this fraction of it on.
@@ -119,12 +126,16 @@ signals:
     void colorsChanged();
     void fontChanged();
     void rowsChanged();
+    /// There are more pictures or waveforms.
+    void stripsChanged();
     void playheadChanged();
     void viewChanged();
     void snapChanged();
     void chosenChanged();
     void visualFocusChanged();
     void preparingChanged();
+    /// A zoom point ("zoom") or an overlay ("overlay") with this identifier was clicked.
+    void cardWanted(const QString& kind, const QString& id);
     /// Something to be spoken by assistive technology.
     void spoke(const QString& text);
 
@@ -150,7 +161,6 @@ private:
         bool moved = false; ///< Whether it went far enough to be a drag.
     };
 
-    const VideoProject* project() const;
     void setVisualFocus(bool visible);
     void showProject();
     void showPlayhead();
@@ -169,6 +179,7 @@ private:
     QPointer<AppModel> m_model;
     TimelineScale m_scale;
     SharedList<MediaTrack> m_tracks;
+    TimelineRows m_rows;
     bool m_recording = false;
     Uuid m_projectId;
     std::vector<std::filesystem::path> m_files;

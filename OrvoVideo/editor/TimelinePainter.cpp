@@ -12,6 +12,7 @@ namespace orvo {
 namespace {
 
 constexpr double corner = 5;
+constexpr double narrowCut = 6; ///< Pixels under which a cut has no edges.
 constexpr double narrowestPill = 3; ///< What is shorter than this in pixels is still seen.
 
 QString rulerText(double seconds, double step)
@@ -55,6 +56,7 @@ TimelineColors TimelineColors::from(const QVariantMap& map)
 TimelinePainter::TimelinePainter(QPainter& painter, const Scene& scene)
     : m_painter(painter)
     , m_scene(scene)
+    , m_rows(scene.project)
     , m_visible(scene.scale.visible())
 {
     m_painter.setFont(scene.font);
@@ -151,7 +153,9 @@ void TimelinePainter::paintPill(const QRectF& where, const QString& text, bool c
 
 void TimelinePainter::paintZooms()
 {
-    paintLane(TimelineRows::zoomsTop());
+    if (!m_rows.hasZooms())
+        return;
+    paintLane(m_rows.zoomsTop());
     const auto& events = m_scene.project.edit.events;
     for (std::size_t i = 0; i < events.size(); ++i) {
         const auto& event = events[i];
@@ -159,7 +163,7 @@ void TimelinePainter::paintZooms()
             continue;
         const auto span = shownSpan(Kind::zoom, i, {event.time, event.time + event.duration});
         if (isSeen(span)) {
-            paintPill(place(span, TimelineRows::zoomsTop(), TimelineRows::lane),
+            paintPill(place(span, m_rows.zoomsTop(), TimelineRows::lane),
                 QStringLiteral("%1×").arg(QString::number(event.scale, 'f', 1).replace(QLatin1Char('.'), QLatin1Char(','))),
                 isChosen(Kind::zoom, i), m_scene.colors.accent, m_scene.colors.onAccent);
         }
@@ -168,7 +172,9 @@ void TimelinePainter::paintZooms()
 
 void TimelinePainter::paintOverlays()
 {
-    paintLane(TimelineRows::overlaysTop());
+    if (!m_rows.hasOverlays())
+        return;
+    paintLane(m_rows.overlaysTop());
     const auto& overlays = m_scene.project.edit.overlays;
     for (std::size_t i = 0; i < overlays.size(); ++i) {
         const auto& overlay = overlays[i];
@@ -177,12 +183,12 @@ void TimelinePainter::paintOverlays()
             continue;
         const QString text =
             overlay.kind == Overlay::Kind::text ? Text::from(overlay.content).simplified() : QStringLiteral("Imagen");
-        paintPill(place(span, TimelineRows::overlaysTop(), TimelineRows::lane), text, isChosen(Kind::overlay, i),
+        paintPill(place(span, m_rows.overlaysTop(), TimelineRows::lane), text, isChosen(Kind::overlay, i),
             m_scene.colors.raised, m_scene.colors.text);
         m_painter.setPen(QPen(m_scene.colors.accentInk, 1));
         m_painter.setBrush(Qt::NoBrush);
         m_painter.drawRoundedRect(
-            place(span, TimelineRows::overlaysTop(), TimelineRows::lane).adjusted(0.5, 2.5, -0.5, -2.5), corner, corner);
+            place(span, m_rows.overlaysTop(), TimelineRows::lane).adjusted(0.5, 2.5, -0.5, -2.5), corner, corner);
     }
 }
 
@@ -191,7 +197,7 @@ void TimelinePainter::paintTracks()
     const auto& tracks = m_scene.project.tracks;
     for (std::size_t i = 0; i < tracks.size(); ++i) {
         const auto& track = tracks[i];
-        const QRectF lane(0, TimelineRows::trackTop(i), m_scene.scale.width(), TimelineRows::track);
+        const QRectF lane(0, m_rows.trackTop(i), m_scene.scale.width(), TimelineRows::track);
         const double length = track.duration > 0 ? track.duration : m_scene.project.duration;
         const TimeSpan span{track.start, track.start + length};
         m_painter.setPen(Qt::NoPen);
@@ -287,18 +293,30 @@ void TimelinePainter::paintWaveform(const MediaTrack& track, const WaveformPeaks
 
 void TimelinePainter::paintCuts()
 {
-    paintLane(TimelineRows::cutsTop());
+    if (!m_rows.hasCuts())
+        return;
+    paintLane(m_rows.cutsTop());
     const auto& cuts = m_scene.project.edit.cuts;
-    const double bottom = TimelineRows{m_scene.project.tracks.size()}.height();
+    const double top = m_rows.cutsTop();
+    const double bottom = m_rows.height();
+    double tinted = -1; // Up to where narrow cuts were drawn, which may share pixels.
     for (std::size_t i = 0; i < cuts.size(); ++i) {
         const auto span = shownSpan(Kind::cut, i, cuts[i]);
         if (!isSeen(span))
             continue;
-        const double top = TimelineRows::cutsTop();
         const QRectF where = place(span, top, bottom - top);
+        const bool chosen = isChosen(Kind::cut, i);
+        if (where.width() < narrowCut && !chosen) {
+            // Many of them would be a wall of edges.
+            const double left = std::max(std::floor(where.x()), tinted);
+            const double right = std::max(std::ceil(where.right()), std::floor(where.x()) + 1);
+            if (right > left)
+                m_painter.fillRect(QRectF(left, top, right - left, where.height()), faded(m_scene.colors.cutEdge, 0.22));
+            tinted = std::max(tinted, right);
+            continue;
+        }
         m_painter.fillRect(where, faded(m_scene.colors.panel, 0.72));
         m_painter.fillRect(where, QBrush(faded(m_scene.colors.cutEdge, 0.35), Qt::BDiagPattern));
-        const bool chosen = isChosen(Kind::cut, i);
         const QRectF head(where.x(), top, std::max(where.width(), narrowestPill), TimelineRows::lane);
         m_painter.fillRect(head, faded(m_scene.colors.cutEdge, chosen ? 0.75 : 0.4));
         m_painter.setPen(QPen(m_scene.colors.cutEdge, chosen ? 3 : 2));
@@ -316,8 +334,8 @@ void TimelinePainter::paintSelection()
     if (!(span.duration() > 0) || !isSeen(span))
         return;
     const double top = TimelineRows::ruler - 7;
-    const double bottom = TimelineRows{m_scene.project.tracks.size()}.height() - TimelineRows::gap;
-    const QRectF where = place(span, TimelineRows::cutsTop(), bottom - TimelineRows::cutsTop());
+    const double bottom = m_rows.height() - TimelineRows::gap;
+    const QRectF where = place(span, m_rows.cutsTop(), bottom - m_rows.cutsTop());
     m_painter.fillRect(where, m_scene.colors.selection);
     m_painter.fillRect(place(span, top, 6), m_scene.colors.selection);
     m_painter.setPen(QPen(m_scene.colors.selectionEdge, 2));
@@ -327,7 +345,7 @@ void TimelinePainter::paintSelection()
         if (x < -8 || x > m_scene.scale.width() + 8)
             continue;
         m_painter.drawLine(QPointF(x, top), QPointF(x, bottom));
-        const double middle = (TimelineRows::tracksTop() + bottom) / 2;
+        const double middle = (m_rows.tracksTop() + bottom) / 2;
         m_painter.drawRoundedRect(QRectF(x - 3, middle - 11, 6, 22), 3, 3);
     }
 }

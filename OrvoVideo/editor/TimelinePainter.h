@@ -76,6 +76,7 @@ private:
 
     QPainter& m_painter;
     const Scene& m_scene;
+    TimelineRows m_rows;
     TimeSpan m_visible;
     std::vector<MediaStrips::PictureKey> m_missing;
 };

@@ -13,12 +13,20 @@ ColumnLayout {
     required property AppModel app
     readonly property alias canvas: canvas
 
+    /// A zoom point ("zoom") or an overlay ("overlay") was clicked.
+    signal cardWanted(kind: string, id: string)
+
+    function counted(count: int, thing: string): string {
+        return count + " " + thing + (count === 1 ? "" : "s")
+    }
     function secondsText(seconds: real): string {
         return Number(seconds).toLocaleString(Qt.locale("es_ES"), "f", 1)
     }
 
     /// With every row in sight.
     readonly property real wholeHeight: canvas.contentHeight + 104
+    /// With some rows in sight; the others are scrolled to.
+    readonly property real leastHeight: 200
 
     spacing: Theme.space(2)
 
@@ -31,15 +39,38 @@ ColumnLayout {
         enabled: root.app.hasProject
     }
 
+    /// A button with a text that becomes a picture where there is no room.
+    component FoldingButton: HeaderButton {
+        id: folding
+
+        required property string foldedIcon
+        property string shortcutText: ""
+
+        folded: header.narrow
+        iconName: folded ? foldedIcon : ""
+        Accessible.description: shortcutText
+
+        OTooltip {
+            visible: folding.folded && (folding.hovered || folding.visualFocus)
+            text: folding.text + "  (" + folding.shortcutText + ")"
+        }
+    }
+
     RowLayout {
+        id: header
+
+        // What does not fit is folded into pictures.
+        readonly property bool narrow: root.width < 560
+
         Layout.fillWidth: true
         spacing: Theme.space(2)
 
         OCaption {
-            Layout.fillWidth: true
-            Layout.minimumWidth: 0
+            visible: root.width >= 660
             text: "LÍNEA DE TIEMPO"
-            elide: Text.ElideRight
+        }
+        Item {
+            Layout.fillWidth: true
         }
         HeaderIcon {
             visible: canvas.preparingCancelled && !canvas.preparing
@@ -47,18 +78,25 @@ ColumnLayout {
             text: "Preparar las ondas de sonido"
             onClicked: canvas.resumePreparing()
         }
-        HeaderButton {
+        FoldingButton {
+            foldedIcon: "arrow-left-to-line"
             text: "Inicio aquí"
+            shortcutText: "I"
             onClicked: root.app.startSelectionHere()
         }
-        HeaderButton {
+        FoldingButton {
+            foldedIcon: "arrow-right-to-line"
             text: "Final aquí"
+            shortcutText: "O"
             onClicked: root.app.endSelectionHere()
         }
-        HeaderButton {
-            iconName: "scissors"
+        FoldingButton {
+            iconName: foldedIcon
+            foldedIcon: "scissors"
             text: "Cortar selección"
-            enabled: root.app.hasProject && root.app.selectedSpan.duration > 0.01
+            shortcutText: "X"
+            // What is typed in the fields counts, too.
+            enabled: root.app.hasProject && (root.app.selectedSpan.duration > 0.01 || start.typed || end.typed)
             onClicked: root.app.cutSelection()
         }
         RowLayout {
@@ -93,6 +131,59 @@ ColumnLayout {
         }
     }
 
+    // The whole, with the part that is shown: a drag moves it, a click brings it there.
+    TimelineOverview {
+        id: overview
+
+        objectName: "overview"
+        Layout.fillWidth: true
+        Layout.leftMargin: names.width
+        Layout.rightMargin: Theme.space(3)
+        Layout.preferredHeight: 24
+        visible: !canvas.fits
+        timeline: canvas
+        Accessible.role: Accessible.ScrollBar
+        Accessible.name: "Parte visible de la línea de tiempo"
+
+        Rectangle {
+            x: Math.min(canvas.shownPosition * parent.width, parent.width - width)
+            width: Math.max(canvas.shownSize * parent.width, 8)
+            height: parent.height
+            radius: 5
+            color: Qt.alpha(Theme.accent, part.pressed || part.containsMouse ? 0.24 : 0.14)
+            border.width: 1.5
+            border.color: Theme.accentInk
+        }
+        Rectangle {
+            x: Math.round(root.app.playhead / Math.max(root.app.project.duration, 0.01) * parent.width)
+            width: 1
+            height: parent.height
+            color: Theme.text
+        }
+        MouseArea {
+            id: part
+
+            property real grip: 0
+
+            anchors.fill: parent
+            hoverEnabled: true
+            preventStealing: true
+            cursorShape: pressed ? Qt.ClosedHandCursor : Qt.OpenHandCursor
+            onPressed: mouse => {
+                grip = mouse.x / width - canvas.shownPosition
+                if (grip < 0 || grip > canvas.shownSize) {
+                    grip = canvas.shownSize / 2
+                    canvas.showFrom(mouse.x / width - grip)
+                }
+            }
+            onPositionChanged: mouse => {
+                if (pressed)
+                    canvas.showFrom(mouse.x / width - grip)
+            }
+            onWheel: wheel => canvas.scrollBy(-(wheel.angleDelta.y || wheel.angleDelta.x))
+        }
+    }
+
     Flickable {
         id: rows
 
@@ -119,19 +210,24 @@ ColumnLayout {
                 verticalAlignment: Text.AlignVCenter
             }
 
-            RowName {
-                y: canvas.rows.zooms
+            component LaneName: RowName {
+                required property var laneTop
+
+                visible: laneTop !== undefined
+                y: laneTop ?? 0
                 height: canvas.rows.lane
+            }
+
+            LaneName {
+                laneTop: canvas.rows.zooms
                 text: "Zooms"
             }
-            RowName {
-                y: canvas.rows.overlays
-                height: canvas.rows.lane
+            LaneName {
+                laneTop: canvas.rows.overlays
                 text: "Textos"
             }
-            RowName {
-                y: canvas.rows.cuts
-                height: canvas.rows.lane
+            LaneName {
+                laneTop: canvas.rows.cuts
                 text: "Cortes"
             }
             Repeater {
@@ -141,7 +237,7 @@ ColumnLayout {
                     required property int index
                     required property string label
 
-                    y: canvas.rows.tracks + index * canvas.rows.pitch
+                    y: canvas.rows.tracks[index] ?? 0
                     height: canvas.rows.track
                     text: label
                 }
@@ -176,6 +272,7 @@ ColumnLayout {
                         "cut": Theme.cut,
                         "cutEdge": Theme.cutEdge
                     })
+                onCardWanted: (kind, id) => root.cardWanted(kind, id)
                 onSpoke: text => Accessible.announce(text)
 
                 Accessible.role: Accessible.Slider
@@ -227,22 +324,6 @@ ColumnLayout {
         }
     }
 
-    OScrollBar {
-        Layout.fillWidth: true
-        Layout.leftMargin: names.width
-        Layout.rightMargin: Theme.space(3)
-        visible: !canvas.fits
-        orientation: Qt.Horizontal
-        policy: ScrollBar.AlwaysOn
-        size: canvas.shownSize
-        position: canvas.shownPosition
-        Accessible.name: "Parte visible de la línea de tiempo"
-        onPositionChanged: {
-            if (pressed)
-                canvas.showFrom(position)
-        }
-    }
-
     RowLayout {
         Layout.fillWidth: true
         spacing: Theme.space(2)
@@ -252,6 +333,8 @@ ColumnLayout {
             secondary: true
         }
         ONumberField {
+            id: start
+
             objectName: "selectionStart"
             name: "Inicio"
             enabled: root.app.hasProject
@@ -268,6 +351,8 @@ ColumnLayout {
             secondary: true
         }
         ONumberField {
+            id: end
+
             objectName: "selectionEnd"
             name: "Final"
             enabled: root.app.hasProject
@@ -284,10 +369,10 @@ ColumnLayout {
             Layout.fillWidth: true
             horizontalAlignment: Text.AlignRight
             secondary: true
-            elide: Text.ElideRight
+            wrapMode: Text.Wrap
             font: Theme.digits(Theme.captionSize)
-            text: root.secondsText(root.app.project.duration) + " segundos · " + root.app.cuts.count + " cortes · "
-                + root.app.zooms.count + " zooms"
+            text: root.secondsText(root.app.project.duration) + " segundos · " + root.counted(root.app.cuts.count, "corte")
+                + " · " + root.counted(root.app.zooms.count, "zoom")
         }
     }
 }

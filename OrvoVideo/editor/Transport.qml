@@ -82,8 +82,16 @@ RowLayout {
     OLabel {
         id: time
 
-        text: Theme.timeText(root.app.playhead) + " / " + Theme.timeText(root.app.project.duration)
+        text: Theme.exactTimeText(root.app.playhead) + " / " + Theme.timeText(root.app.project.duration)
         secondary: true
         font: Theme.digits(Theme.bodySize)
+    }
+    OIconButton {
+        iconName: root.commands.pictureAlone ? "shrink" : "expand"
+        text: root.commands.pictureAlone ? "Volver al editor" : "Ver solo la imagen"
+        shortcutText: "F"
+        focusPolicy: Qt.TabFocus
+        enabled: root.app.hasProject
+        onClicked: root.commands.pictureAlone = !root.commands.pictureAlone
     }
 }

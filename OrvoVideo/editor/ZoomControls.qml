@@ -15,7 +15,7 @@ OPanel {
 
     padding: Theme.space(3)
     Accessible.role: Accessible.Grouping
-    Accessible.name: "Zoom en " + Theme.timeText(model.time)
+    Accessible.name: "Zoom en " + Theme.exactTimeText(model.time)
 
     component EventSlider: OSlider {
         required property string key
@@ -34,10 +34,10 @@ OPanel {
                 leftPadding: Theme.space(1)
                 rightPadding: Theme.space(1)
                 plain: true
-                text: Theme.timeText(root.model.time) + " → " + Theme.timeText(root.model.time + root.model.duration)
+                text: Theme.exactTimeText(root.model.time) + " → " + Theme.exactTimeText(root.model.time + root.model.duration)
                 font: Theme.digits(Theme.bodySize)
                 Accessible.description: "Ir a este zoom"
-                onClicked: root.app.seek(root.model.time)
+                onClicked: root.app.seek(root.model.time + root.model.duration / 2)
             }
             Item {
                 Layout.fillWidth: true

@@ -59,9 +59,11 @@ QCoro::Task<> Operation::run(Work work, Endings endings)
     if (failure)
         setErrorMessage(QString::fromStdString(*failure));
     if (failure)
-        setStatus(endings.failed);
+        setFailedStatus(endings.failed);
     else if (cancelled)
         setStatus(endings.cancelled);
+    else
+        clearFailedStatus();
     setBusy(false);
     if (failure || cancelled)
         emit brokenOff();
@@ -105,6 +107,19 @@ void Operation::setStatus(const QString& status)
         return;
     m_status = status;
     emit statusChanged();
+}
+
+void Operation::setFailedStatus(const QString& status)
+{
+    setStatus(status);
+    m_failedStatus = status;
+}
+
+void Operation::clearFailedStatus()
+{
+    if (!m_failedStatus.isEmpty() && m_status == m_failedStatus)
+        setStatus(readyText());
+    m_failedStatus.clear();
 }
 
 void Operation::setErrorMessage(const QString& message)

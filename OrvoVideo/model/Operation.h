@@ -63,6 +63,10 @@ public:
     /// One line that is always there.
     QString status() const { return m_status; }
     void setStatus(const QString& status);
+    /// Says a failure in the status. The next success clears it with `clearFailedStatus`.
+    void setFailedStatus(const QString& status);
+    /// Shows the initial status instead of a failure's, if that is still shown.
+    void clearFailedStatus();
     /// The last error; empty when there is none to show.
     QString errorMessage() const { return m_errorMessage; }
     void setErrorMessage(const QString& message);
@@ -93,7 +97,10 @@ private:
     bool m_reserved = false;
     std::stop_source m_stop;
     double m_progress = 0;
-    QString m_status = QStringLiteral("Listo para grabar");
+    static QString readyText() { return QStringLiteral("Listo para grabar"); }
+
+    QString m_status = readyText();
+    QString m_failedStatus; ///< The last one that said a failure.
     QString m_errorMessage;
 };
 

@@ -1,5 +1,7 @@
 #include "OrvoVideo/model/Playback.h"
 
+#include "VideoMedia/RenderGraph.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -59,6 +61,7 @@ Playback::Playback(PreviewPlayer& player, PreviewPlayer& cameraPlayer, OpenProje
         pause();
         m_ended = true;
     });
+    connect(&m_project, &OpenProject::projectChanged, this, &Playback::followFades);
     connect(&m_project, &OpenProject::tracksEdited, this, &Playback::followVolumes);
     connect(&m_project, &OpenProject::stepped, this, &Playback::follow);
     m_answer.give(Outcome::superseded); // There is none yet.
@@ -135,6 +138,7 @@ QCoro::Task<> Playback::rebuild()
         break;
     }
     setPreview(Preview::Ready);
+    m_operation.clearFailedStatus();
     setPlayhead(0);
     notePlaying();
     co_await rebuildCamera(camera);
@@ -142,7 +146,7 @@ QCoro::Task<> Playback::rebuild()
 
 void Playback::sayUnplayable()
 {
-    m_operation.setStatus(QStringLiteral("Usa Recuperar para preparar este archivo antes de reproducirlo."));
+    m_operation.setFailedStatus(QStringLiteral("Usa Recuperar para preparar este archivo antes de reproducirlo."));
 }
 
 void Playback::clear()
@@ -210,6 +214,18 @@ void Playback::followVolumes()
             m_player.setVolume(i, composition.audio[i].volume);
     }
     m_composition = composition;
+}
+
+/// Has the sound dip at the cuts as the export's does.
+void Playback::followFades()
+{
+    std::vector<PreviewPlayer::HeardSpan> heard;
+    if (m_project) {
+        for (const auto& kept : RenderGraph::keptSpans(*m_project, m_project->fps))
+            heard.push_back(
+                {.start = kept.span.start, .end = kept.span.end, .fadeIn = kept.soundIn, .fadeOut = kept.soundOut});
+    }
+    m_player.setHeard(std::move(heard));
 }
 
 void Playback::follow()

@@ -85,6 +85,7 @@ private:
     std::optional<std::filesystem::path> cameraOf(const VideoProject& project) const;
     QCoro::Task<> rebuildCamera(std::optional<std::filesystem::path> file);
     void followVolumes();
+    void followFades();
     void watch(double seconds);
     void announceNextCut();
     void followWithCamera(double seconds);

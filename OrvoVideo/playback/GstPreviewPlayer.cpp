@@ -147,6 +147,11 @@ void GstPreviewPlayer::setVolume(std::size_t index, double volume)
     m_engine->setVolume(index, volume);
 }
 
+void GstPreviewPlayer::setHeard(std::vector<HeardSpan> spans)
+{
+    m_engine->setHeard(HeardSpans(std::move(spans)));
+}
+
 void GstPreviewPlayer::setDisplaySize(QSize size)
 {
     m_engine->setDisplaySize(size);

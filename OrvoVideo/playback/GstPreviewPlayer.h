@@ -35,6 +35,7 @@ public:
     void seek(double seconds) override;
     double position() const override;
     void setVolume(std::size_t index, double volume) override;
+    void setHeard(std::vector<HeardSpan> spans) override;
     QImage frame() const override { return m_frame; }
     void setDisplaySize(QSize size) override;
     void expectSeek(double seconds) override;

@@ -36,6 +36,8 @@ struct PlaybackClock::Output {
     std::int64_t position = 0; ///< In samples. Used by the streaming thread, and by a seek while that is paused.
     std::stop_source stopping;
     std::atomic<bool> failed = false;
+    std::mutex mutex; ///< For what is heard.
+    std::shared_ptr<const HeardSpans> heard = std::make_shared<HeardSpans>();
 
     Output(std::vector<std::shared_ptr<SoundTrack>> mixedTracks, const std::string& sinkDescription);
     ~Output();
@@ -91,6 +93,12 @@ void PlaybackClock::Output::pushBlock(GstAppSrc* appSource)
     } catch (const Error&) {
         // A track that failed is silent.
     }
+    std::shared_ptr<const HeardSpans> spans;
+    {
+        const std::scoped_lock lock(mutex);
+        spans = heard;
+    }
+    spans->apply(position, MediaReader::soundRate, mixed);
     gst_buffer_fill(buffer, 0, mixed.data(), sizeof mixed);
     GST_BUFFER_PTS(buffer) = gst_util_uint64_scale(static_cast<guint64>(position), GST_SECOND, MediaReader::soundRate);
     GST_BUFFER_DURATION(buffer) = gst_util_uint64_scale(blockSamples, GST_SECOND, MediaReader::soundRate);
@@ -136,6 +144,15 @@ void PlaybackClock::prepare(double position, double rate)
     gst_element_set_state(bin, GST_STATE_PAUSED);
     gst_element_seek(bin, rate, GST_FORMAT_TIME, static_cast<GstSeekFlags>(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE),
         GST_SEEK_TYPE_SET, static_cast<gint64>(toClockTime(position)), GST_SEEK_TYPE_NONE, 0);
+}
+
+void PlaybackClock::setHeard(HeardSpans spans)
+{
+    if (!m_output)
+        return;
+    auto heard = std::make_shared<const HeardSpans>(std::move(spans));
+    const std::scoped_lock lock(m_output->mutex);
+    m_output->heard = std::move(heard);
 }
 
 void PlaybackClock::run()

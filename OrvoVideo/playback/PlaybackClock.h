@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OrvoVideo/playback/HeardSpans.h"
 #include "OrvoVideo/playback/SoundTrack.h"
 
 #include <memory>
@@ -28,6 +29,9 @@ public:
     void run();
     /// Stops the clock at its position.
     void stop();
+
+    /// What is heard from the next block of sound on. From any thread.
+    void setHeard(HeardSpans spans);
 
     /// Seconds of the composition.
     double position();

@@ -95,6 +95,14 @@ void PreviewEngine::setVolume(std::size_t index, double volume)
     order([&](Orders& orders) { orders.volumes.emplace_back(index, volume); });
 }
 
+void PreviewEngine::setHeard(HeardSpans spans)
+{
+    const std::scoped_lock lock(m_mutex);
+    m_heard = std::move(spans);
+    if (m_composition)
+        m_composition->clock->setHeard(m_heard);
+}
+
 void PreviewEngine::setDisplaySize(QSize size)
 {
     order([&](Orders& orders) { orders.displaySize = size; });
@@ -217,6 +225,8 @@ void PreviewEngine::performLoad(std::uint64_t number, const PreviewComposition& 
     const auto takeInUse = [this](std::shared_ptr<Composition> composition) {
         const std::scoped_lock lock(m_mutex);
         m_composition = std::move(composition);
+        if (m_composition)
+            m_composition->clock->setHeard(m_heard);
     };
     halt();
     try {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OrvoVideo/playback/CompositionLayout.h"
+#include "OrvoVideo/playback/HeardSpans.h"
 #include "OrvoVideo/playback/PictureConverter.h"
 #include "OrvoVideo/playback/PlaybackClock.h"
 #include "OrvoVideo/playback/PreviewPlayer.h"
@@ -47,6 +48,7 @@ public:
     void seek(std::uint64_t number, double seconds);
     void setRate(std::uint64_t number, double rate);
     void setVolume(std::size_t index, double volume);
+    void setHeard(HeardSpans spans);
     void setDisplaySize(QSize size);
     void expectSeek(double seconds);
 
@@ -97,9 +99,10 @@ private:
     std::string m_soundSink;
     Listener m_listener;
 
-    std::mutex m_mutex; ///< Guards the orders, `m_loading` and the pointer to the composition.
+    std::mutex m_mutex; ///< Guards the orders, `m_heard`, `m_loading` and the pointer to the composition.
     std::condition_variable_any m_ordered;
     Orders m_orders;
+    HeardSpans m_heard;
     std::stop_source m_loading;
     std::shared_ptr<Composition> m_composition; ///< Changed only by the engine's thread.
 

@@ -66,6 +66,20 @@ public:
     /// Sets the gain of audio clip `index` of the composition.
     virtual void setVolume(std::size_t index, double volume) = 0;
 
+    /// A span that is heard, and how long its audio fades at its ends; in seconds.
+    struct HeardSpan {
+        double start = 0;
+        double end = 0;
+        double fadeIn = 0;
+        double fadeOut = 0;
+
+        friend bool operator==(const HeardSpan&, const HeardSpan&) = default;
+    };
+
+    /// Sets what is heard during playback, of this composition and all later ones; the rest is silent. The spans are sorted
+    /// and disjoint. Without spans, as initially, everything is heard.
+    virtual void setHeard(std::vector<HeardSpan>) { }
+
     /// The current frame; null before the first one.
     virtual QImage frame() const = 0;
 

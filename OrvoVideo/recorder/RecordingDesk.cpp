@@ -139,12 +139,12 @@ void RecordingDesk::clear()
 {
     for (auto* window : QGuiApplication::topLevelWindows()) {
         if (isInTheWay(*window))
-            m_cleared.push_back({window, window->visibility(), window->framePosition()});
+            m_cleared.push_back({window, window->windowStates(), window->framePosition()});
     }
     std::ranges::stable_sort(m_cleared, {}, [](const Cleared& cleared) { return depthOf(*cleared.window); });
     m_active = QGuiApplication::focusWindow();
     const bool canHide = m_wayBack() == WayBack::elsewhere;
-    for (const auto& [window, visibility, position] : m_cleared | std::views::reverse) {
+    for (const auto& [window, states, position] : m_cleared | std::views::reverse) {
         if (canHide || window->transientParent())
             window->hide();
         else
@@ -157,15 +157,16 @@ void RecordingDesk::restore()
     if (m_cleared.empty())
         return;
     QWindow* active = m_active;
-    for (const auto& [window, visibility, position] : std::exchange(m_cleared, {})) {
+    for (const auto& [window, states, position] : std::exchange(m_cleared, {})) {
         if (!window)
             continue;
         // A window that is shown again is placed by the window manager unless it requests its position.
-        if (visibility == QWindow::Windowed)
+        if (states == Qt::WindowNoState)
             window->setFramePosition(position);
         // Shows the finished recording even if the main window was minimised.
-        const bool wasMinimized = visibility == QWindow::Minimized && !window->transientParent();
-        window->setVisibility(wasMinimized ? QWindow::AutomaticVisibility : visibility);
+        const bool staysMinimized = window->transientParent() != nullptr;
+        window->setWindowStates(staysMinimized ? states : states & ~Qt::WindowMinimized);
+        window->setVisible(true);
         window->raise();
         if (!active)
             active = window;

@@ -46,7 +46,7 @@ private:
     std::function<WayBack()> m_wayBack;
     struct Cleared {
         QPointer<QWindow> window;
-        QWindow::Visibility visibility;
+        Qt::WindowStates states;
         QPoint position; ///< Including the window frame.
     };
     std::vector<Cleared> m_cleared; ///< Parents before their child windows.

@@ -18,6 +18,15 @@ MenuBar {
     signal settingsWanted()
     signal recorderWanted()
     signal quitWanted()
+    signal zoomWanted()
+    signal keysWanted()
+
+    /// What the editor does with a key of its own, which must not be taken from texts that are being edited.
+    component EditorAction: Action {
+        property string keys: ""
+
+        enabled: root.app.hasProject && !root.app.recorder.isRecording
+    }
 
     background: Rectangle {
         color: Theme.panel
@@ -102,15 +111,32 @@ MenuBar {
             onTriggered: root.app.redo()
         }
         OMenuSeparator {}
-        Action {
+        EditorAction {
+            text: "&Inicio de la selección aquí"
+            keys: "I"
+            onTriggered: root.app.startSelectionHere()
+        }
+        EditorAction {
+            text: "&Final de la selección aquí"
+            keys: "O"
+            onTriggered: root.app.endSelectionHere()
+        }
+        EditorAction {
             text: "&Cortar selección"
-            enabled: root.app.hasProject && !root.app.recorder.isRecording
+            keys: "X"
             onTriggered: root.app.cutSelection()
         }
-        Action {
+        EditorAction {
             text: "Añadir &zoom en este punto"
-            enabled: root.app.hasProject && !root.app.recorder.isRecording
-            onTriggered: root.app.addZoom()
+            keys: "Z"
+            onTriggered: root.zoomWanted()
+        }
+        OMenuSeparator {}
+        EditorAction {
+            text: "&Todas las teclas"
+            keys: "F1"
+            enabled: root.app.hasProject
+            onTriggered: root.keysWanted()
         }
     }
     OMenu {

@@ -16,6 +16,9 @@ ApplicationWindow {
 
     /// Whether the library stands beside the rest; in a narrow window it comes over it when asked for.
     readonly property bool wide: width >= 1100
+    readonly property bool pictureAlone: app.hasProject && (projectPage.item?.pictureAlone ?? false)
+    /// Before the picture was shown alone.
+    property int before: Window.Windowed
     property bool quitting: false
 
     function toggleLibrary() {
@@ -46,11 +49,8 @@ ApplicationWindow {
     }
 
     title: app.hasProject ? app.project.title + " — Orvo Video" : "Orvo Video"
-    width: 1280
-    height: 800
-    minimumWidth: 760
-    minimumHeight: 560
-    visible: true
+    // The window is placed and shown by whoever makes it.
+    visible: false
     color: Theme.window
     font.pixelSize: Theme.bodySize
     palette {
@@ -66,6 +66,15 @@ ApplicationWindow {
     }
 
     onWideChanged: drawer.close()
+    onPictureAloneChanged: {
+        drawer.close()
+        if (pictureAlone) {
+            before = visibility
+            showFullScreen()
+        } else if (visibility === Window.FullScreen) {
+            visibility = before
+        }
+    }
     onClosing: close => {
         // An agreement holds for one exit: the next one may cancel another operation.
         const agreed = leaveWhileBusy.agreed
@@ -84,11 +93,6 @@ ApplicationWindow {
 
     // What is remembered between runs.
     function remember() {
-        remembered.maximized = visibility === Window.Maximized
-        if (!remembered.maximized) {
-            remembered.width = width
-            remembered.height = height
-        }
         remembered.columns = columns.saveState()
     }
 
@@ -99,23 +103,17 @@ ApplicationWindow {
         id: remembered
 
         category: "window"
-        property int width: 1280
-        property int height: 800
-        property bool maximized: false
         property bool libraryShown: true
         property bool inspectorShown: true
         property var columns
     }
     Component.onCompleted: {
-        width = Math.max(minimumWidth, Math.min(remembered.width, Screen.desktopAvailableWidth))
-        height = Math.max(minimumHeight, Math.min(remembered.height, Screen.desktopAvailableHeight))
         if (remembered.columns)
             columns.restoreState(remembered.columns)
-        if (remembered.maximized)
-            showMaximized()
     }
 
     menuBar: MainMenu {
+        visible: !root.pictureAlone
         app: root.app
         libraryShown: root.wide ? remembered.libraryShown : drawer.opened
         inspectorShown: remembered.inspectorShown
@@ -124,6 +122,8 @@ ApplicationWindow {
         onSettingsWanted: root.openSettings()
         onRecorderWanted: root.openRecorder()
         onQuitWanted: root.quit()
+        onZoomWanted: projectPage.item?.addZoom()
+        onKeysWanted: projectPage.item?.showKeys()
     }
 
     SplitView {
@@ -146,13 +146,16 @@ ApplicationWindow {
         Loader {
             SplitView.preferredWidth: 264
             SplitView.minimumWidth: 220
-            SplitView.maximumWidth: 400
-            active: root.wide && remembered.libraryShown
+            // A width remembered from a larger window leaves the editor what it needs.
+            SplitView.maximumWidth: Math.max(220, Math.min(400, columns.width - 760))
+            clip: true
+            active: root.wide && remembered.libraryShown && !root.pictureAlone
             visible: active
             sourceComponent: librarySidebar
         }
         Item {
             SplitView.fillWidth: true
+            clip: true
 
             Loader {
                 anchors.fill: parent
@@ -238,6 +241,7 @@ ApplicationWindow {
     }
 
     footer: StatusBar {
+        visible: !root.pictureAlone
         app: root.app
         timeline: projectPage.item?.timeline ?? null
     }

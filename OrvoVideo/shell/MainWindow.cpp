@@ -31,6 +31,8 @@ MainWindow::MainWindow(AppModel& model, QObject* parent)
     m_window = qobject_cast<QQuickWindow*>(m_engine.rootObjects().constFirst());
     connect(&m_model, &AppModel::libraryListedChanged, this, &MainWindow::openWanted);
     connect(&m_model, &AppModel::busyChanged, this, &MainWindow::openWanted);
+    m_placement = std::make_unique<WindowPlacement>(*m_window);
+    m_placement->show();
 }
 
 MainWindow::~MainWindow()
@@ -49,11 +51,7 @@ void MainWindow::bringToFront(const QString& activationToken)
 {
     if (!activationToken.isEmpty())
         qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8());
-    if (m_window->windowStates().testFlag(Qt::WindowMinimized))
-        m_window->setWindowStates(m_window->windowStates() & ~Qt::WindowMinimized);
-    m_window->show();
-    m_window->raise();
-    m_window->requestActivate();
+    m_placement->bringBack();
 }
 
 void MainWindow::open(const QStringList& arguments)

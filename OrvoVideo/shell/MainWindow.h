@@ -1,11 +1,13 @@
 #pragma once
 
 #include "OrvoVideo/model/AppModel.h"
+#include "OrvoVideo/shell/WindowPlacement.h"
 
 #include <QObject>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 #include <QStringList>
+#include <memory>
 
 namespace orvo {
 
@@ -44,6 +46,7 @@ private:
     QQmlApplicationEngine m_engine;
     ThumbnailProvider* m_thumbnails; ///< The engine's.
     QQuickWindow* m_window = nullptr;
+    std::unique_ptr<WindowPlacement> m_placement; ///< Of the window; writes before the window goes.
 };
 
 } // namespace orvo

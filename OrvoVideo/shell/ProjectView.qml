@@ -12,6 +12,7 @@ ColumnLayout {
     property bool libraryReachable: false
     property bool inspectorShown: true
     readonly property alias timeline: editor.timeline
+    readonly property alias pictureAlone: editor.pictureAlone
 
     /// A project that was opened has the keyboard.
     readonly property string projectId: app.project.projectId
@@ -19,6 +20,13 @@ ColumnLayout {
     signal libraryToggled()
     signal inspectorToggled()
     signal settingsWanted()
+
+    function addZoom() {
+        editor.addZoom()
+    }
+    function showKeys() {
+        editor.showKeys()
+    }
 
     spacing: 0
     onVisibleChanged: editor.takeKeyboard()
@@ -34,6 +42,7 @@ ColumnLayout {
     }
 
     RowLayout {
+        visible: !root.pictureAlone
         Layout.fillWidth: true
         Layout.leftMargin: Theme.space(3)
         Layout.rightMargin: Theme.space(4)
@@ -62,10 +71,18 @@ ColumnLayout {
         }
         OLabel {
             objectName: "length"
-            secondary: true
             text: Theme.timeText(root.app.project.playableDuration)
-            font: Theme.digits(Theme.captionSize)
+            font: Theme.digits(Theme.headlineSize)
             Accessible.name: "Duración " + text
+        }
+        OLabel {
+            objectName: "recordedLength"
+            visible: text !== "de " + resultText
+            readonly property string resultText: Theme.timeText(root.app.project.playableDuration)
+            secondary: true
+            text: "de " + Theme.timeText(root.app.project.duration)
+            font: Theme.digits(Theme.captionSize)
+            Accessible.name: "Grabación: " + Theme.timeText(root.app.project.duration)
         }
         Item {
             Layout.fillWidth: true
@@ -110,6 +127,7 @@ ColumnLayout {
         }
     }
     Rectangle {
+        visible: !root.pictureAlone
         Layout.fillWidth: true
         implicitHeight: 1
         color: Theme.line

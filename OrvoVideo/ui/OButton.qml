@@ -11,6 +11,8 @@ Button {
     property bool destructive: false
     /// Draws no background until hovered.
     property bool plain: false
+    /// Shows the icon alone, where there is no room for the text.
+    property bool folded: false
 
     readonly property color ink: {
         if (prominent)
@@ -25,7 +27,7 @@ Button {
 
     implicitHeight: prominent ? Theme.prominentHeight : Theme.controlHeight
     implicitWidth: Math.max(implicitHeight, implicitContentWidth + leftPadding + rightPadding)
-    leftPadding: Theme.space(text ? 3.5 : 2)
+    leftPadding: Theme.space(text && !folded ? 3.5 : 2)
     rightPadding: leftPadding
     topPadding: 0
     bottomPadding: 0
@@ -42,7 +44,7 @@ Button {
     Keys.onEnterPressed: click()
 
     contentItem: Item {
-        implicitWidth: label.implicitWidth + (icon.visible ? icon.width + (label.visible ? control.spacing : 0) : 0)
+        implicitWidth: (label.visible ? label.implicitWidth : 0) + (icon.visible ? icon.width + (label.visible ? control.spacing : 0) : 0)
         implicitHeight: Math.max(label.implicitHeight, icon.height)
 
         Row {
@@ -62,7 +64,7 @@ Button {
             Text {
                 id: label
 
-                visible: text !== ""
+                visible: text !== "" && !control.folded
                 anchors.verticalCenter: parent.verticalCenter
                 width: Math.min(implicitWidth, control.availableWidth - (icon.visible ? icon.width + control.spacing : 0))
                 text: control.text

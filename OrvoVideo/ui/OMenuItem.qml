@@ -7,7 +7,8 @@ MenuItem {
 
     property string iconName: ""
     property bool destructive: false
-    property string shortcutText: action?.shortcut ? String(action.shortcut).replace("Shift", "Mayús") : ""
+    /// An action may name keys in `keys` that work elsewhere.
+    property string shortcutText: action?.keys ? action.keys : action?.shortcut ? String(action.shortcut).replace("Shift", "Mayús") : ""
 
     implicitWidth: Math.max(220, contentItem.implicitWidth + leftPadding + rightPadding)
     implicitHeight: visible ? Theme.controlHeight : 0

@@ -3,11 +3,17 @@ import QtQuick.Controls.Basic
 
 /// A surface that groups related content.
 Pane {
+    id: control
+
+    /// Whether it is the one that is being looked at.
+    property bool marked: false
+
     padding: Theme.space(4)
 
     background: Rectangle {
         color: Theme.panel
         radius: Theme.panelRadius
-        border.color: Theme.line
+        border.color: control.marked ? Theme.accentInk : Theme.line
+        border.width: control.marked ? 2 : 1
     }
 }

@@ -58,8 +58,8 @@ Control {
 
                 width: Math.max(implicitWidth, root.availableWidth / Math.max(1, root.model.length))
                 height: root.availableHeight
-                leftPadding: Theme.space(3)
-                rightPadding: Theme.space(3)
+                leftPadding: Theme.space(2)
+                rightPadding: Theme.space(2)
                 text: modelData
                 hoverEnabled: true
                 focusPolicy: Qt.NoFocus

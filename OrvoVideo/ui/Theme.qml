@@ -59,6 +59,12 @@ QtObject {
         })
     }
 
+    /// Minutes, seconds and tenths, where a second is too coarse: "62:05,4".
+    function exactTimeText(seconds: real): string {
+        const tenths = Number.isFinite(seconds) ? Math.max(0, Math.trunc(seconds * 10 + 1e-6)) : 0
+        return timeText(tenths / 10) + "," + tenths % 10
+    }
+
     /// Minutes and seconds, "62:05".
     function timeText(seconds: real): string {
         const whole = Number.isFinite(seconds) ? Math.max(0, Math.trunc(seconds)) : 0

@@ -5,8 +5,10 @@
 #include "VideoMedia/RenderGraph.h"
 
 #include <cmath>
+#include <complex>
 #include <format>
 #include <gmock/gmock.h>
+#include <numbers>
 #include <sys/resource.h>
 
 namespace orvo::test {
@@ -213,6 +215,52 @@ TEST_F(ExportTiming, AGraphOfHundredsOfCutsTakesLittleMemory)
         project.edit.cuts.edit().push_back({i * 0.2 + 0.1, i * 0.2 + 0.2});
     // What is left is held while the text is read, before there is an encoder.
     EXPECT_LT(peak(), uncut + 120);
+}
+
+/// How loud the frequencies from 4 to 12 kHz are in the 21 ms around a sample.
+double highLevel(const std::vector<float>& samples, std::size_t middle)
+{
+    constexpr std::size_t window = 1024;
+    constexpr double rate = 48'000;
+    constexpr double turn = 2 * std::numbers::pi;
+    double power = 0;
+    for (double frequency = 4'000; frequency < 12'000; frequency += 2 * rate / window) {
+        std::complex<double> sum;
+        for (std::size_t i = 0; i < window; ++i) {
+            const double hann = 0.5 - 0.5 * std::cos(turn * static_cast<double>(i) / window);
+            sum += static_cast<double>(samples[middle - window / 2 + i]) * hann
+                * std::polar(1.0, -turn * frequency * static_cast<double>(i) / rate);
+        }
+        power += std::norm(sum);
+    }
+    return std::sqrt(power);
+}
+
+TEST_F(ExportTiming, ACutWithoutAFadeDoesNotClick)
+{
+    makePlain();
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=gray:size=64x36:rate=30:duration=6");
+    const auto voice = addTrack(TrackKind::microphone, "microphone.m4a");
+    makeSound(voice, "sine=frequency=137:duration=6,volume=4");
+    // On the frames, so that the joints are known exactly.
+    project.edit.cuts = {{1, 1.5}, {2, 2.7}, {3.1, 4}};
+    const auto film = decodeSound(render());
+
+    const auto spoken = decodeSound(voice);
+    std::vector<float> bare; // As scissors alone would join it.
+    std::vector<std::size_t> joints;
+    for (const auto& span : Timeline::kept(6, project.edit.cuts)) {
+        joints.push_back(bare.size());
+        const auto at = [&](double time) { return spoken.begin() + std::llround(time * 48'000); };
+        bare.insert(bare.end(), at(span.start), span.end < 6 ? at(span.end) : spoken.end());
+    }
+    double click = 0;
+    double heard = 0;
+    for (std::size_t i = 1; i < joints.size(); ++i) {
+        click = std::max(click, highLevel(bare, joints[i]));
+        heard = std::max(heard, highLevel(film, joints[i]));
+    }
+    EXPECT_LT(heard, click / 10);
 }
 
 } // namespace

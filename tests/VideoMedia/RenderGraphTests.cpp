@@ -228,6 +228,26 @@ TEST(ZoomExpression, KeepsTheMeaningOfManyZooms)
         ASSERT_NEAR(values[frame], scaleAt(zooms, duration, static_cast<double>(frame) / 30), 1e-9) << frame;
 }
 
+TEST(KeptSpans, FadeAtTheirEndsAndNeverClick)
+{
+    auto project = emptyProject(10);
+    project.edit.cuts = {{2, 3}, {3.3, 5}};
+    project.edit.fade = 0.15;
+    using RenderGraph::KeptSpan;
+    using testing::ElementsAre;
+    EXPECT_THAT(RenderGraph::keptSpans(project, 30),
+        ElementsAre(KeptSpan{{0, 2}, 0.15, 0.15, 0.15},
+            testing::Field(&KeptSpan::pictureFade, testing::DoubleNear(0.1, 1e-9)), KeptSpan{{5, 10}, 0.15, 0.15, 0.15}))
+        << "at most a third of the span";
+    project.edit.fade = 0;
+    const auto dry = RenderGraph::keptSpans(project, 30);
+    ASSERT_EQ(dry.size(), 3U);
+    EXPECT_EQ(dry[0], (KeptSpan{{0, 2}, 0, 0, 0.01})) << "the beginning of the recording is no cut";
+    EXPECT_EQ(dry[1].soundIn, 0.01);
+    EXPECT_EQ(dry[1].soundOut, 0.01);
+    EXPECT_EQ(dry[2], (KeptSpan{{5, 10}, 0, 0.01, 0})) << "nor is its end";
+}
+
 } // namespace
 
 } // namespace orvo::test

@@ -1,5 +1,7 @@
 // Takes screenshots of the main states of the windows: orvo-shots FOLDER
 
+#include "OrvoVideo/editor/EditorCommands.h"
+#include "OrvoVideo/editor/TimelineItem.h"
 #include "OrvoVideo/model/AppModel.h"
 #include "OrvoVideo/shell/MainWindow.h"
 #include "OrvoVideo/ui/Appearance.h"
@@ -72,7 +74,7 @@ public:
     /// Saves the current state in every size and appearance. `hold` restores a state that changes meanwhile.
     void take(const QString& state, const std::function<void()>& hold = [] { })
     {
-        for (const QSize size : {QSize(1280, 800), QSize(2560, 1440)}) {
+        for (const QSize size : {QSize(960, 600), QSize(1280, 800), QSize(1366, 768), QSize(2560, 1440)}) {
             m_window.resize(size);
             for (const QString& appearance : {QStringLiteral("dark"), QStringLiteral("light")}) {
                 m_appearance.setChoice(appearance);
@@ -171,6 +173,16 @@ void takeAll(const QDir& folder)
         editor->setProperty("section", section);
         photographer.take(QStringLiteral("editor-") + QLatin1String(section));
     }
+    editor->setProperty("section", "text");
+    auto* timeline = main.window().findChild<TimelineItem*>();
+    timeline->zoomBy(4);
+    photographer.take(QStringLiteral("editor-timeline-zoomed"));
+    timeline->fit();
+    auto* commands = main.window().findChild<EditorCommands*>();
+    commands->setPictureAlone(true);
+    photographer.take(QStringLiteral("picture-alone"));
+    commands->setPictureAlone(false);
+
     model.server()->setServerURL(QStringLiteral("https://video.ejemplo.es"));
     model.update([](VideoProject& project) {
         project.publication = Publication{.videoID = "3f2a", .url = "https://video.ejemplo.es/watch/3f2a", .domains = {}};

@@ -3,6 +3,25 @@
 #include <algorithm>
 #include <cmath>
 
+namespace orvo {
+
+TimelineRows::TimelineRows(const VideoProject& project)
+    : m_zooms(std::ranges::contains(project.edit.events, PointerKind::zoom, &PointerEvent::kind))
+    , m_overlays(!project.edit.overlays.empty())
+    , m_cuts(!project.edit.cuts.empty())
+    , m_rows(project.tracks.size())
+{
+    std::size_t row = 0;
+    for (const bool isSystem : {false, true}) {
+        for (std::size_t i = 0; i < project.tracks.size(); ++i) {
+            if ((project.tracks[i].kind == TrackKind::system) == isSystem)
+                m_rows[i] = row++;
+        }
+    }
+}
+
+} // namespace orvo
+
 namespace orvo::TimelineTargets {
 
 namespace {
@@ -57,11 +76,12 @@ private:
 
 TimelineTarget at(double x, double y, const TimelineScale& scale, const VideoProject& project, TimeSpan selection)
 {
-    if (y < TimelineRows::zoomsTop())
+    const TimelineRows rows(project);
+    if (y < rows.zoomsTop())
         return {.kind = Kind::ruler};
     const auto& edit = project.edit;
     Search search(x, scale);
-    if (y < TimelineRows::overlaysTop()) {
+    if (y < rows.overlaysTop()) {
         for (std::size_t i = 0; i < edit.events.size(); ++i) {
             const auto& event = edit.events[i];
             if (event.kind == PointerKind::zoom)
@@ -69,14 +89,14 @@ TimelineTarget at(double x, double y, const TimelineScale& scale, const VideoPro
         }
         return search.found();
     }
-    if (y < TimelineRows::cutsTop()) {
+    if (y < rows.cutsTop()) {
         for (std::size_t i = 0; i < edit.overlays.size(); ++i)
             search.consider(Kind::overlay, i, {edit.overlays[i].start, edit.overlays[i].end});
         return search.found();
     }
     for (std::size_t i = 0; i < edit.cuts.size(); ++i)
         search.consider(Kind::cut, i, edit.cuts[i]);
-    if (y < TimelineRows::tracksTop() || search.found().part != Part::body)
+    if (y < rows.tracksTop() || search.found().part != Part::body)
         return search.found();
     // In the tracks the selection is drawn over the cuts, and only its edges are taken: within it a new one may begin.
     if (selection.duration() > 0) {

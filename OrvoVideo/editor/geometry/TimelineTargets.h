@@ -5,26 +5,46 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace orvo {
 
 /// The rows of the timeline from top to bottom: the ruler, the lanes of the zoom points, the overlays and the cuts, and one
-/// row per track. In logical pixels.
-struct TimelineRows {
+/// row per track. A lane that is empty takes no room. In logical pixels.
+class TimelineRows {
+public:
     static constexpr double ruler = 28;
     static constexpr double lane = 22;
     static constexpr double track = 48;
     static constexpr double gap = 3;
 
-    std::size_t tracks = 0;
+    TimelineRows() = default;
+    explicit TimelineRows(const VideoProject& project);
 
-    static constexpr double zoomsTop() { return ruler + gap; }
-    static constexpr double overlaysTop() { return zoomsTop() + lane + gap; }
-    static constexpr double cutsTop() { return overlaysTop() + lane + gap; }
-    static constexpr double tracksTop() { return cutsTop() + lane + gap; }
-    static constexpr double trackTop(std::size_t index) { return tracksTop() + static_cast<double>(index) * (track + gap); }
+    bool hasZooms() const noexcept { return m_zooms; }
+    bool hasOverlays() const noexcept { return m_overlays; }
+    bool hasCuts() const noexcept { return m_cuts; }
+
+    // The tops of the lanes; of an empty one, where the next begins.
+    double zoomsTop() const noexcept { return ruler + gap; }
+    double overlaysTop() const noexcept { return zoomsTop() + room(m_zooms); }
+    double cutsTop() const noexcept { return overlaysTop() + room(m_overlays); }
+    double tracksTop() const noexcept { return cutsTop() + room(m_cuts); }
+    /// The top of the track with this place in the document. The computer's sound comes last, under the microphone.
+    double trackTop(std::size_t index) const { return rowTop(m_rows[index]); }
     /// Where the last row ends.
-    double height() const { return trackTop(tracks); }
+    double height() const noexcept { return rowTop(m_rows.size()); }
+
+    friend bool operator==(const TimelineRows&, const TimelineRows&) = default;
+
+private:
+    static double room(bool isThere) noexcept { return isThere ? lane + gap : 0; }
+    double rowTop(std::size_t row) const noexcept { return tracksTop() + static_cast<double>(row) * (track + gap); }
+
+    bool m_zooms = false;
+    bool m_overlays = false;
+    bool m_cuts = false;
+    std::vector<std::size_t> m_rows; ///< Of every track.
 };
 
 /// Something on the timeline that the pointer can take hold of.

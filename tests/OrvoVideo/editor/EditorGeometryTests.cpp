@@ -170,10 +170,11 @@ TEST(TimelineTargets, FindsWhatThePointerIsOver)
     const TimelineScale scale(1000, 100); // 10 px/s
     const TimeSpan selection{15, 40};
     constexpr double ruler = 5;
-    constexpr double zooms = TimelineRows::zoomsTop() + 5;
-    constexpr double overlays = TimelineRows::overlaysTop() + 5;
-    constexpr double cuts = TimelineRows::cutsTop() + 5;
-    constexpr double tracks = TimelineRows::tracksTop() + 5;
+    const TimelineRows rows(project);
+    const double zooms = rows.zoomsTop() + 5;
+    const double overlays = rows.overlaysTop() + 5;
+    const double cuts = rows.cutsTop() + 5;
+    const double tracks = rows.tracksTop() + 5;
 
     struct Case {
         double x;
@@ -207,6 +208,24 @@ TEST(TimelineTargets, FindsWhatThePointerIsOver)
         EXPECT_EQ(found.part, part) << x << ' ' << y;
         EXPECT_EQ(found.index, index) << x << ' ' << y;
     }
+}
+
+TEST(TimelineRows, FoldsEmptyLanesAndPutsTheComputersSoundLast)
+{
+    auto project = emptyProject(100);
+    project.tracks = {track(TrackKind::screen, "a"), track(TrackKind::system, "b"), track(TrackKind::microphone, "c")};
+    const TimelineRows bare(project);
+    EXPECT_EQ(bare.tracksTop(), bare.zoomsTop()) << "no lane";
+    EXPECT_LT(bare.trackTop(0), bare.trackTop(2));
+    EXPECT_LT(bare.trackTop(2), bare.trackTop(1)) << "the microphone lies over the computer's sound";
+    EXPECT_GT(bare.height(), bare.trackTop(1));
+
+    project.edit.events = {pointer(PointerKind::click, 1)};
+    EXPECT_FALSE(TimelineRows(project).hasZooms()) << "clicks are no zoom points";
+    project.edit.cuts = {{10, 20}};
+    const TimelineRows cut(project);
+    EXPECT_EQ(cut.cutsTop(), cut.zoomsTop());
+    EXPECT_GE(cut.tracksTop(), cut.cutsTop() + TimelineRows::lane);
 }
 
 TEST(TimelineTargets, DragsStayInTheRecordingAndKeepALength)

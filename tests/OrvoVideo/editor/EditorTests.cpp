@@ -1,14 +1,7 @@
 #include "EditorFixture.h"
-#include "EditorGeometry/PreviewGeometry.h"
 #include "EditorGeometry/TimelineTargets.h"
-#include "OrvoVideo/editor/PreviewMarks.h"
-#include "OrvoVideo/editor/PreviewScene.h"
 #include "OrvoVideo/editor/TimelineItem.h"
-#include "TestSupport/Media.h"
-#include "VideoMedia/ExportService.h"
-#include "VideoMedia/FfprobeMediaProbe.h"
 
-#include <QPainter>
 #include <QTest>
 #include <algorithm>
 #include <cmath>
@@ -17,13 +10,8 @@ namespace orvo::test {
 
 namespace {
 
-namespace fs = std::filesystem;
 using testing::DoubleNear;
 using testing::ElementsAre;
-
-constexpr double zoomRow = TimelineRows::zoomsTop() + TimelineRows::lane / 2;
-constexpr double cutRow = TimelineRows::cutsTop() + TimelineRows::lane / 2;
-constexpr double trackRow = TimelineRows::tracksTop() + TimelineRows::track / 2;
 
 /// As near as a pixel of the timeline is.
 constexpr double pixel = 0.02;
@@ -42,17 +30,23 @@ VideoProject silent(double duration = 10)
     return project;
 }
 
-class TimelineTests : public EditorFixture { };
+class TimelineTests : public EditorFixture {
+protected:
+    // The middles of the rows, with the lanes that there are now.
+    double zoomRow() const { return TimelineRows(project()).zoomsTop() + TimelineRows::lane / 2; }
+    double cutRow() const { return TimelineRows(project()).cutsTop() + TimelineRows::lane / 2; }
+    double trackRow() const { return TimelineRows(project()).tracksTop() + TimelineRows::track / 2; }
+};
 
 TEST_F(TimelineTests, SelectsByDraggingAndCutsWithAKey)
 {
     show(silent());
-    drag(place(2, trackRow), place(4, trackRow), Qt::ShiftModifier);
+    drag(place(2, trackRow()), place(4, trackRow()), Qt::ShiftModifier);
     EXPECT_NEAR(model->selectedSpan().start, 2, pixel);
     EXPECT_NEAR(model->selectedSpan().end, 4, pixel);
     EXPECT_FALSE(model->canUndo()) << "a selection is no edit";
 
-    drag(place(3.98, trackRow), place(5, trackRow), Qt::ShiftModifier);
+    drag(place(3.98, trackRow()), place(5, trackRow()), Qt::ShiftModifier);
     EXPECT_NEAR(model->selectedSpan().start, 2, pixel);
     EXPECT_NEAR(model->selectedSpan().end, 5, pixel * 2) << "the handle was taken";
 
@@ -69,26 +63,26 @@ TEST_F(TimelineTests, AnEdgeOfACutIsAppliedWhenItIsLetGo)
     auto demo = silent();
     demo.edit.cuts = {{1, 3}, {7, 8}};
     show(demo);
-    press(place(3, cutRow));
+    press(place(3, cutRow()));
     for (const double time : {3.3, 3.8, 5.0})
-        move(place(time, cutRow));
+        move(place(time, cutRow()));
     EXPECT_EQ(project().edit.cuts.items(), demo.edit.cuts.items()) << "nothing is edited while it is dragged";
-    release(place(5, cutRow));
+    release(place(5, cutRow()));
     EXPECT_THAT(project().edit.cuts.items(), ElementsAre(isSpan(1, 5), isSpan(7, 8)));
     key(Qt::Key_Z, Qt::ControlModifier);
     EXPECT_EQ(project().edit.cuts.items(), demo.edit.cuts.items()) << "one step";
     EXPECT_FALSE(model->canUndo());
 
     // Near another edge it holds on to it exactly, unless Shift is held.
-    drag(place(7, cutRow), place(3.04, cutRow));
+    drag(place(7, cutRow()), place(3.04, cutRow()));
     EXPECT_EQ(project().edit.cuts.items(), (std::vector<TimeSpan>{{1, 8}})) << "cuts that touch are one";
     model->undo();
 
-    press(place(3, cutRow));
-    move(place(4, cutRow));
-    move(place(5, cutRow));
+    press(place(3, cutRow()));
+    move(place(4, cutRow()));
+    move(place(5, cutRow()));
     key(Qt::Key_Escape);
-    release(place(5, cutRow));
+    release(place(5, cutRow()));
     EXPECT_EQ(project().edit.cuts.items(), demo.edit.cuts.items()) << "Escape gives the drag up";
 }
 
@@ -97,7 +91,7 @@ TEST_F(TimelineTests, ADoubleClickRestoresACut)
     auto demo = silent();
     demo.edit.cuts = {{1, 3}, {7, 8}};
     show(demo);
-    QTest::mouseDClick(view.get(), Qt::LeftButton, {}, place(2, trackRow));
+    QTest::mouseDClick(view.get(), Qt::LeftButton, {}, place(2, trackRow()));
     EXPECT_THAT(project().edit.cuts.items(), ElementsAre(isSpan(7, 8)));
 }
 
@@ -106,11 +100,11 @@ TEST_F(TimelineTests, ZoomPointsAreMovedAndStretched)
     auto demo = silent();
     demo.edit.events = {pointer(PointerKind::move, 0.1), pointer(PointerKind::zoom, 2)}; // 2..4.5
     show(demo);
-    drag(place(3, zoomRow), place(5, zoomRow), Qt::ShiftModifier);
+    drag(place(3, zoomRow()), place(5, zoomRow()), Qt::ShiftModifier);
     EXPECT_NEAR(project().edit.events[1].time, 4, pixel * 2);
     EXPECT_DOUBLE_EQ(project().edit.events[1].duration, 2.5);
     const double end = project().edit.events[1].time + 2.5;
-    drag(place(end, zoomRow), place(9, zoomRow), Qt::ShiftModifier);
+    drag(place(end, zoomRow()), place(9, zoomRow()), Qt::ShiftModifier);
     EXPECT_NEAR(project().edit.events[1].time + project().edit.events[1].duration, 9, pixel * 2);
     key(Qt::Key_Delete);
     EXPECT_THAT(project().edit.events.items(), testing::SizeIs(1)) << "the one last taken is removed";
@@ -123,20 +117,54 @@ TEST_F(TimelineTests, TheRulerLeadsThePlayhead)
     EXPECT_NEAR(model->playhead(), 6, pixel);
     EXPECT_NEAR(player->seeks.back(), 6, pixel);
     EXPECT_GE(player->seeks.size(), 4) << "the picture follows";
-    QTest::mouseClick(view.get(), Qt::LeftButton, {}, place(8, trackRow));
+    QTest::mouseClick(view.get(), Qt::LeftButton, {}, place(8, trackRow()));
     EXPECT_NEAR(model->playhead(), 8, pixel);
 }
 
-TEST_F(TimelineTests, TheWheelZoomsRoundThePointer)
+TEST_F(TimelineTests, TheWheelZoomsRoundThePlayheadOrElseThePointer)
 {
     show(silent());
-    const QPoint at = place(7, trackRow);
-    QWheelEvent wheel(at, view->mapToGlobal(at), {}, {0, 360}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
-    QCoreApplication::sendEvent(view.get(), &wheel);
+    const auto turn = [&](QPoint at) {
+        QWheelEvent wheel(at, view->mapToGlobal(at), {}, {0, 360}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(view.get(), &wheel);
+    };
+    model->seek(4);
+    const double place = timeline().playheadX();
+    turn(this->place(7, trackRow()));
     EXPECT_FALSE(timeline().fits());
+    EXPECT_NEAR(timeline().playheadX(), place, 1) << "the playhead stays where it is";
+    ASSERT_TRUE(waitUntil([&] { return item("overview")->isVisible() && item("overview")->width() > 100; }));
+
+    // The overview leads elsewhere; the playhead is out of sight then.
+    model->seek(0);
+    const auto* overview = item("overview");
+    QTest::mouseClick(
+        view.get(), Qt::LeftButton, {}, overview->mapToScene({overview->width() * 0.9, overview->height() / 2}).toPoint());
+    EXPECT_NEAR(timeline().timeAt(timeline().width()), 10, 0.05);
+    const QPoint at = this->place(7, trackRow());
+    turn(at);
     EXPECT_NEAR(timeline().timeAt(timeline().mapFromScene(at).x()), 7, pixel);
+    key(Qt::Key_Plus);
+    EXPECT_NEAR(timeline().playheadX(), 0, 1) << "the key brings it back";
     key(Qt::Key_0);
     EXPECT_TRUE(timeline().fits());
+    EXPECT_FALSE(item("overview")->isVisible());
+}
+
+TEST_F(TimelineTests, ThePictureIsShownAlone)
+{
+    show(silent());
+    const auto* picture = control(QAccessible::Graphic, "Vista previa");
+    const double before = picture->height();
+    key(Qt::Key_F);
+    EXPECT_TRUE(waitUntil([&] { return !timeline().isVisible() && picture->height() > before + 100; }));
+    key(Qt::Key_Space);
+    EXPECT_EQ(player->rate(), 1) << "the keys go on working";
+    key(Qt::Key_Escape);
+    EXPECT_TRUE(waitUntil([&] { return timeline().isVisible() && picture->height() == before; }));
+    click(QAccessible::Button, "Ver solo la imagen");
+    click(QAccessible::Button, "Volver al editor");
+    EXPECT_TRUE(timeline().isVisible());
 }
 
 class KeyTests : public EditorFixture { };
@@ -181,7 +209,8 @@ TEST_F(KeyTests, TheWholeCutIsDoneFromTheKeyboard)
 
     key(Qt::Key_Z);
     ASSERT_EQ(project().edit.events.size(), 1);
-    EXPECT_NEAR(project().edit.events.front().time, model->playhead(), 1e-6);
+    const auto& zoom = project().edit.events.front();
+    EXPECT_NEAR(model->playhead(), zoom.time + zoom.duration / 2, 1e-6) << "it can be seen";
 }
 
 TEST_F(KeyTests, SpaceAndTheShuttleKeysPlay)
@@ -345,7 +374,7 @@ TEST_F(InspectorTests, EscapeGivesUpWhatWasTyped)
     };
     for (const auto& [section, role, name, shown] : {Case{"text", QAccessible::EditableText, "Fragmento", "hola"},
              Case{"effects", QAccessible::EditableText, "Texto en pantalla", "Hola"},
-             Case{"text", QAccessible::SpinBox, "Inicio", "0,00"}, Case{"text", QAccessible::SpinBox, "Final", "1,00"}}) {
+             Case{"text", QAccessible::SpinBox, "Inicio", "0,00"}, Case{"text", QAccessible::SpinBox, "Final", "0,00"}}) {
         SCOPED_TRACE(name);
         view->rootObject()->setProperty("section", section);
         QQuickItem* field = nullptr;
@@ -358,7 +387,7 @@ TEST_F(InspectorTests, EscapeGivesUpWhatWasTyped)
         EXPECT_FALSE(field->hasActiveFocus());
         EXPECT_EQ(field->property("text"), shown);
         EXPECT_FALSE(model->canUndo());
-        EXPECT_EQ(model->selectedSpan(), (Span{0, 1}));
+        EXPECT_EQ(model->selectedSpan(), (Span{0, 0})) << "nothing is selected until somebody selects it";
     }
     item("textSection")->setProperty("asList", false); // It is remembered.
 }
@@ -392,128 +421,45 @@ TEST_F(InspectorTests, EveryControlHasANameAndARole)
     EXPECT_GT(seen, 40);
 }
 
-class PreviewTests : public EditorFixture { };
-
-/// The smallest rectangle that holds everything bright.
-QRect inked(const QImage& picture)
-{
-    QRect found;
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x) {
-            if (qGray(picture.pixel(x, y)) > 128)
-                found |= QRect(x, y, 1, 1);
-        }
-    }
-    return found;
-}
-
-TEST_F(PreviewTests, AnOverlayIsDraggedOnThePictureInOneStep)
+TEST_F(InspectorTests, AClickedZoomShowsItsCard)
 {
     auto demo = silent();
-    demo.edit.overlays.edit().push_back({.content = "Hola", .start = 0, .end = 5, .x = 0.25, .y = 0.25});
+    for (int i = 0; i < 9; ++i) {
+        demo.edit.events.edit().push_back(pointer(PointerKind::zoom, i));
+        demo.edit.events.edit().back().duration = 0.5;
+    }
     show(demo);
-    auto* text = control(QAccessible::Graphic, "Hola");
-    ASSERT_TRUE(text);
-    const auto* picture = text->parentItem();
-    EXPECT_NEAR(text->x(), 0.25 * picture->width(), 1);
-    // 1080 / 28 = 38 lines of the picture for one line of text.
-    EXPECT_NEAR(text->height() / picture->height(), 38.0 / 1080, 0.005);
+    QTest::mouseClick(
+        view.get(), Qt::LeftButton, {}, place(8.25, TimelineRows(project()).zoomsTop() + TimelineRows::lane / 2));
+    const auto inSight = [&] {
+        const auto* card = control(QAccessible::Grouping, "Zoom en 00:08,0");
+        return card && card->property("marked").toBool() && card->mapToScene({0, 0}).y() > 0
+            && card->mapToScene({0, card->height()}).y() < view->height() + 1;
+    };
+    EXPECT_TRUE(waitUntil(inSight));
+}
 
-    const QPoint from = centre(text);
-    drag(from, from + QPoint(static_cast<int>(picture->width() / 4), static_cast<int>(picture->height() / 2)));
-    EXPECT_NEAR(project().edit.overlays.front().x, 0.5, 0.01);
-    EXPECT_NEAR(project().edit.overlays.front().y, 0.75, 0.01);
+TEST_F(InspectorTests, DryCutsAreOfferedOnce)
+{
+    auto demo = lesson();
+    show(demo);
+    const auto offered = [&] { return control(QAccessible::Button, "Cortes secos") != nullptr; };
+    EXPECT_FALSE(offered());
+    model->cutWord(QString::fromStdString(project().edit.words.front().id.text()));
+    EXPECT_TRUE(offered());
+    click(QAccessible::Button, "Cortes secos");
+    EXPECT_EQ(project().edit.fade, 0);
+    EXPECT_FALSE(offered());
     model->undo();
-    EXPECT_EQ(project().edit.overlays, demo.edit.overlays);
+    model->undo();
+    model->cutWord(QString::fromStdString(project().edit.words.front().id.text()));
+    EXPECT_FALSE(offered()) << "once for each project";
 
-    model->seek(5);
-    EXPECT_FALSE(text->isVisible());
-}
-
-TEST_F(PreviewTests, TheCameraIsShownUntilTheEndOfItsFile)
-{
-    auto demo = silent();
-    demo.tracks.edit().push_back(track(TrackKind::camera, "media/camera.mov", 0, 2));
-    fs::create_directories(store.directory(demo.id) / "media");
-    makeVideo(store.mediaURL(demo, "media/camera.mov"), "testsrc2=size=64x36:rate=10:duration=2");
-    show(demo);
-    const auto* scene = view->rootObject()->findChild<PreviewScene*>();
-    ASSERT_TRUE(scene);
-    EXPECT_FALSE(scene->cameraShown());
-    ASSERT_TRUE(waitUntil([&] { return camera->hasComposition(); }));
-    camera->picture = QImage(64, 36, QImage::Format_RGB32);
-    emit camera->frameChanged();
-    auto* picture = item("camera");
-    ASSERT_TRUE(picture);
-    for (const auto& [time, isShown] : {std::pair(1.9, true), {2.1, false}, {0.5, true}}) {
-        model->seek(time);
-        EXPECT_EQ(picture->isVisible(), isShown) << time;
-    }
-    // Playing on behind the end does not play the last frame again and again.
-    model->play();
-    player->tick(3);
-    EXPECT_EQ(camera->rate(), 0);
-    EXPECT_FALSE(picture->isVisible());
-}
-
-TEST_F(PreviewTests, TextsLookAsInTheExport)
-{
-    constexpr QSize size(640, 360);
-    auto demo = VideoProject::make("Demo");
-    demo.duration = 1;
-    demo.width = size.width();
-    demo.height = size.height();
-    demo.edit.fade = 0;
-    demo.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 1)};
-    add(demo);
-    makeVideo(store.mediaURL(demo, "media/screen.mov"), "color=black:size=640x360:rate=10:duration=1");
-    for (const std::string text : {"C:\\new\\temp", "\\N\\h\\{}", "   dos", "\tuno\n  \n    tres", "fin\\"}) {
-        SCOPED_TRACE(text);
-        demo.edit.overlays = {{.content = text, .start = 0, .end = 1, .x = 0.25, .y = 0.25}};
-        const auto file = folder / "out.mp4";
-        ExportService::exportVideo(demo, store, file, {.height = 360, .fps = 10}, FfprobeMediaProbe());
-        const auto film = decodeFrames(file).front();
-        QImage burned(film.pixels.data(), film.width, film.height, film.width * 3, QImage::Format_RGB888);
-
-        QImage drawn(size, QImage::Format_RGB888);
-        drawn.fill(Qt::black);
-        OverlayText preview;
-        preview.setProperty("text", QString::fromStdString(text));
-        preview.setProperty("textSize", PreviewGeometry::textSize(size.height()));
-        preview.setProperty("lineWidth", size.width());
-        QPainter painter(&drawn);
-        painter.translate(size.width() / 4, size.height() / 4);
-        preview.paint(&painter);
-        painter.end();
-
-        const QRect inFilm = inked(burned);
-        const QRect inPreview = inked(drawn);
-        ASSERT_FALSE(inFilm.isEmpty());
-        EXPECT_NEAR(inPreview.left(), inFilm.left(), 2);
-        EXPECT_NEAR(inPreview.right(), inFilm.right(), 3);
-        EXPECT_NEAR(inPreview.top(), inFilm.top(), 2);
-        EXPECT_NEAR(inPreview.bottom(), inFilm.bottom(), 2);
-    }
-}
-
-TEST_F(PreviewTests, TheZoomAndThePointerFollowTheTime)
-{
-    auto demo = silent();
-    demo.edit.events = {pointer(PointerKind::move, 1, 0.5, 0.25), pointer(PointerKind::zoom, 2, 1, 0.5)};
-    demo.edit.events.edit()[1].scale = 2;
-    show(demo);
-    auto* pointerMark = item("pointer");
-    EXPECT_FALSE(pointerMark->isVisible());
-    model->seek(1.1);
-    EXPECT_TRUE(pointerMark->isVisible());
-    auto* magnified = pointerMark->parentItem();
-    EXPECT_NEAR(pointerMark->x() + pointerMark->width() / 2, magnified->width() / 2, 1);
-    EXPECT_NEAR(pointerMark->y() + pointerMark->height() / 2, magnified->height() / 4, 1);
-    EXPECT_EQ(magnified->scale(), 1);
-    model->seek(3);
-    EXPECT_EQ(magnified->scale(), 2);
-    EXPECT_NEAR(magnified->x(), -magnified->width(), 1) << "the right half";
-    EXPECT_NEAR(magnified->y(), -magnified->height() / 2, 1);
+    ASSERT_TRUE(view->rootObject()->setProperty("section", "effects"));
+    click(QAccessible::PageTab, "Largo");
+    EXPECT_EQ(project().edit.fade, 0.5);
+    click(QAccessible::PageTab, "Ninguno");
+    EXPECT_EQ(project().edit.fade, 0);
 }
 
 } // namespace

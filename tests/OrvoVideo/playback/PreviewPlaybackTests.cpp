@@ -1,4 +1,5 @@
 #include "CountedVideo.h"
+#include "OrvoVideo/playback/HeardSpans.h"
 #include "OrvoVideo/playback/VideoSource.h"
 #include "PlayerRig.h"
 #include "TestSupport/Media.h"
@@ -413,6 +414,18 @@ TEST_F(PreviewPlayback, CanBeDestroyedInAnyState)
         }
         rig.destroyPlayer();
     }
+}
+
+TEST(HeardSpans, AreSilentOutsideAndRiseAndFallAtTheirEnds)
+{
+    EXPECT_EQ(HeardSpans().gain(5), 1) << "without any everything is heard";
+    const HeardSpans spans({{.start = 1, .end = 3, .fadeIn = 0.5, .fadeOut = 0.25}, {.start = 4, .end = 5}});
+    for (const auto& [time, gain] :
+        {std::pair(0.5, 0.0), {1, 0}, {1.25, 0.5}, {2, 1}, {2.875, 0.5}, {3, 0}, {3.5, 0}, {4, 1}, {4.999, 1}, {5, 0}})
+        EXPECT_NEAR(spans.gain(time), gain, 1e-9) << time;
+    std::vector<float> samples(8, 1);
+    spans.apply(5, 4, samples); // 1.25, 1.5, 1.75, 2 s
+    EXPECT_THAT(samples, testing::ElementsAre(0.5F, 0.5F, 1, 1, 1, 1, 1, 1));
 }
 
 } // namespace

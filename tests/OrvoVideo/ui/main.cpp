@@ -20,7 +20,9 @@ int main(int argc, char** argv)
         QFile screen(home.filePath(QStringLiteral("screen.json")));
         if (!screen.open(QIODevice::WriteOnly))
             return EXIT_FAILURE;
-        screen.write(R"({"screens": [{"name": "test", "x": 0, "y": 0, "width": 1920, "height": 1080, "dpr": 1}]})");
+        screen.write(R"({"screens": [{"name": "test", "x": 0, "y": 0, "width": 2560, "height": 1440, "dpr": 1},
+            {"name": "sharp", "x": 2560, "y": 0, "width": 2560, "height": 1440, "dpr": 1.5},
+            {"name": "sharpest", "x": 5120, "y": 0, "width": 2560, "height": 1440, "dpr": 2}]})");
         screen.close();
         qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + screen.fileName().toUtf8());
     }

@@ -1,0 +1,116 @@
+#include "OrvoVideo/shell/WindowPlacement.h"
+
+#include <QEvent>
+#include <QScreen>
+#include <QSettings>
+#include <algorithm>
+
+namespace orvo {
+
+namespace {
+
+/// What a title bar takes, until the window system tells the frame.
+constexpr QSize usualFrame{2, 40};
+
+QSize frameOf(const QWindow& window)
+{
+    const QMargins frame = window.frameMargins();
+    return {frame.left() + frame.right(), frame.top() + frame.bottom()};
+}
+
+} // namespace
+
+WindowPlacement::WindowPlacement(QWindow& window, QObject* parent)
+    : QObject(parent)
+    , m_window(&window)
+{
+    m_settling.setSingleShot(true);
+    m_settling.setInterval(250);
+    connect(&m_settling, &QTimer::timeout, this, &WindowPlacement::note);
+    const auto change = [this] { m_settling.start(); };
+    connect(m_window, &QWindow::widthChanged, this, change);
+    connect(m_window, &QWindow::heightChanged, this, change);
+    connect(m_window, &QWindow::windowStateChanged, this, change);
+}
+
+WindowPlacement::~WindowPlacement()
+{
+    if (m_settling.isActive())
+        note();
+}
+
+void WindowPlacement::show()
+{
+    QSettings stored;
+    stored.beginGroup(QStringLiteral("window"));
+    m_size = {stored.value(QStringLiteral("width"), usualSize.width()).toInt(),
+        stored.value(QStringLiteral("height"), usualSize.height()).toInt()};
+    m_maximized = stored.value(QStringLiteral("maximized"), false).toBool();
+
+    const QSize room = m_window->screen()->availableGeometry().size();
+    m_window->setMinimumSize(minimumSize.boundedTo(room));
+    m_window->resize(m_size.boundedTo(room - usualFrame).expandedTo(m_window->minimumSize()));
+    m_window->installEventFilter(this);
+    if (m_maximized)
+        m_window->showMaximized();
+    else
+        m_window->show();
+}
+
+bool WindowPlacement::eventFilter(QObject* watched, QEvent* event)
+{
+    // The frame is known once the window is seen.
+    if (event->type() == QEvent::Expose && m_window && m_window->isExposed()) {
+        watched->removeEventFilter(this);
+        QMetaObject::invokeMethod(this, &WindowPlacement::keepInside, Qt::QueuedConnection);
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void WindowPlacement::bringBack()
+{
+    // `QWindow::show` would give a maximised window its ordinary size.
+    m_window->setWindowStates(m_window->windowStates() & ~Qt::WindowMinimized);
+    m_window->setVisible(true);
+    m_window->raise();
+    m_window->requestActivate();
+}
+
+void WindowPlacement::keepInside()
+{
+    if (!m_window || m_window->windowStates() != Qt::WindowNoState)
+        return;
+    const QRect room = m_window->screen()->availableGeometry();
+    const QSize fitting = m_window->size().boundedTo(room.size() - frameOf(*m_window));
+    if (fitting != m_window->size()) {
+        m_window->setMinimumSize(m_window->minimumSize().boundedTo(fitting));
+        m_window->resize(fitting);
+    }
+    const QRect whole = m_window->frameGeometry();
+    const QPoint inside(std::clamp(whole.x(), room.x(), std::max(room.x(), room.x() + room.width() - whole.width())),
+        std::clamp(whole.y(), room.y(), std::max(room.y(), room.y() + room.height() - whole.height())));
+    if (inside != whole.topLeft())
+        m_window->setFramePosition(inside);
+}
+
+void WindowPlacement::note()
+{
+    m_settling.stop();
+    if (!m_window)
+        return;
+    const auto states = m_window->windowStates();
+    if (states.testAnyFlags(Qt::WindowMinimized | Qt::WindowFullScreen))
+        return;
+    // What happens to a window that is hidden or closed is the window system's doing.
+    if (m_window->isVisible())
+        m_maximized = states.testFlag(Qt::WindowMaximized);
+    if (!m_maximized)
+        m_size = m_window->size();
+    QSettings stored;
+    stored.beginGroup(QStringLiteral("window"));
+    stored.setValue(QStringLiteral("width"), m_size.width());
+    stored.setValue(QStringLiteral("height"), m_size.height());
+    stored.setValue(QStringLiteral("maximized"), m_maximized);
+}
+
+} // namespace orvo

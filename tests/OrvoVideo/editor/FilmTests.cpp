@@ -1,0 +1,163 @@
+#include "../ModelFixture.h"
+#include "../playback/CountedVideo.h"
+#include "OrvoVideo/editor/EditorCommands.h"
+#include "OrvoVideo/editor/PreviewScene.h"
+#include "OrvoVideo/model/AppModel.h"
+#include "TestSupport/Media.h"
+#include "VideoMedia/ExportService.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
+#include "VideoMedia/RenderGraph.h"
+
+#include <QQuickItem>
+#include <QQuickView>
+#include <QSignalSpy>
+#include <QTest>
+#include <algorithm>
+#include <cmath>
+
+namespace orvo::test {
+
+namespace {
+
+constexpr int width = 640;
+constexpr int height = 360;
+constexpr int fps = 30;
+
+/// How alike two pictures of one size are to the eye, up to 1: the mean structural similarity of their brightness.
+double similarity(const QImage& a, const QImage& b)
+{
+    constexpr int window = 8;
+    constexpr double c1 = (0.01 * 255) * (0.01 * 255);
+    constexpr double c2 = (0.03 * 255) * (0.03 * 255);
+    double sum = 0;
+    int count = 0;
+    for (int top = 0; top + window <= a.height(); top += window / 2) {
+        for (int left = 0; left + window <= a.width(); left += window / 2) {
+            double sumA = 0;
+            double sumB = 0;
+            double squareA = 0;
+            double squareB = 0;
+            double product = 0;
+            for (int y = top; y < top + window; ++y) {
+                for (int x = left; x < left + window; ++x) {
+                    const double p = qGray(a.pixel(x, y));
+                    const double q = qGray(b.pixel(x, y));
+                    sumA += p;
+                    sumB += q;
+                    squareA += p * p;
+                    squareB += q * q;
+                    product += p * q;
+                }
+            }
+            constexpr double n = window * window;
+            const double meanA = sumA / n;
+            const double meanB = sumB / n;
+            const double varianceA = squareA / n - meanA * meanA;
+            const double varianceB = squareB / n - meanB * meanB;
+            const double covariance = product / n - meanA * meanB;
+            sum += (2 * meanA * meanB + c1) * (2 * covariance + c2)
+                / ((meanA * meanA + meanB * meanB + c1) * (varianceA + varianceB + c2));
+            ++count;
+        }
+    }
+    return sum / count;
+}
+
+/// The editor with the real player, over a library of its own, and the film that is exported from the same project.
+class FilmTests : public testing::Test {
+protected:
+    FilmTests()
+    {
+        project.duration = 4;
+        project.width = width;
+        project.height = height;
+        project.fps = fps;
+        project.tracks = {
+            track(TrackKind::screen, "media/screen.mp4", 0, 4), track(TrackKind::camera, "media/camera.mp4", 0, 3)};
+        auto& edit = project.edit;
+        edit.fade = 0.15;
+        edit.cuts = {{1, 1.5}, {2.5, 2.7}};
+        edit.cameraX = 0.7;
+        edit.cameraY = 0.6;
+        edit.cameraWidth = 0.25;
+        edit.events = {pointer(PointerKind::move, 0.2, 0.3, 0.7), pointer(PointerKind::click, 0.5, 0.4, 0.7),
+            pointer(PointerKind::move, 2.8, 0.2, 0.8)};
+        edit.events.edit().push_back(
+            {.time = 1.6, .x = 0.3, .y = 0.4, .kind = PointerKind::zoom, .duration = 0.8, .scale = 2});
+        edit.overlays.edit().push_back(
+            {.kind = Overlay::Kind::text, .content = "Pendiente", .start = 0.6, .end = 0.95, .x = 0.1, .y = 0.85});
+        edit.overlays.edit().push_back({.kind = Overlay::Kind::image,
+            .content = "media/image.png",
+            .start = 2.8,
+            .end = 3.6,
+            .x = 0.1,
+            .y = 0.6,
+            .width = 0.2});
+        store.create(project);
+        CountedVideo{.width = width, .height = height, .fps = fps, .seconds = 4, .filter = ",gblur=1.2"}.write(
+            store.mediaURL(project, "media/screen.mp4"));
+        makeVideo(store.mediaURL(project, "media/camera.mp4"), "gradients=size=160x90:rate=30:duration=3:c0=navy:c1=orange");
+        ffmpeg({"-f", "lavfi", "-i", "gradients=size=128x72:c0=green:c1=white", "-frames:v", "1",
+            store.mediaURL(project, "media/image.png").string()});
+    }
+
+    TemporaryFolder folder;
+    ProjectStore store{folder / "library"};
+    VideoProject project = VideoProject::make("Clase");
+};
+
+TEST_F(FilmTests, ThePreviewShowsTheFramesOfTheFilm)
+{
+    const auto file = folder / "film.mp4";
+    ExportService::exportVideo(project, store, file, {.height = height, .fps = fps, .quality = "high"}, FfprobeMediaProbe());
+    const auto film = decodeFrames(file);
+    // The frame of the recording that each frame of the film shows.
+    std::vector<long> shown;
+    for (const auto& kept : RenderGraph::keptSpans(project, fps)) {
+        for (long frame = std::lround(kept.span.start * fps); frame < std::lround(kept.span.end * fps); ++frame)
+            shown.push_back(frame);
+    }
+    ASSERT_EQ(film.size(), shown.size());
+
+    auto services = AppServices::create(store.root());
+    services.loadSecret = [](auto&&...) { return std::string(); };
+    AppModel model(std::move(services));
+    ASSERT_TRUE(waitUntil([&] { return model.libraryListed(); }));
+    QQuickView view;
+    view.setResizeMode(QQuickView::SizeRootObjectToView);
+    view.setInitialProperties({{QStringLiteral("app"), QVariant::fromValue(&model)}});
+    view.loadFromModule("Orvo.Editor", "EditorView");
+    view.show();
+    model.open(QString::fromStdString(project.id.text()));
+    ASSERT_TRUE(
+        waitUntil([&] { return model.preview() == AppModel::Preview::Ready && model.cameraPlayer()->hasComposition(); }));
+    ASSERT_TRUE(waitUntil([&] { return std::isfinite(model.cameraEnd()) && model.cameraEnd() > 0; }));
+    // The picture alone, in the size of the film.
+    view.rootObject()->findChild<EditorCommands*>()->setPictureAlone(true);
+    const auto* scene = view.rootObject()->findChild<PreviewScene*>();
+    ASSERT_TRUE(scene);
+    view.resize(width, height + 40);
+    ASSERT_TRUE(waitUntil([&] {
+        view.resize(width, view.height() + static_cast<int>(height - scene->viewSize().height()));
+        return scene->picture().size() == QSizeF(width, height);
+    }));
+
+    for (std::size_t i = 1; i < film.size(); i += 3) {
+        SCOPED_TRACE("frame " + std::to_string(i) + " of the film, " + std::to_string(shown[i]) + " of the recording");
+        QSignalSpy sought(model.player(), &PreviewPlayer::seekFinished);
+        QSignalSpy camera(model.cameraPlayer(), &PreviewPlayer::seekFinished);
+        model.seek(static_cast<double>(shown[i]) / fps);
+        ASSERT_TRUE(waitUntil([&] { return !sought.empty() && !camera.empty(); }));
+        QTest::qWait(0);
+        const QImage seen = view.grabWindow().copy(0, 0, width, height).convertToFormat(QImage::Format_RGB888);
+        const QImage wanted(film[i].pixels.data(), film[i].width, film[i].height, film[i].width * 3, QImage::Format_RGB888);
+        EXPECT_GE(similarity(seen, wanted), 0.98);
+        if (const auto number = pictureNumber(wanted)) {
+            EXPECT_EQ(pictureNumber(seen), number);
+        }
+    }
+}
+
+} // namespace
+
+} // namespace orvo::test

@@ -1,0 +1,192 @@
+#include "EditorFixture.h"
+#include "EditorGeometry/PreviewGeometry.h"
+#include "OrvoVideo/editor/PreviewMarks.h"
+#include "OrvoVideo/editor/PreviewScene.h"
+#include "TestSupport/Media.h"
+#include "VideoMedia/ExportService.h"
+#include "VideoMedia/FfprobeMediaProbe.h"
+
+#include <QPainter>
+#include <QTest>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+VideoProject silent()
+{
+    auto project = VideoProject::make("Demo");
+    project.duration = 10;
+    project.tracks = {track(TrackKind::screen, "media/none.mov", 0, 10)};
+    return project;
+}
+
+class PreviewTests : public EditorFixture { };
+
+/// The smallest rectangle that holds everything bright.
+QRect inked(const QImage& picture)
+{
+    QRect found;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            if (qGray(picture.pixel(x, y)) > 128)
+                found |= QRect(x, y, 1, 1);
+        }
+    }
+    return found;
+}
+
+TEST_F(PreviewTests, AnOverlayIsDraggedOnThePictureInOneStep)
+{
+    auto demo = silent();
+    demo.edit.overlays.edit().push_back({.content = "Hola", .start = 0, .end = 5, .x = 0.25, .y = 0.25});
+    show(demo);
+    auto* text = control(QAccessible::Graphic, "Hola");
+    ASSERT_TRUE(text);
+    const auto* picture = text->parentItem();
+    EXPECT_NEAR(text->x(), 0.25 * picture->width(), 1);
+    // 1080 / 28 = 38 lines of the picture for one line of text.
+    EXPECT_NEAR(text->height() / picture->height(), 38.0 / 1080, 0.005);
+
+    const QPoint from = centre(text);
+    drag(from, from + QPoint(static_cast<int>(picture->width() / 4), static_cast<int>(picture->height() / 2)));
+    EXPECT_NEAR(project().edit.overlays.front().x, 0.5, 0.01);
+    EXPECT_NEAR(project().edit.overlays.front().y, 0.75, 0.01);
+    model->undo();
+    EXPECT_EQ(project().edit.overlays, demo.edit.overlays);
+
+    model->seek(5);
+    EXPECT_FALSE(text->isVisible());
+}
+
+TEST_F(PreviewTests, TheCameraIsShownUntilTheEndOfItsFile)
+{
+    auto demo = silent();
+    demo.tracks.edit().push_back(track(TrackKind::camera, "media/camera.mov", 0, 2));
+    fs::create_directories(store.directory(demo.id) / "media");
+    makeVideo(store.mediaURL(demo, "media/camera.mov"), "testsrc2=size=64x36:rate=10:duration=2");
+    show(demo);
+    const auto* scene = view->rootObject()->findChild<PreviewScene*>();
+    ASSERT_TRUE(scene);
+    EXPECT_FALSE(scene->cameraShown());
+    ASSERT_TRUE(waitUntil([&] { return camera->hasComposition(); }));
+    camera->picture = QImage(64, 36, QImage::Format_RGB32);
+    emit camera->frameChanged();
+    auto* picture = item("camera");
+    ASSERT_TRUE(picture);
+    for (const auto& [time, isShown] : {std::pair(1.9, true), {2.1, false}, {0.5, true}}) {
+        model->seek(time);
+        EXPECT_EQ(picture->isVisible(), isShown) << time;
+    }
+    // Playing on behind the end does not play the last frame again and again.
+    model->play();
+    player->tick(3);
+    EXPECT_EQ(camera->rate(), 0);
+    EXPECT_FALSE(picture->isVisible());
+}
+
+TEST_F(PreviewTests, TextsLookAsInTheExport)
+{
+    constexpr QSize size(640, 360);
+    auto demo = VideoProject::make("Demo");
+    demo.duration = 1;
+    demo.width = size.width();
+    demo.height = size.height();
+    demo.edit.fade = 0;
+    demo.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 1)};
+    add(demo);
+    makeVideo(store.mediaURL(demo, "media/screen.mov"), "color=black:size=640x360:rate=10:duration=1");
+    for (const std::string text : {"C:\\new\\temp", "\\N\\h\\{}", "   dos", "\tuno\n  \n    tres", "fin\\"}) {
+        SCOPED_TRACE(text);
+        demo.edit.overlays = {{.content = text, .start = 0, .end = 1, .x = 0.25, .y = 0.25}};
+        const auto file = folder / "out.mp4";
+        ExportService::exportVideo(demo, store, file, {.height = 360, .fps = 10}, FfprobeMediaProbe());
+        const auto film = decodeFrames(file).front();
+        QImage burned(film.pixels.data(), film.width, film.height, film.width * 3, QImage::Format_RGB888);
+
+        QImage drawn(size, QImage::Format_RGB888);
+        drawn.fill(Qt::black);
+        OverlayText preview;
+        preview.setProperty("text", QString::fromStdString(text));
+        preview.setProperty("textSize", PreviewGeometry::textSize(size.height()));
+        preview.setProperty("lineWidth", size.width());
+        QPainter painter(&drawn);
+        painter.translate(size.width() / 4, size.height() / 4);
+        preview.paint(&painter);
+        painter.end();
+
+        const QRect inFilm = inked(burned);
+        const QRect inPreview = inked(drawn);
+        ASSERT_FALSE(inFilm.isEmpty());
+        EXPECT_NEAR(inPreview.left(), inFilm.left(), 2);
+        EXPECT_NEAR(inPreview.right(), inFilm.right(), 3);
+        EXPECT_NEAR(inPreview.top(), inFilm.top(), 2);
+        EXPECT_NEAR(inPreview.bottom(), inFilm.bottom(), 2);
+    }
+}
+
+TEST_F(PreviewTests, TheZoomAndThePointerFollowTheTime)
+{
+    auto demo = silent();
+    demo.edit.events = {pointer(PointerKind::move, 1, 0.5, 0.25), pointer(PointerKind::zoom, 2, 1, 0.5)};
+    demo.edit.events.edit()[1].scale = 2;
+    show(demo);
+    auto* pointerMark = item("pointer");
+    EXPECT_FALSE(pointerMark->isVisible());
+    model->seek(1.1);
+    EXPECT_TRUE(pointerMark->isVisible());
+    auto* magnified = pointerMark->parentItem();
+    EXPECT_NEAR(pointerMark->x() + pointerMark->width() / 2, magnified->width() / 2, 1);
+    EXPECT_NEAR(pointerMark->y() + pointerMark->height() / 2, magnified->height() / 4, 1);
+    EXPECT_EQ(magnified->scale(), 1);
+    model->seek(3);
+    EXPECT_EQ(magnified->scale(), 2);
+    EXPECT_NEAR(magnified->x(), -magnified->width(), 1) << "the right half";
+    EXPECT_NEAR(magnified->y(), -magnified->height() / 2, 1);
+}
+
+TEST_F(PreviewTests, AnOverlayIsAlignedAndNudged)
+{
+    auto demo = silent();
+    demo.edit.overlays.edit().push_back({.content = "Hola", .start = 0, .end = 5, .x = 0.25, .y = 0.25});
+    show(demo);
+    auto* text = control(QAccessible::Graphic, "Hola");
+    ASSERT_TRUE(text);
+    const double frame = text->parentItem()->width();
+    const double middle = frame / 2 - text->width() / 2;
+    const QPoint from = centre(text);
+    drag(from, from + QPoint(static_cast<int>(middle - text->x()) + 4, 0));
+    EXPECT_NEAR(project().edit.overlays.front().x + text->width() / frame / 2, 0.5, 0.001) << "it holds on to the middle";
+    const double x = project().edit.overlays.front().x;
+    key(Qt::Key_Right);
+    EXPECT_NEAR(project().edit.overlays.front().x, x + 1.0 / 1920, 1e-9);
+    key(Qt::Key_Left, Qt::ShiftModifier);
+    EXPECT_NEAR(project().edit.overlays.front().x, x - 9.0 / 1920, 1e-9);
+    EXPECT_EQ(model->playhead(), 0) << "the arrows are the overlay's";
+    key(Qt::Key_Delete);
+    EXPECT_TRUE(project().edit.overlays.empty());
+}
+
+TEST_F(PreviewTests, TheFadesOfTheFilmAreShown)
+{
+    auto demo = silent();
+    demo.edit.cuts = {{2, 4}};
+    demo.edit.fade = 0.5;
+    show(demo);
+    const auto* scene = view->rootObject()->findChild<PreviewScene*>();
+    ASSERT_TRUE(scene);
+    EXPECT_EQ(scene->dip(), 0) << "what was opened is seen";
+    for (const auto& [time, dip] : {std::pair(0.1, 0.8), {1.0, 0.0}, {1.8, 0.6}, {3.0, 0.0}, {4.0, 1.0}, {4.4, 0.2}}) {
+        model->seek(time);
+        EXPECT_NEAR(scene->dip(), dip, 1e-6) << time;
+    }
+    model->setValue("fade", 0);
+    model->seek(4);
+    EXPECT_EQ(scene->dip(), 0);
+}
+
+} // namespace
+
+} // namespace orvo::test
