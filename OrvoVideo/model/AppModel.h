@@ -26,8 +26,8 @@
 
 namespace orvo {
 
-/// The one central model of the application: it creates its components, connects them, and forwards to them. Each
-/// component's header says what it does; here are the operations and fields that the windows and tests use most.
+/// The one central model of the application: creates its components, connects them, and forwards to them. Each forward is
+/// documented where it leads, in the component's header.
 ///
 /// Lives on the main thread, and everything here is called there. Nothing blocks but `prepareToQuit` and the destructor.
 /// Long operations are coroutines; the destructor finishes them all. Failures go to `errorMessage` and `status`; no

@@ -5,7 +5,6 @@
 #include <QCoroTask>
 #include <QObject>
 #include <QString>
-#include <QtQml/qqmlregistration.h>
 #include <functional>
 #include <stop_token>
 #include <utility>
@@ -24,13 +23,6 @@ namespace orvo {
 /// A recording reserves the operation: until it gives it back, only `performReserved` starts work.
 class Operation : public QObject {
     Q_OBJECT
-    QML_ELEMENT
-    QML_UNCREATABLE("Belongs to the model")
-    Q_PROPERTY(bool busy READ busy NOTIFY busyChanged)
-    Q_PROPERTY(bool idle READ idle NOTIFY idleChanged)
-    Q_PROPERTY(double progress READ progress NOTIFY progressChanged)
-    Q_PROPERTY(QString status READ status NOTIFY statusChanged)
-    Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
 public:
     /// A coroutine of the main thread. It gets how it is stopped and where it reports its progress, 0..1.
     using Work = std::function<QCoro::Task<>(WorkControl control)>;
@@ -52,7 +44,7 @@ public:
     void setReserved(bool reserved);
 
     /// Asks the running operation to stop.
-    Q_INVOKABLE void cancel();
+    void cancel();
 
     bool busy() const { return m_busy; }
     /// Whether a long operation or a recording can begin.
@@ -70,7 +62,7 @@ public:
     /// The last error; empty when there is none to show.
     QString errorMessage() const { return m_errorMessage; }
     void setErrorMessage(const QString& message);
-    Q_INVOKABLE void clearError() { setErrorMessage({}); }
+    void clearError() { setErrorMessage({}); }
 
     /// Runs a coroutine that nobody waits for. An exception goes to `errorMessage`; `Cancelled` is ignored. The coroutine
     /// must end before this object does.
