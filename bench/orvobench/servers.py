@@ -125,10 +125,16 @@ def _uploads(program, folder, runs, megabytes, say):
             say(f"server: upload, round {number + 1} of {runs}")
             content = os.urandom(megabytes << 20)
             _, ((_, _, upload),) = ours.register({"hls/master.m3u8": content})
-            disk.append(_written(folder / "plain", content))
-            begin = time.monotonic()
-            _sent(ours, upload, content)
-            speeds.append(len(content) / 1e6 / (time.monotonic() - begin))
+            def uploaded():
+                begin = time.monotonic()
+                _sent(ours, upload, content)
+                speeds.append(len(content) / 1e6 / (time.monotonic() - begin))
+
+            def written():
+                disk.append(_written(folder / "plain", content))
+
+            for step in (uploaded, written) if number % 2 else (written, uploaded):
+                step()
         say("server: 100 uploads at once")
         _, uploads = ours.register({f"hls/{number}.ts": os.urandom(CHUNK) for number in range(100)})
         threads = [threading.Thread(target=_sent, args=(ours, upload, content)) for _, content, upload in uploads]
