@@ -4,6 +4,7 @@
 #include "OrvoVideo/model/Answer.h"
 #include "OrvoVideo/model/AppServices.h"
 #include "OrvoVideo/model/CaptureChoice.h"
+#include "OrvoVideo/model/ExportChoice.h"
 #include "OrvoVideo/model/History.h"
 #include "OrvoVideo/model/ProjectDocuments.h"
 #include "OrvoVideo/model/ShortcutManager.h"
@@ -94,6 +95,7 @@ class AppModel : public QObject {
     // Settings of this run.
     Q_PROPERTY(orvo::RecordingOptions options READ options WRITE setOptions NOTIFY optionsChanged)
     Q_PROPERTY(QString exportQuality READ exportQuality WRITE setExportQuality NOTIFY exportQualityChanged)
+    Q_PROPERTY(orvo::ExportChoice* exportChoice READ exportChoice CONSTANT)
     Q_PROPERTY(QString language READ language WRITE setLanguage NOTIFY languageChanged)
     Q_PROPERTY(QString speechModel READ speechModel WRITE setSpeechModel NOTIFY transcriptionChanged)
     Q_PROPERTY(bool ffmpegAvailable READ ffmpegAvailable NOTIFY toolsChanged)
@@ -430,6 +432,8 @@ public:
     /// "small", "balanced" or "high".
     QString exportQuality() const { return m_exportQuality; }
     void setExportQuality(const QString& quality);
+    /// The subtitles of exports; remembered.
+    ExportChoice* exportChoice() { return &m_exportChoice; }
     /// Language of speech recognition, "es-ES" or "en-US".
     QString language() const { return m_language; }
     void setLanguage(const QString& language);
@@ -688,6 +692,7 @@ private:
     QTimer m_recordingClock; ///< Shows the time while recording.
     RecordingOptions m_options;
     QString m_exportQuality = QStringLiteral("balanced");
+    ExportChoice m_exportChoice;
     QString m_language = QStringLiteral("es-ES");
     TranscriptionOptions m_transcription{.model = std::string(SpeechModels::usual)};
 

@@ -19,8 +19,8 @@ QCoro::Task<> AppModel::pickDestination(VideoProject project)
     const auto destination = co_await chosen;
     if (!destination)
         co_return;
-    const ExportSettings settings{
-        .height = m_options.height, .fps = m_options.fps, .quality = m_exportQuality.toStdString()};
+    ExportSettings settings{.height = m_options.height, .fps = m_options.fps, .quality = m_exportQuality.toStdString()};
+    m_exportChoice.apply(settings);
     perform(
         [this, project = std::move(project), destination = *destination, settings](WorkControl control) -> QCoro::Task<> {
             setStatus(QStringLiteral("Exportando vídeo…"));
@@ -30,7 +30,8 @@ QCoro::Task<> AppModel::pickDestination(VideoProject project)
                     return ExportService::exportVideo(project, store, destination, settings, *probe, progress, stop);
                 });
             const auto remarks = QString::fromStdString(outcome.remarks());
-            const auto done = QStringLiteral("Vídeo y subtítulos exportados");
+            const auto done = settings.subtitles == SubtitleCues::none ? QStringLiteral("Vídeo exportado")
+                                                                       : QStringLiteral("Vídeo y subtítulos exportados");
             setStatus(remarks.isEmpty() ? done : done + QStringLiteral(". ") + remarks);
             m_services.workspace->reveal(destination);
         });

@@ -3,6 +3,7 @@
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/Error.h"
 #include "VideoMedia/RecordingPreparation.h"
+#include "VideoMedia/VideoEncoder.h"
 
 #include <QScopeGuard>
 #include <utility>
@@ -23,6 +24,7 @@ QCoro::Task<> AppModel::processTab(VideoProject project, bool force, WorkControl
 {
     const auto which = force ? RecordingPreparation::Which::all : RecordingPreparation::Which::needed;
     std::optional<std::string> failure;
+    QString done = QStringLiteral("Grabación preparada");
     try {
         const auto prepared = co_await m_workers.run(std::move(control),
             [project, which, store = store(), probe = m_services.probe](
@@ -37,6 +39,8 @@ QCoro::Task<> AppModel::processTab(VideoProject project, bool force, WorkControl
         if (!prepared.lost.empty()) // What could be prepared is kept all the same.
             throw lost;
         CaptureSession::unmark(store().directory(project.id));
+        if (prepared.hardwareFailed)
+            done += QStringLiteral(". ") + Text::from(std::string(hardwareFailureText));
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {
@@ -48,7 +52,7 @@ QCoro::Task<> AppModel::processTab(VideoProject project, bool force, WorkControl
         throw captureError(*failure);
     }
     if (force || !m_busy)
-        setStatus(QStringLiteral("Grabación preparada"));
+        setStatus(done);
 }
 
 void AppModel::setLost(const Uuid& id, LostTracks lost)
