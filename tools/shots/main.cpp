@@ -65,7 +65,7 @@ public:
     Photographer(QDir folder, MainWindow& main)
         : m_folder(std::move(folder))
         , m_window(main.window())
-        , m_appearance(*qmlEngine(&m_window)->singletonInstance<Appearance*>("OrvoVideo", "Appearance"))
+        , m_appearance(*qmlEngine(&m_window)->singletonInstance<Appearance*>("Orvo.Ui", "Appearance"))
     {
     }
 
