@@ -394,6 +394,31 @@ Flickable {
                     root.app.options = options
                 }
             }
+            OLabel {
+                text: "Subtítulos"
+                secondary: true
+            }
+            OComboBox {
+                readonly property var cues: ["words", "phrases", "none"]
+
+                objectName: "subtitles"
+                Layout.fillWidth: true
+                name: "Subtítulos"
+                model: ["Palabra a palabra", "Frases", "Ninguno"]
+                currentIndex: cues.indexOf(root.app.exportChoice.subtitles)
+                onActivated: index => root.app.exportChoice.subtitles = cues[index]
+            }
+        }
+        OSwitch {
+            objectName: "burnIn"
+            Layout.fillWidth: true
+            visible: root.app.exportChoice.subtitles !== "none"
+            text: "Incrustados en la imagen"
+            checked: root.app.exportChoice.burnIn
+            onToggled: {
+                root.app.exportChoice.burnIn = checked
+                checked = Qt.binding(() => root.app.exportChoice.burnIn)
+            }
         }
     }
 }

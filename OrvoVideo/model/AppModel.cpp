@@ -32,6 +32,7 @@ AppModel::AppModel(AppServices services, QObject* parent)
           .workers = m_workers})
     , m_importExport({.services = m_services,
           .settings = m_settings,
+          .exportChoice = m_exportChoice,
           .open = m_project,
           .saving = m_saving,
           .library = m_library,

@@ -3,6 +3,7 @@
 #include "OrvoVideo/model/AppInstallation.h"
 #include "OrvoVideo/model/AppServices.h"
 #include "OrvoVideo/model/Editing.h"
+#include "OrvoVideo/model/ExportChoice.h"
 #include "OrvoVideo/model/ImportExport.h"
 #include "OrvoVideo/model/OpenProject.h"
 #include "OrvoVideo/model/Operation.h"
@@ -53,6 +54,7 @@ class AppModel : public QObject {
     Q_PROPERTY(orvo::Publishing* publishing READ publishing CONSTANT)
     Q_PROPERTY(orvo::Transcription* transcription READ transcription CONSTANT)
     Q_PROPERTY(orvo::AppInstallation* installation READ installation CONSTANT)
+    Q_PROPERTY(orvo::ExportChoice* exportChoice READ exportChoice CONSTANT)
 
     Q_PROPERTY(bool libraryListed READ libraryListed NOTIFY libraryListedChanged)
     Q_PROPERTY(bool hasProject READ hasProject NOTIFY projectChanged)
@@ -98,6 +100,7 @@ public:
     Publishing* publishing() { return &m_publishing; }
     Transcription* transcription() { return &m_transcription; }
     AppInstallation* installation() { return &m_installation; }
+    ExportChoice* exportChoice() { return &m_exportChoice; }
 
     // --- The library, and opening ---------------------------------------------------------------------------------------
 
@@ -233,6 +236,7 @@ private:
     // Each uses those above it.
     AppServices m_services;
     RunSettings m_settings;
+    ExportChoice m_exportChoice;
     Operation m_operation;
     Workers m_workers;
     ProjectDocuments m_documents;

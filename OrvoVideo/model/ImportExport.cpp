@@ -72,7 +72,8 @@ QCoro::Task<> ImportExport::pickDestination(VideoProject project)
     const auto destination = co_await chosen;
     if (!destination)
         co_return;
-    const auto settings = m_parts.settings.exports();
+    auto settings = m_parts.settings.exports();
+    m_parts.exportChoice.apply(settings);
     m_parts.operation.perform(
         [this, project = std::move(project), destination = *destination, settings](WorkControl control) -> QCoro::Task<> {
             m_parts.operation.setStatus(QStringLiteral("Exportando vídeo…"));
@@ -82,7 +83,8 @@ QCoro::Task<> ImportExport::pickDestination(VideoProject project)
                     return ExportService::exportVideo(project, store, destination, settings, *probe, progress, stop);
                 });
             const auto remarks = QString::fromStdString(outcome.remarks());
-            const auto done = QStringLiteral("Vídeo y subtítulos exportados");
+            const auto done = settings.subtitles == SubtitleCues::none ? QStringLiteral("Vídeo exportado")
+                                                                       : QStringLiteral("Vídeo y subtítulos exportados");
             m_parts.operation.setStatus(remarks.isEmpty() ? done : done + QStringLiteral(". ") + remarks);
             m_parts.services.workspace->reveal(destination);
         });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OrvoVideo/model/AppServices.h"
+#include "OrvoVideo/model/ExportChoice.h"
 #include "OrvoVideo/model/OpenProject.h"
 #include "OrvoVideo/model/Operation.h"
 #include "OrvoVideo/model/ProjectLibrary.h"
@@ -20,6 +21,7 @@ public:
     struct Parts {
         const AppServices& services;
         const RunSettings& settings;
+        const ExportChoice& exportChoice;
         OpenProject& open;
         Saving& saving;
         ProjectLibrary& library;

@@ -83,7 +83,9 @@ QCoro::Task<> Publishing::publishProject(VideoProject project, WorkControl contr
     m_typedPolicy.reset();
     const auto published = QStringLiteral("Vídeo publicado");
     m_parts.operation.setStatus(published);
-    copyEmbedOf(publication, published + QStringLiteral(". "));
+    const auto remarks = QString::fromStdString(package->remarks());
+    copyEmbedOf(
+        publication, published + QStringLiteral(". ") + (remarks.isEmpty() ? remarks : remarks + QStringLiteral(" ")));
 }
 
 /// What was typed for a publication that failed is still in the fields, or waits until its project is opened again.

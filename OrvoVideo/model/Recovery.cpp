@@ -4,6 +4,7 @@
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/Error.h"
 #include "VideoMedia/RecordingPreparation.h"
+#include "VideoMedia/VideoEncoder.h"
 
 #include <QScopeGuard>
 #include <utility>
@@ -33,6 +34,7 @@ QCoro::Task<> Recovery::process(VideoProject project, bool force, WorkControl co
 {
     const auto which = force ? RecordingPreparation::Which::all : RecordingPreparation::Which::needed;
     std::optional<std::string> failure;
+    QString done = QStringLiteral("Grabación preparada");
     try {
         const auto prepared = co_await m_parts.workers.run(std::move(control),
             [project, which, store = m_parts.store, probe = m_parts.probe](
@@ -48,6 +50,8 @@ QCoro::Task<> Recovery::process(VideoProject project, bool force, WorkControl co
         if (!prepared.lost.empty()) // What could be prepared is kept all the same.
             throw lost;
         CaptureSession::unmark(m_parts.store.directory(project.id));
+        if (prepared.hardwareFailed)
+            done += QStringLiteral(". ") + Text::from(std::string(hardwareFailureText));
     } catch (const Cancelled&) {
         throw;
     } catch (const std::exception& error) {
@@ -59,7 +63,7 @@ QCoro::Task<> Recovery::process(VideoProject project, bool force, WorkControl co
         throw captureError(*failure);
     }
     if (force || !m_parts.operation.busy())
-        m_parts.operation.setStatus(QStringLiteral("Grabación preparada"));
+        m_parts.operation.setStatus(done);
 }
 
 void Recovery::setLost(const Uuid& id, Lost lost)

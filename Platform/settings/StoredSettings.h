@@ -12,6 +12,10 @@ namespace orvo::StoredSettings {
 /// The address of the publishing server.
 inline constexpr std::string_view serverURL = "serverURL";
 
+/// The subtitles of an export, "words", "phrases" or "none", and whether they are burned in, "true" or "false".
+inline constexpr std::string_view exportSubtitles = "exportSubtitles";
+inline constexpr std::string_view exportBurnIn = "exportBurnIn";
+
 std::filesystem::path file();
 
 /// The value of a setting; nullopt when it is not set or the file cannot be read.

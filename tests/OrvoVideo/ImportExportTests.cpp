@@ -170,6 +170,36 @@ TEST_F(ImportExportTests, ExportsTheProjectAsItWas)
     EXPECT_THAT(subtitles, testing::Not(HasSubstr("hola")));
 }
 
+TEST_F(ImportExportTests, TheChoiceOfSubtitlesIsRemembered)
+{
+    const auto clip = movie("clip.mp4", 1);
+    start();
+    EXPECT_EQ(model->exportChoice()->subtitles(), "words");
+    EXPECT_FALSE(model->exportChoice()->burnIn());
+    model->exportChoice()->setSubtitles("everything");
+    EXPECT_EQ(model->exportChoice()->subtitles(), "words");
+    model->exportChoice()->setSubtitles("none");
+    import(clip, false);
+    exportTo(folder / "result.mp4");
+    EXPECT_EQ(model->status(), "Vídeo exportado");
+    EXPECT_FALSE(fs::exists(folder / "result.srt"));
+
+    {
+        ExportChoice choice;
+        choice.setSubtitles("phrases");
+        choice.setBurnIn(true);
+    }
+    ExportSettings settings;
+    ExportChoice().apply(settings);
+    EXPECT_EQ(settings.subtitles, SubtitleCues::phrases);
+    EXPECT_TRUE(settings.burnIn);
+    {
+        ExportChoice choice; // For the tests that follow in this process.
+        choice.setSubtitles("words");
+        choice.setBurnIn(false);
+    }
+}
+
 TEST_F(ImportExportTests, AnExportThatFailsOrIsCancelledLeavesNothingBehind)
 {
     const auto clip = movie("clip.mp4", 5);
