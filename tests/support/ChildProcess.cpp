@@ -16,10 +16,9 @@ namespace {
 
 std::vector<char*> pointersTo(std::vector<std::string>& texts)
 {
-    std::vector<char*> pointers;
-    for (auto& text : texts)
-        pointers.push_back(text.data());
-    pointers.push_back(nullptr);
+    std::vector<char*> pointers(texts.size() + 1, nullptr);
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        pointers[i] = texts[i].data();
     return pointers;
 }
 
@@ -40,7 +39,7 @@ ChildProcess::ChildProcess(
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     std::vector<std::string> variables;
     for (const auto& [name, value] : environment)
-        variables.push_back(name + "=" + value);
+        variables.emplace_back(name).append("=").append(value);
     for (char** variable = environ; *variable; ++variable) {
         const std::string text = *variable;
         if (!environment.contains(text.substr(0, text.find('='))))
