@@ -1,7 +1,10 @@
 #pragma once
 
+#include "VideoCore/TextSearch.h"
+#include "VideoCore/Transcript.h"
 #include "VideoCore/VideoProject.h"
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,6 +26,38 @@ std::size_t restore(VideoProject& project, TimeSpan span);
 
 /// Gives a word another text. False, and nothing changed, when no word has this identifier.
 bool correctWord(VideoProject& project, const Uuid& id, std::string text);
+
+// The words as a text (TranscriptEdits.cpp).
+
+/// What a shortened pause keeps, in seconds.
+inline constexpr double shortenedPause = 0.3;
+/// What restoring leaves of a cut vanishes with it when it is shorter than this, in seconds.
+inline constexpr double shortestRest = 0.12;
+
+/// The stretch of these words, from the beginning of the first to the end of the last. The range must not be empty.
+TimeSpan spanOf(std::span<const TranscriptWord> words, const Transcript::WordRange& range);
+
+/// Takes the stretch out of every cut. What was cut around it stays cut, unless it is shorter than `shortestRest`.
+void restorePart(VideoProject& project, TimeSpan span);
+
+/// Cuts every filler word that is not cut. Returns how many.
+std::size_t cutFillers(VideoProject& project);
+
+/// How many pauses an edit shortens, and by how many seconds in all.
+struct Shortening {
+    std::size_t count = 0;
+    double seconds = 0;
+};
+
+/// Cuts the middle of a pause so that `shortenedPause` of it remains, unless not more is left of it.
+Shortening shortenPause(VideoProject& project, TimeSpan pause);
+
+/// As `shortenPause` for every pause of which more than `longerThan` seconds are left.
+Shortening shortenPauses(VideoProject& project, double longerThan);
+
+/// Replaces what was found in the words of this project by another text. Its words take the places of the words found; the
+/// last one takes what is over, be it words or places. A text of blanks changes nothing. Returns how many were replaced.
+std::size_t replaceText(VideoProject& project, std::span<const TextSearch::Hit> hits, std::string_view text);
 
 /// An overlay shown from `playhead` on, with the default place and width.
 Overlay makeOverlay(const VideoProject& project, Overlay::Kind kind, std::string content, double playhead);

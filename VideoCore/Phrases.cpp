@@ -1,5 +1,7 @@
 #include "VideoCore/Phrases.h"
 
+#include "VideoCore/Transcript.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <format>
@@ -11,6 +13,9 @@
 namespace orvo::Phrases {
 
 namespace {
+
+using Transcript::endsClause;
+using Transcript::endsSentence;
 
 /// A word as far as it is left, on the output timeline.
 struct Spoken {
@@ -35,19 +40,6 @@ std::size_t characters(std::string_view text)
 {
     return static_cast<std::size_t>(
         std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-}
-
-bool endsSentence(std::string_view text)
-{
-    while (!text.empty() && std::string_view("\"')]").contains(text.back()))
-        text.remove_suffix(1);
-    return text.ends_with("»") ? endsSentence(text.substr(0, text.size() - 2))
-                               : text.ends_with('.') || text.ends_with('?') || text.ends_with('!') || text.ends_with("…");
-}
-
-bool endsClause(std::string_view text)
-{
-    return text.ends_with(',') || text.ends_with(';') || text.ends_with(':');
 }
 
 std::vector<Spoken> spokenWords(const VideoProject& project)

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "VideoCore/VideoProject.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace orvo {
+
+/// The words of a transcript prepared for searching, whatever the case, the accents and the punctuation between words.
+class TextSearch {
+public:
+    /// Where a text was found: from a byte of one word to a byte of the same or a later one.
+    struct Hit {
+        std::size_t first = 0; ///< The index of the first word.
+        std::size_t firstByte = 0; ///< Of its text, where the hit begins.
+        std::size_t last = 0; ///< The index of the last word.
+        std::size_t lastEnd = 0; ///< Of its text, behind the end of the hit.
+
+        friend bool operator==(const Hit&, const Hit&) = default;
+    };
+
+    explicit TextSearch(std::span<const TranscriptWord> words);
+
+    /// Every place where the words of `text` follow one another, in order and disjoint. The first may be the end and the
+    /// last the beginning of a longer word. Nothing for a text of blanks.
+    std::vector<Hit> find(std::string_view text) const;
+
+private:
+    /// A character without case and accents, and the bytes it comes from.
+    struct Letter {
+        std::int32_t character = 0;
+        std::uint32_t word = 0;
+        std::uint32_t begin = 0;
+        std::uint32_t end = 0;
+    };
+
+    static void fold(std::string_view text, std::uint32_t word, std::vector<Letter>& letters);
+    /// The letter behind the words of `wanted` from `at` on; 0 where they are not.
+    std::size_t match(std::span<const Letter> wanted, std::size_t at) const;
+
+    std::vector<Letter> m_letters; ///< Of every word, with a blank between two words.
+};
+
+} // namespace orvo
