@@ -18,6 +18,7 @@ struct Shown {
 constexpr const char* playing = "Reproducir";
 constexpr const char* moving = "Moverse";
 constexpr const char* editing = "Editar";
+constexpr const char* text = "Texto";
 constexpr const char* view = "Línea de tiempo";
 
 constexpr Shown shownKeys[]{
@@ -35,6 +36,12 @@ constexpr Shown shownKeys[]{
     {editing, "T", "Escribir un texto en pantalla"},
     {editing, "Ctrl Z", "Deshacer"},
     {editing, "Ctrl Mayús Z", "Rehacer"},
+    {text, "← → ↑ ↓", "Palabra y línea; con Ctrl, frase y párrafo"},
+    {text, "Mayús ← →", "Marcar palabras; con Ctrl, frases"},
+    {text, "X · Supr", "Cortar lo marcado; otra vez, restaurarlo"},
+    {text, "Intro · F2", "Corregir la palabra; Tab, la siguiente"},
+    {text, "Ctrl C", "Copiar el texto"},
+    {text, "Ctrl F · F3", "Buscar en el texto; la siguiente coincidencia"},
     {view, "+ · −", "Ampliar y reducir"},
     {view, "0", "Ver todo"},
     {view, "Ctrl ← →", "Marcar el corte, zoom o texto anterior o siguiente"},
@@ -122,7 +129,17 @@ bool EditorCommands::press(int key, int modifiers)
         emit sheetWanted();
         return true;
     }
-    if (!m_model || !m_model->hasProject() || isTyping())
+    if (!m_model || !m_model->hasProject())
+        return false;
+    if (key == Qt::Key_F && held == Qt::ControlModifier) {
+        emit searchWanted();
+        return true;
+    }
+    if (key == Qt::Key_F3 && (held == Qt::NoModifier || held == Qt::ShiftModifier)) {
+        emit matchWanted(held == Qt::ShiftModifier);
+        return true;
+    }
+    if (isTyping())
         return false;
 
     const bool plain = held == Qt::NoModifier;

@@ -44,6 +44,9 @@ signals:
     void speedChanged();
     /// The field for a text on the screen is to have the keyboard.
     void textFieldWanted();
+    /// The search in the transcript is to have the keyboard, or to go on.
+    void searchWanted();
+    void matchWanted(bool backwards);
     void sheetWanted();
 
 private:

@@ -39,6 +39,11 @@ FocusScope {
             root.inspectorWanted()
             inspector.editOverlayText()
         }
+        onSearchWanted: {
+            root.inspectorWanted()
+            inspector.search()
+        }
+        onMatchWanted: backwards => inspector.nextMatch(backwards)
         onSheetWanted: keySheet.open()
     }
 

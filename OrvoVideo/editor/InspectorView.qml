@@ -22,6 +22,16 @@ Item {
         effects.item.editOverlayText()
     }
 
+    /// Shows the search in the words and gives it the keyboard.
+    function search() {
+        section = "text"
+        words.item.search()
+    }
+    function nextMatch(backwards: bool) {
+        if (words.item)
+            words.item.nextMatch(backwards)
+    }
+
     ColumnLayout {
         anchors.fill: parent
         anchors.leftMargin: Theme.space(2)
@@ -53,6 +63,8 @@ Item {
         }
 
         Section {
+            id: words
+
             name: "text"
             sourceComponent: TextSection {
                 app: root.app

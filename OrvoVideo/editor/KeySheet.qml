@@ -49,7 +49,7 @@ Popup {
             rowSpacing: Theme.space(5)
 
             Repeater {
-                model: ["Reproducir", "Moverse", "Editar", "Línea de tiempo"]
+                model: ["Reproducir", "Moverse", "Editar", "Texto", "Línea de tiempo"]
 
                 ColumnLayout {
                     id: group

@@ -1,5 +1,6 @@
 pragma ComponentBehavior: Bound
 
+import QtCore
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
@@ -12,22 +13,30 @@ ColumnLayout {
 
     required property AppModel app
     readonly property bool empty: app.transcript.count === 0
+    property alias asList: remembered.transcriptAsList
 
+    objectName: "textSection"
     spacing: Theme.space(3)
+
+    function search() {
+        if (!empty)
+            tools.search()
+    }
+    function nextMatch(backwards: bool) {
+        reader.nextMatch(backwards)
+    }
 
     TranscriptCursor {
         id: reader
 
         model: root.app
-        onSpokenRowChanged: {
-            // Whoever reads elsewhere, or types, is left there.
-            if (root.app.playing && !words.moving && !words.editing && spokenRow >= 0)
-                words.positionViewAtIndex(spokenRow, ListView.Contain)
-        }
-        onMatchChanged: {
-            if (matchRow >= 0)
-                words.positionViewAtIndex(matchRow, ListView.Contain)
-        }
+    }
+    Settings {
+        id: remembered
+
+        category: "editor"
+        property bool transcriptAsList: false
+        property bool transcriptCutHidden: false
     }
 
     OLabel {
@@ -105,108 +114,86 @@ ColumnLayout {
         Layout.fillHeight: true
     }
 
-    RowLayout {
+    TranscriptSearch {
+        id: tools
+
+        Layout.fillWidth: true
         visible: !root.empty
-        spacing: Theme.space(1)
-
-        OTextField {
-            id: search
-
-            objectName: "search"
-            Layout.fillWidth: true
-            placeholderText: "Buscar en el texto"
-            onTextChanged: reader.query = text
-            onAccepted: reader.nextMatch(false)
-        }
-        OLabel {
-            visible: reader.query !== ""
-            text: reader.matchCount === 0 ? "Nada" : reader.matchCount
-            secondary: true
-            font: Theme.digits(Theme.captionSize)
-            Accessible.name: reader.matchCount + " coincidencias"
-        }
-        OIconButton {
-            iconName: "chevron-up"
-            text: "Coincidencia anterior"
-            enabled: reader.matchCount > 0
-            onClicked: reader.nextMatch(true)
-        }
-        OIconButton {
-            iconName: "chevron-down"
-            text: "Coincidencia siguiente"
-            shortcutText: "Intro"
-            enabled: reader.matchCount > 0
-            onClicked: reader.nextMatch(false)
-        }
+        cursor: reader
+        onReturned: text.item.forceActiveFocus(Qt.OtherFocusReason)
+        onMenuWanted: from => menu.popup(from, 0, from.height)
     }
 
-    ListView {
-        id: words
+    Loader {
+        id: text
 
-        property bool editing: false
-
-        objectName: "words"
-        visible: !root.empty
         Layout.fillWidth: true
         Layout.fillHeight: true
-        clip: true
-        reuseItems: true
-        activeFocusOnTab: true
-        boundsBehavior: Flickable.StopAtBounds
-        model: root.app.transcript
-        currentIndex: -1
-        ScrollBar.vertical: OScrollBar {}
-        Accessible.role: Accessible.List
-        Accessible.name: "Transcripción"
+        visible: !root.empty
+        active: visible
+        sourceComponent: root.asList ? list : prose
+    }
+    Component {
+        id: prose
 
-        Keys.onPressed: event => {
-            const shift = (event.modifiers & Qt.ShiftModifier) !== 0
-            const from = currentIndex >= 0 ? currentIndex : Math.max(reader.spokenRow, 0)
-            switch (event.key) {
-            case Qt.Key_Up:
-            case Qt.Key_Down:
-                currentIndex = Math.min(Math.max(from + (event.key === Qt.Key_Up ? -1 : 1), 0), count - 1)
-                reader.mark(currentIndex, shift)
-                positionViewAtIndex(currentIndex, ListView.Contain)
-                break
-            case Qt.Key_Delete:
-                reader.toggleMarked()
-                break
-            case Qt.Key_Escape:
-                reader.unmark()
-                break
-            default:
-                return
-            }
-            event.accepted = true
-        }
-
-        delegate: WordEntry {
-            width: ListView.view.width - Theme.space(3)
+        TranscriptProse {
             app: root.app
             cursor: reader
-            onEditingChanged: words.editing = editing
-            onMarked: extend => {
-                words.forceActiveFocus(Qt.MouseFocusReason)
-                words.currentIndex = index
-                reader.mark(index, extend)
-            }
+            cutHidden: remembered.transcriptCutHidden
+            onShorteningWanted: pauses.open()
+        }
+    }
+    Component {
+        id: list
+
+        TranscriptList {
+            app: root.app
+            cursor: reader
         }
     }
 
-    RowLayout {
-        visible: reader.markedCount > 1
-        spacing: Theme.space(2)
+    OMenu {
+        id: menu
 
-        OLabel {
-            Layout.fillWidth: true
-            text: reader.markedCount + " fragmentos"
-            secondary: true
+        OMenuItem {
+            text: reader.fillerCount > 0 ? "Quitar muletillas (" + reader.fillerCount + ")" : "Quitar muletillas"
+            iconName: "scissors"
+            enabled: reader.fillerCount > 0
+            onTriggered: reader.cutFillers()
         }
-        OButton {
-            iconName: reader.markedIsCut ? "rotate-ccw" : "scissors"
-            text: reader.markedIsCut ? "Restaurar" : "Cortar"
-            onClicked: reader.toggleMarked()
+        OMenuItem {
+            text: "Acortar pausas…"
+            iconName: "clock"
+            onTriggered: pauses.open()
         }
+        OMenuItem {
+            text: "Reemplazar…"
+            iconName: "type"
+            onTriggered: {
+                tools.replacing = true
+                tools.search()
+            }
+        }
+        OMenuSeparator {}
+        OMenuItem {
+            text: "Ocultar lo cortado"
+            checkable: true
+            checked: remembered.transcriptCutHidden
+            enabled: !root.asList
+            onTriggered: remembered.transcriptCutHidden = checked
+        }
+        OMenuItem {
+            text: "Ver como lista"
+            checkable: true
+            checked: root.asList
+            onTriggered: root.asList = checked
+        }
+    }
+    PausesPanel {
+        id: pauses
+
+        parent: Overlay.overlay
+        anchors.centerIn: parent
+        cursor: reader
     }
 }

@@ -1,11 +1,17 @@
 #include "OrvoVideo/editor/TranscriptCursor.h"
 
+#include "OrvoVideo/model/ModelText.h"
 #include "VideoCore/Edits.h"
+#include "VideoCore/Suggestions.h"
+#include "VideoCore/Timeline.h"
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <algorithm>
-#include <iterator>
 
 namespace orvo {
+
+using Transcript::WordRange;
 
 TranscriptCursor::TranscriptCursor(QObject* parent)
     : QObject(parent)
@@ -16,127 +22,278 @@ void TranscriptCursor::setModel(AppModel* model)
 {
     if (m_model == model)
         return;
-    if (m_model) {
+    if (m_model)
         m_model->disconnect(this);
-        m_model->transcript()->disconnect(this);
-    }
     m_model = model;
     if (m_model) {
         connect(m_model, &AppModel::playheadChanged, this, &TranscriptCursor::followPlayhead);
-        connect(m_model, &AppModel::projectChanged, this, &TranscriptCursor::showTranscript);
-        connect(m_model->transcript(), &RowModel::countChanged, this, &TranscriptCursor::countMatches);
+        connect(m_model, &AppModel::projectChanged, this, &TranscriptCursor::showProject);
+        connect(m_model, &AppModel::playingChanged, this, [this] {
+            if (!m_model->playing())
+                m_hearUntil = 0;
+        });
     }
-    showTranscript();
+    showProject();
     emit modelChanged();
 }
 
-void TranscriptCursor::showTranscript()
+void TranscriptCursor::showProject()
 {
-    const QString id = m_model ? m_model->projectFacts().projectId : QString();
-    if (id != m_projectId) {
-        m_projectId = id;
-        m_matchRow = -1;
-        unmark();
-        countMatches();
+    const VideoProject* project = m_model && m_model->project() ? &*m_model->project() : nullptr;
+    const QString id = project ? m_model->projectFacts().projectId : QString();
+    const EditState none;
+    const EditState& edit = project ? project->edit : none;
+    const double duration = project ? project->duration : 0;
+    const bool isOther = id != m_projectId;
+    const bool otherWords = !m_words.sharesStorageWith(edit.words);
+    const bool otherCuts = !m_cuts.sharesStorageWith(edit.cuts) || duration != m_duration;
+    if (!isOther && !otherWords && !otherCuts)
+        return;
+    m_projectId = id;
+    m_words = edit.words;
+    if (otherCuts)
+        m_merged = Timeline::merged(edit.cuts, duration);
+    m_cuts = edit.cuts;
+    m_duration = duration;
+    m_fillers = -1;
+    if (isOther || std::max(m_caret, lastMarked()) > static_cast<int>(wordCount())
+        || (m_marked && m_marked->end > wordCount())) {
+        m_caret = -1;
+        m_marked.reset();
+        m_anchor = {};
     }
-    const int count = m_model ? m_model->transcript()->count() : 0;
-    if (std::max(m_anchor, m_extent) >= count)
-        unmark();
-    else
-        emit markedChanged(); // What is cut may have changed.
+    if (isOther) {
+        m_hearUntil = 0;
+        if (!m_query.isEmpty()) {
+            m_query.clear();
+            emit queryChanged();
+        }
+    }
+    if (otherWords) {
+        m_search.reset();
+        findMatches(m_match < 0 ? 0 : m_hits[static_cast<std::size_t>(m_match)].first);
+    }
+    emit wordsChanged();
+    emit markedChanged(); // What is cut may have changed.
     followPlayhead();
 }
 
 void TranscriptCursor::followPlayhead()
 {
-    const int row = m_model ? m_model->transcript()->rowAt(m_model->playhead()) : -1;
+    const double time = m_model ? m_model->playhead() : 0;
+    if (m_hearUntil > 0 && m_model->playing() && time >= m_hearUntil) {
+        m_hearUntil = 0;
+        m_model->pause();
+    }
+    const auto after = std::ranges::upper_bound(m_words, time, {}, &TranscriptWord::start);
+    const int row = m_model ? static_cast<int>(after - m_words.begin()) - 1 : -1;
     if (row == m_spokenRow)
         return;
     m_spokenRow = row;
     emit spokenRowChanged();
 }
 
-int TranscriptCursor::firstMarked() const
+int TranscriptCursor::firstTarget() const
 {
-    return std::min(m_anchor, m_extent);
+    if (m_marked)
+        return firstMarked();
+    return m_caret >= 0 && m_caret < static_cast<int>(wordCount()) ? m_caret : -1;
 }
 
-int TranscriptCursor::lastMarked() const
+int TranscriptCursor::lastTarget() const
 {
-    return std::max(m_anchor, m_extent);
+    return m_marked ? lastMarked() : firstTarget();
 }
 
-int TranscriptCursor::markedCount() const
+TimeSpan TranscriptCursor::targetSpan() const
 {
-    return m_anchor < 0 ? 0 : lastMarked() - firstMarked() + 1;
+    if (firstTarget() < 0)
+        return {};
+    return Edits::spanOf(
+        m_words.items(), {static_cast<std::size_t>(firstTarget()), static_cast<std::size_t>(lastTarget()) + 1});
 }
 
-bool TranscriptCursor::markedIsCut() const
+double TranscriptCursor::targetStart() const
 {
-    if (m_anchor < 0 || !m_model)
-        return false;
-    const auto* words = m_model->transcript();
-    for (int row = firstMarked(); row <= lastMarked(); ++row) {
-        if (!words->data(words->index(row), TranscriptModel::CutRole).toBool())
+    return targetSpan().start;
+}
+
+bool TranscriptCursor::targetIsCut() const
+{
+    for (int row = firstTarget(); row >= 0 && row <= lastTarget(); ++row) {
+        if (!Transcript::isCut(m_words[static_cast<std::size_t>(row)], m_merged, m_duration))
             return false;
     }
-    return true;
+    return firstTarget() >= 0;
 }
 
 void TranscriptCursor::mark(int row, bool extend)
 {
-    if (!m_model || row < 0 || row >= m_model->transcript()->count())
+    if (row < 0 || row >= static_cast<int>(wordCount()))
         return;
-    if (!extend || m_anchor < 0)
-        m_anchor = row;
-    m_extent = row;
+    const auto word = static_cast<std::size_t>(row);
+    const WordRange range{word, word + 1};
+    markBetween(extend && m_marked ? m_anchor : range, range);
+}
+
+void TranscriptCursor::markBetween(WordRange anchor, WordRange head)
+{
+    const auto limited = [&](WordRange range) {
+        range.end = std::min(range.end, wordCount());
+        range.first = std::min(range.first, range.end);
+        return range;
+    };
+    m_anchor = limited(anchor);
+    head = limited(head);
+    const bool isBackwards = head.first < m_anchor.first;
+    m_caret = static_cast<int>(isBackwards ? head.first : head.end);
+    const WordRange marked{std::min(m_anchor.first, head.first), std::max(m_anchor.end, head.end)};
+    m_marked = marked.size() > 0 ? std::optional(marked) : std::nullopt;
+    showMarked();
+}
+
+void TranscriptCursor::extendTo(WordRange head)
+{
+    markBetween(m_anchor, head);
+}
+
+void TranscriptCursor::showMarked()
+{
     emit markedChanged();
-    const auto& words = m_model->transcript()->words();
-    m_model->setSelectedSpan(
-        {words[static_cast<std::size_t>(firstMarked())].start, words[static_cast<std::size_t>(lastMarked())].end});
+    if (m_marked && m_model) {
+        const TimeSpan span = targetSpan();
+        m_model->setSelectedSpan({span.start, span.end});
+    }
 }
 
 void TranscriptCursor::unmark()
 {
-    m_anchor = -1;
-    m_extent = -1;
+    m_marked.reset();
+    if (m_caret >= 0)
+        m_anchor = {static_cast<std::size_t>(m_caret), static_cast<std::size_t>(m_caret)};
     emit markedChanged();
 }
 
-void TranscriptCursor::cutMarked()
+void TranscriptCursor::place(int row)
 {
-    if (m_anchor < 0 || !m_model)
-        return;
-    const auto& words = m_model->transcript()->words();
-    const TimeSpan span{
-        words[static_cast<std::size_t>(firstMarked())].start, words[static_cast<std::size_t>(lastMarked())].end};
-    m_model->update([&](VideoProject& project) { Edits::cut(project, span); });
+    m_caret = std::clamp(row, 0, static_cast<int>(wordCount()));
+    unmark();
 }
 
-void TranscriptCursor::restoreMarked()
+QString TranscriptCursor::markedText() const
 {
-    if (m_anchor < 0 || !m_model || !m_model->project())
-        return;
-    const auto& words = m_model->transcript()->words();
-    const double start = words[static_cast<std::size_t>(firstMarked())].start;
-    const double end = words[static_cast<std::size_t>(lastMarked())].end;
-    std::vector<TimeSpan> covering;
-    std::ranges::copy_if(m_model->project()->edit.cuts, std::back_inserter(covering),
-        [&](const TimeSpan& cut) { return cut.start < end && cut.end > start; });
-    if (covering.empty())
-        return;
-    m_model->update([&](VideoProject& project) {
-        for (const auto& cut : covering)
-            Edits::restore(project, cut);
-    });
+    QString text;
+    if (firstTarget() < 0)
+        return text;
+    const auto first = static_cast<std::size_t>(firstTarget());
+    const auto last = static_cast<std::size_t>(lastTarget());
+    for (const auto& paragraph : Transcript::paragraphs(m_words.items())) {
+        for (std::size_t i = std::max(paragraph.first, first); i < paragraph.end && i <= last; ++i) {
+            if (!text.isEmpty())
+                text += i == paragraph.first ? u'\n' : u' ';
+            text += Text::from(m_words[i].text);
+        }
+    }
+    return text;
 }
 
-void TranscriptCursor::toggleMarked()
+void TranscriptCursor::copy() const
 {
-    if (markedIsCut())
-        restoreMarked();
+    if (firstTarget() >= 0)
+        QGuiApplication::clipboard()->setText(markedText());
+}
+
+void TranscriptCursor::cutTarget()
+{
+    const TimeSpan span = targetSpan();
+    if (firstTarget() >= 0)
+        cutSpan(span.start, span.end);
+}
+
+void TranscriptCursor::restoreTarget()
+{
+    const TimeSpan span = targetSpan();
+    if (firstTarget() >= 0)
+        restoreSpan(span.start, span.end);
+}
+
+void TranscriptCursor::toggleTarget()
+{
+    if (targetIsCut())
+        restoreTarget();
     else
-        cutMarked();
+        cutTarget();
+}
+
+void TranscriptCursor::hear()
+{
+    if (firstTarget() < 0 || !m_model)
+        return;
+    const TimeSpan span = targetSpan();
+    m_model->seek(span.start);
+    m_model->play();
+    m_hearUntil = span.end;
+}
+
+void TranscriptCursor::correct(int row, const QString& text)
+{
+    if (m_model && row >= 0 && row < static_cast<int>(wordCount()))
+        m_model->correctWord(Text::from(m_words[static_cast<std::size_t>(row)].id), text);
+}
+
+int TranscriptCursor::fillerCount() const
+{
+    if (m_fillers < 0) {
+        m_fillers = static_cast<int>(std::ranges::count_if(m_words, [&](const TranscriptWord& word) {
+            return Suggestions::isFiller(word.text) && !Transcript::isCut(word, m_merged, m_duration);
+        }));
+    }
+    return m_fillers;
+}
+
+void TranscriptCursor::cutFillers()
+{
+    if (m_model && fillerCount() > 0)
+        m_model->update([](VideoProject& project) { Edits::cutFillers(project); });
+}
+
+void TranscriptCursor::cutSpan(double start, double end)
+{
+    if (m_model)
+        m_model->update([&](VideoProject& project) { Edits::cut(project, {start, end}); });
+}
+
+void TranscriptCursor::restoreSpan(double start, double end)
+{
+    if (m_model)
+        m_model->update([&](VideoProject& project) { Edits::restorePart(project, {start, end}); });
+}
+
+void TranscriptCursor::shortenPause(double start, double end)
+{
+    if (m_model)
+        m_model->update([&](VideoProject& project) { Edits::shortenPause(project, {start, end}); });
+}
+
+QVariantMap TranscriptCursor::shortening(double longerThan) const
+{
+    Edits::Shortening whole;
+    if (m_model && m_model->project()) {
+        VideoProject tried = *m_model->project();
+        whole = Edits::shortenPauses(tried, longerThan);
+    }
+    return {{QStringLiteral("count"), static_cast<int>(whole.count)}, {QStringLiteral("seconds"), whole.seconds}};
+}
+
+void TranscriptCursor::shortenPauses(double longerThan)
+{
+    if (m_model && shortening(longerThan)[QStringLiteral("count")].toInt() > 0)
+        m_model->update([&](VideoProject& project) { Edits::shortenPauses(project, longerThan); });
+}
+
+int TranscriptCursor::matchRow() const
+{
+    return m_match < 0 ? -1 : static_cast<int>(m_hits[static_cast<std::size_t>(m_match)].first);
 }
 
 void TranscriptCursor::setQuery(const QString& query)
@@ -144,33 +301,62 @@ void TranscriptCursor::setQuery(const QString& query)
     if (m_query == query)
         return;
     m_query = query;
+    findMatches(static_cast<std::size_t>(std::max(m_spokenRow, 0)));
     emit queryChanged();
-    m_matchRow = -1;
-    countMatches();
-    if (m_matchCount > 0) {
-        m_matchRow = m_model->transcript()->find(m_query, std::max(m_spokenRow, 0));
-        emit matchChanged();
-    }
 }
 
-void TranscriptCursor::countMatches()
+void TranscriptCursor::findMatches(std::size_t from)
 {
-    m_matchCount = m_model && !m_query.trimmed().isEmpty() ? m_model->transcript()->matchCount(m_query) : 0;
-    if (m_matchCount == 0)
-        m_matchRow = -1;
+    m_hits.clear();
+    if (!m_query.trimmed().isEmpty()) {
+        if (!m_search)
+            m_search.emplace(m_words.items());
+        m_hits = m_search->find(m_query.toStdString());
+    }
+    const auto next = std::ranges::lower_bound(m_hits, from, {}, &TextSearch::Hit::first);
+    m_match = m_hits.empty() ? -1 : next == m_hits.end() ? 0 : static_cast<int>(next - m_hits.begin());
     emit matchChanged();
 }
 
 void TranscriptCursor::nextMatch(bool backwards)
 {
-    if (!m_model || m_matchCount == 0)
+    if (!m_model || m_hits.empty())
         return;
-    const int count = m_model->transcript()->count();
-    const int from = m_matchRow < 0 ? std::max(m_spokenRow, 0) : (m_matchRow + (backwards ? count - 1 : 1)) % count;
-    m_matchRow = m_model->transcript()->find(m_query, from, backwards);
+    const auto isMarked = [&] {
+        const auto& hit = m_hits[static_cast<std::size_t>(m_match)];
+        return m_marked == WordRange{hit.first, hit.last + 1};
+    };
+    // The match that the typing has found is the first to go to.
+    if (isMarked()) {
+        const auto count = static_cast<int>(m_hits.size());
+        m_match = (m_match + (backwards ? count - 1 : 1)) % count;
+    }
+    const auto& hit = m_hits[static_cast<std::size_t>(m_match)];
+    markBetween({hit.first, hit.last + 1}, {hit.first, hit.last + 1});
     emit matchChanged();
-    if (m_matchRow >= 0)
-        m_model->seek(m_model->transcript()->words()[static_cast<std::size_t>(m_matchRow)].start);
+    m_model->seek(m_words[hit.first].start);
+}
+
+void TranscriptCursor::replaceMatch(const QString& text)
+{
+    if (!m_model || m_match < 0 || text.trimmed().isEmpty())
+        return;
+    const auto hit = m_hits[static_cast<std::size_t>(m_match)];
+    const auto replacement = text.toStdString();
+    m_model->update([&](VideoProject& project) { Edits::replaceText(project, std::span(&hit, 1), replacement); });
+    // What was put in is not to be found at once.
+    findMatches(hit.first + 1);
+    nextMatch(false);
+}
+
+int TranscriptCursor::replaceAll(const QString& text)
+{
+    if (!m_model || m_hits.empty() || text.trimmed().isEmpty())
+        return 0;
+    const auto hits = m_hits;
+    const auto replacement = text.toStdString();
+    m_model->update([&](VideoProject& project) { Edits::replaceText(project, hits, replacement); });
+    return static_cast<int>(hits.size());
 }
 
 } // namespace orvo

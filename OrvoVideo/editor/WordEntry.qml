@@ -131,7 +131,7 @@ Item {
             onClicked: {
                 if (root.cut) {
                     root.cursor.mark(root.index, false)
-                    root.cursor.restoreMarked()
+                    root.cursor.restoreTarget()
                 } else {
                     root.app.cutWord(root.wordId)
                 }

@@ -246,32 +246,17 @@ TEST(TranscriptModelTests, ShowsWhatIsCutAndAnnouncesOnlyThat)
     EXPECT_THAT(mirror.announced, IsEmpty());
 }
 
-TEST(TranscriptModelTests, FollowsPlaybackAndFindsText)
+TEST(TranscriptModelTests, TellsGapsAndFillers)
 {
     TranscriptModel model;
     const auto project = withWords({word("¿Qué", 1, 1.4), word("acción?", 1.4, 2), word("Eh,", 3.5, 3.8), word("la", 4, 4.2),
         word("ACCIÓN", 4.2, 4.8), word("aquí.", 5, 5.5)});
     model.show(&project);
-    EXPECT_EQ(model.rowAt(0.5), -1);
-    EXPECT_EQ(model.rowAt(1), 0);
-    EXPECT_EQ(model.rowAt(3), 1); // In the pause, the word before it.
-    EXPECT_EQ(model.rowAt(99), 5);
     EXPECT_DOUBLE_EQ(model.get(0)["gap"].toDouble(), 1);
     EXPECT_DOUBLE_EQ(model.get(1)["gap"].toDouble(), 0);
     EXPECT_DOUBLE_EQ(model.get(2)["gap"].toDouble(), 1.5);
     EXPECT_TRUE(model.get(2)["filler"].toBool());
     EXPECT_FALSE(model.get(3)["filler"].toBool());
-
-    EXPECT_EQ(model.find("accion", 0), 1);
-    EXPECT_EQ(model.find("accion", 2), 4);
-    EXPECT_EQ(model.find("accion", 5), 1); // Round the end.
-    EXPECT_EQ(model.find("accion", 3, true), 1);
-    EXPECT_EQ(model.find("Acción aq", 0), 4);
-    EXPECT_EQ(model.find("que acción", 3), 0);
-    EXPECT_EQ(model.find("la accion la", 0), -1);
-    EXPECT_EQ(model.find("  ", 0), -1);
-    EXPECT_EQ(model.matchCount("acc"), 2);
-    EXPECT_EQ(model.matchCount("nada"), 0);
 }
 
 TEST(LibraryModelTests, ReplacesInPlaceAndMarksTheOpenProject)

@@ -29,30 +29,17 @@ public:
 
     const SharedList<TranscriptWord>& words() const noexcept { return m_words; }
 
-    /// The row of the word spoken at this time or last spoken before it; -1 before the first.
-    Q_INVOKABLE int rowAt(double seconds) const;
-
-    /// The next row (from `from` on, or backwards from it; round the ends) where the words of `text` are found one after the
-    /// other, whatever their case and accents; -1 when they are nowhere. The last one may be the beginning of a word.
-    Q_INVOKABLE int find(const QString& text, int from, bool backwards = false) const;
-
-    /// How many rows `find` can find.
-    Q_INVOKABLE int matchCount(const QString& text) const;
-
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
 private:
     void showCuts(const SharedList<TimeSpan>& cuts, double duration);
-    const QStringList& searchTexts() const;
-    bool matches(const QStringList& wanted, std::size_t row) const;
 
     SharedList<TranscriptWord> m_words;
     SharedList<TimeSpan> m_cuts; ///< As stored.
     std::vector<TimeSpan> m_merged; ///< The cuts in order and disjoint.
     double m_duration = 0;
-    mutable QStringList m_searchTexts; ///< Of every word, without case and accents; made when first searched.
 };
 
 } // namespace orvo

@@ -228,7 +228,20 @@ TEST_F(KeyTests, AFieldThatIsEditedKeepsItsKeys)
     EXPECT_EQ(item("overlayText")->property("text"), "");
 }
 
-class TranscriptTests : public EditorFixture { };
+/// The transcript as a list.
+class TranscriptTests : public EditorFixture {
+protected:
+    void show(VideoProject project)
+    {
+        EditorFixture::show(std::move(project));
+        item("textSection")->setProperty("asList", true);
+    }
+    void TearDown() override
+    {
+        item("textSection")->setProperty("asList", false); // It is remembered.
+        EditorFixture::TearDown();
+    }
+};
 
 TEST_F(TranscriptTests, WordsAreCorrectedCutAndRestored)
 {
@@ -323,6 +336,7 @@ TEST_F(InspectorTests, EscapeGivesUpWhatWasTyped)
     demo.edit.words = {word("hola", 0.5, 1)};
     demo.edit.overlays.edit().push_back({.content = "Hola", .start = 0, .end = 5, .x = 0.25, .y = 0.25});
     show(demo);
+    item("textSection")->setProperty("asList", true);
     struct Case {
         const char* section;
         QAccessible::Role role;
@@ -346,6 +360,7 @@ TEST_F(InspectorTests, EscapeGivesUpWhatWasTyped)
         EXPECT_FALSE(model->canUndo());
         EXPECT_EQ(model->selectedSpan(), (Span{0, 1}));
     }
+    item("textSection")->setProperty("asList", false); // It is remembered.
 }
 
 TEST_F(InspectorTests, EveryControlHasANameAndARole)

@@ -1,0 +1,200 @@
+#pragma once
+
+#include "EditorGeometry/ProseFlow.h"
+#include "OrvoVideo/editor/TranscriptCursor.h"
+
+#include <QColor>
+#include <QHash>
+#include <QPointer>
+#include <QQuickPaintedItem>
+#include <QStaticText>
+#include <QTimer>
+#include <QVariantMap>
+#include <optional>
+
+namespace orvo {
+
+/// The colours of the page.
+struct ProseColors {
+    QColor text;
+    QColor secondaryText;
+    QColor raised;
+    QColor line;
+    QColor accentInk;
+    QColor selection;
+    QColor selectionEdge;
+    QColor cutEdge;
+    QColor spoken;
+
+    /// From a map with the names above.
+    static ProseColors from(const QVariantMap& map);
+};
+
+/// The transcript as the text of a page: words that flow in paragraphs, with the pauses among them. It is as high as what is
+/// seen of it; `offset` says how far it is scrolled. Only what is seen is drawn.
+///
+/// It works like a text: a caret, marks by words, sentences and paragraphs with the pointer and from the keyboard, and to
+/// assistive technology it is a text with a caret (ProseAccessible).
+class ProsePage : public QQuickPaintedItem {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(orvo::TranscriptCursor* reader READ reader WRITE setReader NOTIFY readerChanged REQUIRED)
+    /// The colours by the names of `ProseColors`.
+    Q_PROPERTY(QVariantMap colors READ colors WRITE setColors NOTIFY colorsChanged)
+    Q_PROPERTY(QFont font READ font WRITE setFont NOTIFY fontsChanged)
+    /// Of the times and the pauses.
+    Q_PROPERTY(QFont captionFont READ captionFont WRITE setCaptionFont NOTIFY fontsChanged)
+    Q_PROPERTY(double offset READ offset WRITE setOffset NOTIFY offsetChanged)
+    /// The height of the whole text.
+    Q_PROPERTY(double contentHeight READ contentHeight NOTIFY laidOut)
+    /// Whether words and pauses that are cut are left out.
+    Q_PROPERTY(bool cutHidden READ cutHidden WRITE setCutHidden NOTIFY cutHiddenChanged)
+    /// Counts the layouts, so that bindings to `rectOf` and `topOf` follow them.
+    Q_PROPERTY(int layoutCount READ layoutCount NOTIFY laidOut)
+public:
+    static constexpr double margin = 48; ///< Of the paragraphs' times, in pixels.
+
+    explicit ProsePage(QQuickItem* parent = nullptr);
+
+    TranscriptCursor* reader() const { return m_reader; }
+    void setReader(TranscriptCursor* reader);
+    QVariantMap colors() const { return m_colorMap; }
+    void setColors(const QVariantMap& colors);
+    QFont font() const { return m_font; }
+    void setFont(const QFont& font);
+    QFont captionFont() const { return m_captionFont; }
+    void setCaptionFont(const QFont& font);
+    double offset() const { return m_offset; }
+    void setOffset(double offset);
+    double contentHeight() const;
+    bool cutHidden() const { return m_cutHidden; }
+    void setCutHidden(bool hidden);
+    int layoutCount() const { return m_layoutCount; }
+
+    /// Where the word of a row begins in this item as it is scrolled now; empty when it is not shown.
+    Q_INVOKABLE QRectF rectOf(int row) const;
+    /// What the rows cover, in this item as it is scrolled now.
+    Q_INVOKABLE QRectF boundsOf(int first, int last) const;
+    /// The top of a row's line in the whole text.
+    Q_INVOKABLE double topOf(int row) const;
+    /// The row of the next word that is shown, or the one before; -1 when there is none.
+    Q_INVOKABLE int nextShown(int row, bool forward) const;
+    /// The text of a row.
+    Q_INVOKABLE QString wordText(int row) const;
+
+    void paint(QPainter* painter) override;
+
+    /// What assistive technology reads: words with blanks between them and paragraphs with line breaks.
+    const QString& wholeText() const;
+    /// Where in that text a caret stands.
+    int textPlace(std::size_t word) const;
+    /// The word at a place of that text.
+    std::size_t wordOfPlace(int place) const;
+    const ProseFlow& flow() const { return m_flow; }
+
+signals:
+    void readerChanged();
+    void colorsChanged();
+    void fontsChanged();
+    void offsetChanged();
+    void laidOut();
+    void cutHiddenChanged();
+    /// The text is to be scrolled there, so that what is read stays where it is.
+    void offsetWanted(double offset);
+    /// The caret was moved by hand and has to be seen: the top of its line in the whole text.
+    void caretMoved(double top);
+    void editWanted(int row);
+    /// A menu for the word of this row, or for the pause from `start` to `end` when the row is -1.
+    void menuWanted(QPointF place, int row, double start, double end, bool cut);
+
+protected:
+    void geometryChange(const QRectF& now, const QRectF& before) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseUngrabEvent() override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void hoverMoveEvent(QHoverEvent* event) override;
+    void hoverLeaveEvent(QHoverEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    /// What repeated clicks mark.
+    enum class Unit : std::uint8_t { caret, word, sentence, paragraph };
+
+    struct Press {
+        QPointF place;
+        Unit unit = Unit::caret;
+        Transcript::WordRange anchor; ///< What the press has marked, or the word it was on.
+        std::optional<std::size_t> pause; ///< The pause that a click is about.
+        bool isDrag = false;
+    };
+
+    struct Pause {
+        TimeSpan span;
+        double left = 0; ///< Seconds that remain after the cuts.
+        QString text;
+
+        bool isCut() const { return left < 0.05; }
+    };
+
+    void showWords();
+    void rebuild();
+    void layOut();
+    double widthOf(const QString& text);
+    ProseFlow::Metrics metrics() const;
+    QPointF inText(QPointF place) const { return {place.x() - margin, place.y() + m_offset}; }
+    Transcript::WordRange unitAt(std::size_t word, Unit unit) const;
+    const Transcript::WordRange& paragraphOf(std::size_t word) const;
+    std::optional<std::size_t> pauseUnder(QPointF place) const;
+    std::optional<std::size_t> timeUnder(QPointF place) const;
+    void press(QMouseEvent* event);
+    void drag(QPointF place);
+    void seekTo(std::size_t word);
+    void togglePause(std::size_t pause);
+    void setHoveredPause(std::optional<std::size_t> pause);
+    std::size_t caretWord() const;
+    std::optional<std::size_t> moved(int key, bool withControl) const;
+    void moveCaret(std::size_t word, bool extend);
+    void tellCaret();
+
+    // Painting (ProsePainting.cpp).
+    void paintBehind(QPainter& painter, std::size_t firstLine, std::size_t lastLine) const;
+    void paintStretch(QPainter& painter, std::size_t first, std::size_t last, const QColor& color) const;
+    void paintBox(QPainter& painter, const ProseFlow::Box& box, double top);
+    void paintPause(QPainter& painter, const ProseFlow::Box& box, double top) const;
+    void paintCaret(QPainter& painter) const;
+
+    QPointer<TranscriptCursor> m_reader;
+    SharedList<TranscriptWord> m_words;
+    std::vector<QString> m_texts;
+    std::vector<char> m_fillers;
+    std::vector<char> m_isCut;
+    std::vector<Pause> m_pauses;
+    std::vector<Transcript::WordRange> m_paragraphs;
+    ProseFlow m_flow;
+    QHash<QString, double> m_widths;
+    QHash<QString, QStaticText> m_glyphs; ///< Of what was drawn.
+    mutable QString m_wholeText;
+    mutable std::vector<int> m_textPlaces; ///< One more than words.
+    int m_layoutCount = 0;
+
+    QVariantMap m_colorMap;
+    ProseColors m_colors;
+    QFont m_font;
+    QFont m_captionFont;
+    double m_offset = 0;
+    bool m_cutHidden = false;
+
+    std::optional<Press> m_press;
+    std::optional<std::size_t> m_hoveredPause;
+    ulong m_lastPressTime = 0;
+    QPointF m_lastPressPlace;
+    int m_clicks = 0;
+    double m_goalX = -1; ///< Where up and down stay; below 0 when they begin anew.
+    QTimer m_scrolling; ///< While something is dragged beyond an edge.
+};
+
+} // namespace orvo
