@@ -17,7 +17,7 @@ void addLibraryCommands(CLI::App& app, Session& session); ///< list, show
 void addImportCommand(CLI::App& app, Session& session);
 void addOpenCommand(CLI::App& app, Session& session);
 void addEditCommands(CLI::App& app, Session& session); ///< cut, restore
-void addElementCommands(CLI::App& app, Session& session); ///< text, image, zoom, remove
+void addElementCommands(CLI::App& app, Session& session); ///< text (also prints the transcript), image, zoom, remove
 void addSetCommand(CLI::App& app, Session& session);
 void addTranscribeCommand(CLI::App& app, Session& session);
 void addTranscriptCommands(CLI::App& app, Session& session); ///< words, subtitles

@@ -19,13 +19,15 @@ namespace {
 using namespace std::string_view_literals;
 
 struct Values {
-    std::string_view of; ///< The name of an option, or of an argument.
+    std::string_view
+        of; ///< The name of an option, with that of its command where another takes other values, or of an argument.
     std::vector<std::string_view> values;
 };
 
 /// The values of options and arguments that have a fixed choice.
 const std::array choices{
     Values{"--quality", {"small", "balanced", "high"}},
+    Values{"text --format", {"txt", "md"}},
     Values{"--format", {"srt", "vtt"}},
     Values{"--language", {"es-ES", "en-US"}},
     Values{"--kind", {"silence", "filler", "zoom"}},
@@ -160,7 +162,10 @@ private:
     {
         const std::string name = option.get_positional() ? option.get_name(true, false) : "--" + option.get_lnames().front();
         const std::string type = option.get_positional() ? name : option.get_type_name();
-        if (const auto choice = std::ranges::find(choices, name, &Values::of); choice != choices.end()) {
+        auto choice = std::ranges::find(choices, m_command ? m_command->get_name() + " " + name : name, &Values::of);
+        if (choice == choices.end())
+            choice = std::ranges::find(choices, name, &Values::of);
+        if (choice != choices.end()) {
             for (const auto value : choice->values)
                 m_candidates.add(value);
         } else if (name == "ID" || name == "--append") {

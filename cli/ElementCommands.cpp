@@ -7,6 +7,7 @@
 #include "cli/Failures.h"
 #include "cli/ImageFile.h"
 #include "cli/TextColumns.h"
+#include "cli/TranscriptText.h"
 
 #include <format>
 #include <optional>
@@ -40,6 +41,9 @@ struct OverlayArguments {
     std::string x;
     std::string y;
     std::string width;
+    std::string format;
+
+    bool hasOptions() const { return !duration.empty() || !x.empty() || !y.empty() || !width.empty(); }
 };
 
 /// An overlay at its place: what the options say, else the defaults.
@@ -75,6 +79,17 @@ void addText(Session& session, const OverlayArguments& arguments)
         edited.edit.overlays.edit().push_back(overlay);
     });
     reportNew(session, project, overlay.id, std::format("Texto {} en {}.", inQuotes(text), shown(overlay)));
+}
+
+void textOrTranscript(Session& session, const OverlayArguments& arguments)
+{
+    if (arguments.time.empty() && arguments.hasOptions())
+        throw UsageError("Falta el momento en que aparece el texto.");
+    if (arguments.time.empty())
+        return printTranscript(session, arguments.project, arguments.format);
+    if (!arguments.format.empty())
+        throw UsageError("--format es para la transcripción: no vale al añadir un texto.");
+    addText(session, arguments);
 }
 
 void addImage(Session& session, const OverlayArguments& arguments)
@@ -141,11 +156,10 @@ void remove(Session& session, const RemoveArguments& arguments)
     session.print(std::format("Quitado: {}.\n", element.id.text()));
 }
 
-void declareOverlay(Command& command, OverlayArguments& arguments, const char* content, const std::string& what)
+constexpr const char* appearing = "Cuándo aparece: segundos (83.5) o minutos y segundos (1:23.5).";
+
+void declarePlace(Command& command, OverlayArguments& arguments)
 {
-    command.project(arguments.project);
-    command.argument("MOMENTO", arguments.time, "Cuándo aparece: segundos (83.5) o minutos y segundos (1:23.5).");
-    command.argument(content, arguments.content, what);
     command.option("--duration", "SEGUNDOS", arguments.duration, "Segundos que se ve; 5 si no se indica.");
     command.option("--x", "N", arguments.x, "Borde izquierdo, como fracción del ancho; 0.08 si no se indica.");
     command.option("--y", "N", arguments.y, "Borde superior, como fracción del alto; 0.08 si no se indica.");
@@ -156,15 +170,26 @@ void declareOverlay(Command& command, OverlayArguments& arguments, const char* c
 void addElementCommands(CLI::App& app, Session& session)
 {
     addCommand<OverlayArguments>(
-        app, session, {"text", "Edición", "Añade un texto sobre la imagen."},
+        app, session,
+        {"text", "Edición",
+            "Añade un texto sobre la imagen, o escribe lo que se dice.\nCon el proyecto solo, escribe en "
+            "párrafos lo que se dice en el vídeo ya recortado."},
         [](Command& command, OverlayArguments& arguments) {
-            declareOverlay(command, arguments, "TEXTO", "El texto; si empieza por un guion, escribe antes «--».");
+            command.project(arguments.project);
+            command.optionalArgument("MOMENTO", arguments.time, appearing);
+            command.optionalArgument("TEXTO", arguments.content, "El texto; si empieza por un guion, escribe antes «--».");
+            declarePlace(command, arguments);
+            command.option("--format", "FORMATO", arguments.format,
+                "De lo que se dice: txt, o md con el momento de cada párrafo; txt si no se indica.");
         },
-        addText);
+        textOrTranscript);
     addCommand<OverlayArguments>(
         app, session, {"image", "Edición", "Añade una imagen encima.\nSe copia al proyecto."},
         [](Command& command, OverlayArguments& arguments) {
-            declareOverlay(command, arguments, "ARCHIVO", "La imagen: " + OverlayImage::kindNames() + ".");
+            command.project(arguments.project);
+            command.argument("MOMENTO", arguments.time, appearing);
+            command.argument("ARCHIVO", arguments.content, "La imagen: " + OverlayImage::kindNames() + ".");
+            declarePlace(command, arguments);
             command.option("--width", "N", arguments.width, "Ancho, como fracción del vídeo; 0.3 si no se indica.");
         },
         addImage);

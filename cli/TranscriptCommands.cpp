@@ -2,7 +2,9 @@
 #include "VideoCore/FileIO.h"
 #include "VideoCore/Phrases.h"
 #include "VideoCore/Suggestions.h"
+#include "VideoCore/TextSearch.h"
 #include "VideoCore/Timeline.h"
+#include "VideoCore/Transcript.h"
 #include "cli/Arguments.h"
 #include "cli/Command.h"
 #include "cli/Commands.h"
@@ -11,9 +13,11 @@
 #include "cli/RenderOptions.h"
 #include "cli/Terminal.h"
 #include "cli/TextColumns.h"
+#include "cli/TranscriptText.h"
 
 #include <algorithm>
 #include <format>
+#include <limits>
 #include <ranges>
 
 namespace orvo::cli {
@@ -27,6 +31,11 @@ struct WordsArguments {
     std::string project;
     std::string word;
     std::string text;
+    std::string from;
+    std::string to;
+    std::string grep;
+
+    bool isFiltered() const { return !from.empty() || !to.empty() || !grep.empty(); }
 };
 
 /// How much of a word a cut leaves.
@@ -41,13 +50,35 @@ Kept keptOf(const TranscriptWord& word, const Timeline::OutputMap& map)
     return stretch.start <= word.start && stretch.end >= word.end ? Kept::all : Kept::part;
 }
 
-void listWords(Session& session, const VideoProject& project)
+/// Which words are asked for: those that sound in the stretch and are part of the text looked for.
+std::vector<char> chosenWords(const WordsArguments& arguments, const SharedList<TranscriptWord>& words)
+{
+    const double from = arguments.from.empty() ? 0 : timeArgument("--from", arguments.from);
+    const double to = arguments.to.empty() ? std::numeric_limits<double>::infinity() : timeArgument("--to", arguments.to);
+    if (to < from)
+        throw UsageError("--to queda antes que --from.");
+    std::vector<char> chosen(words.size(), arguments.grep.empty());
+    if (!arguments.grep.empty()) {
+        for (const auto& hit : TextSearch(words.items()).find(textArgument("--grep", arguments.grep)))
+            std::fill(chosen.begin() + std::ptrdiff_t(hit.first), chosen.begin() + std::ptrdiff_t(hit.last) + 1, true);
+    }
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        if (words[i].end < from || words[i].start > to)
+            chosen[i] = false;
+    }
+    return chosen;
+}
+
+void listWords(Session& session, const VideoProject& project, const WordsArguments& arguments)
 {
     const auto& words = project.edit.words;
+    const auto chosen = chosenWords(arguments, words);
     const Timeline::OutputMap map(project.duration, project.edit.cuts.items());
     if (session.json()) {
         JsonValue::Array list;
-        for (const TranscriptWord& word : words) {
+        for (const auto& [word, isChosen] : std::views::zip(words, chosen)) {
+            if (!isChosen)
+                continue;
             list.emplace_back(
                 JsonValue::Object{{"id", word.id}, {"start", word.start}, {"end", word.end}, {"text", word.text},
                     {"filler", Suggestions::isFiller(word.text)}, {"cut", keptOf(word, map) == Kept::nothing}});
@@ -56,9 +87,13 @@ void listWords(Session& session, const VideoProject& project)
     }
     if (words.empty())
         return session.note("El proyecto no tiene transcripción.");
+    if (!std::ranges::contains(chosen, true))
+        return session.note("Ninguna palabra de la transcripción cumple lo pedido.");
     const auto ids = shortIds(words | std::views::transform(&TranscriptWord::id) | std::ranges::to<std::vector>());
     Table table({{}, {}, {}, {}});
-    for (const auto& [word, id] : std::views::zip(words, ids)) {
+    for (const auto& [word, id, isChosen] : std::views::zip(words, ids, chosen)) {
+        if (!isChosen)
+            continue;
         const Kept kept = keptOf(word, map);
         table.add({id, exactTime(word.start), printable(word.text),
             kept == Kept::nothing                  ? "recortada"
@@ -91,7 +126,9 @@ void correctWord(Session& session, const WordsArguments& arguments)
 void words(Session& session, const WordsArguments& arguments)
 {
     if (arguments.word.empty())
-        return listWords(session, session.library().load(arguments.project));
+        return listWords(session, session.library().load(arguments.project), arguments);
+    if (arguments.isFiltered())
+        throw UsageError("--from, --to y --grep eligen palabras de la lista: no valen al corregir una.");
     if (arguments.text.empty())
         throw UsageError("Falta el texto nuevo de la palabra.");
     correctWord(session, arguments);
@@ -140,6 +177,21 @@ void subtitles(Session& session, const SubtitlesArguments& arguments)
 
 } // namespace
 
+void printTranscript(Session& session, const std::string& reference, const std::string& format)
+{
+    if (!format.empty() && format != "txt" && format != "md")
+        throw UsageError(std::format("No existe el formato {}: escribe «txt» o «md».", inQuotes(format)));
+    const bool isMarkdown = format == "md";
+    const VideoProject project = session.library().load(reference);
+    const std::string text =
+        Transcript::text(project, isMarkdown ? Transcript::TextFormat::markdown : Transcript::TextFormat::plain);
+    if (project.edit.words.empty())
+        session.note("El proyecto no tiene transcripción.");
+    if (session.json())
+        return session.answer(JsonValue::Object{{"id", project.id}, {"format", isMarkdown ? "md" : "txt"}, {"text", text}});
+    session.print(text);
+}
+
 void addTranscriptCommands(CLI::App& app, Session& session)
 {
     addCommand<WordsArguments>(
@@ -149,6 +201,10 @@ void addTranscriptCommands(CLI::App& app, Session& session)
             command.optionalArgument(
                 "PALABRA", arguments.word, "La palabra que se corrige: su identificador o el comienzo de este.");
             command.optionalArgument("TEXTO", arguments.text, "Su texto nuevo.");
+            command.option("--from", "TIEMPO", arguments.from, "Solo las palabras desde este momento.");
+            command.option("--to", "TIEMPO", arguments.to, "Solo las palabras hasta este momento.");
+            command.option("--grep", "BUSCADO", arguments.grep,
+                "Solo donde se dice esto, sea una palabra o varias; mayúsculas y acentos dan igual.");
         },
         words);
     addCommand<SubtitlesArguments>(

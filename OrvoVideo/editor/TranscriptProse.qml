@@ -18,6 +18,7 @@ FocusScope {
     /// Whether the text was scrolled by hand and is left there while playing.
     property bool away: false
     property real followedTop: -1
+    property int revealedMatch: -1
     readonly property real spokenTop: {
         page.layoutCount
         return page.topOf(cursor.spokenRow)
@@ -85,8 +86,10 @@ FocusScope {
             root.follow()
         }
         function onMatchChanged() {
-            if (root.cursor.matchRow >= 0)
+            // An edit finds the same match again, and must not scroll to it.
+            if (root.cursor.matchRow >= 0 && root.cursor.matchRow !== root.revealedMatch)
                 root.reveal(page.topOf(root.cursor.matchRow))
+            root.revealedMatch = root.cursor.matchRow
         }
     }
     Timer {

@@ -47,6 +47,42 @@ TEST_F(Transcript, WordsAreListedWithTheirStateAndCorrected)
     EXPECT_THAT(stored().edit.cuts, ElementsAre(TimeSpan{1.6, 2}, TimeSpan{5, 8}));
 }
 
+TEST_F(Transcript, WordsAreChosenByTimeAndText)
+{
+    struct Case {
+        std::vector<std::string> options;
+        std::vector<std::string> texts;
+    };
+    for (const auto& [options, texts] : {
+             Case{{"--from", "1.2", "--to", "0:05"}, {"<mundo>", "Eh,"}},
+             Case{{"--from", "6"}, {"adiós"}},
+             Case{{"--grep", "HOLA mundo"}, {"Hola", "<mundo>"}},
+             Case{{"--grep", "adios", "--to", "2"}, {}},
+         }) {
+        SCOPED_TRACE(options.back());
+        std::vector<std::string> command{"words", id};
+        command.insert(command.end(), options.begin(), options.end());
+        const Answer words = answer(command);
+        std::vector<std::string> found;
+        for (std::size_t i = 0; i < words.size(); ++i)
+            found.push_back(words[i]["text"].text());
+        EXPECT_EQ(found, texts);
+    }
+    EXPECT_EQ(orvo({"words", id, "--from", "5", "--to", "2"}).status, 2);
+    EXPECT_EQ(orvo({"words", id, wordId(0), "x", "--grep", "y"}).status, 2);
+    EXPECT_THAT(orvo({"words", id, "--grep", "nada"}).err, HasSubstr("Ninguna palabra"));
+}
+
+TEST_F(Transcript, IsPrintedAsText)
+{
+    answer({"cut", id, "1.6", "2"});
+    EXPECT_EQ(orvo({"text", id}).out, "Hola <mundo> adiós\n");
+    EXPECT_THAT(answer({"text", id, "--format", "md"})["text"].text(), HasSubstr("**00:00** Hola \\<mundo\\> adiós\n"));
+    EXPECT_EQ(orvo({"text", id, "--format", "srt"}).status, 2);
+    EXPECT_EQ(orvo({"text", id, "--x", "0.5"}).status, 2);
+    EXPECT_EQ(orvo({"text", id, "1", "hola", "--format", "md"}).status, 2);
+}
+
 TEST_F(Transcript, SubtitlesGoToTheOutputOrToAFile)
 {
     answer({"cut", id, "0", "0.75"});

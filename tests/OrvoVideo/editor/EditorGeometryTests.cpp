@@ -1,4 +1,5 @@
 #include "EditorGeometry/PreviewGeometry.h"
+#include "EditorGeometry/ProseFlow.h"
 #include "EditorGeometry/Snapping.h"
 #include "EditorGeometry/TimelineScale.h"
 #include "EditorGeometry/TimelineTargets.h"
@@ -330,6 +331,58 @@ TEST(WaveformPeaks, AreTheSameAfterKeepingAndInPieces)
     EXPECT_FALSE(WaveformPeaks::decoded("something else"));
     EXPECT_FALSE(WaveformPeaks::decoded(whole.encoded() + "x"));
     EXPECT_FALSE(WaveformPeaks::decoded(""));
+}
+
+TEST(ProseFlow, PutsEveryBoxIntoALineAndFindsItThere)
+{
+    std::mt19937_64 random(11);
+    for (int round = 0; round < 100; ++round) {
+        std::vector<ProseFlow::Box> boxes;
+        std::vector<std::size_t> paragraphs;
+        const std::size_t words = 1 + random() % 200;
+        std::vector<char> isHidden(words);
+        for (std::uint32_t word = 0; word < words; ++word) {
+            if (word == 0 || random() % 30 == 0)
+                paragraphs.push_back(boxes.size());
+            isHidden[word] = random() % 8 == 0;
+            for (std::size_t part = 0; !isHidden[word] && part < 1 + random() % 2; ++part)
+                boxes.push_back({.index = word, .width = static_cast<double>(5 + random() % 90)});
+            if (random() % 9 == 0)
+                boxes.push_back({.kind = ProseFlow::Box::Kind::pause, .index = word, .width = 50});
+        }
+        ProseFlow flow;
+        flow.setBoxes(boxes, paragraphs, words);
+        flow.setMetrics({.width = 60.0 + static_cast<double>(random() % 500)});
+        std::size_t next = 0;
+        double bottom = 0;
+        for (const auto& line : flow.lines()) {
+            ASSERT_EQ(line.first, next);
+            ASSERT_GT(line.end, line.first);
+            ASSERT_GE(line.top, bottom);
+            bottom = line.top + flow.metrics().lineHeight;
+            for (std::size_t i = line.first; i < line.end; ++i) {
+                const auto& box = flow.boxes()[i];
+                ASSERT_TRUE(i == line.first || box.x + box.width <= flow.metrics().width);
+                ASSERT_EQ(flow.boxUnder(box.x + box.width / 2, line.top + 3), &box);
+            }
+            next = line.end;
+        }
+        ASSERT_EQ(next, boxes.size());
+        EXPECT_EQ(flow.height(), bottom);
+        for (std::size_t word = 0; word < words; ++word) {
+            ASSERT_EQ(flow.isShown(word), !isHidden[word]);
+            if (const auto place = flow.placeOf(word)) {
+                ASSERT_EQ(flow.wordAt(place->x + 1, place->top + 1), word);
+                ASSERT_EQ(flow.caret(word).x, place->x);
+                ASSERT_EQ(flow.stretches(word, word).front().x, place->x);
+            }
+        }
+    }
+    ProseFlow none;
+    none.setBoxes({}, {}, 3);
+    EXPECT_EQ(none.wordAt(0, 0), std::nullopt);
+    EXPECT_EQ(none.height(), 0);
+    EXPECT_TRUE(none.stretches(0, 2).empty());
 }
 
 } // namespace
