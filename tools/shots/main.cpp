@@ -1,5 +1,6 @@
 // Renders the main states of the windows to pictures: orvo-shots FOLDER
 
+#include "OrvoVideo/editor/ProsePage.h"
 #include "OrvoVideo/model/AppModel.h"
 #include "OrvoVideo/shell/MainWindow.h"
 #include "OrvoVideo/ui/Appearance.h"
@@ -65,7 +66,7 @@ public:
     Photographer(QDir folder, MainWindow& main)
         : m_folder(std::move(folder))
         , m_window(main.window())
-        , m_appearance(*qmlEngine(&m_window)->singletonInstance<Appearance*>("OrvoVideo", "Appearance"))
+        , m_appearance(*qmlEngine(&m_window)->singletonInstance<Appearance*>("Orvo.Ui", "Appearance"))
     {
     }
 
@@ -115,6 +116,31 @@ private:
     QQuickWindow& m_window;
     Appearance& m_appearance;
 };
+
+/// The transcript with marked words, with a word that is being corrected, and with what a search finds; and as a list.
+void photographTranscript(QQuickWindow& window, Photographer& photographer)
+{
+    auto* page = window.findChild<ProsePage*>(QStringLiteral("page"));
+    auto* section = window.findChild<QQuickItem*>(QStringLiteral("textSection"));
+    auto* search = window.findChild<QQuickItem*>(QStringLiteral("search"));
+    if (!page || !section || !search)
+        throw captureError("there is no transcript");
+    auto& reader = *page->reader();
+    page->forceActiveFocus();
+    reader.markBetween({14, 14}, {22, 22});
+    photographer.take(QStringLiteral("transcript-marked"));
+    reader.place(30);
+    emit page->editWanted(30);
+    photographer.take(QStringLiteral("transcript-correcting"));
+    page->forceActiveFocus();
+    search->setProperty("text", QStringLiteral("la"));
+    reader.nextMatch(false);
+    photographer.take(QStringLiteral("transcript-search"));
+    search->setProperty("text", QString());
+    section->setProperty("asList", true);
+    photographer.take(QStringLiteral("transcript-list"));
+    section->setProperty("asList", false);
+}
 
 void takeAll(const QDir& folder)
 {
@@ -170,6 +196,8 @@ void takeAll(const QDir& folder)
         editor->setProperty("section", section);
         photographer.take(QStringLiteral("editor-") + QLatin1String(section));
     }
+    editor->setProperty("section", "text");
+    photographTranscript(main.window(), photographer);
     model.setServerURL(QStringLiteral("https://video.ejemplo.es"));
     model.update([](VideoProject& project) {
         project.publication = Publication{.videoID = "3f2a", .url = "https://video.ejemplo.es/watch/3f2a", .domains = {}};
