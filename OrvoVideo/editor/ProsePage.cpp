@@ -14,11 +14,10 @@ namespace {
 
 constexpr double lineSpacing = 1.45;
 constexpr double below = 40; ///< Empty below the text, in pixels.
-constexpr double pillPadding = 7;
 
 QString pauseText(double seconds)
 {
-    return QStringLiteral("⏸ %1 s").arg(QString::number(seconds, 'f', 1).replace(u'.', u','));
+    return QStringLiteral("%1 s").arg(QString::number(seconds, 'f', 1).replace(u'.', u','));
 }
 
 } // namespace
@@ -96,6 +95,7 @@ void ProsePage::setFont(const QFont& font)
 void ProsePage::setCaptionFont(const QFont& font)
 {
     m_captionFont = font;
+    m_captionWidths.clear();
     emit fontsChanged();
     rebuild();
 }
@@ -163,13 +163,13 @@ void ProsePage::showWords()
     ProseAccessible::tellText(*this);
 }
 
-double ProsePage::widthOf(const QString& text)
+double ProsePage::widthOf(const QString& text, QHash<QString, double>& known, const QFont& font)
 {
-    const auto known = m_widths.constFind(text);
-    if (known != m_widths.constEnd())
-        return *known;
-    const double width = QFontMetricsF(m_font).horizontalAdvance(text);
-    m_widths.insert(text, width);
+    const auto found = known.constFind(text);
+    if (found != known.constEnd())
+        return *found;
+    const double width = QFontMetricsF(font).horizontalAdvance(text);
+    known.insert(text, width);
     return width;
 }
 
@@ -179,7 +179,6 @@ void ProsePage::rebuild()
     boxes.reserve(m_words.size() * 5 / 4);
     std::vector<std::size_t> paragraphs;
     m_pauses.clear();
-    const QFontMetricsF captions(m_captionFont);
     const auto silences = Transcript::pauses(m_words.items(), m_reader ? m_reader->duration() : 0);
     auto silence = silences.begin();
     const auto addPause = [&](std::size_t before) {
@@ -193,7 +192,7 @@ void ProsePage::rebuild()
                 continue;
             boxes.push_back({.kind = ProseFlow::Box::Kind::pause,
                 .index = static_cast<std::uint32_t>(m_pauses.size() - 1),
-                .width = std::ceil(captions.horizontalAdvance(pause.text) + 2 * pillPadding)});
+                .width = std::ceil(widthOf(pause.text, m_captionWidths, m_captionFont) + pauseSign + 2 * pillPadding)});
         }
     };
     for (const auto& paragraph : m_paragraphs) {
@@ -208,7 +207,9 @@ void ProsePage::rebuild()
             const QString& text = m_texts[i];
             const auto index = static_cast<std::uint32_t>(i);
             if (!text.contains(u' ')) {
-                boxes.push_back({.index = index, .length = static_cast<std::uint32_t>(text.size()), .width = widthOf(text)});
+                boxes.push_back({.index = index,
+                    .length = static_cast<std::uint32_t>(text.size()),
+                    .width = widthOf(text, m_widths, m_font)});
                 continue;
             }
             qsizetype from = 0; // A correction of several words breaks between them.
@@ -217,7 +218,7 @@ void ProsePage::rebuild()
                     boxes.push_back({.index = index,
                         .from = static_cast<std::uint32_t>(from),
                         .length = static_cast<std::uint32_t>(part.size()),
-                        .width = widthOf(part.toString())});
+                        .width = widthOf(part.toString(), m_widths, m_font)});
                 }
                 from += part.size() + 1;
             }

@@ -53,6 +53,8 @@ class ProsePage : public QQuickPaintedItem {
     Q_PROPERTY(int layoutCount READ layoutCount NOTIFY laidOut)
 public:
     static constexpr double margin = 48; ///< Of the paragraphs' times, in pixels.
+    static constexpr double pillPadding = 7; ///< At both ends of a pause, in pixels.
+    static constexpr double pauseSign = 10; ///< The room of the two bars that stand for a pause, in pixels.
 
     explicit ProsePage(QQuickItem* parent = nullptr);
 
@@ -143,7 +145,7 @@ private:
     void showWords();
     void rebuild();
     void layOut();
-    double widthOf(const QString& text);
+    static double widthOf(const QString& text, QHash<QString, double>& known, const QFont& font);
     ProseFlow::Metrics metrics() const;
     QPointF inText(QPointF place) const { return {place.x() - margin, place.y() + m_offset}; }
     Transcript::WordRange unitAt(std::size_t word, Unit unit) const;
@@ -176,6 +178,7 @@ private:
     std::vector<Transcript::WordRange> m_paragraphs;
     ProseFlow m_flow;
     QHash<QString, double> m_widths;
+    QHash<QString, double> m_captionWidths;
     QHash<QString, QStaticText> m_glyphs; ///< Of what was drawn.
     mutable QString m_wholeText;
     mutable std::vector<int> m_textPlaces; ///< One more than words.

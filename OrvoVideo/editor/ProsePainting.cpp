@@ -136,7 +136,11 @@ void ProsePage::paintPause(QPainter& painter, const ProseFlow::Box& box, double 
     painter.drawRoundedRect(pill, high / 2, high / 2);
     painter.setFont(m_captionFont);
     painter.setPen(m_colors.secondaryText);
-    painter.drawText(pill, Qt::AlignCenter, pause.text);
+    painter.drawText(pill.adjusted(pillPadding + pauseSign, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter, pause.text);
+    // Fonts of text do not have the sign.
+    const double barTop = std::round(pill.center().y() - 3.5);
+    for (const double x : {pill.x() + pillPadding, pill.x() + pillPadding + 4})
+        painter.fillRect(QRectF(std::round(x), barTop, 2, 7), m_colors.secondaryText);
     if (pause.isCut()) {
         painter.setPen(Qt::NoPen);
         painter.setBrush(m_colors.secondaryText);

@@ -124,6 +124,15 @@ ColumnLayout {
         onMenuWanted: from => menu.popup(from, 0, from.height)
     }
 
+    OButton {
+        visible: !root.empty && reader.fillerCount > 0
+        implicitHeight: 26
+        text: "Quitar muletillas (" + reader.fillerCount + ")"
+        font.pixelSize: Theme.captionSize
+        focusPolicy: Qt.TabFocus
+        onClicked: reader.cutFillers()
+    }
+
     Loader {
         id: text
 
@@ -155,12 +164,6 @@ ColumnLayout {
     OMenu {
         id: menu
 
-        OMenuItem {
-            text: reader.fillerCount > 0 ? "Quitar muletillas (" + reader.fillerCount + ")" : "Quitar muletillas"
-            iconName: "scissors"
-            enabled: reader.fillerCount > 0
-            onTriggered: reader.cutFillers()
-        }
         OMenuItem {
             text: "Acortar pausas…"
             iconName: "clock"

@@ -152,7 +152,7 @@ FocusScope {
                     "text": Theme.text,
                     "secondaryText": Theme.secondaryText,
                     "raised": Theme.raised,
-                    "line": Theme.edge,
+                    "line": Theme.line,
                     "accentInk": Theme.accentInk,
                     "selection": Theme.selection,
                     "selectionEdge": Theme.selectionEdge,
@@ -211,7 +211,7 @@ FocusScope {
         visible: root.editedRow >= 0
         x: Math.min(about.x - 8, root.width - width - 12)
         y: about.y - 4
-        width: Math.min(Math.max(contentWidth + 24, about.width + 20, 72), root.width - 24)
+        width: Math.min(Math.max(contentWidth + 24, about.width + 20, 52), root.width - 24)
         height: about.height + 8
         leftPadding: 7
         rightPadding: 7

@@ -73,6 +73,11 @@ def _window_rows(programs, cache, runs, say):
         row(f"start with {PROJECTS:,} projects: list complete", "listed", 2500),
         row("opening a one-hour project: window usable", "usable", 300),
         row("opening a one-hour project: first picture", "firstPicture", 1500),
+        row("the transcript of an hour as a page: opened", "transcriptOpened", 100),
+        row("the transcript of an hour as a page: a frame while it scrolls, 95th percentile", "transcriptFrame", 17),
+        row("the transcript of an hour as a page: one correction, main thread held, 99th percentile", "transcriptEdit", 8),
+        row("the transcript of an hour as a page: one correction, seen in the window, 95th percentile", "transcriptEditShown",
+            None),
         Row("playback with camera at 1280×800: frames dropped", "%", dropped, limit=2),
     ]
 

@@ -12,13 +12,17 @@
 #include <QEventLoop>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QQuickItem>
 #include <QQuickStyle>
 #include <QTimer>
 #include <QtQml/QQmlExtensionPlugin>
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <functional>
 #include <iostream>
+#include <stdexcept>
+#include <vector>
 
 Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
@@ -49,6 +53,59 @@ void runFor(double seconds)
     QEventLoop loop;
     QTimer::singleShot(std::chrono::milliseconds(std::lround(seconds * 1000)), Qt::PreciseTimer, &loop, &QEventLoop::quit);
     loop.exec();
+}
+
+double at(std::vector<double> times, double part)
+{
+    std::ranges::sort(times);
+    return times[static_cast<std::size_t>(part * static_cast<double>(times.size() - 1))];
+}
+
+/// The transcript as a page: from asking for it to the frame that shows it, frames while it scrolls, and corrections of one
+/// word: how long the main thread is held, and when the frame is there.
+void measureTranscript(AppModel& model, QQuickWindow& window, const std::function<void()>& nextSwap, QJsonObject& result)
+{
+    const auto named = [&](const char* name) {
+        auto* item = window.findChild<QQuickItem*>(QLatin1String(name));
+        if (!item)
+            throw std::logic_error(std::string("there is no ") + name);
+        return item;
+    };
+    auto* section = named("textSection");
+    section->setProperty("asList", true);
+    nextSwap();
+    runFor(0.5);
+    const auto asked = Clock::now();
+    section->setProperty("asList", false);
+    nextSwap();
+    result["transcriptOpened"] = since(asked);
+    result["transcriptWords"] = model.transcript()->count();
+    runFor(0.5);
+
+    auto* flick = named("prose");
+    std::vector<double> frames;
+    for (int step = 1; step <= 200; ++step) {
+        const auto start = Clock::now();
+        flick->setProperty("contentY", 37.0 * step);
+        nextSwap();
+        frames.push_back(since(start));
+    }
+    result["transcriptFrame"] = at(frames, 0.95);
+
+    std::vector<double> holds;
+    std::vector<double> shown;
+    for (int number = 0; number < 100; ++number) {
+        const int row = number * 4099 % model.transcript()->count();
+        const QString id = model.transcript()->get(row).value(QStringLiteral("wordId")).toString();
+        const auto start = Clock::now();
+        model.correctWord(id, QStringLiteral("corregida%1").arg(number));
+        holds.push_back(since(start));
+        nextSwap();
+        shown.push_back(since(start));
+    }
+    result["transcriptEdit"] = at(holds, 0.99);
+    result["transcriptEditShown"] = at(shown, 0.95);
+    runFor(1);
 }
 
 QJsonObject measure(Clock::time_point started, const QString& project, double seconds)
@@ -93,6 +150,7 @@ QJsonObject measure(Clock::time_point started, const QString& project, double se
     nextSwap();
     result["firstPicture"] = since(opened);
     runFor(3);
+    measureTranscript(model, window, nextSwap, result);
 
     model.play();
     // The first moments belong to the opening of the sound device.

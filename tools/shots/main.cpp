@@ -1,6 +1,7 @@
 // Takes screenshots of the main states of the windows: orvo-shots FOLDER
 
 #include "OrvoVideo/editor/EditorCommands.h"
+#include "OrvoVideo/editor/ProsePage.h"
 #include "OrvoVideo/editor/TimelineItem.h"
 #include "OrvoVideo/model/AppModel.h"
 #include "OrvoVideo/shell/MainWindow.h"
@@ -118,6 +119,31 @@ private:
     Appearance& m_appearance;
 };
 
+/// The transcript with marked words, with a word that is being corrected, and with what a search finds; and as a list.
+void photographTranscript(QQuickWindow& window, Photographer& photographer)
+{
+    auto* page = window.findChild<ProsePage*>(QStringLiteral("page"));
+    auto* section = window.findChild<QQuickItem*>(QStringLiteral("textSection"));
+    auto* search = window.findChild<QQuickItem*>(QStringLiteral("search"));
+    if (!page || !section || !search)
+        throw captureError("there is no transcript");
+    auto& reader = *page->reader();
+    page->forceActiveFocus();
+    reader.markBetween({14, 14}, {22, 22});
+    photographer.take(QStringLiteral("transcript-marked"));
+    reader.place(30);
+    emit page->editWanted(30);
+    photographer.take(QStringLiteral("transcript-correcting"));
+    page->forceActiveFocus();
+    search->setProperty("text", QStringLiteral("la"));
+    reader.nextMatch(false);
+    photographer.take(QStringLiteral("transcript-search"));
+    search->setProperty("text", QString());
+    section->setProperty("asList", true);
+    photographer.take(QStringLiteral("transcript-list"));
+    section->setProperty("asList", false);
+}
+
 void takeAll(const QDir& folder)
 {
     const test::TemporaryFolder scratch;
@@ -174,6 +200,7 @@ void takeAll(const QDir& folder)
         photographer.take(QStringLiteral("editor-") + QLatin1String(section));
     }
     editor->setProperty("section", "text");
+    photographTranscript(main.window(), photographer);
     auto* timeline = main.window().findChild<TimelineItem*>();
     timeline->zoomBy(4);
     photographer.take(QStringLiteral("editor-timeline-zoomed"));
