@@ -34,7 +34,8 @@ public:
 
     /// Converts a time in the chunk to one in the recording. Seconds.
     double inRecording(double seconds) const;
-    /// Converts a time in the recording to one in the chunk, interpolating times that were left out. Seconds.
+    /// Converts a time in the recording to one in the chunk. A time that was left out maps to the end of the piece before
+    /// it. Seconds.
     double inChunk(double seconds) const;
 
 private:

@@ -82,7 +82,7 @@ namespace CaptureSources {
 std::vector<CaptureSource> displays();
 
 /// The visible windows, topmost first, labelled such as "Firefox — Portada". Skips those of the process `own`, those
-/// without a title and those not larger than 80 × 60 pixels.
+/// without a title, and those at most 80 pixels wide or 60 high.
 std::vector<CaptureSource> windows(pid_t own = ::getpid());
 
 /// The current content of a source, fitted into `maxSize`, never enlarged. Returns nullopt when the source is gone.
