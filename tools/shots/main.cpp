@@ -156,7 +156,8 @@ void takeAll(const QDir& folder)
     waitFor("the end of the recording", [&] { return !model.capturing() && !model.busy(); });
 
     main.open({QString::fromStdString(lesson.id.text())});
-    waitFor("the preview", [&] { return model.preview() == AppModel::Preview::Ready; });
+    waitFor("the preview",
+        [&] { return model.project() && model.project()->id == lesson.id && model.preview() == AppModel::Preview::Ready; });
     model.seek(12.5);
     model.setSelectedSpan({13, 16});
     model.findSuggestions();
