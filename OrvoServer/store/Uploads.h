@@ -9,6 +9,7 @@
 #include <memory>
 #include <mutex>
 #include <span>
+#include <stop_token>
 
 namespace orvo::server {
 

@@ -114,6 +114,8 @@ Program::Program(std::vector<std::string> arguments, const Setup& setup)
             ::setrlimit(RLIMIT_FSIZE, &limit);
             ::signal(SIGXFSZ, SIG_IGN);
         }
+        if (setup.user && ::setuid(*setup.user) != 0)
+            ::_exit(126);
         ::execve(argumentPointers[0], argumentPointers.data(), environmentPointers.data());
         ::_exit(127);
     }

@@ -31,6 +31,7 @@ public:
         bool outputTerminal = false; ///< Standard output is a terminal of 80 columns.
         bool errorTerminal = false; ///< Standard error is.
         std::string outputFile; ///< Standard output is this file instead.
+        std::optional<uid_t> user; ///< Run as this user.
         std::optional<std::size_t> largestFile; ///< RLIMIT_FSIZE, with SIGXFSZ ignored.
     };
 

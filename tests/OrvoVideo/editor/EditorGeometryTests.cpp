@@ -213,7 +213,8 @@ TEST(TimelineTargets, FindsWhatThePointerIsOver)
 TEST(TimelineRows, FoldsEmptyLanesAndPutsTheComputersSoundLast)
 {
     auto project = emptyProject(100);
-    project.tracks = {track(TrackKind::screen, "a"), track(TrackKind::system, "b"), track(TrackKind::microphone, "c")};
+    project.tracks = {track(TrackKind::screen, "a", 0, 100), track(TrackKind::system, "b", 0, 100),
+        track(TrackKind::microphone, "c", 0, 100)};
     const TimelineRows bare(project);
     EXPECT_EQ(bare.tracksTop(), bare.zoomsTop()) << "no lane";
     EXPECT_LT(bare.trackTop(0), bare.trackTop(2));

@@ -130,7 +130,7 @@ TEST_F(FilmTests, ThePreviewShowsTheFramesOfTheFilm)
     view.show();
     model.open(QString::fromStdString(project.id.text()));
     ASSERT_TRUE(
-        waitUntil([&] { return model.preview() == AppModel::Preview::Ready && model.cameraPlayer()->hasComposition(); }));
+        waitUntil([&] { return model.preview() == Playback::Preview::Ready && model.cameraPlayer()->hasComposition(); }));
     ASSERT_TRUE(waitUntil([&] { return std::isfinite(model.cameraEnd()) && model.cameraEnd() > 0; }));
     // The picture alone, in the size of the film.
     view.rootObject()->findChild<EditorCommands*>()->setPictureAlone(true);

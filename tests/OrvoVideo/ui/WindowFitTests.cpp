@@ -296,9 +296,9 @@ TEST_F(WindowFitTests, EverythingFitsAtEverySize)
         expectFits("busy");
         end.give(0);
         ASSERT_TRUE(waitUntil([&] { return model->idle(); }));
-        model->setRecording(TestModel::Recording::running);
+        setPhase(Recorder::Phase::Recording);
         expectFits("recording");
-        model->setRecording(TestModel::Recording::no);
+        setPhase(Recorder::Phase::Idle);
         key(Qt::Key_F1);
         expectFits("keys");
         key(Qt::Key_Escape);
