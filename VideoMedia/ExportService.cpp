@@ -146,7 +146,8 @@ public:
         if (!takeFinished(signature, film, progress))
             outcome.hardwareFailed = renderPicture(work, film, progress);
         outcome.keptSubtitles = putInPlace(beside);
-        FinishedFilms::remember(m_project, m_store, signature, m_destination);
+        if (!m_settings.isTemporary)
+            FinishedFilms::remember(m_project, m_store, signature, m_destination);
         return outcome;
     }
 

@@ -26,6 +26,7 @@ struct ExportSettings {
     std::string quality = "balanced"; ///< "small", "high", or anything else for "balanced".
     SubtitleCues subtitles = SubtitleCues::words;
     bool burnIn = false; ///< Whether these subtitles are also part of the frames.
+    bool isTemporary = false; ///< Whether the film is removed soon, so that later exports cannot take it.
 
     /// The subtitles that the frames show.
     SubtitleCues burned() const noexcept { return burnIn ? subtitles : SubtitleCues::none; }

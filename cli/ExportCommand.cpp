@@ -78,6 +78,7 @@ void exportToOutput(Session& session, const VideoProject& project, ExportSetting
         throw UsageError("Con «-» el vídeo va a la salida estándar, donde no cabe la respuesta de --json.");
     if (::isatty(STDOUT_FILENO) == 1)
         throw UsageError("Un vídeo no se puede escribir en el terminal: añade «> clase.mp4» o «| otra-orden».");
+    settings.isTemporary = true;
     if (!settings.burnIn) { // With burnt-in subtitles, the file beside the movie goes with the folder.
         if (settings.subtitles != SubtitleCues::none)
             session.note("Sin subtítulos: los escribe «orvo subtitles».");
