@@ -157,8 +157,9 @@ private:
     {
         if (!isAligned(track))
             return {};
-        return track.start > 0 ? std::format(",adelay={}:all=1", track.start * 1000)
-                               : std::format(",atrim=start={},asetpts=PTS-STARTPTS", -track.start);
+        // Durations take no exponent: 6e-05 would be refused.
+        return track.start > 0 ? std::format(",adelay={:.3f}:all=1", track.start * 1000)
+                               : std::format(",atrim=start={:.6f},asetpts=PTS-STARTPTS", -track.start);
     }
 
     void convert(const MediaTrack& track, const Arguments& device, Arguments input, const fs::path& target) const

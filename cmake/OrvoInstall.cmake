@@ -48,13 +48,14 @@ foreach(size 16 22 24 32 48 64 128 256 512)
   install(FILES ${desktop}/icons/${size}.png DESTINATION ${icons}/${size}x${size}/apps RENAME es.orvo.video.png COMPONENT application)
 endforeach()
 
-# install_with_programs(FILE DESTINATION COMPONENT) installs a file that names programs in /usr/bin; they are where this prefix
-# has them.
+# install_with_programs(FILE DESTINATION COMPONENT) installs a file that names programs in /usr/bin, or the server by its name
+# alone, with the places that they have in this prefix.
 function(install_with_programs FILE DESTINATION COMPONENT)
   cmake_path(GET FILE FILENAME name)
   install(CODE "
     file(READ \"${FILE}\" text)
     string(REPLACE /usr/bin/ \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/\" text \"\${text}\")
+    string(REPLACE ExecStart=orvo-server \"ExecStart=\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/orvo-server\" text \"\${text}\")
     set(file \"\${CMAKE_INSTALL_PREFIX}/${DESTINATION}/${name}\")
     message(STATUS \"Installing: \$ENV{DESTDIR}\${file}\")
     file(WRITE \"\$ENV{DESTDIR}\${file}\" \"\${text}\")

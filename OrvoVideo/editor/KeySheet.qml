@@ -15,6 +15,7 @@ Popup {
     focus: true
     padding: Theme.space(6)
     closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutside
+    height: Math.min(implicitHeight, (Overlay.overlay?.height ?? implicitHeight) - Theme.space(8))
 
     background: Rectangle {
         color: Theme.panel
@@ -28,6 +29,8 @@ Popup {
         spacing: Theme.space(3)
         Accessible.role: Accessible.Dialog
         Accessible.name: "Teclas"
+        Keys.onUpPressed: page.scroll(-1)
+        Keys.onDownPressed: page.scroll(1)
 
         RowLayout {
             OLabel {
@@ -43,52 +46,73 @@ Popup {
                 onClicked: root.close()
             }
         }
-        GridLayout {
-            columns: 2
-            columnSpacing: Theme.space(10)
-            rowSpacing: Theme.space(5)
+        Flickable {
+            id: page
 
-            Repeater {
-                model: ["Reproducir", "Moverse", "Editar", "Texto", "Línea de tiempo"]
+            /// A page less one line, up or down.
+            function scroll(direction) {
+                contentY = Math.max(0, Math.min(contentHeight - height, contentY + direction * (height - 30)))
+            }
 
-                ColumnLayout {
-                    id: group
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            implicitWidth: grid.implicitWidth + Theme.space(4)
+            implicitHeight: grid.implicitHeight
+            contentHeight: grid.implicitHeight
+            boundsBehavior: Flickable.StopAtBounds
+            clip: true
 
-                    required property string modelData
+            ScrollBar.vertical: OScrollBar {}
 
-                    Layout.alignment: Qt.AlignTop
-                    spacing: Theme.space(1.5)
+            GridLayout {
+                id: grid
 
-                    OCaption {
-                        text: group.modelData.toUpperCase()
-                    }
-                    Repeater {
-                        model: root.commands.sheet.filter(entry => entry.group === group.modelData)
+                columns: 2
+                columnSpacing: Theme.space(10)
+                rowSpacing: Theme.space(5)
 
-                        RowLayout {
-                            id: entry
+                Repeater {
+                    model: ["Reproducir", "Moverse", "Editar", "Texto", "Línea de tiempo"]
 
-                            required property var modelData
+                    ColumnLayout {
+                        id: group
 
-                            spacing: Theme.space(3)
+                        required property string modelData
 
-                            Rectangle {
-                                implicitWidth: Math.max(keys.implicitWidth + 12, 120)
-                                implicitHeight: 24
-                                radius: 6
-                                color: Theme.raised
-                                border.color: Theme.line
+                        Layout.alignment: Qt.AlignTop
+                        spacing: Theme.space(1.5)
 
-                                OLabel {
-                                    id: keys
+                        OCaption {
+                            text: group.modelData.toUpperCase()
+                        }
+                        Repeater {
+                            model: root.commands.sheet.filter(entry => entry.group === group.modelData)
 
-                                    anchors.centerIn: parent
-                                    text: entry.modelData.keys
-                                    font.weight: Font.Medium
+                            RowLayout {
+                                id: entry
+
+                                required property var modelData
+
+                                spacing: Theme.space(3)
+
+                                Rectangle {
+                                    implicitWidth: Math.max(keys.implicitWidth + 12, 120)
+                                    implicitHeight: 24
+                                    radius: 6
+                                    color: Theme.raised
+                                    border.color: Theme.line
+
+                                    OLabel {
+                                        id: keys
+
+                                        anchors.centerIn: parent
+                                        text: entry.modelData.keys
+                                        font.weight: Font.Medium
+                                    }
                                 }
-                            }
-                            OLabel {
-                                text: entry.modelData.text
+                                OLabel {
+                                    text: entry.modelData.text
+                                }
                             }
                         }
                     }

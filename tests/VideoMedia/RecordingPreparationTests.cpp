@@ -144,7 +144,7 @@ TEST_F(RecordingPreparationTest, PadsAndTrimsDevicesOfABrowserToBeginWithTheScre
     project.fps = 30;
     project.duration = 4;
     const auto recorded = project;
-    for (const double start : {0.55, 0.0, -0.55}) {
+    for (const double start : {0.55, 0.0, -0.00006, -0.55}) {
         SCOPED_TRACE(start);
         project = recorded;
         for (auto& track : project.tracks.edit()) {
