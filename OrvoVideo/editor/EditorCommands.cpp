@@ -43,7 +43,7 @@ constexpr Shown shownKeys[]{
     {text, "X · Supr", "Cortar lo marcado; otra vez, restaurarlo"},
     {text, "Intro · F2", "Corregir la palabra; Tab, la siguiente"},
     {text, "Ctrl C", "Copiar el texto"},
-    {text, "Ctrl F · F3", "Buscar en el texto; la siguiente coincidencia"},
+    {text, "Ctrl F · F3", "Buscar; el siguiente hallazgo"},
     {view, "+ · −", "Ampliar y reducir"},
     {view, "0", "Ver todo"},
     {view, "Ctrl ← →", "Marcar el corte, zoom o texto anterior o siguiente"},
