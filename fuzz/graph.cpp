@@ -160,7 +160,7 @@ void checkGraphs(const VideoProject& project)
     std::vector<RenderGraph::Input> inputs;
     for (const auto& track : project.tracks)
         inputs.push_back({.track = track, .file = track.file, .hasAudio = track.id.bytes[0] % 2 == 0});
-    check(RenderGraph::audioMix(project, inputs), {}, {{"mix", 1}});
+    check(RenderGraph::audioMix(project, inputs, 0.1), {}, {{"mix", 1}});
 
     const bool visible = std::ranges::any_of(project.tracks, RenderGraph::isVisibleVideo);
     if (!visible || !(project.playableDuration() > 0.01))
