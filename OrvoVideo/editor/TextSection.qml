@@ -103,7 +103,7 @@ ColumnLayout {
             OLabel {
                 Layout.fillWidth: true
                 horizontalAlignment: Text.AlignHCenter
-                text: "La transcripción se procesa en tu Mac."
+                text: Wording.here("La transcripción se procesa en tu Mac.")
                 secondary: true
                 wrapMode: Text.Wrap
             }

@@ -45,9 +45,6 @@ SettingsGroup {
         Accessible.name: text
     }
     SettingsNote {
-        text: "El servidor guarda estas credenciales cifradas. Usa el permiso drive.file. El audio se transcribe en el Mac."
-    }
-    SettingsNote {
-        text: "Aquí «el Mac» es este equipo: el sonido no sale de él."
+        text: Wording.here("El servidor guarda estas credenciales cifradas. Usa el permiso drive.file. El audio se transcribe en el Mac.")
     }
 }

@@ -9,7 +9,7 @@ SettingsGroup {
 
     required property AppModel app
 
-    title: "Permisos del Mac"
+    title: Wording.here("Permisos del Mac")
 
     Flow {
         Layout.fillWidth: true

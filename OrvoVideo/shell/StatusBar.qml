@@ -43,7 +43,7 @@ Rectangle {
 
             objectName: "status"
             Layout.fillWidth: true
-            text: (failed ? Wording.cause(root.app.errorMessage) : root.app.status).replace(/\s*\n\s*/g, " ")
+            text: Wording.here(failed ? Wording.cause(root.app.errorMessage) : root.app.status).replace(/\s*\n\s*/g, " ")
             color: failed ? Theme.danger : Theme.secondaryText
             font.pixelSize: Theme.captionSize
             elide: Text.ElideRight

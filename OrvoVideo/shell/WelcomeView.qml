@@ -120,7 +120,7 @@ Item {
                 Feature {
                     iconName: "message-square-text"
                     headline: "Edita tus palabras"
-                    caption: "Transcripción en tu Mac"
+                    caption: Wording.here("Transcripción en tu Mac")
                 }
                 Feature {
                     iconName: "square-play"

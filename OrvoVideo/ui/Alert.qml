@@ -1,6 +1,5 @@
 import QtQuick
 import QtQuick.Controls.Basic
-import Orvo.Shell
 
 /// A modal message with one or two buttons.
 Popup {
@@ -59,7 +58,7 @@ Popup {
         spacing: Theme.space(4)
         Accessible.role: Accessible.AlertMessage
         Accessible.name: root.title
-        Accessible.description: root.message
+        Accessible.description: Wording.here(root.message)
 
         Row {
             width: parent.width
@@ -79,7 +78,7 @@ Popup {
         }
         OLabel {
             width: parent.width
-            text: root.shortMessage
+            text: Wording.here(root.shortMessage)
             wrapMode: Text.Wrap
             elide: Text.ElideRight
             maximumLineCount: 16

@@ -1,5 +1,5 @@
-#include "OrvoVideo/shell/LinuxWording.h"
 #include "OrvoVideo/ui/Appearance.h"
+#include "OrvoVideo/ui/Wording.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/SmallDisk.h"
 #include "VideoCore/Error.h"
@@ -573,6 +573,15 @@ TEST(WordingTests, TheCauseOfALongReportComesFirst)
     EXPECT_EQ(wording.cause(report),
         "El proceso de vídeo falló: [out#0/mp4 @ 0x1] Error writing trailer: No space left on device");
     EXPECT_EQ(wording.cause(QString(1'000, 'x')), QString(400, 'x') + "…");
+}
+
+TEST(WordingTests, NamesThisSystemWhereTheFixedTextsNameAnother)
+{
+    const Wording wording;
+    EXPECT_EQ(wording.here("Permisos del Mac"), "Permisos del equipo");
+    EXPECT_EQ(wording.here("La extensión necesita configurar su conexión al Mac: no hay permiso"),
+        "La extensión necesita configurar su conexión al equipo: no hay permiso");
+    EXPECT_EQ(wording.here("Permisos del Mac de Ana"), "Permisos del Mac de Ana");
 }
 
 TEST(WordingTests, DaysAreSaidBriefly)

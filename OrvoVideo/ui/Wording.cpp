@@ -1,4 +1,4 @@
-#include "OrvoVideo/shell/LinuxWording.h"
+#include "OrvoVideo/ui/Wording.h"
 
 #include "VideoMedia/FailureReport.h"
 #include "VideoMedia/OverlayImage.h"
@@ -13,6 +13,24 @@
 namespace orvo {
 
 namespace {
+
+/// Texts of the interface that name another system's things, and how they are shown here. One that ends in ": " is the
+/// beginning of a longer text.
+constexpr struct {
+    const char* fixed;
+    const char* shown;
+} textsHere[]{
+    {"Transcripción en tu Mac", "Transcripción en tu equipo"},
+    {"La transcripción se procesa en tu Mac.", "La transcripción se procesa en tu equipo."},
+    {"Transcribiendo en el Mac · la primera vez se descargarán los modelos…",
+        "Transcribiendo en el equipo · la primera vez se descargarán los modelos…"},
+    {"La transcripción local no admite este idioma en este Mac.",
+        "La transcripción local no admite este idioma en este equipo."},
+    {"La extensión necesita configurar su conexión al Mac: ", "La extensión necesita configurar su conexión al equipo: "},
+    {"El servidor guarda estas credenciales cifradas. Usa el permiso drive.file. El audio se transcribe en el Mac.",
+        "El servidor guarda estas credenciales cifradas. Usa el permiso drive.file. El audio se transcribe en tu equipo."},
+    {"Permisos del Mac", "Permisos del equipo"},
+};
 
 /// The type of a local file; an invalid one for any other address.
 QMimeType typeOf(const QUrl& file)
@@ -34,6 +52,16 @@ QString Wording::day(const QDateTime& when, const QDateTime& now)
         return QStringLiteral("ayer");
     const QLocale spanish(QLocale::Spanish, QLocale::Spain);
     return spanish.toString(day, day.year() == today.year() ? QStringLiteral("d MMM") : QStringLiteral("d MMM yyyy"));
+}
+
+QString Wording::here(const QString& text) const
+{
+    for (const auto& [fixed, shown] : textsHere) {
+        const auto name = QString::fromUtf8(fixed);
+        if (text == name || (name.endsWith(QLatin1String(": ")) && text.startsWith(name)))
+            return QString::fromUtf8(shown) + text.sliced(name.size());
+    }
+    return text;
 }
 
 QString Wording::cause(const QString& message) const

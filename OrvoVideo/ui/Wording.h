@@ -7,7 +7,7 @@
 
 namespace orvo {
 
-/// Texts that the main window makes of values, and what it has to know of dropped files.
+/// Texts that the windows make of values, and what they need to know about dropped files.
 class Wording : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -18,6 +18,10 @@ public:
     /// When something was, as briefly as it can be said at `now`: "hoy", "ayer", "3 feb", "3 feb 2025".
     static QString day(const QDateTime& when, const QDateTime& now);
     Q_INVOKABLE QString day(const QDateTime& when) const { return day(when, QDateTime::currentDateTime()); }
+
+    /// A text as it is shown on this system: some fixed texts name another system's things. Returns any other text
+    /// unchanged.
+    Q_INVOKABLE QString here(const QString& text) const;
 
     /// What a person reads of a message first. The report of a program that failed gives its reason near its end: the cause
     /// is the message's beginning with that line. A short message is its own cause.
