@@ -49,6 +49,11 @@ Popup {
         Flickable {
             id: page
 
+            /// The longest entry has some fifty characters behind its key.
+            readonly property real columnWidth: 120 + Theme.space(3) + 50 * metrics.averageCharacterWidth
+            readonly property real room: (Overlay.overlay?.width ?? 0) - Theme.space(8) - 2 * root.padding - Theme.space(4)
+            readonly property bool fitsTwo: 2 * columnWidth + Theme.space(10) <= room
+
             /// A page less one line, up or down.
             function scroll(direction) {
                 contentY = Math.max(0, Math.min(contentHeight - height, contentY + direction * (height - 30)))
@@ -64,10 +69,16 @@ Popup {
 
             ScrollBar.vertical: OScrollBar {}
 
+            FontMetrics {
+                id: metrics
+
+                font.pixelSize: Theme.bodySize
+            }
+
             GridLayout {
                 id: grid
 
-                columns: 2
+                columns: page.fitsTwo ? 2 : 1
                 columnSpacing: Theme.space(10)
                 rowSpacing: Theme.space(5)
 

@@ -26,6 +26,8 @@ ComboBox {
         text: control.displayText
         color: Theme.text
         font: control.font
+        fontSizeMode: Text.HorizontalFit // Some systems have wide fonts alone.
+        minimumPixelSize: 9
         elide: Text.ElideRight
         verticalAlignment: Text.AlignVCenter
         Accessible.ignored: true
