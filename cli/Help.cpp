@@ -8,6 +8,17 @@
 
 namespace orvo::cli {
 
+std::string optionName(const CLI::Option& option)
+{
+    if (option.get_positional())
+        return option.get_name(true, false);
+    std::string names = option.get_name(false, true);
+    // The library joins names with a bare comma.
+    if (const auto comma = names.find(','); comma != std::string::npos)
+        names.insert(comma + 1, " ");
+    return option.get_expected_max() > 0 ? names + " " + option.get_type_name() : names;
+}
+
 namespace {
 
 using Terminal::Tone;
@@ -22,23 +33,12 @@ bool isShown(const CLI::Option& option)
     return !option.get_group().empty();
 }
 
-std::string nameOf(const CLI::Option& option)
-{
-    if (option.get_positional())
-        return option.get_name(true, false);
-    std::string names = option.get_name(false, true);
-    // The library joins names with a bare comma.
-    if (const auto comma = names.find(','); comma != std::string::npos)
-        names.insert(comma + 1, " ");
-    return option.get_expected_max() > 0 ? names + " " + option.get_type_name() : names;
-}
-
 std::vector<Entry> entries(const CLI::App& app, bool positional)
 {
     std::vector<Entry> result;
     for (const CLI::Option* option : app.get_options()) {
         if (isShown(*option) && option->get_positional() == positional)
-            result.push_back({nameOf(*option), option->get_description()});
+            result.push_back({optionName(*option), option->get_description()});
     }
     return result;
 }
@@ -105,7 +105,7 @@ std::string usage(const CLI::App& app)
     for (const CLI::Option* option : app.get_options()) {
         if (!isShown(*option) || !option->get_positional())
             continue;
-        const std::string name = nameOf(*option) + (option->get_expected_max() > 1 ? "…" : "");
+        const std::string name = optionName(*option) + (option->get_expected_max() > 1 ? "…" : "");
         line += option->get_required() ? " " + name : " [" + name + "]";
     }
     return line + (app.get_subcommands({}).empty() ? " [opciones]" : " ORDEN …");

@@ -11,6 +11,9 @@ public:
     std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override;
 };
 
+/// An option or argument as it is written: "-V, --version", "--height N", "ARCHIVO".
+std::string optionName(const CLI::Option& option);
+
 /// The line that shows how a command is called, for example "orvo cut ID INICIO FIN [opciones]".
 std::string usage(const CLI::App& app);
 

@@ -11,17 +11,6 @@ namespace orvo::cli {
 
 namespace {
 
-/// An option or argument as it is written: "-V, --version", "--height N", "ARCHIVO".
-std::string shownName(const CLI::Option& option)
-{
-    if (option.get_positional())
-        return option.get_name(true, false);
-    std::string names = option.get_name(false, true);
-    if (const auto comma = names.find(','); comma != std::string::npos)
-        names.insert(comma + 1, " ");
-    return option.get_expected_max() > 0 ? names + " " + option.get_type_name() : names;
-}
-
 /// A text as roff: nothing in it is a request.
 std::string roff(std::string_view text)
 {
@@ -47,7 +36,7 @@ std::string roffOptions(const CLI::App& app)
     for (const CLI::Option* option : app.get_options()) {
         if (option->get_group().empty())
             continue;
-        text += std::format(".TP\n.B {}\n{}\n", roff(shownName(*option)), roff(option->get_description()));
+        text += std::format(".TP\n.B {}\n{}\n", roff(optionName(*option)), roff(option->get_description()));
     }
     return text;
 }
@@ -57,7 +46,7 @@ std::string optionTable(const CLI::App& app)
 {
     std::string rows;
     for (const CLI::Option* option : app.get_options()) {
-        const std::string name = shownName(*option);
+        const std::string name = optionName(*option);
         if (!option->get_group().empty() && !name.contains("--help"))
             rows += std::format("| `{}` | {} |\n", name, option->get_description());
     }

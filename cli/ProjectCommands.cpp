@@ -147,9 +147,8 @@ void addProjectCommands(CLI::App& app, Session& session)
     addCommand<DeleteArguments>(
         app, session,
         {"delete", "Biblioteca",
-            "Mueve proyectos a la papelera del escritorio.\nDesde ella se pueden restaurar. Lo que está publicado sigue en "
-            "el "
-            "servidor."},
+            "Mueve proyectos a la papelera del escritorio.\nDesde ella se pueden restaurar. "
+            "Lo que está publicado sigue en el servidor."},
         [](Command& command, DeleteArguments& arguments) {
             command.arguments("ID", arguments.projects, "Los proyectos.");
             command.flag("--force", arguments.force, "Sin preguntar por lo que está publicado o sin preparar.");
