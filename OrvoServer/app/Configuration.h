@@ -45,7 +45,7 @@ struct Configuration {
 /// value.
 Configuration readConfiguration(std::string_view text);
 
-/// What a new server is told at first; the author changes the rest in its configuration.
+/// The settings that `init` takes. The author changes the others in the configuration file.
 struct NewServer {
     std::string address;
     std::string listen = "127.0.0.1:8080";

@@ -111,7 +111,7 @@ Plan ViewerRoutes::pagePlan(const Request& request, const std::string& video, Pe
 
 Response ViewerRoutes::unavailable(const Request& request, const LiveVideo& video) const
 {
-    // Sites that embedded a withdrawn video show this page; other sites cannot tell it from an unknown video.
+    // Only sites that may embed the video show this page. Every other site gets what it gets for an unknown video.
     return m_parts.pages.page(404, "unavailable.html",
         {.lang = languageOf(request.headers["Accept-Language"]), .frameAncestors = video.domains.frameAncestors()});
 }

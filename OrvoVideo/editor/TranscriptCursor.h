@@ -74,8 +74,8 @@ public:
     Q_INVOKABLE void unmark();
     /// Puts the caret before a row, with nothing marked. Numbers are limited to what there is.
     Q_INVOKABLE void place(int row);
-    /// Marks everything from `anchor`, which stays while `head` moves, to `head`; the caret stands at the end of `head`.
-    /// Marks nothing when that is empty.
+    /// Selects everything from `anchor`, which stays while `head` moves, to `head`, and puts the caret at the end of `head`.
+    /// An empty range clears the selection.
     void markBetween(Transcript::WordRange anchor, Transcript::WordRange head);
     /// As `markBetween` with the anchor that there is.
     void extendTo(Transcript::WordRange head);
@@ -106,7 +106,7 @@ public:
 
     /// Goes to the next (or previous) match and marks it; the playhead goes with it.
     Q_INVOKABLE void nextMatch(bool backwards);
-    /// Replaces the match that is shown and goes on to the next.
+    /// Replaces the current match, then moves to the next one.
     Q_INVOKABLE void replaceMatch(const QString& text);
     /// Replaces every match. Returns how many there were.
     Q_INVOKABLE int replaceAll(const QString& text);

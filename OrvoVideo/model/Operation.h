@@ -11,8 +11,8 @@
 
 namespace orvo {
 
-/// The one long operation of the moment, and what the user is told of it and of everything else: a line of status and the
-/// last error. Main thread only.
+/// Runs one long operation at a time, and holds the status line and the last error of the whole application. Main thread
+/// only.
 ///
 ///                 perform                        cancel
 ///     idle ─────────────────────► busy ─────────────────────► busy, asked to stop

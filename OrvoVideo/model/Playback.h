@@ -107,7 +107,7 @@ private:
     double m_cameraEnd = 0;
     bool m_playing = false;
     bool m_ended = false; ///< Playback has come to the end, which may lie before the project's.
-    std::optional<double> m_announced; ///< The end of the cut that the player was last told to expect.
+    std::optional<double> m_announced; ///< The seek target last announced with `expectSeek`: the end of a cut.
     Preview m_preview = Preview::Empty;
     PreviewComposition m_composition; ///< What `player` was last asked to load.
     std::optional<std::filesystem::path> m_cameraFile; ///< What `cameraPlayer` was last asked to load.

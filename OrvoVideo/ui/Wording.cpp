@@ -66,9 +66,9 @@ QString Wording::here(const QString& text) const
 
 QString Wording::cause(const QString& message) const
 {
-    constexpr qsizetype longest = 400; // Characters that are read at a glance.
-    constexpr qsizetype mostLines = 6;
-    if (message.size() <= longest && message.count(QLatin1Char('\n')) < mostLines)
+    constexpr qsizetype maxLength = 400; // Characters that fit a glance.
+    constexpr qsizetype maxLines = 6;
+    if (message.size() <= maxLength && message.count(QLatin1Char('\n')) < maxLines)
         return message;
     const std::string report = message.toStdString();
     const std::string_view line = FailureReport::cause(report);
@@ -76,9 +76,9 @@ QString Wording::cause(const QString& message) const
         const qsizetype colon = message.indexOf(QLatin1String(": "));
         const qsizetype firstEnd = message.indexOf(QRegularExpression(QStringLiteral("[\r\n]")));
         const QString beginning = colon >= 0 && colon < firstEnd ? message.first(colon + 2) : QString();
-        return beginning + QString::fromUtf8(line.data(), static_cast<qsizetype>(line.size())).left(longest);
+        return beginning + QString::fromUtf8(line.data(), static_cast<qsizetype>(line.size())).left(maxLength);
     }
-    return message.first(longest) + QChar(0x2026);
+    return message.first(maxLength) + QChar(0x2026);
 }
 
 bool Wording::isMovie(const QUrl& file) const
