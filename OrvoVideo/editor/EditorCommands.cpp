@@ -3,59 +3,11 @@
 #include "OrvoVideo/model/ModelText.h"
 
 #include <QGuiApplication>
-#include <QVariantMap>
 #include <algorithm>
 
 namespace orvo {
 
 namespace {
-
-/// A key with what it does, as the sheet shows it.
-struct Shown {
-    const char* group;
-    const char* keys;
-    const char* text;
-};
-
-constexpr const char* playing = "Reproducir";
-constexpr const char* moving = "Moverse";
-constexpr const char* editing = "Editar";
-constexpr const char* text = "Texto";
-constexpr const char* view = "Línea de tiempo";
-
-constexpr Shown shownKeys[]{
-    {playing, "Espacio", "Reproducir o pausar"},
-    {playing, "L", "Adelante; otra vez, más rápido"},
-    {playing, "J", "Atrás; otra vez, más rápido"},
-    {playing, "K", "Parar"},
-    {moving, "← →", "Un fotograma"},
-    {moving, "Mayús ← →", "Un segundo"},
-    {moving, "Inicio · Fin", "Principio y final"},
-    {moving, "↑ ↓", "Borde anterior y siguiente"},
-    {editing, "I · O", "Inicio y final de la selección"},
-    {editing, "X · Supr", "Cortar la selección"},
-    {editing, "Z", "Añadir un zoom"},
-    {editing, "T", "Escribir un texto en pantalla"},
-    {editing, "Ctrl Z", "Deshacer"},
-    {editing, "Ctrl Mayús Z", "Rehacer"},
-    {text, "← → ↑ ↓", "Palabra y línea; con Ctrl, frase y párrafo"},
-    {text, "Mayús ← →", "Marcar palabras; con Ctrl, frases"},
-    {text, "X · Supr", "Cortar lo marcado; otra vez, restaurarlo"},
-    {text, "Intro · F2", "Corregir la palabra; Tab, la siguiente"},
-    {text, "Ctrl C", "Copiar el texto"},
-    {text, "Ctrl F · F3", "Buscar; el siguiente hallazgo"},
-    {view, "+ · −", "Ampliar y reducir"},
-    {view, "0", "Ver todo"},
-    {view, "Ctrl ← →", "Marcar el corte, zoom o texto anterior o siguiente"},
-    {view, "Alt ← →", "Mover lo marcado un fotograma"},
-    {view, "Alt Mayús ← →", "Mover su final un fotograma"},
-    {view, "Intro", "Restaurar el corte marcado o el del cabezal"},
-    {view, "Supr", "Quitar el zoom o texto marcado"},
-    {view, "Esc", "Soltar lo marcado"},
-    {view, "Mayús al arrastrar", "Sin ajuste a los bordes"},
-    {view, "F", "Ver solo la imagen"},
-    {view, "F1", "Mostrar estas teclas"},
-};
 
 constexpr double keyZoom = 1.5;
 
@@ -86,17 +38,6 @@ void EditorCommands::setPictureAlone(bool alone)
         return;
     m_pictureAlone = alone;
     emit pictureAloneChanged();
-}
-
-QVariantList EditorCommands::sheet()
-{
-    QVariantList list;
-    for (const auto& shown : shownKeys) {
-        list.append(QVariantMap{{QStringLiteral("group"), QString::fromUtf8(shown.group)},
-            {QStringLiteral("keys"), QString::fromUtf8(shown.keys)},
-            {QStringLiteral("text"), QString::fromUtf8(shown.text)}});
-    }
-    return list;
 }
 
 void EditorCommands::addZoom()
@@ -145,126 +86,135 @@ bool EditorCommands::isTyping()
 
 bool EditorCommands::press(int key, int modifiers)
 {
-    const auto held = Qt::KeyboardModifiers(modifiers) & ~Qt::KeypadModifier;
-    if (key == Qt::Key_F1 && held == Qt::NoModifier) {
+    const auto command = Commands::find(
+        Commands::Scope::Editor, QKeyCombination(Qt::KeyboardModifiers(modifiers), static_cast<Qt::Key>(key)));
+    return command && perform(*command);
+}
+
+bool EditorCommands::perform(Commands::Id command)
+{
+    if (command == Commands::ShowKeys) {
         emit sheetWanted();
         return true;
     }
     if (!m_model || !m_model->hasProject())
         return false;
-    if (key == Qt::Key_F && held == Qt::ControlModifier) {
+    switch (command) {
+    case Commands::Search:
         emit searchWanted();
         return true;
-    }
-    if (key == Qt::Key_F3 && (held == Qt::NoModifier || held == Qt::ShiftModifier)) {
-        emit matchWanted(held == Qt::ShiftModifier);
-        return true;
-    }
-    if (isTyping())
-        return false;
-
-    const bool plain = held == Qt::NoModifier;
-    const bool shift = held == Qt::ShiftModifier;
-    const bool forward = key == Qt::Key_Right;
-    switch (key) {
-    case Qt::Key_Left:
-    case Qt::Key_Right:
-        if (plain) {
-            m_shuttle.stop();
-            m_model->stepFrames(forward ? 1 : -1);
-            tellPlayhead();
-        } else if (shift) {
-            stepSeconds(forward ? 1 : -1);
-        } else if (held == Qt::ControlModifier && m_timeline) {
-            m_timeline->chooseNext(forward);
-        } else if (held.testFlag(Qt::AltModifier) && !held.testFlag(Qt::ControlModifier) && m_timeline) {
-            m_timeline->nudgeChosen(forward ? 1 : -1, held.testFlag(Qt::ShiftModifier));
-        } else {
-            return false;
-        }
-        return true;
-    case Qt::Key_Z:
-        if (held == Qt::ControlModifier)
-            m_model->undo();
-        else if (held == (Qt::ControlModifier | Qt::ShiftModifier))
-            m_model->redo();
-        else if (plain)
-            addZoom();
-        else
-            return false;
-        return true;
-    case Qt::Key_Plus:
-    case Qt::Key_Minus:
-        // The plus of some keyboards needs Shift.
-        if ((!plain && !shift) || !m_timeline)
-            return false;
-        m_timeline->zoomBy(key == Qt::Key_Plus ? keyZoom : 1 / keyZoom);
+    case Commands::NextMatch:
+    case Commands::PreviousMatch:
+        emit matchWanted(command == Commands::PreviousMatch);
         return true;
     default:
-        break;
+        return !isTyping() && (performOnProject(command) || performOnTimeline(command));
     }
-    if (!plain)
-        return false;
-    switch (key) {
-    case Qt::Key_Space:
+}
+
+bool EditorCommands::performOnProject(Commands::Id command)
+{
+    switch (command) {
+    case Commands::TogglePlaying:
         togglePlaying();
         return true;
-    case Qt::Key_J:
-        m_shuttle.backward();
-        return true;
-    case Qt::Key_K:
-        m_shuttle.stop();
-        return true;
-    case Qt::Key_L:
+    case Commands::PlayForward:
         m_shuttle.forward();
         return true;
-    case Qt::Key_Home:
+    case Commands::PlayBackward:
+        m_shuttle.backward();
+        return true;
+    case Commands::StopPlaying:
+        m_shuttle.stop();
+        return true;
+    case Commands::PreviousFrame:
+    case Commands::NextFrame:
+        m_shuttle.stop();
+        m_model->stepFrames(command == Commands::NextFrame ? 1 : -1);
+        tellPlayhead();
+        return true;
+    case Commands::PreviousSecond:
+    case Commands::NextSecond:
+        stepSeconds(command == Commands::NextSecond ? 1 : -1);
+        return true;
+    case Commands::GoToStart:
         goTo(0);
         return true;
-    case Qt::Key_End:
+    case Commands::GoToEnd:
         goTo(m_model->projectFacts().duration);
         return true;
-    case Qt::Key_I:
+    case Commands::Undo:
+        m_model->undo();
+        return true;
+    case Commands::Redo:
+        m_model->redo();
+        return true;
+    case Commands::StartSelection:
         m_model->startSelectionHere();
         return true;
-    case Qt::Key_O:
+    case Commands::EndSelection:
         m_model->endSelectionHere();
         return true;
-    case Qt::Key_X:
+    case Commands::CutSelection:
         m_model->cutSelection();
         return true;
-    case Qt::Key_Delete:
-    case Qt::Key_Backspace:
+    case Commands::RemoveChosen:
         if (!m_timeline || !m_timeline->removeChosen())
             m_model->cutSelection();
         return true;
-    case Qt::Key_T:
+    case Commands::AddZoom:
+        addZoom();
+        return true;
+    case Commands::WriteText:
         emit textFieldWanted();
         return true;
-    case Qt::Key_Up:
-    case Qt::Key_Down:
-        if (!m_timeline)
-            return false;
-        m_shuttle.stop();
-        m_timeline->goToEdge(key == Qt::Key_Down);
-        return true;
-    case Qt::Key_0:
-        if (!m_timeline)
-            return false;
-        m_timeline->fit();
-        return true;
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        return m_timeline && m_timeline->restoreChosen();
-    case Qt::Key_F:
+    case Commands::ShowPictureAlone:
         setPictureAlone(!m_pictureAlone);
         return true;
-    case Qt::Key_Escape:
+    case Commands::LetGo:
         if (m_pictureAlone) {
             setPictureAlone(false);
             return true;
         }
         return m_timeline && m_timeline->letGo();
+    default:
+        return false;
+    }
+}
+
+bool EditorCommands::performOnTimeline(Commands::Id command)
+{
+    if (!m_timeline)
+        return false;
+    switch (command) {
+    case Commands::PreviousEdge:
+    case Commands::NextEdge:
+        m_shuttle.stop();
+        m_timeline->goToEdge(command == Commands::NextEdge);
+        return true;
+    case Commands::ZoomIn:
+        m_timeline->zoomBy(keyZoom);
+        return true;
+    case Commands::ZoomOut:
+        m_timeline->zoomBy(1 / keyZoom);
+        return true;
+    case Commands::ShowAll:
+        m_timeline->fit();
+        return true;
+    case Commands::ChoosePrevious:
+    case Commands::ChooseNext:
+        m_timeline->chooseNext(command == Commands::ChooseNext);
+        return true;
+    case Commands::NudgeBack:
+    case Commands::NudgeForward:
+        m_timeline->nudgeChosen(command == Commands::NudgeForward ? 1 : -1, false);
+        return true;
+    case Commands::NudgeEndBack:
+    case Commands::NudgeEndForward:
+        m_timeline->nudgeChosen(command == Commands::NudgeEndForward ? 1 : -1, true);
+        return true;
+    case Commands::RestoreChosen:
+        return m_timeline->restoreChosen();
     default:
         return false;
     }

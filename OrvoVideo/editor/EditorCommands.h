@@ -3,13 +3,13 @@
 #include "OrvoVideo/editor/Shuttle.h"
 #include "OrvoVideo/editor/TimelineItem.h"
 #include "OrvoVideo/model/AppModel.h"
+#include "OrvoVideo/ui/Commands.h"
 
 #include <QPointer>
-#include <QVariantList>
 
 namespace orvo {
 
-/// The editor's keys: what each does, and the sheet that shows them.
+/// Carries out the commands of the editor, which have their keys in `Commands`.
 class EditorCommands : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -19,8 +19,6 @@ class EditorCommands : public QObject {
     Q_PROPERTY(double speed READ speed NOTIFY speedChanged)
     /// Whether the picture is shown alone, with its controls.
     Q_PROPERTY(bool pictureAlone READ pictureAlone WRITE setPictureAlone NOTIFY pictureAloneChanged)
-    /// What every key does: maps of `keys` and `text`, grouped by `group`.
-    Q_PROPERTY(QVariantList sheet READ sheet CONSTANT)
 public:
     explicit EditorCommands(QObject* parent = nullptr);
 
@@ -31,10 +29,13 @@ public:
     double speed() const { return m_shuttle.speed(); }
     bool pictureAlone() const { return m_pictureAlone; }
     void setPictureAlone(bool alone);
-    static QVariantList sheet();
 
-    /// Does what a key stands for; the values are those of a key event. False for a key that stands for nothing.
+    /// Carries out the command of a key; the values are those of a key event. False when no command has that key now.
     Q_INVOKABLE bool press(int key, int modifiers);
+
+    /// False for a command that the editor cannot carry out now, or that is carried out elsewhere. While the user types
+    /// only the sheet of keys and the search are at hand.
+    bool perform(Commands::Id command);
 
     /// Whether the keyboard is in a field of text, which may leave keys over that it has no use for.
     Q_INVOKABLE static bool isTyping();
@@ -60,6 +61,8 @@ signals:
     void cardWanted(const QString& kind, const QString& id);
 
 private:
+    bool performOnProject(Commands::Id command);
+    bool performOnTimeline(Commands::Id command);
     void goTo(double seconds);
     void tellPlayhead();
     void stepSeconds(double seconds);

@@ -195,7 +195,6 @@ FocusScope {
     KeySheet {
         id: keySheet
 
-        commands: editorCommands
         anchors.centerIn: Overlay.overlay
         onClosed: root.forceActiveFocus()
     }

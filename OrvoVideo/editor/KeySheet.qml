@@ -9,8 +9,6 @@ import Orvo.Ui
 Popup {
     id: root
 
-    required property EditorCommands commands
-
     modal: true
     focus: true
     padding: Theme.space(6)
@@ -97,7 +95,7 @@ Popup {
                             text: group.modelData.toUpperCase()
                         }
                         Repeater {
-                            model: root.commands.sheet.filter(entry => entry.group === group.modelData)
+                            model: Commands.sheet.filter(entry => entry.group === group.modelData)
 
                             RowLayout {
                                 id: entry

@@ -1,5 +1,7 @@
 #include "OrvoVideo/editor/ProsePage.h"
 
+#include "OrvoVideo/ui/Commands.h"
+
 #include <QGuiApplication>
 #include <QHoverEvent>
 #include <QKeyEvent>
@@ -342,29 +344,22 @@ void ProsePage::keyPressEvent(QKeyEvent* event)
         if (const auto word = moved(event->key(), control))
             return moveCaret(*word, shift);
     }
-    if (event->matches(QKeySequence::Copy)) {
-        m_reader->copy();
-        return;
-    }
     if (event->matches(QKeySequence::SelectAll)) {
         m_reader->markBetween({0, m_words.size()}, {0, m_words.size()});
         return;
     }
-    if (held != Qt::NoModifier)
-        return event->ignore();
-    switch (event->key()) {
-    case Qt::Key_Delete:
-    case Qt::Key_Backspace:
-    case Qt::Key_X:
+    switch (Commands::find(Commands::Scope::Text, event->keyCombination()).value_or(Commands::None)) {
+    case Commands::CopyWords:
+        m_reader->copy();
+        return;
+    case Commands::ToggleWords:
         m_reader->toggleTarget();
         return;
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-    case Qt::Key_F2:
+    case Commands::CorrectWord:
         if (m_reader->firstTarget() >= 0)
             emit editWanted(m_reader->firstTarget());
         return;
-    case Qt::Key_Escape:
+    case Commands::UnmarkWords:
         if (m_reader->markedCount() > 0) {
             m_reader->unmark();
             return;

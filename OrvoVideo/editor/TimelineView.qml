@@ -44,8 +44,10 @@ ColumnLayout {
         id: folding
 
         required property string foldedIcon
-        property string shortcutText: ""
+        required property int command
+        readonly property string shortcutText: Commands.keyText(command)
 
+        text: Commands.title(command)
         folded: header.narrow
         iconName: folded ? foldedIcon : ""
         Accessible.description: shortcutText
@@ -80,21 +82,18 @@ ColumnLayout {
         }
         FoldingButton {
             foldedIcon: "arrow-left-to-line"
-            text: "Inicio aquí"
-            shortcutText: "I"
+            command: Commands.StartSelection
             onClicked: root.app.startSelectionHere()
         }
         FoldingButton {
             foldedIcon: "arrow-right-to-line"
-            text: "Final aquí"
-            shortcutText: "O"
+            command: Commands.EndSelection
             onClicked: root.app.endSelectionHere()
         }
         FoldingButton {
             iconName: foldedIcon
             foldedIcon: "scissors"
-            text: "Cortar selección"
-            shortcutText: "X"
+            command: Commands.CutSelection
             // What is typed in the fields counts, too.
             enabled: root.app.hasProject && (root.app.selectedSpan.duration > 0.01 || start.typed || end.typed)
             onClicked: root.app.cutSelection()
@@ -104,27 +103,24 @@ ColumnLayout {
 
             HeaderIcon {
                 iconName: "copy-plus"
-                text: "Importar un vídeo al final"
+                command: Commands.AppendVideo
                 enabled: root.app.hasProject && root.app.idle
                 onClicked: root.app.importMedia(true)
             }
             HeaderIcon {
                 iconName: "zoom-out"
-                text: "Reducir"
-                shortcutText: "−"
+                command: Commands.ZoomOut
                 enabled: !canvas.fits
                 onClicked: canvas.zoomBy(1 / 1.5)
             }
             HeaderIcon {
                 iconName: "zoom-in"
-                text: "Ampliar"
-                shortcutText: "+"
+                command: Commands.ZoomIn
                 onClicked: canvas.zoomBy(1.5)
             }
             HeaderIcon {
                 iconName: "maximize"
-                text: "Ver todo"
-                shortcutText: "0"
+                command: Commands.ShowAll
                 enabled: !canvas.fits
                 onClicked: canvas.fit()
             }

@@ -45,18 +45,18 @@ FocusScope {
         }
         Tool {
             iconName: root.cursor.targetIsCut ? "rotate-ccw" : "scissors"
-            text: root.cursor.targetIsCut ? "Restaurar" : "Cortar"
+            text: root.cursor.targetIsCut ? "Restaurar" : Commands.title(Commands.ToggleWords)
             Accessible.description: root.cursor.targetIsCut ? "Restaurar este fragmento del vídeo" : "Eliminar este fragmento del vídeo"
             onClicked: root.cursor.toggleTarget()
 
             OTooltip {
                 visible: parent.hovered || parent.visualFocus
-                text: parent.Accessible.description + "  (Supr)"
+                text: parent.Accessible.description + "  (" + Commands.keyText(Commands.ToggleWords) + ")"
             }
         }
         Tool {
-            text: "Corregir"
-            Accessible.description: "Intro"
+            text: Commands.title(Commands.CorrectWord)
+            Accessible.description: Commands.keyText(Commands.CorrectWord)
             onClicked: root.editWanted()
         }
         Tool {

@@ -263,15 +263,15 @@ FocusScope {
         property bool cut
 
         OMenuItem {
-            text: wordMenu.cut ? "Restaurar" : "Cortar"
+            command: Commands.ToggleWords
+            text: wordMenu.cut ? "Restaurar" : Commands.title(command)
             iconName: wordMenu.cut ? "rotate-ccw" : "scissors"
-            shortcutText: "Supr"
             onTriggered: root.cursor.toggleTarget()
         }
         OMenuItem {
-            text: "Corregir"
+            command: Commands.CorrectWord
+            text: Commands.title(command)
             iconName: "type"
-            shortcutText: "Intro"
             onTriggered: root.edit(root.cursor.firstTarget)
         }
         OMenuItem {
@@ -281,9 +281,9 @@ FocusScope {
         }
         OMenuSeparator {}
         OMenuItem {
-            text: "Copiar"
+            command: Commands.CopyWords
+            text: Commands.title(command)
             iconName: "copy"
-            shortcutText: "Ctrl+C"
             onTriggered: root.cursor.copy()
         }
     }

@@ -65,15 +65,13 @@ ColumnLayout {
         }
         OIconButton {
             iconName: "chevron-up"
-            text: "Coincidencia anterior"
-            shortcutText: "Mayús+F3"
+            command: Commands.PreviousMatch
             enabled: root.cursor.matchCount > 0
             onClicked: root.cursor.nextMatch(true)
         }
         OIconButton {
             iconName: "chevron-down"
-            text: "Coincidencia siguiente"
-            shortcutText: "F3"
+            command: Commands.NextMatch
             enabled: root.cursor.matchCount > 0
             onClicked: root.cursor.nextMatch(false)
         }

@@ -17,8 +17,8 @@ RowLayout {
         objectName: "play"
         plain: false
         iconName: root.commands.speed !== 0 ? "pause" : "play"
-        text: root.commands.speed !== 0 ? "Pausar" : "Reproducir"
-        shortcutText: "Espacio"
+        command: Commands.TogglePlaying
+        text: root.commands.speed !== 0 ? "Pausar" : Commands.title(command)
         focusPolicy: Qt.TabFocus
         enabled: root.app.hasProject
         onClicked: root.commands.togglePlaying()
@@ -88,8 +88,8 @@ RowLayout {
     }
     OIconButton {
         iconName: root.commands.pictureAlone ? "shrink" : "expand"
-        text: root.commands.pictureAlone ? "Volver al editor" : "Ver solo la imagen"
-        shortcutText: "F"
+        command: Commands.ShowPictureAlone
+        text: root.commands.pictureAlone ? "Volver al editor" : Commands.title(command)
         focusPolicy: Qt.TabFocus
         enabled: root.app.hasProject
         onClicked: root.commands.pictureAlone = !root.commands.pictureAlone

@@ -1,9 +1,8 @@
 import QtQuick
-import QtQuick.Controls.Basic
 import Orvo.Ui
 
 /// One of the appearances of the windows to choose from.
-Action {
+CommandAction {
     /// "system", "dark" or "light".
     required property string choice
 

@@ -74,7 +74,7 @@ Rectangle {
             objectName: "newRecording"
             Layout.fillWidth: true
             prominent: true
-            text: "Nueva grabación"
+            text: Commands.title(Commands.NewRecording)
             iconName: "plus"
             enabled: root.app.idle
             onClicked: root.recorderWanted()
@@ -153,7 +153,7 @@ Rectangle {
         OButton {
             objectName: "import"
             Layout.fillWidth: true
-            text: "Importar"
+            text: Commands.title(Commands.ImportVideo)
             iconName: "download"
             enabled: root.app.idle
             onClicked: root.app.importMedia(false)
@@ -161,7 +161,7 @@ Rectangle {
         OButton {
             objectName: "settings"
             Layout.fillWidth: true
-            text: "Ajustes"
+            text: Commands.title(Commands.OpenSettings)
             iconName: "settings"
             onClicked: root.settingsWanted()
         }

@@ -21,10 +21,8 @@ MenuBar {
     signal zoomWanted()
     signal keysWanted()
 
-    /// What the editor does with a key of its own, which must not be taken from texts that are being edited.
-    component EditorAction: Action {
-        property string keys: ""
-
+    /// A command of the editor.
+    component EditorAction: CommandAction {
         enabled: root.app.hasProject && !root.app.recorder.isRecording
     }
 
@@ -57,84 +55,71 @@ MenuBar {
     OMenu {
         title: "&Archivo"
 
-        Action {
-            text: "&Nueva grabación…"
-            shortcut: "Ctrl+R"
+        CommandAction {
+            command: Commands.NewRecording
             enabled: root.app.idle
             onTriggered: root.recorderWanted()
         }
-        Action {
-            text: "&Importar vídeo…"
-            shortcut: "Ctrl+I"
+        CommandAction {
+            command: Commands.ImportVideo
             enabled: root.app.idle
             onTriggered: root.app.importMedia(false)
         }
-        Action {
-            text: "Aña&dir vídeo a este proyecto…"
-            shortcut: "Ctrl+Shift+I"
+        CommandAction {
+            command: Commands.AppendVideo
             enabled: root.app.hasProject && root.app.idle
             onTriggered: root.app.importMedia(true)
         }
         OMenuSeparator {}
-        Action {
-            text: "E&xportar…"
-            shortcut: "Ctrl+E"
+        CommandAction {
+            command: Commands.ExportVideo
             enabled: root.app.hasProject && root.app.idle
             onTriggered: root.app.exportVideo()
         }
         OMenuSeparator {}
-        Action {
-            text: "A&justes…"
-            shortcut: "Ctrl+,"
+        CommandAction {
+            command: Commands.OpenSettings
             onTriggered: root.settingsWanted()
         }
         OMenuSeparator {}
-        Action {
-            text: "&Salir"
-            shortcut: "Ctrl+Q"
+        CommandAction {
+            command: Commands.Quit
             onTriggered: root.quitWanted()
         }
     }
     OMenu {
         title: "&Editar"
 
-        Action {
-            text: "&Deshacer"
-            shortcut: "Ctrl+Z"
+        CommandAction {
+            command: Commands.Undo
             enabled: root.app.canUndo
             onTriggered: root.app.undo()
         }
-        Action {
-            text: "&Rehacer"
-            shortcut: "Ctrl+Shift+Z"
+        CommandAction {
+            command: Commands.Redo
             enabled: root.app.canRedo
             onTriggered: root.app.redo()
         }
         OMenuSeparator {}
         EditorAction {
-            text: "&Inicio de la selección aquí"
-            keys: "I"
+            command: Commands.StartSelection
             onTriggered: root.app.startSelectionHere()
         }
         EditorAction {
-            text: "&Final de la selección aquí"
-            keys: "O"
+            command: Commands.EndSelection
             onTriggered: root.app.endSelectionHere()
         }
         EditorAction {
-            text: "&Cortar selección"
-            keys: "X"
+            command: Commands.CutSelection
             onTriggered: root.app.cutSelection()
         }
         EditorAction {
-            text: "Añadir &zoom en este punto"
-            keys: "Z"
+            command: Commands.AddZoom
             onTriggered: root.zoomWanted()
         }
         OMenuSeparator {}
         EditorAction {
-            text: "&Todas las teclas"
-            keys: "F1"
+            command: Commands.ShowKeys
             enabled: root.app.hasProject
             onTriggered: root.keysWanted()
         }
@@ -142,9 +127,8 @@ MenuBar {
     OMenu {
         title: "&Ver"
 
-        Action {
-            text: "&Biblioteca"
-            shortcut: "Ctrl+B"
+        CommandAction {
+            command: Commands.ToggleLibrary
             checkable: true
             checked: root.libraryShown
             onTriggered: {
@@ -152,9 +136,8 @@ MenuBar {
                 root.libraryToggled()
             }
         }
-        Action {
-            text: "&Inspector"
-            shortcut: "Ctrl+Shift+B"
+        CommandAction {
+            command: Commands.ToggleInspector
             checkable: true
             checked: root.inspectorShown
             enabled: root.app.hasProject
@@ -165,15 +148,15 @@ MenuBar {
         }
         OMenuSeparator {}
         AppearanceAction {
-            text: "Aspecto del &sistema"
+            command: Commands.SystemAppearance
             choice: "system"
         }
         AppearanceAction {
-            text: "Aspecto &oscuro"
+            command: Commands.DarkAppearance
             choice: "dark"
         }
         AppearanceAction {
-            text: "Aspecto &claro"
+            command: Commands.LightAppearance
             choice: "light"
         }
     }

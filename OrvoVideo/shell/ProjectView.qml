@@ -52,8 +52,7 @@ ColumnLayout {
         OIconButton {
             visible: root.libraryReachable
             iconName: "panel-left"
-            text: "Mostrar la biblioteca"
-            shortcutText: "Ctrl+B"
+            command: Commands.ToggleLibrary
             onClicked: root.libraryToggled()
         }
         OEntry {
@@ -89,29 +88,27 @@ ColumnLayout {
         }
         OIconButton {
             iconName: "undo-2"
-            text: "Deshacer"
-            shortcutText: "Ctrl+Z"
+            command: Commands.Undo
             enabled: root.app.canUndo
             onClicked: root.app.undo()
         }
         OIconButton {
             iconName: "redo-2"
-            text: "Rehacer"
-            shortcutText: "Ctrl+Mayús+Z"
+            command: Commands.Redo
             enabled: root.app.canRedo
             onClicked: root.app.redo()
         }
         OIconButton {
             iconName: "panel-right"
-            text: root.inspectorShown ? "Ocultar el inspector" : "Mostrar el inspector"
-            shortcutText: "Ctrl+Mayús+B"
+            command: Commands.ToggleInspector
+            text: root.inspectorShown ? "Ocultar el inspector" : Commands.title(command)
             onClicked: root.inspectorToggled()
         }
         OButton {
             objectName: "export"
             Layout.leftMargin: Theme.space(2)
             implicitHeight: Theme.prominentHeight
-            text: "Exportar"
+            text: Commands.title(Commands.ExportVideo)
             iconName: "upload"
             enabled: root.app.idle
             onClicked: root.app.exportVideo()

@@ -59,8 +59,7 @@ Item {
         y: Theme.space(3)
         visible: root.libraryReachable
         iconName: "panel-left"
-        text: "Mostrar la biblioteca"
-        shortcutText: "Ctrl+B"
+        command: Commands.ToggleLibrary
         onClicked: root.libraryToggled()
     }
 

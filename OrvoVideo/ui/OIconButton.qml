@@ -2,13 +2,15 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 
-/// An icon button. `text` is its accessible name and, with the shortcut, its tooltip.
+/// An icon button. `text` is its accessible name and, with the shortcut, its tooltip; both come from its command, if it has one.
 OButton {
     id: control
 
-    property string shortcutText: ""
+    property int command: Commands.None
+    property string shortcutText: Commands.keyText(command)
     property int iconSize: Theme.iconSize
 
+    text: Commands.title(command)
     plain: true
     implicitWidth: Theme.controlHeight
     implicitHeight: Theme.controlHeight

@@ -7,8 +7,8 @@ MenuItem {
 
     property string iconName: ""
     property bool destructive: false
-    /// An action may name keys in `keys` that work elsewhere.
-    property string shortcutText: action?.keys ? action.keys : action?.shortcut ? String(action.shortcut).replace("Shift", "Mayús") : ""
+    property int command: (action as CommandAction)?.command ?? Commands.None
+    property string shortcutText: Commands.keyText(command)
 
     implicitWidth: Math.max(220, contentItem.implicitWidth + leftPadding + rightPadding)
     implicitHeight: visible ? Theme.controlHeight : 0
