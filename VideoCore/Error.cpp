@@ -68,11 +68,6 @@ Error captureError(const std::string& message)
     return {"OrvoVideo", 1, message};
 }
 
-Cancelled::Cancelled()
-    : Error("OrvoVideo", 2, "Operación cancelada")
-{
-}
-
 std::string describe(const std::exception& error)
 {
     if (const auto* file = dynamic_cast<const std::filesystem::filesystem_error*>(&error)) {

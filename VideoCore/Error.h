@@ -31,9 +31,13 @@ private:
 Error captureError(const std::string& message);
 
 /// Thrown by blocking work that was asked to stop through its `std::stop_token`.
-class Cancelled : public Error {
+///
+/// No failure, so neither an `Error` nor a `std::exception`: a handler of failures cannot take it for one. Threads and
+/// callbacks of C libraries that call such work catch it by its own type.
+class Cancelled {
 public:
-    Cancelled();
+    /// What the user is told, in Spanish.
+    static constexpr const char* text = "Operación cancelada";
 };
 
 /// The description of any exception as shown to the user.

@@ -133,8 +133,6 @@ MediaFacts FfprobeMediaProbe::facts(const fs::path& file, const std::stop_token&
             {"-v", "quiet", "-protocol_whitelist", "file", "-format_whitelist", std::string(containers), "-show_entries",
                 std::string(wantedEntries), "-of", "json", fs::absolute(file).string()},
             {}, 0, stop);
-    } catch (const Cancelled&) {
-        throw;
     } catch (const Error&) {
         throw unreadable();
     }

@@ -405,8 +405,6 @@ bool succeeds(const fs::path& executable, const std::vector<std::string>& argume
     try {
         run(executable, arguments, {}, 0, stop);
         return true;
-    } catch (const Cancelled&) {
-        throw;
     } catch (const Error&) {
         return false;
     }

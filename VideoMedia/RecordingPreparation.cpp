@@ -89,8 +89,6 @@ private:
     {
         try {
             prepared.files.insert_or_assign(track.id, converted(track));
-        } catch (const Cancelled&) {
-            throw;
         } catch (const Error& error) {
             // A full disk says nothing about the track.
             if (std::string_view(error.what()).contains("No space left on device"))
@@ -123,8 +121,6 @@ private:
             return true;
         try {
             return !m_probe.facts(file, m_stop).duration;
-        } catch (const Cancelled&) {
-            throw;
         } catch (const std::exception&) {
             return true;
         }
@@ -137,8 +133,6 @@ private:
         try {
             if (const auto facts = m_probe.facts(file, m_stop); facts.video)
                 return {.width = even(facts.video->width), .height = even(facts.video->height)};
-        } catch (const Cancelled&) {
-            throw;
         } catch (const std::exception&) {
             // What cannot be read is told by the conversion.
         }
@@ -206,8 +200,6 @@ private:
                 convert(track, {}, {"-i", source.string(), "-vn"}, target);
             else
                 m_hardwareFailed |= convertPicture(track, source, target);
-        } catch (const Cancelled&) {
-            throw;
         } catch (const Error& error) {
             const std::string_view cause = FailureReport::cause(error.what());
             throw captureError(

@@ -120,8 +120,6 @@ bool holds(const fs::path& ffmpeg, const fs::path& film, const HlsLadder::Rendit
                 {}, 0, stop);
             result = areSegments(packetsIn(readFile(scratch)), step, fps);
         }
-    } catch (const Cancelled&) {
-        throw;
     } catch (const std::exception&) {
         result = false;
     }

@@ -130,8 +130,6 @@ bool encodeWithBest(const fs::path& ffmpeg, std::span<const VideoEncoder::Task> 
     try {
         run(best);
         return false;
-    } catch (const Cancelled&) {
-        throw;
     } catch (const Error&) {
         const auto isSoftware = [](const VideoEncoder& encoder) { return encoder == VideoEncoder::software(); };
         if (std::ranges::all_of(best, isSoftware))

@@ -223,8 +223,8 @@ ExitStatus runCommandLine(std::vector<std::string> words)
     } catch (const NoSuchProject& error) {
         tell(error.what());
         return ExitStatus::noSuchProject;
-    } catch (const Cancelled& error) {
-        tell(error.what());
+    } catch (const Cancelled&) {
+        tell(Cancelled::text);
         return ExitStatus::cancelled;
     } catch (const std::exception& error) {
         tell(describe(error));

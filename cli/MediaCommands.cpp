@@ -116,8 +116,6 @@ void recover(Session& session, const RecoverArguments& arguments)
                 project, store, FfprobeMediaProbe(), RecordingPreparation::Which::all, progress, stop);
         });
         project = library.load(arguments.project); // It took a while: what was edited meanwhile stays.
-    } catch (const Cancelled&) {
-        throw;
     } catch (const std::exception& error) {
         project = library.load(arguments.project);
         project.state = ProjectState::needsRecovery;

@@ -27,8 +27,6 @@ std::string credential(const std::stop_token& stop)
     const auto interaction = ::isatty(STDIN_FILENO) != 0 ? Keychain::Interaction::allowed : Keychain::Interaction::forbidden;
     try {
         return Keychain::load(credentialAccount, interaction, stop);
-    } catch (const Cancelled&) {
-        throw;
     } catch (const Error& error) {
         // It speaks of the application's buttons.
         throw captureError(

@@ -1,6 +1,7 @@
 #include "OrvoServer/http/Connection.h"
 
 #include "OrvoServer/http/RequestHead.h"
+#include "VideoCore/Error.h"
 
 #include <boost/asio/as_tuple.hpp>
 #include <boost/asio/co_spawn.hpp>
@@ -228,6 +229,8 @@ asio::awaitable<bool> Connection::serve(Request request)
             response = co_await stream(*upload, request, hasBodyLeft);
         else
             response = std::get<Response>(std::move(plan.what));
+    } catch (const Cancelled&) {
+        co_return false; // The server is stopping.
     } catch (const std::exception& error) {
         response = m_shared.handler.failure(error);
     }

@@ -62,8 +62,6 @@ void Storing::storeRevision(const std::string& revision, const std::stop_token& 
         try {
             storeFile(file, stop);
             ++m_metrics.storedFiles;
-        } catch (const Cancelled&) {
-            throw;
         } catch (const DatabaseError&) {
             throw;
         } catch (const std::exception& error) {
@@ -105,8 +103,6 @@ void Storing::noteDuration(const std::string& revision, const std::stop_token& s
         const ssize_t count = ::pread(file->descriptor(), text.data(), text.size(), 0);
         text.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         m_catalogue.setDuration(revision, playlistDuration(text));
-    } catch (const Cancelled&) {
-        throw;
     } catch (const std::exception&) {
         // Only a figure of the list is missing.
     }

@@ -173,8 +173,6 @@ QCoro::Task<> MediaStrips::readWaveforms()
                 if (stop.stop_requested())
                     co_return;
                 m_peaks.insert_or_assign(source.file, std::move(peaks));
-            } catch (const Cancelled&) {
-                throw;
             } catch (const std::exception&) {
                 silent = true; // A file without sound, or one that cannot be read: there is nothing to draw.
             }
@@ -259,8 +257,6 @@ QCoro::Task<> MediaStrips::readPictures()
             try {
                 image = co_await m_workers.run(
                     [key, from = m_readFrom](const std::stop_token& stop) { return readPicture(key, from, stop); });
-            } catch (const Cancelled&) {
-                throw;
             } catch (const std::exception&) {
                 image = {}; // Not asked for again.
             }

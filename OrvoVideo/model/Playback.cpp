@@ -187,8 +187,6 @@ QCoro::Task<> Playback::rebuildCamera(std::optional<std::filesystem::path> file)
             composition.video.push_back({*file, 0});
             end = facts.duration.value_or(end);
         }
-    } catch (const Cancelled&) {
-        throw;
     } catch (const std::exception&) {
         // A camera that cannot be read is not shown; the rest plays.
     }

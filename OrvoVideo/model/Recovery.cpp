@@ -52,8 +52,6 @@ QCoro::Task<> Recovery::process(VideoProject project, bool force, WorkControl co
         CaptureSession::unmark(m_parts.store.directory(project.id));
         if (prepared.hardwareFailed)
             done += QStringLiteral(". ") + Text::from(std::string(hardwareFailureText));
-    } catch (const Cancelled&) {
-        throw;
     } catch (const std::exception& error) {
         failure = RecordingPreparation::failureText(error);
     }

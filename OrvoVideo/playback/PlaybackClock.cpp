@@ -90,6 +90,8 @@ void PlaybackClock::Output::pushBlock(GstAppSrc* appSource)
     try {
         for (const auto& track : tracks)
             track->mix(position, mixed, stopping.get_token());
+    } catch (const Cancelled&) {
+        // The clock ends, and with it the sound.
     } catch (const Error&) {
         // A track that failed is silent.
     }

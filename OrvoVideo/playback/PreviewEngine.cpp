@@ -394,8 +394,6 @@ void PreviewEngine::showExactly(long frame, const std::stop_token& stop, const V
     m_shown = frame;
     try {
         show(pictureOf(frame, VideoSource::Want::Exact, stop, giveUp));
-    } catch (const Cancelled&) {
-        throw;
     } catch (const Error&) {
         // Its file vanished or broke after loading.
         show(m_converter.black(canvas()));

@@ -203,8 +203,6 @@ std::int64_t Publisher::uploadChunk(const FrozenFile& source, const PublicationF
                     .headers = {{"Content-Range", std::format("bytes {}-{}/{}", offset, end - 1, file.size)}}},
                 stop);
             return answer.integer("offset").value_or(end);
-        } catch (const Cancelled&) {
-            throw;
         } catch (const Error&) {
             if (retry == maxRetries)
                 throw;

@@ -35,8 +35,6 @@ public:
         std::exception_ptr failure;
         try {
             stream = co_await m_worker.run([call = std::move(call)] { return std::shared_ptr<Stream>(call()); });
-        } catch (const Cancelled&) {
-            throw;
         } catch (const std::exception&) {
             failure = std::current_exception();
         }

@@ -51,8 +51,6 @@ QImage pictureOf(const fs::path& movie, const std::stop_token& stop)
                     "-frames:v", "1", "-vf", std::format("scale=-2:{}", ThumbnailProvider::height), "-f", "image2",
                     "-update", "1", file.fileName().toStdString()},
                 {}, 0, stop);
-        } catch (const Cancelled&) {
-            throw;
         } catch (const Error&) {
             if (start[0] == '0')
                 throw;
