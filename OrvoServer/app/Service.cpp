@@ -150,6 +150,11 @@ std::uint16_t Service::port() const
     return m_state->port;
 }
 
+RequestHandler& Service::handler()
+{
+    return m_state->handler;
+}
+
 void Service::State::collect(const std::stop_token& stop)
 {
     for (const auto& upload : collection.forgetOld())
