@@ -36,7 +36,7 @@ SecretBox makeBox()
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const SetClock clock;
-    static const Tickets tickets(std::string(32, 's'), clock);
+    static const Tickets tickets(std::string(32, 's'), {.ticket = 2'000'000, .grant = 2'000'000}, clock);
     static const SecretBox box = makeBox();
     const auto text = fuzz::textOf(data, size);
     for (const auto kind : {Tickets::Kind::ticket, Tickets::Kind::grant}) {
