@@ -24,7 +24,7 @@ using namespace orvo::server;
 namespace fs = std::filesystem;
 
 constexpr std::string_view video = "0d8c5b6e-7f00-4a52-9d5e-1f2a3b4c5d6e";
-constexpr std::string_view key = "0123456789abcdef";
+constexpr std::string_view key = "\xff\xfeno text has it"; // No request can make a response quote it.
 
 /// A whole server without connections, with one published video and another revision that is being uploaded.
 class Server {
@@ -229,6 +229,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         return 0;
     const auto text = fuzz::textOf(data + 1, size - 1);
     Server& server = serverFor(data[0] == 'd');
+    if (text.contains(server.credential()))
+        return 0; // Learnt from a comparison.
     const auto end = std::min(text.find("\n\n"), text.size());
     std::string head;
     for (const auto part : std::views::split(text.substr(0, end), '\n')) {
