@@ -39,6 +39,8 @@ std::optional<std::string> AdminSessions::idOf(std::string_view session) const
     std::int64_t end = 0;
     if (std::from_chars(until.data(), until.data() + until.size(), end).ec != std::errc() || end <= m_clock.now())
         return std::nullopt;
+    if (end > m_clock.now() + life + clockSlack)
+        return std::nullopt; // The clock was set back since.
     return std::string(content.substr(0, first));
 }
 

@@ -3,6 +3,7 @@
 #include "OrvoServer/viewers/Domains.h"
 #include "VideoCore/Error.h"
 
+#include <algorithm>
 #include <charconv>
 #include <format>
 #include <functional>
@@ -206,7 +207,10 @@ std::string readAddress(std::string_view text)
     std::string_view address = trimmed(text);
     while (address.ends_with('/'))
         address.remove_suffix(1);
-    if (!originOf(address) || address.contains('?') || address.contains('#') || address.contains('"'))
+    const auto isForeign = [](char c) {
+        return std::string_view("?#\"").contains(c) || static_cast<unsigned char>(c) <= ' ';
+    };
+    if (!originOf(address) || std::ranges::any_of(address, isForeign))
         throw captureError(std::format("«{}» no es una dirección: escribe por ejemplo https://videos.ejemplo.es", text));
     return std::string(address);
 }

@@ -64,13 +64,13 @@ struct Service::State {
         , catalogue(*database, clock)
         , secrets(folder.secrets())
         , key(lastingKey(secrets))
-        , stores(configuration, folder, secrets, metrics)
+        , stores(configuration, folder, secrets, metrics, clock)
         , uploads(configuration.uploadsFolder.empty() ? folder.uploads() : configuration.uploadsFolder, catalogue)
-        , collection(*database, clock, Retention{})
+        , collection(*database, options.clock ? *options.clock : wallClock, Retention{})
         , statistics(*database, clock)
         , credential(catalogue, clock, metrics)
         , sessions(key, credential, *database, clock)
-        , tickets(key, clock)
+        , tickets(key, {.ticket = configuration.ticketSeconds}, clock)
         , videos(catalogue)
         , pages(assets(), configuration.basePath(), configuration.isSecure())
         , viewers({.address = configuration.address, .ticketLife = configuration.ticketSeconds},
@@ -110,6 +110,7 @@ struct Service::State {
     Log& log;
     Metrics metrics;
     const SystemClock systemClock;
+    const WallClock wallClock;
     const Clock& clock;
     std::unique_ptr<Database> database;
     Catalogue catalogue;
@@ -150,12 +151,17 @@ std::uint16_t Service::port() const
     return m_state->port;
 }
 
+RequestHandler& Service::handler()
+{
+    return m_state->handler;
+}
+
 void Service::State::collect(const std::stop_token& stop)
 {
+    if (collection.isHeld())
+        return;
     for (const auto& upload : collection.forgetOld())
         uploads.discard(upload);
-    if (clock.now() < collection.heldUntil())
-        return;
     for (const auto& due : collection.dueRemovals()) {
         if (stop.stop_requested())
             return;

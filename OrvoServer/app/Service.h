@@ -10,6 +10,8 @@
 
 namespace orvo::server {
 
+class RequestHandler;
+
 /// A running server: everything below the program's commands, put together.
 class Service {
 public:
@@ -27,6 +29,8 @@ public:
     Service& operator=(const Service&) = delete;
 
     std::uint16_t port() const;
+    /// Answers requests without a connection.
+    RequestHandler& handler();
 
     /// Serves until `stop()`, and lets what has begun finish.
     void run();

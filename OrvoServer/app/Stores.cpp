@@ -41,7 +41,8 @@ S3Store::Settings s3Settings(const Configuration& configuration)
 
 } // namespace
 
-Stores::Stores(const Configuration& configuration, const DataFolder& folder, Secrets& secrets, Metrics& metrics)
+Stores::Stores(
+    const Configuration& configuration, const DataFolder& folder, Secrets& secrets, Metrics& metrics, const Clock& clock)
 {
     if (configuration.storage == "local") {
         auto local = std::make_shared<LocalStore>(folder.files());
@@ -54,6 +55,7 @@ Stores::Stores(const Configuration& configuration, const DataFolder& folder, Sec
     } else {
         DriveAuthorisation::Settings settings;
         settings.redirectUrl = configuration.address + "/oauth/google/callback";
+        settings.now = [&clock] { return std::chrono::system_clock::time_point(std::chrono::seconds(clock.now())); };
         replaceWhenSet(settings.authoriseUrl, configuration.driveAuthorise);
         replaceWhenSet(settings.tokenUrl, configuration.driveToken);
         m_authorisation = std::make_shared<DriveAuthorisation>(settings, secrets);

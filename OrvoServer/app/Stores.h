@@ -2,6 +2,7 @@
 
 #include "OrvoServer/api/PublishingApi.h"
 #include "OrvoServer/app/DataFolder.h"
+#include "OrvoServer/base/Clock.h"
 #include "OrvoServer/base/Metrics.h"
 #include "OrvoServer/storage/BlobStore.h"
 #include "OrvoServer/storage/FileSource.h"
@@ -20,7 +21,8 @@ class LocalStore;
 class Stores {
 public:
     /// Throws `Error` for a configuration that cannot work, and file system errors.
-    Stores(const Configuration& configuration, const DataFolder& folder, Secrets& secrets, Metrics& metrics);
+    Stores(const Configuration& configuration, const DataFolder& folder, Secrets& secrets, Metrics& metrics,
+        const Clock& clock);
     ~Stores();
 
     BlobStore& store() { return *m_store; }

@@ -102,7 +102,7 @@ int check(const Arguments& arguments)
     Catalogue catalogue(*database, clock);
     Metrics metrics;
     FileSecrets secrets(folder.secrets());
-    Stores stores(configuration, folder, secrets, metrics);
+    Stores stores(configuration, folder, secrets, metrics, clock);
     std::unique_ptr<TlsCertificate> certificate;
     std::vector<HealthCheck> checks;
     if (!configuration.tlsCertificate.empty()) {

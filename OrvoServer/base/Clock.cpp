@@ -2,29 +2,38 @@
 
 #include "VideoCore/DateTime.h"
 
-#include <chrono>
+#include <algorithm>
+#include <utility>
 
 namespace orvo::server {
 
-namespace {
-
-std::int64_t secondsOf(auto time)
+SystemClock::SystemClock()
+    : SystemClock([] {
+        return Reading{.wall = std::chrono::system_clock::now().time_since_epoch(),
+            .monotonic = std::chrono::steady_clock::now().time_since_epoch()};
+    })
 {
-    return std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();
 }
 
-} // namespace
+SystemClock::SystemClock(std::function<Reading()> read)
+    : m_read(std::move(read))
+    , m_last(m_read())
+{
+}
 
 std::int64_t SystemClock::now() const
 {
-    const std::int64_t wall = secondsOf(std::chrono::system_clock::now());
-    const std::int64_t monotonic = secondsOf(std::chrono::steady_clock::now());
     const std::scoped_lock lock(m_mutex);
-    if (wall < m_wall)
-        return m_wall + (monotonic - m_monotonic);
-    m_wall = wall;
-    m_monotonic = monotonic;
-    return wall;
+    const Reading reading = m_read();
+    const auto least = m_last.wall + std::max(reading.monotonic - m_last.monotonic, std::chrono::nanoseconds(0));
+    if (reading.wall >= least)
+        m_last = reading;
+    return std::chrono::floor<std::chrono::seconds>(std::max(reading.wall, least)).count();
+}
+
+std::int64_t WallClock::now() const
+{
+    return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
 std::string isoTime(std::int64_t seconds)

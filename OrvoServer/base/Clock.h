@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 
@@ -21,13 +23,32 @@ public:
 /// clock, so that no ticket lives too long. Follows jumps forwards.
 class SystemClock final : public Clock {
 public:
+    /// A reading of both clocks at one moment.
+    struct Reading {
+        std::chrono::nanoseconds wall; ///< Since 1970.
+        std::chrono::nanoseconds monotonic;
+    };
+
+    SystemClock();
+    /// Reads these clocks instead of the system's.
+    explicit SystemClock(std::function<Reading()> read);
+
     std::int64_t now() const override;
 
 private:
-    mutable std::mutex m_mutex; ///< Guards the members below.
-    mutable std::int64_t m_wall = 0;
-    mutable std::int64_t m_monotonic = 0;
+    const std::function<Reading()> m_read;
+    mutable std::mutex m_mutex; ///< Guards the member below.
+    mutable Reading m_last; ///< When the system's clock was last not behind.
 };
+
+/// The system's clock as it is, also when it is set back: for ages that are compared with those of other runs.
+class WallClock final : public Clock {
+public:
+    std::int64_t now() const override;
+};
+
+/// By how many seconds the clocks of two instances may differ.
+inline constexpr std::int64_t clockSlack = 60;
 
 /// Seconds since 1970 as ISO 8601 in UTC.
 std::string isoTime(std::int64_t seconds);

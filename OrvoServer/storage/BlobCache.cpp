@@ -68,6 +68,32 @@ void BlobCache::makeRoom(std::uint64_t size)
         drop(std::string(m_uses.back()));
 }
 
+bool BlobCache::shrink(std::uint64_t size)
+{
+    const std::scoped_lock lock(m_mutex);
+    const std::uint64_t before = m_used;
+    while (!m_uses.empty() && before - m_used < size)
+        drop(std::string(m_uses.back()));
+    return m_used < before;
+}
+
+void BlobCache::fill(const std::string& key, const fs::path& part, std::uint64_t size, const std::stop_token& stop)
+{
+    while (true) {
+        try {
+            m_store.fetch(key, part, stop);
+            return;
+        } catch (const fs::filesystem_error& error) {
+            if (error.code() != std::errc::no_space_on_device)
+                throw;
+            std::error_code ignored;
+            fs::remove(part, ignored);
+            if (!shrink(size))
+                throw StoreError(StoreError::Kind::full, "El disco del servidor está lleno.");
+        }
+    }
+}
+
 std::uint64_t BlobCache::usedBytes() const
 {
     const std::scoped_lock lock(m_mutex);
@@ -130,7 +156,7 @@ void BlobCache::fetch(const std::string& key, const std::string& name, std::uint
     ++m_metrics.cacheMisses;
     const fs::path part = pathOf(name + std::string(partial));
     try {
-        m_store.fetch(key, part, stop);
+        fill(key, part, size, stop);
         if (fs::file_size(part) != size)
             throw StoreError(StoreError::Kind::passing, "El almacén ha entregado un archivo incompleto.");
         fs::rename(part, pathOf(name));

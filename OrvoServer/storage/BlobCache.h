@@ -12,7 +12,7 @@
 namespace orvo::server {
 
 /// Files of a remote store on the local disk: each is fetched whole and once, however many ask for it at the same time, and
-/// the ones not used for longest make room.
+/// the ones not used for longest make room, also on a disk that others fill.
 class BlobCache final : public FileSource {
 public:
     /// Goes on with the files that an earlier run left in `folder`. Throws file system errors.
@@ -38,6 +38,10 @@ private:
     void fetch(const std::string& key, const std::string& name, std::uint64_t size, const std::stop_token& stop);
     void add(const std::string& name, std::uint64_t size);
     void makeRoom(std::uint64_t size);
+    /// Frees up to `size` bytes of a disk that is fuller than the cache may be; returns false when nothing is left to free.
+    bool shrink(std::uint64_t size);
+    /// Fetches into `part`, whatever has to leave for it.
+    void fill(const std::string& key, const std::filesystem::path& part, std::uint64_t size, const std::stop_token& stop);
     void drop(const std::string& name);
 
     BlobStore& m_store;

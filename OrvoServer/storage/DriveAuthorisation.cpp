@@ -132,7 +132,9 @@ void DriveAuthorisation::finish(const std::string& code, const std::string& stat
     if (!isSameSecret(textOf(*started, "state"), digestOf(state)))
         throw late;
     m_secrets.erase(startName); // Whatever comes of it.
-    if (m_settings.now() > std::chrono::system_clock::time_point(std::chrono::seconds(std::stoll(textOf(*started, "end")))))
+    const std::chrono::system_clock::time_point end(std::chrono::seconds(std::stoll(textOf(*started, "end"))));
+    const auto left = end - m_settings.now();
+    if (left < std::chrono::seconds(0) || left > startLife) // Too late, or the clock was set back since.
         throw late;
     const auto answer = ask({{"grant_type", "authorization_code"}, {"code", code}, {"client_id", textOf(*client, "id")},
                                 {"client_secret", textOf(*client, "secret")}, {"redirect_uri", m_settings.redirectUrl},

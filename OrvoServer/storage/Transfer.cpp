@@ -57,7 +57,7 @@ struct Exchange {
     File source;
     std::uint64_t left = 0; ///< Bytes of the source that are not sent yet.
     File target;
-    bool targetFailed = false;
+    int targetError = 0; ///< errno of a failed write.
 };
 
 std::size_t read(char* data, std::size_t size, std::size_t count, void* self)
@@ -74,8 +74,10 @@ std::size_t write(const char* data, std::size_t size, std::size_t count, void* s
     auto& exchange = *static_cast<Exchange*>(self);
     const std::size_t bytes = size * count;
     if (exchange.target && exchange.response.succeeded()) {
-        exchange.targetFailed = std::fwrite(data, 1, bytes, exchange.target.get()) < bytes;
-        return exchange.targetFailed ? CURL_WRITEFUNC_ERROR : bytes;
+        if (std::fwrite(data, 1, bytes, exchange.target.get()) == bytes)
+            return bytes;
+        exchange.targetError = errno;
+        return CURL_WRITEFUNC_ERROR;
     }
     if (exchange.response.body.size() + bytes > maxBody)
         return CURL_WRITEFUNC_ERROR;
@@ -227,8 +229,10 @@ TransferResponse Transfer::perform(const TransferRequest& request, const std::st
     }
 
     const CURLcode result = curl_easy_perform(curl);
-    if (exchange.target && (exchange.targetFailed || std::fflush(exchange.target.get()) != 0))
-        throw fs::filesystem_error("write", request.target, std::error_code(errno, std::system_category()));
+    if (exchange.target && exchange.targetError == 0 && std::fflush(exchange.target.get()) != 0)
+        exchange.targetError = errno;
+    if (exchange.targetError != 0)
+        throw fs::filesystem_error("write", request.target, std::error_code(exchange.targetError, std::system_category()));
     if (stop.stop_requested())
         throw Cancelled();
     if (exchange.source && std::ferror(exchange.source.get()) != 0)

@@ -6,6 +6,15 @@
 
 namespace orvo::server {
 
+namespace {
+
+constexpr std::int64_t aDay = 86400;
+constexpr auto backupSetting = "hold_removals_until";
+constexpr auto jumpSetting = "hold_after_jump_until";
+constexpr auto seenSetting = "collected_at";
+
+} // namespace
+
 std::vector<std::string> Collection::forgetOld()
 {
     std::vector<std::string> uploads;
@@ -53,15 +62,33 @@ void Collection::removed(const std::string& key)
 
 void Collection::hold(std::int64_t until)
 {
-    Catalogue(m_database, m_clock).setSetting("hold_removals_until", std::to_string(until));
+    setNumber(backupSetting, until);
 }
 
-std::int64_t Collection::heldUntil()
+bool Collection::isHeld()
 {
-    const std::string text = Catalogue(m_database, m_clock).setting("hold_removals_until").value_or("");
-    std::int64_t until = 0;
-    std::from_chars(text.data(), text.data() + text.size(), until);
-    return until;
+    const auto now = m_clock.now();
+    const auto last = number(seenSetting);
+    setNumber(seenSetting, now);
+    if (last != 0 && (now > last + aDay || now < last - aDay)) {
+        // Also a server that was off for long waits for a day.
+        setNumber(jumpSetting, now + aDay);
+        setNumber(backupSetting, 0); // It was said in another time.
+    }
+    return now < number(backupSetting) || now < number(jumpSetting);
+}
+
+std::int64_t Collection::number(const std::string& setting)
+{
+    const std::string text = Catalogue(m_database, m_clock).setting(setting).value_or("");
+    std::int64_t value = 0;
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    return value;
+}
+
+void Collection::setNumber(const std::string& setting, std::int64_t value)
+{
+    Catalogue(m_database, m_clock).setSetting(setting, std::to_string(value));
 }
 
 bool Collection::isNeeded(const std::string& upload)

@@ -34,14 +34,20 @@ public:
     std::vector<std::string> dueRemovals();
     void removed(const std::string& key);
 
-    /// Nothing may be removed from the store until then (seconds since 1970): a backup is being made.
+    /// Nothing may be forgotten or removed until then (seconds since 1970): a backup is being made.
     void hold(std::int64_t until);
-    std::int64_t heldUntil();
+
+    /// Whether nothing may be forgotten or removed now: for a backup, or because the clock has jumped by more than a day,
+    /// and nobody can say yet whether what seems old is. The second ends after a day. Call it before each collection.
+    bool isHeld();
 
     /// Whether an upload may still get bytes or wait to be stored.
     bool isNeeded(const std::string& upload);
 
 private:
+    std::int64_t number(const std::string& setting);
+    void setNumber(const std::string& setting, std::int64_t value);
+
     Database& m_database;
     const Clock& m_clock;
     const Retention m_retention;

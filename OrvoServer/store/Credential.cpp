@@ -69,7 +69,8 @@ Credential::Answer Credential::check(std::string_view token, const std::string& 
         return Answer::tooMany;
     const auto [found, isNew] = m_guesses.try_emplace(peer, Guesses{.left = maxGuesses, .at = now});
     Guesses& guesses = found->second;
-    guesses.left = std::min(maxGuesses, guesses.left + guessesPerSecond * static_cast<double>(now - guesses.at));
+    const auto passed = std::max<std::int64_t>(0, now - guesses.at); // A clock set back punishes nobody.
+    guesses.left = std::min(maxGuesses, guesses.left + guessesPerSecond * static_cast<double>(passed));
     guesses.at = now;
     if (guesses.left < 1)
         return Answer::tooMany;

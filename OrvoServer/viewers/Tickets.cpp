@@ -29,9 +29,10 @@ std::int64_t numberAt(std::string_view bytes, std::size_t at)
 
 } // namespace
 
-Tickets::Tickets(std::string_view secret, const Clock& clock)
+Tickets::Tickets(std::string_view secret, Lives lives, const Clock& clock)
     : m_ticketKey(viewOf(hmacSha256(secret, "ticket")))
     , m_grantKey(viewOf(hmacSha256(secret, "grant")))
+    , m_lives(lives)
     , m_clock(clock)
 {
 }
@@ -64,7 +65,8 @@ std::optional<Permission> Tickets::read(Kind kind, std::string_view text) const
     permission.revision = base64Url(bytesOf(content.substr(17, revisionBytes)));
     permission.epoch = numberAt(content, 17 + revisionBytes);
     permission.until = numberAt(content, 25 + revisionBytes);
-    if (permission.until <= m_clock.now())
+    const std::int64_t left = permission.until - m_clock.now();
+    if (left <= 0 || left > (kind == Kind::ticket ? m_lives.ticket : m_lives.grant) + clockSlack)
         return std::nullopt;
     return permission;
 }

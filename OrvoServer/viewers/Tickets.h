@@ -35,17 +35,25 @@ class Tickets {
 public:
     enum class Kind : std::uint8_t { ticket, grant };
 
+    /// How long tokens live at most, in seconds.
+    struct Lives {
+        std::int64_t ticket = 600;
+        std::int64_t grant = 86400;
+    };
+
     /// `secret`: at least 32 random bytes.
-    Tickets(std::string_view secret, const Clock& clock);
+    Tickets(std::string_view secret, Lives lives, const Clock& clock);
 
     /// Uses letters, digits, "-" and "_".
     std::string write(Kind kind, const Permission& permission) const;
-    /// Returns nullopt for a forged or expired token, or one of the other kind.
+    /// Returns nullopt for a forged or expired token, one of the other kind, and one with a longer life than it may have:
+    /// the clock was set back since.
     std::optional<Permission> read(Kind kind, std::string_view text) const;
 
 private:
     const std::string m_ticketKey;
     const std::string m_grantKey;
+    const Lives m_lives;
     const Clock& m_clock;
 };
 

@@ -66,6 +66,7 @@ Control {
                 Accessible.role: Accessible.PageTab
                 Accessible.name: text
                 Accessible.checked: current
+                Accessible.onPressAction: root.choose(index)
                 onClicked: root.choose(index)
 
                 contentItem: Text {

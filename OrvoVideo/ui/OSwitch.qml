@@ -15,6 +15,8 @@ Switch {
 
     Accessible.role: Accessible.CheckBox
     Accessible.name: text
+    // By itself it would change without being toggled.
+    Accessible.onToggleAction: click()
     Keys.onReturnPressed: click()
     Keys.onEnterPressed: click()
 

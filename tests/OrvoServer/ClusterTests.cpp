@@ -2,18 +2,17 @@
 #include "OrvoServer/base/Crypto.h"
 #include "OrvoServer/base/Json.h"
 #include "PostgresServer.h"
+#include "S3Gateway.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "Wire.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
 #include <csignal>
 #include <format>
 #include <fstream>
 #include <optional>
-#include <sys/socket.h>
 
 namespace orvo::test {
 
@@ -23,28 +22,6 @@ namespace fs = std::filesystem;
 using namespace server;
 
 constexpr std::string_view video = "0d8c5b6e-7f00-4a52-9d5e-1f2a3b4c5d6e";
-
-std::optional<std::string> storageProgram()
-{
-    for (const auto* program : {"/usr/local/bin/versitygw", "/usr/bin/versitygw"}) {
-        if (fs::exists(program))
-            return program;
-    }
-    return std::nullopt;
-}
-
-std::uint16_t freePort()
-{
-    const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    ::bind(socket, reinterpret_cast<sockaddr*>(&address), size);
-    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size);
-    ::close(socket);
-    return ntohs(address.sin_port);
-}
 
 /// The built program with a data folder of its own.
 struct Instance {
@@ -65,17 +42,13 @@ class Cluster : public testing::Test {
 protected:
     void SetUp() override
     {
-        const auto storage = storageProgram();
-        if (!PostgresServer::programs() || !storage)
+        if (!PostgresServer::programs() || !S3Gateway::program())
             GTEST_SKIP() << "PostgreSQL or an S3 server (versitygw) is not installed";
-        fs::create_directories(folder / "s3/videos");
-        const auto storagePort = freePort();
-        s3 = std::make_unique<ServiceProcess>(std::vector<std::string>{*storage, "--access", "acceso", "--secret", "secreto",
-            "--port", std::format("127.0.0.1:{}", storagePort), "posix", (folder / "s3").string()});
+        s3 = std::make_unique<S3Gateway>(folder / "s3");
         postgres = std::make_unique<PostgresServer>();
         const std::string database = postgres->freshDatabase();
         setup.executable = ORVO_SERVER_PROGRAM;
-        setup.environment["ORVO_S3_SECRET_KEY"] = "secreto";
+        setup.environment["ORVO_S3_SECRET_KEY"] = S3Gateway::secretKey;
         for (auto* instance : {&first, &second}) {
             instance->data = folder / (instance == &first ? "first" : "second");
             const auto made = run({"init", "--data", instance->data.string(), "--address", "http://localhost:1",
@@ -87,8 +60,7 @@ protected:
             EXPECT_EQ(shown.empty(), instance == &second);
             credential += shown;
             std::ofstream(instance->data / "orvo-server.conf", std::ios::app)
-                << "storage = s3\nuploads_folder = " << (folder / "uploads").string()
-                << "\ns3_endpoint = http://127.0.0.1:" << storagePort << "\ns3_bucket = videos\ns3_access_key = acceso\n";
+                << s3->configuration() << "uploads_folder = " << (folder / "uploads").string() << "\n";
         }
         first.start(setup);
         fs::copy(first.data / "secrets", second.data / "secrets", fs::copy_options::recursive);
@@ -139,7 +111,7 @@ protected:
     }
 
     TemporaryFolder folder;
-    std::unique_ptr<ServiceProcess> s3;
+    std::unique_ptr<S3Gateway> s3;
     std::unique_ptr<PostgresServer> postgres;
     Program::Setup setup;
     Instance first;

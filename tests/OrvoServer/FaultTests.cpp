@@ -1,4 +1,5 @@
 #include "OrvoServer/base/Crypto.h"
+#include "S3Gateway.h"
 #include "ServerProgram.h"
 
 #include <gmock/gmock.h>
@@ -68,10 +69,11 @@ protected:
         return api(
             "POST", "videos", std::format(R"({{"id":"{}","title":"{}","domains":[],"publicLink":true}})", video, title));
     }
-    /// The revision, and the upload of the segment after the playlist has been sent.
-    std::pair<std::string, std::string> registered() const
+    /// The revision, and the upload of the segment after the others have been sent.
+    std::pair<std::string, std::string> registered(const Files& others = {{"hls/master.m3u8", "#EXTM3U\n"}}) const
     {
-        const Files files{{"hls/master.m3u8", "#EXTM3U\n"}, {"hls/480/00000.ts", segment}};
+        Files files = others;
+        files["hls/480/00000.ts"] = segment;
         JsonWriter manifest;
         manifest.open('{').key("files").open('[');
         for (const auto& [path, content] : files) {
@@ -85,7 +87,8 @@ protected:
         std::map<std::string, std::string> uploads;
         document.root()["uploads"].forEach(
             [&](JsonValue upload) { uploads[*upload["path"].text()] = *upload["id"].text(); });
-        EXPECT_EQ(put(uploads["hls/master.m3u8"], "#EXTM3U\n", 0).status, 200U);
+        for (const auto& [path, content] : others)
+            EXPECT_EQ(put(uploads[path], content, 0).status, 200U);
         return {document.root()["id"].text().value_or(""), uploads["hls/480/00000.ts"]};
     }
     Reply put(const std::string& upload, std::string_view content, std::uint64_t begin) const
@@ -122,13 +125,14 @@ protected:
         EXPECT_EQ(api("POST", std::format("revisions/{}/publish", revision)).status, 200U);
         expectShown();
     }
-    void expectShown() const
+    void expectShown() const { EXPECT_EQ(ask(port, "GET", media() + "480/00000.ts").body, segment); }
+    /// Where a new viewer finds the media.
+    std::string media() const
     {
         const auto page = ask(port, "GET", std::format("/watch/{}", video));
         const auto begin = page.body.find("/m/");
-        ASSERT_NE(begin, std::string::npos);
-        EXPECT_EQ(ask(port, "GET", page.body.substr(begin, page.body.find("&quot;", begin) - begin) + "480/00000.ts").body,
-            segment);
+        EXPECT_NE(begin, std::string::npos);
+        return page.body.substr(begin, page.body.find("&quot;", begin) - begin);
     }
 
     const std::string segment = std::string(3'000'000, 's') + "the end";
@@ -191,6 +195,38 @@ TEST_F(FullDisk, OfTheDatabaseLeavesWhatIsPublishedAndTakesNothingNew)
     EXPECT_THAT(copied.err, testing::AnyOf(HasSubstr("lleno"), HasSubstr("No space")));
     resize(ample);
     EXPECT_EQ(announce("T").status, 200U);
+}
+
+TEST_F(FullDisk, OfTheCacheMakesRoomForWhatIsWatched)
+{
+    if (!S3Gateway::program())
+        GTEST_SKIP() << "no S3 server is installed (versitygw)";
+    const S3Gateway s3(folder / "s3");
+    setup.environment["ORVO_S3_SECRET_KEY"] = S3Gateway::secretKey;
+    std::ofstream(fs::path(data()) / "orvo-server.conf", std::ios::app) << s3.configuration();
+    mountAt("data/cache", 5'000'000); // Its limit in the configuration is more than the disk has.
+    start();
+    const std::string other(2'500'000, 'o');
+    const auto [revision, upload] = registered({{"hls/master.m3u8", "#EXTM3U\n"}, {"hls/480/00001.ts", other}});
+    EXPECT_EQ(put(upload, segment, 0).status, 200U);
+    EXPECT_EQ(stored(revision), "");
+    expectShown(revision);
+    const auto get = [&](const std::string& path) { return ask(port, "GET", media() + path); };
+    for (int times = 0; times < 3; ++times) {
+        EXPECT_TRUE(get("480/00000.ts").body == segment);
+        EXPECT_TRUE(get("480/00001.ts").body == other);
+    }
+    // Somebody else fills the disk: one of the two does not fit any more.
+    {
+        std::ofstream(disk / "foreign") << std::string(2'200'000, 'f');
+    }
+    const auto full = get("480/00000.ts");
+    EXPECT_EQ(full.status, 507U);
+    EXPECT_THAT(full.body.substr(0, 1000), HasSubstr("lleno"));
+    EXPECT_TRUE(get("480/00001.ts").body == other);
+    EXPECT_EQ(get("master.m3u8").body, "#EXTM3U\n");
+    fs::remove(disk / "foreign");
+    expectShown();
 }
 
 // The kernel gives the files of a process that must not be dumped to root.

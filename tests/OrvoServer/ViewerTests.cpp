@@ -62,8 +62,8 @@ public:
 TEST(Tickets, AreOnlyThoseOfThisServerAndInTime)
 {
     SetClock clock;
-    const Tickets tickets("a secret of thirty-two bytes or more", clock);
-    const Tickets others("another secret of the same kind, long", clock);
+    const Tickets tickets("a secret of thirty-two bytes or more", {}, clock);
+    const Tickets others("another secret of the same kind, long", {}, clock);
     const Permission permission{.video = Uuid::random(),
         .revision = randomText(16),
         .through = Permission::Through::link,

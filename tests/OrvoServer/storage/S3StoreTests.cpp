@@ -1,15 +1,13 @@
 #include "OrvoServer/storage/S3Store.h"
 
-#include "../ServiceProcess.h"
+#include "../S3Gateway.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/FileIO.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <random>
-#include <sys/socket.h>
 #include <thread>
 
 namespace orvo::test {
@@ -28,43 +26,18 @@ std::string randomBytes(std::size_t count)
     return bytes;
 }
 
-int freePort()
-{
-    const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
-    socklen_t size = sizeof address;
-    ::bind(socket, reinterpret_cast<sockaddr*>(&address), size);
-    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size);
-    ::close(socket);
-    return ntohs(address.sin_port);
-}
-
-std::optional<std::string> gateway()
-{
-    for (const fs::path folder : {"/usr/local/bin", "/usr/bin"}) {
-        if (fs::exists(folder / "versitygw"))
-            return (folder / "versitygw").string();
-    }
-    return std::nullopt;
-}
-
-/// A real S3 server over a folder.
 class S3StoreTests : public testing::Test {
 protected:
     void SetUp() override
     {
-        const auto program = gateway();
-        if (!program)
+        if (!S3Gateway::program())
             GTEST_SKIP() << "no S3 server is installed (versitygw)";
-        fs::create_directories(folder / "data/videos");
-        port = freePort();
-        service = std::make_unique<ServiceProcess>(std::vector<std::string>{*program, "--access", "acceso", "--secret",
-            "secreto", "--port", "127.0.0.1:" + std::to_string(port), "posix", (folder / "data").string()});
-        settings.endpoint = "http://127.0.0.1:" + std::to_string(port);
+        service = std::make_unique<S3Gateway>(folder / "data");
+        settings.endpoint = service->url();
         settings.bucket = "videos";
         settings.prefix = "orvo/";
-        settings.accessKey = "acceso";
-        settings.secretKey = "secreto";
+        settings.accessKey = S3Gateway::accessKey;
+        settings.secretKey = S3Gateway::secretKey;
         settings.partSize = std::uint64_t{5} << 20;
         S3Store store(settings); // Its own tries wait until the server is there.
         store.remove("nothing", {});
@@ -87,8 +60,7 @@ protected:
     }
 
     TemporaryFolder folder;
-    int port = 0;
-    std::unique_ptr<ServiceProcess> service;
+    std::unique_ptr<S3Gateway> service;
     S3Store::Settings settings;
 };
 

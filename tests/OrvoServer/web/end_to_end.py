@@ -1,7 +1,9 @@
-"""Publishes with `orvo` to `orvo-server`, both killed in the middle, and watches the video in a browser: in an authorised page
+"""Publishes to `orvo-server`, server and client killed in the middle, and watches the video in a browser: in an authorised page
 with tickets that end while it plays, in a foreign one, after the domains have changed and after it was withdrawn.
 
-end_to_end.py ORVO ORVO_SERVER PLAYER_FOLDER
+end_to_end.py ORVO ORVO_SERVER PLAYER_FOLDER [APPLICATION HANDS]
+
+The client is `orvo`, or the application by its windows, whose buttons HANDS presses.
 """
 
 import http.server
@@ -19,6 +21,8 @@ import urllib.request
 from pathlib import Path
 
 import in_browser
+from clients import Orvo, Windows
+from desktop import Desktop
 from devtools import LIMIT
 from film import SECONDS, spoken_at
 from in_browser import Tab, World, check_frame, expect, wait_for
@@ -65,22 +69,6 @@ class Server:
             return 0
 
 
-class Orvo:
-    def __init__(self, program, folder, server):
-        self.program = program
-        self.environment = {**os.environ, "ORVO_LIBRARY": str(folder / "library"), "XDG_CONFIG_HOME": str(folder / "config"),
-                            "ORVO_ADMIN_TOKEN": server.credential, "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
-
-    def start(self, *arguments):
-        return subprocess.Popen([self.program, *arguments, "--json"], env=self.environment, stdout=subprocess.PIPE)
-
-    def __call__(self, *arguments):
-        process = self.start(*arguments)
-        answer = process.communicate()[0]
-        expect(process.returncode == 0, f"orvo {arguments} ended with {process.returncode}: {answer.decode()}")
-        return json.loads(answer)
-
-
 class Site:
     """A web page with the player in it."""
 
@@ -104,18 +92,19 @@ class Site:
         self.origin = f"http://127.0.0.1:{self.server.server_port}"
 
 
-def publish(orvo, server, project, *access):
+def publish(client, server, project, origin):
     """Publishes while first the client and then the server are killed, and once more to the end."""
     for victim in ("client", "server"):
         seen = server.log.read_text().count('"route":"api/uploads')
-        process = orvo.start("publish", project, *access)
+        process = client.begin(project, origin)
         wait_for("an upload", lambda: server.log.read_text().count('"route":"api/uploads') > seen + 2 or process.poll() is not None)
+        expect(process.poll() is None, "the publication has ended by itself")
         if victim == "server":
             server.kill()
             server.start()
         process.send_signal(signal.SIGKILL)
         process.communicate()
-    return orvo("publish", project, *access)
+    return client.publish(project, origin)
 
 
 def frame_of(tab):
@@ -146,19 +135,23 @@ def watches(server, tab):
 
 def main():
     folder = Path(tempfile.mkdtemp(prefix="orvo-end-to-end-"))
-    orvo_program, server_program, player = sys.argv[1:]
+    orvo_program, server_program, player, *windows = sys.argv[1:]
+    if windows and not Desktop.is_available():
+        print("at-spi2-core is not installed")
+        raise SystemExit(77)
     server = Server(server_program, folder)
-    world = None
+    world = client = None
     try:
         expect(server.status("/api/status") == 401, "the interface answers without a credential")
         expect(server.status("/api/status", server.credential) == 200, "the credential is not right")
         orvo = Orvo(orvo_program, folder, server)
-        orvo("settings", "--server", server.address)
         project = lesson(orvo, folder)
+        client = Windows(*windows, folder) if windows else orvo
+        client.connect(server.address, server.credential)
         site_code = f'<iframe src="{server.address}/embed/{project.lower()}" style="width:960px;height:540px" allow="autoplay"></iframe>'
         home, foreign = Site(site_code), Site(site_code)
-        told = publish(orvo, server, project, "--domain", home.origin, "--public-link")
-        expect(told["url"] == f"{server.address}/watch/{project.lower()}", f"the address is {told}")
+        told = publish(client, server, project, home.origin)
+        expect(told == f"{server.address}/watch/{project.lower()}", f"the address is {told}")
 
         world = World(folder, folder, player, server.address, project.lower())
         tab = Tab(world.browser, home.origin)
@@ -169,7 +162,7 @@ def main():
         in_browser.plays(world)
 
         # The other page takes the first one's place; the player in the first one stops.
-        orvo("publish", project, "--only-access", "--domain", foreign.origin, "--private-link")
+        client.move(project, foreign.origin)
         tab.run("watching.video.play()", session)
         tab.run("watching.video.currentTime = 75, watching.until(() => !document.querySelector('.message').hidden)", session)
         expect(server.status(f"/watch/{project.lower()}") == 404, "the link still works")
@@ -177,15 +170,19 @@ def main():
         session = frame_of(moved)
         moved.run("document.querySelector('.big').click(), watching.played(1)", session)
 
-        orvo("unpublish", project)
+        client.withdraw(project)
         moved.run("watching.video.currentTime = 75, watching.until(() => !document.querySelector('.message').hidden)", session)
         expect(server.status(f"/embed/{project.lower()}") == 404, "it is still there")
     except BaseException:
         print(server.log.read_text()[-4000:])
+        if client and "ORVO_TEST_PICTURES" in os.environ:
+            client.photograph(Path(os.environ["ORVO_TEST_PICTURES"]) / "end-to-end.png")
         raise
     finally:
         if world:
             world.close()
+        if client:
+            client.close()
         server.kill()
         shutil.rmtree(folder, ignore_errors=True)
 

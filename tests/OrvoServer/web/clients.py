@@ -1,0 +1,127 @@
+"""The two clients that publish in the end-to-end test: `orvo`, and the application by its windows."""
+
+import json
+import os
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "support"))
+
+from desktop import Desktop  # noqa: E402: it lies in another folder.
+from in_browser import expect  # noqa: E402
+
+
+class Orvo:
+    """The terminal's program, with a library of its own below `folder`."""
+
+    def __init__(self, program, folder, server):
+        self.program = program
+        self.environment = {**os.environ, "ORVO_LIBRARY": str(folder / "library"), "XDG_CONFIG_HOME": str(folder / "config"),
+                            "ORVO_ADMIN_TOKEN": server.credential, "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
+
+    def __call__(self, *arguments):
+        process = self._start(*arguments)
+        answer = process.communicate()[0]
+        expect(process.returncode == 0, f"orvo {arguments} ended with {process.returncode}: {answer.decode()}")
+        return json.loads(answer)
+
+    def connect(self, address, _credential):
+        self("settings", "--server", address)
+
+    def begin(self, project, origin):
+        """Begins to publish with a public link. The process."""
+        return self._start("publish", project, "--domain", origin, "--public-link")
+
+    def publish(self, project, origin):
+        """The address of the public link."""
+        return self("publish", project, "--domain", origin, "--public-link")["url"]
+
+    def move(self, project, origin):
+        """Permits this origin alone, and no link."""
+        self("publish", project, "--only-access", "--domain", origin, "--private-link")
+
+    def withdraw(self, project):
+        self("unpublish", project)
+
+    def photograph(self, file):
+        pass
+
+    def close(self):
+        pass
+
+    def _start(self, *arguments):
+        return subprocess.Popen([self.program, *arguments, "--json"], env=self.environment, stdout=subprocess.PIPE)
+
+
+class Windows:
+    """The application on a desktop of its own, used by its buttons and the keyboard. It works in the library below `folder`."""
+
+    def __init__(self, program, hands, folder):
+        self.program, self.library = program, folder / "library"
+        home = folder / "desktop"
+        home.mkdir()
+        self.desktop = Desktop(home, hands)
+        self.process = None
+
+    def connect(self, address, credential):
+        self._open()
+        self.desktop.key("ctrl+comma")
+        self.desktop.focus_window("Ajustes")
+        self.desktop.fill("Servidor", address)
+        self.desktop.key("Tab")
+        self.desktop.type(credential)
+        self.desktop.do("press", "Guardar y comprobar")
+        self.desktop.do("see", "Conectado · el servidor guarda los vídeos")
+        self.desktop.key("Escape")
+
+    def begin(self, project, origin):
+        self._open(project)
+        self._permit(origin, "turn-on")
+        self.desktop.do("press", "Publicar")
+        return self.process
+
+    def publish(self, project, origin):
+        self.begin(project, origin)
+        self.desktop.do("see", "Reemplazar vídeo publicado")
+        document = self.library / project / "project.json"
+        while "publication" not in (content := json.loads(document.read_text())):
+            expect(self.process.poll() is None, "the application has ended")
+            time.sleep(0.05)
+        return content["publication"]["url"]
+
+    def move(self, _project, origin):
+        self._permit(origin, "turn-off")
+        self.desktop.do("press", "Actualizar dominios y acceso")
+        self.desktop.do("see", "Permisos de publicación actualizados")
+
+    def withdraw(self, _project):
+        self.desktop.do("press", "Retirar publicación")
+        self.desktop.do("see", "¿Retirar la publicación?")
+        self.desktop.key("Return")
+        self.desktop.do("see", "Publicar")
+
+    def photograph(self, file):
+        """What can be seen, for a test that fails."""
+        self.desktop.photograph(file)
+
+    def close(self):
+        self._end()
+        self.desktop.close()
+
+    def _open(self, *arguments):
+        """Starts the application anew."""
+        self._end()
+        self.process = self.desktop.start(self.program, *arguments, ORVO_LIBRARY=str(self.library))
+        self.desktop.focus_window("Orvo Video")
+
+    def _end(self):
+        if self.process and self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+
+    def _permit(self, origin, link):
+        self.desktop.do("press", "Compartir")
+        self.desktop.fill("Dominios autorizados", origin)
+        self.desktop.do(link, "Permitir enlace público")
