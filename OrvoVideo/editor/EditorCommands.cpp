@@ -38,6 +38,7 @@ constexpr Shown shownKeys[]{
     {editing, "T", "Escribir un texto en pantalla"},
     {editing, "Ctrl Z", "Deshacer"},
     {editing, "Ctrl Mayús Z", "Rehacer"},
+    {editing, "Ctrl H", "Historial"},
     {text, "← → ↑ ↓", "Palabra y línea; con Ctrl, frase y párrafo"},
     {text, "Mayús ← →", "Marcar palabras; con Ctrl, frases"},
     {text, "X · Supr", "Cortar lo marcado; otra vez, restaurarlo"},

@@ -20,6 +20,7 @@ MenuBar {
     signal quitWanted()
     signal zoomWanted()
     signal keysWanted()
+    signal historyWanted()
 
     /// What the editor does with a key of its own, which must not be taken from texts that are being edited.
     component EditorAction: Action {
@@ -99,16 +100,22 @@ MenuBar {
         title: "&Editar"
 
         Action {
-            text: "&Deshacer"
+            text: root.app.canUndo ? "&Deshacer: " + root.app.undoName.replace(/&/g, "&&") : "&Deshacer"
             shortcut: "Ctrl+Z"
             enabled: root.app.canUndo
             onTriggered: root.app.undo()
         }
         Action {
-            text: "&Rehacer"
+            text: root.app.canRedo ? "&Rehacer: " + root.app.redoName.replace(/&/g, "&&") : "&Rehacer"
             shortcut: "Ctrl+Shift+Z"
             enabled: root.app.canRedo
             onTriggered: root.app.redo()
+        }
+        Action {
+            text: "&Historial…"
+            shortcut: "Ctrl+H"
+            enabled: root.app.canUndo || root.app.canRedo
+            onTriggered: root.historyWanted()
         }
         OMenuSeparator {}
         EditorAction {

@@ -24,6 +24,9 @@ ColumnLayout {
     function addZoom() {
         editor.addZoom()
     }
+    function showHistory() {
+        historyPanel.open()
+    }
     function showKeys() {
         editor.showKeys()
     }
@@ -88,18 +91,39 @@ ColumnLayout {
             Layout.fillWidth: true
         }
         OIconButton {
+            objectName: "undo"
             iconName: "undo-2"
-            text: "Deshacer"
+            text: root.app.canUndo ? "Deshacer: " + root.app.undoName : "Deshacer"
             shortcutText: "Ctrl+Z"
             enabled: root.app.canUndo
             onClicked: root.app.undo()
         }
         OIconButton {
+            objectName: "redo"
             iconName: "redo-2"
-            text: "Rehacer"
+            text: root.app.canRedo ? "Rehacer: " + root.app.redoName : "Rehacer"
             shortcutText: "Ctrl+Mayús+Z"
             enabled: root.app.canRedo
             onClicked: root.app.redo()
+        }
+        OIconButton {
+            id: historyButton
+
+            objectName: "history"
+            iconName: "history"
+            text: "Historial"
+            shortcutText: "Ctrl+H"
+            enabled: root.app.canUndo || root.app.canRedo
+            onClicked: historyPanel.opened ? historyPanel.close() : historyPanel.open()
+
+            HistoryPanel {
+                id: historyPanel
+
+                objectName: "historyPanel"
+                x: parent.width - width
+                y: parent.height + Theme.space(1)
+                app: root.app
+            }
         }
         OIconButton {
             iconName: "panel-right"
