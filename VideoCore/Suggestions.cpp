@@ -1,5 +1,8 @@
 #include "VideoCore/Suggestions.h"
 
+#include "VideoCore/Timeline.h"
+#include "VideoCore/Transcript.h"
+
 #include <algorithm>
 #include <array>
 #include <utf8proc.h>
@@ -104,6 +107,66 @@ std::vector<EditSuggestion> generate(const VideoProject& project)
         lastZoom = event.time;
     }
     return result;
+}
+
+namespace {
+
+/// The last click of the recording, when it comes so shortly before its end that it has stopped it; nullptr otherwise.
+const PointerEvent* clickThatStopped(const VideoProject& project)
+{
+    // Movies may have been added behind it.
+    const auto screen = std::ranges::find(project.tracks, TrackKind::screen, &MediaTrack::kind);
+    const bool hasLength = screen != project.tracks.end() && screen->duration > 0;
+    const double end = hasLength ? screen->start + screen->duration : project.duration;
+    const PointerEvent* last = nullptr;
+    for (const auto& event : project.edit.events) {
+        if (event.kind == PointerKind::click && event.time <= end && (!last || event.time > last->time))
+            last = &event;
+    }
+    return last && last->time >= end - stopClick ? last : nullptr;
+}
+
+} // namespace
+
+std::vector<EditSuggestion> offered(const VideoProject& project, std::span<const EditSuggestion> suggestions)
+{
+    std::vector<EditSuggestion> result;
+    const auto merged = Timeline::merged(project.edit.cuts, project.duration);
+    const PointerEvent* const stopped = clickThatStopped(project);
+    std::vector<const PointerEvent*> zooms;
+    for (const auto& event : project.edit.events) {
+        if (event.kind == PointerKind::zoom)
+            zooms.push_back(&event);
+    }
+    for (const auto& suggestion : suggestions) {
+        if (suggestion.event) {
+            const double time = suggestion.event->time;
+            const bool isCut =
+                std::ranges::any_of(merged, [&](const TimeSpan& cut) { return cut.start <= time && time < cut.end; });
+            const bool isThere = std::ranges::any_of(zooms, [&](const PointerEvent* zoom) {
+                return zoom->time < time + suggestion.event->duration && time < zoom->time + zoom->duration;
+            });
+            if (!isCut && !isThere && !(stopped && stopped->time == time))
+                result.push_back(suggestion);
+        } else if (Transcript::remaining(suggestion.span, merged) >= shortestGain) {
+            result.push_back(suggestion);
+        }
+    }
+    return result;
+}
+
+VideoProject applied(VideoProject project, std::span<const EditSuggestion> suggestions)
+{
+    std::vector<TimeSpan> cuts = project.edit.cuts.items();
+    for (const auto& suggestion : suggestions) {
+        if (suggestion.event)
+            project.edit.events.edit().push_back(*suggestion.event);
+        else
+            cuts.push_back(suggestion.span);
+    }
+    if (cuts.size() != project.edit.cuts.size())
+        project.edit.cuts = SharedList(Timeline::merged(cuts, project.duration));
+    return project;
 }
 
 } // namespace orvo::Suggestions

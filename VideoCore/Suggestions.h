@@ -2,6 +2,7 @@
 
 #include "VideoCore/VideoProject.h"
 
+#include <span>
 #include <vector>
 
 /// Suggests edits from the transcript and the pointer log.
@@ -18,6 +19,16 @@ inline constexpr double zoomLength = 3; ///< Length of a suggested zoom, in seco
 ///
 /// Depends on words, events and duration only. Each call creates new identifiers. May suggest what is already cut.
 std::vector<EditSuggestion> generate(const VideoProject& project);
+
+inline constexpr double shortestGain = 0.05; ///< A cut that takes less than this away is not offered, in seconds.
+inline constexpr double stopClick = 1.5; ///< A click this long before the end of a recording has stopped it, in seconds.
+
+/// Those of the suggestions that are of use to this project as it is edited now, in their order: no cut of what is cut
+/// already, no zoom inside a cut or where there is one, and none for the click that stopped the recording.
+std::vector<EditSuggestion> offered(const VideoProject& project, std::span<const EditSuggestion> suggestions);
+
+/// The project with these suggestions applied.
+VideoProject applied(VideoProject project, std::span<const EditSuggestion> suggestions);
 
 /// Whether a word is a filler, ignoring case and the punctuation around it. Also used to mark fillers in a transcript.
 bool isFiller(std::string_view word);

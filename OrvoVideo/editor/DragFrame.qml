@@ -12,6 +12,7 @@ Item {
 
     /// It was pressed.
     signal taken()
+    signal doubleClicked()
     signal dragged(real dx, real dy)
     signal dropped()
     signal sized(real dx)
@@ -60,6 +61,7 @@ Item {
             if (moved)
                 root.dropped()
         }
+        onDoubleClicked: root.doubleClicked()
     }
     MouseArea {
         id: corner
@@ -96,7 +98,7 @@ Item {
             width: 10
             height: 10
             radius: 2
-            visible: body.containsMouse || corner.containsMouse || corner.pressed
+            visible: root.marked || body.containsMouse || corner.containsMouse || corner.pressed
             color: Theme.accent
             border.color: Theme.inkOnAccent
         }

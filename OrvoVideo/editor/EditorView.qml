@@ -41,6 +41,21 @@ FocusScope {
     function showCard(kind: string, id: string) {
         inspectorWanted()
         inspector.showCard(kind, id)
+        if (kind === "zoom")
+            frameZoom(id)
+        else
+            preview.framedZoom = ""
+    }
+    /// Lets the part of the picture that a zoom point magnifies be chosen; the playhead goes into it.
+    function frameZoom(id: string) {
+        for (let row = 0; row < app.zooms.count; ++row) {
+            const zoom = app.zooms.get(row)
+            if (zoom.eventId !== id || app.playing)
+                continue
+            if (app.playhead < zoom.time || app.playhead >= zoom.time + zoom.duration)
+                app.seek(Math.min(zoom.time + zoom.duration / 2, app.project.duration))
+            preview.framedZoom = id
+        }
     }
 
     property string openedId: ""
@@ -189,6 +204,7 @@ FocusScope {
             app: root.app
             onSettingsWanted: root.settingsWanted()
             onZoomWanted: editorCommands.addZoom()
+            onZoomFramed: id => root.frameZoom(id)
         }
     }
 

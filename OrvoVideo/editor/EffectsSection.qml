@@ -14,6 +14,8 @@ Flickable {
 
     /// A zoom point is to be added at the playhead.
     signal zoomWanted()
+    /// The part of the picture that this zoom point magnifies is to be chosen.
+    signal zoomFramed(id: string)
 
     function editOverlayText() {
         overlayText.forceActiveFocus(Qt.ShortcutFocusReason)
@@ -197,6 +199,7 @@ Flickable {
                 width: zooms.entryWidth
                 app: root.app
                 marked: ListView.isCurrentItem
+                onFrameWanted: root.zoomFramed(model.eventId)
             }
         }
 

@@ -16,6 +16,8 @@ Item {
 
     signal settingsWanted()
     signal zoomWanted()
+    /// The part of the picture that this zoom point magnifies is to be chosen.
+    signal zoomFramed(id: string)
 
     /// Shows the controls of a zoom point or an overlay; `kind` is "zoom" or "overlay".
     function showCard(kind: string, id: string) {
@@ -83,6 +85,7 @@ Item {
             sourceComponent: EffectsSection {
                 app: root.app
                 onZoomWanted: root.zoomWanted()
+                onZoomFramed: id => root.zoomFramed(id)
             }
         }
         Section {

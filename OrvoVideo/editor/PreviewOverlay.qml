@@ -2,7 +2,8 @@ import QtQuick
 import Orvo.Model
 import Orvo.Ui
 
-/// A text or an image on the preview while it is shown. It can be dragged to another place, an image also to another width.
+/// A text or an image on the preview while it is shown. It can be dragged to another place, an image also to another width. A
+/// text is edited where it stands: with a double click, or with Return when it has the keyboard.
 Item {
     id: root
 
@@ -41,26 +42,50 @@ Item {
         })
     }
 
+    /// Whether the text is being edited.
+    property bool editing: false
+
+    function edit() {
+        if (!isText || editing)
+            return
+        app.pause()
+        editing = true
+        field.item.forceActiveFocus(Qt.OtherFocusReason)
+        field.item.selectAll()
+    }
+    /// Ends editing. A text of blanks is given up, as with Escape.
+    function endEditing(keep: bool) {
+        if (!editing)
+            return
+        const text = field.item.text
+        const hadKeyboard = field.item.activeFocus
+        editing = false
+        if (hadKeyboard)
+            forceActiveFocus(Qt.OtherFocusReason)
+        if (keep && text.trim() !== "" && text !== model.content)
+            app.setOverlayText(model.overlayId, text)
+    }
+
     function place(fraction: real, size: int): real {
         // Texts lie on whole pixels.
         const exact = fraction * size
         return (isText ? Math.trunc(exact) : exact) * scene.pixel
     }
 
-    visible: scene.time >= model.start && (isText ? scene.time < model.end : scene.time <= model.end)
+    visible: editing || scene.time >= model.start && (isText ? scene.time < model.end : scene.time <= model.end)
     // Images lie over texts.
     z: isText ? 0 : 1
     x: place(model.x + moved.x, scene.frameSize.width)
     y: place(model.y + moved.y, scene.frameSize.height)
-    width: isText ? text.implicitWidth : Math.trunc((model.width + widened) * scene.frameSize.width) * scene.pixel
-    height: isText ? text.implicitHeight
+    width: editing ? field.width : isText ? text.implicitWidth : Math.trunc((model.width + widened) * scene.frameSize.width) * scene.pixel
+    height: editing ? field.height : isText ? text.implicitHeight
         : image.implicitWidth > 0 ? width * image.implicitHeight / image.implicitWidth : width * 9 / 16
 
     activeFocusOnTab: true
     Accessible.role: Accessible.Graphic
     Accessible.name: isText ? model.content : "Imagen"
     Accessible.focusable: true
-    Accessible.description: "Las flechas la mueven"
+    Accessible.description: isText ? "Las flechas lo mueven; Intro lo edita" : "Las flechas la mueven"
     Keys.onPressed: event => {
         const step = event.modifiers & Qt.ShiftModifier ? 10 : 1
         const plain = !(event.modifiers & ~(Qt.ShiftModifier | Qt.KeypadModifier))
@@ -72,6 +97,8 @@ Item {
             nudge(0, -step)
         else if (plain && event.key === Qt.Key_Down)
             nudge(0, step)
+        else if (plain && root.isText && (event.key === Qt.Key_Return || event.key === Qt.Key_Enter || event.key === Qt.Key_F2))
+            edit()
         else if (plain && (event.key === Qt.Key_Delete || event.key === Qt.Key_Backspace))
             app.removeOverlay(model.overlayId)
         else
@@ -100,11 +127,73 @@ Item {
     OverlayText {
         id: text
 
-        visible: root.isText
+        visible: root.isText && !root.editing
         text: root.isText ? root.model.content : ""
         textSize: root.scene.textSize
         lineWidth: root.scene.frameSize.width
         pixel: root.scene.pixel
+    }
+    Loader {
+        id: field
+
+        active: root.editing
+        sourceComponent: TextEdit {
+            objectName: "overlayEditor"
+            // As wide as its text, and a caret's width more.
+            width: Math.min(Math.max(implicitWidth, 8) + 2, root.scene.frameSize.width * root.scene.pixel)
+            text: root.model.content
+            textFormat: TextEdit.PlainText
+            wrapMode: TextEdit.Wrap
+            color: "#FFFFFF"
+            selectionColor: Theme.accent
+            selectedTextColor: Theme.inkOnAccent
+            selectByMouse: true
+            font.family: Qt.fontFamilies().includes("Helvetica") ? "Helvetica" : "sans-serif"
+            font.bold: true
+            // As high, between the highest and the lowest point of the font, as in the film.
+            font.pixelSize: Math.max(Math.round(root.scene.textSize * root.scene.pixel * 100 / (metrics.ascent + metrics.descent)), 6)
+            Accessible.role: Accessible.EditableText
+            Accessible.name: "Texto en pantalla"
+            onActiveFocusChanged: {
+                if (!activeFocus)
+                    root.endEditing(true)
+            }
+            Keys.onPressed: event => {
+                const isReturn = event.key === Qt.Key_Return || event.key === Qt.Key_Enter
+                if (isReturn && !(event.modifiers & Qt.ShiftModifier))
+                    root.endEditing(true)
+                else if (event.key === Qt.Key_Escape)
+                    root.endEditing(false)
+                else
+                    return
+                event.accepted = true
+            }
+
+            FontMetrics {
+                id: metrics
+
+                font.family: "Helvetica"
+                font.bold: true
+                font.pixelSize: 100
+            }
+            Rectangle {
+                z: -1
+                anchors.fill: parent
+                anchors.margins: -4
+                radius: 4
+                color: Qt.alpha("#000000", 0.55)
+                border.width: 1.5
+                border.color: Theme.accent
+            }
+        }
+    }
+    Connections {
+        target: root.app
+        enabled: root.editing
+
+        function onCommitWanted() {
+            root.endEditing(true)
+        }
     }
     Image {
         id: image
@@ -117,10 +206,12 @@ Item {
     }
     DragFrame {
         anchors.fill: parent
+        visible: !root.editing
         space: root.parent
         sizable: !root.isText
         marked: root.activeFocus
         onTaken: root.forceActiveFocus(Qt.MouseFocusReason)
+        onDoubleClicked: root.edit()
         onDragged: (dx, dy) => {
             const across = root.aligned(Math.min(Math.max(root.model.x + dx, 0), 0.98), root.width / space.width, 6 / space.width)
             const down = root.aligned(Math.min(Math.max(root.model.y + dy, 0), 0.98), root.height / space.height, 6 / space.height)

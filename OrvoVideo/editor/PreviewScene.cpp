@@ -1,5 +1,7 @@
 #include "OrvoVideo/editor/PreviewScene.h"
 
+#include "OrvoVideo/model/ModelText.h"
+
 #include <QVariantMap>
 #include <algorithm>
 #include <cmath>
@@ -34,6 +36,11 @@ void PreviewScene::setModel(AppModel* model)
     m_model = model;
     if (m_model) {
         connect(m_model, &AppModel::projectChanged, this, &PreviewScene::place);
+        connect(m_model, &AppModel::shownChanged, this, &PreviewScene::place);
+        connect(m_model, &AppModel::playingChanged, this, [this] {
+            if (m_model->playing())
+                setFramedZoom({});
+        });
         connect(m_model, &AppModel::previewChanged, this, &PreviewScene::previewChanged);
         connect(m_model, &AppModel::optionsChanged, this, &PreviewScene::place);
         connect(m_model, &AppModel::playheadChanged, this, &PreviewScene::follow);
@@ -70,7 +77,7 @@ void PreviewScene::takeCameraShape()
 
 const VideoProject* PreviewScene::project() const
 {
-    return m_model && m_model->project() ? &*m_model->project() : nullptr;
+    return m_model ? m_model->shown() : nullptr;
 }
 
 void PreviewScene::place()
@@ -159,14 +166,39 @@ double PreviewScene::clipDipAt(double time) const
     return dip;
 }
 
+void PreviewScene::setFramedZoom(const QString& id)
+{
+    if (m_framedZoom == id)
+        return;
+    m_framedZoom = id;
+    emit framedZoomChanged();
+    follow();
+}
+
+void PreviewScene::frameZoom()
+{
+    m_zoomPart.reset();
+    if (m_framedZoom.isEmpty() || m_model->playing())
+        return;
+    const auto& zooms = m_trail.zooms();
+    const auto zoom = std::ranges::find(zooms, Text::toId(m_framedZoom), &PointerEvent::id);
+    if (zoom == zooms.end() || m_time < zoom->time || m_time > zoom->time + zoom->duration)
+        return;
+    const auto part = PreviewGeometry::magnifiedPart(*zoom, {1, 1});
+    m_zoomPart = QRectF(part.x, part.y, part.width, part.height);
+}
+
 void PreviewScene::follow()
 {
     const VideoProject* shown = project();
     if (!shown)
         return;
     m_time = m_model->playing() ? m_model->player()->position() : m_model->playhead();
-    m_zoom = onPixels(PreviewGeometry::previewTransform(m_trail.zooms(), m_time, {m_picture.width(), m_picture.height()}),
-        m_frame, m_pixel);
+    frameZoom();
+    m_zoom = framing()
+        ? PreviewGeometry::Zoom()
+        : onPixels(PreviewGeometry::previewTransform(m_trail.zooms(), m_time, {m_picture.width(), m_picture.height()}),
+              m_frame, m_pixel);
     // Frames fade as a whole.
     const double rate = std::max(static_cast<double>(shown->fps), 1.0);
     const double frame = std::floor(m_time * rate + 1e-3) / rate;

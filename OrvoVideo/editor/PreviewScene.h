@@ -42,6 +42,12 @@ class PreviewScene : public QObject {
     Q_PROPERTY(double dip READ dip NOTIFY timeChanged)
     /// The same of the recorded picture alone, under everything that is drawn on it.
     Q_PROPERTY(double clipDip READ clipDip NOTIFY timeChanged)
+    /// The zoom point, by its identifier, whose part of the picture is being chosen; empty for none. While the playhead
+    /// stands in it, the whole picture is shown.
+    Q_PROPERTY(QString framedZoom READ framedZoom WRITE setFramedZoom NOTIFY framedZoomChanged)
+    Q_PROPERTY(bool framing READ framing NOTIFY timeChanged)
+    /// That part, in fractions of the picture.
+    Q_PROPERTY(QRectF zoomPart READ zoomPart NOTIFY timeChanged)
     /// Of every ring: `x`, `y` and `progress` from 0 to 1.
     Q_PROPERTY(QVariantList halos READ halos NOTIFY halosChanged)
 public:
@@ -65,6 +71,10 @@ public:
     double time() const { return m_time; }
     double zoomScale() const { return m_zoom.scale; }
     QPointF zoomOffset() const { return {m_zoom.x, m_zoom.y}; }
+    QString framedZoom() const { return m_framedZoom; }
+    void setFramedZoom(const QString& id);
+    bool framing() const { return m_zoomPart.has_value(); }
+    QRectF zoomPart() const { return m_zoomPart.value_or(QRectF(0, 0, 1, 1)); }
     double dip() const { return m_dip; }
     double clipDip() const { return m_clipDip; }
     bool pointerShown() const { return m_pointer.has_value(); }
@@ -77,6 +87,7 @@ signals:
     void placesChanged();
     void cameraShownChanged();
     void timeChanged();
+    void framedZoomChanged();
     void halosChanged();
 
 private:
@@ -85,6 +96,7 @@ private:
     void follow();
     void takeCameraShape();
     void updateCameraShown();
+    void frameZoom();
     double dipAt(double time) const;
     double clipDipAt(double time) const;
 
@@ -101,6 +113,8 @@ private:
     double m_time = 0;
     PreviewGeometry::Zoom m_zoom;
     std::vector<RenderGraph::KeptSpan> m_kept;
+    QString m_framedZoom;
+    std::optional<QRectF> m_zoomPart; ///< While it is being chosen.
     double m_dip = 0;
     double m_clipDip = 0;
     std::optional<PreviewGeometry::PointerTrail::Place> m_pointer;

@@ -12,6 +12,8 @@ ColumnLayout {
 
     required property AppModel app
     required property EditorCommands commands
+    /// The zoom point whose part of the picture is being chosen; empty for none.
+    property alias framedZoom: previewScene.framedZoom
 
     spacing: Theme.space(2)
 
@@ -35,7 +37,10 @@ ColumnLayout {
         Accessible.description: Theme.timeText(root.app.playhead)
 
         TapHandler {
-            onTapped: stage.forceActiveFocus(Qt.MouseFocusReason)
+            onTapped: {
+                stage.forceActiveFocus(Qt.MouseFocusReason)
+                previewScene.framedZoom = ""
+            }
         }
 
         Item {
@@ -110,12 +115,17 @@ ColumnLayout {
                 app: root.app
                 scene: previewScene
             }
+            ZoomFrame {
+                anchors.fill: parent
+                app: root.app
+                scene: previewScene
+            }
             // The fades of the film.
             Rectangle {
                 objectName: "dip"
                 anchors.fill: parent
                 visible: opacity > 0
-                opacity: previewScene.dip
+                opacity: previewScene.framing ? 0 : previewScene.dip
                 color: "#000000"
             }
         }

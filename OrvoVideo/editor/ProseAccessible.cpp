@@ -237,6 +237,8 @@ QString ProseAccessible::attributes(int place, int* start, int* end) const
         attributes += QStringLiteral("text-line-through-type:single;");
     if (Suggestions::isFiller(spoken.text))
         attributes += QStringLiteral("text-underline-type:single;");
+    if (page().isUnsure(word))
+        attributes += QStringLiteral("invalid:spelling;"); // Said as a word to look at.
     return attributes;
 }
 

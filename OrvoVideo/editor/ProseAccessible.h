@@ -7,7 +7,8 @@ namespace orvo {
 class ProsePage;
 
 /// The transcript's page as assistive technology sees it: a text of several lines with a caret and a selection. What is said
-/// of a word besides its text are attributes: "text-line-through-type" for what is cut, "text-underline-type" for fillers.
+/// of a word besides its text are attributes: "text-line-through-type" for what is cut, "text-underline-type" for fillers,
+/// "invalid" for those of which the recogniser was unsure.
 class ProseAccessible final : public QAccessibleObject, public QAccessibleTextInterface {
 public:
     explicit ProseAccessible(ProsePage& page);

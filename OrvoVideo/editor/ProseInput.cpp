@@ -205,6 +205,9 @@ void ProsePage::hoverMoveEvent(QHoverEvent* event)
     const auto pause = pauseUnder(event->position());
     setHoveredPause(pause);
     const auto at = inText(event->position());
+    const auto* box = m_flow.boxUnder(at.x(), at.y());
+    const bool isUnsureWord = box && box->kind == ProseFlow::Box::Kind::word && isUnsure(box->index);
+    setUnsureRow(isUnsureWord ? static_cast<int>(box->index) : -1);
     setCursor(pause || timeUnder(event->position()) ? QCursor(Qt::PointingHandCursor)
             : at.x() > -4                           ? QCursor(Qt::IBeamCursor)
                                                     : QCursor(Qt::ArrowCursor));
@@ -212,6 +215,7 @@ void ProsePage::hoverMoveEvent(QHoverEvent* event)
 
 void ProsePage::hoverLeaveEvent(QHoverEvent*)
 {
+    setUnsureRow(-1);
     setHoveredPause(std::nullopt);
 }
 

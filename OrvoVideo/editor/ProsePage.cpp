@@ -64,6 +64,7 @@ void ProsePage::setReader(TranscriptCursor* reader)
     m_reader = reader;
     if (m_reader) {
         connect(m_reader, &TranscriptCursor::wordsChanged, this, &ProsePage::showWords);
+        connect(m_reader, &TranscriptCursor::confidenceChanged, this, &ProsePage::showConfidence);
         connect(m_reader, &TranscriptCursor::spokenRowChanged, this, [this] { update(); });
         connect(m_reader, &TranscriptCursor::matchChanged, this, [this] { update(); });
         connect(m_reader, &TranscriptCursor::markedChanged, this, [this] {
@@ -148,6 +149,7 @@ void ProsePage::showWords()
             m_fillers[i] = Suggestions::isFiller(after[i].text);
         }
         m_words = words;
+        showConfidence();
         m_press.reset();
         m_hoveredPause.reset();
         m_textPlaces.clear();
@@ -161,6 +163,31 @@ void ProsePage::showWords()
     }
     rebuild();
     ProseAccessible::tellText(*this);
+}
+
+void ProsePage::showConfidence()
+{
+    m_unsure.assign(m_words.size(), false);
+    if (m_reader) {
+        for (std::size_t i = 0; i < m_words.size(); ++i)
+            m_unsure[i] = m_reader->isUnsure(m_words[i]);
+    }
+    setUnsureRow(-1);
+    update();
+}
+
+void ProsePage::setUnsureRow(int row)
+{
+    if (m_unsureRow == row)
+        return;
+    m_unsureRow = row;
+    emit unsureRowChanged();
+}
+
+double ProsePage::confidence(int row) const
+{
+    const auto word = static_cast<std::size_t>(row);
+    return m_reader && row >= 0 && word < m_words.size() ? m_reader->confidence(m_words[word]) : 1;
 }
 
 double ProsePage::widthOf(const QString& text, QHash<QString, double>& known, const QFont& font)

@@ -51,6 +51,8 @@ class ProsePage : public QQuickPaintedItem {
     Q_PROPERTY(bool cutHidden READ cutHidden WRITE setCutHidden NOTIFY cutHiddenChanged)
     /// Counts the layouts, so that bindings to `rectOf` and `topOf` follow them.
     Q_PROPERTY(int layoutCount READ layoutCount NOTIFY laidOut)
+    /// The row under the pointer of which the recogniser was unsure; -1 for none.
+    Q_PROPERTY(int unsureRow READ unsureRow NOTIFY unsureRowChanged)
 public:
     static constexpr double margin = 48; ///< Of the paragraphs' times, in pixels.
     static constexpr double pillPadding = 7; ///< At both ends of a pause, in pixels.
@@ -72,6 +74,7 @@ public:
     bool cutHidden() const { return m_cutHidden; }
     void setCutHidden(bool hidden);
     int layoutCount() const { return m_layoutCount; }
+    int unsureRow() const { return m_unsureRow; }
 
     /// Where the word of a row begins in this item as it is scrolled now; empty when it is not shown.
     Q_INVOKABLE QRectF rectOf(int row) const;
@@ -83,6 +86,9 @@ public:
     Q_INVOKABLE int nextShown(int row, bool forward) const;
     /// The text of a row.
     Q_INVOKABLE QString wordText(int row) const;
+    /// How sure the recogniser was of a row's word, 0..1.
+    Q_INVOKABLE double confidence(int row) const;
+    bool isUnsure(std::size_t word) const { return word < m_unsure.size() && m_unsure[word]; }
 
     void paint(QPainter* painter) override;
 
@@ -101,6 +107,7 @@ signals:
     void offsetChanged();
     void laidOut();
     void cutHiddenChanged();
+    void unsureRowChanged();
     /// The text is to be scrolled there, so that what is read stays where it is.
     void offsetWanted(double offset);
     /// The caret was moved by hand and has to be seen: the top of its line in the whole text.
@@ -143,6 +150,8 @@ private:
     };
 
     void showWords();
+    void showConfidence();
+    void setUnsureRow(int row);
     void rebuild();
     void layOut();
     static double widthOf(const QString& text, QHash<QString, double>& known, const QFont& font);
@@ -173,6 +182,8 @@ private:
     SharedList<TranscriptWord> m_words;
     std::vector<QString> m_texts;
     std::vector<char> m_fillers;
+    std::vector<char> m_unsure; ///< Whether the recogniser was.
+    int m_unsureRow = -1;
     std::vector<char> m_isCut;
     std::vector<Pause> m_pauses;
     std::vector<Transcript::WordRange> m_paragraphs;

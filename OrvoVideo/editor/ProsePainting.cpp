@@ -118,6 +118,12 @@ void ProsePage::paintBox(QPainter& painter, const ProseFlow::Box& box, double to
         painter.setBrush(m_colors.cutEdge);
         painter.drawRect(QRectF(box.x, textTop + metrics.height() - 1, width, 2));
     }
+    if (m_unsure[box.index] && !isCut && !m_fillers[box.index]) {
+        // Dots, lighter than the line under a filler.
+        painter.setBrush(m_colors.accentInk);
+        for (double x = std::round(box.x); x + 1.5 <= box.x + width; x += 4)
+            painter.drawEllipse(QRectF(x, textTop + metrics.height() - 1, 1.8, 1.8));
+    }
     if (isCut) {
         painter.setBrush(m_colors.secondaryText);
         painter.drawRect(QRectF(box.x - 1, std::round(textTop + metrics.ascent() * 0.68), width + 2, 1));

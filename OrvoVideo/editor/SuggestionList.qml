@@ -1,12 +1,9 @@
-pragma ComponentBehavior: Bound
-
 import QtQuick
-import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// What the analysis proposes.
+/// What the analysis proposes, by kind.
 ColumnLayout {
     id: root
 
@@ -17,63 +14,35 @@ ColumnLayout {
 
     onProjectIdChanged: asked = false
 
-    spacing: Theme.space(1)
+    objectName: "suggestions"
+    spacing: Theme.space(3)
 
     OLabel {
         Layout.fillWidth: true
-        visible: root.asked && list.count === 0
+        visible: root.asked && root.app.suggestions.count === 0
         text: "No hay mejoras que proponer."
         secondary: true
         font.pixelSize: Theme.captionSize
     }
-    OList {
-        id: list
-
-        objectName: "suggestions"
+    SuggestionGroup {
         Layout.fillWidth: true
-        maximumHeight: 264
-        name: "Mejoras propuestas"
-        model: root.app.suggestions
-
-        delegate: RowLayout {
-            id: entry
-
-            required property string suggestionId
-            required property string label
-            required property real start
-            required property real end
-
-            width: list.entryWidth
-            height: 44
-            spacing: Theme.space(2)
-            Accessible.role: Accessible.ListItem
-            Accessible.name: label
-
-            ColumnLayout {
-                Layout.fillWidth: true
-                spacing: 0
-
-                OLabel {
-                    Layout.fillWidth: true
-                    text: entry.label
-                    elide: Text.ElideRight
-                }
-                OButton {
-                    implicitHeight: 18
-                    leftPadding: 0
-                    rightPadding: 0
-                    plain: true
-                    text: Theme.exactTimeText(entry.start) + " → " + Theme.exactTimeText(entry.end)
-                    font: Theme.digits(Theme.captionSize)
-                    Accessible.description: "Ir a este momento"
-                    onClicked: root.app.seek(entry.start)
-                }
-            }
-            OButton {
-                text: "Aplicar"
-                Accessible.description: entry.label
-                onClicked: root.app.applySuggestion(entry.suggestionId)
-            }
-        }
+        app: root.app
+        suggestions: root.app.suggestedPauses
+        kind: "silence"
+        title: "Pausas"
+    }
+    SuggestionGroup {
+        Layout.fillWidth: true
+        app: root.app
+        suggestions: root.app.suggestedFillers
+        kind: "filler"
+        title: "Muletillas"
+    }
+    SuggestionGroup {
+        Layout.fillWidth: true
+        app: root.app
+        suggestions: root.app.suggestedZooms
+        kind: "zoom"
+        title: "Zooms"
     }
 }

@@ -22,12 +22,15 @@ void TranscriptCursor::setModel(AppModel* model)
 {
     if (m_model == model)
         return;
-    if (m_model)
+    if (m_model) {
         m_model->disconnect(this);
+        m_model->transcription()->disconnect(this);
+    }
     m_model = model;
     if (m_model) {
         connect(m_model, &AppModel::playheadChanged, this, &TranscriptCursor::followPlayhead);
         connect(m_model, &AppModel::projectChanged, this, &TranscriptCursor::showProject);
+        connect(m_model->transcription(), &Transcription::confidenceChanged, this, &TranscriptCursor::confidenceChanged);
         connect(m_model, &AppModel::playingChanged, this, [this] {
             if (!m_model->playing())
                 m_hearUntil = 0;
@@ -76,6 +79,11 @@ void TranscriptCursor::showProject()
     emit wordsChanged();
     emit markedChanged(); // What is cut may have changed.
     followPlayhead();
+}
+
+double TranscriptCursor::confidence(const TranscriptWord& word) const
+{
+    return m_model ? m_model->transcription()->confidence().of(word) : 1;
 }
 
 void TranscriptCursor::followPlayhead()

@@ -51,6 +51,9 @@ public:
     /// The cuts in order and disjoint.
     const std::vector<TimeSpan>& cuts() const { return m_merged; }
     double duration() const { return m_duration; }
+    /// How sure the recogniser was of a word, 0..1.
+    double confidence(const TranscriptWord& word) const;
+    bool isUnsure(const TranscriptWord& word) const { return confidence(word) < WordConfidence::sure; }
     const std::vector<TextSearch::Hit>& hits() const { return m_hits; }
 
     int spokenRow() const { return m_spokenRow; }
@@ -115,6 +118,8 @@ signals:
     void modelChanged();
     /// Other words or other cuts are there.
     void wordsChanged();
+    /// Other words are unsure.
+    void confidenceChanged();
     void spokenRowChanged();
     void markedChanged();
     void queryChanged();

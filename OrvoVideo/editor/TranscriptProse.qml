@@ -174,6 +174,25 @@ FocusScope {
         }
     }
 
+    Item {
+        readonly property rect about: {
+            page.layoutCount
+            flick.contentY
+            return page.rectOf(page.unsureRow)
+        }
+
+        x: about.x
+        y: about.y
+        width: about.width
+        height: about.height
+
+        OTooltip {
+            objectName: "unsureTip"
+            visible: page.unsureRow >= 0
+            text: "El reconocimiento dudó de esta palabra (" + Math.round(page.confidence(page.unsureRow) * 100) + " % de seguridad)"
+        }
+    }
+
     TranscriptBar {
         id: bar
 

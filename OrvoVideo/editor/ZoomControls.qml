@@ -13,6 +13,9 @@ OPanel {
     /// The zoom point; its centre is fractions of the frame.
     required property var model
 
+    /// The part of the picture is to be chosen there.
+    signal frameWanted()
+
     padding: Theme.space(3)
     Accessible.role: Accessible.Grouping
     Accessible.name: "Zoom en " + Theme.exactTimeText(model.time)
@@ -37,10 +40,18 @@ OPanel {
                 text: Theme.exactTimeText(root.model.time) + " → " + Theme.exactTimeText(root.model.time + root.model.duration)
                 font: Theme.digits(Theme.bodySize)
                 Accessible.description: "Ir a este zoom"
-                onClicked: root.app.seek(root.model.time + root.model.duration / 2)
+                onClicked: {
+                    root.app.seek(root.model.time + root.model.duration / 2)
+                    root.frameWanted()
+                }
             }
             Item {
                 Layout.fillWidth: true
+            }
+            OIconButton {
+                iconName: "move"
+                text: "Encuadrar en la imagen"
+                onClicked: root.frameWanted()
             }
             OIconButton {
                 iconName: "trash-2"

@@ -1,6 +1,9 @@
 #include "OrvoVideo/model/AppModel.h"
 
+#include "OrvoVideo/model/ModelText.h"
 #include "Platform/notifications/Notifications.h"
+
+#include <algorithm>
 
 namespace orvo {
 
@@ -100,6 +103,7 @@ void AppModel::forwardSignals()
     connect(&m_playback, &Playback::playheadChanged, this, &AppModel::playheadChanged);
     connect(&m_playback, &Playback::playingChanged, this, &AppModel::playingChanged);
     connect(&m_playback, &Playback::previewChanged, this, &AppModel::previewChanged);
+    connect(&m_playback, &Playback::shownChanged, this, &AppModel::shownChanged);
     connect(&m_operation, &Operation::busyChanged, this, &AppModel::busyChanged);
     connect(&m_operation, &Operation::idleChanged, this, &AppModel::idleChanged);
     connect(&m_operation, &Operation::progressChanged, this, &AppModel::progressChanged);
@@ -129,6 +133,14 @@ void AppModel::addImageFile(const QUrl& file)
 void AppModel::moveCut(double start, double end, double newStart, double newEnd)
 {
     m_editing.moveCut(start, end, newStart, newEnd);
+}
+
+void AppModel::tryOut(const QString& suggestionId)
+{
+    const auto& offered = m_project.suggestions().suggestions();
+    const auto found = std::ranges::find(offered, Text::toId(suggestionId), &EditSuggestion::id);
+    if (found != offered.end())
+        m_playback.tryOut(EditSuggestion(*found));
 }
 
 void AppModel::setOverlayValue(const QString& id, const QString& key, double value)

@@ -45,6 +45,10 @@ class AppModel : public QObject {
     Q_PROPERTY(orvo::ZoomModel* zooms READ zooms CONSTANT)
     Q_PROPERTY(orvo::OverlayModel* overlays READ overlays CONSTANT)
     Q_PROPERTY(orvo::SuggestionModel* suggestions READ suggestions CONSTANT)
+    Q_PROPERTY(orvo::SuggestionModel* suggestedPauses READ suggestedPauses CONSTANT)
+    Q_PROPERTY(orvo::SuggestionModel* suggestedFillers READ suggestedFillers CONSTANT)
+    Q_PROPERTY(orvo::SuggestionModel* suggestedZooms READ suggestedZooms CONSTANT)
+    Q_PROPERTY(orvo::HistoryModel* steps READ steps CONSTANT)
     Q_PROPERTY(orvo::PreviewPlayer* player READ player CONSTANT)
     Q_PROPERTY(orvo::PreviewPlayer* cameraPlayer READ cameraPlayer CONSTANT)
     Q_PROPERTY(orvo::Recovery* recovery READ recovery CONSTANT)
@@ -62,6 +66,8 @@ class AppModel : public QObject {
     Q_PROPERTY(orvo::Span selectedSpan READ selectedSpan WRITE setSelectedSpan NOTIFY selectedSpanChanged)
     Q_PROPERTY(bool canUndo READ canUndo NOTIFY historyChanged)
     Q_PROPERTY(bool canRedo READ canRedo NOTIFY historyChanged)
+    Q_PROPERTY(QString undoName READ undoName NOTIFY historyChanged)
+    Q_PROPERTY(QString redoName READ redoName NOTIFY historyChanged)
     Q_PROPERTY(bool unsavedChanges READ unsavedChanges NOTIFY unsavedChangesChanged)
     Q_PROPERTY(double playhead READ playhead NOTIFY playheadChanged)
     Q_PROPERTY(bool playing READ playing NOTIFY playingChanged)
@@ -90,6 +96,10 @@ public:
     ZoomModel* zooms() { return &m_project.zooms(); }
     OverlayModel* overlays() { return &m_project.overlays(); }
     SuggestionModel* suggestions() { return &m_project.suggestions(); }
+    SuggestionModel* suggestedPauses() { return &m_project.suggestions(SuggestionKind::silence); }
+    SuggestionModel* suggestedFillers() { return &m_project.suggestions(SuggestionKind::filler); }
+    SuggestionModel* suggestedZooms() { return &m_project.suggestions(SuggestionKind::zoom); }
+    HistoryModel* steps() { return &m_project.steps(); }
     PreviewPlayer* player() const { return &m_playback.player(); }
     PreviewPlayer* cameraPlayer() const { return &m_playback.cameraPlayer(); }
     Recovery* recovery() { return &m_recovery; }
@@ -125,6 +135,9 @@ public:
     Q_INVOKABLE void redo() { m_project.redo(); }
     bool canUndo() const { return m_project.canUndo(); }
     bool canRedo() const { return m_project.canRedo(); }
+    QString undoName() const { return QString::fromStdString(m_project.undoName()); }
+    QString redoName() const { return QString::fromStdString(m_project.redoName()); }
+    Q_INVOKABLE void goToStep(int row) { m_project.goToStep(row); }
     Span selectedSpan() const { return m_project.selectedSpan(); }
     void setSelectedSpan(const Span& span) { m_project.setSelectedSpan(span); }
     Q_INVOKABLE void findSuggestions() { m_project.findSuggestions(); }
@@ -164,6 +177,7 @@ public:
     Q_INVOKABLE void setVolume(const QString& trackId, double value) { m_editing.setVolume(trackId, value); }
     void applySuggestion(const EditSuggestion& suggestion) { m_editing.applySuggestion(suggestion); }
     Q_INVOKABLE void applySuggestion(const QString& suggestionId) { m_editing.applySuggestion(suggestionId); }
+    Q_INVOKABLE void applySuggestions(const QString& kind) { m_editing.applySuggestions(kind); }
 
     // --- Playback -------------------------------------------------------------------------------------------------------
 
@@ -177,6 +191,8 @@ public:
     Q_INVOKABLE void play() { m_playback.play(); }
     Q_INVOKABLE void pause() { m_playback.pause(); }
     Q_INVOKABLE void togglePlaying() { m_playback.togglePlaying(); }
+    Q_INVOKABLE void tryOut(const QString& suggestionId);
+    const VideoProject* shown() const { return m_playback.shown(); }
 
     // --- The long operation of the moment, and the texts -----------------------------------------------------------------
 
@@ -222,6 +238,7 @@ signals:
     void playheadChanged();
     void playingChanged();
     void previewChanged();
+    void shownChanged();
     void busyChanged();
     void idleChanged();
     void progressChanged();

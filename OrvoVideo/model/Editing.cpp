@@ -250,9 +250,9 @@ void Editing::setVolume(const QString& trackId, double value)
 void Editing::applySuggestion(const EditSuggestion& suggestion)
 {
     m_parts.open.update([&](VideoProject& project) { Edits::apply(project, suggestion); });
-    auto left = m_parts.open.suggestions().suggestions();
-    std::erase_if(left.edit(), [&](const EditSuggestion& other) { return other.id == suggestion.id; });
-    m_parts.open.suggestions().setSuggestions(std::move(left));
+    // What is done is not offered; undone, it is again.
+    if (std::ranges::contains(m_parts.open.suggestions().suggestions(), suggestion.id, &EditSuggestion::id))
+        m_parts.open.dropSuggestion(suggestion.id);
 }
 
 void Editing::applySuggestion(const QString& suggestionId)
@@ -261,6 +261,15 @@ void Editing::applySuggestion(const QString& suggestionId)
     const auto found = std::ranges::find(suggestions, Text::toId(suggestionId), &EditSuggestion::id);
     if (found != suggestions.end())
         applySuggestion(EditSuggestion(*found));
+}
+
+void Editing::applySuggestions(const QString& kind)
+{
+    for (const auto each : {SuggestionKind::silence, SuggestionKind::filler, SuggestionKind::zoom}) {
+        const auto offered = m_parts.open.suggestions(each).suggestions();
+        if (kind == QString::fromUtf8(textOf(each)) && !offered.empty())
+            m_parts.open.update([&](VideoProject& project) { project = Suggestions::applied(project, offered.items()); });
+    }
 }
 
 } // namespace orvo

@@ -77,6 +77,8 @@ public:
     /// Adds the zoom point of a suggestion or cuts its stretch, and drops it.
     void applySuggestion(const EditSuggestion& suggestion);
     void applySuggestion(const QString& suggestionId);
+    /// Applies every suggestion of a kind ("silence", "filler", "zoom") that is offered, as one step.
+    void applySuggestions(const QString& kind);
 
 private:
     QCoro::Task<> pickImage();

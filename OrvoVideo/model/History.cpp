@@ -1,6 +1,10 @@
 #include "OrvoVideo/model/History.h"
 
+#include "VideoCore/EditNames.h"
+
 #include <algorithm>
+#include <chrono>
+#include <numeric>
 
 namespace orvo {
 
@@ -49,40 +53,100 @@ VideoProject ProjectDelta::applyTo(const VideoProject& other) const
     return version;
 }
 
-void History::record(const VideoProject& before, const VideoProject& after, Trim trim)
+std::size_t ProjectDelta::bytes() const noexcept
 {
-    m_undo.emplace_back(before, after);
+    std::size_t sum = sizeof(ProjectDelta) + m_events.middle().size() * sizeof(PointerEvent);
+    for (const auto& word : m_words.middle())
+        sum += sizeof word + word.text.size();
+    for (const auto& overlay : m_version.edit.overlays)
+        sum += sizeof overlay + overlay.content.size();
+    return sum + m_version.edit.cuts.size() * sizeof(TimeSpan) + m_version.tracks.size() * sizeof(MediaTrack);
+}
+
+bool areSameDocument(VideoProject a, VideoProject b)
+{
+    for (auto* project : {&a, &b}) {
+        project->createdAt = std::chrono::floor<std::chrono::seconds>(project->createdAt);
+        project->updatedAt = std::chrono::floor<std::chrono::seconds>(project->updatedAt);
+    }
+    return a == b;
+}
+
+void History::record(const VideoProject& before, const VideoProject& after, Trim trim, std::string name)
+{
+    if (name.empty())
+        name = EditNames::nameOf(before, after);
+    if (name.empty())
+        name = "sin cambios"; // It is a step all the same.
+    m_undo.push_back({.delta = ProjectDelta(before, after), .step = {.id = ++m_lastId, .name = std::move(name)}});
     if (trim == Trim::toLimit && m_undo.size() > limit)
         m_undo.erase(m_undo.begin(), m_undo.end() - limit);
     m_redo.clear();
 }
 
-std::optional<VideoProject> History::step(
-    std::vector<ProjectDelta>& from, std::vector<ProjectDelta>& to, const VideoProject& present)
+void History::amend(const VideoProject& before, const VideoProject& after, Naming naming)
+{
+    m_redo.clear();
+    if (m_undo.empty())
+        return;
+    auto& last = m_undo.back();
+    const auto version = last.delta.applyTo(before);
+    last.delta = ProjectDelta(version, after);
+    if (naming == Naming::keep)
+        return;
+    // A value that was dragged to and fro keeps the name.
+    if (auto name = EditNames::nameOf(version, after); !name.empty())
+        last.step.name = std::move(name);
+}
+
+std::optional<VideoProject> History::move(std::vector<Entry>& from, std::vector<Entry>& to, const VideoProject& present)
 {
     if (from.empty())
         return std::nullopt;
-    auto version = from.back().applyTo(present);
-    to.emplace_back(present, version);
+    auto version = from.back().delta.applyTo(present);
+    to.push_back({.delta = ProjectDelta(present, version), .step = std::move(from.back().step)});
     from.pop_back();
     return version;
 }
 
-void History::amend(const VideoProject& before, const VideoProject& after)
-{
-    m_redo.clear();
-    if (!m_undo.empty())
-        m_undo.back() = ProjectDelta(m_undo.back().applyTo(before), after);
-}
-
 std::optional<VideoProject> History::undo(const VideoProject& present)
 {
-    return step(m_undo, m_redo, present);
+    return move(m_undo, m_redo, present);
 }
 
 std::optional<VideoProject> History::redo(const VideoProject& present)
 {
-    return step(m_redo, m_undo, present);
+    return move(m_redo, m_undo, present);
+}
+
+std::optional<VideoProject> History::goTo(std::size_t position, const VideoProject& present)
+{
+    if (position == m_undo.size() || position > m_undo.size() + m_redo.size())
+        return std::nullopt;
+    std::optional<VideoProject> version;
+    while (position != m_undo.size()) {
+        const VideoProject& from = version ? *version : present;
+        version = position < m_undo.size() ? undo(from) : redo(from);
+    }
+    return version;
+}
+
+std::vector<History::Step> History::steps() const
+{
+    std::vector<Step> steps;
+    steps.reserve(m_undo.size() + m_redo.size());
+    for (const auto& entry : m_undo)
+        steps.push_back(entry.step);
+    for (auto entry = m_redo.rbegin(); entry != m_redo.rend(); ++entry)
+        steps.push_back(entry->step);
+    return steps;
+}
+
+std::size_t History::bytes() const noexcept
+{
+    const auto add = [](std::size_t sum, const Entry& entry) { return sum + entry.delta.bytes() + entry.step.name.size(); };
+    return std::accumulate(
+        m_redo.begin(), m_redo.end(), std::accumulate(m_undo.begin(), m_undo.end(), std::size_t{0}, add), add);
 }
 
 void History::clear()

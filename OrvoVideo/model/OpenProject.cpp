@@ -4,6 +4,7 @@
 #include "VideoCore/Suggestions.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace orvo {
@@ -16,13 +17,17 @@ OpenProject::OpenProject(const ProjectStore& store)
 bool OpenProject::open(VideoProject project, std::optional<VideoProject> unsavedEdits)
 {
     m_gesture = Gesture::none;
-    m_history.clear();
-    m_suggestions.setSuggestions({});
+    // The same project again is another opening.
+    if (m_project && m_project->id != project.id)
+        m_left.keep(*m_project, std::exchange(m_history, {}));
+    m_found.clear();
     const bool recovered = unsavedEdits && *unsavedEdits != project;
-    if (recovered)
-        m_history.record(project, *unsavedEdits);
+    auto history = m_left.take(recovered ? *unsavedEdits : project);
+    m_history = history ? std::move(*history) : History();
+    if (recovered && !history)
+        m_history.record(project, *unsavedEdits, History::Trim::toLimit, "cambios recuperados");
     setProject(recovered ? std::move(*unsavedEdits) : std::move(project));
-    emit historyChanged();
+    tellHistory();
     setSelectedSpan({0, std::min(m_project->duration, 1.0)});
     return recovered;
 }
@@ -34,14 +39,14 @@ void OpenProject::show(VideoProject version)
 
 void OpenProject::takeOver(const VideoProject& version)
 {
-    m_history.record(*m_project, version);
+    m_history.record(*m_project, version, History::Trim::toLimit, "cambios de otro programa");
     endStepOfGesture();
     setProject(version);
     setSelectedSpan(
         {std::min(m_selectedSpan.start, m_project->duration), std::min(m_selectedSpan.end, m_project->duration)});
-    if (!m_suggestions.suggestions().empty())
+    if (!m_found.empty())
         findSuggestions();
-    emit historyChanged();
+    tellHistory();
 }
 
 void OpenProject::update(const std::function<void(VideoProject&)>& change)
@@ -52,14 +57,14 @@ void OpenProject::update(const std::function<void(VideoProject&)>& change)
     change(after);
     after.updatedAt = now();
     if (m_gesture == Gesture::recorded)
-        m_history.amend(*m_project, after);
+        m_history.amend(*m_project, after, History::Naming::anew);
     else
         m_history.record(*m_project, after);
     if (m_gesture == Gesture::begun)
         m_gesture = Gesture::recorded;
     const bool otherTracks = !m_project->tracks.sharesStorageWith(after.tracks);
     setProject(std::move(after));
-    emit historyChanged();
+    tellHistory();
     emit edited(Save::soon);
     if (otherTracks)
         emit tracksEdited();
@@ -79,12 +84,12 @@ void OpenProject::change(const std::function<void(VideoProject&)>& change, Undo 
     if (undo == Undo::step)
         m_history.record(*m_project, after, History::Trim::no);
     else if (undo == Undo::same)
-        m_history.amend(*m_project, after);
+        m_history.amend(*m_project, after, History::Naming::keep);
     else
         m_history.clear();
     endStepOfGesture();
     setProject(std::move(after));
-    emit historyChanged();
+    tellHistory();
     emit edited(Save::now);
 }
 
@@ -112,13 +117,37 @@ void OpenProject::redo()
         step(m_history.redo(*m_project));
 }
 
+void OpenProject::goToStep(int row)
+{
+    if (m_project && !m_locked && row >= 0)
+        step(m_history.goTo(static_cast<std::size_t>(row), *m_project));
+}
+
+void OpenProject::followClosed(const VideoProject& before, const VideoProject& after, Undo undo)
+{
+    m_left.follow(before, after, [&](History& history) {
+        if (undo == Undo::step)
+            history.record(before, after, History::Trim::no);
+        else if (undo == Undo::same)
+            history.amend(before, after, History::Naming::keep);
+        else
+            history.clear();
+    });
+}
+
+void OpenProject::tellHistory()
+{
+    m_steps.show(m_history);
+    emit historyChanged();
+}
+
 void OpenProject::step(std::optional<VideoProject> version)
 {
     if (!version)
         return;
     endStepOfGesture();
     setProject(std::move(*version));
-    emit historyChanged();
+    tellHistory();
     emit edited(Save::nowIgnoringErrors);
     emit stepped();
 }
@@ -128,7 +157,7 @@ void OpenProject::setLocked(bool locked)
     if (m_locked == locked)
         return;
     m_locked = locked;
-    emit historyChanged();
+    tellHistory();
 }
 
 void OpenProject::setSelectedSpan(const Span& span)
@@ -141,11 +170,36 @@ void OpenProject::setSelectedSpan(const Span& span)
 
 void OpenProject::findSuggestions()
 {
-    m_suggestions.setSuggestions(m_project ? SharedList(Suggestions::generate(*m_project)) : SharedList<EditSuggestion>());
+    m_found = m_project ? Suggestions::generate(*m_project) : std::vector<EditSuggestion>();
+    offerSuggestions();
+}
+
+void OpenProject::dropSuggestion(const Uuid& id)
+{
+    if (std::erase_if(m_found, [&](const EditSuggestion& found) { return found.id == id; }) > 0)
+        offerSuggestions();
+}
+
+void OpenProject::offerSuggestions()
+{
+    if (m_found.empty() && m_suggestions.suggestions().empty())
+        return;
+    auto offered = m_project ? Suggestions::offered(*m_project, m_found) : std::vector<EditSuggestion>();
+    const double length = m_project ? m_project->playableDuration() : 0;
+    for (const auto kind : {SuggestionKind::silence, SuggestionKind::filler, SuggestionKind::zoom}) {
+        std::vector<EditSuggestion> ofKind;
+        std::ranges::copy_if(offered, std::back_inserter(ofKind), [&](const auto& each) { return each.kind == kind; });
+        const double left = ofKind.empty() ? length : Suggestions::applied(*m_project, ofKind).playableDuration();
+        suggestions(kind).setOutcome(length - left, left);
+        suggestions(kind).setSuggestions(SharedList(std::move(ofKind)));
+    }
+    m_suggestions.setSuggestions(SharedList(std::move(offered)));
 }
 
 void OpenProject::setProject(VideoProject project)
 {
+    const bool otherEdit = !m_project || !m_project->edit.cuts.sharesStorageWith(project.edit.cuts)
+        || !m_project->edit.events.sharesStorageWith(project.edit.events) || m_project->duration != project.duration;
     m_project = std::move(project);
     const VideoProject& shown = *m_project;
     m_facts = ProjectFacts::of(shown);
@@ -161,6 +215,8 @@ void OpenProject::setProject(VideoProject project)
     m_cuts.show(&shown);
     m_zooms.show(&shown);
     m_overlays.show(&shown, resolve);
+    if (otherEdit)
+        offerSuggestions();
     emit projectChanged();
 }
 

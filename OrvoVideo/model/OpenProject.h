@@ -1,8 +1,10 @@
 #pragma once
 
 #include "OrvoVideo/model/History.h"
+#include "OrvoVideo/model/KeptHistories.h"
 #include "OrvoVideo/model/Values.h"
 #include "OrvoVideo/model/lists/CutModel.h"
+#include "OrvoVideo/model/lists/HistoryModel.h"
 #include "OrvoVideo/model/lists/OverlayModel.h"
 #include "OrvoVideo/model/lists/SuggestionModel.h"
 #include "OrvoVideo/model/lists/TrackModel.h"
@@ -12,9 +14,11 @@
 #include "VideoCore/VideoProject.h"
 
 #include <QObject>
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <vector>
 
 namespace orvo {
 
@@ -61,9 +65,13 @@ public:
     ZoomModel& zooms() { return m_zooms; }
     OverlayModel& overlays() { return m_overlays; }
     SuggestionModel& suggestions() { return m_suggestions; }
+    /// Those of one kind.
+    SuggestionModel& suggestions(SuggestionKind kind) { return m_suggestionsOf[static_cast<std::size_t>(kind)]; }
+    HistoryModel& steps() { return m_steps; }
 
-    /// Makes a project the open one, without history. `unsavedEdits` that differ from it are opened in its place, one step
-    /// ahead of it; returns whether they were, and have to be saved.
+    /// Makes a project the open one. Its history is the one with which it was left in this session, unless it has changed
+    /// since. `unsavedEdits` that differ from it are opened in its place, one step ahead of it; returns whether they were,
+    /// and have to be saved.
     bool open(VideoProject project, std::optional<VideoProject> unsavedEdits);
     /// Shows another version as it is, outside of the history.
     void show(VideoProject version);
@@ -81,9 +89,17 @@ public:
     /// While a value is dragged: from the first edit of the gesture on, edits change the same step.
     void setGesture(bool active);
 
+    /// A project that is not open was changed by this program: its history follows.
+    void followClosed(const VideoProject& before, const VideoProject& after, Undo undo);
+
     /// Steps back and forward through the versions of the project.
     void undo();
     void redo();
+    /// Goes to the version of a row of `steps`; nothing happens for one that is not there.
+    void goToStep(int row);
+    /// What `undo` takes back and `redo` does again, in words; empty when there is nothing.
+    std::string undoName() const { return m_history.undoName(); }
+    std::string redoName() const { return m_history.redoName(); }
     bool canUndo() const { return m_history.canUndo() && !m_locked; }
     bool canRedo() const { return m_history.canRedo() && !m_locked; }
 
@@ -95,8 +111,11 @@ public:
     Span selectedSpan() const { return m_selectedSpan; }
     void setSelectedSpan(const Span& span);
 
-    /// Makes the suggestions anew from the transcript and the pointer events.
+    /// Makes the suggestions anew from the transcript and the pointer events. Those shown follow the edits: what is done is
+    /// not suggested, and is again once it is undone.
     void findSuggestions();
+    /// Suggests this no more.
+    void dropSuggestion(const Uuid& id);
 
 signals:
     void projectChanged();
@@ -113,6 +132,8 @@ private:
     void setProject(VideoProject project);
     void step(std::optional<VideoProject> version);
     void endStepOfGesture();
+    void tellHistory();
+    void offerSuggestions();
 
     const ProjectStore& m_store;
     std::optional<VideoProject> m_project;
@@ -123,7 +144,11 @@ private:
     ZoomModel m_zooms;
     OverlayModel m_overlays;
     SuggestionModel m_suggestions;
+    std::array<SuggestionModel, 3> m_suggestionsOf; ///< By kind.
+    std::vector<EditSuggestion> m_found; ///< What was found, done or not.
+    HistoryModel m_steps;
     History m_history;
+    KeptHistories m_left; ///< Of the projects that were open before.
     enum class Gesture : std::uint8_t { none, begun, recorded };
     Gesture m_gesture = Gesture::none;
     bool m_locked = false;

@@ -1,10 +1,14 @@
 #include "OrvoVideo/model/Playback.h"
 
+#include "VideoCore/Suggestions.h"
+#include "VideoCore/Timeline.h"
 #include "VideoMedia/RenderGraph.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <ranges>
+#include <span>
 #include <utility>
 
 namespace orvo {
@@ -61,7 +65,10 @@ Playback::Playback(PreviewPlayer& player, PreviewPlayer& cameraPlayer, OpenProje
         pause();
         m_ended = true;
     });
-    connect(&m_project, &OpenProject::projectChanged, this, &Playback::followFades);
+    connect(&m_project, &OpenProject::projectChanged, this, [this] {
+        setTrial(std::nullopt);
+        followFades();
+    });
     connect(&m_project, &OpenProject::tracksEdited, this, &Playback::followVolumes);
     connect(&m_project, &OpenProject::stepped, this, &Playback::follow);
     m_answer.give(Outcome::superseded); // There is none yet.
@@ -218,8 +225,8 @@ void Playback::followVolumes()
 void Playback::followFades()
 {
     std::vector<PreviewPlayer::HeardSpan> heard;
-    if (m_project) {
-        for (const auto& kept : RenderGraph::keptSpans(*m_project, m_project->fps))
+    if (const auto* project = shown()) {
+        for (const auto& kept : RenderGraph::keptSpans(*project, project->fps))
             heard.push_back(
                 {.start = kept.span.start, .end = kept.span.end, .fadeIn = kept.soundIn, .fadeOut = kept.soundOut});
     }
@@ -236,6 +243,12 @@ void Playback::follow()
 }
 
 void Playback::seek(double seconds)
+{
+    setTrial(std::nullopt);
+    jump(seconds);
+}
+
+void Playback::jump(double seconds)
 {
     const double time = seconds >= 0 && std::isfinite(seconds) ? seconds : 0;
     m_sought = ticksFor(time, m_project ? static_cast<double>(m_project->fps) : 0);
@@ -272,6 +285,65 @@ void Playback::pause()
     m_player.pause();
 }
 
+const VideoProject* Playback::shown() const
+{
+    if (m_trial)
+        return &m_trial->project;
+    return m_project ? &*m_project : nullptr;
+}
+
+void Playback::setTrial(std::optional<Trial> trial)
+{
+    if (!trial && !m_trial)
+        return;
+    m_trial = std::move(trial);
+    m_announced.reset();
+    followFades();
+    emit shownChanged();
+}
+
+void Playback::tryOut(const EditSuggestion& suggestion)
+{
+    if (!m_project || m_project.isLocked() || m_preview != Preview::Ready)
+        return;
+    Trial trial{.project = Suggestions::applied(*m_project, std::span(&suggestion, 1)), .end = 0};
+    // Its surroundings are those of the film: other cuts do not count.
+    const auto merged = Timeline::merged(trial.project.edit.cuts, trial.project.duration);
+    const double from = [&] {
+        double at = suggestion.span.start;
+        double left = aroundTrial;
+        for (const auto& cut : merged | std::views::reverse) {
+            if (cut.start >= at)
+                continue;
+            if (cut.end < at) {
+                if (at - cut.end >= left)
+                    break;
+                left -= at - cut.end;
+            }
+            at = cut.start;
+        }
+        return std::max(at - left, 0.0);
+    }();
+    trial.end = [&] {
+        double at = suggestion.span.end;
+        double left = aroundTrial;
+        for (const auto& cut : merged) {
+            if (cut.end <= at)
+                continue;
+            if (cut.start > at) {
+                if (cut.start - at >= left)
+                    break;
+                left -= cut.start - at;
+            }
+            at = cut.end;
+        }
+        return std::min(at + left, trial.project.duration);
+    }();
+    jump(from);
+    setTrial(std::move(trial));
+    m_player.play();
+}
+
 void Playback::rewind()
 {
     pause();
@@ -292,12 +364,16 @@ void Playback::watch(double seconds)
     if (m_player.rate() != 0 || seconds != m_sought)
         setPlayhead(std::isfinite(seconds) ? seconds : 0);
     if (m_project && m_player.rate() > 0) {
-        const auto& cuts = m_project->edit.cuts;
+        if (m_trial && m_playhead >= m_trial->end) {
+            pause();
+            return;
+        }
+        const auto cuts = shown()->edit.cuts;
         // Seeks go to whole ticks: half of one before its end a cut is over.
         const auto cut = std::ranges::find_if(cuts,
             [&](const TimeSpan& span) { return span.start <= m_playhead && m_playhead + 0.51 / ticksPerSecond < span.end; });
         if (cut != cuts.end())
-            seek(cut->end);
+            jump(cut->end);
         announceNextCut();
     }
     followWithCamera(seconds);
@@ -307,7 +383,7 @@ void Playback::watch(double seconds)
 void Playback::announceNextCut()
 {
     const TimeSpan* next = nullptr;
-    for (const auto& cut : m_project->edit.cuts) {
+    for (const auto& cut : shown()->edit.cuts) {
         const bool isNear = cut.start > m_playhead && cut.start < m_playhead + announcedAhead;
         if (isNear && cut.start < cut.end && (!next || cut.start < next->start))
             next = &cut;
@@ -338,6 +414,8 @@ void Playback::notePlaying()
     if (m_playing == playing)
         return;
     m_playing = playing;
+    if (!playing)
+        setTrial(std::nullopt);
     emit playingChanged();
 }
 

@@ -67,6 +67,12 @@ public:
     void play();
     void pause();
     void togglePlaying();
+    /// Plays the film around a suggestion as it would be with it, from `aroundTrial` seconds before to as long behind, and
+    /// stops. What is done meanwhile (a seek, a pause, an edit) ends it.
+    void tryOut(const EditSuggestion& suggestion);
+    static constexpr double aroundTrial = 1;
+    /// What plays: the project as it would be with what is tried out, or the open one; null without one.
+    const VideoProject* shown() const;
     /// Pauses with the playhead at 0, for another project.
     void rewind();
 
@@ -77,8 +83,15 @@ signals:
     void playheadChanged();
     void playingChanged();
     void previewChanged();
+    /// `shown` is another version, while the open project is the same.
+    void shownChanged();
 
 private:
+    /// What is tried out.
+    struct Trial {
+        VideoProject project;
+        double end = 0; ///< Where it stops.
+    };
     enum class Outcome : std::uint8_t { loaded, failed, superseded };
 
     PreviewComposition compose(const VideoProject& project) const;
@@ -92,6 +105,8 @@ private:
     void notePlaying();
     void setPreview(Preview preview);
     void setPlayhead(double seconds);
+    void jump(double seconds);
+    void setTrial(std::optional<Trial> trial);
     void sayUnplayable();
 
     PreviewPlayer& m_player;
@@ -107,6 +122,7 @@ private:
     double m_cameraEnd = 0;
     bool m_playing = false;
     bool m_ended = false; ///< Playback has come to the end, which may lie before the project's.
+    std::optional<Trial> m_trial;
     std::optional<double> m_announced; ///< The seek target last announced with `expectSeek`: the end of a cut.
     Preview m_preview = Preview::Empty;
     PreviewComposition m_composition; ///< What `player` was last asked to load.

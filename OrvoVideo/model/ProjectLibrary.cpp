@@ -5,22 +5,9 @@
 #include "VideoCore/Error.h"
 
 #include <QScopeGuard>
-#include <chrono>
 #include <utility>
 
 namespace orvo {
-
-namespace {
-
-/// Whether a document on disk says what is in memory. Documents keep whole seconds.
-bool saysTheSame(const VideoProject& document, VideoProject project)
-{
-    project.createdAt = std::chrono::floor<std::chrono::seconds>(project.createdAt);
-    project.updatedAt = std::chrono::floor<std::chrono::seconds>(project.updatedAt);
-    return document == project;
-}
-
-} // namespace
 
 ProjectLibrary::ProjectLibrary(const Parts& parts)
     : m_parts(parts)
@@ -184,7 +171,9 @@ QCoro::Task<> ProjectLibrary::change(Uuid id, std::function<void(VideoProject&)>
     }
     ++m_closedChanges; // Forces concurrent readers to reload.
     VideoProject& project = closed->unsavedEdits ? *closed->unsavedEdits : closed->project;
+    const VideoProject before = project;
     change(project);
+    m_parts.open.followClosed(before, project, undo);
     m_parts.documents.save(project, otherProject);
     co_await m_parts.documents.settled();
     m_list.replace(project);
@@ -209,7 +198,7 @@ QCoro::Task<> ProjectLibrary::reloadWhenChangedElsewhere()
     if (!changed)
         co_return;
     m_parts.documents.accept(*changed);
-    if (saysTheSame(changed->project, *open))
+    if (areSameDocument(changed->project, *open))
         co_return;
     const auto publicationBefore = open->publication;
     open.takeOver(changed->project); // A step to undo, so that what was here is not lost.

@@ -9,6 +9,29 @@ namespace fs = std::filesystem;
 Transcription::Transcription(const Parts& parts)
     : m_parts(parts)
 {
+    connect(&m_parts.library, &ProjectLibrary::opened, this, [this] {
+        setConfidence({});
+        m_parts.operation.start(readConfidence());
+    });
+    // `orvo` may have transcribed it.
+    connect(&m_parts.library, &ProjectLibrary::reloaded, this, [this] { m_parts.operation.start(readConfidence()); });
+}
+
+void Transcription::setConfidence(WordConfidence confidence)
+{
+    if (m_confidence.empty() && confidence.empty())
+        return;
+    m_confidence = std::move(confidence);
+    emit confidenceChanged();
+}
+
+QCoro::Task<> Transcription::readConfidence()
+{
+    const Uuid id = m_parts.open->id;
+    auto confidence = co_await m_parts.workers.run(
+        [folder = m_parts.services.store->directory(id)] { return WordConfidence::read(folder); });
+    if (m_parts.open.is(id))
+        setConfidence(std::move(confidence));
 }
 
 void Transcription::transcribe()
@@ -27,15 +50,28 @@ QCoro::Task<> Transcription::transcribeProject(VideoProject project, WorkControl
     co_await analysisAudio(project, work.path(), control);
     m_parts.operation.setStatus(QStringLiteral("Transcribiendo en el Mac · la primera vez se descargarán los modelos…"));
     auto words = co_await m_parts.workers.run(control,
-        [file = work.path(), locale = m_language.toStdString(), options = m_options,
-            transcribe = m_parts.services.transcribe](const std::stop_token& stop, const ProgressCallback& progress) {
+        [file = work.path(), locale = m_language.toStdString(), options = m_options, before = project.edit.words,
+            folder = m_parts.services.store->directory(project.id), transcribe = m_parts.services.transcribe](
+            const std::stop_token& stop, const ProgressCallback& progress) mutable {
+            options.heard = [&](std::span<const TranscriptWord> heard, std::span<const float> probabilities) {
+                auto confidence = WordConfidence::read(folder);
+                confidence.keepOnly(before.items()); // An undo brings them back.
+                confidence.add(heard, probabilities);
+                try {
+                    confidence.write(folder);
+                } catch (const std::exception&) {
+                    // The words matter more; their save says what is wrong.
+                }
+            };
             return transcribe(file, locale, options, progress, stop);
         });
     const auto replace = [words = SharedList(std::move(words))](VideoProject& changed) { changed.edit.words = words; };
     // In the project that it was asked for: another one may be open by now.
     co_await m_parts.library.update(project.id, replace);
-    if (m_parts.open.is(project.id))
+    if (m_parts.open.is(project.id)) {
         m_parts.open.findSuggestions();
+        co_await readConfidence();
+    }
     m_parts.operation.setStatus(QStringLiteral("Transcripción lista"));
 }
 

@@ -8,6 +8,7 @@
 #include "OrvoVideo/model/Workers.h"
 #include "OrvoVideo/transcription/SpeechModels.h"
 #include "OrvoVideo/transcription/TranscriptionService.h"
+#include "VideoCore/WordConfidence.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -50,19 +51,26 @@ public:
     /// The name of the speech model, one that `SpeechModels` knows.
     QString speechModel() const { return QString::fromStdString(m_options.model); }
     void setSpeechModel(const QString& model);
+    /// How sure the recogniser was of the words of the open project.
+    const WordConfidence& confidence() const { return m_confidence; }
+
     /// Whether the recognition takes more time to make fewer errors.
     bool careful() const { return m_options.decoding == SpeechRecognizer::Decoding::careful; }
     void setCareful(bool careful);
 
 signals:
     void settingsChanged();
+    void confidenceChanged();
 
 private:
+    QCoro::Task<> readConfidence();
+    void setConfidence(WordConfidence confidence);
     QCoro::Task<> transcribeProject(VideoProject project, WorkControl control);
 
     const Parts m_parts;
     QString m_language = QStringLiteral("es-ES");
     TranscriptionOptions m_options{.model = std::string(SpeechModels::usual)};
+    WordConfidence m_confidence;
 };
 
 } // namespace orvo

@@ -18,7 +18,9 @@ Rectangle {
 
     function choose(projectId: string) {
         list.forceActiveFocus() // What is being typed elsewhere is taken before its project goes.
-        app.open(projectId)
+        // What is open stays as it is, with its history.
+        if (!app.hasProject || app.project.projectId !== projectId || app.preview !== Playback.Ready)
+            app.open(projectId)
         projectChosen()
     }
 

@@ -20,6 +20,7 @@ MenuBar {
     signal quitWanted()
     signal zoomWanted()
     signal keysWanted()
+    signal historyWanted()
 
     /// A command of the editor.
     component EditorAction: CommandAction {
@@ -92,13 +93,20 @@ MenuBar {
 
         CommandAction {
             command: Commands.Undo
+            text: Commands.menuText(command) + (root.app.canUndo ? ": " + root.app.undoName.replace(/&/g, "&&") : "")
             enabled: root.app.canUndo
             onTriggered: root.app.undo()
         }
         CommandAction {
             command: Commands.Redo
+            text: Commands.menuText(command) + (root.app.canRedo ? ": " + root.app.redoName.replace(/&/g, "&&") : "")
             enabled: root.app.canRedo
             onTriggered: root.app.redo()
+        }
+        CommandAction {
+            command: Commands.ShowHistory
+            enabled: root.app.canUndo || root.app.canRedo
+            onTriggered: root.historyWanted()
         }
         OMenuSeparator {}
         EditorAction {

@@ -124,6 +124,7 @@ ApplicationWindow {
         onQuitWanted: root.quit()
         onZoomWanted: projectPage.item?.addZoom()
         onKeysWanted: projectPage.item?.showKeys()
+        onHistoryWanted: projectPage.item?.showHistory()
     }
 
     SplitView {

@@ -24,6 +24,9 @@ ColumnLayout {
     function addZoom() {
         editor.addZoom()
     }
+    function showHistory() {
+        historyPanel.open()
+    }
     function showKeys() {
         editor.showKeys()
     }
@@ -87,16 +90,38 @@ ColumnLayout {
             Layout.fillWidth: true
         }
         OIconButton {
+            objectName: "undo"
             iconName: "undo-2"
             command: Commands.Undo
+            text: Commands.title(command) + (root.app.canUndo ? ": " + root.app.undoName : "")
             enabled: root.app.canUndo
             onClicked: root.app.undo()
         }
         OIconButton {
+            objectName: "redo"
             iconName: "redo-2"
             command: Commands.Redo
+            text: Commands.title(command) + (root.app.canRedo ? ": " + root.app.redoName : "")
             enabled: root.app.canRedo
             onClicked: root.app.redo()
+        }
+        OIconButton {
+            id: historyButton
+
+            objectName: "history"
+            iconName: "history"
+            command: Commands.ShowHistory
+            enabled: root.app.canUndo || root.app.canRedo
+            onClicked: historyPanel.opened ? historyPanel.close() : historyPanel.open()
+
+            HistoryPanel {
+                id: historyPanel
+
+                objectName: "historyPanel"
+                x: parent.width - width
+                y: parent.height + Theme.space(1)
+                app: root.app
+            }
         }
         OIconButton {
             iconName: "panel-right"

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <iterator>
 #include <span>
+#include <unordered_map>
 #include <utility>
 
 namespace orvo {
@@ -81,6 +82,9 @@ public:
     }
 
     std::vector<TranscriptWord> take() { return std::move(m_words); }
+
+    /// How sure the recogniser is of a word, 0..1.
+    float probabilityOf(const TranscriptWord& word) const { return m_probabilities.at(word.id); }
 
 private:
     std::vector<float> soundOf(const Chunk& chunk)
@@ -182,7 +186,7 @@ private:
 
     /// Places the words, without those that nobody could say in the time of their stretch; `sayable` is false if there
     /// were any.
-    static std::vector<TranscriptWord> placedIn(const Chunk& chunk, std::vector<HeardWord> heard, bool& sayable)
+    std::vector<TranscriptWord> placedIn(const Chunk& chunk, std::vector<HeardWord> heard, bool& sayable)
     {
         std::vector<Interval> stretches;
         for (const auto& stretch : chunk.speech())
@@ -215,7 +219,7 @@ private:
     }
 
     /// Adds the words of one stretch. If it contains only hesitations, adds one, in its usual spelling.
-    static void append(const Chunk& chunk, Placed first, Placed last, std::vector<TranscriptWord>& result)
+    void append(const Chunk& chunk, Placed first, Placed last, std::vector<TranscriptWord>& result)
     {
         const auto usual = asHesitation(first->word.text);
         const bool hesitates = !usual.empty() && std::all_of(first, last, [&](const PlacedWord& word) {
@@ -225,12 +229,14 @@ private:
             result.push_back({.text = usual,
                 .start = chunk.inRecording(first->place.start),
                 .end = chunk.inRecording(std::prev(last)->place.end)});
+            m_probabilities[result.back().id] = 1; // Its spelling is ours.
             return;
         }
         for (auto word = first; word != last; ++word) {
             result.push_back({.text = word->word.text,
                 .start = chunk.inRecording(word->place.start),
                 .end = chunk.inRecording(word->place.end)});
+            m_probabilities[result.back().id] = word->word.probability;
         }
     }
 
@@ -240,6 +246,7 @@ private:
     WaveReader& m_wave;
     std::stop_token m_stop;
     std::vector<TranscriptWord> m_words;
+    std::unordered_map<Uuid, float> m_probabilities; ///< Of every word that was placed, dropped ones too.
 };
 
 } // namespace
@@ -261,7 +268,7 @@ SpeechRecognizer::SpeechRecognizer(const fs::path& model, std::string language, 
 }
 
 std::vector<TranscriptWord> SpeechRecognizer::recognise(
-    const fs::path& file, const ProgressCallback& progress, const std::stop_token& stop)
+    const fs::path& file, const ProgressCallback& progress, const std::stop_token& stop, std::vector<float>* probabilities)
 {
     WaveReader wave(file);
     const Loudness loudness = measure(wave, stop);
@@ -274,7 +281,13 @@ std::vector<TranscriptWord> SpeechRecognizer::recognise(
         if (progress)
             progress(static_cast<double>(++done) / static_cast<double>(chunks.size()));
     }
-    return recognition.take();
+    auto words = recognition.take();
+    if (probabilities) {
+        probabilities->clear();
+        for (const auto& word : words)
+            probabilities->push_back(recognition.probabilityOf(word));
+    }
+    return words;
 }
 
 } // namespace orvo

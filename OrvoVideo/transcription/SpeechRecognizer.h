@@ -34,10 +34,10 @@ public:
     /// words where nobody speaks.
     ///
     /// Blocks. Reads the file in blocks, so memory does not grow with its length. `progress` receives the fraction of the
-    /// speech done. Throws `captureError` for an unsupported file or a failed recognition, file system errors unchanged,
-    /// and `Cancelled`.
-    std::vector<TranscriptWord> recognise(
-        const std::filesystem::path& wave, const ProgressCallback& progress = {}, const std::stop_token& stop = {});
+    /// speech done, and `probabilities` how sure the recogniser is of each word, 0..1. Throws `captureError` for an
+    /// unsupported file or a failed recognition, file system errors unchanged, and `Cancelled`.
+    std::vector<TranscriptWord> recognise(const std::filesystem::path& wave, const ProgressCallback& progress = {},
+        const std::stop_token& stop = {}, std::vector<float>* probabilities = nullptr);
 
 private:
     speech::Whisper m_whisper;

@@ -55,7 +55,11 @@ std::vector<TranscriptWord> transcribe(const std::filesystem::path& file, std::s
     const double begin = SpeechModels::installed(name) ? 0 : downloadShare;
     const auto model = SpeechModels::require(name, part(progress, 0, begin), stop);
     SpeechRecognizer recognizer(model, *language, options.decoding);
-    return recognizer.recognise(file, part(progress, begin, 1), stop);
+    std::vector<float> probabilities;
+    auto words = recognizer.recognise(file, part(progress, begin, 1), stop, &probabilities);
+    if (options.heard)
+        options.heard(words, probabilities);
+    return words;
 }
 
 } // namespace orvo::TranscriptionService

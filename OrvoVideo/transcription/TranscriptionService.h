@@ -6,6 +6,8 @@
 #include "VideoMedia/ProcessRunner.h"
 
 #include <filesystem>
+#include <functional>
+#include <span>
 #include <stop_token>
 #include <string>
 #include <string_view>
@@ -17,6 +19,9 @@ namespace orvo {
 struct TranscriptionOptions {
     std::string model; ///< A name known to `SpeechModels`.
     SpeechRecognizer::Decoding decoding = SpeechRecognizer::Decoding::quick;
+    /// Receives the words with the probability of each (see `WordConfidence`), before they are returned and on the same
+    /// thread. May be empty.
+    std::function<void(std::span<const TranscriptWord>, std::span<const float>)> heard;
 };
 
 /// Recognises the speech in an audio file. Stateless, thread-safe.

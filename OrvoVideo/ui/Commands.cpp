@@ -36,6 +36,7 @@ constexpr Command table[]{
 
     {Commands::Undo, Scope::Window, "Ctrl+Z", "&Deshacer", "Deshacer"},
     {Commands::Redo, Scope::Window, "Ctrl+Shift+Z", "&Rehacer", "Rehacer"},
+    {Commands::ShowHistory, Scope::Window, "Ctrl+H", "&Historial…", "Historial"},
     {Commands::StartSelection, Scope::Editor, "I", "&Inicio de la selección aquí", "Inicio aquí"},
     {Commands::EndSelection, Scope::Editor, "O", "&Final de la selección aquí", "Final aquí"},
     {Commands::CutSelection, Scope::Editor, "X", "&Cortar selección", "Cortar selección"},
@@ -116,6 +117,7 @@ constexpr Line lines[]{
     {editing, {Commands::WriteText}, "Escribir un texto en pantalla"},
     {editing, {Commands::Undo}, "Deshacer"},
     {editing, {Commands::Redo}, "Rehacer"},
+    {editing, {Commands::ShowHistory}, "Historial"},
     {text, {Commands::MoveCaret}, "Palabra y línea; con Ctrl, frase y párrafo"},
     {text, {Commands::MarkWords}, "Marcar palabras; con Ctrl, frases"},
     {text, {Commands::ToggleWords}, "Cortar lo marcado; otra vez, restaurarlo"},

@@ -33,6 +33,7 @@ public:
         // Editar
         Undo,
         Redo,
+        ShowHistory,
         StartSelection,
         EndSelection,
         CutSelection,

@@ -15,7 +15,7 @@ MenuItem {
     leftPadding: Theme.space(2.5)
     rightPadding: Theme.space(2.5)
     font.pixelSize: Theme.bodySize
-    Accessible.name: text.replace("&", "")
+    Accessible.name: text.replace(/&&|&/g, sign => sign === "&&" ? "&" : "")
 
     indicator: null
     arrow: null

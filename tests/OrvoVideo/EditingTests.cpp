@@ -198,6 +198,42 @@ TEST_F(EditingTests, AppliesSuggestions)
     EXPECT_EQ(model->suggestions()->count(), 0);
 }
 
+TEST_F(EditingTests, SuggestionsFollowTheEdits)
+{
+    openNew(20);
+    model->update([](VideoProject& project) {
+        project.edit.words = SharedList<TranscriptWord>{word("hola", 0.5, 1), word("eh", 5, 5.5)};
+        project.edit.events = SharedList<PointerEvent>{pointer(PointerKind::click, 3)};
+    });
+    model->findSuggestions();
+    auto* pauses = model->suggestedPauses();
+    EXPECT_EQ(pauses->count(), 2);
+    EXPECT_EQ(model->suggestedFillers()->count(), 1);
+    EXPECT_EQ(model->suggestedZooms()->count(), 1);
+    EXPECT_EQ(model->suggestedZooms()->gain(), 0);
+    const double told = pauses->resultingLength();
+    EXPECT_NEAR(pauses->gain(), 3.65 + 14.3, 1e-6);
+    EXPECT_NEAR(told, 20 - pauses->gain(), 1e-6);
+
+    model->applySuggestions("silence");
+    EXPECT_NEAR(project().playableDuration(), told, 1e-6) << "it was told before";
+    EXPECT_EQ(pauses->count(), 0);
+    EXPECT_EQ(model->suggestedFillers()->count(), 1);
+    EXPECT_EQ(model->suggestedZooms()->count(), 0) << "the click is inside a cut";
+    EXPECT_EQ(model->undoName(), "acortar 2 pausas");
+    model->undo(); // One step.
+    EXPECT_THAT(edit().cuts, IsEmpty());
+    EXPECT_EQ(pauses->count(), 2) << "they are offered again";
+    EXPECT_EQ(model->suggestedZooms()->count(), 1);
+    model->cutWord(model->transcript()->get(1)["wordId"].toString());
+    EXPECT_EQ(model->suggestedFillers()->count(), 0);
+    model->applySuggestions("zoom");
+    EXPECT_THAT(edit().events, SizeIs(2));
+    EXPECT_EQ(model->suggestedZooms()->count(), 0);
+    model->applySuggestions("none of them");
+    EXPECT_EQ(model->undoName(), QStringLiteral("añadir un zoom"));
+}
+
 TEST_F(EditingTests, CopiesImagesIntoTheProject)
 {
     const auto opened = openNew(10);

@@ -113,6 +113,110 @@ TEST_F(OpenProjectTests, OpensUnsavedEditsOneStepAhead)
     EXPECT_FALSE(project.canUndo());
 }
 
+TEST_F(OpenProjectTests, WalksTheNamedSteps)
+{
+    const auto names = [&] {
+        std::vector<std::string> list;
+        for (int row = 0; row < project.steps().count(); ++row) {
+            const auto values = project.steps().get(row);
+            list.push_back((values["undone"].toBool() ? "-" : "") + values["name"].toString().toStdString());
+        }
+        return list;
+    };
+    setTitle("edited");
+    setCamera(0.1);
+    project.update([](VideoProject& edited) { edited.edit.sharpen = true; });
+    EXPECT_EQ(project.undoName(), "poner nitidez suave");
+    project.goToStep(1);
+    EXPECT_EQ(project->edit.cameraX, EditState().cameraX);
+    EXPECT_EQ(project->title, "edited");
+    EXPECT_EQ(project.undoName(), "cambiar el título");
+    EXPECT_EQ(project.redoName(), "mover la cámara");
+    EXPECT_EQ(project.steps().position(), 1);
+    EXPECT_EQ(
+        names(), (std::vector<std::string>{"principio", "cambiar el título", "-mover la cámara", "-poner nitidez suave"}));
+    project.goToStep(4); // There is none.
+    project.goToStep(-1);
+    EXPECT_EQ(project.steps().position(), 1);
+    const QSignalSpy changes(&project, &OpenProject::projectChanged);
+    project.goToStep(3);
+    EXPECT_TRUE(project->edit.sharpen);
+    EXPECT_EQ(changes.size(), 1) << "the versions between are not shown";
+    project.goToStep(0);
+    setTitle("anew");
+    EXPECT_EQ(names(), (std::vector<std::string>{"principio", "cambiar el título"}));
+
+    // A drag is named for everything that it has changed by now; one that ends where it began keeps its name.
+    project.setGesture(true);
+    setCamera(0.3);
+    setCamera(EditState().cameraX);
+    project.setGesture(false);
+    EXPECT_EQ(project.undoName(), "mover la cámara");
+    project.change([](VideoProject& edited) { edited.state = "ready?"; }, OpenProject::Undo::same);
+    EXPECT_EQ(project.undoName(), "mover la cámara");
+}
+
+TEST_F(OpenProjectTests, KeepsTheHistoryOfEveryProjectOfTheSession)
+{
+    const auto onDisk = [](VideoProject version) {
+        version.updatedAt = std::chrono::floor<std::chrono::seconds>(version.updatedAt);
+        return version;
+    };
+    const auto other = VideoProject::make("Otro");
+    setTitle("edited");
+    setCamera(0.1);
+    project.undo();
+    auto left = *project;
+    project.open(other, std::nullopt);
+    EXPECT_FALSE(project.canUndo() || project.canRedo());
+    setTitle("Otro más");
+    const auto otherLeft = *project;
+    project.open(onDisk(left), std::nullopt);
+    EXPECT_EQ(project.redoName(), "mover la cámara");
+    project.undo();
+    EXPECT_EQ(project->title, "Demo");
+
+    // This program changes it while it is not open.
+    project.open(onDisk(otherLeft), std::nullopt);
+    EXPECT_TRUE(project.canUndo());
+    left.title = "Demo";
+    auto published = left;
+    published.publication = Publication{.videoID = "a", .url = {}, .domains = {}};
+    project.followClosed(onDisk(left), published, OpenProject::Undo::step);
+    project.open(published, std::nullopt);
+    EXPECT_EQ(project.undoName(), "publicar");
+
+    // Another program changes it.
+    project.open(onDisk(otherLeft), std::nullopt);
+    published.title = "by another program";
+    project.open(published, std::nullopt);
+    EXPECT_FALSE(project.canUndo() || project.canRedo());
+}
+
+TEST_F(OpenProjectTests, BoundsTheHistoriesThatAreKept)
+{
+    KeptHistories kept;
+    std::vector<VideoProject> versions;
+    for (std::size_t i = 0; i <= KeptHistories::maxProjects; ++i) {
+        History history;
+        auto after = VideoProject::make("a");
+        history.record(VideoProject(*project), after);
+        kept.keep(after, std::move(history));
+        versions.push_back(after);
+    }
+    EXPECT_FALSE(kept.take(versions.front()));
+    EXPECT_TRUE(kept.take(versions.back()));
+    EXPECT_FALSE(kept.take(versions.back())) << "it was handed out";
+
+    History large;
+    auto before = VideoProject::make("b");
+    before.edit.events = SharedList(std::vector(KeptHistories::maxBytes / sizeof(PointerEvent) + 1, PointerEvent()));
+    large.record(before, versions[1]);
+    kept.keep(versions[1], std::move(large));
+    EXPECT_FALSE(kept.take(versions[1]));
+    EXPECT_FALSE(kept.take(versions[2]));
+}
+
 TEST_F(OpenProjectTests, ChangesNothingWhileLocked)
 {
     setTitle("edited");

@@ -120,6 +120,51 @@ TEST_F(PreviewTests, OfTwoRebuildsTheLaterCounts)
     EXPECT_EQ(model->preview(), Playback::Preview::Ready);
 }
 
+TEST_F(PreviewTests, TriesASuggestionOut)
+{
+    openRecording(usual());
+    model->update([](VideoProject& edited) {
+        edited.edit.words = SharedList<TranscriptWord>{word("uno", 0, 2), word("dos", 5, 6), word("tres", 6, 10)};
+        edited.edit.cuts = {{1.5, 1.8}};
+    });
+    model->findSuggestions();
+    ASSERT_EQ(model->suggestedPauses()->count(), 1); // 2.2 to 4.85
+    const auto before = project();
+    model->tryOut(model->suggestedPauses()->get(0)["suggestionId"].toString());
+    EXPECT_TRUE(model->playing());
+    EXPECT_NEAR(model->playhead(), 0.9, 1e-9) << "a second before, without the cut";
+    EXPECT_EQ(model->shown()->edit.cuts.size(), 2);
+    player->tick(1.0);
+    EXPECT_EQ(player->expected.back(), 1.8);
+    player->tick(1.52);
+    EXPECT_NEAR(model->playhead(), 1.8, 1e-9);
+    player->tick(2.3);
+    EXPECT_NEAR(model->playhead(), 4.85, 1e-9) << "as it would be";
+    player->tick(5.8);
+    EXPECT_TRUE(model->playing());
+    player->tick(5.9);
+    EXPECT_FALSE(model->playing());
+    EXPECT_EQ(model->shown()->edit.cuts.size(), 1);
+    EXPECT_EQ(project(), before) << "nothing was edited";
+
+    // A seek, a pause or an edit ends it.
+    const auto tryOut = [&] {
+        model->tryOut(model->suggestedPauses()->get(0)["suggestionId"].toString());
+        EXPECT_EQ(model->shown()->edit.cuts.size(), 2);
+    };
+    tryOut();
+    model->seek(2.1);
+    player->tick(2.5);
+    EXPECT_NEAR(model->playhead(), 2.5, 1e-9) << "the pause plays";
+    tryOut();
+    model->pause();
+    EXPECT_EQ(model->shown()->edit.cuts.size(), 1);
+    tryOut();
+    model->setFlag("sharpen", true);
+    EXPECT_TRUE(model->shown()->edit.sharpen);
+    EXPECT_EQ(model->shown()->edit.cuts.size(), 1);
+}
+
 TEST_F(PreviewTests, SeeksWithBothPlayers)
 {
     openRecording(usual());

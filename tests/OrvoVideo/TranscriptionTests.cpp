@@ -81,6 +81,41 @@ TEST_F(TranscriptionTests, TheWordsTakeThePlaceOfTheTranscript)
     EXPECT_THAT(project().edit.words, SizeIs(2));
 }
 
+TEST_F(TranscriptionTests, KeepsHowSureTheWordsAreBesideTheDocument)
+{
+    const auto recognised = [](const char* text) {
+        return [text](const fs::path&, std::string_view, const TranscriptionOptions& options, const ProgressCallback&,
+                   const std::stop_token&) {
+            std::vector words{word(text, 2.5, 2.9)};
+            words[0].id = Uuid::random();
+            options.heard(words, std::vector{0.3F});
+            return words;
+        };
+    };
+    recognition = recognised("una");
+    openSpoken();
+    const auto confidence = [&] { return model->transcription()->confidence().of(project().edit.words[0]); };
+    transcribe();
+    EXPECT_NEAR(confidence(), 0.3, 0.001);
+    recognition = recognised("otra");
+    transcribe();
+    EXPECT_NEAR(confidence(), 0.3, 0.001);
+    model->undo();
+    EXPECT_EQ(project().edit.words[0].text, "una");
+    EXPECT_NEAR(confidence(), 0.3, 0.001) << "the words that an undo brings back";
+
+    const auto spoken = project();
+    openNew(10, "Otro");
+    EXPECT_TRUE(model->transcription()->confidence().empty());
+    select(spoken);
+    EXPECT_TRUE(waitUntil([&] { return confidence() < 1; }));
+    ASSERT_TRUE(saved());
+    fs::remove(store.directory(spoken.id) / WordConfidence::fileName);
+    openNew(10, "Otro");
+    select(onDisk(spoken.id));
+    EXPECT_TRUE(model->transcription()->confidence().empty()) << "without the file nothing is unsure";
+}
+
 TEST_F(TranscriptionTests, AFailureChangesNothing)
 {
     recognition = [](const auto&...) -> std::vector<TranscriptWord> {

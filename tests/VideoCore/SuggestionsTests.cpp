@@ -94,6 +94,29 @@ TEST(Suggestions, zoomWhereTheAuthorClicked)
     EXPECT_EQ(Suggestions::generate(project).size(), 1U) << "events are taken in their stored order";
 }
 
+TEST(Suggestions, offersWhatIsOfUse)
+{
+    auto project = emptyProject(60);
+    project.tracks = {test::track(TrackKind::screen, "a.mov", 0, 50), test::track(TrackKind::clip, "b.mov", 50, 10)};
+    project.edit.words = {word("hola", 1, 2), word("eh", 10, 10.5), word("fin", 11, 12)};
+    project.edit.events = {pointer(PointerKind::click, 5), pointer(PointerKind::click, 20), pointer(PointerKind::click, 30),
+        pointer(PointerKind::zoom, 31), pointer(PointerKind::click, 49.4)};
+    const auto all = Suggestions::generate(project);
+    const auto labels = [&] {
+        std::vector<std::string> list;
+        for (const auto& suggestion : Suggestions::offered(project, all))
+            list.push_back(suggestion.label + " " + std::to_string(static_cast<int>(suggestion.span.start)));
+        return list;
+    };
+    EXPECT_THAT(
+        labels(), ElementsAre("Pausa larga 2", "Muletilla: eh 10", "Pausa final 12", "Zoom en clic 5", "Zoom en clic 20"))
+        << "no zoom where there is one, none for the click that stopped the recording";
+    project.edit.cuts = {{2, 10.4}, {19, 21}, {12.2, 40}};
+    EXPECT_THAT(labels(), ElementsAre("Muletilla: eh 10", "Pausa final 12")) << "what is left of them";
+    project = Suggestions::applied(project, Suggestions::offered(project, all));
+    EXPECT_THAT(labels(), testing::IsEmpty());
+}
+
 TEST(Suggestions, knowFillersWhateverIsAroundThem)
 {
     for (const std::string_view text : {"eh", "Eh", "EH", "em", "uh", "um", "mmm", "MMM", "eh,", "¿Eh?", "¡eh!", "«Em»",

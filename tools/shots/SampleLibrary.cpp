@@ -1,6 +1,7 @@
 #include "SampleLibrary.h"
 
 #include "TestSupport/Media.h"
+#include "VideoCore/WordConfidence.h"
 
 #include <chrono>
 #include <format>
@@ -44,7 +45,7 @@ std::vector<TranscriptWord> speak(const std::string& text)
     for (std::string word; stream >> word;) {
         const double length = 0.14 + 0.05 * static_cast<double>(word.size());
         words.push_back({.text = word, .start = time, .end = time + length});
-        time += length + (word.back() == '.' ? 1.1 : 0.04);
+        time += length + (word.back() == '.' ? 1.4 : 0.04);
     }
     return words;
 }
@@ -78,7 +79,15 @@ VideoProject fillLibrary(const ProjectStore& store)
         .end = 18,
         .x = 0.08,
         .y = 0.82});
+    for (const double time : {8.0, 30.0})
+        lesson.edit.events.edit().push_back({.time = time, .x = 0.6, .y = 0.5, .kind = PointerKind::click});
     store.save(lesson);
+    WordConfidence confidence;
+    std::vector<float> probabilities(lesson.edit.words.size(), 0.96F);
+    for (const std::size_t unsure : {5U, 29U, 41U})
+        probabilities[unsure] = 0.34F;
+    confidence.add(lesson.edit.words.items(), probabilities);
+    confidence.write(store.directory(lesson.id));
     return lesson;
 }
 

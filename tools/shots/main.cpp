@@ -1,4 +1,5 @@
-// Takes screenshots of the main states of the windows: orvo-shots FOLDER
+// Takes screenshots of the main states of the windows: orvo-shots FOLDER [STATE]. With STATE only those whose name begins
+// so.
 
 #include "OrvoVideo/editor/EditorCommands.h"
 #include "OrvoVideo/editor/ProsePage.h"
@@ -65,8 +66,9 @@ void waitFor(const char* what, const std::function<bool()>& condition)
 
 class Photographer {
 public:
-    Photographer(QDir folder, MainWindow& main)
+    Photographer(QDir folder, QString wanted, MainWindow& main)
         : m_folder(std::move(folder))
+        , m_wanted(std::move(wanted))
         , m_window(main.window())
         , m_appearance(*qmlEngine(&m_window)->singletonInstance<Appearance*>("Orvo.Ui", "Appearance"))
     {
@@ -75,6 +77,8 @@ public:
     /// Saves the current state in every size and appearance. `hold` restores a state that changes meanwhile.
     void take(const QString& state, const std::function<void()>& hold = [] { })
     {
+        if (!state.startsWith(m_wanted))
+            return;
         for (const QSize size : {QSize(960, 600), QSize(1280, 800), QSize(1366, 768), QSize(2560, 1440)}) {
             m_window.resize(size);
             for (const QString& appearance : {QStringLiteral("dark"), QStringLiteral("light")}) {
@@ -91,6 +95,8 @@ public:
     /// Saves another window in both appearances, in its own size.
     void take(const QString& state, QQuickWindow& window)
     {
+        if (!state.startsWith(m_wanted))
+            return;
         for (const QString& appearance : {QStringLiteral("dark"), QStringLiteral("light")}) {
             m_appearance.setChoice(appearance);
             settle();
@@ -115,6 +121,7 @@ private:
     }
 
     QDir m_folder;
+    QString m_wanted;
     QQuickWindow& m_window;
     Appearance& m_appearance;
 };
@@ -144,7 +151,46 @@ void photographTranscript(QQuickWindow& window, Photographer& photographer)
     section->setProperty("asList", false);
 }
 
-void takeAll(const QDir& folder)
+/// A text overlay on the picture; null when none is shown.
+QQuickItem* shownText(QQuickItem& root)
+{
+    if (!root.isVisible())
+        return nullptr;
+    if (root.property("editing").isValid() && root.property("isText").toBool())
+        return &root;
+    for (auto* child : root.childItems()) {
+        if (auto* found = shownText(*child))
+            return found;
+    }
+    return nullptr;
+}
+
+/// The steps that were made, a zoom whose part of the picture is chosen, and a text that is edited in the picture.
+void photographHands(AppModel& model, QQuickWindow& window, Photographer& photographer)
+{
+    auto* commands = window.findChild<EditorCommands*>();
+    const double before = model.playhead();
+    model.cutWords({model.transcript()->get(3)["wordId"].toString(), model.transcript()->get(4)["wordId"].toString()});
+    commands->addZoom();
+    photographer.take(QStringLiteral("zoom-framed"));
+    model.undo();
+    auto* history = window.findChild<QObject*>(QStringLiteral("historyPanel"));
+    if (!history)
+        throw captureError("there is no history");
+    QMetaObject::invokeMethod(history, "open");
+    photographer.take(QStringLiteral("history"));
+    QMetaObject::invokeMethod(history, "close");
+    model.undo();
+    model.seek(before);
+    auto* text = shownText(*window.contentItem());
+    if (!text)
+        throw captureError("there is no text on the picture");
+    QMetaObject::invokeMethod(text, "edit");
+    photographer.take(QStringLiteral("text-in-picture"));
+    QMetaObject::invokeMethod(text, "endEditing", Q_ARG(bool, false));
+}
+
+void takeAll(const QDir& folder, const QString& wanted)
 {
     const test::TemporaryFolder scratch;
     const auto library = scratch / "Biblioteca";
@@ -156,7 +202,7 @@ void takeAll(const QDir& folder)
     services.loadSecret = [](auto&&...) { return std::string("una credencial de muestra"); };
     AppModel model(std::move(services));
     MainWindow main(model);
-    Photographer photographer(folder, main);
+    Photographer photographer(folder, wanted, main);
 
     waitFor("the listed library", [&] { return model.libraryListed(); });
     photographer.take(QStringLiteral("empty-library"));
@@ -201,6 +247,7 @@ void takeAll(const QDir& folder)
     }
     editor->setProperty("section", "text");
     photographTranscript(main.window(), photographer);
+    photographHands(model, main.window(), photographer);
     auto* timeline = main.window().findChild<TimelineItem*>();
     timeline->zoomBy(4);
     photographer.take(QStringLiteral("editor-timeline-zoomed"));
@@ -263,7 +310,7 @@ int main(int argc, char** argv)
         return EXIT_FAILURE;
     }
     try {
-        orvo::shots::takeAll(QDir(folder));
+        orvo::shots::takeAll(QDir(folder), argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString());
     } catch (const std::exception& error) {
         std::cerr << orvo::describe(error) << '\n';
         return EXIT_FAILURE;

@@ -44,6 +44,16 @@ Zoom previewTransform(std::span<const PointerEvent> events, double time, Size si
     return {scale, offset(size.width, zoom->x, scale), offset(size.height, zoom->y, scale)};
 }
 
+Rect magnifiedPart(const PointerEvent& zoom, Size size)
+{
+    constexpr double maxScale = 4; // Of the export.
+    const double scale = std::clamp(std::isnan(zoom.scale) ? 1.0 : zoom.scale, 1.0, maxScale);
+    return {.x = offset(size.width, zoom.x, scale),
+        .y = offset(size.height, zoom.y, scale),
+        .width = size.width / scale,
+        .height = size.height / scale};
+}
+
 Rect fitted(Size view, Size picture)
 {
     if (!(view.width > 0 && view.height > 0 && picture.width > 0 && picture.height > 0))

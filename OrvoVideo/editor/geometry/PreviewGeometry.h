@@ -38,6 +38,9 @@ struct Zoom {
 /// within a quarter of a second.
 Zoom previewTransform(std::span<const PointerEvent> events, double time, Size size);
 
+/// The part of a picture of this size that a zoom point magnifies when it is fully there.
+Rect magnifiedPart(const PointerEvent& zoom, Size size);
+
 /// The largest place of a picture of this shape in a view, centred.
 Rect fitted(Size view, Size picture);
 

@@ -14,6 +14,15 @@ void SuggestionModel::setSuggestions(SharedList<EditSuggestion> suggestions)
     replaceRows(m_suggestions, std::move(suggestions), byId<EditSuggestion>());
 }
 
+void SuggestionModel::setOutcome(double gain, double resultingLength)
+{
+    if (m_gain == gain && m_resultingLength == resultingLength)
+        return;
+    m_gain = gain;
+    m_resultingLength = resultingLength;
+    emit outcomeChanged();
+}
+
 int SuggestionModel::rowCount(const QModelIndex& parent) const
 {
     return parent.isValid() ? 0 : static_cast<int>(m_suggestions.size());

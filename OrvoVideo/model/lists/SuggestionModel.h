@@ -5,11 +5,14 @@
 
 namespace orvo {
 
-/// The current proposals of the analysis.
+/// The current proposals of the analysis, or those of one kind.
 class SuggestionModel : public RowModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the model")
+    /// By how many seconds the film gets shorter with all of them, and how long it is then.
+    Q_PROPERTY(double gain READ gain NOTIFY outcomeChanged)
+    Q_PROPERTY(double resultingLength READ resultingLength NOTIFY outcomeChanged)
 public:
     enum Role {
         SuggestionIdRole = Qt::UserRole, ///< Text form of the identifier.
@@ -24,12 +27,20 @@ public:
 
     const SharedList<EditSuggestion>& suggestions() const noexcept { return m_suggestions; }
     void setSuggestions(SharedList<EditSuggestion> suggestions);
+    double gain() const noexcept { return m_gain; }
+    double resultingLength() const noexcept { return m_resultingLength; }
+    void setOutcome(double gain, double resultingLength);
 
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
+signals:
+    void outcomeChanged();
+
 private:
+    double m_gain = 0;
+    double m_resultingLength = 0;
     SharedList<EditSuggestion> m_suggestions;
 };
 

@@ -359,6 +359,24 @@ TEST_F(InspectorTests, ControlsEditTheProject)
     EXPECT_EQ(model->playhead(), 4);
 }
 
+TEST_F(InspectorTests, SuggestionsStandByKindWithWhatTheyGain)
+{
+    auto demo = silent();
+    demo.edit.words = {word("hola", 0.2, 1), word("eh", 4.25, 4.75), word("adiós", 4.75, 9.9)};
+    show(demo);
+    ASSERT_TRUE(view->rootObject()->setProperty("section", "effects"));
+    click(QAccessible::Button, "Buscar mejoras automáticas");
+    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::Heading, "Pausas (1) · 2,9 s") != nullptr; }));
+    EXPECT_TRUE(control(QAccessible::Heading, "Muletillas (1) · 0,5 s"));
+    EXPECT_TRUE(control(QAccessible::StaticText, "El vídeo quedaría en 00:07,1"));
+    click(QAccessible::Button, "Ver");
+    EXPECT_TRUE(model->playing());
+    EXPECT_TRUE(project().edit.cuts.empty());
+    click(QAccessible::Button, "Aplicar todas");
+    EXPECT_EQ(project().edit.cuts.size(), 1);
+    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::Heading, "Pausas (1) · 2,9 s") == nullptr; }));
+}
+
 TEST_F(InspectorTests, EscapeGivesUpWhatWasTyped)
 {
     auto demo = silent();

@@ -147,6 +147,102 @@ TEST_F(PreviewTests, TheZoomAndThePointerFollowTheTime)
     EXPECT_NEAR(magnified->y(), -magnified->height() / 2, 1);
 }
 
+TEST_F(PreviewTests, AZoomIsFramedInThePicture)
+{
+    show(silent());
+    model->seek(2);
+    auto* frame = item("zoomFrame");
+    auto* part = item("zoomPart");
+    auto* magnified = item("screen")->parentItem();
+    EXPECT_FALSE(frame->isVisible());
+    key(Qt::Key_Z);
+    EXPECT_TRUE(frame->isVisible());
+    EXPECT_EQ(magnified->scale(), 1) << "the whole picture is shown";
+    EXPECT_NEAR(part->width(), frame->width() / 1.8, 1);
+    view->grabWindow();
+    const QPoint by(static_cast<int>(frame->width() / 10), static_cast<int>(-frame->height() / 20));
+    drag(centre(part), centre(part) + by);
+    const auto zoom = [&] { return project().edit.events.back(); };
+    EXPECT_NEAR(zoom().x, 0.6, 0.01);
+    EXPECT_NEAR(zoom().y, 0.45, 0.01);
+    EXPECT_EQ(zoom().scale, 1.8);
+    EXPECT_EQ(model->undoName(), "mover un zoom");
+    const auto corner = part->mapToScene({part->width(), part->height()}).toPoint();
+    drag(corner, corner - QPoint(static_cast<int>(frame->width() / 1.8 - frame->width() / 3), 40));
+    EXPECT_NEAR(zoom().scale, 3, 0.05);
+    EXPECT_NEAR(zoom().x - 0.5 / zoom().scale, 0.6 - 0.5 / 1.8, 0.01) << "the other corner stays";
+    EXPECT_EQ(model->undoName(), "encuadrar un zoom");
+    model->undo();
+    EXPECT_EQ(zoom().scale, 1.8) << "one step";
+    part->forceActiveFocus();
+    key(Qt::Key_Right);
+    EXPECT_NEAR(zoom().x, 0.61, 0.01);
+    key(Qt::Key_Plus);
+    EXPECT_NEAR(zoom().scale, 1.98, 0.01);
+    // Out of the zoom, while playing and after Escape there is no frame.
+    model->seek(9);
+    EXPECT_FALSE(frame->isVisible());
+    model->seek(3);
+    EXPECT_TRUE(frame->isVisible());
+    part->forceActiveFocus();
+    key(Qt::Key_Escape);
+    EXPECT_FALSE(frame->isVisible());
+    EXPECT_GT(magnified->scale(), 1.9);
+}
+
+TEST_F(PreviewTests, ATextIsEditedInThePicture)
+{
+    auto demo = silent();
+    demo.edit.overlays.edit().push_back({.content = "Hola", .start = 0, .end = 5, .x = 0.25, .y = 0.25});
+    show(demo);
+    view->grabWindow();
+    const auto text = [&] { return project().edit.overlays.front().content; };
+    const auto editor = [&] {
+        auto* focused = view->activeFocusItem();
+        return focused && focused->objectName() == "overlayEditor" ? focused : nullptr;
+    };
+    const auto edit = [&](const QString& shown) {
+        auto* overlay = control(QAccessible::Graphic, shown);
+        ASSERT_TRUE(overlay);
+        QTest::mouseDClick(view.get(), Qt::LeftButton, {}, centre(overlay));
+        ASSERT_TRUE(waitUntil([&] { return editor() != nullptr; }));
+    };
+    edit("Hola");
+    type("Ñu x");
+    EXPECT_EQ(text(), "Hola");
+    key(Qt::Key_Return);
+    EXPECT_EQ(text(), "Ñu x");
+    EXPECT_FALSE(editor());
+    EXPECT_EQ(model->undoName(), "cambiar un texto");
+    model->undo();
+    EXPECT_EQ(text(), "Hola") << "one step";
+    EXPECT_FALSE(model->canUndo());
+
+    edit("Hola");
+    type("nada");
+    key(Qt::Key_Escape);
+    EXPECT_EQ(text(), "Hola");
+    EXPECT_FALSE(model->canUndo());
+
+    edit("Hola");
+    type("Adiós");
+    key(Qt::Key_Return, Qt::ShiftModifier);
+    type("todos");
+    QTest::mouseClick(view.get(), Qt::LeftButton, {}, view->rootObject()->mapToScene({60, 120}).toPoint());
+    EXPECT_EQ(text(), "Adiós\ntodos") << "a click beside it keeps it";
+
+    edit("Adiós\ntodos");
+    type("fin");
+    model->flushSave(); // A save takes what is typed.
+    EXPECT_EQ(text(), "fin");
+    control(QAccessible::Graphic, "fin")->forceActiveFocus();
+    key(Qt::Key_Return); // From the keyboard too; blanks are given up.
+    ASSERT_TRUE(waitUntil([&] { return editor() != nullptr; }));
+    type(" ");
+    key(Qt::Key_Return);
+    EXPECT_EQ(text(), "fin");
+}
+
 TEST_F(PreviewTests, AnOverlayIsAlignedAndNudged)
 {
     auto demo = silent();

@@ -297,6 +297,43 @@ TEST_F(ProseTests, KeepsTheSpokenWordAtAThirdUnlessAHandScrolls)
     EXPECT_NEAR(page().rectOf(row).y(), y, 1);
 }
 
+TEST_F(ProseTests, MarksWordsOfWhichTheRecogniserWasUnsure)
+{
+    const auto demo = spoken(lecture);
+    WordConfidence confidence;
+    std::vector<float> probabilities(demo.edit.words.size(), 0.95F);
+    probabilities[3] = 0.2F;
+    confidence.add(demo.edit.words.items(), probabilities);
+    std::filesystem::create_directories(store.directory(demo.id));
+    confidence.write(store.directory(demo.id));
+    show(demo);
+    const auto unsure = [&] {
+        std::vector<std::size_t> rows;
+        for (std::size_t row = 0; row < project().edit.words.size(); ++row) {
+            if (page().isUnsure(row))
+                rows.push_back(row);
+        }
+        return rows;
+    };
+    ASSERT_TRUE(waitUntil([&] { return !unsure().empty(); }));
+    EXPECT_THAT(unsure(), ElementsAre(3U));
+    auto* text = QAccessible::queryAccessibleInterface(&page())->textInterface();
+    int start = 0;
+    int end = 0;
+    EXPECT_TRUE(text->attributes(page().textPlace(3), &start, &end).contains("invalid"));
+    QTest::mouseMove(view.get(), at(2));
+    QTest::mouseMove(view.get(), at(3));
+    EXPECT_TRUE(waitUntil([&] { return page().unsureRow() == 3; }));
+    EXPECT_NEAR(page().confidence(3), 0.2, 0.001);
+
+    reader().correct(3, "Mañana");
+    EXPECT_THAT(unsure(), testing::IsEmpty()) << "a corrected word is sure";
+    model->undo();
+    EXPECT_THAT(unsure(), ElementsAre(3U));
+    reader().cutSpan(project().edit.words[0].start, project().edit.words[1].end);
+    EXPECT_THAT(unsure(), ElementsAre(3U));
+}
+
 TEST_F(ProseTests, IsATextWithACaretToAssistiveTechnology)
 {
     auto demo = spoken(lecture);

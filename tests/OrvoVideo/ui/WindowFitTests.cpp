@@ -299,6 +299,12 @@ TEST_F(WindowFitTests, EverythingFitsAtEverySize)
         setPhase(Recorder::Phase::Recording);
         expectFits("recording");
         setPhase(Recorder::Phase::Idle);
+        model->setFlag("sharpen", !project().edit.sharpen);
+        model->setOverlayText(model->overlays()->get(0)["overlayId"].toString(), "Pendiente = cambio en y");
+        key(Qt::Key_H, Qt::ControlModifier);
+        ASSERT_TRUE(waitUntil([&] { return control(QAccessible::ListItem, "Principio") != nullptr; }));
+        expectFits("history");
+        key(Qt::Key_Escape);
         key(Qt::Key_F1);
         expectFits("keys");
         key(Qt::Key_Escape);

@@ -196,6 +196,42 @@ TEST_F(WindowTests, KeepsATypedTitleUntilTheProjectIsTaken)
     EXPECT_EQ(onDisk(next.id).title, "Cerrada");
 }
 
+TEST_F(WindowTests, StepsAreNamedAndWalked)
+{
+    const auto first = withMovie("Uno");
+    show();
+    select(first);
+    model->update([](VideoProject& project) {
+        project.edit.words = SharedList<TranscriptWord>{word("a", 0, 0.2), word("b", 0.2, 0.4), word("c", 0.4, 0.6)};
+    });
+    model->update([](VideoProject& project) { project.edit.cuts = {{0, 0.6}}; });
+    ASSERT_TRUE(control(QAccessible::Button, "Deshacer: cortar 3 palabras"));
+    click(QAccessible::Button, "Deshacer: cortar 3 palabras");
+    EXPECT_TRUE(control(QAccessible::Button, "Rehacer: cortar 3 palabras"));
+    EXPECT_TRUE(control(QAccessible::Button, "Deshacer: transcribir"));
+
+    key(Qt::Key_H, Qt::ControlModifier);
+    const auto there = [&](const QString& name) {
+        return waitUntil([&] { return control(QAccessible::ListItem, name) != nullptr; });
+    };
+    ASSERT_TRUE(there("Cortar 3 palabras, deshecho"));
+    EXPECT_TRUE(there("Transcribir, versión actual"));
+    key(Qt::Key_Down);
+    key(Qt::Key_Return);
+    EXPECT_EQ(project().edit.cuts.size(), 1);
+    EXPECT_TRUE(there("Cortar 3 palabras, versión actual"));
+    click(QAccessible::ListItem, "Principio");
+    EXPECT_TRUE(project().edit.words.empty());
+    key(Qt::Key_Escape);
+
+    // What was done stays with its project.
+    const auto left = project();
+    select(withMovie("Dos"));
+    EXPECT_FALSE(control(QAccessible::Button, "Historial")->isEnabled());
+    select(left);
+    EXPECT_TRUE(control(QAccessible::Button, "Rehacer: transcribir"));
+}
+
 TEST_F(WindowTests, AClickLeavesALongTitleAlone)
 {
     const auto lesson = add(VideoProject::make(std::string(300, 'a')));
