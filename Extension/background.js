@@ -1,6 +1,6 @@
 // Connects the parts: popup and shortcuts send requests, the session records, the badge shows the state.
 
-import { mayRecord, storedOptions } from "./options.js";
+import { requestPermission, mayRecord, storedOptions } from "./options.js";
 import { Session } from "./session.js";
 
 const session = new Session(showState);
@@ -28,10 +28,28 @@ async function toggle() {
     const [tab] = await chrome.tabs.query({ active: true, lastFocusedWindow: true });
     const options = await storedOptions();
     if (await mayRecord(options)) await session.start(tab, options);
+    else await requestPermission(options, tab);
   } else {
     await session.stop();
   }
 }
+
+// The permission page has what it asked for: closes it, and goes on in the tab that was to be recorded. The press of the
+// icon or of the shortcut there still lets the extension capture it.
+async function resume(page, tabId) {
+  const tab = await chrome.tabs.get(tabId).catch(() => null);
+  if (tab) {
+    await chrome.tabs.update(tab.id, { active: true });
+    await chrome.windows.update(tab.windowId, { focused: true });
+  }
+  await chrome.tabs.remove(page);
+  if (tab && session.state === "idle") await session.start(tab, await storedOptions());
+}
+
+// After an installation, but neither an update nor a new start of the browser.
+chrome.runtime.onInstalled.addListener(({ reason }) => {
+  if (reason === "install") chrome.tabs.create({ url: "welcome.html" });
+});
 
 chrome.commands.onCommand.addListener((command) => {
   if (command === "record") toggle();
@@ -54,6 +72,12 @@ chrome.runtime.onMessage.addListener((message, sender, reply) => {
     case "zoom":
       session.markZoom();
       return false;
+    case "permitted":
+      if (sender.tab) resume(sender.tab.id, message.tab);
+      return false;
+    case "open":
+      session.openInApplication().then(reply);
+      return true; // The reply comes later.
     case "helper":
       session.isHelperThere().then(reply);
       return true; // The reply comes later.

@@ -1,4 +1,4 @@
-// Requests microphone and camera once.
+// Requests microphone and camera once, then goes on with the recording.
 
 const query = new URLSearchParams(location.search);
 const text = (key) => chrome.i18n.getMessage(key);
@@ -14,6 +14,7 @@ try {
   });
   for (const track of stream.getTracks()) track.stop();
   shown.textContent = text("permissionGiven");
+  if (query.has("tab")) chrome.runtime.sendMessage({ to: "background", action: "permitted", tab: Number(query.get("tab")) });
 } catch {
   shown.textContent = text("permissionRefused");
 }

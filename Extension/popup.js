@@ -1,5 +1,6 @@
 // The popup: state, options and buttons.
 
+import { levelOf } from "./level.js";
 import { storeOptions, storedOptions } from "./options.js";
 
 const text = (key, ...values) => chrome.i18n.getMessage(key, values);
@@ -9,6 +10,7 @@ const everywhere = { origins: ["<all_urls>"] };
 
 let description = { state: "idle", failure: null, seconds: 0, finished: false };
 let since = Date.now();
+let listening = null; // To the microphone, before a recording: { stream, context, timer, device }.
 
 const ask = (action) => chrome.runtime.sendMessage({ to: "background", action });
 
@@ -28,7 +30,8 @@ function show(next) {
   const running = state === "recording" || state === "paused";
   element("state").textContent = text(state === "idle" && finished ? "state_finished" : `state_${state}`);
   element("time").hidden = state === "idle" || state === "starting";
-  form.hidden = state !== "idle";
+  form.hidden = state !== "idle"; // None of it can be changed while recording.
+  element("open").hidden = state !== "idle" || !finished;
   element("record").textContent = text(state === "idle" ? "record" : "stop");
   element("record").disabled = state === "starting" || state === "stopping";
   element("pause").hidden = element("zoom").hidden = !running;
@@ -36,6 +39,63 @@ function show(next) {
   element("zoom").disabled = state !== "recording";
   showProblem(failure?.reason);
   showTime();
+  showLevel(running ? (description.level ?? 0) : 0);
+  listen();
+}
+
+function showLevel(level) {
+  const running = description.state === "recording" || description.state === "paused";
+  const meter = element("level");
+  meter.hidden = !(listening || (running && description.microphone));
+  meter.setAttribute("aria-valuenow", Math.round(level * 100));
+  meter.firstElementChild.style.width = `${level * 100}%`;
+}
+
+// Hears the chosen microphone while the popup waits for a recording, but only where that was permitted before: the question
+// would close the popup.
+async function listen() {
+  const wanted = description.state === "idle" && form.microphone.checked;
+  const device = form.microphoneDevice.value;
+  if (wanted && listening?.device === device) return;
+  if (listening) {
+    clearInterval(listening.timer);
+    for (const track of listening.stream?.getTracks() ?? []) track.stop();
+    listening.context?.close();
+    listening = null;
+  }
+  if (!wanted) return showLevel(description.level ?? 0);
+  const { state } = await navigator.permissions.query({ name: "microphone" });
+  if (state !== "granted" || listening) return showLevel(0);
+  const mine = (listening = { device });
+  try {
+    mine.stream = await navigator.mediaDevices.getUserMedia({ audio: device ? { deviceId: { ideal: device } } : true });
+    await showDevices();
+  } catch {
+    if (listening === mine) listening = null;
+    return showLevel(0);
+  }
+  if (listening !== mine) {
+    for (const track of mine.stream.getTracks()) track.stop();
+    return;
+  }
+  mine.context = new AudioContext();
+  const analyser = mine.context.createAnalyser();
+  mine.context.createMediaStreamSource(mine.stream).connect(analyser);
+  const samples = new Float32Array(analyser.fftSize);
+  mine.timer = setInterval(() => {
+    analyser.getFloatTimeDomainData(samples);
+    showLevel(levelOf(samples));
+  }, 100);
+}
+
+// The microphones have names only once one was permitted.
+async function showDevices() {
+  const { microphoneDevice } = await storedOptions();
+  const found = (await navigator.mediaDevices.enumerateDevices()).filter(({ kind, deviceId, label }) =>
+    kind === "audioinput" && label && deviceId !== "default" && deviceId !== "communications");
+  form.microphoneDevice.replaceChildren(new Option(text("usualDevice"), ""), ...found.map(({ deviceId, label }) => new Option(label, deviceId)));
+  form.microphoneDevice.value = found.some(({ deviceId }) => deviceId === microphoneDevice) ? microphoneDevice : "";
+  element("devices").hidden = found.length === 0 || !form.microphone.checked;
 }
 
 function showProblem(reason) {
@@ -50,6 +110,7 @@ function options() {
     height: Number(form.height.value),
     fps: Number(form.fps.value),
     microphone: form.microphone.checked,
+    microphoneDevice: form.microphoneDevice.value,
     camera: form.camera.checked,
   };
 }
@@ -70,20 +131,34 @@ element("record").addEventListener("click", record);
 element("pause").addEventListener("click", () => ask("pause"));
 element("zoom").addEventListener("click", () => ask("zoom"));
 element("shortcuts").addEventListener("click", () => chrome.tabs.create({ url: "chrome://extensions/shortcuts" }));
-form.addEventListener("change", () => storeOptions(options()));
+element("open").addEventListener("click", async () => {
+  if (await ask("open")) window.close();
+  else showProblem("missing");
+});
+form.addEventListener("change", () => {
+  storeOptions(options());
+  element("devices").hidden = form.microphoneDevice.options.length < 2 || !form.microphone.checked;
+  listen();
+});
 form.everywhere.addEventListener("change", async () => {
   const change = form.everywhere.checked ? chrome.permissions.request(everywhere) : chrome.permissions.remove(everywhere);
   await change;
   form.everywhere.checked = await chrome.permissions.contains(everywhere);
 });
 chrome.runtime.onMessage.addListener((message) => {
-  if (message?.to === "popup") show(message.state);
+  if (message?.to !== "popup") return;
+  if (message.state) show(message.state);
+  else showLevel(message.level);
 });
 
-const { height, fps, microphone, camera } = await storedOptions();
+const { height, fps, microphone, microphoneDevice, camera } = await storedOptions();
 form.height.value = height;
 form.fps.value = fps;
 form.microphone.checked = microphone;
+if (microphoneDevice) { // Until the microphones are listed.
+  form.microphoneDevice.replaceChildren(new Option("", microphoneDevice));
+  form.microphoneDevice.value = microphoneDevice;
+}
 form.camera.checked = camera;
 form.everywhere.checked = await chrome.permissions.contains(everywhere);
 show(await ask("state"));

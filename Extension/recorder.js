@@ -1,6 +1,7 @@
 // The offscreen page that records. Sends the streams to the helper in chunks, and keeps nothing longer than it takes to
 // store it.
 
+import { levelOf } from "./level.js";
 import { PieceQueue } from "./pieces.js";
 
 const PIECE_INTERVAL = 1000; // Milliseconds of recording in a chunk.
@@ -97,11 +98,14 @@ async function open({ streamId, area, options }) {
 
   const sources = [{ kind: "screen", stream: tab, bits: size.width * size.height * 5 }];
   if (options.microphone) {
-    const stream = await navigator.mediaDevices.getUserMedia({ audio: true }).catch((error) => {
+    // One that is not plugged in is replaced by the usual one.
+    const device = options.microphoneDevice;
+    const stream = await navigator.mediaDevices.getUserMedia({ audio: device ? { deviceId: { ideal: device } } : true }).catch((error) => {
       throw { reason: "microphone", error };
     });
     streams.push(stream);
     sources.push({ kind: "microphone", stream });
+    meter(stream);
   }
   if (options.camera) {
     const stream = await navigator.mediaDevices.getUserMedia({ video: { width: 1280, height: 720 } }).catch((error) => {
@@ -111,6 +115,17 @@ async function open({ streamId, area, options }) {
     sources.push({ kind: "camera", stream, bits: 1280 * 720 * 5 });
   }
   return { sources, size, fps };
+}
+
+// Reports the level of the microphone, 0 to 1 over 60 decibels, for the popup.
+function meter(stream) {
+  const analyser = audio.createAnalyser();
+  audio.createMediaStreamSource(stream).connect(analyser);
+  const samples = new Float32Array(analyser.fftSize);
+  setInterval(() => {
+    analyser.getFloatTimeDomainData(samples);
+    port.postMessage({ type: "level", level: levelOf(samples) });
+  }, 150);
 }
 
 function makeRecorder({ kind, stream, bits }) {

@@ -12,6 +12,7 @@ export class Session {
   #pointer = { x: 0.5, y: 0.5 };
   #startedAt = 0;
   #seconds = 0; // Recorded before the last pause.
+  #level = 0; // Of the microphone, 0 to 1.
 
   state = "idle";
   failure = null;
@@ -28,6 +29,8 @@ export class Session {
       failure: this.failure,
       seconds: this.#seconds + running,
       finished: this.finishedProject !== null,
+      level: this.#level,
+      microphone: this.#plan?.options.microphone ?? false,
     };
   }
 
@@ -37,6 +40,7 @@ export class Session {
     this.failure = null;
     this.finishedProject = null;
     this.#seconds = 0;
+    this.#level = 0;
     this.#set("starting");
     try {
       this.#tab = tab?.id;
@@ -104,6 +108,23 @@ export class Session {
     });
   }
 
+  // Shows the finished recording in the application. Resolves to whether it could be started.
+  openInApplication() {
+    return new Promise((resolve) => {
+      const port = chrome.runtime.connectNative(HELPER);
+      port.onMessage.addListener((message) => {
+        if (message.type === "hello") {
+          port.postMessage({ type: "open", project: this.finishedProject });
+          return;
+        }
+        resolve(message.type === "opened");
+        port.disconnect();
+      });
+      port.onDisconnect.addListener(() => resolve(false));
+      port.postMessage({ type: "hello", version: VERSION });
+    });
+  }
+
   attachRecorder(port) {
     if (this.state !== "starting" || this.#recorder) {
       port.disconnect();
@@ -134,6 +155,11 @@ export class Session {
         this.#startedAt = Date.now();
         this.#set("recording");
         this.watchPointer(this.#tab);
+        break;
+      case "level":
+        this.#level = message.level;
+        // The popup does not listen while it is closed.
+        chrome.runtime.sendMessage({ to: "popup", level: message.level }).catch(() => {});
         break;
       case "ended": // The tab was closed, or the browser ended its capture.
         this.#rest();

@@ -3,6 +3,7 @@
 #include "Platform/notifications/Notifications.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/Error.h"
+#include "VideoCore/ExtensionMark.h"
 
 #include <cerrno>
 #include <system_error>
@@ -21,10 +22,12 @@ Failure failureOf(const std::system_error& error)
 
 } // namespace
 
-BridgeSession::BridgeSession(std::optional<std::filesystem::path> libraryRoot, Answer answer, Notify notify)
+BridgeSession::BridgeSession(
+    std::optional<std::filesystem::path> libraryRoot, Answer answer, Notify notify, OpenProject openProject)
     : m_libraryRoot(std::move(libraryRoot))
     , m_answer(std::move(answer))
     , m_notify(std::move(notify))
+    , m_openProject(std::move(openProject))
 {
 }
 
@@ -56,6 +59,8 @@ void BridgeSession::end() noexcept
 void BridgeSession::handle(const Hello&)
 {
     m_answer(answer::hello());
+    if (ExtensionMark::leave())
+        m_notify(notification::extensionConnected);
 }
 
 void BridgeSession::handle(const Start& start)
@@ -101,6 +106,16 @@ void BridgeSession::handle(const Stop& stop)
     m_recording.reset();
     m_answer(answer::finished(id));
     m_notify(notification::tabFinished);
+}
+
+void BridgeSession::handle(const Open& open)
+{
+    if (!m_store)
+        m_store.emplace(m_libraryRoot);
+    m_store->load(open.project); // Throws when there is no such project.
+    if (m_openProject)
+        m_openProject(open.project);
+    m_answer(answer::opened(open.project));
 }
 
 void BridgeSession::requireRoom() const

@@ -18,8 +18,13 @@ public:
     /// Notifies the applications of the user's session; see Notifications.h.
     using Notify = std::function<void(std::string_view name)>;
 
-    /// `libraryRoot` replaces the default library. The library is opened when the first recording starts.
-    BridgeSession(std::optional<std::filesystem::path> libraryRoot, Answer answer, Notify notify);
+    /// Starts the application on a project, or brings it to the front. Throws what the start throws.
+    using OpenProject = std::function<void(const Uuid& project)>;
+
+    /// `libraryRoot` replaces the default library. The library is opened when the first recording starts. Without
+    /// `openProject`, none is opened.
+    BridgeSession(
+        std::optional<std::filesystem::path> libraryRoot, Answer answer, Notify notify, OpenProject openProject = {});
     ~BridgeSession();
 
     /// Handles one message. Replies with every error; never throws.
@@ -41,6 +46,7 @@ private:
     void handle(Pointer pointer);
     void handle(const Progress& progress);
     void handle(const Stop& stop);
+    void handle(const Open& open);
 
     void requireRoom() const;
     TabRecording& recording();
@@ -51,6 +57,7 @@ private:
     std::optional<std::filesystem::path> m_libraryRoot;
     Answer m_answer;
     Notify m_notify;
+    OpenProject m_openProject;
     std::optional<ProjectStore> m_store;
     std::optional<TabRecording> m_recording;
 };

@@ -211,6 +211,12 @@ Message parseMessage(std::string_view text)
         return parseStarts(root);
     if (type == "stop")
         return Stop{number(root, "seconds", 0, maxRecordingSeconds)};
+    if (type == "open") {
+        const auto project = Uuid::parse(textOf(root, "project"));
+        if (!project)
+            throw ProtocolError("this is no project");
+        return Open{*project};
+    }
     throw ProtocolError("there is no such message");
 }
 
@@ -234,6 +240,11 @@ std::string written(TrackKind track, std::int64_t sequence)
 std::string finished(const Uuid& project)
 {
     return Answer("finished").add("project", project.text()).text();
+}
+
+std::string opened(const Uuid& project)
+{
+    return Answer("opened").add("project", project.text()).text();
 }
 
 std::string failed(Failure failure, std::string_view detail)

@@ -59,7 +59,12 @@ struct Stop {
     double seconds = 0;
 };
 
-using Message = std::variant<Hello, Start, Chunk, Starts, Pointer, Progress, Stop>;
+/// Opens a finished recording in the application.
+struct Open {
+    Uuid project;
+};
+
+using Message = std::variant<Hello, Start, Chunk, Starts, Pointer, Progress, Stop, Open>;
 
 inline constexpr std::size_t maxTitleBytes = 300;
 
@@ -81,6 +86,7 @@ std::string hello();
 std::string started(const Uuid& project);
 std::string written(TrackKind track, std::int64_t sequence);
 std::string finished(const Uuid& project);
+std::string opened(const Uuid& project);
 std::string failed(Failure failure, std::string_view detail);
 
 } // namespace answer

@@ -1,6 +1,7 @@
 #include "OrvoBridge/BridgeSession.h"
 #include "OrvoBridge/MessageStream.h"
 #include "Platform/notifications/Notifications.h"
+#include "VideoCore/DetachedProgram.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -58,7 +59,12 @@ void serve()
     bool heard = true; // Whether the browser still reads replies.
     BridgeSession session(
         libraryRoot(), [&](const std::string& text) { heard = heard && writeMessage(STDOUT_FILENO, text); },
-        notification::post);
+        notification::post,
+        [](const Uuid& project) {
+            std::error_code error;
+            const auto helpers = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+            startDetached(helpers.parent_path() / "MacOS" / "OrvoVideo", {project.text()});
+        });
 
     // Handles the messages in the pipe. Returns false when no more can come.
     const auto listen = [&] {

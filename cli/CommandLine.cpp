@@ -80,6 +80,7 @@ std::unique_ptr<CLI::App> makeApplication(Session& session)
     addPackageCommand(*app, session);
     addPublishCommands(*app, session);
     addSettingsCommand(*app, session);
+    addCheckCommand(*app, session);
     addValidateCommand(*app, session);
     app->footer(footer); // Last, because commands begin with the footer that there is.
     return app;

@@ -28,6 +28,7 @@ void addExportCommand(CLI::App& app, Session& session);
 void addPackageCommand(CLI::App& app, Session& session);
 void addPublishCommands(CLI::App& app, Session& session); ///< publish, unpublish
 void addSettingsCommand(CLI::App& app, Session& session);
+void addCheckCommand(CLI::App& app, Session& session);
 void addValidateCommand(CLI::App& app, Session& session);
 
 } // namespace orvo::cli

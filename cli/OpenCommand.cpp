@@ -1,3 +1,4 @@
+#include "VideoCore/DetachedProgram.h"
 #include "VideoCore/Error.h"
 #include "VideoMedia/ProcessRunner.h"
 #include "cli/Command.h"
@@ -6,11 +7,8 @@
 #include "cli/Wording.h"
 
 #include <cstdlib>
-#include <fcntl.h>
 #include <format>
-#include <spawn.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace orvo::cli {
 
@@ -19,29 +17,6 @@ namespace {
 struct OpenArguments {
     std::string project;
 };
-
-/// Starts a program that stays when this one ends, and leaves the terminal to the user.
-void startDetached(const std::filesystem::path& program, const std::string& argument)
-{
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-        posix_spawn_file_actions_addopen(&files, descriptor, "/dev/null", O_RDWR, 0);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
-
-    std::string name = program.string();
-    std::string copy = argument;
-    char* const arguments[] = {name.data(), copy.data(), nullptr};
-    pid_t child = 0;
-    const int failure = ::posix_spawn(&child, program.c_str(), &files, &attributes, arguments, environ);
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&files);
-    if (failure != 0)
-        throw captureError(
-            "No se puede abrir la aplicación: " + describe(std::system_error(failure, std::system_category())));
-}
 
 bool hasDisplay()
 {
@@ -59,7 +34,11 @@ void open(Session& session, const OpenArguments& arguments)
         throw captureError("No hay ninguna pantalla en la que abrir Orvo Video.");
     // The application reads the same variable, so that it opens the library the project is in.
     ::setenv("ORVO_LIBRARY", session.library().store().root().c_str(), 1);
-    startDetached(ProcessRunner::bundlePath() / "Contents" / "MacOS" / "OrvoVideo", project.id.text());
+    try {
+        startDetached(ProcessRunner::bundlePath() / "Contents" / "MacOS" / "OrvoVideo", {project.id.text()});
+    } catch (const std::system_error& error) {
+        throw captureError("No se puede abrir la aplicación: " + describe(error));
+    }
     if (session.json())
         return session.answer(JsonValue::Object{{"id", project.id}, {"title", project.title}});
     session.print(std::format("Abriendo {} en Orvo Video.\n", inQuotes(shownTitle(project.title))));

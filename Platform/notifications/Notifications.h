@@ -12,6 +12,7 @@ namespace notification {
 
 inline constexpr std::string_view tabStarted = "es.orvo.video.tab-started";
 inline constexpr std::string_view tabFinished = "es.orvo.video.tab-finished";
+inline constexpr std::string_view extensionConnected = "es.orvo.video.extension-connected";
 
 inline constexpr const char* path = "/es/orvo/video";
 inline constexpr const char* interface = "es.orvo.video.Notifications";

@@ -46,14 +46,15 @@ class Browser:
     """A display, a browser with the extension and the test page, and a library of its own. The browser's microphone hums and
     its camera shows a pattern."""
 
-    def __init__(self, orvo, bridge, extension, origin, folder, size=(1000, 700), page="page.html"):
+    def __init__(self, orvo, bridge, extension, origin, folder, size=(1000, 700), page="page.html", permitted=True):
         self.orvo = orvo
         self.size = size
         self.extension = Path(origin).read_text().strip().split("/")[2]
         self.library = folder / "library"
+        self.data = folder / "data"
         self.display = Display(f"{size[0]}x{size[1]}")
         self.environment = {**os.environ, "DISPLAY": self.display.name, "HOME": str(folder), "ORVO_LIBRARY": str(self.library),
-                            "XDG_CONFIG_HOME": str(folder / "config"), "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
+                            "XDG_CONFIG_HOME": str(folder / "config"), "XDG_DATA_HOME": str(self.data), "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
         self.environment.pop("WAYLAND_DISPLAY", None)
         profile = folder / "profile"
         hosts = profile / "NativeMessagingHosts"
@@ -71,13 +72,30 @@ class Browser:
              "--auto-accept-camera-and-microphone-capture", "--password-store=basic", "--disable-gpu", "--window-position=0,0",
              f"--window-size={size[0]},{size[1]}", self.address], self.environment)
         self.chromium = self.tools.process
-        self.tools.call("Browser.grantPermissions", origin=f"chrome-extension://{self.extension}",
-                        permissions=["audioCapture", "videoCapture"])
+        if permitted:
+            self.tools.call("Browser.grantPermissions", origin=f"chrome-extension://{self.extension}",
+                            permissions=["audioCapture", "videoCapture"])
+        self.welcomed = self.leave_welcome()
         self.xdotool("search", "--sync", "--onlyvisible", "--name", "Reloj de prueba")
         # The extension's shortcuts are there a moment after the window.
         wait_for("the shortcuts", lambda: self.in_extension(
             "globalThis.chrome?.commands?.getAll().then((all) => all.some((one) => one.shortcut))"))
         self.focus()
+
+    def pages(self, name):
+        """The extension's pages of this name that are open."""
+        targets = self.tools.call("Target.getTargets")["targetInfos"]
+        return [one["targetId"] for one in targets if one["type"] == "page" and f"{self.extension}/{name}" in one["url"]]
+
+    def in_page(self, page, script):
+        return self.tools.run(script, self.tools.attach(page))
+
+    def leave_welcome(self):
+        """Closes the page that opens after the installation; returns how it showed the application: "good" or "problem"."""
+        page = wait_for("the page after the installation", lambda: self.pages("welcome.html"))[0]
+        shown = wait_for("what it says", lambda: self.in_page(page, "document.getElementById('connected')?.className"))
+        self.tools.call("Target.closeTarget", targetId=page)
+        return shown
 
     def close(self):
         self.tools.close()

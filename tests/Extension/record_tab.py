@@ -258,7 +258,62 @@ def reload_extension(browser):
     browser.in_extension("setTimeout(() => chrome.runtime.reload(), 200) && null")
 
 
+def installed(browser):
+    """The page after the installation finds the helper, which leaves a mark for the application."""
+    expect(browser.welcomed == "good", f"the page shows a {browser.welcomed}")
+    expect((browser.data / "OrvoVideo/extension-connected").exists(), "there is no mark")
+    expect(not browser.pages("welcome.html"), "it opens again")
+
+
+def permission(browser):
+    """The page that asks for the microphone closes itself, and the recording of the tab goes on from there."""
+    browser.press("ctrl+shift+7")
+    project = wait_for("the recording", browser.projects)[0]
+    wait_for("the end of the page", lambda: not browser.pages("permission.html"))
+    browser.recorded(project["id"], 3)
+    project, screen = browser.end(project["id"])
+    expect({track["kind"] for track in project["tracks"]} == {"screen", "microphone"}, "there is no microphone")
+    expect(float(probed(screen)["video"]["duration"]) > 2, "too little is left")
+    expect(project["title"] == "Reloj de prueba", "another tab was recorded")
+
+
+SHOWN = """({ form: !document.getElementById("options").hidden, meter: !document.getElementById("level").hidden,
+  level: Number(document.getElementById("level").getAttribute("aria-valuenow")), open: !document.getElementById("open").hidden,
+  pause: !document.getElementById("pause").hidden })"""
+
+
+def popup(browser):
+    """The popup shows the level, while recording only what can be changed then, and afterwards opens the
+    recording in the application."""
+    def opened():
+        page = browser.tools.call("Target.createTarget", url=f"chrome-extension://{browser.extension}/popup.html", background=True)["targetId"]
+        wait_for("the popup", lambda: browser.in_page(page, "document.getElementById('options') !== null"))
+        return page, lambda: browser.in_page(page, SHOWN)
+
+    page, shown = opened()
+    wait_for("the level", lambda: shown()["level"] > 0)
+    expect(shown()["form"] and not shown()["open"], f"the popup shows {shown()}")
+    browser.tools.call("Target.closeTarget", targetId=page)
+
+    browser.focus()
+    identifier = browser.begin()
+    page, shown = opened()
+    wait_for("the level of the recording", lambda: shown()["level"] > 0)
+    expect(shown()["pause"] and not shown()["form"] and not shown()["open"], f"the popup shows {shown()}")
+    browser.recorded(identifier, 3)
+    browser.press("ctrl+shift+7")
+    browser.ended(identifier)
+    wait_for("the button", lambda: shown()["open"])
+    expect(shown()["form"] and not shown()["pause"], f"the popup shows {shown()}")
+    browser.in_page(page, "document.getElementById('open').click()")
+    window = wait_for("the application", lambda: browser.xdotool("search", "--onlyvisible", "--name", "Reloj de prueba — Orvo Video").split())[0]
+    os.kill(int(browser.xdotool("getwindowpid", window)), signal.SIGTERM)
+
+
 CASES = {
+    "installed": installed,
+    "permission": permission,
+    "popup": popup,
     "whole": whole,
     "closed_tab": closed_tab,
     "extension_reloaded": cut_off(reload_extension),
@@ -288,7 +343,7 @@ def main():
     folder = Path(tempfile.mkdtemp(prefix="orvo-tab-"))
     if case == "frames":
         extension = allowed_everywhere(Path(extension), folder / "extension")
-    browser = Browser(orvo, bridge, extension, origin, folder)
+    browser = Browser(orvo, bridge, extension, origin, folder, permitted=case != "permission")
     try:
         CASES[case](browser)
     except BaseException:

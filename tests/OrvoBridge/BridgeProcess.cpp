@@ -11,7 +11,8 @@ namespace orvo::test {
 
 BridgeProcess::BridgeProcess(const std::filesystem::path& library)
     // As browsers start it: with the extension's origin.
-    : m_process({ORVO_BRIDGE, "chrome-extension://abcdefghijklmnopabcdefghijklmnop/"}, {{"ORVO_LIBRARY", library.string()}})
+    : m_process({ORVO_BRIDGE, "chrome-extension://abcdefghijklmnopabcdefghijklmnop/"},
+          {{"ORVO_LIBRARY", library.string()}, {"XDG_DATA_HOME", m_home.path().string()}})
 {
     std::signal(SIGPIPE, SIG_IGN);
 }

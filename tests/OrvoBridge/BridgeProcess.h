@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TestSupport/ChildProcess.h"
+#include "TestSupport/TemporaryFolder.h"
 
 #include <filesystem>
 #include <optional>
@@ -30,7 +31,11 @@ public:
     /// The most memory it has had so far, in bytes.
     std::size_t peakMemory() const;
 
+    /// The data folder of its user.
+    const std::filesystem::path& home() const { return m_home.path(); }
+
 private:
+    TemporaryFolder m_home;
     ChildProcess m_process;
 };
 

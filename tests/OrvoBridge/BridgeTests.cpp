@@ -78,6 +78,10 @@ TEST_F(Bridge, RecordsATabIntoTheLibrary)
     BridgeProcess bridge(library.path());
     bridge.send(R"({"type":"hello","version":1})");
     EXPECT_EQ(bridge.answer(), R"({"type":"hello","version":1})");
+    // The application learns that the extension is installed.
+    bridge.send(R"({"type":"hello","version":1})"); // Whose answer comes after the mark of the first.
+    EXPECT_EQ(bridge.answer(), R"({"type":"hello","version":1})");
+    EXPECT_TRUE(fs::exists(bridge.home() / "OrvoVideo/extension-connected"));
     bridge.send(
         R"({"type":"start","title":"Clase · una «pestaña»","width":320,"height":180,"fps":30,"tracks":["screen","microphone"]})");
     EXPECT_THAT(*bridge.answer(), HasSubstr("started"));
@@ -194,6 +198,7 @@ TEST_F(Bridge, RefusesWhatTheExtensionCannotHaveSent)
         R"({"type":"hello","version":"1"})",
         R"({"type":"chunk","track":"screen","sequence":0,"data":"AAAA"})",
         R"({"type":"stop","seconds":1})",
+        R"({"type":"open","project":"../x"})",
         R"({"type":"progress","seconds":1})",
         R"({"type":"start","title":"a","width":320,"height":180,"fps":30,"tracks":[]})",
         R"({"type":"start","title":"a","width":320,"height":180,"fps":30,"tracks":["microphone"]})",

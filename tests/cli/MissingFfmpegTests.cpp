@@ -47,6 +47,33 @@ TEST_F(MissingFfmpeg, IsReportedWhileEditingGoesOn)
     EXPECT_EQ(orvo({"cut", id, "1", "2"}).status, 0);
 }
 
+TEST_F(MissingFfmpeg, IsWhatTheCheckOfTheEquipmentSays)
+{
+    if (!Installation::isOnlyCandidate())
+        GTEST_SKIP() << "this machine has another ffmpeg";
+    setup.environment = {{"DISPLAY", ""}, {"WAYLAND_DISPLAY", ""}, {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"},
+        {"PULSE_SERVER", "unix:/nonexistent"}, {"XDG_DATA_HOME", (folder / "data").string()}, {"ORVO_MODELS", ""},
+        {"PATH", "/nonexistent"}};
+    const auto items = answer({"check"})["items"];
+    struct Case {
+        const char* name;
+        const char* state;
+    };
+    const Case cases[]{{"ffmpeg", "missing"}, {"speechModel", "limited"}, {"microphone", "limited"}, {"screen", "missing"},
+        {"shortcuts", "missing"}, {"tray", "limited"}, {"keyring", "limited"}, {"browser", "limited"}};
+    ASSERT_EQ(items.size(), std::size(cases));
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        EXPECT_EQ(items[i]["name"].text(), cases[i].name);
+        EXPECT_EQ(items[i]["state"].text(), cases[i].state) << cases[i].name;
+        EXPECT_NE(items[i]["text"].text(), "") << cases[i].name;
+        EXPECT_NE(items[i]["advice"].text(), "") << cases[i].name << " says what to do";
+    }
+    const Outcome shown = orvo({"check"});
+    EXPECT_EQ(shown.status, 0);
+    EXPECT_THAT(shown.out, HasSubstr("falta  FFmpeg: "));
+    EXPECT_THAT(shown.out, HasSubstr(items[0]["command"].text()));
+}
+
 TEST_F(MissingFfmpeg, NamesTheProbeThatIsMissing)
 {
     installation.addScript("ffmpeg", "exit 1");
