@@ -20,7 +20,7 @@ struct OpenArguments {
     std::string project;
 };
 
-/// Starts a program that stays when this one ends, and leaves the terminal to the user.
+/// Starts a program that outlives this one, detached from the terminal.
 void startDetached(const std::filesystem::path& program, const std::string& argument)
 {
     posix_spawn_file_actions_t files;
@@ -57,7 +57,7 @@ void open(Session& session, const OpenArguments& arguments)
     const VideoProject project = session.library().load(arguments.project);
     if (!hasDisplay())
         throw captureError("No hay ninguna pantalla en la que abrir Orvo Video.");
-    // The application reads the same variable, so that it opens the library the project is in.
+    // The application reads the same variable and opens the library of the project.
     ::setenv("ORVO_LIBRARY", session.library().store().root().c_str(), 1);
     startDetached(ProcessRunner::bundlePath() / "Contents" / "MacOS" / "OrvoVideo", project.id.text());
     if (session.json())

@@ -30,7 +30,7 @@ std::string credential(const std::stop_token& stop)
     } catch (const Cancelled&) {
         throw;
     } catch (const Error& error) {
-        // It speaks of the application's buttons.
+        // The message names buttons of the windows.
         throw captureError(
             std::format("{} En el terminal la guarda orvo settings --credential; también vale la variable {}.", error.what(),
                 credentialVariable));
