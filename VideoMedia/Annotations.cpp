@@ -17,7 +17,7 @@ namespace {
 constexpr double lastPointerHold = 0.15; ///< How long the last pointer position stays, in seconds.
 constexpr double haloLength = 0.5; ///< Seconds.
 
-/// The layers in which marks lie over one another.
+/// Layers of the marks, bottom first.
 enum class Layer : int { highlight = 0, pointer = 1, halo = 2, text = 3 };
 
 class Document {
@@ -42,14 +42,14 @@ public:
             width, height, fontSize);
     }
 
-    /// "\pos(X,Y)" for a place given as fractions of the frame.
+    /// "\pos(X,Y)" for a position in fractions of the frame.
     std::string position(double x, double y) const
     {
         return std::format(
             "\\pos({},{})", truncated(x * static_cast<double>(m_width)), truncated(y * static_cast<double>(m_height)));
     }
 
-    /// Adds an event line; none when it would end before it begins. No mark outlasts the recording.
+    /// Adds an event line unless it would end before it begins. Events end with the recording.
     void add(Layer layer, double start, double end, std::string_view place, std::string_view style, std::string_view text)
     {
         end = std::min(end, m_duration);

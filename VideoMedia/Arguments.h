@@ -6,7 +6,7 @@
 
 namespace orvo {
 
-/// The words after a program's name.
+/// The arguments of a program, without its name.
 using Arguments = std::vector<std::string>;
 
 inline void append(Arguments& arguments, Arguments more)

@@ -14,8 +14,8 @@ std::string stamp(double seconds)
     return std::format("{}:{:02}:{:02}.{:02}", c / 360'000, c / 6'000 % 60, c / 100 % 60, c % 100);
 }
 
-// The renderer reads a backslash before "N", "n", "h", "{" and "}" as a command and prints any other one as it is: a word
-// joiner, which has no width, keeps those apart. It drops blanks at the beginning of a line: there they are hard ones.
+// The renderer treats a backslash before "N", "n", "h", "{" and "}" as a command and prints any other as it is: a
+// zero-width word joiner separates them. It drops leading blanks of a line: those become hard blanks.
 std::string escaped(std::string_view text)
 {
     constexpr std::string_view wordJoiner = "\u2060";
@@ -36,7 +36,7 @@ std::string escaped(std::string_view text)
             result += text[i];
             break;
         case ' ':
-        case '\t': // Drawn as a blank.
+        case '\t': // Rendered as a blank.
             if (wasAtBeginning)
                 result += hardBlank;
             else
@@ -44,7 +44,7 @@ std::string escaped(std::string_view text)
             atBeginning = wasAtBeginning;
             break;
         case '\r':
-            // A line break of two characters is one; a raw one of either kind would end the event.
+            // CR LF is one line break. A raw one of either kind would end the event.
             if (i + 1 < text.size() && text[i + 1] == '\n')
                 ++i;
             [[fallthrough]];
@@ -53,7 +53,7 @@ std::string escaped(std::string_view text)
             atBeginning = true;
             break;
         case '\0':
-            break; // Would end the document for its reader.
+            break; // Would end the document.
         default:
             result += text[i];
         }

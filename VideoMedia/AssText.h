@@ -6,10 +6,10 @@
 /// Parts of Advanced SubStation Alpha documents. Pure functions.
 namespace orvo::AssText {
 
-/// An instant as the format counts it, "0:01:05.25": hundredths of a second, truncated, never negative.
+/// A time in the notation of the format, "0:01:05.25": hundredths of a second, truncated, never negative.
 std::string stamp(double seconds);
 
-/// A text so that it is shown as it was typed.
+/// Escapes a text so that it is rendered as typed.
 std::string escaped(std::string_view text);
 
 } // namespace orvo::AssText

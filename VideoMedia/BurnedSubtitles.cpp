@@ -12,7 +12,7 @@ namespace orvo::BurnedSubtitles {
 
 namespace {
 
-/// A cue for every kept piece of every word.
+/// One cue for each kept piece of each word.
 std::vector<Phrases::Phrase> wordsOf(const VideoProject& project)
 {
     const Timeline::OutputMap map(project.duration, project.edit.cuts);
@@ -28,8 +28,7 @@ std::vector<Phrases::Phrase> wordsOf(const VideoProject& project)
 
 std::string document(const VideoProject& project, SubtitleCues cues, std::int64_t width, std::int64_t height)
 {
-    // Two lines of 42 letters, the longest that a phrase has, fit into the width of a screen and into that of a phone held
-    // upright.
+    // Two lines of 42 letters, the maximum of a phrase, fit the width of landscape and portrait frames.
     const auto size = std::max<std::int64_t>(std::min(height / 20, width / 24), 8);
     const auto box = std::max<std::int64_t>(size / 5, 1);
     std::string text =

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t copyStep = std::size_t{8} << 20; ///< Bytes between two looks at the stop token.
+constexpr std::size_t copyStep = std::size_t{8} << 20; ///< Bytes between two checks of the stop token.
 
 [[noreturn]] void fail(const fs::path& file)
 {

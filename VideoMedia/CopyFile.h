@@ -7,11 +7,11 @@
 
 namespace orvo {
 
-/// Copies a file durably to a place where none is yet: when this returns the copy is on disk, so a document that names it
-/// never reaches the disk before it. What was copied is removed when it does not come to an end.
+/// Copies a file to a path that does not exist yet. The copy is on disk when the function returns, so a document that
+/// names it never reaches the disk first. A partial copy is removed.
 ///
-/// Blocks; `progress` receives the copied fraction. Throws `std::filesystem::filesystem_error`, also for anything but a
-/// regular file, and `Cancelled`.
+/// Blocks; `progress` receives the copied fraction. Throws `Cancelled` and `std::filesystem::filesystem_error`; only
+/// regular files can be copied.
 void copyFile(const std::filesystem::path& from, const std::filesystem::path& to, const ProgressCallback& progress = {},
     const std::stop_token& stop = {});
 

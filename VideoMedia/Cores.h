@@ -5,7 +5,7 @@
 
 namespace orvo {
 
-/// How many processor cores this program may use, at least 1.
+/// The number of processor cores that this program may use, at least 1.
 inline int availableCores()
 {
     return std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);

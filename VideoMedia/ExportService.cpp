@@ -38,16 +38,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr double shortestVideo = 0.01; ///< Seconds; what is not longer is not worth a file.
-constexpr double longestRecording = 7 * 24 * 3600; ///< Seconds; a longer one is a damaged document.
+constexpr double shortestVideo = 0.01; ///< Seconds; a shorter result is not worth a file.
+constexpr double longestRecording = 7 * 24 * 3600; ///< Seconds; a document with a longer recording is damaged.
 
-/// Bytes of the mix that are read at once, a sixth of a second: larger ones cost less time, and every branch of the graph
-/// keeps one.
+/// Bytes per read of the mix, a sixth of a second: larger reads cost less time, but every branch of the graph buffers
+/// one.
 constexpr auto mixPacket = "32768";
 
 constexpr auto burnedName = "subtitles.ass"; ///< In the work folder.
 
-// Two filters of the mix answer late by their window, and ffmpeg does not make up for it. Measured with clicks, in seconds.
+// Latency of two filters of the mix, which ffmpeg does not compensate. Measured with clicks, in seconds.
 constexpr double noiseReductionDelay = 0.025; ///< afftdn at 48 kHz.
 constexpr double limiterDelay = 0.005; ///< alimiter with its default attack.
 
@@ -56,14 +56,14 @@ constexpr double limiterDelay = 0.005; ///< alimiter with its default attack.
     throw fs::filesystem_error("export", path, std::error_code(code, std::system_category()));
 }
 
-/// What every run of ffmpeg here begins with.
+/// The first arguments of every ffmpeg run here.
 Arguments prefix()
 {
     return {"-hide_banner", "-y", "-nostdin", "-filter_complex_threads", "1"};
 }
 
-/// Marks a file as written by an export, by the digest of its content: a file that somebody corrects since has another one.
-/// File systems without attributes keep no mark.
+/// Marks a file as written by an export, with the digest of its content: a later correction has another digest. File
+/// systems without extended attributes keep no mark.
 constexpr auto exportMark = "user.orvo.sha256";
 
 void markAsExported(const fs::path& file, std::string_view content)
@@ -80,8 +80,8 @@ bool isMarkedAsExported(const fs::path& file, std::string_view content)
         && std::string_view(digest.data(), digest.size()) == Sha256::of(content);
 }
 
-/// Copies a subtitle file that `content` is to replace to "NAME.srt.bak", unless an export wrote it. A number at the end
-/// keeps the copy from replacing another one. Returns the copy that was made, if any.
+/// Copies a subtitle file that `content` will replace to "NAME.srt.bak", unless an export wrote it. A number is
+/// appended if that name is taken. Returns the path of the copy, if any.
 std::optional<fs::path> keepForeign(const fs::path& file, std::string_view content)
 {
     std::error_code ignored;
@@ -102,7 +102,7 @@ std::optional<fs::path> keepForeign(const fs::path& file, std::string_view conte
     }
 }
 
-/// Renames `by` to `file`. A file that exists keeps its mode.
+/// Renames `by` to `file`; an existing file keeps its mode.
 void replace(const fs::path& file, const fs::path& by)
 {
     std::error_code ignored;
@@ -111,7 +111,7 @@ void replace(const fs::path& file, const fs::path& by)
     fs::rename(by, file);
 }
 
-/// One export: what the mix and the render share.
+/// One export: the state that the mix and the render share.
 class Export {
 public:
     Export(const VideoProject& project, const ProjectStore& store, fs::path destination, const ExportSettings& settings,
@@ -138,7 +138,7 @@ public:
         collectInputs();
         collectImages();
         checkDestination();
-        // Out of sight beside the destination: an older video stays until the new one is complete.
+        // Hidden beside the destination: an older video stays until the new one is complete.
         const WorkFolder beside(m_destination.parent_path(), ".orvo-export");
         Outcome outcome;
         const fs::path film = beside / "video.mp4";
@@ -152,10 +152,10 @@ public:
     }
 
 private:
-    /// What a decoder has to do with an input.
+    /// How an input is decoded.
     struct Decoding {
         bool isEasy = false;
-        bool isRangeMeant = false; ///< The usual range is to be written down.
+        bool isRangeMeant = false; ///< Whether the usual colour range has to be declared.
     };
 
     std::string subtitles() const
@@ -211,7 +211,8 @@ private:
             throw captureError("El proyecto no contiene vídeo visible.");
     }
 
-    /// Whether a track is no dearer to decode than those of the recorder. Larger movies, and those of other codecs, are.
+    /// Whether decoding a track is as cheap as decoding the files of the recorder. Larger movies and other codecs are
+    /// more expensive.
     bool isEasyToDecode(const MediaFacts& facts) const
     {
         if (!facts.video || facts.video->codec != "h264")
@@ -220,8 +221,8 @@ private:
         return facts.video->width * facts.video->height <= 2 * size.width * size.height;
     }
 
-    /// Whether a file does not say that its pictures use the range that is meant when nothing is said. The first filter
-    /// would write it down, and would copy every picture for that.
+    /// Whether a file does not declare the default colour range although it uses it. Otherwise the first filter would
+    /// set it, and copy every frame to do so.
     static bool leavesRangeOpen(const MediaFacts::Video& video)
     {
         return video.codec == "h264" && video.pixelFormat == "yuv420p" && video.colorRange.empty();
@@ -237,7 +238,7 @@ private:
             fs::path file = m_store.mediaURL(m_project, overlay.content);
             if (!fs::is_regular_file(file))
                 throw captureError("Falta una imagen del proyecto.");
-            // The same picture may lie there several times.
+            // The same image may be used several times.
             if (!std::ranges::contains(m_images, file) && !OverlayImage::isDecodable(m_ffmpeg, file, m_stop))
                 throw captureError(std::format("«{}» no es una imagen que se pueda usar.", overlay.content));
             if (overlay.width * static_cast<double>(outputSize().width) > static_cast<double>(VideoLimits::largestSide))
@@ -246,7 +247,7 @@ private:
         }
     }
 
-    /// Nothing is rendered for a destination that cannot be written, or that would replace what the project is made of.
+    /// Refuses a destination that cannot be written, or that is a source of the project, before rendering.
     void checkDestination() const
     {
         std::string extension = m_destination.extension().string();
@@ -260,7 +261,7 @@ private:
             failWith(ENOENT, folder);
         if (const fs::path subtitles = subtitleFile(m_destination); fs::is_directory(subtitles))
             failWith(EISDIR, subtitles);
-        // The subtitles come into the folder, whatever is there.
+        // Subtitles are always written to the folder.
         for (const auto& target : {m_destination, folder}) {
             if (fs::exists(target) && ::access(target.c_str(), W_OK) != 0)
                 failWith(errno, target);
@@ -274,8 +275,8 @@ private:
             throw captureError("El destino es un archivo original del proyecto. Elige otro nombre.");
     }
 
-    /// Puts the complete video and its subtitles in their places. What can fail for want of room comes before the first of
-    /// them is replaced. Returns where subtitles that no export wrote were kept.
+    /// Moves the complete video and its subtitles to their final names. Steps that can fail on a full disk come before
+    /// the first replacement. Returns the path where foreign subtitles were kept.
     std::optional<fs::path> putInPlace(const WorkFolder& beside) const
     {
         const fs::path video = beside / "video.mp4";
@@ -297,7 +298,7 @@ private:
         return kept;
     }
 
-    /// How much later the mix is than the recording, in seconds.
+    /// Latency of the mix in seconds.
     double mixDelay() const { return limiterDelay + (reducesNoise() ? noiseReductionDelay : 0); }
 
     bool reducesNoise() const { return m_project.edit.noiseReduction && std::ranges::any_of(m_inputs, isMicrophone); }
@@ -307,7 +308,7 @@ private:
         return input.hasAudio && input.track.kind == TrackKind::microphone;
     }
 
-    /// The inputs of the mix: all as late as the microphone comes out of the noise reduction.
+    /// The inputs of the mix, all delayed by the latency of the noise reduction on the microphone.
     Arguments soundInputArguments() const
     {
         const bool late = reducesNoise();
@@ -331,7 +332,7 @@ private:
         ProcessRunner::run(m_ffmpeg, arguments, {}, 0, stop);
     }
 
-    /// Copies a film that an export has made of the same edit. Returns whether there is one that stayed as it was meanwhile.
+    /// Copies the film of an earlier export of the same edit. Returns false if there is none or it changed meanwhile.
     bool takeFinished(const std::string& signature, const fs::path& target, const ProgressCallback& progress) const
     {
         const auto finished = FinishedFilms::find(m_project, m_store, signature);
@@ -340,7 +341,7 @@ private:
         try {
             copyFile(*finished, target, progress, m_stop);
         } catch (const fs::filesystem_error&) {
-            return false; // Rendering tells what is wrong, if it is the disk.
+            return false; // If the disk is at fault, rendering reports it.
         }
         if (FinishedFilms::find(m_project, m_store, signature) == finished)
             return true;
@@ -369,14 +370,14 @@ private:
     {
         Arguments line = encoder.arguments(RenderGraph::videoBitRate(m_settings.quality, outputSize(), m_settings.fps));
         append(line, encoder.noFinerThan(RenderGraph::smallestQuantizer(m_settings.quality)));
-        // As the segments of a streaming package begin: it can then take over the frames.
+        // Key frames where the segments of a streaming package begin, so that the package can copy the frames.
         append(line, {"-g", std::to_string(m_settings.fps * HlsLadder::segmentSeconds)});
         append(line, HlsLadder::forcedKeyFrames());
         return line;
     }
 
-    /// Mixes the sound while the picture is rendered: the mix reaches the render through a pipe, not through the disk. The
-    /// pipe lies among the temporary files, as not every file system that a library may be on has pipes.
+    /// Mixes the audio while the video is rendered: the mix goes through a pipe, not through the disk. The pipe is in
+    /// the temporary folder because not every file system of a library supports pipes.
     void renderBeside(
         const WorkFolder& work, const fs::path& target, const VideoEncoder& encoder, const ProgressCallback& progress) const
     {
@@ -408,7 +409,7 @@ private:
             append(arguments, OverlayImage::input(image, m_project.duration));
         append(arguments, {"-/filter_complex", (work / "filters.txt").string(), "-map", "[vout]", "-map", "[aout]"});
         append(arguments, encoderArguments(encoder));
-        // A constant rate gives the last frame its length: otherwise the picture ends a frame before the sound.
+        // A constant rate gives the last frame its duration: otherwise the video ends one frame before the audio.
         append(arguments, {"-r", std::to_string(m_settings.fps)});
         append(arguments,
             {"-c:a", "aac", "-ar", "48000", "-b:a", "128k", "-movflags", "+faststart", "-t", numberText(playable),
@@ -416,14 +417,14 @@ private:
         ProcessRunner::run(m_ffmpeg, arguments, progress, playable, stop);
     }
 
-    /// Threads within a filter. Only sharpening is dear enough to be worth handing parts of a frame about.
+    /// Threads per filter. Only sharpening is expensive enough to gain from slices.
     int filterThreads() const
     {
         constexpr int mostThreads = 8;
         return m_project.edit.sharpen ? std::min(availableCores(), mostThreads) : 1;
     }
 
-    /// The inputs of the render, each after how it is decoded.
+    /// The inputs of the render, each preceded by its decoder options.
     Arguments pictureInputArguments(const VideoEncoder& encoder) const
     {
         Arguments arguments;
@@ -437,14 +438,14 @@ private:
         return arguments;
     }
 
-    /// Threads that decode an input; 0 leaves it to the decoder. Each further one costs time and keeps frames of its own:
-    /// one is enough while the encoder is slower than it. Many cores, and an encoder that leaves them free, are faster.
+    /// Decoder threads of an input; 0 leaves the choice to the decoder. Each thread costs time and buffers frames: one
+    /// is enough while the encoder is slower. With many cores, or a hardware encoder, more are faster.
     int decoderThreads(std::size_t input, const VideoEncoder& encoder) const
     {
-        constexpr int coresPerThread = 4; // Of an encoder in software for each thread that decodes for it.
+        constexpr int coresPerThread = 4; // Cores of a software encoder per decoder thread.
         constexpr int mostThreads = 4;
         if (m_inputs[input].track.kind == TrackKind::camera)
-            return 1; // Its picture is small, and never what the others wait for.
+            return 1; // Small frames, never the bottleneck.
         if (!m_decoding[input].isEasy)
             return 0;
         const int cores = availableCores();
@@ -486,7 +487,7 @@ fs::path subtitleFile(const fs::path& video)
 Outcome exportVideo(const VideoProject& project, const ProjectStore& store, const fs::path& destination,
     const ExportSettings& settings, const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop)
 {
-    // A link is written through: renaming over it would leave what it leads to as it was.
+    // Resolves links: renaming over one would leave its target unchanged.
     return Export(project, store, fs::weakly_canonical(fs::absolute(destination)), settings, probe, stop).run(progress);
 }
 

@@ -12,7 +12,7 @@
 
 namespace orvo {
 
-/// What an export leaves beside the video.
+/// The subtitle file that an export writes beside the video.
 enum class SubtitleCues : std::uint8_t {
     words, ///< One cue for each word.
     phrases, ///< Cues that people can read: `Phrases`.
@@ -40,7 +40,7 @@ namespace ExportService {
 /// The SubRip file that an export to `video` leaves beside it.
 std::filesystem::path subtitleFile(const std::filesystem::path& video);
 
-/// What the user should know about work that succeeded.
+/// Notices for the user about work that succeeded.
 struct Outcome {
     bool hardwareFailed = false; ///< A hardware encoder failed; the software encoder took over.
     std::optional<std::filesystem::path> keptSubtitles; ///< The copy of subtitles that no export wrote.
@@ -52,35 +52,35 @@ struct Outcome {
 /// Renders the whole edit of a project to the MP4 file `destination` and writes the transcript as a SubRip file of the same
 /// name beside it.
 ///
-/// A film that an export made of the same edit in the same size, rate and quality is copied instead of rendered once more,
-/// if it is still as it was: `FinishedFilms`.
+/// Copies the film of an earlier export instead of rendering again if it shows the same edit in the same size, rate and
+/// quality and its file is unchanged: see `FinishedFilms`.
 ///
-/// Both are made in a hidden folder beside `destination` and take their names when they are complete and on the disk: older
-/// files stay when the export fails or is cancelled. Subtitles that no export wrote, or that were corrected since, are kept
-/// as "NAME.srt.bak". `progress` receives 0..1 during the final render. Both work folders, here and in the project's folder,
-/// are removed however the call ends; those that a killed process left are removed by the next export.
+/// Both files are written to a hidden folder beside `destination` and renamed when they are complete and on disk: older
+/// files survive a failed or cancelled export. Subtitles that no export wrote, or that were corrected since, are kept
+/// as "NAME.srt.bak". `progress` receives 0..1 during the final render. The two work folders, here and in the project
+/// folder, are removed when the call ends; the next export removes those of a killed process.
 ///
-/// Throws `captureError` with a text for the user (no usable `ffmpeg`, nothing visible to render, a size, a length or a
-/// frame rate that no video has, a missing file, an
-/// image that cannot be decoded, a destination that is no ".mp4" or is one of the project's own files, a failed `ffmpeg`),
-/// file system errors unchanged, and `Cancelled`.
+/// Throws `captureError` with a text for the user (no usable `ffmpeg`, nothing visible to render, an unsupported size,
+/// length or frame rate, a missing file, an undecodable image, a destination that is not an ".mp4" or is one of the
+/// project's own files, a failed `ffmpeg`), file system errors unchanged, and `Cancelled`.
 Outcome exportVideo(const VideoProject& project, const ProjectStore& store, const std::filesystem::path& destination,
     const ExportSettings& settings, const MediaProbe& probe, const ProgressCallback& progress = {},
     const std::stop_token& stop = {});
 
-/// Makes a package for encrypted streaming (HLS) from the rendered movie `from` of a project: in the folder `destination`,
-/// which is made when needed, a new key ("key.bin"), a folder with playlist and segments for each step of `HlsLadder`, the
-/// master playlist, the subtitles ("captions.vtt") and a still of the first frame ("poster.jpg").
+/// Makes a package for encrypted streaming (HLS) from the rendered movie `from` of a project. Creates the folder
+/// `destination` if needed and writes to it a new key ("key.bin"), a folder with playlist and segments for each step of
+/// `HlsLadder`, the master playlist, the subtitles ("captions.vtt") and a still of the first frame ("poster.jpg").
 ///
-/// Steps are encoded side by side, as many as the cores and the memory allow. Where the movie already is what a step needs,
-/// its frames are copied: the size, key frames every 6 seconds, and no segment above what the master playlist declares.
+/// Encodes as many steps in parallel as cores and memory allow. Copies the frames of the movie for a step that they
+/// already suit: the right size, key frames every 6 seconds, and no segment above the bit rate that the master playlist
+/// declares.
 ///
-/// The master playlist is written when every step is complete: a folder that has it has all of them. What lies in the folder
-/// under other names is left alone. `progress` receives 0..1.
+/// The master playlist is written last: a folder that has it is complete. Other files in the folder are left alone.
+/// `progress` receives 0..1.
 ///
-/// Throws `captureError` with a text for the user (no `ffmpeg`, a project without a usable size, a failed or incomplete run
-/// of `ffmpeg`), file system errors unchanged, and `Cancelled`. The steps made so far stay then; the file that tells
-/// `ffmpeg` where the key is ("key-info.txt") never does.
+/// Throws `captureError` with a text for the user (no `ffmpeg`, a project without a usable size, a failed or incomplete
+/// run of `ffmpeg`), file system errors unchanged, and `Cancelled`. Steps that are complete stay; the file that gives
+/// `ffmpeg` the path of the key ("key-info.txt") does not.
 Outcome hls(const std::filesystem::path& from, const VideoProject& project, const std::filesystem::path& destination,
     const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 

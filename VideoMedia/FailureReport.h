@@ -2,11 +2,11 @@
 
 #include <string_view>
 
-/// What programs write when they fail. Pure.
+/// The error output of programs. Pure functions.
 namespace orvo::FailureReport {
 
-/// The line of a report that says why: the last one that is neither blank, nor a figure of progress ("frame=…"), nor a mere
-/// summary. Empty where there is none. A part of `report`.
+/// The line of an error output that gives the reason: the last one that is not blank, not progress ("frame=…") and not
+/// a generic summary. Empty if there is none. The result refers to `report`.
 std::string_view cause(std::string_view report);
 
 } // namespace orvo::FailureReport

@@ -18,18 +18,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Containers that hold media themselves, by the names ffmpeg gives them. Play lists and scripts are not among them.
+/// Containers that hold media themselves, by ffmpeg's names. Excludes playlists and scripts.
 constexpr std::string_view containers = "aac,ac3,aiff,asf,avi,caf,dv,eac3,flac,flv,gif,h264,hevc,image2,jpeg_pipe,matroska,"
                                         "webm,mov,mp4,m4a,3gp,3g2,mj2,mp3,mpeg,mpegts,"
                                         "mxf,nut,ogg,png_pipe,rm,wav,w64,webp_pipe,wtv,y4m,yuv4mpegpipe";
 
-/// What is asked of a file, as `-show_entries` takes it.
+/// The requested fields, for `-show_entries`.
 constexpr std::string_view wantedEntries = "format=duration:"
                                            "stream=codec_type,codec_name,width,height,pix_fmt,color_range,avg_frame_rate:"
                                            "stream_disposition=attached_pic:"
                                            "stream_side_data=rotation";
 
-/// The `ffprobe` beside `ffmpeg`, or where links lead.
+/// The `ffprobe` beside `ffmpeg`, or beside the target of its link.
 std::optional<fs::path> findFfprobe(const fs::path& ffmpeg)
 {
     std::error_code ignored;
@@ -47,7 +47,7 @@ std::string_view text(yyjson_val* object, const char* key)
     return yyjson_is_str(value) ? std::string_view(yyjson_get_str(value), yyjson_get_len(value)) : std::string_view();
 }
 
-/// Reads a number that ffprobe gives as text.
+/// Parses a number from ffprobe's text.
 std::optional<double> number(std::string_view digits)
 {
     double value = 0;
@@ -57,7 +57,7 @@ std::optional<double> number(std::string_view digits)
     return value;
 }
 
-/// Reads a fraction such as "30000/1001"; 0 when it is none.
+/// Parses a fraction such as "30000/1001"; 0 if it is none.
 double fraction(std::string_view value)
 {
     const std::size_t slash = value.find('/');
@@ -67,7 +67,7 @@ double fraction(std::string_view value)
     return over > 0 ? number(value.substr(0, slash)).value_or(0) / over : 0;
 }
 
-/// Clockwise degrees of the display matrix; files tell them counter-clockwise.
+/// Clockwise degrees of the display matrix; files store them counter-clockwise.
 int rotation(yyjson_val* stream)
 {
     std::size_t index = 0;

@@ -4,11 +4,10 @@
 
 namespace orvo {
 
-/// Reads media facts with the `ffprobe` that belongs to the found `ffmpeg`: its durations are right for fragmented files
-/// too.
+/// Reads media facts with the `ffprobe` beside the found `ffmpeg`. Its durations are right for fragmented files too.
 ///
-/// Only real media containers are accepted, read from the file alone: a play list or a script that would have other files
-/// or addresses opened in its place is refused.
+/// Accepts only containers that hold media themselves. Refuses playlists and scripts, which could make it open other
+/// files or addresses.
 class FfprobeMediaProbe final : public MediaProbe {
 public:
     /// Throws as `MediaProbe::facts`; without `ffprobe`, `captureError` with "FFmpeg no está instalado.".

@@ -21,9 +21,9 @@ namespace {
 
 constexpr std::string_view fileName = "films.txt";
 constexpr std::size_t mostFilms = 8;
-constexpr int renderer = 1; ///< Raised when the same edit comes to show something else.
+constexpr int renderer = 1; ///< Increment when the same edit renders differently.
 
-/// The size and the time of a file, by which a changed one is told; empty for what is no file.
+/// Size and modification time of a file, to detect changes; empty if it is not a file.
 std::string stateOf(const fs::path& file)
 {
     struct stat facts{};
@@ -43,7 +43,7 @@ fs::path listOf(const VideoProject& project, const ProjectStore& store)
     return store.directory(project.id) / fileName;
 }
 
-/// The films that are still as they were when they were remembered, the newest first.
+/// Films whose files are unchanged, newest first.
 std::vector<Film> filmsIn(const fs::path& list)
 {
     std::vector<Film> films;

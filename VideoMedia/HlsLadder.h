@@ -10,10 +10,11 @@
 /// The quality steps of a streaming package. Pure functions.
 namespace orvo::HlsLadder {
 
-/// Seconds of a segment. Every segment of every step begins with a key frame, so that a player can change between them.
+/// Length of a segment in seconds. Every segment of every step begins with a key frame, so that players can switch
+/// between steps.
 inline constexpr std::int64_t segmentSeconds = 6;
 
-/// The options by which an encoder makes a key frame at the beginning of every segment.
+/// Encoder options that force a key frame at the beginning of every segment.
 std::vector<std::string> forcedKeyFrames();
 
 /// One quality step.
@@ -27,13 +28,13 @@ struct Rendition {
     friend bool operator==(const Rendition&, const Rendition&) = default;
 };
 
-/// The steps for a project, ascending: 480, 720, 1080, 1440 and 2160 up to its own height, or its own height alone when that
-/// is less than 480.
+/// The steps for a project, ascending: 480, 720, 1080, 1440 and 2160 lines up to the height of the project, or that
+/// height alone if it is below 480.
 ///
 /// Throws `captureError` for a project without a usable size or frame rate.
 std::vector<Rendition> of(const VideoProject& project);
 
-/// The text of the playlist that names every step's own.
+/// The master playlist, which refers to the playlist of every step.
 std::string masterPlaylist(std::span<const Rendition> ladder);
 
 } // namespace orvo::HlsLadder

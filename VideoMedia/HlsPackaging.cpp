@@ -29,7 +29,7 @@ namespace {
 
 constexpr std::size_t keySize = 16;
 constexpr std::string_view systemEncoder = "h264_videotoolbox";
-constexpr std::uintmax_t cipherBlock = 16; ///< Bytes; an encrypted segment is a multiple of it.
+constexpr std::uintmax_t cipherBlock = 16; ///< Bytes; encrypted segments are a multiple of it.
 
 void writeKey(const fs::path& file)
 {
@@ -39,7 +39,7 @@ void writeKey(const fs::path& file)
     writeFileAtomically(file, std::string(key.begin(), key.end()));
 }
 
-/// The file that tells ffmpeg where players find the key and where it is now; gone again when the object goes.
+/// The file that gives ffmpeg the key's address for players and its present path. Removed by the destructor.
 class KeyInfo {
 public:
     KeyInfo(fs::path file, const fs::path& key)
@@ -61,8 +61,8 @@ private:
     fs::path m_file;
 };
 
-/// The folder under a path that ffmpeg can take for a pattern of file names: where it has a per cent sign, a link to it that
-/// has none, gone again when the object goes.
+/// A path of the folder without per cent signs, which ffmpeg would treat as a pattern: a link to it if its own path has
+/// any. Removed by the destructor.
 class PlainPath {
 public:
     explicit PlainPath(const fs::path& folder)
@@ -90,8 +90,9 @@ private:
     fs::path m_link;
 };
 
-/// The encoder with its bit rate, which it keeps to within half a second: what the master playlist declares is then true of
-/// every segment, where one that saves bits for long would spend them all in the next. The system encoder has only the mean.
+/// The encoder with a bit rate that it keeps within half a second, so that every segment respects the master playlist.
+/// An encoder that saves bits for longer would spend them all in the next segment. The system encoder supports only the
+/// mean.
 Arguments encoderArguments(const VideoEncoder& encoder, const HlsLadder::Rendition& step)
 {
     Arguments line = encoder.plainArguments(step.bitRate);
@@ -101,11 +102,11 @@ Arguments encoderArguments(const VideoEncoder& encoder, const HlsLadder::Renditi
     return line;
 }
 
-/// A step of the ladder under way.
+/// A step of the ladder that is being made.
 struct Rung {
     HlsLadder::Rendition step;
     fs::path folder;
-    bool isCopied = false; ///< The movie's own frames.
+    bool isCopied = false; ///< Copies the movie's frames.
 
     std::int64_t pixels() const { return step.width * step.height; }
 };
@@ -120,7 +121,7 @@ public:
     {
     }
 
-    /// The line that makes all `rungs`; `encoders` are those of the ones that are not copied, in their order.
+    /// The arguments that make all `rungs`; `encoders` belong to those that are not copied, in order.
     Arguments line(std::span<const Rung> rungs, std::span<const VideoEncoder> encoders) const
     {
         Arguments line{"-hide_banner", "-nostdin", "-y"};
@@ -178,8 +179,8 @@ private:
     const PlainPath& m_plain;
 };
 
-/// How many of the first rungs one run makes: at least one, and more as long as the cores can work on them. Each encoder
-/// keeps many frames, so that the number of pixels is what counts for the memory as well.
+/// How many of the first rungs one run makes: at least one, more while cores are free. Encoders buffer many frames, so
+/// the number of pixels bounds the memory too.
 std::size_t togetherIn(std::span<const Rung> rungs)
 {
     constexpr std::int64_t pixelsPerCore = 1920 * 1080;
@@ -193,7 +194,8 @@ std::size_t togetherIn(std::span<const Rung> rungs)
     return count;
 }
 
-/// ffmpeg can come to its end without having written everything, for example on a full disk. Throws `captureError` then.
+/// Throws `captureError` if files are incomplete: ffmpeg can exit successfully without having written everything, for
+/// example on a full disk.
 void requireComplete(const fs::path& folder)
 {
     const std::string playlist = readFile(folder / "index.m3u8");
@@ -231,7 +233,7 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
     const fs::path folder = fs::absolute(destination);
     const fs::path movie = fs::absolute(from);
     fs::create_directories(folder);
-    fs::remove(folder / "master.m3u8"); // What follows does not belong to an earlier one.
+    fs::remove(folder / "master.m3u8"); // Invalidates an earlier package.
     writeKey(folder / "key.bin");
     const KeyInfo key(folder / "key-info.txt", folder / "key.bin");
     const PlainPath plain(folder);
@@ -249,7 +251,7 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
     Outcome outcome;
     const Encoding encoding(movie, key, plain);
     const double seconds = project.playableDuration();
-    double done = 0; // Of all pixels.
+    double done = 0; // Share of all pixels.
     for (std::span<const Rung> left = rungs; !left.empty();) {
         const auto together = left.first(togetherIn(left));
         left = left.subspan(together.size());

@@ -8,7 +8,7 @@
 
 namespace orvo {
 
-/// What is known of a media file without decoding it.
+/// Properties of a media file, read without decoding it.
 struct MediaFacts {
     struct Video {
         std::int64_t width = 0; ///< Pixels, as stored.
@@ -19,7 +19,7 @@ struct MediaFacts {
         std::string pixelFormat; ///< As `ffmpeg` names it, "yuv420p" for example; empty when not known.
         std::string colorRange; ///< "tv" (16 to 235) or "pc" (0 to 255); empty when the file does not tell.
 
-        /// The size of the picture as players show it.
+        /// The frame size as players show it, after rotation.
         std::int64_t uprightWidth() const noexcept { return rotation % 180 == 0 ? width : height; }
         std::int64_t uprightHeight() const noexcept { return rotation % 180 == 0 ? height : width; }
     };
@@ -29,7 +29,7 @@ struct MediaFacts {
     int audioStreams = 0;
 };
 
-/// Reads the facts of media files. Implemented by the platform layer; usable from any thread.
+/// Reads properties of media files. Usable from any thread.
 class MediaProbe {
 public:
     MediaProbe() = default;
@@ -37,8 +37,8 @@ public:
     MediaProbe& operator=(const MediaProbe&) = delete;
     virtual ~MediaProbe() = default;
 
-    /// Blocks while the file is read. Throws `captureError` with a text for the user when the file cannot be read as
-    /// media, and `Cancelled` when `stop` was requested.
+    /// Blocks. Throws `captureError` with a text for the user if the file is not readable media, and `Cancelled` if
+    /// `stop` was requested.
     virtual MediaFacts facts(const std::filesystem::path& file, const std::stop_token& stop = {}) const = 0;
 };
 

@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The facts of a copy. A failure names the movie that the user knows.
+/// Probes a copy. Errors name the original movie.
 MediaFacts factsOf(const fs::path& copy, const fs::path& movie, const MediaProbe& probe, const std::stop_token& stop)
 {
     try {
@@ -39,7 +39,7 @@ CopiedMovie copyMovie(const ProjectStore& store, const fs::path& movie, const Vi
     const auto facts = factsOf(copy, movie, probe, stop);
     if (!facts.duration || !std::isfinite(*facts.duration) || *facts.duration <= 0)
         throw captureError("El archivo no contiene una duración válida.");
-    // A project takes its size from its first track.
+    // The first track determines the frame size.
     if (!facts.video && (project.tracks.empty() || facts.audioStreams == 0))
         throw captureError(std::format("«{}» no contiene vídeo.", movie.filename().string()));
     copied.duration = *facts.duration;
@@ -53,7 +53,7 @@ CopiedMovie copyMovie(const ProjectStore& store, const fs::path& movie, const Vi
 void append(VideoProject& project, const CopiedMovie& movie)
 {
     const bool first = project.tracks.empty();
-    if (first && movie.width == 0) // The other tracks were removed while it was copied.
+    if (first && movie.width == 0) // The other tracks were removed during the copy.
         throw captureError("La película no contiene vídeo y el proyecto ya no tiene otras pistas.");
     if (first) {
         project.width = movie.width;

@@ -12,10 +12,10 @@
 
 namespace orvo {
 
-/// Brings existing movie files into the library.
+/// Imports movie files into the library.
 namespace MovieImport {
 
-/// A movie that lies in a project's folder and is not yet part of the project.
+/// A movie that was copied into a project folder but is not part of the project yet.
 struct CopiedMovie {
     std::string file; ///< Relative to the project folder.
     double duration = 0; ///< Seconds.
@@ -28,17 +28,17 @@ struct CopiedMovie {
 CopiedMovie copyMovie(const ProjectStore& store, const std::filesystem::path& movie, const VideoProject& project,
     const MediaProbe& probe, const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 
-/// Adds a copied movie after everything in the project. The first track of a project is its screen track and gives it its
-/// size; later ones are clips. Saves nothing. Throws `captureError` for a first track with sound only.
+/// Appends a copied movie to the project. The first track becomes the screen track and determines the frame size; later
+/// ones are clips. Does not save. Throws `captureError` if the first track has sound only.
 void append(VideoProject& project, const CopiedMovie& movie);
 
-/// Copies a movie into the project `target`, appended after everything in it, or into a new project titled with the file's
-/// name. Returns the changed project, saved.
+/// Copies a movie and appends it to the project `target`, or to a new project named after the file. Returns the changed
+/// project, saved.
 ///
-/// Blocks; `progress` receives the copied fraction. Throws `captureError` ("El archivo no contiene una duración válida.", or
-/// a text that says why the file is no movie), file system errors unchanged, and `Cancelled`. The project's document is not
-/// changed then; a finished copy, and the folder made for a new project, stay after a failure. Cancelled, a new project is
-/// gone.
+/// Blocks; `progress` receives the copied fraction. Throws `captureError` ("El archivo no contiene una duración
+/// válida.", or a text that says why the file is not a movie), file system errors unchanged, and `Cancelled`. Then the
+/// document is unchanged. A failure keeps a complete copy and the folder of a new project; cancelling removes a new
+/// project.
 VideoProject importMovie(const ProjectStore& store, const std::filesystem::path& movie, std::optional<VideoProject> target,
     const MediaProbe& probe, const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 

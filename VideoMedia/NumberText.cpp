@@ -10,11 +10,11 @@ namespace orvo {
 
 std::string numberText(double value)
 {
-    // Products of huge numbers overflow, and filters read finite ones only.
+    // Products of huge numbers overflow; filters accept only finite ones.
     constexpr double limit = std::numeric_limits<double>::max();
     value = std::isnan(value) ? 0 : std::clamp(value, -limit, limit);
     std::array<char, 32> buffer{};
-    // Plain decimals where every digit before the point is significant, exponents beyond.
+    // Plain decimals while every digit before the point is significant, exponents beyond.
     const double size = std::abs(value);
     const bool plain = size == 0 || (size >= 1e-4 && size < 0x1p54);
     const auto format = plain ? std::chars_format::fixed : std::chars_format::scientific;

@@ -19,7 +19,7 @@ using namespace std::string_view_literals;
 struct Signature {
     Kind kind;
     std::string_view begin;
-    std::string_view at8 = {}; ///< What stands at byte 8.
+    std::string_view at8 = {}; ///< The bytes at offset 8.
 };
 
 // TIFF has two byte orders.
@@ -39,8 +39,8 @@ constexpr auto allKinds = [] {
     return kinds;
 }();
 
-/// The demuxers of the kinds, and the one that `ffmpeg` takes by the file's name. Playlists and scripts, which would have
-/// other files read, are not among them.
+/// The demuxers of the formats, and the one that `ffmpeg` chooses by extension. Excludes playlists and scripts, which
+/// could make it read other files.
 std::string formats()
 {
     std::string list = "image2";
@@ -55,8 +55,8 @@ bool isAnimation(const fs::path& file)
     return kind && kind->demuxer == "gif";
 }
 
-/// The options before "-i" that have the name taken as it stands: with a percent sign it would be a pattern for a series of
-/// pictures. Animations know neither patterns nor the option.
+/// Options that make ffmpeg take the path literally: a percent sign would make it a pattern for an image sequence.
+/// Animations know neither patterns nor the option.
 Arguments literally(const fs::path& file)
 {
     if (file.native().contains('%') && !isAnimation(file))
@@ -92,7 +92,7 @@ const Kind* kindOf(const fs::path& file)
 
 Arguments input(const fs::path& file, double seconds)
 {
-    // The overlay repeats the last frame it was given: a still image is decoded and scaled once.
+    // The overlay repeats the last frame, so a still is decoded and scaled once.
     Arguments arguments = literally(file);
     if (isAnimation(file))
         append(arguments, {"-ignore_loop", "0", "-t", numberText(seconds)});

@@ -17,10 +17,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// A named pipe, gone again when the object goes.
+/// A named pipe, removed by the destructor.
 ///
-/// It holds both ends open, so that neither program waits for the other one to open its own, and so that a writer never
-/// fails because its reader has ended: the reader's failure is the one to report.
+/// Keeps both ends open: neither program waits for the other to open its end, and the writer does not fail because the
+/// reader ended. The failure of the reader is the one to report.
 class NamedPipe {
 public:
     explicit NamedPipe(fs::path path)
@@ -41,10 +41,10 @@ public:
     NamedPipe(const NamedPipe&) = delete;
     NamedPipe& operator=(const NamedPipe&) = delete;
 
-    /// Gives the reader its end of data, once the writer has ended too.
+    /// Call after the writer has ended: the reader sees the end of the data.
     void closeWriting() { closeEnd(m_writing); }
 
-    /// Has a writer that still writes fail, once the reader has ended too.
+    /// Call after the reader has ended: a writer that still writes fails.
     void closeReading() { closeEnd(m_reading); }
 
 private:

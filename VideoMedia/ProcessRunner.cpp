@@ -36,7 +36,7 @@ constexpr std::size_t chunkSize = 16'384;
 constexpr std::size_t failureTail = 1'800;
 constexpr auto gracePeriod = std::chrono::seconds(2);
 
-/// Length of the UTF-8 sequence at the start of `text`, or 0 when it is not valid.
+/// Length of the UTF-8 sequence at the start of `text`, or 0 if it is invalid.
 std::size_t sequenceLength(std::string_view text)
 {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -78,7 +78,7 @@ std::string_view lastCharacters(std::string_view text, std::size_t count)
     return text.substr(start);
 }
 
-/// Reports the progress that one chunk of output tells.
+/// Parses progress from a chunk of output and reports it.
 void reportProgress(std::string_view chunk, double duration, const ProgressCallback& onProgress)
 {
     constexpr std::string_view key = "out_time_us=";
@@ -98,7 +98,7 @@ void reportProgress(std::string_view chunk, double duration, const ProgressCallb
     }
 }
 
-/// Both ends of a pipe, closed when they are no longer used.
+/// Both ends of a pipe, closed when no longer used.
 class Pipe {
 public:
     Pipe()
@@ -119,11 +119,11 @@ private:
     UniqueFd m_writing;
 };
 
-/// The environment of a child: this one's, and from how many bytes on glibc's allocator gives a block back to the system as
-/// soon as it is free.
+/// The environment of a child: a copy of this one, with the size from which glibc's allocator returns free blocks to
+/// the system at once.
 ///
-/// ffmpeg allocates as much as is left of a graph's text for each word that it reads of it. Among smaller blocks that stay,
-/// these would be kept too, and a graph of many cuts would take several times the memory that it needs.
+/// For each word of a graph that ffmpeg parses, it allocates as much as remains of the text. Between smaller live
+/// blocks these would not be returned, and a graph with many cuts would take several times the memory that it needs.
 class ChildEnvironment {
 public:
     ChildEnvironment()
@@ -142,17 +142,17 @@ private:
     std::vector<char*> m_pointers;
 };
 
-/// What the child does between fork and exec: async-signal-safe calls only. Returns where one fails, with `errno` set.
+/// Runs in the child between fork and exec: async-signal-safe calls only. Returns on failure, with `errno` set.
 void becomeProgram(const char* executable, char* const* arguments, char* const* environment, int output, pid_t parent)
 {
-    // A group of its own, so that a stop reaches what a wrapper script has started too.
+    // A process group of its own, so that a stop also reaches the children of a wrapper script.
     ::setpgid(0, 0);
-    // The child must not outlive a crash of this program: a later export would have a second writer. The signal comes at the
-    // end of the thread that forks, which waits for the child.
+    // The child must not outlive a crash of this program: a later export would have a second writer. The kernel sends
+    // the signal when the forking thread ends; that thread waits for the child.
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != parent)
         ::_exit(127);
-    // The child gets ordinary signal handling, whatever this thread blocks and this program ignores.
+    // Resets signal handling: the child must not inherit blocked or ignored signals.
     struct sigaction ordinary{};
     ordinary.sa_handler = SIG_DFL; // NOLINT(cppcoreguidelines-pro-type-union-access)
     for (const int signal : {SIGINT, SIGTERM, SIGPIPE, SIGQUIT, SIGHUP, SIGCHLD})
@@ -160,7 +160,7 @@ void becomeProgram(const char* executable, char* const* arguments, char* const* 
     sigset_t none;
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
-    // A child that reads what is typed would take it from a terminal that is not its own.
+    // A child must not read from the terminal of this program.
     const int input = ::open("/dev/null", O_RDONLY);
     if (input < 0 || ::dup2(input, STDIN_FILENO) < 0 || ::dup2(output, STDOUT_FILENO) < 0
         || ::dup2(output, STDERR_FILENO) < 0)
@@ -193,7 +193,7 @@ pid_t spawn(const fs::path& executable, const std::vector<std::string>& argument
     int error = child < 0 ? errno : 0;
     failure.closeWriting();
     if (child > 0) {
-        ::setpgid(child, child); // Whoever of the two comes first.
+        ::setpgid(child, child); // Parent and child both set it; the first one wins.
         ssize_t got = 0;
         do
             got = ::read(failure.reading(), &error, sizeof error);
@@ -208,7 +208,7 @@ pid_t spawn(const fs::path& executable, const std::vector<std::string>& argument
     return child;
 }
 
-/// A program that was started with SIGCHLD ignored would never learn how its children end.
+/// With SIGCHLD ignored, a program never learns how its children end.
 void hearOfChildren()
 {
     struct sigaction present{};
@@ -223,7 +223,7 @@ void hearOfChildren()
     ::sigaction(SIGCHLD, &present, nullptr);
 }
 
-/// Ends a child, and what it has started, when it is asked to stop: first by request, after a while by force.
+/// Ends a child and its descendants when a stop is requested: first by SIGTERM, after a while by SIGKILL.
 class StopWatch {
 public:
     StopWatch(pid_t child, const std::stop_token& stop)
@@ -235,7 +235,7 @@ public:
     StopWatch(const StopWatch&) = delete;
     StopWatch& operator=(const StopWatch&) = delete;
 
-    /// To be called before the child is waited for: its number may be another process's afterwards.
+    /// Call before reaping the child: afterwards its pid may belong to another process.
     void waited()
     {
         {
@@ -269,7 +269,7 @@ private:
     std::stop_callback<std::function<void()>> m_callback;
 };
 
-/// Reads everything a child writes, keeping the end of it.
+/// Reads the output of a child and keeps its end.
 std::string collect(int descriptor, const ProgressCallback& onProgress, double duration)
 {
     std::string output;
@@ -289,14 +289,14 @@ std::string collect(int descriptor, const ProgressCallback& onProgress, double d
     }
 }
 
-/// Waits until the child has ended but leaves it to be reaped, so that its number stays its own.
+/// Waits until the child has ended without reaping it, so that its pid stays valid.
 void waitForEnd(pid_t child)
 {
     siginfo_t info{};
     while (::waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) { }
 }
 
-/// How the child has ended; as a failure when that is not to be learnt.
+/// The exit status of the child; a failure if it cannot be determined.
 int reap(pid_t child)
 {
     int status = 0;
@@ -329,7 +329,7 @@ std::optional<fs::path> ffmpeg()
         fs::path("/usr/local/bin/ffmpeg"),
     };
     const auto executable = [](const fs::path& file) {
-        std::error_code unseen; // One that cannot be looked at is none.
+        std::error_code unseen; // Inaccessible files are skipped.
         return fs::is_regular_file(file, unseen) && ::access(file.c_str(), X_OK) == 0;
     };
     const auto found = std::ranges::find_if(candidates, executable);
@@ -338,7 +338,8 @@ std::optional<fs::path> ffmpeg()
 
 void requireUsable(const fs::path& ffmpeg)
 {
-    // libavfilter's version tells the release also where the program's own version is a build's name: 10 came with FFmpeg 7.
+    // The version of libavfilter identifies the release even where the program's own version is the name of a build: 10
+    // came with FFmpeg 7.
     constexpr int oldestFilterLibrary = 10;
     constexpr std::string_view library = "libavfilter";
 
@@ -372,7 +373,7 @@ std::string run(const fs::path& executable, const std::vector<std::string>& argu
     std::string output;
     int status = 0;
     {
-        // A callback that throws must not leave the child behind.
+        // A throwing callback must not leave the child behind.
         struct Reaper {
             pid_t child;
             int* status;

@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::int64_t pictureBitRate = 12'000'000;
 
-/// Whether the file of a track that a browser recorded is to begin with the recording.
+/// Whether the file of a browser's track has to begin with the recording.
 bool isAligned(const MediaTrack& track)
 {
     return track.start != 0 && track.kind != TrackKind::clip && fs::path(track.file).extension() == ".webm";
@@ -32,7 +32,7 @@ bool isSound(const MediaTrack& track)
     return track.kind == TrackKind::microphone || track.kind == TrackKind::system;
 }
 
-/// The new files of a preparation, gone again unless it came to its end.
+/// The new files of a preparation, removed by the destructor unless it succeeded.
 class NewFiles {
 public:
     NewFiles() = default;
@@ -84,13 +84,13 @@ public:
     }
 
 private:
-    /// One file that is empty or damaged must not keep the others from being recovered.
+    /// An empty or damaged file must not keep the others from being recovered.
     void convertOrLose(const MediaTrack& track, Prepared& prepared)
     {
         try {
             prepared.files.insert_or_assign(track.id, converted(track));
         } catch (const Error& error) {
-            // A full disk says nothing about the track.
+            // A full disk is no reason to give up the track.
             if (std::string_view(error.what()).contains("No space left on device"))
                 throw;
             prepared.lost[track.id] = error.what();
@@ -106,8 +106,8 @@ private:
         return *program;
     }
 
-    /// Whether an earlier preparation, which lost another track, has converted this one: encoding it once more would only
-    /// cost quality.
+    /// Whether an earlier preparation, which lost another track, already converted this one. Encoding it again would
+    /// only cost quality.
     bool isPrepared(const MediaTrack& track) const
     {
         return m_project.state == ProjectState::needsRecovery
@@ -126,7 +126,7 @@ private:
         }
     }
 
-    /// The size that a track is encoded with: even.
+    /// The frame size of the encoded track, even.
     RenderGraph::FrameSize sizeOf(const fs::path& file) const
     {
         const auto even = [](std::int64_t side) { return std::max<std::int64_t>(side + side % 2, 2); };
@@ -134,12 +134,12 @@ private:
             if (const auto facts = m_probe.facts(file, m_stop); facts.video)
                 return {.width = even(facts.video->width), .height = even(facts.video->height)};
         } catch (const std::exception&) {
-            // What cannot be read is told by the conversion.
+            // The conversion reports unreadable files.
         }
         return {.width = 1920, .height = 1080};
     }
 
-    /// Pads or trims the beginning of a picture. Frames of a browser come at any distance; `fps` fills in from time 0.
+    /// Pads or trims the beginning of a video track. Browsers record at a variable rate; `fps` fills in from time 0.
     std::string pictureStart(const MediaTrack& track) const
     {
         if (!isAligned(track))
@@ -151,7 +151,7 @@ private:
     {
         if (!isAligned(track))
             return {};
-        // Durations take no exponent: 6e-05 would be refused.
+        // Durations take no exponents: ffmpeg refuses 6e-05.
         return track.start > 0 ? std::format(",adelay={:.3f}:all=1", track.start * 1000)
                                : std::format(",atrim=start={:.6f},asetpts=PTS-STARTPTS", -track.start);
     }
@@ -161,8 +161,8 @@ private:
         Arguments arguments{"-hide_banner", "-nostdin", "-y"};
         append(arguments, device);
         append(arguments, std::move(input));
-        // What a browser did not come to record is missing in the times of its sound alone. Closed up, the sound would come
-        // too early, and by default it is up to a tenth of a second.
+        // Where a browser dropped audio, only the timestamps show it. Without these gaps the audio would come too
+        // early; the default tolerates up to a tenth of a second.
         append(
             arguments, {"-af", "aresample=async=1:min_hard_comp=0.005" + soundStart(track), "-c:a", "aac", target.string()});
         ProcessRunner::run(m_ffmpeg, arguments, {}, 0, m_stop);
@@ -172,7 +172,7 @@ private:
     bool convertPicture(const MediaTrack& track, const fs::path& source, const fs::path& target) const
     {
         const auto encode = [&](const VideoEncoder& encoder) {
-            // Encoders take even sizes only; browsers and imported movies may have others.
+            // Encoders take only even sizes; browsers and imported movies may have others.
             const std::string even = pictureStart(track) + "pad=ceil(iw/2)*2:ceil(ih/2)*2";
             Arguments picture{"-i", source.string(), "-vf", encoder.upload.empty() ? even : even + "," + encoder.upload};
             append(picture, encoder.arguments(pictureBitRate));
@@ -206,7 +206,7 @@ private:
                 std::format("«{}» no se puede recuperar: {}", track.file, cause.empty() ? error.what() : cause));
         }
 
-        // An input without a single frame makes a file that holds nothing.
+        // An input without frames makes an empty file.
         const auto facts = m_probe.facts(target, m_stop);
         if (!facts.duration || !(*facts.duration > 0))
             throw captureError(nothing);

@@ -11,10 +11,10 @@
 #include <string>
 #include <vector>
 
-/// Makes a recording that was interrupted, or that a browser wrote, into one that can be played, edited and exported.
+/// Converts interrupted recordings and those of a browser to files that can be played, edited and exported.
 namespace orvo::RecordingPreparation {
 
-/// What becomes of a recording. The files lie in the project's folder and are not yet part of the project.
+/// The result of a conversion. Its files lie in the project folder but are not part of the project yet.
 struct Prepared {
     struct File {
         std::string file; ///< Relative to the project folder.
@@ -29,31 +29,32 @@ struct Prepared {
     bool hardwareFailed =
         false; ///< A hardware encoder failed; the software encoder took over. `hardwareFailureText` says so.
 
-    /// The reasons, one after another.
+    /// The reasons, joined.
     std::string lostText() const;
 };
 
-/// Which tracks are converted: those of a browser and those that cannot be read; or all of them.
+/// Which tracks are converted: only those of a browser and unreadable ones, or all.
 enum class Which : std::uint8_t { needed, all };
 
-/// Converts tracks to new files beside the old ones, which stay.
+/// Converts tracks to new files beside the originals, which stay.
 ///
-/// A browser's camera or microphone that begins later than the screen is padded with its first frame or with silence, one
-/// that begins earlier is trimmed: its `start` becomes 0. A track whose file is missing, damaged or empty is lost; the
-/// others are converted all the same. Blocks; `progress` receives the share of the tracks that are done. Throws
-/// `captureError` (no usable `ffmpeg`, or every track is lost), file system errors unchanged, and `Cancelled`; the new files
-/// are gone then.
+/// A camera or microphone track of a browser that begins after the screen is padded with its first frame or with
+/// silence; one that begins before is trimmed. Its `start` becomes 0. A track whose file is missing, damaged or empty
+/// is lost; the others are still converted. Blocks; `progress` receives the share of finished tracks. Throws
+/// `captureError` (no usable `ffmpeg`, or every track is lost), file system errors unchanged, and `Cancelled`; then no
+/// new files remain.
 Prepared prepare(const VideoProject& project, const ProjectStore& store, const MediaProbe& probe, Which which,
     const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 
-/// Makes the prepared files the tracks of the project, which is ready then; with lost tracks it still needs recovery. A
-/// track that turned out longer than the project knew, as after an interruption, has its whole length. Saves nothing.
+/// Replaces the tracks of the project by the converted files and marks it as ready, or as needing recovery if tracks
+/// are lost. A track that is longer than the document says, as after an interruption, gets its full length. Does not
+/// save.
 void apply(VideoProject& project, const Prepared& prepared);
 
-/// Takes the lost tracks out of the project, which is ready then. Saves nothing.
+/// Removes the lost tracks from the project and marks it as ready. Does not save.
 void dropLost(VideoProject& project, const std::map<Uuid, std::string>& lost);
 
-/// The text for the user when `prepare` has thrown.
+/// The text for the user if `prepare` throws.
 std::string failureText(const std::exception& error);
 
 } // namespace orvo::RecordingPreparation

@@ -14,9 +14,9 @@ namespace orvo::RenderGraph {
 
 namespace {
 
-constexpr std::size_t mostBranches = 8; ///< Into which a stream is split at once.
-constexpr double largestFadeShare = 3; ///< A fade takes at most this part of its stretch.
-constexpr double shortestTime = 1e-4; ///< Seconds: what is shorter would be written in a form that filters do not read.
+constexpr std::size_t mostBranches = 8; ///< Outputs of one split.
+constexpr double largestFadeShare = 3; ///< A fade takes at most one in so many parts of its span.
+constexpr double shortestTime = 1e-4; ///< Seconds; a shorter time would be written with an exponent, which filters refuse.
 
 /// The chains of a graph file.
 class Chains {
@@ -51,8 +51,7 @@ std::string labels(std::string_view name, std::size_t count, std::size_t first =
     return result;
 }
 
-/// ",fade=…" in and out over `fade` seconds at the ends of a stretch of `length` seconds; nothing for one that cannot
-/// be seen.
+/// ",fade=…" in and out over `fade` seconds at the ends of a span of `length` seconds; empty if it would be invisible.
 std::string fades(std::string_view filter, double fade, double length)
 {
     if (!(fade >= shortestTime))
@@ -61,14 +60,14 @@ std::string fades(std::string_view filter, double fade, double length)
     return std::format(",{0}=t=in:d={1},{0}=t=out:st={2}:d={1}", filter, amount, numberText(length - fade));
 }
 
-/// The fades of a kept stretch, in seconds.
+/// The fades of a kept span, in seconds.
 struct Fades {
     double picture = 0; ///< At both ends.
     double soundIn = 0;
     double soundOut = 0;
 };
 
-/// Sound that is cut without a fade gets a short ramp, so that no cut clicks.
+/// Audio that is cut without a fade gets a short ramp, so that no cut clicks.
 Fades fadesOf(const VideoProject& project, const TimeSpan& span)
 {
     constexpr double shortestRamp = 0.01;
@@ -82,7 +81,7 @@ Fades fadesOf(const VideoProject& project, const TimeSpan& span)
         .soundOut = span.end < project.duration - frame ? ramp : within(longest)};
 }
 
-/// ",afade=…" in and out at the ends of a stretch of `length` seconds.
+/// ",afade=…" in and out at the ends of a span of `length` seconds.
 std::string soundFades(const Fades& fades, double length)
 {
     std::string result;
@@ -93,11 +92,11 @@ std::string soundFades(const Fades& fades, double length)
     return result;
 }
 
-/// The kept stretches on the frame grid of the output.
+/// The kept spans on the frame grid of the output.
 ///
-/// Picture can only be cut between frames. Cutting the sound at the same places keeps the two together; choosing them so
-/// that each joint falls on the output frame nearest to its exact time keeps the whole as long as it should be, however many
-/// cuts there are. A stretch that is already on the grid stays as it is.
+/// Video can only be cut between frames. Cutting the audio at the same places keeps them in sync. Each joint falls on
+/// the output frame nearest to its exact time, so the total length is right however many cuts there are. A span that is
+/// already on the grid stays as it is.
 std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t fps)
 {
     const auto rate = static_cast<double>(fps);
@@ -109,7 +108,7 @@ std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t 
     std::vector<TimeSpan> result;
     double exactLength = 0;
     std::int64_t length = 0; // Output frames so far.
-    std::int64_t last = 0; // The source frame at which the previous stretch ends.
+    std::int64_t last = 0; // The source frame at which the previous span ends.
     for (const auto& span : kept) {
         exactLength += span.duration();
         const std::int64_t count = frameAt(exactLength) - length;
@@ -130,7 +129,7 @@ bool isMixed(const Input& input)
     return input.hasAudio && input.track.volume > 0 && input.track.kind != TrackKind::camera;
 }
 
-/// Stretches of `spans` with a margin for rounding around each; those that meet are one.
+/// The spans with a margin for rounding around each; overlapping ones are merged.
 std::vector<TimeSpan> widened(std::span<const TimeSpan> spans, double margin)
 {
     std::vector<TimeSpan> result;
@@ -144,7 +143,8 @@ std::vector<TimeSpan> widened(std::span<const TimeSpan> spans, double margin)
     return result;
 }
 
-/// The expression that is true within sorted stretches. It halves them at each step: hundreds are asked for every frame.
+/// An expression that is true within sorted spans. It bisects them: with hundreds, a linear test for every frame would
+/// be slow.
 std::string within(std::span<const TimeSpan> stretches)
 {
     if (stretches.size() == 1)
@@ -154,7 +154,7 @@ std::string within(std::span<const TimeSpan> stretches)
         within(stretches.subspan(middle)));
 }
 
-/// Builds the picture graph chain by chain; `current()` is the label of the picture so far.
+/// Builds the video graph chain by chain; `current()` is the label of its last output.
 class PictureGraph {
 public:
     PictureGraph(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings)
@@ -171,7 +171,7 @@ public:
     {
         const auto zooms = zoomEvents();
         addClips();
-        // Zooms count frames: those must not be missing before them.
+        // Zooms count frames: none may be missing before them.
         if (zooms.empty())
             dropCutFrames();
         step(assFilter(m_settings.annotations), "annotated");
@@ -190,7 +190,7 @@ public:
 private:
     std::string current() const { return "[" + m_current + "]"; }
 
-    /// Drops the frames that no kept span shows, which would be drawn for nothing.
+    /// Drops frames that no kept span shows before the costly filters.
     void dropCutFrames()
     {
         constexpr double margin = 1.5; // Frames.
@@ -201,7 +201,7 @@ private:
             step(std::format("select='{}'", within(stretches)), "shown");
     }
 
-    /// Adds a chain from the picture so far to a new label.
+    /// Adds a chain from the last output to a new label.
     void step(std::string_view filters, std::string name)
     {
         m_chains.add(std::format("{}{}[{}]", current(), filters, name));
@@ -224,12 +224,12 @@ private:
             if (!isVisibleVideo(track))
                 continue;
             double length = track.duration > 0 ? track.duration : m_project.duration;
-            // Every clip ends on the frame that is nearest to its exact end: rounded one by one, many of them would drift
-            // away from their sound.
+            // Every clip ends on the frame nearest to its exact end: rounded one by one, many of them would drift away
+            // from their audio.
             end += length;
             const std::int64_t shown = std::max<std::int64_t>(framesOf(end) - frames, 1);
             frames += shown;
-            // A length between two frames would be rounded once more.
+            // A length between two frames would be rounded again.
             if (std::abs(length * rate - static_cast<double>(shown)) > 1e-3)
                 length = static_cast<double>(shown) / rate;
             const double fade = count > 1 ? std::min(std::max(m_project.edit.fade, 0.0), length / largestFadeShare) : 0;
@@ -250,8 +250,8 @@ private:
         m_chains.add(std::format("{}concat=n={}:v=1:a=0{}", labels("source", count), count, current()));
     }
 
-    /// The size of an image of a width in pixels. Of a narrow one the height that goes with it may come to nothing, which
-    /// ffmpeg takes for an error or for the image's own.
+    /// The size of an image with a width in pixels. For a narrow one the height may round to 0, which ffmpeg refuses or
+    /// replaces by the height of the file.
     static std::string imageSize(std::int64_t width)
     {
         constexpr std::int64_t narrow = 16;
@@ -310,18 +310,18 @@ private:
             "withcam");
     }
 
-    /// The filters by which one stream reaches the branches of the kept spans.
+    /// The filters that route one stream to the branches of the kept spans.
     struct Splitting {
         std::string_view split, trim;
         char letter; ///< Of its labels.
     };
 
-    /// Hands a stream to the branches of `spans`, the first of which has the number `first`. `source` is the label, and
-    /// what is done to it before.
+    /// Routes a stream to the branches of `spans`, numbered from `first`. `source` is its label and the filters before
+    /// the split.
     ///
-    /// Every branch that has not ended is given every frame, and for each of these ffmpeg looks through all filters: a frame
-    /// would cost as much as the square of the number of spans. More than a few spans are therefore divided into groups that
-    /// get nothing but the frames from their first span to their last. The last group comes first, as the spans do.
+    /// Every branch that has not ended receives every frame, and for each of these ffmpeg scans all filters: the cost
+    /// per frame would grow with the square of the number of spans. Many spans are therefore divided into groups that
+    /// receive only the frames from their first span to their last. The last group comes first, like the spans.
     void addBranches(const std::string& source, const Splitting& by, std::span<const TimeSpan> spans, std::size_t first)
     {
         if (spans.size() <= mostBranches) {
@@ -357,9 +357,8 @@ private:
             addBranches(current(), {.split = "split", .trim = "trim", .letter = 'v'}, spans, 0);
             addBranches("[mix]", {.split = "asplit", .trim = "atrim", .letter = 'a'}, spans, 0);
         }
-        // The last span comes first: ffmpeg runs filters in the order of their text, so the branches that do not want a
-        // frame yet have let go of it when the one that does comes to fade it, and no branch needs copies and a frame store
-        // of its own.
+        // The last span comes first: ffmpeg runs filters in the order of the text, so branches that do not want a frame
+        // have released it when the one that does comes to fade it. No branch needs copies or a frame pool of its own.
         for (std::size_t n = count; n-- > 0;) {
             const double length = spans[n].end - spans[n].start;
             const Fades faded = fadesOf(m_project, spans[n]);
@@ -395,7 +394,7 @@ private:
     const PictureSettings& m_settings;
     double m_width;
     double m_height;
-    std::vector<TimeSpan> m_spans; ///< What is kept, on the frames of the output.
+    std::vector<TimeSpan> m_spans; ///< The kept spans on the frame grid of the output.
     Chains m_chains;
     std::string m_current;
 };
@@ -433,7 +432,7 @@ std::string audioMix(const VideoProject& project, std::span<const Input> inputs,
 {
     const auto& edit = project.edit;
     const std::string duration = numberText(project.duration);
-    // The normaliser can come up to a tenth of a second short of the end, and leaves a gap in the times there.
+    // The normaliser can end up to a tenth of a second early and leaves a gap in the timestamps there.
     const std::string punctual = std::format(
         ",asetpts=N/SR/TB,apad,atrim=start={}:duration={},asetpts=PTS-STARTPTS[mix]", numberText(delay), duration);
     Chains chains;
@@ -500,8 +499,8 @@ std::string escapedPath(std::string_view path)
             result += "\\\\";
             break;
         case '\'':
-            // The text is unquoted twice, as part of the graph and as an option's value: the value keeps a backslash before
-            // the apostrophe, and the quotation is interrupted for the apostrophe itself.
+            // The text is unquoted twice, as part of the graph and as the value of an option: the value keeps a
+            // backslash before the apostrophe, and the quotation is interrupted for the apostrophe itself.
             result += "\\'\\''";
             break;
         case ':':

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-/// The filter graphs of an export as text, in the syntax of ffmpeg's filter graph files. Pure functions.
+/// Filter graphs of an export, in the syntax of ffmpeg filter scripts. Pure functions.
 namespace orvo::RenderGraph {
 
 /// One input file of a render. Its position in the list is its input index.
@@ -34,21 +34,20 @@ FrameSize outputSize(const VideoProject& project, std::int64_t height);
 /// Bits per second for a quality ("small", "high", anything else is balanced) from pixels per second; at least 400,000.
 std::int64_t videoBitRate(std::string_view quality, FrameSize size, std::int64_t fps);
 
-/// The smallest quantiser of H.264 that is worth its bits for a quality, named as for `videoBitRate`.
+/// The minimum quantiser of H.264 for a quality, named as for `videoBitRate`.
 ///
-/// The bit rate is meant for pictures in which much moves; of a screen on which little does, an encoder would otherwise
-/// write down differences that nobody can see. Six steps of the quantiser are twice the bits, so the three values lie as far
-/// from one another as the three bit rates.
+/// The bit rate suits video with much motion. On a mostly static screen the encoder would spend it on invisible
+/// differences. Six quantiser steps double the bits, so the three values are spaced like the three bit rates.
 int smallestQuantizer(std::string_view quality);
 
-/// Whether a track is a clip that the render shows full-frame, one after another.
+/// Whether a track is a clip, which fills the frame and plays after the clips before it.
 bool isVisibleVideo(const MediaTrack& track);
 
-/// The chain of audio filters that mixes every audible input into one stereo stream "[mix]" at 48 kHz, exactly as long as
-/// the recording. `delay` is by how many seconds the filters answer late; the mix makes up for it.
+/// The audio filter chain that mixes all audible inputs into one stereo stream "[mix]" at 48 kHz, exactly as long as
+/// the recording. `delay` is the latency of the filters in seconds, which the mix compensates.
 std::string audioMix(const VideoProject& project, std::span<const Input> inputs, double delay);
 
-/// What the picture graph needs besides the project.
+/// Inputs of the video graph besides the project.
 struct PictureSettings {
     FrameSize size;
     std::int64_t fps = 30;
@@ -57,11 +56,11 @@ struct PictureSettings {
     std::string upload; ///< Filters that hand the finished picture to a hardware encoder; empty for most.
 };
 
-/// The graph that makes "[vout]" and "[aout]". Its inputs are `inputs`, then the mixed sound, then one image for each image
-/// overlay in document order. Frames that the cuts leave out are dropped as early as the steps before them allow.
+/// The graph that produces "[vout]" and "[aout]". Its inputs are `inputs`, then the mixed audio, then one image for
+/// each image overlay in document order. Drops frames inside cuts as early as possible.
 std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings);
 
-/// A stretch of the recording that the render keeps, and how long it fades at its ends; all in seconds.
+/// A span of the recording that the render keeps, and the fades at its ends. Seconds.
 struct KeptSpan {
     TimeSpan span; ///< On the frames of the output.
     double pictureFade = 0; ///< From and to black, at both ends.
@@ -71,16 +70,16 @@ struct KeptSpan {
     friend bool operator==(const KeptSpan&, const KeptSpan&) = default;
 };
 
-/// What "[vout]" and "[aout]" show of the recording at a frame rate, in order.
+/// The spans that "[vout]" and "[aout]" show at a frame rate, in order.
 std::vector<KeptSpan> keptSpans(const VideoProject& project, std::int64_t fps);
 
-/// How long a clip of `length` seconds fades from and to black by itself, in seconds: 0 unless there are several.
+/// Length of the fade from and to black of a clip of `length` seconds; 0 if it is the only one. Seconds.
 double clipFade(const VideoProject& project, double length);
 
-/// How long the render fades in at its beginning, in seconds.
+/// Length of the fade-in at the beginning of the render, in seconds.
 double openingFade(const VideoProject& project);
 
-/// A path as the value of a filter's option inside apostrophes.
+/// Escapes a path for a single-quoted filter option.
 std::string escapedPath(std::string_view path);
 
 } // namespace orvo::RenderGraph

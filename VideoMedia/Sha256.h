@@ -9,17 +9,17 @@ struct evp_md_ctx_st;
 
 namespace orvo {
 
-/// The SHA-256 of bytes that come in pieces.
+/// Incremental SHA-256.
 class Sha256 {
 public:
     Sha256();
 
     void add(std::span<const char> bytes);
 
-    /// The digest of everything added, as 64 lower-case hexadecimal digits. Nothing may be added afterwards.
+    /// The digest of all data, as 64 lower-case hexadecimal digits. Call it last, once.
     std::string finish();
 
-    /// The digest of one text.
+    /// The digest of a text.
     static std::string of(std::string_view text);
 
 private:

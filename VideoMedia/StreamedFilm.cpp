@@ -21,13 +21,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// What a segment may hold of its step's mean bit rate: a tenth less than what is declared, which the container takes.
+/// Maximum bit rate of a segment relative to the mean of its step: a tenth below the declared one, which the container
+/// takes.
 constexpr double allowedShare = 1.1;
-constexpr double shortestMeasured = 1; ///< Seconds; what is shorter has no bit rate to speak of.
+constexpr double shortestMeasured = 1; ///< Seconds; shorter segments have no meaningful bit rate.
 
 /// A compressed frame.
 struct Packet {
-    double time = 0; ///< Seconds, when it is shown.
+    double time = 0; ///< Presentation time in seconds.
     double bits = 0;
     bool isKey = false;
 };
@@ -40,8 +41,8 @@ std::optional<std::int64_t> integer(std::string_view text)
     return error == std::errc() ? std::optional(value) : std::nullopt;
 }
 
-/// Reads a list of packets as the muxer "framecrc" writes it: stream, decoding time, time, duration, size, checksum, and
-/// flags unless it is a key frame.
+/// Parses the packet list of the muxer "framecrc": stream, DTS, PTS, duration, size, checksum, and flags unless it is a
+/// key frame.
 std::vector<Packet> packetsIn(std::string_view list)
 {
     constexpr std::string_view timeBase = "#tb 0: ";
@@ -76,7 +77,7 @@ std::vector<Packet> packetsIn(std::string_view list)
     return packets;
 }
 
-/// Whether the packets, in decoding order, can be divided into the segments of a step.
+/// Whether the packets, in decoding order, divide into the segments of a step.
 bool areSegments(std::span<const Packet> packets, const HlsLadder::Rendition& step, std::int64_t fps)
 {
     const double frame = 1 / static_cast<double>(fps);
@@ -96,7 +97,7 @@ bool areSegments(std::span<const Packet> packets, const HlsLadder::Rendition& st
             bits = 0;
             ++segments;
         } else if (segments == 0 || packet.time > due - frame / 2) {
-            return false; // A segment would begin with another frame.
+            return false; // A segment would not begin with a key frame.
         }
         bits += packet.bits;
         end = std::max(end, packet.time + frame);

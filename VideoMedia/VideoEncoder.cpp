@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The encoders that a program lists, as text.
+/// The encoder list of a program, as text.
 std::string listOf(const fs::path& ffmpeg, const std::stop_token& stop)
 {
     static std::mutex mutex;
@@ -46,7 +46,7 @@ std::vector<VideoEncoder> hardwareEncoders()
 {
     std::vector<VideoEncoder> encoders{
         {.name = "h264_videotoolbox", .device = {}, .upload = {}, .options = {"-allow_sw", "1"}, .quantizerFloor = {}}};
-    // None of the others works without one of these: where there is none, none is tried.
+    // Without such a device none of the others works, so none is tried.
     if (!exists("/dev/dri") && !exists("/dev/nvidiactl") && !exists("/dev/nvidia0"))
         return encoders;
     encoders.push_back({.name = "h264_vaapi",
@@ -54,7 +54,7 @@ std::vector<VideoEncoder> hardwareEncoders()
         .upload = "format=nv12,hwupload",
         .options = {},
         .quantizerFloor = {}});
-    // Both make a forced key frame one that later frames may still reach behind, unless they are told otherwise.
+    // By default both make forced key frames that later frames may reference across.
     encoders.push_back(
         {.name = "h264_nvenc", .device = {}, .upload = {}, .options = {"-forced-idr", "1"}, .quantizerFloor = {}});
     encoders.push_back(
@@ -62,7 +62,7 @@ std::vector<VideoEncoder> hardwareEncoders()
     return encoders;
 }
 
-/// The line that encodes some frames as a task does.
+/// Arguments that encode some frames as a task does.
 Arguments trialOf(const VideoEncoder& encoder, const VideoEncoder::Task& task)
 {
     Arguments line{"-hide_banner", "-nostdin", "-loglevel", "error"};
@@ -93,7 +93,7 @@ std::vector<std::string> VideoEncoder::plainArguments(std::int64_t bitRate) cons
 std::vector<std::string> VideoEncoder::arguments(std::int64_t bitRate) const
 {
     std::vector<std::string> line = plainArguments(bitRate);
-    // An uploaded picture has the format of the hardware already.
+    // An uploaded frame already has the format of the hardware.
     if (upload.empty())
         line.insert(line.end(), {"-pix_fmt", "yuv420p"});
     return line;
@@ -136,7 +136,7 @@ bool encodeWithBest(const fs::path& ffmpeg, std::span<const VideoEncoder::Task> 
             throw;
     }
     run(std::vector(tasks.size(), VideoEncoder::software()));
-    // Only now is it the hardware that failed, and not the disk or a file.
+    // Software succeeded, so the hardware was at fault, not the disk or a file.
     for (std::size_t n = 0; n < tasks.size(); ++n) {
         if (best[n] != VideoEncoder::software())
             ProgramTrials::setFailed(ffmpeg, trialOf(best[n], tasks[n]));

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// What a video may be: a document that says more is damaged, and no encoder takes it.
+/// Limits of a video. Documents beyond them are damaged; no encoder accepts more.
 namespace orvo::VideoLimits {
 
 inline constexpr std::int64_t largestSide = 16'384; ///< Pixels.

@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Returns nullopt when the folder cannot be opened or another process holds its lock.
+/// Returns nullopt if the folder cannot be opened or another process holds its lock.
 std::optional<FileLock> lockFolder(const fs::path& folder)
 {
     UniqueFd descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
@@ -48,7 +48,7 @@ WorkFolder::WorkFolder(const fs::path& project, std::string_view purpose)
     removeAbandoned(project, prefix);
     const std::string name = Uuid::random().text();
     m_path = project / (prefix + name);
-    // It gets its name when it is locked: somebody who looks for abandoned ones could take it for one of them before.
+    // Renamed only once it is locked: otherwise another process could take it for abandoned.
     const fs::path unnamed = project / ("." + name + ".tmp");
     fs::create_directories(unnamed);
     if (auto lock = lockFolder(unnamed))

@@ -7,12 +7,12 @@
 
 namespace orvo {
 
-/// A folder for the intermediate files of one operation inside a project's folder, deleted when the object ends.
+/// A folder inside a project folder for the intermediate files of one operation, deleted by the destructor.
 ///
-/// Folders of the same purpose that a killed process left behind in the project are deleted when a new one is made.
+/// Creating one deletes the folders of the same purpose that a killed process left behind.
 class WorkFolder {
 public:
-    /// Makes `project`/`purpose`-UUID with its parents. Throws file system errors unchanged.
+    /// Creates `project`/`purpose`-UUID and its parents. Throws file system errors unchanged.
     WorkFolder(const std::filesystem::path& project, std::string_view purpose);
     ~WorkFolder();
     WorkFolder(const WorkFolder&) = delete;

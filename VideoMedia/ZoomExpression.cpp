@@ -10,7 +10,7 @@ namespace orvo {
 
 namespace {
 
-/// ffmpeg's expressions may be nested a hundred deep. Each zoom point nests the ones before it by one more.
+/// ffmpeg limits the nesting of expressions to a hundred levels. Each zoom point adds one level around those before it.
 constexpr std::size_t deepestChain = 48;
 
 struct Zoom {
@@ -21,7 +21,7 @@ struct Zoom {
     double y;
 };
 
-/// The expressions of zoom points nested in one another, the last one outermost.
+/// The expressions of zoom points, nested, the last one outermost.
 ZoomExpression chain(std::span<const Zoom> zooms, const std::string& rate)
 {
     ZoomExpression result{.zoom = "1", .x = "iw/2", .y = "ih/2"};
@@ -38,21 +38,21 @@ ZoomExpression chain(std::span<const Zoom> zooms, const std::string& rate)
     return result;
 }
 
-/// What holds from `start` on, until the next one's start.
+/// The expression from `start` to the start of the next one.
 struct Stretch {
     double start;
     ZoomExpression expression;
 };
 
-/// Cuts a long list into stretches of time, each with a chain of the zoom points that can hold in it.
+/// Divides a long list into time ranges, each with a chain of the zoom points that can apply in it.
 std::vector<Stretch> stretches(std::span<const Zoom> zooms, const std::string& rate)
 {
     std::vector<Stretch> result;
-    std::vector<Zoom> open; // Zoom points of earlier stretches that reach into the present one.
+    std::vector<Zoom> open; // Zoom points of earlier ranges that reach into the present one.
     for (std::size_t first = 0; first < zooms.size(); first += deepestChain / 2) {
         const auto fresh = zooms.subspan(first, std::min(deepestChain / 2, zooms.size() - first));
         const double start = fresh.front().start;
-        // One that ends no later than a younger one that has begun too never holds again.
+        // A point that ends no later than a later one that has begun never applies again.
         std::vector<Zoom> reaching;
         for (auto zoom = open.rbegin(); zoom != open.rend(); ++zoom) {
             if (zoom->end >= start && (reaching.empty() || zoom->end > reaching.back().end))
@@ -68,7 +68,7 @@ std::vector<Stretch> stretches(std::span<const Zoom> zooms, const std::string& r
     return result;
 }
 
-/// Chooses among stretches by the time, halving them at each step.
+/// Selects a range by bisection on the time.
 std::string choose(std::span<const Stretch> parts, std::string ZoomExpression::* field, const std::string& rate)
 {
     if (parts.size() == 1)

@@ -14,9 +14,10 @@ struct ZoomExpression {
     std::string x; ///< Centre of the visible area, in input pixels.
     std::string y;
 
-    /// `zooms` in ascending time order; where two overlap, the later one holds. `duration` of the recording in seconds.
+    /// `zooms` in ascending time order; where two overlap, the later one applies. `duration` is that of the recording,
+    /// in seconds.
     ///
-    /// Each zoom point rises to its magnification and falls back within a quarter of a second at its ends.
+    /// Each zoom point ramps to its magnification and back within a quarter of a second at its ends.
     static ZoomExpression make(std::span<const PointerEvent> zooms, double duration, std::int64_t fps);
 };
 

@@ -14,7 +14,7 @@ namespace orvo::cli {
 
 namespace {
 
-/// Whole digits only, so few that they fit.
+/// Digits only, few enough to fit.
 std::optional<double> parseDigits(std::string_view text)
 {
     if (text.empty() || text.size() > 9 || text.find_first_not_of("0123456789") != std::string_view::npos)

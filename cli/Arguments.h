@@ -5,41 +5,41 @@
 #include <string>
 #include <string_view>
 
-/// The values people write on a command line, and times as they are shown.
+/// Parses the values of a command line, and formats times.
 namespace orvo::cli {
 
-/// A number in decimal form, with a point or a comma. Nothing for any other text, also for one that is not finite.
+/// Parses a decimal number, with a point or a comma. Returns nullopt for any other text and for non-finite numbers.
 std::optional<double> parseNumber(std::string_view text);
 
-/// A time as seconds (83.5) or [hh:]mm:ss[.fff] (1:23.5), negative with a minus sign before it; decimals after a point or a
-/// comma. Nothing for any other text.
+/// Parses a time: seconds (83.5) or [hh:]mm:ss[.fff] (1:23.5), with an optional minus sign; decimals after a point or a
+/// comma. Returns nullopt for any other text.
 std::optional<double> parseTime(std::string_view text);
 
-/// The limits of a value, both allowed.
+/// The limits of a value, inclusive.
 struct Range {
     double lowest;
     double highest;
 };
 
-/// The readings below throw `UsageError` with a text that calls the value by `name`.
+/// These functions throw `UsageError`, which calls the value by `name`.
 double numberArgument(std::string_view name, std::string_view text, Range range);
 std::int64_t integerArgument(std::string_view name, std::string_view text, Range range);
 double timeArgument(std::string_view name, std::string_view text);
 bool flagArgument(std::string_view name, std::string_view text);
 
-/// A text for the document. Throws `UsageError` when it is not UTF-8.
+/// A text for the document. Throws `UsageError` if it is not UTF-8.
 std::string textArgument(std::string_view name, std::string_view text);
 
-/// Seconds as m:ss or h:mm:ss; a fraction is dropped, as the application does: for lengths.
+/// Formats a length as m:ss or h:mm:ss; truncates fractions, as the windows do.
 std::string clockTime(double seconds);
 
-/// As `clockTime`, with tenths where they are not zero: for lengths that a small change must show in.
+/// As `clockTime`, with tenths unless they are zero: for lengths in which a small change must show.
 std::string fineLength(double seconds);
 
-/// Seconds as m:ss.fff or h:mm:ss.fff: for moments. `parseTime` reads it.
+/// Formats a position as m:ss.fff or h:mm:ss.fff, which `parseTime` reads.
 std::string exactTime(double seconds);
 
-/// A number in its shortest form.
+/// Formats a number in its shortest form.
 std::string shortNumber(double value);
 
 } // namespace orvo::cli

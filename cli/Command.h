@@ -13,11 +13,11 @@ class App;
 
 namespace orvo::cli {
 
-/// One command as it is declared. All values are texts: what they mean is read, and refused in Spanish, by the command
-/// itself. They are written before the command runs, to places that must live as long as the application.
+/// The declaration of one command. All values are texts; the command parses them and reports errors in Spanish. They
+/// are stored before the command runs, in objects that must live as long as the application.
 class Command {
 public:
-    /// How a command presents itself. Of the description only the first line is shown in lists.
+    /// The description of a command; lists show only its first line.
     struct Heading {
         std::string name;
         std::string group;
@@ -26,21 +26,21 @@ public:
 
     Command(CLI::App& application, const Heading& heading);
 
-    /// The project that most commands begin with.
+    /// Adds the project argument, the first one of most commands.
     void project(std::string& reference);
 
     void argument(const std::string& name, std::string& value, const std::string& description);
     void optionalArgument(const std::string& name, std::string& value, const std::string& description);
     void arguments(const std::string& name, std::vector<std::string>& values, const std::string& description);
 
-    /// `value` is how its value is called.
+    /// `value` names the value in the help.
     void option(const std::string& name, const std::string& value, std::string& target, const std::string& description);
-    /// An option that may be given several times.
+    /// Adds an option that may be repeated.
     void options(
         const std::string& name, const std::string& value, std::vector<std::string>& target, const std::string& description);
     void flag(const std::string& name, bool& target, const std::string& description);
 
-    /// A text below the help of the command, already broken into lines.
+    /// Text below the help of the command, already wrapped.
     void notes(const std::string& text);
 
     void onRun(std::function<void()> run);
@@ -49,7 +49,7 @@ private:
     CLI::App& m_command;
 };
 
-/// Adds one command: `define(command, arguments)` declares its arguments, `run(session, arguments)` does the work.
+/// Adds one command: `define(command, arguments)` declares its arguments, `run(session, arguments)` executes it.
 template <typename Arguments, typename Define, typename Run>
 void addCommand(CLI::App& application, Session& session, const Command::Heading& heading, Define define, Run run)
 {

@@ -82,7 +82,7 @@ std::unique_ptr<CLI::App> makeApplication(Session& session)
     addSettingsCommand(*app, session);
     addCheckCommand(*app, session);
     addValidateCommand(*app, session);
-    app->footer(footer); // Last, because commands begin with the footer that there is.
+    app->footer(footer); // Last, because commands inherit the present footer.
     return app;
 }
 
@@ -112,7 +112,7 @@ std::string didYouMean(std::string_view word, const std::vector<std::string>& na
     return suggestion(word, views);
 }
 
-/// The option whose value is missing or too much, if that is what is wrong: the parser tells it only in its text.
+/// The option whose value is missing or surplus, if that is the error: the parser gives it only in its message.
 const CLI::Option* wrongValue(const CLI::App& command, const CLI::ParseError& error)
 {
     if (error.get_name() != "ArgumentMismatch")
@@ -128,8 +128,7 @@ const CLI::Option* wrongValue(const CLI::App& command, const CLI::ParseError& er
     return nullptr;
 }
 
-/// Says in Spanish what is wrong with a command line that could not be parsed. The parser's own words are English, so the
-/// fault is read from the state it left.
+/// Describes a parse error in Spanish. The messages of the parser are English, so this reads the state that it left.
 std::string explain(const CLI::App& app, const CLI::ParseError& error)
 {
     const auto parsed = app.get_subcommands();
@@ -160,16 +159,16 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error)
 void tell(std::string_view message)
 {
     std::string text = Terminal::toned(Terminal::Tone::bad, "orvo:", Terminal::Stream::error) + " ";
-    // Names of files and the output of other programs may hold anything.
+    // File names and the output of other programs may contain any bytes.
     for (const auto line : message | std::views::split('\n'))
         text += printable(std::string_view(line)) + "\n";
     std::fputs(text.c_str(), stderr);
 }
 
-/// Parses the words and runs the command that they name.
+/// Parses the words and runs their command.
 void parseAndRun(CLI::App& app, Session& session, std::vector<std::string> words)
 {
-    // The parser would take these for options: it knows a negative number by the digit after the minus sign.
+    // The parser would treat these as options: it recognises a negative number by the digit after the minus sign.
     for (std::string& word : words | std::views::take_while([](const std::string& word) { return word != "--"; })) {
         if ((word.starts_with("-.") || word.starts_with("-,")) && parseNumber(word))
             word.insert(1, "0");
@@ -178,7 +177,7 @@ void parseAndRun(CLI::App& app, Session& session, std::vector<std::string> words
         words.erase(words.begin());
         words.emplace_back("--help");
     }
-    std::ranges::reverse(words); // The parser takes them from the end.
+    std::ranges::reverse(words); // The parser takes them from the back.
     try {
         app.parse(std::move(words));
     } catch (const CLI::CallForHelp&) {

@@ -7,9 +7,9 @@
 
 namespace orvo::cli {
 
-/// Runs what a command line asks for and returns how it ended. `words` are its arguments without the program's name.
+/// Runs a command line and returns the exit status. `words` are its arguments without the name of the program.
 ///
-/// The answer goes to standard output; a failure is told on standard error, as one text in Spanish after "orvo: ".
+/// Writes results to standard output. Reports failures on standard error, as one text in Spanish after "orvo: ".
 ExitStatus runCommandLine(std::vector<std::string> words);
 
 } // namespace orvo::cli

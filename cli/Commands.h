@@ -1,6 +1,6 @@
 #pragma once
 
-/// The commands of `orvo`, one family a file. Each function adds its commands to the application and lets them run on the
+/// The commands of `orvo`, one group per file. Each function adds its commands to the application and binds them to the
 /// session, which must live as long as the application.
 
 namespace CLI {

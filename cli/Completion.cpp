@@ -24,7 +24,7 @@ struct Values {
     std::vector<std::string_view> values;
 };
 
-/// The values of options and arguments that have a fixed choice.
+/// Options and arguments with a fixed set of values.
 const std::array choices{
     Values{"--sort", {"created", "updated", "title", "duration"}},
     Values{"--quality", {"small", "balanced", "high"}},
@@ -46,7 +46,7 @@ std::string firstLine(const std::string& text)
     return text.substr(0, text.find('\n'));
 }
 
-/// The candidates that are collected for one word.
+/// The candidates for one word.
 class Candidates {
 public:
     explicit Candidates(std::string word)
@@ -56,7 +56,7 @@ public:
 
     void add(std::string_view candidate, std::string_view meaning = {})
     {
-        // Identifiers may be typed in small letters.
+        // Identifiers are not case-sensitive.
         const auto isSame = [](unsigned char a, unsigned char b) { return std::toupper(a) == std::toupper(b); };
         if (candidate.size() < m_word.size() || !std::ranges::equal(candidate.substr(0, m_word.size()), m_word, isSame))
             return;
@@ -75,7 +75,7 @@ private:
     std::string m_text;
 };
 
-/// A command line as far as it is typed.
+/// A partial command line.
 class Line {
 public:
     Line(const CLI::App& app, Library& library, std::span<const std::string> words)
@@ -184,7 +184,7 @@ private:
             for (const auto& project : m_library.list())
                 m_candidates.add(project.id.text(), project.title);
         } catch (const std::exception&) {
-            // Nobody reads an error here.
+            // Completion ignores errors.
         }
     }
 
@@ -193,7 +193,7 @@ private:
     Candidates m_candidates;
     const CLI::App* m_command = nullptr;
     const CLI::Option* m_awaited = nullptr; ///< The option whose value comes next.
-    std::size_t m_arguments = 0; ///< Of the command, before the word.
+    std::size_t m_arguments = 0; ///< Arguments of the command before the word.
 };
 
 } // namespace

@@ -16,7 +16,7 @@ namespace orvo::cli {
 
 namespace {
 
-/// Times are shown with milliseconds, so a time within one of them means the stored one.
+/// Times are shown in milliseconds, so a time within one of them means the stored one.
 constexpr double sameTime = 0.001;
 
 std::string shown(const TimeSpan& span)
@@ -24,7 +24,7 @@ std::string shown(const TimeSpan& span)
     return exactTime(span.start) + " → " + exactTime(span.end);
 }
 
-/// What is left after a command that changed the cuts. `made` is the cut that it made.
+/// Reports the result of a command that changed the cuts. `made` is its new cut.
 void reportCuts(Session& session, const VideoProject& project, const std::string& sentence,
     const std::optional<TimeSpan>& made = std::nullopt)
 {
@@ -53,7 +53,7 @@ struct CutArguments {
     std::string word;
 };
 
-/// The stretch of one word of the transcript.
+/// The span of one word of the transcript.
 TimeSpan spanOfWord(const VideoProject& project, const std::string& reference)
 {
     const auto ids = project.edit.words | std::views::transform(&TranscriptWord::id) | std::ranges::to<std::vector>();
@@ -70,7 +70,7 @@ void cut(Session& session, const CutArguments& arguments)
     if (byWord == !arguments.start.empty() || arguments.start.empty() != arguments.end.empty())
         throw UsageError("Indica el tramo con INICIO y FIN, o una palabra con --word.");
     TimeSpan span;
-    std::string limits; ///< What is said of a stretch that goes beyond the recording.
+    std::string limits; ///< The remark about a span that exceeds the recording.
     const auto checkLength = [&] {
         if (span.end < span.start)
             throw UsageError(
@@ -106,7 +106,7 @@ struct RestoreArguments {
     bool all = false;
 };
 
-/// The stored cut that a person means: one with these ends, or without an end the one that contains the start.
+/// The stored cut that the arguments mean: the one with these ends, or without an end the one that contains the start.
 TimeSpan findCut(const VideoProject& project, double start, std::optional<double> end)
 {
     const auto matches = [&](const TimeSpan& cut) {

@@ -16,7 +16,7 @@ namespace orvo::cli {
 
 namespace {
 
-/// Says what was put where, as text or as JSON with the new element's identifier.
+/// Reports the new element, as text or as JSON with its identifier.
 void reportNew(Session& session, const VideoProject& project, const Uuid& element, const std::string& sentence)
 {
     if (session.json())
@@ -24,7 +24,7 @@ void reportNew(Session& session, const VideoProject& project, const Uuid& elemen
     session.print(std::format("{} Identificador: {}\n", sentence, element.text()));
 }
 
-/// Throws `UsageError` for a moment at which nothing can be shown.
+/// Throws `UsageError` for a time outside the recording.
 void requireInside(const VideoProject& project, double time)
 {
     if (time < 0 || time >= project.duration) {
@@ -46,7 +46,7 @@ struct OverlayArguments {
     bool hasOptions() const { return !duration.empty() || !x.empty() || !y.empty() || !width.empty(); }
 };
 
-/// An overlay at its place: what the options say, else the defaults.
+/// An overlay with the values of the options, else the defaults.
 Overlay overlayAt(const VideoProject& project, Overlay::Kind kind, std::string content, const OverlayArguments& arguments)
 {
     const double start = timeArgument("MOMENTO", arguments.time);

@@ -8,7 +8,7 @@
 
 namespace orvo::cli {
 
-/// What values of the edit make sense.
+/// Limits of the values of an edit.
 inline constexpr Range placeRange{-4, 4}; ///< Edges of pictures and texts, as fractions of the frame.
 inline constexpr Range centreRange{0, 1}; ///< Centres of zooms, as fractions of the frame.
 inline constexpr Range widthRange{0.001, 4}; ///< Widths, as fractions of the frame.
@@ -17,7 +17,7 @@ inline constexpr Range durationRange{0.01, 86'400}; ///< Lengths of what is show
 inline constexpr Range volumeRange{0, 16}; ///< Linear gains.
 inline constexpr Range fadeRange{0, 60}; ///< Seconds.
 
-/// Something that was put into an edit and has an identifier: an overlay or a pointer event.
+/// An element of an edit with an identifier: an overlay or a pointer event.
 struct Element {
     enum class Kind : std::uint8_t { overlay, event };
 
@@ -25,7 +25,7 @@ struct Element {
     Uuid id;
 };
 
-/// The element that `reference` names. Throws `captureError` when there is none, `UsageError` as `findById`.
+/// Finds the element that `reference` names. Throws `captureError` if there is none, `UsageError` as `findById`.
 Element findElement(const VideoProject& project, std::string_view reference);
 
 } // namespace orvo::cli

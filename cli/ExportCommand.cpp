@@ -51,7 +51,7 @@ ExportSettings settingsOf(const ExportArguments& arguments)
     return settings;
 }
 
-/// Writes a file to standard output. The file has no name any more when this begins: however it ends, nothing stays behind.
+/// Writes a file to standard output. Unlinks the file first: whatever happens, nothing stays behind.
 void writeOut(const UniqueFd& file)
 {
     std::array<char, 1 << 16> block{};
@@ -71,7 +71,7 @@ void writeOut(const UniqueFd& file)
     }
 }
 
-/// Renders to a file for the time being, since the beginning of a movie is written last, and sends it to standard output.
+/// Renders to a temporary file, since the beginning of a movie is written last, and sends it to standard output.
 void exportToOutput(Session& session, const VideoProject& project, ExportSettings settings)
 {
     if (session.json())

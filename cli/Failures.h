@@ -6,7 +6,7 @@
 
 namespace orvo::cli {
 
-/// How `orvo` ends; scripts rely on these numbers.
+/// Exit statuses of `orvo`; scripts rely on these numbers.
 enum class ExitStatus : int {
     done = 0,
     failed = 1, ///< The work could not be done.
@@ -15,7 +15,7 @@ enum class ExitStatus : int {
     cancelled = 130, ///< SIGINT or SIGTERM.
 };
 
-/// A command line that asks for something that makes no sense.
+/// An invalid command line.
 class UsageError : public Error {
 public:
     explicit UsageError(const std::string& message)
@@ -24,7 +24,7 @@ public:
     }
 };
 
-/// The library has no project of that identifier.
+/// The library has no project with this identifier.
 class NoSuchProject : public Error {
 public:
     explicit NoSuchProject(const std::string& message)

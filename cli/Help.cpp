@@ -45,7 +45,7 @@ std::vector<Entry> entries(const CLI::App& app, bool positional)
 
 std::size_t widestName(const std::vector<Entry>& list)
 {
-    constexpr std::size_t limit = 24; // A longer name has its description below it.
+    constexpr std::size_t limit = 24; // Descriptions of longer names start on the next line.
     std::size_t widest = 0;
     for (const Entry& entry : list)
         widest = std::max(widest, std::min(columns(entry.name), limit));
@@ -58,7 +58,7 @@ std::size_t lineLength()
     return std::min(Terminal::width(Terminal::Stream::output), readable);
 }
 
-/// A titled list of names, in a column of this width, with what they mean.
+/// A titled list of names and descriptions, in a column of this width.
 std::string section(std::string_view title, const std::vector<Entry>& list, std::size_t column)
 {
     if (list.empty())
@@ -89,7 +89,7 @@ std::string commandSections(const CLI::App& app)
         std::vector<Entry> commands;
         for (const CLI::App* command : app.get_subcommands({})) {
             const std::string description = command->get_description();
-            if (command->get_group() == group) // Their first line is enough in a list.
+            if (command->get_group() == group) // Lists show only the first line.
                 commands.push_back({command->get_name(), description.substr(0, description.find('\n'))});
         }
         text += section(group, commands, widestName(all));
@@ -126,7 +126,7 @@ std::string Help::make_help(const CLI::App* app, std::string /*name*/, CLI::AppF
                 options.push_back(general);
         }
     }
-    // The option that shows this text comes last.
+    // The help option comes last.
     std::ranges::stable_partition(options, [](const Entry& entry) { return !entry.name.contains("--help"); });
     text += section("Opciones", options, widestName(options));
     if (!app->get_footer().empty())

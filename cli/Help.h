@@ -11,10 +11,10 @@ public:
     std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override;
 };
 
-/// An option or argument as it is written: "-V, --version", "--height N", "ARCHIVO".
+/// The notation of an option or argument: "-V, --version", "--height N", "ARCHIVO".
 std::string optionName(const CLI::Option& option);
 
-/// The line that shows how a command is called, for example "orvo cut ID INICIO FIN [opciones]".
+/// The usage line of a command, for example "orvo cut ID INICIO FIN [opciones]".
 std::string usage(const CLI::App& app);
 
 } // namespace orvo::cli

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::size_t largestImage = std::size_t{256} << 20; ///< Bytes: more is another kind of file.
+constexpr std::size_t largestImage = std::size_t{256} << 20; ///< Bytes; larger files are not images.
 
 std::string contentOf(const fs::path& file)
 {

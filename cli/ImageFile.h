@@ -7,10 +7,10 @@
 
 namespace orvo::cli {
 
-/// A picture that somebody wants to put into a project, read whole.
+/// An image that is added to a project, read whole.
 class ImageFile {
 public:
-    /// Throws `captureError` when the file is no image of the kinds of `OverlayImage`, file system errors.
+    /// Throws `captureError` if the file is not in a format of `OverlayImage`, and file system errors.
     explicit ImageFile(const std::filesystem::path& file);
 
     const std::string& content() const noexcept { return m_content; }
@@ -22,7 +22,7 @@ private:
     std::string m_content;
 };
 
-/// The copy of a picture in a project's media folder, gone again when nobody keeps it.
+/// The copy of an image in the media folder of a project, removed by the destructor unless it is kept.
 class ImageCopy {
 public:
     /// Copies under a new name. Throws file system errors.

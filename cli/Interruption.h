@@ -6,10 +6,10 @@
 
 namespace orvo::cli {
 
-/// While one lives, SIGINT, SIGTERM and SIGHUP (unless that one is ignored) do not end the program: they ask the work to
-/// stop, so that it can clean up.
+/// While an object lives, SIGINT, SIGTERM and SIGHUP (unless ignored) do not end the program but request a stop, so
+/// that the work can clean up.
 ///
-/// To be made on the main thread before the work starts any other: threads inherit that these signals wait.
+/// Create it on the main thread before any other thread starts: threads inherit the signal mask.
 class Interruption {
 public:
     Interruption();
@@ -30,7 +30,7 @@ private:
     std::thread m_watch;
 };
 
-/// While one lives, the signals that would end the program wait: for the moment in which a project is changed.
+/// While an object lives, the terminating signals are blocked: for the moment in which a project is saved.
 class SignalsHeld {
 public:
     SignalsHeld();

@@ -12,7 +12,8 @@
 
 namespace orvo::cli {
 
-/// A JSON value, built as it reads: `JsonValue::Object{{"id", id}, {"cuts", JsonValue::Array{…}}}`. Keys keep their order.
+/// A JSON value, built from nested initialisers: `JsonValue::Object{{"id", id}, {"cuts", JsonValue::Array{…}}}`. Keys
+/// keep their order.
 class JsonValue {
 public:
     using Array = std::vector<JsonValue>;
@@ -51,8 +52,8 @@ public:
 
     const Content& content() const noexcept { return m_content; }
 
-    /// The value as pretty-printed UTF-8 with a line break at its end. Bytes that are not UTF-8 become U+FFFD. Throws
-    /// `captureError` for a number that is not finite.
+    /// Serialises the value as pretty-printed UTF-8 with a final line break. Invalid UTF-8 becomes U+FFFD. Throws
+    /// `captureError` for a non-finite number.
     std::string text() const;
 
 private:

@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t idLength = 36;
 
-/// The text in upper case when it can be the beginning of an identifier, otherwise nothing.
+/// The text in upper case if it can be a prefix of an identifier, else nullopt.
 std::optional<std::string> beginning(std::string_view reference)
 {
     if (reference.size() < shortestReference || reference.size() > idLength)
@@ -58,7 +58,7 @@ std::optional<std::size_t> findById(std::string_view reference, std::span<const 
     }
     if (found.empty())
         return std::nullopt;
-    // A whole identifier that several elements of a damaged document share is as ambiguous as a short one.
+    // A complete identifier that several elements of a damaged document share is as ambiguous as a prefix.
     if (found.size() > 1) {
         constexpr std::size_t shown = 5;
         std::string message = std::format("{} es ambiguo. Puede ser:", inQuotes(reference));
@@ -164,7 +164,7 @@ VideoProject Library::edit(std::string_view reference, const std::function<void(
     const ProjectLock lock(store().directory(id));
     VideoProject project = load(id);
     requireEditable(project);
-    // A signal between the first file that changes and the document would leave a part of the change.
+    // A signal between the first changed file and the document would leave a partial change.
     const SignalsHeld held;
     change(project);
     project.updatedAt = now();

@@ -13,50 +13,51 @@
 
 namespace orvo::cli {
 
-/// An identifier, or at least this many characters of its beginning when no other begins so.
+/// An identifier, or an unambiguous prefix of at least this many characters.
 inline constexpr std::size_t shortestReference = 4;
 
-/// Whether a text can be an identifier or the beginning of one.
+/// Whether a text can be an identifier or a prefix of one.
 bool looksLikeId(std::string_view reference);
 
-/// The index of the one identifier among `ids` that `reference` names; nothing when there is none. `what` says in messages
-/// what they identify ("proyecto"). Throws `UsageError` when the reference is none or fits several.
+/// The index of the one identifier among `ids` that `reference` names; nullopt if there is none. `what` names their
+/// kind in messages ("proyecto"). Throws `UsageError` if the reference is malformed or ambiguous.
 std::optional<std::size_t> findById(std::string_view reference, std::span<const Uuid> ids, std::string_view what);
 
-/// The beginnings of the identifiers as lists show them: 8 characters, or as many as tell all of them apart.
+/// Prefixes of the identifiers for lists: 8 characters, or as many as distinguish all of them.
 std::vector<std::string> shortIds(std::span<const Uuid> ids);
 
-/// The project library as the commands see it: projects are named by references, and changed one command at a time.
+/// The project library of the commands: finds projects by references and changes them one command at a time.
 class Library {
 public:
-    /// Without a folder the user's own library.
+    /// Without a folder, the library of the user.
     explicit Library(std::optional<std::filesystem::path> folder);
 
-    /// The store; its folder is made when needed. Throws what `ProjectStore` throws.
+    /// The store; creates its folder if needed. Throws as `ProjectStore`.
     const ProjectStore& store();
 
-    /// Every readable project, newest first. A named folder that is not there has none, and is not made.
+    /// All readable projects, newest first. A named folder that does not exist is empty, and is not created.
     std::vector<VideoProject> list();
 
-    /// The identifiers that folders of the library are named by, in order.
+    /// The identifiers of the folders in the library, in order.
     std::vector<Uuid> ids();
 
-    /// The identifier of the project that `reference` names.
-    /// Throws `UsageError` for a text that is no reference or an ambiguous one, `NoSuchProject`.
+    /// The identifier of the project that `reference` names. Throws `UsageError` if it is malformed or ambiguous, and
+    /// `NoSuchProject`.
     Uuid find(std::string_view reference);
 
-    /// Throws as `find`, `ProjectStore::load`, and `captureError` for a document that belongs to another project.
+    /// Throws as `find` and `ProjectStore::load`, and `captureError` for a document of another project.
     VideoProject load(std::string_view reference);
 
-    /// Loads a project, lets `change` change it, dates it and saves it, while no other `orvo` can. Returns it as saved.
+    /// Loads a project, applies `change`, updates its date and saves it, under a lock against other `orvo` processes.
+    /// Returns the saved project.
     ///
-    /// Throws as `load`, what `change` throws, and `captureError` for a recording that has not ended; then nothing is saved.
+    /// Throws as `load` and `change`, and `captureError` if it is still being recorded; then nothing is saved.
     VideoProject edit(std::string_view reference, const std::function<void(VideoProject&)>& change);
 
     /// Throws `captureError` for a recording that has not ended.
     static void requireEditable(const VideoProject& project);
 
-    /// Throws `std::filesystem::filesystem_error` when a library was named that is not there, and makes none.
+    /// Throws `std::filesystem::filesystem_error` if the named library does not exist; does not create it.
     void requireExisting() const;
 
 private:

@@ -45,7 +45,7 @@ struct ListArguments {
     std::string sort;
 };
 
-/// Letters without case and accents, so that "Álgebra" comes before "baile".
+/// A sort key without case and accents: "Álgebra" before "baile".
 std::string collated(const std::string& title)
 {
     utf8proc_uint8_t* mapped = nullptr;
@@ -57,7 +57,7 @@ std::string collated(const std::string& title)
     return length < 0 ? title : std::string(reinterpret_cast<const char*>(mapped), static_cast<std::size_t>(length));
 }
 
-/// Puts the projects, newest first, into the order asked for. Throws `UsageError` for one that there is not.
+/// Sorts the projects, which are newest first. Throws `UsageError` for an unknown order.
 void sort(std::vector<VideoProject>& projects, const std::string& order)
 {
     static constexpr std::array<std::string_view, 4> orders{"created", "updated", "title", "duration"};
@@ -99,7 +99,7 @@ struct ShowArguments {
     bool all = false;
 };
 
-/// The lists of `show` that an author made: only their beginning, unless all of it is wanted.
+/// Lists of `show`: only their beginning, unless everything is requested.
 class Section {
 public:
     Section(std::string title, std::vector<Table::Column> columns, bool all)

@@ -10,7 +10,7 @@
 
 namespace orvo::cli {
 
-/// Runs blocking work with a progress bar, so that a signal stops it cleanly. Throws `Cancelled` after one.
+/// Runs blocking work with a progress bar. A signal stops it cleanly: throws `Cancelled`.
 template <typename Work> auto runInterruptibly(const std::string& label, Work work)
 {
     const Interruption interruption;
@@ -18,7 +18,7 @@ template <typename Work> auto runInterruptibly(const std::string& label, Work wo
         ProgressBar bar(label);
         return work([&](double fraction) { bar.report(fraction); }, interruption.token());
     } catch (const std::exception&) {
-        // Ctrl-C reaches the child processes too, and one of them may have failed of it first.
+        // Ctrl-C also reaches the child processes, and one of them may have failed first.
         if (interruption.requested())
             throw Cancelled();
         throw;

@@ -11,7 +11,7 @@ namespace orvo::cli {
 
 namespace {
 
-/// A text as roff: nothing in it is a request.
+/// Escapes a text for roff.
 std::string roff(std::string_view text)
 {
     std::string result;
@@ -41,7 +41,7 @@ std::string roffOptions(const CLI::App& app)
     return text;
 }
 
-/// A table of what may stand on the line of a command, or nothing where there is none.
+/// A table of arguments or options of a command; empty if it has none.
 std::string optionTable(const CLI::App& app)
 {
     std::string rows;

@@ -50,7 +50,7 @@ VideoProject importInto(Session& session, const std::string& reference, const fs
     const auto copied = runInterruptibly("Importando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
         return MovieImport::copyMovie(library.store(), movie, target, FfprobeMediaProbe(), progress, stop);
     });
-    target = library.load(reference); // It took a while: what was edited meanwhile stays.
+    target = library.load(reference); // Keeps edits that were made meanwhile.
     Library::requireEditable(target);
     MovieImport::append(target, copied);
     target.updatedAt = now();
@@ -58,8 +58,8 @@ VideoProject importInto(Session& session, const std::string& reference, const fs
     return target;
 }
 
-/// Throws `captureError` for a file that is no movie, before any of it is copied. A project takes its size from its first
-/// track; later ones may have sound only.
+/// Throws `captureError` for a file that is not a movie, before copying it. The first track determines the frame size;
+/// later ones may have sound only.
 void requireMovie(const fs::path& file, bool isFirstTrack)
 {
     if (!fs::is_regular_file(file))
@@ -115,7 +115,7 @@ void recover(Session& session, const RecoverArguments& arguments)
             return RecordingPreparation::prepare(
                 project, store, FfprobeMediaProbe(), RecordingPreparation::Which::all, progress, stop);
         });
-        project = library.load(arguments.project); // It took a while: what was edited meanwhile stays.
+        project = library.load(arguments.project); // Keeps edits that were made meanwhile.
     } catch (const std::exception& error) {
         project = library.load(arguments.project);
         project.state = ProjectState::needsRecovery;

@@ -6,7 +6,7 @@
 
 namespace orvo::cli {
 
-/// A new project's folder, removed again unless the work that makes it succeeds.
+/// The folder of a new project, removed by the destructor unless the work succeeded.
 class NewFolder {
 public:
     explicit NewFolder(std::filesystem::path folder)

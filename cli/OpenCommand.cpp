@@ -32,7 +32,7 @@ void open(Session& session, const OpenArguments& arguments)
     const VideoProject project = session.library().load(arguments.project);
     if (!hasDisplay())
         throw captureError("No hay ninguna pantalla en la que abrir Orvo Video.");
-    // The application reads the same variable, so that it opens the library the project is in.
+    // The application reads the same variable and opens the library of the project.
     ::setenv("ORVO_LIBRARY", session.library().store().root().c_str(), 1);
     try {
         startDetached(ProcessRunner::bundlePath() / "Contents" / "MacOS" / "OrvoVideo", {project.id.text()});

@@ -28,7 +28,7 @@ struct PackageArguments {
     std::string quality;
 };
 
-/// A new folder that takes its place when it is complete, and is gone when it is not.
+/// A new folder that is renamed when it is complete and removed otherwise.
 class NewPackage {
 public:
     explicit NewPackage(fs::path target)
@@ -46,7 +46,7 @@ public:
 
     const fs::path& path() const { return m_path; }
 
-    /// An empty folder that is there is replaced.
+    /// Replaces an empty folder.
     void finish() const { fs::rename(m_path, m_target); }
 
 private:
@@ -63,7 +63,7 @@ fs::path emptyTarget(const std::string& argument, const ProjectStore& store)
         throw fs::filesystem_error("package", folder, std::make_error_code(std::errc::not_a_directory));
     if (fs::exists(folder) && !fs::is_empty(folder))
         throw captureError(std::format("La carpeta {} no está vacía.", inQuotes(printable(folder.string()))));
-    // The file that a package always has says where it may be.
+    // Checks the destination with a file that every package contains.
     destination(folder.parent_path() / "master.m3u8", store);
     return folder;
 }

@@ -8,17 +8,17 @@
 
 namespace orvo::cli {
 
-/// A line on standard error that shows how far some work is, how long it has taken and how long it may still take. It is
-/// redrawn by itself, and gone when the object goes. Nothing is shown when standard error is not a terminal.
+/// A line on standard error with the progress, the elapsed and the estimated remaining time. Redraws itself and
+/// disappears with the object. Does nothing if standard error is not a terminal.
 class ProgressBar {
 public:
-    /// `label` says what is being done.
+    /// `label` names the work.
     explicit ProgressBar(std::string label);
     ~ProgressBar();
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    /// The fraction done, 0 to 1. Any thread.
+    /// Sets the fraction done, 0 to 1. Usable from any thread.
     void report(double fraction);
 
 private:

@@ -27,7 +27,7 @@ struct DeleteArguments {
     bool force = false;
 };
 
-/// The project of each reference once. Throws when one of them must not go: then none does.
+/// The projects of the references, each once. Throws if one of them must not be deleted; then none is.
 std::vector<VideoProject> deletable(Library& library, const DeleteArguments& arguments)
 {
     std::vector<VideoProject> found;
@@ -80,7 +80,7 @@ struct DuplicateArguments {
     std::string title;
 };
 
-/// Copies the files of a project's media folder, with folders in it.
+/// Copies the media folder of a project, including subfolders.
 void copyMedia(const fs::path& from, const fs::path& to, const ProgressCallback& progress, const std::stop_token& stop)
 {
     std::vector<fs::path> files;
@@ -115,14 +115,14 @@ void duplicate(Session& session, const DuplicateArguments& arguments)
     VideoProject copy = original;
     copy.id = Uuid::random();
     copy.title = arguments.title.empty() ? original.title + " (copia)" : textArgument("--title", arguments.title);
-    copy.publication.reset(); // The published video stays the original's.
+    copy.publication.reset(); // The publication stays with the original.
     copy.createdAt = copy.updatedAt = now();
 
     NewFolder folder(store.directory(copy.id));
     runInterruptibly("Duplicando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
         copyMedia(store.directory(original.id) / ProjectStore::mediaName, store.directory(copy.id) / ProjectStore::mediaName,
             progress, stop);
-        store.create(copy); // Last: a folder without a document is no project.
+        store.create(copy); // Last: a folder without a document is not a project.
         return true;
     });
     folder.keep();

@@ -6,12 +6,12 @@
 
 namespace orvo::cli {
 
-/// Keeps every other `orvo` from changing the same project: an advisory lock on the project's folder, held for as long as
-/// the object lives and gone with the process, however it ends.
+/// Keeps other `orvo` processes from changing the same project: an advisory lock on its folder, released by the
+/// destructor or the end of the process.
 class ProjectLock {
 public:
-    /// Waits for its turn; tells the user on standard error when it has to. A file system without locks gives none.
-    /// Throws `std::filesystem::filesystem_error` when the folder cannot be opened.
+    /// Waits for the lock, and says so on standard error. Does nothing on a file system without locks. Throws
+    /// `std::filesystem::filesystem_error` if the folder cannot be opened.
     explicit ProjectLock(const std::filesystem::path& folder);
 
 private:

@@ -29,7 +29,7 @@ struct PublishArguments {
     std::string quality;
 };
 
-/// Who may see a video: as asked for, else as it is published, else nobody.
+/// The access policy: as requested, else as published, else nobody.
 struct Access {
     std::vector<std::string> domains;
     bool publicLink = false;
@@ -54,7 +54,7 @@ Access accessOf(const PublishArguments& arguments, const VideoProject& project)
     return access;
 }
 
-/// A project that has no publication cannot be taken back or changed.
+/// A project without a publication cannot be withdrawn or changed.
 const Publication& requirePublished(const VideoProject& project)
 {
     if (!project.publication)
@@ -88,7 +88,7 @@ Publication upload(Session& session, const VideoProject& project, const Access& 
 {
     const auto& projects = session.library().store();
     PublicationPackage package(project, projects, settings);
-    // Before the work that takes long: what is missing is told at once.
+    // Reports what is missing before the long work.
     Publisher publisher = runInterruptibly(
         "Conectando", [&](const ProgressCallback&, const std::stop_token& stop) { return PublishingServer::connect(stop); });
     runInterruptibly(

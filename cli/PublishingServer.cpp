@@ -28,7 +28,7 @@ std::string credential(const std::stop_token& stop)
     try {
         return Keychain::load(credentialAccount, interaction, stop);
     } catch (const Error& error) {
-        // It speaks of the application's buttons.
+        // The message names buttons of the windows.
         throw captureError(
             std::format("{} En el terminal la guarda orvo settings --credential; también vale la variable {}.", error.what(),
                 credentialVariable));

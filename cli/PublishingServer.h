@@ -5,23 +5,23 @@
 #include <stop_token>
 #include <string>
 
-/// The publishing server as the commands reach it.
+/// The configured publishing server.
 namespace orvo::cli::PublishingServer {
 
-/// The address: the stored setting. Throws `captureError` when there is none, and when it holds a user name or password.
+/// The stored address. Throws `captureError` if there is none or it contains a user name or password.
 std::string address();
 
-/// The credential: that of ORVO_ADMIN_TOKEN, else the stored one. On a terminal the user may be asked for the password of
-/// the keychain. Throws as `Keychain::load`.
+/// The credential of ORVO_ADMIN_TOKEN, else the stored one. May ask for the password of the keychain on a terminal.
+/// Throws as `Keychain::load`.
 std::string credential(const std::stop_token& stop);
 
-/// Throws as the two above and `Publisher`.
+/// Throws as both functions above and `Publisher`.
 Publisher connect(const std::stop_token& stop);
 
-/// The variable of the environment that holds a credential.
+/// The environment variable with a credential.
 inline constexpr auto credentialVariable = "ORVO_ADMIN_TOKEN";
 
-/// The account of the keychain that it is kept under.
+/// The keychain account of the credential.
 inline constexpr auto credentialAccount = "adminToken";
 
 } // namespace orvo::cli::PublishingServer

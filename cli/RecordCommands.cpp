@@ -29,7 +29,7 @@ using Terminal::Tone;
 
 struct SourcesArguments { };
 
-/// What a part of the system offers; nothing where that part is missing.
+/// The sources of a part of the system; empty if that part is missing.
 template <typename List> auto offered(List list) -> std::optional<decltype(list())>
 {
     try {
@@ -39,7 +39,8 @@ template <typename List> auto offered(List list) -> std::optional<decltype(list(
     }
 }
 
-/// What offers the screens: an X server that shows the whole desktop. That beside a Wayland desktop shows an empty root.
+/// The display server that offers screens: an X server with the whole desktop. One beside a Wayland desktop shows an
+/// empty root window.
 void requireX11()
 {
     if (windowSystem() == WindowSystem::wayland)
@@ -162,7 +163,7 @@ bool overlaps(const Rect& a, const Rect& b)
     return a.x < b.x + b.width && b.x < a.x + a.width && a.y < b.y + b.height && b.y < a.y + a.height;
 }
 
-/// The source with this identifier; without one the first display, or that in which the region lies.
+/// The source with this identifier; by default the first display, or the one that contains the region.
 CaptureSource chosenSource(const std::string& id, const std::optional<Rect>& region)
 {
     requireX11();
@@ -206,7 +207,7 @@ RecordingSession::Plan planOf(const RecordArguments& arguments)
     return plan;
 }
 
-/// Waits until the recording is to end: after its time, for a signal, or because it cannot go on.
+/// Waits for the end of the recording: its duration, a signal, or a failure.
 class End {
 public:
     void failed(const std::string& text)
@@ -218,7 +219,7 @@ public:
         m_changed.notify_all();
     }
 
-    /// Returns the failure, if that is the reason.
+    /// Returns the failure, if any.
     std::optional<std::string> wait(const std::optional<double>& seconds, const std::stop_token& stop)
     {
         std::unique_lock lock(m_mutex);
@@ -245,7 +246,7 @@ void record(Session& session, const RecordArguments& arguments)
     const auto plan = planOf(arguments);
     const auto& store = session.library().store();
 
-    const Interruption interruption; // Before any thread begins.
+    const Interruption interruption; // Before any thread starts.
     End end;
     std::optional<std::string> failure;
     RecordingSession::Result result;
@@ -254,7 +255,7 @@ void record(Session& session, const RecordArguments& arguments)
         RecordingSession::Listener listener{.onError = [&](const std::string& text) { end.failed(text); },
             .onDevice =
                 [&](TrackKind kind, bool isAway) {
-                    // Behind the line that is drawn there.
+                    // After the status line.
                     const char* before = Terminal::isTerminal(Terminal::Stream::error) ? "\n" : "";
                     if (isAway)
                         session.note(before + RecordingSession::awayText(kind));

@@ -19,8 +19,8 @@ namespace {
 
 constexpr auto redraw = 125ms;
 constexpr int meterLength = 12;
-constexpr float quietest = -48; ///< Decibels below the loudest, at the lower end of the meter.
-constexpr float fall = 0.8F; ///< How fast the meter falls, by each drawing.
+constexpr float quietest = -48; ///< Decibels below full scale at the lower end of the meter.
+constexpr float fall = 0.8F; ///< Decay of the meter per redraw.
 
 std::string meter(float level)
 {

@@ -8,8 +8,8 @@
 
 namespace orvo::cli {
 
-/// A line on standard error that shows what is being recorded, for how long, and how loud the microphone is. Gone when the
-/// object goes; nothing is shown when standard error is not a terminal.
+/// A line on standard error with the recorded sources, the elapsed time and the microphone level. Disappears with the
+/// object. Does nothing if standard error is not a terminal.
 class RecordingLine {
 public:
     RecordingLine(std::string label, const RecordingSession& recording, CaptureEngine& engine);

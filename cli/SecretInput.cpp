@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t longestSecret = 64 << 10; ///< Bytes.
 
-/// While it lives, the terminal does not show what is typed, nor the end of the line.
+/// Disables the echo of the terminal while it lives.
 class Hidden {
 public:
     Hidden()
@@ -64,7 +64,7 @@ std::string readInput(bool oneLine)
     return text;
 }
 
-/// Waits for a line. Throws `Cancelled` when a signal comes first.
+/// Waits for a line. Throws `Cancelled` after a signal.
 void awaitLine(const Interruption& interruption)
 {
     const int signalled = ::eventfd(0, EFD_CLOEXEC);
@@ -87,7 +87,7 @@ std::string readSecret(const std::string& name)
     if (::isatty(STDIN_FILENO) == 0)
         return readInput(false);
     std::fprintf(stderr, "%s: ", name.c_str());
-    const Interruption interruption; // The terminal is left as it was.
+    const Interruption interruption; // The terminal is restored.
     const Hidden hidden;
     awaitLine(interruption);
     return readInput(true);

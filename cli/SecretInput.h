@@ -4,9 +4,9 @@
 
 namespace orvo::cli {
 
-/// A secret, without the line break at its end: asked for by `name` on a terminal, where it is not shown, else everything on
-/// standard input. Throws `captureError` when it cannot be read or is longer than any secret, and
-/// `Cancelled` when a signal comes first on a terminal, which is left as it was.
+/// Reads a secret without its final line break: asks for `name` on a terminal without echo, else reads standard input.
+/// Throws `captureError` if it cannot be read or is too long, and `Cancelled` after a signal on a terminal, which is
+/// restored.
 std::string readSecret(const std::string& name);
 
 } // namespace orvo::cli

@@ -9,10 +9,10 @@
 
 namespace orvo::cli {
 
-/// What every command has: the library, and the way its answer is written.
+/// The context of every command: the library and the output format.
 class Session {
 public:
-    /// What the general options say.
+    /// Values of the general options.
     struct Options {
         std::string library;
         bool json = false;
@@ -20,19 +20,19 @@ public:
 
     Options options;
 
-    /// The library of `--library`, else of ORVO_LIBRARY, else the user's own. Throws `captureError` for a folder of
-    /// `--library` that is not there: a mistyped name must not look like an empty library.
+    /// The library of `--library`, else of ORVO_LIBRARY, else the one of the user. Throws `captureError` if the folder
+    /// of `--library` does not exist: a mistyped name must not look like an empty library.
     Library& library();
 
     bool json() const noexcept { return options.json; }
 
-    /// Writes to standard output. Throws `captureError` when that fails.
+    /// Writes to standard output. Throws `captureError` on failure.
     void print(std::string_view text);
 
-    /// The one value that a script gets.
+    /// Writes the JSON value of the command.
     void answer(const JsonValue& value) { print(value.text()); }
 
-    /// Writes a sentence to standard error, unless the answer is for a script.
+    /// Writes a sentence to standard error, unless the output is JSON.
     void note(std::string_view sentence) const;
 
 private:

@@ -25,7 +25,7 @@ struct SetArguments {
 };
 
 struct Applied {
-    std::string field; ///< As the document calls it.
+    std::string field; ///< Name in the document.
     JsonValue value;
 };
 
@@ -53,7 +53,7 @@ Range rangeOf(std::string_view editValue)
         inQuotes(reference), suggestion(reference, kinds)));
 }
 
-/// The one track with sound that `reference` names: by its kind, as the document writes it, or by its identifier.
+/// The one track with audio that `reference` names: by its kind in the document, or by its identifier.
 Uuid findTrack(const VideoProject& project, std::string_view reference)
 {
     const auto kind = parseTrackKind(reference);

@@ -25,7 +25,7 @@ struct SettingsArguments {
     bool connectDrive = false;
 };
 
-/// Where the credential is, without asking anybody for a password.
+/// Where the credential is stored, without asking for a password.
 std::string credentialState()
 {
     if (const char* given = std::getenv(PublishingServer::credentialVariable); given && *given)
@@ -47,7 +47,7 @@ std::string_view stateText(std::string_view state)
 
 void storeServer(const std::string& server)
 {
-    const Publisher accepted(server, {}); // Refuses an address that cannot be used.
+    const Publisher accepted(server, {}); // Refuses an unusable address.
     StoredSettings::setText(StoredSettings::serverURL, accepted.base());
 }
 

@@ -21,7 +21,7 @@ namespace {
 
 using Terminal::Table;
 
-/// Whether the edit already does what is proposed, so that applying it again would do nothing or double it.
+/// Whether the edit already includes the suggestion, so that applying it would change nothing or duplicate it.
 bool isApplied(const VideoProject& project, const Timeline::OutputMap& map, const EditSuggestion& suggestion)
 {
     if (suggestion.event) {
@@ -85,7 +85,7 @@ SuggestionKind kindArgument(const std::string& text)
         "No existe la clase {}.{} Las clases son silence, filler y zoom.", inQuotes(text), suggestion(text, names)));
 }
 
-/// The positions in the list of suggestions that the arguments choose.
+/// The positions of the chosen suggestions.
 std::set<std::size_t> chosen(const std::vector<EditSuggestion>& suggestions, const ApplyArguments& arguments)
 {
     std::set<std::size_t> result;

@@ -7,15 +7,15 @@
 #include <string_view>
 #include <vector>
 
-/// What a person sees in a terminal. Where the output is none there are no colours, and lines are not shortened.
+/// Formatting for terminals. If the output is not a terminal, it has no colours and lines are not shortened.
 namespace orvo::cli::Terminal {
 
 enum class Stream : std::uint8_t { output, error };
 
-/// Whether the stream is shown to a person on a terminal that understands control sequences.
+/// Whether the stream is a terminal that understands control sequences.
 bool isTerminal(Stream stream);
 
-/// Columns of the terminal; 80 when unknown.
+/// Columns of the terminal; 80 if unknown.
 std::size_t width(Stream stream);
 
 enum class Tone : std::uint8_t {
@@ -27,7 +27,7 @@ enum class Tone : std::uint8_t {
     bad,
 };
 
-/// The text in a tone: coloured when the stream is a terminal and NO_COLOR is not set, otherwise as it is.
+/// The text in a colour if the stream is a terminal and NO_COLOR is not set.
 std::string toned(Tone tone, std::string_view text, Stream stream = Stream::output);
 
 /// Rows of printable cells in aligned columns.
@@ -48,7 +48,7 @@ public:
 
     void add(std::vector<std::string> cells) { m_rows.push_back(std::move(cells)); }
 
-    /// Every line begins with `indent` and ends with a line break.
+    /// Every line starts with `indent` and ends with a line break.
     std::string text(std::string_view indent = "") const;
 
 private:
@@ -56,7 +56,7 @@ private:
     std::vector<std::vector<std::string>> m_rows;
 };
 
-/// A text wrapped at words to lines of at most `room` columns; all but the first begin with `indent` blanks.
+/// Wraps a text at words to at most `room` columns; all lines but the first start with `indent` blanks.
 std::string wrapped(std::string_view text, std::size_t indent, std::size_t room);
 
 } // namespace orvo::cli::Terminal

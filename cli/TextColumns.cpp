@@ -17,7 +17,7 @@ struct CodePoint {
     std::string_view bytes;
 };
 
-/// Takes the first code point off `text`, which is not empty.
+/// Removes the first code point of `text`, which is not empty.
 CodePoint takeFirst(std::string_view& text)
 {
     CodePoint first;
@@ -38,7 +38,7 @@ bool isControl(utf8proc_int32_t value)
     case UTF8PROC_CATEGORY_ZP:
         return true;
     default:
-        // Marks that turn the direction of writing could make a line show something else than it holds.
+        // Direction marks could make a line show something other than its content.
         return (value >= 0x202A && value <= 0x202E) || (value >= 0x2066 && value <= 0x2069);
     }
 }
@@ -48,7 +48,7 @@ std::size_t width(const CodePoint& point)
     return point.value < 0 ? 1 : static_cast<std::size_t>(std::max(0, utf8proc_charwidth(point.value)));
 }
 
-/// How many single letters must be put in, taken out, changed or swapped with their neighbour to make one word of the other.
+/// The number of insertions, deletions, substitutions and swaps of neighbouring letters between two words.
 std::size_t distance(std::string_view a, std::string_view b)
 {
     std::vector<std::size_t> beforeLast(b.size() + 1);
@@ -143,7 +143,7 @@ std::string shortened(std::string_view text, std::size_t room)
 
 std::optional<std::string_view> nearest(std::string_view text, std::span<const std::string_view> candidates)
 {
-    constexpr std::size_t longest = 40; // Nothing has a name of this length.
+    constexpr std::size_t longest = 40; // No name is that long.
     if (text.empty() || text.size() > longest)
         return std::nullopt;
     const std::string written = lowerCase(text);

@@ -63,7 +63,7 @@ void transcribe(Session& session, const TranscribeArguments& arguments)
     Library::requireEditable(project);
     const SharedList words(recognise(session, project, arguments));
 
-    project = library.load(arguments.project); // It took a while: what was edited meanwhile stays.
+    project = library.load(arguments.project); // Keeps edits that were made meanwhile.
     project.edit.words = words;
     project.updatedAt = now();
     library.store().save(project);

@@ -6,8 +6,8 @@
 
 namespace orvo::cli {
 
-/// Prints what remains of a project's transcript in paragraphs, as "txt" (also for an empty format) or "md". Throws
-/// `UsageError` for any other format, and what `Library::load` throws.
+/// Prints the transcript of the edit in paragraphs, as "txt" (also if the format is empty) or "md". Throws `UsageError`
+/// for any other format, and as `Library::load`.
 void printTranscript(Session& session, const std::string& reference, const std::string& format);
 
 } // namespace orvo::cli

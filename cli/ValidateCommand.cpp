@@ -31,7 +31,7 @@ struct ValidateArguments {
     bool quick = false;
 };
 
-/// What is wrong with one project: what keeps it from being used, and what is only odd.
+/// The problems of one project: errors that keep it from being used, and warnings.
 struct Verdict {
     std::string folder;
     std::string title;
@@ -39,7 +39,7 @@ struct Verdict {
     std::vector<std::string> warnings;
 };
 
-/// Looks at one project folder of the library.
+/// Checks one project folder of the library.
 class Examination {
 public:
     Examination(const ProjectStore& store, const std::string& folder, bool quick)
@@ -116,7 +116,7 @@ private:
             warn(std::format("Hay {} identificadores repetidos.", repeated));
     }
 
-    /// The place of a file of the project when it is there, otherwise nothing and an error.
+    /// The path of a project file; reports an error and returns nullopt if it does not exist.
     std::optional<fs::path> present(const VideoProject& project, const std::string& file)
     {
         try {
@@ -167,11 +167,11 @@ private:
             if (place && !m_quick && !OverlayImage::isUsable(*place))
                 error(std::format("{} no es una imagen que se pueda mostrar.", inQuotes(overlay.content)));
         } catch (const std::system_error& failure) {
-            error(describe(failure)); // Of an ffmpeg that cannot be run.
+            error(describe(failure)); // From an ffmpeg that cannot be run.
         }
     }
 
-    /// What work that was killed left behind.
+    /// Leftovers of killed operations.
     void checkLeftovers(const fs::path& folder)
     {
         for (const auto& entry : fs::directory_iterator(folder)) {
@@ -187,7 +187,7 @@ private:
     Verdict m_verdict;
 };
 
-/// The names of the folders to look at: the asked projects, or everything in the library that is named like a project.
+/// The folders to check: those of the requested projects, or all in the library with the name of a project.
 std::vector<std::string> foldersOf(Session& session, const ValidateArguments& arguments)
 {
     std::vector<std::string> folders;

@@ -5,13 +5,13 @@
 #include <string>
 #include <string_view>
 
-/// How the values of a project are told to a person.
+/// Formats values of a project for people.
 namespace orvo::cli {
 
-/// A title on one line; a stand-in for an empty one.
+/// A title on one line; a placeholder if it is empty.
 std::string shownTitle(std::string_view title);
 
-/// Day and minute in the user's time zone.
+/// Date and time to the minute, in the time zone of the user.
 std::string localTime(DateTime instant);
 
 /// A size in MB or KB.

@@ -7,7 +7,7 @@
 
 int main(int argc, char** argv)
 {
-    // A reader that has seen enough, such as head(1), ends the program quietly, whatever whoever started it ignored.
+    // SIGPIPE ends the program quietly when the reader has seen enough, as head(1) does, even if the parent ignored it.
     std::signal(SIGPIPE, SIG_DFL);
     return std::to_underlying(orvo::cli::runCommandLine(std::vector<std::string>(argv + 1, argv + argc)));
 }
