@@ -1,6 +1,5 @@
 pragma ComponentBehavior: Bound
 
-import QtCore
 import QtQuick
 import QtQuick.Controls.Basic
 import Orvo.Model
@@ -95,7 +94,7 @@ FocusScope {
         onCardWanted: (kind, id) => root.showCard(kind, id)
     }
 
-    Settings {
+    Remembered {
         id: remembered
 
         category: "editor"

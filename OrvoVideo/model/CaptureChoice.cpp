@@ -1,9 +1,9 @@
 #include "OrvoVideo/model/CaptureChoice.h"
 
+#include "Platform/settings/StoredSettings.h"
 #include "VideoCore/Error.h"
 
 #include <QGuiApplication>
-#include <QSettings>
 #include <chrono>
 #include <fcntl.h>
 #include <format>
@@ -30,15 +30,20 @@ ScreenCast::Kind kindOf(const QString& mode)
 }
 
 /// The setting that holds what makes the desktop share the same again.
-QString tokenSetting(ScreenCast::Kind kind)
+std::string tokenSetting(ScreenCast::Kind kind)
 {
-    return kind == ScreenCast::Kind::window ? QStringLiteral("screenCast.window") : QStringLiteral("screenCast.monitor");
+    return kind == ScreenCast::Kind::window ? "screenCast.window" : "screenCast.monitor";
 }
 
 /// The setting that holds what that is called.
-QString labelSetting(ScreenCast::Kind kind)
+std::string labelSetting(ScreenCast::Kind kind)
 {
-    return tokenSetting(kind) + QStringLiteral(".label");
+    return tokenSetting(kind) + ".label";
+}
+
+QString stored(const std::string& setting)
+{
+    return QString::fromStdString(StoredSettings::text(setting).value_or(""));
 }
 
 /// What the user has chosen, as long as its size is not known.
@@ -130,19 +135,18 @@ void CaptureChoice::setSourceID(const QString& id)
 
 QString CaptureChoice::remembered() const
 {
-    const QSettings settings;
     const auto kind = kindOf(m_mode);
-    if (!desktopChooses() || m_mode == tabMode || settings.value(tokenSetting(kind)).toString().isEmpty())
+    if (!desktopChooses() || m_mode == tabMode || stored(tokenSetting(kind)).isEmpty())
         return {};
-    return settings.value(labelSetting(kind), plainLabel(kind)).toString();
+    const QString label = stored(labelSetting(kind));
+    return label.isEmpty() ? plainLabel(kind) : label;
 }
 
 void CaptureChoice::remember(const QString& token, const QString& label)
 {
-    QSettings settings;
     const auto kind = kindOf(m_mode);
-    settings.setValue(tokenSetting(kind), token);
-    settings.setValue(labelSetting(kind), label);
+    StoredSettings::remember(tokenSetting(kind), token.toStdString());
+    StoredSettings::remember(labelSetting(kind), label.toStdString());
     emit rememberedChanged();
 }
 
@@ -225,8 +229,7 @@ QCoro::Task<> CaptureChoice::ask(Remembered remembered)
     m_asking = answer;
     const auto listing = ++m_listing;
     const auto kind = kindOf(m_mode);
-    const QSettings settings;
-    const QString token = remembered == Remembered::used ? settings.value(tokenSetting(kind)).toString() : QString();
+    const QString token = remembered == Remembered::used ? stored(tokenSetting(kind)) : QString();
     m_screenCast->open(kind, token, [answer](ScreenCast::Outcome outcome) { answer.give(std::move(outcome)); });
     auto outcome = co_await answer;
     if (listing != m_listing)
