@@ -5,6 +5,7 @@
 #include "VideoMedia/ZoomExpression.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <format>
 #include <iterator>
@@ -412,16 +413,18 @@ FrameSize outputSize(const VideoProject& project, std::int64_t height)
     return {.width = side(project.width), .height = side(project.height)};
 }
 
-std::int64_t videoBitRate(std::string_view quality, FrameSize size, std::int64_t fps)
+std::int64_t videoBitRate(ExportQuality quality, FrameSize size, std::int64_t fps)
 {
-    const double factor = quality == "small" ? 0.065 : quality == "high" ? 0.18 : 0.11;
+    constexpr std::array factors{0.065, 0.11, 0.18};
+    const double factor = factors[static_cast<std::size_t>(quality)];
     const double pixels = static_cast<double>(size.width) * static_cast<double>(size.height) * static_cast<double>(fps);
     return std::max<std::int64_t>(truncated(factor * pixels), 400'000);
 }
 
-int smallestQuantizer(std::string_view quality)
+int smallestQuantizer(ExportQuality quality)
 {
-    return quality == "small" ? 24 : quality == "high" ? 16 : 20;
+    constexpr std::array quantizers{24, 20, 16};
+    return quantizers[static_cast<std::size_t>(quality)];
 }
 
 bool isVisibleVideo(const MediaTrack& track)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VideoCore/VideoProject.h"
+#include "VideoMedia/ExportQuality.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -31,15 +32,15 @@ struct FrameSize {
 /// The project's size scaled down to `height`, never up, truncated and rounded down to even numbers, at least 2.
 FrameSize outputSize(const VideoProject& project, std::int64_t height);
 
-/// Bits per second for a quality ("small", "high", anything else is balanced) from pixels per second; at least 400,000.
-std::int64_t videoBitRate(std::string_view quality, FrameSize size, std::int64_t fps);
+/// Bits per second for a quality from pixels per second; at least 400,000.
+std::int64_t videoBitRate(ExportQuality quality, FrameSize size, std::int64_t fps);
 
-/// The smallest quantiser of H.264 that is worth its bits for a quality, named as for `videoBitRate`.
+/// The smallest quantiser of H.264 that is worth its bits for a quality.
 ///
 /// The bit rate is meant for pictures in which much moves; of a screen on which little does, an encoder would otherwise
 /// write down differences that nobody can see. Six steps of the quantiser are twice the bits, so the three values lie as far
 /// from one another as the three bit rates.
-int smallestQuantizer(std::string_view quality);
+int smallestQuantizer(ExportQuality quality);
 
 /// Whether a track is a clip that the render shows full-frame, one after another.
 bool isVisibleVideo(const MediaTrack& track);

@@ -4,6 +4,8 @@
 #include "VideoCore/Error.h"
 
 #include <QGuiApplication>
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <fcntl.h>
 #include <format>
@@ -13,10 +15,11 @@ namespace orvo {
 
 namespace {
 
-const QString screenMode = QStringLiteral("screen");
-const QString windowMode = QStringLiteral("window");
-const QString regionMode = QStringLiteral("region");
-const QString tabMode = QStringLiteral("tab");
+using Mode = CaptureChoice::Mode;
+
+/// Indexed by the mode.
+constexpr std::array<QLatin1StringView, 4> modeTexts{
+    QLatin1StringView("screen"), QLatin1StringView("window"), QLatin1StringView("region"), QLatin1StringView("tab")};
 
 QString permissionText()
 {
@@ -24,9 +27,9 @@ QString permissionText()
         "Activa el permiso de grabación de pantalla de Orvo Video en Ajustes del Sistema y pulsa Actualizar.");
 }
 
-ScreenCast::Kind kindOf(const QString& mode)
+ScreenCast::Kind kindOf(Mode mode)
 {
-    return mode == windowMode ? ScreenCast::Kind::window : ScreenCast::Kind::monitor;
+    return mode == Mode::window ? ScreenCast::Kind::window : ScreenCast::Kind::monitor;
 }
 
 /// The setting that holds what makes the desktop share the same again.
@@ -110,13 +113,23 @@ void CaptureChoice::shutDown()
     m_workers.shutDown();
 }
 
+QString CaptureChoice::mode() const
+{
+    return modeTexts[static_cast<std::size_t>(m_mode)];
+}
+
 void CaptureChoice::setMode(const QString& mode)
 {
-    const QString valid = mode == windowMode || mode == regionMode || mode == tabMode ? mode : screenMode;
-    if (m_mode == valid)
+    const auto* found = std::find(modeTexts.begin(), modeTexts.end(), mode);
+    setCaptureMode(found == modeTexts.end() ? Mode::screen : static_cast<Mode>(found - modeTexts.begin()));
+}
+
+void CaptureChoice::setCaptureMode(Mode mode)
+{
+    if (m_mode == mode)
         return;
-    const bool staysShared = kindOf(m_mode) == kindOf(valid) && valid != tabMode;
-    m_mode = valid;
+    const bool staysShared = kindOf(m_mode) == kindOf(mode) && mode != Mode::tab;
+    m_mode = mode;
     if (desktopChooses() && !staysShared) {
         release();
         show({}, {});
@@ -136,7 +149,7 @@ void CaptureChoice::setSourceID(const QString& id)
 QString CaptureChoice::remembered() const
 {
     const auto kind = kindOf(m_mode);
-    if (!desktopChooses() || m_mode == tabMode || stored(tokenSetting(kind)).isEmpty())
+    if (!desktopChooses() || m_mode == Mode::tab || stored(tokenSetting(kind)).isEmpty())
         return {};
     const QString label = stored(labelSetting(kind));
     return label.isEmpty() ? plainLabel(kind) : label;
@@ -165,7 +178,7 @@ QString CaptureChoice::pointerNote() const
 
 void CaptureChoice::loadSources()
 {
-    if (m_mode == tabMode) { // The browser knows the tabs. What was chosen is so still for the other modes.
+    if (m_mode == Mode::tab) { // The browser knows the tabs. What was chosen is so still for the other modes.
         ++m_listing;
         m_sources.show({});
         setSourceError({});
@@ -212,7 +225,7 @@ QCoro::Task<> CaptureChoice::list()
     QString error;
     try {
         sources = co_await m_workers.run(
-            [windows = m_mode == windowMode] { return windows ? CaptureSources::windows() : CaptureSources::displays(); });
+            [windows = m_mode == Mode::window] { return windows ? CaptureSources::windows() : CaptureSources::displays(); });
     } catch (const Cancelled&) {
         co_return; // This object is going.
     } catch (const std::exception&) {

@@ -90,17 +90,17 @@ TEST(RenderGraph, OutputSizeIsEvenAndNeverLargerThanTheProject)
 TEST(RenderGraph, BitRateFollowsPixelsAndQuality)
 {
     const FrameSize full{1920, 1080};
-    EXPECT_EQ(RenderGraph::videoBitRate("balanced", full, 30), 6'842'880);
-    EXPECT_EQ(RenderGraph::videoBitRate("anything", full, 30), 6'842'880);
-    EXPECT_EQ(RenderGraph::videoBitRate("small", full, 30), 4'043'520);
-    EXPECT_EQ(RenderGraph::videoBitRate("high", full, 30), 11'197'440);
-    EXPECT_EQ(RenderGraph::videoBitRate("small", {2, 2}, 30), 400'000);
+    EXPECT_EQ(RenderGraph::videoBitRate(ExportQuality::balanced, full, 30), 6'842'880);
+    EXPECT_EQ(RenderGraph::videoBitRate(ExportQuality::small, full, 30), 4'043'520);
+    EXPECT_EQ(RenderGraph::videoBitRate(ExportQuality::high, full, 30), 11'197'440);
+    EXPECT_EQ(RenderGraph::videoBitRate(ExportQuality::small, {2, 2}, 30), 400'000);
     // Six steps of the quantiser are twice the bits.
-    for (const auto& [coarse, fine] : {std::pair{"small", "balanced"}, {"balanced", "high"}}) {
+    for (const auto& [coarse, fine] :
+        {std::pair{ExportQuality::small, ExportQuality::balanced}, {ExportQuality::balanced, ExportQuality::high}}) {
         const auto rates = static_cast<double>(RenderGraph::videoBitRate(fine, full, 30))
             / static_cast<double>(RenderGraph::videoBitRate(coarse, full, 30));
         const int steps = RenderGraph::smallestQuantizer(coarse) - RenderGraph::smallestQuantizer(fine);
-        EXPECT_NEAR(6 * std::log2(rates), steps, 1) << coarse;
+        EXPECT_NEAR(6 * std::log2(rates), steps, 1) << textOf(coarse);
     }
 }
 
