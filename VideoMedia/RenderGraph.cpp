@@ -58,8 +58,8 @@ std::string fades(std::string_view filter, double fade, double length)
 {
     if (!(fade >= shortestTime))
         return {};
-    const std::string amount = numberText(fade);
-    return std::format(",{0}=t=in:d={1},{0}=t=out:st={2}:d={1}", filter, amount, numberText(length - fade));
+    const std::string amount = durationText(fade);
+    return std::format(",{0}=t=in:d={1},{0}=t=out:st={2}:d={1}", filter, amount, durationText(length - fade));
 }
 
 /// The fades of a kept stretch, in seconds.
@@ -88,9 +88,10 @@ std::string soundFades(const Fades& fades, double length)
 {
     std::string result;
     if (fades.soundIn >= shortestTime)
-        result += std::format(",afade=t=in:d={}", numberText(fades.soundIn));
+        result += std::format(",afade=t=in:d={}", durationText(fades.soundIn));
     if (fades.soundOut >= shortestTime)
-        result += std::format(",afade=t=out:st={}:d={}", numberText(length - fades.soundOut), numberText(fades.soundOut));
+        result +=
+            std::format(",afade=t=out:st={}:d={}", durationText(length - fades.soundOut), durationText(fades.soundOut));
     return result;
 }
 
@@ -236,15 +237,15 @@ private:
             const double fade = count > 1 ? std::min(std::max(m_project.edit.fade, 0.0), length / largestFadeShare) : 0;
             if (!m_inputs[i].hasVideo) {
                 m_chains.add(std::format("color=color=black:size={}x{}:rate={}:duration={},setsar=1{}{}", width, height,
-                    m_settings.fps, numberText(length), fades("fade", fade, length), label("source", n)));
+                    m_settings.fps, durationText(length), fades("fade", fade, length), label("source", n)));
                 ++n;
                 continue;
             }
             m_chains.add(std::format("[{}:v]scale={}:{}:force_original_aspect_ratio=decrease,"
                                      "pad={}:{}:(ow-iw)/2:(oh-ih)/2:color=black,setsar=1,setpts=PTS-STARTPTS,fps={},"
                                      "tpad=stop_mode=clone:stop_duration={},trim=duration={}{}{}",
-                i, width, height, width, height, m_settings.fps, numberText(std::max(m_project.duration, 0.0)),
-                numberText(length), fades("fade", fade, length), label("source", n)));
+                i, width, height, width, height, m_settings.fps, durationText(std::max(m_project.duration, 0.0)),
+                durationText(length), fades("fade", fade, length), label("source", n)));
             ++n;
         }
         m_current = "base";
@@ -343,8 +344,8 @@ private:
         m_chains.add(std::format("{}{}={}{}", source, by.split, count, groups));
         for (std::size_t n = count; n-- > 0;) {
             const auto group = spans.subspan(n * size, std::min(size, spans.size() - n * size));
-            addBranches(std::format("{}{}=start={}:end={},", groupLabel(n * size), by.trim, numberText(group.front().start),
-                            numberText(group.back().end)),
+            addBranches(std::format("{}{}=start={}:end={},", groupLabel(n * size), by.trim,
+                            durationText(group.front().start), durationText(group.back().end)),
                 by, group, first + n * size);
         }
     }
@@ -365,8 +366,8 @@ private:
             const double length = spans[n].end - spans[n].start;
             const Fades faded = fadesOf(m_project, spans[n]);
             const double shown = std::max(length, 0.0);
-            const std::string start = numberText(spans[n].start);
-            const std::string end = numberText(spans[n].end);
+            const std::string start = durationText(spans[n].start);
+            const std::string end = durationText(spans[n].end);
             m_chains.add(
                 std::format("{}trim=start={}:end={},setpts=PTS-STARTPTS{}{}", count > 1 ? label("vbranch", n) : current(),
                     start, end, fades("fade", faded.picture, shown), label("v", n)));
@@ -435,10 +436,10 @@ bool isVisibleVideo(const MediaTrack& track)
 std::string audioMix(const VideoProject& project, std::span<const Input> inputs, double delay)
 {
     const auto& edit = project.edit;
-    const std::string duration = numberText(project.duration);
+    const std::string duration = durationText(project.duration);
     // The normaliser can come up to a tenth of a second short of the end, and leaves a gap in the times there.
     const std::string punctual = std::format(
-        ",asetpts=N/SR/TB,apad,atrim=start={}:duration={},asetpts=PTS-STARTPTS[mix]", numberText(delay), duration);
+        ",asetpts=N/SR/TB,apad,atrim=start={}:duration={},asetpts=PTS-STARTPTS[mix]", durationText(delay), duration);
     Chains chains;
     std::size_t count = 0;
     for (std::size_t i = 0; i < inputs.size(); ++i) {

@@ -52,6 +52,22 @@ VideoProject screenProject()
     return project;
 }
 
+/// ffmpeg refuses them: a recording that was stopped at once could not be exported, nor one with a fade as short published.
+TEST(RenderGraph, WritesDurationsWithoutExponents)
+{
+    const std::pair<double, std::string> cases[] = {{3, "3.0"}, {12.5, "12.5"}, {6e-05, "0.00006"}, {-6e-05, "-0.00006"},
+        {5.5e-17, "0.0"}, {0.1 + 0.2, "0.30000000000000004"}, {1e300, "9000000000000.0"},
+        {std::numeric_limits<double>::quiet_NaN(), "0.0"}};
+    for (const auto& [seconds, text] : cases)
+        EXPECT_EQ(durationText(seconds), text);
+
+    auto project = emptyProject(6e-05);
+    project.tracks = {
+        track(TrackKind::screen, "media/screen.mov", 0, 6e-05), track(TrackKind::microphone, "media/voice.m4a", 0, 6e-05)};
+    for (const auto& graph : {mixOf(project), pictureOf(project)})
+        EXPECT_THAT(graph, testing::Not(testing::ContainsRegex("(duration|start|end|[^a-z]d|st)=[0-9.]+e")));
+}
+
 TEST(RenderGraph, WritesShortestNumbers)
 {
     const std::pair<double, std::string> cases[] = {{3, "3.0"}, {12.5, "12.5"}, {0, "0.0"}, {-0.25, "-0.25"},
