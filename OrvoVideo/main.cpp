@@ -1,4 +1,5 @@
 #include "OrvoVideo/model/AppModel.h"
+#include "OrvoVideo/model/OlderSettings.h"
 #include "OrvoVideo/model/SingleInstance.h"
 #include "OrvoVideo/recorder/RecordingDesk.h"
 #include "OrvoVideo/shell/DesktopActivation.h"
@@ -76,6 +77,7 @@ int runApplication(const QStringList& arguments)
         return instance.handOver(MainWindow::inAnyFolder(arguments)) ? EXIT_SUCCESS
                                                                      : endWith(SingleInstance::notAnsweringText());
 
+    OlderSettings::adopt(OlderSettings::usualFile());
     AppModel model(AppServices::create(libraryFolder()));
     MainWindow window(model);
     const TrayItem tray(model);

@@ -49,7 +49,7 @@ public:
             std::unique_ptr<Storage>(m_storage).reset();
     }
 
-    const std::vector<T>& items() const noexcept { return m_storage ? m_storage->items : s_empty; }
+    const std::vector<T>& items() const noexcept { return m_storage ? m_storage->items : noItems; }
     std::size_t size() const noexcept { return items().size(); }
     bool empty() const noexcept { return items().empty(); }
     const_iterator begin() const noexcept { return items().begin(); }
@@ -94,7 +94,7 @@ private:
     {
     }
 
-    inline static const std::vector<T> s_empty;
+    inline static const std::vector<T> noItems;
     Storage* m_storage = nullptr;
 };
 

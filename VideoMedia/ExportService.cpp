@@ -315,7 +315,7 @@ private:
         Arguments arguments;
         for (const auto& input : m_inputs) {
             if (late && !isMicrophone(input))
-                append(arguments, {"-itsoffset", numberText(noiseReductionDelay)});
+                append(arguments, {"-itsoffset", durationText(noiseReductionDelay)});
             append(arguments, {"-i", input.file.string()});
         }
         return arguments;
@@ -328,7 +328,7 @@ private:
         append(arguments, soundInputArguments());
         append(arguments,
             {"-/filter_complex", (work / "audio.txt").string(), "-map", "[mix]", "-vn", "-ar", "48000", "-c:a", "pcm_s16le",
-                "-t", numberText(m_project.duration), "-f", "wav", target.string()});
+                "-t", durationText(m_project.duration), "-f", "wav", target.string()});
         ProcessRunner::run(m_ffmpeg, arguments, {}, 0, stop);
     }
 
@@ -412,7 +412,7 @@ private:
         // A constant rate gives the last frame its duration: otherwise the video ends one frame before the audio.
         append(arguments, {"-r", std::to_string(m_settings.fps)});
         append(arguments,
-            {"-c:a", "aac", "-ar", "48000", "-b:a", "128k", "-movflags", "+faststart", "-t", numberText(playable),
+            {"-c:a", "aac", "-ar", "48000", "-b:a", "128k", "-movflags", "+faststart", "-t", durationText(playable),
                 "-progress", "pipe:1", target.string()});
         ProcessRunner::run(m_ffmpeg, arguments, progress, playable, stop);
     }

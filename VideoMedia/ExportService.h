@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VideoCore/ProjectStore.h"
+#include "VideoMedia/ExportQuality.h"
 #include "VideoMedia/MediaProbe.h"
 #include "VideoMedia/ProcessRunner.h"
 
@@ -23,7 +24,7 @@ enum class SubtitleCues : std::uint8_t {
 struct ExportSettings {
     std::int64_t height = 1080; ///< Asked height in pixels, at least 1; the output is never larger than the project.
     std::int64_t fps = 30; ///< Output frames per second, 1 to `VideoLimits::highestRate`.
-    std::string quality = "balanced"; ///< "small", "high", or anything else for "balanced".
+    ExportQuality quality = ExportQuality::balanced;
     SubtitleCues subtitles = SubtitleCues::words;
     bool burnIn = false; ///< Whether these subtitles are also part of the frames.
     bool isTemporary = false; ///< Whether the film is removed soon, so that later exports cannot take it.

@@ -78,7 +78,7 @@ std::string signature(const VideoProject& project, const ProjectStore& store, co
         shown.edit.words = {};
     const auto size = RenderGraph::outputSize(project, settings.height);
     Sha256 sum;
-    sum.add(std::format("{}:{}x{}:{}:{}:{}\n", renderer, size.width, size.height, settings.fps, settings.quality,
+    sum.add(std::format("{}:{}x{}:{}:{}:{}\n", renderer, size.width, size.height, settings.fps, textOf(settings.quality),
         static_cast<int>(settings.burned())));
     sum.add(encodeDocument(shown));
     for (const auto& track : project.tracks)

@@ -284,8 +284,8 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
     writeFileAtomically(folder / "master.m3u8", HlsLadder::masterPlaylist(ladder));
     writeFileAtomically(folder / "captions.vtt", Timeline::subtitles(project, Timeline::SubtitleFormat::webVtt));
     ProcessRunner::run(*ffmpeg,
-        {"-hide_banner", "-y", "-ss", numberText(RenderGraph::openingFade(project)), "-i", movie.string(), "-frames:v", "1",
-            "-vf", "scale=960:-2", (plain.path() / "poster.jpg").string()},
+        {"-hide_banner", "-y", "-ss", durationText(RenderGraph::openingFade(project)), "-i", movie.string(), "-frames:v",
+            "1", "-vf", "scale=960:-2", (plain.path() / "poster.jpg").string()},
         {}, 0, stop);
     return outcome;
 }

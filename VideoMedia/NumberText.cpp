@@ -30,6 +30,19 @@ std::string numberText(std::int64_t value)
     return std::to_string(value);
 }
 
+std::string durationText(double seconds)
+{
+    constexpr double shortest = 0.5e-6;
+    constexpr double longest = 9e12;
+    seconds = std::isnan(seconds) || std::abs(seconds) < shortest ? 0 : std::clamp(seconds, -longest, longest);
+    std::array<char, 32> buffer{};
+    const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), seconds, std::chars_format::fixed).ptr;
+    std::string text(buffer.data(), end);
+    if (!text.contains('.'))
+        text += ".0";
+    return text;
+}
+
 std::int64_t truncated(double value)
 {
     constexpr double limit = 0x1p53;

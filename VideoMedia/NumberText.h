@@ -11,6 +11,10 @@ namespace orvo {
 std::string numberText(double value);
 std::string numberText(std::int64_t value);
 
+/// A duration or a point in time in seconds, as ffmpeg's options of that type take it: as `numberText`, but never with an
+/// exponent, which they refuse. They count microseconds: less than half of one is 0, and more than 64 bits count is clamped.
+std::string durationText(double seconds);
+
 /// The whole part of a number; 0 when it is not a number, and ±2^53 beyond the range in which doubles count every integer.
 std::int64_t truncated(double value);
 

@@ -95,7 +95,7 @@ Arguments input(const fs::path& file, double seconds)
     // The overlay repeats the last frame, so a still is decoded and scaled once.
     Arguments arguments = literally(file);
     if (isAnimation(file))
-        append(arguments, {"-ignore_loop", "0", "-t", numberText(seconds)});
+        append(arguments, {"-ignore_loop", "0", "-t", durationText(seconds)});
     append(arguments, {"-i", file.string()});
     return arguments;
 }

@@ -5,6 +5,7 @@
 #include "VideoMedia/ZoomExpression.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <format>
 #include <iterator>
@@ -56,8 +57,8 @@ std::string fades(std::string_view filter, double fade, double length)
 {
     if (!(fade >= shortestTime))
         return {};
-    const std::string amount = numberText(fade);
-    return std::format(",{0}=t=in:d={1},{0}=t=out:st={2}:d={1}", filter, amount, numberText(length - fade));
+    const std::string amount = durationText(fade);
+    return std::format(",{0}=t=in:d={1},{0}=t=out:st={2}:d={1}", filter, amount, durationText(length - fade));
 }
 
 /// The fades of a kept span, in seconds.
@@ -86,9 +87,10 @@ std::string soundFades(const Fades& fades, double length)
 {
     std::string result;
     if (fades.soundIn >= shortestTime)
-        result += std::format(",afade=t=in:d={}", numberText(fades.soundIn));
+        result += std::format(",afade=t=in:d={}", durationText(fades.soundIn));
     if (fades.soundOut >= shortestTime)
-        result += std::format(",afade=t=out:st={}:d={}", numberText(length - fades.soundOut), numberText(fades.soundOut));
+        result +=
+            std::format(",afade=t=out:st={}:d={}", durationText(length - fades.soundOut), durationText(fades.soundOut));
     return result;
 }
 
@@ -235,15 +237,15 @@ private:
             const double fade = count > 1 ? std::min(std::max(m_project.edit.fade, 0.0), length / largestFadeShare) : 0;
             if (!m_inputs[i].hasVideo) {
                 m_chains.add(std::format("color=color=black:size={}x{}:rate={}:duration={},setsar=1{}{}", width, height,
-                    m_settings.fps, numberText(length), fades("fade", fade, length), label("source", n)));
+                    m_settings.fps, durationText(length), fades("fade", fade, length), label("source", n)));
                 ++n;
                 continue;
             }
             m_chains.add(std::format("[{}:v]scale={}:{}:force_original_aspect_ratio=decrease,"
                                      "pad={}:{}:(ow-iw)/2:(oh-ih)/2:color=black,setsar=1,setpts=PTS-STARTPTS,fps={},"
                                      "tpad=stop_mode=clone:stop_duration={},trim=duration={}{}{}",
-                i, width, height, width, height, m_settings.fps, numberText(std::max(m_project.duration, 0.0)),
-                numberText(length), fades("fade", fade, length), label("source", n)));
+                i, width, height, width, height, m_settings.fps, durationText(std::max(m_project.duration, 0.0)),
+                durationText(length), fades("fade", fade, length), label("source", n)));
             ++n;
         }
         m_current = "base";
@@ -342,8 +344,8 @@ private:
         m_chains.add(std::format("{}{}={}{}", source, by.split, count, groups));
         for (std::size_t n = count; n-- > 0;) {
             const auto group = spans.subspan(n * size, std::min(size, spans.size() - n * size));
-            addBranches(std::format("{}{}=start={}:end={},", groupLabel(n * size), by.trim, numberText(group.front().start),
-                            numberText(group.back().end)),
+            addBranches(std::format("{}{}=start={}:end={},", groupLabel(n * size), by.trim,
+                            durationText(group.front().start), durationText(group.back().end)),
                 by, group, first + n * size);
         }
     }
@@ -363,8 +365,8 @@ private:
             const double length = spans[n].end - spans[n].start;
             const Fades faded = fadesOf(m_project, spans[n]);
             const double shown = std::max(length, 0.0);
-            const std::string start = numberText(spans[n].start);
-            const std::string end = numberText(spans[n].end);
+            const std::string start = durationText(spans[n].start);
+            const std::string end = durationText(spans[n].end);
             m_chains.add(
                 std::format("{}trim=start={}:end={},setpts=PTS-STARTPTS{}{}", count > 1 ? label("vbranch", n) : current(),
                     start, end, fades("fade", faded.picture, shown), label("v", n)));
@@ -411,16 +413,18 @@ FrameSize outputSize(const VideoProject& project, std::int64_t height)
     return {.width = side(project.width), .height = side(project.height)};
 }
 
-std::int64_t videoBitRate(std::string_view quality, FrameSize size, std::int64_t fps)
+std::int64_t videoBitRate(ExportQuality quality, FrameSize size, std::int64_t fps)
 {
-    const double factor = quality == "small" ? 0.065 : quality == "high" ? 0.18 : 0.11;
+    constexpr std::array factors{0.065, 0.11, 0.18};
+    const double factor = factors[static_cast<std::size_t>(quality)];
     const double pixels = static_cast<double>(size.width) * static_cast<double>(size.height) * static_cast<double>(fps);
     return std::max<std::int64_t>(truncated(factor * pixels), 400'000);
 }
 
-int smallestQuantizer(std::string_view quality)
+int smallestQuantizer(ExportQuality quality)
 {
-    return quality == "small" ? 24 : quality == "high" ? 16 : 20;
+    constexpr std::array quantizers{24, 20, 16};
+    return quantizers[static_cast<std::size_t>(quality)];
 }
 
 bool isVisibleVideo(const MediaTrack& track)
@@ -431,10 +435,10 @@ bool isVisibleVideo(const MediaTrack& track)
 std::string audioMix(const VideoProject& project, std::span<const Input> inputs, double delay)
 {
     const auto& edit = project.edit;
-    const std::string duration = numberText(project.duration);
+    const std::string duration = durationText(project.duration);
     // The normaliser can end up to a tenth of a second early and leaves a gap in the timestamps there.
     const std::string punctual = std::format(
-        ",asetpts=N/SR/TB,apad,atrim=start={}:duration={},asetpts=PTS-STARTPTS[mix]", numberText(delay), duration);
+        ",asetpts=N/SR/TB,apad,atrim=start={}:duration={},asetpts=PTS-STARTPTS[mix]", durationText(delay), duration);
     Chains chains;
     std::size_t count = 0;
     for (std::size_t i = 0; i < inputs.size(); ++i) {

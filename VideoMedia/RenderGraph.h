@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VideoCore/VideoProject.h"
+#include "VideoMedia/ExportQuality.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -31,14 +32,14 @@ struct FrameSize {
 /// The project's size scaled down to `height`, never up, truncated and rounded down to even numbers, at least 2.
 FrameSize outputSize(const VideoProject& project, std::int64_t height);
 
-/// Bits per second for a quality ("small", "high", anything else is balanced) from pixels per second; at least 400,000.
-std::int64_t videoBitRate(std::string_view quality, FrameSize size, std::int64_t fps);
+/// Bits per second for a quality from pixels per second; at least 400,000.
+std::int64_t videoBitRate(ExportQuality quality, FrameSize size, std::int64_t fps);
 
-/// The minimum quantiser of H.264 for a quality, named as for `videoBitRate`.
+/// The minimum quantiser of H.264 for a quality.
 ///
 /// The bit rate suits video with much motion. On a mostly static screen the encoder would spend it on invisible
 /// differences. Six quantiser steps double the bits, so the three values are spaced like the three bit rates.
-int smallestQuantizer(std::string_view quality);
+int smallestQuantizer(ExportQuality quality);
 
 /// Whether a track is a clip, which fills the frame and plays after the clips before it.
 bool isVisibleVideo(const MediaTrack& track);

@@ -1,6 +1,7 @@
 #include "cli/Completion.h"
 
 #include "VideoCore/Uuid.h"
+#include "VideoMedia/ExportQuality.h"
 #include "cli/TextColumns.h"
 
 #include <CLI/CLI.hpp>
@@ -27,7 +28,7 @@ struct Values {
 /// Options and arguments with a fixed set of values.
 const std::array choices{
     Values{"--sort", {"created", "updated", "title", "duration"}},
-    Values{"--quality", {"small", "balanced", "high"}},
+    Values{"--quality", {exportQualityTexts.begin(), exportQualityTexts.end()}},
     Values{"text --format", {"txt", "md"}},
     Values{"--format", {"srt", "vtt"}},
     Values{"--language", {"es-ES", "en-US"}},

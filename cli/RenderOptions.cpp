@@ -6,7 +6,6 @@
 #include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
-#include <algorithm>
 #include <array>
 #include <format>
 
@@ -21,16 +20,17 @@ void addRenderOptions(Command& command, std::string& height, std::string& qualit
 
 ExportSettings renderSettings(const std::string& height, const std::string& quality)
 {
-    static constexpr std::array<std::string_view, 3> qualities{"small", "balanced", "high"};
     ExportSettings settings;
     if (!height.empty())
         settings.height = integerArgument("--height", height, {2, 8192});
-    if (!quality.empty())
-        settings.quality = quality;
-    if (!std::ranges::contains(qualities, settings.quality)) {
+    if (quality.empty())
+        return settings;
+    const auto known = parseExportQuality(quality);
+    if (!known) {
         throw UsageError(std::format("No existe la calidad {}.{} Las calidades son small, balanced y high.",
-            inQuotes(settings.quality), suggestion(settings.quality, qualities)));
+            inQuotes(quality), suggestion(quality, exportQualityTexts)));
     }
+    settings.quality = *known;
     return settings;
 }
 

@@ -155,7 +155,7 @@ void checkGraphs(const VideoProject& project)
 {
     const auto size = RenderGraph::outputSize(project, 1080);
     require(size.width >= 2 && size.height >= 2 && size.width % 2 == 0 && size.height % 2 == 0, "sizes are even");
-    require(RenderGraph::videoBitRate("high", size, 30) >= 400'000, "a bit rate is not too low");
+    require(RenderGraph::videoBitRate(ExportQuality::high, size, 30) >= 400'000, "a bit rate is not too low");
 
     std::vector<RenderGraph::Input> inputs;
     for (const auto& track : project.tracks)

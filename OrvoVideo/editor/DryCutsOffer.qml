@@ -1,4 +1,3 @@
-import QtCore
 import QtQuick
 import QtQuick.Layouts
 import Orvo.Model
@@ -26,7 +25,7 @@ RowLayout {
     visible: wanted && app.project.fade > 0
     spacing: Theme.space(3)
 
-    Settings {
+    Remembered {
         id: offered
 
         category: "dryCuts"

@@ -1,6 +1,5 @@
 pragma ComponentBehavior: Bound
 
-import QtCore
 import QtQuick
 import QtQuick.Controls.Basic
 import Orvo.Model
@@ -110,7 +109,7 @@ FocusScope {
         onCardWanted: (kind, id) => root.showCard(kind, id)
     }
 
-    Settings {
+    Remembered {
         id: remembered
 
         category: "editor"

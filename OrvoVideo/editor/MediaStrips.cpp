@@ -283,7 +283,7 @@ QImage MediaStrips::readPicture(const PictureKey& key, Clock::time_point from, c
     const QString made = folder.filePath(QStringLiteral("picture.jpg"));
     ProcessRunner::run(requireFfmpeg(),
         {"-hide_banner", "-nostdin", "-y", "-v", "error", "-threads", "1", "-ss",
-            numberText(static_cast<double>(key.time) / 1000), "-i", key.file.string(), "-map", "0:v:0", "-frames:v", "1",
+            durationText(static_cast<double>(key.time) / 1000), "-i", key.file.string(), "-map", "0:v:0", "-frames:v", "1",
             "-vf", "scale=-2:" + std::to_string(pictureHeight), "-q:v", "4", made.toStdString()},
         {}, 0, stop);
     QImage image(made);

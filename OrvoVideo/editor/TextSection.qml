@@ -1,6 +1,5 @@
 pragma ComponentBehavior: Bound
 
-import QtCore
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
@@ -31,7 +30,7 @@ ColumnLayout {
 
         model: root.app
     }
-    Settings {
+    Remembered {
         id: remembered
 
         category: "editor"

@@ -166,11 +166,17 @@ void AppModel::setOptions(const RecordingOptions& options)
     emit optionsChanged();
 }
 
+QString AppModel::exportQuality() const
+{
+    return Text::from(std::string(textOf(m_settings.exportQuality)));
+}
+
 void AppModel::setExportQuality(const QString& quality)
 {
-    if (m_settings.exportQuality == quality)
+    const auto known = parseExportQuality(quality.toStdString()).value_or(ExportQuality::balanced);
+    if (m_settings.exportQuality == known)
         return;
-    m_settings.exportQuality = quality;
+    m_settings.exportQuality = known;
     emit exportQualityChanged();
 }
 

@@ -224,8 +224,8 @@ public:
     /// Of the next recording; height and frame rate are those of an export, too.
     const RecordingOptions& options() const { return m_settings.options; }
     void setOptions(const RecordingOptions& options);
-    /// "small", "balanced" or "high".
-    const QString& exportQuality() const { return m_settings.exportQuality; }
+    /// "small", "balanced" or "high"; anything else is "balanced".
+    QString exportQuality() const;
     void setExportQuality(const QString& quality);
 
 signals:

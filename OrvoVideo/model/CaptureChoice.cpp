@@ -1,9 +1,11 @@
 #include "OrvoVideo/model/CaptureChoice.h"
 
+#include "Platform/settings/StoredSettings.h"
 #include "VideoCore/Error.h"
 
 #include <QGuiApplication>
-#include <QSettings>
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <fcntl.h>
 #include <format>
@@ -13,10 +15,11 @@ namespace orvo {
 
 namespace {
 
-const QString screenMode = QStringLiteral("screen");
-const QString windowMode = QStringLiteral("window");
-const QString regionMode = QStringLiteral("region");
-const QString tabMode = QStringLiteral("tab");
+using Mode = CaptureChoice::Mode;
+
+/// Indexed by the mode.
+constexpr std::array<QLatin1StringView, 4> modeTexts{
+    QLatin1StringView("screen"), QLatin1StringView("window"), QLatin1StringView("region"), QLatin1StringView("tab")};
 
 QString permissionText()
 {
@@ -24,21 +27,26 @@ QString permissionText()
         "Activa el permiso de grabación de pantalla de Orvo Video en Ajustes del Sistema y pulsa Actualizar.");
 }
 
-ScreenCast::Kind kindOf(const QString& mode)
+ScreenCast::Kind kindOf(Mode mode)
 {
-    return mode == windowMode ? ScreenCast::Kind::window : ScreenCast::Kind::monitor;
+    return mode == Mode::window ? ScreenCast::Kind::window : ScreenCast::Kind::monitor;
 }
 
 /// The setting that holds what makes the desktop share the same again.
-QString tokenSetting(ScreenCast::Kind kind)
+std::string tokenSetting(ScreenCast::Kind kind)
 {
-    return kind == ScreenCast::Kind::window ? QStringLiteral("screenCast.window") : QStringLiteral("screenCast.monitor");
+    return kind == ScreenCast::Kind::window ? "screenCast.window" : "screenCast.monitor";
 }
 
 /// The setting that holds what that is called.
-QString labelSetting(ScreenCast::Kind kind)
+std::string labelSetting(ScreenCast::Kind kind)
 {
-    return tokenSetting(kind) + QStringLiteral(".label");
+    return tokenSetting(kind) + ".label";
+}
+
+QString stored(const std::string& setting)
+{
+    return QString::fromStdString(StoredSettings::text(setting).value_or(""));
 }
 
 /// What the user has chosen, as long as its size is not known.
@@ -105,13 +113,23 @@ void CaptureChoice::shutDown()
     m_workers.shutDown();
 }
 
+QString CaptureChoice::mode() const
+{
+    return modeTexts[static_cast<std::size_t>(m_mode)];
+}
+
 void CaptureChoice::setMode(const QString& mode)
 {
-    const QString valid = mode == windowMode || mode == regionMode || mode == tabMode ? mode : screenMode;
-    if (m_mode == valid)
+    const auto* found = std::find(modeTexts.begin(), modeTexts.end(), mode);
+    setCaptureMode(found == modeTexts.end() ? Mode::screen : static_cast<Mode>(found - modeTexts.begin()));
+}
+
+void CaptureChoice::setCaptureMode(Mode mode)
+{
+    if (m_mode == mode)
         return;
-    const bool staysShared = kindOf(m_mode) == kindOf(valid) && valid != tabMode;
-    m_mode = valid;
+    const bool staysShared = kindOf(m_mode) == kindOf(mode) && mode != Mode::tab;
+    m_mode = mode;
     if (desktopChooses() && !staysShared) {
         release();
         show({}, {});
@@ -130,19 +148,18 @@ void CaptureChoice::setSourceID(const QString& id)
 
 QString CaptureChoice::remembered() const
 {
-    const QSettings settings;
     const auto kind = kindOf(m_mode);
-    if (!desktopChooses() || m_mode == tabMode || settings.value(tokenSetting(kind)).toString().isEmpty())
+    if (!desktopChooses() || m_mode == Mode::tab || stored(tokenSetting(kind)).isEmpty())
         return {};
-    return settings.value(labelSetting(kind), plainLabel(kind)).toString();
+    const QString label = stored(labelSetting(kind));
+    return label.isEmpty() ? plainLabel(kind) : label;
 }
 
 void CaptureChoice::remember(const QString& token, const QString& label)
 {
-    QSettings settings;
     const auto kind = kindOf(m_mode);
-    settings.setValue(tokenSetting(kind), token);
-    settings.setValue(labelSetting(kind), label);
+    StoredSettings::remember(tokenSetting(kind), token.toStdString());
+    StoredSettings::remember(labelSetting(kind), label.toStdString());
     emit rememberedChanged();
 }
 
@@ -161,7 +178,7 @@ QString CaptureChoice::pointerNote() const
 
 void CaptureChoice::loadSources()
 {
-    if (m_mode == tabMode) { // The browser knows the tabs. What was chosen is so still for the other modes.
+    if (m_mode == Mode::tab) { // The browser knows the tabs. What was chosen is so still for the other modes.
         ++m_listing;
         m_sources.show({});
         setSourceError({});
@@ -208,7 +225,7 @@ QCoro::Task<> CaptureChoice::list()
     QString error;
     try {
         sources = co_await m_workers.run(
-            [windows = m_mode == windowMode] { return windows ? CaptureSources::windows() : CaptureSources::displays(); });
+            [windows = m_mode == Mode::window] { return windows ? CaptureSources::windows() : CaptureSources::displays(); });
     } catch (const Cancelled&) {
         co_return; // This object is going.
     } catch (const std::exception&) {
@@ -225,8 +242,7 @@ QCoro::Task<> CaptureChoice::ask(Remembered remembered)
     m_asking = answer;
     const auto listing = ++m_listing;
     const auto kind = kindOf(m_mode);
-    const QSettings settings;
-    const QString token = remembered == Remembered::used ? settings.value(tokenSetting(kind)).toString() : QString();
+    const QString token = remembered == Remembered::used ? stored(tokenSetting(kind)) : QString();
     m_screenCast->open(kind, token, [answer](ScreenCast::Outcome outcome) { answer.give(std::move(outcome)); });
     auto outcome = co_await answer;
     if (listing != m_listing)

@@ -38,9 +38,14 @@ public:
     CaptureChoice(WindowSystem system, std::unique_ptr<ScreenCast> screenCast, bool pressesSeen, QObject* parent = nullptr);
     ~CaptureChoice() override;
 
-    /// "screen", "window", "region" or "tab"; anything else is "screen". The sources are those of the mode (a tab has none):
-    /// `loadSources` lists them.
-    QString mode() const { return m_mode; }
+    enum class Mode : std::uint8_t { screen, window, region, tab };
+
+    /// The sources are those of the mode (a tab has none): `loadSources` lists them.
+    Mode captureMode() const { return m_mode; }
+    void setCaptureMode(Mode mode);
+
+    /// As text: "screen", "window", "region" or "tab"; anything else is "screen".
+    QString mode() const;
     void setMode(const QString& mode);
 
     SourceModel* sources() { return &m_sources; }
@@ -107,7 +112,7 @@ private:
     const std::unique_ptr<ScreenCast> m_screenCast;
     const bool m_pressesSeen;
 
-    QString m_mode = QStringLiteral("screen");
+    Mode m_mode = Mode::screen;
     SourceModel m_sources;
     QString m_sourceID;
     QString m_sourceError;

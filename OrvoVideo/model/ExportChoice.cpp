@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <exception>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -67,18 +66,8 @@ void ExportChoice::setAndStore(SubtitleCues subtitles, bool burnIn)
     m_subtitles = subtitles;
     m_burnIn = burnIn;
     emit changed();
-    store();
-}
-
-void ExportChoice::store()
-{
-    m_storing.post([subtitles = nameOf(m_subtitles), burnIn = m_burnIn] {
-        try {
-            StoredSettings::setText(StoredSettings::exportSubtitles, subtitles);
-            StoredSettings::setText(StoredSettings::exportBurnIn, burnIn ? "true" : "false");
-        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): it holds for this run.
-        }
-    });
+    StoredSettings::remember(StoredSettings::exportSubtitles, nameOf(m_subtitles));
+    StoredSettings::remember(StoredSettings::exportBurnIn, m_burnIn ? "true" : "false");
 }
 
 } // namespace orvo

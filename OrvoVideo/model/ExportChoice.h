@@ -1,6 +1,5 @@
 #pragma once
 
-#include "OrvoVideo/model/Workers.h"
 #include "VideoMedia/ExportService.h"
 
 #include <QObject>
@@ -38,11 +37,9 @@ signals:
 
 private:
     void setAndStore(SubtitleCues subtitles, bool burnIn);
-    void store();
 
     SubtitleCues m_subtitles = SubtitleCues::words;
     bool m_burnIn = false;
-    SerialWorker m_storing; ///< Last: it stores everything before the rest goes.
 };
 
 } // namespace orvo

@@ -80,7 +80,7 @@ void Recorder::start()
 {
     if (!m_parts.operation.idle())
         return;
-    if (m_capture.mode() == QLatin1String("tab")) {
+    if (m_capture.captureMode() == CaptureChoice::Mode::tab) {
         emit tabWanted();
         m_parts.operation.setStatus(QStringLiteral("Inicia la captura desde el icono Orvo Video en Chrome o Brave."));
         return;
@@ -107,7 +107,7 @@ QCoro::Task<> Recorder::record(std::stop_token stop)
         .source = *source, .options = m_parts.options.capture(), .title = RecordingSession::defaultTitle()};
     m_captured = Captured{.source = *source, .area = source->rect};
     setPhase(Phase::Framing);
-    if (m_capture.mode() == QLatin1String("region")) {
+    if (m_capture.captureMode() == CaptureChoice::Mode::region) {
         plan.options.region = co_await pickRegion(*source);
         if (!plan.options.region)
             co_return;

@@ -1,10 +1,12 @@
 #include "OrvoVideo/model/ShortcutManager.h"
 
+#include "Platform/settings/StoredSettings.h"
 #include "Platform/shortcuts/VirtualKeys.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <bit>
+#include <format>
 #include <limits>
 #include <span>
 #include <utility>
@@ -16,9 +18,9 @@ namespace {
 
 constexpr std::uint32_t usualModifiers = ShortcutKeys::control | ShortcutKeys::option | ShortcutKeys::command;
 
-QString settingOf(ShortcutManager::Action action)
+std::string settingOf(ShortcutManager::Action action)
 {
-    return QStringLiteral("shortcut.%1").arg(std::to_underlying(action));
+    return std::format("shortcut.{}", std::to_underlying(action));
 }
 
 ShortcutManager::Binding usual(ShortcutManager::Action action)
@@ -100,15 +102,15 @@ ShortcutManager::~ShortcutManager() = default;
 
 ShortcutManager::Binding ShortcutManager::binding(Action action) const
 {
-    return bindingIn(m_settings.value(settingOf(action)).toString().toUtf8()).value_or(usual(action));
+    const auto stored = StoredSettings::text(settingOf(action));
+    return (stored ? bindingIn(QByteArray::fromStdString(*stored)) : std::nullopt).value_or(usual(action));
 }
 
 void ShortcutManager::set(Action action, std::uint32_t key, std::uint32_t modifiers)
 {
     const QJsonObject stored{{QStringLiteral("keyCode"), static_cast<qint64>(key)},
         {QStringLiteral("modifiers"), static_cast<qint64>(modifiers)}};
-    m_settings.setValue(settingOf(action), QString::fromUtf8(QJsonDocument(stored).toJson(QJsonDocument::Compact)));
-    m_settings.sync();
+    StoredSettings::remember(settingOf(action), QJsonDocument(stored).toJson(QJsonDocument::Compact).toStdString());
     reload();
     emit bindingsChanged();
 }

@@ -3,7 +3,6 @@
 #include "Platform/shortcuts/ShortcutKeys.h"
 
 #include <QObject>
-#include <QSettings>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
 #include <array>
@@ -13,7 +12,7 @@
 
 namespace orvo {
 
-/// The three combinations that control a recording from any application. They are kept between runs, in the settings file
+/// The three combinations that control a recording from any application. They are kept between runs, in the settings
 /// under "shortcut.1" to "shortcut.3", each as JSON: {"keyCode":15,"modifiers":6400}. Main thread only.
 class ShortcutManager final : public QObject {
     Q_OBJECT
@@ -74,7 +73,6 @@ private:
     QString refusedText() const;
 
     std::unique_ptr<ShortcutKeys> m_keys;
-    mutable QSettings m_settings; ///< Reading is no change, whatever the type says.
     bool m_heldBack = false;
 };
 

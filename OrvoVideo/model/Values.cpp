@@ -21,7 +21,7 @@ CaptureOptions RecordingOptions::capture() const
 
 ExportSettings RunSettings::exports() const
 {
-    return {.height = options.height, .fps = options.fps, .quality = exportQuality.toStdString()};
+    return {.height = options.height, .fps = options.fps, .quality = exportQuality};
 }
 
 ProjectFacts ProjectFacts::of(const VideoProject& project)

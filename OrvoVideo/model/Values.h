@@ -3,6 +3,7 @@
 #include "OrvoVideo/capture/CaptureOptions.h"
 #include "OrvoVideo/playback/PreviewPlayer.h"
 #include "VideoCore/VideoProject.h"
+#include "VideoMedia/ExportQuality.h"
 
 #include <QDateTime>
 #include <QObject>
@@ -67,7 +68,7 @@ public:
 /// What the user has chosen for the recordings and exports of this run.
 struct RunSettings {
     RecordingOptions options;
-    QString exportQuality = QStringLiteral("balanced"); ///< "small", "balanced" or "high".
+    ExportQuality exportQuality = ExportQuality::balanced;
 
     ExportSettings exports() const;
 };

@@ -61,7 +61,7 @@ std::string PublicationPackage::signature(const VideoProject& project, const Exp
 {
     Sha256 sum;
     sum.add(encodeDocument(project));
-    sum.add(std::format("{}:{}", settings.height, settings.quality));
+    sum.add(std::format("{}:{}", settings.height, textOf(settings.quality)));
     return sum.finish();
 }
 

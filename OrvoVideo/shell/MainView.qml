@@ -1,6 +1,5 @@
 pragma ComponentBehavior: Bound
 
-import QtCore
 import QtQuick
 import QtQuick.Controls.Basic
 import Orvo.Model
@@ -99,7 +98,7 @@ ApplicationWindow {
     FocusFollower {
         window: root
     }
-    Settings {
+    Remembered {
         id: remembered
 
         category: "window"
@@ -192,7 +191,7 @@ ApplicationWindow {
         }
     }
 
-    Settings {
+    Remembered {
         id: transcription
 
         category: "transcription"

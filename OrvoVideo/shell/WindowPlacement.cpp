@@ -1,9 +1,11 @@
 #include "OrvoVideo/shell/WindowPlacement.h"
 
+#include "Platform/settings/StoredSettings.h"
+
 #include <QEvent>
 #include <QScreen>
-#include <QSettings>
 #include <algorithm>
+#include <string_view>
 
 namespace orvo {
 
@@ -11,6 +13,17 @@ namespace {
 
 /// What a title bar takes, until the window system tells the frame.
 constexpr QSize usualFrame{2, 40};
+
+constexpr std::string_view storedWidth = "window.width";
+constexpr std::string_view storedHeight = "window.height";
+constexpr std::string_view storedMaximized = "window.maximized";
+
+int storedLength(std::string_view key, int usual)
+{
+    bool isNumber = false;
+    const int length = QString::fromStdString(StoredSettings::text(key).value_or("")).toInt(&isNumber);
+    return isNumber ? length : usual;
+}
 
 QSize frameOf(const QWindow& window)
 {
@@ -41,11 +54,8 @@ WindowPlacement::~WindowPlacement()
 
 void WindowPlacement::show()
 {
-    QSettings stored;
-    stored.beginGroup(QStringLiteral("window"));
-    m_size = {stored.value(QStringLiteral("width"), usualSize.width()).toInt(),
-        stored.value(QStringLiteral("height"), usualSize.height()).toInt()};
-    m_maximized = stored.value(QStringLiteral("maximized"), false).toBool();
+    m_size = {storedLength(storedWidth, usualSize.width()), storedLength(storedHeight, usualSize.height())};
+    m_maximized = StoredSettings::text(storedMaximized) == "true";
 
     const QSize room = m_window->screen()->availableGeometry().size();
     m_window->setMinimumSize(minimumSize.boundedTo(room));
@@ -106,11 +116,9 @@ void WindowPlacement::note()
         m_maximized = states.testFlag(Qt::WindowMaximized);
     if (!m_maximized)
         m_size = m_window->size();
-    QSettings stored;
-    stored.beginGroup(QStringLiteral("window"));
-    stored.setValue(QStringLiteral("width"), m_size.width());
-    stored.setValue(QStringLiteral("height"), m_size.height());
-    stored.setValue(QStringLiteral("maximized"), m_maximized);
+    StoredSettings::remember(storedWidth, std::to_string(m_size.width()));
+    StoredSettings::remember(storedHeight, std::to_string(m_size.height()));
+    StoredSettings::remember(storedMaximized, m_maximized ? "true" : "false");
 }
 
 } // namespace orvo

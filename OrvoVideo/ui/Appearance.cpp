@@ -1,11 +1,12 @@
 #include "OrvoVideo/ui/Appearance.h"
 
+#include "Platform/settings/StoredSettings.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QGuiApplication>
-#include <QSettings>
 #include <QStyleHints>
 
 namespace orvo {
@@ -18,7 +19,7 @@ constexpr auto interface = "org.freedesktop.portal.Settings";
 constexpr auto motionGroup = "org.gnome.desktop.interface";
 constexpr auto motionKey = "enable-animations";
 
-const QString storedChoice = QStringLiteral("appearance");
+constexpr std::string_view storedChoice = "appearance";
 
 const QString lightChoice = QStringLiteral("light");
 const QString darkChoice = QStringLiteral("dark");
@@ -32,7 +33,7 @@ QString validChoice(const QString& choice)
 
 Appearance::Appearance(QObject* parent)
     : QObject(parent)
-    , m_choice(validChoice(QSettings().value(storedChoice).toString()))
+    , m_choice(validChoice(QString::fromStdString(StoredSettings::text(storedChoice).value_or(""))))
 {
     connect(QGuiApplication::styleHints(), &QStyleHints::colorSchemeChanged, this, &Appearance::darkChanged);
     askDesktop();
@@ -43,7 +44,7 @@ void Appearance::setChoice(const QString& choice)
     if (m_choice == validChoice(choice))
         return;
     m_choice = validChoice(choice);
-    QSettings().setValue(storedChoice, m_choice);
+    StoredSettings::remember(storedChoice, m_choice.toStdString());
     emit choiceChanged();
     emit darkChanged();
 }

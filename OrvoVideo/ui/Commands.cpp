@@ -5,7 +5,6 @@
 #include <QVariantMap>
 #include <algorithm>
 #include <array>
-#include <ranges>
 #include <string_view>
 #include <vector>
 
@@ -140,24 +139,30 @@ constexpr Line lines[]{
 /// Whether one of the names in `keys`, separated by blanks, is also in `others`.
 consteval bool share(std::string_view keys, std::string_view others)
 {
-    for (const auto key : std::views::split(keys, ' ')) {
-        for (const auto other : std::views::split(others, ' ')) {
-            if (!key.empty() && std::ranges::equal(key, other))
+    const auto isWhole = [&](std::size_t at, std::size_t length) {
+        return (at == 0 || others[at - 1] == ' ') && (at + length == others.size() || others[at + length] == ' ');
+    };
+    while (!keys.empty() && !others.empty()) {
+        const std::string_view key = keys.substr(0, keys.find(' '));
+        for (auto at = others.find(key); at != others.npos; at = others.find(key, at + 1)) {
+            if (isWhole(at, key.size()))
                 return true;
         }
+        keys.remove_prefix(std::min(key.size() + 1, keys.size()));
     }
     return false;
 }
 
 consteval bool everyKeyHasOneCommand()
 {
-    for (const auto& one : table) {
-        for (const auto& other : table) {
-            const bool meet = (one.scope == Scope::Text) == (other.scope == Scope::Text);
-            if (&one == &other || !meet)
+    for (const auto* one = std::begin(table); one != std::end(table); ++one) {
+        for (const auto* other = one + 1; other != std::end(table); ++other) {
+            if (one->id == other->id)
+                return false;
+            if ((one->scope == Scope::Text) != (other->scope == Scope::Text))
                 continue;
-            for (const auto* keys : {one.keys, one.otherKeys}) {
-                if (one.id == other.id || share(keys, other.keys) || share(keys, other.otherKeys))
+            for (const auto* keys : {one->keys, one->otherKeys}) {
+                if (share(keys, other->keys) || share(keys, other->otherKeys))
                     return false;
             }
         }

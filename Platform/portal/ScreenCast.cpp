@@ -53,7 +53,7 @@ std::optional<ScreenCast::Stream> firstStreamIn(const QVariantMap& results)
         streams.beginStructure();
         streams >> node >> facts;
         streams.endStructure();
-        first.emplace();
+        first.emplace(ScreenCast::Stream{});
         first->node = node;
         if (facts.value(QStringLiteral("source_type")).toUInt() == static_cast<uint>(ScreenCast::Kind::window))
             first->kind = ScreenCast::Kind::window;

@@ -6,12 +6,16 @@
 #include "VideoCore/FileLock.h"
 
 #include <cerrno>
+#include <condition_variable>
 #include <cstdlib>
 #include <fcntl.h>
 #include <format>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <stop_token>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <yyjson.h>
 
@@ -46,22 +50,137 @@ FileLock lockSettings(const fs::path& folder)
     return lock;
 }
 
-/// The stored settings; null when there is no file. Throws when it cannot be read or parsed.
-Document read()
+/// The stored settings; null when there is no file, or one that is damaged. Throws when it cannot be read.
+Document read(const fs::path& file)
 {
     std::string text;
     try {
-        readFile(file(), text, maxFileBytes);
+        readFile(file, text, maxFileBytes);
     } catch (const fs::filesystem_error& error) {
-        if (error.code() == std::errc::no_such_file_or_directory)
+        if (error.code() == std::errc::no_such_file_or_directory || error.code() == std::errc::file_too_large)
             return nullptr;
         throw;
     }
     Document document(yyjson_read(text.data(), text.size(), 0));
-    if (!yyjson_is_obj(yyjson_doc_get_root(document.get())))
-        throw captureError(std::format("Los ajustes guardados en «{}» están dañados.", file().string()));
-    return document;
+    return yyjson_is_obj(yyjson_doc_get_root(document.get())) ? std::move(document) : nullptr;
 }
+
+/// Makes room for a new file. What a person may have written by hand is not thrown away.
+void keepDamaged(const fs::path& file)
+{
+    fs::path kept = file.parent_path() / "settings.damaged.json";
+    for (int number = 2; fs::exists(fs::symlink_status(kept)); ++number)
+        kept.replace_filename(std::format("settings.damaged-{}.json", number));
+    fs::rename(file, kept);
+}
+
+/// Stores `values` in `file` beside those that it has.
+void store(const fs::path& file, const Values& values, Present present)
+{
+    const fs::path folder = file.parent_path();
+    fs::create_directories(folder);
+    const FileLock lock = lockSettings(folder);
+    const Document old = read(file);
+    const std::unique_ptr<yyjson_mut_doc, Free> document(
+        old ? yyjson_doc_mut_copy(old.get(), nullptr) : yyjson_mut_doc_new(nullptr));
+    if (!document)
+        throw std::bad_alloc();
+    if (!old)
+        yyjson_mut_doc_set_root(document.get(), yyjson_mut_obj(document.get()));
+    auto* root = yyjson_mut_doc_get_root(document.get());
+    for (const auto& [key, value] : values) {
+        if (present == Present::kept && yyjson_mut_obj_getn(root, key.data(), key.size()))
+            continue;
+        if (!yyjson_mut_obj_put(root, yyjson_mut_strncpy(document.get(), key.data(), key.size()),
+                yyjson_mut_strncpy(document.get(), value.data(), value.size())))
+            throw std::bad_alloc();
+    }
+    std::size_t length = 0;
+    const std::unique_ptr<char, Free> text(
+        yyjson_mut_write(document.get(), YYJSON_WRITE_PRETTY_TWO_SPACES | YYJSON_WRITE_NEWLINE_AT_END, &length));
+    if (!text)
+        throw captureError("El valor no es UTF-8 válido.");
+    if (!old && fs::exists(fs::symlink_status(file)))
+        keepDamaged(file);
+    writeFileAtomically(file, {text.get(), length});
+}
+
+/// Writes what is remembered on a thread of its own, the newest value of each setting.
+class Writer {
+public:
+    static Writer& instance()
+    {
+        static Writer writer;
+        return writer;
+    }
+
+    void put(std::string_view key, std::string_view value)
+    {
+        const std::scoped_lock lock(m_mutex);
+        auto& waiting = m_waiting[file()];
+        waiting.insert_or_assign(std::string(key), std::string(value));
+        if (auto unwritten = m_unwritten.extract(file()))
+            waiting.merge(unwritten.mapped());
+        if (!m_thread.joinable())
+            m_thread = std::jthread([this](const std::stop_token& stop) { run(stop); });
+        m_changed.notify_all();
+    }
+
+    /// A value that is not in its file yet.
+    std::optional<std::string> value(std::string_view key)
+    {
+        const std::scoped_lock lock(m_mutex);
+        for (const auto* files : {&m_waiting, &m_writing, &m_unwritten}) {
+            const auto values = files->find(file());
+            if (values == files->end())
+                continue;
+            if (const auto found = values->second.find(key); found != values->second.end())
+                return found->second;
+        }
+        return std::nullopt;
+    }
+
+    void finish()
+    {
+        std::unique_lock lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_waiting.empty() && m_writing.empty(); });
+    }
+
+private:
+    using Files = std::map<fs::path, Values>;
+
+    void run(const std::stop_token& stop)
+    {
+        std::unique_lock lock(m_mutex);
+        for (;;) {
+            m_changed.wait(lock, stop, [this] { return !m_waiting.empty(); });
+            if (m_waiting.empty())
+                return; // Stopped, with everything written.
+            m_writing = std::exchange(m_waiting, {});
+            lock.unlock();
+            Files failed;
+            for (const auto& [file, values] : m_writing) {
+                try {
+                    store(file, values, Present::replaced);
+                } catch (const std::exception&) {
+                    failed.insert_or_assign(file, values);
+                }
+            }
+            lock.lock();
+            for (auto& [file, values] : failed)
+                m_unwritten[file].merge(values);
+            m_writing.clear();
+            m_changed.notify_all();
+        }
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable_any m_changed;
+    Files m_waiting;
+    Files m_writing; ///< Written by the thread alone, and by it with the lock.
+    Files m_unwritten;
+    std::jthread m_thread; ///< From the first value on. Last: the rest lives longer.
+};
 
 } // namespace
 
@@ -72,8 +191,10 @@ fs::path file()
 
 std::optional<std::string> text(std::string_view key)
 {
+    if (auto remembered = Writer::instance().value(key))
+        return remembered;
     try {
-        const Document document = read();
+        const Document document = read(file());
         yyjson_val* value = yyjson_obj_getn(yyjson_doc_get_root(document.get()), key.data(), key.size());
         if (yyjson_is_str(value))
             return std::string(yyjson_get_str(value), yyjson_get_len(value));
@@ -85,26 +206,22 @@ std::optional<std::string> text(std::string_view key)
 
 void setText(std::string_view key, std::string_view value)
 {
-    const fs::path folder = configurationFolder();
-    fs::create_directories(folder);
-    const FileLock lock = lockSettings(folder);
-    const Document old = read();
-    const std::unique_ptr<yyjson_mut_doc, Free> document(
-        old ? yyjson_doc_mut_copy(old.get(), nullptr) : yyjson_mut_doc_new(nullptr));
-    if (!document)
-        throw std::bad_alloc();
-    if (!old)
-        yyjson_mut_doc_set_root(document.get(), yyjson_mut_obj(document.get()));
-    if (!yyjson_mut_obj_put(yyjson_mut_doc_get_root(document.get()),
-            yyjson_mut_strncpy(document.get(), key.data(), key.size()),
-            yyjson_mut_strncpy(document.get(), value.data(), value.size())))
-        throw std::bad_alloc();
-    std::size_t length = 0;
-    const std::unique_ptr<char, Free> text(
-        yyjson_mut_write(document.get(), YYJSON_WRITE_PRETTY_TWO_SPACES | YYJSON_WRITE_NEWLINE_AT_END, &length));
-    if (!text)
-        throw captureError("El valor no es UTF-8 válido.");
-    writeFileAtomically(file(), {text.get(), length});
+    setTexts({{std::string(key), std::string(value)}});
+}
+
+void setTexts(const Values& values, Present present)
+{
+    store(file(), values, present);
+}
+
+void remember(std::string_view key, std::string_view value)
+{
+    Writer::instance().put(key, value);
+}
+
+void finish()
+{
+    Writer::instance().finish();
 }
 
 } // namespace orvo::StoredSettings

@@ -1,12 +1,16 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 
-/// Settings shared by all programs of the application: strings by key, in "settings.json" in the user's configuration
-/// folder (`$XDG_CONFIG_HOME`/OrvoVideo, else ~/.config/OrvoVideo). Stateless, thread-safe.
+/// The settings of a person, shared by all programs of the application: strings by key, in "settings.json" in the user's
+/// configuration folder (`$XDG_CONFIG_HOME`/OrvoVideo, else ~/.config/OrvoVideo). Thread-safe.
+///
+/// A file that is damaged counts as one without settings; the next change renames it to "settings.damaged.json", with a
+/// number where that name is taken, and begins a new one.
 namespace orvo::StoredSettings {
 
 /// The address of the publishing server.
@@ -16,13 +20,28 @@ inline constexpr std::string_view serverURL = "serverURL";
 inline constexpr std::string_view exportSubtitles = "exportSubtitles";
 inline constexpr std::string_view exportBurnIn = "exportBurnIn";
 
+using Values = std::map<std::string, std::string, std::less<>>;
+
 std::filesystem::path file();
 
 /// The value of a setting; nullopt when it is not set or the file cannot be read.
 std::optional<std::string> text(std::string_view key);
 
-/// Stores a setting and keeps the others. File system errors pass through unchanged. Throws `captureError` when the
-/// existing file is damaged.
+/// Stores a setting and keeps the others; the file is on disk when it returns. File system errors pass through unchanged.
+/// Throws `captureError` for a value that is not UTF-8.
 void setText(std::string_view key, std::string_view value);
+
+/// What becomes of values that are already stored.
+enum class Present { replaced, kept };
+
+/// As `setText`, for several settings at once.
+void setTexts(const Values& values, Present present = Present::replaced);
+
+/// As `setText`, on another thread, so that it never blocks; `text` has the value at once. What cannot be written holds for
+/// this run, and is tried again with the next value.
+void remember(std::string_view key, std::string_view value);
+
+/// Waits until what was remembered is written, or cannot be. A program that ends does so by itself.
+void finish();
 
 } // namespace orvo::StoredSettings

@@ -1,5 +1,6 @@
 #include "ModelFixture.h"
 
+#include "Platform/settings/StoredSettings.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 
 #include <QCoreApplication>
@@ -47,6 +48,12 @@ void fillOneHour(VideoProject& project)
 ModelFixture::ModelFixture()
 {
     qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((folder / "config").string()));
+}
+
+ModelFixture::~ModelFixture()
+{
+    quit();
+    StoredSettings::finish(); // While their folder is there.
 }
 
 void ModelFixture::start()

@@ -31,6 +31,7 @@ void fillOneHour(VideoProject& project);
 class ModelFixture : public testing::Test {
 protected:
     ModelFixture();
+    ~ModelFixture() override;
 
     /// A model, after its library was listed. Projects are put into the store before.
     void start();

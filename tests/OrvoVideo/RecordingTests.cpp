@@ -10,7 +10,6 @@
 #include "VideoCore/PointerLog.h"
 
 #include <QFile>
-#include <QSettings>
 #include <QSignalSpy>
 #include <algorithm>
 
@@ -30,7 +29,6 @@ class RecordingTests : public ModelFixture {
 protected:
     RecordingTests()
     {
-        QSettings().clear();
         display.enter();
         windowSystem = WindowSystem::x11;
     }

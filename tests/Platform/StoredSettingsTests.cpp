@@ -43,15 +43,39 @@ TEST_F(StoredSettingsTests, KeepWhatOthersHaveStored)
         EXPECT_EQ(StoredSettings::text(key), key);
 }
 
-TEST_F(StoredSettingsTests, ADamagedFileIsNotReplaced)
+TEST_F(StoredSettingsTests, KeepsADamagedFileBesideTheNewOne)
 {
     fs::create_directories(folder / "OrvoVideo");
-    for (const auto* content : {"{", "[]", ""}) {
+    for (const auto& [content, kept] : {std::pair{R"({"serverURL": "https://a.es",)", "settings.damaged.json"},
+             {"[]", "settings.damaged-2.json"}, {"", "settings.damaged-3.json"}}) {
         std::ofstream(StoredSettings::file()) << content;
-        EXPECT_EQ(StoredSettings::text("serverURL"), std::nullopt);
-        EXPECT_ANY_THROW(StoredSettings::setText("serverURL", "https://a.es"));
-        EXPECT_EQ(readFile(StoredSettings::file()), content);
+        EXPECT_EQ(StoredSettings::text("serverURL"), std::nullopt) << content;
+        EXPECT_EQ(readFile(StoredSettings::file()), content) << "reading changes nothing";
+        StoredSettings::setText("appearance", "dark");
+        EXPECT_EQ(StoredSettings::text("appearance"), "dark");
+        EXPECT_EQ(readFile(folder / "OrvoVideo" / kept), content);
     }
+}
+
+TEST_F(StoredSettingsTests, RemembersWithoutWaitingForTheDisk)
+{
+    for (int i = 0; i <= 200; ++i) {
+        StoredSettings::remember("width", std::to_string(i));
+        EXPECT_EQ(StoredSettings::text("width"), std::to_string(i));
+    }
+    StoredSettings::finish();
+    EXPECT_THAT(readFile(StoredSettings::file()), HasSubstr(R"("width": "200")"));
+
+    // What cannot be written holds for this run, and is written with the next value that can.
+    fs::remove(StoredSettings::file());
+    fs::create_directory(StoredSettings::file());
+    StoredSettings::remember("width", "300");
+    StoredSettings::finish();
+    EXPECT_EQ(StoredSettings::text("width"), "300");
+    fs::remove(StoredSettings::file());
+    StoredSettings::remember("height", "100");
+    StoredSettings::finish();
+    EXPECT_THAT(readFile(StoredSettings::file()), HasSubstr(R"("width": "300")"));
 }
 
 } // namespace

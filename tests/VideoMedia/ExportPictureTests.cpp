@@ -312,12 +312,12 @@ TEST_F(ExportPicture, NoBitsAreSpentOnWhatNobodySees)
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "smptebars=size=320x180:rate=30:duration=4,noise=alls=3:allf=t");
     const auto original = decodeFrames(store.directory(project.id) / "media/screen.mov");
 
-    const auto rate = [&](std::string_view quality) {
-        return static_cast<double>(std::filesystem::file_size(render({.quality = std::string(quality)}))) * 8 / 4;
+    const auto rate = [&](ExportQuality quality) {
+        return static_cast<double>(std::filesystem::file_size(render({.quality = quality}))) * 8 / 4;
     };
-    const double high = rate("high");
-    const double small = rate("small");
-    const double balanced = rate("balanced");
+    const double high = rate(ExportQuality::high);
+    const double small = rate(ExportQuality::small);
+    const double balanced = rate(ExportQuality::balanced);
     EXPECT_LT(small, balanced);
     EXPECT_LT(balanced, high);
     EXPECT_LT(balanced, 200'000) << "half of what the bit rate allows for pictures that move";

@@ -56,7 +56,7 @@ TEST_F(ExportTiming, AWholeRecordingWithEverything)
     std::vector<double> values;
     progress = [&](double value) { values.push_back(value); };
 
-    const auto out = render({.height = 180, .fps = 30, .quality = "small"});
+    const auto out = render({.height = 180, .fps = 30, .quality = ExportQuality::small});
 
     const auto file = probe(out);
     expectLengths(file);

@@ -42,7 +42,7 @@ TEST_F(FinishedFilmsTests, AreTakenForTheSameEditAlone)
     other.edit.cuts = {{1, 2}};
     EXPECT_EQ(found(other), std::nullopt);
     for (const ExportSettings& settings : {ExportSettings{.height = 90}, ExportSettings{.fps = 25},
-             ExportSettings{.quality = "high"}, ExportSettings{.burnIn = true}})
+             ExportSettings{.quality = ExportQuality::high}, ExportSettings{.burnIn = true}})
         EXPECT_EQ(found(project, settings), std::nullopt);
     const auto screen = store.directory(project.id) / "media/screen.mov";
     fs::last_write_time(screen, fs::last_write_time(screen) - std::chrono::seconds(1));

@@ -1,20 +1,19 @@
 #include "OrvoVideo/capture/screen/PipeWireScreenStream.h"
 
 #include "OrvoVideo/capture/screen/PictureFitter.h"
+#include "OrvoVideo/capture/screen/PipeWireConnection.h"
 #include "VideoCore/Error.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <condition_variable>
-#include <fcntl.h>
 #include <libyuv.h>
 #include <mutex>
 #include <pipewire/pipewire.h>
 #include <spa/param/video/format-utils.h>
 #include <spa/pod/builder.h>
 #include <string_view>
-#include <unistd.h>
 #include <utility>
 
 namespace orvo {
@@ -22,92 +21,17 @@ namespace orvo {
 namespace {
 
 using namespace std::chrono_literals;
+using PipeWire::endedError;
+using PipeWire::LoopLock;
 
 constexpr auto maxAnswerTime = 10s;
 constexpr std::size_t picturesInUse = 8;
 constexpr std::uint32_t maxCursorSide = 256; ///< Pixels; the cursor's bitmap comes with its position, though it is not used.
 
-template <auto Release> struct PipeWireRelease {
-    template <typename T> void operator()(T* object) const { Release(object); }
-};
-
-using Loop = std::unique_ptr<pw_thread_loop, PipeWireRelease<pw_thread_loop_destroy>>;
-using Context = std::unique_ptr<pw_context, PipeWireRelease<pw_context_destroy>>;
-using Core = std::unique_ptr<pw_core, PipeWireRelease<pw_core_disconnect>>;
-using Stream = std::unique_ptr<pw_stream, PipeWireRelease<pw_stream_destroy>>;
-using Registry = std::unique_ptr<pw_registry,
-    PipeWireRelease<[](pw_registry* registry) { pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry)); }>>;
-
-Error endedError()
-{
-    return captureError("El escritorio ha dejado de compartir lo que se grababa.");
-}
-
 Error undeliveredError()
 {
     return captureError("El escritorio comparte la pantalla, pero no entrega ninguna imagen de ella.");
 }
-
-/// Blocks the loop's thread while it lives.
-class LoopLock {
-public:
-    explicit LoopLock(pw_thread_loop* loop)
-        : m_loop(loop)
-    {
-        pw_thread_loop_lock(m_loop);
-    }
-    ~LoopLock() { pw_thread_loop_unlock(m_loop); }
-    LoopLock(const LoopLock&) = delete;
-    LoopLock& operator=(const LoopLock&) = delete;
-
-private:
-    pw_thread_loop* m_loop;
-};
-
-} // namespace
-
-struct PipeWireStream::Connection {
-    explicit Connection(int descriptor)
-    {
-        static const bool started = (pw_init(nullptr, nullptr), true);
-        static_cast<void>(started);
-        loop.reset(pw_thread_loop_new("screen", nullptr));
-        if (loop)
-            context.reset(pw_context_new(pw_thread_loop_get_loop(loop.get()), nullptr, 0));
-        if (context)
-            core.reset(pw_context_connect_fd(context.get(), descriptor, nullptr, 0));
-        if (!core || pw_thread_loop_start(loop.get()) != 0)
-            throw endedError();
-    }
-    ~Connection() { pw_thread_loop_stop(loop.get()); }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-
-    // Destroyed in reverse order.
-    Loop loop;
-    Context context;
-    Core core;
-};
-
-PipeWireStream::PipeWireStream(int descriptor, std::uint32_t node) noexcept
-    : m_remote(descriptor)
-    , m_node(node)
-{
-}
-
-PipeWireStream::~PipeWireStream() = default;
-
-PipeWireStream::Connection& PipeWireStream::connection() const
-{
-    const std::lock_guard lock(m_mutex);
-    if (!m_connection) {
-        // The connection closes its descriptor, so it gets a copy.
-        m_connection = std::make_unique<Connection>(::fcntl(m_remote.get(), F_DUPFD_CLOEXEC, 0));
-    }
-    return *m_connection;
-}
-
-namespace {
 
 /// A part of a captured frame as RGB.
 SourcePicture pictureOf(const PictureMemory& memory, const PicturePlace& part)
@@ -509,8 +433,8 @@ private:
     PipeWireStream::Connection& m_connection; ///< Owned by the source.
     spa_hook m_listener{};
     spa_hook m_registryListener{};
-    Registry m_registry;
-    Stream m_stream;
+    PipeWire::Registry m_registry;
+    PipeWire::Stream m_stream;
 };
 
 } // namespace

@@ -109,7 +109,8 @@ protected:
 TEST_F(FilmTests, ThePreviewShowsTheFramesOfTheFilm)
 {
     const auto file = folder / "film.mp4";
-    ExportService::exportVideo(project, store, file, {.height = height, .fps = fps, .quality = "high"}, FfprobeMediaProbe());
+    ExportService::exportVideo(
+        project, store, file, {.height = height, .fps = fps, .quality = ExportQuality::high}, FfprobeMediaProbe());
     const auto film = decodeFrames(file);
     // The frame of the recording that each frame of the film shows.
     std::vector<long> shown;

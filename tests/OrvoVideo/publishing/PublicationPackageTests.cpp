@@ -24,20 +24,20 @@ protected:
         store.save(project);
     }
 
-    PublicationPackage package(const std::string& quality) const { return {project, store, {.quality = quality}}; }
+    PublicationPackage package(ExportQuality quality) const { return {project, store, {.quality = quality}}; }
 };
 
 TEST_F(PublicationPackageTests, IsUsedForWhatItWasMadeFromAlone)
 {
     {
-        auto small = package("small");
+        auto small = package(ExportQuality::small);
         small.render(FfprobeMediaProbe(), {}, {});
         small.package({}, {});
         EXPECT_TRUE(small.isReady());
-        EXPECT_THROW(package("small"), Error) << "somebody else publishes it";
+        EXPECT_THROW(package(ExportQuality::small), Error) << "somebody else publishes it";
     }
     {
-        auto high = package("high");
+        auto high = package(ExportQuality::high);
         EXPECT_FALSE(high.isReady());
         high.render(FfprobeMediaProbe(), {}, {});
         // All of it succeeds but the last step.
@@ -46,7 +46,7 @@ TEST_F(PublicationPackageTests, IsUsedForWhatItWasMadeFromAlone)
         ASSERT_TRUE(fs::exists(high.hls() / "master.m3u8"));
         EXPECT_FALSE(high.isReady());
     }
-    EXPECT_FALSE(package("small").isReady()) << "what lies there now is the other one";
+    EXPECT_FALSE(package(ExportQuality::small).isReady()) << "what lies there now is the other one";
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 
 #include <QDBusConnection>
 #include <QFile>
-#include <QSettings>
 #include <QTest>
 
 namespace orvo::test {
@@ -19,7 +18,6 @@ class RecordingPanelTests : public WindowFixture {
 protected:
     RecordingPanelTests()
     {
-        QSettings().clear();
         display.enter();
         windowSystem = WindowSystem::x11;
         qputenv("PULSE_SERVER", QByteArray::fromStdString("unix:" + (folder / "no-sound").string()));

@@ -1,5 +1,6 @@
 #include "OrvoVideo/ui/Appearance.h"
 #include "OrvoVideo/ui/Icon.h"
+#include "Platform/settings/StoredSettings.h"
 #include "WindowFixture.h"
 
 #include <QGuiApplication>
@@ -7,7 +8,6 @@
 #include <QQmlProperty>
 #include <QQuickPaintedItem>
 #include <QScreen>
-#include <QSettings>
 #include <QSignalSpy>
 #include <algorithm>
 #include <array>
@@ -164,12 +164,6 @@ private:
 
 class WindowFitTests : public WindowFixture {
 protected:
-    void TearDown() override
-    {
-        WindowFixture::TearDown();
-        QSettings().clear(); // What was chosen here is not remembered elsewhere.
-    }
-
     /// What was last drawn is what the items say.
     void drawAll(int frames)
     {
@@ -242,8 +236,7 @@ protected:
 
 TEST_F(WindowFitTests, StartsInsideTheScreenAndStaysMaximized)
 {
-    QSettings().setValue("window/width", 5000);
-    QSettings().setValue("window/height", 4000);
+    StoredSettings::setTexts({{"window.width", "5000"}, {"window.height", "4000"}});
     show();
     const QRect room = view().screen()->availableGeometry();
     EXPECT_TRUE(waitUntil([&] { return room.contains(view().frameGeometry()); }))
@@ -251,9 +244,9 @@ TEST_F(WindowFitTests, StartsInsideTheScreenAndStaysMaximized)
     EXPECT_EQ(view().minimumSize(), QSize(960, 600));
 
     view().resize(1200, 750);
-    ASSERT_TRUE(waitUntil([&] { return QSettings().value("window/width") == 1200; }));
+    ASSERT_TRUE(waitUntil([&] { return StoredSettings::text("window.width") == "1200"; }));
     view().showMaximized();
-    ASSERT_TRUE(waitUntil([&] { return QSettings().value("window/maximized").toBool(); }));
+    ASSERT_TRUE(waitUntil([&] { return StoredSettings::text("window.maximized") == "true"; }));
     window->bringToFront();
     EXPECT_EQ(view().windowStates(), Qt::WindowMaximized);
     view().showMinimized();
@@ -262,7 +255,7 @@ TEST_F(WindowFitTests, StartsInsideTheScreenAndStaysMaximized)
     EXPECT_EQ(view().windowStates(), Qt::WindowMaximized);
     view().close();
     window.reset();
-    EXPECT_EQ(QSettings().value("window/width"), 1200) << "the ordinary size is kept beside it";
+    EXPECT_EQ(StoredSettings::text("window.width"), "1200") << "the ordinary size is kept beside it";
 
     show();
     EXPECT_EQ(view().windowStates(), Qt::WindowMaximized);

@@ -6,7 +6,6 @@
 #include "TestSupport/SharedScreen.h"
 
 #include <QProcess>
-#include <QSettings>
 #include <QSize>
 #include <csignal>
 #include <optional>
@@ -52,7 +51,6 @@ class WaylandFixture : public ModelFixture {
 protected:
     WaylandFixture()
     {
-        QSettings().clear();
         windowSystem = orvo::windowSystem();
         screenCast = [] { return std::make_unique<ScreenCast>(); };
     }

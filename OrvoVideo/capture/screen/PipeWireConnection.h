@@ -1,0 +1,66 @@
+#pragma once
+
+// For .cpp files only.
+
+#include "OrvoVideo/capture/screen/CaptureSources.h"
+#include "VideoCore/Error.h"
+
+#include <memory>
+#include <pipewire/pipewire.h>
+
+namespace orvo {
+
+/// Owners of PipeWire's objects.
+namespace PipeWire {
+
+template <auto Destroy> struct Release {
+    template <typename T> void operator()(T* object) const { Destroy(object); }
+};
+
+inline void destroyRegistry(pw_registry* registry)
+{
+    pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry));
+}
+
+using Loop = std::unique_ptr<pw_thread_loop, Release<pw_thread_loop_destroy>>;
+using Context = std::unique_ptr<pw_context, Release<pw_context_destroy>>;
+using Core = std::unique_ptr<pw_core, Release<pw_core_disconnect>>;
+using Stream = std::unique_ptr<pw_stream, Release<pw_stream_destroy>>;
+using Registry = std::unique_ptr<pw_registry, Release<destroyRegistry>>;
+
+/// Blocks the loop's thread while it lives.
+class LoopLock {
+public:
+    explicit LoopLock(pw_thread_loop* loop)
+        : m_loop(loop)
+    {
+        pw_thread_loop_lock(m_loop);
+    }
+    ~LoopLock() { pw_thread_loop_unlock(m_loop); }
+    LoopLock(const LoopLock&) = delete;
+    LoopLock& operator=(const LoopLock&) = delete;
+
+private:
+    pw_thread_loop* m_loop;
+};
+
+/// What the user is told when the desktop stops sharing.
+Error endedError();
+
+} // namespace PipeWire
+
+/// A connection to PipeWire with the thread that serves it.
+struct PipeWireStream::Connection {
+    /// Takes `descriptor`. Throws `PipeWire::endedError` when nobody answers behind it.
+    explicit Connection(int descriptor);
+    ~Connection();
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    // Destroyed in reverse order.
+    PipeWire::Loop loop;
+    PipeWire::Context context;
+    PipeWire::Core core;
+};
+
+} // namespace orvo
