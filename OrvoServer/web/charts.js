@@ -2,18 +2,14 @@ import { element, shape } from "./dom.js";
 import { number, times } from "./format.js";
 
 const WIDTH = 720;
-const HEIGHT = 160;
-const BASE = HEIGHT - 20; // The base line; labels are below it.
+const BASE = 140; // The base line.
 
-function drawing(label, ...parts) {
-  return shape("svg", { viewBox: `0 0 ${WIDTH} ${HEIGHT}`, class: "chart", role: "img", "aria-label": label },
-    shape("line", { x1: 0, y1: BASE + 0.5, x2: WIDTH, y2: BASE + 0.5, class: "axis" }), ...parts);
-}
-
-function label(x, anchor, content) {
-  const made = shape("text", { x, y: HEIGHT - 3, "text-anchor": anchor });
-  made.textContent = content;
-  return made;
+/** `places` are shown below the beginning, the middle and the end, in the size of other texts however small the drawing is. */
+function drawing(label, places, ...parts) {
+  return element("div", {},
+    shape("svg", { viewBox: `0 0 ${WIDTH} ${BASE + 1}`, class: "chart", role: "img", "aria-label": label },
+      shape("line", { x1: 0, y1: BASE + 0.5, x2: WIDTH, y2: BASE + 0.5, class: "axis" }), ...parts),
+    element("div", { class: "places", "aria-hidden": "true" }, ...places.map((place) => element("span", {}, place))));
 }
 
 function titled(part, content) {
@@ -41,8 +37,7 @@ export function playsByDay(days) {
   });
   const last = days.length - 1;
   return drawing(`Reproducciones por día. ${times(total, "reproducción", "reproducciones")} en ${days.length} días; ${number(highest)} el día de más.`,
-    ...bars, label(0, "start", dayOf(days[0].day)), label(WIDTH / 2, "middle", dayOf(days[Math.floor(last / 2)].day)),
-    label(WIDTH, "end", dayOf(days[last].day)));
+    [0, Math.floor(last / 2), last].map((at) => dayOf(days[at].day)), ...bars);
 }
 
 /** The share of plays that reached each tenth of the video. */
@@ -58,7 +53,8 @@ export function watchedTenths(tenths) {
     shape("circle", { cx: (at + 0.5) * step, cy: y(value), r: 4, class: "fill" })),
   `Del ${at * 10} al ${at * 10 + 10} %: ${times(value, "reproducción", "reproducciones")} (${share(value)} %)`));
   return drawing(`Hasta dónde se ve. De cada 100 reproducciones llegan: ${tenths.map((value, at) => `al ${at * 10 + 10} %, ${share(value)}`).join("; ")}.`,
+    ["Comienzo", "Mitad", "Final"],
     shape("polygon", { points: `0,${BASE} 0,${y(tenths[0])} ${points.join(" ")} ${WIDTH},${y(tenths[9])} ${WIDTH},${BASE}`, class: "area" }),
     shape("polyline", { points: `0,${y(tenths[0])} ${points.join(" ")} ${WIDTH},${y(tenths[9])}`, class: "curve" }),
-    ...columns, label(0, "start", "Comienzo"), label(WIDTH / 2, "middle", "Mitad"), label(WIDTH, "end", "Final"));
+    ...columns);
 }

@@ -1,4 +1,3 @@
-#include "OrvoServer/base/Crypto.h"
 #include "OrvoServer/base/Json.h"
 #include "ServerProgram.h"
 
@@ -9,7 +8,6 @@
 #include <format>
 #include <fstream>
 #include <optional>
-#include <random>
 
 namespace orvo::test {
 
@@ -18,97 +16,6 @@ namespace {
 using namespace server;
 using testing::HasSubstr;
 namespace fs = std::filesystem;
-
-// What was acknowledged before each kill is there after it, and viewers get whole revisions only.
-TEST_F(ServerProgram, KeepsWhatItAcknowledgedWhenItIsKilled)
-{
-    std::mt19937 random(20261101);
-    std::string big(3'000'000, '\0');
-    for (auto& byte : big)
-        byte = static_cast<char>(random());
-    const std::string master = "#EXTM3U\n";
-    const auto entry = [](std::string_view path, std::string_view content) {
-        return std::format(
-            R"({{"path":"{}","role":"stream","size":{},"sha256":"{}"}})", path, content.size(), hexText(sha256(content)));
-    };
-    start();
-    std::string revision;
-    std::map<std::string, std::string> uploads;
-    std::uint64_t acknowledged = 0;
-    bool isPublished = false;
-    int kills = 0;
-    while (kills < 40 || !isPublished) {
-        // Each round takes one step of the client, while the server is killed at some moment of it.
-        std::optional<std::jthread> killer;
-        if (kills < 40) {
-            killer.emplace([this, delay = std::uniform_int_distribution(0, 20000)(random)] {
-                std::this_thread::sleep_for(std::chrono::microseconds(delay));
-                program->signal(SIGKILL);
-            });
-        }
-        for (bool isAlive = true; isAlive && !(isPublished && !killer);) {
-            if (revision.empty()) {
-                isAlive =
-                    api("POST", "videos", std::format(R"({{"id":"{}","title":"T","domains":[],"publicLink":true}})", video))
-                        .status
-                    == 200;
-                const auto reply = api("POST", std::format("videos/{}/revisions", video),
-                    std::format(R"({{"files":[{},{}]}})", entry("hls/master.m3u8", master), entry("hls/480/00000.ts", big)));
-                isAlive = isAlive && reply.status == 201;
-                if (isAlive) {
-                    const JsonDocument document(reply.body);
-                    revision = document.root()["id"].text().value_or("");
-                    document.root()["uploads"].forEach(
-                        [&](JsonValue upload) { uploads[*upload["path"].text()] = *upload["id"].text(); });
-                }
-                continue;
-            }
-            const auto& id = uploads.at("hls/480/00000.ts");
-            const auto held = JsonDocument(api("GET", "uploads/" + id).body).root()["offset"].number();
-            isAlive = held.has_value();
-            if (!isAlive)
-                break;
-            ASSERT_GE(*held, acknowledged);
-            if (*held < big.size()) {
-                const auto chunk = std::string_view(big).substr(*held, 500'000);
-                const auto reply = api("PUT", "uploads/" + id, chunk,
-                    {{"Content-Range", std::format("bytes {}-{}/{}", *held, *held + chunk.size() - 1, big.size())}});
-                isAlive = reply.status == 200;
-                if (isAlive)
-                    acknowledged = JsonDocument(reply.body).root()["offset"].number().value_or(0);
-                continue;
-            }
-            api("PUT", "uploads/" + uploads.at("hls/master.m3u8"), master,
-                {{"Content-Range", std::format("bytes 0-{0}/{1}", master.size() - 1, master.size())}});
-            api("POST", std::format("revisions/{}/retry", revision));
-            const auto published = api("POST", std::format("revisions/{}/publish", revision));
-            isAlive = published.status != 0;
-            isPublished = isPublished || published.status == 200;
-            try {
-                const auto page = ask(port, "GET", std::format("/watch/{}", video));
-                if (isPublished && page.status != 0) {
-                    EXPECT_EQ(page.status, 200U);
-                }
-                const auto begin = page.body.find("/m/");
-                if (begin == std::string::npos)
-                    continue;
-                const auto media = page.body.substr(begin, page.body.find("&quot;", begin) - begin);
-                const auto segment = ask(port, "GET", media + "480/00000.ts");
-                if (segment.status != 0) {
-                    EXPECT_TRUE(segment.status == 200 && segment.body == big);
-                }
-            } catch (const std::runtime_error&) {
-                isAlive = false;
-            }
-        }
-        if (killer) {
-            killer->join();
-            kill();
-            ++kills;
-            start();
-        }
-    }
-}
 
 TEST_F(ServerProgram, RunsChecksItselfAndStopsWhenAsked)
 {

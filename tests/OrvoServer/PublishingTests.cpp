@@ -222,6 +222,21 @@ TEST_F(Publishing, SaysThatTheDatabaseIsBusy)
     EXPECT_EQ(api("POST", "videos", announcement("T", "[]", true)).status, 200U);
 }
 
+TEST_F(Publishing, LeavesADatabaseOfANewerProgramAlone)
+{
+    stop();
+    const auto configuration = data.configuration();
+    data.openDatabase(configuration)->write(
+        [](Session& session) { session.run("UPDATE schema_version SET version = version + 1"); });
+    try {
+        start();
+        ADD_FAILURE() << "it starts";
+    } catch (const std::exception& error) {
+        EXPECT_THAT(error.what(), HasSubstr("más nuev"));
+    }
+    service.reset();
+}
+
 TEST_F(Publishing, ComesBackFromABackup)
 {
     if (!freshDatabase().empty())

@@ -1,0 +1,195 @@
+#include "OrvoServer/base/Crypto.h"
+#include "OrvoServer/base/Json.h"
+#include "ServerProgram.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <fcntl.h>
+#include <format>
+#include <functional>
+#include <map>
+#include <random>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/mount.h>
+#include <thread>
+#include <unistd.h>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace server;
+
+/// A publication in the middle of which the server ends again and again.
+class Crash : public ServerProgram {
+protected:
+    /// What was acknowledged before each failure is there after it, and viewers get whole revisions only. `fail` ends the
+    /// server at a random moment, on another thread; `repair` makes it possible to start it again.
+    void publishThrough(int count, const std::function<void()>& fail, const std::function<void()>& repair);
+};
+
+void Crash::publishThrough(int count, const std::function<void()>& fail, const std::function<void()>& repair)
+{
+    std::mt19937 random(20261101);
+    std::string big(3'000'000, '\0');
+    for (auto& byte : big)
+        byte = static_cast<char>(random());
+    const std::string master = "#EXTM3U\n";
+    const auto entry = [](std::string_view path, std::string_view content) {
+        return std::format(
+            R"({{"path":"{}","role":"stream","size":{},"sha256":"{}"}})", path, content.size(), hexText(sha256(content)));
+    };
+    start();
+    std::string revision;
+    std::map<std::string, std::string> uploads;
+    std::uint64_t acknowledged = 0;
+    bool isPublished = false;
+    int failures = 0;
+    int rounds = 0;
+    while (failures < count || !isPublished) {
+        ASSERT_LT(++rounds, 1000) << "it is never published";
+        // Each round takes one step of the client, while the server is killed at some moment of it.
+        std::atomic<bool> isFailing = false;
+        std::optional<std::jthread> killer;
+        if (failures < count) {
+            killer.emplace([&, delay = std::uniform_int_distribution(0, 20000)(random)] {
+                std::this_thread::sleep_for(std::chrono::microseconds(delay));
+                isFailing = true;
+                fail();
+            });
+        }
+        for (bool isAlive = true; isAlive && !(isPublished && !killer);) {
+            if (revision.empty()) {
+                isAlive =
+                    api("POST", "videos", std::format(R"({{"id":"{}","title":"T","domains":[],"publicLink":true}})", video))
+                        .status
+                    == 200;
+                const auto reply = api("POST", std::format("videos/{}/revisions", video),
+                    std::format(R"({{"files":[{},{}]}})", entry("hls/master.m3u8", master), entry("hls/480/00000.ts", big)));
+                isAlive = isAlive && reply.status == 201;
+                if (isAlive) {
+                    const JsonDocument document(reply.body);
+                    revision = document.root()["id"].text().value_or("");
+                    document.root()["uploads"].forEach(
+                        [&](JsonValue upload) { uploads[*upload["path"].text()] = *upload["id"].text(); });
+                }
+                continue;
+            }
+            const auto& id = uploads.at("hls/480/00000.ts");
+            const auto held = JsonDocument(api("GET", "uploads/" + id).body).root()["offset"].number();
+            isAlive = held.has_value();
+            if (!isAlive)
+                break;
+            ASSERT_GE(*held, acknowledged);
+            if (*held < big.size()) {
+                const auto chunk = std::string_view(big).substr(*held, 500'000);
+                const auto reply = api("PUT", "uploads/" + id, chunk,
+                    {{"Content-Range", std::format("bytes {}-{}/{}", *held, *held + chunk.size() - 1, big.size())}});
+                isAlive = reply.status == 200;
+                if (isAlive)
+                    acknowledged = JsonDocument(reply.body).root()["offset"].number().value_or(0);
+                continue;
+            }
+            api("PUT", "uploads/" + uploads.at("hls/master.m3u8"), master,
+                {{"Content-Range", std::format("bytes 0-{0}/{1}", master.size() - 1, master.size())}});
+            api("POST", std::format("revisions/{}/retry", revision));
+            const auto published = api("POST", std::format("revisions/{}/publish", revision));
+            isAlive = published.status != 0;
+            isPublished = isPublished || published.status == 200;
+            try {
+                const auto page = ask(port, "GET", std::format("/watch/{}", video));
+                if (isPublished && !isFailing) {
+                    EXPECT_EQ(page.status, 200U);
+                }
+                const auto begin = page.body.find("/m/");
+                if (begin == std::string::npos)
+                    continue;
+                const auto media = page.body.substr(begin, page.body.find("&quot;", begin) - begin);
+                const auto segment = ask(port, "GET", media + "480/00000.ts");
+                if (!isFailing) {
+                    EXPECT_EQ(segment.status, 200U);
+                }
+                if (segment.status == 200) {
+                    EXPECT_TRUE(segment.body == big);
+                }
+            } catch (const std::runtime_error&) {
+                isAlive = false;
+            }
+        }
+        if (killer) {
+            killer->join();
+            kill();
+            ++failures;
+            repair();
+            start();
+        }
+    }
+}
+
+TEST_F(Crash, ByAKillLosesNothingThatWasAcknowledged)
+{
+    publishThrough(40, [this] { program->signal(SIGKILL); }, [] {});
+}
+
+/// The data folder on a file system of its own (sparse: nothing is registered with less than 1 GB to go), which a power cut
+/// ends without what its journal still holds.
+class PowerCut : public Crash {
+protected:
+    void SetUp() override
+    {
+        if (::geteuid() != 0 || ::unshare(CLONE_NEWNS) != 0)
+            GTEST_SKIP() << "no file system can be mounted here";
+        ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr);
+        fs::create_directory(disk);
+        if (!succeeds("truncate -s 3G {0} && mkfs.ext4 -q -F {0}") || !mountDisk())
+            GTEST_SKIP() << "no file system can be mounted here";
+        place = "disk/data";
+        init();
+    }
+    void TearDown() override
+    {
+        program.reset();
+        ::umount2(disk.c_str(), MNT_DETACH);
+    }
+
+    /// A command about the image, {0}, and where it is mounted, {1}.
+    bool succeeds(std::string_view command) const
+    {
+        const std::string file = image.string();
+        const std::string where = disk.string();
+        return std::system(std::vformat(command, std::make_format_args(file, where)).c_str()) == 0;
+    }
+    bool mountDisk() const { return succeeds("mount -o loop {0} {1} 2>/dev/null"); }
+
+    void cut() const
+    {
+        constexpr unsigned long shutDown = 0x8004587D; // EXT4_IOC_SHUTDOWN
+        std::uint32_t withoutJournal = 2; // EXT4_GOING_FLAGS_NOLOGFLUSH
+        const int root = ::open(disk.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        EXPECT_EQ(::ioctl(root, shutDown, &withoutJournal), 0);
+        ::close(root);
+    }
+
+    const fs::path disk = folder / "disk";
+    const fs::path image = folder / "disk.ext4";
+};
+
+TEST_F(PowerCut, LosesNothingThatWasAcknowledged)
+{
+    publishThrough(
+        20,
+        [this] {
+            cut();
+            program->signal(SIGKILL);
+        },
+        [this] {
+            ASSERT_EQ(::umount2(disk.c_str(), 0), 0);
+            ASSERT_TRUE(mountDisk());
+        });
+}
+
+} // namespace
+
+} // namespace orvo::test
