@@ -1,5 +1,6 @@
 #include "OrvoVideo/model/ModelText.h"
 #include "OrvoVideo/model/lists/CutModel.h"
+#include "OrvoVideo/model/lists/HistoryModel.h"
 #include "OrvoVideo/model/lists/LibraryModel.h"
 #include "OrvoVideo/model/lists/OverlayModel.h"
 #include "OrvoVideo/model/lists/SuggestionModel.h"
@@ -156,7 +157,9 @@ TEST(RowModelTests, ViewsStayRightThroughAnyChanges)
     TrackModel tracks;
     LibraryModel library;
     SuggestionModel suggestions;
-    const std::vector<RowModel*> models{&transcript, &zooms, &cuts, &overlays, &tracks, &library, &suggestions};
+    HistoryModel steps;
+    History history;
+    const std::vector<RowModel*> models{&transcript, &zooms, &cuts, &overlays, &tracks, &library, &suggestions, &steps};
     std::vector<std::unique_ptr<Mirror>> mirrors;
     for (auto* model : models)
         mirrors.push_back(std::make_unique<Mirror>(*model));
@@ -180,6 +183,7 @@ TEST(RowModelTests, ViewsStayRightThroughAnyChanges)
     std::vector<VideoProject> listed;
     for (int round = 0; round < 300; ++round) {
         const auto other = randomProject(random);
+        const auto before = project;
         project.edit.words = mix(project.edit.words, other.edit.words);
         project.edit.events = mix(project.edit.events, other.edit.events);
         project.edit.cuts = mix(project.edit.cuts, other.edit.cuts);
@@ -200,6 +204,10 @@ TEST(RowModelTests, ViewsStayRightThroughAnyChanges)
         tracks.show(&project, {});
         library.setProjects(SharedList(listed));
         library.setOpen(listed[random() % listed.size()].id);
+        history.record(before, project);
+        if (const auto version = round % 3 == 0 ? history.goTo(random() % history.position(), project) : std::nullopt)
+            project = *version;
+        steps.show(history);
         for (const auto& mirror : mirrors)
             ASSERT_TRUE(mirror->isRight()) << "round " << round;
     }

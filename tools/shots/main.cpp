@@ -169,7 +169,6 @@ QQuickItem* shownText(QQuickItem& root)
 void photographHands(AppModel& model, QQuickWindow& window, Photographer& photographer)
 {
     auto* commands = window.findChild<EditorCommands*>();
-    const double before = model.playhead();
     model.cutWords({model.transcript()->get(3)["wordId"].toString(), model.transcript()->get(4)["wordId"].toString()});
     commands->addZoom();
     photographer.take(QStringLiteral("zoom-framed"));
@@ -181,7 +180,7 @@ void photographHands(AppModel& model, QQuickWindow& window, Photographer& photog
     photographer.take(QStringLiteral("history"));
     QMetaObject::invokeMethod(history, "close");
     model.undo();
-    model.seek(before);
+    model.seek(12.5);
     auto* text = shownText(*window.contentItem());
     if (!text)
         throw captureError("there is no text on the picture");

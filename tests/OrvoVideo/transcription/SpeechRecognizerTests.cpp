@@ -57,7 +57,11 @@ TEST_F(SpeechRecognizerTest, PutsWordsWhereTheyAreSpoken)
         16);
     for (const auto decoding : {SpeechRecognizer::Decoding::quick, SpeechRecognizer::Decoding::careful}) {
         std::vector<double> progress;
-        const auto words = recognizer(decoding).recognise(file, [&](double share) { progress.push_back(share); });
+        std::vector<float> probabilities;
+        const auto words =
+            recognizer(decoding).recognise(file, [&](double share) { progress.push_back(share); }, {}, &probabilities);
+        EXPECT_EQ(probabilities.size(), words.size());
+        EXPECT_TRUE(std::ranges::all_of(probabilities, [](float value) { return value > 0 && value <= 1; }));
         SCOPED_TRACE(textOf(words));
         EXPECT_THAT(textOf(words), HasSubstr("resultados"));
         EXPECT_THAT(textOf(words), HasSubstr("documento"));
