@@ -20,6 +20,8 @@ MenuBar {
     signal quitWanted()
     signal zoomWanted()
     signal keysWanted()
+    signal equipmentWanted()
+    signal helpWanted(tab: int)
 
     /// What the editor does with a key of its own, which must not be taken from texts that are being edited.
     component EditorAction: Action {
@@ -175,6 +177,35 @@ MenuBar {
         AppearanceAction {
             text: "Aspecto &claro"
             choice: "light"
+        }
+    }
+    OMenu {
+        title: "A&yuda"
+
+        Action {
+            text: "&Guía"
+            onTriggered: root.helpWanted(0)
+        }
+        EditorAction {
+            text: "&Teclas"
+            keys: "F1"
+            enabled: root.app.hasProject
+            onTriggered: root.keysWanted()
+        }
+        OMenuSeparator {}
+        Action {
+            text: "&Comprobar el equipo…"
+            onTriggered: root.equipmentWanted()
+        }
+        Action {
+            text: "&Registro del último cierre inesperado"
+            enabled: root.app.installation.crashLog !== ""
+            onTriggered: root.app.installation.revealCrashLog()
+        }
+        OMenuSeparator {}
+        Action {
+            text: "&Acerca de Orvo Video"
+            onTriggered: root.helpWanted(1)
         }
     }
 }
