@@ -2,10 +2,12 @@
 #include "OrvoVideo/model/OlderSettings.h"
 #include "OrvoVideo/model/SingleInstance.h"
 #include "OrvoVideo/recorder/RecordingDesk.h"
+#include "OrvoVideo/recorder/RecordingNotice.h"
 #include "OrvoVideo/shell/DesktopActivation.h"
 #include "OrvoVideo/shell/MainWindow.h"
 #include "OrvoVideo/shell/StartArguments.h"
 #include "OrvoVideo/shell/TrayItem.h"
+#include "VideoCore/CrashLog.h"
 #include "VideoCore/Error.h"
 
 #include <QApplication>
@@ -26,6 +28,7 @@
 #include <vector>
 
 Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_HelpPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)
@@ -86,6 +89,7 @@ int runApplication(const QStringList& arguments)
         return hasKey || QSystemTrayIcon::isSystemTrayAvailable() ? RecordingDesk::WayBack::elsewhere
                                                                   : RecordingDesk::WayBack::windowOnly;
     });
+    const RecordingNotice notice(*model.recorder(), *model.shortcuts(), desk);
     QObject::connect(&tray, &TrayItem::windowWanted, &window, [&window] { window.bringToFront(); });
     QObject::connect(&tray, &TrayItem::quitWanted, &window.window(), &QWindow::close);
     const auto show = [&window](const QStringList& wanted, const QString& token) {
@@ -102,6 +106,8 @@ int runApplication(const QStringList& arguments)
             session.cancel();
     });
     window.open(arguments);
+    if (arguments.isEmpty())
+        window.greet();
     return QApplication::exec();
 }
 
@@ -116,6 +122,7 @@ int main(int argc, char** argv)
         std::fputs(arguments.text.c_str(), isAnswer ? stdout : stderr);
         return isAnswer ? EXIT_SUCCESS : 2;
     }
+    orvo::CrashLog::install(ORVO_VERSION);
     if (!arguments.choosesPlatform && !hasDisplay()) {
         std::fputs(
             "orvo-video: No hay ninguna pantalla en la que abrir Orvo Video. En un terminal trabaja «orvo».\n", stderr);

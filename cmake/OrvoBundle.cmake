@@ -10,3 +10,5 @@ file(CREATE_LINK ${PROJECT_SOURCE_DIR}/packaging/extension-origin.txt ${ORVO_BUN
 if(ORVO_PORTABLE_SPEECH)
   file(CREATE_LINK ${ORVO_SPEECH_LIBRARIES} ${ORVO_BUNDLE}/Contents/Frameworks SYMBOLIC)
 endif()
+# The speech that measures how fast a model is on this machine (made by espeak-ng).
+file(CREATE_LINK ${PROJECT_SOURCE_DIR}/packaging/sample.wav ${ORVO_BUNDLE}/Contents/Resources/sample.wav SYMBOLIC)

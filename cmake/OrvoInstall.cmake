@@ -15,7 +15,7 @@ set(contents ${private}/OrvoVideo.app/Contents)
 install(TARGETS OrvoVideo orvo RUNTIME DESTINATION ${contents}/MacOS COMPONENT application)
 install(TARGETS OrvoBridge RUNTIME DESTINATION ${contents}/Helpers COMPONENT application)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/Extension DESTINATION ${contents}/Resources COMPONENT application)
-install(FILES ${PROJECT_SOURCE_DIR}/packaging/extension-origin.txt DESTINATION ${contents}/Resources COMPONENT application)
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/extension-origin.txt ${PROJECT_SOURCE_DIR}/packaging/sample.wav DESTINATION ${contents}/Resources COMPONENT application)
 if(ORVO_PORTABLE_SPEECH)
   install(DIRECTORY ${ORVO_SPEECH_LIBRARIES}/ DESTINATION ${contents}/Frameworks COMPONENT application
     FILES_MATCHING PATTERN "*.so*" PATTERN "cmake" EXCLUDE PATTERN "pkgconfig" EXCLUDE)

@@ -1,10 +1,14 @@
 #include "OrvoVideo/model/AppInstallation.h"
 
+#include "OrvoVideo/equipment/InstallCommand.h"
 #include "OrvoVideo/transcription/SpeechModels.h"
+#include "VideoCore/CrashLog.h"
 #include "VideoCore/Error.h"
+#include "VideoCore/ExtensionMark.h"
 #include "VideoMedia/ProcessRunner.h"
 
 #include <QGuiApplication>
+#include <utility>
 
 namespace orvo {
 
@@ -12,6 +16,7 @@ AppInstallation::AppInstallation(const AppServices& services, Operation& operati
     : m_services(services)
     , m_operation(operation)
     , m_workers(workers)
+    , m_extensionConnected(ExtensionMark::exists())
 {
     if (const auto* desktop = qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
         connect(desktop, &QGuiApplication::applicationStateChanged, this, &AppInstallation::toolsChanged);
@@ -31,6 +36,40 @@ QCoro::Task<> AppInstallation::setUpBrowsers()
 bool AppInstallation::ffmpegAvailable() const
 {
     return ProcessRunner::ffmpeg().has_value();
+}
+
+QString AppInstallation::ffmpegCommand() const
+{
+    return QString::fromStdString(installCommand(Package::ffmpeg));
+}
+
+QString AppInstallation::extensionFolder() const
+{
+    return QString::fromStdString(m_services.browsers.extensionFolder().string());
+}
+
+void AppInstallation::noteExtension()
+{
+    if (std::exchange(m_extensionConnected, ExtensionMark::exists()) != m_extensionConnected)
+        emit extensionConnectedChanged();
+}
+
+QString AppInstallation::crashLog() const
+{
+    const auto file = CrashLog::file();
+    std::error_code ignored;
+    return std::filesystem::exists(file, ignored) ? QString::fromStdString(file.string()) : QString();
+}
+
+void AppInstallation::copy(const QString& text, const QString& what)
+{
+    m_services.pasteboard->setText(text.toStdString(), [this, text, what](bool isSet) {
+        if (isSet)
+            m_operation.setStatus(what);
+        else
+            m_operation.setErrorMessage(
+                QStringLiteral("El escritorio no ha dejado copiar. Selecciónalo y cópialo tú:\n%1").arg(text));
+    });
 }
 
 void AppInstallation::openProjectsFolder()
@@ -84,6 +123,19 @@ void AppInstallation::allowGlobalInput()
     if (!m_services.workspace->openSettings(Workspace::SettingsPage::shortcuts))
         m_operation.setErrorMessage(
             QStringLiteral("Este escritorio no tiene ajustes de atajos globales. ") + permissionsText());
+}
+
+void AppInstallation::openSoundSettings()
+{
+    if (!m_services.workspace->openSettings(Workspace::SettingsPage::sound))
+        m_operation.setErrorMessage(
+            QStringLiteral("Este escritorio no tiene ajustes de sonido. Instala «pavucontrol» para elegir el micrófono."));
+}
+
+void AppInstallation::revealCrashLog()
+{
+    if (const QString log = crashLog(); !log.isEmpty())
+        m_services.workspace->reveal(log.toStdString());
 }
 
 } // namespace orvo

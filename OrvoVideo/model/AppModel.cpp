@@ -75,6 +75,8 @@ AppModel::AppModel(AppServices services, QObject* parent)
         m_notifications = m_services.observe([this](std::string_view name) {
             if (name == notification::tabStarted || name == notification::tabFinished)
                 refreshLibrary();
+            else if (name == notification::extensionConnected)
+                m_installation.noteExtension();
         });
     }
     refreshLibrary();

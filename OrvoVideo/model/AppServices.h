@@ -5,6 +5,7 @@
 #include "OrvoVideo/model/RegionPicker.h"
 #include "OrvoVideo/playback/PreviewPlayer.h"
 #include "OrvoVideo/publishing/Publisher.h"
+#include "OrvoVideo/transcription/SpeechModels.h"
 #include "OrvoVideo/transcription/TranscriptionService.h"
 #include "Platform/desktop/WindowSystem.h"
 #include "Platform/keychain/Keychain.h"
@@ -52,6 +53,8 @@ struct AppServices {
     std::unique_ptr<Pasteboard> pasteboard;
     /// Recognises speech; called on a worker thread.
     std::function<decltype(TranscriptionService::transcribe)> transcribe = TranscriptionService::transcribe;
+    /// Downloads a speech model that is not here; called on a worker thread.
+    std::function<decltype(SpeechModels::require)> requireModel = SpeechModels::require;
     /// Read and store the user's secrets; called on a worker thread.
     std::function<decltype(Keychain::load)> loadSecret = Keychain::load;
     std::function<decltype(Keychain::save)> saveSecret = Keychain::save;

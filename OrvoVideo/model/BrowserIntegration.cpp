@@ -4,6 +4,7 @@
 #include "VideoCore/FileIO.h"
 #include "VideoMedia/ProcessRunner.h"
 
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <utility>
@@ -52,7 +53,8 @@ BrowserIntegration::Places BrowserIntegration::usualPlaces()
     const fs::path found = ProcessRunner::bundlePath();
     if (executable.string().starts_with(found.string() + '/'))
         bundle = found;
-    return {.bundle = bundle, .data = dataFolder(), .config = configurationHome()};
+    const char* home = std::getenv("HOME");
+    return {.bundle = bundle, .data = dataFolder(), .config = configurationHome(), .home = home ? home : "/"};
 }
 
 BrowserIntegration::BrowserIntegration(Places places)
@@ -68,10 +70,14 @@ void BrowserIntegration::setUp() const
         return;
     const std::string origin = trimmed(readFile(contents / "Resources/extension-origin.txt"));
 
-    const fs::path target = extensionFolder();
-    fs::remove_all(target);
-    fs::create_directories(target.parent_path());
-    fs::copy(source, target, fs::copy_options::recursive);
+    const fs::path earlier = m_places.data / "Extension";
+    for (const fs::path& target : {extensionFolder(), earlier}) {
+        if (target == earlier && !fs::exists(earlier))
+            continue;
+        fs::remove_all(target);
+        fs::create_directories(target.parent_path());
+        fs::copy(source, target, fs::copy_options::recursive);
+    }
 
     const std::string text = manifest(contents / "Helpers/OrvoBridge", origin);
     for (const char* browser : browsers) {
@@ -83,7 +89,7 @@ void BrowserIntegration::setUp() const
 
 fs::path BrowserIntegration::extensionFolder() const
 {
-    return m_places.data / "Extension";
+    return m_places.home / "Orvo Video/Extensión";
 }
 
 } // namespace orvo

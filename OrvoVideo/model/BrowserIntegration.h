@@ -12,6 +12,7 @@ public:
         std::filesystem::path bundle; ///< "OrvoVideo.app".
         std::filesystem::path data; ///< Of the application: "OrvoVideo" in the user's data folder.
         std::filesystem::path config; ///< Of all applications of the user.
+        std::filesystem::path home; ///< The user's home folder.
     };
 
     /// The places of this user and of the bundle that the running program lies in; no bundle when it lies in none.
@@ -23,7 +24,8 @@ public:
     /// bundle or no extension in it. Blocks for some milliseconds. Throws file system errors unchanged.
     void setUp() const;
 
-    /// Where the user finds the extension.
+    /// Where the user finds the extension, "Orvo Video/Extensión" at home: browsers' panels hide hidden folders. A copy of
+    /// an earlier version in the data folder, which a browser may have loaded, is kept up to date.
     std::filesystem::path extensionFolder() const;
 
 private:

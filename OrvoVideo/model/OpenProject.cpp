@@ -32,6 +32,22 @@ bool OpenProject::open(VideoProject project, std::optional<VideoProject> unsaved
     return recovered;
 }
 
+void OpenProject::close()
+{
+    m_gesture = Gesture::none;
+    m_history.clear();
+    m_suggestions.setSuggestions({});
+    m_project.reset();
+    m_facts = {};
+    m_tracks.show(nullptr, {});
+    m_transcript.show(nullptr);
+    m_cuts.show(nullptr);
+    m_zooms.show(nullptr);
+    m_overlays.show(nullptr, {});
+    emit projectChanged();
+    emit historyChanged();
+}
+
 void OpenProject::show(VideoProject version)
 {
     setProject(std::move(version));

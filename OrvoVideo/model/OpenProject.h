@@ -73,6 +73,8 @@ public:
     /// since. `unsavedEdits` that differ from it are opened in its place, one step ahead of it; returns whether they were,
     /// and have to be saved.
     bool open(VideoProject project, std::optional<VideoProject> unsavedEdits);
+    /// Leaves no project open. Edits that are not saved are lost.
+    void close();
     /// Shows another version as it is, outside of the history.
     void show(VideoProject version);
     /// Takes over what another program has written, as a step to undo. It is on disk already.

@@ -127,6 +127,15 @@ void ProjectLibrary::openRecording(const VideoProject& project)
     show(project, std::nullopt);
 }
 
+void ProjectLibrary::closeGone()
+{
+    ++m_opening;
+    m_parts.saving.noteOpened();
+    m_parts.playback.rewind();
+    m_parts.open.close();
+    m_list.setOpen(std::nullopt);
+}
+
 void ProjectLibrary::show(VideoProject project, std::optional<VideoProject> unsavedEdits)
 {
     m_parts.saving.noteOpened();

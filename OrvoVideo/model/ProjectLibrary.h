@@ -53,6 +53,9 @@ public:
     /// been flushed.
     void openRecording(const VideoProject& project);
 
+    /// Leaves no project open, because the open one's folder is gone.
+    void closeGone();
+
     /// Changes a project of the library, whether it is the open one or not, and saves it. Throws `captureError` when the
     /// project cannot be read.
     QCoro::Task<> change(Uuid id, std::function<void(VideoProject&)> change, OpenProject::Undo undo);

@@ -1,17 +1,23 @@
 #include "OrvoVideo/model/Recorder.h"
 
+#include "OrvoVideo/capture/audio/SoundLevel.h"
+#include "Platform/trash/Trash.h"
 #include "VideoCore/Error.h"
 
 #include <QMetaObject>
 #include <QScopeGuard>
 #include <QStringList>
+#include <algorithm>
 #include <utility>
 
 namespace orvo {
 
 namespace {
 
-constexpr int clockInterval = 200; ///< Milliseconds between two looks at the time of the recording.
+constexpr int clockInterval = 100; ///< Milliseconds between two looks at the time of the recording.
+constexpr double maxUnheard = 5; ///< Seconds without a sound from the microphone before the user is told.
+constexpr double minHeard = 1.0 / 6; ///< Level: −50 dB, above the noise of a quiet room and far below speech.
+constexpr double fall = 0.1; ///< Maximum decay of the shown level per look.
 
 } // namespace
 
@@ -29,6 +35,8 @@ Recorder::Recorder(RecordingServices services, const Parts& parts)
     connect(&m_parts.operation, &Operation::busyChanged, this, [this] {
         if (!m_parts.operation.busy() && isRecording() && m_failedAtOnce)
             noteFailed(*std::exchange(m_failedAtOnce, std::nullopt));
+        else if (!m_parts.operation.busy() && std::exchange(m_startsAgain, false))
+            start();
     });
     m_clock.setInterval(clockInterval);
     connect(&m_clock, &QTimer::timeout, this, &Recorder::followTime);
@@ -96,6 +104,7 @@ void Recorder::start()
 QCoro::Task<> Recorder::record(std::stop_token stop)
 {
     const auto giveUp = qScopeGuard([this] {
+        m_sameRegion.reset();
         if (!isRecording())
             becomeIdle();
     });
@@ -107,8 +116,12 @@ QCoro::Task<> Recorder::record(std::stop_token stop)
         .source = *source, .options = m_parts.options.capture(), .title = RecordingSession::defaultTitle()};
     m_captured = Captured{.source = *source, .area = source->rect};
     setPhase(Phase::Framing);
+    const auto same = std::exchange(m_sameRegion, std::nullopt);
     if (m_capture.captureMode() == CaptureChoice::Mode::region) {
-        plan.options.region = co_await pickRegion(*source);
+        if (same)
+            plan.options.region = same;
+        else
+            plan.options.region = co_await pickRegion(*source);
         if (!plan.options.region)
             co_return;
         m_captured->area = *plan.options.region;
@@ -117,14 +130,17 @@ QCoro::Task<> Recorder::record(std::stop_token stop)
     m_parts.playback.pause();
     m_parts.saving.flush();
     m_away.clear();
+    m_listens = plan.options.microphone;
     m_session = co_await m_worker.run(
         [store = &m_parts.store, engine = m_services.engine.get(), plan = std::move(plan), listener = makeListener()] {
             return std::make_shared<RecordingSession>(*store, *engine, plan, listener);
         });
     m_parts.saving.flush(); // The open project could be edited until now.
+    m_before = m_parts.open ? std::optional(m_parts.open->id) : std::nullopt;
     setPhase(Phase::Recording);
     m_parts.library.openRecording(m_session->project());
     m_parts.playback.clear();
+    m_heardAt = m_level = 0;
     followTime();
     m_clock.start();
     sayHowItIs();
@@ -192,16 +208,68 @@ QCoro::Task<> Recorder::finish()
 {
     setPhase(Phase::Stopping);
     m_clock.stop();
-    const auto result = co_await m_worker.run([session = m_session] { return session->stop(); });
+    show(co_await m_worker.run([session = m_session] { return session->stop(); }));
+    if (m_parts.open->state == ProjectState::ready) {
+        co_await m_parts.library.select(*m_parts.open);
+        m_parts.operation.setStatus(QStringLiteral("Grabación guardada"));
+    }
+    m_parts.library.refresh();
+}
+
+/// The recording has ended.
+void Recorder::show(const RecordingSession::Result& result)
+{
     m_session.reset();
     // Before edits are possible again: the open project was the last checkpoint, which must not be saved over the result.
     m_parts.open.show(result.project);
     becomeIdle();
     if (result.error)
         m_parts.operation.setErrorMessage(QString::fromStdString(*result.error));
-    if (result.project.state == ProjectState::ready) {
-        co_await m_parts.library.select(result.project);
-        m_parts.operation.setStatus(QStringLiteral("Grabación guardada"));
+}
+
+void Recorder::discard()
+{
+    drop(After::nothing);
+}
+
+void Recorder::retake()
+{
+    drop(After::again);
+}
+
+void Recorder::drop(After after)
+{
+    if ((m_phase == Phase::Recording || m_phase == Phase::Paused) && m_session)
+        m_parts.operation.performReserved([this, after](WorkControl) { return moveAway(after); });
+}
+
+QCoro::Task<> Recorder::moveAway(After after)
+{
+    const auto area = m_captured->area;
+    setPhase(Phase::Stopping);
+    m_clock.stop();
+    show(co_await m_worker.run([session = m_session] { return session->stop(); }));
+    const Uuid id = m_parts.open->id;
+    std::optional<std::string> failure;
+    try {
+        co_await m_worker.run([folder = m_parts.store.directory(id)] { moveToTrash(folder); });
+    } catch (const Error& error) {
+        failure = describe(error);
+    }
+    if (failure) {
+        m_parts.operation.setErrorMessage(
+            QStringLiteral("La grabación no se ha podido llevar a la papelera y sigue en la biblioteca. ")
+            + QString::fromStdString(*failure));
+        co_await m_parts.library.select(*m_parts.open);
+    } else {
+        m_parts.library.closeGone();
+        m_parts.operation.setStatus(QStringLiteral("Grabación en la papelera"));
+        if (const auto before = std::exchange(m_before, std::nullopt); before && *before != id)
+            m_parts.library.open(QString::fromStdString(before->text()));
+        if (after == After::again) {
+            m_sameRegion = area;
+            m_startsAgain = true;
+        }
     }
     m_parts.library.refresh();
 }
@@ -209,6 +277,7 @@ QCoro::Task<> Recorder::finish()
 void Recorder::becomeIdle()
 {
     m_captured.reset();
+    setUnheard(false);
     setPhase(Phase::Idle);
     m_capture.release();
 }
@@ -229,6 +298,8 @@ void Recorder::sayHowItIs()
     QStringList texts;
     for (const auto kind : m_away)
         texts << QString::fromStdString(RecordingSession::awayText(kind));
+    if (m_unheard)
+        texts << QStringLiteral("No se oye el micrófono. Comprueba que no está silenciado.");
     if (texts.isEmpty())
         texts << (isPaused() ? QStringLiteral("Grabación en pausa") : QStringLiteral("Grabando"));
     m_parts.operation.setStatus(texts.join(QLatin1Char(' ')));
@@ -263,7 +334,28 @@ void Recorder::noteFailed(const QString& reason)
 void Recorder::followTime()
 {
     m_time = m_session ? m_session->time() : 0;
+    followLevel();
     emit timeChanged();
+}
+
+void Recorder::followLevel()
+{
+    const double level = soundLevel(static_cast<double>(m_services.engine->takeMicrophonePeak()));
+    m_level = std::max(level, m_level - fall);
+    const bool shouldBeHeard = m_listens && m_phase == Phase::Recording && !m_away.contains(TrackKind::microphone);
+    if (!shouldBeHeard || level >= minHeard)
+        m_heardAt = m_time;
+    setUnheard(m_time - m_heardAt >= maxUnheard);
+}
+
+void Recorder::setUnheard(bool unheard)
+{
+    if (m_unheard == unheard)
+        return;
+    m_unheard = unheard;
+    emit microphoneUnheardChanged();
+    if (m_phase == Phase::Recording || m_phase == Phase::Paused)
+        sayHowItIs();
 }
 
 } // namespace orvo

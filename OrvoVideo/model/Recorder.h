@@ -16,6 +16,7 @@
 #include <QObject>
 #include <QTimer>
 #include <QtQml/qqmlregistration.h>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <set>
@@ -44,6 +45,9 @@ class Recorder : public QObject {
     Q_PROPERTY(bool capturing READ capturing NOTIFY phaseChanged)
     Q_PROPERTY(int countdown READ countdown NOTIFY phaseChanged)
     Q_PROPERTY(double time READ time NOTIFY timeChanged)
+    Q_PROPERTY(double microphoneLevel READ microphoneLevel NOTIFY timeChanged)
+    Q_PROPERTY(bool recordsMicrophone READ recordsMicrophone NOTIFY phaseChanged)
+    Q_PROPERTY(bool microphoneUnheard READ microphoneUnheard NOTIFY microphoneUnheardChanged)
     Q_PROPERTY(orvo::CaptureChoice* capture READ capture CONSTANT)
 public:
     enum class Phase : quint8 {
@@ -80,6 +84,11 @@ public:
     Q_INVOKABLE void start();
     /// Ends the recording and opens its project. Ignored unless Recording or Paused.
     Q_INVOKABLE void stop();
+    /// Ends the recording and moves it to the desktop's trash; the project that was open before is opened again. When it
+    /// cannot be moved, it stays in the library and the error says so. Ignored unless Recording or Paused.
+    Q_INVOKABLE void discard();
+    /// As `discard`, then records the same again, the same region too.
+    Q_INVOKABLE void retake();
     /// Pauses or continues. A pause is a cut of the edit. Ignored unless Recording or Paused.
     Q_INVOKABLE void togglePause();
     /// Marks a zoom where the pointer is. Ignored unless Recording.
@@ -104,6 +113,11 @@ public:
     const std::optional<Captured>& captured() const { return m_captured; }
     /// Seconds since the first frame of the recording.
     double time() const { return m_time; }
+    /// The level of the microphone, 0 (−60 dB or less) to 1, while it is recorded.
+    double microphoneLevel() const { return m_level; }
+    bool recordsMicrophone() const { return isRecording() && m_listens; }
+    /// Whether the microphone has given no more than the noise of a muted one for five seconds of a running recording.
+    bool microphoneUnheard() const { return m_unheard; }
 
     /// Keeps what was recorded, and resumes what waits here with `Cancelled`.
     void shutDown();
@@ -111,6 +125,7 @@ public:
 signals:
     void phaseChanged();
     void timeChanged();
+    void microphoneUnheardChanged();
     /// A browser's tab is to be recorded, which is begun in the browser.
     void tabWanted();
 
@@ -122,6 +137,12 @@ private:
     QCoro::Task<> countDown(std::stop_token stop);
     RecordingSession::Listener makeListener();
     QCoro::Task<> finish();
+    enum class After : std::uint8_t { nothing, again };
+    void drop(After after);
+    QCoro::Task<> moveAway(After after);
+    void show(const RecordingSession::Result& result);
+    void followLevel();
+    void setUnheard(bool unheard);
     void becomeIdle();
     void setPhase(Phase phase);
     void showCheckpoint(VideoProject project);
@@ -140,6 +161,13 @@ private:
     QTimer m_second; ///< Of the countdown.
     Answer<bool> m_secondPassed; ///< False when the countdown is to end.
     double m_time = 0;
+    bool m_listens = false; ///< Whether the microphone is recorded.
+    double m_level = 0;
+    double m_heardAt = 0; ///< The time of the recording at which the microphone was last heard.
+    bool m_unheard = false;
+    std::optional<Uuid> m_before; ///< The project that was open before the recording.
+    std::optional<Rect> m_sameRegion; ///< For the next recording, which repeats one.
+    bool m_startsAgain = false; ///< When the running operation has ended.
     QTimer m_clock; ///< Shows the time while recording.
     std::shared_ptr<RecordingSession> m_session; ///< While something is recorded.
     SerialWorker m_worker; ///< Does everything with the session, in the order asked.

@@ -1,12 +1,15 @@
 #include "OrvoVideo/model/RegionSelector.h"
 
 #include "Platform/desktop/WindowSystem.h"
+#include "Platform/settings/StoredSettings.h"
 
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
 #include <algorithm>
+#include <format>
+#include <sstream>
 #include <utility>
 
 namespace orvo {
@@ -27,12 +30,25 @@ public:
             return false;
         finish(std::nullopt);
         m_done = std::move(done);
-        m_window =
-            std::make_unique<RegionSelector>(*screen, source.rect, [this](std::optional<Rect> rect) { finish(rect); });
+        m_window = std::make_unique<RegionSelector>(*screen, source.rect, lastRegion(), [this](std::optional<Rect> rect) {
+            if (rect)
+                StoredSettings::remember(setting, std::format("{} {} {} {}", rect->x, rect->y, rect->width, rect->height));
+            finish(rect);
+        });
         return true;
     }
 
 private:
+    static constexpr auto setting = "region.last";
+
+    static std::optional<Rect> lastRegion()
+    {
+        std::istringstream stored(StoredSettings::text(setting).value_or(""));
+        Rect rect;
+        const bool isWhole = static_cast<bool>(stored >> rect.x >> rect.y >> rect.width >> rect.height);
+        return isWhole && rect.width > 0 && rect.height > 0 ? std::optional(rect) : std::nullopt;
+    }
+
     void finish(std::optional<Rect> rect)
     {
         if (m_window)
@@ -64,8 +80,10 @@ QScreen* screenOf(const Rect& display)
     return screens.size() == 1 ? screens.front() : nullptr;
 }
 
-RegionSelector::RegionSelector(QScreen& screen, const Rect& display, RegionPicker::Done completion)
+RegionSelector::RegionSelector(
+    QScreen& screen, const Rect& display, const std::optional<Rect>& last, RegionPicker::Done completion)
     : m_display(display)
+    , m_last(last)
     , m_completion(std::move(completion))
 {
     m_view.completion = [this](std::optional<QRectF> rect) { complete(rect); };
@@ -91,11 +109,31 @@ void RegionSelector::complete(std::optional<QRectF> rect)
         return;
     if (!rect)
         return completion(std::nullopt);
-    // The view may have other units than the global display space: the screen may be scaled.
-    const double across = m_display.width > 0 ? m_display.width / width() : devicePixelRatio();
-    const double down = m_display.height > 0 ? m_display.height / height() : devicePixelRatio();
+    const auto [across, down] = unit();
     completion(Rect{
         m_display.x + rect->x() * across, m_display.y + rect->y() * down, rect->width() * across, rect->height() * down});
+}
+
+/// The size of a unit of the view in the global display space: the screen may be scaled.
+QSizeF RegionSelector::unit() const
+{
+    return {m_display.width > 0 ? m_display.width / width() : devicePixelRatio(),
+        m_display.height > 0 ? m_display.height / height() : devicePixelRatio()};
+}
+
+void RegionSelector::resizeEvent(QResizeEvent* event)
+{
+    QRasterWindow::resizeEvent(event);
+    const QSizeF unit = this->unit();
+    m_view.setSpace(size(), unit);
+    if (!m_last)
+        return;
+    const QRectF last((m_last->x - m_display.x) / unit.width(), (m_last->y - m_display.y) / unit.height(),
+        m_last->width / unit.width(), m_last->height / unit.height());
+    if (QRectF(QPointF(), QSizeF(size())).adjusted(-1, -1, 1, 1).contains(last)) {
+        m_last.reset();
+        m_view.propose(last);
+    }
 }
 
 /// The nearest point of the screen. A pointer that is dragged over its edge is reported beyond it.
@@ -115,6 +153,7 @@ void RegionSelector::mousePressEvent(QMouseEvent* event)
 
 void RegionSelector::mouseMoveEvent(QMouseEvent* event)
 {
+    setCursor(m_view.cursorAt(event->position()));
     if (!m_dragging)
         return;
     m_view.mouseDragged(within(event->position()));
@@ -125,6 +164,7 @@ void RegionSelector::mouseReleaseEvent(QMouseEvent* event)
 {
     if (event->button() == Qt::LeftButton && std::exchange(m_dragging, false))
         m_view.mouseUp(within(event->position()));
+    update();
 }
 
 void RegionSelector::keyPressEvent(QKeyEvent* event)

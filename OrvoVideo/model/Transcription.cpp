@@ -36,11 +36,38 @@ QCoro::Task<> Transcription::readConfidence()
 
 void Transcription::transcribe()
 {
+    if (m_asksForModel) {
+        if (m_parts.open && m_parts.operation.idle())
+            emit modelWanted();
+        return;
+    }
     m_parts.saving.flush();
     m_parts.operation.perform([this](WorkControl control) -> QCoro::Task<> {
         if (m_parts.open)
             co_await transcribeProject(*m_parts.open, std::move(control));
     });
+}
+
+void Transcription::transcribeWith(const QString& model)
+{
+    setSpeechModel(model);
+    setAsksForModel(false);
+    transcribe();
+}
+
+void Transcription::downloadModel(const QString& model)
+{
+    m_parts.operation.perform(
+        [this, model](WorkControl control) -> QCoro::Task<> {
+            m_parts.operation.setStatus(QStringLiteral("Descargando el modelo de voz…"));
+            co_await m_parts.workers.run(control,
+                [name = model.toStdString(), require = m_parts.services.requireModel](
+                    const std::stop_token& stop, const ProgressCallback& progress) { require(name, progress, stop); });
+            m_parts.operation.setStatus(QStringLiteral("Modelo de voz listo"));
+            emit modelReady();
+        },
+        {.failed = QStringLiteral("No se ha podido descargar el modelo de voz"),
+            .cancelled = QStringLiteral("Descarga cancelada: la próxima vez sigue por donde iba")});
 }
 
 QCoro::Task<> Transcription::transcribeProject(VideoProject project, WorkControl control)
@@ -103,6 +130,14 @@ void Transcription::setCareful(bool careful)
     if (this->careful() == careful)
         return;
     m_options.decoding = careful ? SpeechRecognizer::Decoding::careful : SpeechRecognizer::Decoding::quick;
+    emit settingsChanged();
+}
+
+void Transcription::setAsksForModel(bool asks)
+{
+    if (m_asksForModel == asks)
+        return;
+    m_asksForModel = asks;
     emit settingsChanged();
 }
 

@@ -26,6 +26,7 @@ class Transcription : public QObject {
     Q_PROPERTY(QString language READ language WRITE setLanguage NOTIFY settingsChanged)
     Q_PROPERTY(QString speechModel READ speechModel WRITE setSpeechModel NOTIFY settingsChanged)
     Q_PROPERTY(bool careful READ careful WRITE setCareful NOTIFY settingsChanged)
+    Q_PROPERTY(bool asksForModel READ asksForModel WRITE setAsksForModel NOTIFY settingsChanged)
 public:
     /// What the transcription works with. All of it outlives this object.
     struct Parts {
@@ -39,8 +40,13 @@ public:
     explicit Transcription(const Parts& parts);
 
     /// A long operation. The words replace the transcript, as one step to undo, and the suggestions are made anew. Downloads
-    /// the model when it is not there.
+    /// the model when it is not there. While `asksForModel`, only emits `modelWanted`.
     Q_INVOKABLE void transcribe();
+    /// The user's answer to `modelWanted`: keeps the model and transcribes. Nobody is asked again.
+    Q_INVOKABLE void transcribeWith(const QString& model);
+
+    /// Downloads a model of the catalogue, as a long operation. Emits `modelReady` when it is there.
+    Q_INVOKABLE void downloadModel(const QString& model);
 
     /// Writes all audio of a project but that of cameras into one file for speech recognition.
     QCoro::Task<> analysisAudio(VideoProject project, std::filesystem::path destination, WorkControl control);
@@ -57,8 +63,14 @@ public:
     /// Whether the recognition takes more time to make fewer errors.
     bool careful() const { return m_options.decoding == SpeechRecognizer::Decoding::careful; }
     void setCareful(bool careful);
+    /// Whether the user has never chosen a model, and is asked before the first transcription. False by default.
+    bool asksForModel() const { return m_asksForModel; }
+    void setAsksForModel(bool asks);
 
 signals:
+    /// The first transcription was asked for: which model?
+    void modelWanted();
+    void modelReady();
     void settingsChanged();
     void confidenceChanged();
 
@@ -69,6 +81,7 @@ private:
 
     const Parts m_parts;
     QString m_language = QStringLiteral("es-ES");
+    bool m_asksForModel = false;
     TranscriptionOptions m_options{.model = std::string(SpeechModels::usual)};
     WordConfidence m_confidence;
 };

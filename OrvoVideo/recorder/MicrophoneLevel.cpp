@@ -1,16 +1,15 @@
 #include "OrvoVideo/recorder/MicrophoneLevel.h"
 
+#include "OrvoVideo/capture/audio/SoundLevel.h"
 #include "VideoCore/Error.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace orvo {
 
 namespace {
 
 constexpr int interval = 50; ///< Milliseconds between two measurements.
-constexpr double minDecibels = -60;
 constexpr double fall = 0.05; ///< Maximum decay per interval.
 
 } // namespace
@@ -73,8 +72,7 @@ QCoro::Task<> MicrophoneLevel::listen()
 void MicrophoneLevel::measure()
 {
     const double peak = m_stream.get()->takePeak();
-    const double decibels = peak > 0 ? 20 * std::log10(peak) : minDecibels;
-    setLevel(std::max(std::clamp(1 - decibels / minDecibels, 0.0, 1.0), m_level - fall));
+    setLevel(std::max(soundLevel(peak), m_level - fall));
 }
 
 void MicrophoneLevel::setLevel(double level)

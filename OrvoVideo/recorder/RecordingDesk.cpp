@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QScreen>
 #include <algorithm>
+#include <array>
 #include <ranges>
 #include <utility>
 
@@ -60,7 +61,7 @@ QScreen* screenWith(const Rect& area)
     return found;
 }
 
-/// Whether a recording of the display would show the window. Popups close by themselves; the countdown and the mark stay.
+/// Whether a recording of the display would show the window. Popups close by themselves; the countdown and the bar stay.
 bool isInTheWay(const QWindow& window)
 {
     const auto type = window.type();
@@ -77,6 +78,17 @@ int depthOf(const QWindow& window)
     return depth;
 }
 
+/// Whether the compositor keeps showing a window that asks to be minimised. Those that arrange windows in tiles do; none
+/// says so to a client of Qt.
+bool ignoresMinimizing()
+{
+    if (!isWayland())
+        return false;
+    const QString desktop = qEnvironmentVariable("XDG_CURRENT_DESKTOP").toLower();
+    constexpr std::array minimizing{"gnome", "kde", "unity", "pantheon", "cinnamon", "xfce", "lxqt", "mate", "budgie"};
+    return std::ranges::none_of(minimizing, [&](const char* name) { return desktop.contains(QLatin1String(name)); });
+}
+
 } // namespace
 
 RecordingDesk::RecordingDesk(Recorder& recorder, std::function<WayBack()> wayBack, QObject* parent)
@@ -85,14 +97,11 @@ RecordingDesk::RecordingDesk(Recorder& recorder, std::function<WayBack()> wayBac
     , m_wayBack(std::move(wayBack))
 {
     connect(&m_recorder, &Recorder::phaseChanged, this, [this] {
-        followRecording();
         followCountdown();
         followCapture();
+        followBar();
     });
-    connect(&m_recorder, &Recorder::timeChanged, this, [this] {
-        if (m_mark)
-            m_mark->setTime(m_recorder.time());
-    });
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, &RecordingDesk::followBar);
 }
 
 RecordingDesk::~RecordingDesk() = default;
@@ -101,11 +110,13 @@ void RecordingDesk::followCapture()
 {
     if (!m_recorder.capturing()) {
         m_countdown.reset();
-        m_mark.reset();
+        m_bar.reset();
         restore();
     } else if (m_cleared.empty() && !m_recorder.captured()->source.windowID) {
         clear();
     }
+    if (m_recorder.phase() == Recorder::Phase::CountingThree)
+        emit cleared();
 }
 
 void RecordingDesk::followCountdown()
@@ -125,44 +136,113 @@ void RecordingDesk::followCountdown()
     m_countdown->setCount(m_recorder.countdown());
 }
 
-void RecordingDesk::followRecording()
+void RecordingDesk::followBar()
 {
-    if (m_recorder.isRecording() && !m_mark)
-        showMark();
-    else if (!m_recorder.isRecording())
-        m_mark.reset();
-    if (m_mark)
-        m_mark->setPaused(m_recorder.isPaused());
+    if (!m_recorder.isRecording() || isOursInFront()) {
+        if (m_bar)
+            m_bar->hide();
+        return;
+    }
+    if (!m_bar && hasBar())
+        makeBar();
+    if (m_bar && !m_bar->isVisible())
+        m_bar->show();
+}
+
+/// The bar never is, and where windows may take the keyboard by themselves it does not count.
+bool RecordingDesk::isOursInFront() const
+{
+    const auto* front = QGuiApplication::focusWindow();
+    return front && front != m_bar.get() && isInTheWay(*front) && !front->property(staysAside).toBool();
+}
+
+bool RecordingDesk::hasBar() const
+{
+    if (!m_recorder.captured())
+        return false;
+    // On Wayland programs do not know the positions of their windows, but one window is recorded without the others.
+    return isWayland() ? m_recorder.captured()->source.id.starts_with('w') : barPlace().has_value();
+}
+
+std::optional<QRect> RecordingDesk::barPlace() const
+{
+    // Windows above a recorded window are not recorded, but its user wants to see it.
+    return freePlace(m_recorder.captured()->area, barSize);
+}
+
+void RecordingDesk::makeBar()
+{
+    m_bar = std::make_unique<QQuickView>();
+    m_bar->setTitle(QStringLiteral("Grabando"));
+    m_bar->setColor(Qt::transparent);
+    m_bar->setInitialProperties({{QStringLiteral("recorder"), QVariant::fromValue(&m_recorder)}});
+    m_bar->loadFromModule("Orvo.Recorder", "RecordingBar");
+    const auto floating = isWayland() ? Qt::Window : Qt::ToolTip; // A tooltip of Wayland needs a window below it.
+    m_bar->setFlags(floating | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus);
+    m_bar->resize(barSize);
+    if (!isWayland())
+        m_bar->setGeometry(*barPlace());
 }
 
 void RecordingDesk::clear()
 {
     for (auto* window : QGuiApplication::topLevelWindows()) {
         if (isInTheWay(*window))
-            m_cleared.push_back({window, window->windowStates(), window->framePosition()});
+            m_cleared.push_back({window, window->windowStates(), window->framePosition(), window->screen()});
     }
     std::ranges::stable_sort(m_cleared, {}, [](const Cleared& cleared) { return depthOf(*cleared.window); });
     m_active = QGuiApplication::focusWindow();
-    const bool canHide = m_wayBack() == WayBack::elsewhere;
-    for (const auto& [window, states, position] : m_cleared | std::views::reverse) {
-        if (canHide || window->transientParent())
-            window->hide();
+    const bool isOnlyWay = m_wayBack() == WayBack::windowOnly;
+    m_hidesTheOnlyWay = isOnlyWay && ignoresMinimizing();
+    for (auto& cleared : m_cleared | std::views::reverse) {
+        auto& window = *cleared.window;
+        cleared.wasMoved = stays(window);
+        if (cleared.wasMoved)
+            continue;
+        if (!isOnlyWay || m_hidesTheOnlyWay || window.transientParent())
+            window.hide();
         else
-            window->showMinimized();
+            window.showMinimized();
     }
+}
+
+/// Whether a window that may stay is not recorded, perhaps after a move.
+bool RecordingDesk::stays(QWindow& window)
+{
+    if (!window.property(staysAside).toBool())
+        return false;
+    const auto& captured = *m_recorder.captured();
+    const auto* recorded = screenWith(captured.source.rect);
+    if (isWayland()) // There it cannot be moved; which screen it is on is known.
+        return window.screen() != recorded && captured.source.rect.width > 0;
+    const QRect area = windowRect(captured.area, displayRect(*recorded), *recorded);
+    if (!window.frameGeometry().intersects(area))
+        return true;
+    const auto place = freePlace(captured.area, window.frameGeometry().size(), barPlace().value_or(QRect()));
+    if (!place)
+        return false;
+    if (auto* screen = QGuiApplication::screenAt(place->center()))
+        window.setScreen(screen);
+    window.setFramePosition(place->topLeft());
+    return true;
 }
 
 void RecordingDesk::restore()
 {
+    m_hidesTheOnlyWay = false;
     if (m_cleared.empty())
         return;
     QWindow* active = m_active;
-    for (const auto& [window, states, position] : std::exchange(m_cleared, {})) {
+    for (const auto& [window, states, position, screen, wasMoved] : std::exchange(m_cleared, {})) {
         if (!window)
             continue;
         // A window that is shown again is placed by the window manager unless it requests its position.
+        if (screen && window->screen() != screen)
+            window->setScreen(screen);
         if (states == Qt::WindowNoState)
             window->setFramePosition(position);
+        if (wasMoved)
+            continue;
         // Shows the finished recording even if the main window was minimised.
         const bool staysMinimized = window->transientParent() != nullptr;
         window->setWindowStates(staysMinimized ? states : states & ~Qt::WindowMinimized);
@@ -175,43 +255,33 @@ void RecordingDesk::restore()
         active->requestActivate();
 }
 
-std::optional<QRect> RecordingDesk::freeCorner(const QRect& recorded, const QRect& screen, QSize mark)
+std::optional<QRect> RecordingDesk::freeCorner(const QRect& recorded, const QRect& screen, QSize size, const QRect& avoided)
 {
     constexpr int margin = 12;
     const QRect inner = screen.marginsRemoved({margin, margin, margin, margin});
-    QRect place({}, mark);
+    QRect place({}, size);
     for (const auto move : {&QRect::moveBottomRight, &QRect::moveBottomLeft, &QRect::moveTopRight, &QRect::moveTopLeft}) {
         const QPoint corner = move == &QRect::moveBottomRight ? inner.bottomRight()
             : move == &QRect::moveBottomLeft                  ? inner.bottomLeft()
             : move == &QRect::moveTopRight                    ? inner.topRight()
                                                               : inner.topLeft();
         (place.*move)(corner);
-        if (!place.intersects(recorded))
+        if (inner.contains(place) && !place.intersects(recorded) && !place.intersects(avoided))
             return place;
     }
     return std::nullopt;
 }
 
-std::optional<QRect> RecordingDesk::markPlace(const Rect& recorded, QSize mark)
+std::optional<QRect> RecordingDesk::freePlace(const Rect& recorded, QSize size, const QRect& avoided)
 {
     auto screens = QGuiApplication::screens();
     std::ranges::stable_partition(screens, [first = screenWith(recorded)](auto* screen) { return screen == first; });
     for (const auto* screen : screens) {
         const QRect area = recorded.width > 0 ? windowRect(recorded, displayRect(*screen), *screen) : QRect();
-        if (const auto place = freeCorner(area, screen->availableGeometry(), mark))
+        if (const auto place = freeCorner(area, screen->availableGeometry(), size, avoided))
             return place;
     }
     return std::nullopt;
-}
-
-void RecordingDesk::showMark()
-{
-    // On Wayland programs do not know the positions of their windows.
-    if (isWayland() || !m_recorder.captured())
-        return;
-    // Windows above a recorded window are not recorded, but its user wants to see it.
-    if (const auto place = markPlace(m_recorder.captured()->area, RecordingMark::usualSize))
-        m_mark = std::make_unique<RecordingMark>(*place);
 }
 
 } // namespace orvo

@@ -4,43 +4,64 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QQuickView>
 #include <QWindow>
+#include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace orvo {
 
 class CountdownWindow;
-class RecordingMark;
 
 /// Clears the desktop for a recording. While a display is recorded, hides all windows of the application, and restores
-/// them afterwards. Shows the countdown over the source, and a mark with the elapsed time in a place that is not
-/// recorded, if there is one. Main thread only.
+/// them afterwards. Shows the countdown over the source, and the recording bar in a place that is not recorded, if there is
+/// one, while no other window of the application is in front. Main thread only.
 class RecordingDesk final : public QObject {
     Q_OBJECT
 public:
     /// How the user can stop a recording while the windows are hidden.
     enum class WayBack : std::uint8_t { elsewhere, windowOnly };
 
-    /// `wayBack` is queried when a recording starts. For `windowOnly`, the main window is only minimised.
+    static constexpr QSize barSize{320, 44};
+    /// The dynamic property of a window that stays, moved aside if need be, where it is not recorded.
+    static constexpr auto staysAside = "staysAside";
+
+    /// `wayBack` is queried when a recording starts. For `windowOnly`, the main window is only minimised, where the desktop
+    /// minimises windows.
     RecordingDesk(Recorder& recorder, std::function<WayBack()> wayBack, QObject* parent = nullptr);
     ~RecordingDesk() override;
 
-    /// A corner of the screen's available area where a mark of this size does not cover the recorded area, or nullopt.
-    /// All rectangles are in window coordinates of that screen.
-    static std::optional<QRect> freeCorner(const QRect& recorded, const QRect& screen, QSize mark);
+    /// Whether there is a place for the bar in the recording that begins or runs.
+    bool hasBar() const;
+    /// Whether the windows are hidden and nothing but the desktop itself leads back to them.
+    bool hidesTheOnlyWay() const { return m_hidesTheOnlyWay; }
 
-    /// Where to show the mark while `recorded` (an area of the global display space; empty if unknown) is recorded, in
+    /// A corner of the screen's available area where a window of this size covers neither the recorded area nor what is
+    /// avoided, or nullopt. All rectangles are in window coordinates of that screen.
+    static std::optional<QRect> freeCorner(
+        const QRect& recorded, const QRect& screen, QSize size, const QRect& avoided = {});
+
+    /// Where to show a window while `recorded` (an area of the global display space; empty if unknown) is recorded, in
     /// window coordinates. Prefers the screen that shows most of it.
-    static std::optional<QRect> markPlace(const Rect& recorded, QSize mark);
+    static std::optional<QRect> freePlace(const Rect& recorded, QSize size, const QRect& avoided = {});
+
+signals:
+    /// The windows are away and the countdown begins.
+    void cleared();
 
 private:
     void followCapture();
     void followCountdown();
-    void followRecording();
+    void followBar();
     void clear();
+    bool stays(QWindow& window);
     void restore();
-    void showMark();
+    bool isOursInFront() const;
+    std::optional<QRect> barPlace() const;
+    void makeBar();
 
     Recorder& m_recorder;
     std::function<WayBack()> m_wayBack;
@@ -48,11 +69,14 @@ private:
         QPointer<QWindow> window;
         Qt::WindowStates states;
         QPoint position; ///< Including the window frame.
+        QPointer<QScreen> screen; ///< Whose units the position has.
+        bool wasMoved = false; ///< It stays, elsewhere.
     };
     std::vector<Cleared> m_cleared; ///< Parents before their child windows.
     QPointer<QWindow> m_active; ///< The active window before the clearing.
+    bool m_hidesTheOnlyWay = false;
     std::unique_ptr<CountdownWindow> m_countdown;
-    std::unique_ptr<RecordingMark> m_mark;
+    std::unique_ptr<QQuickView> m_bar;
 };
 
 } // namespace orvo

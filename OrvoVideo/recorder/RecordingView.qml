@@ -19,6 +19,8 @@ Popup {
 
     property bool recording: false
 
+    signal notesWanted()
+
     function record() {
         recording = true
         close()
@@ -121,23 +123,10 @@ Popup {
                     visible: !root.isTab
                     choice: root.choice
                 }
-                OLabel {
-                    objectName: "tabText"
+                TabAssistant {
                     Layout.fillWidth: true
                     visible: root.isTab
-                    secondary: true
-                    text: "Abre Chrome o Brave y pulsa el icono de Orvo Video para seleccionar y grabar una pestaña. Los controles y atajos de la extensión funcionan aunque cambies de pestaña."
-                    wrapMode: Text.Wrap
-                    lineHeight: 1.25
-                }
-                OLabel {
-                    Layout.fillWidth: true
-                    visible: root.isTab
-                    secondary: true
-                    text: "En chrome://extensions o brave://extensions, activa Modo desarrollador, pulsa Cargar descomprimida y elige la carpeta que se abre. La resolución, el micrófono y la cámara se eligen allí, en la extensión."
-                    font.pixelSize: Theme.captionSize
-                    wrapMode: Text.Wrap
-                    lineHeight: 1.25
+                    app: root.app
                 }
                 RowLayout {
                     visible: !root.isTab
@@ -244,6 +233,7 @@ Popup {
             }
 
             objectName: "shortcuts"
+            visible: !root.isTab
             Layout.fillWidth: true
             Layout.rightMargin: Theme.space(3)
             secondary: true
@@ -264,6 +254,14 @@ Popup {
             Layout.rightMargin: Theme.space(3)
             spacing: Theme.space(2)
 
+            OButton {
+                objectName: "notes"
+                visible: !root.isTab
+                implicitHeight: Theme.prominentHeight
+                text: "Notas para ti…"
+                iconName: "message-square-text"
+                onClicked: root.notesWanted()
+            }
             Item {
                 Layout.fillWidth: true
             }
@@ -280,7 +278,8 @@ Popup {
                 text: root.isTab ? "Abrir extensión" : "Grabar"
                 iconName: root.isTab ? "folder-open" : "circle-dot"
                 enabled: root.app.idle
-                onClicked: root.record()
+                // The steps stay open beside the browser.
+                onClicked: root.isTab ? root.app.startRecording() : root.record()
             }
         }
     }

@@ -9,7 +9,6 @@ namespace {
 
 constexpr QColor panel(0x1D, 0x1A, 0x24);
 constexpr QColor text(0xF3, 0xF0, 0xFA);
-constexpr QColor red(0xFF, 0x4D, 0x4D);
 constexpr int countdownSide = 200;
 constexpr QSize sharedRoom(320, 180); ///< For the frame of the shared source.
 constexpr int sharedMargin = 16;
@@ -95,46 +94,6 @@ void CountdownWindow::paintEvent(QPaintEvent*)
     picture.moveCenter(QRect({sharedMargin, caption.bottom() + sharedMargin}, sharedRoom).center());
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.drawImage(picture, m_shared);
-}
-
-RecordingMark::RecordingMark(const QRect& place)
-    : FloatingWindow(place)
-{
-    setTitle(QStringLiteral("Grabando"));
-    show();
-}
-
-void RecordingMark::setTime(double seconds)
-{
-    if (m_seconds == static_cast<int>(seconds))
-        return;
-    m_seconds = static_cast<int>(seconds);
-    update();
-}
-
-void RecordingMark::setPaused(bool paused)
-{
-    m_paused = paused;
-    update();
-}
-
-void RecordingMark::paintEvent(QPaintEvent*)
-{
-    QPainter painter(this);
-    drawPanel(painter, size(), height() / 2.0);
-    constexpr int dot = 12;
-    const QRect sign(14, (height() - dot) / 2, dot, dot);
-    painter.setBrush(red);
-    if (m_paused) {
-        painter.drawRect(QRect(sign.x(), sign.y(), 4, dot));
-        painter.drawRect(QRect(sign.right() - 3, sign.y(), 4, dot));
-    } else {
-        painter.drawEllipse(sign);
-    }
-    painter.setPen(text);
-    painter.setFont(digits(15, QFont::DemiBold));
-    painter.drawText(QRect(36, 0, width() - 44, height()), Qt::AlignVCenter | Qt::AlignRight,
-        QStringLiteral("%1:%2").arg(m_seconds / 60, 2, 10, QLatin1Char('0')).arg(m_seconds % 60, 2, 10, QLatin1Char('0')));
 }
 
 } // namespace orvo

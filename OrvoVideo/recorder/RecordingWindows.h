@@ -33,23 +33,4 @@ private:
     int m_count = 0;
 };
 
-/// Shows that a recording is running, and its length.
-class RecordingMark final : public FloatingWindow {
-    Q_OBJECT
-public:
-    static constexpr QSize usualSize{108, 36};
-
-    explicit RecordingMark(const QRect& place);
-
-    void setTime(double seconds);
-    void setPaused(bool paused);
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-
-private:
-    int m_seconds = 0;
-    bool m_paused = false;
-};
-
 } // namespace orvo

@@ -11,6 +11,7 @@ Item {
     id: root
 
     required property AppModel app
+    property alias tab: tabs.currentIndex
 
     ColumnLayout {
         anchors.fill: parent
@@ -83,9 +84,22 @@ Item {
                                     id: models
                                 }
                                 currentIndex: models.rowOf(root.app.transcription.speechModel)
-                                onActivated: root.app.transcription.speechModel = currentValue
+                                onActivated: {
+                                    root.app.transcription.speechModel = currentValue
+                                    root.app.transcription.asksForModel = false
+                                }
                                 popup.onAboutToShow: models.refresh()
                             }
+                        }
+                        OLabel {
+                            objectName: "modelCost"
+                            readonly property int row: models.rowOf(root.app.transcription.speechModel)
+
+                            Layout.fillWidth: true
+                            visible: row >= 0
+                            secondary: true
+                            text: row < 0 ? "" : models.data(models.index(row, 0), SpeechModelList.CostRole)
+                            font.pixelSize: Theme.captionSize
                         }
                         OSwitch {
                             objectName: "careful"

@@ -8,6 +8,8 @@ ApplicationWindow {
     id: root
 
     required property AppModel app
+    /// 0 general, 1 shortcuts.
+    property alias tab: view.tab
 
     title: "Ajustes"
     width: 560
@@ -21,6 +23,8 @@ ApplicationWindow {
         window: root
     }
     SettingsView {
+        id: view
+
         anchors.fill: parent
         app: root.app
     }

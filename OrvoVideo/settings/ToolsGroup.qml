@@ -26,8 +26,8 @@ SettingsGroup {
         }
     }
     SettingsNote {
-        visible: !root.app.installation.ffmpegAvailable
-        text: "En Debian: sudo apt install ffmpeg"
+        visible: !root.app.installation.ffmpegAvailable && root.app.installation.ffmpegCommand !== ""
+        text: "En este sistema: " + root.app.installation.ffmpegCommand
     }
     OButton {
         text: "Abrir carpeta de proyectos"

@@ -21,6 +21,8 @@ MenuBar {
     signal zoomWanted()
     signal keysWanted()
     signal historyWanted()
+    signal equipmentWanted()
+    signal helpWanted(tab: int)
 
     /// A command of the editor.
     component EditorAction: CommandAction {
@@ -166,6 +168,34 @@ MenuBar {
         AppearanceAction {
             command: Commands.LightAppearance
             choice: "light"
+        }
+    }
+    OMenu {
+        title: "A&yuda"
+
+        CommandAction {
+            command: Commands.OpenGuide
+            onTriggered: root.helpWanted(0)
+        }
+        EditorAction {
+            command: Commands.ShowKeys
+            enabled: root.app.hasProject
+            onTriggered: root.keysWanted()
+        }
+        OMenuSeparator {}
+        CommandAction {
+            command: Commands.CheckEquipment
+            onTriggered: root.equipmentWanted()
+        }
+        CommandAction {
+            command: Commands.RevealCrashLog
+            enabled: root.app.installation.crashLog !== ""
+            onTriggered: root.app.installation.revealCrashLog()
+        }
+        OMenuSeparator {}
+        CommandAction {
+            command: Commands.OpenAbout
+            onTriggered: root.helpWanted(1)
         }
     }
 }

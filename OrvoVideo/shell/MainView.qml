@@ -2,6 +2,7 @@ pragma ComponentBehavior: Bound
 
 import QtQuick
 import QtQuick.Controls.Basic
+import Orvo.Help
 import Orvo.Model
 import Orvo.Recorder
 import Orvo.Settings
@@ -34,9 +35,45 @@ ApplicationWindow {
         settings.item.raise()
         settings.item.requestActivate()
     }
+    /// Shows what the application works with on this machine.
+    function checkEquipment(first: bool) {
+        equipment.active = true
+        equipment.item.first = first
+        equipment.item.open()
+    }
+    function closeEquipment() {
+        if (equipment.item)
+            equipment.item.close()
+    }
+    function closeSpeechModels() {
+        if (modelSheet.item)
+            modelSheet.item.close()
+    }
+    /// The guide (0), or what this application is (1).
+    function openHelp(tab: int) {
+        help.active = true
+        help.item.tab = tab
+        help.item.show()
+        help.item.raise()
+        help.item.requestActivate()
+    }
+    /// At the first start, in an empty library.
+    function greet() {
+        if (remembered.greeted || app.library.count > 0)
+            return
+        remembered.greeted = true
+        checkEquipment(true)
+    }
     function openRecorder() {
         recorder.active = true
         recorder.item.open()
+    }
+    /// The notes for the speaker, beside this window.
+    function openNotes() {
+        notes.active = true
+        notes.item.show()
+        notes.item.raise()
+        notes.item.requestActivate()
     }
     function closeRecorder() {
         if (recorder.item)
@@ -86,6 +123,7 @@ ApplicationWindow {
             close.accepted = false
         } else {
             remember()
+            notes.active = false
         }
         quitting = false
     }
@@ -104,6 +142,7 @@ ApplicationWindow {
         category: "window"
         property bool libraryShown: true
         property bool inspectorShown: true
+        property bool greeted: false
         property var columns
     }
     Component.onCompleted: {
@@ -124,6 +163,8 @@ ApplicationWindow {
         onZoomWanted: projectPage.item?.addZoom()
         onKeysWanted: projectPage.item?.showKeys()
         onHistoryWanted: projectPage.item?.showHistory()
+        onEquipmentWanted: root.checkEquipment(false)
+        onHelpWanted: tab => root.openHelp(tab)
     }
 
     SplitView {
@@ -197,10 +238,13 @@ ApplicationWindow {
         category: "transcription"
         property string model: "base"
         property bool careful: false
+        property bool chosen: false
         Component.onCompleted: {
-            const rememberedCare = careful // What follows writes both.
+            const rememberedCare = careful // What follows writes all of them.
+            const wasChosen = chosen
             root.app.transcription.speechModel = model
             root.app.transcription.careful = rememberedCare
+            root.app.transcription.asksForModel = !wasChosen
         }
     }
     Connections {
@@ -209,6 +253,11 @@ ApplicationWindow {
         function onSettingsChanged() {
             transcription.model = root.app.transcription.speechModel
             transcription.careful = root.app.transcription.careful
+            transcription.chosen = !root.app.transcription.asksForModel
+        }
+        function onModelWanted() {
+            modelSheet.active = true
+            modelSheet.item.open()
         }
     }
     Loader {
@@ -219,6 +268,51 @@ ApplicationWindow {
             parent: root.Overlay.overlay
             app: root.app
             onClosed: recorder.active = false // With its microphone and its camera.
+            onNotesWanted: root.openNotes()
+        }
+    }
+    Loader {
+        id: notes
+
+        active: false
+        sourceComponent: NotesWindow {}
+    }
+    Loader {
+        id: help
+
+        active: false
+        sourceComponent: HelpWindow {
+            app: root.app
+        }
+    }
+    Loader {
+        id: modelSheet
+
+        active: false
+        sourceComponent: SpeechModelSheet {
+            parent: root.Overlay.overlay
+            app: root.app
+            onClosed: modelSheet.active = false
+        }
+    }
+    Loader {
+        id: equipment
+
+        active: false
+        sourceComponent: EquipmentView {
+            parent: root.Overlay.overlay
+            app: root.app
+            onClosed: equipment.active = false // With its microphone.
+            onSettingsWanted: tab => {
+                close()
+                root.openSettings()
+                settings.item.tab = tab
+            }
+            onTabWanted: {
+                close()
+                root.app.recorder.capture.mode = "tab"
+                root.openRecorder()
+            }
         }
     }
     Loader {

@@ -60,10 +60,18 @@ void MainWindow::open(const QStringList& arguments)
     openWanted();
 }
 
+void MainWindow::greet()
+{
+    m_greets = true;
+    openWanted();
+}
+
 void MainWindow::openWanted()
 {
     if (!m_model.libraryListed())
         return;
+    if (std::exchange(m_greets, false))
+        QMetaObject::invokeMethod(m_window, "greet");
     QString project;
     QString movie;
     for (const QString& argument : std::exchange(m_wanted, {}))

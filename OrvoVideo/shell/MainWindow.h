@@ -35,6 +35,9 @@ public:
     /// a long operation.
     void open(const QStringList& arguments);
 
+    /// At the first start, with an empty library, shows what this machine has once the library is listed.
+    void greet();
+
     /// The arguments with paths that mean the same in any folder, for a process that lives in another one.
     static QStringList inAnyFolder(const QStringList& arguments);
 
@@ -43,6 +46,7 @@ private:
 
     AppModel& m_model;
     QStringList m_wanted;
+    bool m_greets = false;
     QQmlApplicationEngine m_engine;
     ThumbnailProvider* m_thumbnails; ///< The engine's.
     QQuickWindow* m_window = nullptr;

@@ -21,6 +21,7 @@ struct SpeechModel {
     std::string sha256; ///< Of the file, in lower-case hexadecimal.
     std::string address;
     std::string description; ///< Its use, in Spanish.
+    double work = 0; ///< Time that it takes, as a multiple of what "base" takes.
 };
 
 /// The available speech models and their files. Thread-safe.

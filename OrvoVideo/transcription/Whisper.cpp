@@ -70,6 +70,8 @@ whisper_alignment_heads_preset alignmentHeads(const Header& header)
         return WHISPER_AHEADS_MEDIUM;
     if (has(32, 4))
         return WHISPER_AHEADS_LARGE_V3_TURBO;
+    if (has(32, 32) && header.vocabulary > vocabularyOfManyLanguages)
+        return WHISPER_AHEADS_LARGE_V3;
     return WHISPER_AHEADS_N_TOP_MOST; // The upper half of the heads, for an unknown model.
 }
 

@@ -48,6 +48,11 @@ constexpr Command table[]{
     {Commands::DarkAppearance, Scope::Window, "", "Aspecto &oscuro"},
     {Commands::LightAppearance, Scope::Window, "", "Aspecto &claro"},
 
+    {Commands::OpenGuide, Scope::Window, "", "&Guía"},
+    {Commands::CheckEquipment, Scope::Window, "", "&Comprobar el equipo…"},
+    {Commands::RevealCrashLog, Scope::Window, "", "&Registro del último cierre inesperado"},
+    {Commands::OpenAbout, Scope::Window, "", "&Acerca de Orvo Video"},
+
     {Commands::TogglePlaying, Scope::Editor, "Space", "", "Reproducir"},
     {Commands::PlayForward, Scope::Editor, "L"},
     {Commands::PlayBackward, Scope::Editor, "J"},

@@ -45,6 +45,11 @@ public:
         SystemAppearance,
         DarkAppearance,
         LightAppearance,
+        // Ayuda
+        OpenGuide,
+        CheckEquipment,
+        RevealCrashLog,
+        OpenAbout,
         // The editor
         TogglePlaying,
         PlayForward,

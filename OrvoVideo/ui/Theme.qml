@@ -26,6 +26,8 @@ QtObject {
     readonly property color stateInk: dark ? "#FF9F43" : "#A85A00"
     /// The edge of a control that is recognised by its edge alone.
     readonly property color edge: dark ? "#746C86" : "#8C8599"
+    /// An icon that says that something is as it should be.
+    readonly property color goodInk: dark ? "#2EC4B6" : "#12857A"
     readonly property color shade: Qt.alpha("#000000", dark ? 0.55 : 0.35)
 
     // Sizes, in device-independent pixels.

@@ -55,17 +55,24 @@ public:
             const char* name;
             const char* privacy;
             const char* shortcuts;
+            const char* sound;
         };
         static constexpr Program programs[]{
-            {"gnome-control-center", "privacy", "keyboard"},
-            {"systemsettings", "kcm_app-permissions", "kcm_keys"},
-            {"xfce4-settings-manager", nullptr, nullptr},
+            {"gnome-control-center", "privacy", "keyboard", "sound"},
+            {"systemsettings", "kcm_app-permissions", "kcm_keys", "kcm_pulseaudio"},
+            {"xfce4-settings-manager", nullptr, nullptr, nullptr},
         };
+        if (page == SettingsPage::sound) { // The desktops without a page of their own bring this program.
+            if (const QString mixer = QStandardPaths::findExecutable(QStringLiteral("pavucontrol")); !mixer.isEmpty())
+                return QProcess::startDetached(mixer, {});
+        }
         for (const auto& program : programs) {
             const QString found = QStandardPaths::findExecutable(QString::fromLatin1(program.name));
             if (found.isEmpty())
                 continue;
-            const char* name = page == SettingsPage::privacy ? program.privacy : program.shortcuts;
+            const char* name = page == SettingsPage::privacy ? program.privacy
+                : page == SettingsPage::sound                ? program.sound
+                                                             : program.shortcuts;
             if (QProcess::startDetached(found, name ? QStringList{QString::fromLatin1(name)} : QStringList()))
                 return true;
         }

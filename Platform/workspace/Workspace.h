@@ -28,7 +28,7 @@ public:
     virtual void openAddress(const std::string& address) = 0;
 
     /// A page of the desktop's settings.
-    enum class SettingsPage : std::uint8_t { privacy, shortcuts };
+    enum class SettingsPage : std::uint8_t { privacy, shortcuts, sound };
     /// Opens a page of the desktop's settings. Returns false when the desktop is known to have none.
     virtual bool openSettings(SettingsPage page) = 0;
 };

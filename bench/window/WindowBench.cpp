@@ -25,6 +25,7 @@
 #include <vector>
 
 Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_HelpPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)

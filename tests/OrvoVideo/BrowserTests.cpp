@@ -4,6 +4,7 @@
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/OrdinaryUser.h"
 #include "TestSupport/PrivateBus.h"
+#include "VideoCore/ExtensionMark.h"
 #include "VideoCore/FileIO.h"
 #include "VideoMedia/Sha256.h"
 
@@ -38,7 +39,10 @@ class BrowserTests : public ModelFixture {
 protected:
     BrowserTests()
     {
-        browsers = {.bundle = folder / "OrvoVideo.app", .data = folder / "data/OrvoVideo", .config = folder / "config"};
+        browsers = {.bundle = folder / "OrvoVideo.app",
+            .data = folder / "data/OrvoVideo",
+            .config = folder / "config",
+            .home = folder / "home"};
         write("Extension/manifest.json", "{}");
         write("Extension/icons/16.png", "16");
         write("extension-origin.txt", " chrome-extension://abc/\n\n");
@@ -61,13 +65,15 @@ TEST_F(BrowserTests, TheExtensionAndTheManifestsAreInPlace)
 {
     const BrowserIntegration integration(browsers);
     integration.setUp();
-    // What an older version left is gone after the next start.
+    // What an older version left is gone after the next start, and the copy that one made is kept up to date.
+    fs::create_directories(browsers.data / "Extension");
     std::ofstream(integration.extensionFolder() / "old.js") << "old";
     write("Extension/manifest.json", R"({"version": "2"})");
     integration.setUp();
     EXPECT_EQ(readFile(integration.extensionFolder() / "manifest.json"), R"({"version": "2"})");
     EXPECT_TRUE(fs::exists(integration.extensionFolder() / "icons/16.png"));
     EXPECT_FALSE(fs::exists(integration.extensionFolder() / "old.js"));
+    EXPECT_EQ(readFile(browsers.data / "Extension/manifest.json"), R"({"version": "2"})");
 
     for (const auto* browser : {"google-chrome", "chromium", "BraveSoftware/Brave-Browser"}) {
         const Json document = parsed(manifest(browser));
@@ -88,6 +94,7 @@ TEST_F(BrowserTests, WithoutABundleNothingIsTouched)
         BrowserIntegration(places).setUp();
         EXPECT_FALSE(fs::exists(browsers.config));
         EXPECT_FALSE(fs::exists(browsers.data));
+        EXPECT_FALSE(fs::exists(browsers.home));
     }
 }
 
@@ -96,7 +103,7 @@ TEST_F(BrowserTests, TheModelConnectsBrowsersWhenItStarts)
     start();
     ASSERT_TRUE(comesToHold([&] { return fs::exists(manifest("BraveSoftware/Brave-Browser")); }));
     model->installation()->openExtensionFolder();
-    EXPECT_THAT(workspace->opened, ElementsAre(browsers.data / "Extension"));
+    EXPECT_THAT(workspace->opened, ElementsAre(browsers.home / "Orvo Video/Extensión"));
 
     // A tab is recorded from the browser.
     model->capture()->setMode(QStringLiteral("tab"));
@@ -129,6 +136,18 @@ TEST_F(BrowserTests, ARecordedTabAppearsWhenTheHelperSaysSo)
     notification::post("es.orvo.video.something-else");
     notification::post(notification::tabFinished);
     ASSERT_TRUE(comesToHold([&] { return model->library()->projects().size() == 1; }));
+}
+
+TEST_F(BrowserTests, TheFirstCallOfTheExtensionIsNoted)
+{
+    const PrivateBus bus;
+    observe = NotificationObserver::create;
+    start();
+    EXPECT_FALSE(model->installation()->extensionConnected());
+    EXPECT_TRUE(ExtensionMark::leave());
+    EXPECT_FALSE(ExtensionMark::leave()) << "only the first one is news";
+    notification::post(notification::extensionConnected);
+    EXPECT_TRUE(comesToHold([&] { return model->installation()->extensionConnected(); }));
 }
 
 /// Browsers make an extension's identifier from its public key: the letters a to p for the digits of its hash.

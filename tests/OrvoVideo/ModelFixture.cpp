@@ -48,6 +48,8 @@ void fillOneHour(VideoProject& project)
 ModelFixture::ModelFixture()
 {
     qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((folder / "config").string()));
+    // Where the trash and the marks of this user are.
+    qputenv("XDG_DATA_HOME", QByteArray::fromStdString((folder / "data").string()));
 }
 
 ModelFixture::~ModelFixture()
@@ -91,6 +93,7 @@ void ModelFixture::start()
             .shortcutKeys = std::move(ownKeys)},
         .pasteboard = std::move(ownPasteboard),
         .transcribe = [this](const auto&... arguments) { return recognition(arguments...); },
+        .requireModel = [this](const auto&... arguments) { return download(arguments...); },
         .loadSecret = [this](std::string_view, Keychain::Interaction interaction,
                           const std::stop_token&) { return keychain.load(interaction); },
         .saveSecret = [this](std::string_view value, std::string_view, const std::stop_token&) { keychain.save(value); }});

@@ -69,6 +69,8 @@ protected:
     std::unique_ptr<AppModel> model;
     /// What the model has for the recogniser of speech; called on a worker thread.
     std::function<decltype(TranscriptionService::transcribe)> recognition;
+    /// What the model has for the download of a speech model; called on a worker thread.
+    std::function<decltype(SpeechModels::require)> download;
     FakeKeychain keychain;
     // Owned by the model.
     FakePlayer* player = nullptr;

@@ -10,6 +10,7 @@
 #include "VideoCore/PointerLog.h"
 
 #include <QFile>
+#include <QProcess>
 #include <QSignalSpy>
 #include <algorithm>
 
@@ -306,6 +307,38 @@ TEST_F(RecordingTests, RecordsWithoutAMicrophoneWhereThereIsNone)
     ASSERT_TRUE(idleSoon());
     EXPECT_EQ(project().state, ProjectState::ready);
     EXPECT_EQ(project().tracks.size(), 1U);
+}
+
+TEST_F(RecordingTests, AMicrophoneThatIsNotHeardIsToldAfterFiveSeconds)
+{
+    const SoundWorld sound; // Whose microphone hears nothing yet.
+    begin();
+    auto options = model->options();
+    options.microphone = true;
+    model->setOptions(options);
+    const auto& recorder = *model->recorder();
+    model->startRecording();
+    ASSERT_TRUE(recordsSoon());
+    EXPECT_TRUE(recorder.recordsMicrophone());
+    ASSERT_TRUE(comesToHold([&] { return recorder.microphoneUnheard(); }));
+    EXPECT_GE(recorder.time(), 4.9);
+    EXPECT_EQ(model->status(), "No se oye el micrófono. Comprueba que no está silenciado.");
+    model->togglePause();
+    EXPECT_TRUE(comesToHold([&] { return !recorder.microphoneUnheard(); })) << "nothing has to be heard in a pause";
+    EXPECT_EQ(model->status(), "Grabación en pausa");
+    model->togglePause();
+    ASSERT_TRUE(comesToHold([&] { return recorder.microphoneUnheard(); }));
+
+    QProcess voice;
+    voice.start("ffmpeg",
+        {"-v", "error", "-f", "lavfi", "-i", "sine=frequency=300:duration=60", "-f", "pulse", "-device", "micfeed",
+            "voice"});
+    EXPECT_TRUE(comesToHold([&] { return !recorder.microphoneUnheard() && recorder.microphoneLevel() > 0.5; }));
+    EXPECT_EQ(model->status(), "Grabando");
+    model->stopRecording();
+    ASSERT_TRUE(idleSoon());
+    voice.kill();
+    voice.waitForFinished();
 }
 
 TEST_F(RecordingTests, SourcesAreThoseOfTheModeAndTheChosenOneStays)

@@ -20,6 +20,7 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickStyle>
+#include <QQuickView>
 #include <QTimer>
 #include <QtQml/QQmlExtensionPlugin>
 #include <fstream>
@@ -27,6 +28,7 @@
 #include <iostream>
 
 Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_HelpPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)
@@ -189,6 +191,51 @@ void photographHands(AppModel& model, QQuickWindow& window, Photographer& photog
     QMetaObject::invokeMethod(text, "endEditing", Q_ARG(bool, false));
 }
 
+QQuickWindow& windowCalled(const QString& title)
+{
+    for (auto* window : QGuiApplication::topLevelWindows()) {
+        if (window->title() == title && window->isVisible())
+            return *qobject_cast<QQuickWindow*>(window);
+    }
+    throw captureError("there is no window called " + title.toStdString());
+}
+
+/// The bar of the recording that runs, with each of its pages.
+void photographBar(Recorder& recorder, Photographer& photographer)
+{
+    QQuickView bar;
+    bar.setInitialProperties({{QStringLiteral("recorder"), QVariant::fromValue(&recorder)}});
+    bar.setColor(Qt::transparent);
+    bar.loadFromModule("Orvo.Recorder", "RecordingBar");
+    bar.show();
+    for (const char* page : {"controls", "more", "ask"}) {
+        bar.rootObject()->setProperty("page", page);
+        photographer.take(QStringLiteral("bar-") + QLatin1String(page), bar);
+    }
+}
+
+/// What helps at the beginning: the equipment, the guide, the steps for the extension, the notes.
+void photographHelp(MainWindow& main, AppModel& model, Photographer& photographer)
+{
+    auto& window = main.window();
+    QMetaObject::invokeMethod(&window, "checkEquipment", Q_ARG(bool, true));
+    photographer.take(QStringLiteral("equipment"));
+    QMetaObject::invokeMethod(&window, "closeEquipment");
+    QMetaObject::invokeMethod(&window, "openHelp", Q_ARG(int, 0));
+    photographer.take(QStringLiteral("help"), windowCalled(QStringLiteral("Ayuda")));
+    QMetaObject::invokeMethod(&window, "openHelp", Q_ARG(int, 1));
+    photographer.take(QStringLiteral("help-about"), windowCalled(QStringLiteral("Ayuda")));
+    windowCalled(QStringLiteral("Ayuda")).close();
+    QMetaObject::invokeMethod(&window, "openNotes");
+    photographer.take(QStringLiteral("notes"), windowCalled(QStringLiteral("Notas")));
+    windowCalled(QStringLiteral("Notas")).close();
+    model.capture()->setMode(QStringLiteral("tab"));
+    QMetaObject::invokeMethod(&window, "openRecorder");
+    photographer.take(QStringLiteral("recording-tab"));
+    QMetaObject::invokeMethod(&window, "closeRecorder");
+    model.capture()->setMode(QStringLiteral("screen"));
+}
+
 void takeAll(const QDir& folder, const QString& wanted)
 {
     const test::TemporaryFolder scratch;
@@ -210,6 +257,7 @@ void takeAll(const QDir& folder, const QString& wanted)
     model.refreshLibrary();
     waitFor("the filled library", [&] { return model.library()->count() == 4; });
     photographer.take(QStringLiteral("welcome"));
+    photographHelp(main, model, photographer);
 
     auto options = model.options();
     options.camera = true;
@@ -223,6 +271,7 @@ void takeAll(const QDir& folder, const QString& wanted)
     model.startRecording();
     waitFor("the recording", [&] { return model.recorder()->time() > 1; });
     photographer.take(QStringLiteral("recording"));
+    photographBar(*model.recorder(), photographer);
     model.stopRecording();
     waitFor("the end of the recording", [&] { return !model.capturing() && !model.busy(); });
 
@@ -247,6 +296,10 @@ void takeAll(const QDir& folder, const QString& wanted)
     editor->setProperty("section", "text");
     photographTranscript(main.window(), photographer);
     photographHands(model, main.window(), photographer);
+    model.transcription()->setAsksForModel(true);
+    model.transcribe();
+    photographer.take(QStringLiteral("speech-models"));
+    QMetaObject::invokeMethod(&main.window(), "closeSpeechModels");
     auto* timeline = main.window().findChild<TimelineItem*>();
     timeline->zoomBy(4);
     photographer.take(QStringLiteral("editor-timeline-zoomed"));
@@ -297,6 +350,8 @@ int main(int argc, char** argv)
         << R"({"screens": [{"name": "shots", "x": 0, "y": 0, "width": 2560, "height": 1440, "dpr": 1}]})";
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + QByteArray::fromStdString((home / "screen.json").string()));
+    qputenv("HOME", QByteArray::fromStdString(home.path().string()));
+    qputenv("XDG_DATA_HOME", QByteArray::fromStdString((home / "data").string()));
     qputenv("XDG_CACHE_HOME", QByteArray::fromStdString((home / "cache").string()));
     qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((home / "config").string()));
     QApplication application(argc, argv);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_HelpPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)

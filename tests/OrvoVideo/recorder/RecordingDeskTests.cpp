@@ -1,13 +1,20 @@
 #include "../ModelFixture.h"
 #include "OrvoVideo/recorder/RecordingDesk.h"
+#include "OrvoVideo/recorder/RecordingNotice.h"
 #include "OrvoVideo/shell/MainWindow.h"
 #include "TestDesktop.h"
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/Media.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
 #include <QPixmap>
+#include <QQuickItem>
+#include <QQuickView>
 #include <QScreen>
 #include <QTest>
+#include <algorithm>
 
 namespace orvo::test {
 
@@ -40,6 +47,29 @@ protected:
         model.reset();
     }
 
+    /// Starts a recording and waits until its bar can be used.
+    void record()
+    {
+        model->startRecording();
+        ASSERT_TRUE(comesToHold([&] {
+            return model->isRecording() && !model->busy() && model->recorder()->time() > 0.5
+                && windowCalled("Grabando") != nullptr;
+        }));
+    }
+
+    /// Presses a button of the bar once it can be.
+    static void press(const char* name)
+    {
+        QQuickItem* button = nullptr;
+        ASSERT_TRUE(comesToHold([&] {
+            auto* bar = qobject_cast<QQuickView*>(windowCalled("Grabando"));
+            button = bar ? bar->rootObject()->findChild<QQuickItem*>(name) : nullptr;
+            return button && button->isVisible() && button->isEnabled() && button->width() > 0;
+        })) << name;
+        QTest::mouseClick(
+            button->window(), Qt::LeftButton, {}, button->mapToScene({button->width() / 2, button->height() / 2}).toPoint());
+    }
+
     static QWindow* windowCalled(const QString& title)
     {
         for (auto* candidate : QGuiApplication::topLevelWindows()) {
@@ -66,9 +96,10 @@ TEST_F(RecordingDeskTests, OurWindowsAreAwayWhileADisplayIsRecordedAndComeBack)
 
     ASSERT_TRUE(comesToHold([&] { return model->isRecording() && model->recorder()->time() > 1; }));
     EXPECT_FALSE(windowCalled("Cuenta atrás"));
-    auto* mark = windowCalled("Grabando");
-    ASSERT_TRUE(mark) << "on the other monitor";
-    EXPECT_EQ(mark->screen(), screenOf({640, 0, 1280, 800}));
+    ASSERT_TRUE(comesToHold([] { return windowCalled("Grabando") != nullptr; }));
+    auto* bar = windowCalled("Grabando");
+    EXPECT_EQ(bar->screen(), screenOf({640, 0, 1280, 800})) << "on the other monitor";
+    EXPECT_EQ(bar->size(), RecordingDesk::barSize);
     EXPECT_FALSE(window->window().isVisible());
 
     model->stopRecording();
@@ -79,6 +110,161 @@ TEST_F(RecordingDeskTests, OurWindowsAreAwayWhileADisplayIsRecordedAndComeBack)
     // The display is black: whatever of ours had been on it would be seen.
     for (const auto& frame : decodeFrames(store.mediaURL(project(), "media/screen.mov")))
         ASSERT_LT(frame.mean(0, 0, 1, 1).brightness(), 3);
+}
+
+TEST_F(RecordingDeskTests, TheBarPausesMarksAndStopsAndGoesWhenTheWindowComes)
+{
+    begin();
+    ASSERT_NO_FATAL_FAILURE(record());
+    press("barPause");
+    EXPECT_TRUE(comesToHold([&] { return model->isPaused(); }));
+    press("barPause");
+    EXPECT_TRUE(comesToHold([&] { return model->isRecording() && !model->isPaused(); }));
+    press("barZoom");
+
+    window->bringToFront();
+    window->window().requestActivate();
+    EXPECT_TRUE(comesToHold([&] { return windowCalled("Grabando") == nullptr; }));
+    window->window().hide();
+    EXPECT_TRUE(comesToHold([&] { return windowCalled("Grabando") != nullptr; }));
+
+    press("barStop");
+    ASSERT_TRUE(comesToHold([&] { return !model->capturing() && !model->busy(); }));
+    EXPECT_EQ(project().edit.cuts.size(), 1U) << "the pause";
+    EXPECT_TRUE(std::ranges::contains(project().edit.events, PointerKind::zoom, &PointerEvent::kind));
+}
+
+TEST_F(RecordingDeskTests, DiscardingAsksAndMovesTheRecordingToTheTrash)
+{
+    const auto before = openNew(5, "Antes");
+    begin();
+    select(before);
+    ASSERT_NO_FATAL_FAILURE(record());
+    const auto recorded = store.directory(project().id);
+    press("barMore");
+    press("barDiscard");
+    press("barKeep");
+    EXPECT_TRUE(model->isRecording()) << "nothing is lost by accident";
+    press("barMore");
+    press("barDiscard");
+    press("barConfirm");
+    ASSERT_TRUE(comesToHold([&] { return !model->capturing() && !model->busy(); }));
+    EXPECT_EQ(model->errorMessage(), "");
+    EXPECT_FALSE(std::filesystem::exists(recorded));
+    const auto inTrash = testData() / "Trash/files" / recorded.filename();
+    EXPECT_TRUE(std::filesystem::exists(inTrash / "media/screen.mov"));
+    EXPECT_TRUE(comesToHold([&] { return model->hasProject() && project().id == before.id; })) << "what was open is again";
+    EXPECT_TRUE(comesToHold([&] { return model->projects().size() == 1; }));
+    EXPECT_TRUE(window->window().isVisible());
+}
+
+TEST_F(RecordingDeskTests, RetakingRecordsTheSameRegionAgain)
+{
+    begin();
+    model->capture()->setMode("region");
+    picker->region = Rect{100, 100, 200, 160};
+    ASSERT_NO_FATAL_FAILURE(record());
+    const auto first = project().id;
+    press("barMore");
+    press("barRetake");
+    press("barConfirm");
+    ASSERT_TRUE(comesToHold([&] { return model->isRecording() && model->hasProject() && project().id != first; }));
+    EXPECT_EQ(picker->asked.size(), 1U) << "nobody is asked for the region again";
+    EXPECT_EQ(model->recorder()->captured()->area, *picker->region);
+    ASSERT_TRUE(comesToHold([&] { return model->recorder()->time() > 0.5; }));
+    press("barStop");
+    ASSERT_TRUE(comesToHold([&] { return !model->capturing() && !model->busy(); }));
+    EXPECT_EQ(project().width, 200);
+    EXPECT_FALSE(std::filesystem::exists(store.directory(first)));
+}
+
+TEST_F(RecordingDeskTests, NotesForTheSpeakerStayWhereTheyAreNotRecorded)
+{
+    begin();
+    QMetaObject::invokeMethod(&window->window(), "openNotes");
+    ASSERT_TRUE(comesToHold([] { return windowCalled("Notas") != nullptr; }));
+    auto* notes = windowCalled("Notas");
+    notes->setFramePosition({20, 20});
+    ASSERT_TRUE(comesToHold([&] { return notes->framePosition() == QPoint(20, 20); }));
+    ASSERT_NO_FATAL_FAILURE(record());
+    EXPECT_TRUE(notes->isVisible());
+    const auto* bar = windowCalled("Grabando");
+    ASSERT_TRUE(bar);
+    EXPECT_TRUE(comesToHold([&] {
+        return notes->screen() == screenOf({640, 0, 1280, 800}) && !notes->frameGeometry().intersects(bar->geometry());
+    })) << "beside the bar, on the other monitor";
+    model->stopRecording();
+    ASSERT_TRUE(comesToHold([&] { return !model->capturing() && !model->busy(); }));
+    EXPECT_TRUE(comesToHold([&] { return notes->framePosition() == QPoint(20, 20); })) << "back where they were";
+    for (const auto& frame : decodeFrames(store.mediaURL(project(), "media/screen.mov")))
+        ASSERT_LT(frame.mean(0, 0, 1, 1).brightness(), 3);
+}
+
+/// The desktop's notifications, as the recording uses them.
+class FakeNotifications final : public QDBusVirtualObject {
+    Q_OBJECT
+public:
+    explicit FakeNotifications(const QString& bus)
+        : m_bus(QDBusConnection::connectToBus(bus, "notifications " + bus))
+    {
+        m_bus.registerVirtualObject("/org/freedesktop/Notifications", this);
+        m_bus.registerService("org.freedesktop.Notifications");
+    }
+    ~FakeNotifications() override { m_bus.unregisterObject("/org/freedesktop/Notifications"); }
+
+    QString summary; ///< Empty when nothing is shown.
+    QString body;
+    QStringList actions;
+
+    void pressButton()
+    {
+        auto signal =
+            QDBusMessage::createSignal("/org/freedesktop/Notifications", "org.freedesktop.Notifications", "ActionInvoked");
+        signal << 7U << actions.value(0);
+        m_bus.send(signal);
+    }
+
+    QString introspect(const QString&) const override { return {}; }
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
+    {
+        if (message.member() == "Notify") {
+            summary = message.arguments().at(3).toString();
+            body = message.arguments().at(4).toString();
+            actions = message.arguments().at(5).toStringList();
+            return connection.send(message.createReply(7U));
+        }
+        if (message.member() == "CloseNotification")
+            summary.clear();
+        return connection.send(message.createReply());
+    }
+
+private:
+    QDBusConnection m_bus;
+};
+
+TEST_F(RecordingDeskTests, WithoutRoomForTheBarANotificationTellsTheKeysBeforeTheRecording)
+{
+    FakeNotifications notifications(testBus());
+    begin();
+    const RecordingNotice notice(*model->recorder(), *model->shortcuts(), *desk);
+    model->startRecording();
+    ASSERT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 3; }));
+    EXPECT_EQ(notifications.summary, "") << "there is a bar on the other monitor";
+    model->cancel();
+    ASSERT_TRUE(comesToHold([&] { return !model->busy(); }));
+
+    // Both monitors are one display for this.
+    model->capture()->setMode("region");
+    picker->region = Rect{0, 0, 1920, 800};
+    model->startRecording();
+    ASSERT_TRUE(comesToHold([&] { return notifications.summary == "Se graba todo lo que se ve"; }));
+    EXPECT_TRUE(notifications.body.startsWith("Ctrl+Alt+Super+R: terminar y guardar")) << notifications.body.toStdString();
+    EXPECT_TRUE(notifications.actions.isEmpty());
+    ASSERT_TRUE(comesToHold([&] { return model->isRecording(); }));
+    EXPECT_TRUE(comesToHold([&] { return notifications.summary.isEmpty(); })) << "it would be in the recording";
+    EXPECT_FALSE(windowCalled("Grabando"));
+    model->stopRecording();
+    ASSERT_TRUE(comesToHold([&] { return !model->capturing() && !model->busy(); }));
 }
 
 TEST_F(RecordingDeskTests, AFailedStartBringsTheWindowsBack)
@@ -130,7 +316,7 @@ TEST_F(RecordingDeskTests, HidesEveryWindowAndRestoresItAsItWas)
     }
 }
 
-TEST(RecordingMarkTests, StandsWhereNothingIsRecorded)
+TEST(RecordingBarPlaceTests, StandsWhereNothingIsRecorded)
 {
     const QRect screen(0, 0, 1920, 1080);
     const QSize mark(100, 40);
@@ -155,7 +341,7 @@ TEST(RecordingMarkTests, StandsWhereNothingIsRecorded)
     }
 }
 
-TEST(RecordingMarkTests, ComparesPixelsOnScaledScreens)
+TEST(RecordingBarPlaceTests, ComparesPixelsOnScaledScreens)
 {
     const QSize mark(100, 40);
     // The monitor on the right has 1280×800 pixels from 640 on, which its windows see as 853×533.
@@ -172,7 +358,7 @@ TEST(RecordingMarkTests, ComparesPixelsOnScaledScreens)
              Case{"all of the right", {640, 0, 1280, 800}, QRect({528, 748}, mark)},
              Case{"most on the left", {100, 0, 900, 700}, QRect({528, 748}, mark)},
          }) {
-        const auto place = RecordingDesk::markPlace(recorded, mark);
+        const auto place = RecordingDesk::freePlace(recorded, mark);
         ASSERT_TRUE(place) << what;
         EXPECT_LE((place->topLeft() - expected.topLeft()).manhattanLength(), 2) << what;
     }
@@ -181,3 +367,5 @@ TEST(RecordingMarkTests, ComparesPixelsOnScaledScreens)
 } // namespace
 
 } // namespace orvo::test
+
+#include "RecordingDeskTests.moc"

@@ -1,7 +1,9 @@
 #include "OrvoVideo/model/RegionPicker.h"
 #include "OrvoVideo/model/RegionView.h"
+#include "Platform/settings/StoredSettings.h"
 #include "TestDesktop.h"
 #include "TestSupport/EventLoop.h"
+#include "TestSupport/TemporaryFolder.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -18,6 +20,22 @@ const CaptureSource right{.id = "d2", .displayID = 2, .rect = {640, 0, 1280, 800
 /// The picker over a monitor of a real display, worked with its pointer and its keyboard.
 class RegionSelectorTests : public testing::Test {
 protected:
+    RegionSelectorTests() { ::setenv("XDG_CONFIG_HOME", settings.path().c_str(), 1); }
+    ~RegionSelectorTests() override
+    {
+        StoredSettings::finish();
+        ::unsetenv("XDG_CONFIG_HOME");
+    }
+
+    /// Forgets the last region.
+    void forget()
+    {
+        StoredSettings::finish();
+        std::filesystem::remove(StoredSettings::file());
+    }
+
+    const TemporaryFolder settings;
+
     /// Opens the picker over a source, does what xdotool is told, `before` and `words`, and gives the answer.
     std::optional<Rect> pick(
         const CaptureSource& source, const QStringList& words, const QStringList& before = {"sleep", "0"})
@@ -66,6 +84,7 @@ TEST_F(RegionSelectorTests, GivesWhatWasDraggedInPixelsOfTheDisplay)
              Case{left, drag(300, 200, 900, 500), {300, 200, 340, 300}}, // Over the edge to the other monitor.
              Case{right, drag(1000, 300, 200, 100), {640, 100, 360, 200}},
          }) {
+        forget(); // Without a last region: a drag in it moves it.
         const auto region = pick(source, words);
         ASSERT_TRUE(region);
         // The pointer's place is a whole pixel, the window's a whole unit.
@@ -82,6 +101,33 @@ TEST_F(RegionSelectorTests, EscapeAClickAndASmallDragCancel)
     EXPECT_EQ(pick(left, {"mousemove", "200", "200", "click", "1"}), std::nullopt);
     EXPECT_EQ(pick(left, drag(100, 100, 120, 300)), std::nullopt);
     EXPECT_TRUE(pick(left, drag(100, 100, 121, 121), {"key", "x"})) << "other keys do nothing";
+}
+
+TEST_F(RegionSelectorTests, TheLastRegionIsAcceptedWithReturnAndChangedByItsHandles)
+{
+    forget();
+    EXPECT_EQ(pick(left, {"key", "Escape"}), std::nullopt);
+    ASSERT_TRUE(pick(left, drag(100, 200, 400, 500)));
+    struct Case {
+        const char* what;
+        QStringList before;
+        Rect expected;
+    };
+    const auto same = [](const std::optional<Rect>& region, const Rect& expected) {
+        return region && std::abs(region->x - expected.x) < 2 && std::abs(region->y - expected.y) < 2
+            && std::abs(region->width - expected.width) < 2 && std::abs(region->height - expected.height) < 2;
+    };
+    for (const auto& [what, before, expected] : {
+             Case{"as it was", {"sleep", "0"}, {100, 200, 300, 300}},
+             Case{"its lower right handle", drag(400, 500, 450, 520), {100, 200, 350, 320}},
+             Case{"its left edge", drag(100, 300, 60, 300), {60, 200, 390, 320}},
+             Case{"moved, not over the edge", drag(200, 300, 200, 100), {60, 0, 390, 320}},
+             Case{"never smaller than can be recorded", drag(450, 320, 10, 2), {60, 0, 21, 21}},
+         })
+        EXPECT_TRUE(same(pick(left, {"key", "Return"}, before), expected)) << what;
+    EXPECT_TRUE(same(pick(left, drag(200, 200, 300, 300)), {200, 200, 100, 100})) << "another one, drawn";
+    EXPECT_EQ(pick(right, {"mousemove", "1000", "300", "click", "1"}, {"key", "Return"}), std::nullopt)
+        << "it lies on the other monitor";
 }
 
 TEST_F(RegionSelectorTests, WhereNoScreenShowsTheSourceThereIsNoPicker)

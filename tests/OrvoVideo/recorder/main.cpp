@@ -1,12 +1,15 @@
 #include "TestDesktop.h"
+#include "TestSupport/PrivateBus.h"
 #include "TestSupport/TemporaryFolder.h"
 
 #include <QApplication>
 #include <QProcess>
 #include <QtQml/QQmlExtensionPlugin>
+#include <glib.h>
 #include <gtest/gtest.h>
 
 Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_HelpPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)
@@ -22,6 +25,17 @@ VirtualDisplay& testDesktop()
     return desktop;
 }
 
+const QString& testBus()
+{
+    static const PrivateBus bus;
+    return bus.address();
+}
+
+std::filesystem::path testData()
+{
+    return g_get_user_data_dir(); // Read from the environment once.
+}
+
 } // namespace orvo::test
 
 int main(int argc, char** argv)
@@ -32,8 +46,11 @@ int main(int argc, char** argv)
     const orvo::test::TemporaryFolder home;
     qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((home / "config").string()));
     qputenv("XDG_CACHE_HOME", QByteArray::fromStdString((home / "cache").string()));
+    qputenv("XDG_DATA_HOME", QByteArray::fromStdString((home / "data").string()));
+    orvo::test::testData();
     qunsetenv("WAYLAND_DISPLAY");
     orvo::test::testDesktop().enter();
+    orvo::test::testBus();
     // The display's one output belongs to one of them, or would be a third.
     for (const auto* monitor : {"*right 1280/320x800/200+640+0 screen", "left 640/160x800/200+0+0 none"}) {
         if (QProcess::execute("xrandr", QStringList{"--setmonitor"} + QString(monitor).split(' ')) != 0)

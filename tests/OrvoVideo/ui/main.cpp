@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_HelpPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)
@@ -30,6 +31,7 @@ int main(int argc, char** argv)
     // What is kept between runs of the application is not kept here.
     qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toUtf8());
     qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
+    qputenv("XDG_STATE_HOME", home.filePath(QStringLiteral("state")).toUtf8());
     QCoreApplication::setOrganizationName(QStringLiteral("OrvoVideoTests"));
     QCoreApplication::setApplicationName(QStringLiteral("OrvoVideoTests"));
     QApplication application(argc, argv);

@@ -1,0 +1,63 @@
+#include "OrvoVideo/recorder/RecordingNotice.h"
+
+namespace orvo {
+
+namespace {
+
+/// A combination in the names that this system's keyboards show.
+QString keysHere(QString combination)
+{
+    return combination.replace(QChar(0x2303), QStringLiteral("Ctrl+"))
+        .replace(QChar(0x2325), QStringLiteral("Alt+"))
+        .replace(QChar(0x21E7), QStringLiteral("Mayús+"))
+        .replace(QChar(0x2318), QStringLiteral("Super+"));
+}
+
+} // namespace
+
+RecordingNotice::RecordingNotice(Recorder& recorder, const ShortcutManager& shortcuts, const RecordingDesk& desk)
+    : m_recorder(recorder)
+    , m_shortcuts(shortcuts)
+    , m_desk(desk)
+{
+    connect(&m_desk, &RecordingDesk::cleared, this, &RecordingNotice::tellKeys);
+    connect(&m_recorder, &Recorder::phaseChanged, this, &RecordingNotice::followPhase);
+    connect(&m_recorder, &Recorder::microphoneUnheardChanged, this, &RecordingNotice::followMicrophone);
+    connect(&m_notice, &DesktopNotice::activated, &m_recorder, &Recorder::stop);
+}
+
+void RecordingNotice::tellKeys()
+{
+    if (m_desk.hasBar())
+        return;
+    const bool isOnlyWay = m_desk.hidesTheOnlyWay();
+    QStringList lines;
+    if (m_shortcuts.hears(ShortcutManager::Action::Record)) {
+        using enum ShortcutManager::Action;
+        lines << keysHere(m_shortcuts.text(Record)) + QStringLiteral(": terminar y guardar")
+              << keysHere(m_shortcuts.text(Pause)) + QStringLiteral(": pausar y continuar")
+              << keysHere(m_shortcuts.text(Zoom)) + QStringLiteral(": añadir zoom");
+    } else if (isOnlyWay) {
+        lines << QStringLiteral("Para terminar, pulsa este aviso o abre Orvo Video otra vez.");
+    } else {
+        lines << QStringLiteral("Para terminar, usa el icono de Orvo Video en la bandeja.");
+    }
+    m_notice.show(QStringLiteral("Se graba todo lo que se ve"), lines.join(QLatin1Char('\n')),
+        isOnlyWay ? QStringLiteral("Terminar y guardar") : QString());
+}
+
+void RecordingNotice::followPhase()
+{
+    const auto phase = m_recorder.phase();
+    // It would be in the recording.
+    if (phase == Recorder::Phase::Idle || (phase == Recorder::Phase::Recording && !m_desk.hidesTheOnlyWay()))
+        m_notice.close();
+}
+
+void RecordingNotice::followMicrophone()
+{
+    if (m_recorder.microphoneUnheard() && !m_desk.hasBar() && !m_desk.hidesTheOnlyWay())
+        m_notice.show(QStringLiteral("No se oye el micrófono"), QStringLiteral("Comprueba que no está silenciado."));
+}
+
+} // namespace orvo

@@ -1,0 +1,61 @@
+#include "OrvoVideo/recorder/RecordingDesk.h"
+#include "OrvoVideo/shell/MainWindow.h"
+#include "WaylandFixture.h"
+
+#include <QApplication>
+#include <QTest>
+#include <QtQml/QQmlExtensionPlugin>
+
+Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_HelpPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_SettingsPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_ShellPlugin)
+Q_IMPORT_QML_PLUGIN(Orvo_UiPlugin)
+
+namespace orvo::test {
+
+namespace {
+
+/// The application's windows on a compositor that arranges windows in tiles and minimises none.
+class WaylandDeskTests : public WaylandFixture {
+protected:
+    void TearDown() override { model.reset(); }
+};
+
+TEST_F(WaylandDeskTests, TheWindowIsNotRecordedWhereNothingIsMinimised)
+{
+    const Film film;
+    begin();
+    MainWindow window(*model);
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window.window()));
+    RecordingDesk desk(*model->recorder(), [] { return RecordingDesk::WayBack::windowOnly; });
+    record();
+    EXPECT_TRUE(desk.hidesTheOnlyWay());
+    EXPECT_FALSE(desk.hasBar()) << "its place would not be known";
+    ASSERT_TRUE(lasts(3));
+    model->stopRecording();
+    ASSERT_TRUE(endsSoon());
+    EXPECT_TRUE(window.window().isVisible());
+    const auto shown = frames();
+    ASSERT_FALSE(shown.empty());
+    Film::expectShown(shown.back()); // It has the whole screen.
+}
+
+} // namespace
+
+} // namespace orvo::test
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    qputenv("QT_QPA_PLATFORM", "wayland");
+    qputenv("QT_QUICK_BACKEND", "software");
+    qputenv("QT_QUICK_CONTROLS_STYLE", "Basic");
+    QCoreApplication::setOrganizationName(QStringLiteral("OrvoVideoTests"));
+    QCoreApplication::setApplicationName(QStringLiteral("OrvoVideoTests"));
+    const QApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
