@@ -1,5 +1,7 @@
 #include "OrvoVideo/editor/PreviewScene.h"
 
+#include "VideoMedia/RenderGraph.h"
+
 #include <QVariantMap>
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "OrvoVideo/model/Playback.h"
 
-#include "VideoMedia/RenderGraph.h"
+#include "VideoMedia/KeptSpans.h"
 
 #include <algorithm>
 #include <cmath>
