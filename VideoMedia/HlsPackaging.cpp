@@ -7,6 +7,7 @@
 #include "VideoMedia/Arguments.h"
 #include "VideoMedia/Cores.h"
 #include "VideoMedia/HlsLadder.h"
+#include "VideoMedia/KeptSpans.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/RenderGraph.h"
 #include "VideoMedia/StreamedFilm.h"

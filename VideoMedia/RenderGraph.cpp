@@ -1,6 +1,6 @@
 #include "VideoMedia/RenderGraph.h"
 
-#include "VideoCore/Timeline.h"
+#include "VideoMedia/KeptSpans.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/ZoomExpression.h"
 
@@ -16,8 +16,7 @@ namespace orvo::RenderGraph {
 namespace {
 
 constexpr std::size_t mostBranches = 8; ///< Outputs of one split.
-constexpr double largestFadeShare = 3; ///< A fade takes at most one in so many parts of its span.
-constexpr double shortestTime = 1e-4; ///< Seconds; a shorter time would be written with an exponent, which filters refuse.
+constexpr double shortestTime = 1e-4; ///< Seconds: a shorter fade is left out.
 
 /// The chains of a graph file.
 class Chains {
@@ -61,68 +60,14 @@ std::string fades(std::string_view filter, double fade, double length)
     return std::format(",{0}=t=in:d={1},{0}=t=out:st={2}:d={1}", filter, amount, durationText(length - fade));
 }
 
-/// The fades of a kept span, in seconds.
-struct Fades {
-    double picture = 0; ///< At both ends.
-    double soundIn = 0;
-    double soundOut = 0;
-};
-
-/// Audio that is cut without a fade gets a short ramp, so that no cut clicks.
-Fades fadesOf(const VideoProject& project, const TimeSpan& span)
-{
-    constexpr double shortestRamp = 0.01;
-    const double longest = std::max(project.edit.fade, 0.0);
-    const double length = span.end - span.start;
-    const auto within = [&](double fade) { return length < 0 ? fade : std::min(length / largestFadeShare, fade); };
-    const double ramp = within(std::max(longest, shortestRamp));
-    const double frame = project.fps > 0 ? 1 / static_cast<double>(project.fps) : 0.1;
-    return {.picture = within(longest),
-        .soundIn = span.start > 0 ? ramp : within(longest),
-        .soundOut = span.end < project.duration - frame ? ramp : within(longest)};
-}
-
 /// ",afade=…" in and out at the ends of a span of `length` seconds.
-std::string soundFades(const Fades& fades, double length)
+std::string soundFades(const KeptSpan& kept, double length)
 {
     std::string result;
-    if (fades.soundIn >= shortestTime)
-        result += std::format(",afade=t=in:d={}", durationText(fades.soundIn));
-    if (fades.soundOut >= shortestTime)
-        result +=
-            std::format(",afade=t=out:st={}:d={}", durationText(length - fades.soundOut), durationText(fades.soundOut));
-    return result;
-}
-
-/// The kept spans on the frame grid of the output.
-///
-/// Video can only be cut between frames. Cutting the audio at the same places keeps them in sync. Each joint falls on
-/// the output frame nearest to its exact time, so the total length is right however many cuts there are. A span that is
-/// already on the grid stays as it is.
-std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t fps)
-{
-    const auto rate = static_cast<double>(fps);
-    const auto frameAt = [&](double time) { return truncated(std::round(time * rate)); };
-    const auto timeOf = [&](std::int64_t frame, double exact) {
-        const double time = static_cast<double>(frame) / rate;
-        return std::abs(time - exact) < 1e-6 && exact >= shortestTime ? exact : time;
-    };
-    std::vector<TimeSpan> result;
-    double exactLength = 0;
-    std::int64_t length = 0; // Output frames so far.
-    std::int64_t last = 0; // The source frame at which the previous span ends.
-    for (const auto& span : kept) {
-        exactLength += span.duration();
-        const std::int64_t count = frameAt(exactLength) - length;
-        if (count <= 0)
-            continue;
-        const std::int64_t first = std::max(frameAt(span.start), last);
-        last = first + count;
-        length += count;
-        result.push_back({timeOf(first, span.start), timeOf(last, span.end)});
-    }
-    if (result.empty() && !kept.empty())
-        result.push_back({kept.front().start, kept.front().start + 1 / rate});
+    if (kept.soundIn >= shortestTime)
+        result += std::format(",afade=t=in:d={}", durationText(kept.soundIn));
+    if (kept.soundOut >= shortestTime)
+        result += std::format(",afade=t=out:st={}:d={}", durationText(length - kept.soundOut), durationText(kept.soundOut));
     return result;
 }
 
@@ -165,8 +110,10 @@ public:
         , m_settings(settings)
         , m_width(static_cast<double>(settings.size.width))
         , m_height(static_cast<double>(settings.size.height))
-        , m_spans(frameAligned(Timeline::kept(project.duration, project.edit.cuts), settings.fps))
+        , m_kept(keptSpans(project, settings.fps))
     {
+        for (const auto& kept : m_kept)
+            m_spans.push_back(kept.span);
     }
 
     std::string text()
@@ -234,7 +181,7 @@ private:
             // A length between two frames would be rounded again.
             if (std::abs(length * rate - static_cast<double>(shown)) > 1e-3)
                 length = static_cast<double>(shown) / rate;
-            const double fade = count > 1 ? std::min(std::max(m_project.edit.fade, 0.0), length / largestFadeShare) : 0;
+            const double fade = count > 1 ? clipFade(m_project, length) : 0;
             if (!m_inputs[i].hasVideo) {
                 m_chains.add(std::format("color=color=black:size={}x{}:rate={}:duration={},setsar=1{}{}", width, height,
                     m_settings.fps, durationText(length), fades("fade", fade, length), label("source", n)));
@@ -363,15 +310,14 @@ private:
         // have released it when the one that does comes to fade it. No branch needs copies or a frame pool of its own.
         for (std::size_t n = count; n-- > 0;) {
             const double length = spans[n].end - spans[n].start;
-            const Fades faded = fadesOf(m_project, spans[n]);
             const double shown = std::max(length, 0.0);
             const std::string start = durationText(spans[n].start);
             const std::string end = durationText(spans[n].end);
             m_chains.add(
                 std::format("{}trim=start={}:end={},setpts=PTS-STARTPTS{}{}", count > 1 ? label("vbranch", n) : current(),
-                    start, end, fades("fade", faded.picture, shown), label("v", n)));
+                    start, end, fades("fade", m_kept[n].pictureFade, shown), label("v", n)));
             m_chains.add(std::format("{}atrim=start={}:end={},asetpts=PTS-STARTPTS{}{}",
-                count > 1 ? label("abranch", n) : "[mix]", start, end, soundFades(faded, shown), label("a", n)));
+                count > 1 ? label("abranch", n) : "[mix]", start, end, soundFades(m_kept[n], shown), label("a", n)));
         }
         std::string joined;
         for (std::size_t n = 0; n < count; ++n)
@@ -396,7 +342,8 @@ private:
     const PictureSettings& m_settings;
     double m_width;
     double m_height;
-    std::vector<TimeSpan> m_spans; ///< The kept spans on the frame grid of the output.
+    std::vector<KeptSpan> m_kept;
+    std::vector<TimeSpan> m_spans; ///< Those of `m_kept`.
     Chains m_chains;
     std::string m_current;
 };
@@ -468,30 +415,6 @@ std::string audioMix(const VideoProject& project, std::span<const Input> inputs,
 std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings)
 {
     return PictureGraph(project, inputs, settings).text();
-}
-
-std::vector<KeptSpan> keptSpans(const VideoProject& project, std::int64_t fps)
-{
-    std::vector<KeptSpan> result;
-    for (const auto& span :
-        frameAligned(Timeline::kept(project.duration, project.edit.cuts), std::max<std::int64_t>(fps, 1))) {
-        const Fades fades = fadesOf(project, span);
-        result.push_back({.span = span, .pictureFade = fades.picture, .soundIn = fades.soundIn, .soundOut = fades.soundOut});
-    }
-    return result;
-}
-
-double clipFade(const VideoProject& project, double length)
-{
-    if (std::ranges::count_if(project.tracks, isVisibleVideo) < 2)
-        return 0;
-    return std::min(std::max(project.edit.fade, 0.0), length / largestFadeShare);
-}
-
-double openingFade(const VideoProject& project)
-{
-    const auto spans = Timeline::kept(project.duration, project.edit.cuts);
-    return spans.empty() ? 0 : std::clamp(project.edit.fade, 0.0, spans.front().duration() / largestFadeShare);
 }
 
 std::string escapedPath(std::string_view path)

@@ -61,25 +61,6 @@ struct PictureSettings {
 /// each image overlay in document order. Drops frames inside cuts as early as possible.
 std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings);
 
-/// A span of the recording that the render keeps, and the fades at its ends. Seconds.
-struct KeptSpan {
-    TimeSpan span; ///< On the frames of the output.
-    double pictureFade = 0; ///< From and to black, at both ends.
-    double soundIn = 0; ///< From silence; short where there is a cut without a fade, so that it does not click.
-    double soundOut = 0;
-
-    friend bool operator==(const KeptSpan&, const KeptSpan&) = default;
-};
-
-/// The spans that "[vout]" and "[aout]" show at a frame rate, in order.
-std::vector<KeptSpan> keptSpans(const VideoProject& project, std::int64_t fps);
-
-/// Length of the fade from and to black of a clip of `length` seconds; 0 if it is the only one. Seconds.
-double clipFade(const VideoProject& project, double length);
-
-/// Length of the fade-in at the beginning of the render, in seconds.
-double openingFade(const VideoProject& project);
-
 /// Escapes a path for a single-quoted filter option.
 std::string escapedPath(std::string_view path);
 

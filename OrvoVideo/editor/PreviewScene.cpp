@@ -1,6 +1,7 @@
 #include "OrvoVideo/editor/PreviewScene.h"
 
 #include "OrvoVideo/model/ModelText.h"
+#include "VideoMedia/RenderGraph.h"
 
 #include <QVariantMap>
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include "EditorGeometry/PreviewGeometry.h"
 #include "OrvoVideo/model/AppModel.h"
-#include "VideoMedia/RenderGraph.h"
+#include "VideoMedia/KeptSpans.h"
 
 #include <QPointer>
 #include <QRectF>

@@ -2,7 +2,7 @@
 
 #include "VideoCore/Suggestions.h"
 #include "VideoCore/Timeline.h"
-#include "VideoMedia/RenderGraph.h"
+#include "VideoMedia/KeptSpans.h"
 
 #include <algorithm>
 #include <cmath>

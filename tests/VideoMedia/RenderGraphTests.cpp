@@ -3,6 +3,7 @@
 #include "TestSupport/Projects.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/FileIO.h"
+#include "VideoMedia/KeptSpans.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/RenderGraph.h"
 #include "VideoMedia/ZoomExpression.h"

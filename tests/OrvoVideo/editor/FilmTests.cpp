@@ -6,6 +6,7 @@
 #include "TestSupport/Media.h"
 #include "VideoMedia/ExportService.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
+#include "VideoMedia/KeptSpans.h"
 #include "VideoMedia/RenderGraph.h"
 
 #include <QQuickItem>

@@ -1,0 +1,97 @@
+#include "VideoMedia/KeptSpans.h"
+
+#include "VideoCore/Timeline.h"
+#include "VideoMedia/NumberText.h"
+#include "VideoMedia/RenderGraph.h"
+
+#include <algorithm>
+#include <cmath>
+#include <span>
+
+namespace orvo::RenderGraph {
+
+namespace {
+
+constexpr double largestFadeShare = 3; ///< A fade takes at most one in so many parts of its span.
+constexpr double shortestStart = 1e-4; ///< Seconds; an earlier span begins with the recording.
+
+/// The fades of a kept span, in seconds.
+struct Fades {
+    double picture = 0; ///< At both ends.
+    double soundIn = 0;
+    double soundOut = 0;
+};
+
+/// Audio that is cut without a fade gets a short ramp, so that no cut clicks.
+Fades fadesOf(const VideoProject& project, const TimeSpan& span)
+{
+    constexpr double shortestRamp = 0.01;
+    const double longest = std::max(project.edit.fade, 0.0);
+    const double length = span.end - span.start;
+    const auto within = [&](double fade) { return length < 0 ? fade : std::min(length / largestFadeShare, fade); };
+    const double ramp = within(std::max(longest, shortestRamp));
+    const double frame = project.fps > 0 ? 1 / static_cast<double>(project.fps) : 0.1;
+    return {.picture = within(longest),
+        .soundIn = span.start > 0 ? ramp : within(longest),
+        .soundOut = span.end < project.duration - frame ? ramp : within(longest)};
+}
+
+/// The kept spans on the frame grid of the output.
+///
+/// Video can only be cut between frames. Cutting the audio at the same places keeps them in sync. Each joint falls on
+/// the output frame nearest to its exact time, so the total length is right however many cuts there are. A span that is
+/// already on the grid stays as it is.
+std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t fps)
+{
+    const auto rate = static_cast<double>(fps);
+    const auto frameAt = [&](double time) { return truncated(std::round(time * rate)); };
+    const auto timeOf = [&](std::int64_t frame, double exact) {
+        const double time = static_cast<double>(frame) / rate;
+        return std::abs(time - exact) < 1e-6 && exact >= shortestStart ? exact : time;
+    };
+    std::vector<TimeSpan> result;
+    double exactLength = 0;
+    std::int64_t length = 0; // Output frames so far.
+    std::int64_t last = 0; // The source frame at which the previous span ends.
+    for (const auto& span : kept) {
+        exactLength += span.duration();
+        const std::int64_t count = frameAt(exactLength) - length;
+        if (count <= 0)
+            continue;
+        const std::int64_t first = std::max(frameAt(span.start), last);
+        last = first + count;
+        length += count;
+        result.push_back({timeOf(first, span.start), timeOf(last, span.end)});
+    }
+    if (result.empty() && !kept.empty())
+        result.push_back({kept.front().start, kept.front().start + 1 / rate});
+    return result;
+}
+
+} // namespace
+
+std::vector<KeptSpan> keptSpans(const VideoProject& project, std::int64_t fps)
+{
+    std::vector<KeptSpan> result;
+    for (const auto& span :
+        frameAligned(Timeline::kept(project.duration, project.edit.cuts), std::max<std::int64_t>(fps, 1))) {
+        const Fades fades = fadesOf(project, span);
+        result.push_back({.span = span, .pictureFade = fades.picture, .soundIn = fades.soundIn, .soundOut = fades.soundOut});
+    }
+    return result;
+}
+
+double clipFade(const VideoProject& project, double length)
+{
+    if (std::ranges::count_if(project.tracks, isVisibleVideo) < 2)
+        return 0;
+    return std::min(std::max(project.edit.fade, 0.0), length / largestFadeShare);
+}
+
+double openingFade(const VideoProject& project)
+{
+    const auto spans = Timeline::kept(project.duration, project.edit.cuts);
+    return spans.empty() ? 0 : std::clamp(project.edit.fade, 0.0, spans.front().duration() / largestFadeShare);
+}
+
+} // namespace orvo::RenderGraph

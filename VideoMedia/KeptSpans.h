@@ -1,0 +1,30 @@
+#pragma once
+
+#include "VideoCore/VideoProject.h"
+
+#include <cstdint>
+#include <vector>
+
+/// The spans of a recording that a render keeps, and their fades. Pure functions.
+namespace orvo::RenderGraph {
+
+/// A span of the recording that the render keeps, and the fades at its ends. Seconds.
+struct KeptSpan {
+    TimeSpan span; ///< On the frames of the output.
+    double pictureFade = 0; ///< From and to black, at both ends.
+    double soundIn = 0; ///< From silence; short where there is a cut without a fade, so that it does not click.
+    double soundOut = 0;
+
+    friend bool operator==(const KeptSpan&, const KeptSpan&) = default;
+};
+
+/// The spans that "[vout]" and "[aout]" show at a frame rate, in order.
+std::vector<KeptSpan> keptSpans(const VideoProject& project, std::int64_t fps);
+
+/// Length of the fade from and to black of a clip of `length` seconds; 0 if it is the only one. Seconds.
+double clipFade(const VideoProject& project, double length);
+
+/// Length of the fade-in at the beginning of the render, in seconds.
+double openingFade(const VideoProject& project);
+
+} // namespace orvo::RenderGraph
