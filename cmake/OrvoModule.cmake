@@ -23,8 +23,9 @@ if(ORVO_SANITIZERS)
   target_compile_options(orvo_flags INTERFACE -fsanitize=${ORVO_SANITIZERS} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(orvo_flags INTERFACE -fsanitize=${ORVO_SANITIZERS})
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # GCC reports false positives of these two in sanitized standard headers.
-    target_compile_options(orvo_flags INTERFACE -Wno-maybe-uninitialized -Wno-tsan)
+    # GCC reports false positives of these in sanitized standard headers.
+    target_compile_options(orvo_flags INTERFACE
+      -Wno-maybe-uninitialized -Wno-tsan -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
   endif()
 endif()
 
