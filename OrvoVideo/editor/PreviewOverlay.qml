@@ -150,6 +150,7 @@ Item {
             selectByMouse: true
             font.family: Qt.fontFamilies().includes("Helvetica") ? "Helvetica" : "sans-serif"
             font.bold: true
+            font.hintingPreference: Font.PreferNoHinting
             // As high, between the highest and the lowest point of the font, as in the film.
             font.pixelSize: Math.max(Math.round(root.scene.textSize * root.scene.pixel * 100 / (metrics.ascent + metrics.descent)), 6)
             Accessible.role: Accessible.EditableText

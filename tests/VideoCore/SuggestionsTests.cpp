@@ -111,7 +111,7 @@ TEST(Suggestions, offersWhatIsOfUse)
     EXPECT_THAT(
         labels(), ElementsAre("Pausa larga 2", "Muletilla: eh 10", "Pausa final 12", "Zoom en clic 5", "Zoom en clic 20"))
         << "no zoom where there is one, none for the click that stopped the recording";
-    project.edit.cuts = {{2, 10.4}, {19, 21}, {12.2, 40}};
+    project.edit.cuts = {{2, 10.2}, {19, 21}, {12.2, 40}};
     EXPECT_THAT(labels(), ElementsAre("Muletilla: eh 10", "Pausa final 12")) << "what is left of them";
     project = Suggestions::applied(project, Suggestions::offered(project, all));
     EXPECT_THAT(labels(), testing::IsEmpty());

@@ -84,7 +84,7 @@ VideoProject fillLibrary(const ProjectStore& store)
     store.save(lesson);
     WordConfidence confidence;
     std::vector<float> probabilities(lesson.edit.words.size(), 0.96F);
-    for (const std::size_t unsure : {5U, 29U, 41U})
+    for (const std::size_t unsure : {10U, 27U, 37U})
         probabilities[unsure] = 0.34F;
     confidence.add(lesson.edit.words.items(), probabilities);
     confidence.write(store.directory(lesson.id));

@@ -171,7 +171,8 @@ QQuickItem* shownText(QQuickItem& root)
 void photographHands(AppModel& model, QQuickWindow& window, Photographer& photographer)
 {
     auto* commands = window.findChild<EditorCommands*>();
-    model.cutWords({model.transcript()->get(3)["wordId"].toString(), model.transcript()->get(4)["wordId"].toString()});
+    model.correctWord(model.transcript()->get(4)["wordId"].toString(), QStringLiteral("veremos"));
+    model.correctWord(model.transcript()->get(10)["wordId"].toString(), QStringLiteral("función"));
     commands->addZoom();
     photographer.take(QStringLiteral("zoom-framed"));
     model.undo();
@@ -181,7 +182,7 @@ void photographHands(AppModel& model, QQuickWindow& window, Photographer& photog
     QMetaObject::invokeMethod(history, "open");
     photographer.take(QStringLiteral("history"));
     QMetaObject::invokeMethod(history, "close");
-    model.undo();
+    model.goToStep(0);
     model.seek(12.5);
     auto* text = shownText(*window.contentItem());
     if (!text)
@@ -289,7 +290,7 @@ void takeAll(const QDir& folder, const QString& wanted)
     }
     if (!editor)
         throw captureError("there is no editor");
-    for (const char* section : {"text", "effects", "share"}) {
+    for (const char* section : {"share", "effects", "text"}) {
         editor->setProperty("section", section);
         photographer.take(QStringLiteral("editor-") + QLatin1String(section));
     }
