@@ -36,11 +36,15 @@ void append(VideoProject& project, const CopiedMovie& movie);
 /// name. Returns the changed project, saved.
 ///
 /// Blocks; `progress` receives the copied fraction. Throws `captureError` ("El archivo no contiene una duración válida.", or
-/// a text that says why the file is no movie), file system errors unchanged, and `Cancelled`. The project's document is not
-/// changed then; a finished copy, and the folder made for a new project, stay after a failure. Cancelled, a new project is
-/// gone.
+/// a text that says why the file is no movie), file system errors unchanged, and `Cancelled`. The document of `target` is
+/// not changed then, and a finished copy stays. A new project stays after a failure, in the state
+/// `ProjectState::importFailed`; cancelled, it is gone.
 VideoProject importMovie(const ProjectStore& store, const std::filesystem::path& movie, std::optional<VideoProject> target,
     const MediaProbe& probe, const ProgressCallback& progress = {}, const std::stop_token& stop = {});
+
+/// Why the movie of a project in the state `ProjectState::importFailed` could not be imported, for the user; empty while it
+/// is being imported. Throws file system errors unchanged.
+std::string failure(const ProjectStore& store, const Uuid& id);
 
 } // namespace MovieImport
 
