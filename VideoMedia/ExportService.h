@@ -9,6 +9,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <string_view>
 
 namespace orvo {
 
@@ -19,6 +20,14 @@ enum class SubtitleCues : std::uint8_t {
     none,
 };
 
+/// What an export makes.
+enum class ExportFormat : std::uint8_t {
+    mp4, ///< H.264 and AAC.
+    webm, ///< VP9 and Opus.
+    audio, ///< The sound alone, AAC in MPEG-4.
+    gif, ///< An animated image without sound.
+};
+
 /// How a project is rendered.
 struct ExportSettings {
     std::int64_t height = 1080; ///< Asked height in pixels, at least 1; the output is never larger than the project.
@@ -26,6 +35,10 @@ struct ExportSettings {
     std::string quality = "balanced"; ///< "small", "high", or anything else for "balanced".
     SubtitleCues subtitles = SubtitleCues::words;
     bool burnIn = false; ///< Whether these subtitles are also part of the frames.
+    ExportFormat format = ExportFormat::mp4;
+    std::optional<TimeSpan> span; ///< The only stretch of the recording timeline that is exported; everything without one.
+    /// How large the film may become, MP4 only: its bit rate and, where that is little, its height follow.
+    std::optional<std::int64_t> maxBytes;
     bool isTemporary = false; ///< Whether the film is removed soon, so that later exports cannot take it.
 
     /// The subtitles that the frames show.
@@ -40,6 +53,15 @@ namespace ExportService {
 /// The SubRip file that an export to `video` leaves beside it.
 std::filesystem::path subtitleFile(const std::filesystem::path& video);
 
+/// Whether an export leaves a subtitle file.
+bool hasSubtitleFile(const ExportSettings& settings);
+
+/// ".mp4", ".webm", ".m4a" or ".gif".
+std::string_view extensionOf(ExportFormat format);
+
+/// Seconds that an export with these settings is long.
+double exportedDuration(const VideoProject& project, const ExportSettings& settings);
+
 /// What the user should know about work that succeeded.
 struct Outcome {
     bool hardwareFailed = false; ///< A hardware encoder failed; the software encoder took over.
@@ -49,8 +71,8 @@ struct Outcome {
     std::string remarks() const;
 };
 
-/// Renders the whole edit of a project to the MP4 file `destination` and writes the transcript as a SubRip file of the same
-/// name beside it.
+/// Renders the edit of a project, whole or in part, to the file `destination`, whose name has the extension of the format.
+/// Films have the transcript as a SubRip file of the same name beside them.
 ///
 /// A film that an export made of the same edit in the same size, rate and quality is copied instead of rendered once more,
 /// if it is still as it was: `FinishedFilms`.
@@ -62,8 +84,8 @@ struct Outcome {
 ///
 /// Throws `captureError` with a text for the user (no usable `ffmpeg`, nothing visible to render, a size, a length or a
 /// frame rate that no video has, a missing file, an
-/// image that cannot be decoded, a destination that is no ".mp4" or is one of the project's own files, a failed `ffmpeg`),
-/// file system errors unchanged, and `Cancelled`.
+/// image that cannot be decoded, a destination with another extension or one of the project's own files, a size that nothing
+/// fits in, a failed `ffmpeg`), file system errors unchanged, and `Cancelled`.
 Outcome exportVideo(const VideoProject& project, const ProjectStore& store, const std::filesystem::path& destination,
     const ExportSettings& settings, const MediaProbe& probe, const ProgressCallback& progress = {},
     const std::stop_token& stop = {});

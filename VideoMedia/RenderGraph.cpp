@@ -467,6 +467,23 @@ std::string picture(const VideoProject& project, std::span<const Input> inputs, 
     return PictureGraph(project, inputs, settings).text();
 }
 
+std::string sound(const VideoProject& project, std::int64_t fps)
+{
+    const auto spans = keptSpans(project, fps);
+    Chains chains;
+    chains.add(std::format("[0:a]asplit={}{}", spans.size(), labels("abranch", spans.size())));
+    std::string joined;
+    for (std::size_t n = 0; n < spans.size(); ++n) {
+        const auto& span = spans[n].span;
+        chains.add(
+            std::format("{}atrim=start={}:end={},asetpts=PTS-STARTPTS{}{}", label("abranch", n), numberText(span.start),
+                numberText(span.end), soundFades(fadesOf(project, span), std::max(span.duration(), 0.0)), label("a", n)));
+        joined += label("a", n);
+    }
+    chains.add(std::format("{}concat=n={}:v=0:a=1[aout]", joined, spans.size()));
+    return chains.text();
+}
+
 std::vector<KeptSpan> keptSpans(const VideoProject& project, std::int64_t fps)
 {
     std::vector<KeptSpan> result;

@@ -61,6 +61,9 @@ struct PictureSettings {
 /// overlay in document order. Frames that the cuts leave out are dropped as early as the steps before them allow.
 std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings);
 
+/// The graph that makes "[aout]" of the mixed sound, its only input, as `picture` does.
+std::string sound(const VideoProject& project, std::int64_t fps);
+
 /// A stretch of the recording that the render keeps, and how long it fades at its ends; all in seconds.
 struct KeptSpan {
     TimeSpan span; ///< On the frames of the output.
