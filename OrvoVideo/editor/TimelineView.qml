@@ -105,7 +105,7 @@ ColumnLayout {
             HeaderIcon {
                 iconName: "copy-plus"
                 text: "Importar un vídeo al final"
-                enabled: root.app.hasProject && root.app.idle
+                enabled: root.app.hasProject && !root.app.recorder.isRecording
                 onClicked: root.app.importMedia(true)
             }
             HeaderIcon {

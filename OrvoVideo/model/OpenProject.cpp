@@ -27,6 +27,17 @@ bool OpenProject::open(VideoProject project, std::optional<VideoProject> unsaved
     return recovered;
 }
 
+void OpenProject::close()
+{
+    m_gesture = Gesture::none;
+    m_history.clear();
+    m_suggestions.setSuggestions({});
+    m_project.reset();
+    showProject();
+    emit historyChanged();
+    setSelectedSpan({});
+}
+
 void OpenProject::show(VideoProject version)
 {
     setProject(std::move(version));
@@ -147,20 +158,25 @@ void OpenProject::findSuggestions()
 void OpenProject::setProject(VideoProject project)
 {
     m_project = std::move(project);
-    const VideoProject& shown = *m_project;
-    m_facts = ProjectFacts::of(shown);
-    const auto resolve = [&](const std::string& file) {
+    showProject();
+}
+
+void OpenProject::showProject()
+{
+    const VideoProject* shown = m_project ? &*m_project : nullptr;
+    m_facts = shown ? ProjectFacts::of(*shown) : ProjectFacts();
+    const auto resolve = [this](const std::string& file) {
         try {
-            return QUrl::fromLocalFile(Text::from(m_store.mediaURL(shown, file)));
+            return QUrl::fromLocalFile(Text::from(m_store.mediaURL(*m_project, file)));
         } catch (const std::exception&) {
             return QUrl(); // It leads out of the project.
         }
     };
-    m_tracks.show(&shown, resolve);
-    m_transcript.show(&shown);
-    m_cuts.show(&shown);
-    m_zooms.show(&shown);
-    m_overlays.show(&shown, resolve);
+    m_tracks.show(shown, resolve);
+    m_transcript.show(shown);
+    m_cuts.show(shown);
+    m_zooms.show(shown);
+    m_overlays.show(shown, resolve);
     emit projectChanged();
 }
 

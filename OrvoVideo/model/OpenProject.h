@@ -65,6 +65,8 @@ public:
     /// Makes a project the open one, without history. `unsavedEdits` that differ from it are opened in its place, one step
     /// ahead of it; returns whether they were, and have to be saved.
     bool open(VideoProject project, std::optional<VideoProject> unsavedEdits);
+    /// Leaves nothing open.
+    void close();
     /// Shows another version as it is, outside of the history.
     void show(VideoProject version);
     /// Takes over what another program has written, as a step to undo. It is on disk already.
@@ -111,6 +113,7 @@ signals:
 
 private:
     void setProject(VideoProject project);
+    void showProject();
     void step(std::optional<VideoProject> version);
     void endStepOfGesture();
 

@@ -202,6 +202,7 @@ QCoro::Task<> Recorder::finish()
     if (result.project.state == ProjectState::ready) {
         co_await m_parts.library.select(result.project);
         m_parts.operation.setStatus(QStringLiteral("Grabación guardada"));
+        emit saved();
     }
     m_parts.library.refresh();
 }

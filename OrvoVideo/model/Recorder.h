@@ -111,6 +111,8 @@ public:
 signals:
     void phaseChanged();
     void timeChanged();
+    /// A recording has ended well and is the open project now.
+    void saved();
     /// A browser's tab is to be recorded, which is begun in the browser.
     void tabWanted();
 

@@ -20,6 +20,8 @@ MenuBar {
     signal quitWanted()
     signal zoomWanted()
     signal keysWanted()
+    signal exportWanted()
+    signal spaceWanted()
 
     /// What the editor does with a key of its own, which must not be taken from texts that are being edited.
     component EditorAction: Action {
@@ -66,21 +68,25 @@ MenuBar {
         Action {
             text: "&Importar vídeo…"
             shortcut: "Ctrl+I"
-            enabled: root.app.idle
+            enabled: !root.app.recorder.isRecording
             onTriggered: root.app.importMedia(false)
         }
         Action {
             text: "Aña&dir vídeo a este proyecto…"
             shortcut: "Ctrl+Shift+I"
-            enabled: root.app.hasProject && root.app.idle
+            enabled: root.app.hasProject && !root.app.recorder.isRecording
             onTriggered: root.app.importMedia(true)
         }
         OMenuSeparator {}
         Action {
             text: "E&xportar…"
             shortcut: "Ctrl+E"
-            enabled: root.app.hasProject && root.app.idle
-            onTriggered: root.app.exportVideo()
+            enabled: root.app.hasProject && !root.app.recorder.isRecording
+            onTriggered: root.exportWanted()
+        }
+        Action {
+            text: "¿&Qué ocupa espacio?"
+            onTriggered: root.spaceWanted()
         }
         OMenuSeparator {}
         Action {

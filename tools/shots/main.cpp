@@ -3,6 +3,7 @@
 #include "OrvoVideo/editor/EditorCommands.h"
 #include "OrvoVideo/editor/ProsePage.h"
 #include "OrvoVideo/editor/TimelineItem.h"
+#include "OrvoVideo/model/Answer.h"
 #include "OrvoVideo/model/AppModel.h"
 #include "OrvoVideo/shell/MainWindow.h"
 #include "OrvoVideo/ui/Appearance.h"
@@ -46,7 +47,7 @@ public:
     }
     void openMovie(Answer answer) override { answer(m_place); }
     void openImage(Answer answer) override { answer(m_place); }
-    void saveMovie(const std::string&, Answer answer) override { answer(m_place); }
+    void saveMovie(const Saved&, Answer answer) override { answer(m_place); }
 
 private:
     std::filesystem::path m_place;
@@ -65,8 +66,10 @@ void waitFor(const char* what, const std::function<bool()>& condition)
 
 class Photographer {
 public:
-    Photographer(QDir folder, MainWindow& main)
+    /// With `only`, states whose names begin otherwise are left out.
+    Photographer(QDir folder, QString only, MainWindow& main)
         : m_folder(std::move(folder))
+        , m_only(std::move(only))
         , m_window(main.window())
         , m_appearance(*qmlEngine(&m_window)->singletonInstance<Appearance*>("Orvo.Ui", "Appearance"))
     {
@@ -75,6 +78,8 @@ public:
     /// Saves the current state in every size and appearance. `hold` restores a state that changes meanwhile.
     void take(const QString& state, const std::function<void()>& hold = [] { })
     {
+        if (!state.startsWith(m_only))
+            return;
         for (const QSize size : {QSize(960, 600), QSize(1280, 800), QSize(1366, 768), QSize(2560, 1440)}) {
             m_window.resize(size);
             for (const QString& appearance : {QStringLiteral("dark"), QStringLiteral("light")}) {
@@ -91,6 +96,8 @@ public:
     /// Saves another window in both appearances, in its own size.
     void take(const QString& state, QQuickWindow& window)
     {
+        if (!state.startsWith(m_only))
+            return;
         for (const QString& appearance : {QStringLiteral("dark"), QStringLiteral("light")}) {
             m_appearance.setChoice(appearance);
             settle();
@@ -115,6 +122,7 @@ private:
     }
 
     QDir m_folder;
+    QString m_only;
     QQuickWindow& m_window;
     Appearance& m_appearance;
 };
@@ -144,7 +152,52 @@ void photographTranscript(QQuickWindow& window, Photographer& photographer)
     section->setProperty("asList", false);
 }
 
-void takeAll(const QDir& folder)
+/// What is done with whole projects: the menu of the library, several chosen, the trash, the space, the sheet of an export,
+/// what it has made, and leaving meanwhile.
+void photographLibrary(AppModel& model, QQuickWindow& window, Photographer& photographer)
+{
+    QQuickItem* sidebar = nullptr;
+    for (auto* item : window.findChildren<QQuickItem*>()) {
+        if (item->property("marked").isValid() && item->property("renaming").userType() == QMetaType::QString)
+            sidebar = item;
+    }
+    auto* list = window.findChild<QQuickItem*>(QStringLiteral("library"));
+    if (sidebar && list) { // In a narrow window it is in the drawer.
+        QStringList ids;
+        for (int row = 0; row < 2; ++row)
+            ids << model.library()->get(row).value(QStringLiteral("projectId")).toString();
+        sidebar->setProperty("marked", ids);
+        QQuickItem* row = nullptr;
+        QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, row), Q_ARG(int, 0));
+        QMetaObject::invokeMethod(sidebar, "openMenu", Q_ARG(QQuickItem*, row));
+        photographer.take(QStringLiteral("library-menu"));
+        window.contentItem()->forceActiveFocus();
+        sidebar->setProperty("marked", QStringList());
+    }
+    QMetaObject::invokeMethod(&window, "openSpace");
+    waitFor("the sizes", [&] { return !model.care()->measuring(); });
+    photographer.take(QStringLiteral("library-space"));
+    for (auto* popup : window.findChildren<QObject*>()) {
+        if (popup->property("care").isValid())
+            QMetaObject::invokeMethod(popup, "close");
+    }
+    QMetaObject::invokeMethod(&window, "exportOpenProject");
+    photographer.take(QStringLiteral("export-own"));
+    model.exportChoice()->setPreset(QStringLiteral("gif"));
+    photographer.take(QStringLiteral("export-preset"));
+    model.exportChoice()->setPreset({});
+    for (auto* popup : window.findChildren<QObject*>()) {
+        if (popup->property("selectable").isValid() && popup->property("estimate").isValid())
+            QMetaObject::invokeMethod(popup, "close");
+    }
+    model.setSelectedSpan({0, 2});
+    model.exports()->exportProject(model.projectFacts().projectId, true);
+    waitFor("the film", [&] { return model.exports()->doneCount() > 0; });
+    photographer.take(QStringLiteral("export-done"));
+    model.exports()->dismiss();
+}
+
+void takeAll(const QDir& folder, const QString& only)
 {
     const test::TemporaryFolder scratch;
     const auto library = scratch / "Biblioteca";
@@ -156,7 +209,7 @@ void takeAll(const QDir& folder)
     services.loadSecret = [](auto&&...) { return std::string("una credencial de muestra"); };
     AppModel model(std::move(services));
     MainWindow main(model);
-    Photographer photographer(folder, main);
+    Photographer photographer(folder, only, main);
 
     waitFor("the listed library", [&] { return model.libraryListed(); });
     photographer.take(QStringLiteral("empty-library"));
@@ -224,6 +277,17 @@ void takeAll(const QDir& folder)
             photographer.take(QStringLiteral("settings"), *qobject_cast<QQuickWindow*>(window));
     }
 
+    const Answer<int> end;
+    model.perform([end](WorkControl) -> QCoro::Task<> { co_await end; });
+    main.window().close();
+    photographer.take(QStringLiteral("leaving"));
+    end.give(0);
+    waitFor("the end of the work", [&] { return !model.busy(); });
+    for (auto* alert : main.window().findChildren<QObject*>()) {
+        if (alert->property("later").isValid())
+            QMetaObject::invokeMethod(alert, "close");
+    }
+
     photographer.take(QStringLiteral("exporting"), [&] {
         if (!model.busy())
             model.exportVideo();
@@ -232,11 +296,15 @@ void takeAll(const QDir& folder)
     model.cancel();
     waitFor("the end of the export", [&] { return !model.busy(); });
 
+    photographLibrary(model, main.window(), photographer);
+
     const auto noMovie = scratch / "Apuntes.mp4";
     std::ofstream(noMovie) << "apuntes";
     model.importFile(QUrl::fromLocalFile(QString::fromStdString(noMovie.string())), false);
     waitFor("the error", [&] { return !model.errorMessage().isEmpty() && !model.busy(); });
     photographer.take(QStringLiteral("error"));
+    model.clearError();
+    photographer.take(QStringLiteral("library-failed-import"));
 }
 
 } // namespace
@@ -263,7 +331,7 @@ int main(int argc, char** argv)
         return EXIT_FAILURE;
     }
     try {
-        orvo::shots::takeAll(QDir(folder));
+        orvo::shots::takeAll(QDir(folder), QString::fromLocal8Bit(argc > 2 ? argv[2] : ""));
     } catch (const std::exception& error) {
         std::cerr << orvo::describe(error) << '\n';
         return EXIT_FAILURE;
