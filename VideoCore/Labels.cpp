@@ -8,7 +8,7 @@ namespace orvo {
 
 std::string_view stateLabel(std::string_view state)
 {
-    static constexpr std::array<std::pair<std::string_view, std::string_view>, 7> labels{{
+    static constexpr std::array<std::pair<std::string_view, std::string_view>, 8> labels{{
         {ProjectState::ready, "Listo"},
         {ProjectState::recording, "Grabando"},
         {ProjectState::recordingTab, "Grabando pestaña"},
@@ -16,6 +16,7 @@ std::string_view stateLabel(std::string_view state)
         {ProjectState::recoverable, "Por recuperar"},
         {ProjectState::recoverableTab, "Por recuperar"},
         {ProjectState::needsRecovery, "Por recuperar"},
+        {ProjectState::importFailed, "No se pudo importar"},
     }};
     const auto found = std::ranges::find(labels, state, [](const auto& entry) { return entry.first; });
     return found == labels.end() ? state : found->second;

@@ -1,6 +1,8 @@
 #include "VideoCore/TextSearch.h"
 
 #include <array>
+#include <cstdlib>
+#include <memory>
 #include <utf8proc.h>
 
 namespace orvo {
@@ -22,6 +24,17 @@ bool isLetterOrDigit(std::int32_t character)
 }
 
 } // namespace
+
+std::string folded(const std::string& text)
+{
+    utf8proc_uint8_t* mapped = nullptr;
+    const auto length = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+        static_cast<utf8proc_ssize_t>(text.size()), &mapped,
+        static_cast<utf8proc_option_t>(
+            UTF8PROC_STABLE | UTF8PROC_COMPAT | UTF8PROC_DECOMPOSE | UTF8PROC_CASEFOLD | UTF8PROC_STRIPMARK));
+    const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owner(mapped, &std::free);
+    return length < 0 ? text : std::string(reinterpret_cast<const char*>(mapped), static_cast<std::size_t>(length));
+}
 
 TextSearch::TextSearch(std::span<const TranscriptWord> words)
 {

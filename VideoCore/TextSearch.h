@@ -5,10 +5,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace orvo {
+
+/// A text without case and accents, by which texts are sorted and searched: "Álgebra" comes before "baile". Text that is not
+/// UTF-8 stays as it is.
+std::string folded(const std::string& text);
 
 /// The words of a transcript prepared for searching, whatever the case, the accents and the punctuation between words.
 class TextSearch {

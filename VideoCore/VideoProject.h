@@ -169,6 +169,7 @@ inline constexpr std::string_view processingTab = "processing-tab";
 inline constexpr std::string_view recoverable = "recoverable";
 inline constexpr std::string_view recoverableTab = "recoverable-tab";
 inline constexpr std::string_view needsRecovery = "needs-recovery";
+inline constexpr std::string_view importFailed = "import-failed"; ///< It has no tracks; `MovieImport::failure` says why.
 } // namespace ProjectState
 
 /// A suggestion of the analysis. Never saved.

@@ -8,13 +8,14 @@
 #include "VideoMedia/BurnedSubtitles.h"
 #include "VideoMedia/CopyFile.h"
 #include "VideoMedia/Cores.h"
+#include "VideoMedia/ExportFormats.h"
+#include "VideoMedia/ExportedSubtitles.h"
 #include "VideoMedia/FinishedFilms.h"
 #include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/OverlayImage.h"
 #include "VideoMedia/PipedRuns.h"
 #include "VideoMedia/RenderGraph.h"
-#include "VideoMedia/Sha256.h"
 #include "VideoMedia/VideoEncoder.h"
 #include "VideoMedia/VideoLimits.h"
 #include "VideoMedia/WorkFolder.h"
@@ -26,7 +27,6 @@
 #include <format>
 #include <optional>
 #include <ranges>
-#include <sys/xattr.h>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -60,46 +60,6 @@ constexpr double limiterDelay = 0.005; ///< alimiter with its default attack.
 Arguments prefix()
 {
     return {"-hide_banner", "-y", "-nostdin", "-filter_complex_threads", "1"};
-}
-
-/// Marks a file as written by an export, with the digest of its content: a later correction has another digest. File
-/// systems without extended attributes keep no mark.
-constexpr auto exportMark = "user.orvo.sha256";
-
-void markAsExported(const fs::path& file, std::string_view content)
-{
-    const std::string digest = Sha256::of(content);
-    ::setxattr(file.c_str(), exportMark, digest.data(), digest.size(), 0);
-}
-
-bool isMarkedAsExported(const fs::path& file, std::string_view content)
-{
-    std::array<char, 64> digest{};
-    const ssize_t size = ::getxattr(file.c_str(), exportMark, digest.data(), digest.size());
-    return size == static_cast<ssize_t>(digest.size())
-        && std::string_view(digest.data(), digest.size()) == Sha256::of(content);
-}
-
-/// Copies a subtitle file that `content` will replace to "NAME.srt.bak", unless an export wrote it. A number is
-/// appended if that name is taken. Returns the path of the copy, if any.
-std::optional<fs::path> keepForeign(const fs::path& file, std::string_view content)
-{
-    std::error_code ignored;
-    if (!fs::is_regular_file(file, ignored))
-        return std::nullopt;
-    const std::string present = readFile(file);
-    if (present == content || isMarkedAsExported(file, present))
-        return std::nullopt;
-    for (int number = 1;; ++number) {
-        fs::path copy = file;
-        copy += number == 1 ? ".bak" : std::format(".bak{}", number);
-        if (fs::is_regular_file(copy, ignored) && readFile(copy) == present)
-            return std::nullopt;
-        if (fs::exists(fs::symlink_status(copy, ignored)))
-            continue;
-        writeFileAtomically(copy, present);
-        return copy;
-    }
 }
 
 /// Renames `by` to `file`; an existing file keeps its mode.
@@ -141,11 +101,11 @@ public:
         // Hidden beside the destination: an older video stays until the new one is complete.
         const WorkFolder beside(m_destination.parent_path(), ".orvo-export");
         Outcome outcome;
-        const fs::path film = beside / "video.mp4";
+        const fs::path film = beside / ("video" + std::string(extensionOf(m_settings.format)));
         const std::string signature = FinishedFilms::signature(m_project, m_store, m_settings);
         if (!takeFinished(signature, film, progress))
-            outcome.hardwareFailed = renderPicture(work, film, progress);
-        outcome.keptSubtitles = putInPlace(beside);
+            outcome.hardwareFailed = make(work, film, progress);
+        outcome.keptSubtitles = putInPlace(beside, film);
         if (!m_settings.isTemporary)
             FinishedFilms::remember(m_project, m_store, signature, m_destination);
         return outcome;
@@ -250,16 +210,17 @@ private:
     /// Refuses a destination that cannot be written, or that is a source of the project, before rendering.
     void checkDestination() const
     {
+        const auto wanted = extensionOf(m_settings.format);
         std::string extension = m_destination.extension().string();
         std::ranges::transform(extension, extension.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
-        if (extension != ".mp4")
-            throw captureError("El archivo de destino debe terminar en «.mp4».");
+        if (extension != wanted)
+            throw captureError(std::format("El archivo de destino debe terminar en «{}».", wanted));
         if (fs::is_directory(m_destination))
             failWith(EISDIR, m_destination);
         const fs::path folder = m_destination.parent_path();
         if (!fs::is_directory(folder))
             failWith(ENOENT, folder);
-        if (const fs::path subtitles = subtitleFile(m_destination); fs::is_directory(subtitles))
+        if (const fs::path subtitles = subtitleFile(m_destination); hasCaptions() && fs::is_directory(subtitles))
             failWith(EISDIR, subtitles);
         // Subtitles are always written to the folder.
         for (const auto& target : {m_destination, folder}) {
@@ -277,26 +238,27 @@ private:
 
     /// Moves the complete video and its subtitles to their final names. Steps that can fail on a full disk come before
     /// the first replacement. Returns the path where foreign subtitles were kept.
-    std::optional<fs::path> putInPlace(const WorkFolder& beside) const
+    std::optional<fs::path> putInPlace(const WorkFolder& beside, const fs::path& video) const
     {
-        const fs::path video = beside / "video.mp4";
         const fs::path captions = beside / "subtitles.srt";
-        const bool hasCaptions = m_settings.subtitles != SubtitleCues::none;
         std::optional<fs::path> kept;
-        if (hasCaptions) {
+        if (hasCaptions()) {
             const std::string text = subtitles();
             writeFileAtomically(captions, text);
-            markAsExported(captions, text);
+            ExportedSubtitles::mark(captions, text);
             flushFile(captions);
-            kept = keepForeign(subtitleFile(m_destination), text);
+            kept = ExportedSubtitles::keepForeign(subtitleFile(m_destination), text);
         }
         flushFile(video);
         replace(m_destination, video);
-        if (hasCaptions)
+        if (hasCaptions())
             replace(subtitleFile(m_destination), captions);
         flushFolder(m_destination.parent_path());
         return kept;
     }
+
+    /// Whether a file of subtitles belongs to the result.
+    bool hasCaptions() const { return hasSubtitleFile(m_settings); }
 
     /// Latency of the mix in seconds.
     double mixDelay() const { return limiterDelay + (reducesNoise() ? noiseReductionDelay : 0); }
@@ -350,7 +312,82 @@ private:
     }
 
     /// Returns whether a hardware encoder failed and the software encoder took over.
-    bool renderPicture(const WorkFolder& work, const fs::path& target, const ProgressCallback& progress) const
+    bool make(const WorkFolder& work, const fs::path& target, const ProgressCallback& progress)
+    {
+        switch (m_settings.format) {
+        case ExportFormat::mp4:
+            return m_settings.maxBytes ? makeLimited(work, target, progress) : renderPicture(work, target, progress);
+        case ExportFormat::webm:
+            prepareDocuments(work);
+            renderBeside(work, target, ExportFormats::webmEncoder(), progress);
+            break;
+        case ExportFormat::audio:
+            makeSound(work, target, progress);
+            break;
+        case ExportFormat::gif: {
+            constexpr double filmShare = 0.7; // Of the time that both take.
+            const auto part = [&](double from, double to) -> ProgressCallback {
+                return [&progress, from, to](double done) {
+                    if (progress)
+                        progress(from + done * (to - from));
+                };
+            };
+            prepareDocuments(work);
+            const fs::path film = work / "film.mp4";
+            renderBeside(work, film, VideoEncoder::software(), part(0, filmShare));
+            ExportFormats::makeGif(
+                m_ffmpeg, film, work / "palette.png", target, m_project.playableDuration(), part(filmShare, 1), m_stop);
+            break;
+        }
+        }
+        return false;
+    }
+
+    /// Renders with the bit rate that the size allows, once more with less when the encoder took too much.
+    bool makeLimited(const WorkFolder& work, const fs::path& target, const ProgressCallback& progress)
+    {
+        constexpr int maxTries = 4;
+        constexpr double reserve = 0.96;
+        const auto allowed = static_cast<double>(*m_settings.maxBytes);
+        const auto limits = ExportFormats::limited(m_project, m_settings, m_project.playableDuration());
+        m_settings.height = limits.height;
+        m_bitRate = std::min(limits.bitRate, RenderGraph::videoBitRate(m_settings.quality, outputSize(), m_settings.fps));
+        bool hardwareFailed = false;
+        for (int i = 0; i < maxTries; ++i) {
+            hardwareFailed |= renderPicture(work, target, progress);
+            const auto size = static_cast<double>(fs::file_size(target));
+            if (size <= allowed)
+                return hardwareFailed;
+            m_bitRate = static_cast<std::int64_t>(static_cast<double>(*m_bitRate) * allowed / size * reserve);
+        }
+        throw captureError(std::format(
+            "El vídeo no cabe en {} MB. Exporta solo una parte, o sin límite de tamaño.", *m_settings.maxBytes / 1'000'000));
+    }
+
+    /// The sound alone: mixed and cut, without decoding a frame.
+    void makeSound(const WorkFolder& work, const fs::path& target, const ProgressCallback& progress) const
+    {
+        writeFileAtomically(work / "sound.txt", RenderGraph::sound(m_project, m_settings.fps));
+        const WorkFolder beside(fs::temp_directory_path(), "orvo-sound");
+        const fs::path mixed = beside / "mixed.wav";
+        PipedRuns::run(
+            mixed, [&](const std::stop_token& stop) { mixAudio(work, mixed, stop); },
+            [&](const std::stop_token& stop) {
+                const double playable = m_project.playableDuration();
+                Arguments arguments = prefix();
+                append(arguments,
+                    {"-max_size", mixPacket, "-i", mixed.string(), "-/filter_complex", (work / "sound.txt").string(), "-map",
+                        "[aout]"});
+                append(arguments, ExportFormats::soundArguments(m_settings));
+                append(arguments, ExportFormats::containerArguments(m_settings.format));
+                append(arguments, {"-t", numberText(playable), "-progress", "pipe:1", target.string()});
+                ProcessRunner::run(m_ffmpeg, arguments, progress, playable, stop);
+            },
+            m_stop);
+    }
+
+    /// What the graph reads besides the inputs.
+    void prepareDocuments(const WorkFolder& work) const
     {
         const auto size = outputSize();
         writeFileAtomically(work / "annotations.ass", annotations(m_project, size.width, size.height));
@@ -358,9 +395,15 @@ private:
             writeFileAtomically(
                 work / burnedName, BurnedSubtitles::document(m_project, m_settings.burned(), size.width, size.height));
         }
+    }
+
+    /// Returns whether a hardware encoder failed and the software encoder took over.
+    bool renderPicture(const WorkFolder& work, const fs::path& target, const ProgressCallback& progress) const
+    {
+        prepareDocuments(work);
         return encodeWithBest(
             m_ffmpeg,
-            {.size = size,
+            {.size = outputSize(),
                 .fps = m_settings.fps,
                 .arguments = [this](const VideoEncoder& encoder) { return encoderArguments(encoder); }},
             [&](const VideoEncoder& encoder) { renderBeside(work, target, encoder, progress); }, m_stop);
@@ -368,7 +411,8 @@ private:
 
     Arguments encoderArguments(const VideoEncoder& encoder) const
     {
-        Arguments line = encoder.arguments(RenderGraph::videoBitRate(m_settings.quality, outputSize(), m_settings.fps));
+        Arguments line = encoder.arguments(
+            m_bitRate.value_or(RenderGraph::videoBitRate(m_settings.quality, outputSize(), m_settings.fps)));
         append(line, encoder.noFinerThan(RenderGraph::smallestQuantizer(m_settings.quality)));
         // Key frames where the segments of a streaming package begin, so that the package can copy the frames.
         append(line, {"-g", std::to_string(m_settings.fps * HlsLadder::segmentSeconds)});
@@ -411,9 +455,9 @@ private:
         append(arguments, encoderArguments(encoder));
         // A constant rate gives the last frame its duration: otherwise the video ends one frame before the audio.
         append(arguments, {"-r", std::to_string(m_settings.fps)});
-        append(arguments,
-            {"-c:a", "aac", "-ar", "48000", "-b:a", "128k", "-movflags", "+faststart", "-t", durationText(playable),
-                "-progress", "pipe:1", target.string()});
+        append(arguments, ExportFormats::soundArguments(m_settings));
+        append(arguments, ExportFormats::containerArguments(m_settings.format));
+        append(arguments, {"-t", durationText(playable), "-progress", "pipe:1", target.string()});
         ProcessRunner::run(m_ffmpeg, arguments, progress, playable, stop);
     }
 
@@ -456,7 +500,8 @@ private:
     const VideoProject& m_project;
     const ProjectStore& m_store;
     fs::path m_destination;
-    const ExportSettings& m_settings;
+    ExportSettings m_settings;
+    std::optional<std::int64_t> m_bitRate; ///< Of the picture, where its size is limited.
     const MediaProbe& m_probe;
     std::stop_token m_stop;
     fs::path m_ffmpeg;
@@ -464,6 +509,20 @@ private:
     std::vector<Decoding> m_decoding; ///< Of each input.
     std::vector<fs::path> m_images;
 };
+
+/// The project without what is not to be exported: the rest is cut.
+VideoProject only(const VideoProject& project, const TimeSpan& span)
+{
+    VideoProject part = project;
+    const double start = std::clamp(std::min(span.start, span.end), 0.0, project.duration);
+    const double end = std::clamp(std::max(span.start, span.end), start, project.duration);
+    auto& cuts = part.edit.cuts.edit();
+    if (start > 0)
+        cuts.push_back({0, start});
+    if (end < project.duration)
+        cuts.push_back({end, project.duration});
+    return part;
+}
 
 } // namespace
 
@@ -484,11 +543,29 @@ fs::path subtitleFile(const fs::path& video)
     return fs::path(video).replace_extension("srt");
 }
 
+bool hasSubtitleFile(const ExportSettings& settings)
+{
+    return settings.subtitles != SubtitleCues::none
+        && (settings.format == ExportFormat::mp4 || settings.format == ExportFormat::webm);
+}
+
+double exportedDuration(const VideoProject& project, const ExportSettings& settings)
+{
+    return settings.span ? only(project, *settings.span).playableDuration() : project.playableDuration();
+}
+
+std::string_view extensionOf(ExportFormat format)
+{
+    constexpr std::array<std::string_view, 4> extensions{".mp4", ".webm", ".m4a", ".gif"};
+    return extensions[static_cast<std::size_t>(format)];
+}
+
 Outcome exportVideo(const VideoProject& project, const ProjectStore& store, const fs::path& destination,
     const ExportSettings& settings, const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop)
 {
+    const VideoProject part = settings.span ? only(project, *settings.span) : project;
     // Resolves links: renaming over one would leave its target unchanged.
-    return Export(project, store, fs::weakly_canonical(fs::absolute(destination)), settings, probe, stop).run(progress);
+    return Export(part, store, fs::weakly_canonical(fs::absolute(destination)), settings, probe, stop).run(progress);
 }
 
 } // namespace orvo::ExportService

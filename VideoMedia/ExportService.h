@@ -10,6 +10,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <string_view>
 
 namespace orvo {
 
@@ -20,6 +21,14 @@ enum class SubtitleCues : std::uint8_t {
     none,
 };
 
+/// What an export makes.
+enum class ExportFormat : std::uint8_t {
+    mp4, ///< H.264 and AAC.
+    webm, ///< VP9 and Opus.
+    audio, ///< The sound alone, AAC in MPEG-4.
+    gif, ///< An animated image without sound.
+};
+
 /// How a project is rendered.
 struct ExportSettings {
     std::int64_t height = 1080; ///< Asked height in pixels, at least 1; the output is never larger than the project.
@@ -27,6 +36,10 @@ struct ExportSettings {
     ExportQuality quality = ExportQuality::balanced;
     SubtitleCues subtitles = SubtitleCues::words;
     bool burnIn = false; ///< Whether these subtitles are also part of the frames.
+    ExportFormat format = ExportFormat::mp4;
+    std::optional<TimeSpan> span; ///< The only stretch of the recording timeline that is exported; everything without one.
+    /// How large the film may become, MP4 only: its bit rate and, where that is little, its height follow.
+    std::optional<std::int64_t> maxBytes;
     bool isTemporary = false; ///< Whether the film is removed soon, so that later exports cannot take it.
 
     /// The subtitles that the frames show.
@@ -41,6 +54,15 @@ namespace ExportService {
 /// The SubRip file that an export to `video` leaves beside it.
 std::filesystem::path subtitleFile(const std::filesystem::path& video);
 
+/// Whether an export leaves a subtitle file.
+bool hasSubtitleFile(const ExportSettings& settings);
+
+/// ".mp4", ".webm", ".m4a" or ".gif".
+std::string_view extensionOf(ExportFormat format);
+
+/// Seconds that an export with these settings is long.
+double exportedDuration(const VideoProject& project, const ExportSettings& settings);
+
 /// Notices for the user about work that succeeded.
 struct Outcome {
     bool hardwareFailed = false; ///< A hardware encoder failed; the software encoder took over.
@@ -50,8 +72,8 @@ struct Outcome {
     std::string remarks() const;
 };
 
-/// Renders the whole edit of a project to the MP4 file `destination` and writes the transcript as a SubRip file of the same
-/// name beside it.
+/// Renders the edit of a project, whole or in part, to the file `destination`, whose name has the extension of the format.
+/// Films have the transcript as a SubRip file of the same name beside them.
 ///
 /// Copies the film of an earlier export instead of rendering again if it shows the same edit in the same size, rate and
 /// quality and its file is unchanged: see `FinishedFilms`.
@@ -62,8 +84,8 @@ struct Outcome {
 /// folder, are removed when the call ends; the next export removes those of a killed process.
 ///
 /// Throws `captureError` with a text for the user (no usable `ffmpeg`, nothing visible to render, an unsupported size,
-/// length or frame rate, a missing file, an undecodable image, a destination that is not an ".mp4" or is one of the
-/// project's own files, a failed `ffmpeg`), file system errors unchanged, and `Cancelled`.
+/// length or frame rate, a missing file, an undecodable image, a destination with another extension or one of the project's
+/// own files, a maximum size that nothing fits into, a failed `ffmpeg`), file system errors unchanged, and `Cancelled`.
 Outcome exportVideo(const VideoProject& project, const ProjectStore& store, const std::filesystem::path& destination,
     const ExportSettings& settings, const MediaProbe& probe, const ProgressCallback& progress = {},
     const std::stop_token& stop = {});

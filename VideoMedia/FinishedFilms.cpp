@@ -80,6 +80,8 @@ std::string signature(const VideoProject& project, const ProjectStore& store, co
     Sha256 sum;
     sum.add(std::format("{}:{}x{}:{}:{}:{}\n", renderer, size.width, size.height, settings.fps, textOf(settings.quality),
         static_cast<int>(settings.burned())));
+    if (settings.format != ExportFormat::mp4 || settings.maxBytes)
+        sum.add(std::format("{}:{}\n", static_cast<int>(settings.format), settings.maxBytes.value_or(0)));
     sum.add(encodeDocument(shown));
     for (const auto& track : project.tracks)
         sum.add(std::format("\n{}", stateOf(store.mediaURL(project, track.file))));

@@ -1,10 +1,15 @@
 #include "VideoMedia/MovieImport.h"
 
 #include "VideoCore/Error.h"
+#include "VideoCore/FileIO.h"
+#include "VideoCore/FileLock.h"
 #include "VideoMedia/CopyFile.h"
 
 #include <cmath>
+#include <exception>
+#include <fcntl.h>
 #include <format>
+#include <string_view>
 
 namespace orvo::MovieImport {
 
@@ -23,6 +28,17 @@ MediaFacts factsOf(const fs::path& copy, const fs::path& movie, const MediaProbe
         if (const auto at = text.find(name); at != std::string::npos)
             throw captureError(text.replace(at, name.size(), movie.filename().string()));
         throw;
+    }
+}
+
+constexpr std::string_view failureName = "import-error.txt";
+
+/// Leaves the reason for the library to show. A failure here changes nothing: the reason is reported anyway.
+void noteFailure(const ProjectStore& store, const Uuid& id, const std::string& reason)
+{
+    try {
+        writeFileAtomically(store.directory(id) / failureName, reason);
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the disk may be full.
     }
 }
 
@@ -72,8 +88,14 @@ VideoProject importMovie(const ProjectStore& store, const fs::path& movie, std::
 {
     VideoProject project = target ? std::move(*target) : VideoProject::make(movie.stem().string());
     const bool isNew = !fs::exists(store.directory(project.id));
-    if (isNew)
+    FileLock working;
+    if (isNew) {
+        project.state = ProjectState::importFailed; // Until it has a track, also when this program is killed.
         store.create(project);
+        working =
+            FileLock(UniqueFd(::open(store.directory(project.id).c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)));
+        working.tryLock();
+    }
     try {
         append(project, copyMovie(store, movie, project, probe, progress, stop));
     } catch (const Cancelled&) {
@@ -81,9 +103,25 @@ VideoProject importMovie(const ProjectStore& store, const fs::path& movie, std::
         if (isNew)
             fs::remove_all(store.directory(project.id), ignored);
         throw;
+    } catch (const std::exception& error) {
+        if (isNew)
+            noteFailure(store, project.id, describe(error));
+        throw;
     }
     store.save(project);
     return project;
+}
+
+std::string failure(const ProjectStore& store, const Uuid& id)
+{
+    const fs::path folder = store.directory(id);
+    std::error_code ignored;
+    if (fs::exists(folder / failureName, ignored))
+        return readFile(folder / failureName);
+    UniqueFd descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!descriptor || !FileLock(std::move(descriptor)).tryLock())
+        return {}; // It is being imported.
+    return "La importación se interrumpió.";
 }
 
 } // namespace orvo::MovieImport

@@ -35,12 +35,16 @@ void append(VideoProject& project, const CopiedMovie& movie);
 /// Copies a movie and appends it to the project `target`, or to a new project named after the file. Returns the changed
 /// project, saved.
 ///
-/// Blocks; `progress` receives the copied fraction. Throws `captureError` ("El archivo no contiene una duración
-/// válida.", or a text that says why the file is not a movie), file system errors unchanged, and `Cancelled`. Then the
-/// document is unchanged. A failure keeps a complete copy and the folder of a new project; cancelling removes a new
-/// project.
+/// Blocks; `progress` receives the copied fraction. Throws `captureError` ("El archivo no contiene una duración válida.", or
+/// a text that says why the file is not a movie), file system errors unchanged, and `Cancelled`. Then the document of
+/// `target` is unchanged, and a complete copy stays. A failure keeps a new project, in the state
+/// `ProjectState::importFailed`; cancelling removes it.
 VideoProject importMovie(const ProjectStore& store, const std::filesystem::path& movie, std::optional<VideoProject> target,
     const MediaProbe& probe, const ProgressCallback& progress = {}, const std::stop_token& stop = {});
+
+/// Why the movie of a project in the state `ProjectState::importFailed` could not be imported, for the user; empty while it
+/// is being imported. Throws file system errors unchanged.
+std::string failure(const ProjectStore& store, const Uuid& id);
 
 } // namespace MovieImport
 

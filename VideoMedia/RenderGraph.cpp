@@ -417,6 +417,23 @@ std::string picture(const VideoProject& project, std::span<const Input> inputs, 
     return PictureGraph(project, inputs, settings).text();
 }
 
+std::string sound(const VideoProject& project, std::int64_t fps)
+{
+    const auto kept = keptSpans(project, fps);
+    Chains chains;
+    chains.add(std::format("[0:a]asplit={}{}", kept.size(), labels("abranch", kept.size())));
+    std::string joined;
+    for (std::size_t n = 0; n < kept.size(); ++n) {
+        const auto& span = kept[n].span;
+        chains.add(
+            std::format("{}atrim=start={}:end={},asetpts=PTS-STARTPTS{}{}", label("abranch", n), durationText(span.start),
+                durationText(span.end), soundFades(kept[n], std::max(span.duration(), 0.0)), label("a", n)));
+        joined += label("a", n);
+    }
+    chains.add(std::format("{}concat=n={}:v=0:a=1[aout]", joined, kept.size()));
+    return chains.text();
+}
+
 std::string escapedPath(std::string_view path)
 {
     std::string result;

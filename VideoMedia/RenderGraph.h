@@ -61,6 +61,9 @@ struct PictureSettings {
 /// each image overlay in document order. Drops frames inside cuts as early as possible.
 std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings);
 
+/// The graph that produces "[aout]" from its only input, the mixed audio, as `picture` does.
+std::string sound(const VideoProject& project, std::int64_t fps);
+
 /// Escapes a path for a single-quoted filter option.
 std::string escapedPath(std::string_view path);
 

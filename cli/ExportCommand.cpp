@@ -1,5 +1,6 @@
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/UniqueFd.h"
+#include "VideoMedia/ExportPresets.h"
 #include "VideoMedia/ExportService.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/WorkFolder.h"
@@ -13,14 +14,19 @@
 #include "cli/TextColumns.h"
 #include "cli/Wording.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <fcntl.h>
 #include <format>
+#include <optional>
+#include <ranges>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace orvo::cli {
 
@@ -35,13 +41,47 @@ struct ExportArguments {
     std::string fps;
     std::string quality;
     std::string subtitles;
+    std::string preset;
+    std::string from;
+    std::string to;
     bool burnIn = false;
     bool force = false;
 };
 
-ExportSettings settingsOf(const ExportArguments& arguments)
+/// The stretch that "--from" and "--to" name; nothing without either.
+std::optional<TimeSpan> spanOf(const ExportArguments& arguments, const VideoProject& project)
+{
+    if (arguments.from.empty() && arguments.to.empty())
+        return std::nullopt;
+    const TimeSpan span{.start = arguments.from.empty() ? 0 : timeArgument("--from", arguments.from),
+        .end = arguments.to.empty() ? project.duration : timeArgument("--to", arguments.to)};
+    if (!(span.start < std::min(span.end, project.duration)))
+        throw UsageError("Entre --from y --to no queda nada que exportar.");
+    return span;
+}
+
+const ExportPreset* presetOf(const std::string& name)
+{
+    if (name.empty())
+        return nullptr;
+    if (const auto* preset = ExportPreset::find(name))
+        return preset;
+    const auto ids = ExportPreset::all() | std::views::transform(&ExportPreset::id) | std::ranges::to<std::vector>();
+    throw UsageError(std::format("No existe el destino {}.{} Los destinos son moodle, youtube, correo, audio, gif y webm.",
+        inQuotes(name), suggestion(name, ids)));
+}
+
+ExportSettings settingsOf(const ExportArguments& arguments, const VideoProject& project)
 {
     ExportSettings settings = renderSettings(arguments.height, arguments.quality);
+    if (const auto* preset = presetOf(arguments.preset)) {
+        const ExportSettings chosen = settings;
+        settings = preset->settings(project, chosen);
+        if (!arguments.height.empty())
+            settings.height = chosen.height;
+        if (!arguments.quality.empty())
+            settings.quality = chosen.quality;
+    }
     settings.subtitles = subtitleCues("--subtitles", arguments.subtitles);
     settings.burnIn = arguments.burnIn;
     if (settings.burnIn && settings.subtitles == SubtitleCues::none)
@@ -87,7 +127,7 @@ void exportToOutput(Session& session, const VideoProject& project, ExportSetting
     UniqueFd rendered;
     {
         const WorkFolder folder(session.library().store().directory(project.id), "render");
-        const fs::path file = folder / "salida.mp4";
+        const fs::path file = folder / ("salida" + std::string(ExportService::extensionOf(settings.format)));
         const auto outcome =
             runInterruptibly("Exportando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
                 return ExportService::exportVideo(
@@ -104,9 +144,11 @@ void exportToOutput(Session& session, const VideoProject& project, ExportSetting
 
 void exportProject(Session& session, const ExportArguments& arguments)
 {
-    const ExportSettings settings = settingsOf(arguments);
+    settingsOf(arguments, VideoProject()); // What is wrong for any project is said first.
     Library& library = session.library();
     const VideoProject project = library.load(arguments.project);
+    ExportSettings settings = settingsOf(arguments, project);
+    settings.span = spanOf(arguments, project);
     if (CaptureSession::isMarkedRecording(project))
         throw captureError("Termina esta grabación antes de exportarla.");
     if (arguments.file == "-")
@@ -124,18 +166,19 @@ void exportProject(Session& session, const ExportArguments& arguments)
         session.note(remarks);
     const fs::path subtitles = ExportService::subtitleFile(file);
     const auto size = fs::file_size(file);
-    const bool hasSubtitles = settings.subtitles != SubtitleCues::none;
+    const bool hasSubtitles = ExportService::hasSubtitleFile(settings);
+    const double length = ExportService::exportedDuration(project, settings);
     if (session.json()) {
         JsonValue::Object answer{{"id", project.id}, {"file", file.string()}};
         if (hasSubtitles)
             answer.emplace_back("subtitles", subtitles.string());
-        answer.emplace_back("duration", project.playableDuration());
+        answer.emplace_back("duration", length);
         answer.emplace_back("size", size);
         return session.answer(answer);
     }
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-    std::string text = std::format("Vídeo: {} ({}, {}, en {})\n", printable(file.string()),
-        fineLength(project.playableDuration()), fileSize(size), clockTime(seconds));
+    std::string text = std::format("{}: {} ({}, {}, en {})\n", settings.format == ExportFormat::audio ? "Audio" : "Vídeo",
+        printable(file.string()), fineLength(length), fileSize(size), clockTime(seconds));
     if (hasSubtitles)
         text += std::format("Subtítulos: {}\n", printable(subtitles.string()));
     session.print(text);
@@ -147,10 +190,17 @@ void addExportCommand(CLI::App& app, Session& session)
 {
     addCommand<ExportArguments>(
         app, session,
-        {"export", "Resultado", "Exporta el vídeo editado a MP4.\nDeja al lado los subtítulos en un archivo .srt."},
+        {"export", "Resultado",
+            "Exporta el vídeo editado, entero o en parte.\nDeja al lado los subtítulos en un archivo .srt."},
         [](Command& command, ExportArguments& arguments) {
             command.project(arguments.project);
-            command.argument("ARCHIVO", arguments.file, "El archivo .mp4, o «-» para la salida estándar.");
+            command.argument("ARCHIVO", arguments.file,
+                "El archivo .mp4 (.webm, .m4a o .gif según --preset), o «-» para la salida estándar.");
+            command.option("--preset", "DESTINO", arguments.preset,
+                "Para qué es: moodle, youtube, correo (como mucho 20 MB), audio, gif o webm. Las demás opciones lo "
+                "cambian.");
+            command.option("--from", "TIEMPO", arguments.from, "Exporta solo desde este momento de la grabación.");
+            command.option("--to", "TIEMPO", arguments.to, "Exporta solo hasta este momento de la grabación.");
             addRenderOptions(command, arguments.height, arguments.quality);
             command.option("--fps", "N", arguments.fps, "Fotogramas por segundo; 30 si no se indica.");
             command.option("--subtitles", "CLASE", arguments.subtitles,

@@ -1,3 +1,4 @@
+#include "OrvoVideo/library/ProjectOrder.h"
 #include "VideoCore/DocumentCodec.h"
 #include "VideoCore/Labels.h"
 #include "VideoCore/Timeline.h"
@@ -11,12 +12,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <format>
-#include <functional>
-#include <memory>
 #include <ranges>
-#include <utf8proc.h>
 
 namespace orvo::cli {
 
@@ -45,31 +42,16 @@ struct ListArguments {
     std::string sort;
 };
 
-/// A sort key without case and accents: "Álgebra" before "baile".
-std::string collated(const std::string& title)
-{
-    utf8proc_uint8_t* mapped = nullptr;
-    const auto length = utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(title.data()),
-        static_cast<utf8proc_ssize_t>(title.size()), &mapped,
-        static_cast<utf8proc_option_t>(
-            UTF8PROC_STABLE | UTF8PROC_COMPAT | UTF8PROC_DECOMPOSE | UTF8PROC_CASEFOLD | UTF8PROC_STRIPMARK));
-    const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owner(mapped, &std::free);
-    return length < 0 ? title : std::string(reinterpret_cast<const char*>(mapped), static_cast<std::size_t>(length));
-}
-
 /// Sorts the projects, which are newest first. Throws `UsageError` for an unknown order.
-void sort(std::vector<VideoProject>& projects, const std::string& order)
+void sort(std::vector<VideoProject>& projects, const std::string& name)
 {
     static constexpr std::array<std::string_view, 4> orders{"created", "updated", "title", "duration"};
-    if (order == "updated")
-        std::ranges::stable_sort(projects, std::greater(), &VideoProject::updatedAt);
-    else if (order == "title")
-        std::ranges::stable_sort(projects, {}, [](const VideoProject& project) { return collated(project.title); });
-    else if (order == "duration")
-        std::ranges::stable_sort(projects, std::greater(), &VideoProject::duration);
-    else if (!order.empty() && order != "created")
+    const auto order = name.empty() ? ProjectOrder::created : parseProjectOrder(name);
+    if (!order)
         throw UsageError(std::format("No existe el orden {}.{} Los órdenes son created, updated, title y duration.",
-            inQuotes(order), suggestion(order, orders)));
+            inQuotes(name), suggestion(name, orders)));
+    std::ranges::stable_sort(
+        projects, [&](const VideoProject& a, const VideoProject& b) { return comesBefore(*order, a, b); });
 }
 
 void list(Session& session, const ListArguments& arguments)

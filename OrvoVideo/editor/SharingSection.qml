@@ -101,7 +101,7 @@ Flickable {
         Action {
             objectName: "publish"
             prominent: true
-            enabled: root.configured && root.app.idle
+            enabled: root.configured && !root.app.recorder.isRecording
             text: root.app.project.published ? "Reemplazar vídeo publicado" : "Publicar"
             onClicked: root.app.publish()
         }

@@ -73,7 +73,7 @@ ColumnLayout {
             objectName: "transcribe"
             text: "Transcribir"
             prominent: root.empty
-            enabled: root.app.hasProject && root.app.idle
+            enabled: root.app.hasProject && !root.app.recorder.isRecording
             onClicked: root.app.transcribe()
         }
     }

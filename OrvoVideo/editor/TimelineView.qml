@@ -104,7 +104,7 @@ ColumnLayout {
             HeaderIcon {
                 iconName: "copy-plus"
                 command: Commands.AppendVideo
-                enabled: root.app.hasProject && root.app.idle
+                enabled: root.app.hasProject && !root.app.recorder.isRecording
                 onClicked: root.app.importMedia(true)
             }
             HeaderIcon {

@@ -10,6 +10,7 @@ namespace orvo {
 AppModel::AppModel(AppServices services, QObject* parent)
     : QObject(parent)
     , m_services(std::move(services))
+    , m_queue(m_operation)
     , m_documents(*m_services.store)
     , m_project(*m_services.store)
     , m_saving(m_project, m_documents, m_operation)
@@ -33,13 +34,24 @@ AppModel::AppModel(AppServices services, QObject* parent)
           .playback = m_playback,
           .operation = m_operation,
           .workers = m_workers})
-    , m_importExport({.services = m_services,
+    , m_imports(
+          {.services = m_services, .open = m_project, .library = m_library, .operation = m_operation, .workers = m_workers})
+    , m_exports({.services = m_services,
           .settings = m_settings,
-          .exportChoice = m_exportChoice,
+          .choice = m_exportChoice,
           .open = m_project,
           .saving = m_saving,
           .library = m_library,
           .operation = m_operation,
+          .queue = m_queue,
+          .workers = m_workers})
+    , m_care({.services = m_services,
+          .open = m_project,
+          .saving = m_saving,
+          .documents = m_documents,
+          .library = m_library,
+          .operation = m_operation,
+          .queue = m_queue,
           .workers = m_workers})
     , m_shortcuts(std::move(m_services.recording.shortcutKeys))
     , m_recorder(std::move(m_services.recording),
@@ -59,12 +71,14 @@ AppModel::AppModel(AppServices services, QObject* parent)
           .library = m_library,
           .server = m_server,
           .operation = m_operation,
+          .queue = m_queue,
           .workers = m_workers})
     , m_transcription({.services = m_services,
           .open = m_project,
           .saving = m_saving,
           .library = m_library,
           .operation = m_operation,
+          .queue = m_queue,
           .workers = m_workers})
     , m_installation(m_services, m_operation, m_workers)
 {
@@ -86,6 +100,7 @@ AppModel::~AppModel()
 {
     // In this order every coroutine comes to its end while the model is whole.
     flushSave();
+    m_queue.clear();
     m_library.shutDown();
     m_services.panels.reset();
     m_recorder.shutDown();
@@ -109,8 +124,18 @@ void AppModel::forwardSignals()
     connect(&m_operation, &Operation::busyChanged, this, &AppModel::busyChanged);
     connect(&m_operation, &Operation::idleChanged, this, &AppModel::idleChanged);
     connect(&m_operation, &Operation::progressChanged, this, &AppModel::progressChanged);
+    connect(&m_queue, &WorkQueue::changed, this, &AppModel::busyChanged);
+    connect(&m_queue, &WorkQueue::progressChanged, this, &AppModel::progressChanged);
     connect(&m_operation, &Operation::statusChanged, this, &AppModel::statusChanged);
     connect(&m_operation, &Operation::errorMessageChanged, this, &AppModel::errorMessageChanged);
+}
+
+void AppModel::cancel()
+{
+    if (m_operation.busy())
+        m_operation.cancel();
+    else
+        m_queue.cancel();
 }
 
 bool AppModel::prepareToQuit()
@@ -124,7 +149,7 @@ bool AppModel::prepareToQuit()
 
 void AppModel::importFile(const QUrl& movie, bool append)
 {
-    m_importExport.importMovie(movie.toLocalFile().toStdString(), append);
+    m_imports.importMovie(movie.toLocalFile().toStdString(), append);
 }
 
 void AppModel::addImageFile(const QUrl& file)

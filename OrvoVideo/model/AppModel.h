@@ -4,7 +4,9 @@
 #include "OrvoVideo/model/AppServices.h"
 #include "OrvoVideo/model/Editing.h"
 #include "OrvoVideo/model/ExportChoice.h"
-#include "OrvoVideo/model/ImportExport.h"
+#include "OrvoVideo/model/Exports.h"
+#include "OrvoVideo/model/Imports.h"
+#include "OrvoVideo/model/LibraryCare.h"
 #include "OrvoVideo/model/OpenProject.h"
 #include "OrvoVideo/model/Operation.h"
 #include "OrvoVideo/model/Playback.h"
@@ -18,6 +20,7 @@
 #include "OrvoVideo/model/ShortcutManager.h"
 #include "OrvoVideo/model/Transcription.h"
 #include "OrvoVideo/model/Values.h"
+#include "OrvoVideo/model/WorkQueue.h"
 #include "OrvoVideo/model/Workers.h"
 
 #include <QObject>
@@ -59,6 +62,9 @@ class AppModel : public QObject {
     Q_PROPERTY(orvo::Transcription* transcription READ transcription CONSTANT)
     Q_PROPERTY(orvo::AppInstallation* installation READ installation CONSTANT)
     Q_PROPERTY(orvo::ExportChoice* exportChoice READ exportChoice CONSTANT)
+    Q_PROPERTY(orvo::Exports* exports READ exports CONSTANT)
+    Q_PROPERTY(orvo::WorkQueue* queue READ queue CONSTANT)
+    Q_PROPERTY(orvo::LibraryCare* care READ care CONSTANT)
 
     Q_PROPERTY(bool libraryListed READ libraryListed NOTIFY libraryListedChanged)
     Q_PROPERTY(bool hasProject READ hasProject NOTIFY projectChanged)
@@ -111,6 +117,9 @@ public:
     Transcription* transcription() { return &m_transcription; }
     AppInstallation* installation() { return &m_installation; }
     ExportChoice* exportChoice() { return &m_exportChoice; }
+    Exports* exports() { return &m_exports; }
+    WorkQueue* queue() { return &m_queue; }
+    LibraryCare* care() { return &m_care; }
 
     // --- The library, and opening ---------------------------------------------------------------------------------------
 
@@ -119,9 +128,9 @@ public:
     void refreshLibrary() { m_library.refresh(); }
     QCoro::Task<> select(VideoProject project) { return m_library.select(std::move(project)); }
     Q_INVOKABLE void open(const QString& projectId) { m_library.open(projectId); }
-    Q_INVOKABLE void importMedia(bool append) { m_importExport.askAndImport(append); }
+    Q_INVOKABLE void importMedia(bool append) { m_imports.askAndImport(append); }
     Q_INVOKABLE void importFile(const QUrl& movie, bool append);
-    Q_INVOKABLE void exportVideo() { m_importExport.exportVideo(); }
+    Q_INVOKABLE void exportVideo() { m_exports.exportOpen(); }
     Q_INVOKABLE void recover() { m_recovery.recover(); }
 
     // --- The open project -----------------------------------------------------------------------------------------------
@@ -142,6 +151,8 @@ public:
     void setSelectedSpan(const Span& span) { m_project.setSelectedSpan(span); }
     Q_INVOKABLE void findSuggestions() { m_project.findSuggestions(); }
 
+    /// Takes what is being typed.
+    Q_INVOKABLE void commitTyped() { m_saving.commitTyped(); }
     void saveSoon() { m_saving.saveSoon(); }
     void flushSave() { m_saving.flush(); }
     bool unsavedChanges() const { return m_saving.unsavedChanges(); }
@@ -197,10 +208,14 @@ public:
     // --- The long operation of the moment, and the texts -----------------------------------------------------------------
 
     void perform(Operation::Work work) { m_operation.perform(std::move(work)); }
-    Q_INVOKABLE void cancel() { m_operation.cancel(); }
-    bool busy() const { return m_operation.busy(); }
+    /// Stops the long operation, or else the running job of the queue.
+    Q_INVOKABLE void cancel();
+    /// Whether a long operation or the queue is at work.
+    bool busy() const { return m_operation.busy() || m_queue.busy(); }
+    /// Whether a long operation or a recording can begin; the queue keeps none from it.
     bool idle() const { return m_operation.idle(); }
-    double progress() const { return m_operation.progress(); }
+    /// Of the long operation, or else of the running job.
+    double progress() const { return m_operation.busy() || !m_queue.busy() ? m_operation.progress() : m_queue.progress(); }
     QString status() const { return m_operation.status(); }
     QString errorMessage() const { return m_operation.errorMessage(); }
     Q_INVOKABLE void clearError() { m_operation.clearError(); }
@@ -255,6 +270,7 @@ private:
     RunSettings m_settings;
     ExportChoice m_exportChoice;
     Operation m_operation;
+    WorkQueue m_queue;
     Workers m_workers;
     ProjectDocuments m_documents;
     OpenProject m_project;
@@ -263,7 +279,9 @@ private:
     ProjectLibrary m_library;
     Recovery m_recovery;
     Editing m_editing;
-    ImportExport m_importExport;
+    Imports m_imports;
+    Exports m_exports;
+    LibraryCare m_care;
     ShortcutManager m_shortcuts;
     Recorder m_recorder;
     ServerAccount m_server;

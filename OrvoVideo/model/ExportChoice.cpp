@@ -1,7 +1,11 @@
 #include "OrvoVideo/model/ExportChoice.h"
 
-#include "Platform/settings/StoredSettings.h"
+#include "OrvoVideo/model/ModelText.h"
 
+#include "Platform/settings/StoredSettings.h"
+#include "VideoMedia/ExportPresets.h"
+
+#include <QVariantMap>
 #include <algorithm>
 #include <array>
 #include <optional>
@@ -34,6 +38,8 @@ ExportChoice::ExportChoice(QObject* parent)
     if (const auto stored = StoredSettings::text(StoredSettings::exportSubtitles))
         m_subtitles = cuesNamed(*stored).value_or(m_subtitles);
     m_burnIn = StoredSettings::text(StoredSettings::exportBurnIn) == "true";
+    if (const auto stored = StoredSettings::text(StoredSettings::exportPreset); stored && ExportPreset::find(*stored))
+        m_preset = Text::from(*stored);
 }
 
 QString ExportChoice::subtitles() const
@@ -44,13 +50,35 @@ QString ExportChoice::subtitles() const
 
 void ExportChoice::setSubtitles(const QString& subtitles)
 {
-    if (const auto cues = cuesNamed(subtitles.toStdString()))
-        setAndStore(*cues, m_burnIn);
+    const auto cues = cuesNamed(subtitles.toStdString());
+    if (!cues || *cues == m_subtitles)
+        return;
+    m_subtitles = *cues;
+    store();
 }
 
 void ExportChoice::setBurnIn(bool burnIn)
 {
-    setAndStore(m_subtitles, burnIn);
+    if (std::exchange(m_burnIn, burnIn) != burnIn)
+        store();
+}
+
+void ExportChoice::setPreset(const QString& preset)
+{
+    if (m_preset == preset || !(preset.isEmpty() || ExportPreset::find(preset.toStdString())))
+        return;
+    m_preset = preset;
+    store();
+}
+
+QVariantList ExportChoice::presets()
+{
+    const auto text = [](std::string_view value) { return Text::from(std::string(value)); };
+    QVariantList list;
+    for (const auto& preset : ExportPreset::all())
+        list << QVariantMap{{QStringLiteral("id"), text(preset.id)}, {QStringLiteral("name"), text(preset.name)},
+            {QStringLiteral("note"), text(preset.note)}, {QStringLiteral("needsSpan"), preset.needsSpan}};
+    return list;
 }
 
 void ExportChoice::apply(ExportSettings& settings) const
@@ -59,15 +87,19 @@ void ExportChoice::apply(ExportSettings& settings) const
     settings.burnIn = m_burnIn;
 }
 
-void ExportChoice::setAndStore(SubtitleCues subtitles, bool burnIn)
+ExportSettings ExportChoice::settings(const VideoProject& project, ExportSettings own) const
 {
-    if (m_subtitles == subtitles && m_burnIn == burnIn)
-        return;
-    m_subtitles = subtitles;
-    m_burnIn = burnIn;
+    apply(own);
+    const auto* preset = ExportPreset::find(m_preset.toStdString());
+    return preset ? preset->settings(project, own) : own;
+}
+
+void ExportChoice::store()
+{
     emit changed();
     StoredSettings::remember(StoredSettings::exportSubtitles, nameOf(m_subtitles));
     StoredSettings::remember(StoredSettings::exportBurnIn, m_burnIn ? "true" : "false");
+    StoredSettings::remember(StoredSettings::exportPreset, m_preset.toStdString());
 }
 
 } // namespace orvo

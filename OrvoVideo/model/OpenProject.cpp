@@ -38,14 +38,10 @@ void OpenProject::close()
     m_history.clear();
     m_suggestions.setSuggestions({});
     m_project.reset();
-    m_facts = {};
-    m_tracks.show(nullptr, {});
-    m_transcript.show(nullptr);
-    m_cuts.show(nullptr);
-    m_zooms.show(nullptr);
-    m_overlays.show(nullptr, {});
-    emit projectChanged();
-    emit historyChanged();
+    m_found.clear();
+    showProject();
+    tellHistory();
+    setSelectedSpan({});
 }
 
 void OpenProject::show(VideoProject version)
@@ -217,22 +213,27 @@ void OpenProject::setProject(VideoProject project)
     const bool otherEdit = !m_project || !m_project->edit.cuts.sharesStorageWith(project.edit.cuts)
         || !m_project->edit.events.sharesStorageWith(project.edit.events) || m_project->duration != project.duration;
     m_project = std::move(project);
-    const VideoProject& shown = *m_project;
-    m_facts = ProjectFacts::of(shown);
-    const auto resolve = [&](const std::string& file) {
+    if (otherEdit)
+        offerSuggestions();
+    showProject();
+}
+
+void OpenProject::showProject()
+{
+    const VideoProject* shown = m_project ? &*m_project : nullptr;
+    m_facts = shown ? ProjectFacts::of(*shown) : ProjectFacts();
+    const auto resolve = [this](const std::string& file) {
         try {
-            return QUrl::fromLocalFile(Text::from(m_store.mediaURL(shown, file)));
+            return QUrl::fromLocalFile(Text::from(m_store.mediaURL(*m_project, file)));
         } catch (const std::exception&) {
             return QUrl(); // It leads out of the project.
         }
     };
-    m_tracks.show(&shown, resolve);
-    m_transcript.show(&shown);
-    m_cuts.show(&shown);
-    m_zooms.show(&shown);
-    m_overlays.show(&shown, resolve);
-    if (otherEdit)
-        offerSuggestions();
+    m_tracks.show(shown, resolve);
+    m_transcript.show(shown);
+    m_cuts.show(shown);
+    m_zooms.show(shown);
+    m_overlays.show(shown, resolve);
     emit projectChanged();
 }
 

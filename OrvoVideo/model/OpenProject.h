@@ -132,6 +132,7 @@ signals:
 
 private:
     void setProject(VideoProject project);
+    void showProject();
     void step(std::optional<VideoProject> version);
     void endStepOfGesture();
     void tellHistory();

@@ -56,6 +56,14 @@ QCoro::Task<> Operation::run(Work work, Endings endings)
     } catch (const std::exception& error) {
         failure = describe(error);
     }
+    say(failure, cancelled, endings);
+    setBusy(false);
+    if (failure || cancelled)
+        emit brokenOff();
+}
+
+void Operation::say(const std::optional<std::string>& failure, bool cancelled, const Endings& endings)
+{
     if (failure)
         setErrorMessage(QString::fromStdString(*failure));
     if (failure)
@@ -64,7 +72,11 @@ QCoro::Task<> Operation::run(Work work, Endings endings)
         setStatus(endings.cancelled);
     else
         clearFailedStatus();
-    setBusy(false);
+}
+
+void Operation::conclude(const std::optional<std::string>& failure, bool cancelled, const Endings& endings)
+{
+    say(failure, cancelled, endings);
     if (failure || cancelled)
         emit brokenOff();
 }

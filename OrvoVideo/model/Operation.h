@@ -6,7 +6,9 @@
 #include <QObject>
 #include <QString>
 #include <functional>
+#include <optional>
 #include <stop_token>
+#include <string>
 #include <utility>
 
 namespace orvo {
@@ -52,6 +54,9 @@ public:
     double progress() const { return m_progress; }
     void setProgress(double progress);
 
+    /// Says how a piece of work has ended: a failure in `errorMessage` and `status`, a cancellation in `status`.
+    void conclude(const std::optional<std::string>& failure, bool cancelled, const Endings& endings);
+
     /// One line that is always there.
     QString status() const { return m_status; }
     void setStatus(const QString& status);
@@ -76,10 +81,11 @@ signals:
     void errorMessageChanged();
     /// The user has asked the running operation to stop.
     void cancelled();
-    /// The operation has failed or was cancelled, and is over.
+    /// An operation has failed or was cancelled, and is over.
     void brokenOff();
 
 private:
+    void say(const std::optional<std::string>& failure, bool cancelled, const Endings& endings);
     void begin(Work work, Endings endings);
     QCoro::Task<> run(Work work, Endings endings);
     QCoro::Task<> watchOver(QCoro::Task<> task);

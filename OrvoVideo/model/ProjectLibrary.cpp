@@ -5,12 +5,16 @@
 #include "VideoCore/Error.h"
 
 #include <QScopeGuard>
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
 #include <utility>
 
 namespace orvo {
 
 ProjectLibrary::ProjectLibrary(const Parts& parts)
     : m_parts(parts)
+    , m_libraryWatch(m_parts.store.root())
 {
     connect(&m_parts.operation, &Operation::brokenOff, this, &ProjectLibrary::refresh);
     connect(&m_parts.open, &OpenProject::edited, this, [this](OpenProject::Save save) {
@@ -18,6 +22,7 @@ ProjectLibrary::ProjectLibrary(const Parts& parts)
             m_list.replace(*m_parts.open);
     });
     connect(&m_parts.saving, &Saving::written, this, &ProjectLibrary::watchDocument);
+    connect(&m_libraryWatch, &LibraryWatch::changed, this, &ProjectLibrary::noteChanged);
     connect(&m_watch, &DocumentWatch::changed, this, [this] { m_parts.operation.start(reloadWhenChangedElsewhere()); });
 }
 
@@ -127,10 +132,24 @@ void ProjectLibrary::openRecording(const VideoProject& project)
     show(project, std::nullopt);
 }
 
+void ProjectLibrary::close()
+{
+    if (!m_parts.open || m_parts.open.isLocked())
+        return;
+    m_parts.saving.flush();
+    leaveNone();
+}
+
 void ProjectLibrary::closeGone()
 {
-    ++m_opening;
     m_parts.saving.noteOpened();
+    leaveNone();
+}
+
+void ProjectLibrary::leaveNone()
+{
+    ++m_opening;
+    m_parts.playback.clear();
     m_parts.playback.rewind();
     m_parts.open.close();
     m_list.setOpen(std::nullopt);
@@ -186,6 +205,40 @@ QCoro::Task<> ProjectLibrary::change(Uuid id, std::function<void(VideoProject&)>
     m_parts.documents.save(project, otherProject);
     co_await m_parts.documents.settled();
     m_list.replace(project);
+}
+
+void ProjectLibrary::noteChanged(const std::set<Uuid>& projects)
+{
+    const auto isListed = [&](const Uuid& id) {
+        std::error_code ignored;
+        return m_list.find(id) && std::filesystem::exists(m_parts.store.directory(id), ignored);
+    };
+    if (std::ranges::all_of(projects, isListed))
+        m_parts.operation.start(reloadListed(projects));
+    else
+        refresh();
+    emit changedOnDisk(projects);
+}
+
+/// The open one is followed by `reloadWhenChangedElsewhere`.
+QCoro::Task<> ProjectLibrary::reloadListed(std::set<Uuid> projects)
+{
+    co_await m_parts.documents.settled();
+    const auto read = co_await m_parts.workers.run([store = m_parts.store, projects] {
+        std::vector<VideoProject> result;
+        for (const auto& id : projects) {
+            try {
+                result.push_back(store.load(id));
+            } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the row stays as it is.
+            }
+        }
+        return result;
+    });
+    for (const auto& project : read) {
+        const auto* listed = m_list.find(project.id);
+        if (listed && !m_parts.open.is(project.id) && !saysTheSame(project, *listed))
+            m_list.replace(project);
+    }
 }
 
 void ProjectLibrary::watchDocument()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "OrvoVideo/model/DocumentWatch.h"
+#include "OrvoVideo/model/LibraryWatch.h"
 #include "OrvoVideo/model/OpenProject.h"
 #include "OrvoVideo/model/Operation.h"
 #include "OrvoVideo/model/Playback.h"
@@ -14,6 +15,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace orvo {
@@ -55,6 +57,8 @@ public:
 
     /// Leaves no project open, because the open one's folder is gone.
     void closeGone();
+    /// Writes the open project's changes and leaves nothing open. Ignored while recording.
+    void close();
 
     /// Changes a project of the library, whether it is the open one or not, and saves it. Throws `captureError` when the
     /// project cannot be read.
@@ -69,18 +73,23 @@ signals:
     void isListedChanged();
     /// `list` shows the library as it was just read.
     void listed();
+    /// Another program has changed these projects, or they have come or gone.
+    void changedOnDisk(const std::set<orvo::Uuid>& projects);
     /// Another project is open; its unsaved edits may follow.
     void opened();
     /// The open project has changed outside of the application.
     void reloaded(const std::optional<orvo::Publication>& publicationBefore);
 
 private:
+    void leaveNone();
     QCoro::Task<> readList();
     void show(std::vector<VideoProject> projects);
     QCoro::Task<> openUnlisted(Uuid id);
     void show(VideoProject project, std::optional<VideoProject> unsavedEdits);
     void watchDocument();
     QCoro::Task<> reloadWhenChangedElsewhere();
+    void noteChanged(const std::set<Uuid>& projects);
+    QCoro::Task<> reloadListed(std::set<Uuid> projects);
 
     // The number of a saved version of another project than the open one.
     static constexpr std::uint64_t otherProject = 1;
@@ -88,6 +97,7 @@ private:
     const Parts m_parts;
     LibraryModel m_list;
     DocumentWatch m_watch;
+    LibraryWatch m_libraryWatch;
     bool m_isListed = false;
     bool m_listing = false;
     bool m_listAgain = false;

@@ -1,5 +1,6 @@
 #include "OrvoVideo/model/Publishing.h"
 
+#include "OrvoVideo/model/ModelText.h"
 #include "OrvoVideo/publishing/PublicationPackage.h"
 #include "OrvoVideo/publishing/Sharing.h"
 #include "VideoCore/Error.h"
@@ -47,9 +48,12 @@ void Publishing::publish()
     if (!m_parts.open)
         return;
     m_parts.saving.flush();
-    m_parts.operation.perform([this, project = *m_parts.open](WorkControl control) -> QCoro::Task<> {
-        co_await publishProject(project, std::move(control));
-    });
+    m_parts.queue.add({.title = QStringLiteral("Publicar «%1»").arg(Text::from(m_parts.open->title)),
+        .key = QStringLiteral("publish ") + Text::from(m_parts.open->id),
+        .work = [this, project = *m_parts.open](WorkControl control) -> QCoro::Task<> {
+            setRefusedCopy(std::nullopt);
+            co_await publishProject(project, std::move(control));
+        }});
 }
 
 QCoro::Task<> Publishing::publishProject(VideoProject project, WorkControl control)
@@ -63,12 +67,12 @@ QCoro::Task<> Publishing::publishProject(VideoProject project, WorkControl contr
     const auto package = co_await preparePackage(project, control);
     co_await m_parts.documents.settled(); // The document is among what is uploaded.
     // Called on another thread. It comes before what follows: both wait their turn in the same queue.
-    const auto tell = [this](const std::string& text, double fraction) {
+    const auto tell = [this, report = control.progress](const std::string& text, double fraction) {
         QMetaObject::invokeMethod(
             this,
-            [this, text, fraction] {
+            [this, report, text, fraction] {
                 m_parts.operation.setStatus(QString::fromStdString(text));
-                m_parts.operation.setProgress(fraction);
+                report(fraction);
             },
             Qt::QueuedConnection);
     };
@@ -110,7 +114,7 @@ QCoro::Task<std::shared_ptr<PublicationPackage>> Publishing::preparePackage(Vide
             [package, probe = m_parts.services.probe](
                 const std::stop_token& stop, const ProgressCallback& progress) { package->render(*probe, progress, stop); });
         m_parts.operation.setStatus(QStringLiteral("Generando calidades de streaming…"));
-        m_parts.operation.setProgress(0);
+        control.progress(0);
         co_await m_parts.workers.run(control,
             [package](const std::stop_token& stop, const ProgressCallback& progress) { package->package(progress, stop); });
     }

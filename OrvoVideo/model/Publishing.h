@@ -7,6 +7,7 @@
 #include "OrvoVideo/model/Saving.h"
 #include "OrvoVideo/model/ServerAccount.h"
 #include "OrvoVideo/model/Values.h"
+#include "OrvoVideo/model/WorkQueue.h"
 #include "OrvoVideo/model/Workers.h"
 
 #include <QCoroTask>
@@ -40,6 +41,7 @@ public:
         ProjectLibrary& library;
         ServerAccount& server;
         Operation& operation;
+        WorkQueue& queue;
         Workers& workers;
     };
     explicit Publishing(const Parts& parts);

@@ -212,6 +212,7 @@ QCoro::Task<> Recorder::finish()
     if (m_parts.open->state == ProjectState::ready) {
         co_await m_parts.library.select(*m_parts.open);
         m_parts.operation.setStatus(QStringLiteral("Grabación guardada"));
+        emit saved();
     }
     m_parts.library.refresh();
 }

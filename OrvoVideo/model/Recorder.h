@@ -126,6 +126,8 @@ signals:
     void phaseChanged();
     void timeChanged();
     void microphoneUnheardChanged();
+    /// A recording has ended well and is the open project now.
+    void saved();
     /// A browser's tab is to be recorded, which is begun in the browser.
     void tabWanted();
 

@@ -1,5 +1,6 @@
 #include "OrvoVideo/model/Transcription.h"
 
+#include "OrvoVideo/model/ModelText.h"
 #include "VideoMedia/AnalysisAudio.h"
 
 namespace orvo {
@@ -42,10 +43,14 @@ void Transcription::transcribe()
         return;
     }
     m_parts.saving.flush();
-    m_parts.operation.perform([this](WorkControl control) -> QCoro::Task<> {
-        if (m_parts.open)
-            co_await transcribeProject(*m_parts.open, std::move(control));
-    });
+    if (!m_parts.open)
+        return;
+    m_parts.queue.add({.title = QStringLiteral("Transcribir «%1»").arg(Text::from(m_parts.open->title)),
+        .key = QStringLiteral("transcribe ") + Text::from(m_parts.open->id),
+        .work = [this, project = *m_parts.open](WorkControl control) -> QCoro::Task<> {
+            // It may have waited: what was edited meanwhile counts.
+            co_await transcribeProject(m_parts.open.is(project.id) ? *m_parts.open : project, std::move(control));
+        }});
 }
 
 void Transcription::transcribeWith(const QString& model)

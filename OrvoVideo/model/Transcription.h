@@ -5,6 +5,7 @@
 #include "OrvoVideo/model/Operation.h"
 #include "OrvoVideo/model/ProjectLibrary.h"
 #include "OrvoVideo/model/Saving.h"
+#include "OrvoVideo/model/WorkQueue.h"
 #include "OrvoVideo/model/Workers.h"
 #include "OrvoVideo/transcription/SpeechModels.h"
 #include "OrvoVideo/transcription/TranscriptionService.h"
@@ -35,6 +36,7 @@ public:
         Saving& saving;
         ProjectLibrary& library;
         Operation& operation;
+        WorkQueue& queue;
         Workers& workers;
     };
     explicit Transcription(const Parts& parts);

@@ -25,7 +25,7 @@ DropArea {
     onEntered: drag => {
         movie = drag.urls.find(file => Wording.isMovie(file)) ?? ""
         image = app.hasProject && !app.recorder.isRecording ? drag.urls.find(file => Wording.isImage(file)) ?? "" : ""
-        drag.accepted = (hasMovie && app.idle) || hasImage
+        drag.accepted = (hasMovie && !app.recorder.isRecording) || hasImage
     }
     onExited: forget()
     onDropped: drop => {

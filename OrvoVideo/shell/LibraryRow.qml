@@ -1,8 +1,11 @@
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Controls.Basic
 import Orvo.Ui
 
-/// One project of the library: its picture, title, length, date and, when it needs attention, its state.
+/// One project of the library: its picture, title, length, date and size and, when it needs attention, its state. A movie
+/// that could not be imported says why and can be taken out.
 ItemDelegate {
     id: root
 
@@ -15,32 +18,53 @@ ItemDelegate {
     required property string state
     required property string stateText
     required property bool open
+    required property real bytes
+    required property string failure
     required property ProjectThumbnails thumbnails
     property bool focused: false
+    /// Whether it is one of several that something is done with.
+    property bool marked: false
+    property bool renaming: false
 
-    readonly property bool stateShown: state !== "ready"
-    readonly property string details: (stateShown ? stateText : Theme.timeText(playableDuration)) + " · " + Wording.day(createdAt)
+    readonly property bool failed: state === "import-failed" && failure !== ""
+    readonly property bool importing: state === "import-failed" && failure === ""
+    readonly property bool stateShown: state !== "ready" && !importing
+    readonly property string details: {
+        if (failed)
+            return stateText + ": " + failure
+        if (importing)
+            return "Importando…"
+        const size = bytes > 0 ? " · " + Wording.size(bytes) : ""
+        return (stateShown ? stateText : Theme.timeText(playableDuration)) + " · " + Wording.day(createdAt) + size
+    }
 
+    /// Pressed alone, with Ctrl, with Shift, or with the other button.
     signal chosen()
+    signal markWanted()
+    signal extended()
+    signal menuWanted()
+    signal removeWanted()
+    /// The title was typed, or typing it was given up with an empty text.
+    signal renamed(text: string)
 
     function choose() {
-        chosen()
+        if (!failed && !importing)
+            chosen()
     }
 
     height: 56
     padding: Theme.space(1.5)
     hoverEnabled: true
     focusPolicy: Qt.NoFocus
-    onClicked: choose()
     Accessible.role: Accessible.ListItem
     Accessible.name: title
     Accessible.description: details
-    Accessible.selected: open
+    Accessible.selected: open || marked
     Accessible.onPressAction: choose()
 
     background: Rectangle {
         radius: Theme.radius
-        color: root.open || root.hovered || root.down ? Theme.raised : "transparent"
+        color: root.marked ? Theme.selection : root.open || root.hovered ? Theme.raised : "transparent"
 
         Rectangle {
             visible: root.open
@@ -60,6 +84,21 @@ ItemDelegate {
         }
     }
     contentItem: Item {
+        MouseArea {
+            anchors.fill: parent
+            anchors.margins: -root.padding
+            acceptedButtons: Qt.LeftButton | Qt.RightButton
+            onClicked: mouse => {
+                if (mouse.button === Qt.RightButton)
+                    root.menuWanted()
+                else if (mouse.modifiers & Qt.ControlModifier)
+                    root.markWanted()
+                else if (mouse.modifiers & Qt.ShiftModifier)
+                    root.extended()
+                else
+                    root.choose()
+            }
+        }
         Rectangle {
             id: picture
 
@@ -74,8 +113,8 @@ ItemDelegate {
             OIcon {
                 anchors.centerIn: parent
                 visible: frame.status !== Image.Ready
-                name: "film"
-                color: Theme.secondaryText
+                name: root.failed ? "triangle-alert" : "film"
+                color: root.failed ? Theme.stateInk : Theme.secondaryText
             }
             Image {
                 id: frame
@@ -91,19 +130,50 @@ ItemDelegate {
         Column {
             anchors.left: picture.right
             anchors.leftMargin: Theme.space(2.5)
-            anchors.right: parent.right
+            anchors.right: remove.visible ? remove.left : parent.right
             anchors.verticalCenter: parent.verticalCenter
             spacing: 3
 
             OLabel {
                 width: parent.width
+                visible: !root.renaming
                 text: root.title
                 elide: Text.ElideRight
                 font.weight: root.open ? Font.DemiBold : Font.Medium
                 Accessible.ignored: true
             }
+            Loader {
+                width: parent.width
+                active: root.renaming
+                visible: active
+                sourceComponent: OTextField {
+                    property bool given: false
+
+                    function give(text: string) {
+                        if (!given) {
+                            given = true
+                            root.renamed(text)
+                        }
+                    }
+
+                    implicitHeight: 26
+                    name: "Título nuevo"
+                    text: root.title
+                    onAccepted: give(text)
+                    onGivenUp: give("")
+                    onActiveFocusChanged: {
+                        if (!activeFocus)
+                            give(text)
+                    }
+                    Component.onCompleted: {
+                        forceActiveFocus()
+                        selectAll()
+                    }
+                }
+            }
             OLabel {
                 width: parent.width
+                visible: !root.renaming
                 secondary: !root.stateShown
                 color: root.stateShown ? Theme.stateInk : Theme.secondaryText
                 text: root.details
@@ -112,5 +182,19 @@ ItemDelegate {
                 Accessible.ignored: true
             }
         }
+        OIconButton {
+            id: remove
+
+            visible: root.failed
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            iconName: "x"
+            text: "Quitar"
+            onClicked: root.removeWanted()
+        }
+    }
+    OTooltip {
+        visible: root.failed && root.hovered && !remove.hovered
+        text: root.details
     }
 }

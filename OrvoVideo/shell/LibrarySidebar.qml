@@ -15,13 +15,71 @@ Rectangle {
     signal projectChosen()
     signal settingsWanted()
     signal recorderWanted()
+    signal exportWanted(projectId: string, title: string)
+    signal spaceWanted()
+
+    /// The identifiers of those that something is done with together; empty for the current one alone.
+    property var marked: []
+    property string renaming: ""
 
     function choose(projectId: string) {
         list.forceActiveFocus() // What is being typed elsewhere is taken before its project goes.
+        marked = []
         // What is open stays as it is, with its history.
         if (!app.hasProject || app.project.projectId !== projectId || app.preview !== Playback.Ready)
             app.open(projectId)
         projectChosen()
+    }
+    function toggle(projectId: string) {
+        const others = marked.filter(other => other !== projectId)
+        marked = others.length < marked.length ? others : others.concat([projectId])
+    }
+    function extend(from: int, to: int) {
+        const ids = marked.slice()
+        for (let row = Math.min(from, to); row <= Math.max(from, to); ++row) {
+            if (!ids.includes(view.idAt(row)))
+                ids.push(view.idAt(row))
+        }
+        marked = ids
+    }
+    /// What a command is about that was given at a project.
+    function targets(projectId: string): var {
+        return marked.includes(projectId) ? marked : [projectId]
+    }
+    function openMenu(item: Item) {
+        list.currentIndex = item.index
+        if (!marked.includes(item.projectId))
+            marked = []
+        menu.projects = targets(item.projectId)
+        menu.failed = item.state === "import-failed"
+        menu.parent = item
+        menu.popup(item, Theme.space(4), item.height / 2)
+    }
+    function rename(projectId: string) {
+        renaming = projectId
+    }
+
+    LibraryView {
+        id: view
+
+        library: root.app.library
+        search: search.text
+        order: remembered.order
+    }
+    Remembered {
+        id: remembered
+
+        category: "library"
+        property string order: "created"
+    }
+    LibraryMenu {
+        id: menu
+
+        app: root.app
+        onOpenWanted: root.choose(projects[0])
+        onRenameWanted: root.rename(projects[0])
+        onExportWanted: root.exportWanted(projects[0], root.app.library.titleOf(projects[0]))
+        onClosed: list.forceActiveFocus()
     }
 
     color: Theme.panel
@@ -81,10 +139,71 @@ Rectangle {
             enabled: root.app.idle
             onClicked: root.recorderWanted()
         }
-        OCaption {
+        RowLayout {
             Layout.leftMargin: Theme.space(1)
-            Layout.topMargin: Theme.space(2)
-            text: "BIBLIOTECA"
+
+            OCaption {
+                Layout.fillWidth: true
+                text: "BIBLIOTECA"
+            }
+            OIconButton {
+                id: orderButton
+
+                objectName: "libraryOrder"
+                iconName: "ellipsis"
+                text: "Ordenar la biblioteca"
+                onClicked: orders.popup(orderButton, 0, height)
+
+                OMenu {
+                    id: orders
+
+                    Repeater {
+                        model: [{
+                                "order": "created",
+                                "text": "Por fecha"
+                            }, {
+                                "order": "updated",
+                                "text": "Por último cambio"
+                            }, {
+                                "order": "title",
+                                "text": "Por título"
+                            }, {
+                                "order": "duration",
+                                "text": "Por duración"
+                            }, {
+                                "order": "size",
+                                "text": "Por tamaño"
+                            }]
+
+                        OMenuItem {
+                            required property var modelData
+
+                            text: modelData.text
+                            checkable: true
+                            checked: remembered.order === modelData.order
+                            onTriggered: {
+                                remembered.order = modelData.order
+                                checked = Qt.binding(() => remembered.order === modelData.order)
+                            }
+                        }
+                    }
+                    OMenuSeparator {}
+                    OMenuItem {
+                        text: "¿Qué ocupa espacio?"
+                        onTriggered: root.spaceWanted()
+                    }
+                }
+            }
+        }
+        OTextField {
+            id: search
+
+            objectName: "librarySearch"
+            Layout.fillWidth: true
+            visible: root.app.library.count > 0
+            placeholderText: "Buscar un vídeo"
+            onGivenUp: clear()
+            Keys.onDownPressed: list.forceActiveFocus()
         }
 
         ListView {
@@ -95,7 +214,7 @@ Rectangle {
             Layout.fillHeight: true
             clip: true
             spacing: 2
-            model: root.app.library
+            model: view
             reuseItems: true
             boundsBehavior: Flickable.StopAtBounds
             keyNavigationEnabled: true
@@ -103,12 +222,38 @@ Rectangle {
             highlightMoveDuration: Theme.movement
             Accessible.role: Accessible.List
             Accessible.name: "Biblioteca"
+            Keys.onPressed: event => {
+                const row = currentItem
+                if (!row)
+                    return
+                const isDown = event.key === Qt.Key_Down
+                event.accepted = true
+                if (event.key === Qt.Key_F2) {
+                    root.rename(row.projectId)
+                } else if (event.key === Qt.Key_Delete) {
+                    root.app.care.moveToTrash(root.targets(row.projectId))
+                } else if (event.key === Qt.Key_D && event.modifiers & Qt.ControlModifier) {
+                    root.app.care.duplicate(root.targets(row.projectId))
+                } else if (event.key === Qt.Key_A && event.modifiers & Qt.ControlModifier) {
+                    root.extend(0, count - 1)
+                } else if (event.key === Qt.Key_Menu || (event.key === Qt.Key_F10 && event.modifiers & Qt.ShiftModifier)) {
+                    root.openMenu(row)
+                } else if (event.key === Qt.Key_Escape && root.marked.length > 0) {
+                    root.marked = []
+                } else if (event.modifiers & Qt.ShiftModifier && (isDown || event.key === Qt.Key_Up)) {
+                    const next = Math.min(Math.max(currentIndex + (isDown ? 1 : -1), 0), count - 1)
+                    root.extend(currentIndex, next)
+                    currentIndex = next
+                } else {
+                    event.accepted = false
+                }
+            }
             Keys.onReturnPressed: currentItem?.choose()
             Keys.onEnterPressed: currentItem?.choose()
             Keys.onSpacePressed: currentItem?.choose()
             onActiveFocusChanged: {
                 if (activeFocus && currentIndex < 0)
-                    currentIndex = Math.max(0, root.app.library.openRow())
+                    currentIndex = Math.max(0, view.rowOf(root.app.project.projectId))
             }
             ScrollBar.vertical: OScrollBar {}
 
@@ -116,16 +261,36 @@ Rectangle {
                 width: ListView.view.width
                 thumbnails: thumbnails
                 focused: ListView.isCurrentItem && list.activeFocus
+                marked: root.marked.includes(projectId)
+                renaming: root.renaming === projectId
                 onChosen: {
                     list.currentIndex = index
                     root.choose(projectId)
+                }
+                onMarkWanted: {
+                    list.forceActiveFocus()
+                    list.currentIndex = index
+                    root.toggle(projectId)
+                }
+                onExtended: {
+                    list.forceActiveFocus()
+                    root.extend(Math.max(0, list.currentIndex), index)
+                    list.currentIndex = index
+                }
+                onMenuWanted: root.openMenu(this)
+                onRemoveWanted: root.app.care.moveToTrash([projectId])
+                onRenamed: text => {
+                    root.renaming = ""
+                    list.forceActiveFocus()
+                    if (text !== title)
+                        root.app.care.rename(projectId, text)
                 }
             }
 
             Column {
                 anchors.centerIn: parent
                 width: parent.width - Theme.space(6)
-                visible: root.app.libraryListed && list.count === 0
+                visible: root.app.libraryListed && root.app.library.count === 0
                 spacing: Theme.space(2)
 
                 OIcon {
@@ -150,14 +315,49 @@ Rectangle {
                     lineHeight: 1.25
                 }
             }
+            OLabel {
+                anchors.centerIn: parent
+                width: parent.width - Theme.space(6)
+                visible: root.app.library.count > 0 && list.count === 0
+                secondary: true
+                text: "Ningún título contiene «" + search.text.trim() + "»."
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
+            }
         }
 
+        RowLayout {
+            objectName: "trashed"
+            visible: root.app.care.trashed !== ""
+            spacing: Theme.space(1)
+
+            OLabel {
+                Layout.fillWidth: true
+                Layout.leftMargin: Theme.space(1)
+                secondary: true
+                text: root.app.care.trashed
+                font.pixelSize: Theme.captionSize
+                wrapMode: Text.Wrap
+                maximumLineCount: 2
+                elide: Text.ElideRight
+            }
+            OButton {
+                text: "Deshacer"
+                Accessible.name: "Deshacer: " + root.app.care.trashed
+                onClicked: root.app.care.undoTrash()
+            }
+            OIconButton {
+                iconName: "x"
+                text: "Cerrar el aviso de la papelera"
+                onClicked: root.app.care.forgetTrash()
+            }
+        }
         OButton {
             objectName: "import"
             Layout.fillWidth: true
             text: Commands.title(Commands.ImportVideo)
             iconName: "download"
-            enabled: root.app.idle
+            enabled: !root.app.recorder.isRecording
             onClicked: root.app.importMedia(false)
         }
         OButton {

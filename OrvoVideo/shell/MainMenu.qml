@@ -23,6 +23,8 @@ MenuBar {
     signal historyWanted()
     signal equipmentWanted()
     signal helpWanted(tab: int)
+    signal exportWanted()
+    signal spaceWanted()
 
     /// A command of the editor.
     component EditorAction: CommandAction {
@@ -65,19 +67,23 @@ MenuBar {
         }
         CommandAction {
             command: Commands.ImportVideo
-            enabled: root.app.idle
+            enabled: !root.app.recorder.isRecording
             onTriggered: root.app.importMedia(false)
         }
         CommandAction {
             command: Commands.AppendVideo
-            enabled: root.app.hasProject && root.app.idle
+            enabled: root.app.hasProject && !root.app.recorder.isRecording
             onTriggered: root.app.importMedia(true)
         }
         OMenuSeparator {}
         CommandAction {
             command: Commands.ExportVideo
-            enabled: root.app.hasProject && root.app.idle
-            onTriggered: root.app.exportVideo()
+            enabled: root.app.hasProject && !root.app.recorder.isRecording
+            onTriggered: root.exportWanted()
+        }
+        CommandAction {
+            command: Commands.OpenSpace
+            onTriggered: root.spaceWanted()
         }
         OMenuSeparator {}
         CommandAction {

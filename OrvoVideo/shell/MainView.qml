@@ -75,6 +75,18 @@ ApplicationWindow {
         notes.item.raise()
         notes.item.requestActivate()
     }
+    function openExport(projectId: string, title: string) {
+        exportSheet.active = true
+        exportSheet.item.openFor(projectId, title)
+    }
+    function exportOpenProject() {
+        app.commitTyped()
+        openExport(app.project.projectId, app.project.title)
+    }
+    function openSpace() {
+        space.active = true
+        space.item.open()
+    }
     function closeRecorder() {
         if (recorder.item)
             recorder.item.close()
@@ -84,7 +96,8 @@ ApplicationWindow {
         close()
     }
 
-    title: app.hasProject ? app.project.title + " — Orvo Video" : "Orvo Video"
+    title: (app.queue.busy ? Math.round(app.queue.progress * 100) + " % · " : "")
+        + (app.hasProject ? app.project.title + " — Orvo Video" : "Orvo Video")
     // The window is placed and shown by whoever makes it.
     visible: false
     color: Theme.window
@@ -160,6 +173,8 @@ ApplicationWindow {
         onSettingsWanted: root.openSettings()
         onRecorderWanted: root.openRecorder()
         onQuitWanted: root.quit()
+        onExportWanted: root.exportOpenProject()
+        onSpaceWanted: root.openSpace()
         onZoomWanted: projectPage.item?.addZoom()
         onKeysWanted: projectPage.item?.showKeys()
         onHistoryWanted: projectPage.item?.showHistory()
@@ -223,7 +238,14 @@ ApplicationWindow {
                     onLibraryToggled: root.toggleLibrary()
                     onInspectorToggled: remembered.inspectorShown = !remembered.inspectorShown
                     onSettingsWanted: root.openSettings()
+                    onExportWanted: root.exportOpenProject()
                 }
+            }
+            DonePanel {
+                anchors.right: parent.right
+                anchors.bottom: parent.bottom
+                anchors.margins: Theme.space(4)
+                app: root.app
             }
             DropZones {
                 anchors.fill: parent
@@ -316,6 +338,49 @@ ApplicationWindow {
         }
     }
     Loader {
+        id: exportSheet
+
+        active: false
+        sourceComponent: ExportSheet {
+            parent: root.Overlay.overlay
+            app: root.app
+        }
+    }
+    Loader {
+        id: space
+
+        active: false
+        sourceComponent: SpaceView {
+            parent: root.Overlay.overlay
+            app: root.app
+            onClosed: space.active = false
+        }
+    }
+    Connections {
+        target: root.app.care
+
+        function onTrashQuestion(projectIds: list<string>, text: string) {
+            trashQuestion.projects = projectIds
+            trashQuestion.message = text
+            trashQuestion.open()
+        }
+    }
+    Connections {
+        target: root.app.recorder
+
+        function onSaved() {
+            projectPage.item?.editTitle()
+        }
+    }
+    Connections {
+        target: root.app
+
+        function onBusyChanged() {
+            if (leaveWhileBusy.later && !root.app.busy)
+                Qt.callLater(root.close)
+        }
+    }
+    Loader {
         id: settings
 
         active: false
@@ -347,6 +412,14 @@ ApplicationWindow {
             app: root.app
             onProjectChosen: drawer.close()
             onSettingsWanted: root.openSettings()
+            onExportWanted: (projectId, title) => {
+                drawer.close()
+                root.openExport(projectId, title)
+            }
+            onSpaceWanted: {
+                drawer.close()
+                root.openSpace()
+            }
             onRecorderWanted: {
                 drawer.close()
                 root.openRecorder()
@@ -396,16 +469,36 @@ ApplicationWindow {
         onRejected: root.app.clearError()
     }
     Alert {
+        id: trashQuestion
+
+        property var projects: []
+
+        title: "¿Mover a la papelera?"
+        acceptText: "Mover a la papelera"
+        rejectText: "Conservar"
+        destructive: true
+        onAccepted: root.app.care.moveToTrashAgreed(projects)
+    }
+    Alert {
         id: leaveWhileBusy
 
         property bool agreed: false
+        /// Whether the window closes when the work is done.
+        property bool later: false
 
         title: "¿Salir ahora?"
-        message: root.app.status + "\nSi sales, esta operación se cancela. "
+        message: root.app.status + "\nSi sales, " + (root.app.queue.waiting.length > 0 ? "esto y lo que espera detrás se cancela. " : "esta operación se cancela. ")
             + (root.app.unsavedChanges ? "Tus ediciones se guardan al salir." : "Tus ediciones están guardadas.")
         acceptText: "Cancelar la operación y salir"
         rejectText: "Seguir aquí"
+        otherText: "Terminar y salir después"
         destructive: true
+        onRejected: later = false
+        onOtherChosen: {
+            later = true
+            if (!root.app.busy) // It has ended while this was asked.
+                root.close()
+        }
         onAccepted: {
             agreed = true
             root.close()

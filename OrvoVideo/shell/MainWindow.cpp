@@ -1,6 +1,8 @@
 #include "OrvoVideo/shell/MainWindow.h"
 
 #include "OrvoVideo/shell/ProjectThumbnails.h"
+#include "Platform/attention/DesktopNotices.h"
+#include "Platform/attention/LauncherProgress.h"
 
 #include <QFileInfo>
 #include <QUuid>
@@ -22,6 +24,7 @@ MainWindow::MainWindow(AppModel& model, QObject* parent)
     : QObject(parent)
     , m_model(model)
     , m_thumbnails(new ThumbnailProvider)
+    , m_notices(new DesktopNotices(this))
 {
     m_engine.addImageProvider(QLatin1String(ThumbnailProvider::name), m_thumbnails);
     m_engine.setInitialProperties({{QStringLiteral("app"), QVariant::fromValue(&m_model)}});
@@ -33,6 +36,14 @@ MainWindow::MainWindow(AppModel& model, QObject* parent)
     connect(&m_model, &AppModel::busyChanged, this, &MainWindow::openWanted);
     m_placement = std::make_unique<WindowPlacement>(*m_window);
     m_placement->show();
+    connect(m_model.exports(), &Exports::finished, this, [this](const QString& title, const QString& text) {
+        if (!m_window->isActive())
+            m_notices->show(title, text, QStringLiteral("Mostrar en la carpeta"));
+    });
+    connect(m_notices, &DesktopNotices::opened, this, [this] { bringToFront(); });
+    connect(m_notices, &DesktopNotices::buttonPressed, m_model.exports(), &Exports::showDone);
+    connect(m_model.queue(), &WorkQueue::changed, this, &MainWindow::followQueue);
+    connect(m_model.queue(), &WorkQueue::progressChanged, this, &MainWindow::followQueue);
 }
 
 MainWindow::~MainWindow()
@@ -52,6 +63,14 @@ void MainWindow::bringToFront(const QString& activationToken)
     if (!activationToken.isEmpty())
         qputenv("XDG_ACTIVATION_TOKEN", activationToken.toUtf8());
     m_placement->bringBack();
+}
+
+void MainWindow::followQueue()
+{
+    if (m_model.queue()->busy())
+        LauncherProgress::show(m_model.queue()->progress());
+    else
+        LauncherProgress::hide();
 }
 
 void MainWindow::open(const QStringList& arguments)
@@ -78,8 +97,8 @@ void MainWindow::openWanted()
         (isProject(argument) ? project : movie) = argument;
     if (!project.isEmpty())
         m_model.open(project);
-    if (!movie.isEmpty() && m_model.busy())
-        m_wanted = {movie}; // When the running operation has ended.
+    if (!movie.isEmpty() && m_model.recorder()->isRecording())
+        m_wanted = {movie}; // When the recording has ended.
     else if (!movie.isEmpty())
         m_model.importFile(QUrl::fromLocalFile(QFileInfo(movie).absoluteFilePath()), false);
 }

@@ -11,6 +11,7 @@
 
 namespace orvo {
 
+class DesktopNotices;
 class ThumbnailProvider;
 
 /// Shows the main window on a model, and does what the application was started with. Main thread only.
@@ -32,7 +33,7 @@ public:
 
     /// Opens what the arguments of the command line name: the identifier of a project, or a movie to import. The last one of
     /// either counts. What is asked for before the library is listed is done then, and a movie waits for the end of
-    /// a long operation.
+    /// a recording.
     void open(const QStringList& arguments);
 
     /// At the first start, with an empty library, shows what this machine has once the library is listed.
@@ -43,6 +44,7 @@ public:
 
 private:
     void openWanted();
+    void followQueue();
 
     AppModel& m_model;
     QStringList m_wanted;
@@ -50,6 +52,7 @@ private:
     QQmlApplicationEngine m_engine;
     ThumbnailProvider* m_thumbnails; ///< The engine's.
     QQuickWindow* m_window = nullptr;
+    DesktopNotices* m_notices; ///< Owned as a child.
     std::unique_ptr<WindowPlacement> m_placement; ///< Of the window; writes before the window goes.
 };
 

@@ -20,7 +20,12 @@ ColumnLayout {
     signal libraryToggled()
     signal inspectorToggled()
     signal settingsWanted()
+    signal exportWanted()
 
+    function editTitle() {
+        title.forceActiveFocus(Qt.OtherFocusReason)
+        title.selectAll()
+    }
     function addZoom() {
         editor.addZoom()
     }
@@ -59,6 +64,8 @@ ColumnLayout {
             onClicked: root.libraryToggled()
         }
         OEntry {
+            id: title
+
             objectName: "title"
             Layout.fillWidth: true
             Layout.maximumWidth: Math.max(160, contentWidth + leftPadding + rightPadding + Theme.space(3))
@@ -135,15 +142,15 @@ ColumnLayout {
             implicitHeight: Theme.prominentHeight
             text: Commands.title(Commands.ExportVideo)
             iconName: "upload"
-            enabled: root.app.idle
-            onClicked: root.app.exportVideo()
+            enabled: !root.app.recorder.isRecording
+            onClicked: root.exportWanted()
         }
         OButton {
             objectName: "publishNow"
             prominent: true
             text: "Publicar"
             iconName: "globe"
-            enabled: root.app.idle
+            enabled: !root.app.recorder.isRecording
             // Without a server there is nothing to publish on: what is missing is shown.
             onClicked: root.app.server.serverURL.trim() !== "" ? root.app.publish() : root.settingsWanted()
         }

@@ -13,7 +13,7 @@ Rectangle {
     required property AppModel app
     property TimelineCanvas timeline: null
     /// The end of a recording, which nobody can cancel, and its countdown have no length to show.
-    readonly property bool working: app.busy && !app.recorder.capturing
+    readonly property bool working: app.queue.busy || (app.busy && !app.recorder.capturing)
     readonly property bool preparing: !app.busy && app.hasProject && (timeline?.preparing ?? false)
     readonly property real progress: preparing ? timeline.preparingProgress : app.progress
 
@@ -63,6 +63,39 @@ Rectangle {
             text: "Preparando el sonido…"
             font.pixelSize: Theme.captionSize
             Accessible.ignored: true
+        }
+        OLabel {
+            objectName: "timeLeft"
+            visible: root.working && text !== ""
+            secondary: true
+            text: root.app.queue.timeLeft
+            font: Theme.digits(Theme.captionSize)
+        }
+        OButton {
+            id: waitingButton
+
+            objectName: "waiting"
+            implicitHeight: 26
+            visible: root.app.queue.waiting.length > 0
+            plain: true
+            text: root.app.queue.waiting.length + " en espera"
+            onClicked: waitingMenu.popup(waitingButton, 0, -waitingMenu.implicitHeight)
+
+            OMenu {
+                id: waitingMenu
+
+                Repeater {
+                    model: root.app.queue.waiting
+
+                    OMenuItem {
+                        required property int index
+                        required property string modelData
+
+                        text: "Quitar de la espera: " + modelData
+                        onTriggered: root.app.queue.remove(index)
+                    }
+                }
+            }
         }
         OProgressBar {
             objectName: "progress"

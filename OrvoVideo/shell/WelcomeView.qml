@@ -143,7 +143,7 @@ Item {
                     implicitHeight: Theme.prominentHeight
                     text: "Importar un vídeo"
                     iconName: "download"
-                    enabled: root.app.idle
+                    enabled: !root.app.recorder.isRecording
                     onClicked: root.app.importMedia(false)
                 }
             }

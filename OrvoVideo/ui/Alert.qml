@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// A modal message with one or two buttons.
+/// A modal message with one to three buttons. A destructive choice is never the default one.
 Popup {
     id: root
 
@@ -10,7 +10,10 @@ Popup {
     property string acceptText: "Aceptar"
     /// If empty, there is one button.
     property string rejectText: ""
+    /// A third choice; if empty, there is none.
+    property string otherText: ""
     property bool destructive: false
+    readonly property bool staysSafe: destructive && rejectText !== ""
     /// Opens and closes the alert by a binding.
     property bool shown: false
     property bool answered: false
@@ -19,6 +22,7 @@ Popup {
 
     signal accepted()
     signal rejected()
+    signal otherChosen()
 
     function answer(yes: bool) {
         answered = true
@@ -28,10 +32,15 @@ Popup {
         else
             rejected()
     }
+    function chooseOther() {
+        answered = true
+        close()
+        otherChosen()
+    }
 
     onShownChanged: shown ? open() : close()
     onAboutToShow: answered = false
-    onOpened: acceptButton.forceActiveFocus(Qt.TabFocusReason)
+    onOpened: (staysSafe ? rejectButton : acceptButton).forceActiveFocus(Qt.TabFocusReason)
     onClosed: {
         if (!answered)
             answer(false)
@@ -39,7 +48,7 @@ Popup {
 
     parent: Overlay.overlay
     anchors.centerIn: parent
-    width: Math.min(440, (parent ? parent.width : 440) - Theme.space(8))
+    width: Math.min(otherText ? 620 : 440, (parent ? parent.width : 440) - Theme.space(8))
     modal: true
     focus: true
     padding: Theme.space(6)
@@ -135,7 +144,16 @@ Popup {
                 }
             }
             OButton {
+                visible: root.otherText !== ""
+                implicitHeight: Theme.prominentHeight
+                text: root.otherText
+                onClicked: root.chooseOther()
+            }
+            OButton {
+                id: rejectButton
+
                 visible: root.rejectText !== ""
+                prominent: root.staysSafe
                 implicitHeight: Theme.prominentHeight
                 text: root.rejectText
                 onClicked: root.answer(false)
@@ -144,7 +162,8 @@ Popup {
                 id: acceptButton
 
                 objectName: "accept"
-                prominent: true
+                prominent: !root.staysSafe
+                implicitHeight: Theme.prominentHeight
                 destructive: root.destructive
                 text: root.acceptText
                 onClicked: root.answer(true)

@@ -30,6 +30,7 @@ constexpr Command table[]{
     {Commands::ImportVideo, Scope::Window, "Ctrl+I", "&Importar vídeo…", "Importar"},
     {Commands::AppendVideo, Scope::Window, "Ctrl+Shift+I", "Aña&dir vídeo a este proyecto…", "Importar un vídeo al final"},
     {Commands::ExportVideo, Scope::Window, "Ctrl+E", "E&xportar…", "Exportar"},
+    {Commands::OpenSpace, Scope::Window, "", "¿&Qué ocupa espacio?"},
     {Commands::OpenSettings, Scope::Window, "Ctrl+,", "A&justes…", "Ajustes"},
     {Commands::Quit, Scope::Window, "Ctrl+Q", "&Salir"},
 

@@ -28,6 +28,7 @@ public:
         ImportVideo,
         AppendVideo,
         ExportVideo,
+        OpenSpace,
         OpenSettings,
         Quit,
         // Editar

@@ -7,6 +7,7 @@
 #include <QMimeDatabase>
 #include <QRegularExpression>
 #include <algorithm>
+#include <cmath>
 #include <string>
 #include <string_view>
 
@@ -52,6 +53,25 @@ QString Wording::day(const QDateTime& when, const QDateTime& now)
         return QStringLiteral("ayer");
     const QLocale spanish(QLocale::Spanish, QLocale::Spain);
     return spanish.toString(day, day.year() == today.year() ? QStringLiteral("d MMM") : QStringLiteral("d MMM yyyy"));
+}
+
+QString Wording::size(double bytes) const
+{
+    return QLocale(QLocale::Spanish, QLocale::Spain)
+        .formattedDataSize(static_cast<qint64>(bytes), bytes < 1e6 ? 0 : 1, QLocale::DataSizeSIFormat);
+}
+
+QString Wording::about(double seconds) const
+{
+    constexpr double step = 5; // Seconds: nobody can know it more exactly.
+    if (seconds < 2 * step)
+        return QStringLiteral("pocos segundos");
+    if (seconds < 90)
+        return QStringLiteral("unos %1 segundos").arg(std::lround(seconds / step) * static_cast<long>(step));
+    const long minutes = std::lround(seconds / 60);
+    if (minutes < 60)
+        return QStringLiteral("unos %1 minutos").arg(minutes);
+    return QStringLiteral("%1 h %2 min").arg(minutes / 60).arg(minutes % 60);
 }
 
 QString Wording::here(const QString& text) const

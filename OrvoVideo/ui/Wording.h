@@ -19,6 +19,12 @@ public:
     static QString day(const QDateTime& when, const QDateTime& now);
     Q_INVOKABLE QString day(const QDateTime& when) const { return day(when, QDateTime::currentDateTime()); }
 
+    /// How much of a disk something takes: "7,5 MB".
+    Q_INVOKABLE QString size(double bytes) const;
+
+    /// About how long something takes: "unos 20 segundos", "unos 3 minutos", "1 h 10 min".
+    Q_INVOKABLE QString about(double seconds) const;
+
     /// A text as it is shown on this system: some fixed texts name another system's things. Returns any other text
     /// unchanged.
     Q_INVOKABLE QString here(const QString& text) const;

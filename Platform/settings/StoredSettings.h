@@ -19,6 +19,10 @@ inline constexpr std::string_view serverURL = "serverURL";
 /// The subtitles of an export, "words", "phrases" or "none", and whether they are burned in, "true" or "false".
 inline constexpr std::string_view exportSubtitles = "exportSubtitles";
 inline constexpr std::string_view exportBurnIn = "exportBurnIn";
+/// What exports are made for, an identifier of `ExportPreset` or empty; the folder of the last one; what they took.
+inline constexpr std::string_view exportPreset = "exportPreset";
+inline constexpr std::string_view exportFolder = "exportFolder";
+inline constexpr std::string_view exportPace = "exportPace";
 
 using Values = std::map<std::string, std::string, std::less<>>;
 

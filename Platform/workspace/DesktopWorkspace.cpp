@@ -42,6 +42,8 @@ public:
 
     void openFolder(const std::filesystem::path& folder) override { QDesktopServices::openUrl(addressOf(folder)); }
 
+    void openFile(const std::filesystem::path& file) override { QDesktopServices::openUrl(addressOf(file)); }
+
     void openAddress(const std::string& address) override
     {
         const QUrl url(QString::fromStdString(address));

@@ -30,9 +30,15 @@ public:
     /// Asks for one existing image.
     virtual void openImage(Answer answer) = 0;
 
-    /// Asks where to write an MPEG-4 movie; the name ends in ".mp4". Replaces characters of `proposedName` that a file
-    /// name cannot contain. The user has confirmed overwriting an existing file.
-    virtual void saveMovie(const std::string& proposedName, Answer answer) = 0;
+    /// What is asked for.
+    struct Saved {
+        std::string name; ///< Proposed. Characters that a file name cannot contain are replaced.
+        std::filesystem::path folder = {}; ///< Where the panel starts; wherever the desktop likes for an empty one.
+        std::string extension = ".mp4"; ///< That of the result: ".mp4", ".webm", ".m4a" or ".gif".
+    };
+
+    /// Asks where to write a film; the answer has the extension. The user has confirmed overwriting an existing file.
+    virtual void saveMovie(const Saved& saved, Answer answer) = 0;
 };
 
 } // namespace orvo

@@ -48,19 +48,21 @@ public:
         show(panel, QStringLiteral("Añadir"));
     }
 
-    void saveMovie(const std::string& proposedName, Answer answer) override
+    void saveMovie(const Saved& saved, Answer answer) override
     {
         auto& panel = open(std::move(answer));
-        QString name = QString::fromStdString(proposedName);
+        QString name = QString::fromStdString(saved.name);
         name.replace(QLatin1Char('/'), QLatin1Char('-')).remove(QChar::Null);
         panel.dialog->setWindowTitle(QStringLiteral("Exportar vídeo"));
         panel.dialog->setAcceptMode(QFileDialog::AcceptSave);
         panel.dialog->setFileMode(QFileDialog::AnyFile);
-        panel.dialog->setNameFilter(QStringLiteral("Vídeo MPEG-4 (*.mp4)"));
+        panel.dialog->setNameFilter(filterFor(saved.extension));
         // The dialog appends it before it asks about overwriting.
-        panel.dialog->setDefaultSuffix(QStringLiteral("mp4"));
+        panel.dialog->setDefaultSuffix(QString::fromStdString(saved.extension).sliced(1));
+        if (!saved.folder.empty())
+            panel.dialog->setDirectory(QString::fromStdString(saved.folder.string()));
         panel.dialog->selectFile(name);
-        panel.needsSuffix = true;
+        panel.suffix = QString::fromStdString(saved.extension);
         show(panel, QStringLiteral("Exportar"));
     }
 
@@ -68,8 +70,17 @@ private:
     struct Panel {
         std::unique_ptr<QFileDialog> dialog;
         Answer answer;
-        bool needsSuffix = false;
+        QString suffix; ///< What the name must end in; empty for any.
     };
+
+    static QString filterFor(const std::string& extension)
+    {
+        const QString kind = extension == ".webm" ? QStringLiteral("Vídeo WebM")
+            : extension == ".m4a"                 ? QStringLiteral("Audio MPEG-4")
+            : extension == ".gif"                 ? QStringLiteral("Imagen animada GIF")
+                                                  : QStringLiteral("Vídeo MPEG-4");
+        return QStringLiteral("%1 (*%2)").arg(kind, QString::fromStdString(extension));
+    }
 
     Panel& open(Answer answer) { return m_open.emplace_back(std::make_unique<QFileDialog>(), std::move(answer)); }
 
@@ -96,8 +107,8 @@ private:
     {
         std::filesystem::path path = file.toStdString();
         // A native dialog may not append the suffix.
-        if (panel.needsSuffix && QString::fromStdString(path.extension().string()).toLower() != QLatin1String(".mp4"))
-            path += ".mp4";
+        if (!panel.suffix.isEmpty() && QString::fromStdString(path.extension().string()).toLower() != panel.suffix)
+            path += panel.suffix.toStdString();
         return path;
     }
 

@@ -226,8 +226,9 @@ TEST_F(Publishing, LeavesADatabaseOfANewerProgramAlone)
 {
     stop();
     const auto configuration = data.configuration();
-    data.openDatabase(configuration)->write(
-        [](Session& session) { session.run("UPDATE schema_version SET version = version + 1"); });
+    data.openDatabase(configuration)->write([](Session& session) {
+        session.run("UPDATE schema_version SET version = version + 1");
+    });
     try {
         start();
         ADD_FAILURE() << "it starts";

@@ -128,6 +128,7 @@ class FakePanels final : public FilePanels {
 public:
     std::optional<std::filesystem::path> choice; ///< What the user picks; nothing cancels.
     std::vector<std::string> proposedNames;
+    std::vector<std::filesystem::path> folders; ///< Where they started.
     int asked = 0;
     bool staysOpen = false; ///< The user does not answer.
     Answer open; ///< Of the panel that stays open.
@@ -140,9 +141,10 @@ public:
 
     void openMovie(Answer answer) override { ask(std::move(answer)); }
     void openImage(Answer answer) override { ask(std::move(answer)); }
-    void saveMovie(const std::string& proposedName, Answer answer) override
+    void saveMovie(const Saved& saved, Answer answer) override
     {
-        proposedNames.push_back(proposedName);
+        proposedNames.push_back(saved.name);
+        folders.push_back(saved.folder);
         ask(std::move(answer));
     }
 
@@ -195,11 +197,13 @@ class FakeWorkspace final : public Workspace {
 public:
     std::vector<std::filesystem::path> revealed;
     std::vector<std::filesystem::path> opened; ///< Folders.
+    std::vector<std::filesystem::path> openedFiles;
     std::vector<std::string> addresses; ///< Pages that were opened.
     bool hasSettings = true; ///< Whether the desktop has settings of its own.
 
     void reveal(const std::filesystem::path& file) override { revealed.push_back(file); }
     void openFolder(const std::filesystem::path& folder) override { opened.push_back(folder); }
+    void openFile(const std::filesystem::path& file) override { openedFiles.push_back(file); }
     void openAddress(const std::string& address) override { addresses.push_back(address); }
     bool openSettings(SettingsPage) override { return hasSettings; }
 };

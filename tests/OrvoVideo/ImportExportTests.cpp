@@ -154,12 +154,17 @@ TEST_F(ImportExportTests, ExportsTheProjectAsItWas)
     EXPECT_TRUE(model->busy());
     EXPECT_EQ(model->status(), "Exportando vídeo…");
     model->restoreCut(0, 1); // Too late for this export.
-    model->exportVideo(); // Not while one runs.
+    panels->choice = folder / "whole.mp4";
+    model->exportVideo(); // After the one that runs.
+    EXPECT_EQ(model->queue()->waiting(), QStringList{"Exportar «Demo»"});
+    EXPECT_TRUE(model->idle()) << "everything else goes on";
     ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
+    EXPECT_NEAR(probe(folder / "whole.mp4").videoDuration, 2, 0.15);
     EXPECT_EQ(model->status(), "Vídeo y subtítulos exportados");
     EXPECT_EQ(model->errorMessage(), "");
     EXPECT_GT(model->progress(), 0.5);
-    EXPECT_THAT(workspace->revealed, testing::ElementsAre(file));
+    EXPECT_EQ(model->exports()->doneName(), "whole.mp4");
+    EXPECT_EQ(model->exports()->doneCount(), 2);
     const auto result = probe(file);
     EXPECT_EQ(result.height, 90);
     EXPECT_EQ(result.width, 160);

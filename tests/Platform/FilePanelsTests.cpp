@@ -84,7 +84,7 @@ TEST_F(FilePanelsTests, CancellingAnswersNothing)
 
     // So does the end of the application.
     panels->openImage(note());
-    panels->saveMovie("x.mp4", note());
+    panels->saveMovie({.name = "x.mp4"}, note());
     panels.reset();
     EXPECT_EQ(answers, 3);
     EXPECT_FALSE(panel());
@@ -92,7 +92,7 @@ TEST_F(FilePanelsTests, CancellingAnswersNothing)
 
 TEST_F(FilePanelsTests, SavesUnderANameThatCanBeOne)
 {
-    panels->saveMovie("Parte 1/2: ¿qué?.mp4", note());
+    panels->saveMovie({.name = "Parte 1/2: ¿qué?.mp4"}, note());
     EXPECT_EQ(panel()->selectedFiles().front().section('/', -1), "Parte 1-2: ¿qué?.mp4");
     choose(folder / "otro nombre");
     EXPECT_EQ(answer, folder / "otro nombre.mp4");
@@ -101,7 +101,7 @@ TEST_F(FilePanelsTests, SavesUnderANameThatCanBeOne)
     std::ofstream(folder / "there.mp4") << "x";
     for (const auto button : {QMessageBox::No, QMessageBox::Yes}) {
         answers = 0;
-        panels->saveMovie("there.mp4", note());
+        panels->saveMovie({.name = "there.mp4"}, note());
         QTimer::singleShot(0, qApp, [button] {
             auto* question = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
             ASSERT_TRUE(question);

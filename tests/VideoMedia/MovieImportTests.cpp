@@ -127,6 +127,12 @@ TEST_F(ImportTest, WhatIsNoMovieIsRefusedAndChangesNothing)
     for (const auto& [name, text] : cases)
         EXPECT_THAT(failureOf([&] { import(folder / name, project); }), HasSubstr(text)) << name;
     EXPECT_EQ(store.load(project.id).tracks, project.tracks);
+
+    // What was to become a new project says why it did not.
+    const auto target = VideoProject::make("text");
+    EXPECT_NE(failureOf([&] { import(folder / "text.mp4", target); }), "");
+    EXPECT_EQ(store.load(target.id).state, ProjectState::importFailed);
+    EXPECT_THAT(MovieImport::failure(store, target.id), HasSubstr("no se puede leer"));
 }
 
 TEST_F(ImportTest, AFullDiskLeavesNoHalfCopy)

@@ -4,6 +4,7 @@
 #include "OrvoVideo/editor/EditorCommands.h"
 #include "OrvoVideo/editor/ProsePage.h"
 #include "OrvoVideo/editor/TimelineItem.h"
+#include "OrvoVideo/model/Answer.h"
 #include "OrvoVideo/model/AppModel.h"
 #include "OrvoVideo/shell/MainWindow.h"
 #include "OrvoVideo/ui/Appearance.h"
@@ -49,7 +50,7 @@ public:
     }
     void openMovie(Answer answer) override { answer(m_place); }
     void openImage(Answer answer) override { answer(m_place); }
-    void saveMovie(const std::string&, Answer answer) override { answer(m_place); }
+    void saveMovie(const Saved&, Answer answer) override { answer(m_place); }
 
 private:
     std::filesystem::path m_place;
@@ -237,6 +238,51 @@ void photographHelp(MainWindow& main, AppModel& model, Photographer& photographe
     model.capture()->setMode(QStringLiteral("screen"));
 }
 
+/// What is done with whole projects: the menu of the library, several chosen, the trash, the space, the sheet of an export,
+/// what it has made, and leaving meanwhile.
+void photographLibrary(AppModel& model, QQuickWindow& window, Photographer& photographer)
+{
+    QQuickItem* sidebar = nullptr;
+    for (auto* item : window.findChildren<QQuickItem*>()) {
+        if (item->property("marked").isValid() && item->property("renaming").userType() == QMetaType::QString)
+            sidebar = item;
+    }
+    auto* list = window.findChild<QQuickItem*>(QStringLiteral("library"));
+    if (sidebar && list) { // In a narrow window it is in the drawer.
+        QStringList ids;
+        for (int row = 0; row < 2; ++row)
+            ids << model.library()->get(row).value(QStringLiteral("projectId")).toString();
+        sidebar->setProperty("marked", ids);
+        QQuickItem* row = nullptr;
+        QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, row), Q_ARG(int, 0));
+        QMetaObject::invokeMethod(sidebar, "openMenu", Q_ARG(QQuickItem*, row));
+        photographer.take(QStringLiteral("library-menu"));
+        window.contentItem()->forceActiveFocus();
+        sidebar->setProperty("marked", QStringList());
+    }
+    QMetaObject::invokeMethod(&window, "openSpace");
+    waitFor("the sizes", [&] { return !model.care()->measuring(); });
+    photographer.take(QStringLiteral("library-space"));
+    for (auto* popup : window.findChildren<QObject*>()) {
+        if (popup->property("care").isValid())
+            QMetaObject::invokeMethod(popup, "close");
+    }
+    QMetaObject::invokeMethod(&window, "exportOpenProject");
+    photographer.take(QStringLiteral("export-own"));
+    model.exportChoice()->setPreset(QStringLiteral("gif"));
+    photographer.take(QStringLiteral("export-preset"));
+    model.exportChoice()->setPreset({});
+    for (auto* popup : window.findChildren<QObject*>()) {
+        if (popup->property("selectable").isValid() && popup->property("estimate").isValid())
+            QMetaObject::invokeMethod(popup, "close");
+    }
+    model.setSelectedSpan({0, 2});
+    model.exports()->exportProject(model.projectFacts().projectId, true);
+    waitFor("the film", [&] { return model.exports()->doneCount() > 0; });
+    photographer.take(QStringLiteral("export-done"));
+    model.exports()->dismiss();
+}
+
 void takeAll(const QDir& folder, const QString& wanted)
 {
     const test::TemporaryFolder scratch;
@@ -324,6 +370,17 @@ void takeAll(const QDir& folder, const QString& wanted)
             photographer.take(QStringLiteral("settings"), *qobject_cast<QQuickWindow*>(window));
     }
 
+    const Answer<int> end;
+    model.perform([end](WorkControl) -> QCoro::Task<> { co_await end; });
+    main.window().close();
+    photographer.take(QStringLiteral("leaving"));
+    end.give(0);
+    waitFor("the end of the work", [&] { return !model.busy(); });
+    for (auto* alert : main.window().findChildren<QObject*>()) {
+        if (alert->property("later").isValid())
+            QMetaObject::invokeMethod(alert, "close");
+    }
+
     photographer.take(QStringLiteral("exporting"), [&] {
         if (!model.busy())
             model.exportVideo();
@@ -332,11 +389,15 @@ void takeAll(const QDir& folder, const QString& wanted)
     model.cancel();
     waitFor("the end of the export", [&] { return !model.busy(); });
 
+    photographLibrary(model, main.window(), photographer);
+
     const auto noMovie = scratch / "Apuntes.mp4";
     std::ofstream(noMovie) << "apuntes";
     model.importFile(QUrl::fromLocalFile(QString::fromStdString(noMovie.string())), false);
     waitFor("the error", [&] { return !model.errorMessage().isEmpty() && !model.busy(); });
     photographer.take(QStringLiteral("error"));
+    model.clearError();
+    photographer.take(QStringLiteral("library-failed-import"));
 }
 
 } // namespace

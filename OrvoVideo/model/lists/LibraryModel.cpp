@@ -16,7 +16,7 @@ void LibraryModel::setProjects(SharedList<VideoProject> projects)
         const auto& a = before[i];
         const auto& b = after[j];
         return a.title != b.title || a.createdAt != b.createdAt || a.duration != b.duration || a.state != b.state
-            || a.edit.cuts != b.edit.cuts;
+            || a.updatedAt != b.updatedAt || a.edit.cuts != b.edit.cuts;
     };
     replaceRows(m_projects, std::move(projects), byId<VideoProject>(), differs);
 }
@@ -29,6 +29,16 @@ bool LibraryModel::replace(const VideoProject& project)
     m_projects.edit()[static_cast<std::size_t>(row)] = project;
     emit dataChanged(index(row), index(row));
     return true;
+}
+
+void LibraryModel::setDiskFacts(const std::map<Uuid, DiskFacts>& facts)
+{
+    for (const auto& [id, fact] : facts) {
+        const int row = rowOf(id);
+        if (row < 0 || std::exchange(m_diskFacts[id], fact) == fact)
+            continue;
+        emit dataChanged(index(row), index(row), {BytesRole, FailureRole});
+    }
 }
 
 void LibraryModel::setOpen(const std::optional<Uuid>& id)
@@ -47,6 +57,12 @@ const VideoProject* LibraryModel::find(const Uuid& id) const
 {
     const int row = rowOf(id);
     return row < 0 ? nullptr : &m_projects[static_cast<std::size_t>(row)];
+}
+
+QString LibraryModel::titleOf(const QString& projectId) const
+{
+    const auto* project = find(Text::toId(projectId));
+    return project ? Text::from(project->title) : QString();
 }
 
 int LibraryModel::openRow() const
@@ -90,6 +106,15 @@ QVariant LibraryModel::data(const QModelIndex& index, int role) const
         return Text::isRecoverable(project.state);
     case OpenRole:
         return m_open == project.id;
+    case UpdatedAtRole:
+        return Text::from(project.updatedAt);
+    case BytesRole:
+    case FailureRole: {
+        const auto facts = m_diskFacts.find(project.id);
+        if (role == FailureRole)
+            return facts == m_diskFacts.end() ? QString() : facts->second.failure;
+        return facts == m_diskFacts.end() ? 0.0 : facts->second.bytes;
+    }
     default:
         return {};
     }
@@ -99,7 +124,8 @@ QHash<int, QByteArray> LibraryModel::roleNames() const
 {
     return {{ProjectIdRole, "projectId"}, {TitleRole, "title"}, {CreatedAtRole, "createdAt"}, {DurationRole, "duration"},
         {PlayableDurationRole, "playableDuration"}, {StateRole, "state"}, {StateTextRole, "stateText"},
-        {RecoverableRole, "recoverable"}, {OpenRole, "open"}};
+        {RecoverableRole, "recoverable"}, {OpenRole, "open"}, {UpdatedAtRole, "updatedAt"}, {BytesRole, "bytes"},
+        {FailureRole, "failure"}};
 }
 
 } // namespace orvo

@@ -3,6 +3,7 @@
 #include "OrvoVideo/model/lists/RowModel.h"
 #include "VideoCore/VideoProject.h"
 
+#include <map>
 #include <optional>
 
 namespace orvo {
@@ -23,6 +24,9 @@ public:
         StateTextRole, ///< In Spanish.
         RecoverableRole, ///< Whether the recording waits to be recovered by the user.
         OpenRole, ///< Whether this is the open project.
+        UpdatedAtRole, ///< Date and time of the last change.
+        BytesRole, ///< Bytes on disk; 0 until they are known.
+        FailureRole, ///< Why the import failed that this project was made for; empty for every other.
     };
     Q_ENUM(Role)
 
@@ -34,11 +38,24 @@ public:
     /// Replaces the project with the same identifier in its place. False when there is none.
     bool replace(const VideoProject& project);
 
+    /// What is known of a project from the disk alone.
+    struct DiskFacts {
+        double bytes = 0;
+        QString failure;
+
+        friend bool operator==(const DiskFacts&, const DiskFacts&) = default;
+    };
+    /// Replaces what is known of these projects.
+    void setDiskFacts(const std::map<Uuid, DiskFacts>& facts);
+
     /// Which row is shown as the open project.
     void setOpen(const std::optional<Uuid>& id);
 
     /// The project with this identifier; null when there is none. Holds until the list changes.
     const VideoProject* find(const Uuid& id) const;
+
+    /// The title of a project; empty when there is none.
+    Q_INVOKABLE QString titleOf(const QString& projectId) const;
 
     /// The row of the open project, or -1.
     Q_INVOKABLE int openRow() const;
@@ -51,6 +68,7 @@ private:
     int rowOf(const Uuid& id) const;
 
     SharedList<VideoProject> m_projects;
+    std::map<Uuid, DiskFacts> m_diskFacts;
     std::optional<Uuid> m_open;
 };
 

@@ -69,6 +69,8 @@ TEST_F(WindowTests, TheMainPathIsWalkedWithTheKeyboardAlone)
     panels->choice = folder / "salida.mp4";
     ASSERT_TRUE(tabTo("Exportar"));
     key(Qt::Key_Return);
+    ASSERT_TRUE(waitUntil([&] { return focusName() == "Exportar…"; }));
+    key(Qt::Key_Return);
     ASSERT_TRUE(waitUntil([&] { return std::filesystem::exists(folder / "salida.srt") && !model->busy(); }));
     EXPECT_NEAR(probe(folder / "salida.mp4").videoDuration, 1, 0.04);
     EXPECT_EQ(model->errorMessage(), "");
@@ -90,11 +92,17 @@ TEST_F(WindowTests, FromNothingToAnExportedMovie)
 
     panels->choice = folder / "resultado.mp4";
     key(Qt::Key_E, Qt::ControlModifier);
+    click(QAccessible::Button, "Exportar…");
     ASSERT_TRUE(waitUntil([&] { return model->busy(); }));
     ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
     EXPECT_TRUE(control(QAccessible::StatusBar, "Vídeo y subtítulos exportados"));
     EXPECT_NEAR(probe(*panels->choice).videoDuration, 2, 0.15);
+    click(QAccessible::Button, "Mostrar en la carpeta");
     EXPECT_THAT(workspace->revealed, Contains(*panels->choice));
+    click(QAccessible::Button, "Abrir");
+    EXPECT_THAT(workspace->openedFiles, Contains(*panels->choice));
+    click(QAccessible::Button, "Cerrar el aviso");
+    EXPECT_TRUE(waitUntil([&] { return !control(QAccessible::Button, "Abrir"); }));
 }
 
 TEST_F(WindowTests, TheTitleIsEditedInPlace)
@@ -176,6 +184,9 @@ TEST_F(WindowTests, KeepsATypedTitleUntilTheProjectIsTaken)
     EXPECT_EQ(control(QAccessible::EditableText, "Título")->property("text"), "Exportada");
     EXPECT_EQ(project().title, "Antes");
     key(Qt::Key_E, Qt::ControlModifier);
+    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::StaticText, "Exportada") != nullptr; })) << "named in the sheet";
+    key(Qt::Key_Escape);
+    model->exportVideo();
     ASSERT_TRUE(waitUntil([&] { return panels->asked == 1; }));
     EXPECT_THAT(panels->proposedNames, testing::ElementsAre("Exportada.mp4"));
 
@@ -342,6 +353,8 @@ TEST_F(WindowTests, ALongOperationIsCancelledFromTheStatusBar)
     select(lesson);
     panels->choice = folder / "resultado.mp4";
     click(QAccessible::Button, "Exportar");
+    click(QAccessible::Button, "Exportar…");
+    ASSERT_TRUE(waitUntil([&] { return model->busy(); }));
     click(QAccessible::Button, "Cancelar");
     ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
     EXPECT_TRUE(control(QAccessible::StatusBar, "Operación cancelada"));

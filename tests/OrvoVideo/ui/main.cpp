@@ -32,6 +32,9 @@ int main(int argc, char** argv)
     qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toUtf8());
     qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
     qputenv("XDG_STATE_HOME", home.filePath(QStringLiteral("state")).toUtf8());
+    // The trash belongs to the home folder, and to its disk.
+    qputenv("HOME", home.path().toUtf8());
+    qputenv("XDG_DATA_HOME", home.filePath(QStringLiteral("data")).toUtf8());
     QCoreApplication::setOrganizationName(QStringLiteral("OrvoVideoTests"));
     QCoreApplication::setApplicationName(QStringLiteral("OrvoVideoTests"));
     QApplication application(argc, argv);

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "VideoCore/VideoProject.h"
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace orvo {
+
+/// How the library can be sorted.
+enum class ProjectOrder : std::uint8_t {
+    created, ///< Newest first.
+    updated, ///< Last changed first.
+    title, ///< Whatever case and accents.
+    duration, ///< Longest first.
+};
+
+/// "created", "updated", "title" or "duration".
+std::string_view textOf(ProjectOrder order);
+std::optional<ProjectOrder> parseProjectOrder(std::string_view text);
+
+/// Whether `a` is shown before `b`. Equal ones keep the order they have.
+bool comesBefore(ProjectOrder order, const VideoProject& a, const VideoProject& b);
+
+} // namespace orvo
