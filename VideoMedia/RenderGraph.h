@@ -53,7 +53,7 @@ struct PictureSettings {
     FrameSize size;
     std::int64_t fps = 30;
     std::filesystem::path annotations; ///< The document that is burned in.
-    std::filesystem::path subtitles = {}; ///< A document at output times that is burned into what remains; empty for none.
+    std::filesystem::path subtitles; ///< A document at output times that is burned into what remains; empty for none.
     std::string upload; ///< Filters that hand the finished picture to a hardware encoder; empty for most.
 };
 

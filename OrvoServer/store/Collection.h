@@ -11,9 +11,10 @@ namespace orvo::server {
 
 /// How long what nobody needs any more is kept, in seconds.
 struct Retention {
-    std::int64_t unfinished = 42 * 86400; ///< A revision after its last upload: its author may still resume it.
+    std::int64_t unfinished =
+        std::int64_t{42} * 86400; ///< A revision after its last upload: its author may still resume it.
     std::int64_t superseded = 86400 + 3600; ///< A replaced revision: a grant lives a day.
-    std::int64_t withdrawn = 30 * 86400; ///< So that a video that is published again need not be sent again.
+    std::int64_t withdrawn = std::int64_t{30} * 86400; ///< So that a video that is published again need not be sent again.
 };
 
 /// Forgets what has been kept for long enough. Calls block and throw `DatabaseError`.

@@ -40,7 +40,7 @@ struct WorkControl {
 class WorkRunner;
 
 /// A piece of work under way. It lives in the frame of the coroutine that waits for it.
-class Work {
+class Work { // NOLINT(cppcoreguidelines-virtual-class-destructor): its own types destroy it.
 public:
     Work(const Work&) = delete;
     Work& operator=(const Work&) = delete;

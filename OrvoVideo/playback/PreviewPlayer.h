@@ -78,7 +78,7 @@ public:
 
     /// Sets what is heard during playback, of this composition and all later ones; the rest is silent. The spans are sorted
     /// and disjoint. Without spans, as initially, everything is heard.
-    virtual void setHeard(std::vector<HeardSpan>) { }
+    virtual void setHeard(std::vector<HeardSpan>) { } // NOLINT(performance-unnecessary-value-param): others keep them.
 
     /// The current frame; null before the first one.
     virtual QImage frame() const = 0;
