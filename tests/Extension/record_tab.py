@@ -285,19 +285,19 @@ SHOWN = """({ form: !document.getElementById("options").hidden, meter: !document
 def popup(browser):
     """The popup shows the level, while recording only what can be changed then, and afterwards opens the
     recording in the application."""
-    def opened():
-        page = browser.tools.call("Target.createTarget", url=f"chrome-extension://{browser.extension}/popup.html", background=True)["targetId"]
+    def opened(background):
+        page = browser.tools.call("Target.createTarget", url=f"chrome-extension://{browser.extension}/popup.html", background=background)["targetId"]
         wait_for("the popup", lambda: browser.in_page(page, "document.getElementById('options') !== null"))
         return page, lambda: browser.in_page(page, SHOWN)
 
-    page, shown = opened()
+    page, shown = opened(background=False)  # The timers of a hidden page hardly run.
     wait_for("the level", lambda: shown()["level"] > 0)
     expect(shown()["form"] and not shown()["open"], f"the popup shows {shown()}")
     browser.tools.call("Target.closeTarget", targetId=page)
 
     browser.focus()
     identifier = browser.begin()
-    page, shown = opened()
+    page, shown = opened(background=True)
     wait_for("the level of the recording", lambda: shown()["level"] > 0)
     expect(shown()["pause"] and not shown()["form"] and not shown()["open"], f"the popup shows {shown()}")
     browser.recorded(identifier, 3)

@@ -126,7 +126,7 @@ TEST_F(BrowserTests, TheModelTellsWhatIsMissing)
     EXPECT_EQ(model->errorMessage(), "Abre la aplicación instalada para preparar la extensión de Chrome y Brave.");
 }
 
-TEST_F(BrowserTests, ARecordedTabAppearsWhenTheHelperSaysSo)
+TEST_F(BrowserTests, ARecordedTabAndTheExtensionAppearWhenTheHelperSaysSo)
 {
     const PrivateBus bus;
     observe = NotificationObserver::create;
@@ -136,16 +136,10 @@ TEST_F(BrowserTests, ARecordedTabAppearsWhenTheHelperSaysSo)
     notification::post("es.orvo.video.something-else");
     notification::post(notification::tabFinished);
     ASSERT_TRUE(comesToHold([&] { return model->library()->projects().size() == 1; }));
-}
 
-TEST_F(BrowserTests, TheFirstCallOfTheExtensionIsNoted)
-{
-    const PrivateBus bus;
-    observe = NotificationObserver::create;
-    start();
     EXPECT_FALSE(model->installation()->extensionConnected());
     EXPECT_TRUE(ExtensionMark::leave());
-    EXPECT_FALSE(ExtensionMark::leave()) << "only the first one is news";
+    EXPECT_FALSE(ExtensionMark::leave()) << "only the first call is news";
     notification::post(notification::extensionConnected);
     EXPECT_TRUE(comesToHold([&] { return model->installation()->extensionConnected(); }));
 }

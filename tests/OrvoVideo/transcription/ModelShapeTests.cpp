@@ -27,7 +27,7 @@ TEST(ModelShapes, AreLoadedAndAlignedForEveryModelOfTheCatalogue)
     };
     const Case cases[]{
         {"tiny", {.state = 192, .heads = 6, .audioLayers = 4, .textLayers = 4}},
-        {"base", {.state = 256, .heads = 8, .audioLayers = 6, .textLayers = 6}},
+        {"base", {.state = 192, .heads = 8, .audioLayers = 6, .textLayers = 6}},
         {"small", {.state = 192, .heads = 12, .audioLayers = 12, .textLayers = 12}},
         {"medium", {.state = 128, .heads = 16, .audioLayers = 24, .textLayers = 24}},
         {"turbo", {.vocabulary = 51'866, .state = 160, .heads = 20, .audioLayers = 32, .textLayers = 4, .bands = 128}},
@@ -35,22 +35,18 @@ TEST(ModelShapes, AreLoadedAndAlignedForEveryModelOfTheCatalogue)
     EXPECT_EQ(std::size(cases), SpeechModels::catalogue().size());
     const TemporaryFolder folder;
     constexpr int rate = 16'000;
-    std::vector<float> sound(std::size_t{3} * rate);
+    std::vector<float> sound(std::size_t{1} * rate);
     for (std::size_t i = 0; i < sound.size(); ++i)
         sound[i] = 0.3F * std::sin(static_cast<float>(i) * 0.08F);
     for (const auto& [model, shape] : cases) {
         SCOPED_TRACE(model);
         const auto file = folder / "random.bin";
-        for (const auto weights : {Weights::halves, Weights::packed}) {
-            writeRandomModel(file, shape, weights);
-            if (fs::file_size(file) < 16'000'000) // What is smaller is taken for damaged.
-                std::ofstream(file, std::ios::binary | std::ios::app);
-            speech::Whisper whisper(file);
-            const auto answer = whisper.recognise(sound, {.language = "es", .prompt = "Hola."}, {});
-            for (const auto& word : answer.words) {
-                EXPECT_GE(word.end, 0);
-                EXPECT_LE(word.end, 30);
-            }
+        writeRandomModel(file, shape);
+        speech::Whisper whisper(file);
+        const auto answer = whisper.recognise(sound, {.language = "es", .prompt = "Hola."}, {});
+        for (const auto& word : answer.words) {
+            EXPECT_GE(word.end, 0);
+            EXPECT_LE(word.end, 30);
         }
     }
 }

@@ -1,11 +1,13 @@
 #include "RandomModel.h"
 
+#include <algorithm>
 #include <array>
 #include <concepts>
 #include <format>
 #include <fstream>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orvo::test {
@@ -15,17 +17,16 @@ namespace {
 using Shape = std::vector<std::int32_t>; ///< The innermost dimension first, as in the file.
 
 constexpr std::int32_t magic = 0x67676d6c;
-constexpr std::int32_t typeFloat = 0, typeHalf = 1, typePacked = 6;
-constexpr std::int32_t fileOfHalves = 1, fileOfPacked = 8 + 2 * 1'000;
+constexpr std::int32_t typeFloat = 0, typeHalf = 1;
+constexpr std::int32_t fileOfHalves = 1;
 constexpr std::int32_t audioContext = 1'500, textContext = 448;
 constexpr std::int32_t frequencies = 201;
 
 class Writer {
 public:
-    Writer(const std::filesystem::path& file, const ModelShape& shape, Weights weights)
+    Writer(const std::filesystem::path& file, const ModelShape& shape)
         : m_out(file, std::ios::binary)
         , m_shape(shape)
-        , m_weights(weights)
     {
     }
 
@@ -33,7 +34,7 @@ public:
     {
         const auto [vocabulary, state, heads, audioLayers, textLayers, bands] = m_shape;
         for (const std::int32_t number : {magic, vocabulary, audioContext, state, heads, audioLayers, textContext, state,
-                 heads, textLayers, bands, m_weights == Weights::packed ? fileOfPacked : fileOfHalves, bands, frequencies})
+                 heads, textLayers, bands, fileOfHalves, bands, frequencies})
             write(number);
         for (int i = 0; i < bands * frequencies; ++i)
             write(0.01F);
@@ -59,7 +60,7 @@ public:
         }
         norm("encoder.ln_post");
         floats("decoder.positional_embedding", {state, textContext});
-        matrix("decoder.token_embedding.weight", {state, vocabulary});
+        halves("decoder.token_embedding.weight", {state, vocabulary});
         for (int i = 0; i < textLayers; ++i) {
             const auto block = std::format("decoder.blocks.{}.", i);
             attention(block + "attn");
@@ -104,30 +105,20 @@ private:
 
     void halves(const std::string& name, const Shape& shape)
     {
-        std::vector<std::uint16_t> numbers(begin(name, shape, typeHalf));
-        for (auto& number : numbers)
-            number = half();
-        m_out.write(reinterpret_cast<const char*>(numbers.data()), static_cast<std::streamsize>(numbers.size() * 2));
-    }
-
-    void matrix(const std::string& name, const Shape& shape)
-    {
-        if (m_weights == Weights::halves)
-            return halves(name, shape);
-        // Blocks of 32: their scale, then 5 bits for each number.
-        constexpr std::size_t numbers = 32, words = 5;
-        constexpr std::uint16_t scale = 0x1400; // 2^-10.
-        const std::size_t blocks = begin(name, shape, typePacked) / numbers;
-        std::string data;
-        data.reserve(blocks * 22);
-        for (std::size_t i = 0; i < blocks; ++i) {
-            data.append(reinterpret_cast<const char*>(&scale), sizeof scale);
-            for (std::size_t word = 0; word < words; ++word) {
-                const auto bits = static_cast<std::uint32_t>(m_random());
-                data.append(reinterpret_cast<const char*>(&bits), sizeof bits);
+        if (m_halves.empty()) {
+            for (int i = 0; i < pool; ++i) {
+                const std::uint16_t number = half();
+                m_halves.append(reinterpret_cast<const char*>(&number), sizeof number);
             }
         }
-        m_out.write(data.data(), static_cast<std::streamsize>(data.size()));
+        fill(m_halves, begin(name, shape, typeHalf) * sizeof(std::uint16_t));
+    }
+
+    /// Writes so many bytes, the same random ones again and again.
+    void fill(const std::string& bytes, std::size_t count)
+    {
+        for (std::size_t written = 0; written < count; written += bytes.size())
+            m_out.write(bytes.data(), static_cast<std::streamsize>(std::min(bytes.size(), count - written)));
     }
 
     void norm(const std::string& name)
@@ -140,7 +131,7 @@ private:
     {
         const auto state = m_shape.state;
         for (const auto* part : {"query", "key", "value", "out"}) {
-            matrix(std::format("{}.{}.weight", name, part), {state, state});
+            halves(std::format("{}.{}.weight", name, part), {state, state});
             if (std::string_view(part) != "key")
                 floats(std::format("{}.{}.bias", name, part), {state});
         }
@@ -150,24 +141,25 @@ private:
     void feedForward(const std::string& name)
     {
         const auto state = m_shape.state;
-        matrix(name + ".0.weight", {state, 4 * state});
+        halves(name + ".0.weight", {state, 4 * state});
         floats(name + ".0.bias", {4 * state});
-        matrix(name + ".2.weight", {4 * state, state});
+        halves(name + ".2.weight", {4 * state, state});
         floats(name + ".2.bias", {state});
         norm(name + "_ln");
     }
 
     std::ofstream m_out;
     ModelShape m_shape;
-    Weights m_weights;
     std::mt19937 m_random; // The same weights each time.
+    static constexpr int pool = 100'003; ///< Random numbers; a prime, so that rows differ.
+    std::string m_halves;
 };
 
 } // namespace
 
-void writeRandomModel(const std::filesystem::path& file, const ModelShape& shape, Weights weights)
+void writeRandomModel(const std::filesystem::path& file, const ModelShape& shape)
 {
-    Writer(file, shape, weights).run();
+    Writer(file, shape).run();
 }
 
 } // namespace orvo::test

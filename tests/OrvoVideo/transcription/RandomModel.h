@@ -15,10 +15,7 @@ struct ModelShape {
     std::int32_t bands = 80;
 };
 
-/// How the matrices are stored.
-enum class Weights : std::uint8_t { halves, packed /**< Q5_0 */ };
-
-/// Writes a model file of this shape whose weights are random: it takes the time of a real one, and hears nothing.
-void writeRandomModel(const std::filesystem::path& file, const ModelShape& shape, Weights weights = Weights::halves);
+/// Writes a model file of this shape whose weights are random: it is loaded as a real one, and hears nothing.
+void writeRandomModel(const std::filesystem::path& file, const ModelShape& shape);
 
 } // namespace orvo::test
