@@ -152,6 +152,17 @@ void photographTranscript(QQuickWindow& window, Photographer& photographer)
     section->setProperty("asList", false);
 }
 
+/// Closes the popup that has this property. It may go with that.
+void closePopup(QQuickWindow& window, const char* property)
+{
+    for (auto* popup : window.findChildren<QObject*>()) {
+        if (popup->property(property).isValid() && popup->property("closePolicy").isValid()) {
+            QMetaObject::invokeMethod(popup, "close");
+            return;
+        }
+    }
+}
+
 /// What is done with whole projects: the menu of the library, several chosen, the trash, the space, the sheet of an export,
 /// what it has made, and leaving meanwhile.
 void photographLibrary(AppModel& model, QQuickWindow& window, Photographer& photographer)
@@ -168,7 +179,10 @@ void photographLibrary(AppModel& model, QQuickWindow& window, Photographer& phot
             ids << model.library()->get(row).value(QStringLiteral("projectId")).toString();
         sidebar->setProperty("marked", ids);
         QQuickItem* row = nullptr;
-        QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, row), Q_ARG(int, 0));
+        waitFor("a row of the library", [&] {
+            QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, row), Q_ARG(int, 0));
+            return row != nullptr;
+        });
         QMetaObject::invokeMethod(sidebar, "openMenu", Q_ARG(QQuickItem*, row));
         photographer.take(QStringLiteral("library-menu"));
         window.contentItem()->forceActiveFocus();
@@ -177,19 +191,13 @@ void photographLibrary(AppModel& model, QQuickWindow& window, Photographer& phot
     QMetaObject::invokeMethod(&window, "openSpace");
     waitFor("the sizes", [&] { return !model.care()->measuring(); });
     photographer.take(QStringLiteral("library-space"));
-    for (auto* popup : window.findChildren<QObject*>()) {
-        if (popup->property("care").isValid())
-            QMetaObject::invokeMethod(popup, "close");
-    }
+    closePopup(window, "care");
     QMetaObject::invokeMethod(&window, "exportOpenProject");
     photographer.take(QStringLiteral("export-own"));
     model.exportChoice()->setPreset(QStringLiteral("gif"));
     photographer.take(QStringLiteral("export-preset"));
     model.exportChoice()->setPreset({});
-    for (auto* popup : window.findChildren<QObject*>()) {
-        if (popup->property("selectable").isValid() && popup->property("estimate").isValid())
-            QMetaObject::invokeMethod(popup, "close");
-    }
+    closePopup(window, "needsSpan");
     model.setSelectedSpan({0, 2});
     model.exports()->exportProject(model.projectFacts().projectId, true);
     waitFor("the film", [&] { return model.exports()->doneCount() > 0; });
@@ -283,10 +291,7 @@ void takeAll(const QDir& folder, const QString& only)
     photographer.take(QStringLiteral("leaving"));
     end.give(0);
     waitFor("the end of the work", [&] { return !model.busy(); });
-    for (auto* alert : main.window().findChildren<QObject*>()) {
-        if (alert->property("later").isValid())
-            QMetaObject::invokeMethod(alert, "close");
-    }
+    closePopup(main.window(), "later");
 
     photographer.take(QStringLiteral("exporting"), [&] {
         if (!model.busy())
