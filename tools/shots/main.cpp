@@ -178,13 +178,12 @@ void photographLibrary(AppModel& model, QQuickWindow& window, Photographer& phot
         for (int row = 0; row < 2; ++row)
             ids << model.library()->get(row).value(QStringLiteral("projectId")).toString();
         sidebar->setProperty("marked", ids);
-        QQuickItem* row = nullptr;
-        waitFor("a row of the library", [&] {
+        photographer.take(QStringLiteral("library-menu"), [&] { // A menu closes when its window changes.
+            QQuickItem* row = nullptr;
             QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, row), Q_ARG(int, 0));
-            return row != nullptr;
+            if (row)
+                QMetaObject::invokeMethod(sidebar, "openMenu", Q_ARG(QQuickItem*, row));
         });
-        QMetaObject::invokeMethod(sidebar, "openMenu", Q_ARG(QQuickItem*, row));
-        photographer.take(QStringLiteral("library-menu"));
         window.contentItem()->forceActiveFocus();
         sidebar->setProperty("marked", QStringList());
     }
