@@ -167,26 +167,23 @@ void closePopup(QQuickWindow& window, const char* property)
 /// what it has made, and leaving meanwhile.
 void photographLibrary(AppModel& model, QQuickWindow& window, Photographer& photographer)
 {
-    QQuickItem* sidebar = nullptr;
-    for (auto* item : window.findChildren<QQuickItem*>()) {
-        if (item->property("marked").isValid() && item->property("renaming").userType() == QMetaType::QString)
-            sidebar = item;
-    }
-    auto* list = window.findChild<QQuickItem*>(QStringLiteral("library"));
-    if (sidebar && list) { // In a narrow window it is in the drawer.
+    photographer.take(QStringLiteral("library-menu"), [&] { // A menu closes when its window changes.
+        auto* list = window.findChild<QQuickItem*>(QStringLiteral("library"));
+        auto* sidebar = list;
+        while (sidebar && !sidebar->property("renaming").isValid())
+            sidebar = sidebar->parentItem();
+        if (!sidebar) // In a narrow window it is only in the drawer.
+            return;
         QStringList ids;
         for (int row = 0; row < 2; ++row)
             ids << model.library()->get(row).value(QStringLiteral("projectId")).toString();
         sidebar->setProperty("marked", ids);
-        photographer.take(QStringLiteral("library-menu"), [&] { // A menu closes when its window changes.
-            QQuickItem* row = nullptr;
-            QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, row), Q_ARG(int, 0));
-            if (row)
-                QMetaObject::invokeMethod(sidebar, "openMenu", Q_ARG(QQuickItem*, row));
-        });
-        window.contentItem()->forceActiveFocus();
-        sidebar->setProperty("marked", QStringList());
-    }
+        QQuickItem* row = nullptr;
+        QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, row), Q_ARG(int, 0));
+        if (row)
+            QMetaObject::invokeMethod(sidebar, "openMenu", Q_ARG(QQuickItem*, row));
+        QCoreApplication::processEvents();
+    });
     QMetaObject::invokeMethod(&window, "openSpace");
     waitFor("the sizes", [&] { return !model.care()->measuring(); });
     photographer.take(QStringLiteral("library-space"));
