@@ -228,7 +228,7 @@ Popup {
                         return "No queda nada que exportar."
                     if (!root.estimate.fits)
                         return "No cabe: exporta solo una parte, o elige otro destino."
-                    return "Dura " + Theme.timeText(root.estimate.duration) + " · tardará " + Wording.about(root.estimate.seconds)
+                    return "Dura " + (root.onlySelection ? Theme.exactTimeText(root.estimate.duration) : Theme.timeText(root.estimate.duration)) + " · tardará " + Wording.about(root.estimate.seconds)
                         + " · ocupará unos " + Wording.size(root.estimate.bytes)
                 }
             }

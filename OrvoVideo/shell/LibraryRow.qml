@@ -34,7 +34,7 @@ ItemDelegate {
             return stateText + ": " + failure
         if (importing)
             return "Importando…"
-        const size = bytes > 0 ? " · " + Wording.size(bytes) : ""
+        const size = bytes > 0 && !stateShown ? " · " + Wording.size(bytes) : ""
         return (stateShown ? stateText : Theme.timeText(playableDuration)) + " · " + Wording.day(createdAt) + size
     }
 

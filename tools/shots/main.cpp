@@ -238,44 +238,48 @@ void photographHelp(MainWindow& main, AppModel& model, Photographer& photographe
     model.capture()->setMode(QStringLiteral("screen"));
 }
 
+/// Closes the popup that has this property. It may go with that.
+void closePopup(QQuickWindow& window, const char* property)
+{
+    for (auto* popup : window.findChildren<QObject*>()) {
+        if (popup->property(property).isValid() && popup->property("closePolicy").isValid()) {
+            QMetaObject::invokeMethod(popup, "close");
+            return;
+        }
+    }
+}
+
 /// What is done with whole projects: the menu of the library, several chosen, the trash, the space, the sheet of an export,
 /// what it has made, and leaving meanwhile.
 void photographLibrary(AppModel& model, QQuickWindow& window, Photographer& photographer)
 {
-    QQuickItem* sidebar = nullptr;
-    for (auto* item : window.findChildren<QQuickItem*>()) {
-        if (item->property("marked").isValid() && item->property("renaming").userType() == QMetaType::QString)
-            sidebar = item;
-    }
-    auto* list = window.findChild<QQuickItem*>(QStringLiteral("library"));
-    if (sidebar && list) { // In a narrow window it is in the drawer.
+    photographer.take(QStringLiteral("library-menu"), [&] { // A menu closes when its window changes.
+        auto* list = window.findChild<QQuickItem*>(QStringLiteral("library"));
+        auto* sidebar = list;
+        while (sidebar && !sidebar->property("renaming").isValid())
+            sidebar = sidebar->parentItem();
+        if (!sidebar) // In a narrow window it is only in the drawer.
+            return;
         QStringList ids;
         for (int row = 0; row < 2; ++row)
             ids << model.library()->get(row).value(QStringLiteral("projectId")).toString();
         sidebar->setProperty("marked", ids);
         QQuickItem* row = nullptr;
         QMetaObject::invokeMethod(list, "itemAtIndex", Q_RETURN_ARG(QQuickItem*, row), Q_ARG(int, 0));
-        QMetaObject::invokeMethod(sidebar, "openMenu", Q_ARG(QQuickItem*, row));
-        photographer.take(QStringLiteral("library-menu"));
-        window.contentItem()->forceActiveFocus();
-        sidebar->setProperty("marked", QStringList());
-    }
+        if (row)
+            QMetaObject::invokeMethod(sidebar, "openMenu", Q_ARG(QQuickItem*, row));
+        QCoreApplication::processEvents();
+    });
     QMetaObject::invokeMethod(&window, "openSpace");
     waitFor("the sizes", [&] { return !model.care()->measuring(); });
     photographer.take(QStringLiteral("library-space"));
-    for (auto* popup : window.findChildren<QObject*>()) {
-        if (popup->property("care").isValid())
-            QMetaObject::invokeMethod(popup, "close");
-    }
+    closePopup(window, "care");
     QMetaObject::invokeMethod(&window, "exportOpenProject");
     photographer.take(QStringLiteral("export-own"));
     model.exportChoice()->setPreset(QStringLiteral("gif"));
     photographer.take(QStringLiteral("export-preset"));
     model.exportChoice()->setPreset({});
-    for (auto* popup : window.findChildren<QObject*>()) {
-        if (popup->property("selectable").isValid() && popup->property("estimate").isValid())
-            QMetaObject::invokeMethod(popup, "close");
-    }
+    closePopup(window, "needsSpan");
     model.setSelectedSpan({0, 2});
     model.exports()->exportProject(model.projectFacts().projectId, true);
     waitFor("the film", [&] { return model.exports()->doneCount() > 0; });
@@ -376,10 +380,7 @@ void takeAll(const QDir& folder, const QString& wanted)
     photographer.take(QStringLiteral("leaving"));
     end.give(0);
     waitFor("the end of the work", [&] { return !model.busy(); });
-    for (auto* alert : main.window().findChildren<QObject*>()) {
-        if (alert->property("later").isValid())
-            QMetaObject::invokeMethod(alert, "close");
-    }
+    closePopup(main.window(), "later");
 
     photographer.take(QStringLiteral("exporting"), [&] {
         if (!model.busy())
