@@ -61,14 +61,14 @@ ExportSettings ExportPreset::settings(const VideoProject& project, const ExportS
 {
     ExportSettings settings = chosen;
     settings.fps = 30;
-    settings.quality = "balanced";
+    settings.quality = ExportQuality::balanced;
     if (id == "moodle") {
         settings.height = 720;
-        settings.quality = "small";
+        settings.quality = ExportQuality::small;
     } else if (id == "youtube") {
         settings.height = std::max<std::int64_t>(project.height, 2);
         settings.fps = project.fps > 30 ? 60 : 30;
-        settings.quality = "high";
+        settings.quality = ExportQuality::high;
     } else if (id == "correo") {
         settings.height = 1080;
         settings.maxBytes = 20'000'000;

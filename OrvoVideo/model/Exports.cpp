@@ -99,12 +99,7 @@ QCoro::Task<> Exports::pickDestination(VideoProject project, ExportSettings sett
     const auto destination = co_await chosen;
     if (!destination)
         co_return;
-    m_storing.post([folder = destination->parent_path().string()] {
-        try {
-            StoredSettings::setText(StoredSettings::exportFolder, folder);
-        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the panel starts elsewhere next time.
-        }
-    });
+    StoredSettings::remember(StoredSettings::exportFolder, destination->parent_path().string());
     const auto title = QStringLiteral("Exportar «%1»").arg(Text::from(project.title));
     m_parts.queue.add({.title = title,
         .work = [this, project = std::move(project), destination = *destination, settings](
@@ -132,18 +127,15 @@ QCoro::Task<> Exports::render(VideoProject project, fs::path destination, Export
     m_parts.operation.setStatus(remarks.isEmpty() ? done : done + QStringLiteral(". ") + remarks);
     noteDone(project, destination, settings, seconds, bytes);
     emit finished(done, QStringLiteral("%1 · %2").arg(doneName(), sizeText(bytes)));
+    if (!m_parts.open.isLocked()) // While something is recorded, a window would come into the film.
+        m_parts.services.workspace->reveal(destination);
 }
 
 void Exports::noteDone(
     const VideoProject& project, const fs::path& file, const ExportSettings& settings, double seconds, double bytes)
 {
     m_pace.add(project, settings, seconds, static_cast<std::uintmax_t>(bytes));
-    m_storing.post([pace = m_pace.text()] {
-        try {
-            StoredSettings::setText(StoredSettings::exportPace, pace);
-        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): it is measured again.
-        }
-    });
+    StoredSettings::remember(StoredSettings::exportPace, m_pace.text());
     m_done = file;
     m_doneBytes = bytes;
     ++m_doneCount;

@@ -78,7 +78,6 @@ private:
     std::filesystem::path m_done; ///< The newest film.
     double m_doneBytes = 0;
     int m_doneCount = 0;
-    SerialWorker m_storing; ///< Last: it stores everything before the rest goes.
 };
 
 } // namespace orvo

@@ -165,6 +165,7 @@ TEST_F(ImportExportTests, ExportsTheProjectAsItWas)
     EXPECT_GT(model->progress(), 0.5);
     EXPECT_EQ(model->exports()->doneName(), "whole.mp4");
     EXPECT_EQ(model->exports()->doneCount(), 2);
+    EXPECT_THAT(workspace->revealed, testing::ElementsAre(file, folder / "whole.mp4"));
     const auto result = probe(file);
     EXPECT_EQ(result.height, 90);
     EXPECT_EQ(result.width, 160);
