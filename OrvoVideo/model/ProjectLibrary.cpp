@@ -236,7 +236,7 @@ QCoro::Task<> ProjectLibrary::reloadListed(std::set<Uuid> projects)
     });
     for (const auto& project : read) {
         const auto* listed = m_list.find(project.id);
-        if (listed && !m_parts.open.is(project.id) && !saysTheSame(project, *listed))
+        if (listed && !m_parts.open.is(project.id) && !areSameDocument(project, *listed))
             m_list.replace(project);
     }
 }
