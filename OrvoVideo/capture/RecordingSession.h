@@ -77,7 +77,8 @@ public:
     void togglePause();
     bool isPaused() const;
 
-    /// Adds a zoom point at the pointer.
+    /// Adds a zoom point at the pointer; outside of the recording, as over a button of ours, where it was seen last, or else
+    /// in the middle. Ignored while paused.
     void markZoom();
 
     /// Seconds since the time origin; 0 before.

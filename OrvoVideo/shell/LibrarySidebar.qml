@@ -77,7 +77,7 @@ Rectangle {
 
         app: root.app
         onOpenWanted: root.choose(projects[0])
-        onRenameWanted: root.rename(projects[0])
+        onRenameWanted: Qt.callLater(root.rename, projects[0]) // Once the menu no longer has the keyboard.
         onExportWanted: root.exportWanted(projects[0], root.app.library.titleOf(projects[0]))
         onClosed: list.forceActiveFocus()
     }

@@ -376,7 +376,10 @@ ApplicationWindow {
         target: root.app
 
         function onBusyChanged() {
-            if (leaveWhileBusy.later && !root.app.busy)
+            if (!leaveWhileBusy.later || root.app.busy)
+                return
+            leaveWhileBusy.later = false
+            if (root.app.errorMessage === "") // A failure is read first.
                 Qt.callLater(root.close)
         }
     }

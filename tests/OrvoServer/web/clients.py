@@ -99,6 +99,7 @@ class Windows:
     def withdraw(self, _project):
         self.desktop.do("press", "Retirar publicación")
         self.desktop.do("see", "¿Retirar la publicación?")
+        self.desktop.key("Tab")  # The default keeps it.
         self.desktop.key("Return")
         self.desktop.do("see", "Publicar")
 

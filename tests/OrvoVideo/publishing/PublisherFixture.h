@@ -43,7 +43,11 @@ protected:
     /// The text of the failure that a publication ends with; empty when it does not fail.
     std::string failure()
     {
-        return failureOf([this] { publish(); });
+        try {
+            return failureOf([this] { publish(); });
+        } catch (const Cancelled&) {
+            return "cancelled";
+        }
     }
 
     std::filesystem::path media(const std::string& name) const { return store.directory(project.id) / "media" / name; }

@@ -2,6 +2,7 @@
 #include "WindowFixture.h"
 
 #include <QTest>
+#include <chrono>
 #include <fstream>
 #include <optional>
 #include <utility>
@@ -104,8 +105,12 @@ TEST_F(LibraryWindowTests, RenamesDuplicatesAndShowsAProject)
 TEST_F(LibraryWindowTests, MovesSeveralToTheTrashAndPutsThemBack)
 {
     const auto first = withMovie("Primera", 1);
-    const auto second = add(VideoProject::make("Segunda"));
-    add(VideoProject::make("Tercera"));
+    auto made = VideoProject::make("Segunda");
+    made.createdAt -= std::chrono::minutes(1); // The newest comes first.
+    const auto second = add(made);
+    made = VideoProject::make("Tercera");
+    made.createdAt -= std::chrono::minutes(2);
+    add(made);
     show();
     select(first);
     ASSERT_TRUE(waitForRow("Tercera"));

@@ -110,14 +110,16 @@ QQuickItem* WindowFixture::control(QAccessible::Role role, const QString& name) 
 
 void WindowFixture::click(QAccessible::Role role, const QString& name)
 {
-    // A section that was opened just now is laid out again before it is drawn: what still moves is missed.
+    // A section or a menu that was opened just now is laid out again before it is drawn: what still moves is missed.
     std::optional<QPointF> place;
+    int still = 0;
     ASSERT_TRUE(waitUntil([&] {
         const auto* found = control(role, name);
         if (!found || !found->isEnabled() || !(found->width() > 0))
             return false;
         const auto before = std::exchange(place, found->mapToScene({found->width() / 2, found->height() / 2}));
-        return before == place;
+        still = before == place ? still + 1 : 0;
+        return still == 3;
     })) << name.toStdString();
     QTest::mouseClick(&view(), Qt::LeftButton, {}, place->toPoint());
 }
