@@ -263,15 +263,15 @@ void CaptureEngine::watchDevices()
     }
 }
 
-void CaptureEngine::recordPointer(PointerKind kind)
+bool CaptureEngine::recordPointer(PointerKind kind)
 {
     if (isIgnoring() || !onEvent)
-        return;
+        return false;
     ScreenStream::View view;
     {
         const std::lock_guard lock(m_streamMutex);
         if (!m_screen)
-            return;
+            return false;
         view = m_screen->view();
     }
     const auto& [area, shown, reported] = view;
@@ -279,11 +279,12 @@ void CaptureEngine::recordPointer(PointerKind kind)
     if (!place && m_pointer)
         place = m_pointer->position();
     if (!place || !area.contains(*place))
-        return;
+        return false;
     onEvent({.time = time(),
         .x = shown.x + shown.width * (place->x - area.x) / area.width,
         .y = shown.y + shown.height * (place->y - area.y) / area.height,
         .kind = kind});
+    return true;
 }
 
 void CaptureEngine::setPaused(bool paused)

@@ -62,8 +62,9 @@ public:
     /// Ends the recording and closes all files. Blocks. Throws the last error of a writer, after all of them have closed.
     void stop();
 
-    /// Reports the pointer's position in the frame to `onEvent`, if it is in the recorded area. Thread-safe.
-    void recordPointer(PointerKind kind);
+    /// Reports the pointer's position in the frame to `onEvent`, if it is in the recorded area; returns whether it was.
+    /// Thread-safe.
+    bool recordPointer(PointerKind kind);
 
     /// Elapsed recording time in seconds; 0 before the first sample. After `stop`, the length of the recording.
     /// Thread-safe.

@@ -161,15 +161,7 @@ double RecordingSession::time() const
 
 void RecordingSession::markZoom()
 {
-    if (isPaused())
-        return;
-    const auto zooms = [this] {
-        const std::lock_guard lock(m_mutex);
-        return std::ranges::count(m_events, PointerKind::zoom, &PointerEvent::kind);
-    };
-    const auto before = zooms();
-    m_engine.recordPointer(PointerKind::zoom);
-    if (zooms() != before)
+    if (isPaused() || m_engine.recordPointer(PointerKind::zoom))
         return;
     const std::lock_guard lock(m_mutex);
     PointerEvent event = m_events.empty() ? PointerEvent{.x = 0.5, .y = 0.5} : m_events.back();
