@@ -8,7 +8,6 @@
 #include "VideoMedia/ExportFormats.h"
 
 #include <QElapsedTimer>
-#include <QLocale>
 #include <QStandardPaths>
 #include <utility>
 
@@ -26,11 +25,6 @@ fs::path startFolder()
     if (!last.empty() && fs::is_directory(last, ignored))
         return last;
     return QStandardPaths::writableLocation(QStandardPaths::MoviesLocation).toStdString();
-}
-
-QString sizeText(double bytes)
-{
-    return QLocale().formattedDataSize(static_cast<qint64>(bytes), 1, QLocale::DataSizeSIFormat);
 }
 
 } // namespace
@@ -126,7 +120,7 @@ QCoro::Task<> Exports::render(VideoProject project, fs::path destination, Export
                                                              : QStringLiteral("Vídeo exportado");
     m_parts.operation.setStatus(remarks.isEmpty() ? done : done + QStringLiteral(". ") + remarks);
     noteDone(project, destination, settings, seconds, bytes);
-    emit finished(done, QStringLiteral("%1 · %2").arg(doneName(), sizeText(bytes)));
+    emit finished(done, QStringLiteral("%1 · %2").arg(doneName(), Text::ofSize(bytes)));
     if (!m_parts.open.isLocked()) // While something is recorded, a window would come into the film.
         m_parts.services.workspace->reveal(destination);
 }

@@ -7,7 +7,6 @@
 #include "VideoCore/FileLock.h"
 #include "VideoMedia/MovieImport.h"
 
-#include <QLocale>
 #include <QScopeGuard>
 #include <QStandardPaths>
 #include <algorithm>
@@ -29,11 +28,6 @@ const QString cacheKind = QStringLiteral("cache");
 fs::path cacheFolder()
 {
     return fs::path(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation).toStdString()) / "OrvoVideo";
-}
-
-QString sizeText(double bytes)
-{
-    return QLocale().formattedDataSize(static_cast<qint64>(bytes), 1, QLocale::DataSizeSIFormat);
 }
 
 QString noteOf(LibrarySpace::Freeable kind)
@@ -342,7 +336,7 @@ QCoro::Task<> LibraryCare::freeAll(QString kind)
         }
         return static_cast<double>(sum);
     });
-    m_parts.operation.setStatus(QStringLiteral("Se han liberado %1").arg(sizeText(freed)));
+    m_parts.operation.setStatus(QStringLiteral("Se han liberado %1").arg(Text::ofSize(freed)));
     readDiskFacts({ids.begin(), ids.end()});
     co_await measureAll();
 }

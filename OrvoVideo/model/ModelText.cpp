@@ -2,6 +2,7 @@
 
 #include "VideoCore/Labels.h"
 
+#include <QLocale>
 #include <array>
 
 namespace orvo::Text {
@@ -42,6 +43,11 @@ QString ofState(const std::string& state)
 QString ofKind(TrackKind kind)
 {
     return from(std::string(trackLabel(kind)));
+}
+
+QString ofSize(double bytes)
+{
+    return QLocale().formattedDataSize(static_cast<qint64>(bytes), 1, QLocale::DataSizeSIFormat);
 }
 
 bool isRecoverable(const std::string& state)
