@@ -6,6 +6,7 @@
 #include <QVariantMap>
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <utility>
 
 namespace orvo {
@@ -62,6 +63,7 @@ void PreviewScene::setViewSize(const QSizeF& size)
     if (m_viewSize == size)
         return;
     m_viewSize = size;
+    emit viewSizeChanged();
     place();
 }
 
@@ -83,6 +85,9 @@ const VideoProject* PreviewScene::project() const
 
 void PreviewScene::place()
 {
+    // Most edits move nothing, and all that is drawn over the picture listens.
+    const auto places = [this] { return std::tuple(m_frame, m_picture, m_pixel, m_camera); };
+    const auto before = places();
     if (const VideoProject* shown = project()) {
         const auto size = RenderGraph::outputSize(*shown, m_model->options().height);
         m_frame = {static_cast<int>(size.width), static_cast<int>(size.height)};
@@ -97,7 +102,8 @@ void PreviewScene::place()
         m_trail.show(*shown);
         m_kept = RenderGraph::keptSpans(*shown, shown->fps);
     }
-    emit placesChanged();
+    if (places() != before)
+        emit placesChanged();
     follow();
 }
 

@@ -20,7 +20,7 @@ class PreviewScene : public QObject {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(orvo::AppModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)
-    Q_PROPERTY(QSizeF viewSize READ viewSize WRITE setViewSize NOTIFY placesChanged)
+    Q_PROPERTY(QSizeF viewSize READ viewSize WRITE setViewSize NOTIFY viewSizeChanged)
     /// Whether the media of the open project are being opened, and whether they cannot be played.
     Q_PROPERTY(bool loading READ loading NOTIFY previewChanged)
     Q_PROPERTY(bool failed READ failed NOTIFY previewChanged)
@@ -84,6 +84,7 @@ public:
 signals:
     void modelChanged();
     void previewChanged();
+    void viewSizeChanged();
     void placesChanged();
     void cameraShownChanged();
     void timeChanged();

@@ -20,6 +20,9 @@ QString pauseText(double seconds)
     return QStringLiteral("%1 s").arg(QString::number(seconds, 'f', 1).replace(u'.', u','));
 }
 
+/// Of a word that no font was asked about yet.
+constexpr double unknownWidth = -1;
+
 } // namespace
 
 ProseColors ProseColors::from(const QVariantMap& map)
@@ -88,6 +91,7 @@ void ProsePage::setFont(const QFont& font)
 {
     m_font = font;
     m_widths.clear();
+    std::ranges::fill(m_wordWidths, unknownWidth);
     m_glyphs.clear();
     emit fontsChanged();
     rebuild();
@@ -142,6 +146,8 @@ void ProsePage::showWords()
         const auto place = [](auto& list, std::size_t index) { return list.begin() + static_cast<std::ptrdiff_t>(index); };
         m_texts.erase(place(m_texts, head), place(m_texts, before.size() - tail));
         m_texts.insert(place(m_texts, head), after.size() - tail - head, {});
+        m_wordWidths.erase(place(m_wordWidths, head), place(m_wordWidths, before.size() - tail));
+        m_wordWidths.insert(place(m_wordWidths, head), after.size() - tail - head, unknownWidth);
         m_fillers.erase(place(m_fillers, head), place(m_fillers, before.size() - tail));
         m_fillers.insert(place(m_fillers, head), after.size() - tail - head, {});
         for (std::size_t i = head; i < after.size() - tail; ++i) {
@@ -234,9 +240,10 @@ void ProsePage::rebuild()
             const QString& text = m_texts[i];
             const auto index = static_cast<std::uint32_t>(i);
             if (!text.contains(u' ')) {
-                boxes.push_back({.index = index,
-                    .length = static_cast<std::uint32_t>(text.size()),
-                    .width = widthOf(text, m_widths, m_font)});
+                double& width = m_wordWidths[i];
+                if (width == unknownWidth)
+                    width = widthOf(text, m_widths, m_font);
+                boxes.push_back({.index = index, .length = static_cast<std::uint32_t>(text.size()), .width = width});
                 continue;
             }
             qsizetype from = 0; // A correction of several words breaks between them.

@@ -181,6 +181,7 @@ private:
     QPointer<TranscriptCursor> m_reader;
     SharedList<TranscriptWord> m_words;
     std::vector<QString> m_texts;
+    std::vector<double> m_wordWidths; ///< Of each text in one piece, once it was asked for.
     std::vector<char> m_fillers;
     std::vector<char> m_unsure; ///< Whether the recogniser was.
     int m_unsureRow = -1;

@@ -53,8 +53,14 @@ private:
 void Snapping::show(const VideoProject& project)
 {
     const auto& edit = project.edit;
-    if (!m_words.sharesStorageWith(edit.words) || m_wordEdges.empty() != edit.words.empty()) {
-        m_words = edit.words;
+    const auto sameTimes = [](const TranscriptWord& one, const TranscriptWord& other) {
+        return one.start == other.start && one.end == other.end;
+    };
+    const bool sameEdges = m_words.sharesStorageWith(edit.words)
+        ? m_wordEdges.empty() == edit.words.empty()
+        : std::ranges::equal(m_words.items(), edit.words.items(), sameTimes);
+    m_words = edit.words;
+    if (!sameEdges) {
         m_wordEdges.clear();
         m_wordEdges.reserve(edit.words.size() * 2);
         for (const auto& word : edit.words) {
