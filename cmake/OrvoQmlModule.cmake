@@ -1,3 +1,11 @@
+# What the C++ of windows begins with, precompiled once for all rooms that have some.
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/orvo_window_standard.cpp CONTENT "")
+add_library(orvo_window_standard OBJECT ${CMAKE_BINARY_DIR}/orvo_window_standard.cpp)
+target_link_libraries(orvo_window_standard PRIVATE orvo_flags Qt6::DBus Qt6::Quick)
+target_precompile_headers(orvo_window_standard PRIVATE
+  <QGuiApplication> <QPainter> <QPointer> <QQmlEngine> <QQuickItem> <QQuickWindow> <QTimer> <QtQml/qqmlprivate.h>
+  <algorithm> <chrono> <filesystem> <format> <functional> <map> <optional> <span> <stop_token> <string> <thread> <vector>)
+
 # orvo_qml_module(NAME URI ROOM SOURCES file... QML file... [RESOURCES file...] [PUBLIC target...] [PRIVATE target...])
 #
 # Creates a room with windows: an orvo_module() whose headers are included as "OrvoVideo/ROOM/Header.h", and the QML
@@ -10,9 +18,7 @@ function(orvo_qml_module NAME URI ROOM)
     # Parses the views ahead of time, so that they open faster. Compiling their few expressions to C++ would take much of
     # the build time.
     QT_QMLCACHEGEN_ARGUMENTS --only-bytecode)
-  target_precompile_headers(${NAME} PRIVATE
-    <QGuiApplication> <QPainter> <QPointer> <QQmlEngine> <QQuickItem> <QQuickWindow> <QTimer> <QtQml/qqmlprivate.h>
-    <algorithm> <chrono> <filesystem> <format> <functional> <map> <optional> <span> <stop_token> <string> <thread> <vector>)
+  target_precompile_headers(${NAME} REUSE_FROM orvo_window_standard)
   # The generated type registration includes the headers by name only.
   target_include_directories(${NAME} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
   qt_policy(SET QTP0004 NEW)
