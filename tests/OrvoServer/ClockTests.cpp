@@ -2,6 +2,8 @@
 #include "OrvoServer/store/Collection.h"
 #include "ServerFixture.h"
 
+#include <atomic>
+
 namespace orvo::test {
 
 namespace {
@@ -16,7 +18,7 @@ constexpr std::int64_t day = 24 * hour;
 class SetClock final : public Clock {
 public:
     std::int64_t now() const override { return time; }
-    std::int64_t time = 1'800'000'000;
+    std::atomic<std::int64_t> time = 1'800'000'000; ///< Read by the threads of the server.
 };
 
 TEST(SystemClock, NeverGoesBackWithinARun)
