@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <format>
@@ -59,36 +60,77 @@ int init(const Arguments& arguments)
     return 0;
 }
 
-int run(const Arguments& arguments)
-{
-    std::signal(SIGPIPE, SIG_IGN);
-    // Keys and tickets are in the memory of this process.
-    ::prctl(PR_SET_DUMPABLE, 0);
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGHUP);
-    // Before any thread, so that all of them leave the signals to the one that waits.
-    ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    Log log(STDERR_FILENO);
-    Service service(DataFolder(arguments.data),
-        {.listen = arguments.listen.empty() ? std::optional<HostAndPort>() : readListen(arguments.listen)}, log);
-    std::thread([&service, signals] {
-        for (bool isStopping = false;;) {
+/// Passes the signals of operators on to a service, on a thread of its own, for as long as it lives.
+class Signals {
+public:
+    /// Before any thread: all of them leave the signals to the one that waits.
+    static void block() { ::pthread_sigmask(SIG_BLOCK, &set(), nullptr); }
+
+    explicit Signals(Service& service)
+        : m_service(service)
+        , m_thread([this] { wait(); })
+    {
+    }
+
+    ~Signals()
+    {
+        m_isEnding = true;
+        ::pthread_kill(m_thread.native_handle(), wake);
+        m_thread.join();
+    }
+
+    Signals(const Signals&) = delete;
+    Signals& operator=(const Signals&) = delete;
+
+private:
+    static constexpr int wake = SIGUSR1; ///< Ends the wait.
+
+    static const sigset_t& set()
+    {
+        static const sigset_t signals = [] {
+            sigset_t all;
+            sigemptyset(&all);
+            for (const int signal : {SIGTERM, SIGINT, SIGHUP, wake})
+                sigaddset(&all, signal);
+            return all;
+        }();
+        return signals;
+    }
+
+    void wait()
+    {
+        for (bool isStopping = false; !m_isEnding;) {
             int signal = 0;
-            sigwait(&signals, &signal);
+            sigwait(&set(), &signal);
+            if (signal == wake)
+                continue;
             if (signal == SIGHUP) {
-                service.reloadCertificate();
+                m_service.reloadCertificate();
                 continue;
             }
             // Somebody who asks twice does not want to wait.
             if (isStopping)
                 ::_exit(1);
             isStopping = true;
-            service.stop();
+            m_service.stop();
         }
-    }).detach();
+    }
+
+    Service& m_service;
+    std::atomic<bool> m_isEnding = false;
+    std::thread m_thread;
+};
+
+int run(const Arguments& arguments)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    // Keys and tickets are in the memory of this process.
+    ::prctl(PR_SET_DUMPABLE, 0);
+    Signals::block();
+    Log log(STDERR_FILENO);
+    Service service(DataFolder(arguments.data),
+        {.listen = arguments.listen.empty() ? std::optional<HostAndPort>() : readListen(arguments.listen)}, log);
+    const Signals signals(service);
     service.run();
     return 0;
 }
