@@ -82,7 +82,7 @@ int run(const Arguments& arguments)
                 service.reloadCertificate();
                 continue;
             }
-            // Somebody who asks twice does not want to wait.
+            // A second request ends it at once.
             if (isStopping)
                 ::_exit(1);
             isStopping = true;

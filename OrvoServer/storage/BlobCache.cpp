@@ -115,7 +115,7 @@ std::shared_ptr<const OpenFile> BlobCache::openIfHere(const std::string& key, st
             return file;
         }
     } catch (const fs::filesystem_error&) {
-        // Somebody has emptied the folder: fetched again.
+        // Somebody emptied the folder: fetch again.
     }
     drop(name);
     return nullptr;

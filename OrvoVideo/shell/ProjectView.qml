@@ -151,7 +151,7 @@ ColumnLayout {
             text: "Publicar"
             iconName: "globe"
             enabled: !root.app.recorder.isRecording
-            // Without a server there is nothing to publish on: what is missing is shown.
+            // Without a server, the button shows what is missing.
             onClicked: root.app.server.serverURL.trim() !== "" ? root.app.publish() : root.settingsWanted()
         }
     }
