@@ -19,22 +19,12 @@
 #include <QQuickStyle>
 #include <QSessionManager>
 #include <QTranslator>
-#include <QtQml/QQmlExtensionPlugin>
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <string_view>
 #include <vector>
-
-Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_HelpPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_SettingsPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_ShellPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_UiPlugin)
 
 namespace {
 

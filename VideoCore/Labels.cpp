@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <format>
 #include <utility>
 
 namespace orvo {
@@ -37,6 +39,31 @@ std::string_view trackLabel(TrackKind kind)
         return "Clip";
     }
     return {};
+}
+
+std::string sizeLabel(double bytes)
+{
+    if (bytes < 999.5)
+        return std::format("{:.0f} bytes", bytes);
+    if (bytes < 999.5e3)
+        return std::format("{:.0f} kB", bytes / 1e3);
+    const bool isMany = bytes >= 999.95e6;
+    std::string number = std::format("{:.1f}", bytes / (isMany ? 1e9 : 1e6));
+    std::ranges::replace(number, '.', ',');
+    return number + (isMany ? " GB" : " MB");
+}
+
+std::string timeLabel(double seconds)
+{
+    const auto whole = std::isfinite(seconds) ? static_cast<long long>(std::max(seconds, 0.0)) : 0;
+    return std::format("{:02}:{:02}", whole / 60, whole % 60);
+}
+
+std::string exactTimeLabel(double seconds)
+{
+    constexpr double rounding = 1e-6; // A tenth that is written in binary may lie below itself.
+    const auto tenths = std::isfinite(seconds) ? static_cast<long long>(std::max(seconds * 10 + rounding, 0.0)) : 0;
+    return std::format("{},{}", timeLabel(static_cast<double>(tenths / 10)), tenths % 10);
 }
 
 } // namespace orvo

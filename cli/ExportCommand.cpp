@@ -1,4 +1,5 @@
 #include "VideoCore/CaptureSession.h"
+#include "VideoCore/Labels.h"
 #include "VideoCore/UniqueFd.h"
 #include "VideoMedia/ExportPresets.h"
 #include "VideoMedia/ExportService.h"
@@ -178,7 +179,7 @@ void exportProject(Session& session, const ExportArguments& arguments)
     }
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
     std::string text = std::format("{}: {} ({}, {}, en {})\n", settings.format == ExportFormat::audio ? "Audio" : "Vídeo",
-        printable(file.string()), fineLength(length), fileSize(size), clockTime(seconds));
+        printable(file.string()), fineLength(length), sizeLabel(static_cast<double>(size)), clockTime(seconds));
     if (hasSubtitles)
         text += std::format("Subtítulos: {}\n", printable(subtitles.string()));
     session.print(text);

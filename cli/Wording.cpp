@@ -2,10 +2,8 @@
 
 #include "cli/TextColumns.h"
 
-#include <algorithm>
 #include <array>
 #include <ctime>
-#include <format>
 
 namespace orvo::cli {
 
@@ -24,12 +22,6 @@ std::string localTime(DateTime instant)
     std::array<char, 32> text{};
     const std::size_t length = std::strftime(text.data(), text.size(), "%d/%m/%Y %H:%M", &local);
     return {text.data(), length};
-}
-
-std::string fileSize(std::uintmax_t bytes)
-{
-    const auto size = static_cast<double>(bytes);
-    return size < 1e6 ? std::format("{:.0f} KB", std::max(1.0, size / 1e3)) : std::format("{:.1f} MB", size / 1e6);
 }
 
 } // namespace orvo::cli

@@ -14,7 +14,4 @@ std::string shownTitle(std::string_view title);
 /// Date and time to the minute, in the time zone of the user.
 std::string localTime(DateTime instant);
 
-/// A size in MB or KB.
-std::string fileSize(std::uintmax_t bytes);
-
 } // namespace orvo::cli

@@ -49,7 +49,7 @@ Response failureResponse(const std::exception& error)
             return errorResponse(507, "El disco del servidor está lleno. Libera espacio y vuelve a intentarlo.");
         if (system->code() == std::errc::read_only_file_system || system->code() == std::errc::permission_denied)
             return errorResponse(500, "El servidor no puede escribir en su carpeta de datos. Ejecuta «orvo-server check».");
-        // Paths of the server are nobody else's business.
+        // Clients must not learn paths of the server.
         return errorResponse(500, "El disco del servidor ha fallado. Ejecuta «orvo-server check».");
     }
     if (dynamic_cast<const Error*>(&error))

@@ -31,7 +31,7 @@ Response done()
     return Response{.status = 204};
 }
 
-/// The identifier of a video in its one form, empty for what is none.
+/// The identifier of a video in its canonical form; empty for an invalid one.
 std::string videoId(const std::string& text)
 {
     const bool isCanonical = Uuid::parse(text) && std::ranges::none_of(text, [](char c) { return c >= 'A' && c <= 'F'; });
@@ -228,7 +228,7 @@ Response PublishingApi::registerRevision(const Request& request, const Arguments
     const auto registered = m_parts.catalogue.registerRevision(arguments.at(0), files);
     if (!registered)
         return unknown("El vídeo no existe en el servidor.");
-    // Known only now, since what is held needs no room. The registration without uploads is collected in time.
+    // Known only now, since files that are held need no room. The registration without uploads is collected in time.
     if (auto full = withoutRoom(registered->missingBytes))
         return *std::move(full);
     JsonWriter json;

@@ -206,7 +206,7 @@ void Service::State::maintain(const std::stop_token& stop)
         if (round % 6 == 0)
             attempt("statistics", [&] { statistics.flush(); });
         if (round % 12 == 0) {
-            // Also what an instance that is gone has left half stored.
+            // Also files that a dead instance left half stored.
             attempt("storing", [&] {
                 for (const auto& revision : catalogue.storingRevisions())
                     storing.add(revision);

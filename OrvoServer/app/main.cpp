@@ -108,7 +108,7 @@ private:
                 m_service.reloadCertificate();
                 continue;
             }
-            // Somebody who asks twice does not want to wait.
+            // A second request ends it at once.
             if (isStopping)
                 ::_exit(1);
             isStopping = true;

@@ -115,7 +115,7 @@ std::shared_ptr<const OpenFile> BlobCache::openIfHere(const std::string& key, st
             return file;
         }
     } catch (const fs::filesystem_error&) {
-        // Somebody has emptied the folder: fetched again.
+        // Somebody emptied the folder: fetch again.
     }
     drop(name);
     return nullptr;
@@ -138,16 +138,15 @@ void BlobCache::fetch(const std::string& key, const std::string& name, std::uint
     std::shared_ptr<Fetch> mine;
     {
         std::unique_lock lock(m_mutex);
-        if (m_entries.contains(name))
-            return;
-        if (const auto found = m_fetches.find(name); found != m_fetches.end()) {
+        for (auto found = m_fetches.find(name); found != m_fetches.end(); found = m_fetches.find(name)) {
             const auto other = found->second;
             if (!m_fetched.wait(lock, stop, [&] { return other->isDone; }))
                 throw Cancelled();
-            if (other->failure)
+            if (other->failure && !other->isCancelled)
                 std::rethrow_exception(other->failure);
-            return;
         }
+        if (m_entries.contains(name))
+            return;
         mine = std::make_shared<Fetch>();
         m_fetches.emplace(name, mine);
         makeRoom(size);
@@ -160,8 +159,13 @@ void BlobCache::fetch(const std::string& key, const std::string& name, std::uint
         if (fs::file_size(part) != size)
             throw StoreError(StoreError::Kind::passing, "El almacén ha entregado un archivo incompleto.");
         fs::rename(part, pathOf(name));
+    } catch (const Cancelled&) {
+        mine->isCancelled = true;
+        mine->failure = std::current_exception();
     } catch (...) {
         mine->failure = std::current_exception();
+    }
+    if (mine->failure) {
         std::error_code ignored;
         fs::remove(part, ignored);
     }

@@ -19,7 +19,7 @@ public:
     BlobCache(BlobStore& store, std::filesystem::path folder, std::uint64_t maxBytes, Metrics& metrics);
 
     std::shared_ptr<const OpenFile> openIfHere(const std::string& key, std::uint64_t size) override;
-    /// While another thread fetches the same file, waits for it and shares its failure.
+    /// While another thread fetches the same file, waits for it and shares its failure, but not its cancellation.
     std::shared_ptr<const OpenFile> open(const std::string& key, std::uint64_t size, const std::stop_token& stop) override;
 
     std::uint64_t usedBytes() const;
@@ -31,6 +31,7 @@ private:
     };
     struct Fetch {
         bool isDone = false;
+        bool isCancelled = false; ///< By the one that fetched; the others fetch anew.
         std::exception_ptr failure;
     };
 

@@ -20,7 +20,7 @@ constexpr std::chrono::seconds renewBefore{60};
 
 constexpr std::size_t secretSize = 32; ///< Bytes.
 
-/// What stands for a secret where others may see it.
+/// Replaces a secret where others may see it.
 std::string digestOf(std::string_view secret)
 {
     return base64Url(sha256(secret));

@@ -15,7 +15,7 @@ using Result = std::unique_ptr<PGresult, decltype(&PQclear)>;
 
 constexpr std::size_t maxIdle = 16;
 
-// What is locked by the writers of this program, and by nobody else: "orvo" as a number.
+// The advisory lock of this program's writers alone: "orvo" as a number.
 constexpr std::string_view takeTurn = "SELECT pg_advisory_xact_lock(1869772399)";
 
 /// The types of columns that hold whole numbers: int8, int2, int4, and numeric, which sums of int8 are.

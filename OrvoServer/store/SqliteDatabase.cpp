@@ -37,7 +37,7 @@ public:
 
     Connection(const std::filesystem::path& file, File state)
     {
-        // A database that is gone must not look like an empty one.
+        // A missing database must not look like an empty one.
         const int create = state == File::mayBeNew ? SQLITE_OPEN_CREATE : 0;
         const int code = sqlite3_open_v2(
             file.c_str(), &m_handle, SQLITE_OPEN_READWRITE | create | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW, nullptr);

@@ -152,7 +152,7 @@ std::shared_ptr<Uploads::Writer::Part> Uploads::partOf(const std::string& upload
     const std::scoped_lock lock(m_mutex);
     if (const auto found = m_parts.find(upload); found != m_parts.end())
         return found->second;
-    // Files that nobody writes at the moment are closed; opened again, they are read again for their digest.
+    // Idle files are closed; reopening one reads it again for its digest.
     for (auto it = m_order.end(); m_parts.size() >= maxOpenParts && it != m_order.begin();) {
         --it;
         const auto found = m_parts.find(*it);

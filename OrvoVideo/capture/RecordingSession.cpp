@@ -5,6 +5,7 @@
 #include "VideoCore/FileIO.h"
 #include "VideoCore/PointerLog.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -42,6 +43,18 @@ off_t flushed(const fs::path& file, off_t before)
     return facts.st_size;
 }
 
+/// Whether this microphone, or any for an empty identifier, is plugged in. True where nobody knows: opening it reports why.
+bool isMicrophoneThere(const std::string& device)
+{
+    if (!AudioInputs::hasMicrophone())
+        return false;
+    try {
+        return device.empty() || std::ranges::contains(AudioInputs::list().microphones, device, &AudioDevice::id);
+    } catch (const Error&) {
+        return true;
+    }
+}
+
 } // namespace
 
 std::string RecordingSession::defaultTitle()
@@ -65,7 +78,7 @@ RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& eng
     , m_engine(engine)
     , m_listener(std::move(listener))
 {
-    const bool lacksMicrophone = plan.options.microphone && !AudioInputs::hasMicrophone();
+    const bool lacksMicrophone = plan.options.microphone && !isMicrophoneThere(plan.options.microphoneDevice);
     if (lacksMicrophone)
         plan.options.microphone = false;
     create(plan);

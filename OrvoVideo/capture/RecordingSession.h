@@ -52,9 +52,9 @@ public:
         std::optional<std::string> error; ///< For the user, if something went wrong.
     };
 
-    /// Creates the project and starts recording. Without a microphone in the machine, records without it and calls
-    /// `Listener::onDevice` before the constructor returns. Throws what `ProjectStore` and `CaptureEngine::start` throw;
-    /// a project created by then is left as "needs-recovery".
+    /// Creates the project and starts recording. If the chosen microphone, or any, is not there, records without it and
+    /// calls `Listener::onDevice` before the constructor returns. Throws what `ProjectStore` and `CaptureEngine::start`
+    /// throw; a project created by then is left as "needs-recovery".
     RecordingSession(const ProjectStore& store, CaptureEngine& engine, Plan plan, Listener listener = {});
 
     /// Calls `stop` if nobody did.

@@ -7,7 +7,7 @@ Item {
 
     required property Item space
     property bool sizable: false
-    /// Whether it stands out though nobody points at it.
+    /// Whether it is highlighted without the pointer over it.
     property bool marked: false
 
     /// It was pressed.

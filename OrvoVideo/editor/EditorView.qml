@@ -196,7 +196,7 @@ FocusScope {
 
             SplitView.preferredWidth: 340
             SplitView.minimumWidth: 300
-            // What is remembered from a larger window gives way.
+            // Sizes remembered from a larger window give way.
             SplitView.maximumWidth: Math.max(300, Math.min(560, columns.width - root.leastWidth - Theme.space(2)))
             clip: true
             visible: root.inspectorShown && !root.pictureAlone

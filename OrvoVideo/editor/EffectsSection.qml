@@ -141,11 +141,11 @@ Flickable {
                 height: 36
                 spacing: Theme.space(1)
                 Accessible.role: Accessible.ListItem
-                Accessible.name: "Recorte de " + Theme.exactTimeText(start) + " a " + Theme.exactTimeText(end)
+                Accessible.name: "Recorte de " + Wording.exactTime(start) + " a " + Wording.exactTime(end)
 
                 OLabel {
                     Layout.fillWidth: true
-                    text: Theme.exactTimeText(cut.start) + " → " + Theme.exactTimeText(cut.end)
+                    text: Wording.exactTime(cut.start) + " → " + Wording.exactTime(cut.end)
                     font: Theme.digits(Theme.bodySize)
                 }
                 OButton {
@@ -153,7 +153,7 @@ Flickable {
                     rightPadding: Theme.space(2)
                     plain: true
                     text: "Ver"
-                    Accessible.description: "Ir al recorte de " + Theme.exactTimeText(cut.start)
+                    Accessible.description: "Ir al recorte de " + Wording.exactTime(cut.start)
                     onClicked: root.app.seek(cut.start)
                 }
                 OButton {
@@ -161,7 +161,7 @@ Flickable {
                     rightPadding: Theme.space(2)
                     plain: true
                     text: "Restaurar"
-                    Accessible.description: "El recorte de " + Theme.exactTimeText(cut.start)
+                    Accessible.description: "El recorte de " + Wording.exactTime(cut.start)
                     onClicked: root.app.restoreCut(cut.start, cut.end)
                 }
             }

@@ -16,7 +16,7 @@ OPanel {
 
     padding: Theme.space(3)
     Accessible.role: Accessible.Grouping
-    Accessible.name: (isText ? "Texto «" + model.content + "»" : "Imagen") + ", desde " + Theme.timeText(model.start)
+    Accessible.name: (isText ? "Texto «" + model.content + "»" : "Imagen") + ", desde " + Wording.time(model.start)
 
     component OverlaySlider: OSlider {
         required property string key

@@ -46,7 +46,7 @@ void PreviewScene::setModel(AppModel* model)
         connect(m_model, &AppModel::previewChanged, this, &PreviewScene::previewChanged);
         connect(m_model, &AppModel::optionsChanged, this, &PreviewScene::place);
         connect(m_model, &AppModel::playheadChanged, this, &PreviewScene::follow);
-        // While playing the marks go with every picture; the playhead is told less often.
+        // While playing, marks follow every frame; the playhead is reported less often.
         connect(m_model->player(), &PreviewPlayer::frameChanged, this, &PreviewScene::follow);
         for (const auto signal : {&PreviewPlayer::frameChanged, &PreviewPlayer::loaded})
             connect(m_model->cameraPlayer(), signal, this, &PreviewScene::takeCameraShape);
@@ -151,13 +151,13 @@ PreviewGeometry::Zoom onPixels(const PreviewGeometry::Zoom& zoom, QSize frame, d
 double PreviewScene::dipAt(double time) const
 {
     const bool playing = m_model->playing();
-    // What is opened shows its first picture, though the film begins in black.
+    // An opened project shows its first frame, although the film fades in from black.
     if (!playing && m_model->playhead() == 0)
         return 0;
     const auto next = std::ranges::upper_bound(m_kept, time, {}, [](const auto& kept) { return kept.span.start; });
     if (next != m_kept.begin() && time < (next - 1)->span.end)
         return blackness(time, (next - 1)->span, (next - 1)->pictureFade, static_cast<double>(project()->fps));
-    // What is cut can be looked at; playing, it is being jumped over.
+    // A cut can be looked at while paused; playback jumps over it.
     return playing && project()->edit.fade > 0 && !m_kept.empty() ? 1 : 0;
 }
 

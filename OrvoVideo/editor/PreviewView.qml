@@ -34,7 +34,7 @@ ColumnLayout {
         clip: true
         Accessible.role: Accessible.Graphic
         Accessible.name: "Vista previa"
-        Accessible.description: Theme.timeText(root.app.playhead)
+        Accessible.description: Wording.time(root.app.playhead)
 
         TapHandler {
             onTapped: {

@@ -262,7 +262,7 @@ void ProsePage::rebuild()
     m_textPlaces.clear();
     const auto words = m_words.size();
 
-    // What is read stays where it is.
+    // The text being read stays in place.
     const auto topLine = m_offset > 0 ? m_flow.lineAt(m_offset) : std::nullopt;
     std::size_t word = 0;
     double above = 0;

@@ -1,4 +1,5 @@
 #include "OrvoVideo/editor/ProsePage.h"
+#include "OrvoVideo/ui/Wording.h"
 
 #include <QFontMetricsF>
 #include <QPainter>
@@ -12,13 +13,6 @@ namespace {
 constexpr double radius = 4;
 /// Glyphs that are kept; beyond it they are made anew.
 constexpr qsizetype keptGlyphs = 6000;
-
-/// Minutes and seconds, as everywhere in the windows.
-QString timeText(double seconds)
-{
-    const auto whole = static_cast<long long>(std::isfinite(seconds) ? std::max(seconds, 0.0) : 0);
-    return QStringLiteral("%1:%2").arg(whole / 60, 2, 10, QChar(u'0')).arg(whole % 60, 2, 10, QChar(u'0'));
-}
 
 } // namespace
 
@@ -42,7 +36,7 @@ void ProsePage::paint(QPainter* painter)
                 painter->setFont(m_captionFont);
                 painter->setPen(m_colors.secondaryText);
                 painter->drawText(QRectF(-margin, line.top, margin - 10, lineHeight), Qt::AlignRight | Qt::AlignVCenter,
-                    timeText(m_words[word->index].start));
+                    Wording::time(m_words[word->index].start));
             }
         }
         for (std::size_t i = line.first; i < line.end; ++i) {

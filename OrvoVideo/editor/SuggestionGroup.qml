@@ -20,7 +20,7 @@ ColumnLayout {
         const seconds = suggestions.gain
         if (seconds <= 0)
             return ""
-        return " · " + (seconds >= 60 ? Theme.timeText(seconds)
+        return " · " + (seconds >= 60 ? Wording.time(seconds)
             : Number(seconds).toLocaleString(Qt.locale("es_ES"), "f", seconds < 10 ? 1 : 0) + " s")
     }
 
@@ -47,7 +47,7 @@ ColumnLayout {
                 objectName: "outcome"
                 Layout.fillWidth: true
                 visible: root.suggestions.gain > 0
-                text: "El vídeo quedaría en " + Theme.exactTimeText(root.suggestions.resultingLength)
+                text: "El vídeo quedaría en " + Wording.exactTime(root.suggestions.resultingLength)
                 secondary: true
                 font.pixelSize: Theme.captionSize
                 wrapMode: Text.Wrap
@@ -75,7 +75,7 @@ ColumnLayout {
             required property string label
             required property real start
             required property real end
-            readonly property string range: Theme.exactTimeText(start) + " → " + Theme.exactTimeText(end)
+            readonly property string range: Wording.exactTime(start) + " → " + Wording.exactTime(end)
 
             width: list.entryWidth
             height: 44

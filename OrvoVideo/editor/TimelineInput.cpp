@@ -20,11 +20,11 @@ using Kind = TimelineTarget::Kind;
 using Part = TimelineTarget::Part;
 
 constexpr double dragDistance = 4; ///< Pixels that the pointer must go to drag.
-constexpr double snapDistance = 8; ///< Pixels within which what is dragged holds on.
+constexpr double snapDistance = 8; ///< Pixels within which a drag snaps.
 constexpr double wordScale = 40; ///< Pixels per second from which words are far enough apart to hold.
 constexpr double notch = 120; ///< What one step of a wheel tells.
 
-/// Whether what is dragged holds on; with Shift it goes freely.
+/// Whether a drag snaps; with Shift it moves freely.
 bool holds(const QMouseEvent& event)
 {
     return !event.modifiers().testFlag(Qt::ShiftModifier);
@@ -165,7 +165,7 @@ TimeSpan TimelineItem::draggedSpan(double time, bool held)
     const auto& target = m_drag->target;
     const std::array left{target.span.start, target.span.end};
     double to = snapped(time, left, held);
-    // What is moved as a whole holds on with its end as well.
+    // An object that is moved as a whole also snaps with its end.
     if (target.part == Part::body && !m_snap) {
         const double length = target.span.duration();
         to = snapped(time + length, left, held) - length;

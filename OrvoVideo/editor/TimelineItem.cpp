@@ -135,7 +135,7 @@ double TimelineItem::shownSize() const
 
 void TimelineItem::showProject()
 {
-    // What is dragged may not be there any more.
+    // The dragged object may have been removed.
     m_drag.reset();
     m_draft.reset();
     setSnap(std::nullopt);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr double corner = 5;
 constexpr double narrowCut = 6; ///< Pixels under which a cut has no edges.
-constexpr double narrowestPill = 3; ///< What is shorter than this in pixels is still seen.
+constexpr double narrowestPill = 3; ///< Pixels: shorter spans are drawn this wide.
 
 QString rulerText(double seconds, double step)
 {
@@ -94,7 +94,7 @@ TimeSpan TimelinePainter::shownSpan(Kind kind, std::size_t index, TimeSpan span)
 
 bool TimelinePainter::isSeen(TimeSpan span) const
 {
-    // A little more than what is shown: edges are wider than nothing.
+    // A little more than is visible: edges have a width.
     const double margin = m_scene.scale.seconds(8);
     return span.end >= m_visible.start - margin && span.start <= m_visible.end + margin;
 }

@@ -94,7 +94,7 @@ ColumnLayout {
             iconName: foldedIcon
             foldedIcon: "scissors"
             command: Commands.CutSelection
-            // What is typed in the fields counts, too.
+            // Text typed into the fields counts, too.
             enabled: root.app.hasProject && (root.app.selectedSpan.duration > 0.01 || start.typed || end.typed)
             onClicked: root.app.cutSelection()
         }

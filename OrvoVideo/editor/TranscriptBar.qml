@@ -38,7 +38,7 @@ FocusScope {
         anchors.centerIn: parent
 
         Tool {
-            text: Theme.timeText(root.cursor.targetStart)
+            text: Wording.time(root.cursor.targetStart)
             font: Theme.digits(Theme.captionSize)
             Accessible.description: "Ir a este momento"
             onClicked: root.sought()

@@ -19,7 +19,7 @@ ColumnLayout {
         target: root.cursor
 
         function onSpokenRowChanged() {
-            // Whoever reads elsewhere, or types, is left there.
+            // A user who reads elsewhere, or types, stays there.
             if (root.app.playing && !words.moving && !words.editing && root.cursor.spokenRow >= 0)
                 words.positionViewAtIndex(root.cursor.spokenRow, ListView.Contain)
         }

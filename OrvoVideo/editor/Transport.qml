@@ -82,7 +82,7 @@ RowLayout {
     OLabel {
         id: time
 
-        text: Theme.exactTimeText(root.app.playhead) + " / " + Theme.timeText(root.app.project.duration)
+        text: Wording.exactTime(root.app.playhead) + " / " + Wording.time(root.app.project.duration)
         secondary: true
         font: Theme.digits(Theme.bodySize)
     }

@@ -81,7 +81,7 @@ Item {
             plain: true
             leftPadding: 0
             rightPadding: 0
-            text: Theme.timeText(root.start)
+            text: Wording.time(root.start)
             font: Theme.digits(Theme.captionSize)
             focusPolicy: Qt.TabFocus
             Accessible.description: "Ir a este momento"

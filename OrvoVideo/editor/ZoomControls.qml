@@ -18,7 +18,7 @@ OPanel {
 
     padding: Theme.space(3)
     Accessible.role: Accessible.Grouping
-    Accessible.name: "Zoom en " + Theme.exactTimeText(model.time)
+    Accessible.name: "Zoom en " + Wording.exactTime(model.time)
 
     component EventSlider: OSlider {
         required property string key
@@ -37,7 +37,7 @@ OPanel {
                 leftPadding: Theme.space(1)
                 rightPadding: Theme.space(1)
                 plain: true
-                text: Theme.exactTimeText(root.model.time) + " → " + Theme.exactTimeText(root.model.time + root.model.duration)
+                text: Wording.exactTime(root.model.time) + " → " + Wording.exactTime(root.model.time + root.model.duration)
                 font: Theme.digits(Theme.bodySize)
                 Accessible.description: "Ir a este zoom"
                 onClicked: {

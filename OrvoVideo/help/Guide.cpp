@@ -1,5 +1,7 @@
 #include "OrvoVideo/help/Guide.h"
 
+#include "VideoCore/TextSearch.h"
+
 #include <QFile>
 #include <QRegularExpression>
 #include <algorithm>
@@ -12,18 +14,6 @@ QString resource(const QString& name)
 {
     QFile file(QStringLiteral(":/guide/") + name);
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
-
-/// Without case and accents.
-QString folded(const QString& text)
-{
-    QString result;
-    const QString apart = text.normalized(QString::NormalizationForm_D).toCaseFolded();
-    for (const QChar letter : apart) {
-        if (letter.category() != QChar::Mark_NonSpacing)
-            result += letter;
-    }
-    return result;
 }
 
 } // namespace
@@ -83,10 +73,11 @@ void Guide::setSearch(const QString& words)
 
 void Guide::find()
 {
-    const auto words = folded(m_search).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    const auto plain = [](const QString& text) { return QString::fromStdString(folded(text.toStdString())); };
+    const auto words = plain(m_search).split(QLatin1Char(' '), Qt::SkipEmptyParts);
     m_found.clear();
     for (std::size_t i = 0; i < m_sections.size(); ++i) {
-        const QString text = folded(m_sections[i].title + QLatin1Char(' ') + m_sections[i].text);
+        const QString text = plain(m_sections[i].title + QLatin1Char(' ') + m_sections[i].text);
         if (std::ranges::all_of(words, [&](const QString& word) { return text.contains(word); }))
             m_found.push_back(i);
     }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <utility>
 
 namespace orvo {
@@ -28,15 +29,18 @@ std::optional<ProjectOrder> parseProjectOrder(std::string_view text)
 
 bool comesBefore(ProjectOrder order, const VideoProject& a, const VideoProject& b)
 {
+    const auto before = [&](const auto& x, const auto& y) { return x != y ? x < y : a.id < b.id; };
+    // A document keeps whole seconds: the order of a project is the same before and after it was read again.
+    const auto stored = [](DateTime time) { return std::chrono::floor<std::chrono::seconds>(time); };
     switch (order) {
     case ProjectOrder::created:
-        return a.createdAt > b.createdAt;
+        return before(stored(b.createdAt), stored(a.createdAt));
     case ProjectOrder::updated:
-        return a.updatedAt > b.updatedAt;
+        return before(stored(b.updatedAt), stored(a.updatedAt));
     case ProjectOrder::title:
-        return folded(a.title) < folded(b.title);
+        return before(folded(a.title), folded(b.title));
     case ProjectOrder::duration:
-        return a.duration > b.duration;
+        return before(b.duration, a.duration);
     }
     return false;
 }

@@ -20,7 +20,7 @@ enum class ProjectOrder : std::uint8_t {
 std::string_view textOf(ProjectOrder order);
 std::optional<ProjectOrder> parseProjectOrder(std::string_view text);
 
-/// Whether `a` is shown before `b`. Equal ones keep the order they have.
+/// Whether `a` is shown before `b`. The identifier decides between equal ones.
 bool comesBefore(ProjectOrder order, const VideoProject& a, const VideoProject& b);
 
 } // namespace orvo

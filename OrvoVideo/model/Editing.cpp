@@ -250,7 +250,7 @@ void Editing::setVolume(const QString& trackId, double value)
 void Editing::applySuggestion(const EditSuggestion& suggestion)
 {
     m_parts.open.update([&](VideoProject& project) { Edits::apply(project, suggestion); });
-    // What is done is not offered; undone, it is again.
+    // Applied suggestions are not offered; after an undo they are.
     if (std::ranges::contains(m_parts.open.suggestions().suggestions(), suggestion.id, &EditSuggestion::id))
         m_parts.open.dropSuggestion(suggestion.id);
 }

@@ -143,7 +143,7 @@ QCoro::Task<> LibraryCare::askOrTrash(std::vector<VideoProject> projects, bool i
     }
     if (std::ranges::any_of(projects, [&](const auto& project) { return m_parts.open.is(project.id); }))
         m_parts.library.close();
-    co_await m_parts.documents.settled(); // What is being saved goes with it.
+    co_await m_parts.documents.settled(); // Pending saves belong to it.
     std::vector<Uuid> gone;
     std::optional<std::string> failure;
     try {
@@ -314,7 +314,7 @@ QCoro::Task<> LibraryCare::freeAll(QString kind)
         emit spaceChanged();
     });
     const bool isOriginals = kind == Text::from(std::string(LibrarySpace::textOf(LibrarySpace::Freeable::originals)));
-    if (isOriginals && m_parts.operation.busy()) // What is being imported is not named by a document yet.
+    if (isOriginals && m_parts.operation.busy()) // No document names a file that is still being imported.
         throw captureError("Espera a que termine la importación para liberar espacio.");
     for (const auto& project : m_parts.library.list().projects()) {
         if (!(isOriginals && m_parts.open.is(project.id)))

@@ -2,7 +2,6 @@
 
 #include "VideoCore/Labels.h"
 
-#include <QLocale>
 #include <array>
 
 namespace orvo::Text {
@@ -47,7 +46,7 @@ QString ofKind(TrackKind kind)
 
 QString ofSize(double bytes)
 {
-    return QLocale().formattedDataSize(static_cast<qint64>(bytes), 1, QLocale::DataSizeSIFormat);
+    return from(sizeLabel(bytes));
 }
 
 bool isRecoverable(const std::string& state)

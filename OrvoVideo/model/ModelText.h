@@ -21,8 +21,6 @@ Uuid toId(const QString& text);
 /// The labels of `VideoCore/Labels.h`.
 QString ofState(const std::string& state);
 QString ofKind(TrackKind kind);
-
-/// A size in the units of the user's locale: "1,2 MB".
 QString ofSize(double bytes);
 
 /// Whether a project in this state waits to be recovered by the user.

@@ -13,7 +13,7 @@ void Operation::start(QCoro::Task<> task)
     watchOver(std::move(task));
 }
 
-/// The one place where a task ends that nobody waits for.
+/// The one place where tasks end that nobody waits for.
 QCoro::Task<> Operation::watchOver(QCoro::Task<> task)
 {
     try {
@@ -94,7 +94,7 @@ void Operation::cancel()
     if (!m_busy)
         return;
     setStatus(QStringLiteral("Cancelando…"));
-    m_stop.request_stop(); // Whoever hears that may set another status.
+    m_stop.request_stop(); // A listener may set another status.
     emit cancelled();
 }
 

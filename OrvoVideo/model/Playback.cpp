@@ -18,7 +18,7 @@ namespace {
 constexpr double ticksPerSecond = 600; ///< Times of seeks are whole ticks: the frames of all usual rates are.
 constexpr double cameraTolerance = 0.15; ///< Seconds that the camera may be away from the picture.
 
-constexpr double announcedAhead = 2; ///< Seconds before a cut in which the player is told of it.
+constexpr double announcedAhead = 2; ///< Seconds before a cut at which the player learns of it.
 
 /// Whether two compositions differ in nothing but volumes, which can be changed while playing.
 bool sameButVolumes(const PreviewComposition& a, const PreviewComposition& b)
@@ -379,7 +379,7 @@ void Playback::watch(double seconds)
     followWithCamera(seconds);
 }
 
-/// Has the player make the end of the next cut ready while it still plays what is before.
+/// Makes the player prepare the end of the next cut while it still plays up to the cut.
 void Playback::announceNextCut()
 {
     const TimeSpan* next = nullptr;

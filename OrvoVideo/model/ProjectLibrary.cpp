@@ -42,7 +42,7 @@ QCoro::Task<> ProjectLibrary::readList()
     const auto done = qScopeGuard([this] { m_listing = false; });
     do {
         m_listAgain = false;
-        co_await m_parts.documents.settled(); // What is being saved is listed as it will be.
+        co_await m_parts.documents.settled(); // The list shows pending saves.
         auto projects = co_await m_parts.workers.run([store = m_parts.store] { return store.list(); });
         for (auto& project : projects) {
             if (!CaptureSession::isMarkedRecording(project))
@@ -192,7 +192,7 @@ QCoro::Task<> ProjectLibrary::change(Uuid id, std::function<void(VideoProject&)>
             throw captureError("El proyecto ya no se puede leer.");
     } while (m_closedChanges != changes);
     if (m_parts.open.is(id)) {
-        // On what is there now: the project could be edited meanwhile.
+        // On the present value: the project may have been edited meanwhile.
         m_parts.open.change(change, undo);
         co_await m_parts.playback.rebuild();
         co_return;

@@ -65,7 +65,7 @@ QCoro::Task<> Publishing::publishProject(VideoProject project, WorkControl contr
     const auto publisher = m_parts.server.makePublisher();
     co_await m_parts.server.requireStorage(publisher, control);
     const auto package = co_await preparePackage(project, control);
-    co_await m_parts.documents.settled(); // The document is among what is uploaded.
+    co_await m_parts.documents.settled(); // The document is uploaded, too.
     // Called on another thread. It comes before what follows: both wait their turn in the same queue.
     const auto tell = [this, report = control.progress](const std::string& text, double fraction) {
         QMetaObject::invokeMethod(

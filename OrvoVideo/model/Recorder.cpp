@@ -15,7 +15,7 @@ namespace orvo {
 namespace {
 
 constexpr int clockInterval = 100; ///< Milliseconds between two looks at the time of the recording.
-constexpr double maxUnheard = 5; ///< Seconds without a sound from the microphone before the user is told.
+constexpr double maxUnheard = 5; ///< Seconds of a silent microphone before the user is warned.
 constexpr double minHeard = 1.0 / 6; ///< Level: −50 dB, above the noise of a quiet room and far below speech.
 constexpr double fall = 0.1; ///< Maximum decay of the shown level per look.
 

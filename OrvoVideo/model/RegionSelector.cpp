@@ -71,7 +71,7 @@ std::unique_ptr<RegionPicker> RegionPicker::create()
 QScreen* screenOf(const Rect& display)
 {
     const auto screens = QGuiApplication::screens();
-    // The corner of a screen is where it is in pixels, also where what is shown on it is scaled.
+    // The corner of a screen is in pixels, even if the screen is scaled.
     for (auto* screen : screens) {
         const QPointF corner = screen->geometry().topLeft();
         if (corner == QPointF(display.x, display.y))
@@ -175,7 +175,7 @@ void RegionSelector::keyPressEvent(QKeyEvent* event)
 void RegionSelector::exposeEvent(QExposeEvent* event)
 {
     QRasterWindow::exposeEvent(event);
-    requestActivate(); // Only what is shown can have the keyboard.
+    requestActivate(); // Only a visible window can have the keyboard.
 }
 
 void RegionSelector::paintEvent(QPaintEvent*)

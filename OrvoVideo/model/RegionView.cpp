@@ -148,7 +148,7 @@ void RegionView::draw(QPainter& painter, QSizeF size, const QPixmap& backdrop) c
     else
         painter.drawPixmap(whole, backdrop, QRectF(backdrop.rect()));
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    // What is inside stays as bright as it is. A hardly visible fill keeps the pointer's presses in this window.
+    // The inside keeps its brightness. A hardly visible fill keeps the pointer's presses in this window.
     QPainterPath around;
     around.addRect(whole);
     around.addRect(rect);

@@ -43,7 +43,7 @@ QCoro::Task<> ServerAccount::loadCredential(WorkControl control, Keychain::Inter
     setAdminToken(QString::fromStdString(token));
 }
 
-/// Nobody has asked for it: without a keychain that opens by itself the field stays empty.
+/// The user has not asked for it: unless the keychain is open already, the field stays empty.
 QCoro::Task<> ServerAccount::loadCredentialAtStart()
 {
     try {
@@ -53,7 +53,7 @@ QCoro::Task<> ServerAccount::loadCredentialAtStart()
         if (m_adminToken.isEmpty())
             setAdminToken(QString::fromStdString(token));
     } catch (const Error&) {
-        // Publishing says what is missing.
+        // Publishing reports what is missing.
     }
 }
 

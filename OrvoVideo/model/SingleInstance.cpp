@@ -38,7 +38,7 @@ SingleInstance::SingleInstance(const fs::path& library, QObject* parent)
         return;
     }
 
-    // Who has the lock owns the address: what lies there was left by a process that is gone.
+    // The holder of the lock owns the address; a socket there was left by a process that has ended.
     QLocalServer::removeServer(m_address);
     m_server.setSocketOptions(QLocalServer::UserAccessOption);
     connect(&m_server, &QLocalServer::newConnection, this, [this] {

@@ -92,7 +92,7 @@ QCoro::Task<> Transcription::transcribeProject(VideoProject project, WorkControl
                 try {
                     confidence.write(folder);
                 } catch (const std::exception&) {
-                    // The words matter more; their save says what is wrong.
+                    // The words matter more; saving them reports the fault.
                 }
             };
             return transcribe(file, locale, options, progress, stop);

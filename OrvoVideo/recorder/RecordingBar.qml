@@ -92,7 +92,7 @@ Item {
         Text {
             anchors.verticalCenter: parent.verticalCenter
             width: 50
-            text: Theme.timeText(root.recorder.time)
+            text: Wording.time(root.recorder.time)
             color: "#F3F0FA"
             font: Theme.digits(15)
             Accessible.role: Accessible.StaticText

@@ -43,7 +43,7 @@ RowLayout {
     }
     OLabel {
         objectName: "recordingTime"
-        text: Theme.timeText(root.app.recorder.time)
+        text: Wording.time(root.app.recorder.time)
         font: Theme.digits(Theme.bodySize)
         Accessible.name: "Tiempo grabado " + text
     }

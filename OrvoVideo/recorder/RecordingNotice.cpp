@@ -23,7 +23,7 @@ RecordingNotice::RecordingNotice(Recorder& recorder, const ShortcutManager& shor
     connect(&m_desk, &RecordingDesk::cleared, this, &RecordingNotice::tellKeys);
     connect(&m_recorder, &Recorder::phaseChanged, this, &RecordingNotice::followPhase);
     connect(&m_recorder, &Recorder::microphoneUnheardChanged, this, &RecordingNotice::followMicrophone);
-    connect(&m_notice, &DesktopNotice::activated, &m_recorder, &Recorder::stop);
+    connect(&m_notice, &DesktopNotice::clicked, &m_recorder, &Recorder::stop);
 }
 
 void RecordingNotice::tellKeys()
@@ -43,7 +43,7 @@ void RecordingNotice::tellKeys()
         lines << QStringLiteral("Para terminar, usa el icono de Orvo Video en la bandeja.");
     }
     m_notice.show(QStringLiteral("Se graba todo lo que se ve"), lines.join(QLatin1Char('\n')),
-        isOnlyWay ? QStringLiteral("Terminar y guardar") : QString());
+        {.click = isOnlyWay ? QStringLiteral("Terminar y guardar") : QString(), .stays = isOnlyWay});
 }
 
 void RecordingNotice::followPhase()

@@ -2,7 +2,7 @@
 
 #include "OrvoVideo/model/ShortcutManager.h"
 #include "OrvoVideo/recorder/RecordingDesk.h"
-#include "Platform/notifications/DesktopNotice.h"
+#include "Platform/attention/DesktopNotice.h"
 
 #include <QObject>
 

@@ -202,7 +202,7 @@ Popup {
             objectName: "onlySelection"
             Layout.fillWidth: true
             visible: root.selectable && !root.needsSpan
-            text: "Solo la selección · " + Theme.exactTimeText(root.selected)
+            text: "Solo la selección · " + Wording.exactTime(root.selected)
         }
         Rectangle {
             Layout.fillWidth: true
@@ -228,7 +228,7 @@ Popup {
                         return "No queda nada que exportar."
                     if (!root.estimate.fits)
                         return "No cabe: exporta solo una parte, o elige otro destino."
-                    return "Dura " + (root.onlySelection ? Theme.exactTimeText(root.estimate.duration) : Theme.timeText(root.estimate.duration)) + " · tardará " + Wording.about(root.estimate.seconds)
+                    return "Dura " + (root.onlySelection ? Wording.exactTime(root.estimate.duration) : Wording.time(root.estimate.duration)) + " · tardará " + Wording.about(root.estimate.seconds)
                         + " · ocupará unos " + Wording.size(root.estimate.bytes)
                 }
             }

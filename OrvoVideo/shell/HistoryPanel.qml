@@ -56,7 +56,7 @@ Popup {
             Keys.onEnterPressed: go(currentIndex)
             Keys.onSpacePressed: go(currentIndex)
 
-            // What is done or undone by its key is followed.
+            // Follows steps that keys undo and redo.
             Connections {
                 target: root.app.steps
 

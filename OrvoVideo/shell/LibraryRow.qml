@@ -35,7 +35,7 @@ ItemDelegate {
         if (importing)
             return "Importando…"
         const size = bytes > 0 && !stateShown ? " · " + Wording.size(bytes) : ""
-        return (stateShown ? stateText : Theme.timeText(playableDuration)) + " · " + Wording.day(createdAt) + size
+        return (stateShown ? stateText : Wording.time(playableDuration)) + " · " + Wording.day(createdAt) + size
     }
 
     /// Pressed alone, with Ctrl, with Shift, or with the other button.

@@ -23,9 +23,9 @@ Rectangle {
     property string renaming: ""
 
     function choose(projectId: string) {
-        list.forceActiveFocus() // What is being typed elsewhere is taken before its project goes.
+        list.forceActiveFocus() // Commits text typed elsewhere before its project is closed.
         marked = []
-        // What is open stays as it is, with its history.
+        // The open project stays as it is, with its history.
         if (!app.hasProject || app.project.projectId !== projectId || app.preview !== Playback.Ready)
             app.open(projectId)
         projectChosen()

@@ -125,9 +125,7 @@ ApplicationWindow {
         }
     }
     onClosing: close => {
-        // An agreement holds for one exit: the next one may cancel another operation.
-        const agreed = leaveWhileBusy.agreed
-        leaveWhileBusy.agreed = false
+        const agreed = leaveWhileBusy.takeAgreement()
         if (app.busy && !agreed) {
             close.accepted = false
             leaveWhileBusy.open()
@@ -372,17 +370,6 @@ ApplicationWindow {
             projectPage.item?.editTitle()
         }
     }
-    Connections {
-        target: root.app
-
-        function onBusyChanged() {
-            if (!leaveWhileBusy.later || root.app.busy)
-                return
-            leaveWhileBusy.later = false
-            if (root.app.errorMessage === "") // A failure is read first.
-                Qt.callLater(root.close)
-        }
-    }
     Loader {
         id: settings
 
@@ -482,29 +469,10 @@ ApplicationWindow {
         destructive: true
         onAccepted: root.app.care.moveToTrashAgreed(projects)
     }
-    Alert {
+    LeaveAlert {
         id: leaveWhileBusy
 
-        property bool agreed: false
-        /// Whether the window closes when the work is done.
-        property bool later: false
-
-        title: "¿Salir ahora?"
-        message: root.app.status + "\nSi sales, " + (root.app.queue.waiting.length > 0 ? "esto y lo que espera detrás se cancela. " : "esta operación se cancela. ")
-            + (root.app.unsavedChanges ? "Tus ediciones se guardan al salir." : "Tus ediciones están guardadas.")
-        acceptText: "Cancelar la operación y salir"
-        rejectText: "Seguir aquí"
-        otherText: "Terminar y salir después"
-        destructive: true
-        onRejected: later = false
-        onOtherChosen: {
-            later = true
-            if (!root.app.busy) // It has ended while this was asked.
-                root.close()
-        }
-        onAccepted: {
-            agreed = true
-            root.close()
-        }
+        app: root.app
+        onLeaving: root.close()
     }
 }

@@ -1,7 +1,7 @@
 #include "OrvoVideo/shell/MainWindow.h"
 
 #include "OrvoVideo/shell/ProjectThumbnails.h"
-#include "Platform/attention/DesktopNotices.h"
+#include "Platform/attention/DesktopNotice.h"
 #include "Platform/attention/LauncherProgress.h"
 
 #include <QFileInfo>
@@ -24,7 +24,7 @@ MainWindow::MainWindow(AppModel& model, QObject* parent)
     : QObject(parent)
     , m_model(model)
     , m_thumbnails(new ThumbnailProvider)
-    , m_notices(new DesktopNotices(this))
+    , m_notice(new DesktopNotice(this))
 {
     m_engine.addImageProvider(QLatin1String(ThumbnailProvider::name), m_thumbnails);
     m_engine.setInitialProperties({{QStringLiteral("app"), QVariant::fromValue(&m_model)}});
@@ -38,10 +38,11 @@ MainWindow::MainWindow(AppModel& model, QObject* parent)
     m_placement->show();
     connect(m_model.exports(), &Exports::finished, this, [this](const QString& title, const QString& text) {
         if (!m_window->isActive())
-            m_notices->show(title, text, QStringLiteral("Mostrar en la carpeta"));
+            m_notice->show(title, text,
+                {.click = QStringLiteral("Abrir Orvo Video"), .button = QStringLiteral("Mostrar en la carpeta")});
     });
-    connect(m_notices, &DesktopNotices::opened, this, [this] { bringToFront(); });
-    connect(m_notices, &DesktopNotices::buttonPressed, m_model.exports(), &Exports::showDone);
+    connect(m_notice, &DesktopNotice::clicked, this, [this] { bringToFront(); });
+    connect(m_notice, &DesktopNotice::buttonPressed, m_model.exports(), &Exports::showDone);
     connect(m_model.queue(), &WorkQueue::changed, this, &MainWindow::followQueue);
     connect(m_model.queue(), &WorkQueue::progressChanged, this, &MainWindow::followQueue);
 }

@@ -11,7 +11,7 @@
 
 namespace orvo {
 
-class DesktopNotices;
+class DesktopNotice;
 class ThumbnailProvider;
 
 /// Shows the main window on a model, and does what the application was started with. Main thread only.
@@ -52,7 +52,7 @@ private:
     QQmlApplicationEngine m_engine;
     ThumbnailProvider* m_thumbnails; ///< The engine's.
     QQuickWindow* m_window = nullptr;
-    DesktopNotices* m_notices; ///< Owned as a child.
+    DesktopNotice* m_notice; ///< Owned as a child.
     std::unique_ptr<WindowPlacement> m_placement; ///< Of the window; writes before the window goes.
 };
 

@@ -80,18 +80,18 @@ ColumnLayout {
         }
         OLabel {
             objectName: "length"
-            text: Theme.timeText(root.app.project.playableDuration)
+            text: Wording.time(root.app.project.playableDuration)
             font: Theme.digits(Theme.headlineSize)
             Accessible.name: "Duración " + text
         }
         OLabel {
             objectName: "recordedLength"
             visible: text !== "de " + resultText
-            readonly property string resultText: Theme.timeText(root.app.project.playableDuration)
+            readonly property string resultText: Wording.time(root.app.project.playableDuration)
             secondary: true
-            text: "de " + Theme.timeText(root.app.project.duration)
+            text: "de " + Wording.time(root.app.project.duration)
             font: Theme.digits(Theme.captionSize)
-            Accessible.name: "Grabación: " + Theme.timeText(root.app.project.duration)
+            Accessible.name: "Grabación: " + Wording.time(root.app.project.duration)
         }
         Item {
             Layout.fillWidth: true
@@ -151,7 +151,7 @@ ColumnLayout {
             text: "Publicar"
             iconName: "globe"
             enabled: !root.app.recorder.isRecording
-            // Without a server there is nothing to publish on: what is missing is shown.
+            // Without a server, the button shows what is missing.
             onClicked: root.app.server.serverURL.trim() !== "" ? root.app.publish() : root.settingsWanted()
         }
     }

@@ -1,6 +1,7 @@
 #include "OrvoVideo/shell/TrayItem.h"
 
 #include "OrvoVideo/ui/Icon.h"
+#include "OrvoVideo/ui/Wording.h"
 
 #include <QIcon>
 
@@ -14,12 +15,6 @@ QIcon trayIcon(const QColor& colour)
     for (const int pixels : {16, 22, 32, 64})
         icon.addPixmap(QPixmap::fromImage(Icon::image(QStringLiteral("circle-dot"), colour, pixels)));
     return icon;
-}
-
-QString timeText(double seconds)
-{
-    const int whole = static_cast<int>(seconds);
-    return QStringLiteral("%1:%2").arg(whole / 60, 2, 10, QLatin1Char('0')).arg(whole % 60, 2, 10, QLatin1Char('0'));
 }
 
 } // namespace
@@ -64,7 +59,7 @@ void TrayItem::followModel()
 {
     QString text = m_model.status();
     if (m_model.isRecording())
-        text += QStringLiteral(" · ") + timeText(m_model.recorder()->time());
+        text += QStringLiteral(" · ") + Wording::time(m_model.recorder()->time());
     else if (m_model.busy() && !m_model.capturing())
         text += QStringLiteral(" %1 %").arg(qRound(m_model.progress() * 100));
     if (text == m_status->text())

@@ -2,7 +2,7 @@ pragma Singleton
 
 import QtQuick
 
-/// Colours, sizes and text functions of all views.
+/// Colours and sizes of all views.
 QtObject {
     readonly property bool dark: Appearance.dark
 
@@ -59,17 +59,5 @@ QtObject {
                 "tnum": 1
             }
         })
-    }
-
-    /// Minutes, seconds and tenths, where a second is too coarse: "62:05,4".
-    function exactTimeText(seconds: real): string {
-        const tenths = Number.isFinite(seconds) ? Math.max(0, Math.trunc(seconds * 10 + 1e-6)) : 0
-        return timeText(tenths / 10) + "," + tenths % 10
-    }
-
-    /// Minutes and seconds, "62:05".
-    function timeText(seconds: real): string {
-        const whole = Number.isFinite(seconds) ? Math.max(0, Math.trunc(seconds)) : 0
-        return String(Math.trunc(whole / 60)).padStart(2, "0") + ":" + String(whole % 60).padStart(2, "0")
     }
 }

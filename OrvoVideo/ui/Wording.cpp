@@ -1,5 +1,6 @@
 #include "OrvoVideo/ui/Wording.h"
 
+#include "VideoCore/Labels.h"
 #include "VideoMedia/FailureReport.h"
 #include "VideoMedia/OverlayImage.h"
 
@@ -57,8 +58,17 @@ QString Wording::day(const QDateTime& when, const QDateTime& now)
 
 QString Wording::size(double bytes) const
 {
-    return QLocale(QLocale::Spanish, QLocale::Spain)
-        .formattedDataSize(static_cast<qint64>(bytes), bytes < 1e6 ? 0 : 1, QLocale::DataSizeSIFormat);
+    return QString::fromStdString(sizeLabel(bytes));
+}
+
+QString Wording::time(double seconds)
+{
+    return QString::fromStdString(timeLabel(seconds));
+}
+
+QString Wording::exactTime(double seconds) const
+{
+    return QString::fromStdString(exactTimeLabel(seconds));
 }
 
 QString Wording::about(double seconds) const

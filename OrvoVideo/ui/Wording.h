@@ -22,6 +22,10 @@ public:
     /// How much of a disk something takes: "7,5 MB".
     Q_INVOKABLE QString size(double bytes) const;
 
+    /// Minutes and seconds, "62:05", and with tenths where a second is too coarse, "62:05,4".
+    Q_INVOKABLE static QString time(double seconds);
+    Q_INVOKABLE QString exactTime(double seconds) const;
+
     /// About how long something takes: "unos 20 segundos", "unos 3 minutos", "1 h 10 min".
     Q_INVOKABLE QString about(double seconds) const;
 

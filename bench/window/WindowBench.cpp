@@ -15,7 +15,6 @@
 #include <QQuickItem>
 #include <QQuickStyle>
 #include <QTimer>
-#include <QtQml/QQmlExtensionPlugin>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -23,15 +22,6 @@
 #include <iostream>
 #include <stdexcept>
 #include <vector>
-
-Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_HelpPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_SettingsPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_ShellPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_UiPlugin)
 
 namespace {
 

@@ -1,5 +1,3 @@
-#include "OrvoServer/base/Crypto.h"
-#include "OrvoServer/base/Json.h"
 #include "ServerProgram.h"
 
 #include <atomic>
@@ -7,7 +5,6 @@
 #include <fcntl.h>
 #include <format>
 #include <functional>
-#include <map>
 #include <random>
 #include <sched.h>
 #include <sys/ioctl.h>
@@ -37,13 +34,8 @@ void Crash::publishThrough(int count, const std::function<void()>& fail, const s
     for (auto& byte : big)
         byte = static_cast<char>(random());
     const std::string master = "#EXTM3U\n";
-    const auto entry = [](std::string_view path, std::string_view content) {
-        return std::format(
-            R"({{"path":"{}","role":"stream","size":{},"sha256":"{}"}})", path, content.size(), hexText(sha256(content)));
-    };
     start();
-    std::string revision;
-    std::map<std::string, std::string> uploads;
+    Revision revision;
     std::uint64_t acknowledged = 0;
     bool isPublished = false;
     int failures = 0;
@@ -61,23 +53,16 @@ void Crash::publishThrough(int count, const std::function<void()>& fail, const s
             });
         }
         for (bool isAlive = true; isAlive && !(isPublished && !killer);) {
-            if (revision.empty()) {
-                isAlive =
-                    api("POST", "videos", std::format(R"({{"id":"{}","title":"T","domains":[],"publicLink":true}})", video))
-                        .status
-                    == 200;
+            if (revision.id.empty()) {
+                isAlive = api("POST", "videos", announcement("T", "[]", true)).status == 200;
                 const auto reply = api("POST", std::format("videos/{}/revisions", video),
-                    std::format(R"({{"files":[{},{}]}})", entry("hls/master.m3u8", master), entry("hls/480/00000.ts", big)));
+                    manifest({{"hls/master.m3u8", master}, {"hls/480/00000.ts", big}}));
                 isAlive = isAlive && reply.status == 201;
-                if (isAlive) {
-                    const JsonDocument document(reply.body);
-                    revision = document.root()["id"].text().value_or("");
-                    document.root()["uploads"].forEach(
-                        [&](JsonValue upload) { uploads[*upload["path"].text()] = *upload["id"].text(); });
-                }
+                if (isAlive)
+                    revision = revisionIn(reply);
                 continue;
             }
-            const auto& id = uploads.at("hls/480/00000.ts");
+            const auto& id = revision.uploads.at("hls/480/00000.ts");
             const auto held = JsonDocument(api("GET", "uploads/" + id).body).root()["offset"].number();
             isAlive = held.has_value();
             if (!isAlive)
@@ -85,29 +70,25 @@ void Crash::publishThrough(int count, const std::function<void()>& fail, const s
             ASSERT_GE(*held, acknowledged);
             if (*held < big.size()) {
                 const auto chunk = std::string_view(big).substr(*held, 500'000);
-                const auto reply = api("PUT", "uploads/" + id, chunk,
-                    {{"Content-Range", std::format("bytes {}-{}/{}", *held, *held + chunk.size() - 1, big.size())}});
+                const auto reply = put(id, chunk, *held, big.size());
                 isAlive = reply.status == 200;
                 if (isAlive)
                     acknowledged = JsonDocument(reply.body).root()["offset"].number().value_or(0);
                 continue;
             }
-            api("PUT", "uploads/" + uploads.at("hls/master.m3u8"), master,
-                {{"Content-Range", std::format("bytes 0-{0}/{1}", master.size() - 1, master.size())}});
-            api("POST", std::format("revisions/{}/retry", revision));
-            const auto published = api("POST", std::format("revisions/{}/publish", revision));
+            put(revision.uploads.at("hls/master.m3u8"), master, 0, master.size());
+            api("POST", std::format("revisions/{}/retry", revision.id));
+            const auto published = api("POST", std::format("revisions/{}/publish", revision.id));
             isAlive = published.status != 0;
             isPublished = isPublished || published.status == 200;
             try {
-                const auto page = ask(port, "GET", std::format("/watch/{}", video));
+                const auto where = media("watch", "document");
                 if (isPublished && !isFailing) {
-                    EXPECT_EQ(page.status, 200U);
+                    EXPECT_NE(where, "");
                 }
-                const auto begin = page.body.find("/m/");
-                if (begin == std::string::npos)
+                if (where.empty())
                     continue;
-                const auto media = page.body.substr(begin, page.body.find("&quot;", begin) - begin);
-                const auto segment = ask(port, "GET", media + "480/00000.ts");
+                const auto segment = ask(port(), "GET", where + "480/00000.ts");
                 if (!isFailing) {
                     EXPECT_EQ(segment.status, 200U);
                 }

@@ -1,4 +1,3 @@
-#include "OrvoServer/base/Crypto.h"
 #include "S3Gateway.h"
 #include "ServerProgram.h"
 
@@ -27,8 +26,6 @@ using testing::HasSubstr;
 /// A server some of whose folders are small disks of their own.
 class FullDisk : public ServerProgram {
 protected:
-    using Files = std::map<std::string, std::string>;
-
     void SetUp() override
     {
         const auto user = ::geteuid();
@@ -64,76 +61,36 @@ protected:
         return (status.f_blocks - status.f_bfree) * status.f_frsize;
     }
 
-    Reply announce(std::string_view title) const
-    {
-        return api(
-            "POST", "videos", std::format(R"({{"id":"{}","title":"{}","domains":[],"publicLink":true}})", video, title));
-    }
+    Reply announce(std::string_view title) const { return api("POST", "videos", announcement(title, "[]", true)); }
     /// The revision, and the upload of the segment after the others have been sent.
     std::pair<std::string, std::string> registered(const Files& others = {{"hls/master.m3u8", "#EXTM3U\n"}}) const
     {
         Files files = others;
         files["hls/480/00000.ts"] = segment;
-        JsonWriter manifest;
-        manifest.open('{').key("files").open('[');
-        for (const auto& [path, content] : files) {
-            manifest.open('{').member("path", path).member("role", "stream").member("size", std::uint64_t{content.size()});
-            manifest.member("sha256", hexText(sha256(content))).close('}');
-        }
         EXPECT_EQ(announce("T").status, 200U);
-        const auto reply = api("POST", std::format("videos/{}/revisions", video), manifest.close(']').close('}').take());
-        EXPECT_EQ(reply.status, 201U) << reply.body;
-        const JsonDocument document(reply.body);
-        std::map<std::string, std::string> uploads;
-        document.root()["uploads"].forEach(
-            [&](JsonValue upload) { uploads[*upload["path"].text()] = *upload["id"].text(); });
+        const auto revision = PublishingClient::registered(files);
         for (const auto& [path, content] : others)
-            EXPECT_EQ(put(uploads[path], content, 0).status, 200U);
-        return {document.root()["id"].text().value_or(""), uploads["hls/480/00000.ts"]};
+            EXPECT_EQ(put(revision.uploads.at(path), content, 0).status, 200U);
+        return {revision.id, revision.uploads.at("hls/480/00000.ts")};
     }
     Reply put(const std::string& upload, std::string_view content, std::uint64_t begin) const
     {
-        return api("PUT", "uploads/" + upload, content.substr(begin),
-            {{"Content-Range", std::format("bytes {}-{}/{}", begin, content.size() - 1, content.size())}});
-    }
-    std::uint64_t offset(const std::string& upload) const
-    {
-        return JsonDocument(api("GET", "uploads/" + upload).body).root()["offset"].number().value_or(~0ULL);
+        return PublishingClient::put(upload, content.substr(begin), begin, content.size());
     }
     /// Asks to store and waits for the outcome: the error of a file, or nothing.
     std::string stored(const std::string& revision) const
     {
         EXPECT_EQ(api("POST", std::format("revisions/{}/retry", revision)).status, 204U);
-        for (const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(5);
-            std::chrono::steady_clock::now() < limit; ::usleep(20000)) {
-            const auto reply = api("GET", "revisions/" + revision);
-            std::size_t waiting = 0;
-            std::string error;
-            const JsonDocument document(reply.body);
-            document.root()["files"].forEach([&](JsonValue file) {
-                waiting += file["status"].text() == "ready" ? 0U : 1U;
-                if (file["status"].text() == "error")
-                    error = file["error"].text().value_or("?");
-            });
-            if (!error.empty() || waiting == 0)
-                return error;
-        }
-        return "nothing happens";
+        return PublishingClient::stored(revision);
     }
     void expectShown(const std::string& revision) const
     {
         EXPECT_EQ(api("POST", std::format("revisions/{}/publish", revision)).status, 200U);
         expectShown();
     }
-    void expectShown() const { EXPECT_EQ(ask(port, "GET", media() + "480/00000.ts").body, segment); }
-    /// Where a new viewer finds the media.
-    std::string media() const
-    {
-        const auto page = ask(port, "GET", std::format("/watch/{}", video));
-        const auto begin = page.body.find("/m/");
-        EXPECT_NE(begin, std::string::npos);
-        return page.body.substr(begin, page.body.find("&quot;", begin) - begin);
-    }
+    void expectShown() const { EXPECT_EQ(get("480/00000.ts").body, segment); }
+    /// What a new viewer gets.
+    Reply get(const std::string& path) const { return ask(port(), "GET", media("watch", "document") + path); }
 
     const std::string segment = std::string(3'000'000, 's') + "the end";
     fs::path disk;
@@ -188,7 +145,7 @@ TEST_F(FullDisk, OfTheDatabaseLeavesWhatIsPublishedAndTakesNothingNew)
     EXPECT_EQ(reply.status, 507U);
     EXPECT_THAT(reply.body, HasSubstr("lleno"));
     EXPECT_EQ(api("POST", std::format("videos/{}/revisions", video), R"({"files":[]})").status, 507U);
-    EXPECT_EQ(ask(port, "GET", "/healthz").status, 200U);
+    EXPECT_EQ(ask(port(), "GET", "/healthz").status, 200U);
     expectShown();
     const auto copied = run({"backup", "--data", data(), (folder / "small/backup").string()}, setup);
     EXPECT_EQ(copied.status, 1);
@@ -211,7 +168,6 @@ TEST_F(FullDisk, OfTheCacheMakesRoomForWhatIsWatched)
     EXPECT_EQ(put(upload, segment, 0).status, 200U);
     EXPECT_EQ(stored(revision), "");
     expectShown(revision);
-    const auto get = [&](const std::string& path) { return ask(port, "GET", media() + path); };
     for (int times = 0; times < 3; ++times) {
         EXPECT_TRUE(get("480/00000.ts").body == segment);
         EXPECT_TRUE(get("480/00001.ts").body == other);

@@ -24,7 +24,7 @@ constexpr uid_t nobody = 65534;
 std::vector<std::string> unprivileged()
 {
     if (::geteuid() != 0)
-        return {};
+        return boundToThisProcess({});
     return {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--pdeathsig=KILL"};
 }
 
@@ -98,7 +98,7 @@ void PostgresServer::start()
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(120);
     while (true) {
         if (!m_process)
-            m_process = std::make_unique<ServiceProcess>(command);
+            m_process = std::make_unique<ChildProcess>(command);
         try {
             const server::PostgresDatabase answers(address("public"));
             return;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ServiceProcess.h"
+#include "TestSupport/ChildProcess.h"
 #include "TestSupport/TemporaryFolder.h"
 
 #include <filesystem>
@@ -34,7 +34,7 @@ private:
 
     const std::filesystem::path m_programs;
     std::filesystem::path m_folder;
-    std::unique_ptr<ServiceProcess> m_process;
+    std::unique_ptr<ChildProcess> m_process;
     int m_databases = 0;
 };
 

@@ -70,7 +70,7 @@ protected:
     bool isTrusted(const std::string& authority, const std::string& version = "-tls1_3") const
     {
         const auto outcome =
-            openssl({"s_client", "-connect", std::format("127.0.0.1:{}", port), "-servername", "localhost", version,
+            openssl({"s_client", "-connect", std::format("127.0.0.1:{}", port()), "-servername", "localhost", version,
                         "-CAfile", authority, "-verify_return_error", "-verify_hostname", "localhost", "-quiet", "-ign_eof"},
                 "GET /healthz HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
         return outcome.out.contains("\"ok\":true");
@@ -90,7 +90,7 @@ TEST_F(ServerTls, TakesARenewedCertificateAndKeepsTheOldOneFromABrokenFile)
     EXPECT_TRUE(isTrusted(first, "-tls1_2"));
     EXPECT_FALSE(isTrusted(first, "-tls1_1"));
     EXPECT_FALSE(isTrusted(second));
-    EXPECT_EQ(ask(port, "GET", "/healthz").status, 0U) << "plain HTTP on a TLS port";
+    EXPECT_EQ(ask(port(), "GET", "/healthz").status, 0U) << "plain HTTP on a TLS port";
     install("second");
     program->signal(SIGHUP);
     ASSERT_TRUE(program->waitForError("certificate-reloaded"));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ServiceProcess.h"
+#include "TestSupport/ChildProcess.h"
 
 #include <filesystem>
 #include <format>
@@ -46,8 +46,8 @@ public:
         : m_address(std::format("127.0.0.1:{}", freePort()))
     {
         std::filesystem::create_directories(folder / "videos");
-        m_service = std::make_unique<ServiceProcess>(std::vector<std::string>{
-            program().value(), "--access", accessKey, "--secret", secretKey, "--port", m_address, "posix", folder.string()});
+        m_service = std::make_unique<ChildProcess>(boundToThisProcess({program().value(), "--access", accessKey, "--secret",
+            secretKey, "--port", m_address, "posix", folder.string()}));
     }
 
     std::string url() const { return "http://" + m_address; }
@@ -59,7 +59,7 @@ public:
 
 private:
     const std::string m_address;
-    std::unique_ptr<ServiceProcess> m_service;
+    std::unique_ptr<ChildProcess> m_service;
 };
 
 } // namespace orvo::test

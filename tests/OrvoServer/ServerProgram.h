@@ -1,9 +1,8 @@
 #pragma once
 
 #include "CliTestSupport/Program.h"
-#include "OrvoServer/base/Json.h"
+#include "PublishingClient.h"
 #include "TestSupport/TemporaryFolder.h"
-#include "Wire.h"
 
 #include <gtest/gtest.h>
 
@@ -16,10 +15,8 @@
 namespace orvo::test {
 
 /// The built program with a data folder, which is killed and started again.
-class ServerProgram : public testing::Test {
+class ServerProgram : public testing::Test, protected PublishingClient {
 protected:
-    static constexpr std::string_view video = "0d8c5b6e-7f00-4a52-9d5e-1f2a3b4c5d6e";
-
     ServerProgram() { init(); }
 
     void init()
@@ -42,7 +39,7 @@ protected:
         ASSERT_TRUE(program->waitForError("\"tls\":"));
         const std::string& log = program->error();
         const auto at = log.rfind("\"port\":") + 7;
-        port = static_cast<std::uint16_t>(std::stoul(log.substr(at)));
+        m_port = static_cast<std::uint16_t>(std::stoul(log.substr(at)));
     }
     void kill()
     {
@@ -50,12 +47,14 @@ protected:
         program.reset();
     }
 
+    std::uint16_t port() const override { return m_port; }
+
     /// A request that may find the server killed: status 0 then.
-    Reply api(std::string_view method, const std::string& path, std::string_view body = {}, HeaderList headers = {}) const
+    Reply api(
+        std::string_view method, const std::string& path, std::string_view body = {}, HeaderList headers = {}) const override
     {
-        headers.emplace_back("Authorization", "Bearer " + credential);
         try {
-            return ask(port, method, "/api/" + path, headers, body);
+            return PublishingClient::api(method, path, body, std::move(headers));
         } catch (const std::runtime_error&) {
             return {};
         }
@@ -64,9 +63,10 @@ protected:
     TemporaryFolder folder;
     std::string place = "data";
     Program::Setup setup;
-    std::string credential;
     std::optional<Program> program;
-    std::uint16_t port = 0;
+
+private:
+    std::uint16_t m_port = 0;
 };
 
 } // namespace orvo::test

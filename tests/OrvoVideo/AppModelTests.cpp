@@ -8,7 +8,6 @@
 namespace orvo::test {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -37,51 +36,6 @@ TEST_F(AppModelTests, StartsEmpty)
     setTitle("x");
     EXPECT_FALSE(model->hasProject() || model->canUndo() || model->unsavedChanges());
     EXPECT_TRUE(model->prepareToQuit());
-}
-
-TEST_F(AppModelTests, EveryEditIsAStepAndTheOldestGoBeyondAHundred)
-{
-    openNew();
-    const auto opened = project();
-    for (int i = 1; i <= 150; ++i)
-        setTitle("edit " + std::to_string(i));
-    EXPECT_EQ(model->projectFacts().title, "edit 150");
-    EXPECT_GT(project().updatedAt, opened.updatedAt);
-    EXPECT_EQ(model->projects()[0].title, "edit 150");
-    for (int i = 0; i < 100; ++i) {
-        ASSERT_TRUE(model->canUndo());
-        model->undo();
-    }
-    EXPECT_EQ(project().title, "edit 50");
-    EXPECT_FALSE(model->canUndo());
-    model->undo();
-    EXPECT_EQ(project().title, "edit 50");
-    // The library list keeps what the last edit put there.
-    EXPECT_EQ(model->projects()[0].title, "edit 150");
-
-    for (int i = 0; i < 100; ++i)
-        model->redo();
-    EXPECT_EQ(project().title, "edit 150");
-    EXPECT_FALSE(model->canRedo());
-    model->undo();
-    EXPECT_TRUE(model->canRedo());
-    setTitle("another way");
-    EXPECT_FALSE(model->canRedo());
-    ASSERT_TRUE(saved());
-    EXPECT_EQ(onDisk().title, "another way");
-}
-
-TEST_F(AppModelTests, UndoKeepsTheDateOfTheVersionAndIsSavedAtOnce)
-{
-    openNew();
-    setTitle("one");
-    ASSERT_TRUE(saved());
-    const auto one = project();
-    setTitle("two");
-    model->undo();
-    EXPECT_EQ(project(), one);
-    ASSERT_TRUE(saved());
-    EXPECT_EQ(onDisk().title, "one");
 }
 
 TEST_F(AppModelTests, WhileRecordingNothingIsEditedOrOpened)
@@ -222,30 +176,6 @@ TEST_F(AppModelTests, ListsTheLibraryAgainWhenAnOperationFails)
     });
     EXPECT_EQ(model->errorMessage(), "El disco ha desaparecido.");
     EXPECT_TRUE(waitUntil([&] { return model->library()->count() == 1; }));
-}
-
-TEST_F(AppModelTests, CancellingIsNoFailure)
-{
-    start();
-    Workers workers;
-    bool stopped = false;
-    model->perform([&](WorkControl control) -> QCoro::Task<> {
-        co_await workers.run(std::move(control), [&](const std::stop_token& stop, const ProgressCallback& progress) {
-            progress(0.5);
-            while (!stop.stop_requested())
-                std::this_thread::yield();
-            stopped = true;
-            throw Cancelled();
-        });
-    });
-    ASSERT_TRUE(waitUntil([&] { return model->progress() == 0.5; }));
-    model->cancel();
-    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
-    EXPECT_TRUE(stopped);
-    EXPECT_EQ(model->errorMessage(), "");
-    EXPECT_EQ(model->status(), "Operación cancelada");
-    model->cancel(); // Nothing runs.
-    EXPECT_EQ(model->status(), "Operación cancelada");
 }
 
 } // namespace

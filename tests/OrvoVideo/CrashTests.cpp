@@ -61,7 +61,7 @@ TEST_F(CrashTests, NoEditThatWasOnDiskIsLostAndNoVersionIsHalf)
 {
     const auto edited = add(VideoProject::make("0"));
     int found = 0;
-    for (int round = 0; round < 50; ++round) {
+    for (int round = 0; round < 24; ++round) {
         // Half of them edit without a pause, so that only the unsaved edits are there.
         Editor editor(store, edited, round % 2 == 0 ? 5 : 700);
         ASSERT_TRUE(waitUntil([&] { return editor.made > 0; }));

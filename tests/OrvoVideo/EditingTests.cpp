@@ -10,7 +10,6 @@
 namespace orvo::test {
 namespace {
 
-using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -28,112 +27,6 @@ protected:
 
     QString idOf(const auto& record) const { return Text::from(record.id); }
 };
-
-TEST_F(EditingTests, CutsTheSelection)
-{
-    openNew(10);
-    for (const auto& [start, end] : {std::pair(3.0, 3.01), std::pair(3.0, 3.0), std::pair(5.0, 4.0)}) {
-        selectSpan(start, end);
-        model->cutSelection();
-    }
-    EXPECT_THAT(edit().cuts, IsEmpty());
-    EXPECT_FALSE(model->canUndo());
-    selectSpan(3, 3.02);
-    model->cutSelection();
-    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{3, 3.02}));
-    model->undo();
-
-    selectSpan(3, 6);
-    model->cutSelection();
-    selectSpan(2, 4);
-    model->cutSelection();
-    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{2, 6}));
-    EXPECT_EQ(model->selectedSpan(), (Span{2, 4}));
-    EXPECT_EQ(model->projectFacts().playableDuration, 6);
-    model->restoreCut(2, 4); // Not stored any more.
-    EXPECT_THAT(edit().cuts, SizeIs(1));
-    model->restoreCut(2, 6);
-    EXPECT_THAT(edit().cuts, IsEmpty());
-
-    selectSpan(8, 30);
-    model->cutSelection();
-    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{8, 10}));
-    model->moveCut(8, 10, 7, 9);
-    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{7, 9}));
-    model->moveCut(1, 2, 3, 4); // There is no such cut.
-    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{7, 9}));
-    model->restoreCut(7, 9);
-    EXPECT_THAT(edit().cuts, IsEmpty());
-
-    moveTo(4);
-    model->startSelectionHere();
-    moveTo(5);
-    model->endSelectionHere();
-    EXPECT_EQ(model->selectedSpan(), (Span{4, 5}));
-}
-
-TEST_F(EditingTests, WorksOnWords)
-{
-    openNew(10);
-    const std::vector words{word("uno", 1, 2), word("dos", 2, 3), word("tres", 5, 6)};
-    transcribe(words);
-    model->cutWord(idOf(words[2]));
-    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{5, 6}));
-    model->cutWords({idOf(words[0]), idOf(words[1]), "no identifier"});
-    EXPECT_THAT(edit().cuts, ElementsAre(TimeSpan{1, 3}, TimeSpan{5, 6}));
-    model->undo();
-    EXPECT_THAT(edit().cuts, SizeIs(1));
-
-    model->correctWord(idOf(words[1]), "DÓS");
-    EXPECT_EQ(edit().words[1].text, "DÓS");
-    EXPECT_EQ(model->transcript()->get(1)["text"].toString(), "DÓS");
-    const auto before = edit();
-    model->correctWord(idOf(word("other", 0, 1)), "x");
-    EXPECT_EQ(edit(), before);
-    model->rename("Título nuevo");
-    EXPECT_EQ(project().title, "Título nuevo");
-}
-
-TEST_F(EditingTests, PlacesTextsAndZooms)
-{
-    openNew(10);
-    moveTo(8);
-    model->addText("  al final ");
-    moveTo(2);
-    model->addText("al principio");
-    ASSERT_THAT(edit().overlays, SizeIs(2));
-    EXPECT_EQ(edit().overlays[0].content, "  al final ");
-    EXPECT_EQ(edit().overlays[0].end, 10);
-    EXPECT_EQ(edit().overlays[1].start, 2);
-    EXPECT_EQ(edit().overlays[1].end, 7);
-    EXPECT_EQ(edit().overlays[1].x, 0.08);
-
-    const auto id = idOf(edit().overlays[1]);
-    model->setOverlayValues(id, {{"x", 0.5}, {"y", 0.25}, {"end", 4.0}});
-    EXPECT_EQ(edit().overlays[1].x, 0.5);
-    EXPECT_EQ(edit().overlays[1].y, 0.25);
-    EXPECT_EQ(edit().overlays[1].end, 4);
-    model->undo(); // All three were one step.
-    EXPECT_EQ(edit().overlays[1].x, 0.08);
-    EXPECT_EQ(edit().overlays[1].end, 7);
-    model->setOverlayText(id, "otro texto");
-    EXPECT_EQ(edit().overlays[1].content, "otro texto");
-    model->removeOverlay(id);
-    EXPECT_THAT(edit().overlays, SizeIs(1));
-
-    model->addZoom();
-    model->addZoom();
-    ASSERT_THAT(edit().events, SizeIs(2));
-    EXPECT_NE(edit().events[0].id, edit().events[1].id);
-    EXPECT_EQ(edit().events[0].time, 2);
-    EXPECT_EQ(edit().events[0].kind, PointerKind::zoom);
-    EXPECT_EQ(model->zooms()->count(), 2);
-    model->setEventValue(idOf(edit().events[1]), "scale", 3);
-    EXPECT_EQ(edit().events[1].scale, 3);
-    model->removeEvent(idOf(edit().events[0]));
-    ASSERT_THAT(edit().events, SizeIs(1));
-    EXPECT_EQ(edit().events[0].scale, 3);
-}
 
 TEST_F(EditingTests, SetsFlagsAndValuesByTheirNames)
 {
@@ -173,31 +66,6 @@ TEST_F(EditingTests, SetsFlagsAndValuesByTheirNames)
     EXPECT_TRUE(model->prepareToQuit());
 }
 
-TEST_F(EditingTests, AppliesSuggestions)
-{
-    openNew(20);
-    model->update([](VideoProject& project) {
-        project.edit.words = SharedList<TranscriptWord>{word("hola", 0.5, 1), word("eh", 5, 5.5)};
-        project.edit.events = SharedList<PointerEvent>{pointer(PointerKind::click, 3)};
-    });
-    model->findSuggestions();
-    // A pause, the filler, the final pause and a zoom.
-    ASSERT_EQ(model->suggestions()->count(), 4);
-    const auto suggestions = model->suggestions()->suggestions();
-    model->applySuggestion(suggestions[3]);
-    EXPECT_THAT(edit().events, SizeIs(2));
-    EXPECT_THAT(edit().cuts, IsEmpty());
-    model->applySuggestion(Text::from(suggestions[0].id));
-    EXPECT_THAT(edit().cuts, ElementsAre(suggestions[0].span));
-    EXPECT_EQ(model->suggestions()->count(), 2);
-    EXPECT_EQ(model->suggestions()->get(0)["label"].toString(), "Muletilla: eh");
-    model->applySuggestion(Text::from(suggestions[0].id)); // It is no longer there.
-    EXPECT_EQ(model->suggestions()->count(), 2);
-
-    openNew(5, "another");
-    EXPECT_EQ(model->suggestions()->count(), 0);
-}
-
 TEST_F(EditingTests, SuggestionsFollowTheEdits)
 {
     openNew(20);
@@ -232,6 +100,8 @@ TEST_F(EditingTests, SuggestionsFollowTheEdits)
     EXPECT_EQ(model->suggestedZooms()->count(), 0);
     model->applySuggestions("none of them");
     EXPECT_EQ(model->undoName(), QStringLiteral("añadir un zoom"));
+    openNew(5, "another");
+    EXPECT_EQ(model->suggestions()->count(), 0);
 }
 
 TEST_F(EditingTests, CopiesImagesIntoTheProject)

@@ -38,49 +38,6 @@ protected:
     }
 };
 
-TEST_F(ImportExportTests, ImportsMoviesEndToEnd)
-{
-    const auto clip = movie("clip.mp4", 2.5);
-    const auto more = movie("more.mov", 1, "640x480");
-    start();
-    model->importMedia(false); // Cancelled.
-    EXPECT_FALSE(model->busy());
-
-    import(clip, true); // Nothing is open: a new project.
-    ASSERT_TRUE(model->hasProject());
-    EXPECT_EQ(model->status(), "Vídeo importado");
-    const auto imported = project();
-    EXPECT_EQ(imported.title, "clip");
-    EXPECT_EQ(imported.width, 320);
-    EXPECT_EQ(imported.fps, 30);
-    EXPECT_NEAR(imported.duration, 2.5, 0.05);
-    ASSERT_THAT(imported.tracks, SizeIs(1));
-    EXPECT_EQ(imported.tracks[0].kind, TrackKind::screen);
-    EXPECT_FALSE(model->canUndo());
-    EXPECT_EQ(player->composition()->video[0].file, store.directory(imported.id) / imported.tracks[0].file);
-    EXPECT_TRUE(waitUntil([&] { return model->library()->openRow() == 0; })) << "it is listed";
-
-    import(more, true);
-    const auto appended = project();
-    ASSERT_THAT(appended.tracks, SizeIs(2));
-    EXPECT_EQ(appended.tracks[1].kind, TrackKind::clip);
-    EXPECT_EQ(appended.tracks[1].start, imported.duration);
-    EXPECT_NEAR(appended.duration, 3.5, 0.1);
-    EXPECT_EQ(appended.width, 320);
-    EXPECT_EQ(model->playhead(), 0);
-    EXPECT_THAT(player->composition()->video, SizeIs(2));
-    ASSERT_TRUE(saved());
-    EXPECT_EQ(onDisk().tracks.items(), appended.tracks.items());
-    model->undo();
-    EXPECT_EQ(project(), imported);
-    ASSERT_TRUE(waitUntil([&] { return player->composition()->video.size() == 1; }));
-
-    import(more, false);
-    EXPECT_EQ(project().title, "more");
-    EXPECT_EQ(project().height, 480);
-    EXPECT_FALSE(model->canUndo());
-}
-
 TEST_F(ImportExportTests, EditsMadeDuringAnImportStay)
 {
     const auto clip = movie("clip.mp4", 1);
@@ -105,25 +62,6 @@ TEST_F(ImportExportTests, EditsMadeDuringAnImportStay)
     EXPECT_THAT(project().tracks, IsEmpty());
     EXPECT_EQ(onDisk(opened.id).title, "edited meanwhile");
     EXPECT_THAT(onDisk(opened.id).tracks, SizeIs(1));
-}
-
-TEST_F(ImportExportTests, AnImportThatFailsSaysWhyAndChangesNothing)
-{
-    const auto opened = openNew(4);
-    std::ofstream(folder / "text.mp4") << "this is no movie";
-    makeSound(folder / "sound.m4a", "sine=duration=1");
-    for (const auto& [file, text] :
-        {std::pair(folder / "text.mp4", "text.mp4"), std::pair(folder / "sound.m4a", "sound.m4a"),
-            std::pair(folder / "missing.mp4", "no existe"), std::pair(folder.path(), "es una carpeta")}) {
-        SCOPED_TRACE(file);
-        const auto before = project();
-        model->clearError();
-        import(file, true);
-        EXPECT_EQ(model->status(), "No se ha completado la operación");
-        EXPECT_NE(model->errorMessage(), "");
-        EXPECT_EQ(project(), before);
-        EXPECT_FALSE(model->canUndo());
-    }
 }
 
 TEST_F(ImportExportTests, ExportsTheProjectAsItWas)
@@ -204,33 +142,6 @@ TEST_F(ImportExportTests, TheChoiceOfSubtitlesIsRemembered)
         choice.setSubtitles("words");
         choice.setBurnIn(false);
     }
-}
-
-TEST_F(ImportExportTests, AnExportThatFailsOrIsCancelledLeavesNothingBehind)
-{
-    const auto clip = movie("clip.mp4", 5);
-    start();
-    import(clip, false);
-    const auto document = onDisk();
-    exportTo(folder / "result.avi");
-    EXPECT_EQ(model->status(), "No se ha completado la operación");
-    EXPECT_NE(model->errorMessage(), "");
-    model->clearError();
-
-    panels->choice = folder / "cancelled.mp4";
-    model->exportVideo();
-    model->cancel();
-    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
-    EXPECT_EQ(model->status(), "Operación cancelada");
-    EXPECT_EQ(model->errorMessage(), "");
-    EXPECT_FALSE(fs::exists(folder / "cancelled.mp4"));
-    EXPECT_THAT(workspace->revealed, IsEmpty());
-
-    // Its media vanish while it is open.
-    fs::remove(store.directory(project().id) / project().tracks[0].file);
-    exportTo(folder / "gone.mp4");
-    EXPECT_EQ(model->status(), "No se ha completado la operación");
-    EXPECT_EQ(onDisk().edit, document.edit);
 }
 
 TEST_F(ImportExportTests, TheCameraKeepsItsOwnShape)

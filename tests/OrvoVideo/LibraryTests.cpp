@@ -11,8 +11,6 @@ namespace orvo::test {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 class LibraryTests : public ModelFixture {
 protected:
@@ -43,21 +41,6 @@ protected:
 
     std::string listedState(const VideoProject& project) const { return model->library()->find(project.id)->state; }
 };
-
-TEST_F(LibraryTests, ListsNewestFirstAndFollowsTheDisk)
-{
-    auto older = VideoProject::make("older");
-    older.createdAt -= std::chrono::seconds(10);
-    add(older);
-    const auto newer = add(VideoProject::make("newer"));
-    start();
-    ASSERT_EQ(model->library()->count(), 2);
-    EXPECT_EQ(model->projects()[0].id, newer.id);
-    fs::remove_all(store.directory(newer.id));
-    refresh();
-    ASSERT_EQ(model->library()->count(), 1);
-    EXPECT_EQ(model->projects()[0].id, older.id);
-}
 
 TEST_F(LibraryTests, ALibraryThatGoesAwayIsAnEmptyOne)
 {
@@ -90,13 +73,7 @@ TEST_F(LibraryTests, MarksRecordingsThatWereCutOff)
         {"recording", R"({"pid": )" + gone + "}", "needs-recovery"},
         {"recording", "", "needs-recovery"},
         {"recording", "{", "needs-recovery"},
-        {"recording", "[1]", "needs-recovery"},
-        {"recording", R"({"process": 1})", "needs-recovery"},
-        {"recording", R"({"pid": ")" + alive + R"("})", "needs-recovery"},
-        {"recording", R"({"pid": 1.5})", "needs-recovery"},
         {"recording", R"({"pid": 0})", "needs-recovery"}, // Would stand for this process' whole group.
-        {"recording", R"({"pid": -1})", "needs-recovery"},
-        {"recording", R"({"pid": 99999999999})", "needs-recovery"},
         {"recording-otherwise", "", "needs-recovery"},
         {"recording", R"({"pid": )" + alive + "}", "recording"},
         {"recording-tab", R"({"pid": )" + alive + R"(, "more": [1]})", "recording-tab"},
@@ -149,7 +126,9 @@ TEST_F(LibraryTests, PreparesWhatABrowserRecordedOnceAndByItself)
     add(bad);
     start();
     model->refreshLibrary();
-    ASSERT_TRUE(waitUntil([&] { return listedState(good) == "ready" && listedState(bad) == "needs-recovery"; }));
+    ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
+    EXPECT_EQ(listedState(bad), "needs-recovery") << "at once";
+    ASSERT_TRUE(waitUntil([&] { return listedState(good) == "ready"; }));
     EXPECT_EQ(onDisk(good.id).tracks[0].file.substr(0, 22), "media/screen-prepared-");
     EXPECT_EQ(onDisk(bad.id).state, "needs-recovery");
     EXPECT_EQ(model->errorMessage(), "No se ha podido recuperar toda la grabación: Falta «media/screen.webm».");
@@ -159,14 +138,15 @@ TEST_F(LibraryTests, PreparesWhatABrowserRecordedOnceAndByItself)
 
 TEST_F(LibraryTests, WhatIsOpenedWhileItIsPreparedIsPreparedToo)
 {
-    for (int delay : {0, 20, 60, 120, 250}) {
+    const auto movie = folder / "screen.webm";
+    ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x36:rate=10:duration=1", "-c:v", "libvpx", movie});
+    for (const int delay : {0, 60, 250}) {
         auto recording = VideoProject::make("being prepared");
         recording.state = "processing-tab";
         recording.duration = 1;
         recording.tracks = {track(TrackKind::screen, "media/screen.webm", 0, 1)};
         add(recording);
-        ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x36:rate=10:duration=1", "-c:v", "libvpx",
-            store.directory(recording.id) / "media/screen.webm"});
+        fs::copy_file(movie, store.directory(recording.id) / "media/screen.webm");
         start();
         QThread::msleep(static_cast<unsigned long>(delay));
         select(recording);
@@ -244,17 +224,6 @@ TEST_F(LibraryTests, LeavesARecordingAloneThatBeginsDuringTheListing)
     EXPECT_EQ(onDisk(recorded.id).state, "recording");
 }
 
-TEST_F(LibraryTests, ShowsAFailedPreparationAtOnce)
-{
-    auto bad = VideoProject::make("bad");
-    bad.state = "processing-tab";
-    bad.tracks = {track(TrackKind::screen, "media/screen.webm", 0, 1)};
-    add(bad);
-    start();
-    ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
-    EXPECT_EQ(listedState(bad), "needs-recovery");
-}
-
 TEST_F(LibraryTests, RecoversTheOpenRecording)
 {
     auto recording = VideoProject::make("cut off");
@@ -288,37 +257,6 @@ TEST_F(LibraryTests, RecoversTheOpenRecording)
     ASSERT_TRUE(saved());
     EXPECT_EQ(onDisk().state, "ready");
     EXPECT_FALSE(fs::exists(store.directory(recording.id) / "capture-session.json"));
-}
-
-TEST_F(LibraryTests, GoesOnWithoutTheTracksThatAreLost)
-{
-    auto recording = VideoProject::make("cut off");
-    recording.state = "needs-recovery";
-    recording.duration = 1;
-    recording.tracks = {
-        track(TrackKind::screen, "media/screen.mov", 0, 1), track(TrackKind::microphone, "media/microphone.webm", 0, 1)};
-    add(recording);
-    makeVideo(store.directory(recording.id) / "media/screen.mov", "testsrc2=size=64x36:rate=10:duration=2");
-    std::ofstream(store.directory(recording.id) / "media/microphone.webm").flush();
-    start();
-    select(recording);
-    EXPECT_EQ(model->recovery()->lostTracks(), "");
-    model->recover();
-    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
-    EXPECT_THAT(model->errorMessage().toStdString(), testing::StartsWith("No se ha podido recuperar toda la grabación: "));
-    EXPECT_EQ(project().state, "needs-recovery");
-    EXPECT_EQ(model->recovery()->lostTracks(), "Micrófono");
-    EXPECT_TRUE(model->recovery()->errorIsLostTracks());
-    model->clearError();
-    EXPECT_FALSE(model->recovery()->errorIsLostTracks()) << "asked once";
-    ASSERT_TRUE(saved());
-    EXPECT_THAT(onDisk().tracks[0].file, testing::HasSubstr("-prepared-")) << "what could be prepared is kept";
-
-    model->recovery()->continueWithoutLost();
-    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
-    EXPECT_EQ(project().state, "ready");
-    EXPECT_EQ(project().tracks.size(), 1U);
-    EXPECT_EQ(model->recovery()->lostTracks(), "");
 }
 
 TEST_F(LibraryTests, AMarkThatCannotBeWrittenIsNoError)

@@ -100,19 +100,6 @@ TEST_F(OpenProjectTests, SaysHowSoonAChangeHasToBeSaved)
     EXPECT_EQ(project->title, "shown") << "what another program wrote is a step";
 }
 
-TEST_F(OpenProjectTests, OpensUnsavedEditsOneStepAhead)
-{
-    auto document = VideoProject::make("document");
-    auto unsaved = document;
-    unsaved.title = "unsaved";
-    EXPECT_TRUE(project.open(document, unsaved));
-    EXPECT_EQ(project->title, "unsaved");
-    project.undo();
-    EXPECT_EQ(project->title, "document");
-    EXPECT_FALSE(project.open(document, document));
-    EXPECT_FALSE(project.canUndo());
-}
-
 TEST_F(OpenProjectTests, WalksTheNamedSteps)
 {
     const auto names = [&] {
@@ -215,19 +202,6 @@ TEST_F(OpenProjectTests, BoundsTheHistoriesThatAreKept)
     kept.keep(versions[1], std::move(large));
     EXPECT_FALSE(kept.take(versions[1]));
     EXPECT_FALSE(kept.take(versions[2]));
-}
-
-TEST_F(OpenProjectTests, ChangesNothingWhileLocked)
-{
-    setTitle("edited");
-    project.setLocked(true);
-    setTitle("x");
-    project.undo();
-    EXPECT_EQ(project->title, "edited");
-    EXPECT_FALSE(project.canUndo());
-    project.setLocked(false);
-    project.undo();
-    EXPECT_EQ(project->title, "Demo");
 }
 
 TEST_F(OpenProjectTests, StaysAsItWasWhenAChangeFails)

@@ -183,30 +183,21 @@ TEST_F(PreviewTests, SeeksWithBothPlayers)
     EXPECT_EQ(model->playhead(), 0);
 }
 
-TEST_F(PreviewTests, StepsByFramesWithinTheRecording)
-{
-    openRecording(usual());
-    model->stepFrames(-1);
-    EXPECT_EQ(model->playhead(), 0);
-    model->stepFrames(1);
-    model->stepFrames(1);
-    EXPECT_DOUBLE_EQ(model->playhead(), 2.0 / 30);
-    model->seek(1.01); // Inside frame 30.
-    model->stepFrames(1);
-    EXPECT_DOUBLE_EQ(model->playhead(), 31.0 / 30);
-    model->play();
-    model->stepFrames(100'000);
-    EXPECT_DOUBLE_EQ(model->playhead(), 299.0 / 30);
-    EXPECT_FALSE(model->playing());
-}
-
 TEST_F(PreviewTests, ThePlayheadStaysWhereItWasPutAndStepsAtEveryRate)
 {
     openRecording(usual());
     const auto settle = [] { QCoreApplication::processEvents(); };
-    model->seek(1.2349); // As of a pressed word.
+    model->stepFrames(-1);
+    EXPECT_EQ(model->playhead(), 0);
+    model->seek(1.2349); // As of a pressed word, inside frame 37.
     settle();
     EXPECT_EQ(model->playhead(), 1.2349) << "not the tick of the player";
+    model->stepFrames(1);
+    EXPECT_DOUBLE_EQ(model->playhead(), 38.0 / 30);
+    model->play();
+    model->stepFrames(100'000);
+    EXPECT_DOUBLE_EQ(model->playhead(), 299.0 / 30) << "within the recording";
+    EXPECT_FALSE(model->playing());
     for (const std::int64_t fps : {25, 30, 60, 72, 90, 144}) {
         model->update([&](VideoProject& project) { project.fps = fps; });
         model->seek(0);
@@ -257,28 +248,11 @@ TEST_F(PreviewTests, PlaysAndPauses)
     model->play(); // From the beginning again.
     EXPECT_EQ(player->seeks.back(), 0);
     EXPECT_TRUE(model->playing());
-}
 
-TEST_F(PreviewTests, PlaybackJumpsOverCuts)
-{
-    openRecording(usual());
-    model->setSelectedSpan({4, 6});
-    model->cutSelection();
-    playTo(1.5);
-    EXPECT_THAT(player->expected, IsEmpty());
-    playTo(3.98);
-    playTo(3.99);
-    EXPECT_THAT(player->seeks, IsEmpty());
-    EXPECT_THAT(player->expected, ElementsAre(6)) << "told once, ahead of time";
-    playTo(4.02);
-    EXPECT_THAT(player->seeks, ElementsAre(6));
-    EXPECT_EQ(model->playhead(), 6);
-    playTo(6);
-    EXPECT_THAT(player->seeks, SizeIs(1));
     // Looking around in a cut is not playing.
     model->pause();
+    model->update([](VideoProject& project) { project.edit.cuts = {{4, 6}}; });
     player->tick(5);
-    EXPECT_THAT(player->seeks, SizeIs(1));
     EXPECT_EQ(model->playhead(), 5);
     player->tick(std::numeric_limits<double>::infinity());
     EXPECT_EQ(model->playhead(), 0);

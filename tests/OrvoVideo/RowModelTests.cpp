@@ -135,18 +135,6 @@ TEST(RowModelTests, AnnouncesTheSmallestChange)
     EXPECT_TRUE(mirror.isRight());
 }
 
-TEST(RowModelTests, SharedListsCostNothing)
-{
-    TranscriptModel model;
-    const auto project = withWords(manyWords(10), {{2, 4}});
-    model.show(&project);
-    Mirror mirror(model);
-    auto copy = project;
-    copy.title = "otro";
-    model.show(&copy);
-    EXPECT_THAT(mirror.announced, IsEmpty());
-}
-
 TEST(RowModelTests, ViewsStayRightThroughAnyChanges)
 {
     std::mt19937_64 random(20);
@@ -252,19 +240,6 @@ TEST(TranscriptModelTests, ShowsWhatIsCutAndAnnouncesOnlyThat)
     // Cuts that say the same in other words.
     cut({{30, 60}, {9, 31}});
     EXPECT_THAT(mirror.announced, IsEmpty());
-}
-
-TEST(TranscriptModelTests, TellsGapsAndFillers)
-{
-    TranscriptModel model;
-    const auto project = withWords({word("¿Qué", 1, 1.4), word("acción?", 1.4, 2), word("Eh,", 3.5, 3.8), word("la", 4, 4.2),
-        word("ACCIÓN", 4.2, 4.8), word("aquí.", 5, 5.5)});
-    model.show(&project);
-    EXPECT_DOUBLE_EQ(model.get(0)["gap"].toDouble(), 1);
-    EXPECT_DOUBLE_EQ(model.get(1)["gap"].toDouble(), 0);
-    EXPECT_DOUBLE_EQ(model.get(2)["gap"].toDouble(), 1.5);
-    EXPECT_TRUE(model.get(2)["filler"].toBool());
-    EXPECT_FALSE(model.get(3)["filler"].toBool());
 }
 
 TEST(LibraryModelTests, ReplacesInPlaceAndMarksTheOpenProject)

@@ -25,19 +25,6 @@ QCoro::Task<> note(Runner& runner, WorkControl control, Call call, std::vector<s
         ends.emplace_back("on the wrong thread");
 }
 
-TEST(WorkersTests, ResultsAndFailuresComeBackToTheMainThread)
-{
-    Workers workers;
-    std::vector<std::string> ends;
-    const auto main = std::this_thread::get_id();
-    const auto first =
-        note(workers, {}, [main] { return std::string(std::this_thread::get_id() == main ? "main" : "worker"); }, ends);
-    ASSERT_TRUE(waitUntil([&] { return first.isReady(); }));
-    const auto second = note(workers, {}, []() -> std::string { throw captureError("no"); }, ends);
-    ASSERT_TRUE(waitUntil([&] { return second.isReady(); }));
-    EXPECT_THAT(ends, ElementsAre("worker", "no"));
-}
-
 TEST(WorkersTests, ProgressIsHandedOverAndTheLastValueNeverLost)
 {
     Workers workers;
@@ -69,30 +56,6 @@ TEST(WorkersTests, AThreadThatCannotBeStartedIsAFailureOfTheWork)
     EXPECT_TRUE(task.isReady());
     EXPECT_THAT(ends, ElementsAre(std::system_error(EAGAIN, std::generic_category()).what()));
     EXPECT_TRUE(full.underWay().empty());
-}
-
-TEST(WorkersTests, StoppingReachesTheWork)
-{
-    Workers workers;
-    std::vector<std::string> ends;
-    std::stop_source stop;
-    std::latch running(1);
-    const auto task = note(
-        workers, {.stop = stop.get_token()},
-        [&](const std::stop_token& token) -> std::string {
-            running.count_down();
-            while (!token.stop_requested())
-                std::this_thread::yield();
-            throw Cancelled();
-        },
-        ends);
-    running.wait();
-    stop.request_stop();
-    ASSERT_TRUE(waitUntil([&] { return task.isReady(); }));
-    // Asked to stop before it began.
-    const auto late = note(workers, {.stop = stop.get_token()}, [] { return std::string("ran"); }, ends);
-    EXPECT_TRUE(late.isReady());
-    EXPECT_THAT(ends, ElementsAre("cancelled", "cancelled"));
 }
 
 TEST(WorkersTests, ShuttingDownEndsEveryCoroutine)

@@ -1,36 +1,16 @@
-#include "Platform/attention/DesktopNotices.h"
+#include "Platform/attention/DesktopNotice.h"
 #include "Platform/attention/LauncherProgress.h"
 #include "TestSupport/EventLoop.h"
+#include "TestSupport/FakeNotifications.h"
 #include "TestSupport/PrivateBus.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QObject>
 #include <gtest/gtest.h>
 
 namespace orvo::test {
-
-/// A desktop that shows notifications.
-class FakeNotifications : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
-public:
-    QStringList shown;
-    QList<uint> replaced;
-    QList<uint> closed;
-
-public slots:
-    uint Notify(const QString&, uint replaces, const QString&, const QString& title, const QString& text, const QStringList&,
-        const QVariantMap&, int) // NOLINT(*-identifier-naming)
-    {
-        shown << title + " | " + text;
-        replaced << replaces;
-        return 7;
-    }
-    void CloseNotification(uint id) { closed << id; } // NOLINT(*-identifier-naming)
-
-signals:
-    void ActionInvoked(uint id, const QString& action); // NOLINT(*-identifier-naming)
-};
 
 /// A task bar.
 class FakeLauncher : public QObject {
@@ -48,33 +28,37 @@ public slots:
 
 namespace {
 
-TEST(AttentionTests, ShowsNoticesWithAButton)
+TEST(AttentionTests, ShowsNoticesAndTheirButton)
 {
     const PrivateBus bus;
-    FakeNotifications desktop;
-    auto connection = QDBusConnection::connectToBus(bus.address(), "notifications");
-    ASSERT_TRUE(connection.registerObject(
-        "/org/freedesktop/Notifications", &desktop, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals));
-    ASSERT_TRUE(connection.registerService("org.freedesktop.Notifications"));
-    DesktopNotices notices;
-    int opened = 0;
-    int pressed = 0;
-    QObject::connect(&notices, &DesktopNotices::opened, [&] { ++opened; });
-    QObject::connect(&notices, &DesktopNotices::buttonPressed, [&] { ++pressed; });
-    notices.show("Vídeo exportado", "a<b>.mp4 · 7,5 MB", "Mostrar en la carpeta");
-    ASSERT_TRUE(comesToHold([&] { return desktop.shown.size() == 1; }));
-    EXPECT_EQ(desktop.shown[0], "Vídeo exportado | a&lt;b&gt;.mp4 · 7,5 MB");
+    FakeNotifications desktop(bus.address());
+    DesktopNotice notice;
+    int clicks = 0;
+    int presses = 0;
+    QObject::connect(&notice, &DesktopNotice::clicked, [&] { ++clicks; });
+    QObject::connect(&notice, &DesktopNotice::buttonPressed, [&] { ++presses; });
+    notice.show("Vídeo exportado", "a<b>.mp4 · 7,5 MB", {.click = "Abrir", .button = "Mostrar"});
+    ASSERT_TRUE(comesToHold([&] { return desktop.title == "Vídeo exportado"; }));
+    EXPECT_EQ(desktop.text, "a&lt;b&gt;.mp4 · 7,5 MB");
+    EXPECT_EQ(desktop.actions, (QStringList{"default", "Abrir", "button", "Mostrar"}));
 
-    // Another one takes its place, once it is known what the desktop calls the first.
-    ASSERT_TRUE(comesToHold([&] {
-        notices.show("Otro", "", "Abrir");
-        return desktop.replaced.contains(7);
-    }));
+    // Another one takes its place, once it is known what the desktop calls the first: its answer is here before a later one.
+    QDBusConnection::sessionBus().interface()->isServiceRegistered("es.orvo.video");
+    QCoreApplication::processEvents();
+    notice.show("Otro", "");
+    ASSERT_TRUE(comesToHold([&] { return desktop.title == "Otro"; }));
+    EXPECT_TRUE(desktop.hasReplaced);
+    EXPECT_TRUE(desktop.actions.isEmpty());
     emit desktop.ActionInvoked(99, "button");
-    emit desktop.ActionInvoked(7, "button");
-    EXPECT_TRUE(comesToHold([&] { return pressed == 1; }));
-    EXPECT_EQ(opened, 0);
-    QDBusConnection::disconnectFromBus("notifications");
+    emit desktop.ActionInvoked(FakeNotifications::id, "button");
+    EXPECT_TRUE(comesToHold([&] { return presses == 1; }));
+    EXPECT_EQ(clicks, 0);
+
+    // One that is closed before the desktop has answered goes as well.
+    notice.show("Más", "");
+    notice.close();
+    const int shown = desktop.count;
+    EXPECT_TRUE(comesToHold([&] { return desktop.count > shown && desktop.title.isEmpty(); }));
 }
 
 TEST(AttentionTests, ShowsProgressInTheTaskBar)

@@ -92,28 +92,6 @@ TEST_F(ScreenCastTests, AsksAnOldPortalOnlyForWhatItKnows)
     EXPECT_TRUE(outcome.stream->restoreToken.isEmpty());
 }
 
-TEST_F(ScreenCastTests, RefusalRevocationAndNoPortalAreTold)
-{
-    ScreenCast cast(connection);
-    EXPECT_EQ(open(cast, ScreenCast::Kind::monitor).error, ScreenCast::unavailableText()) << "there is no portal";
-
-    const auto desktop = portal();
-    desktop->decision = FakePortal::Decision::refuse;
-    const auto refused = open(cast, ScreenCast::Kind::monitor);
-    EXPECT_FALSE(refused.stream);
-    EXPECT_EQ(refused.error, "") << "the user knows";
-
-    desktop->decision = FakePortal::Decision::grant;
-    bool revoked = false;
-    QObject::connect(&cast, &ScreenCast::revoked, [&] { revoked = true; });
-    ASSERT_TRUE(open(cast, ScreenCast::Kind::monitor).stream);
-    desktop->revoke();
-    EXPECT_TRUE(comesToHold([&] { return revoked; }));
-    EXPECT_EQ(cast.stream(), std::nullopt);
-
-    EXPECT_TRUE(open(cast, ScreenCast::Kind::monitor).stream) << "and it can be shared again";
-}
-
 TEST_F(ScreenCastTests, APortalThatEndsWhileTheUserChoosesIsTold)
 {
     auto desktop = portal();
@@ -128,20 +106,6 @@ TEST_F(ScreenCastTests, APortalThatEndsWhileTheUserChoosesIsTold)
 
     desktop = portal();
     EXPECT_TRUE(open(cast, ScreenCast::Kind::monitor).stream) << "the next one can be asked";
-}
-
-TEST_F(ScreenCastTests, AQuestionThatIsNoLongerAskedIsTakenBack)
-{
-    const auto desktop = portal();
-    desktop->decision = FakePortal::Decision::wait;
-    bool answered = false;
-    {
-        ScreenCast cast(connection);
-        cast.open(ScreenCast::Kind::monitor, {}, [&](const ScreenCast::Outcome&) { answered = true; });
-        ASSERT_TRUE(comesToHold([&] { return !desktop->selection.isEmpty() && !desktop->openSessions.isEmpty(); }));
-    }
-    EXPECT_TRUE(comesToHold([&] { return desktop->openSessions.isEmpty() && desktop->takenBack == 1; }));
-    EXPECT_FALSE(answered);
 }
 
 } // namespace

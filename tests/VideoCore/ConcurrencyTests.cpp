@@ -92,37 +92,5 @@ TEST(ProjectStoreThreads, readersNeverSeeAPart)
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(store.directory(versions[0].id)), {}), 2);
 }
 
-TEST(ProjectStoreThreads, aKilledSaveLeavesAWholeDocument)
-{
-    const TemporaryFolder folder;
-    const ProjectStore store(folder / "Library");
-    const VideoProject versions[]{version(0), version(1)};
-    store.create(versions[0]);
-    for (int round = 0; round < 40; ++round) {
-        int pipe[2]{};
-        ASSERT_EQ(::pipe(pipe), 0);
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            for (int i = 0;; ++i) {
-                store.save(versions[i % 2]);
-                if (write(pipe[1], "s", 1) != 1)
-                    _exit(1);
-            }
-        }
-        ::close(pipe[1]);
-        char saved = 0;
-        for (int i = 0; i <= round % 5; ++i)
-            ASSERT_EQ(::read(pipe[0], &saved, 1), 1);
-        // The child is anywhere within its next saves now.
-        ASSERT_EQ(kill(child, SIGKILL), 0);
-        waitpid(child, nullptr, 0);
-        ::close(pipe[0]);
-        const auto left = store.load(versions[0].id);
-        ASSERT_TRUE(left == versions[0] || left == versions[1]);
-    }
-    EXPECT_EQ(store.list().size(), 1U);
-}
-
 } // namespace
 } // namespace orvo

@@ -71,43 +71,27 @@ TEST_F(RecordingPreparationTest, APictureOfOddSizeIsMadeEven)
     EXPECT_GT(decodeFrames(file).front().mean(0.05, 0.05, 0.95, 0.95).brightness(), 230) << "nothing is scaled away";
 }
 
-TEST_F(RecordingPreparationTest, ABrowserRecordingBecomesOneThatCanBeEdited)
+TEST_F(RecordingPreparationTest, PreparesWhatCannotBeReadAndReadsThePointerLog)
 {
-    makeBrowserFile(addTrack(TrackKind::screen, "screen.webm"),
-        {"-f", "lavfi", "-i", "testsrc2=size=320x180:rate=30:duration=2", "-c:v", "libvpx", "-deadline", "realtime"});
     makeBrowserFile(addTrack(TrackKind::microphone, "microphone.webm"),
         {"-f", "lavfi", "-i", "sine=frequency=440:duration=2", "-c:a", "libopus"});
     makeSound(addTrack(TrackKind::system, "system.m4a"), "sine=frequency=880:duration=2");
-    std::ofstream log(store.directory(project.id) / "pointer-events.jsonl");
-    for (unsigned i = 0; i < 24; ++i) {
-        log << R"({"duration":2.5,"id":")" << fixedId(100 + i).text() << R"(","kind":"move","scale":1.8,"time":)" << i / 12.0
-            << R"(,"x":0.5,"y":0.25})" << "\n\n";
-    }
-    log << R"({"duration":2.5,"id":"0000)"; // Cut off.
-    log.close();
+    std::ofstream(store.directory(project.id) / "pointer-events.jsonl")
+        << R"({"duration":2.5,"id":")" << fixedId(100).text()
+        << R"(","kind":"move","scale":1.8,"time":1.5,"x":0.5,"y":0.25})"
+        << "\n\n{\"duration\":2.5"; // Cut off.
     const auto before = project;
-
     RecordingPreparation::apply(project, prepare(RecordingPreparation::Which::needed));
-
     EXPECT_EQ(project.state, "ready");
-    ASSERT_THAT(project.edit.events, SizeIs(24));
-    EXPECT_NEAR(project.edit.events[23].time, 23 / 12.0, 1e-5);
-    EXPECT_THAT(project.tracks[0].file, MatchesRegex("media/screen-prepared-[0-9A-F-]{36}\\.mov"));
-    EXPECT_THAT(project.tracks[1].file, MatchesRegex("media/microphone-prepared-[0-9A-F-]{36}\\.m4a"));
-    EXPECT_EQ(project.tracks[2], before.tracks[2]) << "it can be read";
-    const auto picture = probe(store.mediaURL(project, project.tracks[0].file));
-    EXPECT_EQ(picture.videoCodec, "h264");
-    EXPECT_EQ(picture.frames, 60);
-    const auto sound = probe(store.mediaURL(project, project.tracks[1].file));
-    EXPECT_EQ(sound.audioCodec, "aac");
-    EXPECT_NEAR(sound.audioDuration, 2, 0.05);
-    for (const auto& track : before.tracks)
-        EXPECT_TRUE(fs::exists(store.mediaURL(before, track.file))) << "the original stays";
+    EXPECT_THAT(project.tracks[0].file, MatchesRegex("media/microphone-prepared-[0-9A-F-]{36}\\.m4a"));
+    EXPECT_TRUE(fs::exists(store.mediaURL(before, before.tracks[0].file))) << "the original stays";
+    EXPECT_EQ(project.tracks[1], before.tracks[1]) << "it can be read";
+    EXPECT_THAT(project.edit.events, SizeIs(1));
 
     // What has events already keeps them.
-    project.edit.events = SharedList(std::vector{pointer(PointerKind::click, 1)});
+    project.edit.events = SharedList(std::vector{pointer(PointerKind::click, 2), pointer(PointerKind::click, 1)});
     RecordingPreparation::apply(project, prepare(RecordingPreparation::Which::needed));
-    EXPECT_THAT(project.edit.events, SizeIs(1));
+    EXPECT_THAT(project.edit.events, SizeIs(2));
 }
 
 TEST_F(RecordingPreparationTest, SoundThatABrowserLostIsSilenceAndWhatFollowsStaysWithThePicture)

@@ -69,6 +69,12 @@ TEST_F(Output, ListIsSortedAsAsked)
     store.create(accented);
     EXPECT_EQ(first("title"), accented.id.text());
     EXPECT_EQ(first("updated"), accented.id.text());
+    // Of those created in the same second, the identifier decides.
+    accented.createdAt = project.createdAt + std::chrono::milliseconds(700);
+    store.save(accented);
+    const Answer list = answer({"list", "--sort", "created"});
+    EXPECT_EQ(list[1]["id"].text(), id);
+    EXPECT_EQ(list[2]["id"].text(), accented.id.text());
 }
 
 TEST_F(Output, AlignsAndSanitisesLists)

@@ -86,15 +86,6 @@ TEST_F(Validate, FindsWhatIsWrong)
     }
 }
 
-TEST_F(Validate, ReportsMissingLibraries)
-{
-    const fs::path mistyped = folder / "biblioteca";
-    const Outcome outcome = orvo({"--library", mistyped, "validate"});
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("No existe la biblioteca"));
-    EXPECT_FALSE(fs::exists(mistyped));
-}
-
 TEST_F(Validate, RequiresFoldersNamedAfterProjects)
 {
     const VideoProject copy = project;

@@ -56,6 +56,18 @@ ChildProcess::ChildProcess(
         throw std::runtime_error("cannot start " + words[0]);
 }
 
+std::vector<std::string> boundToThisProcess(std::vector<std::string> words)
+{
+    words.insert(words.begin(), {"setpriv", "--pdeathsig=KILL"});
+    return words;
+}
+
+bool ChildProcess::hasEnded() const
+{
+    siginfo_t info{};
+    return ::waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid != 0;
+}
+
 std::string ChildProcess::readLine() const
 {
     std::string line;

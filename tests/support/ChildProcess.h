@@ -24,6 +24,8 @@ public:
     int input() const noexcept { return m_input; }
     int output() const noexcept { return m_output; }
 
+    bool hasEnded() const;
+
     /// The next line of its output, without its end; empty at the end of the output.
     std::string readLine() const;
     void closeInput();
@@ -38,5 +40,8 @@ private:
     int m_input = -1;
     int m_output = -1;
 };
+
+/// The words that start a program which the kernel kills when this process ends.
+std::vector<std::string> boundToThisProcess(std::vector<std::string> words);
 
 } // namespace orvo::test

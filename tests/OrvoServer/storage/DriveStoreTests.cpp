@@ -1,7 +1,7 @@
 #include "OrvoServer/storage/DriveStore.h"
 
-#include "../ServiceProcess.h"
 #include "OrvoServer/base/Json.h"
+#include "TestSupport/ChildProcess.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/FileIO.h"
 
@@ -26,7 +26,7 @@ class DriveStoreTests : public testing::Test {
 protected:
     DriveStoreTests()
     {
-        base = "http://127.0.0.1:" + service.line();
+        base = "http://127.0.0.1:" + service.readLine();
         drive.apiUrl = base + "/drive/v3";
         drive.uploadUrl = base + "/upload/drive/v3";
         drive.chunkSize = std::uint64_t{512} << 10;
@@ -96,7 +96,7 @@ protected:
 
     TemporaryFolder folder;
     FileSecrets secrets{folder.path()};
-    ServiceProcess service{{"python3", ORVO_DRIVE_SERVICE}};
+    ChildProcess service{boundToThisProcess({"python3", ORVO_DRIVE_SERVICE})};
     std::string base;
     std::chrono::system_clock::time_point now = std::chrono::system_clock::now();
     std::vector<std::chrono::milliseconds> pauses;

@@ -1,65 +1,67 @@
-"""What the administration page of the stand-in has to tell."""
+"""The administration page of a real server, as an author uses it."""
 
-import json
-from urllib.parse import parse_qs, urlsplit
+from tab import Tab, appears, expect, find_barriers
 
-from stand_in import VIDEO
+LOOKS = [{"scheme": scheme, "width": width, "height": height} for scheme in ("dark", "light") for width, height in ((1280, 720), (360, 640))]
+REFRESH = "[...document.querySelectorAll('button')].find((one) => one.textContent === 'Actualizar').click()"
 
 
-class Administration:
-    def __init__(self, server):
-        self.server = server
+def sign_in(tab, token):
+    appears(tab, "#token")
+    tab.run("document.querySelector('#token').focus(), document.querySelector('#token').value = ''")
+    tab.call("Input.insertText", text=token)
+    tab.run("document.querySelector('form button').click()")
 
-    def videos(self):
-        base, address = self.server.prefix, self.server.address
-        names = [
-            (VIDEO, "Lección 3: «publicar» <b>un vídeo</b>", "published", ["https://www.escuela.es", "https://*.campus.es"], True, 1284),
-            ("11111111-1111-4111-8111-111111111111", "Presentación del curso", "published", ["https://www.escuela.es"], False, 327),
-            ("22222222-2222-4222-8222-222222222222", "Lección 4: los subtítulos", "uploading", [], False, 0),
-            ("33333333-3333-4333-8333-333333333333", "Lección 5: un título muy largo que no cabe en una sola línea de la lista", "storing",
-             ["https://www.escuela.es"], False, 0),
-            ("44444444-4444-4444-8444-444444444444", "Examen de prueba", "error", ["https://www.escuela.es"], False, 2),
-            ("55555555-5555-4555-8555-555555555555", "Versión antigua", "withdrawn", [], False, 41),
-        ]
-        return [{
-            "id": identifier, "title": title, "state": "withdrawn" if identifier in self.server.withdrawn else state,
-            "bytes": 48_500_000 + 313_000_000 * number, "createdAt": "2026-10-02T09:12:00Z", "updatedAt": f"2026-11-{20 - number:02}T17:45:00Z",
-            "duration": None if state == "uploading" else 754 + 61 * number, "domains": domains, "publicLink": public,
-            "poster": f"{base}/admin/poster/{identifier}" if state in ("published", "storing") else None,
-            "embed": f'<iframe src="{address}/embed/{identifier}" title="Orvo Video" style="width:100%;aspect-ratio:16/9;border:0" '
-                     'allow="autoplay; fullscreen" allowfullscreen loading="lazy"></iframe>',
-            "watch": f"{address}/watch/{identifier}" if public else None, "plays": plays,
-            "refusedOrigins": [{"origin": "https://copias.example", "times": 17, "last": "2026-11-19T08:03:00Z"},
-                               {"origin": "https://escuela.es", "times": 3, "last": "2026-11-18T20:11:00Z"}] if public else [],
-        } for number, (identifier, title, state, domains, public, plays) in enumerate(names)]
 
-    def answer(self, method, parts, query, body):
-        """The object to answer, 204, or None for what does not exist."""
-        match method, parts:
-            case "GET", ["data", "videos"]:
-                wanted = parse_qs(query).get("q", [""])[0].lower()
-                found = [video for video in self.videos() if wanted in video["title"].lower()]
-                return {"videos": found, "total": len(found)}
-            case "GET", ["data", "videos", identifier, "plays"]:
-                plays = identifier == VIDEO
-                days = [{"day": f"2026-{9 + at // 30:02}-{at % 30 + 1:02}", "plays": (at * 7) % 23 + (at // 10) * 2 if plays else 0}
-                        for at in range(90)]
-                return {"days": days, "tenths": [1284, 1190, 1102, 1051, 987, 930, 902, 871, 795, 612] if plays else [0] * 10}
-            case "POST", ["data", "check"]:
-                page = json.loads(body)["page"]
-                host = urlsplit(page).hostname or ""
-                allowed = host == "www.escuela.es" or host.endswith(".campus.es")
-                return {"allowed": allowed, "reason": f"{host} está entre las páginas autorizadas." if allowed else
-                        f"{host} no está entre las páginas autorizadas. Añádelo en la aplicación, en «Publicar»."}
-            case "POST", ["data", "videos", identifier, "withdraw"]:
-                self.server.withdrawn.add(identifier)
-                return 204
-            case "GET", ["data", "health"]:
-                return {"ok": False, "version": "0.1.0", "storage": "local", "usedBytes": 3_480_000_000, "freeBytes": 41_200_000_000,
-                        "checks": [
-                            {"name": "Dirección", "ok": True, "detail": "El servidor responde en su dirección pública.", "remedy": ""},
-                            {"name": "Certificado", "ok": False, "detail": "El certificado caduca dentro de 6 días.",
-                             "remedy": "Renueva el certificado y reinicia el servidor, o deja que lo haga el proxy."},
-                            {"name": "Disco", "ok": True, "detail": "Quedan 41,2 GB libres.", "remedy": ""},
-                            {"name": "Reloj", "ok": True, "detail": "La hora es correcta.", "remedy": ""}]}
-        return None
+def is_accessible(browser, server, axe):
+    """In every look; whoever is signed in sees the list."""
+    for look in LOOKS:
+        tab = Tab(browser, f"{server.address}/admin/", **look)
+        appears(tab, "main")
+        tab.run("new Promise((done) => { const look = () => document.querySelector('#token, .video') ? done() : setTimeout(look, 20); look(); })")
+        tab.run(axe)
+        find_barriers(tab, f"the first page, {look}")
+        if tab.run("Boolean(document.querySelector('.video'))"):
+            tab.run("document.querySelector('.video').click()")
+            appears(tab, ".details .chart")
+            find_barriers(tab, f"details, {look}")
+            tab.run("document.querySelector('.danger-outline').click()")
+            find_barriers(tab, f"confirmation, {look}")
+        tab.close()
+
+
+def administers(browser, server, project, refused, axe):
+    """Signs in, looks at a video, asks where it is seen, withdraws it only when that is confirmed, and signs out. A page at the
+    origin `refused` has tried to show the video."""
+    is_accessible(browser, server, axe)
+    tab = Tab(browser, f"{server.address}/admin/")
+    sign_in(tab, "otra")
+    appears(tab, ".failure", "Credencial incorrecta.")
+    sign_in(tab, server.credential)
+    appears(tab, ".video")
+    is_accessible(browser, server, axe)
+    expect(tab.run("document.querySelectorAll('.video').length") == 1, "the list is another")
+    appears(tab, ".checks", "Almacén")
+    tab.run("document.querySelector('.video').click()")
+    appears(tab, ".details .chart")
+    expect("<b>" in tab.run("document.querySelector('#video-title').textContent"), "the title is taken for HTML")
+    expect(tab.run("document.querySelector('textarea').value.startsWith('<iframe ')"), "there is no code")
+    appears(tab, "table", refused)
+    tab.run("document.querySelector('.inline input').focus()")
+    tab.call("Input.insertText", text="copias.example/pagina")
+    tab.run("document.querySelector('.inline button').click()")
+    appears(tab, ".outcome.no", "No se verá.")
+
+    # Enter keeps it published.
+    tab.run("document.querySelector('.danger-outline').click()")
+    expect(tab.run("document.activeElement.textContent") == "Seguir publicado", "the default is another")
+    tab.run("document.activeElement.click()")
+    expect(server.status(f"/embed/{project}") == 200 and tab.run("!document.querySelector('dialog').open"), "it was withdrawn")
+    tab.run("document.querySelector('.danger-outline').click(), document.querySelector('.danger').click()")
+    appears(tab, ".details .state", "Retirado")
+    expect(server.status(f"/embed/{project}") == 404, "it was not withdrawn")
+
+    tab.run("fetch('session', { method: 'DELETE', headers: { 'X-Orvo-Admin': '1' } }).then(() => true)")  # As another tab does.
+    tab.run(REFRESH)
+    appears(tab, ".failure", "La sesión ha terminado.")
+    tab.expect_quiet()

@@ -3,14 +3,10 @@
 import json
 import os
 import subprocess
-import sys
 import time
-from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "support"))
-
-from desktop import Desktop  # noqa: E402: it lies in another folder.
-from in_browser import expect  # noqa: E402
+from tab import expect  # Makes the folder of the next one known.
+from desktop import Desktop  # noqa: I001
 
 
 class Orvo:

@@ -1,9 +1,11 @@
 """Publishes to `orvo-server`, server and client killed in the middle, and watches the video in a browser: in an authorised page
-with tickets that end while it plays, in a foreign one, after the domains have changed and after it was withdrawn.
+with tickets that end while it plays, in a foreign one, after the domains have changed and after it was withdrawn. Then the author
+publishes again and uses the administration page.
 
 end_to_end.py ORVO ORVO_SERVER PLAYER_FOLDER [APPLICATION HANDS]
 
-The client is `orvo`, or the application by its windows, whose buttons HANDS presses.
+The client is `orvo`, or the application by its windows, whose buttons HANDS presses; then the player and the administration page
+are not looked at once more.
 """
 
 import http.server
@@ -14,19 +16,18 @@ import signal
 import subprocess
 import sys
 import tempfile
-import threading
 import time
 import urllib.error
 import urllib.request
 from pathlib import Path
 
 import in_browser
-from clients import Orvo, Windows
-from desktop import Desktop
-from devtools import LIMIT
+from administration import administers
+from clients import Desktop, Orvo, Windows
 from film import SECONDS, spoken_at
-from in_browser import Tab, World, check_frame, expect, wait_for
+from in_browser import World, check_frame
 from make_package import lesson
+from tab import LIMIT, Site, Tab, expect, wait_for
 
 TICKET = 4  # Seconds that a ticket lasts.
 
@@ -67,29 +68,6 @@ class Server:
             return error.code
         except OSError:
             return 0
-
-
-class Site:
-    """A web page with the player in it."""
-
-    def __init__(self, embed):
-        body = f"<!doctype html><title>Curso</title>{embed}".encode()
-
-        class Handler(http.server.BaseHTTPRequestHandler):
-            def do_GET(self):
-                self.send_response(200)
-                self.send_header("Content-Type", "text/html; charset=utf-8")
-                self.send_header("Content-Length", str(len(body)))
-                self.end_headers()
-                self.wfile.write(body)
-
-            def log_message(self, *_):
-                pass
-
-        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
-        threading.Thread(target=self.server.serve_forever, daemon=True).start()
-        # Another site than the server's, which is localhost: its frame is a process of its own.
-        self.origin = f"http://127.0.0.1:{self.server.server_port}"
 
 
 def publish(client, server, project, origin):
@@ -149,6 +127,7 @@ def main():
         client = Windows(*windows, folder) if windows else orvo
         client.connect(server.address, server.credential)
         site_code = f'<iframe src="{server.address}/embed/{project.lower()}" style="width:960px;height:540px" allow="autoplay"></iframe>'
+        # Another site than the server's, which is localhost: its frame is a process of its own.
         home, foreign = Site(site_code), Site(site_code)
         told = publish(client, server, project, home.origin)
         expect(told == f"{server.address}/watch/{project.lower()}", f"the address is {told}")
@@ -159,7 +138,8 @@ def main():
         stranger = Tab(world.browser, foreign.origin)
         wait_for("the refusal", lambda: [event for event in stranger.events("Log.entryAdded") if "frame-ancestors" in event["entry"]["text"]]
                  or stranger.run("1") != 1)
-        in_browser.plays(world)
+        if not windows:
+            in_browser.plays(world)
 
         # The other page takes the first one's place; the player in the first one stops.
         client.move(project, foreign.origin)
@@ -173,6 +153,10 @@ def main():
         client.withdraw(project)
         moved.run("watching.video.currentTime = 75, watching.until(() => !document.querySelector('.message').hidden)", session)
         expect(server.status(f"/embed/{project.lower()}") == 404, "it is still there")
+        if not windows:
+            orvo("set", project, "title", "Lección 3: <b>un vídeo</b>")
+            client.publish(project, home.origin)
+            administers(world.browser, server, project.lower(), foreign.origin, (Path(player) / "axe.min.js").read_text())
     except BaseException:
         print(server.log.read_text()[-4000:])
         if client and "ORVO_TEST_PICTURES" in os.environ:

@@ -6,109 +6,18 @@ Without an address the stand-in serves PACKAGE. With one, a real server's page o
 published from PACKAGE with a public link; cases that need the stand-in's faults are skipped with status 77.
 """
 
-import http.server
 import json
-import os
 import shutil
 import sys
 import tempfile
-import threading
-import time
 from pathlib import Path
 
-HERE = Path(__file__).resolve().parent
-sys.path.insert(0, str(HERE.parents[1] / "OrvoVideo/publishing"))
-
-from administration import Administration  # noqa: E402
-from chromium import Page  # noqa: E402: it lies in another folder.
-from devtools import LIMIT, DevTools  # noqa: E402
-from film import SECONDS, colour_at, spoken_at, words  # noqa: E402
-from stand_in import TOKEN, VIDEO, StandIn  # noqa: E402
+from film import SECONDS, colour_at, spoken_at, words
+from stand_in import VIDEO, StandIn
+from tab import Browser, Site, Tab, expect, find_barriers, wait_for
 
 DENIED = """Object.defineProperty(window, "localStorage", { get() { throw new DOMException("Denied", "SecurityError"); } });"""
 NO_MEDIA_SOURCE = "delete window.MediaSource; delete window.ManagedMediaSource; delete window.WebKitMediaSource;"
-
-
-def expect(holds, text):
-    if not holds:
-        raise SystemExit(f"FAILED: {text}")
-
-
-def wait_for(what, condition):
-    end = time.monotonic() + LIMIT
-    while not condition():
-        expect(time.monotonic() < end, f"waited too long for {what}")
-        time.sleep(0.05)
-
-
-class Browser(DevTools):
-    """Knows the loopback address also as http://video.test, which unlike 127.0.0.1 is no secure context."""
-
-    def __init__(self, folder):
-        super().__init__(
-            ["chromium", "--headless=new", "--no-sandbox", f"--user-data-dir={folder}/profile", "--no-first-run",
-             "--password-store=basic", "--disable-gpu", "--disable-dev-shm-usage", "--host-resolver-rules=MAP video.test 127.0.0.1",
-             "--autoplay-policy=no-user-gesture-required"],
-            {**os.environ, "HOME": str(folder), "DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"})
-
-
-class Tab(Page):
-    """A tab with a size, a language and scripts that run before the page's own. What the page complains about is kept."""
-
-    def __init__(self, browser, address, *, width=1280, height=720, scheme="dark", language="es-ES", before="", touch=False):
-        self.browser = browser
-        self.target = browser.call("Target.createTarget", url="about:blank")["targetId"]
-        self.session = browser.attach(self.target)
-        for domain in ("Page", "Runtime", "Log", "Network"):
-            self.call(f"{domain}.enable")
-        self.call("Target.setAutoAttach", autoAttach=True, waitForDebuggerOnStart=False, flatten=True)
-        self.call("Emulation.setDeviceMetricsOverride", width=width, height=height, deviceScaleFactor=1, mobile=touch)
-        self.call("Emulation.setTouchEmulationEnabled", enabled=touch)
-        self.call("Emulation.setEmulatedMedia", features=[{"name": "prefers-color-scheme", "value": scheme}])
-        self.call("Emulation.setUserAgentOverride", userAgent="Mozilla/5.0 (X11; Linux x86_64) Chrome", acceptLanguage=language)
-        if before:
-            self.call("Page.addScriptToEvaluateOnNewDocument", source=before)
-        self.go(address)
-
-    def go(self, address):
-        self.call("Page.navigate", url=address)
-        self.browser.wait_for("Page.loadEventFired", self.session)
-
-    def watch(self, session=None):
-        self.run("new Promise((done) => { const look = () => document.querySelector('video') ? done() : setTimeout(look, 20); look(); })",
-                 session)
-        self.run((HERE / "watching.js").read_text(), session)
-
-    def press(self, *keys):
-        for key in keys:
-            self.call("Input.dispatchKeyEvent", type="keyDown", key=key, **({"text": key} if len(key) == 1 else {}))
-            self.call("Input.dispatchKeyEvent", type="keyUp", key=key)
-
-    def click(self, selector):
-        x, y = self.run(f"(() => {{ const box = document.querySelector({json.dumps(selector)}).getBoundingClientRect(); "
-                        "return [box.left + box.width / 2, box.top + box.height / 2]; })()")
-        for kind, button in (("mouseMoved", "none"), ("mousePressed", "left"), ("mouseReleased", "left")):
-            self.call("Input.dispatchMouseEvent", type=kind, x=x, y=y, button=button, clickCount=0 if button == "none" else 1)
-
-    def start(self):
-        """Plays, by the large button."""
-        self.click(".big")
-        self.run("watching.played(0.5)")
-
-    def events(self, *methods):
-        return [event["params"] for event in self.browser.events
-                if event.get("sessionId") == self.session and event["method"] in methods]
-
-    def expect_quiet(self):
-        """No exception, nothing that the content security policy has stopped, no request to anybody else."""
-        broken = [event["exceptionDetails"].get("exception", {}).get("description") for event in self.events("Runtime.exceptionThrown")]
-        expect(not broken, f"exceptions {broken}")
-        stopped = [event["entry"]["text"] for event in self.events("Log.entryAdded") if event["entry"]["source"] == "security"]
-        expect(not stopped, f"stopped by the policy: {stopped}")
-        here = self.run("location.origin")
-        asked = {event["request"]["url"] for event in self.events("Network.requestWillBeSent")}
-        foreign = [url for url in asked if not url.startswith((here + "/", "blob:", "data:"))]
-        expect(not foreign, f"asked others: {foreign}")
 
 
 def check_frame(tab, moment, session=None):
@@ -336,23 +245,10 @@ def insecure(world):
 
 def sandboxed(world):
     """In a frame with scripts and nothing else, whose origin is "null"."""
-    content = f'<!doctype html><title>Mi web</title><iframe sandbox="allow-scripts" src="{world.address("embed")}" width="640" height="360"></iframe>'
-
-    class Site(http.server.BaseHTTPRequestHandler):
-        def do_GET(self):
-            self.send_response(200)
-            self.send_header("Content-Type", "text/html; charset=utf-8")
-            self.end_headers()
-            self.wfile.write(content.encode())
-
-        def log_message(self, *_):
-            pass
-
-    site = http.server.ThreadingHTTPServer(("localhost", 0), Site)
-    threading.Thread(target=site.serve_forever, daemon=True).start()
+    site = Site(f'<iframe sandbox="allow-scripts" src="{world.address("embed")}" width="640" height="360"></iframe>', "localhost")
     if world.controlled:
         world.server.life, world.server.real_life = 4, 3
-    tab = world.tab(f"http://localhost:{site.server_port}/")
+    tab = world.tab(f"{site.origin}/")
     frame = tab.frame_session()
     tab.watch(frame)
     expect(tab.run("self.origin", frame) == "null", "the frame has an origin")
@@ -362,7 +258,6 @@ def sandboxed(world):
         wait_for("a renewal", lambda: world.server.renewals)
     tab.run("document.querySelectorAll('.skip')[1].click(), watching.settled()", frame)
     tab.run("watching.until(() => watching.video.currentTime > 10 && watching.colour() === 'lime')", frame)
-    site.shutdown()
 
 
 def native(world):
@@ -381,12 +276,6 @@ def native(world):
     tab.run("watching.until(() => watching.video.currentTime > 60)")
     check_frame(tab, tab.run("watching.video.pause(), watching.video.currentTime"))
     expect(server.renewals >= 1, "nothing was renewed")
-
-
-def find_barriers(tab, what, session=None):
-    found = tab.run("axe.run(document, { resultTypes: ['violations'] }).then(({ violations }) => violations.map(({ id, nodes }) => "
-                    "[id, ...nodes.map(({ target, failureSummary }) => `${target}: ${failureSummary}`)]))", session)
-    expect(not found, f"{what}: {json.dumps(found, indent=1, ensure_ascii=False)}")
 
 
 def accessible(world):
@@ -419,75 +308,7 @@ def accessible(world):
             tab = world.tab("embed/none", scheme=scheme, width=width, height=height)
             tab.run(axe)
             find_barriers(tab, f"unavailable, {where}")
-            tab.go(f"{world.server.address}/admin/")
-            tab.run("new Promise((done) => { const look = () => document.querySelector('form, .video') ? done() : setTimeout(look, 20); look(); })")
-            tab.run(axe)
-            if tab.run("Boolean(document.querySelector('#token'))"):
-                find_barriers(tab, f"sign-in, {where}")
-                sign_in(tab)
-            find_barriers(tab, f"list, {where}")
-            tab.run("document.querySelector('.video').click()")
-            appears(tab, ".details .chart")
-            find_barriers(tab, f"details, {where}")
-            tab.run("document.querySelector('.danger-outline').click()")
-            find_barriers(tab, f"confirmation, {where}")
             tab.close()
-
-
-def appears(tab, selector, text=""):
-    return tab.run(f"""new Promise((done) => {{
-        const look = () => {{
-            const found = document.querySelector({json.dumps(selector)});
-            if (found && found.textContent.includes({json.dumps(text)})) done(found.textContent);
-            else setTimeout(look, 20);
-        }};
-        look();
-    }})""")
-
-
-def sign_in(tab, token=TOKEN):
-    tab.run("document.querySelector('#token').focus(), document.querySelector('#token').value = ''")
-    tab.call("Input.insertText", text=token)
-    tab.press("Enter")
-    tab.run("document.querySelector('form button').click()")
-    if token == TOKEN:
-        appears(tab, ".video")
-
-
-def administers(world):
-    """Signs in, looks at a video, asks where it is seen, withdraws it only when that is confirmed, and signs out."""
-    world.need_control()
-    server = world.server
-    tab = world.tab("admin/")
-    appears(tab, "#token")
-    sign_in(tab, "otra")
-    appears(tab, ".failure", "Credencial incorrecta.")
-    sign_in(tab)
-    expect(tab.run("document.querySelectorAll('.video').length") == 6, "the list is another")
-    appears(tab, ".checks", "Renueva el certificado")
-    tab.run("document.querySelector('.video').click()")
-    appears(tab, ".details .chart")
-    expect("<b>" in tab.run("document.querySelector('#video-title').textContent"), "the title is taken for HTML")
-    expect(tab.run("document.querySelector('textarea').value.startsWith('<iframe ')"), "there is no code")
-    appears(tab, "table", "https://copias.example")
-    tab.run("document.querySelector('.inline input').focus()")
-    tab.call("Input.insertText", text="copias.example/pagina")
-    tab.run("document.querySelector('.inline button').click()")
-    appears(tab, ".outcome.no", "No se verá.")
-
-    # Enter keeps it published.
-    tab.run("document.querySelector('.danger-outline').click()")
-    expect(tab.run("document.activeElement.textContent") == "Seguir publicado", "the default is another")
-    tab.run("document.activeElement.click()")
-    expect(not server.withdrawn and tab.run("!document.querySelector('dialog').open"), "it was withdrawn")
-    tab.run("document.querySelector('.danger-outline').click(), document.querySelector('.danger').click()")
-    appears(tab, ".details .state", "Retirado")
-    expect(server.withdrawn == {VIDEO}, "it was not withdrawn")
-
-    server.sessions.clear()
-    tab.run("[...document.querySelectorAll('button')].find((one) => one.textContent === 'Actualizar').click()")
-    appears(tab, ".failure", "La sesión ha terminado.")
-    tab.expect_quiet()
 
 
 class World:
@@ -498,7 +319,6 @@ class World:
         self.folder = Path(tempfile.mkdtemp(prefix="orvo-pages-"))
         if self.controlled:
             self.server = StandIn(package, web, self.player / "hls.light.min.js")
-            self.server.admin = Administration(self.server)
             address = self.server.address
         self.base = address.rstrip("/")
         self.browser = Browser(self.folder)

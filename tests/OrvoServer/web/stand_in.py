@@ -1,4 +1,4 @@
-"""A publishing server that shows one package: pages, tickets, renewal, beats and the data of the administration page.
+"""A publishing server that shows one package: pages, tickets, renewal and beats.
 
 It stands in for the real one where a test needs what that cannot be made to do at a given moment: tickets that end early, a
 renewal that fails or is refused, a connection that is gone.
@@ -18,7 +18,6 @@ import time
 from pathlib import Path
 
 VIDEO = "7c9e6679-7425-40de-944b-e07fc1f90ae7"
-TOKEN = "credencial-de-prueba"
 TYPES = {".js": "text/javascript; charset=utf-8", ".css": "text/css; charset=utf-8", ".html": "text/html; charset=utf-8",
          ".m3u8": "application/vnd.apple.mpegurl", ".ts": "video/mp2t", ".vtt": "text/vtt; charset=utf-8", ".jpg": "image/jpeg",
          ".bin": "application/octet-stream"}
@@ -43,7 +42,6 @@ class StandIn:
         self.title, self.embedded = "Lección 3: «publicar» <b>un vídeo</b>", True
         self.tickets, self.grants = {}, set()
         self.requests, self.beats, self.renewals, self.refused = [], [], 0, 0
-        self.sessions, self.withdrawn, self.admin = set(), set(), None
         self.server = Server(("127.0.0.1", port), type("Bound", (Handler,), {"stand_in": self}))
         self.origin = f"http://127.0.0.1:{self.server.server_port}"
         self.address = self.origin + prefix
@@ -97,9 +95,6 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def do_POST(self):
         self.route("POST")
 
-    def do_DELETE(self):
-        self.route("DELETE")
-
     def answer(self, status, body, kind="application/json", headers=None):
         self.send_response(status)
         # A page in a sandbox has the origin "null". The ticket is what permits.
@@ -120,14 +115,14 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def route(self, method):
         server = self.stand_in
         body = self.rfile.read(int(self.headers.get("Content-Length") or 0))
-        path, _, query = self.path.partition("?")
+        path = self.path.partition("?")[0]
         server.requests.append((method, self.path, self.headers.get("Host")))
         if not path.startswith(server.prefix + "/"):
             return self.json(404, {"error": "No existe."})
         parts = path[len(server.prefix) + 1:].split("/")
         match parts:
             case ["embed" | "watch" as kind, video] if method == "GET":
-                if video != VIDEO or video in server.withdrawn:
+                if video != VIDEO:
                     return self.page(404, "unavailable.html", lang="es")
                 config = {"video": video, "title": server.title, **server.ticket(), "renew": f"{server.prefix}/renew",
                           "beat": f"{server.prefix}/beat", "embedded": kind == "embed"}
@@ -148,8 +143,6 @@ class Handler(http.server.BaseHTTPRequestHandler):
             case ["beat"] if method == "POST":
                 server.beats.append(json.loads(body))
                 return self.answer(204, b"")
-            case ["admin", *rest]:
-                return self.administration(method, rest, query, body)
         return self.json(404, {"error": "No existe."})
 
     def media(self, ticket, name):
@@ -168,40 +161,11 @@ class Handler(http.server.BaseHTTPRequestHandler):
             time.sleep(server.delay)
         return self.answer(200, content, TYPES[file.suffix], {"Cache-Control": "max-age=600" if file.suffix == ".ts" else "no-store"})
 
-    def administration(self, method, parts, query, body):
-        server = self.stand_in
-        if parts in ([], [""]) and method == "GET":
-            return self.page(200, "admin.html", lang="es")
-        if parts == ["session"] and method == "POST":
-            if json.loads(body).get("token") != TOKEN:
-                return self.json(401, {"error": "Credencial incorrecta."})
-            session = secrets.token_urlsafe(12)
-            server.sessions.add(session)
-            return self.answer(204, b"", headers={
-                "Set-Cookie": f"orvo_session={session}; HttpOnly; SameSite=Strict; Path={server.prefix}/admin"})
-        session = (self.headers.get("Cookie") or "").partition("orvo_session=")[2].split(";")[0]
-        if session not in server.sessions:
-            return self.json(401, {"error": "Entra con tu credencial."})
-        if method != "GET" and self.headers.get("X-Orvo-Admin") != "1":
-            return self.json(403, {"error": "Falta la cabecera de la administración."})
-        if parts == ["session"] and method == "DELETE":
-            server.sessions.discard(session)
-            return self.answer(204, b"")
-        if parts and parts[0] == "poster":
-            return self.answer(200, (server.package / "poster.jpg").read_bytes(), TYPES[".jpg"])
-        answer = server.admin.answer(method, parts, query, body)
-        if answer is None:
-            return self.json(404, {"error": "No existe."})
-        return self.answer(204, b"") if answer == 204 else self.json(200, answer)
-
 
 def main():
-    from administration import Administration
-
     package, web, hls, *port = sys.argv[1:]
     server = StandIn(package, web, hls, int(port[0]) if port else 0)
-    server.admin = Administration(server)
-    print(server.address, VIDEO, TOKEN, flush=True)
+    print(f"{server.address}/watch/{VIDEO}", flush=True)
     threading.Event().wait()
 
 

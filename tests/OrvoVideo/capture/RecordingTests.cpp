@@ -300,20 +300,6 @@ TEST_F(ScreenRecording, KeepsWhatThereIsOnAFullDisk)
     EXPECT_GT(prepared.files.begin()->second.duration, 2.5);
 }
 
-TEST_F(ScreenRecording, RefusesMissingSources)
-{
-    EXPECT_THAT([&] { start(planOf({.id = "w1", .windowID = 1, .rect = {0, 0, 100, 100}})); },
-        testing::ThrowsMessage<Error>("La ventana que se grababa se ha cerrado."));
-    for (const auto& project : store.list()) {
-        EXPECT_EQ(project.state, "needs-recovery");
-        EXPECT_FALSE(std::filesystem::exists(store.directory(project.id) / CaptureSession::fileName));
-    }
-    EXPECT_EQ(store.list().size(), 1U);
-
-    // The same engine records afterwards.
-    EXPECT_EQ(record(planOf(CaptureSources::displays().front()), 0.5).project.state, "ready");
-}
-
 class SoundRecording : public RecordingFixture {
 protected:
     /// Flashes and tones are at the same times. A busy machine may displace one of them, but not most.
@@ -382,6 +368,19 @@ TEST_F(SoundRecording, ResumesAudioWhenTheServerRestarts)
     std::erase_if(flashes, [back](double flash) { return flash < back + 2; });
     expectTogether(flashes, tones);
     EXPECT_NEAR(probe(file).audioDuration, project.duration, 0.03);
+}
+
+TEST_F(SoundRecording, RecordsWithoutAnUnpluggedMicrophoneAndSaysSo)
+{
+    auto plan = planOf(CaptureSources::displays().front());
+    plan.options.microphone = true;
+    plan.options.microphoneDevice = "usb";
+    auto session = start(plan);
+    EXPECT_THAT(devices(), testing::ElementsAre(std::pair(TrackKind::microphone, true)));
+    waitFor(*session, 0.5);
+    const auto project = session->stop().project;
+    EXPECT_EQ(project.state, "ready");
+    EXPECT_EQ(project.tracks.size(), 1U);
 }
 
 TEST_F(SoundRecording, RecordsAnyMicrophone)

@@ -27,21 +27,6 @@ PointerEvent zoom(double time, double duration, double scale, double x = 0.5, do
     return event;
 }
 
-TEST(TimelineScale, GoesBetweenTimesAndPlaces)
-{
-    TimelineScale scale(1000, 50);
-    EXPECT_TRUE(scale.fits());
-    EXPECT_EQ(scale.x(25), 500);
-    EXPECT_EQ(scale.time(250), 12.5);
-    EXPECT_EQ(scale.time(-10), 0) << "never before the recording";
-    EXPECT_EQ(scale.time(1010), 50) << "nor behind it";
-
-    scale.zoomBy(4, 500);
-    EXPECT_FALSE(scale.fits());
-    EXPECT_DOUBLE_EQ(scale.x(25), 500) << "what is under the pointer stays there";
-    EXPECT_EQ(scale.visible(), (TimeSpan{18.75, 31.25}));
-}
-
 TEST(TimelineScale, StaysWithinTheRecordingWhateverIsAsked)
 {
     std::mt19937_64 random(7);
@@ -95,19 +80,6 @@ TEST(TimelineScale, RevealsWithTheSmallestMoveAndTurnsPages)
     EXPECT_DOUBLE_EQ(scale.offset(), 15);
 }
 
-TEST(TimelineScale, RulerMarksAreRoundAndFarEnoughApart)
-{
-    struct Case {
-        double duration;
-        double step;
-    };
-    for (const auto& [duration, step] : {Case{5, 0.5}, {60, 5}, {754, 120}, {3600, 300}, {36000, 3600}}) {
-        const TimelineScale scale(1000, duration);
-        EXPECT_DOUBLE_EQ(scale.ticks(80).step, step) << duration;
-        EXPECT_GE(scale.ticks(80).step * scale.pixelsPerSecond(), 80) << duration;
-    }
-}
-
 TEST(Snapping, HoldsOnTheNearestEdge)
 {
     auto project = emptyProject(100);
@@ -142,20 +114,6 @@ TEST(Snapping, HoldsOnTheNearestEdge)
     snapping.show(project);
     EXPECT_THAT(nearest(9.2, 0.5), Optional(9)) << "follows the edit";
     EXPECT_EQ(nearest(61.3, 0.5), std::nullopt);
-}
-
-TEST(Snapping, StepsFromEdgeToEdge)
-{
-    auto project = emptyProject(10);
-    project.edit.cuts = {{2, 4}, {8, 12}};
-    Snapping snapping;
-    snapping.show(project);
-    std::vector<double> steps{0};
-    while (const auto next = snapping.next(steps.back()))
-        steps.push_back(*next);
-    EXPECT_THAT(steps, testing::ElementsAre(0, 2, 4, 8, 10)) << "within the recording";
-    EXPECT_THAT(snapping.previous(4), Optional(2));
-    EXPECT_EQ(snapping.previous(0), std::nullopt);
 }
 
 TEST(TimelineTargets, FindsWhatThePointerIsOver)

@@ -410,35 +410,6 @@ TEST_F(InspectorTests, EscapeGivesUpWhatWasTyped)
     item("textSection")->setProperty("asList", false); // It is remembered.
 }
 
-TEST_F(InspectorTests, EveryControlHasANameAndARole)
-{
-    auto demo = silent();
-    demo.edit = fullProject().edit;
-    show(demo);
-    QStringList nameless;
-    int seen = 0;
-    const std::function<void(QQuickItem*)> walk = [&](QQuickItem* root) {
-        if (!root->isVisible())
-            return;
-        if (root->activeFocusOnTab()) {
-            ++seen;
-            auto* interface = QAccessible::queryAccessibleInterface(root);
-            if (!interface || interface->role() == QAccessible::NoRole || interface->text(QAccessible::Name).isEmpty())
-                nameless.append(QString::fromLatin1(root->metaObject()->className()) + " in "
-                    + QString::fromLatin1(root->parentItem()->metaObject()->className()));
-        }
-        for (auto* child : root->childItems())
-            walk(child);
-    };
-    for (const char* section : {"text", "effects", "share"}) {
-        view->rootObject()->setProperty("section", section);
-        QCoreApplication::processEvents();
-        walk(view->contentItem());
-    }
-    EXPECT_EQ(nameless.join("\n"), "");
-    EXPECT_GT(seen, 40);
-}
-
 TEST_F(InspectorTests, AClickedZoomShowsItsCard)
 {
     auto demo = silent();

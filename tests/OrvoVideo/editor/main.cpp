@@ -1,16 +1,6 @@
 #include <QApplication>
 #include <QTemporaryDir>
-#include <QtQml/QQmlExtensionPlugin>
 #include <gtest/gtest.h>
-
-Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_HelpPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_PreviewPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_RecorderPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_SettingsPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_ShellPlugin)
-Q_IMPORT_QML_PLUGIN(Orvo_UiPlugin)
 
 int main(int argc, char** argv)
 {

@@ -50,7 +50,7 @@ std::vector<long> wanderingFrames(long count)
         frames.push_back(count / 2 + i);
     std::mt19937 random(7); // NOLINT: the same order each time
     std::uniform_int_distribution<long> any(0, count - 1);
-    for (int i = 0; i < 25; ++i)
+    for (int i = 0; i < 12; ++i)
         frames.push_back(any(random));
     return frames;
 }
@@ -217,7 +217,7 @@ TEST_F(PreviewPictures, OpensPicturesOfAnyWidthEveryTime)
     auto composition = this->composition({{.file = file}});
     composition.width = 180;
     composition.height = 320;
-    for (int round = 0; round < 10; ++round) {
+    for (int round = 0; round < 4; ++round) {
         std::array<PlayerRig, 8> rigs;
         for (PlayerRig& rig : rigs)
             rig.player().load(composition);

@@ -394,10 +394,10 @@ TEST_F(PreviewPlayback, CanBeDestroyedInAnyState)
 {
     const auto long2 = composition({{.file = path("long.mov")}, {.file = path("video.mov"), .start = 3}},
         {{.file = path("tone.m4a")}, {.file = path("low.m4a")}});
-    for (int turns = 0; turns < 12; ++turns) {
+    for (int turns = 0; turns < 6; ++turns) {
         PlayerRig loading;
         loading.player().load(long2);
-        QThread::msleep(static_cast<unsigned long>(4 * turns)); // the moment is meant to differ
+        QThread::msleep(static_cast<unsigned long>(8 * turns)); // the moment is meant to differ
         loading.destroyPlayer();
     }
     for (int turns = 0; turns < 6; ++turns) {

@@ -78,23 +78,8 @@ TEST_F(PublisherRequest, ReturnsObjectsOrReportsErrors)
     EXPECT_EQ(outcome(), "El servidor «localhost» no responde.");
 }
 
-TEST_F(PublisherRequest, SendsHeadersOfTheContent)
+TEST_F(PublisherRequest, TakesAnAddressWithAPath)
 {
-    const std::string chunk = "abc";
-    auto client = publisher();
-    server.setFaults(R"([{"path":"/api/drive/connect","do":"answer","json":{},"times":9}])");
-    const auto sent = [&](const Publisher::Content& content) {
-        server.forgetRequests();
-        client.request("api/drive/connect", "POST", content);
-        const auto request = server.requests().front();
-        return request.authorization + "|" + request.type + "|" + std::to_string(request.length);
-    };
-    EXPECT_EQ(sent({}), "Bearer secreto||0");
-    EXPECT_EQ(sent({.json = "{}", .data = {}, .headers = {}}), "Bearer secreto|application/json|2");
-    EXPECT_EQ(sent({.json = "{}", .data = chunk, .headers = {}}), "Bearer secreto|application/octet-stream|3");
-    EXPECT_EQ(sent({.json = {}, .data = chunk, .headers = {{"Content-Type", "text/plain"}}}), "Bearer secreto|text/plain|3");
-
-    // An address with a path of its own, and identifiers that are none of ours.
     server.setFaults(R"([{"path":"/base/api/videos/a%20b%25","do":"answer","json":{}}])");
     EXPECT_NO_THROW(Publisher(server.address() + "/base/", "secreto", options).withdraw("a b%"));
 }

@@ -4,11 +4,9 @@
 #include "OrvoVideo/shell/MainWindow.h"
 #include "TestDesktop.h"
 #include "TestSupport/EventLoop.h"
+#include "TestSupport/FakeNotifications.h"
 #include "TestSupport/Media.h"
 
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusVirtualObject>
 #include <QPixmap>
 #include <QQuickItem>
 #include <QQuickView>
@@ -200,48 +198,6 @@ TEST_F(RecordingDeskTests, NotesForTheSpeakerStayWhereTheyAreNotRecorded)
         ASSERT_LT(frame.mean(0, 0, 1, 1).brightness(), 3);
 }
 
-/// The desktop's notifications, as the recording uses them.
-class FakeNotifications final : public QDBusVirtualObject {
-    Q_OBJECT
-public:
-    explicit FakeNotifications(const QString& bus)
-        : m_bus(QDBusConnection::connectToBus(bus, "notifications " + bus))
-    {
-        m_bus.registerVirtualObject("/org/freedesktop/Notifications", this);
-        m_bus.registerService("org.freedesktop.Notifications");
-    }
-    ~FakeNotifications() override { m_bus.unregisterObject("/org/freedesktop/Notifications"); }
-
-    QString summary; ///< Empty when nothing is shown.
-    QString body;
-    QStringList actions;
-
-    void pressButton()
-    {
-        auto signal =
-            QDBusMessage::createSignal("/org/freedesktop/Notifications", "org.freedesktop.Notifications", "ActionInvoked");
-        signal << 7U << actions.value(0);
-        m_bus.send(signal);
-    }
-
-    QString introspect(const QString&) const override { return {}; }
-    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override
-    {
-        if (message.member() == "Notify") {
-            summary = message.arguments().at(3).toString();
-            body = message.arguments().at(4).toString();
-            actions = message.arguments().at(5).toStringList();
-            return connection.send(message.createReply(7U));
-        }
-        if (message.member() == "CloseNotification")
-            summary.clear();
-        return connection.send(message.createReply());
-    }
-
-private:
-    QDBusConnection m_bus;
-};
-
 TEST_F(RecordingDeskTests, WithoutRoomForTheBarANotificationTellsTheKeysBeforeTheRecording)
 {
     FakeNotifications notifications(testBus());
@@ -249,7 +205,7 @@ TEST_F(RecordingDeskTests, WithoutRoomForTheBarANotificationTellsTheKeysBeforeTh
     const RecordingNotice notice(*model->recorder(), *model->shortcuts(), *desk);
     model->startRecording();
     ASSERT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 3; }));
-    EXPECT_EQ(notifications.summary, "") << "there is a bar on the other monitor";
+    EXPECT_EQ(notifications.title, "") << "there is a bar on the other monitor";
     model->cancel();
     ASSERT_TRUE(comesToHold([&] { return !model->busy(); }));
 
@@ -257,11 +213,11 @@ TEST_F(RecordingDeskTests, WithoutRoomForTheBarANotificationTellsTheKeysBeforeTh
     model->capture()->setMode("region");
     picker->region = Rect{0, 0, 1920, 800};
     model->startRecording();
-    ASSERT_TRUE(comesToHold([&] { return notifications.summary == "Se graba todo lo que se ve"; }));
-    EXPECT_TRUE(notifications.body.startsWith("Ctrl+Alt+Super+R: terminar y guardar")) << notifications.body.toStdString();
+    ASSERT_TRUE(comesToHold([&] { return notifications.title == "Se graba todo lo que se ve"; }));
+    EXPECT_TRUE(notifications.text.startsWith("Ctrl+Alt+Super+R: terminar y guardar")) << notifications.text.toStdString();
     EXPECT_TRUE(notifications.actions.isEmpty());
     ASSERT_TRUE(comesToHold([&] { return model->isRecording(); }));
-    EXPECT_TRUE(comesToHold([&] { return notifications.summary.isEmpty(); })) << "it would be in the recording";
+    EXPECT_TRUE(comesToHold([&] { return notifications.title.isEmpty(); })) << "it would be in the recording";
     EXPECT_FALSE(windowCalled("Grabando"));
     model->stopRecording();
     ASSERT_TRUE(comesToHold([&] { return !model->capturing() && !model->busy(); }));
@@ -367,5 +323,3 @@ TEST(RecordingBarPlaceTests, ComparesPixelsOnScaledScreens)
 } // namespace
 
 } // namespace orvo::test
-
-#include "RecordingDeskTests.moc"

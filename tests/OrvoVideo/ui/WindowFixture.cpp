@@ -150,6 +150,13 @@ void WindowFixture::drop(const std::filesystem::path& file, double x, double y)
     QCoreApplication::sendEvent(&view(), &dropped);
 }
 
+QString WindowFixture::focusName() const
+{
+    auto* item = view().activeFocusItem();
+    auto* interface = item ? QAccessible::queryAccessibleInterface(item) : nullptr;
+    return interface ? interface->text(QAccessible::Name) : QString();
+}
+
 std::vector<QAccessibleInterface*> WindowFixture::focusable() const
 {
     std::vector<QAccessibleInterface*> found;

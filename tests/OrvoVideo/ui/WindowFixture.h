@@ -31,6 +31,8 @@ protected:
     /// Drops a local file on the window at fractions of its size.
     void drop(const std::filesystem::path& file, double x, double y);
 
+    /// The name of what has the keyboard.
+    QString focusName() const;
     /// Everything that can take the keyboard and be seen, in the accessibility tree of the window.
     std::vector<QAccessibleInterface*> focusable() const;
 

@@ -1,5 +1,4 @@
 #include "OrvoVideo/ui/Appearance.h"
-#include "OrvoVideo/ui/Wording.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/SmallDisk.h"
 #include "VideoCore/Error.h"
@@ -19,62 +18,8 @@ namespace orvo::test {
 namespace {
 
 using testing::Contains;
-using testing::IsSupersetOf;
 
-class WindowTests : public WindowFixture {
-protected:
-    /// The name of what has the keyboard.
-    QString focusName() const
-    {
-        auto* item = view().activeFocusItem();
-        auto* interface = item ? QAccessible::queryAccessibleInterface(item) : nullptr;
-        return interface ? interface->text(QAccessible::Name) : QString();
-    }
-
-    /// Presses Tab until what is read out with this name has the keyboard; false when it is never reached.
-    bool tabTo(const QString& name) const
-    {
-        for (int i = 0; i < 200 && focusName() != name; ++i)
-            QTest::keyClick(&view(), Qt::Key_Tab);
-        return focusName() == name;
-    }
-};
-
-TEST_F(WindowTests, TheMainPathIsWalkedWithTheKeyboardAlone)
-{
-    show();
-    panels->choice = movie();
-    ASSERT_TRUE(tabTo("Importar un vídeo"));
-    key(Qt::Key_Return);
-    ASSERT_TRUE(waitUntil([&] { return model->hasProject() && !model->busy(); }));
-
-    // The editor has the keyboard now.
-    key(Qt::Key_Home);
-    key(Qt::Key_I);
-    key(Qt::Key_Right, Qt::ShiftModifier);
-    key(Qt::Key_O);
-    key(Qt::Key_X);
-    EXPECT_EQ(project().edit.cuts.items(), (std::vector<TimeSpan>{{0, 1}}));
-    key(Qt::Key_Z, Qt::ControlModifier);
-    EXPECT_TRUE(project().edit.cuts.empty());
-    key(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
-    EXPECT_EQ(project().edit.cuts.size(), 1U);
-
-    ASSERT_TRUE(tabTo("Título"));
-    key(Qt::Key_A, Qt::ControlModifier);
-    type("Repaso");
-    key(Qt::Key_Return);
-    EXPECT_EQ(project().title, "Repaso");
-
-    panels->choice = folder / "salida.mp4";
-    ASSERT_TRUE(tabTo("Exportar"));
-    key(Qt::Key_Return);
-    ASSERT_TRUE(waitUntil([&] { return focusName() == "Exportar…"; }));
-    key(Qt::Key_Return);
-    ASSERT_TRUE(waitUntil([&] { return std::filesystem::exists(folder / "salida.srt") && !model->busy(); }));
-    EXPECT_NEAR(probe(folder / "salida.mp4").videoDuration, 1, 0.04);
-    EXPECT_EQ(model->errorMessage(), "");
-}
+class WindowTests : public WindowFixture { };
 
 TEST_F(WindowTests, FromNothingToAnExportedMovie)
 {
@@ -468,17 +413,6 @@ TEST_F(WindowTests, FilesAreDropped)
     EXPECT_FALSE(model->busy()) << "what is neither movie nor image is not taken";
 }
 
-TEST_F(WindowTests, WhatItWasStartedWithIsOpened)
-{
-    const auto lesson = add(VideoProject::make("Demo"));
-    show();
-    window->open({QString::fromStdString(lesson.id.text())});
-    ASSERT_TRUE(waitUntil([&] { return model->hasProject(); }));
-    EXPECT_EQ(project().id, lesson.id);
-    window->open(MainWindow::inAnyFolder({QString::fromStdString(movie("Otra.mp4"))}));
-    EXPECT_TRUE(waitUntil([&] { return project().title == "Otra" && !model->busy(); }));
-}
-
 TEST_F(WindowTests, SizeSidebarAndAppearanceAreRemembered)
 {
     const auto appearance = [&] { return qmlEngine(&view())->singletonInstance<Appearance*>("Orvo.Ui", "Appearance"); };
@@ -501,153 +435,6 @@ TEST_F(WindowTests, SizeSidebarAndAppearanceAreRemembered)
     EXPECT_EQ(appearance()->choice(), "system");
     key(Qt::Key_B, Qt::ControlModifier);
     EXPECT_TRUE(waitUntil([&] { return control(QAccessible::List, "Biblioteca") != nullptr; }));
-}
-
-TEST_F(WindowTests, TabReachesEverythingThatIsNamed)
-{
-    const auto lesson = withMovie("Demo");
-    show();
-    for (const bool open : {false, true}) {
-        if (open)
-            select(lesson);
-        std::set<QString> reached;
-        view().contentItem()->forceActiveFocus();
-        for (int i = 0; i < 150; ++i) {
-            key(Qt::Key_Tab);
-            auto* item = view().activeFocusItem();
-            ASSERT_TRUE(item);
-            auto* interface = QAccessible::queryAccessibleInterface(item);
-            ASSERT_TRUE(interface) << item->metaObject()->className();
-            EXPECT_FALSE(interface->text(QAccessible::Name).isEmpty())
-                << item->metaObject()->className() << " " << item->objectName().toStdString();
-            EXPECT_NE(interface->role(), QAccessible::NoRole) << item->metaObject()->className();
-            reached.insert(interface->text(QAccessible::Name));
-        }
-        EXPECT_THAT(reached,
-            IsSupersetOf(open ? std::set<QString>{"Demo", "Importar", "Título", "Exportar"}
-                              : std::set<QString>{"Demo", "Importar", "Importar un vídeo"}));
-    }
-}
-
-/// Whether all of an item, or as much as fits, can be seen in the pages and lists around it.
-bool isInSight(const QQuickItem& item)
-{
-    for (const auto* around = item.parentItem(); around; around = around->parentItem()) {
-        if (!around->inherits("QQuickFlickable"))
-            continue;
-        const QRectF place = item.mapRectToItem(around, {0, 0, item.width(), item.height()});
-        if (place.top() < -1 || (place.bottom() > around->height() + 1 && place.top() > 1))
-            return false;
-    }
-    return true;
-}
-
-TEST_F(WindowTests, WhatGetsTheKeyboardIsScrolledIntoSight)
-{
-    auto lesson = withMovie("Demo", 30);
-    for (int i = 0; i < 14; ++i) {
-        lesson.edit.cuts.edit().push_back({.start = 2.0 * i, .end = 2.0 * i + 1});
-        lesson.edit.events.edit().push_back({.time = 2.0 * i + 1.2, .kind = PointerKind::zoom, .duration = 0.5});
-    }
-    store.save(lesson);
-    show();
-    select(lesson);
-    view().resize(960, 600);
-    const auto walk = [&](const char* where, Qt::Key direction, int steps) {
-        for (int i = 0; i < steps; ++i) {
-            key(direction, direction == Qt::Key_Backtab ? Qt::ShiftModifier : Qt::NoModifier);
-            EXPECT_TRUE(waitUntil([&] { return isInSight(*view().activeFocusItem()); }))
-                << where << ": " << focusName().toStdString() << " after " << i;
-        }
-    };
-    // Of a section that is only made now.
-    key(Qt::Key_T);
-    EXPECT_TRUE(waitUntil([&] {
-        const auto* around = view().activeFocusItem();
-        while (around && !around->inherits("QQuickFlickable"))
-            around = around->parentItem();
-        return around && around->property("contentY").toDouble() > 0 && isInSight(*view().activeFocusItem());
-    })) << focusName().toStdString();
-    EXPECT_EQ(focusName(), "Texto en pantalla");
-    for (const auto* section : {"Compartir", "Efectos"}) {
-        click(QAccessible::PageTab, section);
-        walk(section, Qt::Key_Tab, 60);
-        walk(section, Qt::Key_Backtab, 60);
-    }
-    EXPECT_TRUE(control(QAccessible::Grouping, "Zoom en 00:01,2"));
-
-    // The same control of every entry, also of those that are not made yet.
-    ASSERT_TRUE(tabTo("Restaurar"));
-    const auto entry = [&] {
-        return QAccessible::queryAccessibleInterface(view().activeFocusItem())->text(QAccessible::Description);
-    };
-    walk("Recortes", Qt::Key_Down, 20);
-    EXPECT_EQ(focusName(), "Restaurar");
-    EXPECT_EQ(entry(), "El recorte de 00:26,0");
-    walk("Recortes", Qt::Key_Up, 20);
-    EXPECT_EQ(entry(), "El recorte de 00:00,0");
-
-    // The menus are reached by their letters.
-    key(Qt::Key_A, Qt::AltModifier);
-    ASSERT_TRUE(waitUntil([&] { return control(QAccessible::MenuItem, "Exportar…") != nullptr; }));
-    key(Qt::Key_J);
-    ASSERT_NO_FATAL_FAILURE(turnTo("Ajustes"));
-    view().resize(420, 320);
-    walk("Ajustes", Qt::Key_Tab, 30);
-}
-
-TEST_F(WindowTests, EverythingThatTakesTheKeyboardHasANameAndARole)
-{
-    const auto lesson = withMovie("Demo");
-    show();
-    for (const bool open : {false, true}) {
-        if (open)
-            select(lesson);
-        const auto found = focusable();
-        EXPECT_GE(found.size(), 3U);
-        for (auto* interface : found) {
-            EXPECT_FALSE(interface->text(QAccessible::Name).isEmpty()) << interface->object()->metaObject()->className();
-            EXPECT_NE(interface->role(), QAccessible::NoRole) << interface->object()->metaObject()->className();
-        }
-    }
-}
-
-TEST(WordingTests, TheCauseOfALongReportComesFirst)
-{
-    const Wording wording;
-    EXPECT_EQ(wording.cause("No hay sitio."), "No hay sitio.");
-    QString report = "El proceso de vídeo falló: ffmpeg version 7.1\n";
-    for (int i = 0; i < 40; ++i)
-        report += "  configuration line\n";
-    report += "[out#0/mp4 @ 0x1] Error writing trailer: No space left on device\nframe=  3 fps=0.0\nConversion failed!\n\n";
-    EXPECT_EQ(wording.cause(report),
-        "El proceso de vídeo falló: [out#0/mp4 @ 0x1] Error writing trailer: No space left on device");
-    EXPECT_EQ(wording.cause(QString(1'000, 'x')), QString(400, 'x') + "…");
-}
-
-TEST(WordingTests, NamesThisSystemWhereTheFixedTextsNameAnother)
-{
-    const Wording wording;
-    EXPECT_EQ(wording.here("Permisos del Mac"), "Permisos del equipo");
-    EXPECT_EQ(wording.here("La extensión necesita configurar su conexión al Mac: no hay permiso"),
-        "La extensión necesita configurar su conexión al equipo: no hay permiso");
-    EXPECT_EQ(wording.here("Permisos del Mac de Ana"), "Permisos del Mac de Ana");
-}
-
-TEST(WordingTests, DaysAreSaidBriefly)
-{
-    const QDateTime now({2026, 3, 2}, {0, 30});
-    const auto at = [](int year, int month, int day) { return QDateTime({year, month, day}, {23, 59}); };
-    const std::vector<std::pair<QDateTime, QString>> cases = {
-        {QDateTime({2026, 3, 2}, {0, 0}), "hoy"},
-        {at(2026, 3, 1), "ayer"},
-        {at(2026, 2, 28), "28 feb"},
-        {at(2025, 12, 31), "31 dic 2025"},
-        {at(2026, 3, 3), "3 mar"},
-        {QDateTime(), ""},
-    };
-    for (const auto& [when, text] : cases)
-        EXPECT_EQ(Wording::day(when, now), text) << when.toString().toStdString();
 }
 
 } // namespace

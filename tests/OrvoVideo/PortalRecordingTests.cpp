@@ -1,0 +1,210 @@
+#include "DisplayRecordingFixture.h"
+#include "TestSupport/FakePortal.h"
+#include "TestSupport/Media.h"
+#include "TestSupport/PrivateBus.h"
+#include "TestSupport/SharedScreen.h"
+#include "TestSupport/SoundWorld.h"
+
+#include <QFile>
+#include <functional>
+
+namespace orvo::test {
+
+namespace {
+
+using testing::IsEmpty;
+
+/// Recordings of what the desktop lets the user choose.
+class PortalRecordingTests : public DisplayRecordingFixture {
+protected:
+    PortalRecordingTests()
+    {
+        windowSystem = WindowSystem::wayland;
+        screenCast = [this] { return std::make_unique<ScreenCast>(connection); };
+    }
+
+    PrivateBus bus;
+    QDBusConnection connection = QDBusConnection::connectToBus(bus.address(), "application " + bus.address());
+};
+
+TEST_F(PortalRecordingTests, TheDesktopIsAskedAndItsAnswersAreTold)
+{
+    begin();
+    auto& choice = *model->capture();
+    EXPECT_TRUE(choice.desktopChooses());
+    model->startRecording();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(choice.sourceError(), ScreenCast::unavailableText());
+    EXPECT_EQ(model->errorMessage(), "Selecciona una pantalla o ventana disponible.");
+
+    FakePortal portal(bus.address());
+    QFile remote("/dev/null");
+    ASSERT_TRUE(remote.open(QIODevice::ReadWrite));
+    portal.remote = remote.handle();
+    portal.cursorModes = 3;
+    portal.decision = FakePortal::Decision::refuse;
+    choice.choose();
+    EXPECT_TRUE(comesToHold([&] { return choice.sourceError().startsWith("Activa el permiso"); }));
+
+    portal.decision = FakePortal::Decision::grant;
+    choice.choose();
+    ASSERT_TRUE(comesToHold([&] { return choice.sources()->count() == 1; }));
+    EXPECT_EQ(choice.sourceError(), "");
+    EXPECT_EQ(choice.sourceID(), "d42");
+    EXPECT_EQ(choice.sources()->get(0).value("label"), "Pantalla elegida · 1280×720");
+    EXPECT_TRUE(choice.pointerNote().contains("no dice dónde está el puntero"));
+    EXPECT_FALSE(portal.selection.contains("restore_token")) << "the user wants to choose";
+
+    choice.setMode("window");
+    EXPECT_EQ(choice.sources()->count(), 0) << "a display is no window";
+    EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); })) << "and it is no longer shared";
+    choice.setMode("screen");
+    portal.decision = FakePortal::Decision::refuse;
+    model->startRecording();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(portal.selection.value("restore_token"), "token-1") << "the same again, without asking";
+
+    portal.decision = FakePortal::Decision::grant;
+    choice.choose();
+    ASSERT_TRUE(comesToHold([&] { return choice.sources()->count() == 1; }));
+    portal.revoke();
+    EXPECT_TRUE(comesToHold([&] { return choice.sources()->count() == 0; }));
+    EXPECT_EQ(choice.sourceError(), ScreenCast::revokedText());
+}
+
+TEST_F(PortalRecordingTests, AScreenWithScaledContentsIsMeasured)
+{
+    const SoundWorld world; // Its PipeWire is what streams need.
+    const SharedScreen screen({.width = 320, .height = 180});
+    FakePortal portal(bus.address());
+    portal.node = screen.node();
+    portal.remote = SharedScreen::connection();
+    portal.rect = {0, 0, 160, 90}; // In units of the desktop, of which each has two pixels a side.
+    begin();
+    auto& choice = *model->capture();
+    choice.choose();
+    ASSERT_TRUE(comesToHold([&] { return choice.sources()->count() == 1; }));
+    const auto source = QCoro::waitFor(choice.sourceForRecording());
+    ASSERT_TRUE(source);
+    EXPECT_EQ(source->rect, (Rect{0, 0, 160, 90}));
+    EXPECT_EQ(source->scale, 2);
+
+    picker->region = Rect{80, 0, 80, 90}; // The blue half.
+    choice.setMode("region");
+    model->startRecording();
+    ASSERT_TRUE(recordsSoon());
+    ASSERT_TRUE(lasts(1));
+    model->stopRecording();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(project().width, 160);
+    EXPECT_EQ(project().height, 180);
+    const auto frames = decodeFrames(store.mediaURL(project(), "media/screen.mov"));
+    ASSERT_FALSE(frames.empty());
+    EXPECT_GT(frames.back().mean(0, 0, 1, 1).blue, 180);
+    EXPECT_LT(frames.back().mean(0, 0, 1, 1).red, 60);
+}
+
+TEST_F(PortalRecordingTests, FractionalScalingLosesNoLines)
+{
+    const SoundWorld world;
+    const SharedScreen screen({.width = 344, .height = 180});
+    FakePortal portal(bus.address());
+    portal.node = screen.node();
+    portal.remote = SharedScreen::connection();
+    portal.rect = {0, 0, 197, 103}; // At 175 %, in whole units of the desktop.
+    begin();
+    model->capture()->choose();
+    const auto source = QCoro::waitFor(model->capture()->sourceForRecording());
+    ASSERT_TRUE(source);
+    EXPECT_EQ(captureSize(source->rect, source->scale, 1080), (PictureSize{344, 180}));
+    EXPECT_EQ(source->label, "Pantalla elegida · 344×180");
+}
+
+TEST_F(PortalRecordingTests, AWindowHasTheSizeThatItsFirstFrameSays)
+{
+    const SoundWorld world;
+    const SharedScreen screen({.width = 640, .height = 360, .window = SharedScreen::Part{80, 40, 160, 90}});
+    FakePortal portal(bus.address());
+    portal.node = screen.node();
+    portal.remote = SharedScreen::connection();
+    portal.sourceType = 2;
+    portal.rect = {0, 0, 640, 360}; // Of the monitor.
+    begin();
+    auto& choice = *model->capture();
+    choice.setMode("window");
+    EXPECT_EQ(choice.remembered(), "");
+    model->startRecording();
+    ASSERT_TRUE(recordsSoon());
+    EXPECT_EQ(choice.picture().size(), QSize(160, 90)) << "the window can be seen before it is recorded";
+    EXPECT_GT(choice.picture().pixelColor(10, 45).red(), 200);
+    ASSERT_TRUE(lasts(1));
+    model->stopRecording();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_EQ(project().width, 160);
+    EXPECT_EQ(project().height, 90);
+    const auto frames = decodeFrames(store.mediaURL(project(), "media/screen.mov"));
+    ASSERT_FALSE(frames.empty());
+    EXPECT_GT(frames.back().mean(0.05, 0.1, 0.45, 0.9).red, 180);
+    EXPECT_GT(frames.back().mean(0.55, 0.1, 0.95, 0.9).blue, 180);
+
+    EXPECT_EQ(choice.remembered(), "Ventana elegida · 160×90") << "what the next recording shares again";
+    choice.setMode("screen");
+    EXPECT_EQ(choice.remembered(), "");
+    EXPECT_TRUE(choice.picture().isNull());
+}
+
+TEST_F(PortalRecordingTests, ATabAndARecordingThatIsNotMadeShareNothing)
+{
+    begin();
+    FakePortal portal(bus.address());
+    QFile remote("/dev/null");
+    ASSERT_TRUE(remote.open(QIODevice::ReadWrite));
+    portal.remote = remote.handle();
+    auto& choice = *model->capture();
+    for (const auto& leave : std::vector<std::function<void()>>{
+             [&] { choice.setMode("tab"); }, [&] { choice.release(); }, [&] { choice.setMode("window"); }}) {
+        choice.setMode("screen");
+        choice.choose();
+        ASSERT_TRUE(comesToHold([&] { return choice.sources()->count() == 1; }));
+        EXPECT_EQ(portal.openSessions.size(), 1);
+        leave();
+        EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); }));
+        EXPECT_EQ(choice.sources()->count(), 0);
+    }
+    choice.setMode("tab");
+    EXPECT_EQ(choice.remembered(), "");
+    choice.setMode("region");
+    EXPECT_EQ(choice.remembered(), "Pantalla elegida · 1280×720");
+}
+
+TEST_F(PortalRecordingTests, TheQuestionToTheDesktopCanBeTakenBack)
+{
+    begin();
+    FakePortal portal(bus.address());
+    portal.decision = FakePortal::Decision::wait;
+    model->startRecording();
+    ASSERT_TRUE(comesToHold([&] { return portal.waiting > 0; }));
+    model->cancel();
+    ASSERT_TRUE(idleSoon());
+    EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); }));
+    EXPECT_EQ(model->status(), "Listo para grabar");
+    EXPECT_EQ(model->errorMessage(), "");
+    EXPECT_EQ(model->capture()->sourceError(), "");
+    EXPECT_THAT(store.list(), IsEmpty());
+}
+
+TEST_F(PortalRecordingTests, TheModelMayGoWhileTheDesktopIsAsked)
+{
+    begin();
+    FakePortal portal(bus.address());
+    portal.decision = FakePortal::Decision::wait;
+    model->startRecording();
+    ASSERT_TRUE(comesToHold([&] { return !portal.selection.isEmpty(); }));
+    quit();
+    EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); }));
+    EXPECT_THAT(store.list(), IsEmpty());
+}
+
+} // namespace
+
+} // namespace orvo::test

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QStringList>
+#include <QVariantMap>
+
+namespace orvo::test {
+
+/// A desktop that shows notifications, one at a time, on this bus.
+class FakeNotifications final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+public:
+    static constexpr uint id = 7; ///< What it calls every notice.
+
+    explicit FakeNotifications(const QString& bus)
+        : m_bus(QDBusConnection::connectToBus(bus, "notifications " + bus))
+    {
+        m_bus.registerObject(
+            "/org/freedesktop/Notifications", this, QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals);
+        m_bus.registerService("org.freedesktop.Notifications");
+    }
+    ~FakeNotifications() override { QDBusConnection::disconnectFromBus(m_bus.name()); }
+
+    int count = 0; ///< How many it has shown.
+    bool hasReplaced = false; ///< Whether the last took another one's place.
+    QString title; ///< Of what is shown; empty when there is none.
+    QString text;
+    QStringList actions;
+
+public slots:
+    uint Notify(const QString&, uint replaces, const QString&, const QString& shownTitle, const QString& shownText,
+        const QStringList& offered, const QVariantMap&, int) // NOLINT(*-identifier-naming)
+    {
+        ++count;
+        hasReplaced = replaces == id;
+        title = shownTitle;
+        text = shownText;
+        actions = offered;
+        return id;
+    }
+    void CloseNotification(uint) { title.clear(); } // NOLINT(*-identifier-naming)
+
+signals:
+    void ActionInvoked(uint id, const QString& action); // NOLINT(*-identifier-naming)
+
+private:
+    QDBusConnection m_bus;
+};
+
+} // namespace orvo::test
