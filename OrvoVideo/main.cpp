@@ -7,6 +7,7 @@
 #include "OrvoVideo/shell/MainWindow.h"
 #include "OrvoVideo/shell/StartArguments.h"
 #include "OrvoVideo/shell/TrayItem.h"
+#include "Platform/workspace/PortalTheme.h"
 #include "VideoCore/CrashLog.h"
 #include "VideoCore/Error.h"
 
@@ -24,6 +25,7 @@
 #include <filesystem>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -119,7 +121,9 @@ int main(int argc, char** argv)
         return EXIT_FAILURE;
     }
 
+    std::optional<orvo::PortalTheme> theme(std::in_place);
     QApplication application(argc, argv);
+    theme.reset();
     QApplication::setOrganizationName(QStringLiteral("OrvoVideo"));
     QApplication::setApplicationName(QStringLiteral("OrvoVideo"));
     QApplication::setApplicationDisplayName(QStringLiteral("Orvo Video"));

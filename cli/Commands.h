@@ -17,7 +17,7 @@ void addLibraryCommands(CLI::App& app, Session& session); ///< list, show
 void addProjectCommands(CLI::App& app, Session& session); ///< duplicate, delete
 void addImportCommand(CLI::App& app, Session& session);
 void addOpenCommand(CLI::App& app, Session& session);
-void addEditCommands(CLI::App& app, Session& session); ///< cut, restore
+void addEditCommands(CLI::App& app, Session& session); ///< cut, restore, undo, redo
 void addElementCommands(CLI::App& app, Session& session); ///< text (also prints the transcript), image, zoom, remove
 void addSetCommand(CLI::App& app, Session& session);
 void addTranscribeCommand(CLI::App& app, Session& session);

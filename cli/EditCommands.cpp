@@ -143,6 +143,24 @@ void restore(Session& session, const RestoreArguments& arguments)
     reportCuts(session, project, sentence);
 }
 
+struct StepArguments {
+    std::string project;
+};
+
+/// Goes a step back or forward and says which; `done` is "Deshecho" or "Rehecho".
+void move(Session& session, const StepArguments& arguments, std::string_view done,
+    DocumentSteps::Moved (*step)(const ProjectStore&, const Uuid&))
+{
+    const auto moved = session.library().move(arguments.project, step);
+    const VideoProject& project = moved.project;
+    if (session.json()) {
+        return session.answer(JsonValue::Object{{"id", project.id}, {"step", moved.step}, {"undoable", moved.undoable},
+            {"redoable", moved.redoable}, {"duration", project.duration}, {"playableDuration", project.playableDuration()}});
+    }
+    session.print(std::format("{}: {}. Quedan {} de {}.\n", done, printable(moved.step),
+        fineLength(project.playableDuration()), fineLength(project.duration)));
+}
+
 } // namespace
 
 void addEditCommands(CLI::App& app, Session& session)
@@ -168,6 +186,19 @@ void addEditCommands(CLI::App& app, Session& session)
             command.flag("--all", arguments.all, "Deshace todos los recortes.");
         },
         restore);
+    const auto defineStep = [](Command& command, StepArguments& arguments) { command.project(arguments.project); };
+    addCommand<StepArguments>(app, session,
+        {"undo", "Edición",
+            "Deshace el último cambio que hizo orvo.\nUna y otra vez, hasta 50 cambios atrás, mientras ningún otro programa "
+            "haya "
+            "cambiado el proyecto. Lo publicado no cambia."},
+        defineStep, [](Session& commandSession, const StepArguments& arguments) {
+            move(commandSession, arguments, "Deshecho", DocumentSteps::undo);
+        });
+    addCommand<StepArguments>(app, session, {"redo", "Edición", "Rehace el último cambio que deshizo «orvo undo»."},
+        defineStep, [](Session& commandSession, const StepArguments& arguments) {
+            move(commandSession, arguments, "Rehecho", DocumentSteps::redo);
+        });
 }
 
 } // namespace orvo::cli

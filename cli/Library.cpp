@@ -162,14 +162,31 @@ VideoProject Library::edit(std::string_view reference, const std::function<void(
 {
     const Uuid id = find(reference);
     const ProjectLock lock(store().directory(id));
-    VideoProject project = load(id);
-    requireEditable(project);
+    const VideoProject before = load(id);
+    requireEditable(before);
     // A signal between the first changed file and the document would leave a partial change.
     const SignalsHeld held;
-    change(project);
-    project.updatedAt = now();
-    store().save(project);
-    return project;
+    VideoProject after = before;
+    change(after);
+    saveStep(before, after);
+    return after;
+}
+
+void Library::saveStep(const VideoProject& before, VideoProject& after)
+{
+    const SignalsHeld held;
+    after.updatedAt = now();
+    DocumentSteps::save(store(), before, after);
+}
+
+DocumentSteps::Moved Library::move(
+    std::string_view reference, DocumentSteps::Moved (*step)(const ProjectStore&, const Uuid&))
+{
+    const Uuid id = find(reference);
+    const ProjectLock lock(store().directory(id));
+    requireEditable(load(id));
+    const SignalsHeld held;
+    return step(store(), id);
 }
 
 void Library::requireEditable(const VideoProject& project)

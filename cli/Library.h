@@ -1,5 +1,6 @@
 #pragma once
 
+#include "OrvoVideo/library/DocumentSteps.h"
 #include "VideoCore/ProjectStore.h"
 #include "VideoCore/VideoProject.h"
 
@@ -48,11 +49,17 @@ public:
     /// Throws as `find` and `ProjectStore::load`, and `captureError` for a document of another project.
     VideoProject load(std::string_view reference);
 
-    /// Loads a project, applies `change`, updates its date and saves it, under a lock against other `orvo` processes.
-    /// Returns the saved project.
+    /// Loads a project, applies `change`, updates its date and saves it as a step to undo, under a lock against other `orvo`
+    /// processes. Returns the saved project.
     ///
     /// Throws as `load` and `change`, and `captureError` if it is still being recorded; then nothing is saved.
     VideoProject edit(std::string_view reference, const std::function<void(VideoProject&)>& change);
+
+    /// The last part of `edit`, for long work that holds the lock itself: `after` was made of the stored `before`.
+    void saveStep(const VideoProject& before, VideoProject& after);
+
+    /// `DocumentSteps::undo` or `redo` of a project, as safely as `edit`.
+    DocumentSteps::Moved move(std::string_view reference, DocumentSteps::Moved (*step)(const ProjectStore&, const Uuid&));
 
     /// Throws `captureError` for a recording that has not ended.
     static void requireEditable(const VideoProject& project);

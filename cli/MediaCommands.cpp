@@ -50,11 +50,11 @@ VideoProject importInto(Session& session, const std::string& reference, const fs
     const auto copied = runInterruptibly("Importando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
         return MovieImport::copyMovie(library.store(), movie, target, FfprobeMediaProbe(), progress, stop);
     });
-    target = library.load(reference); // Keeps edits that were made meanwhile.
-    Library::requireEditable(target);
+    const VideoProject before = library.load(reference); // Keeps edits that were made meanwhile.
+    Library::requireEditable(before);
+    target = before;
     MovieImport::append(target, copied);
-    target.updatedAt = now();
-    library.store().save(target);
+    library.saveStep(before, target);
     return target;
 }
 

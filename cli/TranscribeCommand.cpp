@@ -63,10 +63,10 @@ void transcribe(Session& session, const TranscribeArguments& arguments)
     Library::requireEditable(project);
     const SharedList words(recognise(session, project, arguments));
 
-    project = library.load(arguments.project); // Keeps edits that were made meanwhile.
+    const VideoProject before = library.load(arguments.project); // Keeps edits that were made meanwhile.
+    project = before;
     project.edit.words = words;
-    project.updatedAt = now();
-    library.store().save(project);
+    library.saveStep(before, project);
 
     const auto suggestions = Suggestions::generate(project);
     if (session.json())

@@ -38,7 +38,7 @@ persona orvo validate
 
 said 'What a desktop needs: a display, a bus, something that starts desktop entries'
 apt install --no-install-recommends xvfb xauth dbus-daemon libglib2.0-bin xdotool x11-utils openbox espeak-ng pipewire pipewire-pulse \
-  wireplumber pulseaudio-utils procps man-db curl bash-completion
+  wireplumber pulseaudio-utils procps man-db curl bash-completion qt6-xdgdesktopportal-platformtheme xdg-desktop-portal-gtk
 cat >/road/desktop <<'END'
 # shellcheck disable=SC2016 # What persona runs expands in the shell that it starts.
 set -euo pipefail
@@ -46,6 +46,10 @@ soon() { local tries=300; until "$@" >/dev/null 2>&1; do ((tries--)) || { echo "
 picture() { ffmpeg -v error -y -f x11grab -video_size 1280x800 -i "$DISPLAY" -frames:v 1 "visto/$1.png"; }
 entry=/usr/share/applications/es.orvo.video.desktop
 openbox &
+# A desktop has started its portal long before.
+dbus-update-activation-environment DISPLAY XAUTHORITY
+soon gdbus call --session -d org.freedesktop.portal.Desktop -o /org/freedesktop/portal/desktop \
+  -m org.freedesktop.DBus.Properties.Get org.freedesktop.portal.FileChooser version
 gio launch "$entry"
 soon xdotool search --onlyvisible --name 'Orvo Video'
 xprop -id "$(xdotool search --onlyvisible --name 'Orvo Video' | head -n 1)" WM_CLASS
@@ -66,6 +70,10 @@ picture importada
 orvo open "$(orvo list --json | sed -n 's/.*"id": *"\(........\).*/\1/p' | head -n 1)"
 sleep 2
 picture editor
+xdotool search --onlyvisible --name 'Orvo Video' windowfocus --sync key ctrl+i
+soon xdotool search --onlyvisible --name 'Importar vídeo'
+xprop -id "$(xdotool search --onlyvisible --name 'Importar vídeo' | head -n 1)" WM_CLASS | grep portal # The desktop's own panel.
+picture panel
 pkill -x orvo-video
 END
 

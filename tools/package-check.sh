@@ -3,9 +3,9 @@
 #
 # SYSTEM is the folder of a bare Debian (debootstrap --variant=minbase trixie SYSTEM). It is copied; without one debootstrap
 # makes it. In the copy: an older package is installed with apt and a library begun with it, the new one takes its place, the
-# application is started from its desktop entry on a virtual display and started again with a movie, the work of
-# ./run --terminal is done with the installed orvo, the server answers, and everything is purged. Pictures of the display and
-# the result stay in FOLDER/check.
+# application is started from its desktop entry on a virtual display, started again with a movie and asks for a file with the
+# desktop's own panel, the work of ./run --terminal is done with the installed orvo, the server answers, and everything is
+# purged. Pictures of the display and the result stay in FOLDER/check.
 set -euo pipefail
 (($# >= 1)) || { sed -n '2,/^set/s/^# \?//p' "$0" >&2; exit 2; }
 ((EUID == 0)) || { echo 'tools/package-check.sh needs root, for chroot and mounts.' >&2; exit 1; }

@@ -67,7 +67,7 @@ if command -v systemd-analyze >/dev/null; then
   # The programs that it names are those of the package.
   unit=$work/verified/orvo-server.service
   mkdir -p "${unit%/*}"
-  sed "s|/usr/bin/|$out/bin/|" packaging/orvo-server.service >"$unit"
+  sed "s|=orvo-server |=$out/bin/orvo-server |" packaging/orvo-server.service >"$unit"
   step systemd-analyze verify --man=no "$unit"
   step systemd-analyze security --offline=true --threshold=20 --no-pager "$unit" | tail -n 1
 fi

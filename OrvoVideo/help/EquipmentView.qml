@@ -86,7 +86,7 @@ Popup {
         id: equipment
 
         speechModel: root.app.transcription.speechModel
-        shortcutsText: root.app.shortcuts.supportText
+        shortcutsText: Wording.keys(root.app.shortcuts.supportText)
         onSpeechModelChanged: look()
     }
     Connections {

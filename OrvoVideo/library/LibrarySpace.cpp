@@ -1,5 +1,6 @@
 #include "OrvoVideo/library/LibrarySpace.h"
 
+#include "OrvoVideo/library/DocumentSteps.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/DocumentCodec.h"
 #include "VideoCore/FileIO.h"
@@ -74,10 +75,14 @@ std::vector<fs::path> unusedMedia(const ProjectStore& store, const Uuid& id)
         return {};
     }
     std::set<fs::path> named;
-    for (const auto& entry : fs::directory_iterator(folder)) {
-        if (entry.path().extension() == ".json" && entry.path().filename() != CaptureSession::fileName
-            && !addNamed(entry.path(), folder, named))
-            return {};
+    for (const auto& versions : {folder, folder / DocumentSteps::folderName}) {
+        if (!fs::exists(versions))
+            continue;
+        for (const auto& entry : fs::directory_iterator(versions)) {
+            if (entry.path().extension() == ".json" && entry.path().filename() != CaptureSession::fileName
+                && !addNamed(entry.path(), folder, named))
+                return {};
+        }
     }
     std::vector<fs::path> unused;
     for (const auto& entry : fs::recursive_directory_iterator(folder / ProjectStore::mediaName)) {

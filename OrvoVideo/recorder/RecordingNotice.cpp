@@ -1,19 +1,8 @@
 #include "OrvoVideo/recorder/RecordingNotice.h"
 
+#include "OrvoVideo/ui/Wording.h"
+
 namespace orvo {
-
-namespace {
-
-/// A combination in the names that this system's keyboards show.
-QString keysHere(QString combination)
-{
-    return combination.replace(QChar(0x2303), QStringLiteral("Ctrl+"))
-        .replace(QChar(0x2325), QStringLiteral("Alt+"))
-        .replace(QChar(0x21E7), QStringLiteral("Mayús+"))
-        .replace(QChar(0x2318), QStringLiteral("Super+"));
-}
-
-} // namespace
 
 RecordingNotice::RecordingNotice(Recorder& recorder, const ShortcutManager& shortcuts, const RecordingDesk& desk)
     : m_recorder(recorder)
@@ -34,9 +23,9 @@ void RecordingNotice::tellKeys()
     QStringList lines;
     if (m_shortcuts.hears(ShortcutManager::Action::Record)) {
         using enum ShortcutManager::Action;
-        lines << keysHere(m_shortcuts.text(Record)) + QStringLiteral(": terminar y guardar")
-              << keysHere(m_shortcuts.text(Pause)) + QStringLiteral(": pausar y continuar")
-              << keysHere(m_shortcuts.text(Zoom)) + QStringLiteral(": añadir zoom");
+        lines << Wording::keys(m_shortcuts.text(Record)) + QStringLiteral(": terminar y guardar")
+              << Wording::keys(m_shortcuts.text(Pause)) + QStringLiteral(": pausar y continuar")
+              << Wording::keys(m_shortcuts.text(Zoom)) + QStringLiteral(": añadir zoom");
     } else if (isOnlyWay) {
         lines << QStringLiteral("Para terminar, pulsa este aviso o abre Orvo Video otra vez.");
     } else {

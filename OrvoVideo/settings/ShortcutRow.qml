@@ -14,7 +14,7 @@ RowLayout {
     property bool waiting: false
     /// A combination was accepted; its keys are still held.
     property bool taken: false
-    property string combination: shortcuts.text(action)
+    property string combination: Wording.keys(shortcuts.text(action))
     /// The button's text while not waiting; the combination after a change.
     property string label: "Cambiar"
 
@@ -38,7 +38,7 @@ RowLayout {
         target: root.shortcuts
 
         function onBindingsChanged() {
-            root.combination = root.shortcuts.text(root.action)
+            root.combination = Wording.keys(root.shortcuts.text(root.action))
         }
     }
 

@@ -32,7 +32,7 @@ SettingsGroup {
     OLabel {
         Layout.fillWidth: true
         visible: text !== ""
-        text: root.shortcuts.supportText
+        text: Wording.keys(root.shortcuts.supportText)
         color: Theme.stateInk
         font.pixelSize: Theme.captionSize
         wrapMode: Text.Wrap

@@ -94,6 +94,14 @@ QString Wording::here(const QString& text) const
     return text;
 }
 
+QString Wording::keys(QString text)
+{
+    return text.replace(QChar(0x2303), QStringLiteral("Ctrl+"))
+        .replace(QChar(0x2325), QStringLiteral("Alt+"))
+        .replace(QChar(0x21E7), QStringLiteral("Mayús+"))
+        .replace(QChar(0x2318), QStringLiteral("Super+"));
+}
+
 QString Wording::cause(const QString& message) const
 {
     constexpr qsizetype maxLength = 400; // Characters that fit a glance.

@@ -33,6 +33,10 @@ public:
     /// unchanged.
     Q_INVOKABLE QString here(const QString& text) const;
 
+    /// A text whose key combinations are written in signs, in the names that this system's keyboards show:
+    /// "Ctrl+Alt+Super+R" for "⌃⌥⌘R".
+    Q_INVOKABLE static QString keys(QString text);
+
     /// What a person reads of a message first. The report of a program that failed gives its reason near its end: the cause
     /// is the message's beginning with that line. A short message is its own cause.
     Q_INVOKABLE QString cause(const QString& message) const;

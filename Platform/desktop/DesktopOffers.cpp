@@ -85,13 +85,27 @@ bool hasTrayOnDisplay()
     return owner && owner->owner != XCB_NONE;
 }
 
+/// Null without one.
+Bus sessionBus()
+{
+    Bus bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+    if (bus)
+        g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
+    return bus;
+}
+
 } // namespace
+
+bool DesktopOffers::hasFilePanels()
+{
+    const Bus bus = sessionBus();
+    return bus && portalVersion(*bus, "org.freedesktop.portal.FileChooser") > 0;
+}
 
 DesktopOffers DesktopOffers::look()
 {
     DesktopOffers offers;
-    if (const Bus bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr)); bus) {
-        g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
+    if (const Bus bus = sessionBus(); bus) {
         constexpr auto keyring = "org.freedesktop.secrets";
         offers.hasBus = true;
         offers.screenCast = portalVersion(*bus, "org.freedesktop.portal.ScreenCast");

@@ -14,6 +14,9 @@ struct DesktopOffers {
 
     /// Asks the bus and the display. Blocks: each answer may take up to two seconds. Never fails. Any thread.
     static DesktopOffers look();
+
+    /// Whether the portal shows file panels. Blocks as `look`, for one answer.
+    static bool hasFilePanels();
 };
 
 } // namespace orvo

@@ -4,10 +4,13 @@
 
 #include <QFileDialog>
 #include <QGuiApplication>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QStringList>
 #include <QWindow>
 #include <algorithm>
 #include <list>
+#include <system_error>
 #include <utility>
 
 namespace orvo {
@@ -57,8 +60,6 @@ public:
         panel.dialog->setAcceptMode(QFileDialog::AcceptSave);
         panel.dialog->setFileMode(QFileDialog::AnyFile);
         panel.dialog->setNameFilter(filterFor(saved.extension));
-        // The dialog appends it before it asks about overwriting.
-        panel.dialog->setDefaultSuffix(QString::fromStdString(saved.extension).sliced(1));
         if (!saved.folder.empty())
             panel.dialog->setDirectory(QString::fromStdString(saved.folder.string()));
         panel.dialog->selectFile(name);
@@ -92,24 +93,45 @@ private:
         QObject::connect(dialog, &QFileDialog::finished, dialog, [this, &panel](int result) {
             const QStringList files = panel.dialog->selectedFiles();
             if (result != QDialog::Accepted || files.isEmpty())
-                finish(panel, std::nullopt);
-            else
-                finish(panel, chosen(panel, files.front()));
+                return finish(panel, std::nullopt);
+            std::filesystem::path file = files.front().toStdString();
+            if (panel.suffix.isEmpty() || QString::fromStdString(file.extension().string()).toLower() == panel.suffix)
+                return finish(panel, std::move(file));
+            file += panel.suffix.toStdString();
+            std::error_code ignored;
+            if (!std::filesystem::exists(file, ignored))
+                return finish(panel, std::move(file));
+            askToReplace(panel, file); // The dialog has asked about the name without the suffix, if at all.
         });
-        // A transient parent keeps the dialog above the focused window, which need not be a widget.
-        dialog->winId();
-        if (QWindow* window = dialog->windowHandle())
-            window->setTransientParent(QGuiApplication::focusWindow());
+        stayAbove(*dialog);
         dialog->open();
     }
 
-    static std::filesystem::path chosen(const Panel& panel, const QString& file)
+    /// Keeps a dialog above the focused window, which need not be a widget.
+    static void stayAbove(QDialog& dialog)
     {
-        std::filesystem::path path = file.toStdString();
-        // A native dialog may not append the suffix.
-        if (!panel.suffix.isEmpty() && QString::fromStdString(path.extension().string()).toLower() != panel.suffix)
-            path += panel.suffix.toStdString();
-        return path;
+        dialog.winId();
+        if (QWindow* window = dialog.windowHandle())
+            window->setTransientParent(QGuiApplication::focusWindow());
+    }
+
+    void askToReplace(Panel& panel, const std::filesystem::path& file)
+    {
+        auto* question = new QMessageBox(QMessageBox::Warning, panel.dialog->windowTitle(),
+            QStringLiteral("Ya existe «%1». ¿Reemplazarlo?").arg(QString::fromStdString(file.filename().string())),
+            QMessageBox::Yes | QMessageBox::No, panel.dialog.get());
+        question->setAttribute(Qt::WA_DeleteOnClose);
+        question->setDefaultButton(QMessageBox::No);
+        question->button(QMessageBox::Yes)->setText(QStringLiteral("Reemplazar"));
+        question->button(QMessageBox::No)->setText(QStringLiteral("Cambiar el nombre"));
+        QObject::connect(question, &QMessageBox::finished, panel.dialog.get(), [this, &panel, question, file] {
+            if (question->clickedButton() == question->button(QMessageBox::Yes))
+                finish(panel, file);
+            else
+                panel.dialog->open();
+        });
+        stayAbove(*question);
+        question->open();
     }
 
     void finish(Panel& panel, std::optional<std::filesystem::path> file)

@@ -97,9 +97,10 @@ TEST_F(FilePanelsTests, SavesUnderANameThatCanBeOne)
     choose(folder / "otro nombre");
     EXPECT_EQ(answer, folder / "otro nombre.mp4");
 
-    // A file that exists is only chosen when the user says so.
+    // A file that exists is only chosen when the user says so, also where the panel knows a name without the extension.
     std::ofstream(folder / "there.mp4") << "x";
-    for (const auto button : {QMessageBox::No, QMessageBox::Yes}) {
+    for (const auto& [name, button] : {std::pair("there.mp4", QMessageBox::No), {"there.mp4", QMessageBox::Yes},
+             {"there", QMessageBox::No}, {"there", QMessageBox::Yes}}) {
         answers = 0;
         panels->saveMovie({.name = "there.mp4"}, note());
         QTimer::singleShot(0, qApp, [button] {
@@ -107,7 +108,8 @@ TEST_F(FilePanelsTests, SavesUnderANameThatCanBeOne)
             ASSERT_TRUE(question);
             question->button(button)->click();
         });
-        choose(folder / "there.mp4");
+        choose(folder / name);
+        QCoreApplication::processEvents();
         EXPECT_EQ(answers, button == QMessageBox::Yes ? 1 : 0);
         if (panel())
             panel()->reject();

@@ -15,8 +15,8 @@ using testing::Not;
 using testing::StartsWith;
 
 const std::vector<std::string> commands{"list", "show", "import", "duplicate", "delete", "validate", "cut", "restore",
-    "text", "image", "zoom", "remove", "set", "words", "suggest", "apply", "subtitles", "export", "package", "publish",
-    "unpublish", "settings"};
+    "undo", "redo", "text", "image", "zoom", "remove", "set", "words", "suggest", "apply", "subtitles", "export", "package",
+    "publish", "unpublish", "settings"};
 
 class CommandLine : public CliFixture { };
 

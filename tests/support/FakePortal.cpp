@@ -84,7 +84,10 @@ void FakePortal::activate(const QString& id)
 
 bool FakePortal::handleMessage(const QDBusMessage& message, const QDBusConnection&)
 {
-    if (message.interface() == "org.freedesktop.DBus.Properties") {
+    if (message.member() == "Get" && message.arguments().value(0).toString() == "org.freedesktop.portal.FileChooser") {
+        m_bus.send(fileChooser > 0 ? message.createReply(QVariant::fromValue(QDBusVariant(fileChooser)))
+                                   : message.createErrorReply(QDBusError::InvalidArgs, "No such interface"));
+    } else if (message.interface() == "org.freedesktop.DBus.Properties") {
         m_bus.send(message.createReply(
             QVariantMap{{"version", version}, {"AvailableCursorModes", cursorModes}, {"AvailableSourceTypes", 3U}}));
     } else if (message.interface() == castInterface) {

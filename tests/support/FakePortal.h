@@ -11,7 +11,8 @@
 
 namespace orvo::test {
 
-/// A desktop portal that answers as the test says: ScreenCast and GlobalShortcuts, in their real protocol.
+/// A desktop portal that answers as the test says: ScreenCast and GlobalShortcuts, in their real protocol, and which version
+/// of FileChooser there is.
 class FakePortal final : public QDBusVirtualObject {
     Q_OBJECT
 public:
@@ -22,6 +23,7 @@ public:
     // What it offers.
     uint version = 5;
     uint cursorModes = 7;
+    uint fileChooser = 0; ///< Version of its file panels; none by default.
 
     // How the user decides.
     enum class Decision : std::uint8_t { grant, refuse, wait };

@@ -44,7 +44,8 @@ TEST_F(RecordingPanelTests, ARecordingIsPreparedStartedAndEnded)
     ASSERT_TRUE(comesToHold([&] { return control(QAccessible::Button, "Grabar") != nullptr; }));
     EXPECT_TRUE(control(QAccessible::StaticText, "Elige qué quieres explicar."));
     EXPECT_TRUE(control(QAccessible::StaticText,
-        "⌃⌥⌘R · Grabar / terminar     ⌃⌥⌘P · Pausa     ⌃⌥⌘Z · Zoom\nPuedes cambiar los atajos en Ajustes."));
+        "Ctrl+Alt+Super+R · Grabar / terminar     Ctrl+Alt+Super+P · Pausa     Ctrl+Alt+Super+Z · Zoom\nPuedes cambiar los "
+        "atajos en Ajustes."));
     ASSERT_TRUE(comesToHold([&] { return model->capture()->sources()->count() == 1; }));
     auto* picture = view().findChild<QQuickItem*>("sourcePicture");
     ASSERT_TRUE(picture);
