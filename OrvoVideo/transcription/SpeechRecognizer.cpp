@@ -5,6 +5,7 @@
 #include "OrvoVideo/transcription/SpeechChunks.h"
 #include "OrvoVideo/transcription/WaveReader.h"
 #include "OrvoVideo/transcription/WordAlignment.h"
+#include "OrvoVideo/transcription/WordBoundaries.h"
 #include "VideoCore/Error.h"
 
 #include <algorithm>
@@ -60,12 +61,13 @@ std::vector<Frames> voicedOf(std::vector<Frames> stretches, WaveReader& wave)
 /// The recognition of one recording.
 class Recognition {
 public:
-    Recognition(
-        Whisper& whisper, std::string language, SpeechRecognizer::Decoding decoding, WaveReader& wave, std::stop_token stop)
+    Recognition(Whisper& whisper, std::string language, SpeechRecognizer::Decoding decoding, WaveReader& wave,
+        const Loudness& loudness, std::stop_token stop)
         : m_whisper(whisper)
         , m_language(std::move(language))
         , m_decoding(decoding)
         , m_wave(wave)
+        , m_loudness(loudness)
         , m_stop(std::move(stop))
     {
     }
@@ -232,10 +234,14 @@ private:
             m_probabilities[result.back().id] = 1; // Its spelling is ours.
             return;
         }
+        std::vector<WordStart> words;
+        for (auto word = first; word != last; ++word)
+            words.push_back({.text = word->word.text, .seconds = chunk.inRecording(word->place.start)});
+        auto times = wordStarts(words, chunk.speech()[first->stretch], m_loudness);
+        times.push_back(chunk.inRecording(std::prev(last)->place.end));
         for (auto word = first; word != last; ++word) {
-            result.push_back({.text = word->word.text,
-                .start = chunk.inRecording(word->place.start),
-                .end = chunk.inRecording(word->place.end)});
+            const auto i = static_cast<std::size_t>(word - first);
+            result.push_back({.text = word->word.text, .start = times[i], .end = times[i + 1]});
             m_probabilities[result.back().id] = word->word.probability;
         }
     }
@@ -244,6 +250,7 @@ private:
     std::string m_language;
     SpeechRecognizer::Decoding m_decoding;
     WaveReader& m_wave;
+    const Loudness& m_loudness;
     std::stop_token m_stop;
     std::vector<TranscriptWord> m_words;
     std::unordered_map<Uuid, float> m_probabilities; ///< Of every word that was placed, dropped ones too.
@@ -274,7 +281,7 @@ std::vector<TranscriptWord> SpeechRecognizer::recognise(
     const Loudness loudness = measure(wave, stop);
     const auto chunks = makeChunks(voicedOf(findSpeech(loudness), wave), loudness, wave.size());
 
-    Recognition recognition(m_whisper, m_language, m_decoding, wave, stop);
+    Recognition recognition(m_whisper, m_language, m_decoding, wave, loudness, stop);
     std::size_t done = 0;
     for (const auto& chunk : chunks) {
         recognition.add(chunk);
