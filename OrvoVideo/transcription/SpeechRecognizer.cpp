@@ -133,8 +133,8 @@ private:
             const auto heard = heardIn(chunk, temperature, m_before);
             bool sayable = true;
             placed = placedIn(chunk, heard.words, sayable);
-            const bool sound = heard.complete && sayable;
-            const bool caught = !sound && repeatsItself(heard.words);
+            const bool sound = heard.complete && sayable && !repeatsSentence(heard.words);
+            const bool caught = !sound && (repeatsItself(heard.words) || repeatsSentence(heard.words));
             if (!sound)
                 m_before.clear();
             else

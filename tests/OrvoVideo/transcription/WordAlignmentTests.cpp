@@ -158,6 +158,10 @@ TEST(Repetition, IsWhatNobodySays)
     EXPECT_FALSE(repeatsItself(heard("no, no, no, que no se corta")));
     EXPECT_FALSE(repeatsItself(heard("paso a paso y paso a paso")));
     EXPECT_FALSE(repeatsItself({}));
+    const std::string sentence = "aquí tenemos tres columnas con los nombres de los alumnos mmm ";
+    EXPECT_TRUE(repeatsSentence(heard("Bueno " + sentence + sentence + sentence)));
+    EXPECT_FALSE(repeatsSentence(heard(sentence + "bueno " + sentence + "bueno")));
+    EXPECT_FALSE(repeatsSentence(heard("uno dos tres uno dos tres uno dos tres")));
 }
 
 } // namespace
