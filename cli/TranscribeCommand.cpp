@@ -91,7 +91,7 @@ void addTranscribeCommand(CLI::App& app, Session& session)
             command.option("--model", "NOMBRE", arguments.model,
                 "tiny (rápido), base o small (preciso), o uno tuyo en la carpeta de modelos; base si no se indica.");
             command.flag("--careful", arguments.careful,
-                "Escucha varias veces lo que no está claro: tarda hasta el triple y se equivoca menos.");
+                "Compara varias lecturas de lo que se oye: tarda hasta el doble y se equivoca menos.");
         },
         transcribe);
 }

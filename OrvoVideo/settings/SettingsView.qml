@@ -111,7 +111,7 @@ Item {
                         OLabel {
                             Layout.fillWidth: true
                             secondary: true
-                            text: "Con más cuidado se escucha hasta tres veces lo que no está claro: tarda hasta el triple y se equivoca menos. Todo se reconoce en este equipo: el sonido no sale de él. También puedes poner tus propios modelos en su carpeta."
+                            text: "Con más cuidado se comparan varias lecturas de lo que se oye: tarda hasta el doble y se equivoca menos. Todo se reconoce en este equipo: el sonido no sale de él. También puedes poner tus propios modelos en su carpeta."
                             font.pixelSize: Theme.captionSize
                             wrapMode: Text.Wrap
                             lineHeight: 1.25

@@ -131,4 +131,17 @@ bool repeatsItself(const std::vector<HeardWord>& words)
     return false;
 }
 
+bool repeatsSentence(const std::vector<HeardWord>& words)
+{
+    constexpr std::size_t minSentence = 9;
+    constexpr std::size_t maxSentence = 20;
+    constexpr std::size_t times = 3;
+    const auto texts = bareTexts(words);
+    for (std::size_t length = minSentence; length <= maxSentence; ++length) {
+        if (isSaid(texts, length, times))
+            return true;
+    }
+    return false;
+}
+
 } // namespace orvo::speech

@@ -5,10 +5,12 @@
 #include "OrvoVideo/transcription/SpeechChunks.h"
 #include "OrvoVideo/transcription/WaveReader.h"
 #include "OrvoVideo/transcription/WordAlignment.h"
+#include "OrvoVideo/transcription/WordBoundaries.h"
 #include "VideoCore/Error.h"
 
 #include <algorithm>
 #include <iterator>
+#include <numeric>
 #include <span>
 #include <unordered_map>
 #include <utility>
@@ -60,12 +62,13 @@ std::vector<Frames> voicedOf(std::vector<Frames> stretches, WaveReader& wave)
 /// The recognition of one recording.
 class Recognition {
 public:
-    Recognition(
-        Whisper& whisper, std::string language, SpeechRecognizer::Decoding decoding, WaveReader& wave, std::stop_token stop)
+    Recognition(Whisper& whisper, std::string language, SpeechRecognizer::Decoding decoding, WaveReader& wave,
+        const Loudness& loudness, std::stop_token stop)
         : m_whisper(whisper)
         , m_language(std::move(language))
         , m_decoding(decoding)
         , m_wave(wave)
+        , m_loudness(loudness)
         , m_stop(std::move(stop))
     {
     }
@@ -74,9 +77,15 @@ public:
     void add(const Chunk& chunk)
     {
         auto words = wordsIn(chunk);
-        // Asks again, separately, for stretches without words.
-        for (const auto& rest : withoutWords(chunk, words))
-            std::ranges::move(wordsAloneIn(rest), std::back_inserter(words));
+        // Asks again, separately, for stretches without words, as long as some of them get words.
+        for (auto rest = withoutWords(chunk, words); !rest.empty();) {
+            const Chunk next = std::move(rest.back());
+            rest.pop_back();
+            auto alone = wordsAloneIn(next);
+            if (!alone.empty())
+                std::ranges::move(withoutWords(next, alone), std::back_inserter(rest));
+            std::ranges::move(alone, std::back_inserter(words));
+        }
         std::ranges::stable_sort(words, {}, &TranscriptWord::start);
         std::ranges::move(words, std::back_inserter(m_words));
     }
@@ -95,29 +104,16 @@ private:
         return samples;
     }
 
-    /// Recognises a chunk. In careful mode, tries again with a short lead of silence, which changes what the recogniser
-    /// hears, and keeps the most certain result.
-    Whisper::Answer heardIn(const Chunk& chunk, const std::vector<float>& samples, float temperature)
+    Whisper::Answer heardIn(const Chunk& chunk, float temperature, std::span<const int> before)
     {
-        constexpr double sure = -0.5; // Mean log probability: about three in five per token.
-        auto best = heardIn(chunk, samples, temperature, 0);
-        if (m_decoding == SpeechRecognizer::Decoding::quick || temperature > 0)
-            return best;
-        for (const double lead : {0.15, 0.3}) {
-            if (best.complete && best.certainty >= sure)
-                break;
-            auto other = heardIn(chunk, samples, temperature, lead);
-            if (!other.words.empty()
-                && std::pair(other.complete, other.certainty) > std::pair(best.complete, best.certainty))
-                best = std::move(other);
-        }
-        return best;
-    }
-
-    Whisper::Answer heardIn(const Chunk& chunk, const std::vector<float>& samples, float temperature, double lead)
-    {
-        auto heard = m_whisper.recognise(samples,
-            {.language = m_language, .prompt = promptFor(m_language), .temperature = temperature, .lead = lead}, m_stop);
+        constexpr int beams = 5;
+        auto heard = m_whisper.recognise(soundOf(chunk),
+            {.language = m_language,
+                .prompt = promptFor(m_language),
+                .before = before,
+                .temperature = temperature,
+                .beams = m_decoding == SpeechRecognizer::Decoding::careful ? beams : 1},
+            m_stop);
         // Where the audio continues without a silence, a word belongs to the side on which it ends.
         constexpr double close = 0.03;
         const double begin = chunk.inChunk(chunk.speech().front().startSeconds()) + close;
@@ -130,15 +126,20 @@ private:
 
     std::vector<TranscriptWord> wordsIn(const Chunk& chunk)
     {
-        const auto samples = soundOf(chunk);
         std::vector<TranscriptWord> placed;
-        // The recogniser does not get its earlier text: once in a loop, it would stay there. A loop yields more words
-        // than anybody could say in the time, and is retried at a higher temperature.
+        // A loop yields more words than anybody could say in the time. It is retried at a higher temperature and without
+        // the words before, in which a recogniser in a loop would stay.
         for (const float temperature : {0.0F, 0.4F, 0.8F}) {
-            const auto heard = heardIn(chunk, samples, temperature);
+            const auto heard = heardIn(chunk, temperature, m_before);
             bool sayable = true;
             placed = placedIn(chunk, heard.words, sayable);
-            if ((heard.complete && sayable) || !repeatsItself(heard.words))
+            const bool sound = heard.complete && sayable && !repeatsSentence(heard.words);
+            const bool caught = !sound && (repeatsItself(heard.words) || repeatsSentence(heard.words));
+            if (!sound)
+                m_before.clear();
+            else
+                m_before.insert(m_before.end(), heard.tokens.begin(), heard.tokens.end());
+            if (!caught)
                 break;
         }
         return placed;
@@ -147,7 +148,9 @@ private:
     std::vector<TranscriptWord> wordsAloneIn(const Chunk& chunk)
     {
         constexpr float minProbability = 0.1F; // Mean probability below which words are made up from noise.
-        const auto heard = heardIn(chunk, soundOf(chunk), 0);
+        // A single stretch is often a hesitation, which the words before would keep the recogniser from writing.
+        const bool single = chunk.speech().size() == 1;
+        const auto heard = heardIn(chunk, 0, single ? std::span<const int>() : m_before);
         float sum = 0;
         for (const auto& word : heard.words)
             sum += word.probability;
@@ -232,10 +235,14 @@ private:
             m_probabilities[result.back().id] = 1; // Its spelling is ours.
             return;
         }
+        std::vector<WordStart> words;
+        for (auto word = first; word != last; ++word)
+            words.push_back({.text = word->word.text, .seconds = chunk.inRecording(word->place.start)});
+        auto times = wordStarts(words, chunk.speech()[first->stretch], m_loudness);
+        times.push_back(chunk.inRecording(std::prev(last)->place.end));
         for (auto word = first; word != last; ++word) {
-            result.push_back({.text = word->word.text,
-                .start = chunk.inRecording(word->place.start),
-                .end = chunk.inRecording(word->place.end)});
+            const auto i = static_cast<std::size_t>(word - first);
+            result.push_back({.text = word->word.text, .start = times[i], .end = times[i + 1]});
             m_probabilities[result.back().id] = word->word.probability;
         }
     }
@@ -244,8 +251,10 @@ private:
     std::string m_language;
     SpeechRecognizer::Decoding m_decoding;
     WaveReader& m_wave;
+    const Loudness& m_loudness;
     std::stop_token m_stop;
     std::vector<TranscriptWord> m_words;
+    std::vector<int> m_before; ///< Tokens of what was said before, as far as it is known well.
     std::unordered_map<Uuid, float> m_probabilities; ///< Of every word that was placed, dropped ones too.
 };
 
@@ -274,12 +283,15 @@ std::vector<TranscriptWord> SpeechRecognizer::recognise(
     const Loudness loudness = measure(wave, stop);
     const auto chunks = makeChunks(voicedOf(findSpeech(loudness), wave), loudness, wave.size());
 
-    Recognition recognition(m_whisper, m_language, m_decoding, wave, stop);
+    Recognition recognition(m_whisper, m_language, m_decoding, wave, loudness, stop);
+    const auto spoken = [](std::size_t sum, const Chunk& chunk) { return sum + chunk.size(); };
+    const std::size_t all = std::accumulate(chunks.begin(), chunks.end(), std::size_t{0}, spoken);
     std::size_t done = 0;
     for (const auto& chunk : chunks) {
         recognition.add(chunk);
+        done = spoken(done, chunk);
         if (progress)
-            progress(static_cast<double>(++done) / static_cast<double>(chunks.size()));
+            progress(static_cast<double>(done) / static_cast<double>(all));
     }
     auto words = recognition.take();
     if (probabilities) {

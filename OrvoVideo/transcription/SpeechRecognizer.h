@@ -19,9 +19,8 @@ class SpeechRecognizer {
 public:
     /// The effort of the recognition.
     enum class Decoding : std::uint8_t {
-        quick, ///< One pass.
-        careful ///< Up to three passes where the result is uncertain, keeping the most certain one. Takes up to three
-                ///< times as long.
+        quick, ///< Follows one reading of the speech.
+        careful ///< Follows several at a time and keeps the most probable one. Takes up to twice as long.
     };
 
     /// The recogniser's language for a locale identifier ("es-ES", "en-US"); nullopt if unsupported.

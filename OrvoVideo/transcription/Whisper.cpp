@@ -164,6 +164,18 @@ int sayable(std::size_t samples)
     return static_cast<int>(always + samples * perSecond / sampleRate);
 }
 
+/// The tokens that the recognition continues: the prompt, then the end of what was said before.
+std::vector<whisper_token> continued(whisper_context* context, const Whisper::Request& request)
+{
+    constexpr std::size_t most = 160; // The library takes 223. Each takes 0.4 MB and some time.
+    std::vector<whisper_token> result(most);
+    const int count = whisper_tokenize(context, request.prompt.c_str(), result.data(), static_cast<int>(result.size()));
+    result.resize(static_cast<std::size_t>(std::max(count, 0)));
+    const auto said = request.before.last(std::min(request.before.size(), most - result.size()));
+    result.insert(result.end(), said.begin(), said.end());
+    return result;
+}
+
 /// Whether the tokens exceed calm speech and end with a repeated phrase.
 bool isCaught(std::span<const whisper_token_data> parts, int sayable)
 {
@@ -184,11 +196,15 @@ bool isCaught(std::span<const whisper_token_data> parts, int sayable)
     return false;
 }
 
-/// Stops a loop before it takes more time and memory. Called before each token is chosen.
+/// Stops a loop before it takes more time and memory. Called before each token is chosen, for several readings at a time.
 void endWhatIsCaught(
     whisper_context* context, whisper_state*, const whisper_token_data* parts, int count, float* logits, void* sayable)
 {
-    if (!isCaught({parts, static_cast<std::size_t>(count)}, *static_cast<const int*>(sayable)))
+    // Times between the words hide a loop.
+    std::vector<whisper_token_data> spoken;
+    std::copy_if(parts, parts + count, std::back_inserter(spoken),
+        [&](const auto& part) { return part.id < whisper_token_eot(context); });
+    if (!isCaught(spoken, *static_cast<const int*>(sayable)))
         return;
     std::fill_n(logits, whisper_n_vocab(context), -std::numeric_limits<float>::infinity());
     logits[whisper_token_eot(context)] = 0;
@@ -206,6 +222,7 @@ Whisper::Whisper(const fs::path& model)
 {
     whisper_log_set(keepQuiet, nullptr);
     loadArithmetic();
+    constexpr int maxHeads = 20; // The library has 128 MB for the times of half a minute.
     constexpr std::uintmax_t minBytes = 15'000'000; // A smaller file would load and recognise nothing.
     const auto header = fs::file_size(model) >= minBytes ? readHeader(model) : std::nullopt;
     if (header && header->vocabulary < vocabularyOfManyLanguages)
@@ -216,7 +233,7 @@ Whisper::Whisper(const fs::path& model)
         parameters.flash_attn = false; // It would not compute the attention from which the times come.
         parameters.dtw_token_timestamps = true;
         parameters.dtw_aheads_preset = alignmentHeads(*header);
-        parameters.dtw_n_top = std::max(1, header->textLayers / 2);
+        parameters.dtw_n_top = std::clamp(maxHeads / std::max(1, header->textHeads), 1, std::max(1, header->textLayers / 2));
         try {
             m_context.reset(whisper_init_from_file_with_params(model.c_str(), parameters));
         } catch (const std::exception&) {
@@ -233,17 +250,20 @@ Whisper::~Whisper() = default;
 
 Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request& request, const std::stop_token& stop)
 {
-    // A single decoder: several would each need their own memory.
-    auto parameters = whisper_full_default_params(WHISPER_SAMPLING_GREEDY);
+    const bool searches = request.beams > 1 && request.temperature == 0;
+    auto parameters = whisper_full_default_params(searches ? WHISPER_SAMPLING_BEAM_SEARCH : WHISPER_SAMPLING_GREEDY);
     parameters.n_threads = m_threads;
     parameters.audio_ctx = attended(samples.size());
     parameters.language = request.language.c_str();
-    parameters.initial_prompt = request.prompt.c_str();
+    const auto before = continued(m_context.get(), request);
+    parameters.prompt_tokens = before.data();
+    parameters.prompt_n_tokens = static_cast<int>(before.size());
     parameters.no_context = true;
     parameters.print_progress = false;
     parameters.print_timestamps = false;
     parameters.suppress_nst = true;
-    parameters.no_timestamps = true; // The times come from the attention.
+    // The model was made to write times, though ours come from the attention: without them it mishears more.
+    parameters.no_timestamps = false;
     parameters.single_segment = true;
     parameters.max_tokens = sayable(samples.size());
     parameters.logits_filter_callback = endWhatIsCaught;
@@ -251,16 +271,16 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
     parameters.temperature = request.temperature;
     parameters.temperature_inc = 0; // The caller decides about a retry.
     parameters.greedy.best_of = 1;
+    parameters.beam_search.beam_size = request.beams;
     std::stop_token asked = stop; // The library takes a non-const pointer.
     parameters.abort_callback = [](void* token) { return static_cast<const std::stop_token*>(token)->stop_requested(); };
     parameters.abort_callback_user_data = &asked;
 
     std::vector<float> padded;
-    if (request.lead > 0 || samples.size() < sampleRate) {
-        padded.resize(static_cast<std::size_t>(request.lead * sampleRate), 0);
-        padded.insert(padded.end(), samples.begin(), samples.end());
+    if (samples.size() < sampleRate) {
         // The alignment aborts the program for less than a few frames of audio.
-        padded.resize(std::max<std::size_t>(padded.size(), sampleRate), 0);
+        padded.assign(samples.begin(), samples.end());
+        padded.resize(sampleRate, 0);
         samples = padded;
     }
     const int status = whisper_full(m_context.get(), parameters, samples.data(), static_cast<int>(samples.size()));
@@ -272,10 +292,13 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
     std::vector<HeardWord> words;
     std::vector<whisper_token_data> parts;
     double certainty = 0;
-    const whisper_token firstSpecial = whisper_token_eot(m_context.get());
+    int written = 0; // With the times between the words.
+    const whisper_token firstSpecial = whisper_token_eot(m_context.get()); // The end of the answer.
     for (int segment = 0; segment < whisper_full_n_segments(m_context.get()); ++segment) {
         for (int token = 0; token < whisper_full_n_tokens(m_context.get(), segment); ++token) {
             const auto data = whisper_full_get_token_data(m_context.get(), segment, token);
+            if (data.id != firstSpecial)
+                ++written;
             if (data.id >= firstSpecial)
                 continue;
             parts.push_back(data);
@@ -287,7 +310,7 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
             words.back().text += text;
             // The attention moves on when a token has been spoken; punctuation is not spoken.
             if (isSpoken(text)) {
-                words.back().end = std::max(static_cast<double>(data.t_dtw) / 100 - request.lead, 0.0);
+                words.back().end = static_cast<double>(data.t_dtw) / 100;
                 words.back().probability = std::min(words.back().probability, data.p);
             }
         }
@@ -295,6 +318,7 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
 
     // Separate punctuation belongs to the word before it.
     Answer result;
+    std::ranges::transform(parts, std::back_inserter(result.tokens), &whisper_token_data::id);
     for (auto& word : words) {
         word.text = trimmed(valid(word.text));
         if (isSpoken(word.text))
@@ -304,7 +328,7 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
     }
     if (!parts.empty())
         result.certainty = certainty / static_cast<double>(parts.size());
-    result.complete = std::ssize(parts) <= parameters.max_tokens && !isCaught(parts, parameters.max_tokens);
+    result.complete = written <= parameters.max_tokens && !isCaught(parts, parameters.max_tokens);
     return result;
 }
 

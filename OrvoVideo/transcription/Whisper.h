@@ -31,12 +31,14 @@ public:
     struct Request {
         std::string language; ///< "es" or "en".
         std::string prompt; ///< Text whose style the recognition continues.
+        std::span<const int> before; ///< The tokens of what was said before the audio; the last ones are used.
         float temperature = 0; ///< 0 selects the most probable token; above, tokens are sampled.
-        double lead = 0; ///< Seconds of silence before the audio, which changes slightly what the model hears.
+        int beams = 1; ///< Readings that are followed at the same time; only at temperature 0. At most 8.
     };
 
     struct Answer {
         std::vector<HeardWord> words; ///< In order.
+        std::vector<int> tokens; ///< Of the words, for `Request::before`.
         bool complete = true; ///< False if it was aborted: in a loop, or more than can be said in the time.
         double certainty = 0; ///< Mean log probability of its tokens; 0 is best.
     };

@@ -81,14 +81,18 @@ class Voice:
         data = text.encode() + b"\0"
         self._library.espeak_Synth(data, ctypes.c_size_t(len(data)), 0, 0, 0, self._UTF8, None, None)
         self._library.espeak_Synchronize()
-        loud = _loud_blocks(self._taken)
-        first, last = loud[0] * BLOCK, (loud[-1] + 1) * BLOCK
-        samples = self._taken[first:last]
-        starts = [max(0.0, at - first / RATE) for _, _, at in self._events]
-        texts = [text[position - 1:position - 1 + length] for position, length, _ in self._events]
-        ends = starts[1:] + [len(samples) / RATE]
-        silences = [((a + 1 - loud[0]) * BLOCK / RATE, (b - loud[0]) * BLOCK / RATE) for a, b in zip(loud, loud[1:]) if b - a > 15]
-        return Speech(samples, [Word(*word) for word in zip(texts, starts, ends)], silences=silences)
+        return phrase(self._taken, [(text[position - 1:position - 1 + length], at) for position, length, at in self._events])
+
+
+def phrase(samples, words):
+    """What is spoken in the samples, without the quiet before and behind it. `words` are pairs of a text and where it begins."""
+    loud = _loud_blocks(samples)
+    first, last = loud[0] * BLOCK, (loud[-1] + 1) * BLOCK
+    samples = samples[first:last]
+    starts = [max(0.0, at - first / RATE) for _, at in words]
+    ends = starts[1:] + [len(samples) / RATE]
+    silences = [((a + 1 - loud[0]) * BLOCK / RATE, (b - loud[0]) * BLOCK / RATE) for a, b in zip(loud, loud[1:]) if b - a > 15]
+    return Speech(samples, [Word(text, start, end) for (text, _), start, end in zip(words, starts, ends)], silences=silences)
 
 
 def _loud_blocks(samples):
@@ -97,35 +101,44 @@ def _loud_blocks(samples):
     return [number for number, energy in enumerate(energies) if energy > least]
 
 
-def lesson(voice, parts, seed, start=0.7, fillers=()):
-    """Joins spoken parts with pauses of 0.3 to 2.5 seconds between them, some of them around a filler.
+class Joined:
+    """Phrases one after the other, with pauses of 0.3 to 2.5 seconds between them."""
+
+    def __init__(self, chance, start=0.7):
+        self._chance = chance
+        self._speech = Speech(array("h", bytes(2 * int(start * RATE))))
+
+    def add(self, piece, filler=False):
+        at = self._speech.seconds()
+        self._speech.samples.extend(piece.samples)
+        for word in piece.words:
+            self._speech.words.append(Word(word.text, at + word.start, at + word.end, filler))
+        self._speech.silences += [(at + start, at + end) for start, end in piece.silences]
+
+    def pause(self):
+        at = self._speech.seconds()
+        self._speech.samples.extend(array("h", bytes(2 * int(self._chance.uniform(0.3, 2.5) * RATE))))
+        self._speech.pauses.append((at, self._speech.seconds()))
+
+    def end(self):
+        self._speech.samples.extend(array("h", bytes(2 * RATE)))
+        return self._speech
+
+
+def lesson(voice, parts, seed, fillers=()):
+    """Joins spoken parts, some with a filler and another pause before them.
 
     `parts` is a list of (text, voice name, speed, pitch)."""
     chance = random.Random(seed)
-    result = Speech(array("h", bytes(2 * int(start * RATE))))
-
-    def add(piece, filler=False):
-        at = result.seconds()
-        result.samples.extend(piece.samples)
-        for word in piece.words:
-            result.words.append(Word(word.text, at + word.start, at + word.end, filler))
-        result.silences += [(at + start, at + end) for start, end in piece.silences]
-
-    def pause():
-        length = int(chance.uniform(0.3, 2.5) * RATE)
-        at = result.seconds()
-        result.samples.extend(array("h", bytes(2 * length)))
-        result.pauses.append((at, result.seconds()))
-
+    joined = Joined(chance)
     for number, (text, name, speed, pitch) in enumerate(parts):
         if number:
-            pause()
+            joined.pause()
             if fillers and chance.random() < 0.35:
-                add(voice.say(chance.choice(fillers), name, max(90, speed - 40), pitch), filler=True)
-                pause()
-        add(voice.say(text, name, speed, pitch))
-    result.samples.extend(array("h", bytes(2 * RATE)))
-    return result
+                joined.add(voice.say(chance.choice(fillers), name, max(90, speed - 40), pitch), filler=True)
+                joined.pause()
+        joined.add(voice.say(text, name, speed, pitch))
+    return joined.end()
 
 
 def breaths(seconds, seed=3):

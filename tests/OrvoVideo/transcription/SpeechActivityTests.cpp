@@ -166,7 +166,7 @@ TEST(SpeechChunks, HoldAllSpeechInOrderAndAreNeverTooLong)
         std::size_t last = 0;
         std::size_t frames = 0;
         for (const auto& chunk : chunks) {
-            EXPECT_LE(chunk.size(), 15U * sampleRate);
+            EXPECT_LE(chunk.size(), 30U * sampleRate);
             for (const auto& piece : chunk.pieces()) {
                 EXPECT_LE(piece.from + piece.count, samples);
                 // What is said next to a chunk is not in it, unless nothing parts the two.

@@ -1,6 +1,9 @@
 #include "OrvoVideo/transcription/Hesitations.h"
 #include "OrvoVideo/transcription/WordAlignment.h"
+#include "OrvoVideo/transcription/WordBoundaries.h"
 
+#include <algorithm>
+#include <functional>
 #include <gmock/gmock.h>
 #include <random>
 #include <sstream>
@@ -99,6 +102,46 @@ TEST(WordAlignment, AlwaysGivesAnOrder)
     EXPECT_TRUE(place(heard("uno"), {}).empty());
 }
 
+/// The level of a stretch of speech, softer from one frame to another.
+Loudness loudnessWithDip(std::size_t begin, std::size_t end)
+{
+    Loudness loudness{.voice = std::vector<float>(200, -20), .hiss = std::vector<float>(200, -45)};
+    std::fill(loudness.voice.begin() + static_cast<std::ptrdiff_t>(begin),
+        loudness.voice.begin() + static_cast<std::ptrdiff_t>(end), -38.0F);
+    return loudness;
+}
+
+TEST(WordBoundaries, LieWhereTheEnergyFallsForAConsonantAndWhereItChangesForAVowel)
+{
+    const auto loudness = loudnessWithDip(52, 58);
+    const Frames stretch{.begin = 10, .end = 150};
+    struct Case {
+        const char* word;
+        double heard;
+        double expected;
+    };
+    for (const auto& [word, heard, expected] : {Case{"tabla", 0.56, 0.52}, Case{"«¿Tú", 0.48, 0.52},
+             Case{"ñandú", 0.5, 0.52}, Case{"hoja", 0.57, 0.58}, Case{"¡Él", 0.59, 0.58}, Case{"tabla", 1.1, 1.1}}) {
+        const auto starts = wordStarts({{"la", 0.1}, {word, heard}}, stretch, loudness);
+        EXPECT_DOUBLE_EQ(starts.front(), 0.1);
+        EXPECT_NEAR(starts.back(), expected, 0.0051) << word;
+    }
+}
+
+TEST(WordBoundaries, KeepTheOrderOfCrammedWords)
+{
+    const auto loudness = loudnessWithDip(52, 58);
+    for (const std::size_t end : {54U, 58U, 62U, 90U}) {
+        const Frames stretch{.begin = 46, .end = end};
+        std::vector<WordStart> words;
+        for (int i = 0; i < 4; ++i)
+            words.push_back({.text = "la", .seconds = 0.46 + 0.005 * i});
+        const auto starts = wordStarts(words, stretch, loudness);
+        EXPECT_EQ(std::ranges::adjacent_find(starts, std::ranges::greater_equal()), starts.end());
+        EXPECT_LT(starts.back(), stretch.endSeconds());
+    }
+}
+
 TEST(Hesitations, HaveOneSpelling)
 {
     const std::pair<const char*, const char*> table[] = {{"Eh,", "Eh,"}, {"Eeeh…", "Eh…"}, {"¿Eh?", "¿Eh?"},
@@ -115,6 +158,10 @@ TEST(Repetition, IsWhatNobodySays)
     EXPECT_FALSE(repeatsItself(heard("no, no, no, que no se corta")));
     EXPECT_FALSE(repeatsItself(heard("paso a paso y paso a paso")));
     EXPECT_FALSE(repeatsItself({}));
+    const std::string sentence = "aquí tenemos tres columnas con los nombres de los alumnos mmm ";
+    EXPECT_TRUE(repeatsSentence(heard("Bueno " + sentence + sentence + sentence)));
+    EXPECT_FALSE(repeatsSentence(heard(sentence + "bueno " + sentence + "bueno")));
+    EXPECT_FALSE(repeatsSentence(heard("uno dos tres uno dos tres uno dos tres")));
 }
 
 } // namespace
