@@ -1,7 +1,6 @@
 #include "VideoMedia/PieceFile.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <fstream>
 #include <optional>
 #include <string_view>
@@ -39,12 +38,15 @@ std::string_view lastBox(std::string_view bytes, std::string_view type)
 
 Facts factsOf(const fs::path& file)
 {
-    const auto size = fs::file_size(file);
+    std::error_code missing;
+    const auto size = fs::file_size(file, missing);
+    if (missing)
+        return {};
     std::string tail(std::min(size, largestTables), '\0');
     std::ifstream stream(file, std::ios::binary);
     stream.seekg(static_cast<std::streamoff>(size - tail.size()));
     if (!stream.read(tail.data(), static_cast<std::streamsize>(tail.size())))
-        throw fs::filesystem_error("read", file, std::error_code(EIO, std::system_category()));
+        return {};
     constexpr std::size_t countOffset = 8; // Behind the version and the common size.
     return {.frames = numberAt(lastBox(tail, "stsz"), countOffset).value_or(0),
         .parameters = std::string(lastBox(tail, "avcC"))};

@@ -12,8 +12,8 @@ struct Facts {
     std::string parameters; ///< What the decoder is set up with ("avcC"), as bytes.
 };
 
-/// Reads the end of a file, where its tables are. Returns no frames and no parameters for a file of another kind. Throws
-/// `std::filesystem::filesystem_error`.
+/// Reads the end of a file, where its tables are. Returns no frames and no parameters for a file that is missing, cannot be
+/// read or is of another kind.
 Facts factsOf(const std::filesystem::path& file);
 
 } // namespace orvo::PieceFile

@@ -19,8 +19,14 @@
 #include <condition_variable>
 #include <exception>
 #include <format>
+#include <fstream>
+#include <iterator>
+#include <limits>
 #include <mutex>
+#include <ranges>
+#include <set>
 #include <string_view>
+#include <system_error>
 #include <thread>
 
 namespace orvo {
@@ -69,12 +75,26 @@ std::optional<std::int64_t> firstTimestamp(
     }
 }
 
-/// How many pieces are encoded side by side. One encoder uses a few cores well; more encoders take more memory.
-int sideBySide()
+/// Memory that programs may take without driving others out, in bytes; a large number if the system does not tell.
+std::int64_t availableMemory()
 {
-    constexpr int coresPerPiece = 4;
-    constexpr int mostPieces = 8;
-    return std::clamp(availableCores() / coresPerPiece, 1, mostPieces);
+    std::ifstream facts("/proc/meminfo");
+    for (std::string line; std::getline(facts, line);) {
+        if (const auto kilobytes = lastNumber(line, "MemAvailable:"))
+            return *kilobytes * 1024;
+    }
+    return std::numeric_limits<std::int64_t>::max();
+}
+
+/// How many runs make pieces side by side. One encoder uses a few cores well, and each run keeps many frames.
+int sideBySide(const RenderGraph::FrameSize& size)
+{
+    constexpr int coresPerRun = 4;
+    constexpr int mostRuns = 8;
+    constexpr std::int64_t bytesPerPixel = 250; // Of a run with every effect.
+    const auto allowed = availableMemory() / 2 / (bytesPerPixel * size.width * size.height);
+    return static_cast<int>(
+        std::clamp<std::int64_t>(std::min<std::int64_t>(availableCores() / coresPerRun, allowed), 1, mostRuns));
 }
 
 std::string quoted(const fs::path& file)
@@ -96,6 +116,7 @@ public:
         , m_work(work)
         , m_cache(cache)
         , m_onStop(stop, [this] { m_stop.request_stop(); })
+        , m_runs(sideBySide(m_recipe.size))
         , m_version(ProcessRunner::run(m_recipe.ffmpeg, {"-version"}, {}, 0, stop))
         , m_facts(m_pieces.size())
         , m_done(m_pieces.size())
@@ -113,10 +134,11 @@ public:
             }
             threads.emplace_back([this, job = std::move(job)] { guard(job); });
         };
+        plan();
         start([this, &sound] { sound(soundFile(), m_stop.get_token()); });
-        const auto count = std::min(static_cast<std::size_t>(sideBySide()), m_pieces.size());
+        const auto count = std::min(static_cast<std::size_t>(m_runs), m_groups.size());
         for (std::size_t i = 0; i < count; ++i)
-            start([this] { makePieces(); });
+            start([this] { makeGroups(); });
         follow(progress);
         threads.clear();
         if (m_failure)
@@ -209,42 +231,82 @@ private:
         }
     }
 
-    void setDone(std::size_t n, double part)
+    /// Notes what share of a group is done.
+    void setDone(const std::vector<std::size_t>& group, double share)
     {
+        const std::int64_t begin = m_pieces[group.front()].position;
+        const auto length = m_pieces[group.back()].position + m_pieces[group.back()].length() - begin;
         {
             const std::lock_guard lock(m_mutex);
-            m_done[n] = part;
+            for (const auto n : group) {
+                const double done = share * static_cast<double>(length) - static_cast<double>(m_pieces[n].position - begin);
+                m_done[n] = std::clamp(done / static_cast<double>(m_pieces[n].length()), 0.0, 1.0);
+            }
             m_hasNews = true;
         }
         m_changed.notify_one();
     }
 
-    void makePieces()
+    /// Takes the pieces that are kept and puts the others into groups that one run makes: those that follow one another are
+    /// read, drawn and encoded without a new beginning.
+    void plan()
     {
-        for (std::size_t n = m_next++; n < m_pieces.size(); n = m_next++) {
+        std::vector<std::size_t> missing;
+        for (std::size_t n = 0; n < m_pieces.size(); ++n) {
             if (m_stop.stop_requested())
                 throw Cancelled();
-            makePiece(n);
-            setDone(n, 1);
+            const auto shown = RenderGraph::shownIn(m_recipe.project, m_pieces[n], m_recipe.fps);
+            m_keys.push_back(keyOf(m_pieces[n], shown, annotationsOf(shown)));
+            if (m_cache.take(m_keys[n], pieceFile(n)) && isRight(n)) {
+                m_done[n] = 1;
+                continue;
+            }
+            std::error_code ignored;
+            fs::remove(pieceFile(n), ignored);
+            m_facts[n] = {};
+            missing.push_back(n);
+        }
+        constexpr std::size_t mostTogether = 6;
+        constexpr std::int64_t longestGap = 5; // Seconds that are cut and yet read.
+        const auto share = missing.size() / (2 * static_cast<std::size_t>(m_runs));
+        const auto together = m_runs == 1 ? mostTogether : std::clamp<std::size_t>(share, 1, mostTogether);
+        for (const auto n : missing) {
+            const bool follows = !m_groups.empty() && m_groups.back().size() < together && m_groups.back().back() + 1 == n
+                && m_pieces[n].first() - m_pieces[n - 1].last() <= longestGap * m_recipe.fps;
+            if (!follows)
+                m_groups.emplace_back();
+            m_groups.back().push_back(n);
         }
     }
 
-    void makePiece(std::size_t n)
+    void makeGroups()
     {
-        const auto& piece = m_pieces[n];
-        const auto shown = RenderGraph::shownIn(m_recipe.project, piece, m_recipe.fps);
-        const std::string document = ExportService::annotations(shown, m_recipe.size.width, m_recipe.size.height);
-        const std::string key = keyOf(piece, shown, document);
-        if (m_cache.take(key, pieceFile(n))) {
-            m_facts[n] = PieceFile::factsOf(pieceFile(n));
-            if (m_facts[n].frames == piece.length())
-                return;
-            fs::remove(pieceFile(n));
+        for (std::size_t n = m_next++; n < m_groups.size(); n = m_next++) {
+            if (m_stop.stop_requested())
+                throw Cancelled();
+            encode(m_groups[n]);
+            for (const auto piece : m_groups[n])
+                keep(piece);
+            setDone(m_groups[n], 1);
         }
-        encode(n, shown, document);
+    }
+
+    /// Whether a piece has its number of frames.
+    bool isRight(std::size_t n)
+    {
         m_facts[n] = PieceFile::factsOf(pieceFile(n));
-        if (m_facts[n].frames == piece.length())
-            m_cache.keep(key, pieceFile(n));
+        return m_facts[n].frames == m_pieces[n].length();
+    }
+
+    void keep(std::size_t n)
+    {
+        if (m_facts[n].frames == 0 && isRight(n))
+            m_cache.keep(m_keys[n], pieceFile(n));
+    }
+
+    std::string annotationsOf(const VideoProject& shown) const
+    {
+        return ExportService::annotations(shown, m_recipe.size.width, m_recipe.size.height);
     }
 
     std::string graphOf(const RenderGraph::Piece& piece, const VideoProject& shown, const fs::path& annotations) const
@@ -292,16 +354,25 @@ private:
         return sum.finish();
     }
 
-    void encode(std::size_t n, const VideoProject& shown, const std::string& document)
+    /// The pieces of a group as one.
+    RenderGraph::Piece joined(const std::vector<std::size_t>& group) const
     {
-        const auto& piece = m_pieces[n];
+        RenderGraph::Piece all = m_pieces[group.front()];
+        for (const auto n : group | std::views::drop(1))
+            std::ranges::copy(m_pieces[n].parts, std::back_inserter(all.parts));
+        return all;
+    }
+
+    void encode(const std::vector<std::size_t>& group)
+    {
+        const auto piece = joined(group);
+        const auto shown = RenderGraph::shownIn(m_recipe.project, piece, m_recipe.fps);
         const auto rate = static_cast<double>(m_recipe.fps);
-        const fs::path annotations = m_work / std::format("annotations{}.ass", n);
-        const fs::path graph = m_work / std::format("filters{}.txt", n);
-        writeFileAtomically(annotations, document);
+        const fs::path annotations = m_work / std::format("annotations{}.ass", group.front());
+        const fs::path graph = m_work / std::format("filters{}.txt", group.front());
+        writeFileAtomically(annotations, annotationsOf(shown));
         writeFileAtomically(graph, graphOf(piece, shown, annotations));
-        const int encoders = sideBySide();
-        const int threads = std::max(availableCores() / encoders, 1);
+        const int threads = std::max(availableCores() / m_runs, 1);
         Arguments arguments = ExportFormats::commonArguments();
         append(arguments, {"-copyts"});
         if (m_recipe.project.edit.sharpen && threads > 1)
@@ -318,24 +389,63 @@ private:
             append(arguments, OverlayImage::input(image, m_recipe.project.duration));
         append(arguments, {"-/filter_complex", graph.string(), "-map", "[vout]"});
         append(arguments, m_recipe.encoder);
-        append(arguments, keyFramesOf(piece));
-        if (encoders > 1)
+        append(arguments, keyFramesOf(group));
+        if (m_runs > 1)
             append(arguments, {"-threads", std::to_string(threads)});
-        append(arguments, {"-r", std::to_string(m_recipe.fps), "-progress", "pipe:1", pieceFile(n).string()});
+        append(arguments, {"-r", std::to_string(m_recipe.fps), "-progress", "pipe:1"});
+        append(arguments, filesOf(group));
         ProcessRunner::run(
-            m_recipe.ffmpeg, arguments, [&](double part) { setDone(n, part); }, static_cast<double>(piece.length()) / rate,
-            m_stop.get_token());
+            m_recipe.ffmpeg, arguments,
+            [&](double part) {
+                // One that another follows is complete, and stays when this run is stopped.
+                for (const auto n : group | std::views::take(group.size() - 1)) {
+                    if (fs::exists(pieceFile(n + 1)))
+                        keep(n);
+                }
+                setDone(group, part);
+            },
+            static_cast<double>(piece.length()) / rate, m_stop.get_token());
     }
 
-    /// Key frames where the segments of a streaming package begin, so that the package can copy the frames.
-    Arguments keyFramesOf(const RenderGraph::Piece& piece) const
+    /// The frames of a group's run with which its pieces begin, but for the first.
+    std::vector<std::int64_t> bordersOf(const std::vector<std::size_t>& group) const
+    {
+        std::vector<std::int64_t> borders;
+        for (const auto n : group | std::views::drop(1))
+            borders.push_back(m_pieces[n].position - m_pieces[group.front()].position);
+        return borders;
+    }
+
+    /// The options that write each piece of a group to its file.
+    Arguments filesOf(const std::vector<std::size_t>& group) const
+    {
+        if (group.size() == 1)
+            return {pieceFile(group.front()).string()};
+        std::string frames;
+        for (const auto border : bordersOf(group))
+            frames += std::format("{}{}", frames.empty() ? "" : ",", border);
+        std::string pattern;
+        for (const char c : m_work.string()) // Where a percent sign would begin a number.
+            pattern += c == '%' ? "%%" : std::string(1, c);
+        return {"-avoid_negative_ts", "disabled", "-f", "segment", "-segment_format", "mp4", "-reset_timestamps", "1",
+            "-segment_frames", frames, "-segment_start_number", std::to_string(group.front()), pattern + "/piece%d.mp4"};
+    }
+
+    /// Key frames where pieces begin, and where the segments of a streaming package do, so that the package can copy the
+    /// frames.
+    Arguments keyFramesOf(const std::vector<std::size_t>& group) const
     {
         const std::int64_t segment = HlsLadder::segmentSeconds * m_recipe.fps;
+        const std::int64_t begin = m_pieces[group.front()].position;
+        const std::int64_t end = m_pieces[group.back()].position + m_pieces[group.back()].length();
+        const auto borders = bordersOf(group);
+        std::set<std::int64_t> frames(borders.begin(), borders.end());
+        for (auto frame = (begin / segment + 1) * segment; frame < end; frame += segment)
+            frames.insert(frame - begin);
         std::string times;
-        for (auto frame = (piece.position / segment + 1) * segment; frame < piece.position + piece.length();
-            frame += segment) {
+        for (const auto frame : frames) {
             times += std::format("{}{}", times.empty() ? "" : ",",
-                durationText(static_cast<double>(frame - piece.position) / static_cast<double>(m_recipe.fps)));
+                durationText(static_cast<double>(frame) / static_cast<double>(m_recipe.fps)));
         }
         return times.empty() ? Arguments() : Arguments{"-force_key_frames", times};
     }
@@ -346,8 +456,11 @@ private:
     PieceCache& m_cache;
     std::stop_source m_stop; ///< Of all runs.
     std::stop_callback<std::function<void()>> m_onStop;
-    std::string m_version;
-    std::vector<PieceFile::Facts> m_facts; ///< Of each piece.
+    int m_runs; ///< At a time.
+    std::string m_version; ///< Of ffmpeg.
+    std::vector<std::string> m_keys; ///< Of each piece, in the cache.
+    std::vector<PieceFile::Facts> m_facts; ///< Of each piece; no frames until it is complete.
+    std::vector<std::vector<std::size_t>> m_groups; ///< Pieces that one run makes.
     std::atomic<std::size_t> m_next = 0;
     std::mutex m_mutex; ///< Guards what follows.
     std::condition_variable m_changed;
