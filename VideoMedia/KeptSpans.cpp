@@ -43,7 +43,7 @@ Fades fadesOf(const VideoProject& project, const TimeSpan& span)
 /// Within a window of the recording, each joint falls on the output frame nearest to its time after the window's first
 /// joint. The next window starts afresh, so that an edit moves no joint of another window: pieces that are kept stay
 /// valid. Rounding adds up over the windows; a window that begins more than `tolerance` frames early or late makes up for
-/// it, and the last one ends on the frame nearest to the exact length, however many cuts there are.
+/// one of them, and the last one ends on the frame nearest to the exact length, however many cuts there are.
 ///
 /// A span that is already on the grid stays as it is.
 std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t fps)
@@ -70,7 +70,7 @@ std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t 
             windowLength = 0;
             const double late = exactLength * rate - static_cast<double>(length);
             if (std::abs(late) > tolerance)
-                windowStart += truncated(std::round(late));
+                windowStart += late > 0 ? 1 : -1;
             if (window == windowOf(kept.back())) {
                 windowStart = 0;
                 windowLength = exactLength;

@@ -96,6 +96,8 @@ Arguments input(const fs::path& file, double seconds)
     Arguments arguments = literally(file);
     if (isAnimation(file))
         append(arguments, {"-ignore_loop", "0", "-t", durationText(seconds)});
+    else
+        append(arguments, {"-threads", "1"}); // One frame; each thread would keep memory for another.
     append(arguments, {"-i", file.string()});
     return arguments;
 }
