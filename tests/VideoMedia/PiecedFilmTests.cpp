@@ -31,16 +31,11 @@ protected:
     PiecedFilmTests()
         : ExportFixture("library", 48)
     {
-        ::setenv("XDG_CACHE_HOME", cacheHome().c_str(), 1);
         project.edit.cuts = {
             {1.013, 2.377}, {9.741, 10.219}, {13.001, 15.5}, {19.98, 20.011}, {27.123, 31.718}, {40.4, 42.477}};
         project.edit.fade = 0.15;
     }
-    ~PiecedFilmTests() override { ::unsetenv("XDG_CACHE_HOME"); }
-
     static constexpr int bits = 11;
-
-    fs::path cacheHome() const { return folder / "cache"; }
 
     /// A screen whose frames show their numbers: bits from left to right, the lowest one first.
     void makeScreen()
