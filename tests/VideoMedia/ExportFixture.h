@@ -21,7 +21,7 @@ protected:
     }
     ~ExportFixture() override { ::unsetenv("XDG_CACHE_HOME"); }
 
-    std::filesystem::path cacheHome() const { return folder / "cache"; }
+    std::filesystem::path cacheHome() const { return caches / "home"; }
 
     /// A project that shows nothing of its own over its picture and cleans nothing in its sound.
     void makePlain()
@@ -46,6 +46,7 @@ protected:
         return failureOf([&] { ExportService::exportVideo(project, store, destination, {}, probeService); });
     }
 
+    TemporaryFolder caches; ///< Fonts are noted there, too.
     FfprobeMediaProbe probeService;
     ProgressCallback progress;
 };
