@@ -54,6 +54,11 @@ VideoEncoder webmEncoder()
         .options = {"-deadline", "good", "-cpu-used", "5", "-row-mt", "1", "-tile-columns", "2", "-crf", "32"}};
 }
 
+std::vector<std::string> commonArguments()
+{
+    return {"-hide_banner", "-y", "-nostdin", "-filter_complex_threads", "1"};
+}
+
 std::vector<std::string> soundArguments(const ExportSettings& settings)
 {
     const char* encoder = settings.format == ExportFormat::webm ? "libopus" : "aac";

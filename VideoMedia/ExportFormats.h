@@ -24,6 +24,9 @@ Limited limited(const VideoProject& project, const ExportSettings& settings, dou
 /// The encoder of WebM, in software.
 VideoEncoder webmEncoder();
 
+/// The first arguments of every run of ffmpeg that renders.
+std::vector<std::string> commonArguments();
+
 /// The options after the graph that encode and pack the sound.
 std::vector<std::string> soundArguments(const ExportSettings& settings);
 /// Options of the container.

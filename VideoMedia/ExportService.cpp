@@ -10,10 +10,13 @@
 #include "VideoMedia/Cores.h"
 #include "VideoMedia/ExportFormats.h"
 #include "VideoMedia/ExportedSubtitles.h"
+#include "VideoMedia/FilmSound.h"
 #include "VideoMedia/FinishedFilms.h"
 #include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/OverlayImage.h"
+#include "VideoMedia/PieceCache.h"
+#include "VideoMedia/PiecedFilm.h"
 #include "VideoMedia/PipedRuns.h"
 #include "VideoMedia/RenderGraph.h"
 #include "VideoMedia/VideoEncoder.h"
@@ -41,25 +44,11 @@ namespace {
 constexpr double shortestVideo = 0.01; ///< Seconds; a shorter result is not worth a file.
 constexpr double longestRecording = 7 * 24 * 3600; ///< Seconds; a document with a longer recording is damaged.
 
-/// Bytes per read of the mix, a sixth of a second: larger reads cost less time, but every branch of the graph buffers
-/// one.
-constexpr auto mixPacket = "32768";
-
 constexpr auto burnedName = "subtitles.ass"; ///< In the work folder.
-
-// Latency of two filters of the mix, which ffmpeg does not compensate. Measured with clicks, in seconds.
-constexpr double noiseReductionDelay = 0.025; ///< afftdn at 48 kHz.
-constexpr double limiterDelay = 0.005; ///< alimiter with its default attack.
 
 [[noreturn]] void failWith(int code, const fs::path& path)
 {
     throw fs::filesystem_error("export", path, std::error_code(code, std::system_category()));
-}
-
-/// The first arguments of every ffmpeg run here.
-Arguments prefix()
-{
-    return {"-hide_banner", "-y", "-nostdin", "-filter_complex_threads", "1"};
 }
 
 /// Renames `by` to `file`; an existing file keeps its mode.
@@ -260,39 +249,7 @@ private:
     /// Whether a file of subtitles belongs to the result.
     bool hasCaptions() const { return hasSubtitleFile(m_settings); }
 
-    /// Latency of the mix in seconds.
-    double mixDelay() const { return limiterDelay + (reducesNoise() ? noiseReductionDelay : 0); }
-
-    bool reducesNoise() const { return m_project.edit.noiseReduction && std::ranges::any_of(m_inputs, isMicrophone); }
-
-    static bool isMicrophone(const RenderGraph::Input& input)
-    {
-        return input.hasAudio && input.track.kind == TrackKind::microphone;
-    }
-
-    /// The inputs of the mix, all delayed by the latency of the noise reduction on the microphone.
-    Arguments soundInputArguments() const
-    {
-        const bool late = reducesNoise();
-        Arguments arguments;
-        for (const auto& input : m_inputs) {
-            if (late && !isMicrophone(input))
-                append(arguments, {"-itsoffset", durationText(noiseReductionDelay)});
-            append(arguments, {"-i", input.file.string()});
-        }
-        return arguments;
-    }
-
-    void mixAudio(const WorkFolder& work, const fs::path& target, const std::stop_token& stop) const
-    {
-        writeFileAtomically(work / "audio.txt", RenderGraph::audioMix(m_project, m_inputs, mixDelay()));
-        Arguments arguments = prefix();
-        append(arguments, soundInputArguments());
-        append(arguments,
-            {"-/filter_complex", (work / "audio.txt").string(), "-map", "[mix]", "-vn", "-ar", "48000", "-c:a", "pcm_s16le",
-                "-t", durationText(m_project.duration), "-f", "wav", target.string()});
-        ProcessRunner::run(m_ffmpeg, arguments, {}, 0, stop);
-    }
+    FilmSound sound(const WorkFolder& work) const { return {m_ffmpeg, m_project, m_inputs, m_settings, work.path()}; }
 
     /// Copies the film of an earlier export of the same edit. Returns false if there is none or it changed meanwhile.
     bool takeFinished(const std::string& signature, const fs::path& target, const ProgressCallback& progress) const
@@ -322,7 +279,7 @@ private:
             renderBeside(work, target, ExportFormats::webmEncoder(), progress);
             break;
         case ExportFormat::audio:
-            makeSound(work, target, progress);
+            sound(work).make(target, progress, m_stop); // Without decoding a frame.
             break;
         case ExportFormat::gif: {
             constexpr double filmShare = 0.7; // Of the time that both take.
@@ -364,28 +321,6 @@ private:
             "El vídeo no cabe en {} MB. Exporta solo una parte, o sin límite de tamaño.", *m_settings.maxBytes / 1'000'000));
     }
 
-    /// The sound alone: mixed and cut, without decoding a frame.
-    void makeSound(const WorkFolder& work, const fs::path& target, const ProgressCallback& progress) const
-    {
-        writeFileAtomically(work / "sound.txt", RenderGraph::sound(m_project, m_settings.fps));
-        const WorkFolder beside(fs::temp_directory_path(), "orvo-sound");
-        const fs::path mixed = beside / "mixed.wav";
-        PipedRuns::run(
-            mixed, [&](const std::stop_token& stop) { mixAudio(work, mixed, stop); },
-            [&](const std::stop_token& stop) {
-                const double playable = m_project.playableDuration();
-                Arguments arguments = prefix();
-                append(arguments,
-                    {"-max_size", mixPacket, "-i", mixed.string(), "-/filter_complex", (work / "sound.txt").string(), "-map",
-                        "[aout]"});
-                append(arguments, ExportFormats::soundArguments(m_settings));
-                append(arguments, ExportFormats::containerArguments(m_settings.format));
-                append(arguments, {"-t", numberText(playable), "-progress", "pipe:1", target.string()});
-                ProcessRunner::run(m_ffmpeg, arguments, progress, playable, stop);
-            },
-            m_stop);
-    }
-
     /// What the graph reads besides the inputs.
     void prepareDocuments(const WorkFolder& work) const
     {
@@ -406,17 +341,88 @@ private:
             {.size = outputSize(),
                 .fps = m_settings.fps,
                 .arguments = [this](const VideoEncoder& encoder) { return encoderArguments(encoder); }},
-            [&](const VideoEncoder& encoder) { renderBeside(work, target, encoder, progress); }, m_stop);
+            [&](const VideoEncoder& encoder) {
+                if (encoder != VideoEncoder::software() || !renderInPieces(work, target, progress))
+                    renderBeside(work, target, encoder, progress);
+            },
+            m_stop);
+    }
+
+    /// Renders the film in pieces that later exports take. Returns false if it has to be rendered whole.
+    bool renderInPieces(const WorkFolder& work, const fs::path& target, const ProgressCallback& progress) const
+    {
+        if (m_settings.isWhole || m_bitRate || m_settings.burned() != SubtitleCues::none)
+            return false;
+        auto recipe = pieceRecipe();
+        if (!recipe)
+            return false;
+        const auto film = PiecedFilm::of(std::move(*recipe), m_stop);
+        if (!film)
+            return false;
+        const fs::path folder = target.parent_path() / "pieces"; // Where the whole film has to fit, too.
+        fs::create_directories(folder);
+        PieceCache cache;
+        const bool done = film->make(
+            target, folder,
+            [&](const fs::path& file, const std::stop_token& stop) { sound(work).makeWith(cache, file, stop); }, cache,
+            progress, m_stop);
+        fs::remove_all(folder);
+        cache.trim();
+        return done;
+    }
+
+    /// Returns nullopt for a film of several clips or with an animated image.
+    std::optional<PiecedFilm::Recipe> pieceRecipe() const
+    {
+        PiecedFilm::Recipe recipe{.ffmpeg = m_ffmpeg,
+            .project = m_project,
+            .size = outputSize(),
+            .fps = m_settings.fps,
+            .encoder = plainEncoderArguments(VideoEncoder::software()),
+            .container = ExportFormats::containerArguments(m_settings.format)};
+        bool hasClip = false;
+        bool hasCamera = !m_project.edit.cameraVisible;
+        for (std::size_t i = 0; i < m_inputs.size(); ++i) {
+            const bool isClip = RenderGraph::isVisibleVideo(m_inputs[i].track);
+            if (isClip && (hasClip || !m_inputs[i].hasVideo))
+                return std::nullopt;
+            const bool isCamera = !hasCamera && m_inputs[i].track.kind == TrackKind::camera;
+            if (!isClip && !isCamera)
+                continue;
+            (isClip ? hasClip : hasCamera) = true;
+            Arguments decoding;
+            if (m_inputs[i].track.kind == TrackKind::camera || m_decoding[i].isEasy)
+                decoding = {"-threads", "1"};
+            if (m_decoding[i].isRangeMeant)
+                append(decoding, {"-color_range", "tv"});
+            recipe.sources.push_back({.input = m_inputs[i], .decoding = std::move(decoding)});
+        }
+        auto image = m_images.begin();
+        for (const auto& overlay : m_project.edit.overlays) {
+            if (overlay.kind != Overlay::Kind::image)
+                continue;
+            if (OverlayImage::isAnimation(*image))
+                return std::nullopt;
+            recipe.images.emplace(overlay.content, *image++);
+        }
+        return recipe;
     }
 
     Arguments encoderArguments(const VideoEncoder& encoder) const
+    {
+        Arguments line = plainEncoderArguments(encoder);
+        append(line, HlsLadder::forcedKeyFrames());
+        return line;
+    }
+
+    /// As `encoderArguments`, without the forced key frames.
+    Arguments plainEncoderArguments(const VideoEncoder& encoder) const
     {
         Arguments line = encoder.arguments(
             m_bitRate.value_or(RenderGraph::videoBitRate(m_settings.quality, outputSize(), m_settings.fps)));
         append(line, encoder.noFinerThan(RenderGraph::smallestQuantizer(m_settings.quality)));
         // Key frames where the segments of a streaming package begin, so that the package can copy the frames.
         append(line, {"-g", std::to_string(m_settings.fps * HlsLadder::segmentSeconds)});
-        append(line, HlsLadder::forcedKeyFrames());
         return line;
     }
 
@@ -426,13 +432,13 @@ private:
         const WorkFolder& work, const fs::path& target, const VideoEncoder& encoder, const ProgressCallback& progress) const
     {
         const WorkFolder beside(fs::temp_directory_path(), "orvo-sound");
-        const fs::path sound = beside / "mixed.wav";
+        const fs::path mixed = beside / "mixed.wav";
         PipedRuns::run(
-            sound, [&](const std::stop_token& stop) { mixAudio(work, sound, stop); },
-            [&](const std::stop_token& stop) { render(work, sound, target, encoder, progress, stop); }, m_stop);
+            mixed, [&](const std::stop_token& stop) { sound(work).mix(mixed, stop); },
+            [&](const std::stop_token& stop) { render(work, mixed, target, encoder, progress, stop); }, m_stop);
     }
 
-    void render(const WorkFolder& work, const fs::path& sound, const fs::path& target, const VideoEncoder& encoder,
+    void render(const WorkFolder& work, const fs::path& mixed, const fs::path& target, const VideoEncoder& encoder,
         const ProgressCallback& progress, const std::stop_token& stop) const
     {
         writeFileAtomically(work / "filters.txt",
@@ -443,12 +449,12 @@ private:
                     .subtitles = m_settings.burned() == SubtitleCues::none ? fs::path() : work / burnedName,
                     .upload = encoder.upload}));
         const double playable = m_project.playableDuration();
-        Arguments arguments = prefix();
+        Arguments arguments = ExportFormats::commonArguments();
         if (const int threads = filterThreads(); threads > 1)
             append(arguments, {"-filter_complex_threads", std::to_string(threads)});
         append(arguments, encoder.device);
         append(arguments, pictureInputArguments(encoder));
-        append(arguments, {"-max_size", mixPacket, "-i", sound.string()});
+        append(arguments, {"-max_size", FilmSound::packetSize, "-i", mixed.string()});
         for (const auto& image : m_images)
             append(arguments, OverlayImage::input(image, m_project.duration));
         append(arguments, {"-/filter_complex", (work / "filters.txt").string(), "-map", "[vout]", "-map", "[aout]"});

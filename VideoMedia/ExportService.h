@@ -40,6 +40,7 @@ struct ExportSettings {
     std::optional<TimeSpan> span; ///< The only stretch of the recording timeline that is exported; everything without one.
     /// How large the film may become, MP4 only: its bit rate and, where that is little, its height follow.
     std::optional<std::int64_t> maxBytes;
+    bool isWhole = false; ///< Whether the film is rendered in one run, without pieces of other exports.
     bool isTemporary = false; ///< Whether the film is removed soon, so that later exports cannot take it.
 
     /// The subtitles that the frames show.
@@ -77,6 +78,8 @@ struct Outcome {
 ///
 /// Copies the film of an earlier export instead of rendering again if it shows the same edit in the same size, rate and
 /// quality and its file is unchanged: see `FinishedFilms`.
+///
+/// Long films are rendered in pieces. Those that an earlier export made are taken from the user's cache: see `PiecedFilm`.
 ///
 /// Both files are written to a hidden folder beside `destination` and renamed when they are complete and on disk: older
 /// files survive a failed or cancelled export. Subtitles that no export wrote, or that were corrected since, are kept

@@ -2,6 +2,7 @@
 
 #include "VideoCore/DocumentCodec.h"
 #include "VideoCore/FileIO.h"
+#include "VideoMedia/FileState.h"
 #include "VideoMedia/RenderGraph.h"
 #include "VideoMedia/Sha256.h"
 
@@ -10,7 +11,6 @@
 #include <format>
 #include <ranges>
 #include <string_view>
-#include <sys/stat.h>
 #include <vector>
 
 namespace orvo::FinishedFilms {
@@ -21,16 +21,7 @@ namespace {
 
 constexpr std::string_view fileName = "films.txt";
 constexpr std::size_t mostFilms = 8;
-constexpr int renderer = 1; ///< Increment when the same edit renders differently.
-
-/// Size and modification time of a file, to detect changes; empty if it is not a file.
-std::string stateOf(const fs::path& file)
-{
-    struct stat facts{};
-    if (::stat(file.c_str(), &facts) != 0 || !S_ISREG(facts.st_mode))
-        return {};
-    return std::format("{}:{}.{:09}", facts.st_size, facts.st_mtim.tv_sec, facts.st_mtim.tv_nsec);
-}
+constexpr int renderer = 2; ///< Increment when the same edit renders differently.
 
 struct Film {
     std::string signature;
@@ -59,7 +50,7 @@ std::vector<Film> filmsIn(const fs::path& list)
         Film film{.signature = std::string(line.substr(0, first)),
             .state = std::string(line.substr(first + 1, second - first - 1)),
             .path = std::string(line.substr(second + 1))};
-        if (!film.state.empty() && stateOf(film.path) == film.state)
+        if (!film.state.empty() && fileState(film.path) == film.state)
             films.push_back(std::move(film));
     }
     return films;
@@ -82,12 +73,14 @@ std::string signature(const VideoProject& project, const ProjectStore& store, co
         static_cast<int>(settings.burned())));
     if (settings.format != ExportFormat::mp4 || settings.maxBytes)
         sum.add(std::format("{}:{}\n", static_cast<int>(settings.format), settings.maxBytes.value_or(0)));
+    if (settings.isWhole)
+        sum.add("whole\n");
     sum.add(encodeDocument(shown));
     for (const auto& track : project.tracks)
-        sum.add(std::format("\n{}", stateOf(store.mediaURL(project, track.file))));
+        sum.add(std::format("\n{}", fileState(store.mediaURL(project, track.file))));
     for (const auto& overlay : project.edit.overlays) {
         if (overlay.kind == Overlay::Kind::image)
-            sum.add(std::format("\n{}", stateOf(store.mediaURL(project, overlay.content))));
+            sum.add(std::format("\n{}", fileState(store.mediaURL(project, overlay.content))));
     }
     return sum.finish();
 }
@@ -109,7 +102,7 @@ void remember(const VideoProject& project, const ProjectStore& store, const std:
         if (film.native().contains('\n'))
             return;
         const fs::path list = listOf(project, store);
-        std::string text = std::format("{} {} {}\n", signature, stateOf(film), film.string());
+        std::string text = std::format("{} {} {}\n", signature, fileState(film), film.string());
         std::size_t count = 1;
         for (const auto& other : filmsIn(list)) {
             if (other.path != film && count++ < mostFilms)

@@ -38,24 +38,47 @@ Fades fadesOf(const VideoProject& project, const TimeSpan& span)
 
 /// The kept spans on the frame grid of the output.
 ///
-/// Video can only be cut between frames. Cutting the audio at the same places keeps them in sync. Each joint falls on
-/// the output frame nearest to its exact time, so the total length is right however many cuts there are. A span that is
-/// already on the grid stays as it is.
+/// Video can only be cut between frames. Cutting the audio at the same places keeps them in sync.
+///
+/// Within a window of the recording, each joint falls on the output frame nearest to its time after the window's first
+/// joint. The next window starts afresh, so that an edit moves no joint of another window: pieces that are kept stay
+/// valid. Rounding adds up over the windows; a window that begins more than `tolerance` frames early or late makes up for
+/// one of them, and the last one ends on the frame nearest to the exact length, however many cuts there are.
+///
+/// A span that is already on the grid stays as it is.
 std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t fps)
 {
+    constexpr double tolerance = 1.5;
     const auto rate = static_cast<double>(fps);
     const auto frameAt = [&](double time) { return truncated(std::round(time * rate)); };
     const auto timeOf = [&](std::int64_t frame, double exact) {
         const double time = static_cast<double>(frame) / rate;
         return std::abs(time - exact) < 1e-6 && exact >= shortestStart ? exact : time;
     };
+    const auto windowOf = [&](const TimeSpan& span) { return (frameAt(span.end) - 1) / (windowSeconds * fps); };
     std::vector<TimeSpan> result;
     double exactLength = 0;
     std::int64_t length = 0; // Output frames so far.
     std::int64_t last = 0; // The source frame at which the previous span ends.
+    std::int64_t window = -1; // In which the previous span ends.
+    double windowLength = 0; // Exact.
+    std::int64_t windowStart = 0; // Output frame.
     for (const auto& span : kept) {
+        if (windowOf(span) != window) {
+            window = windowOf(span);
+            windowStart = length;
+            windowLength = 0;
+            const double late = exactLength * rate - static_cast<double>(length);
+            if (std::abs(late) > tolerance)
+                windowStart += late > 0 ? 1 : -1;
+            if (window == windowOf(kept.back())) {
+                windowStart = 0;
+                windowLength = exactLength;
+            }
+        }
         exactLength += span.duration();
-        const std::int64_t count = frameAt(exactLength) - length;
+        windowLength += span.duration();
+        const std::int64_t count = windowStart + frameAt(windowLength) - length;
         if (count <= 0)
             continue;
         const std::int64_t first = std::max(frameAt(span.start), last);

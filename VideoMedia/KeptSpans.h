@@ -8,6 +8,10 @@
 /// The spans of a recording that a render keeps, and their fades. Pure functions.
 namespace orvo::RenderGraph {
 
+/// Length of the windows that divide the recording, in seconds. Rounding to frames and the pieces of a film depend on one
+/// window each, so that an edit changes little.
+inline constexpr std::int64_t windowSeconds = 10;
+
 /// A span of the recording that the render keeps, and the fades at its ends. Seconds.
 struct KeptSpan {
     TimeSpan span; ///< On the frames of the output.

@@ -49,12 +49,6 @@ std::string formats()
     return list;
 }
 
-bool isAnimation(const fs::path& file)
-{
-    const Kind* kind = kindOf(file);
-    return kind && kind->demuxer == "gif";
-}
-
 /// Options that make ffmpeg take the path literally: a percent sign would make it a pattern for an image sequence.
 /// Animations know neither patterns nor the option.
 Arguments literally(const fs::path& file)
@@ -65,6 +59,12 @@ Arguments literally(const fs::path& file)
 }
 
 } // namespace
+
+bool isAnimation(const fs::path& file)
+{
+    const Kind* kind = kindOf(file);
+    return kind && kind->demuxer == "gif";
+}
 
 std::span<const Kind> kinds()
 {
@@ -96,6 +96,8 @@ Arguments input(const fs::path& file, double seconds)
     Arguments arguments = literally(file);
     if (isAnimation(file))
         append(arguments, {"-ignore_loop", "0", "-t", durationText(seconds)});
+    else
+        append(arguments, {"-threads", "1"}); // One frame; each thread would keep memory for another.
     append(arguments, {"-i", file.string()});
     return arguments;
 }

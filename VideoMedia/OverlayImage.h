@@ -27,6 +27,9 @@ std::string kindNames();
 /// The format of a file by its first bytes, whatever its extension; null for any other file. Ignores errors.
 const Kind* kindOf(const std::filesystem::path& file);
 
+/// Whether an image moves.
+bool isAnimation(const std::filesystem::path& file);
+
 /// The input options, with "-i", for an image: a still gives one frame, an animation repeats for `seconds`.
 std::vector<std::string> input(const std::filesystem::path& file, double seconds);
 

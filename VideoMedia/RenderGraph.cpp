@@ -1,7 +1,9 @@
 #include "VideoMedia/RenderGraph.h"
 
+#include "VideoMedia/GraphText.h"
 #include "VideoMedia/KeptSpans.h"
 #include "VideoMedia/NumberText.h"
+#include "VideoMedia/Pieces.h"
 #include "VideoMedia/ZoomExpression.h"
 
 #include <algorithm>
@@ -15,41 +17,10 @@ namespace orvo::RenderGraph {
 
 namespace {
 
-constexpr std::size_t mostBranches = 8; ///< Outputs of one split.
-constexpr double shortestTime = 1e-4; ///< Seconds: a shorter fade is left out.
-
-/// The chains of a graph file.
-class Chains {
-public:
-    void add(std::string chain) { m_chains.push_back(std::move(chain)); }
-
-    std::string text() const
-    {
-        std::string result;
-        for (const auto& chain : m_chains) {
-            if (!result.empty())
-                result += ";\n";
-            result += chain;
-        }
-        return result;
-    }
-
-private:
-    std::vector<std::string> m_chains;
-};
-
-std::string label(std::string_view name, std::size_t number)
-{
-    return std::format("[{}{}]", name, number);
-}
-
-std::string labels(std::string_view name, std::size_t count, std::size_t first = 0)
-{
-    std::string result;
-    for (std::size_t i = first; i < first + count; ++i)
-        result += label(name, i);
-    return result;
-}
+using GraphText::Chains;
+using GraphText::label;
+using GraphText::labels;
+using GraphText::shortestTime;
 
 /// ",fade=…" in and out over `fade` seconds at the ends of a span of `length` seconds; empty if it would be invisible.
 std::string fades(std::string_view filter, double fade, double length)
@@ -58,22 +29,6 @@ std::string fades(std::string_view filter, double fade, double length)
         return {};
     const std::string amount = durationText(fade);
     return std::format(",{0}=t=in:d={1},{0}=t=out:st={2}:d={1}", filter, amount, durationText(length - fade));
-}
-
-/// ",afade=…" in and out at the ends of a span of `length` seconds.
-std::string soundFades(const KeptSpan& kept, double length)
-{
-    std::string result;
-    if (kept.soundIn >= shortestTime)
-        result += std::format(",afade=t=in:d={}", durationText(kept.soundIn));
-    if (kept.soundOut >= shortestTime)
-        result += std::format(",afade=t=out:st={}:d={}", durationText(length - kept.soundOut), durationText(kept.soundOut));
-    return result;
-}
-
-bool isMixed(const Input& input)
-{
-    return input.hasAudio && input.track.volume > 0 && input.track.kind != TrackKind::camera;
 }
 
 /// The spans with a margin for rounding around each; overlapping ones are merged.
@@ -116,23 +71,44 @@ public:
             m_spans.push_back(kept.span);
     }
 
+    /// The graph of one piece.
+    PictureGraph(
+        const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings, const Piece& piece)
+        : m_project(project)
+        , m_inputs(inputs)
+        , m_settings(settings)
+        , m_piece(&piece)
+        , m_width(static_cast<double>(settings.size.width))
+        , m_height(static_cast<double>(settings.size.height))
+    {
+        for (const auto& part : piece.parts)
+            m_spans.push_back(shownOf(part));
+    }
+
     std::string text()
     {
         const auto zooms = zoomEvents();
-        addClips();
+        const bool zoomed = m_piece ? m_piece->zoomed : !zooms.empty();
+        if (m_piece)
+            addStretch();
+        else
+            addClips();
         // Zooms count frames: none may be missing before them.
-        if (zooms.empty())
+        if (!zoomed)
             dropCutFrames();
         step(assFilter(m_settings.annotations), "annotated");
         addImages();
-        if (!zooms.empty()) {
+        if (zoomed) {
             addZooms(zooms);
             dropCutFrames();
         }
         addCamera();
         if (m_project.edit.sharpen)
             step("unsharp=5:5:0.35:3:3:0", "sharp");
-        addKeptSpans();
+        if (m_piece)
+            addParts();
+        else
+            addKeptSpans();
         return m_chains.text();
     }
 
@@ -145,7 +121,7 @@ private:
         constexpr double margin = 1.5; // Frames.
         const auto stretches = widened(m_spans, margin / static_cast<double>(m_settings.fps));
         const bool keepsAll = stretches.empty()
-            || (stretches.size() == 1 && stretches[0].start <= 0 && stretches[0].end >= m_project.duration);
+            || (stretches.size() == 1 && (m_piece || (stretches[0].start <= 0 && stretches[0].end >= m_project.duration)));
         if (!keepsAll)
             step(std::format("select='{}'", within(stretches)), "shown");
     }
@@ -155,6 +131,39 @@ private:
     {
         m_chains.add(std::format("{}{}[{}]", current(), filters, name));
         m_current = std::move(name);
+    }
+
+    /// Where the frames of a part lie on the recording timeline, in seconds.
+    TimeSpan shownOf(const PiecePart& part) const
+    {
+        const auto rate = static_cast<double>(m_settings.fps);
+        const bool ends = part.last == truncated(std::round(part.kept.span.end * rate));
+        return {part.first == part.spanFirst ? part.kept.span.start : static_cast<double>(part.first) / rate,
+            ends ? part.kept.span.end : static_cast<double>(part.last) / rate};
+    }
+
+    /// The filters that bring the picture of an input to the size and the rate of the output. `start` is the expression of
+    /// its first timestamp.
+    std::string fitted(std::size_t input, const std::string& start) const
+    {
+        const auto width = m_settings.size.width;
+        const auto height = m_settings.size.height;
+        return std::format("[{}:v]scale={}:{}:force_original_aspect_ratio=decrease,"
+                           "pad={}:{}:(ow-iw)/2:(oh-ih)/2:color=black,setsar=1,setpts=PTS-{},fps={},"
+                           "tpad=stop_mode=clone:stop_duration={}",
+            input, width, height, width, height, start, m_settings.fps, durationText(std::max(m_project.duration, 0.0)));
+    }
+
+    /// The frames from the first of a piece to its last, at their times in the recording.
+    void addStretch()
+    {
+        const auto clip = std::ranges::find_if(m_inputs, [](const Input& input) { return isVisibleVideo(input.track); });
+        const auto input = static_cast<std::size_t>(clip - m_inputs.begin());
+        m_chains.add(std::format("{},trim=start_pts={}:end_pts={}{}", fitted(input, numberText(clip->firstTimestamp)),
+            m_piece->first(), m_piece->last(), label("source", 0)));
+        // Also one clip passes through here in the whole film, which sets the time base.
+        m_current = "base";
+        m_chains.add(std::format("{}concat=n=1:v=1:a=0{}", label("source", 0), current()));
     }
 
     void addClips()
@@ -188,11 +197,8 @@ private:
                 ++n;
                 continue;
             }
-            m_chains.add(std::format("[{}:v]scale={}:{}:force_original_aspect_ratio=decrease,"
-                                     "pad={}:{}:(ow-iw)/2:(oh-ih)/2:color=black,setsar=1,setpts=PTS-STARTPTS,fps={},"
-                                     "tpad=stop_mode=clone:stop_duration={},trim=duration={}{}{}",
-                i, width, height, width, height, m_settings.fps, durationText(std::max(m_project.duration, 0.0)),
-                durationText(length), fades("fade", fade, length), label("source", n)));
+            m_chains.add(std::format("{},trim=duration={}{}{}", fitted(i, "STARTPTS"), durationText(length),
+                fades("fade", fade, length), label("source", n)));
             ++n;
         }
         m_current = "base";
@@ -215,7 +221,7 @@ private:
         for (const auto& overlay : m_project.edit.overlays) {
             if (overlay.kind != Overlay::Kind::image)
                 continue;
-            const std::size_t input = m_inputs.size() + 1 + n;
+            const std::size_t input = m_inputs.size() + (m_piece ? 0 : 1) + n; // Behind the mix.
             const auto width = truncated(overlay.width * m_width);
             m_chains.add(std::format("[{}:v]scale={}{}", input, imageSize(width), label("image", n)));
             m_chains.add(std::format("{}{}overlay=x={}:y={}:enable='between(t,{},{})':shortest=0{}", current(),
@@ -237,11 +243,14 @@ private:
 
     void addZooms(std::span<const PointerEvent> zooms)
     {
-        const auto expression = ZoomExpression::make(zooms, m_project.duration, m_settings.fps);
+        const std::int64_t first = m_piece ? m_piece->first() : 0;
+        const auto expression = ZoomExpression::make(zooms, m_project.duration, m_settings.fps, first);
+        // The filter gives its first frame the time 0.
         step(
             std::format("zoompan=z='{}':x='max(0,min(iw-iw/zoom,({})-iw/zoom/2))':y='max(0,min(ih-ih/zoom,({})-ih/zoom/2))':"
-                        "d=1:s={}x{}:fps={}",
-                expression.zoom, expression.x, expression.y, m_settings.size.width, m_settings.size.height, m_settings.fps),
+                        "d=1:s={}x{}:fps={}{}",
+                expression.zoom, expression.x, expression.y, m_settings.size.width, m_settings.size.height, m_settings.fps,
+                first > 0 ? std::format(",setpts=PTS+{}", first) : ""),
             "zoomed");
     }
 
@@ -253,48 +262,11 @@ private:
         if (camera == m_inputs.end() || !edit.cameraVisible)
             return;
         const std::int64_t width = std::max<std::int64_t>(truncated(edit.cameraWidth * m_width) / 2 * 2, 2);
-        m_chains.add(std::format("[{}:v]setpts=PTS-STARTPTS,scale={}:-2[webcam]", camera - m_inputs.begin(), width));
+        m_chains.add(std::format("[{}:v]setpts=PTS-{},scale={}:-2[webcam]", camera - m_inputs.begin(),
+            m_piece ? numberText(camera->firstTimestamp) : "STARTPTS", width));
         step(std::format("[webcam]overlay=x={}:y={}:eof_action=pass:repeatlast=0", numberText(edit.cameraX * m_width),
                  numberText(edit.cameraY * m_height)),
             "withcam");
-    }
-
-    /// The filters that route one stream to the branches of the kept spans.
-    struct Splitting {
-        std::string_view split, trim;
-        char letter; ///< Of its labels.
-    };
-
-    /// Routes a stream to the branches of `spans`, numbered from `first`. `source` is its label and the filters before
-    /// the split.
-    ///
-    /// Every branch that has not ended receives every frame, and for each of these ffmpeg scans all filters: the cost
-    /// per frame would grow with the square of the number of spans. Many spans are therefore divided into groups that
-    /// receive only the frames from their first span to their last. The last group comes first, like the spans.
-    void addBranches(const std::string& source, const Splitting& by, std::span<const TimeSpan> spans, std::size_t first)
-    {
-        if (spans.size() <= mostBranches) {
-            m_chains.add(std::format("{}{}={}{}", source, by.split, spans.size(),
-                labels(std::format("{}branch", by.letter), spans.size(), first)));
-            return;
-        }
-        std::size_t size = mostBranches;
-        while (size * mostBranches < spans.size())
-            size *= mostBranches;
-        const auto groupLabel = [&](std::size_t from) {
-            return std::format("[{}branch{}to{}]", by.letter, first + from, first + std::min(from + size, spans.size()) - 1);
-        };
-        const std::size_t count = (spans.size() + size - 1) / size;
-        std::string groups;
-        for (std::size_t n = 0; n < count; ++n)
-            groups += groupLabel(n * size);
-        m_chains.add(std::format("{}{}={}{}", source, by.split, count, groups));
-        for (std::size_t n = count; n-- > 0;) {
-            const auto group = spans.subspan(n * size, std::min(size, spans.size() - n * size));
-            addBranches(std::format("{}{}=start={}:end={},", groupLabel(n * size), by.trim,
-                            durationText(group.front().start), durationText(group.back().end)),
-                by, group, first + n * size);
-        }
     }
 
     void addKeptSpans()
@@ -303,8 +275,8 @@ private:
         const std::size_t count = spans.size();
         m_chains.add(std::format("[{}:a]anull[mix]", m_inputs.size()));
         if (count > 1) {
-            addBranches(current(), {.split = "split", .trim = "trim", .letter = 'v'}, spans, 0);
-            addBranches("[mix]", {.split = "asplit", .trim = "atrim", .letter = 'a'}, spans, 0);
+            GraphText::addBranches(m_chains, current(), GraphText::pictureBranches, spans);
+            GraphText::addBranches(m_chains, "[mix]", GraphText::soundBranches, spans);
         }
         // The last span comes first: ffmpeg runs filters in the order of the text, so branches that do not want a frame
         // have released it when the one that does comes to fade it. No branch needs copies or a frame pool of its own.
@@ -316,8 +288,9 @@ private:
             m_chains.add(
                 std::format("{}trim=start={}:end={},setpts=PTS-STARTPTS{}{}", count > 1 ? label("vbranch", n) : current(),
                     start, end, fades("fade", m_kept[n].pictureFade, shown), label("v", n)));
-            m_chains.add(std::format("{}atrim=start={}:end={},asetpts=PTS-STARTPTS{}{}",
-                count > 1 ? label("abranch", n) : "[mix]", start, end, soundFades(m_kept[n], shown), label("a", n)));
+            m_chains.add(
+                std::format("{}atrim=start={}:end={},asetpts=PTS-STARTPTS{}{}", count > 1 ? label("abranch", n) : "[mix]",
+                    start, end, GraphText::soundFades(m_kept[n], shown), label("a", n)));
         }
         std::string joined;
         for (std::size_t n = 0; n < count; ++n)
@@ -331,6 +304,36 @@ private:
             m_chains.add(std::format("{}{}[vout]", picture, last));
     }
 
+    /// The fades of a span that a part shows something of.
+    std::string fadesOf(const PiecePart& part) const
+    {
+        const auto rate = static_cast<double>(m_settings.fps);
+        const double length = std::max(part.kept.span.end - part.kept.span.start, 0.0);
+        const double fade = part.kept.pictureFade;
+        std::string result;
+        if (!(fade >= shortestTime))
+            return result;
+        if (static_cast<double>(part.first - part.spanFirst) / rate < fade)
+            result += std::format(",fade=t=in:d={}", durationText(fade));
+        if (static_cast<double>(part.last - part.spanFirst) / rate > length - fade)
+            result += std::format(",fade=t=out:st={}:d={}", durationText(length - fade), durationText(fade));
+        return result;
+    }
+
+    /// The parts of a piece, joined. Their fades count from the first frame of their spans.
+    void addParts()
+    {
+        const auto& parts = m_piece->parts;
+        if (parts.size() > 1)
+            GraphText::addBranches(m_chains, current(), GraphText::pictureBranches, m_spans);
+        for (std::size_t n = parts.size(); n-- > 0;) {
+            m_chains.add(std::format("{}trim=start={}:end={},setpts=PTS-round({}/{}/TB){},setpts=PTS-STARTPTS{}",
+                parts.size() > 1 ? label("vbranch", n) : current(), durationText(m_spans[n].start),
+                durationText(m_spans[n].end), parts[n].spanFirst, m_settings.fps, fadesOf(parts[n]), label("v", n)));
+        }
+        m_chains.add(std::format("{}concat=n={}:v=1:a=0[vout]", labels("v", parts.size()), parts.size()));
+    }
+
     /// Burns an Advanced SubStation Alpha document in.
     static std::string assFilter(const std::filesystem::path& document)
     {
@@ -340,6 +343,7 @@ private:
     const VideoProject& m_project;
     std::span<const Input> m_inputs;
     const PictureSettings& m_settings;
+    const Piece* m_piece = nullptr; ///< Null for the whole film.
     double m_width;
     double m_height;
     std::vector<KeptSpan> m_kept;
@@ -379,59 +383,15 @@ bool isVisibleVideo(const MediaTrack& track)
     return track.kind == TrackKind::screen || track.kind == TrackKind::clip;
 }
 
-std::string audioMix(const VideoProject& project, std::span<const Input> inputs, double delay)
-{
-    const auto& edit = project.edit;
-    const std::string duration = durationText(project.duration);
-    // The normaliser can end up to a tenth of a second early and leaves a gap in the timestamps there.
-    const std::string punctual = std::format(
-        ",asetpts=N/SR/TB,apad,atrim=start={}:duration={},asetpts=PTS-STARTPTS[mix]", durationText(delay), duration);
-    Chains chains;
-    std::size_t count = 0;
-    for (std::size_t i = 0; i < inputs.size(); ++i) {
-        if (!isMixed(inputs[i]))
-            continue;
-        const auto& track = inputs[i].track;
-        std::string clean;
-        if (track.kind == TrackKind::microphone && edit.noiseReduction)
-            clean += ",highpass=f=70,afftdn=nf=-30:nr=8";
-        if (track.kind == TrackKind::microphone && edit.normalizeVoice)
-            clean += ",loudnorm=I=-16:TP=-1.5:LRA=11";
-        chains.add(std::format("[{}:a]aresample=48000:async=1:first_pts=0,aformat=sample_fmts=fltp:channel_layouts=stereo,"
-                               "asetpts=PTS-STARTPTS,volume={}{},adelay={}:all=1{}",
-            i, numberText(track.volume), clean, truncated(std::max(track.start, 0.0) * 1000), label("voice", count)));
-        ++count;
-    }
-    if (count > 0) {
-        chains.add(
-            std::format("{}amix=inputs={}:duration=longest:normalize=0,alimiter=limit=0.98:level=0,apad,atrim=duration={}{}",
-                labels("voice", count), count, duration, punctual));
-    } else {
-        chains.add(std::format("anullsrc=r=48000:cl=stereo,atrim=duration={}[mix]", duration));
-    }
-    return chains.text();
-}
-
 std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings)
 {
     return PictureGraph(project, inputs, settings).text();
 }
 
-std::string sound(const VideoProject& project, std::int64_t fps)
+std::string piecePicture(
+    const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings, const Piece& piece)
 {
-    const auto kept = keptSpans(project, fps);
-    Chains chains;
-    chains.add(std::format("[0:a]asplit={}{}", kept.size(), labels("abranch", kept.size())));
-    std::string joined;
-    for (std::size_t n = 0; n < kept.size(); ++n) {
-        const auto& span = kept[n].span;
-        chains.add(
-            std::format("{}atrim=start={}:end={},asetpts=PTS-STARTPTS{}{}", label("abranch", n), durationText(span.start),
-                durationText(span.end), soundFades(kept[n], std::max(span.duration(), 0.0)), label("a", n)));
-        joined += label("a", n);
-    }
-    chains.add(std::format("{}concat=n={}:v=0:a=1[aout]", joined, kept.size()));
-    return chains.text();
+    return PictureGraph(project, inputs, settings, piece).text();
 }
 
 std::string escapedPath(std::string_view path)

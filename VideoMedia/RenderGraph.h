@@ -13,12 +13,16 @@
 /// Filter graphs of an export, in the syntax of ffmpeg filter scripts. Pure functions.
 namespace orvo::RenderGraph {
 
+struct Piece;
+
 /// One input file of a render. Its position in the list is its input index.
 struct Input {
     MediaTrack track;
     std::filesystem::path file;
     bool hasAudio = false;
     bool hasVideo = true; ///< A clip without video shows black while it is heard.
+    /// Timestamp of the first frame in the time base of its stream, for pieces: they begin elsewhere in the file.
+    std::int64_t firstTimestamp = 0;
 };
 
 /// The size of a render in pixels, both even.
@@ -60,6 +64,13 @@ struct PictureSettings {
 /// The graph that produces "[vout]" and "[aout]". Its inputs are `inputs`, then the mixed audio, then one image for
 /// each image overlay in document order. Drops frames inside cuts as early as possible.
 std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings);
+
+/// The graph that produces "[vout]" with the frames of one piece, which begin at 0: the same ones that `picture` has at its
+/// place. `inputs` are those with a picture that is seen: one screen or clip, and the camera. They are read from any key
+/// frame before the piece, with the timestamps of their files. After them comes one image for each image overlay of
+/// `project`, which is what `shownIn` returns.
+std::string piecePicture(
+    const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings, const Piece& piece);
 
 /// The graph that produces "[aout]" from its only input, the mixed audio, as `picture` does.
 std::string sound(const VideoProject& project, std::int64_t fps);

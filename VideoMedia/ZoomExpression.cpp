@@ -21,16 +21,15 @@ struct Zoom {
     double y;
 };
 
-/// The expressions of zoom points, nested, the last one outermost.
-ZoomExpression chain(std::span<const Zoom> zooms, const std::string& rate)
+/// The expressions of zoom points, nested, the last one outermost. `clock` is the expression of the time.
+ZoomExpression chain(std::span<const Zoom> zooms, const std::string& clock)
 {
     ZoomExpression result{.zoom = "1", .x = "iw/2", .y = "ih/2"};
     for (const auto& zoom : zooms) {
         const std::string start = numberText(zoom.start);
         const std::string end = numberText(zoom.end);
-        const std::string within = std::format("between(on/{},{},{})", rate, start, end);
-        const std::string ramp =
-            std::format("min(1,max(0,(on/{0}-{1})/0.25))*min(1,max(0,({2}-on/{0})/0.25))", rate, start, end);
+        const std::string within = std::format("between({},{},{})", clock, start, end);
+        const std::string ramp = std::format("min(1,max(0,({0}-{1})/0.25))*min(1,max(0,({2}-{0})/0.25))", clock, start, end);
         result.zoom = std::format("if({},1+{}*{},{})", within, numberText(zoom.gain), ramp, result.zoom);
         result.x = std::format("if({},iw*{},{})", within, numberText(zoom.x), result.x);
         result.y = std::format("if({},ih*{},{})", within, numberText(zoom.y), result.y);
@@ -45,7 +44,7 @@ struct Stretch {
 };
 
 /// Divides a long list into time ranges, each with a chain of the zoom points that can apply in it.
-std::vector<Stretch> stretches(std::span<const Zoom> zooms, const std::string& rate)
+std::vector<Stretch> stretches(std::span<const Zoom> zooms, const std::string& clock)
 {
     std::vector<Stretch> result;
     std::vector<Zoom> open; // Zoom points of earlier ranges that reach into the present one.
@@ -63,26 +62,27 @@ std::vector<Stretch> stretches(std::span<const Zoom> zooms, const std::string& r
             reaching.erase(reaching.begin(), reaching.end() - static_cast<std::ptrdiff_t>(deepestChain / 2));
         open = reaching;
         open.insert(open.end(), fresh.begin(), fresh.end());
-        result.push_back({.start = start, .expression = chain(open, rate)});
+        result.push_back({.start = start, .expression = chain(open, clock)});
     }
     return result;
 }
 
 /// Selects a range by bisection on the time.
-std::string choose(std::span<const Stretch> parts, std::string ZoomExpression::* field, const std::string& rate)
+std::string choose(std::span<const Stretch> parts, std::string ZoomExpression::* field, const std::string& clock)
 {
     if (parts.size() == 1)
         return parts.front().expression.*field;
     const auto middle = parts.size() / 2;
-    return std::format("if(lt(on/{},{}),{},{})", rate, numberText(parts[middle].start),
-        choose(parts.first(middle), field, rate), choose(parts.subspan(middle), field, rate));
+    return std::format("if(lt({},{}),{},{})", clock, numberText(parts[middle].start),
+        choose(parts.first(middle), field, clock), choose(parts.subspan(middle), field, clock));
 }
 
 } // namespace
 
-ZoomExpression ZoomExpression::make(std::span<const PointerEvent> events, double duration, std::int64_t fps)
+ZoomExpression ZoomExpression::make(
+    std::span<const PointerEvent> events, double duration, std::int64_t fps, std::int64_t first)
 {
-    const std::string rate = numberText(fps);
+    const std::string clock = (first == 0 ? "on" : std::format("(on+{})", first)) + "/" + numberText(fps);
     std::vector<Zoom> zooms;
     zooms.reserve(events.size());
     for (const auto& event : events) {
@@ -93,11 +93,11 @@ ZoomExpression ZoomExpression::make(std::span<const PointerEvent> events, double
             .y = event.y});
     }
     if (zooms.size() <= deepestChain)
-        return chain(zooms, rate);
-    const auto parts = stretches(zooms, rate);
-    return {.zoom = choose(parts, &ZoomExpression::zoom, rate),
-        .x = choose(parts, &ZoomExpression::x, rate),
-        .y = choose(parts, &ZoomExpression::y, rate)};
+        return chain(zooms, clock);
+    const auto parts = stretches(zooms, clock);
+    return {.zoom = choose(parts, &ZoomExpression::zoom, clock),
+        .x = choose(parts, &ZoomExpression::x, clock),
+        .y = choose(parts, &ZoomExpression::y, clock)};
 }
 
 } // namespace orvo

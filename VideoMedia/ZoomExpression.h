@@ -17,8 +17,10 @@ struct ZoomExpression {
     /// `zooms` in ascending time order; where two overlap, the later one applies. `duration` is that of the recording,
     /// in seconds.
     ///
-    /// Each zoom point ramps to its magnification and back within a quarter of a second at its ends.
-    static ZoomExpression make(std::span<const PointerEvent> zooms, double duration, std::int64_t fps);
+    /// Each zoom point ramps to its magnification and back within a quarter of a second at its ends. `first` is the frame of
+    /// the recording that the first frame of the filter shows.
+    static ZoomExpression make(
+        std::span<const PointerEvent> zooms, double duration, std::int64_t fps, std::int64_t first = 0);
 };
 
 } // namespace orvo

@@ -46,6 +46,7 @@ struct ExportArguments {
     std::string from;
     std::string to;
     bool burnIn = false;
+    bool whole = false;
     bool force = false;
 };
 
@@ -85,6 +86,7 @@ ExportSettings settingsOf(const ExportArguments& arguments, const VideoProject& 
     }
     settings.subtitles = subtitleCues("--subtitles", arguments.subtitles);
     settings.burnIn = arguments.burnIn;
+    settings.isWhole = arguments.whole;
     if (settings.burnIn && settings.subtitles == SubtitleCues::none)
         throw UsageError("--burn-in necesita subtítulos: escribe --subtitles words o --subtitles phrases.");
     if (!arguments.fps.empty())
@@ -207,6 +209,9 @@ void addExportCommand(CLI::App& app, Session& session)
             command.option("--subtitles", "CLASE", arguments.subtitles,
                 "words (palabra a palabra), phrases (frases) o none (ninguno); words si no se indica.");
             command.flag("--burn-in", arguments.burnIn, "Muestra los subtítulos también en la imagen.");
+            command.flag("--whole", arguments.whole,
+                "Genera el vídeo de una vez, sin guardar ni aprovechar los trozos que no cambian de una exportación a "
+                "otra.");
             command.flag("--force", arguments.force, "Reemplaza el archivo que haya sin preguntar.");
         },
         exportProject);

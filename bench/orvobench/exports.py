@@ -1,5 +1,6 @@
 """Exports by orvo beside ffmpeg's plain transcode of the same screen file, and beside melt."""
 
+import json
 import os
 import shutil
 import subprocess
@@ -17,6 +18,8 @@ MEMORY = 1.3  # At most, against the plain transcode.
 # By the clock, at most, against encoding the finished pictures once more: what a user waits for beside the encoder.
 TIME_OF_CUTS, TIME_OF_EFFECTS, TIME_OF_SHARPENING, TIME_OF_PUBLICATION = 1.08, 1.35, 1.5, 1.6
 OWN_SHARE, OWN_MEMORY = 1.0, 50.0  # Per cent of an export's time, MB: below.
+SECOND_EXPORT = 0.15  # At most, against the first one.
+LARGER, SIMILAR = 1.1, 0.99  # The size of a film in pieces, at most, and the similarity of each frame, at least, to the whole film.
 GROWTH = 1.1  # At most: cost of a frame in a recording twelve times as long.
 
 
@@ -38,6 +41,8 @@ class Exporter:
         shutil.rmtree(folder, ignore_errors=True)
         install(programs, folder)
         (folder / "library").mkdir()
+        self.target = folder / "ours.mp4"
+        self.environment = {"ORVO_LIBRARY": str(folder / "library"), "XDG_CACHE_HOME": str(folder / "cache")}
 
     def add(self, recording, edit):
         """Puts a project into the library; returns its identifier."""
@@ -49,22 +54,32 @@ class Exporter:
                 _link(file, target)
         return project["id"]
 
-    def run(self, identifier, cores=None):
-        """Exports a project, on some cores or on all; returns what it cost and the number of frames it made."""
-        target = self.folder / "ours.mp4"
-        target.unlink(missing_ok=True)  # A film that is there would be taken over.
+    def run(self, identifier, cores=None, options=(), keep=False):
+        """Exports a project, on some cores or on all, without pieces of earlier exports unless they are to be kept; returns what
+        it cost and the number of frames it made."""
+        self.target.unlink(missing_ok=True)  # A film that is there would be taken over.
+        if not keep:
+            shutil.rmtree(self.folder / "cache", ignore_errors=True)
         limit = ["taskset", "-c", ",".join(map(str, cores))] if cores else []
-        cost = measure.run([*limit, self.folder / "bin/orvo", "export", identifier, target, "--json"],
-                           self.folder / "runs.jsonl", ORVO_LIBRARY=str(self.folder / "library"))
-        return cost, _frames(target)
+        cost = measure.run([*limit, self.folder / "bin/orvo", "export", identifier, self.target, "--json", *options],
+                           self.folder / "runs.jsonl", **self.environment)
+        return cost, _frames(self.target)
+
+    def correct(self, identifier):
+        """Moves the beginning of a cut in the middle of a project, by no whole number of frames."""
+        file = self.folder / "library" / identifier / "project.json"
+        project = json.loads(file.read_text())
+        cuts = project["edit"]["cuts"]
+        cuts[len(cuts) // 2]["start"] -= 0.137
+        file.write_text(json.dumps(project, indent=2, sort_keys=True, ensure_ascii=False))
 
     def package(self, identifier):
         """Renders a project and makes its streaming package, as a publication does; returns what it cost."""
         (self.folder / "ours.mp4").unlink(missing_ok=True)
         target = self.folder / "package"
-        shutil.rmtree(target, ignore_errors=True)
-        return measure.run([self.folder / "bin/orvo", "package", identifier, target, "--json"],
-                           ORVO_LIBRARY=str(self.folder / "library"))
+        for left in (target, self.folder / "cache"):
+            shutil.rmtree(left, ignore_errors=True)
+        return measure.run([self.folder / "bin/orvo", "package", identifier, target, "--json"], **self.environment)
 
 
 def plain_transcode(recording, encoder, folder):
@@ -109,6 +124,7 @@ def rows(programs, folder, cache, seconds, runs, long, say):
         f"every effect, sharpening and two images, {usual} cuts": (replace(effects, sharpen=True, images=2), TIME_OF_SHARPENING),
     }
     publications = []
+    pieces = Pieces()
     scaling = {1: [], 2: []}
     cores = sorted(os.sched_getaffinity(0))
     costs = {name: [] for name in ("plain", "melt", *variants)}
@@ -124,6 +140,8 @@ def rows(programs, folder, cache, seconds, runs, long, say):
         say(f"round {number + 1} of {runs}: publication")
         identifier = exporter.add(recording, effects)
         publications.append((exporter.package(identifier).wall, exporter.run(identifier)[0].wall))
+        say(f"round {number + 1} of {runs}: a corrected cut")
+        pieces.measure(exporter, exporter.add(recording, effects))
         if len(cores) > 1:
             say(f"round {number + 1} of {runs}: one core and two")
             for count, walls in scaling.items():
@@ -146,6 +164,7 @@ def rows(programs, folder, cache, seconds, runs, long, say):
     ours, alone = zip(*publications)
     result.append(Row("publication with every effect, render and three steps: time", "s", list(ours), list(alone),
                       "the render alone", at_most=TIME_OF_PUBLICATION))
+    result += pieces.rows()
     if scaling[1]:
         result += _scaling(scaling[1], scaling[2])
     result += _with_film(Exporter(programs, folder / "film"), material.with_film(cache, recording), (few, usual, many), encoder,
@@ -154,6 +173,45 @@ def rows(programs, folder, cache, seconds, runs, long, say):
         result += _growth(exporter, material.repeated(cache, recording, 12), usual, costs[f"cuts alone, {usual}"], say)
     shutil.rmtree(folder)
     return result
+
+
+class Pieces:
+    """A film in pieces: exported again after one corrected cut, and beside the film that is rendered whole."""
+
+    def __init__(self):
+        self.first, self.second, self.sizes, self.similarities = [], [], [], []
+
+    def measure(self, exporter, identifier):
+        self.first.append(exporter.run(identifier)[0])
+        whole = exporter.folder / "whole.mp4"
+        exporter.target.rename(exporter.folder / "pieces.mp4")
+        exporter.run(identifier, options=["--whole"], keep=True)
+        exporter.target.rename(whole)
+        self.sizes.append([film.stat().st_size / 1e6 for film in (exporter.folder / "pieces.mp4", whole)])
+        self.similarities.append(_similarity(exporter.folder / "pieces.mp4", whole))
+        exporter.correct(identifier)
+        self.second.append(exporter.run(identifier, keep=True)[0])
+
+    def rows(self):
+        def values(costs, figure):
+            return [getattr(cost, figure) for cost in costs]
+
+        result = [Row(f"second export after one corrected cut, every effect: {what}", "s", values(self.second, figure),
+                      values(self.first, figure), "the first one", at_most=SECOND_EXPORT)
+                  for what, figure in (("time", "wall"), ("processor time", "cpu"))]
+        ours, theirs = map(list, zip(*self.sizes))
+        result.append(Row("film in pieces, every effect: size", "MB", ours, theirs, "the whole film", at_most=LARGER))
+        result.append(Row("film in pieces, every effect: least structural similarity of a frame to the whole film", "",
+                          self.similarities, at_least=SIMILAR))
+        return result
+
+
+def _similarity(film, other):
+    """The least structural similarity of two frames at one place."""
+    figures = film.with_suffix(".ssim")
+    subprocess.run(["ffmpeg", "-v", "error", "-i", film, "-i", other, "-filter_complex",
+                    f"[0:v][1:v]ssim=stats_file={figures}", "-f", "null", "-"], check=True)
+    return min(float(line.split("All:")[1].split()[0]) for line in figures.read_text().splitlines())
 
 
 def _with_film(exporter, recording, counts, encoder, runs, say):
@@ -226,11 +284,19 @@ def _growth(exporter, recording, cuts, short, say):
 
 
 def _encoder_of(cost):
-    """The encoder settings of the render, for the peers to use the same."""
-    words = next(run["arguments"] for run in cost.ffmpeg_runs if "-progress" in run["arguments"])
-    settings = words[words.index("-c:v") : words.index("-t", words.index("-c:v"))]
+    """The encoder settings of picture and sound, for the peers to use the same."""
+    picture = next(run["arguments"] for run in cost.ffmpeg_runs if "-c:v" in run["arguments"] and "-progress" in run["arguments"])
+    start = picture.index("-c:v")
+    settings = picture[start : min(picture.index(word, start) for word in ("-c:a", "-progress") if word in picture)]
     if settings[1] != "libx264":
         raise SystemExit(f"orvo encodes with {settings[1]} here; the peers are set up for libx264")
+    for own in ("-force_key_frames", "-threads"):  # They depend on where pieces begin, and on how many are made at a time.
+        if own in settings:
+            at = settings.index(own)
+            del settings[at : at + 2]
+    settings += ["-force_key_frames", "expr:gte(t,n_forced*6)"]
+    sound = next(run["arguments"] for run in cost.ffmpeg_runs if "aac" in run["arguments"])
+    settings += sound[sound.index("-c:a") : sound.index("-t", sound.index("-c:a"))]
     return settings
 
 

@@ -7,12 +7,21 @@
 #include "VideoMedia/ExportService.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 
+#include <cstdlib>
+
 namespace orvo::test {
 
-/// A project of small media that is rendered for real.
+/// A project of small media that is rendered for real, with a cache of its own.
 class ExportFixture : public ProjectFixture {
 protected:
-    using ProjectFixture::ProjectFixture;
+    explicit ExportFixture(const std::string& libraryName = "library", double duration = 4)
+        : ProjectFixture(libraryName, duration)
+    {
+        ::setenv("XDG_CACHE_HOME", cacheHome().c_str(), 1);
+    }
+    ~ExportFixture() override { ::unsetenv("XDG_CACHE_HOME"); }
+
+    std::filesystem::path cacheHome() const { return caches / "home"; }
 
     /// A project that shows nothing of its own over its picture and cleans nothing in its sound.
     void makePlain()
@@ -37,6 +46,7 @@ protected:
         return failureOf([&] { ExportService::exportVideo(project, store, destination, {}, probeService); });
     }
 
+    TemporaryFolder caches; ///< Fonts are noted there, too.
     FfprobeMediaProbe probeService;
     ProgressCallback progress;
 };

@@ -118,7 +118,9 @@ TEST_F(ExportTiming, PictureAndSoundStayTogetherOverFiftyCuts)
     for (std::size_t i = 0; i < 60; ++i) {
         EXPECT_NEAR(flashes[i], clicks[i], 0.020) << "second " << i;
         const auto expected = Timeline::outputTime(static_cast<double>(i), project.edit.cuts, project.duration);
-        EXPECT_NEAR(flashes[i], *expected, frameLength) << "second " << i;
+        // A window may begin one and a half frames off its exact time, so that an edit moves few others; its joints and
+        // their beginnings in the recording are rounded.
+        EXPECT_NEAR(flashes[i], *expected, 2.5 * frameLength) << "second " << i;
     }
 }
 

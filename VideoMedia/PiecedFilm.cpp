@@ -1,0 +1,501 @@
+#include "VideoMedia/PiecedFilm.h"
+
+#include "VideoCore/Error.h"
+#include "VideoCore/FileIO.h"
+#include "VideoMedia/Cores.h"
+#include "VideoMedia/ExportFormats.h"
+#include "VideoMedia/ExportService.h"
+#include "VideoMedia/FileState.h"
+#include "VideoMedia/HlsLadder.h"
+#include "VideoMedia/NumberText.h"
+#include "VideoMedia/OverlayImage.h"
+#include "VideoMedia/PieceFile.h"
+#include "VideoMedia/Sha256.h"
+
+#include <algorithm>
+#include <atomic>
+#include <charconv>
+#include <cmath>
+#include <condition_variable>
+#include <exception>
+#include <format>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <mutex>
+#include <ranges>
+#include <set>
+#include <string_view>
+#include <system_error>
+#include <thread>
+
+namespace orvo {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int renderer = 1; ///< Increment when the same recipe makes other frames.
+constexpr std::int64_t shortestFilm = 30; ///< Seconds; a shorter one is rendered whole.
+
+/// Seconds before the first frame of a piece where reading begins: frames are stored in another order than they are shown.
+constexpr double readAhead = 0.5;
+
+/// The number after the last `name` in the output of ffmpeg.
+std::optional<std::int64_t> lastNumber(std::string_view output, std::string_view name)
+{
+    const auto at = output.rfind(name);
+    if (at == output.npos)
+        return std::nullopt;
+    output.remove_prefix(at + name.size());
+    output.remove_prefix(std::min(output.find_first_not_of(' '), output.size()));
+    std::int64_t value = 0;
+    const auto [end, error] = std::from_chars(output.data(), output.data() + output.size(), value);
+    return error == std::errc() ? std::optional(value) : std::nullopt;
+}
+
+/// The timestamp of the first frame of a file. Returns nullopt for files other than H.264 in a container of the QuickTime
+/// family: after a jump, others do not all give the timestamps that they give from their beginning.
+std::optional<std::int64_t> firstTimestamp(
+    const PiecedFilm::Source& source, const fs::path& ffmpeg, const std::stop_token& stop)
+{
+    try {
+        const std::string output = ProcessRunner::run(ffmpeg,
+            {"-hide_banner", "-nostdin", "-copyts", "-threads", "1", "-i", source.input.file.string(), "-filter_complex",
+                "[0:v]showinfo[out]", "-map", "[out]", "-frames:v", "1", "-fps_mode", "passthrough", "-f", "null", "-"},
+            {}, 0, stop);
+        constexpr std::string_view videoStream = "Video: ";
+        const auto video = output.find(videoStream);
+        if (!output.contains("Input #0, mov,") || video == output.npos
+            || !std::string_view(output).substr(video + videoStream.size()).starts_with("h264"))
+            return std::nullopt;
+        return lastNumber(output, " n:   0 pts:");
+    } catch (const Error&) {
+        return std::nullopt; // Rendering the film reports what is wrong with it.
+    }
+}
+
+/// Memory that programs may take without driving others out, in bytes; a large number if the system does not tell.
+std::int64_t availableMemory()
+{
+    std::ifstream facts("/proc/meminfo");
+    for (std::string line; std::getline(facts, line);) {
+        if (const auto kilobytes = lastNumber(line, "MemAvailable:"))
+            return *kilobytes * 1024;
+    }
+    return std::numeric_limits<std::int64_t>::max();
+}
+
+/// How many runs make pieces side by side. One encoder uses a few cores well, and each run keeps many frames.
+int sideBySide(const RenderGraph::FrameSize& size)
+{
+    constexpr int coresPerRun = 4;
+    constexpr int mostRuns = 8;
+    constexpr std::int64_t bytesPerPixel = 250; // Of a run with every effect.
+    const auto allowed = availableMemory() / 2 / (bytesPerPixel * size.width * size.height);
+    return static_cast<int>(
+        std::clamp<std::int64_t>(std::min<std::int64_t>(availableCores() / coresPerRun, allowed), 1, mostRuns));
+}
+
+std::string quoted(const fs::path& file)
+{
+    std::string result = "'";
+    for (const char c : file.string())
+        result += c == '\'' ? "'\\''" : std::string(1, c);
+    return result + "'";
+}
+
+} // namespace
+
+/// One rendering: the state that its threads share.
+class PiecedFilm::Run {
+public:
+    Run(const PiecedFilm& film, const fs::path& work, PieceCache& cache, const std::stop_token& stop)
+        : m_recipe(film.m_recipe)
+        , m_pieces(film.m_pieces)
+        , m_work(work)
+        , m_cache(cache)
+        , m_onStop(stop, [this] { m_stop.request_stop(); })
+        , m_runs(sideBySide(m_recipe.size))
+        , m_version(ProcessRunner::run(m_recipe.ffmpeg, {"-version"}, {}, 0, stop))
+        , m_facts(m_pieces.size())
+        , m_done(m_pieces.size())
+    {
+    }
+
+    /// Makes all pieces and the audio. `progress` receives 0..1.
+    void makeAll(const MakeSound& sound, const ProgressCallback& progress)
+    {
+        std::vector<std::jthread> threads;
+        const auto start = [&](std::function<void()> job) {
+            {
+                const std::lock_guard lock(m_mutex);
+                ++m_running;
+            }
+            threads.emplace_back([this, job = std::move(job)] { guard(job); });
+        };
+        plan();
+        start([this, &sound] { sound(soundFile(), m_stop.get_token()); });
+        const auto count = std::min(static_cast<std::size_t>(m_runs), m_groups.size());
+        for (std::size_t i = 0; i < count; ++i)
+            start([this] { makeGroups(); });
+        follow(progress);
+        threads.clear();
+        if (m_failure)
+            std::rethrow_exception(m_failure);
+        if (m_stop.stop_requested())
+            throw Cancelled();
+    }
+
+    /// Whether every piece has its number of frames, and the decoder needs no other parameters for one than for another.
+    bool fits() const
+    {
+        for (std::size_t n = 0; n < m_pieces.size(); ++n) {
+            const auto& facts = m_facts[n];
+            if (facts.frames != m_pieces[n].length() || facts.parameters.empty()
+                || facts.parameters != m_facts.front().parameters)
+                return false;
+        }
+        return true;
+    }
+
+    /// Joins pieces and audio without encoding anything again. Returns whether the result has all frames.
+    bool join(const fs::path& target) const
+    {
+        std::string list = "ffconcat version 1.0\n";
+        for (std::size_t n = 0; n < m_pieces.size(); ++n) {
+            const double seconds = static_cast<double>(m_pieces[n].length()) / static_cast<double>(m_recipe.fps);
+            list += std::format("file {}\nduration {}\n", quoted(pieceFile(n)), durationText(seconds));
+        }
+        writeFileAtomically(m_work / "pieces.txt", list);
+        // Pieces are joined at microseconds: rounding to frames keeps what that leaves from adding up.
+        const auto onFrame = [&](std::string_view time) {
+            return std::format("round({0}*TB*{1})/(TB*{1})", time, m_recipe.fps);
+        };
+        Arguments arguments{"-hide_banner", "-y", "-nostdin", "-f", "concat", "-safe", "0", "-auto_convert", "0", "-i",
+            (m_work / "pieces.txt").string(), "-i", soundFile().string(), "-map", "0:v", "-map", "1:a", "-c", "copy",
+            "-bsf:v", std::format("setts=pts={}:dts={}", onFrame("PTS"), onFrame("DTS"))};
+        append(arguments, m_recipe.container);
+        append(arguments, {"-progress", "pipe:1", target.string()});
+        const std::string output = ProcessRunner::run(m_recipe.ffmpeg, arguments, {}, 0, m_stop.get_token());
+        return lastNumber(output, "\nframe=") == m_pieces.back().position + m_pieces.back().length();
+    }
+
+private:
+    fs::path pieceFile(std::size_t n) const { return m_work / std::format("piece{}.mp4", n); }
+    fs::path soundFile() const { return m_work / "sound.m4a"; }
+
+    /// Runs a thread's job. The first failure stops the others.
+    void guard(const std::function<void()>& job)
+    {
+        std::exception_ptr failure;
+        try {
+            job();
+        } catch (const Cancelled&) { // NOLINT(bugprone-empty-catch): another thread failed, or all are stopped.
+        } catch (...) {
+            failure = std::current_exception();
+        }
+        {
+            const std::lock_guard lock(m_mutex);
+            if (failure && !m_failure)
+                m_failure = failure;
+            --m_running;
+        }
+        m_changed.notify_one();
+        if (failure)
+            m_stop.request_stop();
+    }
+
+    /// Reports what the threads do until they have ended.
+    void follow(const ProgressCallback& progress)
+    {
+        const auto all = static_cast<double>(m_pieces.back().position + m_pieces.back().length());
+        double reported = -1;
+        std::unique_lock lock(m_mutex);
+        for (;;) {
+            double done = 0;
+            for (std::size_t n = 0; n < m_pieces.size(); ++n)
+                done += m_done[n] * static_cast<double>(m_pieces[n].length()) / all;
+            done = std::min(done, 1.0);
+            const bool running = m_running > 0;
+            if (progress && done > reported) {
+                reported = done;
+                lock.unlock();
+                progress(done);
+                lock.lock();
+            }
+            if (!running)
+                return;
+            m_changed.wait(lock, [&] { return m_running == 0 || m_hasNews; });
+            m_hasNews = false;
+        }
+    }
+
+    /// Notes what share of a group is done.
+    void setDone(const std::vector<std::size_t>& group, double share)
+    {
+        const std::int64_t begin = m_pieces[group.front()].position;
+        const auto length = m_pieces[group.back()].position + m_pieces[group.back()].length() - begin;
+        {
+            const std::lock_guard lock(m_mutex);
+            for (const auto n : group) {
+                const double done = share * static_cast<double>(length) - static_cast<double>(m_pieces[n].position - begin);
+                m_done[n] = std::clamp(done / static_cast<double>(m_pieces[n].length()), 0.0, 1.0);
+            }
+            m_hasNews = true;
+        }
+        m_changed.notify_one();
+    }
+
+    /// Takes the pieces that are kept and puts the others into groups that one run makes: those that follow one another are
+    /// read, drawn and encoded without a new beginning.
+    void plan()
+    {
+        std::vector<std::size_t> missing;
+        for (std::size_t n = 0; n < m_pieces.size(); ++n) {
+            if (m_stop.stop_requested())
+                throw Cancelled();
+            const auto shown = RenderGraph::shownIn(m_recipe.project, m_pieces[n], m_recipe.fps);
+            m_keys.push_back(keyOf(m_pieces[n], shown, annotationsOf(shown)));
+            if (m_cache.take(m_keys[n], pieceFile(n)) && isRight(n)) {
+                m_done[n] = 1;
+                continue;
+            }
+            std::error_code ignored;
+            fs::remove(pieceFile(n), ignored);
+            m_facts[n] = {};
+            missing.push_back(n);
+        }
+        constexpr std::size_t mostTogether = 6;
+        constexpr std::int64_t longestGap = 5; // Seconds that are cut and yet read.
+        const auto share = missing.size() / (2 * static_cast<std::size_t>(m_runs));
+        const auto together = m_runs == 1 ? mostTogether : std::clamp<std::size_t>(share, 1, mostTogether);
+        for (const auto n : missing) {
+            const bool follows = !m_groups.empty() && m_groups.back().size() < together && m_groups.back().back() + 1 == n
+                && m_pieces[n].first() - m_pieces[n - 1].last() <= longestGap * m_recipe.fps;
+            if (!follows)
+                m_groups.emplace_back();
+            m_groups.back().push_back(n);
+        }
+    }
+
+    void makeGroups()
+    {
+        for (std::size_t n = m_next++; n < m_groups.size(); n = m_next++) {
+            if (m_stop.stop_requested())
+                throw Cancelled();
+            encode(m_groups[n]);
+            for (const auto piece : m_groups[n])
+                keep(piece);
+            setDone(m_groups[n], 1);
+        }
+    }
+
+    /// Whether a piece has its number of frames.
+    bool isRight(std::size_t n)
+    {
+        m_facts[n] = PieceFile::factsOf(pieceFile(n));
+        return m_facts[n].frames == m_pieces[n].length();
+    }
+
+    void keep(std::size_t n)
+    {
+        if (m_facts[n].frames == 0 && isRight(n))
+            m_cache.keep(m_keys[n], pieceFile(n));
+    }
+
+    std::string annotationsOf(const VideoProject& shown) const
+    {
+        return ExportService::annotations(shown, m_recipe.size.width, m_recipe.size.height);
+    }
+
+    std::string graphOf(const RenderGraph::Piece& piece, const VideoProject& shown, const fs::path& annotations) const
+    {
+        std::vector<RenderGraph::Input> inputs;
+        for (const auto& source : m_recipe.sources)
+            inputs.push_back(source.input);
+        return RenderGraph::piecePicture(
+            shown, inputs, {.size = m_recipe.size, .fps = m_recipe.fps, .annotations = annotations}, piece);
+    }
+
+    /// The images of a piece, in document order.
+    std::vector<fs::path> imagesOf(const VideoProject& shown) const
+    {
+        std::vector<fs::path> images;
+        for (const auto& overlay : shown.edit.overlays) {
+            if (overlay.kind == Overlay::Kind::image)
+                images.push_back(m_recipe.images.at(overlay.content));
+        }
+        return images;
+    }
+
+    /// Stands for everything that the frames of a piece depend on: neither its place in the film nor where that puts its
+    /// key frames.
+    std::string keyOf(const RenderGraph::Piece& piece, const VideoProject& shown, const std::string& document) const
+    {
+        Sha256 sum;
+        const auto add = [&](std::string_view text) { sum.add(std::format("{}:{}\n", text.size(), text)); };
+        add(std::to_string(renderer));
+        add(m_version);
+        add(graphOf(piece, shown, "annotations.ass"));
+        add(document);
+        for (const auto& source : m_recipe.sources) {
+            add(source.input.file.string());
+            add(fileState(source.input.file));
+            for (const auto& option : source.decoding)
+                add(option);
+        }
+        for (const auto& image : imagesOf(shown)) {
+            add(image.string());
+            add(fileState(image));
+        }
+        for (const auto& option : m_recipe.encoder)
+            add(option);
+        return sum.finish();
+    }
+
+    /// The pieces of a group as one.
+    RenderGraph::Piece joined(const std::vector<std::size_t>& group) const
+    {
+        RenderGraph::Piece all = m_pieces[group.front()];
+        for (const auto n : group | std::views::drop(1))
+            std::ranges::copy(m_pieces[n].parts, std::back_inserter(all.parts));
+        return all;
+    }
+
+    void encode(const std::vector<std::size_t>& group)
+    {
+        const auto piece = joined(group);
+        const auto shown = RenderGraph::shownIn(m_recipe.project, piece, m_recipe.fps);
+        const auto rate = static_cast<double>(m_recipe.fps);
+        const fs::path annotations = m_work / std::format("annotations{}.ass", group.front());
+        const fs::path graph = m_work / std::format("filters{}.txt", group.front());
+        writeFileAtomically(annotations, annotationsOf(shown));
+        writeFileAtomically(graph, graphOf(piece, shown, annotations));
+        const int threads = std::max(availableCores() / m_runs, 1);
+        Arguments arguments = ExportFormats::commonArguments();
+        append(arguments, {"-copyts"});
+        if (m_recipe.project.edit.sharpen && threads > 1)
+            append(arguments, {"-filter_complex_threads", std::to_string(threads)});
+        const double start = static_cast<double>(piece.first()) / rate - readAhead;
+        for (const auto& source : m_recipe.sources) {
+            // From the key frame on: the frame that is seen first may be much older than the piece.
+            if (start > 0)
+                append(arguments, {"-noaccurate_seek", "-ss", durationText(start)});
+            append(arguments, source.decoding);
+            append(arguments, {"-i", source.input.file.string()});
+        }
+        for (const auto& image : imagesOf(shown))
+            append(arguments, OverlayImage::input(image, m_recipe.project.duration));
+        append(arguments, {"-/filter_complex", graph.string(), "-map", "[vout]"});
+        append(arguments, m_recipe.encoder);
+        append(arguments, keyFramesOf(group));
+        if (m_runs > 1)
+            append(arguments, {"-threads", std::to_string(threads)});
+        append(arguments, {"-r", std::to_string(m_recipe.fps), "-progress", "pipe:1"});
+        append(arguments, filesOf(group));
+        ProcessRunner::run(
+            m_recipe.ffmpeg, arguments,
+            [&](double part) {
+                // One that another follows is complete, and stays when this run is stopped.
+                for (const auto n : group | std::views::take(group.size() - 1)) {
+                    if (fs::exists(pieceFile(n + 1)))
+                        keep(n);
+                }
+                setDone(group, part);
+            },
+            static_cast<double>(piece.length()) / rate, m_stop.get_token());
+    }
+
+    /// The frames of a group's run with which its pieces begin, but for the first.
+    std::vector<std::int64_t> bordersOf(const std::vector<std::size_t>& group) const
+    {
+        std::vector<std::int64_t> borders;
+        for (const auto n : group | std::views::drop(1))
+            borders.push_back(m_pieces[n].position - m_pieces[group.front()].position);
+        return borders;
+    }
+
+    /// The options that write each piece of a group to its file.
+    Arguments filesOf(const std::vector<std::size_t>& group) const
+    {
+        if (group.size() == 1)
+            return {pieceFile(group.front()).string()};
+        std::string frames;
+        for (const auto border : bordersOf(group))
+            frames += std::format("{}{}", frames.empty() ? "" : ",", border);
+        std::string pattern;
+        for (const char c : m_work.string()) // Where a percent sign would begin a number.
+            pattern += c == '%' ? "%%" : std::string(1, c);
+        return {"-avoid_negative_ts", "disabled", "-f", "segment", "-segment_format", "mp4", "-reset_timestamps", "1",
+            "-segment_frames", frames, "-segment_start_number", std::to_string(group.front()), pattern + "/piece%d.mp4"};
+    }
+
+    /// Key frames where pieces begin, and where the segments of a streaming package do, so that the package can copy the
+    /// frames.
+    Arguments keyFramesOf(const std::vector<std::size_t>& group) const
+    {
+        const std::int64_t segment = HlsLadder::segmentSeconds * m_recipe.fps;
+        const std::int64_t begin = m_pieces[group.front()].position;
+        const std::int64_t end = m_pieces[group.back()].position + m_pieces[group.back()].length();
+        const auto borders = bordersOf(group);
+        std::set<std::int64_t> frames(borders.begin(), borders.end());
+        for (auto frame = (begin / segment + 1) * segment; frame < end; frame += segment)
+            frames.insert(frame - begin);
+        std::string times;
+        for (const auto frame : frames) {
+            times += std::format("{}{}", times.empty() ? "" : ",",
+                durationText(static_cast<double>(frame) / static_cast<double>(m_recipe.fps)));
+        }
+        return times.empty() ? Arguments() : Arguments{"-force_key_frames", times};
+    }
+
+    const Recipe& m_recipe;
+    const std::vector<RenderGraph::Piece>& m_pieces;
+    const fs::path& m_work;
+    PieceCache& m_cache;
+    std::stop_source m_stop; ///< Of all runs.
+    std::stop_callback<std::function<void()>> m_onStop;
+    int m_runs; ///< At a time.
+    std::string m_version; ///< Of ffmpeg.
+    std::vector<std::string> m_keys; ///< Of each piece, in the cache.
+    std::vector<PieceFile::Facts> m_facts; ///< Of each piece; no frames until it is complete.
+    std::vector<std::vector<std::size_t>> m_groups; ///< Pieces that one run makes.
+    std::atomic<std::size_t> m_next = 0;
+    std::mutex m_mutex; ///< Guards what follows.
+    std::condition_variable m_changed;
+    std::vector<double> m_done; ///< Share of each piece.
+    bool m_hasNews = false;
+    int m_running = 0;
+    std::exception_ptr m_failure;
+};
+
+std::optional<PiecedFilm> PiecedFilm::of(Recipe recipe, const std::stop_token& stop)
+{
+    PiecedFilm film(std::move(recipe));
+    film.m_pieces = RenderGraph::piecesOf(film.m_recipe.project, film.m_recipe.fps);
+    if (film.m_pieces.size() < 2
+        || film.m_pieces.back().position + film.m_pieces.back().length() < shortestFilm * film.m_recipe.fps)
+        return std::nullopt;
+    for (auto& source : film.m_recipe.sources) {
+        // What is kept after the end of its clip is not in the whole film either.
+        const auto length = std::llround(source.input.track.duration * static_cast<double>(film.m_recipe.fps));
+        if (RenderGraph::isVisibleVideo(source.input.track) && length > 0 && film.m_pieces.back().last() > length)
+            return std::nullopt;
+        const auto first = firstTimestamp(source, film.m_recipe.ffmpeg, stop);
+        if (!first)
+            return std::nullopt;
+        source.input.firstTimestamp = *first;
+    }
+    return film;
+}
+
+bool PiecedFilm::make(const fs::path& target, const fs::path& work, const MakeSound& sound, PieceCache& cache,
+    const ProgressCallback& progress, const std::stop_token& stop) const
+{
+    Run run(*this, work, cache, stop);
+    run.makeAll(sound, progress);
+    return run.fits() && run.join(target);
+}
+
+} // namespace orvo

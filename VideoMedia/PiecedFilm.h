@@ -1,0 +1,74 @@
+#pragma once
+
+#include "VideoMedia/Arguments.h"
+#include "VideoMedia/PieceCache.h"
+#include "VideoMedia/Pieces.h"
+#include "VideoMedia/ProcessRunner.h"
+#include "VideoMedia/RenderGraph.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orvo {
+
+/// Renders a film in pieces, several side by side, and takes those that an earlier export has made.
+///
+/// The frames, their times and the audio are those of a film that is rendered whole.
+class PiecedFilm {
+public:
+    /// An input whose picture is seen.
+    struct Source {
+        RenderGraph::Input input;
+        Arguments decoding; ///< Options before "-i".
+    };
+
+    /// What the film shows and how it is encoded.
+    struct Recipe {
+        std::filesystem::path ffmpeg;
+        VideoProject project;
+        std::vector<Source> sources; ///< One screen or clip, and perhaps the camera.
+        std::map<std::string, std::filesystem::path> images; ///< By the content of their overlays; stills only.
+        RenderGraph::FrameSize size;
+        std::int64_t fps = 30;
+        Arguments encoder; ///< Its name and options, but for threads and forced key frames.
+        Arguments container; ///< Options of the result.
+    };
+
+    /// Makes the complete audio of the film in a file. Called on a thread of its own; throws what `ProcessRunner::run`
+    /// throws.
+    using MakeSound = std::function<void(const std::filesystem::path& target, const std::stop_token& stop)>;
+
+    /// A film of these pieces. Its timestamps are read from the sources. Returns nullopt when it has to be rendered whole:
+    /// it is shorter than half a minute, or a source is not of a kind that is known to be read exactly from its middle.
+    ///
+    /// Throws `Cancelled` and `std::system_error` as `ProcessRunner::run`.
+    static std::optional<PiecedFilm> of(Recipe recipe, const std::stop_token& stop = {});
+
+    /// Writes the film to `target`, with its pieces in the folder `work`, which keeps them. Returns false, without a film,
+    /// if the pieces do not fit together as they should.
+    ///
+    /// `progress` is called on the calling thread. Throws as `ProcessRunner::run`; the first failure ends all runs. Pieces
+    /// that are complete stay in the cache.
+    bool make(const std::filesystem::path& target, const std::filesystem::path& work, const MakeSound& sound,
+        PieceCache& cache, const ProgressCallback& progress = {}, const std::stop_token& stop = {}) const;
+
+private:
+    class Run;
+
+    explicit PiecedFilm(Recipe recipe)
+        : m_recipe(std::move(recipe))
+    {
+    }
+
+    Recipe m_recipe;
+    std::vector<RenderGraph::Piece> m_pieces;
+};
+
+} // namespace orvo

@@ -1,0 +1,380 @@
+#include "ExportFixture.h"
+#include "VideoCore/FileIO.h"
+#include "VideoMedia/PieceCache.h"
+#include "VideoMedia/Pieces.h"
+#include "VideoMedia/ProcessRunner.h"
+#include "VideoMedia/RenderGraph.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <format>
+#include <gmock/gmock.h>
+#include <iterator>
+#include <numeric>
+#include <set>
+#include <sstream>
+#include <thread>
+
+namespace orvo::test {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using testing::IsEmpty;
+
+/// A film of 37 seconds with every effect, whose cuts lie anywhere between frames.
+class PiecedFilmTests : public ExportFixture {
+protected:
+    PiecedFilmTests()
+        : ExportFixture("library", 48)
+    {
+        project.edit.cuts = {
+            {1.013, 2.377}, {9.741, 10.219}, {13.001, 15.5}, {19.98, 20.011}, {27.123, 31.718}, {40.4, 42.477}};
+        project.edit.fade = 0.15;
+    }
+    static constexpr int bits = 11;
+
+    /// A screen whose frames show their numbers: bits from left to right, the lowest one first.
+    void makeScreen()
+    {
+        std::string source = "smptebars=size=320x180:rate=30:duration=48,drawbox=y=0:h=24:w=iw:c=black:t=fill";
+        for (int bit = 0; bit < bits; ++bit)
+            source +=
+                std::format(",drawbox=x={}:y=0:w=24:h=24:c=white:t=fill:enable='mod(floor(n/{}),2)'", 24 * bit, 1 << bit);
+        makeVideo(addTrack(TrackKind::screen, "screen.mov"), source);
+    }
+
+    static int numberIn(const Picture& picture)
+    {
+        int number = 0;
+        for (int bit = 0; bit < bits; ++bit)
+            number |= (picture.at(24 * bit + 12, 12).brightness() > 128 ? 1 : 0) << bit;
+        return number;
+    }
+
+    /// The numbers of the frames that the cuts leave.
+    std::vector<int> expectedNumbers() const
+    {
+        std::vector<int> numbers;
+        for (const auto& kept : RenderGraph::keptSpans(project, 30)) {
+            for (auto n = std::lround(kept.span.start * 30); n < std::lround(kept.span.end * 30); ++n)
+                numbers.push_back(static_cast<int>(n));
+        }
+        return numbers;
+    }
+
+    static std::vector<int> numbersIn(const fs::path& film)
+    {
+        std::vector<int> numbers;
+        for (const auto& picture : decodeFrames(film))
+            numbers.push_back(numberIn(picture));
+        return numbers;
+    }
+
+    void makeEverything()
+    {
+        makeVideo(addTrack(TrackKind::camera, "camera.mov"), "testsrc=size=160x90:rate=25:duration=44");
+        makeSound(addTrack(TrackKind::microphone, "microphone.m4a"), "sine=frequency=300:duration=48,volume=0.1");
+        for (int i = 0; i < 48 * 12; ++i)
+            project.edit.events.edit().push_back(
+                pointer(i % 20 == 0 ? PointerKind::click : PointerKind::move, i / 12.0, i / 600.0, 0.5));
+        for (const double time : {8.9, 25.3, 46.5})
+            project.edit.events.edit().push_back(pointer(PointerKind::zoom, time, 0.3, 0.6));
+        project.edit.overlays = {{.content = "Un texto", .start = 8, .end = 22}};
+        ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x64", "-frames:v", "1", "-update", "1",
+            store.directory(project.id) / "media/image.png"});
+        project.edit.overlays.edit().push_back(
+            {.kind = Overlay::Kind::image, .content = "media/image.png", .start = 18.7, .end = 33.3, .x = 0.6});
+    }
+
+    fs::path exported(const std::string& name, const ExportSettings& settings = {}, const std::stop_token& stop = {})
+    {
+        const auto destination = folder / name;
+        ExportService::exportVideo(project, store, destination, settings, probeService, progress, stop);
+        return destination;
+    }
+
+    fs::path piecesFolder() const { return cacheHome() / "OrvoVideo/pieces"; }
+
+    std::set<std::string> kept() const
+    {
+        std::set<std::string> names;
+        if (fs::exists(piecesFolder())) {
+            for (const auto& entry : fs::directory_iterator(piecesFolder()))
+                names.insert(entry.path().filename());
+        }
+        return names;
+    }
+
+    /// The pieces, without the mix.
+    static std::size_t films(const std::set<std::string>& names, const fs::path& folder)
+    {
+        return static_cast<std::size_t>(std::ranges::count_if(
+            names, [&](const std::string& name) { return readFile(folder / name).substr(4, 4) == "ftyp"; }));
+    }
+
+    /// The times at which the packets of a stream are shown, in order, in units of its time base. The encoder's choice of
+    /// frames that refer to later ones determines the order in which they are stored.
+    static std::vector<std::int64_t> times(const fs::path& film, const std::string& stream)
+    {
+        const auto ffprobe = fs::canonical(*ProcessRunner::ffmpeg()).parent_path() / "ffprobe";
+        std::istringstream lines(ProcessRunner::run(ffprobe,
+            {"-v", "error", "-select_streams", stream, "-show_entries", "packet=pts", "-of", "csv=p=0", film.string()}));
+        std::vector<std::int64_t> result;
+        for (std::string line; std::getline(lines, line);)
+            result.push_back(std::stoll(line));
+        std::ranges::sort(result);
+        return result;
+    }
+
+    std::string hash(const fs::path& film, const std::string& stream) const
+    {
+        const fs::path sums = folder / "sums";
+        ffmpeg({"-i", film.string(), "-map", "0:" + stream, "-f", "md5", sums.string()});
+        return readFile(sums);
+    }
+
+    /// Structural similarity of each frame.
+    std::vector<double> similarity(const fs::path& one, const fs::path& other) const
+    {
+        const fs::path figures = folder / "ssim.txt";
+        ffmpeg({"-i", one.string(), "-i", other.string(), "-filter_complex", "[0:v][1:v]ssim=stats_file=" + figures.string(),
+            "-f", "null", "-"});
+        std::vector<double> result;
+        std::istringstream lines(readFile(figures));
+        for (std::string line; std::getline(lines, line);)
+            result.push_back(std::stod(line.substr(line.find("All:") + 4)));
+        return result;
+    }
+
+    void expectSameFilm(const fs::path& film, const fs::path& whole) const
+    {
+        EXPECT_EQ(times(film, "v"), times(whole, "v"));
+        EXPECT_EQ(times(film, "a"), times(whole, "a"));
+        EXPECT_EQ(hash(film, "a"), hash(whole, "a"));
+        const auto figures = similarity(film, whole);
+        EXPECT_EQ(figures.size(), static_cast<std::size_t>(probe(whole).frames));
+        // Each piece begins with a frame of its own kind, which weighs most where a film is as small as this one.
+        for (std::size_t i = 0; i < figures.size(); ++i)
+            EXPECT_GE(figures[i], 0.97) << "frame " << i;
+        EXPECT_GE(std::accumulate(figures.begin(), figures.end(), 0.0) / static_cast<double>(figures.size()), 0.995);
+    }
+};
+
+/// Before they are encoded, bit for bit.
+TEST_F(PiecedFilmTests, DrawsTheFramesOfTheWholeFilm)
+{
+    makeScreen();
+    makeEverything();
+    const RenderGraph::FrameSize size{.width = 320, .height = 180};
+    const auto media = store.directory(project.id) / "media";
+    const std::vector<RenderGraph::Input> inputs{{.track = project.tracks[0], .file = media / "screen.mov"},
+        {.track = project.tracks[1], .file = media / "camera.mov"}};
+    const fs::path annotations = folder / "annotations.ass";
+    const fs::path graph = folder / "graph.txt";
+    const auto hashes = [&](const VideoProject& shown, const std::string& text, std::vector<std::string> arguments) {
+        writeFileAtomically(annotations, ExportService::annotations(shown, size.width, size.height));
+        writeFileAtomically(graph, text);
+        const fs::path sums = folder / "sums";
+        arguments.insert(arguments.begin(), {"-filter_complex_threads", "1"});
+        for (const auto& overlay : shown.edit.overlays) {
+            if (overlay.kind == Overlay::Kind::image)
+                arguments.insert(arguments.end(), {"-i", media / "image.png"});
+        }
+        arguments.insert(
+            arguments.end(), {"-/filter_complex", graph, "-map", "[vout]", "-r", "30", "-f", "framehash", sums});
+        if (text.contains("[aout]"))
+            arguments.insert(arguments.end(), {"-map", "[aout]", "-f", "null", "-"});
+        ffmpeg(arguments);
+        std::vector<std::string> result;
+        std::istringstream lines(readFile(sums));
+        for (std::string line; std::getline(lines, line);) {
+            if (!line.starts_with('#'))
+                result.push_back(line.substr(line.rfind(' ')));
+        }
+        return result;
+    };
+    for (const bool zooms : {true, false}) {
+        SCOPED_TRACE(zooms);
+        if (!zooms)
+            std::erase_if(project.edit.events.edit(), [](const auto& event) { return event.kind == PointerKind::zoom; });
+        const RenderGraph::PictureSettings settings{.size = size, .annotations = annotations};
+        const auto whole = hashes(project, RenderGraph::picture(project, inputs, settings),
+            {"-i", inputs[0].file, "-i", inputs[1].file, "-f", "lavfi", "-i", "anullsrc=r=48000:duration=48"});
+        std::vector<std::string> joined;
+        for (const auto& piece : RenderGraph::piecesOf(project, 30)) {
+            const auto shown = RenderGraph::shownIn(project, piece, 30);
+            std::vector<std::string> arguments{"-copyts"};
+            for (const auto& input : inputs) {
+                arguments.insert(arguments.end(),
+                    {"-noaccurate_seek", "-ss", std::to_string(std::max(static_cast<double>(piece.first()) / 30 - 0.5, 0.0)),
+                        "-i", input.file});
+            }
+            const auto made = hashes(shown, RenderGraph::piecePicture(shown, inputs, settings, piece), arguments);
+            EXPECT_EQ(made.size(), static_cast<std::size_t>(piece.length()));
+            joined.insert(joined.end(), made.begin(), made.end());
+        }
+        EXPECT_TRUE(joined == whole) << joined.size() << " frames, " << whole.size();
+    }
+}
+
+TEST_F(PiecedFilmTests, HasTheFramesAndTheAudioOfTheWholeFilm)
+{
+    makeScreen();
+    makeEverything();
+    for (const std::int64_t fps : {30, 24}) {
+        SCOPED_TRACE(fps);
+        project.edit.sharpen = fps == 24;
+        std::vector<double> values;
+        progress = [&](double value) { values.push_back(value); };
+        const auto film = exported("film.mp4", {.fps = fps, .quality = ExportQuality::high});
+        EXPECT_TRUE(std::ranges::is_sorted(values));
+        EXPECT_EQ(values.back(), 1);
+        EXPECT_EQ(films(kept(), piecesFolder()), RenderGraph::piecesOf(project, fps).size());
+        const auto whole = exported("whole.mp4", {.fps = fps, .quality = ExportQuality::high, .isWhole = true});
+        expectSameFilm(film, whole);
+        EXPECT_THAT(leftovers(), IsEmpty());
+        fs::remove_all(cacheHome());
+    }
+}
+
+/// Recordings have no frame while nothing moves, sound may begin before the picture, and frames may refer to later ones.
+TEST_F(PiecedFilmTests, ShowsTheRightFramesOfIrregularRecordings)
+{
+    makePlain();
+    makeScreen();
+    const auto screen = store.directory(project.id) / "media/screen.mov";
+    const auto steady = folder / "steady.mov";
+    fs::rename(screen, steady);
+    ffmpeg({"-i", steady.string(), "-f", "lavfi", "-i", "sine=frequency=300:duration=48", "-vf",
+        "select='not(between(mod(t,17),4,7)+eq(mod(n,7),3))',setpts=PTS+0.081/TB", "-fps_mode", "passthrough", "-c:v",
+        "libx264", "-preset", "veryfast", "-bf", "3", "-g", "60", "-c:a", "aac", screen.string()});
+    std::vector<int> expected = expectedNumbers();
+    for (int& number : expected) {
+        while (number % 7 == 3 || (number % 510 >= 120 && number % 510 <= 210))
+            --number;
+    }
+
+    const auto film = exported("film.mp4");
+
+    EXPECT_EQ(numbersIn(film), expected);
+    EXPECT_GT(films(kept(), piecesFolder()), 2U);
+}
+
+TEST_F(PiecedFilmTests, EncodesOnlyWhatAnEditChanged)
+{
+    makePlain();
+    makeScreen();
+    makeSound(addTrack(TrackKind::microphone, "microphone.m4a"), "sine=frequency=300:duration=48,volume=0.1");
+    exported("film.mp4");
+    const auto first = kept();
+    ASSERT_EQ(films(first, piecesFolder()), 5U);
+
+    project.edit.cuts.edit()[1].start = 9.2; // Half a second more of it, which no frame begins.
+    const auto film = exported("film.mp4");
+
+    EXPECT_EQ(numbersIn(film), expectedNumbers());
+    std::set<std::string> added;
+    std::ranges::set_difference(kept(), first, std::inserter(added, added.end()));
+    // The window of the cut, and the last one, with which the film ends where it should.
+    EXPECT_THAT(added.size(), testing::AllOf(testing::Ge(1U), testing::Le(2U)));
+    EXPECT_EQ(films(added, piecesFolder()), added.size()) << "no cut changes the mix";
+
+    // A film that is published and one that is exported again share the pieces, too.
+    fs::remove(film);
+    const auto second = kept();
+    EXPECT_EQ(numbersIn(exported("other.mp4")), expectedNumbers());
+    EXPECT_EQ(kept(), second);
+}
+
+TEST_F(PiecedFilmTests, NeverTakesDamagedPieces)
+{
+    makePlain();
+    makeScreen();
+    const auto film = exported("film.mp4");
+    fs::remove(film);
+    const auto names = kept();
+    for (const auto& name : names) {
+        std::string content = readFile(piecesFolder() / name);
+        content[content.size() / 2] ^= 1;
+        fs::remove(piecesFolder() / name);
+        writeFileAtomically(piecesFolder() / name, content);
+    }
+
+    EXPECT_EQ(numbersIn(exported("film.mp4")), expectedNumbers());
+    for (const auto& name : names)
+        EXPECT_TRUE(
+            !fs::exists(piecesFolder() / name) || PieceCache(piecesFolder()).take(name.substr(0, 64), folder / name));
+}
+
+TEST_F(PiecedFilmTests, NeedsNoCache)
+{
+    makePlain();
+    makeScreen();
+    writeFileAtomically(cacheHome(), "no folder");
+    EXPECT_EQ(numbersIn(exported("film.mp4")), expectedNumbers());
+    EXPECT_EQ(readFile(cacheHome()), "no folder");
+}
+
+TEST_F(PiecedFilmTests, KeepsFinishedPiecesWhenCancelled)
+{
+    makePlain();
+    makeScreen();
+    std::stop_source stop;
+    progress = [&](double done) {
+        if (done > 0.5)
+            stop.request_stop();
+    };
+    EXPECT_THROW(exported("film.mp4", {}, stop.get_token()), Cancelled);
+    EXPECT_FALSE(fs::exists(folder / "film.mp4"));
+    for (const auto& entry : fs::directory_iterator(folder.path()))
+        EXPECT_FALSE(entry.path().filename().string().starts_with(".orvo-export")) << entry.path();
+    EXPECT_THAT(leftovers(), IsEmpty());
+    EXPECT_GE(films(kept(), piecesFolder()), 1U);
+    EXPECT_EQ(numbersIn(exported("film.mp4")), expectedNumbers());
+}
+
+TEST_F(PiecedFilmTests, MayBeMadeByTwoProgramsAtOnce)
+{
+    makePlain();
+    makeScreen();
+    std::vector<std::jthread> threads;
+    for (const auto* name : {"one.mp4", "two.mp4"})
+        threads.emplace_back([this, name] { exported(name); });
+    threads.clear();
+    for (const auto* name : {"one.mp4", "two.mp4"})
+        EXPECT_EQ(numbersIn(folder / name), expectedNumbers());
+}
+
+TEST(PieceCacheTests, RemovesWhatWasNotUsedForLongest)
+{
+    const TemporaryFolder folder;
+    const fs::path place = folder / "cache";
+    PieceCache cache(place);
+    const auto keyOf = [](char letter) { return std::string(64, letter); };
+    for (const char letter : {'a', 'b', 'c'}) {
+        const auto file = folder / std::string(1, letter);
+        writeFileAtomically(file, std::string(1000, letter));
+        cache.keep(keyOf(letter), file);
+        fs::remove(file);
+    }
+    for (const auto& entry : fs::directory_iterator(place))
+        fs::last_write_time(entry.path(), fs::file_time_type::clock::now() - std::chrono::hours(1));
+    EXPECT_TRUE(cache.take(keyOf('b'), folder / "taken"));
+    EXPECT_EQ(readFile(folder / "taken"), std::string(1000, 'b'));
+
+    PieceCache(place).trim(1500);
+
+    PieceCache later(place);
+    EXPECT_TRUE(later.take(keyOf('b'), folder / "again"));
+    EXPECT_FALSE(later.take(keyOf('a'), folder / "a"));
+    EXPECT_FALSE(later.take(keyOf('c'), folder / "c"));
+    EXPECT_FALSE(fs::exists(folder / "c"));
+}
+
+} // namespace
+
+} // namespace orvo::test
