@@ -227,7 +227,7 @@ Popup {
             readonly property ShortcutManager shortcuts: root.app.shortcuts
 
             function compose(): string {
-                const entry = (action, text) => Wording.keys(shortcuts.text(action)) + " · " + text
+                const entry = (action, text) => (Wording.keys(shortcuts.text(action)) + " · " + text).replace(/ /g, "\u00a0") // Whole on a line.
                 return [entry(ShortcutManager.Record, "Grabar / terminar"), entry(ShortcutManager.Pause, "Pausa"),
                     entry(ShortcutManager.Zoom, "Zoom")].join("     ") + "\nPuedes cambiar los atajos en Ajustes."
             }

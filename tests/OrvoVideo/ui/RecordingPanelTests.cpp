@@ -44,8 +44,8 @@ TEST_F(RecordingPanelTests, ARecordingIsPreparedStartedAndEnded)
     ASSERT_TRUE(comesToHold([&] { return control(QAccessible::Button, "Grabar") != nullptr; }));
     EXPECT_TRUE(control(QAccessible::StaticText, "Elige qué quieres explicar."));
     EXPECT_TRUE(control(QAccessible::StaticText,
-        "Ctrl+Alt+Super+R · Grabar / terminar     Ctrl+Alt+Super+P · Pausa     Ctrl+Alt+Super+Z · Zoom\nPuedes cambiar los "
-        "atajos en Ajustes."));
+        "Ctrl+Alt+Super+R\u00a0·\u00a0Grabar\u00a0/\u00a0terminar     Ctrl+Alt+Super+P\u00a0·\u00a0Pausa     "
+        "Ctrl+Alt+Super+Z\u00a0·\u00a0Zoom\nPuedes cambiar los atajos en Ajustes."));
     ASSERT_TRUE(comesToHold([&] { return model->capture()->sources()->count() == 1; }));
     auto* picture = view().findChild<QQuickItem*>("sourcePicture");
     ASSERT_TRUE(picture);
