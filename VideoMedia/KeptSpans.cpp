@@ -48,7 +48,7 @@ Fades fadesOf(const VideoProject& project, const TimeSpan& span)
 /// A span that is already on the grid stays as it is.
 std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t fps)
 {
-    constexpr double tolerance = 1.5;
+    constexpr double tolerance = 1; // Frames. Half a frame more inside a window: no joint is two frames off.
     const auto rate = static_cast<double>(fps);
     const auto frameAt = [&](double time) { return truncated(std::round(time * rate)); };
     const auto timeOf = [&](std::int64_t frame, double exact) {

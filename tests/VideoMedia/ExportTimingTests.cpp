@@ -118,9 +118,9 @@ TEST_F(ExportTiming, PictureAndSoundStayTogetherOverFiftyCuts)
     for (std::size_t i = 0; i < 60; ++i) {
         EXPECT_NEAR(flashes[i], clicks[i], 0.020) << "second " << i;
         const auto expected = Timeline::outputTime(static_cast<double>(i), project.edit.cuts, project.duration);
-        // A window may begin one and a half frames off its exact time, so that an edit moves few others; its joints and
-        // their beginnings in the recording are rounded.
-        EXPECT_NEAR(flashes[i], *expected, 2.5 * frameLength) << "second " << i;
+        // A joint lies at most one and a half frames off its exact time, so that an edit moves few others, and what it shows
+        // begins at most half a frame off.
+        EXPECT_NEAR(flashes[i], *expected, 2 * frameLength) << "second " << i;
     }
 }
 
