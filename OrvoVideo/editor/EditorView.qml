@@ -76,6 +76,14 @@ FocusScope {
             Qt.callLater(() => root.opening = false)
         }
     }
+    Connections {
+        target: root.app.recorder
+
+        // What was recorded is open already; saved, it is opened again.
+        function onSaved() {
+            root.selectNothing()
+        }
+    }
     function selectNothing() {
         opening = false
         const none = app.selectedSpan

@@ -82,6 +82,7 @@ TEST_F(RecordingPanelTests, ARecordingIsPreparedStartedAndEnded)
     EXPECT_EQ(project().edit.cuts.size(), 1U);
     EXPECT_EQ(project().tracks.size(), 1U);
     EXPECT_TRUE(comesToHold([&] { return control(QAccessible::StatusBar, "Grabación guardada") != nullptr; }));
+    EXPECT_EQ(model->selectedSpan(), (Span{0, 0})) << "nothing is selected until somebody selects it";
 }
 
 /// The panel where the desktop chooses.
