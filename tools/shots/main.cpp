@@ -355,6 +355,7 @@ void takeAll(const QDir& folder, const QString& wanted)
         project.publication = Publication{.videoID = "3f2a", .url = "https://video.ejemplo.es/watch/3f2a", .domains = {}};
     });
     model.publishing()->setDomainText(QStringLiteral("https://www.ejemplo.es, https://cursos.ejemplo.es"));
+    editor->setProperty("section", "share"); // What the hands did has shown other sections.
     photographer.take(QStringLiteral("editor-share-published"));
     editor->setProperty("section", "text");
 
