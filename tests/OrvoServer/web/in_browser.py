@@ -151,7 +151,7 @@ def renews(world):
     """Tickets that end while the film plays, earlier than announced too, and a renewal that fails for a while: nobody sees it."""
     world.need_control()
     server = world.server
-    server.life, server.real_life, server.delay = 4, 2, 1.5
+    server.life, server.real_life, server.delay = 6, 3.5, 1.5
     tab = world.tab("embed")
     tab.watch()
     tab.start()
@@ -163,7 +163,7 @@ def renews(world):
     tab.run("watching.played(5)")
     seen = tab.run("watching.seen")
     print(f"{server.renewals} renewals, {server.refused} refusals, {seen}")
-    expect(server.renewals >= 4 and server.refused >= 1, "no ticket has ended")
+    expect(server.renewals >= 3 and server.refused >= 1, "no ticket has ended")
     expect(seen == {"spinner": 0, "message": 0, "pauses": 0}, f"the viewer has seen it: {seen}")
     tab.press("8")
     check_frame(tab, SECONDS * 0.8 + 0.5)
