@@ -133,8 +133,9 @@ private:
             const auto heard = heardIn(chunk, temperature, m_before);
             bool sayable = true;
             placed = placedIn(chunk, heard.words, sayable);
-            const bool sound = heard.complete && sayable && !repeatsSentence(heard.words);
-            const bool caught = !sound && (repeatsItself(heard.words) || repeatsSentence(heard.words));
+            const bool repeats = repeatsSentence(heard.words);
+            const bool sound = heard.complete && sayable && !repeats;
+            const bool caught = repeats || (!sound && repeatsItself(heard.words));
             if (!sound)
                 m_before.clear();
             else
