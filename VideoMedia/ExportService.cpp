@@ -364,8 +364,10 @@ private:
         PieceCache cache;
         const bool done = film->make(
             target, folder,
-            [&](const fs::path& file, const std::stop_token& stop) { sound(work).makeWith(cache, file, stop); }, cache,
-            progress, m_stop);
+            [&](const fs::path& file, const std::string& version, const std::stop_token& stop) {
+                sound(work).makeWith(cache, version, file, stop);
+            },
+            cache, progress, m_stop);
         fs::remove_all(folder);
         cache.trim();
         return done;

@@ -2,16 +2,12 @@
 
 #include "VideoCore/FileIO.h"
 #include "VideoMedia/ExportFormats.h"
-#include "VideoMedia/FileState.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/PipedRuns.h"
-#include "VideoMedia/Sha256.h"
 #include "VideoMedia/WorkFolder.h"
 
 #include <algorithm>
-#include <format>
 #include <string>
-#include <string_view>
 #include <utility>
 
 namespace orvo {
@@ -55,10 +51,11 @@ void FilmSound::make(const fs::path& target, const ProgressCallback& progress, c
         [&](const std::stop_token& either) { cut(mixed, target, progress, either); }, stop);
 }
 
-void FilmSound::makeWith(PieceCache& cache, const fs::path& target, const std::stop_token& stop) const
+void FilmSound::makeWith(
+    PieceCache& cache, const std::string& version, const fs::path& target, const std::stop_token& stop) const
 {
     const fs::path mixed = target.parent_path() / "mixed.flac";
-    const std::string key = mixKey();
+    const std::string key = mixKey(version);
     if (!cache.take(key, mixed)) {
         mix(mixed, {"-c:a", "flac", "-sample_fmt", "s16", "-compression_level", "1"}, stop); // Lossless.
         cache.keep(key, mixed);
@@ -103,19 +100,16 @@ void FilmSound::mix(const fs::path& target, const Arguments& encoder, const std:
 }
 
 /// Stands for everything that the mix depends on.
-std::string FilmSound::mixKey() const
+std::string FilmSound::mixKey(const std::string& version) const
 {
-    Sha256 sum;
-    const auto add = [&](std::string_view text) { sum.add(std::format("{}:{}\n", text.size(), text)); };
-    add("mix");
-    add(ProcessRunner::run(m_ffmpeg, {"-version"}));
-    add(RenderGraph::audioMix(m_project, m_inputs, delay()));
-    add(durationText(m_project.duration));
-    for (const auto& argument : inputArguments())
-        add(argument);
+    PieceKey key(version);
+    key.add("mix");
+    key.add(RenderGraph::audioMix(m_project, m_inputs, delay()));
+    key.add(durationText(m_project.duration));
+    key.add(inputArguments());
     for (const auto& input : m_inputs)
-        add(fileState(input.file));
-    return sum.finish();
+        key.addFile(input.file);
+    return key.finish();
 }
 
 /// Takes the kept spans out of the mix and encodes them.

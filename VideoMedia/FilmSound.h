@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <span>
 #include <stop_token>
+#include <string>
 
 namespace orvo {
 
@@ -28,15 +29,16 @@ public:
     /// Makes the complete audio of the film: mixed, cut and encoded.
     void make(const std::filesystem::path& target, const ProgressCallback& progress, const std::stop_token& stop) const;
 
-    /// As `make`, for the same samples, but keeps the mix, which no cut changes.
-    void makeWith(PieceCache& cache, const std::filesystem::path& target, const std::stop_token& stop) const;
+    /// As `make`, for the same samples, but keeps the mix, which no cut changes. `version` is what ffmpeg tells of itself.
+    void makeWith(PieceCache& cache, const std::string& version, const std::filesystem::path& target,
+        const std::stop_token& stop) const;
 
 private:
     double delay() const;
     bool reducesNoise() const;
     Arguments inputArguments() const;
     void mix(const std::filesystem::path& target, const Arguments& encoder, const std::stop_token& stop) const;
-    std::string mixKey() const;
+    std::string mixKey(const std::string& version) const;
     void cut(const std::filesystem::path& mixed, const std::filesystem::path& target, const ProgressCallback& progress,
         const std::stop_token& stop) const;
 

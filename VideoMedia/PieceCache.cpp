@@ -2,7 +2,7 @@
 
 #include "VideoCore/FileLock.h"
 #include "VideoCore/Uuid.h"
-#include "VideoMedia/Sha256.h"
+#include "VideoMedia/FileState.h"
 
 #include <algorithm>
 #include <array>
@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <exception>
 #include <fcntl.h>
+#include <format>
 #include <functional>
 #include <iterator>
 #include <span>
@@ -62,6 +63,23 @@ std::string digestOf(const fs::path& file)
 }
 
 } // namespace
+
+void PieceKey::add(std::string_view text)
+{
+    m_sum.add(std::format("{}:{}\n", text.size(), text)); // With its length: where one ends counts, too.
+}
+
+void PieceKey::add(const Arguments& arguments)
+{
+    for (const auto& argument : arguments)
+        add(argument);
+}
+
+void PieceKey::addFile(const fs::path& file)
+{
+    add(file.string());
+    add(fileState(file));
+}
 
 fs::path PieceCache::defaultFolder()
 {

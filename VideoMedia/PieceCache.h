@@ -1,12 +1,36 @@
 #pragma once
 
+#include "VideoMedia/Arguments.h"
+#include "VideoMedia/Sha256.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <map>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 namespace orvo {
+
+/// Builds the key of a part of a film: the digest of everything that it depends on.
+class PieceKey {
+public:
+    /// `version` is what ffmpeg tells of itself.
+    explicit PieceKey(std::string_view version) { add(version); }
+
+    /// Adds a text.
+    void add(std::string_view text);
+    /// Adds each of the texts.
+    void add(const Arguments& arguments);
+    /// Adds the path, the size and the modification time of a file.
+    void addFile(const std::filesystem::path& file);
+
+    /// Call it last, once.
+    std::string finish() { return m_sum.finish(); }
+
+private:
+    Sha256 m_sum;
+};
 
 /// Keeps parts of films between exports, each under a key that stands for everything that it shows.
 ///
@@ -22,8 +46,8 @@ public:
 
     explicit PieceCache(std::filesystem::path folder = defaultFolder());
 
-    /// Puts the content kept under `key` into the new file `target`, as a link where possible: do not write to it. Returns
-    /// whether it is there, whole and unchanged since it was kept.
+    /// Puts the content kept under `key`, a `PieceKey`, into the new file `target`, as a link where possible: do not write
+    /// to it. Returns whether it is there, whole and unchanged since it was kept.
     bool take(const std::string& key, const std::filesystem::path& target);
 
     /// Keeps a file under `key`. Do not write to it any more. Stops keeping after the first failure.

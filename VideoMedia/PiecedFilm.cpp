@@ -5,12 +5,10 @@
 #include "VideoMedia/Cores.h"
 #include "VideoMedia/ExportFormats.h"
 #include "VideoMedia/ExportService.h"
-#include "VideoMedia/FileState.h"
 #include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/OverlayImage.h"
 #include "VideoMedia/PieceFile.h"
-#include "VideoMedia/Sha256.h"
 
 #include <algorithm>
 #include <atomic>
@@ -117,7 +115,7 @@ public:
         , m_cache(cache)
         , m_onStop(stop, [this] { m_stop.request_stop(); })
         , m_runs(sideBySide(m_recipe.size))
-        , m_version(ProcessRunner::run(m_recipe.ffmpeg, {"-version"}, {}, 0, stop))
+        , m_version(film.m_version)
         , m_facts(m_pieces.size())
         , m_done(m_pieces.size())
     {
@@ -135,7 +133,7 @@ public:
             threads.emplace_back([this, job = std::move(job)] { guard(job); });
         };
         plan();
-        start([this, &sound] { sound(soundFile(), m_stop.get_token()); });
+        start([this, &sound] { sound(soundFile(), m_version, m_stop.get_token()); });
         const auto count = std::min(static_cast<std::size_t>(m_runs), m_groups.size());
         for (std::size_t i = 0; i < count; ++i)
             start([this] { makeGroups(); });
@@ -333,25 +331,18 @@ private:
     /// key frames.
     std::string keyOf(const RenderGraph::Piece& piece, const VideoProject& shown, const std::string& document) const
     {
-        Sha256 sum;
-        const auto add = [&](std::string_view text) { sum.add(std::format("{}:{}\n", text.size(), text)); };
-        add(std::to_string(renderer));
-        add(m_version);
-        add(graphOf(piece, shown, "annotations.ass"));
-        add(document);
+        PieceKey key(m_version);
+        key.add(std::to_string(renderer));
+        key.add(graphOf(piece, shown, "annotations.ass"));
+        key.add(document);
         for (const auto& source : m_recipe.sources) {
-            add(source.input.file.string());
-            add(fileState(source.input.file));
-            for (const auto& option : source.decoding)
-                add(option);
+            key.addFile(source.input.file);
+            key.add(source.decoding);
         }
-        for (const auto& image : imagesOf(shown)) {
-            add(image.string());
-            add(fileState(image));
-        }
-        for (const auto& option : m_recipe.encoder)
-            add(option);
-        return sum.finish();
+        for (const auto& image : imagesOf(shown))
+            key.addFile(image);
+        key.add(m_recipe.encoder);
+        return key.finish();
     }
 
     /// The pieces of a group as one.
@@ -457,7 +448,7 @@ private:
     std::stop_source m_stop; ///< Of all runs.
     std::stop_callback<std::function<void()>> m_onStop;
     int m_runs; ///< At a time.
-    std::string m_version; ///< Of ffmpeg.
+    const std::string& m_version; ///< Of ffmpeg.
     std::vector<std::string> m_keys; ///< Of each piece, in the cache.
     std::vector<PieceFile::Facts> m_facts; ///< Of each piece; no frames until it is complete.
     std::vector<std::vector<std::size_t>> m_groups; ///< Pieces that one run makes.
@@ -487,6 +478,7 @@ std::optional<PiecedFilm> PiecedFilm::of(Recipe recipe, const std::stop_token& s
             return std::nullopt;
         source.input.firstTimestamp = *first;
     }
+    film.m_version = ProcessRunner::run(film.m_recipe.ffmpeg, {"-version"}, {}, 0, stop);
     return film;
 }
 

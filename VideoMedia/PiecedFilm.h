@@ -41,9 +41,10 @@ public:
         Arguments container; ///< Options of the result.
     };
 
-    /// Makes the complete audio of the film in a file. Called on a thread of its own; throws what `ProcessRunner::run`
-    /// throws.
-    using MakeSound = std::function<void(const std::filesystem::path& target, const std::stop_token& stop)>;
+    /// Makes the complete audio of the film in a file. `version` is what ffmpeg tells of itself. Called on a thread of its
+    /// own; throws what `ProcessRunner::run` throws.
+    using MakeSound =
+        std::function<void(const std::filesystem::path& target, const std::string& version, const std::stop_token& stop)>;
 
     /// A film of these pieces. Its timestamps are read from the sources. Returns nullopt when it has to be rendered whole:
     /// it is shorter than half a minute, or a source is not of a kind that is known to be read exactly from its middle.
@@ -69,6 +70,7 @@ private:
 
     Recipe m_recipe;
     std::vector<RenderGraph::Piece> m_pieces;
+    std::string m_version; ///< Of ffmpeg.
 };
 
 } // namespace orvo
