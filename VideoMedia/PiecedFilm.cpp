@@ -73,7 +73,7 @@ std::optional<std::int64_t> firstTimestamp(
     }
 }
 
-/// Memory that programs may take without driving others out, in bytes; a large number if the system does not tell.
+/// Memory that is free for new work, in bytes; a large number if the system does not report it.
 std::int64_t availableMemory()
 {
     std::ifstream facts("/proc/meminfo");

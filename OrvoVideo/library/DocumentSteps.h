@@ -10,8 +10,8 @@
 /// The last changes that `orvo` made to a project, kept beside its document so that a later `orvo` can take them back.
 ///
 /// They belong to the document that the last of them left, byte for byte: once another program has written the document,
-/// none of them is undone, and the next change begins anew. A project that `orvo` never changed has no such folder; the
-/// folder goes to the trash and comes back with its project, and a copy of the project begins without it.
+/// none of them is undone, and the next change starts a new history. A project that `orvo` never changed has no such folder;
+/// the folder goes to the trash and comes back with its project, and a copy of the project begins without it.
 ///
 /// Blocking calls for any thread. The caller holds the lock on the project's folder.
 namespace orvo::DocumentSteps {

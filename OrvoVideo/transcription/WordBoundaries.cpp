@@ -14,7 +14,7 @@ namespace {
 
 constexpr double nearby = 0.04; ///< A beginning this many seconds from where it was heard costs 1.
 constexpr std::size_t reach = 10; ///< Frames before and after the place where it was heard.
-constexpr std::size_t around = 3; ///< Frames before and after a place that tell how the energy changes there.
+constexpr std::size_t around = 3; ///< Frames that are compared before and after a place.
 constexpr std::size_t minWord = 4; ///< Frames.
 constexpr double fallWeight = 0.1; ///< What a fall by 1 dB at the beginning of a consonant is worth.
 constexpr double changeWeight = 0.05; ///< What any change by 1 dB is worth.

@@ -15,8 +15,8 @@ struct WordStart {
 
 /// Moves the beginnings of the words of one stretch of speech to where the audio changes, by at most a tenth of a second.
 ///
-/// The recogniser hears in steps of 20 ms and notices a word some hundredths of a second early or late. The energy tells
-/// where it begins: it falls where a consonant does. All beginnings are chosen together, so that words keep their order and
+/// The recogniser works in steps of 20 ms and places a word some hundredths of a second early or late. The energy is more
+/// exact: it falls where a consonant begins. All beginnings are chosen together, so that words keep their order and
 /// do not vanish. `words` are in order; the first one starts with the stretch and stays.
 std::vector<double> wordStarts(const std::vector<WordStart>& words, Frames stretch, const Loudness& loudness);
 
