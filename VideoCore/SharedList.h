@@ -16,7 +16,7 @@ namespace orvo {
 template <typename T> class SharedList {
 public:
     using value_type = T;
-    using const_iterator = typename std::vector<T>::const_iterator;
+    using const_iterator = std::vector<T>::const_iterator;
 
     SharedList() = default;
     SharedList(std::initializer_list<T> items)

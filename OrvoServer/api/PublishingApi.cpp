@@ -70,7 +70,7 @@ private:
 
 std::string_view bearerToken(const Request& request)
 {
-    std::string_view value = request.headers["Authorization"];
+    const std::string_view value = request.headers["Authorization"];
     constexpr std::string_view scheme = "Bearer ";
     if (value.size() < scheme.size() || !equalsIgnoringCase(value.substr(0, scheme.size()), scheme))
         return {};

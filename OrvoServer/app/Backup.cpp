@@ -52,7 +52,7 @@ public:
     RemovalPause(Database& database, const Clock& clock)
         : m_collection(database, clock, Retention{})
     {
-        m_collection.hold(clock.now() + 6 * 3600);
+        m_collection.hold(clock.now() + std::int64_t{6} * 3600);
     }
     ~RemovalPause()
     {

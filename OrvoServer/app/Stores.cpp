@@ -23,8 +23,9 @@ void replaceWhenSet(std::string& setting, const std::string& value)
 S3Store::Settings s3Settings(const Configuration& configuration)
 {
     const char* environment = std::getenv("ORVO_S3_SECRET_KEY");
+    const bool isInFile = !configuration.s3SecretKeyFile.empty();
     if (configuration.s3Endpoint.empty() || configuration.s3Bucket.empty() || configuration.s3AccessKey.empty()
-        || (configuration.s3SecretKeyFile.empty() && !environment)) {
+        || (!isInFile && !environment)) {
         throw captureError("Para storage = s3 hacen falta s3_endpoint, s3_bucket, s3_access_key y s3_secret_key_file.");
     }
     S3Store::Settings settings;
@@ -33,7 +34,7 @@ S3Store::Settings s3Settings(const Configuration& configuration)
     settings.bucket = configuration.s3Bucket;
     settings.prefix = configuration.s3Prefix;
     settings.accessKey = configuration.s3AccessKey;
-    settings.secretKey = configuration.s3SecretKeyFile.empty() ? environment : readFile(configuration.s3SecretKeyFile);
+    settings.secretKey = isInFile ? readFile(configuration.s3SecretKeyFile) : environment;
     while (!settings.secretKey.empty() && std::string_view(" \r\n").contains(settings.secretKey.back()))
         settings.secretKey.pop_back();
     return settings;
@@ -45,7 +46,7 @@ Stores::Stores(
     const Configuration& configuration, const DataFolder& folder, Secrets& secrets, Metrics& metrics, const Clock& clock)
 {
     if (configuration.storage == "local") {
-        auto local = std::make_shared<LocalStore>(folder.files());
+        const auto local = std::make_shared<LocalStore>(folder.files());
         m_store = local;
         m_files = local;
         return;

@@ -27,7 +27,7 @@ constexpr std::uint64_t maxSkipped = std::uint64_t{64} << 10U;
 template <class Work> asio::awaitable<std::invoke_result_t<Work&>> onPool(asio::thread_pool& pool, Work work)
 {
     using Result = std::invoke_result_t<Work&>;
-    co_return co_await asio::co_spawn(pool, [&work]() -> asio::awaitable<Result> { co_return work(); }, asio::use_awaitable);
+    co_return co_await asio::co_spawn(pool, [&work] -> asio::awaitable<Result> { co_return work(); }, asio::use_awaitable);
 }
 
 std::string_view reasonOf(unsigned status)

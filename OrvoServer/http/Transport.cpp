@@ -155,9 +155,8 @@ asio::awaitable<bool> Transport::sendFile(const FileBody& body, std::chrono::mil
             ::sendfile(m_socket.native_handle(), body.file->descriptor(), &offset, std::min(left, maxStep));
         if (count > 0)
             left -= static_cast<std::uint64_t>(count);
-        else if (count == 0) // The file was truncated.
-            co_return false;
-        else if (errno != EINTR && (errno != EAGAIN || !co_await ready(Direction::write, patience)))
+        else if (count == 0 // The file was truncated.
+            || (errno != EINTR && (errno != EAGAIN || !co_await ready(Direction::write, patience))))
             co_return false;
     }
     co_return true;

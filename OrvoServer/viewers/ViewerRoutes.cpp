@@ -136,7 +136,7 @@ Response ViewerRoutes::playerPage(const Request& request, const LiveVideo& video
     const auto id = Uuid::parse(video.record.id);
     if (!id)
         return unavailable(request, video);
-    Permission permission{.video = *id,
+    const Permission permission{.video = *id,
         .revision = video.record.revision,
         .through = isFramed ? Permission::Through::embedding : Permission::Through::link,
         .epoch = isFramed ? video.record.embedEpoch : video.record.watchEpoch};
