@@ -19,14 +19,13 @@ target_precompile_headers(orvo_test_standard PRIVATE
   <gmock/gmock.h> <gtest/gtest.h>
   <algorithm> <chrono> <filesystem> <format> <fstream> <functional> <memory> <random> <string> <thread> <vector>)
 
-# orvo_test(NAME [ALONE] SOURCES file... LINK target... [LABELS label...] [PRECOMPILED_OF target] [ENVIRONMENT NAME=VALUE])
+# orvo_test(NAME SOURCES file... LINK target... [LABELS label...] [ALONE test...] [PRECOMPILED_OF target] [ENVIRONMENT NAME=VALUE])
 #
 # Links GoogleTest with matchers and main(), and the helpers of tests/support ("TestSupport/Name.h"). Labels select tests:
-# "slow" for those that take seconds (ctest -LE slow), "threads" for the thread sanitizer (ctest -L threads). ALONE runs
-# no other tests at the same time, for tests that measure. PRECOMPILED_OF names a target whose precompiled headers are
-# used.
+# "slow" for those that take seconds (ctest -LE slow) and begin first, "threads" for the thread sanitizer (ctest -L threads).
+# ALONE names tests that measure: nothing runs beside them. PRECOMPILED_OF names a target whose precompiled headers are used.
 function(orvo_test NAME)
-  cmake_parse_arguments(ARG "ALONE" "PRECOMPILED_OF;ENVIRONMENT" "SOURCES;LINK;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "" "PRECOMPILED_OF;ENVIRONMENT" "SOURCES;LINK;LABELS;ALONE" ${ARGN})
   if(NOT ARG_PRECOMPILED_OF)
     set(ARG_PRECOMPILED_OF orvo_test_standard)
   endif()
@@ -37,7 +36,7 @@ function(orvo_test NAME)
     add_dependencies(thread_tests ${NAME})
   endif()
   # A property without a value would consume the next name as its value.
-  set(properties TIMEOUT 900 RUN_SERIAL ${ARG_ALONE})
+  set(properties TIMEOUT 900)
   if(ARG_ENVIRONMENT)
     list(APPEND properties ENVIRONMENT "${ARG_ENVIRONMENT}")
   endif()
@@ -45,6 +44,15 @@ function(orvo_test NAME)
     string(REPLACE ";" "\\\\;" labels "${ARG_LABELS}")
     list(APPEND properties LABELS "${labels}")
   endif()
+  if("slow" IN_LIST ARG_LABELS)
+    list(APPEND properties COST 10)
+  endif()
   # Lists the tests when ctest runs, not during the build. A test that hangs fails.
-  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
+  set(discovery DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
+  if(ARG_ALONE)
+    list(JOIN ARG_ALONE ":" alone)
+    gtest_discover_tests(${NAME} ${discovery} TEST_FILTER "${alone}" PROPERTIES ${properties} RUN_SERIAL ON)
+    set(others TEST_FILTER "-${alone}")
+  endif()
+  gtest_discover_tests(${NAME} ${discovery} ${others} PROPERTIES ${properties})
 endfunction()

@@ -57,35 +57,15 @@ FocusScope {
         }
     }
 
-    property string openedId: ""
-    /// From the opening of a project until its selection is set for the first time.
-    property bool opening: false
-
     // Nothing is selected until somebody selects it.
     Connections {
         target: root.app
 
-        function onSelectedSpanChanged() {
-            if (root.opening)
-                root.selectNothing()
-        }
-        function onProjectChanged() {
-            const id = root.app.project.projectId
-            root.opening = id !== root.openedId
-            root.openedId = id
-            Qt.callLater(() => root.opening = false)
-        }
-    }
-    Connections {
-        target: root.app.recorder
-
-        // What was recorded is open already; saved, it is opened again.
-        function onSaved() {
+        function onProjectOpened() {
             root.selectNothing()
         }
     }
     function selectNothing() {
-        opening = false
         const none = app.selectedSpan
         none.start = none.end = 0
         app.selectedSpan = none
@@ -125,13 +105,8 @@ FocusScope {
         property var rows
     }
     Component.onCompleted: {
-        if (app.hasProject) {
-            openedId = app.project.projectId
-            selectNothing()
-            // It may be made while its project is being opened.
-            opening = true
-            Qt.callLater(() => opening = false)
-        }
+        // Made while its project is being opened, it hears of the end.
+        selectNothing()
         if (remembered.columns)
             columns.restoreState(remembered.columns)
         if (remembered.rows)

@@ -62,7 +62,7 @@ std::filesystem::path toPath(const QString& name)
 /// Removes the oldest files when there is too much.
 void limitCache()
 {
-    auto files = cacheFolder().entryInfoList(QDir::Files, QDir::Time);
+    const auto files = cacheFolder().entryInfoList(QDir::Files, QDir::Time);
     qint64 total = 0;
     for (const auto& file : files) {
         total += file.size();

@@ -2,6 +2,7 @@
 
 #include "OrvoVideo/ui/Commands.h"
 
+#include <QCursor>
 #include <QGuiApplication>
 #include <QHoverEvent>
 #include <QKeyEvent>

@@ -232,7 +232,7 @@ void TimelineItem::paint(QPainter* painter)
     // The main thread may be waiting for this one, or be the same; either way it is asked afterwards.
     auto missing = drawing.takeMissing();
     QMetaObject::invokeMethod(
-        this, [this, missing = std::move(missing)]() mutable { m_strips.want(std::move(missing)); }, Qt::QueuedConnection);
+        this, [this, missing = std::move(missing)] mutable { m_strips.want(std::move(missing)); }, Qt::QueuedConnection);
 }
 
 void TimelineItem::setPlayhead(double seconds)

@@ -114,6 +114,7 @@ void AppModel::forwardSignals()
     connect(&m_library, &ProjectLibrary::isListedChanged, this, &AppModel::libraryListedChanged);
     connect(&m_project, &OpenProject::projectChanged, this, &AppModel::projectChanged);
     connect(&m_project, &OpenProject::selectedSpanChanged, this, &AppModel::selectedSpanChanged);
+    connect(&m_project, &OpenProject::opened, this, &AppModel::projectOpened);
     connect(&m_project, &OpenProject::historyChanged, this, &AppModel::historyChanged);
     connect(&m_saving, &Saving::commitWanted, this, &AppModel::commitWanted);
     connect(&m_saving, &Saving::unsavedChangesChanged, this, &AppModel::unsavedChangesChanged);

@@ -247,6 +247,7 @@ signals:
     void libraryListedChanged();
     void projectChanged();
     void selectedSpanChanged();
+    void projectOpened();
     void historyChanged();
     void commitWanted(); ///< See `Saving`.
     void unsavedChangesChanged();

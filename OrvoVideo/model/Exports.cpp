@@ -20,10 +20,9 @@ namespace {
 /// The folder of the last export while it is there, else that of the desktop's videos.
 fs::path startFolder()
 {
-    const fs::path last = StoredSettings::text(StoredSettings::exportFolder).value_or("");
     std::error_code ignored;
-    if (!last.empty() && fs::is_directory(last, ignored))
-        return last;
+    if (const auto last = StoredSettings::text(StoredSettings::exportFolder); last && fs::is_directory(*last, ignored))
+        return *last;
     return QStandardPaths::writableLocation(QStandardPaths::MoviesLocation).toStdString();
 }
 

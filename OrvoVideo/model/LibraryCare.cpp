@@ -121,7 +121,7 @@ QCoro::Task<> LibraryCare::askOrTrash(std::vector<VideoProject> projects, bool i
     if (projects.empty())
         co_return;
     const auto refusal = co_await m_parts.workers.run(
-        [projects, store = *m_parts.services.store, records = m_parts.open.isLocked()]() -> std::optional<std::string> {
+        [projects, store = *m_parts.services.store, records = m_parts.open.isLocked()] -> std::optional<std::string> {
             for (const auto& project : projects) {
                 if (auto text = ProjectRemoval::refusal(project, store, records))
                     return text;

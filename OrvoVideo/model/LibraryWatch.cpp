@@ -57,7 +57,7 @@ void LibraryWatch::watchProject(const Uuid& id)
 
 void LibraryWatch::read()
 {
-    alignas(inotify_event) std::array<char, 16 * 1024> buffer{};
+    alignas(inotify_event) std::array<char, std::size_t{16} * 1024> buffer{};
     for (;;) {
         const ssize_t got = ::read(m_inotify.get(), buffer.data(), buffer.size());
         if (got <= 0)

@@ -29,6 +29,7 @@ bool OpenProject::open(VideoProject project, std::optional<VideoProject> unsaved
     setProject(recovered ? std::move(*unsavedEdits) : std::move(project));
     tellHistory();
     setSelectedSpan({0, std::min(m_project->duration, 1.0)});
+    emit opened();
     return recovered;
 }
 

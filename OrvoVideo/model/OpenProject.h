@@ -123,6 +123,8 @@ signals:
     void projectChanged();
     void historyChanged();
     void selectedSpanChanged();
+    /// `open` has finished: the selection is the first second.
+    void opened();
     /// The project has another value that has to be saved.
     void edited(orvo::OpenProject::Save save);
     /// `update` has changed the tracks.

@@ -68,7 +68,7 @@ void ProjectDocuments::saveUnsavedEdits(const VideoProject& project)
 
 QCoro::Task<std::optional<ProjectDocuments::Changed>> ProjectDocuments::changedElsewhere(Uuid id)
 {
-    co_return co_await m_worker.run([this, id]() -> std::optional<Changed> {
+    co_return co_await m_worker.run([this, id] -> std::optional<Changed> {
         const auto known = m_known.find(id);
         const auto stamp = stampOf(m_store.directory(id) / ProjectStore::documentName);
         if (known == m_known.end() || !stamp || known->second == *stamp)

@@ -188,7 +188,7 @@ void Publishing::copyEmbedOf(const Publication& publication, const QString& befo
         before);
 }
 
-void Publishing::copy(Copy copy, const QString& before)
+void Publishing::copy(const Copy& copy, const QString& before)
 {
     m_parts.services.pasteboard->setText(copy.text, [this, copy, before](bool isSet) {
         setRefusedCopy(isSet ? std::nullopt : std::optional(copy));

@@ -96,7 +96,7 @@ private:
     void showPublication();
     void noteReloaded(const std::optional<Publication>& before);
     /// `before` begins the status when the desktop refuses it.
-    void copy(Copy copy, const QString& before = {});
+    void copy(const Copy& copy, const QString& before = {});
     void copyEmbedOf(const Publication& publication, const QString& before = {});
     void setRefusedCopy(std::optional<Copy> copy);
 

@@ -21,7 +21,7 @@ Recovery::Recovery(Parts parts)
 
 void Recovery::recover()
 {
-    auto& open = m_parts.open;
+    const auto& open = m_parts.open;
     if (!open || open.isLocked() || m_processing.contains(open->id))
         return;
     m_parts.operation.perform([this, project = *open](WorkControl control) -> QCoro::Task<> {

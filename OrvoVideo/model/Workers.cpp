@@ -129,7 +129,7 @@ void Workers::begin(Work& work)
 void Workers::ended(Work& work)
 {
     // Shutting down has joined it already.
-    if (auto thread = m_threads.extract(&work))
+    if (const auto thread = m_threads.extract(&work))
         thread.mapped().join();
 }
 

@@ -107,9 +107,9 @@ struct MediaReader::Pipeline {
     /// Probes the input of the video decoder, to skip unneeded frames.
     static void elementAdded(GstBin*, GstBin*, GstElement* element, gpointer self)
     {
-        const GstElementFactory* factory = gst_element_get_factory(element);
+        GstElementFactory* factory = gst_element_get_factory(element);
         if (!factory
-            || !gst_element_factory_list_is_type(const_cast<GstElementFactory*>(factory),
+            || !gst_element_factory_list_is_type(factory,
                 GST_ELEMENT_FACTORY_TYPE_DECODER | GST_ELEMENT_FACTORY_TYPE_MEDIA_VIDEO))
             return;
         // libav decoders must copy into their own memory. With direct rendering their threads race with the choice of the

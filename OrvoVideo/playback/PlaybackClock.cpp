@@ -123,7 +123,7 @@ GstBusSyncReply PlaybackClock::Output::message(GstBus*, GstMessage* message, gpo
     return GST_BUS_DROP;
 }
 
-PlaybackClock::PlaybackClock(std::vector<std::shared_ptr<SoundTrack>> tracks, std::string sink)
+PlaybackClock::PlaybackClock(std::vector<std::shared_ptr<SoundTrack>> tracks, const std::string& sink)
     : m_output(tracks.empty() ? nullptr : std::make_unique<Output>(std::move(tracks), sink))
 {
 }

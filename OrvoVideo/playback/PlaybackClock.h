@@ -17,7 +17,7 @@ namespace orvo {
 class PlaybackClock {
 public:
     /// `sink` is the audio sink in gst-launch notation.
-    PlaybackClock(std::vector<std::shared_ptr<SoundTrack>> tracks, std::string sink);
+    PlaybackClock(std::vector<std::shared_ptr<SoundTrack>> tracks, const std::string& sink);
     ~PlaybackClock();
     PlaybackClock(const PlaybackClock&) = delete;
     PlaybackClock& operator=(const PlaybackClock&) = delete;

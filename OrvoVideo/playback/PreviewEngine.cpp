@@ -211,13 +211,12 @@ void PreviewEngine::halt()
 
 void PreviewEngine::performLoad(std::uint64_t number, const PreviewComposition& description, const std::stop_token& stop)
 {
-    std::stop_source loading;
-    {
+    const std::stop_source loading = [this] {
         const std::scoped_lock lock(m_mutex);
         if (m_orders.load || m_orders.clear)
             throw Cancelled();
-        loading = m_loading;
-    }
+        return m_loading;
+    }();
     const std::stop_callback forward(stop, [&loading] { loading.request_stop(); });
     std::shared_ptr<Composition> opened;
     QImage first;

@@ -65,7 +65,7 @@ public:
 private:
     void closeLater(std::shared_ptr<Stream> stream)
     {
-        m_worker.post([stream = std::move(stream)]() mutable { stream.reset(); });
+        m_worker.post([stream = std::move(stream)] mutable { stream.reset(); });
     }
 
     std::uint64_t m_asked = 0;

@@ -76,7 +76,7 @@ void SpeechModelList::readRates()
     m_rates.clear();
     for (const auto& model : SpeechModels::catalogue())
         m_rates.push_back(SpeechSpeed::rate(model));
-    emit dataChanged(index(0), index(rowCount() - 1), {CostRole});
+    emit dataChanged(index(0), index(static_cast<int>(m_rates.size()) - 1), {CostRole});
     emit ratesChanged();
 }
 

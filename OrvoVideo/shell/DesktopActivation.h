@@ -27,8 +27,8 @@ signals:
 public slots:
     // The interface; called by the bus.
     Q_SCRIPTABLE void Activate(const QVariantMap& platformData); // NOLINT(readability-identifier-naming)
-    Q_SCRIPTABLE void Open(
-        const QStringList& uris, const QVariantMap& platformData); // NOLINT(readability-identifier-naming)
+    // NOLINTNEXTLINE(readability-identifier-naming)
+    Q_SCRIPTABLE void Open(const QStringList& uris, const QVariantMap& platformData);
     // NOLINTNEXTLINE(readability-identifier-naming): there are no actions, so it only shows the window.
     Q_SCRIPTABLE void ActivateAction(const QString& name, const QVariantList& parameter, const QVariantMap& platformData);
 };

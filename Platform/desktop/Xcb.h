@@ -9,7 +9,7 @@
 namespace orvo {
 
 struct XcbFree {
-    void operator()(void* memory) const noexcept { std::free(memory); }
+    void operator()(void* memory) const noexcept { std::free(memory); } // NOLINT(cppcoreguidelines-no-malloc)
 };
 
 /// A reply, an event or an error; null when there was none.

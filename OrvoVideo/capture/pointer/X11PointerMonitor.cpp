@@ -28,7 +28,7 @@ bool selectPresses(const XcbDisplay& display)
         xcb_input_xi_query_version_reply(connection, xcb_input_xi_query_version(connection, 2, 2), nullptr));
     if (!version || version->major_version < 2 || (version->major_version == 2 && version->minor_version < 2))
         return false;
-    struct {
+    const struct {
         xcb_input_event_mask_t head{.deviceid = XCB_INPUT_DEVICE_ALL_MASTER, .mask_len = 1};
         std::uint32_t mask = XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS;
     } wanted;

@@ -50,7 +50,7 @@ std::vector<CaptureSource> windows(pid_t own)
 std::optional<SourcePicture> picture(const CaptureSource& source, PictureSize maxSize)
 {
     X11Connection connection;
-    X11Target target(connection, source);
+    const X11Target target(connection, source);
     X11Picture camera(connection);
     const auto view = target.view();
     if (!view)

@@ -23,10 +23,7 @@ template <typename Reply, typename Cookie>
 XcbHandle<Reply> answer(
     xcb_connection_t* connection, Reply* (*function)(xcb_connection_t*, Cookie, xcb_generic_error_t**), Cookie cookie)
 {
-    xcb_generic_error_t* error = nullptr;
-    XcbHandle<Reply> reply(function(connection, cookie, &error));
-    std::free(error);
-    return reply;
+    return XcbHandle<Reply>(function(connection, cookie, nullptr));
 }
 
 bool hasExtension(xcb_connection_t* connection, xcb_extension_t* extension)
@@ -131,8 +128,7 @@ std::vector<std::uint32_t> X11Connection::numbers(xcb_window_t window, xcb_atom_
     if (!reply || reply->format != 32)
         return {};
     const auto* values = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
-    const auto bytes = static_cast<std::size_t>(xcb_get_property_value_length(reply.get()));
-    return {values, values + bytes / sizeof(std::uint32_t)};
+    return {values, values + reply->value_len};
 }
 
 std::vector<xcb_window_t> X11Connection::windowIds() const

@@ -1,6 +1,6 @@
 #include "OrvoVideo/capture/screen/X11Picture.h"
 
-#include <cstdlib>
+#include <cstdint>
 #include <sys/ipc.h>
 #include <sys/shm.h>
 
@@ -45,17 +45,16 @@ bool X11Picture::reserve(std::size_t bytes)
     if (memory < 0)
         return false;
     void* address = ::shmat(memory, nullptr, 0);
-    if (address == reinterpret_cast<void*>(-1)) {
+    if (reinterpret_cast<std::intptr_t>(address) == -1) {
         ::shmctl(memory, IPC_RMID, nullptr);
         return false;
     }
     m_segment = xcb_generate_id(m_connection.get());
-    xcb_generic_error_t* error = xcb_request_check(
-        m_connection.get(), xcb_shm_attach_checked(m_connection.get(), m_segment, static_cast<std::uint32_t>(memory), 0));
+    const XcbHandle<xcb_generic_error_t> error(xcb_request_check(
+        m_connection.get(), xcb_shm_attach_checked(m_connection.get(), m_segment, static_cast<std::uint32_t>(memory), 0)));
     // The system frees it with the last process that uses it.
     ::shmctl(memory, IPC_RMID, nullptr);
     if (error) {
-        std::free(error);
         ::shmdt(address);
         return false;
     }
@@ -73,22 +72,20 @@ std::optional<X11Pixels> X11Picture::take(xcb_drawable_t drawable, const PixelRe
     const auto width = static_cast<std::uint16_t>(area.width);
     const auto height = static_cast<std::uint16_t>(area.height);
     const std::size_t bytes = std::size_t{4} * width * height;
-    xcb_generic_error_t* error = nullptr;
     X11Pixels pixels{.width = area.width, .height = area.height};
-    if (m_shares && (m_shares = reserve(bytes))) {
+    m_shares = m_shares && reserve(bytes);
+    if (m_shares) {
         const XcbHandle<xcb_shm_get_image_reply_t> reply(xcb_shm_get_image_reply(m_connection.get(),
             xcb_shm_get_image(
                 m_connection.get(), drawable, x, y, width, height, allPlanes, XCB_IMAGE_FORMAT_Z_PIXMAP, m_segment, 0),
-            &error));
-        std::free(error);
+            nullptr));
         if (!reply || !m_connection.hasPlainPixels(reply->depth))
             return std::nullopt;
         pixels.data = m_memory;
         return pixels;
     }
     m_reply.reset(xcb_get_image_reply(m_connection.get(),
-        xcb_get_image(m_connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, x, y, width, height, allPlanes), &error));
-    std::free(error);
+        xcb_get_image(m_connection.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, drawable, x, y, width, height, allPlanes), nullptr));
     if (!m_reply || !m_connection.hasPlainPixels(m_reply->depth)
         || static_cast<std::size_t>(xcb_get_image_data_length(m_reply.get())) < bytes)
         return std::nullopt;

@@ -3,7 +3,6 @@
 #include "VideoCore/Error.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <xcb/composite.h>
 
 namespace orvo {
@@ -61,12 +60,10 @@ void X11Target::updateWindow()
     // Mapping or resizing a window replaces its pixmap.
     freePixmap();
     const xcb_pixmap_t pixmap = xcb_generate_id(m_connection.get());
-    xcb_generic_error_t* error = xcb_request_check(
-        m_connection.get(), xcb_composite_name_window_pixmap_checked(m_connection.get(), m_window, pixmap));
-    if (error) {
-        std::free(error);
+    const XcbHandle<xcb_generic_error_t> error(xcb_request_check(
+        m_connection.get(), xcb_composite_name_window_pixmap_checked(m_connection.get(), m_window, pixmap)));
+    if (error)
         return;
-    }
     m_pixmap = pixmap;
     const auto margins = m_connection.windowMargins(m_window);
     const PixelRect memory = m_connection.drawableRect(m_pixmap);

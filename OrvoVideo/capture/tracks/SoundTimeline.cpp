@@ -22,7 +22,7 @@ constexpr std::int64_t stretchDivisor = 200;
 constexpr double newsShare = 0.02;
 
 /// How long a stream may take to become steady after a gap, in samples.
-constexpr std::int64_t settlingTime = SoundBlock::rate * 5;
+constexpr std::int64_t settlingTime = std::int64_t{SoundBlock::rate} * 5;
 
 /// While a stream settles, larger displacements are corrected at once when this many consecutive blocks agree; times are
 /// measured with errors of some milliseconds.
