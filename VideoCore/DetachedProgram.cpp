@@ -20,6 +20,7 @@ void startDetached(const std::filesystem::path& program, const std::vector<std::
     std::vector<std::string> words{program.string()};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (auto& word : words)
         pointers.push_back(word.data());
     pointers.push_back(nullptr);

@@ -95,6 +95,7 @@ public:
             throw DocumentError("No se puede guardar el proyecto: contiene un número que no es finito.");
         // Most numbers are whole or have one decimal; these need no search for the shortest digits.
         if (value >= 0 && value <= 10'000 && !std::signbit(value)) {
+            // NOLINTNEXTLINE(bugprone-incorrect-roundings): std::llround is a call, and no value is negative.
             const auto tenths = static_cast<std::int64_t>(value * 10 + 0.5);
             if (static_cast<double>(tenths) / 10 == value) {
                 writeNumber(tenths / 10);
@@ -178,11 +179,11 @@ public:
     }
 
 private:
-    template <Record T, std::size_t index, typename Value> void writeField(bool& first, const Value& value)
+    template <Record T, std::size_t Index, typename Value> void writeField(bool& first, const Value& value)
     {
         // Computed at compile time, so that it is copied in a few instructions.
         static constexpr auto label = [] {
-            constexpr std::string_view key = std::get<index>(fieldsOf<T>).key;
+            constexpr std::string_view key = std::get<Index>(fieldsOf<T>).key;
             std::array<char, key.size() + 4> text{};
             text[0] = '"';
             std::ranges::copy(key, text.begin() + 1);
@@ -196,10 +197,10 @@ private:
         write(value);
     }
 
-    template <Record T, std::size_t index, typename Value> void writeField(bool& first, const std::optional<Value>& value)
+    template <Record T, std::size_t Index, typename Value> void writeField(bool& first, const std::optional<Value>& value)
     {
         if (value)
-            writeField<T, index>(first, *value);
+            writeField<T, Index>(first, *value);
     }
 
     void beginLine(bool& first) { m_out.advance(beginLine(m_out.room(1 + maxIndent.size()), first)); }

@@ -63,7 +63,8 @@ std::string exactTimeLabel(double seconds)
 {
     constexpr double rounding = 1e-6; // A tenth that is written in binary may lie below itself.
     const auto tenths = std::isfinite(seconds) ? static_cast<long long>(std::max(seconds * 10 + rounding, 0.0)) : 0;
-    return std::format("{},{}", timeLabel(static_cast<double>(tenths / 10)), tenths % 10);
+    const auto whole = tenths / 10;
+    return std::format("{},{}", timeLabel(static_cast<double>(whole)), tenths % 10);
 }
 
 } // namespace orvo

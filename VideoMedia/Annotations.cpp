@@ -55,7 +55,7 @@ public:
         end = std::min(end, m_duration);
         if (!(start < end))
             return;
-        auto out = std::back_inserter(m_text);
+        const auto out = std::back_inserter(m_text);
         std::format_to(out, "Dialogue: {},", static_cast<int>(layer));
         m_text += AssText::stamp(start);
         m_text += ',';

@@ -98,6 +98,7 @@ namespace {
 std::vector<std::string> bareTexts(const std::vector<HeardWord>& words)
 {
     std::vector<std::string> texts;
+    texts.reserve(words.size());
     for (const auto& word : words)
         texts.push_back(bare(word.text));
     return texts;

@@ -281,6 +281,7 @@ std::vector<std::size_t> endsIn(const Band& band, std::vector<Frames> speech)
     }
     const float room = roomOf(band, speech);
     std::vector<std::size_t> result;
+    result.reserve(speech.size());
     for (const auto& stretch : speech)
         result.push_back(room > 0 ? withoutTail(band, stretch, room) : stretch.end);
     return result;

@@ -80,6 +80,7 @@ std::vector<Candidate> candidatesFor(const WordStart& word, Frames stretch, cons
 std::vector<double> wordStarts(const std::vector<WordStart>& words, Frames stretch, const Loudness& loudness)
 {
     std::vector<double> starts;
+    starts.reserve(words.size());
     for (const auto& word : words)
         starts.push_back(word.seconds);
     if (words.size() < 2)

@@ -77,7 +77,7 @@ public:
         while (!m_result)
             g_main_context_iteration(m_context.get(), TRUE);
         GError* error = nullptr;
-        auto value = finish(m_result.get(), &error);
+        const auto value = finish(m_result.get(), &error);
         if (m_stop.stop_requested()) {
             g_clear_error(&error);
             throw Cancelled();

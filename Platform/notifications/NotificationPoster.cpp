@@ -27,7 +27,7 @@ void post(std::string_view name) noexcept
         g_main_loop_quit(static_cast<Post*>(post)->loop);
     };
     static constexpr auto connected = [](GObject*, GAsyncResult* result, gpointer post) {
-        auto& what = *static_cast<Post*>(post);
+        const auto& what = *static_cast<Post*>(post);
         GDBusConnection* bus = g_bus_get_finish(result, nullptr);
         if (!bus) {
             g_main_loop_quit(what.loop);

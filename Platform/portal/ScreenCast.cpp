@@ -181,7 +181,7 @@ void ScreenCast::openRemote(Stream stream)
         Portal::service, Portal::path, QString::fromLatin1(castInterface), QStringLiteral("OpenPipeWireRemote"));
     question << QVariant::fromValue(QDBusObjectPath(m_session->handle())) << QVariantMap();
     auto* answer = new QDBusPendingCallWatcher(m_bus.asyncCall(question, answerLimit), m_session.get());
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, stream]() mutable {
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, stream] mutable {
         const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *answer;
         answer->deleteLater();
         stream.remote = reply.isError() ? -1 : ::fcntl(reply.value().fileDescriptor(), F_DUPFD_CLOEXEC, 0);

@@ -119,7 +119,7 @@ public:
         const std::scoped_lock lock(m_mutex);
         auto& waiting = m_waiting[file()];
         waiting.insert_or_assign(std::string(key), std::string(value));
-        if (auto unwritten = m_unwritten.extract(file()))
+        if (const auto unwritten = m_unwritten.extract(file()))
             waiting.merge(unwritten.mapped());
         if (!m_thread.joinable())
             m_thread = std::jthread([this](const std::stop_token& stop) { run(stop); });

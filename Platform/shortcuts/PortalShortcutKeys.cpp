@@ -21,7 +21,7 @@ struct PortalShortcut {
     QVariantMap properties;
 };
 
-// NOLINTBEGIN(misc-use-internal-linkage): found by argument-dependent lookup.
+// NOLINTBEGIN(misc-use-internal-linkage,bugprone-return-const-ref-from-parameter): found by argument-dependent lookup.
 QDBusArgument& operator<<(QDBusArgument& argument, const PortalShortcut& shortcut)
 {
     argument.beginStructure();
@@ -37,7 +37,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, PortalShortcut& s
     argument.endStructure();
     return argument;
 }
-// NOLINTEND(misc-use-internal-linkage)
+// NOLINTEND(misc-use-internal-linkage,bugprone-return-const-ref-from-parameter)
 
 namespace {
 
