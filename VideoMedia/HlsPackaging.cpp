@@ -184,7 +184,7 @@ private:
 /// the number of pixels bounds the memory too.
 std::size_t togetherIn(std::span<const Rung> rungs)
 {
-    constexpr std::int64_t pixelsPerCore = 1920 * 1080;
+    constexpr auto pixelsPerCore = std::int64_t{1920} * 1080;
     const auto most = pixelsPerCore * std::max(availableCores(), 2);
     std::size_t count = 0;
     std::int64_t pixels = 0;

@@ -310,6 +310,7 @@ private:
     std::string graphOf(const RenderGraph::Piece& piece, const VideoProject& shown, const fs::path& annotations) const
     {
         std::vector<RenderGraph::Input> inputs;
+        inputs.reserve(m_recipe.sources.size());
         for (const auto& source : m_recipe.sources)
             inputs.push_back(source.input);
         return RenderGraph::piecePicture(

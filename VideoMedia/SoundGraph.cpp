@@ -59,6 +59,7 @@ std::string sound(const VideoProject& project, std::int64_t fps)
 {
     const auto kept = keptSpans(project, fps);
     std::vector<TimeSpan> spans;
+    spans.reserve(kept.size());
     for (const auto& one : kept)
         spans.push_back(one.span);
     Chains chains;

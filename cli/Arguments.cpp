@@ -136,8 +136,9 @@ std::string clockTime(double seconds)
 std::string fineLength(double seconds)
 {
     const auto tenths = std::llround(std::clamp(seconds, 0.0, 1e14) * 10);
-    const std::string whole = clockTime(static_cast<double>(tenths / 10));
-    return tenths % 10 == 0 ? whole : std::format("{}.{}", whole, tenths % 10);
+    const auto whole = tenths / 10;
+    const std::string clock = clockTime(static_cast<double>(whole));
+    return tenths % 10 == 0 ? clock : std::format("{}.{}", clock, tenths % 10);
 }
 
 std::string exactTime(double seconds)

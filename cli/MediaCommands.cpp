@@ -135,7 +135,7 @@ void recover(Session& session, const RecoverArguments& arguments)
     if (!prepared.lost.empty())
         session.note(prepared.lostText());
     if (prepared.hardwareFailed)
-        session.note(std::string(hardwareFailureText));
+        session.note(hardwareFailureText);
     if (session.json())
         return session.answer(JsonValue::Object{{"id", project.id}, {"state", project.state}, {"duration", project.duration},
             {"lost", prepared.lost | std::views::keys | std::ranges::to<JsonValue::Array>()}});

@@ -167,17 +167,17 @@ bool overlaps(const Rect& a, const Rect& b)
 CaptureSource chosenSource(const std::string& id, const std::optional<Rect>& region)
 {
     requireX11();
-    auto displays = CaptureSources::displays();
+    const auto displays = CaptureSources::displays();
     if (id.starts_with('w')) {
         if (region)
             throw UsageError("Una región es parte de una pantalla, no de una ventana.");
-        for (auto& window : CaptureSources::windows()) {
+        for (const auto& window : CaptureSources::windows()) {
             if (window.id == id)
                 return window;
         }
         throw captureError("Selecciona una pantalla o ventana disponible.");
     }
-    for (auto& display : displays) {
+    for (const auto& display : displays) {
         if (id.empty() ? !region || overlaps(display.rect, *region) : display.id == id) {
             if (region && !overlaps(display.rect, *region))
                 break;

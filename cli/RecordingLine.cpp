@@ -34,7 +34,7 @@ std::string meter(float level)
 
 } // namespace
 
-RecordingLine::RecordingLine(std::string label, const RecordingSession& recording, CaptureEngine& engine)
+RecordingLine::RecordingLine(const std::string& label, const RecordingSession& recording, CaptureEngine& engine)
     : m_label(printable(label))
     , m_recording(recording)
     , m_engine(engine)

@@ -12,7 +12,7 @@ namespace orvo::cli {
 /// object. Does nothing if standard error is not a terminal.
 class RecordingLine {
 public:
-    RecordingLine(std::string label, const RecordingSession& recording, CaptureEngine& engine);
+    RecordingLine(const std::string& label, const RecordingSession& recording, CaptureEngine& engine);
     ~RecordingLine();
     RecordingLine(const RecordingLine&) = delete;
     RecordingLine& operator=(const RecordingLine&) = delete;
