@@ -220,7 +220,7 @@ std::string toText(const Verdict& verdict)
         (good ? Terminal::toned(Tone::good, "bien") : Terminal::toned(Tone::bad, "mal ")) + "  " + verdict.folder;
     if (!verdict.title.empty())
         text += "  " + printable(verdict.title);
-    text += "\n";
+    text += '\n';
     for (const std::string& problem : verdict.errors)
         text += "      " + printable(problem) + "\n";
     for (const std::string& oddity : verdict.warnings)

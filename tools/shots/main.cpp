@@ -59,8 +59,8 @@ void waitFor(const char* what, const std::function<bool()>& condition)
 
 class Photographer {
 public:
-    Photographer(QDir folder, QString wanted, MainWindow& main)
-        : m_folder(std::move(folder))
+    Photographer(const QDir& folder, QString wanted, MainWindow& main)
+        : m_folder(folder)
         , m_wanted(std::move(wanted))
         , m_window(main.window())
         , m_appearance(*qmlEngine(&m_window)->singletonInstance<Appearance*>("Orvo.Ui", "Appearance"))
@@ -120,7 +120,7 @@ private:
 };
 
 /// The transcript with marked words, with a word that is being corrected, and with what a search finds; and as a list.
-void photographTranscript(QQuickWindow& window, Photographer& photographer)
+void photographTranscript(const QQuickWindow& window, Photographer& photographer)
 {
     auto* page = window.findChild<ProsePage*>(QStringLiteral("page"));
     auto* section = window.findChild<QQuickItem*>(QStringLiteral("textSection"));
@@ -159,7 +159,7 @@ QQuickItem* shownText(QQuickItem& root)
 }
 
 /// The steps that were made, a zoom whose part of the picture is chosen, and a text that is edited in the picture.
-void photographHands(AppModel& model, QQuickWindow& window, Photographer& photographer)
+void photographHands(AppModel& model, const QQuickWindow& window, Photographer& photographer)
 {
     auto* commands = window.findChild<EditorCommands*>();
     model.correctWord(model.transcript()->get(4)["wordId"].toString(), QStringLiteral("veremos"));
@@ -207,7 +207,7 @@ void photographBar(Recorder& recorder, Photographer& photographer)
 }
 
 /// What helps at the beginning: the equipment, the guide, the steps for the extension, the notes.
-void photographHelp(MainWindow& main, AppModel& model, Photographer& photographer)
+void photographHelp(const MainWindow& main, AppModel& model, Photographer& photographer)
 {
     auto& window = main.window();
     QMetaObject::invokeMethod(&window, "checkEquipment", Q_ARG(bool, true));
@@ -229,7 +229,7 @@ void photographHelp(MainWindow& main, AppModel& model, Photographer& photographe
 }
 
 /// Closes the popup that has this property. It may go with that.
-void closePopup(QQuickWindow& window, const char* property)
+void closePopup(const QQuickWindow& window, const char* property)
 {
     for (auto* popup : window.findChildren<QObject*>()) {
         if (popup->property(property).isValid() && popup->property("closePolicy").isValid()) {
@@ -408,7 +408,7 @@ int main(int argc, char** argv)
     qputenv("XDG_DATA_HOME", QByteArray::fromStdString((home / "data").string()));
     qputenv("XDG_CACHE_HOME", QByteArray::fromStdString((home / "cache").string()));
     qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((home / "config").string()));
-    QApplication application(argc, argv);
+    const QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("OrvoVideo"));
     QApplication::setApplicationName(QStringLiteral("OrvoVideo"));
     QQuickStyle::setStyle(QStringLiteral("Basic"));
