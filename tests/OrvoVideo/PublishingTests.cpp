@@ -5,9 +5,6 @@
 #include "TestSupport/PublishingServer.h"
 #include "VideoCore/FileIO.h"
 
-#include <QTimer>
-#include <format>
-
 namespace orvo::test {
 namespace {
 
@@ -132,8 +129,6 @@ TEST_F(PublishingFlow, RestoresTypedDomainsAfterAFailureElsewhere)
     const auto failed = project();
     model->publishing()->setDomainText("https://uno.es");
     server.setFaults(R"([{"method":"GET","path":"/api/status","do":"hang"}])");
-    QTimer clock;
-    clock.start(20); // What other programs do wakes no event loop.
     model->publish();
     ASSERT_TRUE(waitUntil([&] { return !server.asked("GET /api/status").empty(); }));
     select(other);
@@ -145,32 +140,6 @@ TEST_F(PublishingFlow, RestoresTypedDomainsAfterAFailureElsewhere)
     select(other);
     select(failed);
     EXPECT_EQ(model->publishing()->domainText(), "") << "no longer that of a publication";
-}
-
-TEST_F(PublishingFlow, ShowsWhereTheServerStoresVideos)
-{
-    openMovie();
-    struct Case {
-        const char* answer;
-        const char* status;
-        bool usesDrive;
-    };
-    EXPECT_TRUE(model->server()->usesDrive()) << "nobody has asked yet";
-    for (const auto& [answer, status, usesDrive] : {
-             Case{R"("connected":true,"storage":"local")", "Conectado · el servidor guarda los vídeos", false},
-             {R"("connected":true,"storage":"drive")", "Conectado · Drive autorizado", true},
-             {R"("connected":true,"storage":null)", "Conectado · Drive autorizado", true},
-             {R"("connected":true)", "Conectado · Drive autorizado", true},
-             {R"("connected":false,"storage":"s3")", "Servidor conectado · falta autorizar Drive", true},
-             {R"("connected":true,"storage":"s3")", "Conectado · el servidor guarda los vídeos", false},
-         }) {
-        server.setFaults(std::format(R"([{{"path":"/api/status","do":"answer","json":{{{}}}}}])", answer));
-        run(&ServerAccount::checkConnection);
-        EXPECT_EQ(model->server()->connectionStatus(), status) << answer;
-        EXPECT_EQ(model->server()->usesDrive(), usesDrive) << answer;
-    }
-    model->server()->setServerURL("https://otro.es");
-    EXPECT_TRUE(model->server()->usesDrive()) << "nobody has asked this one";
 }
 
 TEST_F(PublishingFlow, RendersNothingForServersWithoutStorage)

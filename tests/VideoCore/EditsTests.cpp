@@ -8,30 +8,8 @@
 namespace orvo {
 namespace {
 
-using test::emptyProject;
 using test::fixedId;
 using test::fullProject;
-using testing::ElementsAre;
-
-TEST(Edits, cutAndRestore)
-{
-    auto project = emptyProject(10);
-    project.edit.cuts = {{3, 6}};
-    Edits::cut(project, {2, 4});
-    EXPECT_THAT(project.edit.cuts, ElementsAre(TimeSpan{2, 6}));
-    Edits::cut(project, {9, 30});
-    Edits::cut(project, {8, 7});
-    EXPECT_THAT(project.edit.cuts, ElementsAre(TimeSpan{2, 6}, TimeSpan{9, 10}));
-
-    EXPECT_EQ(Edits::restore(project, {2, 4}), 0U);
-    EXPECT_EQ(project.edit.cuts.size(), 2U);
-    EXPECT_EQ(Edits::restore(project, {2, 6}), 1U);
-    EXPECT_THAT(project.edit.cuts, ElementsAre(TimeSpan{9, 10}));
-
-    project.edit.cuts = {{1, 2}, {1, 2}, {1, 3}};
-    EXPECT_EQ(Edits::restore(project, {1, 2}), 2U) << "every equal one";
-    EXPECT_THAT(project.edit.cuts, ElementsAre(TimeSpan{1, 3}));
-}
 
 TEST(Edits, touchOnlyWhatTheyName)
 {

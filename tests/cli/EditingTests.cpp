@@ -1,9 +1,7 @@
 #include "CliFixture.h"
-#include "TestSupport/OrdinaryUser.h"
 
 #include <fstream>
 #include <gmock/gmock.h>
-#include <thread>
 
 namespace orvo::test {
 
@@ -121,9 +119,7 @@ TEST_F(Editing, SetsEveryField)
     EXPECT_EQ(stored().title, "-un guion");
     EXPECT_GT(stored().updatedAt, project.createdAt) << "the change is dated";
 
-    const Outcome several = orvo({"set", id, "volume.clip", "1"});
-    EXPECT_EQ(several.status, 2);
-    EXPECT_THAT(several.err, HasSubstr("volume." + secondClip.id.text()));
+    expectFailure({"set", id, "volume.clip", "1"}, 2, "volume." + secondClip.id.text());
     EXPECT_EQ(orvo({"set", id, "volume.system", "1"}).status, 1);
 }
 
@@ -153,9 +149,7 @@ TEST_F(Editing, RefusesToEditARunningRecording)
         for (const std::vector<std::string>& arguments :
             {std::vector<std::string>{"cut", id, "1", "2"}, {"text", id, "1", "hola"}, {"set", id, "title", "otro"},
                 {"apply", id, "--all"}, {"restore", id, "--all"}}) {
-            const Outcome outcome = orvo(arguments);
-            EXPECT_EQ(outcome.status, 1);
-            EXPECT_EQ(outcome.err, "orvo: Termina esta grabación antes de editarla.\n");
+            expectFailure(arguments, 1, "orvo: Termina esta grabación antes de editarla.\n");
         }
         EXPECT_EQ(orvo({"export", id, folder / "x.mp4"}).status, 1);
         EXPECT_EQ(orvo({"show", id}).status, 0);

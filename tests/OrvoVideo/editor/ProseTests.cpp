@@ -10,7 +10,6 @@ namespace orvo::test {
 
 namespace {
 
-using testing::DoubleNear;
 using testing::ElementsAre;
 
 /// The transcript as a page.
