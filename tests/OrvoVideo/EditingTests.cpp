@@ -104,20 +104,14 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
     ASSERT_TRUE(waitUntil([&] { return edit().overlays.size() == 2; }));
     EXPECT_THAT(edit().overlays[1].content, testing::EndsWith("."));
 
-    // What cannot be copied or shown is told, and leaves nothing behind.
-    std::ofstream(folder / "half.png") << picture.substr(0, picture.size() / 2);
-    const std::pair<std::filesystem::path, std::string> cases[] = {
-        {folder / "missing.png", (folder / "missing.png").string()},
-        {folder.path(), folder.path().string()},
-        {folder / "half.png", "«half.png» no es una imagen que se pueda usar: debe ser PNG, JPEG, WebP, GIF, BMP o TIFF."},
-    };
-    for (const auto& [bad, text] : cases) {
-        panels->choice = bad;
-        model->addImage();
-        ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
-        EXPECT_THAT(model->errorMessage().toStdString(), testing::HasSubstr(text));
-        model->clearError();
-    }
+    // What cannot be shown is told, and leaves nothing behind.
+    panels->choice = folder / "half.png";
+    std::ofstream(*panels->choice) << picture.substr(0, picture.size() / 2);
+    model->addImage();
+    ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
+    EXPECT_EQ(
+        model->errorMessage(), "«half.png» no es una imagen que se pueda usar: debe ser PNG, JPEG, WebP, GIF, BMP o TIFF.");
+    model->clearError();
     EXPECT_THAT(edit().overlays, SizeIs(2));
     const auto media = store.directory(opened.id) / "media";
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(media), {}), 2);

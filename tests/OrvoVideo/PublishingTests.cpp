@@ -13,7 +13,6 @@ using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 
 /// A model with a small project, and a real server that it has the address and the credential of.
@@ -111,15 +110,6 @@ TEST_F(PublishingFlow, PublishesChangesAccessAndWithdraws)
     EXPECT_FALSE(project().publication);
     EXPECT_EQ(server.query("SELECT state FROM videos"), "withdrawn");
     EXPECT_TRUE(fs::exists(this->publication() / "hls/master.m3u8"));
-    pasteboard->text.clear();
-    server.forgetRequests();
-    run(&Publishing::unpublish);
-    run(&Publishing::updatePolicy);
-    model->publishing()->copyLink();
-    model->publishing()->copyEmbed();
-    EXPECT_THAT(server.requests(), IsEmpty());
-    EXPECT_EQ(pasteboard->text, "");
-    EXPECT_EQ(model->status(), "Publicación retirada");
 }
 
 TEST_F(PublishingFlow, RestoresTypedDomainsAfterAFailureElsewhere)

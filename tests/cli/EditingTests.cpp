@@ -56,6 +56,10 @@ TEST_F(Editing, AddsChangesAndRemovesOverlaysAndZooms)
         .id = *Uuid::parse(zoom), .time = 2.5, .x = 0.25, .y = 0.5, .kind = PointerKind::zoom, .duration = 2.5, .scale = 2};
     EXPECT_THAT(now.edit.events, ElementsAre(expectedZoom));
 
+    // Those beside them stay as they are.
+    EXPECT_EQ(orvo({"text", id, "5", "otro"}).status, 0);
+    EXPECT_EQ(orvo({"zoom", id, "6"}).status, 0);
+    const VideoProject others = stored();
     const std::string shortText = text.substr(0, 12);
     EXPECT_EQ(orvo({"set", id, shortText + ".start", "0:01"}).status, 0);
     EXPECT_EQ(orvo({"set", id, shortText + ".x", "-0.25"}).status, 0);
@@ -70,8 +74,8 @@ TEST_F(Editing, AddsChangesAndRemovesOverlaysAndZooms)
     EXPECT_EQ(orvo({"remove", id, shortText}).status, 0);
     EXPECT_EQ(orvo({"remove", id, zoom}).status, 0);
     now = stored();
-    EXPECT_THAT(now.edit.overlays, IsEmpty());
-    EXPECT_THAT(now.edit.events, IsEmpty());
+    EXPECT_THAT(now.edit.overlays, ElementsAre(others.edit.overlays[1]));
+    EXPECT_THAT(now.edit.events, ElementsAre(others.edit.events[1]));
 }
 
 TEST_F(Editing, SetsEveryField)
