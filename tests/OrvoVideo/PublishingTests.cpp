@@ -59,7 +59,6 @@ protected:
     }
 
     fs::path publication() const { return store.directory(project().id) / "publication"; }
-    std::string rendered() const { return readFile(publication() / "hls/key.bin"); }
 
     PublishingServer server;
     std::vector<QString> statuses;
@@ -140,36 +139,6 @@ TEST_F(PublishingFlow, RendersNothingForServersWithoutStorage)
     EXPECT_EQ(failure(), "Conecta Google Drive desde Ajustes antes de publicar.");
     EXPECT_THAT(statuses, Not(Contains("Preparando vídeo para publicar…")));
     EXPECT_FALSE(fs::exists(publication()));
-}
-
-TEST_F(PublishingFlow, RendersAgainOnlyAfterChanges)
-{
-    openMovie();
-    const auto failAtTheEnd = [&] {
-        server.setFaults(
-            R"([{"method":"POST","path":"/api/revisions/","do":"answer","status":500,"json":{"error":"Ahora no."}}])");
-        run(&Publishing::publish);
-        EXPECT_EQ(failure(), "Ahora no.");
-        EXPECT_FALSE(project().publication);
-        return rendered();
-    };
-    std::string last = failAtTheEnd();
-    EXPECT_EQ(failAtTheEnd(), last) << "the same";
-    EXPECT_THAT(statuses, Not(Contains("Preparando vídeo para publicar…")));
-
-    const auto rendersAnew = [&](const char* why) {
-        const std::string now = failAtTheEnd();
-        EXPECT_NE(now, last) << why;
-        last = now;
-    };
-    setTitle("Otro");
-    rendersAnew("an edit");
-    model->setOptions({.height = 720, .fps = 30});
-    rendersAnew("the height");
-    model->setOptions({.height = 720, .fps = 60});
-    EXPECT_EQ(failAtTheEnd(), last) << "the frame rate is the project's";
-    fs::remove(publication() / "hls/master.m3u8");
-    rendersAnew("the package is not complete");
 }
 
 TEST_F(PublishingFlow, ChecksSettingsFirst)
