@@ -40,7 +40,7 @@ std::uint64_t numberOf(const Target& target, std::string_view name, std::uint64_
     return text.empty() || error != std::errc() || end != text.data() + text.size() ? otherwise : std::min(number, max);
 }
 
-/// "published", "uploading", "storing", "withdrawn" or "error".
+/// Returns "published", "uploading", "storing", "withdrawn" or "error".
 std::string_view stateOf(const VideoSummary& summary)
 {
     if (summary.progress == "error" && summary.video.state != "withdrawn")

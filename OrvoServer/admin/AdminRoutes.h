@@ -13,10 +13,10 @@
 
 namespace orvo::server {
 
-/// The administration page, below "admin/": signing in with the credential, and the data of the page.
+/// Serves the administration page and its data below "admin/". The author signs in with the credential.
 ///
-/// Everything but the page itself and signing in needs the session's cookie, and every change the header "X-Orvo-Admin: 1",
-/// which a form or an image of a foreign page cannot send.
+/// Except for the page itself and signing in, every request needs the session cookie. Every change also needs the header
+/// "X-Orvo-Admin: 1": forms and images of a foreign page cannot send it.
 class AdminRoutes {
 public:
     struct Parts {
@@ -29,7 +29,7 @@ public:
         const Pages& pages;
         const ViewerRoutes& viewers;
         HealthInputs health;
-        bool isSecure = true; ///< Whether browsers reach the server by https.
+        bool isSecure = true; ///< Whether browsers reach the server over https.
         std::string version;
     };
 
@@ -38,7 +38,7 @@ public:
     {
     }
 
-    /// nullopt when the target is none of these routes. Does not block.
+    /// Returns nullopt if no route matches the target. Does not block.
     std::optional<Plan> plan(const Request& request, const Target& target);
 
 private:

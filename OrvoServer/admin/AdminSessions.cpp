@@ -40,7 +40,7 @@ std::optional<std::string> AdminSessions::idOf(std::string_view session) const
     if (std::from_chars(until.data(), until.data() + until.size(), end).ec != std::errc() || end <= m_clock.now())
         return std::nullopt;
     if (end > m_clock.now() + life + clockSlack)
-        return std::nullopt; // The clock was set back since.
+        return std::nullopt; // Issued in the future: the clock was set back.
     return std::string(content.substr(0, first));
 }
 

@@ -10,8 +10,8 @@
 
 namespace orvo::server {
 
-/// Sessions of the administration page: signed texts in a cookie, so that a restart ends none. They end after a day, with a
-/// new credential, and when the author signs out. Any thread.
+/// Sessions of the administration page. The cookie holds a signed token, so sessions survive a restart. A session ends after
+/// a day, when the credential changes, or when the author signs out. Thread-safe.
 class AdminSessions {
 public:
     static constexpr std::int64_t life = 86400; ///< Seconds.
@@ -21,11 +21,11 @@ public:
     std::string begin() const;
     /// Blocks; throws `DatabaseError`.
     bool isValid(std::string_view session) const;
-    /// Blocks; throws `DatabaseError`. A session that is not valid is ignored.
+    /// Ignores invalid sessions. Blocks; throws `DatabaseError`.
     void end(std::string_view session);
 
 private:
-    /// The identifier, for a session with a right signature that has not expired.
+    /// Returns the identifier of a correctly signed, unexpired session, else nullopt.
     std::optional<std::string> idOf(std::string_view session) const;
     std::string signature(std::string_view content) const;
 

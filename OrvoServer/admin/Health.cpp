@@ -64,9 +64,9 @@ HealthCheck storeCheck(const HealthInputs& inputs)
 HealthCheck clockCheck()
 {
     struct timex state{};
-    const int answer = ::adjtimex(&state); // Not allowed in some sandboxes.
+    const int answer = ::adjtimex(&state); // Some sandboxes forbid it.
     const bool isSynchronised = answer >= 0 && answer != TIME_ERROR;
-    // A build is never from the future: a clock before its year is wrong for certain.
+    // No build is older than 2025, so an earlier date is certainly wrong.
     const auto year =
         std::chrono::year_month_day(std::chrono::floor<std::chrono::days>(std::chrono::system_clock::now())).year();
     HealthCheck check{.name = "Reloj", .isGood = year >= std::chrono::year(2025)};

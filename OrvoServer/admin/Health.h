@@ -11,24 +11,24 @@
 
 namespace orvo::server {
 
-/// One thing that was looked at. The texts are Spanish.
+/// The result of one check. The texts are Spanish.
 struct HealthCheck {
     std::string name;
     bool isGood = false;
     std::string detail;
-    std::string remedy; ///< Empty when all is well.
+    std::string remedy; ///< Empty if the check passed.
 };
 
 struct HealthInputs {
     std::filesystem::path dataFolder;
-    std::uint64_t reserve = 0; ///< Bytes that should stay free.
+    std::uint64_t reserve = 0; ///< Minimum free disk space, in bytes.
     std::string address;
     Database* database = nullptr;
     BlobStore* store = nullptr;
-    const TlsCertificate* certificate = nullptr; ///< Null where a proxy speaks TLS.
+    const TlsCertificate* certificate = nullptr; ///< Null if a proxy terminates TLS.
 };
 
-/// Looks at the address, the disk, the database, the store, the clock and the certificate. Blocks; does not throw.
+/// Checks the address, disk, database, store, clock and certificate. Blocks; does not throw.
 std::vector<HealthCheck> healthChecks(const HealthInputs& inputs);
 
 } // namespace orvo::server

@@ -13,28 +13,8 @@ from pathlib import Path
 HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parent / "support"))
 
-from devtools import DevTools  # noqa: E402: it lies in another folder.
+from devtools import LIMIT, DevTools, expect, wait_for  # noqa: E402: it lies in another folder.
 from display import Display  # noqa: E402
-
-LIMIT = 60  # Seconds that anything may take on a loaded machine.
-
-
-def fail(text):
-    raise SystemExit(f"FAILED: {text}")
-
-
-def expect(holds, text):
-    if not holds:
-        fail(text)
-
-
-def wait_for(what, condition):
-    end = time.monotonic() + LIMIT
-    while time.monotonic() < end:
-        if result := condition():
-            return result
-        time.sleep(0.1)
-    fail(f"waited too long for {what}")
 
 
 class QuietHandler(http.server.SimpleHTTPRequestHandler):

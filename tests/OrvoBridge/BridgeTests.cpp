@@ -4,7 +4,6 @@
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/FileIO.h"
-#include "VideoCore/PointerLog.h"
 #include "VideoCore/ProjectStore.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/RecordingPreparation.h"

@@ -2,8 +2,6 @@
 #include "OrvoServer/store/Collection.h"
 #include "ServerFixture.h"
 
-#include <atomic>
-
 namespace orvo::test {
 
 namespace {
@@ -13,13 +11,6 @@ using namespace std::chrono_literals;
 
 constexpr std::int64_t hour = 3600;
 constexpr std::int64_t day = 24 * hour;
-
-/// A clock that a test sets.
-class SetClock final : public Clock {
-public:
-    std::int64_t now() const override { return time; }
-    std::atomic<std::int64_t> time = 1'800'000'000; ///< Read by the threads of the server.
-};
 
 TEST(SystemClock, NeverGoesBackWithinARun)
 {

@@ -5,7 +5,6 @@
 #include "TestSupport/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <format>

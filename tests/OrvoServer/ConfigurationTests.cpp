@@ -2,7 +2,6 @@
 #include "VideoCore/Error.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <map>
 

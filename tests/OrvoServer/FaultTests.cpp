@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <format>
 #include <fstream>
-#include <map>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>

@@ -2,12 +2,10 @@
 #include "ServerProgram.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <format>
 #include <fstream>
-#include <optional>
 
 namespace orvo::test {
 

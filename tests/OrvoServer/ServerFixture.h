@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <csignal>
 #include <fstream>
 
@@ -22,6 +23,14 @@ inline std::string freshDatabase()
     static PostgresServer server;
     return server.freshDatabase();
 }
+
+/// A clock that a test sets.
+class SetClock final : public server::Clock {
+public:
+    std::int64_t now() const override { return time; }
+
+    std::atomic<std::int64_t> time = 1'800'000'000; ///< Read by the threads of the server.
+};
 
 /// A server on loopback with a fresh data folder, and its client.
 class ServerFixture : public testing::Test, protected PublishingClient {

@@ -2,15 +2,12 @@
 #include "OrvoVideo/model/BrowserIntegration.h"
 #include "Platform/notifications/Notifications.h"
 #include "TestSupport/EventLoop.h"
-#include "TestSupport/OrdinaryUser.h"
 #include "TestSupport/PrivateBus.h"
 #include "VideoCore/ExtensionMark.h"
 #include "VideoCore/FileIO.h"
-#include "VideoMedia/Sha256.h"
 
 #include <fstream>
 #include <memory>
-#include <openssl/evp.h>
 #include <yyjson.h>
 
 namespace orvo::test {
@@ -142,22 +139,6 @@ TEST_F(BrowserTests, ARecordedTabAndTheExtensionAppearWhenTheHelperSaysSo)
     EXPECT_FALSE(ExtensionMark::leave()) << "only the first call is news";
     notification::post(notification::extensionConnected);
     EXPECT_TRUE(comesToHold([&] { return model->installation()->extensionConnected(); }));
-}
-
-/// Browsers make an extension's identifier from its public key: the letters a to p for the digits of its hash.
-TEST(ExtensionIdentity, IsTheOneThatTheHelperAnswers)
-{
-    const fs::path source = ORVO_SOURCE;
-    const std::string key = textIn(parsed(source / "Extension/manifest.json"), "/key");
-    std::string bytes(key.size(), '\0');
-    const int length = EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
-        reinterpret_cast<const unsigned char*>(key.data()), static_cast<int>(key.size()));
-    ASSERT_GT(length, 0);
-    bytes.resize(static_cast<std::size_t>(length) - static_cast<std::size_t>(std::ranges::count(key, '=')));
-    std::string identifier;
-    for (const char digit : Sha256::of(bytes).substr(0, 32))
-        identifier += static_cast<char>(digit <= '9' ? 'a' + (digit - '0') : 'k' + (digit - 'a'));
-    EXPECT_EQ(readFile(source / "packaging/extension-origin.txt"), "chrome-extension://" + identifier + "/\n");
 }
 
 } // namespace

@@ -17,10 +17,7 @@ protected:
 
     void begin()
     {
-        start();
-        auto options = model->options();
-        options.microphone = options.systemAudio = false;
-        model->setOptions(options);
+        startSilent();
         QObject::connect(model.get(), &AppModel::statusChanged, [this, told = model.get()] { statuses << told->status(); });
     }
 
@@ -28,16 +25,6 @@ protected:
     {
         return comesToHold([&] { return model->isRecording() && !model->busy() && model->recorder()->time() > 0; });
     }
-    [[nodiscard]] bool idleSoon()
-    {
-        return comesToHold([&] { return !model->isRecording() && !model->busy() && !model->capturing(); });
-    }
-    /// Waits until the recording is this long.
-    [[nodiscard]] bool lasts(double seconds)
-    {
-        return comesToHold([&] { return model->recorder()->time() >= seconds; });
-    }
-
     std::filesystem::path projectFolder() const { return store.directory(project().id); }
 
     VirtualDisplay display{"640x360"};

@@ -5,7 +5,6 @@
 
 #include <fstream>
 #include <limits>
-#include <random>
 
 namespace orvo::test {
 namespace {
@@ -16,42 +15,16 @@ using testing::SizeIs;
 class EditingTests : public ModelFixture {
 protected:
     const EditState& edit() const { return project().edit; }
-    void selectSpan(double start, double end) { model->setSelectedSpan({start, end}); }
-    void moveTo(double seconds) { model->seek(seconds); }
-
-    /// The open project gets these words.
-    void transcribe(std::vector<TranscriptWord> words)
-    {
-        model->update([&](VideoProject& project) { project.edit.words = SharedList(std::move(words)); });
-    }
-
     QString idOf(const auto& record) const { return Text::from(record.id); }
 };
 
-TEST_F(EditingTests, SetsFlagsAndValuesByTheirNames)
+TEST_F(EditingTests, IgnoresUnknownFieldsAndNumbersThatNoDocumentHolds)
 {
     openNew();
-    for (const char* key : {"cameraVisible", "clickHalo", "pointerHighlight", "noiseReduction", "normalizeVoice"})
-        model->setFlag(key, false);
-    model->setFlag("sharpen", true);
-    EditState expected;
-    expected.cameraVisible = expected.clickHalo = expected.pointerHighlight = false;
-    expected.noiseReduction = expected.normalizeVoice = false;
-    expected.sharpen = true;
-    EXPECT_EQ(edit(), expected);
-    model->setValue("fade", 0.5);
-    model->setValues({{"cameraX", 0.1}, {"cameraY", 0.2}, {"cameraWidth", 0.4}});
-    expected.fade = 0.5;
-    expected.cameraX = 0.1;
-    expected.cameraY = 0.2;
-    expected.cameraWidth = 0.4;
-    EXPECT_EQ(edit(), expected);
-    EXPECT_EQ(model->projectFacts().cameraWidth, 0.4);
+    model->setValues({{"cameraX", 0.1}, {"cameraY", 0.2}});
+    EXPECT_EQ(edit().cameraY, 0.2);
     model->undo();
-    EXPECT_EQ(edit().cameraX, EditState().cameraX);
-    model->redo();
-
-    // What no document can hold, and what is no field.
+    EXPECT_EQ(edit().cameraX, EditState().cameraX) << "one step";
     model->addZoom();
     const auto before = project();
     const double infinite = std::numeric_limits<double>::infinity();
@@ -114,7 +87,7 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
     EXPECT_EQ(panels->asked, 1);
 
     panels->choice = image;
-    moveTo(8);
+    model->seek(8);
     model->addImage();
     ASSERT_TRUE(waitUntil([&] { return edit().overlays.size() == 1; }));
     const auto& overlay = edit().overlays[0];
@@ -131,20 +104,14 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
     ASSERT_TRUE(waitUntil([&] { return edit().overlays.size() == 2; }));
     EXPECT_THAT(edit().overlays[1].content, testing::EndsWith("."));
 
-    // What cannot be copied or shown is told, and leaves nothing behind.
-    std::ofstream(folder / "half.png") << picture.substr(0, picture.size() / 2);
-    const std::pair<std::filesystem::path, std::string> cases[] = {
-        {folder / "missing.png", (folder / "missing.png").string()},
-        {folder.path(), folder.path().string()},
-        {folder / "half.png", "«half.png» no es una imagen que se pueda usar: debe ser PNG, JPEG, WebP, GIF, BMP o TIFF."},
-    };
-    for (const auto& [bad, text] : cases) {
-        panels->choice = bad;
-        model->addImage();
-        ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
-        EXPECT_THAT(model->errorMessage().toStdString(), testing::HasSubstr(text));
-        model->clearError();
-    }
+    // What cannot be shown is told, and leaves nothing behind.
+    panels->choice = folder / "half.png";
+    std::ofstream(*panels->choice) << picture.substr(0, picture.size() / 2);
+    model->addImage();
+    ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
+    EXPECT_EQ(
+        model->errorMessage(), "«half.png» no es una imagen que se pueda usar: debe ser PNG, JPEG, WebP, GIF, BMP o TIFF.");
+    model->clearError();
     EXPECT_THAT(edit().overlays, SizeIs(2));
     const auto media = store.directory(opened.id) / "media";
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(media), {}), 2);
@@ -157,61 +124,6 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
     ASSERT_TRUE(waitUntil([&] { return opening.isReady() && project().id == next.id; }));
     ASSERT_TRUE(waitUntil([&] { return std::distance(std::filesystem::directory_iterator(media), {}) == 3; }));
     EXPECT_THAT(edit().overlays, IsEmpty());
-}
-
-TEST_F(EditingTests, UndoAfterAnyEditsGivesTheSameValue)
-{
-    std::mt19937_64 random(22);
-    openNew(60);
-    std::vector<TranscriptWord> words;
-    words.reserve(40);
-    for (int i = 0; i < 40; ++i)
-        words.push_back(word("w", i, i + 0.8));
-    transcribe(words);
-    const auto number = [&] { return static_cast<double>(random() % 600) / 10; };
-    const auto any = [&](const auto& list) { return list.empty() ? QString() : idOf(list[random() % list.size()]); };
-    const std::vector<std::function<void()>> edits{
-        [&] {
-            selectSpan(number(), number());
-            model->cutSelection();
-        },
-        [&] { model->cutWord(any(edit().words)); },
-        [&] {
-            if (const auto& cuts = edit().cuts; !cuts.empty())
-                model->restoreCut(cuts[0].start, cuts[0].end);
-        },
-        [&] { model->correctWord(any(edit().words), QString::number(number())); },
-        [&] { model->addText("t"); },
-        [&] { model->addZoom(); },
-        [&] { model->removeOverlay(any(edit().overlays)); },
-        [&] { model->removeEvent(any(edit().events)); },
-        [&] { model->setEventValue(any(edit().events), "scale", number()); },
-        [&] { model->setOverlayValue(any(edit().overlays), "x", number()); },
-        [&] { model->setFlag("sharpen", random() % 2 == 0); },
-        [&] { model->setValue("fade", number()); },
-        [&] { model->rename(QString::number(number())); },
-        [&] { moveTo(number()); },
-    };
-    for (int round = 0; round < 20; ++round) {
-        std::vector<VideoProject> versions{project()};
-        for (int i = 0; i < 30; ++i) {
-            edits[random() % edits.size()]();
-            if (!(project() == versions.back()))
-                versions.push_back(project());
-        }
-        for (auto version = versions.rbegin(); version != versions.rend(); ++version) {
-            ASSERT_EQ(project(), *version) << "round " << round;
-            if (version + 1 != versions.rend())
-                model->undo();
-        }
-        for (std::size_t i = 1; i < versions.size(); ++i) {
-            model->redo();
-            ASSERT_EQ(project(), versions[i]);
-        }
-    }
-    const auto last = project();
-    ASSERT_TRUE(model->prepareToQuit());
-    EXPECT_EQ(onDisk().edit, last.edit);
 }
 
 } // namespace

@@ -144,30 +144,5 @@ TEST_F(ImportExportTests, TheChoiceOfSubtitlesIsRemembered)
     }
 }
 
-TEST_F(ImportExportTests, TheCameraKeepsItsOwnShape)
-{
-    auto recording = emptyProject(2);
-    recording.tracks = SharedList<MediaTrack>{
-        track(TrackKind::screen, "media/screen.mp4", 0, 2), track(TrackKind::camera, "media/camera.mp4", 0, 2)};
-    add(recording);
-    fs::copy_file(movie("screen.mp4", 2), store.directory(recording.id) / "media/screen.mp4");
-    fs::copy_file(movie("camera.mp4", 2, "160x120"), store.directory(recording.id) / "media/camera.mp4");
-    start();
-    select(recording);
-    ASSERT_THAT(camera->loads, SizeIs(1));
-    EXPECT_EQ(camera->loads[0].width, 160);
-    EXPECT_EQ(camera->loads[0].height, 120);
-    EXPECT_EQ(camera->loads[0].fps, 30);
-    EXPECT_THAT(camera->loads[0].audio, IsEmpty());
-    EXPECT_EQ(camera->loads[0].video[0].start, 0);
-    auto without = recording;
-    without.id = fixedId(9);
-    without.tracks.edit().pop_back();
-    add(without);
-    fs::copy_file(folder / "screen.mp4", store.directory(without.id) / "media/screen.mp4");
-    select(without);
-    EXPECT_FALSE(camera->hasComposition());
-}
-
 } // namespace
 } // namespace orvo::test

@@ -3,24 +3,7 @@
 #include "Platform/settings/StoredSettings.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
-#include <QTimer>
-
 namespace orvo::test {
-
-bool waitUntil(const std::function<bool()>& condition)
-{
-    const QDeadlineTimer deadline(60'000);
-    QTimer alarm; // Ends the wait for events at the limit; it may fire early.
-    alarm.start(1'000);
-    while (!condition()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return true;
-}
 
 void fillOneHour(VideoProject& project)
 {
@@ -98,6 +81,14 @@ void ModelFixture::start()
                           const std::stop_token&) { return keychain.load(interaction); },
         .saveSecret = [this](std::string_view value, std::string_view, const std::stop_token&) { keychain.save(value); }});
     ASSERT_TRUE(waitUntil([&] { return model->libraryListed(); }));
+}
+
+void ModelFixture::startSilent()
+{
+    start();
+    auto options = model->options();
+    options.microphone = options.systemAudio = false;
+    model->setOptions(options);
 }
 
 VideoProject ModelFixture::add(VideoProject project)

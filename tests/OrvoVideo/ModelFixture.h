@@ -2,6 +2,7 @@
 
 #include "Fakes.h"
 #include "OrvoVideo/model/AppModel.h"
+#include "TestSupport/EventLoop.h"
 #include "TestSupport/Projects.h"
 #include "TestSupport/TemporaryFolder.h"
 
@@ -21,8 +22,10 @@ struct RecorderForTests {
 
 namespace orvo::test {
 
-/// Runs the event loop until the condition holds; false when it does not within a generous limit.
-bool waitUntil(const std::function<bool()>& condition);
+inline bool waitUntil(const std::function<bool()>& condition)
+{
+    return comesToHold(condition);
+}
 
 /// Fills the project with a one-hour recording: a pointer event every twelfth of a second and 9,000 words.
 void fillOneHour(VideoProject& project);
@@ -59,6 +62,19 @@ protected:
     void setTitle(const std::string& title)
     {
         model->update([&](VideoProject& edited) { edited.title = title; });
+    }
+
+    /// Starts a model that records no audio.
+    void startSilent();
+    /// Waits until the recording is this long.
+    [[nodiscard]] bool lasts(double seconds) const
+    {
+        return waitUntil([&] { return model->recorder()->time() >= seconds; });
+    }
+    /// Waits until nothing is recorded and no operation runs.
+    [[nodiscard]] bool idleSoon() const
+    {
+        return waitUntil([&] { return !model->isRecording() && !model->busy() && !model->capturing(); });
     }
 
     /// As while something is recorded, without a recording.

@@ -6,7 +6,6 @@
 #include "TestSupport/SoundWorld.h"
 
 #include <QFile>
-#include <functional>
 
 namespace orvo::test {
 
@@ -118,63 +117,6 @@ TEST_F(PortalRecordingTests, FractionalScalingLosesNoLines)
     ASSERT_TRUE(source);
     EXPECT_EQ(captureSize(source->rect, source->scale, 1080), (PictureSize{344, 180}));
     EXPECT_EQ(source->label, "Pantalla elegida · 344×180");
-}
-
-TEST_F(PortalRecordingTests, AWindowHasTheSizeThatItsFirstFrameSays)
-{
-    const SoundWorld world;
-    const SharedScreen screen({.width = 640, .height = 360, .window = SharedScreen::Part{80, 40, 160, 90}});
-    FakePortal portal(bus.address());
-    portal.node = screen.node();
-    portal.remote = SharedScreen::connection();
-    portal.sourceType = 2;
-    portal.rect = {0, 0, 640, 360}; // Of the monitor.
-    begin();
-    auto& choice = *model->capture();
-    choice.setMode("window");
-    EXPECT_EQ(choice.remembered(), "");
-    model->startRecording();
-    ASSERT_TRUE(recordsSoon());
-    EXPECT_EQ(choice.picture().size(), QSize(160, 90)) << "the window can be seen before it is recorded";
-    EXPECT_GT(choice.picture().pixelColor(10, 45).red(), 200);
-    ASSERT_TRUE(lasts(1));
-    model->stopRecording();
-    ASSERT_TRUE(idleSoon());
-    EXPECT_EQ(project().width, 160);
-    EXPECT_EQ(project().height, 90);
-    const auto frames = decodeFrames(store.mediaURL(project(), "media/screen.mov"));
-    ASSERT_FALSE(frames.empty());
-    EXPECT_GT(frames.back().mean(0.05, 0.1, 0.45, 0.9).red, 180);
-    EXPECT_GT(frames.back().mean(0.55, 0.1, 0.95, 0.9).blue, 180);
-
-    EXPECT_EQ(choice.remembered(), "Ventana elegida · 160×90") << "what the next recording shares again";
-    choice.setMode("screen");
-    EXPECT_EQ(choice.remembered(), "");
-    EXPECT_TRUE(choice.picture().isNull());
-}
-
-TEST_F(PortalRecordingTests, ATabAndARecordingThatIsNotMadeShareNothing)
-{
-    begin();
-    FakePortal portal(bus.address());
-    QFile remote("/dev/null");
-    ASSERT_TRUE(remote.open(QIODevice::ReadWrite));
-    portal.remote = remote.handle();
-    auto& choice = *model->capture();
-    for (const auto& leave : std::vector<std::function<void()>>{
-             [&] { choice.setMode("tab"); }, [&] { choice.release(); }, [&] { choice.setMode("window"); }}) {
-        choice.setMode("screen");
-        choice.choose();
-        ASSERT_TRUE(comesToHold([&] { return choice.sources()->count() == 1; }));
-        EXPECT_EQ(portal.openSessions.size(), 1);
-        leave();
-        EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); }));
-        EXPECT_EQ(choice.sources()->count(), 0);
-    }
-    choice.setMode("tab");
-    EXPECT_EQ(choice.remembered(), "");
-    choice.setMode("region");
-    EXPECT_EQ(choice.remembered(), "Pantalla elegida · 1280×720");
 }
 
 TEST_F(PortalRecordingTests, TheQuestionToTheDesktopCanBeTakenBack)

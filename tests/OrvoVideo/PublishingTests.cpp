@@ -5,9 +5,6 @@
 #include "TestSupport/PublishingServer.h"
 #include "VideoCore/FileIO.h"
 
-#include <QTimer>
-#include <format>
-
 namespace orvo::test {
 namespace {
 
@@ -16,7 +13,6 @@ using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 
 /// A model with a small project, and a real server that it has the address and the credential of.
@@ -63,7 +59,6 @@ protected:
     }
 
     fs::path publication() const { return store.directory(project().id) / "publication"; }
-    std::string rendered() const { return readFile(publication() / "hls/key.bin"); }
 
     PublishingServer server;
     std::vector<QString> statuses;
@@ -114,15 +109,6 @@ TEST_F(PublishingFlow, PublishesChangesAccessAndWithdraws)
     EXPECT_FALSE(project().publication);
     EXPECT_EQ(server.query("SELECT state FROM videos"), "withdrawn");
     EXPECT_TRUE(fs::exists(this->publication() / "hls/master.m3u8"));
-    pasteboard->text.clear();
-    server.forgetRequests();
-    run(&Publishing::unpublish);
-    run(&Publishing::updatePolicy);
-    model->publishing()->copyLink();
-    model->publishing()->copyEmbed();
-    EXPECT_THAT(server.requests(), IsEmpty());
-    EXPECT_EQ(pasteboard->text, "");
-    EXPECT_EQ(model->status(), "Publicación retirada");
 }
 
 TEST_F(PublishingFlow, RestoresTypedDomainsAfterAFailureElsewhere)
@@ -132,8 +118,6 @@ TEST_F(PublishingFlow, RestoresTypedDomainsAfterAFailureElsewhere)
     const auto failed = project();
     model->publishing()->setDomainText("https://uno.es");
     server.setFaults(R"([{"method":"GET","path":"/api/status","do":"hang"}])");
-    QTimer clock;
-    clock.start(20); // What other programs do wakes no event loop.
     model->publish();
     ASSERT_TRUE(waitUntil([&] { return !server.asked("GET /api/status").empty(); }));
     select(other);
@@ -147,32 +131,6 @@ TEST_F(PublishingFlow, RestoresTypedDomainsAfterAFailureElsewhere)
     EXPECT_EQ(model->publishing()->domainText(), "") << "no longer that of a publication";
 }
 
-TEST_F(PublishingFlow, ShowsWhereTheServerStoresVideos)
-{
-    openMovie();
-    struct Case {
-        const char* answer;
-        const char* status;
-        bool usesDrive;
-    };
-    EXPECT_TRUE(model->server()->usesDrive()) << "nobody has asked yet";
-    for (const auto& [answer, status, usesDrive] : {
-             Case{R"("connected":true,"storage":"local")", "Conectado · el servidor guarda los vídeos", false},
-             {R"("connected":true,"storage":"drive")", "Conectado · Drive autorizado", true},
-             {R"("connected":true,"storage":null)", "Conectado · Drive autorizado", true},
-             {R"("connected":true)", "Conectado · Drive autorizado", true},
-             {R"("connected":false,"storage":"s3")", "Servidor conectado · falta autorizar Drive", true},
-             {R"("connected":true,"storage":"s3")", "Conectado · el servidor guarda los vídeos", false},
-         }) {
-        server.setFaults(std::format(R"([{{"path":"/api/status","do":"answer","json":{{{}}}}}])", answer));
-        run(&ServerAccount::checkConnection);
-        EXPECT_EQ(model->server()->connectionStatus(), status) << answer;
-        EXPECT_EQ(model->server()->usesDrive(), usesDrive) << answer;
-    }
-    model->server()->setServerURL("https://otro.es");
-    EXPECT_TRUE(model->server()->usesDrive()) << "nobody has asked this one";
-}
-
 TEST_F(PublishingFlow, RendersNothingForServersWithoutStorage)
 {
     openMovie();
@@ -181,36 +139,6 @@ TEST_F(PublishingFlow, RendersNothingForServersWithoutStorage)
     EXPECT_EQ(failure(), "Conecta Google Drive desde Ajustes antes de publicar.");
     EXPECT_THAT(statuses, Not(Contains("Preparando vídeo para publicar…")));
     EXPECT_FALSE(fs::exists(publication()));
-}
-
-TEST_F(PublishingFlow, RendersAgainOnlyAfterChanges)
-{
-    openMovie();
-    const auto failAtTheEnd = [&] {
-        server.setFaults(
-            R"([{"method":"POST","path":"/api/revisions/","do":"answer","status":500,"json":{"error":"Ahora no."}}])");
-        run(&Publishing::publish);
-        EXPECT_EQ(failure(), "Ahora no.");
-        EXPECT_FALSE(project().publication);
-        return rendered();
-    };
-    std::string last = failAtTheEnd();
-    EXPECT_EQ(failAtTheEnd(), last) << "the same";
-    EXPECT_THAT(statuses, Not(Contains("Preparando vídeo para publicar…")));
-
-    const auto rendersAnew = [&](const char* why) {
-        const std::string now = failAtTheEnd();
-        EXPECT_NE(now, last) << why;
-        last = now;
-    };
-    setTitle("Otro");
-    rendersAnew("an edit");
-    model->setOptions({.height = 720, .fps = 30});
-    rendersAnew("the height");
-    model->setOptions({.height = 720, .fps = 60});
-    EXPECT_EQ(failAtTheEnd(), last) << "the frame rate is the project's";
-    fs::remove(publication() / "hls/master.m3u8");
-    rendersAnew("the package is not complete");
 }
 
 TEST_F(PublishingFlow, ChecksSettingsFirst)

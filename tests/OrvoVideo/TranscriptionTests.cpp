@@ -2,8 +2,6 @@
 #include "TestSupport/Media.h"
 #include "VideoCore/Error.h"
 
-#include <QSignalSpy>
-
 namespace orvo::test {
 namespace {
 
@@ -159,7 +157,10 @@ TEST_F(TranscriptionTests, CanBeCancelledAndEndsWithTheApplication)
     openSpoken();
     model->transcribe();
     ASSERT_TRUE(waitUntil([&] { return running == 1; }));
+    model->transcribe(); // Ignored.
     model->cancel();
+    EXPECT_EQ(model->status(), "Cancelando…");
+    EXPECT_TRUE(model->busy()) << "until the work has ended";
     ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
     EXPECT_EQ(model->status(), "Operación cancelada");
     EXPECT_THAT(project().edit.words, IsEmpty());

@@ -43,6 +43,7 @@ TEST(AttentionTests, ShowsNoticesAndTheirButton)
     EXPECT_EQ(desktop.actions, (QStringList{"default", "Abrir", "button", "Mostrar"}));
 
     // Another one takes its place, once it is known what the desktop calls the first: its answer is here before a later one.
+    desktop.flush();
     QDBusConnection::sessionBus().interface()->isServiceRegistered("es.orvo.video");
     QCoreApplication::processEvents();
     notice.show("Otro", "");

@@ -3,7 +3,6 @@
 #include "TestSupport/TemporaryFolder.h"
 
 #include <QApplication>
-#include <QDeadlineTimer>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>

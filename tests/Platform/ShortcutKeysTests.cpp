@@ -8,7 +8,6 @@
 #include "TestSupport/VirtualDisplay.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <memory>
 
 namespace orvo::test {

@@ -1,12 +1,9 @@
 #include "TestSupport/Projects.h"
 #include "TestSupport/TemporaryFolder.h"
-#include "VideoCore/DocumentCodec.h"
-#include "VideoCore/FileIO.h"
 #include "VideoCore/ProjectStore.h"
 #include "VideoCore/SharedList.h"
 
 #include <atomic>
-#include <csignal>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <thread>

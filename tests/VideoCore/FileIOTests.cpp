@@ -1,7 +1,6 @@
 #include "VideoCore/FileIO.h"
 
 #include "TestSupport/TemporaryFolder.h"
-#include "VideoCore/Error.h"
 
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -11,12 +10,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+using test::namesIn;
 using test::TemporaryFolder;
-
-std::size_t entriesIn(const fs::path& folder)
-{
-    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
-}
 
 TEST(FileIO, replacesFilesWhole)
 {
@@ -36,7 +31,7 @@ TEST(FileIO, replacesFilesWhole)
     writeFileAtomically(file, "text");
     readFile(file, buffer);
     EXPECT_EQ(buffer, "text");
-    EXPECT_EQ(entriesIn(folder.path()), 1U);
+    EXPECT_EQ(namesIn(folder.path()).size(), 1U);
 
     const fs::path longName = folder / std::string(255, 'n');
     writeFileAtomically(longName, "text");
@@ -64,29 +59,12 @@ TEST(FileIO, failsCleanly)
     EXPECT_THROW(readFile(folder / "folder"), fs::filesystem_error);
     EXPECT_THROW(writeFileAtomically(folder / "none" / "file", "text"), fs::filesystem_error);
     EXPECT_THROW(writeFileAtomically(folder / "folder", "text"), fs::filesystem_error);
-    EXPECT_EQ(entriesIn(folder.path()), 1U);
+    EXPECT_EQ(namesIn(folder.path()).size(), 1U);
 
     std::string buffer;
     writeFileAtomically(folder / "file", "12345");
     EXPECT_NO_THROW(readFile(folder / "file", buffer, 5));
     EXPECT_THROW(readFile(folder / "file", buffer, 4), fs::filesystem_error);
-}
-
-TEST(Error, isDescribedInSpanish)
-{
-    using std::make_error_code;
-    const auto described = [](std::errc code) {
-        return describe(fs::filesystem_error("write", "/a/b", make_error_code(code)));
-    };
-    EXPECT_EQ(described(std::errc::no_space_on_device), "«/a/b»: no queda espacio en el disco");
-    EXPECT_EQ(described(std::errc::read_only_file_system), "«/a/b»: el disco es de solo lectura");
-    EXPECT_EQ(described(std::errc::permission_denied), "«/a/b»: no hay permiso");
-    EXPECT_EQ(described(std::errc::no_such_file_or_directory), "«/a/b»: no existe");
-    EXPECT_EQ(describe(std::system_error(ENOENT, std::system_category(), "execve")), "no existe");
-    EXPECT_EQ(describe(std::bad_alloc()), "no queda memoria");
-    EXPECT_EQ(describe(captureError("No hay ningún vídeo visible.")), "No hay ningún vídeo visible.");
-    EXPECT_EQ(captureError("x").domain(), "OrvoVideo");
-    EXPECT_EQ(captureError("x").code(), 1);
 }
 
 } // namespace

@@ -10,7 +10,6 @@
 namespace orvo::test {
 namespace {
 
-using Phrases::Phrase;
 using testing::ElementsAre;
 
 /// A project in which the words of a text are spoken at this rate, with 0.7 s of silence at every "|".

@@ -17,30 +17,20 @@ namespace fs = std::filesystem;
 
 using test::emptyProject;
 using test::fixedId;
+using test::namesIn;
 using test::TemporaryFolder;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
 using testing::UnorderedElementsAre;
-
-std::vector<std::string> namesIn(const fs::path& folder)
-{
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder))
-        names.push_back(entry.path().filename());
-    return names;
-}
 
 fs::perms modeOf(const fs::path& path)
 {
     return fs::status(path).permissions();
 }
 
-VideoProject numbered(std::uint64_t number, std::chrono::seconds age = {})
+VideoProject numbered(std::uint64_t number)
 {
     auto project = emptyProject();
     project.id = fixedId(number);
-    project.createdAt -= age;
     return project;
 }
 
@@ -111,30 +101,6 @@ TEST_F(ProjectStoreTest, liesInTheDataFolderOfTheUser)
     EXPECT_EQ(rootWith(data.c_str(), folder.path()), data / "OrvoVideo/Projects");
     for (const char* unusable : {static_cast<const char*>(nullptr), "", "relative/data"})
         EXPECT_EQ(rootWith(unusable, folder.path()), folder / ".local/share/OrvoVideo/Projects");
-}
-
-TEST_F(ProjectStoreTest, listsTheNewestFirst)
-{
-    using std::chrono::seconds;
-    EXPECT_THAT(store.list(), IsEmpty());
-    store.create(numbered(1, seconds(10)));
-    store.create(numbered(2, seconds(9)));
-    store.create(numbered(3, seconds(11)));
-    EXPECT_THAT(listed(), ElementsAre(fixedId(2), fixedId(1), fixedId(3)));
-
-    std::vector<Uuid> sameAge;
-    for (std::uint64_t i = 10; i < 60; ++i)
-        store.create(numbered(i));
-    for (const auto& name : namesIn(store.root())) {
-        if (const auto id = *Uuid::parse(name); id >= fixedId(10))
-            sameAge.push_back(id);
-    }
-    auto ids = listed();
-    ids.resize(50);
-    EXPECT_THAT(ids, ElementsAreArray(sameAge)) << "equally old ones stay in the order of the folder";
-
-    fs::remove_all(store.root());
-    EXPECT_THAT(store.list(), IsEmpty());
 }
 
 TEST_F(ProjectStoreTest, leavesOutWhatIsNoReadableProject)

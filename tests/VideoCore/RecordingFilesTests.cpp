@@ -6,7 +6,6 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <fstream>
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <thread>

@@ -10,7 +10,6 @@ namespace orvo::test {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 /// The event lines of a document, each as its layer, start, end and text: "1 0:00:04.00 0:00:04.15 {…}…".
@@ -51,14 +50,6 @@ TEST(Annotations, WholeDocument)
     project.edit.overlays = {{.content = "Título", .start = 1, .end = 12, .x = 0.1, .y = 0.2},
         {.kind = Overlay::Kind::image, .content = "media/x.png"}};
     EXPECT_TRUE(matchesGolden("annotations.ass", ExportService::annotations(project, 1920, 1080)));
-}
-
-TEST(Annotations, FontGrowsWithTheHeight)
-{
-    const std::pair<std::int64_t, std::string> cases[] = {{1080, "38"}, {480, "18"}, {503, "18"}, {504, "18"}, {532, "19"}};
-    for (const auto& [height, size] : cases)
-        EXPECT_THAT(ExportService::annotations(emptyProject(), 640, height), HasSubstr("Helvetica," + size + ",&H"))
-            << height;
 }
 
 TEST(Annotations, PointerHoldsUntilTheNextEventOfAnyOrder)

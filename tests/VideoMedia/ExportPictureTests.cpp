@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <format>
 #include <gmock/gmock.h>
 
 namespace orvo::test {

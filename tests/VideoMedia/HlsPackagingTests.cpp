@@ -4,7 +4,6 @@
 #include "VideoCore/Timeline.h"
 
 #include <algorithm>
-#include <array>
 #include <format>
 #include <fstream>
 #include <gmock/gmock.h>

@@ -16,7 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-using testing::MatchesRegex;
 
 class ImportTest : public testing::Test {
 protected:
@@ -31,40 +30,6 @@ protected:
     ProgressCallback progress;
     std::stop_source stop;
 };
-
-TEST_F(ImportTest, AMovieBecomesAProjectAndTheNextOnesItsClips)
-{
-    const auto first = folder / "Clase 3, \"años\".tema.MOV";
-    makeVideo(first, "testsrc2=size=320x180:rate=30:duration=2");
-    makeVideo(folder / "clip.mp4", "testsrc2=size=64x64:rate=25:duration=1");
-    std::vector<double> values;
-    progress = [&](double value) { values.push_back(value); };
-
-    const auto project = import(first);
-
-    EXPECT_EQ(project.title, "Clase 3, \"años\".tema");
-    EXPECT_EQ(project.width, 320);
-    EXPECT_EQ(project.height, 180);
-    EXPECT_EQ(project.fps, 30);
-    EXPECT_EQ(project.state, "ready");
-    ASSERT_EQ(project.tracks.size(), 1U);
-    EXPECT_EQ(project.tracks[0].kind, TrackKind::screen);
-    EXPECT_EQ(project.tracks[0].start, 0);
-    EXPECT_NEAR(project.duration, 2, 0.01);
-    EXPECT_EQ(project.tracks[0].duration, project.duration);
-    EXPECT_THAT(project.tracks[0].file, MatchesRegex("media/[0-9A-F-]{36}\\.MOV"));
-    EXPECT_EQ(readFile(store.mediaURL(project, project.tracks[0].file)), readFile(first));
-    EXPECT_EQ(store.load(project.id).tracks, project.tracks);
-    EXPECT_EQ(values.back(), 1);
-
-    const auto longer = import(folder / "clip.mp4", project);
-    EXPECT_EQ(longer.id, project.id);
-    ASSERT_EQ(longer.tracks.size(), 2U);
-    EXPECT_EQ(longer.tracks[1].kind, TrackKind::clip);
-    EXPECT_EQ(longer.tracks[1].start, project.duration);
-    EXPECT_NEAR(longer.duration, 3, 0.02);
-    EXPECT_EQ(longer.width, 320) << "the size stays";
-}
 
 TEST_F(ImportTest, TurnedPhoneVideosArePortraitProjects)
 {
@@ -103,36 +68,6 @@ TEST_F(ImportTest, AMovieWithSoundOnlyIsHeardOverBlackBehindTheOthers)
     EXPECT_GT(brightness(15), 200);
     EXPECT_LT(brightness(45), 40);
     EXPECT_GT(brightness(75), 200);
-}
-
-TEST_F(ImportTest, WhatIsNoMovieIsRefusedAndChangesNothing)
-{
-    makeVideo(folder / "good.mp4", "testsrc2=size=64x36:rate=30:duration=1");
-    auto project = import(folder / "good.mp4");
-    writeFileAtomically(folder / "text.mp4", "esto no es un vídeo");
-    writeFileAtomically(folder / "empty.mp4", "");
-    writeFileAtomically(
-        folder / "list.mp4", "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n" + (folder / "good.mp4").string() + "\n");
-    makeSound(folder / "sound.m4a", "sine=duration=1");
-    ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x36:rate=30:duration=1", "-c:v", "libx264", "-f", "h264",
-        (folder / "raw.h264").string()});
-    const std::pair<std::string, std::string> cases[] = {
-        {"text.mp4", "no se puede leer"},
-        {"empty.mp4", "no se puede leer"},
-        {"list.mp4", "no se puede leer"},
-        {"raw.h264", "El archivo no contiene una duración válida."},
-        {"missing.mp4", "no existe"},
-        {".", "es una carpeta"},
-    };
-    for (const auto& [name, text] : cases)
-        EXPECT_THAT(failureOf([&] { import(folder / name, project); }), HasSubstr(text)) << name;
-    EXPECT_EQ(store.load(project.id).tracks, project.tracks);
-
-    // What was to become a new project says why it did not.
-    const auto target = VideoProject::make("text");
-    EXPECT_NE(failureOf([&] { import(folder / "text.mp4", target); }), "");
-    EXPECT_EQ(store.load(target.id).state, ProjectState::importFailed);
-    EXPECT_THAT(MovieImport::failure(store, target.id), HasSubstr("no se puede leer"));
 }
 
 TEST_F(ImportTest, AFullDiskLeavesNoHalfCopy)

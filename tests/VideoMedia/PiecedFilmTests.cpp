@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdlib>
 #include <format>
 #include <gmock/gmock.h>
 #include <iterator>
@@ -101,12 +100,8 @@ protected:
 
     std::set<std::string> kept() const
     {
-        std::set<std::string> names;
-        if (fs::exists(piecesFolder())) {
-            for (const auto& entry : fs::directory_iterator(piecesFolder()))
-                names.insert(entry.path().filename());
-        }
-        return names;
+        const auto names = namesIn(piecesFolder());
+        return {names.begin(), names.end()};
     }
 
     /// The pieces, without the mix.
@@ -135,19 +130,6 @@ protected:
         const fs::path sums = folder / "sums";
         ffmpeg({"-i", film.string(), "-map", "0:" + stream, "-f", "md5", sums.string()});
         return readFile(sums);
-    }
-
-    /// Structural similarity of each frame.
-    std::vector<double> similarity(const fs::path& one, const fs::path& other) const
-    {
-        const fs::path figures = folder / "ssim.txt";
-        ffmpeg({"-i", one.string(), "-i", other.string(), "-filter_complex", "[0:v][1:v]ssim=stats_file=" + figures.string(),
-            "-f", "null", "-"});
-        std::vector<double> result;
-        std::istringstream lines(readFile(figures));
-        for (std::string line; std::getline(lines, line);)
-            result.push_back(std::stod(line.substr(line.find("All:") + 4)));
-        return result;
     }
 
     void expectSameFilm(const fs::path& film, const fs::path& whole) const
@@ -330,8 +312,7 @@ TEST_F(PiecedFilmTests, KeepsFinishedPiecesWhenCancelled)
     };
     EXPECT_THROW(exported("film.mp4", {}, stop.get_token()), Cancelled);
     EXPECT_FALSE(fs::exists(folder / "film.mp4"));
-    for (const auto& entry : fs::directory_iterator(folder.path()))
-        EXPECT_FALSE(entry.path().filename().string().starts_with(".orvo-export")) << entry.path();
+    EXPECT_THAT(namesIn(folder.path()), testing::Each(testing::Not(testing::StartsWith(".orvo-export"))));
     EXPECT_THAT(leftovers(), IsEmpty());
     EXPECT_GE(films(kept(), piecesFolder()), 1U);
     EXPECT_EQ(numbersIn(exported("film.mp4")), expectedNumbers());

@@ -6,7 +6,6 @@
 #include "VideoMedia/ProcessRunner.h"
 
 #include <filesystem>
-#include <fstream>
 #include <gmock/gmock.h>
 
 namespace orvo::test {
@@ -15,7 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 /// Two shell scripts that find the pipe as "$PIPE". The pipe is gone in the end, whatever happens.
 class PipedScripts : public testing::Test {

@@ -145,26 +145,6 @@ TEST(ProcessRunner, StartsChildrenWithOrdinarySignals)
     EXPECT_THAT(output, StartsWith("SigBlk:\t0000000000000000\n"));
 }
 
-TEST(ProcessRunner, RunsAtTheSameTimeFromSeveralThreads)
-{
-    std::vector<std::string> outputs(8);
-    {
-        std::vector<std::jthread> threads;
-        for (std::size_t i = 0; i < outputs.size(); ++i)
-            threads.emplace_back([&, i] { outputs[i] = shell("echo " + std::to_string(i)); });
-    }
-    for (std::size_t i = 0; i < outputs.size(); ++i)
-        EXPECT_EQ(outputs[i], std::to_string(i) + "\n");
-}
-
-TEST(ProcessRunner, FindsTheProgramOfTheBundle)
-{
-    const auto found = ProcessRunner::ffmpeg();
-    ASSERT_TRUE(found);
-    EXPECT_EQ(*found, ProcessRunner::bundlePath() / "Contents/Helpers/ffmpeg");
-    EXPECT_NO_THROW(ProcessRunner::requireUsable(*found));
-}
-
 TEST(ProcessRunner, RefusesOldAndForeignPrograms)
 {
     const TemporaryFolder folder;

@@ -45,14 +45,6 @@ protected:
         return RecordingPreparation::prepare(project, store, probeService, which, {}, stop.get_token());
     }
 
-    std::vector<std::string> media() const
-    {
-        std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator(store.directory(project.id) / "media"))
-            names.push_back(entry.path().filename());
-        return names;
-    }
-
     FfprobeMediaProbe probeService;
     std::stop_source stop;
 };
@@ -152,18 +144,6 @@ TEST_F(RecordingPreparationTest, PadsAndTrimsDevicesOfABrowserToBeginWithTheScre
     }
 }
 
-TEST_F(RecordingPreparationTest, WhatAnInterruptionLeftIsRecoveredWhole)
-{
-    makeInterrupted(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=320x180:rate=30:duration=6", 0.8);
-    // The document was written two seconds before the interruption.
-    RecordingPreparation::apply(project, prepare(RecordingPreparation::Which::all));
-    EXPECT_THAT(project.tracks[0].file, HasSubstr("-prepared-"));
-    const auto recovered = probe(store.mediaURL(project, project.tracks[0].file));
-    EXPECT_GT(recovered.videoDuration, 3);
-    EXPECT_NEAR(project.tracks[0].duration, recovered.videoDuration, 0.05);
-    EXPECT_EQ(project.duration, project.tracks[0].duration);
-}
-
 TEST_F(RecordingPreparationTest, ALostTrackDoesNotKeepTheOthersFromBeingRecovered)
 {
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=64x36:rate=10:duration=2");
@@ -213,7 +193,7 @@ TEST_F(RecordingPreparationTest, AFailureIsToldAndLeavesNothing)
     makeVideo(screen, "testsrc2=size=64x36:rate=10:duration=2");
     stop.request_stop();
     EXPECT_THROW(prepare(RecordingPreparation::Which::all), Cancelled);
-    EXPECT_THAT(media(), SizeIs(1));
+    EXPECT_THAT(namesIn(store.directory(project.id) / "media"), SizeIs(1));
 }
 
 } // namespace

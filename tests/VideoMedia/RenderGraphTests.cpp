@@ -69,18 +69,6 @@ TEST(RenderGraph, WritesDurationsWithoutExponents)
         EXPECT_THAT(graph, testing::Not(testing::ContainsRegex("(duration|start|end|[^a-z]d|st)=[0-9.]+e")));
 }
 
-TEST(RenderGraph, WritesShortestNumbers)
-{
-    const std::pair<double, std::string> cases[] = {{3, "3.0"}, {12.5, "12.5"}, {0, "0.0"}, {-0.25, "-0.25"},
-        {0.1 + 0.2, "0.30000000000000004"}, {100'000, "100000.0"}, {1e15, "1000000000000000.0"}, {0.0001, "0.0001"},
-        {0.00001, "1e-05"}, {1e20, "1e+20"}};
-    for (const auto& [value, text] : cases)
-        EXPECT_EQ(numberText(value), text);
-    EXPECT_EQ(numberText(std::int64_t{1280}), "1280");
-    EXPECT_EQ(truncated(std::numeric_limits<double>::quiet_NaN()), 0);
-    EXPECT_EQ(truncated(-1e300), -9'007'199'254'740'992);
-}
-
 TEST(RenderGraph, OutputSizeIsEvenAndNeverLargerThanTheProject)
 {
     struct Case {

@@ -7,7 +7,7 @@
 #include "VideoCore/FileIO.h"
 #include "VideoCore/ProjectStore.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <string>
 #include <utility>
 #include <vector>
@@ -36,6 +36,14 @@ protected:
         const Outcome outcome = orvo(std::move(arguments));
         EXPECT_EQ(outcome.status, 0) << outcome.err;
         return Answer(outcome.out);
+    }
+
+    /// Runs it; it must end with this status, and with an error that contains `text`.
+    void expectFailure(std::vector<std::string> arguments, int status, const std::string& text) const
+    {
+        const Outcome outcome = orvo(std::move(arguments));
+        EXPECT_EQ(outcome.status, status);
+        EXPECT_THAT(outcome.err, testing::HasSubstr(text));
     }
 
     /// The project as it is stored now.

@@ -11,7 +11,6 @@ namespace {
 
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 using testing::StartsWith;
 
 const std::vector<std::string> commands{"list", "show", "import", "duplicate", "delete", "validate", "cut", "restore",
@@ -232,9 +231,7 @@ TEST_F(CommandLine, FindsProjectsByTheBeginningOfTheIdentifier)
     EXPECT_THAT(ambiguous.err, HasSubstr("ABCD1111-0000-4000-8000-000000000003"));
 
     for (const std::string reference : {"ffff", "FFFFFFFF-0000-4000-8000-000000000000"}) {
-        const Outcome missing = orvo({"cut", reference, "1", "2"});
-        EXPECT_EQ(missing.status, 3);
-        EXPECT_THAT(missing.err, HasSubstr("No hay ningún proyecto «" + reference + "»"));
+        expectFailure({"cut", reference, "1", "2"}, 3, "No hay ningún proyecto «" + reference + "»");
     }
 }
 
@@ -268,9 +265,7 @@ TEST_F(CommandLine, TakesTheLibraryFromOptionOrEnvironment)
     for (const std::vector<std::string>& command : {std::vector<std::string>{"list"}, {"show", "abcd"}, {"validate"}}) {
         auto words = command;
         words.insert(words.end(), {"--library", folder / "nada"});
-        const Outcome missing = orvo(words);
-        EXPECT_EQ(missing.status, 1);
-        EXPECT_THAT(missing.err, HasSubstr("No existe la biblioteca «" + (folder / "nada").string()));
+        expectFailure(words, 1, "No existe la biblioteca «" + (folder / "nada").string());
     }
     EXPECT_FALSE(std::filesystem::exists(folder / "nada"));
 }

@@ -16,14 +16,6 @@ using testing::HasSubstr;
 using testing::SizeIs;
 using testing::UnorderedElementsAre;
 
-std::vector<std::string> entriesOf(const fs::path& directory)
-{
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(directory))
-        names.push_back(entry.path().filename());
-    return names;
-}
-
 class Interrupted : public CliFixture {
 protected:
     Interrupted() { makeVideo(folder / "clip.mp4", "testsrc2=size=64x36:rate=10:duration=1"); }
@@ -47,7 +39,7 @@ TEST_F(Interrupted, LeavesNothingOfAnExport)
         EXPECT_THAT(outcome.err, HasSubstr("Operación cancelada"));
         EXPECT_FALSE(fs::exists(folder / "out.mp4"));
         EXPECT_FALSE(fs::exists(folder / "out.srt"));
-        EXPECT_THAT(entriesOf(store.directory(project.id)), UnorderedElementsAre("media", "project.json"));
+        EXPECT_THAT(namesIn(store.directory(project.id)), UnorderedElementsAre("media", "project.json"));
     }
 }
 
@@ -97,18 +89,21 @@ TEST_F(HeldImport, LeavesNothingOfAnImport)
 {
     Program program({"import", folder / "clip.mp4"}, setup);
     waitUntilReached();
-    EXPECT_THAT(entriesOf(store.root()), SizeIs(2)) << "the new project's folder is there while it is filled";
+    EXPECT_THAT(namesIn(store.root()), SizeIs(2)) << "the new project's folder is there while it is filled";
     program.signal(SIGTERM);
     const Outcome outcome = program.end();
     EXPECT_EQ(outcome.status, 130);
     EXPECT_EQ(outcome.err, "orvo: Operación cancelada\n");
-    EXPECT_THAT(entriesOf(store.root()), ElementsAre(id));
+    EXPECT_THAT(namesIn(store.root()), ElementsAre(id));
 }
 
 TEST_F(HeldImport, KeepsEditsMadeMeanwhile)
 {
     Program import({"import", folder / "clip.mp4", "--append", id}, setup);
     waitUntilReached();
+    VideoProject edited = stored();
+    edited.title = "Nuevo"; // By a program that waits for nobody.
+    store.save(edited);
     auto editSetup = setup;
     editSetup.errorTerminal = true;
     Program edit({"cut", id, "1", "2"}, editSetup);
@@ -116,7 +111,9 @@ TEST_F(HeldImport, KeepsEditsMadeMeanwhile)
     letGoOn();
     EXPECT_EQ(import.end().status, 0);
     EXPECT_EQ(edit.end().status, 0);
-    EXPECT_THAT(stored().tracks, SizeIs(1));
+    EXPECT_EQ(stored().title, "Nuevo");
+    ASSERT_THAT(stored().tracks, SizeIs(1));
+    EXPECT_TRUE(fs::exists(store.mediaURL(stored(), stored().tracks[0].file)));
     EXPECT_THAT(stored().edit.cuts, ElementsAre(TimeSpan{1, 2}));
 }
 

@@ -9,7 +9,6 @@ namespace orvo::test {
 
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 class MissingFfmpeg : public CliFixture {
@@ -31,15 +30,9 @@ TEST_F(MissingFfmpeg, IsReportedWhileEditingGoesOn)
     if (!Installation::isOnlyCandidate())
         GTEST_SKIP() << "this machine has another ffmpeg";
     const std::string before = document();
-    const Outcome exported = orvo({"export", id, folder / "out.mp4"});
-    EXPECT_EQ(exported.status, 1);
-    EXPECT_EQ(exported.err, "orvo: Instala FFmpeg desde Ajustes para exportar vídeos.\n");
-    const Outcome imported = orvo({"import", folder / "clip.mp4"});
-    EXPECT_EQ(imported.status, 1);
-    EXPECT_EQ(imported.err, "orvo: FFmpeg no está instalado.\n");
-    const Outcome validated = orvo({"validate"});
-    EXPECT_EQ(validated.status, 1);
-    EXPECT_THAT(validated.err, HasSubstr("FFmpeg no está instalado."));
+    expectFailure({"export", id, folder / "out.mp4"}, 1, "orvo: Instala FFmpeg desde Ajustes para exportar vídeos.\n");
+    expectFailure({"import", folder / "clip.mp4"}, 1, "orvo: FFmpeg no está instalado.\n");
+    expectFailure({"validate"}, 1, "FFmpeg no está instalado.");
     EXPECT_EQ(document(), before);
     EXPECT_EQ(answer({"list"}).size(), 1) << "a failed import leaves nothing behind";
 
@@ -77,9 +70,8 @@ TEST_F(MissingFfmpeg, IsWhatTheCheckOfTheEquipmentSays)
 TEST_F(MissingFfmpeg, NamesTheProbeThatIsMissing)
 {
     installation.addScript("ffmpeg", "exit 1");
-    const Outcome imported = orvo({"import", folder / "clip.mp4"});
-    EXPECT_EQ(imported.status, 1);
-    EXPECT_EQ(imported.err, "orvo: Falta ffprobe, que viene con FFmpeg. Vuelve a instalar FFmpeg.\n");
+    expectFailure(
+        {"import", folder / "clip.mp4"}, 1, "orvo: Falta ffprobe, que viene con FFmpeg. Vuelve a instalar FFmpeg.\n");
 }
 
 TEST_F(MissingFfmpeg, ReportsWhatCannotRunInSpanish)
@@ -101,9 +93,8 @@ TEST_F(MissingFfmpeg, ReportsWhatCannotRunInSpanish)
 TEST_F(MissingFfmpeg, RefusesOldVersions)
 {
     installation.addScript("ffmpeg", R"(echo 'ffmpeg version 5.1.6'; echo 'libavfilter     8. 44.100 /  8. 44.100')");
-    const Outcome exported = orvo({"export", id, folder / "out.mp4"});
-    EXPECT_EQ(exported.status, 1);
-    EXPECT_EQ(exported.err, "orvo: La versión de FFmpeg instalada es demasiado antigua. Instala FFmpeg 7 o posterior.\n");
+    expectFailure({"export", id, folder / "out.mp4"}, 1,
+        "orvo: La versión de FFmpeg instalada es demasiado antigua. Instala FFmpeg 7 o posterior.\n");
     EXPECT_FALSE(std::filesystem::exists(folder / "out.mp4"));
 }
 

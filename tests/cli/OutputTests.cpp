@@ -1,6 +1,5 @@
 #include "CliFixture.h"
 
-#include <algorithm>
 #include <chrono>
 #include <gmock/gmock.h>
 #include <sstream>
@@ -10,7 +9,6 @@ namespace orvo::test {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -172,9 +170,7 @@ TEST_F(Output, EndsQuietlyWhenTheReaderLeaves)
 TEST_F(Output, FailsWhenTheAnswerCannotBeWritten)
 {
     setup.outputFile = "/dev/full";
-    const Outcome outcome = orvo({"list"});
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.err, "orvo: No se puede escribir la respuesta: no queda espacio en el disco.\n");
+    expectFailure({"list"}, 1, "orvo: No se puede escribir la respuesta: no queda espacio en el disco.\n");
 }
 
 } // namespace

@@ -8,7 +8,6 @@ namespace orvo::test {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::HasSubstr;
 
 class Projects : public CliFixture {
 protected:
@@ -53,9 +52,7 @@ TEST_F(Projects, DuplicatesFilesAndEditButNotThePublication)
 TEST_F(Projects, DeletesToTheTrashAndNotWithoutAskingWhatIsPublished)
 {
     const std::string copy = answer({"duplicate", id})["id"].text();
-    const Outcome refused = orvo({"delete", copy, id});
-    EXPECT_EQ(refused.status, 1);
-    EXPECT_THAT(refused.err, HasSubstr("«Clase» está publicado"));
+    expectFailure({"delete", copy, id}, 1, "«Clase» está publicado");
     EXPECT_EQ(store.list().size(), 2) << "of several none goes";
 
     setup.inputTerminal = setup.errorTerminal = true;

@@ -23,11 +23,11 @@ namespace orvo::test {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-using testing::UnorderedElementsAre;
 
 /// Whether a program has come to its end; nobody has waited for it yet.
 bool hasEnded(const Program& program)
@@ -210,9 +210,7 @@ TEST_F(PublishOnDesktop, DoesNotWaitForAProxyScript)
     program.signal(SIGINT);
     EXPECT_EQ(program.end().status, 130);
     // Who waits goes on without, while the script is still waited for.
-    const auto outcome = orvo({"settings", "--check"});
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("No se encuentra el servidor «video.ejemplo.es»"));
+    expectFailure({"settings", "--check"}, 1, "No se encuentra el servidor «video.ejemplo.es»");
 }
 
 TEST_F(Publish, UsesTheProxyOfEnvironmentAndSettings)
@@ -257,25 +255,20 @@ TEST_F(Publish, UsesTheProxyOfEnvironmentAndSettings)
 
 TEST_F(Publish, ReportsWrongUseAndFailures)
 {
-    const auto refused = [&](std::vector<std::string> arguments, int status, const std::string& text) {
-        const auto outcome = orvo(std::move(arguments));
-        EXPECT_EQ(outcome.status, status);
-        EXPECT_THAT(outcome.err, HasSubstr(text));
-    };
-    refused({"publish", id, "--public-link", "--private-link"}, 2, "no pueden ir juntas");
-    refused({"publish", id, "--no-domains", "--domain", "https://a.es"}, 2, "no pueden ir juntas");
-    refused({"publish", id, "--quality", "hihg"}, 2, "¿Querías decir «high»?");
-    refused({"settings", "--server", "http://a.es"}, 1, "Usa una dirección HTTPS para el servicio.");
-    refused({"settings", "--credential", "--oauth-client", "x"}, 2, "por separado");
+    expectFailure({"publish", id, "--public-link", "--private-link"}, 2, "no pueden ir juntas");
+    expectFailure({"publish", id, "--no-domains", "--domain", "https://a.es"}, 2, "no pueden ir juntas");
+    expectFailure({"publish", id, "--quality", "hihg"}, 2, "¿Querías decir «high»?");
+    expectFailure({"settings", "--server", "http://a.es"}, 1, "Usa una dirección HTTPS para el servicio.");
+    expectFailure({"settings", "--credential", "--oauth-client", "x"}, 2, "por separado");
     setup.environment["ORVO_ADMIN_TOKEN"] = "otro";
-    refused({"publish", id}, 1, "Credencial incorrecta.");
+    expectFailure({"publish", id}, 1, "Credencial incorrecta.");
     EXPECT_FALSE(stored().publication);
     setup.environment.erase("ORVO_ADMIN_TOKEN");
-    refused({"publish", id}, 1,
+    expectFailure({"publish", id}, 1,
         "pulsa Leer del llavero (300). En el terminal la guarda orvo settings --credential; también vale la variable "
         "ORVO_ADMIN_TOKEN.");
     setup.environment["XDG_CONFIG_HOME"] = folder / "other";
-    refused({"publish", id}, 1, "orvo settings --server https://");
+    expectFailure({"publish", id}, 1, "orvo settings --server https://");
 }
 
 TEST_F(Publish, SharesSettingsWithTheApplication)
@@ -349,10 +342,7 @@ TEST_F(Publish, PackagesCompletelyOrNotAtAll)
     EXPECT_EQ(made["renditions"][0]["height"].number(), 72);
     EXPECT_EQ(made["playlist"].text(), (target / "master.m3u8").string());
     EXPECT_EQ(probe(target / "poster.jpg").width, 960);
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(target))
-        names.push_back(entry.path().filename());
-    EXPECT_THAT(names, UnorderedElementsAre("72", "captions.vtt", "key.bin", "master.m3u8", "poster.jpg"));
+    EXPECT_THAT(namesIn(target), ElementsAre("72", "captions.vtt", "key.bin", "master.m3u8", "poster.jpg"));
 
     EXPECT_THAT(orvo({"package", id, target}).err, HasSubstr("no está vacía"));
     EXPECT_THAT(orvo({"package", id, store.directory(project.id) / "nueva"}).err, Not(IsEmpty()));
@@ -360,10 +350,8 @@ TEST_F(Publish, PackagesCompletelyOrNotAtAll)
     const auto outcome = orvo({"package", id, folder / "lleno"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_FALSE(fs::exists(folder / "lleno"));
-    for (const auto& entry : fs::directory_iterator(store.directory(project.id)))
-        EXPECT_THAT(entry.path().filename().string(), Not(HasSubstr("package-")));
-    for (const auto& entry : fs::directory_iterator(folder.path()))
-        EXPECT_THAT(entry.path().filename().string(), Not(HasSubstr(".tmp")));
+    EXPECT_THAT(namesIn(store.directory(project.id)), Each(Not(HasSubstr("package-"))));
+    EXPECT_THAT(namesIn(folder.path()), Each(Not(HasSubstr(".tmp"))));
 }
 
 } // namespace

@@ -130,9 +130,7 @@ TEST_F(Record, RecordsNoXServerBesideWayland)
     for (const std::vector<std::string>& source : {std::vector<std::string>{}, {"--source", "w1"}}) {
         std::vector<std::string> arguments{"record", "--seconds", "1", "--no-microphone"};
         arguments.insert(arguments.end(), source.begin(), source.end());
-        const auto outcome = orvo(arguments);
-        EXPECT_EQ(outcome.status, 1);
-        EXPECT_THAT(outcome.err, HasSubstr("solo se graban escritorios X11"));
+        expectFailure(arguments, 1, "solo se graban escritorios X11");
     }
     EXPECT_EQ(store.list().size(), 1U) << "and no project is left behind";
 }

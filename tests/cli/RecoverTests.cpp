@@ -52,9 +52,7 @@ TEST_F(Recover, PreparesInterruptedRecordings)
 {
     makeVideo(store.directory(project.id) / "media/screen.mov", "testsrc2=size=64x36:rate=10:duration=3");
     writeSession(::getpid());
-    const auto running = orvo({"recover", id});
-    EXPECT_EQ(running.status, 1);
-    EXPECT_THAT(running.err, HasSubstr("Termina esta grabación antes de recuperarla."));
+    expectFailure({"recover", id}, 1, "Termina esta grabación antes de recuperarla.");
     EXPECT_EQ(stored().state, "recording");
 
     writeSession(0);
@@ -70,9 +68,7 @@ TEST_F(Recover, PreparesInterruptedRecordings)
 
 TEST_F(Recover, KeepsWhatCannotBeRecovered)
 {
-    const auto outcome = orvo({"recover", id});
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.err, HasSubstr("No se ha podido recuperar toda la grabación: Falta «media/screen.mov»."));
+    expectFailure({"recover", id}, 1, "No se ha podido recuperar toda la grabación: Falta «media/screen.mov».");
     EXPECT_EQ(stored().state, "needs-recovery");
 }
 

@@ -14,7 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-using testing::SizeIs;
 
 /// A spoken lesson: two sentences, a hesitation between long pauses, and a third sentence.
 class Transcribe : public CliFixture {

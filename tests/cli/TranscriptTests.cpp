@@ -9,7 +9,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 /// Ten seconds: two words, a filler, a long pause, a last word, and a click.
 class Transcript : public CliFixture {
@@ -98,9 +97,7 @@ TEST_F(Transcript, WritesSubtitlesToOutputOrFile)
     EXPECT_EQ(readFile(folder / "x.txt"), subRip);
 
     const std::string before = document();
-    const Outcome inProject = orvo({"subtitles", id, store.directory(project.id) / "project.json"});
-    EXPECT_EQ(inProject.status, 1);
-    EXPECT_THAT(inProject.err, HasSubstr("está dentro de un proyecto"));
+    expectFailure({"subtitles", id, store.directory(project.id) / "project.json"}, 1, "está dentro de un proyecto");
     EXPECT_EQ(document(), before);
     EXPECT_EQ(orvo({"subtitles", id, folder / "no/x.srt"}).status, 1);
     EXPECT_EQ(orvo({"subtitles", id, folder.path()}).status, 1);

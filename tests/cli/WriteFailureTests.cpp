@@ -9,16 +9,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;
-using testing::HasSubstr;
-
-std::vector<std::string> entriesOf(const fs::path& directory)
-{
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(directory))
-        names.push_back(entry.path().filename());
-    std::ranges::sort(names);
-    return names;
-}
 
 class WriteFailure : public CliFixture { };
 
@@ -32,11 +22,9 @@ TEST_F(WriteFailure, LosesNothingOnAFullDisk)
     const std::string before = document();
 
     setup.largestFile = before.size() / 2;
-    const Outcome limited = orvo({"cut", id, "1", "2"});
-    EXPECT_EQ(limited.status, 1);
-    EXPECT_THAT(limited.err, HasSubstr("el archivo es demasiado grande"));
+    expectFailure({"cut", id, "1", "2"}, 1, "el archivo es demasiado grande");
     EXPECT_EQ(document(), before);
-    EXPECT_THAT(entriesOf(store.directory(project.id)), ElementsAre("media", "project.json"));
+    EXPECT_THAT(namesIn(store.directory(project.id)), ElementsAre("media", "project.json"));
     setup.largestFile.reset();
 
     const SmallDisk disk(before.size() + 16'384);
@@ -45,11 +33,9 @@ TEST_F(WriteFailure, LosesNothingOnAFullDisk)
     const ProjectStore small(disk.path() / "library");
     small.create(project);
     setup.library = small.root();
-    const Outcome full = orvo({"cut", id, "1", "2"});
-    EXPECT_EQ(full.status, 1);
-    EXPECT_THAT(full.err, HasSubstr("no queda espacio en el disco"));
+    expectFailure({"cut", id, "1", "2"}, 1, "no queda espacio en el disco");
     EXPECT_EQ(readFile(small.directory(project.id) / "project.json"), before);
-    EXPECT_THAT(entriesOf(small.directory(project.id)), ElementsAre("media", "project.json"));
+    EXPECT_THAT(namesIn(small.directory(project.id)), ElementsAre("media", "project.json"));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
@@ -22,6 +23,9 @@ public:
         m_bus.registerService("org.freedesktop.Notifications");
     }
     ~FakeNotifications() override { QDBusConnection::disconnectFromBus(m_bus.name()); }
+
+    /// Returns when the bus has its answers.
+    void flush() const { m_bus.interface()->isServiceRegistered(m_bus.baseService()); }
 
     int count = 0; ///< How many it has shown.
     bool hasReplaced = false; ///< Whether the last took another one's place.

@@ -103,6 +103,19 @@ std::vector<Picture> decodeFrames(const fs::path& file)
     return frames;
 }
 
+std::vector<double> similarity(const fs::path& one, const fs::path& other)
+{
+    const TemporaryFolder folder;
+    const fs::path figures = folder / "ssim.txt";
+    ffmpeg({"-i", one.string(), "-i", other.string(), "-filter_complex", "[0:v][1:v]ssim=stats_file=" + figures.string(),
+        "-f", "null", "-"});
+    std::vector<double> result;
+    std::istringstream lines(readFile(figures));
+    for (std::string line; std::getline(lines, line);)
+        result.push_back(std::stod(line.substr(line.find("All:") + 4)));
+    return result;
+}
+
 std::vector<float> decodeSound(const fs::path& file)
 {
     const TemporaryFolder folder;

@@ -43,6 +43,9 @@ struct Picture {
 /// pictures.
 std::vector<Picture> decodeFrames(const std::filesystem::path& file);
 
+/// How alike the frames of two films of one size are to the eye, each up to 1: their structural similarity.
+std::vector<double> similarity(const std::filesystem::path& one, const std::filesystem::path& other);
+
 /// The first sound stream of a file as mono samples at 48 kHz, −1..1.
 std::vector<float> decodeSound(const std::filesystem::path& file);
 

@@ -32,12 +32,10 @@ protected:
     /// What lies in the project's folder besides the document, the media and the list of finished films.
     std::vector<std::string> leftovers() const
     {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(store.directory(project.id))) {
-            const std::string name = entry.path().filename();
-            if (name != ProjectStore::documentName && name != ProjectStore::mediaName && name != "films.txt")
-                names.push_back(name);
-        }
+        auto names = namesIn(store.directory(project.id));
+        std::erase_if(names, [](const auto& name) {
+            return name == ProjectStore::documentName || name == ProjectStore::mediaName || name == "films.txt";
+        });
         return names;
     }
 

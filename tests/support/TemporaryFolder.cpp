@@ -1,8 +1,8 @@
 #include "TestSupport/TemporaryFolder.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <string>
 #include <system_error>
 
 namespace orvo::test {
@@ -27,6 +27,16 @@ TemporaryFolder::~TemporaryFolder()
             fs::permissions(entry->path(), fs::perms::owner_all, fs::perm_options::add, unknown);
     }
     fs::remove_all(m_path, ignored);
+}
+
+std::vector<std::string> namesIn(const fs::path& folder)
+{
+    std::vector<std::string> names;
+    std::error_code none;
+    for (const auto& entry : fs::directory_iterator(folder, none))
+        names.push_back(entry.path().filename().string());
+    std::ranges::sort(names);
+    return names;
 }
 
 } // namespace orvo::test

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
 namespace orvo::test {
 
@@ -23,5 +25,8 @@ public:
 private:
     std::filesystem::path m_path;
 };
+
+/// The names of everything in a folder, hidden or not, sorted; none without the folder.
+std::vector<std::string> namesIn(const std::filesystem::path& folder);
 
 } // namespace orvo::test

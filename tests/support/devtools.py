@@ -11,6 +11,20 @@ import time
 LIMIT = 240  # Seconds that anything may take on a loaded machine.
 
 
+def expect(holds, text):
+    if not holds:
+        raise SystemExit(f"FAILED: {text}")
+
+
+def wait_for(what, condition):
+    """Waits until the condition is truthy, and returns it."""
+    end = time.monotonic() + LIMIT
+    while not (result := condition()):
+        expect(time.monotonic() < end, f"waited too long for {what}")
+        time.sleep(0.1)
+    return result
+
+
 class Failure(Exception):
     """What a page, or the browser, says has gone wrong."""
 

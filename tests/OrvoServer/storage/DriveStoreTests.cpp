@@ -126,8 +126,10 @@ TEST_F(DriveStoreTests, IsAuthorisedOnceForEachStart)
     authorisation->finish("code-1", stateOf(third));
     EXPECT_TRUE(authorisation->isAuthorised());
     EXPECT_EQ(failure([&] { authorisation->finish("code-1", stateOf(third)); }), late) << "replayed";
-    for (const auto& entry : fs::directory_iterator(folder.path()))
+    for (const auto& entry : fs::directory_iterator(folder.path())) {
         EXPECT_THAT(readFile(entry.path()), Not(HasSubstr("refresh-1")));
+        EXPECT_EQ(fs::status(entry.path()).permissions() & (fs::perms::group_all | fs::perms::others_all), fs::perms::none);
+    }
 
     authorisation->configure("other", "secret");
     EXPECT_FALSE(authorisation->isAuthorised()) << "the permission was another client's";

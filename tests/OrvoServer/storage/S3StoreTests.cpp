@@ -5,10 +5,8 @@
 #include "VideoCore/FileIO.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <gmock/gmock.h>
 #include <random>
-#include <thread>
 
 namespace orvo::test {
 namespace {

@@ -2,37 +2,14 @@
 
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/Error.h"
-#include "VideoCore/FileIO.h"
 
 #include <fstream>
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace orvo::test {
 namespace {
 
-namespace fs = std::filesystem;
-using server::FileSecrets;
 using server::SecretBox;
-using testing::HasSubstr;
-using testing::Not;
-
-TEST(SecretsTests, AreSealedAndReadAgainByTheSameServer)
-{
-    const TemporaryFolder folder;
-    {
-        FileSecrets secrets(folder.path());
-        EXPECT_EQ(secrets.load("drive-refresh-token"), std::nullopt);
-        secrets.save("drive-refresh-token", "muy secreto");
-    }
-    FileSecrets secrets(folder.path());
-    EXPECT_EQ(secrets.load("drive-refresh-token"), "muy secreto");
-    for (const auto& entry : fs::directory_iterator(folder.path())) {
-        EXPECT_THAT(readFile(entry.path()), Not(HasSubstr("muy secreto"))) << entry.path();
-        EXPECT_EQ(fs::status(entry.path()).permissions() & (fs::perms::group_all | fs::perms::others_all), fs::perms::none);
-    }
-    secrets.erase("drive-refresh-token");
-    EXPECT_EQ(secrets.load("drive-refresh-token"), std::nullopt);
-}
 
 TEST(SecretsTests, OpenUnderTheirOwnKeyAndNameAlone)
 {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <regex>
 #include <set>
 #include <string>

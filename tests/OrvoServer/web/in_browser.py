@@ -1,9 +1,8 @@
 """Looks at the publishing server's pages in a real browser.
 
-in_browser.py CASE PACKAGE WEB_FOLDER PLAYER_FOLDER [ADDRESS VIDEO]
+in_browser.py CASE PACKAGE WEB_FOLDER PLAYER_FOLDER
 
-Without an address the stand-in serves PACKAGE. With one, a real server's page of VIDEO is looked at, which must have been
-published from PACKAGE with a public link; cases that need the stand-in's faults are skipped with status 77.
+The stand-in serves PACKAGE. `plays` also looks at a real server, for end_to_end.py.
 """
 
 import json
@@ -93,8 +92,7 @@ def plays(world):
     tab.press("Escape", "Escape")
     x, y, width = tab.run("(() => { const box = document.querySelector('.seek').getBoundingClientRect(); "
                           "return [box.left, box.top + box.height / 2, box.width]; })()")
-    for kind, button in (("mouseMoved", "none"), ("mousePressed", "left"), ("mouseReleased", "left")):
-        tab.call("Input.dispatchMouseEvent", type=kind, x=x + width * 0.82, y=y, button=button, clickCount=1)
+    tab.click_at(x + width * 0.82, y)
     check_frame(tab, SECONDS * 0.82)
     expect(tab.run("document.querySelector('.bubble span').textContent") == "1:13", "the bubble shows another time")
     tab.run("watching.until(() => document.querySelector('.bubble video.shown'), 'the preview')")
@@ -108,7 +106,7 @@ def plays(world):
     check_frame(tab, SECONDS * 0.82)
     expect(tab.run("watching.video.playbackRate") == 1.25, "the speed is forgotten")
     tab.expect_quiet()
-    if world.controlled:
+    if world.server:
         wait_for("a report", lambda: world.server.beats)
         tenths = {tenth for beat in world.server.beats for tenth in beat["tenths"]}
         expect(tenths and tenths <= set(range(10)) and 9 not in tenths, f"the tenths {tenths}")
@@ -149,7 +147,6 @@ def phrases(world):
 
 def renews(world):
     """Tickets that end while the film plays, earlier than announced too, and a renewal that fails for a while: nobody sees it."""
-    world.need_control()
     server = world.server
     server.life, server.real_life, server.delay = 6, 3.5, 1.5
     tab = world.tab("embed")
@@ -172,7 +169,6 @@ def renews(world):
 
 def sleeps(world):
     """After a long sleep every ticket has ended; the film goes on where it was, also at a place that was not fetched."""
-    world.need_control()
     server = world.server
     tab = world.tab("embed")
     tab.watch()
@@ -188,7 +184,6 @@ def sleeps(world):
 
 def refused(world):
     """Withdrawn while it plays: the film stops and the page says so, as the server's own page does for what does not exist."""
-    world.need_control()
     server = world.server
     server.life = 6
     tab = world.tab("embed")
@@ -208,7 +203,6 @@ def refused(world):
 
 def reconnects(world):
     """Without a connection what is there is played, then the page says what has happened; it goes on by itself."""
-    world.need_control()
     server = world.server
     tab = world.tab("embed")
     tab.watch()
@@ -233,7 +227,6 @@ def storage_denied(world):
 
 def insecure(world):
     """Over plain http there is no crypto.subtle: the film is decrypted all the same."""
-    world.need_control()
     tab = world.tab(world.address("embed").replace("127.0.0.1", "video.test"))
     tab.watch()
     expect(tab.run("!isSecureContext && !globalThis.crypto.subtle"), "the page is a secure one")
@@ -246,23 +239,20 @@ def insecure(world):
 def sandboxed(world):
     """In a frame with scripts and nothing else, whose origin is "null"."""
     site = Site(f'<iframe sandbox="allow-scripts" src="{world.address("embed")}" width="640" height="360"></iframe>', "localhost")
-    if world.controlled:
-        world.server.life, world.server.real_life = 4, 3
+    world.server.life, world.server.real_life = 4, 3
     tab = world.tab(f"{site.origin}/")
     frame = tab.frame_session()
     tab.watch(frame)
     expect(tab.run("self.origin", frame) == "null", "the frame has an origin")
     tab.run("document.querySelector('.big').click(), watching.played(1)", frame)
     check_frame(tab, 1.5, frame)
-    if world.controlled:
-        wait_for("a renewal", lambda: world.server.renewals)
+    wait_for("a renewal", lambda: world.server.renewals)
     tab.run("document.querySelectorAll('.skip')[1].click(), watching.settled()", frame)
     tab.run("watching.until(() => watching.video.currentTime > 10 && watching.colour() === 'lime')", frame)
 
 
 def native(world):
     """Without Media Source the browser's own HLS plays, and is reloaded at its place when the ticket is renewed."""
-    world.need_control()
     server = world.server
     # Long enough for a slow machine to open the film within one ticket: each renewal opens it again.
     server.life, server.real_life, server.delay = 15, 15, 1
@@ -303,8 +293,6 @@ def accessible(world):
                 tab.press("?")
                 find_barriers(tab, f"{kind}, {where}, keys")
                 tab.close()
-            if not world.controlled:
-                continue
             tab = world.tab("embed/none", scheme=scheme, width=width, height=height)
             tab.run(axe)
             find_barriers(tab, f"unavailable, {where}")
@@ -312,26 +300,20 @@ def accessible(world):
 
 
 class World:
-    """The browser, and the server that is looked at."""
+    """The browser and the server: the stand-in, or a real one at this address with this video published from the package."""
 
     def __init__(self, package, web, player, address=None, video=VIDEO):
-        self.player, self.video, self.controlled = Path(player), video, address is None
+        self.player, self.video = Path(player), video
         self.folder = Path(tempfile.mkdtemp(prefix="orvo-pages-"))
-        if self.controlled:
-            self.server = StandIn(package, web, self.player / "hls.light.min.js")
-            address = self.server.address
-        self.base = address.rstrip("/")
+        self.server = None if address else StandIn(package, web, self.player / "hls.light.min.js")
+        self.base = (address or self.server.address).rstrip("/")
         self.browser = Browser(self.folder)
 
     def close(self):
         self.browser.close()
-        if self.controlled:
+        if self.server:
             self.server.close()
         shutil.rmtree(self.folder, ignore_errors=True)
-
-    def need_control(self):
-        if not self.controlled:
-            raise SystemExit(77)
 
     def address(self, page):
         return f"{self.base}/{page}/{self.video}"

@@ -11,19 +11,7 @@ from pathlib import Path
 HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parents[1] / "support"))
 
-from devtools import LIMIT, DevTools, Failure  # noqa: E402: it lies in another folder.
-
-
-def expect(holds, text):
-    if not holds:
-        raise SystemExit(f"FAILED: {text}")
-
-
-def wait_for(what, condition):
-    end = time.monotonic() + LIMIT
-    while not condition():
-        expect(time.monotonic() < end, f"waited too long for {what}")
-        time.sleep(0.05)
+from devtools import LIMIT, DevTools, Failure, expect, wait_for  # noqa: E402, F401: it lies in another folder.
 
 
 class Site:
@@ -94,6 +82,9 @@ class Tab:
     def click(self, selector):
         x, y = self.run(f"(() => {{ const box = document.querySelector({json.dumps(selector)}).getBoundingClientRect(); "
                         "return [box.left + box.width / 2, box.top + box.height / 2]; })()")
+        self.click_at(x, y)
+
+    def click_at(self, x, y):
         for kind, button in (("mouseMoved", "none"), ("mousePressed", "left"), ("mouseReleased", "left")):
             self.call("Input.dispatchMouseEvent", type=kind, x=x, y=y, button=button, clickCount=0 if button == "none" else 1)
 

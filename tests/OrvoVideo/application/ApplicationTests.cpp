@@ -1,4 +1,5 @@
 #include "Desktop.h"
+#include "TestSupport/EventLoop.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/PrivateBus.h"
 #include "TestSupport/Projects.h"
@@ -9,7 +10,6 @@
 #include <QDBusReply>
 #include <QUrl>
 #include <algorithm>
-#include <cmath>
 #include <gmock/gmock.h>
 #include <set>
 
@@ -47,7 +47,7 @@ protected:
     /// Whether the document soon has exactly these cuts.
     bool hasCuts(const std::vector<TimeSpan>& cuts) const
     {
-        return holdsSoon([&] { return edit().cuts.items() == cuts; });
+        return comesToHold([&] { return edit().cuts.items() == cuts; });
     }
 
     TemporaryFolder folder;
@@ -67,7 +67,7 @@ TEST_F(ApplicationTests, ALessonIsCutAndExportedWithTheKeyboardAlone)
     desktop.press({"ctrl+shift+z"});
     ASSERT_TRUE(hasCuts({{0, 1}}));
     desktop.press({"z"});
-    ASSERT_TRUE(holdsSoon([&] { return edit().events.size() == 1; }));
+    ASSERT_TRUE(comesToHold([&] { return edit().events.size() == 1; }));
 
     desktop.press({"ctrl+e", "Return"}); // The sheet proposes what was chosen last.
     ASSERT_TRUE(desktop.focusWindow("Exportar vídeo"));
@@ -75,7 +75,7 @@ TEST_F(ApplicationTests, ALessonIsCutAndExportedWithTheKeyboardAlone)
     desktop.press({"ctrl+a"});
     desktop.type(QString::fromStdString(file.string()));
     desktop.press({"Return"});
-    ASSERT_TRUE(holdsSoon([&] { return fs::exists(folder / "salida.srt"); }));
+    ASSERT_TRUE(comesToHold([&] { return fs::exists(folder / "salida.srt"); }));
     EXPECT_NEAR(probe(file).videoDuration, 5, 0.04);
 
     ASSERT_TRUE(desktop.focusWindow("Clase de prueba"));
@@ -90,7 +90,7 @@ TEST_F(ApplicationTests, TheTimelineIsEditedWithThePointerAndNothingIsLostWhenIt
     ASSERT_TRUE(desktop.focusWindow("Clase de prueba"));
     desktop.drag(500, 650, 700, 650);
     desktop.press({"x"});
-    ASSERT_TRUE(holdsSoon([&] { return !edit().cuts.empty(); }));
+    ASSERT_TRUE(comesToHold([&] { return !edit().cuts.empty(); }));
     const auto cut = edit().cuts[0];
     EXPECT_GT(cut.start, 0.2);
     EXPECT_LT(cut.end, 5.8);
@@ -112,7 +112,7 @@ TEST_F(ApplicationTests, ALessonIsRecordedWithTheGlobalShortcutsAlone)
         std::erase_if(projects, [&](const auto& other) { return other.id == project.id; });
         return projects.empty() ? VideoProject() : projects.front();
     };
-    const auto lasts = [&](double seconds) { return holdsSoon([&] { return recorded().duration >= seconds; }); };
+    const auto lasts = [&](double seconds) { return comesToHold([&] { return recorded().duration >= seconds; }); };
     ASSERT_TRUE(desktop.startApplication(store.root()));
     ASSERT_TRUE(desktop.focusWindow("Orvo Video"));
     desktop.press({"ctrl+alt+super+r"});
@@ -124,7 +124,7 @@ TEST_F(ApplicationTests, ALessonIsRecordedWithTheGlobalShortcutsAlone)
     desktop.press({"ctrl+alt+super+p"});
     ASSERT_TRUE(lasts(paused + 3));
     desktop.press({"ctrl+alt+super+r"});
-    ASSERT_TRUE(holdsSoon([&] { return recorded().state == ProjectState::ready; }));
+    ASSERT_TRUE(comesToHold([&] { return recorded().state == ProjectState::ready; }));
     EXPECT_TRUE(desktop.focusWindow("Grabación ·")) << "the editor shows it";
 
     const auto lesson = recorded();
@@ -147,13 +147,13 @@ TEST_F(ApplicationTests, TheDesktopHandsItFilesByItsNameOnTheBus)
     fs::copy_file(store.directory(project.id) / "media/screen.mp4", file);
     auto session = QDBusConnection::connectToBus(bus.address(), "desktop");
     QDBusInterface application("es.orvo.video", "/es/orvo/video", "org.freedesktop.Application", session);
-    ASSERT_TRUE(holdsSoon([&] { return application.isValid(); }));
+    ASSERT_TRUE(comesToHold([&] { return application.isValid(); }));
     const QStringList uris{QUrl::fromLocalFile(QString::fromStdString(file.string())).toString(QUrl::FullyEncoded)};
     const QDBusReply<void> opened = application.call("Open", uris, QVariantMap{{"activation-token", "x"}});
     EXPECT_TRUE(opened.isValid()) << opened.error().message().toStdString();
     EXPECT_TRUE(desktop.focusWindow("una clase"));
     const ProjectStore usual(desktop.usualLibrary());
-    EXPECT_TRUE(holdsSoon([&] { return usual.list().size() == 1; }));
+    EXPECT_TRUE(comesToHold([&] { return usual.list().size() == 1; }));
     EXPECT_TRUE(QDBusReply<void>(application.call("Activate", QVariantMap{})).isValid());
     QDBusConnection::disconnectFromBus("desktop");
 }

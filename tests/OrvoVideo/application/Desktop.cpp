@@ -1,44 +1,12 @@
 #include "Desktop.h"
 
-#include <QThread>
-#include <stdexcept>
-
 namespace orvo::test {
-
-bool holdsSoon(const std::function<bool()>& condition)
-{
-    for (int i = 0; i < 3000; ++i) {
-        if (condition())
-            return true;
-        QThread::msleep(20);
-    }
-    return false;
-}
-
-Desktop::Desktop()
-{
-    m_display.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp", "-noreset"});
-    QByteArray number;
-    while (!number.endsWith('\n')) {
-        if (!m_display.waitForReadyRead(30'000))
-            throw std::runtime_error("there is no display");
-        number += m_display.readAllStandardOutput();
-    }
-    m_name = ":" + QString::fromLatin1(number.trimmed());
-}
-
-Desktop::~Desktop()
-{
-    killApplication();
-    m_display.terminate();
-    m_display.waitForFinished();
-}
 
 QProcessEnvironment Desktop::environment() const
 {
     auto variables = QProcessEnvironment::systemEnvironment();
     const auto home = QString::fromStdString(m_home.path().string());
-    variables.insert("DISPLAY", m_name);
+    variables.insert("DISPLAY", m_display.name());
     variables.insert("HOME", home);
     variables.insert("XDG_CACHE_HOME", home + "/cache");
     variables.insert("XDG_CONFIG_HOME", home + "/config");
@@ -74,22 +42,17 @@ bool Desktop::start(const QProcessEnvironment& variables, const QStringList& arg
 
 bool Desktop::focusWindow(const QString& title)
 {
-    return xdotool({"search", "--sync", "--onlyvisible", "--name", title, "windowfocus", "--sync", "%@"});
+    return m_display.xdotool({"search", "--sync", "--onlyvisible", "--name", title, "windowfocus", "--sync", "%@"});
 }
 
 void Desktop::press(const QStringList& keys)
 {
-    xdotool(QStringList{"key", "--delay", "30"} + keys);
+    m_display.xdotool(QStringList{"key", "--delay", "30"} + keys);
 }
 
 void Desktop::type(const QString& text)
 {
-    xdotool({"type", "--delay", "20", text});
-}
-
-void Desktop::click(int x, int y)
-{
-    xdotool({"mousemove", QString::number(x), QString::number(y), "sleep", "0.1", "click", "1"});
+    m_display.xdotool({"type", "--delay", "20", text});
 }
 
 void Desktop::drag(int fromX, int fromY, int toX, int toY)
@@ -99,7 +62,7 @@ void Desktop::drag(int fromX, int fromY, int toX, int toY)
         words << "mousemove" << QString::number(fromX + (toX - fromX) * i / 10)
               << QString::number(fromY + (toY - fromY) * i / 10) << "sleep" << "0.02";
     }
-    xdotool(words << "mouseup" << "1");
+    m_display.xdotool(words << "mouseup" << "1");
 }
 
 int Desktop::applicationEnd()
@@ -118,16 +81,8 @@ void Desktop::killApplication()
 void Desktop::photograph(const std::filesystem::path& file)
 {
     QProcess::execute("ffmpeg",
-        {"-v", "error", "-y", "-f", "x11grab", "-video_size", "1280x800", "-i", m_name, "-frames:v", "1",
+        {"-v", "error", "-y", "-f", "x11grab", "-video_size", "1280x800", "-i", m_display.name(), "-frames:v", "1",
             QString::fromStdString(file.string())});
-}
-
-bool Desktop::xdotool(const QStringList& arguments, int limit)
-{
-    QProcess process;
-    process.setProcessEnvironment(environment());
-    process.start("xdotool", arguments);
-    return process.waitForFinished(limit) && process.exitCode() == 0;
 }
 
 } // namespace orvo::test

@@ -1,25 +1,18 @@
 #pragma once
 
 #include "TestSupport/TemporaryFolder.h"
+#include "TestSupport/VirtualDisplay.h"
 
 #include <QProcess>
 #include <QStringList>
-#include <chrono>
 #include <filesystem>
-#include <functional>
 
 namespace orvo::test {
-
-/// Looks again and again until the condition holds; false when it does not within a generous limit.
-bool holdsSoon(const std::function<bool()>& condition);
 
 /// A display of 1280×800 of its own, the keyboard and the pointer on it, and the application with a home folder of its own.
 class Desktop {
 public:
-    Desktop();
-    ~Desktop();
-    Desktop(const Desktop&) = delete;
-    Desktop& operator=(const Desktop&) = delete;
+    ~Desktop() { killApplication(); }
 
     /// Starts the application on a library, with these arguments, and waits for its window.
     [[nodiscard]] bool startApplication(const std::filesystem::path& library, const QStringList& arguments = {});
@@ -34,8 +27,6 @@ public:
     /// Presses keys one after the other: "i", "ctrl+z", "Right".
     void press(const QStringList& keys);
     void type(const QString& text);
-    /// Moves the pointer there and clicks.
-    void click(int x, int y);
     /// Presses the button at one place, moves in steps and lets go at the other.
     void drag(int fromX, int fromY, int toX, int toY);
 
@@ -48,12 +39,10 @@ public:
 
 private:
     bool start(const QProcessEnvironment& variables, const QStringList& arguments);
-    bool xdotool(const QStringList& arguments, int limit = 30'000);
     QProcessEnvironment environment() const;
 
     TemporaryFolder m_home;
-    QProcess m_display;
-    QString m_name;
+    VirtualDisplay m_display;
     QProcess m_application;
 };
 

@@ -2,7 +2,6 @@
 
 #include <QProcess>
 #include <algorithm>
-#include <ranges>
 #include <stdexcept>
 #include <thread>
 

@@ -1,5 +1,4 @@
 #include "RecordingFixture.h"
-#include "TestSupport/OrdinaryUser.h"
 #include "TestSupport/SmallDisk.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/Error.h"

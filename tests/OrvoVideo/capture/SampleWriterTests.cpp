@@ -58,32 +58,6 @@ protected:
     TemporaryFolder folder;
 };
 
-TEST_F(SampleWriterTests, KeepsFramesAtTheirTimes)
-{
-    const fs::path file = folder / "screen.mov";
-    SampleWriter writer(file, {.size = size});
-    const std::array times{0.2, 0.25, 0.9, 3.0};
-    for (std::size_t i = 0; i < times.size(); ++i)
-        writer.append(picture(times[i], 40 + 50 * static_cast<int>(i)), origin);
-    writer.finish(at(4.5));
-    EXPECT_EQ(writer.dropped(), 0U);
-
-    const auto probed = probe(file);
-    EXPECT_EQ(probed.width, size.width);
-    EXPECT_EQ(probed.videoCodec, "h264");
-    EXPECT_NEAR(probed.videoDuration, 4.5, 0.005);
-    // Shown at 60 a second, every moment has the picture that stands then.
-    const auto values = brightness(file, 60);
-    const auto brightnessAt = [&](double time) { return values.at(static_cast<std::size_t>(time * 60)); };
-    const auto full = [](int luma) { return (luma - 16) * 255 / 219; };
-    EXPECT_NEAR(brightnessAt(0.05), full(40), 6) << "the first picture stands for what came before it";
-    EXPECT_NEAR(brightnessAt(0.22), full(40), 6);
-    EXPECT_NEAR(brightnessAt(0.6), full(90), 6);
-    EXPECT_NEAR(brightnessAt(1.0), full(140), 6);
-    EXPECT_NEAR(brightnessAt(2.9), full(140), 6);
-    EXPECT_NEAR(brightnessAt(4.4), full(190), 6);
-}
-
 TEST_F(SampleWriterTests, PlacesAudioAtItsTime)
 {
     struct Case {

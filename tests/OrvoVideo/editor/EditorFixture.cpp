@@ -55,6 +55,14 @@ void EditorFixture::TearDown()
     model.reset();
 }
 
+VideoProject EditorFixture::silent(double duration)
+{
+    auto project = VideoProject::make("Demo");
+    project.duration = duration;
+    project.tracks = {track(TrackKind::screen, "media/none.mov", 0, duration)};
+    return project;
+}
+
 VideoProject EditorFixture::lesson()
 {
     auto project = VideoProject::make("Lección");

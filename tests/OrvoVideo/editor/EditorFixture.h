@@ -18,6 +18,9 @@ protected:
     /// Opens this project and shows the editor.
     void show(VideoProject project);
 
+    /// A project whose movie has no sound; nobody looks at it.
+    static VideoProject silent(double duration = 10);
+
     /// A project of six seconds with a small real movie with sound, a microphone and four words.
     VideoProject lesson();
 

@@ -8,8 +8,6 @@
 
 #include <cmath>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <numbers>
 #include <random>
 
 namespace orvo::test {

@@ -4,7 +4,6 @@
 
 #include <QTest>
 #include <algorithm>
-#include <cmath>
 
 namespace orvo::test {
 
@@ -20,14 +19,6 @@ auto isSpan(double start, double end)
 {
     return testing::AllOf(
         testing::Field(&TimeSpan::start, DoubleNear(start, pixel)), testing::Field(&TimeSpan::end, DoubleNear(end, pixel)));
-}
-
-VideoProject silent(double duration = 10)
-{
-    auto project = VideoProject::make("Demo");
-    project.duration = duration;
-    project.tracks = {track(TrackKind::screen, "media/none.mov", 0, duration)};
-    return project;
 }
 
 class TimelineTests : public EditorFixture {

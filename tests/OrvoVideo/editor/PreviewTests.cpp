@@ -15,14 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-VideoProject silent()
-{
-    auto project = VideoProject::make("Demo");
-    project.duration = 10;
-    project.tracks = {track(TrackKind::screen, "media/none.mov", 0, 10)};
-    return project;
-}
-
 class PreviewTests : public EditorFixture { };
 
 /// The smallest rectangle that holds everything bright.

@@ -10,7 +10,6 @@ namespace orvo::test {
 
 namespace {
 
-using testing::DoubleNear;
 using testing::ElementsAre;
 
 /// The transcript as a page.
@@ -303,6 +302,7 @@ TEST_F(ProseTests, MarksWordsOfWhichTheRecogniserWasUnsure)
     WordConfidence confidence;
     std::vector<float> probabilities(demo.edit.words.size(), 0.95F);
     probabilities[3] = 0.2F;
+    probabilities[5] = 0.6F;
     confidence.add(demo.edit.words.items(), probabilities);
     std::filesystem::create_directories(store.directory(demo.id));
     confidence.write(store.directory(demo.id));

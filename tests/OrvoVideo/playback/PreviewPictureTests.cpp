@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cmath>
-#include <format>
 #include <gmock/gmock.h>
 #include <random>
 

@@ -25,6 +25,12 @@ protected:
     }
 
     PublicationPackage package(ExportQuality quality) const { return {project, store, {.quality = quality}}; }
+
+    bool isReady(const VideoProject& edited, ExportSettings settings) const
+    {
+        settings.quality = ExportQuality::small;
+        return PublicationPackage(edited, store, settings).isReady();
+    }
 };
 
 TEST_F(PublicationPackageTests, IsUsedForWhatItWasMadeFromAlone)
@@ -36,6 +42,11 @@ TEST_F(PublicationPackageTests, IsUsedForWhatItWasMadeFromAlone)
         EXPECT_TRUE(small.isReady());
         EXPECT_THROW(package(ExportQuality::small), Error) << "somebody else publishes it";
     }
+    auto edited = project;
+    edited.title = "Otro";
+    EXPECT_FALSE(isReady(edited, {}));
+    EXPECT_FALSE(isReady(project, {.height = 720}));
+    EXPECT_TRUE(isReady(project, {.fps = 60})) << "the frame rate is the project's";
     {
         auto high = package(ExportQuality::high);
         EXPECT_FALSE(high.isReady());
@@ -46,7 +57,14 @@ TEST_F(PublicationPackageTests, IsUsedForWhatItWasMadeFromAlone)
         ASSERT_TRUE(fs::exists(high.hls() / "master.m3u8"));
         EXPECT_FALSE(high.isReady());
     }
-    EXPECT_FALSE(package(ExportQuality::small).isReady()) << "what lies there now is the other one";
+    EXPECT_FALSE(isReady(project, {})) << "what lies there now is the other one";
+    {
+        auto incomplete = package(ExportQuality::small);
+        incomplete.render(FfprobeMediaProbe(), {}, {});
+        incomplete.package({}, {});
+        fs::remove(incomplete.hls() / "master.m3u8");
+        EXPECT_FALSE(incomplete.isReady());
+    }
 }
 
 } // namespace

@@ -1,7 +1,5 @@
 #include "PublisherFixture.h"
 
-#include "OrvoVideo/publishing/JsonObject.h"
-
 #include <thread>
 
 namespace orvo::test {
@@ -11,7 +9,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 class PublisherFaults : public PublisherFixture {

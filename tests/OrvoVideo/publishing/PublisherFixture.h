@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <memory>
 #include <random>
 #include <string>
 #include <vector>

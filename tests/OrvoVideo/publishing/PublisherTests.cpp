@@ -5,7 +5,6 @@
 #include "TestSupport/OrdinaryUser.h"
 
 #include <format>
-#include <functional>
 
 namespace orvo::test {
 

@@ -1,6 +1,4 @@
-#include "OrvoVideo/publishing/JsonObject.h"
 #include "OrvoVideo/publishing/Sharing.h"
-#include "VideoCore/Error.h"
 
 #include <gmock/gmock.h>
 
@@ -30,34 +28,6 @@ TEST(Sharing, WritesTheEmbedCodeInOneLine)
     EXPECT_EQ(embedCode("https://video.ejemplo.es", "abc"), expected);
     EXPECT_EQ(embedCode(" https://video.ejemplo.es// \n", "abc"), expected);
     EXPECT_EQ(driveReturnAddress(" https://video.ejemplo.es/ "), "https://video.ejemplo.es/oauth/google/callback");
-}
-
-TEST(Json, KeepsWhatItDoesNotKnow)
-{
-    const auto object = JsonObject::parse(
-        R"({"id":"r1","n":7,"f":2.0,"g":2.5,"big":1e300,"yes":true,"list":[{"a":"b"},{"a":"c"}],"mixed":[{},1],"deep":{"x":[null]}})");
-    ASSERT_TRUE(object);
-    EXPECT_EQ(object->text("id"), "r1");
-    EXPECT_EQ(object->text("n"), std::nullopt);
-    EXPECT_EQ(object->integer("n"), 7);
-    EXPECT_EQ(object->integer("f"), 2);
-    EXPECT_EQ(object->integer("g"), std::nullopt);
-    EXPECT_EQ(object->integer("big"), std::nullopt);
-    EXPECT_EQ(object->boolean("yes"), true);
-    EXPECT_EQ(object->boolean("n"), std::nullopt);
-    ASSERT_EQ(object->objects("list")->size(), 2U);
-    EXPECT_EQ(object->objects("list")->at(1).text("a"), "c");
-    EXPECT_EQ(object->objects("mixed"), std::nullopt);
-    EXPECT_EQ(object->objects("id"), std::nullopt);
-    EXPECT_EQ(JsonBuilder(*object).set("id", "otro").set("more", std::int64_t{-1}).text(),
-        R"({"id":"otro","n":7,"f":2.0,"g":2.5,"big":1e300,"yes":true,"list":[{"a":"b"},{"a":"c"}],"mixed":[{},1],)"
-        R"("deep":{"x":[null]},"more":-1})");
-    for (const auto* text : {"", "[]", "7", "{", "{} {}", "<html>"})
-        EXPECT_FALSE(JsonObject::parse(text)) << text;
-    EXPECT_THROW(static_cast<void>(JsonBuilder().set("name", "\xFF").text()), Error);
-    EXPECT_EQ(
-        JsonBuilder().beginItem("files").set("path", "ñ").set("size", std::int64_t{1}).endItem().set("on", true).text(),
-        R"({"files":[{"path":"ñ","size":1}],"on":true})");
 }
 
 } // namespace

@@ -181,18 +181,6 @@ TEST_F(SpeechRecognizerTest, TellsWhatIsWrong)
     EXPECT_EQ(SpeechRecognizer::supportedLanguage("eo"), std::nullopt);
 }
 
-TEST_F(SpeechRecognizerTest, CanBeStoppedInTheMiddle)
-{
-    const auto file = folder / "speech.wav";
-    std::vector<Said> texts; // More than is recognised at a time.
-    texts.reserve(16);
-    for (int i = 0; i < 16; ++i)
-        texts.push_back({.text = "Hoy vamos a ver la tabla de los resultados.", .start = 1.0 + 4 * i});
-    makeSpeech(file, texts, 66);
-    std::stop_source stop;
-    EXPECT_THROW(recognizer().recognise(file, [&](double) { stop.request_stop(); }, stop.get_token()), Cancelled);
-}
-
 } // namespace
 
 } // namespace orvo::test

@@ -1,9 +1,6 @@
 #include "TestSupport/Media.h"
 #include "WindowFixture.h"
 
-#include <QSignalSpy>
-#include <QTest>
-
 namespace orvo::test {
 
 namespace {
@@ -46,9 +43,7 @@ protected:
 
 TEST_F(ExportWindowTests, MakesWhatThePresetIsFor)
 {
-    const auto lesson = withMovie("Parte 1/2: ¿qué?", 3);
-    show();
-    select(lesson);
+    showWith(withMovie("Parte 1/2: ¿qué?", 3));
     model->setSelectedSpan({1, 2});
     key(Qt::Key_E, Qt::ControlModifier);
     pick("Para", 4); // Solo audio
@@ -71,9 +66,7 @@ TEST_F(ExportWindowTests, MakesWhatThePresetIsFor)
 
 TEST_F(ExportWindowTests, ExportsTheSelectionAloneWithTheOwnSettings)
 {
-    const auto lesson = withMovie("Clase", 4);
-    show();
-    select(lesson);
+    const auto lesson = showWith(withMovie("Clase", 4));
     model->setSelectedSpan({1, 3});
     key(Qt::Key_E, Qt::ControlModifier);
     pick("Calidad", 0);
@@ -90,8 +83,7 @@ TEST_F(ExportWindowTests, EverythingElseGoesOnBesideAnExport)
 {
     const auto lesson = withMovie("Larga", 60);
     const auto other = movie("Otra.mp4", 1);
-    show();
-    select(lesson);
+    showWith(lesson);
     for (const auto* name : {"uno.mp4", "dos.mp4"}) {
         key(Qt::Key_E, Qt::ControlModifier);
         exportTo(folder / name);
@@ -113,16 +105,17 @@ TEST_F(ExportWindowTests, EverythingElseGoesOnBesideAnExport)
     EXPECT_TRUE(model->queue()->busy()) << "beside the export";
     setTitle("Editada");
     ASSERT_TRUE(saved());
-    model->cancel();
+    click(QAccessible::Button, "Cancelar");
     ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
-    EXPECT_FALSE(fs::exists(folder / "dos.mp4"));
+    EXPECT_TRUE(control(QAccessible::StatusBar, "Operación cancelada"));
+    EXPECT_FALSE(fs::exists(folder / "uno.mp4") || fs::exists(folder / "dos.mp4"));
+    // The sound may still be read for the timeline.
+    EXPECT_TRUE(waitUntil([&] { return !control(QAccessible::Button, "Cancelar"); }));
 }
 
 TEST_F(ExportWindowTests, TheWindowCanCloseWhenTheExportIsDone)
 {
-    const auto lesson = withMovie("Clase", 20);
-    show();
-    select(lesson);
+    showWith(withMovie("Clase", 20));
     key(Qt::Key_E, Qt::ControlModifier);
     exportTo(folder / "clase.mp4");
     EXPECT_FALSE(view().close());

@@ -4,7 +4,6 @@
 #include "WindowFixture.h"
 
 #include <QFile>
-#include <QTest>
 #include <algorithm>
 #include <atomic>
 #include <fstream>

@@ -62,8 +62,7 @@ TEST_F(KeyboardWindowTests, WhatGetsTheKeyboardIsScrolledIntoSight)
         lesson.edit.events.edit().push_back({.time = 2.0 * i + 1.2, .kind = PointerKind::zoom, .duration = 0.5});
     }
     store.save(lesson);
-    show();
-    select(lesson);
+    showWith(lesson);
     view().resize(960, 600);
     const auto walk = [&](const char* where, Qt::Key direction, int steps) {
         for (int i = 0; i < steps; ++i) {

@@ -111,8 +111,7 @@ TEST_F(LibraryWindowTests, MovesSeveralToTheTrashAndPutsThemBack)
     made = VideoProject::make("Tercera");
     made.createdAt -= std::chrono::minutes(2);
     add(made);
-    show();
-    select(first);
+    showWith(first);
     ASSERT_TRUE(waitForRow("Tercera"));
     pressAt("Primera", Qt::Key_Shift);
     pressAt("Segunda", Qt::Key_Delete);
@@ -188,9 +187,7 @@ TEST_F(LibraryWindowTests, SearchesAndSorts)
 
 TEST_F(LibraryWindowTests, FollowsWhatOtherProgramsDoWithTheFolder)
 {
-    const auto open = add(VideoProject::make("Abierta"));
-    show();
-    select(open);
+    const auto open = showWith(add(VideoProject::make("Abierta")));
     auto other = VideoProject::make("De otro programa");
     store.create(other);
     ASSERT_TRUE(waitForRow("De otro programa"));
@@ -247,9 +244,7 @@ TEST_F(LibraryWindowTests, SaysWhatTakesSpaceAndFreesWhatIsNotNeeded)
 
 TEST_F(LibraryWindowTests, TheTitleCanBeTypedWhenARecordingHasEnded)
 {
-    const auto recording = add(VideoProject::make("Grabación 3"));
-    show();
-    select(recording);
+    showWith(add(VideoProject::make("Grabación 3")));
     emit model->recorder()->saved();
     ASSERT_TRUE(waitUntil([&] { return control(QAccessible::EditableText, "Título")->hasActiveFocus(); }));
     type("Derivadas");

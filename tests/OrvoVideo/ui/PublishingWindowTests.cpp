@@ -36,8 +36,7 @@ protected:
 
 TEST_F(PublishingWindow, FromEmptySettingsToAPublishedVideo)
 {
-    show();
-    select(withMovie("Clase", 1));
+    showWith(withMovie("Clase", 1));
     // Without a server the button shows what is missing.
     click(QAccessible::Button, "Publicar");
     turnTo("Ajustes");

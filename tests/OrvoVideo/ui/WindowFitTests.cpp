@@ -11,8 +11,6 @@
 #include <QSignalSpy>
 #include <algorithm>
 #include <array>
-#include <fstream>
-#include <optional>
 #include <sstream>
 
 namespace orvo::test {

@@ -68,6 +68,13 @@ void WindowFixture::show()
     turnToMain();
 }
 
+VideoProject WindowFixture::showWith(const VideoProject& project)
+{
+    show();
+    select(project);
+    return project;
+}
+
 void WindowFixture::turnToMain()
 {
     m_other = nullptr;

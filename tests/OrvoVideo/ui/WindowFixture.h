@@ -16,6 +16,8 @@ protected:
 
     /// Starts the model and shows the window.
     void show();
+    /// The same, and opens this project.
+    VideoProject showWith(const VideoProject& project);
 
     /// A small movie with sound, `seconds` long, outside the library.
     std::filesystem::path movie(const std::string& name = "Clase 3.mp4", int seconds = 2);

@@ -8,7 +8,6 @@
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QSignalSpy>
-#include <QTest>
 #include <fstream>
 #include <set>
 #include <utility>
@@ -117,8 +116,7 @@ TEST_F(WindowTests, KeepsATypedTitleUntilTheProjectIsTaken)
 {
     const auto lesson = add(VideoProject::make("Antes"));
     const auto next = add(VideoProject::make("Siguiente"));
-    show();
-    select(lesson);
+    showWith(lesson);
     const auto typeTitle = [&](const QString& title) {
         click(QAccessible::EditableText, "Título");
         key(Qt::Key_A, Qt::ControlModifier);
@@ -154,9 +152,7 @@ TEST_F(WindowTests, KeepsATypedTitleUntilTheProjectIsTaken)
 
 TEST_F(WindowTests, StepsAreNamedAndWalked)
 {
-    const auto first = withMovie("Uno");
-    show();
-    select(first);
+    showWith(withMovie("Uno"));
     model->update([](VideoProject& project) {
         project.edit.words = SharedList<TranscriptWord>{word("a", 0, 0.2), word("b", 0.2, 0.4), word("c", 0.4, 0.6)};
     });
@@ -191,9 +187,7 @@ TEST_F(WindowTests, StepsAreNamedAndWalked)
 
 TEST_F(WindowTests, AClickLeavesALongTitleAlone)
 {
-    const auto lesson = add(VideoProject::make(std::string(300, 'a')));
-    show();
-    select(lesson);
+    const auto lesson = showWith(add(VideoProject::make(std::string(300, 'a'))));
     click(QAccessible::EditableText, "Título");
     key(Qt::Key_Tab);
     EXPECT_EQ(project().title, lesson.title);
@@ -205,8 +199,7 @@ TEST_F(WindowTests, TypedNumbersCountForACut)
     auto lesson = VideoProject::make("Demo");
     lesson.duration = 10;
     add(lesson);
-    show();
-    select(lesson);
+    showWith(lesson);
     click(QAccessible::SpinBox, "Final");
     key(Qt::Key_A, Qt::ControlModifier);
     type("7,5");
@@ -218,8 +211,7 @@ TEST_F(WindowTests, NothingIsEditedWhileSomethingIsRecorded)
 {
     const auto lesson = add(VideoProject::make("Demo"));
     const QString reason = "Mientras se graba no se puede editar. Pulsa «Terminar» para editar este vídeo.";
-    show();
-    select(lesson);
+    showWith(lesson);
     const auto enabled = [&] {
         std::set<bool> states;
         for (const auto& [role, name] :
@@ -278,8 +270,7 @@ TEST_F(WindowTests, ALostTrackCanBeLeftOut)
     recording.tracks.edit().push_back(track(TrackKind::microphone, "media/microphone.webm", 0, 2));
     std::ofstream(store.mediaURL(recording, "media/microphone.webm")).flush();
     store.save(recording);
-    show();
-    select(recording);
+    showWith(recording);
     const QString question = "Falta una parte de la grabación";
     const auto asked = [&] { return control(QAccessible::AlertMessage, question) != nullptr; };
     for (const bool goesOn : {false, true}) {
@@ -292,38 +283,6 @@ TEST_F(WindowTests, ALostTrackCanBeLeftOut)
     }
 }
 
-TEST_F(WindowTests, ALongOperationIsCancelledFromTheStatusBar)
-{
-    const auto lesson = withMovie("Larga", 60);
-    show();
-    select(lesson);
-    panels->choice = folder / "resultado.mp4";
-    click(QAccessible::Button, "Exportar");
-    click(QAccessible::Button, "Exportar…");
-    ASSERT_TRUE(waitUntil([&] { return model->busy(); }));
-    click(QAccessible::Button, "Cancelar");
-    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
-    EXPECT_TRUE(control(QAccessible::StatusBar, "Operación cancelada"));
-    EXPECT_FALSE(std::filesystem::exists(*panels->choice));
-    // The sound may still be read for the timeline.
-    EXPECT_TRUE(waitUntil([&] { return !control(QAccessible::Button, "Cancelar"); }));
-}
-
-TEST_F(WindowTests, LeavingDuringALongOperationIsAsked)
-{
-    show();
-    const Answer<int> end;
-    model->perform([end](WorkControl) -> QCoro::Task<> { co_await end; });
-    EXPECT_FALSE(view().close());
-    click(QAccessible::Button, "Seguir aquí");
-    ASSERT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Seguir aquí") == nullptr; }));
-    EXPECT_TRUE(view().isVisible());
-    EXPECT_FALSE(view().close());
-    click(QAccessible::Button, "Cancelar la operación y salir");
-    EXPECT_TRUE(waitUntil([&] { return !view().isVisible(); }));
-    end.give(0);
-}
-
 TEST_F(WindowTests, LooksForFfmpegAgainWhenTheApplicationComesToTheFront)
 {
     start();
@@ -334,9 +293,7 @@ TEST_F(WindowTests, LooksForFfmpegAgainWhenTheApplicationComesToTheFront)
 
 TEST_F(WindowTests, AsksAgainAfterAnExitThatWasRefused)
 {
-    const auto lesson = add(VideoProject::make("Demo"));
-    show();
-    select(lesson);
+    showWith(add(VideoProject::make("Demo")));
     const Answer<int> end;
     model->perform([end](WorkControl) -> QCoro::Task<> { co_await end; });
     {
@@ -350,8 +307,12 @@ TEST_F(WindowTests, AsksAgainAfterAnExitThatWasRefused)
     }
     EXPECT_FALSE(view().close());
     click(QAccessible::Button, "Seguir aquí");
+    ASSERT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Seguir aquí") == nullptr; }));
+    EXPECT_TRUE(view().isVisible());
+    EXPECT_FALSE(view().close());
+    click(QAccessible::Button, "Cancelar la operación y salir");
+    EXPECT_TRUE(waitUntil([&] { return !view().isVisible(); }));
     end.give(0);
-    ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
 }
 
 TEST_F(WindowTests, ProjectsAreChosenWithThePointerAndTheKeyboard)

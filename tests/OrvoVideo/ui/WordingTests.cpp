@@ -9,16 +9,10 @@ namespace orvo::test {
 
 namespace {
 
-TEST(WordingTests, TheCauseOfALongReportComesFirst)
+TEST(WordingTests, ShortensLongReports)
 {
     const Wording wording;
     EXPECT_EQ(wording.cause("No hay sitio."), "No hay sitio.");
-    QString report = "El proceso de vídeo falló: ffmpeg version 7.1\n";
-    for (int i = 0; i < 40; ++i)
-        report += "  configuration line\n";
-    report += "[out#0/mp4 @ 0x1] Error writing trailer: No space left on device\nframe=  3 fps=0.0\nConversion failed!\n\n";
-    EXPECT_EQ(wording.cause(report),
-        "El proceso de vídeo falló: [out#0/mp4 @ 0x1] Error writing trailer: No space left on device");
     EXPECT_EQ(wording.cause(QString(1'000, 'x')), QString(400, 'x') + "…");
 }
 

@@ -27,7 +27,7 @@ TEST_F(WaylandDeskTests, TheWindowIsNotRecordedWhereNothingIsMinimised)
     EXPECT_FALSE(desk.hasBar()) << "its place would not be known";
     ASSERT_TRUE(lasts(3));
     model->stopRecording();
-    ASSERT_TRUE(endsSoon());
+    ASSERT_TRUE(idleSoon());
     EXPECT_TRUE(window.window().isVisible());
     const auto shown = frames();
     ASSERT_FALSE(shown.empty());

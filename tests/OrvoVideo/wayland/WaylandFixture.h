@@ -53,10 +53,7 @@ protected:
     void begin()
     {
         ASSERT_EQ(windowSystem, WindowSystem::wayland);
-        start();
-        auto options = model->options();
-        options.microphone = options.systemAudio = false;
-        model->setOptions(options);
+        startSilent();
     }
 
     void record()
@@ -64,17 +61,6 @@ protected:
         model->startRecording();
         ASSERT_TRUE(comesToHold([&] { return !model->busy() || model->isRecording(); }));
         ASSERT_EQ(model->errorMessage(), "") << qPrintable(model->capture()->sourceError());
-    }
-
-    /// Waits until the recording is this long.
-    [[nodiscard]] bool lasts(double seconds)
-    {
-        return comesToHold([&] { return model->recorder()->time() >= seconds; });
-    }
-
-    [[nodiscard]] bool endsSoon()
-    {
-        return comesToHold([&] { return !model->busy() && !model->isRecording(); });
     }
 
     /// The frames of the open project's screen, which is as long as the project.

@@ -24,7 +24,7 @@ TEST_F(WaylandRecordingTests, RecordsWhatThePortalShares)
         EXPECT_EQ(model->recorder()->captured()->source.label, "Pantalla elegida · 1280×720");
         ASSERT_TRUE(lasts(2));
         model->stopRecording();
-        ASSERT_TRUE(endsSoon());
+        ASSERT_TRUE(idleSoon());
         ASSERT_EQ(model->errorMessage(), "");
         EXPECT_GE(project().duration, 2);
         const auto shown = frames();
@@ -44,7 +44,7 @@ TEST_F(WaylandEndTests, ARecordingEndsWithTheCompositorAndIsKept)
     record();
     ASSERT_TRUE(lasts(2));
     ASSERT_EQ(::kill(qEnvironmentVariableIntValue("COMPOSITOR"), SIGKILL), 0);
-    ASSERT_TRUE(endsSoon());
+    ASSERT_TRUE(idleSoon());
     // The portal and the stream both tell.
     EXPECT_TRUE(model->errorMessage().startsWith("El escritorio ha dejado de compartir"))
         << qPrintable(model->errorMessage());
@@ -86,10 +86,11 @@ TEST_F(GnomeRecordingTests, AWindowIsRecordedInItsOwnSize)
     model->capture()->setMode("window");
     record();
     EXPECT_EQ(model->recorder()->captured()->source.label, "Ventana elegida · 400×300");
+    EXPECT_EQ(model->capture()->remembered(), "Ventana elegida · 400×300") << "what the next recording shares again";
     EXPECT_EQ(model->capture()->picture().size(), size);
     ASSERT_TRUE(lasts(2));
     model->stopRecording();
-    ASSERT_TRUE(endsSoon());
+    ASSERT_TRUE(idleSoon());
     ASSERT_EQ(model->errorMessage(), "");
     const auto shown = frames(size);
     ASSERT_FALSE(shown.empty());
