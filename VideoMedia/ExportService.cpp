@@ -11,6 +11,7 @@
 #include "VideoMedia/ExportFormats.h"
 #include "VideoMedia/ExportedSubtitles.h"
 #include "VideoMedia/FilmSound.h"
+#include "VideoMedia/FilmSources.h"
 #include "VideoMedia/FinishedFilms.h"
 #include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/NumberText.h"
@@ -84,8 +85,7 @@ public:
 
         const WorkFolder work(m_store.directory(m_project.id), "render");
         checkProject();
-        collectInputs();
-        collectImages();
+        m_sources = FilmSources::of(m_project, m_store, m_ffmpeg, m_settings.height, m_probe, m_stop);
         checkDestination();
         // Hidden beside the destination: an older video stays until the new one is complete.
         const WorkFolder beside(m_destination.parent_path(), ".orvo-export");
@@ -101,12 +101,6 @@ public:
     }
 
 private:
-    /// How an input is decoded.
-    struct Decoding {
-        bool isEasy = false;
-        bool isRangeMeant = false; ///< Whether the usual colour range has to be declared.
-    };
-
     std::string subtitles() const
     {
         constexpr auto format = Timeline::SubtitleFormat::subRip;
@@ -128,73 +122,7 @@ private:
             throw captureError("La frecuencia de fotogramas del proyecto no es válida.");
     }
 
-    void collectInputs()
-    {
-        std::vector<MediaTrack> tracks = m_project.tracks.items();
-        std::ranges::stable_sort(tracks, {}, &MediaTrack::start);
-        for (auto& track : tracks) {
-            fs::path file = m_store.mediaURL(m_project, track.file);
-            if (fs::is_regular_file(file))
-                m_inputs.push_back({.track = std::move(track), .file = std::move(file)});
-        }
-        if (m_inputs.size() < tracks.size())
-            throw captureError("Falta un archivo original. Recupera el proyecto antes de exportar.");
-        for (auto& input : m_inputs) {
-            const auto facts = m_probe.facts(input.file, m_stop);
-            const auto kind = input.track.kind;
-            const bool shown =
-                RenderGraph::isVisibleVideo(input.track) || (kind == TrackKind::camera && m_project.edit.cameraVisible);
-            if (shown && !facts.video) {
-                if (kind != TrackKind::clip)
-                    throw captureError(std::format("«{}» no contiene vídeo.", input.track.file));
-                input.hasVideo = false;
-            }
-            input.hasAudio = facts.audioStreams > 0;
-            m_decoding.push_back(
-                {.isEasy = isEasyToDecode(facts), .isRangeMeant = shown && input.hasVideo && leavesRangeOpen(*facts.video)});
-        }
-        const auto isSeen = [](const RenderGraph::Input& input) {
-            return input.hasVideo && RenderGraph::isVisibleVideo(input.track);
-        };
-        if (std::ranges::none_of(m_inputs, isSeen))
-            throw captureError("El proyecto no contiene vídeo visible.");
-    }
-
-    /// Whether decoding a track is as cheap as decoding the files of the recorder. Larger movies and other codecs are
-    /// more expensive.
-    bool isEasyToDecode(const MediaFacts& facts) const
-    {
-        if (!facts.video || facts.video->codec != "h264")
-            return false;
-        const auto size = outputSize();
-        return facts.video->width * facts.video->height <= 2 * size.width * size.height;
-    }
-
-    /// Whether a file does not declare the default colour range although it uses it. Otherwise the first filter would
-    /// set it, and copy every frame to do so.
-    static bool leavesRangeOpen(const MediaFacts::Video& video)
-    {
-        return video.codec == "h264" && video.pixelFormat == "yuv420p" && video.colorRange.empty();
-    }
-
     RenderGraph::FrameSize outputSize() const { return RenderGraph::outputSize(m_project, m_settings.height); }
-
-    void collectImages()
-    {
-        for (const auto& overlay : m_project.edit.overlays) {
-            if (overlay.kind != Overlay::Kind::image)
-                continue;
-            fs::path file = m_store.mediaURL(m_project, overlay.content);
-            if (!fs::is_regular_file(file))
-                throw captureError("Falta una imagen del proyecto.");
-            // The same image may be used several times.
-            if (!std::ranges::contains(m_images, file) && !OverlayImage::isDecodable(m_ffmpeg, file, m_stop))
-                throw captureError(std::format("«{}» no es una imagen que se pueda usar.", overlay.content));
-            if (overlay.width * static_cast<double>(outputSize().width) > static_cast<double>(VideoLimits::largestSide))
-                throw captureError(std::format("El ancho de la imagen «{}» no es válido.", overlay.content));
-            m_images.push_back(std::move(file));
-        }
-    }
 
     /// Refuses a destination that cannot be written, or that is a source of the project, before rendering.
     void checkDestination() const
@@ -216,12 +144,7 @@ private:
             if (fs::exists(target) && ::access(target.c_str(), W_OK) != 0)
                 failWith(errno, target);
         }
-        const auto isDestination = [&](const fs::path& file) {
-            std::error_code ignored;
-            return fs::equivalent(file, m_destination, ignored);
-        };
-        if (std::ranges::any_of(m_inputs, isDestination, &RenderGraph::Input::file)
-            || std::ranges::any_of(m_images, isDestination))
+        if (m_sources.contain(m_destination))
             throw captureError("El destino es un archivo original del proyecto. Elige otro nombre.");
     }
 
@@ -249,7 +172,10 @@ private:
     /// Whether a file of subtitles belongs to the result.
     bool hasCaptions() const { return hasSubtitleFile(m_settings); }
 
-    FilmSound sound(const WorkFolder& work) const { return {m_ffmpeg, m_project, m_inputs, m_settings, work.path()}; }
+    FilmSound sound(const WorkFolder& work) const
+    {
+        return {m_ffmpeg, m_project, m_sources.inputs, m_settings, work.path()};
+    }
 
     /// Copies the film of an earlier export of the same edit. Returns false if there is none or it changed meanwhile.
     bool takeFinished(const std::string& signature, const fs::path& target, const ProgressCallback& progress) const
@@ -384,22 +310,22 @@ private:
             .container = ExportFormats::containerArguments(m_settings.format)};
         bool hasClip = false;
         bool hasCamera = !m_project.edit.cameraVisible;
-        for (std::size_t i = 0; i < m_inputs.size(); ++i) {
-            const bool isClip = RenderGraph::isVisibleVideo(m_inputs[i].track);
-            if (isClip && (hasClip || !m_inputs[i].hasVideo))
+        for (std::size_t i = 0; i < m_sources.inputs.size(); ++i) {
+            const bool isClip = RenderGraph::isVisibleVideo(m_sources.inputs[i].track);
+            if (isClip && (hasClip || !m_sources.inputs[i].hasVideo))
                 return std::nullopt;
-            const bool isCamera = !hasCamera && m_inputs[i].track.kind == TrackKind::camera;
+            const bool isCamera = !hasCamera && m_sources.inputs[i].track.kind == TrackKind::camera;
             if (!isClip && !isCamera)
                 continue;
             (isClip ? hasClip : hasCamera) = true;
             Arguments decoding;
-            if (m_inputs[i].track.kind == TrackKind::camera || m_decoding[i].isEasy)
+            if (m_sources.inputs[i].track.kind == TrackKind::camera || m_sources.decoding[i].isEasy)
                 decoding = {"-threads", "1"};
-            if (m_decoding[i].isRangeMeant)
+            if (m_sources.decoding[i].isRangeMeant)
                 append(decoding, {"-color_range", "tv"});
-            recipe.sources.push_back({.input = m_inputs[i], .decoding = std::move(decoding)});
+            recipe.sources.push_back({.input = m_sources.inputs[i], .decoding = std::move(decoding)});
         }
-        auto image = m_images.begin();
+        auto image = m_sources.images.begin();
         for (const auto& overlay : m_project.edit.overlays) {
             if (overlay.kind != Overlay::Kind::image)
                 continue;
@@ -444,7 +370,7 @@ private:
         const ProgressCallback& progress, const std::stop_token& stop) const
     {
         writeFileAtomically(work / "filters.txt",
-            RenderGraph::picture(m_project, m_inputs,
+            RenderGraph::picture(m_project, m_sources.inputs,
                 {.size = outputSize(),
                     .fps = m_settings.fps,
                     .annotations = work / "annotations.ass",
@@ -457,7 +383,7 @@ private:
         append(arguments, encoder.device);
         append(arguments, pictureInputArguments(encoder));
         append(arguments, {"-max_size", FilmSound::packetSize, "-i", mixed.string()});
-        for (const auto& image : m_images)
+        for (const auto& image : m_sources.images)
             append(arguments, OverlayImage::input(image, m_project.duration));
         append(arguments, {"-/filter_complex", (work / "filters.txt").string(), "-map", "[vout]", "-map", "[aout]"});
         append(arguments, encoderArguments(encoder));
@@ -480,12 +406,12 @@ private:
     Arguments pictureInputArguments(const VideoEncoder& encoder) const
     {
         Arguments arguments;
-        for (std::size_t i = 0; i < m_inputs.size(); ++i) {
+        for (std::size_t i = 0; i < m_sources.inputs.size(); ++i) {
             if (const int threads = decoderThreads(i, encoder); threads > 0)
                 append(arguments, {"-threads", std::to_string(threads)});
-            if (m_decoding[i].isRangeMeant)
+            if (m_sources.decoding[i].isRangeMeant)
                 append(arguments, {"-color_range", "tv"});
-            append(arguments, {"-i", m_inputs[i].file.string()});
+            append(arguments, {"-i", m_sources.inputs[i].file.string()});
         }
         return arguments;
     }
@@ -496,9 +422,9 @@ private:
     {
         constexpr int coresPerThread = 4; // Cores of a software encoder per decoder thread.
         constexpr int mostThreads = 4;
-        if (m_inputs[input].track.kind == TrackKind::camera)
+        if (m_sources.inputs[input].track.kind == TrackKind::camera)
             return 1; // Small frames, never the bottleneck.
-        if (!m_decoding[input].isEasy)
+        if (!m_sources.decoding[input].isEasy)
             return 0;
         const int cores = availableCores();
         return encoder == VideoEncoder::software() ? std::clamp(cores / coresPerThread, 1, mostThreads)
@@ -513,9 +439,7 @@ private:
     const MediaProbe& m_probe;
     std::stop_token m_stop;
     fs::path m_ffmpeg;
-    std::vector<RenderGraph::Input> m_inputs;
-    std::vector<Decoding> m_decoding; ///< Of each input.
-    std::vector<fs::path> m_images;
+    FilmSources m_sources;
 };
 
 /// The project without what is not to be exported: the rest is cut.

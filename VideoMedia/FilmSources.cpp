@@ -1,0 +1,106 @@
+#include "VideoMedia/FilmSources.h"
+
+#include "VideoCore/Error.h"
+#include "VideoMedia/OverlayImage.h"
+#include "VideoMedia/VideoLimits.h"
+
+#include <algorithm>
+#include <format>
+#include <system_error>
+#include <utility>
+
+namespace orvo {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool isEasyToDecode(const MediaFacts& facts, RenderGraph::FrameSize size)
+{
+    if (!facts.video || facts.video->codec != "h264")
+        return false;
+    return facts.video->width * facts.video->height <= 2 * size.width * size.height;
+}
+
+/// Whether a file does not declare the default colour range although it uses it. Otherwise the first filter would set it,
+/// and copy every frame to do so.
+bool leavesRangeOpen(const MediaFacts::Video& video)
+{
+    return video.codec == "h264" && video.pixelFormat == "yuv420p" && video.colorRange.empty();
+}
+
+std::vector<RenderGraph::Input> inputsOf(const VideoProject& project, const ProjectStore& store)
+{
+    std::vector<MediaTrack> tracks = project.tracks.items();
+    std::ranges::stable_sort(tracks, {}, &MediaTrack::start);
+    std::vector<RenderGraph::Input> inputs;
+    for (auto& track : tracks) {
+        fs::path file = store.mediaURL(project, track.file);
+        if (!fs::is_regular_file(file))
+            throw captureError("Falta un archivo original. Recupera el proyecto antes de exportar.");
+        inputs.push_back({.track = std::move(track), .file = std::move(file)});
+    }
+    return inputs;
+}
+
+std::vector<fs::path> imagesOf(const VideoProject& project, const ProjectStore& store, const fs::path& ffmpeg,
+    RenderGraph::FrameSize size, const std::stop_token& stop)
+{
+    std::vector<fs::path> images;
+    for (const auto& overlay : project.edit.overlays) {
+        if (overlay.kind != Overlay::Kind::image)
+            continue;
+        fs::path file = store.mediaURL(project, overlay.content);
+        if (!fs::is_regular_file(file))
+            throw captureError("Falta una imagen del proyecto.");
+        // The same image may be used several times.
+        if (!std::ranges::contains(images, file) && !OverlayImage::isDecodable(ffmpeg, file, stop))
+            throw captureError(std::format("«{}» no es una imagen que se pueda usar.", overlay.content));
+        if (overlay.width * static_cast<double>(size.width) > static_cast<double>(VideoLimits::largestSide))
+            throw captureError(std::format("El ancho de la imagen «{}» no es válido.", overlay.content));
+        images.push_back(std::move(file));
+    }
+    return images;
+}
+
+} // namespace
+
+FilmSources FilmSources::of(const VideoProject& project, const ProjectStore& store, const fs::path& ffmpeg,
+    std::int64_t height, const MediaProbe& probe, const std::stop_token& stop)
+{
+    const auto size = RenderGraph::outputSize(project, height);
+    FilmSources sources{.inputs = inputsOf(project, store)};
+    for (auto& input : sources.inputs) {
+        const auto facts = probe.facts(input.file, stop);
+        const auto kind = input.track.kind;
+        const bool shown =
+            RenderGraph::isVisibleVideo(input.track) || (kind == TrackKind::camera && project.edit.cameraVisible);
+        if (shown && !facts.video) {
+            if (kind != TrackKind::clip)
+                throw captureError(std::format("«{}» no contiene vídeo.", input.track.file));
+            input.hasVideo = false;
+        }
+        input.hasAudio = facts.audioStreams > 0;
+        sources.decoding.push_back({.isEasy = isEasyToDecode(facts, size),
+            .isRangeMeant = shown && input.hasVideo && leavesRangeOpen(*facts.video)});
+    }
+    const auto isSeen = [](const RenderGraph::Input& input) {
+        return input.hasVideo && RenderGraph::isVisibleVideo(input.track);
+    };
+    if (std::ranges::none_of(sources.inputs, isSeen))
+        throw captureError("El proyecto no contiene vídeo visible.");
+    sources.images = imagesOf(project, store, ffmpeg, size, stop);
+    return sources;
+}
+
+bool FilmSources::contain(const fs::path& destination) const
+{
+    const auto isDestination = [&](const fs::path& file) {
+        std::error_code ignored;
+        return fs::equivalent(file, destination, ignored);
+    };
+    return std::ranges::any_of(inputs, isDestination, &RenderGraph::Input::file)
+        || std::ranges::any_of(images, isDestination);
+}
+
+} // namespace orvo
