@@ -46,12 +46,12 @@ Item {
                 "cameraY": project.cameraY + root.moved.y
             }
             root.moved = Qt.point(0, 0)
-            root.app.setValues(values)
+            root.app.editing.setValues(values)
         }
         onSizeDropped: {
             const width = root.app.project.cameraWidth + root.widened
             root.widened = 0
-            root.app.setValue("cameraWidth", width)
+            root.app.editing.setValue("cameraWidth", width)
         }
     }
 }

@@ -65,7 +65,7 @@ RowLayout {
         text: "Cortes secos"
         Accessible.description: "Sin fundido en este vídeo"
         onClicked: {
-            root.app.setValue("fade", 0)
+            root.app.editing.setValue("fade", 0)
             root.wanted = false
         }
     }

@@ -44,7 +44,7 @@ void EditorCommands::addZoom()
 {
     if (!m_model || !m_model->hasProject() || m_model->isRecording())
         return;
-    m_model->addZoom();
+    m_model->editing()->addZoom();
     const PointerEvent zoom = m_model->project()->edit.events.items().back();
     goTo(std::min(zoom.time + zoom.duration / 2, m_model->projectFacts().duration));
     emit cardWanted(QStringLiteral("zoom"), Text::from(zoom.id));
@@ -150,10 +150,10 @@ bool EditorCommands::performOnProject(Commands::Id command)
         m_model->redo();
         return true;
     case Commands::StartSelection:
-        m_model->startSelectionHere();
+        m_model->editing()->startSelectionHere();
         return true;
     case Commands::EndSelection:
-        m_model->endSelectionHere();
+        m_model->editing()->endSelectionHere();
         return true;
     case Commands::CutSelection:
         m_model->cutSelection();

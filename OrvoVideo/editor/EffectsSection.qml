@@ -77,7 +77,7 @@ Flickable {
         Layout.fillWidth: true
         checked: root.app.project[key]
         onToggled: {
-            root.app.setFlag(key, checked)
+            root.app.editing.setFlag(key, checked)
             checked = Qt.binding(() => root.app.project[key])
         }
     }
@@ -86,7 +86,7 @@ Flickable {
 
         Layout.fillWidth: true
         value: root.app.project[key]
-        onEdited: value => root.app.setValue(key, value)
+        onEdited: value => root.app.editing.setValue(key, value)
         onGesture: active => root.app.setGesture(active)
     }
 
@@ -162,7 +162,7 @@ Flickable {
                     plain: true
                     text: "Restaurar"
                     Accessible.description: "El recorte de " + Wording.exactTime(cut.start)
-                    onClicked: root.app.restoreCut(cut.start, cut.end)
+                    onClicked: root.app.editing.restoreCut(cut.start, cut.end)
                 }
             }
         }
@@ -327,7 +327,7 @@ Flickable {
             model: ["Ninguno", "Suave", "Largo"]
             currentIndex: chosen
             onActivated: index => {
-                root.app.setValue("fade", lengths[index])
+                root.app.editing.setValue("fade", lengths[index])
                 currentIndex = Qt.binding(() => chosen)
             }
         }
@@ -348,7 +348,7 @@ Flickable {
                 unitText: "%"
                 value: volume
                 onGesture: active => root.app.setGesture(active)
-                onEdited: value => root.app.setVolume(trackId, value)
+                onEdited: value => root.app.editing.setVolume(trackId, value)
             }
         }
         OLabel {

@@ -22,7 +22,7 @@ OPanel {
         required property string key
 
         Layout.fillWidth: true
-        onEdited: value => root.app.setOverlayValue(root.model.overlayId, key, value)
+        onEdited: value => root.app.editing.setOverlayValue(root.model.overlayId, key, value)
         onGesture: active => root.app.setGesture(active)
     }
     component PlaceSlider: OverlaySlider {
@@ -40,7 +40,7 @@ OPanel {
                 plain: true
                 name: "Texto en pantalla"
                 shown: root.isText ? root.model.content : ""
-                onCommitted: text => root.app.setOverlayText(root.model.overlayId, text)
+                onCommitted: text => root.app.editing.setOverlayText(root.model.overlayId, text)
             }
             OLabel {
                 Layout.fillWidth: true
@@ -51,7 +51,7 @@ OPanel {
                 iconName: "trash-2"
                 text: root.isText ? "Eliminar texto" : "Eliminar imagen"
                 destructive: true
-                onClicked: root.app.removeOverlay(root.model.overlayId)
+                onClicked: root.app.editing.removeOverlay(root.model.overlayId)
             }
         }
         OverlaySlider {

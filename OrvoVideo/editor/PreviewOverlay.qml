@@ -36,7 +36,7 @@ Item {
         return best
     }
     function nudge(dx: int, dy: int) {
-        app.setOverlayValues(model.overlayId, {
+        app.editing.setOverlayValues(model.overlayId, {
             "x": Math.min(Math.max(model.x + dx / scene.frameSize.width, 0), 0.98),
             "y": Math.min(Math.max(model.y + dy / scene.frameSize.height, 0), 0.98)
         })
@@ -63,7 +63,7 @@ Item {
         if (hadKeyboard)
             forceActiveFocus(Qt.OtherFocusReason)
         if (keep && text.trim() !== "" && text !== model.content)
-            app.setOverlayText(model.overlayId, text)
+            app.editing.setOverlayText(model.overlayId, text)
     }
 
     function place(fraction: real, size: int): real {
@@ -100,7 +100,7 @@ Item {
         else if (plain && root.isText && (event.key === Qt.Key_Return || event.key === Qt.Key_Enter || event.key === Qt.Key_F2))
             edit()
         else if (plain && (event.key === Qt.Key_Delete || event.key === Qt.Key_Backspace))
-            app.removeOverlay(model.overlayId)
+            app.editing.removeOverlay(model.overlayId)
         else
             return
         event.accepted = true
@@ -228,12 +228,12 @@ Item {
             }
             root.moved = Qt.point(0, 0)
             root.guideX = root.guideY = -1
-            root.app.setOverlayValues(root.model.overlayId, values)
+            root.app.editing.setOverlayValues(root.model.overlayId, values)
         }
         onSizeDropped: {
             const width = root.model.width + root.widened
             root.widened = 0
-            root.app.setOverlayValue(root.model.overlayId, "width", width)
+            root.app.editing.setOverlayValue(root.model.overlayId, "width", width)
         }
     }
 }

@@ -56,7 +56,7 @@ ColumnLayout {
         OButton {
             text: "Aplicar todas"
             Accessible.description: root.title
-            onClicked: root.app.applySuggestions(root.kind)
+            onClicked: root.app.editing.applySuggestions(root.kind)
         }
     }
     OList {
@@ -116,7 +116,7 @@ ColumnLayout {
                 rightPadding: Theme.space(2)
                 text: "Aplicar"
                 Accessible.description: entry.label + ", " + entry.range
-                onClicked: root.app.applySuggestion(entry.suggestionId)
+                onClicked: root.app.editing.applySuggestion(entry.suggestionId)
             }
         }
     }

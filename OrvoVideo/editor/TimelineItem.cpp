@@ -416,9 +416,9 @@ bool TimelineItem::removeChosen()
     choose({});
     const auto& edit = project()->edit;
     if (target->kind == Kind::zoom)
-        m_model->removeEvent(Text::from(edit.events[target->index].id));
+        m_model->editing()->removeEvent(Text::from(edit.events[target->index].id));
     else
-        m_model->removeOverlay(Text::from(edit.overlays[target->index].id));
+        m_model->editing()->removeOverlay(Text::from(edit.overlays[target->index].id));
     return true;
 }
 
@@ -435,7 +435,7 @@ bool TimelineItem::restoreChosen()
     if (!target)
         return false;
     choose({});
-    m_model->restoreCut(target->span.start, target->span.end);
+    m_model->editing()->restoreCut(target->span.start, target->span.end);
     emit spoke(QStringLiteral("Corte restaurado"));
     return true;
 }
@@ -457,14 +457,14 @@ void TimelineItem::apply(const TimelineTarget& target, TimeSpan span)
         return;
     switch (target.kind) {
     case Kind::cut:
-        m_model->moveCut(target.span.start, target.span.end, span.start, span.end);
+        m_model->editing()->moveCut(target.span.start, target.span.end, span.start, span.end);
         break;
     case Kind::zoom:
-        m_model->setEventValues(Text::from(shown->edit.events[target.index].id),
+        m_model->editing()->setEventValues(Text::from(shown->edit.events[target.index].id),
             {{QStringLiteral("time"), span.start}, {QStringLiteral("duration"), span.end - span.start}});
         break;
     case Kind::overlay:
-        m_model->setOverlayValues(Text::from(shown->edit.overlays[target.index].id),
+        m_model->editing()->setOverlayValues(Text::from(shown->edit.overlays[target.index].id),
             {{QStringLiteral("start"), span.start}, {QStringLiteral("end"), span.end}});
         break;
     default:

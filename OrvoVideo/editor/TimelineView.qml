@@ -83,12 +83,12 @@ ColumnLayout {
         FoldingButton {
             foldedIcon: "arrow-left-to-line"
             command: Commands.StartSelection
-            onClicked: root.app.startSelectionHere()
+            onClicked: root.app.editing.startSelectionHere()
         }
         FoldingButton {
             foldedIcon: "arrow-right-to-line"
             command: Commands.EndSelection
-            onClicked: root.app.endSelectionHere()
+            onClicked: root.app.editing.endSelectionHere()
         }
         FoldingButton {
             iconName: foldedIcon

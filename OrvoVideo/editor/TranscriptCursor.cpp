@@ -246,7 +246,7 @@ void TranscriptCursor::hear()
 void TranscriptCursor::correct(int row, const QString& text)
 {
     if (m_model && row >= 0 && row < static_cast<int>(wordCount()))
-        m_model->correctWord(Text::from(m_words[static_cast<std::size_t>(row)].id), text);
+        m_model->editing()->correctWord(Text::from(m_words[static_cast<std::size_t>(row)].id), text);
 }
 
 int TranscriptCursor::fillerCount() const

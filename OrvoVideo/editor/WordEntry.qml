@@ -99,7 +99,7 @@ Item {
             color: root.cut ? Theme.secondaryText : Theme.text
             font.strikeout: root.cut
             onPressed: root.cursor.mark(root.index, false)
-            onCommitted: text => root.app.correctWord(root.wordId, text)
+            onCommitted: text => root.app.editing.correctWord(root.wordId, text)
 
             Rectangle {
                 visible: root.filler
@@ -133,7 +133,7 @@ Item {
                     root.cursor.mark(root.index, false)
                     root.cursor.restoreTarget()
                 } else {
-                    root.app.cutWord(root.wordId)
+                    root.app.editing.cutWord(root.wordId)
                 }
             }
         }

@@ -24,7 +24,7 @@ OPanel {
         required property string key
 
         Layout.fillWidth: true
-        onEdited: value => root.app.setEventValue(root.model.eventId, key, value)
+        onEdited: value => root.app.editing.setEventValue(root.model.eventId, key, value)
         onGesture: active => root.app.setGesture(active)
     }
 
@@ -57,7 +57,7 @@ OPanel {
                 iconName: "trash-2"
                 text: "Eliminar zoom"
                 destructive: true
-                onClicked: root.app.removeEvent(root.model.eventId)
+                onClicked: root.app.editing.removeEvent(root.model.eventId)
             }
         }
         EventSlider {

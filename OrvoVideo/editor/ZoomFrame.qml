@@ -23,14 +23,14 @@ Item {
     }
     /// Magnifies this part of the frame: its left and top edges and its width are fractions.
     function frame(left: real, top: real, width: real) {
-        app.setEventValues(scene.framedZoom, {
+        app.editing.setEventValues(scene.framedZoom, {
             "x": left + width / 2,
             "y": top + width / 2,
             "scale": 1 / width
         })
     }
     function nudge(dx: real, dy: real) {
-        app.setEventValues(scene.framedZoom, {
+        app.editing.setEventValues(scene.framedZoom, {
             "x": limited(part.x + dx, 0, 1 - part.width) + part.width / 2,
             "y": limited(part.y + dy, 0, 1 - part.width) + part.width / 2
         })
@@ -101,7 +101,7 @@ Item {
             else if (plain && event.key === Qt.Key_Minus)
                 root.rescale(1.1)
             else if (plain && (event.key === Qt.Key_Delete || event.key === Qt.Key_Backspace))
-                root.app.removeEvent(root.scene.framedZoom)
+                root.app.editing.removeEvent(root.scene.framedZoom)
             else if (event.key === Qt.Key_Escape)
                 root.end()
             else

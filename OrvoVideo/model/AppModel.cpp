@@ -153,37 +153,12 @@ void AppModel::importFile(const QUrl& movie, bool append)
     m_imports.importMovie(movie.toLocalFile().toStdString(), append);
 }
 
-void AppModel::addImageFile(const QUrl& file)
-{
-    m_editing.addImageFile(file.toLocalFile().toStdString());
-}
-
-void AppModel::moveCut(double start, double end, double newStart, double newEnd)
-{
-    m_editing.moveCut(start, end, newStart, newEnd);
-}
-
 void AppModel::tryOut(const QString& suggestionId)
 {
     const auto& offered = m_project.suggestions().suggestions();
     const auto found = std::ranges::find(offered, Text::toId(suggestionId), &EditSuggestion::id);
     if (found != offered.end())
         m_playback.tryOut(EditSuggestion(*found));
-}
-
-void AppModel::setOverlayValue(const QString& id, const QString& key, double value)
-{
-    setOverlayValues(id, {{key, value}});
-}
-
-void AppModel::setOverlayValues(const QString& id, const QVariantMap& values)
-{
-    m_editing.setOverlayValues(id, values);
-}
-
-void AppModel::setEventValue(const QString& id, const QString& key, double value)
-{
-    setEventValues(id, {{key, value}});
 }
 
 void AppModel::setOptions(const RecordingOptions& options)

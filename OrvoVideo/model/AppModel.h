@@ -65,6 +65,7 @@ class AppModel : public QObject {
     Q_PROPERTY(orvo::Exports* exports READ exports CONSTANT)
     Q_PROPERTY(orvo::WorkQueue* queue READ queue CONSTANT)
     Q_PROPERTY(orvo::LibraryCare* care READ care CONSTANT)
+    Q_PROPERTY(orvo::Editing* editing READ editing CONSTANT)
 
     Q_PROPERTY(bool libraryListed READ libraryListed NOTIFY libraryListedChanged)
     Q_PROPERTY(bool hasProject READ hasProject NOTIFY projectChanged)
@@ -120,6 +121,7 @@ public:
     Exports* exports() { return &m_exports; }
     WorkQueue* queue() { return &m_queue; }
     LibraryCare* care() { return &m_care; }
+    Editing* editing() { return &m_editing; }
 
     // --- The library, and opening ---------------------------------------------------------------------------------------
 
@@ -160,35 +162,12 @@ public:
     /// (`errorMessage` says why): the edits are still there while the application runs.
     Q_INVOKABLE bool prepareToQuit();
 
-    // --- Edits; see `Editing` -------------------------------------------------------------------------------------------
+    // --- Edits; the others are in `Editing` ----------------------------------------------------------------------------
 
-    Q_INVOKABLE void rename(const QString& title) { m_editing.rename(title); }
-    Q_INVOKABLE void startSelectionHere() { m_editing.startSelectionHere(); }
-    Q_INVOKABLE void endSelectionHere() { m_editing.endSelectionHere(); }
     Q_INVOKABLE void cutSelection() { m_editing.cutSelection(); }
-    Q_INVOKABLE void cutWord(const QString& wordId) { m_editing.cutWords({wordId}); }
-    Q_INVOKABLE void cutWords(const QStringList& wordIds) { m_editing.cutWords(wordIds); }
-    Q_INVOKABLE void restoreCut(double start, double end) { m_editing.restoreCut(start, end); }
-    Q_INVOKABLE void moveCut(double start, double end, double newStart, double newEnd);
-    Q_INVOKABLE void correctWord(const QString& wordId, const QString& text) { m_editing.correctWord(wordId, text); }
     Q_INVOKABLE void addText(const QString& text) { m_editing.addText(text); }
     Q_INVOKABLE void addImage() { m_editing.addImage(); }
-    Q_INVOKABLE void addImageFile(const QUrl& file);
-    Q_INVOKABLE void removeOverlay(const QString& id) { m_editing.removeOverlay(id); }
-    Q_INVOKABLE void setOverlayValue(const QString& id, const QString& key, double value);
-    Q_INVOKABLE void setOverlayValues(const QString& id, const QVariantMap& values);
-    Q_INVOKABLE void setOverlayText(const QString& id, const QString& text) { m_editing.setOverlayText(id, text); }
-    Q_INVOKABLE void addZoom() { m_editing.addZoom(); }
-    Q_INVOKABLE void removeEvent(const QString& id) { m_editing.removeEvent(id); }
-    Q_INVOKABLE void setEventValue(const QString& id, const QString& key, double value);
-    Q_INVOKABLE void setEventValues(const QString& id, const QVariantMap& values) { m_editing.setEventValues(id, values); }
-    Q_INVOKABLE void setFlag(const QString& key, bool value) { m_editing.setFlag(key, value); }
-    Q_INVOKABLE void setValue(const QString& key, double value) { m_editing.setValues({{key, value}}); }
-    Q_INVOKABLE void setValues(const QVariantMap& values) { m_editing.setValues(values); }
-    Q_INVOKABLE void setVolume(const QString& trackId, double value) { m_editing.setVolume(trackId, value); }
     void applySuggestion(const EditSuggestion& suggestion) { m_editing.applySuggestion(suggestion); }
-    Q_INVOKABLE void applySuggestion(const QString& suggestionId) { m_editing.applySuggestion(suggestionId); }
-    Q_INVOKABLE void applySuggestions(const QString& kind) { m_editing.applySuggestions(kind); }
 
     // --- Playback -------------------------------------------------------------------------------------------------------
 

@@ -150,10 +150,10 @@ QCoro::Task<> Editing::pickImage()
         co_await copyImage(*image);
 }
 
-void Editing::addImageFile(const fs::path& image)
+void Editing::addImageFile(const QUrl& image)
 {
     if (m_parts.open && !m_parts.open.isLocked())
-        m_parts.operation.start(copyImage(image));
+        m_parts.operation.start(copyImage(image.toLocalFile().toStdString()));
 }
 
 QCoro::Task<> Editing::copyImage(fs::path image)

@@ -8,9 +8,12 @@
 #include "OrvoVideo/model/Workers.h"
 
 #include <QCoroTask>
+#include <QObject>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 #include <QVariantMap>
+#include <QtQml/qqmlregistration.h>
 #include <filesystem>
 
 namespace orvo {
@@ -19,7 +22,10 @@ namespace orvo {
 ///
 /// Times are seconds on the recording timeline. Records are addressed by the text form of their identifier, as the item
 /// models give it. An unknown identifier changes nothing but still creates an undo step.
-class Editing {
+class Editing : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Belongs to the model")
 public:
     /// What editing works with. All of it outlives this object.
     struct Parts {
@@ -35,50 +41,60 @@ public:
     {
     }
 
-    void rename(const QString& title);
+    Q_INVOKABLE void rename(const QString& title);
 
     /// Set the beginning or the end of the selection to the playhead.
-    void startSelectionHere();
-    void endSelectionHere();
+    Q_INVOKABLE void startSelectionHere();
+    Q_INVOKABLE void endSelectionHere();
     /// Cuts the selection, unless it is no longer than `Edits::shortestCut`.
-    void cutSelection();
+    Q_INVOKABLE void cutSelection();
     /// Cuts words, as one step.
-    void cutWords(const QStringList& wordIds);
+    Q_INVOKABLE void cutWords(const QStringList& wordIds);
+    Q_INVOKABLE void cutWord(const QString& wordId) { cutWords({wordId}); }
     /// Removes every cut with exactly this beginning and end.
-    void restoreCut(double start, double end);
+    Q_INVOKABLE void restoreCut(double start, double end);
     /// Gives a cut another beginning and end.
-    void moveCut(double start, double end, double newStart, double newEnd);
-    void correctWord(const QString& wordId, const QString& text);
+    Q_INVOKABLE void moveCut(double start, double end, double newStart, double newEnd);
+    Q_INVOKABLE void correctWord(const QString& wordId, const QString& text);
 
     /// Adds a text shown from the playhead on.
-    void addText(const QString& text);
+    Q_INVOKABLE void addText(const QString& text);
     /// Asks for an image, copies it into the project and shows it from the playhead on. A failure goes to the error message.
-    void addImage();
+    Q_INVOKABLE void addImage();
     /// As `addImage`, with a file that is known already.
-    void addImageFile(const std::filesystem::path& image);
-    void removeOverlay(const QString& overlayId);
+    Q_INVOKABLE void addImageFile(const QUrl& image);
+    Q_INVOKABLE void removeOverlay(const QString& overlayId);
     /// Sets some of "start", "end", "x", "y", "width" as one step.
-    void setOverlayValues(const QString& overlayId, const QVariantMap& values);
-    void setOverlayText(const QString& overlayId, const QString& text);
+    Q_INVOKABLE void setOverlayValues(const QString& overlayId, const QVariantMap& values);
+    Q_INVOKABLE void setOverlayValue(const QString& overlayId, const QString& key, double value)
+    {
+        setOverlayValues(overlayId, {{key, value}});
+    }
+    Q_INVOKABLE void setOverlayText(const QString& overlayId, const QString& text);
 
     /// Adds a zoom point at the playhead, in the centre of the frame.
-    void addZoom();
-    void removeEvent(const QString& eventId);
+    Q_INVOKABLE void addZoom();
+    Q_INVOKABLE void removeEvent(const QString& eventId);
     /// Sets some of "time", "x", "y", "duration", "scale" as one step.
-    void setEventValues(const QString& eventId, const QVariantMap& values);
+    Q_INVOKABLE void setEventValues(const QString& eventId, const QVariantMap& values);
+    Q_INVOKABLE void setEventValue(const QString& eventId, const QString& key, double value)
+    {
+        setEventValues(eventId, {{key, value}});
+    }
 
     /// Sets "cameraVisible", "clickHalo", "pointerHighlight", "noiseReduction", "normalizeVoice" or "sharpen".
-    void setFlag(const QString& key, bool value);
+    Q_INVOKABLE void setFlag(const QString& key, bool value);
     /// Sets some of "cameraX", "cameraY", "cameraWidth", "fade" as one step.
-    void setValues(const QVariantMap& values);
+    Q_INVOKABLE void setValues(const QVariantMap& values);
+    Q_INVOKABLE void setValue(const QString& key, double value) { setValues({{key, value}}); }
     /// Sets the linear gain of a track. Heard at once.
-    void setVolume(const QString& trackId, double value);
+    Q_INVOKABLE void setVolume(const QString& trackId, double value);
 
     /// Adds the zoom point of a suggestion or cuts its stretch, and drops it.
     void applySuggestion(const EditSuggestion& suggestion);
-    void applySuggestion(const QString& suggestionId);
+    Q_INVOKABLE void applySuggestion(const QString& suggestionId);
     /// Applies every suggestion of a kind ("silence", "filler", "zoom") that is offered, as one step.
-    void applySuggestions(const QString& kind);
+    Q_INVOKABLE void applySuggestions(const QString& kind);
 
 private:
     QCoro::Task<> pickImage();

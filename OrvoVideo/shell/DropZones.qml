@@ -31,7 +31,7 @@ DropArea {
     onDropped: drop => {
         const join = app.hasProject && drop.x >= width / 2
         if (hasImage && !hasMovie)
-            app.addImageFile(image)
+            app.editing.addImageFile(image)
         else if (hasMovie)
             app.importFile(movie, join)
         drop.accept(Qt.CopyAction)

@@ -119,11 +119,11 @@ MenuBar {
         OMenuSeparator {}
         EditorAction {
             command: Commands.StartSelection
-            onTriggered: root.app.startSelectionHere()
+            onTriggered: root.app.editing.startSelectionHere()
         }
         EditorAction {
             command: Commands.EndSelection
-            onTriggered: root.app.endSelectionHere()
+            onTriggered: root.app.editing.endSelectionHere()
         }
         EditorAction {
             command: Commands.CutSelection

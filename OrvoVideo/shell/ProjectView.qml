@@ -75,7 +75,7 @@ ColumnLayout {
             enabled: !root.app.recorder.isRecording
             font.pixelSize: Theme.headlineSize
             font.weight: Font.DemiBold
-            onCommitted: text => root.app.rename(text)
+            onCommitted: text => root.app.editing.rename(text)
             onAccepted: focus = false
         }
         OLabel {

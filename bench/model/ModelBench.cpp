@@ -124,27 +124,27 @@ void BM_Edit(benchmark::State& state, Edit edit)
 
 void correctWord(OpenHour& hour, int number)
 {
-    hour.model->correctWord(hour.wordId(static_cast<std::size_t>(number) * 4099), QString::number(number));
+    hour.model->editing()->correctWord(hour.wordId(static_cast<std::size_t>(number) * 4099), QString::number(number));
 }
 
 void cutWord(OpenHour& hour, int number)
 {
-    hour.model->cutWord(hour.wordId(static_cast<std::size_t>(number) * 4099));
+    hour.model->editing()->cutWord(hour.wordId(static_cast<std::size_t>(number) * 4099));
 }
 
 void moveZoom(OpenHour& hour, int number)
 {
-    hour.model->setEventValue(hour.zoomId(number * 97), "scale", 1 + number % 30 / 10.0);
+    hour.model->editing()->setEventValue(hour.zoomId(number * 97), "scale", 1 + number % 30 / 10.0);
 }
 
 void addZoom(OpenHour& hour, int)
 {
-    hour.model->addZoom();
+    hour.model->editing()->addZoom();
 }
 
 void moveCamera(OpenHour& hour, int number)
 {
-    hour.model->setValues({{"cameraX", number % 100 / 100.0}, {"cameraY", 0.5}});
+    hour.model->editing()->setValues({{"cameraX", number % 100 / 100.0}, {"cameraY", 0.5}});
 }
 
 void goBackAndForth(OpenHour& hour, int number)

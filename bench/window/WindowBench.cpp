@@ -89,7 +89,7 @@ void measureTranscript(AppModel& model, QQuickWindow& window, const std::functio
         const int row = number * 4099 % model.transcript()->count();
         const QString id = model.transcript()->get(row).value(QStringLiteral("wordId")).toString();
         const auto start = Clock::now();
-        model.correctWord(id, QStringLiteral("corregida%1").arg(number));
+        model.editing()->correctWord(id, QStringLiteral("corregida%1").arg(number));
         holds.push_back(since(start));
         nextSwap();
         shown.push_back(since(start));

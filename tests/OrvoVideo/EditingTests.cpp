@@ -21,20 +21,20 @@ protected:
 TEST_F(EditingTests, IgnoresUnknownFieldsAndNumbersThatNoDocumentHolds)
 {
     openNew();
-    model->setValues({{"cameraX", 0.1}, {"cameraY", 0.2}});
+    model->editing()->setValues({{"cameraX", 0.1}, {"cameraY", 0.2}});
     EXPECT_EQ(edit().cameraY, 0.2);
     model->undo();
     EXPECT_EQ(edit().cameraX, EditState().cameraX) << "one step";
-    model->addZoom();
+    model->editing()->addZoom();
     const auto before = project();
     const double infinite = std::numeric_limits<double>::infinity();
-    model->setValue("fade", infinite);
-    model->setValue("sharpen", 1);
-    model->setValue("words", 1);
-    model->setFlag("fade", true);
-    model->setEventValue(idOf(edit().events[0]), "x", std::nan(""));
-    model->setEventValue(idOf(edit().events[0]), "kind", 1);
-    model->setVolume("x", infinite);
+    model->editing()->setValue("fade", infinite);
+    model->editing()->setValue("sharpen", 1);
+    model->editing()->setValue("words", 1);
+    model->editing()->setFlag("fade", true);
+    model->editing()->setEventValue(idOf(edit().events[0]), "x", std::nan(""));
+    model->editing()->setEventValue(idOf(edit().events[0]), "kind", 1);
+    model->editing()->setVolume("x", infinite);
     EXPECT_EQ(project(), before);
     EXPECT_TRUE(model->prepareToQuit());
 }
@@ -56,7 +56,7 @@ TEST_F(EditingTests, SuggestionsFollowTheEdits)
     EXPECT_NEAR(pauses->gain(), 3.65 + 14.3, 1e-6);
     EXPECT_NEAR(told, 20 - pauses->gain(), 1e-6);
 
-    model->applySuggestions("silence");
+    model->editing()->applySuggestions("silence");
     EXPECT_NEAR(project().playableDuration(), told, 1e-6) << "it was told before";
     EXPECT_EQ(pauses->count(), 0);
     EXPECT_EQ(model->suggestedFillers()->count(), 1);
@@ -66,12 +66,12 @@ TEST_F(EditingTests, SuggestionsFollowTheEdits)
     EXPECT_THAT(edit().cuts, IsEmpty());
     EXPECT_EQ(pauses->count(), 2) << "they are offered again";
     EXPECT_EQ(model->suggestedZooms()->count(), 1);
-    model->cutWord(model->transcript()->get(1)["wordId"].toString());
+    model->editing()->cutWord(model->transcript()->get(1)["wordId"].toString());
     EXPECT_EQ(model->suggestedFillers()->count(), 0);
-    model->applySuggestions("zoom");
+    model->editing()->applySuggestions("zoom");
     EXPECT_THAT(edit().events, SizeIs(2));
     EXPECT_EQ(model->suggestedZooms()->count(), 0);
-    model->applySuggestions("none of them");
+    model->editing()->applySuggestions("none of them");
     EXPECT_EQ(model->undoName(), QStringLiteral("añadir un zoom"));
     openNew(5, "another");
     EXPECT_EQ(model->suggestions()->count(), 0);
@@ -100,7 +100,7 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
         QString::fromStdString(std::filesystem::path(overlay.content).filename()));
 
     std::ofstream(folder / "noextension") << picture;
-    model->addImageFile(QUrl::fromLocalFile(QString::fromStdString((folder / "noextension").string())));
+    model->editing()->addImageFile(QUrl::fromLocalFile(QString::fromStdString((folder / "noextension").string())));
     ASSERT_TRUE(waitUntil([&] { return edit().overlays.size() == 2; }));
     EXPECT_THAT(edit().overlays[1].content, testing::EndsWith("."));
 

@@ -69,7 +69,7 @@ TEST_F(ImportExportTests, ExportsTheProjectAsItWas)
     const auto clip = movie("clip.mp4", 2);
     start();
     import(clip, false);
-    model->rename("Demo");
+    model->editing()->rename("Demo");
     model->update([](VideoProject& project) {
         project.edit.words = SharedList<TranscriptWord>{word("hola", 0.2, 0.8), word("adiós", 1.2, 1.8)};
         project.edit.fade = 0;
@@ -91,7 +91,7 @@ TEST_F(ImportExportTests, ExportsTheProjectAsItWas)
     model->exportVideo();
     EXPECT_TRUE(model->busy());
     EXPECT_EQ(model->status(), "Exportando vídeo…");
-    model->restoreCut(0, 1); // Too late for this export.
+    model->editing()->restoreCut(0, 1); // Too late for this export.
     panels->choice = folder / "whole.mp4";
     model->exportVideo(); // After the one that runs.
     EXPECT_EQ(model->queue()->waiting(), QStringList{"Exportar «Demo»"});

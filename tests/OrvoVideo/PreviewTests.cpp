@@ -160,7 +160,7 @@ TEST_F(PreviewTests, TriesASuggestionOut)
     model->pause();
     EXPECT_EQ(model->shown()->edit.cuts.size(), 1);
     tryOut();
-    model->setFlag("sharpen", true);
+    model->editing()->setFlag("sharpen", true);
     EXPECT_TRUE(model->shown()->edit.sharpen);
     EXPECT_EQ(model->shown()->edit.cuts.size(), 1);
 }
@@ -289,11 +289,11 @@ TEST_F(PreviewTests, VolumesAreHeardAtOnceAndHistoryRebuildsOnlyWhatChanged)
     const auto opened = openRecording(usual());
     model->seek(5);
     ASSERT_THAT(player->loads, SizeIs(1));
-    model->setVolume(Text::from(opened.tracks[1].id), 0.25);
+    model->editing()->setVolume(Text::from(opened.tracks[1].id), 0.25);
     EXPECT_THAT(player->volumes, ElementsAre(Pair(1, 0.25)));
     model->undo();
     EXPECT_THAT(player->volumes, ElementsAre(Pair(1, 0.25), Pair(1, 1)));
-    model->addZoom();
+    model->editing()->addZoom();
     model->undo();
     EXPECT_THAT(player->loads, SizeIs(1));
     EXPECT_EQ(model->playhead(), 5);

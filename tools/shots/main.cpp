@@ -162,8 +162,8 @@ QQuickItem* shownText(QQuickItem& root)
 void photographHands(AppModel& model, const QQuickWindow& window, Photographer& photographer)
 {
     auto* commands = window.findChild<EditorCommands*>();
-    model.correctWord(model.transcript()->get(4)["wordId"].toString(), QStringLiteral("veremos"));
-    model.correctWord(model.transcript()->get(10)["wordId"].toString(), QStringLiteral("función"));
+    model.editing()->correctWord(model.transcript()->get(4)["wordId"].toString(), QStringLiteral("veremos"));
+    model.editing()->correctWord(model.transcript()->get(10)["wordId"].toString(), QStringLiteral("función"));
     commands->addZoom();
     photographer.take(QStringLiteral("zoom-framed"));
     model.undo();

@@ -425,14 +425,14 @@ TEST_F(InspectorTests, DryCutsAreOfferedOnce)
     show(demo);
     const auto offered = [&] { return control(QAccessible::Button, "Cortes secos") != nullptr; };
     EXPECT_FALSE(offered());
-    model->cutWord(QString::fromStdString(project().edit.words.front().id.text()));
+    model->editing()->cutWord(QString::fromStdString(project().edit.words.front().id.text()));
     EXPECT_TRUE(offered());
     click(QAccessible::Button, "Cortes secos");
     EXPECT_EQ(project().edit.fade, 0);
     EXPECT_FALSE(offered());
     model->undo();
     model->undo();
-    model->cutWord(QString::fromStdString(project().edit.words.front().id.text()));
+    model->editing()->cutWord(QString::fromStdString(project().edit.words.front().id.text()));
     EXPECT_FALSE(offered()) << "once for each project";
 
     ASSERT_TRUE(view->rootObject()->setProperty("section", "effects"));

@@ -270,7 +270,7 @@ TEST_F(PreviewTests, TheFadesOfTheFilmAreShown)
         model->seek(time);
         EXPECT_NEAR(scene->dip(), dip, 1e-6) << time;
     }
-    model->setValue("fade", 0);
+    model->editing()->setValue("fade", 0);
     model->seek(4);
     EXPECT_EQ(scene->dip(), 0);
 }

@@ -251,7 +251,7 @@ TEST_F(ProseTests, FindsAndReplaces)
     EXPECT_EQ(reader().matchRow(), 13);
 
     // Across a correction, and out of it with Escape.
-    model->correctWord(QString::fromStdString(project().edit.words[1].id.text()), QStringLiteral("a todas y"));
+    model->editing()->correctWord(QString::fromStdString(project().edit.words[1].id.text()), QStringLiteral("a todas y"));
     item("search")->setProperty("text", QStringLiteral("y todos"));
     EXPECT_EQ(reader().matchRow(), 1);
     item("search")->forceActiveFocus();
@@ -291,7 +291,7 @@ TEST_F(ProseTests, KeepsTheSpokenWordAtAThirdUnlessAHandScrolls)
     model->pause();
     const int row = reader().spokenRow();
     const double y = page().rectOf(row).y();
-    model->correctWord(QString::fromStdString(project().edit.words[10].id.text()),
+    model->editing()->correctWord(QString::fromStdString(project().edit.words[10].id.text()),
         QStringLiteral("una corrección muy larga que necesita unas cuantas líneas más que antes, o tres"));
     EXPECT_NEAR(page().rectOf(row).y(), y, 1);
 }

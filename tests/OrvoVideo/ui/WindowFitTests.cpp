@@ -290,8 +290,8 @@ TEST_F(WindowFitTests, EverythingFitsAtEverySize)
         setPhase(Recorder::Phase::Recording);
         expectFits("recording");
         setPhase(Recorder::Phase::Idle);
-        model->setFlag("sharpen", !project().edit.sharpen);
-        model->setOverlayText(model->overlays()->get(0)["overlayId"].toString(), "Pendiente = cambio en y");
+        model->editing()->setFlag("sharpen", !project().edit.sharpen);
+        model->editing()->setOverlayText(model->overlays()->get(0)["overlayId"].toString(), "Pendiente = cambio en y");
         key(Qt::Key_H, Qt::ControlModifier);
         ASSERT_TRUE(waitUntil([&] { return control(QAccessible::ListItem, "Principio") != nullptr; }));
         expectFits("history");
