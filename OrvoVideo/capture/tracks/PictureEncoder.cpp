@@ -2,27 +2,27 @@
 
 #include "OrvoVideo/gstreamer/GstHandles.h"
 #include "VideoCore/Error.h"
+#include "VideoMedia/Cores.h"
 
 #include <algorithm>
 #include <array>
 #include <filesystem>
 #include <format>
+#include <iterator>
 #include <map>
 #include <mutex>
+#include <set>
 #include <tuple>
+#include <vector>
 
 namespace orvo {
 
 namespace {
 
-PictureEncoder software()
-{
-    // Without lookahead every frame is encoded at once: the file follows closely and memory stays small.
-    return {.name = "x264enc",
-        .options = "speed-preset=veryfast tune=zerolatency vbv-buf-capacity=2000",
-        .bitRateOption = "bitrate",
-        .keyFrameOption = "key-int-max"};
-}
+/// Pixels per second and core up to which x264 gets its preset `veryfast`, or `superfast`. Slow cores must keep up as well,
+/// beside the programs that are recorded: two of them have 1080p30 below the first limit, and 1080p60 above both.
+constexpr std::int64_t maxPixelsVeryFast = 32'000'000;
+constexpr std::int64_t maxPixelsSuperFast = 48'000'000;
 
 /// In order of preference.
 std::array<PictureEncoder, 3> hardware()
@@ -31,15 +31,18 @@ std::array<PictureEncoder, 3> hardware()
         {.name = "vah264enc",
             .options = "rate-control=vbr b-frames=0",
             .bitRateOption = "bitrate",
-            .keyFrameOption = "key-int-max"},
+            .keyFrameOption = "key-int-max",
+            .kind = PictureEncoder::Kind::hardware},
         {.name = "nvh264enc",
             .options = "rc-mode=vbr bframes=0 zerolatency=true",
             .bitRateOption = "bitrate",
-            .keyFrameOption = "gop-size"},
+            .keyFrameOption = "gop-size",
+            .kind = PictureEncoder::Kind::hardware},
         {.name = "qsvh264enc",
             .options = "rate-control=vbr b-frames=0",
             .bitRateOption = "bitrate",
-            .keyFrameOption = "gop-size"},
+            .keyFrameOption = "gop-size",
+            .kind = PictureEncoder::Kind::hardware},
     }};
 }
 
@@ -84,38 +87,75 @@ bool works(const PictureEncoder& encoder, PictureSize size, int fps)
     return end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS;
 }
 
-PictureEncoder choose(PictureSize size, int fps)
+/// What is known of the encoders of this machine.
+struct Known {
+    std::mutex mutex; ///< Guards the others.
+    std::map<std::tuple<int, int, int>, PictureEncoder> best; ///< By width, height and frame rate.
+    std::set<std::string> avoided;
+};
+
+Known& known()
+{
+    static Known known;
+    return known;
+}
+
+PictureEncoder choose(PictureSize size, int fps, const std::set<std::string>& avoided)
 {
     if (hasVideoHardware()) {
-        if (const auto found = PictureEncoder::firstThatWorks(hardware(), size, fps))
+        std::vector<PictureEncoder> candidates;
+        std::ranges::copy_if(hardware(), std::back_inserter(candidates),
+            [&](const PictureEncoder& encoder) { return !avoided.contains(encoder.name); });
+        if (const auto found = PictureEncoder::firstThatWorks(candidates, size, fps))
             return *found;
     }
-    if (!isInstalled(software()))
+    const auto encoder = PictureEncoder::software(size, fps, availableCores());
+    if (!isInstalled(encoder))
         throw captureError("Falta el codificador de vídeo x264 de GStreamer.");
-    return software();
+    return encoder;
 }
 
 } // namespace
 
+PictureEncoder PictureEncoder::software(PictureSize size, int fps, int cores)
+{
+    // Without lookahead every frame is encoded at once: the file follows closely and memory stays small.
+    std::string options = "tune=zerolatency vbv-buf-capacity=2000 speed-preset=";
+    const auto pixels = std::int64_t{size.width} * size.height * fps / std::max(cores, 1);
+    if (pixels <= maxPixelsVeryFast)
+        options += "veryfast";
+    else if (pixels <= maxPixelsSuperFast)
+        options += "superfast";
+    else
+        options += "ultrafast cabac=true"; // Without its arithmetic coding, files are a tenth larger.
+    return {.name = "x264enc", .options = options, .bitRateOption = "bitrate", .keyFrameOption = "key-int-max"};
+}
+
 std::string PictureEncoder::launchLine(std::int64_t bitRate, int keyFrameDistance) const
 {
-    const bool takesPlainPictures = name == "x264enc";
-    return std::format("{}{} {} {}={} {}={} ! h264parse name=parser",
-        takesPlainPictures ? "" : "videoconvert ! video/x-raw,format=NV12 ! ", name, options, bitRateOption, bitRate / 1000,
-        keyFrameOption, keyFrameDistance);
+    return std::format("{}{} {} {}={} {}={} ! h264parse",
+        kind == Kind::software ? "" : "videoconvert ! video/x-raw,format=NV12 ! ", name, options, bitRateOption,
+        bitRate / 1000, keyFrameOption, keyFrameDistance);
 }
 
 PictureEncoder PictureEncoder::find(PictureSize size, int fps)
 {
-    static std::mutex mutex;
-    static std::map<std::tuple<int, int, int>, PictureEncoder> known;
     startGStreamer();
+    auto& [mutex, best, avoided] = known();
     const std::lock_guard lock(mutex);
     const std::tuple form(size.width, size.height, fps);
-    auto found = known.find(form);
-    if (found == known.end())
-        found = known.emplace(form, choose(size, fps)).first;
+    auto found = best.find(form);
+    if (found == best.end())
+        found = best.emplace(form, choose(size, fps, avoided)).first;
     return found->second;
+}
+
+void PictureEncoder::avoid(const PictureEncoder& encoder)
+{
+    auto& [mutex, best, avoided] = known();
+    const std::lock_guard lock(mutex);
+    avoided.insert(encoder.name);
+    std::erase_if(best, [&](const auto& one) { return one.second.name == encoder.name; });
 }
 
 std::optional<PictureEncoder> PictureEncoder::firstThatWorks(
