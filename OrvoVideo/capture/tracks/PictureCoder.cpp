@@ -5,12 +5,18 @@
 #include "VideoMedia/Cores.h"
 
 #include <algorithm>
+#include <array>
 #include <condition_variable>
 #include <exception>
 #include <format>
+#include <gst/allocators/gstdmabuf.h>
 #include <gst/app/gstappsink.h>
 #include <gst/app/gstappsrc.h>
+#include <gst/video/gstvideometa.h>
+#include <gst/video/video-info-dma.h>
 #include <mutex>
+#include <string>
+#include <unistd.h>
 #include <utility>
 
 namespace orvo {
@@ -22,6 +28,66 @@ using namespace std::chrono_literals;
 /// Frames queued for the encoder; more would only take memory.
 constexpr int picturesInWork = 2;
 
+std::string launchLine(const PictureCoder::Form& form, const PictureEncoder& encoder, const GraphicsPicture* graphics)
+{
+    if (!graphics)
+        return std::format("appsrc name=source format=time caps=video/x-raw,format=I420,width={},height={},framerate={}/1,"
+                           "pixel-aspect-ratio=1/1,interlace-mode=progressive,colorimetry=bt601 ! {}",
+            form.size.width, form.size.height, form.fps, encoder.launchLine(form.bitRate, form.keyFrameDistance));
+    const std::unique_ptr<char, GstRelease<g_free>> format(
+        gst_video_dma_drm_fourcc_to_string(graphics->format.code, graphics->format.modifier));
+    return std::format(
+        "appsrc name=source format=time caps=\"video/x-raw(memory:DMABuf),format=DMA_DRM,drm-format={},width={},"
+        "height={},framerate={}/1,pixel-aspect-ratio=1/1,interlace-mode=progressive\" ! {}",
+        format ? format.get() : "", graphics->size.width, graphics->size.height, form.fps,
+        encoder.graphicsLaunchLine(form.size, form.bitRate, form.keyFrameDistance));
+}
+
+using PictureHandle = std::shared_ptr<const PictureMemory>;
+
+void releaseHandle(gpointer handle)
+{
+    std::unique_ptr<PictureHandle>(static_cast<PictureHandle*>(handle)).reset();
+}
+
+/// A buffer that references the frame's memory and keeps it alive while anybody needs it.
+GstBuffer* bufferOf(const PictureHandle& picture)
+{
+    const auto& bytes = picture->bytes();
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the memory is flagged read-only.
+    auto* data = const_cast<std::uint8_t*>(bytes.data());
+    return gst_buffer_new_wrapped_full(GST_MEMORY_FLAG_READONLY, data, bytes.size(), 0, bytes.size(),
+        std::make_unique<PictureHandle>(picture).release(), releaseHandle);
+}
+
+/// The same for a frame in memory of a graphics card.
+GstBuffer* graphicsBufferOf(const PictureHandle& picture)
+{
+    const std::unique_ptr<GstAllocator, GstRelease<gst_object_unref>> allocator(gst_dmabuf_allocator_new());
+    const auto& graphics = *picture->graphics();
+    GstBuffer* buffer = gst_buffer_new();
+    std::array<gsize, GST_VIDEO_MAX_PLANES> offsets{};
+    std::array<gint, GST_VIDEO_MAX_PLANES> strides{};
+    const auto planes = std::min(graphics.planes.size(), offsets.size());
+    gsize before = 0;
+    for (std::size_t i = 0; i < planes; ++i) {
+        const auto& plane = graphics.planes[i];
+        const auto size = static_cast<gsize>(std::max<off_t>(::lseek(plane.memory.get(), 0, SEEK_END), 0));
+        GstMemory* memory =
+            gst_dmabuf_allocator_alloc_with_flags(allocator.get(), plane.memory.get(), size, GST_FD_MEMORY_FLAG_DONT_CLOSE);
+        gst_mini_object_set_qdata(GST_MINI_OBJECT_CAST(memory), g_quark_from_static_string("orvo-picture"),
+            std::make_unique<PictureHandle>(picture).release(), releaseHandle);
+        gst_buffer_append_memory(buffer, memory);
+        offsets.at(i) = before + plane.offset;
+        strides.at(i) = static_cast<gint>(plane.stride);
+        before += size;
+    }
+    gst_buffer_add_video_meta_full(buffer, GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_FORMAT_DMA_DRM,
+        static_cast<guint>(graphics.size.width), static_cast<guint>(graphics.size.height), static_cast<guint>(planes),
+        offsets.data(), strides.data());
+    return buffer;
+}
+
 /// An encoder that keeps a frame for longer hangs.
 constexpr auto maxWorkTime = 5s;
 
@@ -30,19 +96,19 @@ constexpr auto maxWorkTime = 5s;
 /// One encoder at work. Used by one thread; its own threads hand over what is coded.
 class PictureCoder::Run {
 public:
-    Run(const Form& form, const PictureEncoder& encoder, const Sink& sink, bool isReplacement)
+    /// For frames of the same format as `graphics`, or plain ones.
+    Run(const Form& form, const PictureEncoder& encoder, std::shared_ptr<const GraphicsPicture> graphics, const Sink& sink,
+        bool isReplacement)
         : m_sink(sink)
+        , m_graphics(std::move(graphics))
         , m_isHardware(encoder.kind == PictureEncoder::Kind::hardware)
     {
         startGStreamer();
         GError* error = nullptr;
         GstElement* made = gst_parse_launch(
-            std::format(
-                "appsrc name=source format=time caps=video/x-raw,format=I420,width={},height={},framerate={}/1,"
-                "pixel-aspect-ratio=1/1,interlace-mode=progressive,colorimetry=bt601 ! {} config-interval={} ! "
-                "video/x-h264,stream-format=avc,alignment=au ! appsink name=sink sync=false async=false max-buffers=1",
-                form.size.width, form.size.height, form.fps, encoder.launchLine(form.bitRate, form.keyFrameDistance),
-                isReplacement ? -1 : 0)
+            std::format("{} config-interval={} ! video/x-h264,stream-format=avc,alignment=au ! appsink name=sink sync=false "
+                        "async=false max-buffers=1",
+                launchLine(form, encoder, m_graphics.get()), isReplacement ? -1 : 0)
                 .c_str(),
             &error);
         m_bin.reset(made ? GST_ELEMENT(gst_object_ref_sink(made)) : nullptr);
@@ -68,17 +134,20 @@ public:
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;
 
+    /// Whether the frame is of the kind that this run is made for.
+    bool takes(const PictureMemory& picture) const
+    {
+        const auto& graphics = picture.graphics();
+        return !graphics || !m_graphics ? graphics == m_graphics
+                                        : graphics->format == m_graphics->format && graphics->size == m_graphics->size;
+    }
+
+    bool takesGraphics() const { return m_graphics != nullptr; }
+
     /// Returns false when the encoder has failed; the frame is then among those left.
     bool add(Picture picture)
     {
-        using Handle = std::shared_ptr<const PictureMemory>;
-        const auto& bytes = picture.memory->bytes();
-        // The buffer references the frame's memory and keeps it alive while the encoder needs it.
-        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the memory is flagged read-only.
-        auto* data = const_cast<std::uint8_t*>(bytes.data());
-        GstBuffer* buffer = gst_buffer_new_wrapped_full(GST_MEMORY_FLAG_READONLY, data, bytes.size(), 0, bytes.size(),
-            std::make_unique<Handle>(picture.memory).release(),
-            [](gpointer handle) { std::unique_ptr<Handle>(static_cast<Handle*>(handle)).reset(); });
+        GstBuffer* buffer = picture.memory->graphics() ? graphicsBufferOf(picture.memory) : bufferOf(picture.memory);
         GST_BUFFER_PTS(buffer) = picture.time;
         GST_BUFFER_DURATION(buffer) = picture.length;
         {
@@ -222,6 +291,7 @@ private:
     }
 
     const Sink& m_sink;
+    const std::shared_ptr<const GraphicsPicture> m_graphics; ///< The format, if it is in memory of a graphics card.
     const bool m_isHardware;
     GstElementHandle m_bin;
     GstElementHandle m_source;
@@ -242,15 +312,39 @@ PictureCoder::PictureCoder(const Form& form, const PictureEncoder& encoder, Sink
     : m_form(form)
     , m_encoder(encoder)
     , m_sink(std::move(sink))
-    , m_run(std::make_unique<Run>(m_form, m_encoder, m_sink, false))
+    , m_readsGraphics(!encoder.graphics.formats.empty())
 {
+    begin(nullptr);
 }
 
 PictureCoder::~PictureCoder() = default;
 
+/// Begins to encode frames of this format, or plain ones.
+void PictureCoder::begin(const std::shared_ptr<const GraphicsPicture>& graphics)
+{
+    m_run = std::make_unique<Run>(m_form, m_encoder, graphics, m_sink, m_hasBegun);
+}
+
 void PictureCoder::add(const std::shared_ptr<const PictureMemory>& picture, GstClockTime time, GstClockTime length)
 {
-    if (!m_run->add({.memory = picture, .time = time, .length = length}))
+    pass({.memory = picture, .time = time, .length = length});
+}
+
+void PictureCoder::pass(Picture picture)
+{
+    if (const auto graphics = picture.memory->graphics(); graphics && !m_readsGraphics) {
+        graphics->refuse();
+        picture.memory = graphics->inMemory(m_form.size);
+        if (!picture.memory)
+            return;
+    }
+    if (!m_run->takes(*picture.memory)) {
+        if (m_hasBegun)
+            finish();
+        begin(picture.memory->graphics());
+    }
+    m_hasBegun = true;
+    if (!m_run->add(std::move(picture)))
         replaceEncoder();
 }
 
@@ -261,21 +355,26 @@ void PictureCoder::finish()
     m_run->check();
 }
 
-/// Has software encode what the failed encoder still has.
+/// Has another encoder take the frames that have not come out of one that failed. First to be given up are frames in memory
+/// of the graphics card, then hardware.
 void PictureCoder::replaceEncoder()
 {
     m_run->check();
+    const bool tookGraphics = m_run->takesGraphics();
     const auto left = m_run->stop();
     m_run->check();
-    if (m_encoder.kind == PictureEncoder::Kind::software)
+    if (!tookGraphics && m_encoder.kind == PictureEncoder::Kind::software)
         throw captureError("El codificador de vídeo ha dejado de funcionar.");
-    PictureEncoder::avoid(m_encoder);
-    m_encoder = PictureEncoder::software(m_form.size, m_form.fps, availableCores());
-    m_run = std::make_unique<Run>(m_form, m_encoder, m_sink, true);
-    for (const auto& picture : left) {
-        if (!m_run->add(picture))
-            return replaceEncoder();
+    m_readsGraphics = false;
+    if (tookGraphics) {
+        PictureEncoder::avoidGraphics(m_encoder);
+    } else {
+        PictureEncoder::avoid(m_encoder);
+        m_encoder = PictureEncoder::software(m_form.size, m_form.fps, availableCores());
     }
+    begin(nullptr);
+    for (const auto& picture : left)
+        pass(picture);
 }
 
 } // namespace orvo

@@ -15,6 +15,9 @@ namespace orvo {
 /// Encodes the frames of a track. Outlives its encoder: when that fails or hangs, software encodes everything that has not
 /// come out yet and what follows, and the failed encoder is not chosen again in this process.
 ///
+/// Frames in memory of a graphics card go to the encoder as they are. When it cannot read them, they are refused, so that
+/// plain ones follow; those on the way are read by the processor where that can be done, and left out otherwise.
+///
 /// Encoders that replace another repeat their parameter sets before every key frame, so that all frames fit in one track.
 class PictureCoder {
 public:
@@ -52,12 +55,16 @@ private:
         GstClockTime length = 0;
     };
 
+    void begin(const std::shared_ptr<const GraphicsPicture>& graphics);
+    void pass(Picture picture);
     void replaceEncoder();
 
     const Form m_form;
     PictureEncoder m_encoder;
     const Sink m_sink;
     std::unique_ptr<Run> m_run;
+    bool m_hasBegun = false; ///< An encoder has had a frame.
+    bool m_readsGraphics; ///< Whether the encoder gets frames in memory of a graphics card.
 };
 
 } // namespace orvo
