@@ -83,14 +83,20 @@ std::vector<MediaTrack> CaptureEngine::start(
         m_end.reset();
     }
     try {
-        makeWriter(TrackKind::screen, {.size = size, .fps = static_cast<int>(options.fps)});
+        const auto encoder = PictureEncoder::find(size, static_cast<int>(options.fps));
+        makeWriter(TrackKind::screen, {.size = size, .fps = static_cast<int>(options.fps), .encoder = encoder});
         if (isRecorded(TrackKind::system, options))
             makeWriter(TrackKind::system, {.channels = 2});
         if (isRecorded(TrackKind::microphone, options))
             makeWriter(TrackKind::microphone, {.channels = 1});
         if (isRecorded(TrackKind::camera, options))
             makeWriter(TrackKind::camera, {.size = CameraStream::size, .delay = CameraStream::maxDelay});
-        openStreams(source, size, options);
+        openStreams(source,
+            {.size = size,
+                .fps = static_cast<int>(options.fps),
+                .region = options.region,
+                .graphics = encoder.graphics.formats},
+            options);
     } catch (const std::exception&) {
         const auto error = std::current_exception();
         {
@@ -126,7 +132,8 @@ void CaptureEngine::makeWriter(TrackKind kind, SampleWriter::Settings settings)
 }
 
 /// Opens everything that may be refused before anything runs.
-void CaptureEngine::openStreams(const CaptureSource& source, PictureSize size, const CaptureOptions& options)
+void CaptureEngine::openStreams(
+    const CaptureSource& source, const ScreenStream::Settings& settings, const CaptureOptions& options)
 {
     const auto to = [this](TrackKind kind) { return [this, kind](auto sample) { accept(kind, std::move(sample)); }; };
     const auto ended = [this](std::exception_ptr error) { fail(std::move(error)); };
@@ -136,7 +143,7 @@ void CaptureEngine::openStreams(const CaptureSource& source, PictureSize size, c
     std::unique_ptr<SteadyCamera> camera;
     if (options.microphone)
         microphone = AudioStream::open(AudioStream::Input::microphone, options.microphoneDevice, to(TrackKind::microphone));
-    auto screen = ScreenStream::open(source, {.size = size, .fps = static_cast<int>(options.fps), .region = options.region});
+    auto screen = ScreenStream::open(source, settings);
     if (options.camera)
         camera = std::make_unique<SteadyCamera>(options.cameraDevice, to(TrackKind::camera));
     if (options.systemAudio)

@@ -83,7 +83,7 @@ private:
     void accept(TrackKind kind, CaptureSample sample);
     void beginAnyway();
     void fail(std::exception_ptr error);
-    void openStreams(const CaptureSource& source, PictureSize size, const CaptureOptions& options);
+    void openStreams(const CaptureSource& source, const ScreenStream::Settings& settings, const CaptureOptions& options);
     void makeWriter(TrackKind kind, SampleWriter::Settings settings);
     void endStreams();
     void watch(const std::stop_token& stop);

@@ -19,7 +19,8 @@ class Row:
     at_least: float | None = None
 
     def ratio(self):
-        if not self.peers:
+        """None without a peer, or with one that has the value 0."""
+        if not self.peers or 0 in self.peers:
             return None
         if len(self.ours) == len(self.peers):  # Pair by pair: what slows the machine down slows both.
             return median(a / b for a, b in zip(self.ours, self.peers))
@@ -27,7 +28,8 @@ class Row:
 
     def met(self):
         if self.at_most is not None:
-            return self.ratio() <= self.at_most
+            ratio = self.ratio()
+            return None if ratio is None else ratio <= self.at_most
         if self.limit is not None:
             return median(self.ours) <= self.limit
         return median(self.ours) >= self.at_least if self.at_least is not None else None
@@ -49,7 +51,7 @@ def _cells(rows):
     cells = [("what", "ours", "peer", "ratio", "target", "verdict")]
     for row in rows:
         peer = f"{_figure(median(row.peers))} {row.unit} ({row.peer})" if row.peers else ""
-        ratio = f"{row.ratio():.2f}" if row.peers else ""
+        ratio = "" if row.ratio() is None else f"{row.ratio():.2f}"
         verdict = {True: "met", False: "MISSED", None: ""}[row.met()]
         cells.append((row.what, f"{_figure(median(row.ours))} {row.unit}", peer, ratio, row.target(), verdict))
     return cells

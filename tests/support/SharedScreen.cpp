@@ -9,11 +9,13 @@
 #include <spa/param/video/format-utils.h>
 #include <stdexcept>
 #include <string>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <thread>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace orvo::test {
 
@@ -31,22 +33,22 @@ public:
             throw std::runtime_error("there is no PipeWire");
         m_stream = pw_stream_new(m_core, "shared screen",
             pw_properties_new(PW_KEY_MEDIA_CLASS, "Video/Source", PW_KEY_NODE_NAME, "shared-screen", nullptr));
-        static constexpr pw_stream_events events{
-            .version = PW_VERSION_STREAM_EVENTS, .param_changed = &Stream::formatChanged};
+        static constexpr pw_stream_events events{.version = PW_VERSION_STREAM_EVENTS,
+            .param_changed = &Stream::formatChanged,
+            .add_buffer = &Stream::bufferCame,
+            .remove_buffer = &Stream::bufferWent};
         pw_stream_add_listener(m_stream, &m_listener, &events, this);
-        std::array<std::uint8_t, 512> memory{};
+        std::array<std::uint8_t, 1024> memory{};
         spa_pod_builder builder{};
         spa_pod_builder_init(&builder, memory.data(), memory.size());
-        const spa_rectangle size{form.width, form.height};
-        const spa_fraction rate{30, 1};
-        static constexpr std::array orders{SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_RGBx, SPA_VIDEO_FORMAT_NV12};
-        const auto order = orders.at(static_cast<std::size_t>(form.order));
-        const spa_pod* offer = static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_Format,
-            SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType, SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype,
-            SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw), SPA_FORMAT_VIDEO_format, SPA_POD_Id(order), SPA_FORMAT_VIDEO_size,
-            SPA_POD_Rectangle(&size), SPA_FORMAT_VIDEO_framerate, SPA_POD_Fraction(&rate)));
+        std::vector<const spa_pod*> offers;
+        if (form.graphics)
+            offers.push_back(offer(builder, Modifier::open));
+        offers.push_back(offer(builder, Modifier::none));
         pw_stream_connect(m_stream, PW_DIRECTION_OUTPUT, PW_ID_ANY,
-            static_cast<pw_stream_flags>(PW_STREAM_FLAG_DRIVER | PW_STREAM_FLAG_MAP_BUFFERS), &offer, 1);
+            static_cast<pw_stream_flags>(
+                PW_STREAM_FLAG_DRIVER | (form.graphics ? PW_STREAM_FLAG_ALLOC_BUFFERS : PW_STREAM_FLAG_MAP_BUFFERS)),
+            offers.data(), static_cast<std::uint32_t>(offers.size()));
         pw_thread_loop_start(m_loop);
         m_drawing = std::jthread([this](const std::stop_token& stop) { draw(stop); });
     }
@@ -91,7 +93,66 @@ public:
     std::atomic<int> x = 0;
     std::atomic<int> y = 0;
 
+    std::atomic<int> inGraphics = 0; ///< Frames sent in what is announced as memory of a graphics card,
+    std::atomic<int> inMemory = 0; ///< and in plain memory.
+
 private:
+    /// Of a format: for plain memory, any that both sides have, and the one that is chosen.
+    enum class Modifier : std::uint8_t { none, open, chosen };
+    static constexpr std::int64_t linear = 0;
+
+    const spa_pod* offer(spa_pod_builder& builder, Modifier modifier) const
+    {
+        const spa_rectangle size{m_form.width, m_form.height};
+        const spa_fraction rate{30, 1};
+        static constexpr std::array orders{SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_RGBx, SPA_VIDEO_FORMAT_NV12};
+        const auto order = orders.at(static_cast<std::size_t>(m_form.order));
+        spa_pod_frame whole{};
+        spa_pod_builder_push_object(&builder, &whole, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat);
+        spa_pod_builder_add(&builder, SPA_FORMAT_mediaType, SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype,
+            SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw), SPA_FORMAT_VIDEO_format, SPA_POD_Id(order), SPA_FORMAT_VIDEO_size,
+            SPA_POD_Rectangle(&size), SPA_FORMAT_VIDEO_framerate, SPA_POD_Fraction(&rate), 0);
+        if (modifier == Modifier::chosen) {
+            spa_pod_builder_prop(&builder, SPA_FORMAT_VIDEO_modifier, SPA_POD_PROP_FLAG_MANDATORY);
+            spa_pod_builder_long(&builder, linear);
+        } else if (modifier == Modifier::open) {
+            spa_pod_builder_prop(
+                &builder, SPA_FORMAT_VIDEO_modifier, SPA_POD_PROP_FLAG_MANDATORY | SPA_POD_PROP_FLAG_DONT_FIXATE);
+            spa_pod_frame choice{};
+            spa_pod_builder_push_choice(&builder, &choice, SPA_CHOICE_Enum, 0);
+            for (const std::int64_t one : {linear, linear, std::int64_t{1} << 56 | 1})
+                spa_pod_builder_long(&builder, one);
+            spa_pod_builder_pop(&builder, &choice);
+        }
+        return static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &whole));
+    }
+
+    /// As graphics drivers do, allocates the memory itself. There being none, it is the system's.
+    static void bufferCame(void* self, pw_buffer* buffer)
+    {
+        const auto& stream = *static_cast<Stream*>(self);
+        if (!stream.m_form.graphics)
+            return;
+        spa_data& data = buffer->buffer->datas[0];
+        const std::size_t size = std::size_t{4} * stream.m_form.width * stream.m_form.height;
+        data.type = stream.m_sendsGraphics ? SPA_DATA_DmaBuf : SPA_DATA_MemFd;
+        data.flags = SPA_DATA_FLAG_READWRITE;
+        data.fd = ::memfd_create("frame", MFD_CLOEXEC);
+        data.maxsize = static_cast<std::uint32_t>(size);
+        data.mapoffset = 0;
+        if (::ftruncate(static_cast<int>(data.fd), static_cast<off_t>(size)) == 0)
+            data.data = ::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, static_cast<int>(data.fd), 0);
+    }
+
+    static void bufferWent(void* self, pw_buffer* buffer)
+    {
+        if (!static_cast<Stream*>(self)->m_form.graphics)
+            return;
+        spa_data& data = buffer->buffer->datas[0];
+        ::munmap(data.data, data.maxsize);
+        ::close(static_cast<int>(data.fd));
+    }
+
     static void formatChanged(void* self, std::uint32_t id, const spa_pod* param)
     {
         auto& stream = *static_cast<Stream*>(self);
@@ -100,6 +161,14 @@ private:
         std::array<std::uint8_t, 1024> memory{};
         spa_pod_builder builder{};
         spa_pod_builder_init(&builder, memory.data(), memory.size());
+        const spa_pod_prop* modifier = spa_pod_find_prop(param, nullptr, SPA_FORMAT_VIDEO_modifier);
+        if (modifier && (modifier->flags & SPA_POD_PROP_FLAG_DONT_FIXATE) != 0) {
+            std::array chosen{stream.offer(builder, Modifier::chosen), stream.offer(builder, Modifier::none)};
+            pw_stream_update_params(stream.m_stream, chosen.data(), static_cast<std::uint32_t>(chosen.size()));
+            return;
+        }
+        stream.m_sendsGraphics = modifier != nullptr;
+        const int kind = 1 << (modifier ? SPA_DATA_DmaBuf : SPA_DATA_MemFd);
         const auto width = static_cast<int>(stream.m_form.width);
         const auto height = static_cast<int>(stream.m_form.height);
         std::array<const spa_pod*, 3> params{
@@ -107,9 +176,9 @@ private:
                 SPA_PARAM_META_type, SPA_POD_Id(SPA_META_VideoCrop), SPA_PARAM_META_size,
                 SPA_POD_Int(static_cast<int>(sizeof(spa_meta_region))))),
             static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers,
-                SPA_PARAM_BUFFERS_buffers, SPA_POD_CHOICE_RANGE_Int(4, 2, 8), SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(1),
+                SPA_PARAM_BUFFERS_buffers, SPA_POD_CHOICE_RANGE_Int(8, 2, 8), SPA_PARAM_BUFFERS_blocks, SPA_POD_Int(1),
                 SPA_PARAM_BUFFERS_size, SPA_POD_Int(width * 4 * height), SPA_PARAM_BUFFERS_stride, SPA_POD_Int(width * 4),
-                SPA_PARAM_BUFFERS_dataType, SPA_POD_CHOICE_FLAGS_Int(1 << SPA_DATA_MemFd))),
+                SPA_PARAM_BUFFERS_dataType, SPA_POD_CHOICE_FLAGS_Int(kind))),
             static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
                 SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor), SPA_PARAM_META_size,
                 SPA_POD_Int(
@@ -139,6 +208,7 @@ private:
         if (draws && pw_stream_get_state(m_stream, nullptr) == PW_STREAM_STATE_STREAMING) {
             if (pw_buffer* buffer = pw_stream_dequeue_buffer(m_stream)) {
                 fill(*buffer->buffer, content);
+                ++(m_sendsGraphics ? inGraphics : inMemory);
                 pw_stream_queue_buffer(m_stream, buffer);
             }
             pw_stream_trigger_process(m_stream);
@@ -187,6 +257,7 @@ private:
     }
 
     Form m_form;
+    bool m_sendsGraphics = false;
     bool m_turned = false; ///< Of the thread that draws.
     pw_thread_loop* m_loop = nullptr;
     pw_context* m_context = nullptr;
@@ -222,6 +293,16 @@ int SharedScreen::connection()
 std::uint32_t SharedScreen::node() const
 {
     return m_stream->node();
+}
+
+int SharedScreen::framesInGraphicsMemory() const
+{
+    return m_stream->inGraphics;
+}
+
+int SharedScreen::framesInMemory() const
+{
+    return m_stream->inMemory;
 }
 
 void SharedScreen::beginToDraw()

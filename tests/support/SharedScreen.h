@@ -29,6 +29,8 @@ public:
         bool draws = true; ///< Whether something is drawn from the start.
         /// The part of the frames that a shared window is, if one is. Its halves have the colours, around it all is green.
         std::optional<Part> window = {};
+        /// Whether frames come in memory of a graphics card to those who take them. There is none: it is only called so.
+        bool graphics = false;
     };
 
     /// Offers the stream. Throws `std::runtime_error` without a PipeWire.
@@ -41,6 +43,10 @@ public:
     static int connection();
 
     std::uint32_t node() const;
+
+    /// Number of frames sent so far.
+    int framesInGraphicsMemory() const;
+    int framesInMemory() const;
 
     /// From now on something is drawn all the time.
     void beginToDraw();

@@ -1,6 +1,7 @@
 #include "OrvoVideo/capture/screen/CapturedPicture.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace orvo {
 
@@ -16,6 +17,12 @@ PictureMemory::PictureMemory(PictureSize size)
     , m_bytes(lumaBytes() + 2 * chromaBytes())
 {
     blacken();
+}
+
+PictureMemory::PictureMemory(PictureSize size, std::shared_ptr<const GraphicsPicture> graphics)
+    : m_size(size)
+    , m_graphics(std::move(graphics))
+{
 }
 
 void PictureMemory::blacken()

@@ -18,11 +18,21 @@ struct PictureSize {
     friend bool operator==(const PictureSize&, const PictureSize&) = default;
 };
 
+struct GraphicsPicture;
+
 /// A frame buffer in the form that encoders take: I420, BT.601 limited range. The three planes are contiguous; strides
 /// are multiples of four bytes. Width and height are even.
+///
+/// Stands for a frame in memory of a graphics card as well, which encoders read there. Such a frame has no bytes.
 class PictureMemory {
 public:
     explicit PictureMemory(PictureSize size);
+
+    /// A frame in memory of a graphics card, to be fitted into `size` by the encoder.
+    PictureMemory(PictureSize size, std::shared_ptr<const GraphicsPicture> graphics);
+
+    /// Null for a frame in plain memory.
+    const std::shared_ptr<const GraphicsPicture>& graphics() const noexcept { return m_graphics; }
 
     PictureSize size() const noexcept { return m_size; }
 
@@ -53,6 +63,7 @@ private:
 
     PictureSize m_size;
     std::vector<std::uint8_t> m_bytes;
+    std::shared_ptr<const GraphicsPicture> m_graphics;
 };
 
 /// A frame of the screen or a camera with its capture time; a cheap handle.

@@ -2,17 +2,19 @@
 
 #include "OrvoVideo/capture/screen/PictureFitter.h"
 #include "OrvoVideo/capture/screen/PipeWireConnection.h"
+#include "OrvoVideo/capture/screen/PipeWireFormats.h"
+#include "OrvoVideo/capture/screen/PipeWireLoans.h"
 #include "VideoCore/Error.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <condition_variable>
+#include <fcntl.h>
 #include <libyuv.h>
 #include <mutex>
 #include <pipewire/pipewire.h>
 #include <spa/param/video/format-utils.h>
-#include <spa/pod/builder.h>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -26,7 +28,10 @@ using PipeWire::LoopLock;
 
 constexpr auto maxAnswerTime = 10s;
 constexpr std::size_t picturesInUse = 8;
-constexpr std::uint32_t maxCursorSide = 256; ///< Pixels; the cursor's bitmap comes with its position, though it is not used.
+
+/// Buffers that the desktop keeps to draw into while others are lent, and how many it needs altogether for that.
+constexpr std::size_t buffersToDraw = 2;
+constexpr std::size_t minBuffersToLend = 5;
 
 Error undeliveredError()
 {
@@ -62,6 +67,11 @@ public:
         const LoopLock lock(m_connection.loop.get());
         if (m_timer)
             pw_loop_destroy_source(pw_thread_loop_get_loop(m_connection.loop.get()), m_timer);
+        if (m_loans)
+            m_loans->close();
+        // Being destroyed is no end of the source.
+        if (m_stream)
+            spa_hook_remove(&m_listener);
         m_stream.reset();
         m_registry.reset();
     }
@@ -71,6 +81,8 @@ public:
         m_receiver = std::move(receiver);
         {
             const LoopLock lock(m_connection.loop.get());
+            m_loans = std::make_shared<PipeWireLoans>(
+                pw_thread_loop_get_loop(m_connection.loop.get()), [this] { loansChanged(); });
             connect();
         }
         std::unique_lock lock(m_mutex);
@@ -128,6 +140,7 @@ private:
         static constexpr pw_stream_events events{.version = PW_VERSION_STREAM_EVENTS,
             .state_changed = &PipeWireScreenStream::stateChanged,
             .param_changed = &PipeWireScreenStream::formatChanged,
+            .add_buffer = &PipeWireScreenStream::bufferCame,
             .remove_buffer = &PipeWireScreenStream::bufferWent,
             .process = &PipeWireScreenStream::pictureCame};
         pw_stream_add_listener(m_stream.get(), &m_listener, &events, this);
@@ -141,27 +154,16 @@ private:
             .global_remove = &PipeWireScreenStream::objectWent};
         pw_registry_add_listener(m_registry.get(), &m_registryListener, &registryEvents, this);
 
-        std::array<std::uint8_t, 1024> memory{};
-        spa_pod_builder builder{};
-        spa_pod_builder_init(&builder, memory.data(), memory.size());
-        const spa_rectangle usual{1920, 1080};
-        const spa_rectangle minSize{1, 1};
-        const spa_rectangle maxSize{16384, 16384};
-        const spa_fraction rate{static_cast<std::uint32_t>(m_settings.fps), 1};
-        const spa_fraction anyRate{0, 1};
-        const spa_fraction maxRate{1000, 1};
-        const spa_pod* offer = static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_Format,
-            SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType, SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype,
-            SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw), SPA_FORMAT_VIDEO_format,
-            SPA_POD_CHOICE_ENUM_Id(5, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRA,
-                SPA_VIDEO_FORMAT_RGBx, SPA_VIDEO_FORMAT_RGBA),
-            SPA_FORMAT_VIDEO_size, SPA_POD_CHOICE_RANGE_Rectangle(&usual, &minSize, &maxSize), SPA_FORMAT_VIDEO_framerate,
-            SPA_POD_CHOICE_RANGE_Fraction(&rate, &anyRate, &maxRate)));
+        PipeWireFormats::Parameters offers;
+        // A region is cut out of plain memory.
+        offers.addFormats(m_settings.region ? std::span<const GraphicsFormat>() : m_settings.graphics, m_settings.fps);
         // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): the library combines flags like this.
         const auto flags = static_cast<pw_stream_flags>(
             PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_DONT_RECONNECT);
         m_timer = pw_loop_add_timer(pw_thread_loop_get_loop(m_connection.loop.get()), &PipeWireScreenStream::timeCame, this);
-        if (pw_stream_connect(m_stream.get(), PW_DIRECTION_INPUT, m_source.stream->node(), flags, &offer, 1) < 0)
+        if (pw_stream_connect(
+                m_stream.get(), PW_DIRECTION_INPUT, m_source.stream->node(), flags, offers.data(), offers.size())
+            < 0)
             throw endedError();
     }
 
@@ -232,40 +234,20 @@ private:
             const std::lock_guard lock(stream.m_mutex);
             stream.m_format = format;
         }
-        stream.askForBuffers();
+        stream.m_graphics = PipeWireFormats::graphicsFormat(format);
+        PipeWireFormats::Parameters wanted;
+        wanted.addBuffers(stream.m_graphics.has_value());
+        pw_stream_update_params(stream.m_stream.get(), wanted.data(), wanted.size());
         stream.m_changed.notify_all();
     }
 
-    /// Requests plain memory, and the pointer's position with each frame.
-    void askForBuffers()
-    {
-        std::array<std::uint8_t, 1024> memory{};
-        spa_pod_builder builder{};
-        spa_pod_builder_init(&builder, memory.data(), memory.size());
-        constexpr int kinds = (1 << SPA_DATA_MemPtr) | (1 << SPA_DATA_MemFd);
-        const auto cursorBytes = [](std::uint32_t side) {
-            return static_cast<int>(sizeof(spa_meta_cursor) + sizeof(spa_meta_bitmap) + std::size_t{4} * side * side);
-        };
-        std::array<const spa_pod*, 4> wanted{
-            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers,
-                SPA_PARAM_BUFFERS_buffers, SPA_POD_CHOICE_RANGE_Int(8, 2, 16), SPA_PARAM_BUFFERS_dataType,
-                SPA_POD_CHOICE_FLAGS_Int(kinds))),
-            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
-                SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Header), SPA_PARAM_META_size,
-                SPA_POD_Int(static_cast<int>(sizeof(spa_meta_header))))),
-            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
-                SPA_PARAM_META_type, SPA_POD_Id(SPA_META_VideoCrop), SPA_PARAM_META_size,
-                SPA_POD_Int(static_cast<int>(sizeof(spa_meta_region))))),
-            static_cast<spa_pod*>(spa_pod_builder_add_object(&builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta,
-                SPA_PARAM_META_type, SPA_POD_Id(SPA_META_Cursor), SPA_PARAM_META_size,
-                SPA_POD_CHOICE_RANGE_Int(cursorBytes(64), cursorBytes(1), cursorBytes(maxCursorSide)))),
-        };
-        pw_stream_update_params(m_stream.get(), wanted.data(), static_cast<std::uint32_t>(wanted.size()));
-    }
+    static void bufferCame(void* self, pw_buffer* /*buffer*/) { ++of(self).m_buffers; }
 
     /// The producer exited or replaces its buffers.
     static void bufferWent(void* self, pw_buffer* buffer)
     {
+        --of(self).m_buffers;
+        of(self).m_loans->forget(buffer);
         if (of(self).m_newest == buffer)
             of(self).m_newest = nullptr;
     }
@@ -302,15 +284,68 @@ private:
         const CaptureTime now = CaptureClock::now();
         if (now < m_notBefore)
             return wakeAt(m_notBefore - now);
+        if (m_graphics)
+            return lendNewest(now);
         const auto picture = m_pool.take();
         if (!picture)
             return wakeAt(m_interval); // The encoder is behind; retry later.
-        if (draw(*m_newest->buffer, *picture)) {
-            // Tolerates half an interval, so that slight jitter drops no frames.
-            m_notBefore = std::max(m_notBefore, now - m_interval / 2) + m_interval;
-            m_receiver.picture({.memory = picture, .time = now});
-        }
+        if (draw(*m_newest->buffer, *picture))
+            deliver(picture, now);
         giveBack();
+    }
+
+    void deliver(std::shared_ptr<const PictureMemory> picture, CaptureTime now)
+    {
+        // Tolerates half an interval, so that slight jitter drops no frames.
+        m_notBefore = std::max(m_notBefore, now - m_interval / 2) + m_interval;
+        m_receiver.picture({.memory = std::move(picture), .time = now});
+    }
+
+    /// Delivers the newest frame in the memory of the graphics card that it lies in, which the receiver gives back later.
+    void lendNewest(CaptureTime now)
+    {
+        if (m_buffers < minBuffersToLend || !isWhole(*m_newest->buffer))
+            m_loans->refuse();
+        if (m_loans->isRefused())
+            return giveBack(); // Plain memory comes.
+        if (m_loans->count() + buffersToDraw >= m_buffers)
+            return wakeAt(m_interval); // The encoder is behind; retry later.
+        auto graphics = std::make_shared<GraphicsPicture>(
+            GraphicsPicture{.format = *m_graphics, .size = formatSize(), .planes = {}, .loan = {}, .refuse = {}});
+        const auto& buffer = *m_newest->buffer;
+        for (const spa_data& data : std::span(buffer.datas, buffer.n_datas))
+            graphics->planes.push_back({.memory = UniqueFd(::fcntl(static_cast<int>(data.fd), F_DUPFD_CLOEXEC, 0)),
+                .offset = data.chunk->offset,
+                .stride = static_cast<std::uint32_t>(data.chunk->stride)});
+        graphics->loan = m_loans->lend(std::exchange(m_newest, nullptr));
+        graphics->refuse = [loans = m_loans] { loans->refuse(); };
+        {
+            const std::lock_guard lock(m_mutex);
+            m_drawn = Drawn{.part = {.width = static_cast<double>(formatSize().width),
+                                .height = static_cast<double>(formatSize().height)},
+                .place = PicturePlace::fitted(formatSize(), m_settings.size)};
+        }
+        deliver(std::make_shared<PictureMemory>(m_settings.size, std::move(graphics)), now);
+    }
+
+    /// Whether a frame shows nothing but the shared source.
+    bool isWhole(const spa_buffer& buffer) const
+    {
+        PictureFitter::Source whole{.data = nullptr, .stride = 0, .size = formatSize()};
+        crop(buffer, whole);
+        return whole.size == formatSize();
+    }
+
+    /// Lent buffers have come back, or the receiver wants plain memory.
+    void loansChanged()
+    {
+        for (pw_buffer* buffer : m_loans->takeReturned())
+            pw_stream_queue_buffer(m_stream.get(), buffer);
+        if (!m_loans->isRefused() || std::exchange(m_offersPlainOnly, true))
+            return;
+        PipeWireFormats::Parameters offers;
+        offers.addFormats({}, m_settings.fps);
+        pw_stream_update_params(m_stream.get(), offers.data(), offers.size());
     }
 
     void wakeAt(CaptureClock::duration after)
@@ -341,9 +376,11 @@ private:
         const spa_data& data = buffer.datas[0];
         const auto* header = static_cast<const spa_meta_header*>(
             spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
+        // Memory of graphics cards has no length that all desktops tell.
+        const bool hasBytes = data.type == SPA_DATA_DmaBuf ? data.fd >= 0 : data.data && data.chunk->size > 0;
         const bool isBroken = (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0)
             || (static_cast<std::uint32_t>(data.chunk->flags) & SPA_CHUNK_FLAG_CORRUPTED) != 0;
-        return data.data && data.chunk->size > 0 && !isBroken;
+        return hasBytes && !isBroken;
     }
 
     /// Returns false for a frame that is smaller than it claims, which would be read past its end.
@@ -415,6 +452,9 @@ private:
     CaptureClock::duration m_interval;
     CaptureTime m_notBefore;
     pw_buffer* m_newest = nullptr; ///< The frame waiting for its time.
+    std::optional<GraphicsFormat> m_graphics; ///< The format of the frames, if they are in memory of a graphics card.
+    std::size_t m_buffers = 0;
+    bool m_offersPlainOnly = false;
     spa_source* m_timer = nullptr;
     bool m_isThere = false; ///< The shared node was in the registry.
 
@@ -433,6 +473,7 @@ private:
     PipeWireStream::Connection& m_connection; ///< Owned by the source.
     spa_hook m_listener{};
     spa_hook m_registryListener{};
+    std::shared_ptr<PipeWireLoans> m_loans; ///< What was delivered holds it as well.
     PipeWire::Registry m_registry;
     PipeWire::Stream m_stream;
 };

@@ -2,11 +2,13 @@
 
 #include "OrvoVideo/capture/screen/CaptureSources.h"
 #include "OrvoVideo/capture/screen/CapturedPicture.h"
+#include "OrvoVideo/capture/screen/GraphicsPicture.h"
 
 #include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace orvo {
 
@@ -21,6 +23,9 @@ public:
         PictureSize size; ///< Of every frame; even numbers.
         int fps = 30;
         std::optional<Rect> region; ///< The part of a display to record, in the global display space.
+        /// What the receiver takes in memory of a graphics card. Frames come so where the desktop has it, otherwise in plain
+        /// memory, and from any moment on, if the receiver refuses one.
+        std::vector<GraphicsFormat> graphics = {};
     };
 
     /// Called on a thread of the stream, one call at a time, never after the stream is destroyed.

@@ -2,27 +2,32 @@
 
 #include "OrvoVideo/gstreamer/GstHandles.h"
 #include "VideoCore/Error.h"
+#include "VideoMedia/Cores.h"
 
 #include <algorithm>
 #include <array>
 #include <filesystem>
 #include <format>
+#include <gst/allocators/gstdmabuf.h>
+#include <gst/video/video-info-dma.h>
+#include <iterator>
 #include <map>
 #include <mutex>
+#include <set>
 #include <tuple>
+#include <vector>
 
 namespace orvo {
 
 namespace {
 
-PictureEncoder software()
-{
-    // Without lookahead every frame is encoded at once: the file follows closely and memory stays small.
-    return {.name = "x264enc",
-        .options = "speed-preset=veryfast tune=zerolatency vbv-buf-capacity=2000",
-        .bitRateOption = "bitrate",
-        .keyFrameOption = "key-int-max"};
-}
+/// Pixels per second and core up to which x264 gets its preset `veryfast`, or `superfast`. Slow cores must keep up as well,
+/// beside the programs that are recorded: two of them have 1080p30 below the first limit, and 1080p60 above both.
+constexpr std::int64_t maxPixelsVeryFast = 32'000'000;
+constexpr std::int64_t maxPixelsSuperFast = 48'000'000;
+
+/// Scales and converts frames on the graphics card, for `vah264enc`.
+constexpr const char* fitterName = "vapostproc";
 
 /// In order of preference.
 std::array<PictureEncoder, 3> hardware()
@@ -31,15 +36,19 @@ std::array<PictureEncoder, 3> hardware()
         {.name = "vah264enc",
             .options = "rate-control=vbr b-frames=0",
             .bitRateOption = "bitrate",
-            .keyFrameOption = "key-int-max"},
+            .keyFrameOption = "key-int-max",
+            .kind = PictureEncoder::Kind::hardware,
+            .graphics = {.fitter = std::format("{} add-borders=true", fitterName), .memory = "memory:VAMemory"}},
         {.name = "nvh264enc",
             .options = "rc-mode=vbr bframes=0 zerolatency=true",
             .bitRateOption = "bitrate",
-            .keyFrameOption = "gop-size"},
+            .keyFrameOption = "gop-size",
+            .kind = PictureEncoder::Kind::hardware},
         {.name = "qsvh264enc",
             .options = "rate-control=vbr b-frames=0",
             .bitRateOption = "bitrate",
-            .keyFrameOption = "gop-size"},
+            .keyFrameOption = "gop-size",
+            .kind = PictureEncoder::Kind::hardware},
     }};
 }
 
@@ -60,6 +69,12 @@ bool isInstalled(const PictureEncoder& encoder)
     const std::unique_ptr<GstElementFactory, GstRelease<gst_object_unref>> factory(
         gst_element_factory_find(encoder.name.c_str()));
     return factory != nullptr;
+}
+
+std::string codingLine(const PictureEncoder& encoder, std::int64_t bitRate, int keyFrameDistance)
+{
+    return std::format("{} {} {}={} {}={} ! h264parse", encoder.name, encoder.options, encoder.bitRateOption, bitRate / 1000,
+        encoder.keyFrameOption, keyFrameDistance);
 }
 
 /// Encodes a few frames with the launch line of a recording.
@@ -84,38 +99,125 @@ bool works(const PictureEncoder& encoder, PictureSize size, int fps)
     return end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS;
 }
 
-PictureEncoder choose(PictureSize size, int fps)
+/// What is known of the encoders of this machine.
+struct Known {
+    std::mutex mutex; ///< Guards the others.
+    std::map<std::tuple<int, int, int>, PictureEncoder> best; ///< By width, height and frame rate.
+    std::set<std::string> avoided;
+    std::set<std::string> withoutGraphics;
+};
+
+Known& known()
+{
+    static Known known;
+    return known;
+}
+
+/// The formats that an element takes in memory of a graphics card.
+std::vector<GraphicsFormat> graphicsFormats(const char* name)
+{
+    std::vector<GraphicsFormat> formats;
+    const std::unique_ptr<GstElementFactory, GstRelease<gst_object_unref>> factory(gst_element_factory_find(name));
+    const GList* pads = factory ? gst_element_factory_get_static_pad_templates(factory.get()) : nullptr;
+    for (; pads; pads = pads->next) {
+        auto* pad = static_cast<GstStaticPadTemplate*>(pads->data);
+        if (pad->direction != GST_PAD_SINK)
+            continue;
+        const GstCapsHandle caps(gst_static_pad_template_get_caps(pad));
+        for (guint i = 0; i < gst_caps_get_size(caps.get()); ++i) {
+            const GValue* values = gst_structure_get_value(gst_caps_get_structure(caps.get(), i), "drm-format");
+            if (!values || !gst_caps_features_contains(gst_caps_get_features(caps.get(), i), GST_CAPS_FEATURE_MEMORY_DMABUF))
+                continue;
+            const auto add = [&](const GValue* value) {
+                GraphicsFormat format;
+                if (G_VALUE_HOLDS_STRING(value))
+                    format.code = gst_video_dma_drm_fourcc_from_string(g_value_get_string(value), &format.modifier);
+                if (format.code != 0)
+                    formats.push_back(format);
+            };
+            if (!GST_VALUE_HOLDS_LIST(values))
+                add(values);
+            for (guint j = 0; GST_VALUE_HOLDS_LIST(values) && j < gst_value_list_get_size(values); ++j)
+                add(gst_value_list_get_value(values, j));
+        }
+    }
+    return formats;
+}
+
+PictureEncoder choose(PictureSize size, int fps, const std::set<std::string>& avoided)
 {
     if (hasVideoHardware()) {
-        if (const auto found = PictureEncoder::firstThatWorks(hardware(), size, fps))
+        std::vector<PictureEncoder> candidates;
+        std::ranges::copy_if(hardware(), std::back_inserter(candidates),
+            [&](const PictureEncoder& encoder) { return !avoided.contains(encoder.name); });
+        if (auto found = PictureEncoder::firstThatWorks(candidates, size, fps)) {
+            if (!found->graphics.fitter.empty())
+                found->graphics.formats = graphicsFormats(fitterName);
             return *found;
+        }
     }
-    if (!isInstalled(software()))
+    const auto encoder = PictureEncoder::software(size, fps, availableCores());
+    if (!isInstalled(encoder))
         throw captureError("Falta el codificador de vídeo x264 de GStreamer.");
-    return software();
+    return encoder;
 }
 
 } // namespace
 
+PictureEncoder PictureEncoder::software(PictureSize size, int fps, int cores)
+{
+    // Without lookahead every frame is encoded at once: the file follows closely and memory stays small.
+    std::string options = "tune=zerolatency vbv-buf-capacity=2000 speed-preset=";
+    const auto pixels = std::int64_t{size.width} * size.height * fps / std::max(cores, 1);
+    if (pixels <= maxPixelsVeryFast)
+        options += "veryfast";
+    else if (pixels <= maxPixelsSuperFast)
+        options += "superfast";
+    else
+        options += "ultrafast cabac=true"; // Without its arithmetic coding, files are a tenth larger.
+    return {.name = "x264enc", .options = options, .bitRateOption = "bitrate", .keyFrameOption = "key-int-max"};
+}
+
 std::string PictureEncoder::launchLine(std::int64_t bitRate, int keyFrameDistance) const
 {
-    const bool takesPlainPictures = name == "x264enc";
-    return std::format("{}{} {} {}={} {}={} ! h264parse name=parser",
-        takesPlainPictures ? "" : "videoconvert ! video/x-raw,format=NV12 ! ", name, options, bitRateOption, bitRate / 1000,
-        keyFrameOption, keyFrameDistance);
+    return (kind == Kind::software ? "" : "videoconvert ! video/x-raw,format=NV12 ! ")
+        + codingLine(*this, bitRate, keyFrameDistance);
+}
+
+std::string PictureEncoder::graphicsLaunchLine(PictureSize size, std::int64_t bitRate, int keyFrameDistance) const
+{
+    return std::format("{} ! video/x-raw({}),format=NV12,width={},height={},pixel-aspect-ratio=1/1 ! ", graphics.fitter,
+               graphics.memory, size.width, size.height)
+        + codingLine(*this, bitRate, keyFrameDistance);
 }
 
 PictureEncoder PictureEncoder::find(PictureSize size, int fps)
 {
-    static std::mutex mutex;
-    static std::map<std::tuple<int, int, int>, PictureEncoder> known;
     startGStreamer();
+    auto& [mutex, best, avoided, withoutGraphics] = known();
     const std::lock_guard lock(mutex);
     const std::tuple form(size.width, size.height, fps);
-    auto found = known.find(form);
-    if (found == known.end())
-        found = known.emplace(form, choose(size, fps)).first;
-    return found->second;
+    auto found = best.find(form);
+    if (found == best.end())
+        found = best.emplace(form, choose(size, fps, avoided)).first;
+    auto encoder = found->second;
+    if (withoutGraphics.contains(encoder.name))
+        encoder.graphics.formats.clear();
+    return encoder;
+}
+
+void PictureEncoder::avoidGraphics(const PictureEncoder& encoder)
+{
+    const std::lock_guard lock(known().mutex);
+    known().withoutGraphics.insert(encoder.name);
+}
+
+void PictureEncoder::avoid(const PictureEncoder& encoder)
+{
+    auto& [mutex, best, avoided, withoutGraphics] = known();
+    const std::lock_guard lock(mutex);
+    avoided.insert(encoder.name);
+    std::erase_if(best, [&](const auto& one) { return one.second.name == encoder.name; });
 }
 
 std::optional<PictureEncoder> PictureEncoder::firstThatWorks(

@@ -171,7 +171,8 @@ private:
     void beginPictures()
     {
         m_file.reset(); // Closes the file before it is created again.
-        m_file = std::make_unique<TrackFile>(m_url, TrackFile::Pictures{.size = *m_settings.size, .fps = m_settings.fps});
+        m_file = std::make_unique<TrackFile>(
+            m_url, TrackFile::Pictures{.size = *m_settings.size, .fps = m_settings.fps, .encoder = m_settings.encoder});
         m_pictures.emplace(
             [this](const PictureTimeline::Placed& placed) { m_file->write(placed.picture, placed.start, placed.length); });
     }

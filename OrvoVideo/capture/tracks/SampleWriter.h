@@ -2,6 +2,7 @@
 
 #include "OrvoVideo/capture/audio/AudioInputs.h"
 #include "OrvoVideo/capture/screen/CapturedPicture.h"
+#include "OrvoVideo/capture/tracks/PictureEncoder.h"
 
 #include <cstdint>
 #include <exception>
@@ -31,6 +32,8 @@ public:
     struct Settings {
         std::optional<PictureSize> size; ///< Of a video track; nullopt for an audio track.
         int fps = 30; ///< Maximum frames per second.
+        /// Of a video track; null for the best one of this machine.
+        std::optional<PictureEncoder> encoder = {};
         /// Maximum time in seconds from a frame's capture to `append`. The file is extended with the last frame up to this
         /// long ago; a frame that arrives even later is shown after that.
         double delay = 0.1;

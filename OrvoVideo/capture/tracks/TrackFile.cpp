@@ -1,6 +1,6 @@
 #include "OrvoVideo/capture/tracks/TrackFile.h"
 
-#include "OrvoVideo/capture/tracks/PictureEncoder.h"
+#include "OrvoVideo/capture/tracks/PictureCoder.h"
 #include "OrvoVideo/gstreamer/GstHandles.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/UniqueFd.h"
@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <condition_variable>
-#include <deque>
 #include <exception>
 #include <fcntl.h>
 #include <format>
@@ -28,13 +27,8 @@ constexpr int samplesInWork = 2;
 /// Encoder delay of avenc_aac, in samples per channel.
 constexpr std::size_t encoderDelay = 1024;
 
-std::string pictureLine(const TrackFile::Pictures& form)
-{
-    return std::format("appsrc name=source format=time caps=video/x-raw,format=I420,width={},height={},framerate={}/1,"
-                       "pixel-aspect-ratio=1/1,interlace-mode=progressive,colorimetry=bt601 ! {} ! ",
-        form.size.width, form.size.height, form.fps,
-        PictureEncoder::find(form.size, form.fps).launchLine(TrackFile::bitRate(form.size), TrackFile::maxKeyFrameDistance));
-}
+/// Frames arrive encoded; the first one brings the format.
+constexpr const char* pictureLine = "appsrc name=source format=time ! muxer.video_%u ";
 
 std::string soundLine(const TrackFile::Sound& form)
 {
@@ -81,10 +75,6 @@ public:
 
         const GstPadHandle exit(gst_element_get_static_pad(m_source.get(), "src"));
         gst_pad_add_probe(exit.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::sampleLeft, this, nullptr);
-        if (const GstElementHandle parser = element("parser")) {
-            const GstPadHandle coded(gst_element_get_static_pad(parser.get(), "src"));
-            gst_pad_add_probe(coded.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::pictureCoded, this, nullptr);
-        }
         const GstBusHandle bus(gst_element_get_bus(m_bin.get()));
         gst_bus_set_sync_handler(bus.get(), &Pipeline::message, this, nullptr);
     }
@@ -98,11 +88,12 @@ public:
     Pipeline(const Pipeline&) = delete;
     Pipeline& operator=(const Pipeline&) = delete;
 
-    /// The length of the frame in the next buffer.
-    void expectLength(GstClockTime length)
+    /// Writes an encoded frame. All frames have the format of the first one.
+    void push(GstBuffer* buffer, GstCaps* caps)
     {
-        const std::lock_guard lock(m_mutex);
-        m_lengths.push_back(length);
+        if (!m_started)
+            gst_app_src_set_caps(GST_APP_SRC(m_source.get()), caps);
+        push(buffer);
     }
 
     void push(GstBuffer* buffer)
@@ -155,20 +146,6 @@ private:
         return GST_PAD_PROBE_OK;
     }
 
-    /// Encoders derive durations from the frame rate; restores the real ones. Encoders keep the order.
-    static GstPadProbeReturn pictureCoded(GstPad*, GstPadProbeInfo* info, gpointer self)
-    {
-        auto* pipeline = static_cast<Pipeline*>(self);
-        GstBuffer* buffer = gst_buffer_make_writable(GST_PAD_PROBE_INFO_BUFFER(info));
-        info->data = buffer;
-        const std::lock_guard lock(pipeline->m_mutex);
-        if (!pipeline->m_lengths.empty()) {
-            GST_BUFFER_DURATION(buffer) = pipeline->m_lengths.front();
-            pipeline->m_lengths.pop_front();
-        }
-        return GST_PAD_PROBE_OK;
-    }
-
     static GstBusSyncReply message(GstBus*, GstMessage* message, gpointer self)
     {
         auto* pipeline = static_cast<Pipeline*>(self);
@@ -217,13 +194,17 @@ private:
     std::mutex m_mutex; ///< Guards the members below.
     std::condition_variable m_changed;
     int m_inWork = 0;
-    std::deque<GstClockTime> m_lengths; ///< Of frames in the encoder.
     bool m_ended = false;
     std::optional<std::string> m_failure;
 };
 
 TrackFile::TrackFile(const std::filesystem::path& file, const Pictures& form)
-    : m_pipeline(std::make_unique<Pipeline>(file, pictureLine(form) + fileLine("qtmux")))
+    : m_pipeline(std::make_unique<Pipeline>(file, pictureLine + fileLine("qtmux")))
+    , m_coder(std::make_unique<PictureCoder>(
+          PictureCoder::Form{
+              .size = form.size, .fps = form.fps, .bitRate = bitRate(form.size), .keyFrameDistance = maxKeyFrameDistance},
+          form.encoder ? *form.encoder : PictureEncoder::find(form.size, form.fps),
+          [pipeline = m_pipeline.get()](GstBuffer* buffer, GstCaps* caps) { pipeline->push(buffer, caps); }))
 {
 }
 
@@ -243,18 +224,7 @@ void TrackFile::removeEmpty(const std::filesystem::path& file) noexcept
 
 void TrackFile::write(const std::shared_ptr<const PictureMemory>& picture, double time, double length)
 {
-    using Handle = std::shared_ptr<const PictureMemory>;
-    const auto& bytes = picture->bytes();
-    // The buffer references the frame's memory and keeps it alive while the encoder needs it.
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): the memory is flagged read-only.
-    auto* data = const_cast<std::uint8_t*>(bytes.data());
-    GstBuffer* buffer = gst_buffer_new_wrapped_full(GST_MEMORY_FLAG_READONLY, data, bytes.size(), 0, bytes.size(),
-        std::make_unique<Handle>(picture).release(),
-        [](gpointer handle) { std::unique_ptr<Handle>(static_cast<Handle*>(handle)).reset(); });
-    GST_BUFFER_PTS(buffer) = toClockTime(time);
-    GST_BUFFER_DURATION(buffer) = toClockTime(length);
-    m_pipeline->expectLength(GST_BUFFER_DURATION(buffer));
-    m_pipeline->push(buffer);
+    m_coder->add(picture, toClockTime(time), toClockTime(length));
 }
 
 void TrackFile::write(std::span<const float> interleaved)
@@ -279,6 +249,8 @@ void TrackFile::write(std::span<const float> interleaved)
 
 void TrackFile::finish()
 {
+    if (m_coder)
+        m_coder->finish();
     m_pipeline->finish();
 }
 

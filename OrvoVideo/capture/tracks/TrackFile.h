@@ -2,13 +2,17 @@
 
 #include "OrvoVideo/capture/audio/AudioInputs.h"
 #include "OrvoVideo/capture/screen/CapturedPicture.h"
+#include "OrvoVideo/capture/tracks/PictureEncoder.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <span>
 
 namespace orvo {
+
+class PictureCoder;
 
 /// A single-track media file that is encoded and written as it grows: H.264 in a QuickTime movie, or AAC at 48 kHz in an
 /// MPEG-4 audio file.
@@ -20,6 +24,8 @@ public:
     struct Pictures {
         PictureSize size;
         int fps = 30; ///< Maximum frames per second.
+        /// Null for the best one of this machine. When it fails, software continues the file.
+        std::optional<PictureEncoder> encoder = {};
     };
 
     struct Sound {
@@ -59,6 +65,7 @@ private:
     class Pipeline;
 
     std::unique_ptr<Pipeline> m_pipeline;
+    std::unique_ptr<PictureCoder> m_coder; ///< Null for audio. Hands over to the pipeline.
 };
 
 } // namespace orvo

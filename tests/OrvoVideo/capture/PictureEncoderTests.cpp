@@ -1,5 +1,8 @@
-#include "OrvoVideo/capture/tracks/PictureEncoder.h"
+#include "OrvoVideo/capture/tracks/TrackFile.h"
+#include "TestSupport/Media.h"
+#include "TestSupport/TemporaryFolder.h"
 
+#include <algorithm>
 #include <array>
 #include <gtest/gtest.h>
 
@@ -31,6 +34,68 @@ TEST(PictureEncoderTests, IsOneThatTakesPicturesOfTheirSize)
         if (found) {
             EXPECT_NE(found->options.find(wanted), std::string::npos) << size.width;
         }
+    }
+}
+
+TEST(PictureEncoderTests, SoftwareContinuesTheFileOfAnEncoderThatFails)
+{
+    // In the place of a graphics card's encoder: x264 behind something that fails. The key frames' distance is 60.
+    struct Case {
+        const char* what;
+        std::string options;
+        std::string option;
+    };
+    constexpr int count = 150;
+    constexpr PictureSize size{160, 90};
+    const auto lumaOf = [](int frame) { return 30 + frame * 7 % 190; };
+    for (const auto& [what, options, option] : {
+             Case{"fails after 60 frames", "identity", "error-after"},
+             Case{"takes frames and returns none", "identity drop-probability=1", "sleep-time"},
+             Case{"hangs", "identity sync=true ts-offset=1000000000000", "sleep-time"},
+         }) {
+        const PictureEncoder failing{.name = "x264enc",
+            .options = "tune=zerolatency speed-preset=ultrafast ! " + options,
+            .bitRateOption = "datarate",
+            .keyFrameOption = option,
+            .kind = PictureEncoder::Kind::hardware};
+        const TemporaryFolder folder;
+        const auto path = folder / "screen.mov";
+        TrackFile file(path, TrackFile::Pictures{.size = size, .fps = 30, .encoder = failing});
+        for (int i = 0; i < count; ++i) {
+            const auto picture = std::make_shared<PictureMemory>(size);
+            std::fill_n(picture->luma(), picture->lumaStride() * size.height, static_cast<std::uint8_t>(lumaOf(i)));
+            file.write(picture, i / 30.0, 1 / 30.0);
+        }
+        file.finish();
+        EXPECT_NEAR(probe(path).videoDuration, count / 30.0, 0.01) << what;
+        const auto frames = decodeFrames(path);
+        ASSERT_EQ(frames.size(), static_cast<std::size_t>(count)) << what;
+        for (int i = 0; i < count; ++i) {
+            EXPECT_NEAR(frames[static_cast<std::size_t>(i)].mean(0, 0, 1, 1).brightness(), (lumaOf(i) - 16) * 255 / 219, 6)
+                << what << ", frame " << i;
+        }
+    }
+}
+
+TEST(PictureEncoderTests, SoftwareIsFasterTheMorePixelsACoreHas)
+{
+    struct Case {
+        PictureSize size;
+        int fps;
+        int cores;
+        std::string preset;
+    };
+    for (const auto& [size, fps, cores, preset] : {
+             Case{{1920, 1080}, 30, 2, "veryfast"},
+             Case{{1920, 1080}, 60, 4, "veryfast"},
+             Case{{1920, 1080}, 60, 3, "superfast"},
+             Case{{1920, 1080}, 60, 2, "ultrafast"},
+             Case{{1920, 1080}, 60, 1, "ultrafast"},
+             Case{{3840, 2160}, 60, 8, "ultrafast"},
+         }) {
+        const auto encoder = PictureEncoder::software(size, fps, cores);
+        EXPECT_NE(encoder.options.find(preset), std::string::npos) << encoder.options;
+        EXPECT_TRUE(PictureEncoder::firstThatWorks(std::array{encoder}, {320, 180}, fps)) << encoder.options;
     }
 }
 
