@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <libyuv.h>
 
 namespace orvo {
@@ -57,10 +58,10 @@ PicturePlace PictureFitter::draw(const Source& source, PictureMemory& target)
         pixels = m_scaled.data();
     }
     // libyuv's ARGB is blue, green, red, alpha in memory.
-    libyuv::ARGBToI420(pixels, stride, target.luma() + place.y * target.lumaStride() + place.x, target.lumaStride(),
-        target.blue() + place.y / 2 * target.chromaStride() + place.x / 2, target.chromaStride(),
-        target.red() + place.y / 2 * target.chromaStride() + place.x / 2, target.chromaStride(), place.size.width,
-        place.size.height);
+    const auto luma = std::ptrdiff_t{place.y} * target.lumaStride() + place.x;
+    const auto chroma = std::ptrdiff_t{place.y / 2} * target.chromaStride() + place.x / 2;
+    libyuv::ARGBToI420(pixels, stride, target.luma() + luma, target.lumaStride(), target.blue() + chroma,
+        target.chromaStride(), target.red() + chroma, target.chromaStride(), place.size.width, place.size.height);
     return place;
 }
 

@@ -134,11 +134,10 @@ private:
             xcb_damage_notify_event_t damage{};
             std::memcpy(&damage, &event, sizeof damage);
             noteDamage({.x = damage.area.x, .y = damage.area.y, .width = damage.area.width, .height = damage.area.height});
-        } else if (type == m_firstRandr + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == m_firstRandr + XCB_RANDR_NOTIFY) {
-            m_moved = true;
-        } else if (type == XCB_CONFIGURE_NOTIFY || type == XCB_MAP_NOTIFY || type == XCB_UNMAP_NOTIFY
-            || type == XCB_DESTROY_NOTIFY || type == XCB_REPARENT_NOTIFY) {
-            m_moved = true;
+        } else {
+            m_moved |= type == m_firstRandr + XCB_RANDR_SCREEN_CHANGE_NOTIFY || type == m_firstRandr + XCB_RANDR_NOTIFY
+                || type == XCB_CONFIGURE_NOTIFY || type == XCB_MAP_NOTIFY || type == XCB_UNMAP_NOTIFY
+                || type == XCB_DESTROY_NOTIFY || type == XCB_REPARENT_NOTIFY;
         }
     }
 
@@ -203,11 +202,11 @@ private:
     /// Draws an area that is only partly visible; the rest is black.
     void drawPart(const X11Pixels& pixels, const X11Target::View& view, PictureMemory& picture)
     {
-        const auto stride = static_cast<std::size_t>(4 * view.area.width);
+        const auto stride = 4 * static_cast<std::size_t>(view.area.width);
         m_whole.assign(stride * static_cast<std::size_t>(view.area.height), 0);
         for (int line = 0; line < pixels.height; ++line) {
             const auto place = static_cast<std::size_t>(view.visible.y - view.area.y + line) * stride
-                + static_cast<std::size_t>(4 * (view.visible.x - view.area.x));
+                + 4 * static_cast<std::size_t>(view.visible.x - view.area.x);
             std::memcpy(m_whole.data() + place, pixels.data + std::ptrdiff_t{line} * pixels.stride(),
                 static_cast<std::size_t>(pixels.stride()));
         }
