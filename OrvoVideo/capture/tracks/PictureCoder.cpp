@@ -364,7 +364,7 @@ void PictureCoder::replaceEncoder()
     const auto left = m_run->stop();
     m_run->check();
     if (!tookGraphics && m_encoder.kind == PictureEncoder::Kind::software)
-        throw captureError("El codificador de vídeo ha dejado de funcionar.");
+        throw captureError("El codificador de vídeo ha dejado de funcionar: la grabación se ha detenido.");
     m_readsGraphics = false;
     if (tookGraphics) {
         PictureEncoder::avoidGraphics(m_encoder);

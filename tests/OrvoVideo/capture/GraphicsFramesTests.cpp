@@ -66,11 +66,13 @@ TEST(GraphicsFramesTests, ReachTheEncoderInTheirMemoryOrComeInPlainMemory)
         const char* what;
         std::string fitter;
         bool isRead;
+        std::optional<SharedScreen::Part> window = {};
     };
-    for (const auto& [what, fitter, isRead] : {
+    for (const auto& [what, fitter, isRead, window] : {
              Case{"can be read", reader, true},
              Case{"cannot be imported", "identity", false},
              Case{"can be read no longer", std::string("identity error-after=20 ! ") + reader, false},
+             Case{"hold more than the window", reader, false, SharedScreen::Part{40, 20, 160, 90}},
          }) {
         const PictureEncoder encoder{.name = "x264enc",
             .options = "tune=zerolatency speed-preset=ultrafast",
@@ -80,7 +82,7 @@ TEST(GraphicsFramesTests, ReachTheEncoderInTheirMemoryOrComeInPlainMemory)
             .graphics = {.fitter = fitter,
                 .memory = "memory:SystemMemory",
                 .formats = {{.code = GraphicsFormat::codeOf("XR24"), .modifier = GraphicsFormat::linear}}}};
-        SharedScreen screen({.width = 320, .height = 180, .graphics = true});
+        SharedScreen screen({.width = 320, .height = 180, .window = window, .graphics = true});
         const TemporaryFolder folder;
         SampleWriter writer(folder / "screen.mov", {.size = PictureSize{160, 90}, .encoder = encoder});
         std::atomic<int> delivered = 0;
