@@ -161,7 +161,7 @@ public:
             const bool waitsForDisk = m_isHanding;
             waitUntil(lock, [this] { return m_inWork < picturesInWork; });
             // While the process is suspended nothing waits.
-            if (const auto waited = CaptureClock::now() - before; waited < 1s && !waitsForDisk)
+            if (const auto waited = CaptureClock::now() - before; waited < loadTime && !waitsForDisk)
                 m_waited += waited;
             if (m_failed) {
                 gst_buffer_unref(buffer);
