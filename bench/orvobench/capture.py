@@ -46,7 +46,7 @@ def rows(programs, folder, seconds, runs, say):
             say(f"recording 1080p at 60 frames a second on one core, round {number + 1} of {runs}")
             with Display(programs, folder, 60) as display:
                 lost.append(display.record(seconds, 60).lost_share())
-    table.append(Row("recording 1080p60, display and recorder on one core: pictures lost", "%", lost))
+    table.append(Row("recording 1080p60, display and recorder on one core: pictures lost", "%", lost, limit=10))
     return table
 
 

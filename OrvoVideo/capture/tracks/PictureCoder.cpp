@@ -88,6 +88,9 @@ GstBuffer* graphicsBufferOf(const PictureHandle& picture)
     return buffer;
 }
 
+/// The load of an encoder is judged after every such time.
+constexpr auto loadTime = 2s;
+
 /// An encoder that keeps a frame for longer hangs.
 constexpr auto maxWorkTime = 5s;
 
@@ -154,7 +157,12 @@ public:
             std::unique_lock lock(m_mutex);
             lookForProgress();
             m_left.push_back(std::move(picture));
+            const auto before = CaptureClock::now();
+            const bool waitsForDisk = m_isHanding;
             waitUntil(lock, [this] { return m_inWork < picturesInWork; });
+            // While the process is suspended nothing waits.
+            if (const auto waited = CaptureClock::now() - before; waited < loadTime && !waitsForDisk)
+                m_waited += waited;
             if (m_failed) {
                 gst_buffer_unref(buffer);
                 return false;
@@ -163,6 +171,16 @@ public:
         }
         gst_app_src_push_buffer(GST_APP_SRC(m_source.get()), buffer);
         return true;
+    }
+
+    /// Whether frames have had to wait for the encoder most of the time lately.
+    bool isOverloaded()
+    {
+        const auto passed = CaptureClock::now() - m_loadFrom;
+        if (passed < loadTime)
+            return false;
+        m_loadFrom += passed;
+        return std::exchange(m_waited, {}) > passed * 7 / 10;
     }
 
     /// Returns false when the encoder has failed.
@@ -296,6 +314,10 @@ private:
     GstElementHandle m_bin;
     GstElementHandle m_source;
 
+    // Used by the caller's thread.
+    CaptureTime m_loadFrom = CaptureClock::now();
+    CaptureClock::duration m_waited{}; ///< Since then, in `add`.
+
     std::mutex m_mutex; ///< Guards the members below.
     std::condition_variable m_changed;
     int m_inWork = 0;
@@ -346,6 +368,18 @@ void PictureCoder::pass(Picture picture)
     m_hasBegun = true;
     if (!m_run->add(std::move(picture)))
         replaceEncoder();
+    else if (m_encoder.kind == PictureEncoder::Kind::software && m_run->isOverloaded())
+        makeFaster();
+}
+
+void PictureCoder::makeFaster()
+{
+    const auto fastest = PictureEncoder::fastestSoftware();
+    if (m_encoder.options == fastest.options)
+        return;
+    finish();
+    m_encoder = fastest;
+    begin(nullptr);
 }
 
 void PictureCoder::finish()

@@ -18,6 +18,8 @@ namespace orvo {
 /// Frames in memory of a graphics card go to the encoder as they are. When it cannot read them, they are refused, so that
 /// plain ones follow; those on the way are read by the processor where that can be done, and left out otherwise.
 ///
+/// Software that does not keep up, whatever was expected of the machine, gives way to its fastest preset.
+///
 /// Encoders that replace another repeat their parameter sets before every key frame, so that all frames fit in one track.
 class PictureCoder {
 public:
@@ -58,6 +60,7 @@ private:
     void begin(const std::shared_ptr<const GraphicsPicture>& graphics);
     void pass(Picture picture);
     void replaceEncoder();
+    void makeFaster();
 
     const Form m_form;
     PictureEncoder m_encoder;

@@ -26,6 +26,15 @@ namespace {
 constexpr std::int64_t maxPixelsVeryFast = 32'000'000;
 constexpr std::int64_t maxPixelsSuperFast = 48'000'000;
 
+PictureEncoder x264(const char* preset)
+{
+    // Without lookahead every frame is encoded at once: the file follows closely and memory stays small.
+    return {.name = "x264enc",
+        .options = std::format("tune=zerolatency vbv-buf-capacity=2000 speed-preset={}", preset),
+        .bitRateOption = "bitrate",
+        .keyFrameOption = "key-int-max"};
+}
+
 /// Scales and converts frames on the graphics card, for `vah264enc`.
 constexpr const char* fitterName = "vapostproc";
 
@@ -166,16 +175,15 @@ PictureEncoder choose(PictureSize size, int fps, const std::set<std::string>& av
 
 PictureEncoder PictureEncoder::software(PictureSize size, int fps, int cores)
 {
-    // Without lookahead every frame is encoded at once: the file follows closely and memory stays small.
-    std::string options = "tune=zerolatency vbv-buf-capacity=2000 speed-preset=";
     const auto pixels = std::int64_t{size.width} * size.height * fps / std::max(cores, 1);
     if (pixels <= maxPixelsVeryFast)
-        options += "veryfast";
-    else if (pixels <= maxPixelsSuperFast)
-        options += "superfast";
-    else
-        options += "ultrafast cabac=true"; // Without its arithmetic coding, files are a tenth larger.
-    return {.name = "x264enc", .options = options, .bitRateOption = "bitrate", .keyFrameOption = "key-int-max"};
+        return x264("veryfast");
+    return pixels <= maxPixelsSuperFast ? x264("superfast") : fastestSoftware();
+}
+
+PictureEncoder PictureEncoder::fastestSoftware()
+{
+    return x264("ultrafast cabac=true"); // Without its arithmetic coding, files are a tenth larger.
 }
 
 std::string PictureEncoder::launchLine(std::int64_t bitRate, int keyFrameDistance) const

@@ -45,6 +45,9 @@ struct PictureEncoder {
     /// x264, with a faster preset the more pixels each of `cores` has to encode in a second.
     static PictureEncoder software(PictureSize size, int fps, int cores);
 
+    /// x264 with its fastest preset.
+    static PictureEncoder fastestSoftware();
+
     /// Has `find` leave out an encoder that failed while it recorded, or only its formats. Thread-safe.
     static void avoid(const PictureEncoder& encoder);
     static void avoidGraphics(const PictureEncoder& encoder);

@@ -4,7 +4,13 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
 
 namespace orvo::test {
 
@@ -75,6 +81,42 @@ TEST(PictureEncoderTests, SoftwareContinuesTheFileOfAnEncoderThatFails)
                 << what << ", frame " << i;
         }
     }
+}
+
+TEST(PictureEncoderTests, SoftwareThatIsTooSlowContinuesWithItsFastestPreset)
+{
+    // Frames come as fast as they are taken, so that they always wait.
+    constexpr PictureSize size{320, 180};
+    const PictureEncoder slow{.name = "x264enc",
+        .options = "tune=zerolatency speed-preset=veryslow",
+        .bitRateOption = "bitrate",
+        .keyFrameOption = "key-int-max"};
+    const TemporaryFolder folder;
+    const auto path = folder / "screen.mov";
+    TrackFile file(path, TrackFile::Pictures{.size = size, .fps = 30, .encoder = slow});
+    std::mt19937 random(3);
+    std::vector<std::shared_ptr<PictureMemory>> pictures;
+    for (int i = 0; i < 8; ++i) {
+        pictures.push_back(std::make_shared<PictureMemory>(size));
+        std::generate_n(pictures.back()->luma(), pictures.back()->lumaStride() * size.height,
+            [&] { return static_cast<std::uint8_t>(random()); });
+    }
+    // x264 writes its settings into the stream.
+    const auto hasSetting = [&](const char* setting) {
+        std::ifstream stream(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(stream), {}).contains(setting);
+    };
+    int count = 0;
+    const auto limit = CaptureClock::now() + std::chrono::seconds(60);
+    while (CaptureClock::now() < limit && (count % 30 != 0 || !hasSetting("subme=0"))) {
+        file.write(pictures[static_cast<std::size_t>(count) % pictures.size()], count / 30.0, 1 / 30.0);
+        ++count;
+    }
+    file.finish();
+    EXPECT_TRUE(hasSetting("subme=10"));
+    EXPECT_TRUE(hasSetting("subme=0"));
+    EXPECT_NEAR(probe(path).videoDuration, count / 30.0, 0.01);
+    EXPECT_EQ(decodeFrames(path).size(), static_cast<std::size_t>(count));
 }
 
 TEST(PictureEncoderTests, SoftwareIsFasterTheMorePixelsACoreHas)
