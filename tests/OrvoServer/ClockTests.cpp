@@ -57,8 +57,6 @@ protected:
     {
         return ask(port(), "GET", "/admin/data/health", {{"Cookie", session}}).status;
     }
-
-    SetClock time;
 };
 
 TEST_F(ClockSetBack, LengthensNeitherTicketsNorSessions)

@@ -63,6 +63,7 @@ protected:
     std::string address = "https://videos.ejemplo.es";
     server::DataFolder data{folder / "data"};
     server::Log log{-1};
+    SetClock time; ///< For tests that make it the `clock`.
     const server::Clock* clock = nullptr; ///< The system's.
     std::unique_ptr<server::Service> service;
     std::thread thread;

@@ -224,7 +224,6 @@ TEST_F(Viewers, RenewTheirTickets)
 TEST_F(Viewers, PlayForSixHoursWithTicketsOfTenMinutes)
 {
     stop();
-    SetClock time;
     clock = &time;
     start();
     publish(lesson(), "[]", true);

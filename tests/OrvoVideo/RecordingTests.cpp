@@ -216,8 +216,8 @@ TEST_F(RecordingTests, AStartThatFailsSaysWhy)
     ASSERT_TRUE(idleSoon());
     EXPECT_EQ(model->errorMessage(), "No hay una cámara disponible.");
     EXPECT_EQ(model->status(), "No se ha podido empezar la grabación");
-    ASSERT_TRUE(comesToHold([&] { return model->projects().size() == 1; }));
-    EXPECT_EQ(model->projects()[0].state, ProjectState::needsRecovery);
+    ASSERT_TRUE(comesToHold(
+        [&] { return model->projects().size() == 1 && model->projects()[0].state == ProjectState::needsRecovery; }));
     EXPECT_FALSE(fs::exists(store.directory(model->projects()[0].id) / CaptureSession::fileName));
 }
 

@@ -202,7 +202,9 @@ PromptingKeyring::PromptingKeyring(const Setup& setup)
     m_service->moveToThread(m_thread.get());
     QObject::connect(m_thread.get(), &QThread::finished, m_service, &QObject::deleteLater);
     m_thread->start();
-    if (!m_service->begin())
+    bool hasBegun = false;
+    QMetaObject::invokeMethod(m_service, [this] { return m_service->begin(); }, Qt::BlockingQueuedConnection, &hasBegun);
+    if (!hasBegun)
         throw std::runtime_error("there is another secret service");
 }
 
