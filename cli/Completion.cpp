@@ -20,27 +20,32 @@ namespace {
 using namespace std::string_view_literals;
 
 struct Values {
-    std::string_view
-        of; ///< The name of an option, with that of its command where another takes other values, or of an argument.
+    /// The name of an option, with that of its command where another takes other values, or of an argument.
+    std::string_view of;
     std::vector<std::string_view> values;
 };
 
 /// Options and arguments with a fixed set of values.
-const std::array choices{
-    Values{"--sort", {"created", "updated", "title", "duration"}},
-    Values{"--quality", {exportQualityTexts.begin(), exportQualityTexts.end()}},
-    Values{"text --format", {"txt", "md"}},
-    Values{"--format", {"srt", "vtt"}},
-    Values{"--language", {"es-ES", "en-US"}},
-    Values{"--kind", {"silence", "filler", "zoom"}},
-    Values{"--cues", {"words", "phrases"}},
-    Values{"--subtitles", {"words", "phrases", "none"}},
-    Values{"--height", {"720", "1080", "1440", "2160"}},
-    Values{"--fps", {"24", "25", "30", "50", "60"}},
-    Values{"CAMPO",
-        {"title", "cameraVisible", "cameraX", "cameraY", "cameraWidth", "pointerHighlight", "clickHalo", "noiseReduction",
-            "normalizeVoice", "sharpen", "fade", "volume.microphone", "volume.system", "volume.screen", "volume.clip"}},
-};
+const auto& choices()
+{
+    static const std::array all{
+        Values{"--sort", {"created", "updated", "title", "duration"}},
+        Values{"--quality", {exportQualityTexts.begin(), exportQualityTexts.end()}},
+        Values{"text --format", {"txt", "md"}},
+        Values{"--format", {"srt", "vtt"}},
+        Values{"--language", {"es-ES", "en-US"}},
+        Values{"--kind", {"silence", "filler", "zoom"}},
+        Values{"--cues", {"words", "phrases"}},
+        Values{"--subtitles", {"words", "phrases", "none"}},
+        Values{"--height", {"720", "1080", "1440", "2160"}},
+        Values{"--fps", {"24", "25", "30", "50", "60"}},
+        Values{"CAMPO",
+            {"title", "cameraVisible", "cameraX", "cameraY", "cameraWidth", "pointerHighlight", "clickHalo",
+                "noiseReduction", "normalizeVoice", "sharpen", "fade", "volume.microphone", "volume.system", "volume.screen",
+                "volume.clip"}},
+    };
+    return all;
+}
 
 std::string firstLine(const std::string& text)
 {
@@ -164,10 +169,10 @@ private:
     {
         const std::string name = option.get_positional() ? option.get_name(true, false) : "--" + option.get_lnames().front();
         const std::string type = option.get_positional() ? name : option.get_type_name();
-        auto choice = std::ranges::find(choices, m_command ? m_command->get_name() + " " + name : name, &Values::of);
-        if (choice == choices.end())
-            choice = std::ranges::find(choices, name, &Values::of);
-        if (choice != choices.end()) {
+        auto choice = std::ranges::find(choices(), m_command ? m_command->get_name() + " " + name : name, &Values::of);
+        if (choice == choices().end())
+            choice = std::ranges::find(choices(), name, &Values::of);
+        if (choice != choices().end()) {
             for (const auto value : choice->values)
                 m_candidates.add(value);
         } else if (name == "ID" || name == "--append") {
