@@ -10,6 +10,7 @@
 #include <format>
 #include <fstream>
 #include <optional>
+#include <random>
 
 namespace orvo::test {
 

@@ -160,9 +160,9 @@ public:
         return text;
     }
 
-    Reply page(std::string_view kind, HeaderList headers = {}) const
+    Reply page(std::string_view kind, const HeaderList& headers = {}) const
     {
-        return ask(port(), "GET", std::format("/{}/{}", kind, video), std::move(headers));
+        return ask(port(), "GET", std::format("/{}/{}", kind, video), headers);
     }
 
     /// Where the media of a new viewer are.

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "TestSupport/ChildProcess.h"
+#include "VideoCore/UniqueFd.h"
 
+#include <cerrno>
 #include <filesystem>
 #include <format>
 #include <memory>
@@ -9,20 +11,21 @@
 #include <optional>
 #include <string>
 #include <sys/socket.h>
+#include <system_error>
 
 namespace orvo::test {
 
 /// A port of loopback that nobody listens at.
 inline std::uint16_t freePort()
 {
-    const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
+    const UniqueFd socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
-    ::bind(socket, reinterpret_cast<sockaddr*>(&address), size);
-    ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size);
-    ::close(socket);
+    if (!socket || ::bind(socket.get(), reinterpret_cast<sockaddr*>(&address), size) != 0
+        || ::getsockname(socket.get(), reinterpret_cast<sockaddr*>(&address), &size) != 0)
+        throw std::system_error(errno, std::system_category(), "a port of loopback");
     return ntohs(address.sin_port);
 }
 

@@ -20,7 +20,7 @@ VideoProject randomlyChanged(VideoProject project, std::mt19937_64& random)
         project.edit.events = mixed(project.edit.events, other.edit.events, random);
         break;
     case 2:
-        project.title += "x";
+        project.title += 'x';
         project.publication = other.publication;
         break;
     default:

@@ -175,7 +175,7 @@ TEST_F(OpenProjectTests, BoundsTheHistoriesThatAreKept)
     std::vector<VideoProject> versions;
     for (std::size_t i = 0; i <= KeptHistories::maxProjects; ++i) {
         History history;
-        auto after = VideoProject::make("a");
+        const auto after = VideoProject::make("a");
         history.record(VideoProject(*project), after);
         kept.keep(after, std::move(history));
         versions.push_back(after);

@@ -35,7 +35,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, PassedSecret& sec
     argument.beginStructure();
     argument >> secret.session >> secret.parameters >> secret.value >> secret.type;
     argument.endStructure();
-    return argument;
+    return argument; // NOLINT(bugprone-return-const-ref-from-parameter): QtDBus asks for it.
 }
 
 namespace {

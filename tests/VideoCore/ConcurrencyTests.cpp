@@ -33,7 +33,7 @@ TEST(SharedListThreads, changeTheirOwnCopies)
     std::vector<SharedList<int>> results(4);
     std::vector<std::jthread> threads;
     for (int id = 0; id < 4; ++id) {
-        threads.emplace_back([mine = shared, id, &results]() mutable {
+        threads.emplace_back([mine = shared, id, &results] mutable {
             for (int round = 0; round < 2000; ++round) {
                 const auto undo = mine;
                 for (int& item : mine.edit())

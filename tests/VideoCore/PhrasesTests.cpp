@@ -118,7 +118,7 @@ TEST(PhrasesTests, KeepTheirLimitsWhateverIsSaid)
 
 TEST(PhrasesTests, AreWrittenAsSubtitleFiles)
 {
-    auto project = spoken("<uno> dos.");
+    const auto project = spoken("<uno> dos.");
     const auto& words = project.edit.words;
     EXPECT_EQ(Phrases::subtitles(project, Timeline::SubtitleFormat::subRip),
         "1\n00:00:00,500 --> " + Timeline::stamp(std::max(words[1].end, 1.5), Timeline::SubtitleFormat::subRip)

@@ -130,7 +130,7 @@ TEST_F(ProjectStoreTest, leavesOutWhatIsNoReadableProject)
     writeFileAtomically(store.directory(fixedId(20)) / "project.json", "");
     fs::resize_file(store.directory(fixedId(20)) / "project.json", std::uintmax_t{1} << 40);
     // The same identifier in lower case names the same project, which is listed once.
-    auto letters = numbered(0xABCDEF);
+    const auto letters = numbered(0xABCDEF);
     store.create(letters);
     fs::create_directory(store.root() / "00000000-0000-4000-8000-000000abcdef");
 
@@ -220,7 +220,7 @@ TEST_F(ProjectStoreTest, resolvesLinksOnTheWayToTheLibrary)
 
 TEST_F(ProjectStoreTest, keepsTheDocumentWhenTheFolderIsReadOnly)
 {
-    auto project = numbered(1);
+    const auto project = numbered(1);
     store.create(project);
     for (const fs::path& path : {folder.path(), store.root(), store.directory(project.id)})
         fs::permissions(path, fs::perms(0555));

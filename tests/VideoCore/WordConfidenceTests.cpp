@@ -15,7 +15,7 @@ TEST(WordConfidence, SkipsWhatIsDamaged)
                                                             << id << " nan a\n"
                                                             << id << " 7 a\n"
                                                             << id << " 0,2 a\n"
-                                                            << id << "\n\n\xFF\x00\n"
+                                                            << id << "\n\n\xFF" << '\0' << "\n"
                                                             << id.substr(1) << " 0.1 a";
     EXPECT_TRUE(WordConfidence::read(folder.path()).empty());
     std::filesystem::remove(folder.path() / WordConfidence::fileName);

@@ -157,7 +157,8 @@ TEST_F(ExportPicture, MarksAndTextsAreWhereAndWhenTheyShouldBe)
     const auto pictures = frames();
 
     const auto bright = [&](double time, double left, double top, double right, double bottom) {
-        return pictures.at(static_cast<std::size_t>(time * 30 + 0.5)).mean(left, top, right, bottom).brightness() > 12;
+        return pictures.at(static_cast<std::size_t>(std::lround(time * 30))).mean(left, top, right, bottom).brightness()
+            > 12;
     };
     // The arrow hangs from the pointer's place, down and to the right.
     EXPECT_FALSE(bright(0.3, 0.25, 0.5, 0.31, 0.64));

@@ -80,7 +80,7 @@ TEST_F(PipedScripts, EndTogetherWhenCancelled)
             failure(write, "echo out_time_us=1; exec sleep 600", stop.get_token(), [&](double) { stop.request_stop(); }),
             "cancelled");
     }
-    std::stop_source before;
+    const std::stop_source before;
     before.request_stop();
     EXPECT_EQ(failure(endless, copy, before.get_token()), "cancelled");
 }

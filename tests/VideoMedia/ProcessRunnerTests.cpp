@@ -89,7 +89,7 @@ TEST(ProcessRunner, StopsUnwillingChildren)
         EXPECT_THROW(shell(script, [&](double) { stop.request_stop(); }, 1, stop.get_token()), Cancelled) << script;
         EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
     }
-    std::stop_source already;
+    const std::stop_source already;
     already.request_stop();
     EXPECT_THROW(shell("true", {}, 0, already.get_token()), Cancelled);
 }

@@ -7,7 +7,6 @@ namespace orvo::test {
 
 namespace {
 
-namespace fs = std::filesystem;
 using testing::ElementsAre;
 
 class WriteFailure : public CliFixture { };

@@ -34,8 +34,9 @@ public:
     QStringList actions;
 
 public slots:
+    // NOLINTNEXTLINE(readability-identifier-naming): the name that the bus calls.
     uint Notify(const QString&, uint replaces, const QString&, const QString& shownTitle, const QString& shownText,
-        const QStringList& offered, const QVariantMap&, int) // NOLINT(*-identifier-naming)
+        const QStringList& offered, const QVariantMap&, int)
     {
         ++count;
         hasReplaced = replaces == id;

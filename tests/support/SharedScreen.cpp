@@ -148,7 +148,7 @@ private:
     {
         if (!static_cast<Stream*>(self)->m_form.graphics)
             return;
-        spa_data& data = buffer->buffer->datas[0];
+        const spa_data& data = buffer->buffer->datas[0];
         ::munmap(data.data, data.maxsize);
         ::close(static_cast<int>(data.fd));
     }
@@ -218,7 +218,7 @@ private:
 
     void fill(const spa_buffer& buffer, Content content)
     {
-        spa_data& data = buffer.datas[0];
+        const spa_data& data = buffer.datas[0];
         auto* pixels = static_cast<std::uint8_t*>(data.data);
         if (!pixels)
             return;
@@ -240,8 +240,8 @@ private:
         if (auto* crop = static_cast<spa_meta_region*>(
                 spa_buffer_find_meta_data(&buffer, SPA_META_VideoCrop, sizeof(spa_meta_region)))) {
             if (m_form.window)
-                crop->region = SPA_REGION(
-                    part.x, part.y, static_cast<std::uint32_t>(part.width), static_cast<std::uint32_t>(part.height));
+                crop->region = {.position = {part.x, part.y},
+                    .size = {static_cast<std::uint32_t>(part.width), static_cast<std::uint32_t>(part.height)}};
             else
                 crop->region = {};
         }

@@ -145,7 +145,7 @@ TEST_F(ApplicationTests, TheDesktopHandsItFilesByItsNameOnTheBus)
     ASSERT_TRUE(desktop.startOnBus(bus.address()));
     const auto file = folder / "una clase.mp4";
     fs::copy_file(store.directory(project.id) / "media/screen.mp4", file);
-    auto session = QDBusConnection::connectToBus(bus.address(), "desktop");
+    const auto session = QDBusConnection::connectToBus(bus.address(), "desktop");
     QDBusInterface application("es.orvo.video", "/es/orvo/video", "org.freedesktop.Application", session);
     ASSERT_TRUE(comesToHold([&] { return application.isValid(); }));
     const QStringList uris{QUrl::fromLocalFile(QString::fromStdString(file.string())).toString(QUrl::FullyEncoded)};

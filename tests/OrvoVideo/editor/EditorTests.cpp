@@ -421,7 +421,7 @@ TEST_F(InspectorTests, AClickedZoomShowsItsCard)
 
 TEST_F(InspectorTests, DryCutsAreOfferedOnce)
 {
-    auto demo = lesson();
+    const auto demo = lesson();
     show(demo);
     const auto offered = [&] { return control(QAccessible::Button, "Cortes secos") != nullptr; };
     EXPECT_FALSE(offered());

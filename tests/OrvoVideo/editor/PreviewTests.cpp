@@ -96,7 +96,7 @@ TEST_F(PreviewTests, TextsLookAsInTheExport)
         const auto file = folder / "out.mp4";
         ExportService::exportVideo(demo, store, file, {.height = 360, .fps = 10}, FfprobeMediaProbe());
         const auto film = decodeFrames(file).front();
-        QImage burned(film.pixels.data(), film.width, film.height, film.width * 3, QImage::Format_RGB888);
+        const QImage burned(film.pixels.data(), film.width, film.height, film.width * 3, QImage::Format_RGB888);
 
         QImage drawn(size, QImage::Format_RGB888);
         drawn.fill(Qt::black);

@@ -80,11 +80,11 @@ TEST_F(ProseTests, MarksWordsSentencesAndParagraphs)
 {
     show(spoken(lecture));
     using Act = std::function<void()>;
-    const auto pressing = [&](Qt::Key key_, Qt::KeyboardModifiers modifiers, int times) {
+    const auto pressing = [&](Qt::Key pressed, Qt::KeyboardModifiers modifiers, int times) {
         return [=, this] {
             clickAt(at(4)); // "vamos"
             for (int i = 0; i < times; ++i)
-                key(key_, modifiers);
+                key(pressed, modifiers);
         };
     };
     const auto shift = Qt::ShiftModifier;

@@ -155,7 +155,7 @@ TEST_F(PreviewPictures, ShowsClipsAtTheirStartsAndBlackBetween)
 TEST_F(PreviewPictures, FitsFramesUprightAndCentred)
 {
     // The phone's picture is stored lying and marked to be turned.
-    const auto phone = [this](const std::string& name, const std::string& stored, const std::string& marked) {
+    const auto phone = [](const std::string& name, const std::string& stored, const std::string& marked) {
         const fs::path lying = video("lying-" + name, {.width = 180, .height = 320, .filter = stored});
         const fs::path file = *folder / name;
         ffmpeg({"-display_rotation", marked, "-i", lying.string(), "-c", "copy", file.string()});

@@ -151,7 +151,7 @@ TEST_F(PublisherFaults, KeepsSentChunksWhenCancelled)
     options.pause = Publisher::Options().pause;
     server.setFaults(R"([{"method":"PUT","do":"close","times":9}])");
     {
-        std::jthread canceller([&] {
+        const std::jthread canceller([&] {
             while (ranges().size() < 2)
                 std::this_thread::yield();
             other.request_stop();

@@ -112,6 +112,7 @@ private:
 
     static QAccessible::Role roleOf(const QQuickItem& item)
     {
+        // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): it is only looked at.
         auto* interface = QAccessible::queryAccessibleInterface(const_cast<QQuickItem*>(&item));
         return interface ? interface->role() : QAccessible::NoRole;
     }

@@ -42,7 +42,7 @@ void collectFocusable(QAccessibleInterface* root, std::vector<QAccessibleInterfa
 
 void WindowFixture::turnTo(const QString& title)
 {
-    const auto find = [&]() -> QQuickWindow* {
+    const auto find = [&] -> QQuickWindow* {
         for (auto* candidate : QGuiApplication::topLevelWindows()) {
             if (candidate->title() == title && candidate->isVisible())
                 return qobject_cast<QQuickWindow*>(candidate);

@@ -19,9 +19,9 @@ TEST_F(WaylandDeskTests, TheWindowIsNotRecordedWhereNothingIsMinimised)
 {
     const Film film;
     begin();
-    MainWindow window(*model);
+    const MainWindow window(*model);
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&window.window()));
-    RecordingDesk desk(*model->recorder(), [] { return RecordingDesk::WayBack::windowOnly; });
+    const RecordingDesk desk(*model->recorder(), [] { return RecordingDesk::WayBack::windowOnly; });
     record();
     EXPECT_TRUE(desk.hidesTheOnlyWay());
     EXPECT_FALSE(desk.hasBar()) << "its place would not be known";
