@@ -109,7 +109,7 @@ TEST_F(Admin, ShowsVideosAndHowTheyAreWatched)
 TEST_F(Admin, ServesBelowAPathAndLogsNoSecret)
 {
     stop();
-    TemporaryFolder other;
+    const TemporaryFolder other;
     const std::string logFile = other / "log";
     data = DataFolder(other / "data");
     credential = data.init({.address = "https://ejemplo.es/videos/", .listen = "127.0.0.1:0"});

@@ -24,7 +24,7 @@ void say(const std::string& line)
 
 int runSingleInstance(const QStringList& arguments)
 {
-    SingleInstance instance(arguments[0].toStdString());
+    const SingleInstance instance(arguments[0].toStdString());
     if (!instance.isFirst()) {
         say(instance.handOver(arguments.mid(1)) ? "handed over" : "no answer");
         return 0;
@@ -63,7 +63,7 @@ int runEdits(const QStringList& arguments)
             edited.edit.events.edit().push_back({.time = number / 10.0, .kind = PointerKind::zoom});
         });
         say("made " + std::to_string(number));
-        edits.start(static_cast<int>(QRandomGenerator::global()->bounded(longestPause + 1)));
+        edits.start(QRandomGenerator::global()->bounded(longestPause + 1));
     });
     edits.start();
     return QCoreApplication::exec();

@@ -74,7 +74,7 @@ TEST_F(ShortcutManagerTests, WhatCannotBeReadIsTheUsualCombination)
 
 TEST_F(ShortcutManagerTests, APressIsToldAfterItsEventHasReturned)
 {
-    auto& shortcuts = start();
+    const auto& shortcuts = start();
     std::vector<Action> told;
     QObject::connect(&shortcuts, &ShortcutManager::pressed, [&](Action action) { told.push_back(action); });
     for (const std::uint32_t id : {3U, 0U, 4U, 1U, 2U})

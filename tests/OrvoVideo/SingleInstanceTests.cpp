@@ -62,7 +62,7 @@ TEST(SingleInstanceTests, AKilledOneLeavesTheLibraryFree)
     EXPECT_FALSE(SingleInstance(library.path()).isFirst());
     first.kill();
     first.waitForFinished();
-    SingleInstance next(library.path());
+    const SingleInstance next(library.path());
     ASSERT_TRUE(next.isFirst());
     OtherProcess second(library.path());
     EXPECT_EQ(second.says(), "handed over");

@@ -52,7 +52,7 @@ TEST(BlobCacheTests, FetchesAgainForWaitersWhenAFetchIsCancelled)
     Metrics metrics;
     BlobCache cache(store, folder / "cache", 1000, metrics);
     std::stop_source stop;
-    std::jthread first([&] { EXPECT_THROW(cache.open("key", 7, stop.get_token()), Cancelled); });
+    const std::jthread first([&] { EXPECT_THROW(cache.open("key", 7, stop.get_token()), Cancelled); });
     store.fetches.wait(0);
     std::atomic<pid_t> waiter = 0;
     std::jthread second([&] {
@@ -61,7 +61,7 @@ TEST(BlobCacheTests, FetchesAgainForWaitersWhenAFetchIsCancelled)
     });
     while (!sleeps(waiter))
         std::this_thread::yield();
-    std::stop_source third;
+    const std::stop_source third;
     third.request_stop();
     EXPECT_THROW(cache.open("key", 7, third.get_token()), Cancelled) << "a waiter is cancelled by itself";
     stop.request_stop();

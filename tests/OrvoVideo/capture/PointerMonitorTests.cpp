@@ -71,7 +71,7 @@ TEST_F(PointerMonitorTests, SeesPressesWhileAnotherProgramHoldsThePointer)
         nullptr);
     ASSERT_TRUE(grab);
     EXPECT_EQ(grab->status, XCB_GRAB_STATUS_SUCCESS);
-    free(grab);
+    free(grab); // NOLINT(cppcoreguidelines-no-malloc)
     clickAndWait(1);
     EXPECT_EQ(presses, 2);
     xcb_disconnect(other);

@@ -13,7 +13,7 @@ int main(int argc, char** argv)
     qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toUtf8());
     qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
     QCoreApplication::setOrganizationName(QStringLiteral("OrvoVideoTests"));
-    QApplication application(argc, argv);
+    const QApplication application(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }
