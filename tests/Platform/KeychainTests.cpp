@@ -96,7 +96,7 @@ TEST_F(KeychainTests, AServiceThatIsMissingOrSilentIsAnError)
     EXPECT_EQ(loaded(Interaction::allowed), notRead(124));
     EXPECT_EQ(saved("otro"), notSaved(124));
     std::stop_source stop;
-    std::jthread canceller([&] { stop.request_stop(); });
+    const std::jthread canceller([&] { stop.request_stop(); });
     EXPECT_THROW(Keychain::load("adminToken", Interaction::forbidden, stop.get_token()), Cancelled);
 
     keyring.restart(Keyring::State::absent);

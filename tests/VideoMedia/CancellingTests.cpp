@@ -20,7 +20,7 @@ TEST(Cancelling, IsNoAnswerOfOperationsThatHandleFailures)
     const auto movie = folder / "movie.mp4";
     makeVideo(movie, "testsrc2=size=64x36:rate=10:duration=1");
     const auto ffmpeg = ProcessRunner::ffmpeg().value();
-    std::stop_source source;
+    const std::stop_source source;
     source.request_stop();
     const auto stop = source.get_token();
     const VideoEncoder::Task task{.size = {.width = 64, .height = 36},

@@ -249,7 +249,7 @@ TEST_F(PreviewPlayback, KeepsTheCompositionWhenALoadFails)
 {
     std::ofstream(path("text.mov")) << "Esto no es un vídeo.\n";
     std::ofstream(path("list.m3u8")) << "#EXTM3U\n#EXTINF:1,\nvideo.mov\n";
-    std::ofstream(path("empty.mov"));
+    std::ofstream(path("empty.mov")).flush();
     fs::copy_file(path("video.mov"), path("cut.mov"));
     fs::resize_file(path("cut.mov"), fs::file_size(path("cut.mov")) / 2);
     PlayerRig rig;
@@ -294,7 +294,7 @@ TEST_F(PreviewPlayback, AnswersOnlyTheLastLoad)
     // Loads that are replaced while they run.
     for (int i = 0; i < 5; ++i) {
         rig.player().load(composition({{.file = path("long.mov")}}, {{.file = path("low.m4a")}}));
-        QThread::msleep(static_cast<unsigned long>(5 * i)); // the moment is meant to differ
+        QThread::msleep(5 * static_cast<unsigned long>(i)); // the moment is meant to differ
     }
     rig.loads = 0;
     ASSERT_TRUE(rig.load(videoAndTone()));
@@ -397,7 +397,7 @@ TEST_F(PreviewPlayback, CanBeDestroyedInAnyState)
     for (int turns = 0; turns < 6; ++turns) {
         PlayerRig loading;
         loading.player().load(long2);
-        QThread::msleep(static_cast<unsigned long>(8 * turns)); // the moment is meant to differ
+        QThread::msleep(8 * static_cast<unsigned long>(turns)); // the moment is meant to differ
         loading.destroyPlayer();
     }
     for (int turns = 0; turns < 6; ++turns) {

@@ -193,14 +193,14 @@ TEST_F(PublisherRequest, CancelsWhileWaiting)
     for (const auto* path : {"api/status", "api/videos"}) {
         server.forgetRequests();
         std::stop_source stop;
-        std::jthread canceller([&] {
+        const std::jthread canceller([&] {
             while (server.asked().empty())
                 std::this_thread::yield();
             stop.request_stop();
         });
         EXPECT_THROW(client.request(path, "GET", stop.get_token()), Cancelled);
     }
-    std::stop_source stop;
+    const std::stop_source stop;
     stop.request_stop();
     server.forgetRequests();
     EXPECT_THROW(client.request("api/status", "GET", stop.get_token()), Cancelled);

@@ -186,7 +186,7 @@ TEST_F(ModelDownload, SaysWhatToDoWithoutANetwork)
     model.size = 1ULL << 60;
     EXPECT_THAT(failure(), HasSubstr("No hay sitio para el modelo de voz"));
     model.size = content.size();
-    std::stop_source stop;
+    const std::stop_source stop;
     stop.request_stop();
     EXPECT_THROW(SpeechModels::download(model, folder / "models", {}, stop.get_token()), Cancelled);
     EXPECT_FALSE(isThere());

@@ -136,7 +136,7 @@ TEST(SpeechActivity, ARoomThatIsHeardOverMostOfAPauseDoesNotHideIt)
 TEST(SpeechActivity, ZerosInANoisySoundAreNoBackground)
 {
     // A track that begins late: zeros, then the room with a voice in it.
-    Sound late = Sound().silence(0.5).voice(1.5).silence(0.6).voice(1.4).silence(2).noise(0.01);
+    const Sound late = Sound().silence(0.5).voice(1.5).silence(0.6).voice(1.4).silence(2).noise(0.01);
     const auto found = findSpeech(Sound().silence(2.5).then(late).loudness());
     ASSERT_EQ(found.size(), 2U);
     EXPECT_NEAR(found[0].startSeconds(), 3.0, 0.03);

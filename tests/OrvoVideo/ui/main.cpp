@@ -27,7 +27,7 @@ int main(int argc, char** argv)
     qputenv("XDG_DATA_HOME", home.filePath(QStringLiteral("data")).toUtf8());
     QCoreApplication::setOrganizationName(QStringLiteral("OrvoVideoTests"));
     QCoreApplication::setApplicationName(QStringLiteral("OrvoVideoTests"));
-    QApplication application(argc, argv);
+    const QApplication application(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

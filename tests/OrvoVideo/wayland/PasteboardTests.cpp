@@ -89,7 +89,7 @@ TEST_F(WaylandPasteboard, ReportsWhatTheCompositorMadeOfATextItWasGiven)
 
 int main(int argc, char** argv)
 {
-    QGuiApplication application(argc, argv);
+    const QGuiApplication application(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }
