@@ -109,8 +109,8 @@ struct MediaReader::Pipeline {
     {
         GstElementFactory* factory = gst_element_get_factory(element);
         if (!factory
-            || !gst_element_factory_list_is_type(factory,
-                GST_ELEMENT_FACTORY_TYPE_DECODER | GST_ELEMENT_FACTORY_TYPE_MEDIA_VIDEO))
+            || !gst_element_factory_list_is_type(
+                factory, GST_ELEMENT_FACTORY_TYPE_DECODER | GST_ELEMENT_FACTORY_TYPE_MEDIA_VIDEO))
             return;
         // libav decoders must copy into their own memory. With direct rendering their threads race with the choice of the
         // downstream allocator, and GStreamer 1.26 aborts on a frame whose coded width differs from its display width.
