@@ -64,7 +64,7 @@ TEST(Transcript, PutsEveryWordIntoOneParagraphAndSentence)
 {
     std::mt19937_64 random(7);
     for (int round = 0; round < 300; ++round) {
-        auto project = test::randomProject(random);
+        const auto project = test::randomProject(random);
         auto words = project.edit.words.items();
         for (auto& each : words)
             each.text += std::array{"", ".", ",", "?»", "…"}[random() % 5];

@@ -45,7 +45,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, Reference& refere
     argument.beginStructure();
     argument >> reference.service >> reference.path;
     argument.endStructure();
-    return argument;
+    return argument; // NOLINT(bugprone-return-const-ref-from-parameter): QtDBus asks for it.
 }
 
 enum class State : unsigned { checked = 4, enabled = 8, showing = 25 };

@@ -62,7 +62,7 @@ public:
             static_cast<std::uint32_t>(title.size()), title.data());
         xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, atom("_NET_WM_NAME"), atom("UTF8_STRING"), 8,
             static_cast<std::uint32_t>(title.size()), title.data());
-        constexpr std::string_view kind{"pattern\0Pattern", 16};
+        constexpr std::string_view kind{"pattern\0Pattern", 16}; // NOLINT(bugprone-string-constructor): with its end.
         xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
             static_cast<std::uint32_t>(kind.size()), kind.data());
         m_pixmap = xcb_generate_id(m_connection);
@@ -144,9 +144,10 @@ private:
         xcb_copy_area(m_connection, m_pixmap, m_window, m_pen, 0, 0, 0, 0, m_place.width, m_place.height);
         // The answer comes when all of it has been drawn.
         xcb_generic_error_t* error = nullptr;
+        // NOLINTNEXTLINE(cppcoreguidelines-no-malloc)
         std::free(xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_window), &error));
         const bool isThere = !error && xcb_connection_has_error(m_connection) == 0;
-        std::free(error);
+        std::free(error); // NOLINT(cppcoreguidelines-no-malloc)
         return isThere;
     }
 
@@ -155,7 +156,7 @@ private:
         auto* reply = xcb_intern_atom_reply(
             m_connection, xcb_intern_atom(m_connection, 0, static_cast<std::uint16_t>(name.size()), name.data()), nullptr);
         const xcb_atom_t number = reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-        std::free(reply);
+        std::free(reply); // NOLINT(cppcoreguidelines-no-malloc)
         return number;
     }
 
