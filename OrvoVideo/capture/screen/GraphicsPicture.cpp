@@ -2,7 +2,6 @@
 
 #include "OrvoVideo/capture/screen/PictureFitter.h"
 
-#include <libyuv.h>
 #include <linux/dma-buf.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
@@ -66,15 +65,13 @@ std::shared_ptr<const PictureMemory> GraphicsPicture::inMemory(PictureSize targe
     const Mapping mapping(memory.get(), offset + length);
     if (!mapping.bytes())
         return nullptr;
-    PictureFitter::Source source{.data = mapping.bytes() + offset, .stride = static_cast<int>(stride), .size = size};
-    std::vector<std::uint8_t> turned;
-    if (isRedFirst) {
-        turned.resize(length);
-        libyuv::ABGRToARGB(source.data, source.stride, turned.data(), source.stride, size.width, size.height);
-        source.data = turned.data();
-    }
+    using Order = PictureFitter::Source::Order;
     auto picture = std::make_shared<PictureMemory>(target);
-    PictureFitter().draw(source, *picture);
+    PictureFitter().draw({.data = mapping.bytes() + offset,
+                             .stride = static_cast<int>(stride),
+                             .size = size,
+                             .order = isRedFirst ? Order::redGreenBlue : Order::blueGreenRed},
+        *picture);
     return picture;
 }
 

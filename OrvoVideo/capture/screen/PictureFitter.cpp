@@ -57,11 +57,12 @@ PicturePlace PictureFitter::draw(const Source& source, PictureMemory& target)
             place.size.width, place.size.height, libyuv::kFilterBox);
         pixels = m_scaled.data();
     }
-    // libyuv's ARGB is blue, green, red, alpha in memory.
+    // libyuv names the bytes from the last one in memory: ARGB begins with blue.
+    const auto convert = source.order == Source::Order::blueGreenRed ? &libyuv::ARGBToI420 : &libyuv::ABGRToI420;
     const auto luma = std::ptrdiff_t{place.y} * target.lumaStride() + place.x;
     const auto chroma = std::ptrdiff_t{place.y / 2} * target.chromaStride() + place.x / 2;
-    libyuv::ARGBToI420(pixels, stride, target.luma() + luma, target.lumaStride(), target.blue() + chroma,
-        target.chromaStride(), target.red() + chroma, target.chromaStride(), place.size.width, place.size.height);
+    convert(pixels, stride, target.luma() + luma, target.lumaStride(), target.blue() + chroma, target.chromaStride(),
+        target.red() + chroma, target.chromaStride(), place.size.width, place.size.height);
     return place;
 }
 

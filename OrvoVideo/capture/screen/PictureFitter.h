@@ -26,11 +26,14 @@ struct PicturePlace {
 /// Converts screen pixels to the format and size of a recording.
 class PictureFitter {
 public:
-    /// 32-bit pixels in the order blue, green, red, unused.
+    /// 32-bit pixels; the fourth byte is not used.
     struct Source {
+        enum class Order : std::uint8_t { blueGreenRed, redGreenBlue };
+
         const std::uint8_t* data = nullptr;
         int stride = 0; ///< Bytes from one line to the next.
         PictureSize size;
+        Order order = Order::blueGreenRed; ///< Of the bytes in memory.
     };
 
     /// Draws the source into `target` with black bars. Returns its place.

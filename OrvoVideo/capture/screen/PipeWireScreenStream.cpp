@@ -376,7 +376,7 @@ private:
         const spa_data& data = buffer.datas[0];
         const auto* header = static_cast<const spa_meta_header*>(
             spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
-        // Memory of graphics cards has no length that all desktops tell.
+        // Not every desktop tells the length of a frame in memory of a graphics card.
         const bool hasBytes = data.type == SPA_DATA_DmaBuf ? data.fd >= 0 : data.data && data.chunk->size > 0;
         const bool isBroken = (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0)
             || (static_cast<std::uint32_t>(data.chunk->flags) & SPA_CHUNK_FLAG_CORRUPTED) != 0;
@@ -386,10 +386,13 @@ private:
     /// Returns false for a frame that is smaller than it claims, which would be read past its end.
     bool draw(const spa_buffer& buffer, PictureMemory& picture)
     {
+        using Order = PictureFitter::Source::Order;
+        const bool isBlueFirst = m_format.format == SPA_VIDEO_FORMAT_BGRx || m_format.format == SPA_VIDEO_FORMAT_BGRA;
         const spa_data& data = buffer.datas[0];
         PictureFitter::Source source{.data = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset,
             .stride = data.chunk->stride,
-            .size = formatSize()}; // Changed only by this thread.
+            .size = formatSize(), // Changed only by this thread.
+            .order = isBlueFirst ? Order::blueGreenRed : Order::redGreenBlue};
         if (source.stride == 0)
             source.stride = 4 * source.size.width;
         const auto needed = static_cast<std::size_t>(source.stride) * static_cast<std::size_t>(source.size.height - 1)
@@ -397,7 +400,7 @@ private:
         if (source.stride < 4 * source.size.width || data.chunk->offset + needed > data.maxsize)
             return false;
         const Rect part = crop(buffer, source);
-        const auto place = m_fitter.draw(inBlueGreenRed(source), picture);
+        const auto place = m_fitter.draw(source, picture);
         const std::lock_guard lock(m_mutex);
         m_drawn = Drawn{.part = part, .place = place};
         return true;
@@ -431,16 +434,6 @@ private:
         return part;
     }
 
-    PictureFitter::Source inBlueGreenRed(const PictureFitter::Source& source)
-    {
-        if (m_format.format == SPA_VIDEO_FORMAT_BGRx || m_format.format == SPA_VIDEO_FORMAT_BGRA)
-            return source;
-        const int stride = 4 * source.size.width;
-        m_turned.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(source.size.height));
-        libyuv::ABGRToARGB(source.data, source.stride, m_turned.data(), stride, source.size.width, source.size.height);
-        return {.data = m_turned.data(), .stride = stride, .size = source.size};
-    }
-
     const CaptureSource m_source;
     const Settings m_settings;
     Receiver m_receiver;
@@ -448,7 +441,6 @@ private:
     // Used only by the loop's thread.
     PicturePool m_pool;
     PictureFitter m_fitter;
-    std::vector<std::uint8_t> m_turned;
     CaptureClock::duration m_interval;
     CaptureTime m_notBefore;
     pw_buffer* m_newest = nullptr; ///< The frame waiting for its time.

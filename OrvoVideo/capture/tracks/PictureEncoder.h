@@ -27,7 +27,7 @@ struct PictureEncoder {
     struct Graphics {
         std::string fitter; ///< Launch line of what scales and converts them.
         std::string memory; ///< The feature of the caps between it and the encoder.
-        std::vector<GraphicsFormat> formats = {}; ///< What it takes.
+        std::vector<GraphicsFormat> formats = {}; ///< Those that the fitter takes.
     };
     Graphics graphics = {}; ///< Without formats, frames have to be in plain memory.
 
