@@ -29,7 +29,7 @@ public:
     /// Makes the complete audio of the film: mixed, cut and encoded.
     void make(const std::filesystem::path& target, const ProgressCallback& progress, const std::stop_token& stop) const;
 
-    /// As `make`, for the same samples, but keeps the mix, which no cut changes. `version` is what ffmpeg tells of itself.
+    /// As `make`, for the same samples, but keeps the mix, which no cut changes. `version` identifies the ffmpeg in use.
     void makeWith(PieceCache& cache, const std::string& version, const std::filesystem::path& target,
         const std::stop_token& stop) const;
 

@@ -15,7 +15,7 @@ namespace orvo {
 /// Builds the key of a part of a film: the digest of everything that it depends on.
 class PieceKey {
 public:
-    /// `version` is what ffmpeg tells of itself.
+    /// `version` identifies the ffmpeg in use.
     explicit PieceKey(std::string_view version) { add(version); }
 
     /// Adds a text.

@@ -41,7 +41,7 @@ public:
         Arguments container; ///< Options of the result.
     };
 
-    /// Makes the complete audio of the film in a file. `version` is what ffmpeg tells of itself. Called on a thread of its
+    /// Makes the complete audio of the film in a file. `version` identifies the ffmpeg in use. Called on a thread of its
     /// own; throws what `ProcessRunner::run` throws.
     using MakeSound =
         std::function<void(const std::filesystem::path& target, const std::string& version, const std::stop_token& stop)>;
