@@ -408,19 +408,19 @@ Flickable {
                 Layout.fillWidth: true
                 name: "Subtítulos"
                 model: ["Palabra a palabra", "Frases", "Ninguno"]
-                currentIndex: cues.indexOf(root.app.exportChoice.subtitles)
-                onActivated: index => root.app.exportChoice.subtitles = cues[index]
+                currentIndex: cues.indexOf(root.app.exports.choice.subtitles)
+                onActivated: index => root.app.exports.choice.subtitles = cues[index]
             }
         }
         OSwitch {
             objectName: "burnIn"
             Layout.fillWidth: true
-            visible: root.app.exportChoice.subtitles !== "none"
+            visible: root.app.exports.choice.subtitles !== "none"
             text: "Incrustados en la imagen"
-            checked: root.app.exportChoice.burnIn
+            checked: root.app.exports.choice.burnIn
             onToggled: {
-                root.app.exportChoice.burnIn = checked
-                checked = Qt.binding(() => root.app.exportChoice.burnIn)
+                root.app.exports.choice.burnIn = checked
+                checked = Qt.binding(() => root.app.exports.choice.burnIn)
             }
         }
     }

@@ -27,21 +27,21 @@ ColumnLayout {
     SuggestionGroup {
         Layout.fillWidth: true
         app: root.app
-        suggestions: root.app.suggestedPauses
+        suggestions: root.app.editing.suggestedPauses
         kind: "silence"
         title: "Pausas"
     }
     SuggestionGroup {
         Layout.fillWidth: true
         app: root.app
-        suggestions: root.app.suggestedFillers
+        suggestions: root.app.editing.suggestedFillers
         kind: "filler"
         title: "Muletillas"
     }
     SuggestionGroup {
         Layout.fillWidth: true
         app: root.app
-        suggestions: root.app.suggestedZooms
+        suggestions: root.app.editing.suggestedZooms
         kind: "zoom"
         title: "Zooms"
     }

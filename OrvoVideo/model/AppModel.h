@@ -48,10 +48,6 @@ class AppModel : public QObject {
     Q_PROPERTY(orvo::ZoomModel* zooms READ zooms CONSTANT)
     Q_PROPERTY(orvo::OverlayModel* overlays READ overlays CONSTANT)
     Q_PROPERTY(orvo::SuggestionModel* suggestions READ suggestions CONSTANT)
-    Q_PROPERTY(orvo::SuggestionModel* suggestedPauses READ suggestedPauses CONSTANT)
-    Q_PROPERTY(orvo::SuggestionModel* suggestedFillers READ suggestedFillers CONSTANT)
-    Q_PROPERTY(orvo::SuggestionModel* suggestedZooms READ suggestedZooms CONSTANT)
-    Q_PROPERTY(orvo::HistoryModel* steps READ steps CONSTANT)
     Q_PROPERTY(orvo::PreviewPlayer* player READ player CONSTANT)
     Q_PROPERTY(orvo::PreviewPlayer* cameraPlayer READ cameraPlayer CONSTANT)
     Q_PROPERTY(orvo::Recovery* recovery READ recovery CONSTANT)
@@ -61,7 +57,6 @@ class AppModel : public QObject {
     Q_PROPERTY(orvo::Publishing* publishing READ publishing CONSTANT)
     Q_PROPERTY(orvo::Transcription* transcription READ transcription CONSTANT)
     Q_PROPERTY(orvo::AppInstallation* installation READ installation CONSTANT)
-    Q_PROPERTY(orvo::ExportChoice* exportChoice READ exportChoice CONSTANT)
     Q_PROPERTY(orvo::Exports* exports READ exports CONSTANT)
     Q_PROPERTY(orvo::WorkQueue* queue READ queue CONSTANT)
     Q_PROPERTY(orvo::LibraryCare* care READ care CONSTANT)
@@ -103,10 +98,6 @@ public:
     ZoomModel* zooms() { return &m_project.zooms(); }
     OverlayModel* overlays() { return &m_project.overlays(); }
     SuggestionModel* suggestions() { return &m_project.suggestions(); }
-    SuggestionModel* suggestedPauses() { return &m_project.suggestions(SuggestionKind::silence); }
-    SuggestionModel* suggestedFillers() { return &m_project.suggestions(SuggestionKind::filler); }
-    SuggestionModel* suggestedZooms() { return &m_project.suggestions(SuggestionKind::zoom); }
-    HistoryModel* steps() { return &m_project.steps(); }
     PreviewPlayer* player() const { return &m_playback.player(); }
     PreviewPlayer* cameraPlayer() const { return &m_playback.cameraPlayer(); }
     Recovery* recovery() { return &m_recovery; }
@@ -117,7 +108,6 @@ public:
     Publishing* publishing() { return &m_publishing; }
     Transcription* transcription() { return &m_transcription; }
     AppInstallation* installation() { return &m_installation; }
-    ExportChoice* exportChoice() { return &m_exportChoice; }
     Exports* exports() { return &m_exports; }
     WorkQueue* queue() { return &m_queue; }
     LibraryCare* care() { return &m_care; }
@@ -148,7 +138,6 @@ public:
     bool canRedo() const { return m_project.canRedo(); }
     QString undoName() const { return QString::fromStdString(m_project.undoName()); }
     QString redoName() const { return QString::fromStdString(m_project.redoName()); }
-    Q_INVOKABLE void goToStep(int row) { m_project.goToStep(row); }
     Span selectedSpan() const { return m_project.selectedSpan(); }
     void setSelectedSpan(const Span& span) { m_project.setSelectedSpan(span); }
     Q_INVOKABLE void findSuggestions() { m_project.findSuggestions(); }

@@ -26,6 +26,10 @@ class Editing : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the model")
+    Q_PROPERTY(orvo::SuggestionModel* suggestedPauses READ suggestedPauses CONSTANT)
+    Q_PROPERTY(orvo::SuggestionModel* suggestedFillers READ suggestedFillers CONSTANT)
+    Q_PROPERTY(orvo::SuggestionModel* suggestedZooms READ suggestedZooms CONSTANT)
+    Q_PROPERTY(orvo::HistoryModel* steps READ steps CONSTANT)
 public:
     /// What editing works with. All of it outlives this object.
     struct Parts {
@@ -40,6 +44,16 @@ public:
         : m_parts(parts)
     {
     }
+
+    /// The suggestions of one kind; `AppModel::suggestions` has them all.
+    SuggestionModel* suggestedPauses() const { return &m_parts.open.suggestions(SuggestionKind::silence); }
+    SuggestionModel* suggestedFillers() const { return &m_parts.open.suggestions(SuggestionKind::filler); }
+    SuggestionModel* suggestedZooms() const { return &m_parts.open.suggestions(SuggestionKind::zoom); }
+
+    /// The steps of the open project: those that can be undone and those that can be done again.
+    HistoryModel* steps() const { return &m_parts.open.steps(); }
+    /// Undoes or redoes up to a row of `steps`; ignored for a row that there is not.
+    Q_INVOKABLE void goToStep(int row) { m_parts.open.goToStep(row); }
 
     Q_INVOKABLE void rename(const QString& title);
 

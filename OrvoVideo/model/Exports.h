@@ -23,6 +23,7 @@ class Exports : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the model")
+    Q_PROPERTY(orvo::ExportChoice* choice READ choice CONSTANT)
     Q_PROPERTY(QString doneName READ doneName NOTIFY doneChanged)
     Q_PROPERTY(double doneBytes READ doneBytes NOTIFY doneChanged)
     Q_PROPERTY(int doneCount READ doneCount NOTIFY doneChanged)
@@ -40,6 +41,9 @@ public:
         Workers& workers;
     };
     explicit Exports(const Parts& parts);
+
+    /// What the next export is made as.
+    ExportChoice* choice() const { return &m_parts.choice; }
 
     /// Asks where to and renders a project of the library as it is now, after what is exported already; with
     /// `onlySelection` the selected stretch of the open project. Returns at once. Ignored for what is being recorded.

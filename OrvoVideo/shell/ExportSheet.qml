@@ -15,7 +15,7 @@ Popup {
     property string projectId: ""
     property string title: ""
 
-    readonly property ExportChoice choice: app.exportChoice
+    readonly property ExportChoice choice: app.exports.choice
     readonly property bool isOpen: app.hasProject && app.project.projectId === projectId
     readonly property var preset: choice.presets.find(preset => preset.id === choice.preset) ?? null
     readonly property bool own: preset === null

@@ -17,7 +17,7 @@ Popup {
     focus: true
     closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutside
     onOpened: {
-        list.currentIndex = app.steps.position
+        list.currentIndex = app.editing.steps.position
         list.positionViewAtIndex(list.currentIndex, ListView.Contain)
         list.forceActiveFocus(Qt.PopupFocusReason)
     }
@@ -39,7 +39,7 @@ Popup {
 
             function go(row: int) {
                 currentIndex = row
-                root.app.goToStep(row)
+                root.app.editing.goToStep(row)
             }
 
             objectName: "historyList"
@@ -48,7 +48,7 @@ Popup {
             clip: true
             activeFocusOnTab: true
             boundsBehavior: Flickable.StopAtBounds
-            model: root.app.steps
+            model: root.app.editing.steps
             Accessible.role: Accessible.List
             Accessible.name: "Historial"
             ScrollBar.vertical: OScrollBar {}
@@ -58,10 +58,10 @@ Popup {
 
             // Follows steps that keys undo and redo.
             Connections {
-                target: root.app.steps
+                target: root.app.editing.steps
 
                 function onPositionChanged() {
-                    list.currentIndex = root.app.steps.position
+                    list.currentIndex = root.app.editing.steps.position
                     list.positionViewAtIndex(list.currentIndex, ListView.Contain)
                 }
             }
@@ -72,7 +72,7 @@ Popup {
                 required property int index
                 required property string name
                 required property bool undone
-                readonly property bool present: index === root.app.steps.position
+                readonly property bool present: index === root.app.editing.steps.position
                 readonly property string title: name.charAt(0).toUpperCase() + name.slice(1)
 
                 width: list.width - (list.contentHeight > list.height ? Theme.space(3) : 0)

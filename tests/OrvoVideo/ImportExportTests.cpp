@@ -118,11 +118,11 @@ TEST_F(ImportExportTests, TheChoiceOfSubtitlesIsRemembered)
 {
     const auto clip = movie("clip.mp4", 1);
     start();
-    EXPECT_EQ(model->exportChoice()->subtitles(), "words");
-    EXPECT_FALSE(model->exportChoice()->burnIn());
-    model->exportChoice()->setSubtitles("everything");
-    EXPECT_EQ(model->exportChoice()->subtitles(), "words");
-    model->exportChoice()->setSubtitles("none");
+    EXPECT_EQ(model->exports()->choice()->subtitles(), "words");
+    EXPECT_FALSE(model->exports()->choice()->burnIn());
+    model->exports()->choice()->setSubtitles("everything");
+    EXPECT_EQ(model->exports()->choice()->subtitles(), "words");
+    model->exports()->choice()->setSubtitles("none");
     import(clip, false);
     exportTo(folder / "result.mp4");
     EXPECT_EQ(model->status(), "Vídeo exportado");

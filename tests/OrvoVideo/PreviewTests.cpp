@@ -128,9 +128,9 @@ TEST_F(PreviewTests, TriesASuggestionOut)
         edited.edit.cuts = {{1.5, 1.8}};
     });
     model->findSuggestions();
-    ASSERT_EQ(model->suggestedPauses()->count(), 1); // 2.2 to 4.85
+    ASSERT_EQ(model->editing()->suggestedPauses()->count(), 1); // 2.2 to 4.85
     const auto before = project();
-    model->tryOut(model->suggestedPauses()->get(0)["suggestionId"].toString());
+    model->tryOut(model->editing()->suggestedPauses()->get(0)["suggestionId"].toString());
     EXPECT_TRUE(model->playing());
     EXPECT_NEAR(model->playhead(), 0.9, 1e-9) << "a second before, without the cut";
     EXPECT_EQ(model->shown()->edit.cuts.size(), 2);
@@ -149,7 +149,7 @@ TEST_F(PreviewTests, TriesASuggestionOut)
 
     // A seek, a pause or an edit ends it.
     const auto tryOut = [&] {
-        model->tryOut(model->suggestedPauses()->get(0)["suggestionId"].toString());
+        model->tryOut(model->editing()->suggestedPauses()->get(0)["suggestionId"].toString());
         EXPECT_EQ(model->shown()->edit.cuts.size(), 2);
     };
     tryOut();

@@ -266,9 +266,9 @@ void photographLibrary(AppModel& model, QQuickWindow& window, Photographer& phot
     closePopup(window, "care");
     QMetaObject::invokeMethod(&window, "exportOpenProject");
     photographer.take(QStringLiteral("export-own"));
-    model.exportChoice()->setPreset(QStringLiteral("gif"));
+    model.exports()->choice()->setPreset(QStringLiteral("gif"));
     photographer.take(QStringLiteral("export-preset"));
-    model.exportChoice()->setPreset({});
+    model.exports()->choice()->setPreset({});
     closePopup(window, "needsSpan");
     model.setSelectedSpan({0, 2});
     model.exports()->exportProject(model.projectFacts().projectId, true);

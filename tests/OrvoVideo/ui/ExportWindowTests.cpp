@@ -14,7 +14,7 @@ protected:
     void TearDown() override
     {
         if (model)
-            model->exportChoice()->setPreset({}); // It is kept for the next run, which is the next test.
+            model->exports()->choice()->setPreset({}); // It is kept for the next run, which is the next test.
         WindowFixture::TearDown();
     }
 
