@@ -173,7 +173,7 @@ void photographHands(AppModel& model, const QQuickWindow& window, Photographer& 
     QMetaObject::invokeMethod(history, "open");
     photographer.take(QStringLiteral("history"));
     QMetaObject::invokeMethod(history, "close");
-    model.goToStep(0);
+    model.editing()->goToStep(0);
     model.seek(12.5);
     auto* text = shownText(*window.contentItem());
     if (!text)
