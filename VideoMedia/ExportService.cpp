@@ -20,6 +20,7 @@
 #include "VideoMedia/PiecedFilm.h"
 #include "VideoMedia/PipedRuns.h"
 #include "VideoMedia/RenderGraph.h"
+#include "VideoMedia/Sharpening.h"
 #include "VideoMedia/VideoEncoder.h"
 #include "VideoMedia/VideoLimits.h"
 #include "VideoMedia/WorkFolder.h"
@@ -306,6 +307,7 @@ private:
             .project = m_project,
             .size = outputSize(),
             .fps = m_settings.fps,
+            .quickSharpening = hasQuickSharpening(),
             .encoder = plainEncoderArguments(VideoEncoder::software()),
             .container = ExportFormats::containerArguments(m_settings.format)};
         bool hasClip = false;
@@ -375,7 +377,8 @@ private:
                     .fps = m_settings.fps,
                     .annotations = work / "annotations.ass",
                     .subtitles = m_settings.burned() == SubtitleCues::none ? fs::path() : work / burnedName,
-                    .upload = encoder.upload}));
+                    .upload = encoder.upload,
+                    .quickSharpening = hasQuickSharpening()}));
         const double playable = m_project.playableDuration();
         Arguments arguments = ExportFormats::commonArguments();
         if (const int threads = filterThreads(); threads > 1)
@@ -395,11 +398,13 @@ private:
         ProcessRunner::run(m_ffmpeg, arguments, progress, playable, stop);
     }
 
-    /// Threads per filter. Only sharpening is expensive enough to gain from slices.
+    bool hasQuickSharpening() const { return m_project.edit.sharpen && Sharpening::hasChains(m_ffmpeg, m_stop); }
+
+    /// Threads per filter. Only `Sharpening::filter` is expensive enough to gain from slices.
     int filterThreads() const
     {
         constexpr int mostThreads = 8;
-        return m_project.edit.sharpen ? std::min(availableCores(), mostThreads) : 1;
+        return m_project.edit.sharpen && !hasQuickSharpening() ? std::min(availableCores(), mostThreads) : 1;
     }
 
     /// The inputs of the render, each preceded by its decoder options.

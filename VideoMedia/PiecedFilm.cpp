@@ -313,8 +313,12 @@ private:
         inputs.reserve(m_recipe.sources.size());
         for (const auto& source : m_recipe.sources)
             inputs.push_back(source.input);
-        return RenderGraph::piecePicture(
-            shown, inputs, {.size = m_recipe.size, .fps = m_recipe.fps, .annotations = annotations}, piece);
+        return RenderGraph::piecePicture(shown, inputs,
+            {.size = m_recipe.size,
+                .fps = m_recipe.fps,
+                .annotations = annotations,
+                .quickSharpening = m_recipe.quickSharpening},
+            piece);
     }
 
     /// The images of a piece, in document order.
@@ -367,7 +371,7 @@ private:
         const int threads = std::max(availableCores() / m_runs, 1);
         Arguments arguments = ExportFormats::commonArguments();
         append(arguments, {"-copyts"});
-        if (m_recipe.project.edit.sharpen && threads > 1)
+        if (m_recipe.project.edit.sharpen && !m_recipe.quickSharpening && threads > 1)
             append(arguments, {"-filter_complex_threads", std::to_string(threads)});
         const double start = static_cast<double>(piece.first()) / rate - readAhead;
         for (const auto& source : m_recipe.sources) {
@@ -382,8 +386,7 @@ private:
         append(arguments, {"-/filter_complex", graph.string(), "-map", "[vout]"});
         append(arguments, m_recipe.encoder);
         append(arguments, keyFramesOf(group));
-        if (m_runs > 1)
-            append(arguments, {"-threads", std::to_string(threads)});
+        append(arguments, {"-threads", std::to_string(threads)});
         append(arguments, {"-r", std::to_string(m_recipe.fps), "-progress", "pipe:1"});
         append(arguments, filesOf(group));
         ProcessRunner::run(

@@ -37,6 +37,7 @@ public:
         std::map<std::string, std::filesystem::path> images; ///< By the content of their overlays; stills only.
         RenderGraph::FrameSize size;
         std::int64_t fps = 30;
+        bool quickSharpening = false; ///< See `RenderGraph::PictureSettings`.
         Arguments encoder; ///< Its name and options, but for threads and forced key frames.
         Arguments container; ///< Options of the result.
     };

@@ -4,6 +4,7 @@
 #include "VideoMedia/KeptSpans.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/Pieces.h"
+#include "VideoMedia/Sharpening.h"
 #include "VideoMedia/ZoomExpression.h"
 
 #include <algorithm>
@@ -104,7 +105,7 @@ public:
         }
         addCamera();
         if (m_project.edit.sharpen)
-            step("unsharp=5:5:0.35:3:3:0", "sharp");
+            sharpen();
         if (m_piece)
             addParts();
         else
@@ -131,6 +132,17 @@ private:
     {
         m_chains.add(std::format("{}{}[{}]", current(), filters, name));
         m_current = std::move(name);
+    }
+
+    void sharpen()
+    {
+        if (!m_settings.quickSharpening) {
+            step(Sharpening::filter, "sharp");
+            return;
+        }
+        for (auto& chain : Sharpening::chains(current(), "[sharp]"))
+            m_chains.add(std::move(chain));
+        m_current = "sharp";
     }
 
     /// Where the frames of a part lie on the recording timeline, in seconds.

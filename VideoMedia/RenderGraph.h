@@ -59,6 +59,7 @@ struct PictureSettings {
     std::filesystem::path annotations; ///< The document that is burned in.
     std::filesystem::path subtitles; ///< A document at output times that is burned into what remains; empty for none.
     std::string upload; ///< Filters that hand the finished picture to a hardware encoder; empty for most.
+    bool quickSharpening = false; ///< Sharpens with `Sharpening::chains`, which not every ffmpeg knows.
 };
 
 /// The graph that produces "[vout]" and "[aout]". Its inputs are `inputs`, then the mixed audio, then one image for

@@ -2,11 +2,14 @@
 #include "VideoCore/FileIO.h"
 #include "VideoMedia/ProcessRunner.h"
 #include "VideoMedia/RenderGraph.h"
+#include "VideoMedia/Sharpening.h"
 #include "VideoMedia/VideoEncoder.h"
 
 #include <algorithm>
 #include <cmath>
+#include <format>
 #include <gmock/gmock.h>
+#include <sstream>
 
 namespace orvo::test {
 
@@ -77,8 +80,11 @@ TEST_F(ExportPicture, FramesAreTheSameHoweverManyThreadsMakeThem)
     writeFileAtomically(annotations, ExportService::annotations(project, size.width, size.height));
     const fs::path graph = folder / "graph.txt";
     const fs::path sums = folder / "sums";
+    bool quickSharpening = false;
     const auto hashes = [&](const std::string& threads) {
-        writeFileAtomically(graph, RenderGraph::picture(project, inputs, {.size = size, .annotations = annotations}));
+        writeFileAtomically(graph,
+            RenderGraph::picture(
+                project, inputs, {.size = size, .annotations = annotations, .quickSharpening = quickSharpening}));
         ffmpeg({"-y", "-filter_complex_threads", "1", "-filter_complex_threads", threads, "-f", "lavfi", "-i",
             "testsrc2=size=320x180:rate=30:duration=4", "-f", "lavfi", "-i", "testsrc=size=80x60:rate=25:duration=3", "-f",
             "lavfi", "-i", "sine=r=48000:duration=4", "-f", "lavfi", "-i", "testsrc=size=40x40,trim=end_frame=1",
@@ -87,11 +93,43 @@ TEST_F(ExportPicture, FramesAreTheSameHoweverManyThreadsMakeThem)
         return readFile(sums);
     };
     for (const bool zooms : {false, true}) {
+        quickSharpening = zooms;
         if (zooms)
             project.edit.events.edit().push_back(pointer(PointerKind::zoom, 1, 0.3, 0.3));
         const auto expected = hashes("1");
         EXPECT_GT(std::ranges::count(expected, '\n'), 60);
         EXPECT_TRUE(hashes("3") == expected) << zooms;
+    }
+}
+
+TEST_F(ExportPicture, QuickSharpeningLooksAsTheFilterForIt)
+{
+    ASSERT_TRUE(Sharpening::hasChains(*ProcessRunner::ffmpeg()));
+    std::string chains;
+    for (const auto& chain : Sharpening::chains("[mine]", "[quick]"))
+        chains += chain + ";";
+    const auto compare = [&](const std::string& what) {
+        const fs::path figures = folder / (what + ".txt");
+        ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=640x360:rate=5:duration=2", "-filter_complex",
+            std::format("[0:v]format=yuv420p,split=3[mine][theirs][plain];[theirs]{}[exact];{}[exact][{}]ssim=stats_file={}["
+                        "compared]",
+                Sharpening::filter, chains, what, figures.string()),
+            "-map", "[compared]", "-map", what == "quick" ? "[plain]" : "[quick]", "-f", "null", "-"});
+        std::vector<std::pair<double, double>> similarities; // Of brightness and of the first colour difference.
+        std::istringstream lines(readFile(figures));
+        for (std::string line; std::getline(lines, line);)
+            similarities.emplace_back(
+                std::stod(line.substr(line.find("Y:") + 2)), std::stod(line.substr(line.find("U:") + 2)));
+        return similarities;
+    };
+    const auto unsharpened = compare("plain");
+    const auto sharpened = compare("quick");
+    ASSERT_EQ(sharpened.size(), 10U);
+    ASSERT_EQ(unsharpened.size(), 10U);
+    for (std::size_t n = 0; n < sharpened.size(); ++n) {
+        EXPECT_GT(sharpened[n].first, 0.999) << n;
+        EXPECT_EQ(sharpened[n].second, 1) << n;
+        EXPECT_LT(unsharpened[n].first, 0.996) << n << ": there is something to sharpen";
     }
 }
 

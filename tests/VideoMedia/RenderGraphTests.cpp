@@ -152,7 +152,8 @@ TEST(RenderGraph, MixesWhatIsAudible)
 
     project.tracks.edit()[0].volume = 1.5;
     project.edit.noiseReduction = false;
-    EXPECT_THAT(mixOf(project), HasSubstr("volume=1.5,loudnorm=I=-16:TP=-1.5:LRA=11,adelay=0:all=1[voice0]"));
+    EXPECT_THAT(mixOf(project),
+        HasSubstr("volume=1.5,loudnorm=I=-16:TP=-1.5:LRA=11,asetnsamples=n=19200:p=0,adelay=0:all=1[voice0]"));
     project.edit.normalizeVoice = false;
     EXPECT_THAT(mixOf(project), HasSubstr("volume=1.5,adelay=0:all=1[voice0]"));
 }
