@@ -33,9 +33,9 @@ bool LibraryModel::replace(const VideoProject& project)
 
 void LibraryModel::setDiskFacts(const std::map<Uuid, DiskFacts>& facts)
 {
-    for (const auto& [id, fact] : facts) {
-        const int row = rowOf(id);
-        if (row < 0 || std::exchange(m_diskFacts[id], fact) == fact)
+    for (int row = 0; row < rowCount(); ++row) {
+        const auto found = facts.find(m_projects[static_cast<std::size_t>(row)].id);
+        if (found == facts.end() || std::exchange(m_diskFacts[found->first], found->second) == found->second)
             continue;
         emit dataChanged(index(row), index(row), {BytesRole, FailureRole});
     }
