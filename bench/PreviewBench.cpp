@@ -59,7 +59,7 @@ public:
             play(words);
         else if (verb == "jump")
             jump(words);
-        std::cout << std::endl;
+        std::cout << '\n' << std::flush;
     }
 
 private:

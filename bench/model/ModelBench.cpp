@@ -109,7 +109,7 @@ double longestHoldUntil(const std::function<bool()>& condition)
 
 using Edit = void (*)(OpenHour&, int);
 
-void BM_Edit(benchmark::State& state, Edit edit)
+void makeEdit(benchmark::State& state, Edit edit)
 {
     OpenHour hour;
     std::vector<double> times;
@@ -157,15 +157,15 @@ void goBackAndForth(OpenHour& hour, int number)
     number / 3 % 2 == 0 ? hour.model->undo() : hour.model->redo();
 }
 
-BENCHMARK_CAPTURE(BM_Edit, correctWord, correctWord)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Edit, cutWord, cutWord)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Edit, moveZoom, moveZoom)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Edit, addZoom, addZoom)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(300);
-BENCHMARK_CAPTURE(BM_Edit, moveCamera, moveCamera)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Edit, undoAndRedo, goBackAndForth)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(makeEdit, correctWord, correctWord)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(makeEdit, cutWord, cutWord)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(makeEdit, moveZoom, moveZoom)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(makeEdit, addZoom, addZoom)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(300);
+BENCHMARK_CAPTURE(makeEdit, moveCamera, moveCamera)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(makeEdit, undoAndRedo, goBackAndForth)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 /// A save from the moment it is asked for until it is on disk; measured is the longest time that the main thread was held.
-void BM_Autosave(benchmark::State& state)
+void autosave(benchmark::State& state)
 {
     OpenHour hour;
     std::vector<double> holds;
@@ -184,7 +184,7 @@ void BM_Autosave(benchmark::State& state)
     report(state, holds);
     state.counters["until_on_disk_ms"] = untilOnDisk / static_cast<double>(holds.size());
 }
-BENCHMARK(BM_Autosave)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(20);
+BENCHMARK(autosave)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(20);
 
 std::size_t memoryInUse()
 {
@@ -193,7 +193,7 @@ std::size_t memoryInUse()
 }
 
 /// What a hundred undo steps keep in memory, when they correct words, cut them and change zoom points in turn.
-void BM_UndoMemory(benchmark::State& state)
+void undoMemory(benchmark::State& state)
 {
     for (auto _ : state) {
         OpenHour hour;
@@ -211,10 +211,10 @@ void BM_UndoMemory(benchmark::State& state)
         state.counters["MB"] = (static_cast<double>(after) - static_cast<double>(before)) / 1e6;
     }
 }
-BENCHMARK(BM_UndoMemory)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(undoMemory)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 /// The listing of 1,000 projects of five minutes; measured is the longest time that the main thread was held.
-void BM_ListLibrary(benchmark::State& state)
+void listLibrary(benchmark::State& state)
 {
     const QTemporaryDir folder;
     {
@@ -259,7 +259,7 @@ void BM_ListLibrary(benchmark::State& state)
     report(state, holds);
     state.counters["until_listed_ms"] = untilListed / static_cast<double>(holds.size());
 }
-BENCHMARK(BM_ListLibrary)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(listLibrary)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(3);
 
 } // namespace
 

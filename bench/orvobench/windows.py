@@ -39,11 +39,11 @@ def _model_rows(programs, say):
     names = {"correctWord": "correct a word", "cutWord": "cut a word", "moveZoom": "change a zoom point",
              "addZoom": "add a zoom point", "moveCamera": "move the camera", "undoAndRedo": "undo and redo"}
     result = [Row(f"one edit of a one-hour project, {text}: main thread held, 99th percentile", "ms",
-                  [figure(f"BM_Edit/{name}", "p99_ms")], limit=8) for name, text in names.items()]
+                  [figure(f"makeEdit/{name}", "p99_ms")], limit=8) for name, text in names.items()]
     return result + [
-        Row("autosave of a one-hour project: main thread held at most", "ms", [figure("BM_Autosave", "longest_ms")], limit=33),
-        Row("100 undo steps: memory", "MB", [figure("BM_UndoMemory", "MB")], limit=20),
-        Row(f"listing of {PROJECTS:,} projects: main thread held at most", "ms", [figure("BM_ListLibrary", "longest_ms")]),
+        Row("autosave of a one-hour project: main thread held at most", "ms", [figure("autosave", "longest_ms")], limit=33),
+        Row("100 undo steps: memory", "MB", [figure("undoMemory", "MB")], limit=20),
+        Row(f"listing of {PROJECTS:,} projects: main thread held at most", "ms", [figure("listLibrary", "longest_ms")]),
     ]
 
 
