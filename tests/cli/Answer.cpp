@@ -16,7 +16,7 @@ void require(bool condition, const std::string& message)
 } // namespace
 
 Answer::Answer(const std::string& text)
-    : m_document(yyjson_read(text.data(), text.size(), 0), &yyjson_doc_free)
+    : m_document(yyjson_read(text.data(), text.size(), 0), [](yyjson_doc* each) { yyjson_doc_free(each); })
     , m_value(yyjson_doc_get_root(m_document.get()))
 {
     require(m_value, "this is not one JSON value: " + text);
