@@ -19,13 +19,15 @@ target_precompile_headers(orvo_test_standard PRIVATE
   <gmock/gmock.h> <gtest/gtest.h>
   <algorithm> <chrono> <filesystem> <format> <fstream> <functional> <memory> <random> <string> <thread> <vector>)
 
-# orvo_test(NAME SOURCES file... LINK target... [LABELS label...] [ALONE test...] [PRECOMPILED_OF target] [ENVIRONMENT NAME=VALUE])
+# orvo_test(NAME SOURCES file... LINK target... [LABELS label...] [COST cost] [ALONE test...] [PRECOMPILED_OF target]
+#   [ENVIRONMENT NAME=VALUE])
 #
 # Links GoogleTest with matchers and main(), and the helpers of tests/support ("TestSupport/Name.h"). Labels select tests:
 # "slow" for those that take seconds (ctest -LE slow) and begin first, "threads" for the thread sanitizer (ctest -L threads).
+# COST lets them begin earlier than others (slow ones have 10), as those should that mostly wait.
 # ALONE names tests that measure: nothing runs beside them. PRECOMPILED_OF names a target whose precompiled headers are used.
 function(orvo_test NAME)
-  cmake_parse_arguments(ARG "" "PRECOMPILED_OF;ENVIRONMENT" "SOURCES;LINK;LABELS;ALONE" ${ARGN})
+  cmake_parse_arguments(ARG "" "COST;PRECOMPILED_OF;ENVIRONMENT" "SOURCES;LINK;LABELS;ALONE" ${ARGN})
   if(NOT ARG_PRECOMPILED_OF)
     set(ARG_PRECOMPILED_OF orvo_test_standard)
   endif()
@@ -44,8 +46,11 @@ function(orvo_test NAME)
     string(REPLACE ";" "\\\\;" labels "${ARG_LABELS}")
     list(APPEND properties LABELS "${labels}")
   endif()
-  if("slow" IN_LIST ARG_LABELS)
-    list(APPEND properties COST 10)
+  if(NOT ARG_COST AND "slow" IN_LIST ARG_LABELS)
+    set(ARG_COST 10)
+  endif()
+  if(ARG_COST)
+    list(APPEND properties COST ${ARG_COST})
   endif()
   # Lists the tests when ctest runs, not during the build. A test that hangs fails.
   set(discovery DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60)
