@@ -2,6 +2,7 @@
 
 COLOURS = ["red", "lime", "blue", "white", "yellow", "cyan", "magenta", "red", "lime", "blue", "white", "yellow", "cyan", "magenta", "red"]
 STEP = 6  # Seconds of each colour.
+RATE = 10  # Frames a second: what is rendered and encoded many times has few.
 SECONDS = STEP * len(COLOURS)
 SENTENCES = [
     (1.0, "Hola."),

@@ -92,8 +92,8 @@ def plays(world):
     tab.press("Escape", "Escape")
     x, y, width = tab.run("(() => { const box = document.querySelector('.seek').getBoundingClientRect(); "
                           "return [box.left, box.top + box.height / 2, box.width]; })()")
-    tab.click_at(x + width * 0.82, y)
-    check_frame(tab, SECONDS * 0.82)
+    tab.click_at(x + width * 0.815, y)
+    check_frame(tab, SECONDS * 0.815)
     expect(tab.run("document.querySelector('.bubble span').textContent") == "1:13", "the bubble shows another time")
     tab.run("watching.until(() => document.querySelector('.bubble video.shown'), 'the preview')")
 

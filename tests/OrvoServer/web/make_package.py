@@ -12,20 +12,21 @@ import tempfile
 import uuid
 from pathlib import Path
 
-from film import COLOURS, SECONDS, STEP, words
+from film import COLOURS, RATE, SECONDS, STEP, words
 
 
 def lesson(run, folder):
     """The identifier of a new project in the library below `folder`, with the movie and the words. `run` asks `orvo`."""
     movie = folder / "clase.mp4"
     inputs = [word for colour in COLOURS for word in
-              ("-f", "lavfi", "-i", f"color={colour}:size=1280x720:rate=25:duration={STEP}")]
+              ("-f", "lavfi", "-i", f"color={colour}:size=1280x720:rate={RATE}:duration={STEP}")]
     subprocess.run(["ffmpeg", "-v", "error", *inputs, "-f", "lavfi", "-i", f"sine=440:d={SECONDS}:r=48000", "-filter_complex",
                     f"concat=n={len(COLOURS)}", "-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-c:a", "aac",
                     movie], check=True)
     project = run("import", str(movie))["id"]
     document = folder / "library" / project / "project.json"
     content = json.loads(document.read_text())
+    content["fps"] = RATE
     content["edit"]["words"] = [{"id": str(uuid.uuid4()).upper(), "start": start, "end": end, "text": text}
                                 for start, end, text in words()]
     document.write_text(json.dumps(content, ensure_ascii=False))
