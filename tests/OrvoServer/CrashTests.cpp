@@ -40,8 +40,9 @@ void Crash::publishThrough(int count, const std::function<void()>& fail, const s
     bool isPublished = false;
     int failures = 0;
     int rounds = 0;
+    std::string refused; // What the server said last.
     while (failures < count || !isPublished) {
-        ASSERT_LT(++rounds, 1000) << "it is never published";
+        ASSERT_LT(++rounds, 1000) << "it is never published: " << refused;
         // Each round takes one step of the client, while the server is killed at some moment of it.
         std::atomic<bool> isFailing = false;
         std::optional<std::jthread> killer;
@@ -54,10 +55,13 @@ void Crash::publishThrough(int count, const std::function<void()>& fail, const s
         }
         for (bool isAlive = true; isAlive && !(isPublished && !killer);) {
             if (revision.id.empty()) {
-                isAlive = api("POST", "videos", announcement("T", "[]", true)).status == 200;
+                const auto announced = api("POST", "videos", announcement("T", "[]", true));
+                isAlive = announced.status == 200;
                 const auto reply = api("POST", std::format("videos/{}/revisions", video),
                     manifest({{"hls/master.m3u8", master}, {"hls/480/00000.ts", big}}));
                 isAlive = isAlive && reply.status == 201;
+                if (!isAlive)
+                    refused = std::format("{} {}, {} {}", announced.status, announced.body, reply.status, reply.body);
                 if (isAlive)
                     revision = revisionIn(reply);
                 continue;
