@@ -24,8 +24,6 @@ bool isMixed(const Input& input)
 
 std::string audioMix(const VideoProject& project, std::span<const Input> inputs, double delay)
 {
-    // The normaliser's first frame lasts three seconds, at four times the rate: whatever converts it takes 90 MB.
-    const std::string shortFrames = ",asetnsamples=n=19200:p=0";
     const auto& edit = project.edit;
     const std::string duration = durationText(project.duration);
     // The normaliser can end up to a tenth of a second early and leaves a gap in the timestamps there.
@@ -40,8 +38,9 @@ std::string audioMix(const VideoProject& project, std::span<const Input> inputs,
         std::string clean;
         if (track.kind == TrackKind::microphone && edit.noiseReduction)
             clean += ",highpass=f=70,afftdn=nf=-30:nr=8";
+        // The normaliser's first frame lasts three seconds, at four times the rate: whatever converts it takes 90 MB.
         if (track.kind == TrackKind::microphone && edit.normalizeVoice)
-            clean += ",loudnorm=I=-16:TP=-1.5:LRA=11" + shortFrames;
+            clean += ",loudnorm=I=-16:TP=-1.5:LRA=11,asetnsamples=n=19200:p=0";
         chains.add(std::format("[{}:a]aresample=48000:async=1:first_pts=0,aformat=sample_fmts=fltp:channel_layouts=stereo,"
                                "asetpts=PTS-STARTPTS,volume={}{},adelay={}:all=1{}",
             i, numberText(track.volume), clean, truncated(std::max(track.start, 0.0) * 1000), label("voice", count)));
