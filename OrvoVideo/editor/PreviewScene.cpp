@@ -32,13 +32,14 @@ void PreviewScene::setModel(AppModel* model)
         return;
     if (m_model) {
         m_model->disconnect(this);
+        m_model->playback().disconnect(this);
         m_model->player()->disconnect(this);
         m_model->cameraPlayer()->disconnect(this);
     }
     m_model = model;
     if (m_model) {
         connect(m_model, &AppModel::projectChanged, this, &PreviewScene::place);
-        connect(m_model, &AppModel::shownChanged, this, &PreviewScene::place);
+        connect(&m_model->playback(), &Playback::shownChanged, this, &PreviewScene::place);
         connect(m_model, &AppModel::playingChanged, this, [this] {
             if (m_model->playing())
                 setFramedZoom({});
@@ -80,7 +81,7 @@ void PreviewScene::takeCameraShape()
 
 const VideoProject* PreviewScene::project() const
 {
-    return m_model ? m_model->shown() : nullptr;
+    return m_model ? m_model->playback().shown() : nullptr;
 }
 
 void PreviewScene::place()
@@ -111,7 +112,8 @@ void PreviewScene::updateCameraShown()
 {
     const VideoProject* shown = project();
     // An export shows no camera after the end of its file either.
-    const bool cameraShown = shown && shown->edit.cameraVisible && !m_cameraShape.isEmpty() && m_time < m_model->cameraEnd()
+    const bool cameraShown = shown && shown->edit.cameraVisible && !m_cameraShape.isEmpty()
+        && m_time < m_model->playback().cameraEnd()
         && std::ranges::contains(shown->tracks, TrackKind::camera, &MediaTrack::kind);
     if (std::exchange(m_cameraShown, cameraShown) != cameraShown)
         emit cameraShownChanged();

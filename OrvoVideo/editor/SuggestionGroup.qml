@@ -109,7 +109,7 @@ ColumnLayout {
                 plain: true
                 text: "Ver"
                 Accessible.description: "Cómo quedaría: " + entry.label + ", " + entry.range
-                onClicked: root.app.tryOut(entry.suggestionId)
+                onClicked: root.app.editing.tryOut(entry.suggestionId)
             }
             OButton {
                 leftPadding: Theme.space(2)

@@ -3,8 +3,6 @@
 #include "OrvoVideo/model/ModelText.h"
 #include "Platform/notifications/Notifications.h"
 
-#include <algorithm>
-
 namespace orvo {
 
 AppModel::AppModel(AppServices services, QObject* parent)
@@ -121,7 +119,6 @@ void AppModel::forwardSignals()
     connect(&m_playback, &Playback::playheadChanged, this, &AppModel::playheadChanged);
     connect(&m_playback, &Playback::playingChanged, this, &AppModel::playingChanged);
     connect(&m_playback, &Playback::previewChanged, this, &AppModel::previewChanged);
-    connect(&m_playback, &Playback::shownChanged, this, &AppModel::shownChanged);
     connect(&m_operation, &Operation::busyChanged, this, &AppModel::busyChanged);
     connect(&m_operation, &Operation::idleChanged, this, &AppModel::idleChanged);
     connect(&m_operation, &Operation::progressChanged, this, &AppModel::progressChanged);
@@ -151,14 +148,6 @@ bool AppModel::prepareToQuit()
 void AppModel::importFile(const QUrl& movie, bool append)
 {
     m_imports.importMovie(movie.toLocalFile().toStdString(), append);
-}
-
-void AppModel::tryOut(const QString& suggestionId)
-{
-    const auto& offered = m_project.suggestions().suggestions();
-    const auto found = std::ranges::find(offered, Text::toId(suggestionId), &EditSuggestion::id);
-    if (found != offered.end())
-        m_playback.tryOut(EditSuggestion(*found));
 }
 
 void AppModel::setOptions(const RecordingOptions& options)

@@ -68,8 +68,6 @@ class AppModel : public QObject {
     Q_PROPERTY(orvo::Span selectedSpan READ selectedSpan WRITE setSelectedSpan NOTIFY selectedSpanChanged)
     Q_PROPERTY(bool canUndo READ canUndo NOTIFY historyChanged)
     Q_PROPERTY(bool canRedo READ canRedo NOTIFY historyChanged)
-    Q_PROPERTY(QString undoName READ undoName NOTIFY historyChanged)
-    Q_PROPERTY(QString redoName READ redoName NOTIFY historyChanged)
     Q_PROPERTY(bool unsavedChanges READ unsavedChanges NOTIFY unsavedChangesChanged)
     Q_PROPERTY(double playhead READ playhead NOTIFY playheadChanged)
     Q_PROPERTY(bool playing READ playing NOTIFY playingChanged)
@@ -98,11 +96,11 @@ public:
     ZoomModel* zooms() { return &m_project.zooms(); }
     OverlayModel* overlays() { return &m_project.overlays(); }
     SuggestionModel* suggestions() { return &m_project.suggestions(); }
+    const Playback& playback() const { return m_playback; }
     PreviewPlayer* player() const { return &m_playback.player(); }
     PreviewPlayer* cameraPlayer() const { return &m_playback.cameraPlayer(); }
     Recovery* recovery() { return &m_recovery; }
     Recorder* recorder() { return &m_recorder; }
-    CaptureChoice* capture() { return m_recorder.capture(); }
     ShortcutManager* shortcuts() { return &m_shortcuts; }
     ServerAccount* server() { return &m_server; }
     Publishing* publishing() { return &m_publishing; }
@@ -136,8 +134,6 @@ public:
     Q_INVOKABLE void redo() { m_project.redo(); }
     bool canUndo() const { return m_project.canUndo(); }
     bool canRedo() const { return m_project.canRedo(); }
-    QString undoName() const { return QString::fromStdString(m_project.undoName()); }
-    QString redoName() const { return QString::fromStdString(m_project.redoName()); }
     Span selectedSpan() const { return m_project.selectedSpan(); }
     void setSelectedSpan(const Span& span) { m_project.setSelectedSpan(span); }
     Q_INVOKABLE void findSuggestions() { m_project.findSuggestions(); }
@@ -161,7 +157,6 @@ public:
     // --- Playback -------------------------------------------------------------------------------------------------------
 
     double playhead() const { return m_playback.playhead(); }
-    double cameraEnd() const { return m_playback.cameraEnd(); }
     bool playing() const { return m_playback.playing(); }
     Playback::Preview preview() const { return m_playback.preview(); }
     QCoro::Task<> rebuildPreview() { return m_playback.rebuild(); }
@@ -170,8 +165,6 @@ public:
     Q_INVOKABLE void play() { m_playback.play(); }
     Q_INVOKABLE void pause() { m_playback.pause(); }
     Q_INVOKABLE void togglePlaying() { m_playback.togglePlaying(); }
-    Q_INVOKABLE void tryOut(const QString& suggestionId);
-    const VideoProject* shown() const { return m_playback.shown(); }
 
     // --- The long operation of the moment, and the texts -----------------------------------------------------------------
 
@@ -222,7 +215,6 @@ signals:
     void playheadChanged();
     void playingChanged();
     void previewChanged();
-    void shownChanged();
     void busyChanged();
     void idleChanged();
     void progressChanged();

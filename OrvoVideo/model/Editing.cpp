@@ -255,12 +255,23 @@ void Editing::applySuggestion(const EditSuggestion& suggestion)
         m_parts.open.dropSuggestion(suggestion.id);
 }
 
-void Editing::applySuggestion(const QString& suggestionId)
+std::optional<EditSuggestion> Editing::suggestionOf(const QString& suggestionId) const
 {
     const auto& suggestions = m_parts.open.suggestions().suggestions();
     const auto found = std::ranges::find(suggestions, Text::toId(suggestionId), &EditSuggestion::id);
-    if (found != suggestions.end())
-        applySuggestion(EditSuggestion(*found));
+    return found == suggestions.end() ? std::nullopt : std::optional(EditSuggestion(*found));
+}
+
+void Editing::tryOut(const QString& suggestionId)
+{
+    if (const auto suggestion = suggestionOf(suggestionId))
+        m_parts.playback.tryOut(*suggestion);
+}
+
+void Editing::applySuggestion(const QString& suggestionId)
+{
+    if (const auto suggestion = suggestionOf(suggestionId))
+        applySuggestion(*suggestion);
 }
 
 void Editing::applySuggestions(const QString& kind)

@@ -15,6 +15,7 @@
 #include <QVariantMap>
 #include <QtQml/qqmlregistration.h>
 #include <filesystem>
+#include <optional>
 
 namespace orvo {
 
@@ -30,19 +31,22 @@ class Editing : public QObject {
     Q_PROPERTY(orvo::SuggestionModel* suggestedFillers READ suggestedFillers CONSTANT)
     Q_PROPERTY(orvo::SuggestionModel* suggestedZooms READ suggestedZooms CONSTANT)
     Q_PROPERTY(orvo::HistoryModel* steps READ steps CONSTANT)
+    Q_PROPERTY(QString undoName READ undoName NOTIFY stepsChanged)
+    Q_PROPERTY(QString redoName READ redoName NOTIFY stepsChanged)
 public:
     /// What editing works with. All of it outlives this object.
     struct Parts {
         const AppServices& services;
         OpenProject& open;
         Saving& saving;
-        const Playback& playback;
+        Playback& playback;
         Operation& operation;
         Workers& workers;
     };
     explicit Editing(const Parts& parts)
         : m_parts(parts)
     {
+        connect(&parts.open, &OpenProject::historyChanged, this, &Editing::stepsChanged);
     }
 
     /// The suggestions of one kind; `AppModel::suggestions` has them all.
@@ -52,6 +56,9 @@ public:
 
     /// The steps of the open project: those that can be undone and those that can be done again.
     HistoryModel* steps() const { return &m_parts.open.steps(); }
+    /// What `undo` takes back and `redo` does again, in words; empty when there is nothing.
+    QString undoName() const { return QString::fromStdString(m_parts.open.undoName()); }
+    QString redoName() const { return QString::fromStdString(m_parts.open.redoName()); }
     /// Undoes or redoes up to a row of `steps`; ignored for a row that there is not.
     Q_INVOKABLE void goToStep(int row) { m_parts.open.goToStep(row); }
 
@@ -104,13 +111,19 @@ public:
     /// Sets the linear gain of a track. Heard at once.
     Q_INVOKABLE void setVolume(const QString& trackId, double value);
 
+    /// Plays a suggestion as if it had been applied.
+    Q_INVOKABLE void tryOut(const QString& suggestionId);
     /// Adds the zoom point of a suggestion or cuts its stretch, and drops it.
     void applySuggestion(const EditSuggestion& suggestion);
     Q_INVOKABLE void applySuggestion(const QString& suggestionId);
     /// Applies every suggestion of a kind ("silence", "filler", "zoom") that is offered, as one step.
     Q_INVOKABLE void applySuggestions(const QString& kind);
 
+signals:
+    void stepsChanged();
+
 private:
+    std::optional<EditSuggestion> suggestionOf(const QString& suggestionId) const;
     QCoro::Task<> pickImage();
     QCoro::Task<> copyImage(std::filesystem::path image);
 

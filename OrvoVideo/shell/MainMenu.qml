@@ -101,13 +101,13 @@ MenuBar {
 
         CommandAction {
             command: Commands.Undo
-            text: Commands.menuText(command) + (root.app.canUndo ? ": " + root.app.undoName.replace(/&/g, "&&") : "")
+            text: Commands.menuText(command) + (root.app.canUndo ? ": " + root.app.editing.undoName.replace(/&/g, "&&") : "")
             enabled: root.app.canUndo
             onTriggered: root.app.undo()
         }
         CommandAction {
             command: Commands.Redo
-            text: Commands.menuText(command) + (root.app.canRedo ? ": " + root.app.redoName.replace(/&/g, "&&") : "")
+            text: Commands.menuText(command) + (root.app.canRedo ? ": " + root.app.editing.redoName.replace(/&/g, "&&") : "")
             enabled: root.app.canRedo
             onTriggered: root.app.redo()
         }

@@ -100,7 +100,7 @@ ColumnLayout {
             objectName: "undo"
             iconName: "undo-2"
             command: Commands.Undo
-            text: Commands.title(command) + (root.app.canUndo ? ": " + root.app.undoName : "")
+            text: Commands.title(command) + (root.app.canUndo ? ": " + root.app.editing.undoName : "")
             enabled: root.app.canUndo
             onClicked: root.app.undo()
         }
@@ -108,7 +108,7 @@ ColumnLayout {
             objectName: "redo"
             iconName: "redo-2"
             command: Commands.Redo
-            text: Commands.title(command) + (root.app.canRedo ? ": " + root.app.redoName : "")
+            text: Commands.title(command) + (root.app.canRedo ? ": " + root.app.editing.redoName : "")
             enabled: root.app.canRedo
             onClicked: root.app.redo()
         }

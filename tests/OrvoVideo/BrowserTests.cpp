@@ -103,8 +103,8 @@ TEST_F(BrowserTests, TheModelConnectsBrowsersWhenItStarts)
     EXPECT_THAT(workspace->opened, ElementsAre(browsers.home / "Orvo Video/Extensión"));
 
     // A tab is recorded from the browser.
-    model->capture()->setMode(QStringLiteral("tab"));
-    EXPECT_EQ(model->capture()->mode(), "tab");
+    model->recorder()->capture()->setMode(QStringLiteral("tab"));
+    EXPECT_EQ(model->recorder()->capture()->mode(), "tab");
     model->startRecording();
     EXPECT_EQ(workspace->opened.size(), 2U);
     EXPECT_EQ(model->status(), "Inicia la captura desde el icono Orvo Video en Chrome o Brave.");

@@ -61,7 +61,7 @@ TEST_F(EditingTests, SuggestionsFollowTheEdits)
     EXPECT_EQ(pauses->count(), 0);
     EXPECT_EQ(model->editing()->suggestedFillers()->count(), 1);
     EXPECT_EQ(model->editing()->suggestedZooms()->count(), 0) << "the click is inside a cut";
-    EXPECT_EQ(model->undoName(), "acortar 2 pausas");
+    EXPECT_EQ(model->editing()->undoName(), "acortar 2 pausas");
     model->undo(); // One step.
     EXPECT_THAT(edit().cuts, IsEmpty());
     EXPECT_EQ(pauses->count(), 2) << "they are offered again";
@@ -72,7 +72,7 @@ TEST_F(EditingTests, SuggestionsFollowTheEdits)
     EXPECT_THAT(edit().events, SizeIs(2));
     EXPECT_EQ(model->editing()->suggestedZooms()->count(), 0);
     model->editing()->applySuggestions("none of them");
-    EXPECT_EQ(model->undoName(), QStringLiteral("añadir un zoom"));
+    EXPECT_EQ(model->editing()->undoName(), QStringLiteral("añadir un zoom"));
     openNew(5, "another");
     EXPECT_EQ(model->suggestions()->count(), 0);
 }

@@ -29,7 +29,7 @@ protected:
 TEST_F(PortalRecordingTests, TheDesktopIsAskedAndItsAnswersAreTold)
 {
     begin();
-    auto& choice = *model->capture();
+    auto& choice = *model->recorder()->capture();
     EXPECT_TRUE(choice.desktopChooses());
     model->startRecording();
     ASSERT_TRUE(idleSoon());
@@ -80,7 +80,7 @@ TEST_F(PortalRecordingTests, AScreenWithScaledContentsIsMeasured)
     portal.remote = SharedScreen::connection();
     portal.rect = {0, 0, 160, 90}; // In units of the desktop, of which each has two pixels a side.
     begin();
-    auto& choice = *model->capture();
+    auto& choice = *model->recorder()->capture();
     choice.choose();
     ASSERT_TRUE(comesToHold([&] { return choice.sources()->count() == 1; }));
     const auto source = QCoro::waitFor(choice.sourceForRecording());
@@ -112,8 +112,8 @@ TEST_F(PortalRecordingTests, FractionalScalingLosesNoLines)
     portal.remote = SharedScreen::connection();
     portal.rect = {0, 0, 197, 103}; // At 175 %, in whole units of the desktop.
     begin();
-    model->capture()->choose();
-    const auto source = QCoro::waitFor(model->capture()->sourceForRecording());
+    model->recorder()->capture()->choose();
+    const auto source = QCoro::waitFor(model->recorder()->capture()->sourceForRecording());
     ASSERT_TRUE(source);
     EXPECT_EQ(captureSize(source->rect, source->scale, 1080), (PictureSize{344, 180}));
     EXPECT_EQ(source->label, "Pantalla elegida · 344×180");
@@ -131,7 +131,7 @@ TEST_F(PortalRecordingTests, TheQuestionToTheDesktopCanBeTakenBack)
     EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); }));
     EXPECT_EQ(model->status(), "Listo para grabar");
     EXPECT_EQ(model->errorMessage(), "");
-    EXPECT_EQ(model->capture()->sourceError(), "");
+    EXPECT_EQ(model->recorder()->capture()->sourceError(), "");
     EXPECT_THAT(store.list(), IsEmpty());
 }
 

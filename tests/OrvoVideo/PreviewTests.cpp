@@ -130,10 +130,10 @@ TEST_F(PreviewTests, TriesASuggestionOut)
     model->findSuggestions();
     ASSERT_EQ(model->editing()->suggestedPauses()->count(), 1); // 2.2 to 4.85
     const auto before = project();
-    model->tryOut(model->editing()->suggestedPauses()->get(0)["suggestionId"].toString());
+    model->editing()->tryOut(model->editing()->suggestedPauses()->get(0)["suggestionId"].toString());
     EXPECT_TRUE(model->playing());
     EXPECT_NEAR(model->playhead(), 0.9, 1e-9) << "a second before, without the cut";
-    EXPECT_EQ(model->shown()->edit.cuts.size(), 2);
+    EXPECT_EQ(model->playback().shown()->edit.cuts.size(), 2);
     player->tick(1.0);
     EXPECT_EQ(player->expected.back(), 1.8);
     player->tick(1.52);
@@ -144,13 +144,13 @@ TEST_F(PreviewTests, TriesASuggestionOut)
     EXPECT_TRUE(model->playing());
     player->tick(5.9);
     EXPECT_FALSE(model->playing());
-    EXPECT_EQ(model->shown()->edit.cuts.size(), 1);
+    EXPECT_EQ(model->playback().shown()->edit.cuts.size(), 1);
     EXPECT_EQ(project(), before) << "nothing was edited";
 
     // A seek, a pause or an edit ends it.
     const auto tryOut = [&] {
-        model->tryOut(model->editing()->suggestedPauses()->get(0)["suggestionId"].toString());
-        EXPECT_EQ(model->shown()->edit.cuts.size(), 2);
+        model->editing()->tryOut(model->editing()->suggestedPauses()->get(0)["suggestionId"].toString());
+        EXPECT_EQ(model->playback().shown()->edit.cuts.size(), 2);
     };
     tryOut();
     model->seek(2.1);
@@ -158,11 +158,11 @@ TEST_F(PreviewTests, TriesASuggestionOut)
     EXPECT_NEAR(model->playhead(), 2.5, 1e-9) << "the pause plays";
     tryOut();
     model->pause();
-    EXPECT_EQ(model->shown()->edit.cuts.size(), 1);
+    EXPECT_EQ(model->playback().shown()->edit.cuts.size(), 1);
     tryOut();
     model->editing()->setFlag("sharpen", true);
-    EXPECT_TRUE(model->shown()->edit.sharpen);
-    EXPECT_EQ(model->shown()->edit.cuts.size(), 1);
+    EXPECT_TRUE(model->playback().shown()->edit.sharpen);
+    EXPECT_EQ(model->playback().shown()->edit.cuts.size(), 1);
 }
 
 TEST_F(PreviewTests, SeeksWithBothPlayers)
@@ -226,7 +226,7 @@ TEST_F(PreviewTests, TheCameraIsWhereThePlayheadIsOnceItIsLoadedAndEndsWithItsFi
     select(project);
     ASSERT_TRUE(waitUntil([&] { return camera->hasComposition(); }));
     EXPECT_EQ(camera->position(), 1.5);
-    EXPECT_NEAR(model->cameraEnd(), 2, 0.05);
+    EXPECT_NEAR(model->playback().cameraEnd(), 2, 0.05);
 }
 
 TEST_F(PreviewTests, PlaysAndPauses)

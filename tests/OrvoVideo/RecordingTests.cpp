@@ -120,7 +120,7 @@ TEST_F(RecordingTests, KeepsEditsMadeWhileItBeginsAndEnds)
 TEST_F(RecordingTests, ARegionIsPickedFirst)
 {
     begin();
-    model->capture()->setMode("region");
+    model->recorder()->capture()->setMode("region");
     model->startRecording();
     ASSERT_TRUE(idleSoon());
     EXPECT_THAT(model->projects(), IsEmpty()) << "cancelled";
@@ -194,7 +194,7 @@ TEST_F(RecordingTests, NothingElseKeepsARecordingFromItsEnd)
 TEST_F(RecordingTests, WhatEndsItWhileItBeginsIsTold)
 {
     begin();
-    auto& choice = *model->capture();
+    auto& choice = *model->recorder()->capture();
     emit choice.revoked();
     EXPECT_EQ(model->errorMessage(), "") << "nothing is recorded";
     model->startRecording();
@@ -256,7 +256,7 @@ TEST_F(RecordingTests, AMicrophoneThatIsNotHeardIsToldAfterFiveSeconds)
 TEST_F(RecordingTests, SourcesAreThoseOfTheModeAndTheChosenOneStays)
 {
     begin();
-    auto& choice = *model->capture();
+    auto& choice = *model->recorder()->capture();
     const auto list = [&] {
         choice.loadSources();
         return comesToHold([&] { return choice.sources()->count() > 0; });

@@ -221,11 +221,11 @@ void photographHelp(const MainWindow& main, AppModel& model, Photographer& photo
     QMetaObject::invokeMethod(&window, "openNotes");
     photographer.take(QStringLiteral("notes"), windowCalled(QStringLiteral("Notas")));
     windowCalled(QStringLiteral("Notas")).close();
-    model.capture()->setMode(QStringLiteral("tab"));
+    model.recorder()->capture()->setMode(QStringLiteral("tab"));
     QMetaObject::invokeMethod(&window, "openRecorder");
     photographer.take(QStringLiteral("recording-tab"));
     QMetaObject::invokeMethod(&window, "closeRecorder");
-    model.capture()->setMode(QStringLiteral("screen"));
+    model.recorder()->capture()->setMode(QStringLiteral("screen"));
 }
 
 /// Closes the popup that has this property. It may go with that.
@@ -304,7 +304,7 @@ void takeAll(const QDir& folder, const QString& wanted)
     options.camera = true;
     model.setOptions(options);
     QMetaObject::invokeMethod(&main.window(), "openRecorder");
-    waitFor("the sources", [&] { return model.capture()->sources()->count() > 0; });
+    waitFor("the sources", [&] { return model.recorder()->capture()->sources()->count() > 0; });
     photographer.take(QStringLiteral("recording-panel"));
     QMetaObject::invokeMethod(&main.window(), "closeRecorder");
     options.camera = options.microphone = options.systemAudio = false;

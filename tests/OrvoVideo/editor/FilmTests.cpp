@@ -104,7 +104,7 @@ TEST_F(FilmTests, ThePreviewShowsTheFramesOfTheFilm)
     model.open(QString::fromStdString(project.id.text()));
     ASSERT_TRUE(
         waitUntil([&] { return model.preview() == Playback::Preview::Ready && model.cameraPlayer()->hasComposition(); }));
-    ASSERT_TRUE(waitUntil([&] { return std::isfinite(model.cameraEnd()) && model.cameraEnd() > 0; }));
+    ASSERT_TRUE(waitUntil([&] { return std::isfinite(model.playback().cameraEnd()) && model.playback().cameraEnd() > 0; }));
     // The picture alone, in the size of the film.
     view.rootObject()->findChild<EditorCommands*>()->setPictureAlone(true);
     const auto* scene = view.rootObject()->findChild<PreviewScene*>();

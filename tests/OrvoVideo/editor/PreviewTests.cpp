@@ -158,12 +158,12 @@ TEST_F(PreviewTests, AZoomIsFramedInThePicture)
     EXPECT_NEAR(zoom().x, 0.6, 0.01);
     EXPECT_NEAR(zoom().y, 0.45, 0.01);
     EXPECT_EQ(zoom().scale, 1.8);
-    EXPECT_EQ(model->undoName(), "mover un zoom");
+    EXPECT_EQ(model->editing()->undoName(), "mover un zoom");
     const auto corner = part->mapToScene({part->width(), part->height()}).toPoint();
     drag(corner, corner - QPoint(static_cast<int>(frame->width() / 1.8 - frame->width() / 3), 40));
     EXPECT_NEAR(zoom().scale, 3, 0.05);
     EXPECT_NEAR(zoom().x - 0.5 / zoom().scale, 0.6 - 0.5 / 1.8, 0.01) << "the other corner stays";
-    EXPECT_EQ(model->undoName(), "encuadrar un zoom");
+    EXPECT_EQ(model->editing()->undoName(), "encuadrar un zoom");
     model->undo();
     EXPECT_EQ(zoom().scale, 1.8) << "one step";
     part->forceActiveFocus();
@@ -205,7 +205,7 @@ TEST_F(PreviewTests, ATextIsEditedInThePicture)
     key(Qt::Key_Return);
     EXPECT_EQ(text(), "Ñu x");
     EXPECT_FALSE(editor());
-    EXPECT_EQ(model->undoName(), "cambiar un texto");
+    EXPECT_EQ(model->editing()->undoName(), "cambiar un texto");
     model->undo();
     EXPECT_EQ(text(), "Hola") << "one step";
     EXPECT_FALSE(model->canUndo());

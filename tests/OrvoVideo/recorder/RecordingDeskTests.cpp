@@ -28,11 +28,12 @@ protected:
         window = std::make_unique<MainWindow>(*model);
         desk = std::make_unique<RecordingDesk>(*model->recorder(), [this] { return wayBack; });
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window->window()));
-        model->capture()->loadSources();
-        ASSERT_TRUE(comesToHold([&] { return model->capture()->sources()->count() == 2; }));
+        model->recorder()->capture()->loadSources();
+        ASSERT_TRUE(comesToHold([&] { return model->recorder()->capture()->sources()->count() == 2; }));
         // The one on the left, whatever their order.
-        const int row = model->capture()->sources()->get(0).value("rect").toRectF().x() == 0 ? 0 : 1;
-        model->capture()->setSourceID(model->capture()->sources()->get(row).value("sourceId").toString());
+        const int row = model->recorder()->capture()->sources()->get(0).value("rect").toRectF().x() == 0 ? 0 : 1;
+        model->recorder()->capture()->setSourceID(
+            model->recorder()->capture()->sources()->get(row).value("sourceId").toString());
     }
     void TearDown() override
     {
@@ -155,7 +156,7 @@ TEST_F(RecordingDeskTests, DiscardingAsksAndMovesTheRecordingToTheTrash)
 TEST_F(RecordingDeskTests, RetakingRecordsTheSameRegionAgain)
 {
     begin();
-    model->capture()->setMode("region");
+    model->recorder()->capture()->setMode("region");
     picker->region = Rect{100, 100, 200, 160};
     ASSERT_NO_FATAL_FAILURE(record());
     const auto first = project().id;
@@ -206,7 +207,7 @@ TEST_F(RecordingDeskTests, WithoutRoomForTheBarANotificationTellsTheKeysBeforeTh
     ASSERT_TRUE(comesToHold([&] { return !model->busy(); }));
 
     // Both monitors are one display for this.
-    model->capture()->setMode("region");
+    model->recorder()->capture()->setMode("region");
     picker->region = Rect{0, 0, 1920, 800};
     model->startRecording();
     ASSERT_TRUE(comesToHold([&] { return notifications.title == "Se graba todo lo que se ve"; }));

@@ -46,7 +46,7 @@ TEST_F(RecordingPanelTests, ARecordingIsPreparedStartedAndEnded)
     EXPECT_TRUE(control(QAccessible::StaticText,
         "Ctrl+Alt+Super+R\u00a0·\u00a0Grabar\u00a0/\u00a0terminar     Ctrl+Alt+Super+P\u00a0·\u00a0Pausa     "
         "Ctrl+Alt+Super+Z\u00a0·\u00a0Zoom\nPuedes cambiar los atajos en Ajustes."));
-    ASSERT_TRUE(comesToHold([&] { return model->capture()->sources()->count() == 1; }));
+    ASSERT_TRUE(comesToHold([&] { return model->recorder()->capture()->sources()->count() == 1; }));
     auto* picture = view().findChild<QQuickItem*>("sourcePicture");
     ASSERT_TRUE(picture);
     EXPECT_TRUE(comesToHold([&] { return picture->property("showing").toBool(); })) << "what the display shows now";
@@ -62,9 +62,9 @@ TEST_F(RecordingPanelTests, ARecordingIsPreparedStartedAndEnded)
     EXPECT_EQ(model->options().height, 720);
     EXPECT_EQ(model->options().fps, 60);
     click(QAccessible::PageTab, "Ventana");
-    EXPECT_TRUE(comesToHold([&] { return model->capture()->sources()->count() == 0; })) << "there is no window";
+    EXPECT_TRUE(comesToHold([&] { return model->recorder()->capture()->sources()->count() == 0; })) << "there is no window";
     click(QAccessible::PageTab, "Pantalla");
-    EXPECT_TRUE(comesToHold([&] { return model->capture()->sources()->count() == 1; }));
+    EXPECT_TRUE(comesToHold([&] { return model->recorder()->capture()->sources()->count() == 1; }));
 
     click(QAccessible::Button, "Grabar");
     EXPECT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 3; }));

@@ -60,7 +60,7 @@ protected:
     {
         model->startRecording();
         ASSERT_TRUE(comesToHold([&] { return !model->busy() || model->isRecording(); }));
-        ASSERT_EQ(model->errorMessage(), "") << qPrintable(model->capture()->sourceError());
+        ASSERT_EQ(model->errorMessage(), "") << qPrintable(model->recorder()->capture()->sourceError());
     }
 
     /// The frames of the open project's screen, which is as long as the project.

@@ -31,7 +31,7 @@ TEST_F(WaylandRecordingTests, RecordsWhatThePortalShares)
         ASSERT_FALSE(shown.empty());
         Film::expectShown(shown.back());
     }
-    EXPECT_TRUE(model->capture()->pointerNote().contains("clics"))
+    EXPECT_TRUE(model->recorder()->capture()->pointerNote().contains("clics"))
         << "this desktop tells no program of presses in others, and nor does the machine";
 }
 
@@ -83,11 +83,12 @@ TEST_F(GnomeRecordingTests, AWindowIsRecordedInItsOwnSize)
     portal.sourceType = 2;
     portal.rect = {0, 0, 1280, 720}; // What the portal of this desktop reports for a window as well.
     begin();
-    model->capture()->setMode("window");
+    model->recorder()->capture()->setMode("window");
     record();
     EXPECT_EQ(model->recorder()->captured()->source.label, "Ventana elegida · 400×300");
-    EXPECT_EQ(model->capture()->remembered(), "Ventana elegida · 400×300") << "what the next recording shares again";
-    EXPECT_EQ(model->capture()->picture().size(), size);
+    EXPECT_EQ(model->recorder()->capture()->remembered(), "Ventana elegida · 400×300")
+        << "what the next recording shares again";
+    EXPECT_EQ(model->recorder()->capture()->picture().size(), size);
     ASSERT_TRUE(lasts(2));
     model->stopRecording();
     ASSERT_TRUE(idleSoon());
