@@ -24,10 +24,11 @@ constexpr std::string_view containers = "aac,ac3,aiff,asf,avi,caf,dv,eac3,flac,f
                                         "mxf,nut,ogg,png_pipe,rm,wav,w64,webp_pipe,wtv,y4m,yuv4mpegpipe";
 
 /// The requested fields, for `-show_entries`.
-constexpr std::string_view wantedEntries = "format=duration:"
-                                           "stream=codec_type,codec_name,width,height,pix_fmt,color_range,avg_frame_rate:"
-                                           "stream_disposition=attached_pic:"
-                                           "stream_side_data=rotation";
+constexpr std::string_view wantedEntries =
+    "format=duration:"
+    "stream=codec_type,codec_name,width,height,pix_fmt,color_range,avg_frame_rate,channels,bit_rate:"
+    "stream_disposition=attached_pic:"
+    "stream_side_data=rotation";
 
 /// The `ffprobe` beside `ffmpeg`, or beside the target of its link.
 std::optional<fs::path> findFfprobe(const fs::path& ffmpeg)
@@ -99,8 +100,11 @@ MediaFacts factsIn(yyjson_val* root)
     yyjson_arr_foreach(yyjson_obj_get(root, "streams"), index, count, stream)
     {
         const auto type = text(stream, "codec_type");
-        if (type == "audio")
-            ++facts.audioStreams;
+        if (type == "audio" && facts.audioStreams++ == 0) {
+            facts.audio = MediaFacts::Audio{.codec = std::string(text(stream, "codec_name")),
+                .channels = yyjson_get_int(yyjson_obj_get(stream, "channels")),
+                .bitRate = static_cast<std::int64_t>(number(text(stream, "bit_rate")).value_or(0))};
+        }
         if (type == "video" && !facts.video && !isCoverPicture(stream)) {
             facts.video = MediaFacts::Video{.width = yyjson_get_sint(yyjson_obj_get(stream, "width")),
                 .height = yyjson_get_sint(yyjson_obj_get(stream, "height")),

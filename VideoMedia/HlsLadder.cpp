@@ -15,7 +15,6 @@ namespace {
 constexpr std::array<std::int64_t, 5> steps{480, 720, 1080, 1440, 2160};
 constexpr double bitsPerPixel = 0.09;
 constexpr std::int64_t lowestBitRate = 400'000;
-constexpr std::int64_t soundBitRate = 128'000;
 constexpr double bandwidthReserve = 1.25; ///< Segments vary around the mean.
 
 std::int64_t even(std::int64_t value)

@@ -14,6 +14,9 @@ namespace orvo::HlsLadder {
 /// between steps.
 inline constexpr std::int64_t segmentSeconds = 6;
 
+/// Of AAC, bits per second.
+inline constexpr std::int64_t soundBitRate = 128'000;
+
 /// Encoder options that force a key frame at the beginning of every segment.
 std::vector<std::string> forcedKeyFrames();
 

@@ -17,6 +17,7 @@
 #include <array>
 #include <format>
 #include <openssl/rand.h>
+#include <ranges>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -115,8 +116,11 @@ struct Rung {
 /// The outputs of one run.
 class Encoding {
 public:
-    Encoding(const fs::path& movie, const KeyInfo& key, const PlainPath& plain)
+    enum class Sound : std::uint8_t { encoded, copied };
+
+    Encoding(const fs::path& movie, Sound sound, const KeyInfo& key, const PlainPath& plain)
         : m_movie(movie)
+        , m_sound(sound)
         , m_key(key)
         , m_plain(plain)
     {
@@ -149,20 +153,27 @@ public:
     }
 
 private:
-    /// Decodes the movie once for all steps.
+    /// Decodes the movie once for all steps. Each but the largest is scaled from the next larger one.
     static std::string graph(std::span<const Rung> rungs, std::span<const VideoEncoder> encoders)
     {
-        std::string graph = std::format("[0:v:0]split={}", encoders.size());
-        for (std::size_t n = 0; n < encoders.size(); ++n)
-            graph += std::format("[s{}]", n);
-        std::size_t n = 0;
-        for (const auto& rung : rungs) {
+        std::string graph;
+        std::string from = "0:v:0";
+        std::size_t n = encoders.size();
+        for (const auto& rung : rungs | std::views::reverse) {
             if (rung.isCopied)
                 continue;
+            --n;
             const auto& upload = encoders[n].upload;
-            graph += std::format(
-                ";[s{0}]scale={1}:{2}{3}{4}[v{0}]", n, rung.step.width, rung.step.height, upload.empty() ? "" : ",", upload);
-            ++n;
+            graph += std::format("{}[{}]scale={}:{}", graph.empty() ? "" : ";", from, rung.step.width, rung.step.height);
+            if (n > 0) {
+                from = std::format("s{}", n);
+                graph += std::format(",split=2[{}]", from);
+                if (!upload.empty())
+                    graph += std::format("[r{0}];[r{0}]{1}", n, upload);
+            } else if (!upload.empty()) {
+                graph += "," + upload;
+            }
+            graph += std::format("[v{}]", n);
         }
         return graph;
     }
@@ -170,12 +181,20 @@ private:
     Arguments outputOf(const Rung& rung) const
     {
         const fs::path folder = m_plain.path() / rung.folder.filename();
-        return {"-map", "0:a:0?", "-c:a", "aac", "-b:a", "128k", "-hls_time", std::to_string(HlsLadder::segmentSeconds),
-            "-hls_playlist_type", "vod", "-hls_flags", "independent_segments", "-hls_key_info_file", m_key.file().string(),
-            "-hls_segment_filename", folder.string() + "/%05d.ts", (folder / "index.m3u8").string()};
+        Arguments line{"-map", "0:a:0?", "-c:a"};
+        if (m_sound == Sound::copied)
+            append(line, {"copy"});
+        else
+            append(line, {"aac", "-b:a", std::to_string(HlsLadder::soundBitRate)});
+        append(line,
+            {"-hls_time", std::to_string(HlsLadder::segmentSeconds), "-hls_playlist_type", "vod", "-hls_flags",
+                "independent_segments", "-hls_key_info_file", m_key.file().string(), "-hls_segment_filename",
+                folder.string() + "/%05d.ts", (folder / "index.m3u8").string()});
+        return line;
     }
 
     const fs::path& m_movie;
+    Sound m_sound;
     const KeyInfo& m_key;
     const PlainPath& m_plain;
 };
@@ -250,7 +269,8 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
         StreamedFilm::holds(*ffmpeg, movie, rungs.back().step, project.fps, plain.path() / "packets.txt", stop);
 
     Outcome outcome;
-    const Encoding encoding(movie, key, plain);
+    using Sound = Encoding::Sound;
+    const Encoding encoding(movie, StreamedFilm::holdsSound(movie, stop) ? Sound::copied : Sound::encoded, key, plain);
     const double seconds = project.playableDuration();
     double done = 0; // Share of all pixels.
     for (std::span<const Rung> left = rungs; !left.empty();) {

@@ -24,8 +24,15 @@ struct MediaFacts {
         std::int64_t uprightHeight() const noexcept { return rotation % 180 == 0 ? height : width; }
     };
 
+    struct Audio {
+        std::string codec; ///< As `ffmpeg` names it, "aac" for example; empty when not known.
+        int channels = 0;
+        std::int64_t bitRate = 0; ///< Bits per second, on average; 0 when not known.
+    };
+
     std::optional<double> duration; ///< Seconds; nothing when the file does not tell.
     std::optional<Video> video; ///< The first video stream that is not a cover picture.
+    std::optional<Audio> audio; ///< The first audio stream.
     int audioStreams = 0;
 };
 

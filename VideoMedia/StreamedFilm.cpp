@@ -129,4 +129,15 @@ bool holds(const fs::path& ffmpeg, const fs::path& film, const HlsLadder::Rendit
     return result;
 }
 
+bool holdsSound(const fs::path& film, const std::stop_token& stop)
+{
+    try {
+        const auto audio = FfprobeMediaProbe().facts(film, stop).audio;
+        return audio && audio->codec == "aac" && audio->channels <= 2 && audio->bitRate > 0
+            && static_cast<double>(audio->bitRate) <= static_cast<double>(HlsLadder::soundBitRate) * allowedShare;
+    } catch (const Error&) {
+        return false; // Making the steps reports what is wrong with it.
+    }
+}
+
 } // namespace orvo::StreamedFilm

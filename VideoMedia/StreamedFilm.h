@@ -17,4 +17,8 @@ namespace orvo::StreamedFilm {
 bool holds(const std::filesystem::path& ffmpeg, const std::filesystem::path& film, const HlsLadder::Rendition& step,
     std::int64_t fps, const std::filesystem::path& scratch, const std::stop_token& stop = {});
 
+/// Whether the sound of a film can be copied into all steps: AAC, mono or stereo, with no more than the bit rate that the
+/// ladder plans for it. Throws as `holds`.
+bool holdsSound(const std::filesystem::path& film, const std::stop_token& stop = {});
+
 } // namespace orvo::StreamedFilm

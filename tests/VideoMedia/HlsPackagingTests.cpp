@@ -172,8 +172,8 @@ TEST_F(HlsPackaging, MakesRenditionsThatPlay)
 
 TEST_F(HlsPackaging, AStepThatTheMovieIsAlreadyHasItsFrames)
 {
-    const auto hashes = [&](const fs::path& media) {
-        std::vector<std::string> command{"-y", "-i", media, "-map", "0:v", "-f", "framehash", folder / "frames"};
+    const auto hashes = [&](const fs::path& media, const char* stream = "0:v") {
+        std::vector<std::string> command{"-y", "-i", media, "-map", stream, "-f", "framehash", folder / "frames"};
         if (media != movie)
             command.insert(command.begin(), {"-allowed_extensions", "ALL"});
         ffmpeg(command);
@@ -191,6 +191,14 @@ TEST_F(HlsPackaging, AStepThatTheMovieIsAlreadyHasItsFrames)
     EXPECT_EQ(own.size(), 135U);
     EXPECT_EQ(hashes(folder / "hls/720/index.m3u8"), own);
     EXPECT_EQ(hashes(folder / "hls/480/index.m3u8").size(), 135U);
+    // The sound is that of the movie behind what an AAC decoder gives before it; a movie tells where its last frame ends.
+    auto sound = hashes(movie, "0:a");
+    sound.pop_back();
+    for (const auto* step : {"480", "720"}) {
+        const auto heard = hashes(folder / "hls" / step / "index.m3u8", "0:a");
+        ASSERT_GT(heard.size(), sound.size());
+        EXPECT_TRUE(std::equal(sound.begin(), sound.end(), heard.begin() + 1)) << step;
+    }
     EXPECT_EQ(dominant(decodeFrames(played(folder / "hls/720/index.m3u8", 12.6)).front()), "blue");
 
     // More bits than the step declares: it is encoded.
@@ -217,11 +225,12 @@ TEST_F(HlsPackaging, ThePosterIsTheFirstFrameBehindTheOpeningFade)
 
 TEST_F(HlsPackaging, NoSegmentTakesMoreThanIsDeclared)
 {
-    // What is still for long saves bits that what moves afterwards would spend at once. The last segment is a short one.
+    // What is still for long saves bits that what moves afterwards would spend at once. The last segment is a short one. The
+    // sound of the movie takes more than a step plans for it.
     ffmpeg({"-f", "lavfi", "-i", "color=gray:size=320x240:rate=30:duration=18", "-f", "lavfi", "-i",
         "nullsrc=size=320x240:rate=30:duration=9.5,geq=random(1)*255:128:128", "-f", "lavfi", "-i",
         "anoisesrc=d=27.5:r=48000", "-filter_complex", "[0][1]concat=n=2", "-c:v", "libx264", "-preset", "ultrafast",
-        "-pix_fmt", "yuv420p", "-c:a", "aac", movie});
+        "-pix_fmt", "yuv420p", "-c:a", "aac", "-ac", "2", "-b:a", "400k", movie});
     project.fps = 30;
     for (const auto& [width, height] : {std::pair{320, 240}, {852, 480}}) {
         project.width = width;
