@@ -151,6 +151,8 @@ def frames(browser):
         for x in ("600", "900"):
             browser.xdotool("mousemove", x, "640", "sleep", "0.3", "mousemove", x, "650", "sleep", "0.3", "click", "1", "sleep", "0.2")
         browser.xdotool("click", "5", "sleep", "0.3", "click", "1", "sleep", "0.2")
+    # The last press is on its way between the processes of the browser.
+    browser.recorded(identifier, browser.project(identifier)["duration"] + 3)
     project, _ = browser.end(identifier)
     clicks = [event for event in project["edit"]["events"] if event["kind"] == "click"]
     print("pressed at", [(round(click["x"], 3), round(click["y"], 3)) for click in clicks])

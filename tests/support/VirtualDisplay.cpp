@@ -6,8 +6,9 @@
 namespace orvo::test {
 
 VirtualDisplay::VirtualDisplay(const QString& size)
-    : m_server({"Xvfb", "-displayfd", "1", "-screen", "0", size.toStdString() + "x24", "-nolisten", "tcp", "-noreset"}, {},
-          ChildProcess::Errors::hidden)
+    // Without repeating keys (-r): on a busy machine a key that is pressed shortly is held for long.
+    : m_server({"Xvfb", "-displayfd", "1", "-screen", "0", size.toStdString() + "x24", "-nolisten", "tcp", "-noreset", "-r"},
+          {}, ChildProcess::Errors::hidden)
     , m_name(":" + QString::fromStdString(m_server.readLine()))
 {
     if (m_name == ":")

@@ -9,8 +9,9 @@ class Display:
 
     def __init__(self, size="1280x800"):
         reading, writing = os.pipe()
+        # Without repeating keys (-r): on a busy machine a key that is pressed shortly is held for long.
         self.process = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(writing), "-screen", "0", f"{size}x24", "-nolisten", "tcp", "-noreset"], pass_fds=[writing],
+            ["Xvfb", "-displayfd", str(writing), "-screen", "0", f"{size}x24", "-nolisten", "tcp", "-noreset", "-r"], pass_fds=[writing],
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(writing)
         with os.fdopen(reading) as answer:
