@@ -40,6 +40,7 @@ SettingsGroup {
         readOnly: true
         selectByMouse: true
         wrapMode: TextEdit.WrapAnywhere
+        selectByKeyboard: true
         activeFocusOnTab: true
         Accessible.role: Accessible.StaticText
         Accessible.name: text

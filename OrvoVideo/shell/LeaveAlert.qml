@@ -4,7 +4,8 @@ import QtQuick
 import Orvo.Model
 import Orvo.Ui
 
-/// Asks before the window closes while something runs: stay, cancel it, or leave when it is done.
+/// Asks before the window closes while something runs: stay, cancel it, or leave when it is done. When the work ends before the
+/// answer, there is nothing to ask: the window closes.
 Alert {
     id: root
 
@@ -32,11 +33,7 @@ Alert {
     otherText: "Terminar y salir después"
     destructive: true
     onRejected: later = false
-    onOtherChosen: {
-        later = true
-        if (!app.busy) // It has ended while this was asked.
-            leaving()
-    }
+    onOtherChosen: later = true
     onAccepted: {
         agreed = true
         leaving()
@@ -46,9 +43,14 @@ Alert {
         target: root.app
 
         function onBusyChanged() {
-            if (!root.later || root.app.busy)
+            const asks = root.visible && !root.answered
+            if (root.app.busy || !(root.later || asks))
                 return
             root.later = false
+            if (asks) {
+                root.answered = true
+                root.close()
+            }
             if (root.app.errorMessage === "") // A failure is read first.
                 Qt.callLater(root.leaving)
         }

@@ -119,6 +119,7 @@ Popup {
                 width: detailsView.availableWidth
                 readOnly: true
                 selectByMouse: true
+                selectByKeyboard: true
                 text: root.message
                 color: Theme.secondaryText
                 selectionColor: Theme.accent

@@ -107,9 +107,10 @@ TEST_F(WindowTests, ALongFailureShowsItsCauseAndIsCopiedWhole)
     const auto* flickable = details->parentItem()->parentItem();
     EXPECT_TRUE(waitUntil([&] { // A panel that is still opening takes the focus once more.
         QMetaObject::invokeMethod(control(QAccessible::EditableText, "Detalles"), "forceActiveFocus");
-        key(Qt::Key_Home, Qt::ControlModifier); // Where the cursor is already nothing is shown anew.
+        key(Qt::Key_Home, Qt::ControlModifier);
+        const auto first = flickable->property("contentY").toReal();
         key(Qt::Key_End, Qt::ControlModifier);
-        return flickable->property("contentY").toReal() > 0;
+        return first <= 0 && flickable->property("contentY").toReal() > 0;
     }));
     key(Qt::Key_Escape);
     EXPECT_TRUE(waitUntil([&] { return model->errorMessage().isEmpty(); }));
@@ -316,6 +317,29 @@ TEST_F(WindowTests, AsksAgainAfterAnExitThatWasRefused)
     click(QAccessible::Button, "Cancelar la operación y salir");
     EXPECT_TRUE(waitUntil([&] { return !view().isVisible(); }));
     end.give(0);
+}
+
+TEST_F(WindowTests, ThereIsNothingToAskWhenTheWorkHasEnded)
+{
+    show();
+    for (const bool fails : {true, false}) {
+        const Answer<int> end;
+        model->perform([end, fails](WorkControl) -> QCoro::Task<> {
+            co_await end;
+            if (fails)
+                throw captureError("No ha salido bien.");
+        });
+        EXPECT_FALSE(view().close());
+        ASSERT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Seguir aquí") != nullptr; }));
+        end.give(0);
+        if (!fails)
+            break;
+        ASSERT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Seguir aquí") == nullptr; }));
+        click(QAccessible::Button, "Aceptar");
+        ASSERT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Aceptar") == nullptr; }));
+        EXPECT_TRUE(view().isVisible()) << "a failure is read first";
+    }
+    EXPECT_TRUE(waitUntil([&] { return !view().isVisible(); }));
 }
 
 TEST_F(WindowTests, ProjectsAreChosenWithThePointerAndTheKeyboard)
