@@ -128,7 +128,7 @@ def navigated(browser):
     identifier = browser.begin()
     browser.recorded(identifier, 2)
     browser.press("ctrl+l")
-    browser.xdotool("type", "--delay", "20", f"{browser.address}?again")
+    browser.xdotool("type", "--delay", "20", f"{browser.address}&again")
     browser.press("Return")
     browser.recorded(identifier, 7)
     browser.xdotool(*PRESS)
@@ -329,9 +329,9 @@ CASES = {
     "asked_twice": asked_twice,
     "helper_killed": cut_off(lambda browser: os.kill(browser.helper(), signal.SIGKILL)),
 }
-# These look at how long a recording lasts, not at its pictures: small and few ones leave the processor to other tests.
-FEW_PICTURES = {"closed_tab", "extension_reloaded", "worker_stopped", "helper_gone_early", "helper_stuck", "navigated", "asked_twice",
-                "helper_killed"}
+# These do not look at pictures: small and few ones leave the processor to other tests.
+FEW_PICTURES = {"closed_tab", "extension_reloaded", "worker_stopped", "helper_gone_early", "helper_stuck", "with_devices",
+                "navigated", "frames", "asked_twice", "helper_killed"}
 
 
 def allowed_everywhere(extension, copy):
@@ -348,9 +348,10 @@ def main():
     folder = Path(tempfile.mkdtemp(prefix="orvo-tab-"))
     if case == "frames":
         extension = allowed_everywhere(Path(extension), folder / "extension")
-    browser = Browser(orvo, bridge, extension, origin, folder, permitted=case != "permission")
+    few = case in FEW_PICTURES
+    browser = Browser(orvo, bridge, extension, origin, folder, page="page.html?few" if few else "page.html", permitted=case != "permission")
     try:
-        if case in FEW_PICTURES:
+        if few:
             browser.in_extension("chrome.storage.local.set({ options: { height: 360, fps: 10, microphone: true, camera: false } })")
         CASES[case](browser)
     except BaseException:
