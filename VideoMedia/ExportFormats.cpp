@@ -1,6 +1,7 @@
 #include "VideoMedia/ExportFormats.h"
 
 #include "VideoCore/Error.h"
+#include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/ProcessRunner.h"
 #include "VideoMedia/RenderGraph.h"
 
@@ -13,14 +14,13 @@ namespace orvo::ExportFormats {
 
 namespace {
 
-constexpr std::int64_t soundBitRate = 128'000;
 constexpr std::int64_t smallSoundBitRate = 64'000;
 constexpr std::int64_t smallestBitRate = 60'000; ///< Of a picture that can still be read.
 constexpr double containerShare = 0.03; ///< Of a film's bytes; measured at low bit rates, where it is largest.
 
 std::int64_t soundRate(const ExportSettings& settings)
 {
-    return settings.maxBytes ? smallSoundBitRate : soundBitRate;
+    return settings.maxBytes ? smallSoundBitRate : HlsLadder::soundBitRate; // Packages copy it.
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "VideoMedia/ExportPresets.h"
 
 #include "VideoMedia/Cores.h"
+#include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/RenderGraph.h"
 
 #include <algorithm>
@@ -23,7 +24,7 @@ constexpr std::array<ExportPreset, 6> presets{{
 }};
 
 constexpr double gifBitsPerPixel = 0.55; // Of lessons on a screen, measured; moving pictures take more.
-constexpr double soundBits = 128'000;
+constexpr auto soundBits = static_cast<double>(HlsLadder::soundBitRate);
 
 double megapixels(const VideoProject& project, const ExportSettings& settings)
 {

@@ -265,12 +265,13 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
         allPixels += static_cast<double>(rungs.back().pixels());
         fs::create_directories(rungs.back().folder);
     }
-    rungs.back().isCopied =
-        StreamedFilm::holds(*ffmpeg, movie, rungs.back().step, project.fps, plain.path() / "packets.txt", stop);
+    const auto copies =
+        StreamedFilm::copiesInto(rungs.back().step, project.fps, movie, *ffmpeg, plain.path() / "packets.txt", stop);
+    rungs.back().isCopied = copies.picture;
 
     Outcome outcome;
     using Sound = Encoding::Sound;
-    const Encoding encoding(movie, StreamedFilm::holdsSound(movie, stop) ? Sound::copied : Sound::encoded, key, plain);
+    const Encoding encoding(movie, copies.sound ? Sound::copied : Sound::encoded, key, plain);
     const double seconds = project.playableDuration();
     double done = 0; // Share of all pixels.
     for (std::span<const Rung> left = rungs; !left.empty();) {

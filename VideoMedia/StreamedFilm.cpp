@@ -105,39 +105,41 @@ bool areSegments(std::span<const Packet> packets, const HlsLadder::Rendition& st
     return segments > 0 && fits(end - begin);
 }
 
+bool isStepPicture(const MediaFacts& facts, const HlsLadder::Rendition& step)
+{
+    const auto& video = facts.video;
+    return video && video->codec == "h264" && video->pixelFormat == "yuv420p" && video->width == step.width
+        && video->height == step.height;
+}
+
+bool isStepSound(const MediaFacts& facts)
+{
+    const auto& audio = facts.audio;
+    return audio && audio->codec == "aac" && audio->channels <= 2 && audio->bitRate > 0
+        && static_cast<double>(audio->bitRate) <= static_cast<double>(HlsLadder::soundBitRate) * allowedShare;
+}
+
 } // namespace
 
-bool holds(const fs::path& ffmpeg, const fs::path& film, const HlsLadder::Rendition& step, std::int64_t fps,
+Copies copiesInto(const HlsLadder::Rendition& step, std::int64_t fps, const fs::path& film, const fs::path& ffmpeg,
     const fs::path& scratch, const std::stop_token& stop)
 {
-    bool result = false;
+    Copies copies;
     try {
         const auto facts = FfprobeMediaProbe().facts(film, stop);
-        if (facts.video && facts.video->codec == "h264" && facts.video->pixelFormat == "yuv420p"
-            && facts.video->width == step.width && facts.video->height == step.height) {
+        copies.sound = isStepSound(facts);
+        if (isStepPicture(facts, step)) {
             ProcessRunner::run(ffmpeg,
                 {"-hide_banner", "-nostdin", "-y", "-i", film.string(), "-map", "0:v:0", "-c", "copy", "-f", "framecrc",
                     scratch.string()},
                 {}, 0, stop);
-            result = areSegments(packetsIn(readFile(scratch)), step, fps);
+            copies.picture = areSegments(packetsIn(readFile(scratch)), step, fps);
         }
-    } catch (const std::exception&) {
-        result = false;
+    } catch (const std::exception&) { // Making the steps reports what is wrong with the film.
     }
     std::error_code ignored;
     fs::remove(scratch, ignored);
-    return result;
-}
-
-bool holdsSound(const fs::path& film, const std::stop_token& stop)
-{
-    try {
-        const auto audio = FfprobeMediaProbe().facts(film, stop).audio;
-        return audio && audio->codec == "aac" && audio->channels <= 2 && audio->bitRate > 0
-            && static_cast<double>(audio->bitRate) <= static_cast<double>(HlsLadder::soundBitRate) * allowedShare;
-    } catch (const Error&) {
-        return false; // Making the steps reports what is wrong with it.
-    }
+    return copies;
 }
 
 } // namespace orvo::StreamedFilm

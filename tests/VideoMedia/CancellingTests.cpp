@@ -31,7 +31,8 @@ TEST(Cancelling, IsNoAnswerOfOperationsThatHandleFailures)
     EXPECT_THROW(ProcessRunner::succeeds("/bin/true", {}, stop), Cancelled);
     EXPECT_THROW(FfprobeMediaProbe().facts(movie, stop), Cancelled);
     EXPECT_THROW(OverlayImage::isDecodable(ffmpeg, movie, stop), Cancelled);
-    EXPECT_THROW(StreamedFilm::holds(ffmpeg, movie, {.width = 64, .height = 36}, 10, folder / "scratch", stop), Cancelled);
+    EXPECT_THROW(
+        StreamedFilm::copiesInto({.width = 64, .height = 36}, 10, movie, ffmpeg, folder / "scratch", stop), Cancelled);
     EXPECT_THROW(encodeWithBest(ffmpeg, task,
                      [&, runs = 0](const VideoEncoder&) mutable {
                          isTriedAgain = ++runs > 1;

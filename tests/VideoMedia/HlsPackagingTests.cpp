@@ -191,7 +191,7 @@ TEST_F(HlsPackaging, AStepThatTheMovieIsAlreadyHasItsFrames)
     EXPECT_EQ(own.size(), 135U);
     EXPECT_EQ(hashes(folder / "hls/720/index.m3u8"), own);
     EXPECT_EQ(hashes(folder / "hls/480/index.m3u8").size(), 135U);
-    // The sound is that of the movie behind what an AAC decoder gives before it; a movie tells where its last frame ends.
+    // The sound is the movie's. Only the movie says that the encoder's first frame is skipped and its last one cut short.
     auto sound = hashes(movie, "0:a");
     sound.pop_back();
     for (const auto* step : {"480", "720"}) {
