@@ -207,17 +207,20 @@ TEST_F(PiecedFilmTests, HasTheFramesAndTheAudioOfTheWholeFilm)
 {
     makeScreen();
     makeEverything();
-    constexpr std::int64_t fps = 24; // The recording has 30.
-    project.edit.sharpen = true;
-    std::vector<double> values;
-    progress = [&](double value) { values.push_back(value); };
-    const auto film = exported("film.mp4", {.fps = fps, .quality = ExportQuality::high});
-    EXPECT_TRUE(std::ranges::is_sorted(values));
-    EXPECT_EQ(values.back(), 1);
-    EXPECT_EQ(films(kept(), piecesFolder()), RenderGraph::piecesOf(project, fps).size());
-    const auto whole = exported("whole.mp4", {.fps = fps, .quality = ExportQuality::high, .isWhole = true});
-    expectSameFilm(film, whole);
-    EXPECT_THAT(leftovers(), IsEmpty());
+    for (const std::int64_t fps : {30, 24}) {
+        SCOPED_TRACE(fps);
+        project.edit.sharpen = fps == 24;
+        std::vector<double> values;
+        progress = [&](double value) { values.push_back(value); };
+        const auto film = exported("film.mp4", {.fps = fps, .quality = ExportQuality::high});
+        EXPECT_TRUE(std::ranges::is_sorted(values));
+        EXPECT_EQ(values.back(), 1);
+        EXPECT_EQ(films(kept(), piecesFolder()), RenderGraph::piecesOf(project, fps).size());
+        const auto whole = exported("whole.mp4", {.fps = fps, .quality = ExportQuality::high, .isWhole = true});
+        expectSameFilm(film, whole);
+        EXPECT_THAT(leftovers(), IsEmpty());
+        fs::remove_all(cacheHome());
+    }
 }
 
 /// Recordings have no frame while nothing moves, sound may begin before the picture, and frames may refer to later ones.
