@@ -8,7 +8,7 @@
 #include <array>
 #include <cmath>
 #include <format>
-#include <iterator>
+#include <span>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -145,18 +145,14 @@ void nameCuts(const VideoProject& before, const VideoProject& after, Names& name
         names.push_back(nameOfCut(after, restored, cutAfter, cutBefore, false));
 }
 
-void nameWords(const SharedList<TranscriptWord>& before, const SharedList<TranscriptWord>& after, Names& names)
+void nameWords(const SharedList<TranscriptWord>& before, const SharedList<TranscriptWord>& after, const CommonEnds& common,
+    Names& names)
 {
-    if (before.sharesStorageWith(after))
-        return;
     const auto& a = before.items();
     const auto& b = after.items();
-    const auto head = std::ranges::mismatch(a, b);
-    const auto most = std::min(a.end() - head.in1, b.end() - head.in2);
-    const auto tail = std::mismatch(a.rbegin(), a.rbegin() + most, b.rbegin());
-    const auto from = static_cast<std::size_t>(head.in1 - a.begin());
-    const auto endBefore = static_cast<std::size_t>(tail.first.base() - a.begin());
-    const auto endAfter = static_cast<std::size_t>(tail.second.base() - b.begin());
+    const auto from = common.head;
+    const auto endBefore = a.size() - common.tail;
+    const auto endAfter = b.size() - common.tail;
     if (from == endBefore && from == endAfter)
         return;
     if (after.empty())
@@ -191,24 +187,23 @@ template <typename T> struct Difference {
     std::vector<std::pair<const T*, const T*>> changed;
 
     Difference(const SharedList<T>& before, const SharedList<T>& after)
+        : Difference(before, after, CommonEnds::of(before, after))
     {
-        if (before.sharesStorageWith(after))
-            return;
-        const auto& a = before.items();
-        const auto& b = after.items();
-        // Only what lies between the common beginning and the common end: an edit changes one of thousands.
-        const auto head = std::ranges::mismatch(a, b);
-        const auto most = std::min(a.end() - head.in1, b.end() - head.in2);
-        const auto tail = std::mismatch(a.rbegin(), a.rbegin() + most, b.rbegin());
+    }
+    Difference(const SharedList<T>& before, const SharedList<T>& after, const CommonEnds& common)
+    {
+        const auto between = [&](const SharedList<T>& list) {
+            return std::span(list.items()).subspan(common.head, list.size() - common.head - common.tail);
+        };
         std::unordered_map<Uuid, const T*> left;
-        for (auto item = head.in1; item != tail.first.base(); ++item)
-            left.emplace(item->id, &*item);
-        for (auto item = head.in2; item != tail.second.base(); ++item) {
-            const auto same = left.extract(item->id);
+        for (const auto& item : between(before))
+            left.emplace(item.id, &item);
+        for (const auto& item : between(after)) {
+            const auto same = left.extract(item.id);
             if (!same)
-                added.push_back(&*item);
-            else if (!(*same.mapped() == *item))
-                changed.emplace_back(same.mapped(), &*item);
+                added.push_back(&item);
+            else if (!(*same.mapped() == item))
+                changed.emplace_back(same.mapped(), &item);
         }
         for (const auto& [id, item] : left)
             removed.push_back(item);
@@ -259,9 +254,10 @@ std::string nameOfZoom(const PointerEvent& before, const PointerEvent& after)
     return "mover un zoom";
 }
 
-void nameEvents(const SharedList<PointerEvent>& before, const SharedList<PointerEvent>& after, Names& names)
+void nameEvents(
+    const SharedList<PointerEvent>& before, const SharedList<PointerEvent>& after, const CommonEnds& common, Names& names)
 {
-    Difference difference(before, after);
+    Difference difference(before, after, common);
     const auto isOther = [](const PointerEvent* event) { return event->kind != PointerKind::zoom; };
     const std::size_t others = std::erase_if(difference.added, isOther) + std::erase_if(difference.removed, isOther)
         + std::erase_if(difference.changed, [](const auto& pair) {
@@ -335,16 +331,18 @@ void namePublication(const std::optional<Publication>& before, const std::option
 
 } // namespace
 
-std::string nameOf(const VideoProject& before, const VideoProject& after)
+std::string nameOf(const ProjectChange& change)
 {
+    const VideoProject& before = change.before;
+    const VideoProject& after = change.after;
     Names names;
     if (before.title != after.title)
         names.emplace_back("cambiar el título");
     nameTracks(before, after, names);
-    nameWords(before.edit.words, after.edit.words, names);
+    nameWords(before.edit.words, after.edit.words, change.words, names);
     nameCuts(before, after, names);
     nameOverlays(before.edit.overlays, after.edit.overlays, names);
-    nameEvents(before.edit.events, after.edit.events, names);
+    nameEvents(before.edit.events, after.edit.events, change.events, names);
     nameSettings(before.edit, after.edit, names);
     namePublication(before.publication, after.publication, names);
     if (names.empty()) {

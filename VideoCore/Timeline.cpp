@@ -77,25 +77,26 @@ void appendCueText(std::string& out, std::string_view text)
 
 std::vector<TimeSpan> merged(std::span<const TimeSpan> cuts, double duration)
 {
-    std::vector<TimeSpan> clean;
-    clean.reserve(cuts.size());
+    std::vector<TimeSpan> result;
+    result.reserve(cuts.size());
     for (const auto& cut : cuts) {
         if (!std::isfinite(cut.start) || !std::isfinite(cut.end))
             continue;
         const TimeSpan clamped{std::max(cut.start, 0.0), std::min(cut.end, duration)};
         if (clamped.end > clamped.start)
-            clean.push_back(clamped);
+            result.push_back(clamped);
     }
-    std::ranges::stable_sort(clean, {}, &TimeSpan::start);
+    if (!std::ranges::is_sorted(result, {}, &TimeSpan::start)) // Those of a document are, nearly always.
+        std::ranges::stable_sort(result, {}, &TimeSpan::start);
 
-    std::vector<TimeSpan> result;
-    result.reserve(clean.size());
-    for (const auto& cut : clean) {
-        if (!result.empty() && cut.start <= result.back().end)
-            result.back().end = std::max(result.back().end, cut.end);
+    std::size_t count = 0; // Of those that are merged; they never overtake those that are not yet.
+    for (const auto& cut : result) {
+        if (count > 0 && cut.start <= result[count - 1].end)
+            result[count - 1].end = std::max(result[count - 1].end, cut.end);
         else
-            result.push_back(cut);
+            result[count++] = cut;
     }
+    result.resize(count);
     return result;
 }
 

@@ -132,7 +132,7 @@ private:
 bool isStep(VideoProject before, const VideoProject& after)
 {
     before.publication = after.publication;
-    return !EditNames::nameOf(before, after).empty();
+    return !EditNames::nameOf({before, after}).empty();
 }
 
 enum class Direction : std::uint8_t { back, forward };
@@ -166,7 +166,7 @@ Moved move(const ProjectStore& store, const Uuid& id, Direction direction)
 
     versions.keepDocument(from->number);
     store.save(version);
-    Moved moved{.step = isBack ? EditNames::nameOf(version, present) : EditNames::nameOf(present, version)};
+    Moved moved{.step = isBack ? EditNames::nameOf({version, present}) : EditNames::nameOf({present, version})};
     try {
         versions.setPresent(to, version);
         moved.undoable = static_cast<std::size_t>(std::ranges::count_if(numbers, [to](Number each) { return each < to; }))

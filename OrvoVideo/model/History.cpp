@@ -9,37 +9,30 @@
 namespace orvo {
 
 template <typename T>
-ListDelta<T>::ListDelta(const SharedList<T>& list, const SharedList<T>& other)
-    : m_same(list.sharesStorageWith(other))
+ListDelta<T>::ListDelta(const SharedList<T>& list, const CommonEnds& common)
+    : m_common(common)
+    , m_middle(
+          list.begin() + static_cast<std::ptrdiff_t>(common.head), list.end() - static_cast<std::ptrdiff_t>(common.tail))
 {
-    if (m_same)
-        return;
-    const auto& a = list.items();
-    const auto& b = other.items();
-    m_head = static_cast<std::size_t>(std::ranges::mismatch(a, b).in1 - a.begin());
-    const auto longestTail = static_cast<std::ptrdiff_t>(std::min(a.size(), b.size()) - m_head);
-    const auto mismatch = std::mismatch(a.rbegin(), a.rbegin() + longestTail, b.rbegin());
-    m_tail = static_cast<std::size_t>(mismatch.first - a.rbegin());
-    m_middle.assign(a.begin() + static_cast<std::ptrdiff_t>(m_head), a.end() - static_cast<std::ptrdiff_t>(m_tail));
 }
 
 template <typename T> SharedList<T> ListDelta<T>::applyTo(const SharedList<T>& other) const
 {
     const auto& b = other.items();
-    if (m_same || (m_middle.empty() && m_head + m_tail == b.size()))
+    if (m_middle.empty() && m_common.head + m_common.tail == b.size())
         return other;
     std::vector<T> items;
-    items.reserve(m_head + m_middle.size() + m_tail);
-    items.insert(items.end(), b.begin(), b.begin() + static_cast<std::ptrdiff_t>(m_head));
+    items.reserve(m_common.head + m_middle.size() + m_common.tail);
+    items.insert(items.end(), b.begin(), b.begin() + static_cast<std::ptrdiff_t>(m_common.head));
     items.insert(items.end(), m_middle.begin(), m_middle.end());
-    items.insert(items.end(), b.end() - static_cast<std::ptrdiff_t>(m_tail), b.end());
+    items.insert(items.end(), b.end() - static_cast<std::ptrdiff_t>(m_common.tail), b.end());
     return SharedList<T>(std::move(items));
 }
 
-ProjectDelta::ProjectDelta(const VideoProject& version, const VideoProject& other)
-    : m_version(version)
-    , m_words(version.edit.words, other.edit.words)
-    , m_events(version.edit.events, other.edit.events)
+ProjectDelta::ProjectDelta(const ProjectChange& change)
+    : m_version(change.before)
+    , m_words(change.before.edit.words, change.words)
+    , m_events(change.before.edit.events, change.events)
 {
     m_version.edit.words = {};
     m_version.edit.events = {};
@@ -74,11 +67,12 @@ bool areSameDocument(VideoProject a, VideoProject b)
 
 void History::record(const VideoProject& before, const VideoProject& after, Trim trim, std::string name)
 {
+    const ProjectChange change(before, after);
     if (name.empty())
-        name = EditNames::nameOf(before, after);
+        name = EditNames::nameOf(change);
     if (name.empty())
         name = "sin cambios"; // It is a step all the same.
-    m_undo.push_back({.delta = ProjectDelta(before, after), .step = {.id = ++m_lastId, .name = std::move(name)}});
+    m_undo.push_back({.delta = ProjectDelta(change), .step = {.id = ++m_lastId, .name = std::move(name)}});
     if (trim == Trim::toLimit && m_undo.size() > limit)
         m_undo.erase(m_undo.begin(), m_undo.end() - limit);
     m_redo.clear();
@@ -91,20 +85,21 @@ void History::amend(const VideoProject& before, const VideoProject& after, Namin
         return;
     auto& last = m_undo.back();
     const auto version = last.delta.applyTo(before);
-    last.delta = ProjectDelta(version, after);
+    const ProjectChange change(version, after);
+    last.delta = ProjectDelta(change);
     if (naming == Naming::keep)
         return;
     // A value that was dragged to and fro keeps the name.
-    if (auto name = EditNames::nameOf(version, after); !name.empty())
+    if (auto name = EditNames::nameOf(change); !name.empty())
         last.step.name = std::move(name);
 }
 
-std::optional<VideoProject> History::move(std::vector<Entry>& from, std::vector<Entry>& to, const VideoProject& present)
+std::optional<VideoProject> History::move(std::deque<Entry>& from, std::deque<Entry>& to, const VideoProject& present)
 {
     if (from.empty())
         return std::nullopt;
     auto version = from.back().delta.applyTo(present);
-    to.push_back({.delta = ProjectDelta(present, version), .step = std::move(from.back().step)});
+    to.push_back({.delta = ProjectDelta({present, version}), .step = std::move(from.back().step)});
     from.pop_back();
     return version;
 }

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "VideoCore/ProjectChange.h"
 #include "VideoCore/VideoProject.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,7 +15,8 @@ namespace orvo {
 /// A list as what it has that another has not: both begin and end alike, and `m_middle` stands between.
 template <typename T> class ListDelta {
 public:
-    ListDelta(const SharedList<T>& list, const SharedList<T>& other);
+    /// `common` is what both begin and end with.
+    ListDelta(const SharedList<T>& list, const CommonEnds& common);
 
     /// The list, given the other one.
     SharedList<T> applyTo(const SharedList<T>& other) const;
@@ -21,16 +24,15 @@ public:
     const std::vector<T>& middle() const noexcept { return m_middle; }
 
 private:
-    bool m_same = false; ///< The list is the other one.
-    std::size_t m_head = 0; ///< How many items both begin with.
-    std::size_t m_tail = 0; ///< How many items both end with.
+    CommonEnds m_common;
     std::vector<T> m_middle;
 };
 
 /// A version of a project as what it has that another version has not: a change of one of 43,200 events keeps one event.
 class ProjectDelta {
 public:
-    ProjectDelta(const VideoProject& version, const VideoProject& other);
+    /// The version before the change, which the one after it gives back.
+    explicit ProjectDelta(const ProjectChange& change);
 
     /// The version, given the other one.
     VideoProject applyTo(const VideoProject& other) const;
@@ -99,10 +101,10 @@ private:
         Step step;
     };
 
-    static std::optional<VideoProject> move(std::vector<Entry>& from, std::vector<Entry>& to, const VideoProject& present);
+    static std::optional<VideoProject> move(std::deque<Entry>& from, std::deque<Entry>& to, const VideoProject& present);
 
-    std::vector<Entry> m_undo; ///< Oldest first, each relative to the next, the last to the present.
-    std::vector<Entry> m_redo; ///< Most recently undone last, each relative to the one before, the last to the present.
+    std::deque<Entry> m_undo; ///< Oldest first, each relative to the next, the last to the present.
+    std::deque<Entry> m_redo; ///< Most recently undone last, each relative to the one before, the last to the present.
     std::uint64_t m_lastId = 0;
 };
 

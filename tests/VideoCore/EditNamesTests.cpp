@@ -101,7 +101,7 @@ TEST(EditNames, NamesWhatDiffers)
         prepare(before);
         auto after = before;
         change(after);
-        EXPECT_EQ(EditNames::nameOf(before, after), name);
+        EXPECT_EQ(EditNames::nameOf({before, after}), name);
     }
 }
 

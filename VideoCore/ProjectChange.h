@@ -1,0 +1,48 @@
+#pragma once
+
+#include "VideoCore/VideoProject.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <ranges>
+#include <span>
+
+namespace orvo {
+
+/// How much two lists have in common at their ends: they begin with the same `head` items and end with the same `tail` ones,
+/// which do not overlap.
+struct CommonEnds {
+    std::size_t head = 0;
+    std::size_t tail = 0;
+
+    template <std::ranges::contiguous_range List> static CommonEnds of(const List& before, const List& after)
+    {
+        const std::span a(before.begin(), before.end());
+        const std::span b(after.begin(), after.end());
+        if (a.data() == b.data() && a.size() == b.size()) // They share their items.
+            return {.head = a.size(), .tail = 0};
+        const auto head = std::ranges::mismatch(a, b).in1 - a.begin();
+        const auto longestTail = static_cast<std::ptrdiff_t>(std::min(a.size(), b.size())) - head;
+        const auto tail = std::mismatch(a.rbegin(), a.rbegin() + longestTail, b.rbegin()).first - a.rbegin();
+        return {.head = static_cast<std::size_t>(head), .tail = static_cast<std::size_t>(tail)};
+    }
+};
+
+/// A change from one version of a project to another, and where in its long lists it lies: finding that reads every item, so
+/// it is done once for all who ask. Refers to both versions.
+struct ProjectChange {
+    ProjectChange(const VideoProject& from, const VideoProject& to)
+        : before(from)
+        , after(to)
+        , words(CommonEnds::of(from.edit.words, to.edit.words))
+        , events(CommonEnds::of(from.edit.events, to.edit.events))
+    {
+    }
+
+    const VideoProject& before;
+    const VideoProject& after;
+    CommonEnds words;
+    CommonEnds events;
+};
+
+} // namespace orvo
