@@ -2,6 +2,7 @@
 
 #include "VideoCore/Labels.h"
 
+#include <QTimeZone>
 #include <array>
 
 namespace orvo::Text {
@@ -26,7 +27,7 @@ QString from(const std::filesystem::path& path)
 QDateTime from(DateTime instant)
 {
     const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(instant.time_since_epoch());
-    return QDateTime::fromMSecsSinceEpoch(milliseconds.count());
+    return QDateTime::fromMSecsSinceEpoch(milliseconds.count(), QTimeZone::UTC); // Local time would ask for the zone's file.
 }
 
 Uuid toId(const QString& text)

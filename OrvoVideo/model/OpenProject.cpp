@@ -198,7 +198,7 @@ void OpenProject::offerSuggestions()
     if (m_found.empty() && m_suggestions.suggestions().empty())
         return;
     auto offered = m_project ? Suggestions::offered(*m_project, m_found) : std::vector<EditSuggestion>();
-    const double length = m_project ? m_project->playableDuration() : 0;
+    const double length = m_project ? m_length : 0;
     for (const auto kind : {SuggestionKind::silence, SuggestionKind::filler, SuggestionKind::zoom}) {
         std::vector<EditSuggestion> ofKind;
         std::ranges::copy_if(offered, std::back_inserter(ofKind), [&](const auto& each) { return each.kind == kind; });
@@ -211,9 +211,12 @@ void OpenProject::offerSuggestions()
 
 void OpenProject::setProject(VideoProject project)
 {
-    const bool otherEdit = !m_project || !m_project->edit.cuts.sharesStorageWith(project.edit.cuts)
-        || !m_project->edit.events.sharesStorageWith(project.edit.events) || m_project->duration != project.duration;
+    const bool otherLength =
+        !m_project || !m_project->edit.cuts.sharesStorageWith(project.edit.cuts) || m_project->duration != project.duration;
+    const bool otherEdit = otherLength || !m_project->edit.events.sharesStorageWith(project.edit.events);
     m_project = std::move(project);
+    if (otherLength)
+        m_length = m_project->playableDuration();
     if (otherEdit)
         offerSuggestions();
     showProject();
@@ -222,7 +225,7 @@ void OpenProject::setProject(VideoProject project)
 void OpenProject::showProject()
 {
     const VideoProject* shown = m_project ? &*m_project : nullptr;
-    m_facts = shown ? ProjectFacts::of(*shown) : ProjectFacts();
+    m_facts = shown ? ProjectFacts::of(*shown, m_length) : ProjectFacts();
     const auto resolve = [this](const std::string& file) {
         try {
             return QUrl::fromLocalFile(Text::from(m_store.mediaURL(*m_project, file)));

@@ -142,6 +142,7 @@ private:
 
     const ProjectStore& m_store;
     std::optional<VideoProject> m_project;
+    double m_length = 0; ///< Its `playableDuration`, while a project is open.
     ProjectFacts m_facts;
     TrackModel m_tracks;
     TranscriptModel m_transcript;

@@ -24,7 +24,7 @@ ExportSettings RunSettings::exports() const
     return {.height = options.height, .fps = options.fps, .quality = exportQuality};
 }
 
-ProjectFacts ProjectFacts::of(const VideoProject& project)
+ProjectFacts ProjectFacts::of(const VideoProject& project, double playableDuration)
 {
     const auto& edit = project.edit;
     ProjectFacts facts;
@@ -36,7 +36,7 @@ ProjectFacts ProjectFacts::of(const VideoProject& project)
     facts.createdAt = Text::from(project.createdAt);
     facts.updatedAt = Text::from(project.updatedAt);
     facts.duration = project.duration;
-    facts.playableDuration = project.playableDuration();
+    facts.playableDuration = playableDuration;
     facts.width = static_cast<int>(project.width);
     facts.height = static_cast<int>(project.height);
     facts.fps = static_cast<int>(project.fps);

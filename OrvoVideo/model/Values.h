@@ -127,7 +127,8 @@ public:
     bool sharpen = false;
     double fade = 0;
 
-    static ProjectFacts of(const VideoProject& project);
+    /// `playableDuration` is the project's, which takes a walk through its cuts.
+    static ProjectFacts of(const VideoProject& project, double playableDuration);
 };
 
 } // namespace orvo

@@ -14,6 +14,12 @@ void HistoryModel::show(const History& history)
     std::vector<Row> rows{{.id = 0, .name = "principio", .isUndone = false}};
     for (auto& step : history.steps())
         rows.push_back({.id = step.id, .name = std::move(step.name), .isUndone = rows.size() > history.position()});
+    // The oldest step goes when one too many comes. Shown one after the other, both are found at the ends of the list.
+    if (m_rows.size() > 1 && rows.size() > 1 && m_rows[1].id < rows[1].id) {
+        std::vector<Row> left = m_rows.items();
+        left.erase(left.begin() + 1, std::ranges::lower_bound(left.begin() + 1, left.end(), rows[1].id, {}, &Row::id));
+        replaceRows(m_rows, SharedList(std::move(left)), byId<Row>());
+    }
     replaceRows(m_rows, SharedList(std::move(rows)), byId<Row>());
     if (std::exchange(m_position, static_cast<int>(history.position())) != m_position)
         emit positionChanged();

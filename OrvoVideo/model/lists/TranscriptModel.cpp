@@ -1,10 +1,13 @@
 #include "OrvoVideo/model/lists/TranscriptModel.h"
 
 #include "OrvoVideo/model/ModelText.h"
+#include "VideoCore/ProjectChange.h"
 #include "VideoCore/Suggestions.h"
 #include "VideoCore/Timeline.h"
 #include "VideoCore/Transcript.h"
 
+#include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace orvo {
@@ -15,6 +18,22 @@ double gapBefore(const SharedList<TranscriptWord>& words, std::size_t row)
 {
     const double end = row == 0 ? 0 : words[row - 1].end;
     return std::max(words[row].start - end, 0.0);
+}
+
+constexpr TimeSpan everything{-std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
+
+/// The stretch of time outside of which two lists of disjoint sorted spans are the same.
+TimeSpan differing(const std::vector<TimeSpan>& before, const std::vector<TimeSpan>& after)
+{
+    const auto common = CommonEnds::of(before, after);
+    TimeSpan stretch{.start = everything.end, .end = everything.start};
+    for (const auto* spans : {&before, &after}) {
+        if (spans->size() == common.head + common.tail)
+            continue;
+        stretch.start = std::min(stretch.start, (*spans)[common.head].start);
+        stretch.end = std::max(stretch.end, (*spans)[spans->size() - common.tail - 1].end);
+    }
+    return stretch;
 }
 
 } // namespace
@@ -44,15 +63,17 @@ void TranscriptModel::showCuts(const SharedList<TimeSpan>& cuts, double duration
     const auto mergedBefore = std::exchange(m_merged, Timeline::merged(cuts, duration));
     const double durationBefore = std::exchange(m_duration, duration);
     m_cuts = cuts;
+    const auto touched = durationBefore == duration ? differing(mergedBefore, m_merged) : everything;
+
+    const auto hasChanged = [&](const TranscriptWord& word) {
+        return word.start >= touched.start && word.start < touched.end
+            && Transcript::isCut(word, mergedBefore, durationBefore) != Transcript::isCut(word, m_merged, m_duration);
+    };
 
     int first = -1;
     const int rows = rowCount();
     for (int row = 0; row <= rows; ++row) {
-        bool changed = false;
-        if (row < rows) {
-            const auto& word = m_words[static_cast<std::size_t>(row)];
-            changed = Transcript::isCut(word, mergedBefore, durationBefore) != Transcript::isCut(word, m_merged, m_duration);
-        }
+        const bool changed = row < rows && hasChanged(m_words[static_cast<std::size_t>(row)]);
         if (changed && first < 0) {
             first = row;
         } else if (!changed && first >= 0) {
