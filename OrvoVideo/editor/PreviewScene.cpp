@@ -101,7 +101,6 @@ void PreviewScene::place()
                 {static_cast<double>(m_cameraShape.width()), static_cast<double>(m_cameraShape.height())});
         m_camera = {camera.x * m_pixel, camera.y * m_pixel, camera.width * m_pixel, camera.height * m_pixel};
         m_trail.show(*shown);
-        m_kept = RenderGraph::keptSpans(*shown, shown->fps);
     }
     if (places() != before)
         emit placesChanged();
@@ -156,11 +155,12 @@ double PreviewScene::dipAt(double time) const
     // An opened project shows its first frame, although the film fades in from black.
     if (!playing && m_model->playhead() == 0)
         return 0;
-    const auto next = std::ranges::upper_bound(m_kept, time, {}, [](const auto& kept) { return kept.span.start; });
-    if (next != m_kept.begin() && time < (next - 1)->span.end)
+    const auto& all = m_model->playback().kept();
+    const auto next = std::ranges::upper_bound(all, time, {}, [](const auto& kept) { return kept.span.start; });
+    if (next != all.begin() && time < (next - 1)->span.end)
         return blackness(time, (next - 1)->span, (next - 1)->pictureFade, static_cast<double>(project()->fps));
     // A cut can be looked at while paused; playback jumps over it.
-    return playing && project()->edit.fade > 0 && !m_kept.empty() ? 1 : 0;
+    return playing && project()->edit.fade > 0 && !all.empty() ? 1 : 0;
 }
 
 double PreviewScene::clipDipAt(double time) const

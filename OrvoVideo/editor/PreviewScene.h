@@ -2,7 +2,6 @@
 
 #include "EditorGeometry/PreviewGeometry.h"
 #include "OrvoVideo/model/AppModel.h"
-#include "VideoMedia/KeptSpans.h"
 
 #include <QPointer>
 #include <QRectF>
@@ -113,7 +112,6 @@ private:
     PreviewGeometry::PointerTrail m_trail;
     double m_time = 0;
     PreviewGeometry::Zoom m_zoom;
-    std::vector<RenderGraph::KeptSpan> m_kept;
     QString m_framedZoom;
     std::optional<QRectF> m_zoomPart; ///< While it is being chosen.
     double m_dip = 0;

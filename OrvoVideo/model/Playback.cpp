@@ -2,7 +2,6 @@
 
 #include "VideoCore/Suggestions.h"
 #include "VideoCore/Timeline.h"
-#include "VideoMedia/KeptSpans.h"
 
 #include <algorithm>
 #include <cmath>
@@ -67,7 +66,7 @@ Playback::Playback(PreviewPlayer& player, PreviewPlayer& cameraPlayer, OpenProje
     });
     connect(&m_project, &OpenProject::projectChanged, this, [this] {
         setTrial(std::nullopt);
-        followFades();
+        followCuts();
     });
     connect(&m_project, &OpenProject::tracksEdited, this, &Playback::followVolumes);
     connect(&m_project, &OpenProject::stepped, this, &Playback::follow);
@@ -221,15 +220,21 @@ void Playback::followVolumes()
     m_composition = composition;
 }
 
-/// Has the sound dip at the cuts as the export's does.
-void Playback::followFades()
+/// Has the sound dip at the cuts as the export's does. Most edits leave them as they are.
+void Playback::followCuts()
 {
+    const auto* project = shown();
+    KeptBy by;
+    if (project)
+        by = {project->edit.cuts, project->duration, project->edit.fade, project->fps};
+    if (by == m_keptBy)
+        return;
+    m_keptBy = std::move(by);
+    m_kept = project ? RenderGraph::keptSpans(*project, project->fps) : std::vector<RenderGraph::KeptSpan>();
     std::vector<PreviewPlayer::HeardSpan> heard;
-    if (const auto* project = shown()) {
-        for (const auto& kept : RenderGraph::keptSpans(*project, project->fps))
-            heard.push_back(
-                {.start = kept.span.start, .end = kept.span.end, .fadeIn = kept.soundIn, .fadeOut = kept.soundOut});
-    }
+    heard.reserve(m_kept.size());
+    for (const auto& kept : m_kept)
+        heard.push_back({.start = kept.span.start, .end = kept.span.end, .fadeIn = kept.soundIn, .fadeOut = kept.soundOut});
     m_player.setHeard(std::move(heard));
 }
 
@@ -298,7 +303,7 @@ void Playback::setTrial(std::optional<Trial> trial)
         return;
     m_trial = std::move(trial);
     m_announced.reset();
-    followFades();
+    followCuts();
     emit shownChanged();
 }
 

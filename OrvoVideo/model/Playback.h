@@ -5,6 +5,7 @@
 #include "OrvoVideo/model/Operation.h"
 #include "OrvoVideo/model/Workers.h"
 #include "OrvoVideo/playback/PreviewPlayer.h"
+#include "VideoMedia/KeptSpans.h"
 #include "VideoMedia/MediaProbe.h"
 
 #include <QCoroTask>
@@ -14,6 +15,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace orvo {
 
@@ -73,6 +75,8 @@ public:
     static constexpr double aroundTrial = 1;
     /// What plays: the project as it would be with what is tried out, or the open one; null without one.
     const VideoProject* shown() const;
+    /// The spans of `shown` that the film keeps at the project's frame rate.
+    const std::vector<RenderGraph::KeptSpan>& kept() const { return m_kept; }
     /// Pauses with the playhead at 0, for another project.
     void rewind();
 
@@ -92,13 +96,22 @@ private:
         VideoProject project;
         double end = 0; ///< Where it stops.
     };
+    /// What the kept spans depend on.
+    struct KeptBy {
+        SharedList<TimeSpan> cuts;
+        double duration = 0;
+        double fade = 0;
+        std::int64_t fps = 0;
+
+        friend bool operator==(const KeptBy&, const KeptBy&) = default;
+    };
     enum class Outcome : std::uint8_t { loaded, failed, superseded };
 
     PreviewComposition compose(const VideoProject& project) const;
     std::optional<std::filesystem::path> cameraOf(const VideoProject& project) const;
     QCoro::Task<> rebuildCamera(std::optional<std::filesystem::path> file);
     void followVolumes();
-    void followFades();
+    void followCuts();
     void watch(double seconds);
     void announceNextCut();
     void followWithCamera(double seconds);
@@ -123,6 +136,8 @@ private:
     bool m_playing = false;
     bool m_ended = false; ///< Playback has come to the end, which may lie before the project's.
     std::optional<Trial> m_trial;
+    KeptBy m_keptBy;
+    std::vector<RenderGraph::KeptSpan> m_kept;
     std::optional<double> m_announced; ///< The seek target last announced with `expectSeek`: the end of a cut.
     Preview m_preview = Preview::Empty;
     PreviewComposition m_composition; ///< What `player` was last asked to load.
