@@ -22,44 +22,69 @@ std::optional<Uuid> projectNamed(std::string_view name)
 
 } // namespace
 
-LibraryWatch::LibraryWatch(fs::path library)
+LibraryWatch::Projects::Projects(fs::path library)
     : m_library(std::move(library))
     , m_inotify(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
 {
-    m_settling.setSingleShot(true);
-    m_settling.setInterval(200);
-    connect(&m_settling, &QTimer::timeout, this, [this] { emit changed(std::exchange(m_changed, {})); });
-    if (!m_inotify)
-        return;
-    m_notifier = std::make_unique<QSocketNotifier>(m_inotify.get(), QSocketNotifier::Read);
-    connect(m_notifier.get(), &QSocketNotifier::activated, this, &LibraryWatch::read);
-    m_libraryWatch = ::inotify_add_watch(
-        m_inotify.get(), m_library.c_str(), IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ONLYDIR);
-    watchProjects();
 }
 
-void LibraryWatch::watchProjects()
+void LibraryWatch::Projects::add(const Uuid& id)
+{
+    const auto folder = m_library / id.text();
+    const std::scoped_lock lock(m_mutex);
+    const int watch = ::inotify_add_watch(
+        m_inotify.get(), folder.c_str(), IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ONLYDIR);
+    if (watch >= 0)
+        m_byWatch.insert_or_assign(watch, id);
+}
+
+void LibraryWatch::Projects::addAll()
 {
     std::error_code error;
     for (fs::directory_iterator entry(m_library, error), end; !error && entry != end; entry.increment(error)) {
         if (const auto id = projectNamed(entry->path().filename().native()))
-            watchProject(*id);
+            add(*id);
     }
 }
 
-void LibraryWatch::watchProject(const Uuid& id)
+std::optional<Uuid> LibraryWatch::Projects::watchedBy(int watch) const
 {
-    const int watch = ::inotify_add_watch(m_inotify.get(), (m_library / id.text()).c_str(),
-        IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_ONLYDIR);
-    if (watch >= 0)
-        m_projects.insert_or_assign(watch, id);
+    const std::scoped_lock lock(m_mutex);
+    const auto found = m_byWatch.find(watch);
+    return found == m_byWatch.end() ? std::nullopt : std::optional(found->second);
+}
+
+void LibraryWatch::Projects::forget(int watch)
+{
+    const std::scoped_lock lock(m_mutex);
+    m_byWatch.erase(watch);
+}
+
+LibraryWatch::LibraryWatch(fs::path library)
+    : m_projects(std::make_shared<Projects>(library))
+{
+    m_settling.setSingleShot(true);
+    m_settling.setInterval(200);
+    connect(&m_settling, &QTimer::timeout, this, [this] { emit changed(std::exchange(m_changed, {})); });
+    const int inotify = m_projects->inotify();
+    if (inotify < 0)
+        return;
+    m_notifier = std::make_unique<QSocketNotifier>(inotify, QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &LibraryWatch::read);
+    m_libraryWatch =
+        ::inotify_add_watch(inotify, library.c_str(), IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ONLYDIR);
+}
+
+std::function<void()> LibraryWatch::watchingProjects() const
+{
+    return [projects = m_projects] { projects->addAll(); };
 }
 
 void LibraryWatch::read()
 {
     alignas(inotify_event) std::array<char, std::size_t{16} * 1024> buffer{};
     for (;;) {
-        const ssize_t got = ::read(m_inotify.get(), buffer.data(), buffer.size());
+        const ssize_t got = ::read(m_projects->inotify(), buffer.data(), buffer.size());
         if (got <= 0)
             break;
         for (std::size_t at = 0; at < static_cast<std::size_t>(got);) {
@@ -67,17 +92,17 @@ void LibraryWatch::read()
             at += sizeof(inotify_event) + event->len;
             const std::string_view name = event->len > 0 ? std::string_view(event->name) : std::string_view();
             if ((event->mask & IN_IGNORED) != 0) {
-                m_projects.erase(event->wd);
+                m_projects->forget(event->wd);
             } else if (event->wd == m_libraryWatch) {
                 const auto id = projectNamed(name);
                 if (!id)
                     continue;
                 if ((event->mask & (IN_CREATE | IN_MOVED_TO)) != 0)
-                    watchProject(*id);
+                    m_projects->add(*id);
                 m_changed.insert(*id);
-            } else if (const auto project = m_projects.find(event->wd);
-                project != m_projects.end() && name == ProjectStore::documentName) {
-                m_changed.insert(project->second);
+            } else if (name == ProjectStore::documentName) {
+                if (const auto project = m_projects->watchedBy(event->wd))
+                    m_changed.insert(*project);
             }
         }
     }

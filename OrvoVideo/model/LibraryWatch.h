@@ -7,8 +7,11 @@
 #include <QSocketNotifier>
 #include <QTimer>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <set>
 
 namespace orvo {
@@ -18,23 +21,41 @@ namespace orvo {
 class LibraryWatch : public QObject {
     Q_OBJECT
 public:
-    /// Watches the library in this folder from now on.
+    /// Watches the library in this folder from now on, and projects that come into it.
     explicit LibraryWatch(std::filesystem::path library);
+
+    /// Has the projects watched that are there when it is called. Thousands take milliseconds: call it on any thread, before
+    /// they are read.
+    std::function<void()> watchingProjects() const;
 
 signals:
     /// Some projects have changed, a moment ago. The program's own writes are reported too.
     void changed(const std::set<orvo::Uuid>& projects);
 
 private:
-    void watchProjects();
-    void watchProject(const Uuid& id);
+    /// The folders of projects that are watched. Any thread.
+    class Projects {
+    public:
+        explicit Projects(std::filesystem::path library);
+
+        int inotify() const { return m_inotify.get(); }
+        void add(const Uuid& id);
+        void addAll();
+        std::optional<Uuid> watchedBy(int watch) const;
+        void forget(int watch);
+
+    private:
+        const std::filesystem::path m_library;
+        const UniqueFd m_inotify;
+        mutable std::mutex m_mutex;
+        std::map<int, Uuid> m_byWatch; ///< Holds each watch before its first event is read.
+    };
+
     void read();
 
-    const std::filesystem::path m_library;
-    UniqueFd m_inotify;
+    const std::shared_ptr<Projects> m_projects;
     std::unique_ptr<QSocketNotifier> m_notifier;
     int m_libraryWatch = -1;
-    std::map<int, Uuid> m_projects; ///< By watch.
     std::set<Uuid> m_changed; ///< Not reported yet.
     QTimer m_settling; ///< Runs from a change until it is reported: a write may come in several parts.
 };

@@ -43,7 +43,10 @@ QCoro::Task<> ProjectLibrary::readList()
     do {
         m_listAgain = false;
         co_await m_parts.documents.settled(); // The list shows pending saves.
-        auto projects = co_await m_parts.workers.run([store = m_parts.store] { return store.list(); });
+        auto projects = co_await m_parts.workers.run([store = m_parts.store, watch = m_libraryWatch.watchingProjects()] {
+            watch(); // First, so that no change falls between the two.
+            return store.list();
+        });
         for (auto& project : projects) {
             if (!CaptureSession::isMarkedRecording(project))
                 continue;
@@ -53,7 +56,10 @@ QCoro::Task<> ProjectLibrary::readList()
         }
         if (m_parts.open.isLocked())
             co_return;
+        auto before = m_list.projects();
         show(std::move(projects));
+        // Freeing the documents of a large library takes long, too.
+        co_await m_parts.workers.run([before = std::move(before)]() mutable { before = {}; });
     } while (m_listAgain);
 }
 
