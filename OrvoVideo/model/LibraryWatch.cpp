@@ -60,7 +60,7 @@ void LibraryWatch::Projects::forget(int watch)
     m_byWatch.erase(watch);
 }
 
-LibraryWatch::LibraryWatch(fs::path library)
+LibraryWatch::LibraryWatch(const fs::path& library)
     : m_projects(std::make_shared<Projects>(library))
 {
     m_settling.setSingleShot(true);

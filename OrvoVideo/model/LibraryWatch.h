@@ -22,7 +22,7 @@ class LibraryWatch : public QObject {
     Q_OBJECT
 public:
     /// Watches the library in this folder from now on, and projects that come into it.
-    explicit LibraryWatch(std::filesystem::path library);
+    explicit LibraryWatch(const std::filesystem::path& library);
 
     /// Has the projects watched that are there when it is called. Thousands take milliseconds: call it on any thread, before
     /// they are read.

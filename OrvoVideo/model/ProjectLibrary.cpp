@@ -59,7 +59,7 @@ QCoro::Task<> ProjectLibrary::readList()
         auto before = m_list.projects();
         show(std::move(projects));
         // Freeing the documents of a large library takes long, too.
-        co_await m_parts.workers.run([before = std::move(before)]() mutable { before = {}; });
+        co_await m_parts.workers.run([before = std::move(before)] mutable { before = {}; });
     } while (m_listAgain);
 }
 

@@ -48,7 +48,10 @@ void TranscriptModel::show(const VideoProject* project)
     const SharedList<TranscriptWord> words = project ? project->edit.words : SharedList<TranscriptWord>();
     if (!m_words.sharesStorageWith(words)) {
         // A word's gap changes with its neighbour, too.
-        const auto differs = [before = m_words, after = words](std::size_t i, std::size_t j) {
+        const auto common = CommonEnds::of(m_words, words);
+        const auto differs = [before = m_words, after = words, common](std::size_t i, std::size_t j) {
+            if (j < common.head || j > after.size() - common.tail)
+                return false;
             return !(before[i] == after[j]) || gapBefore(before, i) != gapBefore(after, j);
         };
         replaceRows(m_words, words, byId<TranscriptWord>(), differs);
