@@ -8,9 +8,11 @@ The client is `orvo`, or the application by its windows, whose buttons HANDS pre
 are not looked at once more.
 """
 
+import html
 import http.server
 import json
 import os
+import re
 import shutil
 import signal
 import subprocess
@@ -69,6 +71,12 @@ class Server:
         except OSError:
             return 0
 
+    def media(self, page, site):
+        """Where the media lie for a viewer who opens the page in a frame of this site now."""
+        request = urllib.request.Request(page, headers={"Referer": f"{site}/", "Sec-Fetch-Dest": "iframe"})
+        config = re.search('data-config="([^"]*)"', urllib.request.urlopen(request, timeout=LIMIT).read().decode())[1]
+        return json.loads(html.unescape(config))["media"]
+
 
 def publish(client, server, project, origin):
     """Publishes while first the client and then the server are killed, and once more to the end."""
@@ -91,11 +99,12 @@ def frame_of(tab):
     return session
 
 
-def watches(server, tab):
+def watches(server, tab, page, site):
     """Plays longer than several tickets live; captions, quality and seeking in the embedded player."""
     session = frame_of(tab)
+    # That of the player may have ended before a busy machine has drawn it.
+    expect(server.status(server.media(page, site) + "key.bin") == 200, "a ticket is worth nothing")
     first = tab.run("JSON.parse(document.querySelector('[data-config]').dataset.config).media", session)
-    expect(server.status(first + "key.bin") == 200, "the first ticket is worth nothing")
     tab.run("document.querySelector('.big').click(), watching.played(1)", session)
     begin = time.monotonic()
     wait_for("the first ticket's end", lambda: server.status(first + "key.bin") == 403)
@@ -126,7 +135,8 @@ def main():
         project = lesson(orvo, folder)
         client = Windows(*windows, folder) if windows else orvo
         client.connect(server.address, server.credential)
-        site_code = f'<iframe src="{server.address}/embed/{project.lower()}" style="width:960px;height:540px" allow="autoplay"></iframe>'
+        page = f"{server.address}/embed/{project.lower()}"
+        site_code = f'<iframe src="{page}" style="width:960px;height:540px" allow="autoplay"></iframe>'
         # Another site than the server's, which is localhost: its frame is a process of its own.
         home, foreign = Site(site_code), Site(site_code)
         told = publish(client, server, project, home.origin)
@@ -134,7 +144,7 @@ def main():
 
         world = World(folder, folder, player, server.address, project.lower())
         tab = Tab(world.browser, home.origin)
-        session = watches(server, tab)
+        session = watches(server, tab, page, home.origin)
         stranger = Tab(world.browser, foreign.origin)
         wait_for("the refusal", lambda: [event for event in stranger.events("Log.entryAdded") if "frame-ancestors" in event["entry"]["text"]]
                  or stranger.run("1") != 1)
