@@ -1,6 +1,6 @@
 #include "VideoCore/ExtensionMark.h"
 
-#include "VideoCore/DataFolder.h"
+#include "VideoCore/UserFolders.h"
 
 #include <fstream>
 

@@ -1,9 +1,9 @@
 #include "VideoCore/ProjectStore.h"
 
-#include "VideoCore/DataFolder.h"
 #include "VideoCore/DocumentCodec.h"
 #include "VideoCore/FileIO.h"
 #include "VideoCore/ResolveLinks.h"
+#include "VideoCore/UserFolders.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,6 +1,6 @@
 #include "OrvoVideo/equipment/Equipment.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
+#include "cli/CommandGroups.h"
 #include "cli/LongWork.h"
 #include "cli/Terminal.h"
 #include "cli/TextColumns.h"

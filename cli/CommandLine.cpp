@@ -1,7 +1,7 @@
 #include "cli/CommandLine.h"
 
-#include "cli/Arguments.h"
-#include "cli/Commands.h"
+#include "cli/ArgumentValues.h"
+#include "cli/CommandGroups.h"
 #include "cli/Completion.h"
 #include "cli/Help.h"
 #include "cli/Manual.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cli/Failures.h"
+#include "cli/ExitStatus.h"
 
 #include <string>
 #include <vector>

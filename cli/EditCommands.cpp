@@ -1,8 +1,8 @@
 #include "VideoCore/Edits.h"
-#include "cli/Arguments.h"
+#include "cli/ArgumentValues.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
-#include "cli/Failures.h"
+#include "cli/CommandGroups.h"
+#include "cli/ExitStatus.h"
 #include "cli/TextColumns.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "VideoCore/VideoProject.h"
-#include "cli/Arguments.h"
+#include "cli/ArgumentValues.h"
 
 #include <cstdint>
 #include <string_view>

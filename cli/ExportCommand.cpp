@@ -5,15 +5,15 @@
 #include "VideoMedia/ExportService.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/WorkFolder.h"
-#include "cli/Arguments.h"
+#include "cli/ArgumentValues.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
+#include "cli/CommandGroups.h"
 #include "cli/Destination.h"
-#include "cli/Failures.h"
+#include "cli/ExitStatus.h"
 #include "cli/LongWork.h"
 #include "cli/RenderOptions.h"
+#include "cli/ShownValues.h"
 #include "cli/TextColumns.h"
-#include "cli/Wording.h"
 
 #include <algorithm>
 #include <array>

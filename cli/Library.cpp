@@ -1,7 +1,7 @@
 #include "cli/Library.h"
 
 #include "VideoCore/CaptureSession.h"
-#include "cli/Failures.h"
+#include "cli/ExitStatus.h"
 #include "cli/Interruption.h"
 #include "cli/ProjectLock.h"
 #include "cli/TextColumns.h"

@@ -3,15 +3,15 @@
 #include "VideoMedia/MovieImport.h"
 #include "VideoMedia/RecordingPreparation.h"
 #include "VideoMedia/VideoEncoder.h"
-#include "cli/Arguments.h"
+#include "cli/ArgumentValues.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
-#include "cli/Failures.h"
+#include "cli/CommandGroups.h"
+#include "cli/ExitStatus.h"
 #include "cli/LongWork.h"
 #include "cli/NewFolder.h"
 #include "cli/ProjectLock.h"
+#include "cli/ShownValues.h"
 #include "cli/TextColumns.h"
-#include "cli/Wording.h"
 
 #include <format>
 #include <optional>

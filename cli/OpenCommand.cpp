@@ -2,9 +2,9 @@
 #include "VideoCore/Error.h"
 #include "VideoMedia/ProcessRunner.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
+#include "cli/CommandGroups.h"
+#include "cli/ShownValues.h"
 #include "cli/TextColumns.h"
-#include "cli/Wording.h"
 
 #include <cstdlib>
 #include <format>

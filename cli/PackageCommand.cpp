@@ -6,12 +6,12 @@
 #include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/WorkFolder.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
+#include "cli/CommandGroups.h"
 #include "cli/Destination.h"
 #include "cli/LongWork.h"
 #include "cli/RenderOptions.h"
+#include "cli/ShownValues.h"
 #include "cli/TextColumns.h"
-#include "cli/Wording.h"
 
 #include <format>
 

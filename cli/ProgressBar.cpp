@@ -1,6 +1,6 @@
 #include "cli/ProgressBar.h"
 
-#include "cli/Arguments.h"
+#include "cli/ArgumentValues.h"
 #include "cli/Terminal.h"
 #include "cli/TextColumns.h"
 

@@ -1,14 +1,14 @@
 #include "OrvoVideo/library/ProjectCopy.h"
 #include "OrvoVideo/library/ProjectRemoval.h"
-#include "cli/Arguments.h"
+#include "cli/ArgumentValues.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
+#include "cli/CommandGroups.h"
 #include "cli/Destination.h"
-#include "cli/Failures.h"
+#include "cli/ExitStatus.h"
 #include "cli/LongWork.h"
 #include "cli/ProjectLock.h"
+#include "cli/ShownValues.h"
 #include "cli/TextColumns.h"
-#include "cli/Wording.h"
 
 #include <algorithm>
 #include <format>

@@ -3,13 +3,13 @@
 #include "VideoCore/CaptureSession.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
-#include "cli/Failures.h"
+#include "cli/CommandGroups.h"
+#include "cli/ExitStatus.h"
 #include "cli/LongWork.h"
-#include "cli/PublishingServer.h"
 #include "cli/RenderOptions.h"
+#include "cli/ServerAccess.h"
+#include "cli/ShownValues.h"
 #include "cli/TextColumns.h"
-#include "cli/Wording.h"
 
 #include <format>
 #include <optional>
@@ -69,7 +69,7 @@ VideoProject store(Session& session, const std::string& reference, const std::op
 
 void answerPublished(Session& session, const VideoProject& project, const Publication& publication, const std::string& verb)
 {
-    const std::string embed = embedCode(PublishingServer::address(), publication.videoID);
+    const std::string embed = embedCode(ServerAccess::address(), publication.videoID);
     if (session.json()) {
         JsonValue::Array domains(publication.domains.begin(), publication.domains.end());
         return session.answer(JsonValue::Object{{"id", project.id}, {"videoID", publication.videoID},
@@ -90,7 +90,7 @@ Publication upload(Session& session, const VideoProject& project, const Access& 
     PublicationPackage package(project, projects, settings);
     // Reports what is missing before the long work.
     Publisher publisher = runInterruptibly(
-        "Conectando", [&](const ProgressCallback&, const std::stop_token& stop) { return PublishingServer::connect(stop); });
+        "Conectando", [&](const ProgressCallback&, const std::stop_token& stop) { return ServerAccess::connect(stop); });
     runInterruptibly(
         "Conectando", [&](const ProgressCallback&, const std::stop_token& stop) { publisher.requireStorage(stop); });
     if (!package.isReady()) {
@@ -119,7 +119,7 @@ void publish(Session& session, const PublishArguments& arguments)
     if (arguments.onlyAccess) {
         Publication publication = requirePublished(project);
         runInterruptibly("Actualizando", [&](const ProgressCallback&, const std::stop_token& stop) {
-            PublishingServer::connect(stop).updatePolicy(publication.videoID, access.domains, access.publicLink, stop);
+            ServerAccess::connect(stop).updatePolicy(publication.videoID, access.domains, access.publicLink, stop);
         });
         publication.domains = access.domains;
         publication.publicLink = access.publicLink;
@@ -138,7 +138,7 @@ void unpublish(Session& session, const UnpublishArguments& arguments)
     const VideoProject project = session.library().load(arguments.project);
     const Publication& publication = requirePublished(project);
     runInterruptibly("Retirando", [&](const ProgressCallback&, const std::stop_token& stop) {
-        PublishingServer::connect(stop).withdraw(publication.videoID, stop);
+        ServerAccess::connect(stop).withdraw(publication.videoID, stop);
     });
     store(session, arguments.project, std::nullopt);
     if (session.json())

@@ -1,15 +1,15 @@
 #include "OrvoVideo/capture/RecordingSession.h"
 #include "OrvoVideo/capture/screen/CaptureSources.h"
 #include "Platform/desktop/WindowSystem.h"
-#include "cli/Arguments.h"
+#include "cli/ArgumentValues.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
-#include "cli/Failures.h"
+#include "cli/CommandGroups.h"
+#include "cli/ExitStatus.h"
 #include "cli/Interruption.h"
 #include "cli/RecordingLine.h"
+#include "cli/ShownValues.h"
 #include "cli/Terminal.h"
 #include "cli/TextColumns.h"
-#include "cli/Wording.h"
 
 #include <algorithm>
 #include <array>

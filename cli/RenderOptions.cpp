@@ -1,10 +1,10 @@
 #include "cli/RenderOptions.h"
 
-#include "cli/Arguments.h"
+#include "cli/ArgumentValues.h"
 #include "cli/Command.h"
-#include "cli/Failures.h"
+#include "cli/ExitStatus.h"
+#include "cli/ShownValues.h"
 #include "cli/TextColumns.h"
-#include "cli/Wording.h"
 
 #include <array>
 #include <format>

@@ -1,6 +1,6 @@
 #include "cli/Session.h"
 
-#include "cli/Failures.h"
+#include "cli/ExitStatus.h"
 #include "cli/Terminal.h"
 #include "cli/TextColumns.h"
 

@@ -1,10 +1,10 @@
 #include "VideoCore/Edits.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
+#include "cli/CommandGroups.h"
 #include "cli/Elements.h"
-#include "cli/Failures.h"
+#include "cli/ExitStatus.h"
+#include "cli/ShownValues.h"
 #include "cli/TextColumns.h"
-#include "cli/Wording.h"
 
 #include <algorithm>
 #include <array>

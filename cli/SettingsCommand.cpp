@@ -2,11 +2,11 @@
 #include "Platform/settings/StoredSettings.h"
 #include "VideoMedia/ProcessRunner.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
-#include "cli/Failures.h"
+#include "cli/CommandGroups.h"
+#include "cli/ExitStatus.h"
 #include "cli/LongWork.h"
-#include "cli/PublishingServer.h"
 #include "cli/SecretInput.h"
+#include "cli/ServerAccess.h"
 #include "cli/TextColumns.h"
 
 #include <cstdlib>
@@ -28,10 +28,10 @@ struct SettingsArguments {
 /// Where the credential is stored, without asking for a password.
 std::string credentialState()
 {
-    if (const char* given = std::getenv(PublishingServer::credentialVariable); given && *given)
+    if (const char* given = std::getenv(ServerAccess::credentialVariable); given && *given)
         return "environment";
     try {
-        Keychain::load(PublishingServer::credentialAccount, Keychain::Interaction::forbidden);
+        Keychain::load(ServerAccess::credentialAccount, Keychain::Interaction::forbidden);
         return "keychain";
     } catch (const Error&) {
         return "none";
@@ -54,21 +54,21 @@ void storeServer(const std::string& server)
 ServerStatus askServer()
 {
     return runInterruptibly("Comprobando",
-        [](const ProgressCallback&, const std::stop_token& stop) { return PublishingServer::connect(stop).status(stop); });
+        [](const ProgressCallback&, const std::stop_token& stop) { return ServerAccess::connect(stop).status(stop); });
 }
 
 void configureDrive(const std::string& client)
 {
     const std::string secret = readSecret("Secreto del cliente OAuth");
     runInterruptibly("Guardando", [&](const ProgressCallback&, const std::stop_token& stop) {
-        PublishingServer::connect(stop).configureDrive(client, secret, stop);
+        ServerAccess::connect(stop).configureDrive(client, secret, stop);
     });
 }
 
 std::string driveAuthorisation()
 {
     const auto address = runInterruptibly("Conectando", [](const ProgressCallback&, const std::stop_token& stop) {
-        return PublishingServer::connect(stop).driveAuthorisation(stop);
+        return ServerAccess::connect(stop).driveAuthorisation(stop);
     });
     return address.value_or("");
 }
@@ -80,7 +80,7 @@ void settings(Session& session, const SettingsArguments& arguments)
     if (!arguments.server.empty())
         storeServer(arguments.server);
     if (arguments.credential)
-        Keychain::save(readSecret("Credencial de administración"), PublishingServer::credentialAccount);
+        Keychain::save(readSecret("Credencial de administración"), ServerAccess::credentialAccount);
     if (!arguments.client.empty())
         configureDrive(arguments.client);
     std::optional<ServerStatus> status;

@@ -1,13 +1,13 @@
 #include "VideoCore/Edits.h"
 #include "VideoCore/Suggestions.h"
 #include "VideoCore/Timeline.h"
-#include "cli/Arguments.h"
+#include "cli/ArgumentValues.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
-#include "cli/Failures.h"
+#include "cli/CommandGroups.h"
+#include "cli/ExitStatus.h"
+#include "cli/ShownValues.h"
 #include "cli/Terminal.h"
 #include "cli/TextColumns.h"
-#include "cli/Wording.h"
 
 #include <algorithm>
 #include <array>

@@ -4,14 +4,14 @@
 #include "VideoCore/WordConfidence.h"
 #include "VideoMedia/AnalysisAudio.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
-#include "cli/Arguments.h"
+#include "cli/ArgumentValues.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
-#include "cli/Failures.h"
+#include "cli/CommandGroups.h"
+#include "cli/ExitStatus.h"
 #include "cli/LongWork.h"
 #include "cli/ProjectLock.h"
+#include "cli/ShownValues.h"
 #include "cli/TextColumns.h"
-#include "cli/Wording.h"
 
 #include <algorithm>
 #include <array>

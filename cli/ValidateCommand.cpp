@@ -3,14 +3,14 @@
 #include "VideoMedia/OverlayImage.h"
 #include "VideoMedia/ProcessRunner.h"
 #include "VideoMedia/VideoLimits.h"
-#include "cli/Arguments.h"
+#include "cli/ArgumentValues.h"
 #include "cli/Command.h"
-#include "cli/Commands.h"
-#include "cli/Failures.h"
+#include "cli/CommandGroups.h"
+#include "cli/ExitStatus.h"
 #include "cli/ProgressBar.h"
+#include "cli/ShownValues.h"
 #include "cli/Terminal.h"
 #include "cli/TextColumns.h"
-#include "cli/Wording.h"
 
 #include <algorithm>
 #include <cmath>

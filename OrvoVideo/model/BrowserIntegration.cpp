@@ -1,7 +1,7 @@
 #include "OrvoVideo/model/BrowserIntegration.h"
 
-#include "VideoCore/DataFolder.h"
 #include "VideoCore/FileIO.h"
+#include "VideoCore/UserFolders.h"
 #include "VideoMedia/ProcessRunner.h"
 
 #include <cstdlib>

@@ -1,7 +1,7 @@
 #include "OrvoVideo/transcription/SpeechModels.h"
 
-#include "VideoCore/DataFolder.h"
 #include "VideoCore/Error.h"
+#include "VideoCore/UserFolders.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
 #include "Platform/settings/StoredSettings.h"
 
-#include "VideoCore/DataFolder.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 #include "VideoCore/FileLock.h"
+#include "VideoCore/UserFolders.h"
 
 #include <cerrno>
 #include <condition_variable>

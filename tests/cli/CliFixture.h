@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CliTestSupport/Answer.h"
+#include "CliTestSupport/JsonAnswer.h"
 #include "CliTestSupport/Program.h"
 #include "TestSupport/Projects.h"
 #include "TestSupport/TemporaryFolder.h"
@@ -30,12 +30,12 @@ protected:
     Outcome orvo(std::vector<std::string> arguments) const { return run(std::move(arguments), setup); }
 
     /// Runs it with `--json`; it must succeed and answer with one value.
-    Answer answer(std::vector<std::string> arguments) const
+    JsonAnswer answer(std::vector<std::string> arguments) const
     {
         arguments.emplace(arguments.begin() + 1, "--json"); // Behind a "--" it would be a name.
         const Outcome outcome = orvo(std::move(arguments));
         EXPECT_EQ(outcome.status, 0) << outcome.err;
-        return Answer(outcome.out);
+        return JsonAnswer(outcome.out);
     }
 
     /// Runs it; it must end with this status, and with an error that contains `text`.

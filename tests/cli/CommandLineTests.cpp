@@ -248,7 +248,7 @@ TEST_F(CommandLine, TakesTheLibraryFromOptionOrEnvironment)
              {"list", "--library=" + place, "--json"},
              {"--json", "list", "--library", place},
          }) {
-        const Answer list(orvo(arguments).out);
+        const JsonAnswer list(orvo(arguments).out);
         ASSERT_EQ(list.size(), 1);
         EXPECT_EQ(list[0]["title"].text(), "En la otra");
     }

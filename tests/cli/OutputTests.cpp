@@ -44,7 +44,7 @@ std::vector<std::string> lines(const std::string& text)
 
 TEST_F(Output, ListsNewestFirstAsJson)
 {
-    const Answer list = answer({"list"});
+    const JsonAnswer list = answer({"list"});
     ASSERT_EQ(list.size(), 3);
     EXPECT_EQ(list[0]["id"].text(), fixedId(2).text());
     EXPECT_EQ(list[1]["id"].text(), id);
@@ -70,7 +70,7 @@ TEST_F(Output, ListIsSortedAsAsked)
     // Of those created in the same second, the identifier decides.
     accented.createdAt = project.createdAt + std::chrono::milliseconds(700);
     store.save(accented);
-    const Answer list = answer({"list", "--sort", "created"});
+    const JsonAnswer list = answer({"list", "--sort", "created"});
     EXPECT_EQ(list[1]["id"].text(), id);
     EXPECT_EQ(list[2]["id"].text(), accented.id.text());
 }

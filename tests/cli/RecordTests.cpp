@@ -92,7 +92,7 @@ TEST_F(Record, RecordsUntilTheLimitOrASignal)
     program.signal(SIGINT);
     const auto outcome = program.end();
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_EQ(Answer(outcome.out)["state"].text(), "ready");
+    EXPECT_EQ(JsonAnswer(outcome.out)["state"].text(), "ready");
 }
 
 TEST_F(Record, ReportsWhatCannotBeRecorded)

@@ -38,7 +38,7 @@ TEST_F(Steps, GoBackAndForthThroughEveryKindOfChange)
 
     const std::vector<std::string> names{"cortar 2,0 s", "añadir un texto", "añadir un zoom", "quitar el fundido"};
     for (std::size_t left = names.size(); left-- > 0;) {
-        const Answer undone = answer({"undo", id});
+        const JsonAnswer undone = answer({"undo", id});
         EXPECT_EQ(undone["step"].text(), names[left]);
         EXPECT_EQ(undone["undoable"].number(), static_cast<double>(left));
         EXPECT_EQ(undone["redoable"].number(), static_cast<double>(names.size() - left));

@@ -79,7 +79,7 @@ TEST_F(Validate, FindsWhatIsWrong)
         damage();
         const Outcome outcome = orvo({"validate", "--json"});
         EXPECT_EQ(outcome.status, 1) << name;
-        const Answer answer(outcome.out);
+        const JsonAnswer answer(outcome.out);
         EXPECT_FALSE(answer["valid"].flag()) << name;
         EXPECT_THAT(answer["projects"][0]["errors"][0].text(), HasSubstr(message)) << name;
         EXPECT_THAT(orvo({"validate"}).out, HasSubstr(message)) << name;
@@ -91,7 +91,7 @@ TEST_F(Validate, RequiresFoldersNamedAfterProjects)
     const VideoProject copy = project;
     fs::copy(store.directory(project.id), store.directory(fixedId(9)), fs::copy_options::recursive);
     fs::create_directories(store.root() / "notas");
-    const Answer twice(orvo({"validate", "--json"}).out);
+    const JsonAnswer twice(orvo({"validate", "--json"}).out);
     ASSERT_EQ(twice["projects"].size(), 2);
     EXPECT_EQ(twice["projects"][1]["folder"].text(), fixedId(9).text());
     EXPECT_FALSE(twice["projects"][1]["valid"].flag());
@@ -102,7 +102,7 @@ TEST_F(Validate, RequiresFoldersNamedAfterProjects)
     // What is odd does no harm.
     fs::remove_all(store.directory(fixedId(9)));
     fs::create_directories(store.directory(project.id) / ("render-" + fixedId(5).text()));
-    const Answer odd = answer({"validate"});
+    const JsonAnswer odd = answer({"validate"});
     EXPECT_TRUE(odd["valid"].flag());
     EXPECT_THAT(odd["projects"][0]["warnings"][0].text(), HasSubstr("operación interrumpida"));
 }

@@ -26,7 +26,7 @@ protected:
 
 TEST_F(ImportExport, ImportsEditsAndExports)
 {
-    const Answer imported = answer({"import", clip});
+    const JsonAnswer imported = answer({"import", clip});
     const std::string movie = imported["id"].text();
     VideoProject now = store.load(*Uuid::parse(movie));
     EXPECT_EQ(now.title, "mi vídeo.de prueba");
@@ -57,7 +57,7 @@ TEST_F(ImportExport, ImportsEditsAndExports)
     EXPECT_EQ(readFile(store.mediaURL(now, overlay.content)), readFile(folder / "rojo.PNG"));
 
     const fs::path out = folder / "-salida 'x': \"y\".mp4";
-    const Answer exported = answer({"export", movie, "--height", "72", "--fps", "15", "--quality", "small", "--", out});
+    const JsonAnswer exported = answer({"export", movie, "--height", "72", "--fps", "15", "--quality", "small", "--", out});
     EXPECT_EQ(exported["file"].text(), out);
     const ProbedFile file = probe(out);
     EXPECT_EQ(file.height, 72);
@@ -134,7 +134,7 @@ TEST_F(ImportExport, ShowsProgressOnATerminal)
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(outcome.err, HasSubstr("Exportando"));
     EXPECT_THAT(outcome.err, testing::EndsWith("\r\x1b[K")) << "and gone at the end";
-    EXPECT_EQ(Answer(outcome.out)["id"].text(), movie) << "standard output has the answer alone";
+    EXPECT_EQ(JsonAnswer(outcome.out)["id"].text(), movie) << "standard output has the answer alone";
 }
 
 TEST_F(ImportExport, ReplacesFailingHardware)
@@ -205,7 +205,7 @@ TEST_F(ImportExport, ReplacesInvalidUtf8InTitles)
 {
     const fs::path strange = folder / "caf\xE9.mp4";
     fs::copy_file(clip, strange);
-    const Answer imported = answer({"import", strange});
+    const JsonAnswer imported = answer({"import", strange});
     EXPECT_EQ(imported["title"].text(), "caf\uFFFD");
 }
 

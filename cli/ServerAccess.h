@@ -6,7 +6,7 @@
 #include <string>
 
 /// The configured publishing server.
-namespace orvo::cli::PublishingServer {
+namespace orvo::cli::ServerAccess {
 
 /// The stored address. Throws `captureError` if there is none or it contains a user name or password.
 std::string address();
@@ -24,4 +24,4 @@ inline constexpr auto credentialVariable = "ORVO_ADMIN_TOKEN";
 /// The keychain account of the credential.
 inline constexpr auto credentialAccount = "adminToken";
 
-} // namespace orvo::cli::PublishingServer
+} // namespace orvo::cli::ServerAccess

@@ -26,7 +26,7 @@ protected:
 TEST_F(Transcript, ListsAndCorrectsWords)
 {
     answer({"cut", id, "5", "8"});
-    const Answer words = answer({"words", id});
+    const JsonAnswer words = answer({"words", id});
     ASSERT_EQ(words.size(), 4);
     EXPECT_EQ(words[0]["id"].text(), wordId(0));
     EXPECT_EQ(words[1]["text"].text(), "<mundo>");
@@ -61,7 +61,7 @@ TEST_F(Transcript, WordsAreChosenByTimeAndText)
         SCOPED_TRACE(options.back());
         std::vector<std::string> command{"words", id};
         command.insert(command.end(), options.begin(), options.end());
-        const Answer words = answer(command);
+        const JsonAnswer words = answer(command);
         std::vector<std::string> found;
         for (std::size_t i = 0; i < words.size(); ++i)
             found.push_back(words[i]["text"].text());
@@ -105,7 +105,7 @@ TEST_F(Transcript, WritesSubtitlesToOutputOrFile)
 
 TEST_F(Transcript, AppliesSuggestionsOnceByNumber)
 {
-    const Answer proposed = answer({"suggest", id});
+    const JsonAnswer proposed = answer({"suggest", id});
     ASSERT_EQ(proposed.size(), 4);
     EXPECT_EQ(proposed[0]["kind"].text(), "filler");
     EXPECT_EQ(proposed[1]["kind"].text(), "silence");
@@ -116,14 +116,14 @@ TEST_F(Transcript, AppliesSuggestionsOnceByNumber)
 
     answer({"apply", id, "2"});
     EXPECT_THAT(stored().edit.cuts, ElementsAre(TimeSpan{2.2, 5.85}));
-    const Answer again = answer({"suggest", id});
+    const JsonAnswer again = answer({"suggest", id});
     EXPECT_EQ(again.size(), 4) << "the numbers stay";
     EXPECT_TRUE(again[1]["applied"].flag());
     EXPECT_FALSE(again[0]["applied"].flag());
 
     answer({"apply", id, "--kind", "zoom", "--kind", "filler"});
     EXPECT_EQ(stored().edit.events.size(), 2);
-    const Answer rest = answer({"apply", id, "--all"});
+    const JsonAnswer rest = answer({"apply", id, "--all"});
     EXPECT_EQ(rest["applied"].size(), 1);
     EXPECT_EQ(rest["applied"][0].number(), 3);
     const VideoProject finished = stored();

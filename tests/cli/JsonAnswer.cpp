@@ -1,4 +1,4 @@
-#include "CliTestSupport/Answer.h"
+#include "CliTestSupport/JsonAnswer.h"
 
 #include <stdexcept>
 #include <yyjson.h>
@@ -15,45 +15,45 @@ void require(bool condition, const std::string& message)
 
 } // namespace
 
-Answer::Answer(const std::string& text)
+JsonAnswer::JsonAnswer(const std::string& text)
     : m_document(yyjson_read(text.data(), text.size(), 0), [](yyjson_doc* each) { yyjson_doc_free(each); })
     , m_value(yyjson_doc_get_root(m_document.get()))
 {
     require(m_value, "this is not one JSON value: " + text);
 }
 
-Answer::Answer(std::shared_ptr<yyjson_doc> document, yyjson_val* value)
+JsonAnswer::JsonAnswer(std::shared_ptr<yyjson_doc> document, yyjson_val* value)
     : m_document(std::move(document))
     , m_value(value)
 {
 }
 
-Answer Answer::operator[](std::string_view key) const
+JsonAnswer JsonAnswer::operator[](std::string_view key) const
 {
     yyjson_val* value = yyjson_obj_getn(m_value, key.data(), key.size());
     require(value, "the answer has no " + std::string(key));
     return {m_document, value};
 }
 
-Answer Answer::operator[](std::size_t index) const
+JsonAnswer JsonAnswer::operator[](std::size_t index) const
 {
     yyjson_val* value = yyjson_arr_get(m_value, index);
     require(value, "the answer is no list, or too short");
     return {m_document, value};
 }
 
-std::size_t Answer::size() const
+std::size_t JsonAnswer::size() const
 {
     require(yyjson_is_arr(m_value), "the answer is no list");
     return yyjson_arr_size(m_value);
 }
 
-bool Answer::has(std::string_view key) const
+bool JsonAnswer::has(std::string_view key) const
 {
     return yyjson_obj_getn(m_value, key.data(), key.size()) != nullptr;
 }
 
-std::vector<std::string> Answer::keys() const
+std::vector<std::string> JsonAnswer::keys() const
 {
     std::vector<std::string> result;
     std::size_t index = 0;
@@ -67,19 +67,19 @@ std::vector<std::string> Answer::keys() const
     return result;
 }
 
-std::string Answer::text() const
+std::string JsonAnswer::text() const
 {
     require(yyjson_is_str(m_value), "the answer is no text");
     return {yyjson_get_str(m_value), yyjson_get_len(m_value)};
 }
 
-double Answer::number() const
+double JsonAnswer::number() const
 {
     require(yyjson_is_num(m_value), "the answer is no number");
     return yyjson_get_num(m_value);
 }
 
-bool Answer::flag() const
+bool JsonAnswer::flag() const
 {
     require(yyjson_is_bool(m_value), "the answer is no flag");
     return yyjson_get_bool(m_value);

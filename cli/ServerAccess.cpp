@@ -1,4 +1,4 @@
-#include "cli/PublishingServer.h"
+#include "cli/ServerAccess.h"
 
 #include "OrvoVideo/publishing/Sharing.h"
 #include "Platform/keychain/Keychain.h"
@@ -9,7 +9,7 @@
 #include <format>
 #include <unistd.h>
 
-namespace orvo::cli::PublishingServer {
+namespace orvo::cli::ServerAccess {
 
 std::string address()
 {
@@ -41,4 +41,4 @@ Publisher connect(const std::stop_token& stop)
     return {server, credential(stop)};
 }
 
-} // namespace orvo::cli::PublishingServer
+} // namespace orvo::cli::ServerAccess

@@ -16,13 +16,13 @@ class Editing : public CliFixture { };
 
 TEST_F(Editing, MergesClampsAndRestoresCuts)
 {
-    const Answer cut = answer({"cut", id, "2", "4"});
+    const JsonAnswer cut = answer({"cut", id, "2", "4"});
     EXPECT_EQ(cut["id"].text(), id);
     EXPECT_EQ(cut["playableDuration"].number(), 8);
     answer({"cut", id, "0:03", "0:00:06.0"});
     EXPECT_THAT(stored().edit.cuts, ElementsAre(TimeSpan{2, 6}));
     answer({"cut", id, "9,5", "1e3"});
-    const Answer clamped = answer({"cut", id, "-.5", "0.25"});
+    const JsonAnswer clamped = answer({"cut", id, "-.5", "0.25"});
     EXPECT_EQ(clamped["cut"]["start"].number(), 0) << "what was cut is said";
     EXPECT_EQ(clamped["cut"]["end"].number(), 0.25);
     const Outcome beyond = orvo({"cut", id, "9.5", "99"});
@@ -114,7 +114,7 @@ TEST_F(Editing, SetsEveryField)
         {"title", R"(«Él» dijo: "¿qué?" \ 'sí' 🎬)", [](const VideoProject& p) { return p.title.ends_with(" 'sí' 🎬"); }},
     };
     for (const auto& [field, value, isSet] : cases) {
-        const Answer set = answer({"set", id, field, value});
+        const JsonAnswer set = answer({"set", id, field, value});
         EXPECT_EQ(set["id"].text(), id);
         EXPECT_TRUE(set.has("value")) << field;
         EXPECT_TRUE(isSet(stored())) << field << " " << value;

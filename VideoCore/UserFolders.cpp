@@ -1,4 +1,4 @@
-#include "VideoCore/DataFolder.h"
+#include "VideoCore/UserFolders.h"
 
 #include <cstdlib>
 #include <pwd.h>

@@ -1,6 +1,6 @@
-#include "cli/Arguments.h"
+#include "cli/ArgumentValues.h"
 
-#include "cli/Failures.h"
+#include "cli/ExitStatus.h"
 #include "cli/TextColumns.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "cli/Wording.h"
+#include "cli/ShownValues.h"
 
 #include "cli/TextColumns.h"
 

@@ -13,12 +13,12 @@ namespace orvo::test {
 
 /// A JSON answer, read strictly: one value and nothing else. A step to a place that is not there throws, and so fails the
 /// test that takes it.
-class Answer {
+class JsonAnswer {
 public:
-    explicit Answer(const std::string& text);
+    explicit JsonAnswer(const std::string& text);
 
-    Answer operator[](std::string_view key) const;
-    Answer operator[](std::size_t index) const;
+    JsonAnswer operator[](std::string_view key) const;
+    JsonAnswer operator[](std::size_t index) const;
 
     std::size_t size() const; ///< Of a list.
     bool has(std::string_view key) const;
@@ -29,7 +29,7 @@ public:
     bool flag() const;
 
 private:
-    Answer(std::shared_ptr<yyjson_doc> document, yyjson_val* value);
+    JsonAnswer(std::shared_ptr<yyjson_doc> document, yyjson_val* value);
 
     std::shared_ptr<yyjson_doc> m_document;
     yyjson_val* m_value;
