@@ -1,10 +1,12 @@
 #include "VideoCore/Edits.h"
 
+#include "VideoCore/DocumentSchema.h"
 #include "VideoCore/Timeline.h"
 
 #include <algorithm>
-#include <array>
-#include <ranges>
+#include <tuple>
+#include <type_traits>
+#include <utility>
 
 namespace orvo::Edits {
 
@@ -50,6 +52,14 @@ void cut(VideoProject& project, TimeSpan span)
 std::size_t restore(VideoProject& project, TimeSpan span)
 {
     return removeIf(project.edit.cuts, [&](const TimeSpan& stored) { return stored == span; });
+}
+
+bool moveCut(VideoProject& project, TimeSpan stored, TimeSpan span)
+{
+    if (restore(project, stored) == 0)
+        return false;
+    cut(project, span);
+    return true;
 }
 
 bool correctWord(VideoProject& project, const Uuid& id, std::string text)
@@ -106,30 +116,34 @@ bool setVolume(VideoProject& project, const Uuid& trackId, double value)
     return set(project.tracks, trackId, &MediaTrack::volume, value);
 }
 
-bool EditState::* flagNamed(std::string_view key)
+bool setOverlayText(VideoProject& project, const Uuid& id, std::string text)
 {
-    static constexpr std::array<std::pair<std::string_view, bool EditState::*>, 6> flags{{
-        {"cameraVisible", &EditState::cameraVisible},
-        {"clickHalo", &EditState::clickHalo},
-        {"noiseReduction", &EditState::noiseReduction},
-        {"normalizeVoice", &EditState::normalizeVoice},
-        {"pointerHighlight", &EditState::pointerHighlight},
-        {"sharpen", &EditState::sharpen},
-    }};
-    const auto found = std::ranges::find(flags, key, [](const auto& flag) { return flag.first; });
-    return found == flags.end() ? nullptr : found->second;
+    const auto& overlays = project.edit.overlays;
+    const auto found = std::ranges::find_if(
+        overlays, [&](const Overlay& overlay) { return overlay.id == id && overlay.kind == Overlay::Kind::text; });
+    if (found == overlays.end())
+        return false;
+    const auto index = static_cast<std::size_t>(found - overlays.begin());
+    project.edit.overlays.edit()[index].content = std::move(text);
+    return true;
 }
 
-double EditState::* valueNamed(std::string_view key)
+template <typename Value, typename Record> Value Record::* fieldNamed(std::string_view key)
 {
-    static constexpr std::array<std::pair<std::string_view, double EditState::*>, 4> values{{
-        {"cameraWidth", &EditState::cameraWidth},
-        {"cameraX", &EditState::cameraX},
-        {"cameraY", &EditState::cameraY},
-        {"fade", &EditState::fade},
-    }};
-    const auto found = std::ranges::find(values, key, [](const auto& value) { return value.first; });
-    return found == values.end() ? nullptr : found->second;
+    Value Record::* member = nullptr;
+    const auto look = [&]<typename Type>(const schema::Field<Record, Type>& field) {
+        if constexpr (std::is_same_v<Type, Value>) {
+            if (key == field.key)
+                member = field.member;
+        }
+    };
+    std::apply([&](const auto&... fields) { (look(fields), ...); }, schema::fieldsOf<Record>);
+    return member;
 }
+
+template bool EditState::* fieldNamed(std::string_view key);
+template double EditState::* fieldNamed(std::string_view key);
+template double Overlay::* fieldNamed(std::string_view key);
+template double PointerEvent::* fieldNamed(std::string_view key);
 
 } // namespace orvo::Edits

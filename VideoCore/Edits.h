@@ -24,10 +24,17 @@ void cut(VideoProject& project, TimeSpan span);
 /// Removes every cut with exactly this start and end. Returns how many were removed.
 std::size_t restore(VideoProject& project, TimeSpan span);
 
+/// Replaces a cut, found by its exact start and end, by another stretch. Returns false and changes nothing when there is no
+/// such cut.
+bool moveCut(VideoProject& project, TimeSpan stored, TimeSpan span);
+
 /// Replaces the text of a word. Returns false and changes nothing when no word has this identifier.
 bool correctWord(VideoProject& project, const Uuid& id, std::string text);
 
 // The words as a text (TranscriptEdits.cpp).
+
+/// Cuts the words with these identifiers, each from its start to its end.
+void cutWords(VideoProject& project, std::span<const Uuid> ids);
 
 /// What a shortened pause keeps, in seconds.
 inline constexpr double shortenedPause = 0.3;
@@ -76,10 +83,11 @@ std::size_t removeOverlay(VideoProject& project, const Uuid& id);
 bool setEventValue(VideoProject& project, const Uuid& id, double PointerEvent::* field, double value);
 bool setOverlayValue(VideoProject& project, const Uuid& id, double Overlay::* field, double value);
 bool setVolume(VideoProject& project, const Uuid& trackId, double value);
+/// As these, for the text of a text overlay; an image has none.
+bool setOverlayText(VideoProject& project, const Uuid& id, std::string text);
 
-/// The boolean and number fields of `EditState` that an author sets, by document key. Return a null member for any other
-/// key.
-bool EditState::* flagNamed(std::string_view key);
-double EditState::* valueNamed(std::string_view key);
+/// The boolean or number field of a record with this document key; null when it has none. For `EditState`, `Overlay` and
+/// `PointerEvent`.
+template <typename Value, typename Record> Value Record::* fieldNamed(std::string_view key);
 
 } // namespace orvo::Edits

@@ -3,6 +3,7 @@
 #include "VideoCore/Timeline.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace orvo::Edits {
 
@@ -52,6 +53,17 @@ Shortening shorten(VideoProject& project, std::span<const Transcript::Pause> pau
 }
 
 } // namespace
+
+void cutWords(VideoProject& project, std::span<const Uuid> ids)
+{
+    const std::unordered_set<Uuid> wanted(ids.begin(), ids.end());
+    std::vector<TimeSpan> spans;
+    for (const auto& word : project.edit.words) {
+        if (wanted.contains(word.id))
+            spans.push_back({word.start, word.end});
+    }
+    addCuts(project, spans);
+}
 
 TimeSpan spanOf(std::span<const TranscriptWord> words, const Transcript::WordRange& range)
 {

@@ -90,32 +90,26 @@ Applied setVolume(VideoProject& project, std::string_view track, const std::stri
 Applied setOverlay(VideoProject& project, const Uuid& id, std::string_view field, const std::string& value)
 {
     static constexpr std::array<std::string_view, 5> names{"start", "end", "x", "y", "width"};
-    static constexpr std::array<double Overlay::*, 5> members{
-        &Overlay::start, &Overlay::end, &Overlay::x, &Overlay::y, &Overlay::width};
-    const auto found = std::ranges::find(names, field);
-    if (found == names.end())
+    if (!std::ranges::contains(names, field))
         refuseField(field, names);
     const bool time = field == "start" || field == "end";
     const double number =
         time ? timeArgument(field, value) : numberArgument(field, value, field == "width" ? widthRange : placeRange);
-    Edits::setOverlayValue(project, id, members[static_cast<std::size_t>(found - names.begin())], number);
+    Edits::setOverlayValue(project, id, Edits::fieldNamed<double, Overlay>(field), number);
     return {id.text() + "." + std::string(field), number};
 }
 
 Applied setEvent(VideoProject& project, const Uuid& id, std::string_view field, const std::string& value)
 {
     static constexpr std::array<std::string_view, 5> names{"time", "duration", "scale", "x", "y"};
-    static constexpr std::array<double PointerEvent::*, 5> members{
-        &PointerEvent::time, &PointerEvent::duration, &PointerEvent::scale, &PointerEvent::x, &PointerEvent::y};
-    const auto found = std::ranges::find(names, field);
-    if (found == names.end())
+    if (!std::ranges::contains(names, field))
         refuseField(field, names);
     const double number = field == "time" ? timeArgument(field, value)
                                           : numberArgument(field, value,
                                                 field == "duration"    ? durationRange
                                                     : field == "scale" ? scaleRange
                                                                        : centreRange);
-    Edits::setEventValue(project, id, members[static_cast<std::size_t>(found - names.begin())], number);
+    Edits::setEventValue(project, id, Edits::fieldNamed<double, PointerEvent>(field), number);
     return {id.text() + "." + std::string(field), number};
 }
 
@@ -139,11 +133,11 @@ Applied apply(VideoProject& project, const SetArguments& arguments)
         project.title = textArgument("El título", value);
         return {"title", project.title};
     }
-    if (const auto flag = Edits::flagNamed(field)) {
+    if (const auto flag = Edits::fieldNamed<bool, EditState>(field)) {
         project.edit.*flag = flagArgument(field, value);
         return {std::string(field), project.edit.*flag};
     }
-    if (const auto number = Edits::valueNamed(field)) {
+    if (const auto number = Edits::fieldNamed<double, EditState>(field)) {
         project.edit.*number = numberArgument(field, value, rangeOf(field));
         return {std::string(field), project.edit.*number};
     }

@@ -2,19 +2,16 @@
 
 #include "OrvoVideo/model/Answer.h"
 #include "OrvoVideo/model/ModelText.h"
-#include "VideoCore/DocumentSchema.h"
 #include "VideoCore/Edits.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/Suggestions.h"
-#include "VideoCore/Timeline.h"
 #include "VideoMedia/CopyFile.h"
 #include "VideoMedia/OverlayImage.h"
 
 #include <algorithm>
 #include <cmath>
 #include <format>
-#include <type_traits>
-#include <unordered_set>
+#include <iterator>
 #include <vector>
 
 namespace orvo {
@@ -22,20 +19,6 @@ namespace orvo {
 namespace fs = std::filesystem;
 
 namespace {
-
-/// The number field of a record with this document key; null when it has none.
-template <typename Record> double Record::* numberNamed(const QString& key)
-{
-    double Record::* member = nullptr;
-    const auto look = [&]<typename Value>(const schema::Field<Record, Value>& field) {
-        if constexpr (std::is_same_v<Value, double>) {
-            if (key == QLatin1String(field.key.data(), static_cast<qsizetype>(field.key.size())))
-                member = field.member;
-        }
-    };
-    std::apply([&](const auto&... fields) { (look(fields), ...); }, schema::fieldsOf<Record>);
-    return member;
-}
 
 template <typename Record> struct NumberChange {
     double Record::* field;
@@ -48,7 +31,7 @@ template <typename Record> std::optional<std::vector<NumberChange<Record>>> numb
 {
     std::vector<NumberChange<Record>> changes;
     for (auto entry = values.begin(); entry != values.end(); ++entry) {
-        double Record::* const field = numberNamed<Record>(entry.key());
+        const auto field = Edits::fieldNamed<double, Record>(entry.key().toStdString());
         const double value = entry.value().toDouble();
         if (!field || !std::isfinite(value))
             return std::nullopt;
@@ -97,17 +80,9 @@ void Editing::cutSelection()
 
 void Editing::cutWords(const QStringList& wordIds)
 {
-    std::unordered_set<Uuid> wanted;
-    for (const auto& id : wordIds)
-        wanted.insert(Text::toId(id));
-    m_parts.open.update([&](VideoProject& project) {
-        auto cuts = project.edit.cuts.items();
-        for (const auto& word : project.edit.words) {
-            if (wanted.contains(word.id))
-                cuts.push_back({word.start, word.end});
-        }
-        project.edit.cuts = SharedList(Timeline::merged(cuts, project.duration));
-    });
+    std::vector<Uuid> ids;
+    std::ranges::transform(wordIds, std::back_inserter(ids), &Text::toId);
+    m_parts.open.update([&](VideoProject& project) { Edits::cutWords(project, ids); });
 }
 
 void Editing::restoreCut(double start, double end)
@@ -117,10 +92,7 @@ void Editing::restoreCut(double start, double end)
 
 void Editing::moveCut(double start, double end, double newStart, double newEnd)
 {
-    m_parts.open.update([&](VideoProject& project) {
-        if (Edits::restore(project, {start, end}) > 0)
-            Edits::cut(project, {newStart, newEnd});
-    });
+    m_parts.open.update([&](VideoProject& project) { Edits::moveCut(project, {start, end}, {newStart, newEnd}); });
 }
 
 void Editing::correctWord(const QString& wordId, const QString& text)
@@ -190,16 +162,8 @@ void Editing::setOverlayValues(const QString& overlayId, const QVariantMap& valu
 
 void Editing::setOverlayText(const QString& overlayId, const QString& text)
 {
-    m_parts.open.update([&](VideoProject& project) {
-        const Uuid id = Text::toId(overlayId);
-        const auto& overlays = project.edit.overlays;
-        const auto found = std::ranges::find_if(
-            overlays, [&](const Overlay& overlay) { return overlay.id == id && overlay.kind == Overlay::Kind::text; });
-        if (found == overlays.end())
-            return;
-        const auto index = static_cast<std::size_t>(found - overlays.begin());
-        project.edit.overlays.edit()[index].content = text.toStdString();
-    });
+    m_parts.open.update(
+        [&](VideoProject& project) { Edits::setOverlayText(project, Text::toId(overlayId), text.toStdString()); });
 }
 
 void Editing::addZoom()
@@ -226,7 +190,7 @@ void Editing::setEventValues(const QString& eventId, const QVariantMap& values)
 
 void Editing::setFlag(const QString& key, bool value)
 {
-    if (const auto flag = Edits::flagNamed(key.toStdString()))
+    if (const auto flag = Edits::fieldNamed<bool, EditState>(key.toStdString()))
         m_parts.open.update([&](VideoProject& project) { project.edit.*flag = value; });
 }
 
