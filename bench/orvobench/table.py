@@ -71,13 +71,20 @@ def save(rows, file, about):
     file.write_text(json.dumps({**about, "rows": [row.record() for row in rows]}, indent=2, ensure_ascii=False) + "\n")
 
 
-def document(rows, file, part, machine):
-    """Writes the table between the two marks that the file has for this part."""
+def place(file, part):
+    """The two marks between which the file shows the table of this part."""
     begin, end = f"<!-- {part}: written by ./dev bench {part} --document -->", f"<!-- end of {part} -->"
     text = file.read_text()
     if begin not in text or end not in text:
         raise SystemExit(f"{file} has no place for {part}")
-    lines = [f"{machine}:", "", "| What | Ours | Peer | Ratio | Target | |", "|---|---|---|---|---|---|"]
+    return begin, end
+
+
+def document(rows, file, part, heading):
+    """Writes the table there."""
+    begin, end = place(file, part)
+    text = file.read_text()
+    lines = [f"{heading}:", "", "| What | Ours | Peer | Ratio | Target | |", "|---|---|---|---|---|---|"]
     lines += ["| " + " | ".join(cell.replace("MISSED", "missed") for cell in line) + " |" for line in _cells(rows)[1:]]
     before, _, rest = text.partition(begin)
     file.write_text(f"{before}{begin}\n" + "\n".join(lines) + f"\n{end}{rest.partition(end)[2]}")
