@@ -398,7 +398,7 @@ private:
         ProcessRunner::run(m_ffmpeg, arguments, progress, playable, stop);
     }
 
-    bool hasQuickSharpening() const { return m_project.edit.sharpen && Sharpening::hasChains(m_ffmpeg, m_stop); }
+    bool hasQuickSharpening() const { return m_project.edit.sharpen && Sharpening::hasQuickFilter(m_ffmpeg, m_stop); }
 
     /// Threads per filter. Only `Sharpening::filter` is expensive enough to gain from slices.
     int filterThreads() const

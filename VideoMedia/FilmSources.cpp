@@ -81,6 +81,8 @@ FilmSources FilmSources::of(const VideoProject& project, const ProjectStore& sto
             input.hasVideo = false;
         }
         input.hasAudio = facts.audioStreams > 0;
+        input.fillsFrame =
+            facts.video && facts.video->uprightWidth() * size.height == facts.video->uprightHeight() * size.width;
         sources.decoding.push_back({.isEasy = isEasyToDecode(facts, size),
             .isRangeMeant = shown && input.hasVideo && leavesRangeOpen(*facts.video)});
     }

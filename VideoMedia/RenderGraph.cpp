@@ -134,16 +134,7 @@ private:
         m_current = std::move(name);
     }
 
-    void sharpen()
-    {
-        if (!m_settings.quickSharpening) {
-            step(Sharpening::filter, "sharp");
-            return;
-        }
-        for (auto& chain : Sharpening::chains(current(), "[sharp]"))
-            m_chains.add(std::move(chain));
-        m_current = "sharp";
-    }
+    void sharpen() { step(m_settings.quickSharpening ? Sharpening::quickFilter : Sharpening::filter, "sharp"); }
 
     /// Where the frames of a part lie on the recording timeline, in seconds.
     TimeSpan shownOf(const PiecePart& part) const
@@ -160,10 +151,12 @@ private:
     {
         const auto width = m_settings.size.width;
         const auto height = m_settings.size.height;
-        return std::format("[{}:v]scale={}:{}:force_original_aspect_ratio=decrease,"
-                           "pad={}:{}:(ow-iw)/2:(oh-ih)/2:color=black,setsar=1,setpts=PTS-{},fps={},"
+        // Padding copies every frame that the decoder still needs, also where nothing is padded.
+        const bool isPadded = !m_piece || !m_inputs[input].fillsFrame;
+        return std::format("[{}:v]scale={}:{}:force_original_aspect_ratio=decrease,{}setsar=1,setpts=PTS-{},fps={},"
                            "tpad=stop_mode=clone:stop_duration={}",
-            input, width, height, width, height, start, m_settings.fps, durationText(std::max(m_project.duration, 0.0)));
+            input, width, height, isPadded ? std::format("pad={}:{}:(ow-iw)/2:(oh-ih)/2:color=black,", width, height) : "",
+            start, m_settings.fps, durationText(std::max(m_project.duration, 0.0)));
     }
 
     /// The frames from the first of a piece to its last, at their times in the recording.

@@ -21,6 +21,7 @@ struct Input {
     std::filesystem::path file;
     bool hasAudio = false;
     bool hasVideo = true; ///< A clip without video shows black while it is heard.
+    bool fillsFrame = false; ///< Whether the picture has the shape of the film.
     /// Timestamp of the first frame in the time base of its stream, for pieces: they begin elsewhere in the file.
     std::int64_t firstTimestamp = 0;
 };
@@ -59,7 +60,7 @@ struct PictureSettings {
     std::filesystem::path annotations; ///< The document that is burned in.
     std::filesystem::path subtitles; ///< A document at output times that is burned into what remains; empty for none.
     std::string upload; ///< Filters that hand the finished picture to a hardware encoder; empty for most.
-    bool quickSharpening = false; ///< Sharpens with `Sharpening::chains`, which not every ffmpeg knows.
+    bool quickSharpening = false; ///< Sharpens with `Sharpening::quickFilter`, which not every ffmpeg knows.
 };
 
 /// The graph that produces "[vout]" and "[aout]". Its inputs are `inputs`, then the mixed audio, then one image for

@@ -104,16 +104,13 @@ TEST_F(ExportPicture, FramesAreTheSameHoweverManyThreadsMakeThem)
 
 TEST_F(ExportPicture, QuickSharpeningLooksAsTheFilterForIt)
 {
-    ASSERT_TRUE(Sharpening::hasChains(*ProcessRunner::ffmpeg()));
-    std::string chains;
-    for (const auto& chain : Sharpening::chains("[mine]", "[quick]"))
-        chains += chain + ";";
+    ASSERT_TRUE(Sharpening::hasQuickFilter(*ProcessRunner::ffmpeg()));
     const auto compare = [&](const std::string& what) {
         const fs::path figures = folder / (what + ".txt");
         ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=640x360:rate=5:duration=2", "-filter_complex",
-            std::format("[0:v]format=yuv420p,split=3[mine][theirs][plain];[theirs]{}[exact];{}[exact][{}]ssim=stats_file={}["
-                        "compared]",
-                Sharpening::filter, chains, what, figures.string()),
+            std::format("[0:v]format=yuv420p,split=3[mine][theirs][plain];[theirs]{}[exact];[mine]{}[quick];"
+                        "[exact][{}]ssim=stats_file={}[compared]",
+                Sharpening::filter, Sharpening::quickFilter, what, figures.string()),
             "-map", "[compared]", "-map", what == "quick" ? "[plain]" : "[quick]", "-f", "null", "-"});
         std::vector<std::pair<double, double>> similarities; // Of brightness and of the first colour difference.
         std::istringstream lines(readFile(figures));
