@@ -24,14 +24,14 @@ OMenu {
         onTriggered: root.openWanted()
     }
     OMenuItem {
-        text: "Renombrar"
-        shortcutText: "F2"
+        command: Commands.RenameProject
+        text: Commands.menuText(command)
         enabled: root.single
         onTriggered: root.renameWanted()
     }
     OMenuItem {
-        text: "Duplicar"
-        shortcutText: "Ctrl+D"
+        command: Commands.DuplicateProjects
+        text: Commands.menuText(command)
         enabled: !root.failed
         onTriggered: root.app.care.duplicate(root.projects)
     }
@@ -47,8 +47,8 @@ OMenu {
     }
     OMenuSeparator {}
     OMenuItem {
-        text: "Mover a la papelera"
-        shortcutText: "Supr"
+        command: Commands.TrashProjects
+        text: Commands.menuText(command)
         destructive: true
         onTriggered: root.app.care.moveToTrash(root.projects)
     }

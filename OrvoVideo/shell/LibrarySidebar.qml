@@ -226,15 +226,16 @@ Rectangle {
                 const row = currentItem
                 if (!row)
                     return
+                const command = Commands.pressed(Commands.Scope.Library, event.key, event.modifiers)
                 const isDown = event.key === Qt.Key_Down
                 event.accepted = true
-                if (event.key === Qt.Key_F2) {
+                if (command === Commands.RenameProject) {
                     root.rename(row.projectId)
-                } else if (event.key === Qt.Key_Delete) {
+                } else if (command === Commands.TrashProjects) {
                     root.app.care.moveToTrash(root.targets(row.projectId))
-                } else if (event.key === Qt.Key_D && event.modifiers & Qt.ControlModifier) {
+                } else if (command === Commands.DuplicateProjects) {
                     root.app.care.duplicate(root.targets(row.projectId))
-                } else if (event.key === Qt.Key_A && event.modifiers & Qt.ControlModifier) {
+                } else if (command === Commands.MarkAllProjects) {
                     root.extend(0, count - 1)
                 } else if (event.key === Qt.Key_Menu || (event.key === Qt.Key_F10 && event.modifiers & Qt.ShiftModifier)) {
                     root.openMenu(row)

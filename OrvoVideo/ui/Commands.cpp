@@ -91,6 +91,11 @@ constexpr Command table[]{
     {Commands::CorrectWord, Scope::Text, "Return F2", "", "Corregir", "Enter"},
     {Commands::CopyWords, Scope::Text, "Ctrl+C", "", "Copiar", "Ctrl+Ins Copy"},
     {Commands::UnmarkWords, Scope::Text, "Esc"},
+
+    {Commands::RenameProject, Scope::Library, "F2", "Renombrar"},
+    {Commands::DuplicateProjects, Scope::Library, "Ctrl+D", "Duplicar"},
+    {Commands::TrashProjects, Scope::Library, "Del", "Mover a la papelera"},
+    {Commands::MarkAllProjects, Scope::Library, "Ctrl+A"},
 };
 
 constexpr const char* playing = "Reproducir";
@@ -98,6 +103,7 @@ constexpr const char* moving = "Moverse";
 constexpr const char* editing = "Editar";
 constexpr const char* text = "Texto";
 constexpr const char* view = "Línea de tiempo";
+constexpr const char* library = "Biblioteca";
 
 /// A line of the sheet: the keys of some commands, or a gesture, and what they do.
 struct Line {
@@ -140,6 +146,10 @@ constexpr Line lines[]{
     {view, {}, "Sin ajuste a los bordes", "Mayús al arrastrar"},
     {view, {Commands::ShowPictureAlone}, "Ver solo la imagen"},
     {view, {Commands::ShowKeys}, "Mostrar estas teclas"},
+    {library, {Commands::RenameProject}, "Renombrar el proyecto"},
+    {library, {Commands::DuplicateProjects}, "Duplicar los marcados"},
+    {library, {Commands::TrashProjects}, "Mover los marcados a la papelera"},
+    {library, {Commands::MarkAllProjects}, "Marcar todos; con Mayús ↑ ↓, unos cuantos"},
 };
 
 /// Whether one of the names in `keys`, separated by blanks, is also in `others`.
@@ -159,13 +169,19 @@ consteval bool share(std::string_view keys, std::string_view others)
     return false;
 }
 
+/// Whether a key can mean commands of both: what has the keyboard uses its own.
+constexpr bool areApart(Scope one, Scope other)
+{
+    return one != other && (one >= Scope::Text || other >= Scope::Text);
+}
+
 consteval bool everyKeyHasOneCommand()
 {
     for (const auto* one = std::begin(table); one != std::end(table); ++one) {
         for (const auto* other = one + 1; other != std::end(table); ++other) {
             if (one->id == other->id)
                 return false;
-            if ((one->scope == Scope::Text) != (other->scope == Scope::Text))
+            if (areApart(one->scope, other->scope))
                 continue;
             for (const auto* keys : {one->keys, one->otherKeys}) {
                 if (share(keys, other->keys) || share(keys, other->otherKeys))
@@ -315,6 +331,12 @@ std::optional<Commands::Id> Commands::find(Scope scope, QKeyCombination pressed)
     const auto found =
         std::ranges::find_if(all, [&](const Key& each) { return each.combination == key && holdsIn(scope, *each.command); });
     return found == all.end() ? std::nullopt : std::optional(found->command->id);
+}
+
+Commands::Id Commands::pressed(Scope scope, int key, int modifiers)
+{
+    const auto held = static_cast<Qt::KeyboardModifiers>(static_cast<Qt::KeyboardModifiers::Int>(modifiers));
+    return find(scope, QKeyCombination(held, static_cast<Qt::Key>(key))).value_or(None);
 }
 
 QVariantList Commands::sheet()

@@ -88,6 +88,11 @@ public:
         CorrectWord,
         CopyWords,
         UnmarkWords,
+        // The library
+        RenameProject,
+        DuplicateProjects,
+        TrashProjects,
+        MarkAllProjects,
     };
     Q_ENUM(Id)
 
@@ -96,7 +101,9 @@ public:
         Window, ///< In the whole window, as shortcuts of its menus.
         Editor, ///< Wherever the keyboard is in the editor, unless what has the keyboard uses them itself.
         Text, ///< In the transcript.
+        Library, ///< In the list of projects.
     };
+    Q_ENUM(Scope)
 
     using QObject::QObject;
 
@@ -114,6 +121,9 @@ public:
 
     /// The command of a key in `scope`; those of the window hold in the editor, too. The keypad's keys count as the others.
     static std::optional<Id> find(Scope scope, QKeyCombination pressed);
+
+    /// As `find`, for a key event of QML; `None` for any other key.
+    Q_INVOKABLE static orvo::Commands::Id pressed(orvo::Commands::Scope scope, int key, int modifiers);
 
     static QVariantList sheet();
 };
