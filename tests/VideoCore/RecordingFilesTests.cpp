@@ -1,11 +1,14 @@
+#include "TestSupport/SmallDisk.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/FileIO.h"
 #include "VideoCore/PointerLog.h"
+#include "VideoCore/RecordedProject.h"
 
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <functional>
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <thread>
@@ -14,6 +17,7 @@
 namespace orvo {
 namespace {
 
+using testing::IsEmpty;
 using testing::SizeIs;
 
 TEST(PointerLog, readsWhatIsWholeAndLeavesOutTheRest)
@@ -119,6 +123,102 @@ TEST(CaptureSession, aNumberThatSomebodyElseHasByNowIsNoRecorder)
     ends.notify_all();
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
+}
+
+std::vector<PointerEvent> someEvents(std::size_t count)
+{
+    std::vector<PointerEvent> events(count);
+    for (std::size_t i = 0; i < count; ++i)
+        events[i] = {.id = Uuid::random(), .time = static_cast<double>(i), .x = 0.25, .y = 0.75};
+    return events;
+}
+
+TEST(RecordedProject, RemovesTheMarkLast)
+{
+    using Kind = RecordedProject::Kind;
+    struct Case {
+        Kind kind;
+        std::function<void(RecordedProject&)> end;
+        std::string_view state; ///< Empty: no project is left.
+        bool isMarked;
+        std::size_t documentEvents;
+    };
+    const auto complete = [](RecordedProject& project) { project.complete(); };
+    const auto interrupt = [](RecordedProject& project) { project.interrupt(); };
+    const auto failStart = [](RecordedProject& project) { project.failStart(); };
+    const auto discard = [](RecordedProject& project) { project.discard(); };
+    const auto destroy = [](RecordedProject&) { };
+    const Case cases[]{
+        {Kind::capture, complete, "ready", false, 5},
+        {Kind::capture, interrupt, "recoverable", true, 5},
+        {Kind::capture, destroy, "recoverable", true, 5},
+        {Kind::capture, failStart, "needs-recovery", false, 5},
+        {Kind::tab, complete, "processing-tab", false, 0},
+        {Kind::tab, interrupt, "recoverable-tab", true, 0},
+        {Kind::tab, destroy, "recoverable-tab", true, 0},
+        {Kind::tab, discard, "", false, 0},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(std::string(test.state));
+        const test::TemporaryFolder library;
+        const ProjectStore store(library.path());
+        const auto events = someEvents(5);
+        std::filesystem::path folder;
+        {
+            RecordedProject recorded(store, test.kind, VideoProject::make("Clase"));
+            folder = recorded.folder();
+            EXPECT_TRUE(CaptureSession::isMarkedRecording(store.load(recorded.id())));
+            EXPECT_EQ(CaptureSession::recordingProcess(folder), ::getpid());
+            recorded.add({events.begin(), events.begin() + 3});
+            recorded.checkpoint(recorded.project());
+            EXPECT_EQ(PointerLog::read(folder), std::vector(events.begin(), events.begin() + 3));
+            recorded.add({events.begin() + 3, events.end()});
+            test.end(recorded);
+        }
+        if (test.state.empty()) {
+            EXPECT_THAT(test::namesIn(library.path()), IsEmpty());
+            continue;
+        }
+        const auto projects = store.list();
+        ASSERT_THAT(projects, SizeIs(1));
+        EXPECT_EQ(projects[0].state, test.state);
+        EXPECT_THAT(projects[0].edit.events, SizeIs(test.documentEvents));
+        EXPECT_EQ(PointerLog::read(folder), events);
+        EXPECT_EQ(CaptureSession::recordingProcess(folder).has_value(), test.isMarked);
+    }
+}
+
+/// The disk takes the document, but not the events.
+TEST(RecordedProject, MakesUpForAFailedCheckpoint)
+{
+    const test::TemporaryFolder library;
+    const ProjectStore store(library.path());
+    const auto events = someEvents(100);
+    RecordedProject recorded(store, RecordedProject::Kind::tab, VideoProject::make("Clase"));
+    recorded.add({events.front()});
+    recorded.checkpoint(recorded.project());
+    recorded.add({events.begin() + 1, events.end()});
+    {
+        const test::FileSizeLimit full(4000);
+        const auto document = recorded.change([](VideoProject& project) { project.duration = 7; });
+        EXPECT_THROW(recorded.checkpoint(document), std::filesystem::filesystem_error);
+        EXPECT_EQ(store.load(recorded.id()).duration, 7) << "the document is saved all the same";
+        EXPECT_THROW(recorded.complete(), std::filesystem::filesystem_error) << "the log is the only place of the events";
+        EXPECT_TRUE(CaptureSession::isMarkedRecording(store.load(recorded.id())));
+        EXPECT_EQ(readFile(recorded.folder() / PointerLog::fileName), PointerLog::linesOf({&events.front(), 1}));
+    }
+    recorded.complete();
+    EXPECT_EQ(PointerLog::read(recorded.folder()), events);
+}
+
+TEST(RecordedProject, LeavesNothingWhenItCannotBeCreated)
+{
+    const test::TemporaryFolder library;
+    const ProjectStore store(library.path());
+    const test::FileSizeLimit full(100); // Less than a document.
+    EXPECT_THROW(RecordedProject(store, RecordedProject::Kind::capture, VideoProject::make("Clase")),
+        std::filesystem::filesystem_error);
+    EXPECT_THAT(test::namesIn(library.path()), IsEmpty());
 }
 
 } // namespace
