@@ -1,47 +1,24 @@
 #include "OrvoVideo/capture/RecordingSession.h"
 
-#include "VideoCore/CaptureSession.h"
 #include "VideoCore/Error.h"
-#include "VideoCore/FileIO.h"
-#include "VideoCore/PointerLog.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <ctime>
-#include <fcntl.h>
-#include <filesystem>
+#include <exception>
 #include <format>
-#include <span>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 
 namespace orvo {
-
-namespace fs = std::filesystem;
 
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto checkpointInterval = 2s;
-
 /// Between two checks for data to flush. A fragment of a track holds two seconds, and reaches the disk at most this much
 /// later.
 constexpr auto flushInterval = 250ms;
-
-/// Flushes a file to disk, whichever thread wrote it, if its length has changed since `before`. Returns the length on
-/// disk.
-off_t flushed(const fs::path& file, off_t before)
-{
-    const UniqueFd opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat facts{};
-    if (!opened || ::fstat(opened.get(), &facts) != 0 || (facts.st_size != before && ::fdatasync(opened.get()) != 0))
-        return before;
-    return facts.st_size;
-}
 
 /// Whether this microphone, or any for an empty identifier, is plugged in. True where nobody knows: opening it reports why.
 bool isMicrophoneThere(const std::string& device)
@@ -53,6 +30,27 @@ bool isMicrophoneThere(const std::string& device)
     } catch (const Error&) {
         return true;
     }
+}
+
+/// The options without a microphone that is not there.
+CaptureOptions available(CaptureOptions options)
+{
+    options.microphone = options.microphone && isMicrophoneThere(options.microphoneDevice);
+    return options;
+}
+
+/// The project as it is before anything is captured. Throws `captureError` when the disk of the library is nearly full.
+VideoProject newProject(const ProjectStore& store, const RecordingSession::Plan& plan, const CaptureOptions& options)
+{
+    if (!RecordedProject::hasRoom(store))
+        throw captureError("No hay espacio suficiente en el disco para grabar.");
+    auto project = VideoProject::make(plan.title);
+    const auto size = captureSize(options.region.value_or(plan.source.rect), plan.source.scale, options.height);
+    project.width = size.width;
+    project.height = size.height;
+    project.fps = options.fps;
+    project.tracks = SharedList(CaptureEngine::tracks(options));
+    return project;
 }
 
 } // namespace
@@ -74,18 +72,21 @@ std::string RecordingSession::awayText(TrackKind kind)
 }
 
 RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& engine, Plan plan, Listener listener)
-    : m_store(store)
-    , m_engine(engine)
-    , m_listener(std::move(listener))
+    : RecordingSession(store, engine, plan, available(plan.options), std::move(listener))
 {
-    const bool lacksMicrophone = plan.options.microphone && !isMicrophoneThere(plan.options.microphoneDevice);
-    if (lacksMicrophone)
-        plan.options.microphone = false;
-    create(plan);
+}
+
+RecordingSession::RecordingSession(
+    const ProjectStore& store, CaptureEngine& engine, const Plan& plan, const CaptureOptions& options, Listener listener)
+    : m_engine(engine)
+    , m_listener(std::move(listener))
+    , m_project(store, RecordedProject::Kind::capture, newProject(store, plan, options))
+{
     try {
         m_engine.onEvent = [this](const PointerEvent& event) {
             const std::lock_guard lock(m_mutex);
-            m_events.push_back(event);
+            m_lastEvent = event;
+            m_project.add({event});
         };
         m_engine.onError = [this](const std::exception_ptr& error) {
             try {
@@ -95,22 +96,15 @@ RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& eng
             }
         };
         m_engine.onDevice = m_listener.onDevice;
-        const fs::path folder = m_store.directory(m_id);
-        auto tracks = m_engine.start(plan.source, folder / ProjectStore::mediaName, plan.options);
-        const std::lock_guard lock(m_mutex);
-        m_project.tracks = SharedList(std::move(tracks));
-        m_log.reset(::open((folder / PointerLog::fileName).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+        auto tracks = m_engine.start(plan.source, m_project.folder() / ProjectStore::mediaName, options);
+        m_project.change([&](VideoProject& project) { project.tracks = SharedList(std::move(tracks)); });
     } catch (const std::exception&) {
         const auto error = std::current_exception();
-        giveUp();
+        silenceEngine();
+        m_project.failStart();
         std::rethrow_exception(error);
     }
-    try {
-        flushFolder(m_store.directory(m_id) / ProjectStore::mediaName);
-    } catch (const std::exception&) {
-        // Without it, flushing the files still writes their directory entries on common file systems.
-    }
-    if (lacksMicrophone && m_listener.onDevice)
+    if (plan.options.microphone && !options.microphone && m_listener.onDevice)
         m_listener.onDevice(TrackKind::microphone, true);
     checkpoint();
     m_checkpoints = std::jthread([this](const std::stop_token& stop) { keepCheckpoints(stop); });
@@ -122,43 +116,11 @@ RecordingSession::~RecordingSession()
         stop();
 }
 
-/// Creates and marks the project before anything is captured.
-void RecordingSession::create(const Plan& plan)
-{
-    if (!CaptureSession::hasRoom(m_store.root()))
-        throw captureError("No hay espacio suficiente en el disco para grabar.");
-    m_project = VideoProject::make(plan.title);
-    m_id = m_project.id;
-    m_project.state = ProjectState::recording;
-    const auto size = captureSize(plan.options.region.value_or(plan.source.rect), plan.source.scale, plan.options.height);
-    m_project.width = size.width;
-    m_project.height = size.height;
-    m_project.fps = plan.options.fps;
-    m_project.tracks = SharedList(CaptureEngine::tracks(plan.options));
-    m_store.create(m_project);
-    CaptureSession::mark(m_store.directory(m_id));
-}
-
-/// Keeps the project of a failed start for recovery.
-void RecordingSession::giveUp()
+void RecordingSession::silenceEngine()
 {
     m_engine.onEvent = {};
     m_engine.onError = {};
     m_engine.onDevice = {};
-    m_stopped = true;
-    m_project.state = ProjectState::needsRecovery;
-    try {
-        m_store.save(m_project);
-    } catch (const std::exception&) {
-        // The caller reports the error of the start.
-    }
-    CaptureSession::unmark(m_store.directory(m_id));
-}
-
-VideoProject RecordingSession::project() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_project;
 }
 
 bool RecordingSession::isPaused() const
@@ -177,11 +139,10 @@ void RecordingSession::markZoom()
     if (isPaused() || m_engine.recordPointer(PointerKind::zoom))
         return;
     const std::lock_guard lock(m_mutex);
-    PointerEvent event = m_events.empty() ? PointerEvent{.x = 0.5, .y = 0.5} : m_events.back();
-    event.id = Uuid::random();
-    event.time = m_engine.time();
-    event.kind = PointerKind::zoom;
-    m_events.push_back(event);
+    m_lastEvent.id = Uuid::random();
+    m_lastEvent.time = m_engine.time();
+    m_lastEvent.kind = PointerKind::zoom;
+    m_project.add({m_lastEvent});
 }
 
 void RecordingSession::togglePause()
@@ -205,102 +166,47 @@ void RecordingSession::togglePause()
 void RecordingSession::endPause(double now)
 {
     if (const auto start = std::exchange(m_pauseStart, std::nullopt))
-        m_project.edit.cuts.edit().push_back({.start = *start, .end = now});
+        m_project.change([&](VideoProject& project) { project.edit.cuts.edit().push_back({.start = *start, .end = now}); });
 }
 
 void RecordingSession::keepCheckpoints(const std::stop_token& stop)
 {
     std::mutex mutex;
     std::unique_lock lock(mutex);
-    auto due = std::chrono::steady_clock::now() + checkpointInterval;
     while (!m_wake.wait_for(lock, stop, flushInterval, [] { return false; }) && !stop.stop_requested()) {
-        if (std::chrono::steady_clock::now() < due) {
-            flush();
+        if (std::chrono::steady_clock::now() < m_project.nextCheckpoint()) {
+            m_project.flush();
             continue;
         }
         checkpoint();
-        watchDisk();
-        due = std::chrono::steady_clock::now() + checkpointInterval;
+        if (!m_project.hasRoom())
+            reportError("Queda muy poco espacio en el disco: la grabación se ha detenido.");
     }
 }
 
-/// Flushes tracks and pointer log as far as they have grown.
-void RecordingSession::flush()
-{
-    const fs::path folder = m_store.directory(m_id);
-    std::vector<fs::path> files{folder / PointerLog::fileName};
-    {
-        const std::lock_guard lock(m_mutex);
-        for (const auto& track : m_project.tracks)
-            files.push_back(folder / track.file);
-    }
-    for (const auto& file : files) {
-        auto& length = m_flushed[file];
-        length = flushed(file, length);
-    }
-}
-
-/// Saves document and pointer log and flushes the tracks. The next checkpoint makes up for what fails.
+/// Saves the project. The next checkpoint makes up for what fails.
 void RecordingSession::checkpoint()
 {
     const double duration = m_engine.time();
-    VideoProject project;
+    VideoProject document;
     {
         const std::lock_guard lock(m_mutex);
-        m_project.duration = duration;
-        m_project.updatedAt = now();
-        for (auto& track : m_project.tracks.edit())
-            track.duration = duration;
-        project = m_project;
+        document = m_project.change([duration](VideoProject& project) {
+            project.duration = duration;
+            for (auto& track : project.tracks.edit())
+                track.duration = duration;
+        });
         // If the process dies now, the pause is cut.
         if (m_pauseStart && *m_pauseStart < duration)
-            project.edit.cuts.edit().push_back({.start = *m_pauseStart, .end = duration});
+            document.edit.cuts.edit().push_back({.start = *m_pauseStart, .end = duration});
     }
-    writeLog();
     try {
-        m_store.save(project);
+        m_project.checkpoint(document);
     } catch (const std::exception&) {
         // The recording continues; the previous document and the files are enough to recover it.
     }
-    flush();
     if (m_listener.onCheckpoint)
-        m_listener.onCheckpoint(project);
-}
-
-/// Appends new events to the log, either all of them or none.
-void RecordingSession::writeLog()
-{
-    std::string lines;
-    std::size_t count = 0;
-    {
-        const std::lock_guard lock(m_mutex);
-        count = m_events.size();
-        lines = PointerLog::linesOf(std::span(m_events).subspan(m_savedEvents));
-    }
-    if (!m_log || lines.empty())
-        return;
-    std::string_view left = lines;
-    off_t place = m_logLength;
-    while (!left.empty()) {
-        const ssize_t written = ::pwrite(m_log.get(), left.data(), left.size(), place);
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0) {
-            [[maybe_unused]] const int ignored = ::ftruncate(m_log.get(), m_logLength);
-            return;
-        }
-        left.remove_prefix(static_cast<std::size_t>(written));
-        place += written;
-    }
-    m_logLength = place;
-    const std::lock_guard lock(m_mutex);
-    m_savedEvents = count;
-}
-
-void RecordingSession::watchDisk()
-{
-    if (!CaptureSession::hasRoom(m_store.directory(m_id)))
-        reportError("Queda muy poco espacio en el disco: la grabación se ha detenido.");
+        m_listener.onCheckpoint(document);
 }
 
 void RecordingSession::reportError(const std::string& text)
@@ -325,39 +231,22 @@ RecordingSession::Result RecordingSession::stop()
     } catch (const std::exception& error) {
         result.error = describe(error);
     }
-    m_engine.onEvent = {};
-    m_engine.onError = {};
-    m_engine.onDevice = {};
+    silenceEngine();
     {
         const std::lock_guard lock(m_mutex);
         endPause(m_engine.time());
     }
     checkpoint();
-    m_log.reset();
-
-    VideoProject project = this->project();
-    project.edit.events = SharedList(m_events);
-    project.state = result.error ? ProjectState::recoverable : ProjectState::ready;
-    const auto save = [&] {
+    if (!result.error) {
         try {
-            m_store.save(project);
-            return true;
+            m_project.complete();
         } catch (const std::exception& error) {
-            if (!result.error)
-                result.error = describe(error);
-            return false;
+            result.error = describe(error);
         }
-    };
-    if (!save() && project.state == ProjectState::ready) {
-        project.state = ProjectState::recoverable;
-        save();
     }
-    // A remaining mark requests recovery of the project.
-    if (project.state == ProjectState::ready)
-        CaptureSession::unmark(m_store.directory(m_id));
-    const std::lock_guard lock(m_mutex);
-    m_project = project;
-    result.project = std::move(project);
+    if (result.error)
+        m_project.interrupt();
+    result.project = project();
     return result;
 }
 

@@ -2,29 +2,32 @@
 
 #include "OrvoVideo/capture/CaptureEngine.h"
 #include "VideoCore/ProjectStore.h"
-#include "VideoCore/UniqueFd.h"
+#include "VideoCore/RecordedProject.h"
 #include "VideoCore/VideoProject.h"
 
 #include <condition_variable>
-#include <cstdint>
 #include <functional>
-#include <map>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <stop_token>
 #include <string>
-#include <sys/types.h>
 #include <thread>
-#include <vector>
 
 namespace orvo {
 
 /// One recording and its project, from creating the folder to the finished document.
 ///
-/// The project is in the library, marked as being recorded, before anything is captured. Every two seconds a checkpoint
-/// saves its document and the pointer log; a failed one is made up for by the next. Whatever ends the process, the
-/// project can be recovered.
+///     constructor            togglePause
+///     ───────────► recording ◄─────────► paused
+///       │ cannot       └────────┬──────────┘
+///       │ start                 │ stop
+///       ▼                       ├─────────────────────────────────────► "ready"
+///   "needs-recovery"            │ a file cannot be closed or saved
+///                               └─────────────────────────────────────► "recoverable"
+///
+/// The project is in the library, marked as being recorded, before anything is captured (`RecordedProject`). Every two
+/// seconds a checkpoint saves its document and the pointer log; a failed one is made up for by the next. Whatever ends the
+/// process, the project can be recovered.
 ///
 /// Operations block. Call them from any thread, one at a time; `time`, `isPaused` and `markZoom` at any time.
 class RecordingSession {
@@ -53,8 +56,8 @@ public:
     };
 
     /// Creates the project and starts recording. If the chosen microphone, or any, is not there, records without it and
-    /// calls `Listener::onDevice` before the constructor returns. Throws what `ProjectStore` and `CaptureEngine::start`
-    /// throw; a project created by then is left as "needs-recovery".
+    /// calls `Listener::onDevice` before the constructor returns. Throws what `RecordedProject` and `CaptureEngine::start`
+    /// throw, and `captureError` when the disk is nearly full; a project created by then is left as "needs-recovery".
     RecordingSession(const ProjectStore& store, CaptureEngine& engine, Plan plan, Listener listener = {});
 
     /// Calls `stop` if nobody did.
@@ -68,10 +71,10 @@ public:
     /// The message for the user about a microphone or camera that delivers nothing.
     static std::string awayText(TrackKind kind);
 
-    const Uuid& id() const noexcept { return m_id; }
+    const Uuid& id() const noexcept { return m_project.id(); }
 
     /// The project as of the last checkpoint.
-    VideoProject project() const;
+    VideoProject project() const { return m_project.project(); }
 
     /// Pauses or resumes. The pause becomes a cut of the edit.
     void togglePause();
@@ -88,32 +91,26 @@ public:
     Result stop();
 
 private:
+    /// With the options that can be met now.
+    RecordingSession(const ProjectStore& store, CaptureEngine& engine, const Plan& plan, const CaptureOptions& options,
+        Listener listener);
+
     void keepCheckpoints(const std::stop_token& stop);
     void checkpoint();
-    void flush();
-    void writeLog();
-    void watchDisk();
     void endPause(double now);
     void reportError(const std::string& text);
-    void create(const Plan& plan);
-    void giveUp();
+    void silenceEngine();
 
-    const ProjectStore& m_store;
     CaptureEngine& m_engine;
     Listener m_listener;
-    Uuid m_id;
+    RecordedProject m_project;
 
-    mutable std::mutex m_mutex; ///< Guards the members below.
-    VideoProject m_project;
-    std::vector<PointerEvent> m_events;
-    std::size_t m_savedEvents = 0; ///< Number of events already in the log.
+    mutable std::mutex m_mutex; ///< Guards the members below. Locked before `m_project` is changed.
+    PointerEvent m_lastEvent{.x = 0.5, .y = 0.5}; ///< In the middle before the first.
     std::optional<double> m_pauseStart;
-    bool m_stopped = false;
     bool m_errorReported = false;
 
-    UniqueFd m_log; ///< The pointer log; used by the checkpoint thread.
-    off_t m_logLength = 0;
-    std::map<std::filesystem::path, off_t> m_flushed; ///< Lengths of the files when last flushed.
+    bool m_stopped = false;
     std::condition_variable_any m_wake;
     std::jthread m_checkpoints;
 };
