@@ -1,9 +1,9 @@
 #include "OrvoBridge/BridgeSession.h"
 
 #include "Platform/notifications/Notifications.h"
-#include "VideoCore/CaptureSession.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/ExtensionMark.h"
+#include "VideoCore/RecordedProject.h"
 
 #include <cerrno>
 #include <system_error>
@@ -39,6 +39,11 @@ BridgeSession::~BridgeSession()
 void BridgeSession::receive(std::string_view message) noexcept
 {
     guarded([&] { std::visit([this](auto&& what) { handle(std::forward<decltype(what)>(what)); }, parseMessage(message)); });
+}
+
+std::optional<std::chrono::steady_clock::time_point> BridgeSession::nextTick() const noexcept
+{
+    return m_recording ? std::optional(m_recording->nextCheckpoint()) : std::nullopt;
 }
 
 void BridgeSession::tick() noexcept
@@ -120,7 +125,7 @@ void BridgeSession::handle(const Open& open)
 
 void BridgeSession::requireRoom() const
 {
-    if (!CaptureSession::hasRoom(m_store->root()))
+    if (!RecordedProject::hasRoom(*m_store))
         throw std::system_error(std::make_error_code(std::errc::no_space_on_device));
 }
 
@@ -144,7 +149,6 @@ void BridgeSession::interrupt() noexcept
 {
     if (!m_recording)
         return;
-    m_recording->interrupt();
     m_recording.reset();
     m_notify(notification::tabFinished);
 }

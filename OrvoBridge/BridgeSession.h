@@ -3,6 +3,7 @@
 #include "OrvoBridge/Messages.h"
 #include "OrvoBridge/TabRecording.h"
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -30,13 +31,14 @@ public:
     /// Handles one message. Replies with every error; never throws.
     void receive(std::string_view message) noexcept;
 
-    /// Updates the recording's document. Call every two seconds.
+    /// When `tick` is due; nullopt while nothing is recorded.
+    std::optional<std::chrono::steady_clock::time_point> nextTick() const noexcept;
+
+    /// Makes a checkpoint of the recording, and ends it if the disk is nearly full.
     void tick() noexcept;
 
     /// The browser is gone or violates the protocol: keeps what is recorded. Call no other function afterwards.
     void end() noexcept;
-
-    bool isRecording() const noexcept { return m_recording.has_value(); }
 
 private:
     void handle(const Hello& hello);

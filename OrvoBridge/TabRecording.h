@@ -1,32 +1,35 @@
 #pragma once
 
 #include "OrvoBridge/Messages.h"
+#include "VideoCore/AppendedFile.h"
 #include "VideoCore/ProjectStore.h"
-#include "VideoCore/UniqueFd.h"
+#include "VideoCore/RecordedProject.h"
 
+#include <chrono>
 #include <cstdint>
 #include <map>
-#include <string>
-#include <vector>
+#include <utility>
 
 namespace orvo::bridge {
 
 /// The recording of a browser tab as a project of the library.
+///
+///     constructor              finish
+///     ───────────► recording ─────────────► "processing-tab"
+///       │ fails        │ destructor
+///       ▼              └──────────────────► "recoverable-tab"
+///   no project
 ///
 /// The project exists from the start, marked as being recorded. `write` stores data before it returns; the document and
 /// the pointer log are saved at every checkpoint. Whatever ends the process, the application finds the project and
 /// prepares it.
 class TabRecording {
 public:
-    /// Creates the project. Throws what `ProjectStore::create` throws, and file system errors unchanged.
+    /// Creates the project. Throws what `RecordedProject` throws, and file system errors unchanged. Destroying the
+    /// recording before `finish` interrupts it; the application prepares what exists.
     TabRecording(const ProjectStore& store, const Start& start);
 
-    /// Calls `interrupt` unless it or `finish` was called.
-    ~TabRecording();
-    TabRecording(const TabRecording&) = delete;
-    TabRecording& operator=(const TabRecording&) = delete;
-
-    const Uuid& id() const noexcept { return m_project.id; }
+    const Uuid& id() const noexcept { return m_project.id(); }
 
     /// Appends to a track's file. Throws `ProtocolError` for a chunk out of sequence or of an unknown track, and file
     /// system errors unchanged.
@@ -35,35 +38,26 @@ public:
     /// Throws `ProtocolError` for an unknown track.
     void setStarts(const Starts& starts);
 
-    void add(Pointer pointer);
+    void add(Pointer pointer) { m_project.add(std::move(pointer.events)); }
     void setDuration(double seconds);
 
-    /// Saves the document and the pointer log, and flushes everything to disk. Call every two seconds. Throws file system
-    /// errors unchanged; the next checkpoint makes up for a failed one.
+    /// When `checkpoint` is due.
+    std::chrono::steady_clock::time_point nextCheckpoint() const noexcept { return m_project.nextCheckpoint(); }
+
+    /// Saves the document and the pointer log, and flushes everything to disk. Throws as `RecordedProject::checkpoint`.
     void checkpoint();
 
-    /// Ends the recording; the application prepares it. Throws as `checkpoint`.
-    void finish();
-
-    /// Ends an interrupted recording; the application prepares what exists. Never fails.
-    void interrupt() noexcept;
+    /// Ends the recording; the application prepares it. Throws file system errors unchanged; the recording then goes on.
+    void finish() { m_project.complete(); }
 
 private:
     struct File {
-        UniqueFd descriptor;
+        AppendedFile content;
         std::int64_t next = 0; ///< The sequence number of the next chunk.
-        std::filesystem::path path;
     };
 
-    void end(std::string_view state);
-    void closeFiles() noexcept;
-
-    const ProjectStore& m_store;
-    VideoProject m_project;
+    RecordedProject m_project;
     std::map<TrackKind, File> m_files;
-    File m_log;
-    std::vector<PointerEvent> m_events; ///< Not in the log yet.
-    bool m_ended = false;
 };
 
 } // namespace orvo::bridge

@@ -26,7 +26,6 @@ using namespace orvo;
 using namespace orvo::bridge;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto checkpointInterval = std::chrono::seconds(2);
 constexpr auto maxFarewell = std::chrono::milliseconds(500);
 
 constexpr std::string_view help =
@@ -78,12 +77,17 @@ void serve()
         return ::poll(&input, 1, 0) > 0;
     };
 
-    auto nextCheckpoint = Clock::now() + checkpointInterval;
+    // Milliseconds; -1 while nothing is recorded.
+    const auto untilTick = [&session] {
+        const auto due = session.nextTick();
+        if (!due)
+            return -1;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - Clock::now());
+        return std::max(static_cast<int>(left.count()), 0);
+    };
     while (heard) {
         pollfd waiting[] = {{.fd = STDIN_FILENO, .events = POLLIN}, {.fd = signals, .events = POLLIN}};
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(nextCheckpoint - Clock::now()).count();
-        const int timeout = session.isRecording() ? static_cast<int>(std::max<long long>(left, 0)) : -1;
-        if (::poll(waiting, 2, timeout) < 0 && errno != EINTR)
+        if (::poll(waiting, 2, untilTick()) < 0 && errno != EINTR)
             break;
         if (waiting[1].revents != 0) {
             // Still records what was sent before, within the time limit.
@@ -93,10 +97,8 @@ void serve()
         }
         if (waiting[0].revents != 0 && !listen())
             break;
-        if (Clock::now() >= nextCheckpoint) {
+        if (untilTick() == 0)
             session.tick();
-            nextCheckpoint = Clock::now() + checkpointInterval;
-        }
     }
     session.end();
 }

@@ -26,14 +26,6 @@ void unmark(const std::filesystem::path& projectFolder) noexcept
     std::filesystem::remove(projectFolder / fileName, ignored);
 }
 
-bool hasRoom(const std::filesystem::path& folder) noexcept
-{
-    constexpr std::uintmax_t minRoom = std::uintmax_t{48} << 20; // Bytes.
-    std::error_code error;
-    const auto space = std::filesystem::space(folder, error);
-    return error || space.available >= minRoom;
-}
-
 namespace {
 
 /// What /proc reports about a process.

@@ -19,10 +19,6 @@ void mark(const std::filesystem::path& projectFolder);
 /// Removes the mark. Never fails.
 void unmark(const std::filesystem::path& projectFolder) noexcept;
 
-/// Whether the disk of a folder has at least 48 MiB free. With less, no recording starts and a running one stops by
-/// itself. Returns true when the free space is unknown.
-bool hasRoom(const std::filesystem::path& folder) noexcept;
-
 /// The process that records into this project. Returns nullopt when the file is missing or malformed, or when another
 /// process has that number by now.
 std::optional<std::int32_t> recordingProcess(const std::filesystem::path& projectFolder);
