@@ -13,9 +13,7 @@ namespace orvo {
 void analysisAudio(const VideoProject& project, const ProjectStore& store, const MediaProbe& probe,
     const std::filesystem::path& destination, const std::stop_token& stop)
 {
-    const auto ffmpeg = ProcessRunner::ffmpeg();
-    if (!ffmpeg)
-        throw captureError("FFmpeg no está instalado.");
+    const auto ffmpeg = ProcessRunner::requireFfmpeg();
 
     std::vector<std::string> arguments{"-hide_banner", "-y", "-nostdin", "-filter_complex_threads", "1"};
     std::string chains;
@@ -38,7 +36,7 @@ void analysisAudio(const VideoProject& project, const ProjectStore& store, const
     arguments.insert(arguments.end(),
         {"-filter_complex", std::format("{}{}amix=inputs={}:duration=longest:normalize=0[a]", chains, labels, count), "-map",
             "[a]", "-ac", "1", "-ar", "16000", destination.string()});
-    ProcessRunner::run(*ffmpeg, arguments, {}, 0, stop);
+    ProcessRunner::run(ffmpeg, arguments, {}, 0, stop);
 }
 
 } // namespace orvo

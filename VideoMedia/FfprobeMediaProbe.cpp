@@ -122,10 +122,7 @@ MediaFacts factsIn(yyjson_val* root)
 
 MediaFacts FfprobeMediaProbe::facts(const fs::path& file, const std::stop_token& stop) const
 {
-    const auto ffmpeg = ProcessRunner::ffmpeg();
-    if (!ffmpeg)
-        throw captureError("FFmpeg no está instalado.");
-    const auto ffprobe = findFfprobe(*ffmpeg);
+    const auto ffprobe = findFfprobe(ProcessRunner::requireFfmpeg());
     if (!ffprobe)
         throw captureError("Falta ffprobe, que viene con FFmpeg. Vuelve a instalar FFmpeg.");
     const auto unreadable = [&] {

@@ -246,9 +246,7 @@ void requireComplete(const fs::path& folder)
 Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& destination, const ProgressCallback& progress,
     const std::stop_token& stop)
 {
-    const auto ffmpeg = ProcessRunner::ffmpeg();
-    if (!ffmpeg)
-        throw captureError("FFmpeg no está instalado.");
+    const auto ffmpeg = ProcessRunner::requireFfmpeg();
     const auto ladder = HlsLadder::of(project);
     const fs::path folder = fs::absolute(destination);
     const fs::path movie = fs::absolute(from);
@@ -266,7 +264,7 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
         fs::create_directories(rungs.back().folder);
     }
     const auto copies =
-        StreamedFilm::copiesInto(rungs.back().step, project.fps, movie, *ffmpeg, plain.path() / "packets.txt", stop);
+        StreamedFilm::copiesInto(rungs.back().step, project.fps, movie, ffmpeg, plain.path() / "packets.txt", stop);
     rungs.back().isCopied = copies.picture;
 
     Outcome outcome;
@@ -293,9 +291,9 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
                 progress(std::min(done + share * part, 1.0));
         };
         outcome.hardwareFailed |= encodeWithBest(
-            *ffmpeg, tasks,
+            ffmpeg, tasks,
             [&](std::span<const VideoEncoder> encoders) {
-                ProcessRunner::run(*ffmpeg, encoding.line(together, encoders), tell, seconds, stop);
+                ProcessRunner::run(ffmpeg, encoding.line(together, encoders), tell, seconds, stop);
                 for (const auto& rung : together)
                     requireComplete(rung.folder);
             },
@@ -305,7 +303,7 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
     }
     writeFileAtomically(folder / "master.m3u8", HlsLadder::masterPlaylist(ladder));
     writeFileAtomically(folder / "captions.vtt", Timeline::subtitles(project, Timeline::SubtitleFormat::webVtt));
-    ProcessRunner::run(*ffmpeg,
+    ProcessRunner::run(ffmpeg,
         {"-hide_banner", "-y", "-ss", durationText(RenderGraph::openingFade(project)), "-i", movie.string(), "-frames:v",
             "1", "-vf", "scale=960:-2", (plain.path() / "poster.jpg").string()},
         {}, 0, stop);

@@ -336,6 +336,13 @@ std::optional<fs::path> ffmpeg()
     return found == candidates.end() ? std::nullopt : std::optional(*found);
 }
 
+fs::path requireFfmpeg()
+{
+    if (auto program = ffmpeg())
+        return *program;
+    throw captureError("FFmpeg no está instalado.");
+}
+
 void requireUsable(const fs::path& ffmpeg)
 {
     // The version of libavfilter identifies the release even where the program's own version is the name of a build: 10

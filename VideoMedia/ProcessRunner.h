@@ -23,6 +23,9 @@ std::filesystem::path bundlePath();
 /// "/opt/homebrew/bin/ffmpeg" and "/usr/local/bin/ffmpeg"; nullopt if there is none. Searches on every call.
 std::optional<std::filesystem::path> ffmpeg();
 
+/// As `ffmpeg`; throws `captureError` with "FFmpeg no está instalado." if there is none.
+std::filesystem::path requireFfmpeg();
+
 /// Throws `captureError` with a text for the user if this `ffmpeg` cannot be run or is older than version 7, the first
 /// that reads option values from files.
 void requireUsable(const std::filesystem::path& ffmpeg);

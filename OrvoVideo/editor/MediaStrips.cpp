@@ -1,8 +1,8 @@
 #include "OrvoVideo/editor/MediaStrips.h"
 
 #include "OrvoVideo/model/ModelText.h"
-#include "VideoMedia/NumberText.h"
-#include "VideoMedia/ProcessRunner.h"
+#include "VideoMedia/MonoSamples.h"
+#include "VideoMedia/StillPicture.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -45,13 +45,6 @@ QDir cacheFolder()
 QString memoryName(const MediaStrips::PictureKey& key)
 {
     return QStringLiteral("%1|%2").arg(Text::from(key.file)).arg(key.time);
-}
-
-std::filesystem::path requireFfmpeg()
-{
-    if (auto program = ProcessRunner::ffmpeg())
-        return *program;
-    throw captureError("Instala FFmpeg desde Ajustes para exportar vídeos.");
 }
 
 std::filesystem::path toPath(const QString& name)
@@ -201,25 +194,11 @@ WaveformPeaks MediaStrips::readPeaks(
     }
     waitUntil(from, stop);
     const QTemporaryDir folder(cacheFolder().filePath(QStringLiteral("reading-XXXXXX")));
-    const QString raw = folder.filePath(QStringLiteral("sound.s16"));
-    // The sound as the picture's clock has it: late beginnings and gaps are filled with silence.
-    ProcessRunner::run(requireFfmpeg(),
-        {"-hide_banner", "-nostdin", "-y", "-i", source.file.string(), "-map", "0:a:0", "-vn", "-af",
-            "aresample=async=1:first_pts=0", "-ac", "1", "-ar", std::to_string(WaveformPeaks::sampleRate), "-f", "s16le",
-            "-progress", "pipe:1", raw.toStdString()},
-        progress, source.duration, stop);
-
-    QFile sound(raw);
-    if (!sound.open(QIODevice::ReadOnly))
-        throw captureError(sound.errorString().toStdString());
     WaveformPeaks peaks;
-    std::vector<std::int16_t> block(1 << 16);
-    for (;;) {
-        const qint64 read = sound.read(reinterpret_cast<char*>(block.data()), 2 * static_cast<qint64>(block.size()));
-        if (read < 2)
-            break;
-        peaks.add(std::span(block).first(static_cast<std::size_t>(read / 2)));
-    }
+    readMonoSamples(
+        {.file = source.file, .rate = WaveformPeaks::sampleRate, .duration = source.duration},
+        toPath(folder.filePath(QStringLiteral("sound.s16"))),
+        [&peaks](std::span<const std::int16_t> samples) { peaks.add(samples); }, progress, stop);
     peaks.finish();
     limitCache();
     QSaveFile file(kept);
@@ -281,11 +260,8 @@ QImage MediaStrips::readPicture(const PictureKey& key, Clock::time_point from, c
     waitUntil(from, stop);
     const QTemporaryDir folder(cacheFolder().filePath(QStringLiteral("reading-XXXXXX")));
     const QString made = folder.filePath(QStringLiteral("picture.jpg"));
-    ProcessRunner::run(requireFfmpeg(),
-        {"-hide_banner", "-nostdin", "-y", "-v", "error", "-threads", "1", "-ss",
-            durationText(static_cast<double>(key.time) / 1000), "-i", key.file.string(), "-map", "0:v:0", "-frames:v", "1",
-            "-vf", "scale=-2:" + std::to_string(pictureHeight), "-q:v", "4", made.toStdString()},
-        {}, 0, stop);
+    writeStillPicture(
+        {.movie = key.file, .seconds = static_cast<double>(key.time) / 1000, .height = pictureHeight}, toPath(made), stop);
     QImage image(made);
     if (!image.isNull())
         std::rename(toPath(made).c_str(), toPath(kept).c_str());

@@ -2,7 +2,7 @@
 
 #include "OrvoVideo/model/ModelText.h"
 #include "VideoCore/Error.h"
-#include "VideoMedia/ProcessRunner.h"
+#include "VideoMedia/StillPicture.h"
 
 #include <QCryptographicHash>
 #include <QImage>
@@ -36,23 +36,17 @@ QImage pictureOf(const fs::path& movie, const std::stop_token& stop)
     const fs::path picture = cachedPicture(movie, fs::last_write_time(movie), fs::file_size(movie));
     if (const QImage cached(QString::fromStdString(picture.string())); !cached.isNull())
         return cached;
-    const auto ffmpeg = ProcessRunner::ffmpeg();
-    if (!ffmpeg)
-        return {};
     fs::create_directories(picture.parent_path());
     QTemporaryFile file(QString::fromStdString(picture.parent_path() / "XXXXXX.jpg"));
     if (!file.open())
         return {};
     // The very first frame of a recording is often empty. A movie that ends before has no frame there.
-    for (const char* start : {"1", "0"}) {
+    for (const double seconds : {1.0, 0.0}) {
         try {
-            ProcessRunner::run(*ffmpeg,
-                {"-hide_banner", "-nostdin", "-v", "error", "-y", "-threads", "1", "-ss", start, "-i", movie.string(), "-an",
-                    "-frames:v", "1", "-vf", std::format("scale=-2:{}", ThumbnailProvider::height), "-f", "image2",
-                    "-update", "1", file.fileName().toStdString()},
-                {}, 0, stop);
+            writeStillPicture({.movie = movie, .seconds = seconds, .height = ThumbnailProvider::height},
+                file.fileName().toStdString(), stop);
         } catch (const Error&) {
-            if (start[0] == '0')
+            if (seconds == 0)
                 throw;
             continue;
         }

@@ -1,4 +1,5 @@
 #include "OrvoVideo/shell/ProjectThumbnails.h"
+#include "TestSupport/Media.h"
 #include "WindowFixture.h"
 
 #include <QImage>
@@ -73,6 +74,18 @@ TEST_F(ThumbnailTests, APictureIsMadeOnceAndKeptOutsideTheLibrary)
     movie("Clase 3.mp4", 1);
     EXPECT_EQ(height(file), ThumbnailProvider::height) << "one that ends before the usual moment has its first frame";
     EXPECT_THAT(kept(), testing::SizeIs(2));
+}
+
+TEST_F(ThumbnailTests, ShowsTheStreamThatFilmsShow)
+{
+    const auto file = folder / "dos.mp4";
+    ffmpeg({"-f", "lavfi", "-i", "color=red:size=320x180:rate=10:duration=2", "-f", "lavfi", "-i",
+        "color=blue:size=640x360:rate=10:duration=2", "-map", "0", "-map", "1", file.string()});
+    ASSERT_EQ(height(file), ThumbnailProvider::height);
+    ASSERT_THAT(kept(), testing::SizeIs(1));
+    const QColor colour = QImage(QString::fromStdString(kept().front().string())).pixelColor(10, 10);
+    EXPECT_GT(colour.red(), 200);
+    EXPECT_LT(colour.blue(), 80);
 }
 
 TEST_F(ThumbnailTests, WhatIsNoMovieHasNoPicture)
