@@ -1,12 +1,12 @@
 #include "VideoMedia/AnalysisAudio.h"
 
 #include "VideoCore/Error.h"
+#include "VideoMedia/Arguments.h"
 #include "VideoMedia/ProcessRunner.h"
 
 #include <cmath>
 #include <format>
 #include <string>
-#include <vector>
 
 namespace orvo {
 
@@ -15,7 +15,7 @@ void analysisAudio(const VideoProject& project, const ProjectStore& store, const
 {
     const auto ffmpeg = ProcessRunner::requireFfmpeg();
 
-    std::vector<std::string> arguments{"-hide_banner", "-y", "-nostdin", "-filter_complex_threads", "1"};
+    Arguments arguments = ffmpegArguments({"-filter_complex_threads", "1"});
     std::string chains;
     std::string labels;
     int count = 0;

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orvo {
@@ -12,6 +14,20 @@ using Arguments = std::vector<std::string>;
 inline void append(Arguments& arguments, Arguments more)
 {
     arguments.insert(arguments.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+/// What a run of ffmpeg prints.
+enum class FfmpegLog : std::uint8_t { everything, errors };
+
+/// The arguments of a run of ffmpeg: those that every run begins with, then `more`. Without the banner; does not read the
+/// terminal; replaces existing files.
+inline Arguments ffmpegArguments(Arguments more = {}, FfmpegLog log = FfmpegLog::everything)
+{
+    Arguments arguments{"-hide_banner", "-nostdin", "-y"};
+    if (log == FfmpegLog::errors)
+        append(arguments, {"-v", "error"});
+    append(arguments, std::move(more));
+    return arguments;
 }
 
 } // namespace orvo

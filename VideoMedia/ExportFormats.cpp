@@ -1,6 +1,7 @@
 #include "VideoMedia/ExportFormats.h"
 
 #include "VideoCore/Error.h"
+#include "VideoMedia/Arguments.h"
 #include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/ProcessRunner.h"
 #include "VideoMedia/RenderGraph.h"
@@ -56,7 +57,7 @@ VideoEncoder webmEncoder()
 
 std::vector<std::string> commonArguments()
 {
-    return {"-hide_banner", "-y", "-nostdin", "-filter_complex_threads", "1"};
+    return ffmpegArguments({"-filter_complex_threads", "1"});
 }
 
 std::vector<std::string> soundArguments(const ExportSettings& settings)
@@ -77,13 +78,13 @@ void makeGif(const std::filesystem::path& ffmpeg, const std::filesystem::path& f
 {
     // Twice through the film, so that its frames need not be kept in memory.
     ProcessRunner::run(ffmpeg,
-        {"-hide_banner", "-y", "-nostdin", "-i", film.string(), "-vf", "palettegen=stats_mode=diff", "-frames:v", "1",
-            "-update", "1", palette.string()},
+        ffmpegArguments(
+            {"-i", film.string(), "-vf", "palettegen=stats_mode=diff", "-frames:v", "1", "-update", "1", palette.string()}),
         {}, 0, stop);
     ProcessRunner::run(ffmpeg,
-        {"-hide_banner", "-y", "-nostdin", "-i", film.string(), "-i", palette.string(), "-filter_complex",
+        ffmpegArguments({"-i", film.string(), "-i", palette.string(), "-filter_complex",
             "[0:v][1:v]paletteuse=dither=bayer:bayer_scale=5:diff_mode=rectangle", "-loop", "0", "-f", "gif", "-progress",
-            "pipe:1", target.string()},
+            "pipe:1", target.string()}),
         progress, seconds, stop);
 }
 

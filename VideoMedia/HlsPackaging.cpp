@@ -129,7 +129,7 @@ public:
     /// The arguments that make all `rungs`; `encoders` belong to those that are not copied, in order.
     Arguments line(std::span<const Rung> rungs, std::span<const VideoEncoder> encoders) const
     {
-        Arguments line{"-hide_banner", "-nostdin", "-y"};
+        Arguments line = ffmpegArguments();
         for (std::size_t n = 0; n < encoders.size(); ++n) {
             if (n == 0 || encoders[n].device != encoders[n - 1].device)
                 append(line, encoders[n].device);
@@ -304,8 +304,8 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
     writeFileAtomically(folder / "master.m3u8", HlsLadder::masterPlaylist(ladder));
     writeFileAtomically(folder / "captions.vtt", Timeline::subtitles(project, Timeline::SubtitleFormat::webVtt));
     ProcessRunner::run(ffmpeg,
-        {"-hide_banner", "-y", "-ss", durationText(RenderGraph::openingFade(project)), "-i", movie.string(), "-frames:v",
-            "1", "-vf", "scale=960:-2", (plain.path() / "poster.jpg").string()},
+        ffmpegArguments({"-ss", durationText(RenderGraph::openingFade(project)), "-i", movie.string(), "-frames:v", "1",
+            "-vf", "scale=960:-2", (plain.path() / "poster.jpg").string()}),
         {}, 0, stop);
     return outcome;
 }

@@ -1,5 +1,7 @@
 #include "VideoMedia/MonoSamples.h"
 
+#include "VideoMedia/Arguments.h"
+
 #include <cerrno>
 #include <fstream>
 #include <string>
@@ -15,9 +17,8 @@ void readMonoSamples(const MonoSamples& samples, const std::filesystem::path& sc
     constexpr std::size_t blockSize = 1 << 16;
 
     ProcessRunner::run(ProcessRunner::requireFfmpeg(),
-        {"-hide_banner", "-nostdin", "-y", "-i", samples.file.string(), "-map", "0:a:0", "-vn", "-af",
-            "aresample=async=1:first_pts=0", "-ac", "1", "-ar", std::to_string(samples.rate), "-f", "s16le", "-progress",
-            "pipe:1", scratch.string()},
+        ffmpegArguments({"-i", samples.file.string(), "-map", "0:a:0", "-vn", "-af", "aresample=async=1:first_pts=0", "-ac",
+            "1", "-ar", std::to_string(samples.rate), "-f", "s16le", "-progress", "pipe:1", scratch.string()}),
         progress, samples.duration, stop);
 
     std::ifstream raw(scratch, std::ios::binary);

@@ -104,8 +104,7 @@ Arguments input(const fs::path& file, double seconds)
 
 bool isDecodable(const fs::path& ffmpeg, const fs::path& file, const std::stop_token& stop)
 {
-    Arguments arguments{
-        "-hide_banner", "-nostdin", "-xerror", "-protocol_whitelist", "file", "-format_whitelist", formats()};
+    Arguments arguments = ffmpegArguments({"-xerror", "-protocol_whitelist", "file", "-format_whitelist", formats()});
     append(arguments, literally(file));
     append(arguments, {"-i", file.string(), "-frames:v", "1", "-f", "null", "-"});
     return ProcessRunner::succeeds(ffmpeg, arguments, stop);

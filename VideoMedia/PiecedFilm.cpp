@@ -59,8 +59,8 @@ std::optional<std::int64_t> firstTimestamp(
 {
     try {
         const std::string output = ProcessRunner::run(ffmpeg,
-            {"-hide_banner", "-nostdin", "-copyts", "-threads", "1", "-i", source.input.file.string(), "-filter_complex",
-                "[0:v]showinfo[out]", "-map", "[out]", "-frames:v", "1", "-fps_mode", "passthrough", "-f", "null", "-"},
+            ffmpegArguments({"-copyts", "-threads", "1", "-i", source.input.file.string(), "-filter_complex",
+                "[0:v]showinfo[out]", "-map", "[out]", "-frames:v", "1", "-fps_mode", "passthrough", "-f", "null", "-"}),
             {}, 0, stop);
         constexpr std::string_view videoStream = "Video: ";
         const auto video = output.find(videoStream);
@@ -170,9 +170,9 @@ public:
         const auto onFrame = [&](std::string_view time) {
             return std::format("round({0}*TB*{1})/(TB*{1})", time, m_recipe.fps);
         };
-        Arguments arguments{"-hide_banner", "-y", "-nostdin", "-f", "concat", "-safe", "0", "-auto_convert", "0", "-i",
+        Arguments arguments = ffmpegArguments({"-f", "concat", "-safe", "0", "-auto_convert", "0", "-i",
             (m_work / "pieces.txt").string(), "-i", soundFile().string(), "-map", "0:v", "-map", "1:a", "-c", "copy",
-            "-bsf:v", std::format("setts=pts={}:dts={}", onFrame("PTS"), onFrame("DTS"))};
+            "-bsf:v", std::format("setts=pts={}:dts={}", onFrame("PTS"), onFrame("DTS"))});
         append(arguments, m_recipe.container);
         append(arguments, {"-progress", "pipe:1", target.string()});
         const std::string output = ProcessRunner::run(m_recipe.ffmpeg, arguments, {}, 0, m_stop.get_token());

@@ -158,7 +158,7 @@ private:
 
     void convert(const MediaTrack& track, const Arguments& device, Arguments input, const fs::path& target) const
     {
-        Arguments arguments{"-hide_banner", "-nostdin", "-y"};
+        Arguments arguments = ffmpegArguments();
         append(arguments, device);
         append(arguments, std::move(input));
         // Where a browser dropped audio, only the timestamps show it. Without these gaps the audio would come too

@@ -1,5 +1,6 @@
 #include "VideoMedia/StillPicture.h"
 
+#include "VideoMedia/Arguments.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/ProcessRunner.h"
 
@@ -10,9 +11,10 @@ namespace orvo {
 void writeStillPicture(const StillPicture& picture, const std::filesystem::path& image, const std::stop_token& stop)
 {
     ProcessRunner::run(ProcessRunner::requireFfmpeg(),
-        {"-hide_banner", "-nostdin", "-y", "-v", "error", "-threads", "1", "-ss", durationText(picture.seconds), "-i",
-            picture.movie.string(), "-map", "0:v:0", "-frames:v", "1", "-vf", std::format("scale=-2:{}", picture.height),
-            "-q:v", "4", "-f", "image2", "-update", "1", image.string()},
+        ffmpegArguments({"-threads", "1", "-ss", durationText(picture.seconds), "-i", picture.movie.string(), "-map",
+                            "0:v:0", "-frames:v", "1", "-vf", std::format("scale=-2:{}", picture.height), "-q:v", "4", "-f",
+                            "image2", "-update", "1", image.string()},
+            FfmpegLog::errors),
         {}, 0, stop);
 }
 

@@ -2,6 +2,7 @@
 
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
+#include "VideoMedia/Arguments.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/ProcessRunner.h"
 
@@ -130,8 +131,7 @@ Copies copiesInto(const HlsLadder::Rendition& step, std::int64_t fps, const fs::
         copies.sound = isStepSound(facts);
         if (isStepPicture(facts, step)) {
             ProcessRunner::run(ffmpeg,
-                {"-hide_banner", "-nostdin", "-y", "-i", film.string(), "-map", "0:v:0", "-c", "copy", "-f", "framecrc",
-                    scratch.string()},
+                ffmpegArguments({"-i", film.string(), "-map", "0:v:0", "-c", "copy", "-f", "framecrc", scratch.string()}),
                 {}, 0, stop);
             copies.picture = areSegments(packetsIn(readFile(scratch)), step, fps);
         }

@@ -30,7 +30,7 @@ std::string listOf(const fs::path& ffmpeg, const std::stop_token& stop)
         if (const auto known = lists.find(program); known != lists.end())
             return known->second;
     }
-    std::string list = ProcessRunner::run(ffmpeg, {"-hide_banner", "-encoders"}, {}, 0, stop);
+    std::string list = ProcessRunner::run(ffmpeg, ffmpegArguments({"-encoders"}), {}, 0, stop);
     const std::lock_guard lock(mutex);
     return lists.insert_or_assign(program, std::move(list)).first->second;
 }
@@ -65,7 +65,7 @@ std::vector<VideoEncoder> hardwareEncoders()
 /// Arguments that encode some frames as a task does.
 Arguments trialOf(const VideoEncoder& encoder, const VideoEncoder::Task& task)
 {
-    Arguments line{"-hide_banner", "-nostdin", "-loglevel", "error"};
+    Arguments line = ffmpegArguments({}, FfmpegLog::errors);
     append(line, encoder.device);
     append(line,
         {"-f", "lavfi", "-i", std::format("color=size={}x{}:rate={}", task.size.width, task.size.height, task.fps), "-vf",
