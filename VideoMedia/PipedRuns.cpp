@@ -1,6 +1,7 @@
 #include "VideoMedia/PipedRuns.h"
 
 #include "VideoCore/Error.h"
+#include "VideoCore/UniqueFd.h"
 
 #include <cerrno>
 #include <exception>
@@ -8,7 +9,6 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <thread>
-#include <unistd.h>
 #include <utility>
 
 namespace orvo::PipedRuns {
@@ -27,49 +27,41 @@ public:
         : m_path(std::move(path))
     {
         if (::mkfifo(m_path.c_str(), S_IRUSR | S_IWUSR) != 0)
-            fail();
-        m_reading = ::open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-        m_writing = m_reading < 0 ? -1 : ::open(m_path.c_str(), O_WRONLY | O_CLOEXEC);
-        if (m_writing < 0) {
+            fail(errno);
+        m_reading.reset(::open(m_path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+        if (m_reading)
+            m_writing.reset(::open(m_path.c_str(), O_WRONLY | O_CLOEXEC));
+        if (!m_writing) {
             const int error = errno;
-            close();
-            errno = error;
-            fail();
+            remove();
+            fail(error);
         }
     }
-    ~NamedPipe() { close(); }
+    ~NamedPipe() { remove(); }
     NamedPipe(const NamedPipe&) = delete;
     NamedPipe& operator=(const NamedPipe&) = delete;
 
     /// Call after the writer has ended: the reader sees the end of the data.
-    void closeWriting() { closeEnd(m_writing); }
+    void closeWriting() { m_writing.reset(); }
 
     /// Call after the reader has ended: a writer that still writes fails.
-    void closeReading() { closeEnd(m_reading); }
+    void closeReading() { m_reading.reset(); }
 
 private:
-    [[noreturn]] void fail() const
+    [[noreturn]] void fail(int error) const
     {
-        throw fs::filesystem_error("mkfifo", m_path, std::error_code(errno, std::system_category()));
+        throw fs::filesystem_error("mkfifo", m_path, std::error_code(error, std::system_category()));
     }
 
-    void close()
+    void remove() const noexcept
     {
-        closeWriting();
-        closeReading();
         std::error_code ignored;
         fs::remove(m_path, ignored);
     }
 
-    static void closeEnd(int& end)
-    {
-        if (end >= 0)
-            ::close(std::exchange(end, -1));
-    }
-
     fs::path m_path;
-    int m_reading = -1;
-    int m_writing = -1;
+    UniqueFd m_reading;
+    UniqueFd m_writing;
 };
 
 } // namespace

@@ -30,9 +30,9 @@ sigset_t endingSignals()
 Interruption::Interruption()
 {
     const sigset_t signals = endingSignals();
-    m_signals = ::signalfd(-1, &signals, SFD_CLOEXEC);
-    m_end = ::eventfd(0, EFD_CLOEXEC);
-    if (m_signals < 0 || m_end < 0)
+    m_signals.reset(::signalfd(-1, &signals, SFD_CLOEXEC));
+    m_end.reset(::eventfd(0, EFD_CLOEXEC));
+    if (!m_signals || !m_end)
         throw std::system_error(errno, std::system_category());
     ::pthread_sigmask(SIG_BLOCK, &signals, &m_before);
     m_watch = std::thread([this] { watch(); });
@@ -41,22 +41,20 @@ Interruption::Interruption()
 Interruption::~Interruption()
 {
     const std::uint64_t one = 1;
-    while (::write(m_end, &one, sizeof one) < 0 && errno == EINTR) { }
+    while (::write(m_end.get(), &one, sizeof one) < 0 && errno == EINTR) { }
     m_watch.join();
-    ::close(m_end);
-    ::close(m_signals);
     ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
 }
 
 void Interruption::watch()
 {
-    std::array<pollfd, 2> watched{{{.fd = m_signals, .events = POLLIN}, {.fd = m_end, .events = POLLIN}}};
+    std::array<pollfd, 2> watched{{{.fd = m_signals.get(), .events = POLLIN}, {.fd = m_end.get(), .events = POLLIN}}};
     for (;;) {
         if (::poll(watched.data(), watched.size(), -1) < 0)
             continue;
         if (watched[0].revents != 0) {
             signalfd_siginfo signal{};
-            if (::read(m_signals, &signal, sizeof signal) == sizeof signal)
+            if (::read(m_signals.get(), &signal, sizeof signal) == sizeof signal)
                 m_stop.request_stop();
         }
         if (watched[1].revents != 0)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VideoCore/UniqueFd.h"
+
 #include <csignal>
 #include <stop_token>
 #include <thread>
@@ -25,8 +27,8 @@ private:
 
     std::stop_source m_stop;
     sigset_t m_before{}; ///< The signals that were blocked.
-    int m_signals = -1; ///< Readable when one of the signals came.
-    int m_end = -1; ///< Readable when the watch is over.
+    UniqueFd m_signals; ///< Readable when one of the signals came.
+    UniqueFd m_end; ///< Readable when the watch is over.
     std::thread m_watch;
 };
 

@@ -1,6 +1,7 @@
 #include "cli/SecretInput.h"
 
 #include "VideoCore/Error.h"
+#include "VideoCore/UniqueFd.h"
 #include "cli/Interruption.h"
 
 #include <array>
@@ -67,15 +68,12 @@ std::string readInput(bool oneLine)
 /// Waits for a line. Throws `Cancelled` after a signal.
 void awaitLine(const Interruption& interruption)
 {
-    const int signalled = ::eventfd(0, EFD_CLOEXEC);
-    if (signalled < 0)
+    const UniqueFd signalled(::eventfd(0, EFD_CLOEXEC));
+    if (!signalled)
         throw std::system_error(errno, std::system_category());
-    {
-        const std::stop_callback tell(interruption.token(), [signalled] { ::eventfd_write(signalled, 1); });
-        std::array<pollfd, 2> watched{{{.fd = STDIN_FILENO, .events = POLLIN}, {.fd = signalled, .events = POLLIN}}};
-        while (::poll(watched.data(), watched.size(), -1) < 0 && errno == EINTR) { }
-    }
-    ::close(signalled);
+    const std::stop_callback tell(interruption.token(), [&signalled] { ::eventfd_write(signalled.get(), 1); });
+    std::array<pollfd, 2> watched{{{.fd = STDIN_FILENO, .events = POLLIN}, {.fd = signalled.get(), .events = POLLIN}}};
+    while (::poll(watched.data(), watched.size(), -1) < 0 && errno == EINTR) { }
     if (interruption.requested())
         throw Cancelled();
 }

@@ -7,7 +7,6 @@
 #include <QDBusPendingReply>
 #include <QDBusUnixFileDescriptor>
 #include <fcntl.h>
-#include <unistd.h>
 #include <utility>
 
 namespace orvo {
@@ -111,8 +110,8 @@ void ScreenCast::close()
 {
     m_asked.reset();
     m_session.reset();
-    if (const auto stream = std::exchange(m_stream, std::nullopt))
-        ::close(stream->remote);
+    m_stream.reset();
+    m_remote.reset();
 }
 
 /// Asks for the interface's properties: desktops differ in version and cursor modes.
@@ -184,8 +183,9 @@ void ScreenCast::openRemote(Stream stream)
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer, stream] mutable {
         const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *answer;
         answer->deleteLater();
-        stream.remote = reply.isError() ? -1 : ::fcntl(reply.value().fileDescriptor(), F_DUPFD_CLOEXEC, 0);
-        if (stream.remote < 0)
+        m_remote.reset(reply.isError() ? -1 : ::fcntl(reply.value().fileDescriptor(), F_DUPFD_CLOEXEC, 0));
+        stream.remote = m_remote.get();
+        if (!m_remote)
             end({.error = unavailableText()});
         else
             end({.stream = std::move(stream)});

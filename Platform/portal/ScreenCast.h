@@ -2,6 +2,7 @@
 
 #include "Platform/portal/PortalSession.h"
 #include "VideoCore/Geometry.h"
+#include "VideoCore/UniqueFd.h"
 
 #include <QDBusConnection>
 #include <QObject>
@@ -79,6 +80,7 @@ private:
     QDBusConnection m_bus;
     std::unique_ptr<Asked> m_asked; ///< Set while a request is pending.
     std::unique_ptr<PortalSession> m_session;
+    UniqueFd m_remote; ///< That of the stream.
     std::optional<Stream> m_stream;
 };
 

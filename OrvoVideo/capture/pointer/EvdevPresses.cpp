@@ -7,10 +7,12 @@
 #include <fcntl.h>
 #include <libevdev/libevdev.h>
 #include <map>
+#include <optional>
 #include <poll.h>
 #include <sys/inotify.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace orvo {
@@ -20,29 +22,25 @@ namespace fs = std::filesystem;
 namespace {
 
 struct FreeDevice {
-    void operator()(libevdev* device) const noexcept
-    {
-        const int descriptor = libevdev_get_fd(device);
-        libevdev_free(device);
-        ::close(descriptor);
-    }
+    void operator()(libevdev* device) const noexcept { libevdev_free(device); }
 };
 
-/// An open device, with its file descriptor.
-using Device = std::unique_ptr<libevdev, FreeDevice>;
+struct Device {
+    UniqueFd descriptor;
+    std::unique_ptr<libevdev, FreeDevice> events; ///< Reads from the descriptor.
+};
 
-/// Returns null for a device that cannot be read or is not a pointing device.
-Device openDevice(const fs::path& file)
+/// Returns nullopt for a device that cannot be read or is not a pointing device.
+std::optional<Device> openDevice(const fs::path& file)
 {
     UniqueFd descriptor(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     libevdev* raw = nullptr;
     if (!descriptor || libevdev_new_from_fd(descriptor.get(), &raw) < 0)
-        return {};
-    Device device(raw);
-    descriptor.release(); // The device closes it.
+        return std::nullopt;
+    Device device{.descriptor = std::move(descriptor), .events{raw}};
     const bool moves = libevdev_has_event_type(raw, EV_REL) != 0 || libevdev_has_event_type(raw, EV_ABS) != 0;
     if (!moves || libevdev_has_event_code(raw, EV_KEY, BTN_LEFT) == 0)
-        return {};
+        return std::nullopt;
     return device;
 }
 
@@ -93,7 +91,7 @@ private:
         if (!isEventFile(file) || m_devices.contains(file))
             return;
         if (auto device = openDevice(file))
-            m_devices.emplace(file, std::move(device));
+            m_devices.emplace(file, std::move(*device));
     }
 
     void read(const std::stop_token& stop)
@@ -102,9 +100,9 @@ private:
             std::vector<pollfd> sources{
                 {.fd = m_wakeUp.descriptor(), .events = POLLIN}, {.fd = m_watch.get(), .events = POLLIN}};
             for (const auto& [file, device] : m_devices)
-                sources.push_back({.fd = libevdev_get_fd(device.get()), .events = POLLIN});
+                sources.push_back({.fd = device.descriptor.get(), .events = POLLIN});
             ::poll(sources.data(), sources.size(), -1);
-            std::erase_if(m_devices, [this](const auto& entry) { return !readDevice(*entry.second); });
+            std::erase_if(m_devices, [this](const auto& entry) { return !readDevice(*entry.second.events); });
             readChanges();
         }
     }
