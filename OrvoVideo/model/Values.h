@@ -22,7 +22,7 @@ struct PreviewPlayerForQml {
     QML_UNCREATABLE("Belongs to the model")
 };
 
-/// A stretch of the recording timeline for QML, in seconds; neither ordered nor clamped.
+/// A `TimeSpan` of the recording timeline for QML, which needs a gadget; in seconds, neither ordered nor clamped.
 struct Span {
     Q_GADGET
     QML_VALUE_TYPE(span)

@@ -14,14 +14,15 @@ double HeardSpans::gain(double seconds) const
 {
     if (m_spans.empty())
         return 1;
-    const auto next = std::ranges::upper_bound(m_spans, seconds, {}, &PreviewPlayer::HeardSpan::start);
+    const auto start = [](const PreviewPlayer::HeardSpan& heard) { return heard.span.start; };
+    const auto next = std::ranges::upper_bound(m_spans, seconds, {}, start);
     if (next == m_spans.begin())
         return 0;
-    const auto& span = *(next - 1);
+    const auto& [span, fadeIn, fadeOut] = *(next - 1);
     if (seconds >= span.end)
         return 0;
     const auto ramp = [](double distance, double length) { return length > 0 ? std::min(distance / length, 1.0) : 1; };
-    return std::min(ramp(seconds - span.start, span.fadeIn), ramp(span.end - seconds, span.fadeOut));
+    return std::min(ramp(seconds - span.start, fadeIn), ramp(span.end - seconds, fadeOut));
 }
 
 void HeardSpans::apply(std::int64_t position, int rate, std::span<float> samples) const

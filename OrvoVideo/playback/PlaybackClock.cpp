@@ -21,7 +21,7 @@ constexpr double maxAudibleSpeed = 2;
 /// Nanoseconds after which a device whose time does not advance is no longer waited for.
 constexpr std::int64_t deviceStall = 2'000'000'000;
 
-std::int64_t now()
+std::int64_t monotonicNanoseconds()
 {
     return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
 }
@@ -163,7 +163,7 @@ void PlaybackClock::run()
     {
         const std::scoped_lock lock(m_mutex);
         m_isRunning = true;
-        m_anchorTime = now();
+        m_anchorTime = monotonicNanoseconds();
         isHeard = m_isHeard;
     }
     if (isHeard)
@@ -189,7 +189,7 @@ double PlaybackClock::position()
     const std::scoped_lock lock(m_mutex);
     if (!m_isRunning)
         return m_anchor;
-    const std::int64_t time = now();
+    const std::int64_t time = monotonicNanoseconds();
     if (!m_isHeard)
         return m_anchor + static_cast<double>(time - m_anchorTime) * 1e-9 * m_rate;
     gint64 reported = 0;

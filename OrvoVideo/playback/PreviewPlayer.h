@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VideoCore/VideoProject.h"
+
 #include <QImage>
 #include <QObject>
 #include <filesystem>
@@ -68,8 +70,7 @@ public:
 
     /// A span that is heard, and how long its audio fades at its ends; in seconds.
     struct HeardSpan {
-        double start = 0;
-        double end = 0;
+        TimeSpan span;
         double fadeIn = 0;
         double fadeOut = 0;
 

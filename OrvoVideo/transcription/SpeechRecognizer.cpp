@@ -192,7 +192,7 @@ private:
     /// were any.
     std::vector<TranscriptWord> placedIn(const Chunk& chunk, std::vector<HeardWord> heard, bool& sayable)
     {
-        std::vector<Interval> stretches;
+        std::vector<TimeSpan> stretches;
         for (const auto& stretch : chunk.speech())
             stretches.push_back(
                 {.start = chunk.inChunk(stretch.startSeconds()), .end = chunk.inChunk(stretch.endSeconds())});
@@ -201,7 +201,7 @@ private:
         for (auto first = placed.begin(); first != placed.end();) {
             const auto last =
                 std::find_if(first, placed.end(), [&](const auto& word) { return word.stretch != first->stretch; });
-            const Interval& stretch = stretches[first->stretch];
+            const TimeSpan& stretch = stretches[first->stretch];
             if (canBeSaid(first, last, stretch))
                 append(chunk, first, last, result);
             else
@@ -213,13 +213,13 @@ private:
 
     using Placed = std::vector<PlacedWord>::const_iterator;
 
-    static bool canBeSaid(Placed first, Placed last, const Interval& stretch)
+    static bool canBeSaid(Placed first, Placed last, const TimeSpan& stretch)
     {
         constexpr double minSecondsPerSyllable = 0.075; // Thirteen syllables per second.
         double asked = 0;
         for (auto word = first; word != last; ++word)
             asked += syllables(word->word.text) * minSecondsPerSyllable;
-        return asked <= stretch.end - stretch.start;
+        return asked <= stretch.duration();
     }
 
     /// Adds the words of one stretch. If it contains only hesitations, adds one, in its usual spelling.

@@ -19,7 +19,7 @@ constexpr double minWordDuration = 0.04; ///< Seconds.
 
 class Placement {
 public:
-    Placement(std::vector<HeardWord> words, const std::vector<Interval>& stretches)
+    Placement(std::vector<HeardWord> words, const std::vector<TimeSpan>& stretches)
         : m_words(std::move(words))
         , m_stretches(stretches)
         , m_syllables(m_words.size() + 1, 0)
@@ -27,7 +27,7 @@ public:
     {
         double spoken = 0;
         for (const auto& stretch : stretches)
-            spoken += stretch.end - stretch.start;
+            spoken += stretch.duration();
         for (std::size_t i = 0; i < m_words.size(); ++i) {
             m_syllables[i + 1] = m_syllables[i] + syllables(m_words[i].text);
             m_hesitations[i + 1] = m_hesitations[i] + (asHesitation(m_words[i].text).empty() ? 0 : 1);
@@ -135,7 +135,7 @@ private:
     }
 
     std::vector<HeardWord> m_words;
-    const std::vector<Interval>& m_stretches;
+    const std::vector<TimeSpan>& m_stretches;
     std::vector<double> m_syllables; ///< Sum over all words before.
     std::vector<std::size_t> m_hesitations; ///< Number among all words before.
     double m_tempo = 0.2; ///< Seconds per syllable.
@@ -167,7 +167,7 @@ double syllables(std::string_view text)
     return std::max(0.7, 0.6 * vowels + 0.16 * letters);
 }
 
-std::vector<PlacedWord> place(std::vector<HeardWord> words, const std::vector<Interval>& stretches)
+std::vector<PlacedWord> place(std::vector<HeardWord> words, const std::vector<TimeSpan>& stretches)
 {
     return Placement(std::move(words), stretches).run();
 }

@@ -1,17 +1,12 @@
 #pragma once
 
 #include "OrvoVideo/transcription/Whisper.h"
+#include "VideoCore/VideoProject.h"
 
 #include <string_view>
 #include <vector>
 
 namespace orvo::speech {
-
-/// A stretch of time in seconds.
-struct Interval {
-    double start = 0;
-    double end = 0;
-};
 
 /// The duration of a word in average syllables.
 double syllables(std::string_view text);
@@ -19,7 +14,7 @@ double syllables(std::string_view text);
 /// A word and its time in the audio.
 struct PlacedWord {
     HeardWord word;
-    Interval place; ///< Seconds.
+    TimeSpan place;
     std::size_t stretch = 0; ///< Index of the stretch of speech that contains it.
 };
 
@@ -31,6 +26,6 @@ struct PlacedWord {
 /// empty, such as a cough or a chair.
 ///
 /// All times are seconds in the same audio; `stretches` are in order and disjoint.
-std::vector<PlacedWord> place(std::vector<HeardWord> words, const std::vector<Interval>& stretches);
+std::vector<PlacedWord> place(std::vector<HeardWord> words, const std::vector<TimeSpan>& stretches);
 
 } // namespace orvo::speech

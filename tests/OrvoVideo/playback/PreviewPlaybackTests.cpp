@@ -419,7 +419,8 @@ TEST_F(PreviewPlayback, CanBeDestroyedInAnyState)
 TEST(HeardSpans, AreSilentOutsideAndRiseAndFallAtTheirEnds)
 {
     EXPECT_EQ(HeardSpans().gain(5), 1) << "without any everything is heard";
-    const HeardSpans spans({{.start = 1, .end = 3, .fadeIn = 0.5, .fadeOut = 0.25}, {.start = 4, .end = 5}});
+    const HeardSpans spans(
+        {{.span = {.start = 1, .end = 3}, .fadeIn = 0.5, .fadeOut = 0.25}, {.span = {.start = 4, .end = 5}}});
     for (const auto& [time, gain] :
         {std::pair(0.5, 0.0), {1, 0}, {1.25, 0.5}, {2, 1}, {2.875, 0.5}, {3, 0}, {3.5, 0}, {4, 1}, {4.999, 1}, {5, 0}})
         EXPECT_NEAR(spans.gain(time), gain, 1e-9) << time;

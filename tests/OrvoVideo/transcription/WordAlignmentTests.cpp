@@ -40,7 +40,7 @@ TEST(WordAlignment, ThePauseGoesToNoWord)
     words[1].end = 3.0;
     words[2].end = 3.4;
     words[3].end = 5.6;
-    const std::vector<Interval> stretches{
+    const std::vector<TimeSpan> stretches{
         {.start = 0.1, .end = 1.1}, {.start = 3.0, .end = 3.4}, {.start = 5.0, .end = 5.7}};
     const auto placed = place(words, stretches);
     ASSERT_THAT(byStretch(placed, 3), ElementsAre("con calma", "eh", "seguimos"));
@@ -58,7 +58,7 @@ TEST(WordAlignment, AHesitationLastsAsLongAsItLikes)
     words[0].end = 2.0;
     words[1].end = 3.5;
     words[2].end = 4.1;
-    const std::vector<Interval> stretches{{.start = 1.0, .end = 2.1}, {.start = 3.3, .end = 4.2}};
+    const std::vector<TimeSpan> stretches{{.start = 1.0, .end = 2.1}, {.start = 3.3, .end = 4.2}};
     EXPECT_THAT(byStretch(place(words, stretches), 2), ElementsAre("mm,", "si seguimos"));
 }
 
@@ -68,7 +68,7 @@ TEST(WordAlignment, ANoiseStaysWithoutWords)
     words[0].end = 2.4;
     words[1].end = 2.5;
     words[2].end = 2.9;
-    const std::vector<Interval> stretches{{.start = 0.2, .end = 0.3}, {.start = 2.0, .end = 2.95}};
+    const std::vector<TimeSpan> stretches{{.start = 0.2, .end = 0.3}, {.start = 2.0, .end = 2.95}};
     EXPECT_THAT(byStretch(place(words, stretches), 2), ElementsAre("", "vamos a ver"));
 }
 
@@ -81,7 +81,7 @@ TEST(WordAlignment, AlwaysGivesAnOrder)
         std::vector<HeardWord> words;
         for (int i = 0; i < round % 40; ++i)
             words.push_back({.text = "palabra", .end = chance(random) * 20 - 1, .probability = 1});
-        std::vector<Interval> stretches;
+        std::vector<TimeSpan> stretches;
         double at = 0;
         for (int i = 0; i < 1 + round % 7; ++i) {
             at += 0.2 + chance(random);
