@@ -58,8 +58,6 @@ function(orvo_module NAME)
   file(REMOVE_RECURSE ${view}) # An older build folder may show headers that moved.
   cmake_path(GET ARG_INCLUDED_AS PARENT_PATH parent)
   file(MAKE_DIRECTORY ${view}/${parent})
-  cmake_path(GET ARG_INCLUDED_AS PARENT_PATH parent)
-  file(MAKE_DIRECTORY ${view}/${parent})
   file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${view}/${ARG_INCLUDED_AS} SYMBOLIC)
   add_library(${NAME} STATIC ${ARG_SOURCES})
   target_include_directories(${NAME} PUBLIC ${view})
