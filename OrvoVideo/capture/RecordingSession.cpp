@@ -71,7 +71,7 @@ std::string RecordingSession::awayText(TrackKind kind)
                                      : "El micrófono no responde: se graba sin él.";
 }
 
-RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& engine, Plan plan, Listener listener)
+RecordingSession::RecordingSession(const ProjectStore& store, CaptureEngine& engine, const Plan& plan, Listener listener)
     : RecordingSession(store, engine, plan, available(plan.options), std::move(listener))
 {
 }

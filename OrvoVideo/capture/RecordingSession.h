@@ -58,7 +58,7 @@ public:
     /// Creates the project and starts recording. If the chosen microphone, or any, is not there, records without it and
     /// calls `Listener::onDevice` before the constructor returns. Throws what `RecordedProject` and `CaptureEngine::start`
     /// throw, and `captureError` when the disk is nearly full; a project created by then is left as "needs-recovery".
-    RecordingSession(const ProjectStore& store, CaptureEngine& engine, Plan plan, Listener listener = {});
+    RecordingSession(const ProjectStore& store, CaptureEngine& engine, const Plan& plan, Listener listener = {});
 
     /// Calls `stop` if nobody did.
     ~RecordingSession();

@@ -133,14 +133,14 @@ std::vector<PointerEvent> someEvents(std::size_t count)
     return events;
 }
 
-TEST(RecordedProject, RemovesTheMarkLast)
+TEST(RecordedProject, EndsEachKindInItsState)
 {
     using Kind = RecordedProject::Kind;
     struct Case {
         Kind kind;
+        bool staysMarked;
         std::function<void(RecordedProject&)> end;
         std::string_view state; ///< Empty: no project is left.
-        bool isMarked;
         std::size_t documentEvents;
     };
     const auto complete = [](RecordedProject& project) { project.complete(); };
@@ -149,14 +149,14 @@ TEST(RecordedProject, RemovesTheMarkLast)
     const auto discard = [](RecordedProject& project) { project.discard(); };
     const auto destroy = [](RecordedProject&) { };
     const Case cases[]{
-        {Kind::capture, complete, "ready", false, 5},
-        {Kind::capture, interrupt, "recoverable", true, 5},
-        {Kind::capture, destroy, "recoverable", true, 5},
-        {Kind::capture, failStart, "needs-recovery", false, 5},
-        {Kind::tab, complete, "processing-tab", false, 0},
-        {Kind::tab, interrupt, "recoverable-tab", true, 0},
-        {Kind::tab, destroy, "recoverable-tab", true, 0},
-        {Kind::tab, discard, "", false, 0},
+        {Kind::capture, false, complete, "ready", 5},
+        {Kind::capture, true, interrupt, "recoverable", 5},
+        {Kind::capture, true, destroy, "recoverable", 5},
+        {Kind::capture, false, failStart, "needs-recovery", 5},
+        {Kind::tab, false, complete, "processing-tab", 0},
+        {Kind::tab, true, interrupt, "recoverable-tab", 0},
+        {Kind::tab, true, destroy, "recoverable-tab", 0},
+        {Kind::tab, false, discard, "", 0},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(std::string(test.state));
@@ -184,7 +184,7 @@ TEST(RecordedProject, RemovesTheMarkLast)
         EXPECT_EQ(projects[0].state, test.state);
         EXPECT_THAT(projects[0].edit.events, SizeIs(test.documentEvents));
         EXPECT_EQ(PointerLog::read(folder), events);
-        EXPECT_EQ(CaptureSession::recordingProcess(folder).has_value(), test.isMarked);
+        EXPECT_EQ(CaptureSession::recordingProcess(folder).has_value(), test.staysMarked);
     }
 }
 
