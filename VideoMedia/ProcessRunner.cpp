@@ -2,6 +2,7 @@
 
 #include "VideoCore/Error.h"
 #include "VideoCore/UniqueFd.h"
+#include "VideoCore/Utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -35,36 +36,6 @@ constexpr std::size_t outputKept = 1'000'000;
 constexpr std::size_t chunkSize = 16'384;
 constexpr std::size_t failureTail = 1'800;
 constexpr auto gracePeriod = std::chrono::seconds(2);
-
-/// Length of the UTF-8 sequence at the start of `text`, or 0 if it is invalid.
-std::size_t sequenceLength(std::string_view text)
-{
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char first = byte(0);
-    if (first < 0x80)
-        return 1;
-    const std::size_t length = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : first < 0xF5 ? 4 : 0;
-    if (length == 0 || text.size() < length)
-        return 0;
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80)
-            return 0;
-    }
-    const bool overlong = (first == 0xE0 && byte(1) < 0xA0) || (first == 0xF0 && byte(1) < 0x90);
-    const bool outside = (first == 0xED && byte(1) >= 0xA0) || (first == 0xF4 && byte(1) >= 0x90);
-    return overlong || outside ? 0 : length;
-}
-
-bool isUtf8(std::string_view text)
-{
-    while (!text.empty()) {
-        const std::size_t length = sequenceLength(text);
-        if (length == 0)
-            return false;
-        text.remove_prefix(length);
-    }
-    return true;
-}
 
 /// The last `count` characters of valid UTF-8.
 std::string_view lastCharacters(std::string_view text, std::size_t count)

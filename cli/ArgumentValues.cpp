@@ -1,5 +1,6 @@
 #include "cli/ArgumentValues.h"
 
+#include "VideoCore/Utf8.h"
 #include "cli/ExitStatus.h"
 #include "cli/TextColumns.h"
 

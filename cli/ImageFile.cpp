@@ -2,6 +2,7 @@
 
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
+#include "VideoCore/Utf8.h"
 #include "VideoMedia/OverlayImage.h"
 #include "cli/TextColumns.h"
 

@@ -1,7 +1,7 @@
 #include "cli/JsonValue.h"
 
 #include "VideoCore/Error.h"
-#include "cli/TextColumns.h"
+#include "VideoCore/Utf8.h"
 
 #include <cstdlib>
 #include <memory>

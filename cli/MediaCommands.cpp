@@ -1,4 +1,5 @@
 #include "VideoCore/CaptureSession.h"
+#include "VideoCore/Utf8.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/MovieImport.h"
 #include "VideoMedia/RecordingPreparation.h"

@@ -1,5 +1,7 @@
 #include "cli/TextColumns.h"
 
+#include "VideoCore/Utf8.h"
+
 #include <algorithm>
 #include <numeric>
 #include <utf8proc.h>
@@ -9,26 +11,7 @@ namespace orvo::cli {
 
 namespace {
 
-constexpr std::string_view replacement = "\uFFFD";
 constexpr std::string_view ellipsis = "…";
-
-struct CodePoint {
-    utf8proc_int32_t value = -1; ///< −1 for a byte that is not UTF-8.
-    std::string_view bytes;
-};
-
-/// Removes the first code point of `text`, which is not empty.
-CodePoint takeFirst(std::string_view& text)
-{
-    CodePoint first;
-    const auto length = utf8proc_iterate(
-        reinterpret_cast<const utf8proc_uint8_t*>(text.data()), static_cast<utf8proc_ssize_t>(text.size()), &first.value);
-    if (length <= 0)
-        first.value = -1;
-    first.bytes = text.substr(0, length > 0 ? static_cast<std::size_t>(length) : 1);
-    text.remove_prefix(first.bytes.size());
-    return first;
-}
 
 bool isControl(utf8proc_int32_t value)
 {
@@ -78,32 +61,13 @@ std::string lowerCase(std::string_view text)
 
 } // namespace
 
-bool isUtf8(std::string_view text)
-{
-    while (!text.empty()) {
-        if (takeFirst(text).value < 0)
-            return false;
-    }
-    return true;
-}
-
-std::string validUtf8(std::string_view text)
-{
-    std::string result;
-    while (!text.empty()) {
-        const CodePoint point = takeFirst(text);
-        result += point.value < 0 ? replacement : point.bytes;
-    }
-    return result;
-}
-
 std::string printable(std::string_view text)
 {
     std::string result;
     while (!text.empty()) {
-        const CodePoint point = takeFirst(text);
+        const CodePoint point = takeCodePoint(text);
         if (point.value < 0)
-            result += replacement;
+            result += replacementCharacter;
         else if (isControl(point.value))
             result += ' ';
         else
@@ -121,7 +85,7 @@ std::size_t columns(std::string_view text)
 {
     std::size_t count = 0;
     while (!text.empty())
-        count += width(takeFirst(text));
+        count += width(takeCodePoint(text));
     return count;
 }
 
@@ -132,7 +96,7 @@ std::string shortened(std::string_view text, std::size_t room)
     std::string result;
     std::size_t used = columns(ellipsis);
     while (!text.empty()) {
-        const CodePoint point = takeFirst(text);
+        const CodePoint point = takeCodePoint(text);
         used += width(point);
         if (used > room)
             break;

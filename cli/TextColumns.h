@@ -9,11 +9,6 @@
 /// Prepares texts of users and documents for a terminal.
 namespace orvo::cli {
 
-bool isUtf8(std::string_view text);
-
-/// The text as valid UTF-8; invalid bytes become U+FFFD.
-std::string validUtf8(std::string_view text);
-
 /// The text on one line, safe for a terminal: control characters become blanks, invalid UTF-8 becomes U+FFFD.
 std::string printable(std::string_view text);
 
