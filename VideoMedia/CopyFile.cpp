@@ -2,11 +2,14 @@
 
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
+#include "VideoCore/ProjectStore.h"
 #include "VideoCore/UniqueFd.h"
+#include "VideoCore/Utf8.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <format>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -96,6 +99,21 @@ void copyFile(const fs::path& from, const fs::path& to, const ProgressCallback& 
         ::unlink(to.c_str());
         throw;
     }
+}
+
+std::string newMediaName(const fs::path& file)
+{
+    if (!fs::is_regular_file(file)) {
+        // Opening a pipe would wait for a writer.
+        throw fs::filesystem_error("copy", file,
+            std::make_error_code(fs::is_directory(file) ? std::errc::is_a_directory
+                    : fs::exists(file)                  ? std::errc::invalid_argument
+                                                        : std::errc::no_such_file_or_directory));
+    }
+    const std::string extension = file.has_extension() ? file.extension().string() : ".";
+    if (!isUtf8(extension))
+        throw captureError(std::format("El nombre «{}» no es UTF-8 válido.", file.filename().string()));
+    return std::format("{}/{}{}", ProjectStore::mediaName, Uuid::random().text(), extension);
 }
 
 } // namespace orvo

@@ -1,3 +1,4 @@
+#include "OrvoVideo/library/ProjectImage.h"
 #include "VideoCore/Edits.h"
 #include "VideoMedia/OverlayImage.h"
 #include "cli/ArgumentValues.h"
@@ -5,7 +6,7 @@
 #include "cli/CommandGroups.h"
 #include "cli/Elements.h"
 #include "cli/ExitStatus.h"
-#include "cli/ImageFile.h"
+#include "cli/LongWork.h"
 #include "cli/TextColumns.h"
 #include "cli/TranscriptText.h"
 
@@ -94,17 +95,20 @@ void textOrTranscript(Session& session, const OverlayArguments& arguments)
 
 void addImage(Session& session, const OverlayArguments& arguments)
 {
-    const ImageFile image(arguments.content);
-    std::optional<ImageCopy> copy;
+    const std::filesystem::path image = arguments.content;
+    std::optional<ProjectImage> copy;
     Overlay overlay;
     const VideoProject project = session.library().edit(arguments.project, [&](VideoProject& edited) {
         overlay = overlayAt(edited, Overlay::Kind::image, "", arguments);
-        copy.emplace(image, session.library().store(), edited);
+        copy.emplace(runInterruptibly("Copiando", [&](const ProgressCallback&, const std::stop_token& stop) {
+            return ProjectImage(session.library().store(), edited, image, stop);
+        }));
         overlay.content = copy->name();
         edited.edit.overlays.edit().push_back(overlay);
     });
     copy->keep();
-    reportNew(session, project, overlay.id, std::format("Imagen {} en {}.", inQuotes(image.name()), shown(overlay)));
+    reportNew(
+        session, project, overlay.id, std::format("Imagen {} en {}.", inQuotes(image.filename().string()), shown(overlay)));
 }
 
 struct ZoomArguments {

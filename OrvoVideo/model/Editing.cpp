@@ -1,16 +1,13 @@
 #include "OrvoVideo/model/Editing.h"
 
+#include "OrvoVideo/library/ProjectImage.h"
 #include "OrvoVideo/model/Answer.h"
 #include "OrvoVideo/model/ModelText.h"
 #include "VideoCore/Edits.h"
-#include "VideoCore/Error.h"
 #include "VideoCore/Suggestions.h"
-#include "VideoMedia/CopyFile.h"
-#include "VideoMedia/OverlayImage.h"
 
 #include <algorithm>
 #include <cmath>
-#include <format>
 #include <iterator>
 #include <vector>
 
@@ -38,19 +35,6 @@ template <typename Record> std::optional<std::vector<NumberChange<Record>>> numb
         changes.push_back({field, value});
     }
     return changes;
-}
-
-/// Copies an image into the project and returns its path in it.
-std::string copyIntoProject(
-    const ProjectStore& store, const VideoProject& project, const fs::path& image, const std::stop_token& stop)
-{
-    if (fs::is_regular_file(image) && !OverlayImage::isUsable(image, stop))
-        throw captureError(std::format(
-            "«{}» no es una imagen que se pueda usar: debe ser {}.", image.filename().string(), OverlayImage::kindNames()));
-    const std::string extension = image.extension().string();
-    const auto name = std::format("media/{}{}", Uuid::random().text(), extension.empty() ? "." : extension);
-    copyFile(image, store.mediaURL(project, name), {}, stop);
-    return name;
 }
 
 } // namespace
@@ -133,15 +117,16 @@ QCoro::Task<> Editing::copyImage(fs::path image)
     if (!m_parts.open || m_parts.open.isLocked())
         co_return;
     const Uuid id = m_parts.open->id;
-    const auto name = co_await m_parts.workers.run(
-        [store = *m_parts.services.store, project = *m_parts.open, image](
-            const std::stop_token& stop) { return copyIntoProject(store, project, image, stop); });
-    if (!m_parts.open.is(id))
+    auto copy =
+        co_await m_parts.workers.run([store = *m_parts.services.store, project = *m_parts.open, image](
+                                         const std::stop_token& stop) { return ProjectImage(store, project, image, stop); });
+    if (!m_parts.open.is(id) || m_parts.open.isLocked())
         co_return; // Another project was opened meanwhile.
     m_parts.open.update([&](VideoProject& project) {
         project.edit.overlays.edit().push_back(
-            Edits::makeOverlay(project, Overlay::Kind::image, name, m_parts.playback.playhead()));
+            Edits::makeOverlay(project, Overlay::Kind::image, copy.name(), m_parts.playback.playhead()));
     });
+    copy.keep();
 }
 
 void Editing::removeOverlay(const QString& overlayId)

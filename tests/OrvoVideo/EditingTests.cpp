@@ -5,6 +5,8 @@
 
 #include <fstream>
 #include <limits>
+#include <sys/stat.h>
+#include <utility>
 
 namespace orvo::test {
 namespace {
@@ -105,25 +107,39 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
     EXPECT_THAT(edit().overlays[1].content, testing::EndsWith("."));
 
     // What cannot be shown is told, and leaves nothing behind.
-    panels->choice = folder / "half.png";
-    std::ofstream(*panels->choice) << picture.substr(0, picture.size() / 2);
-    model->addImage();
-    ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
-    EXPECT_EQ(
-        model->errorMessage(), "«half.png» no es una imagen que se pueda usar: debe ser PNG, JPEG, WebP, GIF, BMP o TIFF.");
-    model->clearError();
+    std::ofstream(folder / "half.png") << picture.substr(0, picture.size() / 2);
+    std::ofstream(folder / "photo.\xE9") << picture;
+    std::ofstream(folder / "huge.png") << picture;
+    std::filesystem::resize_file(folder / "huge.png", (256 << 20) + 1);
+    ASSERT_EQ(::mkfifo((folder / "pipe.png").c_str(), 0600), 0);
+    const std::pair<std::string, std::string> cases[]{
+        {"half.png", "«half.png» no es una imagen que se pueda usar: debe ser PNG, JPEG, WebP, GIF, BMP o TIFF."},
+        {"photo.\xE9", "El nombre «photo.\uFFFD» no es UTF-8 válido."},
+        {"huge.png", "«" + (folder / "huge.png").string() + "»: el archivo es demasiado grande"},
+        {"pipe.png", "«" + (folder / "pipe.png").string() + "»: el nombre o el valor no es válido"},
+    };
+    for (const auto& [name, message] : cases) {
+        panels->choice = folder / name;
+        model->addImage();
+        ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
+        EXPECT_EQ(model->errorMessage().toStdString(), message);
+        model->clearError();
+    }
     EXPECT_THAT(edit().overlays, SizeIs(2));
-    const auto media = store.directory(opened.id) / "media";
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(media), {}), 2);
+    const auto copies = [media = store.directory(opened.id) / "media"] {
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(media), {}));
+    };
+    EXPECT_EQ(copies(), 2U);
 
-    // Another project was opened while it was copied.
+    // Another project is opened while it is copied: no copy stays that no document names.
     const auto next = add(VideoProject::make("next"));
     panels->choice = image;
     model->addImage();
     const auto opening = model->select(next);
     ASSERT_TRUE(waitUntil([&] { return opening.isReady() && project().id == next.id; }));
-    ASSERT_TRUE(waitUntil([&] { return std::distance(std::filesystem::directory_iterator(media), {}) == 3; }));
     EXPECT_THAT(edit().overlays, IsEmpty());
+    quit();
+    EXPECT_EQ(copies(), onDisk(opened.id).edit.overlays.size());
 }
 
 } // namespace

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "VideoCore/ProjectStore.h"
+
+#include <filesystem>
+#include <stop_token>
+#include <string>
+
+namespace orvo {
+
+/// The copy of an image in the media folder of a project. The destructor removes it unless it is kept: keep it when the
+/// project names it.
+class ProjectImage {
+public:
+    /// Checks an image and copies it under a new name.
+    ///
+    /// Blocks. Throws `captureError` if the file is not in a format of `OverlayImage`, or its extension is not UTF-8, which
+    /// no document can name; file system errors, also for a file of more than 256 MiB; and `Cancelled`. No copy stays then.
+    ProjectImage(const ProjectStore& store, const VideoProject& project, const std::filesystem::path& image,
+        const std::stop_token& stop = {});
+    ~ProjectImage();
+    ProjectImage(ProjectImage&& other) noexcept;
+    ProjectImage& operator=(ProjectImage&&) = delete;
+
+    /// Relative to the project's folder.
+    const std::string& name() const noexcept { return m_name; }
+    void keep() noexcept { m_file.clear(); }
+
+private:
+    std::string m_name;
+    std::filesystem::path m_file; ///< What the destructor removes.
+};
+
+} // namespace orvo
