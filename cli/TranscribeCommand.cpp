@@ -1,8 +1,5 @@
-#include "OrvoVideo/transcription/SpeechModels.h"
-#include "OrvoVideo/transcription/TranscriptionService.h"
+#include "OrvoVideo/transcription/ProjectTranscription.h"
 #include "VideoCore/Suggestions.h"
-#include "VideoCore/WordConfidence.h"
-#include "VideoMedia/AnalysisAudio.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 #include "cli/ArgumentValues.h"
 #include "cli/Command.h"
@@ -30,23 +27,11 @@ struct TranscribeArguments {
 
 std::vector<TranscriptWord> recognise(Session& session, const VideoProject& project, const TranscribeArguments& arguments)
 {
-    const auto& store = session.library().store();
     const TranscriptionOptions options{.model = arguments.model,
-        .decoding = arguments.careful ? SpeechRecognizer::Decoding::careful : SpeechRecognizer::Decoding::quick,
-        .heard = [&](std::span<const TranscriptWord> words, std::span<const float> probabilities) {
-            auto confidence = WordConfidence::read(store.directory(project.id));
-            confidence.keepOnly(project.edit.words.items()); // An undo in the editor may bring them back.
-            confidence.add(words, probabilities);
-            try {
-                confidence.write(store.directory(project.id));
-            } catch (const std::exception&) {
-                // The words matter more; their save says what is wrong.
-            }
-        }};
+        .decoding = arguments.careful ? SpeechRecognizer::Decoding::careful : SpeechRecognizer::Decoding::quick};
     return runInterruptibly("Transcribiendo", [&](const ProgressCallback& progress, const std::stop_token& stop) {
-        const TranscriptionFile work(store.directory(project.id));
-        analysisAudio(project, store, FfprobeMediaProbe(), work.path(), stop);
-        return TranscriptionService::transcribe(work.path(), arguments.language, options, progress, stop);
+        return transcribeProject(project, {.store = session.library().store(), .probe = FfprobeMediaProbe()},
+            arguments.language, options, progress, stop);
     });
 }
 

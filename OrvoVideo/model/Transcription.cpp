@@ -1,11 +1,11 @@
 #include "OrvoVideo/model/Transcription.h"
 
 #include "OrvoVideo/model/ModelText.h"
-#include "VideoMedia/AnalysisAudio.h"
+#include "OrvoVideo/transcription/ProjectTranscription.h"
+
+#include <QMetaObject>
 
 namespace orvo {
-
-namespace fs = std::filesystem;
 
 Transcription::Transcription(const Parts& parts)
     : m_parts(parts)
@@ -78,24 +78,23 @@ void Transcription::downloadModel(const QString& model)
 QCoro::Task<> Transcription::transcribeProject(VideoProject project, WorkControl control)
 {
     m_parts.operation.setStatus(QStringLiteral("Preparando audio para la transcripción local…"));
-    const TranscriptionFile work(m_parts.services.store->directory(project.id));
-    co_await analysisAudio(project, work.path(), control);
-    m_parts.operation.setStatus(QStringLiteral("Transcribiendo en el Mac · la primera vez se descargarán los modelos…"));
+    // Called on another thread. It comes before what follows: both wait their turn in the same queue.
+    const auto audioReady = [this] {
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                m_parts.operation.setStatus(
+                    QStringLiteral("Transcribiendo en el Mac · la primera vez se descargarán los modelos…"));
+            },
+            Qt::QueuedConnection);
+    };
     auto words = co_await m_parts.workers.run(control,
-        [file = work.path(), locale = m_language.toStdString(), options = m_options, before = project.edit.words,
-            folder = m_parts.services.store->directory(project.id), transcribe = m_parts.services.transcribe](
-            const std::stop_token& stop, const ProgressCallback& progress) mutable {
-            options.heard = [&](std::span<const TranscriptWord> heard, std::span<const float> probabilities) {
-                auto confidence = WordConfidence::read(folder);
-                confidence.keepOnly(before.items()); // An undo brings them back.
-                confidence.add(heard, probabilities);
-                try {
-                    confidence.write(folder);
-                } catch (const std::exception&) {
-                    // The words matter more; saving them reports the fault.
-                }
-            };
-            return transcribe(file, locale, options, progress, stop);
+        [project, audioReady, locale = m_language.toStdString(), options = m_options, store = *m_parts.services.store,
+            probe = m_parts.services.probe,
+            recognise = m_parts.services.transcribe](const std::stop_token& stop, const ProgressCallback& progress) {
+            return orvo::transcribeProject(project,
+                {.store = store, .probe = *probe, .audioReady = audioReady, .recognise = recognise}, locale, options,
+                progress, stop);
         });
     const auto replace = [words = SharedList(std::move(words))](VideoProject& changed) { changed.edit.words = words; };
     // In the project that it was asked for: another one may be open by now.
@@ -105,13 +104,6 @@ QCoro::Task<> Transcription::transcribeProject(VideoProject project, WorkControl
         co_await readConfidence();
     }
     m_parts.operation.setStatus(QStringLiteral("Transcripción lista"));
-}
-
-QCoro::Task<> Transcription::analysisAudio(VideoProject project, fs::path destination, WorkControl control)
-{
-    co_await m_parts.workers.run(std::move(control),
-        [project = std::move(project), store = *m_parts.services.store, destination, probe = m_parts.services.probe](
-            const std::stop_token& stop) { orvo::analysisAudio(project, store, *probe, destination, stop); });
 }
 
 void Transcription::setLanguage(const QString& language)

@@ -15,7 +15,6 @@
 #include <QObject>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
-#include <filesystem>
 
 namespace orvo {
 
@@ -49,9 +48,6 @@ public:
 
     /// Downloads a model of the catalogue, as a long operation. Emits `modelReady` when it is there.
     Q_INVOKABLE void downloadModel(const QString& model);
-
-    /// Writes all audio of a project but that of cameras into one file for speech recognition.
-    QCoro::Task<> analysisAudio(VideoProject project, std::filesystem::path destination, WorkControl control);
 
     /// Language of the speech, "es-ES" or "en-US".
     QString language() const { return m_language; }
