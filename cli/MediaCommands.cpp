@@ -1,8 +1,8 @@
+#include "OrvoVideo/library/RecordingRecovery.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/Utf8.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/MovieImport.h"
-#include "VideoMedia/RecordingPreparation.h"
 #include "VideoMedia/VideoEncoder.h"
 #include "cli/ArgumentValues.h"
 #include "cli/Command.h"
@@ -110,29 +110,23 @@ void recover(Session& session, const RecoverArguments& arguments)
     if (CaptureSession::isMarkedRecording(project)
         && CaptureSession::isAlive(CaptureSession::recordingProcess(folder), true))
         throw captureError("Termina esta grabación antes de recuperarla.");
-    RecordingPreparation::Prepared prepared;
-    try {
-        prepared = runInterruptibly("Recuperando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
-            return RecordingPreparation::prepare(
-                project, store, FfprobeMediaProbe(), RecordingPreparation::Which::all, progress, stop);
+    const auto lostTracks = arguments.withoutLost ? LostTracks::dropped : LostTracks::kept;
+    const auto recovered =
+        runInterruptibly("Recuperando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
+            return recoverRecording(
+                project, store, FfprobeMediaProbe(), RecordingPreparation::Which::all, lostTracks, progress, stop);
         });
-        project = library.load(arguments.project); // Keeps edits that were made meanwhile.
-    } catch (const std::exception& error) {
-        project = library.load(arguments.project);
-        project.state = ProjectState::needsRecovery;
-        store.save(project);
-        throw captureError(RecordingPreparation::failureText(error));
-    }
-    RecordingPreparation::apply(project, prepared);
-    if (arguments.withoutLost)
-        RecordingPreparation::dropLost(project, prepared.lost);
-    project.updatedAt = now();
+    project = library.load(arguments.project); // Keeps edits that were made meanwhile.
+    recovered.apply(project);
+    if (recovered.isPrepared)
+        project.updatedAt = now();
     store.save(project);
-    if (!prepared.lost.empty() && !arguments.withoutLost) {
+    if (recovered.isPrepared && !recovered.failure.empty()) {
         throw captureError(std::format("{}\nLo demás está recuperado. Para seguir sin eso: orvo recover {} --without-lost",
-            RecordingPreparation::failureText(captureError(prepared.lostText())), arguments.project));
+            recovered.failure, arguments.project));
     }
-    CaptureSession::unmark(folder);
+    recovered.finish(folder);
+    const auto& prepared = recovered.prepared;
     if (!prepared.lost.empty())
         session.note(prepared.lostText());
     if (prepared.hardwareFailed)

@@ -1,9 +1,8 @@
 #include "OrvoVideo/model/Recovery.h"
 
+#include "OrvoVideo/library/RecordingRecovery.h"
 #include "OrvoVideo/model/ModelText.h"
 #include "VideoCore/CaptureSession.h"
-#include "VideoCore/Error.h"
-#include "VideoMedia/RecordingPreparation.h"
 #include "VideoMedia/VideoEncoder.h"
 
 #include <QScopeGuard>
@@ -33,33 +32,20 @@ void Recovery::recover()
 QCoro::Task<> Recovery::process(VideoProject project, bool force, WorkControl control)
 {
     const auto which = force ? RecordingPreparation::Which::all : RecordingPreparation::Which::needed;
-    std::optional<std::string> failure;
+    const auto recovered = co_await m_parts.workers.run(std::move(control),
+        [project, which, store = m_parts.store, probe = m_parts.probe](
+            const std::stop_token& stop, const ProgressCallback& progress) {
+            return recoverRecording(project, store, *probe, which, LostTracks::kept, progress, stop);
+        });
+    co_await m_parts.library.change(
+        project.id, [recovered](VideoProject& changed) { recovered.apply(changed); },
+        recovered.isPrepared ? OpenProject::Undo::none : OpenProject::Undo::same);
+    if (recovered.isPrepared)
+        setLost(project.id, {.reasons = recovered.prepared.lost, .failure = Text::from(recovered.failure)});
+    recovered.finish(m_parts.store.directory(project.id));
     QString done = QStringLiteral("Grabación preparada");
-    try {
-        const auto prepared = co_await m_parts.workers.run(std::move(control),
-            [project, which, store = m_parts.store, probe = m_parts.probe](
-                const std::stop_token& stop, const ProgressCallback& progress) {
-                return RecordingPreparation::prepare(project, store, *probe, which, progress, stop);
-            });
-        co_await m_parts.library.change(
-            project.id, [prepared](VideoProject& changed) { RecordingPreparation::apply(changed, prepared); },
-            OpenProject::Undo::none);
-        const auto lost = captureError(prepared.lostText());
-        setLost(project.id,
-            {.reasons = prepared.lost, .failure = QString::fromStdString(RecordingPreparation::failureText(lost))});
-        if (!prepared.lost.empty()) // What could be prepared is kept all the same.
-            throw lost;
-        CaptureSession::unmark(m_parts.store.directory(project.id));
-        if (prepared.hardwareFailed)
-            done += QStringLiteral(". ") + Text::from(std::string(hardwareFailureText));
-    } catch (const std::exception& error) {
-        failure = RecordingPreparation::failureText(error);
-    }
-    if (failure) {
-        co_await m_parts.library.change(
-            project.id, [](VideoProject& changed) { changed.state = ProjectState::needsRecovery; }, OpenProject::Undo::same);
-        throw captureError(*failure);
-    }
+    if (recovered.prepared.hardwareFailed)
+        done += QStringLiteral(". ") + Text::from(std::string(hardwareFailureText));
     if (force || !m_parts.operation.busy())
         m_parts.operation.setStatus(done);
 }
