@@ -1,4 +1,4 @@
-#include "OrvoVideo/publishing/PublicationPackage.h"
+#include "OrvoVideo/publishing/ProjectPublication.h"
 #include "OrvoVideo/publishing/Sharing.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
@@ -12,7 +12,9 @@
 #include "cli/TextColumns.h"
 
 #include <format>
+#include <memory>
 #include <optional>
+#include <utility>
 
 namespace orvo::cli {
 
@@ -84,29 +86,36 @@ void answerPublished(Session& session, const VideoProject& project, const Public
             domains.empty() ? "ninguno; la incrustación está bloqueada" : printable(domains), printable(embed)));
 }
 
+std::string labelOf(ProjectPublication::Step step)
+{
+    switch (step) {
+    case ProjectPublication::Step::connecting:
+        return "Conectando";
+    case ProjectPublication::Step::rendering:
+        return "Preparando vídeo";
+    case ProjectPublication::Step::packaging:
+        return "Generando calidades";
+    case ProjectPublication::Step::uploading:
+        break;
+    }
+    return "Publicando";
+}
+
 Publication upload(Session& session, const VideoProject& project, const Access& access, const ExportSettings& settings)
 {
-    const auto& projects = session.library().store();
-    PublicationPackage package(project, projects, settings);
     // Reports what is missing before the long work.
-    Publisher publisher = runInterruptibly(
+    auto publisher = runInterruptibly(
         "Conectando", [&](const ProgressCallback&, const std::stop_token& stop) { return ServerAccess::connect(stop); });
-    runInterruptibly(
-        "Conectando", [&](const ProgressCallback&, const std::stop_token& stop) { publisher.requireStorage(stop); });
-    if (!package.isReady()) {
-        runInterruptibly("Preparando vídeo", [&](const ProgressCallback& progress, const std::stop_token& stop) {
-            package.render(FfprobeMediaProbe(), progress, stop);
-        });
-        runInterruptibly("Generando calidades",
-            [&](const ProgressCallback& progress, const std::stop_token& stop) { package.package(progress, stop); });
-        if (const auto remarks = package.remarks(); !remarks.empty())
+    ProjectPublication publication(
+        project, session.library().store(), std::make_shared<FfprobeMediaProbe>(), settings, std::move(publisher));
+    publication.setAccess(access.domains, access.publicLink);
+    while (const auto step = publication.next()) {
+        runInterruptibly(labelOf(*step),
+            [&](const ProgressCallback& progress, const std::stop_token& stop) { publication.run(progress, stop); });
+        if (const auto remarks = publication.remarks(); *step == ProjectPublication::Step::packaging && !remarks.empty())
             session.note(remarks);
     }
-    return runInterruptibly("Publicando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
-        return publisher.publish(
-            project, projects, package.hls(), access.domains, access.publicLink,
-            [&](const std::string&, double fraction) { progress(fraction); }, stop);
-    });
+    return publication.publication();
 }
 
 void publish(Session& session, const PublishArguments& arguments)
@@ -119,7 +128,7 @@ void publish(Session& session, const PublishArguments& arguments)
     if (arguments.onlyAccess) {
         Publication publication = requirePublished(project);
         runInterruptibly("Actualizando", [&](const ProgressCallback&, const std::stop_token& stop) {
-            ServerAccess::connect(stop).updatePolicy(publication.videoID, access.domains, access.publicLink, stop);
+            ServerAccess::connect(stop)->updatePolicy(publication.videoID, access.domains, access.publicLink, stop);
         });
         publication.domains = access.domains;
         publication.publicLink = access.publicLink;
@@ -138,7 +147,7 @@ void unpublish(Session& session, const UnpublishArguments& arguments)
     const VideoProject project = session.library().load(arguments.project);
     const Publication& publication = requirePublished(project);
     runInterruptibly("Retirando", [&](const ProgressCallback&, const std::stop_token& stop) {
-        ServerAccess::connect(stop).withdraw(publication.videoID, stop);
+        ServerAccess::connect(stop)->withdraw(publication.videoID, stop);
     });
     store(session, arguments.project, std::nullopt);
     if (session.json())

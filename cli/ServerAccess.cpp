@@ -35,10 +35,10 @@ std::string credential(const std::stop_token& stop)
     }
 }
 
-Publisher connect(const std::stop_token& stop)
+std::shared_ptr<Publisher> connect(const std::stop_token& stop)
 {
     const std::string server = address();
-    return {server, credential(stop)};
+    return std::make_shared<Publisher>(server, credential(stop));
 }
 
 } // namespace orvo::cli::ServerAccess

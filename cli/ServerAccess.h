@@ -2,6 +2,7 @@
 
 #include "OrvoVideo/publishing/Publisher.h"
 
+#include <memory>
 #include <stop_token>
 #include <string>
 
@@ -16,7 +17,7 @@ std::string address();
 std::string credential(const std::stop_token& stop);
 
 /// Throws as both functions above and `Publisher`.
-Publisher connect(const std::stop_token& stop);
+std::shared_ptr<Publisher> connect(const std::stop_token& stop);
 
 /// The environment variable with a credential.
 inline constexpr auto credentialVariable = "ORVO_ADMIN_TOKEN";

@@ -54,21 +54,21 @@ void storeServer(const std::string& server)
 ServerStatus askServer()
 {
     return runInterruptibly("Comprobando",
-        [](const ProgressCallback&, const std::stop_token& stop) { return ServerAccess::connect(stop).status(stop); });
+        [](const ProgressCallback&, const std::stop_token& stop) { return ServerAccess::connect(stop)->status(stop); });
 }
 
 void configureDrive(const std::string& client)
 {
     const std::string secret = readSecret("Secreto del cliente OAuth");
     runInterruptibly("Guardando", [&](const ProgressCallback&, const std::stop_token& stop) {
-        ServerAccess::connect(stop).configureDrive(client, secret, stop);
+        ServerAccess::connect(stop)->configureDrive(client, secret, stop);
     });
 }
 
 std::string driveAuthorisation()
 {
     const auto address = runInterruptibly("Conectando", [](const ProgressCallback&, const std::stop_token& stop) {
-        return ServerAccess::connect(stop).driveAuthorisation(stop);
+        return ServerAccess::connect(stop)->driveAuthorisation(stop);
     });
     return address.value_or("");
 }

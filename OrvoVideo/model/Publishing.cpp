@@ -1,14 +1,14 @@
 #include "OrvoVideo/model/Publishing.h"
 
 #include "OrvoVideo/model/ModelText.h"
-#include "OrvoVideo/publishing/PublicationPackage.h"
+#include "OrvoVideo/publishing/ProjectPublication.h"
 #include "OrvoVideo/publishing/Sharing.h"
 #include "VideoCore/Error.h"
-#include "VideoMedia/ExportService.h"
 
 #include <QMetaObject>
 #include <QScopeGuard>
 #include <QStringList>
+#include <memory>
 
 namespace orvo {
 
@@ -62,32 +62,37 @@ QCoro::Task<> Publishing::publishProject(VideoProject project, WorkControl contr
     m_typedPolicy = TypedPolicy{.project = project.id, .domains = m_domainText, .isPublic = m_publicLink};
     const auto done = qScopeGuard([this] { endTypedPolicy(); });
     co_await m_parts.server.saveSettings(control);
-    const auto publisher = m_parts.server.makePublisher();
-    co_await m_parts.server.requireStorage(publisher, control);
-    const auto package = co_await preparePackage(project, control);
-    co_await m_parts.documents.settled(); // The document is uploaded, too.
     // Called on another thread. It comes before what follows: both wait their turn in the same queue.
-    const auto tell = [this, report = control.progress](const std::string& text, double fraction) {
+    const auto showActivity = [this](const std::string& text) {
         QMetaObject::invokeMethod(
-            this,
-            [this, report, text, fraction] {
-                m_parts.operation.setStatus(QString::fromStdString(text));
-                report(fraction);
-            },
-            Qt::QueuedConnection);
+            this, [this, text] { m_parts.operation.setStatus(QString::fromStdString(text)); }, Qt::QueuedConnection);
     };
-    const auto publication = co_await m_parts.workers.run({.stop = control.stop, .progress = {}},
-        [publisher, package, project, store = *m_parts.services.store, tell,
-            origins = authorisedDomains(m_typedPolicy->domains.toStdString()),
-            isPublic = m_typedPolicy->isPublic](const std::stop_token& stop) {
-            return publisher->publish(project, store, package->hls(), origins, isPublic, tell, stop);
-        });
+    const auto work = std::make_shared<ProjectPublication>(project, *m_parts.services.store, m_parts.services.probe,
+        m_parts.settings.exports(), m_parts.server.makePublisher());
+    while (const auto step = work->next()) {
+        if (*step == ProjectPublication::Step::rendering) {
+            m_parts.operation.setStatus(QStringLiteral("Preparando vídeo para publicar…"));
+        } else if (*step == ProjectPublication::Step::packaging) {
+            m_parts.operation.setStatus(QStringLiteral("Generando calidades de streaming…"));
+            control.progress(0);
+        } else if (*step == ProjectPublication::Step::uploading) {
+            co_await m_parts.documents.settled(); // The document is uploaded, too.
+            work->setAccess(authorisedDomains(m_typedPolicy->domains.toStdString()), m_typedPolicy->isPublic);
+        }
+        co_await m_parts.workers.run(
+            control, [work, showActivity](const std::stop_token& stop, const ProgressCallback& progress) {
+                work->run(progress, stop, showActivity);
+            });
+        if (*step == ProjectPublication::Step::connecting)
+            m_parts.server.noteStorage(work->server());
+    }
+    const Publication publication = work->publication();
     co_await m_parts.library.update(
         project.id, [publication](VideoProject& published) { published.publication = publication; });
     m_typedPolicy.reset();
     const auto published = QStringLiteral("Vídeo publicado");
     m_parts.operation.setStatus(published);
-    const auto remarks = QString::fromStdString(package->remarks());
+    const auto remarks = QString::fromStdString(work->remarks());
     copyEmbedOf(
         publication, published + QStringLiteral(". ") + (remarks.isEmpty() ? remarks : remarks + QStringLiteral(" ")));
 }
@@ -99,26 +104,6 @@ void Publishing::endTypedPolicy()
         m_typedPolicy.reset();
     else if (m_typedPolicy)
         m_typedPolicy->isUnderWay = false;
-}
-
-QCoro::Task<std::shared_ptr<PublicationPackage>> Publishing::preparePackage(VideoProject project, WorkControl control)
-{
-    ExportSettings settings = m_parts.settings.exports();
-    settings.fps = project.fps;
-    const auto package = co_await m_parts.workers.run(control, [project, store = *m_parts.services.store, settings] {
-        return std::make_shared<PublicationPackage>(project, store, settings);
-    });
-    if (!package->isReady()) {
-        m_parts.operation.setStatus(QStringLiteral("Preparando vídeo para publicar…"));
-        co_await m_parts.workers.run(control,
-            [package, probe = m_parts.services.probe](
-                const std::stop_token& stop, const ProgressCallback& progress) { package->render(*probe, progress, stop); });
-        m_parts.operation.setStatus(QStringLiteral("Generando calidades de streaming…"));
-        control.progress(0);
-        co_await m_parts.workers.run(control,
-            [package](const std::stop_token& stop, const ProgressCallback& progress) { package->package(progress, stop); });
-    }
-    co_return package;
 }
 
 void Publishing::unpublish()

@@ -14,13 +14,10 @@
 #include <QObject>
 #include <QString>
 #include <QtQml/qqmlregistration.h>
-#include <memory>
 #include <optional>
 #include <string>
 
 namespace orvo {
-
-class PublicationPackage;
 
 /// Publishes the open project, and keeps what the user types about who may see it. Main thread only.
 class Publishing : public QObject {
@@ -91,7 +88,6 @@ private:
 
     bool isPublished() const;
     QCoro::Task<> publishProject(VideoProject project, WorkControl control);
-    QCoro::Task<std::shared_ptr<PublicationPackage>> preparePackage(VideoProject project, WorkControl control);
     void endTypedPolicy();
     void showPublication();
     void noteReloaded(const std::optional<Publication>& before);

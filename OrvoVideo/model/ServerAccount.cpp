@@ -93,7 +93,7 @@ QCoro::Task<> ServerAccount::lookAtServer(WorkControl control)
 {
     const auto server = co_await m_workers.run({.stop = control.stop, .progress = {}},
         [publisher = makePublisher()](const std::stop_token& stop) { return publisher->status(stop); });
-    setUsesDrive(!server.storesByItself());
+    noteStorage(server);
     setConnectionStatus(QString::fromStdString(server.text()));
     m_operation.setStatus(m_connectionStatus);
 }
@@ -120,13 +120,6 @@ void ServerAccount::connectDrive()
         if (address)
             m_services.workspace->openAddress(*address);
     });
-}
-
-QCoro::Task<> ServerAccount::requireStorage(std::shared_ptr<Publisher> publisher, WorkControl control)
-{
-    const auto server = co_await m_workers.run({.stop = control.stop, .progress = {}},
-        [publisher](const std::stop_token& stop) { return publisher->requireStorage(stop); });
-    setUsesDrive(!server.storesByItself());
 }
 
 QString ServerAccount::driveReturnAddress() const

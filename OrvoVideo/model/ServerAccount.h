@@ -59,8 +59,8 @@ public:
     /// Stores the credential in the keychain, or takes it from there when none is typed, then the server's address. Throws
     /// what `Keychain` and `StoredSettings` throw.
     QCoro::Task<> saveSettings(WorkControl control);
-    /// Asks the server behind `publisher` whether it can store videos. Throws what `Publisher::requireStorage` throws.
-    QCoro::Task<> requireStorage(std::shared_ptr<Publisher> publisher, WorkControl control);
+    /// The server has said where it stores videos.
+    void noteStorage(const ServerStatus& server) { setUsesDrive(!server.storesByItself()); }
     /// Speaks to the server with the present settings.
     std::shared_ptr<Publisher> makePublisher() const;
 
