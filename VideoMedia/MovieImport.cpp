@@ -3,6 +3,7 @@
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 #include "VideoCore/FileLock.h"
+#include "VideoCore/Utf8.h"
 #include "VideoMedia/CopyFile.h"
 
 #include <cmath>
@@ -17,18 +18,31 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Probes a copy. Errors name the original movie.
-MediaFacts factsOf(const fs::path& copy, const fs::path& movie, const MediaProbe& probe, const std::stop_token& stop)
+/// Probes a movie or its copy. Errors name the original movie.
+MediaFacts factsOf(const fs::path& file, const fs::path& movie, const MediaProbe& probe, const std::stop_token& stop)
 {
     try {
-        return probe.facts(copy, stop);
+        return probe.facts(file, stop);
     } catch (const Error& error) {
-        const std::string name = copy.filename().string();
+        const std::string name = file.filename().string();
         std::string text = error.what();
         if (const auto at = text.find(name); at != std::string::npos)
             throw captureError(text.replace(at, name.size(), movie.filename().string()));
         throw;
     }
+}
+
+/// As `factsOf`. Throws `captureError` also for media that cannot be appended to the project.
+MediaFacts requireMovie(const fs::path& file, const fs::path& movie, const VideoProject& project, const MediaProbe& probe,
+    const std::stop_token& stop)
+{
+    auto facts = factsOf(file, movie, probe, stop);
+    if (!facts.duration || !std::isfinite(*facts.duration) || *facts.duration <= 0)
+        throw captureError("El archivo no contiene una duración válida.");
+    // The first track determines the frame size.
+    if (!facts.video && (project.tracks.empty() || facts.audioStreams == 0))
+        throw captureError(std::format("«{}» no contiene vídeo.", movie.filename().string()));
+    return facts;
 }
 
 constexpr std::string_view failureName = "import-error.txt";
@@ -44,20 +58,20 @@ void noteFailure(const ProjectStore& store, const Uuid& id, const std::string& r
 
 } // namespace
 
+VideoProject newProject(const fs::path& movie)
+{
+    return VideoProject::make(validUtf8(movie.stem().string()));
+}
+
 CopiedMovie copyMovie(const ProjectStore& store, const fs::path& movie, const VideoProject& project, const MediaProbe& probe,
     const ProgressCallback& progress, const std::stop_token& stop)
 {
-    CopiedMovie copied{
-        .file = std::format("media/{}{}", Uuid::random().text(), movie.has_extension() ? movie.extension().string() : ".")};
+    CopiedMovie copied{.file = newMediaName(movie)};
+    requireMovie(movie, movie, project, probe, stop); // The copy may take minutes.
     const fs::path copy = store.mediaURL(project, copied.file);
     copyFile(movie, copy, progress, stop);
 
-    const auto facts = factsOf(copy, movie, probe, stop);
-    if (!facts.duration || !std::isfinite(*facts.duration) || *facts.duration <= 0)
-        throw captureError("El archivo no contiene una duración válida.");
-    // The first track determines the frame size.
-    if (!facts.video && (project.tracks.empty() || facts.audioStreams == 0))
-        throw captureError(std::format("«{}» no contiene vídeo.", movie.filename().string()));
+    const auto facts = requireMovie(copy, movie, project, probe, stop);
     copied.duration = *facts.duration;
     if (facts.video) {
         copied.width = facts.video->uprightWidth();
@@ -86,7 +100,7 @@ void append(VideoProject& project, const CopiedMovie& movie)
 VideoProject importMovie(const ProjectStore& store, const fs::path& movie, std::optional<VideoProject> target,
     const MediaProbe& probe, const ProgressCallback& progress, const std::stop_token& stop)
 {
-    VideoProject project = target ? std::move(*target) : VideoProject::make(movie.stem().string());
+    VideoProject project = target ? std::move(*target) : newProject(movie);
     const bool isNew = !fs::exists(store.directory(project.id));
     FileLock working;
     if (isNew) {

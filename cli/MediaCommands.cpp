@@ -1,6 +1,5 @@
 #include "OrvoVideo/library/RecordingRecovery.h"
 #include "VideoCore/CaptureSession.h"
-#include "VideoCore/Utf8.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/MovieImport.h"
 #include "VideoMedia/VideoEncoder.h"
@@ -17,7 +16,6 @@
 #include <format>
 #include <optional>
 #include <ranges>
-#include <system_error>
 
 namespace orvo::cli {
 
@@ -33,7 +31,7 @@ struct ImportArguments {
 VideoProject importAsNew(Session& session, const fs::path& movie)
 {
     const auto& store = session.library().store();
-    auto project = VideoProject::make(validUtf8(movie.stem().string()));
+    auto project = MovieImport::newProject(movie);
     NewFolder folder(store.directory(project.id));
     project = runInterruptibly("Importando", [&](const ProgressCallback& progress, const std::stop_token& stop) {
         return MovieImport::importMovie(store, movie, std::move(project), FfprobeMediaProbe(), progress, stop);
@@ -59,31 +57,12 @@ VideoProject importInto(Session& session, const std::string& reference, const fs
     return target;
 }
 
-/// Throws `captureError` for a file that is not a movie, before copying it. The first track determines the frame size;
-/// later ones may have sound only.
-void requireMovie(const fs::path& file, bool isFirstTrack)
-{
-    if (!fs::is_regular_file(file))
-        throw fs::filesystem_error("import", file,
-            std::make_error_code(fs::is_directory(file) ? std::errc::is_a_directory
-                    : fs::exists(file)                  ? std::errc::invalid_argument
-                                                        : std::errc::no_such_file_or_directory));
-    if (!isUtf8(file.extension().string()))
-        throw captureError(std::format("El nombre {} no es UTF-8 válido.", inQuotes(file.filename().string())));
-    const auto facts = FfprobeMediaProbe().facts(file);
-    if (!facts.duration || !(*facts.duration > 0))
-        throw captureError("El archivo no contiene una duración válida.");
-    if (!facts.video && (isFirstTrack || facts.audioStreams == 0))
-        throw captureError(std::format("{} no contiene vídeo.", inQuotes(file.filename().string())));
-}
-
 void importMovie(Session& session, const ImportArguments& arguments)
 {
     if (arguments.file.empty())
         throw UsageError("Indica el archivo de vídeo.");
     const fs::path movie = arguments.file;
     const bool append = !arguments.append.empty();
-    requireMovie(movie, !append || session.library().load(arguments.append).tracks.empty());
     const VideoProject project = append ? importInto(session, arguments.append, movie) : importAsNew(session, movie);
     if (session.json()) {
         return session.answer(

@@ -9,6 +9,8 @@
 #include "VideoMedia/FfprobeMediaProbe.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <utility>
 
 namespace orvo::test {
 
@@ -22,6 +24,15 @@ protected:
     VideoProject import(const fs::path& movie, std::optional<VideoProject> target = std::nullopt)
     {
         return MovieImport::importMovie(store, movie, std::move(target), probeService, progress, stop.get_token());
+    }
+
+    /// "large.mp4", of so many bytes.
+    void makeLargeMovie(std::size_t size) const
+    {
+        makeVideo(folder / "large.mp4", "color=white:size=64x36:rate=30:duration=1");
+        auto bytes = readFile(folder / "large.mp4");
+        bytes.resize(size, 'x');
+        writeFileAtomically(folder / "large.mp4", bytes);
     }
 
     TemporaryFolder folder;
@@ -70,6 +81,27 @@ TEST_F(ImportTest, AMovieWithSoundOnlyIsHeardOverBlackBehindTheOthers)
     EXPECT_GT(brightness(75), 200);
 }
 
+TEST_F(ImportTest, CopiesNothingThatNoProjectCanHave)
+{
+    const auto project = emptyProject();
+    store.create(project);
+    makeVideo(folder / "good.mp4", "color=white:size=64x36:rate=30:duration=1");
+    fs::copy_file(folder / "good.mp4", folder / "good.\xE9");
+    writeFileAtomically(folder / "text.mp4", "a text");
+    ASSERT_EQ(::mkfifo((folder / "pipe.mp4").c_str(), 0600), 0);
+    const std::pair<std::string, std::string> cases[]{
+        {"good.\xE9", "El nombre «good.\xE9» no es UTF-8 válido."},
+        {"text.mp4", "«text.mp4» no se puede leer"},
+        {"pipe.mp4", "no es válido"},
+    };
+    for (const auto& [name, message] : cases)
+        EXPECT_THAT(failureOf([&] { import(folder / name, project); }), HasSubstr(message));
+    EXPECT_TRUE(fs::is_empty(store.directory(project.id) / "media"));
+
+    fs::rename(folder / "good.mp4", folder / "caf\xE9.mp4");
+    EXPECT_EQ(import(folder / "caf\xE9.mp4").title, "caf\uFFFD");
+}
+
 TEST_F(ImportTest, AFullDiskLeavesNoHalfCopy)
 {
     const SmallDisk disk(256 << 10);
@@ -78,7 +110,7 @@ TEST_F(ImportTest, AFullDiskLeavesNoHalfCopy)
     const ProjectStore small(disk.path() / "library");
     const auto project = emptyProject();
     small.create(project);
-    writeFileAtomically(folder / "large.mp4", std::string(1 << 20, 'x'));
+    makeLargeMovie(1 << 20);
     EXPECT_THAT(failureOf([&] { MovieImport::importMovie(small, folder / "large.mp4", project, probeService); }),
         HasSubstr("no queda espacio en el disco"));
     EXPECT_TRUE(fs::is_empty(small.directory(project.id) / "media"));
@@ -87,7 +119,7 @@ TEST_F(ImportTest, AFullDiskLeavesNoHalfCopy)
 
 TEST_F(ImportTest, CancelledWhileCopying)
 {
-    writeFileAtomically(folder / "large.mp4", std::string(20 << 20, 'x'));
+    makeLargeMovie(20 << 20);
     progress = [&](double) { stop.request_stop(); };
     const auto project = emptyProject();
     store.create(project);
