@@ -47,7 +47,7 @@ public:
     /// Saves the document and the pointer log, and flushes everything to disk. Throws as `RecordedProject::checkpoint`.
     void checkpoint();
 
-    /// Ends the recording; the application prepares it. Throws file system errors unchanged; the recording then goes on.
+    /// Ends the recording; the application prepares it. Throws file system errors unchanged; then it still records.
     void finish() { m_project.complete(); }
 
 private:

@@ -12,14 +12,19 @@ namespace orvo::Edits {
 
 namespace {
 
-template <typename T> T* find(SharedList<T>& list, const Uuid& id)
+template <typename T, typename Matches> T* findIf(SharedList<T>& list, Matches matches)
 {
     // Searches the shared items first, so that a list without the element is not copied.
-    const auto found = std::ranges::find(list, id, &T::id);
+    const auto found = std::ranges::find_if(list, matches);
     if (found == list.end())
         return nullptr;
     const auto index = found - list.begin();
     return &list.edit()[static_cast<std::size_t>(index)];
+}
+
+template <typename T> T* find(SharedList<T>& list, const Uuid& id)
+{
+    return findIf(list, [&](const T& item) { return item.id == id; });
 }
 
 template <typename T, typename Matches> std::size_t removeIf(SharedList<T>& list, Matches matches)
@@ -118,14 +123,11 @@ bool setVolume(VideoProject& project, const Uuid& trackId, double value)
 
 bool setOverlayText(VideoProject& project, const Uuid& id, std::string text)
 {
-    const auto& overlays = project.edit.overlays;
-    const auto found = std::ranges::find_if(
-        overlays, [&](const Overlay& overlay) { return overlay.id == id && overlay.kind == Overlay::Kind::text; });
-    if (found == overlays.end())
-        return false;
-    const auto index = static_cast<std::size_t>(found - overlays.begin());
-    project.edit.overlays.edit()[index].content = std::move(text);
-    return true;
+    Overlay* overlay = findIf(
+        project.edit.overlays, [&](const Overlay& each) { return each.id == id && each.kind == Overlay::Kind::text; });
+    if (overlay)
+        overlay->content = std::move(text);
+    return overlay != nullptr;
 }
 
 template <typename Value, typename Record> Value Record::* fieldNamed(std::string_view key)

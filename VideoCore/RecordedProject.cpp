@@ -183,7 +183,7 @@ void RecordedProject::discard() noexcept
     fs::remove_all(m_folder, ignored);
 }
 
-/// Ends the recording in `state`. If that fails, it goes on.
+/// Ends the recording in `state`. Throws if that fails; then it still records.
 void RecordedProject::end(std::string_view state)
 {
     try {

@@ -12,7 +12,7 @@ namespace orvo {
 /// What becomes of tracks that cannot be prepared.
 enum class LostTracks : std::uint8_t {
     kept, ///< The project still needs recovery.
-    dropped, ///< The project goes on without them.
+    dropped, ///< The project loses them.
 };
 
 /// The outcome of `recoverRecording`.

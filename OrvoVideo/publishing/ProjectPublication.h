@@ -42,7 +42,7 @@ public:
     /// Runs the next step. `progress` receives its fraction done.
     ///
     /// Throws what `Publisher::requireStorage`, `PublicationPackage` and `Publisher::publish` throw. Then the publication
-    /// has ended; another one goes on where it was interrupted.
+    /// has ended; another one resumes where it stopped.
     void run(const ProgressCallback& progress, const std::stop_token& stop, const Activity& activity = {});
 
     /// Who may see the video, as `Publisher::publish` takes it. Set it before the upload; at first nobody may.
