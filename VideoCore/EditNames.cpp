@@ -21,8 +21,8 @@ namespace {
 using Names = std::vector<std::string>;
 using Spans = std::vector<TimeSpan>;
 
-constexpr double shortestChange = 0.001; ///< Of the cuts, in seconds.
-constexpr std::size_t longestQuote = 24; ///< Characters of a text that a name quotes.
+constexpr double minChange = 0.001; ///< Of the cuts, in seconds.
+constexpr std::size_t maxQuote = 24; ///< Characters of a text that a name quotes.
 
 /// A noun that counts.
 struct Noun {
@@ -61,7 +61,7 @@ std::string inQuotes(std::string_view text)
     std::size_t characters = 0;
     for (const char c : text) {
         const bool begins = (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-        if (begins && characters++ == longestQuote)
+        if (begins && characters++ == maxQuote)
             return std::format("«{}…»", result);
         result += c == '\n' || c == '\r' || c == '\t' ? ' ' : c;
     }
@@ -77,11 +77,11 @@ Spans without(const Spans& spans, const Spans& others)
         while (other != others.end() && other->end <= rest.start)
             ++other;
         for (auto each = other; each != others.end() && each->start < rest.end; ++each) {
-            if (each->start - rest.start > shortestChange)
+            if (each->start - rest.start > minChange)
                 result.push_back({rest.start, each->start});
             rest.start = std::max(rest.start, each->end);
         }
-        if (rest.end - rest.start > shortestChange)
+        if (rest.end - rest.start > minChange)
             result.push_back(rest);
     }
     return result;
@@ -115,8 +115,8 @@ std::string nameOfCut(const VideoProject& project, const Spans& changed, const S
     bool isWhole = true;
     const auto isInPause = [&](const TimeSpan& span) {
         const auto pause = std::ranges::upper_bound(pauses, span.start, {}, [](const auto& each) { return each.span.end; });
-        if (pause == pauses.end() || span.start < pause->span.start - shortestChange
-            || span.end > pause->span.end + shortestChange)
+        if (pause == pauses.end() || span.start < pause->span.start - minChange
+            || span.end > pause->span.end + minChange)
             return false;
         isWhole = isWhole && Transcript::remaining(pause->span, with) < 0.05;
         return true;

@@ -14,7 +14,7 @@
 namespace orvo::Edits {
 
 /// A selection must be longer than this to be cut. Seconds.
-inline constexpr double shortestCut = 0.01;
+inline constexpr double minCut = 0.01;
 /// How long a new overlay is shown, at most to the end of the recording. Seconds.
 inline constexpr double overlayLength = 5;
 
@@ -39,7 +39,7 @@ void cutWords(VideoProject& project, std::span<const Uuid> ids);
 /// What a shortened pause keeps, in seconds.
 inline constexpr double shortenedPause = 0.3;
 /// What restoring leaves of a cut vanishes with it when it is shorter than this, in seconds.
-inline constexpr double shortestRest = 0.12;
+inline constexpr double minRest = 0.12;
 
 /// The stretch of these words, from the beginning of the first to the end of the last. The range must not be empty.
 TimeSpan spanOf(std::span<const TranscriptWord> words, const Transcript::WordRange& range);

@@ -22,8 +22,8 @@ struct CommonEnds {
         if (a.data() == b.data() && a.size() == b.size()) // They share their items.
             return {.head = a.size(), .tail = 0};
         const auto head = std::ranges::mismatch(a, b).in1 - a.begin();
-        const auto longestTail = static_cast<std::ptrdiff_t>(std::min(a.size(), b.size())) - head;
-        const auto tail = std::mismatch(a.rbegin(), a.rbegin() + longestTail, b.rbegin()).first - a.rbegin();
+        const auto maxTail = static_cast<std::ptrdiff_t>(std::min(a.size(), b.size())) - head;
+        const auto tail = std::mismatch(a.rbegin(), a.rbegin() + maxTail, b.rbegin()).first - a.rbegin();
         return {.head = static_cast<std::size_t>(head), .tail = static_cast<std::size_t>(tail)};
     }
 };

@@ -148,7 +148,7 @@ std::vector<EditSuggestion> offered(const VideoProject& project, std::span<const
             });
             if (!isCut && !isThere && !(stopped && stopped->time == time))
                 result.push_back(suggestion);
-        } else if (Transcript::remaining(suggestion.span, merged) > std::min(shortestGain, suggestion.span.duration() / 2)) {
+        } else if (Transcript::remaining(suggestion.span, merged) > std::min(minGain, suggestion.span.duration() / 2)) {
             result.push_back(suggestion);
         }
     }

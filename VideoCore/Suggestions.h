@@ -20,7 +20,7 @@ inline constexpr double zoomLength = 3; ///< Length of a suggested zoom, in seco
 /// Depends on words, events and duration only. Each call creates new identifiers. May suggest what is already cut.
 std::vector<EditSuggestion> generate(const VideoProject& project);
 
-inline constexpr double shortestGain = 0.1; ///< A cut of which less than this is left to do is not offered, in seconds.
+inline constexpr double minGain = 0.1; ///< A cut of which less than this is left to do is not offered, in seconds.
 inline constexpr double stopClick = 1.5; ///< A click this long before the end of a recording has stopped it, in seconds.
 
 /// Those of the suggestions that are of use to this project as it is edited now, in their order: no cut of what is cut

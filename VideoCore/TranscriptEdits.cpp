@@ -42,7 +42,7 @@ Shortening shorten(VideoProject& project, std::span<const Transcript::Pause> pau
     double before = 0;
     for (const auto& pause : pauses) {
         const double left = Transcript::remaining(pause.span, merged);
-        if (!(left > std::max(longerThan, shortenedPause + shortestCut)))
+        if (!(left > std::max(longerThan, shortenedPause + minCut)))
             continue;
         middles.push_back(middleOf(pause.span));
         before += Transcript::remaining(middles.back(), merged);
@@ -84,7 +84,7 @@ void restorePart(VideoProject& project, TimeSpan span)
             continue;
         }
         for (const TimeSpan& piece : {TimeSpan{cut.start, span.start}, TimeSpan{span.end, cut.end}}) {
-            if (piece.duration() >= shortestRest)
+            if (piece.duration() >= minRest)
                 rest.push_back(piece);
         }
     }

@@ -12,7 +12,7 @@ namespace orvo {
 
 namespace {
 
-constexpr std::size_t largestFile = 64'000'000; ///< Bytes; no speech has so many words.
+constexpr std::size_t maxFile = 64'000'000; ///< Bytes; no speech has so many words.
 
 } // namespace
 
@@ -21,7 +21,7 @@ WordConfidence WordConfidence::read(const std::filesystem::path& projectFolder)
     WordConfidence result;
     std::string text;
     try {
-        readFile(projectFolder / fileName, text, largestFile);
+        readFile(projectFolder / fileName, text, maxFile);
     } catch (const std::exception&) {
         return result;
     }

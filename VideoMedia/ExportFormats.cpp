@@ -15,13 +15,13 @@ namespace orvo::ExportFormats {
 
 namespace {
 
-constexpr std::int64_t smallSoundBitRate = 64'000;
-constexpr std::int64_t smallestBitRate = 60'000; ///< Of a picture that can still be read.
+constexpr std::int64_t smallAudioBitRate = 64'000;
+constexpr std::int64_t minBitRate = 60'000; ///< Of a picture that can still be read.
 constexpr double containerShare = 0.03; ///< Of a film's bytes; measured at low bit rates, where it is largest.
 
-std::int64_t soundRate(const ExportSettings& settings)
+std::int64_t audioRate(const ExportSettings& settings)
 {
-    return settings.maxBytes ? smallSoundBitRate : HlsLadder::soundBitRate; // Packages copy it.
+    return settings.maxBytes ? smallAudioBitRate : HlsLadder::audioBitRate; // Packages copy it.
 }
 
 } // namespace
@@ -29,8 +29,8 @@ std::int64_t soundRate(const ExportSettings& settings)
 Limited limited(const VideoProject& project, const ExportSettings& settings, double seconds)
 {
     const double bits = static_cast<double>(settings.maxBytes.value_or(0)) * 8 * (1 - containerShare);
-    const auto bitRate = static_cast<std::int64_t>(bits / std::max(seconds, 1.0)) - soundRate(settings);
-    if (bitRate < smallestBitRate) {
+    const auto bitRate = static_cast<std::int64_t>(bits / std::max(seconds, 1.0)) - audioRate(settings);
+    if (bitRate < minBitRate) {
         throw captureError(std::format("{} minutos no caben en {} MB. Exporta solo una parte, o sin límite de tamaño.",
             static_cast<std::int64_t>(std::ceil(seconds / 60)), settings.maxBytes.value_or(0) / 1'000'000));
     }
@@ -60,10 +60,10 @@ std::vector<std::string> commonArguments()
     return ffmpegArguments({"-filter_complex_threads", "1"});
 }
 
-std::vector<std::string> soundArguments(const ExportSettings& settings)
+std::vector<std::string> audioArguments(const ExportSettings& settings)
 {
     const char* encoder = settings.format == ExportFormat::webm ? "libopus" : "aac";
-    return {"-c:a", encoder, "-ar", "48000", "-b:a", std::to_string(soundRate(settings))};
+    return {"-c:a", encoder, "-ar", "48000", "-b:a", std::to_string(audioRate(settings))};
 }
 
 std::vector<std::string> containerArguments(ExportFormat format)

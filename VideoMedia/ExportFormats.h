@@ -28,7 +28,7 @@ VideoEncoder webmEncoder();
 std::vector<std::string> commonArguments();
 
 /// The options after the graph that encode and pack the sound.
-std::vector<std::string> soundArguments(const ExportSettings& settings);
+std::vector<std::string> audioArguments(const ExportSettings& settings);
 /// Options of the container.
 std::vector<std::string> containerArguments(ExportFormat format);
 

@@ -24,7 +24,7 @@ constexpr std::array<ExportPreset, 6> presets{{
 }};
 
 constexpr double gifBitsPerPixel = 0.55; // Of lessons on a screen, measured; moving pictures take more.
-constexpr auto soundBits = static_cast<double>(HlsLadder::soundBitRate);
+constexpr auto audioBits = static_cast<double>(HlsLadder::audioBitRate);
 
 double megapixels(const VideoProject& project, const ExportSettings& settings)
 {
@@ -33,7 +33,7 @@ double megapixels(const VideoProject& project, const ExportSettings& settings)
         * ExportService::exportedDuration(project, settings) / 1e6;
 }
 
-double pictureBits(const VideoProject& project, const ExportSettings& settings)
+double videoBits(const VideoProject& project, const ExportSettings& settings)
 {
     return static_cast<double>(
                RenderGraph::videoBitRate(settings.quality, RenderGraph::outputSize(project, settings.height), settings.fps))
@@ -106,12 +106,12 @@ void ExportPace::add(const VideoProject& project, const ExportSettings& settings
 {
     constexpr double shortest = 1; // Seconds of work that say something.
     const double pixels = megapixels(project, settings);
-    const double bits = pictureBits(project, settings);
+    const double bits = videoBits(project, settings);
     if (!isMeasured(settings) || seconds < shortest || !(pixels > 0) || !(bits > 0))
         return;
     const auto follow = [](double& value, double measured) { value = value > 0 ? (value + measured) / 2 : measured; };
     follow(secondsPerMegapixel, seconds / pixels);
-    const double film = static_cast<double>(bytes) * 8 - soundBits * ExportService::exportedDuration(project, settings);
+    const double film = static_cast<double>(bytes) * 8 - audioBits * ExportService::exportedDuration(project, settings);
     follow(bitShare, std::clamp(film / bits, 0.01, 1.2));
 }
 
@@ -121,21 +121,21 @@ ExportEstimate ExportEstimate::of(const VideoProject& project, const ExportSetti
     constexpr double megapixelsPerCoreAndSecond = 35;
     constexpr double usualBitShare = 0.25;
     constexpr double webmWork = 3; // VP9 takes that many times as long as H.264.
-    constexpr double soundSpeed = 40; // Seconds of sound that are mixed and encoded in one.
+    constexpr double audioSpeed = 40; // Seconds of sound that are mixed and encoded in one.
     const double work = pace.secondsPerMegapixel > 0 ? pace.secondsPerMegapixel
                                                      : 1 / (megapixelsPerCoreAndSecond * std::max(availableCores(), 1));
     const double share = pace.bitShare > 0 ? pace.bitShare : usualBitShare;
     ExportEstimate estimate{.duration = ExportService::exportedDuration(project, settings)};
     const double pixels = megapixels(project, settings);
-    const double sound = soundBits * estimate.duration;
+    const double sound = audioBits * estimate.duration;
     switch (settings.format) {
     case ExportFormat::mp4:
     case ExportFormat::webm:
         estimate.seconds = pixels * work * (settings.format == ExportFormat::webm ? webmWork : 1);
-        estimate.bytes = (pictureBits(project, settings) * share + sound) / 8;
+        estimate.bytes = (videoBits(project, settings) * share + sound) / 8;
         break;
     case ExportFormat::audio:
-        estimate.seconds = estimate.duration / soundSpeed;
+        estimate.seconds = estimate.duration / audioSpeed;
         estimate.bytes = sound / 8;
         break;
     case ExportFormat::gif:

@@ -10,7 +10,7 @@
 #include "VideoMedia/Cores.h"
 #include "VideoMedia/ExportFormats.h"
 #include "VideoMedia/ExportedSubtitles.h"
-#include "VideoMedia/FilmSound.h"
+#include "VideoMedia/FilmAudio.h"
 #include "VideoMedia/FilmSources.h"
 #include "VideoMedia/FinishedFilms.h"
 #include "VideoMedia/HlsLadder.h"
@@ -43,8 +43,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr double shortestVideo = 0.01; ///< Seconds; a shorter result is not worth a file.
-constexpr double longestRecording = 7 * 24 * 3600; ///< Seconds; a document with a longer recording is damaged.
+constexpr double minVideo = 0.01; ///< Seconds; a shorter result is not worth a file.
+constexpr double maxRecording = 7 * 24 * 3600; ///< Seconds; a document with a longer recording is damaged.
 
 constexpr auto burnedName = "subtitles.ass"; ///< In the work folder.
 
@@ -112,11 +112,11 @@ private:
     void checkProject() const
     {
         const double playable = m_project.playableDuration();
-        if (std::ranges::none_of(m_project.tracks, RenderGraph::isVisibleVideo) || !(playable > shortestVideo))
+        if (std::ranges::none_of(m_project.tracks, RenderGraph::isVisibleVideo) || !(playable > minVideo))
             throw captureError("El proyecto no contiene vídeo visible.");
-        if (m_project.duration > longestRecording)
+        if (m_project.duration > maxRecording)
             throw captureError("La duración del proyecto no es válida.");
-        if (m_project.width > VideoLimits::largestSide || m_project.height > VideoLimits::largestSide
+        if (m_project.width > VideoLimits::maxSide || m_project.height > VideoLimits::maxSide
             || m_settings.height < 1)
             throw captureError("El tamaño del proyecto no es válido.");
         if (!VideoLimits::isRate(m_settings.fps))
@@ -173,7 +173,7 @@ private:
     /// Whether a file of subtitles belongs to the result.
     bool hasCaptions() const { return hasSubtitleFile(m_settings); }
 
-    FilmSound sound(const WorkFolder& work) const
+    FilmAudio sound(const WorkFolder& work) const
     {
         return {m_ffmpeg, m_project, m_sources.inputs, m_settings, work.path()};
     }
@@ -200,7 +200,7 @@ private:
     {
         switch (m_settings.format) {
         case ExportFormat::mp4:
-            return m_settings.maxBytes ? makeLimited(work, target, progress) : renderPicture(work, target, progress);
+            return m_settings.maxBytes ? makeLimited(work, target, progress) : renderVideo(work, target, progress);
         case ExportFormat::webm:
             prepareDocuments(work);
             renderBeside(work, target, ExportFormats::webmEncoder(), progress);
@@ -238,7 +238,7 @@ private:
         m_bitRate = std::min(limits.bitRate, RenderGraph::videoBitRate(m_settings.quality, outputSize(), m_settings.fps));
         bool hardwareFailed = false;
         for (int i = 0; i < maxTries; ++i) {
-            hardwareFailed |= renderPicture(work, target, progress);
+            hardwareFailed |= renderVideo(work, target, progress);
             const auto size = static_cast<double>(fs::file_size(target));
             if (size <= allowed)
                 return hardwareFailed;
@@ -260,7 +260,7 @@ private:
     }
 
     /// Returns whether a hardware encoder failed and the software encoder took over.
-    bool renderPicture(const WorkFolder& work, const fs::path& target, const ProgressCallback& progress) const
+    bool renderVideo(const WorkFolder& work, const fs::path& target, const ProgressCallback& progress) const
     {
         prepareDocuments(work);
         return encodeWithBest(
@@ -350,7 +350,7 @@ private:
     {
         Arguments line = encoder.arguments(
             m_bitRate.value_or(RenderGraph::videoBitRate(m_settings.quality, outputSize(), m_settings.fps)));
-        append(line, encoder.noFinerThan(RenderGraph::smallestQuantizer(m_settings.quality)));
+        append(line, encoder.noFinerThan(RenderGraph::minQuantizer(m_settings.quality)));
         // Key frames where the segments of a streaming package begin, so that the package can copy the frames.
         append(line, {"-g", std::to_string(m_settings.fps * HlsLadder::segmentSeconds)});
         return line;
@@ -372,7 +372,7 @@ private:
         const ProgressCallback& progress, const std::stop_token& stop) const
     {
         writeFileAtomically(work / "filters.txt",
-            RenderGraph::picture(m_project, m_sources.inputs,
+            RenderGraph::frame(m_project, m_sources.inputs,
                 {.size = outputSize(),
                     .fps = m_settings.fps,
                     .annotations = work / "annotations.ass",
@@ -384,15 +384,15 @@ private:
         if (const int threads = filterThreads(); threads > 1)
             append(arguments, {"-filter_complex_threads", std::to_string(threads)});
         append(arguments, encoder.device);
-        append(arguments, pictureInputArguments(encoder));
-        append(arguments, {"-max_size", FilmSound::packetSize, "-i", mixed.string()});
+        append(arguments, videoInputArguments(encoder));
+        append(arguments, {"-max_size", FilmAudio::packetSize, "-i", mixed.string()});
         for (const auto& image : m_sources.images)
             append(arguments, OverlayImage::input(image, m_project.duration));
         append(arguments, {"-/filter_complex", (work / "filters.txt").string(), "-map", "[vout]", "-map", "[aout]"});
         append(arguments, encoderArguments(encoder));
         // A constant rate gives the last frame its duration: otherwise the video ends one frame before the audio.
         append(arguments, {"-r", std::to_string(m_settings.fps)});
-        append(arguments, ExportFormats::soundArguments(m_settings));
+        append(arguments, ExportFormats::audioArguments(m_settings));
         append(arguments, ExportFormats::containerArguments(m_settings.format));
         append(arguments, {"-t", durationText(playable), "-progress", "pipe:1", target.string()});
         ProcessRunner::run(m_ffmpeg, arguments, progress, playable, stop);
@@ -403,12 +403,12 @@ private:
     /// Threads per filter. Only `Sharpening::filter` is expensive enough to gain from slices.
     int filterThreads() const
     {
-        constexpr int mostThreads = 8;
-        return m_project.edit.sharpen && !hasQuickSharpening() ? std::min(availableCores(), mostThreads) : 1;
+        constexpr int maxThreads = 8;
+        return m_project.edit.sharpen && !hasQuickSharpening() ? std::min(availableCores(), maxThreads) : 1;
     }
 
     /// The inputs of the render, each preceded by its decoder options.
-    Arguments pictureInputArguments(const VideoEncoder& encoder) const
+    Arguments videoInputArguments(const VideoEncoder& encoder) const
     {
         Arguments arguments;
         for (std::size_t i = 0; i < m_sources.inputs.size(); ++i) {
@@ -426,14 +426,14 @@ private:
     int decoderThreads(std::size_t input, const VideoEncoder& encoder) const
     {
         constexpr int coresPerThread = 4; // Cores of a software encoder per decoder thread.
-        constexpr int mostThreads = 4;
+        constexpr int maxThreads = 4;
         if (m_sources.inputs[input].track.kind == TrackKind::camera)
             return 1; // Small frames, never the bottleneck.
         if (!m_sources.decoding[input].isEasy)
             return 0;
         const int cores = availableCores();
-        return encoder == VideoEncoder::software() ? std::clamp(cores / coresPerThread, 1, mostThreads)
-                                                   : std::min(cores, mostThreads);
+        return encoder == VideoEncoder::software() ? std::clamp(cores / coresPerThread, 1, maxThreads)
+                                                   : std::min(cores, maxThreads);
     }
 
     const VideoProject& m_project;

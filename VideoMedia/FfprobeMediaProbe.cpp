@@ -85,7 +85,7 @@ int rotation(yyjson_val* stream)
     return 0;
 }
 
-bool isCoverPicture(yyjson_val* stream)
+bool isCoverImage(yyjson_val* stream)
 {
     return yyjson_get_int(yyjson_obj_get(yyjson_obj_get(stream, "disposition"), "attached_pic")) != 0;
 }
@@ -105,7 +105,7 @@ MediaFacts factsIn(yyjson_val* root)
                 .channels = yyjson_get_int(yyjson_obj_get(stream, "channels")),
                 .bitRate = static_cast<std::int64_t>(number(text(stream, "bit_rate")).value_or(0))};
         }
-        if (type == "video" && !facts.video && !isCoverPicture(stream)) {
+        if (type == "video" && !facts.video && !isCoverImage(stream)) {
             facts.video = MediaFacts::Video{.width = yyjson_get_sint(yyjson_obj_get(stream, "width")),
                 .height = yyjson_get_sint(yyjson_obj_get(stream, "height")),
                 .rotation = rotation(stream),

@@ -56,7 +56,7 @@ std::vector<fs::path> imagesOf(const VideoProject& project, const ProjectStore& 
         // The same image may be used several times.
         if (!std::ranges::contains(images, file) && !OverlayImage::isDecodable(ffmpeg, file, stop))
             throw captureError(std::format("«{}» no es una imagen que se pueda usar.", overlay.content));
-        if (overlay.width * static_cast<double>(size.width) > static_cast<double>(VideoLimits::largestSide))
+        if (overlay.width * static_cast<double>(size.width) > static_cast<double>(VideoLimits::maxSide))
             throw captureError(std::format("El ancho de la imagen «{}» no es válido.", overlay.content));
         images.push_back(std::move(file));
     }

@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view fileName = "films.txt";
-constexpr std::size_t mostFilms = 8;
+constexpr std::size_t maxFilms = 8;
 constexpr int renderer = 2; ///< Increment when the same edit renders differently.
 
 struct Film {
@@ -105,7 +105,7 @@ void remember(const VideoProject& project, const ProjectStore& store, const std:
         std::string text = std::format("{} {} {}\n", signature, fileState(film), film.string());
         std::size_t count = 1;
         for (const auto& other : filmsIn(list)) {
-            if (other.path != film && count++ < mostFilms)
+            if (other.path != film && count++ < maxFilms)
                 text += std::format("{} {} {}\n", other.signature, other.state, other.path);
         }
         writeFileAtomically(list, text);

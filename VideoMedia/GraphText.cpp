@@ -9,7 +9,7 @@ namespace orvo::RenderGraph::GraphText {
 
 namespace {
 
-constexpr std::size_t mostBranches = 8; ///< Outputs of one split.
+constexpr std::size_t maxBranches = 8; ///< Outputs of one split.
 
 } // namespace
 
@@ -37,27 +37,27 @@ std::string labels(std::string_view name, std::size_t count, std::size_t first)
     return result;
 }
 
-std::string soundFades(const KeptSpan& kept, double length)
+std::string audioFades(const KeptSpan& kept, double length)
 {
     std::string result;
-    if (kept.soundIn >= shortestTime)
-        result += std::format(",afade=t=in:d={}", durationText(kept.soundIn));
-    if (kept.soundOut >= shortestTime)
-        result += std::format(",afade=t=out:st={}:d={}", durationText(length - kept.soundOut), durationText(kept.soundOut));
+    if (kept.audioIn >= minTime)
+        result += std::format(",afade=t=in:d={}", durationText(kept.audioIn));
+    if (kept.audioOut >= minTime)
+        result += std::format(",afade=t=out:st={}:d={}", durationText(length - kept.audioOut), durationText(kept.audioOut));
     return result;
 }
 
 void addBranches(
     Chains& chains, const std::string& source, const Branches& by, std::span<const TimeSpan> spans, std::size_t first)
 {
-    if (spans.size() <= mostBranches) {
+    if (spans.size() <= maxBranches) {
         chains.add(std::format(
             "{}{}={}{}", source, by.split, spans.size(), labels(std::format("{}branch", by.letter), spans.size(), first)));
         return;
     }
-    std::size_t size = mostBranches;
-    while (size * mostBranches < spans.size())
-        size *= mostBranches;
+    std::size_t size = maxBranches;
+    while (size * maxBranches < spans.size())
+        size *= maxBranches;
     const auto groupLabel = [&](std::size_t from) {
         return std::format("[{}branch{}to{}]", by.letter, first + from, first + std::min(from + size, spans.size()) - 1);
     };

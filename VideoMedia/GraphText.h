@@ -12,7 +12,7 @@
 /// Parts of the text of filter graphs.
 namespace orvo::RenderGraph::GraphText {
 
-inline constexpr double shortestTime = 1e-4; ///< Seconds; a shorter fade is left out.
+inline constexpr double minTime = 1e-4; ///< Seconds; a shorter fade is left out.
 
 /// The chains of a graph file.
 class Chains {
@@ -33,7 +33,7 @@ std::string label(std::string_view name, std::size_t number);
 std::string labels(std::string_view name, std::size_t count, std::size_t first = 0);
 
 /// ",afade=…" in and out at the ends of a span of `length` seconds.
-std::string soundFades(const KeptSpan& kept, double length);
+std::string audioFades(const KeptSpan& kept, double length);
 
 /// The filters that route one stream to the branches of kept spans.
 struct Branches {
@@ -41,8 +41,8 @@ struct Branches {
     char letter; ///< Of its labels.
 };
 
-inline constexpr Branches pictureBranches{.split = "split", .trim = "trim", .letter = 'v'};
-inline constexpr Branches soundBranches{.split = "asplit", .trim = "atrim", .letter = 'a'};
+inline constexpr Branches videoBranches{.split = "split", .trim = "trim", .letter = 'v'};
+inline constexpr Branches audioBranches{.split = "asplit", .trim = "atrim", .letter = 'a'};
 
 /// Routes a stream to the branches of `spans`, numbered from `first`. `source` is its label and the filters before
 /// the split.

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::array<std::int64_t, 5> steps{480, 720, 1080, 1440, 2160};
 constexpr double bitsPerPixel = 0.09;
-constexpr std::int64_t lowestBitRate = 400'000;
+constexpr std::int64_t minBitRate = 400'000;
 constexpr double bandwidthReserve = 1.25; ///< Segments vary around the mean.
 
 std::int64_t even(std::int64_t value)
@@ -30,9 +30,9 @@ Rendition rendition(const VideoProject& project, std::int64_t height)
     if (result.width < 2)
         throw captureError("El tamaño del proyecto no es válido.");
     const auto pixelRate = static_cast<double>(result.width * result.height * project.fps);
-    result.bitRate = std::max(static_cast<std::int64_t>(pixelRate * bitsPerPixel), lowestBitRate);
+    result.bitRate = std::max(static_cast<std::int64_t>(pixelRate * bitsPerPixel), minBitRate);
     result.keyFrameInterval = project.fps * segmentSeconds;
-    result.bandwidth = static_cast<std::int64_t>(static_cast<double>(result.bitRate) * bandwidthReserve) + soundBitRate;
+    result.bandwidth = static_cast<std::int64_t>(static_cast<double>(result.bitRate) * bandwidthReserve) + audioBitRate;
     return result;
 }
 
@@ -45,7 +45,7 @@ std::vector<std::string> forcedKeyFrames()
 
 std::vector<Rendition> of(const VideoProject& project)
 {
-    const auto isSide = [](std::int64_t side) { return side >= 2 && side <= VideoLimits::largestSide; };
+    const auto isSide = [](std::int64_t side) { return side >= 2 && side <= VideoLimits::maxSide; };
     if (!isSide(project.width) || !isSide(project.height))
         throw captureError("El tamaño del proyecto no es válido.");
     if (!VideoLimits::isRate(project.fps))

@@ -15,7 +15,7 @@ namespace orvo::HlsLadder {
 inline constexpr std::int64_t segmentSeconds = 6;
 
 /// Of AAC, bits per second.
-inline constexpr std::int64_t soundBitRate = 128'000;
+inline constexpr std::int64_t audioBitRate = 128'000;
 
 /// Encoder options that force a key frame at the beginning of every segment.
 std::vector<std::string> forcedKeyFrames();

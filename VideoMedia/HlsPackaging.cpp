@@ -116,11 +116,11 @@ struct Rung {
 /// The outputs of one run.
 class Encoding {
 public:
-    enum class Sound : std::uint8_t { encoded, copied };
+    enum class Audio : std::uint8_t { encoded, copied };
 
-    Encoding(const fs::path& movie, Sound sound, const KeyInfo& key, const PlainPath& plain)
+    Encoding(const fs::path& movie, Audio audio, const KeyInfo& key, const PlainPath& plain)
         : m_movie(movie)
-        , m_sound(sound)
+        , m_audio(audio)
         , m_key(key)
         , m_plain(plain)
     {
@@ -182,10 +182,10 @@ private:
     {
         const fs::path folder = m_plain.path() / rung.folder.filename();
         Arguments line{"-map", "0:a:0?", "-c:a"};
-        if (m_sound == Sound::copied)
+        if (m_audio == Audio::copied)
             append(line, {"copy"});
         else
-            append(line, {"aac", "-b:a", std::to_string(HlsLadder::soundBitRate)});
+            append(line, {"aac", "-b:a", std::to_string(HlsLadder::audioBitRate)});
         append(line,
             {"-hls_time", std::to_string(HlsLadder::segmentSeconds), "-hls_playlist_type", "vod", "-hls_flags",
                 "independent_segments", "-hls_key_info_file", m_key.file().string(), "-hls_segment_filename",
@@ -194,7 +194,7 @@ private:
     }
 
     const fs::path& m_movie;
-    Sound m_sound;
+    Audio m_audio;
     const KeyInfo& m_key;
     const PlainPath& m_plain;
 };
@@ -265,11 +265,11 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
     }
     const auto copies =
         StreamedFilm::copiesInto(rungs.back().step, project.fps, movie, ffmpeg, plain.path() / "packets.txt", stop);
-    rungs.back().isCopied = copies.picture;
+    rungs.back().isCopied = copies.frame;
 
     Outcome outcome;
-    using Sound = Encoding::Sound;
-    const Encoding encoding(movie, copies.sound ? Sound::copied : Sound::encoded, key, plain);
+    using Audio = Encoding::Audio;
+    const Encoding encoding(movie, copies.audio ? Audio::copied : Audio::encoded, key, plain);
     const double seconds = project.playableDuration();
     double done = 0; // Share of all pixels.
     for (std::span<const Rung> left = rungs; !left.empty();) {

@@ -12,28 +12,28 @@ namespace orvo::RenderGraph {
 
 namespace {
 
-constexpr double largestFadeShare = 3; ///< A fade takes at most one in so many parts of its span.
-constexpr double shortestStart = 1e-4; ///< Seconds; an earlier span begins with the recording.
+constexpr double maxFadeShare = 3; ///< A fade takes at most one in so many parts of its span.
+constexpr double minStart = 1e-4; ///< Seconds; an earlier span begins with the recording.
 
 /// The fades of a kept span, in seconds.
 struct Fades {
     double picture = 0; ///< At both ends.
-    double soundIn = 0;
-    double soundOut = 0;
+    double audioIn = 0;
+    double audioOut = 0;
 };
 
 /// Audio that is cut without a fade gets a short ramp, so that no cut clicks.
 Fades fadesOf(const VideoProject& project, const TimeSpan& span)
 {
-    constexpr double shortestRamp = 0.01;
+    constexpr double minRamp = 0.01;
     const double longest = std::max(project.edit.fade, 0.0);
     const double length = span.end - span.start;
-    const auto within = [&](double fade) { return length < 0 ? fade : std::min(length / largestFadeShare, fade); };
-    const double ramp = within(std::max(longest, shortestRamp));
+    const auto within = [&](double fade) { return length < 0 ? fade : std::min(length / maxFadeShare, fade); };
+    const double ramp = within(std::max(longest, minRamp));
     const double frame = project.fps > 0 ? 1 / static_cast<double>(project.fps) : 0.1;
     return {.picture = within(longest),
-        .soundIn = span.start > 0 ? ramp : within(longest),
-        .soundOut = span.end < project.duration - frame ? ramp : within(longest)};
+        .audioIn = span.start > 0 ? ramp : within(longest),
+        .audioOut = span.end < project.duration - frame ? ramp : within(longest)};
 }
 
 /// The kept spans on the frame grid of the output.
@@ -53,7 +53,7 @@ std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t 
     const auto frameAt = [&](double time) { return truncated(std::round(time * rate)); };
     const auto timeOf = [&](std::int64_t frame, double exact) {
         const double time = static_cast<double>(frame) / rate;
-        return std::abs(time - exact) < 1e-6 && exact >= shortestStart ? exact : time;
+        return std::abs(time - exact) < 1e-6 && exact >= minStart ? exact : time;
     };
     const auto windowOf = [&](const TimeSpan& span) { return (frameAt(span.end) - 1) / (windowSeconds * fps); };
     std::vector<TimeSpan> result;
@@ -99,7 +99,7 @@ std::vector<KeptSpan> keptSpans(const VideoProject& project, std::int64_t fps)
     for (const auto& span :
         frameAligned(Timeline::kept(project.duration, project.edit.cuts), std::max<std::int64_t>(fps, 1))) {
         const Fades fades = fadesOf(project, span);
-        result.push_back({.span = span, .pictureFade = fades.picture, .soundIn = fades.soundIn, .soundOut = fades.soundOut});
+        result.push_back({.span = span, .videoFade = fades.picture, .audioIn = fades.audioIn, .audioOut = fades.audioOut});
     }
     return result;
 }
@@ -108,13 +108,13 @@ double clipFade(const VideoProject& project, double length)
 {
     if (std::ranges::count_if(project.tracks, isVisibleVideo) < 2)
         return 0;
-    return std::min(std::max(project.edit.fade, 0.0), length / largestFadeShare);
+    return std::min(std::max(project.edit.fade, 0.0), length / maxFadeShare);
 }
 
 double openingFade(const VideoProject& project)
 {
     const auto spans = Timeline::kept(project.duration, project.edit.cuts);
-    return spans.empty() ? 0 : std::clamp(project.edit.fade, 0.0, spans.front().duration() / largestFadeShare);
+    return spans.empty() ? 0 : std::clamp(project.edit.fade, 0.0, spans.front().duration() / maxFadeShare);
 }
 
 } // namespace orvo::RenderGraph

@@ -15,9 +15,9 @@ inline constexpr std::int64_t windowSeconds = 10;
 /// A span of the recording that the render keeps, and the fades at its ends. Seconds.
 struct KeptSpan {
     TimeSpan span; ///< On the frames of the output.
-    double pictureFade = 0; ///< From and to black, at both ends.
-    double soundIn = 0; ///< From silence; short where there is a cut without a fade, so that it does not click.
-    double soundOut = 0;
+    double videoFade = 0; ///< From and to black, at both ends.
+    double audioIn = 0; ///< From silence; short where there is a cut without a fade, so that it does not click.
+    double audioOut = 0;
 
     friend bool operator==(const KeptSpan&, const KeptSpan&) = default;
 };

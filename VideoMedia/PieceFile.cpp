@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::uintmax_t largestTables = 1 << 20; ///< Bytes; those of a piece have some kilobytes.
+constexpr std::uintmax_t maxTables = 1 << 20; ///< Bytes; those of a piece have some kilobytes.
 
 std::optional<std::uint32_t> numberAt(std::string_view bytes, std::size_t at)
 {
@@ -42,7 +42,7 @@ Facts factsOf(const fs::path& file)
     const auto size = fs::file_size(file, missing);
     if (missing)
         return {};
-    std::string tail(std::min(size, largestTables), '\0');
+    std::string tail(std::min(size, maxTables), '\0');
     std::ifstream stream(file, std::ios::binary);
     stream.seekg(static_cast<std::streamoff>(size - tail.size()));
     if (!stream.read(tail.data(), static_cast<std::streamsize>(tail.size())))

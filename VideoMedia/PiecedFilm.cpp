@@ -34,7 +34,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int renderer = 1; ///< Increment when the same recipe makes other frames.
-constexpr std::int64_t shortestFilm = 30; ///< Seconds; a shorter one is rendered whole.
+constexpr std::int64_t minFilm = 30; ///< Seconds; a shorter one is rendered whole.
 
 /// Seconds before the first frame of a piece where reading begins: frames are stored in another order than they are shown.
 constexpr double readAhead = 0.5;
@@ -88,11 +88,11 @@ std::int64_t availableMemory()
 int sideBySide(const RenderGraph::FrameSize& size)
 {
     constexpr int coresPerRun = 4;
-    constexpr int mostRuns = 8;
+    constexpr int maxRuns = 8;
     constexpr std::int64_t bytesPerPixel = 250; // Of a run with every effect.
     const auto allowed = availableMemory() / 2 / (bytesPerPixel * size.width * size.height);
     return static_cast<int>(
-        std::clamp<std::int64_t>(std::min<std::int64_t>(availableCores() / coresPerRun, allowed), 1, mostRuns));
+        std::clamp<std::int64_t>(std::min<std::int64_t>(availableCores() / coresPerRun, allowed), 1, maxRuns));
 }
 
 std::string quoted(const fs::path& file)
@@ -122,7 +122,7 @@ public:
     }
 
     /// Makes all pieces and the audio. `progress` receives 0..1.
-    void makeAll(const MakeSound& sound, const ProgressCallback& progress)
+    void makeAll(const MakeAudio& audio, const ProgressCallback& progress)
     {
         std::vector<std::jthread> threads;
         const auto start = [&](std::function<void()> job) {
@@ -133,7 +133,7 @@ public:
             threads.emplace_back([this, job = std::move(job)] { guard(job); });
         };
         plan();
-        start([this, &sound] { sound(soundFile(), m_version, m_stop.get_token()); });
+        start([this, &audio] { audio(audioFile(), m_version, m_stop.get_token()); });
         const auto count = std::min(static_cast<std::size_t>(m_runs), m_groups.size());
         for (std::size_t i = 0; i < count; ++i)
             start([this] { makeGroups(); });
@@ -171,7 +171,7 @@ public:
             return std::format("round({0}*TB*{1})/(TB*{1})", time, m_recipe.fps);
         };
         Arguments arguments = ffmpegArguments({"-f", "concat", "-safe", "0", "-auto_convert", "0", "-i",
-            (m_work / "pieces.txt").string(), "-i", soundFile().string(), "-map", "0:v", "-map", "1:a", "-c", "copy",
+            (m_work / "pieces.txt").string(), "-i", audioFile().string(), "-map", "0:v", "-map", "1:a", "-c", "copy",
             "-bsf:v", std::format("setts=pts={}:dts={}", onFrame("PTS"), onFrame("DTS"))});
         append(arguments, m_recipe.container);
         append(arguments, {"-progress", "pipe:1", target.string()});
@@ -181,7 +181,7 @@ public:
 
 private:
     fs::path pieceFile(std::size_t n) const { return m_work / std::format("piece{}.mp4", n); }
-    fs::path soundFile() const { return m_work / "sound.m4a"; }
+    fs::path audioFile() const { return m_work / "sound.m4a"; }
 
     /// Runs a thread's job. The first failure stops the others.
     void guard(const std::function<void()>& job)
@@ -264,13 +264,13 @@ private:
             m_facts[n] = {};
             missing.push_back(n);
         }
-        constexpr std::size_t mostTogether = 6;
-        constexpr std::int64_t longestGap = 5; // Seconds that are cut and yet read.
+        constexpr std::size_t maxTogether = 6;
+        constexpr std::int64_t maxGap = 5; // Seconds that are cut and yet read.
         const auto share = missing.size() / (2 * static_cast<std::size_t>(m_runs));
-        const auto together = m_runs == 1 ? mostTogether : std::clamp<std::size_t>(share, 1, mostTogether);
+        const auto together = m_runs == 1 ? maxTogether : std::clamp<std::size_t>(share, 1, maxTogether);
         for (const auto n : missing) {
             const bool follows = !m_groups.empty() && m_groups.back().size() < together && m_groups.back().back() + 1 == n
-                && m_pieces[n].first() - m_pieces[n - 1].last() <= longestGap * m_recipe.fps;
+                && m_pieces[n].first() - m_pieces[n - 1].last() <= maxGap * m_recipe.fps;
             if (!follows)
                 m_groups.emplace_back();
             m_groups.back().push_back(n);
@@ -313,7 +313,7 @@ private:
         inputs.reserve(m_recipe.sources.size());
         for (const auto& source : m_recipe.sources)
             inputs.push_back(source.input);
-        return RenderGraph::piecePicture(shown, inputs,
+        return RenderGraph::pieceVideo(shown, inputs,
             {.size = m_recipe.size,
                 .fps = m_recipe.fps,
                 .annotations = annotations,
@@ -470,7 +470,7 @@ std::optional<PiecedFilm> PiecedFilm::of(Recipe recipe, const std::stop_token& s
     PiecedFilm film(std::move(recipe));
     film.m_pieces = RenderGraph::piecesOf(film.m_recipe.project, film.m_recipe.fps);
     if (film.m_pieces.size() < 2
-        || film.m_pieces.back().position + film.m_pieces.back().length() < shortestFilm * film.m_recipe.fps)
+        || film.m_pieces.back().position + film.m_pieces.back().length() < minFilm * film.m_recipe.fps)
         return std::nullopt;
     for (auto& source : film.m_recipe.sources) {
         // What is kept after the end of its clip is not in the whole film either.
@@ -486,11 +486,11 @@ std::optional<PiecedFilm> PiecedFilm::of(Recipe recipe, const std::stop_token& s
     return film;
 }
 
-bool PiecedFilm::make(const fs::path& target, const fs::path& work, const MakeSound& sound, PieceCache& cache,
+bool PiecedFilm::make(const fs::path& target, const fs::path& work, const MakeAudio& audio, PieceCache& cache,
     const ProgressCallback& progress, const std::stop_token& stop) const
 {
     Run run(*this, work, cache, stop);
-    run.makeAll(sound, progress);
+    run.makeAll(audio, progress);
     return run.fits() && run.join(target);
 }
 

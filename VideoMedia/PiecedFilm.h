@@ -44,7 +44,7 @@ public:
 
     /// Makes the complete audio of the film in a file. `version` identifies the ffmpeg in use. Called on a thread of its
     /// own; throws what `ProcessRunner::run` throws.
-    using MakeSound =
+    using MakeAudio =
         std::function<void(const std::filesystem::path& target, const std::string& version, const std::stop_token& stop)>;
 
     /// A film of these pieces. Its timestamps are read from the sources. Returns nullopt when it has to be rendered whole:
@@ -58,7 +58,7 @@ public:
     ///
     /// `progress` is called on the calling thread. Throws as `ProcessRunner::run`; the first failure ends all runs. Pieces
     /// that are complete stay in the cache.
-    bool make(const std::filesystem::path& target, const std::filesystem::path& work, const MakeSound& sound,
+    bool make(const std::filesystem::path& target, const std::filesystem::path& work, const MakeAudio& audio,
         PieceCache& cache, const ProgressCallback& progress = {}, const std::stop_token& stop = {}) const;
 
 private:

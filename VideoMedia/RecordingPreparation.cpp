@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::int64_t pictureBitRate = 12'000'000;
+constexpr std::int64_t videoBitRate = 12'000'000;
 
 /// Whether the file of a browser's track has to begin with the recording.
 bool isAligned(const MediaTrack& track)
@@ -27,7 +27,7 @@ bool isAligned(const MediaTrack& track)
     return track.start != 0 && track.kind != TrackKind::clip && fs::path(track.file).extension() == ".webm";
 }
 
-bool isSound(const MediaTrack& track)
+bool isAudio(const MediaTrack& track)
 {
     return track.kind == TrackKind::microphone || track.kind == TrackKind::system;
 }
@@ -140,14 +140,14 @@ private:
     }
 
     /// Pads or trims the beginning of a video track. Browsers record at a variable rate; `fps` fills in from time 0.
-    std::string pictureStart(const MediaTrack& track) const
+    std::string videoStart(const MediaTrack& track) const
     {
         if (!isAligned(track))
             return {};
         return std::format("setpts=PTS-STARTPTS+{}/TB,fps={}:start_time=0,", track.start, m_project.fps);
     }
 
-    static std::string soundStart(const MediaTrack& track)
+    static std::string audioStart(const MediaTrack& track)
     {
         if (!isAligned(track))
             return {};
@@ -164,21 +164,21 @@ private:
         // Where a browser dropped audio, only the timestamps show it. Without these gaps the audio would come too
         // early; the default tolerates up to a tenth of a second.
         append(
-            arguments, {"-af", "aresample=async=1:min_hard_comp=0.005" + soundStart(track), "-c:a", "aac", target.string()});
+            arguments, {"-af", "aresample=async=1:min_hard_comp=0.005" + audioStart(track), "-c:a", "aac", target.string()});
         ProcessRunner::run(m_ffmpeg, arguments, {}, 0, m_stop);
     }
 
     /// Returns whether a hardware encoder failed and the software encoder took over.
-    bool convertPicture(const MediaTrack& track, const fs::path& source, const fs::path& target) const
+    bool convertVideo(const MediaTrack& track, const fs::path& source, const fs::path& target) const
     {
         const auto encode = [&](const VideoEncoder& encoder) {
             // Encoders take only even sizes; browsers and imported movies may have others.
-            const std::string even = pictureStart(track) + "pad=ceil(iw/2)*2:ceil(ih/2)*2";
-            Arguments picture{"-i", source.string(), "-vf", encoder.upload.empty() ? even : even + "," + encoder.upload};
-            append(picture, encoder.arguments(pictureBitRate));
-            convert(track, encoder.device, std::move(picture), target);
+            const std::string even = videoStart(track) + "pad=ceil(iw/2)*2:ceil(ih/2)*2";
+            Arguments frame{"-i", source.string(), "-vf", encoder.upload.empty() ? even : even + "," + encoder.upload};
+            append(frame, encoder.arguments(videoBitRate));
+            convert(track, encoder.device, std::move(frame), target);
         };
-        const auto arguments = [](const VideoEncoder& encoder) { return encoder.arguments(pictureBitRate); };
+        const auto arguments = [](const VideoEncoder& encoder) { return encoder.arguments(videoBitRate); };
         return encodeWithBest(m_ffmpeg, {.size = sizeOf(source), .arguments = arguments}, encode, m_stop);
     }
 
@@ -191,15 +191,15 @@ private:
         if (fs::is_empty(source))
             throw captureError(nothing);
         Prepared::File result{.file = std::format("media/{}-prepared-{}{}", textOf(track.kind), Uuid::random().text(),
-                                  isSound(track) ? ".m4a" : ".mov")};
+                                  isAudio(track) ? ".m4a" : ".mov")};
         const fs::path target = m_store.mediaURL(m_project, result.file);
         m_made.add(target);
 
         try {
-            if (isSound(track))
+            if (isAudio(track))
                 convert(track, {}, {"-i", source.string(), "-vn"}, target);
             else
-                m_hardwareFailed |= convertPicture(track, source, target);
+                m_hardwareFailed |= convertVideo(track, source, target);
         } catch (const Error& error) {
             const std::string_view cause = FailureReport::cause(error.what());
             throw captureError(

@@ -21,12 +21,12 @@ namespace {
 using GraphText::Chains;
 using GraphText::label;
 using GraphText::labels;
-using GraphText::shortestTime;
+using GraphText::minTime;
 
 /// ",fade=…" in and out over `fade` seconds at the ends of a span of `length` seconds; empty if it would be invisible.
 std::string fades(std::string_view filter, double fade, double length)
 {
-    if (!(fade >= shortestTime))
+    if (!(fade >= minTime))
         return {};
     const std::string amount = durationText(fade);
     return std::format(",{0}=t=in:d={1},{0}=t=out:st={2}:d={1}", filter, amount, durationText(length - fade));
@@ -58,9 +58,9 @@ std::string within(std::span<const TimeSpan> stretches)
 }
 
 /// Builds the video graph chain by chain; `current()` is the label of its last output.
-class PictureGraph {
+class VideoGraph {
 public:
-    PictureGraph(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings)
+    VideoGraph(const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings)
         : m_project(project)
         , m_inputs(inputs)
         , m_settings(settings)
@@ -73,8 +73,8 @@ public:
     }
 
     /// The graph of one piece.
-    PictureGraph(
-        const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings, const Piece& piece)
+    VideoGraph(
+        const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings, const Piece& piece)
         : m_project(project)
         , m_inputs(inputs)
         , m_settings(settings)
@@ -280,8 +280,8 @@ private:
         const std::size_t count = spans.size();
         m_chains.add(std::format("[{}:a]anull[mix]", m_inputs.size()));
         if (count > 1) {
-            GraphText::addBranches(m_chains, current(), GraphText::pictureBranches, spans);
-            GraphText::addBranches(m_chains, "[mix]", GraphText::soundBranches, spans);
+            GraphText::addBranches(m_chains, current(), GraphText::videoBranches, spans);
+            GraphText::addBranches(m_chains, "[mix]", GraphText::audioBranches, spans);
         }
         // The last span comes first: ffmpeg runs filters in the order of the text, so branches that do not want a frame
         // have released it when the one that does comes to fade it. No branch needs copies or a frame pool of its own.
@@ -292,10 +292,10 @@ private:
             const std::string end = durationText(spans[n].end);
             m_chains.add(
                 std::format("{}trim=start={}:end={},setpts=PTS-STARTPTS{}{}", count > 1 ? label("vbranch", n) : current(),
-                    start, end, fades("fade", m_kept[n].pictureFade, shown), label("v", n)));
+                    start, end, fades("fade", m_kept[n].videoFade, shown), label("v", n)));
             m_chains.add(
                 std::format("{}atrim=start={}:end={},asetpts=PTS-STARTPTS{}{}", count > 1 ? label("abranch", n) : "[mix]",
-                    start, end, GraphText::soundFades(m_kept[n], shown), label("a", n)));
+                    start, end, GraphText::audioFades(m_kept[n], shown), label("a", n)));
         }
         std::string joined;
         for (std::size_t n = 0; n < count; ++n)
@@ -303,10 +303,10 @@ private:
         std::string last = m_settings.subtitles.empty() ? "" : assFilter(m_settings.subtitles);
         if (!m_settings.upload.empty())
             last += (last.empty() ? "" : ",") + m_settings.upload;
-        const std::string_view picture = last.empty() ? "[vout]" : "[vjoined]";
-        m_chains.add(std::format("{}concat=n={}:v=1:a=1{}[aout]", joined, count, picture));
+        const std::string_view frame = last.empty() ? "[vout]" : "[vjoined]";
+        m_chains.add(std::format("{}concat=n={}:v=1:a=1{}[aout]", joined, count, frame));
         if (!last.empty())
-            m_chains.add(std::format("{}{}[vout]", picture, last));
+            m_chains.add(std::format("{}{}[vout]", frame, last));
     }
 
     /// The fades of a span that a part shows something of.
@@ -314,9 +314,9 @@ private:
     {
         const auto rate = static_cast<double>(m_settings.fps);
         const double length = std::max(part.kept.span.end - part.kept.span.start, 0.0);
-        const double fade = part.kept.pictureFade;
+        const double fade = part.kept.videoFade;
         std::string result;
-        if (!(fade >= shortestTime))
+        if (!(fade >= minTime))
             return result;
         if (static_cast<double>(part.first - part.spanFirst) / rate < fade)
             result += std::format(",fade=t=in:d={}", durationText(fade));
@@ -330,7 +330,7 @@ private:
     {
         const auto& parts = m_piece->parts;
         if (parts.size() > 1)
-            GraphText::addBranches(m_chains, current(), GraphText::pictureBranches, m_spans);
+            GraphText::addBranches(m_chains, current(), GraphText::videoBranches, m_spans);
         for (std::size_t n = parts.size(); n-- > 0;) {
             m_chains.add(std::format("{}trim=start={}:end={},setpts=PTS-round({}/{}/TB){},setpts=PTS-STARTPTS{}",
                 parts.size() > 1 ? label("vbranch", n) : current(), durationText(m_spans[n].start),
@@ -347,7 +347,7 @@ private:
 
     const VideoProject& m_project;
     std::span<const Input> m_inputs;
-    const PictureSettings& m_settings;
+    const VideoSettings& m_settings;
     const Piece* m_piece = nullptr; ///< Null for the whole film.
     double m_width;
     double m_height;
@@ -377,7 +377,7 @@ std::int64_t videoBitRate(ExportQuality quality, FrameSize size, std::int64_t fp
     return std::max<std::int64_t>(truncated(factor * pixels), 400'000);
 }
 
-int smallestQuantizer(ExportQuality quality)
+int minQuantizer(ExportQuality quality)
 {
     constexpr std::array quantizers{24, 20, 16};
     return quantizers[static_cast<std::size_t>(quality)];
@@ -388,15 +388,15 @@ bool isVisibleVideo(const MediaTrack& track)
     return track.kind == TrackKind::screen || track.kind == TrackKind::clip;
 }
 
-std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings)
+std::string frame(const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings)
 {
-    return PictureGraph(project, inputs, settings).text();
+    return VideoGraph(project, inputs, settings).text();
 }
 
-std::string piecePicture(
-    const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings, const Piece& piece)
+std::string pieceVideo(
+    const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings, const Piece& piece)
 {
-    return PictureGraph(project, inputs, settings, piece).text();
+    return VideoGraph(project, inputs, settings, piece).text();
 }
 
 std::string escapedPath(std::string_view path)

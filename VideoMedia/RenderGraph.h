@@ -44,7 +44,7 @@ std::int64_t videoBitRate(ExportQuality quality, FrameSize size, std::int64_t fp
 ///
 /// The bit rate suits video with much motion. On a mostly static screen the encoder would spend it on invisible
 /// differences. Six quantiser steps double the bits, so the three values are spaced like the three bit rates.
-int smallestQuantizer(ExportQuality quality);
+int minQuantizer(ExportQuality quality);
 
 /// Whether a track is a clip, which fills the frame and plays after the clips before it.
 bool isVisibleVideo(const MediaTrack& track);
@@ -54,7 +54,7 @@ bool isVisibleVideo(const MediaTrack& track);
 std::string audioMix(const VideoProject& project, std::span<const Input> inputs, double delay);
 
 /// Inputs of the video graph besides the project.
-struct PictureSettings {
+struct VideoSettings {
     FrameSize size;
     std::int64_t fps = 30;
     std::filesystem::path annotations; ///< The document that is burned in.
@@ -65,17 +65,17 @@ struct PictureSettings {
 
 /// The graph that produces "[vout]" and "[aout]". Its inputs are `inputs`, then the mixed audio, then one image for
 /// each image overlay in document order. Drops frames inside cuts as early as possible.
-std::string picture(const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings);
+std::string frame(const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings);
 
 /// The graph that produces "[vout]" with the frames of one piece, which begin at 0: the same ones that `picture` has at its
 /// place. `inputs` are those with a picture that is seen: one screen or clip, and the camera. They are read from any key
 /// frame before the piece, with the timestamps of their files. After them comes one image for each image overlay of
 /// `project`, which is what `shownIn` returns.
-std::string piecePicture(
-    const VideoProject& project, std::span<const Input> inputs, const PictureSettings& settings, const Piece& piece);
+std::string pieceVideo(
+    const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings, const Piece& piece);
 
 /// The graph that produces "[aout]" from its only input, the mixed audio, as `picture` does.
-std::string sound(const VideoProject& project, std::int64_t fps);
+std::string audio(const VideoProject& project, std::int64_t fps);
 
 /// Escapes a path for a single-quoted filter option.
 std::string escapedPath(std::string_view path);

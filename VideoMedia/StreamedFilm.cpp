@@ -25,7 +25,7 @@ namespace {
 /// Maximum bit rate of a segment relative to the mean of its step: a tenth below the declared one, which the container
 /// takes.
 constexpr double allowedShare = 1.1;
-constexpr double shortestMeasured = 1; ///< Seconds; shorter segments have no meaningful bit rate.
+constexpr double minMeasured = 1; ///< Seconds; shorter segments have no meaningful bit rate.
 
 /// A compressed frame.
 struct Packet {
@@ -87,7 +87,7 @@ bool areSegments(std::span<const Packet> packets, const HlsLadder::Rendition& st
     std::int64_t segments = 0;
     double end = 0;
     const auto fits = [&](double length) {
-        return bits <= static_cast<double>(step.bitRate) * allowedShare * std::max(length, shortestMeasured);
+        return bits <= static_cast<double>(step.bitRate) * allowedShare * std::max(length, minMeasured);
     };
     for (const auto& packet : packets) {
         const auto due = static_cast<double>(segments * HlsLadder::segmentSeconds);
@@ -106,18 +106,18 @@ bool areSegments(std::span<const Packet> packets, const HlsLadder::Rendition& st
     return segments > 0 && fits(end - begin);
 }
 
-bool isStepPicture(const MediaFacts& facts, const HlsLadder::Rendition& step)
+bool isStepVideo(const MediaFacts& facts, const HlsLadder::Rendition& step)
 {
     const auto& video = facts.video;
     return video && video->codec == "h264" && video->pixelFormat == "yuv420p" && video->width == step.width
         && video->height == step.height;
 }
 
-bool isStepSound(const MediaFacts& facts)
+bool isStepAudio(const MediaFacts& facts)
 {
     const auto& audio = facts.audio;
     return audio && audio->codec == "aac" && audio->channels <= 2 && audio->bitRate > 0
-        && static_cast<double>(audio->bitRate) <= static_cast<double>(HlsLadder::soundBitRate) * allowedShare;
+        && static_cast<double>(audio->bitRate) <= static_cast<double>(HlsLadder::audioBitRate) * allowedShare;
 }
 
 } // namespace
@@ -128,8 +128,8 @@ Copies copiesInto(const HlsLadder::Rendition& step, std::int64_t fps, const fs::
     Copies copies;
     try {
         const auto facts = FfprobeMediaProbe().facts(film, stop);
-        copies.sound = isStepSound(facts);
-        if (isStepPicture(facts, step)) {
+        copies.sound = isStepAudio(facts);
+        if (isStepVideo(facts, step)) {
             ProcessRunner::run(ffmpeg,
                 ffmpegArguments({"-i", film.string(), "-map", "0:v:0", "-c", "copy", "-f", "framecrc", scratch.string()}),
                 {}, 0, stop);

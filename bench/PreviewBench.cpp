@@ -34,7 +34,7 @@ public:
     Bench()
         : m_player(orvo::PreviewPlayer::create())
     {
-        QObject::connect(m_player.get(), &orvo::PreviewPlayer::frameChanged, [this] { ++m_pictures; });
+        QObject::connect(m_player.get(), &orvo::PreviewPlayer::frameChanged, [this] { ++m_frames; });
         QObject::connect(m_player.get(), &orvo::PreviewPlayer::seekFinished, [this] { m_sought = true; });
         QObject::connect(m_player.get(), &orvo::PreviewPlayer::loaded, [this] { m_loaded = true; });
         QObject::connect(m_player.get(), &orvo::PreviewPlayer::failed, [](const QString& reason) {
@@ -124,7 +124,7 @@ private:
         double duration = 0;
         words >> from >> to >> duration;
         seekAndWait(from);
-        m_pictures = 0;
+        m_frames = 0;
         const auto start = Clock::now();
         QTimer pointer;
         pointer.setTimerType(Qt::PreciseTimer);
@@ -133,7 +133,7 @@ private:
         pointer.start(std::chrono::milliseconds(16));
         runFor(duration);
         pointer.stop();
-        std::cout << m_pictures / duration;
+        std::cout << m_frames / duration;
     }
 
     void play(std::istringstream& words)
@@ -145,10 +145,10 @@ private:
         const double start = m_player->position();
         runUntil([&] { return m_player->position() > start + 0.2; });
         const double from = m_player->position();
-        m_pictures = 0;
+        m_frames = 0;
         runFor(duration);
         const double played = m_player->position() - from;
-        std::cout << m_pictures << ' ' << played * m_fps;
+        std::cout << m_frames << ' ' << played * m_fps;
         m_player->pause();
     }
 
@@ -169,7 +169,7 @@ private:
 
     std::unique_ptr<orvo::PreviewPlayer> m_player;
     int m_fps = 30;
-    int m_pictures = 0;
+    int m_frames = 0;
     bool m_sought = false;
     bool m_loaded = false;
 };

@@ -75,8 +75,8 @@ void cut(Session& session, const CutArguments& arguments)
         if (span.end < span.start)
             throw UsageError(
                 std::format("El final ({}) es anterior al inicio ({}).", exactTime(span.end), exactTime(span.start)));
-        if (!(span.duration() > Edits::shortestCut))
-            throw UsageError(std::format("El tramo debe durar más de {} segundos.", shortNumber(Edits::shortestCut)));
+        if (!(span.duration() > Edits::minCut))
+            throw UsageError(std::format("El tramo debe durar más de {} segundos.", shortNumber(Edits::minCut)));
     };
     if (!byWord) {
         span = {timeArgument("INICIO", arguments.start), timeArgument("FIN", arguments.end)};

@@ -22,7 +22,7 @@ constexpr std::size_t idLength = 36;
 /// The text in upper case if it can be a prefix of an identifier, else nullopt.
 std::optional<std::string> beginning(std::string_view reference)
 {
-    if (reference.size() < shortestReference || reference.size() > idLength)
+    if (reference.size() < minReference || reference.size() > idLength)
         return std::nullopt;
     std::string result(reference);
     for (std::size_t i = 0; i < result.size(); ++i) {
@@ -49,7 +49,7 @@ std::optional<std::size_t> findById(std::string_view reference, std::span<const 
     const auto start = beginning(reference);
     if (!start) {
         throw UsageError(std::format("{} no es un identificador de {}: escribe al menos sus {} primeros caracteres.",
-            inQuotes(reference), what, shortestReference));
+            inQuotes(reference), what, minReference));
     }
     std::vector<std::size_t> found;
     for (std::size_t i = 0; i < ids.size(); ++i) {

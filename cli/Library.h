@@ -15,7 +15,7 @@
 namespace orvo::cli {
 
 /// An identifier, or an unambiguous prefix of at least this many characters.
-inline constexpr std::size_t shortestReference = 4;
+inline constexpr std::size_t minReference = 4;
 
 /// Whether a text can be an identifier or a prefix of one.
 bool looksLikeId(std::string_view reference);

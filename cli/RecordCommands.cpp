@@ -104,13 +104,13 @@ void sources(Session& session, const SourcesArguments& /*arguments*/)
     };
     const auto displays = inX11([] { return CaptureSources::displays(); });
     const auto windows = inX11([] { return CaptureSources::windows(); });
-    const auto sound = offered(AudioInputs::list).value_or(AudioInputs::Devices{});
+    const auto audio = offered(AudioInputs::list).value_or(AudioInputs::Devices{});
     const auto cameras = offered(Cameras::list).value_or(std::vector<CameraDevice>());
     if (session.json()) {
         const std::vector<CaptureSource> none;
         return session.answer(JsonValue::Object{{"displays", described(displays.value_or(none))},
-            {"windows", described(windows.value_or(none))}, {"microphones", described(sound.microphones)},
-            {"outputs", described(sound.outputs)}, {"cameras", described(cameras)}});
+            {"windows", described(windows.value_or(none))}, {"microphones", described(audio.microphones)},
+            {"outputs", described(audio.outputs)}, {"cameras", described(cameras)}});
     }
     if (!displays)
         session.note(windowSystem() == WindowSystem::wayland
@@ -121,7 +121,7 @@ void sources(Session& session, const SourcesArguments& /*arguments*/)
         text += section("Pantallas", listed(*displays));
     if (windows)
         text += section("Ventanas", listed(*windows));
-    text += section("Micrófonos", listed(sound.microphones)) + section("Sonido del sistema", listed(sound.outputs))
+    text += section("Micrófonos", listed(audio.microphones)) + section("Sonido del sistema", listed(audio.outputs))
         + section("Cámaras", listed(cameras));
     session.print(text);
 }
@@ -141,7 +141,7 @@ struct RecordArguments {
 
 Rect regionOf(const std::string& text)
 {
-    constexpr double leastSide = 20;
+    constexpr double minSide = 20;
     std::array<double, 4> numbers{};
     auto number = numbers.begin();
     for (const auto part : text | std::views::split(',')) {
@@ -153,7 +153,7 @@ Rect regionOf(const std::string& text)
     if (number != numbers.end())
         throw UsageError("--region necesita cuatro números: X,Y,ANCHO,ALTO.");
     const Rect region{.x = numbers[0], .y = numbers[1], .width = numbers[2], .height = numbers[3]};
-    if (region.width <= leastSide || region.height <= leastSide)
+    if (region.width <= minSide || region.height <= minSide)
         throw UsageError("La región ha de medir más de 20 píxeles de ancho y de alto.");
     return region;
 }

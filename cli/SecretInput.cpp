@@ -18,7 +18,7 @@ namespace orvo::cli {
 
 namespace {
 
-constexpr std::size_t longestSecret = 64 << 10; ///< Bytes.
+constexpr std::size_t maxSecret = 64 << 10; ///< Bytes.
 
 /// Disables the echo of the terminal while it lives.
 class Hidden {
@@ -57,7 +57,7 @@ std::string readInput(bool oneLine)
         if (got == 0)
             break;
         text.append(buffer.data(), static_cast<std::size_t>(got));
-        if (text.size() > longestSecret)
+        if (text.size() > maxSecret)
             throw captureError("Lo que llega por la entrada estándar es demasiado largo para ser un secreto.");
     }
     while (text.ends_with('\n') || text.ends_with('\r'))

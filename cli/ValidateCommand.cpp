@@ -84,8 +84,8 @@ private:
 
     void checkNumbers(const VideoProject& project)
     {
-        if (project.width < 1 || project.height < 1 || project.width > VideoLimits::largestSide
-            || project.height > VideoLimits::largestSide)
+        if (project.width < 1 || project.height < 1 || project.width > VideoLimits::maxSide
+            || project.height > VideoLimits::maxSide)
             error(std::format("El tamaño {}×{} no es válido.", project.width, project.height));
         if (!VideoLimits::isRate(project.fps))
             error(std::format("La frecuencia de {} fotogramas por segundo no es válida.", project.fps));
@@ -146,12 +146,12 @@ private:
         const auto known = place && !m_quick ? facts(*place) : std::nullopt;
         if (!known)
             return;
-        const bool picture =
+        const bool frame =
             track.kind == TrackKind::screen || track.kind == TrackKind::clip || track.kind == TrackKind::camera;
-        const bool soundOnly = track.kind == TrackKind::clip && known->audioStreams > 0;
-        if (picture && !known->video && !soundOnly)
+        const bool audioOnly = track.kind == TrackKind::clip && known->audioStreams > 0;
+        if (frame && !known->video && !audioOnly)
             error(std::format("{} no contiene vídeo.", inQuotes(track.file)));
-        if (!picture && known->audioStreams == 0)
+        if (!frame && known->audioStreams == 0)
             error(std::format("{} no contiene sonido.", inQuotes(track.file)));
         constexpr double tolerance = 0.5;
         if (known->duration && std::abs(*known->duration - track.duration) > tolerance) {

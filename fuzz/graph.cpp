@@ -167,8 +167,8 @@ void checkGraphs(const VideoProject& project)
         return; // Refused before there is a graph.
     std::string path = project.title;
     std::erase(path, '\0'); // No path has one.
-    const RenderGraph::PictureSettings settings{.size = size, .fps = 30, .annotations = path, .upload = {}};
-    check(RenderGraph::picture(project, inputs, settings), path, {{"vout", 1}, {"aout", 1}});
+    const RenderGraph::VideoSettings settings{.size = size, .fps = 30, .annotations = path, .upload = {}};
+    check(RenderGraph::frame(project, inputs, settings), path, {{"vout", 1}, {"aout", 1}});
 }
 
 } // namespace

@@ -75,7 +75,7 @@ std::vector<MediaTrack> CaptureEngine::start(
 {
     stop();
     const Rect area = options.region.value_or(source.rect);
-    const PictureSize size = captureSize(area, source.scale, options.height);
+    const FrameSize size = captureSize(area, source.scale, options.height);
     m_directory = directory;
     {
         const std::lock_guard lock(m_originMutex);
@@ -83,7 +83,7 @@ std::vector<MediaTrack> CaptureEngine::start(
         m_end.reset();
     }
     try {
-        const auto encoder = PictureEncoder::find(size, static_cast<int>(options.fps));
+        const auto encoder = FrameEncoder::find(size, static_cast<int>(options.fps));
         makeWriter(TrackKind::screen, {.size = size, .fps = static_cast<int>(options.fps), .encoder = encoder});
         if (isRecorded(TrackKind::system, options))
             makeWriter(TrackKind::system, {.channels = 2});
@@ -160,7 +160,7 @@ void CaptureEngine::openStreams(
                 m_devices[kind].newest = CaptureClock::now();
         }
     }
-    screen->start({.picture = to(TrackKind::screen), .ended = ended});
+    screen->start({.frame = to(TrackKind::screen), .ended = ended});
 
     const std::lock_guard lock(m_streamMutex);
     m_screen = std::move(screen);
@@ -189,15 +189,15 @@ void CaptureEngine::accept(TrackKind kind, CaptureSample sample)
             return;
         if (const auto device = m_devices.find(kind); device != m_devices.end())
             device->second.newest = CaptureClock::now();
-        auto* picture = kind == TrackKind::screen ? std::get_if<CapturedPicture>(&sample) : nullptr;
+        auto* frame = kind == TrackKind::screen ? std::get_if<CapturedFrame>(&sample) : nullptr;
         if (m_paused) {
-            if (picture)
-                m_missed = std::move(*picture);
+            if (frame)
+                m_missed = std::move(*frame);
             return;
         }
         // A frame captured during the pause and delivered after it shows the current screen.
-        if (picture)
-            picture->time = std::max(picture->time, m_resumed);
+        if (frame)
+            frame->time = std::max(frame->time, m_resumed);
     }
     std::optional<CaptureTime> origin;
     {
@@ -303,8 +303,8 @@ void CaptureEngine::setPaused(bool paused)
         return;
     m_resumed = CaptureClock::now();
     // Under the lock, so that no newer frame gets ahead of it.
-    if (auto picture = std::exchange(m_missed, std::nullopt); picture && begin)
-        m_writers.at(TrackKind::screen)->append(CapturedPicture{.memory = picture->memory, .time = m_resumed}, *begin);
+    if (auto frame = std::exchange(m_missed, std::nullopt); frame && begin)
+        m_writers.at(TrackKind::screen)->append(CapturedFrame{.memory = frame->memory, .time = m_resumed}, *begin);
 }
 
 double CaptureEngine::time() const

@@ -106,7 +106,7 @@ private:
     bool m_stopped = true;
     bool m_paused = false;
     bool m_failed = false;
-    std::optional<CapturedPicture> m_missed; ///< The latest screen frame of the current pause.
+    std::optional<CapturedFrame> m_missed; ///< The latest screen frame of the current pause.
     CaptureTime m_resumed; ///< The end of the last pause.
     struct Device {
         CaptureTime newest; ///< Time of the last sample.

@@ -14,7 +14,7 @@ int evenPixels(double exact)
 
 } // namespace
 
-PictureSize captureSize(const Rect& area, double scale, std::int64_t height)
+FrameSize captureSize(const Rect& area, double scale, std::int64_t height)
 {
     const double pixelHeight = std::max(area.height * scale, 1.0);
     const double factor = std::min(static_cast<double>(height) / pixelHeight, 1.0);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OrvoVideo/capture/screen/CapturedPicture.h"
+#include "OrvoVideo/capture/screen/CapturedFrame.h"
 #include "VideoCore/Geometry.h"
 
 #include <cstdint>
@@ -27,6 +27,6 @@ struct CaptureOptions {
 
 /// The frame size for an area of the global display space with `scale` pixels per unit: at most `height` high, even, at
 /// least 2.
-PictureSize captureSize(const Rect& area, double scale, std::int64_t height);
+FrameSize captureSize(const Rect& area, double scale, std::int64_t height);
 
 } // namespace orvo

@@ -32,12 +32,12 @@ void EditorCommands::setTimeline(TimelineItem* timeline)
     emit timelineChanged();
 }
 
-void EditorCommands::setPictureAlone(bool alone)
+void EditorCommands::setPreviewAlone(bool alone)
 {
-    if (m_pictureAlone == alone)
+    if (m_previewAlone == alone)
         return;
-    m_pictureAlone = alone;
-    emit pictureAloneChanged();
+    m_previewAlone = alone;
+    emit previewAloneChanged();
 }
 
 void EditorCommands::addZoom()
@@ -168,12 +168,12 @@ bool EditorCommands::performOnProject(Commands::Id command)
     case Commands::WriteText:
         emit textFieldWanted();
         return true;
-    case Commands::ShowPictureAlone:
-        setPictureAlone(!m_pictureAlone);
+    case Commands::ShowPreviewAlone:
+        setPreviewAlone(!m_previewAlone);
         return true;
     case Commands::LetGo:
-        if (m_pictureAlone) {
-            setPictureAlone(false);
+        if (m_previewAlone) {
+            setPreviewAlone(false);
             return true;
         }
         return m_timeline && m_timeline->letGo();

@@ -18,7 +18,7 @@ class EditorCommands : public QObject {
     /// Playing speed: below 0 backwards, 0 when nothing plays.
     Q_PROPERTY(double speed READ speed NOTIFY speedChanged)
     /// Whether the picture is shown alone, with its controls.
-    Q_PROPERTY(bool pictureAlone READ pictureAlone WRITE setPictureAlone NOTIFY pictureAloneChanged)
+    Q_PROPERTY(bool previewAlone READ previewAlone WRITE setPreviewAlone NOTIFY previewAloneChanged)
 public:
     explicit EditorCommands(QObject* parent = nullptr);
 
@@ -27,8 +27,8 @@ public:
     TimelineItem* timeline() const { return m_timeline; }
     void setTimeline(TimelineItem* timeline);
     double speed() const { return m_shuttle.speed(); }
-    bool pictureAlone() const { return m_pictureAlone; }
-    void setPictureAlone(bool alone);
+    bool previewAlone() const { return m_previewAlone; }
+    void setPreviewAlone(bool alone);
 
     /// Carries out the command of a key; the values are those of a key event. False when no command has that key now.
     Q_INVOKABLE bool press(int key, int modifiers);
@@ -50,7 +50,7 @@ signals:
     void modelChanged();
     void timelineChanged();
     void speedChanged();
-    void pictureAloneChanged();
+    void previewAloneChanged();
     /// The field for a text on the screen is to have the keyboard.
     void textFieldWanted();
     /// The search in the transcript is to have the keyboard, or to go on.
@@ -70,7 +70,7 @@ private:
     QPointer<AppModel> m_model;
     QPointer<TimelineItem> m_timeline;
     Shuttle m_shuttle;
-    bool m_pictureAlone = false;
+    bool m_previewAlone = false;
 };
 
 } // namespace orvo

@@ -15,10 +15,10 @@ FocusScope {
     /// "text", "effects" or "share".
     property alias section: inspector.section
     readonly property alias timeline: timelineView.canvas
-    readonly property alias pictureAlone: editorCommands.pictureAlone
+    readonly property alias previewAlone: editorCommands.previewAlone
     /// What picture and timeline need.
-    readonly property real leastWidth: 420
-    readonly property real leastPicture: 180
+    readonly property real minWidth: 420
+    readonly property real minPreview: 180
 
     /// The inspector has to be seen now.
     signal inspectorWanted()
@@ -71,12 +71,12 @@ FocusScope {
         app.selectedSpan = none
     }
     onEnabledChanged: {
-        editorCommands.pictureAlone = false
+        editorCommands.previewAlone = false
         takeKeyboard()
     }
-    onVisibleChanged: editorCommands.pictureAlone = false
+    onVisibleChanged: editorCommands.previewAlone = false
     // What has the keyboard may be out of sight then.
-    onPictureAloneChanged: pictureAlone ? preview.forceActiveFocus() : takeKeyboard()
+    onPreviewAloneChanged: previewAlone ? preview.forceActiveFocus() : takeKeyboard()
     Keys.onPressed: event => event.accepted = editorCommands.press(event.key, event.modifiers)
 
     EditorCommands {
@@ -142,7 +142,7 @@ FocusScope {
             id: rows
 
             SplitView.fillWidth: true
-            SplitView.minimumWidth: root.leastWidth
+            SplitView.minimumWidth: root.minWidth
             clip: true
             orientation: Qt.Vertical
             handle: Handle {}
@@ -155,7 +155,7 @@ FocusScope {
                 id: preview
 
                 SplitView.fillHeight: true
-                SplitView.minimumHeight: root.leastPicture
+                SplitView.minimumHeight: root.minPreview
                 clip: true
                 app: root.app
                 commands: editorCommands
@@ -165,10 +165,10 @@ FocusScope {
 
                 onCardWanted: (kind, id) => root.showCard(kind, id)
 
-                visible: !root.pictureAlone
+                visible: !root.previewAlone
                 SplitView.preferredHeight: Math.min(wholeHeight, root.height * 0.38)
-                SplitView.minimumHeight: leastHeight
-                SplitView.maximumHeight: Math.max(leastHeight, rows.height - root.leastPicture - Theme.space(2))
+                SplitView.minimumHeight: minHeight
+                SplitView.maximumHeight: Math.max(minHeight, rows.height - root.minPreview - Theme.space(2))
                 clip: true
                 app: root.app
             }
@@ -180,9 +180,9 @@ FocusScope {
             SplitView.preferredWidth: 340
             SplitView.minimumWidth: 300
             // Sizes remembered from a larger window give way.
-            SplitView.maximumWidth: Math.max(300, Math.min(560, columns.width - root.leastWidth - Theme.space(2)))
+            SplitView.maximumWidth: Math.max(300, Math.min(560, columns.width - root.minWidth - Theme.space(2)))
             clip: true
-            visible: root.inspectorShown && !root.pictureAlone
+            visible: root.inspectorShown && !root.previewAlone
             app: root.app
             onSettingsWanted: root.settingsWanted()
             onZoomWanted: editorCommands.addZoom()

@@ -2,7 +2,7 @@
 
 #include "OrvoVideo/model/ModelText.h"
 #include "VideoMedia/MonoSamples.h"
-#include "VideoMedia/StillPicture.h"
+#include "VideoMedia/StillFrame.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -21,7 +21,7 @@ namespace orvo {
 
 namespace {
 
-constexpr qsizetype pictureMemory = 96 << 20; ///< Bytes of pictures kept at hand.
+constexpr qsizetype frameMemory = 96 << 20; ///< Bytes of pictures kept at hand.
 constexpr qint64 cacheLimit = 512 << 20; ///< Bytes on disk, beyond which the oldest files go.
 
 /// The file of the cache that belongs to a media file as it is now.
@@ -42,7 +42,7 @@ QDir cacheFolder()
     return folder;
 }
 
-QString memoryName(const MediaStrips::PictureKey& key)
+QString memoryName(const MediaStrips::FrameKey& key)
 {
     return QStringLiteral("%1|%2").arg(Text::from(key.file)).arg(key.time);
 }
@@ -81,7 +81,7 @@ void waitUntil(std::chrono::steady_clock::time_point time, const std::stop_token
 
 MediaStrips::MediaStrips(QObject* parent)
     : QObject(parent)
-    , m_pictures(pictureMemory)
+    , m_frames(frameMemory)
 {
 }
 
@@ -147,7 +147,7 @@ QCoro::Task<> MediaStrips::readWaveforms()
     try {
         for (std::size_t i = 0; i < wanted.size(); ++i) {
             const Source& source = wanted[i];
-            if (!source.sound || m_peaks.contains(source.file) || m_silent.contains(source.file))
+            if (!source.audio || m_peaks.contains(source.file) || m_silent.contains(source.file))
                 continue;
             m_progress = static_cast<double>(i) / count;
             setPreparing(true);
@@ -210,32 +210,32 @@ WaveformPeaks MediaStrips::readPeaks(
     return peaks;
 }
 
-QImage MediaStrips::picture(const PictureKey& key) const
+QImage MediaStrips::frame(const FrameKey& key) const
 {
-    const QImage* image = m_pictures.object(memoryName(key));
+    const QImage* image = m_frames.object(memoryName(key));
     return image ? *image : QImage();
 }
 
-void MediaStrips::want(std::vector<PictureKey> pictures)
+void MediaStrips::want(std::vector<FrameKey> frames)
 {
-    m_wanted = std::move(pictures);
-    if (!m_readingPictures && !m_wanted.empty())
-        readPictures();
+    m_wanted = std::move(frames);
+    if (!m_readingFrames && !m_wanted.empty())
+        readFrames();
 }
 
-QCoro::Task<> MediaStrips::readPictures()
+QCoro::Task<> MediaStrips::readFrames()
 {
-    m_readingPictures = true;
+    m_readingFrames = true;
     try {
         while (!m_wanted.empty()) {
-            const PictureKey key = m_wanted.front();
+            const FrameKey key = m_wanted.front();
             m_wanted.erase(m_wanted.begin());
-            if (m_unreadable.contains(key) || m_pictures.contains(memoryName(key)))
+            if (m_unreadable.contains(key) || m_frames.contains(memoryName(key)))
                 continue;
             QImage image;
             try {
                 image = co_await m_workers.run(
-                    [key, from = m_readFrom](const std::stop_token& stop) { return readPicture(key, from, stop); });
+                    [key, from = m_readFrom](const std::stop_token& stop) { return readFrame(key, from, stop); });
             } catch (const std::exception&) {
                 image = {}; // Not asked for again.
             }
@@ -243,16 +243,16 @@ QCoro::Task<> MediaStrips::readPictures()
                 m_unreadable.insert(key);
                 continue;
             }
-            m_pictures.insert(memoryName(key), new QImage(image), image.sizeInBytes());
+            m_frames.insert(memoryName(key), new QImage(image), image.sizeInBytes());
             emit changed();
         }
     } catch (const Cancelled&) {
         co_return;
     }
-    m_readingPictures = false;
+    m_readingFrames = false;
 }
 
-QImage MediaStrips::readPicture(const PictureKey& key, Clock::time_point from, const std::stop_token& stop)
+QImage MediaStrips::readFrame(const FrameKey& key, Clock::time_point from, const std::stop_token& stop)
 {
     const QString kept = cacheFolder().filePath(QStringLiteral("%1-%2.jpg").arg(cacheName(key.file)).arg(key.time));
     if (QImage image(kept); !image.isNull())
@@ -260,8 +260,8 @@ QImage MediaStrips::readPicture(const PictureKey& key, Clock::time_point from, c
     waitUntil(from, stop);
     const QTemporaryDir folder(cacheFolder().filePath(QStringLiteral("reading-XXXXXX")));
     const QString made = folder.filePath(QStringLiteral("picture.jpg"));
-    writeStillPicture(
-        {.movie = key.file, .seconds = static_cast<double>(key.time) / 1000, .height = pictureHeight}, toPath(made), stop);
+    writeStillFrame(
+        {.movie = key.file, .seconds = static_cast<double>(key.time) / 1000, .height = frameHeight}, toPath(made), stop);
     QImage image(made);
     if (!image.isNull())
         std::rename(toPath(made).c_str(), toPath(kept).c_str());

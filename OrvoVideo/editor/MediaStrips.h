@@ -24,25 +24,25 @@ class MediaStrips final : public QObject {
     Q_OBJECT
 public:
     /// Height of the pictures in pixels.
-    static constexpr int pictureHeight = 96;
+    static constexpr int frameHeight = 96;
     /// The closest distance of two pictures, in seconds.
-    static constexpr double closestPictures = 0.5;
+    static constexpr double closestFrames = 0.5;
 
     struct Source {
         std::filesystem::path file;
         double duration = 0; ///< Seconds.
-        bool pictures = false; ///< Whether it has a picture to show.
-        bool sound = false; ///< Whether its waveform is wanted.
+        bool frames = false; ///< Whether it has a picture to show.
+        bool audio = false; ///< Whether its waveform is wanted.
 
         friend bool operator==(const Source&, const Source&) = default;
     };
 
     /// A picture of a file at a time, in milliseconds.
-    struct PictureKey {
+    struct FrameKey {
         std::filesystem::path file;
         qint64 time = 0;
 
-        friend auto operator<=>(const PictureKey&, const PictureKey&) = default;
+        friend auto operator<=>(const FrameKey&, const FrameKey&) = default;
     };
 
     explicit MediaStrips(QObject* parent = nullptr);
@@ -55,9 +55,9 @@ public:
     const WaveformPeaks* peaks(const std::filesystem::path& file) const;
 
     /// The picture at exactly this time; null when it is not there (yet).
-    QImage picture(const PictureKey& key) const;
+    QImage frame(const FrameKey& key) const;
     /// Gets these pictures, the first one first, in place of those asked for before.
-    void want(std::vector<PictureKey> pictures);
+    void want(std::vector<FrameKey> frames);
 
     /// Whether waveforms are being read, and how far they are: 0..1.
     bool preparing() const { return m_preparing; }
@@ -75,11 +75,11 @@ signals:
 
 private:
     QCoro::Task<> readWaveforms();
-    QCoro::Task<> readPictures();
+    QCoro::Task<> readFrames();
     using Clock = std::chrono::steady_clock;
     static WaveformPeaks readPeaks(
         const Source& source, Clock::time_point from, const std::stop_token& stop, const ProgressCallback& progress);
-    static QImage readPicture(const PictureKey& key, Clock::time_point from, const std::stop_token& stop);
+    static QImage readFrame(const FrameKey& key, Clock::time_point from, const std::stop_token& stop);
     void setPreparing(bool preparing);
 
     std::vector<Source> m_sources;
@@ -91,10 +91,10 @@ private:
     bool m_cancelled = false;
     double m_progress = 0;
 
-    mutable QCache<QString, QImage> m_pictures; ///< By `cacheName`; its costs are bytes.
-    std::vector<PictureKey> m_wanted;
-    std::set<PictureKey> m_unreadable;
-    bool m_readingPictures = false;
+    mutable QCache<QString, QImage> m_frames; ///< By `cacheName`; its costs are bytes.
+    std::vector<FrameKey> m_wanted;
+    std::set<FrameKey> m_unreadable;
+    bool m_readingFrames = false;
 
     Workers m_workers;
 };

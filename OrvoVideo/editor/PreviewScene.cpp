@@ -158,7 +158,7 @@ double PreviewScene::dipAt(double time) const
     const auto& all = m_model->playback().kept();
     const auto next = std::ranges::upper_bound(all, time, {}, [](const auto& kept) { return kept.span.start; });
     if (next != all.begin() && time < (next - 1)->span.end)
-        return blackness(time, (next - 1)->span, (next - 1)->pictureFade, static_cast<double>(project()->fps));
+        return blackness(time, (next - 1)->span, (next - 1)->videoFade, static_cast<double>(project()->fps));
     // A cut can be looked at while paused; playback jumps over it.
     return playing && project()->edit.fade > 0 && !all.empty() ? 1 : 0;
 }

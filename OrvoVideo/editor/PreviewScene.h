@@ -24,7 +24,7 @@ class PreviewScene : public QObject {
     Q_PROPERTY(bool loading READ loading NOTIFY previewChanged)
     Q_PROPERTY(bool failed READ failed NOTIFY previewChanged)
     /// The picture in the view.
-    Q_PROPERTY(QRectF picture READ picture NOTIFY placesChanged)
+    Q_PROPERTY(QRectF frame READ frame NOTIFY placesChanged)
     Q_PROPERTY(double pixel READ pixel NOTIFY placesChanged)
     Q_PROPERTY(int textSize READ textSize NOTIFY placesChanged)
     Q_PROPERTY(QSize frameSize READ frameSize NOTIFY placesChanged)
@@ -60,7 +60,7 @@ public:
     bool loading() const { return m_model && m_model->preview() == Playback::Preview::Loading; }
     bool failed() const { return m_model && m_model->preview() == Playback::Preview::Failed; }
 
-    QRectF picture() const { return m_picture; }
+    QRectF frame() const { return m_picture; }
     double pixel() const { return m_pixel; }
     int textSize() const { return PreviewGeometry::textSize(m_frame.height()); }
     QSize frameSize() const { return m_frame; }

@@ -111,7 +111,7 @@ ColumnLayout {
                     }
                 }
             }
-            CameraPicture {
+            CameraFrame {
                 app: root.app
                 scene: previewScene
             }

@@ -158,7 +158,7 @@ void TimelineItem::showProject()
             sources.push_back({.file = m_files[i],
                 .duration = track.duration,
                 .pictures = track.kind != TrackKind::microphone && track.kind != TrackKind::system,
-                .sound = track.kind != TrackKind::camera});
+                .audio = track.kind != TrackKind::camera});
         }
         m_strips.setSources(std::move(sources));
     }

@@ -52,23 +52,23 @@ void TimelineOverview::paint(QPainter* painter)
     painter->drawRoundedRect(boundingRect(), corner, corner);
 
     // The voice, or else the first sound.
-    const WaveformPeaks* sound = nullptr;
+    const WaveformPeaks* audio = nullptr;
     const MediaTrack* heard = nullptr;
     for (std::size_t i = 0; i < project->tracks.size(); ++i) {
         const auto& track = project->tracks[i];
         const auto* peaks = m_timeline->peaksOf(i);
-        if (peaks && (!sound || (track.kind == TrackKind::microphone && heard->kind != TrackKind::microphone))) {
-            sound = peaks;
+        if (peaks && (!audio || (track.kind == TrackKind::microphone && heard->kind != TrackKind::microphone))) {
+            audio = peaks;
             heard = &track;
         }
     }
-    if (sound) {
+    if (audio) {
         const double middle = height() / 2;
         const double reach = middle - markHeight;
         painter->setBrush(faded(colors.accentInk, 0.6F));
         for (int x = 0; x < static_cast<int>(width()); ++x) {
             const double time = x / scale - heard->start;
-            const auto peak = sound->between(time, time + 1 / scale);
+            const auto peak = audio->between(time, time + 1 / scale);
             const double loud = std::min<double>(std::max(peak.high, -peak.low), 1);
             painter->drawRect(QRectF(x, middle - loud * reach - 0.5, 1, 2 * loud * reach + 1));
         }

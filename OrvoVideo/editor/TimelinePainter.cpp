@@ -74,7 +74,7 @@ void TimelinePainter::paint()
     paintSelection();
 }
 
-std::vector<MediaStrips::PictureKey> TimelinePainter::takeMissing()
+std::vector<MediaStrips::FrameKey> TimelinePainter::takeMissing()
 {
     const double middle = (m_visible.start + m_visible.end) / 2 * 1000;
     std::ranges::stable_sort(
@@ -212,29 +212,29 @@ void TimelinePainter::paintTracks()
         m_painter.setClipPath(shape);
         m_painter.fillRect(row, m_scene.colors.raised);
         const auto& file = m_scene.files[i];
-        const bool pictures =
+        const bool frames =
             track.kind == TrackKind::screen || track.kind == TrackKind::clip || track.kind == TrackKind::camera;
-        if (pictures && !file.empty())
-            paintPictures(track, file, row);
+        if (frames && !file.empty())
+            paintFrames(track, file, row);
         if (const auto* peaks = m_scene.strips.peaks(file)) {
             // Under a picture the sound has the lower third.
-            const QRectF sound = pictures ? row.adjusted(0, row.height() * 2 / 3, 0, 0) : row;
-            if (pictures)
-                m_painter.fillRect(sound, faded(m_scene.colors.window, 0.6));
-            paintWaveform(track, *peaks, sound);
+            const QRectF audio = frames ? row.adjusted(0, row.height() * 2 / 3, 0, 0) : row;
+            if (frames)
+                m_painter.fillRect(audio, faded(m_scene.colors.window, 0.6));
+            paintWaveform(track, *peaks, audio);
         }
         m_painter.restore();
     }
 }
 
-void TimelinePainter::paintPictures(const MediaTrack& track, const std::filesystem::path& file, const QRectF& row)
+void TimelinePainter::paintFrames(const MediaTrack& track, const std::filesystem::path& file, const QRectF& row)
 {
     const auto& project = m_scene.project;
     const double shape =
         project.height > 0 ? static_cast<double>(project.width) / static_cast<double>(project.height) : 16.0 / 9;
     const double width = std::clamp(row.height() * shape, 24.0, 240.0);
     // Distances are powers of two, so that zooming in goes on using the pictures that are there.
-    double step = MediaStrips::closestPictures;
+    double step = MediaStrips::closestFrames;
     while (step * m_scene.scale.pixelsPerSecond() < width)
         step *= 2;
     const double length = track.duration > 0 ? track.duration : project.duration;
@@ -246,8 +246,8 @@ void TimelinePainter::paintPictures(const MediaTrack& track, const std::filesyst
         const double free = step * m_scene.scale.pixelsPerSecond();
         QImage image;
         for (double coarser = step; image.isNull() && coarser <= std::max(length, step); coarser *= 2) {
-            const MediaStrips::PictureKey key{file, std::llround(std::floor(time / coarser) * coarser * 1000)};
-            image = m_scene.strips.picture(key);
+            const MediaStrips::FrameKey key{file, std::llround(std::floor(time / coarser) * coarser * 1000)};
+            image = m_scene.strips.frame(key);
             if (image.isNull() && coarser == step)
                 m_missing.push_back(key);
         }

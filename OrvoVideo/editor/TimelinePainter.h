@@ -53,7 +53,7 @@ public:
     void paint();
 
     /// The pictures that were not there, those in the middle of the view first.
-    std::vector<MediaStrips::PictureKey> takeMissing();
+    std::vector<MediaStrips::FrameKey> takeMissing();
 
 private:
     using Kind = TimelineTarget::Kind;
@@ -62,7 +62,7 @@ private:
     void paintZooms();
     void paintOverlays();
     void paintTracks();
-    void paintPictures(const MediaTrack& track, const std::filesystem::path& file, const QRectF& row);
+    void paintFrames(const MediaTrack& track, const std::filesystem::path& file, const QRectF& row);
     void paintWaveform(const MediaTrack& track, const WaveformPeaks& peaks, const QRectF& row);
     void paintCuts();
     void paintSelection();
@@ -78,7 +78,7 @@ private:
     const Scene& m_scene;
     TimelineRows m_rows;
     TimeSpan m_visible;
-    std::vector<MediaStrips::PictureKey> m_missing;
+    std::vector<MediaStrips::FrameKey> m_missing;
 };
 
 } // namespace orvo

@@ -26,7 +26,7 @@ ColumnLayout {
     /// With every row in sight.
     readonly property real wholeHeight: canvas.contentHeight + 104
     /// With some rows in sight; the others are scrolled to.
-    readonly property real leastHeight: 200
+    readonly property real minHeight: 200
 
     spacing: Theme.space(2)
 

@@ -87,11 +87,11 @@ RowLayout {
         font: Theme.digits(Theme.bodySize)
     }
     OIconButton {
-        iconName: root.commands.pictureAlone ? "shrink" : "expand"
-        command: Commands.ShowPictureAlone
-        text: root.commands.pictureAlone ? "Volver al editor" : Commands.title(command)
+        iconName: root.commands.previewAlone ? "shrink" : "expand"
+        command: Commands.ShowPreviewAlone
+        text: root.commands.previewAlone ? "Volver al editor" : Commands.title(command)
         focusPolicy: Qt.TabFocus
         enabled: root.app.hasProject
-        onClicked: root.commands.pictureAlone = !root.commands.pictureAlone
+        onClicked: root.commands.previewAlone = !root.commands.previewAlone
     }
 }

@@ -16,7 +16,7 @@ Item {
     readonly property rect part: scene.zoomPart
     readonly property real partWidth: part.width + widened
     /// The smallest part: a zoom magnifies four times at most.
-    readonly property real leastPart: 1 / 4
+    readonly property real minPart: 1 / 4
 
     function limited(value: real, least: real, most: real): real {
         return Math.min(Math.max(value, least), most)
@@ -37,7 +37,7 @@ Item {
     }
     /// Magnifies more or less round the middle of the part.
     function rescale(factor: real) {
-        const width = limited(part.width * factor, leastPart, 1)
+        const width = limited(part.width * factor, minPart, 1)
         frame(limited(part.x + (part.width - width) / 2, 0, 1 - width), limited(part.y + (part.width - width) / 2, 0, 1 - width), width)
     }
     function end() {
@@ -117,7 +117,7 @@ Item {
             onTaken: box.forceActiveFocus(Qt.MouseFocusReason)
             onDragged: (dx, dy) => root.moved = Qt.point(root.limited(root.part.x + dx, 0, 1 - root.part.width) - root.part.x,
                 root.limited(root.part.y + dy, 0, 1 - root.part.width) - root.part.y)
-            onSized: dx => root.widened = root.limited(root.part.width + dx, root.leastPart,
+            onSized: dx => root.widened = root.limited(root.part.width + dx, root.minPart,
                 Math.min(1 - root.part.x, 1 - root.part.y)) - root.part.width
             onDropped: {
                 const dx = root.moved.x

@@ -44,7 +44,7 @@ Popup {
                 root.app.transcription.downloadModel(root.app.transcription.speechModel)
             break
         case "microphone":
-            root.app.installation.openSoundSettings()
+            root.app.installation.openAudioSettings()
             break
         case "screen":
             root.app.installation.openScreenPrivacy()

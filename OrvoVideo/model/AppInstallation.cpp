@@ -125,9 +125,9 @@ void AppInstallation::allowGlobalInput()
             QStringLiteral("Este escritorio no tiene ajustes de atajos globales. ") + permissionsText());
 }
 
-void AppInstallation::openSoundSettings()
+void AppInstallation::openAudioSettings()
 {
-    if (!m_services.workspace->openSettings(Workspace::SettingsPage::sound))
+    if (!m_services.workspace->openSettings(Workspace::SettingsPage::audio))
         m_operation.setErrorMessage(
             QStringLiteral("Este escritorio no tiene ajustes de sonido. Instala «pavucontrol» para elegir el micrófono."));
 }

@@ -55,7 +55,7 @@ public:
     Q_INVOKABLE void openScreenPrivacy();
     Q_INVOKABLE void allowGlobalInput();
     /// Shows the desktop's settings for sound, or says that it has none.
-    Q_INVOKABLE void openSoundSettings();
+    Q_INVOKABLE void openAudioSettings();
     /// Shows the log of the last crash in its folder.
     Q_INVOKABLE void revealCrashLog();
 

@@ -56,7 +56,7 @@ QString plainLabel(ScreenCast::Kind kind)
 }
 
 /// Of the look at what is shared, in pixels.
-constexpr PictureSize lookSize{.width = 640, .height = 360};
+constexpr FrameSize lookSize{.width = 640, .height = 360};
 
 /// A window without a first frame would be recorded in the size of the monitor. Of a monitor only the picture is missing.
 constexpr std::chrono::seconds windowPatience{3};
@@ -77,7 +77,7 @@ CaptureSource sourceOf(const ScreenCast::Stream& stream)
 
 } // namespace
 
-QImage CaptureChoice::imageOf(const SourcePicture& taken)
+QImage CaptureChoice::imageOf(const SourceFrame& taken)
 {
     // Lines follow one another without a gap; the copy belongs to the image.
     return QImage(
@@ -263,7 +263,7 @@ QCoro::Task<> CaptureChoice::measure(CaptureSource source, bool isMonitor)
     const bool isSized = source.rect.width > 0 && source.rect.height > 0;
     m_looking = std::stop_source();
     QString error;
-    QImage picture;
+    QImage frame;
     try {
         const auto look = co_await m_workers.run({.stop = m_looking.get_token()},
             [stream = source.stream, patience = isMonitor ? monitorPatience : windowPatience](
@@ -275,8 +275,8 @@ QCoro::Task<> CaptureChoice::measure(CaptureSource source, bool isMonitor)
         else
             source.rect.width = look.size.width;
         source.rect.height = look.size.height / source.scale;
-        if (look.picture)
-            picture = imageOf(*look.picture);
+        if (look.frame)
+            frame = imageOf(*look.frame);
     } catch (const Cancelled&) {
         co_return; // Released, or this object is being destroyed.
     } catch (const std::exception& failure) {
@@ -295,13 +295,13 @@ QCoro::Task<> CaptureChoice::measure(CaptureSource source, bool isMonitor)
         " · {}×{}", wholePixels(source.rect.width * source.scale), wholePixels(source.rect.height * source.scale));
     if (const auto& stream = m_screenCast->stream())
         remember(stream->restoreToken, QString::fromStdString(source.label));
-    show({source}, {}, picture);
+    show({source}, {}, frame);
 }
 
-void CaptureChoice::show(std::vector<CaptureSource> sources, const QString& error, const QImage& picture)
+void CaptureChoice::show(std::vector<CaptureSource> sources, const QString& error, const QImage& frame)
 {
     ++m_listing;
-    m_picture = picture;
+    m_frame = frame;
     m_sources.show(std::move(sources));
     if (error.isEmpty() && !m_sources.find(m_sourceID.toStdString()))
         setSourceID(m_sources.first() ? QString::fromStdString(m_sources.first()->id) : QString());

@@ -65,9 +65,9 @@ public:
     QString remembered() const;
 
     /// A frame of what the desktop shares, for people to recognise it. Null while nothing is shared or no frame came.
-    const QImage& picture() const { return m_picture; }
+    const QImage& frame() const { return m_frame; }
 
-    static QImage imageOf(const SourcePicture& taken);
+    static QImage imageOf(const SourceFrame& taken);
 
     /// What of the pointer cannot be recorded here, for the user; empty when everything can.
     QString pointerNote() const;
@@ -105,7 +105,7 @@ private:
     QCoro::Task<> ask(Remembered remembered);
     QCoro::Task<> measure(CaptureSource source, bool isMonitor);
     void remember(const QString& token, const QString& label);
-    void show(std::vector<CaptureSource> sources, const QString& error, const QImage& picture = {});
+    void show(std::vector<CaptureSource> sources, const QString& error, const QImage& frame = {});
     void setSourceError(const QString& error);
 
     const WindowSystem m_system;
@@ -116,7 +116,7 @@ private:
     SourceModel m_sources;
     QString m_sourceID;
     QString m_sourceError;
-    QImage m_picture; ///< Of the only source, where the desktop chooses.
+    QImage m_frame; ///< Of the only source, where the desktop chooses.
     std::stop_source m_looking; ///< Ends the look at what is shared.
     std::uint64_t m_listing = 0; ///< Counts what replaces the sources, so that an overtaken listing ends.
     Answer<ScreenCast::Outcome> m_asking; ///< Of the question to the desktop that is open.

@@ -58,7 +58,7 @@ void Editing::cutSelection()
 {
     m_parts.saving.commitTyped(); // Its bounds may be being typed.
     const TimeSpan span{m_parts.open.selectedSpan().start, m_parts.open.selectedSpan().end};
-    if (span.duration() > Edits::shortestCut)
+    if (span.duration() > Edits::minCut)
         m_parts.open.update([&](VideoProject& project) { Edits::cut(project, span); });
 }
 

@@ -234,7 +234,7 @@ void Playback::followCuts()
     std::vector<PreviewPlayer::HeardSpan> heard;
     heard.reserve(m_kept.size());
     for (const auto& kept : m_kept)
-        heard.push_back({.span = kept.span, .fadeIn = kept.soundIn, .fadeOut = kept.soundOut});
+        heard.push_back({.span = kept.span, .fadeIn = kept.audioIn, .fadeOut = kept.audioOut});
     m_player.setHeard(std::move(heard));
 }
 

@@ -1,6 +1,6 @@
 #include "OrvoVideo/model/Recorder.h"
 
-#include "OrvoVideo/capture/audio/SoundLevel.h"
+#include "OrvoVideo/capture/audio/AudioLevel.h"
 #include "Platform/trash/Trash.h"
 #include "VideoCore/Error.h"
 
@@ -341,7 +341,7 @@ void Recorder::followTime()
 
 void Recorder::followLevel()
 {
-    const double level = soundLevel(static_cast<double>(m_services.engine->takeMicrophonePeak()));
+    const double level = audioLevel(static_cast<double>(m_services.engine->takeMicrophonePeak()));
     m_level = std::max(level, m_level - fall);
     const bool shouldBeHeard = m_listens && m_phase == Phase::Recording && !m_away.contains(TrackKind::microphone);
     if (!shouldBeHeard || level >= minHeard)

@@ -14,10 +14,10 @@ constexpr double frameTolerance = 0.03;
 
 } // namespace
 
-CompositionLayout::CompositionLayout(int fps, std::vector<Clip> video, double soundEnd)
+CompositionLayout::CompositionLayout(int fps, std::vector<Clip> video, double audioEnd)
     : m_fps(std::clamp(fps, 1, 240))
     , m_video(std::move(video))
-    , m_duration(soundEnd)
+    , m_duration(audioEnd)
 {
     for (const Clip& clip : m_video)
         m_duration = std::max(m_duration, clip.start + clip.length);

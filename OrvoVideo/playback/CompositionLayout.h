@@ -20,7 +20,7 @@ public:
 
     CompositionLayout() = default;
     /// `soundEnd` is the end of the last audio clip.
-    CompositionLayout(int fps, std::vector<Clip> video, double soundEnd);
+    CompositionLayout(int fps, std::vector<Clip> video, double audioEnd);
 
     double duration() const noexcept { return m_duration; }
     int fps() const noexcept { return m_fps; }

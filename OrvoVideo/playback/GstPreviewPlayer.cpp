@@ -18,10 +18,10 @@ std::unique_ptr<PreviewPlayer> PreviewPlayer::create()
 /// The newest frame for the main thread. A frame not fetched in time is replaced.
 struct GstPreviewPlayer::Mailbox {
     std::mutex mutex;
-    std::optional<QImage> picture;
+    std::optional<QImage> frame;
 };
 
-GstPreviewPlayer::GstPreviewPlayer(std::unique_ptr<MediaProbe> probe, const std::string& soundSink, QObject* parent)
+GstPreviewPlayer::GstPreviewPlayer(std::unique_ptr<MediaProbe> probe, const std::string& audioSink, QObject* parent)
     : PreviewPlayer(parent)
     , m_mailbox(std::make_unique<Mailbox>())
 {
@@ -32,10 +32,10 @@ GstPreviewPlayer::GstPreviewPlayer(std::unique_ptr<MediaProbe> probe, const std:
     const auto onMainThread = [this](
                                   auto report) { QMetaObject::invokeMethod(this, std::move(report), Qt::QueuedConnection); };
     PreviewEngine::Listener listener;
-    listener.picture = [this, onMainThread](QImage picture) {
+    listener.frame = [this, onMainThread](QImage frame) {
         const std::scoped_lock lock(m_mailbox->mutex);
-        if (!std::exchange(m_mailbox->picture, std::move(picture)))
-            onMainThread([this] { takePicture(); });
+        if (!std::exchange(m_mailbox->frame, std::move(frame)))
+            onMainThread([this] { takeFrame(); });
     };
     listener.loaded = [this, onMainThread](std::uint64_t order) {
         onMainThread([this, order] {
@@ -76,7 +76,7 @@ GstPreviewPlayer::GstPreviewPlayer(std::unique_ptr<MediaProbe> probe, const std:
                 emit endReached();
         });
     };
-    m_engine = std::make_unique<PreviewEngine>(std::move(probe), soundSink, std::move(listener));
+    m_engine = std::make_unique<PreviewEngine>(std::move(probe), audioSink, std::move(listener));
 }
 
 GstPreviewPlayer::~GstPreviewPlayer()
@@ -84,11 +84,11 @@ GstPreviewPlayer::~GstPreviewPlayer()
     m_engine.reset();
 }
 
-void GstPreviewPlayer::takePicture()
+void GstPreviewPlayer::takeFrame()
 {
     {
         const std::scoped_lock lock(m_mailbox->mutex);
-        m_frame = *std::exchange(m_mailbox->picture, std::nullopt);
+        m_frame = *std::exchange(m_mailbox->frame, std::nullopt);
     }
     emit frameChanged();
 }

@@ -22,7 +22,7 @@ public:
     /// `probe` reads the media files' properties. `soundSink` is the audio sink in gst-launch notation. Throws
     /// `captureError` when GStreamer is unusable.
     explicit GstPreviewPlayer(
-        std::unique_ptr<MediaProbe> probe, const std::string& soundSink = "autoaudiosink", QObject* parent = nullptr);
+        std::unique_ptr<MediaProbe> probe, const std::string& audioSink = "autoaudiosink", QObject* parent = nullptr);
     ~GstPreviewPlayer() override;
 
     void load(const PreviewComposition& composition) override;
@@ -43,7 +43,7 @@ public:
 private:
     struct Mailbox;
 
-    void takePicture();
+    void takeFrame();
     void changeRate(double rate);
 
     bool m_hasComposition = false;

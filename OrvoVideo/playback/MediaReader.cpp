@@ -1,7 +1,7 @@
 #include "OrvoVideo/playback/MediaReader.h"
 
 #include "OrvoVideo/gstreamer/GstHandles.h"
-#include "OrvoVideo/playback/ReferencePictures.h"
+#include "OrvoVideo/playback/ReferenceFrames.h"
 #include "VideoCore/Error.h"
 
 #include <algorithm>
@@ -17,12 +17,12 @@ namespace orvo {
 
 namespace {
 
-constexpr auto soundCaps = "audio/x-raw,format=F32LE,rate=48000,channels=2,layout=interleaved";
+constexpr auto audioCaps = "audio/x-raw,format=F32LE,rate=48000,channels=2,layout=interleaved";
 
 /// Number of decoded frames kept ready. One of 1080p takes 3 MB.
-constexpr guint picturesAhead = 4;
+constexpr guint framesAhead = 4;
 /// About 0.3 s of AAC.
-constexpr guint soundBuffersAhead = 16;
+constexpr guint audioBuffersAhead = 16;
 
 const char* flipMethod(int rotation)
 {
@@ -118,12 +118,12 @@ struct MediaReader::Pipeline {
             g_object_set(element, "direct-rendering", FALSE, nullptr);
         const GstPadHandle pad(gst_element_get_static_pad(element, "sink"));
         if (pad)
-            gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::codedPicture, self, nullptr);
+            gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::codedFrame, self, nullptr);
     }
 
     /// Skips a frame when no other depends on it and a later frame that is also early enough has passed. Durations are
     /// unreliable where the frame rate varies.
-    static GstPadProbeReturn codedPicture(GstPad* pad, GstPadProbeInfo* info, gpointer data)
+    static GstPadProbeReturn codedFrame(GstPad* pad, GstPadProbeInfo* info, gpointer data)
     {
         auto* self = static_cast<Pipeline*>(data);
         GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(info);
@@ -148,12 +148,12 @@ struct MediaReader::Pipeline {
         const auto lengthBytes = unitLengthBytes(pad);
         if (!lengthBytes)
             return GST_PAD_PROBE_OK;
-        const BufferView picture(buffer);
-        return isReferencePicture({picture.data(), picture.size()}, *lengthBytes) ? GST_PAD_PROBE_OK : GST_PAD_PROBE_DROP;
+        const BufferView frame(buffer);
+        return isReferenceFrame({frame.data(), frame.size()}, *lengthBytes) ? GST_PAD_PROBE_OK : GST_PAD_PROBE_DROP;
     }
 
     /// Stores the time of the file's first frame. Seeks happen only after it.
-    static GstPadProbeReturn firstPicture(GstPad* pad, GstPadProbeInfo* info, gpointer self)
+    static GstPadProbeReturn firstFrame(GstPad* pad, GstPadProbeInfo* info, gpointer self)
     {
         const GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(info);
         const GstEventHandle event(gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0));
@@ -195,9 +195,9 @@ MediaReader::MediaReader(std::filesystem::path file, Stream stream, int rotation
 
     GstElement* sink = addElement(bin, "appsink");
     pipeline.sink = GST_APP_SINK(sink);
-    const GstCapsHandle wanted(gst_caps_from_string(isVideo ? "video/x-raw" : soundCaps));
+    const GstCapsHandle wanted(gst_caps_from_string(isVideo ? "video/x-raw" : audioCaps));
     g_object_set(sink, "sync", FALSE, "qos", FALSE, "enable-last-sample", FALSE, "caps", wanted.get(), "max-buffers",
-        isVideo ? picturesAhead : soundBuffersAhead, nullptr);
+        isVideo ? framesAhead : audioBuffersAhead, nullptr);
 
     if (!isVideo) {
         pipeline.entry = addElement(bin, "audioconvert");
@@ -216,7 +216,7 @@ MediaReader::MediaReader(std::filesystem::path file, Stream stream, int rotation
     if (isVideo) {
         g_signal_connect(bin, "deep-element-added", G_CALLBACK(&Pipeline::elementAdded), &pipeline);
         const GstPadHandle pad(gst_element_get_static_pad(sink, "sink"));
-        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::firstPicture, &pipeline, nullptr);
+        gst_pad_add_probe(pad.get(), GST_PAD_PROBE_TYPE_BUFFER, &Pipeline::firstFrame, &pipeline, nullptr);
     }
     const GstBusHandle bus(gst_element_get_bus(bin));
     gst_bus_set_sync_handler(bus.get(), &Pipeline::message, &pipeline, nullptr);

@@ -25,9 +25,9 @@ class MediaReader {
 public:
     /// The stream and its output: frames in their coded format, rotated upright, or audio as 48 kHz stereo in interleaved
     /// 32-bit floats.
-    enum class Stream { Video, Sound };
+    enum class Stream { Video, Audio };
 
-    static constexpr int soundRate = 48000;
+    static constexpr int audioRate = 48000;
 
     /// Starts opening the first such stream. `rotation` rotates frames clockwise by 0, 90, 180 or 270 degrees. Throws
     /// `captureError` when the system lacks an element.

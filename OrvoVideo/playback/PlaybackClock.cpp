@@ -30,7 +30,7 @@ std::int64_t monotonicNanoseconds()
 
 /// The pipeline from the mixed audio to the device.
 struct PlaybackClock::Output {
-    std::vector<std::shared_ptr<SoundTrack>> tracks;
+    std::vector<std::shared_ptr<AudioTrack>> tracks;
     GstElementHandle bin;
     GstElement* source = nullptr;
     std::int64_t position = 0; ///< In samples. Used by the streaming thread, and by a seek while that is paused.
@@ -39,7 +39,7 @@ struct PlaybackClock::Output {
     std::mutex mutex; ///< For what is heard.
     std::shared_ptr<const HeardSpans> heard = std::make_shared<HeardSpans>();
 
-    Output(std::vector<std::shared_ptr<SoundTrack>> mixedTracks, const std::string& sinkDescription);
+    Output(std::vector<std::shared_ptr<AudioTrack>> mixedTracks, const std::string& sinkDescription);
     ~Output();
 
     static void needData(GstAppSrc* source, guint, gpointer self) { static_cast<Output*>(self)->pushBlock(source); }
@@ -48,7 +48,7 @@ struct PlaybackClock::Output {
     static GstBusSyncReply message(GstBus*, GstMessage* message, gpointer self);
 };
 
-PlaybackClock::Output::Output(std::vector<std::shared_ptr<SoundTrack>> mixedTracks, const std::string& sinkDescription)
+PlaybackClock::Output::Output(std::vector<std::shared_ptr<AudioTrack>> mixedTracks, const std::string& sinkDescription)
     : tracks(std::move(mixedTracks))
 {
     startGStreamer();
@@ -66,7 +66,7 @@ PlaybackClock::Output::Output(std::vector<std::shared_ptr<SoundTrack>> mixedTrac
     gst_element_link_many(source, tempo, converter, resampler, sink, nullptr);
 
     const GstCapsHandle caps(gst_caps_new_simple("audio/x-raw", "format", G_TYPE_STRING, "F32LE", "rate", G_TYPE_INT,
-        MediaReader::soundRate, "channels", G_TYPE_INT, channels, "layout", G_TYPE_STRING, "interleaved", nullptr));
+        MediaReader::audioRate, "channels", G_TYPE_INT, channels, "layout", G_TYPE_STRING, "interleaved", nullptr));
     g_object_set(source, "caps", caps.get(), "format", GST_FORMAT_TIME, "stream-type", GST_APP_STREAM_TYPE_SEEKABLE,
         "max-buffers", guint64{4}, "max-bytes", guint64{0}, nullptr);
     GstAppSrcCallbacks callbacks{};
@@ -100,10 +100,10 @@ void PlaybackClock::Output::pushBlock(GstAppSrc* appSource)
         const std::scoped_lock lock(mutex);
         spans = heard;
     }
-    spans->apply(position, MediaReader::soundRate, mixed);
+    spans->apply(position, MediaReader::audioRate, mixed);
     gst_buffer_fill(buffer, 0, mixed.data(), sizeof mixed);
-    GST_BUFFER_PTS(buffer) = gst_util_uint64_scale(static_cast<guint64>(position), GST_SECOND, MediaReader::soundRate);
-    GST_BUFFER_DURATION(buffer) = gst_util_uint64_scale(blockSamples, GST_SECOND, MediaReader::soundRate);
+    GST_BUFFER_PTS(buffer) = gst_util_uint64_scale(static_cast<guint64>(position), GST_SECOND, MediaReader::audioRate);
+    GST_BUFFER_DURATION(buffer) = gst_util_uint64_scale(blockSamples, GST_SECOND, MediaReader::audioRate);
     position += static_cast<std::int64_t>(blockSamples);
     gst_app_src_push_buffer(appSource, buffer);
 }
@@ -111,7 +111,7 @@ void PlaybackClock::Output::pushBlock(GstAppSrc* appSource)
 gboolean PlaybackClock::Output::seekData(GstAppSrc*, guint64 offset, gpointer self)
 {
     static_cast<Output*>(self)->position =
-        static_cast<std::int64_t>(gst_util_uint64_scale_round(offset, MediaReader::soundRate, GST_SECOND));
+        static_cast<std::int64_t>(gst_util_uint64_scale_round(offset, MediaReader::audioRate, GST_SECOND));
     return TRUE;
 }
 
@@ -123,7 +123,7 @@ GstBusSyncReply PlaybackClock::Output::message(GstBus*, GstMessage* message, gpo
     return GST_BUS_DROP;
 }
 
-PlaybackClock::PlaybackClock(std::vector<std::shared_ptr<SoundTrack>> tracks, const std::string& sink)
+PlaybackClock::PlaybackClock(std::vector<std::shared_ptr<AudioTrack>> tracks, const std::string& sink)
     : m_output(tracks.empty() ? nullptr : std::make_unique<Output>(std::move(tracks), sink))
 {
 }

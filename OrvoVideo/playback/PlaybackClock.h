@@ -1,7 +1,7 @@
 #pragma once
 
 #include "OrvoVideo/playback/HeardSpans.h"
-#include "OrvoVideo/playback/SoundTrack.h"
+#include "OrvoVideo/playback/AudioTrack.h"
 
 #include <memory>
 #include <mutex>
@@ -17,7 +17,7 @@ namespace orvo {
 class PlaybackClock {
 public:
     /// `sink` is the audio sink in gst-launch notation.
-    PlaybackClock(std::vector<std::shared_ptr<SoundTrack>> tracks, const std::string& sink);
+    PlaybackClock(std::vector<std::shared_ptr<AudioTrack>> tracks, const std::string& sink);
     ~PlaybackClock();
     PlaybackClock(const PlaybackClock&) = delete;
     PlaybackClock& operator=(const PlaybackClock&) = delete;

@@ -44,13 +44,13 @@ struct PreviewEngine::Composition {
     QSize size;
     CompositionLayout layout;
     std::vector<VideoFile> video; ///< In the order of the layout's clips.
-    std::vector<std::shared_ptr<SoundTrack>> sound; ///< By index in the description; null for a file without audio.
+    std::vector<std::shared_ptr<AudioTrack>> sound; ///< By index in the description; null for a file without audio.
     std::shared_ptr<PlaybackClock> clock;
 };
 
-PreviewEngine::PreviewEngine(std::unique_ptr<MediaProbe> probe, std::string soundSink, Listener listener)
+PreviewEngine::PreviewEngine(std::unique_ptr<MediaProbe> probe, std::string audioSink, Listener listener)
     : m_probe(std::move(probe))
-    , m_soundSink(std::move(soundSink))
+    , m_audioSink(std::move(audioSink))
     , m_listener(std::move(listener))
     , m_thread([this](const std::stop_token& stop) { run(stop); })
 {
@@ -142,12 +142,12 @@ void PreviewEngine::run(const std::stop_token& stop)
     } catch (const Error&) {
         // Every load reports it.
     }
-    std::optional<TimePoint> nextPicture;
+    std::optional<TimePoint> nextFrame;
     while (!stop.stop_requested()) {
         std::unique_lock lock(m_mutex);
         const auto ordered = [this] { return m_orders.any(); };
-        if (nextPicture)
-            m_ordered.wait_until(lock, stop, *nextPicture, ordered);
+        if (nextFrame)
+            m_ordered.wait_until(lock, stop, *nextFrame, ordered);
         else
             m_ordered.wait(lock, stop, ordered);
         Orders orders = std::exchange(m_orders, {});
@@ -156,14 +156,14 @@ void PreviewEngine::run(const std::stop_token& stop)
         try {
             perform(std::move(orders), stop);
             if (m_rate.value == 0)
-                nextPicture.reset();
+                nextFrame.reset();
             else
-                nextPicture = hasOrders() ? steady_clock::now() : playOn(stop);
+                nextFrame = hasOrders() ? steady_clock::now() : playOn(stop);
         } catch (const Cancelled&) {
             // Stopped, or replaced by a new load.
         } catch (const std::exception&) {
             // A file vanished or broke after loading: the last frame stays, the rest continues.
-            nextPicture = steady_clock::now() + std::chrono::milliseconds(100);
+            nextFrame = steady_clock::now() + std::chrono::milliseconds(100);
         }
     }
 }
@@ -231,7 +231,7 @@ void PreviewEngine::performLoad(std::uint64_t number, const PreviewComposition& 
     try {
         opened = open(description, loading.get_token());
         takeInUse(opened);
-        first = pictureOf(0, VideoSource::Want::Exact, loading.get_token());
+        first = frameOf(0, VideoSource::Want::Exact, loading.get_token());
     } catch (const Cancelled&) {
         takeInUse(present);
         throw;
@@ -287,7 +287,7 @@ std::shared_ptr<PreviewEngine::Composition> PreviewEngine::open(
     auto composition = std::make_shared<Composition>();
     composition->size = QSize(std::max(description.width, 1), std::max(description.height, 1));
     std::vector<CompositionLayout::Clip> clips;
-    double soundEnd = 0;
+    double audioEnd = 0;
     for (const auto& clip : description.video) {
         const MediaFacts facts = factsOf(clip.file, stop);
         if (!facts.video)
@@ -295,21 +295,21 @@ std::shared_ptr<PreviewEngine::Composition> PreviewEngine::open(
         composition->video.push_back(look(clip.file, facts.video->rotation));
         clips.push_back({.start = clip.start, .length = facts.duration.value_or(0)});
     }
-    std::vector<std::shared_ptr<SoundTrack>> heard;
+    std::vector<std::shared_ptr<AudioTrack>> heard;
     for (const auto& clip : description.audio) {
         const MediaFacts facts = factsOf(clip.file, stop);
         composition->sound.emplace_back();
         if (facts.audioStreams == 0)
             continue;
-        soundEnd = std::max(soundEnd, clip.start + facts.duration.value_or(0));
-        composition->sound.back() = std::make_shared<SoundTrack>(clip.file, clip.start, clip.volume);
+        audioEnd = std::max(audioEnd, clip.start + facts.duration.value_or(0));
+        composition->sound.back() = std::make_shared<AudioTrack>(clip.file, clip.start, clip.volume);
         heard.push_back(composition->sound.back());
     }
     openAll(composition->video, stop);
     for (const auto& track : heard)
         track->open(stop);
-    composition->layout = CompositionLayout(description.fps, std::move(clips), soundEnd);
-    composition->clock = std::make_shared<PlaybackClock>(std::move(heard), m_soundSink);
+    composition->layout = CompositionLayout(description.fps, std::move(clips), audioEnd);
+    composition->clock = std::make_shared<PlaybackClock>(std::move(heard), m_audioSink);
     return composition;
 }
 
@@ -371,7 +371,7 @@ QSize PreviewEngine::canvas() const
     return shown.width() < size.width() ? shown.expandedTo(QSize(1, 1)) : size;
 }
 
-QImage PreviewEngine::pictureOf(
+QImage PreviewEngine::frameOf(
     long frame, VideoSource::Want want, const std::stop_token& stop, const VideoSource::GiveUp& giveUp)
 {
     const auto place = m_composition->layout.placeOf(frame);
@@ -392,7 +392,7 @@ void PreviewEngine::showExactly(long frame, const std::stop_token& stop, const V
 {
     m_shown = frame;
     try {
-        show(pictureOf(frame, VideoSource::Want::Exact, stop, giveUp));
+        show(frameOf(frame, VideoSource::Want::Exact, stop, giveUp));
     } catch (const Error&) {
         // Its file vanished or broke after loading.
         show(m_converter.black(canvas()));
@@ -440,7 +440,7 @@ PreviewEngine::TimePoint PreviewEngine::playOn(const std::stop_token& stop)
         const bool isLate = (now - layout.timeOf(m_shown)) / rate > lateness;
         const auto want =
             isForward && (isLate || rate >= fastSpeed) ? VideoSource::Want::Hurried : VideoSource::Want::Following;
-        m_upcoming = {.frame = frame, .image = pictureOf(frame, want, stop)};
+        m_upcoming = {.frame = frame, .image = frameOf(frame, want, stop)};
         expectNext();
         now = clock.position();
     }

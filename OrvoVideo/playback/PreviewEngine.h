@@ -2,7 +2,7 @@
 
 #include "OrvoVideo/playback/CompositionLayout.h"
 #include "OrvoVideo/playback/HeardSpans.h"
-#include "OrvoVideo/playback/PictureConverter.h"
+#include "OrvoVideo/playback/FrameConverter.h"
 #include "OrvoVideo/playback/PlaybackClock.h"
 #include "OrvoVideo/playback/PreviewPlayer.h"
 #include "OrvoVideo/playback/VideoShelf.h"
@@ -37,7 +37,7 @@ public:
     };
 
     /// `soundSink` is the audio sink in gst-launch notation. Throws `captureError` when GStreamer is unusable.
-    PreviewEngine(std::unique_ptr<MediaProbe> probe, std::string soundSink, Listener listener);
+    PreviewEngine(std::unique_ptr<MediaProbe> probe, std::string audioSink, Listener listener);
     /// Stops within the decoding of one frame.
     ~PreviewEngine() = default;
     PreviewEngine(const PreviewEngine&) = delete;
@@ -86,7 +86,7 @@ private:
     void expectNext();
 
     MediaFacts factsOf(const std::filesystem::path& file, const std::stop_token& stop);
-    QImage pictureOf(
+    QImage frameOf(
         long frame, VideoSource::Want want, const std::stop_token& stop, const VideoSource::GiveUp& giveUp = {});
     void showExactly(long frame, const std::stop_token& stop, const VideoSource::GiveUp& giveUp = {});
     void show(QImage image);
@@ -96,7 +96,7 @@ private:
     void halt();
 
     std::unique_ptr<MediaProbe> m_probe;
-    std::string m_soundSink;
+    std::string m_audioSink;
     Listener m_listener;
 
     std::mutex m_mutex; ///< Guards the orders, `m_heard`, `m_loading` and the pointer to the composition.
@@ -113,7 +113,7 @@ private:
     };
     std::map<std::filesystem::path, KnownFile> m_known; ///< Kept because many edits load the same project again.
     VideoShelf m_shelf;
-    PictureConverter m_converter;
+    FrameConverter m_converter;
     QSize m_displaySize;
     Numbered m_rate;
     double m_paused = 0; ///< The position while paused.

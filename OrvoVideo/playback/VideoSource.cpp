@@ -104,7 +104,7 @@ void VideoSource::prepare(double seconds)
     m_isCutShort = true;
 }
 
-VideoSource::Picture VideoSource::pictureAt(double seconds, Want want, const std::stop_token& stop, const GiveUp& giveUp)
+VideoSource::Frame VideoSource::frameAt(double seconds, Want want, const std::stop_token& stop, const GiveUp& giveUp)
 {
     if (want == Want::Exact && m_hasHoles) {
         m_position.reset();

@@ -23,7 +23,7 @@ public:
     /// Called between two frames; returns whether to give up.
     using GiveUp = std::function<bool()>;
 
-    struct Picture {
+    struct Frame {
         MediaSample sample; ///< Empty when the file has no frames.
         bool isExact = true; ///< False for an intermediate frame after giving up.
     };
@@ -38,7 +38,7 @@ public:
 
     /// The frame shown at `seconds`: the last one that starts at or before it, or the first of the file. Past the end,
     /// the last. Throws `captureError` when the file cannot be decoded, and `Cancelled`.
-    Picture pictureAt(double seconds, Want want, const std::stop_token& stop, const GiveUp& giveUp = {});
+    Frame frameAt(double seconds, Want want, const std::stop_token& stop, const GiveUp& giveUp = {});
 
     /// Starts decoding towards `seconds` once the file is open, without waiting; call it again to continue. Speeds up
     /// `pictureAt`.

@@ -22,10 +22,10 @@ void PreviewItem::setPlayer(PreviewPlayer* player)
         m_player->disconnect(this);
     m_player = player;
     if (m_player) {
-        connect(m_player, &PreviewPlayer::frameChanged, this, &PreviewItem::takePicture);
+        connect(m_player, &PreviewPlayer::frameChanged, this, &PreviewItem::takeFrame);
         updateDisplaySize();
     }
-    takePicture();
+    takeFrame();
     emit playerChanged();
 }
 
@@ -39,22 +39,22 @@ void PreviewItem::setMagnification(double magnification)
     emit magnificationChanged();
 }
 
-void PreviewItem::takePicture()
+void PreviewItem::takeFrame()
 {
-    m_picture = m_player ? m_player->frame() : QImage();
-    m_hasNewPicture = true;
-    placePicture();
+    m_frame = m_player ? m_player->frame() : QImage();
+    m_hasNewFrame = true;
+    placeFrame();
     update();
 }
 
-void PreviewItem::placePicture()
+void PreviewItem::placeFrame()
 {
-    const QSizeF fitted = m_picture.isNull() ? QSizeF() : QSizeF(m_picture.size()).scaled(size(), Qt::KeepAspectRatio);
+    const QSizeF fitted = m_frame.isNull() ? QSizeF() : QSizeF(m_frame.size()).scaled(size(), Qt::KeepAspectRatio);
     // Whole pixels, so that a frame of the exact size is not blurred.
     const QRectF place(std::floor((width() - fitted.width()) / 2), std::floor((height() - fitted.height()) / 2),
         std::round(fitted.width()), std::round(fitted.height()));
-    if (std::exchange(m_pictureRect, place) != place)
-        emit pictureRectChanged();
+    if (std::exchange(m_frameRect, place) != place)
+        emit frameRectChanged();
 }
 
 /// A magnified item requests the full size at once, not a new size for every step of the animation.
@@ -70,7 +70,7 @@ void PreviewItem::geometryChange(const QRectF& now, const QRectF& before)
 {
     QQuickItem::geometryChange(now, before);
     if (now.size() != before.size()) {
-        placePicture();
+        placeFrame();
         updateDisplaySize();
         update();
     }
@@ -86,7 +86,7 @@ void PreviewItem::itemChange(ItemChange change, const ItemChangeData& value)
 QSGNode* PreviewItem::updatePaintNode(QSGNode* node, UpdatePaintNodeData*)
 {
     auto* picture = static_cast<QSGImageNode*>(node);
-    if (m_picture.isNull()) {
+    if (m_frame.isNull()) {
         delete picture;
         return nullptr;
     }
@@ -96,12 +96,12 @@ QSGNode* PreviewItem::updatePaintNode(QSGNode* node, UpdatePaintNodeData*)
         picture->setOwnsTexture(true);
         picture->setFiltering(QSGTexture::Linear);
     }
-    if (std::exchange(m_hasNewPicture, false) || isNew) {
-        QSGTexture* texture = window()->createTextureFromImage(m_picture, QQuickWindow::TextureIsOpaque);
+    if (std::exchange(m_hasNewFrame, false) || isNew) {
+        QSGTexture* texture = window()->createTextureFromImage(m_frame, QQuickWindow::TextureIsOpaque);
         picture->setTexture(texture);
-        picture->setSourceRect(QRectF(QPointF(), QSizeF(m_picture.size())));
+        picture->setSourceRect(QRectF(QPointF(), QSizeF(m_frame.size())));
     }
-    picture->setRect(m_pictureRect);
+    picture->setRect(m_frameRect);
     return picture;
 }
 

@@ -17,7 +17,7 @@ class PreviewItem : public QQuickItem {
     /// Scale at which the item is displayed. The player then delivers frames of sufficient resolution.
     Q_PROPERTY(double magnification READ magnification WRITE setMagnification NOTIFY magnificationChanged)
     /// Rectangle of the frame in the item, for overlays.
-    Q_PROPERTY(QRectF pictureRect READ pictureRect NOTIFY pictureRectChanged)
+    Q_PROPERTY(QRectF frameRect READ frameRect NOTIFY frameRectChanged)
 
 public:
     explicit PreviewItem(QQuickItem* parent = nullptr);
@@ -26,12 +26,12 @@ public:
     void setPlayer(PreviewPlayer* player);
     double magnification() const { return m_magnification; }
     void setMagnification(double magnification);
-    QRectF pictureRect() const { return m_pictureRect; }
+    QRectF frameRect() const { return m_frameRect; }
 
 signals:
     void playerChanged();
     void magnificationChanged();
-    void pictureRectChanged();
+    void frameRectChanged();
 
 protected:
     QSGNode* updatePaintNode(QSGNode* node, UpdatePaintNodeData* data) override;
@@ -39,15 +39,15 @@ protected:
     void itemChange(ItemChange change, const ItemChangeData& value) override;
 
 private:
-    void takePicture();
-    void placePicture();
+    void takeFrame();
+    void placeFrame();
     void updateDisplaySize();
 
     QPointer<PreviewPlayer> m_player;
     double m_magnification = 1;
-    QImage m_picture;
-    bool m_hasNewPicture = false;
-    QRectF m_pictureRect;
+    QImage m_frame;
+    bool m_hasNewFrame = false;
+    QRectF m_frameRect;
 };
 
 } // namespace orvo

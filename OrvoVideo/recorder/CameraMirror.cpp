@@ -13,15 +13,15 @@ namespace {
 constexpr int step = 4; ///< Shows one of this many camera pixels in each direction.
 
 /// A reduced image in RGB.
-QImage reduced(const PictureMemory& memory)
+QImage reduced(const FrameMemory& memory)
 {
     const auto size = memory.size();
-    QImage picture(size.width / step, size.height / step, QImage::Format_RGB32);
-    for (int y = 0; y < picture.height(); ++y) {
-        auto* line = reinterpret_cast<QRgb*>(picture.scanLine(y));
+    QImage frame(size.width / step, size.height / step, QImage::Format_RGB32);
+    for (int y = 0; y < frame.height(); ++y) {
+        auto* line = reinterpret_cast<QRgb*>(frame.scanLine(y));
         const auto* luma = memory.luma() + static_cast<std::ptrdiff_t>(y) * step * memory.lumaStride();
         const auto chroma = static_cast<std::ptrdiff_t>(y) * step / 2 * memory.chromaStride();
-        for (std::ptrdiff_t x = 0; x < picture.width(); ++x) {
+        for (std::ptrdiff_t x = 0; x < frame.width(); ++x) {
             // Limited range, BT.601, in 256ths.
             const int c = 298 * (luma[x * step] - 16) + 128;
             const int d = memory.blue()[chroma + x * step / 2] - 128;
@@ -30,7 +30,7 @@ QImage reduced(const PictureMemory& memory)
             line[x] = qRgb(part(c + 409 * e), part(c - 100 * d - 208 * e), part(c + 516 * d));
         }
     }
-    return picture;
+    return frame;
 }
 
 } // namespace
@@ -91,11 +91,11 @@ QCoro::Task<> CameraMirror::watch()
             Qt::QueuedConnection);
     };
     const auto latest = std::make_shared<Latest>();
-    const CameraStream::Receiver receiver{.picture =
-                                              [this, toMain, latest](const CapturedPicture& picture) {
+    const CameraStream::Receiver receiver{.frame =
+                                              [this, toMain, latest](const CapturedFrame& frame) {
                                                   if (latest->underWay.exchange(true))
                                                       return;
-                                                  toMain([this, latest, image = reduced(*picture.memory)] {
+                                                  toMain([this, latest, image = reduced(*frame.memory)] {
                                                       latest->underWay = false;
                                                       show(image);
                                                   });
@@ -122,10 +122,10 @@ QCoro::Task<> CameraMirror::watch()
     }
 }
 
-void CameraMirror::show(const QImage& picture)
+void CameraMirror::show(const QImage& frame)
 {
     const bool was = showing();
-    m_picture = picture;
+    m_frame = frame;
     update();
     if (was != showing())
         emit showingChanged();
@@ -141,10 +141,10 @@ void CameraMirror::setError(const QString& error)
 
 void CameraMirror::paint(QPainter* painter)
 {
-    if (m_picture.isNull())
+    if (m_frame.isNull())
         return;
     painter->setRenderHint(QPainter::SmoothPixmapTransform);
-    painter->drawImage(QRectF(0, 0, width(), height()), m_picture);
+    painter->drawImage(QRectF(0, 0, width(), height()), m_frame);
 }
 
 } // namespace orvo

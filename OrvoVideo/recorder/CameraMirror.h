@@ -29,7 +29,7 @@ public:
     void setDevice(const QString& device);
     bool active() const { return m_active; }
     void setActive(bool active);
-    bool showing() const { return !m_picture.isNull(); }
+    bool showing() const { return !m_frame.isNull(); }
     QString error() const { return m_error; }
 
     void paint(QPainter* painter) override;
@@ -45,13 +45,13 @@ private:
 
     void restart();
     QCoro::Task<> watch();
-    void show(const QImage& picture);
+    void show(const QImage& frame);
     void setError(const QString& error);
 
     QString m_device;
     bool m_active = false;
     QString m_error;
-    QImage m_picture;
+    QImage m_frame;
     DeviceStream<CameraStream> m_stream;
 };
 

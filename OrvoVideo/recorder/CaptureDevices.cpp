@@ -13,7 +13,7 @@ namespace orvo {
 namespace {
 
 struct Found {
-    AudioInputs::Devices sound;
+    AudioInputs::Devices audio;
     std::vector<CameraDevice> cameras;
 };
 
@@ -22,7 +22,7 @@ Found look()
 {
     Found found;
     try {
-        found.sound = AudioInputs::list();
+        found.audio = AudioInputs::list();
     } catch (const Error&) {
         // No sound server, no devices.
     }
@@ -86,8 +86,8 @@ QCoro::Task<> CaptureDevices::list()
     } catch (const Cancelled&) {
         co_return; // This object is being destroyed.
     }
-    const auto microphones = listOf(QStringLiteral("Micrófono predeterminado"), found.sound.microphones);
-    const auto outputs = listOf(QStringLiteral("Salida predeterminada"), found.sound.outputs);
+    const auto microphones = listOf(QStringLiteral("Micrófono predeterminado"), found.audio.microphones);
+    const auto outputs = listOf(QStringLiteral("Salida predeterminada"), found.audio.outputs);
     const auto cameras = listOf(QStringLiteral("Primera cámara"), found.cameras);
     if (microphones == m_microphones && outputs == m_outputs && cameras == m_cameras)
         co_return;

@@ -1,6 +1,6 @@
 #include "OrvoVideo/recorder/MicrophoneLevel.h"
 
-#include "OrvoVideo/capture/audio/SoundLevel.h"
+#include "OrvoVideo/capture/audio/AudioLevel.h"
 #include "VideoCore/Error.h"
 
 #include <algorithm>
@@ -58,7 +58,7 @@ QCoro::Task<> MicrophoneLevel::listen()
 {
     try {
         co_await m_stream.open([device = m_device.toStdString()] {
-            return AudioStream::open(AudioStream::Input::microphone, device, [](const SoundBlock&) { });
+            return AudioStream::open(AudioStream::Input::microphone, device, [](const AudioBlock&) { });
         });
     } catch (const Cancelled&) {
         co_return; // Another microphone was chosen, or this object is being destroyed.
@@ -72,7 +72,7 @@ QCoro::Task<> MicrophoneLevel::listen()
 void MicrophoneLevel::measure()
 {
     const double peak = m_stream.get()->takePeak();
-    setLevel(std::max(soundLevel(peak), m_level - fall));
+    setLevel(std::max(audioLevel(peak), m_level - fall));
 }
 
 void MicrophoneLevel::setLevel(double level)

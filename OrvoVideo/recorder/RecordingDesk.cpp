@@ -131,7 +131,7 @@ void RecordingDesk::followCountdown()
         const QRect area =
             captured.source.windowID ? screen->geometry() : windowRect(captured.area, rectOf(captured.source.rect), *screen);
         m_countdown = std::make_unique<CountdownWindow>(
-            *screen, area.center(), m_recorder.capture()->picture(), QString::fromStdString(captured.source.label));
+            *screen, area.center(), m_recorder.capture()->frame(), QString::fromStdString(captured.source.label));
     }
     m_countdown->setCount(m_recorder.countdown());
 }

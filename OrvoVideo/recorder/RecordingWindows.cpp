@@ -90,10 +90,10 @@ void CountdownWindow::paintEvent(QPaintEvent*)
     painter.setFont(digits(15, QFont::DemiBold));
     painter.drawText(caption, Qt::AlignCenter,
         painter.fontMetrics().elidedText(QStringLiteral("Se graba: %1").arg(m_label), Qt::ElideRight, caption.width()));
-    QRect picture({}, m_shared.size().scaled(sharedRoom, Qt::KeepAspectRatio));
-    picture.moveCenter(QRect({sharedMargin, caption.bottom() + sharedMargin}, sharedRoom).center());
+    QRect frame({}, m_shared.size().scaled(sharedRoom, Qt::KeepAspectRatio));
+    frame.moveCenter(QRect({sharedMargin, caption.bottom() + sharedMargin}, sharedRoom).center());
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.drawImage(picture, m_shared);
+    painter.drawImage(frame, m_shared);
 }
 
 } // namespace orvo

@@ -65,7 +65,7 @@ void SourceMirror::look()
         return;
     // A shared source was captured once, when it was chosen.
     if (source->stream)
-        show(m_choice->picture());
+        show(m_choice->frame());
     else
         take(*source);
 }
@@ -74,12 +74,12 @@ QCoro::Task<> SourceMirror::take(CaptureSource source)
 {
     m_taking = true;
     const double ratio = window() ? window()->effectiveDevicePixelRatio() : 1;
-    const PictureSize maxSize{static_cast<int>(std::ceil(width() * ratio)), static_cast<int>(std::ceil(height() * ratio))};
-    QImage picture;
+    const FrameSize maxSize{static_cast<int>(std::ceil(width() * ratio)), static_cast<int>(std::ceil(height() * ratio))};
+    QImage frame;
     try {
         if (const auto taken =
-                co_await m_workers.run([source, maxSize] { return CaptureSources::picture(source, maxSize); }))
-            picture = CaptureChoice::imageOf(*taken);
+                co_await m_workers.run([source, maxSize] { return CaptureSources::frame(source, maxSize); }))
+            frame = CaptureChoice::imageOf(*taken);
     } catch (const Cancelled&) {
         co_return; // This object is being destroyed.
     } catch (const std::exception&) {
@@ -87,15 +87,15 @@ QCoro::Task<> SourceMirror::take(CaptureSource source)
     }
     m_taking = false;
     if (source.id == m_sourceId.toStdString())
-        show(picture);
+        show(frame);
     else
         look(); // Another source was chosen meanwhile.
 }
 
-void SourceMirror::show(const QImage& picture)
+void SourceMirror::show(const QImage& frame)
 {
     const bool was = showing();
-    m_picture = picture;
+    m_frame = frame;
     update();
     if (was != showing())
         emit showingChanged();
@@ -103,11 +103,11 @@ void SourceMirror::show(const QImage& picture)
 
 void SourceMirror::paint(QPainter* painter)
 {
-    if (m_picture.isNull())
+    if (m_frame.isNull())
         return;
-    const QSizeF size = QSizeF(m_picture.size()).scaled(width(), height(), Qt::KeepAspectRatio);
+    const QSizeF size = QSizeF(m_frame.size()).scaled(width(), height(), Qt::KeepAspectRatio);
     painter->setRenderHint(QPainter::SmoothPixmapTransform);
-    painter->drawImage(QRectF(QPointF((width() - size.width()) / 2, (height() - size.height()) / 2), size), m_picture);
+    painter->drawImage(QRectF(QPointF((width() - size.width()) / 2, (height() - size.height()) / 2), size), m_frame);
 }
 
 } // namespace orvo

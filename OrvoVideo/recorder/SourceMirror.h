@@ -28,7 +28,7 @@ public:
     void setChoice(CaptureChoice* choice);
     QString sourceId() const { return m_sourceId; }
     void setSourceId(const QString& id);
-    bool showing() const { return !m_picture.isNull(); }
+    bool showing() const { return !m_frame.isNull(); }
 
     void paint(QPainter* painter) override;
 
@@ -43,11 +43,11 @@ protected:
 private:
     void look();
     QCoro::Task<> take(CaptureSource source);
-    void show(const QImage& picture);
+    void show(const QImage& frame);
 
     QPointer<CaptureChoice> m_choice;
     QString m_sourceId;
-    QImage m_picture;
+    QImage m_frame;
     QTimer m_clock;
     bool m_taking = false;
     Workers m_workers;

@@ -16,7 +16,7 @@ ApplicationWindow {
 
     /// Whether the library stands beside the rest; in a narrow window it comes over it when asked for.
     readonly property bool wide: width >= 1100
-    readonly property bool pictureAlone: app.hasProject && (projectPage.item?.pictureAlone ?? false)
+    readonly property bool previewAlone: app.hasProject && (projectPage.item?.previewAlone ?? false)
     /// Before the picture was shown alone.
     property int before: Window.Windowed
     property bool quitting: false
@@ -115,9 +115,9 @@ ApplicationWindow {
     }
 
     onWideChanged: drawer.close()
-    onPictureAloneChanged: {
+    onPreviewAloneChanged: {
         drawer.close()
-        if (pictureAlone) {
+        if (previewAlone) {
             before = visibility
             showFullScreen()
         } else if (visibility === Window.FullScreen) {
@@ -162,7 +162,7 @@ ApplicationWindow {
     }
 
     menuBar: MainMenu {
-        visible: !root.pictureAlone
+        visible: !root.previewAlone
         app: root.app
         libraryShown: root.wide ? remembered.libraryShown : drawer.opened
         inspectorShown: remembered.inspectorShown
@@ -203,7 +203,7 @@ ApplicationWindow {
             // A width remembered from a larger window leaves the editor what it needs.
             SplitView.maximumWidth: Math.max(220, Math.min(400, columns.width - 760))
             clip: true
-            active: root.wide && remembered.libraryShown && !root.pictureAlone
+            active: root.wide && remembered.libraryShown && !root.previewAlone
             visible: active
             sourceComponent: librarySidebar
         }
@@ -390,7 +390,7 @@ ApplicationWindow {
     }
 
     footer: StatusBar {
-        visible: !root.pictureAlone
+        visible: !root.previewAlone
         app: root.app
         timeline: projectPage.item?.timeline ?? null
     }

@@ -2,7 +2,7 @@
 
 #include "OrvoVideo/model/ModelText.h"
 #include "VideoCore/Error.h"
-#include "VideoMedia/StillPicture.h"
+#include "VideoMedia/StillFrame.h"
 
 #include <QCryptographicHash>
 #include <QImage>
@@ -22,7 +22,7 @@ namespace {
 Q_LOGGING_CATEGORY(log, "orvo.thumbnails")
 
 /// Where the picture of this state of the movie is kept.
-fs::path cachedPicture(const fs::path& movie, const fs::file_time_type& changed, std::uintmax_t size)
+fs::path cachedThumbnail(const fs::path& movie, const fs::file_time_type& changed, std::uintmax_t size)
 {
     const auto key = std::format("{}|{}|{}", movie.string(), changed.time_since_epoch().count(), size);
     const auto digest = QCryptographicHash::hash(QByteArray::fromStdString(key), QCryptographicHash::Sha1).toHex();
@@ -31,19 +31,19 @@ fs::path cachedPicture(const fs::path& movie, const fs::file_time_type& changed,
 }
 
 /// The picture of a movie, from the cache when it lies there. Blocks.
-QImage pictureOf(const fs::path& movie, const std::stop_token& stop)
+QImage frameOf(const fs::path& movie, const std::stop_token& stop)
 {
-    const fs::path picture = cachedPicture(movie, fs::last_write_time(movie), fs::file_size(movie));
-    if (const QImage cached(QString::fromStdString(picture.string())); !cached.isNull())
+    const fs::path frame = cachedThumbnail(movie, fs::last_write_time(movie), fs::file_size(movie));
+    if (const QImage cached(QString::fromStdString(frame.string())); !cached.isNull())
         return cached;
-    fs::create_directories(picture.parent_path());
-    QTemporaryFile file(QString::fromStdString(picture.parent_path() / "XXXXXX.jpg"));
+    fs::create_directories(frame.parent_path());
+    QTemporaryFile file(QString::fromStdString(frame.parent_path() / "XXXXXX.jpg"));
     if (!file.open())
         return {};
     // The very first frame of a recording is often empty. A movie that ends before has no frame there.
     for (const double seconds : {1.0, 0.0}) {
         try {
-            writeStillPicture({.movie = movie, .seconds = seconds, .height = ThumbnailProvider::height},
+            writeStillFrame({.movie = movie, .seconds = seconds, .height = ThumbnailProvider::height},
                 file.fileName().toStdString(), stop);
         } catch (const Error&) {
             if (seconds == 0)
@@ -54,7 +54,7 @@ QImage pictureOf(const fs::path& movie, const std::stop_token& stop)
         if (made.isNull())
             continue;
         // Two that make the same picture leave one of them.
-        file.setAutoRemove(::rename(file.fileName().toLocal8Bit().constData(), picture.c_str()) != 0);
+        file.setAutoRemove(::rename(file.fileName().toLocal8Bit().constData(), frame.c_str()) != 0);
         return made;
     }
     return {};
@@ -73,7 +73,7 @@ public:
     {
         try {
             if (!m_cancelled.stop_requested() && !m_stop.stop_requested())
-                m_image = pictureOf(m_movie, m_stop);
+                m_image = frameOf(m_movie, m_stop);
         } catch (const Cancelled&) {
             // The application ends.
         } catch (const std::exception& error) {

@@ -12,7 +12,7 @@ ColumnLayout {
     property bool libraryReachable: false
     property bool inspectorShown: true
     readonly property alias timeline: editor.timeline
-    readonly property alias pictureAlone: editor.pictureAlone
+    readonly property alias previewAlone: editor.previewAlone
 
     /// A project that was opened has the keyboard.
     readonly property string projectId: app.project.projectId
@@ -50,7 +50,7 @@ ColumnLayout {
     }
 
     RowLayout {
-        visible: !root.pictureAlone
+        visible: !root.previewAlone
         Layout.fillWidth: true
         Layout.leftMargin: Theme.space(3)
         Layout.rightMargin: Theme.space(4)
@@ -156,7 +156,7 @@ ColumnLayout {
         }
     }
     Rectangle {
-        visible: !root.pictureAlone
+        visible: !root.previewAlone
         Layout.fillWidth: true
         implicitHeight: 1
         color: Theme.line

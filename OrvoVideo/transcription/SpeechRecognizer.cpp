@@ -96,7 +96,7 @@ public:
     float probabilityOf(const TranscriptWord& word) const { return m_probabilities.at(word.id); }
 
 private:
-    std::vector<float> soundOf(const Chunk& chunk)
+    std::vector<float> audioOf(const Chunk& chunk)
     {
         std::vector<float> samples(chunk.size());
         for (const auto& piece : chunk.pieces())
@@ -107,7 +107,7 @@ private:
     Whisper::Answer heardIn(const Chunk& chunk, float temperature, std::span<const int> before)
     {
         constexpr int beams = 5;
-        auto heard = m_whisper.recognise(soundOf(chunk),
+        auto heard = m_whisper.recognise(audioOf(chunk),
             {.language = m_language,
                 .prompt = promptFor(m_language),
                 .before = before,
@@ -134,9 +134,9 @@ private:
             bool sayable = true;
             placed = placedIn(chunk, heard.words, sayable);
             const bool repeats = repeatsSentence(heard.words);
-            const bool sound = heard.complete && sayable && !repeats;
-            const bool caught = repeats || (!sound && repeatsItself(heard.words));
-            if (!sound)
+            const bool audio = heard.complete && sayable && !repeats;
+            const bool caught = repeats || (!audio && repeatsItself(heard.words));
+            if (!audio)
                 m_before.clear();
             else
                 m_before.insert(m_before.end(), heard.tokens.begin(), heard.tokens.end());

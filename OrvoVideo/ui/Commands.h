@@ -77,7 +77,7 @@ public:
         RestoreChosen,
         RemoveChosen,
         LetGo,
-        ShowPictureAlone,
+        ShowPreviewAlone,
         Search,
         NextMatch,
         PreviousMatch,

@@ -82,29 +82,29 @@ void Icon::redraw()
 
 QSGNode* Icon::updatePaintNode(QSGNode* node, UpdatePaintNodeData*)
 {
-    auto* picture = static_cast<QSGImageNode*>(node);
+    auto* frame = static_cast<QSGImageNode*>(node);
     const double side = std::min(width(), height());
     if (m_name.isEmpty() || side <= 0) {
-        delete picture;
+        delete frame;
         m_stale = true;
         return nullptr;
     }
-    if (!picture || m_stale) {
+    if (!frame || m_stale) {
         const int pixels = static_cast<int>(std::ceil(side * window()->effectiveDevicePixelRatio()));
         const QImage drawn = image(m_name, m_color, pixels);
         if (drawn.isNull()) {
-            delete picture;
+            delete frame;
             return nullptr;
         }
-        if (!picture)
-            picture = window()->createImageNode();
-        picture->setOwnsTexture(true);
-        picture->setTexture(window()->createTextureFromImage(drawn, QQuickWindow::TextureCanUseAtlas));
-        picture->setFiltering(QSGTexture::Linear);
+        if (!frame)
+            frame = window()->createImageNode();
+        frame->setOwnsTexture(true);
+        frame->setTexture(window()->createTextureFromImage(drawn, QQuickWindow::TextureCanUseAtlas));
+        frame->setFiltering(QSGTexture::Linear);
         m_stale = false;
     }
-    picture->setRect((width() - side) / 2, (height() - side) / 2, side, side);
-    return picture;
+    frame->setRect((width() - side) / 2, (height() - side) / 2, side, side);
+    return frame;
 }
 
 } // namespace orvo

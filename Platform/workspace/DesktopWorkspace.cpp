@@ -57,14 +57,14 @@ public:
             const char* name;
             const char* privacy;
             const char* shortcuts;
-            const char* sound;
+            const char* audio;
         };
         static constexpr Program programs[]{
             {"gnome-control-center", "privacy", "keyboard", "sound"},
             {"systemsettings", "kcm_app-permissions", "kcm_keys", "kcm_pulseaudio"},
             {"xfce4-settings-manager", nullptr, nullptr, nullptr},
         };
-        if (page == SettingsPage::sound) { // The desktops without a page of their own bring this program.
+        if (page == SettingsPage::audio) { // The desktops without a page of their own bring this program.
             if (const QString mixer = QStandardPaths::findExecutable(QStringLiteral("pavucontrol")); !mixer.isEmpty())
                 return QProcess::startDetached(mixer, {});
         }
@@ -73,7 +73,7 @@ public:
             if (found.isEmpty())
                 continue;
             const char* name = page == SettingsPage::privacy ? program.privacy
-                : page == SettingsPage::sound                ? program.sound
+                : page == SettingsPage::audio                ? program.audio
                                                              : program.shortcuts;
             if (QProcess::startDetached(found, name ? QStringList{QString::fromLatin1(name)} : QStringList()))
                 return true;

@@ -31,7 +31,7 @@ public:
     virtual void openAddress(const std::string& address) = 0;
 
     /// A page of the desktop's settings.
-    enum class SettingsPage : std::uint8_t { privacy, shortcuts, sound };
+    enum class SettingsPage : std::uint8_t { privacy, shortcuts, audio };
     /// Opens a page of the desktop's settings. Returns false when the desktop is known to have none.
     virtual bool openSettings(SettingsPage page) = 0;
 };

@@ -99,7 +99,7 @@ public:
 };
 
 /// Runs the event loop until the condition holds and returns the longest time that one event held the main thread.
-double longestHoldUntil(const std::function<bool()>& condition)
+double maxHoldUntil(const std::function<bool()>& condition)
 {
     TimedApplication::longest = 0;
     while (!condition())
@@ -176,7 +176,7 @@ void autosave(benchmark::State& state)
         QElapsedTimer whole;
         whole.start();
         const double asked = timed([&] { hour.model->flushSave(); });
-        const double hold = std::max(asked, longestHoldUntil([&] { return !hour.model->unsavedChanges(); }));
+        const double hold = std::max(asked, maxHoldUntil([&] { return !hour.model->unsavedChanges(); }));
         untilOnDisk += static_cast<double>(whole.nsecsElapsed()) / 1e6;
         state.SetIterationTime(hold / 1e3);
         holds.push_back(hold);
@@ -245,13 +245,13 @@ void listLibrary(benchmark::State& state)
                         .pasteboard = std::make_unique<test::FakePasteboard>(),
                         .loadSecret = test::noSecret});
             });
-            hold = std::max(hold, longestHoldUntil([&] { return model->libraryListed(); }));
+            hold = std::max(hold, maxHoldUntil([&] { return model->libraryListed(); }));
             untilListed += static_cast<double>(whole.nsecsElapsed()) / 1e6;
             // Once more, with one more project in it.
             const auto count = model->library()->count();
             model->store().create(sampleProject(fiveMinutes));
             hold = std::max(hold, timed([&] { model->refreshLibrary(); }));
-            hold = std::max(hold, longestHoldUntil([&] { return model->library()->count() > count; }));
+            hold = std::max(hold, maxHoldUntil([&] { return model->library()->count() > count; }));
         }
         state.SetIterationTime(hold / 1e3);
         holds.push_back(hold);

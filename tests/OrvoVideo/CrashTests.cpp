@@ -13,12 +13,12 @@ namespace fs = std::filesystem;
 /// A process that edits a project until it is killed.
 class Editor : public QProcess {
 public:
-    Editor(const ProjectStore& store, const VideoProject& project, int longestPause)
+    Editor(const ProjectStore& store, const VideoProject& project, int maxPause)
     {
         connect(this, &QProcess::readyReadStandardOutput, this, &Editor::listen);
         start(QCoreApplication::applicationFilePath(),
             {"--edit", QString::fromStdString(store.root().string()), QString::fromStdString(project.id.text()),
-                QString::number(longestPause)});
+                QString::number(maxPause)});
     }
 
     void crash()

@@ -84,7 +84,7 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
     const auto opened = openNew(10);
     const auto image = folder / "photo.PNG";
     ffmpeg({"-f", "lavfi", "-i", "color=red:size=16x16", "-frames:v", "1", "-update", "1", image.string()});
-    const std::string picture = readFile(image);
+    const std::string frame = readFile(image);
     model->addImage(); // Cancelled.
     EXPECT_EQ(panels->asked, 1);
 
@@ -97,19 +97,19 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
     EXPECT_THAT(overlay.content, testing::MatchesRegex("media/[0-9A-F-]{36}\\.PNG"));
     EXPECT_EQ(overlay.start, 8);
     EXPECT_EQ(overlay.end, 10);
-    EXPECT_EQ(readFile(store.directory(opened.id) / overlay.content), picture);
+    EXPECT_EQ(readFile(store.directory(opened.id) / overlay.content), frame);
     EXPECT_EQ(model->overlays()->get(0)["source"].toUrl().fileName(),
         QString::fromStdString(std::filesystem::path(overlay.content).filename()));
 
-    std::ofstream(folder / "noextension") << picture;
+    std::ofstream(folder / "noextension") << frame;
     model->editing()->addImageFile(QUrl::fromLocalFile(QString::fromStdString((folder / "noextension").string())));
     ASSERT_TRUE(waitUntil([&] { return edit().overlays.size() == 2; }));
     EXPECT_THAT(edit().overlays[1].content, testing::EndsWith("."));
 
     // What cannot be shown is told, and leaves nothing behind.
-    std::ofstream(folder / "half.png") << picture.substr(0, picture.size() / 2);
-    std::ofstream(folder / "photo.\xE9") << picture;
-    std::ofstream(folder / "huge.png") << picture;
+    std::ofstream(folder / "half.png") << frame.substr(0, frame.size() / 2);
+    std::ofstream(folder / "photo.\xE9") << frame;
+    std::ofstream(folder / "huge.png") << frame;
     std::filesystem::resize_file(folder / "huge.png", (256 << 20) + 1);
     ASSERT_EQ(::mkfifo((folder / "pipe.png").c_str(), 0600), 0);
     const std::pair<std::string, std::string> cases[]{

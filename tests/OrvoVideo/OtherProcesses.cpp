@@ -37,7 +37,7 @@ int runEdits(const QStringList& arguments)
 {
     auto store = std::make_unique<const ProjectStore>(arguments[0].toStdString());
     const auto project = store->load(*Uuid::parse(arguments[1].toStdString()));
-    const int longestPause = arguments[2].toInt();
+    const int maxPause = arguments[2].toInt();
     AppModel model({.store = std::move(store),
         .probe = std::make_shared<FfprobeMediaProbe>(),
         .player = std::make_unique<FakePlayer>(),
@@ -63,7 +63,7 @@ int runEdits(const QStringList& arguments)
             edited.edit.events.edit().push_back({.time = number / 10.0, .kind = PointerKind::zoom});
         });
         say("made " + std::to_string(number));
-        edits.start(QRandomGenerator::global()->bounded(longestPause + 1));
+        edits.start(QRandomGenerator::global()->bounded(maxPause + 1));
     });
     edits.start();
     return QCoreApplication::exec();

@@ -52,7 +52,7 @@ TEST_F(PlaybackTests, NoCutIsSeenLongerThanAStepOfTheWatcher)
     std::vector<int> shown;
     const auto* seen = model->player();
     QObject::connect(seen, &PreviewPlayer::frameChanged, model.get(), [&] {
-        if (const auto number = pictureNumber(seen->frame()))
+        if (const auto number = frameNumber(seen->frame()))
             shown.push_back(*number);
     });
     model->play();

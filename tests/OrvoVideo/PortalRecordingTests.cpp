@@ -3,7 +3,7 @@
 #include "TestSupport/Media.h"
 #include "TestSupport/PrivateBus.h"
 #include "TestSupport/SharedScreen.h"
-#include "TestSupport/SoundWorld.h"
+#include "TestSupport/AudioWorld.h"
 
 #include <QFile>
 
@@ -73,7 +73,7 @@ TEST_F(PortalRecordingTests, TheDesktopIsAskedAndItsAnswersAreTold)
 
 TEST_F(PortalRecordingTests, AScreenWithScaledContentsIsMeasured)
 {
-    const SoundWorld world; // Its PipeWire is what streams need.
+    const AudioWorld world; // Its PipeWire is what streams need.
     const SharedScreen screen({.width = 320, .height = 180});
     FakePortal portal(bus.address());
     portal.node = screen.node();
@@ -105,7 +105,7 @@ TEST_F(PortalRecordingTests, AScreenWithScaledContentsIsMeasured)
 
 TEST_F(PortalRecordingTests, FractionalScalingLosesNoLines)
 {
-    const SoundWorld world;
+    const AudioWorld world;
     const SharedScreen screen({.width = 344, .height = 180});
     FakePortal portal(bus.address());
     portal.node = screen.node();
@@ -115,7 +115,7 @@ TEST_F(PortalRecordingTests, FractionalScalingLosesNoLines)
     model->recorder()->capture()->choose();
     const auto source = QCoro::waitFor(model->recorder()->capture()->sourceForRecording());
     ASSERT_TRUE(source);
-    EXPECT_EQ(captureSize(source->rect, source->scale, 1080), (PictureSize{344, 180}));
+    EXPECT_EQ(captureSize(source->rect, source->scale, 1080), (FrameSize{344, 180}));
     EXPECT_EQ(source->label, "Pantalla elegida · 344×180");
 }
 

@@ -1,6 +1,6 @@
 #include "DisplayRecordingFixture.h"
 #include "TestSupport/Media.h"
-#include "TestSupport/SoundWorld.h"
+#include "TestSupport/AudioWorld.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/PointerLog.h"
 
@@ -223,7 +223,7 @@ TEST_F(RecordingTests, AStartThatFailsSaysWhy)
 
 TEST_F(RecordingTests, AMicrophoneThatIsNotHeardIsToldAfterFiveSeconds)
 {
-    const SoundWorld sound; // Whose microphone hears nothing yet.
+    const AudioWorld audio; // Whose microphone hears nothing yet.
     begin();
     auto options = model->options();
     options.microphone = true;

@@ -21,7 +21,7 @@ protected:
         spoken.tracks = {track(TrackKind::microphone, "media/microphone.m4a", 2.5, 1)};
         spoken.edit.cuts = {{1, 2}};
         spoken = add(std::move(spoken));
-        makeSound(store.directory(spoken.id) / "media/microphone.m4a", "sine=440:d=1");
+        makeAudio(store.directory(spoken.id) / "media/microphone.m4a", "sine=440:d=1");
         select(spoken);
         // Also said while the model goes.
         const auto* speaking = model.get();

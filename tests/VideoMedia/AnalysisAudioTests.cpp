@@ -33,7 +33,7 @@ protected:
     /// Where the mix has sound, by halves of a second.
     std::string halves() const
     {
-        const auto samples = decodeSound(destination);
+        const auto samples = decodeAudio(destination);
         std::string result;
         for (double at = 0; at + 0.5 <= static_cast<double>(samples.size()) / 48'000 + 0.01; at += 0.5)
             result += level(samples, at + 0.1, at + 0.4) > 0.001 ? '#' : '.';
@@ -46,7 +46,7 @@ protected:
 TEST_F(AnalysisAudioTest, PutsEveryTrackAtItsTime)
 {
     // A microphone that begins late and is turned down, telephone sound, and six channels of which only the last one sounds.
-    makeSound(media("microphone.m4a"), "sine=440:d=1");
+    makeAudio(media("microphone.m4a"), "sine=440:d=1");
     ffmpeg({"-f", "lavfi", "-i", "sine=300:d=0.5:r=8000", "-ar", "8000", media("system.wav").string()});
     ffmpeg({"-f", "lavfi", "-i", "aevalsrc=0|0|0|0|0|sin(1000*t):c=5.1:d=0.5", media("clip.wav").string()});
     makeVideo(media("screen.mov"), "testsrc2=size=64x36:rate=10:duration=6"); // Without sound.
@@ -60,7 +60,7 @@ TEST_F(AnalysisAudioTest, PutsEveryTrackAtItsTime)
     EXPECT_EQ(probe(destination).audioChannels, 1);
 }
 
-TEST_F(AnalysisAudioTest, TheSoundOfCamerasDoesNotCount)
+TEST_F(AnalysisAudioTest, TheAudioOfCamerasDoesNotCount)
 {
     ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x36:rate=10:duration=1", "-f", "lavfi", "-i", "sine=440:d=1",
         media("camera.mov").string()});

@@ -93,7 +93,7 @@ TEST_F(ExportFailure, RefusesMissingForeignAndDamagedMedia)
         EXPECT_THAT(failure(), HasSubstr("no es válido")) << outside;
     }
     project.tracks = {track(TrackKind::screen, "media/sound.m4a", 0, 4)};
-    makeSound(store.directory(project.id) / "media/sound.m4a", "sine=duration=4");
+    makeAudio(store.directory(project.id) / "media/sound.m4a", "sine=duration=4");
     EXPECT_EQ(failure(), "«media/sound.m4a» no contiene vídeo.");
 }
 
@@ -136,7 +136,7 @@ TEST_F(ExportFailure, ReportsAFullDestination)
     EXPECT_THAT(text, HasSubstr("No space left on device"));
 }
 
-TEST(ExportFullLibrary, NeedsNoRoomForTheSound)
+TEST(ExportFullLibrary, NeedsNoRoomForTheAudio)
 {
     constexpr std::size_t room = 512 << 10; // The mixed sound of 20 seconds takes seven times as much.
     const SmallDisk disk(room);

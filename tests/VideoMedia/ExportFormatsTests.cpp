@@ -16,7 +16,7 @@ protected:
         : ExportFixture("library", 4)
     {
         makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=640x360:rate=30:duration=4");
-        makeSound(addTrack(TrackKind::microphone, "microphone.m4a"), "sine=frequency=300:duration=4,volume=0.2");
+        makeAudio(addTrack(TrackKind::microphone, "microphone.m4a"), "sine=frequency=300:duration=4,volume=0.2");
         project.width = 640;
         project.height = 360;
         project.edit.cuts = {{2, 3}};
@@ -44,7 +44,7 @@ TEST_F(ExportFormats, WritesEveryFormatWithTheCuts)
     const auto sound = renderTo("out.m4a", {.format = ExportFormat::audio});
     EXPECT_NEAR(probe(sound).audioDuration, 3, 0.05);
     EXPECT_EQ(probe(sound).videoCodec, "");
-    EXPECT_GT(level(decodeSound(sound), 0.5, 2.5), 0.01);
+    EXPECT_GT(level(decodeAudio(sound), 0.5, 2.5), 0.01);
 
     const auto gif = probe(renderTo("only.gif", {.height = 90, .fps = 10, .format = ExportFormat::gif}));
     EXPECT_EQ(gif.videoCodec, "gif");

@@ -39,8 +39,8 @@ TEST_F(ExportTiming, AWholeRecordingWithEverything)
 {
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=640x360:rate=30:duration=6");
     makeVideo(addTrack(TrackKind::camera, "camera.mov"), "color=red:size=160x90:rate=30:duration=6");
-    makeSound(addTrack(TrackKind::microphone, "microphone.m4a"), "sine=frequency=300:duration=6,volume=0.05");
-    makeSound(addTrack(TrackKind::system, "system.m4a"), "sine=frequency=900:duration=6,volume=0.02");
+    makeAudio(addTrack(TrackKind::microphone, "microphone.m4a"), "sine=frequency=300:duration=6,volume=0.05");
+    makeAudio(addTrack(TrackKind::system, "system.m4a"), "sine=frequency=900:duration=6,volume=0.02");
     project.width = 640;
     project.height = 360;
     for (int i = 0; i < 72; ++i)
@@ -80,7 +80,7 @@ TEST_F(ExportTiming, AWholeRecordingWithEverything)
     EXPECT_THAT(leftovers(), IsEmpty());
 }
 
-TEST_F(ExportTiming, PictureAndSoundStayTogetherOverFiftyCuts)
+TEST_F(ExportTiming, FrameAndAudioStayTogetherOverFiftyCuts)
 {
     makePlain();
     // Both are late by nature: what they delay must be made up for.
@@ -92,7 +92,7 @@ TEST_F(ExportTiming, PictureAndSoundStayTogetherOverFiftyCuts)
     // A white flash of one frame and a click of the same length at every full second.
     makeVideo(addTrack(TrackKind::screen, "screen.mov"),
         "color=black:size=160x90:rate=30:duration=60,drawbox=c=white:t=fill:enable='eq(mod(n,30),0)'");
-    makeSound(addTrack(TrackKind::microphone, "microphone.m4a"),
+    makeAudio(addTrack(TrackKind::microphone, "microphone.m4a"),
         "aevalsrc='if(lt(mod(t,1),0.033),sin(2*PI*1000*t),0)':sample_rate=48000:duration=60");
     for (int i = 1; i <= 50; ++i)
         project.edit.cuts.edit().push_back({i + 0.31 + i * 0.0017, i + 0.77 - i * 0.0013});
@@ -107,10 +107,10 @@ TEST_F(ExportTiming, PictureAndSoundStayTogetherOverFiftyCuts)
             flashes.push_back(static_cast<double>(i) / 30);
     }
     std::vector<double> clicks;
-    const auto sound = decodeSound(out);
-    for (std::size_t i = 0; i < sound.size(); ++i) {
+    const auto audio = decodeAudio(out);
+    for (std::size_t i = 0; i < audio.size(); ++i) {
         const double time = static_cast<double>(i) / 48'000;
-        if (std::abs(sound[i]) > 0.3F && (clicks.empty() || time - clicks.back() > 0.2))
+        if (std::abs(audio[i]) > 0.3F && (clicks.empty() || time - clicks.back() > 0.2))
             clicks.push_back(time);
     }
     ASSERT_EQ(flashes.size(), 60U);
@@ -124,7 +124,7 @@ TEST_F(ExportTiming, PictureAndSoundStayTogetherOverFiftyCuts)
     }
 }
 
-TEST_F(ExportTiming, PictureAndSoundStayTogetherOverManyClips)
+TEST_F(ExportTiming, FrameAndAudioStayTogetherOverManyClips)
 {
     // Each clip is about half a frame longer than a number of frames, and has a flash and a click at its beginning.
     constexpr int clips = 12;
@@ -146,22 +146,22 @@ TEST_F(ExportTiming, PictureAndSoundStayTogetherOverManyClips)
 
         expectLengths(probe(out));
         const auto frames = decodeFrames(out);
-        const auto sound = decodeSound(out);
+        const auto audio = decodeAudio(out);
         for (int i = 0; i < clips; ++i) {
             const auto start = static_cast<std::size_t>(std::round(i * length * 30));
             EXPECT_GT(frames.at(start).mean(0, 0, 1, 1).brightness(), 128) << "clip " << i;
             if (i > 0) {
                 EXPECT_LT(frames.at(start - 1).mean(0, 0, 1, 1).brightness(), 128) << "clip " << i;
             }
-            EXPECT_GT(level(sound, i * length + 0.002, i * length + 0.03), 0.3) << "clip " << i;
+            EXPECT_GT(level(audio, i * length + 0.002, i * length + 0.03), 0.3) << "clip " << i;
         }
     }
 }
 
-TEST_F(ExportTiming, TheVoiceIsNormalisedAndTheOtherSoundKeepsItsGain)
+TEST_F(ExportTiming, TheVoiceIsNormalisedAndTheOtherAudioKeepsItsGain)
 {
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=gray:size=320x180:rate=30:duration=6");
-    makeSound(addTrack(TrackKind::microphone, "microphone.m4a"), "anoisesrc=color=pink:seed=1:duration=6:amplitude=0.02");
+    makeAudio(addTrack(TrackKind::microphone, "microphone.m4a"), "anoisesrc=color=pink:seed=1:duration=6:amplitude=0.02");
     project.edit.noiseReduction = false;
     project.edit.fade = 0;
     EXPECT_NEAR(loudness(render()), -16, 1.5);
@@ -173,18 +173,18 @@ TEST_F(ExportTiming, TheVoiceIsNormalisedAndTheOtherSoundKeepsItsGain)
     EXPECT_NEAR(loudness(render()), plain + 6.02, 0.5);
 }
 
-TEST_F(ExportTiming, ALateSoundTrackStaysLateAndSilenceIsSound)
+TEST_F(ExportTiming, ALateAudioTrackStaysLateAndSilenceIsAudio)
 {
     makePlain();
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=gray:size=320x180:rate=30:duration=6");
     expectLengths(probe(render()));
-    EXPECT_LT(level(decodeSound(folder / "out.mp4"), 0, 6), 1e-4);
+    EXPECT_LT(level(decodeAudio(folder / "out.mp4"), 0, 6), 1e-4);
 
-    makeSound(addTrack(TrackKind::system, "system.m4a", 2.5, 2), "sine=frequency=440:duration=2");
-    const auto sound = decodeSound(render());
-    EXPECT_LT(level(sound, 0, 2.45), 1e-3);
-    EXPECT_GT(level(sound, 2.55, 4.4), 0.05);
-    EXPECT_LT(level(sound, 4.6, 6), 1e-3);
+    makeAudio(addTrack(TrackKind::system, "system.m4a", 2.5, 2), "sine=frequency=440:duration=2");
+    const auto audio = decodeAudio(render());
+    EXPECT_LT(level(audio, 0, 2.45), 1e-3);
+    EXPECT_GT(level(audio, 2.55, 4.4), 0.05);
+    EXPECT_LT(level(audio, 4.6, 6), 1e-3);
 }
 
 /// The most memory that any program has had which this process has run, in MB.
@@ -205,7 +205,7 @@ TEST_F(ExportTiming, AGraphOfHundredsOfCutsTakesLittleMemory)
     const std::vector<RenderGraph::Input> inputs{{.track = project.tracks.items().front(), .file = "screen.mov"}};
     const auto peak = [&] {
         writeFileAtomically(folder / "graph.txt",
-            RenderGraph::picture(project, inputs, {.size = size, .annotations = folder / "annotations.ass"}));
+            RenderGraph::frame(project, inputs, {.size = size, .annotations = folder / "annotations.ass"}));
         ProcessRunner::run(*ProcessRunner::ffmpeg(),
             {"-filter_complex_threads", "1", "-f", "lavfi", "-i", "color=size=64x36:rate=30:duration=120", "-f", "lavfi",
                 "-i", "anullsrc=r=48000:cl=stereo,atrim=duration=120", "-/filter_complex", folder / "graph.txt", "-map",
@@ -243,12 +243,12 @@ TEST_F(ExportTiming, ACutWithoutAFadeDoesNotClick)
     makePlain();
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=gray:size=64x36:rate=30:duration=6");
     const auto voice = addTrack(TrackKind::microphone, "microphone.m4a");
-    makeSound(voice, "sine=frequency=137:duration=6,volume=4");
+    makeAudio(voice, "sine=frequency=137:duration=6,volume=4");
     // On the frames, so that the joints are known exactly.
     project.edit.cuts = {{1, 1.5}, {2, 2.7}, {3.1, 4}};
-    const auto film = decodeSound(render());
+    const auto film = decodeAudio(render());
 
-    const auto spoken = decodeSound(voice);
+    const auto spoken = decodeAudio(voice);
     std::vector<float> bare; // As scissors alone would join it.
     std::vector<std::size_t> joints;
     for (const auto& span : Timeline::kept(6, project.edit.cuts)) {

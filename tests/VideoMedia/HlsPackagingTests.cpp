@@ -61,9 +61,9 @@ protected:
         return file;
     }
 
-    static std::string dominant(const Picture& picture)
+    static std::string dominant(const Frame& frame)
     {
-        const auto mean = picture.mean(0, 0, 1, 1);
+        const auto mean = frame.mean(0, 0, 1, 1);
         return mean.red > 150 ? "red" : mean.blue > 150 ? "blue" : "green";
     }
 
@@ -155,9 +155,9 @@ TEST_F(HlsPackaging, MakesRenditionsThatPlay)
         EXPECT_EQ(dominant(frames[50]), "green");
         EXPECT_EQ(dominant(frames[99]), "green");
         EXPECT_EQ(dominant(frames[100]), "blue");
-        const auto sound = decodeSound(played(package / step / "index.m3u8"));
-        EXPECT_NEAR(static_cast<double>(sound.size()) / 48'000, 13.5, 0.1);
-        EXPECT_GT(level(sound, 6, 13), 0.05);
+        const auto audio = decodeAudio(played(package / step / "index.m3u8"));
+        EXPECT_NEAR(static_cast<double>(audio.size()) / 48'000, 13.5, 0.1);
+        EXPECT_GT(level(audio, 6, 13), 0.05);
         // After a jump into the middle of a segment.
         EXPECT_EQ(dominant(decodeFrames(played(package / step / "index.m3u8", 8.0)).front()), "green");
         EXPECT_EQ(dominant(decodeFrames(played(package / step / "index.m3u8", 12.6)).front()), "blue");
@@ -192,12 +192,12 @@ TEST_F(HlsPackaging, AStepThatTheMovieIsAlreadyHasItsFrames)
     EXPECT_EQ(hashes(folder / "hls/720/index.m3u8"), own);
     EXPECT_EQ(hashes(folder / "hls/480/index.m3u8").size(), 135U);
     // The sound is the movie's. Only the movie says that the encoder's first frame is skipped and its last one cut short.
-    auto sound = hashes(movie, "0:a");
-    sound.pop_back();
+    auto audio = hashes(movie, "0:a");
+    audio.pop_back();
     for (const auto* step : {"480", "720"}) {
         const auto heard = hashes(folder / "hls" / step / "index.m3u8", "0:a");
-        ASSERT_GT(heard.size(), sound.size());
-        EXPECT_TRUE(std::equal(sound.begin(), sound.end(), heard.begin() + 1)) << step;
+        ASSERT_GT(heard.size(), audio.size());
+        EXPECT_TRUE(std::equal(audio.begin(), audio.end(), heard.begin() + 1)) << step;
     }
     EXPECT_EQ(dominant(decodeFrames(played(folder / "hls/720/index.m3u8", 12.6)).front()), "blue");
 

@@ -61,11 +61,11 @@ TEST_F(ImportTest, FragmentedRecordingsHaveTheirWholeLength)
     EXPECT_NEAR(import(folder / "fragments.mov").duration, 20, 0.05);
 }
 
-TEST_F(ImportTest, AMovieWithSoundOnlyIsHeardOverBlackBehindTheOthers)
+TEST_F(ImportTest, AMovieWithAudioOnlyIsHeardOverBlackBehindTheOthers)
 {
     makeVideo(folder / "good.mp4", "color=white:size=64x36:rate=30:duration=1");
     auto project = import(folder / "good.mp4");
-    makeSound(folder / "sound.m4a", "sine=duration=1");
+    makeAudio(folder / "sound.m4a", "sine=duration=1");
     project = MovieImport::importMovie(store, folder / "sound.m4a", project, FfprobeMediaProbe());
     ASSERT_EQ(project.tracks.size(), 2U);
     EXPECT_EQ(project.tracks[1].kind, TrackKind::clip);

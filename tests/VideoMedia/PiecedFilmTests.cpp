@@ -46,11 +46,11 @@ protected:
         makeVideo(addTrack(TrackKind::screen, "screen.mov"), source);
     }
 
-    static int numberIn(const Picture& picture)
+    static int numberIn(const Frame& frame)
     {
         int number = 0;
         for (int bit = 0; bit < bits; ++bit)
-            number |= (picture.at(24 * bit + 12, 12).brightness() > 128 ? 1 : 0) << bit;
+            number |= (frame.at(24 * bit + 12, 12).brightness() > 128 ? 1 : 0) << bit;
         return number;
     }
 
@@ -68,15 +68,15 @@ protected:
     static std::vector<int> numbersIn(const fs::path& film)
     {
         std::vector<int> numbers;
-        for (const auto& picture : decodeFrames(film))
-            numbers.push_back(numberIn(picture));
+        for (const auto& frame : decodeFrames(film))
+            numbers.push_back(numberIn(frame));
         return numbers;
     }
 
     void makeEverything()
     {
         makeVideo(addTrack(TrackKind::camera, "camera.mov"), "testsrc=size=160x90:rate=25:duration=44");
-        makeSound(addTrack(TrackKind::microphone, "microphone.m4a"), "sine=frequency=300:duration=48,volume=0.1");
+        makeAudio(addTrack(TrackKind::microphone, "microphone.m4a"), "sine=frequency=300:duration=48,volume=0.1");
         for (int i = 0; i < 48 * 12; ++i)
             project.edit.events.edit().push_back(
                 pointer(i % 20 == 0 ? PointerKind::click : PointerKind::move, i / 12.0, i / 600.0, 0.5));
@@ -183,8 +183,8 @@ TEST_F(PiecedFilmTests, DrawsTheFramesOfTheWholeFilm)
         SCOPED_TRACE(zooms);
         if (!zooms)
             std::erase_if(project.edit.events.edit(), [](const auto& event) { return event.kind == PointerKind::zoom; });
-        const RenderGraph::PictureSettings settings{.size = size, .annotations = annotations};
-        const auto whole = hashes(project, RenderGraph::picture(project, inputs, settings),
+        const RenderGraph::VideoSettings settings{.size = size, .annotations = annotations};
+        const auto whole = hashes(project, RenderGraph::frame(project, inputs, settings),
             {"-i", inputs[0].file, "-i", inputs[1].file, "-f", "lavfi", "-i", "anullsrc=r=48000:duration=48"});
         std::vector<std::string> joined;
         for (const auto& piece : RenderGraph::piecesOf(project, 30)) {
@@ -195,7 +195,7 @@ TEST_F(PiecedFilmTests, DrawsTheFramesOfTheWholeFilm)
                     {"-noaccurate_seek", "-ss", std::to_string(std::max(static_cast<double>(piece.first()) / 30 - 0.5, 0.0)),
                         "-i", input.file});
             }
-            const auto made = hashes(shown, RenderGraph::piecePicture(shown, inputs, settings, piece), arguments);
+            const auto made = hashes(shown, RenderGraph::pieceVideo(shown, inputs, settings, piece), arguments);
             EXPECT_EQ(made.size(), static_cast<std::size_t>(piece.length()));
             joined.insert(joined.end(), made.begin(), made.end());
         }
@@ -250,7 +250,7 @@ TEST_F(PiecedFilmTests, EncodesOnlyWhatAnEditChanged)
 {
     makePlain();
     makeScreen();
-    makeSound(addTrack(TrackKind::microphone, "microphone.m4a"), "sine=frequency=300:duration=48,volume=0.1");
+    makeAudio(addTrack(TrackKind::microphone, "microphone.m4a"), "sine=frequency=300:duration=48,volume=0.1");
     exported("film.mp4");
     const auto first = kept();
     ASSERT_EQ(films(first, piecesFolder()), 5U);

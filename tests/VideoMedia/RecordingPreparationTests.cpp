@@ -49,7 +49,7 @@ protected:
     std::stop_source stop;
 };
 
-TEST_F(RecordingPreparationTest, APictureOfOddSizeIsMadeEven)
+TEST_F(RecordingPreparationTest, AFrameOfOddSizeIsMadeEven)
 {
     makeBrowserFile(addTrack(TrackKind::screen, "screen.webm"),
         {"-f", "lavfi", "-i", "color=white:size=101x75:rate=30:duration=1", "-c:v", "libvpx", "-deadline", "realtime"});
@@ -67,7 +67,7 @@ TEST_F(RecordingPreparationTest, PreparesWhatCannotBeReadAndReadsThePointerLog)
 {
     makeBrowserFile(addTrack(TrackKind::microphone, "microphone.webm"),
         {"-f", "lavfi", "-i", "sine=frequency=440:duration=2", "-c:a", "libopus"});
-    makeSound(addTrack(TrackKind::system, "system.m4a"), "sine=frequency=880:duration=2");
+    makeAudio(addTrack(TrackKind::system, "system.m4a"), "sine=frequency=880:duration=2");
     std::ofstream(store.directory(project.id) / "pointer-events.jsonl")
         << R"({"duration":2.5,"id":")" << fixedId(100).text()
         << R"(","kind":"move","scale":1.8,"time":1.5,"x":0.5,"y":0.25})"
@@ -86,7 +86,7 @@ TEST_F(RecordingPreparationTest, PreparesWhatCannotBeReadAndReadsThePointerLog)
     EXPECT_THAT(project.edit.events, SizeIs(2));
 }
 
-TEST_F(RecordingPreparationTest, SoundThatABrowserLostIsSilenceAndWhatFollowsStaysWithThePicture)
+TEST_F(RecordingPreparationTest, AudioThatABrowserLostIsSilenceAndWhatFollowsStaysWithTheFrame)
 {
     // Ten milliseconds more are missing after each 0.6 seconds, as the times of the packets tell.
     const auto whole = folder / "whole.webm";
@@ -103,7 +103,7 @@ TEST_F(RecordingPreparationTest, SoundThatABrowserLostIsSilenceAndWhatFollowsSta
     }
     RecordingPreparation::apply(project, prepare(RecordingPreparation::Which::needed));
     for (const auto& track : project.tracks) {
-        const auto samples = decodeSound(store.mediaURL(project, track.file));
+        const auto samples = decodeAudio(store.mediaURL(project, track.file));
         const auto tone = std::ranges::find_if(samples, [](float sample) { return std::abs(sample) > 0.1F; });
         EXPECT_NEAR(static_cast<double>(tone - samples.begin()) / 48'000, 5.08, 0.01) << textOf(track.kind);
     }
@@ -132,7 +132,7 @@ TEST_F(RecordingPreparationTest, PadsAndTrimsDevicesOfABrowserToBeginWithTheScre
             EXPECT_EQ(track.start, 0);
             EXPECT_NEAR(track.duration, std::max(4.0, 4 + start), 0.1) << textOf(track.kind);
         }
-        const auto samples = decodeSound(store.mediaURL(project, project.tracks[0].file));
+        const auto samples = decodeAudio(store.mediaURL(project, project.tracks[0].file));
         const auto tone = std::ranges::find_if(samples, [](float sample) { return std::abs(sample) > 0.1F; });
         EXPECT_NEAR(static_cast<double>(tone - samples.begin()) / 48'000, 2 + start, 0.03);
         if (start == 0)

@@ -32,7 +32,7 @@ std::vector<Input> inputsOf(const VideoProject& project)
     return inputs;
 }
 
-std::string pictureOf(const VideoProject& project)
+std::string frameOf(const VideoProject& project)
 {
     return RenderGraph::picture(project, inputsOf(project),
         {.size = RenderGraph::outputSize(project, 1080),
@@ -65,7 +65,7 @@ TEST(RenderGraph, WritesDurationsWithoutExponents)
     auto project = emptyProject(6e-05);
     project.tracks = {
         track(TrackKind::screen, "media/screen.mov", 0, 6e-05), track(TrackKind::microphone, "media/voice.m4a", 0, 6e-05)};
-    for (const auto& graph : {mixOf(project), pictureOf(project)})
+    for (const auto& graph : {mixOf(project), frameOf(project)})
         EXPECT_THAT(graph, testing::Not(testing::ContainsRegex("(duration|start|end|[^a-z]d|st)=[0-9.]+e")));
 }
 
@@ -104,7 +104,7 @@ TEST(RenderGraph, BitRateFollowsPixelsAndQuality)
         {std::pair{ExportQuality::small, ExportQuality::balanced}, {ExportQuality::balanced, ExportQuality::high}}) {
         const auto rates = static_cast<double>(RenderGraph::videoBitRate(fine, full, 30))
             / static_cast<double>(RenderGraph::videoBitRate(coarse, full, 30));
-        const int steps = RenderGraph::smallestQuantizer(coarse) - RenderGraph::smallestQuantizer(fine);
+        const int steps = RenderGraph::minQuantizer(coarse) - RenderGraph::minQuantizer(fine);
         EXPECT_NEAR(6 * std::log2(rates), steps, 1) << textOf(coarse);
     }
 }
@@ -123,7 +123,7 @@ TEST(RenderGraph, PutsEveryStepInItsPlace)
     project.edit.cuts = {{4, 5}, {8, 8.3}};
     project.edit.sharpen = true;
     project.edit.fade = 1;
-    EXPECT_TRUE(matchesGolden("every-step.picture.txt", pictureOf(project)));
+    EXPECT_TRUE(matchesGolden("every-step.picture.txt", frameOf(project)));
     EXPECT_TRUE(matchesGolden("every-step.audio.txt", mixOf(project)));
 }
 
@@ -131,10 +131,10 @@ TEST(RenderGraph, ReadsOneSpanWithoutSplitting)
 {
     auto project = screenProject();
     project.edit.fade = 0;
-    EXPECT_TRUE(matchesGolden("one-span.picture.txt", pictureOf(project)));
+    EXPECT_TRUE(matchesGolden("one-span.picture.txt", frameOf(project)));
     project.edit.fade = 0.5;
-    EXPECT_THAT(pictureOf(project), HasSubstr("fade=t=in:d=0.5,fade=t=out:st=11.5:d=0.5[v0]"));
-    EXPECT_THAT(pictureOf(project), HasSubstr("trim=duration=12.0[source0]")) << "a single clip has no fade of its own";
+    EXPECT_THAT(frameOf(project), HasSubstr("fade=t=in:d=0.5,fade=t=out:st=11.5:d=0.5[v0]"));
+    EXPECT_THAT(frameOf(project), HasSubstr("trim=duration=12.0[source0]")) << "a single clip has no fade of its own";
 }
 
 TEST(RenderGraph, MixesWhatIsAudible)
@@ -158,7 +158,7 @@ TEST(RenderGraph, MixesWhatIsAudible)
     EXPECT_THAT(mixOf(project), HasSubstr("volume=1.5,adelay=0:all=1[voice0]"));
 }
 
-TEST(RenderGraph, UploadsTheFinishedPictureToHardware)
+TEST(RenderGraph, UploadsTheFinishedFrameToHardware)
 {
     const auto project = screenProject();
     const auto graph = RenderGraph::picture(
@@ -243,14 +243,14 @@ TEST(KeptSpans, FadeAtTheirEndsAndNeverClick)
     using testing::ElementsAre;
     EXPECT_THAT(RenderGraph::keptSpans(project, 30),
         ElementsAre(KeptSpan{{0, 2}, 0.15, 0.15, 0.15},
-            testing::Field(&KeptSpan::pictureFade, testing::DoubleNear(0.1, 1e-9)), KeptSpan{{5, 10}, 0.15, 0.15, 0.15}))
+            testing::Field(&KeptSpan::videoFade, testing::DoubleNear(0.1, 1e-9)), KeptSpan{{5, 10}, 0.15, 0.15, 0.15}))
         << "at most a third of the span";
     project.edit.fade = 0;
     const auto dry = RenderGraph::keptSpans(project, 30);
     ASSERT_EQ(dry.size(), 3U);
     EXPECT_EQ(dry[0], (KeptSpan{{0, 2}, 0, 0, 0.01})) << "the beginning of the recording is no cut";
-    EXPECT_EQ(dry[1].soundIn, 0.01);
-    EXPECT_EQ(dry[1].soundOut, 0.01);
+    EXPECT_EQ(dry[1].audioIn, 0.01);
+    EXPECT_EQ(dry[1].audioOut, 0.01);
     EXPECT_EQ(dry[2], (KeptSpan{{5, 10}, 0, 0.01, 0})) << "nor is its end";
 }
 

@@ -169,7 +169,7 @@ TEST_F(ImportExport, RejectsNonMovies)
     std::ofstream(folder / "texto.mp4") << "esto es un texto";
     std::ofstream(folder / "vacío.mp4").flush();
     std::ofstream(folder / "lista.mp4") << "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\n" << clip.string() << "\n";
-    makeSound(folder / "sonido.m4a", "sine=duration=1");
+    makeAudio(folder / "sonido.m4a", "sine=duration=1");
     ffmpeg({"-i", clip, "-c:v", "copy", "-an", "-f", "h264", folder / "crudo.h264"});
     struct Case {
         fs::path file;

@@ -109,8 +109,8 @@ Program::Program(std::vector<std::string> arguments, const Setup& setup)
         ::dup2(in.reading, STDIN_FILENO);
         ::dup2(file >= 0 ? file : out.writing, STDOUT_FILENO);
         ::dup2(err.writing, STDERR_FILENO);
-        if (setup.largestFile) {
-            const rlimit limit{*setup.largestFile, *setup.largestFile};
+        if (setup.maxFile) {
+            const rlimit limit{*setup.maxFile, *setup.maxFile};
             ::setrlimit(RLIMIT_FSIZE, &limit);
             ::signal(SIGXFSZ, SIG_IGN);
         }

@@ -32,7 +32,7 @@ public:
         bool errorTerminal = false; ///< Standard error is.
         std::string outputFile; ///< Standard output is this file instead.
         std::optional<uid_t> user; ///< Run as this user.
-        std::optional<std::size_t> largestFile; ///< RLIMIT_FSIZE, with SIGXFSZ ignored.
+        std::optional<std::size_t> maxFile; ///< RLIMIT_FSIZE, with SIGXFSZ ignored.
     };
 
     Program(std::vector<std::string> arguments, const Setup& setup);

@@ -134,14 +134,14 @@ TEST_F(Publish, ResumesWhenKilledAtAnyRequest)
 TEST_F(Publish, LosesNothingOnAFullDisk)
 {
     const auto document = this->document();
-    setup.largestFile = 3'000;
+    setup.maxFile = 3'000;
     const auto full = orvo({"publish", id});
     EXPECT_EQ(full.status, 1);
     EXPECT_THAT(full.err, Not(IsEmpty()));
     EXPECT_THAT(server.asked("POST"), IsEmpty());
     EXPECT_EQ(this->document(), document);
     EXPECT_FALSE(fs::exists(store.directory(project.id) / "publication/signature.txt"));
-    setup.largestFile.reset();
+    setup.maxFile.reset();
     EXPECT_EQ(orvo({"publish", id}).status, 0);
     EXPECT_EQ(server.received("media/screen.mov"), readFile(store.directory(project.id) / "media/screen.mov"));
 }
@@ -346,7 +346,7 @@ TEST_F(Publish, PackagesCompletelyOrNotAtAll)
 
     EXPECT_THAT(orvo({"package", id, target}).err, HasSubstr("no está vacía"));
     EXPECT_THAT(orvo({"package", id, store.directory(project.id) / "nueva"}).err, Not(IsEmpty()));
-    setup.largestFile = 3'000;
+    setup.maxFile = 3'000;
     const auto outcome = orvo({"package", id, folder / "lleno"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_FALSE(fs::exists(folder / "lleno"));

@@ -80,8 +80,8 @@ TEST_F(Transcribe, RemovesOnlyWhatIsSuggested)
     EXPECT_NEAR(probe(movie).audioDuration, edited.playableDuration(), 0.05);
 
     // The energy of every sentence is all there, to its first and last sound.
-    const auto samples = decodeSound(movie);
-    const auto original = decodeSound(store.directory(project.id) / "media/microphone.m4a");
+    const auto samples = decodeAudio(movie);
+    const auto original = decodeAudio(store.directory(project.id) / "media/microphone.m4a");
     double removed = 0;
     std::size_t cut = 0;
     const auto cuts = edited.edit.cuts.items();
@@ -126,7 +126,7 @@ TEST_F(Transcribe, RefusesWithoutATrace)
     std::ofstream(folder / "ggml-roto.bin") << "no es un modelo";
     setup.environment["ORVO_MODELS"] = folder.path();
     refused({"--model", "roto"}, 1, "ggml-roto.bin» está dañado o no es un modelo. Bórralo");
-    setup.largestFile = 100'000;
+    setup.maxFile = 100'000;
     refused({}, 1, "El proceso de vídeo falló: ");
 }
 

@@ -17,7 +17,7 @@ protected:
     Validate()
     {
         makeVideo(media("screen.mov"), "testsrc2=size=64x36:rate=10:duration=2");
-        makeSound(media("microphone.m4a"), "sine=duration=2");
+        makeAudio(media("microphone.m4a"), "sine=duration=2");
         project.duration = 2;
         project.tracks = {
             track(TrackKind::screen, "media/screen.mov", 0, 2), track(TrackKind::microphone, "media/microphone.m4a", 0, 2)};

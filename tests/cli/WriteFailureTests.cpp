@@ -20,11 +20,11 @@ TEST_F(WriteFailure, LosesNothingOnAFullDisk)
     store.save(project);
     const std::string before = document();
 
-    setup.largestFile = before.size() / 2;
+    setup.maxFile = before.size() / 2;
     expectFailure({"cut", id, "1", "2"}, 1, "el archivo es demasiado grande");
     EXPECT_EQ(document(), before);
     EXPECT_THAT(namesIn(store.directory(project.id)), ElementsAre("media", "project.json"));
-    setup.largestFile.reset();
+    setup.maxFile.reset();
 
     const SmallDisk disk(before.size() + 16'384);
     if (!disk)

@@ -58,18 +58,18 @@ void makeVideo(const fs::path& file, const std::string& source)
         "-g", "60", file.string()});
 }
 
-void makeSound(const fs::path& file, const std::string& source)
+void makeAudio(const fs::path& file, const std::string& source)
 {
     ffmpeg({"-f", "lavfi", "-i", source, "-c:a", "aac", "-b:a", "160k", "-ar", "48000", file.string()});
 }
 
-Picture::Colour Picture::at(int x, int y) const
+Frame::Colour Frame::at(int x, int y) const
 {
     const auto index = (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)) * 3;
     return {.red = pixels.at(index), .green = pixels.at(index + 1), .blue = pixels.at(index + 2)};
 }
 
-Picture::Colour Picture::mean(double left, double top, double right, double bottom) const
+Frame::Colour Frame::mean(double left, double top, double right, double bottom) const
 {
     Colour sum;
     int count = 0;
@@ -85,7 +85,7 @@ Picture::Colour Picture::mean(double left, double top, double right, double bott
     return {.red = sum.red / count, .green = sum.green / count, .blue = sum.blue / count};
 }
 
-std::vector<Picture> decodeFrames(const fs::path& file)
+std::vector<Frame> decodeFrames(const fs::path& file)
 {
     const TemporaryFolder folder;
     const auto facts = probe(file);
@@ -93,7 +93,7 @@ std::vector<Picture> decodeFrames(const fs::path& file)
         (folder / "frames").string()});
     const std::string bytes = readFile(folder / "frames");
     const std::size_t size = static_cast<std::size_t>(facts.width) * static_cast<std::size_t>(facts.height) * 3;
-    std::vector<Picture> frames;
+    std::vector<Frame> frames;
     for (std::size_t at = 0; at + size <= bytes.size(); at += size) {
         frames.push_back({.width = facts.width,
             .height = facts.height,
@@ -116,7 +116,7 @@ std::vector<double> similarity(const fs::path& one, const fs::path& other)
     return result;
 }
 
-std::vector<float> decodeSound(const fs::path& file)
+std::vector<float> decodeAudio(const fs::path& file)
 {
     const TemporaryFolder folder;
     ffmpeg({"-i", file.string(), "-map", "0:a:0", "-ac", "1", "-ar", "48000", "-f", "f32le", (folder / "samples").string()});

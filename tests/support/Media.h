@@ -17,10 +17,10 @@ std::string ffmpeg(const std::vector<std::string>& arguments);
 void makeVideo(const std::filesystem::path& file, const std::string& source);
 
 /// Makes an AAC file from a lavfi graph with one sound output.
-void makeSound(const std::filesystem::path& file, const std::string& source);
+void makeAudio(const std::filesystem::path& file, const std::string& source);
 
 /// A decoded picture.
-struct Picture {
+struct Frame {
     struct Colour {
         int red = 0;
         int green = 0;
@@ -41,13 +41,13 @@ struct Picture {
 
 /// Every frame of a file's first video stream, in order, exactly as stored: no frame repeated or dropped. For small
 /// pictures.
-std::vector<Picture> decodeFrames(const std::filesystem::path& file);
+std::vector<Frame> decodeFrames(const std::filesystem::path& file);
 
 /// How alike the frames of two films of one size are to the eye, each up to 1: their structural similarity.
 std::vector<double> similarity(const std::filesystem::path& one, const std::filesystem::path& other);
 
 /// The first sound stream of a file as mono samples at 48 kHz, −1..1.
-std::vector<float> decodeSound(const std::filesystem::path& file);
+std::vector<float> decodeAudio(const std::filesystem::path& file);
 
 /// Root mean square of the samples from `start` to `end` seconds.
 double level(const std::vector<float>& samples, double start, double end);

@@ -190,17 +190,17 @@ private:
     {
         while (!stop.stop_requested()) {
             if (turns && !std::exchange(m_turned, true)) {
-                send(Content::picture);
+                send(Content::frame);
                 std::this_thread::sleep_for(std::chrono::milliseconds(5));
                 send(Content::turned);
                 std::this_thread::sleep_for(std::chrono::milliseconds(5));
             }
-            send(m_turned ? Content::nothing : Content::picture);
+            send(m_turned ? Content::nothing : Content::frame);
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
     }
 
-    enum class Content : std::uint8_t { picture, turned, nothing };
+    enum class Content : std::uint8_t { frame, turned, nothing };
 
     void send(Content content)
     {

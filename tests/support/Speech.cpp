@@ -25,7 +25,7 @@ std::vector<Said> makeSpeech(
     for (auto&& [number, said] : texts | std::views::enumerate) {
         const fs::path voice = folder / std::format("{}.wav", number);
         ProcessRunner::run("/usr/bin/espeak-ng", {"-v", "es", "-s", "140", "-w", voice.string(), said.text});
-        const auto samples = decodeSound(voice);
+        const auto samples = decodeAudio(voice);
         const auto loud = [](float sample) { return std::abs(sample) > audible; };
         const double first = static_cast<double>(std::ranges::find_if(samples, loud) - samples.begin()) / rate;
         const double last =

@@ -67,7 +67,7 @@ std::vector<double> toneStarts(const std::filesystem::path& file)
 {
     constexpr float loud = 0.05F;
     constexpr std::size_t quietBefore = 48'000 / 5;
-    const auto samples = decodeSound(file);
+    const auto samples = decodeAudio(file);
     std::vector<double> starts;
     std::size_t quiet = quietBefore;
     for (std::size_t i = 0; i < samples.size(); ++i) {

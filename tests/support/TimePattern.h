@@ -24,13 +24,13 @@ inline constexpr double tone = 1000; ///< Hertz.
 
 /// The time that a recorded picture of the window shows, in seconds, when the window lies there in it; nothing when there is
 /// none to be read.
-std::optional<double> timeIn(const Picture& picture, int windowX = 0, int windowY = 0);
+std::optional<double> timeIn(const Picture& frame, int windowX = 0, int windowY = 0);
 
 /// A frame of a file.
 struct Frame {
     double time = 0; ///< When it is shown, in seconds of the file.
     std::optional<double> shown; ///< The time in the picture.
-    Picture picture;
+    Picture frame;
 };
 
 /// Every frame of a file's first video stream, with the window there in its pictures.

@@ -58,17 +58,17 @@ public:
     {
         const auto tokens = m_weights.shape("decoder/embeddings/weight", 2)[0];
         const auto bands = m_weights.shape("encoder/conv1/weight", 3)[1];
-        const auto soundContext = m_weights.shape("encoder/position_encodings/encodings", 2)[0];
+        const auto audioContext = m_weights.shape("encoder/position_encodings/encodings", 2)[0];
         const auto textContext = m_weights.shape("decoder/position_encodings/encodings", 2)[0];
-        const auto soundBlocks = blocks("encoder");
+        const auto audioBlocks = blocks("encoder");
         const auto textBlocks = blocks("decoder");
         if (vocabulary.total != tokens)
             throw unusable("el vocabulario es de otro modelo.");
         if (m_state == 0 || m_state % ggml_blck_size(packed) != 0 || bands == 0)
             throw unusable("tiene medidas que no se pueden empaquetar.");
 
-        for (const std::uint32_t number : {std::uint32_t{GGML_FILE_MAGIC}, tokens, soundContext, m_state, heads("encoder"),
-                 soundBlocks, textContext, m_state, heads("decoder"), textBlocks, bands})
+        for (const std::uint32_t number : {std::uint32_t{GGML_FILE_MAGIC}, tokens, audioContext, m_state, heads("encoder"),
+                 audioBlocks, textContext, m_state, heads("decoder"), textBlocks, bands})
             write(number);
         write(packedFileType);
         write(bands);
@@ -80,10 +80,10 @@ public:
             m_out += text;
         }
 
-        plain("encoder.positional_embedding", {"encoder/position_encodings/encodings"}, {soundContext, m_state});
+        plain("encoder.positional_embedding", {"encoder/position_encodings/encodings"}, {audioContext, m_state});
         convolution("encoder.conv1", "encoder/conv1", bands);
         convolution("encoder.conv2", "encoder/conv2", m_state);
-        for (std::uint32_t i = 0; i < soundBlocks; ++i) {
+        for (std::uint32_t i = 0; i < audioBlocks; ++i) {
             const auto to = "encoder.blocks." + std::to_string(i);
             const auto from = "encoder/layer_" + std::to_string(i);
             attention(Attention::Own, to + ".attn", from + "/self_attention");

@@ -63,8 +63,8 @@ VideoProject fillLibrary(const ProjectStore& store)
     auto lesson = add(store, "Clase 3: derivadas", "0x24324F", 40, 0);
     lesson.tracks.edit().push_back({.kind = TrackKind::microphone, .file = "media/microphone.m4a", .duration = 40});
     lesson.tracks.edit().push_back({.kind = TrackKind::system, .file = "media/system.m4a", .duration = 40});
-    test::makeSound(store.mediaURL(lesson, "media/microphone.m4a"), "sine=frequency=180:duration=40,tremolo=f=2.3:d=0.95");
-    test::makeSound(store.mediaURL(lesson, "media/system.m4a"), "anoisesrc=amplitude=0.08:duration=40,tremolo=f=0.3:d=0.9");
+    test::makeAudio(store.mediaURL(lesson, "media/microphone.m4a"), "sine=frequency=180:duration=40,tremolo=f=2.3:d=0.95");
+    test::makeAudio(store.mediaURL(lesson, "media/system.m4a"), "anoisesrc=amplitude=0.08:duration=40,tremolo=f=0.3:d=0.9");
     lesson.edit.words = SharedList(speak(
         "Hola a todos. Hoy vamos a ver qué es una derivada y para qué sirve. Eh bueno empezamos por la idea de pendiente. "
         "Imagina que subes una cuesta en bicicleta. La pendiente dice cuánto subes por cada metro que avanzas. Pues la "

@@ -346,9 +346,9 @@ void takeAll(const QDir& folder, const QString& wanted)
     photographer.take(QStringLiteral("editor-timeline-zoomed"));
     timeline->fit();
     auto* commands = main.window().findChild<EditorCommands*>();
-    commands->setPictureAlone(true);
+    commands->setPreviewAlone(true);
     photographer.take(QStringLiteral("picture-alone"));
-    commands->setPictureAlone(false);
+    commands->setPreviewAlone(false);
 
     model.server()->setServerURL(QStringLiteral("https://video.ejemplo.es"));
     model.update([](VideoProject& project) {

@@ -11,7 +11,7 @@
 namespace orvo {
 
 /// A block of audio: 32-bit float samples at 48 kHz, −1..1.
-struct SoundBlock {
+struct AudioBlock {
     static constexpr int rate = 48'000;
 
     std::vector<float> samples; ///< Interleaved.
@@ -53,11 +53,11 @@ class AudioStream {
 public:
     enum class Input {
         microphone,
-        systemSound, ///< The audio that the computer plays.
+        systemAudio, ///< The audio that the computer plays.
     };
 
     /// Called on a thread of the stream, one call at a time, never after the stream is destroyed.
-    using Receiver = std::function<void(SoundBlock)>;
+    using Receiver = std::function<void(AudioBlock)>;
 
     /// Starts recording from the device with this identifier; an empty one follows the default device as it changes.
     /// Waits for the server's answer.

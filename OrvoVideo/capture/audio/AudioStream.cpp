@@ -52,7 +52,7 @@ public:
     {
         std::unique_lock lock(m_mutex);
         const bool answered = m_answered.wait_for(lock, maxAnswerTime, [this] { return m_answer.has_value(); });
-        if (m_input == Input::systemSound || (answered && *m_answer == Answer::running))
+        if (m_input == Input::systemAudio || (answered && *m_answer == Answer::running))
             return;
         throw captureError(answered && *m_answer == Answer::refused
                 ? "Activa el permiso de micrófono en Ajustes del Sistema."
@@ -208,7 +208,7 @@ private:
         m_source = source;
         m_channels = std::clamp(channels, 1, 2);
         const pa_sample_spec form{
-            .format = PA_SAMPLE_FLOAT32LE, .rate = SoundBlock::rate, .channels = static_cast<std::uint8_t>(m_channels)};
+            .format = PA_SAMPLE_FLOAT32LE, .rate = AudioBlock::rate, .channels = static_cast<std::uint8_t>(m_channels)};
         m_stream.reset(pa_stream_new(m_context.get(), "Grabación", &form, nullptr));
         if (!m_stream)
             return lose();
@@ -252,7 +252,7 @@ private:
             auto& own = of(self);
             const auto samples = bytes / sizeof(float);
             const auto length =
-                captureLength(static_cast<double>(samples) / own.m_channels / static_cast<double>(SoundBlock::rate));
+                captureLength(static_cast<double>(samples) / own.m_channels / static_cast<double>(AudioBlock::rate));
             const CaptureTime begin = time.value_or(now - length);
             // No data means a hole, which shows in the times of later blocks.
             if (data)

@@ -21,7 +21,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto maxStartTime = 10s;
-constexpr std::size_t picturesInUse = 8;
+constexpr std::size_t framesInUse = 8;
 
 using Monitor = std::unique_ptr<GstDeviceMonitor, GstRelease<gst_object_unref>>;
 using Device = std::unique_ptr<GstDevice, GstRelease<gst_object_unref>>;
@@ -78,7 +78,7 @@ public:
     GstCameraStream(const Found& camera, Receiver receiver)
         : m_id(camera.camera.id)
         , m_receiver(std::move(receiver))
-        , m_pool(size, picturesInUse)
+        , m_pool(size, framesInUse)
     {
         GstElement* source = gst_device_create_element(camera.device.get(), "source");
         if (!source)
@@ -107,7 +107,7 @@ public:
         gst_pad_add_probe(entry.get(), GST_PAD_PROBE_TYPE_EVENT_UPSTREAM, &GstCameraStream::askedAgain, nullptr, nullptr);
 
         GstAppSinkCallbacks callbacks{};
-        callbacks.new_sample = &GstCameraStream::pictureCame;
+        callbacks.new_sample = &GstCameraStream::frameCame;
         gst_app_sink_set_callbacks(GST_APP_SINK(m_sink), &callbacks, this, nullptr);
         const GstBusHandle bus(gst_element_get_bus(bin));
         gst_bus_set_sync_handler(bus.get(), &GstCameraStream::message, this, nullptr);
@@ -149,7 +149,7 @@ private:
                                                                                        : GST_PAD_PROBE_OK;
     }
 
-    static GstFlowReturn pictureCame(GstAppSink* sink, gpointer self)
+    static GstFlowReturn frameCame(GstAppSink* sink, gpointer self)
     {
         const std::unique_ptr<GstSample, GstRelease<gst_sample_unref>> sample(gst_app_sink_pull_sample(sink));
         if (sample)
@@ -180,7 +180,7 @@ private:
             m_receiver.picture({.memory = picture, .time = time});
     }
 
-    static bool copy(GstSample* sample, PictureMemory& picture)
+    static bool copy(GstSample* sample, FrameMemory& picture)
     {
         GstVideoInfo info;
         GstVideoFrame frame;
@@ -234,7 +234,7 @@ private:
 
     const std::string m_id;
     const Receiver m_receiver;
-    PicturePool m_pool;
+    FramePool m_pool;
     GstElementHandle m_bin;
     GstElement* m_converter = nullptr;
     GstElement* m_sink = nullptr;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OrvoVideo/capture/screen/CapturedPicture.h"
+#include "OrvoVideo/capture/screen/CapturedFrame.h"
 
 #include <exception>
 #include <functional>
@@ -27,13 +27,13 @@ std::vector<CameraDevice> list();
 /// The frames of a camera, fitted into 1280×720 with black bars.
 class CameraStream {
 public:
-    static constexpr PictureSize size{1280, 720};
+    static constexpr FrameSize size{1280, 720};
     /// Maximum time from capture to delivery, in seconds; a larger value that a camera reports is clamped.
     static constexpr double maxDelay = 1;
 
     /// Called on threads of the stream, one call at a time, never after the stream is destroyed.
     struct Receiver {
-        std::function<void(CapturedPicture)> picture;
+        std::function<void(CapturedFrame)> frame;
         /// The camera is gone, with an error for the user. No call follows.
         std::function<void(std::exception_ptr)> ended;
     };

@@ -35,18 +35,18 @@ void SteadyCamera::open(const std::string& device, const std::stop_token& stop)
         m_newest = CaptureClock::now();
     }
     m_stream = CameraStream::open(device,
-        {.picture = [this](CapturedPicture picture) { deliver(std::move(picture)); },
+        {.frame = [this](CapturedFrame frame) { deliver(std::move(frame)); },
             .ended = [this](const std::exception_ptr&) { lose(); }},
         stop);
 }
 
-void SteadyCamera::deliver(CapturedPicture picture)
+void SteadyCamera::deliver(CapturedFrame frame)
 {
     {
         const std::lock_guard lock(m_mutex);
         m_newest = CaptureClock::now();
     }
-    m_receiver(std::move(picture));
+    m_receiver(std::move(frame));
 }
 
 void SteadyCamera::lose()

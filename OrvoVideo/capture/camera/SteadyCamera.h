@@ -17,7 +17,7 @@ namespace orvo {
 class SteadyCamera {
 public:
     /// Called on threads of the camera, one call at a time, never after this object is destroyed.
-    using Receiver = std::function<void(CapturedPicture)>;
+    using Receiver = std::function<void(CapturedFrame)>;
 
     /// Opens the camera with this identifier; an empty one selects the first and stays with it. Throws what
     /// `CameraStream::open` throws.
@@ -28,7 +28,7 @@ public:
 
 private:
     void open(const std::string& device, const std::stop_token& stop = {});
-    void deliver(CapturedPicture picture);
+    void deliver(CapturedFrame frame);
     void lose();
     void keepOpen(const std::stop_token& stop);
     bool waitForItsEnd(const std::stop_token& stop);

@@ -1,6 +1,6 @@
 #include "OrvoVideo/capture/screen/CaptureSources.h"
 
-#include "OrvoVideo/capture/screen/X11Picture.h"
+#include "OrvoVideo/capture/screen/X11Frame.h"
 #include "OrvoVideo/capture/screen/X11Target.h"
 
 #include <algorithm>
@@ -47,11 +47,11 @@ std::vector<CaptureSource> windows(pid_t own)
     return sources;
 }
 
-std::optional<SourcePicture> picture(const CaptureSource& source, PictureSize maxSize)
+std::optional<SourceFrame> frame(const CaptureSource& source, FrameSize maxSize)
 {
     X11Connection connection;
     const X11Target target(connection, source);
-    X11Picture camera(connection);
+    X11Frame camera(connection);
     const auto view = target.view();
     if (!view)
         return std::nullopt;
@@ -60,7 +60,7 @@ std::optional<SourcePicture> picture(const CaptureSource& source, PictureSize ma
         return std::nullopt;
     const double factor = std::min(
         {1.0, static_cast<double>(maxSize.width) / pixels->width, static_cast<double>(maxSize.height) / pixels->height});
-    SourcePicture result;
+    SourceFrame result;
     result.size = {.width = std::max(static_cast<int>(factor * pixels->width), 1),
         .height = std::max(static_cast<int>(factor * pixels->height), 1)};
     const auto count = static_cast<std::size_t>(result.size.width) * static_cast<std::size_t>(result.size.height);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "OrvoVideo/capture/screen/CapturedPicture.h"
+#include "OrvoVideo/capture/screen/CapturedFrame.h"
 #include "VideoCore/Geometry.h"
 #include "VideoCore/UniqueFd.h"
 
@@ -18,8 +18,8 @@
 namespace orvo {
 
 /// A small RGB image by which the user recognises a source.
-struct SourcePicture {
-    PictureSize size;
+struct SourceFrame {
+    FrameSize size;
     std::vector<std::uint8_t> pixels;
 };
 
@@ -40,8 +40,8 @@ public:
     Connection& connection() const;
 
     struct Look {
-        PictureSize size; ///< Of the source, in pixels.
-        std::optional<SourcePicture> picture; ///< Null when no frame arrived in time.
+        FrameSize size; ///< Of the source, in pixels.
+        std::optional<SourceFrame> frame; ///< Null when no frame arrived in time.
     };
 
     /// Captures the first frame of a stream, fitted into `maxSize` (even numbers). The frames of a window may be larger
@@ -49,7 +49,7 @@ public:
     /// stream's format: some desktops deliver no frame until something is drawn.
     ///
     /// Blocks for up to ten seconds plus `patience`. Throws `captureError` when the stream has ended, and `Cancelled`.
-    static Look look(const std::shared_ptr<const PipeWireStream>& stream, PictureSize maxSize,
+    static Look look(const std::shared_ptr<const PipeWireStream>& stream, FrameSize maxSize,
         std::chrono::milliseconds patience, const std::stop_token& stop = {});
 
 private:
@@ -86,7 +86,7 @@ std::vector<CaptureSource> displays();
 std::vector<CaptureSource> windows(pid_t own = ::getpid());
 
 /// The current content of a source, fitted into `maxSize`, never enlarged. Returns nullopt when the source is gone.
-std::optional<SourcePicture> picture(const CaptureSource& source, PictureSize maxSize);
+std::optional<SourceFrame> frame(const CaptureSource& source, FrameSize maxSize);
 
 } // namespace CaptureSources
 

@@ -2,7 +2,7 @@
 
 // For .cpp files only.
 
-#include "OrvoVideo/capture/screen/GraphicsPicture.h"
+#include "OrvoVideo/capture/screen/GraphicsFrame.h"
 
 #include <array>
 #include <cstdint>

@@ -1,6 +1,6 @@
 #include "OrvoVideo/capture/screen/PipeWireScreenStream.h"
 
-#include "OrvoVideo/capture/screen/PictureFitter.h"
+#include "OrvoVideo/capture/screen/FrameFitter.h"
 #include "OrvoVideo/capture/screen/PipeWireConnection.h"
 #include "OrvoVideo/capture/screen/PipeWireFormats.h"
 #include "OrvoVideo/capture/screen/PipeWireLoans.h"
@@ -27,7 +27,7 @@ using PipeWire::endedError;
 using PipeWire::LoopLock;
 
 constexpr auto maxAnswerTime = 10s;
-constexpr std::size_t picturesInUse = 8;
+constexpr std::size_t framesInUse = 8;
 
 /// Buffers that the desktop keeps to draw into while others are lent, and how many it needs altogether for that.
 constexpr std::size_t buffersToDraw = 2;
@@ -39,16 +39,16 @@ Error undeliveredError()
 }
 
 /// A part of a captured frame as RGB.
-SourcePicture pictureOf(const PictureMemory& memory, const PicturePlace& part)
+SourceFrame frameOf(const FrameMemory& memory, const FramePlace& part)
 {
-    SourcePicture picture{.size = part.size, .pixels = {}};
+    SourceFrame frame{.size = part.size, .pixels = {}};
     const int stride = 3 * part.size.width;
-    picture.pixels.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(part.size.height));
+    frame.pixels.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(part.size.height));
     const auto chroma = std::ptrdiff_t{part.y / 2} * memory.chromaStride() + part.x / 2;
     libyuv::I420ToRAW(memory.luma() + std::ptrdiff_t{part.y} * memory.lumaStride() + part.x, memory.lumaStride(),
-        memory.blue() + chroma, memory.chromaStride(), memory.red() + chroma, memory.chromaStride(), picture.pixels.data(),
+        memory.blue() + chroma, memory.chromaStride(), memory.red() + chroma, memory.chromaStride(), frame.pixels.data(),
         stride, part.size.width, part.size.height);
-    return picture;
+    return frame;
 }
 
 class PipeWireScreenStream final : public ScreenStream {
@@ -56,7 +56,7 @@ public:
     PipeWireScreenStream(const CaptureSource& source, const Settings& settings)
         : m_source(source)
         , m_settings(settings)
-        , m_pool(settings.size, picturesInUse)
+        , m_pool(settings.size, framesInUse)
         , m_interval(captureLength(1.0 / settings.fps))
         , m_connection(source.stream->connection())
     {
@@ -114,16 +114,16 @@ public:
     }
 
     /// The size of the source, in pixels.
-    PictureSize sourceSize() const
+    FrameSize sourceSize() const
     {
         const std::lock_guard lock(m_mutex);
         return m_drawn
-            ? PictureSize{.width = static_cast<int>(m_drawn->part.width), .height = static_cast<int>(m_drawn->part.height)}
+            ? FrameSize{.width = static_cast<int>(m_drawn->part.width), .height = static_cast<int>(m_drawn->part.height)}
             : formatSize();
     }
 
 private:
-    PictureSize formatSize() const
+    FrameSize formatSize() const
     {
         return {.width = static_cast<int>(m_format.size.width), .height = static_cast<int>(m_format.size.height)};
     }
@@ -142,7 +142,7 @@ private:
             .param_changed = &PipeWireScreenStream::formatChanged,
             .add_buffer = &PipeWireScreenStream::bufferCame,
             .remove_buffer = &PipeWireScreenStream::bufferWent,
-            .process = &PipeWireScreenStream::pictureCame};
+            .process = &PipeWireScreenStream::frameCame};
         pw_stream_add_listener(m_stream.get(), &m_listener, &events, this);
 
         // When the producer of a stream is gone, the stream only pauses; the registry reports the end.
@@ -252,13 +252,13 @@ private:
             of(self).m_newest = nullptr;
     }
 
-    static void pictureCame(void* self)
+    static void frameCame(void* self)
     {
         auto& stream = of(self);
         while (pw_buffer* next = pw_stream_dequeue_buffer(stream.m_stream.get())) {
             stream.readPointer(*next->buffer);
             // Some buffers carry only the pointer; the last frame stays the newest.
-            if (!hasPicture(*next->buffer)) {
+            if (!hasFrame(*next->buffer)) {
                 pw_stream_queue_buffer(stream.m_stream.get(), next);
                 continue;
             }
@@ -286,19 +286,19 @@ private:
             return wakeAt(m_notBefore - now);
         if (m_graphics)
             return lendNewest(now);
-        const auto picture = m_pool.take();
-        if (!picture)
+        const auto frame = m_pool.take();
+        if (!frame)
             return wakeAt(m_interval); // The encoder is behind; retry later.
-        if (draw(*m_newest->buffer, *picture))
-            deliver(picture, now);
+        if (draw(*m_newest->buffer, *frame))
+            deliver(frame, now);
         giveBack();
     }
 
-    void deliver(std::shared_ptr<const PictureMemory> picture, CaptureTime now)
+    void deliver(std::shared_ptr<const FrameMemory> frame, CaptureTime now)
     {
         // Tolerates half an interval, so that slight jitter drops no frames.
         m_notBefore = std::max(m_notBefore, now - m_interval / 2) + m_interval;
-        m_receiver.picture({.memory = std::move(picture), .time = now});
+        m_receiver.frame({.memory = std::move(frame), .time = now});
     }
 
     /// Delivers the newest frame in the memory of the graphics card that it lies in, which the receiver gives back later.
@@ -310,8 +310,8 @@ private:
             return giveBack(); // Plain memory comes.
         if (m_loans->count() + buffersToDraw >= m_buffers)
             return wakeAt(m_interval); // The encoder is behind; retry later.
-        auto graphics = std::make_shared<GraphicsPicture>(
-            GraphicsPicture{.format = *m_graphics, .size = formatSize(), .planes = {}, .loan = {}, .refuse = {}});
+        auto graphics = std::make_shared<GraphicsFrame>(
+            GraphicsFrame{.format = *m_graphics, .size = formatSize(), .planes = {}, .loan = {}, .refuse = {}});
         const auto& buffer = *m_newest->buffer;
         for (const spa_data& data : std::span(buffer.datas, buffer.n_datas))
             graphics->planes.push_back({.memory = UniqueFd(::fcntl(static_cast<int>(data.fd), F_DUPFD_CLOEXEC, 0)),
@@ -323,15 +323,15 @@ private:
             const std::lock_guard lock(m_mutex);
             m_drawn = Drawn{.part = {.width = static_cast<double>(formatSize().width),
                                 .height = static_cast<double>(formatSize().height)},
-                .place = PicturePlace::fitted(formatSize(), m_settings.size)};
+                .place = FramePlace::fitted(formatSize(), m_settings.size)};
         }
-        deliver(std::make_shared<PictureMemory>(m_settings.size, std::move(graphics)), now);
+        deliver(std::make_shared<FrameMemory>(m_settings.size, std::move(graphics)), now);
     }
 
     /// Whether a frame shows nothing but the shared source.
     bool isWhole(const spa_buffer& buffer) const
     {
-        PictureFitter::Source whole{.data = nullptr, .stride = 0, .size = formatSize()};
+        FrameFitter::Source whole{.data = nullptr, .stride = 0, .size = formatSize()};
         crop(buffer, whole);
         return whole.size == formatSize();
     }
@@ -369,7 +369,7 @@ private:
             m_pointer = Point{.x = static_cast<double>(cursor->position.x), .y = static_cast<double>(cursor->position.y)};
     }
 
-    static bool hasPicture(const spa_buffer& buffer)
+    static bool hasFrame(const spa_buffer& buffer)
     {
         if (buffer.n_datas == 0)
             return false;
@@ -384,12 +384,12 @@ private:
     }
 
     /// Returns false for a frame that is smaller than it claims, which would be read past its end.
-    bool draw(const spa_buffer& buffer, PictureMemory& picture)
+    bool draw(const spa_buffer& buffer, FrameMemory& frame)
     {
-        using Order = PictureFitter::Source::Order;
+        using Order = FrameFitter::Source::Order;
         const bool isBlueFirst = m_format.format == SPA_VIDEO_FORMAT_BGRx || m_format.format == SPA_VIDEO_FORMAT_BGRA;
         const spa_data& data = buffer.datas[0];
-        PictureFitter::Source source{.data = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset,
+        FrameFitter::Source source{.data = static_cast<const std::uint8_t*>(data.data) + data.chunk->offset,
             .stride = data.chunk->stride,
             .size = formatSize(), // Changed only by this thread.
             .order = isBlueFirst ? Order::blueGreenRed : Order::redGreenBlue};
@@ -400,14 +400,14 @@ private:
         if (source.stride < 4 * source.size.width || data.chunk->offset + needed > data.maxsize)
             return false;
         const Rect part = crop(buffer, source);
-        const auto place = m_fitter.draw(source, picture);
+        const auto place = m_fitter.draw(source, frame);
         const std::lock_guard lock(m_mutex);
         m_drawn = Drawn{.part = part, .place = place};
         return true;
     }
 
     /// Crops a frame to the shared source and that to the region. Returns the shared source, in frame pixels.
-    Rect crop(const spa_buffer& buffer, PictureFitter::Source& source) const
+    Rect crop(const spa_buffer& buffer, FrameFitter::Source& source) const
     {
         Rect part{.width = static_cast<double>(source.size.width), .height = static_cast<double>(source.size.height)};
         const auto cut = [&source](int x, int y, int width, int height) {
@@ -439,8 +439,8 @@ private:
     Receiver m_receiver;
 
     // Used only by the loop's thread.
-    PicturePool m_pool;
-    PictureFitter m_fitter;
+    FramePool m_pool;
+    FrameFitter m_fitter;
     CaptureClock::duration m_interval;
     CaptureTime m_notBefore;
     pw_buffer* m_newest = nullptr; ///< The frame waiting for its time.
@@ -456,7 +456,7 @@ private:
     std::optional<Point> m_pointer; ///< In pixels of the newest frame.
     struct Drawn {
         Rect part; ///< The shared source, in pixels of the stream's frame.
-        PicturePlace place; ///< Its place in the delivered frame.
+        FramePlace place; ///< Its place in the delivered frame.
     };
     std::optional<Drawn> m_drawn; ///< The last frame.
     bool m_streaming = false; ///< Frames may arrive.
@@ -477,18 +477,18 @@ std::unique_ptr<ScreenStream> openPipeWireScreenStream(const CaptureSource& sour
     return std::make_unique<PipeWireScreenStream>(source, settings);
 }
 
-PipeWireStream::Look PipeWireStream::look(const std::shared_ptr<const PipeWireStream>& stream, PictureSize maxSize,
+PipeWireStream::Look PipeWireStream::look(const std::shared_ptr<const PipeWireStream>& stream, FrameSize maxSize,
     std::chrono::milliseconds patience, const std::stop_token& stop)
 {
     std::mutex mutex;
     std::condition_variable_any changed;
-    CapturedPicture first;
+    CapturedFrame first;
     std::exception_ptr failure;
     PipeWireScreenStream source({.stream = stream}, {.size = maxSize});
-    source.start({.picture =
-                      [&](CapturedPicture picture) {
+    source.start({.frame =
+                      [&](CapturedFrame frame) {
                           const std::lock_guard lock(mutex);
-                          first = std::move(picture);
+                          first = std::move(frame);
                           changed.notify_all();
                       },
         .ended =
@@ -503,9 +503,9 @@ PipeWireStream::Look PipeWireStream::look(const std::shared_ptr<const PipeWireSt
         throw Cancelled();
     if (failure)
         std::rethrow_exception(failure);
-    Look look{.size = source.sourceSize(), .picture = {}};
+    Look look{.size = source.sourceSize(), .frame = {}};
     if (first.memory)
-        look.picture = pictureOf(*first.memory, PicturePlace::fitted(look.size, maxSize));
+        look.frame = frameOf(*first.memory, FramePlace::fitted(look.size, maxSize));
     return look;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "OrvoVideo/capture/screen/CaptureSources.h"
-#include "OrvoVideo/capture/screen/CapturedPicture.h"
-#include "OrvoVideo/capture/screen/GraphicsPicture.h"
+#include "OrvoVideo/capture/screen/CapturedFrame.h"
+#include "OrvoVideo/capture/screen/GraphicsFrame.h"
 
 #include <exception>
 #include <functional>
@@ -20,7 +20,7 @@ namespace orvo {
 class ScreenStream {
 public:
     struct Settings {
-        PictureSize size; ///< Of every frame; even numbers.
+        FrameSize size; ///< Of every frame; even numbers.
         int fps = 30;
         std::optional<Rect> region; ///< The part of a display to record, in the global display space.
         /// What the receiver takes in memory of a graphics card. Frames come so where the desktop has it, otherwise in plain
@@ -30,7 +30,7 @@ public:
 
     /// Called on a thread of the stream, one call at a time, never after the stream is destroyed.
     struct Receiver {
-        std::function<void(CapturedPicture)> picture;
+        std::function<void(CapturedFrame)> frame;
         /// The source ended (window closed, monitor unplugged, permission revoked), with an error for the user. No call
         /// follows.
         std::function<void(std::exception_ptr)> ended;

@@ -2,7 +2,7 @@
 
 // For .cpp files only.
 
-#include "OrvoVideo/capture/screen/CapturedPicture.h"
+#include "OrvoVideo/capture/screen/CapturedFrame.h"
 #include "Platform/desktop/Xcb.h"
 #include "VideoCore/Geometry.h"
 

@@ -1,8 +1,8 @@
 #include "OrvoVideo/capture/screen/X11ScreenStream.h"
 
 #include "OrvoVideo/capture/pointer/WakeUp.h"
-#include "OrvoVideo/capture/screen/PictureFitter.h"
-#include "OrvoVideo/capture/screen/X11Picture.h"
+#include "OrvoVideo/capture/screen/FrameFitter.h"
+#include "OrvoVideo/capture/screen/X11Frame.h"
 #include "OrvoVideo/capture/screen/X11Target.h"
 #include "VideoCore/Error.h"
 
@@ -26,7 +26,7 @@ using namespace std::chrono_literals;
 constexpr auto settling = 3ms;
 
 /// Frames waiting for the encoder or being encoded.
-constexpr std::size_t picturesInUse = 8;
+constexpr std::size_t framesInUse = 8;
 
 using Event = XcbHandle<xcb_generic_event_t>;
 
@@ -35,7 +35,7 @@ public:
     X11ScreenStream(const CaptureSource& source, const Settings& settings)
         : m_target(m_connection, source, settings.region)
         , m_camera(m_connection)
-        , m_pool(settings.size, picturesInUse)
+        , m_pool(settings.size, framesInUse)
         , m_interval(captureLength(1.0 / settings.fps))
         , m_frameSize(settings.size)
     {
@@ -89,7 +89,7 @@ private:
                     updateTarget();
                 // A request may have read events into memory, so look there before waiting.
                 if (m_changedSince && CaptureClock::now() >= due())
-                    takePicture();
+                    takeFrame();
                 else
                     waitForSomething();
             }
@@ -165,10 +165,10 @@ private:
         const std::lock_guard lock(m_viewMutex);
         m_view.area = m_target.place().rect();
         if (target) // Otherwise the last frame stays.
-            m_view.shown = PicturePlace::fitted({target->area.width, target->area.height}, m_frameSize).within(m_frameSize);
+            m_view.shown = FramePlace::fitted({target->area.width, target->area.height}, m_frameSize).within(m_frameSize);
     }
 
-    void takePicture()
+    void takeFrame()
     {
         m_changedSince.reset();
         const auto view = m_target.view();
@@ -186,21 +186,21 @@ private:
             m_changedSince = now;
             return;
         }
-        const auto picture = m_pool.take();
-        if (!picture) {
+        const auto frame = m_pool.take();
+        if (!frame) {
             m_changedSince = now; // The encoder is behind: skips this frame and captures the change later.
             return;
         }
         if (view->visible == view->area)
             m_fitter.draw(
-                {.data = pixels->data, .stride = pixels->stride(), .size = {pixels->width, pixels->height}}, *picture);
+                {.data = pixels->data, .stride = pixels->stride(), .size = {pixels->width, pixels->height}}, *frame);
         else
-            drawPart(*pixels, *view, *picture);
-        m_receiver.picture({.memory = picture, .time = now});
+            drawPart(*pixels, *view, *frame);
+        m_receiver.frame({.memory = frame, .time = now});
     }
 
     /// Draws an area that is only partly visible; the rest is black.
-    void drawPart(const X11Pixels& pixels, const X11Target::View& view, PictureMemory& picture)
+    void drawPart(const X11Pixels& pixels, const X11Target::View& view, FrameMemory& frame)
     {
         const auto stride = 4 * static_cast<std::size_t>(view.area.width);
         m_whole.assign(stride * static_cast<std::size_t>(view.area.height), 0);
@@ -212,14 +212,14 @@ private:
         }
         m_fitter.draw(
             {.data = m_whole.data(), .stride = static_cast<int>(stride), .size = {view.area.width, view.area.height}},
-            picture);
+            frame);
     }
 
     X11Connection m_connection; ///< Used only by the thread once it runs.
     X11Target m_target;
-    X11Picture m_camera;
-    PicturePool m_pool;
-    PictureFitter m_fitter;
+    X11Frame m_camera;
+    FramePool m_pool;
+    FrameFitter m_fitter;
     std::vector<std::uint8_t> m_whole;
     CaptureClock::duration m_interval;
     CaptureTime m_notBefore;
@@ -230,7 +230,7 @@ private:
     int m_firstDamage = 0;
     int m_firstRandr = 0;
 
-    const PictureSize m_frameSize;
+    const FrameSize m_frameSize;
     mutable std::mutex m_viewMutex;
     View m_view{.shown = {.width = 1, .height = 1}};
 

@@ -1,7 +1,7 @@
 #include "OrvoVideo/capture/tracks/SampleWriter.h"
 
-#include "OrvoVideo/capture/tracks/PictureTimeline.h"
-#include "OrvoVideo/capture/tracks/SoundTimeline.h"
+#include "OrvoVideo/capture/tracks/FrameTimeline.h"
+#include "OrvoVideo/capture/tracks/AudioTimeline.h"
 #include "OrvoVideo/capture/tracks/TrackFile.h"
 
 #include <atomic>
@@ -16,8 +16,8 @@ namespace orvo {
 namespace {
 
 /// Maximum queue length. The screen delivers few frames by itself.
-constexpr std::size_t maxPictures = 16;
-constexpr std::size_t maxSoundBlocks = 500;
+constexpr std::size_t maxFrames = 16;
+constexpr std::size_t maxAudioBlocks = 500;
 
 /// A still frame is written again after this time, so that the file stays close behind.
 constexpr double maxStillTime = 0.25;
@@ -35,9 +35,9 @@ public:
     {
         // The audio format is not known yet, but this reports what would prevent writing.
         if (m_settings.size)
-            beginPictures();
+            beginFrames();
         else
-            TrackFile(m_url, TrackFile::Sound{.channels = m_settings.channels});
+            TrackFile(m_url, TrackFile::Audio{.channels = m_settings.channels});
         m_thread = std::jthread([this](const std::stop_token& stop) { run(stop); });
     }
 
@@ -57,7 +57,7 @@ public:
     {
         {
             const std::lock_guard lock(m_mutex);
-            if (m_waiting.size() >= (m_settings.size ? maxPictures : maxSoundBlocks)) {
+            if (m_waiting.size() >= (m_settings.size ? maxFrames : maxAudioBlocks)) {
                 ++m_dropped;
                 return;
             }
@@ -138,15 +138,15 @@ private:
         m_origin = step.origin;
         if (!step.sample)
             return follow(secondsBetween(step.origin, step.now));
-        if (const auto* picture = std::get_if<CapturedPicture>(&*step.sample)) {
+        if (const auto* frame = std::get_if<CapturedFrame>(&*step.sample)) {
             if (std::exchange(m_isStandIn, false))
-                beginPictures(); // The black was a stand-in for a missing frame.
-            const double seconds = std::max(secondsBetween(step.origin, picture->time), 0.0);
-            m_pictures->add(picture->memory, seconds);
+                beginFrames(); // The black was a stand-in for a missing frame.
+            const double seconds = std::max(secondsBetween(step.origin, frame->time), 0.0);
+            m_frames->add(frame->memory, seconds);
             m_standsSince = seconds;
         } else {
-            const auto& block = std::get<SoundBlock>(*step.sample);
-            sound(block.channels).add(block, secondsBetween(step.origin, block.time));
+            const auto& block = std::get<AudioBlock>(*step.sample);
+            audio(block.channels).add(block, secondsBetween(step.origin, block.time));
         }
     }
 
@@ -155,34 +155,34 @@ private:
     {
         if (!m_settings.size) {
             if (now > maxDelay)
-                sound(m_settings.channels).fillUntil(now - maxDelay);
+                audio(m_settings.channels).fillUntil(now - maxDelay);
             return;
         }
-        if (!m_pictures->hasBegun() && now > maxDelay)
+        if (!m_frames->hasBegun() && now > maxDelay)
             standIn();
         // Frames that still arrive belong after this time.
         const double settled = now - m_settings.delay;
-        if (m_pictures->hasBegun() && settled - m_standsSince > maxStillTime) {
-            m_pictures->standUntil(settled);
+        if (m_frames->hasBegun() && settled - m_standsSince > maxStillTime) {
+            m_frames->standUntil(settled);
             m_standsSince = settled;
         }
     }
 
-    void beginPictures()
+    void beginFrames()
     {
         m_file.reset(); // Closes the file before it is created again.
         m_file = std::make_unique<TrackFile>(
-            m_url, TrackFile::Pictures{.size = *m_settings.size, .fps = m_settings.fps, .encoder = m_settings.encoder});
-        m_pictures.emplace(
-            [this](const PictureTimeline::Placed& placed) { m_file->write(placed.picture, placed.start, placed.length); });
+            m_url, TrackFile::Frames{.size = *m_settings.size, .fps = m_settings.fps, .encoder = m_settings.encoder});
+        m_frames.emplace(
+            [this](const FrameTimeline::Placed& placed) { m_file->write(placed.frame, placed.start, placed.length); });
     }
 
     /// Writes black until the first frame.
     void standIn()
     {
-        const auto black = std::make_shared<PictureMemory>(*m_settings.size);
+        const auto black = std::make_shared<FrameMemory>(*m_settings.size);
         black->blacken();
-        m_pictures->add(black, 0);
+        m_frames->add(black, 0);
         m_isStandIn = true;
     }
 
@@ -190,12 +190,12 @@ private:
     {
         const std::optional<double> seconds =
             end && m_origin ? std::optional(std::max(secondsBetween(*m_origin, *end), 0.0)) : std::nullopt;
-        if (m_pictures && !m_pictures->hasBegun() && seconds > 0)
+        if (m_frames && !m_frames->hasBegun() && seconds > 0)
             standIn();
-        if (m_pictures)
-            m_pictures->end(seconds.value_or(m_standsSince + 1.0 / m_settings.fps));
+        if (m_frames)
+            m_frames->end(seconds.value_or(m_standsSince + 1.0 / m_settings.fps));
         else if (seconds)
-            sound(m_settings.channels).fillUntil(*seconds);
+            audio(m_settings.channels).fillUntil(*seconds);
         if (m_file)
             m_file->finish();
         else
@@ -203,13 +203,13 @@ private:
     }
 
     /// The track's audio; it keeps the channel count of the first block.
-    SoundTimeline& sound(int channels)
+    AudioTimeline& audio(int channels)
     {
-        if (!m_sound) {
-            m_file = std::make_unique<TrackFile>(m_url, TrackFile::Sound{.channels = channels});
-            m_sound.emplace(channels, [this](std::span<const float> samples) { m_file->write(samples); });
+        if (!m_audio) {
+            m_file = std::make_unique<TrackFile>(m_url, TrackFile::Audio{.channels = channels});
+            m_audio.emplace(channels, [this](std::span<const float> samples) { m_file->write(samples); });
         }
-        return *m_sound;
+        return *m_audio;
     }
 
     const std::filesystem::path m_url;
@@ -218,8 +218,8 @@ private:
 
     // Used by the thread, and after it by the caller of `finish`.
     std::unique_ptr<TrackFile> m_file;
-    std::optional<PictureTimeline> m_pictures;
-    std::optional<SoundTimeline> m_sound;
+    std::optional<FrameTimeline> m_frames;
+    std::optional<AudioTimeline> m_audio;
     std::optional<CaptureTime> m_origin;
     double m_standsSince = 0;
     bool m_isStandIn = false; ///< The file is black until the first frame.

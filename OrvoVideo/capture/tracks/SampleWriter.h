@@ -1,8 +1,8 @@
 #pragma once
 
 #include "OrvoVideo/capture/audio/AudioInputs.h"
-#include "OrvoVideo/capture/screen/CapturedPicture.h"
-#include "OrvoVideo/capture/tracks/PictureEncoder.h"
+#include "OrvoVideo/capture/screen/CapturedFrame.h"
+#include "OrvoVideo/capture/tracks/FrameEncoder.h"
 
 #include <cstdint>
 #include <exception>
@@ -15,7 +15,7 @@
 namespace orvo {
 
 /// A sample of a track.
-using CaptureSample = std::variant<CapturedPicture, SoundBlock>;
+using CaptureSample = std::variant<CapturedFrame, AudioBlock>;
 
 /// Writes the samples of one track into a file as they arrive: H.264 in a QuickTime movie or AAC in an MPEG-4 audio file,
 /// in fragments of two seconds. Whatever ends the process costs at most the last fragment.
@@ -30,10 +30,10 @@ using CaptureSample = std::variant<CapturedPicture, SoundBlock>;
 class SampleWriter {
 public:
     struct Settings {
-        std::optional<PictureSize> size; ///< Of a video track; nullopt for an audio track.
+        std::optional<FrameSize> size; ///< Of a video track; nullopt for an audio track.
         int fps = 30; ///< Maximum frames per second.
         /// Of a video track; null for the best one of this machine.
-        std::optional<PictureEncoder> encoder = {};
+        std::optional<FrameEncoder> encoder = {};
         /// Maximum time in seconds from a frame's capture to `append`. The file is extended with the last frame up to this
         /// long ago; a frame that arrives even later is shown after that.
         double delay = 0.1;

@@ -1,6 +1,6 @@
 #include "OrvoVideo/capture/tracks/TrackFile.h"
 
-#include "OrvoVideo/capture/tracks/PictureCoder.h"
+#include "OrvoVideo/capture/tracks/FrameCoder.h"
 #include "OrvoVideo/gstreamer/GstHandles.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/UniqueFd.h"
@@ -28,13 +28,13 @@ constexpr int samplesInWork = 2;
 constexpr std::size_t encoderDelay = 1024;
 
 /// Frames arrive encoded; the first one brings the format.
-constexpr const char* pictureLine = "appsrc name=source format=time ! muxer.video_%u ";
+constexpr const char* videoLine = "appsrc name=source format=time ! muxer.video_%u ";
 
-std::string soundLine(const TrackFile::Sound& form)
+std::string audioLine(const TrackFile::Audio& form)
 {
     return std::format("appsrc name=source format=time caps=audio/x-raw,format=F32LE,rate={},channels={},layout=interleaved"
                        " ! audioconvert ! avenc_aac bitrate={} ! aacparse ! ",
-        SoundBlock::rate, form.channels, TrackFile::soundBitRate);
+        AudioBlock::rate, form.channels, TrackFile::audioBitRate);
 }
 
 std::string fileLine(const char* muxer)
@@ -125,8 +125,8 @@ public:
             throw captureError(*m_failure);
     }
 
-    std::uint64_t soundFrames = 0; ///< Per channel, written so far.
-    std::size_t soundToLeaveOut = encoderDelay;
+    std::uint64_t audioFrames = 0; ///< Per channel, written so far.
+    std::size_t audioToLeaveOut = encoderDelay;
     int channels = 1;
 
 private:
@@ -198,18 +198,18 @@ private:
     std::optional<std::string> m_failure;
 };
 
-TrackFile::TrackFile(const std::filesystem::path& file, const Pictures& form)
-    : m_pipeline(std::make_unique<Pipeline>(file, pictureLine + fileLine("qtmux")))
-    , m_coder(std::make_unique<PictureCoder>(
-          PictureCoder::Form{
+TrackFile::TrackFile(const std::filesystem::path& file, const Frames& form)
+    : m_pipeline(std::make_unique<Pipeline>(file, videoLine + fileLine("qtmux")))
+    , m_coder(std::make_unique<FrameCoder>(
+          FrameCoder::Form{
               .size = form.size, .fps = form.fps, .bitRate = bitRate(form.size), .keyFrameDistance = maxKeyFrameDistance},
-          form.encoder ? *form.encoder : PictureEncoder::find(form.size, form.fps),
+          form.encoder ? *form.encoder : FrameEncoder::find(form.size, form.fps),
           [pipeline = m_pipeline.get()](GstBuffer* buffer, GstCaps* caps) { pipeline->push(buffer, caps); }))
 {
 }
 
-TrackFile::TrackFile(const std::filesystem::path& file, const Sound& form)
-    : m_pipeline(std::make_unique<Pipeline>(file, soundLine(form) + fileLine("mp4mux")))
+TrackFile::TrackFile(const std::filesystem::path& file, const Audio& form)
+    : m_pipeline(std::make_unique<Pipeline>(file, audioLine(form) + fileLine("mp4mux")))
 {
     m_pipeline->channels = form.channels;
 }
@@ -222,28 +222,28 @@ void TrackFile::removeEmpty(const std::filesystem::path& file) noexcept
     std::filesystem::remove(file, ignored);
 }
 
-void TrackFile::write(const std::shared_ptr<const PictureMemory>& picture, double time, double length)
+void TrackFile::write(const std::shared_ptr<const FrameMemory>& frame, double time, double length)
 {
-    m_coder->add(picture, toClockTime(time), toClockTime(length));
+    m_coder->add(frame, toClockTime(time), toClockTime(length));
 }
 
 void TrackFile::write(std::span<const float> interleaved)
 {
     // The encoder prepends its delay, which the file does not record; the first samples are dropped in exchange.
     const std::size_t left =
-        std::min(m_pipeline->soundToLeaveOut * static_cast<std::size_t>(m_pipeline->channels), interleaved.size());
-    m_pipeline->soundToLeaveOut -= left / static_cast<std::size_t>(m_pipeline->channels);
+        std::min(m_pipeline->audioToLeaveOut * static_cast<std::size_t>(m_pipeline->channels), interleaved.size());
+    m_pipeline->audioToLeaveOut -= left / static_cast<std::size_t>(m_pipeline->channels);
     interleaved = interleaved.subspan(left);
     if (interleaved.empty())
         return;
     const auto frames = interleaved.size() / static_cast<std::size_t>(m_pipeline->channels);
     GstBuffer* buffer = gst_buffer_new_memdup(interleaved.data(), interleaved.size_bytes());
     const auto clockTime = [](std::uint64_t position) {
-        return gst_util_uint64_scale(position, GST_SECOND, static_cast<std::uint64_t>(SoundBlock::rate));
+        return gst_util_uint64_scale(position, GST_SECOND, static_cast<std::uint64_t>(AudioBlock::rate));
     };
-    GST_BUFFER_PTS(buffer) = clockTime(m_pipeline->soundFrames);
-    m_pipeline->soundFrames += frames;
-    GST_BUFFER_DURATION(buffer) = clockTime(m_pipeline->soundFrames) - GST_BUFFER_PTS(buffer);
+    GST_BUFFER_PTS(buffer) = clockTime(m_pipeline->audioFrames);
+    m_pipeline->audioFrames += frames;
+    GST_BUFFER_DURATION(buffer) = clockTime(m_pipeline->audioFrames) - GST_BUFFER_PTS(buffer);
     m_pipeline->push(buffer);
 }
 

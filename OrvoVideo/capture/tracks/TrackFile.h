@@ -1,8 +1,8 @@
 #pragma once
 
 #include "OrvoVideo/capture/audio/AudioInputs.h"
-#include "OrvoVideo/capture/screen/CapturedPicture.h"
-#include "OrvoVideo/capture/tracks/PictureEncoder.h"
+#include "OrvoVideo/capture/screen/CapturedFrame.h"
+#include "OrvoVideo/capture/tracks/FrameEncoder.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -12,7 +12,7 @@
 
 namespace orvo {
 
-class PictureCoder;
+class FrameCoder;
 
 /// A single-track media file that is encoded and written as it grows: H.264 in a QuickTime movie, or AAC at 48 kHz in an
 /// MPEG-4 audio file.
@@ -21,21 +21,21 @@ class PictureCoder;
 /// thread-safe.
 class TrackFile {
 public:
-    struct Pictures {
-        PictureSize size;
+    struct Frames {
+        FrameSize size;
         int fps = 30; ///< Maximum frames per second.
         /// Null for the best one of this machine. When it fails, software continues the file.
-        std::optional<PictureEncoder> encoder = {};
+        std::optional<FrameEncoder> encoder = {};
     };
 
-    struct Sound {
+    struct Audio {
         int channels = 1; ///< 1 or 2.
     };
 
     /// Creates or truncates the file. File system errors pass through unchanged. Throws `captureError` when the system
     /// lacks an encoder.
-    TrackFile(const std::filesystem::path& file, const Pictures& form);
-    TrackFile(const std::filesystem::path& file, const Sound& form);
+    TrackFile(const std::filesystem::path& file, const Frames& form);
+    TrackFile(const std::filesystem::path& file, const Audio& form);
 
     /// Removes a file to which nothing was written.
     static void removeEmpty(const std::filesystem::path& file) noexcept;
@@ -49,15 +49,15 @@ public:
     ///
     /// Block while the encoder is busy. Throw `captureError` with a text for the user when writing fails; the file keeps
     /// its content.
-    void write(const std::shared_ptr<const PictureMemory>& picture, double time, double length);
+    void write(const std::shared_ptr<const FrameMemory>& frame, double time, double length);
     void write(std::span<const float> interleaved);
 
     /// Finishes the file after writing everything. Throws as `write`.
     void finish();
 
     /// Bits per second of video of a size.
-    static std::int64_t bitRate(PictureSize size) { return std::int64_t{size.width} * size.height * 5; }
-    static constexpr int soundBitRate = 128'000;
+    static std::int64_t bitRate(FrameSize size) { return std::int64_t{size.width} * size.height * 5; }
+    static constexpr int audioBitRate = 128'000;
     static constexpr int maxKeyFrameDistance = 60; ///< Frames.
     static constexpr double fragmentLength = 2; ///< Seconds.
 
@@ -65,7 +65,7 @@ private:
     class Pipeline;
 
     std::unique_ptr<Pipeline> m_pipeline;
-    std::unique_ptr<PictureCoder> m_coder; ///< Null for audio. Hands over to the pipeline.
+    std::unique_ptr<FrameCoder> m_coder; ///< Null for audio. Hands over to the pipeline.
 };
 
 } // namespace orvo

@@ -9,7 +9,7 @@ namespace orvo {
 namespace {
 
 /// A recording without a length is shown as one of this many seconds, so that there is always a scale.
-constexpr double shortestShown = 0.1;
+constexpr double minShown = 0.1;
 
 double length(double value)
 {
@@ -42,7 +42,7 @@ double TimelineScale::time(double x) const noexcept
 
 double TimelineScale::fittingScale() const noexcept
 {
-    return m_width / std::max(m_duration, shortestShown);
+    return m_width / std::max(m_duration, minShown);
 }
 
 void TimelineScale::keepInside()

@@ -9,7 +9,7 @@ namespace orvo {
 namespace {
 
 constexpr std::size_t reduction = 4; ///< Stretches that make one of the next level.
-constexpr std::size_t smallestLevel = 64;
+constexpr std::size_t minLevel = 64;
 constexpr std::string_view magic = "OrvoPeaks1";
 
 /// A sample as a byte, away from zero: what is heard is seen.
@@ -63,7 +63,7 @@ void WaveformPeaks::buildLevels()
     if (m_levels.empty())
         return;
     m_levels.resize(1);
-    while (m_levels.back().size() > smallestLevel) {
+    while (m_levels.back().size() > minLevel) {
         const auto& finer = m_levels.back();
         Level level((finer.size() + reduction - 1) / reduction);
         for (std::size_t i = 0; i < level.size(); ++i) {

@@ -15,7 +15,7 @@ using Kind = RowChange::Kind;
 constexpr std::size_t none = std::numeric_limits<std::size_t>::max();
 
 /// Past this many rows out of order, exchanging them costs less than moving them one by one.
-constexpr std::size_t mostMoves = 1000;
+constexpr std::size_t maxMoves = 1000;
 
 /// Where the two lists differ: before `begin` and in the last `tail` rows they show the same things in the same order.
 struct Middle {
@@ -116,7 +116,7 @@ std::optional<std::vector<RowChange>> movesFor(std::vector<std::size_t> order, s
         if (!stays[i])
             moving.push_back(order[i]);
     }
-    if (moving.size() > mostMoves)
+    if (moving.size() > maxMoves)
         return std::nullopt;
     std::ranges::sort(moving);
 

@@ -3,7 +3,7 @@
 #include "TestSupport/Media.h"
 #include "TestSupport/PrivateBus.h"
 #include "TestSupport/Projects.h"
-#include "TestSupport/SoundWorld.h"
+#include "TestSupport/AudioWorld.h"
 #include "VideoCore/ProjectStore.h"
 
 #include <QDBusInterface>
@@ -36,9 +36,9 @@ protected:
 
     void TearDown() override
     {
-        if (const char* pictures = std::getenv("ORVO_TEST_PICTURES"))
+        if (const char* frames = std::getenv("ORVO_TEST_PICTURES"))
             desktop.photograph(
-                fs::path(pictures) / (testing::UnitTest::GetInstance()->current_test_info()->name() + std::string(".png")));
+                fs::path(frames) / (testing::UnitTest::GetInstance()->current_test_info()->name() + std::string(".png")));
     }
 
     EditState edit() const { return store.load(project.id).edit; }
@@ -106,7 +106,7 @@ TEST_F(ApplicationTests, TheTimelineIsEditedWithThePointerAndNothingIsLostWhenIt
 
 TEST_F(ApplicationTests, ALessonIsRecordedWithTheGlobalShortcutsAlone)
 {
-    const SoundWorld sound;
+    const AudioWorld audio;
     const auto recorded = [&] {
         auto projects = store.list();
         std::erase_if(projects, [&](const auto& other) { return other.id == project.id; });

@@ -37,7 +37,7 @@ protected:
             return isNear(shown.red, colour >> 16) && isNear(shown.green, colour >> 8) && isNear(shown.blue, colour);
         }
 
-        std::vector<Picture> frames;
+        std::vector<Frame> frames;
     };
 
     Colours coloursOf(const VideoProject& project)
@@ -51,7 +51,7 @@ protected:
         return Colours(file, folder / "even.mkv");
     }
 
-    SoundWorld world; // Its PipeWire has the cameras.
+    AudioWorld world; // Its PipeWire has the cameras.
     RecordingSession::Plan plan = planOf(CaptureSources::displays().front());
 };
 

@@ -299,7 +299,7 @@ TEST_F(ScreenRecording, KeepsWhatThereIsOnAFullDisk)
     EXPECT_GT(prepared.files.begin()->second.duration, 2.5);
 }
 
-class SoundRecording : public RecordingFixture {
+class AudioRecording : public RecordingFixture {
 protected:
     /// Flashes and tones are at the same times. A busy machine may displace one of them, but not most.
     static void expectTogether(const std::vector<double>& flashes, const std::vector<double>& tones)
@@ -315,10 +315,10 @@ protected:
         EXPECT_LT(errors[errors.size() / 2], 0.04) << testing::PrintToString(tones) << testing::PrintToString(flashes);
     }
 
-    SoundWorld sound;
+    AudioWorld audio;
 };
 
-TEST_F(SoundRecording, KeepsAudioInTimeWithVideo)
+TEST_F(AudioRecording, KeepsAudioInTimeWithVideo)
 {
     const PatternWindow pattern({}, {"--sound"});
     auto plan = planOf(CaptureSources::displays().front());
@@ -339,7 +339,7 @@ TEST_F(SoundRecording, KeepsAudioInTimeWithVideo)
     EXPECT_NEAR(recorded.project.duration, screen.videoDuration, 0.022);
 }
 
-TEST_F(SoundRecording, ResumesAudioWhenTheServerRestarts)
+TEST_F(AudioRecording, ResumesAudioWhenTheServerRestarts)
 {
     auto plan = planOf(CaptureSources::displays().front());
     plan.options.systemAudio = true;
@@ -348,10 +348,10 @@ TEST_F(SoundRecording, ResumesAudioWhenTheServerRestarts)
         const PatternWindow pattern({}, {"--sound"});
         waitFor(*session, 3);
     }
-    sound.endServer();
+    audio.endServer();
     const double gone = session->time();
     waitFor(*session, gone + 2);
-    sound.startServer();
+    audio.startServer();
     const PatternWindow pattern({}, {"--sound"});
     const double back = session->time();
     waitFor(*session, back + 7);
@@ -362,14 +362,14 @@ TEST_F(SoundRecording, ResumesAudioWhenTheServerRestarts)
     auto flashes = TimePattern::flashStarts(TimePattern::framesOf(mediaOf(project, TrackKind::screen)));
     const auto file = mediaOf(project, TrackKind::system);
     const auto tones = TimePattern::toneStarts(file);
-    EXPECT_LT(level(decodeSound(file), gone + 0.2, gone + 1.8), 0.001);
+    EXPECT_LT(level(decodeAudio(file), gone + 0.2, gone + 1.8), 0.001);
     // The recorder looks for the server every half second, and a new stream needs a moment to become steady.
     std::erase_if(flashes, [back](double flash) { return flash < back + 2; });
     expectTogether(flashes, tones);
     EXPECT_NEAR(probe(file).audioDuration, project.duration, 0.03);
 }
 
-TEST_F(SoundRecording, RecordsWithoutAnUnpluggedMicrophoneAndSaysSo)
+TEST_F(AudioRecording, RecordsWithoutAnUnpluggedMicrophoneAndSaysSo)
 {
     auto plan = planOf(CaptureSources::displays().front());
     plan.options.microphone = true;
@@ -382,16 +382,16 @@ TEST_F(SoundRecording, RecordsWithoutAnUnpluggedMicrophoneAndSaysSo)
     EXPECT_EQ(project.tracks.size(), 1U);
 }
 
-TEST_F(SoundRecording, RecordsAnyMicrophone)
+TEST_F(AudioRecording, RecordsAnyMicrophone)
 {
-    sound.addSink("raro", {"rate=22050", "channels=1"});
-    sound.pactl(
+    audio.addSink("raro", {"rate=22050", "channels=1"});
+    audio.pactl(
         {"load-module", "module-remap-source", "master=raro.monitor", "source_name=rarito", "rate=22050", "channels=1"});
     const auto devices = AudioInputs::list();
     const auto ids = devices.microphones | std::views::transform(&AudioDevice::id) | std::ranges::to<std::vector>();
     EXPECT_THAT(ids, testing::UnorderedElementsAre("microphone", "rarito")) << "what outputs play is no microphone";
     EXPECT_TRUE(std::ranges::any_of(
-        devices.microphones, [](const auto& device) { return device.id == SoundWorld::microphone && device.isDefault; }));
+        devices.microphones, [](const auto& device) { return device.id == AudioWorld::microphone && device.isDefault; }));
 
     auto plan = planOf(CaptureSources::displays().front());
     plan.options.microphone = true;
@@ -402,7 +402,7 @@ TEST_F(SoundRecording, RecordsAnyMicrophone)
     const auto project = session->stop().project;
     const auto file = mediaOf(project, TrackKind::microphone);
     EXPECT_EQ(probe(file).audioChannels, 1);
-    const auto samples = decodeSound(file);
+    const auto samples = decodeAudio(file);
     double loudest = 0;
     for (double time = 0; time < project.duration; time += 0.1)
         loudest = std::max(loudest, level(samples, time, time + 0.1));

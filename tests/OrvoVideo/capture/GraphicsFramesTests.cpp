@@ -3,7 +3,7 @@
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/SharedScreen.h"
-#include "TestSupport/SoundWorld.h"
+#include "TestSupport/AudioWorld.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 
@@ -61,7 +61,7 @@ constexpr const char* reader = "testgraphicsreader ! videoconvert ! videoscale";
 TEST(GraphicsFramesTests, ReachTheEncoderInTheirMemoryOrComeInPlainMemory)
 {
     registerReader();
-    const SoundWorld world; // Its PipeWire is what streams need.
+    const AudioWorld world; // Its PipeWire is what streams need.
     struct Case {
         const char* what;
         std::string fitter;
@@ -74,17 +74,17 @@ TEST(GraphicsFramesTests, ReachTheEncoderInTheirMemoryOrComeInPlainMemory)
              Case{"can be read no longer", std::string("identity error-after=20 ! ") + reader, false},
              Case{"hold more than the window", reader, false, SharedScreen::Part{40, 20, 160, 90}},
          }) {
-        const PictureEncoder encoder{.name = "x264enc",
+        const FrameEncoder encoder{.name = "x264enc",
             .options = "tune=zerolatency speed-preset=ultrafast",
             .bitRateOption = "bitrate",
             .keyFrameOption = "key-int-max",
-            .kind = PictureEncoder::Kind::hardware,
+            .kind = FrameEncoder::Kind::hardware,
             .graphics = {.fitter = fitter,
                 .memory = "memory:SystemMemory",
                 .formats = {{.code = GraphicsFormat::codeOf("XR24"), .modifier = GraphicsFormat::linear}}}};
         SharedScreen screen({.width = 320, .height = 180, .window = window, .graphics = true});
         const TemporaryFolder folder;
-        SampleWriter writer(folder / "screen.mov", {.size = PictureSize{160, 90}, .encoder = encoder});
+        SampleWriter writer(folder / "screen.mov", {.size = FrameSize{160, 90}, .encoder = encoder});
         std::atomic<int> delivered = 0;
         std::atomic<bool> hasEnded = false;
         std::optional<CaptureTime> origin;
@@ -93,11 +93,11 @@ TEST(GraphicsFramesTests, ReachTheEncoderInTheirMemoryOrComeInPlainMemory)
                 .rect = {.width = 320, .height = 180},
                 .stream = std::make_shared<const PipeWireStream>(SharedScreen::connection(), screen.node())},
             {.size = {160, 90}, .graphics = encoder.graphics.formats});
-        stream->start({.picture =
-                           [&](const CapturedPicture& picture) {
+        stream->start({.frame =
+                           [&](const CapturedFrame& frame) {
                                if (!origin)
-                                   origin = picture.time;
-                               writer.append(picture, *origin);
+                                   origin = frame.time;
+                               writer.append(frame, *origin);
                                ++delivered;
                            },
             .ended = [&](const std::exception_ptr&) { hasEnded = true; }});

@@ -1,7 +1,7 @@
 #include "OrvoVideo/capture/CaptureOptions.h"
-#include "OrvoVideo/capture/screen/PictureFitter.h"
-#include "OrvoVideo/capture/tracks/PictureTimeline.h"
-#include "OrvoVideo/capture/tracks/SoundTimeline.h"
+#include "OrvoVideo/capture/screen/FrameFitter.h"
+#include "OrvoVideo/capture/tracks/FrameTimeline.h"
+#include "OrvoVideo/capture/tracks/AudioTimeline.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +13,7 @@ namespace orvo::test {
 
 namespace {
 
-constexpr double rate = SoundBlock::rate;
+constexpr double rate = AudioBlock::rate;
 
 /// A device whose clock runs a little faster than the recording's, and whose times are measured with some error. Every
 /// sample says when it really was: as the phase of a slow sine.
@@ -33,7 +33,7 @@ float sampleAt(double time)
 struct Laid {
     std::vector<float> samples;
 
-    SoundTimeline::Sink sink()
+    AudioTimeline::Sink sink()
     {
         return [this](std::span<const float> more) { samples.insert(samples.end(), more.begin(), more.end()); };
     }
@@ -48,27 +48,27 @@ struct Laid {
 };
 
 /// Blocks of 20 ms as the device delivers them, between two times.
-void play(SoundTimeline& timeline, const Device& device, double from, double to)
+void play(AudioTimeline& timeline, const Device& device, double from, double to)
 {
     std::mt19937 random(7);
     std::uniform_real_distribution<double> error(-device.error, device.error);
     const double step = 1 / (rate * (1 + device.faster));
     double time = from;
     while (time < to) {
-        SoundBlock block;
+        AudioBlock block;
         const double start = time;
-        for (int i = 0; i < SoundBlock::rate / 50; ++i, time += step)
+        for (int i = 0; i < AudioBlock::rate / 50; ++i, time += step)
             block.samples.push_back(sampleAt(time));
         timeline.add(block, start + device.late + error(random));
     }
 }
 
-TEST(SoundTimelineTests, StaysWithTheRecordingWhateverTheClockOfTheDevice)
+TEST(AudioTimelineTests, StaysWithTheRecordingWhateverTheClockOfTheDevice)
 {
     for (const auto& device : {Device{.faster = 0, .error = 0.008}, Device{.faster = 0.0003, .error = 0.008},
              Device{.faster = -0.0003, .error = 0.008}}) {
         Laid laid;
-        SoundTimeline timeline(1, laid.sink());
+        AudioTimeline timeline(1, laid.sink());
         play(timeline, device, 0, 600);
         double largest = 0;
         for (double time = 4; time < 599; time += waveLength)
@@ -78,10 +78,10 @@ TEST(SoundTimelineTests, StaysWithTheRecordingWhateverTheClockOfTheDevice)
     }
 }
 
-TEST(SoundTimelineTests, WhatIsMissingIsSilenceAndMovesNothing)
+TEST(AudioTimelineTests, WhatIsMissingIsSilenceAndMovesNothing)
 {
     Laid laid;
-    SoundTimeline timeline(1, laid.sink());
+    AudioTimeline timeline(1, laid.sink());
     play(timeline, {}, 1.5, 4); // A device that appears late,
     timeline.fillUntil(5); // says nothing,
     play(timeline, {}, 9, 12); // and is back.
@@ -100,12 +100,12 @@ TEST(SoundTimelineTests, WhatIsMissingIsSilenceAndMovesNothing)
 }
 
 /// A server that has just started loses some more audio, or reports a delay that is some hundredths of a second off.
-TEST(SoundTimelineTests, CorrectsSmallErrorsAtOnceAfterAReconnection)
+TEST(AudioTimelineTests, CorrectsSmallErrorsAtOnceAfterAReconnection)
 {
     for (const double error : {0.05, 0.0, -0.05}) {
         for (const double hole : {0.0, 0.045, 0.07}) {
             Laid laid;
-            SoundTimeline timeline(1, laid.sink());
+            AudioTimeline timeline(1, laid.sink());
             play(timeline, {.error = 0.003}, 0, 2);
             play(timeline, {.error = 0.003, .late = error}, 4.5, 5);
             play(timeline, {.error = 0.003}, 5.0 + hole, 12);
@@ -115,10 +115,10 @@ TEST(SoundTimelineTests, CorrectsSmallErrorsAtOnceAfterAReconnection)
     }
 }
 
-TEST(SoundTimelineTests, WhatComesTooLateOrTwiceIsLeftOut)
+TEST(AudioTimelineTests, WhatComesTooLateOrTwiceIsLeftOut)
 {
     Laid laid;
-    SoundTimeline timeline(1, laid.sink());
+    AudioTimeline timeline(1, laid.sink());
     play(timeline, {}, -0.5, 2); // Some of it before the beginning,
     play(timeline, {}, 0.5, 3); // a second and a half twice,
     timeline.fillUntil(6);
@@ -128,26 +128,26 @@ TEST(SoundTimelineTests, WhatComesTooLateOrTwiceIsLeftOut)
     EXPECT_NEAR(static_cast<double>(timeline.length()) / rate, 8, 0.03);
 }
 
-TEST(SoundTimelineTests, OneChannelBecomesTwoAndTwoOne)
+TEST(AudioTimelineTests, OneChannelBecomesTwoAndTwoOne)
 {
     Laid stereo;
-    SoundTimeline two(2, stereo.sink());
+    AudioTimeline two(2, stereo.sink());
     two.add({.samples = {0.25F, 0.5F}, .channels = 1}, 0);
     EXPECT_THAT(stereo.samples, testing::ElementsAre(0.25F, 0.25F, 0.5F, 0.5F));
     Laid mono;
-    SoundTimeline one(1, mono.sink());
+    AudioTimeline one(1, mono.sink());
     one.add({.samples = {0.25F, 0.75F, -1, 0}, .channels = 2}, 0);
     EXPECT_THAT(mono.samples, testing::ElementsAre(0.5F, -0.5F));
 }
 
-TEST(PictureTimelineTests, ShowsTheLastOfFramesWithOneTime)
+TEST(FrameTimelineTests, ShowsTheLastOfFramesWithOneTime)
 {
-    std::vector<std::pair<const PictureMemory*, double>> shown;
-    PictureTimeline timeline(
-        [&](const PictureTimeline::Placed& placed) { shown.emplace_back(placed.picture.get(), placed.start); });
-    const auto before = std::make_shared<PictureMemory>(PictureSize{2, 2});
-    const auto menu = std::make_shared<PictureMemory>(PictureSize{2, 2});
-    const auto after = std::make_shared<PictureMemory>(PictureSize{2, 2});
+    std::vector<std::pair<const FrameMemory*, double>> shown;
+    FrameTimeline timeline(
+        [&](const FrameTimeline::Placed& placed) { shown.emplace_back(placed.frame.get(), placed.start); });
+    const auto before = std::make_shared<FrameMemory>(FrameSize{2, 2});
+    const auto menu = std::make_shared<FrameMemory>(FrameSize{2, 2});
+    const auto after = std::make_shared<FrameMemory>(FrameSize{2, 2});
     timeline.add(before, 0);
     timeline.add(menu, 2); // At the resume.
     timeline.add(after, 2); // On its way then.
@@ -155,19 +155,19 @@ TEST(PictureTimelineTests, ShowsTheLastOfFramesWithOneTime)
     EXPECT_THAT(shown, testing::ElementsAre(std::pair(before.get(), 0.0), std::pair(after.get(), 2.0)));
 }
 
-TEST(PictureTimelineTests, EveryPictureIsShownUntilTheNext)
+TEST(FrameTimelineTests, EveryFrameIsShownUntilTheNext)
 {
     struct Shown {
-        const PictureMemory* picture;
+        const FrameMemory* frame;
         double start;
         double end;
     };
     std::vector<Shown> shown;
-    PictureTimeline timeline([&](const PictureTimeline::Placed& placed) {
-        shown.push_back({placed.picture.get(), placed.start, placed.start + placed.length});
+    FrameTimeline timeline([&](const FrameTimeline::Placed& placed) {
+        shown.push_back({placed.frame.get(), placed.start, placed.start + placed.length});
     });
-    const auto a = std::make_shared<PictureMemory>(PictureSize{2, 2});
-    const auto b = std::make_shared<PictureMemory>(PictureSize{2, 2});
+    const auto a = std::make_shared<FrameMemory>(FrameSize{2, 2});
+    const auto b = std::make_shared<FrameMemory>(FrameSize{2, 2});
     timeline.standUntil(1); // Nothing stands yet.
     timeline.add(a, 0.5); // The first picture is shown from the beginning on.
     timeline.standUntil(2);
@@ -179,7 +179,7 @@ TEST(PictureTimelineTests, EveryPictureIsShownUntilTheNext)
     double end = 0;
     for (const auto& each : shown) {
         EXPECT_NEAR(each.start, end, 1e-9);
-        EXPECT_EQ(each.picture, each.start < 2.0005 ? a.get() : b.get());
+        EXPECT_EQ(each.frame, each.start < 2.0005 ? a.get() : b.get());
         end = each.end;
     }
     EXPECT_NEAR(shown.back().start, 2.5, 1e-9);
@@ -192,7 +192,7 @@ TEST(CaptureSizeTests, IsAtMostAsHighAsWantedAndEven)
         Rect area;
         double scale;
         std::int64_t height;
-        PictureSize size;
+        FrameSize size;
     };
     for (const auto& each : {
              Case{{0, 0, 1280, 720}, 2, 1080, {1920, 1080}}, Case{{0, 0, 1280, 720}, 1, 1080, {1280, 720}},
@@ -203,12 +203,12 @@ TEST(CaptureSizeTests, IsAtMostAsHighAsWantedAndEven)
         EXPECT_EQ(captureSize(each.area, each.scale, each.height), each.size) << each.area.width;
 }
 
-TEST(PicturePlaceTests, FillsTheRecordingOrLeavesBlack)
+TEST(FramePlaceTests, FillsTheRecordingOrLeavesBlack)
 {
     struct Case {
-        PictureSize source;
-        PictureSize target;
-        PicturePlace place;
+        FrameSize source;
+        FrameSize target;
+        FramePlace place;
     };
     for (const auto& each : {
              Case{{640, 360}, {640, 360}, {0, 0, {640, 360}}},
@@ -219,7 +219,7 @@ TEST(PicturePlaceTests, FillsTheRecordingOrLeavesBlack)
              Case{{1280, 360}, {640, 360}, {0, 90, {640, 180}}},
              Case{{360, 720}, {640, 360}, {230, 0, {180, 360}}},
          })
-        EXPECT_EQ(PicturePlace::fitted(each.source, each.target), each.place)
+        EXPECT_EQ(FramePlace::fitted(each.source, each.target), each.place)
             << each.source.width << "x" << each.source.height;
 }
 

@@ -3,7 +3,7 @@
 #include "OrvoVideo/capture/RecordingSession.h"
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/PatternWindow.h"
-#include "TestSupport/SoundWorld.h"
+#include "TestSupport/AudioWorld.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "TestSupport/TimePattern.h"
 #include "TestSupport/VirtualDisplay.h"
@@ -43,7 +43,7 @@ protected:
     std::filesystem::path mediaOf(const VideoProject& project, TrackKind kind) const;
 
     /// The four colours of the pattern are in the corners of this part of the picture.
-    static void expectCorners(const Picture& picture, const PatternWindow::Place& place);
+    static void expectCorners(const Picture& frame, const PatternWindow::Place& place);
 
     /// Every frame shows the time at which it is shown, less what it took from drawing to recording; nothing drifts.
     static void expectEvenTime(const std::vector<TimePattern::Frame>& frames);

@@ -20,26 +20,26 @@ namespace {
 using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
-constexpr PictureSize size{160, 90};
+constexpr FrameSize size{160, 90};
 
 class SampleWriterTests : public testing::Test {
 protected:
     CaptureTime at(double seconds) const { return origin + captureLength(seconds); }
 
-    CapturedPicture picture(double seconds, int brightness) const
+    CapturedFrame picture(double seconds, int brightness) const
     {
-        auto memory = std::make_shared<PictureMemory>(size);
+        auto memory = std::make_shared<FrameMemory>(size);
         std::fill_n(memory->luma(), memory->lumaStride() * size.height, static_cast<std::uint8_t>(brightness));
         return {.memory = std::move(memory), .time = at(seconds)};
     }
 
     /// A tone in all channels.
-    SoundBlock sound(double seconds, double length, int channels = 1) const
+    AudioBlock audio(double seconds, double length, int channels = 1) const
     {
-        SoundBlock block{.channels = channels, .time = at(seconds)};
-        for (int i = 0; i < static_cast<int>(length * SoundBlock::rate); ++i)
+        AudioBlock block{.channels = channels, .time = at(seconds)};
+        for (int i = 0; i < static_cast<int>(length * AudioBlock::rate); ++i)
             block.samples.insert(block.samples.end(), static_cast<std::size_t>(channels),
-                0.5F * static_cast<float>(std::cos(2 * std::numbers::pi * 1000 * i / SoundBlock::rate)));
+                0.5F * static_cast<float>(std::cos(2 * std::numbers::pi * 1000 * i / AudioBlock::rate)));
         return block;
     }
 
@@ -67,14 +67,14 @@ TEST_F(SampleWriterTests, PlacesAudioAtItsTime)
     for (const auto& [channels, written] : {Case{1, 1}, Case{2, 2}}) {
         const fs::path file = folder / "sound.m4a";
         SampleWriter writer(file, {});
-        writer.append(sound(1.0, 0.5, channels), origin);
-        writer.append(sound(2.5, 0.5, channels), origin);
+        writer.append(audio(1.0, 0.5, channels), origin);
+        writer.append(audio(2.5, 0.5, channels), origin);
         writer.finish(at(4));
         const auto probed = probe(file);
         EXPECT_EQ(probed.audioCodec, "aac");
         EXPECT_EQ(probed.audioChannels, written);
         EXPECT_NEAR(probed.audioDuration, 4, 0.02);
-        const auto samples = decodeSound(file);
+        const auto samples = decodeAudio(file);
         const auto onset = [&](double after) {
             auto i = static_cast<std::size_t>(after * 48'000);
             while (i < samples.size() && std::abs(samples[i]) < 0.1F)
@@ -135,15 +135,15 @@ TEST_F(SampleWriterTests, WritesNoFileWithoutFramesAndSilenceWithoutAudio)
     silent.finish(at(3));
     EXPECT_EQ(probe(silent.url()).audioChannels, 2);
     EXPECT_NEAR(probe(silent.url()).audioDuration, 3, 0.022);
-    EXPECT_LT(level(decodeSound(silent.url()), 0, 3), 1e-4);
+    EXPECT_LT(level(decodeAudio(silent.url()), 0, 3), 1e-4);
 }
 
 TEST_F(SampleWriterTests, DropsFramesWhenTheEncoderIsBehind)
 {
-    SampleWriter writer(folder / "screen.mov", {.size = PictureSize{1920, 1080}});
-    const auto memory = std::make_shared<PictureMemory>(PictureSize{1920, 1080});
+    SampleWriter writer(folder / "screen.mov", {.size = FrameSize{1920, 1080}});
+    const auto memory = std::make_shared<FrameMemory>(FrameSize{1920, 1080});
     for (int i = 0; i < 400; ++i)
-        writer.append(CapturedPicture{.memory = memory, .time = at(i / 1000.0)}, origin);
+        writer.append(CapturedFrame{.memory = memory, .time = at(i / 1000.0)}, origin);
     EXPECT_GT(writer.dropped(), 300U);
     EXPECT_LT(memory.use_count(), 40);
     writer.finish(at(1));
@@ -170,13 +170,13 @@ TEST_F(SampleWriterTests, ReportsTheFirstFailureOnce)
     {
         const FileSizeLimit full(60'000);
         for (int i = 0; i < 30 && told == 0; ++i) {
-            writer.append(sound(i, 1), origin);
+            writer.append(audio(i, 1), origin);
             std::this_thread::sleep_for(50ms);
         }
         EXPECT_THROW(writer.finish(at(30)), Error);
     }
     EXPECT_EQ(told, 1);
-    EXPECT_GT(level(decodeSound(writer.url()), 0, 1), 0.1);
+    EXPECT_GT(level(decodeAudio(writer.url()), 0, 1), 0.1);
 }
 
 } // namespace

@@ -25,7 +25,7 @@ protected:
     }
 
     /// Red on the left, blue on the right.
-    static void expectShared(const Picture& picture)
+    static void expectShared(const Frame& picture)
     {
         const auto left = picture.mean(0.05, 0.1, 0.45, 0.9);
         const auto right = picture.mean(0.55, 0.1, 0.95, 0.9);
@@ -36,14 +36,14 @@ protected:
     }
 
     /// The decoded frames of a project's screen, which is as long as the project.
-    std::vector<Picture> framesOf(const VideoProject& project)
+    std::vector<Frame> framesOf(const VideoProject& project)
     {
         const auto file = mediaOf(project, TrackKind::screen);
         EXPECT_NEAR(probe(file).videoDuration, project.duration, 0.03);
         return decodeFrames(file);
     }
 
-    SoundWorld world; // Its PipeWire is what streams need.
+    AudioWorld world; // Its PipeWire is what streams need.
     std::unique_ptr<SharedScreen> screen;
 };
 

@@ -1,7 +1,7 @@
 #include "OrvoVideo/capture/screen/ScreenStream.h"
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/SharedScreen.h"
-#include "TestSupport/SoundWorld.h"
+#include "TestSupport/AudioWorld.h"
 #include "VideoCore/Error.h"
 
 #include <chrono>
@@ -23,50 +23,50 @@ protected:
         source.scale = scale;
         source.rect = {.x = 1000, .y = 500, .width = form.width / scale, .height = form.height / scale};
         stream = ScreenStream::open(source, settings);
-        stream->start({.picture =
-                           [this](const CapturedPicture& picture) {
+        stream->start({.frame =
+                           [this](const CapturedFrame& frame) {
                                const std::lock_guard lock(mutex);
-                               newest = picture;
+                               newest = frame;
                            },
             .ended = {}});
-        ASSERT_TRUE(comesToHold([this] { return picture().memory != nullptr; }));
+        ASSERT_TRUE(comesToHold([this] { return frame().memory != nullptr; }));
     }
 
-    CapturedPicture picture()
+    CapturedFrame frame()
     {
         const std::lock_guard lock(mutex);
         return newest;
     }
 
     /// Whether a pixel of the newest picture is red, or blue if not.
-    static bool isRed(const CapturedPicture& picture, int x, int y) { return chroma(picture, x, y) > 60; }
-    static bool isBlue(const CapturedPicture& picture, int x, int y) { return chroma(picture, x, y) < -60; }
+    static bool isRed(const CapturedFrame& frame, int x, int y) { return chroma(frame, x, y) > 60; }
+    static bool isBlue(const CapturedFrame& frame, int x, int y) { return chroma(frame, x, y) < -60; }
     /// By how much a pixel is redder than it is blue, as coded.
-    static int chroma(const CapturedPicture& picture, int x, int y)
+    static int chroma(const CapturedFrame& frame, int x, int y)
     {
-        const auto at = std::ptrdiff_t{y} / 2 * picture.memory->chromaStride() + x / 2;
-        return picture.memory->red()[at] - picture.memory->blue()[at];
+        const auto at = std::ptrdiff_t{y} / 2 * frame.memory->chromaStride() + x / 2;
+        return frame.memory->red()[at] - frame.memory->blue()[at];
     }
 
-    SoundWorld world; // Its PipeWire is what streams need.
+    AudioWorld world; // Its PipeWire is what streams need.
     std::mutex mutex;
-    CapturedPicture newest;
+    CapturedFrame newest;
     CaptureSource source{.id = "d1"};
     std::unique_ptr<SharedScreen> screen;
     std::unique_ptr<ScreenStream> stream;
 };
 
-TEST_F(SharedScreenTests, PicturesAndPointerOfAStreamThatSeveralRead)
+TEST_F(SharedScreenTests, FramesAndPointerOfAStreamThatSeveralRead)
 {
     open({.width = 320, .height = 180}, {.size = {.width = 160, .height = 90}}, 2);
-    EXPECT_TRUE(isRed(picture(), 20, 40));
-    EXPECT_TRUE(isBlue(picture(), 140, 40));
+    EXPECT_TRUE(isRed(frame(), 20, 40));
+    EXPECT_TRUE(isBlue(frame(), 140, 40));
     const auto look = PipeWireStream::look(source.stream, {160, 160}, 10s);
-    EXPECT_EQ(look.size, (PictureSize{320, 180}));
-    ASSERT_TRUE(look.picture);
-    EXPECT_EQ(look.picture->size, (PictureSize{160, 90})) << "without the black around it";
-    EXPECT_GT(look.picture->pixels.front(), 200) << "red";
-    EXPECT_GT(look.picture->pixels.back(), 200) << "blue";
+    EXPECT_EQ(look.size, (FrameSize{320, 180}));
+    ASSERT_TRUE(look.frame);
+    EXPECT_EQ(look.frame->size, (FrameSize{160, 90})) << "without the black around it";
+    EXPECT_GT(look.frame->pixels.front(), 200) << "red";
+    EXPECT_GT(look.frame->pixels.back(), 200) << "blue";
     screen->movePointer(100, 60);
     ASSERT_TRUE(comesToHold([&] { return stream->view().pointer == Point{1050, 530}; })) << "in the global display space";
     screen->losePointer();
@@ -75,13 +75,13 @@ TEST_F(SharedScreenTests, PicturesAndPointerOfAStreamThatSeveralRead)
     EXPECT_THROW(ScreenStream::open(source, {.size = {160, 90}})->start({}), Error);
 }
 
-TEST_F(SharedScreenTests, TheLastPictureIsNotLostToThePointerThatMovesOn)
+TEST_F(SharedScreenTests, TheLastFrameIsNotLostToThePointerThatMovesOn)
 {
     for (int i = 0; i < 5; ++i) {
         open({.width = 320, .height = 180}, {.size = {.width = 160, .height = 90}});
-        ASSERT_TRUE(isRed(picture(), 20, 40));
+        ASSERT_TRUE(isRed(frame(), 20, 40));
         screen->turnForGood();
-        EXPECT_TRUE(comesToHold([&] { return isBlue(picture(), 20, 40); }));
+        EXPECT_TRUE(comesToHold([&] { return isBlue(frame(), 20, 40); }));
         stream.reset();
         newest = {};
     }
@@ -91,8 +91,8 @@ TEST_F(SharedScreenTests, ARegionOfAStreamWithTheOtherOrderOfColours)
 {
     open({.width = 320, .height = 180, .order = SharedScreen::Order::redGreenBlue},
         {.size = {.width = 100, .height = 100}, .region = Rect{1140, 540, 100, 100}});
-    EXPECT_TRUE(isRed(picture(), 10, 50));
-    EXPECT_TRUE(isBlue(picture(), 30, 50)) << "the colours meet 20 pixels from the left edge of the region";
+    EXPECT_TRUE(isRed(frame(), 10, 50));
+    EXPECT_TRUE(isBlue(frame(), 30, 50)) << "the colours meet 20 pixels from the left edge of the region";
     EXPECT_EQ(stream->view().area, (Rect{1140, 540, 100, 100}));
 }
 

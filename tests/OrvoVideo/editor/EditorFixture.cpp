@@ -76,7 +76,7 @@ VideoProject EditorFixture::lesson()
     std::filesystem::create_directories(media);
     makeVideo(media / "screen.mov", "testsrc2=size=320x180:rate=10:duration=6");
     // The first half is silent.
-    makeSound(media / "microphone.m4a", "sine=duration=6,volume=enable='lt(t,3)':volume=0");
+    makeAudio(media / "microphone.m4a", "sine=duration=6,volume=enable='lt(t,3)':volume=0");
     return project;
 }
 

@@ -166,7 +166,7 @@ TEST(TimelineTargets, FindsWhatThePointerIsOver)
     }
 }
 
-TEST(TimelineRows, FoldsEmptyLanesAndPutsTheComputersSoundLast)
+TEST(TimelineRows, FoldsEmptyLanesAndPutsTheComputersAudioLast)
 {
     auto project = emptyProject(100);
     project.tracks = {track(TrackKind::screen, "a", 0, 100), track(TrackKind::system, "b", 0, 100),

@@ -142,17 +142,17 @@ TEST_F(TimelineTests, TheWheelZoomsRoundThePlayheadOrElseThePointer)
     EXPECT_FALSE(item("overview")->isVisible());
 }
 
-TEST_F(TimelineTests, ThePictureIsShownAlone)
+TEST_F(TimelineTests, ShowsThePreviewAlone)
 {
     show(silent());
-    const auto* picture = control(QAccessible::Graphic, "Vista previa");
-    const double before = picture->height();
+    const auto* frame = control(QAccessible::Graphic, "Vista previa");
+    const double before = frame->height();
     key(Qt::Key_F);
-    EXPECT_TRUE(waitUntil([&] { return !timeline().isVisible() && picture->height() > before + 100; }));
+    EXPECT_TRUE(waitUntil([&] { return !timeline().isVisible() && frame->height() > before + 100; }));
     key(Qt::Key_Space);
     EXPECT_EQ(player->rate(), 1) << "the keys go on working";
     key(Qt::Key_Escape);
-    EXPECT_TRUE(waitUntil([&] { return timeline().isVisible() && picture->height() == before; }));
+    EXPECT_TRUE(waitUntil([&] { return timeline().isVisible() && frame->height() == before; }));
     click(QAccessible::Button, "Ver solo la imagen");
     click(QAccessible::Button, "Volver al editor");
     EXPECT_TRUE(timeline().isVisible());

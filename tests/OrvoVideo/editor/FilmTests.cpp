@@ -106,7 +106,7 @@ TEST_F(FilmTests, ThePreviewShowsTheFramesOfTheFilm)
         waitUntil([&] { return model.preview() == Playback::Preview::Ready && model.cameraPlayer()->hasComposition(); }));
     ASSERT_TRUE(waitUntil([&] { return std::isfinite(model.playback().cameraEnd()) && model.playback().cameraEnd() > 0; }));
     // The picture alone, in the size of the film.
-    view.rootObject()->findChild<EditorCommands*>()->setPictureAlone(true);
+    view.rootObject()->findChild<EditorCommands*>()->setPreviewAlone(true);
     const auto* scene = view.rootObject()->findChild<PreviewScene*>();
     ASSERT_TRUE(scene);
     view.resize(width, height + 40);
@@ -126,8 +126,8 @@ TEST_F(FilmTests, ThePreviewShowsTheFramesOfTheFilm)
         QTest::qWait(0);
         const QImage drawn = view.grabWindow().copy(0, 0, width, height).convertToFormat(QImage::Format_RGB888);
         const QImage burned(film[i].pixels.data(), film[i].width, film[i].height, film[i].width * 3, QImage::Format_RGB888);
-        if (const auto number = pictureNumber(burned)) {
-            EXPECT_EQ(pictureNumber(drawn), number);
+        if (const auto number = frameNumber(burned)) {
+            EXPECT_EQ(frameNumber(drawn), number);
         }
         seen.append(reinterpret_cast<const char*>(drawn.constBits()), static_cast<std::size_t>(drawn.sizeInBytes()));
         wanted.append(film[i].pixels.begin(), film[i].pixels.end());

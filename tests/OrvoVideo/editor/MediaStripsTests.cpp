@@ -11,12 +11,12 @@ class MediaStripsTests : public EditorFixture {
 protected:
     std::vector<MediaStrips::Source> sourcesOf(const VideoProject& shown) const
     {
-        return {{.file = store.mediaURL(shown, shown.tracks[0].file), .duration = 6, .pictures = true, .sound = true},
-            {.file = store.mediaURL(shown, shown.tracks[1].file), .duration = 6, .pictures = false, .sound = true}};
+        return {{.file = store.mediaURL(shown, shown.tracks[0].file), .duration = 6, .frames = true, .audio = true},
+            {.file = store.mediaURL(shown, shown.tracks[1].file), .duration = 6, .frames = false, .audio = true}};
     }
 };
 
-TEST_F(MediaStripsTests, WaveformsShowWhereThereIsSoundAndAreKept)
+TEST_F(MediaStripsTests, WaveformsShowWhereThereIsAudioAndAreKept)
 {
     const auto shown = lesson();
     const auto sources = sourcesOf(shown);
@@ -45,19 +45,19 @@ TEST_F(MediaStripsTests, WaveformsShowWhereThereIsSoundAndAreKept)
     EXPECT_GT(again.peaks(sources[1].file)->between(3.1, 5.5).high, 0.1);
 }
 
-TEST_F(MediaStripsTests, PicturesComeAndWhatCannotBeReadDoesNot)
+TEST_F(MediaStripsTests, FramesComeAndWhatCannotBeReadDoesNot)
 {
     const auto shown = lesson();
     const auto file = store.mediaURL(shown, shown.tracks[0].file);
     MediaStrips strips;
-    const MediaStrips::PictureKey missing{store.root() / "none.mov", 0};
-    const MediaStrips::PictureKey first{file, 0};
-    const MediaStrips::PictureKey later{file, 4000};
+    const MediaStrips::FrameKey missing{store.root() / "none.mov", 0};
+    const MediaStrips::FrameKey first{file, 0};
+    const MediaStrips::FrameKey later{file, 4000};
     strips.want({missing, first, later});
-    ASSERT_TRUE(waitUntil([&] { return !strips.picture(later).isNull(); }));
-    EXPECT_TRUE(strips.picture(missing).isNull());
-    ASSERT_EQ(strips.picture(first).height(), MediaStrips::pictureHeight);
-    EXPECT_NE(strips.picture(first), strips.picture(later));
+    ASSERT_TRUE(waitUntil([&] { return !strips.frame(later).isNull(); }));
+    EXPECT_TRUE(strips.frame(missing).isNull());
+    ASSERT_EQ(strips.frame(first).height(), MediaStrips::frameHeight);
+    EXPECT_NE(strips.frame(first), strips.frame(later));
 }
 
 TEST_F(MediaStripsTests, PreparingIsCancelledAndTakenUpAgain)

@@ -30,7 +30,7 @@ QRect inked(const QImage& picture)
     return found;
 }
 
-TEST_F(PreviewTests, AnOverlayIsDraggedOnThePictureInOneStep)
+TEST_F(PreviewTests, AnOverlayIsDraggedOnTheFrameInOneStep)
 {
     auto demo = silent();
     demo.edit.overlays.edit().push_back({.content = "Hola", .start = 0, .end = 5, .x = 0.25, .y = 0.25});
@@ -139,7 +139,7 @@ TEST_F(PreviewTests, TheZoomAndThePointerFollowTheTime)
     EXPECT_NEAR(magnified->y(), -magnified->height() / 2, 1);
 }
 
-TEST_F(PreviewTests, AZoomIsFramedInThePicture)
+TEST_F(PreviewTests, AZoomIsFramedInTheFrame)
 {
     show(silent());
     model->seek(2);
@@ -182,7 +182,7 @@ TEST_F(PreviewTests, AZoomIsFramedInThePicture)
     EXPECT_GT(magnified->scale(), 1.9);
 }
 
-TEST_F(PreviewTests, ATextIsEditedInThePicture)
+TEST_F(PreviewTests, ATextIsEditedInTheFrame)
 {
     auto demo = silent();
     demo.edit.overlays.edit().push_back({.content = "Hola", .start = 0, .end = 5, .x = 0.25, .y = 0.25});

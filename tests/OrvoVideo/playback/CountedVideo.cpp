@@ -35,7 +35,7 @@ void CountedVideo::write(const std::filesystem::path& file) const
     ffmpeg(arguments);
 }
 
-std::optional<int> pictureNumber(const QImage& image, QRect place)
+std::optional<int> frameNumber(const QImage& image, QRect place)
 {
     int number = 0;
     for (int i = 0; i < bits; ++i) {
@@ -49,9 +49,9 @@ std::optional<int> pictureNumber(const QImage& image, QRect place)
     return number;
 }
 
-std::optional<int> pictureNumber(const QImage& image)
+std::optional<int> frameNumber(const QImage& image)
 {
-    return image.isNull() ? std::nullopt : pictureNumber(image, image.rect());
+    return image.isNull() ? std::nullopt : frameNumber(image, image.rect());
 }
 
 } // namespace orvo::test

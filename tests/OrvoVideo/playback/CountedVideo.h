@@ -23,9 +23,9 @@ struct CountedVideo {
 };
 
 /// The number of the picture seen in `place` of an image; nothing when there is none.
-std::optional<int> pictureNumber(const QImage& image, QRect place);
+std::optional<int> frameNumber(const QImage& image, QRect place);
 
 /// As above, with the picture filling the image.
-std::optional<int> pictureNumber(const QImage& image);
+std::optional<int> frameNumber(const QImage& image);
 
 } // namespace orvo::test

@@ -32,9 +32,9 @@ const auto* const application = testing::AddGlobalTestEnvironment(new Applicatio
 
 } // namespace
 
-PlayerRig::PlayerRig(const std::string& soundSink, std::unique_ptr<MediaProbe> probe)
+PlayerRig::PlayerRig(const std::string& audioSink, std::unique_ptr<MediaProbe> probe)
     : m_player(
-          std::make_unique<GstPreviewPlayer>(probe ? std::move(probe) : std::make_unique<FfprobeMediaProbe>(), soundSink))
+          std::make_unique<GstPreviewPlayer>(probe ? std::move(probe) : std::make_unique<FfprobeMediaProbe>(), audioSink))
 {
     PreviewPlayer* player = m_player.get();
     const auto on = [player](auto signal, auto slot) { QObject::connect(player, signal, player, slot); };
@@ -42,7 +42,7 @@ PlayerRig::PlayerRig(const std::string& soundSink, std::unique_ptr<MediaProbe> p
     on(&PreviewPlayer::failed, [this](const QString& reason) { failures.push_back(reason.toStdString()); });
     on(&PreviewPlayer::seekFinished, [this](double seconds) { seeks.push_back(seconds); });
     on(&PreviewPlayer::timeChanged, [this](double seconds) { times.push_back(seconds); });
-    on(&PreviewPlayer::frameChanged, [this, player] { pictures.push_back(player->frame()); });
+    on(&PreviewPlayer::frameChanged, [this, player] { frames.push_back(player->frame()); });
     on(&PreviewPlayer::rateChanged, [this, player] { rates.push_back(player->rate()); });
     on(&PreviewPlayer::endReached, [this] { ++ends; });
 }

@@ -16,7 +16,7 @@ namespace orvo::test {
 class PlayerRig {
 public:
     /// Looks at files with `probe`; without one, with ffprobe.
-    explicit PlayerRig(const std::string& soundSink = "fakesink sync=true", std::unique_ptr<MediaProbe> probe = nullptr);
+    explicit PlayerRig(const std::string& audioSink = "fakesink sync=true", std::unique_ptr<MediaProbe> probe = nullptr);
 
     PreviewPlayer& player() { return *m_player; }
     /// Ends the player in whatever state it is.
@@ -34,7 +34,7 @@ public:
     std::vector<std::string> failures;
     std::vector<double> seeks;
     std::vector<double> times;
-    std::vector<QImage> pictures;
+    std::vector<QImage> frames;
     std::vector<double> rates;
     int ends = 0;
 

@@ -9,7 +9,7 @@ namespace orvo::test {
 
 namespace {
 
-TEST(PreviewItem, ShowsThePlayersPictureCentredInTheSizeItHas)
+TEST(PreviewItem, ShowsThePlayersFrameCentredInTheSizeItHas)
 {
     const TemporaryFolder folder;
     CountedVideo{.seconds = 1}.write(folder / "video.mov");
@@ -27,11 +27,11 @@ TEST(PreviewItem, ShowsThePlayersPictureCentredInTheSizeItHas)
 
     ASSERT_TRUE(rig.load({.width = 320, .height = 180, .fps = 30, .video = {{.file = folder / "video.mov"}}}));
     ASSERT_TRUE(rig.seek(0.5));
-    const QRect place = item.pictureRect().toRect();
+    const QRect place = item.frameRect().toRect();
     EXPECT_EQ(place, QRect(22, 0, 356, 200));
     ASSERT_TRUE(rig.waitUntil([&] {
         const QImage shown = window.grabWindow();
-        return pictureNumber(shown, place) == 15;
+        return frameNumber(shown, place) == 15;
     }));
     const QImage shown = window.grabWindow();
     EXPECT_EQ(QColor(shown.pixel(place.left() - 3, 100)), QColor(Qt::blue));

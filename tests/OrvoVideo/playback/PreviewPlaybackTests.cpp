@@ -48,11 +48,11 @@ protected:
         return composition({{.file = path("video.mov")}}, {{.file = path("tone.m4a")}});
     }
 
-    static std::vector<int> numbers(const std::vector<QImage>& pictures)
+    static std::vector<int> numbers(const std::vector<QImage>& frames)
     {
         std::vector<int> result;
-        for (const QImage& picture : pictures)
-            result.push_back(pictureNumber(picture).value_or(-1));
+        for (const QImage& picture : frames)
+            result.push_back(frameNumber(picture).value_or(-1));
         return result;
     }
 
@@ -61,15 +61,15 @@ protected:
 
 TEST_F(PreviewPlayback, PlaysToTheEndInOrder)
 {
-    for (const bool hasSound : {true, false}) {
+    for (const bool hasAudio : {true, false}) {
         PlayerRig rig;
-        ASSERT_TRUE(rig.load(hasSound ? videoAndTone() : composition({{.file = path("video.mov")}})));
+        ASSERT_TRUE(rig.load(hasAudio ? videoAndTone() : composition({{.file = path("video.mov")}})));
         EXPECT_EQ(rig.player().rate(), 0);
         rig.player().play();
         EXPECT_EQ(rig.player().rate(), 1);
         ASSERT_TRUE(rig.waitUntil([&] { return rig.ends == 1; }));
         EXPECT_THAT(rig.rates, testing::ElementsAre(1, 0));
-        const auto seen = numbers(rig.pictures);
+        const auto seen = numbers(rig.frames);
         EXPECT_TRUE(std::ranges::is_sorted(seen, std::less_equal<>{})) << "a picture was shown twice or out of order";
         EXPECT_EQ(seen.back(), 59);
         // However slow the machine, more than a few pictures are seen.
@@ -99,14 +99,14 @@ TEST_F(PreviewPlayback, PlaysAtSpeedsAndBackwards)
         // A seek comes after the pause, so its picture and time are the paused ones.
         ASSERT_TRUE(rig.seek(rig.player().position() + 1 / 60.0));
         const double paused = rig.player().position();
-        EXPECT_EQ(pictureNumber(rig.player().frame()), std::lround(std::floor(paused * 30 + 0.03)));
+        EXPECT_EQ(frameNumber(rig.player().frame()), std::lround(std::floor(paused * 30 + 0.03)));
     }
 
     ASSERT_TRUE(rig.seek(1.5));
-    rig.pictures.clear();
+    rig.frames.clear();
     rig.player().setRate(-1);
     ASSERT_TRUE(rig.waitUntil([&] { return rig.player().rate() == 0; }));
-    const auto seen = numbers(rig.pictures);
+    const auto seen = numbers(rig.frames);
     EXPECT_TRUE(std::ranges::is_sorted(seen, std::greater_equal<>{}));
     EXPECT_EQ(seen.back(), 0);
     EXPECT_GT(seen.size(), 10U);
@@ -125,7 +125,7 @@ TEST_F(PreviewPlayback, PausingShowsTheFrameOfItsTime)
         rig.player().pause();
         rig.player().setVolume(0, 1);
         ASSERT_TRUE(rig.waitUntil([&] {
-            return pictureNumber(rig.player().frame()) == std::lround(std::floor(rig.player().position() * 30 + 0.03));
+            return frameNumber(rig.player().frame()) == std::lround(std::floor(rig.player().position() * 30 + 0.03));
         }));
     }
 }
@@ -141,11 +141,11 @@ TEST_F(PreviewPlayback, GoesOnFromASeekWhilePlaying)
         if (isExpected)
             rig.player().expectSeek(target);
         ASSERT_TRUE(rig.waitUntil([&] { return rig.player().position() > start + 0.3; }));
-        rig.pictures.clear();
+        rig.frames.clear();
         ASSERT_TRUE(rig.seek(target));
         EXPECT_EQ(rig.player().rate(), 1);
         ASSERT_TRUE(rig.waitUntil([&] { return rig.player().position() > target + 0.3; }));
-        const auto seen = numbers(rig.pictures);
+        const auto seen = numbers(rig.frames);
         const auto first = std::ranges::find(seen, std::lround(target * 30));
         ASSERT_NE(first, seen.end());
         EXPECT_TRUE(std::all_of(first, seen.end(), [&](int number) { return number >= target * 30; }));
@@ -160,7 +160,7 @@ TEST_F(PreviewPlayback, UsesPreparedFrames)
     for (const double time : {0.5166, 7.3166, 3.8499, 11.0833, 2.9166, 9.4499}) {
         source.prepare(time);
         // What was prepared begins at the time itself; had it been fetched anew, it would begin where its frame does.
-        EXPECT_NEAR(source.pictureAt(time, VideoSource::Want::Exact, {}).sample.start, time, 1e-5);
+        EXPECT_NEAR(source.frameAt(time, VideoSource::Want::Exact, {}).sample.start, time, 1e-5);
     }
 }
 
@@ -197,7 +197,7 @@ TEST_F(PreviewPlayback, MixesTracksAtTheirStartsAndGains)
         rig.player().setVolume(17, 1);
         ASSERT_TRUE(rig.waitUntil([&] { return rig.ends == 1; }));
     }
-    const auto samples = decodeSound(heard);
+    const auto samples = decodeAudio(heard);
     ASSERT_GT(samples.size(), 48000U * 19 / 10);
     EXPECT_NEAR(amplitude(samples, 1000, 0.1, 0.9), unit / 2, 0.004);
     EXPECT_NEAR(amplitude(samples, 1000, 1.7, 1.9), unit * 2, 0.02);
@@ -225,7 +225,7 @@ TEST_F(PreviewPlayback, PlaysAudioOnlyAndSilentFiles)
 
     ASSERT_TRUE(rig.load(composition({{.file = path("both.mp4")}}, {{.file = path("both.mp4")}})));
     ASSERT_TRUE(rig.seek(1));
-    EXPECT_EQ(pictureNumber(rig.player().frame()), 30);
+    EXPECT_EQ(frameNumber(rig.player().frame()), 30);
 
     ASSERT_TRUE(rig.load(composition({})));
     rig.player().play();
@@ -241,7 +241,7 @@ TEST_F(PreviewPlayback, PlaysOnWhenTheAudioDeviceFails)
         ASSERT_TRUE(rig.load(videoAndTone()));
         rig.player().play();
         ASSERT_TRUE(rig.waitUntil([&] { return rig.ends == 1; }));
-        EXPECT_EQ(pictureNumber(rig.player().frame()), 59);
+        EXPECT_EQ(frameNumber(rig.player().frame()), 59);
     }
 }
 
@@ -268,9 +268,9 @@ TEST_F(PreviewPlayback, KeepsTheCompositionWhenALoadFails)
         EXPECT_FALSE(rig.failures.back().empty());
         EXPECT_TRUE(rig.player().hasComposition());
         EXPECT_NEAR(rig.player().position(), 1, 1e-9) << name;
-        EXPECT_EQ(pictureNumber(rig.player().frame()), 30);
+        EXPECT_EQ(frameNumber(rig.player().frame()), 30);
         ASSERT_TRUE(rig.seek(1.5));
-        EXPECT_EQ(pictureNumber(rig.player().frame()), 45);
+        EXPECT_EQ(frameNumber(rig.player().frame()), 45);
     }
     rig.player().play();
     EXPECT_TRUE(rig.waitUntil([&] { return rig.ends == 1; }));
@@ -288,7 +288,7 @@ TEST_F(PreviewPlayback, AnswersOnlyTheLastLoad)
     ASSERT_TRUE(rig.waitUntil([&] { return !rig.seeks.empty(); }));
     EXPECT_EQ(rig.loads, 1);
     EXPECT_THAT(rig.failures, testing::IsEmpty());
-    EXPECT_EQ(pictureNumber(rig.player().frame()), 15);
+    EXPECT_EQ(frameNumber(rig.player().frame()), 15);
     EXPECT_THAT(rig.seeks, testing::ElementsAre(0.5));
 
     // Loads that are replaced while they run.
@@ -300,7 +300,7 @@ TEST_F(PreviewPlayback, AnswersOnlyTheLastLoad)
     ASSERT_TRUE(rig.load(videoAndTone()));
     EXPECT_EQ(rig.loads, 1);
     EXPECT_EQ(rig.player().position(), 0);
-    EXPECT_EQ(pictureNumber(rig.player().frame()), 0);
+    EXPECT_EQ(frameNumber(rig.player().frame()), 0);
 }
 
 TEST_F(PreviewPlayback, PlaysNothingAfterClear)
@@ -316,7 +316,7 @@ TEST_F(PreviewPlayback, PlaysNothingAfterClear)
     EXPECT_EQ(rig.player().position(), 0);
     EXPECT_TRUE(rig.player().frame().isNull());
     ASSERT_TRUE(rig.load(videoAndTone()));
-    EXPECT_EQ(pictureNumber(rig.player().frame()), 0);
+    EXPECT_EQ(frameNumber(rig.player().frame()), 0);
 }
 
 /// Counts how often the files of a folder are opened.
@@ -387,7 +387,7 @@ TEST_F(PreviewPlayback, RereadsReplacedFiles)
     fs::copy_file(path("long.mov"), path("changing.mov"), fs::copy_options::overwrite_existing);
     ASSERT_TRUE(rig.load(composition({{.file = path("changing.mov")}})));
     ASSERT_TRUE(rig.seek(15));
-    EXPECT_EQ(pictureNumber(rig.player().frame()), 450);
+    EXPECT_EQ(frameNumber(rig.player().frame()), 450);
 }
 
 TEST_F(PreviewPlayback, CanBeDestroyedInAnyState)

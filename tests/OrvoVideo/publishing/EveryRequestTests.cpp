@@ -25,7 +25,7 @@ protected:
         fs::remove_all(hls / "480");
         options.limits.silence = std::chrono::seconds(1);
         options.pause = [this](std::chrono::seconds, const std::stop_token&) {
-            if (++waits > longestWait)
+            if (++waits > maxWait)
                 throw Cancelled(); // As a user does who has waited for long.
         };
     }
@@ -41,7 +41,7 @@ protected:
 
     bool isRegistered() const { return fs::exists(session); }
 
-    static constexpr int longestWait = 30;
+    static constexpr int maxWait = 30;
     int waits = 0;
     int lessons = 0;
 };

@@ -35,15 +35,15 @@ TEST(ModelShapes, AreLoadedAndAlignedForEveryModelOfTheCatalogue)
     EXPECT_EQ(std::size(cases), SpeechModels::catalogue().size());
     const TemporaryFolder folder;
     constexpr int rate = 16'000;
-    std::vector<float> sound(std::size_t{1} * rate);
-    for (std::size_t i = 0; i < sound.size(); ++i)
-        sound[i] = 0.3F * std::sin(static_cast<float>(i) * 0.08F);
+    std::vector<float> audio(std::size_t{1} * rate);
+    for (std::size_t i = 0; i < audio.size(); ++i)
+        audio[i] = 0.3F * std::sin(static_cast<float>(i) * 0.08F);
     for (const auto& [model, shape] : cases) {
         SCOPED_TRACE(model);
         const auto file = folder / "random.bin";
         writeRandomModel(file, shape);
         speech::Whisper whisper(file);
-        const auto answer = whisper.recognise(sound, {.language = "es", .prompt = "Hola."}, {});
+        const auto answer = whisper.recognise(audio, {.language = "es", .prompt = "Hola."}, {});
         for (const auto& word : answer.words) {
             EXPECT_GE(word.end, 0);
             EXPECT_LE(word.end, 30);

@@ -14,10 +14,10 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 /// Sound that is put together piece by piece.
-class Sound {
+class Audio {
 public:
     /// A voice-like sound: tones that swell and fall with its syllables.
-    Sound& voice(double seconds, double level = 0.2)
+    Audio& voice(double seconds, double level = 0.2)
     {
         return add(seconds, [level](double t) {
             const double swell = 0.4 + 0.6 * std::abs(std::sin(2 * std::numbers::pi * 2.5 * t));
@@ -25,18 +25,18 @@ public:
                 * (std::sin(2 * std::numbers::pi * 220 * t) + 0.6 * std::sin(2 * std::numbers::pi * 880 * t));
         });
     }
-    Sound& silence(double seconds)
+    Audio& silence(double seconds)
     {
         return add(seconds, [](double) { return 0.0; });
     }
-    Sound& then(const Sound& next)
+    Audio& then(const Audio& next)
     {
         m_samples.insert(m_samples.end(), next.m_samples.begin(), next.m_samples.end());
         return *this;
     }
 
     /// Adds white noise to all of it.
-    Sound& noise(double level)
+    Audio& noise(double level)
     {
         std::mt19937 random(7);
         std::normal_distribution<double> normal(0, level);
@@ -45,7 +45,7 @@ public:
         return *this;
     }
     /// Plays all of it in a room where sound falls by 60 dB in so many seconds.
-    Sound& room(double reverberation)
+    Audio& room(double reverberation)
     {
         std::mt19937 random(3);
         std::normal_distribution<double> normal(0, 1);
@@ -71,7 +71,7 @@ public:
     }
 
 private:
-    template <typename Wave> Sound& add(double seconds, Wave wave)
+    template <typename Wave> Audio& add(double seconds, Wave wave)
     {
         const auto count = static_cast<std::size_t>(std::lround(seconds * sampleRate));
         for (std::size_t i = 0; i < count; ++i)
@@ -83,13 +83,13 @@ private:
 };
 
 /// Two stretches, from 0.5 to 2 and from 2.6 to 4.
-Sound twoStretches()
+Audio twoStretches()
 {
-    return Sound().silence(0.5).voice(1.5).silence(0.6).voice(1.4).silence(1);
+    return Audio().silence(0.5).voice(1.5).silence(0.6).voice(1.4).silence(1);
 }
 
 /// The same, and two more behind them: a room is told by how most stretches end.
-Sound fourStretches()
+Audio fourStretches()
 {
     return twoStretches().voice(1.2).silence(1).voice(1.7).silence(1);
 }
@@ -109,7 +109,7 @@ TEST(SpeechActivity, FindsWhereSpeechBeginsAndEnds)
     expectTwoStretches(findSpeech(twoStretches().loudness()), 0.025, 0.025);
     expectTwoStretches(findSpeech(twoStretches().noise(0.01).loudness()), 0.03, 0.03); // 20 dB below.
     expectTwoStretches(findSpeech(fourStretches().room(0.3).loudness()), 0.03, 0.1);
-    expectTwoStretches(findSpeech(Sound().silence(0.5).voice(1.5, 0.01).silence(0.6).voice(1.4, 0.01).silence(1).loudness()),
+    expectTwoStretches(findSpeech(Audio().silence(0.5).voice(1.5, 0.01).silence(0.6).voice(1.4, 0.01).silence(1).loudness()),
         0.025, 0.025); // Softly.
 }
 
@@ -133,17 +133,17 @@ TEST(SpeechActivity, ARoomThatIsHeardOverMostOfAPauseDoesNotHideIt)
     EXPECT_NEAR(found[3].startSeconds(), 6.6, 0.03);
 }
 
-TEST(SpeechActivity, ZerosInANoisySoundAreNoBackground)
+TEST(SpeechActivity, ZerosInANoisyAudioAreNoBackground)
 {
     // A track that begins late: zeros, then the room with a voice in it.
-    const Sound late = Sound().silence(0.5).voice(1.5).silence(0.6).voice(1.4).silence(2).noise(0.01);
-    const auto found = findSpeech(Sound().silence(2.5).then(late).loudness());
+    const Audio late = Audio().silence(0.5).voice(1.5).silence(0.6).voice(1.4).silence(2).noise(0.01);
+    const auto found = findSpeech(Audio().silence(2.5).then(late).loudness());
     ASSERT_EQ(found.size(), 2U);
     EXPECT_NEAR(found[0].startSeconds(), 3.0, 0.03);
     EXPECT_NEAR(found[0].endSeconds(), 4.5, 0.03);
     EXPECT_NEAR(found[1].startSeconds(), 5.1, 0.03);
     EXPECT_NEAR(found[1].endSeconds(), 6.5, 0.03);
-    EXPECT_THAT(findSpeech(Sound().silence(4).then(Sound().silence(8).noise(0.02)).loudness()), IsEmpty());
+    EXPECT_THAT(findSpeech(Audio().silence(4).then(Audio().silence(8).noise(0.02)).loudness()), IsEmpty());
 }
 
 TEST(SpeechChunks, HoldAllSpeechInOrderAndAreNeverTooLong)

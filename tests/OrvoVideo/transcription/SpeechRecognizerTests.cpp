@@ -30,7 +30,7 @@ protected:
         return {SpeechModels::require(SpeechModels::usual), "es", decoding};
     }
 
-    fs::path sound(const std::string& source)
+    fs::path audio(const std::string& source)
     {
         const auto file = folder / "sound.wav";
         ffmpeg({"-f", "lavfi", "-i", source, "-ac", "1", "-ar", "16000", file.string()});
@@ -141,17 +141,17 @@ TEST_F(SpeechRecognizerTest, MakesNothingUp)
     for (const auto* source :
         {"anullsrc=r=16000:cl=mono:d=20", "sine=440:d=20", "anoisesrc=c=pink:a=0.2:d=20", "anoisesrc=c=white:a=0.02:d=20",
             "aevalsrc='0.2*(sin(2*PI*220*t)+sin(2*PI*277*t)+sin(2*PI*330*t))*(0.6+0.4*exp(-6*mod(t,0.5)))':d=20"}) {
-        const auto words = recogniser.recognise(sound(source));
+        const auto words = recogniser.recognise(audio(source));
         EXPECT_THAT(words, IsEmpty()) << source << ": " << textOf(words);
     }
     // Breaths and keys: noise that swells, and clicks.
     for (const auto* source : {"aevalsrc='0.1*(random(0)-0.5)*pow(max(0,sin(2*PI*t/2.5)),2)':d=20:s=16000",
              "aevalsrc='0.8*(random(0)-0.5)*lt(mod(t,0.7),0.004)+0.0005*(random(1)-0.5)':d=20:s=16000"}) {
-        const auto words = recogniser.recognise(sound(source));
+        const auto words = recogniser.recognise(audio(source));
         EXPECT_THAT(words, IsEmpty()) << source << ": " << textOf(words);
     }
     for (const double seconds : {0.01, 0.05, 0.12, 0.16, 0.3})
-        recogniser.recognise(sound(std::format("aevalsrc='0.3*sin(2*PI*200*t)':s=16000:d={}", seconds)));
+        recogniser.recognise(audio(std::format("aevalsrc='0.3*sin(2*PI*200*t)':s=16000:d={}", seconds)));
 }
 
 TEST_F(SpeechRecognizerTest, KeepsWhatIsReallySaidThreeTimes)

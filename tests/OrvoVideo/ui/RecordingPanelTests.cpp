@@ -1,7 +1,7 @@
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/FakePortal.h"
 #include "TestSupport/PrivateBus.h"
-#include "TestSupport/SoundWorld.h"
+#include "TestSupport/AudioWorld.h"
 #include "TestSupport/VirtualDisplay.h"
 #include "WindowFixture.h"
 
@@ -47,9 +47,9 @@ TEST_F(RecordingPanelTests, ARecordingIsPreparedStartedAndEnded)
         "Ctrl+Alt+Super+R\u00a0·\u00a0Grabar\u00a0/\u00a0terminar     Ctrl+Alt+Super+P\u00a0·\u00a0Pausa     "
         "Ctrl+Alt+Super+Z\u00a0·\u00a0Zoom\nPuedes cambiar los atajos en Ajustes."));
     ASSERT_TRUE(comesToHold([&] { return model->recorder()->capture()->sources()->count() == 1; }));
-    auto* picture = view().findChild<QQuickItem*>("sourcePicture");
-    ASSERT_TRUE(picture);
-    EXPECT_TRUE(comesToHold([&] { return picture->property("showing").toBool(); })) << "what the display shows now";
+    auto* frame = view().findChild<QQuickItem*>("sourcePicture");
+    ASSERT_TRUE(frame);
+    EXPECT_TRUE(comesToHold([&] { return frame->property("showing").toBool(); })) << "what the display shows now";
     EXPECT_TRUE(comesToHold(
         [&] { return control(QAccessible::StaticText, "No hay un micrófono disponible: se graba sin él.") != nullptr; }));
     const auto* microphone = control(QAccessible::CheckBox, "Grabar micrófono");
@@ -136,8 +136,8 @@ TEST_F(SharedPanelTests, SaysWhatIsSharedAgainAndEndsTheShareWithoutARecording)
 TEST_F(RecordingPanelTests, AnUnpluggedMicrophoneIsShownAndAnotherCanBeChosen)
 {
     qunsetenv("PULSE_SERVER");
-    SoundWorld sound;
-    const auto module = sound.pactl({"load-module", "module-remap-source", "master=micfeed.monitor", "source_name=usb",
+    AudioWorld audio;
+    const auto module = audio.pactl({"load-module", "module-remap-source", "master=micfeed.monitor", "source_name=usb",
         "source_properties=device.description=Solapa"});
     show();
     key(Qt::Key_R, Qt::ControlModifier);
@@ -152,7 +152,7 @@ TEST_F(RecordingPanelTests, AnUnpluggedMicrophoneIsShownAndAnotherCanBeChosen)
     const auto* warning = "Este micrófono no está conectado. Conéctalo o elige otro.";
     EXPECT_FALSE(control(QAccessible::StaticText, warning));
 
-    sound.pactl({"unload-module", QString::fromLatin1(module).trimmed()});
+    audio.pactl({"unload-module", QString::fromLatin1(module).trimmed()});
     choose("Micrófono", 0); // Opening the list lists the devices again.
     options = model->options();
     options.microphoneDevice = "usb";
@@ -163,7 +163,7 @@ TEST_F(RecordingPanelTests, AnUnpluggedMicrophoneIsShownAndAnotherCanBeChosen)
     control(QAccessible::ComboBox, "Micrófono")->forceActiveFocus();
     key(Qt::Key_Up);
     EXPECT_TRUE(comesToHold([&] { return control(QAccessible::StaticText, warning) == nullptr; }));
-    EXPECT_EQ(model->options().microphoneDevice, SoundWorld::microphone);
+    EXPECT_EQ(model->options().microphoneDevice, AudioWorld::microphone);
 }
 
 TEST_F(RecordingPanelTests, EscapeLeavesAndReturnRecords)

@@ -53,13 +53,13 @@ protected:
     std::unique_ptr<QQuickItem> image;
 };
 
-TEST_F(ThumbnailTests, APictureIsMadeOnceAndKeptOutsideTheLibrary)
+TEST_F(ThumbnailTests, AFrameIsMadeOnceAndKeptOutsideTheLibrary)
 {
     const auto file = movie();
     ASSERT_EQ(height(file), ThumbnailProvider::height);
     ASSERT_THAT(kept(), testing::SizeIs(1));
-    const QImage picture(QString::fromStdString(kept().front().string()));
-    const QColor middle = picture.pixelColor(picture.width() / 2, picture.height() / 2);
+    const QImage frame(QString::fromStdString(kept().front().string()));
+    const QColor middle = frame.pixelColor(frame.width() / 2, frame.height() / 2);
     EXPECT_GT(middle.red(), 200);
     EXPECT_LT(middle.green() + middle.blue(), 80);
 
@@ -88,7 +88,7 @@ TEST_F(ThumbnailTests, ShowsTheStreamThatFilmsShow)
     EXPECT_LT(colour.blue(), 80);
 }
 
-TEST_F(ThumbnailTests, WhatIsNoMovieHasNoPicture)
+TEST_F(ThumbnailTests, WhatIsNoMovieHasNoFrame)
 {
     const auto file = folder / "no.mp4";
     EXPECT_EQ(height(file), 0);

@@ -29,9 +29,9 @@ public:
     Film(const Film&) = delete;
     Film& operator=(const Film&) = delete;
 
-    static void expectShown(const Picture& picture)
+    static void expectShown(const Frame& frame)
     {
-        const auto colour = picture.mean(0.1, 0.1, 0.9, 0.9);
+        const auto colour = frame.mean(0.1, 0.1, 0.9, 0.9);
         EXPECT_NEAR(colour.red, 0x20, 6);
         EXPECT_NEAR(colour.green, 0x50, 6);
         EXPECT_NEAR(colour.blue, 0x80, 6);
@@ -64,7 +64,7 @@ protected:
     }
 
     /// The frames of the open project's screen, which is as long as the project.
-    std::vector<Picture> frames(QSize size = {1280, 720})
+    std::vector<Frame> frames(QSize size = {1280, 720})
     {
         EXPECT_EQ(project().state, ProjectState::ready);
         EXPECT_EQ(QSize(static_cast<int>(project().width), static_cast<int>(project().height)), size);

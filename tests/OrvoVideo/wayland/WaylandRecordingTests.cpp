@@ -88,7 +88,7 @@ TEST_F(GnomeRecordingTests, AWindowIsRecordedInItsOwnSize)
     EXPECT_EQ(model->recorder()->captured()->source.label, "Ventana elegida · 400×300");
     EXPECT_EQ(model->recorder()->capture()->remembered(), "Ventana elegida · 400×300")
         << "what the next recording shares again";
-    EXPECT_EQ(model->recorder()->capture()->picture().size(), size);
+    EXPECT_EQ(model->recorder()->capture()->frame().size(), size);
     ASSERT_TRUE(lasts(2));
     model->stopRecording();
     ASSERT_TRUE(idleSoon());

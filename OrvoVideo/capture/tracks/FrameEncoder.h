@@ -1,0 +1,60 @@
+#pragma once
+
+// For .cpp files only.
+
+#include "OrvoVideo/capture/screen/CapturedFrame.h"
+#include "OrvoVideo/capture/screen/GraphicsFrame.h"
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace orvo {
+
+/// A live H.264 encoder. Holds everything that differs from one machine to another.
+struct FrameEncoder {
+    enum class Kind : std::uint8_t { software, hardware };
+
+    std::string name; ///< Of the GStreamer element.
+    std::string options; ///< The options that do not depend on the video.
+    std::string bitRateOption; ///< In kbit/s.
+    std::string keyFrameOption; ///< In frames.
+    Kind kind = Kind::software;
+
+    /// How frames in memory of a graphics card reach the encoder without passing through plain memory.
+    struct Graphics {
+        std::string fitter; ///< Launch line of what scales and converts them.
+        std::string memory; ///< The feature of the caps between it and the encoder.
+        std::vector<GraphicsFormat> formats = {}; ///< Those that the fitter takes.
+    };
+    Graphics graphics = {}; ///< Without formats, frames have to be in plain memory.
+
+    /// The launch line of the elements from frames in plain memory (I420) to H.264.
+    std::string launchLine(std::int64_t bitRate, int keyFrameDistance) const;
+
+    /// The same from frames in memory of a graphics card, fitted into `size`.
+    std::string graphicsLaunchLine(FrameSize size, std::int64_t bitRate, int keyFrameDistance) const;
+
+    /// The first hardware encoder that passes a trial with frames of this size, else x264. Cached per size. Thread-safe.
+    ///
+    /// Blocks during the trials. Throws `captureError` when there is no encoder.
+    static FrameEncoder find(FrameSize size, int fps);
+
+    /// x264, with a faster preset the more pixels each of `cores` has to encode in a second.
+    static FrameEncoder software(FrameSize size, int fps, int cores);
+
+    /// x264 with its fastest preset.
+    static FrameEncoder fastestSoftware();
+
+    /// Has `find` leave out an encoder that failed while it recorded, or only its formats. Thread-safe.
+    static void avoid(const FrameEncoder& encoder);
+    static void avoidGraphics(const FrameEncoder& encoder);
+
+    /// The first installed candidate that passes a trial with frames of this size. Blocks.
+    static std::optional<FrameEncoder> firstThatWorks(
+        std::span<const FrameEncoder> candidates, FrameSize size, int fps);
+};
+
+} // namespace orvo
