@@ -46,10 +46,10 @@ ColumnLayout {
         Item {
             id: frame
 
-            x: previewScene.picture.x
-            y: previewScene.picture.y
-            width: previewScene.picture.width
-            height: previewScene.picture.height
+            x: previewScene.frame.x
+            y: previewScene.frame.y
+            width: previewScene.frame.width
+            height: previewScene.frame.height
             clip: true
 
             Item {

@@ -157,7 +157,7 @@ void TimelineItem::showProject()
             }
             sources.push_back({.file = m_files[i],
                 .duration = track.duration,
-                .pictures = track.kind != TrackKind::microphone && track.kind != TrackKind::system,
+                .frames = track.kind != TrackKind::microphone && track.kind != TrackKind::system,
                 .audio = track.kind != TrackKind::camera});
         }
         m_strips.setSources(std::move(sources));

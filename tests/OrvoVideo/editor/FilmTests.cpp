@@ -112,7 +112,7 @@ TEST_F(FilmTests, ThePreviewShowsTheFramesOfTheFilm)
     view.resize(width, height + 40);
     ASSERT_TRUE(waitUntil([&] {
         view.resize(width, view.height() + static_cast<int>(height - scene->viewSize().height()));
-        return scene->picture().size() == QSizeF(width, height);
+        return scene->frame().size() == QSizeF(width, height);
     }));
 
     std::string seen;
