@@ -14,9 +14,9 @@ namespace {
 
 const QColor gold(0xFF, 0xD7, 0x00);
 constexpr double highlightOpacity = 1 - 0x90 / 255.0;
-constexpr double haloGrowth = 0.8; ///< Part of its size by which a halo has grown at its end.
-constexpr int fontPixels = 200; ///< Size in which the font is read; it is drawn as an outline at any size.
-constexpr double textEdge = 1; ///< Pixels of the export.
+constexpr double haloGrowth = 0.8; ///< Growth of a halo over its life, as a fraction of its initial size.
+constexpr int fontPixels = 200; ///< Size at which the font is measured; outlines scale to any size.
+constexpr double textEdge = 1; ///< Export pixels.
 
 /// An ellipse of two curves through (-r, 0) and (r, 0), with control points `reach` above and below.
 QPainterPath lens(double r, double reach)
@@ -36,7 +36,7 @@ QPainterPath arrow()
     return path;
 }
 
-/// The half width of the square that holds a mark round its origin, in pixels of the export.
+/// Half the width of the square around the origin that holds a mark, in export pixels.
 double reachOf(PointerMark::Shape shape)
 {
     switch (shape) {
@@ -50,7 +50,7 @@ double reachOf(PointerMark::Shape shape)
     return 0;
 }
 
-/// The font that stands for the one of the export: where that is not installed, both take the system's sans-serif.
+/// The font of the export. If it is not installed, preview and export both use the system's sans-serif.
 QFont exportFont()
 {
     QFont font(
@@ -95,7 +95,7 @@ void PointerMark::paint(QPainter* painter)
         painter->fillPath(lens(16, 22), gold);
         break;
     case Shape::Arrow:
-        // An edge of one pixel round the shape: the inner half of the stroke lies under the fill.
+        // A visible edge of one pixel: the fill covers the inner half of the stroke.
         painter->strokePath(arrow(), QPen(QColor(0x18, 0x18, 0x18), 2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
         painter->fillPath(arrow(), Qt::white);
         break;
@@ -104,7 +104,7 @@ void PointerMark::paint(QPainter* painter)
         const double growth = 1 + haloGrowth * progress;
         painter->setOpacity(1 - progress);
         painter->scale(growth, growth);
-        // The ring lies outside of the shape, and does not grow with it.
+        // The ring surrounds the shape; its width does not grow.
         const QPen pen(gold, 2 / growth);
         painter->setPen(pen);
         painter->drawPath(lens(20 + 1 / growth, 27 + 1 / growth));
@@ -129,7 +129,7 @@ void OverlayText::layOut()
     double widest = 0;
     double top = 0;
     QString text = m_text;
-    // As the document of an export has it.
+    // Normalizes the text as an export does.
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     text.replace(u'\r', u'\n').replace(u'\t', u' ').remove(QChar(u'\0'));
     for (const auto& paragraph : text.split(u'\n')) {
@@ -146,7 +146,7 @@ void OverlayText::layOut()
         }
         layout.endLayout();
         if (paragraph.isEmpty())
-            top += m_textSize / 2.0; // An empty line is half as high as others.
+            top += m_textSize / 2.0; // An export draws empty lines at half height.
     }
     setImplicitSize((widest + 2 * textEdge) * m_pixel, (top + 2 * textEdge) * m_pixel);
     update();

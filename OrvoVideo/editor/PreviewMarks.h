@@ -7,17 +7,16 @@
 
 namespace orvo {
 
-/// One of the marks that an export draws for the pointer, of the size that it has there. Its `origin` is to be put where the
-/// pointer is.
+/// A pointer mark as an export draws it, at the same size. Place its `origin` at the position of the pointer.
 class PointerMark : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(Shape shape MEMBER m_shape NOTIFY changed REQUIRED)
-    /// The size of one pixel of the export.
+    /// The size of one export pixel.
     Q_PROPERTY(double pixel MEMBER m_pixel NOTIFY changed)
-    /// Of a halo: 0 at the click, 1 at the end.
+    /// Progress of a halo: 0 at the click, 1 at the end.
     Q_PROPERTY(double progress MEMBER m_progress NOTIFY changed)
-    /// Where the pointer's place lies in this item.
+    /// The position of the pointer inside this item.
     Q_PROPERTY(QPointF origin READ origin NOTIFY changed)
 public:
     enum class Shape : std::uint8_t { Arrow, Highlight, Halo };
@@ -39,17 +38,17 @@ private:
     double m_progress = 0;
 };
 
-/// A text as an export burns it in: white, bold, with a thin dark edge, its lines broken at the width of the frame. As large
-/// as the text.
+/// A text as an export burns it in: white, bold, with a thin dark edge, wrapped at the width of the frame. The item is as
+/// large as the text.
 class OverlayText : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(QString text MEMBER m_text NOTIFY changed)
-    /// Distance between the highest and lowest point of the font, in pixels of the export.
+    /// Distance between the highest and the lowest point of the font, in export pixels.
     Q_PROPERTY(int textSize MEMBER m_textSize NOTIFY changed)
-    /// Where lines break, in pixels of the export.
+    /// The width at which lines wrap, in export pixels.
     Q_PROPERTY(double lineWidth MEMBER m_lineWidth NOTIFY changed)
-    /// The size of one pixel of the export.
+    /// The size of one export pixel.
     Q_PROPERTY(double pixel MEMBER m_pixel NOTIFY changed)
 public:
     explicit OverlayText(QQuickItem* parent = nullptr);
@@ -62,7 +61,7 @@ signals:
 private:
     struct Line {
         QString text;
-        double baseline = 0; ///< Pixels of the export from the top.
+        double baseline = 0; ///< Export pixels from the top.
     };
 
     void layOut();
@@ -72,7 +71,7 @@ private:
     double m_lineWidth = 1920;
     double m_pixel = 1;
     QFont m_font;
-    double m_fontScale = 1; ///< From the size of `m_font` to pixels of the export.
+    double m_fontScale = 1; ///< From the size of `m_font` to export pixels.
     std::vector<Line> m_lines;
 };
 

@@ -13,7 +13,7 @@ namespace orvo {
 
 namespace {
 
-/// A fraction of the frame as the marks of an export are placed: on whole pixels.
+/// A fraction of the frame in whole pixels, as an export places its marks.
 double wholePixels(double fraction, double size)
 {
     return std::trunc(fraction * size);
@@ -76,7 +76,7 @@ void PreviewScene::takeCameraShape()
         m_cameraShape = shape;
         place();
     }
-    updateCameraShown(); // The same shape may be that of another file.
+    updateCameraShown(); // Another file may have the same shape.
 }
 
 const VideoProject* PreviewScene::project() const
@@ -86,16 +86,16 @@ const VideoProject* PreviewScene::project() const
 
 void PreviewScene::place()
 {
-    // Most edits move nothing, and all that is drawn over the picture listens.
-    const auto places = [this] { return std::tuple(m_frame, m_picture, m_pixel, m_camera); };
+    // Most edits move nothing, but everything drawn over the frame listens to the signal.
+    const auto places = [this] { return std::tuple(m_frameSize, m_frame, m_pixel, m_camera); };
     const auto before = places();
     if (const VideoProject* shown = project()) {
         const auto size = RenderGraph::outputSize(*shown, m_model->options().height);
-        m_frame = {static_cast<int>(size.width), static_cast<int>(size.height)};
-        const auto picture = PreviewGeometry::fitted(
+        m_frameSize = {static_cast<int>(size.width), static_cast<int>(size.height)};
+        const auto fitted = PreviewGeometry::fitted(
             {m_viewSize.width(), m_viewSize.height()}, {static_cast<double>(size.width), static_cast<double>(size.height)});
-        m_picture = {picture.x, picture.y, picture.width, picture.height};
-        m_pixel = picture.width / static_cast<double>(size.width);
+        m_frame = {fitted.x, fitted.y, fitted.width, fitted.height};
+        m_pixel = fitted.width / static_cast<double>(size.width);
         const auto camera =
             PreviewGeometry::cameraPlace(shown->edit, {static_cast<double>(size.width), static_cast<double>(size.height)},
                 {static_cast<double>(m_cameraShape.width()), static_cast<double>(m_cameraShape.height())});
@@ -110,7 +110,7 @@ void PreviewScene::place()
 void PreviewScene::updateCameraShown()
 {
     const VideoProject* shown = project();
-    // An export shows no camera after the end of its file either.
+    // As in an export, the camera disappears at the end of its file.
     const bool cameraShown = shown && shown->edit.cameraVisible && !m_cameraShape.isEmpty()
         && m_time < m_model->playback().cameraEnd()
         && std::ranges::contains(shown->tracks, TrackKind::camera, &MediaTrack::kind);
@@ -120,8 +120,8 @@ void PreviewScene::updateCameraShown()
 
 namespace {
 
-/// How black the frame at `time` of a stretch is that fades over `fade` seconds at both ends. As the export's filters, which
-/// fade over whole frames.
+/// How black the frame at `time` is in a span that fades over `fade` seconds at both ends, 0..1. Fades over whole frames,
+/// as the filters of an export do.
 double blackness(double time, const TimeSpan& span, double fade, double fps)
 {
     const auto framesOf = [&](double seconds) { return std::round(std::round(seconds * 1e6) * fps / 1e6); };
@@ -134,7 +134,7 @@ double blackness(double time, const TimeSpan& span, double fade, double fps)
     return 1 - in * out;
 }
 
-/// As an export magnifies: whole pixels of the frame, at places that are even.
+/// Rounds to whole pixels of the frame at even offsets, as an export does.
 PreviewGeometry::Zoom onPixels(const PreviewGeometry::Zoom& zoom, QSize frame, double pixel)
 {
     if (zoom.scale <= 1 || frame.isEmpty())
@@ -206,8 +206,8 @@ void PreviewScene::follow()
     frameZoom();
     m_zoom = framing()
         ? PreviewGeometry::Zoom()
-        : onPixels(PreviewGeometry::previewTransform(m_trail.zooms(), m_time, {m_picture.width(), m_picture.height()}),
-              m_frame, m_pixel);
+        : onPixels(PreviewGeometry::previewTransform(m_trail.zooms(), m_time, {m_frame.width(), m_frame.height()}),
+              m_frameSize, m_pixel);
     // Frames fade as a whole.
     const double rate = std::max(static_cast<double>(shown->fps), 1.0);
     const double frame = std::floor(m_time * rate + 1e-3) / rate;
@@ -227,15 +227,16 @@ QPointF PreviewScene::pointer() const
 {
     if (!m_pointer)
         return {};
-    return {wholePixels(m_pointer->x, m_frame.width()) * m_pixel, wholePixels(m_pointer->y, m_frame.height()) * m_pixel};
+    return {wholePixels(m_pointer->x, m_frameSize.width()) * m_pixel,
+        wholePixels(m_pointer->y, m_frameSize.height()) * m_pixel};
 }
 
 QVariantList PreviewScene::halos() const
 {
     QVariantList list;
     for (const auto& halo : m_halos) {
-        list.append(QVariantMap{{QStringLiteral("x"), wholePixels(halo.place.x, m_frame.width()) * m_pixel},
-            {QStringLiteral("y"), wholePixels(halo.place.y, m_frame.height()) * m_pixel},
+        list.append(QVariantMap{{QStringLiteral("x"), wholePixels(halo.place.x, m_frameSize.width()) * m_pixel},
+            {QStringLiteral("y"), wholePixels(halo.place.y, m_frameSize.height()) * m_pixel},
             {QStringLiteral("progress"), halo.progress}});
     }
     return list;

@@ -10,44 +10,43 @@
 
 namespace orvo {
 
-/// Where everything lies on the preview now, as an export burns it in: the picture in the view, its magnification, the marks
-/// of the pointer and the camera.
+/// The current layout of the preview, as an export burns it in: the frame in the view, its magnification, the pointer marks
+/// and the camera.
 ///
-/// Places on the picture are pixels of the view, from the picture's top left corner. `pixel` is the size of one pixel of the
-/// export in them.
+/// Positions on the frame are view pixels from its top left corner. `pixel` is the size of one export pixel in view pixels.
 class PreviewScene : public QObject {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(orvo::AppModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)
     Q_PROPERTY(QSizeF viewSize READ viewSize WRITE setViewSize NOTIFY viewSizeChanged)
-    /// Whether the media of the open project are being opened, and whether they cannot be played.
+    /// Whether the media of the open project are loading, and whether they failed to load.
     Q_PROPERTY(bool loading READ loading NOTIFY previewChanged)
     Q_PROPERTY(bool failed READ failed NOTIFY previewChanged)
-    /// The picture in the view.
+    /// The frame in the view, in view pixels.
     Q_PROPERTY(QRectF frame READ frame NOTIFY placesChanged)
     Q_PROPERTY(double pixel READ pixel NOTIFY placesChanged)
     Q_PROPERTY(int textSize READ textSize NOTIFY placesChanged)
     Q_PROPERTY(QSize frameSize READ frameSize NOTIFY placesChanged)
     Q_PROPERTY(QRectF camera READ camera NOTIFY placesChanged)
-    /// Whether there is a camera to show, now.
+    /// Whether the camera is visible at the current time.
     Q_PROPERTY(bool cameraShown READ cameraShown NOTIFY cameraShownChanged)
-    // What changes with the time.
+    // The state at the current time.
     Q_PROPERTY(double time READ time NOTIFY timeChanged)
     Q_PROPERTY(double zoomScale READ zoomScale NOTIFY timeChanged)
     Q_PROPERTY(QPointF zoomOffset READ zoomOffset NOTIFY timeChanged)
     Q_PROPERTY(bool pointerShown READ pointerShown NOTIFY timeChanged)
     Q_PROPERTY(QPointF pointer READ pointer NOTIFY timeChanged)
-    /// How black the film is at this moment, 0..1: it fades at the ends of what is kept.
+    /// How black the film is, 0..1: it fades at both ends of every kept span.
     Q_PROPERTY(double dip READ dip NOTIFY timeChanged)
-    /// The same of the recorded picture alone, under everything that is drawn on it.
+    /// How black the recorded video alone is, 0..1, below the marks and overlays.
     Q_PROPERTY(double clipDip READ clipDip NOTIFY timeChanged)
-    /// The zoom point, by its identifier, whose part of the picture is being chosen; empty for none. While the playhead
-    /// stands in it, the whole picture is shown.
+    /// Identifier of the zoom point that the user is framing; empty for none. While the playhead is inside that zoom point,
+    /// the preview shows the whole frame.
     Q_PROPERTY(QString framedZoom READ framedZoom WRITE setFramedZoom NOTIFY framedZoomChanged)
     Q_PROPERTY(bool framing READ framing NOTIFY timeChanged)
-    /// That part, in fractions of the picture.
+    /// The part that this zoom point magnifies, in fractions of the frame.
     Q_PROPERTY(QRectF zoomPart READ zoomPart NOTIFY timeChanged)
-    /// Of every ring: `x`, `y` and `progress` from 0 to 1.
+    /// The click halos: maps of `x`, `y` and `progress` (0..1).
     Q_PROPERTY(QVariantList halos READ halos NOTIFY halosChanged)
 public:
     explicit PreviewScene(QObject* parent = nullptr);
@@ -60,10 +59,10 @@ public:
     bool loading() const { return m_model && m_model->preview() == Playback::Preview::Loading; }
     bool failed() const { return m_model && m_model->preview() == Playback::Preview::Failed; }
 
-    QRectF frame() const { return m_picture; }
+    QRectF frame() const { return m_frame; }
     double pixel() const { return m_pixel; }
-    int textSize() const { return PreviewGeometry::textSize(m_frame.height()); }
-    QSize frameSize() const { return m_frame; }
+    int textSize() const { return PreviewGeometry::textSize(m_frameSize.height()); }
+    QSize frameSize() const { return m_frameSize; }
     QRectF camera() const { return m_camera; }
     bool cameraShown() const { return m_cameraShown; }
 
@@ -102,9 +101,9 @@ private:
 
     QPointer<AppModel> m_model;
     QSizeF m_viewSize;
-    QSize m_cameraShape; ///< Of the last camera picture; empty without one.
-    QRectF m_picture;
-    QSize m_frame;
+    QSize m_cameraShape; ///< Size of the last camera frame; empty without one.
+    QRectF m_frame;
+    QSize m_frameSize;
     double m_pixel = 1;
     QRectF m_camera;
     bool m_cameraShown = false;
@@ -113,7 +112,7 @@ private:
     double m_time = 0;
     PreviewGeometry::Zoom m_zoom;
     QString m_framedZoom;
-    std::optional<QRectF> m_zoomPart; ///< While it is being chosen.
+    std::optional<QRectF> m_zoomPart; ///< Set while a zoom point is being framed.
     double m_dip = 0;
     double m_clipDip = 0;
     std::optional<PreviewGeometry::PointerTrail::Place> m_pointer;

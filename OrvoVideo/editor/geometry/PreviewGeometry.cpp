@@ -7,7 +7,7 @@ namespace orvo::PreviewGeometry {
 
 namespace {
 
-constexpr double rampsPerSecond = 4; ///< A magnification takes a quarter of a second to come and to go.
+constexpr double rampsPerSecond = 4; ///< A zoom ramps in and out over a quarter of a second.
 
 double ramp(double seconds)
 {
@@ -46,7 +46,7 @@ Zoom previewTransform(std::span<const PointerEvent> events, double time, Size si
 
 Rect magnifiedPart(const PointerEvent& zoom, Size size)
 {
-    constexpr double maxScale = 4; // Of the export.
+    constexpr double maxScale = 4; // The limit of an export.
     const double scale = std::clamp(std::isnan(zoom.scale) ? 1.0 : zoom.scale, 1.0, maxScale);
     return {.x = offset(size.width, zoom.x, scale),
         .y = offset(size.height, zoom.y, scale),
@@ -54,15 +54,15 @@ Rect magnifiedPart(const PointerEvent& zoom, Size size)
         .height = size.height / scale};
 }
 
-Rect fitted(Size view, Size picture)
+Rect fitted(Size view, Size frame)
 {
-    if (!(view.width > 0 && view.height > 0 && picture.width > 0 && picture.height > 0))
+    if (!(view.width > 0 && view.height > 0 && frame.width > 0 && frame.height > 0))
         return {};
-    if (view.width * picture.height < view.height * picture.width) {
-        const double height = view.width * picture.height / picture.width;
+    if (view.width * frame.height < view.height * frame.width) {
+        const double height = view.width * frame.height / frame.width;
         return {0, (view.height - height) / 2, view.width, height};
     }
-    const double width = view.height * picture.width / picture.height;
+    const double width = view.height * frame.width / frame.height;
     return {(view.width - width) / 2, 0, width, view.height};
 }
 
@@ -97,7 +97,7 @@ void PointerTrail::show(const VideoProject& project)
         if (event.kind == PointerKind::click)
             m_clicks.push_back(moment);
     }
-    // Recordings are in order already, and this follows every change of a zoom point.
+    // Recorded events are sorted already, and this runs on every change of a zoom point.
     for (auto* moments : {&m_places, &m_clicks}) {
         if (!std::ranges::is_sorted(*moments, {}, &Moment::time))
             std::ranges::stable_sort(*moments, {}, &Moment::time);

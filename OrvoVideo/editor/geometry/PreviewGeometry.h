@@ -7,7 +7,7 @@
 #include <span>
 #include <vector>
 
-/// Where things lie on the picture of the preview: as an export burns them in. Pure; times in seconds.
+/// Positions on the frame of the preview, as an export burns them in. Pure functions; times in seconds.
 namespace orvo::PreviewGeometry {
 
 struct Size {
@@ -24,7 +24,7 @@ struct Rect {
     friend bool operator==(const Rect&, const Rect&) = default;
 };
 
-/// How a picture is magnified: scaled round its top left corner, then moved by minus the offset.
+/// A magnification: scales the frame around its top left corner, then moves it by minus the offset.
 struct Zoom {
     double scale = 1;
     double x = 0;
@@ -33,31 +33,31 @@ struct Zoom {
     friend bool operator==(const Zoom&, const Zoom&) = default;
 };
 
-/// The magnification at a time for a picture shown with this size, from the zoom points among the events. Of zoom points
-/// that overlap the one that starts last counts (the first in the list of those that start together). It comes and goes
-/// within a quarter of a second.
+/// The magnification at a time for a frame shown at this size, from the zoom points among the events. If zoom points
+/// overlap, the last to start wins; among those that start together, the first in the list. A zoom ramps in and out over a
+/// quarter of a second.
 Zoom previewTransform(std::span<const PointerEvent> events, double time, Size size);
 
-/// The part of a picture of this size that a zoom point magnifies when it is fully there.
+/// The part of a frame of this size that a zoom point magnifies once it is fully ramped in.
 Rect magnifiedPart(const PointerEvent& zoom, Size size);
 
-/// The largest place of a picture of this shape in a view, centred.
-Rect fitted(Size view, Size picture);
+/// The largest centred rectangle of this frame's aspect ratio that fits the view; empty when either has no area.
+Rect fitted(Size view, Size frame);
 
-/// The camera picture, in a frame of this size, for a camera of this shape; its pixels are those of an export.
+/// The rectangle of the camera in a frame of this size, in export pixels. `camera` gives the aspect ratio; 16:9 when empty.
 Rect cameraPlace(const EditState& edit, Size frame, Size camera);
 
-/// The height of the letters of text overlays on a frame this high, in pixels of that frame: the distance between the
-/// highest and the lowest point of the font.
+/// The text size of overlays on a frame of this height, in pixels of that frame: the distance between the highest and the
+/// lowest point of the font.
 int textSize(std::int64_t frameHeight);
 
-/// The recorded pointer, in the order of time.
+/// The recorded pointer, sorted by time.
 class PointerTrail {
 public:
-    static constexpr double lastHold = 0.15; ///< How long the last place stays, in seconds.
+    static constexpr double lastHold = 0.15; ///< How long the pointer stays at its last position, in seconds.
     static constexpr double haloLength = 0.5; ///< Seconds.
 
-    /// Takes the moves and clicks of a project. Costs nothing when the list of events is the same as the last time.
+    /// Takes the moves and clicks of a project. Costs nothing while the list of events is unchanged.
     void show(const VideoProject& project);
 
     struct Place {
@@ -66,7 +66,8 @@ public:
 
         friend bool operator==(const Place&, const Place&) = default;
     };
-    /// Where the pointer is; it stays in each place until the next one was recorded.
+    /// The position of the pointer, which stays at each recorded position until the next. Returns nullopt before the first
+    /// and after the last.
     std::optional<Place> at(double time) const;
 
     struct Halo {
@@ -75,10 +76,10 @@ public:
 
         friend bool operator==(const Halo&, const Halo&) = default;
     };
-    /// The rings that spread round clicks.
+    /// The rings that spread around clicks at a time.
     std::vector<Halo> halos(double time) const;
 
-    /// The zoom points, in stored order.
+    /// The zoom points in stored order.
     const std::vector<PointerEvent>& zooms() const noexcept { return m_zooms; }
 
 private:
