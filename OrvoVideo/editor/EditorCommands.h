@@ -9,15 +9,15 @@
 
 namespace orvo {
 
-/// Carries out the commands of the editor, which have their keys in `Commands`.
+/// Carries out the commands of the editor. `Commands` holds their keys.
 class EditorCommands : public QObject {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(orvo::AppModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)
     Q_PROPERTY(orvo::TimelineItem* timeline READ timeline WRITE setTimeline NOTIFY timelineChanged)
-    /// Playing speed: below 0 backwards, 0 when nothing plays.
+    /// Playback speed, a multiple of the normal one: below 0 backwards, 0 when stopped.
     Q_PROPERTY(double speed READ speed NOTIFY speedChanged)
-    /// Whether the picture is shown alone, with its controls.
+    /// Whether the editor shows only the preview and its controls.
     Q_PROPERTY(bool previewAlone READ previewAlone WRITE setPreviewAlone NOTIFY previewAloneChanged)
 public:
     explicit EditorCommands(QObject* parent = nullptr);
@@ -30,20 +30,20 @@ public:
     bool previewAlone() const { return m_previewAlone; }
     void setPreviewAlone(bool alone);
 
-    /// Carries out the command of a key; the values are those of a key event. False when no command has that key now.
+    /// Carries out the command of a key event. Returns false if the key has no command at this time.
     Q_INVOKABLE bool press(int key, int modifiers);
 
-    /// False for a command that the editor cannot carry out now, or that is carried out elsewhere. While the user types
-    /// only the sheet of keys and the search are at hand.
+    /// Returns false for a command that the editor cannot carry out now, or that belongs to another view. While the user
+    /// types, only the key sheet and the search are available.
     bool perform(Commands::Id command);
 
-    /// Whether the keyboard is in a field of text, which may leave keys over that it has no use for.
+    /// Whether a text field has the keyboard focus. Such a field may pass on keys that it does not use.
     Q_INVOKABLE static bool isTyping();
 
-    /// Adds a zoom point at the playhead and puts the playhead into it, where it can be seen.
+    /// Adds a zoom point at the playhead and moves the playhead into it, so that the zoom is visible.
     Q_INVOKABLE void addZoom();
 
-    /// Stops whatever plays, or plays from the playhead.
+    /// Stops playback, or plays from the playhead.
     Q_INVOKABLE void togglePlaying();
 
 signals:
@@ -51,13 +51,13 @@ signals:
     void timelineChanged();
     void speedChanged();
     void previewAloneChanged();
-    /// The field for a text on the screen is to have the keyboard.
+    /// Requests the keyboard focus for the field that adds an overlay text.
     void textFieldWanted();
-    /// The search in the transcript is to have the keyboard, or to go on.
+    /// Requests the keyboard focus for the transcript search, or the next or previous match.
     void searchWanted();
     void matchWanted(bool backwards);
     void sheetWanted();
-    /// The controls of a zoom point ("zoom") are to be seen.
+    /// Requests the controls of a zoom point; `kind` is "zoom".
     void cardWanted(const QString& kind, const QString& id);
 
 private:

@@ -21,10 +21,10 @@ namespace orvo {
 
 namespace {
 
-constexpr qsizetype frameMemory = 96 << 20; ///< Bytes of pictures kept at hand.
-constexpr qint64 cacheLimit = 512 << 20; ///< Bytes on disk, beyond which the oldest files go.
+constexpr qsizetype frameMemory = 96 << 20; ///< Bytes of decoded frames in memory.
+constexpr qint64 cacheLimit = 512 << 20; ///< Maximum bytes on disk; the oldest files are removed.
 
-/// The file of the cache that belongs to a media file as it is now.
+/// The cache key of the current version of a media file.
 QString cacheName(const std::filesystem::path& file)
 {
     const QFileInfo facts(Text::from(file));
@@ -52,7 +52,7 @@ std::filesystem::path toPath(const QString& name)
     return name.toStdString();
 }
 
-/// Removes the oldest files when there is too much.
+/// Removes the oldest files beyond `cacheLimit`.
 void limitCache()
 {
     const auto files = cacheFolder().entryInfoList(QDir::Files, QDir::Time);
@@ -64,7 +64,7 @@ void limitCache()
     }
 }
 
-/// What was opened is shown and can be played before the media are read: they would take the processors from it.
+/// Delays decoding, so that it does not compete for the processors with opening the project in the player.
 constexpr std::chrono::milliseconds headStart(700);
 
 void waitUntil(std::chrono::steady_clock::time_point time, const std::stop_token& stop)
@@ -167,7 +167,7 @@ QCoro::Task<> MediaStrips::readWaveforms()
                     co_return;
                 m_peaks.insert_or_assign(source.file, std::move(peaks));
             } catch (const std::exception&) {
-                silent = true; // A file without sound, or one that cannot be read: there is nothing to draw.
+                silent = true; // The file has no audio or cannot be read.
             }
             if (stop.stop_requested())
                 co_return;
@@ -197,7 +197,7 @@ WaveformPeaks MediaStrips::readPeaks(
     WaveformPeaks peaks;
     readMonoSamples(
         {.file = source.file, .rate = WaveformPeaks::sampleRate, .duration = source.duration},
-        toPath(folder.filePath(QStringLiteral("sound.s16"))),
+        toPath(folder.filePath(QStringLiteral("audio.s16"))),
         [&peaks](std::span<const std::int16_t> samples) { peaks.add(samples); }, progress, stop);
     peaks.finish();
     limitCache();
@@ -205,7 +205,7 @@ WaveformPeaks MediaStrips::readPeaks(
     const std::string bytes = peaks.encoded();
     if (file.open(QIODevice::WriteOnly)) {
         file.write(bytes.data(), static_cast<qint64>(bytes.size()));
-        file.commit(); // What cannot be kept is read again the next time.
+        file.commit(); // If this fails, the file is read again the next time.
     }
     return peaks;
 }
@@ -237,7 +237,7 @@ QCoro::Task<> MediaStrips::readFrames()
                 image = co_await m_workers.run(
                     [key, from = m_readFrom](const std::stop_token& stop) { return readFrame(key, from, stop); });
             } catch (const std::exception&) {
-                image = {}; // Not asked for again.
+                image = {}; // Not tried again.
             }
             if (image.isNull()) {
                 m_unreadable.insert(key);
@@ -259,7 +259,7 @@ QImage MediaStrips::readFrame(const FrameKey& key, Clock::time_point from, const
         return image;
     waitUntil(from, stop);
     const QTemporaryDir folder(cacheFolder().filePath(QStringLiteral("reading-XXXXXX")));
-    const QString made = folder.filePath(QStringLiteral("picture.jpg"));
+    const QString made = folder.filePath(QStringLiteral("frame.jpg"));
     writeStillFrame(
         {.movie = key.file, .seconds = static_cast<double>(key.time) / 1000, .height = frameHeight}, toPath(made), stop);
     QImage image(made);

@@ -16,28 +16,28 @@
 
 namespace orvo {
 
-/// What the timeline shows of the media files: waveforms of their sound, and small pictures of their video.
+/// Waveforms and thumbnail frames of the media files, for the timeline.
 ///
-/// They are read by the media program on other threads and kept in the cache of the user, so that they are there at once the
-/// next time. Main thread; nothing here blocks.
+/// Workers decode them with ffmpeg; the user's cache makes them available at once the next time. Main thread only; no call
+/// blocks.
 class MediaStrips final : public QObject {
     Q_OBJECT
 public:
-    /// Height of the pictures in pixels.
+    /// Height of the thumbnails, in pixels.
     static constexpr int frameHeight = 96;
-    /// The closest distance of two pictures, in seconds.
-    static constexpr double closestFrames = 0.5;
+    /// Minimum distance between two thumbnails, in seconds.
+    static constexpr double minFrameStep = 0.5;
 
     struct Source {
         std::filesystem::path file;
         double duration = 0; ///< Seconds.
-        bool frames = false; ///< Whether it has a picture to show.
-        bool audio = false; ///< Whether its waveform is wanted.
+        bool frames = false; ///< Whether it has video to show.
+        bool audio = false; ///< Whether to read its waveform.
 
         friend bool operator==(const Source&, const Source&) = default;
     };
 
-    /// A picture of a file at a time, in milliseconds.
+    /// A frame of a file; `time` is in milliseconds.
     struct FrameKey {
         std::filesystem::path file;
         qint64 time = 0;
@@ -48,28 +48,28 @@ public:
     explicit MediaStrips(QObject* parent = nullptr);
     ~MediaStrips() override;
 
-    /// What is shown from now on. Waveforms that are not there are begun.
+    /// Replaces the shown files and starts reading the missing waveforms.
     void setSources(std::vector<Source> sources);
 
-    /// The waveform of a file; null while it is not there, and for files without sound.
+    /// The waveform of a file; null until it is read, and for files without audio.
     const WaveformPeaks* peaks(const std::filesystem::path& file) const;
 
-    /// The picture at exactly this time; null when it is not there (yet).
+    /// The frame at exactly this time; null until it is read, and if it cannot be read.
     QImage frame(const FrameKey& key) const;
-    /// Gets these pictures, the first one first, in place of those asked for before.
+    /// Replaces the queue of frames to read; the first is read first.
     void want(std::vector<FrameKey> frames);
 
-    /// Whether waveforms are being read, and how far they are: 0..1.
+    /// Whether waveforms are being read, and the progress, 0..1.
     bool preparing() const { return m_preparing; }
     double progress() const { return m_progress; }
-    /// Gives the waveforms up that are not there; `resume` begins them again.
+    /// Cancels reading the missing waveforms; `resume` starts again.
     void cancel();
     void resume();
-    /// Whether waveforms were given up.
+    /// Whether `cancel` stopped the reading.
     bool cancelled() const { return m_cancelled; }
 
 signals:
-    /// There is more to show.
+    /// Another waveform or frame is available, or the sources changed.
     void changed();
     void preparingChanged();
 
@@ -83,15 +83,15 @@ private:
     void setPreparing(bool preparing);
 
     std::vector<Source> m_sources;
-    Clock::time_point m_readFrom; ///< Nothing that is not kept is read before.
+    Clock::time_point m_readFrom; ///< No file is decoded before this time; the cache is always read.
     std::map<std::filesystem::path, WaveformPeaks> m_peaks;
-    std::set<std::filesystem::path> m_silent; ///< Files that have no sound to show.
+    std::set<std::filesystem::path> m_silent; ///< Files without readable audio.
     std::stop_source m_waveformStop;
     bool m_preparing = false;
     bool m_cancelled = false;
     double m_progress = 0;
 
-    mutable QCache<QString, QImage> m_frames; ///< By `cacheName`; its costs are bytes.
+    mutable QCache<QString, QImage> m_frames; ///< By `memoryName`; costs are bytes.
     std::vector<FrameKey> m_wanted;
     std::set<FrameKey> m_unreadable;
     bool m_readingFrames = false;

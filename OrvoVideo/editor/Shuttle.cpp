@@ -8,7 +8,7 @@ namespace orvo {
 namespace {
 
 using namespace std::chrono_literals;
-constexpr auto stepTime = 80ms; ///< Between two pictures of playing backwards.
+constexpr auto stepTime = 80ms; ///< Between two frames of backward playback.
 
 } // namespace
 
@@ -32,7 +32,7 @@ void Shuttle::setModel(AppModel* model)
     if (!m_model)
         return;
     connect(m_model->player(), &PreviewPlayer::rateChanged, this, &Shuttle::speedChanged);
-    // Whatever else plays or opens something ends playing backwards.
+    // Normal playback and a changed preview end backward playback.
     const auto end = [this] {
         m_step.stop();
         m_backward = 0;
@@ -62,7 +62,7 @@ void Shuttle::forward()
     if (before <= 0)
         m_model->play();
     else
-        m_model->player()->setRate(std::min(before * 2, fastest));
+        m_model->player()->setRate(std::min(before * 2, maxSpeed));
     emit speedChanged();
 }
 
@@ -71,7 +71,7 @@ void Shuttle::backward()
     if (!m_model || !m_model->hasProject())
         return;
     m_model->pause();
-    m_backward = m_backward > 0 ? std::min(m_backward * 2, fastest) : 1;
+    m_backward = m_backward > 0 ? std::min(m_backward * 2, maxSpeed) : 1;
     m_sinceStep.start();
     m_step.start();
     emit speedChanged();

@@ -8,23 +8,23 @@
 
 namespace orvo {
 
-/// Plays forwards and backwards at several speeds, as the keys J, K and L have it.
+/// Plays forwards and backwards at several speeds, for the keys J, K and L.
 class Shuttle final : public QObject {
     Q_OBJECT
 public:
-    static constexpr double fastest = 8; ///< Times the normal speed.
+    static constexpr double maxSpeed = 8; ///< A multiple of the normal speed.
 
     explicit Shuttle(QObject* parent = nullptr);
 
     void setModel(AppModel* model);
 
-    /// Plays forwards; when it does already, twice as fast.
+    /// Plays forwards; each further call doubles the speed, up to `maxSpeed`.
     void forward();
-    /// The same backwards. Cuts are jumped over.
+    /// Like `forward`, but backwards. Skips cuts.
     void backward();
     void stop();
 
-    /// Times the normal speed, below 0 backwards, 0 when it stands.
+    /// A multiple of the normal speed: below 0 backwards, 0 when stopped.
     double speed() const;
 
 signals:
@@ -34,7 +34,7 @@ private:
     void stepBack();
 
     QPointer<AppModel> m_model;
-    double m_backward = 0; ///< Speed of playing backwards; 0 when it does not.
+    double m_backward = 0; ///< Speed of backward playback; 0 when there is none.
     QTimer m_step;
     QElapsedTimer m_sinceStep;
 };

@@ -51,7 +51,7 @@ void TimelineOverview::paint(QPainter* painter)
     painter->setBrush(colors.panel);
     painter->drawRoundedRect(boundingRect(), corner, corner);
 
-    // The voice, or else the first sound.
+    // The voice, or else the first track with audio.
     const WaveformPeaks* audio = nullptr;
     const MediaTrack* heard = nullptr;
     for (std::size_t i = 0; i < project->tracks.size(); ++i) {

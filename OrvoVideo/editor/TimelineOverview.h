@@ -7,8 +7,8 @@
 
 namespace orvo {
 
-/// The whole recording in a narrow strip: its voice, its cuts and what was added. Where the timeline is and the playhead are
-/// drawn over it by whoever shows it.
+/// The whole recording in a narrow strip: the voice, the cuts, the zoom points and the overlays. TimelineView.qml draws the
+/// playhead and the visible part of the timeline over it.
 class TimelineOverview : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT

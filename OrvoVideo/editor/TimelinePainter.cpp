@@ -12,8 +12,8 @@ namespace orvo {
 namespace {
 
 constexpr double corner = 5;
-constexpr double narrowCut = 6; ///< Pixels under which a cut has no edges.
-constexpr double narrowestPill = 3; ///< Pixels: shorter spans are drawn this wide.
+constexpr double narrowCut = 6; ///< Cuts below this width have no edges, in pixels.
+constexpr double minPillWidth = 3; ///< Minimum drawn width of a span, in pixels.
 
 QString rulerText(double seconds, double step)
 {
@@ -94,14 +94,14 @@ TimeSpan TimelinePainter::shownSpan(Kind kind, std::size_t index, TimeSpan span)
 
 bool TimelinePainter::isSeen(TimeSpan span) const
 {
-    // A little more than is visible: edges have a width.
+    // Edges have a width, so include spans just outside the view.
     const double margin = m_scene.scale.seconds(8);
     return span.end >= m_visible.start - margin && span.start <= m_visible.end + margin;
 }
 
 QRectF TimelinePainter::place(TimeSpan span, double top, double height) const
 {
-    // Far outside of the view coordinates are too large to be drawn.
+    // Coordinates far outside the view are too large to draw.
     const double left = std::max(m_scene.scale.x(span.start), -16.0);
     const double right = std::min(m_scene.scale.x(span.end), m_scene.scale.width() + 16);
     return {left, top, std::max(right - left, 0.0), height};
@@ -142,7 +142,7 @@ void TimelinePainter::paintPill(const QRectF& where, const QString& text, bool c
     m_painter.setPen(chosen ? QPen(m_scene.colors.text, 1.5) : QPen(Qt::NoPen));
     m_painter.setBrush(fill);
     m_painter.drawRoundedRect(
-        QRectF(pill.x(), pill.y(), std::max(pill.width(), narrowestPill), pill.height()), corner, corner);
+        QRectF(pill.x(), pill.y(), std::max(pill.width(), minPillWidth), pill.height()), corner, corner);
     if (pill.width() < 30)
         return;
     m_painter.setPen(ink);
@@ -217,7 +217,7 @@ void TimelinePainter::paintTracks()
         if (frames && !file.empty())
             paintFrames(track, file, row);
         if (const auto* peaks = m_scene.strips.peaks(file)) {
-            // Under a picture the sound has the lower third.
+            // On video tracks, the waveform covers the lower third.
             const QRectF audio = frames ? row.adjusted(0, row.height() * 2 / 3, 0, 0) : row;
             if (frames)
                 m_painter.fillRect(audio, faded(m_scene.colors.window, 0.6));
@@ -233,8 +233,8 @@ void TimelinePainter::paintFrames(const MediaTrack& track, const std::filesystem
     const double shape =
         project.height > 0 ? static_cast<double>(project.width) / static_cast<double>(project.height) : 16.0 / 9;
     const double width = std::clamp(row.height() * shape, 24.0, 240.0);
-    // Distances are powers of two, so that zooming in goes on using the pictures that are there.
-    double step = MediaStrips::closestFrames;
+    // Steps are powers of two, so that zooming in reuses the frames already read.
+    double step = MediaStrips::minFrameStep;
     while (step * m_scene.scale.pixelsPerSecond() < width)
         step *= 2;
     const double length = track.duration > 0 ? track.duration : project.duration;
@@ -253,7 +253,7 @@ void TimelinePainter::paintFrames(const MediaTrack& track, const std::filesystem
         }
         if (image.isNull())
             continue;
-        // Pictures stand side by side over their time, repeated where there is room for more than one.
+        // Frames stand side by side; each repeats to fill its time.
         const double drawn = row.height() * image.width() / std::max(image.height(), 1);
         m_painter.save();
         m_painter.setClipRect(QRectF(x, row.y(), free, row.height()), Qt::IntersectClip);
@@ -280,7 +280,7 @@ void TimelinePainter::paintWaveform(const MediaTrack& track, const WaveformPeaks
     for (int x = first; x < last; ++x) {
         const double time = m_scene.scale.offset() + x * perPixel - track.start;
         const auto peak = peaks.between(time, time + perPixel);
-        // Half a pixel at least: silence is a line.
+        // At least half a pixel, so that silence is a line.
         outline << QPointF(x + 0.5, middle - std::max(std::min(peak.high * gain, 1.0) * reach, 0.5));
         lows.push_back(middle + std::max(std::min(-peak.low * gain, 1.0) * reach, 0.5));
     }
@@ -299,7 +299,7 @@ void TimelinePainter::paintCuts()
     const auto& cuts = m_scene.project.edit.cuts;
     const double top = m_rows.cutsTop();
     const double bottom = m_rows.height();
-    double tinted = -1; // Up to where narrow cuts were drawn, which may share pixels.
+    double tinted = -1; // The right end of the narrow cuts drawn so far, which may share pixels.
     for (std::size_t i = 0; i < cuts.size(); ++i) {
         const auto span = shownSpan(Kind::cut, i, cuts[i]);
         if (!isSeen(span))
@@ -307,7 +307,7 @@ void TimelinePainter::paintCuts()
         const QRectF where = place(span, top, bottom - top);
         const bool chosen = isChosen(Kind::cut, i);
         if (where.width() < narrowCut && !chosen) {
-            // Many of them would be a wall of edges.
+            // The edges of many narrow cuts would hide the tracks.
             const double left = std::max(std::floor(where.x()), tinted);
             const double right = std::max(std::ceil(where.right()), std::floor(where.x()) + 1);
             if (right > left)
@@ -317,7 +317,7 @@ void TimelinePainter::paintCuts()
         }
         m_painter.fillRect(where, faded(m_scene.colors.panel, 0.72));
         m_painter.fillRect(where, QBrush(faded(m_scene.colors.cutEdge, 0.35), Qt::BDiagPattern));
-        const QRectF head(where.x(), top, std::max(where.width(), narrowestPill), TimelineRows::lane);
+        const QRectF head(where.x(), top, std::max(where.width(), minPillWidth), TimelineRows::lane);
         m_painter.fillRect(head, faded(m_scene.colors.cutEdge, chosen ? 0.75 : 0.4));
         m_painter.setPen(QPen(m_scene.colors.cutEdge, chosen ? 3 : 2));
         for (const double time : {span.start, span.end}) {

@@ -31,28 +31,28 @@ struct TimelineColors {
     static TimelineColors from(const QVariantMap& map);
 };
 
-/// Draws the part of a timeline that is seen. What it costs depends on the number of pixels and of things that are seen.
+/// Draws the visible part of a timeline. The cost depends on the number of visible pixels and items.
 class TimelinePainter {
 public:
-    /// What is drawn. The references hold while it is drawn.
+    /// The drawing state. References must stay valid during a paint.
     struct Scene {
         const VideoProject& project;
         const TimelineScale& scale;
         TimeSpan selection;
         const MediaStrips& strips;
-        const std::vector<std::filesystem::path>& files; ///< Of the tracks, in their order; empty for what cannot be shown.
+        const std::vector<std::filesystem::path>& files; ///< The file of each track; empty if not shown.
         const TimelineColors& colors;
-        QFont font; ///< Of the captions.
-        TimelineTarget chosen; ///< What is marked; of the kind `none` for nothing.
-        std::optional<TimeSpan> draft; ///< Where the marked thing is shown while it is dragged.
-        double height = 0; ///< Of the view.
+        QFont font; ///< Font of the captions.
+        TimelineTarget chosen; ///< The marked item; kind `none` if there is none.
+        std::optional<TimeSpan> draft; ///< Span of the marked item during a drag.
+        double height = 0; ///< Height of the view, in pixels.
     };
 
     TimelinePainter(QPainter& painter, const Scene& scene);
 
     void paint();
 
-    /// The pictures that were not there, those in the middle of the view first.
+    /// The frames missing from `strips`, those in the middle of the view first.
     std::vector<MediaStrips::FrameKey> takeMissing();
 
 private:

@@ -9,7 +9,7 @@ void ProseFlow::setBoxes(std::vector<Box> boxes, std::vector<std::size_t> paragr
     m_boxes = std::move(boxes);
     m_paragraphs = std::move(paragraphs);
     m_words = words;
-    // From behind: a word that is not shown begins where the next one does.
+    // Backwards: a hidden word starts where the next one does.
     m_first.assign(words + 1, static_cast<std::uint32_t>(m_boxes.size()));
     m_last.assign(words, 0);
     std::vector<char> shown(words);
@@ -107,7 +107,7 @@ std::optional<std::size_t> ProseFlow::wordAt(double x, double y) const
         return std::nullopt;
     const auto at = m_boxes.begin() + (box - m_boxes.data());
     const auto isWord = [](const Box& each) { return each.kind == Box::Kind::word; };
-    // A pause stands for the word before it.
+    // A pause selects the word before it.
     const auto before = std::find_if(std::make_reverse_iterator(at + 1), m_boxes.rend(), isWord);
     if (before != m_boxes.rend())
         return before->index;

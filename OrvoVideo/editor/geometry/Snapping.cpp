@@ -7,10 +7,10 @@ namespace orvo {
 
 namespace {
 
-/// Times closer than this are one for who steps from edge to edge, in seconds.
+/// Edges closer than this, in seconds, are one step for `next` and `previous`.
 constexpr double sameEdge = 0.001;
 
-/// Remembers the nearest of the times it is shown.
+/// Keeps the candidate nearest to a time.
 class Nearest {
 public:
     Nearest(double time, double tolerance, std::span<const double> left)
@@ -31,7 +31,7 @@ public:
         m_found = candidate;
     }
 
-    /// Considers those of a sorted list that are near enough.
+    /// Considers the candidates of a sorted list within the distance.
     void considerSorted(const std::vector<double>& sorted)
     {
         auto candidate = std::ranges::lower_bound(sorted, m_time - m_distance);
@@ -99,7 +99,7 @@ std::optional<double> Snapping::nearest(
     for (const double other : others)
         nearest.consider(other);
     nearest.considerSorted(m_edges);
-    // A word holds only where nothing else does: the others were put there on purpose.
+    // Words come last: the user placed the other edges on purpose.
     if (words == Words::held && !nearest.found())
         nearest.considerSorted(m_wordEdges);
     return nearest.found();

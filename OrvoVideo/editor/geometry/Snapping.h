@@ -8,23 +8,22 @@
 
 namespace orvo {
 
-/// The times at which things begin and end, to which what is dragged over a timeline holds on.
+/// The edges of the timeline's items, to which a drag snaps. Times are seconds.
 class Snapping {
 public:
-    /// Whether words hold, too; where they are too close to be told apart they would hold everywhere.
+    /// Whether drags snap to words too. Zoomed out, words are so close together that every position would snap.
     enum class Words : bool { left, held };
 
-    /// Takes the beginnings and ends of the cuts, the zoom points, the overlays and the words, and both ends of the
-    /// recording. Costs nothing when the lists are the same as the last time.
+    /// Takes the edges of the cuts, zoom points, overlays, words and of the recording. Costs nothing while the lists are
+    /// unchanged.
     void show(const VideoProject& project);
 
-    /// The time nearest to `time` that is no farther than `tolerance` from it, among those of the project and `others`
-    /// (unordered); nothing when there is none. A time in `left` is that of the thing dragged itself, and does not hold.
+    /// The edge nearest to `time` within `tolerance`, among those of the project and `others` (in any order); nullopt if
+    /// there is none. Words count only if no other edge does. Ignores the edges in `left`: those of the dragged item itself.
     std::optional<double> nearest(
         double time, double tolerance, Words words, std::span<const double> others, std::span<const double> left) const;
 
-    /// The next time after `time` (or the last one before it) at which a cut, a zoom point or an overlay begins or ends, or
-    /// the recording does.
+    /// The next or previous edge of a cut, a zoom point, an overlay or the recording; nullopt if there is none.
     std::optional<double> next(double time) const;
     std::optional<double> previous(double time) const;
 
@@ -35,7 +34,7 @@ private:
     SharedList<TranscriptWord> m_words;
     double m_duration = -1;
 
-    std::vector<double> m_edges; ///< Sorted, without repetition.
+    std::vector<double> m_edges; ///< Sorted and unique.
     std::vector<double> m_wordEdges; ///< Sorted.
 };
 

@@ -8,7 +8,7 @@ namespace orvo {
 
 namespace {
 
-/// A recording without a length is shown as one of this many seconds, so that there is always a scale.
+/// Seconds shown for a recording without a duration, so that there is always a scale.
 constexpr double minShown = 0.1;
 
 double length(double value)
@@ -47,8 +47,8 @@ double TimelineScale::fittingScale() const noexcept
 
 void TimelineScale::keepInside()
 {
-    const double least = fittingScale();
-    m_pixelsPerSecond = std::clamp(m_pixelsPerSecond, least, std::max(least, closest));
+    const double minScale = fittingScale();
+    m_pixelsPerSecond = std::clamp(m_pixelsPerSecond, minScale, std::max(minScale, maxPixelsPerSecond));
     m_offset = std::clamp(m_offset, 0.0, std::max(m_duration - m_width / m_pixelsPerSecond, 0.0));
 }
 
@@ -83,8 +83,8 @@ void TimelineScale::zoomBy(double factor, double x)
     if (!(factor > 0) || !std::isfinite(factor))
         return;
     const double anchor = m_offset + x / m_pixelsPerSecond;
-    const double least = fittingScale();
-    m_pixelsPerSecond = std::clamp(m_pixelsPerSecond * factor, least, std::max(least, closest));
+    const double minScale = fittingScale();
+    m_pixelsPerSecond = std::clamp(m_pixelsPerSecond * factor, minScale, std::max(minScale, maxPixelsPerSecond));
     m_offset = anchor - x / m_pixelsPerSecond;
     keepInside();
 }
@@ -127,7 +127,7 @@ TimelineScale::Ticks TimelineScale::ticks(double pixels) const
         if (choice.step >= needed)
             return choice;
     }
-    // Whole hours from here on.
+    // Beyond the table, steps are whole hours.
     return {std::ceil(needed / 3600) * 3600, 4};
 }
 

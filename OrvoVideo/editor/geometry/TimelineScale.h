@@ -6,14 +6,14 @@
 
 namespace orvo {
 
-/// Which stretch of a recording a timeline of a certain width shows, and the way between times and places on it.
+/// The visible span of a recording on a timeline, and the conversion between times and positions.
 ///
-/// A value. Times are seconds, places are logical pixels from the left edge of the timeline. The shown stretch never leaves
-/// the recording: its length is at most that of the recording, and at least what `closest` allows.
+/// A value. Times are seconds, positions are logical pixels from the left edge of the timeline. The visible span never
+/// leaves the recording: it is at most as long as the recording, and at least as long as `maxPixelsPerSecond` allows.
 class TimelineScale {
 public:
-    /// Pixels per second beyond which there is nothing more to see.
-    static constexpr double closest = 1000;
+    /// Above this scale there is no more detail to show.
+    static constexpr double maxPixelsPerSecond = 1000;
 
     TimelineScale() = default;
     TimelineScale(double width, double duration);
@@ -23,39 +23,39 @@ public:
     double pixelsPerSecond() const noexcept { return m_pixelsPerSecond; }
     /// The time at the left edge.
     double offset() const noexcept { return m_offset; }
-    /// What is shown.
+    /// The visible span.
     TimeSpan visible() const noexcept;
-    /// Whether the whole recording is shown.
+    /// Whether the whole recording is visible.
     bool fits() const noexcept;
 
     double x(double time) const noexcept { return (time - m_offset) * m_pixelsPerSecond; }
-    /// The time at a place, within the recording.
+    /// The time at a position, clamped to the recording.
     double time(double x) const noexcept;
-    /// Seconds that a number of pixels stand for.
+    /// The duration of a number of pixels, in seconds.
     double seconds(double pixels) const noexcept { return pixels / m_pixelsPerSecond; }
 
-    /// Another width. What fits goes on fitting; otherwise the scale and the left edge stay.
+    /// Changes the width. A recording that fits keeps fitting; otherwise the scale and the left edge stay.
     void resize(double width);
-    /// Another length of the recording. As `resize`.
+    /// Changes the length of the recording, like `resize`.
     void setDuration(double duration);
     /// Shows the whole recording.
     void fit();
-    /// Magnifies by a factor (below 1 shrinks); the time at `x` stays in its place as far as possible.
+    /// Magnifies by a factor (below 1 shrinks); the time at `x` keeps its position as far as possible.
     void zoomBy(double factor, double x);
     void scrollBy(double pixels);
-    /// Shows this time at the left edge, as far as possible.
+    /// Scrolls this time to the left edge, as far as possible.
     void setOffset(double time);
-    /// Scrolls as little as needed to have this time at least `margin` pixels inside.
+    /// Scrolls the minimum distance that brings this time at least `margin` pixels inside.
     void reveal(double time, double margin);
-    /// As a page is turned: when the time lies outside, it comes to the left edge.
+    /// Scrolls a whole page: a time outside the view moves to the left edge.
     void turnPageTo(double time);
 
     /// The marks of a ruler.
     struct Ticks {
-        double step = 1; ///< Seconds between two marks with a text.
-        int parts = 5; ///< Into how many parts the small marks divide a step.
+        double step = 1; ///< Seconds between two labelled marks.
+        int parts = 5; ///< Number of parts into which small marks divide a step.
     };
-    /// The closest marks of which those with a text are at least `pixels` apart.
+    /// The densest marks whose labels are at least `pixels` apart.
     Ticks ticks(double pixels) const;
 
 private:

@@ -29,7 +29,7 @@ namespace {
 using Kind = TimelineTarget::Kind;
 using Part = TimelineTarget::Part;
 
-/// Finds what lies at one place among things that come in drawing order.
+/// Finds the target at a position among items in drawing order.
 class Search {
 public:
     Search(double x, const TimelineScale& scale)
@@ -42,7 +42,7 @@ public:
     {
         const double start = m_scale.x(span.start);
         const double end = m_scale.x(span.end);
-        // A thing too narrow for two edges and a body has its edges outside.
+        // Items too narrow for two edges and a body have their edges outside.
         const double inward = std::min(reach, std::max((end - start) / 3, 0.0));
         const double toStart = m_x - start;
         const double toEnd = m_x - end;
@@ -98,7 +98,7 @@ TimelineTarget at(double x, double y, const TimelineScale& scale, const VideoPro
         search.consider(Kind::cut, i, edit.cuts[i]);
     if (y < rows.tracksTop() || search.found().part != Part::body)
         return search.found();
-    // In the tracks the selection is drawn over the cuts, and only its edges are taken: within it a new one may begin.
+    // In the tracks the selection covers the cuts. Only its edges are targets: a new selection may start inside it.
     if (selection.duration() > 0) {
         Search handles(x, scale);
         handles.consider(Kind::selection, 0, selection);
@@ -113,10 +113,10 @@ TimeSpan dragged(const TimelineTarget& target, double time, double duration)
     const TimeSpan span = target.span;
     switch (target.part) {
     case Part::start:
-        return {std::clamp(time, 0.0, std::max(span.end - shortest, 0.0)), span.end};
+        return {std::clamp(time, 0.0, std::max(span.end - minDuration, 0.0)), span.end};
     case Part::end: {
-        const double least = std::min(span.start + shortest, duration);
-        return {span.start, std::clamp(time, least, std::max(least, duration))};
+        const double minEnd = std::min(span.start + minDuration, duration);
+        return {span.start, std::clamp(time, minEnd, std::max(minEnd, duration))};
     }
     case Part::body:
         break;

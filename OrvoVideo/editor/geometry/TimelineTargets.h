@@ -10,7 +10,7 @@
 namespace orvo {
 
 /// The rows of the timeline from top to bottom: the ruler, the lanes of the zoom points, the overlays and the cuts, and one
-/// row per track. A lane that is empty takes no room. In logical pixels.
+/// row per track. Empty lanes take no space. In logical pixels.
 class TimelineRows {
 public:
     static constexpr double ruler = 28;
@@ -25,14 +25,14 @@ public:
     bool hasOverlays() const noexcept { return m_overlays; }
     bool hasCuts() const noexcept { return m_cuts; }
 
-    // The tops of the lanes; of an empty one, where the next begins.
+    // The tops of the lanes; an empty lane starts where the next one does.
     double zoomsTop() const noexcept { return ruler + gap; }
     double overlaysTop() const noexcept { return zoomsTop() + room(m_zooms); }
     double cutsTop() const noexcept { return overlaysTop() + room(m_overlays); }
     double tracksTop() const noexcept { return cutsTop() + room(m_cuts); }
-    /// The top of the track with this place in the document. The computer's sound comes last, under the microphone.
+    /// The top of the track with this index in the document. The computer's audio comes last, below the microphone.
     double trackTop(std::size_t index) const { return rowTop(m_rows[index]); }
-    /// Where the last row ends.
+    /// The bottom of the last row.
     double height() const noexcept { return rowTop(m_rows.size()); }
 
     friend bool operator==(const TimelineRows&, const TimelineRows&) = default;
@@ -44,14 +44,14 @@ private:
     bool m_zooms = false;
     bool m_overlays = false;
     bool m_cuts = false;
-    std::vector<std::size_t> m_rows; ///< Of every track.
+    std::vector<std::size_t> m_rows; ///< The row of every track.
 };
 
-/// Something on the timeline that the pointer can take hold of.
+/// An item of the timeline, or a part of one, under the pointer.
 struct TimelineTarget {
     enum class Kind : std::uint8_t {
-        none, ///< Empty track: here a new selection begins.
-        ruler, ///< Here the playhead is led.
+        none, ///< Empty track: a drag starts a new selection.
+        ruler, ///< A drag moves the playhead.
         selection,
         cut,
         zoom,
@@ -61,8 +61,8 @@ struct TimelineTarget {
 
     Kind kind = Kind::none;
     Part part = Part::body;
-    std::size_t index = 0; ///< In the document's list of cuts, events or overlays.
-    TimeSpan span; ///< As it is in the document.
+    std::size_t index = 0; ///< Index in the document's list of cuts, events or overlays.
+    TimeSpan span; ///< The item's span in the document.
 
     /// Whether the pointer can drag it.
     bool movable() const noexcept { return part != Part::body || kind == Kind::zoom || kind == Kind::overlay; }
@@ -72,16 +72,17 @@ struct TimelineTarget {
 
 namespace TimelineTargets {
 
-/// How near, in pixels, the pointer must be to an edge to take it.
+/// Maximum distance between the pointer and an edge that it takes, in pixels.
 inline constexpr double reach = 6;
-/// Nothing is dragged shorter than this, in seconds.
-inline constexpr double shortest = 0.04;
+/// Minimum duration of a dragged item, in seconds.
+inline constexpr double minDuration = 0.04;
 
-/// What lies at a place. Of things over one another, the last drawn; edges before bodies.
+/// The item at a position; kind `none` if there is none. Edges win over bodies, the nearest edge first; of overlapping
+/// bodies, the last drawn wins.
 TimelineTarget at(double x, double y, const TimelineScale& scale, const VideoProject& project, TimeSpan selection);
 
-/// Where a dragged thing lies when the dragged part of it (its start, when it is dragged as a whole) has come to `time`:
-/// within the recording, and not shorter than `shortest`.
+/// The span of an item after its dragged part (its start, if it is dragged as a whole) moves to `time`. Stays within the
+/// recording and keeps `minDuration`.
 TimeSpan dragged(const TimelineTarget& target, double time, double duration);
 
 } // namespace TimelineTargets

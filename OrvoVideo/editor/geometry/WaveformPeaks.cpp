@@ -8,11 +8,11 @@ namespace orvo {
 
 namespace {
 
-constexpr std::size_t reduction = 4; ///< Stretches that make one of the next level.
+constexpr std::size_t reduction = 4; ///< Spans that merge into one of the next level.
 constexpr std::size_t minLevel = 64;
 constexpr std::string_view magic = "OrvoPeaks1";
 
-/// A sample as a byte, away from zero: what is heard is seen.
+/// A sample as a byte, rounded away from zero so that quiet audio stays visible.
 std::int8_t reduced(std::int16_t sample)
 {
     const int value = sample >= 0 ? (sample + 257) / 258 : -((-sample + 257) / 258);
@@ -88,7 +88,7 @@ WaveformPeaks::Peak WaveformPeaks::between(double start, double end) const
 {
     if (empty() || !(end > start) || end <= 0 || start >= duration())
         return {};
-    // The coarsest level of which a stretch is no longer than half of what is asked: its neighbours add little.
+    // The coarsest level whose spans are at most half the requested length: spans that overlap the ends add little.
     double perSecond = static_cast<double>(sampleRate) / samplesPerPeak;
     std::size_t level = 0;
     while (level + 1 < m_levels.size() && (end - start) * perSecond / reduction >= 2) {

@@ -10,15 +10,15 @@
 
 namespace orvo {
 
-/// The lowest and highest values of a sound in every small stretch of it, kept at several resolutions, so that any part of
-/// it is drawn at any scale in a time that depends on the number of pixels alone.
+/// The lowest and highest values of every short span of an audio signal, at several resolutions. Drawing any part at any
+/// scale takes time proportional to the number of pixels.
 ///
-/// A value. Values of the sound are -1..1.
+/// A value. Amplitudes are -1..1.
 class WaveformPeaks {
 public:
-    /// Samples per second that are reduced.
+    /// Sample rate of the input, in Hz.
     static constexpr int sampleRate = 8000;
-    /// Samples in one stretch of the finest resolution: 5 ms.
+    /// Samples per span at the finest resolution: 5 ms.
     static constexpr int samplesPerPeak = 40;
 
     struct Peak {
@@ -28,21 +28,21 @@ public:
         friend bool operator==(const Peak&, const Peak&) = default;
     };
 
-    /// Reduces a mono sound with `sampleRate`.
+    /// Reduces mono audio at `sampleRate`.
     static WaveformPeaks of(std::span<const std::int16_t> samples);
 
-    /// Adds samples behind the present ones. Call `finish` after the last.
+    /// Appends samples. Call `finish` after the last.
     void add(std::span<const std::int16_t> samples);
     void finish();
 
-    /// Seconds of sound.
+    /// Duration of the audio, in seconds.
     double duration() const noexcept;
     bool empty() const noexcept { return m_levels.empty() || m_levels.front().empty(); }
 
-    /// The lowest and highest value between two times; silence where there is no sound.
+    /// The lowest and highest value between two times, in seconds; zeros outside the audio.
     Peak between(double start, double end) const;
 
-    /// The bytes to keep, and the way back; nothing for bytes that are none of this.
+    /// Cache encoding. `decoded` returns nullopt for foreign data.
     std::string encoded() const;
     static std::optional<WaveformPeaks> decoded(std::string_view bytes);
 
@@ -57,8 +57,8 @@ private:
     void closePeak();
     void buildLevels();
 
-    std::vector<Level> m_levels; ///< The first is the finest; each further one has a quarter of the stretches.
-    int m_pending = 0; ///< Samples of the stretch that is not full yet.
+    std::vector<Level> m_levels; ///< Finest first; each following level has a quarter of the spans.
+    int m_pending = 0; ///< Samples in the incomplete span.
     std::int16_t m_low = 0;
     std::int16_t m_high = 0;
 };
