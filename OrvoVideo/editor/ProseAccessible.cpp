@@ -13,7 +13,7 @@ namespace {
 QAccessibleInterface* make(const QString& className, QObject* object)
 {
     auto* page = className == QLatin1String("orvo::ProsePage") ? qobject_cast<ProsePage*>(object) : nullptr;
-    return page ? std::make_unique<ProseAccessible>(*page).release() : nullptr; // Qt takes it.
+    return page ? std::make_unique<ProseAccessible>(*page).release() : nullptr; // Qt takes ownership.
 }
 
 } // namespace
@@ -119,7 +119,7 @@ QAccessible::State ProseAccessible::state() const
     state.invisible = !page().isVisible();
     state.disabled = !page().isEnabled();
     state.multiLine = true;
-    state.readOnly = true; // Words are edited in a field of their own.
+    state.readOnly = true; // Words are edited in a separate field.
     state.selectableText = true;
     return state;
 }
@@ -201,7 +201,7 @@ QRect ProseAccessible::characterRect(int place) const
     const auto area = page().rectOf(static_cast<int>(word));
     if (!shown || area.isEmpty())
         return {};
-    // Words are what the page knows the places of; their letters are taken to be equally wide.
+    // The page knows the positions of words only; this assumes letters of equal width.
     const auto length = std::max<qsizetype>(page().wordText(static_cast<int>(word)).size(), 1);
     const double wide = area.width() / static_cast<double>(length);
     const QPointF corner(area.x() + wide * (place - page().textPlace(word)), area.y());
@@ -238,7 +238,7 @@ QString ProseAccessible::attributes(int place, int* start, int* end) const
     if (Suggestions::isFiller(spoken.text))
         attributes += QStringLiteral("text-underline-type:single;");
     if (page().isUnsure(word))
-        attributes += QStringLiteral("invalid:spelling;"); // Said as a word to look at.
+        attributes += QStringLiteral("invalid:spelling;"); // Screen readers announce it like a spelling error.
     return attributes;
 }
 

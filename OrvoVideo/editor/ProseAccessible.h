@@ -6,16 +6,15 @@ namespace orvo {
 
 class ProsePage;
 
-/// The transcript's page as assistive technology sees it: a text of several lines with a caret and a selection. What is said
-/// of a word besides its text are attributes: "text-line-through-type" for what is cut, "text-underline-type" for fillers,
-/// "invalid" for those of which the recogniser was unsure.
+/// Exposes the transcript page to assistive technology as a multi-line text with a caret and a selection. Words carry text
+/// attributes: "text-line-through-type" if cut, "text-underline-type" for fillers, "invalid" if the recogniser was unsure.
 class ProseAccessible final : public QAccessibleObject, public QAccessibleTextInterface {
 public:
     explicit ProseAccessible(ProsePage& page);
 
-    /// Has Qt make one for every page. Any number of times.
+    /// Registers the factory with Qt. May be called any number of times.
     static void install();
-    /// Tells assistive technology that caret or selection have moved, or that the text is another.
+    /// Notifies assistive technology that the caret or the selection moved, or that the text changed.
     static void tellCaret(ProsePage& page);
     static void tellText(ProsePage& page);
 

@@ -76,7 +76,7 @@ void ProsePage::mousePressEvent(QMouseEvent* event)
 
 void ProsePage::mouseDoubleClickEvent(QMouseEvent*)
 {
-    // It comes beside a press, and presses are counted.
+    // Qt also delivers a press, and `press` counts clicks.
 }
 
 void ProsePage::press(QMouseEvent* event)
@@ -134,7 +134,7 @@ void ProsePage::press(QMouseEvent* event)
     m_press->unit = static_cast<Unit>(std::min((m_clicks - 1) % 4, 3));
     m_press->anchor = unitAt(*word, m_press->unit);
     if (m_press->unit == Unit::caret) {
-        // Behind the text is behind the last word.
+        // Below the text, the caret goes after the last word.
         const bool isBehind = at.y() > m_flow.height();
         m_reader->place(isBehind ? static_cast<int>(m_words.size()) : static_cast<int>(*word));
         if (!isBehind)
@@ -282,7 +282,7 @@ std::optional<std::size_t> ProsePage::moved(int key, bool withControl) const
         const auto edge = m_flow.wordAt(key == Qt::Key_Home ? 0 : 1e9, place.top + 1);
         if (!edge)
             return std::nullopt;
-        // The end of a line is the beginning of the next; only the last one can be stood behind.
+        // The caret stands before words, so it can stand at the end of the last line only.
         return key == Qt::Key_End && *edge + 1 == count ? count : *edge;
     }
     case Qt::Key_PageUp:
@@ -291,7 +291,7 @@ std::optional<std::size_t> ProsePage::moved(int key, bool withControl) const
     default:
         return std::nullopt;
     }
-    // Up and down by lines.
+    // Moves by lines or pages.
     const auto place = m_flow.caret(caret);
     const double lineHeight = m_flow.metrics().lineHeight;
     const bool isPage = key == Qt::Key_PageUp || key == Qt::Key_PageDown;

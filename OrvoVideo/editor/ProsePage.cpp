@@ -13,14 +13,14 @@ namespace orvo {
 namespace {
 
 constexpr double lineSpacing = 1.45;
-constexpr double below = 40; ///< Empty below the text, in pixels.
+constexpr double below = 40; ///< Empty space below the text, in pixels.
 
 QString pauseText(double seconds)
 {
     return QStringLiteral("%1 s").arg(QString::number(seconds, 'f', 1).replace(u'.', u','));
 }
 
-/// Of a word that no font was asked about yet.
+/// Width of a word that is not measured yet.
 constexpr double unknownWidth = -1;
 
 } // namespace
@@ -131,7 +131,7 @@ void ProsePage::setCutHidden(bool hidden)
 void ProsePage::showWords()
 {
     const SharedList<TranscriptWord> words = m_reader ? m_reader->words() : SharedList<TranscriptWord>();
-    // Only what differs is looked at: an edit changes a few words of thousands.
+    // Updates the changed words only: an edit changes a few words of thousands.
     const auto& before = m_words.items();
     const auto& after = words.items();
     const auto isSame = [](const TranscriptWord& a, const TranscriptWord& b) { return a.text == b.text; };
@@ -232,7 +232,7 @@ void ProsePage::rebuild()
         paragraphs.push_back(boxes.size());
         for (std::size_t i = paragraph.first; i < paragraph.end; ++i) {
             addPause(i);
-            // A pause between two paragraphs ends the first.
+            // A pause between two paragraphs belongs to the first.
             if (i == paragraph.first && i > 0)
                 paragraphs.back() = boxes.size();
             if (m_cutHidden && m_isCut[i])
@@ -246,7 +246,7 @@ void ProsePage::rebuild()
                 boxes.push_back({.index = index, .length = static_cast<std::uint32_t>(text.size()), .width = width});
                 continue;
             }
-            qsizetype from = 0; // A correction of several words breaks between them.
+            qsizetype from = 0; // A correction may hold several words; lines break between them.
             for (const auto& part : QStringView(text).split(u' ')) {
                 if (!part.isEmpty() || from + part.size() == text.size()) {
                     boxes.push_back({.index = index,
@@ -262,7 +262,7 @@ void ProsePage::rebuild()
     m_textPlaces.clear();
     const auto words = m_words.size();
 
-    // The text being read stays in place.
+    // Keeps the text being read in place.
     const auto topLine = m_offset > 0 ? m_flow.lineAt(m_offset) : std::nullopt;
     std::size_t word = 0;
     double above = 0;

@@ -30,11 +30,11 @@ struct ProseColors {
     static ProseColors from(const QVariantMap& map);
 };
 
-/// The transcript as the text of a page: words that flow in paragraphs, with the pauses among them. It is as high as what is
-/// seen of it; `offset` says how far it is scrolled. Only what is seen is drawn.
+/// The transcript as the text of a page: words and pauses that flow in paragraphs. The item is as high as its view; `offset`
+/// is the scroll position. Draws visible lines only.
 ///
-/// It works like a text: a caret, marks by words, sentences and paragraphs with the pointer and from the keyboard, and to
-/// assistive technology it is a text with a caret (ProseAccessible).
+/// Behaves like a text: it has a caret, and pointer and keyboard select words, sentences and paragraphs. ProseAccessible
+/// exposes it as a text to assistive technology.
 class ProsePage : public QQuickPaintedItem {
     Q_OBJECT
     QML_ELEMENT
@@ -42,21 +42,21 @@ class ProsePage : public QQuickPaintedItem {
     /// The colours by the names of `ProseColors`.
     Q_PROPERTY(QVariantMap colors READ colors WRITE setColors NOTIFY colorsChanged)
     Q_PROPERTY(QFont font READ font WRITE setFont NOTIFY fontsChanged)
-    /// Of the times and the pauses.
+    /// Font of the times and the pauses.
     Q_PROPERTY(QFont captionFont READ captionFont WRITE setCaptionFont NOTIFY fontsChanged)
     Q_PROPERTY(double offset READ offset WRITE setOffset NOTIFY offsetChanged)
-    /// The height of the whole text.
+    /// The height of the whole text, in pixels.
     Q_PROPERTY(double contentHeight READ contentHeight NOTIFY laidOut)
-    /// Whether words and pauses that are cut are left out.
+    /// Whether cut words and pauses are hidden.
     Q_PROPERTY(bool cutHidden READ cutHidden WRITE setCutHidden NOTIFY cutHiddenChanged)
-    /// Counts the layouts, so that bindings to `rectOf` and `topOf` follow them.
+    /// Counts layouts, so that bindings that call `rectOf` and `topOf` update.
     Q_PROPERTY(int layoutCount READ layoutCount NOTIFY laidOut)
-    /// The row under the pointer of which the recogniser was unsure; -1 for none.
+    /// The unsure word under the pointer; -1 for none.
     Q_PROPERTY(int unsureRow READ unsureRow NOTIFY unsureRowChanged)
 public:
-    static constexpr double margin = 48; ///< Of the paragraphs' times, in pixels.
-    static constexpr double pillPadding = 7; ///< At both ends of a pause, in pixels.
-    static constexpr double pauseSign = 10; ///< The room of the two bars that stand for a pause, in pixels.
+    static constexpr double margin = 48; ///< Left margin with the times of the paragraphs, in pixels.
+    static constexpr double pillPadding = 7; ///< Padding at both ends of a pause, in pixels.
+    static constexpr double pauseSign = 10; ///< Space for the two bars of the pause sign, in pixels.
 
     explicit ProsePage(QQuickItem* parent = nullptr);
 
@@ -76,27 +76,27 @@ public:
     int layoutCount() const { return m_layoutCount; }
     int unsureRow() const { return m_unsureRow; }
 
-    /// Where the word of a row begins in this item as it is scrolled now; empty when it is not shown.
+    /// The rectangle of the start of a row's word, in this item at the current offset; empty if the word is hidden.
     Q_INVOKABLE QRectF rectOf(int row) const;
-    /// What the rows cover, in this item as it is scrolled now.
+    /// The bounds of the rows from `first` to `last`, in this item at the current offset.
     Q_INVOKABLE QRectF boundsOf(int first, int last) const;
-    /// The top of a row's line in the whole text.
+    /// The top of a row's line in the whole text, in pixels.
     Q_INVOKABLE double topOf(int row) const;
-    /// The row of the next word that is shown, or the one before; -1 when there is none.
+    /// The row of the next or previous visible word; -1 if there is none.
     Q_INVOKABLE int nextShown(int row, bool forward) const;
     /// The text of a row.
     Q_INVOKABLE QString wordText(int row) const;
-    /// How sure the recogniser was of a row's word, 0..1.
+    /// The recogniser's confidence in a row's word, 0..1.
     Q_INVOKABLE double confidence(int row) const;
     bool isUnsure(std::size_t word) const { return word < m_unsure.size() && m_unsure[word]; }
 
     void paint(QPainter* painter) override;
 
-    /// What assistive technology reads: words with blanks between them and paragraphs with line breaks.
+    /// The text for assistive technology: words separated by blanks, paragraphs by line breaks.
     const QString& wholeText() const;
-    /// Where in that text a caret stands.
+    /// The offset of a word in that text.
     int textPlace(std::size_t word) const;
-    /// The word at a place of that text.
+    /// The word at an offset of that text.
     std::size_t wordOfPlace(int place) const;
     const ProseFlow& flow() const { return m_flow; }
 
@@ -108,12 +108,12 @@ signals:
     void laidOut();
     void cutHiddenChanged();
     void unsureRowChanged();
-    /// The text is to be scrolled there, so that what is read stays where it is.
+    /// Requests a new offset, so that the text being read keeps its position after a layout.
     void offsetWanted(double offset);
-    /// The caret was moved by hand and has to be seen: the top of its line in the whole text.
+    /// The user moved the caret, so it must become visible. `top` is the top of its line in the whole text.
     void caretMoved(double top);
     void editWanted(int row);
-    /// A menu for the word of this row, or for the pause from `start` to `end` when the row is -1.
+    /// Requests a menu for the word of this row or, if the row is -1, for the pause from `start` to `end`.
     void menuWanted(QPointF place, int row, double start, double end, bool cut);
 
 protected:
@@ -130,14 +130,14 @@ protected:
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
-    /// What repeated clicks mark.
+    /// The unit that repeated clicks mark.
     enum class Unit : std::uint8_t { caret, word, sentence, paragraph };
 
     struct Press {
         QPointF place;
         Unit unit = Unit::caret;
-        Transcript::WordRange anchor; ///< What the press has marked, or the word it was on.
-        std::optional<std::size_t> pause; ///< The pause that a click is about.
+        Transcript::WordRange anchor; ///< The words that the press marked, or the pressed word.
+        std::optional<std::size_t> pause; ///< The pressed pause.
         bool isDrag = false;
     };
 
@@ -181,9 +181,9 @@ private:
     QPointer<TranscriptCursor> m_reader;
     SharedList<TranscriptWord> m_words;
     std::vector<QString> m_texts;
-    std::vector<double> m_wordWidths; ///< Of each text in one piece, once it was asked for.
+    std::vector<double> m_wordWidths; ///< Width of each unbroken text; negative until measured.
     std::vector<char> m_fillers;
-    std::vector<char> m_unsure; ///< Whether the recogniser was.
+    std::vector<char> m_unsure; ///< Whether the recogniser was unsure of each word.
     int m_unsureRow = -1;
     std::vector<char> m_isCut;
     std::vector<Pause> m_pauses;
@@ -191,9 +191,9 @@ private:
     ProseFlow m_flow;
     QHash<QString, double> m_widths;
     QHash<QString, double> m_captionWidths;
-    QHash<QString, QStaticText> m_glyphs; ///< Of what was drawn.
+    QHash<QString, QStaticText> m_glyphs; ///< Cache of laid out texts.
     mutable QString m_wholeText;
-    mutable std::vector<int> m_textPlaces; ///< One more than words.
+    mutable std::vector<int> m_textPlaces; ///< The offset of each word in `m_wholeText`, and the end.
     int m_layoutCount = 0;
 
     QVariantMap m_colorMap;
@@ -208,8 +208,8 @@ private:
     ulong m_lastPressTime = 0;
     QPointF m_lastPressPlace;
     int m_clicks = 0;
-    double m_goalX = -1; ///< Where up and down stay; below 0 when they begin anew.
-    QTimer m_scrolling; ///< While something is dragged beyond an edge.
+    double m_goalX = -1; ///< The x to which Up and Down return; below 0 if not set.
+    QTimer m_scrolling; ///< Runs while a drag is beyond an edge.
 };
 
 } // namespace orvo

@@ -11,8 +11,8 @@ namespace orvo {
 namespace {
 
 constexpr double radius = 4;
-/// Glyphs that are kept; beyond it they are made anew.
-constexpr qsizetype keptGlyphs = 6000;
+/// Maximum number of cached texts; a fuller cache is cleared.
+constexpr qsizetype maxGlyphs = 6000;
 
 } // namespace
 
@@ -91,7 +91,7 @@ void ProsePage::paintBox(QPainter& painter, const ProseFlow::Box& box, double to
         text = QFontMetricsF(m_font).elidedText(text, Qt::ElideMiddle, column);
     auto glyphs = m_glyphs.find(text);
     if (glyphs == m_glyphs.end()) {
-        if (m_glyphs.size() > keptGlyphs)
+        if (m_glyphs.size() > maxGlyphs)
             m_glyphs.clear();
         QStaticText made(text);
         made.setTextFormat(Qt::PlainText);
@@ -113,7 +113,7 @@ void ProsePage::paintBox(QPainter& painter, const ProseFlow::Box& box, double to
         painter.drawRect(QRectF(box.x, textTop + metrics.height() - 1, width, 2));
     }
     if (m_unsure[box.index] && !isCut && !m_fillers[box.index]) {
-        // Dots, lighter than the line under a filler.
+        // A dotted line, lighter than the line under a filler.
         painter.setBrush(m_colors.accentInk);
         for (double x = std::round(box.x); x + 1.5 <= box.x + width; x += 4)
             painter.drawEllipse(QRectF(x, textTop + metrics.height() - 1, 1.8, 1.8));
@@ -137,7 +137,7 @@ void ProsePage::paintPause(QPainter& painter, const ProseFlow::Box& box, double 
     painter.setFont(m_captionFont);
     painter.setPen(m_colors.secondaryText);
     painter.drawText(pill.adjusted(pillPadding + pauseSign, 0, 0, 0), Qt::AlignLeft | Qt::AlignVCenter, pause.text);
-    // Fonts of text do not have the sign.
+    // Draws the pause sign: text fonts lack it.
     const double barTop = std::round(pill.center().y() - 3.5);
     for (const double x : {pill.x() + pillPadding, pill.x() + pillPadding + 4})
         painter.fillRect(QRectF(std::round(x), barTop, 2, 7), m_colors.secondaryText);
@@ -154,7 +154,7 @@ void ProsePage::paintCaret(QPainter& painter) const
     if (caret < 0)
         return;
     const double lineHeight = m_flow.metrics().lineHeight;
-    // The word that the keys are about.
+    // Outlines the word that the keys act on.
     if (const int row = m_reader->firstTarget(); row >= 0 && m_reader->markedCount() == 0) {
         QColor edge = m_colors.accentInk;
         edge.setAlphaF(0.55F);
