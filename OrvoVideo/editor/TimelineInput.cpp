@@ -10,7 +10,7 @@
 #include <cmath>
 #include <utility>
 
-// What the pointer does on the timeline.
+// Pointer, wheel, gesture and focus events of the timeline.
 
 namespace orvo {
 
@@ -19,12 +19,12 @@ namespace {
 using Kind = TimelineTarget::Kind;
 using Part = TimelineTarget::Part;
 
-constexpr double dragDistance = 4; ///< Pixels that the pointer must go to drag.
-constexpr double snapDistance = 8; ///< Pixels within which a drag snaps.
-constexpr double wordScale = 40; ///< Pixels per second from which words are far enough apart to hold.
-constexpr double notch = 120; ///< What one step of a wheel tells.
+constexpr double dragDistance = 4; ///< Distance at which a press becomes a drag, in pixels.
+constexpr double snapDistance = 8; ///< Distance within which a drag snaps, in pixels.
+constexpr double wordScale = 40; ///< Scale from which drags snap to words, in pixels per second.
+constexpr double notch = 120; ///< Angle delta of one wheel step, in eighths of a degree.
 
-/// Whether a drag snaps; with Shift it moves freely.
+/// Whether a drag snaps; Shift turns snapping off.
 bool holds(const QMouseEvent& event)
 {
     return !event.modifiers().testFlag(Qt::ShiftModifier);
@@ -97,7 +97,7 @@ void TimelineItem::mousePressEvent(QMouseEvent* event)
     forceActiveFocus(Qt::MouseFocusReason);
     const QPointF place = event->position();
     auto target = targetAt(place);
-    // A cut's body is not dragged: over it, too, a selection begins.
+    // The body of a cut cannot be dragged; in the tracks, a drag over it starts a selection.
     if (target.kind == Kind::cut && target.part == Part::body && place.y() >= m_rows.tracksTop())
         target = {};
     const double edge = target.part == Part::end ? target.span.end : target.span.start;
@@ -123,7 +123,7 @@ void TimelineItem::mouseMoveEvent(QMouseEvent* event)
 
 void TimelineItem::drag(QPointF place, bool held)
 {
-    // Dragging over the side brings what lies there.
+    // Dragging beyond an edge scrolls.
     if (place.x() < 0 || place.x() > width()) {
         m_scale.scrollBy(std::clamp(place.x() < 0 ? place.x() : place.x() - width(), -40.0, 40.0));
         scaleChanged();
@@ -165,7 +165,7 @@ TimeSpan TimelineItem::draggedSpan(double time, bool held)
     const auto& target = m_drag->target;
     const std::array left{target.span.start, target.span.end};
     double to = snapped(time, left, held);
-    // An object that is moved as a whole also snaps with its end.
+    // An item dragged as a whole also snaps with its end.
     if (target.part == Part::body && !m_snap) {
         const double length = target.span.duration();
         to = snapped(time + length, left, held) - length;

@@ -135,13 +135,13 @@ double TimelineItem::shownSize() const
 
 void TimelineItem::showProject()
 {
-    // The dragged object may have been removed.
+    // The change may have removed the dragged item.
     m_drag.reset();
     m_draft.reset();
     setSnap(std::nullopt);
     const VideoProject* shown = project();
     const bool other = !shown || shown->id != m_projectId;
-    // Files that are still being written are not read: their sound and pictures come with the end of the recording.
+    // Does not read files that are being recorded; their waveforms and frames appear when the recording ends.
     const bool recording = shown && shown->state.starts_with(ProjectState::recording);
     if (other || recording != m_recording || !m_tracks.sharesStorageWith(shown->tracks)) {
         m_recording = recording;
@@ -153,7 +153,7 @@ void TimelineItem::showProject()
             try {
                 m_files[i] = m_model->store().mediaURL(*shown, track.file);
             } catch (const std::exception&) {
-                continue; // It leads out of the project: nothing of it is shown.
+                continue; // The path leaves the project: shows neither frames nor waveform.
             }
             sources.push_back({.file = m_files[i],
                 .duration = track.duration,
@@ -172,7 +172,7 @@ void TimelineItem::showProject()
     m_rows = shown ? TimelineRows(*shown) : TimelineRows();
     if (shown)
         m_snapping.show(*shown);
-    // The marked thing is known by its place in the list; when that was taken by something else, nothing is marked.
+    // The mark holds a list index; if the index no longer holds such an item, clears the mark.
     if (m_chosen.kind != Kind::none) {
         if (const auto now = targetOf(m_chosen.kind, m_chosen.index))
             m_chosen.span = now->span;
@@ -229,7 +229,7 @@ void TimelineItem::paint(QPainter* painter)
         .height = height()};
     TimelinePainter drawing(*painter, scene);
     drawing.paint();
-    // The main thread may be waiting for this one, or be the same; either way it is asked afterwards.
+    // `paint` may run on the render thread while the main thread waits, so this queues the request.
     auto missing = drawing.takeMissing();
     QMetaObject::invokeMethod(
         this, [this, missing = std::move(missing)] mutable { m_strips.want(std::move(missing)); }, Qt::QueuedConnection);

@@ -11,10 +11,10 @@
 
 namespace orvo {
 
-/// The timeline of the open project: ruler, lanes and tracks, drawn and worked with the pointer and from the keyboard.
+/// The timeline of the open project: ruler, lanes and tracks, with pointer and keyboard input.
 ///
-/// It shows and speaks the playhead but does not draw it (`playheadX`), so that playing costs no drawing. What is dragged is
-/// shown where it would be and changed in the document when it is let go, as one step to undo.
+/// The playhead is a separate item at `playheadX`, so that playback causes no repaints. A drag shows a draft and changes the
+/// document on release, as one undo step.
 class TimelineItem : public QQuickPaintedItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(TimelineCanvas)
@@ -22,28 +22,28 @@ class TimelineItem : public QQuickPaintedItem {
     /// The colours by the names of `TimelineColors`.
     Q_PROPERTY(QVariantMap colors WRITE setColors READ colors NOTIFY colorsChanged)
     Q_PROPERTY(QFont font READ font WRITE setFont NOTIFY fontChanged)
-    /// The height that all rows need.
+    /// The height of all rows, in pixels.
     Q_PROPERTY(double contentHeight READ contentHeight NOTIFY rowsChanged)
-    /// Where the rows lie: the tops of `zooms`, `overlays` and `cuts`, each only if there is one, those of all `tracks` in
-    /// the document's order, and the heights of a `lane` and a `track`.
+    /// The layout of the rows: the tops of `zooms`, `overlays` and `cuts` (absent for an empty lane), of all `tracks` in
+    /// document order, and the heights of a `lane` and a `track`.
     Q_PROPERTY(QVariantMap rows READ rows NOTIFY rowsChanged)
     Q_PROPERTY(double playheadX READ playheadX NOTIFY playheadChanged)
-    // What is shown, as a scroll bar wants it: fractions of the recording.
+    // The visible span in fractions of the recording, for a scroll bar.
     Q_PROPERTY(bool fits READ fits NOTIFY viewChanged)
     Q_PROPERTY(double shownPosition READ shownPosition NOTIFY viewChanged)
     Q_PROPERTY(double shownSize READ shownSize NOTIFY viewChanged)
     Q_PROPERTY(double pixelsPerSecond READ pixelsPerSecond NOTIFY viewChanged)
-    /// Where what is dragged holds on; below 0 when nothing does.
+    /// The position to which the drag snaps; below 0 if it does not.
     Q_PROPERTY(double snapX READ snapX NOTIFY snapChanged)
-    /// "", "cut", "zoom" or "overlay".
+    /// Kind of the marked item: "cut", "zoom", "overlay", or "" for none.
     Q_PROPERTY(QString chosenKind READ chosenKind NOTIFY chosenChanged)
-    /// Whether it has the keyboard because somebody works with the keyboard.
+    /// Whether the keyboard, not the pointer, gave the timeline the focus.
     Q_PROPERTY(bool visualFocus READ visualFocus NOTIFY visualFocusChanged)
-    // The waveforms that are being read.
+    // The state of reading waveforms.
     Q_PROPERTY(bool preparing READ preparing NOTIFY preparingChanged)
     Q_PROPERTY(bool preparingCancelled READ preparingCancelled NOTIFY preparingChanged)
     Q_PROPERTY(double preparingProgress READ preparingProgress NOTIFY preparingChanged)
-    // What assistive technology reads, by the names it looks for.
+    // The properties that Qt Quick exposes to assistive technology by name.
     Q_PROPERTY(double value READ playhead WRITE setPlayhead NOTIFY playheadChanged)
     Q_PROPERTY(double minimumValue READ minimumValue CONSTANT)
     Q_PROPERTY(double maximumValue READ duration NOTIFY rowsChanged)
@@ -61,10 +61,10 @@ public:
     QFont font() const { return m_font; }
     void setFont(const QFont& font);
 
-    /// The open project; null without one.
+    /// The open project; null if there is none.
     const VideoProject* project() const;
     const TimelineColors& palette() const { return m_colors; }
-    /// The waveform of the track with this place in the document; null while it is not there.
+    /// The waveform of the track with this index in the document; null until it is read.
     const WaveformPeaks* peaksOf(std::size_t track) const;
 
     double contentHeight() const { return m_rows.height(); }
@@ -87,35 +87,35 @@ public:
     double frame() const;
     QString spokenPosition() const;
 
-    /// Magnifies; the playhead stays where it is. If it is out of sight, what is at `x` stays, or for an `x` below 0 the
-    /// playhead comes to the middle.
+    /// Magnifies around the playhead. If the playhead is out of view, magnifies around `x`; if `x` is below 0, centres the
+    /// playhead.
     Q_INVOKABLE void zoomBy(double factor, double x = -1);
     Q_INVOKABLE void fit();
-    /// Shows the recording from this fraction of it on.
+    /// Scrolls the left edge to this fraction of the recording.
     Q_INVOKABLE void showFrom(double fraction);
     Q_INVOKABLE void scrollBy(double pixels);
 
-    /// Scrolls as little as needed to show the playhead.
+    /// Scrolls the minimum distance to show the playhead.
     Q_INVOKABLE void revealPlayhead();
 
-    /// Moves the playhead to the next or the previous edge of anything.
+    /// Moves the playhead to the next or previous edge of an item or of the recording.
     Q_INVOKABLE void goToEdge(bool forward);
-    /// Marks the cut, zoom point or overlay that begins next after (or before) the marked one or the playhead, and goes
-    /// there.
+    /// Marks the next (or previous) cut, zoom point or overlay, by start time, from the marked one or else the playhead.
+    /// Moves the playhead to its start.
     Q_INVOKABLE void chooseNext(bool forward);
-    /// Moves the marked thing by frames (of a cut, its beginning), or its end alone.
+    /// Moves the marked item by frames: its end if `end`; otherwise the start of a cut, or the whole of any other item.
     Q_INVOKABLE void nudgeChosen(int frames, bool end);
-    /// Removes the marked zoom point or overlay. False when none is marked.
+    /// Removes the marked zoom point or overlay. Returns false if none is marked.
     Q_INVOKABLE bool removeChosen();
-    /// Restores the marked cut, or the one under the playhead. False when there is none.
+    /// Restores the marked cut, or else the cut under the playhead. Returns false if there is none.
     Q_INVOKABLE bool restoreChosen();
-    /// Gives up the drag under way, if any; otherwise what is marked. False when there is neither.
+    /// Cancels the drag, or else clears the mark. Returns false if there is neither.
     Q_INVOKABLE bool letGo();
 
     Q_INVOKABLE void cancelPreparing() { m_strips.cancel(); }
     Q_INVOKABLE void resumePreparing() { m_strips.resume(); }
 
-    /// The place of a time, and the time of a place, as shown now.
+    /// Converts between seconds and positions at the current scale and offset.
     Q_INVOKABLE double xOf(double seconds) const { return m_scale.x(seconds); }
     Q_INVOKABLE double timeAt(double x) const { return m_scale.time(x); }
 
@@ -126,7 +126,7 @@ signals:
     void colorsChanged();
     void fontChanged();
     void rowsChanged();
-    /// There are more pictures or waveforms.
+    /// More frames or waveforms are available.
     void stripsChanged();
     void playheadChanged();
     void viewChanged();
@@ -134,9 +134,9 @@ signals:
     void chosenChanged();
     void visualFocusChanged();
     void preparingChanged();
-    /// A zoom point ("zoom") or an overlay ("overlay") with this identifier was clicked.
+    /// The user clicked a zoom point (`kind` "zoom") or an overlay ("overlay").
     void cardWanted(const QString& kind, const QString& id);
-    /// Something to be spoken by assistive technology.
+    /// Requests an announcement by assistive technology.
     void spoke(const QString& text);
 
 protected:
@@ -153,12 +153,12 @@ protected:
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
-    /// What the pointer does while it is pressed.
+    /// The state of a press.
     struct Drag {
         TimelineTarget target;
         QPointF from;
-        double grip = 0; ///< Seconds between the dragged edge and the place where it was taken.
-        bool moved = false; ///< Whether it went far enough to be a drag.
+        double grip = 0; ///< Seconds from the pressed position to the dragged edge.
+        bool moved = false; ///< Whether the pointer moved far enough for a drag.
     };
 
     void setVisualFocus(bool visible);

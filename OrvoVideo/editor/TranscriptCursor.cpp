@@ -77,7 +77,7 @@ void TranscriptCursor::showProject()
         findMatches(m_match < 0 ? 0 : m_hits[static_cast<std::size_t>(m_match)].first);
     }
     emit wordsChanged();
-    emit markedChanged(); // What is cut may have changed.
+    emit markedChanged(); // `targetIsCut` may have changed.
     followPlayhead();
 }
 
@@ -334,7 +334,7 @@ void TranscriptCursor::nextMatch(bool backwards)
         const auto& hit = m_hits[static_cast<std::size_t>(m_match)];
         return m_marked == WordRange{hit.first, hit.last + 1};
     };
-    // The match that the typing has found is the first to go to.
+    // The first call goes to the match that typing found.
     if (isMarked()) {
         const auto count = static_cast<int>(m_hits.size());
         m_match = (m_match + (backwards ? count - 1 : 1)) % count;
@@ -352,7 +352,7 @@ void TranscriptCursor::replaceMatch(const QString& text)
     const auto hit = m_hits[static_cast<std::size_t>(m_match)];
     const auto replacement = text.toStdString();
     m_model->update([&](VideoProject& project) { Edits::replaceText(project, std::span(&hit, 1), replacement); });
-    // What was put in is not to be found at once.
+    // Continues after the replacement, which may match itself.
     findMatches(hit.first + 1);
     nextMatch(false);
 }

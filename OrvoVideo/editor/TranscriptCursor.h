@@ -10,36 +10,36 @@
 
 namespace orvo {
 
-/// What a person reads, marks and looks for in the transcript, and what is done with it: the spoken word, the caret and the
-/// marked words, the search, and the edits of words and pauses. Each edit is one step to undo.
+/// The interaction state of the transcript (the spoken word, the caret, the marked words, the search) and the edits of words
+/// and pauses. Each edit is one undo step.
 ///
-/// Rows are the indexes of words. A caret stands before the word of its number, or behind the last one.
+/// A row is the index of a word. A caret index n stands before word n; the word count stands after the last word.
 class TranscriptCursor : public QObject {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(orvo::AppModel* model READ model WRITE setModel NOTIFY modelChanged REQUIRED)
-    /// The row of the word that is spoken or was last; -1 before the first.
+    /// The row of the last word that starts at or before the playhead; -1 before the first.
     Q_PROPERTY(int spokenRow READ spokenRow NOTIFY spokenRowChanged)
-    // The marked rows; -1 when none is.
+    // The marked rows; -1 if none is marked.
     Q_PROPERTY(int firstMarked READ firstMarked NOTIFY markedChanged)
     Q_PROPERTY(int lastMarked READ lastMarked NOTIFY markedChanged)
     Q_PROPERTY(int markedCount READ markedCount NOTIFY markedChanged)
-    /// -1 before a word was pointed at.
+    /// The caret; -1 until it is placed.
     Q_PROPERTY(int caret READ caret NOTIFY markedChanged)
-    // What the edits are about: the marked words, or without any the one at the caret; -1 when there is none.
+    // The target of edits: the marked words, or else the word at the caret; -1 if there is none.
     Q_PROPERTY(int firstTarget READ firstTarget NOTIFY markedChanged)
     Q_PROPERTY(int lastTarget READ lastTarget NOTIFY markedChanged)
-    /// When the first of them begins, in seconds.
+    /// The start of the target, in seconds.
     Q_PROPERTY(double targetStart READ targetStart NOTIFY markedChanged)
-    /// Whether every one of them is cut already.
+    /// Whether the whole target is cut.
     Q_PROPERTY(bool targetIsCut READ targetIsCut NOTIFY markedChanged)
     Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
     Q_PROPERTY(int matchCount READ matchCount NOTIFY matchChanged)
-    /// The number of the match that is shown, from 1 on; 0 when there is none.
+    /// The number of the current match, from 1; 0 if there is none.
     Q_PROPERTY(int matchNumber READ matchNumber NOTIFY matchChanged)
-    /// The row where it begins; -1 when there is none.
+    /// The first row of the current match; -1 if there is none.
     Q_PROPERTY(int matchRow READ matchRow NOTIFY matchChanged)
-    /// How many filler words are not cut.
+    /// The number of filler words that are not cut.
     Q_PROPERTY(int fillerCount READ fillerCount NOTIFY wordsChanged)
 public:
     explicit TranscriptCursor(QObject* parent = nullptr);
@@ -48,10 +48,10 @@ public:
     void setModel(AppModel* model);
 
     const SharedList<TranscriptWord>& words() const { return m_words; }
-    /// The cuts in order and disjoint.
+    /// The cuts, sorted and disjoint.
     const std::vector<TimeSpan>& cuts() const { return m_merged; }
     double duration() const { return m_duration; }
-    /// How sure the recogniser was of a word, 0..1.
+    /// The recogniser's confidence in a word, 0..1.
     double confidence(const TranscriptWord& word) const;
     bool isUnsure(const TranscriptWord& word) const { return confidence(word) < WordConfidence::sure; }
     const std::vector<TextSearch::Hit>& hits() const { return m_hits; }
@@ -72,29 +72,29 @@ public:
     int matchRow() const;
     int fillerCount() const;
 
-    /// Marks a row alone, or every row from the one marked first to it.
+    /// Marks a row alone, or extends the mark to it from its anchor.
     Q_INVOKABLE void mark(int row, bool extend);
     Q_INVOKABLE void unmark();
-    /// Puts the caret before a row, with nothing marked. Numbers are limited to what there is.
+    /// Places the caret before a row and clears the mark. Clamps the row to 0..word count.
     Q_INVOKABLE void place(int row);
-    /// Selects everything from `anchor`, which stays while `head` moves, to `head`, and puts the caret at the end of `head`.
-    /// An empty range clears the selection.
+    /// Marks everything from `anchor` to `head` and puts the caret at the outer end of `head`. Keeps `anchor` for `extendTo`.
+    /// An empty range clears the mark.
     void markBetween(Transcript::WordRange anchor, Transcript::WordRange head);
-    /// As `markBetween` with the anchor that there is.
+    /// Like `markBetween`, with the current anchor.
     void extendTo(Transcript::WordRange head);
 
-    /// The marked words as text, with a line break between paragraphs.
+    /// The text of the target, with line breaks between paragraphs.
     Q_INVOKABLE QString markedText() const;
-    /// Puts the marked words, or the one at the caret, on the clipboard.
+    /// Copies the text of the target to the clipboard.
     Q_INVOKABLE void copy() const;
 
-    /// Cuts what the edits are about, with the pauses between the words.
+    /// Cuts the target, including the pauses between its words.
     Q_INVOKABLE void cutTarget();
-    /// Restores it; what is cut around it stays cut.
+    /// Restores the target; cuts around it stay.
     Q_INVOKABLE void restoreTarget();
-    /// Cuts it, or restores it when it is all cut.
+    /// Cuts the target, or restores it if it is cut as a whole.
     Q_INVOKABLE void toggleTarget();
-    /// Plays it, and stops at its end.
+    /// Plays the target and pauses at its end.
     Q_INVOKABLE void hear();
     Q_INVOKABLE void correct(int row, const QString& text);
 
@@ -102,23 +102,23 @@ public:
     Q_INVOKABLE void cutSpan(double start, double end);
     Q_INVOKABLE void restoreSpan(double start, double end);
     Q_INVOKABLE void shortenPause(double start, double end);
-    /// What `shortenPauses` would do: the `count` of pauses and the `seconds` it gains.
+    /// The effect that `shortenPauses` would have: the `count` of pauses and the `seconds` it saves.
     Q_INVOKABLE QVariantMap shortening(double longerThan) const;
-    /// Shortens every pause of which more than this is left, in seconds.
+    /// Shortens every pause of which more than this remains, in seconds.
     Q_INVOKABLE void shortenPauses(double longerThan);
 
-    /// Goes to the next (or previous) match and marks it; the playhead goes with it.
+    /// Marks the next (or previous) match and moves the playhead to it.
     Q_INVOKABLE void nextMatch(bool backwards);
     /// Replaces the current match, then moves to the next one.
     Q_INVOKABLE void replaceMatch(const QString& text);
-    /// Replaces every match. Returns how many there were.
+    /// Replaces every match and returns their number.
     Q_INVOKABLE int replaceAll(const QString& text);
 
 signals:
     void modelChanged();
-    /// Other words or other cuts are there.
+    /// The words, the cuts or the duration changed.
     void wordsChanged();
-    /// Other words are unsure.
+    /// The confidence of words changed.
     void confidenceChanged();
     void spokenRowChanged();
     void markedChanged();
@@ -136,19 +136,19 @@ private:
     QPointer<AppModel> m_model;
     QString m_projectId;
     SharedList<TranscriptWord> m_words;
-    SharedList<TimeSpan> m_cuts; ///< As stored.
+    SharedList<TimeSpan> m_cuts; ///< As stored in the document.
     std::vector<TimeSpan> m_merged;
     double m_duration = 0;
     int m_spokenRow = -1;
     int m_caret = -1;
     Transcript::WordRange m_anchor;
     std::optional<Transcript::WordRange> m_marked;
-    double m_hearUntil = 0; ///< Where what is heard ends; 0 when nothing is.
+    double m_hearUntil = 0; ///< Where `hear` pauses, in seconds; 0 if it is not playing.
     QString m_query;
-    std::optional<TextSearch> m_search; ///< Of these words; made when first searched.
+    std::optional<TextSearch> m_search; ///< Index of `m_words`; created by the first search.
     std::vector<TextSearch::Hit> m_hits;
-    int m_match = -1; ///< The hit that is shown.
-    mutable int m_fillers = -1; ///< Counted when first asked for.
+    int m_match = -1; ///< Index of the current match in `m_hits`; -1 if there is none.
+    mutable int m_fillers = -1; ///< Counted on demand; below 0 until then.
 };
 
 } // namespace orvo
