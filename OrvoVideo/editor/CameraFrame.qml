@@ -2,7 +2,7 @@ import QtQuick
 import Orvo.Model
 import Orvo.Preview
 
-/// The camera on the preview, where an export puts it. It can be dragged and sized.
+/// The camera on the preview, placed as in an export. The user can drag and resize it.
 Item {
     id: root
 

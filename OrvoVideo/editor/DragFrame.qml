@@ -1,16 +1,16 @@
 import QtQuick
 import Orvo.Ui
 
-/// Lets something on the picture be dragged, and sized at its lower right corner. Distances are fractions of `space`.
+/// A highlighted frame that reports drags and, at its lower right corner, resizing. Distances are fractions of `space`.
 Item {
     id: root
 
     required property Item space
     property bool sizable: false
-    /// Whether it is highlighted without the pointer over it.
+    /// Whether to highlight it even if the pointer is elsewhere.
     property bool marked: false
 
-    /// It was pressed.
+    /// The user pressed it.
     signal taken()
     signal doubleClicked()
     signal dragged(real dx, real dy)

@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// Offers cuts without fades, once for each project: when something spoken is first cut in it.
+/// Offers cuts without fades, once per project: when the user first cuts spoken words in it.
 RowLayout {
     id: root
 

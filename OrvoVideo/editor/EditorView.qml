@@ -5,8 +5,8 @@ import QtQuick.Controls.Basic
 import Orvo.Model
 import Orvo.Ui
 
-/// The editor of the open project: preview and timeline, and the inspector beside them. Its keys work wherever the keyboard
-/// is in it, unless what has the keyboard uses them itself.
+/// The editor of the open project: preview and timeline, with the inspector beside them. Its keys work wherever the focus is
+/// inside it, unless the focused item handles them.
 FocusScope {
     id: root
 
@@ -16,21 +16,21 @@ FocusScope {
     property alias section: inspector.section
     readonly property alias timeline: timelineView.canvas
     readonly property alias previewAlone: editorCommands.previewAlone
-    /// What picture and timeline need.
+    /// Minimum sizes of preview and timeline.
     readonly property real minWidth: 420
     readonly property real minPreview: 180
 
-    /// The inspector has to be seen now.
+    /// Requests that the inspector be shown.
     signal inspectorWanted()
     signal settingsWanted()
 
-    /// Gives the keyboard to the timeline, where every key of the editor works.
+    /// Focuses the timeline, where every key of the editor works.
     function takeKeyboard() {
         if (visible && enabled && !editorCommands.isTyping())
             timelineView.canvas.forceActiveFocus(Qt.OtherFocusReason)
     }
 
-    /// Adds a zoom point at the playhead and goes into it.
+    /// Adds a zoom point at the playhead and moves the playhead into it.
     function addZoom() {
         editorCommands.addZoom()
     }
@@ -45,7 +45,7 @@ FocusScope {
         else
             preview.framedZoom = ""
     }
-    /// Lets the part of the picture that a zoom point magnifies be chosen; the playhead goes into it.
+    /// Starts framing a zoom point: moves the playhead into it and lets the user choose the part to magnify.
     function frameZoom(id: string) {
         for (let row = 0; row < app.zooms.count; ++row) {
             const zoom = app.zooms.get(row)
@@ -57,7 +57,7 @@ FocusScope {
         }
     }
 
-    // Nothing is selected until somebody selects it.
+    // A project opens without a selection.
     Connections {
         target: root.app
 
@@ -75,7 +75,7 @@ FocusScope {
         takeKeyboard()
     }
     onVisibleChanged: editorCommands.previewAlone = false
-    // What has the keyboard may be out of sight then.
+    // The focused item may be hidden.
     onPreviewAloneChanged: previewAlone ? preview.forceActiveFocus() : takeKeyboard()
     Keys.onPressed: event => event.accepted = editorCommands.press(event.key, event.modifiers)
 
@@ -105,7 +105,7 @@ FocusScope {
         property var rows
     }
     Component.onCompleted: {
-        // Made while its project is being opened, it hears of the end.
+        // `projectOpened` may have been emitted before this view existed.
         selectNothing()
         if (remembered.columns)
             columns.restoreState(remembered.columns)
@@ -179,7 +179,7 @@ FocusScope {
 
             SplitView.preferredWidth: 340
             SplitView.minimumWidth: 300
-            // Sizes remembered from a larger window give way.
+            // Limits a width remembered from a larger window.
             SplitView.maximumWidth: Math.max(300, Math.min(560, columns.width - root.minWidth - Theme.space(2)))
             clip: true
             visible: root.inspectorShown && !root.previewAlone

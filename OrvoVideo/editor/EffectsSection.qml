@@ -6,21 +6,21 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// Suggestions, cuts, pointer and zoom, camera, texts and images, picture and voice, and how to export.
+/// Suggestions, cuts, pointer and zoom, camera, texts and images, video and voice, and export.
 Flickable {
     id: root
 
     required property AppModel app
 
-    /// A zoom point is to be added at the playhead.
+    /// Requests a zoom point at the playhead.
     signal zoomWanted()
-    /// The part of the picture that this zoom point magnifies is to be chosen.
+    /// Requests framing of this zoom point.
     signal zoomFramed(id: string)
 
     function editOverlayText() {
         overlayText.forceActiveFocus(Qt.ShortcutFocusReason)
     }
-    /// Brings the card of a zoom point or an overlay into sight and marks it. `kind` is "zoom" or "overlay".
+    /// Scrolls to the card of a zoom point or an overlay and marks it. `kind` is "zoom" or "overlay".
     function showCard(kind: string, id: string) {
         zooms.currentIndex = overlays.currentIndex = -1
         const list = kind === "zoom" ? zooms : overlays
@@ -34,7 +34,7 @@ Flickable {
         Window.window?.update()
     }
 
-    /// The list that is to be seen; the page may have to be laid out first.
+    /// The list to scroll to, once the page is laid out.
     property OList wanted: null
     property int frames: 0
 

@@ -5,7 +5,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// The words, the effects and the sharing of the open project.
+/// The transcript, effects and sharing sections of the open project.
 Item {
     id: root
 
@@ -16,7 +16,7 @@ Item {
 
     signal settingsWanted()
     signal zoomWanted()
-    /// The part of the picture that this zoom point magnifies is to be chosen.
+    /// Requests framing of this zoom point.
     signal zoomFramed(id: string)
 
     /// Shows the controls of a zoom point or an overlay; `kind` is "zoom" or "overlay".
@@ -24,13 +24,13 @@ Item {
         section = "effects"
         effects.item.showCard(kind, id)
     }
-    /// Shows the field for a text on the screen and gives it the keyboard.
+    /// Shows and focuses the field that adds an overlay text.
     function editOverlayText() {
         section = "effects"
         effects.item.editOverlayText()
     }
 
-    /// Shows the search in the words and gives it the keyboard.
+    /// Shows and focuses the transcript search.
     function search() {
         section = "text"
         words.item.search()
@@ -57,7 +57,7 @@ Item {
             }
         }
 
-        // A section is made when it is first shown, and keeps what was typed and scrolled in it.
+        // A section is created when first shown, then kept with its typed text and scroll position.
         component Section: Loader {
             required property string name
             property bool wasShown: false

@@ -5,7 +5,7 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Orvo.Ui
 
-/// Every key of the editor and what it does.
+/// The sheet of all keys of the editor.
 Popup {
     id: root
 
@@ -47,12 +47,12 @@ Popup {
         Flickable {
             id: page
 
-            /// The longest entry has some fifty characters behind its key.
+            /// Fits a key and the longest text, some fifty characters.
             readonly property real columnWidth: 120 + Theme.space(3) + 50 * metrics.averageCharacterWidth
             readonly property real room: (Overlay.overlay?.width ?? 0) - Theme.space(8) - 2 * root.padding - Theme.space(4)
             readonly property bool fitsTwo: 2 * columnWidth + Theme.space(10) <= room
 
-            /// A page less one line, up or down.
+            /// Scrolls by a page less one line; `direction` is 1 or -1.
             function scroll(direction) {
                 contentY = Math.max(0, Math.min(contentHeight - height, contentY + direction * (height - 30)))
             }

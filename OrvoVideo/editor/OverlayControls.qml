@@ -5,12 +5,12 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// One text or image on the screen.
+/// The card of one overlay: a text or an image.
 OPanel {
     id: root
 
     required property AppModel app
-    /// The overlay; its places are fractions of the frame.
+    /// The overlay; positions are fractions of the frame.
     required property var model
     readonly property bool isText: model.kind === "text"
 

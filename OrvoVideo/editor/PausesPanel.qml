@@ -5,7 +5,7 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Orvo.Ui
 
-/// Shortens the long pauses, and says before what that gains.
+/// Shortens long pauses; first shows how much time that saves.
 Popup {
     id: root
 

@@ -2,27 +2,27 @@ import QtQuick
 import Orvo.Model
 import Orvo.Ui
 
-/// A text or an image on the preview while it is shown. It can be dragged to another place, an image also to another width. A
-/// text is edited where it stands: with a double click, or with Return when it has the keyboard.
+/// An overlay on the preview, visible during its time span. The user can drag it and resize images. A double click, or Return
+/// when focused, edits a text in place.
 Item {
     id: root
 
     required property AppModel app
     required property PreviewScene scene
 
-    /// The overlay; its places are fractions of the frame.
+    /// The overlay; positions are fractions of the frame.
     required property var model
 
     readonly property bool isText: model.kind === "text"
-    /// What a drag under way adds, in fractions of the frame.
+    /// Offset and extra width of the current drag, in fractions of the frame.
     property point moved: Qt.point(0, 0)
     property real widened: 0
 
-    /// Where it holds on to while it is dragged, as fractions of the frame; below 0 nowhere.
+    /// The guides to which a drag snaps, in fractions of the frame; below 0 if it does not snap.
     property real guideX: -1
     property real guideY: -1
 
-    /// The place nearest to `place` at which a thing of this size lies at a margin or in the middle.
+    /// The position within `reach` of `place` that aligns this size with a margin or the middle, and its guide.
     function aligned(place: real, size: real, reach: real): var {
         let best = {"place": place, "guide": -1}
         let distance = reach
@@ -53,7 +53,7 @@ Item {
         field.item.forceActiveFocus(Qt.OtherFocusReason)
         field.item.selectAll()
     }
-    /// Ends editing. A text of blanks is given up, as with Escape.
+    /// Ends editing. Discards a blank text, like Escape.
     function endEditing(keep: bool) {
         if (!editing)
             return
@@ -67,13 +67,13 @@ Item {
     }
 
     function place(fraction: real, size: int): real {
-        // Texts lie on whole pixels.
+        // An export places texts on whole pixels.
         const exact = fraction * size
         return (isText ? Math.trunc(exact) : exact) * scene.pixel
     }
 
     visible: editing || scene.time >= model.start && (isText ? scene.time < model.end : scene.time <= model.end)
-    // Images lie over texts.
+    // Images cover texts, as in an export.
     z: isText ? 0 : 1
     x: place(model.x + moved.x, scene.frameSize.width)
     y: place(model.y + moved.y, scene.frameSize.height)
@@ -139,7 +139,7 @@ Item {
         active: root.editing
         sourceComponent: TextEdit {
             objectName: "overlayEditor"
-            // As wide as its text, and a caret's width more.
+            // Leaves room for the caret.
             width: Math.min(Math.max(implicitWidth, 8) + 2, root.scene.frameSize.width * root.scene.pixel)
             text: root.model.content
             textFormat: TextEdit.PlainText
@@ -151,7 +151,7 @@ Item {
             font.family: Qt.fontFamilies().includes("Helvetica") ? "Helvetica" : "sans-serif"
             font.bold: true
             font.hintingPreference: Font.PreferNoHinting
-            // As high, between the highest and the lowest point of the font, as in the film.
+            // `textSize` is the distance between the highest and the lowest point of the font.
             font.pixelSize: Math.max(Math.round(root.scene.textSize * root.scene.pixel * 100 / (metrics.ascent + metrics.descent)), 6)
             Accessible.role: Accessible.EditableText
             Accessible.name: "Texto en pantalla"

@@ -6,13 +6,13 @@ import Orvo.Model
 import Orvo.Preview
 import Orvo.Ui
 
-/// The picture with everything that an export puts on it, and the controls to play it.
+/// The preview, with everything that an export burns in, and the playback controls.
 ColumnLayout {
     id: root
 
     required property AppModel app
     required property EditorCommands commands
-    /// The zoom point whose part of the picture is being chosen; empty for none.
+    /// Identifier of the zoom point being framed; empty for none.
     property alias framedZoom: previewScene.framedZoom
 
     spacing: Theme.space(2)
@@ -120,7 +120,7 @@ ColumnLayout {
                 app: root.app
                 scene: previewScene
             }
-            // The fades of the film.
+            // Fades of the whole film.
             Rectangle {
                 objectName: "dip"
                 anchors.fill: parent
@@ -143,7 +143,7 @@ ColumnLayout {
                 return previewScene.loading && slow.done ? "Abriendo el vídeo…" : ""
             }
         }
-        // What opens at once says nothing.
+        // Shows no progress for media that open at once.
         Timer {
             id: slow
 

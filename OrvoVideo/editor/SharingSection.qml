@@ -6,12 +6,12 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// Where and for whom the video is published.
+/// Publishes the video: to which server and for whom.
 Flickable {
     id: root
 
     required property AppModel app
-    /// Whether a server can be asked at all.
+    /// Whether a server is configured.
     readonly property bool configured: app.server.serverURL.trim() !== ""
 
     signal settingsWanted()

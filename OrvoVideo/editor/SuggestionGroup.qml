@@ -6,7 +6,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// The proposals of one kind: how many there are, what they gain, and each to look at and to apply.
+/// The suggestions of one kind: their number, the time they save, and buttons to preview and apply each.
 ColumnLayout {
     id: root
 

@@ -3,12 +3,12 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// What the analysis proposes, by kind.
+/// The suggestions of the analysis, by kind.
 ColumnLayout {
     id: root
 
     required property AppModel app
-    /// Whether the analysis was asked for, so that finding nothing is said.
+    /// Whether the user ran the analysis; an empty result is then reported.
     property bool asked: false
     readonly property string projectId: app.project.projectId
 

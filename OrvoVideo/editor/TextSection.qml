@@ -6,7 +6,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// The transcript: read it, correct it, and cut the video with it.
+/// The transcript, to read, correct and cut the video.
 ColumnLayout {
     id: root
 

@@ -6,14 +6,14 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// The timeline with its buttons, the names of its rows and the numbers of the selection.
+/// The timeline with its buttons, row names and selection fields.
 ColumnLayout {
     id: root
 
     required property AppModel app
     readonly property alias canvas: canvas
 
-    /// A zoom point ("zoom") or an overlay ("overlay") was clicked.
+    /// The user clicked a zoom point (`kind` "zoom") or an overlay ("overlay").
     signal cardWanted(kind: string, id: string)
 
     function counted(count: int, thing: string): string {
@@ -23,9 +23,9 @@ ColumnLayout {
         return Number(seconds).toLocaleString(Qt.locale("es_ES"), "f", 1)
     }
 
-    /// With every row in sight.
+    /// The height at which every row is visible.
     readonly property real wholeHeight: canvas.contentHeight + 104
-    /// With some rows in sight; the others are scrolled to.
+    /// The height at which some rows are visible; the others scroll.
     readonly property real minHeight: 200
 
     spacing: Theme.space(2)
@@ -39,7 +39,7 @@ ColumnLayout {
         enabled: root.app.hasProject
     }
 
-    /// A button with a text that becomes a picture where there is no room.
+    /// A text button that shrinks to an icon where there is no room.
     component FoldingButton: HeaderButton {
         id: folding
 
@@ -61,7 +61,7 @@ ColumnLayout {
     RowLayout {
         id: header
 
-        // What does not fit is folded into pictures.
+        // Below this width, buttons shrink to icons.
         readonly property bool narrow: root.width < 560
 
         Layout.fillWidth: true
@@ -94,7 +94,7 @@ ColumnLayout {
             iconName: foldedIcon
             foldedIcon: "scissors"
             command: Commands.CutSelection
-            // Text typed into the fields counts, too.
+            // Uncommitted text in the fields counts too.
             enabled: root.app.hasProject && (root.app.selectedSpan.duration > 0.01 || start.typed || end.typed)
             onClicked: root.app.cutSelection()
         }
@@ -127,7 +127,7 @@ ColumnLayout {
         }
     }
 
-    // The whole, with the part that is shown: a drag moves it, a click brings it there.
+    // The whole recording with the visible part: a drag moves it, a click centres it.
     TimelineOverview {
         id: overview
 
@@ -284,7 +284,7 @@ ColumnLayout {
                 }
                 FocusRing {
                     shown: canvas.visualFocus
-                    anchors.margins: 0 // Beyond the edges it could not be seen.
+                    anchors.margins: 0 // Outside the edges it would be clipped.
                 }
             }
             Rectangle {

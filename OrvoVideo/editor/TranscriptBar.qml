@@ -3,7 +3,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import Orvo.Ui
 
-/// What can be done with the marked words or the one at the caret.
+/// Buttons that act on the marked words or on the word at the caret.
 FocusScope {
     id: root
 

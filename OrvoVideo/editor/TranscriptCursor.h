@@ -77,7 +77,7 @@ public:
     Q_INVOKABLE void unmark();
     /// Places the caret before a row and clears the mark. Clamps the row to 0..word count.
     Q_INVOKABLE void place(int row);
-    /// Marks everything from `anchor` to `head` and puts the caret at the outer end of `head`. Keeps `anchor` for `extendTo`.
+    /// Marks the words from `anchor` to `head` and puts the caret at the outer end of `head`. Keeps `anchor` for `extendTo`.
     /// An empty range clears the mark.
     void markBetween(Transcript::WordRange anchor, Transcript::WordRange head);
     /// Like `markBetween`, with the current anchor.

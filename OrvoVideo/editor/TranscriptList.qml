@@ -6,7 +6,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// The transcript as a list, one word a row.
+/// The transcript as a list, one word per row.
 ColumnLayout {
     id: root
 
@@ -19,7 +19,7 @@ ColumnLayout {
         target: root.cursor
 
         function onSpokenRowChanged() {
-            // A user who reads elsewhere, or types, stays there.
+            // Does not scroll away while the user scrolls or types.
             if (root.app.playing && !words.moving && !words.editing && root.cursor.spokenRow >= 0)
                 words.positionViewAtIndex(root.cursor.spokenRow, ListView.Contain)
         }

@@ -5,7 +5,7 @@ import QtQuick.Controls.Basic
 import Orvo.Model
 import Orvo.Ui
 
-/// The transcript as a text: the page, the bar at what is marked, and the field in which a word is corrected.
+/// The transcript as a text: the page, the bar at the marked words, and the field that corrects a word.
 FocusScope {
     id: root
 
@@ -13,9 +13,9 @@ FocusScope {
     required property TranscriptCursor cursor
     property alias cutHidden: page.cutHidden
 
-    /// The row that is being corrected; -1 when none is.
+    /// The row being corrected; -1 if there is none.
     property int editedRow: -1
-    /// Whether the text was scrolled by hand and is left there while playing.
+    /// Whether the user scrolled away, so that playback does not scroll.
     property bool away: false
     property real followedTop: -1
     property int revealedMatch: -1
@@ -30,12 +30,12 @@ FocusScope {
     function limited(y: real): real {
         return Math.min(Math.max(y, 0), Math.max(0, flick.contentHeight - flick.height))
     }
-    /// Scrolls as little as needed to show a line.
+    /// Scrolls the minimum distance to show a line.
     function reveal(top: real) {
         glide.stop()
         flick.contentY = limited(Math.max(Math.min(flick.contentY, top - 8), top + 32 - flick.height))
     }
-    /// Keeps the spoken word at a third of the height, line by line.
+    /// Scrolls line by line to keep the spoken word at a third of the height.
     function follow() {
         if (!app.playing || away || editedRow >= 0 || cursor.markedCount > 0 || cursor.spokenRow < 0)
             return
@@ -86,7 +86,7 @@ FocusScope {
             root.follow()
         }
         function onMatchChanged() {
-            // An edit finds the same match again, and must not scroll to it.
+            // Does not scroll when an edit finds the same match again.
             if (root.cursor.matchRow >= 0 && root.cursor.matchRow !== root.revealedMatch)
                 root.reveal(page.topOf(root.cursor.matchRow))
             root.revealedMatch = root.cursor.matchRow

@@ -4,14 +4,14 @@ import QtQuick
 import QtQuick.Layouts
 import Orvo.Ui
 
-/// Finds and replaces text in the transcript, and holds the menu of what is done with all of it.
+/// Finds and replaces text in the transcript; holds the button of the menu that acts on the whole transcript.
 ColumnLayout {
     id: root
 
     required property TranscriptCursor cursor
     property bool replacing: false
 
-    /// Escape was pressed: the keyboard goes back to the text.
+    /// The user pressed Escape; the focus returns to the text.
     signal returned()
     signal menuWanted(from: Item)
 

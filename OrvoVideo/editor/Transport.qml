@@ -4,7 +4,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// Play and pause, where the playhead is, and the time.
+/// Playback buttons, position slider and time.
 RowLayout {
     id: root
 

@@ -4,7 +4,7 @@ import QtQuick
 import Orvo.Model
 import Orvo.Ui
 
-/// One fragment of the transcript, with the pause before it.
+/// One word of the transcript, with the pause before it.
 Item {
     id: root
 
@@ -19,14 +19,14 @@ Item {
     required property bool cut
     required property bool filler
     required property real gap
-    /// Whether the silence before it is long enough to be heard as a pause.
+    /// Whether the silence before the word is long enough to count as a pause.
     readonly property bool pauses: gap >= 0.3
 
     readonly property bool spoken: index === cursor.spokenRow && app.playhead < end
     readonly property bool chosen: index >= cursor.firstMarked && index <= cursor.lastMarked && cursor.markedCount > 0
     readonly property alias editing: field.activeFocus
 
-    /// Who marks several does not edit one of them.
+    /// Marking several words ends editing.
     readonly property bool several: cursor.markedCount > 1
     onSeveralChanged: {
         if (several)

@@ -5,15 +5,15 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// One zoom point.
+/// The card of one zoom point.
 OPanel {
     id: root
 
     required property AppModel app
-    /// The zoom point; its centre is fractions of the frame.
+    /// The zoom point; its centre is in fractions of the frame.
     required property var model
 
-    /// The part of the picture is to be chosen there.
+    /// Requests framing of this zoom point.
     signal frameWanted()
 
     padding: Theme.space(3)

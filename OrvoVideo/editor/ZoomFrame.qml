@@ -2,26 +2,26 @@ import QtQuick
 import Orvo.Model
 import Orvo.Ui
 
-/// The part of the picture that a zoom magnifies, over the whole picture: it is dragged, and scaled at its corner.
+/// Frames a zoom point: a rectangle over the whole frame, dragged to move and scaled at its corner.
 Item {
     id: root
 
     required property AppModel app
     required property PreviewScene scene
 
-    /// What a drag under way adds to the left and top edges and to the width, in fractions of the frame.
+    /// Offset and extra width of the current drag, in fractions of the frame.
     property point moved: Qt.point(0, 0)
     property real widened: 0
 
     readonly property rect part: scene.zoomPart
     readonly property real partWidth: part.width + widened
-    /// The smallest part: a zoom magnifies four times at most.
+    /// Minimum size of the part: the maximum magnification is four.
     readonly property real minPart: 1 / 4
 
-    function limited(value: real, least: real, most: real): real {
-        return Math.min(Math.max(value, least), most)
+    function limited(value: real, min: real, max: real): real {
+        return Math.min(Math.max(value, min), max)
     }
-    /// Magnifies this part of the frame: its left and top edges and its width are fractions.
+    /// Sets the magnified part: left and top edges and width, in fractions of the frame.
     function frame(left: real, top: real, width: real) {
         app.editing.setEventValues(scene.framedZoom, {
             "x": left + width / 2,
@@ -35,7 +35,7 @@ Item {
             "y": limited(part.y + dy, 0, 1 - part.width) + part.width / 2
         })
     }
-    /// Magnifies more or less round the middle of the part.
+    /// Scales the part around its centre.
     function rescale(factor: real) {
         const width = limited(part.width * factor, minPart, 1)
         frame(limited(part.x + (part.width - width) / 2, 0, 1 - width), limited(part.y + (part.width - width) / 2, 0, 1 - width), width)
