@@ -78,7 +78,7 @@ void Appearance::noteDesktopSetting(const QString& group, const QString& key, co
 {
     if (group != QLatin1String(motionGroup) || key != QLatin1String(motionKey))
         return;
-    // The older method to read a setting wraps its value twice, the signal once.
+    // The older method wraps the value in two variants, the signal in one.
     QVariant plain = value.variant();
     while (plain.canConvert<QDBusVariant>())
         plain = plain.value<QDBusVariant>().variant();

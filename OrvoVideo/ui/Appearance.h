@@ -7,7 +7,7 @@
 
 namespace orvo {
 
-/// Dark or light windows, and animations: what the desktop requests, and the user's stored choice. Main thread only.
+/// Dark or light windows and reduced motion, from the desktop's settings and the user's stored choice. Main thread only.
 class Appearance : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -20,13 +20,13 @@ public:
     explicit Appearance(QObject* parent = nullptr);
 
     QString choice() const { return m_choice; }
-    /// Stored for later runs. An unknown value counts as "system".
+    /// Stores the choice for later runs. Treats an unknown value as "system".
     void setChoice(const QString& choice);
 
     /// Dark unless the user or the desktop chooses light.
     bool dark() const;
 
-    /// Whether the desktop requests no animations. False until it has answered.
+    /// Whether the desktop requests no animations. False until it answers.
     bool reducedMotion() const { return m_reducedMotion; }
 
 signals:

@@ -1,7 +1,7 @@
 import QtQuick.Controls.Basic
 
-/// An entry of a menu that carries out a command: text and keys come from the table. Keys of the editor are shown only; the
-/// editor hears them, so that they are not taken from texts that are being edited.
+/// A menu entry for a command; text and keys come from the table. Editor keys are only shown: the editor handles them, so that
+/// they do not take keys from text fields.
 Action {
     required property int command
 

@@ -14,14 +14,14 @@ namespace {
 
 using Scope = Commands::Scope;
 
-/// Keys stand in Qt's portable names, separated by blanks.
+/// Keys are in Qt's portable form, separated by blanks.
 struct Command {
     Commands::Id id;
     Scope scope;
     const char* keys;
     const char* menuText = "";
     const char* title = "";
-    /// Keys that no sheet shows.
+    /// Keys that the sheet does not show.
     const char* otherKeys = "";
 };
 
@@ -67,7 +67,7 @@ constexpr Command table[]{
     {Commands::PreviousEdge, Scope::Editor, "Up"},
     {Commands::NextEdge, Scope::Editor, "Down"},
     {Commands::WriteText, Scope::Editor, "T"},
-    // The plus of some keyboards needs Shift.
+    // Some keyboards need Shift for the plus.
     {Commands::ZoomIn, Scope::Editor, "+", "", "Ampliar", "Shift++"},
     {Commands::ZoomOut, Scope::Editor, "-", "", "Reducir", "Shift+-"},
     {Commands::ShowAll, Scope::Editor, "0", "", "Ver todo"},
@@ -105,7 +105,7 @@ constexpr const char* text = "Texto";
 constexpr const char* view = "Línea de tiempo";
 constexpr const char* library = "Biblioteca";
 
-/// A line of the sheet: the keys of some commands, or a gesture, and what they do.
+/// A line of the sheet: the keys of up to two commands, or a gesture, and their effect.
 struct Line {
     const char* group;
     std::array<Commands::Id, 2> commands;
@@ -152,7 +152,7 @@ constexpr Line lines[]{
     {library, {Commands::MarkAllProjects}, "Marcar todos; con Mayús ↑ ↓, unos cuantos"},
 };
 
-/// Whether one of the names in `keys`, separated by blanks, is also in `others`.
+/// Whether two lists of names, separated by blanks, have a name in common.
 consteval bool share(std::string_view keys, std::string_view others)
 {
     const auto isWhole = [&](std::size_t at, std::size_t length) {
@@ -169,7 +169,7 @@ consteval bool share(std::string_view keys, std::string_view others)
     return false;
 }
 
-/// Whether a key can mean commands of both: what has the keyboard uses its own.
+/// Whether one key can have a command in each scope: the focused item handles its own keys first.
 constexpr bool areApart(Scope one, Scope other)
 {
     return one != other && (one >= Scope::Text || other >= Scope::Text);
@@ -243,7 +243,7 @@ bool isArrow(Qt::Key key)
     return key >= Qt::Key_Left && key <= Qt::Key_Down;
 }
 
-/// The modifiers as keyboards name them, each with `separator` behind it.
+/// The modifiers as Spanish keyboards name them, each followed by `separator`.
 QString modifierNames(Qt::KeyboardModifiers modifiers, QLatin1Char separator)
 {
     QString names;
@@ -256,7 +256,7 @@ QString modifierNames(Qt::KeyboardModifiers modifiers, QLatin1Char separator)
     return names;
 }
 
-/// Keys as the sheet shows them: modifiers that follow one another in all of them stand once.
+/// Keys as the sheet shows them. Omits the modifiers of a key that equal those of the key before.
 QString sheetText(const std::vector<QKeyCombination>& keys)
 {
     QStringList shown;
@@ -270,7 +270,7 @@ QString sheetText(const std::vector<QKeyCombination>& keys)
     return shown.join(arrows ? QStringLiteral(" ") : QStringLiteral(" · "));
 }
 
-/// A key with what it stands for.
+/// A key and its command.
 struct Key {
     QKeyCombination combination;
     const Command* command;

@@ -9,16 +9,16 @@
 
 namespace orvo {
 
-/// The commands of the windows: their keys, their texts in menus and on buttons, and the sheet of keys. Menus, keyboard,
+/// The commands of the windows: their keys, their texts in menus and on buttons, and the key sheet. Menus, key handlers,
 /// sheet and tooltips read this one table.
 ///
-/// To add a command, add an `Id`, a row of the table in Commands.cpp, and what carries it out: a `CommandAction` of the
-/// main menu, or a case of `EditorCommands::perform()`. Buttons name it in `command`.
+/// To add a command, add an `Id`, a row of the table in Commands.cpp, and an implementation: a `CommandAction` of the main
+/// menu, or a case of `EditorCommands::perform()`. Buttons refer to it by `command`.
 class Commands : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_SINGLETON
-    /// What every key does: maps of `keys` and `text`, grouped by `group`.
+    /// The lines of the key sheet: maps of `keys`, `text` and `group`, in display order.
     Q_PROPERTY(QVariantList sheet READ sheet CONSTANT)
 public:
     enum Id {
@@ -96,10 +96,10 @@ public:
     };
     Q_ENUM(Id)
 
-    /// Where the keys of a command hold.
+    /// Where the keys of a command work.
     enum class Scope {
-        Window, ///< In the whole window, as shortcuts of its menus.
-        Editor, ///< Wherever the keyboard is in the editor, unless what has the keyboard uses them itself.
+        Window, ///< In the whole window, as menu shortcuts.
+        Editor, ///< Wherever the focus is in the editor, unless the focused item handles them.
         Text, ///< In the transcript.
         Library, ///< In the list of projects.
     };
@@ -107,22 +107,22 @@ public:
 
     using QObject::QObject;
 
-    /// The text in a menu, with "&" before its mnemonic. Empty for a command of no menu.
+    /// The text in a menu, with "&" before its mnemonic. Empty for a command without a menu entry.
     Q_INVOKABLE static QString menuText(orvo::Commands::Id command);
 
-    /// What buttons call the command. Empty where no button does it.
+    /// The text on buttons. Empty for a command without a button.
     Q_INVOKABLE static QString title(orvo::Commands::Id command);
 
-    /// Its first key as menus and tooltips show it: "Ctrl+Mayús+Z". Empty for a command without a key.
+    /// The first key as menus and tooltips show it: "Ctrl+Mayús+Z". Empty for a command without a key.
     Q_INVOKABLE static QString keyText(orvo::Commands::Id command);
 
-    /// Its key for a shortcut of the window, in Qt's portable form. Empty for a command of another scope.
+    /// The key of a window shortcut, in Qt's portable form. Empty for a command of another scope.
     Q_INVOKABLE static QString shortcut(orvo::Commands::Id command);
 
-    /// The command of a key in `scope`; those of the window hold in the editor, too. The keypad's keys count as the others.
+    /// The command of a key in `scope`; window commands also work in the editor. Treats keypad keys like the others.
     static std::optional<Id> find(Scope scope, QKeyCombination pressed);
 
-    /// As `find`, for a key event of QML; `None` for any other key.
+    /// Like `find`, for the values of a QML key event; `None` for a key without a command.
     Q_INVOKABLE static orvo::Commands::Id pressed(orvo::Commands::Scope scope, int key, int modifiers);
 
     static QVariantList sheet();

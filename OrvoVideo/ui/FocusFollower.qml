@@ -1,6 +1,6 @@
 import QtQuick
 
-/// Scrolls the focused item into view, in every list and page around it. One per window. An item pressed with the pointer
+/// Scrolls the focused item into view, in every list and page around it. Use one per window. An item pressed with the pointer
 /// is visible already and must not move under it.
 QtObject {
     id: root
@@ -33,7 +33,7 @@ QtObject {
                 reveal(around)
         }
     }
-    /// Scrolls the minimum distance. Of an item higher than the page, shows the start.
+    /// Scrolls the minimum distance. If the item is higher than the page, shows its start.
     function reveal(page: Flickable) {
         const margin = Math.min(Theme.space(6), Math.max(0, (page.height - focusItem.height) / 2))
         const top = focusItem.mapToItem(page.contentItem, 0, 0).y

@@ -56,7 +56,7 @@ QImage Icon::image(const QString& name, const QColor& color, int pixels)
     QPainter painter(&drawn);
     painter.setOpacity(color.alphaF());
     renderer.render(&painter);
-    painter.end(); // Before the image is returned.
+    painter.end(); // Must end before the image is returned.
     return drawn;
 }
 
@@ -82,29 +82,29 @@ void Icon::redraw()
 
 QSGNode* Icon::updatePaintNode(QSGNode* node, UpdatePaintNodeData*)
 {
-    auto* frame = static_cast<QSGImageNode*>(node);
+    auto* imageNode = static_cast<QSGImageNode*>(node);
     const double side = std::min(width(), height());
     if (m_name.isEmpty() || side <= 0) {
-        delete frame;
+        delete imageNode;
         m_stale = true;
         return nullptr;
     }
-    if (!frame || m_stale) {
+    if (!imageNode || m_stale) {
         const int pixels = static_cast<int>(std::ceil(side * window()->effectiveDevicePixelRatio()));
         const QImage drawn = image(m_name, m_color, pixels);
         if (drawn.isNull()) {
-            delete frame;
+            delete imageNode;
             return nullptr;
         }
-        if (!frame)
-            frame = window()->createImageNode();
-        frame->setOwnsTexture(true);
-        frame->setTexture(window()->createTextureFromImage(drawn, QQuickWindow::TextureCanUseAtlas));
-        frame->setFiltering(QSGTexture::Linear);
+        if (!imageNode)
+            imageNode = window()->createImageNode();
+        imageNode->setOwnsTexture(true);
+        imageNode->setTexture(window()->createTextureFromImage(drawn, QQuickWindow::TextureCanUseAtlas));
+        imageNode->setFiltering(QSGTexture::Linear);
         m_stale = false;
     }
-    frame->setRect((width() - side) / 2, (height() - side) / 2, side, side);
-    return frame;
+    imageNode->setRect((width() - side) / 2, (height() - side) / 2, side, side);
+    return imageNode;
 }
 
 } // namespace orvo

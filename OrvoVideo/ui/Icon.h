@@ -7,8 +7,8 @@
 
 namespace orvo {
 
-/// An outline icon of ui/icons in one colour; square, sharp at any density. Shows nothing for an unknown name, and logs
-/// it.
+/// An outline icon of ui/icons in one colour; square, sharp at any pixel density. For an unknown name, logs a warning and
+/// stays empty.
 class Icon : public QQuickItem {
     Q_OBJECT
     QML_NAMED_ELEMENT(IconImage)
@@ -22,7 +22,7 @@ public:
     QColor color() const { return m_color; }
     void setColor(const QColor& color);
 
-    /// The icon as a square image of `pixels`; null for an unknown name.
+    /// The icon as a square image, `pixels` wide and high; null for an unknown name.
     static QImage image(const QString& name, const QColor& color, int pixels);
 
 signals:

@@ -1,8 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// A button with an icon and a text, both optional. `prominent` marks the main action, `destructive` one that removes
-/// something.
+/// A button with an icon and a text, both optional. `prominent` marks the main action, `destructive` a removal.
 Button {
     id: control
 

@@ -26,7 +26,7 @@ ComboBox {
         text: control.displayText
         color: Theme.text
         font: control.font
-        fontSizeMode: Text.HorizontalFit // Some systems have wide fonts alone.
+        fontSizeMode: Text.HorizontalFit // Some systems only have wide fonts.
         minimumPixelSize: 9
         elide: Text.ElideRight
         verticalAlignment: Text.AlignVCenter

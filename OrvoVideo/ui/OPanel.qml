@@ -5,7 +5,7 @@ import QtQuick.Controls.Basic
 Pane {
     id: control
 
-    /// Whether it is the one that is being looked at.
+    /// Whether to highlight it as the current panel.
     property bool marked: false
 
     padding: Theme.space(4)

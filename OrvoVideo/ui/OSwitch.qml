@@ -15,7 +15,7 @@ Switch {
 
     Accessible.role: Accessible.CheckBox
     Accessible.name: text
-    // By itself it would change without being toggled.
+    // The default action changes `checked` without emitting `toggled`.
     Accessible.onToggleAction: click()
     Keys.onReturnPressed: click()
     Keys.onEnterPressed: click()

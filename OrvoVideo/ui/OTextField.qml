@@ -1,7 +1,7 @@
 import QtQuick
 import QtQuick.Controls.Basic
 
-/// A line of text. `plain` looks like a label until hovered or edited. Escape gives up the focus.
+/// A line of text. `plain` looks like a label until hovered or edited. Escape leaves the field.
 TextField {
     id: control
 
@@ -26,7 +26,7 @@ TextField {
     font.pixelSize: Theme.bodySize
     Accessible.role: Accessible.EditableText
     Accessible.name: name
-    /// Escape was pressed; emitted before the field loses focus.
+    /// The user pressed Escape; emitted before the field loses focus.
     signal givenUp
 
     Keys.onEscapePressed: event => {

@@ -9,15 +9,15 @@
 
 namespace orvo {
 
-/// Keeps its own properties between runs, in the settings of the person:
+/// Stores its own properties between runs, in the user's settings:
 ///
 ///     Remembered {
 ///         category: "editor"
 ///         property bool transcriptAsList: false
 ///     }
 ///
-/// is stored under "editor.transcriptAsList". A property keeps its initial value when none is stored that fits its type; a
-/// `var` holds bytes. Main thread only.
+/// is stored under "editor.transcriptAsList". A property keeps its initial value if no stored value fits its type; a `var`
+/// holds bytes. Main thread only.
 class Remembered : public QObject, public QQmlParserStatus {
     Q_OBJECT
     Q_INTERFACES(QQmlParserStatus)
@@ -36,7 +36,7 @@ private:
     std::string keyOf(const QMetaProperty& property) const;
 
     QString m_category;
-    QMap<int, std::string> m_stored; ///< The text of each property, by its index.
+    QMap<int, std::string> m_stored; ///< The stored text of each property, by its index.
 };
 
 } // namespace orvo

@@ -22,11 +22,11 @@ QtObject {
     readonly property color cut: raised
     readonly property color cutEdge: "#FF9F43"
     readonly property color danger: dark ? "#FF4D4D" : "#D92D2D"
-    /// Text about something that waits for the user.
+    /// Text about a state that needs the user.
     readonly property color stateInk: dark ? "#FF9F43" : "#A85A00"
-    /// The edge of a control that is recognised by its edge alone.
+    /// The edge of a control without any other visible shape.
     readonly property color edge: dark ? "#746C86" : "#8C8599"
-    /// An icon that says that something is as it should be.
+    /// An icon that reports success.
     readonly property color goodInk: dark ? "#2EC4B6" : "#12857A"
     readonly property color shade: Qt.alpha("#000000", dark ? 0.55 : 0.35)
 

@@ -16,8 +16,7 @@ namespace orvo {
 
 namespace {
 
-/// Texts of the interface that name another system's things, and how they are shown here. One that ends in ": " is the
-/// beginning of a longer text.
+/// Fixed texts that name parts of another system, and their wording on this one. An entry that ends in ": " is a prefix.
 constexpr struct {
     const char* fixed;
     const char* shown;
@@ -34,7 +33,7 @@ constexpr struct {
     {"Permisos del Mac", "Permisos del equipo"},
 };
 
-/// The type of a local file; an invalid one for any other address.
+/// The type of a local file; invalid for any other URL.
 QMimeType typeOf(const QUrl& file)
 {
     return file.isLocalFile() ? QMimeDatabase().mimeTypeForFile(file.toLocalFile()) : QMimeType();
@@ -73,7 +72,7 @@ QString Wording::exactTime(double seconds) const
 
 QString Wording::about(double seconds) const
 {
-    constexpr double step = 5; // Seconds: nobody can know it more exactly.
+    constexpr double step = 5; // Seconds; estimates are no more precise.
     if (seconds < 2 * step)
         return QStringLiteral("pocos segundos");
     if (seconds < 90)
@@ -104,7 +103,7 @@ QString Wording::keys(QString text)
 
 QString Wording::cause(const QString& message) const
 {
-    constexpr qsizetype maxLength = 400; // Characters that fit a glance.
+    constexpr qsizetype maxLength = 400; // Characters.
     constexpr qsizetype maxLines = 6;
     if (message.size() <= maxLength && message.count(QLatin1Char('\n')) < maxLines)
         return message;
