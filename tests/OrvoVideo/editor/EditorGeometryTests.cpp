@@ -25,7 +25,7 @@ PointerEvent zoom(double time, double duration, double scale, double x = 0.5, do
     return event;
 }
 
-TEST(TimelineScale, StaysWithinTheRecordingWhateverIsAsked)
+TEST(TimelineScale, StaysWithinTheRecordingForAnyRequest)
 {
     std::mt19937_64 random(7);
     std::uniform_real_distribution<double> real(-3000, 3000);
@@ -64,7 +64,7 @@ TEST(TimelineScale, StaysWithinTheRecordingWhateverIsAsked)
     EXPECT_TRUE(scale.fits()) << "what fits goes on fitting";
 }
 
-TEST(TimelineScale, RevealsWithTheSmallestMoveAndTurnsPages)
+TEST(TimelineScale, RevealsWithTheSmallestScrollAndTurnsPages)
 {
     TimelineScale scale(100, 100);
     scale.zoomBy(10, 0); // 10 s are shown
@@ -78,7 +78,7 @@ TEST(TimelineScale, RevealsWithTheSmallestMoveAndTurnsPages)
     EXPECT_DOUBLE_EQ(scale.offset(), 15);
 }
 
-TEST(Snapping, HoldsOnTheNearestEdge)
+TEST(Snapping, SnapsToTheNearestEdge)
 {
     auto project = emptyProject(100);
     project.edit.cuts = {{10, 12}, {40, 44}};
@@ -114,7 +114,7 @@ TEST(Snapping, HoldsOnTheNearestEdge)
     EXPECT_EQ(nearest(61.3, 0.5), std::nullopt);
 }
 
-TEST(TimelineTargets, FindsWhatThePointerIsOver)
+TEST(TimelineTargets, FindsTheItemUnderThePointer)
 {
     using Kind = TimelineTarget::Kind;
     using Part = TimelineTarget::Part;
@@ -166,7 +166,7 @@ TEST(TimelineTargets, FindsWhatThePointerIsOver)
     }
 }
 
-TEST(TimelineRows, FoldsEmptyLanesAndPutsTheComputersAudioLast)
+TEST(TimelineRows, CollapsesEmptyLanesAndPutsTheComputersAudioLast)
 {
     auto project = emptyProject(100);
     project.tracks = {track(TrackKind::screen, "a", 0, 100), track(TrackKind::system, "b", 0, 100),
@@ -185,7 +185,7 @@ TEST(TimelineRows, FoldsEmptyLanesAndPutsTheComputersAudioLast)
     EXPECT_GE(cut.tracksTop(), cut.cutsTop() + TimelineRows::lane);
 }
 
-TEST(TimelineTargets, DragsStayInTheRecordingAndKeepALength)
+TEST(TimelineTargets, KeepsDragsInTheRecordingWithAMinimumDuration)
 {
     using Part = TimelineTarget::Part;
     TimelineTarget target{.kind = TimelineTarget::Kind::zoom, .part = Part::start, .index = 0, .span = {4, 6}};
@@ -200,7 +200,7 @@ TEST(TimelineTargets, DragsStayInTheRecordingAndKeepALength)
     EXPECT_EQ(TimelineTargets::dragged(target, -9, 10), (TimeSpan{0, 2}));
 }
 
-TEST(PreviewZoom, EasesInAndOutRoundTheLatestPoint)
+TEST(PreviewZoom, RampsInAndOutAroundTheLatestPoint)
 {
     using namespace PreviewGeometry;
     const std::vector<PointerEvent> events{
@@ -215,7 +215,7 @@ TEST(PreviewZoom, EasesInAndOutRoundTheLatestPoint)
         << "the later start wins, then the first in the list";
 }
 
-TEST(PreviewGeometry, PlacesFollowTheExport)
+TEST(PreviewGeometry, PlacesCameraAndTextAsTheExportDoes)
 {
     using namespace PreviewGeometry;
     EXPECT_EQ(fitted({1000, 1000}, {1920, 1080}), (Rect{0, 218.75, 1000, 562.5}));
@@ -232,7 +232,7 @@ TEST(PreviewGeometry, PlacesFollowTheExport)
         EXPECT_EQ(textSize(height), size);
 }
 
-TEST(PointerTrail, HoldsEachPlaceUntilTheNext)
+TEST(PointerTrail, KeepsEachPositionUntilTheNext)
 {
     using namespace PreviewGeometry;
     auto project = emptyProject(10);
@@ -284,7 +284,7 @@ TEST(WaveformPeaks, ShowsEveryPeakAtEveryScale)
     EXPECT_EQ(WaveformPeaks().between(0, 1), WaveformPeaks::Peak{});
 }
 
-TEST(WaveformPeaks, AreTheSameAfterKeepingAndInPieces)
+TEST(WaveformPeaks, SurvivesEncodingAndReadingInPieces)
 {
     std::mt19937 random(3);
     std::vector<std::int16_t> samples(100'001);
@@ -309,7 +309,7 @@ TEST(WaveformPeaks, AreTheSameAfterKeepingAndInPieces)
     EXPECT_FALSE(WaveformPeaks::decoded(""));
 }
 
-TEST(ProseFlow, PutsEveryBoxIntoALineAndFindsItThere)
+TEST(ProseFlow, PutsEveryBoxInALineAndFindsItThere)
 {
     std::mt19937_64 random(11);
     for (int round = 0; round < 100; ++round) {

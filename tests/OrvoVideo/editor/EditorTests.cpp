@@ -49,7 +49,7 @@ TEST_F(TimelineTests, SelectsByDraggingAndCutsWithAKey)
     EXPECT_EQ(project().edit.cuts.size(), 1);
 }
 
-TEST_F(TimelineTests, AnEdgeOfACutIsAppliedWhenItIsLetGo)
+TEST_F(TimelineTests, AppliesADraggedCutEdgeOnRelease)
 {
     auto demo = silent();
     demo.edit.cuts = {{1, 3}, {7, 8}};
@@ -77,7 +77,7 @@ TEST_F(TimelineTests, AnEdgeOfACutIsAppliedWhenItIsLetGo)
     EXPECT_EQ(project().edit.cuts.items(), demo.edit.cuts.items()) << "Escape gives the drag up";
 }
 
-TEST_F(TimelineTests, ADoubleClickRestoresACut)
+TEST_F(TimelineTests, RestoresACutOnDoubleClick)
 {
     auto demo = silent();
     demo.edit.cuts = {{1, 3}, {7, 8}};
@@ -86,7 +86,7 @@ TEST_F(TimelineTests, ADoubleClickRestoresACut)
     EXPECT_THAT(project().edit.cuts.items(), ElementsAre(isSpan(7, 8)));
 }
 
-TEST_F(TimelineTests, ZoomPointsAreMovedAndStretched)
+TEST_F(TimelineTests, MovesAndStretchesZoomPoints)
 {
     auto demo = silent();
     demo.edit.events = {pointer(PointerKind::move, 0.1), pointer(PointerKind::zoom, 2)}; // 2..4.5
@@ -101,7 +101,7 @@ TEST_F(TimelineTests, ZoomPointsAreMovedAndStretched)
     EXPECT_THAT(project().edit.events.items(), testing::SizeIs(1)) << "the one last taken is removed";
 }
 
-TEST_F(TimelineTests, TheRulerLeadsThePlayhead)
+TEST_F(TimelineTests, MovesThePlayheadWithTheRuler)
 {
     show(silent());
     drag(place(2, 10), place(6, 10), Qt::ShiftModifier);
@@ -112,7 +112,7 @@ TEST_F(TimelineTests, TheRulerLeadsThePlayhead)
     EXPECT_NEAR(model->playhead(), 8, pixel);
 }
 
-TEST_F(TimelineTests, TheWheelZoomsRoundThePlayheadOrElseThePointer)
+TEST_F(TimelineTests, ZoomsAroundThePlayheadOrElseThePointer)
 {
     show(silent());
     const auto turn = [&](QPoint at) {
@@ -160,7 +160,7 @@ TEST_F(TimelineTests, ShowsThePreviewAlone)
 
 class KeyTests : public EditorFixture { };
 
-TEST_F(TimelineTests, ReadsNoFileThatIsBeingRecorded)
+TEST_F(TimelineTests, ReadsNoFilesDuringRecording)
 {
     show(lesson());
     for (const bool recorded : {true, false}) {
@@ -170,7 +170,7 @@ TEST_F(TimelineTests, ReadsNoFileThatIsBeingRecorded)
     }
 }
 
-TEST_F(KeyTests, TheWholeCutIsDoneFromTheKeyboard)
+TEST_F(KeyTests, CutsFromTheKeyboardAlone)
 {
     show(silent());
     for (int i = 0; i < 3; ++i)
@@ -204,7 +204,7 @@ TEST_F(KeyTests, TheWholeCutIsDoneFromTheKeyboard)
     EXPECT_NEAR(model->playhead(), zoom.time + zoom.duration / 2, 1e-6) << "it can be seen";
 }
 
-TEST_F(KeyTests, SpaceAndTheShuttleKeysPlay)
+TEST_F(KeyTests, PlaysWithSpaceAndTheShuttleKeys)
 {
     show(silent());
     key(Qt::Key_Space);
@@ -231,7 +231,7 @@ TEST_F(KeyTests, SpaceAndTheShuttleKeysPlay)
     EXPECT_EQ(player->seeks.size(), seeks);
 }
 
-TEST_F(KeyTests, AFieldThatIsEditedKeepsItsKeys)
+TEST_F(KeyTests, LeavesTheKeysToAFocusedTextField)
 {
     show(silent());
     key(Qt::Key_T);
@@ -263,7 +263,7 @@ protected:
     }
 };
 
-TEST_F(TranscriptTests, WordsAreCorrectedCutAndRestored)
+TEST_F(TranscriptTests, CorrectsCutsAndRestoresWords)
 {
     show(lesson());
     ASSERT_TRUE(waitUntil([&] { return control(QAccessible::ListItem, "mundo") != nullptr; }));
@@ -299,7 +299,7 @@ TEST_F(TranscriptTests, WordsAreCorrectedCutAndRestored)
     EXPECT_DOUBLE_EQ(model->playhead(), 4) << "found whatever its case and accents";
 }
 
-TEST_F(TranscriptTests, AWordThatIsScrolledAwayKeepsWhatWasTyped)
+TEST_F(TranscriptTests, KeepsTypedTextWhenTheWordScrollsAway)
 {
     auto demo = silent(3600);
     fillOneHour(demo);
@@ -314,7 +314,7 @@ TEST_F(TranscriptTests, AWordThatIsScrolledAwayKeepsWhatWasTyped)
     EXPECT_EQ(std::ranges::count(project().edit.words, "tecleado", &TranscriptWord::text), 1);
 }
 
-TEST_F(TranscriptTests, NineThousandWordsMakeAFewEntries)
+TEST_F(TranscriptTests, CreatesVisibleEntriesOnly)
 {
     auto demo = silent(3600);
     fillOneHour(demo);
@@ -331,7 +331,7 @@ TEST_F(TranscriptTests, NineThousandWordsMakeAFewEntries)
 
 class InspectorTests : public EditorFixture { };
 
-TEST_F(InspectorTests, ControlsEditTheProject)
+TEST_F(InspectorTests, EditsTheProject)
 {
     auto demo = silent();
     demo.edit.cuts = {{1, 2}, {4, 5}};
@@ -350,7 +350,7 @@ TEST_F(InspectorTests, ControlsEditTheProject)
     EXPECT_EQ(model->playhead(), 4);
 }
 
-TEST_F(InspectorTests, SuggestionsStandByKindWithWhatTheyGain)
+TEST_F(InspectorTests, GroupsSuggestionsByKindWithTheTimeSaved)
 {
     auto demo = silent();
     demo.edit.words = {word("hola", 0.2, 1), word("eh", 4.25, 4.75), word("adiós", 4.75, 9.9)};
@@ -368,7 +368,7 @@ TEST_F(InspectorTests, SuggestionsStandByKindWithWhatTheyGain)
     EXPECT_TRUE(waitUntil([&] { return control(QAccessible::Heading, "Pausas (1) · 2,9 s") == nullptr; }));
 }
 
-TEST_F(InspectorTests, EscapeGivesUpWhatWasTyped)
+TEST_F(InspectorTests, DiscardsTypedTextOnEscape)
 {
     auto demo = silent();
     demo.edit.words = {word("hola", 0.5, 1)};
@@ -401,7 +401,7 @@ TEST_F(InspectorTests, EscapeGivesUpWhatWasTyped)
     item("textSection")->setProperty("asList", false); // It is remembered.
 }
 
-TEST_F(InspectorTests, AClickedZoomShowsItsCard)
+TEST_F(InspectorTests, ShowsTheCardOfAClickedZoom)
 {
     auto demo = silent();
     for (int i = 0; i < 9; ++i) {
@@ -419,7 +419,7 @@ TEST_F(InspectorTests, AClickedZoomShowsItsCard)
     EXPECT_TRUE(waitUntil(inSight));
 }
 
-TEST_F(InspectorTests, DryCutsAreOfferedOnce)
+TEST_F(InspectorTests, OffersCutsWithoutFadesOnce)
 {
     const auto demo = lesson();
     show(demo);

@@ -78,7 +78,7 @@ protected:
     VideoProject project = VideoProject::make("Clase");
 };
 
-TEST_F(FilmTests, ThePreviewShowsTheFramesOfTheFilm)
+TEST_F(FilmTests, ShowsTheSameFramesInThePreview)
 {
     const auto file = folder / "film.mp4";
     ExportService::exportVideo(

@@ -16,7 +16,7 @@ protected:
     }
 };
 
-TEST_F(MediaStripsTests, WaveformsShowWhereThereIsAudioAndAreKept)
+TEST_F(MediaStripsTests, ShowsAudioInWaveformsAndCachesThem)
 {
     const auto shown = lesson();
     const auto sources = sourcesOf(shown);
@@ -45,7 +45,7 @@ TEST_F(MediaStripsTests, WaveformsShowWhereThereIsAudioAndAreKept)
     EXPECT_GT(again.peaks(sources[1].file)->between(3.1, 5.5).high, 0.1);
 }
 
-TEST_F(MediaStripsTests, FramesComeAndWhatCannotBeReadDoesNot)
+TEST_F(MediaStripsTests, ReadsFramesAndSkipsUnreadableFiles)
 {
     const auto shown = lesson();
     const auto file = store.mediaURL(shown, shown.tracks[0].file);
@@ -60,7 +60,7 @@ TEST_F(MediaStripsTests, FramesComeAndWhatCannotBeReadDoesNot)
     EXPECT_NE(strips.frame(first), strips.frame(later));
 }
 
-TEST_F(MediaStripsTests, PreparingIsCancelledAndTakenUpAgain)
+TEST_F(MediaStripsTests, CancelsAndResumesPreparing)
 {
     const auto sources = sourcesOf(lesson());
     MediaStrips strips;

@@ -30,7 +30,7 @@ QRect inked(const QImage& picture)
     return found;
 }
 
-TEST_F(PreviewTests, AnOverlayIsDraggedOnTheFrameInOneStep)
+TEST_F(PreviewTests, DragsAnOverlayInOneUndoStep)
 {
     auto demo = silent();
     demo.edit.overlays.edit().push_back({.content = "Hola", .start = 0, .end = 5, .x = 0.25, .y = 0.25});
@@ -53,7 +53,7 @@ TEST_F(PreviewTests, AnOverlayIsDraggedOnTheFrameInOneStep)
     EXPECT_FALSE(text->isVisible());
 }
 
-TEST_F(PreviewTests, TheCameraIsShownUntilTheEndOfItsFile)
+TEST_F(PreviewTests, ShowsTheCameraUntilTheEndOfItsFile)
 {
     auto demo = silent();
     demo.tracks.edit().push_back(track(TrackKind::camera, "media/camera.mov", 0, 2));
@@ -79,7 +79,7 @@ TEST_F(PreviewTests, TheCameraIsShownUntilTheEndOfItsFile)
     EXPECT_FALSE(picture->isVisible());
 }
 
-TEST_F(PreviewTests, TextsLookAsInTheExport)
+TEST_F(PreviewTests, DrawsTextsAsInTheExport)
 {
     constexpr QSize size(640, 360);
     auto demo = VideoProject::make("Demo");
@@ -119,7 +119,7 @@ TEST_F(PreviewTests, TextsLookAsInTheExport)
     }
 }
 
-TEST_F(PreviewTests, TheZoomAndThePointerFollowTheTime)
+TEST_F(PreviewTests, UpdatesZoomAndPointerWithTheTime)
 {
     auto demo = silent();
     demo.edit.events = {pointer(PointerKind::move, 1, 0.5, 0.25), pointer(PointerKind::zoom, 2, 1, 0.5)};
@@ -139,7 +139,7 @@ TEST_F(PreviewTests, TheZoomAndThePointerFollowTheTime)
     EXPECT_NEAR(magnified->y(), -magnified->height() / 2, 1);
 }
 
-TEST_F(PreviewTests, AZoomIsFramedInTheFrame)
+TEST_F(PreviewTests, FramesAZoomOnTheWholeFrame)
 {
     show(silent());
     model->seek(2);
@@ -182,7 +182,7 @@ TEST_F(PreviewTests, AZoomIsFramedInTheFrame)
     EXPECT_GT(magnified->scale(), 1.9);
 }
 
-TEST_F(PreviewTests, ATextIsEditedInTheFrame)
+TEST_F(PreviewTests, EditsATextOnTheFrame)
 {
     auto demo = silent();
     demo.edit.overlays.edit().push_back({.content = "Hola", .start = 0, .end = 5, .x = 0.25, .y = 0.25});
@@ -235,7 +235,7 @@ TEST_F(PreviewTests, ATextIsEditedInTheFrame)
     EXPECT_EQ(text(), "fin");
 }
 
-TEST_F(PreviewTests, AnOverlayIsAlignedAndNudged)
+TEST_F(PreviewTests, AlignsAndNudgesAnOverlay)
 {
     auto demo = silent();
     demo.edit.overlays.edit().push_back({.content = "Hola", .start = 0, .end = 5, .x = 0.25, .y = 0.25});
@@ -257,7 +257,7 @@ TEST_F(PreviewTests, AnOverlayIsAlignedAndNudged)
     EXPECT_TRUE(project().edit.overlays.empty());
 }
 
-TEST_F(PreviewTests, TheFadesOfTheFilmAreShown)
+TEST_F(PreviewTests, ShowsTheFadesOfTheFilm)
 {
     auto demo = silent();
     demo.edit.cuts = {{2, 4}};

@@ -130,7 +130,7 @@ TEST_F(ProseTests, MarksWordsSentencesAndParagraphs)
     EXPECT_DOUBLE_EQ(model->playhead(), 1);
 }
 
-TEST_F(ProseTests, CutsRestoresAndCopiesWhatIsMarked)
+TEST_F(ProseTests, CutsRestoresAndCopiesMarkedWords)
 {
     show(spoken(lecture));
     const auto words = project().edit.words;
@@ -165,7 +165,7 @@ TEST_F(ProseTests, CutsRestoresAndCopiesWhatIsMarked)
     page().setCutHidden(false);
 }
 
-TEST_F(ProseTests, CorrectsWordsWhereTheyStand)
+TEST_F(ProseTests, CorrectsWordsInPlace)
 {
     show(spoken(lecture));
     clickAt(at(2));
@@ -260,7 +260,7 @@ TEST_F(ProseTests, FindsAndReplaces)
     EXPECT_EQ(reader().matchCount(), 0);
 }
 
-TEST_F(ProseTests, KeepsTheSpokenWordAtAThirdUnlessAHandScrolls)
+TEST_F(ProseTests, KeepsTheSpokenWordAtAThirdUnlessTheUserScrolls)
 {
     auto hour = VideoProject::make("Una hora");
     fillOneHour(hour);
@@ -296,7 +296,7 @@ TEST_F(ProseTests, KeepsTheSpokenWordAtAThirdUnlessAHandScrolls)
     EXPECT_NEAR(page().rectOf(row).y(), y, 1);
 }
 
-TEST_F(ProseTests, MarksWordsOfWhichTheRecogniserWasUnsure)
+TEST_F(ProseTests, MarksUnsureWords)
 {
     const auto demo = spoken(lecture);
     WordConfidence confidence;
@@ -334,7 +334,7 @@ TEST_F(ProseTests, MarksWordsOfWhichTheRecogniserWasUnsure)
     EXPECT_THAT(unsure(), ElementsAre(3U));
 }
 
-TEST_F(ProseTests, IsATextWithACaretToAssistiveTechnology)
+TEST_F(ProseTests, ExposesATextWithACaretToAssistiveTechnology)
 {
     auto demo = spoken(lecture);
     demo.edit.cuts = {{demo.edit.words[1].start, demo.edit.words[1].end}};
