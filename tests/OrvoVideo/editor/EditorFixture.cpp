@@ -30,7 +30,7 @@ template <typename Accept> QQuickItem* findItem(QQuickItem* root, const Accept& 
 void EditorFixture::show(VideoProject project)
 {
     start();
-    // The player of these tests takes any file that is there.
+    // The fake player opens any existing file.
     for (const auto& track : project.tracks) {
         const auto file = store.directory(project.id) / track.file;
         std::filesystem::create_directories(file.parent_path());
@@ -84,7 +84,7 @@ QQuickItem* EditorFixture::item(const QString& name) const
 {
     auto* found = view->rootObject()->findChild<QQuickItem*>(name);
     if (!found)
-        throw std::runtime_error("there is no " + name.toStdString());
+        throw std::runtime_error("no item named " + name.toStdString());
     return found;
 }
 
@@ -108,7 +108,7 @@ void EditorFixture::click(QAccessible::Role role, const QString& name)
         const auto* found = control(role, name);
         return found && found->isEnabled() && found->width() > 0;
     })) << name.toStdString();
-    view->grabWindow(); // Everything is in its place.
+    view->grabWindow(); // Completes the layout.
     const auto* found = control(role, name);
     QTest::mouseClick(view.get(), Qt::LeftButton, {}, centre(found));
 }
@@ -137,7 +137,7 @@ void EditorFixture::move(QPoint to, Qt::KeyboardModifiers modifiers)
 void EditorFixture::release(QPoint at, Qt::KeyboardModifiers modifiers)
 {
     QTest::mouseRelease(view.get(), Qt::LeftButton, modifiers, at);
-    // Clicks that follow one another are not a double click.
+    // Keeps consecutive clicks from becoming a double click.
     QTest::lastMouseTimestamp += QGuiApplication::styleHints()->mouseDoubleClickInterval() + 1;
 }
 

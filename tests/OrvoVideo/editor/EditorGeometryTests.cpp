@@ -61,15 +61,15 @@ TEST(TimelineScale, StaysWithinTheRecordingForAnyRequest)
     }
     scale.fit();
     scale.setDuration(20);
-    EXPECT_TRUE(scale.fits()) << "what fits goes on fitting";
+    EXPECT_TRUE(scale.fits()) << "a recording that fits keeps fitting";
 }
 
 TEST(TimelineScale, RevealsWithTheSmallestScrollAndTurnsPages)
 {
     TimelineScale scale(100, 100);
-    scale.zoomBy(10, 0); // 10 s are shown
+    scale.zoomBy(10, 0); // Shows 10 s.
     scale.reveal(5, 20);
-    EXPECT_EQ(scale.offset(), 0) << "already seen";
+    EXPECT_EQ(scale.offset(), 0) << "already visible";
     scale.reveal(12, 20);
     EXPECT_DOUBLE_EQ(scale.offset(), 4) << "2 s from the right edge";
     scale.turnPageTo(13);
@@ -96,14 +96,14 @@ TEST(Snapping, SnapsToTheNearestEdge)
     EXPECT_THAT(nearest(22.3, 0.5), Optional(22.5)) << "the end of the zoom point";
     EXPECT_THAT(nearest(55.2, 0.5), Optional(55.5)) << "the end of the overlay";
     EXPECT_THAT(nearest(99.9, 0.5), Optional(100)) << "the end of the recording";
-    EXPECT_EQ(nearest(30, 0.5), std::nullopt) << "clicks do not hold";
+    EXPECT_EQ(nearest(30, 0.5), std::nullopt) << "ignores clicks";
     EXPECT_EQ(nearest(25, 1), std::nullopt);
 
     EXPECT_THAT(nearest(61.3, 0.5), Optional(61.25));
     EXPECT_EQ(snapping.nearest(61.3, 0.5, Snapping::Words::left, {}, {}), std::nullopt);
     const double playhead = 61.7;
     EXPECT_THAT(snapping.nearest(61.45, 0.5, Snapping::Words::held, {&playhead, 1}, {}), Optional(playhead))
-        << "words give way to what was put there on purpose";
+        << "prefers other edges to words";
     const double own = 10;
     EXPECT_EQ(snapping.nearest(10.3, 0.5, Snapping::Words::held, {}, {&own, 1}), std::nullopt);
 
@@ -123,7 +123,7 @@ TEST(TimelineTargets, FindsTheItemUnderThePointer)
     project.edit.events = {pointer(PointerKind::move, 50), zoom(50, 10, 2)};
     project.edit.overlays.edit().push_back({.start = 70, .end = 80});
     project.edit.overlays.edit().push_back({.start = 75, .end = 90});
-    const TimelineScale scale(1000, 100); // 10 px/s
+    const TimelineScale scale(1000, 100); // 10 px/s.
     const TimeSpan selection{15, 40};
     constexpr double ruler = 5;
     const TimelineRows rows(project);
@@ -145,11 +145,11 @@ TEST(TimelineTargets, FindsTheItemUnderThePointer)
              {497, zooms, Kind::zoom, Part::start, 1},
              {604, zooms, Kind::zoom, Part::end, 1},
              {520, overlays, Kind::none, Part::body, 0},
-             {770, overlays, Kind::overlay, Part::body, 1}, // the later lies on top
+             {770, overlays, Kind::overlay, Part::body, 1}, // The later one is on top.
              {720, overlays, Kind::overlay, Part::body, 0},
              {103, cuts, Kind::cut, Part::start, 0},
              {150, cuts, Kind::cut, Part::body, 0},
-             {301, cuts, Kind::cut, Part::body, 1}, // 2 px wide
+             {301, cuts, Kind::cut, Part::body, 1}, // 2 px wide.
              {299, cuts, Kind::cut, Part::start, 1},
              {304, cuts, Kind::cut, Part::end, 1},
              {202, tracks, Kind::cut, Part::end, 0},
@@ -172,13 +172,13 @@ TEST(TimelineRows, CollapsesEmptyLanesAndPutsTheComputersAudioLast)
     project.tracks = {track(TrackKind::screen, "a", 0, 100), track(TrackKind::system, "b", 0, 100),
         track(TrackKind::microphone, "c", 0, 100)};
     const TimelineRows bare(project);
-    EXPECT_EQ(bare.tracksTop(), bare.zoomsTop()) << "no lane";
+    EXPECT_EQ(bare.tracksTop(), bare.zoomsTop()) << "no lanes";
     EXPECT_LT(bare.trackTop(0), bare.trackTop(2));
-    EXPECT_LT(bare.trackTop(2), bare.trackTop(1)) << "the microphone lies over the computer's sound";
+    EXPECT_LT(bare.trackTop(2), bare.trackTop(1)) << "the microphone is above the computer's audio";
     EXPECT_GT(bare.height(), bare.trackTop(1));
 
     project.edit.events = {pointer(PointerKind::click, 1)};
-    EXPECT_FALSE(TimelineRows(project).hasZooms()) << "clicks are no zoom points";
+    EXPECT_FALSE(TimelineRows(project).hasZooms()) << "clicks are not zoom points";
     project.edit.cuts = {{10, 20}};
     const TimelineRows cut(project);
     EXPECT_EQ(cut.cutsTop(), cut.zoomsTop());
@@ -209,10 +209,10 @@ TEST(PreviewZoom, RampsInAndOutAroundTheLatestPoint)
     EXPECT_EQ(previewTransform(events, 0.5, size), Zoom{});
     EXPECT_NEAR(previewTransform(events, 1.1, size).scale, 1 + 2 * 0.4, 1e-12);
     EXPECT_NEAR(previewTransform(events, 1.9, size).scale, 1 + 2 * 0.4, 1e-9);
-    EXPECT_EQ(previewTransform(events, 2, size), Zoom{}) << "the end is not part of it";
-    EXPECT_EQ(previewTransform(events, 5.5, size), (Zoom{2, 500, 0})) << "kept inside the picture";
+    EXPECT_EQ(previewTransform(events, 2, size), Zoom{}) << "the end is exclusive";
+    EXPECT_EQ(previewTransform(events, 5.5, size), (Zoom{2, 500, 0})) << "stays inside the frame";
     EXPECT_EQ(previewTransform(events, 6.5, size), (Zoom{4, 375, 187.5}))
-        << "the later start wins, then the first in the list";
+        << "the last to start wins, then the first in the list";
 }
 
 TEST(PreviewGeometry, PlacesCameraAndTextAsTheExportDoes)
@@ -221,7 +221,7 @@ TEST(PreviewGeometry, PlacesCameraAndTextAsTheExportDoes)
     EXPECT_EQ(fitted({1000, 1000}, {1920, 1080}), (Rect{0, 218.75, 1000, 562.5}));
     EXPECT_EQ(fitted({1000, 0}, {1920, 1080}), Rect{});
     EditState edit;
-    EXPECT_EQ(cameraPlace(edit, {1280, 720}, {640, 480}), (Rect{960, 518.4, 280, 210})) << "281.6 truncated, then even";
+    EXPECT_EQ(cameraPlace(edit, {1280, 720}, {640, 480}), (Rect{960, 518.4, 280, 210})) << "281.6 truncated to even";
     edit.cameraWidth = 0;
     EXPECT_EQ(cameraPlace(edit, {1280, 720}, {640, 480}).width, 2);
     struct Case {
@@ -243,10 +243,10 @@ TEST(PointerTrail, KeepsEachPositionUntilTheNext)
     using Place = PointerTrail::Place;
     EXPECT_EQ(trail.at(3.9), std::nullopt);
     EXPECT_THAT(trail.at(4), Optional(Place{0.1, 0.2}));
-    EXPECT_THAT(trail.at(5.9), Optional(Place{0.1, 0.2})) << "a zoom point is no place of the pointer";
+    EXPECT_THAT(trail.at(5.9), Optional(Place{0.1, 0.2})) << "ignores zoom points";
     EXPECT_THAT(trail.at(6), Optional(Place{0.3, 0.4}));
     EXPECT_THAT(trail.at(9.9), Optional(Place{0.9, 0.9}));
-    EXPECT_EQ(trail.at(9.96), std::nullopt) << "the last stays for a moment";
+    EXPECT_EQ(trail.at(9.96), std::nullopt) << "hides the pointer soon after the last event";
     EXPECT_EQ(trail.halos(9.7).size(), 0);
     ASSERT_EQ(trail.halos(9.9).size(), 1);
     EXPECT_THAT(trail.halos(9.9).front().progress, DoubleNear(0.2, 1e-9));
@@ -256,7 +256,7 @@ TEST(PointerTrail, KeepsEachPositionUntilTheNext)
 
 TEST(WaveformPeaks, ShowsEveryPeakAtEveryScale)
 {
-    // One minute of a quiet tone with one loud sample and one deep one.
+    // One minute of a quiet tone with one maximum and one minimum sample.
     std::vector<std::int16_t> samples(60 * WaveformPeaks::sampleRate);
     for (std::size_t i = 0; i < samples.size(); ++i)
         samples[i] = static_cast<std::int16_t>(std::lround(1000 * std::sin(static_cast<double>(i) * 0.3)));
@@ -272,7 +272,7 @@ TEST(WaveformPeaks, ShowsEveryPeakAtEveryScale)
         EXPECT_LT(quiet.high, 0.05) << width;
         EXPECT_GT(quiet.high, 0) << width;
     }
-    // Neighbouring columns miss nothing at any scale.
+    // Adjacent columns miss no sample at any scale.
     for (const int columns : {7, 100, 1333, 9999}) {
         float highest = 0;
         for (int i = 0; i < columns; ++i)

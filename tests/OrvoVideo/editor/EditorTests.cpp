@@ -12,7 +12,7 @@ namespace {
 using testing::DoubleNear;
 using testing::ElementsAre;
 
-/// As near as a pixel of the timeline is.
+/// The tolerance: seconds per pixel of the timeline.
 constexpr double pixel = 0.02;
 
 auto isSpan(double start, double end)
@@ -23,7 +23,7 @@ auto isSpan(double start, double end)
 
 class TimelineTests : public EditorFixture {
 protected:
-    // The middles of the rows, with the lanes that there are now.
+    // The centres of the rows in the current layout.
     double zoomRow() const { return TimelineRows(project()).zoomsTop() + TimelineRows::lane / 2; }
     double cutRow() const { return TimelineRows(project()).cutsTop() + TimelineRows::lane / 2; }
     double trackRow() const { return TimelineRows(project()).tracksTop() + TimelineRows::track / 2; }
@@ -35,11 +35,11 @@ TEST_F(TimelineTests, SelectsByDraggingAndCutsWithAKey)
     drag(place(2, trackRow()), place(4, trackRow()), Qt::ShiftModifier);
     EXPECT_NEAR(model->selectedSpan().start, 2, pixel);
     EXPECT_NEAR(model->selectedSpan().end, 4, pixel);
-    EXPECT_FALSE(model->canUndo()) << "a selection is no edit";
+    EXPECT_FALSE(model->canUndo()) << "a selection is not an edit";
 
     drag(place(3.98, trackRow()), place(5, trackRow()), Qt::ShiftModifier);
     EXPECT_NEAR(model->selectedSpan().start, 2, pixel);
-    EXPECT_NEAR(model->selectedSpan().end, 5, pixel * 2) << "the handle was taken";
+    EXPECT_NEAR(model->selectedSpan().end, 5, pixel * 2) << "drags the handle";
 
     key(Qt::Key_X);
     EXPECT_THAT(project().edit.cuts.items(), ElementsAre(isSpan(2, 5)));
@@ -57,16 +57,16 @@ TEST_F(TimelineTests, AppliesADraggedCutEdgeOnRelease)
     press(place(3, cutRow()));
     for (const double time : {3.3, 3.8, 5.0})
         move(place(time, cutRow()));
-    EXPECT_EQ(project().edit.cuts.items(), demo.edit.cuts.items()) << "nothing is edited while it is dragged";
+    EXPECT_EQ(project().edit.cuts.items(), demo.edit.cuts.items()) << "does not edit during the drag";
     release(place(5, cutRow()));
     EXPECT_THAT(project().edit.cuts.items(), ElementsAre(isSpan(1, 5), isSpan(7, 8)));
     key(Qt::Key_Z, Qt::ControlModifier);
-    EXPECT_EQ(project().edit.cuts.items(), demo.edit.cuts.items()) << "one step";
+    EXPECT_EQ(project().edit.cuts.items(), demo.edit.cuts.items()) << "one undo step";
     EXPECT_FALSE(model->canUndo());
 
-    // Near another edge it holds on to it exactly, unless Shift is held.
+    // Snaps to another edge unless Shift is pressed.
     drag(place(7, cutRow()), place(3.04, cutRow()));
-    EXPECT_EQ(project().edit.cuts.items(), (std::vector<TimeSpan>{{1, 8}})) << "cuts that touch are one";
+    EXPECT_EQ(project().edit.cuts.items(), (std::vector<TimeSpan>{{1, 8}})) << "merges cuts that touch";
     model->undo();
 
     press(place(3, cutRow()));
@@ -74,7 +74,7 @@ TEST_F(TimelineTests, AppliesADraggedCutEdgeOnRelease)
     move(place(5, cutRow()));
     key(Qt::Key_Escape);
     release(place(5, cutRow()));
-    EXPECT_EQ(project().edit.cuts.items(), demo.edit.cuts.items()) << "Escape gives the drag up";
+    EXPECT_EQ(project().edit.cuts.items(), demo.edit.cuts.items()) << "Escape cancels the drag";
 }
 
 TEST_F(TimelineTests, RestoresACutOnDoubleClick)
@@ -98,7 +98,7 @@ TEST_F(TimelineTests, MovesAndStretchesZoomPoints)
     drag(place(end, zoomRow()), place(9, zoomRow()), Qt::ShiftModifier);
     EXPECT_NEAR(project().edit.events[1].time + project().edit.events[1].duration, 9, pixel * 2);
     key(Qt::Key_Delete);
-    EXPECT_THAT(project().edit.events.items(), testing::SizeIs(1)) << "the one last taken is removed";
+    EXPECT_THAT(project().edit.events.items(), testing::SizeIs(1)) << "removes the marked zoom point";
 }
 
 TEST_F(TimelineTests, MovesThePlayheadWithTheRuler)
@@ -107,7 +107,7 @@ TEST_F(TimelineTests, MovesThePlayheadWithTheRuler)
     drag(place(2, 10), place(6, 10), Qt::ShiftModifier);
     EXPECT_NEAR(model->playhead(), 6, pixel);
     EXPECT_NEAR(player->seeks.back(), 6, pixel);
-    EXPECT_GE(player->seeks.size(), 4) << "the picture follows";
+    EXPECT_GE(player->seeks.size(), 4) << "the preview follows";
     QTest::mouseClick(view.get(), Qt::LeftButton, {}, place(8, trackRow()));
     EXPECT_NEAR(model->playhead(), 8, pixel);
 }
@@ -123,10 +123,10 @@ TEST_F(TimelineTests, ZoomsAroundThePlayheadOrElseThePointer)
     const double place = timeline().playheadX();
     turn(this->place(7, trackRow()));
     EXPECT_FALSE(timeline().fits());
-    EXPECT_NEAR(timeline().playheadX(), place, 1) << "the playhead stays where it is";
+    EXPECT_NEAR(timeline().playheadX(), place, 1) << "the playhead stays in place";
     ASSERT_TRUE(waitUntil([&] { return item("overview")->isVisible() && item("overview")->width() > 100; }));
 
-    // The overview leads elsewhere; the playhead is out of sight then.
+    // A click on the overview scrolls the playhead out of view.
     model->seek(0);
     const auto* overview = item("overview");
     QTest::mouseClick(
@@ -136,7 +136,7 @@ TEST_F(TimelineTests, ZoomsAroundThePlayheadOrElseThePointer)
     turn(at);
     EXPECT_NEAR(timeline().timeAt(timeline().mapFromScene(at).x()), 7, pixel);
     key(Qt::Key_Plus);
-    EXPECT_NEAR(timeline().playheadX(), 0, 1) << "the key brings it back";
+    EXPECT_NEAR(timeline().playheadX(), 0, 1) << "the key scrolls to the playhead";
     key(Qt::Key_0);
     EXPECT_TRUE(timeline().fits());
     EXPECT_FALSE(item("overview")->isVisible());
@@ -150,7 +150,7 @@ TEST_F(TimelineTests, ShowsThePreviewAlone)
     key(Qt::Key_F);
     EXPECT_TRUE(waitUntil([&] { return !timeline().isVisible() && frame->height() > before + 100; }));
     key(Qt::Key_Space);
-    EXPECT_EQ(player->rate(), 1) << "the keys go on working";
+    EXPECT_EQ(player->rate(), 1) << "keys still work";
     key(Qt::Key_Escape);
     EXPECT_TRUE(waitUntil([&] { return timeline().isVisible() && frame->height() == before; }));
     click(QAccessible::Button, "Ver solo la imagen");
@@ -190,7 +190,7 @@ TEST_F(KeyTests, CutsFromTheKeyboardAlone)
     key(Qt::Key_Home);
     key(Qt::Key_Down);
     EXPECT_NEAR(model->playhead(), 3, 1e-6) << "the next edge";
-    key(Qt::Key_Right, Qt::ControlModifier); // marks the cut
+    key(Qt::Key_Right, Qt::ControlModifier); // Marks the cut.
     EXPECT_EQ(timeline().chosenKind(), "cut");
     key(Qt::Key_Right, Qt::AltModifier | Qt::ShiftModifier);
     EXPECT_THAT(project().edit.cuts.items(), ElementsAre(isSpan(3, 9 + 1.0 / 30)));
@@ -201,7 +201,7 @@ TEST_F(KeyTests, CutsFromTheKeyboardAlone)
     key(Qt::Key_Z);
     ASSERT_EQ(project().edit.events.size(), 1);
     const auto& zoom = project().edit.events.front();
-    EXPECT_NEAR(model->playhead(), zoom.time + zoom.duration / 2, 1e-6) << "it can be seen";
+    EXPECT_NEAR(model->playhead(), zoom.time + zoom.duration / 2, 1e-6) << "the zoom is visible";
 }
 
 TEST_F(KeyTests, PlaysWithSpaceAndTheShuttleKeys)
@@ -222,7 +222,7 @@ TEST_F(KeyTests, PlaysWithSpaceAndTheShuttleKeys)
     key(Qt::Key_J);
     key(Qt::Key_J);
     key(Qt::Key_J);
-    EXPECT_TRUE(waitUntil([&] { return model->playhead() < 1.001; })) << "it plays backwards, over the cut";
+    EXPECT_TRUE(waitUntil([&] { return model->playhead() < 1.001; })) << "plays backwards and skips the cut";
     for (const double time : player->seeks)
         EXPECT_FALSE(time > 1.001 && time < 4.899) << time;
     key(Qt::Key_K);
@@ -258,7 +258,7 @@ protected:
     }
     void TearDown() override
     {
-        item("textSection")->setProperty("asList", false); // It is remembered.
+        item("textSection")->setProperty("asList", false); // The setting is stored.
         EditorFixture::TearDown();
     }
 };
@@ -269,7 +269,7 @@ TEST_F(TranscriptTests, CorrectsCutsAndRestoresWords)
     ASSERT_TRUE(waitUntil([&] { return control(QAccessible::ListItem, "mundo") != nullptr; }));
     EXPECT_TRUE(control(QAccessible::ListItem, "eh, muletilla"));
 
-    // Mark from the second to the third word, with the pause between them, and cut them with one key.
+    // Marks the second and third word with the pause between them, and cuts them with one key.
     const auto row = [&](const QString& name) {
         auto* entry = control(QAccessible::ListItem, name);
         return entry->mapToScene({entry->width() - 60, entry->height() - 16}).toPoint();
@@ -282,9 +282,9 @@ TEST_F(TranscriptTests, CorrectsCutsAndRestoresWords)
     EXPECT_EQ(project().edit.cuts.items(), (std::vector<TimeSpan>{{1.5, 3.5}}));
     ASSERT_TRUE(waitUntil([&] { return control(QAccessible::ListItem, "mundo, cortado") != nullptr; }));
     key(Qt::Key_Delete);
-    EXPECT_TRUE(project().edit.cuts.empty()) << "the same key restores what is cut";
+    EXPECT_TRUE(project().edit.cuts.empty()) << "the same key restores cut words";
 
-    // Correct a word where it stands.
+    // Corrects a word in place.
     auto* field = control(QAccessible::ListItem, "hola");
     ASSERT_TRUE(field);
     QTest::mouseDClick(view.get(), Qt::LeftButton, {}, field->mapToScene({90, field->height() - 16}).toPoint());
@@ -296,7 +296,7 @@ TEST_F(TranscriptTests, CorrectsCutsAndRestoresWords)
     item("search")->setProperty("text", QStringLiteral("ADIOS"));
     item("search")->forceActiveFocus();
     key(Qt::Key_Return);
-    EXPECT_DOUBLE_EQ(model->playhead(), 4) << "found whatever its case and accents";
+    EXPECT_DOUBLE_EQ(model->playhead(), 4) << "ignores case and accents";
 }
 
 TEST_F(TranscriptTests, KeepsTypedTextWhenTheWordScrollsAway)
@@ -396,9 +396,9 @@ TEST_F(InspectorTests, DiscardsTypedTextOnEscape)
         EXPECT_FALSE(field->hasActiveFocus());
         EXPECT_EQ(field->property("text"), shown);
         EXPECT_FALSE(model->canUndo());
-        EXPECT_EQ(model->selectedSpan(), (Span{0, 0})) << "nothing is selected until somebody selects it";
+        EXPECT_EQ(model->selectedSpan(), (Span{0, 0})) << "a project opens without a selection";
     }
-    item("textSection")->setProperty("asList", false); // It is remembered.
+    item("textSection")->setProperty("asList", false); // The setting is stored.
 }
 
 TEST_F(InspectorTests, ShowsTheCardOfAClickedZoom)
@@ -411,12 +411,12 @@ TEST_F(InspectorTests, ShowsTheCardOfAClickedZoom)
     show(demo);
     QTest::mouseClick(
         view.get(), Qt::LeftButton, {}, place(8.25, TimelineRows(project()).zoomsTop() + TimelineRows::lane / 2));
-    const auto inSight = [&] {
+    const auto isVisible = [&] {
         const auto* card = control(QAccessible::Grouping, "Zoom en 00:08,0");
         return card && card->property("marked").toBool() && card->mapToScene({0, 0}).y() > 0
             && card->mapToScene({0, card->height()}).y() < view->height() + 1;
     };
-    EXPECT_TRUE(waitUntil(inSight));
+    EXPECT_TRUE(waitUntil(isVisible));
 }
 
 TEST_F(InspectorTests, OffersCutsWithoutFadesOnce)
@@ -433,7 +433,7 @@ TEST_F(InspectorTests, OffersCutsWithoutFadesOnce)
     model->undo();
     model->undo();
     model->editing()->cutWord(QString::fromStdString(project().edit.words.front().id.text()));
-    EXPECT_FALSE(offered()) << "once for each project";
+    EXPECT_FALSE(offered()) << "offers them once per project";
 
     ASSERT_TRUE(view->rootObject()->setProperty("section", "effects"));
     click(QAccessible::PageTab, "Largo");

@@ -25,7 +25,7 @@ constexpr int width = 640;
 constexpr int height = 360;
 constexpr int fps = 30;
 
-/// The editor with the real player, over a library of its own, and the film that is exported from the same project.
+/// The editor with the real player and a temporary library, and the film exported from the same project.
 class FilmTests : public testing::Test {
 protected:
     FilmTests()
@@ -64,7 +64,7 @@ protected:
             store.mediaURL(project, "media/image.png").string()});
     }
 
-    /// A film of these pictures, without a loss.
+    /// A lossless film of these RGB frames.
     std::filesystem::path filmOf(const std::string& pixels, const std::string& name) const
     {
         writeFileAtomically(folder / "pixels", pixels);
@@ -84,7 +84,7 @@ TEST_F(FilmTests, ShowsTheSameFramesInThePreview)
     ExportService::exportVideo(
         project, store, file, {.height = height, .fps = fps, .quality = ExportQuality::high}, FfprobeMediaProbe());
     const auto film = decodeFrames(file);
-    // The frame of the recording that each frame of the film shows.
+    // The recorded frame behind each frame of the film.
     std::vector<long> shown;
     for (const auto& kept : RenderGraph::keptSpans(project, fps)) {
         for (long frame = std::lround(kept.span.start * fps); frame < std::lround(kept.span.end * fps); ++frame)
@@ -105,7 +105,7 @@ TEST_F(FilmTests, ShowsTheSameFramesInThePreview)
     ASSERT_TRUE(
         waitUntil([&] { return model.preview() == Playback::Preview::Ready && model.cameraPlayer()->hasComposition(); }));
     ASSERT_TRUE(waitUntil([&] { return std::isfinite(model.playback().cameraEnd()) && model.playback().cameraEnd() > 0; }));
-    // The picture alone, in the size of the film.
+    // Shows the preview alone, at the size of the film.
     view.rootObject()->findChild<EditorCommands*>()->setPreviewAlone(true);
     const auto* scene = view.rootObject()->findChild<PreviewScene*>();
     ASSERT_TRUE(scene);

@@ -31,9 +31,9 @@ TEST_F(MediaStripsTests, ShowsAudioInWaveformsAndCachesThem)
         EXPECT_LT(peaks->between(0.5, 1).high, 0.02);
         EXPECT_LT(peaks->between(2.3, 2.8).high, 0.02);
         EXPECT_GT(peaks->between(3.2, 3.7).high, 0.1);
-        EXPECT_FALSE(strips.peaks(sources[0].file)) << "a movie without sound has none";
+        EXPECT_FALSE(strips.peaks(sources[0].file)) << "a movie without audio has no waveform";
     }
-    // What was read once is there again even when the file can no longer be read.
+    // The cache provides the waveform even if the file is no longer readable.
     const auto time = std::filesystem::last_write_time(sources[1].file);
     const auto size = std::filesystem::file_size(sources[1].file);
     std::ofstream(sources[1].file, std::ios::trunc) << std::string(size, '-');

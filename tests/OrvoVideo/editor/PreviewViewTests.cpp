@@ -17,13 +17,13 @@ namespace fs = std::filesystem;
 
 class PreviewTests : public EditorFixture { };
 
-/// The smallest rectangle that holds everything bright.
-QRect inked(const QImage& picture)
+/// The bounding rectangle of all bright pixels.
+QRect inked(const QImage& image)
 {
     QRect found;
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x) {
-            if (qGray(picture.pixel(x, y)) > 128)
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (qGray(image.pixel(x, y)) > 128)
                 found |= QRect(x, y, 1, 1);
         }
     }
@@ -37,13 +37,13 @@ TEST_F(PreviewTests, DragsAnOverlayInOneUndoStep)
     show(demo);
     auto* text = control(QAccessible::Graphic, "Hola");
     ASSERT_TRUE(text);
-    const auto* picture = text->parentItem();
-    EXPECT_NEAR(text->x(), 0.25 * picture->width(), 1);
-    // 1080 / 28 = 38 lines of the picture for one line of text.
-    EXPECT_NEAR(text->height() / picture->height(), 38.0 / 1080, 0.005);
+    const auto* frame = text->parentItem();
+    EXPECT_NEAR(text->x(), 0.25 * frame->width(), 1);
+    // A line of text is 1080 / 28 = 38 pixels high.
+    EXPECT_NEAR(text->height() / frame->height(), 38.0 / 1080, 0.005);
 
     const QPoint from = centre(text);
-    drag(from, from + QPoint(static_cast<int>(picture->width() / 4), static_cast<int>(picture->height() / 2)));
+    drag(from, from + QPoint(static_cast<int>(frame->width() / 4), static_cast<int>(frame->height() / 2)));
     EXPECT_NEAR(project().edit.overlays.front().x, 0.5, 0.01);
     EXPECT_NEAR(project().edit.overlays.front().y, 0.75, 0.01);
     model->undo();
@@ -66,17 +66,17 @@ TEST_F(PreviewTests, ShowsTheCameraUntilTheEndOfItsFile)
     ASSERT_TRUE(waitUntil([&] { return camera->hasComposition(); }));
     camera->picture = QImage(64, 36, QImage::Format_RGB32);
     emit camera->frameChanged();
-    auto* picture = item("camera");
-    ASSERT_TRUE(picture);
+    auto* cameraItem = item("camera");
+    ASSERT_TRUE(cameraItem);
     for (const auto& [time, isShown] : {std::pair(1.9, true), {2.1, false}, {0.5, true}}) {
         model->seek(time);
-        EXPECT_EQ(picture->isVisible(), isShown) << time;
+        EXPECT_EQ(cameraItem->isVisible(), isShown) << time;
     }
-    // Playing on behind the end does not play the last frame again and again.
+    // Playback beyond the end of its file does not loop the last frame.
     model->play();
     player->tick(3);
     EXPECT_EQ(camera->rate(), 0);
-    EXPECT_FALSE(picture->isVisible());
+    EXPECT_FALSE(cameraItem->isVisible());
 }
 
 TEST_F(PreviewTests, DrawsTextsAsInTheExport)
@@ -149,7 +149,7 @@ TEST_F(PreviewTests, FramesAZoomOnTheWholeFrame)
     EXPECT_FALSE(frame->isVisible());
     key(Qt::Key_Z);
     EXPECT_TRUE(frame->isVisible());
-    EXPECT_EQ(magnified->scale(), 1) << "the whole picture is shown";
+    EXPECT_EQ(magnified->scale(), 1) << "shows the whole frame";
     EXPECT_NEAR(part->width(), frame->width() / 1.8, 1);
     view->grabWindow();
     const QPoint by(static_cast<int>(frame->width() / 10), static_cast<int>(-frame->height() / 20));
@@ -162,16 +162,16 @@ TEST_F(PreviewTests, FramesAZoomOnTheWholeFrame)
     const auto corner = part->mapToScene({part->width(), part->height()}).toPoint();
     drag(corner, corner - QPoint(static_cast<int>(frame->width() / 1.8 - frame->width() / 3), 40));
     EXPECT_NEAR(zoom().scale, 3, 0.05);
-    EXPECT_NEAR(zoom().x - 0.5 / zoom().scale, 0.6 - 0.5 / 1.8, 0.01) << "the other corner stays";
+    EXPECT_NEAR(zoom().x - 0.5 / zoom().scale, 0.6 - 0.5 / 1.8, 0.01) << "the opposite corner stays";
     EXPECT_EQ(model->editing()->undoName(), "encuadrar un zoom");
     model->undo();
-    EXPECT_EQ(zoom().scale, 1.8) << "one step";
+    EXPECT_EQ(zoom().scale, 1.8) << "one undo step";
     part->forceActiveFocus();
     key(Qt::Key_Right);
     EXPECT_NEAR(zoom().x, 0.61, 0.01);
     key(Qt::Key_Plus);
     EXPECT_NEAR(zoom().scale, 1.98, 0.01);
-    // Out of the zoom, while playing and after Escape there is no frame.
+    // Outside the zoom point and after Escape, the zoom frame is hidden.
     model->seek(9);
     EXPECT_FALSE(frame->isVisible());
     model->seek(3);
@@ -207,7 +207,7 @@ TEST_F(PreviewTests, EditsATextOnTheFrame)
     EXPECT_FALSE(editor());
     EXPECT_EQ(model->editing()->undoName(), "cambiar un texto");
     model->undo();
-    EXPECT_EQ(text(), "Hola") << "one step";
+    EXPECT_EQ(text(), "Hola") << "one undo step";
     EXPECT_FALSE(model->canUndo());
 
     edit("Hola");
@@ -221,14 +221,14 @@ TEST_F(PreviewTests, EditsATextOnTheFrame)
     key(Qt::Key_Return, Qt::ShiftModifier);
     type("todos");
     QTest::mouseClick(view.get(), Qt::LeftButton, {}, view->rootObject()->mapToScene({60, 120}).toPoint());
-    EXPECT_EQ(text(), "Adiós\ntodos") << "a click beside it keeps it";
+    EXPECT_EQ(text(), "Adiós\ntodos") << "a click elsewhere commits the text";
 
     edit("Adiós\ntodos");
     type("fin");
-    model->flushSave(); // A save takes what is typed.
+    model->flushSave(); // Saving commits the typed text.
     EXPECT_EQ(text(), "fin");
     control(QAccessible::Graphic, "fin")->forceActiveFocus();
-    key(Qt::Key_Return); // From the keyboard too; blanks are given up.
+    key(Qt::Key_Return); // Return also starts editing; a blank text is discarded.
     ASSERT_TRUE(waitUntil([&] { return editor() != nullptr; }));
     type(" ");
     key(Qt::Key_Return);
@@ -246,13 +246,13 @@ TEST_F(PreviewTests, AlignsAndNudgesAnOverlay)
     const double middle = frame / 2 - text->width() / 2;
     const QPoint from = centre(text);
     drag(from, from + QPoint(static_cast<int>(middle - text->x()) + 4, 0));
-    EXPECT_NEAR(project().edit.overlays.front().x + text->width() / frame / 2, 0.5, 0.001) << "it holds on to the middle";
+    EXPECT_NEAR(project().edit.overlays.front().x + text->width() / frame / 2, 0.5, 0.001) << "snaps to the middle";
     const double x = project().edit.overlays.front().x;
     key(Qt::Key_Right);
     EXPECT_NEAR(project().edit.overlays.front().x, x + 1.0 / 1920, 1e-9);
     key(Qt::Key_Left, Qt::ShiftModifier);
     EXPECT_NEAR(project().edit.overlays.front().x, x - 9.0 / 1920, 1e-9);
-    EXPECT_EQ(model->playhead(), 0) << "the arrows are the overlay's";
+    EXPECT_EQ(model->playhead(), 0) << "the arrows move the overlay, not the playhead";
     key(Qt::Key_Delete);
     EXPECT_TRUE(project().edit.overlays.empty());
 }
@@ -265,7 +265,7 @@ TEST_F(PreviewTests, ShowsTheFadesOfTheFilm)
     show(demo);
     const auto* scene = view->rootObject()->findChild<PreviewScene*>();
     ASSERT_TRUE(scene);
-    EXPECT_EQ(scene->dip(), 0) << "what was opened is seen";
+    EXPECT_EQ(scene->dip(), 0) << "an opened project shows its first frame";
     for (const auto& [time, dip] : {std::pair(0.1, 0.8), {1.0, 0.0}, {1.8, 0.6}, {3.0, 0.0}, {4.0, 1.0}, {4.4, 0.2}}) {
         model->seek(time);
         EXPECT_NEAR(scene->dip(), dip, 1e-6) << time;

@@ -15,7 +15,7 @@ using testing::ElementsAre;
 /// The transcript as a page.
 class ProseTests : public EditorFixture {
 protected:
-    /// Words of 0.4 seconds; each "|" is a pause of one second.
+    /// A project with these words, 0.4 seconds each; "|" is a pause of one second.
     static VideoProject spoken(const std::string& text, double duration = 0)
     {
         auto project = VideoProject::make("Clase");
@@ -48,7 +48,7 @@ protected:
     TranscriptCursor& reader() const { return *page().reader(); }
 
     QPoint at(int row) const { return page().mapToScene(page().rectOf(row).center()).toPoint(); }
-    /// A pause has the place behind a word.
+    /// The position of the pause after a word.
     QPoint behind(int row) const
     {
         return page().mapToScene(page().rectOf(row).center() + QPointF(page().rectOf(row).width() / 2 + 18, 0)).toPoint();
@@ -58,12 +58,12 @@ protected:
         for (int i = 1; i < times; ++i) {
             const int before = QTest::lastMouseTimestamp;
             QTest::mouseClick(view.get(), Qt::LeftButton, modifiers, place);
-            QTest::lastMouseTimestamp = before + 20; // QTest keeps clicks apart.
+            QTest::lastMouseTimestamp = before + 20; // QTest separates clicks otherwise.
         }
         press(place, modifiers);
         release(place, modifiers);
     }
-    /// Chooses an entry of the menu that is open.
+    /// Chooses an entry of the open menu.
     void choose(const QString& name)
     {
         QQuickItem* entry = nullptr;
@@ -141,22 +141,22 @@ TEST_F(ProseTests, CutsRestoresAndCopiesMarkedWords)
         EXPECT_THAT(project().edit.cuts.items(), ElementsAre(span));
         EXPECT_TRUE(reader().targetIsCut());
         key(pressed);
-        EXPECT_TRUE(project().edit.cuts.empty()) << "the same key restores";
+        EXPECT_TRUE(project().edit.cuts.empty()) << "the same key restores the words";
         model->undo();
         model->undo();
-        EXPECT_FALSE(model->canUndo()) << "a step each";
+        EXPECT_FALSE(model->canUndo()) << "one undo step each";
     }
     key(Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(QGuiApplication::clipboard()->text(), "vamos a ver");
 
-    // Of what is cut, a part is restored; the bar and its button do it, too.
+    // The button of the bar restores a part of a cut.
     key(Qt::Key_X);
     clickAt(at(5));
     click(QAccessible::Button, "Restaurar");
     EXPECT_THAT(project().edit.cuts.items(),
         ElementsAre(TimeSpan{words[4].start, words[5].start}, TimeSpan{words[5].end, words[6].end}));
 
-    // What is hidden is not reached.
+    // The caret skips hidden words.
     page().setCutHidden(true);
     EXPECT_TRUE(page().rectOf(4).isEmpty());
     clickAt(at(3));
@@ -184,7 +184,7 @@ TEST_F(ProseTests, CorrectsWordsInPlace)
     key(Qt::Key_F2);
     type(QStringLiteral("vamos todos juntos"));
     key(Qt::Key_Return);
-    EXPECT_EQ(project().edit.words[4].text, "vamos todos juntos") << "in one entry, which breaks in the page";
+    EXPECT_EQ(project().edit.words[4].text, "vamos todos juntos") << "stays one word, which wraps on the page";
     EXPECT_EQ(project().edit.words.size(), 16);
     for (int i = 0; i < 3; ++i)
         model->undo();
@@ -206,7 +206,7 @@ TEST_F(ProseTests, CutsAndShortensPauses)
     choose(QStringLiteral("Acortarla a 0,3 s"));
     EXPECT_NEAR(Transcript::remaining(pause, reader().cuts()), 0.3, 1e-9);
 
-    // All that are long; what it gains is said before.
+    // Shortens all long pauses; first shows how much time that saves.
     clickAt(centre(item("textMenu")));
     choose(QStringLiteral("Acortar pausas…"));
     ASSERT_TRUE(waitUntil([&] { return item("gain")->isVisible(); }));
@@ -218,7 +218,7 @@ TEST_F(ProseTests, CutsAndShortensPauses)
     click(QAccessible::Button, "Quitar muletillas (2)");
     EXPECT_EQ(reader().fillerCount(), 0);
     model->undo();
-    EXPECT_EQ(reader().fillerCount(), 2) << "one step";
+    EXPECT_EQ(reader().fillerCount(), 2) << "one undo step";
 }
 
 TEST_F(ProseTests, FindsAndReplaces)
@@ -245,12 +245,12 @@ TEST_F(ProseTests, FindsAndReplaces)
     EXPECT_EQ(project().edit.words[13].text, "baja.");
     EXPECT_EQ(reader().matchCount(), 0);
     model->undo();
-    EXPECT_EQ(reader().matchCount(), 2) << "one step, and the hits follow";
+    EXPECT_EQ(reader().matchCount(), 2) << "one undo step; the matches update";
     click(QAccessible::Button, "Reemplazar esta coincidencia");
     EXPECT_EQ(project().edit.words[12].text, "baja,");
     EXPECT_EQ(reader().matchRow(), 13);
 
-    // Across a correction, and out of it with Escape.
+    // Finds text across a correction. Escape leaves the search.
     model->editing()->correctWord(QString::fromStdString(project().edit.words[1].id.text()), QStringLiteral("a todas y"));
     item("search")->setProperty("text", QStringLiteral("y todos"));
     EXPECT_EQ(reader().matchRow(), 1);
@@ -282,12 +282,12 @@ TEST_F(ProseTests, KeepsTheSpokenWordAtAThirdUnlessTheUserScrolls)
     const double there = scrolled();
     player->tick(1806);
     player->tick(1812);
-    EXPECT_EQ(scrolled(), there) << "the text stays under the hand";
+    EXPECT_EQ(scrolled(), there) << "does not scroll away from the user";
     EXPECT_NE(reader().spokenRow(), -1);
     click(QAccessible::Button, "Volver a lo que suena");
     EXPECT_TRUE(waitUntil(isAtAThird));
 
-    // An edit above does not move what is read.
+    // An edit above does not move the visible text.
     model->pause();
     const int row = reader().spokenRow();
     const double y = page().rectOf(row).y();
@@ -327,7 +327,7 @@ TEST_F(ProseTests, MarksUnsureWords)
     EXPECT_NEAR(page().confidence(3), 0.2, 0.001);
 
     reader().correct(3, "Mañana");
-    EXPECT_THAT(unsure(), testing::IsEmpty()) << "a corrected word is sure";
+    EXPECT_THAT(unsure(), testing::IsEmpty()) << "a corrected word is not unsure";
     model->undo();
     EXPECT_THAT(unsure(), ElementsAre(3U));
     reader().cutSpan(project().edit.words[0].start, project().edit.words[1].end);
@@ -347,7 +347,7 @@ TEST_F(ProseTests, ExposesATextWithACaretToAssistiveTechnology)
     EXPECT_TRUE(whole.startsWith("Hola a todos. Hoy vamos")) << whole.toStdString();
     EXPECT_EQ(whole.count(u'\n'), 2);
     ASSERT_TRUE(seen->parent());
-    EXPECT_GE(seen->parent()->indexOfChild(seen), 0) << "it is found from the window down";
+    EXPECT_GE(seen->parent()->indexOfChild(seen), 0) << "reachable from the window";
 
     const int vamos = static_cast<int>(whole.indexOf("vamos"));
     text.setCursorPosition(vamos + 2);

@@ -4,11 +4,11 @@
 
 int main(int argc, char** argv)
 {
-    // A screen of the program's own: tests neither need a display nor show themselves on one.
+    // Tests neither need a display nor open windows on one.
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_QUICK_CONTROLS_STYLE", "Basic");
-    // What is kept between runs of the application is not kept here.
+    // Isolates the tests from the user's cache and settings.
     const QTemporaryDir home;
     qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toUtf8());
     qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
