@@ -56,7 +56,7 @@ public:
 
     /// The frame at exactly this time; null until it is read, and if it cannot be read.
     QImage frame(const FrameKey& key) const;
-    /// Replaces the queue of frames to read; the first is read first.
+    /// Replaces the queue of frames to read.
     void want(std::vector<FrameKey> frames);
 
     /// Whether waveforms are being read, and the progress, 0..1.

@@ -159,7 +159,7 @@ double PreviewScene::dipAt(double time) const
     const auto next = std::ranges::upper_bound(all, time, {}, [](const auto& kept) { return kept.span.start; });
     if (next != all.begin() && time < (next - 1)->span.end)
         return blackness(time, (next - 1)->span, (next - 1)->videoFade, static_cast<double>(project()->fps));
-    // A cut can be looked at while paused; playback jumps over it.
+    // The user can view a cut while paused; playback skips it.
     return playing && project()->edit.fade > 0 && !all.empty() ? 1 : 0;
 }
 
@@ -208,7 +208,7 @@ void PreviewScene::follow()
         ? PreviewGeometry::Zoom()
         : onPixels(PreviewGeometry::previewTransform(m_trail.zooms(), m_time, {m_frame.width(), m_frame.height()}),
               m_frameSize, m_pixel);
-    // Frames fade as a whole.
+    // Fades change from frame to frame, not in between.
     const double rate = std::max(static_cast<double>(shown->fps), 1.0);
     const double frame = std::floor(m_time * rate + 1e-3) / rate;
     m_dip = dipAt(frame);

@@ -12,7 +12,7 @@ class ProseAccessible final : public QAccessibleObject, public QAccessibleTextIn
 public:
     explicit ProseAccessible(ProsePage& page);
 
-    /// Registers the factory with Qt. May be called any number of times.
+    /// Registers the factory with Qt. Repeated calls have no effect.
     static void install();
     /// Notifies assistive technology that the caret or the selection moved, or that the text changed.
     static void tellCaret(ProsePage& page);

@@ -25,7 +25,7 @@ constexpr double wordScale = 40; ///< Scale from which drags snap to words, in p
 constexpr double notch = 120; ///< Angle delta of one wheel step, in eighths of a degree.
 
 /// Whether a drag snaps; Shift turns snapping off.
-bool holds(const QMouseEvent& event)
+bool isSnapping(const QMouseEvent& event)
 {
     return !event.modifiers().testFlag(Qt::ShiftModifier);
 }
@@ -68,10 +68,10 @@ void TimelineItem::setSnap(std::optional<double> time)
     emit snapChanged();
 }
 
-double TimelineItem::snapped(double time, std::span<const double> left, bool held)
+double TimelineItem::snapped(double time, std::span<const double> ignored, bool snaps)
 {
     setSnap(std::nullopt);
-    if (!held)
+    if (!snaps)
         return time;
     const auto selection = m_model->selectedSpan();
     std::array<double, 3> others{selection.start, selection.end, playhead()};
@@ -82,8 +82,8 @@ double TimelineItem::snapped(double time, std::span<const double> left, bool hel
         considered = considered.first(2);
     else if (makesSelection)
         considered = considered.last(1);
-    const auto words = m_scale.pixelsPerSecond() >= wordScale ? Snapping::Words::held : Snapping::Words::left;
-    const auto found = m_snapping.nearest(time, m_scale.seconds(snapDistance), words, considered, left);
+    const auto words = m_scale.pixelsPerSecond() >= wordScale ? Snapping::Words::included : Snapping::Words::ignored;
+    const auto found = m_snapping.nearest(time, m_scale.seconds(snapDistance), words, considered, ignored);
     setSnap(found);
     return found.value_or(time);
 }
@@ -106,7 +106,7 @@ void TimelineItem::mousePressEvent(QMouseEvent* event)
     choose(
         target.kind == Kind::cut || target.kind == Kind::zoom || target.kind == Kind::overlay ? target : TimelineTarget());
     if (target.kind == Kind::ruler)
-        drag(place, holds(*event));
+        drag(place, isSnapping(*event));
 }
 
 void TimelineItem::mouseMoveEvent(QMouseEvent* event)
@@ -118,10 +118,10 @@ void TimelineItem::mouseMoveEvent(QMouseEvent* event)
         return;
     m_drag->moved = true;
     setKeepMouseGrab(true);
-    drag(place, holds(*event));
+    drag(place, isSnapping(*event));
 }
 
-void TimelineItem::drag(QPointF place, bool held)
+void TimelineItem::drag(QPointF place, bool snaps)
 {
     // Dragging beyond an edge scrolls.
     if (place.x() < 0 || place.x() > width()) {
@@ -131,44 +131,44 @@ void TimelineItem::drag(QPointF place, bool held)
     const double time = m_scale.time(place.x());
     switch (m_drag->target.kind) {
     case Kind::ruler:
-        m_model->seek(snapped(time, {}, held));
+        m_model->seek(snapped(time, {}, snaps));
         break;
     case Kind::none:
     case Kind::selection:
-        dragSelection(time, held);
+        dragSelection(time, snaps);
         break;
     case Kind::cut:
     case Kind::zoom:
     case Kind::overlay:
         if (m_drag->target.movable()) {
-            m_draft = draggedSpan(std::clamp(time + m_drag->grip, -duration(), duration()), held);
+            m_draft = draggedSpan(std::clamp(time + m_drag->grip, -duration(), duration()), snaps);
             update();
         }
         break;
     }
 }
 
-void TimelineItem::dragSelection(double time, bool held)
+void TimelineItem::dragSelection(double time, bool snaps)
 {
     const auto& target = m_drag->target;
     double fixed = 0;
     if (target.kind == Kind::selection)
         fixed = target.part == Part::start ? target.span.end : target.span.start;
     else
-        fixed = snapped(m_scale.time(m_drag->from.x()), {}, held);
-    const double moved = snapped(time, {}, held);
+        fixed = snapped(m_scale.time(m_drag->from.x()), {}, snaps);
+    const double moved = snapped(time, {}, snaps);
     m_model->setSelectedSpan({std::min(fixed, moved), std::max(fixed, moved)});
 }
 
-TimeSpan TimelineItem::draggedSpan(double time, bool held)
+TimeSpan TimelineItem::draggedSpan(double time, bool snaps)
 {
     const auto& target = m_drag->target;
-    const std::array left{target.span.start, target.span.end};
-    double to = snapped(time, left, held);
+    const std::array ignored{target.span.start, target.span.end};
+    double to = snapped(time, ignored, snaps);
     // An item dragged as a whole also snaps with its end.
     if (target.part == Part::body && !m_snap) {
         const double length = target.span.duration();
-        to = snapped(time + length, left, held) - length;
+        to = snapped(time + length, ignored, snaps) - length;
     }
     return TimelineTargets::dragged(target, to, duration());
 }

@@ -136,7 +136,7 @@ signals:
     void preparingChanged();
     /// The user clicked a zoom point (`kind` "zoom") or an overlay ("overlay").
     void cardWanted(const QString& kind, const QString& id);
-    /// Requests an announcement by assistive technology.
+    /// Requests that assistive technology speak a text.
     void spoke(const QString& text);
 
 protected:
@@ -169,11 +169,11 @@ private:
     std::optional<TimelineTarget> targetOf(TimelineTarget::Kind kind, std::size_t index) const;
     void choose(const TimelineTarget& target);
     void apply(const TimelineTarget& target, TimeSpan span);
-    double snapped(double time, std::span<const double> left, bool held);
+    double snapped(double time, std::span<const double> ignored, bool snaps);
     void setSnap(std::optional<double> time);
-    void drag(QPointF place, bool held);
-    void dragSelection(double time, bool held);
-    TimeSpan draggedSpan(double time, bool held);
+    void drag(QPointF place, bool snaps);
+    void dragSelection(double time, bool snaps);
+    TimeSpan draggedSpan(double time, bool snaps);
     void endDrag();
 
     QPointer<AppModel> m_model;

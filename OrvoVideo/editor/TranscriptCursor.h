@@ -99,6 +99,7 @@ public:
     Q_INVOKABLE void correct(int row, const QString& text);
 
     Q_INVOKABLE void cutFillers();
+    // Spans and pauses in seconds.
     Q_INVOKABLE void cutSpan(double start, double end);
     Q_INVOKABLE void restoreSpan(double start, double end);
     Q_INVOKABLE void shortenPause(double start, double end);

@@ -62,7 +62,7 @@ public:
 
     struct Place {
         double x = 0; ///< Fraction of the width.
-        double y = 0;
+        double y = 0; ///< Fraction of the height.
 
         friend bool operator==(const Place&, const Place&) = default;
     };

@@ -13,17 +13,17 @@ constexpr double sameEdge = 0.001;
 /// Keeps the candidate nearest to a time.
 class Nearest {
 public:
-    Nearest(double time, double tolerance, std::span<const double> left)
+    Nearest(double time, double tolerance, std::span<const double> ignored)
         : m_time(time)
         , m_distance(tolerance)
-        , m_left(left)
+        , m_ignored(ignored)
     {
     }
 
     void consider(double candidate)
     {
         const double distance = std::abs(candidate - m_time);
-        if (!(distance <= m_distance) || std::ranges::find(m_left, candidate) != m_left.end())
+        if (!(distance <= m_distance) || std::ranges::find(m_ignored, candidate) != m_ignored.end())
             return;
         if (m_found && distance == m_distance)
             return;
@@ -44,7 +44,7 @@ public:
 private:
     double m_time;
     double m_distance;
-    std::span<const double> m_left;
+    std::span<const double> m_ignored;
     std::optional<double> m_found;
 };
 
@@ -93,14 +93,14 @@ void Snapping::show(const VideoProject& project)
 }
 
 std::optional<double> Snapping::nearest(
-    double time, double tolerance, Words words, std::span<const double> others, std::span<const double> left) const
+    double time, double tolerance, Words words, std::span<const double> others, std::span<const double> ignored) const
 {
-    Nearest nearest(time, tolerance, left);
+    Nearest nearest(time, tolerance, ignored);
     for (const double other : others)
         nearest.consider(other);
     nearest.considerSorted(m_edges);
     // Words come last: the user placed the other edges on purpose.
-    if (words == Words::held && !nearest.found())
+    if (words == Words::included && !nearest.found())
         nearest.considerSorted(m_wordEdges);
     return nearest.found();
 }

@@ -89,7 +89,7 @@ TEST(Snapping, SnapsToTheNearestEdge)
     snapping.show(project);
 
     const auto nearest = [&](double time, double tolerance) {
-        return snapping.nearest(time, tolerance, Snapping::Words::held, {}, {});
+        return snapping.nearest(time, tolerance, Snapping::Words::included, {}, {});
     };
     EXPECT_THAT(nearest(10.3, 0.5), Optional(10));
     EXPECT_THAT(nearest(11.4, 0.7), Optional(12));
@@ -100,12 +100,12 @@ TEST(Snapping, SnapsToTheNearestEdge)
     EXPECT_EQ(nearest(25, 1), std::nullopt);
 
     EXPECT_THAT(nearest(61.3, 0.5), Optional(61.25));
-    EXPECT_EQ(snapping.nearest(61.3, 0.5, Snapping::Words::left, {}, {}), std::nullopt);
+    EXPECT_EQ(snapping.nearest(61.3, 0.5, Snapping::Words::ignored, {}, {}), std::nullopt);
     const double playhead = 61.7;
-    EXPECT_THAT(snapping.nearest(61.45, 0.5, Snapping::Words::held, {&playhead, 1}, {}), Optional(playhead))
+    EXPECT_THAT(snapping.nearest(61.45, 0.5, Snapping::Words::included, {&playhead, 1}, {}), Optional(playhead))
         << "prefers other edges to words";
     const double own = 10;
-    EXPECT_EQ(snapping.nearest(10.3, 0.5, Snapping::Words::held, {}, {&own, 1}), std::nullopt);
+    EXPECT_EQ(snapping.nearest(10.3, 0.5, Snapping::Words::included, {}, {&own, 1}), std::nullopt);
 
     project.edit.cuts.edit().front().start = 9;
     project.edit.words = {};

@@ -158,8 +158,6 @@ TEST_F(TimelineTests, ShowsThePreviewAlone)
     EXPECT_TRUE(timeline().isVisible());
 }
 
-class KeyTests : public EditorFixture { };
-
 TEST_F(TimelineTests, ReadsNoFilesDuringRecording)
 {
     show(lesson());
@@ -169,6 +167,8 @@ TEST_F(TimelineTests, ReadsNoFilesDuringRecording)
         EXPECT_NE(timeline().preparing(), recorded);
     }
 }
+
+class KeyTests : public EditorFixture { };
 
 TEST_F(KeyTests, CutsFromTheKeyboardAlone)
 {
