@@ -81,7 +81,7 @@ Popup {
                 rowSpacing: Theme.space(5)
 
                 Repeater {
-                    model: ["Reproducir", "Moverse", "Editar", "Texto", "Línea de tiempo", "Biblioteca"]
+                    model: ["Reproducir", "Moverse", "Editar", "Texto", "Línea de tiempo", "Biblioteca", "Notas"]
 
                     ColumnLayout {
                         id: group

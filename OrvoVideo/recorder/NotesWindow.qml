@@ -55,40 +55,40 @@ ApplicationWindow {
                 root.rolling = false
         }
     }
-    Shortcut {
-        sequences: ["Space"]
+    component Key: Shortcut {
+        required property int command
+
+        sequences: Commands.shortcuts(command)
         enabled: !root.writing
+    }
+
+    Key {
+        command: Commands.RollNotes
         onActivated: root.rolling = !root.rolling
     }
-    Shortcut {
-        sequences: ["Down"]
-        enabled: !root.writing
-        onActivated: root.scroll(1)
-    }
-    Shortcut {
-        sequences: ["Up"]
-        enabled: !root.writing
+    Key {
+        command: Commands.ScrollNotesUp
         onActivated: root.scroll(-1)
     }
-    Shortcut {
-        sequences: ["PgDown"]
-        enabled: !root.writing
-        onActivated: root.scroll(6)
+    Key {
+        command: Commands.ScrollNotesDown
+        onActivated: root.scroll(1)
     }
-    Shortcut {
-        sequences: ["PgUp"]
-        enabled: !root.writing
+    Key {
+        command: Commands.PageNotesUp
         onActivated: root.scroll(-6)
     }
-    Shortcut {
-        sequences: ["Right", "+"]
-        enabled: !root.writing
-        onActivated: root.changeSpeed(5)
+    Key {
+        command: Commands.PageNotesDown
+        onActivated: root.scroll(6)
     }
-    Shortcut {
-        sequences: ["Left", "-"]
-        enabled: !root.writing
+    Key {
+        command: Commands.SlowNotes
         onActivated: root.changeSpeed(-5)
+    }
+    Key {
+        command: Commands.SpeedNotes
+        onActivated: root.changeSpeed(5)
     }
     Shortcut {
         sequences: [StandardKey.Close]
@@ -121,8 +121,8 @@ ApplicationWindow {
             OIconButton {
                 objectName: "notesRoll"
                 iconName: root.rolling ? "pause" : "play"
-                text: root.rolling ? "Detener el texto" : "Mover el texto solo"
-                shortcutText: "Espacio"
+                text: root.rolling ? "Detener el texto" : Commands.title(Commands.RollNotes)
+                shortcutText: Commands.keyText(Commands.RollNotes)
                 enabled: !root.writing
                 onClicked: root.rolling = !root.rolling
             }

@@ -96,6 +96,14 @@ constexpr Command table[]{
     {Commands::DuplicateProjects, Scope::Library, "Ctrl+D", "Duplicar"},
     {Commands::TrashProjects, Scope::Library, "Del", "Mover a la papelera"},
     {Commands::MarkAllProjects, Scope::Library, "Ctrl+A"},
+
+    {Commands::RollNotes, Scope::Notes, "Space", "", "Mover el texto solo"},
+    {Commands::ScrollNotesUp, Scope::Notes, "Up"},
+    {Commands::ScrollNotesDown, Scope::Notes, "Down"},
+    {Commands::PageNotesUp, Scope::Notes, "PgUp"},
+    {Commands::PageNotesDown, Scope::Notes, "PgDown"},
+    {Commands::SlowNotes, Scope::Notes, "Left", "", "", "-"},
+    {Commands::SpeedNotes, Scope::Notes, "Right", "", "", "+"},
 };
 
 constexpr const char* playing = "Reproducir";
@@ -104,6 +112,7 @@ constexpr const char* editing = "Editar";
 constexpr const char* text = "Texto";
 constexpr const char* view = "Línea de tiempo";
 constexpr const char* library = "Biblioteca";
+constexpr const char* notes = "Notas";
 
 /// A line of the sheet: the keys of up to two commands, or a gesture, and their effect.
 struct Line {
@@ -150,6 +159,10 @@ constexpr Line lines[]{
     {library, {Commands::DuplicateProjects}, "Duplicar los marcados"},
     {library, {Commands::TrashProjects}, "Mover los marcados a la papelera"},
     {library, {Commands::MarkAllProjects}, "Marcar todos; con Mayús ↑ ↓, unos cuantos"},
+    {notes, {Commands::RollNotes}, "Mover el texto solo o detenerlo"},
+    {notes, {Commands::ScrollNotesUp, Commands::ScrollNotesDown}, "Una línea"},
+    {notes, {Commands::PageNotesUp, Commands::PageNotesDown}, "Seis líneas"},
+    {notes, {Commands::SlowNotes, Commands::SpeedNotes}, "Más despacio y más rápido"},
 };
 
 /// Whether two lists of names, separated by blanks, have a name in common.
@@ -227,6 +240,10 @@ QString keyName(Qt::Key key)
         return QStringLiteral("Inicio");
     case Qt::Key_End:
         return QStringLiteral("Fin");
+    case Qt::Key_PageUp:
+        return QStringLiteral("Re Pág");
+    case Qt::Key_PageDown:
+        return QStringLiteral("Av Pág");
     case Qt::Key_Delete:
         return QStringLiteral("Supr");
     case Qt::Key_Return:
@@ -322,6 +339,11 @@ QString Commands::shortcut(Id command)
 {
     const auto& row = rowOf(command);
     return row.scope == Scope::Window ? QString::fromLatin1(row.keys) : QString();
+}
+
+QStringList Commands::shortcuts(Id command)
+{
+    return portable(rowOf(command).keys) + portable(rowOf(command).otherKeys);
 }
 
 std::optional<Commands::Id> Commands::find(Scope scope, QKeyCombination pressed)

@@ -3,6 +3,7 @@
 #include <QKeyCombination>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QVariantList>
 #include <QtQml/qqmlregistration.h>
 #include <optional>
@@ -93,6 +94,14 @@ public:
         DuplicateProjects,
         TrashProjects,
         MarkAllProjects,
+        // The speaker's notes
+        RollNotes,
+        ScrollNotesUp,
+        ScrollNotesDown,
+        PageNotesUp,
+        PageNotesDown,
+        SlowNotes,
+        SpeedNotes,
     };
     Q_ENUM(Id)
 
@@ -102,6 +111,7 @@ public:
         Editor, ///< Wherever the focus is in the editor, unless the focused item handles them.
         Text, ///< In the transcript.
         Library, ///< In the list of projects.
+        Notes, ///< In the window of the speaker's notes, while they are read.
     };
     Q_ENUM(Scope)
 
@@ -118,6 +128,9 @@ public:
 
     /// The key of a window shortcut, in Qt's portable form. Empty for a command of another scope.
     Q_INVOKABLE static QString shortcut(orvo::Commands::Id command);
+
+    /// All its keys for a shortcut, in Qt's portable form.
+    Q_INVOKABLE static QStringList shortcuts(orvo::Commands::Id command);
 
     /// The command of a key in `scope`; window commands also work in the editor. Treats keypad keys like the others.
     static std::optional<Id> find(Scope scope, QKeyCombination pressed);
