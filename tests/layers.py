@@ -13,7 +13,7 @@ import subprocess
 import sys
 from pathlib import Path
 
-WINDOWS = r"OrvoVideo/(ui|editor|recorder|settings|shell)\b"
+WINDOWS = r"OrvoVideo/(ui|editor|help|recorder|settings|shell)\b"
 
 # The sources of the first folder see none of the second; "\1" is the folder itself.
 FORBIDDEN = [
@@ -21,10 +21,14 @@ FORBIDDEN = [
     (r"VideoMedia", r"(?!VideoCore|VideoMedia).*"),
     (r"Platform/workspace", r"OrvoVideo|OrvoServer|OrvoBridge|cli"),
     (r"Platform/(?!workspace)\w+", r"VideoMedia|OrvoVideo|OrvoServer|OrvoBridge|cli"),
-    (r"(OrvoVideo/(?:capture|playback|transcription|publishing))", r"OrvoVideo/(?!gstreamer\b)(?!\1\b)|OrvoServer|OrvoBridge|cli"),
+    (r"(OrvoVideo/(?:capture|playback|transcription|publishing|library))", r"OrvoVideo/(?!gstreamer\b)(?!\1\b)|OrvoServer|OrvoBridge|cli"),
+    (r"OrvoVideo/gstreamer", r"VideoMedia|Platform|OrvoVideo/(?!gstreamer\b)|OrvoServer|OrvoBridge|cli"),
+    (r"OrvoVideo/equipment", r"OrvoVideo/(?!equipment\b|capture\b|transcription\b)|OrvoServer|OrvoBridge|cli"),
     (r"OrvoVideo/(?:model|preview)", WINDOWS + r"|OrvoServer|OrvoBridge|cli"),
     (r"(OrvoVideo/ui)", r"OrvoVideo/(?!ui\b)|OrvoServer|OrvoBridge|cli"),
-    (r"(OrvoVideo/(?:editor|recorder|settings))", r"OrvoVideo/(?:editor|recorder|settings|shell)\b(?<!\1)|OrvoServer|OrvoBridge|cli"),
+    (r"(OrvoVideo/(?:editor|recorder|settings))", r"OrvoVideo/(?:editor|help|recorder|settings|shell)\b(?<!\1)|OrvoServer|OrvoBridge|cli"),
+    (r"OrvoVideo/help", r"OrvoVideo/(?:editor|settings|shell)\b|OrvoServer|OrvoBridge|cli"),
+    (r"OrvoVideo/shell", r"OrvoServer|OrvoBridge|cli"),
     (r"cli", WINDOWS + r"|OrvoVideo/model|OrvoServer|OrvoBridge"),
     (r"OrvoBridge", r"VideoMedia|OrvoVideo|OrvoServer|cli"),
     (r"OrvoServer", r"VideoMedia|Platform|OrvoVideo|OrvoBridge|cli"),
