@@ -127,16 +127,16 @@ ExportEstimate ExportEstimate::of(const VideoProject& project, const ExportSetti
     const double share = pace.bitShare > 0 ? pace.bitShare : usualBitShare;
     ExportEstimate estimate{.duration = ExportService::exportedDuration(project, settings)};
     const double pixels = megapixels(project, settings);
-    const double sound = audioBits * estimate.duration;
+    const double audioTotal = audioBits * estimate.duration;
     switch (settings.format) {
     case ExportFormat::mp4:
     case ExportFormat::webm:
         estimate.seconds = pixels * work * (settings.format == ExportFormat::webm ? webmWork : 1);
-        estimate.bytes = (videoBits(project, settings) * share + sound) / 8;
+        estimate.bytes = (videoBits(project, settings) * share + audioTotal) / 8;
         break;
     case ExportFormat::audio:
         estimate.seconds = estimate.duration / audioSpeed;
-        estimate.bytes = sound / 8;
+        estimate.bytes = audioTotal / 8;
         break;
     case ExportFormat::gif:
         estimate.seconds = pixels * work * 2;

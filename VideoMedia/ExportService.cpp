@@ -173,7 +173,7 @@ private:
     /// Whether a file of subtitles belongs to the result.
     bool hasCaptions() const { return hasSubtitleFile(m_settings); }
 
-    FilmAudio sound(const WorkFolder& work) const
+    FilmAudio audio(const WorkFolder& work) const
     {
         return {m_ffmpeg, m_project, m_sources.inputs, m_settings, work.path()};
     }
@@ -206,7 +206,7 @@ private:
             renderBeside(work, target, ExportFormats::webmEncoder(), progress);
             break;
         case ExportFormat::audio:
-            sound(work).make(target, progress, m_stop); // Without decoding a frame.
+            audio(work).make(target, progress, m_stop); // Without decoding a frame.
             break;
         case ExportFormat::gif: {
             constexpr double filmShare = 0.7; // Of the time that both take.
@@ -289,12 +289,16 @@ private:
         const fs::path folder = target.parent_path() / "pieces"; // Where the whole film has to fit, too.
         fs::create_directories(folder);
         PieceCache cache;
-        const bool done = film->make(
-            target, folder,
-            [&](const fs::path& file, const std::string& version, const std::stop_token& stop) {
-                sound(work).makeWith(cache, version, file, stop);
-            },
-            cache, progress, m_stop);
+        const auto makeAudio = [&](const fs::path& file, const std::string& version, const std::stop_token& stop) {
+            audio(work).makeWith(cache, version, file, stop);
+        };
+        bool done = false;
+        try {
+            done = film->make(target, folder, makeAudio, cache, progress, m_stop);
+        } catch (...) {
+            cache.trim(); // Pieces that were complete are kept.
+            throw;
+        }
         fs::remove_all(folder);
         cache.trim();
         return done;
@@ -361,10 +365,10 @@ private:
     void renderBeside(
         const WorkFolder& work, const fs::path& target, const VideoEncoder& encoder, const ProgressCallback& progress) const
     {
-        const WorkFolder beside(fs::temp_directory_path(), "orvo-sound");
+        const WorkFolder beside(fs::temp_directory_path(), "orvo-audio");
         const fs::path mixed = beside / "mixed.wav";
         PipedRuns::run(
-            mixed, [&](const std::stop_token& stop) { sound(work).mix(mixed, stop); },
+            mixed, [&](const std::stop_token& stop) { audio(work).mix(mixed, stop); },
             [&](const std::stop_token& stop) { render(work, mixed, target, encoder, progress, stop); }, m_stop);
     }
 
@@ -372,7 +376,7 @@ private:
         const ProgressCallback& progress, const std::stop_token& stop) const
     {
         writeFileAtomically(work / "filters.txt",
-            RenderGraph::frame(m_project, m_sources.inputs,
+            RenderGraph::video(m_project, m_sources.inputs,
                 {.size = outputSize(),
                     .fps = m_settings.fps,
                     .annotations = work / "annotations.ass",

@@ -44,7 +44,7 @@ void FilmAudio::mix(const fs::path& target, const std::stop_token& stop) const
 
 void FilmAudio::make(const fs::path& target, const ProgressCallback& progress, const std::stop_token& stop) const
 {
-    const WorkFolder beside(fs::temp_directory_path(), "orvo-sound");
+    const WorkFolder beside(fs::temp_directory_path(), "orvo-audio");
     const fs::path mixed = beside / "mixed.wav";
     PipedRuns::run(
         mixed, [&](const std::stop_token& either) { mix(mixed, either); },
@@ -116,7 +116,7 @@ std::string FilmAudio::mixKey(const std::string& version) const
 void FilmAudio::cut(
     const fs::path& mixed, const fs::path& target, const ProgressCallback& progress, const std::stop_token& stop) const
 {
-    const fs::path graph = m_work / "sound.txt";
+    const fs::path graph = m_work / "audio.txt";
     writeFileAtomically(graph, RenderGraph::audio(m_project, m_settings.fps));
     const double playable = m_project.playableDuration();
     Arguments arguments = ExportFormats::commonArguments();

@@ -265,7 +265,7 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
     }
     const auto copies =
         StreamedFilm::copiesInto(rungs.back().step, project.fps, movie, ffmpeg, plain.path() / "packets.txt", stop);
-    rungs.back().isCopied = copies.frame;
+    rungs.back().isCopied = copies.video;
 
     Outcome outcome;
     using Audio = Encoding::Audio;

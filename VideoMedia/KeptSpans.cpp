@@ -17,7 +17,7 @@ constexpr double minStart = 1e-4; ///< Seconds; an earlier span begins with the 
 
 /// The fades of a kept span, in seconds.
 struct Fades {
-    double picture = 0; ///< At both ends.
+    double video = 0; ///< At both ends.
     double audioIn = 0;
     double audioOut = 0;
 };
@@ -31,7 +31,7 @@ Fades fadesOf(const VideoProject& project, const TimeSpan& span)
     const auto within = [&](double fade) { return length < 0 ? fade : std::min(length / maxFadeShare, fade); };
     const double ramp = within(std::max(longest, minRamp));
     const double frame = project.fps > 0 ? 1 / static_cast<double>(project.fps) : 0.1;
-    return {.picture = within(longest),
+    return {.video = within(longest),
         .audioIn = span.start > 0 ? ramp : within(longest),
         .audioOut = span.end < project.duration - frame ? ramp : within(longest)};
 }
@@ -99,7 +99,7 @@ std::vector<KeptSpan> keptSpans(const VideoProject& project, std::int64_t fps)
     for (const auto& span :
         frameAligned(Timeline::kept(project.duration, project.edit.cuts), std::max<std::int64_t>(fps, 1))) {
         const Fades fades = fadesOf(project, span);
-        result.push_back({.span = span, .videoFade = fades.picture, .audioIn = fades.audioIn, .audioOut = fades.audioOut});
+        result.push_back({.span = span, .videoFade = fades.video, .audioIn = fades.audioIn, .audioOut = fades.audioOut});
     }
     return result;
 }

@@ -114,7 +114,7 @@ public:
         , m_work(work)
         , m_cache(cache)
         , m_onStop(stop, [this] { m_stop.request_stop(); })
-        , m_runs(sideBySide(m_recipe.size))
+        , m_runs(m_recipe.runs > 0 ? m_recipe.runs : sideBySide(m_recipe.size))
         , m_version(film.m_version)
         , m_facts(m_pieces.size())
         , m_done(m_pieces.size())
@@ -181,7 +181,7 @@ public:
 
 private:
     fs::path pieceFile(std::size_t n) const { return m_work / std::format("piece{}.mp4", n); }
-    fs::path audioFile() const { return m_work / "sound.m4a"; }
+    fs::path audioFile() const { return m_work / "audio.m4a"; }
 
     /// Runs a thread's job. The first failure stops the others.
     void guard(const std::function<void()>& job)

@@ -40,6 +40,7 @@ public:
         bool quickSharpening = false; ///< See `RenderGraph::PictureSettings`.
         Arguments encoder; ///< Its name and options, but for threads and forced key frames.
         Arguments container; ///< Options of the result.
+        int runs = 0; ///< Runs of ffmpeg side by side; 0 for as many as this machine has cores and memory for.
     };
 
     /// Makes the complete audio of the film in a file. `version` identifies the ffmpeg in use. Called on a thread of its

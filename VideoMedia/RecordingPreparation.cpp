@@ -174,9 +174,9 @@ private:
         const auto encode = [&](const VideoEncoder& encoder) {
             // Encoders take only even sizes; browsers and imported movies may have others.
             const std::string even = videoStart(track) + "pad=ceil(iw/2)*2:ceil(ih/2)*2";
-            Arguments frame{"-i", source.string(), "-vf", encoder.upload.empty() ? even : even + "," + encoder.upload};
-            append(frame, encoder.arguments(videoBitRate));
-            convert(track, encoder.device, std::move(frame), target);
+            Arguments video{"-i", source.string(), "-vf", encoder.upload.empty() ? even : even + "," + encoder.upload};
+            append(video, encoder.arguments(videoBitRate));
+            convert(track, encoder.device, std::move(video), target);
         };
         const auto arguments = [](const VideoEncoder& encoder) { return encoder.arguments(videoBitRate); };
         return encodeWithBest(m_ffmpeg, {.size = sizeOf(source), .arguments = arguments}, encode, m_stop);

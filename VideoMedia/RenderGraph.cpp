@@ -303,10 +303,10 @@ private:
         std::string last = m_settings.subtitles.empty() ? "" : assFilter(m_settings.subtitles);
         if (!m_settings.upload.empty())
             last += (last.empty() ? "" : ",") + m_settings.upload;
-        const std::string_view frame = last.empty() ? "[vout]" : "[vjoined]";
-        m_chains.add(std::format("{}concat=n={}:v=1:a=1{}[aout]", joined, count, frame));
+        const std::string_view video = last.empty() ? "[vout]" : "[vjoined]";
+        m_chains.add(std::format("{}concat=n={}:v=1:a=1{}[aout]", joined, count, video));
         if (!last.empty())
-            m_chains.add(std::format("{}{}[vout]", frame, last));
+            m_chains.add(std::format("{}{}[vout]", video, last));
     }
 
     /// The fades of a span that a part shows something of.
@@ -388,7 +388,7 @@ bool isVisibleVideo(const MediaTrack& track)
     return track.kind == TrackKind::screen || track.kind == TrackKind::clip;
 }
 
-std::string frame(const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings)
+std::string video(const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings)
 {
     return VideoGraph(project, inputs, settings).text();
 }

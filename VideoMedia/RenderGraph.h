@@ -65,7 +65,7 @@ struct VideoSettings {
 
 /// The graph that produces "[vout]" and "[aout]". Its inputs are `inputs`, then the mixed audio, then one image for
 /// each image overlay in document order. Drops frames inside cuts as early as possible.
-std::string frame(const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings);
+std::string video(const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings);
 
 /// The graph that produces "[vout]" with the frames of one piece, which begin at 0: the same ones that `picture` has at its
 /// place. `inputs` are those with a picture that is seen: one screen or clip, and the camera. They are read from any key

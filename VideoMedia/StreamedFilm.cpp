@@ -128,12 +128,12 @@ Copies copiesInto(const HlsLadder::Rendition& step, std::int64_t fps, const fs::
     Copies copies;
     try {
         const auto facts = FfprobeMediaProbe().facts(film, stop);
-        copies.sound = isStepAudio(facts);
+        copies.audio = isStepAudio(facts);
         if (isStepVideo(facts, step)) {
             ProcessRunner::run(ffmpeg,
                 ffmpegArguments({"-i", film.string(), "-map", "0:v:0", "-c", "copy", "-f", "framecrc", scratch.string()}),
                 {}, 0, stop);
-            copies.picture = areSegments(packetsIn(readFile(scratch)), step, fps);
+            copies.video = areSegments(packetsIn(readFile(scratch)), step, fps);
         }
     } catch (const std::exception&) { // Making the steps reports what is wrong with the film.
     }

@@ -168,7 +168,7 @@ void checkGraphs(const VideoProject& project)
     std::string path = project.title;
     std::erase(path, '\0'); // No path has one.
     const RenderGraph::VideoSettings settings{.size = size, .fps = 30, .annotations = path, .upload = {}};
-    check(RenderGraph::frame(project, inputs, settings), path, {{"vout", 1}, {"aout", 1}});
+    check(RenderGraph::video(project, inputs, settings), path, {{"vout", 1}, {"aout", 1}});
 }
 
 } // namespace

@@ -147,7 +147,7 @@ void CaptureEngine::openStreams(
     if (options.camera)
         camera = std::make_unique<SteadyCamera>(options.cameraDevice, to(TrackKind::camera));
     if (options.systemAudio)
-        systemAudio = AudioStream::open(AudioStream::Input::systemSound, options.systemAudioDevice, to(TrackKind::system));
+        systemAudio = AudioStream::open(AudioStream::Input::systemAudio, options.systemAudioDevice, to(TrackKind::system));
     // Drops what the others delivered so far: the recording starts with the screen.
     {
         const std::lock_guard lock(m_stateMutex);

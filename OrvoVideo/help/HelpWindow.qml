@@ -163,7 +163,7 @@ ApplicationWindow {
                         required property string title
                         required property bool chapter
                         required property string text
-                        required property list<string> frames
+                        required property list<string> pictures
 
                         width: pages.width - Theme.space(4)
                         spacing: Theme.space(2)
@@ -197,7 +197,7 @@ ApplicationWindow {
                             Accessible.name: page.text
                         }
                         Repeater {
-                            model: page.frames
+                            model: page.pictures
 
                             Image {
                                 required property string modelData

@@ -44,7 +44,7 @@ struct PreviewEngine::Composition {
     QSize size;
     CompositionLayout layout;
     std::vector<VideoFile> video; ///< In the order of the layout's clips.
-    std::vector<std::shared_ptr<AudioTrack>> sound; ///< By index in the description; null for a file without audio.
+    std::vector<std::shared_ptr<AudioTrack>> audio; ///< By index in the description; null for a file without audio.
     std::shared_ptr<PlaybackClock> clock;
 };
 
@@ -179,7 +179,7 @@ void PreviewEngine::perform(Orders orders, const std::stop_token& stop)
         m_shelf.clear();
         m_convertedSample = {};
         m_convertedImage = m_shownImage = {};
-        m_listener.picture({});
+        m_listener.frame({});
     }
     if (orders.displaySize && *orders.displaySize != std::exchange(m_displaySize, *orders.displaySize) && m_composition) {
         m_upcoming.reset();
@@ -188,8 +188,8 @@ void PreviewEngine::perform(Orders orders, const std::stop_token& stop)
     if (orders.load)
         performLoad(orders.load->first, orders.load->second, stop);
     for (const auto& [index, volume] : orders.volumes) {
-        if (m_composition && index < m_composition->sound.size() && m_composition->sound[index])
-            m_composition->sound[index]->setGain(volume);
+        if (m_composition && index < m_composition->audio.size() && m_composition->audio[index])
+            m_composition->audio[index]->setGain(volume);
     }
     if (orders.seek)
         performSeek(*orders.seek, stop);
@@ -298,12 +298,12 @@ std::shared_ptr<PreviewEngine::Composition> PreviewEngine::open(
     std::vector<std::shared_ptr<AudioTrack>> heard;
     for (const auto& clip : description.audio) {
         const MediaFacts facts = factsOf(clip.file, stop);
-        composition->sound.emplace_back();
+        composition->audio.emplace_back();
         if (facts.audioStreams == 0)
             continue;
         audioEnd = std::max(audioEnd, clip.start + facts.duration.value_or(0));
-        composition->sound.back() = std::make_shared<AudioTrack>(clip.file, clip.start, clip.volume);
-        heard.push_back(composition->sound.back());
+        composition->audio.back() = std::make_shared<AudioTrack>(clip.file, clip.start, clip.volume);
+        heard.push_back(composition->audio.back());
     }
     openAll(composition->video, stop);
     for (const auto& track : heard)
@@ -378,12 +378,12 @@ QImage PreviewEngine::frameOf(
     if (!place)
         return m_converter.black(canvas());
     VideoSource& source = m_shelf.source(m_composition->video[place->clip]);
-    const auto picture = source.pictureAt(place->time, want, stop, giveUp);
-    if (!picture.sample)
+    const auto decoded = source.frameAt(place->time, want, stop, giveUp);
+    if (!decoded.sample)
         return m_converter.black(canvas());
-    if (picture.sample.data != m_convertedSample.data || m_convertedImage.size() != canvas()) {
-        m_convertedImage = m_converter.convert(picture.sample, canvas());
-        m_convertedSample = picture.sample;
+    if (decoded.sample.data != m_convertedSample.data || m_convertedImage.size() != canvas()) {
+        m_convertedImage = m_converter.convert(decoded.sample, canvas());
+        m_convertedSample = decoded.sample;
     }
     return m_convertedImage;
 }
@@ -404,7 +404,7 @@ void PreviewEngine::show(QImage image)
     if (image.isNull() || image.cacheKey() == m_shownImage.cacheKey())
         return;
     m_shownImage = image;
-    m_listener.picture(std::move(image));
+    m_listener.frame(std::move(image));
 }
 
 // Playing

@@ -28,7 +28,7 @@ class PreviewEngine {
 public:
     /// Called on the engine's thread.
     struct Listener {
-        std::function<void(QImage)> picture;
+        std::function<void(QImage)> frame;
         std::function<void(std::uint64_t load)> loaded;
         std::function<void(std::uint64_t load, std::string reason)> failed;
         std::function<void(std::uint64_t seek, double seconds)> sought;

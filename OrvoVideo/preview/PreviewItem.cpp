@@ -85,24 +85,24 @@ void PreviewItem::itemChange(ItemChange change, const ItemChangeData& value)
 
 QSGNode* PreviewItem::updatePaintNode(QSGNode* node, UpdatePaintNodeData*)
 {
-    auto* picture = static_cast<QSGImageNode*>(node);
+    auto* imageNode = static_cast<QSGImageNode*>(node);
     if (m_frame.isNull()) {
-        delete picture;
+        delete imageNode;
         return nullptr;
     }
-    const bool isNew = picture == nullptr;
+    const bool isNew = imageNode == nullptr;
     if (isNew) {
-        picture = window()->createImageNode();
-        picture->setOwnsTexture(true);
-        picture->setFiltering(QSGTexture::Linear);
+        imageNode = window()->createImageNode();
+        imageNode->setOwnsTexture(true);
+        imageNode->setFiltering(QSGTexture::Linear);
     }
     if (std::exchange(m_hasNewFrame, false) || isNew) {
         QSGTexture* texture = window()->createTextureFromImage(m_frame, QQuickWindow::TextureIsOpaque);
-        picture->setTexture(texture);
-        picture->setSourceRect(QRectF(QPointF(), QSizeF(m_frame.size())));
+        imageNode->setTexture(texture);
+        imageNode->setSourceRect(QRectF(QPointF(), QSizeF(m_frame.size())));
     }
-    picture->setRect(m_frameRect);
-    return picture;
+    imageNode->setRect(m_frameRect);
+    return imageNode;
 }
 
 } // namespace orvo

@@ -100,7 +100,7 @@ ItemDelegate {
             }
         }
         Rectangle {
-            id: picture
+            id: thumbnail
 
             x: Theme.space(1)
             anchors.verticalCenter: parent.verticalCenter
@@ -128,7 +128,7 @@ ItemDelegate {
             }
         }
         Column {
-            anchors.left: picture.right
+            anchors.left: thumbnail.right
             anchors.leftMargin: Theme.space(2.5)
             anchors.right: remove.visible ? remove.left : parent.right
             anchors.verticalCenter: parent.verticalCenter

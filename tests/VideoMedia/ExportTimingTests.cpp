@@ -205,7 +205,7 @@ TEST_F(ExportTiming, AGraphOfHundredsOfCutsTakesLittleMemory)
     const std::vector<RenderGraph::Input> inputs{{.track = project.tracks.items().front(), .file = "screen.mov"}};
     const auto peak = [&] {
         writeFileAtomically(folder / "graph.txt",
-            RenderGraph::frame(project, inputs, {.size = size, .annotations = folder / "annotations.ass"}));
+            RenderGraph::video(project, inputs, {.size = size, .annotations = folder / "annotations.ass"}));
         ProcessRunner::run(*ProcessRunner::ffmpeg(),
             {"-filter_complex_threads", "1", "-f", "lavfi", "-i", "color=size=64x36:rate=30:duration=120", "-f", "lavfi",
                 "-i", "anullsrc=r=48000:cl=stereo,atrim=duration=120", "-/filter_complex", folder / "graph.txt", "-map",

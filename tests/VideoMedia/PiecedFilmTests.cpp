@@ -1,6 +1,7 @@
 #include "ExportFixture.h"
 #include "VideoCore/FileIO.h"
 #include "VideoMedia/PieceCache.h"
+#include "VideoMedia/PiecedFilm.h"
 #include "VideoMedia/Pieces.h"
 #include "VideoMedia/ProcessRunner.h"
 #include "VideoMedia/RenderGraph.h"
@@ -184,7 +185,7 @@ TEST_F(PiecedFilmTests, DrawsTheFramesOfTheWholeFilm)
         if (!zooms)
             std::erase_if(project.edit.events.edit(), [](const auto& event) { return event.kind == PointerKind::zoom; });
         const RenderGraph::VideoSettings settings{.size = size, .annotations = annotations};
-        const auto whole = hashes(project, RenderGraph::frame(project, inputs, settings),
+        const auto whole = hashes(project, RenderGraph::video(project, inputs, settings),
             {"-i", inputs[0].file, "-i", inputs[1].file, "-f", "lavfi", "-i", "anullsrc=r=48000:duration=48"});
         std::vector<std::string> joined;
         for (const auto& piece : RenderGraph::piecesOf(project, 30)) {
@@ -244,6 +245,36 @@ TEST_F(PiecedFilmTests, ShowsTheRightFramesOfIrregularRecordings)
 
     EXPECT_EQ(numbersIn(film), expected);
     EXPECT_GT(films(kept(), piecesFolder()), 2U);
+}
+
+/// Made by several runs at once, and by one that encodes in another way than the others.
+TEST_F(PiecedFilmTests, JoinsThePiecesOfSeveralRunsIfTheyFit)
+{
+    makePlain();
+    makeScreen();
+    const fs::path ffmpeg = *ProcessRunner::ffmpeg();
+    const fs::path other = folder / "other-ffmpeg";
+    writeFileAtomically(other, std::format("#!/bin/bash\n[[ \"$*\" == *piece2.mp4* ]] && set -- \"${{@/ultrafast/veryfast}}\"\nexec '{}' \"$@\"\n", ffmpeg.string()));
+    fs::permissions(other, fs::perms::owner_all);
+    const auto made = [&](const fs::path& program) {
+        PiecedFilm::Recipe recipe{.ffmpeg = program, .project = project, .size = {.width = 320, .height = 180}, .fps = 30,
+            .encoder = {"-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p"}, .container = {"-f", "mp4"}, .runs = 3};
+        recipe.sources.push_back(
+            {.input = {.track = project.tracks.front(), .file = store.directory(project.id) / "media/screen.mov"}, .decoding = {}});
+        const auto film = PiecedFilm::of(std::move(recipe));
+        EXPECT_TRUE(film);
+        const TemporaryFolder work;
+        PieceCache cache(work / "cache");
+        return film && film->make(folder / "film.mp4", work.path(), [&](const fs::path& target, const std::string&, const std::stop_token& stop) {
+            ProcessRunner::run(ffmpeg, {"-v", "error", "-f", "lavfi", "-i", "anullsrc=r=48000:duration=37", "-c:a", "aac", target.string()}, {}, 0, stop);
+        }, cache);
+    };
+
+    EXPECT_TRUE(made(ffmpeg));
+    EXPECT_EQ(numbersIn(folder / "film.mp4"), expectedNumbers());
+    fs::remove(folder / "film.mp4");
+    EXPECT_FALSE(made(other)) << "a decoder would need other parameters in the middle of the film";
+    EXPECT_FALSE(fs::exists(folder / "film.mp4"));
 }
 
 TEST_F(PiecedFilmTests, EncodesOnlyWhatAnEditChanged)

@@ -34,7 +34,7 @@ std::vector<Input> inputsOf(const VideoProject& project)
 
 std::string frameOf(const VideoProject& project)
 {
-    return RenderGraph::picture(project, inputsOf(project),
+    return RenderGraph::video(project, inputsOf(project),
         {.size = RenderGraph::outputSize(project, 1080),
             .fps = 30,
             .annotations = "/library/annotations.ass",
@@ -123,7 +123,7 @@ TEST(RenderGraph, PutsEveryStepInItsPlace)
     project.edit.cuts = {{4, 5}, {8, 8.3}};
     project.edit.sharpen = true;
     project.edit.fade = 1;
-    EXPECT_TRUE(matchesGolden("every-step.picture.txt", frameOf(project)));
+    EXPECT_TRUE(matchesGolden("every-step.video.txt", frameOf(project)));
     EXPECT_TRUE(matchesGolden("every-step.audio.txt", mixOf(project)));
 }
 
@@ -131,7 +131,7 @@ TEST(RenderGraph, ReadsOneSpanWithoutSplitting)
 {
     auto project = screenProject();
     project.edit.fade = 0;
-    EXPECT_TRUE(matchesGolden("one-span.picture.txt", frameOf(project)));
+    EXPECT_TRUE(matchesGolden("one-span.video.txt", frameOf(project)));
     project.edit.fade = 0.5;
     EXPECT_THAT(frameOf(project), HasSubstr("fade=t=in:d=0.5,fade=t=out:st=11.5:d=0.5[v0]"));
     EXPECT_THAT(frameOf(project), HasSubstr("trim=duration=12.0[source0]")) << "a single clip has no fade of its own";
@@ -161,7 +161,7 @@ TEST(RenderGraph, MixesWhatIsAudible)
 TEST(RenderGraph, UploadsTheFinishedFrameToHardware)
 {
     const auto project = screenProject();
-    const auto graph = RenderGraph::picture(
+    const auto graph = RenderGraph::video(
         project, inputsOf(project), {.size = {2, 2}, .fps = 30, .annotations = "/a.ass", .upload = "format=nv12,hwupload"});
     EXPECT_TRUE(graph.ends_with("concat=n=1:v=1:a=1[vjoined][aout];\n[vjoined]format=nv12,hwupload[vout]"));
 }

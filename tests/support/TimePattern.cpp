@@ -35,15 +35,15 @@ std::vector<double> frameTimes(const std::filesystem::path& file)
 
 } // namespace
 
-std::optional<double> timeIn(const Picture& picture, int windowX, int windowY)
+std::optional<double> timeIn(const Frame& frame, int windowX, int windowY)
 {
     std::uint32_t milliseconds = 0;
     for (int bit = 0; bit < bits; ++bit) {
         const int x = windowX + left + bit * block + block / 2;
         const int y = windowY + top + block / 2;
-        if (x < 0 || y < 0 || x >= picture.width || y >= picture.height)
+        if (x < 0 || y < 0 || x >= frame.width || y >= frame.height)
             return std::nullopt;
-        const int brightness = picture.at(x, y).brightness();
+        const int brightness = frame.at(x, y).brightness();
         if (brightness > dark && brightness < bright)
             return std::nullopt;
         milliseconds = milliseconds << 1 | (brightness >= bright ? 1 : 0);
@@ -51,14 +51,14 @@ std::optional<double> timeIn(const Picture& picture, int windowX, int windowY)
     return milliseconds / 1000.0;
 }
 
-std::vector<Frame> framesOf(const std::filesystem::path& file, int windowX, int windowY)
+std::vector<TimedFrame> framesOf(const std::filesystem::path& file, int windowX, int windowY)
 {
     const auto times = frameTimes(file);
-    auto pictures = decodeFrames(file);
-    std::vector<Frame> frames;
-    for (auto&& [time, picture] : std::views::zip(times, pictures)) {
-        const auto shown = timeIn(picture, windowX, windowY);
-        frames.push_back({.time = time, .shown = shown, .picture = std::move(picture)});
+    auto decoded = decodeFrames(file);
+    std::vector<TimedFrame> frames;
+    for (auto&& [time, frame] : std::views::zip(times, decoded)) {
+        const auto shown = timeIn(frame, windowX, windowY);
+        frames.push_back({.time = time, .shown = shown, .frame = std::move(frame)});
     }
     return frames;
 }
@@ -82,12 +82,12 @@ std::vector<double> toneStarts(const std::filesystem::path& file)
     return starts;
 }
 
-std::vector<double> flashStarts(const std::vector<Frame>& frames)
+std::vector<double> flashStarts(const std::vector<TimedFrame>& frames)
 {
     std::vector<double> starts;
     bool before = true;
     for (const auto& frame : frames) {
-        const bool flashes = frame.picture.mean(0.4, 0.7, 0.6, 0.9).brightness() > bright;
+        const bool flashes = frame.frame.mean(0.4, 0.7, 0.6, 0.9).brightness() > bright;
         if (flashes && !before && frame.shown)
             starts.push_back(frame.time - (*frame.shown - std::floor(*frame.shown)));
         before = flashes;

@@ -24,22 +24,22 @@ inline constexpr double tone = 1000; ///< Hertz.
 
 /// The time that a recorded picture of the window shows, in seconds, when the window lies there in it; nothing when there is
 /// none to be read.
-std::optional<double> timeIn(const Picture& frame, int windowX = 0, int windowY = 0);
+std::optional<double> timeIn(const Frame& frame, int windowX = 0, int windowY = 0);
 
 /// A frame of a file.
-struct Frame {
+struct TimedFrame {
     double time = 0; ///< When it is shown, in seconds of the file.
     std::optional<double> shown; ///< The time in the picture.
-    Picture frame;
+    Frame frame;
 };
 
 /// Every frame of a file's first video stream, with the window there in its pictures.
-std::vector<Frame> framesOf(const std::filesystem::path& file, int windowX = 0, int windowY = 0);
+std::vector<TimedFrame> framesOf(const std::filesystem::path& file, int windowX = 0, int windowY = 0);
 
 /// When tones begin in a sound file, in seconds of the file.
 std::vector<double> toneStarts(const std::filesystem::path& file);
 
 /// When flashes begin among these frames: each at the first frame that shows it, less by how late that came by its own time.
-std::vector<double> flashStarts(const std::vector<Frame>& frames);
+std::vector<double> flashStarts(const std::vector<TimedFrame>& frames);
 
 } // namespace orvo::test::TimePattern

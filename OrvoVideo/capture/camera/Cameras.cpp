@@ -175,12 +175,12 @@ private:
             m_running = true;
         }
         m_changed.notify_all();
-        const auto picture = m_pool.take();
-        if (picture && copy(sample, *picture))
-            m_receiver.picture({.memory = picture, .time = time});
+        const auto memory = m_pool.take();
+        if (memory && copy(sample, *memory))
+            m_receiver.frame({.memory = memory, .time = time});
     }
 
-    static bool copy(GstSample* sample, FrameMemory& picture)
+    static bool copy(GstSample* sample, FrameMemory& memory)
     {
         GstVideoInfo info;
         GstVideoFrame frame;
@@ -194,9 +194,9 @@ private:
                     from + std::ptrdiff_t{line} * GST_VIDEO_FRAME_PLANE_STRIDE(&frame, index),
                     static_cast<std::size_t>(width));
         };
-        plane(0, picture.luma(), picture.lumaStride(), size.width, size.height);
-        plane(1, picture.blue(), picture.chromaStride(), size.width / 2, size.height / 2);
-        plane(2, picture.red(), picture.chromaStride(), size.width / 2, size.height / 2);
+        plane(0, memory.luma(), memory.lumaStride(), size.width, size.height);
+        plane(1, memory.blue(), memory.chromaStride(), size.width / 2, size.height / 2);
+        plane(2, memory.red(), memory.chromaStride(), size.width / 2, size.height / 2);
         gst_video_frame_unmap(&frame);
         return true;
     }

@@ -33,12 +33,12 @@ TEST_F(ScreenRecording, RecordsADisplayAtTheRightTimes)
 
     const auto frames = TimePattern::framesOf(mediaOf(recorded.project, TrackKind::screen));
     ASSERT_GT(frames.size(), 60U);
-    expectCorners(frames.back().picture, {0, 0, 640, 360});
+    expectCorners(frames.back().frame, {0, 0, 640, 360});
     expectEvenTime(frames);
     // The pointer is not in the picture: where it stands there is nothing but the background.
-    const auto background = frames.back().picture.at(320, 80);
+    const auto background = frames.back().frame.at(320, 80);
     for (int x = 300; x < 340; x += 2)
-        EXPECT_NEAR(frames.back().picture.at(x, 105).brightness(), background.brightness(), 6) << x;
+        EXPECT_NEAR(frames.back().frame.at(x, 105).brightness(), background.brightness(), 6) << x;
 }
 
 TEST_F(ScreenRecording, RecordsARegionOnly)
@@ -49,8 +49,8 @@ TEST_F(ScreenRecording, RecordsARegionOnly)
     const auto recorded = record(plan, 1.5);
     const auto frames = TimePattern::framesOf(mediaOf(recorded.project, TrackKind::screen));
     ASSERT_FALSE(frames.empty());
-    EXPECT_EQ(frames.back().picture.width, 402);
-    expectCorners(frames.back().picture, {0, 0, 402, 202});
+    EXPECT_EQ(frames.back().frame.width, 402);
+    expectCorners(frames.back().frame, {0, 0, 402, 202});
     EXPECT_TRUE(frames.back().shown);
 }
 
@@ -68,8 +68,8 @@ TEST_F(ScreenRecording, RecordsOneOfTwoMonitors)
     const auto recorded = record(planOf(displays[1]), 1.5);
     const auto frames = TimePattern::framesOf(mediaOf(recorded.project, TrackKind::screen));
     ASSERT_FALSE(frames.empty());
-    EXPECT_EQ(frames.back().picture.width, 400);
-    expectCorners(frames.back().picture, {0, 0, 400, 360});
+    EXPECT_EQ(frames.back().frame.width, 400);
+    expectCorners(frames.back().frame, {0, 0, 400, 360});
 
     auto session = start(planOf(displays[1]));
     waitFor(*session, 1);
@@ -118,12 +118,12 @@ TEST_F(ScreenRecording, FollowsAWindowUnderOthers)
         return *std::ranges::find_last_if(frames, [time](const auto& frame) { return frame.time <= time; }).begin();
     };
     for (const double time : {covered + 0.8, moved + 0.8, mapped + 0.8}) {
-        expectCorners(at(time).picture, {0, 0, 400, 240});
+        expectCorners(at(time).frame, {0, 0, 400, 240});
         ASSERT_TRUE(at(time).shown) << time;
         EXPECT_NEAR(*at(time).shown - *frames[20].shown, at(time).time - frames[20].time, 0.15) << time;
     }
     // A window that became narrower is shown as it is, with black beside it.
-    const auto narrow = at(resized + 0.8).picture;
+    const auto narrow = at(resized + 0.8).frame;
     EXPECT_LT(narrow.mean(0.05, 0.1, 0.2, 0.9).brightness(), 5);
     EXPECT_GT(narrow.mean(0.3, 0.15, 0.7, 0.4).brightness(), 20);
     const auto& events = result.project.edit.events.items();
@@ -156,7 +156,7 @@ TEST_F(ScreenRecording, ShowsTheWholeDisplayWhenItsSizeChanges)
     EXPECT_NEAR(probe(file).videoDuration, project.duration, 0.02);
     const auto frames = TimePattern::framesOf(file);
     const auto at = [&](double time) {
-        return std::ranges::find_last_if(frames, [time](const auto& frame) { return frame.time <= time; }).begin()->picture;
+        return std::ranges::find_last_if(frames, [time](const auto& frame) { return frame.time <= time; }).begin()->frame;
     };
     expectCorners(at(1.2), {0, 0, 320, 270});
     expectCorners(at(small + 1.2), {160, 45, 320, 270}); // Not enlarged, with black around it.

@@ -75,22 +75,22 @@ std::filesystem::path RecordingFixture::mediaOf(const VideoProject& project, Tra
     return store.mediaURL(project, track->file);
 }
 
-void RecordingFixture::expectCorners(const Picture& picture, const PatternWindow::Place& place)
+void RecordingFixture::expectCorners(const Frame& frame, const PatternWindow::Place& place)
 {
     constexpr int inside = 3;
     const int right = place.x + place.width - 1 - inside;
     const int bottom = place.y + place.height - 1 - inside;
-    const auto isLike = [](Picture::Colour colour, bool red, bool green, bool blue) {
+    const auto isLike = [](Frame::Colour colour, bool red, bool green, bool blue) {
         constexpr int half = 128;
         return (colour.red > half) == red && (colour.green > half) == green && (colour.blue > half) == blue;
     };
-    EXPECT_TRUE(isLike(picture.at(place.x + inside, place.y + inside), true, false, false));
-    EXPECT_TRUE(isLike(picture.at(right, place.y + inside), false, true, false));
-    EXPECT_TRUE(isLike(picture.at(place.x + inside, bottom), false, false, true));
-    EXPECT_TRUE(isLike(picture.at(right, bottom), true, true, false));
+    EXPECT_TRUE(isLike(frame.at(place.x + inside, place.y + inside), true, false, false));
+    EXPECT_TRUE(isLike(frame.at(right, place.y + inside), false, true, false));
+    EXPECT_TRUE(isLike(frame.at(place.x + inside, bottom), false, false, true));
+    EXPECT_TRUE(isLike(frame.at(right, bottom), true, true, false));
 }
 
-void RecordingFixture::expectEvenTime(const std::vector<TimePattern::Frame>& frames)
+void RecordingFixture::expectEvenTime(const std::vector<TimePattern::TimedFrame>& frames)
 {
     std::vector<double> delays;
     for (const auto& frame : frames) {

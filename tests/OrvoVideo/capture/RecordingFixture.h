@@ -43,10 +43,10 @@ protected:
     std::filesystem::path mediaOf(const VideoProject& project, TrackKind kind) const;
 
     /// The four colours of the pattern are in the corners of this part of the picture.
-    static void expectCorners(const Picture& frame, const PatternWindow::Place& place);
+    static void expectCorners(const Frame& frame, const PatternWindow::Place& place);
 
     /// Every frame shows the time at which it is shown, less what it took from drawing to recording; nothing drifts.
-    static void expectEvenTime(const std::vector<TimePattern::Frame>& frames);
+    static void expectEvenTime(const std::vector<TimePattern::TimedFrame>& frames);
 
     /// Runs a program to its end on the display.
     static bool run(const QString& program, const QStringList& arguments);
