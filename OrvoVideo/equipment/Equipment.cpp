@@ -143,7 +143,7 @@ EquipmentItem keyringItem(const DesktopOffers& offers)
     return item;
 }
 
-/// The browsers that can run the extension, by the names that people know.
+/// The display names of the installed browsers that can run the extension.
 std::vector<std::string_view> browsersHere()
 {
     struct Browser {

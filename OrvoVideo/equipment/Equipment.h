@@ -8,20 +8,20 @@
 
 namespace orvo {
 
-/// One thing that the application works with, as it is on this machine.
+/// A program, device or service that the application needs, and its state on this machine.
 struct EquipmentItem {
     enum class Kind : std::uint8_t { ffmpeg, speechModel, microphone, screen, shortcuts, tray, keyring, browser };
     enum class State : std::uint8_t {
         good,
-        limited, ///< The application works, without something.
-        missing, ///< What needs it does not work.
+        limited, ///< The application works with reduced features.
+        missing, ///< Features that need it do not work.
     };
 
     Kind kind = Kind::ffmpeg;
     State state = State::good;
     std::string text; ///< What was found, in Spanish.
     std::string advice; ///< What to do about it, in Spanish; empty when nothing needs to be done.
-    std::string command; ///< For a terminal, where one command helps.
+    std::string command; ///< A shell command that solves it; empty if no single command does.
 
     /// The item's name for programs ("speechModel") and for people ("Modelo de voz").
     static std::string_view name(Kind kind);
@@ -30,9 +30,9 @@ struct EquipmentItem {
     static std::string_view name(State state);
 };
 
-/// Looks at everything, in the order of `Kind`. `speechModel` is the name of the chosen model; empty for the usual one.
+/// Checks all equipment, in the order of `Kind`. `speechModel` is the name of the chosen model; empty for the default.
 ///
-/// Blocks for some seconds at most: it asks the sound server and the session's bus. Throws `Cancelled`.
+/// Blocks for a few seconds at most: queries the audio server and the session bus. Throws `Cancelled`.
 std::vector<EquipmentItem> checkEquipment(std::string_view speechModel, const std::stop_token& stop = {});
 
 } // namespace orvo

@@ -16,11 +16,11 @@ namespace {
 
 using namespace std::string_view_literals;
 
-/// A family of systems that share their packages.
+/// A family of distributions with the same packages.
 struct System {
-    std::string_view id; ///< As in ID or ID_LIKE.
+    std::string_view id; ///< The value of ID or ID_LIKE.
     std::string_view command;
-    std::array<std::string_view, 5> packages; ///< In the order of `Package`; the portal's back end is added.
+    std::array<std::string_view, 5> packages; ///< In the order of `Package`; the portal's needs a back end as well.
 };
 
 constexpr std::array systems{
@@ -37,7 +37,7 @@ constexpr std::array systems{
         {"ffmpeg"sv, "xdg-desktop-portal"sv, "gnome-shell-extension-appindicator"sv, "gnome-keyring"sv, "chromium"sv}},
 };
 
-/// The words of ID and ID_LIKE, the own name first.
+/// The values of ID and ID_LIKE, ID first.
 std::vector<std::string> namesIn(const std::filesystem::path& release)
 {
     std::vector<std::string> own;
@@ -56,7 +56,7 @@ std::vector<std::string> namesIn(const std::filesystem::path& release)
     return own;
 }
 
-/// The part of the portal that belongs to this session's desktop.
+/// The package of the portal back end for this session's desktop, with a leading blank.
 std::string_view portalOfDesktop()
 {
     const char* named = std::getenv("XDG_CURRENT_DESKTOP");

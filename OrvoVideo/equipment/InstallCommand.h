@@ -6,11 +6,11 @@
 
 namespace orvo {
 
-/// What a system's own packages can add.
+/// Equipment that the system's package manager can install.
 enum class Package : std::uint8_t { ffmpeg, portal, tray, keyring, browser };
 
-/// The command that installs a package on the system that `release` describes (a file like /etc/os-release). Empty for a
-/// system whose packages are not known. Never fails.
+/// The shell command that installs a package on the system described by `release`, a file like /etc/os-release. Empty for
+/// an unknown system. Never fails.
 std::string installCommand(Package package, const std::filesystem::path& release = "/etc/os-release");
 
 } // namespace orvo

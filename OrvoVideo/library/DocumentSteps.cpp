@@ -22,7 +22,7 @@ namespace {
 
 using Number = std::uint64_t;
 
-/// What `present` says: which version the document is, and its digest.
+/// The content of `present`: the number of the document's version, and its digest.
 struct Present {
     Number number = 0;
     std::string digest;
@@ -49,10 +49,10 @@ public:
     /// Returns nullopt without steps.
     std::optional<Present> present() const
     {
-        constexpr std::size_t longest = 200; // Bytes; ours has half of it.
+        constexpr std::size_t maxPresentBytes = 200; // A valid file has at most 86.
         std::string text;
         try {
-            readFile(presentFile(), text, longest);
+            readFile(presentFile(), text, maxPresentBytes);
         } catch (const fs::filesystem_error&) {
             return std::nullopt;
         }
@@ -68,11 +68,10 @@ public:
         writeFileAtomically(presentFile(), std::format("{} {}\n", number, Sha256::of(encodeDocument(project))));
     }
 
-    /// Whether the document is what the last step left.
+    /// Whether the document is the one that the last step wrote.
     bool belongTo(const Present& present) const { return Sha256::of(readFile(m_document)) == present.digest; }
 
-    /// Keeps the document as a version, before it is replaced: as a second name of the file, which takes no room, where the
-    /// file system has such.
+    /// Keeps the document as a version before it is replaced: as a hard link, which takes no space, else as a copy.
     void keepDocument(Number number) const
     {
         fs::create_directory(m_folder);
@@ -83,7 +82,7 @@ public:
             writeFileAtomically(file(number), readFile(m_document));
     }
 
-    /// The numbers of the versions that are kept, sorted.
+    /// The numbers of the stored versions, sorted.
     std::vector<Number> numbers() const
     {
         std::vector<Number> found;
@@ -97,7 +96,7 @@ public:
         return found;
     }
 
-    /// Removes the version that the document is, those after it, and the oldest ones beyond the limits.
+    /// Removes the current version, later ones, and the oldest ones beyond the limits.
     void trim(Number present) const
     {
         auto kept = numbers();
@@ -114,7 +113,7 @@ public:
         }
     }
 
-    /// Failures are ignored: versions that stay belong to no document.
+    /// Ignores errors: versions that remain match no document.
     void clear() const noexcept
     {
         std::error_code ignored;
@@ -151,7 +150,7 @@ Moved move(const ProjectStore& store, const Uuid& id, Direction direction)
     }
     const Number to = isBack ? from->number - 1 : from->number + 1;
     auto numbers = versions.numbers();
-    std::erase(numbers, from->number); // Left by a program that was killed; the document is this version.
+    std::erase(numbers, from->number); // A killed process may have left the current version.
     if (!std::ranges::contains(numbers, to))
         throw captureError(isBack ? "No hay nada más que deshacer." : "No hay nada que rehacer.");
 
@@ -173,7 +172,7 @@ Moved move(const ProjectStore& store, const Uuid& id, Direction direction)
             + (isBack ? 0 : 1);
         moved.redoable = static_cast<std::size_t>(std::ranges::count_if(numbers, [to](Number each) { return each > to; }))
             + (isBack ? 1 : 0);
-        fs::remove(versions.file(to)); // The document is it again.
+        fs::remove(versions.file(to)); // It is the document now.
     } catch (const std::exception&) {
         versions.clear();
         moved.undoable = moved.redoable = 0;

@@ -20,11 +20,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// What a file takes of the disk: sparse ones take less than their length.
+/// The disk space of a file, which is less than its length for sparse files.
 std::uintmax_t bytesOnDisk(const fs::path& file)
 {
     struct stat facts{};
-    constexpr std::uintmax_t block = 512; // POSIX: what st_blocks counts.
+    constexpr std::uintmax_t block = 512; // The unit of st_blocks.
     return ::lstat(file.c_str(), &facts) == 0 ? static_cast<std::uintmax_t>(facts.st_blocks) * block : 0;
 }
 
@@ -37,7 +37,7 @@ std::optional<FileLock> lockOf(const fs::path& folder)
     return lock.tryLock() ? std::optional(std::move(lock)) : std::nullopt;
 }
 
-/// A folder that a program works in: its purpose, a hyphen and an identifier.
+/// Whether a path is a work folder: its name is a purpose, a hyphen and an identifier.
 bool isWorkFolder(const fs::path& path)
 {
     constexpr std::size_t idLength = 36;
@@ -46,7 +46,7 @@ bool isWorkFolder(const fs::path& path)
         && Uuid::parse(std::string_view(name).substr(name.size() - idLength)) && fs::is_directory(path);
 }
 
-/// Adds the files that a document names. Returns false for one that cannot be read.
+/// Adds the files that a document names. Returns false when it cannot be read.
 bool addNamed(const fs::path& document, const fs::path& folder, std::set<fs::path>& named)
 {
     try {
@@ -63,7 +63,7 @@ bool addNamed(const fs::path& document, const fs::path& folder, std::set<fs::pat
     }
 }
 
-/// The files of the media folder that no version of the document names. Nothing where that is not certain.
+/// The files of the media folder that no version of the document names. Returns empty when that is uncertain.
 std::vector<fs::path> unusedMedia(const ProjectStore& store, const Uuid& id)
 {
     const fs::path folder = store.directory(id);
@@ -92,7 +92,7 @@ std::vector<fs::path> unusedMedia(const ProjectStore& store, const Uuid& id)
     return unused;
 }
 
-/// What belongs to a kind, each only for as long as its lock is held.
+/// The paths of a kind; valid while the locks are held.
 struct Found {
     std::vector<fs::path> paths;
     std::vector<FileLock> locks;
@@ -120,14 +120,14 @@ Found find(const ProjectStore& store, const Uuid& id, Freeable kind)
             }
             break;
         case Freeable::originals:
-            if (auto lock = lockOf(folder)) { // An import of `orvo` holds it until its document names the copy.
+            if (auto lock = lockOf(folder)) { // `orvo` holds it during an import until the document names the copy.
                 found.locks.push_back(std::move(*lock));
                 found.paths = unusedMedia(store, id);
             }
             break;
         }
     } catch (const fs::filesystem_error&) {
-        return {}; // It went meanwhile.
+        return {}; // The folder has disappeared.
     }
     return found;
 }

@@ -9,19 +9,18 @@
 #include <string_view>
 #include <vector>
 
-/// What the library takes of the disk, and what of that can be freed. Blocking calls for any thread; none fails for a file
-/// that goes meanwhile.
+/// The disk space that the library uses, and how much of it can be freed. Blocking calls for any thread; files that
+/// disappear meanwhile cause no error.
 namespace orvo::LibrarySpace {
 
-/// What can be made again, or is of no use any more.
+/// Files that can be rendered again or are no longer needed.
 enum class Freeable : std::uint8_t {
-    publication, ///< The film and the package that were rendered for publishing; publishing again renders them again.
-    originals, ///< Files in the media folder that nothing uses: what a recording was prepared from, removed clips and
-               ///< images.
-    leftovers, ///< Work folders of programs that were killed.
+    publication, ///< The movie and the package rendered for publishing; the next publication renders them again.
+    originals, ///< Unused files in the media folder: the raw files of prepared recordings, removed clips and images.
+    leftovers, ///< Work folders of killed processes.
 };
 
-/// "publication", "originals" and "leftovers", and how they are called in Spanish.
+/// "publication", "originals" or "leftovers", and its Spanish label.
 std::string_view textOf(Freeable kind);
 std::string_view labelOf(Freeable kind);
 inline constexpr std::array<Freeable, 3> everyKind{Freeable::publication, Freeable::originals, Freeable::leftovers};
@@ -32,14 +31,14 @@ struct Usage {
     std::array<std::uintmax_t, everyKind.size()> freeable{}; ///< Bytes of each kind, in the order of `everyKind`.
 };
 
-/// Measures a project as it lies on disk.
+/// Measures a project on disk.
 Usage measure(const ProjectStore& store, const Uuid& id);
-/// Bytes of everything in a project's folder.
+/// The disk space of a file or of everything in a folder, in bytes.
 std::uintmax_t bytesOf(const std::filesystem::path& folder);
 
-/// Removes what is freeable of a kind and returns how many bytes that freed. What is in use stays: a folder that a running
-/// program has locked, a file that the project's document or another version of it names, and everything of a project whose
-/// document cannot be read or whose recording was not prepared.
+/// Removes the files of a kind and returns the number of bytes freed. Keeps files in use: folders that a running program
+/// has locked, and media files that any version of the document names. Keeps all media files of a project whose document
+/// cannot be read or whose recording is not prepared.
 std::uintmax_t free(const ProjectStore& store, const Uuid& id, Freeable kind);
 
 } // namespace orvo::LibrarySpace

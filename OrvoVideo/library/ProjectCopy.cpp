@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Copies the files of a project's media folder, with folders in it.
+/// Copies the files of a project's media folder and its subfolders.
 void copyMedia(const fs::path& from, const fs::path& to, const ProgressCallback& progress, const std::stop_token& stop)
 {
     std::vector<fs::path> files;

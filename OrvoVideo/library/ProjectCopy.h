@@ -8,12 +8,12 @@
 
 namespace orvo {
 
-/// Copies a project of the library with its files and its edit into a new one of that title; without a title it is the
-/// original's with "(copia)". The copy is not published, since the published video stays the original's.
+/// Copies a project of the library, with its files and its edit, to a new project called `title`; an empty title means the
+/// original's with "(copia)". The copy is not published: the published video belongs to the original.
 ///
-/// Blocks; `progress` receives the copied fraction. Two programs that change the original take turns by a lock that the
-/// caller holds. Throws `captureError` for a recording that has not ended, file system errors unchanged, and `Cancelled`;
-/// nothing of the copy stays then.
+/// Blocks; `progress` receives the copied fraction. The caller holds a lock on the original, so that no other program
+/// changes it. Throws `captureError` for a recording that has not ended, file system errors unchanged, and `Cancelled`; then
+/// nothing of the copy remains.
 VideoProject copyProject(const ProjectStore& store, const VideoProject& original, const std::string& title,
     const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 

@@ -8,14 +8,14 @@
 
 namespace orvo {
 
-/// The copy of an image in the media folder of a project. The destructor removes it unless it is kept: keep it when the
-/// project names it.
+/// The copy of an image in the media folder of a project. The destructor removes it; call `keep` once the project names it.
 class ProjectImage {
 public:
     /// Checks an image and copies it under a new name.
     ///
-    /// Blocks. Throws `captureError` if the file is not in a format of `OverlayImage`, or its extension is not UTF-8, which
-    /// no document can name; file system errors, also for a file of more than 256 MiB; and `Cancelled`. No copy stays then.
+    /// Blocks. Throws `captureError` if the file is not in a format of `OverlayImage`, or if its extension is not UTF-8,
+    /// which a document cannot store; file system errors, also for files over 256 MiB; and `Cancelled`. Then no copy
+    /// remains.
     ProjectImage(const ProjectStore& store, const VideoProject& project, const std::filesystem::path& image,
         const std::stop_token& stop = {});
     ~ProjectImage();
@@ -28,7 +28,7 @@ public:
 
 private:
     std::string m_name;
-    std::filesystem::path m_file; ///< What the destructor removes.
+    std::filesystem::path m_file; ///< Removed by the destructor; empty once kept.
 };
 
 } // namespace orvo

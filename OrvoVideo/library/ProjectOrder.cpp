@@ -30,7 +30,7 @@ std::optional<ProjectOrder> parseProjectOrder(std::string_view text)
 bool comesBefore(ProjectOrder order, const VideoProject& a, const VideoProject& b)
 {
     const auto before = [&](const auto& x, const auto& y) { return x != y ? x < y : a.id < b.id; };
-    // A document keeps whole seconds: the order of a project is the same before and after it was read again.
+    // Documents store whole seconds, so reloading a project must not change the order.
     const auto stored = [](DateTime time) { return std::chrono::floor<std::chrono::seconds>(time); };
     switch (order) {
     case ProjectOrder::created:

@@ -8,11 +8,11 @@
 
 namespace orvo {
 
-/// How the library can be sorted.
+/// Sort orders of the library.
 enum class ProjectOrder : std::uint8_t {
     created, ///< Newest first.
     updated, ///< Last changed first.
-    title, ///< Whatever case and accents.
+    title, ///< Ignoring case and accents.
     duration, ///< Longest first.
 };
 
@@ -20,7 +20,7 @@ enum class ProjectOrder : std::uint8_t {
 std::string_view textOf(ProjectOrder order);
 std::optional<ProjectOrder> parseProjectOrder(std::string_view text);
 
-/// Whether `a` is shown before `b`. The identifier decides between equal ones.
+/// Whether `a` sorts before `b`. The identifier breaks ties.
 bool comesBefore(ProjectOrder order, const VideoProject& a, const VideoProject& b);
 
 } // namespace orvo

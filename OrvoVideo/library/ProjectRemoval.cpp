@@ -20,7 +20,7 @@ bool isLocked(const fs::path& folder)
     return descriptor && !FileLock(std::move(descriptor)).tryLock();
 }
 
-/// Whoever edits, renders, prepares or publishes a project holds a lock on its folder or on one in it.
+/// Whether a program edits, renders, prepares or publishes a project: each holds a lock on the folder or a subfolder.
 bool isInUse(const fs::path& folder)
 {
     if (isLocked(folder))

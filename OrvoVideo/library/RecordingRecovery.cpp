@@ -35,7 +35,7 @@ RecoveredRecording recoverRecording(const VideoProject& project, const ProjectSt
         if (!recovered.prepared.lost.empty() && lostTracks == LostTracks::kept)
             recovered.failure = RecordingPreparation::failureText(captureError(recovered.prepared.lostText()));
     } catch (const std::exception& error) {
-        if (stop.stop_requested()) // Ctrl-C also reaches the child processes, and one of them may have failed first.
+        if (stop.stop_requested()) // Ctrl-C also reaches the child processes; one may have failed first.
             throw Cancelled();
         recovered.failure = RecordingPreparation::failureText(error);
     }

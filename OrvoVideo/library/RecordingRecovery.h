@@ -9,31 +9,32 @@
 
 namespace orvo {
 
-/// What becomes of tracks that cannot be prepared.
+/// The handling of tracks that cannot be prepared.
 enum class LostTracks : std::uint8_t {
     kept, ///< The project still needs recovery.
-    dropped, ///< The project loses them.
+    dropped, ///< They are removed from the project.
 };
 
 /// The outcome of `recoverRecording`.
 struct RecoveredRecording {
     RecordingPreparation::Prepared prepared; ///< Empty if nothing could be prepared.
     LostTracks lostTracks = LostTracks::kept;
-    bool isPrepared = false; ///< Whether there is anything to apply, maybe without the lost tracks.
+    bool isPrepared = false; ///< Whether there is anything to apply, possibly without the lost tracks.
     std::string failure; ///< Why the project needs recovery, for the user; empty if it is ready.
 
     /// Applies the prepared files to the project as it is now, or marks it as needing recovery if there are none. Does not
     /// save.
     void apply(VideoProject& project) const;
 
-    /// Ends the recovery when the project is saved: removes the mark of the recording from its folder. Throws
-    /// `captureError` with `failure` instead unless it is empty.
+    /// Ends the recovery after the project is saved: removes the recording mark from its folder. If `failure` is set,
+    /// throws it as `captureError` instead.
     void finish(const std::filesystem::path& projectFolder) const;
 };
 
-/// Prepares the files of an interrupted recording; then the caller applies the outcome, saves the project and finishes.
+/// Prepares the files of an interrupted recording. The caller then applies the outcome, saves the project and calls
+/// `finish`.
 ///
-/// Blocks; `progress` receives the share of finished tracks. Throws only `Cancelled`; every other failure is in the outcome.
+/// Blocks; `progress` receives the fraction of finished tracks. Throws only `Cancelled`; the outcome holds other failures.
 RecoveredRecording recoverRecording(const VideoProject& project, const ProjectStore& store, const MediaProbe& probe,
     RecordingPreparation::Which which, LostTracks lostTracks, const ProgressCallback& progress = {},
     const std::stop_token& stop = {});
