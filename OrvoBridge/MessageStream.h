@@ -9,7 +9,7 @@
 /// UTF-8 JSON of that length.
 namespace orvo::bridge {
 
-/// A longer message is not ours: the extension splits its data. Browsers allow 64 MiB.
+/// Maximum message size that the helper accepts, in bytes: the extension splits its data. Browsers allow 64 MiB.
 inline constexpr std::size_t maxMessageBytes = std::size_t{2} << 20;
 
 /// Maximum message size that a browser accepts from a helper, in bytes.
@@ -29,7 +29,7 @@ public:
     /// The next complete message; valid until the next call.
     std::optional<std::string_view> next();
 
-    /// Whether an invalid length was read. The next message cannot be found, so none follows.
+    /// Whether an invalid length was read. No message follows, because its start is unknown.
     bool isBroken() const noexcept { return m_broken; }
 
 private:

@@ -152,7 +152,7 @@ Pointer parsePointer(yyjson_val* root)
     return pointer;
 }
 
-/// A reply of a type.
+/// Builds a reply of the given type.
 class Answer {
 public:
     explicit Answer(const char* type)

@@ -21,7 +21,7 @@ namespace orvo::bridge {
 ///   no project
 ///
 /// The project exists from the start, marked as being recorded. `write` stores data before it returns; the document and
-/// the pointer log are saved at every checkpoint. Whatever ends the process, the application finds the project and
+/// the pointer log are saved at every checkpoint. However the process ends, the application finds the project and
 /// prepares it.
 class TabRecording {
 public:
@@ -47,7 +47,7 @@ public:
     /// Saves the document and the pointer log, and flushes everything to disk. Throws as `RecordedProject::checkpoint`.
     void checkpoint();
 
-    /// Ends the recording; the application prepares it. Throws file system errors unchanged; then it still records.
+    /// Ends the recording; the application prepares it. Throws file system errors unchanged; then the recording continues.
     void finish() { m_project.complete(); }
 
 private:

@@ -65,7 +65,7 @@ void serve()
             startDetached(helpers.parent_path() / "MacOS" / "OrvoVideo", {project.text()});
         });
 
-    // Handles the messages in the pipe. Returns false when no more can come.
+    // Handles the messages in the pipe. Returns false at the end of the stream.
     const auto listen = [&] {
         const auto state = stream.read(STDIN_FILENO);
         while (const auto message = stream.next())
@@ -90,7 +90,7 @@ void serve()
         if (::poll(waiting, 2, untilTick()) < 0 && errno != EINTR)
             break;
         if (waiting[1].revents != 0) {
-            // Still records what was sent before, within the time limit.
+            // Handles the messages already in the pipe, within the time limit.
             const auto limit = Clock::now() + maxFarewell;
             while (holdsSomething() && Clock::now() < limit && listen()) { }
             break;
