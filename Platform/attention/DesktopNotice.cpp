@@ -14,7 +14,7 @@ namespace {
 
 const QString service = QStringLiteral("org.freedesktop.Notifications");
 const QString path = QStringLiteral("/org/freedesktop/Notifications");
-const QString clickAction = QStringLiteral("default"); // By this name desktops know the notice itself.
+const QString clickAction = QStringLiteral("default"); // The reserved key of a click on the notice itself.
 const QString buttonAction = QStringLiteral("button");
 
 QDBusMessage callOf(const QString& method)
@@ -46,7 +46,7 @@ DesktopNotice::~DesktopNotice()
 void DesktopNotice::show(const QString& title, const QString& text, const Offer& offer)
 {
     constexpr int never = 0; // Milliseconds.
-    constexpr int asTheDesktopLikes = -1;
+    constexpr int desktopDefault = -1;
     QStringList actions;
     if (!offer.click.isEmpty())
         actions << clickAction << offer.click;
@@ -57,7 +57,7 @@ void DesktopNotice::show(const QString& title, const QString& text, const Offer&
         hints.insert(QStringLiteral("transient"), true);
     auto call = callOf(QStringLiteral("Notify"));
     call << QStringLiteral("Orvo Video") << m_id << QStringLiteral("es.orvo.video") << title << text.toHtmlEscaped()
-         << actions << hints << (offer.stays ? never : asTheDesktopLikes);
+         << actions << hints << (offer.stays ? never : desktopDefault);
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, asked = ++m_asked](QDBusPendingCallWatcher* finished) {
         finished->deleteLater();
@@ -67,7 +67,7 @@ void DesktopNotice::show(const QString& title, const QString& text, const Offer&
         if (asked == m_asked)
             m_id = reply.value();
         else if (reply.value() != m_id)
-            closeOnDesktop(reply.value()); // Shown beside the later one, or closed meanwhile.
+            closeOnDesktop(reply.value()); // A later call has replaced or closed it.
     });
 }
 

@@ -10,17 +10,17 @@ namespace orvo {
 class DesktopNotice final : public QObject {
     Q_OBJECT
 public:
-    /// What a notice offers besides its text. Each text is empty where there is no such action.
+    /// The actions of a notice. An empty text means no such action.
     struct Offer {
-        QString click; ///< What a click on the notice does.
-        QString button;
-        bool stays = false; ///< Until it is used or closed; otherwise the desktop decides.
+        QString click; ///< The name of the action for a click on the notice.
+        QString button; ///< The text of the button.
+        bool stays = false; ///< Whether it stays until it is used or closed; otherwise the desktop decides.
     };
 
     explicit DesktopNotice(QObject* parent = nullptr);
     ~DesktopNotice() override; ///< Closes the notice.
 
-    /// Shows a plain text in the place of the last one. A notice without an offer is not kept in the desktop's history.
+    /// Shows a plain text, replacing the last one. The desktop's history omits a notice without actions.
     void show(const QString& title, const QString& text, const Offer& offer);
     void show(const QString& title, const QString& text) { show(title, text, Offer()); }
     void close();
@@ -35,8 +35,8 @@ private slots:
     void invoked(uint id, const QString& action);
 
 private:
-    uint m_id = 0; ///< The desktop's number for it; 0 when nothing is shown.
-    quint64 m_asked = 0; ///< Counts the calls, so that an overtaken answer is recognised.
+    uint m_id = 0; ///< The desktop's number for the notice; 0 when no notice is shown.
+    quint64 m_asked = 0; ///< Counts the calls, to recognise outdated replies.
 };
 
 } // namespace orvo

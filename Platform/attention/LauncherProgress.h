@@ -2,9 +2,9 @@
 
 namespace orvo {
 
-/// The progress of long work at the application's icon in the desktop's task bar: the signal
-/// com.canonical.Unity.LauncherEntry.Update on the session bus, which several desktops hear. Main thread only; calls neither
-/// block nor fail, and change nothing where no desktop listens.
+/// Shows the progress of long operations on the application's icon in the task bar: sends the signal
+/// com.canonical.Unity.LauncherEntry.Update on the session bus, which several desktops support. Main thread only; calls
+/// neither block nor fail, and have no effect on other desktops.
 namespace LauncherProgress {
 
 /// Shows a progress, 0..1.

@@ -19,7 +19,7 @@ struct Release {
 using Bus = std::unique_ptr<GDBusConnection, Release>;
 using Value = std::unique_ptr<GVariant, Release>;
 
-/// Null when the call fails.
+/// Calls a method; returns null when the call fails.
 Value call(GDBusConnection& bus, const char* service, const char* path, const char* interface, const char* method,
     GVariant* arguments)
 {
@@ -27,7 +27,7 @@ Value call(GDBusConnection& bus, const char* service, const char* path, const ch
         &bus, service, path, interface, method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, answerLimit, nullptr, nullptr));
 }
 
-/// A property of an object; null when there is none.
+/// Reads a property of an object; returns null on failure.
 Value property(GDBusConnection& bus, const char* service, const char* path, const char* interface, const char* name)
 {
     const Value answer =
@@ -69,7 +69,7 @@ bool hasTrayOnBus(GDBusConnection& bus)
     return hosted && g_variant_is_of_type(hosted.get(), G_VARIANT_TYPE_BOOLEAN) && g_variant_get_boolean(hosted.get());
 }
 
-/// The older kind of tray, which owns a selection of the display.
+/// Whether a tray of the older kind, which owns a selection of the display, is running.
 bool hasTrayOnDisplay()
 {
     const auto display = XcbDisplay::open();
@@ -85,7 +85,7 @@ bool hasTrayOnDisplay()
     return owner && owner->owner != XCB_NONE;
 }
 
-/// Null without one.
+/// Returns null when there is no session bus.
 Bus sessionBus()
 {
     Bus bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));

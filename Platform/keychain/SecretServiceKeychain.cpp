@@ -191,7 +191,7 @@ void initialiseClass(gpointer type, gpointer)
     service->prompt_finish = &finishPrompt;
 }
 
-/// The library's client of the service, with our own prompt.
+/// The library's client of the service, with our prompt.
 GType serviceType()
 {
     static const GType type = g_type_register_static_simple(secret_service_get_type(), "OrvoSecretService",

@@ -10,7 +10,7 @@ void post(std::string_view name) noexcept
 {
     constexpr unsigned maxWaitSeconds = 1;
     const std::unique_ptr<GCancellable, decltype(&g_object_unref)> limit(g_cancellable_new(), g_object_unref);
-    // A main context of its own, so that waiting here runs nobody else's callbacks.
+    // A separate main context, so that waiting here runs no other callbacks.
     const std::unique_ptr<GMainContext, decltype(&g_main_context_unref)> context(g_main_context_new(), g_main_context_unref);
     const std::unique_ptr<GMainLoop, decltype(&g_main_loop_unref)> loop(
         g_main_loop_new(context.get(), FALSE), g_main_loop_unref);

@@ -29,7 +29,7 @@ public:
                          ///< source is shared.
         std::uint32_t node = 0; ///< PipeWire node in that connection.
         Kind kind = Kind::monitor;
-        Rect rect; ///< Position and size that the desktop reports, else 0; then the first frame has the size.
+        Rect rect; ///< Position and size as reported by the desktop; 0 if unknown: then use the size of the first frame.
         bool placed = false; ///< Whether the desktop reported the position.
         /// Whether frames carry the pointer's position. Otherwise it is unknown.
         bool tellsPointer = false;
@@ -80,7 +80,7 @@ private:
     QDBusConnection m_bus;
     std::unique_ptr<Asked> m_asked; ///< Set while a request is pending.
     std::unique_ptr<PortalSession> m_session;
-    UniqueFd m_remote; ///< That of the stream.
+    UniqueFd m_remote; ///< The stream's PipeWire connection.
     std::optional<Stream> m_stream;
 };
 

@@ -39,7 +39,7 @@ fs::path configurationFolder()
     return configurationHome() / "OrvoVideo";
 }
 
-/// Keeps other programs from changing the settings while the lock lives.
+/// Locks the settings against other programs.
 FileLock lockSettings(const fs::path& folder)
 {
     UniqueFd descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -50,7 +50,7 @@ FileLock lockSettings(const fs::path& folder)
     return lock;
 }
 
-/// The stored settings; null when there is no file, or one that is damaged. Throws when it cannot be read.
+/// The stored settings; null when the file is missing or damaged. Throws when it cannot be read.
 Document read(const fs::path& file)
 {
     std::string text;
@@ -65,7 +65,7 @@ Document read(const fs::path& file)
     return yyjson_is_obj(yyjson_doc_get_root(document.get())) ? std::move(document) : nullptr;
 }
 
-/// Makes room for a new file. What a person may have written by hand is not thrown away.
+/// Renames a damaged file instead of overwriting it: the user may have written it by hand.
 void keepDamaged(const fs::path& file)
 {
     fs::path kept = file.parent_path() / "settings.damaged.json";
@@ -74,7 +74,7 @@ void keepDamaged(const fs::path& file)
     fs::rename(file, kept);
 }
 
-/// Stores `values` in `file` beside those that it has.
+/// Adds `values` to those in `file`.
 void store(const fs::path& file, const Values& values, Present present)
 {
     const fs::path folder = file.parent_path();
@@ -105,7 +105,7 @@ void store(const fs::path& file, const Values& values, Present present)
     writeFileAtomically(file, {text.get(), length});
 }
 
-/// Writes what is remembered on a thread of its own, the newest value of each setting.
+/// Writes remembered values on its own thread. The newest value of each setting wins.
 class Writer {
 public:
     static Writer& instance()
@@ -126,7 +126,7 @@ public:
         m_changed.notify_all();
     }
 
-    /// A value that is not in its file yet.
+    /// The remembered value of a setting; nullopt if it is already in the file.
     std::optional<std::string> value(std::string_view key)
     {
         const std::scoped_lock lock(m_mutex);
@@ -155,7 +155,7 @@ private:
         for (;;) {
             m_changed.wait(lock, stop, [this] { return !m_waiting.empty(); });
             if (m_waiting.empty())
-                return; // Stopped, with everything written.
+                return; // Stopped after writing everything.
             m_writing = std::exchange(m_waiting, {});
             lock.unlock();
             Files failed;
@@ -177,9 +177,9 @@ private:
     std::mutex m_mutex;
     std::condition_variable_any m_changed;
     Files m_waiting;
-    Files m_writing; ///< Written by the thread alone, and by it with the lock.
+    Files m_writing; ///< Changed only by the thread, under the lock.
     Files m_unwritten;
-    std::jthread m_thread; ///< From the first value on. Last: the rest lives longer.
+    std::jthread m_thread; ///< Started by the first value. Last member: it uses the others until it ends.
 };
 
 } // namespace

@@ -6,11 +6,11 @@
 #include <string>
 #include <string_view>
 
-/// The settings of a person, shared by all programs of the application: strings by key, in "settings.json" in the user's
+/// The user's settings, shared by all programs of the application: strings by key, in "settings.json" in the user's
 /// configuration folder (`$XDG_CONFIG_HOME`/OrvoVideo, else ~/.config/OrvoVideo). Thread-safe.
 ///
-/// A file that is damaged counts as one without settings; the next change renames it to "settings.damaged.json", with a
-/// number where that name is taken, and begins a new one.
+/// A damaged file counts as empty; the next change renames it to "settings.damaged.json", or adds a number if that name is
+/// taken, and starts a new file.
 namespace orvo::StoredSettings {
 
 /// The address of the publishing server.
@@ -19,7 +19,7 @@ inline constexpr std::string_view serverURL = "serverURL";
 /// The subtitles of an export, "words", "phrases" or "none", and whether they are burned in, "true" or "false".
 inline constexpr std::string_view exportSubtitles = "exportSubtitles";
 inline constexpr std::string_view exportBurnIn = "exportBurnIn";
-/// What exports are made for, an identifier of `ExportPreset` or empty; the folder of the last one; what they took.
+/// The preset of exports, an identifier of `ExportPreset` or empty; the folder of the last export; the measured pace.
 inline constexpr std::string_view exportPreset = "exportPreset";
 inline constexpr std::string_view exportFolder = "exportFolder";
 inline constexpr std::string_view exportPace = "exportPace";
@@ -35,17 +35,17 @@ std::optional<std::string> text(std::string_view key);
 /// Throws `captureError` for a value that is not UTF-8.
 void setText(std::string_view key, std::string_view value);
 
-/// What becomes of values that are already stored.
+/// The handling of values that are already stored.
 enum class Present { replaced, kept };
 
 /// As `setText`, for several settings at once.
 void setTexts(const Values& values, Present present = Present::replaced);
 
-/// As `setText`, on another thread, so that it never blocks; `text` has the value at once. What cannot be written holds for
-/// this run, and is tried again with the next value.
+/// As `setText`, but writes on another thread and never blocks; `text` returns the value at once. A value that cannot be
+/// written is kept in memory and written with the next one.
 void remember(std::string_view key, std::string_view value);
 
-/// Waits until what was remembered is written, or cannot be. A program that ends does so by itself.
+/// Waits until all remembered values are written or have failed. The end of the process does so implicitly.
 void finish();
 
 } // namespace orvo::StoredSettings

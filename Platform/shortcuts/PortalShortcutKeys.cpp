@@ -41,7 +41,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, PortalShortcut& s
 
 namespace {
 
-/// The combination in the shortcuts specification's notation: "CTRL+ALT+LOGO+r". Empty when the key has no name.
+/// The combination in the portal's notation: "CTRL+ALT+LOGO+r". Empty when the key has no name.
 QString triggerOf(const ShortcutKeys::Combination& combination)
 {
     const auto* key = VirtualKeys::withCode(combination.keyCode);
@@ -63,7 +63,7 @@ PortalShortcutKeys::PortalShortcutKeys(QDBusConnection bus)
     , m_portal(Portal::service, m_bus, QDBusServiceWatcher::WatchForOwnerChange)
 {
     const auto noteOwner = [this](const QString&, const QString& before, const QString& now) { notePortal(before, now); };
-    // Queued: a new session deletes requests, whose own watchers are still to be called.
+    // Queued: a new session deletes requests, but their own watchers must be notified first.
     connect(&m_portal, &QDBusServiceWatcher::serviceOwnerChanged, this, noteOwner, Qt::QueuedConnection);
     qDBusRegisterMetaType<PortalShortcut>();
     qDBusRegisterMetaType<QList<PortalShortcut>>();

@@ -39,7 +39,7 @@ private:
     std::vector<Combination> m_combinations;
     std::unique_ptr<PortalSession> m_session;
     Support m_support = Support::none;
-    bool m_awaitsPortal = false; ///< There is no portal or it exited; try again when one appears.
+    bool m_awaitsPortal = false; ///< No portal is running; try again when one appears.
 };
 
 } // namespace orvo

@@ -8,7 +8,7 @@
 
 namespace orvo {
 
-/// Global key combinations: they work whichever application has the keyboard. Main thread only; does not block.
+/// Global key combinations: they work whichever application has the keyboard focus. Main thread only; does not block.
 class ShortcutKeys : public QObject {
     Q_OBJECT
 public:
@@ -25,11 +25,11 @@ public:
         QString description; ///< What it does, in Spanish, for the desktop's own settings.
     };
 
-    /// Who decides which combinations work.
+    /// Which combinations work.
     enum class Support : std::uint8_t {
-        none, ///< None works: there is no way to listen, or it is not known yet.
+        none, ///< No combination: the session does not support them, or support is not known yet.
         ours, ///< The requested ones.
-        desktop ///< The desktop: requests are proposals, which its own settings override.
+        desktop ///< Those in the desktop's settings: requests are only proposals.
     };
 
     /// The implementation for this process's window system; one that never emits `pressed` if there is none.
@@ -37,18 +37,18 @@ public:
 
     ShortcutKeys() = default;
 
-    /// Replaces the combinations to listen for. Skips those that are refused (another program has them) or whose key the
-    /// keyboard lacks.
+    /// Replaces the combinations to listen for. Skips combinations that another program has, and those whose key is not on
+    /// the keyboard.
     virtual void listen(const std::vector<Combination>& combinations) = 0;
 
     virtual Support support() const = 0;
 
-    /// Whether the combination with this identifier is known to work. False when another program has it, when the
-    /// keyboard lacks its key, and when the desktop decides, which does not reliably report it.
+    /// Whether the combination with this identifier is known to work. False when another program has it, when its key is
+    /// not on the keyboard, and with `Support::desktop`, because desktops do not report it reliably.
     virtual bool hears(std::uint32_t id) const = 0;
 
 signals:
-    /// A combination was pressed; emitted once, however long it is held, from the event loop.
+    /// A combination was pressed. Emitted from the event loop, once however long the keys are held.
     void pressed(quint32 id);
     /// `support` or `hears` may have changed.
     void supportChanged();

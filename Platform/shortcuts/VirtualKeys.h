@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <optional>
 
-/// The keys of stored combinations: system-independent numbers of physical keys, and their names here. A letter's number
-/// is its position on the US layout; here it means the key that types the letter.
+/// The keys of stored combinations: system-independent key numbers, and their symbols on this system. The number of a
+/// letter stems from its position on the US layout, but means the key that types the letter.
 namespace orvo::VirtualKeys {
 
 struct Key {
@@ -18,8 +18,8 @@ struct Key {
 /// Returns null for an unknown number.
 const Key* withCode(std::uint32_t code);
 
-/// The key of an event, by its symbol, else by its scan code (a digit with Shift has another symbol). `scanCode` is that
-/// of X11 and Wayland, or 0 if unknown. Returns null for keys that cannot be stored, such as a lone modifier.
+/// The key of an event, by its symbol, else by its scan code (a digit with Shift has another symbol). `scanCode` is the
+/// X11 key code, or 0 if unknown. Returns null for keys that cannot be stored, such as a lone modifier.
 const Key* ofEvent(int qtKey, std::uint32_t scanCode);
 
 /// A combination for display: "⌃⌥⌘R". An unknown key is "?".

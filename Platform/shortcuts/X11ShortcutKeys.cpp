@@ -50,10 +50,10 @@ public:
         grabAll();
     }
 
-    /// Whether a grab for this combination was granted.
+    /// Whether the combination is grabbed.
     bool has(std::uint32_t id) const { return std::ranges::contains(m_grabs, id, &Grab::id); }
 
-    /// Counts the rounds of grabbing, so that callers notice a new keyboard mapping.
+    /// The number of times that the keys were grabbed; changes with the keyboard mapping.
     unsigned round() const { return m_round; }
 
     /// The combinations pressed since the last call, in order.
@@ -116,7 +116,7 @@ private:
     {
         m_peeked = next();
         if (!m_peeked) {
-            // A round trip, so that everything that the display sent with the release has arrived.
+            // A round trip makes sure that all events sent with the release have arrived.
             auto* connection = m_display.get();
             const XcbHandle<xcb_get_input_focus_reply_t> answer(
                 xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
@@ -261,7 +261,7 @@ void X11ShortcutKeys::listen(const std::vector<Combination>& combinations)
 {
     m_grabs->set(combinations);
     emit supportChanged();
-    // The replies may have brought events along; the socket no longer signals those.
+    // Events may have arrived with the replies; the socket does not signal them again.
     QMetaObject::invokeMethod(this, &X11ShortcutKeys::takeEvents, Qt::QueuedConnection);
 }
 

@@ -18,13 +18,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// One trash folder, and what relative paths in it are relative to.
+/// A trash folder, and the base of the relative paths in it.
 struct TrashFolder {
     fs::path path;
     fs::path top;
 };
 
-/// The top folder of the disk that a path lies on.
+/// The mount point of the file system that holds a path.
 fs::path topOf(const fs::path& path)
 {
     struct stat here{};
@@ -36,7 +36,7 @@ fs::path topOf(const fs::path& path)
     return top;
 }
 
-/// Where the trash specification of freedesktop.org lets things from this place go.
+/// The trash folders that desktops use for a file: the user's own, and two on the file's disk.
 std::vector<TrashFolder> foldersFor(const fs::path& file)
 {
     const fs::path top = topOf(file.parent_path());
@@ -50,7 +50,7 @@ struct Entry {
     std::string deleted; ///< A time that sorts as text.
 };
 
-/// What a .trashinfo file says, when it is about `file`.
+/// Reads a .trashinfo file; returns nullopt unless it describes `file`.
 std::optional<Entry> entryFor(const fs::path& info, const TrashFolder& folder, const fs::path& file)
 {
     std::ifstream in(info);
@@ -110,7 +110,7 @@ void restoreFromTrash(const fs::path& file)
     if (fs::exists(fs::symlink_status(place)))
         throw captureError(std::format("Ya hay otra cosa en {}: lo que estaba allí sigue en la papelera.", place.string()));
     fs::rename(entry->content, place);
-    std::error_code ignored; // Without its content the note is of no use; desktops clean it up.
+    std::error_code ignored; // Desktops clean up an info file without content.
     fs::remove(entry->info, ignored);
 }
 

@@ -4,15 +4,15 @@
 
 namespace orvo {
 
-/// Moves a file or a folder to the desktop's trash, from where a person can put it back. Blocks; any thread.
+/// Moves a file or a folder to the desktop's trash. Blocks; any thread.
 ///
-/// Throws `captureError` with a text for the user; nothing has moved then. Some file systems have no trash.
+/// Throws `captureError` with a text for the user, for example on a file system without a trash; then nothing has moved.
 void moveToTrash(const std::filesystem::path& file);
 
-/// Puts back what was last moved to the trash from this path. Blocks; any thread.
+/// Restores the file or folder that was last moved to the trash from this path. Blocks; any thread.
 ///
-/// Throws `captureError` with a text for the user when the trash does not have it any more or when something else lies there
-/// now, and file system errors unchanged; nothing has moved then.
+/// Throws `captureError` with a text for the user when it is no longer in the trash or when the path is taken, and file
+/// system errors unchanged; then nothing has moved.
 void restoreFromTrash(const std::filesystem::path& file);
 
 } // namespace orvo

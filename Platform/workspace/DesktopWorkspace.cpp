@@ -21,7 +21,7 @@ QUrl addressOf(const std::filesystem::path& path)
     return QUrl::fromLocalFile(QString::fromStdString(path.string()));
 }
 
-/// Uses the file manager on the session bus, else the desktop's way to open a folder.
+/// Uses the file manager on the session bus, else opens the folder with the desktop's default program.
 class DesktopWorkspace final : public Workspace {
 public:
     void reveal(const std::filesystem::path& file) override
@@ -64,7 +64,7 @@ public:
             {"systemsettings", "kcm_app-permissions", "kcm_keys", "kcm_pulseaudio"},
             {"xfce4-settings-manager", nullptr, nullptr, nullptr},
         };
-        if (page == SettingsPage::audio) { // The desktops without a page of their own bring this program.
+        if (page == SettingsPage::audio) { // Installed by desktops that have no such page.
             if (const QString mixer = QStandardPaths::findExecutable(QStringLiteral("pavucontrol")); !mixer.isEmpty())
                 return QProcess::startDetached(mixer, {});
         }

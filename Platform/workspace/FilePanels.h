@@ -10,7 +10,7 @@ namespace orvo {
 
 /// Asks the user for files with the desktop's dialogs.
 ///
-/// Main thread only. Calls do not block. Each calls its answer exactly once, on the main thread, possibly at once: with
+/// Main thread only; does not block. Each function calls `answer` exactly once, on the main thread, possibly at once: with
 /// nullopt when the user cancels or when this object is destroyed.
 class FilePanels {
 public:
@@ -30,14 +30,14 @@ public:
     /// Asks for one existing image.
     virtual void openImage(Answer answer) = 0;
 
-    /// What is asked for.
+    /// The proposal for a file to save.
     struct Saved {
         std::string name; ///< Proposed. Characters that a file name cannot contain are replaced.
-        std::filesystem::path folder = {}; ///< Where the panel starts; wherever the desktop likes for an empty one.
-        std::string extension = ".mp4"; ///< That of the result: ".mp4", ".webm", ".m4a" or ".gif".
+        std::filesystem::path folder = {}; ///< Where the panel starts; if empty, the desktop decides.
+        std::string extension = ".mp4"; ///< Of the result: ".mp4", ".webm", ".m4a" or ".gif".
     };
 
-    /// Asks where to write a film; the answer has the extension. The user has confirmed overwriting an existing file.
+    /// Asks where to write a movie; the answer has the extension. The user has confirmed overwriting an existing file.
     virtual void saveMovie(const Saved& saved, Answer answer) = 0;
 };
 

@@ -20,8 +20,8 @@ public:
     /// Receives whether the text is on the clipboard.
     using Done = std::function<void(bool isSet)>;
 
-    /// Replaces the clipboard by a plain text. A Wayland compositor may refuse it, above all while another program has
-    /// the keyboard. Calls `done` with the outcome on the main thread, at once or within some seconds. If calls overlap,
+    /// Puts a plain text on the clipboard. A Wayland compositor may refuse it, above all while another program has the
+    /// keyboard focus. Calls `done` with the outcome on the main thread, at once or within a few seconds. If calls overlap,
     /// only the last one gets an answer.
     virtual void setText(const std::string& text, Done done) = 0;
 };

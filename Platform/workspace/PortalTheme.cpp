@@ -14,7 +14,7 @@ constexpr auto variable = "QT_QPA_PLATFORMTHEME";
 } // namespace
 
 PortalTheme::PortalTheme()
-    // Without a portal behind it, the panels of that theme would end at once.
+    // Without a portal, the panels of that theme would close at once.
     : m_isSet(!qEnvironmentVariableIsSet(variable) && DesktopOffers::hasFilePanels())
 {
     if (m_isSet)

@@ -2,15 +2,15 @@
 
 namespace orvo {
 
-/// Has Qt take the desktop's own file panels from its portal: while this lives, a `QGuiApplication` is created with Qt's
-/// theme for portals. That theme asks the one that Qt would have chosen for everything else, so that fonts and colours stay.
+/// Makes Qt use the file panels of the desktop portal: a `QGuiApplication` created during its lifetime gets Qt's portal
+/// theme. That theme delegates everything else, such as fonts and colours, to Qt's default theme.
 ///
-/// Does nothing where the user has chosen a theme for Qt, where no portal shows file panels, which may take two seconds to
-/// be known, or where the theme is not installed. Main thread, before the application is created.
+/// Has no effect when the user has chosen a Qt theme, when no portal shows file panels, or when the theme is not installed.
+/// Main thread, before the application is created. Blocks for up to two seconds.
 class PortalTheme {
 public:
     PortalTheme();
-    /// Programs that are started later choose for themselves.
+    /// Resets the environment, so that child processes choose their own theme.
     ~PortalTheme();
     PortalTheme(const PortalTheme&) = delete;
     PortalTheme& operator=(const PortalTheme&) = delete;

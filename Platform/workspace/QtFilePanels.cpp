@@ -71,7 +71,7 @@ private:
     struct Panel {
         std::unique_ptr<QFileDialog> dialog;
         Answer answer;
-        QString suffix; ///< What the name must end in; empty for any.
+        QString suffix; ///< The required end of the name; empty for any.
     };
 
     static QString filterFor(const std::string& extension)
@@ -101,7 +101,7 @@ private:
             std::error_code ignored;
             if (!std::filesystem::exists(file, ignored))
                 return finish(panel, std::move(file));
-            askToReplace(panel, file); // The dialog has asked about the name without the suffix, if at all.
+            askToReplace(panel, file); // The dialog has only checked the name without the suffix.
         });
         stayAbove(*dialog);
         dialog->open();

@@ -24,7 +24,7 @@ public:
     /// Opens a folder.
     virtual void openFolder(const std::filesystem::path& folder) = 0;
 
-    /// Opens a file with the program that the desktop has for it.
+    /// Opens a file with the desktop's default program for it.
     virtual void openFile(const std::filesystem::path& file) = 0;
 
     /// Opens a web address in the desktop's browser. Ignores text that is not a web address.
