@@ -12,7 +12,7 @@
 
 namespace orvo::test {
 
-/// A task bar.
+/// Receives the progress as a task bar does.
 class FakeLauncher : public QObject {
     Q_OBJECT
 public:
@@ -42,7 +42,7 @@ TEST(AttentionTests, ShowsNoticesAndTheirButton)
     EXPECT_EQ(desktop.text, "a&lt;b&gt;.mp4 · 7,5 MB");
     EXPECT_EQ(desktop.actions, (QStringList{"default", "Abrir", "button", "Mostrar"}));
 
-    // Another one takes its place, once it is known what the desktop calls the first: its answer is here before a later one.
+    // The next notice replaces the first once its identifier is known. The round trip makes sure that it has arrived.
     desktop.flush();
     QDBusConnection::sessionBus().interface()->isServiceRegistered("es.orvo.video");
     QCoreApplication::processEvents();
@@ -55,7 +55,7 @@ TEST(AttentionTests, ShowsNoticesAndTheirButton)
     EXPECT_TRUE(comesToHold([&] { return presses == 1; }));
     EXPECT_EQ(clicks, 0);
 
-    // One that is closed before the desktop has answered goes as well.
+    // A notice that is closed before the desktop has answered disappears as well.
     notice.show("Más", "");
     notice.close();
     const int shown = desktop.count;

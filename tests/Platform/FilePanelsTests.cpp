@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 class FilePanelsTests : public testing::Test {
 protected:
-    /// The panel that is shown now.
+    /// The visible panel; null if there is none.
     static QFileDialog* panel()
     {
         for (QWidget* widget : QApplication::topLevelWidgets()) {
@@ -29,7 +29,7 @@ protected:
         return nullptr;
     }
 
-    /// Takes the answer of a panel.
+    /// Records the answer of a panel.
     FilePanels::Answer note()
     {
         return [this](std::optional<fs::path> file) {
@@ -56,7 +56,7 @@ TEST_F(FilePanelsTests, OpensOneFileOfItsKind)
 {
     const auto movie = folder / "película.MOV";
     std::ofstream(movie) << "x";
-    std::ofstream(folder / "picture.png") << "x";
+    std::ofstream(folder / "image.png") << "x";
     panels->openMovie(note());
     ASSERT_TRUE(panel());
     EXPECT_EQ(panel()->fileMode(), QFileDialog::ExistingFile);
@@ -69,11 +69,11 @@ TEST_F(FilePanelsTests, OpensOneFileOfItsKind)
 
     panels->openImage(note());
     EXPECT_TRUE(panel()->nameFilters().front().contains("*.png"));
-    choose(folder / "picture.png");
-    EXPECT_EQ(answer, folder / "picture.png");
+    choose(folder / "image.png");
+    EXPECT_EQ(answer, folder / "image.png");
 }
 
-TEST_F(FilePanelsTests, CancellingAnswersNothing)
+TEST_F(FilePanelsTests, ReturnsNulloptWhenCancelledOrDestroyed)
 {
     answer = "before";
     panels->openMovie(note());
@@ -81,7 +81,7 @@ TEST_F(FilePanelsTests, CancellingAnswersNothing)
     EXPECT_EQ(answers, 1);
     EXPECT_EQ(answer, std::nullopt);
 
-    // So does the end of the application.
+    // Destroying the panels answers as well.
     panels->openImage(note());
     panels->saveMovie({.name = "x.mp4"}, note());
     panels.reset();
@@ -89,14 +89,14 @@ TEST_F(FilePanelsTests, CancellingAnswersNothing)
     EXPECT_FALSE(panel());
 }
 
-TEST_F(FilePanelsTests, SavesUnderANameThatCanBeOne)
+TEST_F(FilePanelsTests, SavesUnderAValidNameAndAsksBeforeReplacing)
 {
     panels->saveMovie({.name = "Parte 1/2: ¿qué?.mp4"}, note());
     EXPECT_EQ(panel()->selectedFiles().front().section('/', -1), "Parte 1-2: ¿qué?.mp4");
     choose(folder / "otro nombre");
     EXPECT_EQ(answer, folder / "otro nombre.mp4");
 
-    // A file that exists is only chosen when the user says so, also where the panel knows a name without the extension.
+    // Asks before replacing a file, even if the extension is not typed.
     std::ofstream(folder / "there.mp4") << "x";
     for (const auto& [name, button] : {std::pair("there.mp4", QMessageBox::No), {"there.mp4", QMessageBox::Yes},
              {"there", QMessageBox::No}, {"there", QMessageBox::Yes}}) {

@@ -38,14 +38,14 @@ std::string notSaved(int status)
     return std::format("El llavero no ha permitido guardar la credencial ({}).", status);
 }
 
-TEST(KeychainWithoutBus, IsAnError)
+TEST(KeychainWithoutBus, ReportsAnError)
 {
     ::setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1);
     EXPECT_EQ(loaded(), notRead(300));
     ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
 }
 
-/// One bus for all of them: a process has one session bus for its life.
+/// The tests share one bus, because a process never changes its session bus.
 class KeychainTests : public testing::Test {
 protected:
     static Keyring& shared()
@@ -72,13 +72,13 @@ TEST_F(KeychainTests, KeepsOneSecretForEachAccount)
             "La credencial está vacía. Pulsa Leer del llavero antes de guardar; se conserva la credencial anterior.");
     EXPECT_EQ(loaded(), "otro");
     EXPECT_EQ(saved("\xFF\xFE"), "");
-    EXPECT_EQ(loaded(), notRead(0)) << "no text";
+    EXPECT_EQ(loaded(), notRead(0)) << "not text";
     EXPECT_EQ(saved("de nuevo"), "");
     keyring.restart(Keyring::State::unlocked);
     EXPECT_EQ(loaded(), "de nuevo");
 }
 
-TEST_F(KeychainTests, ALockedKeychainAsksOnlyWhenItMay)
+TEST_F(KeychainTests, FailsWhenLockedAndAskingIsForbidden)
 {
     ASSERT_EQ(saved("secreto"), "");
     keyring.restart(Keyring::State::locked);
@@ -88,7 +88,7 @@ TEST_F(KeychainTests, ALockedKeychainAsksOnlyWhenItMay)
     EXPECT_EQ(loaded(), "secreto");
 }
 
-TEST_F(KeychainTests, AServiceThatIsMissingOrSilentIsAnError)
+TEST_F(KeychainTests, ReportsAMissingOrSilentService)
 {
     ASSERT_EQ(saved("secreto"), "");
     keyring.freeze();
@@ -104,18 +104,18 @@ TEST_F(KeychainTests, AServiceThatIsMissingOrSilentIsAnError)
     EXPECT_EQ(saved("otro"), notSaved(202));
 }
 
-/// The user sits in front of the service.
+/// A service that asks the user for a password.
 class KeychainPrompt : public KeychainTests {
 protected:
     using User = PromptingKeyring::User;
 
     KeychainPrompt() { keyring.restart(Keyring::State::absent); }
 
-    /// More than the service has for anything else.
+    /// Longer than the limit for the service's answers.
     static constexpr std::chrono::milliseconds longer{6'500};
 };
 
-TEST_F(KeychainPrompt, TheUserMayTakeTheirTime)
+TEST_F(KeychainPrompt, WaitsForTheUserWithoutALimit)
 {
     {
         const PromptingKeyring desktop({.thinks = longer});
@@ -124,13 +124,13 @@ TEST_F(KeychainPrompt, TheUserMayTakeTheirTime)
         EXPECT_EQ(desktop.asked(), 0);
         EXPECT_EQ(loaded(Interaction::allowed), "secreto");
         EXPECT_EQ(desktop.asked(), 1);
-        // It stays open.
+        // The keyring stays unlocked.
         EXPECT_EQ(loaded(), "secreto");
         EXPECT_EQ(saved("otro"), "");
         EXPECT_EQ(loaded(Interaction::allowed), "otro");
         EXPECT_EQ(desktop.asked(), 1);
     }
-    // The first secret of all: the desktop makes a keyring for it.
+    // The desktop creates a keyring for the first secret.
     const PromptingKeyring desktop({.secret = "", .thinks = longer});
     EXPECT_EQ(loaded(Interaction::allowed), notRead(-25'300));
     EXPECT_EQ(desktop.asked(), 0);
@@ -139,14 +139,14 @@ TEST_F(KeychainPrompt, TheUserMayTakeTheirTime)
     EXPECT_EQ(desktop.secret(), "nuevo");
 }
 
-TEST_F(KeychainPrompt, TheUserMayRefuse)
+TEST_F(KeychainPrompt, ReportsWhenTheUserRefuses)
 {
     {
         const PromptingKeyring desktop({.user = User::refuses});
         EXPECT_EQ(loaded(Interaction::allowed), notRead(119));
         EXPECT_EQ(desktop.asked(), 1);
-        EXPECT_EQ(loaded(), notRead(2)) << "it is locked as before";
-        EXPECT_EQ(loaded(Interaction::allowed), notRead(119)) << "and asks again";
+        EXPECT_EQ(loaded(), notRead(2)) << "still locked";
+        EXPECT_EQ(loaded(Interaction::allowed), notRead(119)) << "asks again";
         EXPECT_EQ(desktop.secret(), "secreto");
     }
     const PromptingKeyring desktop({.secret = "", .user = User::refuses});
@@ -154,7 +154,7 @@ TEST_F(KeychainPrompt, TheUserMayRefuse)
     EXPECT_EQ(desktop.secret(), "");
 }
 
-TEST_F(KeychainPrompt, NobodyIsWaitedForInVain)
+TEST_F(KeychainPrompt, StopsWaitingWhenCancelledOrTheServiceFails)
 {
     const auto whenAsked = [](const PromptingKeyring& desktop, const std::function<void()>& act) {
         return std::jthread([&desktop, act] {
@@ -168,7 +168,7 @@ TEST_F(KeychainPrompt, NobodyIsWaitedForInVain)
         std::stop_source stop;
         const auto canceller = whenAsked(desktop, [&] { stop.request_stop(); });
         EXPECT_THROW(Keychain::load("adminToken", Interaction::allowed, stop.get_token()), Cancelled);
-        while (desktop.takenBack() == 0) // The window that asks is closed.
+        while (desktop.takenBack() == 0) // The prompt is dismissed.
             std::this_thread::yield();
     }
     {
@@ -177,7 +177,7 @@ TEST_F(KeychainPrompt, NobodyIsWaitedForInVain)
         EXPECT_THAT(loaded(Interaction::allowed), MatchesRegex(".*\\([1-9][0-9]*\\)\\.")) << "the service has ended";
     }
     const PromptingKeyring desktop({.isSilentAfterwards = true});
-    EXPECT_EQ(loaded(Interaction::allowed), notRead(124)) << "the user has answered, the service does not";
+    EXPECT_EQ(loaded(Interaction::allowed), notRead(124)) << "the user answers, but the service does not";
     EXPECT_EQ(desktop.asked(), 1);
 }
 

@@ -12,7 +12,7 @@
 namespace orvo::test {
 namespace {
 
-/// Qt's theme for an application that is created now. The portal answers on this thread meanwhile.
+/// Qt's theme for an application created now. The fake portal answers on this thread meanwhile.
 QByteArray chosenTheme()
 {
     auto chosen = std::async(std::launch::async, [] {
@@ -24,19 +24,19 @@ QByteArray chosenTheme()
     return chosen.get();
 }
 
-TEST(PortalThemeTests, IsChosenWhereThePortalShowsFilePanels)
+TEST(PortalThemeTests, SetsTheThemeWhenThePortalShowsFilePanels)
 {
     const PrivateBus bus;
     qunsetenv("QT_QPA_PLATFORMTHEME");
-    EXPECT_EQ(chosenTheme(), "") << "there is no portal";
+    EXPECT_EQ(chosenTheme(), "") << "no portal";
     FakePortal portal(bus.address());
-    EXPECT_EQ(chosenTheme(), "") << "it shows no file panels";
+    EXPECT_EQ(chosenTheme(), "") << "a portal without file panels";
     portal.fileChooser = 4;
     EXPECT_EQ(chosenTheme(), "xdgdesktopportal");
-    EXPECT_FALSE(qEnvironmentVariableIsSet("QT_QPA_PLATFORMTHEME")) << "other programs choose for themselves";
+    EXPECT_FALSE(qEnvironmentVariableIsSet("QT_QPA_PLATFORMTHEME")) << "resets the environment";
 
     qputenv("QT_QPA_PLATFORMTHEME", "gtk3");
-    EXPECT_EQ(chosenTheme(), "gtk3") << "the user has chosen";
+    EXPECT_EQ(chosenTheme(), "gtk3") << "keeps the user's choice";
     qunsetenv("QT_QPA_PLATFORMTHEME");
 }
 

@@ -14,7 +14,7 @@
 
 namespace orvo::test {
 
-/// A secret as it goes over the bus: session, parameters, value and content type.
+/// A secret on the bus: session, parameters, value and content type.
 struct PassedSecret {
     QDBusObjectPath session;
     QByteArray parameters;
@@ -35,7 +35,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, PassedSecret& sec
     argument.beginStructure();
     argument >> secret.session >> secret.parameters >> secret.value >> secret.type;
     argument.endStructure();
-    return argument; // NOLINT(bugprone-return-const-ref-from-parameter): QtDBus asks for it.
+    return argument; // NOLINT(bugprone-return-const-ref-from-parameter): QtDBus requires it.
 }
 
 namespace {
@@ -173,7 +173,7 @@ private:
     {
         QVariant opened = m_opened;
         if (isDismissed) {
-            // Some services say that nothing was opened, others say nothing.
+            // Some services report an empty result, others none.
             opened = m_dismissals++ > 0                  ? QVariant("")
                 : m_opened.canConvert<QDBusObjectPath>() ? variant(nothing)
                                                          : variant(Paths());
@@ -188,7 +188,7 @@ private:
 
     Setup m_setup;
     QDBusConnection m_bus = QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), name);
-    QVariant m_opened; ///< What the prompt is to open.
+    QVariant m_opened; ///< The objects that the prompt unlocks.
     bool m_hasKeyring;
     bool m_isLocked = true;
     bool m_isSilent = false;

@@ -9,18 +9,18 @@ class QThread;
 
 namespace orvo::test {
 
-/// A secret service on the session bus whose keyring is locked, and the user in front of it, who is asked for a password
-/// before it opens. It has the service's name for as long as it lives, on a thread of its own.
+/// A secret service on the session bus with a locked keyring that prompts a simulated user for the password. Owns the
+/// service's bus name during its lifetime; runs on its own thread.
 class PromptingKeyring {
 public:
-    /// What the user does when asked.
+    /// The user's reaction to the prompt.
     enum class User : std::uint8_t { answers, refuses, isAway };
 
     struct Setup {
-        std::string secret = "secreto"; ///< Under any account; when empty there is no keyring yet.
+        std::string secret = "secreto"; ///< The secret of every account; if empty, there is no keyring yet.
         User user = User::answers;
-        std::chrono::milliseconds thinks{0}; ///< Until the user does something.
-        bool isSilentAfterwards = false; ///< Once the user has answered, the service answers nothing any more.
+        std::chrono::milliseconds thinks{0}; ///< The time until the user reacts.
+        bool isSilentAfterwards = false; ///< Whether the service stops answering once the user has answered.
     };
 
     explicit PromptingKeyring(const Setup& setup);
@@ -28,18 +28,18 @@ public:
     PromptingKeyring(const PromptingKeyring&) = delete;
     PromptingKeyring& operator=(const PromptingKeyring&) = delete;
 
-    /// How often the user was asked.
+    /// The number of prompts.
     int asked() const;
-    /// How often the client did not want an answer any more.
+    /// The number of prompts that the client dismissed.
     int takenBack() const;
-    /// What is stored; once nobody speaks to it any more.
+    /// The stored secret. Call it only while no client uses the service.
     std::string secret() const;
 
 private:
     class Service;
 
     std::unique_ptr<QThread> m_thread;
-    Service* m_service; ///< Of the thread.
+    Service* m_service; ///< Lives on the thread, which deletes it.
 };
 
 } // namespace orvo::test

@@ -22,7 +22,7 @@ protected:
             ::close(socket);
     }
 
-    /// Asks and waits for the answer.
+    /// Opens a share and waits for the outcome.
     ScreenCast::Outcome open(ScreenCast& cast, ScreenCast::Kind kind, const QString& token = {})
     {
         std::optional<ScreenCast::Outcome> outcome;
@@ -56,7 +56,7 @@ TEST_F(ScreenCastTests, SharesWhatTheUserChooses)
     EXPECT_TRUE(monitor.stream->placed);
     EXPECT_TRUE(monitor.stream->tellsPointer);
     EXPECT_EQ(desktop->selection.value("types"), 1U);
-    EXPECT_EQ(desktop->selection.value("cursor_mode"), 4U) << "the pointer beside the picture";
+    EXPECT_EQ(desktop->selection.value("cursor_mode"), 4U) << "the pointer as metadata";
     EXPECT_EQ(desktop->selection.value("persist_mode"), 2U);
     EXPECT_FALSE(desktop->selection.contains("restore_token"));
     EXPECT_EQ(::write(monitor.stream->remote, "x", 1), 1) << "the connection is open";
@@ -70,14 +70,14 @@ TEST_F(ScreenCastTests, SharesWhatTheUserChooses)
     EXPECT_EQ(window.stream->kind, ScreenCast::Kind::window);
     EXPECT_EQ(desktop->selection.value("types"), 2U);
     EXPECT_EQ(desktop->selection.value("restore_token"), "token-1");
-    EXPECT_EQ(desktop->openSessions.size(), 1) << "what was shared before is given up";
+    EXPECT_EQ(desktop->openSessions.size(), 1) << "ends the earlier share";
 
     cast.close();
     EXPECT_TRUE(comesToHold([&] { return desktop->openSessions.isEmpty(); }));
     EXPECT_EQ(cast.stream(), std::nullopt);
 }
 
-TEST_F(ScreenCastTests, AsksAnOldPortalOnlyForWhatItKnows)
+TEST_F(ScreenCastTests, OmitsOptionsThatAnOldPortalLacks)
 {
     const auto desktop = portal();
     desktop->version = 2;
@@ -92,7 +92,7 @@ TEST_F(ScreenCastTests, AsksAnOldPortalOnlyForWhatItKnows)
     EXPECT_TRUE(outcome.stream->restoreToken.isEmpty());
 }
 
-TEST_F(ScreenCastTests, APortalThatEndsWhileTheUserChoosesIsTold)
+TEST_F(ScreenCastTests, ReportsWhenThePortalExitsDuringTheChoice)
 {
     auto desktop = portal();
     desktop->decision = FakePortal::Decision::wait;
@@ -105,7 +105,7 @@ TEST_F(ScreenCastTests, APortalThatEndsWhileTheUserChoosesIsTold)
     EXPECT_EQ(outcome->error, ScreenCast::revokedText());
 
     desktop = portal();
-    EXPECT_TRUE(open(cast, ScreenCast::Kind::monitor).stream) << "the next one can be asked";
+    EXPECT_TRUE(open(cast, ScreenCast::Kind::monitor).stream) << "uses the next portal";
 }
 
 } // namespace

@@ -22,7 +22,7 @@ constexpr std::uint32_t keyR = 15;
 constexpr std::uint32_t keyP = 35;
 constexpr std::uint32_t key9 = 25;
 
-/// Combinations heard on a real display.
+/// Combinations on a virtual X11 display.
 class ShortcutKeysTests : public testing::Test {
 protected:
     ShortcutKeysTests()
@@ -32,7 +32,7 @@ protected:
         QObject::connect(keys.get(), &ShortcutKeys::pressed, [this](quint32 id) { heard.push_back(id); });
     }
 
-    /// Presses combinations, and then one that is heard for certain: what the others do has been done by then.
+    /// Presses combinations, then a sentinel that is always granted, and returns the identifiers emitted before it.
     std::vector<quint32> press(const QStringList& words)
     {
         heard.clear();
@@ -49,7 +49,7 @@ protected:
     std::vector<quint32> heard;
 };
 
-TEST_F(ShortcutKeysTests, HearsCombinationsWhateverTheLockKeysAre)
+TEST_F(ShortcutKeysTests, ReportsCombinationsInEveryLockKeyState)
 {
     EXPECT_EQ(keys->support(), ShortcutKeys::Support::ours);
     keys->listen(
@@ -61,13 +61,13 @@ TEST_F(ShortcutKeysTests, HearsCombinationsWhateverTheLockKeysAre)
     EXPECT_THAT(press({"Caps_Lock", "ctrl+alt+super+r"}), ElementsAre(1));
     EXPECT_THAT(
         press({"Num_Lock", "ctrl+alt+r", "alt+super+r", "r", "ctrl+alt+super+shift+r", "ctrl+alt+super+q"}), IsEmpty())
-        << "other combinations are none of ours";
+        << "ignores other combinations";
 
     keys->listen({{7, keyP, three, {}}, last});
-    EXPECT_THAT(press({"ctrl+alt+super+r", "ctrl+alt+super+p"}), ElementsAre(7)) << "in place of those before";
+    EXPECT_THAT(press({"ctrl+alt+super+r", "ctrl+alt+super+p"}), ElementsAre(7)) << "replaces the earlier combinations";
 }
 
-TEST_F(ShortcutKeysTests, AHeldCombinationIsPressedOnce)
+TEST_F(ShortcutKeysTests, ReportsAHeldCombinationOnce)
 {
     keys->listen({{1, keyR, three, {}}, last});
     ASSERT_TRUE(display.xdotool({"keydown", "ctrl", "keydown", "alt", "keydown", "super", "keydown", "r", "sleep", "1.5",
@@ -75,10 +75,10 @@ TEST_F(ShortcutKeysTests, AHeldCombinationIsPressedOnce)
     EXPECT_TRUE(comesToHold([&] { return heard.size() >= 2; }));
     const auto before = heard;
     EXPECT_THAT(press({}), IsEmpty());
-    EXPECT_THAT(before, ElementsAre(1, 1)) << "the one that was held, and the one after it";
+    EXPECT_THAT(before, ElementsAre(1, 1)) << "one for the held press, one for the next";
 }
 
-TEST_F(ShortcutKeysTests, ACombinationOfAnotherProgramIsLeftOut)
+TEST_F(ShortcutKeysTests, SkipsCombinationsOfOtherPrograms)
 {
     const auto other = ShortcutKeys::create();
     std::vector<quint32> heardByOther;
@@ -99,7 +99,7 @@ TEST_F(ShortcutKeysTests, ACombinationOfAnotherProgramIsLeftOut)
     EXPECT_TRUE(keys->hears(1));
 }
 
-TEST(VirtualKeysTests, KeysOfEventsAndTheirTexts)
+TEST(VirtualKeysTests, MapsEventsToKeysAndTexts)
 {
     struct Case {
         int qtKey;
@@ -109,7 +109,7 @@ TEST(VirtualKeysTests, KeysOfEventsAndTheirTexts)
     for (const auto& [qtKey, scanCode, code] : {
              Case{Qt::Key_R, 27, 15},
              Case{Qt::Key_ParenLeft, 18, 25}, // Shift and 9
-             Case{Qt::Key_Equal, 19, 24}, // A key that is known counts before its place.
+             Case{Qt::Key_Equal, 19, 24}, // The symbol takes precedence over the scan code.
              Case{Qt::Key_F12, 0, 111},
              Case{Qt::Key_Control, 37, std::nullopt},
              Case{Qt::Key_Ntilde, 47, std::nullopt},
@@ -122,14 +122,14 @@ TEST(VirtualKeysTests, KeysOfEventsAndTheirTexts)
     EXPECT_EQ(VirtualKeys::text(999, three), "⌃⌥⌘?");
 }
 
-/// Combinations that the desktop hears.
+/// Combinations bound by the desktop portal.
 class PortalShortcutKeysTests : public testing::Test {
 protected:
     PrivateBus bus;
     QDBusConnection connection = QDBusConnection::connectToBus(bus.address(), "application " + bus.address());
 };
 
-TEST_F(PortalShortcutKeysTests, ProposesCombinationsAndHearsThoseOfItsSession)
+TEST_F(PortalShortcutKeysTests, ProposesCombinationsAndReportsThoseOfItsSession)
 {
     FakePortal portal(bus.address());
     PortalShortcutKeys keys(connection);
@@ -149,7 +149,7 @@ TEST_F(PortalShortcutKeysTests, ProposesCombinationsAndHearsThoseOfItsSession)
 
     keys.listen({{2, keyP, three, {}}});
     ASSERT_TRUE(comesToHold([&] { return portal.shortcuts.size() == 1 && portal.openSessions.size() == 1; }))
-        << "the session before is given up";
+        << "ends the earlier session";
     portal.activate("2");
     ASSERT_TRUE(comesToHold([&] { return heard.size() == 2; }));
     EXPECT_THAT(heard, ElementsAre(1, 2));
@@ -158,7 +158,7 @@ TEST_F(PortalShortcutKeysTests, ProposesCombinationsAndHearsThoseOfItsSession)
     EXPECT_TRUE(comesToHold([&] { return keys.support() == ShortcutKeys::Support::none; }));
 }
 
-TEST_F(PortalShortcutKeysTests, BindsAgainWithEveryPortalThatFollows)
+TEST_F(PortalShortcutKeysTests, BindsAgainWhenThePortalRestarts)
 {
     auto portal = std::make_unique<FakePortal>(bus.address());
     PortalShortcutKeys keys(connection);
@@ -180,7 +180,7 @@ TEST_F(PortalShortcutKeysTests, BindsAgainWithEveryPortalThatFollows)
     }
 }
 
-TEST_F(PortalShortcutKeysTests, SaysWhenTheDesktopHearsNone)
+TEST_F(PortalShortcutKeysTests, ReportsNoSupportWhenThePortalIsMissingOrRefuses)
 {
     PortalShortcutKeys keys(connection);
     keys.listen({{1, keyR, three, {}}});

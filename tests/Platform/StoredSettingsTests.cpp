@@ -23,7 +23,7 @@ protected:
     TemporaryFolder folder;
 };
 
-TEST_F(StoredSettingsTests, KeepWhatOthersHaveStored)
+TEST_F(StoredSettingsTests, KeepsValuesOfOtherPrograms)
 {
     EXPECT_EQ(StoredSettings::text("serverURL"), std::nullopt);
     StoredSettings::setText("serverURL", "https://video.ejemplo.es");
@@ -66,7 +66,7 @@ TEST_F(StoredSettingsTests, RemembersWithoutWaitingForTheDisk)
     StoredSettings::finish();
     EXPECT_THAT(readFile(StoredSettings::file()), HasSubstr(R"("width": "200")"));
 
-    // What cannot be written holds for this run, and is written with the next value that can.
+    // A value that cannot be written is kept in memory and written with the next one.
     fs::remove(StoredSettings::file());
     fs::create_directory(StoredSettings::file());
     StoredSettings::remember("width", "300");

@@ -20,7 +20,7 @@ public slots:
     void ShowItems(const QStringList& addresses, const QString&) { shown += addresses; } // NOLINT(*-identifier-naming)
 };
 
-/// Takes the addresses that would be opened by the desktop.
+/// Records the addresses that the desktop would open.
 class Desktop : public QObject {
     Q_OBJECT
 public:
@@ -55,7 +55,7 @@ TEST_F(WorkspaceTests, RevealsInTheFileManager)
     QDBusConnection::disconnectFromBus("file manager");
 }
 
-TEST_F(WorkspaceTests, OpensTheFolderWhereThereIsNoFileManager)
+TEST_F(WorkspaceTests, OpensTheFolderWithoutAFileManager)
 {
     workspace->reveal("/películas/mi vídeo.mp4");
     ASSERT_TRUE(comesToHold([&] { return !desktop.opened.isEmpty(); }));
