@@ -10,7 +10,7 @@
 namespace orvo::test {
 
 BridgeProcess::BridgeProcess(const std::filesystem::path& library)
-    // As browsers start it: with the extension's origin.
+    // Browsers pass the extension's origin.
     : m_process({ORVO_BRIDGE, "chrome-extension://abcdefghijklmnopabcdefghijklmnop/"},
           {{"ORVO_LIBRARY", library.string()}, {"XDG_DATA_HOME", m_home.path().string()}})
 {

@@ -10,28 +10,28 @@
 
 namespace orvo::test {
 
-/// The built helper as a browser starts it, with pipes on its standard input and output.
+/// Runs the built helper as a browser does, with pipes on its standard input and output.
 class BridgeProcess {
 public:
     explicit BridgeProcess(const std::filesystem::path& library);
 
-    /// Sends one message. A helper that has ended takes none.
+    /// Sends one message. Ignores errors, since the helper may have ended.
     void send(std::string_view message);
-    /// Sends bytes as they are.
+    /// Sends raw bytes. Ignores errors.
     void sendBytes(std::string_view bytes);
 
-    /// The next answer; nothing when there is none any more.
+    /// Waits for the next answer; returns nullopt at the end of the output.
     std::optional<std::string> answer();
 
-    /// Closes its input, as a browser does that goes away, and waits. Returns the exit status, or −1 after a signal.
+    /// Closes the helper's input, as a closing browser does, and waits. Returns the exit status, or −1 after a signal.
     int hangUp() { return m_process.wait(); }
 
     void kill(int signal) { m_process.end(signal); }
 
-    /// The most memory it has had so far, in bytes.
+    /// The peak memory use so far, in bytes.
     std::size_t peakMemory() const;
 
-    /// The data folder of its user.
+    /// The user's data folder.
     const std::filesystem::path& home() const { return m_home.path(); }
 
 private:
@@ -39,7 +39,7 @@ private:
     ChildProcess m_process;
 };
 
-/// A "chunk" message.
+/// Builds a "chunk" message.
 std::string chunkMessage(std::string_view track, int sequence, std::string_view data);
 
 } // namespace orvo::test

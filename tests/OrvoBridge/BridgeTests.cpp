@@ -34,7 +34,7 @@ protected:
         return projects.empty() ? VideoProject() : projects.front();
     }
 
-    /// Sends a file in pieces; each is answered.
+    /// Sends a file in chunks and checks each answer.
     static void sendFile(BridgeProcess& bridge, std::string_view track, const fs::path& file, std::size_t piece = 50'000)
     {
         const std::string content = readFile(file);
@@ -57,7 +57,7 @@ protected:
     TemporaryFolder library;
 };
 
-/// Half a minute of a tab as browsers write it: no duration in the file, times from 0.
+/// Writes the recording of a tab as browsers do: without a duration in the file, with times from 0.
 fs::path tabFile(const TemporaryFolder& folder, double seconds)
 {
     const fs::path file = folder / "tab.webm";
@@ -77,8 +77,8 @@ TEST_F(Bridge, RecordsATabIntoTheLibrary)
     BridgeProcess bridge(library.path());
     bridge.send(R"({"type":"hello","version":1})");
     EXPECT_EQ(bridge.answer(), R"({"type":"hello","version":1})");
-    // The application learns that the extension is installed.
-    bridge.send(R"({"type":"hello","version":1})"); // Whose answer comes after the mark of the first.
+    // The mark shows the application that the extension is installed. The second answer comes after it is written.
+    bridge.send(R"({"type":"hello","version":1})");
     EXPECT_EQ(bridge.answer(), R"({"type":"hello","version":1})");
     EXPECT_TRUE(fs::exists(bridge.home() / "OrvoVideo/extension-connected"));
     bridge.send(
@@ -122,8 +122,7 @@ TEST_F(Bridge, RecordsATabIntoTheLibrary)
     EXPECT_EQ(project.edit.events[2].time, 2.25);
 }
 
-/// What a browser sent before it went, or before the helper was killed, is there and can be prepared.
-TEST_F(Bridge, KeepsWhatCameBeforeTheEnd)
+TEST_F(Bridge, KeepsReceivedDataWhenInterrupted)
 {
     const TemporaryFolder media;
     const std::string content = readFile(tabFile(media, 8));
@@ -137,8 +136,8 @@ TEST_F(Bridge, KeepsWhatCameBeforeTheEnd)
         bridge.send(R"({"type":"progress","seconds":4})");
     };
     const std::vector<std::pair<const char*, std::function<void(BridgeProcess&)>>> ends{
-        {"the browser goes", [](BridgeProcess& bridge) { EXPECT_EQ(bridge.hangUp(), 0); }},
-        {"asked to end", [](BridgeProcess& bridge) { bridge.kill(SIGTERM); }},
+        {"the browser closes", [](BridgeProcess& bridge) { EXPECT_EQ(bridge.hangUp(), 0); }},
+        {"SIGTERM", [](BridgeProcess& bridge) { bridge.kill(SIGTERM); }},
         {"killed", [](BridgeProcess& bridge) { bridge.kill(SIGKILL); }},
         {"half a message",
             [](BridgeProcess& bridge) {
@@ -151,7 +150,7 @@ TEST_F(Bridge, KeepsWhatCameBeforeTheEnd)
                 EXPECT_EQ(bridge.answer(), std::nullopt);
                 EXPECT_EQ(bridge.hangUp(), 0);
             }},
-        {"a piece is missing",
+        {"a chunk is missing",
             [](BridgeProcess& bridge) {
                 bridge.send(chunkMessage("screen", 2, "abc"));
                 EXPECT_THAT(*bridge.answer(), HasSubstr(R"("reason":"protocol")"));
@@ -182,7 +181,7 @@ TEST_F(Bridge, KeepsWhatCameBeforeTheEnd)
     }
 }
 
-TEST_F(Bridge, RefusesWhatTheExtensionCannotHaveSent)
+TEST_F(Bridge, RejectsInvalidMessages)
 {
     const std::string longTitle(301, 'a');
     const std::vector<std::string> refused{
@@ -219,7 +218,7 @@ TEST_F(Bridge, RefusesWhatTheExtensionCannotHaveSent)
     }
     EXPECT_THAT(ProjectStore(library.path()).list(), IsEmpty());
 
-    // While something is recorded, each of these ends the recording, and the next can begin.
+    // During a recording, each of these messages ends it; then the next one can start.
     const std::vector<std::string> ending{
         R"({"type":"chunk","track":"screen","sequence":0,"data":"AAA"})",
         R"({"type":"chunk","track":"screen","sequence":0,"data":"A*AA"})",
@@ -251,10 +250,10 @@ TEST_F(Bridge, RecordsOneTabAtATime)
     EXPECT_THAT(*bridge.answer(), HasSubstr("started"));
     bridge.send(startScreen);
     EXPECT_THAT(*bridge.answer(), HasSubstr(R"("reason":"busy")"));
-    // The first goes on.
+    // The first recording continues.
     bridge.send(chunkMessage("screen", 0, "abc"));
     EXPECT_THAT(*bridge.answer(), HasSubstr("written"));
-    // Another browser has a helper of its own.
+    // Another browser starts its own helper.
     BridgeProcess other(library.path());
     other.send(startScreen);
     EXPECT_THAT(*other.answer(), HasSubstr("started"));
@@ -263,11 +262,11 @@ TEST_F(Bridge, RecordsOneTabAtATime)
     EXPECT_THAT(ProjectStore(library.path()).list(), SizeIs(2));
 }
 
-TEST_F(Bridge, AFullDiskEndsTheRecording)
+TEST_F(Bridge, EndsTheRecordingWhenTheDiskIsFull)
 {
     const SmallDisk disk(std::size_t{64} << 20);
     if (!disk)
-        GTEST_SKIP() << "may not mount";
+        GTEST_SKIP() << "no permission to mount";
     BridgeProcess bridge(disk.path() / "library");
     bridge.send(startScreen);
     EXPECT_THAT(*bridge.answer(), HasSubstr("started"));
@@ -287,7 +286,7 @@ TEST_F(Bridge, AFullDiskEndsTheRecording)
     ASSERT_THAT(projects, SizeIs(1));
     EXPECT_EQ(projects[0].state, "recoverable-tab");
     EXPECT_EQ(fs::file_size(store.directory(projects[0].id) / "media/screen.webm") % piece.size(), 0U);
-    // With so little room none begins. Before that come the answers to what was sent meanwhile.
+    // No recording starts on a full disk. Answers to earlier chunks may come first.
     bridge.send(startScreen);
     do
         answer = bridge.answer().value_or("nothing");
