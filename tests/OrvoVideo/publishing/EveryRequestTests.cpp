@@ -9,15 +9,15 @@ namespace {
 namespace fs = std::filesystem;
 using testing::IsEmpty;
 
-/// What can happen to a request, whatever it asks for.
+/// A fault that can happen to any request.
 struct Mishap {
     std::string name;
-    std::string fault; ///< As the server is told it.
-    std::string text; ///< What it is told the user as.
-    bool isLie = false; ///< The answer says that all is well, and nothing was done.
+    std::string fault; ///< In the notation of `PublishingServer::setFaults`.
+    std::string text; ///< The expected message for the user.
+    bool isLie = false; ///< Whether the answer reports success although the server did nothing.
 };
 
-/// Every request of a publication, with something that happens to it.
+/// Runs a publication repeatedly, with a fault at each of its requests in turn.
 class EveryRequest : public PublisherFixture, public testing::WithParamInterface<Mishap> {
 protected:
     EveryRequest()
@@ -26,11 +26,11 @@ protected:
         options.limits.silence = std::chrono::seconds(1);
         options.pause = [this](std::chrono::seconds, const std::stop_token&) {
             if (++waits > maxWait)
-                throw Cancelled(); // As a user does who has waited for long.
+                throw Cancelled(); // Ends an endless wait, as a user would.
         };
     }
 
-    /// Changes every file, so that the server has none of them.
+    /// Changes every file, so that the server has to receive all of them.
     void renew()
     {
         write(media("screen.mov"), 8'400'000); // Two chunks.
@@ -63,7 +63,7 @@ TEST_P(EveryRequest, FailsClearlyAndResumes)
         server.forgetRequests();
         server.setFaults(std::format(R"([{{"skip":{},"location":"{}/",{}}}])", number, elsewhere.address(), fault));
         const std::string outcome = failure();
-        // A chunk is sent again, and so is what has no body, when the connection that was kept turns out to have ended.
+        // The client retries chunks; and when a kept connection turns out to be closed, requests without a body as well.
         const bool isSentAgain = asked[number].starts_with("PUT") || (name == "Closed" && number > registration);
         if (!isLie) {
             EXPECT_EQ(outcome, isSentAgain ? "" : text);
@@ -73,7 +73,7 @@ TEST_P(EveryRequest, FailsClearlyAndResumes)
         const bool isDone = outcome.empty();
         EXPECT_EQ(isRegistered(), !isDone && (number > registration || (isLie && number == registration)));
 
-        // The next one goes on from there, and comes to its end.
+        // The next publication resumes there and completes.
         const bool goesOn = isRegistered() && number > registration;
         server.setFaults("");
         server.forgetRequests();

@@ -16,7 +16,7 @@ using testing::IsEmpty;
 
 class PublisherRequest : public PublisherFixture {
 protected:
-    /// How a request to a server ends: the text of its failure, or of its answer's "text".
+    /// Sends a request and returns the text of the failure, else the answer's "text".
     std::string outcome(
         const std::string& address, const std::string& method = "GET", const std::string& token = "secreto") const
     {
@@ -98,7 +98,7 @@ TEST_F(PublisherRequest, SendsTheCredentialToItsServerOnly)
     }
     EXPECT_THAT(other.requests(), IsEmpty());
 
-    // Within the server a redirection is followed; only one that keeps the method takes the body along.
+    // Redirects within the server are followed; the body is sent again only if the method stays the same.
     server.setFaults(redirect("/api/videos/none", 307));
     server.forgetRequests();
     EXPECT_EQ(outcome(server.address(), "PATCH"), "La petición no es válida: faltan los dominios o el enlace público.");
@@ -121,7 +121,7 @@ TEST_F(PublisherRequest, RefusesUntrustedServers)
     ::unsetenv("SSL_CERT_FILE");
     EXPECT_EQ(outcome(), "El certificado del servidor «localhost» no es de confianza.");
     EXPECT_THAT(server.requests(), IsEmpty());
-    // Not encrypted where that was asked for.
+    // A server without encryption.
     const PublishingServer plain(PublishingServer::Kind::plainProxy);
     EXPECT_THAT(outcome("https://localhost:" + std::to_string(plain.port())), HasSubstr("conexión segura"));
     EXPECT_EQ(outcome("https://localhost:1"), "No hay conexión con el servidor «localhost».");
@@ -129,7 +129,7 @@ TEST_F(PublisherRequest, RefusesUntrustedServers)
     EXPECT_THAT(outcome("ftp://localhost"), HasSubstr("escribe una que empiece por https://"));
 }
 
-/// The proxy that the environment names while this lives.
+/// Sets the proxy of the environment during its lifetime.
 class EnvironmentProxy {
 public:
     explicit EnvironmentProxy(const std::string& address) { ::setenv("https_proxy", address.c_str(), 1); }
@@ -153,7 +153,7 @@ TEST_F(PublisherRequest, NamesTheProxyThatFails)
     EXPECT_EQ(through("http://" + at, R"("do":"hang")"), "El proxy «" + at + "» no responde." + advice);
     EXPECT_EQ(through("http://" + at, R"("do":"status","status":407)"),
         "El proxy «" + at + "» no deja llegar al servidor «video.ejemplo.es» (407).");
-    // Once it has let through, it is the server that is told about.
+    // Once the proxy has connected, the messages name the server.
     server.setFaults(R"([{"do":"close"},{"do":"hang"}])");
     EXPECT_EQ(through("http://" + at), "Se ha cortado la conexión con el servidor «video.ejemplo.es».");
     EXPECT_EQ(through("socks5h://" + at), "El servidor «video.ejemplo.es» no responde.");
@@ -172,7 +172,7 @@ TEST_F(PublisherRequest, NamesTheProxyThatFails)
 
 TEST_F(PublisherRequest, GivesUpOnASilentServer)
 {
-    // Its system accepts the connection; nobody takes it.
+    // The kernel accepts the connection, but no program answers.
     const int listening = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in place{.sin_family = AF_INET, .sin_port = 0, .sin_addr = {.s_addr = htonl(INADDR_LOOPBACK)}, .sin_zero = {}};
     socklen_t length = sizeof place;
@@ -186,7 +186,7 @@ TEST_F(PublisherRequest, GivesUpOnASilentServer)
 
 TEST_F(PublisherRequest, CancelsWhileWaiting)
 {
-    // Without the request to stop it would take minutes, and end in another way.
+    // Without the stop request, this would time out after minutes.
     options.limits.silence = std::chrono::seconds(600);
     auto client = publisher();
     server.setFaults(R"([{"do":"hang","times":9}])");

@@ -33,14 +33,14 @@ protected:
     }
 };
 
-TEST_F(PublicationPackageTests, IsUsedForWhatItWasMadeFromAlone)
+TEST_F(PublicationPackageTests, IsReadyOnlyForTheSameProjectAndSettings)
 {
     {
         auto small = package(ExportQuality::small);
         small.render(FfprobeMediaProbe(), {}, {});
         small.package({}, {});
         EXPECT_TRUE(small.isReady());
-        EXPECT_THROW(package(ExportQuality::small), Error) << "somebody else publishes it";
+        EXPECT_THROW(package(ExportQuality::small), Error) << "locked by the other package";
     }
     auto edited = project;
     edited.title = "Otro";
@@ -51,13 +51,13 @@ TEST_F(PublicationPackageTests, IsUsedForWhatItWasMadeFromAlone)
         auto high = package(ExportQuality::high);
         EXPECT_FALSE(high.isReady());
         high.render(FfprobeMediaProbe(), {}, {});
-        // All of it succeeds but the last step.
+        // Only the last step fails.
         fs::create_directories(high.hls() / "poster.jpg");
         EXPECT_THROW(high.package({}, {}), Error);
         ASSERT_TRUE(fs::exists(high.hls() / "master.m3u8"));
         EXPECT_FALSE(high.isReady());
     }
-    EXPECT_FALSE(isReady(project, {})) << "what lies there now is the other one";
+    EXPECT_FALSE(isReady(project, {})) << "replaced by the other quality";
     {
         auto incomplete = package(ExportQuality::small);
         incomplete.render(FfprobeMediaProbe(), {}, {});

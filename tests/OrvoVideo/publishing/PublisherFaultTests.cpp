@@ -15,7 +15,7 @@ class PublisherFaults : public PublisherFixture {
 protected:
     PublisherFaults() { write(screen, 20'000'000); }
 
-    /// `change` happens when the first chunk of the file was sent.
+    /// Calls `change` after the first chunk of the file was sent.
     void changeAfterTheFirstChunk(const std::function<void()>& change)
     {
         onProgress = [this, change](const std::string& text) {
@@ -50,7 +50,7 @@ TEST_F(PublisherFaults, RestartsRetriesAfterEveryChunk)
         R"([{"method":"PUT","do":"close","times":5},{"method":"PUT","skip":1,"do":"status","status":503,"times":5}])");
     publish();
     EXPECT_THAT(pauses, ElementsAre(2, 4, 8, 16, 32, 2, 4, 8, 16, 32));
-    // The sixth failure in a row ends it, and so does a server that cannot say where it is.
+    // The sixth failure in a row ends the upload, and so does a server that cannot report its offset.
     write(screen, 20'000'000);
     server.setFaults(R"([{"method":"PUT","do":"close","times":6}])");
     EXPECT_EQ(failure(), "Se ha cortado la conexión con el servidor «localhost».");
@@ -68,15 +68,15 @@ TEST_F(PublisherFaults, RestartsRetriesAfterEveryChunk)
 
 TEST_F(PublisherFaults, FollowsOffsetsThatJump)
 {
-    // Back to what the server has really kept, although it had said otherwise.
+    // Back: the server has kept less than it reported.
     server.setFaults(R"([{"method":"GET","path":"/api/uploads/","do":"answer","json":{"offset":5000000}}])");
     server.forgetRequests();
     publish();
-    EXPECT_THAT(pauses, ElementsAre(2)) << "it refuses a chunk that begins too far";
+    EXPECT_THAT(pauses, ElementsAre(2)) << "the server refuses a chunk beyond its offset";
     EXPECT_THAT(server.asked("PUT"), SizeIs(4 + 3));
     EXPECT_EQ(server.received("media/screen.mov"), readFile(screen));
 
-    // Ahead, to the end and past it: nothing of the file is sent, not even read. The server finds that it is not there.
+    // Ahead, to the end and beyond: the file is neither read nor sent. The server reports it as missing.
     write(screen, 20'000'001);
     for (const auto* offset : {"20000001", "90000000"}) {
         server.setFaults(
@@ -118,14 +118,14 @@ TEST_F(PublisherFaults, RejectsFilesThatChangeWhileUploading)
     for (const auto& [name, change, text] : cases) {
         write(screen, 20'000'000);
         write(master, 200);
-        fs::remove(session); // From the beginning again.
+        fs::remove(session); // Starts a new publication.
         changeAfterTheFirstChunk(change);
         EXPECT_THAT(failure(), HasSubstr(text)) << name;
     }
     write(master, 200);
     const std::string content = write(screen, 20'000'000);
     changeAfterTheFirstChunk([&] { fs::remove(screen); });
-    EXPECT_EQ(failure(), "") << "an open file stays what it was";
+    EXPECT_EQ(failure(), "") << "an open file keeps its content";
     EXPECT_EQ(server.received("media/screen.mov"), content);
 }
 
@@ -146,7 +146,7 @@ TEST_F(PublisherFaults, KeepsSentChunksWhenCancelled)
     changeAfterTheFirstChunk([&] { stop.request_stop(); });
     EXPECT_THROW(publish(stop.get_token()), Cancelled);
     EXPECT_TRUE(fs::exists(session));
-    // While it waits to try again.
+    // Cancelled while waiting for a retry.
     std::stop_source other;
     options.pause = Publisher::Options().pause;
     server.setFaults(R"([{"method":"PUT","do":"close","times":9}])");

@@ -15,8 +15,8 @@
 
 namespace orvo::test {
 
-/// A project with a document, a streaming package and no media, and a server to publish it on. Pauses take no time and are
-/// noted.
+/// A project with a document, a streaming package and no media, and a publishing server. Pauses are recorded instead of
+/// waited for.
 class PublisherFixture : public ProjectFixture {
 protected:
     PublisherFixture()
@@ -36,10 +36,10 @@ protected:
     {
         return publisher().publish(
             project, store, hls, {"https://www.ejemplo.es"}, true,
-            [this](const std::string& text, double fraction) { told(text, fraction); }, stop);
+            [this](const std::string& text, double fraction) { noteProgress(text, fraction); }, stop);
     }
 
-    /// The text of the failure that a publication ends with; empty when it does not fail.
+    /// Publishes and returns the text of the failure; empty on success.
     std::string failure()
     {
         try {
@@ -51,7 +51,7 @@ protected:
 
     std::filesystem::path media(const std::string& name) const { return store.directory(project.id) / "media" / name; }
 
-    /// Writes a file of so many bytes, which no file had before: the server has none of them.
+    /// Writes a file of `size` bytes with new content, which the server does not have yet.
     static std::string write(const std::filesystem::path& file, std::size_t size)
     {
         std::filesystem::create_directories(file.parent_path());
@@ -64,7 +64,7 @@ protected:
         return content;
     }
 
-    /// The Content-Range of every chunk that was sent.
+    /// The Content-Range of every chunk sent.
     std::vector<std::string> ranges() const
     {
         std::vector<std::string> result;
@@ -75,7 +75,7 @@ protected:
         return result;
     }
 
-    /// What the server has is what the disk has, and nothing was sent that it did not want.
+    /// Checks that the server has the same files as the disk and that it refused no request.
     void expectReceived(const std::vector<std::string>& paths)
     {
         for (const auto& path : paths) {
@@ -95,7 +95,7 @@ protected:
     std::function<void(const std::string&)> onProgress;
 
 private:
-    void told(const std::string& text, double fraction)
+    void noteProgress(const std::string& text, double fraction)
     {
         EXPECT_GE(fraction, 0);
         EXPECT_LE(fraction, 1);

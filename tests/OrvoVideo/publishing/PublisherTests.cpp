@@ -46,7 +46,7 @@ TEST_F(PublisherTests, UploadsEveryFileInOrder)
     EXPECT_FALSE(fs::exists(session));
     EXPECT_THAT(pauses, IsEmpty());
 
-    // In this order, each file asked for before it is sent in chunks of 8 MiB.
+    // Requests the offset of each file, then sends it in chunks of 8 MiB.
     const auto asked = server.asked();
     ASSERT_EQ(asked.size(), 3U + 6 + 8 + 3);
     EXPECT_EQ(asked[0], "GET /api/status");
@@ -69,7 +69,7 @@ TEST_F(PublisherTests, UploadsEveryFileInOrder)
 TEST_F(PublisherTests, WaitsForDriveOrReportsItsFailures)
 {
     struct Case {
-        std::string files; ///< What the server says of them, `times` times; then it stores them.
+        std::string files; ///< The server's report on the files, `times` times; then it stores them.
         int times;
         std::string progress;
         std::string failure;
@@ -121,7 +121,7 @@ TEST_F(PublisherTests, RejectsUnreadablePackages)
 {
     fs::remove_all(hls);
     EXPECT_NE(failure(), "");
-    write(hls, 10); // A file in its place.
+    write(hls, 10); // A file instead of the folder.
     EXPECT_NE(failure(), "");
     fs::remove(hls);
     write(hls / "master.m3u8", 200);
@@ -131,7 +131,7 @@ TEST_F(PublisherTests, RejectsUnreadablePackages)
     fs::permissions(hls / "480", fs::perms::none);
     {
         const OrdinaryUser user;
-        EXPECT_THROW(publicationFiles(project, store, hls, {}), fs::filesystem_error) << "a folder of it";
+        EXPECT_THROW(publicationFiles(project, store, hls, {}), fs::filesystem_error) << "an unreadable subfolder";
     }
     EXPECT_THAT(server.asked("POST"), Not(Contains(testing::EndsWith("/publish"))));
 }
@@ -193,7 +193,7 @@ TEST_F(PublisherTests, ResumesOnlySameFilesOnSameServer)
     }
     EXPECT_TRUE(isResumed());
 
-    // The server has forgotten it.
+    // The server no longer knows the revision.
     failAtTheEnd();
     server.query("DELETE FROM revisions");
     EXPECT_FALSE(isResumed());
@@ -202,7 +202,7 @@ TEST_F(PublisherTests, ResumesOnlySameFilesOnSameServer)
     fs::remove(session);
     fs::create_directory(session);
     server.setFaults("");
-    EXPECT_THAT(failure(), HasSubstr("upload-session.json")) << "it cannot be written";
+    EXPECT_THAT(failure(), HasSubstr("upload-session.json")) << "the record cannot be written";
 }
 
 } // namespace
