@@ -14,7 +14,7 @@
 
 namespace orvo::test {
 
-/// A library with one project of ten seconds, and `orvo` working on it.
+/// A library with one project of ten seconds, and functions that run `orvo` on it.
 class CliFixture : public testing::Test {
 protected:
     CliFixture()
@@ -29,16 +29,16 @@ protected:
     /// Runs `orvo` with these arguments on the library.
     Outcome orvo(std::vector<std::string> arguments) const { return run(std::move(arguments), setup); }
 
-    /// Runs it with `--json`; it must succeed and answer with one value.
+    /// Runs `orvo` with `--json`; expects success and one JSON value.
     JsonAnswer answer(std::vector<std::string> arguments) const
     {
-        arguments.emplace(arguments.begin() + 1, "--json"); // Behind a "--" it would be a name.
+        arguments.emplace(arguments.begin() + 1, "--json"); // After a "--" it would be an argument.
         const Outcome outcome = orvo(std::move(arguments));
         EXPECT_EQ(outcome.status, 0) << outcome.err;
         return JsonAnswer(outcome.out);
     }
 
-    /// Runs it; it must end with this status, and with an error that contains `text`.
+    /// Runs `orvo`; expects this exit status and an error message that contains `text`.
     void expectFailure(std::vector<std::string> arguments, int status, const std::string& text) const
     {
         const Outcome outcome = orvo(std::move(arguments));
@@ -46,10 +46,10 @@ protected:
         EXPECT_THAT(outcome.err, testing::HasSubstr(text));
     }
 
-    /// The project as it is stored now.
+    /// The stored project.
     VideoProject stored() const { return store.load(project.id); }
 
-    /// The bytes of its document.
+    /// The bytes of the stored document.
     std::string document() const { return readFile(store.directory(project.id) / ProjectStore::documentName); }
 
     TemporaryFolder folder;

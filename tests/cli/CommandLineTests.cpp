@@ -19,7 +19,7 @@ const std::vector<std::string> commands{"list", "show", "import", "duplicate", "
 
 class CommandLine : public CliFixture { };
 
-/// Words of the parsing library that must not reach a person.
+/// Whether a text is free of the parsing library's English words and placeholders.
 testing::AssertionResult isSpanish(const std::string& text)
 {
     static const std::regex english(
@@ -57,7 +57,7 @@ TEST_F(CommandLine, CompletesCommandsOptionsValuesAndProjects)
     }
 }
 
-TEST_F(CommandLine, CompletesEveryCommandAndOptionThatTheHelpNames)
+TEST_F(CommandLine, CompletesEveryCommandAndOptionInTheHelp)
 {
     const std::string offered = orvo({"--complete", ""}).out;
     const std::string manual = orvo({"--manual"}).out;
@@ -99,7 +99,7 @@ TEST_F(CommandLine, CompletesInTheShell)
     }
 }
 
-TEST_F(CommandLine, TheReferencePageHasEveryOption)
+TEST_F(CommandLine, KeepsTheReferencePageUpToDate)
 {
     const std::string mark = "<!-- Lo que sigue lo escribe ./dev golden; no se edita a mano. -->\n\n";
     const std::filesystem::path page = ORVO_SOURCE "/docs/orden-orvo.md";
@@ -110,7 +110,7 @@ TEST_F(CommandLine, TheReferencePageHasEveryOption)
     if (std::getenv("ORVO_UPDATE_GOLDEN"))
         writeFileAtomically(page, expected);
     else
-        EXPECT_TRUE(text == expected) << "docs/orden-orvo.md is not what orvo --reference says; ./dev golden rewrites it";
+        EXPECT_TRUE(text == expected) << "docs/orden-orvo.md differs from orvo --reference; ./dev golden rewrites it";
 }
 
 TEST_F(CommandLine, ShowsSpanishHelpForEveryCommand)
@@ -206,10 +206,10 @@ TEST_F(CommandLine, ReportsWrongUseInSpanish)
         EXPECT_THAT(outcome.err, HasSubstr(message));
         EXPECT_TRUE(isSpanish(outcome.err));
     }
-    EXPECT_EQ(document(), before) << "nothing was changed";
+    EXPECT_EQ(document(), before) << "nothing has changed";
 }
 
-TEST_F(CommandLine, FindsProjectsByTheBeginningOfTheIdentifier)
+TEST_F(CommandLine, FindsProjectsByIdentifierPrefix)
 {
     VideoProject other = emptyProject(3);
     other.id = *Uuid::parse("ABCD0000-0000-4000-8000-000000000001");
@@ -220,7 +220,7 @@ TEST_F(CommandLine, FindsProjectsByTheBeginningOfTheIdentifier)
     for (const std::string reference : {"ABCD", "abcd", "abcd0000-0", "ABCD0000-0000-4000-8000-000000000001"})
         EXPECT_EQ(answer({"show", reference})["id"].text(), "ABCD0000-0000-4000-8000-000000000001") << reference;
 
-    // Three characters would be ambiguous here; four of a common beginning are.
+    // A prefix shared by two projects is ambiguous.
     VideoProject twin = emptyProject(3);
     twin.id = *Uuid::parse("ABCD1111-0000-4000-8000-000000000003");
     store.create(twin);
@@ -255,13 +255,13 @@ TEST_F(CommandLine, TakesTheLibraryFromOptionOrEnvironment)
     setup.library = place;
     EXPECT_EQ(answer({"list"})[0]["title"].text(), "En la otra");
 
-    // Without either it is the user's own.
+    // Without either, uses the user's library.
     setup.library.clear();
     setup.environment["XDG_DATA_HOME"] = folder / "datos";
     EXPECT_EQ(answer({"list"}).size(), 0);
     EXPECT_TRUE(std::filesystem::is_directory(folder / "datos/OrvoVideo/Projects"));
 
-    // A mistyped name is neither an empty library nor made into one.
+    // A mistyped folder is neither treated as an empty library nor created.
     for (const std::vector<std::string>& command : {std::vector<std::string>{"list"}, {"show", "abcd"}, {"validate"}}) {
         auto words = command;
         words.insert(words.end(), {"--library", folder / "nada"});

@@ -23,15 +23,15 @@ TEST_F(Editing, MergesClampsAndRestoresCuts)
     EXPECT_THAT(stored().edit.cuts, ElementsAre(TimeSpan{2, 6}));
     answer({"cut", id, "9,5", "1e3"});
     const JsonAnswer clamped = answer({"cut", id, "-.5", "0.25"});
-    EXPECT_EQ(clamped["cut"]["start"].number(), 0) << "what was cut is said";
+    EXPECT_EQ(clamped["cut"]["start"].number(), 0) << "reports the actual cut";
     EXPECT_EQ(clamped["cut"]["end"].number(), 0.25);
     const Outcome beyond = orvo({"cut", id, "9.5", "99"});
     EXPECT_THAT(beyond.out, HasSubstr("Recortado 0:09.500 → 0:10.000. La grabación va de 0:00.000 a 0:10.000."));
-    EXPECT_EQ(orvo({"cut", id, "9.995", "99"}).status, 2) << "of what is left nothing could be cut";
-    EXPECT_EQ(orvo({"set", id, "title", "-.hola"}).status, 2) << "only numbers are taken for numbers";
+    EXPECT_EQ(orvo({"cut", id, "9.995", "99"}).status, 2) << "the rest is too short to cut";
+    EXPECT_EQ(orvo({"set", id, "title", "-.hola"}).status, 2) << "not a number, so an option";
     EXPECT_THAT(stored().edit.cuts, ElementsAre(TimeSpan{0, 0.25}, TimeSpan{2, 6}, TimeSpan{9.5, 10}));
 
-    // A stored cut is met by what is shown of it, and by a moment in it.
+    // A stored cut is found by its rounded times, or by a time inside it.
     VideoProject fine = stored();
     fine.edit.cuts = {{1.23456789, 2.3456789}, {4, 5}, {6, 7}};
     store.save(fine);
@@ -56,7 +56,7 @@ TEST_F(Editing, AddsChangesAndRemovesOverlaysAndZooms)
         .id = *Uuid::parse(zoom), .time = 2.5, .x = 0.25, .y = 0.5, .kind = PointerKind::zoom, .duration = 2.5, .scale = 2};
     EXPECT_THAT(now.edit.events, ElementsAre(expectedZoom));
 
-    // Those beside them stay as they are.
+    // Other elements stay unchanged.
     EXPECT_EQ(orvo({"text", id, "5", "otro"}).status, 0);
     EXPECT_EQ(orvo({"zoom", id, "6"}).status, 0);
     const VideoProject others = stored();
@@ -121,7 +121,7 @@ TEST_F(Editing, SetsEveryField)
     }
     EXPECT_EQ(orvo({"set", id, "title", "--", "-un guion"}).status, 0);
     EXPECT_EQ(stored().title, "-un guion");
-    EXPECT_GT(stored().updatedAt, project.createdAt) << "the change is dated";
+    EXPECT_GT(stored().updatedAt, project.createdAt) << "updates the date";
 
     expectFailure({"set", id, "volume.clip", "1"}, 2, "volume." + secondClip.id.text());
     EXPECT_EQ(orvo({"set", id, "volume.system", "1"}).status, 1);
@@ -161,7 +161,7 @@ TEST_F(Editing, RefusesToEditARunningRecording)
     }
 }
 
-TEST_F(Editing, LeavesUntrustedDocumentsAlone)
+TEST_F(Editing, RejectsDamagedAndForeignDocuments)
 {
     VideoProject victim = emptyProject(5);
     victim.id = fixedId(77);
@@ -201,7 +201,7 @@ TEST_F(Editing, LeavesUntrustedDocumentsAlone)
     EXPECT_EQ(readFile(store.directory(victim.id) / "project.json"), victimDocument);
 
     fs::remove(store.directory(project.id) / "project.json");
-    EXPECT_EQ(orvo({"cut", id, "1", "2"}).status, 3) << "a folder without a document is no project";
+    EXPECT_EQ(orvo({"cut", id, "1", "2"}).status, 3) << "a folder without a document is not a project";
 }
 
 } // namespace

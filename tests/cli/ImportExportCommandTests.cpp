@@ -65,11 +65,11 @@ TEST_F(ImportExport, ImportsEditsAndExports)
     EXPECT_NEAR(file.frames, now.playableDuration() * 15, 1);
     EXPECT_TRUE(fs::exists(fs::path(out).replace_extension("srt")));
     const auto colour = decodeFrames(out)[7].mean(0.55, 0.6, 0.75, 0.9);
-    EXPECT_GT(colour.red, colour.green + 80) << "the image is in the picture";
+    EXPECT_GT(colour.red, colour.green + 80) << "the frame shows the image";
 
     const Outcome defaults = orvo({"export", movie, folder / "igual.mp4"});
     EXPECT_EQ(defaults.status, 0);
-    EXPECT_THAT(defaults.err, IsEmpty()) << "no progress where there is no terminal";
+    EXPECT_THAT(defaults.err, IsEmpty()) << "no progress without a terminal";
     EXPECT_EQ(probe(folder / "igual.mp4").height, 90) << "never larger than the project";
     EXPECT_EQ(probe(folder / "igual.mp4").frames, 135);
 }
@@ -88,10 +88,10 @@ TEST_F(ImportExport, SendsTheVideoToStandardOutput)
     setup.outputFile.clear();
     EXPECT_EQ(orvo({"export", movie, "-", "--json"}).status, 2);
     setup.outputTerminal = true;
-    EXPECT_EQ(orvo({"export", movie, "-"}).status, 2) << "a terminal shows no video";
+    EXPECT_EQ(orvo({"export", movie, "-"}).status, 2) << "refuses to write video to a terminal";
 }
 
-TEST_F(ImportExport, AsksOnATerminalBeforeItReplaces)
+TEST_F(ImportExport, AsksBeforeReplacingOnATerminal)
 {
     const std::string movie = answer({"import", clip})["id"].text();
     const fs::path file = folder / "hecho.mp4";
@@ -133,13 +133,13 @@ TEST_F(ImportExport, ShowsProgressOnATerminal)
     const Outcome outcome = orvo({"export", movie, folder / "out.mp4", "--json"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(outcome.err, HasSubstr("Exportando"));
-    EXPECT_THAT(outcome.err, testing::EndsWith("\r\x1b[K")) << "and gone at the end";
-    EXPECT_EQ(JsonAnswer(outcome.out)["id"].text(), movie) << "standard output has the answer alone";
+    EXPECT_THAT(outcome.err, testing::EndsWith("\r\x1b[K")) << "erased at the end";
+    EXPECT_EQ(JsonAnswer(outcome.out)["id"].text(), movie) << "standard output has only the answer";
 }
 
 TEST_F(ImportExport, ReplacesFailingHardware)
 {
-    // It passes every trial, which writes nowhere, and fails every run.
+    // This encoder passes every trial, which writes to the null muxer, and fails every real run.
     const Installation installation;
     installation.addScript("ffprobe", R"(exec ffprobe "$@")");
     installation.addScript("ffmpeg", R"(case "$*" in
@@ -180,7 +180,7 @@ TEST_F(ImportExport, RejectsNonMovies)
         {folder.path(), "es una carpeta"},
         {folder / "texto.mp4", "«texto.mp4» no se puede leer"},
         {folder / "vacío.mp4", "no se puede leer"},
-        {folder / "lista.mp4", "no se puede leer"}, // It would have other files read in its place.
+        {folder / "lista.mp4", "no se puede leer"}, // A playlist would make ffmpeg read other files.
         {folder / "crudo.h264", "El archivo no contiene una duración válida."},
         {folder / "sonido.m4a", "«sonido.m4a» no contiene vídeo."},
         {"/dev/null", "no es válido"},
@@ -209,7 +209,7 @@ TEST_F(ImportExport, ReplacesInvalidUtf8InTitles)
     EXPECT_EQ(imported["title"].text(), "caf\uFFFD");
 }
 
-TEST_F(ImportExport, TakesEveryKindOfImageThatTheWindowTakes)
+TEST_F(ImportExport, AcceptsEveryImageFormat)
 {
     for (const std::string name : {"a.png", "b.jpg", "c.webp", "d.gif", "e.bmp", "f.tiff"}) {
         ffmpeg({"-f", "lavfi", "-i", "color=red:size=16x16:rate=1:duration=1", folder / name});
@@ -234,7 +234,7 @@ TEST_F(ImportExport, RejectsNonImages)
     EXPECT_EQ(orvo({"image", id, "1", folder / "no está.png"}).status, 1);
     EXPECT_EQ(orvo({"image", id, "99", folder / "rojo.png"}).status, 2);
     EXPECT_EQ(document(), before);
-    EXPECT_TRUE(fs::is_empty(store.directory(project.id) / "media")) << "no copy is left";
+    EXPECT_TRUE(fs::is_empty(store.directory(project.id) / "media")) << "no copy remains";
 }
 
 TEST_F(ImportExport, RefusesImpossibleDestinations)
@@ -265,7 +265,7 @@ TEST_F(ImportExport, RefusesImpossibleDestinations)
     for (const auto& [file, message] : cases) {
         expectFailure({"export", movie, file}, 1, message);
     }
-    EXPECT_FALSE(fs::exists(folder / "subtítulos.mp4")) << "told before anything is rendered";
+    EXPECT_FALSE(fs::exists(folder / "subtítulos.mp4")) << "reported before rendering";
     EXPECT_EQ(readFile(original), bytes);
 }
 

@@ -8,7 +8,7 @@
 
 namespace orvo::test {
 
-/// A copy of `orvo` beside an application folder of its own, where a test decides what `ffmpeg` there is.
+/// A copy of `orvo` beside an application folder in which a test can replace `ffmpeg`, `ffprobe` and the application.
 class Installation {
 public:
     Installation()
@@ -20,10 +20,10 @@ public:
 
     std::filesystem::path program() const { return m_folder / "bin/orvo"; }
 
-    /// Puts a shell script in the place of "ffmpeg" or "ffprobe".
+    /// Installs a shell script as "ffmpeg" or "ffprobe".
     void addScript(const std::string& name, const std::string& body) const { write(helpers() / name, body); }
 
-    /// Puts a shell script in the place of the application.
+    /// Installs a shell script as the application.
     void addApplication(const std::string& body) const
     {
         const auto folder = m_folder / "OrvoVideo.app/Contents/MacOS";
@@ -31,7 +31,7 @@ public:
         write(folder / "OrvoVideo", body);
     }
 
-    /// Whether a test can take `ffmpeg` away: another candidate on this machine would be found instead.
+    /// Whether a test can run without `ffmpeg`: another candidate on this machine would be found instead.
     static bool isOnlyCandidate()
     {
         return !std::filesystem::exists("/usr/local/bin/ffmpeg") && !std::filesystem::exists("/opt/homebrew/bin/ffmpeg");

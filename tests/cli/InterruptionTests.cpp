@@ -21,9 +21,9 @@ protected:
     Interrupted() { makeVideo(folder / "clip.mp4", "testsrc2=size=64x36:rate=10:duration=1"); }
 };
 
-TEST_F(Interrupted, LeavesNothingOfAnExport)
+TEST_F(Interrupted, RemovesThePartialExport)
 {
-    // Long enough to be met at its work, however fast the machine: the last picture is held for an hour.
+    // Holding the last frame for an hour makes the export long enough to interrupt on any machine.
     project.duration = 3600;
     project.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 3600)};
     store.save(project);
@@ -32,7 +32,7 @@ TEST_F(Interrupted, LeavesNothingOfAnExport)
     setup.errorTerminal = true;
     for (const int signal : {SIGINT, SIGTERM}) {
         Program program({"export", id, folder / "out.mp4"}, setup);
-        ASSERT_TRUE(program.waitForError("%")) << "the picture is being rendered";
+        ASSERT_TRUE(program.waitForError("%")) << "rendering has started";
         program.signal(signal);
         const Outcome outcome = program.end();
         EXPECT_EQ(outcome.status, 130);
@@ -43,7 +43,7 @@ TEST_F(Interrupted, LeavesNothingOfAnExport)
     }
 }
 
-/// Waits until somebody writes into a pipe.
+/// Waits for a line in a named pipe.
 std::string readLine(const fs::path& pipe)
 {
     std::string line;
@@ -52,13 +52,13 @@ std::string readLine(const fs::path& pipe)
     return line;
 }
 
-/// The programs of this machine behind scripts, in an installation of its own.
+/// The path of a program that is installed beside this machine's ffmpeg.
 fs::path realProgram(const std::string& name)
 {
     return fs::canonical(*ProcessRunner::ffmpeg()).parent_path() / name;
 }
 
-/// An import that is stopped at its last step, the look at the finished copy, until the test lets it go on.
+/// Holds an import at its last step, the probe of the finished copy, until the test continues it.
 class HeldImport : public Interrupted {
 protected:
     HeldImport()
@@ -68,7 +68,7 @@ protected:
         EXPECT_EQ(::mkfifo(goOn().c_str(), 0600), 0);
         const fs::path real = realProgram("ffprobe");
         installation.addScript("ffmpeg", "exit 1");
-        // The last argument is the file: the first look is at the original, the second at the copy.
+        // The last argument is the file: the import probes the original, then the copy.
         installation.addScript("ffprobe",
             "for file; do :; done\n"
             "case $file in */media/*) echo here >'"
@@ -85,11 +85,11 @@ protected:
     Installation installation;
 };
 
-TEST_F(HeldImport, LeavesNothingOfAnImport)
+TEST_F(HeldImport, RemovesThePartialProject)
 {
     Program program({"import", folder / "clip.mp4"}, setup);
     waitUntilReached();
-    EXPECT_THAT(namesIn(store.root()), SizeIs(2)) << "the new project's folder is there while it is filled";
+    EXPECT_THAT(namesIn(store.root()), SizeIs(2)) << "the new project's folder exists during the import";
     program.signal(SIGTERM);
     const Outcome outcome = program.end();
     EXPECT_EQ(outcome.status, 130);
@@ -102,12 +102,12 @@ TEST_F(HeldImport, KeepsEditsMadeMeanwhile)
     Program import({"import", folder / "clip.mp4", "--append", id}, setup);
     waitUntilReached();
     VideoProject edited = stored();
-    edited.title = "Nuevo"; // By a program that waits for nobody.
+    edited.title = "Nuevo"; // A program that does not take the lock.
     store.save(edited);
     auto editSetup = setup;
     editSetup.errorTerminal = true;
     Program edit({"cut", id, "1", "2"}, editSetup);
-    ASSERT_TRUE(edit.waitForError("espero a que acabe")) << "it waits for its turn";
+    ASSERT_TRUE(edit.waitForError("espero a que acabe")) << "waits for the lock";
     letGoOn();
     EXPECT_EQ(import.end().status, 0);
     EXPECT_EQ(edit.end().status, 0);

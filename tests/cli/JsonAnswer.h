@@ -11,8 +11,8 @@ struct yyjson_val;
 
 namespace orvo::test {
 
-/// A JSON answer, read strictly: one value and nothing else. A step to a place that is not there throws, and so fails the
-/// test that takes it.
+/// A JSON answer, parsed strictly: exactly one value. Accessors throw when the value does not exist or has another type,
+/// which fails the test.
 class JsonAnswer {
 public:
     explicit JsonAnswer(const std::string& text);

@@ -25,7 +25,7 @@ protected:
     Installation installation;
 };
 
-TEST_F(MissingFfmpeg, IsReportedWhileEditingGoesOn)
+TEST_F(MissingFfmpeg, FailsMediaCommandsButAllowsEditing)
 {
     if (!Installation::isOnlyCandidate())
         GTEST_SKIP() << "this machine has another ffmpeg";
@@ -40,7 +40,7 @@ TEST_F(MissingFfmpeg, IsReportedWhileEditingGoesOn)
     EXPECT_EQ(orvo({"cut", id, "1", "2"}).status, 0);
 }
 
-TEST_F(MissingFfmpeg, IsWhatTheCheckOfTheEquipmentSays)
+TEST_F(MissingFfmpeg, AppearsInTheEquipmentCheck)
 {
     if (!Installation::isOnlyCandidate())
         GTEST_SKIP() << "this machine has another ffmpeg";
@@ -59,7 +59,7 @@ TEST_F(MissingFfmpeg, IsWhatTheCheckOfTheEquipmentSays)
         EXPECT_EQ(items[i]["name"].text(), cases[i].name);
         EXPECT_EQ(items[i]["state"].text(), cases[i].state) << cases[i].name;
         EXPECT_NE(items[i]["text"].text(), "") << cases[i].name;
-        EXPECT_NE(items[i]["advice"].text(), "") << cases[i].name << " says what to do";
+        EXPECT_NE(items[i]["advice"].text(), "") << cases[i].name << " gives advice";
     }
     const Outcome shown = orvo({"check"});
     EXPECT_EQ(shown.status, 0);
@@ -67,14 +67,14 @@ TEST_F(MissingFfmpeg, IsWhatTheCheckOfTheEquipmentSays)
     EXPECT_THAT(shown.out, HasSubstr(items[0]["command"].text()));
 }
 
-TEST_F(MissingFfmpeg, NamesTheProbeThatIsMissing)
+TEST_F(MissingFfmpeg, ReportsAMissingFfprobe)
 {
     installation.addScript("ffmpeg", "exit 1");
     expectFailure(
         {"import", folder / "clip.mp4"}, 1, "orvo: Falta ffprobe, que viene con FFmpeg. Vuelve a instalar FFmpeg.\n");
 }
 
-TEST_F(MissingFfmpeg, ReportsWhatCannotRunInSpanish)
+TEST_F(MissingFfmpeg, ReportsAnUnusableProgramInSpanish)
 {
     const auto helper = installation.program().parent_path().parent_path() / "OrvoVideo.app/Contents/Helpers/ffmpeg";
     std::ofstream(helper) << "garbage";
@@ -84,7 +84,7 @@ TEST_F(MissingFfmpeg, ReportsWhatCannotRunInSpanish)
     EXPECT_THAT(garbage.err, HasSubstr("FFmpeg no se puede ejecutar."));
     EXPECT_THAT(garbage.err, HasSubstr("no es un programa de este sistema"));
 
-    // A link to itself cannot even be looked at: the next candidate counts.
+    // A link to itself is skipped in favour of the next candidate.
     std::filesystem::remove(helper);
     std::filesystem::create_symlink("ffmpeg", helper);
     EXPECT_EQ(orvo({"settings", "--json"}).status, 0);

@@ -55,7 +55,7 @@ TEST_F(Output, ListsNewestFirstAsJson)
     EXPECT_EQ(list[2]["playableDuration"].number(), 3);
 }
 
-TEST_F(Output, ListIsSortedAsAsked)
+TEST_F(Output, SortsListsAsRequested)
 {
     const auto first = [&](const std::string& order) { return answer({"list", "--sort", order})[0]["id"].text(); };
     EXPECT_EQ(first("created"), fixedId(2).text());
@@ -67,7 +67,7 @@ TEST_F(Output, ListIsSortedAsAsked)
     store.create(accented);
     EXPECT_EQ(first("title"), accented.id.text());
     EXPECT_EQ(first("updated"), accented.id.text());
-    // Of those created in the same second, the identifier decides.
+    // The identifier breaks ties within a second.
     accented.createdAt = project.createdAt + std::chrono::milliseconds(700);
     store.save(accented);
     const JsonAnswer list = answer({"list", "--sort", "created"});
@@ -82,10 +82,10 @@ TEST_F(Output, AlignsAndSanitisesLists)
     ASSERT_EQ(rows.size(), 4);
     EXPECT_THAT(rows[1], HasSubstr("1:02:03"));
     EXPECT_THAT(rows[1], HasSubstr("Por recuperar"));
-    EXPECT_THAT(outcome.out, Not(HasSubstr("\x1b"))) << "neither colours nor what a title smuggles in";
+    EXPECT_THAT(outcome.out, Not(HasSubstr("\x1b"))) << "no colours, and no control sequences from titles";
     EXPECT_THAT(outcome.out, Not(HasSubstr("\u202E")));
     EXPECT_THAT(rows[3], HasSubstr("Borrar [2Jpantalla y tabulador"));
-    // The last column begins at the same place in every row: wide characters take two columns, and more bytes.
+    // The last column is aligned in every row, although wide characters take two columns and more bytes.
     const auto columnOf = [](const std::string& row, const std::string& what) {
         const std::string before = row.substr(0, row.find(what));
         std::size_t columns = 0;
@@ -110,7 +110,7 @@ TEST_F(Output, UsesColoursOnlyOnATerminal)
     setup.environment = {{"TERM", "dumb"}};
     EXPECT_THAT(orvo({"list"}).out, Not(HasSubstr("\x1b[")));
 
-    // A terminal has no room for a title of any length.
+    // Long titles are shortened on a terminal.
     setup.environment = {};
     VideoProject longTitle = emptyProject(5);
     longTitle.id = fixedId(4);
@@ -154,7 +154,7 @@ TEST_F(Output, ShortensLongLists)
 
 TEST_F(Output, EndsQuietlyWhenTheReaderLeaves)
 {
-    // More than a pipe holds, so that the program is still writing.
+    // More than a pipe holds, so that the program is still writing when the reader leaves.
     std::vector<TranscriptWord> words;
     for (int i = 0; i < 20'000; ++i)
         words.push_back(word("palabra", i * 0.0001, i * 0.0001 + 0.00005));

@@ -13,7 +13,7 @@
 #include <unistd.h>
 #include <utility>
 
-extern char** environ; // NOLINT(readability-redundant-declaration): POSIX leaves it to the program.
+extern char** environ; // NOLINT(readability-redundant-declaration): POSIX requires programs to declare it.
 
 namespace orvo::test {
 
@@ -41,7 +41,7 @@ Channel makeChannel(bool terminal)
     return {ends[0], ends[1]};
 }
 
-/// This process's environment without what would change the program's behaviour, and with what the setup wants.
+/// This process's environment without variables that change the program's behaviour, plus those of the setup.
 std::vector<std::string> environmentFor(const Program::Setup& setup)
 {
     std::map<std::string, std::string> variables;
@@ -91,11 +91,11 @@ Program::Program(std::vector<std::string> arguments, const Setup& setup)
     const Channel err = makeChannel(setup.errorTerminal);
     Channel in = makeChannel(setup.inputTerminal);
     if (setup.inputTerminal)
-        std::swap(in.reading, in.writing); // The program has the terminal, the test what lies behind it.
+        std::swap(in.reading, in.writing); // The program gets the terminal, the test its other end.
     if (::write(in.writing, setup.input.data(), setup.input.size()) != static_cast<ssize_t>(setup.input.size()))
         throw std::runtime_error("the input is too long");
     if (setup.inputTerminal)
-        m_in = in.writing; // Closed now, it would take along what was not read yet.
+        m_in = in.writing; // Closing it now would discard unread input.
     else
         ::close(in.writing);
     arguments.insert(arguments.begin(), setup.executable);
@@ -151,7 +151,7 @@ bool Program::readSome()
         if (got > 0)
             text.append(chunk.data(), static_cast<std::size_t>(got));
         else
-            closeIfOpen(descriptor); // The end; a terminal tells it as an error.
+            closeIfOpen(descriptor); // End of file, which a terminal reports as an error.
     };
     take(watched[0], m_out, m_outcome.out);
     take(watched[1], m_err, m_outcome.err);

@@ -13,7 +13,7 @@ class Projects : public CliFixture {
 protected:
     Projects()
     {
-        // The trash belongs to the home folder, and to its disk.
+        // The trash must be on the same disk as the library.
         setup.environment["HOME"] = folder.path();
         setup.environment["XDG_DATA_HOME"] = folder / "data";
         project.title = "Clase";
@@ -43,17 +43,17 @@ TEST_F(Projects, DuplicatesFilesAndEditButNotThePublication)
     EXPECT_EQ(stored(), project);
     EXPECT_EQ(answer({"duplicate", id, "--title", "Otra"})["title"].text(), "Otra");
 
-    // A project that cannot be copied leaves none behind.
+    // A failed copy leaves no project behind.
     fs::remove_all(media(project.id));
     EXPECT_EQ(orvo({"duplicate", id}).status, 1);
     EXPECT_EQ(store.list().size(), 3);
 }
 
-TEST_F(Projects, DeletesToTheTrashAndNotWithoutAskingWhatIsPublished)
+TEST_F(Projects, DeletesToTheTrashAndConfirmsPublishedOnes)
 {
     const std::string copy = answer({"duplicate", id})["id"].text();
     expectFailure({"delete", copy, id}, 1, "«Clase» está publicado");
-    EXPECT_EQ(store.list().size(), 2) << "of several none goes";
+    EXPECT_EQ(store.list().size(), 2) << "one refusal keeps all of them";
 
     setup.inputTerminal = setup.errorTerminal = true;
     setup.input = "n\n";

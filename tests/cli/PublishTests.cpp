@@ -29,14 +29,14 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-/// Whether a program has come to its end; nobody has waited for it yet.
+/// Whether a program has ended, without reaping it.
 bool hasEnded(const Program& program)
 {
     siginfo_t facts{};
     return ::waitid(P_PID, static_cast<id_t>(program.pid()), &facts, WEXITED | WNOHANG | WNOWAIT) == 0 && facts.si_pid != 0;
 }
 
-/// A project of a second, and a server that `orvo` has the address and the credential of.
+/// A project of one second and a publishing server, whose address and credential `orvo` knows.
 class Publish : public CliFixture {
 protected:
     Publish()
@@ -100,7 +100,7 @@ TEST_F(Publish, HidesTheCredentialWhenInterrupted)
 
 TEST_F(Publish, ResumesWhenKilledAtAnyRequest)
 {
-    // Each time it comes a request further, until nothing is left to be done.
+    // Every run gets one request further, until the publication completes.
     int kills = 0;
     std::string key; // Rendered once.
     for (bool isDone = false; !isDone; ++kills) {
@@ -146,7 +146,7 @@ TEST_F(Publish, LosesNothingOnAFullDisk)
     EXPECT_EQ(server.received("media/screen.mov"), readFile(store.directory(project.id) / "media/screen.mov"));
 }
 
-/// What GNOME's settings say of proxies, and the session's bus, on which its evaluator of scripts is started when needed.
+/// The proxy settings of GNOME, and a session bus, which starts GLib's evaluator of proxy scripts when needed.
 class PublishOnDesktop : public Publish {
 protected:
     PublishOnDesktop()
@@ -165,7 +165,7 @@ protected:
         std::ofstream(file) << settings;
     }
 
-    /// A script by which proxies are found, which is kept by its name; `fault` is what its server does when asked for it.
+    /// Configures a proxy script, which is cached under its address; `fault` is its server's reaction to the request.
     void configureScript(const std::string& name, const std::string& fault) const
     {
         script.setFaults(R"([{"path":"/proxy.pac","times":99,)" + fault + "}]");
@@ -188,7 +188,7 @@ TEST_F(PublishOnDesktop, UsesTheProxyOfTheDesktop)
         EXPECT_THAT(proxy.asked(), ElementsAre(method + " " + elsewhere.substr(8)));
     };
     const auto port = std::to_string(proxy.port());
-    // Names are looked up by the proxy: this machine does not know them.
+    // The proxy resolves the host name, which is unknown on this machine.
     configure("[system/proxy]\nmode='manual'\n[system/proxy/socks]\nhost='127.0.0.1'\nport=" + port + "\n");
     isReachedThroughProxy("SOCKS");
     for (const auto& [kind, method] : {std::pair{"PROXY", "CONNECT"}, {"SOCKS5", "SOCKS"}}) {
@@ -209,7 +209,7 @@ TEST_F(PublishOnDesktop, DoesNotWaitForAProxyScript)
         std::this_thread::yield();
     program.signal(SIGINT);
     EXPECT_EQ(program.end().status, 130);
-    // Who waits goes on without, while the script is still waited for.
+    // After the time limit, continues without a proxy.
     expectFailure({"settings", "--check"}, 1, "No se encuentra el servidor «video.ejemplo.es»");
 }
 
@@ -240,9 +240,9 @@ TEST_F(Publish, UsesTheProxyOfEnvironmentAndSettings)
         EXPECT_EQ(proxy.requests()[0].path, address.substr(8));
         EXPECT_EQ(proxy.requests()[0].authorization, "");
         EXPECT_THAT(server.asked(), ElementsAre("GET /api/status"));
-        // Past it, and where it leads nowhere.
+        // Bypasses the proxy for this machine, and reports a server that the proxy cannot reach.
         EXPECT_EQ(orvo({"settings", "--server", server.address(), "--check"}).status, 0);
-        EXPECT_EQ(proxy.requests().size(), 1U) << "this machine is reached directly";
+        EXPECT_EQ(proxy.requests().size(), 1U) << "connects to this machine directly";
         EXPECT_THAT(orvo({"settings", "--server", "https://video.ejemplo.es:1", "--check"}).err,
             HasSubstr("El proxy «" + at + "» no deja llegar al servidor «video.ejemplo.es» (502)."));
         EXPECT_EQ(orvo({"settings", "--server", address}).status, 0);
@@ -304,7 +304,7 @@ TEST_F(Publish, SharesSettingsWithTheApplication)
 TEST_F(Publish, RestoresTheTerminal)
 {
     int terminal = -1;
-    int shown = -1; // Keeps it open when the program has ended.
+    int shown = -1; // Keeps the terminal open after the program has ended.
     ASSERT_EQ(::openpty(&terminal, &shown, nullptr, nullptr, nullptr), 0);
     const auto echoes = [&] {
         termios settings{};
@@ -321,7 +321,7 @@ TEST_F(Publish, RestoresTheTerminal)
     }
     while (echoes())
         std::this_thread::yield();
-    constexpr std::string_view typed = "secr\x03"; // Interrupted in the middle.
+    constexpr std::string_view typed = "secr\x03"; // Ctrl-C in the middle of the secret.
     ASSERT_EQ(::write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
     int status = 0;
     ::waitpid(pid, &status, 0);

@@ -25,12 +25,12 @@ protected:
     {
         display.enter();
         setup.environment["WAYLAND_DISPLAY"] = "";
-        // No sound of the machine that runs the tests.
+        // Hides the audio devices of the machine.
         setup.environment["XDG_RUNTIME_DIR"] = folder.path();
         setup.environment["PULSE_SERVER"] = "unix:" + (folder / "no-server").string();
     }
 
-    /// The newest project: the one that is being recorded.
+    /// The newest project, which is being recorded.
     std::optional<VideoProject> recording() const
     {
         const auto projects = store.list();
@@ -38,7 +38,7 @@ protected:
         return found == projects.end() ? std::nullopt : std::optional(*found);
     }
 
-    /// Waits until the document says that so much is recorded.
+    /// Waits until the document reports this duration.
     VideoProject recordedFor(double seconds) const
     {
         for (int i = 0; i < 6000; ++i) {
@@ -49,13 +49,13 @@ protected:
         throw std::runtime_error("nothing is recorded");
     }
 
-    /// Waits until every track of the recording has a piece that can be played.
-    void waitForPieces() const
+    /// Waits until every track of the recording has a playable fragment.
+    void waitForFragments() const
     {
-        const auto hasPiece = [this](const MediaTrack& track) {
+        const auto hasFragment = [this](const MediaTrack& track) {
             return readFile(store.mediaURL(*recording(), track.file)).contains("moof");
         };
-        while (!std::ranges::all_of(recording()->tracks, hasPiece))
+        while (!std::ranges::all_of(recording()->tracks, hasFragment))
             std::this_thread::sleep_for(10ms);
     }
 
@@ -82,7 +82,7 @@ TEST_F(Record, RecordsUntilTheLimitOrASignal)
     EXPECT_EQ(saved.state, "ready");
     EXPECT_EQ(saved.title, "Clase");
     EXPECT_NEAR(saved.duration, 2, 0.3);
-    EXPECT_EQ(saved.tracks.size(), 2U) << "what the computer plays is recorded, though it plays nothing";
+    EXPECT_EQ(saved.tracks.size(), 2U) << "records system audio even when it is silent";
     EXPECT_EQ(orvo({"validate", recorded["id"].text()}).status, 0);
     EXPECT_EQ(orvo({"export", recorded["id"].text(), folder / "out.mp4"}).status, 0);
     fs::remove_all(store.directory(saved.id));
@@ -132,7 +132,7 @@ TEST_F(Record, RecordsNoXServerBesideWayland)
         arguments.insert(arguments.end(), source.begin(), source.end());
         expectFailure(arguments, 1, "solo se graban escritorios X11");
     }
-    EXPECT_EQ(store.list().size(), 1U) << "and no project is left behind";
+    EXPECT_EQ(store.list().size(), 1U) << "leaves no project behind";
 }
 
 TEST_F(Record, RecoversKilledRecordings)
@@ -142,7 +142,7 @@ TEST_F(Record, RecoversKilledRecordings)
         {
             Program program({"record", "--no-microphone"}, setup);
             recordedFor(after);
-            waitForPieces();
+            waitForFragments();
             program.signal(SIGKILL);
             program.end();
         }

@@ -19,7 +19,7 @@ protected:
     std::size_t files() const { return namesIn(steps()).size(); }
 };
 
-TEST_F(Steps, GoBackAndForthThroughEveryKindOfChange)
+TEST_F(Steps, UndoesAndRedoesEveryKindOfChange)
 {
     EXPECT_EQ(orvo({"undo", id}).status, 1) << "orvo has changed nothing";
     EXPECT_EQ(orvo({"redo", id}).status, 1);
@@ -34,7 +34,7 @@ TEST_F(Steps, GoBackAndForthThroughEveryKindOfChange)
     change({"text", id, "8", "Hola"});
     change({"zoom", id, "1"});
     change({"set", id, "fade", "0"});
-    answer({"set", id, "fade", "0"}); // Changes nothing, and is no step.
+    answer({"set", id, "fade", "0"}); // Creates no step, because nothing changes.
 
     const std::vector<std::string> names{"cortar 2,0 s", "añadir un texto", "añadir un zoom", "quitar el fundido"};
     for (std::size_t left = names.size(); left-- > 0;) {
@@ -54,14 +54,14 @@ TEST_F(Steps, GoBackAndForthThroughEveryKindOfChange)
     answer({"undo", id});
     answer({"undo", id});
     EXPECT_EQ(orvo({"undo", id}).out, "Deshecho: añadir un texto. Quedan 0:08 de 0:10.\n");
-    answer({"set", id, "title", "Otra"}); // What was undone is forgotten.
+    answer({"set", id, "title", "Otra"}); // Discards the redo steps.
     EXPECT_EQ(orvo({"redo", id}).status, 1);
     answer({"undo", id});
     EXPECT_EQ(stored().title, project.title);
     EXPECT_EQ(stored().edit, versions[1]);
 }
 
-TEST_F(Steps, BelongToTheDocumentThatTheLastOneLeft)
+TEST_F(Steps, RefusesToUndoAfterChangesByOtherPrograms)
 {
     answer({"cut", id, "2", "4"});
     VideoProject other = stored();
@@ -73,11 +73,11 @@ TEST_F(Steps, BelongToTheDocumentThatTheLastOneLeft)
         EXPECT_EQ(document(), before);
     }
     answer({"cut", id, "6", "7"});
-    EXPECT_EQ(answer({"undo", id})["undoable"].number(), 0) << "a new history begins";
+    EXPECT_EQ(answer({"undo", id})["undoable"].number(), 0) << "starts a new history";
     EXPECT_EQ(stored().edit, other.edit);
     EXPECT_EQ(stored().title, other.title);
 
-    // Damaged versions are refused, and nothing is lost.
+    // Damaged versions are rejected, and the document stays unchanged.
     answer({"cut", id, "6", "7"});
     std::ofstream(steps() / "0.json") << "{";
     EXPECT_EQ(orvo({"undo", id}).status, 1);
@@ -89,7 +89,7 @@ TEST_F(Steps, BelongToTheDocumentThatTheLastOneLeft)
     EXPECT_THAT(stored().edit.cuts, SizeIs(2));
 }
 
-TEST_F(Steps, LeaveThePublicationAndTheOtherFilesAlone)
+TEST_F(Steps, KeepsThePublicationAndTheMediaFiles)
 {
     project.edit.overlays = {{.id = fixedId(7), .kind = Overlay::Kind::image, .content = "media/logo.png", .end = 1}};
     store.save(project);
@@ -107,7 +107,7 @@ TEST_F(Steps, LeaveThePublicationAndTheOtherFilesAlone)
     EXPECT_FALSE(fs::exists(store.directory(copy) / DocumentSteps::folderName));
 }
 
-TEST_F(Steps, AreBounded)
+TEST_F(Steps, RemovesTheOldestStepsBeyondTheLimit)
 {
     constexpr std::size_t count = DocumentSteps::maxSteps + 5;
     for (std::size_t i = 1; i <= count; ++i) {
@@ -115,7 +115,7 @@ TEST_F(Steps, AreBounded)
         changed.title = std::to_string(i);
         DocumentSteps::save(store, stored(), changed);
     }
-    EXPECT_EQ(files(), DocumentSteps::maxSteps + 1) << "and the note of the present one";
+    EXPECT_EQ(files(), DocumentSteps::maxSteps + 1) << "the versions and `present`";
     std::size_t undone = 1;
     while (DocumentSteps::undo(store, project.id).undoable > 0)
         ++undone;

@@ -54,7 +54,7 @@ protected:
     std::vector<Said> said;
 };
 
-TEST_F(Transcribe, RemovesOnlyWhatIsSuggested)
+TEST_F(Transcribe, RemovesOnlySuggestedSpans)
 {
     const auto transcribed = answer({"transcribe", id});
     const auto before = stored();
@@ -62,11 +62,11 @@ TEST_F(Transcribe, RemovesOnlyWhatIsSuggested)
     EXPECT_FALSE(hasWorkFile());
     const auto confidence = WordConfidence::read(store.directory(project.id));
     EXPECT_TRUE(std::ranges::any_of(before.edit.words, [&](const auto& word) { return confidence.of(word) < 1; }))
-        << "some word of a synthetic voice is not quite sure";
+        << "some words of a synthetic voice are uncertain";
     auto words = wordsOf(before);
     EXPECT_THAT(words, testing::IsSupersetOf({"tabla", "resultados", "eh", "guardamos", "documento"}));
 
-    // The pauses around the hesitation, it, and the pause before the last sentence.
+    // Suggests the hesitation, the pauses around it, and the pause before the last sentence.
     const auto suggestions = answer({"suggest", id});
     ASSERT_EQ(suggestions.size(), 4U);
     EXPECT_EQ(suggestions[1]["kind"].text(), "filler");
@@ -79,7 +79,7 @@ TEST_F(Transcribe, RemovesOnlyWhatIsSuggested)
     const auto edited = stored();
     EXPECT_NEAR(probe(movie).audioDuration, edited.playableDuration(), 0.05);
 
-    // The energy of every sentence is all there, to its first and last sound.
+    // Every sentence keeps its level from its first to its last tenth of a second.
     const auto samples = decodeAudio(movie);
     const auto original = decodeAudio(store.directory(project.id) / "media/microphone.m4a");
     double removed = 0;
@@ -95,8 +95,8 @@ TEST_F(Transcribe, RemovesOnlyWhatIsSuggested)
                 << sentence;
     }
 
-    // Recognised again, the result says the same without the hesitation. It is encoded anew, so that on some processors a
-    // word comes out differently.
+    // A second transcription has the same words without the hesitation. A word may differ on some processors, because the
+    // audio is encoded again.
     const auto again = answer({"import", movie})["id"].text();
     ASSERT_EQ(orvo({"transcribe", again}).status, 0);
     auto left = wordsOf(store.load(*Uuid::parse(again)));
@@ -110,7 +110,7 @@ TEST_F(Transcribe, RemovesOnlyWhatIsSuggested)
     EXPECT_EQ(answer({"suggest", again}).size(), 0U);
 }
 
-TEST_F(Transcribe, RefusesWithoutATrace)
+TEST_F(Transcribe, RejectsInvalidInputWithoutChanges)
 {
     const std::string before = document();
     const auto refused = [&](std::vector<std::string> more, int status, const std::string& text) {

@@ -41,12 +41,12 @@ TEST_F(Transcript, ListsAndCorrectsWords)
     EXPECT_EQ(orvo({"words", id, "FFFFFFFF", "x"}).status, 1);
     EXPECT_EQ(document(), before);
 
-    // A word is cut by its identifier.
+    // Cuts a word by its identifier.
     EXPECT_EQ(orvo({"cut", id, "--word", wordId(2)}).status, 0);
     EXPECT_THAT(stored().edit.cuts, ElementsAre(TimeSpan{1.6, 2}, TimeSpan{5, 8}));
 }
 
-TEST_F(Transcript, WordsAreChosenByTimeAndText)
+TEST_F(Transcript, SelectsWordsByTimeAndText)
 {
     struct Case {
         std::vector<std::string> options;
@@ -72,7 +72,7 @@ TEST_F(Transcript, WordsAreChosenByTimeAndText)
     EXPECT_THAT(orvo({"words", id, "--grep", "nada"}).err, HasSubstr("Ninguna palabra"));
 }
 
-TEST_F(Transcript, IsPrintedAsText)
+TEST_F(Transcript, PrintsTheEditedText)
 {
     answer({"cut", id, "1.6", "2"});
     EXPECT_EQ(orvo({"text", id}).out, "Hola <mundo> adiós\n");
@@ -117,7 +117,7 @@ TEST_F(Transcript, AppliesSuggestionsOnceByNumber)
     answer({"apply", id, "2"});
     EXPECT_THAT(stored().edit.cuts, ElementsAre(TimeSpan{2.2, 5.85}));
     const JsonAnswer again = answer({"suggest", id});
-    EXPECT_EQ(again.size(), 4) << "the numbers stay";
+    EXPECT_EQ(again.size(), 4) << "keeps the numbers";
     EXPECT_TRUE(again[1]["applied"].flag());
     EXPECT_FALSE(again[0]["applied"].flag());
 

@@ -27,7 +27,7 @@ protected:
     fs::path media(const std::string& name) const { return store.directory(project.id) / "media" / name; }
 };
 
-TEST_F(Validate, FindsWhatIsWrong)
+TEST_F(Validate, ReportsEveryKindOfError)
 {
     struct Case {
         std::string name;
@@ -49,18 +49,19 @@ TEST_F(Validate, FindsWhatIsWrong)
         {"size", change([](VideoProject& p) { p.width = 0; }), "El tamaño 0×1080 no es válido."},
         {"rate", change([](VideoProject& p) { p.fps = -1; }), "fotogramas por segundo no es válida"},
         {"missing media", [&] { fs::remove(media("screen.mov")); }, "Falta «media/screen.mov»."},
-        {"media that is text", write(media("microphone.m4a"), "texto"), "no se puede leer"},
-        {"sound as picture",
+        {"text as media", write(media("microphone.m4a"), "texto"), "no se puede leer"},
+        {"audio as video",
             [&] { fs::copy_file(media("microphone.m4a"), media("screen.mov"), fs::copy_options::overwrite_existing); },
             "«media/screen.mov» no contiene vídeo."},
-        {"picture as sound",
+        {"video as audio",
             [&] { fs::copy_file(media("screen.mov"), media("microphone.m4a"), fs::copy_options::overwrite_existing); },
             "«media/microphone.m4a» no contiene sonido."},
-        {"leads out", change([](VideoProject& p) { p.tracks.edit()[0].file = "../../x.mov"; }), "queda fuera de la carpeta"},
+        {"path outside the project", change([](VideoProject& p) { p.tracks.edit()[0].file = "../../x.mov"; }),
+            "queda fuera de la carpeta"},
         {"missing image",
             change([](VideoProject& p) { p.edit.overlays = {{.kind = Overlay::Kind::image, .content = "media/no.png"}}; }),
             "Falta «media/no.png»."},
-        {"a movie as image",
+        {"movie as image",
             [&] {
                 fs::copy_file(media("screen.mov"), media("x.png"), fs::copy_options::overwrite_existing);
                 VideoProject bad = good;
@@ -95,11 +96,11 @@ TEST_F(Validate, RequiresFoldersNamedAfterProjects)
     ASSERT_EQ(twice["projects"].size(), 2);
     EXPECT_EQ(twice["projects"][1]["folder"].text(), fixedId(9).text());
     EXPECT_FALSE(twice["projects"][1]["valid"].flag());
-    EXPECT_EQ(orvo({"validate", id}).status, 0) << "the original is fine";
+    EXPECT_EQ(orvo({"validate", id}).status, 0) << "the original is valid";
     EXPECT_EQ(orvo({"validate", fixedId(9).text()}).status, 1);
     EXPECT_EQ(orvo({"validate", "FFFF"}).status, 3);
 
-    // What is odd does no harm.
+    // Oddities are warnings, not errors.
     fs::remove_all(store.directory(fixedId(9)));
     fs::create_directories(store.directory(project.id) / ("render-" + fixedId(5).text()));
     const JsonAnswer odd = answer({"validate"});

@@ -28,7 +28,7 @@ TEST_F(WriteFailure, LosesNothingOnAFullDisk)
 
     const SmallDisk disk(before.size() + 16'384);
     if (!disk)
-        GTEST_SKIP() << "mounting is not allowed here";
+        GTEST_SKIP() << "no permission to mount";
     const ProjectStore small(disk.path() / "library");
     small.create(project);
     setup.library = small.root();
