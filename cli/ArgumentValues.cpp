@@ -15,7 +15,7 @@ namespace orvo::cli {
 
 namespace {
 
-/// Digits only, few enough to fit.
+/// Parses up to nine digits, without a sign.
 std::optional<double> parseDigits(std::string_view text)
 {
     if (text.empty() || text.size() > 9 || text.find_first_not_of("0123456789") != std::string_view::npos)

@@ -21,7 +21,7 @@ struct Range {
     double highest;
 };
 
-/// These functions throw `UsageError`, which calls the value by `name`.
+/// These functions throw `UsageError` with a message that names the value `name`.
 double numberArgument(std::string_view name, std::string_view text, Range range);
 std::int64_t integerArgument(std::string_view name, std::string_view text, Range range);
 double timeArgument(std::string_view name, std::string_view text);
@@ -33,7 +33,7 @@ std::string textArgument(std::string_view name, std::string_view text);
 /// Formats a length as m:ss or h:mm:ss; truncates fractions, as the windows do.
 std::string clockTime(double seconds);
 
-/// As `clockTime`, with tenths unless they are zero: for lengths in which a small change must show.
+/// As `clockTime`, with tenths unless they are zero, so that small changes are visible.
 std::string fineLength(double seconds);
 
 /// Formats a position as m:ss.fff or h:mm:ss.fff, which `parseTime` reads.

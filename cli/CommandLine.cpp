@@ -39,7 +39,7 @@ Estado de salida
 
 «orvo ORDEN --help» explica cada orden.)";
 
-/// A script whose variable is empty must not work on the user's own library.
+/// Rejects an empty folder: a script with an unset variable must not change the user's own library.
 std::string refuseEmpty(const std::string& folder)
 {
     if (folder.empty())
@@ -61,7 +61,7 @@ std::unique_ptr<CLI::App> makeApplication(Session& session)
     app->add_flag("--json", session.options.json, "Responde con un único valor JSON, para programas.")
         ->disable_flag_override();
     app->require_subcommand(1);
-    app->fallthrough(); // General options may stand after the command too.
+    app->fallthrough(); // General options may also follow the command.
 
     addLibraryCommands(*app, session);
     addSourcesCommand(*app, session);
@@ -82,7 +82,7 @@ std::unique_ptr<CLI::App> makeApplication(Session& session)
     addSettingsCommand(*app, session);
     addCheckCommand(*app, session);
     addValidateCommand(*app, session);
-    app->footer(footer); // Last, because commands inherit the present footer.
+    app->footer(footer); // Last, because new commands inherit the footer.
     return app;
 }
 
@@ -112,7 +112,7 @@ std::string didYouMean(std::string_view word, const std::vector<std::string>& na
     return suggestion(word, views);
 }
 
-/// The option whose value is missing or surplus, if that is the error: the parser gives it only in its message.
+/// The option with a missing or surplus value; null for other errors. The parser names it only in its message.
 const CLI::Option* wrongValue(const CLI::App& command, const CLI::ParseError& error)
 {
     if (error.get_name() != "ArgumentMismatch")

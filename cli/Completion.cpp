@@ -20,7 +20,7 @@ namespace {
 using namespace std::string_view_literals;
 
 struct Values {
-    /// The name of an option, with that of its command where another takes other values, or of an argument.
+    /// The name of an option or argument; with its command if the same option of other commands has other values.
     std::string_view of;
     std::vector<std::string_view> values;
 };
@@ -143,7 +143,7 @@ private:
             if (index-- == 0)
                 return option;
         }
-        return last && last->get_expected_max() > 1 ? last : nullptr; // One that takes several.
+        return last && last->get_expected_max() > 1 ? last : nullptr; // The last argument may take several values.
     }
 
     void addCommands()

@@ -16,7 +16,7 @@ namespace orvo::cli {
 
 namespace {
 
-/// Times are shown in milliseconds, so a time within one of them means the stored one.
+/// Seconds. Times are shown in milliseconds, so a typed time matches a stored one within a millisecond.
 constexpr double sameTime = 0.001;
 
 std::string shown(const TimeSpan& span)
@@ -147,7 +147,7 @@ struct StepArguments {
     std::string project;
 };
 
-/// Goes a step back or forward and says which; `done` is "Deshecho" or "Rehecho".
+/// Goes a step back or forward and reports its name; `done` is "Deshecho" or "Rehecho".
 void move(Session& session, const StepArguments& arguments, std::string_view done,
     DocumentSteps::Moved (*step)(const ProjectStore&, const Uuid&))
 {

@@ -9,11 +9,11 @@
 namespace orvo::cli {
 
 /// Limits of the values of an edit.
-inline constexpr Range placeRange{-4, 4}; ///< Edges of pictures and texts, as fractions of the frame.
+inline constexpr Range placeRange{-4, 4}; ///< Edges of images and texts, as fractions of the frame.
 inline constexpr Range centreRange{0, 1}; ///< Centres of zooms, as fractions of the frame.
 inline constexpr Range widthRange{0.001, 4}; ///< Widths, as fractions of the frame.
 inline constexpr Range scaleRange{1, 4}; ///< Magnifications.
-inline constexpr Range durationRange{0.01, 86'400}; ///< Lengths of what is shown for a time, in seconds.
+inline constexpr Range durationRange{0.01, 86'400}; ///< Durations of overlays and zooms, in seconds.
 inline constexpr Range volumeRange{0, 16}; ///< Linear gains.
 inline constexpr Range fadeRange{0, 60}; ///< Seconds.
 

@@ -9,8 +9,8 @@ namespace orvo::cli {
 /// Exit statuses of `orvo`; scripts rely on these numbers.
 enum class ExitStatus : int {
     done = 0,
-    failed = 1, ///< The work could not be done.
-    wrongUse = 2, ///< The command line is not understood, or a value in it makes no sense.
+    failed = 1,
+    wrongUse = 2, ///< The command line or a value in it is invalid.
     noSuchProject = 3,
     cancelled = 130, ///< SIGINT or SIGTERM.
 };

@@ -50,7 +50,7 @@ struct ExportArguments {
     bool force = false;
 };
 
-/// The stretch that "--from" and "--to" name; nothing without either.
+/// The span between "--from" and "--to"; nullopt without both options.
 std::optional<TimeSpan> spanOf(const ExportArguments& arguments, const VideoProject& project)
 {
     if (arguments.from.empty() && arguments.to.empty())
@@ -94,7 +94,7 @@ ExportSettings settingsOf(const ExportArguments& arguments, const VideoProject& 
     return settings;
 }
 
-/// Writes a file to standard output. Unlinks the file first: whatever happens, nothing stays behind.
+/// Writes a file to standard output. The caller has unlinked it, so that nothing remains after an interruption.
 void writeOut(const UniqueFd& file)
 {
     std::array<char, 1 << 16> block{};
@@ -114,7 +114,8 @@ void writeOut(const UniqueFd& file)
     }
 }
 
-/// Renders to a temporary file, since the beginning of a movie is written last, and sends it to standard output.
+/// Renders to a temporary file and sends it to standard output. The start of a movie is written last, so it cannot be
+/// streamed.
 void exportToOutput(Session& session, const VideoProject& project, ExportSettings settings)
 {
     if (session.json())
@@ -122,7 +123,7 @@ void exportToOutput(Session& session, const VideoProject& project, ExportSetting
     if (::isatty(STDOUT_FILENO) == 1)
         throw UsageError("Un vídeo no se puede escribir en el terminal: añade «> clase.mp4» o «| otra-orden».");
     settings.isTemporary = true;
-    if (!settings.burnIn) { // With burnt-in subtitles, the file beside the movie goes with the folder.
+    if (!settings.burnIn) { // The subtitle file of burned-in subtitles is removed with the folder.
         if (settings.subtitles != SubtitleCues::none)
             session.note("Sin subtítulos: los escribe «orvo subtitles».");
         settings.subtitles = SubtitleCues::none;
@@ -147,7 +148,7 @@ void exportToOutput(Session& session, const VideoProject& project, ExportSetting
 
 void exportProject(Session& session, const ExportArguments& arguments)
 {
-    settingsOf(arguments, VideoProject()); // What is wrong for any project is said first.
+    settingsOf(arguments, VideoProject()); // Reports invalid options before loading the project.
     Library& library = session.library();
     const VideoProject project = library.load(arguments.project);
     ExportSettings settings = settingsOf(arguments, project);

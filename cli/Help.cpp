@@ -58,7 +58,7 @@ std::size_t lineLength()
     return std::min(Terminal::width(Terminal::Stream::output), readable);
 }
 
-/// A titled list of names and descriptions, in a column of this width.
+/// A titled list of names, in a column of this width, and descriptions.
 std::string section(std::string_view title, const std::vector<Entry>& list, std::size_t column)
 {
     if (list.empty())

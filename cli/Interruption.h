@@ -8,8 +8,8 @@
 
 namespace orvo::cli {
 
-/// While an object lives, SIGINT, SIGTERM and SIGHUP (unless ignored) do not end the program but request a stop, so
-/// that the work can clean up.
+/// During its lifetime, SIGINT, SIGTERM and SIGHUP (unless ignored) do not end the program but request a stop, so that
+/// the work can clean up.
 ///
 /// Create it on the main thread before any other thread starts: threads inherit the signal mask.
 class Interruption {
@@ -27,12 +27,12 @@ private:
 
     std::stop_source m_stop;
     sigset_t m_before{}; ///< The signals that were blocked.
-    UniqueFd m_signals; ///< Readable when one of the signals came.
-    UniqueFd m_end; ///< Readable when the watch is over.
+    UniqueFd m_signals; ///< Readable when a signal has arrived.
+    UniqueFd m_end; ///< Readable when the thread must end.
     std::thread m_watch;
 };
 
-/// While an object lives, the terminating signals are blocked: for the moment in which a project is saved.
+/// Blocks the terminating signals during its lifetime, while a project is saved.
 class SignalsHeld {
 public:
     SignalsHeld();

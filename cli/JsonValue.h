@@ -20,7 +20,7 @@ public:
     using Object = std::vector<std::pair<std::string, JsonValue>>;
     using Content = std::variant<bool, std::int64_t, double, std::string, Array, Object>;
 
-    JsonValue(std::same_as<bool> auto value) // NOLINT(google-explicit-constructor): a value is what it is made of
+    JsonValue(std::same_as<bool> auto value) // NOLINT(google-explicit-constructor): for initialiser lists.
         : m_content(value)
     {
     }

@@ -58,7 +58,7 @@ std::optional<std::size_t> findById(std::string_view reference, std::span<const 
     }
     if (found.empty())
         return std::nullopt;
-    // A complete identifier that several elements of a damaged document share is as ambiguous as a prefix.
+    // A damaged document may contain an identifier twice, which is as ambiguous as a prefix.
     if (found.size() > 1) {
         constexpr std::size_t shown = 5;
         std::string message = std::format("{} es ambiguo. Puede ser:", inQuotes(reference));

@@ -14,7 +14,7 @@
 
 namespace orvo::cli {
 
-/// An identifier, or an unambiguous prefix of at least this many characters.
+/// Minimum length of an identifier's prefix that serves as a reference.
 inline constexpr std::size_t minReference = 4;
 
 /// Whether a text can be an identifier or a prefix of one.
@@ -36,7 +36,7 @@ public:
     /// The store; creates its folder if needed. Throws as `ProjectStore`.
     const ProjectStore& store();
 
-    /// All readable projects, newest first. A named folder that does not exist is empty, and is not created.
+    /// All readable projects, newest first. Returns empty for a named folder that does not exist, without creating it.
     std::vector<VideoProject> list();
 
     /// The identifiers of the folders in the library, in order.
@@ -55,7 +55,8 @@ public:
     /// Throws as `load` and `change`, and `captureError` if it is still being recorded; then nothing is saved.
     VideoProject edit(std::string_view reference, const std::function<void(VideoProject&)>& change);
 
-    /// The last part of `edit`, for long work that holds the lock itself: `after` was made of the stored `before`.
+    /// Dates `after` and saves it as a step to undo, for long work that holds the lock itself. `before` is the stored
+    /// project.
     void saveStep(const VideoProject& before, VideoProject& after);
 
     /// `DocumentSteps::undo` or `redo` of a project, as safely as `edit`.

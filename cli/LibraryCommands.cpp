@@ -42,7 +42,7 @@ struct ListArguments {
     std::string sort;
 };
 
-/// Sorts the projects, which are newest first. Throws `UsageError` for an unknown order.
+/// Sorts the projects; an empty order means newest first. Throws `UsageError` for an unknown order.
 void sort(std::vector<VideoProject>& projects, const std::string& name)
 {
     static constexpr std::array<std::string_view, 4> orders{"created", "updated", "title", "duration"};
@@ -81,7 +81,7 @@ struct ShowArguments {
     bool all = false;
 };
 
-/// Lists of `show`: only their beginning, unless everything is requested.
+/// A list in `show`, shortened unless everything is requested.
 class Section {
 public:
     Section(std::string title, std::vector<Table::Column> columns, bool all)

@@ -18,7 +18,7 @@ template <typename Work> auto runInterruptibly(const std::string& label, Work wo
         ProgressBar bar(label);
         return work([&](double fraction) { bar.report(fraction); }, interruption.token());
     } catch (const std::exception&) {
-        // Ctrl-C also reaches the child processes, and one of them may have failed first.
+        // Ctrl-C also reaches the child processes; one may have failed first.
         if (interruption.requested())
             throw Cancelled();
         throw;

@@ -28,9 +28,9 @@ private:
 
     std::string m_label;
     Clock::time_point m_start = Clock::now();
-    Clock::time_point m_firstReport; ///< When work that can be measured began.
+    Clock::time_point m_firstReport; ///< The start of the measurable work.
     double m_firstFraction = 0;
-    double m_fraction = -1; ///< Negative while nothing is known.
+    double m_fraction = -1; ///< Negative before the first report.
     bool m_over = false;
     std::mutex m_mutex;
     std::condition_variable m_changed;

@@ -24,7 +24,7 @@ struct DeleteArguments {
     bool force = false;
 };
 
-/// The projects of the references, each once. Throws if one of them must not be deleted; then none is.
+/// The projects of the references, without duplicates. Throws if any of them must not be deleted.
 std::vector<VideoProject> deletable(Library& library, const DeleteArguments& arguments)
 {
     std::vector<VideoProject> found;

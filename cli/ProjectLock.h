@@ -10,7 +10,7 @@ namespace orvo::cli {
 /// destructor or the end of the process.
 class ProjectLock {
 public:
-    /// Waits for the lock, and says so on standard error. Does nothing on a file system without locks. Throws
+    /// Waits for the lock and reports the wait on standard error. Does nothing on a file system without locks. Throws
     /// `std::filesystem::filesystem_error` if the folder cannot be opened.
     explicit ProjectLock(const std::filesystem::path& folder);
 

@@ -56,7 +56,7 @@ Access accessOf(const PublishArguments& arguments, const VideoProject& project)
     return access;
 }
 
-/// A project without a publication cannot be withdrawn or changed.
+/// The publication of a project. Throws `captureError` when it is not published.
 const Publication& requirePublished(const VideoProject& project)
 {
     if (!project.publication)

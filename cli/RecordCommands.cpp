@@ -39,8 +39,7 @@ template <typename List> auto offered(List list) -> std::optional<decltype(list(
     }
 }
 
-/// The display server that offers screens: an X server with the whole desktop. One beside a Wayland desktop shows an
-/// empty root window.
+/// Throws `captureError` on a Wayland desktop, because an X server beside it has an empty root window.
 void requireX11()
 {
     if (windowSystem() == WindowSystem::wayland)

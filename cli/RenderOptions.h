@@ -11,10 +11,10 @@ class Command;
 /// Declares "--height" and "--quality".
 void addRenderOptions(Command& command, std::string& height, std::string& quality);
 
-/// What they say; what is empty has its usual value. Throws `UsageError` for a value that makes no sense.
+/// Parses both options; an empty one means its default. Throws `UsageError` for an invalid value.
 ExportSettings renderSettings(const std::string& height, const std::string& quality);
 
-/// What the option `name` says of subtitles: "words", "phrases" or "none"; words when it is empty. Throws `UsageError`.
+/// Parses the subtitles option `name`: "words", "phrases" or "none"; empty means words. Throws `UsageError`.
 SubtitleCues subtitleCues(const std::string& name, const std::string& value);
 
 } // namespace orvo::cli

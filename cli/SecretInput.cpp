@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::size_t maxSecret = 64 << 10; ///< Bytes.
 
-/// Disables the echo of the terminal while it lives.
+/// Disables the echo of the terminal during its lifetime.
 class Hidden {
 public:
     Hidden()
@@ -85,7 +85,7 @@ std::string readSecret(const std::string& name)
     if (::isatty(STDIN_FILENO) == 0)
         return readInput(false);
     std::fprintf(stderr, "%s: ", name.c_str());
-    const Interruption interruption; // The terminal is restored.
+    const Interruption interruption; // A signal must not end the program before the terminal is restored.
     const Hidden hidden;
     awaitLine(interruption);
     return readInput(true);

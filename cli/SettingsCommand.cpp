@@ -25,7 +25,7 @@ struct SettingsArguments {
     bool connectDrive = false;
 };
 
-/// Where the credential is stored, without asking for a password.
+/// The storage place of the credential. Does not ask for a password.
 std::string credentialState()
 {
     if (const char* given = std::getenv(ServerAccess::credentialVariable); given && *given)
@@ -47,7 +47,7 @@ std::string_view stateText(std::string_view state)
 
 void storeServer(const std::string& server)
 {
-    const Publisher accepted(server, {}); // Refuses an unusable address.
+    const Publisher accepted(server, {}); // Throws for an invalid address.
     StoredSettings::setText(StoredSettings::serverURL, accepted.base());
 }
 

@@ -20,7 +20,7 @@ std::size_t width(Stream stream);
 
 enum class Tone : std::uint8_t {
     strong, ///< Titles.
-    quiet, ///< What is only looked up.
+    quiet, ///< Secondary details.
     accent,
     good,
     warning,
@@ -36,7 +36,7 @@ public:
     enum class Align : std::uint8_t { left, right };
 
     struct Column {
-        std::string title; ///< Shown above the column; a table where no column has one has no head.
+        std::string title; ///< Shown above the column; the head is omitted when all titles are empty.
         Align align = Align::left;
         bool shrinks = false; ///< Its cells are shortened when the terminal is too narrow.
     };

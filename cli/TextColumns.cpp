@@ -21,7 +21,7 @@ bool isControl(utf8proc_int32_t value)
     case UTF8PROC_CATEGORY_ZP:
         return true;
     default:
-        // Direction marks could make a line show something other than its content.
+        // Direction marks could disguise the content of a line.
         return (value >= 0x202A && value <= 0x202E) || (value >= 0x2066 && value <= 0x2069);
     }
 }
@@ -107,8 +107,8 @@ std::string shortened(std::string_view text, std::size_t room)
 
 std::optional<std::string_view> nearest(std::string_view text, std::span<const std::string_view> candidates)
 {
-    constexpr std::size_t longest = 40; // No name is that long.
-    if (text.empty() || text.size() > longest)
+    constexpr std::size_t maxLength = 40; // Longer than every name.
+    if (text.empty() || text.size() > maxLength)
         return std::nullopt;
     const std::string written = lowerCase(text);
     const auto begins = [&](std::string_view candidate) { return lowerCase(candidate).starts_with(written); };

@@ -38,7 +38,7 @@ struct WordsArguments {
     bool isFiltered() const { return !from.empty() || !to.empty() || !grep.empty(); }
 };
 
-/// The share of a word that cuts leave.
+/// How much of a word remains after the cuts.
 enum class Kept : std::uint8_t { all, part, nothing };
 
 Kept keptOf(const TranscriptWord& word, const Timeline::OutputMap& map)
@@ -50,7 +50,7 @@ Kept keptOf(const TranscriptWord& word, const Timeline::OutputMap& map)
     return stretch.start <= word.start && stretch.end >= word.end ? Kept::all : Kept::part;
 }
 
-/// Which words are selected: those inside the span that contain the text.
+/// Whether each word is selected: it touches the span and matches the text.
 std::vector<char> chosenWords(const WordsArguments& arguments, const SharedList<TranscriptWord>& words)
 {
     const double from = arguments.from.empty() ? 0 : timeArgument("--from", arguments.from);

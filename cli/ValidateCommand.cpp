@@ -167,11 +167,11 @@ private:
             if (place && !m_quick && !OverlayImage::isUsable(*place))
                 error(std::format("{} no es una imagen que se pueda mostrar.", inQuotes(overlay.content)));
         } catch (const std::system_error& failure) {
-            error(describe(failure)); // From an ffmpeg that cannot be run.
+            error(describe(failure)); // ffmpeg cannot be started.
         }
     }
 
-    /// Leftovers of killed operations.
+    /// Warns about leftovers of killed operations.
     void checkLeftovers(const fs::path& folder)
     {
         for (const auto& entry : fs::directory_iterator(folder)) {
