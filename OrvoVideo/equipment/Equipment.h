@@ -19,11 +19,11 @@ struct EquipmentItem {
 
     Kind kind = Kind::ffmpeg;
     State state = State::good;
-    std::string text; ///< What was found, in Spanish.
-    std::string advice; ///< What to do about it, in Spanish; empty when nothing needs to be done.
+    std::string text; ///< The finding, in Spanish.
+    std::string advice; ///< The advice, in Spanish; empty if none is needed.
     std::string command; ///< A shell command that solves it; empty if no single command does.
 
-    /// The item's name for programs ("speechModel") and for people ("Modelo de voz").
+    /// The item's name for programs ("speechModel") and for users ("Modelo de voz").
     static std::string_view name(Kind kind);
     static std::string_view title(Kind kind);
     /// "good", "limited" or "missing".

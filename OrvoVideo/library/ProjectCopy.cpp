@@ -58,7 +58,7 @@ VideoProject copyProject(const ProjectStore& store, const VideoProject& original
     try {
         copyMedia(store.directory(original.id) / ProjectStore::mediaName, store.directory(copy.id) / ProjectStore::mediaName,
             progress, stop);
-        store.create(copy); // Last: a folder without a document is no project.
+        store.create(copy); // Last: a folder without a document is not a project.
     } catch (...) {
         std::error_code ignored;
         fs::remove_all(store.directory(copy.id), ignored);

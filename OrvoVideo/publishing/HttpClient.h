@@ -14,7 +14,7 @@
 
 namespace orvo {
 
-/// A request without a response: no connection, timeout, untrusted certificate. `code()` is libcurl's.
+/// Thrown for a request without a response: no connection, timeout, untrusted certificate. `code()` is libcurl's.
 class TransportError : public Error {
 public:
     TransportError(int code, const std::string& message)

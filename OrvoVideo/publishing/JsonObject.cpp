@@ -20,7 +20,7 @@ std::optional<JsonObject> JsonObject::parse(std::string_view text)
     yyjson_doc* document = yyjson_read(text.data(), text.size(), 0);
     if (!document)
         return std::nullopt;
-    // Called directly: it is always inlined, which a call through a pointer cannot be.
+    // A lambda, because an always-inline function cannot be called through a pointer.
     const std::shared_ptr<yyjson_doc> shared(document, [](yyjson_doc* each) { yyjson_doc_free(each); });
     yyjson_val* root = yyjson_doc_get_root(document);
     if (!yyjson_is_obj(root))

@@ -36,7 +36,7 @@ public:
     /// The step that `run` does; nullopt when the project is published.
     std::optional<Step> next() const noexcept { return m_next; }
 
-    /// Receives what an upload does at the moment, in Spanish. Called on the working thread.
+    /// Receives the current activity of an upload, in Spanish. Called on the working thread.
     using Activity = std::function<void(const std::string&)>;
 
     /// Runs the next step. `progress` receives its fraction done.
@@ -45,14 +45,14 @@ public:
     /// has ended; another one resumes where it stopped.
     void run(const ProgressCallback& progress, const std::stop_token& stop, const Activity& activity = {});
 
-    /// Who may see the video, as `Publisher::publish` takes it. Set it before the upload; at first nobody may.
+    /// Sets who may see the video, as for `Publisher::publish`. Call it before the upload; the default is nobody.
     void setAccess(std::vector<std::string> domains, bool publicLink);
 
-    /// What the server has said of itself; empty before it was asked.
+    /// The state that the server reported; empty before `connecting` has run.
     const ServerStatus& server() const noexcept { return m_server; }
-    /// What the user should know about the rendering, in Spanish; empty if there is nothing to report.
+    /// Remarks on the rendering for the user, in Spanish; empty if there are none.
     std::string remarks() const { return m_package ? m_package->remarks() : std::string(); }
-    /// Where the video is; empty before it is published.
+    /// The published video; empty before it is published.
     const Publication& publication() const noexcept { return m_publication; }
 
 private:

@@ -36,7 +36,7 @@ bool isSameTime(const timespec& one, const timespec& other)
     return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
 }
 
-/// What to do about an unreadable folder.
+/// The handling of an unreadable folder.
 enum class Unreadable : std::uint8_t {
     left, ///< Skip the rest of it and continue.
     failure,

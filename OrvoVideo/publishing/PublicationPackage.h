@@ -31,7 +31,7 @@ public:
     /// Packages the rendered movie; afterwards `isReady` returns true. Throws as `ExportService::hls`.
     void package(const ProgressCallback& progress, const std::stop_token& stop);
 
-    /// What the user should know about both, in Spanish; empty if there is nothing to report.
+    /// Remarks on both for the user, in Spanish; empty if there are none.
     std::string remarks() const { return m_outcome.remarks(); }
 
     /// The folder of the streaming package.

@@ -20,7 +20,7 @@ namespace orvo {
 struct PublicationFile;
 class FrozenFile;
 
-/// A response outside 200–299: a `captureError` with the status.
+/// Thrown for a response outside 200–299: a `captureError` with the status.
 class RefusedRequest : public Error {
 public:
     RefusedRequest(long status, const std::string& message)
@@ -37,7 +37,7 @@ private:
 /// The state of a publishing server, as it reports it.
 struct ServerStatus {
     bool isConnected = false; ///< Whether it can store videos now.
-    /// Where it stores them: "drive", "local", "s3", … Older servers, which support only Drive, do not report it.
+    /// The kind of storage: "drive", "local", "s3", … Older servers, which support only Drive, do not report it.
     std::optional<std::string> storage;
 
     /// Whether it stores videos without the user's Drive, so that no authorisation is needed.

@@ -181,7 +181,7 @@ void Publisher::upload(const PublicationFile& file, const std::string& uploadId,
         const std::int64_t next = uploadChunk(*source, file, uploadId, offset, stop);
         stepsBack = next > furthest ? 0 : stepsBack + (next <= offset ? 1 : 0);
         if (next < 0 || stepsBack == maxStepsBack)
-            failInvalid(); // A server that accepts data without keeping it would be sent the file for ever.
+            failInvalid(); // A server that discards the data would otherwise receive the file forever.
         furthest = std::max(furthest, next);
         offset = next;
         sent(std::min(offset, file.size));

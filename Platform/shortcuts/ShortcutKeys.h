@@ -22,7 +22,7 @@ public:
         std::uint32_t id = 0; ///< Passed to `pressed`; unique and not 0.
         std::uint32_t keyCode = 0; ///< A code known to `VirtualKeys`.
         std::uint32_t modifiers = 0; ///< Sum of modifier masks.
-        QString description; ///< What it does, in Spanish, for the desktop's own settings.
+        QString description; ///< The name of the action, in Spanish, for the desktop's settings.
     };
 
     /// Which combinations work.
@@ -32,7 +32,7 @@ public:
         desktop ///< Those in the desktop's settings: requests are only proposals.
     };
 
-    /// The implementation for this process's window system; one that never emits `pressed` if there is none.
+    /// The implementation for this process's window system. On other systems, `pressed` is never emitted.
     static std::unique_ptr<ShortcutKeys> create();
 
     ShortcutKeys() = default;
