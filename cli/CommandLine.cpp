@@ -199,7 +199,7 @@ ExitStatus runCommandLine(std::vector<std::string> words)
     try {
         Session session;
         const auto app = makeApplication(session);
-        // For shells and packages, not for people.
+        // For shells and packages, not for users.
         if (!words.empty() && words.front() == "--complete") {
             if (const auto option = std::ranges::find(words, "--library");
                 std::ranges::distance(option, words.end()) > 2 && std::filesystem::exists(*std::ranges::next(option)))

@@ -106,7 +106,7 @@ struct RestoreArguments {
     bool all = false;
 };
 
-/// The stored cut that the arguments mean: the one with these ends, or without an end the one that contains the start.
+/// The stored cut with this start and end; without an end, the cut that contains the start.
 TimeSpan findCut(const VideoProject& project, double start, std::optional<double> end)
 {
     const auto matches = [&](const TimeSpan& cut) {

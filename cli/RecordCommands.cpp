@@ -238,10 +238,10 @@ private:
 
 void record(Session& session, const RecordArguments& arguments)
 {
-    constexpr double longest = 24 * 60 * 60;
+    constexpr double maxSeconds = 24 * 60 * 60;
     std::optional<double> seconds;
     if (!arguments.seconds.empty())
-        seconds = numberArgument("--seconds", arguments.seconds, {0.1, longest});
+        seconds = numberArgument("--seconds", arguments.seconds, {0.1, maxSeconds});
     const auto plan = planOf(arguments);
     const auto& store = session.library().store();
 

@@ -19,13 +19,13 @@ namespace {
 
 constexpr auto redraw = 125ms;
 constexpr int meterLength = 12;
-constexpr float quietest = -48; ///< Decibels below full scale at the lower end of the meter.
+constexpr float minLevel = -48; ///< Decibels below full scale at the lower end of the meter.
 constexpr float fall = 0.8F; ///< Decay of the meter per redraw.
 
 std::string meter(float level)
 {
     const float decibels = 20 * std::log10(std::max(level, 1e-6F));
-    const int full = std::clamp(static_cast<int>(std::lround((1 - decibels / quietest) * meterLength)), 0, meterLength);
+    const int full = std::clamp(static_cast<int>(std::lround((1 - decibels / minLevel) * meterLength)), 0, meterLength);
     std::string bar;
     for (int i = 0; i < meterLength; ++i)
         bar += i < full ? "▮" : "▯";

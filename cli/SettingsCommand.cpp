@@ -25,7 +25,7 @@ struct SettingsArguments {
     bool connectDrive = false;
 };
 
-/// The storage place of the credential. Does not ask for a password.
+/// Where the credential is stored: "environment", "keychain" or "none". Does not ask for a password.
 std::string credentialState()
 {
     if (const char* given = std::getenv(ServerAccess::credentialVariable); given && *given)

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-/// Formats values of a project for people.
+/// Formats values of a project for users.
 namespace orvo::cli {
 
 /// A title on one line; a placeholder if it is empty.
