@@ -52,7 +52,7 @@ protected:
     std::optional<fs::path> answer;
 };
 
-TEST_F(FilePanelsTests, OpensOneFileOfItsKind)
+TEST_F(FilePanelsTests, OpensOneFileOfTheRequestedType)
 {
     const auto movie = folder / "película.MOV";
     std::ofstream(movie) << "x";

@@ -43,7 +43,7 @@ protected:
     QDBusConnection connection = QDBusConnection::connectToBus(bus.address(), "application " + bus.address());
 };
 
-TEST_F(ScreenCastTests, SharesWhatTheUserChooses)
+TEST_F(ScreenCastTests, SharesTheChosenSource)
 {
     const auto desktop = portal();
     ScreenCast cast(connection);

@@ -19,7 +19,7 @@ JsonAnswer::JsonAnswer(const std::string& text)
     : m_document(yyjson_read(text.data(), text.size(), 0), [](yyjson_doc* each) { yyjson_doc_free(each); })
     , m_value(yyjson_doc_get_root(m_document.get()))
 {
-    require(m_value, "this is not one JSON value: " + text);
+    require(m_value, "not exactly one JSON value: " + text);
 }
 
 JsonAnswer::JsonAnswer(std::shared_ptr<yyjson_doc> document, yyjson_val* value)
@@ -38,13 +38,13 @@ JsonAnswer JsonAnswer::operator[](std::string_view key) const
 JsonAnswer JsonAnswer::operator[](std::size_t index) const
 {
     yyjson_val* value = yyjson_arr_get(m_value, index);
-    require(value, "the answer is no list, or too short");
+    require(value, "the answer is not a list, or it is too short");
     return {m_document, value};
 }
 
 std::size_t JsonAnswer::size() const
 {
-    require(yyjson_is_arr(m_value), "the answer is no list");
+    require(yyjson_is_arr(m_value), "the answer is not a list");
     return yyjson_arr_size(m_value);
 }
 
@@ -69,19 +69,19 @@ std::vector<std::string> JsonAnswer::keys() const
 
 std::string JsonAnswer::text() const
 {
-    require(yyjson_is_str(m_value), "the answer is no text");
+    require(yyjson_is_str(m_value), "the answer is not a string");
     return {yyjson_get_str(m_value), yyjson_get_len(m_value)};
 }
 
 double JsonAnswer::number() const
 {
-    require(yyjson_is_num(m_value), "the answer is no number");
+    require(yyjson_is_num(m_value), "the answer is not a number");
     return yyjson_get_num(m_value);
 }
 
 bool JsonAnswer::flag() const
 {
-    require(yyjson_is_bool(m_value), "the answer is no flag");
+    require(yyjson_is_bool(m_value), "the answer is not a Boolean");
     return yyjson_get_bool(m_value);
 }
 

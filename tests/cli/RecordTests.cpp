@@ -122,7 +122,7 @@ TEST_F(Record, ReportsWhatCannotBeRecorded)
     EXPECT_THAT(orvo({"record"}).err, HasSubstr("No hay una pantalla que grabar"));
 }
 
-TEST_F(Record, RecordsNoXServerBesideWayland)
+TEST_F(Record, RefusesAnXServerBesideWayland)
 {
     setup.environment["WAYLAND_DISPLAY"] = "wayland-0";
     EXPECT_EQ(answer({"sources"})["displays"].size(), 0U);

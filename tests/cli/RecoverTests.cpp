@@ -66,7 +66,7 @@ TEST_F(Recover, PreparesInterruptedRecordings)
     EXPECT_EQ(answer({"recover", id})["state"].text(), "ready");
 }
 
-TEST_F(Recover, KeepsWhatCannotBeRecovered)
+TEST_F(Recover, MarksTheProjectWhenRecoveryFails)
 {
     expectFailure({"recover", id}, 1, "No se ha podido recuperar toda la grabación: Falta «media/screen.mov».");
     EXPECT_EQ(stored().state, "needs-recovery");

@@ -78,7 +78,7 @@ TEST_F(PublisherRequest, ReturnsObjectsOrReportsErrors)
     EXPECT_EQ(outcome(), "El servidor «localhost» no responde.");
 }
 
-TEST_F(PublisherRequest, TakesAnAddressWithAPath)
+TEST_F(PublisherRequest, AcceptsAnAddressWithAPath)
 {
     server.setFaults(R"([{"path":"/base/api/videos/a%20b%25","do":"answer","json":{}}])");
     EXPECT_NO_THROW(Publisher(server.address() + "/base/", "secreto", options).withdraw("a b%"));

@@ -129,7 +129,7 @@ TEST_F(PublisherFaults, RejectsFilesThatChangeWhileUploading)
     EXPECT_EQ(server.received("media/screen.mov"), content);
 }
 
-TEST_F(PublisherFaults, PublishesTheDocumentFromTheStartWhenEdited)
+TEST_F(PublisherFaults, PublishesTheInitialDocumentWhenEditedMeanwhile)
 {
     const std::string document = readFile(store.directory(project.id) / "project.json");
     changeAfterTheFirstChunk([&] {

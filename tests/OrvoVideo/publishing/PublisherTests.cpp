@@ -105,7 +105,7 @@ TEST_F(PublisherTests, WaitsForDriveOrReportsItsFailures)
     EXPECT_THAT(server.asked(), ElementsAre("GET /api/status"));
 }
 
-TEST_F(PublisherTests, WithdrawsUnknownVideos)
+TEST_F(PublisherTests, TreatsUnknownVideosAsWithdrawn)
 {
     const auto answerWith = [&](int status) {
         server.setFaults(std::format(
@@ -153,7 +153,7 @@ TEST_F(PublisherTests, HandlesIncompleteAnswers)
     }
 }
 
-TEST_F(PublisherTests, ResumesOnlySameFilesOnSameServer)
+TEST_F(PublisherTests, ResumesOnlyTheSameFilesOnTheSameServer)
 {
     const auto failAtTheEnd = [&] {
         server.setFaults(
