@@ -153,7 +153,7 @@ void BridgeSession::interrupt() noexcept
     m_notify(notification::tabFinished);
 }
 
-/// Runs `action`. After a disk error or an invalid message, ends the recording with what it has.
+/// Runs `action`. After any error, interrupts the recording, which keeps its data, and reports the failure.
 void BridgeSession::guarded(const std::function<void()>& action) noexcept
 {
     try {
