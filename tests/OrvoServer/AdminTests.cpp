@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_F(Admin, SignsInWithTheCredentialAndOutForGood)
+TEST_F(Admin, SignsInWithTheCredentialAndEndsTheSessionOnSignOut)
 {
     EXPECT_EQ(signIn("wrong").status, 401U);
     const auto reply = signIn(credential);
@@ -54,7 +54,7 @@ TEST_F(Admin, SignsInWithTheCredentialAndOutForGood)
     EXPECT_EQ(last, 429U);
 }
 
-TEST_F(Admin, ShowsVideosAndHowTheyAreWatched)
+TEST_F(Admin, ListsVideosWithTheirStatistics)
 {
     publish(lesson(), R"(["www.ejemplo.es"])", true, "50%_'; DROP TABLE videos;--");
     for (int times = 0; times < 2; ++times)
@@ -106,7 +106,7 @@ TEST_F(Admin, ShowsVideosAndHowTheyAreWatched)
     EXPECT_THAT(ask(port(), "GET", "/admin/data/videos", signedIn).body, HasSubstr("\"state\":\"withdrawn\""));
 }
 
-TEST_F(Admin, ServesBelowAPathAndLogsNoSecret)
+TEST_F(Admin, ServesBelowAPrefixAndLogsNoSecrets)
 {
     stop();
     const TemporaryFolder other;

@@ -12,7 +12,7 @@ using namespace std::chrono_literals;
 constexpr std::int64_t hour = 3600;
 constexpr std::int64_t day = 24 * hour;
 
-TEST(SystemClock, NeverGoesBackWithinARun)
+TEST(SystemClock, NeverRunsBackwards)
 {
     SystemClock::Reading reading{.wall = 1'000'000s, .monotonic = 50s};
     const SystemClock clock([&] { return reading; });
@@ -59,7 +59,7 @@ protected:
     }
 };
 
-TEST_F(ClockSetBack, LengthensNeitherTicketsNorSessions)
+TEST_F(ClockSetBack, ExtendsNeitherTicketsNorSessions)
 {
     publish(lesson(), "[]", true);
     const auto config = playerConfig(page("watch"));
@@ -98,7 +98,7 @@ TEST_F(ClockSetBack, LocksNobodyOut)
     EXPECT_EQ(guess(), 401U);
 }
 
-TEST_F(ClockSetBack, KeepsUploadsThatGoOn)
+TEST_F(ClockSetBack, ContinuesUploads)
 {
     EXPECT_EQ(api("POST", "videos", announcement("T", "[]", true)).status, 200U);
     const auto files = lesson();
@@ -112,7 +112,7 @@ TEST_F(ClockSetBack, KeepsUploadsThatGoOn)
     EXPECT_EQ(api("POST", std::format("revisions/{}/publish", revision.id)).status, 200U);
 }
 
-TEST(Collection, WaitsADayAfterTheClockHasJumped)
+TEST(Collection, WaitsADayAfterAClockJump)
 {
     const TemporaryFolder folder;
     const DataFolder data(folder / "data");

@@ -74,7 +74,7 @@ protected:
     Instance second;
 };
 
-TEST_F(Cluster, TakesUploadsAndViewersFromAnyInstanceUntilTheLastOne)
+TEST_F(Cluster, ServesUploadsAndViewersWhileOneInstanceLives)
 {
     std::string segment(6'000'000, '\0');
     std::mt19937 random(11);

@@ -12,7 +12,7 @@ namespace {
 using namespace server;
 using testing::HasSubstr;
 
-TEST(Configuration, TakesAddressesThatBrowsersUnderstand)
+TEST(Configuration, AcceptsOnlyAddressesThatBrowsersUnderstand)
 {
     const std::map<std::string, std::string> good{{"https://videos.ejemplo.es", "https://videos.ejemplo.es"},
         {" https://videos.ejemplo.es/// ", "https://videos.ejemplo.es"},
@@ -24,7 +24,7 @@ TEST(Configuration, TakesAddressesThatBrowsersUnderstand)
         EXPECT_THROW(readAddress(typed), Error) << typed;
 }
 
-TEST(Configuration, NamesTheLineThatIsWrong)
+TEST(Configuration, NamesTheWrongLine)
 {
     const std::map<std::string, std::string> wrong{{"storage = ftp", "Línea 2 de la configuración, «storage»"},
         {"ticket_seconds = 1", "entre 2 y 86400"}, {"quota_gigabytes = many", "número entero"},

@@ -95,7 +95,7 @@ protected:
     fs::path disk;
 };
 
-TEST_F(FullDisk, OfUploadsKeepsWhatItTookAndGoesOn)
+TEST_F(FullDisk, ResumesUploadsWhenSpaceReturns)
 {
     mountAt("data/uploads", 1'000'000);
     start();
@@ -112,7 +112,7 @@ TEST_F(FullDisk, OfUploadsKeepsWhatItTookAndGoesOn)
     expectShown(revision);
 }
 
-TEST_F(FullDisk, OfStoredFilesIsAnErrorThatCanBeRetried)
+TEST_F(FullDisk, RetriesStoringWhenSpaceReturns)
 {
     mountAt("data/files", 1'000'000);
     start();
@@ -126,7 +126,7 @@ TEST_F(FullDisk, OfStoredFilesIsAnErrorThatCanBeRetried)
     expectShown(revision);
 }
 
-TEST_F(FullDisk, OfTheDatabaseLeavesWhatIsPublishedAndTakesNothingNew)
+TEST_F(FullDisk, KeepsPublishedVideosWhenTheDatabaseIsFull)
 {
     constexpr std::uint64_t ample = 2'000'000'000; // Nothing is registered with less than 1 GB to go.
     mountAt("small", ample);
@@ -153,7 +153,7 @@ TEST_F(FullDisk, OfTheDatabaseLeavesWhatIsPublishedAndTakesNothingNew)
     EXPECT_EQ(announce("T").status, 200U);
 }
 
-TEST_F(FullDisk, OfTheCacheMakesRoomForWhatIsWatched)
+TEST_F(FullDisk, EvictsCachedFilesWhenTheCacheDiskIsFull)
 {
     if (!S3Gateway::program())
         GTEST_SKIP() << "no S3 server is installed (versitygw)";
@@ -185,7 +185,7 @@ TEST_F(FullDisk, OfTheCacheMakesRoomForWhatIsWatched)
 }
 
 // The kernel gives the files of a process that must not be dumped to root.
-TEST_F(ServerProgram, LeavesNoSecretInACoreDump)
+TEST_F(ServerProgram, LeavesNoSecretsInCoreDumps)
 {
     if (::geteuid() == 0) {
         // Another user may not reach the build folder.

@@ -9,7 +9,7 @@ namespace {
 
 using namespace server;
 
-TEST(Targets, RefuseWhatCouldLeaveAFolder)
+TEST(Targets, RejectsSegmentsThatCouldLeaveAFolder)
 {
     for (const auto* bad : {"", "api", "http://x/y", "*", "/a/../b", "/a/%2e%2e/b", "/a/./b", "/a%2fb", "/a\\b", "/a%5cb",
              "/%", "/%4", "/%zz", "/a%00b", "/a%0ab", "/a%7f"})
@@ -23,7 +23,7 @@ TEST(Targets, RefuseWhatCouldLeaveAFolder)
     EXPECT_FALSE(target->parameter("broken"));
 }
 
-TEST(Ranges, TakeOnlyWhatIsExact)
+TEST(Ranges, AcceptsOnlyExactSyntax)
 {
     EXPECT_EQ(parseContentRange("bytes 0-9/10"), (ContentRange{.bytes = {.first = 0, .last = 9}, .size = 10}));
     for (const auto* bad : {"", "bytes", "bytes 0-9", "bytes 0-9/*", "bytes */10", "bytes 9-0/10", "bytes 0-10/10",
@@ -42,7 +42,7 @@ TEST(Ranges, TakeOnlyWhatIsExact)
 
 class Http : public ServerFixture { };
 
-TEST_F(Http, RefusesRequestsThatAProxyCouldReadDifferently)
+TEST_F(Http, RejectsRequestsThatAProxyCouldReadDifferently)
 {
     start();
     const std::string head = "POST /api/videos HTTP/1.1\r\nHost: localhost\r\n";
@@ -77,7 +77,7 @@ TEST_F(Http, RefusesRequestsThatAProxyCouldReadDifferently)
     }
 }
 
-TEST_F(Http, AnswersPipelinedRequestsInTheirOrder)
+TEST_F(Http, AnswersPipelinedRequestsInOrder)
 {
     start();
     const std::string ok = "GET /healthz HTTP/1.1\r\nHost: localhost\r\n\r\n";
@@ -88,7 +88,7 @@ TEST_F(Http, AnswersPipelinedRequestsInTheirOrder)
         EXPECT_EQ(wire.read().status, status);
 }
 
-TEST_F(Http, AnswersALongBodyThatItDoesNotWant)
+TEST_F(Http, RespondsToUnwantedLongBodies)
 {
     start();
     const auto reply =
@@ -139,7 +139,7 @@ protected:
     std::thread thread;
 };
 
-TEST_F(Limits, EndConnectionsThatStall)
+TEST_F(Limits, ClosesStalledConnections)
 {
     for (const auto* begun : {"", "GET / HT", "POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 5\r\n\r\nab"}) {
         Wire wire(port);
@@ -164,7 +164,7 @@ protected:
     }
 };
 
-TEST_F(Draining, LetsARequestThatHasBegunFinish)
+TEST_F(Draining, FinishesStartedRequests)
 {
     Wire idle(port);
     idle.send("GET / HTTP/1.1\r\nHost: x\r\n\r\n");

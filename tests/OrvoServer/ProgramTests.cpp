@@ -15,7 +15,7 @@ using namespace server;
 using testing::HasSubstr;
 namespace fs = std::filesystem;
 
-TEST_F(ServerProgram, RunsChecksItselfAndStopsWhenAsked)
+TEST_F(ServerProgram, RunsChecksItselfAndStopsOnSigterm)
 {
     start();
     EXPECT_EQ(api("GET", "status").status, 200U);
@@ -75,7 +75,7 @@ protected:
     }
 };
 
-TEST_F(ServerTls, TakesARenewedCertificateAndKeepsTheOldOneFromABrokenFile)
+TEST_F(ServerTls, ReloadsRenewedCertificatesAndRejectsBrokenOnes)
 {
     const auto first = make("first");
     const auto second = make("second");

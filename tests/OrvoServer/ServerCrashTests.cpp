@@ -120,7 +120,7 @@ void Crash::publishThrough(int count, const std::function<void()>& fail, const s
     }
 }
 
-TEST_F(Crash, ByAKillLosesNothingThatWasAcknowledged)
+TEST_F(Crash, KeepsAcknowledgedDataWhenKilled)
 {
     publishThrough(40, [this] { program->signal(SIGKILL); }, [] {});
 }
@@ -169,7 +169,7 @@ protected:
     const fs::path image = folder / "disk.ext4";
 };
 
-TEST_F(PowerCut, LosesNothingThatWasAcknowledged)
+TEST_F(PowerCut, KeepsAcknowledgedData)
 {
     publishThrough(
         20,

@@ -70,7 +70,7 @@ TEST_F(Publishing, KeepsTheOldRevisionForItsViewers)
     EXPECT_EQ(ask(port(), "GET", media() + "480/00000.ts").body, "first segment2");
 }
 
-TEST_F(Publishing, TakesUploadsFromWhereTheyAre)
+TEST_F(Publishing, ResumesUploadsAtTheirOffset)
 {
     EXPECT_EQ(api("POST", "videos", announcement("T", "[]", false)).status, 200U);
     const std::string content(300000, 'c');
@@ -131,7 +131,7 @@ TEST_F(Publishing, TakesUploadsFromWhereTheyAre)
     EXPECT_EQ(put(cut, content, 0, content.size()).status, 200U);
 }
 
-TEST_F(Publishing, DropsWhatHasAnotherDigest)
+TEST_F(Publishing, DiscardsUploadsWithAWrongDigest)
 {
     EXPECT_EQ(api("POST", "videos", announcement("T", "[]", false)).status, 200U);
     const Files files{{"hls/master.m3u8", "what was announced"}};
@@ -144,7 +144,7 @@ TEST_F(Publishing, DropsWhatHasAnotherDigest)
     upload(revision, files);
 }
 
-TEST_F(Publishing, RefusesWhatItCannotKeep)
+TEST_F(Publishing, RejectsInvalidRequests)
 {
     const std::string entry = R"({"path":"hls/a","role":"stream","size":1,"sha256":")" + digest("a") + R"("})";
     EXPECT_EQ(api("POST", std::format("videos/{}/revisions", video), R"({"files":[]})").status, 404U);
@@ -173,7 +173,7 @@ TEST_F(Publishing, RefusesWhatItCannotKeep)
     EXPECT_EQ(api("PUT", "status").status, 405U);
 }
 
-TEST_F(Publishing, KnowsOnlyItsOwnCredential)
+TEST_F(Publishing, AcceptsOnlyItsOwnCredential)
 {
     for (const std::string& value : std::vector<std::string>{
              "", "Bearer", "Bearer x" + credential, "Basic " + credential, "Bearer " + credential.substr(1), credential}) {
@@ -184,7 +184,7 @@ TEST_F(Publishing, KnowsOnlyItsOwnCredential)
 }
 
 // Another program holds the database: writers are told after a while, viewers and questions notice nothing.
-TEST_F(Publishing, SaysThatTheDatabaseIsBusy)
+TEST_F(Publishing, ReportsABusyDatabase)
 {
     if (!freshDatabase().empty())
         GTEST_SKIP() << "nobody locks the whole of PostgreSQL";
@@ -201,7 +201,7 @@ TEST_F(Publishing, SaysThatTheDatabaseIsBusy)
     EXPECT_EQ(api("POST", "videos", announcement("T", "[]", true)).status, 200U);
 }
 
-TEST_F(Publishing, LeavesADatabaseOfANewerProgramAlone)
+TEST_F(Publishing, RefusesANewerDatabase)
 {
     stop();
     const auto configuration = data.configuration();
@@ -217,7 +217,7 @@ TEST_F(Publishing, LeavesADatabaseOfANewerProgramAlone)
     service.reset();
 }
 
-TEST_F(Publishing, ComesBackFromABackup)
+TEST_F(Publishing, RestoresABackup)
 {
     if (!freshDatabase().empty())
         GTEST_SKIP() << "pg_dump is what copies PostgreSQL";

@@ -11,7 +11,7 @@ using namespace server;
 using testing::HasSubstr;
 using testing::Not;
 
-TEST(Domains, AreReadAsAuthorsTypeThem)
+TEST(Domains, AcceptsTheSpellingsThatAuthorsType)
 {
     const std::map<std::string, std::string> good{
         {"www.ejemplo.es", "https://www.ejemplo.es"},
@@ -42,7 +42,7 @@ TEST(Domains, AreReadAsAuthorsTypeThem)
     EXPECT_EQ(AuthorisedDomains().frameAncestors(), "frame-ancestors 'none'");
 }
 
-TEST(Domains, MatchPagesAsBrowsersDo)
+TEST(Domains, MatchesPagesAsBrowsersDo)
 {
     const AuthorisedDomains domains({"www.ejemplo.es", "*.escuela.es", "http://localhost:8000"});
     const std::map<std::string, bool> pages{{"https://www.ejemplo.es/x", true}, {"http://www.ejemplo.es", false},
@@ -52,7 +52,7 @@ TEST(Domains, MatchPagesAsBrowsersDo)
         EXPECT_EQ(domains.allows(originOf(page).value()), expected) << page;
 }
 
-TEST(Tickets, AreOnlyThoseOfThisServerAndInTime)
+TEST(Tickets, RejectsForgedForeignAndExpiredTokens)
 {
     SetClock clock;
     const Tickets tickets("a secret of thirty-two bytes or more", {}, clock);
@@ -97,7 +97,7 @@ protected:
     }
 };
 
-TEST_F(Viewers, GetThePlayerWhereItMayBe)
+TEST_F(Viewers, ServesThePlayerOnlyWhereItIsAllowed)
 {
     publish(lesson(), R"(["www.ejemplo.es"])", false, R"(<script>alert("1")</script> & '})");
     struct Case {
@@ -133,7 +133,7 @@ TEST_F(Viewers, GetThePlayerWhereItMayBe)
     EXPECT_EQ(ask(port(), "GET", "/watch/%22%3E%3Cscript%3E").body, unknown.body);
 }
 
-TEST_F(Viewers, GetMediaOnlyWithATicket)
+TEST_F(Viewers, ServesMediaOnlyWithATicket)
 {
     const auto revision = publish(lesson(), R"(["www.ejemplo.es"])", true);
     const std::string base = media();
@@ -172,7 +172,7 @@ TEST_F(Viewers, GetMediaOnlyWithATicket)
     }
 }
 
-TEST_F(Viewers, LoseWhatIsTakenAwayAtOnce)
+TEST_F(Viewers, RevokesAccessAtOnce)
 {
     publish(lesson(), R"(["uno.es","dos.es"])", true);
     const std::string embedded = media();
@@ -203,7 +203,7 @@ TEST_F(Viewers, LoseWhatIsTakenAwayAtOnce)
     EXPECT_FALSE(works(last));
 }
 
-TEST_F(Viewers, RenewTheirTickets)
+TEST_F(Viewers, RenewsTickets)
 {
     publish(lesson(), "[]", true);
     const auto reply = renew(grant("watch", "document"));
@@ -221,7 +221,7 @@ TEST_F(Viewers, RenewTheirTickets)
 }
 
 // Six hours of play, a segment at a time: the player renews at two thirds of a ticket's life, and is never refused.
-TEST_F(Viewers, PlayForSixHoursWithTicketsOfTenMinutes)
+TEST_F(Viewers, PlaysForSixHoursOnTenMinuteTickets)
 {
     stop();
     clock = &time;
@@ -258,7 +258,7 @@ TEST_F(Viewers, PlayForSixHoursWithTicketsOfTenMinutes)
     stop();
 }
 
-TEST(Pages, AreAnsweredAsTheBrowserLikesThem)
+TEST(Pages, NegotiatesCompressionAndLanguage)
 {
     const std::array<Asset, 1> files{
         {{.name = "a.js", .type = "text/javascript", .bytes = "plain", .gzip = "packed", .hash = "h2"}}};

@@ -104,7 +104,7 @@ protected:
     std::unique_ptr<DriveAuthorisation> authorisation;
 };
 
-TEST_F(DriveStoreTests, IsAuthorisedOnceForEachStart)
+TEST_F(DriveStoreTests, AcceptsEachAuthorisationStartOnce)
 {
     EXPECT_EQ(failure([&] { authorisation->start(); }, Kind::unauthorised), "Guarda primero el cliente OAuth.");
     authorisation->configure("client", "secret");
@@ -135,7 +135,7 @@ TEST_F(DriveStoreTests, IsAuthorisedOnceForEachStart)
     EXPECT_FALSE(authorisation->isAuthorised()) << "the permission was another client's";
 }
 
-TEST_F(DriveStoreTests, KeepsPrivateFilesUnderTheirKeys)
+TEST_F(DriveStoreTests, StoresPrivateFilesByKey)
 {
     authorise();
     DriveStore store(drive, *authorisation);
@@ -156,7 +156,7 @@ TEST_F(DriveStoreTests, KeepsPrivateFilesUnderTheirKeys)
     EXPECT_FALSE(fs::exists(folder / "fetched"));
 }
 
-TEST_F(DriveStoreTests, GoesOnAfterFaultsThatPass)
+TEST_F(DriveStoreTests, RecoversFromTransientFaults)
 {
     authorise();
     DriveStore store(drive, *authorisation);
@@ -183,7 +183,7 @@ TEST_F(DriveStoreTests, GoesOnAfterFaultsThatPass)
     EXPECT_EQ(fetched(store, "key"), bytes);
 }
 
-TEST_F(DriveStoreTests, TellsWhatTheAuthorHasToDo)
+TEST_F(DriveStoreTests, ReportsWhatTheAuthorMustDo)
 {
     authorise();
     DriveStore store(drive, *authorisation);
@@ -200,7 +200,7 @@ TEST_F(DriveStoreTests, TellsWhatTheAuthorHasToDo)
     EXPECT_EQ(store.status().text, "Falta autorizar Google Drive.");
 }
 
-TEST_F(DriveStoreTests, CallsNoMoreThanTenTimesASecond)
+TEST_F(DriveStoreTests, SpacesCallsByTheInterval)
 {
     authorise();
     drive.callInterval = std::chrono::hours(1); // Much longer than the calls themselves take.

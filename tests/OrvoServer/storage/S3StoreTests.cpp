@@ -62,7 +62,7 @@ protected:
     S3Store::Settings settings;
 };
 
-TEST_F(S3StoreTests, KeepsFilesOfAnySize)
+TEST_F(S3StoreTests, StoresFilesOfAnySize)
 {
     S3Store store(settings);
     for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{100'000}, (std::size_t{11} << 20) + 5}) {
@@ -79,7 +79,7 @@ TEST_F(S3StoreTests, KeepsFilesOfAnySize)
     EXPECT_TRUE(store.status().isReady) << "a missing file is no fault of the store";
 }
 
-TEST_F(S3StoreTests, TellsWrongKeysFromAServerThatIsAway)
+TEST_F(S3StoreTests, DistinguishesWrongKeysFromAnUnreachableServer)
 {
     writeFileAtomically(folder / "source", "x");
     settings.pause = [](auto, const auto&) { };

@@ -11,7 +11,7 @@ namespace {
 
 using server::SecretBox;
 
-TEST(SecretsTests, OpenUnderTheirOwnKeyAndNameAlone)
+TEST(SecretsTests, OpensSealedTextOnlyUnderItsKeyAndName)
 {
     const TemporaryFolder folder;
     const SecretBox box(folder / "a.key");

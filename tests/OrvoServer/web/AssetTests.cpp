@@ -24,7 +24,7 @@ std::set<std::string> namedBy(const Asset& page)
     return matches(page.bytes, R"(\{\{asset:([^}]+)\}\})");
 }
 
-TEST(WebAssets, HoldsEverythingThatPagesAndModulesName)
+TEST(WebAssets, EmbedsEveryReferencedFile)
 {
     ASSERT_TRUE(std::ranges::is_sorted(assets(), {}, &Asset::name));
     for (const auto& asset : assets()) {
@@ -58,7 +58,7 @@ TEST(WebAssets, PreloadsEveryModuleOfAPage)
     }
 }
 
-TEST(WebAssets, PlayerTakesAtMost140Kilobytes)
+TEST(WebAssets, LimitsThePlayerTo140Kilobytes)
 {
     const auto* page = findAsset("player.html");
     ASSERT_NE(page, nullptr);
