@@ -24,7 +24,7 @@ SLEPT = """chrome.tabs.query({ active: true }).then(([tab]) => chrome.scripting.
 } })).then(() => true)"""
 
 
-def whole(browser):
+def records_tab(browser):
     """From the shortcut, with nothing chosen before, to the prepared project."""
     identifier = browser.begin()
     began = time.monotonic()
@@ -92,7 +92,7 @@ def is_zombie(pid):
         return True
 
 
-def closed_tab(browser):
+def ends_with_tab(browser):
     identifier = browser.begin()
     browser.recorded(identifier, 4)
     browser.new_tab()
@@ -102,7 +102,7 @@ def closed_tab(browser):
     expect(float(probed(screen)["video"]["duration"]) > 3, "too little is left")
 
 
-def with_devices(browser):
+def records_devices(browser):
     """Microphone and camera are tracks of their own, in time with the tab."""
     browser.in_extension("chrome.storage.local.set({ options: { height: 720, fps: 30, microphone: true, camera: true } })")
     identifier = browser.begin()
@@ -123,7 +123,7 @@ def with_devices(browser):
     expect(max(samples_of(screen.parent.parent / tracks["microphone"]["file"])) > 1500, "the microphone is silent")
 
 
-def navigated(browser):
+def follows_navigation(browser):
     """The tab goes to another page: the recording goes on, and so does the pointer."""
     identifier = browser.begin()
     browser.recorded(identifier, 2)
@@ -139,7 +139,7 @@ def navigated(browser):
     expect(len(clicks) == 1 and clicks[0] > 5, f"presses at {clicks}")
 
 
-def frames(browser):
+def places_presses_in_frames(browser):
     """Presses in a page of another site inside the recorded one lie where they are in the whole, also in an enlarged page
     and when the frame has scrolled."""
     browser.xdotool("mousemove", "500", "400")
@@ -171,7 +171,7 @@ def send(number, processes):
             pass  # A browser's small helpers come and go.
 
 
-def asleep(browser):
+def survives_sleep(browser):
     """The machine sleeps for twenty seconds: what comes after it is recorded, and is told at its time."""
     identifier = browser.begin()
     browser.recorded(identifier, 3)
@@ -193,7 +193,7 @@ def asleep(browser):
     expect(len(clicks) == 1 and abs(clicks[0] - shown) < 0.5, "the press is elsewhere")
 
 
-def asked_twice(browser):
+def records_once_at_a_time(browser):
     """There is one recording at a time, whatever tab asks."""
     identifier = browser.begin()
     browser.new_tab()  # In another tab the same shortcut ends the one recording there is.
@@ -207,7 +207,7 @@ def stop_worker(browser):
     browser.tools.call("Target.closeTarget", targetId=worker["targetId"])
 
 
-def worker_stopped(browser):
+def survives_worker_stop(browser):
     """Cut off with the worker; the next one records at once."""
     cut_off(stop_worker)(browser)
     identifier = browser.begin()
@@ -229,7 +229,7 @@ receive()
 """
 
 
-def helper_gone_early(browser):
+def recovers_from_early_helper_exit(browser):
     """The helper ends between its greeting and the first piece: the next recording can begin."""
     manifest = browser.manifest.read_text()
     script = browser.manifest.with_name("short-lived")
@@ -242,7 +242,7 @@ def helper_gone_early(browser):
     browser.begin()
 
 
-def helper_stuck(browser):
+def ends_without_helper_reply(browser):
     """The helper no longer answers: the end of the recording is given up, not waited for."""
     identifier = browser.begin()
     helper = browser.helper()
@@ -260,14 +260,14 @@ def reload_extension(browser):
     browser.in_extension("setTimeout(() => chrome.runtime.reload(), 200) && null")
 
 
-def installed(browser):
+def finds_helper(browser):
     """The page after the installation finds the helper, which leaves a mark for the application."""
     expect(browser.welcomed == "good", f"the page shows a {browser.welcomed}")
     expect((browser.data / "OrvoVideo/extension-connected").exists(), "there is no mark")
     expect(not browser.pages("welcome.html"), "it opens again")
 
 
-def permission(browser):
+def asks_for_permission(browser):
     """The page that asks for the microphone closes itself, and the recording of the tab goes on from there."""
     browser.press("ctrl+shift+7")
     project = wait_for("the recording", browser.projects)[0]
@@ -284,7 +284,7 @@ SHOWN = """({ form: !document.getElementById("options").hidden, meter: !document
   pause: !document.getElementById("pause").hidden })"""
 
 
-def popup(browser):
+def shows_popup(browser):
     """The popup shows the level, while recording only what can be changed then, and afterwards opens the
     recording in the application."""
     def opened(background):
@@ -313,25 +313,25 @@ def popup(browser):
 
 
 CASES = {
-    "installed": installed,
-    "permission": permission,
-    "popup": popup,
-    "whole": whole,
-    "closed_tab": closed_tab,
-    "extension_reloaded": cut_off(reload_extension),
-    "worker_stopped": worker_stopped,
-    "helper_gone_early": helper_gone_early,
-    "helper_stuck": helper_stuck,
-    "with_devices": with_devices,
-    "navigated": navigated,
-    "frames": frames,
-    "asleep": asleep,
-    "asked_twice": asked_twice,
-    "helper_killed": cut_off(lambda browser: os.kill(browser.helper(), signal.SIGKILL)),
+    "finds_helper": finds_helper,
+    "asks_for_permission": asks_for_permission,
+    "shows_popup": shows_popup,
+    "records_tab": records_tab,
+    "ends_with_tab": ends_with_tab,
+    "survives_reload": cut_off(reload_extension),
+    "survives_worker_stop": survives_worker_stop,
+    "recovers_from_early_helper_exit": recovers_from_early_helper_exit,
+    "ends_without_helper_reply": ends_without_helper_reply,
+    "records_devices": records_devices,
+    "follows_navigation": follows_navigation,
+    "places_presses_in_frames": places_presses_in_frames,
+    "survives_sleep": survives_sleep,
+    "records_once_at_a_time": records_once_at_a_time,
+    "survives_helper_kill": cut_off(lambda browser: os.kill(browser.helper(), signal.SIGKILL)),
 }
 # These do not look at pictures: small and few ones leave the processor to other tests.
-FEW_PICTURES = {"closed_tab", "extension_reloaded", "worker_stopped", "helper_gone_early", "helper_stuck", "with_devices",
-                "navigated", "frames", "asked_twice", "helper_killed"}
+FEW_PICTURES = {"ends_with_tab", "survives_reload", "survives_worker_stop", "recovers_from_early_helper_exit", "ends_without_helper_reply", "records_devices",
+                "follows_navigation", "places_presses_in_frames", "records_once_at_a_time", "survives_helper_kill"}
 
 
 def allowed_everywhere(extension, copy):
@@ -346,10 +346,10 @@ def allowed_everywhere(extension, copy):
 def main():
     orvo, bridge, extension, origin, case = sys.argv[1:]
     folder = Path(tempfile.mkdtemp(prefix="orvo-tab-"))
-    if case == "frames":
+    if case == "places_presses_in_frames":
         extension = allowed_everywhere(Path(extension), folder / "extension")
     few = case in FEW_PICTURES
-    browser = Browser(orvo, bridge, extension, origin, folder, page="page.html?few" if few else "page.html", permitted=case != "permission")
+    browser = Browser(orvo, bridge, extension, origin, folder, page="page.html?few" if few else "page.html", permitted=case != "asks_for_permission")
     try:
         if few:
             browser.in_extension("chrome.storage.local.set({ options: { height: 360, fps: 10, microphone: true, camera: false } })")

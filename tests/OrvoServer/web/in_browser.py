@@ -113,7 +113,7 @@ def plays(world):
         expect(all(set(beat) == {"grant", "view", "tenths"} for beat in world.server.beats), "a report says more than it should")
 
 
-def phrases(world):
+def splits_phrases(world):
     """Phrases hold every word once, in order, in at most two lines, and do not overlap in time."""
     tab = world.tab("embed")
     module = tab.run("[...document.querySelectorAll('link')].find((one) => one.href.endsWith('/captions.js')).href")
@@ -145,7 +145,7 @@ def phrases(world):
         expect(not lonely or name == "a word longer than a line", f"{name}: alone {lonely}")
 
 
-def renews(world):
+def renews_tickets(world):
     """Tickets that end while the film plays, earlier than announced too, and a renewal that fails for a while: nobody sees it."""
     server = world.server
     server.life, server.real_life, server.delay = 6, 3.5, 1.5
@@ -167,7 +167,7 @@ def renews(world):
     tab.expect_quiet()
 
 
-def sleeps(world):
+def survives_sleep(world):
     """After a long sleep every ticket has ended; the film goes on where it was, also at a place that was not fetched."""
     server = world.server
     tab = world.tab("embed")
@@ -182,7 +182,7 @@ def sleeps(world):
     expect(server.refused >= 1 and tab.run("watching.seen.message") == 0, "no ticket has ended, or the viewer has seen it")
 
 
-def refused(world):
+def stops_when_withdrawn(world):
     """Withdrawn while it plays: the film stops and the page says so, as the server's own page does for what does not exist."""
     server = world.server
     server.life = 6
@@ -216,7 +216,7 @@ def reconnects(world):
     tab.run("watching.until(() => document.querySelector('.message').hidden)")
 
 
-def storage_denied(world):
+def plays_without_storage(world):
     tab = world.tab("embed", before=DENIED)
     tab.watch()
     tab.start()
@@ -225,7 +225,7 @@ def storage_denied(world):
     tab.expect_quiet()
 
 
-def insecure(world):
+def plays_over_http(world):
     """Over plain http there is no crypto.subtle: the film is decrypted all the same."""
     tab = world.tab(world.address("embed").replace("127.0.0.1", "video.test"))
     tab.watch()
@@ -236,7 +236,7 @@ def insecure(world):
     tab.expect_quiet()
 
 
-def sandboxed(world):
+def plays_in_sandbox(world):
     """In a frame with scripts and nothing else, whose origin is "null"."""
     site = Site(f'<iframe sandbox="allow-scripts" src="{world.address("embed")}" width="640" height="360"></iframe>', "localhost")
     world.server.life, world.server.real_life = 4, 3
@@ -251,7 +251,7 @@ def sandboxed(world):
     tab.run("watching.until(() => watching.video.currentTime > 10 && watching.colour() === 'lime')", frame)
 
 
-def native(world):
+def plays_native_hls(world):
     """Without Media Source the browser's own HLS plays, and is reloaded at its place when the ticket is renewed."""
     server = world.server
     # Long enough for a slow machine to open the film within one ticket: each renewal opens it again.
@@ -268,7 +268,7 @@ def native(world):
     expect(server.renewals >= 1, "nothing was renewed")
 
 
-def accessible(world):
+def passes_axe(world):
     axe = (world.player / "axe.min.js").read_text()
     for scheme in ("dark", "light"):
         for width, height in ((1280, 720), (360, 640)):
