@@ -6,10 +6,10 @@
 
 namespace orvo::server {
 
-/// The answer to a failure, for author and application: a status and a Spanish sentence.
+/// The response to a failure: a status and a Spanish sentence for the author.
 Response failureResponse(const std::exception& error);
 
-/// Whether the failure is the server's own, for the log.
+/// Whether the response is a 5xx, which the log reports as an error.
 bool isInternal(const std::exception& error);
 
 } // namespace orvo::server

@@ -14,11 +14,11 @@ namespace orvo::server {
 
 namespace {
 
-constexpr std::size_t noBody = 4096; ///< What a request without a body may bring and is not read.
+constexpr std::size_t noBody = 4096; ///< Bytes of a body that a route ignores.
 constexpr std::size_t smallBody = std::size_t{1} << 20U;
 constexpr std::size_t revisionBody = std::size_t{16} << 20U;
 constexpr std::uint64_t maxChunk = std::uint64_t{8} << 20U;
-constexpr std::size_t maxAnswer = std::size_t{8} << 20U; ///< The application takes no longer one.
+constexpr std::size_t maxAnswer = std::size_t{8} << 20U; ///< The application rejects longer responses.
 constexpr std::size_t maxTitle = 4096;
 
 Response unknown(std::string_view text)
@@ -38,7 +38,7 @@ std::string videoId(const std::string& text)
     return isCanonical ? text : std::string();
 }
 
-/// Reads "domains" and "publicLink". Throws `Error`, also for a domain that cannot be used.
+/// Reads "domains" and "publicLink". Throws `Error`, also for an unusable domain.
 Access readAccess(const JsonValue& body)
 {
     const auto domains = body["domains"].texts();
@@ -228,7 +228,7 @@ Response PublishingApi::registerRevision(const Request& request, const Arguments
     const auto registered = m_parts.catalogue.registerRevision(arguments.at(0), files);
     if (!registered)
         return unknown("El vídeo no existe en el servidor.");
-    // Known only now, since files that are held need no room. The registration without uploads is collected in time.
+    // Only registration shows which files are new. If they do not fit, collection removes the revision.
     if (auto full = withoutRoom(registered->missingBytes))
         return *std::move(full);
     JsonWriter json;

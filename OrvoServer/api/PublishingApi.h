@@ -14,21 +14,21 @@
 
 namespace orvo::server {
 
-/// The author's permission to use a remote store, where the store needs one.
+/// Grants access to a remote store on behalf of the author.
 struct StoreAuthorisation {
     std::function<void(const std::string& clientId, const std::string& clientSecret)> configure;
     std::function<std::string()> start; ///< Returns the address to open.
     std::function<void(const std::string& code, const std::string& state)> finish;
 };
 
-/// What the application asks for, below "api/", and the return from the store's authorisation.
+/// Serves the application's requests below "api/", and the callback of the store's authorisation.
 class PublishingApi {
 public:
     struct Settings {
-        std::string address; ///< The public address, without a slash at its end.
+        std::string address; ///< The public address, without a trailing slash.
         std::filesystem::path dataFolder;
-        std::uint64_t quota = 0; ///< Bytes that may be stored; 0 for no limit.
-        std::uint64_t reserve = std::uint64_t{1} << 30U; ///< Bytes of the disk that stay free.
+        std::uint64_t quota = 0; ///< Maximum stored bytes; 0 for no limit.
+        std::uint64_t reserve = std::uint64_t{1} << 30U; ///< Minimum free disk space, in bytes.
     };
     struct Parts {
         Catalogue& catalogue;
@@ -37,12 +37,12 @@ public:
         BlobStore& store;
         LiveVideos& videos;
         Credential& credential;
-        std::optional<StoreAuthorisation> authorisation; ///< nullopt for a store that needs none.
+        std::optional<StoreAuthorisation> authorisation; ///< nullopt if the store needs none.
     };
 
     PublishingApi(Settings settings, Parts parts);
 
-    /// nullopt when the target is none of these routes. Does not block.
+    /// Returns nullopt if no route matches the target. Does not block.
     std::optional<Plan> plan(const Request& request, const Target& target);
 
 private:
@@ -54,7 +54,7 @@ private:
         Response (PublishingApi::*answer)(const Request&, const Arguments&);
     };
 
-    /// What Google's redirection after the author's consent is answered with.
+    /// The page that Google redirects the author to after the consent.
     Response authorisationPage(const std::optional<std::string>& code, const std::optional<std::string>& state);
     Response status(const Request& request, const Arguments& arguments);
     Response announce(const Request& request, const Arguments& arguments);
@@ -74,7 +74,7 @@ private:
     const Parts m_parts;
 };
 
-/// The token of an "Authorization: Bearer" header; empty for none.
+/// The token of an "Authorization: Bearer" header; empty if there is none.
 std::string_view bearerToken(const Request& request);
 
 } // namespace orvo::server

@@ -46,7 +46,7 @@ BackupResult transferFiles(const DataFolder& from, const DataFolder& to)
     return result;
 }
 
-/// Keeps the server from removing stored files while it lives.
+/// Keeps the server from removing stored files during its life.
 class RemovalPause {
 public:
     RemovalPause(Database& database, const Clock& clock)
@@ -59,7 +59,7 @@ public:
         try {
             m_collection.hold(0);
         } catch (const std::exception&) {
-            // It ends by itself.
+            // The hold expires by itself.
         }
     }
     RemovalPause(const RemovalPause&) = delete;
@@ -69,7 +69,7 @@ private:
     Collection m_collection;
 };
 
-/// Fills a new folder, and removes it again when that fails.
+/// Fills a new folder; removes it if that fails.
 BackupResult fill(const fs::path& target, const std::function<BackupResult(const DataFolder&)>& work)
 {
     const bool isNew = !fs::exists(target);

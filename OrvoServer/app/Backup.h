@@ -12,12 +12,12 @@ struct BackupResult {
     std::uint64_t bytes = 0;
 };
 
-/// Copies the server into the new folder `target`, also while it runs: the database as it is at one moment, the
-/// configuration, and every file that this database names (hard links within one disk). Uploads that are not finished and
-/// secrets stay behind. Throws `Error` and file system errors; `target` is then removed.
+/// Copies the server into the new folder `target`, even while it runs: a snapshot of the database, the configuration, and
+/// every file that the snapshot names (as hard links on the same disk). Leaves out unfinished uploads and secrets. Removes
+/// `target` and throws `Error` or file system errors if the copy fails.
 BackupResult backUp(const DataFolder& folder, const std::filesystem::path& target);
 
-/// Makes a data folder from a backup, where there is none yet. Throws as `backUp`, also for a damaged backup.
+/// Creates a data folder from a backup. Throws like `backUp`, also if the folder is not empty or the backup is damaged.
 BackupResult restoreBackup(const std::filesystem::path& source, const DataFolder& folder);
 
 } // namespace orvo::server

@@ -8,15 +8,15 @@
 
 namespace orvo::server {
 
-/// What the author writes into "orvo-server.conf".
+/// The settings in "orvo-server.conf".
 struct Configuration {
-    std::string address; ///< Public, without a slash at its end.
+    std::string address; ///< Public, without a trailing slash.
     std::string listen = "127.0.0.1:8080";
-    std::filesystem::path tlsCertificate; ///< Both empty where a proxy speaks TLS.
+    std::filesystem::path tlsCertificate; ///< Both empty if a proxy terminates TLS.
     std::filesystem::path tlsKey;
     std::vector<std::string> trustedProxies;
-    std::string database; ///< "postgresql://…"; empty for a file of the data folder.
-    std::filesystem::path uploadsFolder; ///< Where several instances share one; empty for the data folder's.
+    std::string database; ///< "postgresql://…"; empty for SQLite in the data folder.
+    std::filesystem::path uploadsFolder; ///< Shared by several instances; empty for the data folder's own.
     std::string storage = "local"; ///< "local", "s3" or "drive".
     std::uint64_t quotaGigabytes = 0; ///< 0 for no limit.
     std::uint64_t cacheGigabytes = 20;
@@ -29,30 +29,30 @@ struct Configuration {
     std::string s3Bucket;
     std::string s3Prefix;
     std::string s3AccessKey;
-    std::filesystem::path s3SecretKeyFile; ///< Empty for the environment's ORVO_S3_SECRET_KEY.
+    std::filesystem::path s3SecretKeyFile; ///< If empty, ORVO_S3_SECRET_KEY is used.
 
-    std::string driveApi; ///< Empty for Google's own.
+    std::string driveApi; ///< This and the next three are empty for Google's own addresses.
     std::string driveUpload;
     std::string driveAuthorise;
     std::string driveToken;
 
-    /// "" or "/prefix": the path of the address.
+    /// The path of the address: "" or "/prefix".
     std::string basePath() const;
     bool isSecure() const { return address.starts_with("https://"); }
 };
 
-/// Reads "key = value" lines; "#" begins a comment line. Throws `Error` that names the line for an unknown key or a wrong
+/// Parses "key = value" lines; "#" starts a comment line. Throws `Error` that names the line of an unknown key or an invalid
 /// value.
 Configuration readConfiguration(std::string_view text);
 
-/// The settings that `init` takes. The author changes the others in the configuration file.
+/// The settings that `init` accepts. The author edits the others in the configuration file.
 struct NewServer {
     std::string address;
     std::string listen = "127.0.0.1:8080";
     std::string database; ///< As `Configuration::database`.
 };
 
-/// A commented configuration for a new server. Throws `Error` for what it could not hold.
+/// Returns a commented configuration for a new server. Throws `Error` for invalid settings.
 std::string newConfiguration(const NewServer& server);
 
 struct HostAndPort {
@@ -60,10 +60,10 @@ struct HostAndPort {
     std::uint16_t port = 0;
 };
 
-/// Reads "HOST:PORT", or "[IPV6]:PORT". Throws `Error`.
+/// Parses "HOST:PORT" or "[IPV6]:PORT". Throws `Error`.
 HostAndPort readListen(std::string_view text);
 
-/// An address without blanks and slashes at its end. Throws `Error` unless it is http or https.
+/// Trims blanks and trailing slashes from an address. Throws `Error` unless it is a plain http or https address.
 std::string readAddress(std::string_view text);
 
 } // namespace orvo::server

@@ -10,7 +10,7 @@
 
 namespace orvo::server {
 
-/// Where a server keeps everything.
+/// The folder that holds all data of a server.
 ///
 ///     orvo-server.conf    the configuration
 ///     orvo-server.sqlite  the database
@@ -26,18 +26,18 @@ public:
     {
     }
 
-    /// Makes a new data folder and returns the credential, which is kept nowhere else: empty when the database is one that
-    /// another instance has begun, whose credential stays. Throws `Error` when there is a server already, `DatabaseError`
-    /// and file system errors.
+    /// Creates the data folder and returns the credential, of which only a hash is stored. Returns empty if another instance
+    /// already uses the database; its credential stays valid. Throws `Error` if the folder holds a server, `DatabaseError` and
+    /// file system errors.
     std::string init(const NewServer& server) const;
 
-    /// Throws `Error` when there is no server here or its configuration is wrong.
+    /// Throws `Error` if the folder holds no server or its configuration is invalid.
     Configuration configuration() const;
 
-    /// The database that the configuration names, brought up to date. Throws `DatabaseError`.
+    /// Opens and migrates the configured database. Throws `DatabaseError`.
     std::unique_ptr<Database> openDatabase(const Configuration& configuration) const;
 
-    /// Held by the one program that may change the folder. Throws `Error` when another one does.
+    /// Exclusive right to change the folder. The constructor throws `Error` if another program holds it.
     class Lock {
     public:
         explicit Lock(const std::filesystem::path& file);
@@ -52,7 +52,7 @@ public:
     std::filesystem::path files() const { return m_root / "files"; }
     std::filesystem::path uploads() const { return m_root / "uploads"; }
     std::filesystem::path cache() const { return m_root / "cache"; }
-    /// Made when it is missing, so that only its owner can read it. Throws file system errors.
+    /// Creates the folder if it is missing; only its owner can read it. Throws file system errors.
     std::filesystem::path secrets() const;
     std::filesystem::path lock() const { return m_root / "lock"; }
 

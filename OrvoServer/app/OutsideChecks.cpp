@@ -35,7 +35,7 @@ HealthCheck bodyCheck(Transfer& transfer, const std::string& address)
 {
     HealthCheck check{.name = "Tamaño de las peticiones"};
     try {
-        // Without a credential it is refused, by this server and not by a proxy.
+        // The request has no credential, so this server, not a proxy, must refuse it.
         const auto response = transfer.perform({.method = "PUT",
                                                    .url = address + "/api/uploads/check",
                                                    .headers = {"Content-Type: application/octet-stream"},

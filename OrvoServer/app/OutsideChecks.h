@@ -7,8 +7,8 @@
 
 namespace orvo::server {
 
-/// Asks the server through its public address, as the application does: whether it is this one that answers, whether the
-/// certificate is trusted, and whether a proxy lets chunks of eight megabytes pass. Blocks; does not throw.
+/// Sends requests to the public address, as the application does. Checks that this server answers, that its certificate is
+/// trusted, and that proxies pass chunks of 8 MiB. Blocks; does not throw.
 std::vector<HealthCheck> outsideChecks(const std::string& address, const std::string& instance);
 
 } // namespace orvo::server

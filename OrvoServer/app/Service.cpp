@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::uint64_t gigabyte = 1'000'000'000;
 
-/// A key that stays the same between runs, made when it is not there yet.
+/// Loads the server's key; creates it on the first run.
 std::string lastingKey(Secrets& secrets)
 {
     constexpr std::string_view name = "server-key";
@@ -41,7 +41,7 @@ std::string lastingInstance(Catalogue& catalogue)
     return instance;
 }
 
-/// As many descriptors as the system lets this program have: a viewer is one, and the file that is sent another.
+/// Raises the descriptor limit to its maximum: each viewer needs one for the connection and one for the file.
 void raiseDescriptorLimit()
 {
     rlimit limit{};
@@ -206,7 +206,7 @@ void Service::State::maintain(const std::stop_token& stop)
         if (round % 6 == 0)
             attempt("statistics", [&] { statistics.flush(); });
         if (round % 12 == 0) {
-            // Also files that a dead instance left half stored.
+            // Resumes revisions whose instance has died, too.
             attempt("storing", [&] {
                 for (const auto& revision : catalogue.storingRevisions())
                     storing.add(revision);

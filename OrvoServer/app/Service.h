@@ -12,32 +12,32 @@ namespace orvo::server {
 
 class RequestHandler;
 
-/// A running server: everything below the program's commands, put together.
+/// A running server: owns and connects all its parts.
 class Service {
 public:
     struct Options {
-        /// Listens there with plain HTTP instead of as configured.
+        /// Overrides the configuration: listens here, with plain HTTP.
         std::optional<HostAndPort> listen;
-        /// Tells the time instead of the system's clock; lives as long as the service.
+        /// Replaces the system's clock; must outlive the service.
         const Clock* clock = nullptr;
     };
 
-    /// Opens the data folder, brings the database up to date and listens. Throws `Error` and file system errors.
+    /// Opens the data folder, migrates the database and listens. Throws `Error` and file system errors.
     Service(DataFolder folder, const Options& options, Log& log);
     ~Service();
     Service(const Service&) = delete;
     Service& operator=(const Service&) = delete;
 
     std::uint16_t port() const;
-    /// Answers requests without a connection.
+    /// Answers requests directly, without a connection.
     RequestHandler& handler();
 
-    /// Serves until `stop()`, and lets what has begun finish.
+    /// Serves until `stop()`, then finishes running requests.
     void run();
-    /// Any thread.
+    /// Thread-safe.
     void stop();
-    /// Any thread. New connections get the certificate that is on the disk now; one that cannot be used is logged, and the
-    /// old one stays. The service also looks every five minutes.
+    /// Thread-safe. Reloads the certificate files for new connections; logs an unusable file and keeps the old certificate. The
+    /// service also checks the files every five minutes.
     void reloadCertificate();
 
 private:

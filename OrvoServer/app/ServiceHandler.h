@@ -9,7 +9,7 @@
 
 namespace orvo::server {
 
-/// The routes of the whole server.
+/// Dispatches requests to the routes of the server's parts.
 class ServiceHandler final : public RequestHandler {
 public:
     struct Parts {
@@ -21,7 +21,7 @@ public:
         Database& database;
         Metrics& metrics;
         Log& log;
-        std::string instance; ///< Tells this server from another at the same address.
+        std::string instance; ///< Identifies this server when several could answer at one address.
     };
 
     explicit ServiceHandler(Parts parts)
@@ -34,7 +34,7 @@ public:
 
 private:
     std::optional<Plan> operations(const Request& request, const Target& target);
-    /// Removes the base path; returns false when the target is outside of it.
+    /// Removes the base path; returns false if the target is outside it.
     bool enter(Target& target) const;
 
     const Parts m_parts;

@@ -17,17 +17,17 @@ class BlobCache;
 class DriveAuthorisation;
 class LocalStore;
 
-/// The store that the configuration names, and its files as local ones.
+/// The configured store, and access to its files on the local disk.
 class Stores {
 public:
-    /// Throws `Error` for a configuration that cannot work, and file system errors.
+    /// Throws `Error` for an unusable configuration, and file system errors.
     Stores(const Configuration& configuration, const DataFolder& folder, Secrets& secrets, Metrics& metrics,
         const Clock& clock);
     ~Stores();
 
     BlobStore& store() { return *m_store; }
     FileSource& files() { return *m_files; }
-    /// nullopt for a store that needs no authorisation.
+    /// Returns nullopt if the store needs no authorisation.
     std::optional<StoreAuthorisation> authorisation();
 
 private:

@@ -60,10 +60,10 @@ int init(const Arguments& arguments)
     return 0;
 }
 
-/// Passes the signals of operators on to a service, on a thread of its own, for as long as it lives.
+/// Passes the operator's signals to a service, on a separate thread.
 class Signals {
 public:
-    /// Before any thread: all of them leave the signals to the one that waits.
+    /// Call before starting threads: they inherit the mask, so only the waiting thread receives the signals.
     static void block() { ::pthread_sigmask(SIG_BLOCK, &set(), nullptr); }
 
     explicit Signals(Service& service)
@@ -108,7 +108,7 @@ private:
                 m_service.reloadCertificate();
                 continue;
             }
-            // A second request ends it at once.
+            // A second request exits at once.
             if (isStopping)
                 ::_exit(1);
             isStopping = true;
@@ -124,7 +124,7 @@ private:
 int run(const Arguments& arguments)
 {
     std::signal(SIGPIPE, SIG_IGN);
-    // Keys and tickets are in the memory of this process.
+    // A core dump would contain keys and tickets.
     ::prctl(PR_SET_DUMPABLE, 0);
     Signals::block();
     Log log(STDERR_FILENO);
@@ -195,7 +195,7 @@ int token(const Arguments& arguments)
     return 0;
 }
 
-/// The library's help, which is English, with its headings in Spanish.
+/// The library's English help with Spanish headings.
 std::shared_ptr<CLI::Formatter> spanishHelp()
 {
     auto help = std::make_shared<CLI::Formatter>();

@@ -9,7 +9,7 @@ struct Asset {
     std::string_view name; ///< "player.js".
     std::string_view type; ///< The value of Content-Type.
     std::string_view bytes;
-    std::string_view gzip; ///< The gzip-compressed bytes; empty when compression saves nothing.
+    std::string_view gzip; ///< The gzip-compressed bytes; empty if compression does not help.
     std::string_view hash; ///< Common to all files, so that modules find one another at relative addresses.
 };
 

@@ -25,10 +25,10 @@ std::int64_t SystemClock::now() const
 {
     const std::scoped_lock lock(m_mutex);
     const Reading reading = m_read();
-    const auto least = m_last.wall + std::max(reading.monotonic - m_last.monotonic, std::chrono::nanoseconds(0));
-    if (reading.wall >= least)
+    const auto earliest = m_last.wall + std::max(reading.monotonic - m_last.monotonic, std::chrono::nanoseconds(0));
+    if (reading.wall >= earliest)
         m_last = reading;
-    return std::chrono::floor<std::chrono::seconds>(std::max(reading.wall, least)).count();
+    return std::chrono::floor<std::chrono::seconds>(std::max(reading.wall, earliest)).count();
 }
 
 std::int64_t WallClock::now() const

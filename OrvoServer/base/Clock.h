@@ -38,10 +38,10 @@ public:
 private:
     const std::function<Reading()> m_read;
     mutable std::mutex m_mutex; ///< Guards the member below.
-    mutable Reading m_last; ///< When the system's clock was last not behind.
+    mutable Reading m_last; ///< The last reading at which the wall clock was not behind.
 };
 
-/// The system's clock as it is, also when it is set back: for ages that are compared with those of other runs.
+/// The system's clock, unadjusted, even if it is set back: for times that other runs compare.
 class WallClock final : public Clock {
 public:
     std::int64_t now() const override;

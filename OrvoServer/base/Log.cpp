@@ -20,7 +20,7 @@ void Log::write(std::string_view level, std::string_view event, Fields fields)
     std::string text = line.take();
     text += '\n';
     const std::scoped_lock lock(m_mutex);
-    // Nobody may read the other end: a line is dropped before it stops the server.
+    // If nobody reads the other end, dropping the line is better than blocking the server.
     pollfd ready{.fd = m_descriptor, .events = POLLOUT, .revents = 0};
     if (::poll(&ready, 1, 0) != 1 || (ready.revents & POLLOUT) == 0)
         return;

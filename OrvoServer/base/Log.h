@@ -21,7 +21,7 @@ public:
     };
     using Fields = std::initializer_list<Field>;
 
-    /// -1 logs nothing.
+    /// -1 disables the log.
     explicit Log(int descriptor)
         : m_descriptor(descriptor)
     {

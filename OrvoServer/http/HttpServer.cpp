@@ -203,7 +203,7 @@ void HttpServer::run()
         guards.emplace_back(asio::make_work_guard(context));
         threads.emplace_back([&context] { context.run(); });
     }
-    // Goes on until no connection is left anywhere: the timer that ends them is on this one.
+    // Runs until all connections are closed, because the timer that closes them runs on this context.
     m_state->contexts.front().run();
     guards.clear();
     threads.clear();

@@ -45,7 +45,7 @@ public:
     /// Cancels pending operations. Every later call fails.
     void close();
 
-    /// Everything must finish by then, regardless of progress; `time_point::max()` for no limit.
+    /// Operations fail after the deadline, regardless of progress; `time_point::max()` for no limit.
     void setDeadline(std::chrono::steady_clock::time_point deadline) { m_deadline = deadline; }
     bool hasTimedOut() const { return m_hasTimedOut; }
     Strand executor() { return m_socket.get_executor(); }
