@@ -59,7 +59,7 @@ void BlobCache::drop(const std::string& name)
     m_uses.erase(found->second.use);
     m_entries.erase(found);
     std::error_code ignored;
-    fs::remove(pathOf(name), ignored); // Those who send it keep it open.
+    fs::remove(pathOf(name), ignored); // Responses in progress keep the file open.
 }
 
 void BlobCache::makeRoom(std::uint64_t size)
@@ -115,7 +115,7 @@ std::shared_ptr<const OpenFile> BlobCache::openIfHere(const std::string& key, st
             return file;
         }
     } catch (const fs::filesystem_error&) {
-        // Somebody emptied the folder: fetch again.
+        // The file was deleted from outside; fetches it again.
     }
     drop(name);
     return nullptr;
@@ -124,7 +124,7 @@ std::shared_ptr<const OpenFile> BlobCache::openIfHere(const std::string& key, st
 std::shared_ptr<const OpenFile> BlobCache::open(const std::string& key, std::uint64_t size, const std::stop_token& stop)
 {
     const std::string name = nameOf(key);
-    // A file may be evicted between its arrival and its opening; a second time is bad luck that a third ends.
+    // Another fetch may evict the file before it is opened here.
     for (int tries = 0; tries < 3; ++tries) {
         if (auto file = openIfHere(key, size))
             return file;

@@ -11,15 +11,15 @@
 
 namespace orvo::server {
 
-/// Files of a remote store on the local disk: each is fetched whole and once, however many ask for it at the same time, and
-/// the ones not used for longest make room, also on a disk that others fill.
+/// Caches files of a remote store on the local disk. Fetches whole files; concurrent requests share one fetch. Evicts the least
+/// recently used files, also if something else fills the disk.
 class BlobCache final : public FileSource {
 public:
-    /// Goes on with the files that an earlier run left in `folder`. Throws file system errors.
+    /// Adopts the files of an earlier run in `folder`. Throws file system errors.
     BlobCache(BlobStore& store, std::filesystem::path folder, std::uint64_t maxBytes, Metrics& metrics);
 
     std::shared_ptr<const OpenFile> openIfHere(const std::string& key, std::uint64_t size) override;
-    /// While another thread fetches the same file, waits for it and shares its failure, but not its cancellation.
+    /// If another thread fetches the file, waits for it and shares its failure, but not its cancellation.
     std::shared_ptr<const OpenFile> open(const std::string& key, std::uint64_t size, const std::stop_token& stop) override;
 
     std::uint64_t usedBytes() const;
@@ -31,7 +31,7 @@ private:
     };
     struct Fetch {
         bool isDone = false;
-        bool isCancelled = false; ///< By the one that fetched; the others fetch anew.
+        bool isCancelled = false; ///< The fetching thread was cancelled; waiting threads fetch again.
         std::exception_ptr failure;
     };
 
@@ -39,9 +39,9 @@ private:
     void fetch(const std::string& key, const std::string& name, std::uint64_t size, const std::stop_token& stop);
     void add(const std::string& name, std::uint64_t size);
     void makeRoom(std::uint64_t size);
-    /// Frees up to `size` bytes of a disk that is fuller than the cache may be; returns false when nothing is left to free.
+    /// Evicts files of about `size` bytes because the disk is full; returns false if the cache is empty.
     bool shrink(std::uint64_t size);
-    /// Fetches into `part`, whatever has to leave for it.
+    /// Fetches into `part`; evicts files while the disk is full.
     void fill(const std::string& key, const std::filesystem::path& part, std::uint64_t size, const std::stop_token& stop);
     void drop(const std::string& name);
 
@@ -49,12 +49,12 @@ private:
     const std::filesystem::path m_folder;
     const std::uint64_t m_maxBytes;
     Metrics& m_metrics;
-    mutable std::mutex m_mutex; ///< Guards what follows.
+    mutable std::mutex m_mutex; ///< Guards the members below.
     std::condition_variable_any m_fetched;
     std::map<std::string, std::shared_ptr<Fetch>> m_fetches;
     std::map<std::string, Entry> m_entries;
-    std::list<std::string> m_uses; ///< The last used first.
-    std::uint64_t m_used = 0; ///< Bytes, with what is being fetched.
+    std::list<std::string> m_uses; ///< Most recently used first.
+    std::uint64_t m_used = 0; ///< Bytes, including those being fetched.
 };
 
 } // namespace orvo::server

@@ -10,16 +10,16 @@
 
 namespace orvo::server {
 
-/// Where finished files are kept: a folder, an S3-compatible service or Google Drive.
+/// Stores finished files in a folder, an S3-compatible service or Google Drive.
 ///
-/// Keys are names of the server's own: letters, digits, "-", "_" and "/" between non-empty parts. Every call blocks, for
-/// worker threads, and may be made from several at once. Failures are a `StoreError` with a Spanish text for the author.
+/// The server creates the keys: letters, digits, "-", "_" and "/" between non-empty parts. Calls block, so use worker threads.
+/// Thread-safe. Throws `StoreError` with a Spanish text for the author.
 class BlobStore {
 public:
-    /// What the author, and `api/status`, are told.
+    /// The state that `api/status` and the health checks report.
     struct Status {
-        bool isReady = false; ///< Files can be stored and fetched now, as far as is known.
-        std::string text; ///< Why not, in Spanish; empty when ready.
+        bool isReady = false; ///< Files can be stored and fetched, as far as known.
+        std::string text; ///< The reason in Spanish; empty if ready.
     };
 
     BlobStore() = default;
@@ -30,29 +30,28 @@ public:
     /// "local", "s3" or "drive", as `api/status` names it.
     virtual std::string_view name() const noexcept = 0;
 
-    /// Answers from what is known, without a request that can take long.
+    /// Reports the last known state. Sends no request.
     virtual Status status() = 0;
 
-    /// Stores the content of `file` under `key`. The same content may be stored again.
+    /// Stores the content of `file` under `key`. May be repeated with the same content.
     virtual void put(const std::string& key, const std::filesystem::path& file, const std::stop_token& stop) = 0;
 
-    /// Fetches the whole content of `key` into the file `target`, replaced when present. `target` holds nothing half fetched
-    /// after a failure.
+    /// Fetches the content of `key` into the file `target`, replacing it. Leaves no partial `target` on failure.
     virtual void fetch(const std::string& key, const std::filesystem::path& target, const std::stop_token& stop) = 0;
 
-    /// Removes `key`; one that is not there is removed already.
+    /// Removes `key`; ignores a missing one.
     virtual void remove(const std::string& key, const std::stop_token& stop) = 0;
 };
 
-/// A failure of a store: a text for the author, and what may help.
+/// A failure of a store, with a text for the author.
 class StoreError : public Error {
 public:
     enum class Kind : std::uint8_t {
-        passing, ///< Away, slow or over a rate: trying again later may help.
-        unauthorised, ///< The author has to authorise the store again.
-        full, ///< No room is left.
-        missing, ///< The key is not there.
-        refused, ///< Anything else the store says no to.
+        passing, ///< Unreachable, slow or rate-limited; a later retry may help.
+        unauthorised, ///< The author must authorise the store again.
+        full, ///< The store or its disk is full.
+        missing, ///< The store has no such key.
+        refused, ///< Any other refusal of the store.
     };
 
     StoreError(Kind kind, const std::string& message)

@@ -20,13 +20,13 @@ constexpr std::chrono::seconds renewBefore{60};
 
 constexpr std::size_t secretSize = 32; ///< Bytes.
 
-/// Replaces a secret where others may see it.
+/// The SHA-256 of a secret as base64url, for storage and the PKCE challenge.
 std::string digestOf(std::string_view secret)
 {
     return base64Url(sha256(secret));
 }
 
-/// The member `name` of a JSON object; empty when it is not there or no text.
+/// The member `name` of a JSON object; empty if it is missing or not a string.
 std::string textOf(std::string_view json, std::string_view name)
 {
     return JsonDocument(json).root()[name].text().value_or("");
@@ -47,7 +47,7 @@ StoreError authoriseAgain()
     return {Kind::unauthorised, "Google Drive ya no da permiso al servidor. Pulsa «Conectar Google Drive» en Ajustes."};
 }
 
-/// What Google says no with. Its own descriptions are for developers; its code is enough to look it up.
+/// Translates Google's refusal. Omits its description, which is for developers; the code suffices to look it up.
 StoreError refusal(const TransferResponse& response)
 {
     if (response.status >= 500 || response.status == 429)
@@ -131,10 +131,10 @@ void DriveAuthorisation::finish(const std::string& code, const std::string& stat
         throw late;
     if (!isSameSecret(textOf(*started, "state"), digestOf(state)))
         throw late;
-    m_secrets.erase(startName); // Whatever comes of it.
+    m_secrets.erase(startName); // A start is valid once, even if it fails.
     const std::chrono::system_clock::time_point end(std::chrono::seconds(std::stoll(textOf(*started, "end"))));
     const auto left = end - m_settings.now();
-    if (left < std::chrono::seconds(0) || left > startLife) // Too late, or the clock was set back since.
+    if (left < std::chrono::seconds(0) || left > startLife) // Expired, or the clock was set back.
         throw late;
     const auto answer = ask({{"grant_type", "authorization_code"}, {"code", code}, {"client_id", textOf(*client, "id")},
                                 {"client_secret", textOf(*client, "secret")}, {"redirect_uri", m_settings.redirectUrl},

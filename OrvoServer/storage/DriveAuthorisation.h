@@ -8,11 +8,11 @@
 
 namespace orvo::server {
 
-/// The author's permission to keep files in Google Drive: OAuth 2.0 for a web server, with the scope "drive.file" alone.
+/// The author's permission to store files in Google Drive: OAuth 2.0 for web servers, with only the scope "drive.file".
 ///
 ///     no client ── configure ──► client ── start, finish ──► authorised ── revoked ──► authorise again
 ///
-/// The client's secret and the refresh token are kept as `Secrets`. Any thread; calls that ask Google block.
+/// `Secrets` stores the client's secret and the refresh token. Thread-safe; `finish` and `accessToken` block.
 class DriveAuthorisation {
 public:
     struct Settings {
@@ -23,26 +23,26 @@ public:
         Transfer::Limits limits{.connecting = std::chrono::seconds(10), .silence = std::chrono::seconds(20)};
     };
 
-    /// How long a start can be finished.
+    /// Time from `start` within which `finish` must be called.
     static constexpr std::chrono::minutes startLife{10};
 
     DriveAuthorisation(Settings settings, Secrets& secrets);
 
-    /// Keeps another OAuth client. An authorisation that another client was given is no longer one.
+    /// Stores the OAuth client. A different client invalidates the authorisation.
     void configure(const std::string& clientId, const std::string& clientSecret);
     bool isConfigured() const;
     bool isAuthorised() const;
 
-    /// The address at which the author gives the permission. An earlier start can no longer be finished. Throws `StoreError`
-    /// without a client.
+    /// Returns the address where the author grants the permission. Invalidates an earlier start. Throws `StoreError` without a
+    /// client.
     std::string start();
 
-    /// Takes what Google returns with. `state` must be that of the last start, which can be finished once, within
-    /// `startLife`. Throws `StoreError` with a text for the author.
+    /// Completes the authorisation with the parameters of Google's redirection. `state` must be that of the last start, is valid
+    /// once and for `startLife`. Throws `StoreError` with a text for the author.
     void finish(const std::string& code, const std::string& state, const std::stop_token& stop = {});
 
-    /// A token for requests, renewed a minute before its end; with `renew` at once. Throws `StoreError` (`unauthorised` when
-    /// the permission was taken back, `passing` when Google does not answer).
+    /// Returns a token for requests. Renews it a minute before it expires, or at once with `renew`. Throws `StoreError`
+    /// (`unauthorised` if the permission was revoked, `passing` if Google does not answer).
     std::string accessToken(const std::stop_token& stop, bool renew = false);
 
 private:
@@ -52,7 +52,7 @@ private:
     const Settings m_settings;
     Secrets& m_secrets;
     Transfer m_transfer;
-    mutable std::mutex m_mutex; ///< One renewal at a time. Guards what follows.
+    mutable std::mutex m_mutex; ///< Serialises renewals. Guards the members below.
     std::string m_token;
     std::chrono::system_clock::time_point m_tokenEnd;
 };

@@ -19,7 +19,7 @@ using Kind = StoreError::Kind;
 constexpr std::size_t maxHints = 100'000;
 constexpr auto fields = "id,size,sha256Checksum";
 
-/// A text inside the apostrophes of a search.
+/// Escapes a text for the single quotes of a search.
 std::string searchText(std::string_view text)
 {
     std::string result;
@@ -50,7 +50,7 @@ StoreError failureOf(const TransferResponse& response)
             "Google Drive ha rechazado la petición ({}).", reason.empty() ? std::to_string(response.status) : reason)};
 }
 
-/// The number of bytes that a resumable upload holds, as its "Range: bytes=0-N" tells.
+/// The number of bytes that a resumable upload holds, from its "Range: bytes=0-N".
 std::uint64_t heldBytes(const TransferResponse& response)
 {
     const std::string range = response.header("range");
@@ -97,7 +97,7 @@ void DriveStore::awaitTurn(const std::stop_token& stop)
         throw Cancelled();
 }
 
-/// Sends a request with the permission, which may just have ended.
+/// Sends a request with a token; renews the token once if the service rejects it.
 TransferResponse DriveStore::callOnce(TransferRequest request, const std::stop_token& stop)
 {
     awaitTurn(stop);
@@ -135,7 +135,7 @@ std::optional<DriveStore::Item> DriveStore::find(const std::string& query, const
     Item item{.id = file["id"].text().value_or(""), .sha256 = file["sha256Checksum"].text().value_or("")};
     if (item.id.empty())
         return std::nullopt;
-    const std::string size = file["size"].text().value_or(""); // Drive writes it as a text.
+    const std::string size = file["size"].text().value_or(""); // Drive sends it as a string.
     std::from_chars(size.data(), size.data() + size.size(), item.size);
     return item;
 }
@@ -195,7 +195,7 @@ void DriveStore::put(const std::string& key, const fs::path& file, const std::st
     m_retries.run([&] { upload(key, file, size, stop); }, stop);
 }
 
-/// One resumable session from its beginning to its end. A session that the service forgets is begun anew by the caller.
+/// Runs one resumable session. Throws `passing` if the service forgets the session; the caller then starts a new one.
 void DriveStore::upload(const std::string& key, const fs::path& file, std::uint64_t size, const std::stop_token& stop)
 {
     const auto begun =
@@ -218,7 +218,7 @@ void DriveStore::upload(const std::string& key, const fs::path& file, std::uint6
     if (session.empty())
         throw StoreError(Kind::passing, "Google Drive no ha empezado la subida.");
 
-    constexpr int maxStandstills = 6; // Answers in a row without a step forward.
+    constexpr int maxStandstills = 6; // Consecutive responses without progress.
     std::uint64_t offset = 0;
     int standstills = 0;
     bool asks = false;
@@ -248,12 +248,12 @@ void DriveStore::upload(const std::string& key, const fs::path& file, std::uint6
             offset = held;
             asks = false;
         } catch (const StoreError& error) {
-            if (error.kind() == Kind::missing) // The session has ended.
+            if (error.kind() == Kind::missing) // The session has expired.
                 throw StoreError(Kind::passing, error.what());
             if (error.kind() != Kind::passing)
                 throw;
             ++standstills;
-            asks = true; // Where to go on.
+            asks = true; // Queries the offset.
         }
         if (standstills > maxStandstills)
             throw StoreError(Kind::passing, "Google Drive no avanza con la subida. Vuelve a intentarlo más tarde.");
@@ -280,7 +280,7 @@ void DriveStore::fetch(const std::string& key, const fs::path& target, const std
             try {
                 return get();
             } catch (const StoreError& error) {
-                if (error.kind() != Kind::missing) // It may have been stored anew since.
+                if (error.kind() != Kind::missing) // The hint is outdated.
                     throw;
             }
         }
@@ -298,7 +298,7 @@ void DriveStore::fetch(const std::string& key, const fs::path& target, const std
 
 void DriveStore::remove(const std::string& key, const std::stop_token& stop)
 {
-    while (const auto found = findKey(key, stop)) { // A lost answer may have left it there twice.
+    while (const auto found = findKey(key, stop)) { // A lost response may have left duplicates.
         try {
             call(
                 {.method = "DELETE", .url = std::format("{}/files/{}", m_settings.apiUrl, percentEncoded(found->id))}, stop);

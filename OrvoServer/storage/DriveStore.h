@@ -7,10 +7,10 @@
 
 namespace orvo::server {
 
-/// The author's Google Drive: private files in a folder "Orvo Video", each with its key as an application property.
+/// Stores private files in a folder "Orvo Video" of the author's Google Drive, each with its key as an application property.
 ///
-/// At most ten calls a second are made; refusals for their rate are tried again later. Uploads are resumable and go on where
-/// the service says after a lost connection.
+/// Makes at most ten calls a second and retries rate-limited ones. Uploads are resumable: after a lost connection they continue
+/// at the offset that the service reports.
 class DriveStore final : public BlobStore {
 public:
     struct Settings {
@@ -20,13 +20,13 @@ public:
         std::uint64_t chunkSize = std::uint64_t{32} << 20; ///< Bytes, a multiple of 256 KiB.
         std::chrono::milliseconds callInterval{100};
         Transfer::Limits limits;
-        Retries::Pause pause; ///< Between calls and tries; empty for a real one.
+        Retries::Pause pause; ///< Waits between calls and retries; empty for a real wait.
     };
 
     DriveStore(Settings settings, DriveAuthorisation& authorisation);
 
     std::string_view name() const noexcept override { return "drive"; }
-    /// Ready while the permission is there.
+    /// Ready while the permission is valid.
     Status status() override;
     void put(const std::string& key, const std::filesystem::path& file, const std::stop_token& stop) override;
     void fetch(const std::string& key, const std::filesystem::path& target, const std::stop_token& stop) override;
@@ -53,10 +53,10 @@ private:
     Transfer m_transfer;
     Retries m_retries;
 
-    std::mutex m_mutex; ///< Guards what follows.
+    std::mutex m_mutex; ///< Guards the members below.
     std::chrono::steady_clock::time_point m_nextCall;
     std::string m_folderId;
-    std::unordered_map<std::string, std::string> m_ids; ///< By key; a hint that saves a search.
+    std::unordered_map<std::string, std::string> m_ids; ///< By key; saves searches and may be outdated.
 };
 
 } // namespace orvo::server

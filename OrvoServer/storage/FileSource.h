@@ -9,7 +9,7 @@
 
 namespace orvo::server {
 
-/// Stored files as local ones, to be sent. Any thread.
+/// Opens stored files on the local disk, for sending. Thread-safe.
 class FileSource {
 public:
     FileSource() = default;
@@ -17,10 +17,10 @@ public:
     FileSource& operator=(const FileSource&) = delete;
     virtual ~FileSource() = default;
 
-    /// The file when it is on this machine's disk, else null. Quick.
+    /// Returns the file if it is on the local disk, else null. Sends no request.
     virtual std::shared_ptr<const OpenFile> openIfHere(const std::string& key, std::uint64_t size) = 0;
 
-    /// The file, fetched first where needed; blocks. Throws `StoreError`, file system errors and `Cancelled`.
+    /// Fetches the file if needed and opens it. Blocks. Throws `StoreError`, file system errors and `Cancelled`.
     virtual std::shared_ptr<const OpenFile> open(
         const std::string& key, std::uint64_t size, const std::stop_token& stop) = 0;
 };

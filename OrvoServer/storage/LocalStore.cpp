@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Creates the missing folders on the way to `folder`, each flushed into the one above it.
+/// Creates `folder` and its missing parents; flushes each parent.
 void makeFolder(const fs::path& folder)
 {
     if (fs::is_directory(folder))
@@ -23,7 +23,7 @@ void makeFolder(const fs::path& folder)
     flushFolder(folder.parent_path());
 }
 
-/// `target` becomes a second name of the file, or a flushed copy of it.
+/// Makes `target` a hard link to the file, or a flushed copy.
 void linkOrCopy(const fs::path& file, const fs::path& target)
 {
     std::error_code error;

@@ -5,7 +5,7 @@
 
 namespace orvo::server {
 
-/// A folder of this machine. What is stored survives a power cut from the return of `put` on.
+/// Stores files in a local folder. Once `put` returns, the file survives a power cut.
 class LocalStore final : public BlobStore, public FileSource {
 public:
     /// Creates the folder, which only its owner can read. Throws file system errors.
@@ -13,7 +13,7 @@ public:
 
     std::string_view name() const noexcept override { return "local"; }
     Status status() override;
-    /// A hard link where that is possible: the file must not be changed afterwards.
+    /// Creates a hard link if possible, so the file must not be changed afterwards.
     void put(const std::string& key, const std::filesystem::path& file, const std::stop_token& stop) override;
     void fetch(const std::string& key, const std::filesystem::path& target, const std::stop_token& stop) override;
     void remove(const std::string& key, const std::stop_token& stop) override;

@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The content of the first element of this name in an answer, without entities: the names and tags that are read have none.
+/// The content of the first element with this name. Decodes no entities, because the elements used here contain none.
 std::string element(const std::string& xml, const std::string& name)
 {
     const std::string open = "<" + name + ">";
@@ -123,7 +123,7 @@ void S3Store::putParts(const std::string& key, const fs::path& file, std::uint64
                                    .headers = {"Content-Type: application/xml"},
                                    .body = "<CompleteMultipartUpload>" + parts + "</CompleteMultipartUpload>"},
             stop);
-        // The service may find out that it cannot after it has begun to answer.
+        // The service may fail after sending status 200; the body then holds the error.
         if (done.body.contains("<Error>"))
             throw failureOf({.status = 500, .body = done.body, .headers = {}});
     } catch (...) {
@@ -135,7 +135,7 @@ void S3Store::putParts(const std::string& key, const fs::path& file, std::uint64
                                        .secretKey = m_settings.secretKey}},
                 {});
         } catch (const std::exception&) {
-            // The service drops parts that are never completed.
+            // Unfinished parts remain; the service may expire them.
         }
         throw;
     }

@@ -26,7 +26,7 @@ unsigned char* writable(std::string& text)
     return reinterpret_cast<unsigned char*>(text.data());
 }
 
-/// Writes a file that only its owner can read, from its first moment on.
+/// Creates the file with permissions for its owner only, so that it is never readable by others.
 void writePrivate(const fs::path& file, std::string_view content)
 {
     const mode_t before = ::umask(0077);

@@ -9,7 +9,7 @@
 
 namespace orvo::server {
 
-/// The few secrets that the server has to be able to use again, such as the authorisation of Drive. Any thread.
+/// Stores the secrets that the server must read back, such as the authorisation of Drive. Thread-safe.
 class Secrets {
 public:
     Secrets() = default;
@@ -22,26 +22,26 @@ public:
     virtual void erase(std::string_view name) = 0;
 };
 
-/// Seals texts with AES-256-GCM under one key, bound to a name: a sealed text that is moved to another name does not open.
+/// Seals texts with AES-256-GCM under one key and a name. `open` rejects a text that was sealed under another name.
 class SecretBox {
 public:
-    /// Reads the key file, or makes one that only its owner can read. Throws file system errors, and `Error` for a file that
-    /// is no key.
+    /// Reads the key file, or creates one that only its owner can read. Throws file system errors, and `Error` for an invalid
+    /// key file.
     explicit SecretBox(const std::filesystem::path& keyFile);
     ~SecretBox();
 
     std::string seal(std::string_view name, std::string_view text) const;
-    /// Returns nullopt for a text that was not sealed under this key and name.
+    /// Returns nullopt if the text was not sealed under this key and name.
     std::optional<std::string> open(std::string_view name, std::string_view sealed) const;
 
 private:
     std::array<unsigned char, 32> m_key{};
 };
 
-/// Secrets as sealed files of a folder.
+/// Stores secrets as sealed files in a folder.
 class FileSecrets final : public Secrets {
 public:
-    /// The key lies in the folder as "secret.key".
+    /// The folder also holds the key, "secret.key".
     explicit FileSecrets(std::filesystem::path folder);
 
     std::optional<std::string> load(std::string_view name) override;

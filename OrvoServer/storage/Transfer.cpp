@@ -22,11 +22,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::size_t maxBody = std::size_t{4} << 20; ///< Bytes of an answer that is kept in memory.
+constexpr std::size_t maxBody = std::size_t{4} << 20; ///< Bytes of a response in memory.
 constexpr long bufferSize = 512L << 10; ///< Bytes.
-constexpr std::size_t maxIdle = 8; ///< Connections that wait for the next request.
+constexpr std::size_t maxIdle = 8; ///< Idle connections.
 
-/// Scheme, name and port: the part of an address that an author needs to know, without what could be a secret.
+/// Scheme, host and port of an address. The rest may contain secrets, so error texts omit it.
 std::string_view hostOf(std::string_view url)
 {
     const auto host = url.find("://");
@@ -50,12 +50,12 @@ File openFile(const fs::path& path, const char* mode)
     return file;
 }
 
-/// What the callbacks of one request work on.
+/// The state of one request, for the callbacks.
 struct Exchange {
     const std::stop_token& stop;
     TransferResponse response;
     File source;
-    std::uint64_t left = 0; ///< Bytes of the source that are not sent yet.
+    std::uint64_t left = 0; ///< Unsent bytes of the source.
     File target;
     int targetError = 0; ///< errno of a failed write.
 };
@@ -89,7 +89,7 @@ std::size_t header(const char* data, std::size_t size, std::size_t count, void* 
 {
     auto& response = static_cast<Exchange*>(self)->response;
     const std::string_view line(data, size * count);
-    if (line.starts_with("HTTP/")) { // Also of an intermediate answer.
+    if (line.starts_with("HTTP/")) { // Intermediate responses have one, too.
         response.headers.clear();
         const auto space = line.find(' ');
         response.status = space == std::string_view::npos ? 0 : std::strtol(data + space + 1, nullptr, 10);
@@ -117,7 +117,7 @@ std::string TransferResponse::header(const std::string& name) const
     return found == headers.end() ? std::string() : found->second;
 }
 
-/// Handles whose connections are kept for the next request.
+/// Idle handles, which keep their connections open.
 struct Transfer::Pool {
     struct Cleanup {
         void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
@@ -181,7 +181,7 @@ TransferResponse Transfer::perform(const TransferRequest& request, const std::st
     set(CURLOPT_PROTOCOLS_STR, "http,https");
     set(CURLOPT_NOSIGNAL, 1L);
     set(CURLOPT_USERAGENT, "OrvoServer");
-    // As OpenSSL's own programs do, for a store or a proxy with an authority of the house.
+    // As in OpenSSL's programs; for stores and proxies with a private certificate authority.
     if (const char* authorities = std::getenv("SSL_CERT_FILE"))
         set(CURLOPT_CAINFO, authorities);
     set(CURLOPT_BUFFERSIZE, bufferSize);

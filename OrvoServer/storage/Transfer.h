@@ -27,9 +27,9 @@ struct TransferRequest {
     std::vector<std::string> headers; ///< "Name: value".
     std::string body;
     std::optional<FilePart> part;
-    std::filesystem::path target; ///< Where the body of a successful answer goes; empty for `TransferResponse::body`.
+    std::filesystem::path target; ///< Receives the body of a success; empty for `TransferResponse::body`.
 
-    /// The credentials and the region of an AWS signature, version 4.
+    /// Credentials and region for an AWS signature, version 4.
     struct Signature {
         std::string region;
         std::string accessKey;
@@ -41,18 +41,18 @@ struct TransferRequest {
 struct TransferResponse {
     long status = 0;
     std::string body; ///< At most 4 MiB.
-    std::map<std::string, std::string> headers; ///< By name in lower case; of several the last.
+    std::map<std::string, std::string> headers; ///< By lower-case name; the last one wins.
 
     bool succeeded() const noexcept { return status >= 200 && status <= 299; }
     std::string header(const std::string& name) const;
 };
 
-/// Sends requests over connections that are kept. Every call blocks; any thread.
+/// Sends requests over persistent connections. Calls block. Thread-safe.
 class Transfer {
 public:
     struct Limits {
         std::chrono::seconds connecting{20};
-        std::chrono::seconds silence{60}; ///< Without a byte in either direction.
+        std::chrono::seconds silence{60}; ///< Maximum time without a byte in either direction.
     };
 
     Transfer();
@@ -61,8 +61,8 @@ public:
     Transfer(const Transfer&) = delete;
     Transfer& operator=(const Transfer&) = delete;
 
-    /// Returns whatever the service answers. Throws `StoreError` (`passing`) when no answer comes, file system errors for
-    /// `part` and `target`, and `Cancelled`. Redirections are not followed.
+    /// Returns the response, whatever its status. Does not follow redirections. Throws `StoreError` (`passing`) if no response
+    /// arrives, file system errors for `part` and `target`, and `Cancelled`.
     TransferResponse perform(const TransferRequest& request, const std::stop_token& stop);
 
 private:
@@ -72,16 +72,16 @@ private:
     std::unique_ptr<Pool> m_pool;
 };
 
-/// How often and how long after one another a failing request is tried again.
+/// Retries failing requests with increasing pauses.
 class Retries {
 public:
-    /// Waits, unless it is asked to stop.
+    /// Waits; returns early if a stop is requested.
     using Pause = std::function<void(std::chrono::milliseconds, const std::stop_token&)>;
 
     explicit Retries(Pause pause = {});
 
-    /// Calls `attempt` until it does not throw a `StoreError` of kind `passing`, at most six times, with 0.5, 1, 2, 4 and 8
-    /// seconds, each with up to a quarter more at random, in between. Throws the last one.
+    /// Calls `attempt` up to six times while it throws a `StoreError` of kind `passing`. Pauses for 0.5, 1, 2, 4 and 8 seconds,
+    /// each plus up to 25 % at random. Throws the last error, and `Cancelled`.
     void run(const std::function<void()>& attempt, const std::stop_token& stop) const;
 
     void pause(std::chrono::milliseconds time, const std::stop_token& stop) const { m_pause(time, stop); }
@@ -90,7 +90,7 @@ private:
     Pause m_pause;
 };
 
-/// A text with everything but letters, digits and "-._~" percent-encoded.
+/// Percent-encodes everything but letters, digits and "-._~".
 std::string percentEncoded(std::string_view text);
 
 } // namespace orvo::server

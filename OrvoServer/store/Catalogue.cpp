@@ -45,7 +45,7 @@ std::string stateOf(Session& session, const std::string& revision)
     return rows.empty() ? std::string() : rows[0][0].text();
 }
 
-/// The content of the upload is what the store holds under `key`.
+/// Marks a file as stored under `key`.
 void linkFile(Session& session, const std::string& upload, const Value& key)
 {
     session.run("UPDATE files SET status = 'ready', error = NULL, received = 1, verified = 1, blob = $2 WHERE upload = $1",
@@ -117,7 +117,7 @@ bool Catalogue::setAccess(const std::string& id, const Access& access)
         if (!isKnown)
             return;
         applyAccess(session, *video, access);
-        // A publication that is under way would bring back what its beginning said.
+        // Otherwise a publication in progress would restore the access that it announced.
         session.run("UPDATE videos SET next_domains = $2, next_public_link = $3 WHERE id = $1 AND next_title IS NOT NULL",
             {id, listJson(access.domains), access.publicLink});
     });
@@ -246,7 +246,7 @@ bool Catalogue::linkHeld(const std::string& upload)
 
 void Catalogue::reserveKey(const std::string& key)
 {
-    constexpr std::int64_t twoDays = 172800; // Longer than storing any file takes.
+    constexpr std::int64_t twoDays = 172800; // Longer than storing any file.
     m_database.write([&](Session& session) {
         session.run("INSERT INTO removals(key, due) VALUES($1, $2) ON CONFLICT(key) DO UPDATE SET due = excluded.due",
             {key, m_clock.now() + twoDays});
@@ -257,11 +257,11 @@ void Catalogue::markStored(const std::string& upload, const std::string& key)
 {
     m_database.write([&](Session& session) {
         const auto files = session.run("SELECT sha256, size FROM files WHERE upload = $1", {upload});
-        if (files.empty()) // Collected meanwhile; the reserved key is removed in time.
+        if (files.empty()) // Collected meanwhile. The reservation removes the key later.
             return;
         session.run("INSERT INTO blobs(key, sha256, size, created_at) VALUES($1, $2, $3, $4) ON CONFLICT DO NOTHING",
             {key, files[0][0], files[0][1], m_clock.now()});
-        // Of two that stored the same content at once, one key stays and the other is removed in time.
+        // If two uploads store the same content at once, one key stays; its reservation removes the other later.
         const auto kept = session.run("SELECT key FROM blobs WHERE sha256 = $1 AND size = $2", {files[0][0], files[0][1]});
         session.run("DELETE FROM removals WHERE key = $1", {kept.at(0)[0]});
         linkFile(session, upload, kept.at(0)[0]);
@@ -389,7 +389,7 @@ std::optional<Manifest::Entry> Catalogue::playlistOf(const std::string& revision
 
 std::vector<VideoSummary> Catalogue::list(const Page& page, std::uint64_t& total)
 {
-    // A search is for the text itself: "%" and "_" of it are no wildcards.
+    // Escapes "%" and "_", which a search takes literally.
     std::string pattern = "%";
     for (const char c : page.search) {
         if (c == '%' || c == '_' || c == '!')

@@ -13,7 +13,7 @@
 
 namespace orvo::server {
 
-/// Who may watch a video, as the author typed it.
+/// The access rules of a video: domains as the author typed them, and the public link.
 struct Access {
     std::vector<std::string> domains;
     bool publicLink = false;
@@ -26,8 +26,8 @@ struct VideoRecord {
     std::string title;
     Access access;
     std::string state; ///< "new" before the first publication, "published" or "withdrawn".
-    std::string revision; ///< The published one; empty for none.
-    /// Counts what was taken away: a grant of an earlier epoch is void.
+    std::string revision; ///< The published one; empty if there is none.
+    /// Epochs advance when access is withdrawn, which invalidates tickets and grants of earlier epochs.
     std::int64_t embedEpoch = 0;
     std::int64_t watchEpoch = 0;
 };
@@ -47,20 +47,20 @@ struct FileRecord {
     std::string sha256;
     std::string status; ///< "pending", "ready" or "error".
     std::string error;
-    bool isReceived = false; ///< Every byte is here, or the content was held before.
+    bool isReceived = false; ///< All bytes have arrived, or the store already had the content.
     bool isVerified = false;
 };
 
 struct RegisteredRevision {
     std::string id;
-    std::vector<std::pair<std::string, std::string>> uploads; ///< Path and upload.
-    std::uint64_t missingBytes = 0; ///< What the server does not hold yet.
+    std::vector<std::pair<std::string, std::string>> uploads; ///< Pairs of path and upload.
+    std::uint64_t missingBytes = 0; ///< Bytes that the server does not hold yet.
 };
 
 /// The files of a revision that viewers get, by their path below "hls/".
 struct Manifest {
     struct Entry {
-        std::string key; ///< In the store.
+        std::string key; ///< The key in the store.
         std::uint64_t size = 0;
     };
 
@@ -71,7 +71,7 @@ struct Manifest {
 /// A row of the author's list.
 struct VideoSummary {
     VideoRecord video;
-    std::string progress; ///< Of the newest revision that is not published: "open", "storing" or "error"; empty for none.
+    std::string progress; ///< State of the newest unpublished revision: "open", "storing" or "error"; else empty.
     std::uint64_t bytes = 0;
     std::optional<std::int64_t> milliseconds;
     std::int64_t createdAt = 0;
@@ -83,8 +83,8 @@ enum class PublishResult : std::uint8_t { published, unknown, notReady };
 
 /// Videos, their revisions and files. Every call is one transaction; calls block and throw `DatabaseError`.
 ///
-/// A revision is open, then storing, then published; a later one makes it superseded, and withdrawing the video makes all of
-/// them withdrawn. Identifiers are texts of this server: letters, digits, "-" and "_".
+/// A revision is open, then storing, then published. The next publication supersedes it; withdrawing the video withdraws all
+/// its revisions. The server creates the identifiers of revisions and uploads: letters, digits, "-" and "_".
 class Catalogue {
 public:
     Catalogue(Database& database, const Clock& clock)
@@ -93,45 +93,46 @@ public:
     {
     }
 
-    /// Creates or updates a video. What is published keeps its title and access until the next publication.
+    /// Creates or updates a video. A published video keeps its title and access until the next publication.
     void announce(const std::string& video, const std::string& title, const Access& access);
     std::optional<VideoRecord> find(const std::string& video);
-    /// Takes effect at once. Returns false for a video that is unknown or withdrawn.
+    /// Takes effect at once. Returns false if the video is unknown or withdrawn.
     bool setAccess(const std::string& video, const Access& access);
-    /// Also of an unknown video.
+    /// Ignores unknown videos.
     void withdraw(const std::string& video);
 
-    /// Registers a revision. Files whose content is stored already are ready at once. Returns nullopt for an unknown video.
+    /// Registers a revision. Files whose content is already stored are ready at once. Returns nullopt if the video is unknown
+    /// or withdrawn.
     std::optional<RegisteredRevision> registerRevision(const std::string& video, const std::vector<AnnouncedFile>& files);
-    /// nullopt when the revision cannot be continued: unknown, withdrawn, or collected.
+    /// Returns nullopt if the revision is unknown, withdrawn or collected.
     std::optional<std::vector<FileRecord>> filesOf(const std::string& revision);
     std::optional<FileRecord> findUpload(const std::string& upload);
-    /// The video that a revision belongs to; nullopt when it cannot be continued.
+    /// Returns the video of a revision, or nullopt as `filesOf`.
     std::optional<std::string> videoOf(const std::string& revision);
 
     void markReceived(const std::string& upload, bool isVerified);
-    /// The bytes were wrong: they have to be sent again.
+    /// Records that the bytes were wrong, so the client must send them again.
     void markWrong(const std::string& upload, const std::string& error);
     void markFailed(const std::string& upload, const std::string& error);
 
-    /// Makes the file ready when its content is stored already; returns whether it is.
+    /// Marks the file ready if its content is already stored; returns whether it is.
     bool linkHeld(const std::string& upload);
-    /// Reserves a key before anything is stored under it, so that it is removed when that is never finished.
+    /// Call before storing under a key: schedules its removal, so that an unfinished file does not stay.
     void reserveKey(const std::string& key);
-    /// The content of the upload is stored under `key`, which was reserved.
+    /// Marks the file ready; its content is stored under the reserved `key`.
     void markStored(const std::string& upload, const std::string& key);
     void setDuration(const std::string& revision, std::int64_t milliseconds);
 
-    /// Clears errors and begins to store. Returns false when the revision cannot be continued.
+    /// Clears errors and marks the revision as storing. Returns false where `filesOf` returns nullopt.
     bool retry(const std::string& revision);
-    /// Files that are here and wait to be stored.
+    /// Files that have arrived and are not stored yet.
     std::vector<FileRecord> waitingFiles(const std::string& revision);
     std::vector<std::string> storingRevisions();
 
-    /// Makes a revision the one that viewers get, with what the last `announce` said. Repeating it changes nothing.
+    /// Publishes a revision with the title and access of the last `announce`. Idempotent.
     PublishResult publish(const std::string& revision);
 
-    /// nullopt unless viewers may get the revision: published or superseded.
+    /// Returns nullopt unless the revision is published or superseded.
     std::optional<Manifest> manifestOf(const std::string& revision);
 
     /// A stored media playlist of a revision.
@@ -140,7 +141,7 @@ public:
     struct Page {
         std::uint64_t offset = 0;
         std::uint64_t limit = 200;
-        std::string search; ///< In the title.
+        std::string search; ///< Text to find in the title.
     };
     std::vector<VideoSummary> list(const Page& page, std::uint64_t& total);
     std::uint64_t storedBytes();

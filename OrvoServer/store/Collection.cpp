@@ -36,7 +36,7 @@ std::vector<std::string> Collection::forgetOld()
                     " ON CONFLICT(key) DO UPDATE SET due = excluded.due",
             {now});
         session.run("DELETE FROM blobs WHERE NOT EXISTS (SELECT 1 FROM files WHERE files.blob = blobs.key)");
-        // A withdrawn video stays in the author's list for as long as its files.
+        // A withdrawn video stays in the author's list as long as its files.
         session.run("DELETE FROM videos WHERE state = 'withdrawn' AND updated_at < $1"
                     " AND NOT EXISTS (SELECT 1 FROM revisions WHERE revisions.video = videos.id)",
             {now - m_retention.withdrawn});
@@ -71,9 +71,9 @@ bool Collection::isHeld()
     const auto last = number(seenSetting);
     setNumber(seenSetting, now);
     if (last != 0 && (now > last + aDay || now < last - aDay)) {
-        // Also a server that was off for long waits for a day.
+        // A server that was off for more than a day waits, too.
         setNumber(jumpSetting, now + aDay);
-        setNumber(backupSetting, 0); // It was said in another time.
+        setNumber(backupSetting, 0); // Its time refers to the clock before the jump.
     }
     return now < number(backupSetting) || now < number(jumpSetting);
 }

@@ -9,15 +9,15 @@
 
 namespace orvo::server {
 
-/// How long what nobody needs any more is kept, in seconds.
+/// How long unneeded data is kept, in seconds.
 struct Retention {
     std::int64_t unfinished =
-        std::int64_t{42} * 86400; ///< A revision after its last upload: its author may still resume it.
-    std::int64_t superseded = 86400 + 3600; ///< A replaced revision: a grant lives a day.
-    std::int64_t withdrawn = std::int64_t{30} * 86400; ///< So that a video that is published again need not be sent again.
+        std::int64_t{42} * 86400; ///< A revision since its last upload; the author may still resume it.
+    std::int64_t superseded = 86400 + 3600; ///< A replaced revision; grants live a day.
+    std::int64_t withdrawn = std::int64_t{30} * 86400; ///< Saves the upload if the video is published again.
 };
 
-/// Forgets what has been kept for long enough. Calls block and throw `DatabaseError`.
+/// Removes data whose retention has expired. Calls block and throw `DatabaseError`.
 class Collection {
 public:
     Collection(Database& database, const Clock& clock, Retention retention)
@@ -27,22 +27,22 @@ public:
     {
     }
 
-    /// Forgets old revisions, and the contents that no file needs then. Returns the uploads of the forgotten files, whose
-    /// partial bytes can be deleted.
+    /// Removes old revisions and schedules the removal of contents that no file needs. Returns the uploads of the removed files,
+    /// whose partial bytes can be deleted.
     std::vector<std::string> forgetOld();
 
-    /// Keys to remove from the store now. They are named again until `removed` is called.
+    /// Keys to remove from the store now. Returns them again until `removed` is called.
     std::vector<std::string> dueRemovals();
     void removed(const std::string& key);
 
-    /// Nothing may be forgotten or removed until then (seconds since 1970): a backup is being made.
+    /// Suspends removal for a backup until this time, in seconds since 1970.
     void hold(std::int64_t until);
 
-    /// Whether nothing may be forgotten or removed now: for a backup, or because the clock has jumped by more than a day,
-    /// and nobody can say yet whether what seems old is. The second ends after a day. Call it before each collection.
+    /// Returns whether removal is suspended: for a backup, or for a day after the clock has jumped by more than a day, because
+    /// ages are then unreliable. Call before each collection, since it also detects the jumps.
     bool isHeld();
 
-    /// Whether an upload may still get bytes or wait to be stored.
+    /// Returns whether an upload still receives bytes or waits to be stored.
     bool isNeeded(const std::string& upload);
 
 private:

@@ -69,7 +69,7 @@ Credential::Answer Credential::check(std::string_view token, const std::string& 
         return Answer::tooMany;
     const auto [found, isNew] = m_guesses.try_emplace(peer, Guesses{.left = maxGuesses, .at = now});
     Guesses& guesses = found->second;
-    const auto passed = std::max<std::int64_t>(0, now - guesses.at); // A clock that was set back locks nobody out.
+    const auto passed = std::max<std::int64_t>(0, now - guesses.at); // Negative if the clock was set back.
     guesses.left = std::min(maxGuesses, guesses.left + guessesPerSecond * static_cast<double>(passed));
     guesses.at = now;
     if (guesses.left < 1)

@@ -11,30 +11,29 @@
 
 namespace orvo::server {
 
-/// The author's credential: 256 random bits, of which the database keeps a salted SHA-256.
+/// The author's credential: 256 random bits. The database stores their HMAC-SHA256 under a random salt.
 ///
-/// A slow hash is for secrets that people choose; nobody can try enough of 2^256 for its speed to matter. Any thread.
+/// A slow hash protects secrets that people choose; nobody can search 2^256 values. Thread-safe.
 class Credential {
 public:
-    /// Makes a new credential, which replaces any other, and returns it; it is shown this once. Blocks.
+    /// Creates and returns a credential, which replaces the previous one and cannot be retrieved again. Blocks.
     static std::string renew(Catalogue& catalogue);
 
-    /// Whether the database has one. Blocks. Throws `DatabaseError`.
+    /// Returns whether the database has one. Blocks. Throws `DatabaseError`.
     static bool isKept(Catalogue& catalogue);
 
     enum class Answer : std::uint8_t { right, wrong, tooMany };
 
-    /// Blocks to read the kept hash. Throws `DatabaseError`.
+    /// Blocks to read the stored hash. Throws `DatabaseError`.
     Credential(Catalogue& catalogue, const Clock& clock, Metrics& metrics);
 
-    /// Does not block. A right credential is always right: only wrong ones count against a peer, which may send 10 at once
-    /// and then 10 a minute.
+    /// Does not block. Limits wrong credentials per peer to a burst of 10, then 10 a minute. The right one is never limited.
     Answer check(std::string_view token, const std::string& peer);
 
-    /// Reads the kept hash again, so that a new credential holds without a restart. Blocks.
+    /// Reads the stored hash again, to adopt a new credential without a restart. Blocks.
     void reload();
 
-    /// Changes when the credential does; for what must end with it.
+    /// Changes with the credential. Sessions include it, so they end with their credential.
     std::string generation() const;
 
 private:
@@ -46,7 +45,7 @@ private:
     Catalogue& m_catalogue;
     const Clock& m_clock;
     Metrics& m_metrics;
-    mutable std::mutex m_mutex; ///< Guards what follows.
+    mutable std::mutex m_mutex; ///< Guards the members below.
     std::string m_salt;
     std::string m_hash;
     std::map<std::string, Guesses> m_guesses;

@@ -12,12 +12,12 @@
 
 namespace orvo::server {
 
-/// A failure of the database: a text for the author.
+/// A failure of the database, with a text for the author.
 class DatabaseError : public Error {
 public:
     enum class Kind : std::uint8_t {
-        busy, ///< Locked or away; trying again may help.
-        full, ///< The disk has no room left.
+        busy, ///< Locked or unreachable; a retry may help.
+        full, ///< The disk is full.
         other,
     };
 
@@ -32,7 +32,7 @@ private:
     Kind m_kind;
 };
 
-/// A value of a column, and of a parameter.
+/// A value of a column or a parameter.
 class Value {
 public:
     Value() = default;
@@ -100,9 +100,9 @@ public:
     virtual std::vector<Row> run(std::string_view sql, const std::vector<Value>& parameters = {}) = 0;
 };
 
-/// Where everything but the files is kept. Every call blocks, for worker threads, and may be made from several at once.
+/// Stores everything but the files. Calls block, so use worker threads. Thread-safe.
 ///
-/// The SQL of the callers is what SQLite and PostgreSQL have in common.
+/// Callers use the common SQL of SQLite and PostgreSQL.
 class Database {
 public:
     Database() = default;
@@ -110,14 +110,14 @@ public:
     Database& operator=(const Database&) = delete;
     virtual ~Database() = default;
 
-    /// Calls `work` with one consistent view. Throws `DatabaseError` and what `work` throws.
+    /// Calls `work` with one consistent view. Throws `DatabaseError` and the exceptions of `work`.
     virtual void read(const std::function<void(Session&)>& work) = 0;
 
-    /// Calls `work`, then commits durably; rolls back when it throws. Throws as `read`.
+    /// Calls `work`, then commits durably; rolls back if it throws. Throws like `read`.
     virtual void write(const std::function<void(Session&)>& work) = 0;
 };
 
-/// Creates the tables, or brings those of an older version up to date. Throws `DatabaseError`, also for a newer version.
+/// Creates the tables or migrates those of an older version. Throws `DatabaseError`, also for a newer version.
 void migrate(Database& database);
 
 } // namespace orvo::server

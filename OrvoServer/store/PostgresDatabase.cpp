@@ -15,10 +15,10 @@ using Result = std::unique_ptr<PGresult, decltype(&PQclear)>;
 
 constexpr std::size_t maxIdle = 16;
 
-// The advisory lock of this program's writers alone: "orvo" as a number.
+// The advisory lock of the writers: "orvo" as a number.
 constexpr std::string_view takeTurn = "SELECT pg_advisory_xact_lock(1869772399)";
 
-/// The types of columns that hold whole numbers: int8, int2, int4, and numeric, which sums of int8 are.
+/// The types of integer columns: int8, int2, int4, and numeric, the type of sums of int8.
 bool isNumber(Oid type)
 {
     return type == 20 || type == 21 || type == 23 || type == 1700;
@@ -33,7 +33,8 @@ DatabaseError failureOf(const PGresult* result)
 {
     const char* field = PQresultErrorField(result, PG_DIAG_SQLSTATE);
     const std::string_view state = field ? field : "";
-    // 53100: disk full. 40001, 40P01, 55P03: taken by others; 57014: waited for them too long. 57P and 08: going or gone.
+    // 53100: disk full. 40001, 40P01, 55P03: conflict with another transaction; 53300: too many connections; 57014: timeout.
+    // 57P and 08: shutting down or disconnected.
     if (state == "53100")
         return {Kind::full, "El disco de la base de datos está lleno."};
     if (state == "40001" || state == "40P01" || state == "55P03" || state == "53300" || state == "57014")
@@ -53,7 +54,7 @@ public:
         if (PQstatus(m_handle.get()) != CONNECTION_OK)
             throw awayError();
         PQsetClientEncoding(m_handle.get(), "UTF8");
-        // Notices would go to standard error, between the lines of the log.
+        // Notices would interrupt the log on standard error.
         run("SET client_min_messages = 'error'");
         run("SET statement_timeout = '60s'");
         run("SET idle_in_transaction_session_timeout = '60s'");
@@ -90,7 +91,7 @@ public:
     }
 
 private:
-    /// PostgreSQL's texts end at a NUL character, which no text that is kept needs.
+    /// PostgreSQL rejects NUL characters, and no stored text needs them.
     static std::string withoutNull(std::string text)
     {
         std::erase(text, '\0');
@@ -122,7 +123,7 @@ PostgresDatabase::PostgresDatabase(std::string address)
 
 PostgresDatabase::~PostgresDatabase() = default;
 
-/// A connection in a transaction. One that waited may have been closed by the other side: then another is opened, once.
+/// Begins a transaction. Discards idle connections that the database server has closed; throws if a new one fails.
 std::unique_ptr<PostgresDatabase::Connection> PostgresDatabase::begun(const std::vector<std::string_view>& begin)
 {
     for (;;) {

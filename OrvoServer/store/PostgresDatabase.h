@@ -9,11 +9,11 @@ namespace orvo::server {
 
 /// A PostgreSQL database that several instances of the server share.
 ///
-/// Writers of all instances take turns by an advisory lock, as SQLite's do by the lock on its file: statements that read and
-/// then write mean the same on both. A connection that the server has closed meanwhile is opened again.
+/// Writers of all instances take turns by an advisory lock, as SQLite's do by its file lock, so that read-then-write statements
+/// behave the same on both. Replaces connections that the database server has closed.
 class PostgresDatabase final : public Database {
 public:
-    /// `address` is a connection string or an address ("postgresql://user@host/name"). Throws `DatabaseError`.
+    /// `address` is a connection string or URL ("postgresql://user@host/name"). Throws `DatabaseError`.
     explicit PostgresDatabase(std::string address);
     ~PostgresDatabase() override;
 

@@ -9,14 +9,14 @@ namespace {
 
 using Step = std::vector<std::string_view>;
 
-/// Each step brings a database from one version to the next. Steps that have been released are never changed.
+/// Each step migrates a database from one version to the next. Released steps never change.
 std::vector<Step> steps()
 {
     // NOLINTBEGIN(bugprone-suspicious-missing-comma): long statements are joined from several strings.
     return {
         {
             "CREATE TABLE settings(name TEXT PRIMARY KEY, value TEXT NOT NULL)",
-            // What is live, and what takes its place with the next revision (next_*; null for nothing).
+            // The published values, and those that the next publication sets (next_*; null if unchanged).
             "CREATE TABLE videos(id TEXT PRIMARY KEY, title TEXT NOT NULL, domains TEXT NOT NULL,"
             " public_link BIGINT NOT NULL, next_title TEXT, next_domains TEXT, next_public_link BIGINT,"
             " state TEXT NOT NULL, revision TEXT, embed_epoch BIGINT NOT NULL, watch_epoch BIGINT NOT NULL,"
@@ -29,13 +29,13 @@ std::vector<Step> steps()
             "CREATE TABLE blobs(key TEXT PRIMARY KEY, sha256 TEXT NOT NULL, size BIGINT NOT NULL,"
             " created_at BIGINT NOT NULL)",
             "CREATE UNIQUE INDEX blobs_by_content ON blobs(sha256, size)",
-            // status: pending, ready or error. received: every byte is here. verified: and has the announced digest.
+            // status: pending, ready or error. received: all bytes have arrived. verified: the digest is right.
             "CREATE TABLE files(upload TEXT PRIMARY KEY, revision TEXT NOT NULL, position BIGINT NOT NULL,"
             " path TEXT NOT NULL, role TEXT NOT NULL, size BIGINT NOT NULL, sha256 TEXT NOT NULL, status TEXT NOT NULL,"
             " error TEXT, received BIGINT NOT NULL, verified BIGINT NOT NULL, blob TEXT REFERENCES blobs(key))",
             "CREATE UNIQUE INDEX files_by_revision ON files(revision, position)",
             "CREATE INDEX files_by_blob ON files(blob)",
-            // Keys that no file needs from `due` on: what is being stored, and what is to be removed.
+            // Keys to remove from `due` on: those being stored, in case that fails, and those no longer needed.
             "CREATE TABLE removals(key TEXT PRIMARY KEY, due BIGINT NOT NULL)",
             "CREATE TABLE refused_origins(video TEXT NOT NULL, origin TEXT NOT NULL, times BIGINT NOT NULL,"
             " last BIGINT NOT NULL, PRIMARY KEY(video, origin))",

@@ -61,10 +61,10 @@ public:
     std::vector<Row> run(std::string_view sql, const std::vector<Value>& parameters = {}) override
     {
         sqlite3_stmt* statement = prepared(sql);
-        // Whatever happens, the statement can be used again and holds no lock.
+        // Resets the statement on every exit, which releases its locks.
         const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> reset(statement, &sqlite3_reset);
         for (std::size_t i = 0; i < parameters.size(); ++i) {
-            // To SQLite "$2" is a name: its index is that of its first appearance in the text.
+            // For SQLite, "$2" is a name; its index is the order of first appearance in the text.
             const int index = sqlite3_bind_parameter_index(statement, std::format("${}", i + 1).c_str());
             if (index > 0)
                 bind(statement, index, parameters[i]);
@@ -176,7 +176,7 @@ void SqliteDatabase::run(std::string_view begin, const std::function<void(Sessio
         work(*connection);
         connection->run("COMMIT");
     } catch (...) {
-        // A full disk, for one, has rolled back already. A connection that cannot roll back is given up.
+        // Some errors, such as a full disk, roll back by themselves. Discards a connection that cannot roll back.
         try {
             if (connection->isInTransaction())
                 connection->run("ROLLBACK");
@@ -215,7 +215,7 @@ void SqliteDatabase::backup(const std::filesystem::path& target)
     sqlite3_backup* backup = sqlite3_backup_init(copy, "main", source.handle(), "main");
     if (!backup)
         throw failureOf(copy, sqlite3_errcode(copy));
-    // In one step: WAL lets the writers go on meanwhile.
+    // Copies in one step, because WAL does not block the writers meanwhile.
     sqlite3_backup_step(backup, -1);
     code = sqlite3_backup_finish(backup);
     if (code != SQLITE_OK)

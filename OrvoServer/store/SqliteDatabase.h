@@ -12,17 +12,17 @@ namespace orvo::server {
 /// One SQLite file in WAL mode with full synchronisation.
 class SqliteDatabase final : public Database {
 public:
-    /// Opens the file and creates it when missing. Throws `DatabaseError`.
+    /// Opens the file or creates it. Throws `DatabaseError`.
     explicit SqliteDatabase(std::filesystem::path file);
     ~SqliteDatabase() override;
 
     void read(const std::function<void(Session&)>& work) override;
     void write(const std::function<void(Session&)>& work) override;
 
-    /// Copies the database as it is at one moment into a new file, while it is in use. Throws `DatabaseError`.
+    /// Copies a snapshot into a new file while the database is in use. Throws `DatabaseError`.
     void backup(const std::filesystem::path& target);
 
-    /// Returns what is wrong with the file, empty when nothing is.
+    /// Checks the file; returns its first defect, or empty if it is sound.
     std::string problem();
 
 private:

@@ -14,8 +14,8 @@
 namespace orvo::server {
 
 struct PlayStatistics {
-    std::vector<std::pair<std::string, std::int64_t>> days; ///< The last 90, the oldest first.
-    std::array<std::int64_t, 10> tenths{}; ///< How many plays reached each tenth.
+    std::vector<std::pair<std::string, std::int64_t>> days; ///< The last 90 days, oldest first.
+    std::array<std::int64_t, 10> tenths{}; ///< Plays that reached each tenth.
 };
 
 struct RefusedOrigin {
@@ -24,8 +24,8 @@ struct RefusedOrigin {
     std::int64_t last = 0;
 };
 
-/// Counts plays and refused pages without a row for any viewer. Counting is in memory, and `flush` writes the sums; a crash
-/// loses at most what was counted since. Any thread.
+/// Counts plays and refused pages without a row per viewer. Counts in memory; `flush` writes the sums, and a crash loses the
+/// counts since the last one. Thread-safe.
 class Statistics {
 public:
     Statistics(Database& database, const Clock& clock)
@@ -34,18 +34,18 @@ public:
     {
     }
 
-    /// Tenths 0 to 9 that were played. `view` is a random name of one page load and is kept for a day at most, in memory
-    /// only.
+    /// Counts the played tenths, 0 to 9, once per view. `view` is a random name of one page load; it stays in memory for at
+    /// most a day.
     void beat(const std::string& video, const std::string& view, const std::vector<std::uint64_t>& tenths);
-    /// A page of this origin tried to embed the video.
+    /// Counts a page of this origin that tried to embed the video.
     void refused(const std::string& video, const std::string& origin);
 
-    /// Blocks; throws `DatabaseError`, and keeps what it could not write.
+    /// Blocks. Throws `DatabaseError` and keeps the unwritten counts.
     void flush();
 
     /// These block and throw `DatabaseError`.
     PlayStatistics playsOf(const std::string& video);
-    /// By video, the last first.
+    /// By video, latest first.
     std::map<std::string, std::vector<RefusedOrigin>> allRefused();
 
 private:
@@ -56,7 +56,7 @@ private:
 
     Database& m_database;
     const Clock& m_clock;
-    std::mutex m_mutex; ///< Guards what follows.
+    std::mutex m_mutex; ///< Guards the members below.
     std::map<std::pair<std::string, std::string>, View> m_views; ///< By video and view.
     std::map<std::pair<std::string, std::string>, std::int64_t> m_plays; ///< By video and day.
     std::map<std::pair<std::string, std::uint64_t>, std::int64_t> m_tenths;

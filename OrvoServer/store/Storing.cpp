@@ -83,7 +83,7 @@ void Storing::storeFile(const FileRecord& file, const std::stop_token& stop)
         m_catalogue.markReceived(file.upload, true);
     }
     if (!m_catalogue.linkHeld(file.upload)) {
-        // A key is used once, so that removing an old content never removes a new one.
+        // Keys are never reused, so removing an old content cannot remove a new one.
         const std::string key = file.sha256.substr(0, 2) + "/" + file.sha256 + "-" + randomText(6);
         m_catalogue.reserveKey(key);
         m_store.put(key, m_uploads.pathOf(file.upload), stop);
@@ -104,7 +104,7 @@ void Storing::noteDuration(const std::string& revision, const std::stop_token& s
         text.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         m_catalogue.setDuration(revision, playlistDuration(text));
     } catch (const std::exception&) {
-        // Only a figure of the list is missing.
+        // The author's list then lacks the duration.
     }
 }
 

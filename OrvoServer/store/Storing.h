@@ -18,10 +18,10 @@ namespace orvo::server {
 class Storing {
 public:
     Storing(Catalogue& catalogue, Uploads& uploads, BlobStore& store, FileSource& source, Log& log, Metrics& metrics);
-    /// Stops between two files, or within one where the store can; the next start goes on.
+    /// Stops after the current file, or within it if the store can; the next start resumes.
     ~Storing();
 
-    /// Any thread; does not block. A revision that waits already is not queued twice.
+    /// Thread-safe; does not block. Ignores queued revisions.
     void add(const std::string& revision);
 
 private:
@@ -37,10 +37,10 @@ private:
     FileSource& m_source;
     Log& m_log;
     Metrics& m_metrics;
-    std::mutex m_mutex; ///< Guards what follows.
+    std::mutex m_mutex; ///< Guards the members below.
     std::condition_variable_any m_added;
     std::deque<std::string> m_queue;
-    std::jthread m_thread; ///< Last, so that it ends before what it uses.
+    std::jthread m_thread; ///< Last, so that it joins before the members it uses are destroyed.
 };
 
 /// The sum of the segments of an HLS playlist, in milliseconds.

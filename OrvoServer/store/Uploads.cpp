@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t maxOpenParts = 256;
-constexpr std::uint64_t maxReadAtFinish = std::uint64_t{1} << 30U; ///< A longer file is checked while it is stored.
+constexpr std::uint64_t maxReadAtFinish = std::uint64_t{1} << 30U; ///< If more is unread, storing checks the file.
 
 [[noreturn]] void fail(const char* what, const fs::path& file)
 {
@@ -41,7 +41,7 @@ struct Uploads::Writer::Part {
             fail("open", path);
         size = static_cast<std::uint64_t>(status.st_size);
     }
-    /// Another instance may have taken bytes meanwhile, which are the same ones.
+    /// Adopts the bytes that another instance has appended meanwhile.
     void refresh()
     {
         struct stat status{};
@@ -71,7 +71,7 @@ struct Uploads::Writer::Part {
                 hash.add(bytes.first(written));
                 hashed += written;
             }
-            // The disk begins while the next bytes arrive, so that the flush has less left to wait for.
+            // Starts writing to disk while the next bytes arrive, which shortens the flush.
             ::sync_file_range(descriptor, static_cast<off64_t>(size), static_cast<off64_t>(written), SYNC_FILE_RANGE_WRITE);
             size += written;
             bytes = bytes.subspan(written);
@@ -118,7 +118,7 @@ struct Uploads::Writer::Part {
         flush();
     }
 
-    /// The digest of the whole, which ends the running one.
+    /// Returns the digest of the hashed bytes and starts a new one.
     std::string digest()
     {
         hashed = 0;
@@ -130,10 +130,10 @@ struct Uploads::Writer::Part {
     const int descriptor;
     std::mutex mutex;
     std::uint64_t size = 0;
-    std::uint64_t hashed = 0; ///< Bytes from the beginning that `hash` has taken.
+    std::uint64_t hashed = 0; ///< Bytes from the start that `hash` includes.
     RunningSha256 hash;
-    std::uint64_t turn = 0; ///< Of the writer that may write.
-    bool isFlushed = false; ///< Not known of a file that an earlier run left.
+    std::uint64_t turn = 0; ///< The turn of the current writer; others are cancelled.
+    bool isFlushed = false; ///< False for files of an earlier run, whose state is unknown.
     bool isNamed = false; ///< The folder has been flushed since the file was opened.
 };
 
@@ -152,7 +152,7 @@ std::shared_ptr<Uploads::Writer::Part> Uploads::partOf(const std::string& upload
     const std::scoped_lock lock(m_mutex);
     if (const auto found = m_parts.find(upload); found != m_parts.end())
         return found->second;
-    // Idle files are closed; reopening one reads it again for its digest.
+    // Closes idle files; a reopened one is read again for its digest.
     for (auto it = m_order.end(); m_parts.size() >= maxOpenParts && it != m_order.begin();) {
         --it;
         const auto found = m_parts.find(*it);
@@ -177,7 +177,7 @@ std::uint64_t Uploads::offsetOf(const FileRecord& file)
     part->refresh();
     part->flush();
     if (file.isReceived && part->size != file.size) {
-        // Stored since the record was read, most likely.
+        // The file has probably been stored since the record was read.
         if (const auto current = m_catalogue.findUpload(file.upload); current && current->status == "ready") {
             discard(file.upload);
             return file.size;
@@ -185,7 +185,7 @@ std::uint64_t Uploads::offsetOf(const FileRecord& file)
         m_catalogue.markWrong(file.upload, "Los datos recibidos se han perdido. Vuelve a publicar.");
         part->clear();
     }
-    // A kill between the last bytes and their mark: the client sends nothing more, so the question completes the upload.
+    // The server was killed between the last bytes and their mark. The client will send nothing more.
     if (!file.isReceived && part->size == file.size)
         m_catalogue.markReceived(file.upload, false);
     return std::min(part->size, file.size);

@@ -13,7 +13,7 @@
 
 namespace orvo::server {
 
-/// A piece of an upload that is not taken, with the bytes that are held.
+/// Rejects a piece of an upload; carries the HTTP status and the current offset.
 class UploadRefused : public Error {
 public:
     UploadRefused(unsigned status, std::uint64_t offset, const std::string& message)
@@ -32,9 +32,9 @@ private:
 
 /// The bytes of unfinished uploads, each in a file named after the upload.
 ///
-/// The length of the file is the truth: an offset is answered once the bytes before it are flushed, and what lies beyond it
-/// after a power cut is covered by the digest of the whole. One writer at a time: a newer one, and a question for the
-/// offset, end the older one. Calls block; any thread.
+/// The file's length is the offset, which is reported only after a flush. After a power cut, the digest of the complete file
+/// detects garbage beyond the last flush. A file has one writer: a newer one, or a query of the offset, cancels it. Calls
+/// block. Thread-safe.
 class Uploads {
 public:
     /// Creates the folder. Throws file system errors.
@@ -47,10 +47,10 @@ public:
         Writer(const Writer&) = delete;
         Writer& operator=(const Writer&) = delete;
 
-        /// Returns false when a newer connection has taken over. Throws file system errors.
+        /// Returns false if a newer request has cancelled this writer. Throws file system errors.
         bool write(std::span<const std::uint8_t> bytes);
-        /// Flushes, checks the whole when it is there, and returns the offset. Throws `UploadRefused` when a newer
-        /// connection has taken over and when the whole is not what was announced, file system errors and `DatabaseError`.
+        /// Flushes, checks the file if it is complete, and returns the offset. Throws `UploadRefused` if a newer request has
+        /// cancelled this writer or the digest is wrong, file system errors and `DatabaseError`.
         std::uint64_t finish();
 
     private:
@@ -63,23 +63,23 @@ public:
         const FileRecord m_file;
         const std::shared_ptr<Part> m_part;
         std::uint64_t m_turn = 0;
-        std::uint64_t m_position = 0; ///< Of the next byte of the request within the file.
+        std::uint64_t m_position = 0; ///< Offset in the file of the request's next byte.
     };
 
     struct Piece {
         std::uint64_t first = 0;
-        std::uint64_t size = 0; ///< Of the whole.
+        std::uint64_t size = 0; ///< Of the complete file.
     };
 
-    /// Bytes held durably. Ends a writer.
+    /// Returns the number of flushed bytes. Cancels the writer.
     std::uint64_t offsetOf(const FileRecord& file);
 
-    /// Begins to take a piece. Bytes that are held already are skipped. Throws `UploadRefused` for a piece that does not
-    /// follow what is held, and file system errors.
+    /// Begins to receive a piece; the writer skips bytes that the file already has. Throws `UploadRefused` if the size differs
+    /// from the announced one or the piece starts beyond the offset, and file system errors.
     std::unique_ptr<Writer> begin(const FileRecord& file, const Piece& piece);
 
-    /// Reads the whole and compares it with what was announced; a wrong one is dropped. Returns whether it is right. Throws
-    /// file system errors and `Cancelled`.
+    /// Compares the complete file with the announced size and digest; discards a wrong one and returns false. Throws file system
+    /// errors and `Cancelled`.
     bool verify(const FileRecord& file, const std::stop_token& stop);
 
     std::filesystem::path pathOf(const std::string& upload) const { return m_folder / upload; }
@@ -92,9 +92,9 @@ private:
 
     const std::filesystem::path m_folder;
     Catalogue& m_catalogue;
-    std::mutex m_mutex; ///< Guards what follows.
+    std::mutex m_mutex; ///< Guards the members below.
     std::map<std::string, std::shared_ptr<Writer::Part>> m_parts;
-    std::list<std::string> m_order; ///< The last opened first.
+    std::list<std::string> m_order; ///< Last opened first.
 };
 
 } // namespace orvo::server
