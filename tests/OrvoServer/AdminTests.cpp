@@ -43,7 +43,7 @@ TEST_F(Admin, SignsInWithTheCredentialAndEndsTheSessionOnSignOut)
     EXPECT_EQ(status(""), 401U);
     EXPECT_EQ(status("orvo_session=" + credential), 401U);
     EXPECT_EQ(status(session + "x"), 401U);
-    // A credential in a header is for the application's own interface.
+    // Only the application's interface accepts a credential in a header.
     EXPECT_EQ(ask(port(), "GET", "/admin/data/videos", authorised()).status, 401U);
     EXPECT_EQ(ask(port(), "DELETE", "/admin/session", {{"Cookie", session}}).status, 403U);
     EXPECT_EQ(ask(port(), "DELETE", "/admin/session", {{"Cookie", session}, {"X-Orvo-Admin", "1"}}).status, 204U);

@@ -22,14 +22,14 @@ TEST(SystemClock, NeverRunsBackwards)
         return clock.now();
     };
     EXPECT_EQ(after(0s, 0s), 1'000'000);
-    EXPECT_EQ(after(10s, -100s), 1'000'010) << "set back";
+    EXPECT_EQ(after(10s, -100s), 1'000'010) << "the clock is set back";
     EXPECT_EQ(after(80s, 0s), 1'000'090);
-    EXPECT_EQ(after(20s, 0s), 1'000'110) << "where the system's clock passes the moment of the jump";
-    EXPECT_EQ(after(10s, 100s), 1'000'120) << "set right again";
-    EXPECT_EQ(after(10s, 500s), 1'000'630) << "set forward";
+    EXPECT_EQ(after(20s, 0s), 1'000'110) << "the system's clock reaches the time before the jump";
+    EXPECT_EQ(after(10s, 100s), 1'000'120) << "the clock is corrected";
+    EXPECT_EQ(after(10s, 500s), 1'000'630) << "the clock is set forward";
 }
 
-/// What was given out before the clock was set back by a year, and the server started again.
+/// A server that restarts after its clock was set back.
 class ClockSetBack : public ServerFixture {
 protected:
     ClockSetBack()
@@ -70,7 +70,7 @@ TEST_F(ClockSetBack, ExtendsNeitherTicketsNorSessions)
     EXPECT_EQ(ask(port(), "GET", place + "key.bin").status, 200U);
     EXPECT_EQ(renew(grant).status, 200U);
     EXPECT_EQ(statusOf(signedIn), 200U);
-    // What other instances give out, whose clocks are some seconds ahead, is good.
+    // Accepts tokens of instances whose clocks are some seconds ahead.
     setTo(time.time - 5);
     EXPECT_EQ(ask(port(), "GET", place + "key.bin").status, 200U);
     EXPECT_EQ(statusOf(signedIn), 200U);
@@ -78,7 +78,7 @@ TEST_F(ClockSetBack, ExtendsNeitherTicketsNorSessions)
     EXPECT_EQ(ask(port(), "GET", place + "key.bin").status, 403U);
     EXPECT_EQ(renew(grant).status, 403U);
     EXPECT_EQ(statusOf(signedIn), 401U);
-    // New ones are as good as ever.
+    // New tokens are valid.
     EXPECT_EQ(ask(port(), "GET", media("watch", "document") + "key.bin").status, 200U);
     EXPECT_EQ(statusOf(session()), 200U);
 }
@@ -128,7 +128,7 @@ TEST(Collection, WaitsADayAfterAClockJump)
     const auto revision = catalogue.registerRevision(video, files).value().id;
     const auto forgets = [&] { return !collection.isHeld() && !collection.forgetOld().empty(); };
     EXPECT_FALSE(forgets());
-    // Wrong by a year, and set right again within the day.
+    // Wrong by a year, corrected within the day.
     clock.time += 365 * day;
     EXPECT_FALSE(forgets());
     clock.time += 20 * hour;
@@ -142,7 +142,7 @@ TEST(Collection, WaitsADayAfterAClockJump)
     for (int step = 0; step < 4 * 4 && catalogue.filesOf(revision); ++step, clock.time += 6 * hour)
         forgets();
     EXPECT_FALSE(catalogue.filesOf(revision));
-    // A backup holds it as well.
+    // A backup suspends removal, too.
     EXPECT_FALSE(collection.isHeld());
     collection.hold(clock.time + hour);
     EXPECT_TRUE(collection.isHeld());

@@ -19,7 +19,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace server;
 
-/// The built program with a data folder of its own.
+/// The built program with its own data folder.
 struct Instance : PublishingClient {
     std::optional<Program> program;
     std::uint16_t listening = 0;
@@ -35,7 +35,7 @@ struct Instance : PublishingClient {
     }
 };
 
-/// Two instances on one PostgreSQL and one S3, as docs/server.md sets them up.
+/// Two instances that share PostgreSQL and S3, set up as in docs/server.md.
 class Cluster : public testing::Test {
 protected:
     void SetUp() override
@@ -53,7 +53,7 @@ protected:
                                       "--database", database, "--json"},
                 setup);
             ASSERT_EQ(made.status, 0) << made.err;
-            // The second one joins what the first has begun.
+            // The second instance joins the database of the first and gets no credential.
             const std::string shown = JsonDocument(made.out).root()["credential"].text().value_or("");
             EXPECT_EQ(shown.empty(), instance == &second);
             first.credential += shown;
@@ -85,7 +85,7 @@ TEST_F(Cluster, ServesUploadsAndViewersWhileOneInstanceLives)
     EXPECT_EQ(first.api("POST", "videos", announcement).status, 200U);
     const auto [revision, uploads] = first.registered(files);
 
-    // An upload that changes instances between its chunks, and back.
+    // An upload switches instances between its chunks, and back.
     const std::string& id = uploads.at("hls/480/00000.ts");
     std::size_t held = 0;
     for (const auto* instance : {&first, &second, &first}) {
@@ -98,7 +98,7 @@ TEST_F(Cluster, ServesUploadsAndViewersWhileOneInstanceLives)
     EXPECT_EQ(second.put(uploads.at("hls/master.m3u8"), "#EXTM3U\n", 0, 8).status, 200U);
     EXPECT_EQ(second.put(uploads.at("hls/480/00001.ts"), segment + "2", 0, segment.size() + 1).status, 200U);
 
-    // The one that was asked to store is killed: the other goes on with it.
+    // The instance that stores the revision is killed; the other one takes over.
     EXPECT_EQ(second.api("POST", std::format("revisions/{}/retry", revision)).status, 204U);
     second.program->signal(SIGKILL);
     second.program.reset();
@@ -111,7 +111,7 @@ TEST_F(Cluster, ServesUploadsAndViewersWhileOneInstanceLives)
     ASSERT_EQ(published.status, 200U) << published.body;
     second.start(setup);
 
-    // A viewer whose segments come from both, the second of them after one has gone.
+    // A viewer fetches segments from both instances, then from the survivor.
     const std::string place = first.media("watch", "document");
     EXPECT_EQ(ask(first.port(), "GET", place + "480/00000.ts").body, segment);
     EXPECT_EQ(ask(second.port(), "GET", place + "480/00001.ts").body, segment + "2");
@@ -120,7 +120,7 @@ TEST_F(Cluster, ServesUploadsAndViewersWhileOneInstanceLives)
     EXPECT_EQ(ask(second.port(), "GET", place + "480/00000.ts").body, segment);
     EXPECT_NE(second.media("watch", "document"), "");
 
-    // The database is away and comes back: its clients wait or are told, and nothing has to be started again.
+    // The database fails and returns: requests get 503 meanwhile, and no instance needs a restart.
     postgres->kill();
     EXPECT_EQ(ask(second.port(), "GET", "/healthz").status, 503U);
     const auto away = second.api("POST", "videos", announcement);
@@ -129,7 +129,7 @@ TEST_F(Cluster, ServesUploadsAndViewersWhileOneInstanceLives)
     postgres->start();
     EXPECT_EQ(ask(second.port(), "GET", "/healthz").status, 200U);
 
-    // What one instance withdraws, the other shows for two seconds at most.
+    // A withdrawal on one instance reaches the other within two seconds.
     first.start(setup);
     EXPECT_EQ(ask(first.port(), "GET", place + "480/00001.ts").status, 200U);
     EXPECT_EQ(second.api("DELETE", std::format("videos/{}", PublishingClient::video)).status, 204U);

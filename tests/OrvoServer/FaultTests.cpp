@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 using namespace server;
 using testing::HasSubstr;
 
-/// A server some of whose folders are small disks of their own.
+/// A server with a folder on a small disk.
 class FullDisk : public ServerProgram {
 protected:
     void SetUp() override
@@ -61,7 +61,7 @@ protected:
     }
 
     Reply announce(std::string_view title) const { return api("POST", "videos", announcement(title, "[]", true)); }
-    /// The revision, and the upload of the segment after the others have been sent.
+    /// Registers a revision and sends its other files. Returns the revision and the upload of the segment.
     std::pair<std::string, std::string> registered(const Files& others = {{"hls/master.m3u8", "#EXTM3U\n"}}) const
     {
         Files files = others;
@@ -76,7 +76,7 @@ protected:
     {
         return PublishingClient::put(upload, content.substr(begin), begin, content.size());
     }
-    /// Asks to store and waits for the outcome: the error of a file, or nothing.
+    /// Starts storing and waits for the end. Returns the error of a file, or empty.
     std::string stored(const std::string& revision) const
     {
         EXPECT_EQ(api("POST", std::format("revisions/{}/retry", revision)).status, 204U);
@@ -88,7 +88,7 @@ protected:
         expectShown();
     }
     void expectShown() const { EXPECT_EQ(get("480/00000.ts").body, segment); }
-    /// What a new viewer gets.
+    /// The response to a new viewer.
     Reply get(const std::string& path) const { return ask(port(), "GET", media("watch", "document") + path); }
 
     const std::string segment = std::string(3'000'000, 's') + "the end";
@@ -128,7 +128,7 @@ TEST_F(FullDisk, RetriesStoringWhenSpaceReturns)
 
 TEST_F(FullDisk, KeepsPublishedVideosWhenTheDatabaseIsFull)
 {
-    constexpr std::uint64_t ample = 2'000'000'000; // Nothing is registered with less than 1 GB to go.
+    constexpr std::uint64_t ample = 2'000'000'000; // The server registers no revision with less than 1 GB free.
     mountAt("small", ample);
     place = "small/data";
     init();
@@ -160,7 +160,7 @@ TEST_F(FullDisk, EvictsCachedFilesWhenTheCacheDiskIsFull)
     const S3Gateway s3(folder / "s3");
     setup.environment["ORVO_S3_SECRET_KEY"] = S3Gateway::secretKey;
     std::ofstream(fs::path(data()) / "orvo-server.conf", std::ios::app) << s3.configuration();
-    mountAt("data/cache", 5'000'000); // Its limit in the configuration is more than the disk has.
+    mountAt("data/cache", 5'000'000); // The configured limit exceeds the disk.
     start();
     const std::string other(2'500'000, 'o');
     const auto [revision, upload] = registered({{"hls/master.m3u8", "#EXTM3U\n"}, {"hls/480/00001.ts", other}});
@@ -171,7 +171,7 @@ TEST_F(FullDisk, EvictsCachedFilesWhenTheCacheDiskIsFull)
         EXPECT_TRUE(get("480/00000.ts").body == segment);
         EXPECT_TRUE(get("480/00001.ts").body == other);
     }
-    // Somebody else fills the disk: one of the two does not fit any more.
+    // A foreign file fills the disk, so one of the two no longer fits.
     {
         std::ofstream(disk / "foreign") << std::string(2'200'000, 'f');
     }
@@ -184,11 +184,11 @@ TEST_F(FullDisk, EvictsCachedFilesWhenTheCacheDiskIsFull)
     expectShown();
 }
 
-// The kernel gives the files of a process that must not be dumped to root.
+// Root owns the /proc files of a process that is not dumpable.
 TEST_F(ServerProgram, LeavesNoSecretsInCoreDumps)
 {
     if (::geteuid() == 0) {
-        // Another user may not reach the build folder.
+        // Another user may have no access to the build folder.
         const fs::path copy = folder / "orvo-server";
         fs::copy_file(setup.executable, copy);
         setup.executable = copy;

@@ -99,7 +99,7 @@ TEST_F(Http, RespondsToUnwantedLongBodies)
     EXPECT_EQ(tooLong.status, 413U);
 }
 
-/// Answers everything with its own body.
+/// Responds with the body of the request.
 class Echo final : public RequestHandler {
 public:
     Plan plan(const Request& asked) override
@@ -112,7 +112,7 @@ public:
     Response failure(const std::exception&) noexcept override { return Response{.status = 500}; }
 };
 
-/// An HTTP server with short times.
+/// An HTTP server with short timeouts.
 class Limits : public testing::Test {
 protected:
     explicit Limits(HttpLimits limits = {.maxConnections = 2,
@@ -144,10 +144,10 @@ TEST_F(Limits, ClosesStalledConnections)
     for (const auto* begun : {"", "GET / HT", "POST / HTTP/1.1\r\nHost: x\r\nContent-Length: 5\r\n\r\nab"}) {
         Wire wire(port);
         wire.send(begun);
-        EXPECT_EQ(wire.read().status, 0U) << begun; // Returns when the connection has ended.
+        EXPECT_EQ(wire.read().status, 0U) << begun; // Returns when the server has closed the connection.
     }
     EXPECT_GE(metrics.timeouts.load(), 2U);
-    // Asks for much and does not read it.
+    // Requests a long response and does not read it.
     const Wire deaf(port);
     deaf.send("GET /long HTTP/1.1\r\nHost: x\r\n\r\n");
     const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(2);

@@ -20,7 +20,7 @@ namespace {
 
 constexpr uid_t nobody = 65534;
 
-/// What runs a program as a user that PostgreSQL accepts, and ends it with this process.
+/// The prefix of a command that runs as a user that PostgreSQL accepts and ends with this process.
 std::vector<std::string> unprivileged()
 {
     if (::geteuid() != 0)
@@ -28,7 +28,7 @@ std::vector<std::string> unprivileged()
     return {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--pdeathsig=KILL"};
 }
 
-/// Skips every test of a run that asks for PostgreSQL where there is none.
+/// Skips all tests of a run that needs PostgreSQL if it is not installed.
 class NeedsPostgres final : public testing::Environment {
 public:
     void SetUp() override
@@ -62,7 +62,7 @@ std::optional<fs::path> PostgresServer::programs()
 PostgresServer::PostgresServer()
     : m_programs(programs().value())
 {
-    // The parents of a test's own folder may be closed to others.
+    // Other users may have no access to the test's own folder.
     std::string name = (fs::temp_directory_path() / "orvo-postgres-XXXXXX").string();
     if (!::mkdtemp(name.data()))
         throw std::runtime_error("mkdtemp");
@@ -72,7 +72,7 @@ PostgresServer::PostgresServer()
     std::string command;
     for (const auto& word : unprivileged())
         command += word + " ";
-    // Tests that end this server ask what the server's clients lost, not what the disk did.
+    // No fsync: the tests kill this server, but simulate no power cut of it.
     command +=
         std::format("{}/initdb --pgdata={}/data --username=orvo --auth=trust --encoding=UTF8 --locale=C.UTF-8 --no-sync "
                     ">{}/initdb.log 2>&1",
@@ -105,7 +105,7 @@ void PostgresServer::start()
         } catch (const server::DatabaseError&) {
             if (std::chrono::steady_clock::now() > limit)
                 throw;
-            // One that was killed may still hold the folder for a moment, and the new one gives up then.
+            // A killed server may still lock the folder for a moment; the new one then exits.
             if (m_process->hasEnded())
                 m_process.reset();
             std::this_thread::sleep_for(std::chrono::milliseconds(50));

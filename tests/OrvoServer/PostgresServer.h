@@ -10,23 +10,23 @@
 
 namespace orvo::test {
 
-/// A PostgreSQL server in a folder of its own, reached through a socket in it. Root runs it as "nobody", since it refuses
-/// root.
+/// A PostgreSQL server with its own folder and a socket in it. Runs as "nobody" if the test runs as root, which PostgreSQL
+/// refuses.
 class PostgresServer {
 public:
-    /// Where Debian or the system has the newest `initdb` and `postgres`; empty when there is none.
+    /// The folder of the newest `initdb` and `postgres`; nullopt if they are not installed.
     static std::optional<std::filesystem::path> programs();
 
-    /// Starts one; `programs()` must not be empty. Throws when it does not come up.
+    /// Starts a server; `programs()` must not be nullopt. Throws if the server does not start.
     PostgresServer();
     ~PostgresServer();
 
-    /// The address of an empty database, which is a schema of its own.
+    /// Creates an empty database, which is a new schema. Returns its address.
     std::string freshDatabase();
 
-    /// Ends it at once, as a power cut would.
+    /// Kills the server.
     void kill() { m_process.reset(); }
-    /// Starts it with what the folder holds, and waits until it answers.
+    /// Starts the server on the existing data and waits until it answers.
     void start();
 
 private:

@@ -22,7 +22,7 @@ TEST_F(ServerProgram, RunsChecksItselfAndStopsOnSigterm)
     const auto second = run({"run", "--data", data(), "--listen", "127.0.0.1:0"}, setup);
     EXPECT_EQ(second.status, 1);
     EXPECT_THAT(second.err, HasSubstr("Otro orvo-server"));
-    // The address of the configuration leads nowhere.
+    // The configured address is unreachable.
     const auto checked = run({"check", "--data", data(), "--json"}, setup);
     EXPECT_EQ(checked.status, 1);
     EXPECT_THAT(checked.out, HasSubstr("Dirección pública"));
@@ -31,7 +31,7 @@ TEST_F(ServerProgram, RunsChecksItselfAndStopsOnSigterm)
     while (api("GET", "status").status != 200)
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
     credential = old;
-    // The tries above, while the new one was not known yet, may have used up those that wrong credentials have.
+    // The attempts above, before the server adopted the new credential, may have used up the burst of wrong ones.
     EXPECT_THAT(api("GET", "status").status, testing::AnyOf(401U, 429U));
     program->signal(SIGTERM);
     const auto ended = program->end();
@@ -41,7 +41,7 @@ TEST_F(ServerProgram, RunsChecksItselfAndStopsOnSigterm)
     EXPECT_NE(run({"init", "--data", data(), "--address", "http://localhost:1"}, setup).status, 0);
 }
 
-/// Makes a certificate for localhost, and what a client says to it: whether it trusts it, and the server's answer.
+/// Creates certificates for localhost and connects with clients that trust one of them.
 class ServerTls : public ServerProgram {
 protected:
     static Outcome openssl(std::vector<std::string> arguments, const std::string& input = {})

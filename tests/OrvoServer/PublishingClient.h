@@ -13,7 +13,7 @@
 
 namespace orvo::test {
 
-/// What the application does to publish on a server at this machine, and what its viewers get.
+/// The requests of the application and of viewers to a server on loopback.
 class PublishingClient {
 public:
     static constexpr std::string_view video = "0d8c5b6e-7f00-4a52-9d5e-1f2a3b4c5d6e";
@@ -100,7 +100,7 @@ public:
         return server::JsonDocument(api("GET", "uploads/" + upload).body).root()["offset"].number().value_or(~0ULL);
     }
 
-    /// Waits until every file is stored or one has failed; returns the error.
+    /// Waits until all files are stored or one has failed; returns its error, or empty.
     std::string stored(const std::string& revision) const
     {
         while (true) {
@@ -130,7 +130,7 @@ public:
         EXPECT_EQ(stored(revision.id), "");
     }
 
-    /// The whole of a publication; returns the revision.
+    /// Runs a complete publication; returns the revision.
     Revision publish(
         const Files& files, std::string_view domains, bool publicLink, std::string_view title = "Una lección") const
     {
@@ -142,7 +142,7 @@ public:
         return revision;
     }
 
-    /// The configuration of a player's page, as JSON; empty when there is no player.
+    /// The configuration in a player's page, as JSON; empty if the page has no player.
     static std::string playerConfig(const Reply& page)
     {
         constexpr std::string_view mark = "data-config=\"";
@@ -165,7 +165,7 @@ public:
         return ask(port(), "GET", std::format("/{}/{}", kind, video), headers);
     }
 
-    /// Where the media of a new viewer are.
+    /// The media path of a new viewer.
     std::string media(std::string_view kind = "embed", std::string_view destination = "iframe") const
     {
         const std::string config = playerConfig(page(kind, {{"Sec-Fetch-Dest", std::string(destination)}}));

@@ -15,7 +15,7 @@
 
 namespace orvo::test {
 
-/// A port of loopback that nobody listens at.
+/// A free port of loopback.
 inline std::uint16_t freePort()
 {
     const UniqueFd socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -35,7 +35,7 @@ public:
     static constexpr auto accessKey = "acceso";
     static constexpr auto secretKey = "secreto";
 
-    /// nullopt where it is not installed.
+    /// Returns nullopt if it is not installed.
     static std::optional<std::string> program()
     {
         for (const auto* program : {"/usr/local/bin/versitygw", "/usr/bin/versitygw"}) {
@@ -54,7 +54,7 @@ public:
     }
 
     std::string url() const { return "http://" + m_address; }
-    /// What names it in a server's configuration; the secret key is the environment's.
+    /// The lines that select this store in a server's configuration; the secret key comes from the environment.
     std::string configuration() const
     {
         return std::format("storage = s3\ns3_endpoint = {}\ns3_bucket = videos\ns3_access_key = {}\n", url(), accessKey);

@@ -19,15 +19,14 @@ namespace {
 namespace fs = std::filesystem;
 using namespace server;
 
-/// A publication in the middle of which the server ends again and again.
+/// A publication during which the server is killed repeatedly.
 class Crash : public ServerProgram {
 protected:
-    /// What was acknowledged before each failure is there after it, and viewers get whole revisions only. `fail` ends the
-    /// server at a random moment, on another thread; `repair` makes it possible to start it again.
+    /// Checks that acknowledged data survives each failure and that viewers get complete revisions only. `fail` ends the server
+    /// at a random moment, on another thread; `repair` prepares its restart.
     void publishThrough(int count, const std::function<void()>& fail, const std::function<void()>& repair);
 
-    /// Answers that come without power do not count: a file system that is cut off may say of a write under way that it has
-    /// been made.
+    /// Responses after the power cut do not count: the file system may then report success for a lost write.
     std::atomic<bool> hasPower = true;
 };
 
@@ -44,10 +43,10 @@ void Crash::publishThrough(int count, const std::function<void()>& fail, const s
     bool isPublished = false;
     int failures = 0;
     int rounds = 0;
-    std::string refused; // What the server said last.
+    std::string refused; // The server's last response.
     while (failures < count || !isPublished) {
-        ASSERT_LT(++rounds, 1000) << "it is never published: " << refused;
-        // Each round takes one step of the client, while the server is killed at some moment of it.
+        ASSERT_LT(++rounds, 1000) << "not published: " << refused;
+        // Each round runs the client until the server is killed.
         std::atomic<bool> isFailing = false;
         std::optional<std::jthread> killer;
         if (failures < count) {
@@ -125,8 +124,8 @@ TEST_F(Crash, KeepsAcknowledgedDataWhenKilled)
     publishThrough(40, [this] { program->signal(SIGKILL); }, [] {});
 }
 
-/// The data folder on a file system of its own (sparse: nothing is registered with less than 1 GB to go), which a power cut
-/// ends without what its journal still holds.
+/// A data folder on its own file system, whose power cut discards the journal. The image is sparse, because the server registers
+/// no revision with less than 1 GB free.
 class PowerCut : public Crash {
 protected:
     void SetUp() override
@@ -146,7 +145,7 @@ protected:
         ::umount2(disk.c_str(), MNT_DETACH);
     }
 
-    /// A command about the image, {0}, and where it is mounted, {1}.
+    /// Runs a shell command: {0} is the image, {1} its mount point.
     bool succeeds(std::string_view command) const
     {
         const std::string file = image.string();

@@ -15,7 +15,7 @@
 
 namespace orvo::test {
 
-/// An empty PostgreSQL database where ORVO_TEST_POSTGRES asks for it, else nothing: the data folder's own.
+/// The address of an empty PostgreSQL database if ORVO_TEST_POSTGRES is set, else empty for SQLite in the data folder.
 inline std::string freshDatabase()
 {
     if (!std::getenv("ORVO_TEST_POSTGRES"))
@@ -24,7 +24,7 @@ inline std::string freshDatabase()
     return server.freshDatabase();
 }
 
-/// A clock that a test sets.
+/// A clock that tests set.
 class SetClock final : public server::Clock {
 public:
     std::int64_t now() const override { return time; }
@@ -63,8 +63,8 @@ protected:
     std::string address = "https://videos.ejemplo.es";
     server::DataFolder data{folder / "data"};
     server::Log log{-1};
-    SetClock time; ///< For tests that make it the `clock`.
-    const server::Clock* clock = nullptr; ///< The system's.
+    SetClock time; ///< Used by tests that assign it to `clock`.
+    const server::Clock* clock = nullptr; ///< Null for the system's clock.
     std::unique_ptr<server::Service> service;
     std::thread thread;
 };

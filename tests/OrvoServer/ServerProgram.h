@@ -14,7 +14,7 @@
 
 namespace orvo::test {
 
-/// The built program with a data folder, which is killed and started again.
+/// The built program with a data folder; tests kill and restart it.
 class ServerProgram : public testing::Test, protected PublishingClient {
 protected:
     ServerProgram() { init(); }
@@ -29,7 +29,7 @@ protected:
 
     std::string data() const { return (folder / place).string(); }
 
-    /// Starts on a free port.
+    /// Starts the program, by default on a free port.
     void start(const std::vector<std::string>& options = {"--listen", "127.0.0.1:0"})
     {
         std::vector<std::string> words{"run", "--data", data()};
@@ -49,7 +49,7 @@ protected:
 
     std::uint16_t port() const override { return m_port; }
 
-    /// A request that may find the server killed: status 0 then.
+    /// Sends a request; returns status 0 if the server was killed.
     Reply api(
         std::string_view method, const std::string& path, std::string_view body = {}, HeaderList headers = {}) const override
     {

@@ -23,7 +23,7 @@ TEST_F(Publishing, PublishesReplacesAndWithdraws)
     EXPECT_EQ(stored(first.id), "");
     EXPECT_NE(playerConfig(page("embed", {{"Sec-Fetch-Dest", "iframe"}})), "");
 
-    // A lost answer: every step again, and nothing is sent twice.
+    // A response was lost: every step can be repeated, and no file is sent twice.
     EXPECT_EQ(api("POST", "videos", announcement("Una lección", R"(["www.ejemplo.es"])", false)).status, 200U);
     EXPECT_EQ(api("GET", "revisions/" + first.id).status, 200U);
     for (const auto& [path, upload] : first.uploads)
@@ -32,7 +32,7 @@ TEST_F(Publishing, PublishesReplacesAndWithdraws)
     EXPECT_EQ(api("POST", std::format("revisions/{}/publish", first.id)).body,
         std::format(R"({{"url":"https://videos.ejemplo.es/watch/{}"}})", video));
 
-    // A replacement changes nothing until it is published, and what is held already is not asked for.
+    // A replacement changes nothing until it is published. The server does not request files that it has.
     EXPECT_EQ(api("POST", "videos", announcement("Otro título", R"(["otro.es"])", true)).status, 200U);
     EXPECT_THAT(page("embed", {{"Sec-Fetch-Dest", "iframe"}}).header("Content-Security-Policy"),
         HasSubstr("https://www.ejemplo.es"));
@@ -45,7 +45,7 @@ TEST_F(Publishing, PublishesReplacesAndWithdraws)
     upload(second, files);
     EXPECT_EQ(api("POST", std::format("revisions/{}/publish", second.id)).status, 200U);
     EXPECT_EQ(ask(port(), "GET", media("watch", "document") + "480/00000.ts").body, "first segment2");
-    // The domain was taken away with the publication, and with it the ticket.
+    // The publication removed the domain, which revoked the ticket.
     EXPECT_EQ(ask(port(), "GET", oldMedia + "480/00000.ts").status, 403U);
 
     for (int times = 0; times < 2; ++times)
@@ -56,7 +56,7 @@ TEST_F(Publishing, PublishesReplacesAndWithdraws)
     EXPECT_EQ(api("POST", std::format("revisions/{}/publish", second.id)).status, 404U);
     EXPECT_EQ(api("PATCH", std::format("videos/{}", video), R"({"domains":[],"publicLink":true})").status, 404U);
 
-    // Published again, with what the server still holds.
+    // The video is published again with the files that the server still has.
     const auto again = publish(files, R"([])", true);
     EXPECT_NE(media("watch", "document"), "");
 }
@@ -85,15 +85,15 @@ TEST_F(Publishing, ResumesUploadsAtTheirOffset)
         std::uint64_t offset;
     };
     const std::vector<Case> cases{
-        {"beyond", "bytes 5-9/300000", 5, 409, 0},
-        {"other size", "bytes 0-4/300001", 5, 409, 0},
-        {"other length", "bytes 0-9/300000", 5, 409, 0},
-        {"no range", "", 5, 409, 0},
-        {"lying", "bytes 0-99999999999999999999/300000", 5, 409, 0},
-        {"first", "bytes 0-9/300000", 10, 200, 10},
-        {"again", "bytes 0-9/300000", 10, 200, 10},
-        {"overlap", "bytes 5-14/300000", 10, 200, 15},
-        {"too far", "bytes 16-17/300000", 2, 409, 15},
+        {"starts beyond the offset", "bytes 5-9/300000", 5, 409, 0},
+        {"has another size", "bytes 0-4/300001", 5, 409, 0},
+        {"has another length", "bytes 0-9/300000", 5, 409, 0},
+        {"has no range", "", 5, 409, 0},
+        {"exceeds 64 bits", "bytes 0-99999999999999999999/300000", 5, 409, 0},
+        {"starts at the offset", "bytes 0-9/300000", 10, 200, 10},
+        {"repeats the first", "bytes 0-9/300000", 10, 200, 10},
+        {"overlaps", "bytes 5-14/300000", 10, 200, 15},
+        {"leaves a gap", "bytes 16-17/300000", 2, 409, 15},
     };
     for (const auto& [name, range, length, status, held] : cases) {
         const auto reply =
@@ -103,10 +103,10 @@ TEST_F(Publishing, ResumesUploadsAtTheirOffset)
         EXPECT_EQ(offset(id), held) << name;
     }
 
-    // A connection that hangs in the middle of its body: the next question ends it and says what is held.
+    // A connection stalls within its body: the next query of the offset cancels it and reports the received bytes.
     std::vector<std::unique_ptr<Wire>> connections;
     std::uint64_t held = 15;
-    while (held == 15) { // Until a question comes behind the first step of one.
+    while (held == 15) { // Until a query arrives after the server has read a part.
         connections.push_back(std::make_unique<Wire>(port()));
         connections.back()->send(
             std::format("PUT /api/uploads/{} HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer {}\r\nContent-Range: bytes "
@@ -120,7 +120,7 @@ TEST_F(Publishing, ResumesUploadsAtTheirOffset)
     EXPECT_EQ(hanging.read().status, 409U);
     EXPECT_EQ(offset(id), content.size());
 
-    // A cut is a prefix that is kept.
+    // The prefix of an interrupted body is kept.
     const auto cut = registered({{"hls/480/index.m3u8", content}}).uploads.at("hls/480/index.m3u8");
     Wire wire(port());
     wire.send(std::format("PUT /api/uploads/{} HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer {}\r\nContent-Range: bytes "
@@ -183,11 +183,11 @@ TEST_F(Publishing, AcceptsOnlyItsOwnCredential)
     }
 }
 
-// Another program holds the database: writers are told after a while, viewers and questions notice nothing.
+// Another program locks the database: writers get an error after a while; viewers and queries are not affected.
 TEST_F(Publishing, ReportsABusyDatabase)
 {
     if (!freshDatabase().empty())
-        GTEST_SKIP() << "nobody locks the whole of PostgreSQL";
+        GTEST_SKIP() << "PostgreSQL has no lock of the whole database";
     publish(lesson(), "[]", true);
     SqliteDatabase other(data.database());
     other.write([&](Session& session) {
@@ -210,7 +210,7 @@ TEST_F(Publishing, RefusesANewerDatabase)
     });
     try {
         start();
-        ADD_FAILURE() << "it starts";
+        ADD_FAILURE() << "the server has started";
     } catch (const std::exception& error) {
         EXPECT_THAT(error.what(), HasSubstr("más nuev"));
     }
@@ -220,7 +220,7 @@ TEST_F(Publishing, RefusesANewerDatabase)
 TEST_F(Publishing, RestoresABackup)
 {
     if (!freshDatabase().empty())
-        GTEST_SKIP() << "pg_dump is what copies PostgreSQL";
+        GTEST_SKIP() << "PostgreSQL is backed up with pg_dump";
     const auto revision = publish(lesson(), "[]", true);
     const auto open = registered({{"hls/480/00000.ts", "not there yet"}});
     EXPECT_EQ(put(open.uploads.at("hls/480/00000.ts"), "not there yet", 0, 13).status, 200U);
@@ -233,7 +233,7 @@ TEST_F(Publishing, RestoresABackup)
     restoreBackup(folder / "backup", data);
     start();
     EXPECT_EQ(ask(port(), "GET", media("watch", "document") + "480/00001.ts").body, "second segment");
-    // Uploads are no part of a backup: the client is told to send again.
+    // A backup contains no unfinished uploads, so the offset is 0 again.
     EXPECT_EQ(offset(open.uploads.at("hls/480/00000.ts")), 0U);
     EXPECT_EQ(offset(revision.uploads.at("hls/480/00000.ts")), 13U);
 }

@@ -35,7 +35,7 @@ TEST(Domains, AcceptsTheSpellingsThatAuthorsType)
              "a b.es", "'none'", "usuario@ejemplo.es", "ejemplo..es", "-a.es", "a-.es", "ejemplo.es:0", "ejemplo.es:99999",
              "ejemplo.es:x", "[::1]", "a.*.es", "data:text/html", "ejemplo_1.es", "null"}) {
         if (bad == "null")
-            continue; // A host of one label, as in a house's own network.
+            continue; // A host of one label, as in a local network.
         EXPECT_THROW(AuthorisedDomains({"bien.es", bad}), Error) << bad;
     }
     EXPECT_EQ(AuthorisedDomains({"a.es", "https://A.es/", "a.es"}).frameAncestors(), "frame-ancestors https://a.es");
@@ -126,7 +126,7 @@ TEST_F(Viewers, ServesThePlayerOnlyWhereItIsAllowed)
         api("PATCH", std::format("videos/{}", video), R"({"domains":["www.ejemplo.es"],"publicLink":true})").status, 204U);
     check(true);
     EXPECT_EQ(JsonDocument(playerConfig(page("watch"))).root()["title"].text(), R"(<script>alert("1")</script> & '})");
-    // With slashes too many, as an address that ends in one gives; and nothing at an unknown or wrong identifier.
+    // Repeated slashes count as one. Unknown and malformed identifiers get the same page.
     EXPECT_EQ(ask(port(), "GET", std::format("//watch//{}", video)).status, 200U);
     const auto unknown = ask(port(), "GET", "/watch/00000000-0000-4000-8000-000000000000");
     EXPECT_EQ(unknown.status, 404U);
@@ -186,7 +186,7 @@ TEST_F(Viewers, RevokesAccessAtOnce)
                 .status,
             204U);
     };
-    access(R"(["tres.es","dos.es","uno.es"])", true); // One more.
+    access(R"(["tres.es","dos.es","uno.es"])", true); // Adds a domain.
     EXPECT_TRUE(works(embedded));
     EXPECT_TRUE(works(linked));
     EXPECT_EQ(renew(embeddedGrant).status, 200U);
@@ -220,7 +220,7 @@ TEST_F(Viewers, RenewsTickets)
         EXPECT_EQ(ask(port(), "POST", "/renew", {}, body).status, 403U) << body;
 }
 
-// Six hours of play, a segment at a time: the player renews at two thirds of a ticket's life, and is never refused.
+// Fetches a segment every six seconds and renews at two thirds of a ticket's life, as the player does.
 TEST_F(Viewers, PlaysForSixHoursOnTenMinuteTickets)
 {
     stop();
@@ -248,7 +248,7 @@ TEST_F(Viewers, PlaysForSixHoursOnTenMinuteTickets)
         }
     }
     EXPECT_EQ(renewals, 6 * 3600 / 402);
-    // Asleep for twenty hours: the ticket has ended, the grant has not. After more than a day both have.
+    // After twenty hours of sleep the ticket has expired; after more than a day, so has the grant.
     time.time += 20 * 3600;
     EXPECT_EQ(ask(port(), "GET", place + "key.bin").status, 403U);
     EXPECT_EQ(renew(held).status, 200U);

@@ -28,7 +28,7 @@ Wire::Wire(std::uint16_t port)
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    // A server that hangs fails the test instead of stopping all of them.
+    // A hanging server fails this test instead of blocking the whole run.
     const timeval patience{.tv_sec = 60, .tv_usec = 0};
     ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     if (::connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)

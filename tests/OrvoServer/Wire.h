@@ -9,15 +9,15 @@
 namespace orvo::test {
 
 struct Reply {
-    unsigned status = 0; ///< 0 when the connection ended without a response.
+    unsigned status = 0; ///< 0 if the connection ended without a response.
     std::string head;
     std::string body;
 
-    /// The value of a header field, empty when it is missing.
+    /// The value of a header field; empty if it is missing.
     std::string header(std::string_view name) const;
 };
 
-/// A connection that sends exactly what a test says.
+/// A connection that sends exactly the bytes of a test.
 class Wire {
 public:
     explicit Wire(std::uint16_t port);
@@ -25,11 +25,11 @@ public:
     Wire(const Wire&) = delete;
     Wire& operator=(const Wire&) = delete;
 
-    /// Stops early when the other side has closed the connection.
+    /// Returns early if the server has closed the connection.
     void send(std::string_view bytes) const;
-    /// Reads one response. `withBody` false for the answer to HEAD.
+    /// Reads one response. Pass `withBody` false for HEAD.
     Reply read(bool withBody = true);
-    /// Waits until the other side has closed the connection; what it still sends is dropped.
+    /// Waits until the server has closed the connection; discards its data.
     void awaitEnd();
     /// Closes the connection with a reset.
     void reset();
@@ -43,7 +43,7 @@ private:
 
 using HeaderList = std::vector<std::pair<std::string, std::string>>;
 
-/// One request on a connection of its own.
+/// Sends one request on a new connection.
 Reply ask(std::uint16_t port, std::string_view method, std::string_view target, const HeaderList& headers = {},
     std::string_view body = {});
 

@@ -1,8 +1,8 @@
-"""Runs the server behind the proxies of docs/server.md, with the very lines that are shown there, and asks it to check itself.
+"""Runs the server behind the proxies of docs/server.md, with exactly the lines shown there, and runs its `check`.
 
 proxies.py ORVO_SERVER DOCUMENT caddy|nginx
 
-Status 77 where the proxy is not installed.
+Exits with 77 if the proxy is not installed.
 """
 
 import json
@@ -14,7 +14,7 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
 
-from services import Client, Services, free_port, make_certificate  # noqa: E402: it lies in another folder.
+from services import Client, Services, free_port, make_certificate  # noqa: E402: the module is in another folder.
 
 
 def expect(holds, text):
@@ -29,7 +29,7 @@ def shown(document, name):
 
 def caddy(lines, folder, port, behind, chain, key):
     site = lines.replace("videos.example.org {", f"https://localhost:{port} {{\n    tls {chain} {key}").replace("127.0.0.1:8080", behind)
-    expect(site != lines, "the example for Caddy has another form")
+    expect(site != lines, "the example for Caddy has changed")
     (folder / "Caddyfile").write_text("{\n    admin off\n    auto_https disable_redirects\n}\n" + site)
     return ["caddy", "run", "--config", str(folder / "Caddyfile"), "--adapter", "caddyfile"]
 
@@ -73,16 +73,16 @@ def main():
 
         checked = subprocess.run([program, "check", "--data", data, "--json"], env=environment, stdout=subprocess.PIPE)
         wrong = [check for check in json.loads(checked.stdout)["checks"] if not check["ok"]]
-        expect(not wrong, f"the server finds {wrong}")
+        expect(not wrong, f"failed checks: {wrong}")
 
-        # Each machine behind the proxy has its own guesses: the proxy says who asks.
+        # The limit of wrong credentials is per client, whose address the proxy reports.
         bearer = {"Authorization": f"Bearer {credential}"}
         guesses = [client.ask("/api/status", Authorization="Bearer guess")[0] for _ in range(20)]
-        expect(guesses[0] == 401 and guesses[-1] == 429, f"guesses are answered with {guesses}")
-        expect(client.ask("/api/status", **bearer)[0] == 200, "the credential does not arrive")
-        expect(client.ask("//healthz")[0] == 200, "the path has changed on its way")
+        expect(guesses[0] == 401 and guesses[-1] == 429, f"statuses of wrong credentials: {guesses}")
+        expect(client.ask("/api/status", **bearer)[0] == 200, "the proxy drops the credential")
+        expect(client.ask("//healthz")[0] == 200, "the proxy changes the path")
         status, _, headers = client.ask("/watch/00000000-0000-4000-8000-000000000000")
-        expect(status == 404 and "frame-ancestors 'none'" in headers["Content-Security-Policy"], "the policy does not arrive")
+        expect(status == 404 and "frame-ancestors 'none'" in headers["Content-Security-Policy"], "the proxy drops the policy")
 
 
 main()

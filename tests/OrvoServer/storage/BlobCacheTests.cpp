@@ -15,7 +15,7 @@ namespace {
 
 using namespace server;
 
-/// A store whose first fetch lasts until it is asked to stop.
+/// A store whose first fetch blocks until it is cancelled.
 class SlowStore final : public BlobStore {
 public:
     std::string_view name() const noexcept override { return "slow"; }
@@ -37,7 +37,7 @@ public:
     std::atomic<int> fetches = 0;
 };
 
-/// Whether a thread of this process waits for something.
+/// Whether a thread of this process sleeps.
 bool sleeps(pid_t thread)
 {
     std::ifstream file(std::format("/proc/self/task/{}/stat", thread));
@@ -63,7 +63,7 @@ TEST(BlobCacheTests, FetchesAgainForWaitersWhenAFetchIsCancelled)
         std::this_thread::yield();
     const std::stop_source third;
     third.request_stop();
-    EXPECT_THROW(cache.open("key", 7, third.get_token()), Cancelled) << "a waiter is cancelled by itself";
+    EXPECT_THROW(cache.open("key", 7, third.get_token()), Cancelled) << "a waiting thread can be cancelled alone";
     stop.request_stop();
     second.join();
     EXPECT_EQ(store.fetches, 2);

@@ -21,7 +21,7 @@ using Kind = StoreError::Kind;
 using testing::HasSubstr;
 using testing::Not;
 
-/// A Drive with its OAuth service, and a server that may be authorised for it.
+/// A Drive and OAuth service, and a store that can be authorised for it.
 class DriveStoreTests : public testing::Test {
 protected:
     DriveStoreTests()
@@ -60,7 +60,7 @@ protected:
     {
         return server::Transfer().perform({.method = method, .url = base + path, .body = body}, {}).body;
     }
-    /// The name of one of the service's files; empty when there are not so many.
+    /// The name of the service's file at this index; empty if there are fewer.
     std::string nameOf(std::size_t index)
     {
         return server::JsonDocument(ask("/state")).root().at(index)["name"].text().value_or("");
@@ -116,23 +116,23 @@ TEST_F(DriveStoreTests, AcceptsEachAuthorisationStartOnce)
     const auto late = "Esta autorización ya no vale. Empieza de nuevo con «Conectar Google Drive».";
     EXPECT_EQ(failure([&] { authorisation->finish("code-1", "forged"); }), late);
     const auto second = authorisation->start();
-    EXPECT_EQ(failure([&] { authorisation->finish("code-1", stateOf(address)); }), late) << "only the last start counts";
+    EXPECT_EQ(failure([&] { authorisation->finish("code-1", stateOf(address)); }), late) << "a newer start replaces it";
     now += DriveAuthorisation::startLife + std::chrono::seconds(1);
     EXPECT_EQ(failure([&] { authorisation->finish("code-1", stateOf(second)); }), late);
     EXPECT_FALSE(authorisation->isAuthorised());
 
     const auto third = authorisation->start();
-    authorisation = makeAuthorisation(); // Restarted in between.
+    authorisation = makeAuthorisation(); // The server restarts.
     authorisation->finish("code-1", stateOf(third));
     EXPECT_TRUE(authorisation->isAuthorised());
-    EXPECT_EQ(failure([&] { authorisation->finish("code-1", stateOf(third)); }), late) << "replayed";
+    EXPECT_EQ(failure([&] { authorisation->finish("code-1", stateOf(third)); }), late) << "a start is valid once";
     for (const auto& entry : fs::directory_iterator(folder.path())) {
         EXPECT_THAT(readFile(entry.path()), Not(HasSubstr("refresh-1")));
         EXPECT_EQ(fs::status(entry.path()).permissions() & (fs::perms::group_all | fs::perms::others_all), fs::perms::none);
     }
 
     authorisation->configure("other", "secret");
-    EXPECT_FALSE(authorisation->isAuthorised()) << "the permission was another client's";
+    EXPECT_FALSE(authorisation->isAuthorised()) << "a new client invalidates the permission";
 }
 
 TEST_F(DriveStoreTests, StoresPrivateFilesByKey)
@@ -146,9 +146,9 @@ TEST_F(DriveStoreTests, StoresPrivateFilesByKey)
         store.put("ab/key", folder / "source", {});
         EXPECT_EQ(fetched(store, "ab/key"), bytes) << size;
         DriveStore other(drive, *authorisation);
-        EXPECT_EQ(fetched(other, "ab/key"), bytes) << "another instance finds it";
+        EXPECT_EQ(fetched(other, "ab/key"), bytes) << "not found by another instance";
     }
-    EXPECT_EQ(nameOf(1), "ab/key") << "a folder and one file";
+    EXPECT_EQ(nameOf(1), "ab/key") << "expected a folder and one file";
     EXPECT_EQ(nameOf(2), "");
     store.remove("ab/key", {});
     store.remove("ab/key", {});
@@ -164,7 +164,7 @@ TEST_F(DriveStoreTests, RecoversFromTransientFaults)
     const char* const cases[] = {
         R"([{"path":"/upload/","method":"PUT","do":"cut","times":2}])",
         R"([{"path":"/upload/","method":"PUT","status":503}])",
-        R"([{"path":"/upload/","method":"PUT","status":404}])", // The session is forgotten.
+        R"([{"path":"/upload/","method":"PUT","status":404}])", // The service forgets the session.
         R"([{"path":"/upload/","method":"POST","status":500,"times":3}])",
         R"([{"path":"/drive/","status":403,"reason":"userRateLimitExceeded","times":2}])",
         R"([{"path":"/drive/","status":429,"times":2}])",
@@ -177,7 +177,7 @@ TEST_F(DriveStoreTests, RecoversFromTransientFaults)
         store.remove("key", {});
     }
     EXPECT_THAT(pauses, Not(testing::IsEmpty()));
-    // A token that ended before its time is renewed.
+    // A token that expires early is renewed.
     ask("/forget-tokens");
     store.put("key", folder / "source", {});
     EXPECT_EQ(fetched(store, "key"), bytes);
@@ -203,13 +203,13 @@ TEST_F(DriveStoreTests, ReportsWhatTheAuthorMustDo)
 TEST_F(DriveStoreTests, SpacesCallsByTheInterval)
 {
     authorise();
-    drive.callInterval = std::chrono::hours(1); // Much longer than the calls themselves take.
+    drive.callInterval = std::chrono::hours(1); // Much longer than the calls themselves.
     std::chrono::milliseconds waited{};
     drive.pause = [&](std::chrono::milliseconds time, const std::stop_token&) { waited += time; };
     DriveStore store(drive, *authorisation);
     for (int i = 0; i < 5; ++i)
         store.remove("nothing", {});
-    EXPECT_GE(waited, std::chrono::hours(1 + 2 + 3)) << "turns are given out ahead";
+    EXPECT_GE(waited, std::chrono::hours(1 + 2 + 3)) << "calls are not spaced";
 }
 
 } // namespace

@@ -37,7 +37,7 @@ protected:
         settings.accessKey = S3Gateway::accessKey;
         settings.secretKey = S3Gateway::secretKey;
         settings.partSize = std::uint64_t{5} << 20;
-        S3Store store(settings); // Its own tries wait until the server is there.
+        S3Store store(settings); // Its retries wait until the server is up.
         store.remove("nothing", {});
     }
 
@@ -76,7 +76,7 @@ TEST_F(S3StoreTests, StoresFilesOfAnySize)
     store.remove("ab/c-1_x", {});
     EXPECT_EQ(failure([&] { store.fetch("ab/c-1_x", folder / "none", {}); }), Kind::missing);
     EXPECT_FALSE(fs::exists(folder / "none"));
-    EXPECT_TRUE(store.status().isReady) << "a missing file is no fault of the store";
+    EXPECT_TRUE(store.status().isReady) << "a missing file makes the store unready";
 }
 
 TEST_F(S3StoreTests, DistinguishesWrongKeysFromAnUnreachableServer)

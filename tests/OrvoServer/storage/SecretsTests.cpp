@@ -19,7 +19,7 @@ TEST(SecretsTests, OpensSealedTextOnlyUnderItsKeyAndName)
     const auto sealed = box.seal("name", "text");
     EXPECT_EQ(box.open("name", sealed), "text");
     EXPECT_EQ(box.open("name", box.seal("name", "")), "");
-    EXPECT_NE(box.seal("name", "text"), sealed) << "a nonce of its own";
+    EXPECT_NE(box.seal("name", "text"), sealed) << "the nonce is reused";
     EXPECT_EQ(box.open("other", sealed), std::nullopt);
     EXPECT_EQ(other.open("name", sealed), std::nullopt);
     for (std::size_t i = 0; i < sealed.size(); ++i) {
