@@ -1,4 +1,4 @@
-"""A real browser on a display of its own, with the extension, the helper and a library."""
+"""A real browser on its own display, with the extension, the helper and a library."""
 
 import http.server
 import json
@@ -13,7 +13,7 @@ from pathlib import Path
 HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parent / "support"))
 
-from devtools import LIMIT, DevTools, expect, wait_for  # noqa: E402: it lies in another folder.
+from devtools import LIMIT, DevTools, expect, wait_for  # noqa: E402: the module is in another folder.
 from display import Display  # noqa: E402
 
 
@@ -23,8 +23,8 @@ class QuietHandler(http.server.SimpleHTTPRequestHandler):
 
 
 class Browser:
-    """A display, a browser with the extension and the test page, and a library of its own. The browser's microphone hums and
-    its camera shows a pattern."""
+    """A display, a browser with the extension and the test page, and an empty library. The browser's fake microphone hums,
+    and its fake camera shows a pattern."""
 
     def __init__(self, orvo, bridge, extension, origin, folder, size=(1000, 700), page="page.html", permitted=True):
         self.orvo = orvo
@@ -57,13 +57,13 @@ class Browser:
                             permissions=["audioCapture", "videoCapture"])
         self.welcomed = self.leave_welcome()
         self.xdotool("search", "--sync", "--onlyvisible", "--name", "Reloj de prueba")
-        # The extension's shortcuts are there a moment after the window.
+        # The browser registers the shortcuts a moment after it shows the window.
         wait_for("the shortcuts", lambda: self.in_extension(
             "globalThis.chrome?.commands?.getAll().then((all) => all.some((one) => one.shortcut))"))
         self.focus()
 
     def pages(self, name):
-        """The extension's pages of this name that are open."""
+        """Returns the extension's open pages with this name."""
         targets = self.tools.call("Target.getTargets")["targetInfos"]
         return [one["targetId"] for one in targets if one["type"] == "page" and f"{self.extension}/{name}" in one["url"]]
 
@@ -71,9 +71,9 @@ class Browser:
         return self.tools.run(script, self.tools.attach(page))
 
     def leave_welcome(self):
-        """Closes the page that opens after the installation; returns how it showed the application: "good" or "problem"."""
+        """Closes the page that opens after the installation; returns the application's state on it: "good" or "problem"."""
         page = wait_for("the page after the installation", lambda: self.pages("welcome.html"))[0]
-        shown = wait_for("what it says", lambda: self.in_page(page, "document.getElementById('connected')?.className"))
+        shown = wait_for("the state of the application", lambda: self.in_page(page, "document.getElementById('connected')?.className"))
         self.tools.call("Target.closeTarget", targetId=page)
         return shown
 
@@ -108,16 +108,16 @@ class Browser:
         return self.tools.run(script, self.tools.attach(worker["targetId"])) if worker else None
 
     def projects(self):
-        """The documents themselves: nothing prepares or marks them here."""
+        """Reads the documents directly, so that no project is prepared or marked."""
         return [json.loads(file.read_text()) for file in self.library.glob("*/project.json")]
 
     def helper(self):
-        """The process of the helper that records."""
+        """Returns the process of the recording helper, or None."""
         marks = list(self.library.glob("*/capture-session.json"))
         return json.loads(marks[0].read_text())["pid"] if marks else None
 
     def descendants(self):
-        """The processes of the browser and those that they began."""
+        """Returns the browser's process and its descendants."""
         output = subprocess.run(["ps", "-eo", "pid=,ppid="], stdout=subprocess.PIPE, check=True).stdout.decode()
         parents = [tuple(map(int, line.split())) for line in output.splitlines()]
         found = [self.chromium.pid]
@@ -137,25 +137,25 @@ class Browser:
         project, end, pressed = None, time.monotonic() + LIMIT, 0
         while not (project := begun()):
             expect(time.monotonic() < end, "no recording began")
-            # A window that has just come up does not take every key.
+            # A new window may miss a key.
             if time.monotonic() > pressed + 10 and self.badge() in (None, "", "!"):
                 self.press("ctrl+shift+7")
                 pressed = time.monotonic()
             time.sleep(0.1)
         expect(project["state"] == "recording-tab", f"the project is {project['state']}")
         files = [self.media(project, track["kind"]) for track in project["tracks"]]
-        wait_for("the first piece of each track", lambda: all(file.exists() and file.stat().st_size for file in files))
+        wait_for("the first chunk of each track", lambda: all(file.exists() and file.stat().st_size for file in files))
         return project["id"]
 
     def project(self, identifier):
         return next(project for project in self.projects() if project["id"] == identifier)
 
     def recorded(self, identifier, seconds):
-        """Waits until so much is recorded, as the helper has written it down."""
+        """Waits until the helper has saved this duration in the document."""
         wait_for(f"{seconds} s of the recording", lambda: self.project(identifier)["duration"] >= seconds)
 
     def end(self, identifier, *keys):
-        """Ends the recording with these keys, the shortcut by default, and returns the prepared project and its screen."""
+        """Ends the recording with these keys, by default the shortcut. Returns the prepared project and the screen's file."""
         for key in keys or ["ctrl+shift+7"]:
             self.press(key)
         self.ended(identifier)

@@ -1,4 +1,4 @@
-"""Records a page with the real extension in a real browser, by its shortcuts, and looks at what is in the library then.
+"""Records a page with the real extension in a real browser, by its shortcuts, and checks the projects in the library.
 
 record_tab.py ORVO ORVOBRIDGE EXTENSION ORIGIN_FILE CASE
 """
@@ -18,14 +18,14 @@ from timecode import offsets, pressed, probed, samples_of
 
 
 PRESS = ["mousemove", "500", "300", "sleep", "0.5", "mousemove", "500", "400", "sleep", "0.3", "click", "1"]
-# The clock of a page stands still while the machine sleeps: this page was opened before an hour of sleep.
+# Simulates an hour of sleep since the page was opened: the clock of a page stops while the machine sleeps.
 SLEPT = """chrome.tabs.query({ active: true }).then(([tab]) => chrome.scripting.executeScript({ target: { tabId: tab.id }, func: () => {
   Object.defineProperty(performance, "timeOrigin", { value: performance.timeOrigin - 3600 * 1000 });
 } })).then(() => true)"""
 
 
 def records_tab(browser):
-    """From the shortcut, with nothing chosen before, to the prepared project."""
+    """Records with the default options, from the shortcut to the prepared project."""
     identifier = browser.begin()
     began = time.monotonic()
     browser.in_extension(SLEPT)
@@ -41,31 +41,30 @@ def records_tab(browser):
     expect(project["title"] == "Reloj de prueba", project["title"])
     expect({track["kind"] for track in project["tracks"]} == {"screen", "microphone"}, f"the tracks {project['tracks']}")
     facts = probed(screen)
-    video, sound = facts["video"], facts["audio"]
-    expect(video["codec_name"] == "h264" and int(video["width"]) == project["width"], "the picture")
+    video, audio = facts["video"], facts["audio"]
+    expect(video["codec_name"] == "h264" and int(video["width"]) == project["width"], "the video has another codec or width")
     seconds = float(video["duration"])
-    expect(abs(seconds - project["duration"]) < 0.5, f"{seconds} s of picture, {project['duration']} s of project")
-    expect(lasted - 2 < seconds < lasted + 2, f"{seconds} s of picture in {lasted:.1f} s")
-    expect(abs(float(sound["duration"]) - seconds) < 0.5, "the sound's length")
+    expect(abs(seconds - project["duration"]) < 0.5, f"{seconds} s of video, {project['duration']} s of project")
+    expect(lasted - 2 < seconds < lasted + 2, f"{seconds} s of video in {lasted:.1f} s")
+    expect(abs(float(audio["duration"]) - seconds) < 0.5, "the audio has another length")
     apart = offsets(screen)
-    print("sound after picture, ms:", [round(value * 1000) for value in apart])
-    # A browser that shares its processor puts them up to a tenth of a second apart by itself; a piece that is lost or
-    # written twice would be a second.
-    expect(all(abs(value) < 0.2 for value in apart), "picture and sound are apart")
-    expect(max(apart) - min(apart) < 0.15, "picture and sound drift apart")
+    print("audio after video, ms:", [round(value * 1000) for value in apart])
+    # A browser on a shared processor may be off by a tenth of a second; a lost or repeated chunk would be a second.
+    expect(all(abs(value) < 0.2 for value in apart), "audio and video are not in sync")
+    expect(max(apart) - min(apart) < 0.15, "audio and video drift apart")
 
     kinds = [event["kind"] for event in project["edit"]["events"]]
     expect(kinds.count("click") == 2 and kinds.count("zoom") == 1 and kinds.count("move") > 20, f"events {kinds}")
     click = next(event for event in project["edit"]["events"] if event["kind"] == "click")
-    # The tab's area takes the whole width of the window.
+    # The tab fills the width of the window.
     expect(abs(click["x"] - 0.5) < 0.03, f"the press at {click['x']}")
     shown = pressed(screen)
-    print(f"pressed at {click['time']:.3f} s, in the picture at {shown:.3f} s")
-    expect(-0.05 < shown - click["time"] < 0.3, f"the press at {click['time']} s, in the picture at {shown} s")
+    print(f"pressed at {click['time']:.3f} s, in the video at {shown:.3f} s")
+    expect(-0.05 < shown - click["time"] < 0.3, f"the press at {click['time']} s, in the video at {shown} s")
 
 
 def cut_off(action):
-    """The recording is cut off in the middle; what is there can be prepared."""
+    """Returns a case that interrupts the recording with `action`; the recorded part can be prepared."""
     def run(browser):
         identifier = browser.begin()
         browser.recorded(identifier, 5)
@@ -75,8 +74,8 @@ def cut_off(action):
         expect(project["state"] in ("recoverable-tab", "recording-tab", "processing-tab"), f"the project is {project['state']}")
         project, screen = browser.prepared(identifier)
         seconds = float(probed(screen)["video"]["duration"])
-        print(f"{seconds:.2f} s of about 5 s and more")
-        expect(seconds > 3, f"only {seconds} s are left")
+        print(f"{seconds:.2f} s of at least 5 s")
+        expect(seconds > 3, f"only {seconds} s were kept")
     return run
 
 
@@ -103,7 +102,7 @@ def ends_with_tab(browser):
 
 
 def records_devices(browser):
-    """Microphone and camera are tracks of their own, in time with the tab."""
+    """Microphone and camera are separate tracks, in sync with the tab."""
     browser.in_extension("chrome.storage.local.set({ options: { height: 720, fps: 30, microphone: true, camera: true } })")
     identifier = browser.begin()
     browser.recorded(identifier, 6)
@@ -117,14 +116,14 @@ def records_devices(browser):
     for kind, stream in (("microphone", "audio"), ("camera", "video")):
         ends = float(probed(screen.parent.parent / tracks[kind]["file"])[stream]["duration"])
         print(f"{kind}: began at {began[kind]:.3f} s, {ends:.2f} s of {seconds:.2f} s")
-        expect(began[kind] != 0, f"nothing says when the {kind} began")
+        expect(began[kind] != 0, f"the start of the {kind} is missing")
         expect(tracks[kind]["start"] == 0, f"the {kind} begins at {tracks[kind]['start']} s")
         expect(abs(ends - seconds) < 0.7, f"the {kind} ends at {ends} s, the screen at {seconds} s")
     expect(max(samples_of(screen.parent.parent / tracks["microphone"]["file"])) > 1500, "the microphone is silent")
 
 
 def follows_navigation(browser):
-    """The tab goes to another page: the recording goes on, and so does the pointer."""
+    """The tab loads another page: the recording and its pointer events continue."""
     identifier = browser.begin()
     browser.recorded(identifier, 2)
     browser.press("ctrl+l")
@@ -140,24 +139,23 @@ def follows_navigation(browser):
 
 
 def places_presses_in_frames(browser):
-    """Presses in a page of another site inside the recorded one lie where they are in the whole, also in an enlarged page
-    and when the frame has scrolled."""
+    """Presses in a frame of another site get their position in the tab, also in a zoomed page and a scrolled frame."""
     browser.xdotool("mousemove", "500", "400")
     identifier = browser.begin()
     for keys in (None, "ctrl+plus", "ctrl+plus"):
         if keys:
             browser.xdotool("key", "--clearmodifiers", keys, "sleep", "1")
-        # In the page and in its frame at the same height.
+        # Presses in the page and in its frame, at the same height.
         for x in ("600", "900"):
             browser.xdotool("mousemove", x, "640", "sleep", "0.3", "mousemove", x, "650", "sleep", "0.3", "click", "1", "sleep", "0.2")
         browser.xdotool("click", "5", "sleep", "0.3", "click", "1", "sleep", "0.2")
-    # The last press is on its way between the processes of the browser.
+    # Waits for the last press, which passes through several processes.
     browser.recorded(identifier, browser.project(identifier)["duration"] + 3)
     project, _ = browser.end(identifier)
     clicks = [event for event in project["edit"]["events"] if event["kind"] == "click"]
     print("pressed at", [(round(click["x"], 3), round(click["y"], 3)) for click in clicks])
-    expect([round(click["x"], 2) for click in clicks] == [0.6, 0.9, 0.9] * 3, "they lie elsewhere")
-    expect(max(click["y"] for click in clicks) - min(click["y"] for click in clicks) < 0.01, "they are not at one height")
+    expect([round(click["x"], 2) for click in clicks] == [0.6, 0.9, 0.9] * 3, "a press has another x")
+    expect(max(click["y"] for click in clicks) - min(click["y"] for click in clicks) < 0.01, "the presses differ in height")
 
 
 SLEEP = 20  # Seconds.
@@ -168,17 +166,17 @@ def send(number, processes):
         try:
             os.kill(pid, number)
         except ProcessLookupError:
-            pass  # A browser's small helpers come and go.
+            pass  # The process has ended since.
 
 
 def survives_sleep(browser):
-    """The machine sleeps for twenty seconds: what comes after it is recorded, and is told at its time."""
+    """The machine sleeps for twenty seconds: the recording continues, and later events get the right time."""
     identifier = browser.begin()
     browser.recorded(identifier, 3)
-    everybody = browser.descendants()
-    send(signal.SIGSTOP, everybody)
+    processes = browser.descendants()
+    send(signal.SIGSTOP, processes)
     time.sleep(SLEEP)
-    send(signal.SIGCONT, everybody)
+    send(signal.SIGCONT, processes)
     browser.recorded(identifier, SLEEP + 6)
     browser.xdotool(*PRESS)
     browser.recorded(identifier, SLEEP + 8)
@@ -186,17 +184,17 @@ def survives_sleep(browser):
     seconds = float(probed(screen)["video"]["duration"])
     clicks = [event["time"] for event in project["edit"]["events"] if event["kind"] == "click"]
     shown = pressed(screen)
-    print(f"{seconds:.2f} s of picture, {project['duration']:.2f} s of project, pressed at {clicks}, in the picture at {shown:.3f} s")
-    # A browser that gets little of the processor ends its picture up to half a second early.
-    expect(abs(seconds - project["duration"]) < SLEEP / 10, "picture and project differ")
-    expect(seconds > SLEEP + 7, "the sleep is missing in the picture")
-    expect(len(clicks) == 1 and abs(clicks[0] - shown) < 0.5, "the press is elsewhere")
+    print(f"{seconds:.2f} s of video, {project['duration']:.2f} s of project, pressed at {clicks}, in the video at {shown:.3f} s")
+    # On a busy processor the browser ends its video up to half a second early.
+    expect(abs(seconds - project["duration"]) < SLEEP / 10, "video and project differ in length")
+    expect(seconds > SLEEP + 7, "the sleep is missing in the video")
+    expect(len(clicks) == 1 and abs(clicks[0] - shown) < 0.5, "the press has another time")
 
 
 def records_once_at_a_time(browser):
-    """There is one recording at a time, whatever tab asks."""
+    """The shortcut ends the only recording, whichever tab is active."""
     identifier = browser.begin()
-    browser.new_tab()  # In another tab the same shortcut ends the one recording there is.
+    browser.new_tab()
     browser.end(identifier)
     expect(len(browser.projects()) == 1, "there are two recordings")
 
@@ -208,7 +206,7 @@ def stop_worker(browser):
 
 
 def survives_worker_stop(browser):
-    """Cut off with the worker; the next one records at once."""
+    """Stopping the worker interrupts the recording; the next one works at once."""
     cut_off(stop_worker)(browser)
     identifier = browser.begin()
     browser.recorded(identifier, 2)
@@ -216,7 +214,7 @@ def survives_worker_stop(browser):
     browser.ended(identifier)
 
 
-# Greets and ends as soon as a recording is asked for.
+# A helper that sends its greeting and exits on the first request.
 SHORT_LIVED = """#!/usr/bin/env python3
 import struct, sys
 def receive():
@@ -230,7 +228,7 @@ receive()
 
 
 def recovers_from_early_helper_exit(browser):
-    """The helper ends between its greeting and the first piece: the next recording can begin."""
+    """The helper exits between its greeting and the first chunk: the next recording can begin."""
     manifest = browser.manifest.read_text()
     script = browser.manifest.with_name("short-lived")
     script.write_text(SHORT_LIVED)
@@ -243,7 +241,7 @@ def recovers_from_early_helper_exit(browser):
 
 
 def ends_without_helper_reply(browser):
-    """The helper no longer answers: the end of the recording is given up, not waited for."""
+    """The helper stops responding: the recording ends without waiting for it."""
     identifier = browser.begin()
     helper = browser.helper()
     os.kill(helper, signal.SIGSTOP)
@@ -261,14 +259,14 @@ def reload_extension(browser):
 
 
 def finds_helper(browser):
-    """The page after the installation finds the helper, which leaves a mark for the application."""
+    """The page after the installation finds the helper, which leaves a marker file for the application."""
     expect(browser.welcomed == "good", f"the page shows a {browser.welcomed}")
-    expect((browser.data / "OrvoVideo/extension-connected").exists(), "there is no mark")
-    expect(not browser.pages("welcome.html"), "it opens again")
+    expect((browser.data / "OrvoVideo/extension-connected").exists(), "the marker file is missing")
+    expect(not browser.pages("welcome.html"), "the page opens again")
 
 
 def asks_for_permission(browser):
-    """The page that asks for the microphone closes itself, and the recording of the tab goes on from there."""
+    """The page that requests the microphone closes itself, and the recording of the tab begins."""
     browser.press("ctrl+shift+7")
     project = wait_for("the recording", browser.projects)[0]
     wait_for("the end of the page", lambda: not browser.pages("permission.html"))
@@ -285,14 +283,13 @@ SHOWN = """({ form: !document.getElementById("options").hidden, meter: !document
 
 
 def shows_popup(browser):
-    """The popup shows the level, while recording only what can be changed then, and afterwards opens the
-    recording in the application."""
+    """The popup shows the level, hides the options while recording, and opens the finished recording in the application."""
     def opened(background):
         page = browser.tools.call("Target.createTarget", url=f"chrome-extension://{browser.extension}/popup.html", background=background)["targetId"]
         wait_for("the popup", lambda: browser.in_page(page, "document.getElementById('options') !== null"))
         return page, lambda: browser.in_page(page, SHOWN)
 
-    page, shown = opened(background=False)  # The timers of a hidden page hardly run.
+    page, shown = opened(background=False)  # Browsers throttle the timers of hidden pages.
     wait_for("the level", lambda: shown()["level"] > 0)
     expect(shown()["form"] and not shown()["open"], f"the popup shows {shown()}")
     browser.tools.call("Target.closeTarget", targetId=page)
@@ -329,13 +326,14 @@ CASES = {
     "records_once_at_a_time": records_once_at_a_time,
     "survives_helper_kill": cut_off(lambda browser: os.kill(browser.helper(), signal.SIGKILL)),
 }
-# These do not look at pictures: small and few ones leave the processor to other tests.
-FEW_PICTURES = {"ends_with_tab", "survives_reload", "survives_worker_stop", "recovers_from_early_helper_exit", "ends_without_helper_reply", "records_devices",
-                "follows_navigation", "places_presses_in_frames", "records_once_at_a_time", "survives_helper_kill"}
+# These cases check no frames: small and few ones leave the processor to other tests.
+FEW_FRAMES = {"ends_with_tab", "survives_reload", "survives_worker_stop", "recovers_from_early_helper_exit",
+              "ends_without_helper_reply", "records_devices", "follows_navigation", "places_presses_in_frames",
+              "records_once_at_a_time", "survives_helper_kill"}
 
 
 def allowed_everywhere(extension, copy):
-    """The extension as it is when the user has let it see the pages of all sites."""
+    """Copies the extension with access to all sites, as if the user had granted it."""
     shutil.copytree(extension, copy)
     manifest = json.loads((copy / "manifest.json").read_text())
     manifest["host_permissions"] = manifest.pop("optional_host_permissions")
@@ -348,17 +346,18 @@ def main():
     folder = Path(tempfile.mkdtemp(prefix="orvo-tab-"))
     if case == "places_presses_in_frames":
         extension = allowed_everywhere(Path(extension), folder / "extension")
-    few = case in FEW_PICTURES
-    browser = Browser(orvo, bridge, extension, origin, folder, page="page.html?few" if few else "page.html", permitted=case != "asks_for_permission")
+    few = case in FEW_FRAMES
+    browser = Browser(orvo, bridge, extension, origin, folder, page="page.html?few" if few else "page.html",
+                      permitted=case != "asks_for_permission")
     try:
         if few:
             browser.in_extension("chrome.storage.local.set({ options: { height: 360, fps: 10, microphone: true, camera: false } })")
         CASES[case](browser)
     except BaseException:
-        print("the extension says:", browser.in_extension("chrome.action.getTitle({})"))
-        if picture := os.environ.get("ORVO_TEST_PICTURE"):
+        print("the extension's title:", browser.in_extension("chrome.action.getTitle({})"))
+        if screenshot := os.environ.get("ORVO_TEST_PICTURE"):
             subprocess.run(["ffmpeg", "-v", "error", "-y", "-f", "x11grab", "-i", browser.environment["DISPLAY"],
-                            "-frames:v", "1", picture])
+                            "-frames:v", "1", screenshot])
         raise
     finally:
         browser.close()

@@ -1,4 +1,4 @@
-"""What the test page shows and plays, read from a recorded file."""
+"""Reads the flashes, beeps and presses of the test page from a recorded file."""
 
 import array
 import json
@@ -15,7 +15,7 @@ def probed(file):
 
 
 def brightness(file, area):
-    """Time in seconds and mean brightness (16–235) of an area of every frame."""
+    """Returns the time in seconds and the mean brightness (16–235) of an area for each frame."""
     graph = f"movie={file},crop={area},signalstats"
     output = subprocess.run(["ffprobe", "-v", "error", "-f", "lavfi", graph, "-show_entries",
                              "frame=pts_time:frame_tags=lavfi.signalstats.YAVG", "-of", "csv=p=0"],
@@ -24,7 +24,7 @@ def brightness(file, area):
 
 
 def flashes(file):
-    """When the middle of the picture becomes white, in seconds."""
+    """Returns the times at which the middle of the video becomes white, in seconds."""
     result, white = [], True
     for at, light in brightness(file, "iw/4:ih/4:iw/4:ih/4"):
         if light > 150 and not white:
@@ -34,20 +34,20 @@ def flashes(file):
 
 
 def pressed(file):
-    """When the corner that says that the page was pressed becomes white for good, in seconds."""
+    """Returns the time of the press, at which the corner becomes white for good, in seconds."""
     dark = [at for at, light in brightness(file, "iw/20:ih/20:iw/80:ih/80") if light < 150]
     return dark[-1]
 
 
 def samples_of(file):
-    """From time zero, with silence where the sound has a gap."""
+    """Returns the samples from time zero, with silence in gaps of the audio."""
     raw = subprocess.run(["ffmpeg", "-v", "error", "-i", str(file), "-vn", "-af", "aresample=48000:async=1:first_pts=0",
                           "-ac", "1", "-f", "s16le", "-"], stdout=subprocess.PIPE, check=True).stdout
     return array.array("h", raw)
 
 
 def beeps(file):
-    """When the sound begins after silence, in seconds."""
+    """Returns the times at which the audio begins after silence, in seconds."""
     result, quiet = [], 0
     for at, sample in enumerate(samples_of(file)):
         if abs(sample) > 1500:
@@ -61,6 +61,6 @@ def beeps(file):
 
 def offsets(file):
     white = flashes(file)
-    sound = beeps(file)
-    expect(len(white) >= 5 and len(sound) >= 5, f"{len(white)} flashes and {len(sound)} beeps")
-    return [min((beep - flash for beep in sound), key=abs) for flash in white[1:-1]]
+    heard = beeps(file)
+    expect(len(white) >= 5 and len(heard) >= 5, f"{len(white)} flashes and {len(heard)} beeps")
+    return [min((beep - flash for beep in heard), key=abs) for flash in white[1:-1]]
