@@ -1,4 +1,4 @@
-"""The administration page of a real server, as an author uses it."""
+"""Checks the administration page of a real server, as an author uses it."""
 
 from tab import Tab, appears, expect, find_barriers
 
@@ -14,7 +14,7 @@ def sign_in(tab, token):
 
 
 def is_accessible(browser, server, axe):
-    """In every look; whoever is signed in sees the list."""
+    """Checks the page with axe in both schemes and sizes: signed out, only the sign-in; signed in, also the details."""
     for look in LOOKS:
         tab = Tab(browser, f"{server.address}/admin/", **look)
         appears(tab, "main")
@@ -31,8 +31,8 @@ def is_accessible(browser, server, axe):
 
 
 def administers(browser, server, project, refused, axe):
-    """Signs in, looks at a video, asks where it is seen, withdraws it only when that is confirmed, and signs out. A page at the
-    origin `refused` has tried to show the video."""
+    """Signs in, opens a video, checks a page, withdraws the video after a confirmation, and loses the session. A page at the
+    origin `refused` has tried to embed the video."""
     is_accessible(browser, server, axe)
     tab = Tab(browser, f"{server.address}/admin/")
     sign_in(tab, "otra")
@@ -40,28 +40,28 @@ def administers(browser, server, project, refused, axe):
     sign_in(tab, server.credential)
     appears(tab, ".video")
     is_accessible(browser, server, axe)
-    expect(tab.run("document.querySelectorAll('.video').length") == 1, "the list is another")
+    expect(tab.run("document.querySelectorAll('.video').length") == 1, "the list does not hold one video")
     appears(tab, ".checks", "Almacén")
     tab.run("document.querySelector('.video').click()")
     appears(tab, ".details .chart")
-    expect("<b>" in tab.run("document.querySelector('#video-title').textContent"), "the title is taken for HTML")
-    expect(tab.run("document.querySelector('textarea').value.startsWith('<iframe ')"), "there is no code")
+    expect("<b>" in tab.run("document.querySelector('#video-title').textContent"), "the title is parsed as HTML")
+    expect(tab.run("document.querySelector('textarea').value.startsWith('<iframe ')"), "the embed code is missing")
     appears(tab, "table", refused)
     tab.run("document.querySelector('.inline input').focus()")
     tab.call("Input.insertText", text="copias.example/pagina")
     tab.run("document.querySelector('.inline button').click()")
     appears(tab, ".outcome.no", "No se verá.")
 
-    # Enter keeps it published.
+    # The default button keeps the video published.
     tab.run("document.querySelector('.danger-outline').click()")
-    expect(tab.run("document.activeElement.textContent") == "Seguir publicado", "the default is another")
+    expect(tab.run("document.activeElement.textContent") == "Seguir publicado", "another button has the focus")
     tab.run("document.activeElement.click()")
-    expect(server.status(f"/embed/{project}") == 200 and tab.run("!document.querySelector('dialog').open"), "it was withdrawn")
+    expect(server.status(f"/embed/{project}") == 200 and tab.run("!document.querySelector('dialog').open"), "the video was withdrawn")
     tab.run("document.querySelector('.danger-outline').click(), document.querySelector('.danger').click()")
     appears(tab, ".details .state", "Retirado")
-    expect(server.status(f"/embed/{project}") == 404, "it was not withdrawn")
+    expect(server.status(f"/embed/{project}") == 404, "the video was not withdrawn")
 
-    tab.run("fetch('session', { method: 'DELETE', headers: { 'X-Orvo-Admin': '1' } }).then(() => true)")  # As another tab does.
+    tab.run("fetch('session', { method: 'DELETE', headers: { 'X-Orvo-Admin': '1' } }).then(() => true)")  # As another tab.
     tab.run(REFRESH)
     appears(tab, ".failure", "La sesión ha terminado.")
     tab.expect_quiet()

@@ -1,16 +1,16 @@
-"""The two clients that publish in the end-to-end test: `orvo`, and the application by its windows."""
+"""The two clients of the end-to-end test: `orvo`, and the application through its windows."""
 
 import json
 import os
 import subprocess
 import time
 
-from tab import expect  # Makes the folder of the next one known.
+from tab import expect  # Also adds the next module's folder to the path.
 from desktop import Desktop  # noqa: I001
 
 
 class Orvo:
-    """The terminal's program, with a library of its own below `folder`."""
+    """`orvo` with its own library below `folder`."""
 
     def __init__(self, program, folder, server):
         self.program = program
@@ -27,15 +27,15 @@ class Orvo:
         self("settings", "--server", address)
 
     def begin(self, project, origin):
-        """Begins to publish with a public link. The process."""
+        """Begins to publish with a public link; returns the process."""
         return self._start("publish", project, "--domain", origin, "--public-link")
 
     def publish(self, project, origin):
-        """The address of the public link."""
+        """Publishes; returns the address of the public link."""
         return self("publish", project, "--domain", origin, "--public-link")["url"]
 
     def move(self, project, origin):
-        """Permits this origin alone, and no link."""
+        """Restricts access to this origin, without a public link."""
         self("publish", project, "--only-access", "--domain", origin, "--private-link")
 
     def withdraw(self, project):
@@ -52,7 +52,7 @@ class Orvo:
 
 
 class Windows:
-    """The application on a desktop of its own, used by its buttons and the keyboard. It works in the library below `folder`."""
+    """The application on its own desktop, operated by its buttons and the keyboard. Uses the library below `folder`."""
 
     def __init__(self, program, hands, folder):
         self.program, self.library = program, folder / "library"
@@ -95,12 +95,12 @@ class Windows:
     def withdraw(self, _project):
         self.desktop.do("press", "Retirar publicación")
         self.desktop.do("see", "¿Retirar la publicación?")
-        self.desktop.key("Tab")  # The default keeps it.
+        self.desktop.key("Tab")  # The default button keeps the publication.
         self.desktop.key("Return")
         self.desktop.do("see", "Publicar")
 
     def photograph(self, file):
-        """What can be seen, for a test that fails."""
+        """Saves a screenshot, for failed tests."""
         self.desktop.photograph(file)
 
     def close(self):
@@ -108,7 +108,7 @@ class Windows:
         self.desktop.close()
 
     def _open(self, *arguments):
-        """Starts the application anew."""
+        """Restarts the application."""
         self._end()
         self.process = self.desktop.start(self.program, *arguments, ORVO_LIBRARY=str(self.library))
         self.desktop.focus_window("Orvo Video")

@@ -1,11 +1,11 @@
-"""Publishes to `orvo-server`, server and client killed in the middle, and watches the video in a browser: in an authorised page
-with tickets that end while it plays, in a foreign one, after the domains have changed and after it was withdrawn. Then the author
-publishes again and uses the administration page.
+"""Publishes to `orvo-server` while client and server are killed, and plays the video in a browser: on an authorised page while
+tickets expire, on a foreign page, after the domains have changed, and after the withdrawal. Then publishes again and uses the
+administration page.
 
 end_to_end.py ORVO ORVO_SERVER PLAYER_FOLDER [APPLICATION HANDS]
 
-The client is `orvo`, or the application by its windows, whose buttons HANDS presses; then the player and the administration page
-are not looked at once more.
+The client is `orvo`, or the application, whose buttons HANDS presses. With the application, skips the detailed checks of the
+player and the administration page.
 """
 
 import html
@@ -31,11 +31,11 @@ from in_browser import World, check_frame
 from make_package import lesson
 from tab import LIMIT, Site, Tab, expect, wait_for
 
-TICKET = 4  # Seconds that a ticket lasts.
+TICKET = 4  # Seconds that a ticket is valid.
 
 
 class Server:
-    """The built server with a data folder, which can be killed and started again at the same port."""
+    """The built server with a data folder; can be killed and restarted on the same port."""
 
     def __init__(self, program, folder):
         self.program, self.data = program, folder / "server"
@@ -60,7 +60,7 @@ class Server:
         self.process.wait()
 
     def status(self, path, credential=None):
-        """0 while nobody listens."""
+        """Returns the status of a request, or 0 while the server is down."""
         request = urllib.request.Request(f"http://127.0.0.1:{self.port}{path}")
         if credential:
             request.add_header("Authorization", f"Bearer {credential}")
@@ -72,19 +72,19 @@ class Server:
             return 0
 
     def media(self, page, site):
-        """Where the media lie for a viewer who opens the page in a frame of this site now."""
+        """Returns the media path of a new viewer in a frame of this site."""
         request = urllib.request.Request(page, headers={"Referer": f"{site}/", "Sec-Fetch-Dest": "iframe"})
         config = re.search('data-config="([^"]*)"', urllib.request.urlopen(request, timeout=LIMIT).read().decode())[1]
         return json.loads(html.unescape(config))["media"]
 
 
 def publish(client, server, project, origin):
-    """Publishes while first the client and then the server are killed, and once more to the end."""
+    """Begins to publish twice, killing first the client and then also the server, then publishes to the end."""
     for victim in ("client", "server"):
         seen = server.log.read_text().count('"route":"api/uploads')
         process = client.begin(project, origin)
         wait_for("an upload", lambda: server.log.read_text().count('"route":"api/uploads') > seen + 2 or process.poll() is not None)
-        expect(process.poll() is None, "the publication has ended by itself")
+        expect(process.poll() is None, "the publication ended before the kill")
         if victim == "server":
             server.kill()
             server.start()
@@ -100,23 +100,23 @@ def frame_of(tab):
 
 
 def watches(server, tab, page, site):
-    """Plays longer than several tickets live; captions, quality and seeking in the embedded player."""
+    """Plays past the life of a ticket; checks seeking and captions in the embedded player."""
     session = frame_of(tab)
-    # That of the player may have ended before a busy machine has drawn it.
-    expect(server.status(server.media(page, site) + "key.bin") == 200, "a ticket is worth nothing")
+    # Uses a new ticket: on a busy machine the player's own may expire before the page is drawn.
+    expect(server.status(server.media(page, site) + "key.bin") == 200, "a new ticket is refused")
     first = tab.run("JSON.parse(document.querySelector('[data-config]').dataset.config).media", session)
     tab.run("document.querySelector('.big').click(), watching.played(1)", session)
     begin = time.monotonic()
     wait_for("the first ticket's end", lambda: server.status(first + "key.bin") == 403)
     tab.run("watching.played(2)", session)
-    expect(time.monotonic() - begin < LIMIT, "it took too long")
+    expect(time.monotonic() - begin < LIMIT, "the ticket expired too late")
     tab.run("watching.video.pause()", session)
     for moment in (SECONDS * 0.9, 31.0):
         tab.run(f"watching.video.currentTime = {moment}", session)
         check_frame(tab, moment, session)
     word = tab.run("watching.until(() => document.querySelector('.captions .spoken')?.textContent)", session)
-    expect(word == spoken_at(31.0), f"{word} is marked")
-    expect(tab.run("watching.seen.message", session) == 0, "the viewer has seen a message")
+    expect(word == spoken_at(31.0), f"the word {word} is marked")
+    expect(tab.run("watching.seen.message", session) == 0, "the player showed a message")
     return session
 
 
@@ -137,10 +137,10 @@ def main():
         client.connect(server.address, server.credential)
         page = f"{server.address}/embed/{project.lower()}"
         site_code = f'<iframe src="{page}" style="width:960px;height:540px" allow="autoplay"></iframe>'
-        # Another site than the server's, which is localhost: its frame is a process of its own.
+        # Not localhost, which is the server's site: the browser runs the frame of another site in its own process.
         home, foreign = Site(site_code), Site(site_code)
-        told = publish(client, server, project, home.origin)
-        expect(told == f"{server.address}/watch/{project.lower()}", f"the address is {told}")
+        address = publish(client, server, project, home.origin)
+        expect(address == f"{server.address}/watch/{project.lower()}", f"the address is {address}")
 
         world = World(folder, folder, player, server.address, project.lower())
         tab = Tab(world.browser, home.origin)
@@ -151,9 +151,9 @@ def main():
         if not windows:
             in_browser.plays(world)
 
-        # The other page takes the first one's place; the player in the first one stops.
+        # Only the other page may embed the video now; the player in the first one stops.
         client.move(project, foreign.origin)
-        # It may have stopped already: then playing begins never.
+        # The player may have stopped already, so play() may fail.
         tab.run("watching.video.play().catch(() => {}), watching.video.currentTime = 75, watching.until(() => !document.querySelector('.message').hidden)", session)
         expect(server.status(f"/watch/{project.lower()}") == 404, "the link still works")
         moved = Tab(world.browser, foreign.origin)
@@ -162,7 +162,7 @@ def main():
 
         client.withdraw(project)
         moved.run("watching.video.currentTime = 75, watching.until(() => !document.querySelector('.message').hidden)", session)
-        expect(server.status(f"/embed/{project.lower()}") == 404, "it is still there")
+        expect(server.status(f"/embed/{project.lower()}") == 404, "the withdrawn video is still served")
         if not windows:
             orvo("set", project, "title", "Lección 3: <b>un vídeo</b>")
             client.publish(project, home.origin)

@@ -1,8 +1,8 @@
-"""The movie that the tests of the web pages play."""
+"""Describes the film that the tests of the web pages play."""
 
 COLOURS = ["red", "lime", "blue", "white", "yellow", "cyan", "magenta", "red", "lime", "blue", "white", "yellow", "cyan", "magenta", "red"]
-STEP = 6  # Seconds of each colour.
-RATE = 10  # Frames a second: what is rendered and encoded many times has few.
+STEP = 6  # Seconds per colour.
+RATE = 10  # Frames per second; low, because the film is rendered and encoded many times.
 SECONDS = STEP * len(COLOURS)
 SENTENCES = [
     (1.0, "Hola."),
@@ -10,11 +10,11 @@ SENTENCES = [
     (30.0, "Cada palabra sabe en qué momento se dijo."),
     (60.0, "Y eso es todo: tres < cuatro & «adiós»."),
 ]
-WORD = 0.4  # Seconds that each word takes.
+WORD = 0.4  # Seconds per word.
 
 
 def words():
-    """(start, end, text) of every word."""
+    """Returns (start, end, text) of every word."""
     return [(round(start + at * WORD, 3), round(start + (at + 1) * WORD, 3), text)
             for start, sentence in SENTENCES for at, text in enumerate(sentence.split())]
 

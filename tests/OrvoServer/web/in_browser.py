@@ -1,8 +1,8 @@
-"""Looks at the publishing server's pages in a real browser.
+"""Tests the publishing server's pages in a real browser.
 
 in_browser.py CASE PACKAGE WEB_FOLDER PLAYER_FOLDER
 
-The stand-in serves PACKAGE. `plays` also looks at a real server, for end_to_end.py.
+The stand-in serves PACKAGE. end_to_end.py runs `plays` against a real server.
 """
 
 import json
@@ -22,18 +22,18 @@ NO_MEDIA_SOURCE = "delete window.MediaSource; delete window.ManagedMediaSource; 
 def check_frame(tab, moment, session=None):
     tab.run("watching.settled()", session)
     shown = tab.run(f"watching.until(() => watching.colour() === '{colour_at(moment)}', 'the colour at {moment}')", session)
-    expect(shown, f"another frame at {moment} s")
+    expect(shown, f"wrong frame at {moment} s")
 
 
 def plays(world):
-    """Starts, shows phrases, seeks, changes the quality, follows keys and the transcript, and comes back to its place."""
+    """Plays, shows phrases, seeks, changes the quality, handles keys and the transcript, and resumes at its position."""
     tab = world.tab("embed")
     tab.watch()
-    expect(tab.run("watching.until(() => document.querySelector('.end').textContent)") == f"1:{SECONDS - 60:02}", "the length is not known")
+    expect(tab.run("watching.until(() => document.querySelector('.end').textContent)") == f"1:{SECONDS - 60:02}", "the duration is missing")
     tab.start()
     check_frame(tab, 1)
 
-    # A phrase of two lines, and the word that is spoken in it.
+    # Captions: at most two lines, with the spoken word marked.
     tab.run("watching.video.pause()")
     for moment in (3.5, 5.1, 31.0, 61.5):
         tab.run(f"watching.video.currentTime = {moment}")
@@ -55,16 +55,16 @@ def plays(world):
     tab.press(" ")
     expect(tab.run("watching.video.paused"), "the space bar does not pause")
     tab.press("m")
-    tab.run("watching.until(() => watching.video.muted && watching.button('Activar el sonido'), 'silence')")
+    tab.run("watching.until(() => watching.video.muted && watching.button('Activar el sonido'), 'the muted state')")
     tab.press("ArrowDown", "ArrowUp")
-    tab.run("watching.until(() => !watching.video.muted && watching.button('Silenciar'), 'the sound')")
+    tab.run("watching.until(() => !watching.video.muted && watching.button('Silenciar'), 'the unmuted state')")
     tab.press(">")
     expect(tab.run("watching.video.playbackRate") == 1.25, "the speed has not changed")
     tab.press("c")
     expect(tab.run("watching.phrase()") == [], "the captions are still shown")
     tab.press("c")
 
-    # The menu, by keys alone.
+    # The menu, with the keyboard.
     tab.run("watching.button('Ajustes').focus()")
     tab.run("watching.button('Ajustes').click()")
     tab.press("ArrowDown", "ArrowRight")
@@ -77,7 +77,7 @@ def plays(world):
     tab.press("Escape", "Escape")
     expect(tab.run("document.querySelector('.menu').hidden && document.activeElement.classList.contains('settings')"), "the menu is open")
 
-    # The transcript: searched without accents, clicked.
+    # The transcript: a search without accents, and a click.
     tab.run("watching.video.pause()")
     tab.press("t")
     tab.call("Input.insertText", text="pagina de un")
@@ -88,7 +88,7 @@ def plays(world):
     start = next(start for start, _, text in words() if text == "página")
     tab.run(f"watching.until(() => Math.abs(watching.video.currentTime - {start}) < 0.05)")
 
-    # The seek bar, by the pointer: its bubble, and a place in the last segment.
+    # The seek bar, with the pointer: the bubble, and a position near the end.
     tab.press("Escape", "Escape")
     x, y, width = tab.run("(() => { const box = document.querySelector('.seek').getBoundingClientRect(); "
                           "return [box.left, box.top + box.height / 2, box.width]; })()")
@@ -97,11 +97,11 @@ def plays(world):
     expect(tab.run("document.querySelector('.bubble span').textContent") == "1:13", "the bubble shows another time")
     tab.run("watching.until(() => document.querySelector('.bubble video.shown'), 'the preview')")
 
-    # The place and the choices are kept; only what was played is reported.
+    # Position and settings persist; reports contain only played tenths.
     tab.go(tab.run("location.href"))
     tab.watch()
-    place = tab.run("watching.until(() => document.querySelector('.now').textContent)")
-    expect(place == "1:13", f"comes back to {place}")
+    position = tab.run("watching.until(() => document.querySelector('.now').textContent)")
+    expect(position == "1:13", f"resumes at {position}")
     tab.start()
     check_frame(tab, SECONDS * 0.82)
     expect(tab.run("watching.video.playbackRate") == 1.25, "the speed is forgotten")
@@ -114,7 +114,7 @@ def plays(world):
 
 
 def splits_phrases(world):
-    """Phrases hold every word once, in order, in at most two lines, and do not overlap in time."""
+    """Phrases contain every word once, in order, on at most two lines, and do not overlap."""
     tab = world.tab("embed")
     module = tab.run("[...document.querySelectorAll('link')].find((one) => one.href.endsWith('/captions.js')).href")
     texts = {
@@ -131,28 +131,28 @@ def splits_phrases(world):
             for at, (start, end, word) in enumerate(said, 1))
         outcome = tab.run(f"import('{module}').then(({{ wordsOf, phrasesOf, paragraphsOf }}) => {{ const words = wordsOf({json.dumps(document)}); "
                           "return { words, phrases: phrasesOf(words), paragraphs: paragraphsOf(words) }; })")
-        expect([word["text"] for word in outcome["words"]] == text.split(), f"{name}: the words are others")
+        expect([word["text"] for word in outcome["words"]] == text.split(), f"{name}: wrong words")
         for kind in ("phrases", "paragraphs"):
             covered = [at for one in outcome[kind] for at in range(one["first"], one["last"] + 1)]
-            expect(covered == list(range(len(said))), f"{name}: the {kind} do not hold every word once")
+            expect(covered == list(range(len(said))), f"{name}: the {kind} do not contain every word once")
         shown = outcome["phrases"]
         for one, following in zip(shown, shown[1:] + [None]):
             lines = [text.split()[one["first"]:(one["second"] or one["last"] + 1)], text.split()[one["second"]:one["last"] + 1] if one["second"] else []]
             longest = max(len(" ".join(line)) for line in lines)
-            expect(longest <= 42 or one["first"] == one["last"], f"{name}: a line of {longest}")
+            expect(longest <= 42 or one["first"] == one["last"], f"{name}: a line of {longest} characters")
             expect(one["start"] < one["end"] and (not following or one["end"] <= following["start"]), f"{name}: {one} overlaps {following}")
         lonely = [one for one in shown[:-1] if one["first"] == one["last"]]
-        expect(not lonely or name == "a word longer than a line", f"{name}: alone {lonely}")
+        expect(not lonely or name == "a word longer than a line", f"{name}: phrases of one word {lonely}")
 
 
 def renews_tickets(world):
-    """Tickets that end while the film plays, earlier than announced too, and a renewal that fails for a while: nobody sees it."""
+    """Tickets expire during playback, also early, and renewals fail for a while: playback is not interrupted."""
     server = world.server
     server.life, server.real_life, server.delay = 6, 3.5, 1.5
     tab = world.tab("embed")
     tab.watch()
     tab.start()
-    tab.run("Object.assign(watching.seen, { spinner: 0 })")  # The first segment is waited for.
+    tab.run("Object.assign(watching.seen, { spinner: 0 })")  # Ignores the wait for the first segment.
     tab.run("watching.played(4)")
     server.renewal = 503
     tab.run("watching.played(3)")
@@ -160,15 +160,15 @@ def renews_tickets(world):
     tab.run("watching.played(5)")
     seen = tab.run("watching.seen")
     print(f"{server.renewals} renewals, {server.refused} refusals, {seen}")
-    expect(server.renewals >= 3 and server.refused >= 1, "no ticket has ended")
-    expect(seen == {"spinner": 0, "message": 0, "pauses": 0}, f"the viewer has seen it: {seen}")
+    expect(server.renewals >= 3 and server.refused >= 1, "no ticket expired")
+    expect(seen == {"spinner": 0, "message": 0, "pauses": 0}, f"playback was interrupted: {seen}")
     tab.press("8")
     check_frame(tab, SECONDS * 0.8 + 0.5)
     tab.expect_quiet()
 
 
 def survives_sleep(world):
-    """After a long sleep every ticket has ended; the film goes on where it was, also at a place that was not fetched."""
+    """After a long sleep all tickets have expired; playback continues, also at a position that was not fetched."""
     server = world.server
     tab = world.tab("embed")
     tab.watch()
@@ -179,11 +179,11 @@ def survives_sleep(world):
     check_frame(tab, SECONDS * 0.9)
     tab.press("k")
     tab.run("watching.played(1)")
-    expect(server.refused >= 1 and tab.run("watching.seen.message") == 0, "no ticket has ended, or the viewer has seen it")
+    expect(server.refused >= 1 and tab.run("watching.seen.message") == 0, "no ticket expired, or the player showed a message")
 
 
 def stops_when_withdrawn(world):
-    """Withdrawn while it plays: the film stops and the page says so, as the server's own page does for what does not exist."""
+    """The video is withdrawn during playback: the player stops with the message that the server shows for unknown videos."""
     server = world.server
     server.life = 6
     tab = world.tab("embed")
@@ -196,13 +196,13 @@ def stops_when_withdrawn(world):
     asked = len(server.requests)
     tab.press("k", "5", "l")
     tab.run("new Promise((done) => setTimeout(done, 300))")
-    expect(not [one for one in server.requests[asked:] if "/m/" in one[1]], "it still fetches")
+    expect(not [one for one in server.requests[asked:] if "/m/" in one[1]], "the player still fetches media")
     other = world.tab(f"embed/{VIDEO[:-1]}0")
-    expect(line in other.run("document.body.innerText"), "the server's page says something else")
+    expect(line in other.run("document.body.innerText"), "the server's page has another message")
 
 
 def reconnects(world):
-    """Without a connection what is there is played, then the page says what has happened; it goes on by itself."""
+    """Without a connection the player shows a message when the buffer ends, and continues by itself when it is back."""
     server = world.server
     tab = world.tab("embed")
     tab.watch()
@@ -210,7 +210,7 @@ def reconnects(world):
     server.media_away, server.renewal = True, 503
     tab.press("9")
     tab.run("watching.until(() => !document.querySelector('.message').hidden)")
-    expect("conexión" in tab.run("document.querySelector('.message').innerText"), "the message is another")
+    expect("conexión" in tab.run("document.querySelector('.message').innerText"), "wrong message")
     server.media_away, server.renewal = False, 200
     check_frame(tab, SECONDS * 0.9)
     tab.run("watching.until(() => document.querySelector('.message').hidden)")
@@ -226,10 +226,10 @@ def plays_without_storage(world):
 
 
 def plays_over_http(world):
-    """Over plain http there is no crypto.subtle: the film is decrypted all the same."""
+    """Without crypto.subtle, as over plain http, the player still decrypts the film."""
     tab = world.tab(world.address("embed").replace("127.0.0.1", "video.test"))
     tab.watch()
-    expect(tab.run("!isSecureContext && !globalThis.crypto.subtle"), "the page is a secure one")
+    expect(tab.run("!isSecureContext && !globalThis.crypto.subtle"), "the page is a secure context")
     tab.start()
     tab.press("5")
     check_frame(tab, SECONDS / 2)
@@ -237,7 +237,7 @@ def plays_over_http(world):
 
 
 def plays_in_sandbox(world):
-    """In a frame with scripts and nothing else, whose origin is "null"."""
+    """Plays in a frame that allows only scripts, whose origin is "null"."""
     site = Site(f'<iframe sandbox="allow-scripts" src="{world.address("embed")}" width="640" height="360"></iframe>', "localhost")
     world.server.life, world.server.real_life = 4, 3
     tab = world.tab(f"{site.origin}/")
@@ -252,9 +252,9 @@ def plays_in_sandbox(world):
 
 
 def plays_native_hls(world):
-    """Without Media Source the browser's own HLS plays, and is reloaded at its place when the ticket is renewed."""
+    """Without Media Source, the browser's native HLS plays and is reloaded at its position after each renewal."""
     server = world.server
-    # Long enough for a slow machine to open the film within one ticket: each renewal opens it again.
+    # A slow machine must open the film within the life of one ticket, since each renewal opens it again.
     server.life, server.real_life, server.delay = 15, 15, 1
     tab = world.tab("embed", before=NO_MEDIA_SOURCE)
     tab.watch()
@@ -265,7 +265,7 @@ def plays_native_hls(world):
     check_frame(tab, SECONDS / 2)
     tab.run("watching.until(() => watching.video.currentTime > 60)")
     check_frame(tab, tab.run("watching.video.pause(), watching.video.currentTime"))
-    expect(server.renewals >= 1, "nothing was renewed")
+    expect(server.renewals >= 1, "no ticket was renewed")
 
 
 def passes_axe(world):
@@ -300,7 +300,7 @@ def passes_axe(world):
 
 
 class World:
-    """The browser and the server: the stand-in, or a real one at this address with this video published from the package."""
+    """A browser and a server: the stand-in, or the real one at `address`, which has published `video`."""
 
     def __init__(self, package, web, player, address=None, video=VIDEO):
         self.player, self.video = Path(player), video

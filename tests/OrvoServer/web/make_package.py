@@ -1,6 +1,6 @@
-"""Makes the package that the tests of the web pages play, with `orvo`: make_package.py ORVO FOLDER
+"""Creates the package for the tests of the web pages with `orvo`: make_package.py ORVO FOLDER
 
-A movie of one colour for each six seconds, with a tone, and words that are said in it.
+The film shows one colour for six seconds each, with a tone and a list of words.
 """
 
 import json
@@ -16,7 +16,7 @@ from film import COLOURS, RATE, SECONDS, STEP, words
 
 
 def lesson(run, folder):
-    """The identifier of a new project in the library below `folder`, with the movie and the words. `run` asks `orvo`."""
+    """Creates a project with the film and the words in the library below `folder`; returns its identifier. `run` calls `orvo`."""
     movie = folder / "clase.mp4"
     inputs = [word for colour in COLOURS for word in
               ("-f", "lavfi", "-i", f"color={colour}:size=1280x720:rate={RATE}:duration={STEP}")]

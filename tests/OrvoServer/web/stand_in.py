@@ -1,9 +1,9 @@
-"""A publishing server that shows one package: pages, tickets, renewal and beats.
+"""A publishing server that serves one package: pages, tickets, renewal and beats.
 
-It stands in for the real one where a test needs what that cannot be made to do at a given moment: tickets that end early, a
-renewal that fails or is refused, a connection that is gone.
+Stands in for the real server where a test controls its faults: tickets that expire early, renewals that fail or are refused, and
+lost connections.
 
-stand_in.py PACKAGE WEB_FOLDER HLS [PORT] serves it until it is stopped.
+stand_in.py PACKAGE WEB_FOLDER HLS [PORT] serves the package until it is stopped.
 """
 
 import hashlib
@@ -26,19 +26,19 @@ POLICY = ("default-src 'none'; script-src 'self'; style-src 'self'; img-src 'sel
 
 
 class StandIn:
-    """`life` is what a ticket is said to last, `real_life` what it lasts, in seconds."""
+    """`life` is the announced life of a ticket, `real_life` the real one, in seconds."""
 
     def __init__(self, package, web, hls, port=0, prefix="/base"):
         self.package, self.web, self.hls, self.prefix = Path(package), Path(web), Path(hls), prefix
-        # The files as they are embedded in the program.
+        # Serves the files as the program embeds them.
         embed = importlib.util.spec_from_file_location("embed", self.web / "embed.py")
         module = importlib.util.module_from_spec(embed)
         embed.loader.exec_module(module)
         self.squeezed = module.squeezed
         self.life = self.real_life = 600
-        self.renewal = 200  # The status with which it answers renewals.
+        self.renewal = 200  # The status of responses to renewals.
         self.media_away = False
-        self.delay = 0  # Seconds that a segment takes.
+        self.delay = 0  # Seconds before a segment is sent.
         self.title, self.embedded = "Lección 3: «publicar» <b>un vídeo</b>", True
         self.tickets, self.grants = {}, set()
         self.requests, self.beats, self.renewals, self.refused = [], [], 0, 0
@@ -76,7 +76,7 @@ class Server(http.server.ThreadingHTTPServer):
     daemon_threads = True
 
     def handle_error(self, *_):
-        """A browser that has lost interest closes the connection."""
+        """Ignores connections that the browser has closed."""
 
 
 class Handler(http.server.BaseHTTPRequestHandler):
@@ -97,7 +97,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
     def answer(self, status, body, kind="application/json", headers=None):
         self.send_response(status)
-        # A page in a sandbox has the origin "null". The ticket is what permits.
+        # A sandboxed page has the origin "null", so the ticket is the permission.
         common = {"Content-Type": kind, "Content-Length": str(len(body)), "X-Content-Type-Options": "nosniff",
                   "Access-Control-Allow-Origin": "*", "Cache-Control": "no-store", **(headers or {})}
         for name, value in common.items():

@@ -1,4 +1,4 @@
-"""A browser without windows, and its tabs."""
+"""A headless browser and its tabs."""
 
 import http.server
 import json
@@ -11,11 +11,11 @@ from pathlib import Path
 HERE = Path(__file__).resolve().parent
 sys.path.insert(0, str(HERE.parents[1] / "support"))
 
-from devtools import LIMIT, DevTools, Failure, expect, wait_for  # noqa: E402, F401: it lies in another folder.
+from devtools import LIMIT, DevTools, Failure, expect, wait_for  # noqa: E402, F401: the module is in another folder.
 
 
 class Site:
-    """A web page with the player in it."""
+    """A web page that embeds the player."""
 
     def __init__(self, embed, host="127.0.0.1"):
         body = f"<!doctype html><title>Curso</title>{embed}".encode()
@@ -37,7 +37,7 @@ class Site:
 
 
 class Browser(DevTools):
-    """Knows the loopback address also as http://video.test, which unlike 127.0.0.1 is no secure context."""
+    """Resolves http://video.test to loopback, since that, unlike 127.0.0.1, is not a secure context."""
 
     def __init__(self, folder):
         super().__init__(
@@ -48,7 +48,7 @@ class Browser(DevTools):
 
 
 class Tab:
-    """A tab with a size, a language and scripts that run before the page's own. What the page complains about is kept."""
+    """A tab with a size, a language and a script that runs before the page's own. Keeps the errors of the page."""
 
     def __init__(self, browser, address, *, width=1280, height=720, scheme="dark", language="es-ES", before="", touch=False):
         self.browser = browser
@@ -89,7 +89,7 @@ class Tab:
             self.call("Input.dispatchMouseEvent", type=kind, x=x, y=y, button=button, clickCount=0 if button == "none" else 1)
 
     def start(self):
-        """Plays, by the large button."""
+        """Starts playback with the large button."""
         self.click(".big")
         self.run("watching.played(0.5)")
 
@@ -98,15 +98,15 @@ class Tab:
                 if event.get("sessionId") == self.session and event["method"] in methods]
 
     def expect_quiet(self):
-        """No exception, nothing that the content security policy has stopped, no request to anybody else."""
+        """Checks that there were no exceptions, no violations of the content security policy and no requests to other origins."""
         broken = [event["exceptionDetails"].get("exception", {}).get("description") for event in self.events("Runtime.exceptionThrown")]
         expect(not broken, f"exceptions {broken}")
         stopped = [event["entry"]["text"] for event in self.events("Log.entryAdded") if event["entry"]["source"] == "security"]
-        expect(not stopped, f"stopped by the policy: {stopped}")
+        expect(not stopped, f"blocked by the policy: {stopped}")
         here = self.run("location.origin")
         asked = {event["request"]["url"] for event in self.events("Network.requestWillBeSent")}
         foreign = [url for url in asked if not url.startswith((here + "/", "blob:", "data:"))]
-        expect(not foreign, f"asked others: {foreign}")
+        expect(not foreign, f"requests to other origins: {foreign}")
 
     def close(self):
         self.browser.call("Target.closeTarget", targetId=self.target)
@@ -115,7 +115,7 @@ class Tab:
         return self.browser.call(method, self.session, **parameters)
 
     def frame_session(self):
-        """The session of the frame from another site; its document is loaded, whatever it is."""
+        """Returns the session of the cross-site frame after its document has loaded."""
         session = self.browser.wait_for("Target.attachedToTarget", self.session)["sessionId"]
         end = time.monotonic() + LIMIT
         while time.monotonic() < end:
@@ -123,12 +123,12 @@ class Tab:
                 if self.run("document.readyState === 'complete' && location.href !== 'about:blank'", session):
                     break
             except Failure:
-                pass  # It goes from one document to the next.
+                pass  # The frame is navigating.
             time.sleep(0.1)
         return session
 
     def run(self, script, session=None):
-        """What the script's promise comes to."""
+        """Runs a script; returns the value of its promise."""
         return self.browser.run(script, session or self.session)
 
 

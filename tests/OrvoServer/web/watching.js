@@ -1,4 +1,4 @@
-// What the tests look at in the player's page.
+// Helpers with which the tests inspect the player's page.
 globalThis.watching = (() => {
   const video = document.querySelector("video");
   const seen = { spinner: 0, message: 0, pauses: 0 };
@@ -14,7 +14,7 @@ globalThis.watching = (() => {
   canvas.width = canvas.height = 1;
   const NAMES = { 100: "red", "010": "lime", "001": "blue", 111: "white", 110: "yellow", "011": "cyan", 101: "magenta" };
 
-  /** Waits for what a page does by itself; the limit is for what has failed. */
+  /** Waits until `condition` returns a true value and returns it; fails after two minutes. */
   async function until(condition, what = String(condition)) {
     const end = performance.now() + 120000;
     for (;;) {
