@@ -34,8 +34,8 @@ async function toggle() {
   }
 }
 
-// The permission page has what it asked for: closes it, and goes on in the tab that was to be recorded. The press of the
-// icon or of the shortcut there still lets the extension capture it.
+// Called when the permission is granted: closes the permission page and records the tab. The earlier press of the icon or the
+// shortcut still permits the capture.
 async function resume(page, tabId) {
   const tab = await chrome.tabs.get(tabId).catch(() => null);
   if (tab) {
@@ -46,7 +46,7 @@ async function resume(page, tabId) {
   if (tab && session.state === "idle") await session.start(tab, await storedOptions());
 }
 
-// After an installation, but neither an update nor a new start of the browser.
+// Opens only after an installation, not after an update.
 chrome.runtime.onInstalled.addListener(({ reason }) => {
   if (reason === "install") chrome.tabs.create({ url: "welcome.html" });
 });
@@ -93,7 +93,7 @@ chrome.runtime.onConnect.addListener((port) => {
   if (port.name === "recorder" && port.sender?.id === chrome.runtime.id) session.attachRecorder(port);
 });
 
-// A new page has lost the script.
+// A newly loaded page lacks the pointer script.
 chrome.tabs.onUpdated.addListener((tab, change) => {
   if (change.status === "complete") session.watchPointer(tab);
 });

@@ -21,7 +21,7 @@ export async function mayRecord({ microphone, camera }) {
   return true;
 }
 
-// Opens a page that requests the devices: the recorder has no window to do so. The recording of the tab goes on from there.
+// Opens a page that requests the devices, because the recorder has no window to do so. That page starts the recording.
 export async function requestPermission({ microphone, camera }, tab) {
   const query = new URLSearchParams({ microphone, camera, ...(tab?.id && { tab: tab.id }) });
   await chrome.tabs.create({ url: `permission.html?${query}` });

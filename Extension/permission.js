@@ -1,4 +1,4 @@
-// Requests microphone and camera once, then goes on with the recording.
+// Requests microphone and camera once, then starts the recording.
 
 const query = new URLSearchParams(location.search);
 const text = (key) => chrome.i18n.getMessage(key);

@@ -50,7 +50,7 @@ export class PieceQueue {
     return this.#unansweredTicks;
   }
 
-  // One at a time, so that chunks keep their order.
+  // Sends one chunk at a time to keep their order.
   async #pump() {
     if (this.#sending) return;
     this.#sending = true;

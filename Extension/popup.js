@@ -10,7 +10,7 @@ const everywhere = { origins: ["<all_urls>"] };
 
 let description = { state: "idle", failure: null, seconds: 0, finished: false };
 let since = Date.now();
-let listening = null; // To the microphone, before a recording: { stream, context, timer, device }.
+let listening = null; // The level meter before a recording: { stream, context, timer, device }.
 
 const ask = (action) => chrome.runtime.sendMessage({ to: "background", action });
 
@@ -30,7 +30,7 @@ function show(next) {
   const running = state === "recording" || state === "paused";
   element("state").textContent = text(state === "idle" && finished ? "state_finished" : `state_${state}`);
   element("time").hidden = state === "idle" || state === "starting";
-  form.hidden = state !== "idle"; // None of it can be changed while recording.
+  form.hidden = state !== "idle"; // The options are fixed while recording.
   element("open").hidden = state !== "idle" || !finished;
   element("record").textContent = text(state === "idle" ? "record" : "stop");
   element("record").disabled = state === "starting" || state === "stopping";
@@ -51,8 +51,8 @@ function showLevel(level) {
   meter.firstElementChild.style.width = `${level * 100}%`;
 }
 
-// Hears the chosen microphone while the popup waits for a recording, but only where that was permitted before: the question
-// would close the popup.
+// Measures the chosen microphone before a recording, but only if already permitted, because the permission prompt would close
+// the popup.
 async function listen() {
   const wanted = description.state === "idle" && form.microphone.checked;
   const device = form.microphoneDevice.value;
@@ -88,7 +88,7 @@ async function listen() {
   }, 100);
 }
 
-// The microphones have names only once one was permitted.
+// Browsers reveal the names of microphones only after the permission.
 async function showDevices() {
   const { microphoneDevice } = await storedOptions();
   const found = (await navigator.mediaDevices.enumerateDevices()).filter(({ kind, deviceId, label }) =>
@@ -155,7 +155,7 @@ const { height, fps, microphone, microphoneDevice, camera } = await storedOption
 form.height.value = height;
 form.fps.value = fps;
 form.microphone.checked = microphone;
-if (microphoneDevice) { // Until the microphones are listed.
+if (microphoneDevice) { // Shown until the microphones are listed.
   form.microphoneDevice.replaceChildren(new Option("", microphoneDevice));
   form.microphoneDevice.value = microphoneDevice;
 }

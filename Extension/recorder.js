@@ -1,5 +1,4 @@
-// The offscreen page that records. Sends the streams to the helper in chunks, and keeps nothing longer than it takes to
-// store it.
+// The offscreen page that records. Sends the streams to the helper in chunks and drops each chunk once it is stored.
 
 import { levelOf } from "./level.js";
 import { PieceQueue } from "./pieces.js";
@@ -14,7 +13,7 @@ const streams = [];
 const recorders = []; // { kind, recorder, startedAt }
 const queue = new PieceQueue((piece) => port.postMessage({ type: "chunk", ...piece }));
 let audio = null;
-let clock = null; // Of the recording.
+let clock = null; // The RecordingClock.
 let ending = false;
 let secondsEnding = 0;
 
@@ -98,7 +97,7 @@ async function open({ streamId, area, options }) {
 
   const sources = [{ kind: "screen", stream: tab, bits: size.width * size.height * 5 }];
   if (options.microphone) {
-    // One that is not plugged in is replaced by the usual one.
+    // Falls back to the default device if the chosen one is unplugged.
     const device = options.microphoneDevice;
     const stream = await navigator.mediaDevices.getUserMedia({ audio: device ? { deviceId: { ideal: device } } : true }).catch((error) => {
       throw { reason: "microphone", error };
@@ -191,7 +190,7 @@ async function begin() {
   }
 }
 
-// Every second until this page is closed: a helper that does not reply must block neither the recording nor its end.
+// Runs every second until the page closes, so that an unresponsive helper blocks neither the recording nor its end.
 function watch() {
   if (!ending) port.postMessage({ type: "progress", seconds: clock.seconds });
   else ++secondsEnding;

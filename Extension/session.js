@@ -12,7 +12,7 @@ export class Session {
   #pointer = { x: 0.5, y: 0.5 };
   #startedAt = 0;
   #seconds = 0; // Recorded before the last pause.
-  #level = 0; // Of the microphone, 0 to 1.
+  #level = 0; // The microphone's level, 0 to 1.
 
   state = "idle";
   failure = null;
@@ -50,7 +50,7 @@ export class Session {
       });
       this.#plan = { type: "record", streamId, title: tab.title ?? "", area, options };
       await this.#openHelper();
-      // A page left behind by a worker that the browser stopped.
+      // Closes a page that a stopped worker has left behind.
       await chrome.offscreen.closeDocument().catch(() => {});
       await chrome.offscreen.createDocument({
         url: "recorder.html",

@@ -6,7 +6,7 @@ document.title = text("name");
 document.documentElement.lang = text("language");
 for (const labelled of document.querySelectorAll("[data-text]")) labelled.textContent = text(labelled.dataset.text);
 
-// A command without a combination has lost it to another extension.
+// A command has no shortcut if another extension uses the same keys.
 for (const { name, description, shortcut } of await chrome.commands.getAll()) {
   if (name.startsWith("_")) continue;
   const [key, meaning] = [document.createElement("dt"), document.createElement("dd")];
@@ -16,7 +16,7 @@ for (const { name, description, shortcut } of await chrome.commands.getAll()) {
 }
 document.getElementById("shortcuts").addEventListener("click", () => chrome.tabs.create({ url: "chrome://extensions/shortcuts" }));
 
-// The first call also tells the application that the extension is here.
+// The first call also informs the application that the extension is installed.
 const isThere = await chrome.runtime.sendMessage({ to: "background", action: "helper" });
 const shown = document.getElementById("connected");
 shown.textContent = text(isThere ? "welcomeConnected" : "help_missing");

@@ -9,7 +9,7 @@
 
 namespace orvo::server {
 
-/// One SQLite file in WAL mode with full synchronisation.
+/// An SQLite file in WAL mode with full synchronisation.
 class SqliteDatabase final : public Database {
 public:
     /// Opens the file or creates it. Throws `DatabaseError`.

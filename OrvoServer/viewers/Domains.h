@@ -23,7 +23,7 @@ struct Origin {
 /// The origin of an http or https address; nullopt for any other. The host may be an international name.
 std::optional<Origin> originOf(std::string_view address);
 
-/// One entry of an author's list: an origin, or the subdomains of a host.
+/// An entry of an author's list: an origin, or the subdomains of a host.
 struct AuthorisedDomain {
     Origin origin;
     bool isWildcard = false; ///< "*.": all subdomains of the host, but not the host itself.

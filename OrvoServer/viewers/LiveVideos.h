@@ -11,7 +11,7 @@
 
 namespace orvo::server {
 
-/// What viewers may currently see of a video.
+/// The state of a video that viewers may see.
 struct LiveVideo {
     bool isPublished = false;
     VideoRecord record; ///< Empty for an unknown video.

@@ -10,7 +10,7 @@
 
 namespace orvo::server {
 
-/// What a viewer may fetch.
+/// The right of a viewer to fetch one revision of a video.
 struct Permission {
     enum class Through : std::uint8_t {
         embedding, ///< A page of an authorised domain.

@@ -52,7 +52,7 @@ function lineBreak(words, first, last) {
   return first === last ? { fits: true, at: null } : best;
 }
 
-/** Splits a run of words without long pauses into phrases of minimum total cost, which avoids phrases of a single word. */
+/** Splits a run of words without long pauses into phrases at minimum total cost, which penalises phrases of a single word. */
 function phrasesOfRun(words, first, last) {
   const best = new Array(last - first + 2).fill(null);
   best[0] = { cost: 0 };

@@ -8,7 +8,7 @@ function policy(ticket, { firstByte, whole, retries }) {
       ticket.expired();
       return count < MAX_REFUSALS;
     }
-    // 0 is a failed connection, which hls.js retries only when the browser knows that it is offline.
+    // Status 0 is a failed connection, which hls.js retries only if the browser knows that it is offline.
     const again = otherwise || (response?.code === 0 && count < maxNumRetry);
     if (count > 0) ticket.dispatchEvent(new Event("unreachable"));
     return again;
