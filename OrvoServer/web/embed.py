@@ -1,7 +1,7 @@
 """Writes the C++ file with the embedded web pages: embed.py OUTPUT FILE...
 
-The output depends only on the contents of the files. Strips comments and indentation from our own files: a tenth of what a viewer
-would fetch.
+The output depends only on the contents of the files. Strips comments and indentation from our own files, which saves viewers a
+tenth of the download.
 """
 
 import gzip
@@ -16,7 +16,7 @@ LINE = 4096  # Bytes per literal; the compiler joins adjacent ones.
 
 
 def squeezed(name, data):
-    """A script or style without comments and indentation. Scripts must not contain multi-line template literals."""
+    """Returns a script or style without comments and indentation. Scripts must not contain multi-line template literals."""
     text = data.decode()
     if name.endswith(".js") and not name.endswith(".min.js"):
         text = re.sub(r"^\s*/\*.*?\*/\s*?\n|^\s*//[^\n]*\n", "", text, flags=re.S | re.M)
@@ -30,7 +30,7 @@ def squeezed(name, data):
 
 
 def literal(data):
-    """A std::string_view of the bytes."""
+    """Returns the bytes as a C++ literal of type std::string_view."""
     if not data:
         return "{}"
     # Always three digits, so that a following digit is not part of the escape. "?" could start a trigraph.
