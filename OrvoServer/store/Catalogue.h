@@ -107,7 +107,7 @@ public:
     /// Returns nullopt if the revision is unknown, withdrawn or collected.
     std::optional<std::vector<FileRecord>> filesOf(const std::string& revision);
     std::optional<FileRecord> findUpload(const std::string& upload);
-    /// Returns the video of a revision, or nullopt as `filesOf`.
+    /// Returns the video of a revision, or nullopt like `filesOf`.
     std::optional<std::string> videoOf(const std::string& revision);
 
     void markReceived(const std::string& upload, bool isVerified);
@@ -123,7 +123,7 @@ public:
     void markStored(const std::string& upload, const std::string& key);
     void setDuration(const std::string& revision, std::int64_t milliseconds);
 
-    /// Clears errors and marks the revision as storing. Returns false where `filesOf` returns nullopt.
+    /// Clears errors and marks an open revision as storing. Returns false where `filesOf` returns nullopt.
     bool retry(const std::string& revision);
     /// Files that have arrived and are not stored yet.
     std::vector<FileRecord> waitingFiles(const std::string& revision);
