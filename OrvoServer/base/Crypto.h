@@ -54,7 +54,7 @@ public:
     RunningSha256& operator=(RunningSha256&&) noexcept;
 
     void add(std::span<const std::uint8_t> bytes);
-    /// The digest as hexadecimal digits. Call nothing afterwards.
+    /// Returns the digest as hexadecimal digits. The object cannot be used afterwards.
     std::string finish();
 
 private:

@@ -287,7 +287,7 @@ asio::awaitable<Response> Connection::stream(const Plan::Stream& plan, const Req
     std::uint64_t left = request.contentLength;
     bool isWanted = true;
     while (left > 0 && isWanted) {
-        // Collects a full step before passing it on, or what has arrived when the client disconnects.
+        // Passes on full steps, and the received rest if the client disconnects.
         std::size_t filled = 0;
         const std::size_t step = std::min<std::uint64_t>(left, buffer.size());
         while (filled < step) {

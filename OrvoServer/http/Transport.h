@@ -54,7 +54,7 @@ private:
     enum class Direction : std::uint8_t { read, write };
 
     boost::asio::awaitable<bool> ready(Direction direction, std::chrono::milliseconds patience);
-    /// Waits for what OpenSSL needs after `result`; false ends the connection.
+    /// Waits for the readiness that `result` requests; returns false if the connection must end.
     boost::asio::awaitable<bool> readyForTls(int result, std::chrono::milliseconds patience);
 
     Socket m_socket;

@@ -166,7 +166,7 @@ AuthorisedDomains AuthorisedDomains::usable(const std::vector<std::string>& type
         try {
             domains.add(text);
         } catch (const Error&) {
-            // Checked when it was entered; if the rules have become stricter since, it must not open anything.
+            // The entry was valid when stored. If the rules are stricter now, it grants nothing.
         }
     }
     return domains;

@@ -111,7 +111,7 @@ Plan ViewerRoutes::pagePlan(const Request& request, const std::string& video, Pe
 
 Response ViewerRoutes::unavailable(const Request& request, const LiveVideo& video) const
 {
-    // Only sites that may embed the video show this page. Every other site gets what it gets for an unknown video.
+    // Only sites that may embed the video can frame this page. For all others it equals that of an unknown video.
     return m_parts.pages.page(404, "unavailable.html",
         {.lang = languageOf(request.headers["Accept-Language"]), .frameAncestors = video.domains.frameAncestors()});
 }
@@ -128,7 +128,7 @@ Response ViewerRoutes::playerPage(const Request& request, const LiveVideo& video
     if ((!isFramed && !isOpened) || (isOpened && !video.record.access.publicLink))
         return unavailable(request, video);
     if (isFramed) {
-        // The browser rejects foreign pages. This only counts where they are.
+        // The browser rejects foreign pages; the server only counts them.
         if (const auto page = originOf(request.headers["Referer"]);
             page && !video.domains.allows(*page) && page->text() != m_settings.address)
             m_parts.statistics.refused(video.record.id, page->text());

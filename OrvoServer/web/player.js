@@ -383,7 +383,7 @@ class Player {
     this.overlays.spinner.hidden = true;
   }
 
-  /** Shows a problem only when playback stops: what is buffered still plays. */
+  /** Shows a problem only when playback stops, because the buffer still plays. */
   #showTrouble() {
     if (!this.#trouble || this.ticket.refused) return;
     if (this.#trouble === "media") {

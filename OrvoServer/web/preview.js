@@ -32,7 +32,7 @@ export class Preview {
   show(moment) {
     this.#wanted = moment;
     clearTimeout(this.#timer);
-    // A pointer that only crosses the bar must cost nothing.
+    // Ignores a pointer that only crosses the bar.
     this.#timer = setTimeout(() => {
       this.#open(moment);
       if (!this.video.seeking) this.#seek();

@@ -2,7 +2,7 @@ import { clock, element } from "./dom.js";
 import { Preview } from "./preview.js";
 import { text } from "./texts.js";
 
-/** The seek bar: a slider that shows what is buffered, and a bubble with the time and frame under the pointer. */
+/** The seek bar: a slider that shows the buffer, and a bubble with the time and frame under the pointer. */
 export class SeekBar {
   #dragged = null;
   #preview = null;

@@ -23,7 +23,7 @@ export function settings(ticket, more = {}) {
   return {
     autoStartLoad: false,
     renderTextTracksNatively: false,
-    // A viewer who leaves has fetched at most a minute too much.
+    // Limits the wasted data of a viewer who leaves to one minute.
     maxMaxBufferLength: 60,
     backBufferLength: 60,
     manifestLoadPolicy: list,
@@ -77,7 +77,7 @@ export class MediaSourceStream extends EventTarget {
     return this.#hls.autoLevelEnabled ? -1 : this.#hls.nextLevel;
   }
 
-  /** Selects an index of `levels`, or -1 for automatic. Drops what is buffered in another quality. */
+  /** Selects an index of `levels`, or -1 for automatic. Drops the buffer of other qualities. */
   set quality(level) {
     if (this.#started) this.#hls.nextLevel = level;
     else this.#hls.startLevel = this.#hls.loadLevel = level;
