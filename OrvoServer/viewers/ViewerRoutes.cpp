@@ -111,7 +111,7 @@ Plan ViewerRoutes::pagePlan(const Request& request, const std::string& video, Pe
 
 Response ViewerRoutes::unavailable(const Request& request, const LiveVideo& video) const
 {
-    // Only sites that may embed the video can frame this page. For all others it equals that of an unknown video.
+    // Only sites that may embed the video can frame this page. Elsewhere the browser blocks it, as for an unknown video.
     return m_parts.pages.page(404, "unavailable.html",
         {.lang = languageOf(request.headers["Accept-Language"]), .frameAncestors = video.domains.frameAncestors()});
 }
