@@ -115,11 +115,17 @@ void BridgeSession::handle(const Stop& stop)
 
 void BridgeSession::handle(const Open& open)
 {
-    if (!m_store)
-        m_store.emplace(m_libraryRoot);
-    m_store->load(open.project); // Throws when there is no such project.
-    if (m_openProject)
-        m_openProject(open.project);
+    // A project that cannot be opened must not end a recording.
+    try {
+        if (!m_store)
+            m_store.emplace(m_libraryRoot);
+        m_store->load(open.project);
+        if (m_openProject)
+            m_openProject(open.project);
+    } catch (const std::exception& error) {
+        give(Failure::library, describe(error));
+        return;
+    }
     m_answer(answer::opened(open.project));
 }
 

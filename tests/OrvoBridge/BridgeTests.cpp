@@ -250,7 +250,9 @@ TEST_F(Bridge, RecordsOneTabAtATime)
     EXPECT_THAT(*bridge.answer(), HasSubstr("started"));
     bridge.send(startScreen);
     EXPECT_THAT(*bridge.answer(), HasSubstr(R"("reason":"busy")"));
-    // The first recording continues.
+    // The first recording continues, also when another project cannot be opened.
+    bridge.send(R"({"type":"open","project":"6F9619FF-8B86-D011-B42D-00CF4FC964FF"})");
+    EXPECT_THAT(*bridge.answer(), HasSubstr(R"("reason":"library")"));
     bridge.send(chunkMessage("screen", 0, "abc"));
     EXPECT_THAT(*bridge.answer(), HasSubstr("written"));
     // Another browser starts its own helper.
