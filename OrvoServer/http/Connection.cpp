@@ -71,6 +71,8 @@ std::string_view reasonOf(unsigned status)
         return "Request Header Fields Too Large";
     case 500:
         return "Internal Server Error";
+    case 502:
+        return "Bad Gateway";
     case 503:
         return "Service Unavailable";
     case 507:
