@@ -353,13 +353,16 @@ const QString& ProsePage::wholeText() const
         m_textPlaces.reserve(m_words.size() + 1);
         std::size_t next = 0;
         for (const auto& paragraph : m_paragraphs) {
+            QChar separator = u'\n';
             for (; next < paragraph.end; ++next) {
                 const bool isShown = m_flow.isShown(next);
                 if (isShown && !m_wholeText.isEmpty())
-                    m_wholeText += next == paragraph.first ? u'\n' : u' ';
+                    m_wholeText += separator;
                 m_textPlaces.push_back(static_cast<int>(m_wholeText.size()));
-                if (isShown)
+                if (isShown) {
                     m_wholeText += m_texts[next];
+                    separator = u' ';
+                }
             }
         }
         m_textPlaces.push_back(static_cast<int>(m_wholeText.size()));

@@ -1,5 +1,6 @@
 #include "EditorFixture.h"
 #include "OrvoVideo/editor/ProsePage.h"
+#include "VideoCore/Transcript.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -362,6 +363,13 @@ TEST_F(ProseTests, ExposesATextWithACaretToAssistiveTechnology)
     EXPECT_EQ(whole.mid(start, end - start), "vamos a");
     EXPECT_TRUE(text.attributes(5, &start, &end).contains("line-through"));
     EXPECT_TRUE(text.attributes(static_cast<int>(whole.indexOf("eh")), &start, &end).contains("underline"));
+
+    // A hidden first word takes no paragraph break with it.
+    const auto second = Transcript::paragraphs(project().edit.words.items()).at(1).first;
+    reader().cutSpan(project().edit.words[second].start, project().edit.words[second].end);
+    page().setCutHidden(true);
+    EXPECT_TRUE(waitUntil([&] { return text.characterCount() < whole.size(); }));
+    EXPECT_EQ(text.text(0, text.characterCount()).count(u'\n'), 2);
 }
 
 } // namespace
