@@ -1,11 +1,16 @@
 #include "Platform/settings/StoredSettings.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoCore/FileIO.h"
+#include "VideoCore/FileLock.h"
 
 #include <cstdlib>
+#include <fcntl.h>
+#include <format>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace orvo::test {
@@ -19,6 +24,17 @@ class StoredSettingsTests : public testing::Test {
 protected:
     StoredSettingsTests() { ::setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1); }
     ~StoredSettingsTests() override { ::unsetenv("XDG_CONFIG_HOME"); }
+
+    /// Whether the kernel lists a blocked flock(2) of this process.
+    static bool waitsForALock()
+    {
+        std::ifstream locks("/proc/locks");
+        for (std::string line; std::getline(locks, line);) {
+            if (line.contains("-> FLOCK") && line.contains(std::format(" {} ", ::getpid())))
+                return true;
+        }
+        return false;
+    }
 
     TemporaryFolder folder;
 };
@@ -76,6 +92,21 @@ TEST_F(StoredSettingsTests, RemembersWithoutWaitingForTheDisk)
     StoredSettings::remember("height", "100");
     StoredSettings::finish();
     EXPECT_THAT(readFile(StoredSettings::file()), HasSubstr(R"("width": "300")"));
+
+    // Values that arrive while a write waits and then fails: the newest one stays.
+    fs::remove(StoredSettings::file());
+    fs::create_directory(StoredSettings::file());
+    {
+        FileLock other(UniqueFd(::open((folder / "OrvoVideo").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
+        other.lock();
+        StoredSettings::remember("width", "400");
+        while (!waitsForALock())
+            std::this_thread::yield();
+        StoredSettings::remember("width", "500");
+    }
+    StoredSettings::finish();
+    EXPECT_EQ(StoredSettings::text("width"), "500");
+    fs::remove(StoredSettings::file());
 }
 
 } // namespace
