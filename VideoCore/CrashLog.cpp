@@ -21,11 +21,11 @@ namespace {
 constexpr std::array fatal{SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 constexpr std::size_t stackBytes = std::size_t{64} * 1024;
 
-// The handler may only use what was there before.
+// Prepared in advance: a signal handler must not allocate.
 std::array<char, PATH_MAX> s_folder{};
 std::array<char, PATH_MAX> s_file{};
 std::array<char, 128> s_heading{};
-std::array<char, stackBytes> s_stack{}; ///< A stack overflow leaves none of the usual one.
+std::array<char, stackBytes> s_stack{}; ///< For the handler: after an overflow the normal stack is full.
 
 void print(int descriptor, const char* text)
 {
@@ -39,7 +39,7 @@ void print(int descriptor, const char* text)
     }
 }
 
-/// Only calls functions that POSIX allows in a handler, and `backtrace`, which was loaded before.
+/// The signal handler. Calls only functions that POSIX allows there, and `backtrace`, whose library is already loaded.
 void write(int signal)
 {
     ::mkdir(s_folder.data(), 0700);
@@ -85,7 +85,7 @@ void install(const char* version)
     copy(file().string(), s_file);
     copy(std::string("Orvo Video ") + version + "\nSIG", s_heading);
     std::array<void*, 1> loaded{};
-    ::backtrace(loaded.data(), loaded.size()); // Loads its library, which a handler must not do.
+    ::backtrace(loaded.data(), loaded.size()); // Loads the library now, because a handler must not.
     const stack_t stack{.ss_sp = s_stack.data(), .ss_flags = 0, .ss_size = s_stack.size()};
     ::sigaltstack(&stack, nullptr);
     struct sigaction action{};

@@ -2,14 +2,14 @@
 
 #include <filesystem>
 
-/// What a program leaves behind when it crashes, and only then.
+/// The log that a program writes when it crashes, and only then.
 namespace orvo::CrashLog {
 
 /// "cierre.txt" in "OrvoVideo" in the XDG state folder. It exists only after a crash.
 std::filesystem::path file();
 
-/// From now on a fatal signal (SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT) replaces the log before it ends the program as it
-/// would otherwise. `version` is written into it. Call once, on the main thread.
+/// Installs a handler that replaces the log on a fatal signal (SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT); the signal then
+/// ends the program as usual. The log names `version`. Call once, on the main thread.
 void install(const char* version);
 
 } // namespace orvo::CrashLog

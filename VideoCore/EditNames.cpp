@@ -21,12 +21,12 @@ namespace {
 using Names = std::vector<std::string>;
 using Spans = std::vector<TimeSpan>;
 
-constexpr double minChange = 0.001; ///< Of the cuts, in seconds.
+constexpr double minChange = 0.001; ///< Seconds; smaller differences between cuts are ignored.
 constexpr std::size_t maxQuote = 24; ///< Characters of a text that a name quotes.
 
-/// A noun that counts.
+/// The singular and plural of a noun.
 struct Noun {
-    std::string_view one; ///< With its article.
+    std::string_view one; ///< With the article.
     std::string_view many;
 };
 constexpr Noun wordNoun{.one = "una palabra", .many = "palabras"};
@@ -54,7 +54,7 @@ std::string secondsText(double seconds)
     return text;
 }
 
-/// A text in quotes, on one line and not longer than a name can be.
+/// A text in quotes, on one line, shortened to `maxQuote` characters.
 std::string inQuotes(std::string_view text)
 {
     std::string result;
@@ -68,7 +68,7 @@ std::string inQuotes(std::string_view text)
     return std::format("«{}»", result);
 }
 
-/// What of some disjoint sorted spans is not in others.
+/// The parts of `spans` that are not in `others`. Both are disjoint and sorted.
 Spans without(const Spans& spans, const Spans& others)
 {
     Spans result;
@@ -87,7 +87,7 @@ Spans without(const Spans& spans, const Spans& others)
     return result;
 }
 
-/// What became cut (or, the other way round, was restored): `changed` is cut in `with` and not in `before`.
+/// Names the cutting of `changed`, which is cut in `with` and not in `before`; or, with these swapped, its restoration.
 std::string nameOfCut(const VideoProject& project, const Spans& changed, const Spans& before, const Spans& with, bool isCut)
 {
     std::size_t words = 0;
@@ -115,8 +115,7 @@ std::string nameOfCut(const VideoProject& project, const Spans& changed, const S
     bool isWhole = true;
     const auto isInPause = [&](const TimeSpan& span) {
         const auto pause = std::ranges::upper_bound(pauses, span.start, {}, [](const auto& each) { return each.span.end; });
-        if (pause == pauses.end() || span.start < pause->span.start - minChange
-            || span.end > pause->span.end + minChange)
+        if (pause == pauses.end() || span.start < pause->span.start - minChange || span.end > pause->span.end + minChange)
             return false;
         isWhole = isWhole && Transcript::remaining(pause->span, with) < 0.05;
         return true;
@@ -180,7 +179,7 @@ void nameWords(const SharedList<TranscriptWord>& before, const SharedList<Transc
         names.push_back(counted("corregir", corrected, wordNoun));
 }
 
-/// The records that only one of two lists has, and those that are in both with other values.
+/// The records in only one of two lists, and those in both whose values differ.
 template <typename T> struct Difference {
     std::vector<const T*> added;
     std::vector<const T*> removed;

@@ -4,12 +4,12 @@
 
 #include <string>
 
-/// What an edit has done, in words for the author.
+/// Names of edits, for the author.
 namespace orvo::EditNames {
 
 /// Names the change from one version of a project to the next in Spanish, in lower case and with a verb first: "cortar 3
-/// palabras". It depends on the two versions alone, so that every edit has a name, whoever made it. Empty when they show the
-/// same (dates do not count); "varios cambios" for changes of several kinds.
+/// palabras". Depends only on the two versions, so that every edit has a name, whichever function made it. Returns an empty
+/// text when the versions differ in nothing but dates, and "varios cambios" for changes of several kinds.
 std::string nameOf(const ProjectChange& change);
 
 } // namespace orvo::EditNames

@@ -31,20 +31,20 @@ bool moveCut(VideoProject& project, TimeSpan stored, TimeSpan span);
 /// Replaces the text of a word. Returns false and changes nothing when no word has this identifier.
 bool correctWord(VideoProject& project, const Uuid& id, std::string text);
 
-// The words as a text (TranscriptEdits.cpp).
+// Edits of the transcript (TranscriptEdits.cpp).
 
 /// Cuts the words with these identifiers, each from its start to its end.
 void cutWords(VideoProject& project, std::span<const Uuid> ids);
 
-/// What a shortened pause keeps, in seconds.
+/// The length of a shortened pause, in seconds.
 inline constexpr double shortenedPause = 0.3;
-/// What restoring leaves of a cut vanishes with it when it is shorter than this, in seconds.
+/// Restoring part of a cut also restores remainders shorter than this, in seconds.
 inline constexpr double minRest = 0.12;
 
 /// The stretch of these words, from the beginning of the first to the end of the last. The range must not be empty.
 TimeSpan spanOf(std::span<const TranscriptWord> words, const Transcript::WordRange& range);
 
-/// Takes the stretch out of every cut. What was cut around it stays cut, unless it is shorter than `shortestRest`.
+/// Takes the stretch out of every cut. The remainders on both sides stay cut unless they are shorter than `minRest`.
 void restorePart(VideoProject& project, TimeSpan span);
 
 /// Cuts every filler word that is not cut. Returns how many.
@@ -56,14 +56,14 @@ struct Shortening {
     double seconds = 0;
 };
 
-/// Cuts the middle of a pause so that `shortenedPause` of it remains, unless not more is left of it.
+/// Cuts the middle of a pause so that `shortenedPause` of it remains. Does nothing if no more than that is left.
 Shortening shortenPause(VideoProject& project, TimeSpan pause);
 
-/// As `shortenPause` for every pause of which more than `longerThan` seconds are left.
+/// Shortens every pause of which more than `longerThan` seconds are left.
 Shortening shortenPauses(VideoProject& project, double longerThan);
 
-/// Replaces what was found in the words of this project by another text. Its words take the places of the words found; the
-/// last one takes what is over, be it words or places. A text of blanks changes nothing. Returns how many were replaced.
+/// Replaces every hit by `text`, word by word. Surplus new words join the last word found; surplus old words are removed,
+/// and the last new word takes over their time. A text of blanks changes nothing. Returns how many hits were replaced.
 std::size_t replaceText(VideoProject& project, std::span<const TextSearch::Hit> hits, std::string_view text);
 
 /// An overlay shown from `playhead` on, with the default place and width.
@@ -83,10 +83,10 @@ std::size_t removeOverlay(VideoProject& project, const Uuid& id);
 bool setEventValue(VideoProject& project, const Uuid& id, double PointerEvent::* field, double value);
 bool setOverlayValue(VideoProject& project, const Uuid& id, double Overlay::* field, double value);
 bool setVolume(VideoProject& project, const Uuid& trackId, double value);
-/// As these, for the text of a text overlay; an image has none.
+/// The same for the text of a text overlay. Returns false for an image.
 bool setOverlayText(VideoProject& project, const Uuid& id, std::string text);
 
-/// The boolean or number field of a record with this document key; null when it has none. For `EditState`, `Overlay` and
+/// The boolean or number field of a record with this document key, or nullptr. For `EditState`, `Overlay` and
 /// `PointerEvent`.
 template <typename Value, typename Record> Value Record::* fieldNamed(std::string_view key);
 

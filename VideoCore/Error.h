@@ -32,11 +32,11 @@ Error captureError(const std::string& message);
 
 /// Thrown by blocking work that was asked to stop through its `std::stop_token`.
 ///
-/// No failure, so neither an `Error` nor a `std::exception`: a handler of failures cannot take it for one. Threads and
-/// callbacks of C libraries that call such work catch it by its own type.
+/// Cancelling is not a failure, so this is neither an `Error` nor a `std::exception`: handlers of failures do not catch it.
+/// Threads and callbacks of C libraries that call such work catch it by its own type.
 class Cancelled {
 public:
-    /// What the user is told, in Spanish.
+    /// The message for the user, in Spanish.
     static constexpr const char* text = "Operación cancelada";
 };
 

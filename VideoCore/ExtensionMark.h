@@ -2,10 +2,10 @@
 
 namespace orvo::ExtensionMark {
 
-/// Whether a browser's extension has called the helper of this user before. Any thread.
+/// Whether the browser extension has ever connected to this user's helper. Any thread.
 bool exists();
 
-/// Notes that it has. Returns whether this is the first time; false, too, where nothing can be written. Any thread.
+/// Records a connection. Returns whether it is the first one; false also when the mark cannot be written. Any thread.
 bool leave() noexcept;
 
 } // namespace orvo::ExtensionMark

@@ -61,7 +61,7 @@ std::string timeLabel(double seconds)
 
 std::string exactTimeLabel(double seconds)
 {
-    constexpr double rounding = 1e-6; // A tenth that is written in binary may lie below itself.
+    constexpr double rounding = 1e-6; // The binary form of a tenth may be slightly less than it.
     const auto tenths = std::isfinite(seconds) ? static_cast<long long>(std::max(seconds * 10 + rounding, 0.0)) : 0;
     const auto whole = tenths / 10;
     return std::format("{},{}", timeLabel(static_cast<double>(whole)), tenths % 10);

@@ -17,7 +17,7 @@ std::string_view trackLabel(TrackKind kind);
 /// A size in bytes as people read it, in decimal units: "950 bytes", "300 kB", "7,5 MB".
 std::string sizeLabel(double bytes);
 
-/// Whole minutes and seconds: "62:05". Values that are no time are "00:00".
+/// Whole minutes and seconds: "62:05". NaN and infinity give "00:00".
 std::string timeLabel(double seconds);
 /// With tenths, which are truncated: "62:05,4".
 std::string exactTimeLabel(double seconds);

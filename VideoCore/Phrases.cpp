@@ -186,7 +186,7 @@ std::vector<Phrase> of(const VideoProject& project)
         const auto breakAt = joinedLength(own) <= maxLineLength ? std::nullopt : lineBreak(own);
         phrase.lines =
             breakAt ? std::vector{joined(own.first(*breakAt)), joined(own.subspan(*breakAt))} : std::vector{joined(own)};
-        // Stays longer than it is spoken, for slow readers, where there is room.
+        // For slow readers, a phrase stays longer than it is spoken where there is room.
         const double wanted =
             phrase.start + std::clamp(static_cast<double>(joinedLength(own)) / maxRate, minDuration, maxDuration);
         const double room = at < words.size() ? words[at].start : std::max(end, phrase.end);

@@ -9,8 +9,7 @@
 
 namespace orvo {
 
-/// How much two lists have in common at their ends: they begin with the same `head` items and end with the same `tail` ones,
-/// which do not overlap.
+/// The lengths of the common beginning (`head`) and the common end (`tail`) of two lists. They do not overlap.
 struct CommonEnds {
     std::size_t head = 0;
     std::size_t tail = 0;
@@ -19,7 +18,7 @@ struct CommonEnds {
     {
         const std::span a(before.begin(), before.end());
         const std::span b(after.begin(), after.end());
-        if (a.data() == b.data() && a.size() == b.size()) // They share their items.
+        if (a.data() == b.data() && a.size() == b.size()) // Shared storage.
             return {.head = a.size(), .tail = 0};
         const auto head = std::ranges::mismatch(a, b).in1 - a.begin();
         const auto maxTail = static_cast<std::ptrdiff_t>(std::min(a.size(), b.size())) - head;
@@ -28,8 +27,8 @@ struct CommonEnds {
     }
 };
 
-/// A change from one version of a project to another, and where in its long lists it lies: finding that reads every item, so
-/// it is done once for all who ask. Refers to both versions.
+/// A change from one version of a project to another, and its position in the long lists. Finding that reads every item, so
+/// it is computed once. Refers to both versions.
 struct ProjectChange {
     ProjectChange(const VideoProject& from, const VideoProject& to)
         : before(from)

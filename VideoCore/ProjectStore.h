@@ -12,14 +12,14 @@ namespace orvo {
 
 /// The project library on disk: one folder per project, named by its identifier, with `project.json` and `media`.
 ///
-/// Thread-safe: the only state is its root. Has no lock; concurrent writes of one project are not ordered. Failures of
+/// Thread-safe: the only state is its root. It has no lock; concurrent writes of one project are not ordered. Failures of
 /// the file system pass through unchanged as `std::filesystem::filesystem_error`.
 class ProjectStore {
 public:
     static constexpr std::string_view documentName = "project.json";
     static constexpr std::string_view mediaName = "media";
-    /// Bytes; some 50 hours of recording. Longer documents are neither read nor written: they are not ours and could
-    /// exhaust memory.
+    /// Bytes; some 50 hours of recording. Larger documents are neither read nor written, because they could exhaust
+    /// memory.
     static constexpr std::size_t maxDocumentBytes = std::size_t{512} << 20;
 
     /// Opens the library and creates its folder if needed. Sets the root to owner-only access (mode 0700) every time.

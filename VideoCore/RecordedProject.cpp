@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The states of a document, by what records.
+/// The states of a document for one kind of recording.
 struct States {
     std::string_view recording;
     std::string_view complete;
@@ -183,13 +183,13 @@ void RecordedProject::discard() noexcept
     fs::remove_all(m_folder, ignored);
 }
 
-/// Ends the recording in `state`. Throws if that fails; then it still records.
+/// Ends the recording in `state`. If this throws, the recording continues.
 void RecordedProject::end(std::string_view state)
 {
     try {
         writeLog();
     } catch (const std::exception&) {
-        // The document of a capture holds the events itself, and an interrupted tab does without the last ones.
+        // A capture's document holds the events too, and an interrupted tab may lose the last ones.
         if (state == ProjectState::processingTab)
             throw;
     }

@@ -39,10 +39,10 @@ class RecordedProject {
 public:
     enum class Kind : std::uint8_t {
         capture, ///< The files are final; the end stores the pointer events in the document.
-        tab, ///< The application prepares the files, and reads the pointer events from the log. They are not kept here.
+        tab, ///< The application prepares the files and reads the pointer events from the log; the document has none.
     };
 
-    /// Between the end of one checkpoint and the next.
+    /// The time between the end of one checkpoint and the next.
     static constexpr std::chrono::seconds checkpointInterval{2};
 
     /// Whether the disk of the library has at least 48 MiB free. With less, start no recording and stop a running one.
@@ -50,7 +50,7 @@ public:
     static bool hasRoom(const ProjectStore& store) noexcept;
 
     /// Creates `project` in the library, in the state of `kind`, and marks it. Throws what `ProjectStore::create` throws,
-    /// and file system errors unchanged; nothing is left then.
+    /// and file system errors unchanged; then it leaves no project behind.
     RecordedProject(const ProjectStore& store, Kind kind, VideoProject project);
 
     /// Calls `interrupt` unless the recording has ended.
@@ -66,27 +66,27 @@ public:
     VideoProject project() const;
 
     /// Changes the project and its date, and returns it. The next checkpoint saves it. `edit` must not call this object;
-    /// what it throws passes through.
+    /// its exceptions pass through.
     VideoProject change(const std::function<void(VideoProject&)>& edit);
 
-    /// Adds pointer events, which the next checkpoint appends to the log.
+    /// Adds pointer events; the next checkpoint appends them to the log.
     void add(std::vector<PointerEvent> events);
 
     /// When the next checkpoint is due.
     std::chrono::steady_clock::time_point nextCheckpoint() const noexcept { return m_nextCheckpoint; }
 
     /// Appends the new events to the log, all or none, flushes the files and saves `document`, a version of this project.
-    /// The files of the tracks must exist. Throws the first error after it has tried everything; the next checkpoint
-    /// makes up for it.
+    /// The files of the tracks must exist. Tries every step, then throws the first error; the next checkpoint
+    /// repeats the failed steps.
     void checkpoint(const VideoProject& document);
 
     /// Flushes the pointer log and the tracks to disk, as far as they have grown. Ignores errors: the next call retries.
     void flush();
 
-    /// Ends a recording that is whole. Throws file system errors; it then still records, so call `interrupt`.
+    /// Ends a recording that is complete. If it throws a file system error, the recording continues; call `interrupt`.
     void complete();
 
-    /// Ends a recording that lacks something, with what can be saved. The mark stays, and requests recovery once this
+    /// Ends an incomplete recording and saves as much as possible. The mark stays, and requests recovery once this
     /// process has ended.
     void interrupt() noexcept;
 
@@ -108,10 +108,10 @@ private:
 
     mutable std::mutex m_mutex; ///< Guards the members below.
     VideoProject m_project;
-    std::vector<PointerEvent> m_events; ///< Of a tab, only those that are not in the log.
+    std::vector<PointerEvent> m_events; ///< For a tab, only those not yet in the log.
     std::size_t m_loggedEvents = 0; ///< How many of these are in the log.
 
-    std::optional<AppendedFile> m_log; ///< Until the end.
+    std::optional<AppendedFile> m_log; ///< Closed at the end.
     std::map<std::filesystem::path, off_t> m_flushed; ///< Lengths of the files when last flushed.
     std::chrono::steady_clock::time_point m_nextCheckpoint;
 };

@@ -10,8 +10,7 @@ namespace fs = std::filesystem;
 
 fs::path resolveLinks(const fs::path& path)
 {
-    // The kernel's limit.
-    constexpr int maxLinks = 40;
+    constexpr int maxLinks = 40; // The kernel's limit.
 
     std::vector<fs::path> pending; // Components still to resolve, the next one last.
     const auto push = [&](const fs::path& parts) {

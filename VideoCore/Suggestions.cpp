@@ -40,8 +40,8 @@ bool isFiller(std::string_view word)
 {
     // Fillers are ASCII, so it is enough to compare lower-case code points.
     std::array<char, maxFillerLength> letters{};
-    std::size_t count = 0; // Code points from the first to the last that is not trimmed.
-    std::size_t trailing = 0; // Trimmed code points since the last that is not.
+    std::size_t count = 0; // Code points between the first and the last that are not trimmed.
+    std::size_t trailing = 0; // Trimmed code points since then.
     const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(word.data());
     auto left = static_cast<utf8proc_ssize_t>(word.size());
     while (left > 0) {
@@ -111,10 +111,10 @@ std::vector<EditSuggestion> generate(const VideoProject& project)
 
 namespace {
 
-/// The last click of the recording, when it comes so shortly before its end that it has stopped it; nullptr otherwise.
+/// The last click, if it is so close to the end of the recording that it must have stopped it; otherwise nullptr.
 const PointerEvent* clickThatStopped(const VideoProject& project)
 {
-    // Movies may have been added behind it.
+    // Movies may follow the recording, so the end of the project is not its end.
     const auto screen = std::ranges::find(project.tracks, TrackKind::screen, &MediaTrack::kind);
     const bool hasLength = screen != project.tracks.end() && screen->duration > 0;
     const double end = hasLength ? screen->start + screen->duration : project.duration;

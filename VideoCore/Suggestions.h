@@ -17,14 +17,14 @@ inline constexpr double zoomLength = 3; ///< Length of a suggested zoom, in seco
 /// Cuts for long pauses and filler words, in word order, then the final pause, then zoom points at clicks, in event
 /// order.
 ///
-/// Depends on words, events and duration only. Each call creates new identifiers. May suggest what is already cut.
+/// Depends on words, events and duration only. Each call creates new identifiers. May repeat existing cuts.
 std::vector<EditSuggestion> generate(const VideoProject& project);
 
-inline constexpr double minGain = 0.1; ///< A cut of which less than this is left to do is not offered, in seconds.
-inline constexpr double stopClick = 1.5; ///< A click this long before the end of a recording has stopped it, in seconds.
+inline constexpr double minGain = 0.1; ///< Cuts that would remove less than this are not offered, in seconds.
+inline constexpr double stopClick = 1.5; ///< A click this close to the end of the recording stopped it, in seconds.
 
-/// Those of the suggestions that are of use to this project as it is edited now, in their order: no cut of what is cut
-/// already, no zoom inside a cut or where there is one, and none for the click that stopped the recording.
+/// The suggestions that are still useful for the project as edited now, in their order: no cut of what is already cut, no
+/// zoom inside a cut or near another zoom, and no zoom for the click that stopped the recording.
 std::vector<EditSuggestion> offered(const VideoProject& project, std::span<const EditSuggestion> suggestions);
 
 /// The project with these suggestions applied.

@@ -64,7 +64,7 @@ void TextSearch::fold(std::string_view text, std::uint32_t word, std::vector<Let
         }
         utf8proc_int32_t codePoint = 0;
         const auto length = utf8proc_iterate(bytes + at, static_cast<utf8proc_ssize_t>(text.size() - at), &codePoint);
-        if (length <= 0) { // Not UTF-8: it is only found as itself.
+        if (length <= 0) { // Not UTF-8: matches only the same byte.
             letters.push_back({-static_cast<std::int32_t>(byte), word, begin, begin + 1});
             ++at;
             continue;
@@ -76,7 +76,7 @@ void TextSearch::fold(std::string_view text, std::uint32_t word, std::vector<Let
         const auto count = utf8proc_decompose_char(codePoint, parts.data(), parts.size(), options, &last);
         for (utf8proc_ssize_t i = 0; i < count && i < std::ssize(parts); ++i)
             letters.push_back({parts[static_cast<std::size_t>(i)], word, begin, end});
-        if (count == 0 && !letters.empty() && letters.back().word == word) // A mark of the letter before it.
+        if (count == 0 && !letters.empty() && letters.back().word == word) // A combining mark of the letter before it.
             letters.back().end = end;
     }
 }
@@ -91,7 +91,7 @@ std::size_t TextSearch::match(std::span<const Letter> wanted, std::size_t at) co
                 return 0;
             continue;
         }
-        // Between two words there may be more than a blank.
+        // Punctuation may stand beside the blank between two words.
         bool parted = false;
         while (at < m_letters.size() && !isLetterOrDigit(m_letters[at].character)
             && m_letters[at].character != wanted[i + 1].character) {

@@ -11,27 +11,27 @@
 
 namespace orvo {
 
-/// A text without case and accents, by which texts are sorted and searched: "Álgebra" comes before "baile". Text that is not
-/// UTF-8 stays as it is.
+/// A text without case and accents, as a key for sorting and searching: "Álgebra" sorts before "baile". Text that is not
+/// UTF-8 stays unchanged.
 std::string folded(const std::string& text);
 
-/// The words of a transcript prepared for searching, whatever the case, the accents and the punctuation between words.
+/// The words of a transcript, prepared for searches that ignore case, accents and the punctuation between words.
 class TextSearch {
 public:
     /// Where a text was found: from a byte of one word to a byte of the same or a later one.
     struct Hit {
         std::size_t first = 0; ///< The index of the first word.
-        std::size_t firstByte = 0; ///< Of its text, where the hit begins.
+        std::size_t firstByte = 0; ///< Where the hit begins in its text.
         std::size_t last = 0; ///< The index of the last word.
-        std::size_t lastEnd = 0; ///< Of its text, behind the end of the hit.
+        std::size_t lastEnd = 0; ///< Behind the end of the hit in its text.
 
         friend bool operator==(const Hit&, const Hit&) = default;
     };
 
     explicit TextSearch(std::span<const TranscriptWord> words);
 
-    /// Every place where the words of `text` follow one another, in order and disjoint. The first may be the end and the
-    /// last the beginning of a longer word. Nothing for a text of blanks.
+    /// Every place where the words of `text` follow one another, in order and disjoint. The first one may be the end of a
+    /// longer word, and the last one the beginning. Returns no hits for a text of blanks.
     std::vector<Hit> find(std::string_view text) const;
 
 private:
@@ -44,10 +44,10 @@ private:
     };
 
     static void fold(std::string_view text, std::uint32_t word, std::vector<Letter>& letters);
-    /// The letter behind the words of `wanted` from `at` on; 0 where they are not.
+    /// The index behind a match of `wanted` that begins at letter `at`; 0 without a match.
     std::size_t match(std::span<const Letter> wanted, std::size_t at) const;
 
-    std::vector<Letter> m_letters; ///< Of every word, with a blank between two words.
+    std::vector<Letter> m_letters; ///< The letters of all words, with a blank between two words.
 };
 
 } // namespace orvo

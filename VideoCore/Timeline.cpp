@@ -86,10 +86,10 @@ std::vector<TimeSpan> merged(std::span<const TimeSpan> cuts, double duration)
         if (clamped.end > clamped.start)
             result.push_back(clamped);
     }
-    if (!std::ranges::is_sorted(result, {}, &TimeSpan::start)) // Those of a document are, nearly always.
+    if (!std::ranges::is_sorted(result, {}, &TimeSpan::start)) // Stored cuts are sorted already, with few exceptions.
         std::ranges::stable_sort(result, {}, &TimeSpan::start);
 
-    std::size_t count = 0; // Of those that are merged; they never overtake those that are not yet.
+    std::size_t count = 0; // Merged cuts, which overwrite the front of the list while it is read.
     for (const auto& cut : result) {
         if (count > 0 && cut.start <= result[count - 1].end)
             result[count - 1].end = std::max(result[count - 1].end, cut.end);

@@ -39,7 +39,7 @@ std::string cueText(std::string_view text);
 /// The complete subtitle file of a project on the output timeline: one cue for every kept piece of every word.
 std::string subtitles(const VideoProject& project, SubtitleFormat format);
 
-/// `outputTime` with its preparation kept, for many queries of the same cuts. Each query takes logarithmic time.
+/// `outputTime` prepared for many queries of the same cuts. Each query takes logarithmic time.
 class OutputMap {
 public:
     OutputMap(double duration, std::span<const TimeSpan> cuts);

@@ -25,7 +25,7 @@ std::string clock(double seconds)
     return std::format("{:02}:{:02}", whole / 60, whole % 60);
 }
 
-/// A text as Markdown shows it unchanged.
+/// Escapes a text so that Markdown shows it unchanged.
 std::string escaped(std::string_view text)
 {
     std::string result;
@@ -122,7 +122,7 @@ bool isCut(const TranscriptWord& word, std::span<const TimeSpan> merged, double 
 std::string text(const VideoProject& project, TextFormat format)
 {
     const Timeline::OutputMap map(project.duration, project.edit.cuts);
-    // The words as they are heard, on the output timeline: what is cut between two sentences no longer parts them.
+    // The words on the output timeline: a pause that is cut no longer separates sentences.
     std::vector<TranscriptWord> heard;
     for (const auto& word : project.edit.words) {
         bool isFirst = true;

@@ -20,7 +20,7 @@ std::vector<std::string_view> wordsOf(std::string_view text)
     return words;
 }
 
-/// What is cut of a pause so that `shortenedPause` remains; more of it behind the speech, which fades out.
+/// The part of a pause to cut so that `shortenedPause` remains. Most of the rest follows the speech, which fades out.
 TimeSpan middleOf(const TimeSpan& pause)
 {
     constexpr double lead = shortenedPause * Suggestions::leadMargin / (Suggestions::leadMargin + Suggestions::trailMargin);
@@ -34,7 +34,7 @@ void addCuts(VideoProject& project, std::span<const TimeSpan> spans)
     project.edit.cuts = SharedList(Timeline::merged(cuts, project.duration));
 }
 
-/// Shortens those of the pauses of which more than `longerThan` is left.
+/// Shortens every pause of which more than `longerThan` is left.
 Shortening shorten(VideoProject& project, std::span<const Transcript::Pause> pauses, double longerThan)
 {
     const auto merged = Timeline::merged(project.edit.cuts, project.duration);
@@ -122,7 +122,7 @@ std::size_t replaceText(VideoProject& project, std::span<const TextSearch::Hit> 
         return 0;
     auto& words = project.edit.words.edit();
     std::vector<char> isLeftOver(words.size());
-    // From the last to the first: the places of the earlier ones stay what they are.
+    // Backwards, so that the byte positions of earlier hits in the same word stay valid.
     for (auto hit = hits.rbegin(); hit != hits.rend(); ++hit) {
         const std::string before = words[hit->first].text.substr(0, hit->firstByte);
         const std::string behind = words[hit->last].text.substr(hit->lastEnd);

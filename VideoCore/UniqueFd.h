@@ -27,7 +27,7 @@ public:
     int get() const noexcept { return m_descriptor; }
     explicit operator bool() const noexcept { return m_descriptor >= 0; }
 
-    /// Gives the descriptor up without closing it.
+    /// Releases the descriptor without closing it.
     int release() noexcept { return std::exchange(m_descriptor, -1); }
 
     /// Closes the descriptor and owns another.
@@ -37,7 +37,7 @@ public:
             ::close(old);
     }
 
-    /// Closes now, for errors that only show then. Returns what close(2) does.
+    /// Closes the descriptor and returns the result of close(2), which may report a late write error.
     int close() noexcept { return ::close(release()); }
 
 private:

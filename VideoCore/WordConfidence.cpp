@@ -12,7 +12,7 @@ namespace orvo {
 
 namespace {
 
-constexpr std::size_t maxFile = 64'000'000; ///< Bytes; no speech has so many words.
+constexpr std::size_t maxFile = 64'000'000; ///< Bytes; more than any speech needs.
 
 } // namespace
 
@@ -52,7 +52,7 @@ void WordConfidence::write(const std::filesystem::path& projectFolder) const
 void WordConfidence::add(std::span<const TranscriptWord> words, std::span<const float> probabilities)
 {
     for (const auto& [word, probability] : std::views::zip(words, probabilities)) {
-        // A line holds no line breaks; recognised words have none.
+        // A text with a line break would end its line early.
         if (probability < kept && !word.text.contains('\n'))
             m_entries.insert_or_assign(word.id, Entry{word.text, std::max(static_cast<double>(probability), 0.0)});
     }
