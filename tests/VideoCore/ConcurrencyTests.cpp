@@ -16,7 +16,7 @@ using test::emptyProject;
 using test::fixedId;
 using test::TemporaryFolder;
 
-/// One of two projects of quite different length, so that a mixture of their documents would be noticed.
+/// One of two projects of very different lengths, so that a mixture of their documents cannot be valid.
 VideoProject version(int number)
 {
     auto project = emptyProject();
@@ -27,7 +27,7 @@ VideoProject version(int number)
     return project;
 }
 
-TEST(SharedListThreads, changeTheirOwnCopies)
+TEST(SharedListThreads, KeepsCopiesOfThreadsApart)
 {
     SharedList<int> shared(std::vector<int>(100));
     std::vector<SharedList<int>> results(4);
@@ -44,14 +44,14 @@ TEST(SharedListThreads, changeTheirOwnCopies)
             results[static_cast<std::size_t>(id)] = mine;
         });
     }
-    shared.edit()[0] = -1; // While the others change theirs.
+    shared.edit()[0] = -1; // While the threads change their copies.
     threads.clear();
     for (int id = 0; id < 4; ++id)
         EXPECT_EQ(results[static_cast<std::size_t>(id)], SharedList(std::vector<int>(100, id * 1000)));
     EXPECT_EQ(shared[0], -1);
 }
 
-TEST(ProjectStoreThreads, readersNeverSeeAPart)
+TEST(ProjectStoreThreads, ReadsWholeDocumentsWhileTheyAreReplaced)
 {
     const TemporaryFolder folder;
     const ProjectStore store(folder / "Library");

@@ -13,7 +13,7 @@ namespace {
 using testing::HasSubstr;
 using testing::KilledBySignal;
 
-TEST(CrashLogTests, IsWrittenByACrashAndByNothingElse)
+TEST(CrashLogTests, WritesTheLogOnlyWhenTheProgramCrashes)
 {
     const TemporaryFolder folder;
     ::setenv("XDG_STATE_HOME", (folder / "state").c_str(), 1);
@@ -27,10 +27,10 @@ TEST(CrashLogTests, IsWrittenByACrashAndByNothingElse)
                 std::raise(signal);
             },
             KilledBySignal(signal), "")
-            << "it ends as it would without the log";
+            << "the signal still ends the program";
         const auto log = readFile(CrashLog::file());
         EXPECT_THAT(log, HasSubstr("Orvo Video 1.2.3\nSIG" + std::string(signal == SIGSEGV ? "SEGV" : "ABRT") + "\n"));
-        EXPECT_THAT(log, HasSubstr("VideoCoreTests")) << "where it happened";
+        EXPECT_THAT(log, HasSubstr("VideoCoreTests")) << "the log has the stack";
     }
     ::unsetenv("XDG_STATE_HOME");
 }

@@ -37,19 +37,19 @@ std::string replaced(std::string text, std::string_view from, std::string_view t
     return text.replace(position, from.size(), to);
 }
 
-TEST(Document, text)
+TEST(Document, MatchesTheGoldenFiles)
 {
     EXPECT_TRUE(matchesGolden("empty.json", encodeDocument(emptyProject())));
     EXPECT_TRUE(matchesGolden("full.json", encodeDocument(fullProject())));
 }
 
-TEST(Document, readsBackWhatItWrites)
+TEST(Document, DecodesTheDocumentsItEncodes)
 {
     for (const auto& project : {emptyProject(), fullProject()})
         EXPECT_EQ(decodeDocument(encodeDocument(project)), project);
 
     std::mt19937_64 random(20250314);
-    DocumentDecoder decoder; // One for all: nothing of one document may show in the next.
+    DocumentDecoder decoder; // Shared, because no part of one document may appear in the next.
     for (int i = 0; i < 500; ++i) {
         const auto project = test::randomProject(random);
         std::string document = encodeDocument(project);
@@ -57,7 +57,7 @@ TEST(Document, readsBackWhatItWrites)
     }
 }
 
-TEST(Document, losesOnlyTheFractionOfItsDates)
+TEST(Document, DropsOnlyFractionsOfSeconds)
 {
     auto project = VideoProject::make("Recién hecho");
     project.createdAt += std::chrono::microseconds(1);
@@ -68,7 +68,7 @@ TEST(Document, losesOnlyTheFractionOfItsDates)
     EXPECT_EQ(read, project);
 }
 
-TEST(Document, keepsEveryNumberExactly)
+TEST(Document, KeepsEveryNumberExactly)
 {
     using Limits = std::numeric_limits<double>;
     for (const double number : {0.0, -0.0, 5e-324, -5e-324, Limits::min(), Limits::max(), Limits::lowest(), 0.1, 1.0 / 3,
@@ -82,7 +82,7 @@ TEST(Document, keepsEveryNumberExactly)
     EXPECT_EQ(decodeDocument(encodeDocument(project)), project);
 }
 
-TEST(Document, readsNumbersAsOthersWriteThem)
+TEST(Document, ReadsNumbersInOtherNotations)
 {
     const std::string document = encodeDocument(emptyProject());
     const std::pair<std::string_view, double> durations[]{{"10", 10}, {"-3", -3}, {"1E+1", 10}, {"0.1e2", 10},
@@ -99,7 +99,7 @@ TEST(Document, readsNumbersAsOthersWriteThem)
             << text;
 }
 
-TEST(Document, refusesToWriteWhatCouldNotBeRead)
+TEST(Document, RefusesToEncodeInvalidValues)
 {
     for (const double number : {std::nan(""), HUGE_VAL, -HUGE_VAL})
         EXPECT_THROW(encodeDocument(emptyProject(number)), DocumentError) << number;
@@ -110,8 +110,8 @@ TEST(Document, refusesToWriteWhatCouldNotBeRead)
     }
 }
 
-/// The full document once for each of its keys, with `change` applied to the text of that key and what follows it. The
-/// change gets the key with its quotes and colon, and the rest of the line.
+/// Calls `visit` for every key of the full document, with the key, the rest of its line, and a function that returns the
+/// document with `"key": ` replaced by another text.
 void forEachKey(const std::function<void(const std::string& key, const std::string& value,
         const std::function<std::string(const std::string&)>& changedTo)>& visit)
 {
@@ -127,7 +127,7 @@ void forEachKey(const std::function<void(const std::string& key, const std::stri
     EXPECT_EQ(keys, 13 + 5 * 6 + 14 + 3 * 2 + 2 * 8 + 3 * 4 + 3 * 7 + 4);
 }
 
-TEST(Document, needsEveryKeyAndIgnoresUnknownOnes)
+TEST(Document, RequiresEveryKeyAndIgnoresUnknownOnes)
 {
     forEachKey([](const auto& key, const auto&, const auto& changedTo) {
         const std::string without = changedTo("\"Otra\": ");
@@ -140,7 +140,7 @@ TEST(Document, needsEveryKeyAndIgnoresUnknownOnes)
     });
 }
 
-TEST(Document, needsTheRightTypeEverywhere)
+TEST(Document, RejectsWrongTypes)
 {
     const auto typeOf = [](std::string_view value) {
         return value.starts_with("true") || value.starts_with("false") ? 't'
@@ -160,7 +160,7 @@ TEST(Document, needsTheRightTypeEverywhere)
     });
 }
 
-TEST(Document, refusesAKeyTwice)
+TEST(Document, RejectsRepeatedKeys)
 {
     forEachKey([](const auto& key, const auto& value, const auto& changedTo) {
         const std::string name = "\"" + key + "\": ";
@@ -171,7 +171,7 @@ TEST(Document, refusesAKeyTwice)
     });
 }
 
-TEST(Document, readsKeysInAnyOrder)
+TEST(Document, ReadsKeysInAnyOrder)
 {
     std::string document = encodeDocument(fullProject());
     const auto edit = document.find("\"edit\": ");
@@ -182,7 +182,7 @@ TEST(Document, readsKeysInAnyOrder)
     EXPECT_EQ(decodeDocument(document.insert(document.rfind('}'), "," + member)), fullProject());
 }
 
-TEST(Document, judgesItsTexts)
+TEST(Document, RejectsInvalidTexts)
 {
     const std::string document = encodeDocument(fullProject());
     struct Case {
@@ -228,7 +228,7 @@ TEST(Document, judgesItsTexts)
     }
 }
 
-TEST(Document, refusesWhateverElseLiesInTheFile)
+TEST(Document, RejectsTruncatedAndForeignFiles)
 {
     const std::string document = encodeDocument(fullProject());
     const std::string whole = document.substr(0, document.rfind('}') + 1);
@@ -245,7 +245,7 @@ TEST(Document, refusesWhateverElseLiesInTheFile)
         EXPECT_THAT(failureOf(text), HasSubstr("El documento del proyecto está dañado")) << text.substr(0, 60);
 }
 
-TEST(Document, withstandsDepthAndSize)
+TEST(Document, WithstandsDepthAndSize)
 {
     const std::string document = encodeDocument(emptyProject());
     const auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };

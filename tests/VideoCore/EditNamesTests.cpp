@@ -18,7 +18,7 @@ VideoProject lesson()
     return project;
 }
 
-TEST(EditNames, NamesWhatDiffers)
+TEST(EditNames, NamesEveryKindOfEdit)
 {
     using Change = std::function<void(VideoProject&)>;
     const auto firstText = [](VideoProject& project) -> Overlay& { return project.edit.overlays.edit().front(); };

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 using test::namesIn;
 using test::TemporaryFolder;
 
-TEST(FileIO, replacesFilesWhole)
+TEST(FileIO, ReplacesWholeFiles)
 {
     const TemporaryFolder folder;
     const fs::path file = folder / "a 'b' \"c\"\n🎬";
@@ -27,7 +27,7 @@ TEST(FileIO, replacesFilesWhole)
     writeFileAtomically(file, "");
     EXPECT_EQ(readFile(file), "");
 
-    std::string buffer = "longer than what is read";
+    std::string buffer = "longer than the file";
     writeFileAtomically(file, "text");
     readFile(file, buffer);
     EXPECT_EQ(buffer, "text");
@@ -38,7 +38,7 @@ TEST(FileIO, replacesFilesWhole)
     EXPECT_EQ(readFile(longName), "text");
 }
 
-TEST(FileIO, replacesALinkAndNotWhatItNames)
+TEST(FileIO, ReplacesLinksRatherThanTheirTargets)
 {
     const TemporaryFolder folder;
     writeFileAtomically(folder / "target", "untouched");
@@ -51,7 +51,7 @@ TEST(FileIO, replacesALinkAndNotWhatItNames)
     EXPECT_EQ(fs::status(folder / "link").permissions(), fs::perms(0644));
 }
 
-TEST(FileIO, failsCleanly)
+TEST(FileIO, FailsWithoutLeavingFiles)
 {
     const TemporaryFolder folder;
     fs::create_directory(folder / "folder");

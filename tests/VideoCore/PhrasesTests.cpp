@@ -51,7 +51,7 @@ std::size_t characters(const std::string& text)
         std::ranges::count_if(text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
 }
 
-TEST(PhrasesTests, EndAtSentencesGapsAndCommas)
+TEST(PhrasesTests, EndsPhrasesAtSentencesGapsAndCommas)
 {
     EXPECT_THAT(
         texts(spoken("Hola a todos. Hoy vamos a ver cómo se suman dos números muy grandes. | Empezamos por la derecha, "
@@ -62,7 +62,7 @@ TEST(PhrasesTests, EndAtSentencesGapsAndCommas)
     EXPECT_THAT(texts(spoken("")), ElementsAre());
 }
 
-TEST(PhrasesTests, FollowTheCuts)
+TEST(PhrasesTests, FollowsTheCuts)
 {
     auto project = spoken("esto sobra por completo | y esto se queda");
     const auto& words = project.edit.words;
@@ -76,7 +76,7 @@ TEST(PhrasesTests, FollowTheCuts)
     EXPECT_THAT(texts(project), ElementsAre("esto sobra por completo", "y esto se queda"));
 }
 
-TEST(PhrasesTests, KeepTheirLimitsWhateverIsSaid)
+TEST(PhrasesTests, KeepsTheLimitsForRandomSpeech)
 {
     std::mt19937 random(11);
     const auto pick = [&](int low, int high) { return std::uniform_int_distribution(low, high)(random); };
@@ -116,7 +116,7 @@ TEST(PhrasesTests, KeepTheirLimitsWhateverIsSaid)
     }
 }
 
-TEST(PhrasesTests, AreWrittenAsSubtitleFiles)
+TEST(PhrasesTests, WritesSubtitleFiles)
 {
     const auto project = spoken("<uno> dos.");
     const auto& words = project.edit.words;

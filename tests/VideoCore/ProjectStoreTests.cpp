@@ -54,7 +54,7 @@ protected:
     ProjectStore store{folder / "Library"};
 };
 
-TEST_F(ProjectStoreTest, laysOutTheLibrary)
+TEST_F(ProjectStoreTest, LaysOutTheLibrary)
 {
     const auto project = test::fullProject();
     store.create(project);
@@ -68,17 +68,17 @@ TEST_F(ProjectStoreTest, laysOutTheLibrary)
 
     writeFileAtomically(store.directory(project.id) / "media" / "screen.mov", "bytes");
     store.create(project);
-    EXPECT_TRUE(fs::exists(store.directory(project.id) / "media" / "screen.mov")) << "an existing folder is no error";
-    EXPECT_THROW(store.save(numbered(2)), fs::filesystem_error) << "saving makes no folder";
+    EXPECT_TRUE(fs::exists(store.directory(project.id) / "media" / "screen.mov")) << "an existing folder is not an error";
+    EXPECT_THROW(store.save(numbered(2)), fs::filesystem_error) << "saving does not create a folder";
     EXPECT_THAT(listed(), ElementsAre(project.id));
 }
 
-TEST_F(ProjectStoreTest, narrowsTheRootAndOnlyTheRoot)
+TEST_F(ProjectStoreTest, RestrictsAccessToTheRootOnly)
 {
     const fs::path root = folder / "a" / "b";
     const ProjectStore made(root);
     EXPECT_EQ(modeOf(root), fs::perms::owner_all);
-    EXPECT_EQ(modeOf(folder / "a"), fs::perms(0755)) << "folders on the way have the usual mode";
+    EXPECT_EQ(modeOf(folder / "a"), fs::perms(0755)) << "parent folders have the usual mode";
     fs::permissions(root, fs::perms(0755));
     const ProjectStore again(root / "");
     EXPECT_EQ(modeOf(root), fs::perms::owner_all);
@@ -90,7 +90,7 @@ TEST_F(ProjectStoreTest, narrowsTheRootAndOnlyTheRoot)
     EXPECT_EQ(modeOf(folder / "file"), fs::perms(0644));
 }
 
-TEST_F(ProjectStoreTest, liesInTheDataFolderOfTheUser)
+TEST_F(ProjectStoreTest, UsesTheDataFolderOfTheUserByDefault)
 {
     const auto rootWith = [](const char* data, const fs::path& home) {
         data ? setenv("XDG_DATA_HOME", data, 1) : unsetenv("XDG_DATA_HOME");
@@ -103,7 +103,7 @@ TEST_F(ProjectStoreTest, liesInTheDataFolderOfTheUser)
         EXPECT_EQ(rootWith(unusable, folder.path()), folder / ".local/share/OrvoVideo/Projects");
 }
 
-TEST_F(ProjectStoreTest, leavesOutWhatIsNoReadableProject)
+TEST_F(ProjectStoreTest, SkipsUnreadableProjects)
 {
     const auto good = numbered(1);
     store.create(good);
@@ -141,7 +141,7 @@ TEST_F(ProjectStoreTest, leavesOutWhatIsNoReadableProject)
         EXPECT_ANY_THROW(store.load(fixedId(i))) << i;
 }
 
-TEST_F(ProjectStoreTest, confinesMediaToTheProject)
+TEST_F(ProjectStoreTest, ConfinesMediaToTheProject)
 {
     const auto project = numbered(1);
     store.create(project);
@@ -192,7 +192,7 @@ TEST_F(ProjectStoreTest, confinesMediaToTheProject)
              "../../outside/secret"sv, "/tmp/x.mov"sv, "/"sv, "//x"sv, "media/../../x.mov"sv, "media/out"sv,
              "media/out/secret"sv, "media/out/new/x.mov"sv, "media/secret.mov"sv, "media/new.mov"sv, "media/chain.mov"sv,
              "media/twisted.mov"sv, "media/loop"sv, "media/loop/x"sv, "itself"sv, "itself/../x"sv, "media/a\0b"sv, "\0"sv}) {
-        // A link that leads back to a folder may be followed by "..": the text is put in order before links are followed.
+        // The path is normalised before links are followed, so ".." after a link stays inside.
         if (file == "itself/../x") {
             EXPECT_EQ(store.mediaURL(project, file), home / "x");
             continue;
@@ -201,10 +201,10 @@ TEST_F(ProjectStoreTest, confinesMediaToTheProject)
     }
     EXPECT_THROW(store.mediaURL(project, "../" + project.id.text() + "-evil/x"), fs::filesystem_error);
     EXPECT_THROW(store.mediaURL(project, "media/" + std::string(300, 'x')), fs::filesystem_error);
-    EXPECT_EQ(store.mediaURL(numbered(2), "media/x"), store.directory(fixedId(2)) / "media/x") << "no folder is needed";
+    EXPECT_EQ(store.mediaURL(numbered(2), "media/x"), store.directory(fixedId(2)) / "media/x") << "needs no folder";
 }
 
-TEST_F(ProjectStoreTest, resolvesLinksOnTheWayToTheLibrary)
+TEST_F(ProjectStoreTest, ResolvesLinksToTheLibraryAndToProjects)
 {
     fs::create_symlink(store.root(), folder / "link");
     const ProjectStore linked(folder / "link");
@@ -218,7 +218,7 @@ TEST_F(ProjectStoreTest, resolvesLinksOnTheWayToTheLibrary)
     EXPECT_EQ(store.load(project.id), project);
 }
 
-TEST_F(ProjectStoreTest, keepsTheDocumentWhenTheFolderIsReadOnly)
+TEST_F(ProjectStoreTest, KeepsTheDocumentWhenTheFolderIsReadOnly)
 {
     const auto project = numbered(1);
     store.create(project);

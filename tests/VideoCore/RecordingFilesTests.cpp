@@ -20,7 +20,7 @@ namespace {
 using testing::IsEmpty;
 using testing::SizeIs;
 
-TEST(PointerLog, readsWhatIsWholeAndLeavesOutTheRest)
+TEST(PointerLog, ReadsValidLinesAndSkipsTheRest)
 {
     const std::string event =
         R"({"duration":2.5,"id":"00000000-0000-4000-8000-000000000001","kind":"click","scale":1.8,"time":1.25,"x":-0.1,"y":1})";
@@ -33,7 +33,7 @@ TEST(PointerLog, readsWhatIsWholeAndLeavesOutTheRest)
         {"\n\n\n", 0},
         {event, 1},
         {event + "\n" + event + "\n", 2},
-        {event + "\r\n" + event, 2}, // White space to JSON.
+        {event + "\r\n" + event, 2}, // JSON treats "\r" as white space.
         {event + "\nnull\n[]\n{}\n" + event.substr(0, event.size() - 1) + "\n" + event + "\n", 2},
         {event + event + "\n", 0},
         {std::string("\0\xFF\n", 3) + event, 1},
@@ -47,7 +47,7 @@ TEST(PointerLog, readsWhatIsWholeAndLeavesOutTheRest)
     EXPECT_EQ(read.id.text(), "00000000-0000-4000-8000-000000000001");
 }
 
-TEST(CaptureSession, onlyOneProcessIsNamed)
+TEST(CaptureSession, AcceptsOnlyTheNumberOfOneProcess)
 {
     struct Case {
         const char* session;
@@ -70,7 +70,7 @@ TEST(CaptureSession, onlyOneProcessIsNamed)
         EXPECT_EQ(CaptureSession::processIn(test.session), test.process) << test.session;
 }
 
-TEST(CaptureSession, aProcessThatHasEndedRecordsNoMore)
+TEST(CaptureSession, ReportsEndedProcessesAsDead)
 {
     EXPECT_FALSE(CaptureSession::isAlive({}, true));
     EXPECT_FALSE(CaptureSession::isAlive(::getpid(), false));
@@ -84,12 +84,12 @@ TEST(CaptureSession, aProcessThatHasEndedRecordsNoMore)
     ::kill(child, SIGKILL);
     siginfo_t ended{};
     ::waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT);
-    EXPECT_FALSE(CaptureSession::isAlive(child, false)); // Though its parent has not asked yet.
+    EXPECT_FALSE(CaptureSession::isAlive(child, false)); // A zombie: its parent has not reaped it.
     ::waitpid(child, nullptr, 0);
     EXPECT_FALSE(CaptureSession::isAlive(child, false));
 }
 
-TEST(CaptureSession, aNumberThatSomebodyElseHasByNowIsNoRecorder)
+TEST(CaptureSession, IgnoresReusedProcessNumbers)
 {
     const test::TemporaryFolder folder;
     const auto document = folder / ProjectStore::documentName;
@@ -105,8 +105,8 @@ TEST(CaptureSession, aNumberThatSomebodyElseHasByNowIsNoRecorder)
     }
     EXPECT_EQ(recorder(child), child);
     std::filesystem::last_write_time(document, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
-    EXPECT_EQ(recorder(child), std::nullopt) << "it began an hour after the last that was recorded";
-    EXPECT_EQ(recorder(::getpid()), ::getpid()) << "who records knows best";
+    EXPECT_EQ(recorder(child), std::nullopt) << "the process started an hour after the last write";
+    EXPECT_EQ(recorder(::getpid()), ::getpid()) << "this process is never taken for another";
     std::filesystem::remove(document);
     EXPECT_EQ(recorder(child), child);
 
@@ -118,7 +118,7 @@ TEST(CaptureSession, aNumberThatSomebodyElseHasByNowIsNoRecorder)
         ends.wait(false);
     });
     thread.wait(0);
-    EXPECT_EQ(recorder(thread), std::nullopt) << "a thread records nothing by itself";
+    EXPECT_EQ(recorder(thread), std::nullopt) << "a thread is not a recorder";
     ends = true;
     ends.notify_all();
     ::kill(child, SIGKILL);
@@ -188,8 +188,8 @@ TEST(RecordedProject, EndsEachKindInItsState)
     }
 }
 
-/// The disk takes the document, but not the events.
-TEST(RecordedProject, MakesUpForAFailedCheckpoint)
+/// The limit leaves room for the document, but not for the events.
+TEST(RecordedProject, RepeatsAFailedCheckpoint)
 {
     const test::TemporaryFolder library;
     const ProjectStore store(library.path());
@@ -202,8 +202,8 @@ TEST(RecordedProject, MakesUpForAFailedCheckpoint)
         const test::FileSizeLimit full(4000);
         const auto document = recorded.change([](VideoProject& project) { project.duration = 7; });
         EXPECT_THROW(recorded.checkpoint(document), std::filesystem::filesystem_error);
-        EXPECT_EQ(store.load(recorded.id()).duration, 7) << "the document is saved all the same";
-        EXPECT_THROW(recorded.complete(), std::filesystem::filesystem_error) << "the log is the only place of the events";
+        EXPECT_EQ(store.load(recorded.id()).duration, 7) << "the document is saved anyway";
+        EXPECT_THROW(recorded.complete(), std::filesystem::filesystem_error) << "only the log has the events";
         EXPECT_TRUE(CaptureSession::isMarkedRecording(store.load(recorded.id())));
         EXPECT_EQ(readFile(recorded.folder() / PointerLog::fileName), PointerLog::linesOf({&events.front(), 1}));
     }

@@ -9,7 +9,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(SharedList, isSharedUntilChanged)
+TEST(SharedList, SharesItsStorageUntilChanged)
 {
     SharedList<std::string> first{"a", "b"};
     const SharedList<std::string> second = first;
@@ -23,7 +23,7 @@ TEST(SharedList, isSharedUntilChanged)
 
     const auto* storage = first.items().data();
     first.edit()[0] = "z";
-    EXPECT_EQ(first.items().data(), storage) << "a list of one owner is changed in place";
+    EXPECT_EQ(first.items().data(), storage) << "a list with one owner changes in place";
 
     first = second;
     EXPECT_TRUE(first.sharesStorageWith(second));
@@ -33,7 +33,7 @@ TEST(SharedList, isSharedUntilChanged)
 
     const auto taken = std::move(first);
     EXPECT_THAT(taken, ElementsAre("a", "b"));
-    EXPECT_THAT(first, IsEmpty()); // NOLINT(bugprone-use-after-move): a list that was moved from is empty
+    EXPECT_THAT(first, IsEmpty()); // NOLINT(bugprone-use-after-move): a moved-from list is empty
 }
 
 } // namespace

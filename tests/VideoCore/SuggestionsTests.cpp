@@ -40,26 +40,26 @@ std::vector<EditSuggestion> suggestionsFor(double duration, std::vector<Transcri
     return Suggestions::generate(project);
 }
 
-TEST(Suggestions, cutPausesAndFillers)
+TEST(Suggestions, CutsPausesAndFillers)
 {
     EXPECT_THAT(suggestionsFor(3600, {}), IsEmpty());
     EXPECT_THAT(suggestionsFor(4, {word("uno", 0.5, 1), word("dos", 3, 3.5)}),
         ElementsAre(proposes(silence, 1.2, 2.85, "Pausa larga")));
     EXPECT_THAT(suggestionsFor(3, {word("uno", 2, 2.5)}), ElementsAre(proposes(silence, 0.2, 1.85, "Pausa larga")));
-    EXPECT_THAT(suggestionsFor(2.5, {word("uno", 1.2, 1.3)}), IsEmpty()) << "exactly as long is not longer";
+    EXPECT_THAT(suggestionsFor(2.5, {word("uno", 1.2, 1.3)}), IsEmpty()) << "the minimum is exclusive";
     EXPECT_THAT(suggestionsFor(5, {word("uno", 0, 3)}), ElementsAre(proposes(silence, 3.2, 5, "Pausa final")));
     EXPECT_THAT(suggestionsFor(10, {word("Um,", 3, 3.5), word("uno", 5, 9)}),
         ElementsAre(proposes(silence, 0.2, 2.85, "Pausa larga"), proposes(filler, 3, 3.5, "Muletilla: Um,"),
             proposes(silence, 3.7, 4.85, "Pausa larga")))
-        << "the pause before a word comes before the word";
+        << "a pause precedes the word after it";
     EXPECT_THAT(suggestionsFor(8, {word("dentro", 2, 3), word("larga", 0, 7), word("fin", 7.5, 8)}), IsEmpty())
-        << "words are sorted, and a word inside a longer one ends no speech";
+        << "words are sorted, and a word inside a longer one does not end the speech";
     EXPECT_THAT(suggestionsFor(1, {word("eh", 0.5, 0.6), word("em", 0.5, 0.7)}),
         ElementsAre(proposes(filler, 0.5, 0.6, "Muletilla: eh"), proposes(filler, 0.5, 0.7, "Muletilla: em")))
         << "words with the same start keep their order";
 }
 
-TEST(Suggestions, zoomWhereTheAuthorClicked)
+TEST(Suggestions, ZoomsWhereTheAuthorClicked)
 {
     auto project = emptyProject(20);
     for (const double time : {1.0, 4.0, 7.0, 12.0, 13.0})
@@ -82,7 +82,7 @@ TEST(Suggestions, zoomWhereTheAuthorClicked)
         for (const auto& suggestion : list)
             ids.insert({suggestion.id, suggestion.event->id});
     }
-    EXPECT_EQ(ids.size(), 12U) << "every call makes new identifiers";
+    EXPECT_EQ(ids.size(), 12U) << "every call creates new identifiers";
 
     project = emptyProject(10);
     project.edit.events = {pointer(PointerKind::move, 1), pointer(PointerKind::zoom, 2), pointer(PointerKind::click, 9.5)};
@@ -91,10 +91,10 @@ TEST(Suggestions, zoomWhereTheAuthorClicked)
     EXPECT_EQ(last[0].event->duration, 3);
 
     project.edit.events = {pointer(PointerKind::click, 9), pointer(PointerKind::click, 0)};
-    EXPECT_EQ(Suggestions::generate(project).size(), 1U) << "events are taken in their stored order";
+    EXPECT_EQ(Suggestions::generate(project).size(), 1U) << "events keep their stored order";
 }
 
-TEST(Suggestions, offersWhatIsOfUse)
+TEST(Suggestions, OffersOnlyUsefulSuggestions)
 {
     auto project = emptyProject(60);
     project.tracks = {test::track(TrackKind::screen, "a.mov", 0, 50), test::track(TrackKind::clip, "b.mov", 50, 10)};
@@ -110,14 +110,14 @@ TEST(Suggestions, offersWhatIsOfUse)
     };
     EXPECT_THAT(
         labels(), ElementsAre("Pausa larga 2", "Muletilla: eh 10", "Pausa final 12", "Zoom en clic 5", "Zoom en clic 20"))
-        << "no zoom where there is one, none for the click that stopped the recording";
+        << "no zoom near another, and none for the click that stopped the recording";
     project.edit.cuts = {{2, 10.2}, {19, 21}, {12.2, 40}};
-    EXPECT_THAT(labels(), ElementsAre("Muletilla: eh 10", "Pausa final 12")) << "what is left of them";
+    EXPECT_THAT(labels(), ElementsAre("Muletilla: eh 10", "Pausa final 12")) << "only suggestions with an uncut part";
     project = Suggestions::applied(project, Suggestions::offered(project, all));
     EXPECT_THAT(labels(), testing::IsEmpty());
 }
 
-TEST(Suggestions, knowFillersWhateverIsAroundThem)
+TEST(Suggestions, RecognisesFillersInAnyCaseAndPunctuation)
 {
     for (const std::string_view text : {"eh", "Eh", "EH", "em", "uh", "um", "mmm", "MMM", "eh,", "¿Eh?", "¡eh!", "«Em»",
              "“um”", "(uh)", "Mmm…", "…mmm...", " eh ", "\teh\n", "\u00A0eh\u2028", "—Eh—", "-em-", "_um_", "eh\u0085"})

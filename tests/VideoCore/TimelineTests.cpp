@@ -22,7 +22,7 @@ using Spans = std::vector<TimeSpan>;
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
-TEST(Timeline, mergesCutsAndKeepsTheRest)
+TEST(Timeline, MergesCutsAndKeepsTheRest)
 {
     struct Case {
         double duration;
@@ -60,7 +60,7 @@ TEST(Timeline, mergesCutsAndKeepsTheRest)
     }
 }
 
-TEST(Timeline, writesStamps)
+TEST(Timeline, WritesStamps)
 {
     struct Case {
         double seconds;
@@ -78,7 +78,7 @@ TEST(Timeline, writesStamps)
     }
 }
 
-TEST(Timeline, writesSubtitles)
+TEST(Timeline, WritesSubtitles)
 {
     EXPECT_TRUE(matchesGolden("full.vtt", subtitles(fullProject(), SubtitleFormat::webVtt)));
     EXPECT_TRUE(matchesGolden("full.srt", subtitles(fullProject(), SubtitleFormat::subRip)));
@@ -103,13 +103,13 @@ TEST(Timeline, writesSubtitles)
         EXPECT_EQ(cueOf(std::string(text)), cue) << text;
 }
 
-// Laws, checked over random cuts against the definitions written out at length.
+// Laws, checked with random cuts against literal definitions.
 
 Spans randomSpans(std::mt19937_64& random, double duration)
 {
     Spans spans(random() % 12);
     for (auto& span : spans) {
-        // Quarters, so that spans often touch, nest and reach beyond the ends.
+        // Quarters, so that spans often touch, nest and exceed the ends.
         const auto time = [&] { return std::round(std::uniform_real_distribution(-2.0, duration + 2)(random) * 4) / 4; };
         span = {time(), time()};
     }
@@ -127,7 +127,7 @@ std::optional<double> plainOutputTime(double time, const Spans& kept, double dur
     return time == duration ? std::optional(total) : std::nullopt;
 }
 
-TEST(Timeline, obeysItsLaws)
+TEST(Timeline, ObeysItsLaws)
 {
     std::mt19937_64 random(42);
     for (const double time : {-0.001, infinity, notANumber})

@@ -45,7 +45,7 @@ TEST(Transcript, BreaksParagraphsBehindSentencesWithAPause)
         ElementsAre(WordRange{0, 1}, WordRange{1, 4}, WordRange{4, 7}));
     EXPECT_TRUE(Transcript::paragraphs({}).empty());
 
-    // A long one ends with its sentence, and without sentences at a pause, a comma or in the end anywhere.
+    // A long paragraph ends with a sentence; without sentences at a pause, at a comma, or at the limit.
     struct Case {
         std::string unit;
         std::size_t size;
@@ -88,7 +88,7 @@ TEST(Transcript, PutsEveryWordIntoOneParagraphAndSentence)
     }
 }
 
-TEST(Transcript, WritesWhatRemainsAsText)
+TEST(Transcript, WritesTheRemainingWordsAsText)
 {
     auto project = emptyProject(20);
     project.title = "Clase_1";
@@ -100,7 +100,7 @@ TEST(Transcript, WritesWhatRemainsAsText)
     EXPECT_EQ(Transcript::text(emptyProject(5), Transcript::TextFormat::markdown), "");
 }
 
-TEST(Transcript, FindsTextWhateverCaseAccentsAndPunctuation)
+TEST(Transcript, FindsTextIgnoringCaseAccentsAndPunctuation)
 {
     const auto words = spoken("Hola, ¡MUNDO! La función dos palabras Straße adiós");
     auto several = words;
@@ -123,10 +123,10 @@ TEST(Transcript, FindsTextWhateverCaseAccentsAndPunctuation)
         SCOPED_TRACE(query);
         EXPECT_THAT(search.find(query), ElementsAreArray(hits));
     }
-    EXPECT_EQ(search.find("a").size(), 10) << "more than once in a word";
+    EXPECT_EQ(search.find("a").size(), 10) << "several hits in one word";
 }
 
-TEST(TranscriptEdits, ReplaceFoundText)
+TEST(TranscriptEdits, ReplacesFoundText)
 {
     struct Case {
         std::string text;
@@ -156,7 +156,7 @@ TEST(TranscriptEdits, ReplaceFoundText)
     }
 }
 
-TEST(TranscriptEdits, RestoreTakesBackWhatCuttingTheSameWordsDid)
+TEST(TranscriptEdits, RestoresExactlyTheWordsThatWereCut)
 {
     std::mt19937_64 random(3);
     auto project = emptyProject(60);
@@ -178,7 +178,7 @@ TEST(TranscriptEdits, RestoreTakesBackWhatCuttingTheSameWordsDid)
         if (round % 3 == 0)
             project = restored;
     }
-    // Nobody would hear, or find, what is left beside a word.
+    // Remainders too short to hear or find are restored too.
     project.edit.cuts = {{0.9, 1.6}, {40, 41}};
     Edits::restorePart(project, {1, 1.5});
     EXPECT_THAT(project.edit.cuts, ElementsAre(TimeSpan{40, 41}));
@@ -187,11 +187,11 @@ TEST(TranscriptEdits, RestoreTakesBackWhatCuttingTheSameWordsDid)
     EXPECT_TRUE(project.edit.cuts.sharesStorageWith(untouched));
 }
 
-TEST(TranscriptEdits, ShortenPausesByWhatTheySay)
+TEST(TranscriptEdits, ReportsByHowMuchItShortensPauses)
 {
     auto project = emptyProject(20);
     project.edit.words = SharedList(spoken("uno | | dos | tres cuatro | | | eh, Eh"));
-    project.edit.cuts = {{0.5, 2.3}}; // Of two seconds, 0.2 are left.
+    project.edit.cuts = {{0.5, 2.3}}; // Leaves 0.2 s of the first pause.
     const double before = project.playableDuration();
     const auto pauses = Transcript::pauses(project.edit.words, project.duration);
     EXPECT_EQ(pauses.size(), 4) << "the last one is at the end";
@@ -206,7 +206,7 @@ TEST(TranscriptEdits, ShortenPausesByWhatTheySay)
     for (const auto& pause : pauses)
         EXPECT_LE(Transcript::remaining(pause.span, project.edit.cuts.items()), Edits::shortenedPause + 1e-9);
     const auto shortened = project.edit;
-    EXPECT_EQ(Edits::shortenPauses(project, 0.1).count, 0) << "once is enough";
+    EXPECT_EQ(Edits::shortenPauses(project, 0.1).count, 0) << "shortened pauses stay as they are";
     EXPECT_EQ(project.edit, shortened);
 
     EXPECT_EQ(Edits::cutFillers(project), 2);

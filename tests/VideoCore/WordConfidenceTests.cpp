@@ -7,7 +7,7 @@
 namespace orvo::test {
 namespace {
 
-TEST(WordConfidence, SkipsWhatIsDamaged)
+TEST(WordConfidence, SkipsDamagedLinesAndFiles)
 {
     const TemporaryFolder folder;
     const auto id = Uuid::random().text();
