@@ -133,7 +133,7 @@ Copies copiesInto(const HlsLadder::Rendition& step, std::int64_t fps, const fs::
             ProcessRunner::run(ffmpeg,
                 ffmpegArguments({"-i", film.string(), "-map", "0:v:0", "-c", "copy", "-f", "framecrc", scratch.string()}),
                 {}, 0, stop);
-            copies.video = areSegments(packetsIn(readFile(scratch)), step, fps);
+            copies.frame = areSegments(packetsIn(readFile(scratch)), step, fps);
         }
     } catch (const std::exception&) { // Making the steps reports what is wrong with the film.
     }

@@ -34,7 +34,7 @@ std::vector<Input> inputsOf(const VideoProject& project)
 
 std::string frameOf(const VideoProject& project)
 {
-    return RenderGraph::video(project, inputsOf(project),
+    return RenderGraph::frame(project, inputsOf(project),
         {.size = RenderGraph::outputSize(project, 1080),
             .fps = 30,
             .annotations = "/library/annotations.ass",
@@ -161,7 +161,7 @@ TEST(RenderGraph, MixesWhatIsAudible)
 TEST(RenderGraph, UploadsTheFinishedFrameToHardware)
 {
     const auto project = screenProject();
-    const auto graph = RenderGraph::video(
+    const auto graph = RenderGraph::frame(
         project, inputsOf(project), {.size = {2, 2}, .fps = 30, .annotations = "/a.ass", .upload = "format=nv12,hwupload"});
     EXPECT_TRUE(graph.ends_with("concat=n=1:v=1:a=1[vjoined][aout];\n[vjoined]format=nv12,hwupload[vout]"));
 }
@@ -242,8 +242,8 @@ TEST(KeptSpans, FadeAtTheirEndsAndNeverClick)
     using RenderGraph::KeptSpan;
     using testing::ElementsAre;
     EXPECT_THAT(RenderGraph::keptSpans(project, 30),
-        ElementsAre(KeptSpan{{0, 2}, 0.15, 0.15, 0.15},
-            testing::Field(&KeptSpan::videoFade, testing::DoubleNear(0.1, 1e-9)), KeptSpan{{5, 10}, 0.15, 0.15, 0.15}))
+        ElementsAre(KeptSpan{{0, 2}, 0.15, 0.15, 0.15}, testing::Field(&KeptSpan::videoFade, testing::DoubleNear(0.1, 1e-9)),
+            KeptSpan{{5, 10}, 0.15, 0.15, 0.15}))
         << "at most a third of the span";
     project.edit.fade = 0;
     const auto dry = RenderGraph::keptSpans(project, 30);
