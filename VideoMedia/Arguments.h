@@ -16,11 +16,11 @@ inline void append(Arguments& arguments, Arguments more)
     arguments.insert(arguments.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
 
-/// What a run of ffmpeg prints.
+/// The log output of a run of ffmpeg.
 enum class FfmpegLog : std::uint8_t { everything, errors };
 
-/// The arguments of a run of ffmpeg: those that every run begins with, then `more`. Without the banner; does not read the
-/// terminal; replaces existing files.
+/// The common arguments of every run of ffmpeg, then `more`: no banner, no input from the terminal, existing files are
+/// replaced.
 inline Arguments ffmpegArguments(Arguments more = {}, FfmpegLog log = FfmpegLog::everything)
 {
     Arguments arguments{"-hide_banner", "-nostdin", "-y"};

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-/// Subtitles that are burned into the frames.
+/// Subtitles burned into the frames.
 namespace orvo::BurnedSubtitles {
 
 /// The cues of a project as an Advanced SubStation Alpha document: at output times, at the lower edge of a frame of

@@ -7,10 +7,10 @@
 
 namespace orvo {
 
-/// How many bits a film may take for its size and rate.
+/// The bits that a film may take for its size and rate.
 enum class ExportQuality : std::uint8_t { small, balanced, high };
 
-/// Their texts, in this order: in settings, signatures and on the command line.
+/// The texts of the qualities, in order, for settings, signatures and the command line.
 inline constexpr std::array<std::string_view, 3> exportQualityTexts{"small", "balanced", "high"};
 
 constexpr std::string_view textOf(ExportQuality quality)

@@ -17,31 +17,31 @@ namespace orvo {
 /// The subtitle file that an export writes beside the video.
 enum class SubtitleCues : std::uint8_t {
     words, ///< One cue for each word.
-    phrases, ///< Cues that people can read: `Phrases`.
+    phrases, ///< Readable cues, from `Phrases`.
     none,
 };
 
-/// What an export makes.
+/// The format of an export.
 enum class ExportFormat : std::uint8_t {
     mp4, ///< H.264 and AAC.
     webm, ///< VP9 and Opus.
-    audio, ///< The sound alone, AAC in MPEG-4.
-    gif, ///< An animated image without sound.
+    audio, ///< Audio only, AAC in MPEG-4.
+    gif, ///< An animated image without audio.
 };
 
 /// How a project is rendered.
 struct ExportSettings {
-    std::int64_t height = 1080; ///< Asked height in pixels, at least 1; the output is never larger than the project.
-    std::int64_t fps = 30; ///< Output frames per second, 1 to `VideoLimits::highestRate`.
+    std::int64_t height = 1080; ///< Requested height in pixels, at least 1; the output is never larger than the project.
+    std::int64_t fps = 30; ///< Output frames per second, 1 to `VideoLimits::maxRate`.
     ExportQuality quality = ExportQuality::balanced;
     SubtitleCues subtitles = SubtitleCues::words;
     bool burnIn = false; ///< Whether these subtitles are also part of the frames.
     ExportFormat format = ExportFormat::mp4;
-    std::optional<TimeSpan> span; ///< The only stretch of the recording timeline that is exported; everything without one.
-    /// How large the film may become, MP4 only: its bit rate and, where that is little, its height follow.
+    std::optional<TimeSpan> span; ///< The stretch of the recording timeline to export; nullopt exports everything.
+    /// The maximum file size, MP4 only. Reduces the bit rate and, if that is not enough, the height.
     std::optional<std::int64_t> maxBytes;
     bool isWhole = false; ///< Whether the film is rendered in one run, without pieces of other exports.
-    bool isTemporary = false; ///< Whether the film is removed soon, so that later exports cannot take it.
+    bool isTemporary = false; ///< Whether the film is removed soon, so that later exports must not reuse it.
 
     /// The subtitles that the frames show.
     SubtitleCues burned() const noexcept { return burnIn ? subtitles : SubtitleCues::none; }
@@ -52,16 +52,16 @@ struct ExportSettings {
 /// Renders projects with `ffmpeg`. Stateless; blocking calls for worker threads.
 namespace ExportService {
 
-/// The SubRip file that an export to `video` leaves beside it.
+/// The SubRip file that an export to `video` writes beside it.
 std::filesystem::path subtitleFile(const std::filesystem::path& video);
 
-/// Whether an export leaves a subtitle file.
+/// Whether an export writes a subtitle file.
 bool hasSubtitleFile(const ExportSettings& settings);
 
 /// ".mp4", ".webm", ".m4a" or ".gif".
 std::string_view extensionOf(ExportFormat format);
 
-/// Seconds that an export with these settings is long.
+/// The length of an export with these settings, in seconds.
 double exportedDuration(const VideoProject& project, const ExportSettings& settings);
 
 /// Notices for the user about work that succeeded.
@@ -69,26 +69,26 @@ struct Outcome {
     bool hardwareFailed = false; ///< A hardware encoder failed; the software encoder took over.
     std::optional<std::filesystem::path> keptSubtitles; ///< The copy of subtitles that no export wrote.
 
-    /// One sentence for each, in Spanish; empty if there is nothing to say.
+    /// One sentence for each notice, in Spanish; empty if there are none.
     std::string remarks() const;
 };
 
 /// Renders the edit of a project, whole or in part, to the file `destination`, whose name has the extension of the format.
-/// Films have the transcript as a SubRip file of the same name beside them.
+/// Writes the transcript beside a film, as a SubRip file of the same name.
 ///
 /// Copies the film of an earlier export instead of rendering again if it shows the same edit in the same size, rate and
 /// quality and its file is unchanged: see `FinishedFilms`.
 ///
-/// Long films are rendered in pieces. Those that an earlier export made are taken from the user's cache: see `PiecedFilm`.
+/// Renders long films in pieces and takes pieces of earlier exports from the user's cache: see `PiecedFilm`.
 ///
 /// Both files are written to a hidden folder beside `destination` and renamed when they are complete and on disk: older
-/// files survive a failed or cancelled export. Subtitles that no export wrote, or that were corrected since, are kept
+/// files survive a failed or cancelled export. Subtitles that no export wrote, or that were corrected later, are kept
 /// as "NAME.srt.bak". `progress` receives 0..1 during the final render. The two work folders, here and in the project
 /// folder, are removed when the call ends; the next export removes those of a killed process.
 ///
 /// Throws `captureError` with a text for the user (no usable `ffmpeg`, nothing visible to render, an unsupported size,
 /// length or frame rate, a missing file, an undecodable image, a destination with another extension or one of the project's
-/// own files, a maximum size that nothing fits into, a failed `ffmpeg`), file system errors unchanged, and `Cancelled`.
+/// own files, a maximum size that is too small, a failed `ffmpeg`), file system errors unchanged, and `Cancelled`.
 Outcome exportVideo(const VideoProject& project, const ProjectStore& store, const std::filesystem::path& destination,
     const ExportSettings& settings, const MediaProbe& probe, const ProgressCallback& progress = {},
     const std::stop_token& stop = {});
@@ -110,7 +110,7 @@ Outcome exportVideo(const VideoProject& project, const ProjectStore& store, cons
 Outcome hls(const std::filesystem::path& from, const VideoProject& project, const std::filesystem::path& destination,
     const ProgressCallback& progress = {}, const std::stop_token& stop = {});
 
-/// The marks and texts that are burned into the picture, as an Advanced SubStation Alpha document: pointer, highlight, click
+/// The marks and texts that are burned into the frames, as an Advanced SubStation Alpha document: pointer, highlight, click
 /// halos and text overlays, at recording times, for an output of `width` × `height` pixels. Pure.
 std::string annotations(const VideoProject& project, std::int64_t width, std::int64_t height);
 

@@ -4,15 +4,15 @@
 #include <optional>
 #include <string_view>
 
-/// Tells the subtitle files that exports wrote from those that somebody wrote or corrected.
+/// Distinguishes subtitle files that exports wrote from those that a person wrote or corrected.
 namespace orvo::ExportedSubtitles {
 
-/// Marks a file as written by an export, by the digest of its content: a file that somebody corrects since has another one.
-/// File systems without attributes keep no mark.
+/// Marks a file as written by an export, with the digest of its content, so that a later correction invalidates the mark.
+/// File systems without extended attributes keep no mark.
 void mark(const std::filesystem::path& file, std::string_view content);
 
-/// Copies a subtitle file that `content` is to replace to "NAME.srt.bak", unless an export wrote it. A number at the end
-/// keeps the copy from replacing another one. Returns the copy that was made, if any. Throws file system errors unchanged.
+/// Copies `file` to "NAME.srt.bak" before `content` replaces it, unless an export wrote it. Appends a number rather than
+/// replacing another copy. Returns the new copy, if any. Throws file system errors unchanged.
 std::optional<std::filesystem::path> keepForeign(const std::filesystem::path& file, std::string_view content);
 
 } // namespace orvo::ExportedSubtitles

@@ -4,9 +4,9 @@
 
 namespace orvo {
 
-/// Reads media facts with the `ffprobe` beside the found `ffmpeg`. Its durations are right for fragmented files too.
+/// Reads media facts with the `ffprobe` beside the found `ffmpeg`. Its durations are also correct for fragmented files.
 ///
-/// Accepts only containers that hold media themselves. Refuses playlists and scripts, which could make it open other
+/// Accepts only containers that hold media themselves. Rejects playlists and scripts, which could make it open other
 /// files or addresses.
 class FfprobeMediaProbe final : public MediaProbe {
 public:

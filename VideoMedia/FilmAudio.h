@@ -19,7 +19,7 @@ public:
     /// one.
     static constexpr auto packetSize = "32768";
 
-    /// `project`, `inputs` and `settings` must outlive it. `work` is a folder for its graphs.
+    /// `project`, `inputs` and `settings` must outlive this object. `work` is a folder for its graphs.
     FilmAudio(std::filesystem::path ffmpeg, const VideoProject& project, std::span<const RenderGraph::Input> inputs,
         const ExportSettings& settings, std::filesystem::path work);
 
@@ -29,7 +29,8 @@ public:
     /// Makes the complete audio of the film: mixed, cut and encoded.
     void make(const std::filesystem::path& target, const ProgressCallback& progress, const std::stop_token& stop) const;
 
-    /// As `make`, for the same samples, but keeps the mix, which no cut changes. `version` identifies the ffmpeg in use.
+    /// As `make`, with the same samples, but caches the mix, which does not depend on the cuts. `version` identifies the
+    /// ffmpeg in use.
     void makeWith(PieceCache& cache, const std::string& version, const std::filesystem::path& target,
         const std::stop_token& stop) const;
 

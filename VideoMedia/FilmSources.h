@@ -11,24 +11,24 @@
 
 namespace orvo {
 
-/// The files that a film is made of.
+/// The source files of a film.
 struct FilmSources {
     /// How an input is decoded.
     struct Decoding {
-        bool isEasy = false; ///< As cheap as the files of the recorder. Larger movies and other codecs are dearer.
-        bool isRangeMeant = false; ///< Whether the usual colour range has to be declared.
+        bool isEasy = false; ///< As cheap to decode as the recorder's files. Larger movies and other codecs cost more.
+        bool isRangeMeant = false; ///< Whether the default colour range has to be declared.
     };
 
-    std::vector<RenderGraph::Input> inputs; ///< In order of their starts.
-    std::vector<Decoding> decoding; ///< Of each input.
-    std::vector<std::filesystem::path> images; ///< One for each overlay of this kind, in their order.
+    std::vector<RenderGraph::Input> inputs; ///< Ordered by start.
+    std::vector<Decoding> decoding; ///< One for each input.
+    std::vector<std::filesystem::path> images; ///< One for each image overlay, in document order.
 
-    /// Looks at every file. Blocks. Throws `Error` if a file is missing, if one has not what the film shows of it, or if
-    /// nothing would be visible in a film of `height` lines.
+    /// Probes every file. Blocks. Throws `Error` if a file is missing, has no stream that the film needs or is not a usable
+    /// image, or if the film would have no visible video. `height` is that of the film.
     static FilmSources of(const VideoProject& project, const ProjectStore& store, const std::filesystem::path& ffmpeg,
         std::int64_t height, const MediaProbe& probe, const std::stop_token& stop);
 
-    /// Whether the film would be written over one of them.
+    /// Whether `destination` is one of these files.
     bool contain(const std::filesystem::path& destination) const;
 };
 

@@ -12,7 +12,7 @@
 /// Parts of the text of filter graphs.
 namespace orvo::RenderGraph::GraphText {
 
-inline constexpr double minTime = 1e-4; ///< Seconds; a shorter fade is left out.
+inline constexpr double minTime = 1e-4; ///< Seconds; shorter fades are omitted.
 
 /// The chains of a graph file.
 class Chains {
@@ -38,14 +38,14 @@ std::string audioFades(const KeptSpan& kept, double length);
 /// The filters that route one stream to the branches of kept spans.
 struct Branches {
     std::string_view split, trim;
-    char letter; ///< Of its labels.
+    char letter; ///< The prefix of its labels.
 };
 
 inline constexpr Branches videoBranches{.split = "split", .trim = "trim", .letter = 'v'};
 inline constexpr Branches audioBranches{.split = "asplit", .trim = "atrim", .letter = 'a'};
 
-/// Routes a stream to the branches of `spans`, numbered from `first`. `source` is its label and the filters before
-/// the split.
+/// Routes a stream to the branches of `spans`, numbered from `first`. `source` is the stream's label, followed by any
+/// filters before the split.
 ///
 /// Every branch that has not ended receives every frame, and for each of these ffmpeg scans all filters: the cost
 /// per frame would grow with the square of the number of spans. Many spans are therefore divided into groups that

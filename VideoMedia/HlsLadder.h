@@ -14,7 +14,7 @@ namespace orvo::HlsLadder {
 /// between steps.
 inline constexpr std::int64_t segmentSeconds = 6;
 
-/// Of AAC, bits per second.
+/// The bit rate of AAC audio, bits per second.
 inline constexpr std::int64_t audioBitRate = 128'000;
 
 /// Encoder options that force a key frame at the beginning of every segment.
@@ -24,9 +24,9 @@ std::vector<std::string> forcedKeyFrames();
 struct Rendition {
     std::int64_t width = 0; ///< Pixels, even.
     std::int64_t height = 0; ///< Pixels, even; also the name of its folder.
-    std::int64_t bitRate = 0; ///< Of the picture, bits per second.
+    std::int64_t bitRate = 0; ///< Video bits per second.
     std::int64_t keyFrameInterval = 0; ///< Frames.
-    std::int64_t bandwidth = 0; ///< What the master playlist declares, bits per second.
+    std::int64_t bandwidth = 0; ///< As the master playlist declares it, bits per second.
 
     friend bool operator==(const Rendition&, const Rendition&) = default;
 };

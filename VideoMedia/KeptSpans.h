@@ -8,15 +8,15 @@
 /// The spans of a recording that a render keeps, and their fades. Pure functions.
 namespace orvo::RenderGraph {
 
-/// Length of the windows that divide the recording, in seconds. Rounding to frames and the pieces of a film depend on one
-/// window each, so that an edit changes little.
+/// Length of the windows that divide the recording, in seconds. Frame rounding and pieces each depend on one window only,
+/// so that an edit changes little.
 inline constexpr std::int64_t windowSeconds = 10;
 
 /// A span of the recording that the render keeps, and the fades at its ends. Seconds.
 struct KeptSpan {
-    TimeSpan span; ///< On the frames of the output.
+    TimeSpan span; ///< Aligned to output frames.
     double videoFade = 0; ///< From and to black, at both ends.
-    double audioIn = 0; ///< From silence; short where there is a cut without a fade, so that it does not click.
+    double audioIn = 0; ///< From silence; a cut without a fade has a short one, so that it does not click.
     double audioOut = 0;
 
     friend bool operator==(const KeptSpan&, const KeptSpan&) = default;

@@ -14,20 +14,20 @@ namespace orvo::OverlayImage {
 struct Kind {
     std::string_view name; ///< "PNG".
     std::string_view mime; ///< "image/png".
-    std::string_view patterns; ///< Of file names, separated by blanks: "*.jpg *.jpeg".
-    std::string_view demuxer; ///< The name that `ffmpeg` has for it.
+    std::string_view patterns; ///< Patterns of file names, separated by blanks: "*.jpg *.jpeg".
+    std::string_view demuxer; ///< The name of its demuxer in `ffmpeg`.
 };
 
 /// All supported formats. File panels, drops and `orvo image` accept exactly these.
 std::span<const Kind> kinds();
 
-/// Their names in a sentence: "PNG, JPEG, …, BMP o TIFF".
+/// The names of the formats in a sentence: "PNG, JPEG, …, BMP o TIFF".
 std::string kindNames();
 
-/// The format of a file by its first bytes, whatever its extension; null for any other file. Ignores errors.
+/// The format of a file by its first bytes, whatever its extension; nullptr for any other file. Ignores errors.
 const Kind* kindOf(const std::filesystem::path& file);
 
-/// Whether an image moves.
+/// Whether an image is animated.
 bool isAnimation(const std::filesystem::path& file);
 
 /// The input options, with "-i", for an image: a still gives one frame, an animation repeats for `seconds`.

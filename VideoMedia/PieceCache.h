@@ -12,31 +12,31 @@
 
 namespace orvo {
 
-/// Builds the key of a part of a film: the digest of everything that it depends on.
+/// Builds the key of a part of a film: a digest of everything that the part depends on.
 class PieceKey {
 public:
     /// `version` identifies the ffmpeg in use.
     explicit PieceKey(std::string_view version) { add(version); }
 
-    /// Adds a text.
+    /// Adds one text.
     void add(std::string_view text);
-    /// Adds each of the texts.
+    /// Adds several texts.
     void add(const Arguments& arguments);
     /// Adds the path, the size and the modification time of a file.
     void addFile(const std::filesystem::path& file);
 
-    /// Call it last, once.
+    /// The key. Call once, last.
     std::string finish() { return m_sum.finish(); }
 
 private:
     Sha256 m_sum;
 };
 
-/// Keeps parts of films between exports, each under a key that stands for everything that it shows.
+/// Keeps parts of films between exports, each under a `PieceKey`.
 ///
-/// Lies in the user's cache folder, where several programs may use it and anybody may remove it. A file's name has its key
-/// and the checksum of its content: a damaged one is never returned. Usable from any thread. No function throws: a cache
-/// that cannot be used has nothing and keeps nothing.
+/// The files are in the user's cache folder; several programs may use them, and the user may delete them at any time. A
+/// file's name has its key and the checksum of its content, so that damaged files are never returned. Usable from any
+/// thread. No function throws: a cache without a usable folder is empty and stores nothing.
 class PieceCache {
 public:
     static constexpr std::uintmax_t defaultLimit = 5'000'000'000; ///< Bytes.
@@ -46,21 +46,21 @@ public:
 
     explicit PieceCache(std::filesystem::path folder = defaultFolder());
 
-    /// Puts the content kept under `key`, a `PieceKey`, into the new file `target`, as a link where possible: do not write
-    /// to it. Returns whether it is there, whole and unchanged since it was kept.
+    /// Copies the content kept under `key` to the new file `target`, as a hard link where possible: do not write to it.
+    /// Returns whether the cache had it, undamaged.
     bool take(const std::string& key, const std::filesystem::path& target);
 
-    /// Keeps a file under `key`. Do not write to it any more. Stops keeping after the first failure.
+    /// Keeps a file under `key`. Do not write to the file afterwards. After the first failure, keeps no more files.
     void keep(const std::string& key, const std::filesystem::path& file);
 
-    /// Removes those not used for the longest time until the others take at most `limit` bytes, and what killed programs
-    /// left behind. Does nothing while another program does it.
+    /// Removes the least recently used files until the others take at most `limit` bytes, and files of killed programs.
+    /// Does nothing while another program trims.
     void trim(std::uintmax_t limit = defaultLimit);
 
 private:
     std::filesystem::path m_folder;
     std::mutex m_mutex;
-    std::multimap<std::string, std::string> m_names; ///< By key; may be gone meanwhile.
+    std::multimap<std::string, std::string> m_names; ///< By key; the files may have been removed since.
     bool m_keeps = true;
 };
 

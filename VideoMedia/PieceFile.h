@@ -9,7 +9,7 @@ namespace orvo::PieceFile {
 
 struct Facts {
     std::int64_t frames = 0;
-    std::string parameters; ///< What the decoder is set up with ("avcC"), as bytes.
+    std::string parameters; ///< The bytes of the decoder configuration ("avcC").
 };
 
 /// Reads the end of a file, where its tables are. Returns no frames and no parameters for a file that is missing, cannot be

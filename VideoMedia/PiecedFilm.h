@@ -18,27 +18,27 @@
 
 namespace orvo {
 
-/// Renders a film in pieces, several side by side, and takes those that an earlier export has made.
+/// Renders a film in pieces, several in parallel, and reuses pieces of earlier exports.
 ///
-/// The frames, their times and the audio are those of a film that is rendered whole.
+/// The frames, their times and the audio are the same as in a film that is rendered whole.
 class PiecedFilm {
 public:
-    /// An input whose picture is seen.
+    /// An input with visible video.
     struct Source {
         RenderGraph::Input input;
         Arguments decoding; ///< Options before "-i".
     };
 
-    /// What the film shows and how it is encoded.
+    /// The content of the film and its encoding.
     struct Recipe {
         std::filesystem::path ffmpeg;
         VideoProject project;
-        std::vector<Source> sources; ///< One screen or clip, and perhaps the camera.
+        std::vector<Source> sources; ///< One screen or clip, and optionally the camera.
         std::map<std::string, std::filesystem::path> images; ///< By the content of their overlays; stills only.
         RenderGraph::FrameSize size;
         std::int64_t fps = 30;
-        bool quickSharpening = false; ///< See `RenderGraph::PictureSettings`.
-        Arguments encoder; ///< Its name and options, but for threads and forced key frames.
+        bool quickSharpening = false; ///< See `RenderGraph::VideoSettings`.
+        Arguments encoder; ///< Its name and options, except threads and forced key frames.
         Arguments container; ///< Options of the result.
         int runs = 0; ///< Runs of ffmpeg side by side; 0 for as many as this machine has cores and memory for.
     };
@@ -48,14 +48,14 @@ public:
     using MakeAudio =
         std::function<void(const std::filesystem::path& target, const std::string& version, const std::stop_token& stop)>;
 
-    /// A film of these pieces. Its timestamps are read from the sources. Returns nullopt when it has to be rendered whole:
-    /// it is shorter than half a minute, or a source is not of a kind that is known to be read exactly from its middle.
+    /// Reads the first timestamps of the sources. Returns nullopt if the film has to be rendered whole: it is shorter than
+    /// half a minute, ends after its clip, or a source is of a kind that cannot be read exactly from its middle.
     ///
     /// Throws `Cancelled` and `std::system_error` as `ProcessRunner::run`.
     static std::optional<PiecedFilm> of(Recipe recipe, const std::stop_token& stop = {});
 
-    /// Writes the film to `target`, with its pieces in the folder `work`, which keeps them. Returns false, without a film,
-    /// if the pieces do not fit together as they should.
+    /// Writes the film to `target` and its pieces to the folder `work`, where they stay. Returns false, without a film, if
+    /// the pieces do not fit together.
     ///
     /// `progress` is called on the calling thread. Throws as `ProcessRunner::run`; the first failure ends all runs. Pieces
     /// that are complete stay in the cache.
@@ -72,7 +72,7 @@ private:
 
     Recipe m_recipe;
     std::vector<RenderGraph::Piece> m_pieces;
-    std::string m_version; ///< Of ffmpeg.
+    std::string m_version; ///< The version of ffmpeg.
 };
 
 } // namespace orvo

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-/// Converts interrupted recordings and those of a browser to files that can be played, edited and exported.
+/// Converts interrupted and browser recordings to files that can be played, edited and exported.
 namespace orvo::RecordingPreparation {
 
 /// The result of a conversion. Its files lie in the project folder but are not part of the project yet.
@@ -19,12 +19,12 @@ struct Prepared {
     struct File {
         std::string file; ///< Relative to the project folder.
         double duration = 0; ///< Seconds.
-        bool beginsAtZero = false; ///< What it began later or earlier than the recording was padded or trimmed.
+        bool beginsAtZero = false; ///< Whether its beginning was padded or trimmed to that of the recording.
     };
 
-    std::map<Uuid, File> files; ///< By track; those of the others stay as they are.
+    std::map<Uuid, File> files; ///< By track. Other tracks keep their files.
     std::map<Uuid, std::string> lost; ///< The tracks that could not be converted, with the reason for the user.
-    std::optional<std::vector<PointerEvent>> events; ///< Of the pointer log, for a project without events.
+    std::optional<std::vector<PointerEvent>> events; ///< Read from the pointer log, for a project without events.
 
     bool hardwareFailed =
         false; ///< A hardware encoder failed; the software encoder took over. `hardwareFailureText` says so.
@@ -33,7 +33,7 @@ struct Prepared {
     std::string lostText() const;
 };
 
-/// Which tracks are converted: only those of a browser and unreadable ones, or all.
+/// The tracks to convert: only browser tracks and unreadable ones, or all.
 enum class Which : std::uint8_t { needed, all };
 
 /// Converts tracks to new files beside the originals, which stay.

@@ -20,9 +20,9 @@ struct Input {
     MediaTrack track;
     std::filesystem::path file;
     bool hasAudio = false;
-    bool hasVideo = true; ///< A clip without video shows black while it is heard.
-    bool fillsFrame = false; ///< Whether the picture has the shape of the film.
-    /// Timestamp of the first frame in the time base of its stream, for pieces: they begin elsewhere in the file.
+    bool hasVideo = true; ///< A clip without video shows black while its audio plays.
+    bool fillsFrame = false; ///< Whether the video has the aspect ratio of the film.
+    /// Timestamp of the first frame in the time base of its stream; for pieces, which are read from the middle of the file.
     std::int64_t firstTimestamp = 0;
 };
 
@@ -58,23 +58,23 @@ struct VideoSettings {
     FrameSize size;
     std::int64_t fps = 30;
     std::filesystem::path annotations; ///< The document that is burned in.
-    std::filesystem::path subtitles; ///< A document at output times that is burned into what remains; empty for none.
-    std::string upload; ///< Filters that hand the finished picture to a hardware encoder; empty for most.
-    bool quickSharpening = false; ///< Sharpens with `Sharpening::quickFilter`, which not every ffmpeg knows.
+    std::filesystem::path subtitles; ///< A document at output times that is burned in after the cuts; empty for none.
+    std::string upload; ///< Filters that upload finished frames to a hardware encoder; empty for most.
+    bool quickSharpening = false; ///< Sharpens with `Sharpening::quickFilter`, which not every ffmpeg has.
 };
 
 /// The graph that produces "[vout]" and "[aout]". Its inputs are `inputs`, then the mixed audio, then one image for
 /// each image overlay in document order. Drops frames inside cuts as early as possible.
 std::string video(const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings);
 
-/// The graph that produces "[vout]" with the frames of one piece, which begin at 0: the same ones that `picture` has at its
-/// place. `inputs` are those with a picture that is seen: one screen or clip, and the camera. They are read from any key
-/// frame before the piece, with the timestamps of their files. After them comes one image for each image overlay of
-/// `project`, which is what `shownIn` returns.
+/// The graph that produces "[vout]" with the frames of one piece, from time 0: the same frames as `frame` gives for it.
+/// `inputs` are those with visible video: one screen or clip, and the camera. They are read from any key frame before the
+/// piece, with the timestamps of their files, and followed by one image for each image overlay of `project`, which is the
+/// result of `shownIn`.
 std::string pieceVideo(
     const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings, const Piece& piece);
 
-/// The graph that produces "[aout]" from its only input, the mixed audio, as `picture` does.
+/// The graph that produces the same "[aout]" as `frame` from its only input, the mixed audio.
 std::string audio(const VideoProject& project, std::int64_t fps);
 
 /// Escapes a path for a single-quoted filter option.

@@ -21,7 +21,7 @@ inline constexpr std::string_view hardwareFailureText =
 struct VideoEncoder {
     std::string name; ///< As `ffmpeg` names it.
     std::vector<std::string> device; ///< Options before the inputs that open the hardware; empty for most.
-    std::string upload; ///< Filters that bring a picture of the graph to the hardware; empty for most.
+    std::string upload; ///< Filters that upload frames of the graph to the hardware; empty for most.
     std::vector<std::string> options; ///< Options of the encoder, between its name and the bit rate.
     /// Option for the minimum quantiser on the scale of H.264; empty if the encoder uses another scale.
     std::string quantizerFloor;
@@ -52,7 +52,7 @@ struct VideoEncoder {
     /// Blocks during the trials. Throws as `ProcessRunner::run`.
     static VideoEncoder find(const std::filesystem::path& ffmpeg, const Task& task, const std::stop_token& stop = {});
 
-    /// The software encoder, which works everywhere.
+    /// The software encoder, which works on every machine.
     static VideoEncoder software();
 };
 

@@ -23,7 +23,7 @@ public:
 
 private:
     std::filesystem::path m_path;
-    FileLock m_lock; ///< On the folder, for as long as it is in use.
+    FileLock m_lock; ///< Held on the folder while it is in use.
 };
 
 } // namespace orvo

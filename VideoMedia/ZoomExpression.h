@@ -14,7 +14,7 @@ struct ZoomExpression {
     std::string x; ///< Centre of the visible area, in input pixels.
     std::string y;
 
-    /// `zooms` in ascending time order; where two overlap, the later one applies. `duration` is that of the recording,
+    /// `zooms` in ascending time order; if two overlap, the later one applies. `duration` is that of the recording,
     /// in seconds.
     ///
     /// Each zoom point ramps to its magnification and back within a quarter of a second at its ends. `first` is the frame of
