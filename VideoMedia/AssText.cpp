@@ -14,8 +14,8 @@ std::string stamp(double seconds)
     return std::format("{}:{:02}:{:02}.{:02}", c / 360'000, c / 6'000 % 60, c / 100 % 60, c % 100);
 }
 
-// The renderer treats a backslash before "N", "n", "h", "{" and "}" as a command and prints any other as it is: a
-// zero-width word joiner separates them. It drops leading blanks of a line: those become hard blanks.
+// The renderer treats a backslash before "N", "n", "h", "{" and "}" as a command and prints any other unchanged, so a
+// zero-width word joiner separates them. It drops leading blanks of a line, so these become hard blanks.
 std::string escaped(std::string_view text)
 {
     constexpr std::string_view wordJoiner = "\u2060";
@@ -44,7 +44,7 @@ std::string escaped(std::string_view text)
             atBeginning = wasAtBeginning;
             break;
         case '\r':
-            // CR LF is one line break. A raw one of either kind would end the event.
+            // CR LF is one line break. A raw CR or LF would end the event.
             if (i + 1 < text.size() && text[i + 1] == '\n')
                 ++i;
             [[fallthrough]];

@@ -38,7 +38,7 @@ std::string audioMix(const VideoProject& project, std::span<const Input> inputs,
         std::string clean;
         if (track.kind == TrackKind::microphone && edit.noiseReduction)
             clean += ",highpass=f=70,afftdn=nf=-30:nr=8";
-        // The normaliser's first frame lasts three seconds, at four times the rate: whatever converts it takes 90 MB.
+        // The normaliser's first frame lasts three seconds at four times the rate; converting it whole would take 90 MB.
         if (track.kind == TrackKind::microphone && edit.normalizeVoice)
             clean += ",loudnorm=I=-16:TP=-1.5:LRA=11,asetnsamples=n=19200:p=0";
         chains.add(std::format("[{}:a]aresample=48000:async=1:first_pts=0,aformat=sample_fmts=fltp:channel_layouts=stereo,"

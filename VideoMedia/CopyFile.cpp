@@ -65,7 +65,7 @@ void copyFile(const fs::path& from, const fs::path& to, const ProgressCallback& 
     try {
         const auto total = static_cast<double>(facts.st_size);
         double copied = 0;
-        std::vector<char> buffer; // Only for file systems that cannot copy by themselves.
+        std::vector<char> buffer; // Used only if the file system cannot copy by itself.
         for (;;) {
             if (stop.stop_requested())
                 throw Cancelled();
@@ -91,7 +91,7 @@ void copyFile(const fs::path& from, const fs::path& to, const ProgressCallback& 
             if (progress && total > 0)
                 progress(std::min(copied / total, 1.0));
         }
-        // The document that names this file must not reach the disk before it.
+        // The document that names this file must not reach the disk first.
         if (::fsync(target.get()) != 0)
             fail(to);
         flushFolder(to.parent_path());

@@ -16,12 +16,12 @@ namespace orvo::ExportFormats {
 namespace {
 
 constexpr std::int64_t smallAudioBitRate = 64'000;
-constexpr std::int64_t minBitRate = 60'000; ///< Of a picture that can still be read.
-constexpr double containerShare = 0.03; ///< Of a film's bytes; measured at low bit rates, where it is largest.
+constexpr std::int64_t minBitRate = 60'000; ///< Bits per second at which text is still readable.
+constexpr double containerShare = 0.03; ///< Share of a film's bytes; measured at low bit rates, where it is largest.
 
 std::int64_t audioRate(const ExportSettings& settings)
 {
-    return settings.maxBytes ? smallAudioBitRate : HlsLadder::audioBitRate; // Packages copy it.
+    return settings.maxBytes ? smallAudioBitRate : HlsLadder::audioBitRate; // Packages can copy it.
 }
 
 } // namespace
@@ -34,7 +34,7 @@ Limited limited(const VideoProject& project, const ExportSettings& settings, dou
         throw captureError(std::format("{} minutos no caben en {} MB. Exporta solo una parte, o sin límite de tamaño.",
             static_cast<std::int64_t>(std::ceil(seconds / 60)), settings.maxBytes.value_or(0) / 1'000'000));
     }
-    // On a screen little moves: this many bits for each pixel and frame keep text sharp.
+    // Bits per pixel and frame that keep text sharp on a mostly static screen.
     constexpr double bitsPerPixel = 0.02;
     constexpr std::array<std::int64_t, 3> smaller{720, 540, 360};
     Limited result{.height = settings.height, .bitRate = bitRate};
@@ -50,7 +50,7 @@ Limited limited(const VideoProject& project, const ExportSettings& settings, dou
 
 VideoEncoder webmEncoder()
 {
-    // The bit rate is the upper limit of a constant quality: a screen on which little moves takes much less.
+    // The bit rate is only the limit of a constant quality: a mostly static screen takes much less.
     return {.name = "libvpx-vp9",
         .options = {"-deadline", "good", "-cpu-used", "5", "-row-mt", "1", "-tile-columns", "2", "-crf", "32"}};
 }
@@ -76,7 +76,7 @@ std::vector<std::string> containerArguments(ExportFormat format)
 void makeGif(const std::filesystem::path& ffmpeg, const std::filesystem::path& film, const std::filesystem::path& palette,
     const std::filesystem::path& target, double seconds, const ProgressCallback& progress, const std::stop_token& stop)
 {
-    // Twice through the film, so that its frames need not be kept in memory.
+    // Decodes the film twice, because keeping its frames would take much memory.
     ProcessRunner::run(ffmpeg,
         ffmpegArguments(
             {"-i", film.string(), "-vf", "palettegen=stats_mode=diff", "-frames:v", "1", "-update", "1", palette.string()}),

@@ -23,7 +23,7 @@ constexpr std::array<ExportPreset, 6> presets{{
     {.id = "webm", .name = "WebM", .note = "VP9 y Opus, para páginas web"},
 }};
 
-constexpr double gifBitsPerPixel = 0.55; // Of lessons on a screen, measured; moving pictures take more.
+constexpr double gifBitsPerPixel = 0.55; // Measured with screen lessons; films with more motion take more.
 constexpr auto audioBits = static_cast<double>(HlsLadder::audioBitRate);
 
 double megapixels(const VideoProject& project, const ExportSettings& settings)
@@ -104,10 +104,10 @@ ExportPace ExportPace::parse(std::string_view text)
 
 void ExportPace::add(const VideoProject& project, const ExportSettings& settings, double seconds, std::uintmax_t bytes)
 {
-    constexpr double shortest = 1; // Seconds of work that say something.
+    constexpr double minWork = 1; // Seconds; shorter exports are not representative.
     const double pixels = megapixels(project, settings);
     const double bits = videoBits(project, settings);
-    if (!isMeasured(settings) || seconds < shortest || !(pixels > 0) || !(bits > 0))
+    if (!isMeasured(settings) || seconds < minWork || !(pixels > 0) || !(bits > 0))
         return;
     const auto follow = [](double& value, double measured) { value = value > 0 ? (value + measured) / 2 : measured; };
     follow(secondsPerMegapixel, seconds / pixels);
@@ -117,26 +117,26 @@ void ExportPace::add(const VideoProject& project, const ExportSettings& settings
 
 ExportEstimate ExportEstimate::of(const VideoProject& project, const ExportSettings& settings, const ExportPace& pace)
 {
-    // Before anything was measured: x264 on a usual core, and a lesson on a screen.
+    // Defaults without measurements: x264 on an ordinary core, and a screen lesson.
     constexpr double megapixelsPerCoreAndSecond = 35;
     constexpr double usualBitShare = 0.25;
-    constexpr double webmWork = 3; // VP9 takes that many times as long as H.264.
-    constexpr double audioSpeed = 40; // Seconds of sound that are mixed and encoded in one.
+    constexpr double webmWork = 3; // VP9 takes this many times as long as H.264.
+    constexpr double audioSpeed = 40; // Seconds of audio mixed and encoded per second.
     const double work = pace.secondsPerMegapixel > 0 ? pace.secondsPerMegapixel
                                                      : 1 / (megapixelsPerCoreAndSecond * std::max(availableCores(), 1));
     const double share = pace.bitShare > 0 ? pace.bitShare : usualBitShare;
     ExportEstimate estimate{.duration = ExportService::exportedDuration(project, settings)};
     const double pixels = megapixels(project, settings);
-    const double audioTotal = audioBits * estimate.duration;
+    const double audio = audioBits * estimate.duration;
     switch (settings.format) {
     case ExportFormat::mp4:
     case ExportFormat::webm:
         estimate.seconds = pixels * work * (settings.format == ExportFormat::webm ? webmWork : 1);
-        estimate.bytes = (videoBits(project, settings) * share + audioTotal) / 8;
+        estimate.bytes = (videoBits(project, settings) * share + audio) / 8;
         break;
     case ExportFormat::audio:
         estimate.seconds = estimate.duration / audioSpeed;
-        estimate.bytes = audioTotal / 8;
+        estimate.bytes = audio / 8;
         break;
     case ExportFormat::gif:
         estimate.seconds = pixels * work * 2;
@@ -158,7 +158,7 @@ std::string portableFileName(std::string_view title)
     }
     if (name.size() > maxBytes) {
         std::size_t end = maxBytes;
-        while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0U) == 0x80) // Not within a character.
+        while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0U) == 0x80) // Not inside a character.
             --end;
         name.resize(end);
     }

@@ -116,8 +116,7 @@ private:
             throw captureError("El proyecto no contiene vídeo visible.");
         if (m_project.duration > maxRecording)
             throw captureError("La duración del proyecto no es válida.");
-        if (m_project.width > VideoLimits::maxSide || m_project.height > VideoLimits::maxSide
-            || m_settings.height < 1)
+        if (m_project.width > VideoLimits::maxSide || m_project.height > VideoLimits::maxSide || m_settings.height < 1)
             throw captureError("El tamaño del proyecto no es válido.");
         if (!VideoLimits::isRate(m_settings.fps))
             throw captureError("La frecuencia de fotogramas del proyecto no es válida.");
@@ -125,7 +124,7 @@ private:
 
     RenderGraph::FrameSize outputSize() const { return RenderGraph::outputSize(m_project, m_settings.height); }
 
-    /// Refuses a destination that cannot be written, or that is a source of the project, before rendering.
+    /// Rejects a destination that cannot be written, or that is a source of the project, before rendering.
     void checkDestination() const
     {
         const auto wanted = extensionOf(m_settings.format);
@@ -170,7 +169,7 @@ private:
         return kept;
     }
 
-    /// Whether a file of subtitles belongs to the result.
+    /// Whether the result has a subtitle file.
     bool hasCaptions() const { return hasSubtitleFile(m_settings); }
 
     FilmAudio audio(const WorkFolder& work) const
@@ -178,7 +177,7 @@ private:
         return {m_ffmpeg, m_project, m_sources.inputs, m_settings, work.path()};
     }
 
-    /// Copies the film of an earlier export of the same edit. Returns false if there is none or it changed meanwhile.
+    /// Copies the film of an earlier export of the same edit. Returns false if there is none or it changes meanwhile.
     bool takeFinished(const std::string& signature, const fs::path& target, const ProgressCallback& progress) const
     {
         const auto finished = FinishedFilms::find(m_project, m_store, signature);
@@ -209,7 +208,7 @@ private:
             audio(work).make(target, progress, m_stop); // Without decoding a frame.
             break;
         case ExportFormat::gif: {
-            constexpr double filmShare = 0.7; // Of the time that both take.
+            constexpr double filmShare = 0.7; // Share of the total time.
             const auto part = [&](double from, double to) -> ProgressCallback {
                 return [&progress, from, to](double done) {
                     if (progress)
@@ -227,7 +226,7 @@ private:
         return false;
     }
 
-    /// Renders with the bit rate that the size allows, once more with less when the encoder took too much.
+    /// Renders with the bit rate that the maximum size allows, and again with less while the result is too large.
     bool makeLimited(const WorkFolder& work, const fs::path& target, const ProgressCallback& progress)
     {
         constexpr int maxTries = 4;
@@ -248,7 +247,7 @@ private:
             "El vídeo no cabe en {} MB. Exporta solo una parte, o sin límite de tamaño.", *m_settings.maxBytes / 1'000'000));
     }
 
-    /// What the graph reads besides the inputs.
+    /// Writes the documents that the graph reads besides the inputs.
     void prepareDocuments(const WorkFolder& work) const
     {
         const auto size = outputSize();
@@ -275,7 +274,7 @@ private:
             m_stop);
     }
 
-    /// Renders the film in pieces that later exports take. Returns false if it has to be rendered whole.
+    /// Renders the film in pieces that later exports reuse. Returns false if it has to be rendered whole.
     bool renderInPieces(const WorkFolder& work, const fs::path& target, const ProgressCallback& progress) const
     {
         if (m_settings.isWhole || m_bitRate || m_settings.burned() != SubtitleCues::none)
@@ -286,19 +285,15 @@ private:
         const auto film = PiecedFilm::of(std::move(*recipe), m_stop);
         if (!film)
             return false;
-        const fs::path folder = target.parent_path() / "pieces"; // Where the whole film has to fit, too.
+        const fs::path folder = target.parent_path() / "pieces"; // On the disk that must also hold the whole film.
         fs::create_directories(folder);
         PieceCache cache;
-        const auto makeAudio = [&](const fs::path& file, const std::string& version, const std::stop_token& stop) {
-            audio(work).makeWith(cache, version, file, stop);
-        };
-        bool done = false;
-        try {
-            done = film->make(target, folder, makeAudio, cache, progress, m_stop);
-        } catch (...) {
-            cache.trim(); // Pieces that were complete are kept.
-            throw;
-        }
+        const bool done = film->make(
+            target, folder,
+            [&](const fs::path& file, const std::string& version, const std::stop_token& stop) {
+                audio(work).makeWith(cache, version, file, stop);
+            },
+            cache, progress, m_stop);
         fs::remove_all(folder);
         cache.trim();
         return done;
@@ -360,7 +355,7 @@ private:
         return line;
     }
 
-    /// Mixes the audio while the video is rendered: the mix goes through a pipe, not through the disk. The pipe is in
+    /// Mixes the audio while the video is rendered. The mix goes through a pipe, not through the disk; the pipe is in
     /// the temporary folder because not every file system of a library supports pipes.
     void renderBeside(
         const WorkFolder& work, const fs::path& target, const VideoEncoder& encoder, const ProgressCallback& progress) const
@@ -444,14 +439,14 @@ private:
     const ProjectStore& m_store;
     fs::path m_destination;
     ExportSettings m_settings;
-    std::optional<std::int64_t> m_bitRate; ///< Of the picture, where its size is limited.
+    std::optional<std::int64_t> m_bitRate; ///< Video bits per second, if the file size is limited.
     const MediaProbe& m_probe;
     std::stop_token m_stop;
     fs::path m_ffmpeg;
     FilmSources m_sources;
 };
 
-/// The project without what is not to be exported: the rest is cut.
+/// The project with everything outside `span` cut.
 VideoProject only(const VideoProject& project, const TimeSpan& span)
 {
     VideoProject part = project;

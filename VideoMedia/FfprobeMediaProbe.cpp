@@ -58,7 +58,7 @@ std::optional<double> number(std::string_view digits)
     return value;
 }
 
-/// Parses a fraction such as "30000/1001"; 0 if it is none.
+/// Parses a fraction such as "30000/1001"; returns 0 for any other text.
 double fraction(std::string_view value)
 {
     const std::size_t slash = value.find('/');

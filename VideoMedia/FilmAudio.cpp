@@ -99,7 +99,7 @@ void FilmAudio::mix(const fs::path& target, const Arguments& encoder, const std:
     ProcessRunner::run(m_ffmpeg, arguments, {}, 0, stop);
 }
 
-/// Stands for everything that the mix depends on.
+/// The cache key of the mix: a digest of everything that it depends on.
 std::string FilmAudio::mixKey(const std::string& version) const
 {
     PieceKey key(version);

@@ -22,8 +22,8 @@ bool isEasyToDecode(const MediaFacts& facts, RenderGraph::FrameSize size)
     return facts.video->width * facts.video->height <= 2 * size.width * size.height;
 }
 
-/// Whether a file does not declare the default colour range although it uses it. Otherwise the first filter would set it,
-/// and copy every frame to do so.
+/// Whether a file uses the default colour range without declaring it. The range must then be declared, because otherwise
+/// the first filter sets it and copies every frame to do so.
 bool leavesRangeOpen(const MediaFacts::Video& video)
 {
     return video.codec == "h264" && video.pixelFormat == "yuv420p" && video.colorRange.empty();

@@ -109,7 +109,7 @@ void remember(const VideoProject& project, const ProjectStore& store, const std:
                 text += std::format("{} {} {}\n", other.signature, other.state, other.path);
         }
         writeFileAtomically(list, text);
-    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): it is rendered again, then.
+    } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the next export renders again.
     }
 }
 

@@ -41,7 +41,7 @@ void writeKey(const fs::path& file)
     writeFileAtomically(file, std::string(key.begin(), key.end()));
 }
 
-/// The file that gives ffmpeg the key's address for players and its present path. Removed by the destructor.
+/// The file from which ffmpeg reads the key's address for players and its path. Removed by the destructor.
 class KeyInfo {
 public:
     KeyInfo(fs::path file, const fs::path& key)
@@ -63,8 +63,8 @@ private:
     fs::path m_file;
 };
 
-/// A path of the folder without per cent signs, which ffmpeg would treat as a pattern: a link to it if its own path has
-/// any. Removed by the destructor.
+/// A path of the folder without percent signs, which ffmpeg would treat as a pattern. If the folder's own path has any,
+/// this is a link to it, removed by the destructor.
 class PlainPath {
 public:
     explicit PlainPath(const fs::path& folder)
@@ -92,9 +92,8 @@ private:
     fs::path m_link;
 };
 
-/// The encoder with a bit rate that it keeps within half a second, so that every segment respects the master playlist.
-/// An encoder that saves bits for longer would spend them all in the next segment. The system encoder supports only the
-/// mean.
+/// The encoder arguments. The encoder must keep its bit rate within half a second, so that every segment respects the
+/// master playlist: bits saved for longer would all be spent in one segment. The system encoder supports only the mean.
 Arguments encoderArguments(const VideoEncoder& encoder, const HlsLadder::Rendition& step)
 {
     Arguments line = encoder.plainArguments(step.bitRate);
@@ -104,7 +103,7 @@ Arguments encoderArguments(const VideoEncoder& encoder, const HlsLadder::Renditi
     return line;
 }
 
-/// A step of the ladder that is being made.
+/// A step of the ladder in production.
 struct Rung {
     HlsLadder::Rendition step;
     fs::path folder;
@@ -126,7 +125,7 @@ public:
     {
     }
 
-    /// The arguments that make all `rungs`; `encoders` belong to those that are not copied, in order.
+    /// The arguments that make all `rungs`. `encoders` has one for each rung that is not copied, in order.
     Arguments line(std::span<const Rung> rungs, std::span<const VideoEncoder> encoders) const
     {
         Arguments line = ffmpegArguments();
@@ -199,15 +198,15 @@ private:
     const PlainPath& m_plain;
 };
 
-/// How many of the first rungs one run makes: at least one, more while cores are free. Encoders buffer many frames, so
-/// the number of pixels bounds the memory too.
+/// The number of first rungs that one run makes: at least one, more while cores are free. The limit on pixels also bounds
+/// the memory, because encoders buffer many frames.
 std::size_t togetherIn(std::span<const Rung> rungs)
 {
     constexpr auto pixelsPerCore = std::int64_t{1920} * 1080;
-    const auto most = pixelsPerCore * std::max(availableCores(), 2);
+    const auto maxPixels = pixelsPerCore * std::max(availableCores(), 2);
     std::size_t count = 0;
     std::int64_t pixels = 0;
-    while (count < rungs.size() && (count == 0 || pixels + rungs[count].pixels() <= most)) {
+    while (count < rungs.size() && (count == 0 || pixels + rungs[count].pixels() <= maxPixels)) {
         pixels += rungs[count].isCopied ? 0 : rungs[count].pixels();
         ++count;
     }

@@ -12,7 +12,7 @@ namespace orvo::RenderGraph {
 
 namespace {
 
-constexpr double maxFadeShare = 3; ///< A fade takes at most one in so many parts of its span.
+constexpr double maxFadeShare = 3; ///< A fade takes at most one in this many parts of its span.
 constexpr double minStart = 1e-4; ///< Seconds; an earlier span begins with the recording.
 
 /// The fades of a kept span, in seconds.
@@ -22,18 +22,18 @@ struct Fades {
     double audioOut = 0;
 };
 
-/// Audio that is cut without a fade gets a short ramp, so that no cut clicks.
+/// The fades of a span. Audio without a fade gets a short ramp, so that cuts do not click.
 Fades fadesOf(const VideoProject& project, const TimeSpan& span)
 {
     constexpr double minRamp = 0.01;
-    const double longest = std::max(project.edit.fade, 0.0);
+    const double maxFade = std::max(project.edit.fade, 0.0);
     const double length = span.end - span.start;
     const auto within = [&](double fade) { return length < 0 ? fade : std::min(length / maxFadeShare, fade); };
-    const double ramp = within(std::max(longest, minRamp));
+    const double ramp = within(std::max(maxFade, minRamp));
     const double frame = project.fps > 0 ? 1 / static_cast<double>(project.fps) : 0.1;
-    return {.video = within(longest),
-        .audioIn = span.start > 0 ? ramp : within(longest),
-        .audioOut = span.end < project.duration - frame ? ramp : within(longest)};
+    return {.video = within(maxFade),
+        .audioIn = span.start > 0 ? ramp : within(maxFade),
+        .audioOut = span.end < project.duration - frame ? ramp : within(maxFade)};
 }
 
 /// The kept spans on the frame grid of the output.
@@ -41,14 +41,14 @@ Fades fadesOf(const VideoProject& project, const TimeSpan& span)
 /// Video can only be cut between frames. Cutting the audio at the same places keeps them in sync.
 ///
 /// Within a window of the recording, each joint falls on the output frame nearest to its time after the window's first
-/// joint. The next window starts afresh, so that an edit moves no joint of another window: pieces that are kept stay
-/// valid. Rounding adds up over the windows; a window that begins more than `tolerance` frames early or late makes up for
-/// one of them, and the last one ends on the frame nearest to the exact length, however many cuts there are.
+/// joint. The next window starts afresh, so that an edit moves no joint of another window and cached pieces stay valid.
+/// Rounding errors add up over the windows: a window that begins more than `tolerance` frames early or late compensates one
+/// of them, and the last window ends on the frame nearest to the exact length, however many cuts there are.
 ///
 /// A span that is already on the grid stays as it is.
 std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t fps)
 {
-    constexpr double tolerance = 1; // Frames. Half a frame more inside a window: no joint is two frames off.
+    constexpr double tolerance = 1; // Frames. With half a frame inside a window, no joint is two frames off.
     const auto rate = static_cast<double>(fps);
     const auto frameAt = [&](double time) { return truncated(std::round(time * rate)); };
     const auto timeOf = [&](std::int64_t frame, double exact) {
@@ -60,7 +60,7 @@ std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t 
     double exactLength = 0;
     std::int64_t length = 0; // Output frames so far.
     std::int64_t last = 0; // The source frame at which the previous span ends.
-    std::int64_t window = -1; // In which the previous span ends.
+    std::int64_t window = -1; // The one in which the previous span ends.
     double windowLength = 0; // Exact.
     std::int64_t windowStart = 0; // Output frame.
     for (const auto& span : kept) {

@@ -47,7 +47,7 @@ MediaFacts requireMovie(const fs::path& file, const fs::path& movie, const Video
 
 constexpr std::string_view failureName = "import-error.txt";
 
-/// Leaves the reason for the library to show. A failure here changes nothing: the reason is reported anyway.
+/// Stores the reason for the library to show. Ignores errors, because the caller reports the reason too.
 void noteFailure(const ProjectStore& store, const Uuid& id, const std::string& reason)
 {
     try {
@@ -67,7 +67,7 @@ CopiedMovie copyMovie(const ProjectStore& store, const fs::path& movie, const Vi
     const ProgressCallback& progress, const std::stop_token& stop)
 {
     CopiedMovie copied{.file = newMediaName(movie)};
-    requireMovie(movie, movie, project, probe, stop); // The copy may take minutes.
+    requireMovie(movie, movie, project, probe, stop); // Before the copy, which may take minutes.
     const fs::path copy = store.mediaURL(project, copied.file);
     copyFile(movie, copy, progress, stop);
 
@@ -104,7 +104,7 @@ VideoProject importMovie(const ProjectStore& store, const fs::path& movie, std::
     const bool isNew = !fs::exists(store.directory(project.id));
     FileLock working;
     if (isNew) {
-        project.state = ProjectState::importFailed; // Until it has a track, also when this program is killed.
+        project.state = ProjectState::importFailed; // Until it has a track, even if this program is killed.
         store.create(project);
         working =
             FileLock(UniqueFd(::open(store.directory(project.id).c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)));

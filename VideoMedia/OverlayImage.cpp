@@ -49,8 +49,8 @@ std::string formats()
     return list;
 }
 
-/// Options that make ffmpeg take the path literally: a percent sign would make it a pattern for an image sequence.
-/// Animations know neither patterns nor the option.
+/// Options that make ffmpeg take the path literally: a percent sign would make it a pattern for an image sequence. The
+/// demuxers of animations have neither patterns nor this option.
 Arguments literally(const fs::path& file)
 {
     if (file.native().contains('%') && !isAnimation(file))

@@ -66,7 +66,7 @@ std::string digestOf(const fs::path& file)
 
 void PieceKey::add(std::string_view text)
 {
-    m_sum.add(std::format("{}:{}\n", text.size(), text)); // With its length: where one ends counts, too.
+    m_sum.add(std::format("{}:{}\n", text.size(), text)); // The length keeps adjacent texts apart.
 }
 
 void PieceKey::add(const Arguments& arguments)
@@ -88,7 +88,7 @@ fs::path PieceCache::defaultFolder()
         return fs::path(value ? value : "");
     };
     fs::path base = variable("XDG_CACHE_HOME");
-    if (!base.is_absolute()) // An invalid value does not count.
+    if (!base.is_absolute()) // An invalid value is ignored.
         base = variable("HOME").empty() ? fs::path() : variable("HOME") / ".cache";
     return base.empty() ? fs::path() : base / "OrvoVideo" / "pieces";
 }
@@ -123,7 +123,7 @@ bool PieceCache::take(const std::string& key, const fs::path& target)
                 return true;
             }
             fs::remove(kept, ignored); // Damaged.
-        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): it is made again.
+        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch): the caller renders the piece again.
         }
         fs::remove(target, ignored);
     }
@@ -139,12 +139,12 @@ void PieceCache::keep(const std::string& key, const fs::path& file)
     try {
         std::string name = key + "-" + digestOf(file);
         if (fs::create_directories(m_folder))
-            fs::permissions(m_folder, fs::perms::owner_all); // It shows what the screen showed.
+            fs::permissions(m_folder, fs::perms::owner_all); // The pieces show the recorded screen.
         linkOrCopy(file, copy);
         fs::rename(copy, m_folder / name);
         m_names.emplace(key, std::move(name));
     } catch (const std::exception&) {
-        m_keeps = false; // A full disk or a folder that is not ours: the film does not depend on it.
+        m_keeps = false; // A full disk or an inaccessible folder; the film does not need the cache.
         std::error_code ignored;
         fs::remove(copy, ignored);
     }

@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::uintmax_t maxTables = 1 << 20; ///< Bytes; those of a piece have some kilobytes.
+constexpr std::uintmax_t maxTables = 1 << 20; ///< Bytes; the tables of a piece take some kilobytes.
 
 std::optional<std::uint32_t> numberAt(std::string_view bytes, std::size_t at)
 {
@@ -24,7 +24,7 @@ std::optional<std::uint32_t> numberAt(std::string_view bytes, std::size_t at)
     return value;
 }
 
-/// The content of the last box of a type; empty if there is none.
+/// The content of the last box of a type, or an empty text.
 std::string_view lastBox(std::string_view bytes, std::string_view type)
 {
     const auto at = bytes.rfind(type);
@@ -47,7 +47,7 @@ Facts factsOf(const fs::path& file)
     stream.seekg(static_cast<std::streamoff>(size - tail.size()));
     if (!stream.read(tail.data(), static_cast<std::streamsize>(tail.size())))
         return {};
-    constexpr std::size_t countOffset = 8; // Behind the version and the common size.
+    constexpr std::size_t countOffset = 8; // After the version and the common size.
     return {.frames = numberAt(lastBox(tail, "stsz"), countOffset).value_or(0),
         .parameters = std::string(lastBox(tail, "avcC"))};
 }

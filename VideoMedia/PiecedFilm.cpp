@@ -33,10 +33,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int renderer = 1; ///< Increment when the same recipe makes other frames.
-constexpr std::int64_t minFilm = 30; ///< Seconds; a shorter one is rendered whole.
+constexpr int renderer = 1; ///< Increment when the same recipe gives other frames.
+constexpr std::int64_t minFilm = 30; ///< Seconds; shorter films are rendered whole.
 
-/// Seconds before the first frame of a piece where reading begins: frames are stored in another order than they are shown.
+/// Reading begins this many seconds before the first frame of a piece, because frames are not stored in display order.
 constexpr double readAhead = 0.5;
 
 /// The number after the last `name` in the output of ffmpeg.
@@ -53,7 +53,7 @@ std::optional<std::int64_t> lastNumber(std::string_view output, std::string_view
 }
 
 /// The timestamp of the first frame of a file. Returns nullopt for files other than H.264 in a container of the QuickTime
-/// family: after a jump, others do not all give the timestamps that they give from their beginning.
+/// family: others may give different timestamps after a seek.
 std::optional<std::int64_t> firstTimestamp(
     const PiecedFilm::Source& source, const fs::path& ffmpeg, const std::stop_token& stop)
 {
@@ -69,7 +69,7 @@ std::optional<std::int64_t> firstTimestamp(
             return std::nullopt;
         return lastNumber(output, " n:   0 pts:");
     } catch (const Error&) {
-        return std::nullopt; // Rendering the film reports what is wrong with it.
+        return std::nullopt; // Rendering the film reports the error.
     }
 }
 
@@ -84,12 +84,12 @@ std::int64_t availableMemory()
     return std::numeric_limits<std::int64_t>::max();
 }
 
-/// How many runs make pieces side by side. One encoder uses a few cores well, and each run keeps many frames.
+/// The number of parallel runs. One encoder uses only a few cores well, and each run buffers many frames.
 int sideBySide(const RenderGraph::FrameSize& size)
 {
     constexpr int coresPerRun = 4;
     constexpr int maxRuns = 8;
-    constexpr std::int64_t bytesPerPixel = 250; // Of a run with every effect.
+    constexpr std::int64_t bytesPerPixel = 250; // Memory of a run with every effect.
     const auto allowed = availableMemory() / 2 / (bytesPerPixel * size.width * size.height);
     return static_cast<int>(
         std::clamp<std::int64_t>(std::min<std::int64_t>(availableCores() / coresPerRun, allowed), 1, maxRuns));
@@ -105,7 +105,7 @@ std::string quoted(const fs::path& file)
 
 } // namespace
 
-/// One rendering: the state that its threads share.
+/// The state of one rendering, shared by its threads.
 class PiecedFilm::Run {
 public:
     Run(const PiecedFilm& film, const fs::path& work, PieceCache& cache, const std::stop_token& stop)
@@ -145,7 +145,7 @@ public:
             throw Cancelled();
     }
 
-    /// Whether every piece has its number of frames, and the decoder needs no other parameters for one than for another.
+    /// Whether every piece has its number of frames, and all pieces have the same decoder parameters.
     bool fits() const
     {
         for (std::size_t n = 0; n < m_pieces.size(); ++n) {
@@ -157,7 +157,7 @@ public:
         return true;
     }
 
-    /// Joins pieces and audio without encoding anything again. Returns whether the result has all frames.
+    /// Joins pieces and audio without encoding again. Returns whether the result has all frames.
     bool join(const fs::path& target) const
     {
         std::string list = "ffconcat version 1.0\n";
@@ -166,7 +166,7 @@ public:
             list += std::format("file {}\nduration {}\n", quoted(pieceFile(n)), durationText(seconds));
         }
         writeFileAtomically(m_work / "pieces.txt", list);
-        // Pieces are joined at microseconds: rounding to frames keeps what that leaves from adding up.
+        // Pieces are joined at whole microseconds; rounding to frames keeps the errors from adding up.
         const auto onFrame = [&](std::string_view time) {
             return std::format("round({0}*TB*{1})/(TB*{1})", time, m_recipe.fps);
         };
@@ -204,7 +204,7 @@ private:
             m_stop.request_stop();
     }
 
-    /// Reports what the threads do until they have ended.
+    /// Reports the progress of the threads until they have ended.
     void follow(const ProgressCallback& progress)
     {
         const auto all = static_cast<double>(m_pieces.back().position + m_pieces.back().length());
@@ -229,7 +229,7 @@ private:
         }
     }
 
-    /// Notes what share of a group is done.
+    /// Records the finished share of a group.
     void setDone(const std::vector<std::size_t>& group, double share)
     {
         const std::int64_t begin = m_pieces[group.front()].position;
@@ -245,8 +245,8 @@ private:
         m_changed.notify_one();
     }
 
-    /// Takes the pieces that are kept and puts the others into groups that one run makes: those that follow one another are
-    /// read, drawn and encoded without a new beginning.
+    /// Takes cached pieces and puts the others into groups, each made by one run: a run reads, draws and encodes adjacent
+    /// pieces without a restart.
     void plan()
     {
         std::vector<std::size_t> missing;
@@ -265,7 +265,7 @@ private:
             missing.push_back(n);
         }
         constexpr std::size_t maxTogether = 6;
-        constexpr std::int64_t maxGap = 5; // Seconds that are cut and yet read.
+        constexpr std::int64_t maxGap = 5; // Seconds; a run reads shorter cuts between its pieces.
         const auto share = missing.size() / (2 * static_cast<std::size_t>(m_runs));
         const auto together = m_runs == 1 ? maxTogether : std::clamp<std::size_t>(share, 1, maxTogether);
         for (const auto n : missing) {
@@ -332,8 +332,8 @@ private:
         return images;
     }
 
-    /// Stands for everything that the frames of a piece depend on: neither its place in the film nor where that puts its
-    /// key frames.
+    /// The cache key of a piece: a digest of everything that its frames depend on. Excludes its place in the film and so the
+    /// place of its key frames.
     std::string keyOf(const RenderGraph::Piece& piece, const VideoProject& shown, const std::string& document) const
     {
         PieceKey key(m_version);
@@ -375,7 +375,7 @@ private:
             append(arguments, {"-filter_complex_threads", std::to_string(threads)});
         const double start = static_cast<double>(piece.first()) / rate - readAhead;
         for (const auto& source : m_recipe.sources) {
-            // From the key frame on: the frame that is seen first may be much older than the piece.
+            // Reads from the key frame on: the first visible frame may be much older than the piece.
             if (start > 0)
                 append(arguments, {"-noaccurate_seek", "-ss", durationText(start)});
             append(arguments, source.decoding);
@@ -392,7 +392,7 @@ private:
         ProcessRunner::run(
             m_recipe.ffmpeg, arguments,
             [&](double part) {
-                // One that another follows is complete, and stays when this run is stopped.
+                // A piece is complete once the next one exists; keep it even if this run is stopped.
                 for (const auto n : group | std::views::take(group.size() - 1)) {
                     if (fs::exists(pieceFile(n + 1)))
                         keep(n);
@@ -402,7 +402,7 @@ private:
             static_cast<double>(piece.length()) / rate, m_stop.get_token());
     }
 
-    /// The frames of a group's run with which its pieces begin, but for the first.
+    /// The frames of a group's run at which its pieces begin, except the first piece.
     std::vector<std::int64_t> bordersOf(const std::vector<std::size_t>& group) const
     {
         std::vector<std::int64_t> borders;
@@ -420,7 +420,7 @@ private:
         for (const auto border : bordersOf(group))
             frames += std::format("{}{}", frames.empty() ? "" : ",", border);
         std::string pattern;
-        for (const char c : m_work.string()) // Where a percent sign would begin a number.
+        for (const char c : m_work.string()) // In the pattern, a percent sign would begin a number.
             pattern += c == '%' ? "%%" : std::string(1, c);
         return {"-avoid_negative_ts", "disabled", "-f", "segment", "-segment_format", "mp4", "-reset_timestamps", "1",
             "-segment_frames", frames, "-segment_start_number", std::to_string(group.front()), pattern + "/piece%d.mp4"};
@@ -449,17 +449,17 @@ private:
     const std::vector<RenderGraph::Piece>& m_pieces;
     const fs::path& m_work;
     PieceCache& m_cache;
-    std::stop_source m_stop; ///< Of all runs.
+    std::stop_source m_stop; ///< Stops all runs.
     std::stop_callback<std::function<void()>> m_onStop;
-    int m_runs; ///< At a time.
-    const std::string& m_version; ///< Of ffmpeg.
-    std::vector<std::string> m_keys; ///< Of each piece, in the cache.
-    std::vector<PieceFile::Facts> m_facts; ///< Of each piece; no frames until it is complete.
-    std::vector<std::vector<std::size_t>> m_groups; ///< Pieces that one run makes.
+    int m_runs; ///< The number of parallel runs.
+    const std::string& m_version; ///< The version of ffmpeg.
+    std::vector<std::string> m_keys; ///< The cache key of each piece.
+    std::vector<PieceFile::Facts> m_facts; ///< The facts of each piece; no frames until it is complete.
+    std::vector<std::vector<std::size_t>> m_groups; ///< The pieces of each run.
     std::atomic<std::size_t> m_next = 0;
-    std::mutex m_mutex; ///< Guards what follows.
+    std::mutex m_mutex; ///< Guards the members below.
     std::condition_variable m_changed;
-    std::vector<double> m_done; ///< Share of each piece.
+    std::vector<double> m_done; ///< The finished share of each piece.
     bool m_hasNews = false;
     int m_running = 0;
     std::exception_ptr m_failure;
@@ -473,7 +473,7 @@ std::optional<PiecedFilm> PiecedFilm::of(Recipe recipe, const std::stop_token& s
         || film.m_pieces.back().position + film.m_pieces.back().length() < minFilm * film.m_recipe.fps)
         return std::nullopt;
     for (auto& source : film.m_recipe.sources) {
-        // What is kept after the end of its clip is not in the whole film either.
+        // A film rendered whole has no frames after the end of its clip, so the pieces would not match.
         const auto length = std::llround(source.input.track.duration * static_cast<double>(film.m_recipe.fps));
         if (RenderGraph::isVisibleVideo(source.input.track) && length > 0 && film.m_pieces.back().last() > length)
             return std::nullopt;

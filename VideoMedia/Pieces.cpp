@@ -57,7 +57,7 @@ std::vector<Piece> piecesOf(const VideoProject& project, std::int64_t fps)
 
 VideoProject shownIn(const VideoProject& project, const Piece& piece, std::int64_t fps)
 {
-    // A second more at each end: halos and the last position of the pointer outlast their events.
+    // One more second at each end, because halos and the last pointer position outlast their events.
     const double start = static_cast<double>(piece.first()) / static_cast<double>(fps) - 1;
     const double end = static_cast<double>(piece.last()) / static_cast<double>(fps) + 1;
     // Each position of the pointer is shown until the next one.

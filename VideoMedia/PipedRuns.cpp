@@ -19,8 +19,8 @@ namespace {
 
 /// A named pipe, removed by the destructor.
 ///
-/// Keeps both ends open: neither program waits for the other to open its end, and the writer does not fail because the
-/// reader ended. The failure of the reader is the one to report.
+/// Keeps both ends open, so that neither program waits for the other to open its end, and the writer does not fail
+/// because the reader ended: the failure to report is that of the reader.
 class NamedPipe {
 public:
     explicit NamedPipe(fs::path path)

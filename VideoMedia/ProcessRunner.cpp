@@ -23,7 +23,7 @@
 #include <unistd.h>
 #include <utility>
 
-extern char** environ; // NOLINT(readability-redundant-declaration): POSIX leaves it to the program.
+extern char** environ; // NOLINT(readability-redundant-declaration): POSIX has programs declare it.
 
 namespace orvo::ProcessRunner {
 
@@ -69,7 +69,7 @@ void reportProgress(std::string_view chunk, double duration, const ProgressCallb
     }
 }
 
-/// Both ends of a pipe, closed when no longer used.
+/// Both ends of a pipe.
 class Pipe {
 public:
     Pipe()
@@ -93,8 +93,8 @@ private:
 /// The environment of a child: a copy of this one, with the size from which glibc's allocator returns free blocks to
 /// the system at once.
 ///
-/// For each word of a graph that ffmpeg parses, it allocates as much as remains of the text. Between smaller live
-/// blocks these would not be returned, and a graph with many cuts would take several times the memory that it needs.
+/// For each word of a graph, ffmpeg allocates as much as the rest of the text. Between smaller live blocks the allocator
+/// would not return this memory, and a graph with many cuts would take several times the memory that it needs.
 class ChildEnvironment {
 public:
     ChildEnvironment()
@@ -179,7 +179,7 @@ pid_t spawn(const fs::path& executable, const std::vector<std::string>& argument
     return child;
 }
 
-/// With SIGCHLD ignored, a program never learns how its children end.
+/// Stops ignoring SIGCHLD: while it is ignored, the exit status of children is lost.
 void hearOfChildren()
 {
     struct sigaction present{};
@@ -318,7 +318,7 @@ void requireUsable(const fs::path& ffmpeg)
 {
     // The version of libavfilter identifies the release even where the program's own version is the name of a build: 10
     // came with FFmpeg 7.
-    constexpr int oldestFilterLibrary = 10;
+    constexpr int minFilterLibrary = 10;
     constexpr std::string_view library = "libavfilter";
 
     std::string about;
@@ -334,7 +334,7 @@ void requireUsable(const fs::path& ffmpeg)
     int version = 0;
     if (digits != std::string::npos)
         std::from_chars(about.data() + digits, about.data() + about.size(), version);
-    if (version < oldestFilterLibrary)
+    if (version < minFilterLibrary)
         throw captureError("La versión de FFmpeg instalada es demasiado antigua. Instala FFmpeg 7 o posterior.");
 }
 

@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::int64_t videoBitRate = 12'000'000;
 
-/// Whether the file of a browser's track has to begin with the recording.
+/// Whether a browser's track has to be padded or trimmed to begin with the recording.
 bool isAligned(const MediaTrack& track)
 {
     return track.start != 0 && track.kind != TrackKind::clip && fs::path(track.file).extension() == ".webm";
@@ -84,13 +84,13 @@ public:
     }
 
 private:
-    /// An empty or damaged file must not keep the others from being recovered.
+    /// Converts a track or records it as lost, so that the other tracks are still recovered.
     void convertOrLose(const MediaTrack& track, Prepared& prepared)
     {
         try {
             prepared.files.insert_or_assign(track.id, converted(track));
         } catch (const Error& error) {
-            // A full disk is no reason to give up the track.
+            // The track is not lost if the disk is full.
             if (std::string_view(error.what()).contains("No space left on device"))
                 throw;
             prepared.lost[track.id] = error.what();
@@ -151,7 +151,7 @@ private:
     {
         if (!isAligned(track))
             return {};
-        // Durations take no exponents: ffmpeg refuses 6e-05.
+        // Fixed notation, because ffmpeg rejects exponents in durations.
         return track.start > 0 ? std::format(",adelay={:.3f}:all=1", track.start * 1000)
                                : std::format(",atrim=start={:.6f},asetpts=PTS-STARTPTS", -track.start);
     }
@@ -161,8 +161,8 @@ private:
         Arguments arguments = ffmpegArguments();
         append(arguments, device);
         append(arguments, std::move(input));
-        // Where a browser dropped audio, only the timestamps show it. Without these gaps the audio would come too
-        // early; the default tolerates up to a tenth of a second.
+        // If a browser dropped audio, only the timestamps show the gap. Ignoring it would make the audio early; the
+        // default ignores gaps of up to a tenth of a second.
         append(
             arguments, {"-af", "aresample=async=1:min_hard_comp=0.005" + audioStart(track), "-c:a", "aac", target.string()});
         ProcessRunner::run(m_ffmpeg, arguments, {}, 0, m_stop);
@@ -172,7 +172,7 @@ private:
     bool convertVideo(const MediaTrack& track, const fs::path& source, const fs::path& target) const
     {
         const auto encode = [&](const VideoEncoder& encoder) {
-            // Encoders take only even sizes; browsers and imported movies may have others.
+            // Encoders accept only even sizes; browsers and imported movies may have odd ones.
             const std::string even = videoStart(track) + "pad=ceil(iw/2)*2:ceil(ih/2)*2";
             Arguments video{"-i", source.string(), "-vf", encoder.upload.empty() ? even : even + "," + encoder.upload};
             append(video, encoder.arguments(videoBitRate));
@@ -212,7 +212,7 @@ private:
             throw captureError(nothing);
         result.duration = *facts.duration;
         result.beginsAtZero = isAligned(track);
-        // The document that names this file must not reach the disk before it.
+        // The document that names this file must not reach the disk first.
         flushFile(target);
         flushFolder(target.parent_path());
         return result;

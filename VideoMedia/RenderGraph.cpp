@@ -46,8 +46,8 @@ std::vector<TimeSpan> widened(std::span<const TimeSpan> spans, double margin)
     return result;
 }
 
-/// An expression that is true within sorted spans. It bisects them: with hundreds, a linear test for every frame would
-/// be slow.
+/// An expression that is true within sorted spans. It bisects them, because a linear test of hundreds for every frame
+/// would be slow.
 std::string within(std::span<const TimeSpan> stretches)
 {
     if (stretches.size() == 1)
@@ -73,8 +73,7 @@ public:
     }
 
     /// The graph of one piece.
-    VideoGraph(
-        const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings, const Piece& piece)
+    VideoGraph(const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings, const Piece& piece)
         : m_project(project)
         , m_inputs(inputs)
         , m_settings(settings)
@@ -94,7 +93,7 @@ public:
             addStretch();
         else
             addClips();
-        // Zooms count frames: none may be missing before them.
+        // Zooms count frames, so no frame may be missing before them.
         if (!zoomed)
             dropCutFrames();
         step(assFilter(m_settings.annotations), "annotated");
@@ -136,7 +135,7 @@ private:
 
     void sharpen() { step(m_settings.quickSharpening ? Sharpening::quickFilter : Sharpening::filter, "sharp"); }
 
-    /// Where the frames of a part lie on the recording timeline, in seconds.
+    /// The stretch of the recording timeline that a part shows, in seconds.
     TimeSpan shownOf(const PiecePart& part) const
     {
         const auto rate = static_cast<double>(m_settings.fps);
@@ -145,13 +144,13 @@ private:
             ends ? part.kept.span.end : static_cast<double>(part.last) / rate};
     }
 
-    /// The filters that bring the picture of an input to the size and the rate of the output. `start` is the expression of
-    /// its first timestamp.
+    /// The filters that convert the frames of an input to the size and rate of the output. `start` is the expression of its
+    /// first timestamp.
     std::string fitted(std::size_t input, const std::string& start) const
     {
         const auto width = m_settings.size.width;
         const auto height = m_settings.size.height;
-        // Padding copies every frame that the decoder still needs, also where nothing is padded.
+        // Padding copies every frame that the decoder still needs, even if there is nothing to pad.
         const bool isPadded = !m_piece || !m_inputs[input].fillsFrame;
         return std::format("[{}:v]scale={}:{}:force_original_aspect_ratio=decrease,{}setsar=1,setpts=PTS-{},fps={},"
                            "tpad=stop_mode=clone:stop_duration={}",
@@ -159,14 +158,14 @@ private:
             start, m_settings.fps, durationText(std::max(m_project.duration, 0.0)));
     }
 
-    /// The frames from the first of a piece to its last, at their times in the recording.
+    /// Adds the frames of a piece, at their times in the recording.
     void addStretch()
     {
         const auto clip = std::ranges::find_if(m_inputs, [](const Input& input) { return isVisibleVideo(input.track); });
         const auto input = static_cast<std::size_t>(clip - m_inputs.begin());
         m_chains.add(std::format("{},trim=start_pts={}:end_pts={}{}", fitted(input, numberText(clip->firstTimestamp)),
             m_piece->first(), m_piece->last(), label("source", 0)));
-        // Also one clip passes through here in the whole film, which sets the time base.
+        // In the whole film even a single clip passes through concat, which sets the time base.
         m_current = "base";
         m_chains.add(std::format("{}concat=n=1:v=1:a=0{}", label("source", 0), current()));
     }
@@ -180,19 +179,19 @@ private:
         const auto rate = static_cast<double>(m_settings.fps);
         const auto framesOf = [&](double seconds) { return truncated(std::round(seconds * rate)); };
         double end = 0; // Seconds.
-        std::int64_t frames = 0; // Of the clips so far.
+        std::int64_t frames = 0; // Total of the clips so far.
         std::size_t n = 0;
         for (std::size_t i = 0; i < m_inputs.size(); ++i) {
             const auto& track = m_inputs[i].track;
             if (!isVisibleVideo(track))
                 continue;
             double length = track.duration > 0 ? track.duration : m_project.duration;
-            // Every clip ends on the frame nearest to its exact end: rounded one by one, many of them would drift away
-            // from their audio.
+            // Every clip ends on the frame nearest to its exact end. Rounding each length would make many clips drift
+            // away from their audio.
             end += length;
             const std::int64_t shown = std::max<std::int64_t>(framesOf(end) - frames, 1);
             frames += shown;
-            // A length between two frames would be rounded again.
+            // The filters would round a length between two frames again.
             if (std::abs(length * rate - static_cast<double>(shown)) > 1e-3)
                 length = static_cast<double>(shown) / rate;
             const double fade = count > 1 ? clipFade(m_project, length) : 0;
@@ -210,7 +209,7 @@ private:
         m_chains.add(std::format("{}concat=n={}:v=1:a=0{}", labels("source", count), count, current()));
     }
 
-    /// The size of an image with a width in pixels. For a narrow one the height may round to 0, which ffmpeg refuses or
+    /// The size of an image with a width in pixels. The height of a narrow image may round to 0, which ffmpeg rejects or
     /// replaces by the height of the file.
     static std::string imageSize(std::int64_t width)
     {
@@ -226,7 +225,7 @@ private:
         for (const auto& overlay : m_project.edit.overlays) {
             if (overlay.kind != Overlay::Kind::image)
                 continue;
-            const std::size_t input = m_inputs.size() + (m_piece ? 0 : 1) + n; // Behind the mix.
+            const std::size_t input = m_inputs.size() + (m_piece ? 0 : 1) + n; // After the mix.
             const auto width = truncated(overlay.width * m_width);
             m_chains.add(std::format("[{}:v]scale={}{}", input, imageSize(width), label("image", n)));
             m_chains.add(std::format("{}{}overlay=x={}:y={}:enable='between(t,{},{})':shortest=0{}", current(),
@@ -283,8 +282,8 @@ private:
             GraphText::addBranches(m_chains, current(), GraphText::videoBranches, spans);
             GraphText::addBranches(m_chains, "[mix]", GraphText::audioBranches, spans);
         }
-        // The last span comes first: ffmpeg runs filters in the order of the text, so branches that do not want a frame
-        // have released it when the one that does comes to fade it. No branch needs copies or a frame pool of its own.
+        // The last span comes first: ffmpeg runs filters in the order of the text, so other branches have released a frame
+        // before the branch that shows it fades it. No branch needs copies or a frame pool of its own.
         for (std::size_t n = count; n-- > 0;) {
             const double length = spans[n].end - spans[n].start;
             const double shown = std::max(length, 0.0);
@@ -309,7 +308,7 @@ private:
             m_chains.add(std::format("{}{}[vout]", video, last));
     }
 
-    /// The fades of a span that a part shows something of.
+    /// The fades of a span that are visible in a part.
     std::string fadesOf(const PiecePart& part) const
     {
         const auto rate = static_cast<double>(m_settings.fps);
@@ -325,7 +324,7 @@ private:
         return result;
     }
 
-    /// The parts of a piece, joined. Their fades count from the first frame of their spans.
+    /// Joins the parts of a piece. Fade times count from the first frame of the span.
     void addParts()
     {
         const auto& parts = m_piece->parts;
@@ -352,7 +351,7 @@ private:
     double m_width;
     double m_height;
     std::vector<KeptSpan> m_kept;
-    std::vector<TimeSpan> m_spans; ///< Those of `m_kept`.
+    std::vector<TimeSpan> m_spans; ///< The spans of `m_kept`.
     Chains m_chains;
     std::string m_current;
 };

@@ -22,8 +22,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Maximum bit rate of a segment relative to the mean of its step: a tenth below the declared one, which the container
-/// takes.
+/// Maximum bit rate of a segment relative to the mean of its step. The container takes the rest of the declared rate.
 constexpr double allowedShare = 1.1;
 constexpr double minMeasured = 1; ///< Seconds; shorter segments have no meaningful bit rate.
 
@@ -135,7 +134,7 @@ Copies copiesInto(const HlsLadder::Rendition& step, std::int64_t fps, const fs::
                 {}, 0, stop);
             copies.frame = areSegments(packetsIn(readFile(scratch)), step, fps);
         }
-    } catch (const std::exception&) { // Making the steps reports what is wrong with the film.
+    } catch (const std::exception&) { // Encoding the steps reports the error.
     }
     std::error_code ignored;
     fs::remove(scratch, ignored);

@@ -54,7 +54,7 @@ std::vector<VideoEncoder> hardwareEncoders()
         .upload = "format=nv12,hwupload",
         .options = {},
         .quantizerFloor = {}});
-    // By default both make forced key frames that later frames may reference across.
+    // By default, later frames may reference frames before a forced key frame of these encoders.
     encoders.push_back(
         {.name = "h264_nvenc", .device = {}, .upload = {}, .options = {"-forced-idr", "1"}, .quantizerFloor = {}});
     encoders.push_back(

@@ -48,7 +48,7 @@ WorkFolder::WorkFolder(const fs::path& project, std::string_view purpose)
     removeAbandoned(project, prefix);
     const std::string name = Uuid::random().text();
     m_path = project / (prefix + name);
-    // Renamed only once it is locked: otherwise another process could take it for abandoned.
+    // Renamed only once it is locked; otherwise another process could delete it as abandoned.
     const fs::path unnamed = project / ("." + name + ".tmp");
     fs::create_directories(unnamed);
     if (auto lock = lockFolder(unnamed))

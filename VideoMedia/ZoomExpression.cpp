@@ -10,8 +10,8 @@ namespace orvo {
 
 namespace {
 
-/// ffmpeg limits the nesting of expressions to a hundred levels. Each zoom point adds one level around those before it.
-constexpr std::size_t deepestChain = 48;
+/// Zoom points per chain. ffmpeg limits expressions to a hundred nested levels; each zoom point adds one.
+constexpr std::size_t maxDepth = 48;
 
 struct Zoom {
     double start;
@@ -21,7 +21,7 @@ struct Zoom {
     double y;
 };
 
-/// The expressions of zoom points, nested, the last one outermost. `clock` is the expression of the time.
+/// The nested expressions of zoom points, the last one outermost. `clock` is the expression of the time.
 ZoomExpression chain(std::span<const Zoom> zooms, const std::string& clock)
 {
     ZoomExpression result{.zoom = "1", .x = "iw/2", .y = "ih/2"};
@@ -37,7 +37,7 @@ ZoomExpression chain(std::span<const Zoom> zooms, const std::string& clock)
     return result;
 }
 
-/// The expression from `start` to the start of the next one.
+/// The expression that applies from `start` until the next stretch.
 struct Stretch {
     double start;
     ZoomExpression expression;
@@ -48,18 +48,18 @@ std::vector<Stretch> stretches(std::span<const Zoom> zooms, const std::string& c
 {
     std::vector<Stretch> result;
     std::vector<Zoom> open; // Zoom points of earlier ranges that reach into the present one.
-    for (std::size_t first = 0; first < zooms.size(); first += deepestChain / 2) {
-        const auto fresh = zooms.subspan(first, std::min(deepestChain / 2, zooms.size() - first));
+    for (std::size_t first = 0; first < zooms.size(); first += maxDepth / 2) {
+        const auto fresh = zooms.subspan(first, std::min(maxDepth / 2, zooms.size() - first));
         const double start = fresh.front().start;
-        // A point that ends no later than a later one that has begun never applies again.
+        // Drops points that end before a later point that has already begun: the later one hides them.
         std::vector<Zoom> reaching;
         for (auto zoom = open.rbegin(); zoom != open.rend(); ++zoom) {
             if (zoom->end >= start && (reaching.empty() || zoom->end > reaching.back().end))
                 reaching.push_back(*zoom);
         }
         std::ranges::reverse(reaching);
-        if (reaching.size() > deepestChain / 2)
-            reaching.erase(reaching.begin(), reaching.end() - static_cast<std::ptrdiff_t>(deepestChain / 2));
+        if (reaching.size() > maxDepth / 2)
+            reaching.erase(reaching.begin(), reaching.end() - static_cast<std::ptrdiff_t>(maxDepth / 2));
         open = reaching;
         open.insert(open.end(), fresh.begin(), fresh.end());
         result.push_back({.start = start, .expression = chain(open, clock)});
@@ -92,7 +92,7 @@ ZoomExpression ZoomExpression::make(
             .x = event.x,
             .y = event.y});
     }
-    if (zooms.size() <= deepestChain)
+    if (zooms.size() <= maxDepth)
         return chain(zooms, clock);
     const auto parts = stretches(zooms, clock);
     return {.zoom = choose(parts, &ZoomExpression::zoom, clock),
