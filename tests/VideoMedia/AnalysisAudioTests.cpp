@@ -24,13 +24,13 @@ protected:
 
     fs::path media(const std::string& name) { return store.directory(project.id) / "media" / name; }
 
-    /// Makes the mix; the failure, if any.
+    /// Makes the mix. Returns the text of the failure, or an empty text.
     std::string mix()
     {
         return failureOf([&] { analysisAudio(project, store, FfprobeMediaProbe(), destination); });
     }
 
-    /// Where the mix has sound, by halves of a second.
+    /// One character for each half second of the mix: "#" for audio, "." for silence.
     std::string halves() const
     {
         const auto samples = decodeAudio(destination);
@@ -45,11 +45,11 @@ protected:
 
 TEST_F(AnalysisAudioTest, PutsEveryTrackAtItsTime)
 {
-    // A microphone that begins late and is turned down, telephone sound, and six channels of which only the last one sounds.
+    // A late microphone with volume 0, telephone audio, and six channels of which only the last has a signal.
     makeAudio(media("microphone.m4a"), "sine=440:d=1");
     ffmpeg({"-f", "lavfi", "-i", "sine=300:d=0.5:r=8000", "-ar", "8000", media("system.wav").string()});
     ffmpeg({"-f", "lavfi", "-i", "aevalsrc=0|0|0|0|0|sin(1000*t):c=5.1:d=0.5", media("clip.wav").string()});
-    makeVideo(media("screen.mov"), "testsrc2=size=64x36:rate=10:duration=6"); // Without sound.
+    makeVideo(media("screen.mov"), "testsrc2=size=64x36:rate=10:duration=6"); // Without audio.
     project.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 6),
         track(TrackKind::microphone, "media/microphone.m4a", 2.5, 1), track(TrackKind::system, "media/system.wav", 0, 0.5),
         track(TrackKind::clip, "media/clip.wav", 5, 0.5)};
@@ -60,7 +60,7 @@ TEST_F(AnalysisAudioTest, PutsEveryTrackAtItsTime)
     EXPECT_EQ(probe(destination).audioChannels, 1);
 }
 
-TEST_F(AnalysisAudioTest, TheAudioOfCamerasDoesNotCount)
+TEST_F(AnalysisAudioTest, IgnoresTheAudioOfCameras)
 {
     ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x36:rate=10:duration=1", "-f", "lavfi", "-i", "sine=440:d=1",
         media("camera.mov").string()});
@@ -70,7 +70,7 @@ TEST_F(AnalysisAudioTest, TheAudioOfCamerasDoesNotCount)
     EXPECT_EQ(mix(), "El proyecto no contiene audio para transcribir.");
 }
 
-TEST_F(AnalysisAudioTest, DamagedAndMissingFilesAreTold)
+TEST_F(AnalysisAudioTest, ReportsDamagedAndMissingFiles)
 {
     project.tracks = {track(TrackKind::microphone, "media/microphone.m4a", 0, 1)};
     EXPECT_THAT(mix(), HasSubstr("microphone.m4a"));

@@ -42,7 +42,7 @@ std::vector<std::string> times(const VideoProject& project)
     return found;
 }
 
-TEST(Annotations, WholeDocument)
+TEST(Annotations, MatchesTheGoldenDocument)
 {
     auto project = emptyProject(10);
     project.edit.events = {pointer(PointerKind::move, 1, 0.25, 0.5), pointer(PointerKind::zoom, 1.5, 0.1, 0.1),
@@ -52,7 +52,7 @@ TEST(Annotations, WholeDocument)
     EXPECT_TRUE(matchesGolden("annotations.ass", ExportService::annotations(project, 1920, 1080)));
 }
 
-TEST(Annotations, PointerHoldsUntilTheNextEventOfAnyOrder)
+TEST(Annotations, HoldsThePointerUntilTheNextEventInTime)
 {
     auto project = emptyProject(10);
     project.edit.pointerHighlight = false;
@@ -69,7 +69,7 @@ TEST(Annotations, PointerHoldsUntilTheNextEventOfAnyOrder)
     EXPECT_EQ(times(project).front(), "0 0:00:04.00 0:00:05.00") << "the highlight comes before its arrow";
 }
 
-TEST(Annotations, HalosEndWithTheRecordingAndFollowTheDocumentOrder)
+TEST(Annotations, EndsHalosWithTheRecordingInDocumentOrder)
 {
     auto project = emptyProject(10);
     project.edit.pointerHighlight = false;
@@ -79,7 +79,7 @@ TEST(Annotations, HalosEndWithTheRecordingAndFollowTheDocumentOrder)
             "1 0:00:01.00 0:00:09.80", "1 0:00:09.80 0:00:09.95", "2 0:00:09.80 0:00:10.00", "2 0:00:01.00 0:00:01.50"));
 }
 
-TEST(Annotations, TimesAreTruncatedHundredthsAndNeverNegative)
+TEST(Annotations, TruncatesTimesToHundredthsAndClampsThemToZero)
 {
     auto project = emptyProject(100'000);
     const std::tuple<double, double, std::string> cases[] = {
@@ -95,7 +95,7 @@ TEST(Annotations, TimesAreTruncatedHundredthsAndNeverNegative)
     EXPECT_THAT(times(project), IsEmpty());
 }
 
-TEST(Annotations, TextsCannotLeaveTheirLine)
+TEST(Annotations, EscapesTextsOntoOneLine)
 {
     auto project = emptyProject(10);
     const std::pair<std::string, std::string> cases[] = {

@@ -13,8 +13,8 @@ namespace orvo::test {
 
 namespace {
 
-/// These turn a failure of their program into an answer, or try something else then.
-TEST(Cancelling, IsNoAnswerOfOperationsThatHandleFailures)
+/// These operations turn a failure of their program into a result, or try an alternative.
+TEST(Cancelling, PassesThroughOperationsThatHandleFailures)
 {
     const TemporaryFolder folder;
     const auto movie = folder / "movie.mp4";

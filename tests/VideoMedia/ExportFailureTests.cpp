@@ -32,8 +32,8 @@ protected:
     ~ExportFailure() override
     {
         ::unsetenv("TMPDIR");
-        EXPECT_THAT(leftovers(), IsEmpty()) << "the work folder is gone";
-        EXPECT_TRUE(fs::is_empty(temporary)) << "so is the sound's pipe";
+        EXPECT_THAT(leftovers(), IsEmpty()) << "the work folder is removed";
+        EXPECT_TRUE(fs::is_empty(temporary)) << "the pipe of the mix is removed";
     }
 
     std::string failure() { return ExportFixture::failure(folder / "out.mp4"); }
@@ -42,7 +42,7 @@ protected:
     fs::path screen;
 };
 
-TEST_F(ExportFailure, RefusesProjectsWithNothingVisible)
+TEST_F(ExportFailure, RejectsProjectsWithoutVisibleVideo)
 {
     project.edit.cuts = {{0, 3.995}};
     EXPECT_EQ(failure(), "El proyecto no contiene vídeo visible.");
@@ -53,33 +53,33 @@ TEST_F(ExportFailure, RefusesProjectsWithNothingVisible)
     EXPECT_EQ(failure(), "El proyecto no contiene vídeo visible.");
 }
 
-TEST_F(ExportFailure, RefusesImpossibleSizesAndRates)
+TEST_F(ExportFailure, RejectsImpossibleSizesAndRates)
 {
-    const auto tell = [&](const ExportSettings& settings) { return failureOf([&] { render(settings); }); };
+    const auto failureWith = [&](const ExportSettings& settings) { return failureOf([&] { render(settings); }); };
     for (const std::int64_t fps : {0, -1, 1'001, 1'000'000})
-        EXPECT_EQ(tell({.fps = fps}), "La frecuencia de fotogramas del proyecto no es válida.") << fps;
+        EXPECT_EQ(failureWith({.fps = fps}), "La frecuencia de fotogramas del proyecto no es válida.") << fps;
     for (const std::int64_t height : {0, -480})
-        EXPECT_EQ(tell({.height = height}), "El tamaño del proyecto no es válido.") << height;
+        EXPECT_EQ(failureWith({.height = height}), "El tamaño del proyecto no es válido.") << height;
     project.width = 20'000;
-    EXPECT_EQ(tell({}), "El tamaño del proyecto no es válido.");
+    EXPECT_EQ(failureWith({}), "El tamaño del proyecto no es válido.");
     project.duration = 1e12;
-    EXPECT_EQ(tell({}), "La duración del proyecto no es válida.");
+    EXPECT_EQ(failureWith({}), "La duración del proyecto no es válida.");
     EXPECT_FALSE(fs::exists(folder / "out.mp4"));
 }
 
-TEST_F(ExportFailure, RefusesMissingForeignAndDamagedMedia)
+TEST_F(ExportFailure, RejectsMissingForeignAndDamagedMedia)
 {
     project.tracks.edit().push_back(track(TrackKind::microphone, "media/microphone.m4a", 0, 4));
     EXPECT_EQ(failure(), "Falta un archivo original. Recupera el proyecto antes de exportar.");
 
     const auto microphone = store.directory(project.id) / "media/microphone.m4a";
     ASSERT_EQ(::mkfifo(microphone.c_str(), 0600), 0);
-    EXPECT_EQ(failure(), "Falta un archivo original. Recupera el proyecto antes de exportar.") << "nobody writes into it";
+    EXPECT_EQ(failure(), "Falta un archivo original. Recupera el proyecto antes de exportar.") << "the pipe has no writer";
     fs::remove(microphone);
 
     writeFileAtomically(microphone, "esto es un texto");
     EXPECT_THAT(failure(), HasSubstr("«microphone.m4a» no se puede leer"));
-    // A play list would have other files read in its place.
+    // A playlist could make ffmpeg read other files.
     writeFileAtomically(
         microphone, "#EXTM3U\n#EXT-X-TARGETDURATION:4\n#EXTINF:4,\n" + screen.string() + "\n#EXT-X-ENDLIST\n");
     EXPECT_THAT(failure(), HasSubstr("«microphone.m4a» no se puede leer"));
@@ -92,12 +92,12 @@ TEST_F(ExportFailure, RefusesMissingForeignAndDamagedMedia)
         project.tracks.edit()[1].file = outside;
         EXPECT_THAT(failure(), HasSubstr("no es válido")) << outside;
     }
-    project.tracks = {track(TrackKind::screen, "media/sound.m4a", 0, 4)};
-    makeAudio(store.directory(project.id) / "media/sound.m4a", "sine=duration=4");
-    EXPECT_EQ(failure(), "«media/sound.m4a» no contiene vídeo.");
+    project.tracks = {track(TrackKind::screen, "media/audio.m4a", 0, 4)};
+    makeAudio(store.directory(project.id) / "media/audio.m4a", "sine=duration=4");
+    EXPECT_EQ(failure(), "«media/audio.m4a» no contiene vídeo.");
 }
 
-TEST_F(ExportFailure, RefusesMissingBrokenAndOversizedImages)
+TEST_F(ExportFailure, RejectsMissingBrokenAndOversizedImages)
 {
     const auto media = store.directory(project.id) / "media";
     const fs::path whole = folder / "whole.png";
@@ -130,18 +130,18 @@ TEST_F(ExportFailure, ReportsAFullDestination)
 {
     const SmallDisk disk(64 << 10);
     if (!disk)
-        GTEST_SKIP() << "no right to mount";
+        GTEST_SKIP() << "this process may not mount";
     const auto text = ExportFixture::failure(disk.path() / "out.mp4");
     EXPECT_THAT(text, StartsWith("El proceso de vídeo falló: "));
     EXPECT_THAT(text, HasSubstr("No space left on device"));
 }
 
-TEST(ExportFullLibrary, NeedsNoRoomForTheAudio)
+TEST(ExportFullLibrary, MixesTheAudioWithoutDiskSpace)
 {
-    constexpr std::size_t room = 512 << 10; // The mixed sound of 20 seconds takes seven times as much.
+    constexpr std::size_t room = 512 << 10; // The mix of 20 seconds takes seven times as much.
     const SmallDisk disk(room);
     if (!disk)
-        GTEST_SKIP() << "no right to mount";
+        GTEST_SKIP() << "this process may not mount";
     const TemporaryFolder folder;
     const ProjectStore store(disk.path() / "library");
     auto project = emptyProject(20);
@@ -170,7 +170,7 @@ std::vector<pid_t> children()
     return found;
 }
 
-TEST_F(ExportFailure, KeepsTheOlderMovieUntilTheNewOneIsWhole)
+TEST_F(ExportFailure, KeepsTheOlderMovieUntilTheNewOneIsComplete)
 {
     writeFileAtomically(folder / "out.mp4", "older film");
     writeFileAtomically(folder / "out.srt", "corrected by hand");
@@ -180,7 +180,7 @@ TEST_F(ExportFailure, KeepsTheOlderMovieUntilTheNewOneIsWhole)
     std::stop_source stop;
     progress = [&](double) { stop.request_stop(); };
     EXPECT_THROW(render({}, stop.get_token()), Cancelled);
-    EXPECT_THROW(render({}, stop.get_token()), Cancelled) << "before it began";
+    EXPECT_THROW(render({}, stop.get_token()), Cancelled) << "cancelled before it begins";
     bool killed = false;
     progress = [&](double) {
         for (const pid_t child : children())
@@ -190,7 +190,7 @@ TEST_F(ExportFailure, KeepsTheOlderMovieUntilTheNewOneIsWhole)
     EXPECT_TRUE(killed);
     EXPECT_EQ(readFile(folder / "out.mp4"), "older film");
     EXPECT_EQ(readFile(folder / "out.srt"), "corrected by hand");
-    EXPECT_THAT(namesIn(folder.path()), testing::ElementsAreArray(before)) << "nothing half done stays";
+    EXPECT_THAT(namesIn(folder.path()), testing::ElementsAreArray(before)) << "no partial files stay";
 
     progress = {};
     project.duration = 4;
@@ -206,7 +206,7 @@ TEST_F(ExportFailure, KeepsTheOlderMovieUntilTheNewOneIsWhole)
     render();
     writeFileAtomically(folder / "out.srt", "corrected by hand");
     render();
-    EXPECT_FALSE(fs::exists(folder / "out.srt.bak2")) << "what an export wrote, or what is kept already";
+    EXPECT_FALSE(fs::exists(folder / "out.srt.bak2")) << "no copy of exported or already kept subtitles";
     std::ofstream(folder / "out.srt", std::ios::app) << "a correction";
     render();
     EXPECT_THAT(readFile(folder / "out.srt.bak2"), HasSubstr("a correction"));

@@ -11,7 +11,7 @@
 
 namespace orvo::test {
 
-/// A project of small media that is rendered for real, with a cache of its own.
+/// A project of small media, rendered by the real ffmpeg, with a cache of its own.
 class ExportFixture : public ProjectFixture {
 protected:
     explicit ExportFixture(const std::string& libraryName = "library", double duration = 4)
@@ -23,7 +23,7 @@ protected:
 
     std::filesystem::path cacheHome() const { return caches / "home"; }
 
-    /// A project that shows nothing of its own over its picture and cleans nothing in its sound.
+    /// Disables fades, marks and audio filters, so that exports show the tracks unchanged.
     void makePlain()
     {
         project.edit.fade = 0;
@@ -40,13 +40,13 @@ protected:
         return destination;
     }
 
-    /// The text of the error that a render ends with.
+    /// The error text of a failed export.
     std::string failure(const std::filesystem::path& destination)
     {
         return failureOf([&] { ExportService::exportVideo(project, store, destination, {}, probeService); });
     }
 
-    TemporaryFolder caches; ///< Fonts are noted there, too.
+    TemporaryFolder caches; ///< Also holds the font cache.
     FfprobeMediaProbe probeService;
     ProgressCallback progress;
 };

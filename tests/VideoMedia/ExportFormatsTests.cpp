@@ -41,10 +41,10 @@ TEST_F(ExportFormats, WritesEveryFormatWithTheCuts)
     EXPECT_TRUE(fs::exists(folder / "out.srt"));
 
     project.edit.words = {};
-    const auto sound = renderTo("out.m4a", {.format = ExportFormat::audio});
-    EXPECT_NEAR(probe(sound).audioDuration, 3, 0.05);
-    EXPECT_EQ(probe(sound).videoCodec, "");
-    EXPECT_GT(level(decodeAudio(sound), 0.5, 2.5), 0.01);
+    const auto audio = renderTo("out.m4a", {.format = ExportFormat::audio});
+    EXPECT_NEAR(probe(audio).audioDuration, 3, 0.05);
+    EXPECT_EQ(probe(audio).videoCodec, "");
+    EXPECT_GT(level(decodeAudio(audio), 0.5, 2.5), 0.01);
 
     const auto gif = probe(renderTo("only.gif", {.height = 90, .fps = 10, .format = ExportFormat::gif}));
     EXPECT_EQ(gif.videoCodec, "gif");
@@ -55,22 +55,22 @@ TEST_F(ExportFormats, WritesEveryFormatWithTheCuts)
     EXPECT_THAT(failureOf([&] { renderTo("wrong.mp4", {.format = ExportFormat::webm}); }), HasSubstr("«.webm»"));
 }
 
-TEST_F(ExportFormats, ExportsAStretchAlone)
+TEST_F(ExportFormats, ExportsOneStretch)
 {
     const auto out = probe(renderTo("part.mp4", {.height = 90, .span = TimeSpan{3.5, 1}}));
     EXPECT_NEAR(out.videoDuration, 1.5, 0.05) << "from 1 to 3.5 without the cut";
     EXPECT_THAT(failureOf([&] { renderTo("none.mp4", {.span = TimeSpan{2.2, 2.8}}); }), HasSubstr("no contiene vídeo"));
 }
 
-TEST_F(ExportFormats, StaysWithinALimitOfSize)
+TEST_F(ExportFormats, StaysWithinAMaximumFileSize)
 {
-    // Noise takes whatever it may.
+    // Noise uses every bit that the encoder allows.
     makeVideo(folder / "library" / project.id.text() / "media/screen.mov",
         "nullsrc=size=640x360:rate=30:duration=4,geq=random(1)*255:128:128");
     constexpr std::int64_t limit = 150'000;
     const auto out = renderTo("small.mp4", {.maxBytes = limit});
     EXPECT_LE(fs::file_size(out), limit);
-    EXPECT_GT(fs::file_size(out), limit / 3) << "and uses it";
+    EXPECT_GT(fs::file_size(out), limit / 3) << "uses the limit";
     EXPECT_NEAR(probe(out).videoDuration, 3, 0.1);
     EXPECT_THAT(failureOf([&] { renderTo("none.mp4", {.maxBytes = 10'000}); }), HasSubstr("no caben en 0 MB"));
 }
@@ -93,10 +93,10 @@ TEST(ExportPresets, NamesFilesForEveryFileSystem)
     std::string accents;
     for (int i = 0; i < 100; ++i)
         accents += "ñ";
-    EXPECT_EQ(portableFileName("x" + accents).size(), 119U) << "whole characters";
+    EXPECT_EQ(portableFileName("x" + accents).size(), 119U) << "cut between characters";
 }
 
-TEST(ExportPresets, EstimatesByWhatExportsTook)
+TEST(ExportPresets, EstimatesFromEarlierExports)
 {
     auto project = emptyProject(60);
     project.width = 1920;

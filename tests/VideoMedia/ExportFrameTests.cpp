@@ -22,20 +22,20 @@ protected:
     std::vector<Frame> frames(const ExportSettings& settings = {}) { return decodeFrames(render(settings)); }
 };
 
-/// Where a white mark lies in a dark picture: left, top, right and bottom in pixels.
-std::array<int, 4> markIn(const Frame& picture)
+/// The place of a white mark in a dark frame: left, top, right and bottom in pixels.
+std::array<int, 4> markIn(const Frame& frame)
 {
-    std::array<int, 4> box{picture.width, picture.height, -1, -1};
-    for (int y = 0; y < picture.height; ++y) {
-        for (int x = 0; x < picture.width; ++x) {
-            if (picture.at(x, y).brightness() > 128)
+    std::array<int, 4> box{frame.width, frame.height, -1, -1};
+    for (int y = 0; y < frame.height; ++y) {
+        for (int x = 0; x < frame.width; ++x) {
+            if (frame.at(x, y).brightness() > 128)
                 box = {std::min(box[0], x), std::min(box[1], y), std::max(box[2], x), std::max(box[3], y)};
         }
     }
     return box;
 }
 
-/// Of all samples of two pictures of one size, in levels of 256.
+/// The mean difference between the samples of two frames of one size, in levels of 256.
 double meanDifference(const Frame& one, const Frame& other)
 {
     double sum = 0;
@@ -44,7 +44,7 @@ double meanDifference(const Frame& one, const Frame& other)
     return sum / static_cast<double>(one.pixels.size());
 }
 
-TEST_F(ExportVideo, KeptSpansDipThroughBlackAtTheirEnds)
+TEST_F(ExportVideo, FadesKeptSpansThroughBlack)
 {
     makePlain();
     project.edit.fade = 0.2;
@@ -54,11 +54,11 @@ TEST_F(ExportVideo, KeptSpansDipThroughBlackAtTheirEnds)
 
     const auto out = render();
 
-    const auto pictures = decodeFrames(out);
-    ASSERT_EQ(pictures.size(), 90U);
+    const auto shown = decodeFrames(out);
+    ASSERT_EQ(shown.size(), 90U);
     const std::pair<std::size_t, bool> cases[] = {{0, false}, {15, true}, {29, false}, {30, false}, {60, true}, {89, false}};
     for (const auto& [frame, bright] : cases) {
-        const int brightness = pictures[frame].mean(0, 0, 1, 1).brightness();
+        const int brightness = shown[frame].mean(0, 0, 1, 1).brightness();
         EXPECT_EQ(brightness > 230, bright) << frame << ": " << brightness;
         EXPECT_EQ(brightness > 60, bright) << frame << ": " << brightness;
     }
@@ -66,7 +66,7 @@ TEST_F(ExportVideo, KeptSpansDipThroughBlackAtTheirEnds)
     EXPECT_LT(level(audio, 0.99, 1.01), level(audio, 0.4, 0.6) / 5);
 }
 
-TEST_F(ExportVideo, FramesAreTheSameHoweverManyThreadsMakeThem)
+TEST_F(ExportVideo, DrawsTheSameFramesOnAnyNumberOfThreads)
 {
     project.edit.fade = 0.1;
     project.edit.sharpen = true;
@@ -102,7 +102,7 @@ TEST_F(ExportVideo, FramesAreTheSameHoweverManyThreadsMakeThem)
     }
 }
 
-TEST_F(ExportVideo, QuickSharpeningLooksAsTheFilterForIt)
+TEST_F(ExportVideo, MatchesTheExactFilterWhenSharpeningQuickly)
 {
     ASSERT_TRUE(Sharpening::hasQuickFilter(*ProcessRunner::ffmpeg()));
     const auto compare = [&](const std::string& what) {
@@ -112,7 +112,7 @@ TEST_F(ExportVideo, QuickSharpeningLooksAsTheFilterForIt)
                         "[exact][{}]ssim=stats_file={}[compared]",
                 Sharpening::filter, Sharpening::quickFilter, what, figures.string()),
             "-map", "[compared]", "-map", what == "quick" ? "[plain]" : "[quick]", "-f", "null", "-"});
-        std::vector<std::pair<double, double>> similarities; // Of brightness and of the first colour difference.
+        std::vector<std::pair<double, double>> similarities; // Of the luma and the first chroma plane.
         std::istringstream lines(readFile(figures));
         for (std::string line; std::getline(lines, line);)
             similarities.emplace_back(
@@ -126,18 +126,18 @@ TEST_F(ExportVideo, QuickSharpeningLooksAsTheFilterForIt)
     for (std::size_t n = 0; n < sharpened.size(); ++n) {
         EXPECT_GT(sharpened[n].first, 0.999) << n;
         EXPECT_EQ(sharpened[n].second, 1) << n;
-        EXPECT_LT(unsharpened[n].first, 0.996) << n << ": there is something to sharpen";
+        EXPECT_LT(unsharpened[n].first, 0.996) << n << ": sharpening is visible";
     }
 }
 
-TEST_F(ExportVideo, SubtitlesAreBurnedInAtTheTimesOfTheResult)
+TEST_F(ExportVideo, BurnsSubtitlesInAtOutputTimes)
 {
     makePlain();
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=0x202020:size=320x180:rate=30:duration=4");
     project.edit.cuts = {{0, 1}};
     project.edit.words = {word("{Hola}", 1.5, 1.9), word("mundo.", 2, 2.4)};
-    const auto inkAt = [](const Frame& picture) {
-        const auto box = markIn(picture);
+    const auto inkAt = [](const Frame& frame) {
+        const auto box = markIn(frame);
         return box[2] >= 0;
     };
     const auto plain = frames();
@@ -151,19 +151,19 @@ TEST_F(ExportVideo, SubtitlesAreBurnedInAtTheTimesOfTheResult)
     EXPECT_FALSE(inkAt(phrases.at(10)));
 }
 
-TEST_F(ExportVideo, TimesTooShortToSeeAreNone)
+TEST_F(ExportVideo, IgnoresInvisiblyShortFadesAndCuts)
 {
     makePlain();
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=white:size=320x180:rate=30:duration=4");
     project.edit.fade = 1e-5;
     project.edit.cuts = {{0, 5e-7}, {1, 2}};
-    const auto pictures = frames();
-    ASSERT_EQ(pictures.size(), 90U);
+    const auto shown = frames();
+    ASSERT_EQ(shown.size(), 90U);
     for (const auto frame : {0U, 29U, 30U, 89U})
-        EXPECT_GT(pictures[frame].mean(0, 0, 1, 1).brightness(), 230) << frame;
+        EXPECT_GT(shown[frame].mean(0, 0, 1, 1).brightness(), 230) << frame;
 }
 
-TEST_F(ExportVideo, AnImageTooSmallToSeeDoesNotCoverTheFrame)
+TEST_F(ExportVideo, KeepsTinyImagesFromCoveringTheFrame)
 {
     makePlain();
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=black:size=320x180:rate=30:duration=1");
@@ -180,7 +180,7 @@ TEST_F(ExportVideo, AnImageTooSmallToSeeDoesNotCoverTheFrame)
     }
 }
 
-TEST_F(ExportVideo, MarksAndTextsAreWhereAndWhenTheyShouldBe)
+TEST_F(ExportVideo, DrawsMarksAndTextsAtTheirPlacesAndTimes)
 {
     makePlain();
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=black:size=320x180:rate=30:duration=4");
@@ -189,30 +189,29 @@ TEST_F(ExportVideo, MarksAndTextsAreWhereAndWhenTheyShouldBe)
         pointer(PointerKind::move, 2, 0.9, 0.9), pointer(PointerKind::move, 2.1, 0.9, 0.9)};
     project.edit.overlays = {{.content = "ORVO", .start = 2.5, .end = 3.5, .x = 0.5, .y = 0.1}};
 
-    const auto pictures = frames();
+    const auto shown = frames();
 
     const auto bright = [&](double time, double left, double top, double right, double bottom) {
-        return pictures.at(static_cast<std::size_t>(std::lround(time * 30))).mean(left, top, right, bottom).brightness()
-            > 12;
+        return shown.at(static_cast<std::size_t>(std::lround(time * 30))).mean(left, top, right, bottom).brightness() > 12;
     };
-    // The arrow hangs from the pointer's place, down and to the right.
+    // The arrow extends down and to the right from the pointer.
     EXPECT_FALSE(bright(0.3, 0.25, 0.5, 0.31, 0.64));
     EXPECT_TRUE(bright(0.7, 0.25, 0.5, 0.31, 0.64));
-    EXPECT_FALSE(bright(1.2, 0.25, 0.5, 0.31, 0.64)) << "it moves on";
-    EXPECT_TRUE(bright(1.9, 0.75, 0.5, 0.81, 0.64)) << "and stays until it moves again";
-    // The halo is a gold ring around the click that grows.
-    const auto halo = pictures.at(33).mean(0.67, 0.36, 0.75, 0.64);
+    EXPECT_FALSE(bright(1.2, 0.25, 0.5, 0.31, 0.64)) << "the pointer moves on";
+    EXPECT_TRUE(bright(1.9, 0.75, 0.5, 0.81, 0.64)) << "the pointer stays until the next event";
+    // The halo is a growing gold ring around the click.
+    const auto halo = shown.at(33).mean(0.67, 0.36, 0.75, 0.64);
     EXPECT_GT(halo.red, halo.blue + 5);
     EXPECT_GT(halo.green, halo.blue + 5);
     EXPECT_FALSE(bright(0.9, 0.66, 0.35, 0.75, 0.65));
     EXPECT_FALSE(bright(1.6, 0.60, 0.35, 0.75, 0.65));
     EXPECT_FALSE(bright(2.4, 0.5, 0.1, 0.7, 0.2));
     EXPECT_TRUE(bright(3, 0.5, 0.1, 0.7, 0.2));
-    EXPECT_FALSE(bright(3, 0.2, 0.1, 0.49, 0.2)) << "the text begins at its place";
+    EXPECT_FALSE(bright(3, 0.2, 0.1, 0.49, 0.2)) << "the text begins at its x position";
     EXPECT_FALSE(bright(3.6, 0.5, 0.1, 0.7, 0.2));
 }
 
-TEST_F(ExportVideo, ZoomMovesTheFrameAsComputed)
+TEST_F(ExportVideo, ZoomsAroundThePoint)
 {
     makePlain();
     // A white mark of 16×10 pixels at (64, 36).
@@ -223,20 +222,20 @@ TEST_F(ExportVideo, ZoomMovesTheFrameAsComputed)
     zoom.scale = 2;
     project.edit.events = {zoom};
 
-    const auto pictures = frames();
+    const auto shown = frames();
 
     // Twice as large around (96, 54): the visible area is 160×90 from (16, 9).
-    const auto nearly = [](std::array<int, 4> expected, const Frame& picture) {
-        const auto box = markIn(picture);
+    const auto nearly = [](std::array<int, 4> expected, const Frame& frame) {
+        const auto box = markIn(frame);
         for (std::size_t i = 0; i < 4; ++i)
             EXPECT_NEAR(box[i], expected[i], 2) << i;
     };
-    nearly({64, 36, 79, 45}, pictures.at(15));
-    nearly({96, 54, 127, 73}, pictures.at(60));
-    nearly({64, 36, 79, 45}, pictures.at(100));
+    nearly({64, 36, 79, 45}, shown.at(15));
+    nearly({96, 54, 127, 73}, shown.at(60));
+    nearly({64, 36, 79, 45}, shown.at(100));
 }
 
-TEST_F(ExportVideo, TheCameraIsAtItsPlaceUntilItEnds)
+TEST_F(ExportVideo, ShowsTheCameraAtItsPlaceUntilItEnds)
 {
     makePlain();
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=black:size=320x180:rate=30:duration=4");
@@ -255,7 +254,7 @@ TEST_F(ExportVideo, TheCameraIsAtItsPlaceUntilItEnds)
     EXPECT_LT(frames().at(30).mean(0, 0, 1, 1).red, 10);
 }
 
-TEST_F(ExportVideo, AnImageIsOverlaidForItsTime)
+TEST_F(ExportVideo, ShowsImagesAtTheirPlacesAndTimes)
 {
     makePlain();
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=black:size=320x180:rate=30:duration=4");
@@ -267,35 +266,35 @@ TEST_F(ExportVideo, AnImageIsOverlaidForItsTime)
         project.edit.overlays = {
             {.kind = Overlay::Kind::image, .content = name, .start = 1, .end = 2, .x = 0.5, .y = 0.25, .width = 0.25}};
 
-        const auto pictures = frames();
+        const auto shown = frames();
 
-        EXPECT_LT(pictures.at(20).mean(0, 0, 1, 1).green, 5);
-        EXPECT_GT(pictures.at(45).mean(0.51, 0.27, 0.74, 0.65).green, 200);
-        EXPECT_LT(pictures.at(45).mean(0, 0, 0.49, 1).green, 5);
-        EXPECT_LT(pictures.at(70).mean(0, 0, 1, 1).green, 5);
+        EXPECT_LT(shown.at(20).mean(0, 0, 1, 1).green, 5);
+        EXPECT_GT(shown.at(45).mean(0.51, 0.27, 0.74, 0.65).green, 200);
+        EXPECT_LT(shown.at(45).mean(0, 0, 0.49, 1).green, 5);
+        EXPECT_LT(shown.at(70).mean(0, 0, 1, 1).green, 5);
     }
 }
 
-TEST_F(ExportVideo, ClipsFollowOneAnotherFittedOnBlackAndHeldToTheirLength)
+TEST_F(ExportVideo, FitsClipsOnBlackAndHoldsTheirLastFrame)
 {
     makePlain();
     project.duration = 5;
     makeVideo(addTrack(TrackKind::screen, "screen.mov", 0, 2), "color=red:size=320x180:rate=30:duration=2");
-    // A portrait clip of one second that its track says lasts three: its last picture is held.
+    // A portrait clip of one second in a track of three: its last frame is held.
     makeVideo(addTrack(TrackKind::clip, "clip.mov", 2, 3), "color=blue:size=90x160:rate=25:duration=1");
 
-    const auto pictures = frames();
+    const auto shown = frames();
 
-    ASSERT_EQ(pictures.size(), 150U);
-    EXPECT_GT(pictures.at(30).mean(0, 0, 1, 1).red, 200);
+    ASSERT_EQ(shown.size(), 150U);
+    EXPECT_GT(shown.at(30).mean(0, 0, 1, 1).red, 200);
     for (const std::size_t frame : {75U, 140U}) {
-        EXPECT_GT(pictures.at(frame).mean(0.37, 0.05, 0.63, 0.95).blue, 200) << frame;
-        EXPECT_LT(pictures.at(frame).mean(0, 0, 0.3, 1).brightness(), 5) << frame;
-        EXPECT_LT(pictures.at(frame).mean(0.7, 0, 1, 1).brightness(), 5) << frame;
+        EXPECT_GT(shown.at(frame).mean(0.37, 0.05, 0.63, 0.95).blue, 200) << frame;
+        EXPECT_LT(shown.at(frame).mean(0, 0, 0.3, 1).brightness(), 5) << frame;
+        EXPECT_LT(shown.at(frame).mean(0.7, 0, 1, 1).brightness(), 5) << frame;
     }
 }
 
-TEST_F(ExportVideo, BrightnessIsThatOfTheFileWhateverItsRange)
+TEST_F(ExportVideo, KeepsTheBrightnessInAnyColourRange)
 {
     makePlain();
     project.duration = 1;
@@ -303,7 +302,7 @@ TEST_F(ExportVideo, BrightnessIsThatOfTheFileWhateverItsRange)
     const std::string source = "color=0xE0E0E0:size=320x180:rate=30:duration=1,drawbox=w=160:h=180:c=0x202020:t=fill";
     const struct {
         std::string filter;
-        std::string range; ///< As the file tells it.
+        std::string range; ///< As the file declares it.
     } cases[]{
         {"null", ""},
         {"setparams=range=tv:colorspace=smpte170m", "tv"},
@@ -314,13 +313,13 @@ TEST_F(ExportVideo, BrightnessIsThatOfTheFileWhateverItsRange)
         makeVideo(file, source + ",format=yuv420p," + filter);
         EXPECT_EQ(probeService.facts(file).video->colorRange, range);
 
-        const auto picture = frames().at(15);
-        EXPECT_NEAR(picture.mean(0.05, 0.05, 0.45, 0.95).brightness(), 0x20, 3);
-        EXPECT_NEAR(picture.mean(0.55, 0.05, 0.95, 0.95).brightness(), 0xE0, 3);
+        const auto frame = frames().at(15);
+        EXPECT_NEAR(frame.mean(0.05, 0.05, 0.45, 0.95).brightness(), 0x20, 3);
+        EXPECT_NEAR(frame.mean(0.55, 0.05, 0.95, 0.95).brightness(), 0xE0, 3);
     }
 }
 
-TEST_F(ExportVideo, OddAndTinyProjectsRender)
+TEST_F(ExportVideo, RendersOddAndTinyProjects)
 {
     makePlain();
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=320x180:rate=30:duration=4");
@@ -335,15 +334,15 @@ TEST_F(ExportVideo, OddAndTinyProjectsRender)
     }
 }
 
-TEST_F(ExportVideo, NoBitsAreSpentOnWhatNobodySees)
+TEST_F(ExportVideo, SpendsFewBitsOnInvisibleNoise)
 {
     const auto arguments = [](const VideoEncoder& encoder) { return encoder.arguments(1'000'000); };
     if (VideoEncoder::find(*ProcessRunner::ffmpeg(), {.size = {.width = 64, .height = 36}, .arguments = arguments})
             .noFinerThan(20)
             .empty())
-        GTEST_SKIP() << "the encoder of this machine has a measure of its own";
+        GTEST_SKIP() << "this encoder has no quantiser on the scale of H.264";
     makePlain();
-    // The grain of a sensor over a picture in which nothing moves.
+    // Sensor noise over a still frame.
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "smptebars=size=320x180:rate=30:duration=4,noise=alls=3:allf=t");
     const auto original = decodeFrames(store.directory(project.id) / "media/screen.mov");
 
@@ -355,15 +354,15 @@ TEST_F(ExportVideo, NoBitsAreSpentOnWhatNobodySees)
     const double balanced = rate(ExportQuality::balanced);
     EXPECT_LT(small, balanced);
     EXPECT_LT(balanced, high);
-    EXPECT_LT(balanced, 200'000) << "half of what the bit rate allows for pictures that move";
+    EXPECT_LT(balanced, 200'000) << "half of what the bit rate allows for motion";
 
     render();
-    const auto pictures = decodeFrames(folder / "out.mp4");
-    ASSERT_EQ(pictures.size(), original.size());
-    EXPECT_LT(meanDifference(pictures.at(60), original.at(60)), 2) << "levels of 256";
+    const auto shown = decodeFrames(folder / "out.mp4");
+    ASSERT_EQ(shown.size(), original.size());
+    EXPECT_LT(meanDifference(shown.at(60), original.at(60)), 2) << "levels of 256";
 }
 
-TEST(ExportHostileNames, PathsAndTitlesAreTakenLiterally)
+TEST(ExportHostileNames, TakesPathsAndTitlesLiterally)
 {
     for (const std::string name : {"it's a:b", "back\\slash \"quoted\" [v0];,=", "-y 100%03d", "🎬 ñ\ndos", "' : \\' ;"}) {
         class Named : public ExportFixture {
@@ -380,9 +379,9 @@ TEST(ExportHostileNames, PathsAndTitlesAreTakenLiterally)
                 project.edit.overlays = {{.content = "ORVO", .start = 0, .end = 1, .x = 0.1, .y = 0.1}};
                 const auto destination = store.root() / (store.root().filename().string() + " -v.mp4");
                 ExportService::exportVideo(project, store, destination, {}, probeService);
-                const auto pictures = decodeFrames(destination);
-                ASSERT_EQ(pictures.size(), 30U);
-                EXPECT_GT(pictures[15].mean(0.1, 0.1, 0.3, 0.2).brightness(), 12) << "the texts were found and burned in";
+                const auto shown = decodeFrames(destination);
+                ASSERT_EQ(shown.size(), 30U);
+                EXPECT_GT(shown[15].mean(0.1, 0.1, 0.3, 0.2).brightness(), 12) << "the annotations are burned in";
             }
         };
         SCOPED_TRACE(name);

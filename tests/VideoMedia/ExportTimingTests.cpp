@@ -35,7 +35,7 @@ protected:
     }
 };
 
-TEST_F(ExportTiming, AWholeRecordingWithEverything)
+TEST_F(ExportTiming, ExportsARecordingWithEveryEffect)
 {
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=640x360:rate=30:duration=6");
     makeVideo(addTrack(TrackKind::camera, "camera.mov"), "color=red:size=160x90:rate=30:duration=6");
@@ -80,10 +80,10 @@ TEST_F(ExportTiming, AWholeRecordingWithEverything)
     EXPECT_THAT(leftovers(), IsEmpty());
 }
 
-TEST_F(ExportTiming, FrameAndAudioStayTogetherOverFiftyCuts)
+TEST_F(ExportTiming, KeepsVideoAndAudioInSyncOverFiftyCuts)
 {
     makePlain();
-    // Both are late by nature: what they delay must be made up for.
+    // Both filters add latency, which the mix must compensate.
     project.edit.noiseReduction = true;
     project.edit.normalizeVoice = true;
     project.duration = 60;
@@ -118,15 +118,15 @@ TEST_F(ExportTiming, FrameAndAudioStayTogetherOverFiftyCuts)
     for (std::size_t i = 0; i < 60; ++i) {
         EXPECT_NEAR(flashes[i], clicks[i], 0.020) << "second " << i;
         const auto expected = Timeline::outputTime(static_cast<double>(i), project.edit.cuts, project.duration);
-        // A joint lies at most one and a half frames off its exact time, so that an edit moves few others, and what it shows
-        // begins at most half a frame off.
+        // A joint is at most one and a half frames off its exact time, so that an edit moves few others, and its first
+        // frame is at most half a frame off.
         EXPECT_NEAR(flashes[i], *expected, 2 * frameLength) << "second " << i;
     }
 }
 
-TEST_F(ExportTiming, FrameAndAudioStayTogetherOverManyClips)
+TEST_F(ExportTiming, KeepsVideoAndAudioInSyncOverManyClips)
 {
-    // Each clip is about half a frame longer than a number of frames, and has a flash and a click at its beginning.
+    // Each clip is about half a frame longer than a whole number of frames, and begins with a flash and a click.
     constexpr int clips = 12;
     makePlain();
     for (const double length : {0.516, 31.0 / 60}) {
@@ -158,7 +158,7 @@ TEST_F(ExportTiming, FrameAndAudioStayTogetherOverManyClips)
     }
 }
 
-TEST_F(ExportTiming, TheVoiceIsNormalisedAndTheOtherAudioKeepsItsGain)
+TEST_F(ExportTiming, NormalisesTheVoiceUnlessDisabled)
 {
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=gray:size=320x180:rate=30:duration=6");
     makeAudio(addTrack(TrackKind::microphone, "microphone.m4a"), "anoisesrc=color=pink:seed=1:duration=6:amplitude=0.02");
@@ -173,7 +173,7 @@ TEST_F(ExportTiming, TheVoiceIsNormalisedAndTheOtherAudioKeepsItsGain)
     EXPECT_NEAR(loudness(render()), plain + 6.02, 0.5);
 }
 
-TEST_F(ExportTiming, ALateAudioTrackStaysLateAndSilenceIsAudio)
+TEST_F(ExportTiming, WritesSilenceWhereThereIsNoAudio)
 {
     makePlain();
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=gray:size=320x180:rate=30:duration=6");
@@ -187,7 +187,7 @@ TEST_F(ExportTiming, ALateAudioTrackStaysLateAndSilenceIsAudio)
     EXPECT_LT(level(audio, 4.6, 6), 1e-3);
 }
 
-/// The most memory that any program has had which this process has run, in MB.
+/// The peak memory of any child of this process so far, in MB.
 double peakOfChildren()
 {
     rusage usage{};
@@ -195,9 +195,9 @@ double peakOfChildren()
     return static_cast<double>(usage.ru_maxrss) / 1024;
 }
 
-TEST_F(ExportTiming, AGraphOfHundredsOfCutsTakesLittleMemory)
+TEST_F(ExportTiming, TakesLittleMemoryForHundredsOfCuts)
 {
-    // Without an encoder, which would take more than the graph.
+    // Without an encoder, which would take more memory than the graph.
     project.duration = 120;
     addTrack(TrackKind::screen, "screen.mov");
     const RenderGraph::FrameSize size{.width = 64, .height = 36};
@@ -215,11 +215,11 @@ TEST_F(ExportTiming, AGraphOfHundredsOfCutsTakesLittleMemory)
     const double uncut = peak();
     for (int i = 0; i < 600; ++i)
         project.edit.cuts.edit().push_back({i * 0.2 + 0.1, i * 0.2 + 0.2});
-    // What is left is held while the text is read, before there is an encoder.
+    // The limit covers the memory for parsing the graph, before an encoder would start.
     EXPECT_LT(peak(), uncut + 120);
 }
 
-/// How loud the frequencies from 4 to 12 kHz are in the 21 ms around a sample.
+/// The level of the frequencies from 4 to 12 kHz in the 21 ms around a sample.
 double highLevel(const std::vector<float>& samples, std::size_t middle)
 {
     constexpr std::size_t window = 1024;
@@ -238,18 +238,18 @@ double highLevel(const std::vector<float>& samples, std::size_t middle)
     return std::sqrt(power);
 }
 
-TEST_F(ExportTiming, ACutWithoutAFadeDoesNotClick)
+TEST_F(ExportTiming, CutsWithoutClicksWhenThereIsNoFade)
 {
     makePlain();
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "color=gray:size=64x36:rate=30:duration=6");
     const auto voice = addTrack(TrackKind::microphone, "microphone.m4a");
     makeAudio(voice, "sine=frequency=137:duration=6,volume=4");
-    // On the frames, so that the joints are known exactly.
+    // On frames, so that the joints are known exactly.
     project.edit.cuts = {{1, 1.5}, {2, 2.7}, {3.1, 4}};
     const auto film = decodeAudio(render());
 
     const auto spoken = decodeAudio(voice);
-    std::vector<float> bare; // As scissors alone would join it.
+    std::vector<float> bare; // The kept spans joined without fades.
     std::vector<std::size_t> joints;
     for (const auto& span : Timeline::kept(6, project.edit.cuts)) {
         joints.push_back(bare.size());

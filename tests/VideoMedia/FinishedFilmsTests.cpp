@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_F(FinishedFilmsTests, AreTakenForTheSameEditAlone)
+TEST_F(FinishedFilmsTests, FindsFilmsOfTheSameEditOnly)
 {
     const auto film = render();
     EXPECT_EQ(found(project), film);
@@ -35,8 +35,8 @@ TEST_F(FinishedFilmsTests, AreTakenForTheSameEditAlone)
     same.title = "Otro";
     same.edit.words = {word("Adiós", 1, 2)};
     same.publication = Publication{};
-    EXPECT_EQ(found(same), film) << "the film shows none of it";
-    EXPECT_EQ(found(project, {.height = 2160}), film) << "never larger than the project";
+    EXPECT_EQ(found(same), film) << "none of this is visible in the film";
+    EXPECT_EQ(found(project, {.height = 2160}), film) << "films are never larger than the project";
 
     auto other = project;
     other.edit.cuts = {{1, 2}};
@@ -46,13 +46,13 @@ TEST_F(FinishedFilmsTests, AreTakenForTheSameEditAlone)
         EXPECT_EQ(found(project, settings), std::nullopt);
     const auto screen = store.directory(project.id) / "media/screen.mov";
     fs::last_write_time(screen, fs::last_write_time(screen) - std::chrono::seconds(1));
-    EXPECT_EQ(found(project), std::nullopt) << "another recording may lie there";
+    EXPECT_EQ(found(project), std::nullopt) << "the file may be another recording";
 }
 
-TEST_F(FinishedFilmsTests, AreCopiedUnlessTheyChanged)
+TEST_F(FinishedFilmsTests, CopiesFilmsUnlessTheyChanged)
 {
     const auto film = render();
-    // Changed so that nobody can tell: what the next export makes shows where it comes from.
+    // Marks the film without changing its size and time, so that a copy can be recognised.
     const auto time = fs::last_write_time(film);
     std::string marked = readFile(film);
     marked.back() ^= 1;
@@ -65,13 +65,13 @@ TEST_F(FinishedFilmsTests, AreCopiedUnlessTheyChanged)
     EXPECT_TRUE(fs::exists(folder / "again.srt"));
 
     for (const auto& file : {film, again})
-        writeFileAtomically(file, "no film any more");
+        writeFileAtomically(file, "not a film");
     EXPECT_EQ(found(project), std::nullopt);
     ExportService::exportVideo(project, store, again, {}, probeService);
     EXPECT_NEAR(probe(again).videoDuration, 4, 0.1);
 }
 
-TEST_F(FinishedFilmsTests, ADamagedListIsNone)
+TEST_F(FinishedFilmsTests, IgnoresADamagedList)
 {
     const auto film = render();
     writeFileAtomically(store.directory(project.id) / "films.txt", "\n \nx\nx y\n" + std::string(1000, '\0'));

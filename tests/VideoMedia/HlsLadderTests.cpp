@@ -29,7 +29,7 @@ std::vector<std::pair<std::int64_t, std::int64_t>> sizes(std::int64_t width, std
     return result;
 }
 
-TEST(HlsLadder, EndsAtTheProjectsOwnHeight)
+TEST(HlsLadder, EndsAtTheHeightOfTheProject)
 {
     using Sizes = std::vector<std::pair<std::int64_t, std::int64_t>>;
     struct Case {
@@ -44,14 +44,14 @@ TEST(HlsLadder, EndsAtTheProjectsOwnHeight)
         {1000, 1000, {{480, 480}, {720, 720}}},
         {1920, 1080, {{852, 480}, {1280, 720}, {1920, 1080}}},
         {3840, 2160, {{852, 480}, {1280, 720}, {1920, 1080}, {2560, 1440}, {3840, 2160}}},
-        {301, 201, {{298, 200}}}, // Encoders take even sizes alone.
+        {301, 201, {{298, 200}}}, // Encoders accept only even sizes.
         {1080, 1920, {{270, 480}, {404, 720}, {606, 1080}, {810, 1440}}},
     };
     for (const auto& [width, height, expected] : cases)
         EXPECT_EQ(sizes(width, height), expected) << width << "×" << height;
 }
 
-TEST(HlsLadder, DeclaresWhatItTakes)
+TEST(HlsLadder, DeclaresItsBandwidths)
 {
     EXPECT_THAT(HlsLadder::of(projectOf(100, 50)),
         ElementsAre(
@@ -63,13 +63,13 @@ TEST(HlsLadder, DeclaresWhatItTakes)
         "#EXT-X-STREAM-INF:BANDWIDTH=7126400,RESOLUTION=1920x1080\n1080/index.m3u8\n");
 }
 
-TEST(HlsLadder, RefusesWhatHasNoSize)
+TEST(HlsLadder, RejectsUnusableSizesAndRates)
 {
-    const auto refusal = [](const VideoProject& project) { return failureOf([&] { HlsLadder::of(project); }); };
+    const auto failure = [](const VideoProject& project) { return failureOf([&] { HlsLadder::of(project); }); };
     for (const auto& [width, height] : {std::pair{0, 720}, {1280, 0}, {-2, -2}, {2, 2'000}, {1, 1}, {1 << 30, 2}})
-        EXPECT_EQ(refusal(projectOf(width, height)), "El tamaño del proyecto no es válido.") << width << "×" << height;
+        EXPECT_EQ(failure(projectOf(width, height)), "El tamaño del proyecto no es válido.") << width << "×" << height;
     for (const auto fps : {0, -30, 1 << 30})
-        EXPECT_THAT(refusal(projectOf(1280, 720, fps)), HasSubstr("La frecuencia de fotogramas"));
+        EXPECT_THAT(failure(projectOf(1280, 720, fps)), HasSubstr("La frecuencia de fotogramas"));
 }
 
 } // namespace

@@ -22,7 +22,7 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-/// A rendered movie of 13.5 seconds whose picture is red, then green from second 5, then blue from second 10, over a tone.
+/// A rendered movie of 13.5 seconds: red, green from second 5, blue from second 10, with a tone.
 class HlsPackaging : public ProjectFixture {
 protected:
     HlsPackaging()
@@ -52,7 +52,7 @@ protected:
         return failureOf([&] { ExportService::hls(movie, project, destination); });
     }
 
-    /// What ffmpeg, playing a playlist from `start` on, shows and sounds.
+    /// The video and audio that ffmpeg plays from a playlist, beginning at `start`.
     fs::path played(const fs::path& playlist, double start = 0)
     {
         const auto file = folder / "played.mkv";
@@ -70,7 +70,7 @@ protected:
     fs::path movie = folder / "movie.mp4";
 };
 
-/// The lines of a playlist that begin so.
+/// The lines of a playlist with a beginning.
 std::vector<std::string> lines(const std::string& playlist, const std::string& beginning)
 {
     std::vector<std::string> result;
@@ -82,7 +82,7 @@ std::vector<std::string> lines(const std::string& playlist, const std::string& b
     return result;
 }
 
-/// The bit rate of every run of segments that lasts about as long as one of them: half as long to one and a half times.
+/// The bit rate of every run of adjacent segments that lasts between half a segment and one and a half.
 std::vector<double> bitRates(const fs::path& rendition)
 {
     std::vector<double> durations;
@@ -102,7 +102,7 @@ std::vector<double> bitRates(const fs::path& rendition)
     return rates;
 }
 
-/// A playlist of one of a playlist's segments, which a player decrypts by its number.
+/// A playlist of a single segment. Keeps its number, which players need to decrypt it.
 std::string alone(const std::string& playlist, unsigned number)
 {
     std::string result = std::regex_replace(playlist, std::regex("#EXTINF:[^\n]*\n[^\n]*\n"), "");
@@ -112,7 +112,7 @@ std::string alone(const std::string& playlist, unsigned number)
         + std::format("#EXTINF:6.0,\n{:05}.ts\n#EXT-X-ENDLIST\n", number);
 }
 
-TEST_F(HlsPackaging, MakesRenditionsThatPlay)
+TEST_F(HlsPackaging, MakesPlayableRenditions)
 {
     makeMovie();
     const auto package = folder / "100%03d año/hls";
@@ -130,7 +130,7 @@ TEST_F(HlsPackaging, MakesRenditionsThatPlay)
     const std::string key = readFile(package / "key.bin");
     EXPECT_EQ(key.size(), 16U);
     EXPECT_EQ(readFile(package / "captions.vtt"), Timeline::subtitles(project, Timeline::SubtitleFormat::webVtt));
-    fs::copy_file(package / "poster.jpg", folder / "poster.jpg"); // To a name that is no pattern.
+    fs::copy_file(package / "poster.jpg", folder / "poster.jpg"); // The folder's name would be a pattern.
     EXPECT_EQ(probe(folder / "poster.jpg").width, 960);
     EXPECT_EQ(dominant(decodeFrames(folder / "poster.jpg").front()), "red");
 
@@ -141,7 +141,7 @@ TEST_F(HlsPackaging, MakesRenditionsThatPlay)
         EXPECT_THAT(playlist, Not(HasSubstr(folder.path().string())));
         EXPECT_THAT(
             lines(playlist, "#EXTINF"), ElementsAre("#EXTINF:6.000000,", "#EXTINF:6.000000,", StartsWith("#EXTINF:1.5")));
-        // Every segment alone: encrypted with the key, beginning with a picture that needs no other.
+        // Every segment plays alone: encrypted with the key, and beginning with a key frame.
         for (const unsigned number : {0U, 1U, 2U}) {
             EXPECT_NE(readFile(package / step / std::format("{:05}.ts", number))[0], 0x47);
             std::ofstream(package / step / "alone.m3u8") << alone(playlist, number);
@@ -158,11 +158,11 @@ TEST_F(HlsPackaging, MakesRenditionsThatPlay)
         const auto audio = decodeAudio(played(package / step / "index.m3u8"));
         EXPECT_NEAR(static_cast<double>(audio.size()) / 48'000, 13.5, 0.1);
         EXPECT_GT(level(audio, 6, 13), 0.05);
-        // After a jump into the middle of a segment.
+        // After a seek into the middle of a segment.
         EXPECT_EQ(dominant(decodeFrames(played(package / step / "index.m3u8", 8.0)).front()), "green");
         EXPECT_EQ(dominant(decodeFrames(played(package / step / "index.m3u8", 12.6)).front()), "blue");
     }
-    // A player that is given the master playlist finds both.
+    // The master playlist plays too.
     EXPECT_EQ(decodeFrames(played(package / "master.m3u8")).size(), 135U);
 
     // A second package has another key.
@@ -170,7 +170,7 @@ TEST_F(HlsPackaging, MakesRenditionsThatPlay)
     EXPECT_NE(readFile(folder / "again/key.bin"), key);
 }
 
-TEST_F(HlsPackaging, AStepThatTheMovieIsAlreadyHasItsFrames)
+TEST_F(HlsPackaging, CopiesTheFramesForAStepThatTheMovieSuits)
 {
     const auto hashes = [&](const fs::path& media, const char* stream = "0:v") {
         std::vector<std::string> command{"-y", "-i", media, "-map", stream, "-f", "framehash", folder / "frames"};
@@ -191,7 +191,7 @@ TEST_F(HlsPackaging, AStepThatTheMovieIsAlreadyHasItsFrames)
     EXPECT_EQ(own.size(), 135U);
     EXPECT_EQ(hashes(folder / "hls/720/index.m3u8"), own);
     EXPECT_EQ(hashes(folder / "hls/480/index.m3u8").size(), 135U);
-    // The sound is the movie's. Only the movie says that the encoder's first frame is skipped and its last one cut short.
+    // The audio is the movie's. Only the movie declares that the first frame is skipped and the last one shortened.
     auto audio = hashes(movie, "0:a");
     audio.pop_back();
     for (const auto* step : {"480", "720"}) {
@@ -201,7 +201,7 @@ TEST_F(HlsPackaging, AStepThatTheMovieIsAlreadyHasItsFrames)
     }
     EXPECT_EQ(dominant(decodeFrames(played(folder / "hls/720/index.m3u8", 12.6)).front()), "blue");
 
-    // More bits than the step declares: it is encoded.
+    // A movie with more bits than the step declares is encoded.
     ffmpeg({"-y", "-f", "lavfi", "-i", "nullsrc=size=320x180:rate=10:duration=7,geq=random(1)*255:128:128", "-c:v",
         "libx264", "-preset", "ultrafast", "-qp", "10", "-pix_fmt", "yuv420p", "-force_key_frames", "expr:gte(t,n_forced*6)",
         movie});
@@ -212,7 +212,7 @@ TEST_F(HlsPackaging, AStepThatTheMovieIsAlreadyHasItsFrames)
     EXPECT_LE(std::ranges::max(bitRates(folder / "noise/180")), std::stod(declared.at(0).substr(28)));
 }
 
-TEST_F(HlsPackaging, ThePosterIsTheFirstFrameBehindTheOpeningFade)
+TEST_F(HlsPackaging, TakesThePosterAfterTheOpeningFade)
 {
     ffmpeg({"-f", "lavfi", "-i", "color=red:size=320x180:rate=25:duration=2,fade=t=in:d=0.5", movie});
     project.width = 320;
@@ -223,10 +223,10 @@ TEST_F(HlsPackaging, ThePosterIsTheFirstFrameBehindTheOpeningFade)
     EXPECT_EQ(dominant(decodeFrames(folder / "hls/poster.jpg").front()), "red");
 }
 
-TEST_F(HlsPackaging, NoSegmentTakesMoreThanIsDeclared)
+TEST_F(HlsPackaging, KeepsSegmentsWithinTheDeclaredBandwidth)
 {
-    // What is still for long saves bits that what moves afterwards would spend at once. The last segment is a short one. The
-    // sound of the movie takes more than a step plans for it.
+    // A long still part saves bits, which an encoder could spend at once on the noise after it. The last segment is short.
+    // The audio of the movie takes more than a step plans for it.
     ffmpeg({"-f", "lavfi", "-i", "color=gray:size=320x240:rate=30:duration=18", "-f", "lavfi", "-i",
         "nullsrc=size=320x240:rate=30:duration=9.5,geq=random(1)*255:128:128", "-f", "lavfi", "-i",
         "anoisesrc=d=27.5:r=48000", "-filter_complex", "[0][1]concat=n=2", "-c:v", "libx264", "-preset", "ultrafast",
@@ -245,13 +245,13 @@ TEST_F(HlsPackaging, NoSegmentTakesMoreThanIsDeclared)
     }
 }
 
-TEST_F(HlsPackaging, WhatFailsLeavesNoMasterPlaylistAndNoKeyInformation)
+TEST_F(HlsPackaging, LeavesNoMasterPlaylistAndKeyInformationWhenItFails)
 {
     std::ofstream(movie) << "no movie";
     const auto package = folder / "hls";
-    const auto isHalfMade = [&] { return !fs::exists(package / "key-info.txt") && !fs::exists(package / "master.m3u8"); };
+    const auto isIncomplete = [&] { return !fs::exists(package / "key-info.txt") && !fs::exists(package / "master.m3u8"); };
     EXPECT_THAT(failure(package), StartsWith("El proceso de vídeo falló: "));
-    EXPECT_TRUE(isHalfMade());
+    EXPECT_TRUE(isIncomplete());
     EXPECT_TRUE(fs::exists(package / "key.bin"));
 
     project.height = 0;
@@ -259,25 +259,25 @@ TEST_F(HlsPackaging, WhatFailsLeavesNoMasterPlaylistAndNoKeyInformation)
     EXPECT_FALSE(fs::exists(folder / "none"));
     project.height = 720;
 
-    // An older package does not hide that the new one is not complete.
+    // An older master playlist must not make an incomplete package look complete.
     makeMovie();
     std::ofstream(package / "master.m3u8") << "old";
     std::stop_source stop;
     EXPECT_THROW(
         ExportService::hls(movie, project, package, [&](double) { stop.request_stop(); }, stop.get_token()), Cancelled);
-    EXPECT_TRUE(isHalfMade());
+    EXPECT_TRUE(isIncomplete());
 
     std::ofstream(folder / "file") << "in the way";
     EXPECT_THAT(failure(folder / "file"), HasSubstr("file"));
 }
 
-TEST_F(HlsPackaging, AFullDiskIsAFailure)
+TEST_F(HlsPackaging, FailsOnAFullDisk)
 {
     ffmpeg({"-f", "lavfi", "-i", "nullsrc=size=320x240:rate=10:duration=20,geq=random(1)*255:128:128", "-c:v", "libx264",
         "-preset", "ultrafast", "-pix_fmt", "yuv420p", movie});
     project.width = 320;
     project.height = 240;
-    // The second and the last segment are those that do not fit.
+    // The second segment does not fit, then the last one.
     for (const std::size_t room : {450'000U, 1'000'000U}) {
         const SmallDisk disk(room);
         if (!disk)

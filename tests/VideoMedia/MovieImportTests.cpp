@@ -26,7 +26,7 @@ protected:
         return MovieImport::importMovie(store, movie, std::move(target), probeService, progress, stop.get_token());
     }
 
-    /// "large.mp4", of so many bytes.
+    /// Makes "large.mp4" with `size` bytes.
     void makeLargeMovie(std::size_t size) const
     {
         makeVideo(folder / "large.mp4", "color=white:size=64x36:rate=30:duration=1");
@@ -42,7 +42,7 @@ protected:
     std::stop_source stop;
 };
 
-TEST_F(ImportTest, TurnedPhoneVideosArePortraitProjects)
+TEST_F(ImportTest, MakesPortraitProjectsOfRotatedVideos)
 {
     makeVideo(folder / "flat.mp4", "testsrc2=size=320x180:rate=30:duration=1");
     ffmpeg(
@@ -54,19 +54,19 @@ TEST_F(ImportTest, TurnedPhoneVideosArePortraitProjects)
     EXPECT_EQ(project.height, 320);
 }
 
-TEST_F(ImportTest, FragmentedRecordingsHaveTheirWholeLength)
+TEST_F(ImportTest, ReadsTheWholeLengthOfFragmentedMovies)
 {
     ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x36:rate=30:duration=20", "-c:v", "libx264", "-preset", "ultrafast", "-g",
         "60", "-movflags", "frag_keyframe+empty_moov", (folder / "fragments.mov").string()});
     EXPECT_NEAR(import(folder / "fragments.mov").duration, 20, 0.05);
 }
 
-TEST_F(ImportTest, AMovieWithAudioOnlyIsHeardOverBlackBehindTheOthers)
+TEST_F(ImportTest, ShowsBlackForMoviesWithAudioOnly)
 {
     makeVideo(folder / "good.mp4", "color=white:size=64x36:rate=30:duration=1");
     auto project = import(folder / "good.mp4");
-    makeAudio(folder / "sound.m4a", "sine=duration=1");
-    project = MovieImport::importMovie(store, folder / "sound.m4a", project, FfprobeMediaProbe());
+    makeAudio(folder / "audio.m4a", "sine=duration=1");
+    project = MovieImport::importMovie(store, folder / "audio.m4a", project, FfprobeMediaProbe());
     ASSERT_EQ(project.tracks.size(), 2U);
     EXPECT_EQ(project.tracks[1].kind, TrackKind::clip);
     EXPECT_EQ(project.width, 64);
@@ -81,7 +81,7 @@ TEST_F(ImportTest, AMovieWithAudioOnlyIsHeardOverBlackBehindTheOthers)
     EXPECT_GT(brightness(75), 200);
 }
 
-TEST_F(ImportTest, CopiesNothingThatNoProjectCanHave)
+TEST_F(ImportTest, RejectsUnusableFilesWithoutCopyingThem)
 {
     const auto project = emptyProject();
     store.create(project);
@@ -102,11 +102,11 @@ TEST_F(ImportTest, CopiesNothingThatNoProjectCanHave)
     EXPECT_EQ(import(folder / "caf\xE9.mp4").title, "caf\uFFFD");
 }
 
-TEST_F(ImportTest, AFullDiskLeavesNoHalfCopy)
+TEST_F(ImportTest, RemovesThePartialCopyWhenTheDiskIsFull)
 {
     const SmallDisk disk(256 << 10);
     if (!disk)
-        GTEST_SKIP() << "no right to mount";
+        GTEST_SKIP() << "this process may not mount";
     const ProjectStore small(disk.path() / "library");
     const auto project = emptyProject();
     small.create(project);
@@ -117,7 +117,7 @@ TEST_F(ImportTest, AFullDiskLeavesNoHalfCopy)
     EXPECT_EQ(small.load(project.id), project);
 }
 
-TEST_F(ImportTest, CancelledWhileCopying)
+TEST_F(ImportTest, RemovesThePartialCopyWhenCancelled)
 {
     makeLargeMovie(20 << 20);
     progress = [&](double) { stop.request_stop(); };

@@ -37,7 +37,7 @@ protected:
     }
     static constexpr int bits = 11;
 
-    /// A screen whose frames show their numbers: bits from left to right, the lowest one first.
+    /// Makes a screen track whose frames show their numbers in binary, the lowest bit at the left.
     void makeScreen()
     {
         std::string source = "smptebars=size=320x180:rate=30:duration=48,drawbox=y=0:h=24:w=iw:c=black:t=fill";
@@ -55,7 +55,7 @@ protected:
         return number;
     }
 
-    /// The numbers of the frames that the cuts leave.
+    /// The numbers of the frames that remain after the cuts.
     std::vector<int> expectedNumbers() const
     {
         std::vector<int> numbers;
@@ -105,15 +105,15 @@ protected:
         return {names.begin(), names.end()};
     }
 
-    /// The pieces, without the mix.
+    /// The number of pieces among the cached files; the mix is not counted.
     static std::size_t films(const std::set<std::string>& names, const fs::path& folder)
     {
         return static_cast<std::size_t>(std::ranges::count_if(
             names, [&](const std::string& name) { return readFile(folder / name).substr(4, 4) == "ftyp"; }));
     }
 
-    /// The times at which the packets of a stream are shown, in order, in units of its time base. The encoder's choice of
-    /// frames that refer to later ones determines the order in which they are stored.
+    /// The presentation times of the packets of a stream, sorted, in units of its time base. Their order in the file depends
+    /// on the encoder.
     static std::vector<std::int64_t> times(const fs::path& film, const std::string& stream)
     {
         const auto ffprobe = fs::canonical(*ProcessRunner::ffmpeg()).parent_path() / "ffprobe";
@@ -140,14 +140,14 @@ protected:
         EXPECT_EQ(hash(film, "a"), hash(whole, "a"));
         const auto figures = similarity(film, whole);
         EXPECT_EQ(figures.size(), static_cast<std::size_t>(probe(whole).frames));
-        // Each piece begins with a frame of its own kind, which weighs most where a film is as small as this one.
+        // Each piece begins with a key frame, which differs more in a film as small as this one.
         for (std::size_t i = 0; i < figures.size(); ++i)
             EXPECT_GE(figures[i], 0.97) << "frame " << i;
         EXPECT_GE(std::accumulate(figures.begin(), figures.end(), 0.0) / static_cast<double>(figures.size()), 0.995);
     }
 };
 
-/// Before they are encoded, bit for bit.
+/// Compares the frames bit by bit before they are encoded.
 TEST_F(PiecedFilmTests, DrawsTheFramesOfTheWholeFilm)
 {
     makeScreen();
@@ -204,7 +204,7 @@ TEST_F(PiecedFilmTests, DrawsTheFramesOfTheWholeFilm)
     }
 }
 
-TEST_F(PiecedFilmTests, HasTheFramesAndTheAudioOfTheWholeFilm)
+TEST_F(PiecedFilmTests, MatchesTheFilmRenderedWhole)
 {
     makeScreen();
     makeEverything();
@@ -224,7 +224,7 @@ TEST_F(PiecedFilmTests, HasTheFramesAndTheAudioOfTheWholeFilm)
     }
 }
 
-/// Recordings have no frame while nothing moves, sound may begin before the picture, and frames may refer to later ones.
+/// Recordings have no frames while nothing moves, audio may begin before the video, and frames may refer to later ones.
 TEST_F(PiecedFilmTests, ShowsTheRightFramesOfIrregularRecordings)
 {
     makePlain();
@@ -247,37 +247,7 @@ TEST_F(PiecedFilmTests, ShowsTheRightFramesOfIrregularRecordings)
     EXPECT_GT(films(kept(), piecesFolder()), 2U);
 }
 
-/// Made by several runs at once, and by one that encodes in another way than the others.
-TEST_F(PiecedFilmTests, JoinsThePiecesOfSeveralRunsIfTheyFit)
-{
-    makePlain();
-    makeScreen();
-    const fs::path ffmpeg = *ProcessRunner::ffmpeg();
-    const fs::path other = folder / "other-ffmpeg";
-    writeFileAtomically(other, std::format("#!/bin/bash\n[[ \"$*\" == *piece2.mp4* ]] && set -- \"${{@/ultrafast/veryfast}}\"\nexec '{}' \"$@\"\n", ffmpeg.string()));
-    fs::permissions(other, fs::perms::owner_all);
-    const auto made = [&](const fs::path& program) {
-        PiecedFilm::Recipe recipe{.ffmpeg = program, .project = project, .size = {.width = 320, .height = 180}, .fps = 30,
-            .encoder = {"-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p"}, .container = {"-f", "mp4"}, .runs = 3};
-        recipe.sources.push_back(
-            {.input = {.track = project.tracks.front(), .file = store.directory(project.id) / "media/screen.mov"}, .decoding = {}});
-        const auto film = PiecedFilm::of(std::move(recipe));
-        EXPECT_TRUE(film);
-        const TemporaryFolder work;
-        PieceCache cache(work / "cache");
-        return film && film->make(folder / "film.mp4", work.path(), [&](const fs::path& target, const std::string&, const std::stop_token& stop) {
-            ProcessRunner::run(ffmpeg, {"-v", "error", "-f", "lavfi", "-i", "anullsrc=r=48000:duration=37", "-c:a", "aac", target.string()}, {}, 0, stop);
-        }, cache);
-    };
-
-    EXPECT_TRUE(made(ffmpeg));
-    EXPECT_EQ(numbersIn(folder / "film.mp4"), expectedNumbers());
-    fs::remove(folder / "film.mp4");
-    EXPECT_FALSE(made(other)) << "a decoder would need other parameters in the middle of the film";
-    EXPECT_FALSE(fs::exists(folder / "film.mp4"));
-}
-
-TEST_F(PiecedFilmTests, EncodesOnlyWhatAnEditChanged)
+TEST_F(PiecedFilmTests, EncodesOnlyPiecesThatAnEditChanged)
 {
     makePlain();
     makeScreen();
@@ -286,24 +256,24 @@ TEST_F(PiecedFilmTests, EncodesOnlyWhatAnEditChanged)
     const auto first = kept();
     ASSERT_EQ(films(first, piecesFolder()), 5U);
 
-    project.edit.cuts.edit()[1].start = 9.2; // Half a second more of it, which no frame begins.
+    project.edit.cuts.edit()[1].start = 9.2; // Cuts 0.541 s more, which is not a whole number of frames.
     const auto film = exported("film.mp4");
 
     EXPECT_EQ(numbersIn(film), expectedNumbers());
     std::set<std::string> added;
     std::ranges::set_difference(kept(), first, std::inserter(added, added.end()));
-    // The window of the cut, and the last one, with which the film ends where it should.
+    // The window of the cut, and perhaps the last one, which adjusts the end of the film.
     EXPECT_THAT(added.size(), testing::AllOf(testing::Ge(1U), testing::Le(2U)));
-    EXPECT_EQ(films(added, piecesFolder()), added.size()) << "no cut changes the mix";
+    EXPECT_EQ(films(added, piecesFolder()), added.size()) << "cuts do not change the mix";
 
-    // A film that is published and one that is exported again share the pieces, too.
+    // Another export of the same edit uses the same pieces.
     fs::remove(film);
     const auto second = kept();
     EXPECT_EQ(numbersIn(exported("other.mp4")), expectedNumbers());
     EXPECT_EQ(kept(), second);
 }
 
-TEST_F(PiecedFilmTests, NeverTakesDamagedPieces)
+TEST_F(PiecedFilmTests, RejectsDamagedPieces)
 {
     makePlain();
     makeScreen();
@@ -323,7 +293,7 @@ TEST_F(PiecedFilmTests, NeverTakesDamagedPieces)
             !fs::exists(piecesFolder() / name) || PieceCache(piecesFolder()).take(name.substr(0, 64), folder / name));
 }
 
-TEST_F(PiecedFilmTests, NeedsNoCache)
+TEST_F(PiecedFilmTests, WorksWithoutACache)
 {
     makePlain();
     makeScreen();
@@ -349,7 +319,7 @@ TEST_F(PiecedFilmTests, KeepsFinishedPiecesWhenCancelled)
     EXPECT_EQ(numbersIn(exported("film.mp4")), expectedNumbers());
 }
 
-TEST_F(PiecedFilmTests, MayBeMadeByTwoProgramsAtOnce)
+TEST_F(PiecedFilmTests, SharesTheCacheBetweenParallelExports)
 {
     makePlain();
     makeScreen();
@@ -361,7 +331,7 @@ TEST_F(PiecedFilmTests, MayBeMadeByTwoProgramsAtOnce)
         EXPECT_EQ(numbersIn(folder / name), expectedNumbers());
 }
 
-TEST(PieceCacheTests, RemovesWhatWasNotUsedForLongest)
+TEST(PieceCacheTests, RemovesTheLeastRecentlyUsedFiles)
 {
     const TemporaryFolder folder;
     const fs::path place = folder / "cache";

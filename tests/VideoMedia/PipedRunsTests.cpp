@@ -15,7 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 
-/// Two shell scripts that find the pipe as "$PIPE". The pipe is gone in the end, whatever happens.
+/// Two shell scripts that find the pipe as "$PIPE". The pipe is always removed.
 class PipedScripts : public testing::Test {
 protected:
     ~PipedScripts() override { EXPECT_FALSE(fs::exists(pipe)); }
@@ -48,23 +48,23 @@ protected:
     const std::string endless = "exec cat /dev/zero >\"$PIPE\"";
 };
 
-TEST_F(PipedScripts, HandEverythingOver)
+TEST_F(PipedScripts, PassesAllBytes)
 {
     EXPECT_EQ(failure("head -c 1000000 /dev/zero >\"$PIPE\"", copy), "");
     EXPECT_EQ(fs::file_size(folder / "copy"), 1'000'000U);
-    EXPECT_EQ(failure(endless, "head -c 1000 <\"$PIPE\" >/dev/null"), "") << "a reader that has enough ends the writer";
+    EXPECT_EQ(failure(endless, "head -c 1000 <\"$PIPE\" >/dev/null"), "") << "a reader that ends stops the writer";
 }
 
-TEST_F(PipedScripts, ReportTheOneThatFailed)
+TEST_F(PipedScripts, ReportsTheFailureOfEitherScript)
 {
     struct Case {
         std::string write, read, expected;
     };
     const Case cases[] = {
-        {"echo writer; exit 1", copy, "writer"}, // Before it has opened the pipe.
+        {"echo writer; exit 1", copy, "writer"}, // Before it opens the pipe.
         {"echo begin >\"$PIPE\"; echo writer; exit 1", copy, "writer"},
         {"echo begin >\"$PIPE\"; echo writer; exit 1", copy + "; exec sleep 600", "writer"},
-        {endless, "echo reader; exit 1", "reader"}, // Before it has opened the pipe.
+        {endless, "echo reader; exit 1", "reader"}, // Before it opens the pipe.
         {endless, "head -c 1000 <\"$PIPE\" >/dev/null; echo reader; exit 1", "reader"},
         {"exec sleep 600", "echo reader; exit 1", "reader"},
     };
@@ -72,7 +72,7 @@ TEST_F(PipedScripts, ReportTheOneThatFailed)
         EXPECT_THAT(failure(write, read), HasSubstr(expected)) << write << " | " << read;
 }
 
-TEST_F(PipedScripts, EndTogetherWhenCancelled)
+TEST_F(PipedScripts, EndsBothScriptsWhenCancelled)
 {
     for (const auto& write : {endless, std::string("exec sleep 600")}) {
         std::stop_source stop;
@@ -85,7 +85,7 @@ TEST_F(PipedScripts, EndTogetherWhenCancelled)
     EXPECT_EQ(failure(endless, copy, before.get_token()), "cancelled");
 }
 
-TEST_F(PipedScripts, NameThePipeThatCannotBeMade)
+TEST_F(PipedScripts, NamesThePipeThatCannotBeCreated)
 {
     writeFileAtomically(pipe, "in the way");
     EXPECT_THAT(failure("true", "true"), HasSubstr(pipe.string()));

@@ -37,7 +37,7 @@ TEST(ProcessRunner, ReturnsBothStreamsInOrder)
 {
     EXPECT_EQ(shell("echo uno; echo dos >&2; echo 'tres áé'"), "uno\ndos\ntres áé\n");
     EXPECT_EQ(ProcessRunner::run("/bin/echo", {"a b", "", "'$HOME'"}), "a b  '$HOME'\n") << "arguments pass unchanged";
-    EXPECT_EQ(shell("printf '\\377'"), "") << "output that is no UTF-8 counts as empty";
+    EXPECT_EQ(shell("printf '\\377'"), "") << "output that is not UTF-8 counts as empty";
 }
 
 TEST(ProcessRunner, KeepsTheEndOfLongOutput)
@@ -77,7 +77,7 @@ TEST(ProcessRunner, ReportsProgress)
 TEST(ProcessRunner, LeavesNoChildWhenACallbackThrows)
 {
     EXPECT_THROW(shell("echo out_time_us=1; exec sleep 600", [](double) { throw captureError("basta"); }, 1), Error);
-    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "every child was waited for";
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "every child is reaped";
 }
 
 TEST(ProcessRunner, StopsUnwillingChildren)
@@ -94,7 +94,7 @@ TEST(ProcessRunner, StopsUnwillingChildren)
     EXPECT_THROW(shell("true", {}, 0, already.get_token()), Cancelled);
 }
 
-TEST(ProcessRunner, ReportsFailuresWhereChildrenAreIgnored)
+TEST(ProcessRunner, ReportsFailuresWhenChildSignalsAreIgnored)
 {
     struct sigaction before{};
     struct sigaction ignored{};
@@ -145,7 +145,7 @@ TEST(ProcessRunner, StartsChildrenWithOrdinarySignals)
     EXPECT_THAT(output, StartsWith("SigBlk:\t0000000000000000\n"));
 }
 
-TEST(ProcessRunner, RefusesOldAndForeignPrograms)
+TEST(ProcessRunner, RejectsOldAndForeignPrograms)
 {
     const TemporaryFolder folder;
     const auto program = [&](const std::string& name, const std::string& says) {

@@ -25,7 +25,7 @@ protected:
         project.state = ProjectState::needsRecovery;
     }
 
-    /// A movie in fragments, as a recorder writes it, cut off after `share` of its bytes.
+    /// Makes a fragmented movie like a recorder's and truncates it to `share` of its bytes.
     static void makeInterrupted(const fs::path& file, const std::string& source, double share)
     {
         ffmpeg({"-f", "lavfi", "-i", source, "-c:v", "libx264", "-preset", "ultrafast", "-g", "10", "-bf", "0", "-movflags",
@@ -49,21 +49,21 @@ protected:
     std::stop_source stop;
 };
 
-TEST_F(RecordingPreparationTest, AFrameOfOddSizeIsMadeEven)
+TEST_F(RecordingPreparationTest, PadsOddFrameSizes)
 {
     makeBrowserFile(addTrack(TrackKind::screen, "screen.webm"),
         {"-f", "lavfi", "-i", "color=white:size=101x75:rate=30:duration=1", "-c:v", "libvpx", "-deadline", "realtime"});
     RecordingPreparation::apply(project, prepare(RecordingPreparation::Which::needed));
     EXPECT_EQ(project.state, "ready");
     const auto file = store.mediaURL(project, project.tracks[0].file);
-    const auto picture = probe(file);
-    EXPECT_EQ(picture.width, 102);
-    EXPECT_EQ(picture.height, 76);
-    EXPECT_EQ(picture.frames, 30);
-    EXPECT_GT(decodeFrames(file).front().mean(0.05, 0.05, 0.95, 0.95).brightness(), 230) << "nothing is scaled away";
+    const auto video = probe(file);
+    EXPECT_EQ(video.width, 102);
+    EXPECT_EQ(video.height, 76);
+    EXPECT_EQ(video.frames, 30);
+    EXPECT_GT(decodeFrames(file).front().mean(0.05, 0.05, 0.95, 0.95).brightness(), 230) << "the content fills the frame";
 }
 
-TEST_F(RecordingPreparationTest, PreparesWhatCannotBeReadAndReadsThePointerLog)
+TEST_F(RecordingPreparationTest, ConvertsUnreadableTracksAndReadsThePointerLog)
 {
     makeBrowserFile(addTrack(TrackKind::microphone, "microphone.webm"),
         {"-f", "lavfi", "-i", "sine=frequency=440:duration=2", "-c:a", "libopus"});
@@ -71,24 +71,24 @@ TEST_F(RecordingPreparationTest, PreparesWhatCannotBeReadAndReadsThePointerLog)
     std::ofstream(store.directory(project.id) / "pointer-events.jsonl")
         << R"({"duration":2.5,"id":")" << fixedId(100).text()
         << R"(","kind":"move","scale":1.8,"time":1.5,"x":0.5,"y":0.25})"
-        << "\n\n{\"duration\":2.5"; // Cut off.
+        << "\n\n{\"duration\":2.5"; // Truncated.
     const auto before = project;
     RecordingPreparation::apply(project, prepare(RecordingPreparation::Which::needed));
     EXPECT_EQ(project.state, "ready");
     EXPECT_THAT(project.tracks[0].file, MatchesRegex("media/microphone-prepared-[0-9A-F-]{36}\\.m4a"));
     EXPECT_TRUE(fs::exists(store.mediaURL(before, before.tracks[0].file))) << "the original stays";
-    EXPECT_EQ(project.tracks[1], before.tracks[1]) << "it can be read";
+    EXPECT_EQ(project.tracks[1], before.tracks[1]) << "readable tracks stay unchanged";
     EXPECT_THAT(project.edit.events, SizeIs(1));
 
-    // What has events already keeps them.
+    // A project with events keeps them.
     project.edit.events = SharedList(std::vector{pointer(PointerKind::click, 2), pointer(PointerKind::click, 1)});
     RecordingPreparation::apply(project, prepare(RecordingPreparation::Which::needed));
     EXPECT_THAT(project.edit.events, SizeIs(2));
 }
 
-TEST_F(RecordingPreparationTest, AudioThatABrowserLostIsSilenceAndWhatFollowsStaysWithTheFrame)
+TEST_F(RecordingPreparationTest, FillsAudioGapsOfBrowsersWithSilence)
 {
-    // Ten milliseconds more are missing after each 0.6 seconds, as the times of the packets tell.
+    // The timestamps leave a gap of 10 ms after each 0.6 seconds.
     const auto whole = folder / "whole.webm";
     makeBrowserFile(whole,
         {"-f", "lavfi", "-i", "color=size=64x36:rate=10:duration=6", "-f", "lavfi", "-i",
@@ -109,9 +109,9 @@ TEST_F(RecordingPreparationTest, AudioThatABrowserLostIsSilenceAndWhatFollowsSta
     }
 }
 
-TEST_F(RecordingPreparationTest, PadsAndTrimsDevicesOfABrowserToBeginWithTheScreen)
+TEST_F(RecordingPreparationTest, AlignsBrowserTracksWithTheScreen)
 {
-    // In each file something happens after two seconds.
+    // In each file, the signal changes after two seconds.
     makeBrowserFile(addTrack(TrackKind::microphone, "microphone.webm"),
         {"-f", "lavfi", "-i", "aevalsrc='0.5*sin(2*PI*1000*t)*between(t,2,2.2)':s=48000:d=4", "-c:a", "libopus"});
     makeBrowserFile(addTrack(TrackKind::camera, "camera.webm"),
@@ -136,7 +136,7 @@ TEST_F(RecordingPreparationTest, PadsAndTrimsDevicesOfABrowserToBeginWithTheScre
         const auto tone = std::ranges::find_if(samples, [](float sample) { return std::abs(sample) > 0.1F; });
         EXPECT_NEAR(static_cast<double>(tone - samples.begin()) / 48'000, 2 + start, 0.03);
         if (start == 0)
-            continue; // Its frames keep their distances.
+            continue; // The file is not resampled to a constant rate.
         const auto frames = decodeFrames(store.mediaURL(project, project.tracks[1].file));
         const auto white =
             std::ranges::find_if(frames, [](const auto& frame) { return frame.at(32, 18).brightness() > 128; });
@@ -144,7 +144,7 @@ TEST_F(RecordingPreparationTest, PadsAndTrimsDevicesOfABrowserToBeginWithTheScre
     }
 }
 
-TEST_F(RecordingPreparationTest, ALostTrackDoesNotKeepTheOthersFromBeingRecovered)
+TEST_F(RecordingPreparationTest, RecoversOtherTracksWhenOneIsLost)
 {
     makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=64x36:rate=10:duration=2");
     const auto camera = addTrack(TrackKind::camera, "camera.mov");
@@ -158,7 +158,7 @@ TEST_F(RecordingPreparationTest, ALostTrackDoesNotKeepTheOthersFromBeingRecovere
         {"missing", [] {}, "Falta «media/camera.mov»."},
         {"empty", [&] { std::ofstream(camera).flush(); }, "«media/camera.mov» no contiene nada que recuperar."},
         {"no media", [&] { std::ofstream(camera) << "texto"; }, "«media/camera.mov» no se puede recuperar: Error opening"},
-        {"nothing but a head", [&] { makeInterrupted(camera, "testsrc2=size=64x36:rate=10:duration=2", 0.05); }, ""},
+        {"only a header", [&] { makeInterrupted(camera, "testsrc2=size=64x36:rate=10:duration=2", 0.05); }, ""},
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.name);
@@ -166,13 +166,13 @@ TEST_F(RecordingPreparationTest, ALostTrackDoesNotKeepTheOthersFromBeingRecovere
         auto recovered = project;
         const auto prepared = prepare(RecordingPreparation::Which::all);
         EXPECT_THAT(prepared.lostText(), testing::StartsWith(test.text));
-        EXPECT_THAT(prepared.lostText(), testing::Not(HasSubstr("\n"))) << "the cause alone";
+        EXPECT_THAT(prepared.lostText(), testing::Not(HasSubstr("\n"))) << "one line with the cause";
         RecordingPreparation::apply(recovered, prepared);
         EXPECT_EQ(recovered.state, "needs-recovery");
         EXPECT_THAT(recovered.tracks[0].file, HasSubstr("-prepared-"));
         EXPECT_EQ(recovered.tracks[1], project.tracks[1]);
         const auto again = RecordingPreparation::prepare(recovered, store, probeService, RecordingPreparation::Which::all);
-        EXPECT_TRUE(again.files.empty()) << "nothing is encoded twice";
+        EXPECT_TRUE(again.files.empty()) << "converted tracks are not encoded again";
         EXPECT_THAT(again.lost, SizeIs(1));
         RecordingPreparation::dropLost(recovered, again.lost);
         EXPECT_EQ(recovered.state, "ready");
@@ -180,7 +180,7 @@ TEST_F(RecordingPreparationTest, ALostTrackDoesNotKeepTheOthersFromBeingRecovere
     }
 }
 
-TEST_F(RecordingPreparationTest, AFailureIsToldAndLeavesNothing)
+TEST_F(RecordingPreparationTest, ReportsFailuresAndLeavesNoFiles)
 {
     const auto screen = addTrack(TrackKind::screen, "screen.mov");
     try {

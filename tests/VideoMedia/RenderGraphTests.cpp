@@ -32,7 +32,7 @@ std::vector<Input> inputsOf(const VideoProject& project)
     return inputs;
 }
 
-std::string frameOf(const VideoProject& project)
+std::string videoOf(const VideoProject& project)
 {
     return RenderGraph::frame(project, inputsOf(project),
         {.size = RenderGraph::outputSize(project, 1080),
@@ -53,7 +53,7 @@ VideoProject screenProject()
     return project;
 }
 
-/// ffmpeg refuses them: a recording that was stopped at once could not be exported, nor one with a fade as short published.
+/// ffmpeg rejects exponents, so recordings or fades of some microseconds could not be exported.
 TEST(RenderGraph, WritesDurationsWithoutExponents)
 {
     const std::pair<double, std::string> cases[] = {{3, "3.0"}, {12.5, "12.5"}, {6e-05, "0.00006"}, {-6e-05, "-0.00006"},
@@ -65,11 +65,11 @@ TEST(RenderGraph, WritesDurationsWithoutExponents)
     auto project = emptyProject(6e-05);
     project.tracks = {
         track(TrackKind::screen, "media/screen.mov", 0, 6e-05), track(TrackKind::microphone, "media/voice.m4a", 0, 6e-05)};
-    for (const auto& graph : {mixOf(project), frameOf(project)})
+    for (const auto& graph : {mixOf(project), videoOf(project)})
         EXPECT_THAT(graph, testing::Not(testing::ContainsRegex("(duration|start|end|[^a-z]d|st)=[0-9.]+e")));
 }
 
-TEST(RenderGraph, OutputSizeIsEvenAndNeverLargerThanTheProject)
+TEST(RenderGraph, RoundsTheOutputSizeToEvenAndNeverEnlarges)
 {
     struct Case {
         std::int64_t width, height, asked;
@@ -92,14 +92,14 @@ TEST(RenderGraph, OutputSizeIsEvenAndNeverLargerThanTheProject)
     }
 }
 
-TEST(RenderGraph, BitRateFollowsPixelsAndQuality)
+TEST(RenderGraph, DerivesTheBitRateFromPixelsAndQuality)
 {
     const FrameSize full{1920, 1080};
     EXPECT_EQ(RenderGraph::videoBitRate(ExportQuality::balanced, full, 30), 6'842'880);
     EXPECT_EQ(RenderGraph::videoBitRate(ExportQuality::small, full, 30), 4'043'520);
     EXPECT_EQ(RenderGraph::videoBitRate(ExportQuality::high, full, 30), 11'197'440);
     EXPECT_EQ(RenderGraph::videoBitRate(ExportQuality::small, {2, 2}, 30), 400'000);
-    // Six steps of the quantiser are twice the bits.
+    // Six quantiser steps double the bits.
     for (const auto& [coarse, fine] :
         {std::pair{ExportQuality::small, ExportQuality::balanced}, {ExportQuality::balanced, ExportQuality::high}}) {
         const auto rates = static_cast<double>(RenderGraph::videoBitRate(fine, full, 30))
@@ -123,7 +123,7 @@ TEST(RenderGraph, PutsEveryStepInItsPlace)
     project.edit.cuts = {{4, 5}, {8, 8.3}};
     project.edit.sharpen = true;
     project.edit.fade = 1;
-    EXPECT_TRUE(matchesGolden("every-step.video.txt", frameOf(project)));
+    EXPECT_TRUE(matchesGolden("every-step.video.txt", videoOf(project)));
     EXPECT_TRUE(matchesGolden("every-step.audio.txt", mixOf(project)));
 }
 
@@ -131,18 +131,18 @@ TEST(RenderGraph, ReadsOneSpanWithoutSplitting)
 {
     auto project = screenProject();
     project.edit.fade = 0;
-    EXPECT_TRUE(matchesGolden("one-span.video.txt", frameOf(project)));
+    EXPECT_TRUE(matchesGolden("one-span.video.txt", videoOf(project)));
     project.edit.fade = 0.5;
-    EXPECT_THAT(frameOf(project), HasSubstr("fade=t=in:d=0.5,fade=t=out:st=11.5:d=0.5[v0]"));
-    EXPECT_THAT(frameOf(project), HasSubstr("trim=duration=12.0[source0]")) << "a single clip has no fade of its own";
+    EXPECT_THAT(videoOf(project), HasSubstr("fade=t=in:d=0.5,fade=t=out:st=11.5:d=0.5[v0]"));
+    EXPECT_THAT(videoOf(project), HasSubstr("trim=duration=12.0[source0]")) << "a single clip has no separate fade";
 }
 
-TEST(RenderGraph, MixesWhatIsAudible)
+TEST(RenderGraph, MixesOnlyAudibleTracks)
 {
     auto project = emptyProject(5);
     project.tracks = {track(TrackKind::camera, "media/camera.mov", 0, 5)};
     EXPECT_EQ(mixOf(project), "anullsrc=r=48000:cl=stereo,atrim=duration=5.0[mix]")
-        << "the camera's own sound is never used";
+        << "the audio of the camera is never used";
 
     project.tracks = {
         track(TrackKind::microphone, "media/m.m4a", -1, 5), track(TrackKind::system, "media/s.m4a", 1.9999, 5)};
@@ -166,7 +166,7 @@ TEST(RenderGraph, UploadsTheFinishedFrameToHardware)
     EXPECT_TRUE(graph.ends_with("concat=n=1:v=1:a=1[vjoined][aout];\n[vjoined]format=nv12,hwupload[vout]"));
 }
 
-/// What ffmpeg makes of an expression for every frame of a picture of 1000×100.
+/// The values that ffmpeg computes from an expression for every frame of a video of 1000×100 pixels.
 std::vector<double> evaluated(std::string expression, double seconds)
 {
     for (const auto& [name, value] : {std::pair{"on", "n"}, {"iw", "1000"}, {"ih", "100"}})
@@ -190,7 +190,7 @@ TEST(ZoomExpression, RisesHoldsAndFallsBack)
         const auto zooms = evaluated(expression.zoom, 5);
         const auto x = evaluated(expression.x, 5);
         EXPECT_DOUBLE_EQ(zooms.at(59), 1);
-        EXPECT_DOUBLE_EQ(zooms.at(60), 1) << "rises from 1";
+        EXPECT_DOUBLE_EQ(zooms.at(60), 1) << "starts at 1";
         EXPECT_DOUBLE_EQ(zooms.at(90), expected);
         EXPECT_DOUBLE_EQ(x.at(90), 250);
         EXPECT_DOUBLE_EQ(evaluated(expression.y, 5).at(90), 75);
@@ -201,7 +201,7 @@ TEST(ZoomExpression, RisesHoldsAndFallsBack)
     EXPECT_THAT(clamped.zoom, HasSubstr("between(on/30,2.0,3.0)")) << "ends with the recording";
 }
 
-/// What the definition says: of the zoom points that hold at a time, the last one.
+/// The magnification by definition: that of the last zoom point that holds at `time`.
 double scaleAt(const std::vector<PointerEvent>& zooms, double duration, double time)
 {
     double scale = 1;
@@ -215,7 +215,7 @@ double scaleAt(const std::vector<PointerEvent>& zooms, double duration, double t
     return scale;
 }
 
-TEST(ZoomExpression, KeepsTheMeaningOfManyZooms)
+TEST(ZoomExpression, AppliesTheLastOfManyZooms)
 {
     std::mt19937_64 random(7);
     std::uniform_real_distribution<double> gap(0, 3);
@@ -229,12 +229,12 @@ TEST(ZoomExpression, KeepsTheMeaningOfManyZooms)
     }
     const double duration = time - 1;
     const auto expression = ZoomExpression::make(zooms, duration, 30);
-    const auto values = evaluated(expression.zoom, duration); // ffmpeg refuses expressions a hundred levels deep.
+    const auto values = evaluated(expression.zoom, duration); // ffmpeg rejects expressions a hundred levels deep.
     for (std::size_t frame = 0; frame < values.size(); ++frame)
         ASSERT_NEAR(values[frame], scaleAt(zooms, duration, static_cast<double>(frame) / 30), 1e-9) << frame;
 }
 
-TEST(KeptSpans, FadeAtTheirEndsAndNeverClick)
+TEST(KeptSpans, FadesSpansAtTheirEndsWithoutClicks)
 {
     auto project = emptyProject(10);
     project.edit.cuts = {{2, 3}, {3.3, 5}};
@@ -248,10 +248,10 @@ TEST(KeptSpans, FadeAtTheirEndsAndNeverClick)
     project.edit.fade = 0;
     const auto dry = RenderGraph::keptSpans(project, 30);
     ASSERT_EQ(dry.size(), 3U);
-    EXPECT_EQ(dry[0], (KeptSpan{{0, 2}, 0, 0, 0.01})) << "the beginning of the recording is no cut";
+    EXPECT_EQ(dry[0], (KeptSpan{{0, 2}, 0, 0, 0.01})) << "the beginning of the recording is not a cut";
     EXPECT_EQ(dry[1].audioIn, 0.01);
     EXPECT_EQ(dry[1].audioOut, 0.01);
-    EXPECT_EQ(dry[2], (KeptSpan{{5, 10}, 0, 0.01, 0})) << "nor is its end";
+    EXPECT_EQ(dry[2], (KeptSpan{{5, 10}, 0, 0.01, 0})) << "the end of the recording is not a cut";
 }
 
 } // namespace

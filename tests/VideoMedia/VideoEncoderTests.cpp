@@ -15,7 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 
-/// A program that lists a hardware encoder as ffmpeg does, and whose hardware has limits. It logs its trials.
+/// A fake ffmpeg that lists a hardware encoder with limits and logs its trials.
 class VideoEncoderChoice : public testing::Test {
 protected:
     VideoEncoderChoice()
@@ -49,7 +49,7 @@ protected:
     const fs::path program = folder / "ffmpeg";
 };
 
-TEST_F(VideoEncoderChoice, TriesHardwareWithTheSizeTheRateAndTheOptionsOnce)
+TEST_F(VideoEncoderChoice, TriesHardwareOncePerSizeRateAndOptions)
 {
     const auto encoder = VideoEncoder::find(program, task(hd));
     EXPECT_THAT(encoder.arguments(1'000'000),
@@ -60,14 +60,14 @@ TEST_F(VideoEncoderChoice, TriesHardwareWithTheSizeTheRateAndTheOptionsOnce)
     const std::string first = trials();
     EXPECT_THAT(first, testing::HasSubstr("color=size=1920x1080:rate=60"));
     VideoEncoder::find(program, task(hd));
-    EXPECT_EQ(trials(), first) << "the outcome is kept";
+    EXPECT_EQ(trials(), first) << "the result is kept";
 
     EXPECT_EQ(VideoEncoder::find(program, task(uhd)), VideoEncoder::software());
     EXPECT_EQ(VideoEncoder::find(program, task(hd, {"-maxrate", "5M"})), VideoEncoder::software());
     EXPECT_EQ(VideoEncoder::find(program, task(hd)), encoder);
 }
 
-TEST_F(VideoEncoderChoice, TheSoftwareEncoderTakesOverFromOneThatFails)
+TEST_F(VideoEncoderChoice, FallsBackToSoftwareWhenHardwareFails)
 {
     std::vector<std::string> used;
     bool softwareFails = false;
@@ -80,13 +80,13 @@ TEST_F(VideoEncoderChoice, TheSoftwareEncoderTakesOverFromOneThatFails)
     };
     EXPECT_TRUE(encode(1080));
     EXPECT_FALSE(encode(1080));
-    EXPECT_THAT(used, ElementsAre("h264_videotoolbox", "libx264", "libx264")) << "the hardware is not used again";
+    EXPECT_THAT(used, ElementsAre("h264_videotoolbox", "libx264", "libx264")) << "failed hardware is not used again";
     used.clear();
     softwareFails = true;
     EXPECT_THROW(encode(720), Error);
     EXPECT_THROW(encode(720), Error);
     EXPECT_THAT(used, ElementsAre("h264_videotoolbox", "libx264", "h264_videotoolbox", "libx264"))
-        << "when both fail, it was not the hardware";
+        << "if software fails too, the hardware is not at fault";
 }
 
 } // namespace

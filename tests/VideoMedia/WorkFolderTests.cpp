@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(WorkFolder, IsGoneAtTheEndAndRemovesOnlyWhatWasAbandoned)
+TEST(WorkFolder, RemovesItselfAndAbandonedFoldersOnly)
 {
     const TemporaryFolder folder;
     const fs::path project = folder / "project";
@@ -26,26 +26,26 @@ TEST(WorkFolder, IsGoneAtTheEndAndRemovesOnlyWhatWasAbandoned)
     const fs::path otherPurpose = project / ("package-" + Uuid::random().text());
     for (const auto& path : {abandoned, others, otherPurpose})
         fs::create_directories(path);
-    writeFileAtomically(abandoned / "mixed.wav", "sound");
+    writeFileAtomically(abandoned / "mixed.wav", "audio");
     fs::create_directory_symlink(others, project / ("render-" + Uuid::random().text()));
 
     std::optional<WorkFolder> first(std::in_place, project, "render");
     EXPECT_TRUE(fs::is_directory(first->path()));
     EXPECT_FALSE(fs::exists(abandoned));
-    EXPECT_TRUE(fs::exists(others)) << "also through a link";
+    EXPECT_TRUE(fs::exists(others)) << "links are not followed";
     EXPECT_TRUE(fs::exists(otherPurpose));
 
     writeFileAtomically(*first / "filters.txt", "null");
     {
         const WorkFolder second(project, "render");
-        EXPECT_TRUE(fs::exists(*first / "filters.txt")) << "one in use is not abandoned";
+        EXPECT_TRUE(fs::exists(*first / "filters.txt")) << "a folder in use is not abandoned";
     }
     const fs::path path = first->path();
     first.reset();
     EXPECT_FALSE(fs::exists(path));
 }
 
-TEST(WorkFolder, ManyAtOnceLeaveOneAnotherAlone)
+TEST(WorkFolder, KeepsFoldersInUseByOtherThreads)
 {
     const TemporaryFolder folder;
     const fs::path project = folder / "project";
