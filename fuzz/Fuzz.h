@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 namespace orvo::fuzz {
 
-/// Ends the run with a finding when `holds` is false.
+/// Reports a finding and aborts unless `holds`.
 inline void require(bool holds, std::string_view law)
 {
     if (holds)

@@ -9,12 +9,12 @@
 #include <cstring>
 #include <random>
 
-// Bytes changed at random seldom make a document again. This changes documents as values, one field at a time, so that a run
-// gets past the reader and into what is done with the value; part of the time it leaves the bytes to the fuzzer's own
-// changes.
+// Random changes of bytes seldom give a valid document. This mutator decodes the document and changes a few fields, so that
+// a run gets past the decoder to the code under test. In a quarter of the runs it leaves the bytes to the fuzzer's default
+// mutations.
 
-extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t longest);
-extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t longest, unsigned seed);
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t maxSize, unsigned seed);
 
 namespace orvo::fuzz {
 
@@ -159,28 +159,28 @@ template <schema::Record T> void mutate(T& record, Random& random)
 
 } // namespace orvo::fuzz
 
-std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t longest, unsigned seed)
+std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t maxSize, unsigned seed)
 {
     using namespace orvo;
     fuzz::Random random(seed);
     if (fuzz::below(random, 4) == 0)
-        return LLVMFuzzerMutate(data, size, longest);
+        return LLVMFuzzerMutate(data, size, maxSize);
     VideoProject project;
     try {
         project = decodeDocument(std::string(fuzz::textOf(data, size)));
     } catch (const DocumentError&) {
-        return LLVMFuzzerMutate(data, size, longest);
+        return LLVMFuzzerMutate(data, size, maxSize);
     }
     for (auto changes = 1 + fuzz::below(random, 4); changes > 0; --changes) {
-        // The edit is what matters most, and only one of many fields.
+        // Favours the edit, which matters most but is only one of many fields.
         if (fuzz::below(random, 2) == 0)
             fuzz::mutate(project, random);
         else
             fuzz::mutate(project.edit, random);
     }
     const std::string document = encodeDocument(project);
-    if (document.size() > longest)
-        return LLVMFuzzerMutate(data, size, longest);
+    if (document.size() > maxSize)
+        return LLVMFuzzerMutate(data, size, maxSize);
     std::memcpy(data, document.data(), document.size());
     return document.size();
 }

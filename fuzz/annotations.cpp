@@ -24,12 +24,12 @@ std::vector<std::string_view> linesOf(std::string_view text)
     return lines;
 }
 
-/// Whether a text outside of the braces that were opened for it can neither open nor close any.
+/// Whether a text has no unescaped brace, which would open or close a command.
 bool isHarmless(std::string_view text)
 {
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '\\')
-            ++i; // What follows is a character, or the mark of a line break.
+            ++i; // An escaped character or a line break.
         else if (text[i] == '{' || text[i] == '}')
             return false;
     }
@@ -41,9 +41,9 @@ void checkEvent(const std::string& line)
     static const std::regex form(R"(Dialogue: ([0-3]),(\d+:\d\d:\d\d\.\d\d),(\d+:\d\d:\d\d\.\d\d),Default,,0,0,0,,)"
                                  R"(\{\\pos\(-?\d+,-?\d+\)[^{}]*\})");
     std::smatch match;
-    require(std::regex_search(line, match, form, std::regex_constants::match_continuous), "an event has its ten fields");
-    require(match[1] != "3" || match[0].str().ends_with(")}"), "a text has a place and nothing else");
-    require(isHarmless(match.suffix().str()), "no text leaves its place");
+    require(std::regex_search(line, match, form, std::regex_constants::match_continuous), "an event has ten fields");
+    require(match[1] != "3" || match[0].str().ends_with(")}"), "a text has only a position");
+    require(isHarmless(match.suffix().str()), "no text has commands");
     require(line.find_first_of(std::string_view("\r\0", 2)) == line.npos, "no character ends a line early");
 }
 
@@ -53,7 +53,7 @@ void checkAnnotations(const VideoProject& project)
     for (const auto& [width, height] : {std::pair<std::int64_t, std::int64_t>{2, 2}, {1920, 1080}}) {
         const std::string document = ExportService::annotations(project, width, height);
         const auto lines = linesOf(document);
-        require(lines.size() >= headerLines && lines[headerLines - 2] == "[Events]", "the header is whole");
+        require(lines.size() >= headerLines && lines[headerLines - 2] == "[Events]", "the header is complete");
         for (const auto line : std::span(lines).subspan(headerLines))
             checkEvent(std::string(line));
 
@@ -75,16 +75,16 @@ void checkSubtitles(const VideoProject& project)
         const auto lines = linesOf(file);
         std::size_t line = 0;
         if (vtt)
-            require(lines[line++] == "WEBVTT" && lines[line++].empty(), "the file says what it is");
+            require(lines[line++] == "WEBVTT" && lines[line++].empty(), "the file begins with its signature");
         for (std::size_t cue = 1; line + 1 < lines.size(); ++cue) {
             require(lines.size() - line >= 4, "a cue has four lines");
-            require(lines[line++] == std::to_string(cue), "cues are counted");
+            require(lines[line++] == std::to_string(cue), "cues are numbered");
             require(std::regex_match(std::string(lines[line++]), times), "a cue has its times");
             require(lines[line].find("-->") == std::string_view::npos
                     && lines[line].find_first_of("<>\r") == std::string_view::npos,
                 "no text is markup");
             ++line;
-            require(lines[line++].empty(), "cues are apart");
+            require(lines[line++].empty(), "an empty line ends a cue");
         }
     }
 }
@@ -93,8 +93,7 @@ void checkSubtitles(const VideoProject& project)
 
 } // namespace orvo::fuzz
 
-// The documents that are burned in, and the subtitle files, of any project: nothing that an author writes can be taken for
-// anything but text.
+// Annotations and subtitle files of any project: no text of the author is parsed as markup.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace orvo;

@@ -7,7 +7,7 @@
 #include <set>
 #include <string>
 
-// The JSON of requests: what a client announces of a revision, lists, and what the server writes of any text.
+// The JSON of requests: the files of a revision, lists, and the encoding of any text.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace orvo;
@@ -17,13 +17,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         for (const auto& file : server::readRevision(text)) {
             const std::filesystem::path path(file.path);
             fuzz::require(path.is_relative() && path.lexically_normal() == path, "a path stays in its folder");
-            fuzz::require(paths.insert(file.path).second, "a path is there once");
+            fuzz::require(paths.insert(file.path).second, "a path occurs once");
             fuzz::require(file.size > 0 && file.sha256.size() == 64, "a file has a size and a digest");
         }
     } catch (const Error& error) {
         const std::string answer = server::errorJson(error.what());
         fuzz::require(
-            server::JsonDocument(answer).root()["error"].text().has_value(), "an error that quotes a path can be read");
+            server::JsonDocument(answer).root()["error"].text().has_value(), "an error that quotes a path is valid JSON");
     }
     const auto list = server::listFromJson(text);
     fuzz::require(server::listFromJson(server::listJson(list)) == list, "a list reads back as itself");

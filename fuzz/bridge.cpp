@@ -10,13 +10,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A library in memory, gone again with the program.
+/// A temporary library in memory.
 struct Library {
     Library()
     {
         std::string pattern = (fs::path("/dev/shm") / "orvo-fuzz-XXXXXX").string();
         const char* made = ::mkdtemp(pattern.data());
-        orvo::fuzz::require(made, "there is a folder for the library");
+        orvo::fuzz::require(made, "the folder of the library can be created");
         folder = made;
     }
     ~Library() { fs::remove_all(folder); }
@@ -26,8 +26,8 @@ struct Library {
 
 } // namespace
 
-// Whatever comes instead of the extension's messages, one on each line: each gets at most one answer, nothing is written
-// outside the library, and what was recorded can be read.
+// Arbitrary messages of the extension, one on each line: each gets at most one answer, no file is written outside the
+// library, and every recorded project is readable.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace orvo;
@@ -39,14 +39,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         for (const auto line : fuzz::textOf(data, size) | std::views::split('\n')) {
             const int before = answers;
             session.receive(std::string_view(line));
-            fuzz::require(answers <= before + 1, "a message has one answer at most");
+            fuzz::require(answers <= before + 1, "a message has at most one answer");
         }
         session.tick();
     }
     std::size_t entries = 0;
     for ([[maybe_unused]] const auto& entry : fs::directory_iterator(library.folder))
         ++entries;
-    fuzz::require(entries <= 1, "nothing lies beside the library");
+    fuzz::require(entries <= 1, "no file is outside the library");
     if (fs::exists(library.folder / "Projects")) {
         std::size_t folders = 0;
         for ([[maybe_unused]] const auto& entry : fs::directory_iterator(library.folder / "Projects"))
@@ -54,7 +54,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         const auto projects = ProjectStore(library.folder / "Projects").list();
         fuzz::require(projects.size() == folders, "every project can be read");
         for (const auto& project : projects)
-            fuzz::require(!CaptureSession::isMarkedRecording(project), "no project looks as if it were being recorded");
+            fuzz::require(!CaptureSession::isMarkedRecording(project), "no project is still marked as being recorded");
         fs::remove_all(library.folder / "Projects");
     }
     return 0;

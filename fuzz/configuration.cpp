@@ -5,7 +5,7 @@
 
 #include <string>
 
-// What an author writes: the server's configuration file, its address, and where it listens.
+// The texts that an administrator writes: the configuration file of the server, its address and its listening address.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace orvo;
@@ -22,14 +22,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
             {.address = configuration.address, .listen = configuration.listen, .database = configuration.database}));
         fuzz::require(again.address == configuration.address && again.listen == configuration.listen
                 && again.database == configuration.database,
-            "a new configuration says what it was made for");
+            "a new configuration keeps its values");
     } catch (const Error&) {
-        // Refused with its line.
+        // An invalid configuration.
     }
     try {
-        fuzz::require(!server::readListen(text).host.empty(), "a place to listen names a host");
+        fuzz::require(!server::readListen(text).host.empty(), "a listening address has a host");
     } catch (const Error&) {
-        // No place to listen.
+        // An invalid listening address.
     }
     return 0;
 }

@@ -3,8 +3,8 @@
 #include "VideoCore/Suggestions.h"
 #include "VideoCore/Timeline.h"
 
-// A document is refused with the one error that says so, or it is read; then it can be written and read again without a
-// difference, and the arithmetic over it holds.
+// Decoding a document either throws `DocumentError` or gives a project that encodes and decodes without a difference and
+// has valid merged cuts and suggestions.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace orvo;
@@ -15,14 +15,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
         return 0;
     }
     const std::string document = encodeDocument(project);
-    fuzz::require(decodeDocument(document) == project, "what is written reads back as the same");
+    fuzz::require(decodeDocument(document) == project, "an encoded project decodes to the same value");
     fuzz::require(encodeDocument(decodeDocument(document)) == document, "the same value has the same text");
 
     const auto merged = Timeline::merged(project.edit.cuts, project.duration);
     for (std::size_t i = 0; i < merged.size(); ++i) {
         fuzz::require(merged[i].start < merged[i].end && merged[i].start >= 0 && merged[i].end <= project.duration,
             "merged cuts lie within the recording");
-        fuzz::require(i == 0 || merged[i - 1].end < merged[i].start, "merged cuts are sorted and apart");
+        fuzz::require(i == 0 || merged[i - 1].end < merged[i].start, "merged cuts are sorted and disjoint");
     }
     static_cast<void>(Suggestions::generate(project));
     return 0;

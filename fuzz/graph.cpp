@@ -15,11 +15,11 @@ namespace {
 struct Filter {
     std::vector<std::string> inputs;
     std::string name;
-    std::string arguments; ///< Unquoted once, as the filter is given them.
+    std::string arguments; ///< Unquoted once, as the filter receives them.
     std::vector<std::string> outputs;
 };
 
-/// Reads filter graphs the way their consumer does.
+/// Parses filter graphs by the rules of ffmpeg.
 class GraphReader {
 public:
     explicit GraphReader(std::string_view text)
@@ -40,12 +40,12 @@ public:
             result.push_back(std::move(filter));
             if (m_left.empty())
                 return result;
-            require(take(',') || take(';'), "filters are apart");
+            require(take(',') || take(';'), "filters are separated");
             while (take('\n')) { }
         }
     }
 
-    /// A value up to one of the characters in `ends`: a backslash takes the next character as it is, apostrophes all up to
+    /// A value up to one of the characters in `ends`. A backslash escapes the next character; apostrophes quote all up to
     /// the next one.
     std::string token(std::string_view ends)
     {
@@ -56,7 +56,7 @@ public:
                 value += next();
             } else if (c == '\'') {
                 value += until("'");
-                require(take('\''), "what is quoted ends");
+                require(take('\''), "a quotation ends");
             } else {
                 value += c;
             }
@@ -104,22 +104,22 @@ private:
 bool isBalanced(std::string_view expression)
 {
     int depth = 0;
-    int deepest = 0;
+    int maxDepth = 0;
     for (const char c : expression) {
         depth += c == '(' ? 1 : c == ')' ? -1 : 0;
-        deepest = std::max(deepest, depth);
+        maxDepth = std::max(maxDepth, depth);
         if (depth < 0)
             return false;
     }
-    return depth == 0 && deepest < 100; // Deeper expressions are refused.
+    return depth == 0 && maxDepth < 100; // ffmpeg rejects deeper expressions.
 }
 
 void checkArguments(const Filter& filter, const std::string& annotations)
 {
     if (filter.name == "ass") {
         GraphReader reader(filter.arguments);
-        require(reader.until("=") == "filename" && reader.take('='), "the annotations are named");
-        require(reader.token(":") == annotations && reader.atEnd(), "a path is read as it is");
+        require(reader.until("=") == "filename" && reader.take('='), "the annotations have a file name");
+        require(reader.token(":") == annotations && reader.atEnd(), "a path is unchanged");
         return;
     }
     for (const std::string_view word : {"inf", "nan", "'", "\\", ";", "["})
@@ -127,7 +127,7 @@ void checkArguments(const Filter& filter, const std::string& annotations)
     require(isBalanced(filter.arguments), "expressions are balanced");
 }
 
-/// Every link begins at one filter and ends at one; only those in `open` end nowhere.
+/// Checks that every link connects an output to an input, except the open outputs in `open`.
 void checkLinks(const std::vector<Filter>& filters, std::map<std::string, int> open)
 {
     std::map<std::string, int> links;
@@ -164,9 +164,9 @@ void checkGraphs(const VideoProject& project)
 
     const bool visible = std::ranges::any_of(project.tracks, RenderGraph::isVisibleVideo);
     if (!visible || !(project.playableDuration() > 0.01))
-        return; // Refused before there is a graph.
+        return; // Exports reject the project before they build a graph.
     std::string path = project.title;
-    std::erase(path, '\0'); // No path has one.
+    std::erase(path, '\0'); // Paths cannot contain it.
     const RenderGraph::VideoSettings settings{.size = size, .fps = 30, .annotations = path, .upload = {}};
     check(RenderGraph::video(project, inputs, settings), path, {{"vout", 1}, {"aout", 1}});
 }
@@ -175,7 +175,7 @@ void checkGraphs(const VideoProject& project)
 
 } // namespace orvo::fuzz
 
-// The filter graphs of any project: well formed, with finite numbers, and a path that stays in its quotation.
+// The filter graphs of any project: well formed, with finite numbers and correctly quoted paths.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace orvo;

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
-// A recording that was cut off leaves files that may hold anything. Reading them never fails, and what comes of it can be
-// kept in a document.
+// The files of an interrupted recording may have any content. Reading them never fails, and the events that are read can be
+// stored in a document.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace orvo;
@@ -14,12 +14,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 
     const auto events = PointerLog::eventsIn(text);
     fuzz::require(
-        events.size() <= static_cast<std::size_t>(std::ranges::count(text, '\n')) + 1, "a line is one event at most");
+        events.size() <= static_cast<std::size_t>(std::ranges::count(text, '\n')) + 1, "a line has at most one event");
     VideoProject project;
     project.edit.events = SharedList(events);
     fuzz::require(decodeDocument(encodeDocument(project)).edit.events.items() == events, "events have a document form");
 
     const auto process = CaptureSession::processIn(text);
-    fuzz::require(!process || *process > 0, "a process is one process");
+    fuzz::require(!process || *process > 0, "a process number is positive");
     return 0;
 }

@@ -26,7 +26,7 @@ namespace fs = std::filesystem;
 constexpr std::string_view video = "0d8c5b6e-7f00-4a52-9d5e-1f2a3b4c5d6e";
 constexpr std::string_view key = "\xff\xfeno text has it"; // No request can make a response quote it.
 
-/// A whole server without connections, with one published video and another revision that is being uploaded.
+/// A complete server without connections, with one published video and another revision in upload.
 class Server {
 public:
     explicit Server(std::string_view storage)
@@ -35,7 +35,7 @@ public:
         fs::remove_all(m_folder);
         const DataFolder data(m_folder);
         const std::string credential = data.init({.address = "https://videos.example.org", .listen = "127.0.0.1:0"});
-        // Nobody listens at the remote store.
+        // No server listens at the addresses of the remote store.
         std::ofstream(data.configurationFile(), std::ios::app)
             << "storage = " << storage << "\ndrive_token = http://127.0.0.1:9/\ndrive_api = http://127.0.0.1:9/\n";
         m_service = std::make_unique<Service>(data, Service::Options{}, m_log);
@@ -58,7 +58,8 @@ public:
 
     const std::string& credential() const { return m_values.at('C'); }
 
-    /// "$V" becomes the video, and so on: what a fuzzer cannot guess. The credential, "$C", is where clients send it only.
+    /// Replaces "$V" by the video, and so on: values that a fuzzer cannot guess. Replaces "$C", the credential, only if
+    /// `mayAuthorise`.
     std::string expanded(std::string_view text, bool mayAuthorise) const
     {
         std::string whole;
@@ -75,7 +76,7 @@ public:
         return whole;
     }
 
-    /// The response to a request whose body has arrived; nothing is left to skip.
+    /// The response to a request whose whole body has arrived.
     Response answer(Request request) const
     {
         auto& handler = m_service->handler();
@@ -120,7 +121,7 @@ private:
         return found == response.headers.end() ? std::string() : found->second;
     }
 
-    /// Returns its identifier and the uploads in the order of the files.
+    /// Registers a revision. Returns its identifier and the uploads in the order of the files.
     std::pair<std::string, std::vector<std::string>> registered(
         const std::vector<std::pair<std::string, std::string>>& files)
     {
@@ -177,11 +178,11 @@ private:
     std::map<char, std::string> m_values;
 };
 
-/// The server for an input. Requests change it, so each is replaced now and then.
+/// The server for an input. Replaced after a number of requests, because they change its state.
 Server& serverFor(bool isRemote)
 {
     constexpr int life = 1000;
-    // OpenSSL, which ends at exit, must begin before the servers that use it.
+    // OpenSSL cleans up at exit, so it must be initialised before the servers that use it.
     static const Digest first = sha256({});
     static_cast<void>(first);
     static std::unique_ptr<Server> servers[2];
@@ -196,17 +197,18 @@ Server& serverFor(bool isRemote)
 
 void check(const Response& response, const Server& server, std::string_view input, const Request& request)
 {
-    fuzz::require(response.status >= 200 && response.status < 600 && response.status != 500, "every failure is foreseen");
+    fuzz::require(
+        response.status >= 200 && response.status < 600 && response.status != 500, "no failure is an internal error");
     std::string_view type;
     for (const auto& [name, value] : response.headers) {
-        fuzz::require(value.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos, "a field is one line");
-        fuzz::require(!value.contains(server.credential()), "no field repeats the credential");
+        fuzz::require(value.find_first_of(std::string_view("\r\n\0", 3)) == std::string::npos, "a header is one line");
+        fuzz::require(!value.contains(server.credential()), "no header repeats the credential");
         if (name == "Content-Type")
             type = value;
     }
     if (const auto* file = std::get_if<FileBody>(&response.body)) {
-        fuzz::require(file->offset + file->length <= file->file->size(), "a part lies in its file");
-        fuzz::require(input.contains("$T") || input.contains("$S"), "media need a ticket");
+        fuzz::require(file->offset + file->length <= file->file->size(), "a part is within its file");
+        fuzz::require(input.contains("$T") || input.contains("$S"), "media require a ticket");
     }
     if (const auto* text = std::get_if<std::string>(&response.body)) {
         fuzz::require(!text->contains(server.credential()), "no body repeats the credential");
@@ -216,13 +218,13 @@ void check(const Response& response, const Server& server, std::string_view inpu
     }
     const auto target = parseTarget(request.target);
     if (target && !target->segments.empty() && target->segments[0] == "api" && !input.contains("$C"))
-        fuzz::require(response.status == 401 || response.status == 429, "the interface needs the credential");
+        fuzz::require(response.status == 401 || response.status == 429, "the API requires the credential");
 }
 
 } // namespace
 
-// Whole requests to a whole server: the router, bodies, ranges, tickets, sessions, cookies and the return of an
-// authorisation. The first byte chooses the store, then come the lines of the head, an empty line, and the body.
+// Complete requests to a complete server: the router, bodies, ranges, tickets, sessions, cookies and the return of an
+// authorisation. The first byte chooses the store; the lines of the head, an empty line and the body follow.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     if (size < 2)
@@ -230,7 +232,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const auto text = fuzz::textOf(data + 1, size - 1);
     Server& server = serverFor(data[0] == 'd');
     if (text.contains(server.credential()))
-        return 0; // Learnt from a comparison.
+        return 0; // The fuzzer learnt it from a comparison.
     const auto end = std::min(text.find("\n\n"), text.size());
     std::string head;
     for (const auto part : std::views::split(text.substr(0, end), '\n')) {

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <string>
 
-// Three readers of the publishing server, chosen by the first byte: a request's head, its target, and a list of domains.
+// Three parsers of the publishing server, chosen by the first byte: a request's head, its target, and a domain.
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace orvo;
@@ -17,12 +17,12 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     case 0: {
         const auto head = server::parseHead(text);
         if (const auto* request = std::get_if<server::Request>(&head)) {
-            fuzz::require(text.size() <= server::maxHeadBytes, "a long head is refused");
-            fuzz::require(request->headers.count("Transfer-Encoding") == 0, "no body has another encoding");
-            fuzz::require(request->headers.count("Content-Length") <= 1, "a body has one length");
+            fuzz::require(text.size() <= server::maxHeadBytes, "a long head is rejected");
+            fuzz::require(request->headers.count("Transfer-Encoding") == 0, "no request has a transfer encoding");
+            fuzz::require(request->headers.count("Content-Length") <= 1, "a body has at most one length");
             for (const auto& [name, value] : request->headers.fields())
                 fuzz::require(
-                    !value.contains('\r') && !value.contains('\n') && !value.contains('\0'), "a field is one line");
+                    !value.contains('\r') && !value.contains('\n') && !value.contains('\0'), "a header is one line");
         }
         break;
     }
@@ -49,7 +49,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
             for (const auto& entry : domains.entries())
                 fuzz::require(entry.isWildcard || domains.allows(entry.origin), "an origin matches itself");
         } catch (const Error&) {
-            // Refused by its name.
+            // An invalid domain.
         }
     }
     return 0;
