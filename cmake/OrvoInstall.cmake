@@ -1,17 +1,17 @@
-# What `cmake --install` puts where, in two components:
+# The files that `cmake --install` installs, in two components:
 #
-#   application   the bundle in lib/orvo-video/, links to its programs in bin/, and what a desktop needs to know of it
+#   application   the bundle in lib/orvo-video/, links to its programs in bin/, and the desktop integration
 #   server        bin/orvo-server with its systemd unit
 #
-# The programs find the bundle from /proc/self/exe, so that any prefix will do and the tree may be moved. `./dev package` makes
-# Debian packages of the components, and of the speech model where the builder has it.
+# The programs find the bundle from /proc/self/exe, so any prefix works and the tree can be moved. `./dev package` makes Debian
+# packages of the components, and of the speech model if it is present.
 
 include(GNUInstallDirs)
 
-set(private lib/orvo-video) # Also where libraries have a folder for each architecture: these are no libraries for others.
+set(private lib/orvo-video) # Not the folder of an architecture, because these are private files.
 set(contents ${private}/OrvoVideo.app/Contents)
 
-# The bundle. Programs are started by the links in bin/, and find what lies beside them where these lead.
+# The bundle. The links in bin/ start the programs, which find their files beside the targets of the links.
 install(TARGETS OrvoVideo orvo RUNTIME DESTINATION ${contents}/MacOS COMPONENT application)
 install(TARGETS OrvoBridge RUNTIME DESTINATION ${contents}/Helpers COMPONENT application)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/Extension DESTINATION ${contents}/Resources COMPONENT application)
@@ -27,7 +27,7 @@ file(MAKE_DIRECTORY ${links})
 file(CREATE_LINK ../${contents}/MacOS/OrvoVideo ${links}/orvo-video SYMBOLIC)
 file(CREATE_LINK ../${contents}/MacOS/orvo ${links}/orvo SYMBOLIC)
 install(FILES ${links}/orvo-video ${links}/orvo DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT application)
-# The system's media program. Below /usr a link leads there as packages want it, on the shortest way.
+# The system's ffmpeg. Below /usr the link is relative, as packages require.
 set(ORVO_FFMPEG /usr/bin/ffmpeg CACHE FILEPATH "The ffmpeg that an installed application uses")
 install(CODE "
   set(helpers \"\${CMAKE_INSTALL_PREFIX}/${contents}/Helpers\")
@@ -38,7 +38,7 @@ install(CODE "
   file(CREATE_LINK \"\${target}\" \"\$ENV{DESTDIR}\${helpers}/ffmpeg\" SYMBOLIC)"
   COMPONENT application)
 
-# The desktop: entry, icons, description, activation by the bus.
+# Desktop integration: entry, icons, metadata, D-Bus activation.
 set(desktop ${PROJECT_SOURCE_DIR}/packaging/desktop)
 install(FILES ${desktop}/es.orvo.video.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT application)
 install(FILES ${desktop}/es.orvo.video.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo COMPONENT application)
@@ -48,8 +48,8 @@ foreach(size 16 22 24 32 48 64 128 256 512)
   install(FILES ${desktop}/icons/${size}.png DESTINATION ${icons}/${size}x${size}/apps RENAME es.orvo.video.png COMPONENT application)
 endforeach()
 
-# install_with_programs(FILE DESTINATION COMPONENT) installs a file that names programs in /usr/bin, or the server by its name
-# alone, with the places that they have in this prefix.
+# install_with_programs(FILE DESTINATION COMPONENT) installs a file, replacing paths of programs in /usr/bin, and the bare name
+# of the server, by their paths in this prefix.
 function(install_with_programs FILE DESTINATION COMPONENT)
   cmake_path(GET FILE FILENAME name)
   install(CODE "
@@ -64,7 +64,7 @@ function(install_with_programs FILE DESTINATION COMPONENT)
 endfunction()
 install_with_programs(${desktop}/es.orvo.video.service ${CMAKE_INSTALL_DATADIR}/dbus-1/services application)
 
-# The manual page is written by the program from its own table of commands; completions ask it at run time.
+# The program writes its manual page from its table of commands; completions query the program at run time.
 add_custom_command(
   OUTPUT ${links}/orvo.1
   COMMAND orvo --manual > ${links}/orvo.1

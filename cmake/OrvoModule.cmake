@@ -1,4 +1,4 @@
-# Compiler settings of all our targets, and orvo_module(), which creates a layer's library.
+# Compiler settings of all targets, and orvo_module(), which creates the library of a layer.
 
 set(CMAKE_CXX_STANDARD 23)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -6,7 +6,7 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_COMPILE_OPTIONS_PIE -fPIC) # Also for programs, so that they share precompiled headers with libraries.
-set(CMAKE_CXX_SCAN_FOR_MODULES OFF) # No modules are used; scanning for them would double the compiler runs.
+set(CMAKE_CXX_SCAN_FOR_MODULES OFF) # The code has no modules; scanning for them would double the compiler runs.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 
@@ -17,7 +17,7 @@ target_compile_options(orvo_flags INTERFACE
   -pthread
   -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Woverloaded-virtual
   -Wold-style-cast -Wcast-align -Wformat=2 -Wimplicit-fallthrough
-  # Designated initialisers are meant to name only the fields that differ.
+  # Designated initialisers name only the fields that differ from their defaults.
   -Wno-missing-field-initializers)
 if(ORVO_SANITIZERS)
   target_compile_options(orvo_flags INTERFACE -fsanitize=${ORVO_SANITIZERS} -fno-omit-frame-pointer -fno-sanitize-recover=all)
@@ -29,8 +29,8 @@ if(ORVO_SANITIZERS)
   endif()
 endif()
 
-# Common standard headers, precompiled: saves a third of the build time. Files still include what they need; the debug
-# preset and the static analysis, which do not precompile, check that.
+# Common standard headers, precompiled to save a third of the build time. Files still include the headers that they use; the
+# debug preset and the static analysis do not precompile, so they check that.
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/orvo_standard.cpp CONTENT "")
 add_library(orvo_standard OBJECT ${CMAKE_BINARY_DIR}/orvo_standard.cpp)
 target_link_libraries(orvo_standard PRIVATE orvo_flags)
@@ -39,7 +39,7 @@ set(ORVO_STANDARD_HEADERS
   <optional> <ranges> <span> <stop_token> <string> <string_view> <system_error> <thread> <utility> <vector>)
 target_precompile_headers(orvo_standard PRIVATE ${ORVO_STANDARD_HEADERS})
 
-# orvo_precompiled(TARGET) makes the target use them.
+# orvo_precompiled(TARGET) makes the target use these headers.
 function(orvo_precompiled TARGET)
   target_precompile_headers(${TARGET} REUSE_FROM orvo_standard)
 endfunction()
@@ -55,7 +55,7 @@ function(orvo_module NAME)
     set(ARG_INCLUDED_AS ${NAME})
   endif()
   set(view ${CMAKE_BINARY_DIR}/include/${NAME})
-  file(REMOVE_RECURSE ${view}) # An older build folder may show headers that moved.
+  file(REMOVE_RECURSE ${view}) # An older build folder may still show moved headers.
   cmake_path(GET ARG_INCLUDED_AS PARENT_PATH parent)
   file(MAKE_DIRECTORY ${view}/${parent})
   file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${view}/${ARG_INCLUDED_AS} SYMBOLIC)

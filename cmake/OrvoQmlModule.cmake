@@ -1,4 +1,4 @@
-# What the C++ of windows begins with, precompiled once for all rooms that have some.
+# Common headers of the C++ code of windows, precompiled once for all rooms.
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/orvo_window_standard.cpp CONTENT "")
 add_library(orvo_window_standard OBJECT ${CMAKE_BINARY_DIR}/orvo_window_standard.cpp)
 target_link_libraries(orvo_window_standard PRIVATE orvo_flags Qt6::DBus Qt6::Quick)

@@ -11,7 +11,7 @@ add_custom_target(thread_tests)
 add_library(orvo_test_flags INTERFACE)
 target_compile_options(orvo_test_flags INTERFACE $<$<CONFIG:Release>:-O1> -UQT_TESTCASE_BUILDDIR -UQT_TESTCASE_SOURCEDIR)
 
-# The matchers and common headers of tests, precompiled.
+# GoogleTest and common headers of tests, precompiled.
 file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/orvo_test_standard.cpp CONTENT "")
 add_library(orvo_test_standard OBJECT ${CMAKE_BINARY_DIR}/orvo_test_standard.cpp)
 target_link_libraries(orvo_test_standard PRIVATE orvo_flags orvo_test_flags GTest::gmock)
@@ -24,8 +24,8 @@ target_precompile_headers(orvo_test_standard PRIVATE
 #
 # Links GoogleTest with matchers and main(), and the helpers of tests/support ("TestSupport/Name.h"). Labels select tests:
 # "slow" for those that take seconds (ctest -LE slow) and begin first, "threads" for the thread sanitizer (ctest -L threads).
-# COST lets them begin earlier than others (slow ones have 10), as those should that mostly wait.
-# ALONE names tests that measure: nothing runs beside them. PRECOMPILED_OF names a target whose precompiled headers are used.
+# Tests with a higher COST begin earlier (slow ones have 10); use it for tests that mostly wait. ALONE names tests that
+# measure; no other test runs beside them. PRECOMPILED_OF names a target whose precompiled headers are used.
 function(orvo_test NAME)
   cmake_parse_arguments(ARG "" "COST;PRECOMPILED_OF;ENVIRONMENT" "SOURCES;LINK;LABELS;ALONE" ${ARGN})
   if(NOT ARG_PRECOMPILED_OF)

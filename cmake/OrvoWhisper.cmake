@@ -1,5 +1,5 @@
-# Orvo::Whisper, the speech library: the system's, or the one that tools/speech.sh builds in build/whisper for this machine's
-# processor. With ORVO_PORTABLE_SPEECH it is the one in build/whisper-portable, which is installed with the application.
+# Orvo::Whisper, the speech library: the system's, or else the one that tools/speech.sh builds in build/whisper for this
+# machine's processor. With ORVO_PORTABLE_SPEECH, the one in build/whisper-portable, which is installed with the application.
 
 option(ORVO_PORTABLE_SPEECH "Link the speech library for any processor, for packages" OFF)
 add_library(orvo_whisper INTERFACE)
