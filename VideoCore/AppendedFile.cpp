@@ -37,7 +37,7 @@ void AppendedFile::append(std::string_view bytes)
             end += written;
         } else if (errno != EINTR) {
             const int error = errno;
-            // If this fails, too, the next append overwrites the partial one.
+            // If this fails too, the next append overwrites the partial one.
             [[maybe_unused]] const int ignored = ::ftruncate(m_descriptor.get(), m_length);
             fail("write", m_path, error);
         }

@@ -26,7 +26,7 @@ constexpr auto byteClasses = [] {
     return classes;
 }();
 
-/// The text so far. Collects pieces in a buffer that stays in the cache; a writer asks for room once, then only copies.
+/// The encoded text. Collects pieces in a buffer that fits the processor's cache; a writer reserves room once, then copies.
 class Output {
 public:
     explicit Output(std::size_t expectedLength) { m_text.reserve(expectedLength); }
@@ -93,7 +93,7 @@ public:
     {
         if (!std::isfinite(value))
             throw DocumentError("No se puede guardar el proyecto: contiene un número que no es finito.");
-        // Most numbers are whole or have one decimal; these need no search for the shortest digits.
+        // Most numbers are whole or have one decimal, which needs no search for the shortest digits.
         if (value >= 0 && value <= 10'000 && !std::signbit(value)) {
             // NOLINTNEXTLINE(bugprone-incorrect-roundings): std::llround is a call, and no value is negative.
             const auto tenths = static_cast<std::int64_t>(value * 10 + 0.5);

@@ -15,7 +15,7 @@ namespace orvo::Edits {
 
 /// A selection must be longer than this to be cut. Seconds.
 inline constexpr double minCut = 0.01;
-/// How long a new overlay is shown, at most to the end of the recording. Seconds.
+/// Length of a new overlay in seconds, unless the recording ends earlier.
 inline constexpr double overlayLength = 5;
 
 /// Adds a cut. Afterwards the stored cuts are sorted, clamped, disjoint and merged.
@@ -50,7 +50,7 @@ void restorePart(VideoProject& project, TimeSpan span);
 /// Cuts every filler word that is not cut. Returns how many.
 std::size_t cutFillers(VideoProject& project);
 
-/// How many pauses an edit shortens, and by how many seconds in all.
+/// The number of pauses that an edit shortened, and the total seconds cut.
 struct Shortening {
     std::size_t count = 0;
     double seconds = 0;

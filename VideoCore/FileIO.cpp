@@ -41,7 +41,7 @@ UniqueFd openFolder(const fs::path& folder, const fs::path& concerned)
 
 void flush(const UniqueFd& folder, const fs::path& concerned)
 {
-    // A file system that cannot flush a folder returns EINVAL; nothing more can be done.
+    // EINVAL: the file system cannot flush folders.
     if (::fsync(folder.get()) != 0 && errno != EINVAL)
         fail("fsync", concerned);
 }

@@ -29,9 +29,9 @@ namespace orvo {
 ///                    └─────┘         │ discard
 ///                  checkpoint        └───────────► no project
 ///
-/// If the process dies, the mark names a dead process, and the project counts as interrupted (`CaptureSession`). Nothing
-/// up to the last checkpoint is lost, because of the order of the writes: the mark before anything is recorded, the
-/// pointer log and the tracks before the document that describes them, the mark again after the last document.
+/// If the process dies, the mark names a dead process, and the project counts as interrupted (`CaptureSession`). The order
+/// of the writes preserves everything up to the last checkpoint: the mark is created before the recording begins, the
+/// pointer log and the tracks are written before the document that describes them, and the mark is removed last.
 ///
 /// `project`, `change` and `add` may be called from any thread at any time. The other functions block; call them one at a
 /// time, and none after the end.
@@ -93,7 +93,7 @@ public:
     /// Ends a recording that could not start, and keeps its files for recovery.
     void failStart() noexcept;
 
-    /// Removes the project: nothing was recorded.
+    /// Removes the project, for a recording without content.
     void discard() noexcept;
 
 private:
@@ -109,7 +109,7 @@ private:
     mutable std::mutex m_mutex; ///< Guards the members below.
     VideoProject m_project;
     std::vector<PointerEvent> m_events; ///< For a tab, only those not yet in the log.
-    std::size_t m_loggedEvents = 0; ///< How many of these are in the log.
+    std::size_t m_loggedEvents = 0; ///< The number of these in the log.
 
     std::optional<AppendedFile> m_log; ///< Closed at the end.
     std::map<std::filesystem::path, off_t> m_flushed; ///< Lengths of the files when last flushed.

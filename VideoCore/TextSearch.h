@@ -18,7 +18,7 @@ std::string folded(const std::string& text);
 /// The words of a transcript, prepared for searches that ignore case, accents and the punctuation between words.
 class TextSearch {
 public:
-    /// Where a text was found: from a byte of one word to a byte of the same or a later one.
+    /// The place of a match: from a byte of one word to a byte of the same or a later word.
     struct Hit {
         std::size_t first = 0; ///< The index of the first word.
         std::size_t firstByte = 0; ///< Where the hit begins in its text.

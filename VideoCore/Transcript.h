@@ -50,10 +50,10 @@ struct Pause {
 /// The pauses of a recording of `duration` seconds, in order. Returns an empty list without words.
 std::vector<Pause> pauses(std::span<const TranscriptWord> words, double duration);
 
-/// How many seconds of a stretch remain after these merged cuts (see `Timeline::merged`).
+/// The seconds of a stretch that remain after these merged cuts (see `Timeline::merged`).
 double remaining(const TimeSpan& span, std::span<const TimeSpan> merged);
 
-/// Whether nothing of a word remains after these merged cuts. A word may reach a little past the end of the recording.
+/// Whether these merged cuts remove a word entirely. A word may extend a little past the end of the recording.
 bool isCut(const TranscriptWord& word, std::span<const TimeSpan> merged, double duration);
 
 enum class TextFormat : std::uint8_t {

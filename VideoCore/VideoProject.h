@@ -122,7 +122,7 @@ struct EditState {
     friend bool operator==(const EditState&, const EditState&) = default;
 };
 
-/// Where and how a project is published.
+/// The publication of a project on a server.
 struct Publication {
     std::string videoID; ///< The server's identifier of the video.
     std::string url; ///< Public address of the player page.

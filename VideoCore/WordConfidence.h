@@ -10,7 +10,7 @@
 
 namespace orvo {
 
-/// How sure the recogniser was of each word. Stored in a file beside the document; without that file every word is sure.
+/// The recogniser's confidence in each word. Stored in a file beside the document; without that file every word is sure.
 ///
 /// An entry holds for a word with the text as recognised: a corrected word is sure, and unsure again when the correction is
 /// undone. The file has one line per word, "ID PROBABILITY TEXT"; invalid lines are skipped.

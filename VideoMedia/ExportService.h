@@ -29,7 +29,7 @@ enum class ExportFormat : std::uint8_t {
     gif, ///< An animated image without audio.
 };
 
-/// How a project is rendered.
+/// The settings of an export.
 struct ExportSettings {
     std::int64_t height = 1080; ///< Requested height in pixels, at least 1; the output is never larger than the project.
     std::int64_t fps = 30; ///< Output frames per second, 1 to `VideoLimits::maxRate`.
@@ -86,7 +86,7 @@ struct Outcome {
 /// as "NAME.srt.bak". `progress` receives 0..1 during the final render. The two work folders, here and in the project
 /// folder, are removed when the call ends; the next export removes those of a killed process.
 ///
-/// Throws `captureError` with a text for the user (no usable `ffmpeg`, nothing visible to render, an unsupported size,
+/// Throws `captureError` with a text for the user (no usable `ffmpeg`, no visible video, an unsupported size,
 /// length or frame rate, a missing file, an undecodable image, a destination with another extension or one of the project's
 /// own files, a maximum size that is too small, a failed `ffmpeg`), file system errors unchanged, and `Cancelled`.
 Outcome exportVideo(const VideoProject& project, const ProjectStore& store, const std::filesystem::path& destination,

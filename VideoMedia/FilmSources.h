@@ -13,7 +13,7 @@ namespace orvo {
 
 /// The source files of a film.
 struct FilmSources {
-    /// How an input is decoded.
+    /// The decoding of an input.
     struct Decoding {
         bool isEasy = false; ///< As cheap to decode as the recorder's files. Larger movies and other codecs cost more.
         bool isRangeMeant = false; ///< Whether the default colour range has to be declared.

@@ -45,7 +45,7 @@ Fades fadesOf(const VideoProject& project, const TimeSpan& span)
 /// Rounding errors add up over the windows: a window that begins more than `tolerance` frames early or late compensates one
 /// of them, and the last window ends on the frame nearest to the exact length, however many cuts there are.
 ///
-/// A span that is already on the grid stays as it is.
+/// A span that is already on the grid stays unchanged.
 std::vector<TimeSpan> frameAligned(std::span<const TimeSpan> kept, std::int64_t fps)
 {
     constexpr double tolerance = 1; // Frames. With half a frame inside a window, no joint is two frames off.

@@ -134,7 +134,7 @@ std::string failure(const ProjectStore& store, const Uuid& id)
         return readFile(folder / failureName);
     UniqueFd descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!descriptor || !FileLock(std::move(descriptor)).tryLock())
-        return {}; // It is being imported.
+        return {}; // The import is still running.
     return "La importación se interrumpió.";
 }
 

@@ -7,7 +7,7 @@
 /// Runs two programs in parallel, where the second reads what the first writes.
 namespace orvo::PipedRuns {
 
-/// Blocks until its program has ended. Throws its failure, and `Cancelled` if the token asks for it.
+/// Runs a program to its end. Throws its failure, and `Cancelled` if a stop was requested.
 using Run = std::function<void(const std::stop_token&)>;
 
 /// Creates the named pipe `pipe` and calls `write` on a new thread and `read` on this one; their programs open the pipe

@@ -6,7 +6,7 @@
 #include <stop_token>
 #include <utility>
 
-/// Finds out what an installed program supports by running it.
+/// Tests by trial runs what an installed program supports.
 namespace orvo::ProgramTrials {
 
 /// Identifies an installed program; replacing its file gives another identity.

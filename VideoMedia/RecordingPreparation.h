@@ -14,7 +14,7 @@
 /// Converts interrupted and browser recordings to files that can be played, edited and exported.
 namespace orvo::RecordingPreparation {
 
-/// The result of a conversion. Its files lie in the project folder but are not part of the project yet.
+/// The result of a conversion. Its files are in the project folder but not part of the project yet.
 struct Prepared {
     struct File {
         std::string file; ///< Relative to the project folder.

@@ -46,7 +46,7 @@ std::vector<VideoEncoder> hardwareEncoders()
 {
     std::vector<VideoEncoder> encoders{
         {.name = "h264_videotoolbox", .device = {}, .upload = {}, .options = {"-allow_sw", "1"}, .quantizerFloor = {}}};
-    // Without such a device none of the others works, so none is tried.
+    // The other encoders need one of these devices.
     if (!exists("/dev/dri") && !exists("/dev/nvidiactl") && !exists("/dev/nvidia0"))
         return encoders;
     encoders.push_back({.name = "h264_vaapi",

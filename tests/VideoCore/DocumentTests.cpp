@@ -220,7 +220,7 @@ TEST(Document, RejectsInvalidTexts)
 
     const auto read = decodeDocument(
         replaced(document, "\"00000000-0000-4000-8000-000000000001\"", "\"a0000000-0000-4000-8000-00000000000f\""));
-    EXPECT_EQ(read.id.text(), "A0000000-0000-4000-8000-00000000000F") << "lower case is read, upper case written";
+    EXPECT_EQ(read.id.text(), "A0000000-0000-4000-8000-00000000000F") << "reads lower case and writes upper case";
     for (const std::string_view date : {"0000-01-01T00:00:00Z", "1677-12-31T23:59:59Z", "2024-02-29T00:00:00Z",
              "2262-04-12T00:00:00Z", "9999-12-31T23:59:59Z"}) {
         const auto dated = decodeDocument(replaced(document, "2025-03-14T09:26:53Z", date));

@@ -112,7 +112,7 @@ TEST(PhrasesTests, KeepsTheLimitsForRandomSpeech)
                 said += static_cast<std::size_t>(std::ranges::count(line, ' ')) + 1;
             }
         }
-        EXPECT_EQ(said, left) << "every word once";
+        EXPECT_EQ(said, left) << "every word occurs once";
     }
 }
 

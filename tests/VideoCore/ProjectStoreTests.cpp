@@ -136,7 +136,7 @@ TEST_F(ProjectStoreTest, SkipsUnreadableProjects)
 
     const auto before = namesIn(store.root());
     EXPECT_THAT(listed(), UnorderedElementsAre(good.id, letters.id));
-    EXPECT_EQ(namesIn(store.root()), before) << "nothing is removed";
+    EXPECT_EQ(namesIn(store.root()), before) << "no folder is removed";
     for (std::uint64_t i = 2; i <= 20; ++i)
         EXPECT_ANY_THROW(store.load(fixedId(i))) << i;
 }
@@ -214,7 +214,8 @@ TEST_F(ProjectStoreTest, ResolvesLinksToTheLibraryAndToProjects)
 
     fs::rename(store.directory(project.id), folder / "elsewhere");
     fs::create_symlink(folder / "elsewhere", store.directory(project.id));
-    EXPECT_EQ(store.mediaURL(project, "media/x"), folder / "elsewhere/media/x") << "the author moved it to another disk";
+    EXPECT_EQ(store.mediaURL(project, "media/x"), folder / "elsewhere/media/x")
+        << "the author moved the project to another disk";
     EXPECT_EQ(store.load(project.id), project);
 }
 

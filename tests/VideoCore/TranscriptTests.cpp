@@ -194,7 +194,7 @@ TEST(TranscriptEdits, ReportsByHowMuchItShortensPauses)
     project.edit.cuts = {{0.5, 2.3}}; // Leaves 0.2 s of the first pause.
     const double before = project.playableDuration();
     const auto pauses = Transcript::pauses(project.edit.words, project.duration);
-    EXPECT_EQ(pauses.size(), 4) << "the last one is at the end";
+    EXPECT_EQ(pauses.size(), 4) << "the last pause is at the end";
     EXPECT_EQ(pauses.back(), (Transcript::Pause{6, {9, 20}}));
 
     auto some = project;

@@ -58,7 +58,7 @@ TEST_F(ExportFormats, WritesEveryFormatWithTheCuts)
 TEST_F(ExportFormats, ExportsOneStretch)
 {
     const auto out = probe(renderTo("part.mp4", {.height = 90, .span = TimeSpan{3.5, 1}}));
-    EXPECT_NEAR(out.videoDuration, 1.5, 0.05) << "from 1 to 3.5 without the cut";
+    EXPECT_NEAR(out.videoDuration, 1.5, 0.05) << "from 1 to 3.5 minus the cut";
     EXPECT_THAT(failureOf([&] { renderTo("none.mp4", {.span = TimeSpan{2.2, 2.8}}); }), HasSubstr("no contiene vídeo"));
 }
 

@@ -112,7 +112,7 @@ TEST_F(ExportVideo, MatchesTheExactFilterWhenSharpeningQuickly)
                         "[exact][{}]ssim=stats_file={}[compared]",
                 Sharpening::filter, Sharpening::quickFilter, what, figures.string()),
             "-map", "[compared]", "-map", what == "quick" ? "[plain]" : "[quick]", "-f", "null", "-"});
-        std::vector<std::pair<double, double>> similarities; // Of the luma and the first chroma plane.
+        std::vector<std::pair<double, double>> similarities; // Of luma and the first chroma plane.
         std::istringstream lines(readFile(figures));
         for (std::string line; std::getline(lines, line);)
             similarities.emplace_back(

@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 using testing::IsEmpty;
 
-/// A film of 37 seconds with every effect, whose cuts lie anywhere between frames.
+/// A film of 37 seconds with every effect, whose cuts are not aligned to frames.
 class PiecedFilmTests : public ExportFixture {
 protected:
     PiecedFilmTests()
