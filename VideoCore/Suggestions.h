@@ -24,7 +24,7 @@ inline constexpr double minGain = 0.1; ///< Cuts that would remove less than thi
 inline constexpr double stopClick = 1.5; ///< A click this close to the end of the recording stopped it, in seconds.
 
 /// The suggestions that are still useful for the project as edited now, in their order: no cut of what is already cut, no
-/// zoom inside a cut or near another zoom, and no zoom for the click that stopped the recording.
+/// zoom inside a cut or overlapping another zoom, and no zoom for the click that stopped the recording.
 std::vector<EditSuggestion> offered(const VideoProject& project, std::span<const EditSuggestion> suggestions);
 
 /// The project with these suggestions applied.

@@ -51,7 +51,7 @@ std::vector<Stretch> stretches(std::span<const Zoom> zooms, const std::string& c
     for (std::size_t first = 0; first < zooms.size(); first += maxDepth / 2) {
         const auto fresh = zooms.subspan(first, std::min(maxDepth / 2, zooms.size() - first));
         const double start = fresh.front().start;
-        // Drops points that end before a later point that has already begun: the later one hides them.
+        // Drops points that end no later than a later point that has already begun, which hides them.
         std::vector<Zoom> reaching;
         for (auto zoom = open.rbegin(); zoom != open.rend(); ++zoom) {
             if (zoom->end >= start && (reaching.empty() || zoom->end > reaching.back().end))

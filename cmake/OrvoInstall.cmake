@@ -8,7 +8,7 @@
 
 include(GNUInstallDirs)
 
-set(private lib/orvo-video) # Not the folder of an architecture, because these are private files.
+set(private lib/orvo-video) # Not lib/ARCHITECTURE, because these are not libraries for other programs.
 set(contents ${private}/OrvoVideo.app/Contents)
 
 # The bundle. The links in bin/ start the programs, which find their files beside the targets of the links.

@@ -110,7 +110,7 @@ TEST(Suggestions, OffersOnlyUsefulSuggestions)
     };
     EXPECT_THAT(
         labels(), ElementsAre("Pausa larga 2", "Muletilla: eh 10", "Pausa final 12", "Zoom en clic 5", "Zoom en clic 20"))
-        << "no zoom near another, and none for the click that stopped the recording";
+        << "no zoom over another, and none for the click that stopped the recording";
     project.edit.cuts = {{2, 10.2}, {19, 21}, {12.2, 40}};
     EXPECT_THAT(labels(), ElementsAre("Muletilla: eh 10", "Pausa final 12")) << "only suggestions with an uncut part";
     project = Suggestions::applied(project, Suggestions::offered(project, all));
