@@ -132,7 +132,7 @@ Copies copiesInto(const HlsLadder::Rendition& step, std::int64_t fps, const fs::
             ProcessRunner::run(ffmpeg,
                 ffmpegArguments({"-i", film.string(), "-map", "0:v:0", "-c", "copy", "-f", "framecrc", scratch.string()}),
                 {}, 0, stop);
-            copies.frame = areSegments(packetsIn(readFile(scratch)), step, fps);
+            copies.video = areSegments(packetsIn(readFile(scratch)), step, fps);
         }
     } catch (const std::exception&) { // Encoding the steps reports the error.
     }

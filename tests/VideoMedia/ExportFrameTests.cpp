@@ -83,7 +83,7 @@ TEST_F(ExportVideo, DrawsTheSameFramesOnAnyNumberOfThreads)
     bool quickSharpening = false;
     const auto hashes = [&](const std::string& threads) {
         writeFileAtomically(graph,
-            RenderGraph::frame(
+            RenderGraph::video(
                 project, inputs, {.size = size, .annotations = annotations, .quickSharpening = quickSharpening}));
         ffmpeg({"-y", "-filter_complex_threads", "1", "-filter_complex_threads", threads, "-f", "lavfi", "-i",
             "testsrc2=size=320x180:rate=30:duration=4", "-f", "lavfi", "-i", "testsrc=size=80x60:rate=25:duration=3", "-f",

@@ -34,7 +34,7 @@ std::vector<Input> inputsOf(const VideoProject& project)
 
 std::string videoOf(const VideoProject& project)
 {
-    return RenderGraph::frame(project, inputsOf(project),
+    return RenderGraph::video(project, inputsOf(project),
         {.size = RenderGraph::outputSize(project, 1080),
             .fps = 30,
             .annotations = "/library/annotations.ass",
@@ -161,7 +161,7 @@ TEST(RenderGraph, MixesOnlyAudibleTracks)
 TEST(RenderGraph, UploadsTheFinishedFrameToHardware)
 {
     const auto project = screenProject();
-    const auto graph = RenderGraph::frame(
+    const auto graph = RenderGraph::video(
         project, inputsOf(project), {.size = {2, 2}, .fps = 30, .annotations = "/a.ass", .upload = "format=nv12,hwupload"});
     EXPECT_TRUE(graph.ends_with("concat=n=1:v=1:a=1[vjoined][aout];\n[vjoined]format=nv12,hwupload[vout]"));
 }
