@@ -19,7 +19,7 @@ public:
     };
 
     CompositionLayout() = default;
-    /// `soundEnd` is the end of the last audio clip.
+    /// `audioEnd` is the end of the last audio clip.
     CompositionLayout(int fps, std::vector<Clip> video, double audioEnd);
 
     double duration() const noexcept { return m_duration; }

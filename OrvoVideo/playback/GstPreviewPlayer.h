@@ -19,7 +19,7 @@ class PreviewEngine;
 class GstPreviewPlayer final : public PreviewPlayer {
     Q_OBJECT
 public:
-    /// `probe` reads the media files' properties. `soundSink` is the audio sink in gst-launch notation. Throws
+    /// `probe` reads the media files' properties. `audioSink` is the audio sink in gst-launch notation. Throws
     /// `captureError` when GStreamer is unusable.
     explicit GstPreviewPlayer(
         std::unique_ptr<MediaProbe> probe, const std::string& audioSink = "autoaudiosink", QObject* parent = nullptr);

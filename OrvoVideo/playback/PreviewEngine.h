@@ -36,7 +36,7 @@ public:
         std::function<void(std::uint64_t rate, double seconds)> ended;
     };
 
-    /// `soundSink` is the audio sink in gst-launch notation. Throws `captureError` when GStreamer is unusable.
+    /// `audioSink` is the audio sink in gst-launch notation. Throws `captureError` when GStreamer is unusable.
     PreviewEngine(std::unique_ptr<MediaProbe> probe, std::string audioSink, Listener listener);
     /// Stops within the decoding of one frame.
     ~PreviewEngine() = default;

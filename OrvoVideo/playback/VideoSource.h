@@ -41,7 +41,7 @@ public:
     Frame frameAt(double seconds, Want want, const std::stop_token& stop, const GiveUp& giveUp = {});
 
     /// Starts decoding towards `seconds` once the file is open, without waiting; call it again to continue. Speeds up
-    /// `pictureAt`.
+    /// `frameAt`.
     void prepare(double seconds);
     /// The prepared time, once its preparation has started.
     std::optional<double> prepared() const { return m_prepared; }

@@ -75,7 +75,7 @@ GstBuffer* graphicsBufferOf(const FrameHandle& frame)
         const auto size = static_cast<gsize>(std::max<off_t>(::lseek(plane.memory.get(), 0, SEEK_END), 0));
         GstMemory* memory =
             gst_dmabuf_allocator_alloc_with_flags(allocator.get(), plane.memory.get(), size, GST_FD_MEMORY_FLAG_DONT_CLOSE);
-        gst_mini_object_set_qdata(GST_MINI_OBJECT_CAST(memory), g_quark_from_static_string("orvo-picture"),
+        gst_mini_object_set_qdata(GST_MINI_OBJECT_CAST(memory), g_quark_from_static_string("orvo-frame"),
             std::make_unique<FrameHandle>(frame).release(), releaseHandle);
         gst_buffer_append_memory(buffer, memory);
         offsets.at(i) = before + plane.offset;

@@ -68,9 +68,9 @@ TEST(FrameEncoderTests, SoftwareContinuesTheFileOfAnEncoderThatFails)
         const auto path = folder / "screen.mov";
         TrackFile file(path, TrackFile::Frames{.size = size, .fps = 30, .encoder = failing});
         for (int i = 0; i < count; ++i) {
-            const auto picture = std::make_shared<FrameMemory>(size);
-            std::fill_n(picture->luma(), picture->lumaStride() * size.height, static_cast<std::uint8_t>(lumaOf(i)));
-            file.write(picture, i / 30.0, 1 / 30.0);
+            const auto frame = std::make_shared<FrameMemory>(size);
+            std::fill_n(frame->luma(), frame->lumaStride() * size.height, static_cast<std::uint8_t>(lumaOf(i)));
+            file.write(frame, i / 30.0, 1 / 30.0);
         }
         file.finish();
         EXPECT_NEAR(probe(path).videoDuration, count / 30.0, 0.01) << what;
@@ -95,10 +95,10 @@ TEST(FrameEncoderTests, SoftwareThatIsTooSlowContinuesWithItsFastestPreset)
     const auto path = folder / "screen.mov";
     TrackFile file(path, TrackFile::Frames{.size = size, .fps = 30, .encoder = slow});
     std::mt19937 random(3);
-    std::vector<std::shared_ptr<FrameMemory>> pictures;
+    std::vector<std::shared_ptr<FrameMemory>> frames;
     for (int i = 0; i < 8; ++i) {
-        pictures.push_back(std::make_shared<FrameMemory>(size));
-        std::generate_n(pictures.back()->luma(), pictures.back()->lumaStride() * size.height,
+        frames.push_back(std::make_shared<FrameMemory>(size));
+        std::generate_n(frames.back()->luma(), frames.back()->lumaStride() * size.height,
             [&] { return static_cast<std::uint8_t>(random()); });
     }
     // x264 writes its settings into the stream.
@@ -109,7 +109,7 @@ TEST(FrameEncoderTests, SoftwareThatIsTooSlowContinuesWithItsFastestPreset)
     int count = 0;
     const auto limit = CaptureClock::now() + std::chrono::seconds(60);
     while (CaptureClock::now() < limit && (count % 30 != 0 || !hasSetting("subme=0"))) {
-        file.write(pictures[static_cast<std::size_t>(count) % pictures.size()], count / 30.0, 1 / 30.0);
+        file.write(frames[static_cast<std::size_t>(count) % frames.size()], count / 30.0, 1 / 30.0);
         ++count;
     }
     file.finish();

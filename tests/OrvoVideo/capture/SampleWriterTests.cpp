@@ -26,7 +26,7 @@ class SampleWriterTests : public testing::Test {
 protected:
     CaptureTime at(double seconds) const { return origin + captureLength(seconds); }
 
-    CapturedFrame picture(double seconds, int brightness) const
+    CapturedFrame frameAt(double seconds, int brightness) const
     {
         auto memory = std::make_shared<FrameMemory>(size);
         std::fill_n(memory->luma(), memory->lumaStride() * size.height, static_cast<std::uint8_t>(brightness));
@@ -65,7 +65,7 @@ TEST_F(SampleWriterTests, PlacesAudioAtItsTime)
         int written;
     };
     for (const auto& [channels, written] : {Case{1, 1}, Case{2, 2}}) {
-        const fs::path file = folder / "sound.m4a";
+        const fs::path file = folder / "audio.m4a";
         SampleWriter writer(file, {});
         writer.append(audio(1.0, 0.5, channels), origin);
         writer.append(audio(2.5, 0.5, channels), origin);
@@ -91,12 +91,12 @@ TEST_F(SampleWriterTests, ShowsLateFrames)
 {
     // A screen that stands still but for one change, which is told after the writer was asked to go on.
     SampleWriter screen(folder / "screen.mov", {.size = size});
-    screen.append(picture(0, 40), origin);
+    screen.append(frameAt(0, 40), origin);
     for (const double time : {0.1, 0.2, 0.3}) {
         screen.advance(at(time), origin);
         screen.drain();
     }
-    screen.append(picture(0.295, 200), origin);
+    screen.append(frameAt(0.295, 200), origin);
     screen.advance(at(2), origin);
     screen.finish(at(3));
     const auto shown = brightness(screen.url(), 20);
@@ -112,7 +112,7 @@ TEST_F(SampleWriterTests, ShowsLateFrames)
             camera.advance(at(i * 0.1), origin);
             camera.drain();
             if (i % 2 == 0 && i * 0.1 >= delay)
-                camera.append(picture(i * 0.1 - delay, 40 + i * 4), origin);
+                camera.append(frameAt(i * 0.1 - delay, 40 + i * 4), origin);
             camera.drain();
         }
         camera.finish(at(4));
@@ -153,20 +153,20 @@ TEST_F(SampleWriterTests, DropsFramesWhenTheEncoderIsBehind)
 TEST_F(SampleWriterTests, ReportsTheFirstFailureOnce)
 {
     EXPECT_THROW(SampleWriter(folder / "missing/screen.mov", {.size = size}), fs::filesystem_error);
-    EXPECT_THROW(SampleWriter(folder / "missing/sound.m4a", {}), fs::filesystem_error);
+    EXPECT_THROW(SampleWriter(folder / "missing/audio.m4a", {}), fs::filesystem_error);
     {
         // A system without an encoder for sound says so before anything is recorded.
         GstRegistry* registry = gst_registry_get();
         GstPluginFeature* encoder = gst_registry_lookup_feature(registry, "avenc_aac");
         ASSERT_TRUE(encoder);
         gst_registry_remove_feature(registry, encoder);
-        EXPECT_THROW(SampleWriter(folder / "sound.m4a", {}), Error);
+        EXPECT_THROW(SampleWriter(folder / "audio.m4a", {}), Error);
         gst_registry_add_feature(registry, encoder);
         gst_object_unref(encoder);
     }
 
     std::atomic<int> told = 0;
-    SampleWriter writer(folder / "sound.m4a", {.onFailure = [&](const std::exception_ptr&) { ++told; }});
+    SampleWriter writer(folder / "audio.m4a", {.onFailure = [&](const std::exception_ptr&) { ++told; }});
     {
         const FileSizeLimit full(60'000);
         for (int i = 0; i < 30 && told == 0; ++i) {

@@ -25,10 +25,10 @@ protected:
     }
 
     /// Red on the left, blue on the right.
-    static void expectShared(const Frame& picture)
+    static void expectShared(const Frame& frame)
     {
-        const auto left = picture.mean(0.05, 0.1, 0.45, 0.9);
-        const auto right = picture.mean(0.55, 0.1, 0.95, 0.9);
+        const auto left = frame.mean(0.05, 0.1, 0.45, 0.9);
+        const auto right = frame.mean(0.55, 0.1, 0.95, 0.9);
         EXPECT_GT(left.red, 180);
         EXPECT_LT(left.blue, 60);
         EXPECT_GT(right.blue, 180);

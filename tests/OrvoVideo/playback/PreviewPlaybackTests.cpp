@@ -51,8 +51,8 @@ protected:
     static std::vector<int> numbers(const std::vector<QImage>& frames)
     {
         std::vector<int> result;
-        for (const QImage& picture : frames)
-            result.push_back(frameNumber(picture).value_or(-1));
+        for (const QImage& frame : frames)
+            result.push_back(frameNumber(frame).value_or(-1));
         return result;
     }
 

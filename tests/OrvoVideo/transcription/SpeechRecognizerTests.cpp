@@ -32,7 +32,7 @@ protected:
 
     fs::path audio(const std::string& source)
     {
-        const auto file = folder / "sound.wav";
+        const auto file = folder / "audio.wav";
         ffmpeg({"-f", "lavfi", "-i", source, "-ac", "1", "-ar", "16000", file.string()});
         return file;
     }
