@@ -17,7 +17,7 @@ constexpr auto pointerInterval = std::chrono::duration_cast<CaptureClock::durati
 /// How long a recording waits for its first sample. Some desktops deliver no frame until something is drawn.
 constexpr auto maxStartDelay = 300ms;
 
-/// Without a sample from the microphone or the camera. Even in the dark, cameras deliver several frames per second.
+/// A microphone or camera without samples for longer is away. Even in the dark, cameras deliver several frames per second.
 constexpr auto maxSilence = 3s;
 
 struct TrackName {
@@ -131,7 +131,7 @@ void CaptureEngine::makeWriter(TrackKind kind, SampleWriter::Settings settings)
     m_writers[kind] = std::make_unique<SampleWriter>(m_directory / fileName(kind), std::move(settings));
 }
 
-/// Opens everything that may be refused before anything runs.
+/// Opens all streams, which may fail, before the screen starts.
 void CaptureEngine::openStreams(
     const CaptureSource& source, const ScreenStream::Settings& settings, const CaptureOptions& options)
 {
@@ -148,7 +148,7 @@ void CaptureEngine::openStreams(
         camera = std::make_unique<SteadyCamera>(options.cameraDevice, to(TrackKind::camera));
     if (options.systemAudio)
         systemAudio = AudioStream::open(AudioStream::Input::systemAudio, options.systemAudioDevice, to(TrackKind::system));
-    // Drops what the others delivered so far: the recording starts with the screen.
+    // Until now, samples of the other streams were dropped: the recording starts with the screen.
     {
         const std::lock_guard lock(m_stateMutex);
         m_stopped = m_paused = m_failed = false;
@@ -211,7 +211,7 @@ void CaptureEngine::accept(TrackKind kind, CaptureSample sample)
         m_writers.at(kind)->append(std::move(sample), *origin);
 }
 
-/// Starts the time although nothing has arrived.
+/// Starts the time without a first sample.
 void CaptureEngine::beginAnyway()
 {
     const std::lock_guard lock(m_originMutex);
@@ -230,7 +230,7 @@ void CaptureEngine::fail(std::exception_ptr error)
         onError(std::move(error));
 }
 
-/// At `pointerRate`: reports the pointer, and the time to tracks that may be without samples.
+/// Reports the pointer at `pointerRate`, and the time to the writers, whose samples may be missing.
 void CaptureEngine::watch(const std::stop_token& stop)
 {
     std::mutex mutex;

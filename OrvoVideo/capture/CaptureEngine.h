@@ -25,8 +25,8 @@ namespace orvo {
 ///
 /// Time 0 of every track is the first accepted screen frame or system or microphone sample. If none arrives within 300
 /// ms, as on a still screen, the time starts anyway. During a pause all samples are dropped; the files continue with
-/// silence and a still frame, so that time keeps counting. After the pause the track shows the screen as it is then, even
-/// if nothing moves any more.
+/// silence and a still frame, so that time keeps counting. After the pause the track shows the current
+/// screen, even if it no longer changes.
 class CaptureEngine {
 public:
     /// Receives every pointer event, on threads of the engine and the pointer monitor. Set while stopped.
@@ -40,7 +40,7 @@ public:
     /// recording continues in both cases. Runs on a thread of the engine. Set while stopped.
     std::function<void(TrackKind, bool isAway)> onDevice;
 
-    /// Without a pointer monitor there are no clicks, and positions only from streams that report them.
+    /// Without a pointer monitor, no clicks are reported, and positions only by streams that have them.
     explicit CaptureEngine(std::unique_ptr<PointerMonitor> pointer = nullptr);
     ~CaptureEngine(); ///< Stops, ignoring errors.
     CaptureEngine(const CaptureEngine&) = delete;

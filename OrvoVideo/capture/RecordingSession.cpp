@@ -16,11 +16,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Between two checks for data to flush. A fragment of a track holds two seconds, and reaches the disk at most this much
-/// later.
+/// Interval between flushes. A fragment of a track holds two seconds and reaches the disk at most this much later.
 constexpr auto flushInterval = 250ms;
 
-/// Whether this microphone, or any for an empty identifier, is plugged in. True where nobody knows: opening it reports why.
+/// Whether this microphone (for an empty identifier, any) is plugged in. True if unknown: opening it reports the reason.
 bool isMicrophoneThere(const std::string& device)
 {
     if (!AudioInputs::hasMicrophone())
@@ -32,14 +31,14 @@ bool isMicrophoneThere(const std::string& device)
     }
 }
 
-/// The options without a microphone that is not there.
+/// The options, without the microphone if it is missing.
 CaptureOptions available(CaptureOptions options)
 {
     options.microphone = options.microphone && isMicrophoneThere(options.microphoneDevice);
     return options;
 }
 
-/// The project as it is before anything is captured. Throws `captureError` when the disk of the library is nearly full.
+/// The project before the capture. Throws `captureError` when the disk of the library is nearly full.
 VideoProject newProject(const ProjectStore& store, const RecordingSession::Plan& plan, const CaptureOptions& options)
 {
     if (!RecordedProject::hasRoom(store))
@@ -184,7 +183,7 @@ void RecordingSession::keepCheckpoints(const std::stop_token& stop)
     }
 }
 
-/// Saves the project. The next checkpoint makes up for what fails.
+/// Saves the project; the next checkpoint makes up for a failure.
 void RecordingSession::checkpoint()
 {
     const double duration = m_engine.time();
@@ -196,7 +195,7 @@ void RecordingSession::checkpoint()
             for (auto& track : project.tracks.edit())
                 track.duration = duration;
         });
-        // If the process dies now, the pause is cut.
+        // Cuts the current pause, in case the process dies now.
         if (m_pauseStart && *m_pauseStart < duration)
             document.edit.cuts.edit().push_back({.start = *m_pauseStart, .end = duration});
     }

@@ -26,8 +26,8 @@ namespace orvo {
 ///                               └─────────────────────────────────────► "recoverable"
 ///
 /// The project is in the library, marked as being recorded, before anything is captured (`RecordedProject`). Every two
-/// seconds a checkpoint saves its document and the pointer log; a failed one is made up for by the next. Whatever ends the
-/// process, the project can be recovered.
+/// seconds a checkpoint saves its document and the pointer log; the next one makes up for a failure. However the process
+/// ends, the project can be recovered.
 ///
 /// Operations block. Call them from any thread, one at a time; `time`, `isPaused` and `markZoom` at any time.
 class RecordingSession {
@@ -55,12 +55,12 @@ public:
         std::optional<std::string> error; ///< For the user, if something went wrong.
     };
 
-    /// Creates the project and starts recording. If the chosen microphone, or any, is not there, records without it and
+    /// Creates the project and starts recording. If the chosen microphone is missing, records without it and
     /// calls `Listener::onDevice` before the constructor returns. Throws what `RecordedProject` and `CaptureEngine::start`
     /// throw, and `captureError` when the disk is nearly full; a project created by then is left as "needs-recovery".
     RecordingSession(const ProjectStore& store, CaptureEngine& engine, const Plan& plan, Listener listener = {});
 
-    /// Calls `stop` if nobody did.
+    /// Calls `stop` unless it was called.
     ~RecordingSession();
     RecordingSession(const RecordingSession&) = delete;
     RecordingSession& operator=(const RecordingSession&) = delete;
@@ -80,8 +80,8 @@ public:
     void togglePause();
     bool isPaused() const;
 
-    /// Adds a zoom point at the pointer; outside of the recording, as over a button of ours, where it was seen last, or else
-    /// in the middle. Ignored while paused.
+    /// Adds a zoom point at the pointer. While the pointer is outside the recording (over one of our buttons), uses its last
+    /// position inside, or else the middle. Ignored while paused.
     void markZoom();
 
     /// Seconds since the time origin; 0 before.
@@ -91,7 +91,7 @@ public:
     Result stop();
 
 private:
-    /// With the options that can be met now.
+    /// Records with `options` instead of `plan.options`.
     RecordingSession(const ProjectStore& store, CaptureEngine& engine, const Plan& plan, const CaptureOptions& options,
         Listener listener);
 

@@ -214,9 +214,9 @@ private:
             return lose();
         pa_stream_set_state_callback(m_stream.get(), &PulseAudioStream::streamChanged, this);
         pa_stream_set_read_callback(m_stream.get(), &PulseAudioStream::heard, this);
-        constexpr std::uint32_t asTheServerLikes = ~std::uint32_t{0};
+        constexpr std::uint32_t serverDefault = ~std::uint32_t{0};
         pa_buffer_attr memory{};
-        memory.maxlength = memory.tlength = memory.prebuf = memory.minreq = asTheServerLikes;
+        memory.maxlength = memory.tlength = memory.prebuf = memory.minreq = serverDefault;
         memory.fragsize = static_cast<std::uint32_t>(pa_bytes_per_second(&form)) / blocksEachSecond;
         const auto flags = static_cast<pa_stream_flags_t>(
             PA_STREAM_ADJUST_LATENCY | PA_STREAM_INTERPOLATE_TIMING | PA_STREAM_AUTO_TIMING_UPDATE | PA_STREAM_DONT_MOVE);

@@ -97,7 +97,7 @@ public:
         m_sink = addElement(bin, "appsink");
         const GstCapsHandle wanted(
             gst_caps_from_string("video/x-raw,format=I420,width=1280,height=720,pixel-aspect-ratio=1/1,colorimetry=bt601"));
-        // An untaken frame is replaced by the next one.
+        // The next frame replaces one that was not taken in time.
         g_object_set(m_sink, "caps", wanted.get(), "sync", FALSE, "max-buffers", 2U, "drop", TRUE, "enable-last-sample",
             FALSE, nullptr);
         gst_element_link_many(source, filter, decoder, nullptr);

@@ -9,7 +9,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto retryAfter = 1s;
-constexpr auto maxSilence = 3s; ///< Without a frame. Even in the dark, cameras deliver several per second.
+constexpr auto maxSilence = 3s; ///< Maximum time without a frame. Even in the dark, cameras deliver several per second.
 
 } // namespace
 

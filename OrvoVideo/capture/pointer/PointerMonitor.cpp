@@ -8,7 +8,7 @@ namespace orvo {
 
 namespace {
 
-/// For a system that reports nothing.
+/// For systems that report no pointer.
 class NoPointerMonitor final : public PointerMonitor {
 public:
     std::optional<Point> position() override { return std::nullopt; }

@@ -11,8 +11,7 @@ namespace orvo {
 /// The pointer's position and presses in the global display space (root window pixels on X11).
 class PointerMonitor {
 public:
-    /// The monitor for this process's window system. Never fails; where the system reports little or nothing, so does the
-    /// monitor.
+    /// The monitor for this process's window system. Never fails; reports only what the system does.
     static std::unique_ptr<PointerMonitor> create();
 
     PointerMonitor() = default;

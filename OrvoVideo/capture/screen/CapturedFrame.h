@@ -23,12 +23,12 @@ struct GraphicsFrame;
 /// A frame buffer in the form that encoders take: I420, BT.601 limited range. The three planes are contiguous; strides
 /// are multiples of four bytes. Width and height are even.
 ///
-/// Stands for a frame in memory of a graphics card as well, which encoders read there. Such a frame has no bytes.
+/// May instead refer to a frame in graphics memory, where encoders read it; it then has no bytes.
 class FrameMemory {
 public:
     explicit FrameMemory(FrameSize size);
 
-    /// A frame in memory of a graphics card, to be fitted into `size` by the encoder.
+    /// A frame in graphics memory, to be fitted into `size` by the encoder.
     FrameMemory(FrameSize size, std::shared_ptr<const GraphicsFrame> graphics);
 
     /// Null for a frame in plain memory.

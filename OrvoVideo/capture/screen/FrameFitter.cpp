@@ -25,7 +25,7 @@ FramePlace FramePlace::fitted(FrameSize source, FrameSize target)
 {
     const double factor = std::min({1.0, static_cast<double>(target.width) / even(source.width),
         static_cast<double>(target.height) / even(source.height)});
-    // The recording's size was rounded down from the source's, so a difference below that is filled.
+    // The recording's size is the source's, rounded down; a difference due to rounding is filled.
     const auto length = [factor](int from, int room) {
         const double exact = factor * from;
         return room - exact < 2 && room <= from ? room : std::min(evenAtLeastTwo(exact), room);

@@ -8,8 +8,8 @@
 
 namespace orvo {
 
-/// Where a frame of `source` pixels lies in one of `target` pixels: as large as fits, centred, never enlarged. All
-/// numbers are even; an odd source loses its last line or column rather than being scaled.
+/// The place of a `source` frame in a `target` frame, in pixels: as large as fits, centred, never enlarged. All numbers
+/// are even; an odd source loses its last line or column rather than being scaled.
 struct FramePlace {
     int x = 0;
     int y = 0;

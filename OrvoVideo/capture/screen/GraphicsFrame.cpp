@@ -10,7 +10,7 @@ namespace orvo {
 
 namespace {
 
-/// Memory mapped for reading, in step with the graphics card.
+/// Memory mapped for reading, synchronised with the graphics card.
 class Mapping {
 public:
     Mapping(int memory, std::size_t size)
@@ -39,7 +39,7 @@ private:
     void synchronise(std::uint64_t what) const
     {
         dma_buf_sync sync{.flags = what | DMA_BUF_SYNC_READ};
-        ::ioctl(m_memory, DMA_BUF_IOCTL_SYNC, &sync); // Ordinary memory needs none.
+        ::ioctl(m_memory, DMA_BUF_IOCTL_SYNC, &sync); // Fails for ordinary memory, which needs none.
     }
 
     int m_memory;

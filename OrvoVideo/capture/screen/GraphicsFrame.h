@@ -11,11 +11,11 @@
 
 namespace orvo {
 
-/// How pixels lie in memory of a graphics card.
+/// The layout of pixels in graphics memory.
 struct GraphicsFormat {
-    static constexpr std::uint64_t linear = 0; ///< The modifier of lines one after the other.
+    static constexpr std::uint64_t linear = 0; ///< The modifier of a plain layout, line after line.
 
-    std::uint32_t code = 0; ///< The kernel's four characters.
+    std::uint32_t code = 0; ///< DRM fourcc code.
     std::uint64_t modifier = linear;
 
     static constexpr std::uint32_t codeOf(std::string_view characters)
@@ -29,7 +29,7 @@ struct GraphicsFormat {
     friend bool operator==(const GraphicsFormat&, const GraphicsFormat&) = default;
 };
 
-/// A frame in memory of a graphics card, which the desktop lends.
+/// A frame in graphics memory, lent by the desktop.
 struct GraphicsFrame {
     struct Plane {
         UniqueFd memory;
@@ -45,7 +45,7 @@ struct GraphicsFrame {
     std::function<void()> refuse;
 
     /// Converts the frame into plain memory of the same or another size. Returns null for a frame that is not linear or
-    /// cannot be read. Slow: the memory of graphics cards is made for other readers.
+    /// cannot be read. Slow: processors read graphics memory slowly.
     std::shared_ptr<const FrameMemory> inMemory(FrameSize target) const;
 };
 

@@ -28,7 +28,7 @@ using Core = std::unique_ptr<pw_core, Release<pw_core_disconnect>>;
 using Stream = std::unique_ptr<pw_stream, Release<pw_stream_destroy>>;
 using Registry = std::unique_ptr<pw_registry, Release<destroyRegistry>>;
 
-/// Blocks the loop's thread while it lives.
+/// Holds the loop's lock; no callbacks run meanwhile.
 class LoopLock {
 public:
     explicit LoopLock(pw_thread_loop* loop)
@@ -44,14 +44,14 @@ private:
     pw_thread_loop* m_loop;
 };
 
-/// What the user is told when the desktop stops sharing.
+/// The error for the user when the desktop stops sharing.
 Error endedError();
 
 } // namespace PipeWire
 
 /// A connection to PipeWire with the thread that serves it.
 struct PipeWireStream::Connection {
-    /// Takes `descriptor`. Throws `PipeWire::endedError` when nobody answers behind it.
+    /// Takes ownership of `descriptor`. Throws `PipeWire::endedError` when no server answers.
     explicit Connection(int descriptor);
     ~Connection();
     Connection(const Connection&) = delete;

@@ -12,11 +12,11 @@ namespace PipeWireFormats {
 namespace {
 
 constexpr std::uint32_t maxCursorSide = 256; ///< Pixels; the cursor's bitmap comes with its position, though it is not used.
-constexpr std::size_t maxModifiers = 64; ///< Of one format.
+constexpr std::size_t maxModifiers = 64; ///< Per format.
 
 struct Order {
     spa_video_format format;
-    std::uint32_t code; ///< The kernel's name for it.
+    std::uint32_t code; ///< DRM fourcc code.
 };
 
 constexpr std::array<Order, 4> orders{{

@@ -14,10 +14,10 @@
 
 namespace orvo {
 
-/// What a stream accepts from the desktop, in the words of PipeWire.
+/// The formats that a stream accepts from the desktop, as PipeWire parameters.
 namespace PipeWireFormats {
 
-/// Parameters and the memory that they lie in. Not movable: the parameters point into the memory.
+/// Parameters and their memory. Not movable: the parameters point into the memory.
 class Parameters {
 public:
     Parameters() = default;
@@ -27,10 +27,10 @@ public:
     const spa_pod** data() noexcept { return m_all.data(); }
     std::uint32_t size() const noexcept { return static_cast<std::uint32_t>(m_all.size()); }
 
-    /// Adds the frames that are accepted: first those in memory of a graphics card, then those in plain memory.
+    /// Adds the accepted formats: first those in graphics memory, then those in plain memory.
     void addFormats(std::span<const GraphicsFormat> graphics, int fps);
 
-    /// Adds the kind of memory, and the pointer's position with each frame.
+    /// Requests this kind of memory, and the pointer's position with each frame.
     void addBuffers(bool inGraphicsMemory);
 
 private:
@@ -39,7 +39,7 @@ private:
     std::vector<const spa_pod*> m_all;
 };
 
-/// The layout in memory of a graphics card that was agreed on; nullopt for plain memory.
+/// The agreed format in graphics memory; nullopt for plain memory.
 std::optional<GraphicsFormat> graphicsFormat(const spa_video_info_raw& agreed);
 
 } // namespace PipeWireFormats

@@ -32,7 +32,7 @@ std::shared_ptr<void> PipeWireLoans::lend(pw_buffer* buffer)
 void PipeWireLoans::giveBack(pw_buffer* buffer)
 {
     const std::lock_guard lock(m_mutex);
-    // A forgotten buffer is not there.
+    // A forgotten buffer is no longer listed.
     if (std::erase(m_lent, buffer) > 0) {
         m_returned.push_back(buffer);
         signal();

@@ -11,15 +11,15 @@
 
 namespace orvo {
 
-/// The buffers of a stream that others read after the stream's callback. May outlive the stream.
+/// The buffers of a stream that are read after its callback. May outlive the stream.
 class PipeWireLoans : public std::enable_shared_from_this<PipeWireLoans> {
 public:
-    /// Has `changed` called on the loop's thread when a buffer has come back or `refuse` was called.
+    /// Calls `changed` on the loop's thread when a buffer has come back or `refuse` was called.
     PipeWireLoans(pw_loop* loop, std::function<void()> changed);
     PipeWireLoans(const PipeWireLoans&) = delete;
     PipeWireLoans& operator=(const PipeWireLoans&) = delete;
 
-    /// Ends all calls of `changed`. Call with the loop locked, before the loop or the stream is destroyed.
+    /// Stops the calls of `changed`. Call with the loop locked, before the loop or the stream is destroyed.
     void close();
 
     /// Lends a buffer until the result is released, on any thread.
@@ -34,7 +34,7 @@ public:
     /// Number of buffers that are lent.
     std::size_t count() const;
 
-    /// Refuses further frames like those that were lent. Thread-safe.
+    /// Refuses further frames in graphics memory. Thread-safe.
     void refuse();
     bool isRefused() const;
 

@@ -29,7 +29,7 @@ using PipeWire::LoopLock;
 constexpr auto maxAnswerTime = 10s;
 constexpr std::size_t framesInUse = 8;
 
-/// Buffers that the desktop keeps to draw into while others are lent, and how many it needs altogether for that.
+/// Buffers left to the desktop for drawing while others are lent, and the minimum number of all that allows lending.
 constexpr std::size_t buffersToDraw = 2;
 constexpr std::size_t minBuffersToLend = 5;
 
@@ -69,7 +69,7 @@ public:
             pw_loop_destroy_source(pw_thread_loop_get_loop(m_connection.loop.get()), m_timer);
         if (m_loans)
             m_loans->close();
-        // Being destroyed is no end of the source.
+        // Destruction must not be reported as the end of the source.
         if (m_stream)
             spa_hook_remove(&m_listener);
         m_stream.reset();
@@ -155,7 +155,7 @@ private:
         pw_registry_add_listener(m_registry.get(), &m_registryListener, &registryEvents, this);
 
         PipeWireFormats::Parameters offers;
-        // A region is cut out of plain memory.
+        // A region is cropped in plain memory.
         offers.addFormats(m_settings.region ? std::span<const GraphicsFormat>() : m_settings.graphics, m_settings.fps);
         // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange): the library combines flags like this.
         const auto flags = static_cast<pw_stream_flags>(
@@ -276,7 +276,7 @@ private:
             pw_stream_queue_buffer(m_stream.get(), std::exchange(m_newest, nullptr));
     }
 
-    /// Delivers the newest frame. One that is too early is delayed, because no other may follow it.
+    /// Delivers the newest frame. Delays an early one, because no other may follow it.
     void deliverNewest()
     {
         if (!m_newest)
@@ -301,13 +301,13 @@ private:
         m_receiver.frame({.memory = std::move(frame), .time = now});
     }
 
-    /// Delivers the newest frame in the memory of the graphics card that it lies in, which the receiver gives back later.
+    /// Delivers the newest frame in its graphics memory, which the receiver returns later.
     void lendNewest(CaptureTime now)
     {
         if (m_buffers < minBuffersToLend || !isWhole(*m_newest->buffer))
             m_loans->refuse();
         if (m_loans->isRefused())
-            return giveBack(); // Plain memory comes.
+            return giveBack(); // Frames in plain memory follow.
         if (m_loans->count() + buffersToDraw >= m_buffers)
             return wakeAt(m_interval); // The encoder is behind; retry later.
         auto graphics = std::make_shared<GraphicsFrame>(
@@ -328,7 +328,7 @@ private:
         deliver(std::make_shared<FrameMemory>(m_settings.size, std::move(graphics)), now);
     }
 
-    /// Whether a frame shows nothing but the shared source.
+    /// Whether a frame shows the shared source alone.
     bool isWhole(const spa_buffer& buffer) const
     {
         FrameFitter::Source whole{.data = nullptr, .stride = 0, .size = formatSize()};
@@ -376,7 +376,7 @@ private:
         const spa_data& data = buffer.datas[0];
         const auto* header = static_cast<const spa_meta_header*>(
             spa_buffer_find_meta_data(&buffer, SPA_META_Header, sizeof(spa_meta_header)));
-        // Not every desktop tells the length of a frame in memory of a graphics card.
+        // Not every desktop reports the length of a frame in graphics memory.
         const bool hasBytes = data.type == SPA_DATA_DmaBuf ? data.fd >= 0 : data.data && data.chunk->size > 0;
         const bool isBroken = (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0)
             || (static_cast<std::uint32_t>(data.chunk->flags) & SPA_CHUNK_FLAG_CORRUPTED) != 0;
@@ -444,7 +444,7 @@ private:
     CaptureClock::duration m_interval;
     CaptureTime m_notBefore;
     pw_buffer* m_newest = nullptr; ///< The frame waiting for its time.
-    std::optional<GraphicsFormat> m_graphics; ///< The format of the frames, if they are in memory of a graphics card.
+    std::optional<GraphicsFormat> m_graphics; ///< The format of the frames, if they are in graphics memory.
     std::size_t m_buffers = 0;
     bool m_offersPlainOnly = false;
     spa_source* m_timer = nullptr;
@@ -460,12 +460,12 @@ private:
     };
     std::optional<Drawn> m_drawn; ///< The last frame.
     bool m_streaming = false; ///< Frames may arrive.
-    std::optional<Error> m_end; ///< The reason of the end.
+    std::optional<Error> m_end; ///< The reason for the end.
 
     PipeWireStream::Connection& m_connection; ///< Owned by the source.
     spa_hook m_listener{};
     spa_hook m_registryListener{};
-    std::shared_ptr<PipeWireLoans> m_loans; ///< What was delivered holds it as well.
+    std::shared_ptr<PipeWireLoans> m_loans; ///< Shared with the delivered frames.
     PipeWire::Registry m_registry;
     PipeWire::Stream m_stream;
 };

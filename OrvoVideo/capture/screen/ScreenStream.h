@@ -23,8 +23,8 @@ public:
         FrameSize size; ///< Of every frame; even numbers.
         int fps = 30;
         std::optional<Rect> region; ///< The part of a display to record, in the global display space.
-        /// What the receiver takes in memory of a graphics card. Frames come so where the desktop has it, otherwise in plain
-        /// memory, and from any moment on, if the receiver refuses one.
+        /// The formats that the receiver accepts in graphics memory. Frames have one of them if the desktop offers it. Else,
+        /// and once the receiver has refused one, they come in plain memory.
         std::vector<GraphicsFormat> graphics = {};
     };
 

@@ -174,7 +174,7 @@ private:
         const auto view = m_target.view();
         if (!view)
             return;
-        // Takes the time first: what changes during the capture belongs to the next frame.
+        // Takes the time first: changes during the capture belong to the next frame.
         const CaptureTime now = CaptureClock::now();
         // Tolerates half an interval, so that slight jitter drops no frames.
         m_notBefore = std::max(m_notBefore, now - m_interval / 2) + m_interval;

@@ -26,7 +26,7 @@ public:
         PixelRect visible; ///< The part of it inside the drawable.
     };
 
-    /// What to capture; nullopt while there is nothing, as for a minimised window.
+    /// The drawable and area to capture; nullopt while there are none, as for a minimised window.
     std::optional<View> view() const { return m_view; }
 
     /// The source's rectangle in the root window.

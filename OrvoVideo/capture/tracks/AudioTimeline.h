@@ -9,7 +9,7 @@
 
 namespace orvo {
 
-/// Lays blocks of audio at their times: fills gaps with silence, drops overlaps, and stretches blocks by a few samples
+/// Places blocks of audio at their times: fills gaps with silence, drops overlaps, and stretches blocks by a few samples
 /// where the device's clock drifts from the recording's.
 ///
 /// A device that has just (re)connected may lose more audio, or report inaccurate times, before its stream is steady. For
@@ -26,10 +26,10 @@ public:
     /// The current length, in samples per channel.
     std::int64_t length() const noexcept { return m_length; }
 
-    /// Adds a block whose first sample belongs at `seconds`; drops what lies before time 0.
+    /// Adds a block whose first sample belongs at `seconds`; drops samples before time 0.
     void add(const AudioBlock& block, double seconds);
 
-    /// Adds silence up to this time; does nothing if it is that long already.
+    /// Adds silence up to this time; does nothing if the audio is already that long.
     void fillUntil(double seconds);
 
 private:
@@ -41,7 +41,7 @@ private:
     int m_channels;
     Sink m_sink;
     std::int64_t m_length = 0;
-    bool m_overlaps = false; ///< Incoming audio overlaps what is there.
+    bool m_overlaps = false; ///< Incoming audio overlaps the audio written so far.
     double m_lateness = 0; ///< Smoothed delay of blocks relative to their times, in samples.
     std::int64_t m_settled = 0; ///< Position from which the stream counts as steady, in samples.
     int m_displacedBlocks = 0; ///< Consecutive blocks displaced in one direction; negative if early.

@@ -50,7 +50,7 @@ void releaseHandle(gpointer handle)
     std::unique_ptr<FrameHandle>(static_cast<FrameHandle*>(handle)).reset();
 }
 
-/// A buffer that references the frame's memory and keeps it alive while anybody needs it.
+/// A buffer that shares the frame's memory and keeps it alive.
 GstBuffer* bufferOf(const FrameHandle& frame)
 {
     const auto& bytes = frame->bytes();
@@ -60,7 +60,7 @@ GstBuffer* bufferOf(const FrameHandle& frame)
         std::make_unique<FrameHandle>(frame).release(), releaseHandle);
 }
 
-/// The same for a frame in memory of a graphics card.
+/// A buffer that shares a frame in graphics memory and keeps it alive.
 GstBuffer* graphicsBufferOf(const FrameHandle& frame)
 {
     const std::unique_ptr<GstAllocator, GstRelease<gst_object_unref>> allocator(gst_dmabuf_allocator_new());
@@ -88,18 +88,18 @@ GstBuffer* graphicsBufferOf(const FrameHandle& frame)
     return buffer;
 }
 
-/// The load of an encoder is judged after every such time.
+/// Interval between checks of the encoder's load.
 constexpr auto loadTime = 2s;
 
-/// An encoder that keeps a frame for longer hangs.
+/// An encoder that keeps a frame for longer is considered hung.
 constexpr auto maxWorkTime = 5s;
 
 } // namespace
 
-/// One encoder at work. Used by one thread; its own threads hand over what is coded.
+/// One running encoder. Used by one thread; its own threads pass coded frames to the sink.
 class FrameCoder::Run {
 public:
-    /// For frames of the same format as `graphics`, or plain ones.
+    /// For frames in the format of `graphics`; if null, in plain memory.
     Run(const Form& form, const FrameEncoder& encoder, std::shared_ptr<const GraphicsFrame> graphics, const Sink& sink,
         bool isReplacement)
         : m_sink(sink)
@@ -137,7 +137,7 @@ public:
     Run(const Run&) = delete;
     Run& operator=(const Run&) = delete;
 
-    /// Whether the frame is of the kind that this run is made for.
+    /// Whether the frame has the format of this run.
     bool takes(const FrameMemory& frame) const
     {
         const auto& graphics = frame.graphics();
@@ -147,7 +147,7 @@ public:
 
     bool takesGraphics() const { return m_graphics != nullptr; }
 
-    /// Returns false when the encoder has failed; the frame is then among those left.
+    /// Returns false when the encoder has failed; `stop` then returns the frame.
     bool add(Frame frame)
     {
         GstBuffer* buffer = frame.memory->graphics() ? graphicsBufferOf(frame.memory) : bufferOf(frame.memory);
@@ -160,7 +160,7 @@ public:
             const auto before = CaptureClock::now();
             const bool waitsForDisk = m_isHanding;
             waitUntil(lock, [this] { return m_inWork < framesInWork; });
-            // While the process is suspended nothing waits.
+            // A longer wait means that the process was suspended.
             if (const auto waited = CaptureClock::now() - before; waited < loadTime && !waitsForDisk)
                 m_waited += waited;
             if (m_failed) {
@@ -173,7 +173,7 @@ public:
         return true;
     }
 
-    /// Whether frames have had to wait for the encoder most of the time lately.
+    /// Whether frames recently waited for the encoder most of the time.
     bool isOverloaded()
     {
         const auto passed = CaptureClock::now() - m_loadFrom;
@@ -209,7 +209,7 @@ public:
     }
 
 private:
-    /// Waits until this holds or the encoder has failed.
+    /// Waits until the condition holds or the encoder has failed.
     template <typename Condition> void waitUntil(std::unique_lock<std::mutex>& lock, Condition holds)
     {
         lookForProgress();
@@ -219,12 +219,12 @@ private:
         }
     }
 
-    /// An encoder that takes frames and returns none has failed. Software only ever takes its time.
+    /// Marks a hardware encoder that takes frames and returns none as failed. Software is merely slow.
     void lookForProgress()
     {
         const auto now = CaptureClock::now();
         const bool wasSuspended = now - std::exchange(m_lastLook, now) > maxWorkTime / 2;
-        // A slow disk holds up what comes out as well.
+        // A slow disk delays coded frames as well.
         if (wasSuspended || m_isHanding || m_left.empty())
             m_lastProgress = now;
         if (m_isHardware && now - m_lastProgress > maxWorkTime)
@@ -251,8 +251,8 @@ private:
         return run->hand(*sample) ? GST_FLOW_OK : GST_FLOW_ERROR;
     }
 
-    /// Hands a coded frame to the sink. Encoders keep the order, but derive lengths from the frame rate, and some shift all
-    /// times; the frame gets those that it was added with.
+    /// Hands a coded frame to the sink with the times it was added with. Encoders keep the order, but derive lengths from
+    /// the frame rate, and some shift all times.
     bool hand(GstSample& sample)
     {
         GstBuffer* buffer = gst_buffer_make_writable(gst_buffer_ref(gst_sample_get_buffer(&sample)));
@@ -261,7 +261,7 @@ private:
         Frame coded;
         {
             const std::lock_guard lock(m_mutex);
-            // Frames that the encoder left out are shown as the one before them.
+            // In place of frames that the encoder dropped, the one before them stays.
             while (!m_left.empty() && m_left.front().time <= time) {
                 coded = std::move(m_left.front());
                 m_left.pop_front();
@@ -309,7 +309,7 @@ private:
     }
 
     const Sink& m_sink;
-    const std::shared_ptr<const GraphicsFrame> m_graphics; ///< The format, if it is in memory of a graphics card.
+    const std::shared_ptr<const GraphicsFrame> m_graphics; ///< The format of frames in graphics memory, else null.
     const bool m_isHardware;
     GstElementHandle m_bin;
     GstElementHandle m_source;
@@ -322,8 +322,8 @@ private:
     std::condition_variable m_changed;
     int m_inWork = 0;
     std::deque<Frame> m_left; ///< In the order in which they were added.
-    bool m_isHanding = false; ///< The sink has a frame.
-    CaptureTime m_lastProgress = CaptureClock::now(); ///< When a frame last came out, or there was none to come.
+    bool m_isHanding = false; ///< The sink is processing a frame.
+    CaptureTime m_lastProgress = CaptureClock::now(); ///< When a frame last came out, or none was pending.
     CaptureTime m_lastLook = m_lastProgress;
     bool m_ended = false;
     bool m_failed = false;
@@ -341,7 +341,7 @@ FrameCoder::FrameCoder(const Form& form, const FrameEncoder& encoder, Sink sink)
 
 FrameCoder::~FrameCoder() = default;
 
-/// Begins to encode frames of this format, or plain ones.
+/// Begins to encode frames in the format of `graphics`; if null, in plain memory.
 void FrameCoder::begin(const std::shared_ptr<const GraphicsFrame>& graphics)
 {
     m_run = std::make_unique<Run>(m_form, m_encoder, graphics, m_sink, m_hasBegun);
@@ -389,8 +389,8 @@ void FrameCoder::finish()
     m_run->check();
 }
 
-/// Has another encoder take the frames that have not come out of one that failed. First to be given up are frames in memory
-/// of the graphics card, then hardware.
+/// Replaces a failed encoder and passes on the frames that have not come out of it. Gives up graphics memory first, then
+/// hardware.
 void FrameCoder::replaceEncoder()
 {
     m_run->check();

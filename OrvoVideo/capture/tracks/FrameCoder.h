@@ -12,15 +12,15 @@
 
 namespace orvo {
 
-/// Encodes the frames of a track. Outlives its encoder: when that fails or hangs, software encodes everything that has not
-/// come out yet and what follows, and the failed encoder is not chosen again in this process.
+/// Encodes the frames of a track. If the encoder fails or hangs, software encodes the frames that have not come out yet and
+/// all later ones; the failed encoder is not chosen again in this process.
 ///
-/// Frames in memory of a graphics card go to the encoder as they are. When it cannot read them, they are refused, so that
-/// plain ones follow; those on the way are read by the processor where that can be done, and left out otherwise.
+/// Frames in graphics memory go to the encoder as they are. If it cannot read them, they are refused, so that plain ones
+/// follow; those in transit are converted by the processor if possible, and dropped otherwise.
 ///
-/// Software that does not keep up, whatever was expected of the machine, gives way to its fastest preset.
+/// A software encoder that does not keep up is replaced by its fastest preset.
 ///
-/// Encoders that replace another repeat their parameter sets before every key frame, so that all frames fit in one track.
+/// A replacement repeats its parameter sets before every key frame, so that all frames fit in one track.
 class FrameCoder {
 public:
     struct Form {
@@ -30,8 +30,8 @@ public:
         int keyFrameDistance = 60; ///< Frames.
     };
 
-    /// Receives the coded frames in order, with the times they were added with, on one thread at a time. Takes `buffer`.
-    /// What it throws ends the work.
+    /// Receives the coded frames in order, with the times they were added with, on one thread at a time. Takes
+    /// ownership of `buffer`. An exception from it ends the encoding.
     using Sink = std::function<void(GstBuffer* buffer, GstCaps* caps)>;
 
     /// Throws `captureError` when the encoder cannot be made.
@@ -66,8 +66,8 @@ private:
     FrameEncoder m_encoder;
     const Sink m_sink;
     std::unique_ptr<Run> m_run;
-    bool m_hasBegun = false; ///< An encoder has had a frame.
-    bool m_readsGraphics; ///< Whether the encoder gets frames in memory of a graphics card.
+    bool m_hasBegun = false; ///< An encoder has received a frame.
+    bool m_readsGraphics; ///< Whether the encoder gets frames in graphics memory.
 };
 
 } // namespace orvo

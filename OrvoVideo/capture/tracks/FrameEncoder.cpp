@@ -21,8 +21,8 @@ namespace orvo {
 
 namespace {
 
-/// Pixels per second and core up to which x264 gets its preset `veryfast`, or `superfast`. Slow cores must keep up as well,
-/// beside the programs that are recorded: two of them have 1080p30 below the first limit, and 1080p60 above both.
+/// Pixels per second and core up to which x264 gets its preset `veryfast`, or `superfast`. Slow cores must keep up
+/// as well, beside the recorded programs: on two of them, 1080p30 is below the first limit, and 1080p60 above both.
 constexpr std::int64_t maxPixelsVeryFast = 32'000'000;
 constexpr std::int64_t maxPixelsSuperFast = 48'000'000;
 
@@ -108,9 +108,9 @@ bool works(const FrameEncoder& encoder, FrameSize size, int fps)
     return end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS;
 }
 
-/// What is known of the encoders of this machine.
+/// Trial results and failures of this machine's encoders.
 struct Known {
-    std::mutex mutex; ///< Guards the others.
+    std::mutex mutex; ///< Guards the members below.
     std::map<std::tuple<int, int, int>, FrameEncoder> best; ///< By width, height and frame rate.
     std::set<std::string> avoided;
     std::set<std::string> withoutGraphics;
@@ -122,7 +122,7 @@ Known& known()
     return known;
 }
 
-/// The formats that an element takes in memory of a graphics card.
+/// The formats that an element accepts in graphics memory.
 std::vector<GraphicsFormat> graphicsFormats(const char* name)
 {
     std::vector<GraphicsFormat> formats;
@@ -183,7 +183,7 @@ FrameEncoder FrameEncoder::software(FrameSize size, int fps, int cores)
 
 FrameEncoder FrameEncoder::fastestSoftware()
 {
-    return x264("ultrafast cabac=true"); // Without its arithmetic coding, files are a tenth larger.
+    return x264("ultrafast cabac=true"); // Without CABAC, files are a tenth larger.
 }
 
 std::string FrameEncoder::launchLine(std::int64_t bitRate, int keyFrameDistance) const

@@ -23,18 +23,18 @@ struct FrameEncoder {
     std::string keyFrameOption; ///< In frames.
     Kind kind = Kind::software;
 
-    /// How frames in memory of a graphics card reach the encoder without passing through plain memory.
+    /// How frames in graphics memory reach the encoder without a copy to plain memory.
     struct Graphics {
-        std::string fitter; ///< Launch line of what scales and converts them.
-        std::string memory; ///< The feature of the caps between it and the encoder.
-        std::vector<GraphicsFormat> formats = {}; ///< Those that the fitter takes.
+        std::string fitter; ///< Launch line that scales and converts them.
+        std::string memory; ///< The feature of the caps between the fitter and the encoder.
+        std::vector<GraphicsFormat> formats = {}; ///< The formats that the fitter accepts.
     };
-    Graphics graphics = {}; ///< Without formats, frames have to be in plain memory.
+    Graphics graphics = {}; ///< Without formats, frames must be in plain memory.
 
     /// The launch line of the elements from frames in plain memory (I420) to H.264.
     std::string launchLine(std::int64_t bitRate, int keyFrameDistance) const;
 
-    /// The same from frames in memory of a graphics card, fitted into `size`.
+    /// The launch line from frames in graphics memory, fitted into `size`.
     std::string graphicsLaunchLine(FrameSize size, std::int64_t bitRate, int keyFrameDistance) const;
 
     /// The first hardware encoder that passes a trial with frames of this size, else x264. Cached per size. Thread-safe.
@@ -42,13 +42,13 @@ struct FrameEncoder {
     /// Blocks during the trials. Throws `captureError` when there is no encoder.
     static FrameEncoder find(FrameSize size, int fps);
 
-    /// x264, with a faster preset the more pixels each of `cores` has to encode in a second.
+    /// x264. The more pixels per second and core, the faster its preset.
     static FrameEncoder software(FrameSize size, int fps, int cores);
 
     /// x264 with its fastest preset.
     static FrameEncoder fastestSoftware();
 
-    /// Has `find` leave out an encoder that failed while it recorded, or only its formats. Thread-safe.
+    /// Excludes an encoder that failed during a recording from `find`, or only its graphics formats. Thread-safe.
     static void avoid(const FrameEncoder& encoder);
     static void avoidGraphics(const FrameEncoder& encoder);
 

@@ -33,7 +33,7 @@ public:
         : m_url(std::move(url))
         , m_settings(std::move(settings))
     {
-        // The audio format is not known yet, but this reports what would prevent writing.
+        // The audio format is not known yet, but this reports errors early.
         if (m_settings.size)
             beginFrames();
         else
@@ -150,7 +150,7 @@ private:
         }
     }
 
-    /// Extends the file although nothing has arrived.
+    /// Extends the file while no samples arrive.
     void follow(double now)
     {
         if (!m_settings.size) {

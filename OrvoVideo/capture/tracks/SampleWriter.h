@@ -32,7 +32,7 @@ public:
     struct Settings {
         std::optional<FrameSize> size; ///< Of a video track; nullopt for an audio track.
         int fps = 30; ///< Maximum frames per second.
-        /// Of a video track; null for the best one of this machine.
+        /// Of a video track; nullopt for the best one of this machine.
         std::optional<FrameEncoder> encoder = {};
         /// Maximum time in seconds from a frame's capture to `append`. The file is extended with the last frame up to this
         /// long ago; a frame that arrives even later is shown after that.

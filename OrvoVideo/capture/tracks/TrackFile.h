@@ -24,7 +24,7 @@ public:
     struct Frames {
         FrameSize size;
         int fps = 30; ///< Maximum frames per second.
-        /// Null for the best one of this machine. When it fails, software continues the file.
+        /// nullopt for the best one of this machine. When it fails, software continues the file.
         std::optional<FrameEncoder> encoder = {};
     };
 
