@@ -166,7 +166,7 @@ TEST_F(ScreenRecording, ShowsTheWholeDisplayWhenItsSizeChanges)
     EXPECT_GT(*frames.back().shown, *frames.front().shown + large) << "it goes on";
 }
 
-TEST_F(ScreenRecording, CostsLittleWithoutChanges)
+TEST_F(ScreenRecording, EncodesFewFramesWithoutChanges)
 {
     const auto recorded = record(planOf(CaptureSources::displays().front()), 3);
     const auto probed = probe(mediaOf(recorded.project, TrackKind::screen));
@@ -206,7 +206,7 @@ TEST_F(ScreenRecording, RecordsNothingWhilePaused)
     EXPECT_NEAR(probe(mediaOf(project, TrackKind::screen)).videoDuration, project.duration, 0.02);
 }
 
-TEST_F(ScreenRecording, ShowsChangesOfAPauseAfterIt)
+TEST_F(ScreenRecording, ShowsTheCurrentScreenAfterAPause)
 {
     const auto paint = [](const char* colour) { ASSERT_TRUE(run("xsetroot", {"-solid", colour})); };
     paint("red");
@@ -276,7 +276,7 @@ TEST_F(ScreenRecording, LogsThePointerAndItsPresses)
     EXPECT_TRUE(std::ranges::is_sorted(events, {}, &PointerEvent::time));
 }
 
-TEST_F(ScreenRecording, KeepsWhatThereIsOnAFullDisk)
+TEST_F(ScreenRecording, KeepsTheRecordingWhenTheDiskIsFull)
 {
     const PatternWindow pattern({});
     auto session = start(planOf(CaptureSources::displays().front()));
@@ -369,7 +369,7 @@ TEST_F(AudioRecording, ResumesAudioWhenTheServerRestarts)
     EXPECT_NEAR(probe(file).audioDuration, project.duration, 0.03);
 }
 
-TEST_F(AudioRecording, RecordsWithoutAnUnpluggedMicrophoneAndSaysSo)
+TEST_F(AudioRecording, ReportsAMissingMicrophoneAndRecordsWithoutIt)
 {
     auto plan = planOf(CaptureSources::displays().front());
     plan.options.microphone = true;
@@ -382,7 +382,7 @@ TEST_F(AudioRecording, RecordsWithoutAnUnpluggedMicrophoneAndSaysSo)
     EXPECT_EQ(project.tracks.size(), 1U);
 }
 
-TEST_F(AudioRecording, RecordsAnyMicrophone)
+TEST_F(AudioRecording, RecordsAMicrophoneOfAnotherSampleRate)
 {
     audio.addSink("raro", {"rate=22050", "channels=1"});
     audio.pactl(

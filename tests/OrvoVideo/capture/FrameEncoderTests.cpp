@@ -25,7 +25,7 @@ FrameEncoder limitedTo(int width)
         .keyFrameOption = "error-after"};
 }
 
-TEST(FrameEncoderTests, IsOneThatTakesFramesOfTheirSize)
+TEST(FrameEncoderTests, PicksTheFirstThatTakesTheFrameSize)
 {
     const FrameEncoder absent{
         .name = "nosuchenc", .options = "", .bitRateOption = "bitrate", .keyFrameOption = "key-int-max"};
@@ -43,7 +43,7 @@ TEST(FrameEncoderTests, IsOneThatTakesFramesOfTheirSize)
     }
 }
 
-TEST(FrameEncoderTests, SoftwareContinuesTheFileOfAnEncoderThatFails)
+TEST(FrameEncoderTests, ContinuesTheFileInSoftwareWhenAnEncoderFails)
 {
     // In the place of a graphics card's encoder: x264 behind something that fails. The key frames' distance is 60.
     struct Case {
@@ -83,7 +83,7 @@ TEST(FrameEncoderTests, SoftwareContinuesTheFileOfAnEncoderThatFails)
     }
 }
 
-TEST(FrameEncoderTests, SoftwareThatIsTooSlowContinuesWithItsFastestPreset)
+TEST(FrameEncoderTests, SwitchesToTheFastestPresetWhenSoftwareIsTooSlow)
 {
     // Frames come as fast as they are taken, so that they always wait.
     constexpr FrameSize size{320, 180};
@@ -119,7 +119,7 @@ TEST(FrameEncoderTests, SoftwareThatIsTooSlowContinuesWithItsFastestPreset)
     EXPECT_EQ(decodeFrames(path).size(), static_cast<std::size_t>(count));
 }
 
-TEST(FrameEncoderTests, SoftwareIsFasterTheMorePixelsACoreHas)
+TEST(FrameEncoderTests, PicksAFasterPresetForMorePixelsPerCore)
 {
     struct Case {
         FrameSize size;

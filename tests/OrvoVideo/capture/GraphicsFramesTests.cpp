@@ -58,7 +58,7 @@ void registerReader()
 
 constexpr const char* reader = "testgraphicsreader ! videoconvert ! videoscale";
 
-TEST(GraphicsFramesTests, ReachTheEncoderInTheirMemoryOrComeInPlainMemory)
+TEST(GraphicsFramesTests, PassesGraphicsMemoryOrFallsBackToPlainMemory)
 {
     registerReader();
     const AudioWorld world; // Its PipeWire is what streams need.

@@ -63,7 +63,7 @@ void play(AudioTimeline& timeline, const Device& device, double from, double to)
     }
 }
 
-TEST(AudioTimelineTests, StaysWithTheRecordingWhateverTheClockOfTheDevice)
+TEST(AudioTimelineTests, FollowsTheRecordingWhenTheDeviceClockDrifts)
 {
     for (const auto& device : {Device{.faster = 0, .error = 0.008}, Device{.faster = 0.0003, .error = 0.008},
              Device{.faster = -0.0003, .error = 0.008}}) {
@@ -78,7 +78,7 @@ TEST(AudioTimelineTests, StaysWithTheRecordingWhateverTheClockOfTheDevice)
     }
 }
 
-TEST(AudioTimelineTests, WhatIsMissingIsSilenceAndMovesNothing)
+TEST(AudioTimelineTests, FillsGapsWithSilence)
 {
     Laid laid;
     AudioTimeline timeline(1, laid.sink());
@@ -115,7 +115,7 @@ TEST(AudioTimelineTests, CorrectsSmallErrorsAtOnceAfterAReconnection)
     }
 }
 
-TEST(AudioTimelineTests, WhatComesTooLateOrTwiceIsLeftOut)
+TEST(AudioTimelineTests, DropsLateAndOverlappingBlocks)
 {
     Laid laid;
     AudioTimeline timeline(1, laid.sink());
@@ -128,7 +128,7 @@ TEST(AudioTimelineTests, WhatComesTooLateOrTwiceIsLeftOut)
     EXPECT_NEAR(static_cast<double>(timeline.length()) / rate, 8, 0.03);
 }
 
-TEST(AudioTimelineTests, OneChannelBecomesTwoAndTwoOne)
+TEST(AudioTimelineTests, ConvertsBetweenMonoAndStereo)
 {
     Laid stereo;
     AudioTimeline two(2, stereo.sink());
@@ -140,7 +140,7 @@ TEST(AudioTimelineTests, OneChannelBecomesTwoAndTwoOne)
     EXPECT_THAT(mono.samples, testing::ElementsAre(0.5F, -0.5F));
 }
 
-TEST(FrameTimelineTests, ShowsTheLastOfFramesWithOneTime)
+TEST(FrameTimelineTests, ShowsTheLastOfFramesWithEqualTimes)
 {
     std::vector<std::pair<const FrameMemory*, double>> shown;
     FrameTimeline timeline(
@@ -155,7 +155,7 @@ TEST(FrameTimelineTests, ShowsTheLastOfFramesWithOneTime)
     EXPECT_THAT(shown, testing::ElementsAre(std::pair(before.get(), 0.0), std::pair(after.get(), 2.0)));
 }
 
-TEST(FrameTimelineTests, EveryFrameIsShownUntilTheNext)
+TEST(FrameTimelineTests, ShowsEachFrameUntilTheNext)
 {
     struct Shown {
         const FrameMemory* frame;
@@ -186,7 +186,7 @@ TEST(FrameTimelineTests, EveryFrameIsShownUntilTheNext)
     EXPECT_NEAR(end, 4, 1e-9);
 }
 
-TEST(CaptureSizeTests, IsAtMostAsHighAsWantedAndEven)
+TEST(CaptureSizeTests, LimitsTheHeightAndRoundsToEven)
 {
     struct Case {
         Rect area;

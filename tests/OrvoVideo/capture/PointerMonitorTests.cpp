@@ -31,7 +31,7 @@ protected:
     std::atomic<int> presses = 0;
 };
 
-TEST_F(PointerMonitorTests, KnowsWherePointerAndPressesAreInAnyApplication)
+TEST_F(PointerMonitorTests, ReportsPositionAndPressesInAnyApplication)
 {
     const auto monitor = PointerMonitor::create();
     EXPECT_TRUE(monitor->seesPresses());
@@ -59,7 +59,7 @@ TEST_F(PointerMonitorTests, KnowsWherePointerAndPressesAreInAnyApplication)
     EXPECT_EQ(presses, 6) << "the function that was set before is called no more";
 }
 
-TEST_F(PointerMonitorTests, SeesPressesWhileAnotherProgramHoldsThePointer)
+TEST_F(PointerMonitorTests, SeesPressesWhileAnotherProgramGrabsThePointer)
 {
     const auto monitor = X11PointerMonitor::open();
     monitor->onPress([&] { ++presses; });
@@ -77,7 +77,7 @@ TEST_F(PointerMonitorTests, SeesPressesWhileAnotherProgramHoldsThePointer)
     xcb_disconnect(other);
 }
 
-TEST(PointerMonitorWithoutDisplayTests, SaysPlainlyWhatItCannotKnow)
+TEST(PointerMonitorWithoutDisplayTests, ReportsUnknownPositionAndPresses)
 {
     const auto before = qgetenv("DISPLAY");
     qputenv("DISPLAY", ":4711");

@@ -47,7 +47,7 @@ protected:
     std::unique_ptr<SharedScreen> screen;
 };
 
-TEST_F(SharedRecording, BeginsBeforeTheFirstFrame)
+TEST_F(SharedRecording, StartsBeforeTheFirstFrame)
 {
     const auto plan = share({.draws = false});
     auto session = start(plan);
@@ -62,7 +62,7 @@ TEST_F(SharedRecording, BeginsBeforeTheFirstFrame)
     expectShared(frames.back());
 }
 
-TEST_F(SharedRecording, IsBlackWithAudioWithoutFrames)
+TEST_F(SharedRecording, RecordsBlackWithAudioWithoutFrames)
 {
     auto plan = share({.draws = false});
     plan.options.microphone = true;
@@ -81,7 +81,7 @@ TEST_F(SharedRecording, IsBlackWithAudioWithoutFrames)
     EXPECT_LT(frames.back().mean(0, 0, 1, 1).brightness(), 5);
 }
 
-TEST_F(SharedRecording, FollowsAWindowInItsFrames)
+TEST_F(SharedRecording, FollowsAWindowWithinItsFrames)
 {
     // A compositor that draws windows into frames as large as the monitor.
     auto session = start(share({.width = 640, .height = 360, .window = SharedScreen::Part{100, 60, 320, 180}}));
@@ -129,7 +129,7 @@ TEST_F(SharedRecording, FollowsAWindowInItsFrames)
     }
 }
 
-TEST_F(SharedRecording, RefusesUnusableStreams)
+TEST_F(SharedRecording, RejectsUnusableStreams)
 {
     auto plan = share({.order = SharedScreen::Order::separate});
     EXPECT_THAT([&] { start(plan); },
@@ -141,7 +141,7 @@ TEST_F(SharedRecording, RefusesUnusableStreams)
     EXPECT_EQ(record(share({}), 1).project.state, ProjectState::ready) << "the same engine records afterwards";
 }
 
-TEST_F(SharedRecording, KeepsEverythingWhenTheDesktopEnds)
+TEST_F(SharedRecording, KeepsTheRecordingWhenTheDesktopEnds)
 {
     enum class End { stream, everything };
     for (const auto ending : {End::stream, End::everything}) {

@@ -56,7 +56,7 @@ protected:
     std::unique_ptr<ScreenStream> stream;
 };
 
-TEST_F(SharedScreenTests, FramesAndPointerOfAStreamThatSeveralRead)
+TEST_F(SharedScreenTests, DeliversFramesAndPointerToSeveralReaders)
 {
     open({.width = 320, .height = 180}, {.size = {.width = 160, .height = 90}}, 2);
     EXPECT_TRUE(isRed(frame(), 20, 40));
@@ -75,7 +75,7 @@ TEST_F(SharedScreenTests, FramesAndPointerOfAStreamThatSeveralRead)
     EXPECT_THROW(ScreenStream::open(source, {.size = {160, 90}})->start({}), Error);
 }
 
-TEST_F(SharedScreenTests, TheLastFrameIsNotLostToThePointerThatMovesOn)
+TEST_F(SharedScreenTests, KeepsTheLastFrameWhenThePointerMoves)
 {
     for (int i = 0; i < 5; ++i) {
         open({.width = 320, .height = 180}, {.size = {.width = 160, .height = 90}});
@@ -87,7 +87,7 @@ TEST_F(SharedScreenTests, TheLastFrameIsNotLostToThePointerThatMovesOn)
     }
 }
 
-TEST_F(SharedScreenTests, ARegionOfAStreamWithTheOtherOrderOfColours)
+TEST_F(SharedScreenTests, CropsARegionInTheOtherByteOrder)
 {
     open({.width = 320, .height = 180, .order = SharedScreen::Order::redGreenBlue},
         {.size = {.width = 100, .height = 100}, .region = Rect{1140, 540, 100, 100}});

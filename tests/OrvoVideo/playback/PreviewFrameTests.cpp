@@ -206,7 +206,7 @@ TEST_F(PreviewFrames, FitsFramesUprightAndCentred)
     }
 }
 
-TEST_F(PreviewFrames, OpensFramesOfAnyWidthEveryTime)
+TEST_F(PreviewFrames, OpensRotatedFramesOfAnyWidth)
 {
     // A decoder that writes into shared memory takes the process with it now and then, when the coding has no whole blocks
     // for the width and the picture is turned.
@@ -240,7 +240,7 @@ TEST_F(PreviewFrames, ScalesFramesToTheDisplaySize)
     }
 }
 
-TEST_F(PreviewFrames, EndsReplacedSeeksAtTheLastTarget)
+TEST_F(PreviewFrames, ReportsOnlyTheLastOfOverlappingSeeks)
 {
     PlayerRig rig;
     ASSERT_TRUE(rig.load(composition({{.file = plain()}})));

@@ -9,7 +9,7 @@ namespace orvo::test {
 
 namespace {
 
-TEST(PreviewItem, ShowsThePlayersFrameCentredInTheSizeItHas)
+TEST(PreviewItem, ShowsTheFrameFittedAndCentred)
 {
     const TemporaryFolder folder;
     CountedVideo{.seconds = 1}.write(folder / "video.mov");

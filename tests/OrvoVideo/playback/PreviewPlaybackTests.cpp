@@ -83,7 +83,7 @@ TEST_F(PreviewPlayback, PlaysToTheEndInOrder)
     }
 }
 
-TEST_F(PreviewPlayback, PlaysAtSpeedsAndBackwards)
+TEST_F(PreviewPlayback, PlaysAtOtherSpeedsAndBackwards)
 {
     PlayerRig rig;
     ASSERT_TRUE(rig.load(composition({{.file = path("long.mov")}}, {{.file = path("tone.m4a")}})));
@@ -114,7 +114,7 @@ TEST_F(PreviewPlayback, PlaysAtSpeedsAndBackwards)
     EXPECT_EQ(rig.ends, 0);
 }
 
-TEST_F(PreviewPlayback, PausingShowsTheFrameOfItsTime)
+TEST_F(PreviewPlayback, ShowsTheExactFrameWhenPaused)
 {
     PlayerRig rig;
     ASSERT_TRUE(rig.load(composition({{.file = path("long.mov")}})));
@@ -130,7 +130,7 @@ TEST_F(PreviewPlayback, PausingShowsTheFrameOfItsTime)
     }
 }
 
-TEST_F(PreviewPlayback, GoesOnFromASeekWhilePlaying)
+TEST_F(PreviewPlayback, ContinuesFromASeekWhilePlaying)
 {
     PlayerRig rig;
     ASSERT_TRUE(rig.load(composition({{.file = path("long.mov")}}, {{.file = path("tone.m4a")}})));
@@ -276,7 +276,7 @@ TEST_F(PreviewPlayback, KeepsTheCompositionWhenALoadFails)
     EXPECT_TRUE(rig.waitUntil([&] { return rig.ends == 1; }));
 }
 
-TEST_F(PreviewPlayback, AnswersOnlyTheLastLoad)
+TEST_F(PreviewPlayback, ReportsOnlyTheLastLoad)
 {
     PlayerRig rig;
     rig.player().load(composition({{.file = path("long.mov")}}));
@@ -390,7 +390,7 @@ TEST_F(PreviewPlayback, RereadsReplacedFiles)
     EXPECT_EQ(frameNumber(rig.player().frame()), 450);
 }
 
-TEST_F(PreviewPlayback, CanBeDestroyedInAnyState)
+TEST_F(PreviewPlayback, DestroysThePlayerInAnyState)
 {
     const auto long2 = composition({{.file = path("long.mov")}, {.file = path("video.mov"), .start = 3}},
         {{.file = path("tone.m4a")}, {.file = path("low.m4a")}});
@@ -416,7 +416,7 @@ TEST_F(PreviewPlayback, CanBeDestroyedInAnyState)
     }
 }
 
-TEST(HeardSpans, AreSilentOutsideAndRiseAndFallAtTheirEnds)
+TEST(HeardSpans, FadesAtSpanEndsAndSilencesTheRest)
 {
     EXPECT_EQ(HeardSpans().gain(5), 1) << "without any everything is heard";
     const HeardSpans spans(

@@ -79,7 +79,7 @@ protected:
     std::unique_ptr<RecordingDesk> desk;
 };
 
-TEST_F(RecordingDeskTests, OurWindowsAreAwayWhileADisplayIsRecordedAndComeBack)
+TEST_F(RecordingDeskTests, HidesOurWindowsWhileADisplayIsRecorded)
 {
     begin();
     model->startRecording();
@@ -107,7 +107,7 @@ TEST_F(RecordingDeskTests, OurWindowsAreAwayWhileADisplayIsRecordedAndComeBack)
         ASSERT_LT(frame.mean(0, 0, 1, 1).brightness(), 3);
 }
 
-TEST_F(RecordingDeskTests, TheBarPausesMarksAndStopsAndGoesWhenTheWindowComes)
+TEST_F(RecordingDeskTests, ControlsTheRecordingFromTheBar)
 {
     begin();
     ASSERT_NO_FATAL_FAILURE(record());
@@ -129,7 +129,7 @@ TEST_F(RecordingDeskTests, TheBarPausesMarksAndStopsAndGoesWhenTheWindowComes)
     EXPECT_TRUE(std::ranges::contains(project().edit.events, PointerKind::zoom, &PointerEvent::kind));
 }
 
-TEST_F(RecordingDeskTests, DiscardingAsksAndMovesTheRecordingToTheTrash)
+TEST_F(RecordingDeskTests, MovesADiscardedRecordingToTheTrashAfterConfirmation)
 {
     const auto before = openNew(5, "Antes");
     begin();
@@ -153,7 +153,7 @@ TEST_F(RecordingDeskTests, DiscardingAsksAndMovesTheRecordingToTheTrash)
     EXPECT_TRUE(window->window().isVisible());
 }
 
-TEST_F(RecordingDeskTests, RetakingRecordsTheSameRegionAgain)
+TEST_F(RecordingDeskTests, RetakesTheSameRegion)
 {
     begin();
     model->recorder()->capture()->setMode("region");
@@ -173,7 +173,7 @@ TEST_F(RecordingDeskTests, RetakingRecordsTheSameRegionAgain)
     EXPECT_FALSE(std::filesystem::exists(store.directory(first)));
 }
 
-TEST_F(RecordingDeskTests, NotesForTheSpeakerStayWhereTheyAreNotRecorded)
+TEST_F(RecordingDeskTests, KeepsTheNotesOutOfTheRecording)
 {
     begin();
     QMetaObject::invokeMethod(&window->window(), "openNotes");
@@ -195,7 +195,7 @@ TEST_F(RecordingDeskTests, NotesForTheSpeakerStayWhereTheyAreNotRecorded)
         ASSERT_LT(frame.mean(0, 0, 1, 1).brightness(), 3);
 }
 
-TEST_F(RecordingDeskTests, WithoutRoomForTheBarANotificationTellsTheKeysBeforeTheRecording)
+TEST_F(RecordingDeskTests, ShowsTheKeysInANotificationWhenTheBarHasNoRoom)
 {
     FakeNotifications notifications(testBus());
     begin();
@@ -220,7 +220,7 @@ TEST_F(RecordingDeskTests, WithoutRoomForTheBarANotificationTellsTheKeysBeforeTh
     ASSERT_TRUE(idleSoon());
 }
 
-TEST_F(RecordingDeskTests, HidesEveryWindowAndRestoresItAsItWas)
+TEST_F(RecordingDeskTests, HidesAndRestoresEveryWindow)
 {
     begin();
     QWindow settings; // As the settings and file panels are: of the main window, and with the keyboard.
@@ -259,7 +259,7 @@ TEST_F(RecordingDeskTests, HidesEveryWindowAndRestoresItAsItWas)
     }
 }
 
-TEST(RecordingBarPlaceTests, StandsWhereNothingIsRecorded)
+TEST(RecordingBarPlaceTests, PlacesTheBarOutsideTheRecordedArea)
 {
     const QRect screen(0, 0, 1920, 1080);
     const QSize mark(100, 40);

@@ -67,7 +67,7 @@ protected:
     std::unique_ptr<RegionPicker> picker = RegionPicker::create();
 };
 
-TEST_F(RegionSelectorTests, GivesWhatWasDraggedInPixelsOfTheDisplay)
+TEST_F(RegionSelectorTests, ReturnsTheDraggedRegionInDisplayPixels)
 {
     ASSERT_EQ(QGuiApplication::screens().size(), 2);
     ASSERT_EQ(screenOf(right.rect)->devicePixelRatio(), 1.5);
@@ -95,7 +95,7 @@ TEST_F(RegionSelectorTests, GivesWhatWasDraggedInPixelsOfTheDisplay)
     }
 }
 
-TEST_F(RegionSelectorTests, EscapeAClickAndASmallDragCancel)
+TEST_F(RegionSelectorTests, CancelsOnEscapeClickAndSmallDrag)
 {
     EXPECT_EQ(pick(left, {"key", "Escape"}), std::nullopt);
     EXPECT_EQ(pick(left, {"mousemove", "200", "200", "click", "1"}), std::nullopt);
@@ -103,7 +103,7 @@ TEST_F(RegionSelectorTests, EscapeAClickAndASmallDragCancel)
     EXPECT_TRUE(pick(left, drag(100, 100, 121, 121), {"key", "x"})) << "other keys do nothing";
 }
 
-TEST_F(RegionSelectorTests, TheLastRegionIsAcceptedWithReturnAndChangedByItsHandles)
+TEST_F(RegionSelectorTests, RestoresAndEditsTheLastRegion)
 {
     forget();
     EXPECT_EQ(pick(left, {"key", "Escape"}), std::nullopt);
@@ -130,7 +130,7 @@ TEST_F(RegionSelectorTests, TheLastRegionIsAcceptedWithReturnAndChangedByItsHand
         << "it lies on the other monitor";
 }
 
-TEST_F(RegionSelectorTests, WhereNoScreenShowsTheSourceThereIsNoPicker)
+TEST_F(RegionSelectorTests, OpensNoPickerWithoutAScreenForTheSource)
 {
     CaptureSource gone = left;
     gone.rect.x = 5000;

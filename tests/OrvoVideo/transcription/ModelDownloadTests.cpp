@@ -144,7 +144,7 @@ protected:
     SpeechModel model;
 };
 
-TEST_F(ModelDownload, GoesOnWhereItWasInterrupted)
+TEST_F(ModelDownload, ResumesInterruptedDownloads)
 {
     server.answer = [this](std::size_t from) { return served(content, from, 100'000); };
     EXPECT_THAT(failure(), HasSubstr("La descarga del modelo de voz se ha interrumpido"));
@@ -163,7 +163,7 @@ TEST_F(ModelDownload, GoesOnWhereItWasInterrupted)
     EXPECT_EQ(readFile(SpeechModels::download(model, folder / "models")), content);
 }
 
-TEST_F(ModelDownload, TakesNothingElseForTheModel)
+TEST_F(ModelDownload, RejectsOtherFiles)
 {
     // Another file of the same length is not kept, so that the next time begins anew.
     server.answer = [this](std::size_t from) { return served(std::string(content.size(), 'x'), from); };
@@ -176,7 +176,7 @@ TEST_F(ModelDownload, TakesNothingElseForTheModel)
     EXPECT_FALSE(isThere());
 }
 
-TEST_F(ModelDownload, SaysWhatToDoWithoutANetwork)
+TEST_F(ModelDownload, ReportsCauseAndRemedyWithoutANetwork)
 {
     model.address = "http://127.0.0.1:1/model.bin";
     EXPECT_THAT(failure(),
@@ -192,7 +192,7 @@ TEST_F(ModelDownload, SaysWhatToDoWithoutANetwork)
     EXPECT_FALSE(isThere());
 }
 
-TEST_F(ModelDownload, GoesThroughTheProxyOfTheDesktop)
+TEST_F(ModelDownload, UsesTheProxyOfTheDesktop)
 {
     proxy().answer = server.answer;
     model.address = "http://modelos.invalid/model.bin"; // Only the proxy knows it.

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 /// Every model of the catalogue by its layers, heads, bands and vocabulary. The larger files cannot be had here: these are
 /// narrower, with random weights. A head for the alignment that a model does not have would keep it from loading.
-TEST(ModelShapes, AreLoadedAndAlignedForEveryModelOfTheCatalogue)
+TEST(ModelShapes, LoadsAndAlignsEveryModelOfTheCatalogue)
 {
     struct Case {
         const char* model;
@@ -60,7 +60,7 @@ protected:
     TemporaryFolder folder;
 };
 
-TEST_F(SpeechSpeeds, FollowFromOneMeasuredModelAndDecideWhatIsProposed)
+TEST_F(SpeechSpeeds, DerivesRatesFromOneMeasurementAndProposesAModel)
 {
     const auto& base = *SpeechModels::inCatalogue("base");
     const auto& small = *SpeechModels::inCatalogue("small");

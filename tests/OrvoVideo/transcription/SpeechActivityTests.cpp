@@ -113,7 +113,7 @@ TEST(SpeechActivity, FindsWhereSpeechBeginsAndEnds)
         0.025, 0.025); // Softly.
 }
 
-TEST(SpeechActivity, WhatBreaksOffWasNotInARoom)
+TEST(SpeechActivity, KeepsStretchesThatEndAbruptly)
 {
     // Three times 60 frames of a voice that falls evenly for a quarter of a second and then is silent.
     Loudness loudness;
@@ -125,7 +125,7 @@ TEST(SpeechActivity, WhatBreaksOffWasNotInARoom)
     EXPECT_THAT(findSpeech(loudness), ElementsAre(Frames{50, 110}, Frames{210, 270}, Frames{370, 430}));
 }
 
-TEST(SpeechActivity, ARoomThatIsHeardOverMostOfAPauseDoesNotHideIt)
+TEST(SpeechActivity, FindsPausesUnderReverberation)
 {
     const auto found = findSpeech(twoStretches().voice(1.2).silence(0.4).voice(1.7).silence(1).room(0.5).loudness());
     ASSERT_EQ(found.size(), 4U);
@@ -133,7 +133,7 @@ TEST(SpeechActivity, ARoomThatIsHeardOverMostOfAPauseDoesNotHideIt)
     EXPECT_NEAR(found[3].startSeconds(), 6.6, 0.03);
 }
 
-TEST(SpeechActivity, ZerosInANoisyAudioAreNoBackground)
+TEST(SpeechActivity, IgnoresDigitalSilenceInNoisyAudio)
 {
     // A track that begins late: zeros, then the room with a voice in it.
     const Audio late = Audio().silence(0.5).voice(1.5).silence(0.6).voice(1.4).silence(2).noise(0.01);
@@ -146,7 +146,7 @@ TEST(SpeechActivity, ZerosInANoisyAudioAreNoBackground)
     EXPECT_THAT(findSpeech(Audio().silence(4).then(Audio().silence(8).noise(0.02)).loudness()), IsEmpty());
 }
 
-TEST(SpeechChunks, HoldAllSpeechInOrderAndAreNeverTooLong)
+TEST(SpeechChunks, KeepsAllSpeechInOrderWithinTheMaxLength)
 {
     std::mt19937 random(11);
     std::uniform_real_distribution<double> chance(0, 1);

@@ -48,7 +48,7 @@ protected:
     TemporaryFolder folder;
 };
 
-TEST_F(SpeechRecognizerTest, PutsWordsWhereTheyAreSpoken)
+TEST_F(SpeechRecognizerTest, PlacesWordsWhereTheyAreSpoken)
 {
     const auto file = folder / "speech.wav";
     const auto said = makeSpeech(file,
@@ -99,7 +99,7 @@ TEST_F(SpeechRecognizerTest, PutsWordsWhereTheyAreSpoken)
     }
 }
 
-TEST_F(SpeechRecognizerTest, HearsWordsAtTheSamePlaceWhateverWasSaidBefore)
+TEST_F(SpeechRecognizerTest, PlacesWordsAlikeWithAndWithoutContext)
 {
     const auto file = folder / "speech.wav";
     makeSpeech(file, {{"Hoy vamos a ver la tabla de los resultados.", 1.0}}, 5);
@@ -135,7 +135,7 @@ TEST_F(SpeechRecognizerTest, HearsWordsAtTheSamePlaceWhateverWasSaidBefore)
     EXPECT_NO_THROW(heard(much, 1));
 }
 
-TEST_F(SpeechRecognizerTest, MakesNothingUp)
+TEST_F(SpeechRecognizerTest, ReturnsNoWordsForNoise)
 {
     auto recogniser = recognizer();
     for (const auto* source :
@@ -154,7 +154,7 @@ TEST_F(SpeechRecognizerTest, MakesNothingUp)
         recogniser.recognise(audio(std::format("aevalsrc='0.3*sin(2*PI*200*t)':s=16000:d={}", seconds)));
 }
 
-TEST_F(SpeechRecognizerTest, KeepsWhatIsReallySaidThreeTimes)
+TEST_F(SpeechRecognizerTest, KeepsPhrasesThatAreReallyRepeated)
 {
     const auto file = folder / "speech.wav";
     makeSpeech(file, {{"Uno, dos, tres.", 0.5}, {"Uno, dos, tres.", 2.5}, {"Uno, dos, tres.", 4.5}}, 6.5);
@@ -162,7 +162,7 @@ TEST_F(SpeechRecognizerTest, KeepsWhatIsReallySaidThreeTimes)
     EXPECT_EQ(words.size(), 9U) << textOf(words);
 }
 
-TEST_F(SpeechRecognizerTest, TellsWhatIsWrong)
+TEST_F(SpeechRecognizerTest, ReportsDamagedModelsAndFiles)
 {
     // A model that is cut short, one that is none, and a sound file that is none.
     const auto model = folder / "ggml-base.bin";

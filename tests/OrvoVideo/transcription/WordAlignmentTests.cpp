@@ -32,7 +32,7 @@ std::vector<std::string> byStretch(const std::vector<PlacedWord>& placed, std::s
     return result;
 }
 
-TEST(WordAlignment, ThePauseGoesToNoWord)
+TEST(WordAlignment, AssignsPausesToNoWord)
 {
     // The attention stays with "calma" through the pause behind it, and "eh" is alone.
     auto words = heard("con calma eh seguimos");
@@ -52,7 +52,7 @@ TEST(WordAlignment, ThePauseGoesToNoWord)
     EXPECT_DOUBLE_EQ(placed[3].place.end, 5.7);
 }
 
-TEST(WordAlignment, AHesitationLastsAsLongAsItLikes)
+TEST(WordAlignment, AllowsHesitationsOfAnyLength)
 {
     auto words = heard("mm, si seguimos");
     words[0].end = 2.0;
@@ -62,7 +62,7 @@ TEST(WordAlignment, AHesitationLastsAsLongAsItLikes)
     EXPECT_THAT(byStretch(place(words, stretches), 2), ElementsAre("mm,", "si seguimos"));
 }
 
-TEST(WordAlignment, ANoiseStaysWithoutWords)
+TEST(WordAlignment, LeavesNoiseWithoutWords)
 {
     auto words = heard("vamos a ver");
     words[0].end = 2.4;
@@ -73,7 +73,7 @@ TEST(WordAlignment, ANoiseStaysWithoutWords)
 }
 
 /// Whatever the recogniser says: the words are all there, in order, disjoint and within stretches.
-TEST(WordAlignment, AlwaysGivesAnOrder)
+TEST(WordAlignment, KeepsAllWordsInOrder)
 {
     std::mt19937 random(5);
     std::uniform_real_distribution<double> chance(0, 1);
@@ -111,7 +111,7 @@ Loudness loudnessWithDip(std::size_t begin, std::size_t end)
     return loudness;
 }
 
-TEST(WordBoundaries, LieWhereTheEnergyFallsForAConsonantAndWhereItChangesForAVowel)
+TEST(WordBoundaries, PlacesConsonantsAtFallsAndVowelsAtChanges)
 {
     const auto loudness = loudnessWithDip(52, 58);
     const Frames stretch{.begin = 10, .end = 150};
@@ -128,7 +128,7 @@ TEST(WordBoundaries, LieWhereTheEnergyFallsForAConsonantAndWhereItChangesForAVow
     }
 }
 
-TEST(WordBoundaries, KeepTheOrderOfCrammedWords)
+TEST(WordBoundaries, KeepsTheOrderOfCrammedWords)
 {
     const auto loudness = loudnessWithDip(52, 58);
     for (const std::size_t end : {54U, 58U, 62U, 90U}) {
@@ -142,7 +142,7 @@ TEST(WordBoundaries, KeepTheOrderOfCrammedWords)
     }
 }
 
-TEST(Hesitations, HaveOneSpelling)
+TEST(Hesitations, SpellsHesitationsUniformly)
 {
     const std::pair<const char*, const char*> table[] = {{"Eh,", "Eh,"}, {"Eeeh…", "Eh…"}, {"¿Eh?", "¿Eh?"},
         {"Ehm...", "Em..."}, {"MMMM.", "Mmm."}, {"mm-mm,", "mmm,"}, {"U.", "Uh."}, {"uuuh", "uh"}, {"Uhm", "Um"},
@@ -151,7 +151,7 @@ TEST(Hesitations, HaveOneSpelling)
         EXPECT_EQ(asHesitation(word), usual) << word;
 }
 
-TEST(Repetition, IsWhatNobodySays)
+TEST(Repetition, DetectsLoopsButNotRealRepetitions)
 {
     EXPECT_TRUE(repeatsItself(heard("y luego se corta y luego se corta y luego se corta")));
     EXPECT_TRUE(repeatsItself(heard("¿Qué? ¿qué? Qué, qué qué")));

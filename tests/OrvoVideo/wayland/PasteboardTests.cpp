@@ -60,7 +60,7 @@ protected:
     QEventLoop loop;
 };
 
-TEST_F(WaylandPasteboard, ReportsWhatTheCompositorMadeOfATextItWasGiven)
+TEST_F(WaylandPasteboard, ReportsWhetherTheCompositorAcceptsAText)
 {
     ASSERT_TRUE(QTest::qWaitFor([] { return QGuiApplication::focusWindow() != nullptr; }, 60'000));
     // Nobody has pressed anything yet: the compositor refuses without saying so.

@@ -15,7 +15,7 @@ protected:
     void TearDown() override { model.reset(); }
 };
 
-TEST_F(WaylandDeskTests, TheWindowIsNotRecordedWhereNothingIsMinimised)
+TEST_F(WaylandDeskTests, KeepsTheWindowOutWhenItCannotBeMinimised)
 {
     const Film film;
     begin();

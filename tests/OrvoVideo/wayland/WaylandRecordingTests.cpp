@@ -37,7 +37,7 @@ TEST_F(WaylandRecordingTests, RecordsWhatThePortalShares)
 
 class WaylandEndTests : public WaylandFixture { };
 
-TEST_F(WaylandEndTests, ARecordingEndsWithTheCompositorAndIsKept)
+TEST_F(WaylandEndTests, KeepsTheRecordingWhenTheCompositorEnds)
 {
     const Film film;
     begin();
@@ -58,7 +58,7 @@ TEST_F(WaylandEndTests, ARecordingEndsWithTheCompositorAndIsKept)
 /// On GNOME's compositor, whose windows come in frames as large as the monitor.
 class GnomeRecordingTests : public WaylandFixture { };
 
-TEST_F(GnomeRecordingTests, AWindowIsRecordedInItsOwnSize)
+TEST_F(GnomeRecordingTests, RecordsAWindowInItsOwnSize)
 {
     constexpr QSize size(400, 300);
     QProcess shownProgram; // The window of a plain program, with one surface.
