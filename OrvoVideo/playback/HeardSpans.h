@@ -8,11 +8,11 @@
 
 namespace orvo {
 
-/// What is heard of a sound over its time. A value.
+/// The audible spans of the mixed audio, with their fades. A value.
 class HeardSpans {
 public:
     HeardSpans() = default;
-    /// Without spans everything is heard.
+    /// Without spans, everything is audible.
     explicit HeardSpans(std::vector<PreviewPlayer::HeardSpan> spans);
 
     /// Gain at a time: 0..1.

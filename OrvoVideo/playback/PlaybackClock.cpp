@@ -18,7 +18,7 @@ constexpr std::size_t blockSamples = 960; // 20 ms
 constexpr double minAudibleSpeed = 0.5;
 constexpr double maxAudibleSpeed = 2;
 
-/// Nanoseconds after which a device whose time does not advance is no longer waited for.
+/// Nanoseconds after which the clock no longer waits for a device whose time does not advance.
 constexpr std::int64_t deviceStall = 2'000'000'000;
 
 std::int64_t monotonicNanoseconds()
@@ -36,7 +36,7 @@ struct PlaybackClock::Output {
     std::int64_t position = 0; ///< In samples. Used by the streaming thread, and by a seek while that is paused.
     std::stop_source stopping;
     std::atomic<bool> failed = false;
-    std::mutex mutex; ///< For what is heard.
+    std::mutex mutex; ///< Guards `heard`.
     std::shared_ptr<const HeardSpans> heard = std::make_shared<HeardSpans>();
 
     Output(std::vector<std::shared_ptr<AudioTrack>> mixedTracks, const std::string& sinkDescription);
@@ -91,7 +91,7 @@ void PlaybackClock::Output::pushBlock(GstAppSrc* appSource)
         for (const auto& track : tracks)
             track->mix(position, mixed, stopping.get_token());
     } catch (const Cancelled&) {
-        // The clock ends, and with it the sound.
+        // Being destroyed.
     } catch (const Error&) {
         // A track that failed is silent.
     }

@@ -30,7 +30,7 @@ public:
     /// Stops the clock at its position.
     void stop();
 
-    /// What is heard from the next block of sound on. From any thread.
+    /// Sets the audible spans, from the next block of audio on. Thread-safe.
     void setHeard(HeardSpans spans);
 
     /// Seconds of the composition.

@@ -137,7 +137,7 @@ double PreviewEngine::position()
 void PreviewEngine::run(const std::stop_token& stop)
 {
     try {
-        // Here, because the first call can take a second.
+        // On this thread, because the first call can take a second.
         startGStreamer();
     } catch (const Error&) {
         // Every load reports it.
@@ -452,7 +452,7 @@ PreviewEngine::TimePoint PreviewEngine::playOn(const std::stop_token& stop)
     return steady_clock::now();
 }
 
-/// Prepares what will be needed soon, in the time between two frames.
+/// Prepares the expected seek and the next clip, in the time between two frames.
 void PreviewEngine::expectNext()
 {
     const CompositionLayout& layout = m_composition->layout;

@@ -68,7 +68,7 @@ public:
     /// Sets the gain of audio clip `index` of the composition.
     virtual void setVolume(std::size_t index, double volume) = 0;
 
-    /// A span that is heard, and how long its audio fades at its ends; in seconds.
+    /// An audible span and the durations of its fades, in seconds.
     struct HeardSpan {
         TimeSpan span;
         double fadeIn = 0;
@@ -77,8 +77,8 @@ public:
         friend bool operator==(const HeardSpan&, const HeardSpan&) = default;
     };
 
-    /// Sets what is heard during playback, of this composition and all later ones; the rest is silent. The spans are sorted
-    /// and disjoint. Without spans, as initially, everything is heard.
+    /// Sets the audible spans of this composition and all later ones; the rest is silent. The spans are sorted and disjoint.
+    /// Without spans, as initially, everything is audible.
     virtual void setHeard(std::vector<HeardSpan>) { } // NOLINT(performance-unnecessary-value-param): others keep them.
 
     /// The current frame; null before the first one.

@@ -121,7 +121,7 @@ bool isSaid(const std::vector<std::string>& texts, std::size_t length, std::size
 bool repeatsItself(const std::vector<HeardWord>& words)
 {
     constexpr std::size_t maxPhrase = 8;
-    // Nobody repeats a phrase this often. Single words are repeated more often.
+    // Speakers do not repeat a phrase this often. They do repeat single words more often.
     constexpr std::size_t timesOfPhrase = 3;
     constexpr std::size_t timesOfWord = 5;
     const auto texts = bareTexts(words);

@@ -18,7 +18,7 @@ bool isSameHesitation(std::string_view one, std::string_view other);
 /// Whether the same few words repeat, which shows that the recogniser is in a loop.
 bool repeatsItself(const std::vector<HeardWord>& words);
 
-/// Whether a whole sentence repeats, as nobody says it even where there is time for it.
+/// Whether a whole sentence repeats three times in a row, which no speaker does even if there is time for it.
 bool repeatsSentence(const std::vector<HeardWord>& words);
 
 } // namespace orvo::speech

@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr long connectSeconds = 20;
-constexpr long stalledSeconds = 30; ///< Without a byte.
+constexpr long stalledSeconds = 30; ///< Maximum time without data.
 constexpr long refusedByProxy = 300; ///< A proxy that answers with this status or a higher one refuses the connection.
 constexpr std::uint64_t reserve = 20'000'000; ///< Bytes of disk space to keep free.
 
@@ -265,7 +265,7 @@ fs::path download(
     if (file.size() < model.size)
         throw captureError("La descarga del modelo de voz se ha interrumpido. Inténtalo de nuevo: se sigue por donde iba.");
     if (sha256(file.path(), stop) != model.sha256) {
-        // None of it can be trusted.
+        // No part of the file can be trusted.
         std::error_code ignored;
         fs::remove(file.path(), ignored);
         throw captureError("El modelo de voz descargado no es el publicado y se ha borrado. Inténtalo de nuevo.");

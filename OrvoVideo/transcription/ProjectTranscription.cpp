@@ -23,7 +23,7 @@ std::vector<TranscriptWord> transcribeProject(const VideoProject& project, const
         try {
             confidence.write(folder);
         } catch (const std::exception&) {
-            // The words matter more; saving them reports the fault.
+            // The words matter more; saving them reports the error.
         }
     };
     return tools.recognise(work.path(), locale, options, progress, stop);

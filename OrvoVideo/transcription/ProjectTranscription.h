@@ -11,7 +11,7 @@
 
 namespace orvo {
 
-/// What the transcription of a project works with.
+/// The dependencies of `transcribeProject`.
 struct TranscriptionTools {
     const ProjectStore& store;
     const MediaProbe& probe;
@@ -20,8 +20,8 @@ struct TranscriptionTools {
     std::function<decltype(TranscriptionService::transcribe)> recognise = TranscriptionService::transcribe;
 };
 
-/// Recognises the speech of a project and stores how sure the words are (`WordConfidence`) in its folder, beside that of the
-/// words that `project` has: undoing brings them back. Returns the words; the document stays as it is.
+/// Recognises the speech of a project and stores the confidence of the words (`WordConfidence`) in its folder. Keeps the
+/// entries of the words in `project`, because an undo brings them back. Returns the words; the document does not change.
 ///
 /// Blocks; `progress` receives the fraction of the recognition. `options.heard` is not called. Throws as
 /// `TranscriptionFile`, `analysisAudio` and `TranscriptionService::transcribe`.

@@ -85,7 +85,7 @@ std::vector<float> floorOf(const std::vector<float>& raw)
     constexpr float none = std::numeric_limits<float>::infinity();
     constexpr float steady = 6; // dB. Frames this close to the minimum are background rather than a dip in the speech
     constexpr std::size_t minBackground = 40; // if there are this many beside something louder,
-    constexpr std::size_t alone = 200; // or this many in a row: nobody holds a sound that long.
+    constexpr std::size_t alone = 200; // or this many in a row: no speaker holds a tone that long.
     const auto level = smoothed(raw, width);
     auto result = extremes(level, surroundings, std::less<>());
 

@@ -70,7 +70,7 @@ inline constexpr std::size_t partingSilence = 18;
 /// Removes the reverberation at the end of a stretch. Constant audio is not speech.
 std::vector<Frames> findSpeech(const Loudness& loudness);
 
-/// Whether any part of the audio is voiced, as in every vowel. Breaths, hisses and key clicks are not.
+/// Whether any part of the audio is voiced, as vowels are. Breaths, hisses and key clicks are not.
 bool isVoiced(std::span<const float> samples);
 
 } // namespace orvo::speech

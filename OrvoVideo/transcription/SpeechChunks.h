@@ -17,7 +17,7 @@ public:
         std::size_t at = 0; ///< In the chunk.
     };
 
-    /// `speech` are one or more stretches in a recording of `samples` samples. The chunk excludes what is said outside
+    /// `speech` are one or more stretches in a recording of `samples` samples. The chunk excludes speech outside
     /// `room`, except for a short overlap where no silence separates it, so that no word is cut in half.
     Chunk(std::vector<Frames> speech, Frames room, std::size_t samples);
 

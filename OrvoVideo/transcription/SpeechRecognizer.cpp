@@ -47,7 +47,7 @@ Loudness measure(WaveReader& wave, const std::stop_token& stop)
 std::vector<Frames> voicedOf(std::vector<Frames> stretches, WaveReader& wave)
 {
     constexpr std::size_t minFrames = 10;
-    constexpr std::size_t enough = 300; // So many frames of speech contain vowels.
+    constexpr std::size_t enough = 300; // This many frames of speech certainly contain a vowel.
     std::erase_if(stretches, [&](const Frames& stretch) {
         if (stretch.count() < minFrames)
             return true;
@@ -77,7 +77,7 @@ public:
     void add(const Chunk& chunk)
     {
         auto words = wordsIn(chunk);
-        // Asks again, separately, for stretches without words, as long as some of them get words.
+        // Recognises stretches without words again, separately, as long as some of them get words.
         for (auto rest = withoutWords(chunk, words); !rest.empty();) {
             const Chunk next = std::move(rest.back());
             rest.pop_back();
@@ -92,7 +92,7 @@ public:
 
     std::vector<TranscriptWord> take() { return std::move(m_words); }
 
-    /// How sure the recogniser is of a word, 0..1.
+    /// The probability of a word, 0..1.
     float probabilityOf(const TranscriptWord& word) const { return m_probabilities.at(word.id); }
 
 private:
@@ -127,16 +127,16 @@ private:
     std::vector<TranscriptWord> wordsIn(const Chunk& chunk)
     {
         std::vector<TranscriptWord> placed;
-        // A loop yields more words than anybody could say in the time. It is retried at a higher temperature and without
-        // the words before, in which a recogniser in a loop would stay.
+        // A loop yields more words than can be said in the time. Retries it at a higher temperature and without the
+        // preceding words, which would keep the recogniser in the loop.
         for (const float temperature : {0.0F, 0.4F, 0.8F}) {
             const auto heard = heardIn(chunk, temperature, m_before);
             bool sayable = true;
             placed = placedIn(chunk, heard.words, sayable);
             const bool repeats = repeatsSentence(heard.words);
-            const bool audio = heard.complete && sayable && !repeats;
-            const bool caught = repeats || (!audio && repeatsItself(heard.words));
-            if (!audio)
+            const bool reliable = heard.complete && sayable && !repeats;
+            const bool caught = repeats || (!reliable && repeatsItself(heard.words));
+            if (!reliable)
                 m_before.clear();
             else
                 m_before.insert(m_before.end(), heard.tokens.begin(), heard.tokens.end());
@@ -148,8 +148,8 @@ private:
 
     std::vector<TranscriptWord> wordsAloneIn(const Chunk& chunk)
     {
-        constexpr float minProbability = 0.1F; // Mean probability below which words are made up from noise.
-        // A single stretch is often a hesitation, which the words before would keep the recogniser from writing.
+        constexpr float minProbability = 0.1F; // Below this mean probability, the words are invented from noise.
+        // A single stretch is often a hesitation, which the recogniser would omit after the preceding words.
         const bool single = chunk.speech().size() == 1;
         const auto heard = heardIn(chunk, 0, single ? std::span<const int>() : m_before);
         float sum = 0;
@@ -188,8 +188,7 @@ private:
         return result;
     }
 
-    /// Places the words, without those that nobody could say in the time of their stretch; `sayable` is false if there
-    /// were any.
+    /// Places the words. Drops those that cannot be said in the time of their stretch and then sets `sayable` to false.
     std::vector<TranscriptWord> placedIn(const Chunk& chunk, std::vector<HeardWord> heard, bool& sayable)
     {
         std::vector<TimeSpan> stretches;
@@ -216,10 +215,10 @@ private:
     static bool canBeSaid(Placed first, Placed last, const TimeSpan& stretch)
     {
         constexpr double minSecondsPerSyllable = 0.075; // Thirteen syllables per second.
-        double asked = 0;
+        double needed = 0;
         for (auto word = first; word != last; ++word)
-            asked += syllables(word->word.text) * minSecondsPerSyllable;
-        return asked <= stretch.duration();
+            needed += syllables(word->word.text) * minSecondsPerSyllable;
+        return needed <= stretch.duration();
     }
 
     /// Adds the words of one stretch. If it contains only hesitations, adds one, in its usual spelling.
@@ -233,7 +232,7 @@ private:
             result.push_back({.text = usual,
                 .start = chunk.inRecording(first->place.start),
                 .end = chunk.inRecording(std::prev(last)->place.end)});
-            m_probabilities[result.back().id] = 1; // Its spelling is ours.
+            m_probabilities[result.back().id] = 1; // The spelling does not come from the recogniser.
             return;
         }
         std::vector<WordStart> words;
@@ -255,7 +254,7 @@ private:
     const Loudness& m_loudness;
     std::stop_token m_stop;
     std::vector<TranscriptWord> m_words;
-    std::vector<int> m_before; ///< Tokens of what was said before, as far as it is known well.
+    std::vector<int> m_before; ///< Tokens of the preceding words, if they are reliable.
     std::unordered_map<Uuid, float> m_probabilities; ///< Of every word that was placed, dropped ones too.
 };
 

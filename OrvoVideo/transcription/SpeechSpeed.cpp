@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Seconds that one processor takes for a second of speech with "base"; more than eight are not used.
+/// Estimated rate of "base" on one processor. More than eight processors are not used.
 constexpr double usualRate = 0.5;
 constexpr unsigned maxProcessors = 8;
 
@@ -38,7 +38,7 @@ unsigned processors()
     return std::clamp(std::thread::hardware_concurrency(), 1U, maxProcessors);
 }
 
-/// A line for each measured model: its name, the number of processors, and its rate. Another machine's are ignored.
+/// Each line has the name of a measured model, the number of processors, and its rate. Ignores another machine's lines.
 std::map<std::string, double> measured()
 {
     std::map<std::string, double> rates;
@@ -89,7 +89,7 @@ double measure(const SpeechModel& model, const std::stop_token& stop)
 
 bool fits(const SpeechModel& model)
 {
-    constexpr double growth = 1.5; // What the library needs beside the weights.
+    constexpr double growth = 1.5; // Memory that the library needs, relative to the file of the model.
     const double memory = static_cast<double>(::sysconf(_SC_PHYS_PAGES)) * static_cast<double>(::sysconf(_SC_PAGESIZE));
     return 2 * growth * static_cast<double>(model.size) <= memory;
 }

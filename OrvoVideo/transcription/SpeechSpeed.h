@@ -7,14 +7,13 @@
 #include <stop_token>
 #include <string_view>
 
-/// How fast the speech models are on this machine. A rate is the seconds that a model takes for one second of speech.
+/// The speed of the speech models on this machine. A rate is the seconds that a model takes for one second of speech.
 ///
-/// A rate is measured with a built-in sample where the model is installed, and kept in the folder of the models. From the
-/// rate of one model follow those of the others; without any, they are estimated from the number of processors.
-/// Thread-safe.
+/// `measure` runs an installed model on a built-in sample and stores its rate in the folder of the models. The rates of the
+/// other models are derived from it; without a measurement, they are estimated from the number of processors. Thread-safe.
 namespace orvo::SpeechSpeed {
 
-/// A model that is faster than this is not waited for.
+/// Maximum rate of the model that `best` proposes.
 inline constexpr double maxRate = 0.5;
 
 struct Rate {
@@ -22,10 +21,10 @@ struct Rate {
     bool isMeasured = false; ///< With this model, on this machine.
 };
 
-/// What is known of a model now. Reads one small file.
+/// The measured or estimated rate of a model. Reads one small file.
 Rate rate(const SpeechModel& model);
 
-/// Recognises the built-in sample with an installed model and keeps its rate.
+/// Recognises the built-in sample with an installed model, and stores and returns its rate.
 ///
 /// Blocks for seconds. Throws `captureError` when the model is damaged or the sample is missing, file system errors
 /// unchanged, and `Cancelled`.
@@ -34,7 +33,7 @@ double measure(const SpeechModel& model, const std::stop_token& stop = {});
 /// Whether the machine has twice the memory that the model needs.
 bool fits(const SpeechModel& model);
 
-/// The most precise model of the catalogue that is at most `maxRate` slow and fits; the fastest when none is.
+/// The most precise model of the catalogue that fits and whose rate is at most `maxRate`; else the fastest one.
 const SpeechModel& best();
 
 } // namespace orvo::SpeechSpeed

@@ -75,8 +75,8 @@ whisper_alignment_heads_preset alignmentHeads(const Header& header)
     return WHISPER_AHEADS_N_TOP_MOST; // The upper half of the heads, for an unknown model.
 }
 
-/// A package has one library of arithmetic for each generation of processors: loads the best that runs here. A build for
-/// this machine alone has the arithmetic linked.
+/// Loads the computing library for this processor: a package has one for each generation. A build for this machine alone
+/// links it.
 void loadArithmetic()
 {
     static std::once_flag once;
@@ -164,14 +164,14 @@ int sayable(std::size_t samples)
     return static_cast<int>(always + samples * perSecond / sampleRate);
 }
 
-/// The tokens that the recognition continues: the prompt, then the end of what was said before.
+/// The tokens that the recognition continues: the prompt, then the last tokens of the preceding speech.
 std::vector<whisper_token> continued(whisper_context* context, const Whisper::Request& request)
 {
-    constexpr std::size_t most = 160; // The library takes 223. Each takes 0.4 MB and some time.
-    std::vector<whisper_token> result(most);
+    constexpr std::size_t maxTokens = 160; // The library takes 223. Each takes 0.4 MB and some time.
+    std::vector<whisper_token> result(maxTokens);
     const int count = whisper_tokenize(context, request.prompt.c_str(), result.data(), static_cast<int>(result.size()));
     result.resize(static_cast<std::size_t>(std::max(count, 0)));
-    const auto said = request.before.last(std::min(request.before.size(), most - result.size()));
+    const auto said = request.before.last(std::min(request.before.size(), maxTokens - result.size()));
     result.insert(result.end(), said.begin(), said.end());
     return result;
 }
@@ -196,11 +196,11 @@ bool isCaught(std::span<const whisper_token_data> parts, int sayable)
     return false;
 }
 
-/// Stops a loop before it takes more time and memory. Called before each token is chosen, for several readings at a time.
+/// Stops a loop before it takes more time and memory. Called before each token, for several hypotheses at a time.
 void endWhatIsCaught(
     whisper_context* context, whisper_state*, const whisper_token_data* parts, int count, float* logits, void* sayable)
 {
-    // Times between the words hide a loop.
+    // Timestamps between the words hide a loop.
     std::vector<whisper_token_data> spoken;
     std::copy_if(parts, parts + count, std::back_inserter(spoken),
         [&](const auto& part) { return part.id < whisper_token_eot(context); });
@@ -230,7 +230,7 @@ Whisper::Whisper(const fs::path& model)
     if (header) {
         auto parameters = whisper_context_default_params();
         parameters.use_gpu = false;
-        parameters.flash_attn = false; // It would not compute the attention from which the times come.
+        parameters.flash_attn = false; // It does not keep the weights from which the times come.
         parameters.dtw_token_timestamps = true;
         parameters.dtw_aheads_preset = alignmentHeads(*header);
         parameters.dtw_n_top = std::clamp(maxHeads / std::max(1, header->textHeads), 1, std::max(1, header->textLayers / 2));
@@ -262,7 +262,7 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
     parameters.print_progress = false;
     parameters.print_timestamps = false;
     parameters.suppress_nst = true;
-    // The model was made to write times, though ours come from the attention: without them it mishears more.
+    // The model was trained with timestamps and mishears more without them, although ours come from the attention.
     parameters.no_timestamps = false;
     parameters.single_segment = true;
     parameters.max_tokens = sayable(samples.size());
@@ -292,7 +292,7 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
     std::vector<HeardWord> words;
     std::vector<whisper_token_data> parts;
     double certainty = 0;
-    int written = 0; // With the times between the words.
+    int written = 0; // Includes timestamps.
     const whisper_token firstSpecial = whisper_token_eot(m_context.get()); // The end of the answer.
     for (int segment = 0; segment < whisper_full_n_segments(m_context.get()); ++segment) {
         for (int token = 0; token < whisper_full_n_tokens(m_context.get(), segment); ++token) {

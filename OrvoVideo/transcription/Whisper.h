@@ -31,9 +31,9 @@ public:
     struct Request {
         std::string language; ///< "es" or "en".
         std::string prompt; ///< Text whose style the recognition continues.
-        std::span<const int> before; ///< The tokens of what was said before the audio; the last ones are used.
+        std::span<const int> before; ///< Tokens of the speech before the audio; only the last ones are used.
         float temperature = 0; ///< 0 selects the most probable token; above, tokens are sampled.
-        int beams = 1; ///< Readings that are followed at the same time; only at temperature 0. At most 8.
+        int beams = 1; ///< Hypotheses followed at the same time; only at temperature 0. At most 8.
     };
 
     struct Answer {

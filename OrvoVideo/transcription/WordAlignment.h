@@ -23,7 +23,7 @@ struct PlacedWord {
 /// The recogniser knows the time of each word roughly; the stretches of speech are exact. Assigns every word to one
 /// stretch, in order, so that in total the words are closest to where they were heard and to the duration of their
 /// syllables. Within a stretch the words are contiguous: the first starts and the last ends with it. A stretch may stay
-/// empty, such as a cough or a chair.
+/// without words, such as a cough.
 ///
 /// All times are seconds in the same audio; `stretches` are in order and disjoint.
 std::vector<PlacedWord> place(std::vector<HeardWord> words, const std::vector<TimeSpan>& stretches);

@@ -16,16 +16,16 @@ constexpr double nearby = 0.04; ///< A beginning this many seconds from where it
 constexpr std::size_t reach = 10; ///< Frames before and after the place where it was heard.
 constexpr std::size_t around = 3; ///< Frames that are compared before and after a place.
 constexpr std::size_t minWord = 4; ///< Frames.
-constexpr double fallWeight = 0.1; ///< What a fall by 1 dB at the beginning of a consonant is worth.
-constexpr double changeWeight = 0.05; ///< What any change by 1 dB is worth.
-constexpr double lowest = -75; ///< dBFS. What is softer is silence.
+constexpr double fallWeight = 0.1; ///< Gain per dB that the energy falls at the beginning of a consonant.
+constexpr double changeWeight = 0.05; ///< Gain per dB of any change.
+constexpr double lowest = -75; ///< dBFS; lower levels count as silence.
 
-/// Whether a word begins with a vowel, behind opening punctuation and a mute h. Its energy does not fall there.
+/// Whether a word begins with a vowel, after opening punctuation and a mute h. The energy does not fall there.
 bool beginsWithVowel(std::string_view text)
 {
     for (std::size_t i = 0; i < text.size(); ++i) {
         const auto c = static_cast<unsigned char>(text[i]);
-        if (c == 0xC3) // á, é, í, ó, ú and their capitals; ñ is the one consonant among what Spanish writes so.
+        if (c == 0xC3) // First byte of á, é, í, ó, ú and their capitals, and of one consonant, ñ.
             return i + 1 < text.size() && (static_cast<unsigned char>(text[i + 1]) | 0x20) != 0xB1;
         if (std::isalnum(c) != 0 && c != 'h' && c != 'H')
             return std::string_view("aeiouyAEIOUY").contains(static_cast<char>(c));
@@ -33,7 +33,7 @@ bool beginsWithVowel(std::string_view text)
     return false;
 }
 
-/// How much the energy rises in each band from before a frame to behind it, in dB.
+/// The rise of the energy in each band from before a frame to after it, in dB.
 std::array<double, 2> riseAt(const Loudness& loudness, std::size_t frame)
 {
     const auto rise = [&](const std::vector<float>& level) {
@@ -56,7 +56,7 @@ struct Candidate {
     std::size_t from = 0; ///< Index of the best one before it.
 };
 
-/// Where a word may begin.
+/// The frames at which a word may begin, with their costs.
 std::vector<Candidate> candidatesFor(const WordStart& word, Frames stretch, const Loudness& loudness)
 {
     const bool falls = !beginsWithVowel(word.text);

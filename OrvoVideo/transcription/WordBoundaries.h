@@ -7,7 +7,7 @@
 
 namespace orvo::speech {
 
-/// A word and where it begins, roughly.
+/// A word and its approximate beginning.
 struct WordStart {
     std::string_view text;
     double seconds = 0; ///< In the recording.
