@@ -18,7 +18,7 @@ class CameraRecording : public RecordingFixture {
 protected:
     CameraRecording() { plan.options.camera = true; }
 
-    /// The colour of the camera's track at times of the recording.
+    /// The colour of the camera's track over time.
     struct Colours {
         explicit Colours(const std::filesystem::path& file, const std::filesystem::path& even)
         {
@@ -28,7 +28,7 @@ protected:
 
         bool are(std::uint32_t colour, double time) const
         {
-            constexpr int tolerance = 12; // Between YUV in the limited range and RGB, twice.
+            constexpr int tolerance = 12; // Of two conversions between limited-range YUV and RGB.
             const auto place = std::min(static_cast<std::size_t>(time * 10), frames.size() - 1);
             const auto shown = frames.at(place).mean(0.1, 0.1, 0.9, 0.9);
             const auto isNear = [](int value, std::uint32_t wanted) {
@@ -78,7 +78,7 @@ TEST_F(CameraRecording, RecordsTheCameraInItsColours)
 TEST_F(CameraRecording, ResumesWhenTheCameraIsPluggedInAgain)
 {
     auto camera = std::make_unique<VirtualCamera>(red);
-    auto session = start(plan); // The first camera there is.
+    auto session = start(plan); // Uses the first camera.
     waitFor(*session, 2);
     camera.reset();
     const double unplugged = session->time();
@@ -95,9 +95,9 @@ TEST_F(CameraRecording, ResumesWhenTheCameraIsPluggedInAgain)
 
     const auto colours = coloursOf(project);
     for (const double time : {0.5, unplugged + 0.5, unplugged + 2.5})
-        EXPECT_TRUE(colours.are(red, time)) << time << ": the last picture stands";
+        EXPECT_TRUE(colours.are(red, time)) << time << ": the last frame stays";
     for (const double time : {plugged + 4.5, project.duration})
-        EXPECT_TRUE(colours.are(green, time)) << time << ": it is seen again";
+        EXPECT_TRUE(colours.are(green, time)) << time << ": the camera is back";
 }
 
 } // namespace

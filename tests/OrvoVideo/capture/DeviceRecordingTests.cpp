@@ -35,7 +35,7 @@ TEST_F(ScreenRecording, RecordsADisplayAtTheRightTimes)
     ASSERT_GT(frames.size(), 60U);
     expectCorners(frames.back().frame, {0, 0, 640, 360});
     expectEvenTime(frames);
-    // The pointer is not in the picture: where it stands there is nothing but the background.
+    // The pointer is not recorded: its place shows only the background.
     const auto background = frames.back().frame.at(320, 80);
     for (int x = 300; x < 340; x += 2)
         EXPECT_NEAR(frames.back().frame.at(x, 105).brightness(), background.brightness(), 6) << x;
@@ -122,17 +122,17 @@ TEST_F(ScreenRecording, FollowsAWindowUnderOthers)
         ASSERT_TRUE(at(time).shown) << time;
         EXPECT_NEAR(*at(time).shown - *frames[20].shown, at(time).time - frames[20].time, 0.15) << time;
     }
-    // A window that became narrower is shown as it is, with black beside it.
+    // A narrower window is shown in its own size, with black beside it.
     const auto narrow = at(resized + 0.8).frame;
     EXPECT_LT(narrow.mean(0.05, 0.1, 0.2, 0.9).brightness(), 5);
     EXPECT_GT(narrow.mean(0.3, 0.15, 0.7, 0.4).brightness(), 20);
     const auto& events = result.project.edit.events.items();
     const auto near = [](double value, double wanted) { return std::abs(value - wanted) < 0.02; };
     EXPECT_TRUE(std::ranges::any_of(events, [&](const auto& event) { return near(event.x, 0.25) && near(event.y, 0.25); }))
-        << "the pointer is told relative to where the window has moved";
+        << "the pointer is relative to the moved window";
     EXPECT_TRUE(std::ranges::any_of(events, [&](const auto& event) {
         return event.time > resized && near(event.x, 0.375) && near(event.y, 0.25);
-    })) << "a mark lies where the frame shows the narrower window";
+    })) << "the pointer is relative to the narrower window in the frame";
 }
 
 TEST_F(ScreenRecording, ShowsTheWholeDisplayWhenItsSizeChanges)
@@ -163,7 +163,7 @@ TEST_F(ScreenRecording, ShowsTheWholeDisplayWhenItsSizeChanges)
     EXPECT_LT(at(small + 1.2).mean(0, 0, 0.24, 1).brightness(), 5);
     EXPECT_LT(at(small + 1.2).mean(0, 0.9, 1, 1).brightness(), 5);
     expectCorners(at(large + 1.2), {0, 0, 320, 270});
-    EXPECT_GT(*frames.back().shown, *frames.front().shown + large) << "it goes on";
+    EXPECT_GT(*frames.back().shown, *frames.front().shown + large) << "the recording continues";
 }
 
 TEST_F(ScreenRecording, EncodesFewFramesWithoutChanges)
@@ -172,7 +172,7 @@ TEST_F(ScreenRecording, EncodesFewFramesWithoutChanges)
     const auto probed = probe(mediaOf(recorded.project, TrackKind::screen));
     EXPECT_EQ(probed.videoCodec, "h264");
     EXPECT_NEAR(probed.videoDuration, recorded.project.duration, 0.02);
-    EXPECT_LT(probed.frames, 20) << "a screen that does not change costs little";
+    EXPECT_LT(probed.frames, 20) << "a still screen needs few frames";
 }
 
 TEST_F(ScreenRecording, RecordsNothingWhilePaused)
@@ -216,7 +216,7 @@ TEST_F(ScreenRecording, ShowsTheCurrentScreenAfterAPause)
     waitFor(*session, 1.5);
     paint("blue");
     waitFor(*session, 4.5);
-    const auto interrupted = store.load(session->id()); // What is there if the process ends now.
+    const auto interrupted = store.load(session->id()); // As if the process ended now.
     ASSERT_EQ(interrupted.edit.cuts.size(), 1U);
     EXPECT_NEAR(interrupted.edit.cuts[0].end, interrupted.duration, 1e-9);
     session->togglePause();
@@ -286,7 +286,7 @@ TEST_F(ScreenRecording, KeepsTheRecordingWhenTheDiskIsFull)
         const auto pieces = [&] {
             return std::ranges::distance(std::views::split(readFile(file), std::string_view("moof"))) - 1;
         };
-        ASSERT_TRUE(comesToHold([&] { return pieces() >= 2; })) << "there is something to keep";
+        ASSERT_TRUE(comesToHold([&] { return pieces() >= 2; })) << "two fragments are written";
         const FileSizeLimit full(std::filesystem::file_size(file) + 20'000);
         ASSERT_TRUE(comesToHold([&] { return !error().empty(); }));
     }
@@ -301,7 +301,7 @@ TEST_F(ScreenRecording, KeepsTheRecordingWhenTheDiskIsFull)
 
 class AudioRecording : public RecordingFixture {
 protected:
-    /// Flashes and tones are at the same times. A busy machine may displace one of them, but not most.
+    /// Expects flashes and tones at the same times. A busy machine may displace some, but not most.
     static void expectTogether(const std::vector<double>& flashes, const std::vector<double>& tones)
     {
         ASSERT_GE(flashes.size(), 3U);
@@ -389,7 +389,7 @@ TEST_F(AudioRecording, RecordsAMicrophoneOfAnotherSampleRate)
         {"load-module", "module-remap-source", "master=raro.monitor", "source_name=rarito", "rate=22050", "channels=1"});
     const auto devices = AudioInputs::list();
     const auto ids = devices.microphones | std::views::transform(&AudioDevice::id) | std::ranges::to<std::vector>();
-    EXPECT_THAT(ids, testing::UnorderedElementsAre("microphone", "rarito")) << "what outputs play is no microphone";
+    EXPECT_THAT(ids, testing::UnorderedElementsAre("microphone", "rarito")) << "monitors of outputs are not microphones";
     EXPECT_TRUE(std::ranges::any_of(
         devices.microphones, [](const auto& device) { return device.id == AudioWorld::microphone && device.isDefault; }));
 
@@ -406,7 +406,7 @@ TEST_F(AudioRecording, RecordsAMicrophoneOfAnotherSampleRate)
     double loudest = 0;
     for (double time = 0; time < project.duration; time += 0.1)
         loudest = std::max(loudest, level(samples, time, time + 0.1));
-    EXPECT_NEAR(loudest, 0.125 / std::sqrt(2), 0.02) << "as loud as it was played";
+    EXPECT_NEAR(loudest, 0.125 / std::sqrt(2), 0.02) << "recorded at the level at which it was played";
 }
 
 } // namespace

@@ -16,7 +16,7 @@ namespace orvo::test {
 
 namespace {
 
-/// x264 in the place of a graphics card's encoder that takes no wider pictures than `width`.
+/// x264 as a stand-in for a hardware encoder that rejects frames wider than `width`.
 FrameEncoder limitedTo(int width)
 {
     return {.name = "x264enc",
@@ -32,7 +32,7 @@ TEST(FrameEncoderTests, PicksTheFirstThatTakesTheFrameSize)
     const std::array candidates{absent, limitedTo(400), limitedTo(800)};
     struct Case {
         FrameSize size;
-        std::string wanted; ///< Found in the options of the one that is chosen.
+        std::string wanted; ///< Part of the options of the chosen encoder; empty for none.
     };
     for (const auto& [size, wanted] : {Case{{320, 192}, "400"}, Case{{640, 360}, "800"}, Case{{1024, 360}, ""}}) {
         const auto found = FrameEncoder::firstThatWorks(candidates, size, 30);
@@ -45,7 +45,7 @@ TEST(FrameEncoderTests, PicksTheFirstThatTakesTheFrameSize)
 
 TEST(FrameEncoderTests, ContinuesTheFileInSoftwareWhenAnEncoderFails)
 {
-    // In the place of a graphics card's encoder: x264 behind something that fails. The key frames' distance is 60.
+    // x264 behind a failing element stands in for a hardware encoder. The key frame distance is 60.
     struct Case {
         const char* what;
         std::string options;
@@ -85,7 +85,7 @@ TEST(FrameEncoderTests, ContinuesTheFileInSoftwareWhenAnEncoderFails)
 
 TEST(FrameEncoderTests, SwitchesToTheFastestPresetWhenSoftwareIsTooSlow)
 {
-    // Frames come as fast as they are taken, so that they always wait.
+    // Frames arrive as fast as the encoder takes them, so that they always wait.
     constexpr FrameSize size{320, 180};
     const FrameEncoder slow{.name = "x264enc",
         .options = "tune=zerolatency speed-preset=veryslow",

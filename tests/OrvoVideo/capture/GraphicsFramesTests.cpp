@@ -16,7 +16,7 @@ namespace orvo::test {
 
 namespace {
 
-/// The format of what the reader returns.
+/// The format that the reader returns.
 GstCaps* plainFormat(GstBaseTransform*, GstPadDirection from, GstCaps*, GstCaps*)
 {
     return from == GST_PAD_SRC
@@ -43,7 +43,7 @@ void describe(gpointer type, gpointer)
     transform->transform_ip_on_passthrough = TRUE;
 }
 
-/// Registers an element that stands in the place of the graphics card: it reads frames in their memory.
+/// Registers a stand-in for the graphics card: an element that reads frames in their memory.
 void registerReader()
 {
     gst_init(nullptr, nullptr);
@@ -61,7 +61,7 @@ constexpr const char* reader = "testgraphicsreader ! videoconvert ! videoscale";
 TEST(GraphicsFramesTests, PassesGraphicsMemoryOrFallsBackToPlainMemory)
 {
     registerReader();
-    const AudioWorld world; // Its PipeWire is what streams need.
+    const AudioWorld world; // Its PipeWire serves the streams.
     struct Case {
         const char* what;
         std::string fitter;
@@ -69,10 +69,10 @@ TEST(GraphicsFramesTests, PassesGraphicsMemoryOrFallsBackToPlainMemory)
         std::optional<SharedScreen::Part> window = {};
     };
     for (const auto& [what, fitter, isRead, window] : {
-             Case{"can be read", reader, true},
-             Case{"cannot be imported", "identity", false},
-             Case{"can be read no longer", std::string("identity error-after=20 ! ") + reader, false},
-             Case{"hold more than the window", reader, false, SharedScreen::Part{40, 20, 160, 90}},
+             Case{"readable", reader, true},
+             Case{"not importable", "identity", false},
+             Case{"readable for 20 frames only", std::string("identity error-after=20 ! ") + reader, false},
+             Case{"larger than the window", reader, false, SharedScreen::Part{40, 20, 160, 90}},
          }) {
         const FrameEncoder encoder{.name = "x264enc",
             .options = "tune=zerolatency speed-preset=ultrafast",

@@ -15,8 +15,7 @@ namespace {
 
 constexpr double rate = AudioBlock::rate;
 
-/// A device whose clock runs a little faster than the recording's, and whose times are measured with some error. Every
-/// sample says when it really was: as the phase of a slow sine.
+/// A device whose clock drifts and whose times have errors. The phase of a slow sine shows the true time of every sample.
 struct Device {
     double faster = 0; ///< 0.0001 is a hundred parts in a million.
     double error = 0; ///< Seconds, at most.
@@ -38,7 +37,7 @@ struct Laid {
         return [this](std::span<const float> more) { samples.insert(samples.end(), more.begin(), more.end()); };
     }
 
-    /// How many seconds a place of the sound is away from what belongs there. The wave must be rising or falling there.
+    /// Seconds by which the audio at this time is displaced. The wave must be rising or falling there.
     double displacement(double time) const
     {
         const double slope = 2 * std::numbers::pi / waveLength * std::cos(2 * std::numbers::pi * time / waveLength);
@@ -83,8 +82,8 @@ TEST(AudioTimelineTests, FillsGapsWithSilence)
     Laid laid;
     AudioTimeline timeline(1, laid.sink());
     play(timeline, {}, 1.5, 4); // A device that appears late,
-    timeline.fillUntil(5); // says nothing,
-    play(timeline, {}, 9, 12); // and is back.
+    timeline.fillUntil(5); // falls silent,
+    play(timeline, {}, 9, 12); // and returns.
     timeline.fillUntil(13);
     ASSERT_EQ(laid.samples.size(), static_cast<std::size_t>(13 * rate));
     const auto isSilent = [&](double from, double to) {
@@ -99,7 +98,7 @@ TEST(AudioTimelineTests, FillsGapsWithSilence)
     EXPECT_TRUE(isSilent(12.03, 13));
 }
 
-/// A server that has just started loses some more audio, or reports a delay that is some hundredths of a second off.
+/// A restarted server loses some more audio, or reports a delay that is wrong by some hundredths of a second.
 TEST(AudioTimelineTests, CorrectsSmallErrorsAtOnceAfterAReconnection)
 {
     for (const double error : {0.05, 0.0, -0.05}) {
@@ -122,7 +121,7 @@ TEST(AudioTimelineTests, DropsLateAndOverlappingBlocks)
     play(timeline, {}, -0.5, 2); // Some of it before the beginning,
     play(timeline, {}, 0.5, 3); // a second and a half twice,
     timeline.fillUntil(6);
-    play(timeline, {}, 4, 8); // and two seconds that silence has taken the place of.
+    play(timeline, {}, 4, 8); // and two seconds already filled with silence.
     for (const double time : {0.1, 2.0, 2.6, 6.2, 7.8})
         EXPECT_NEAR(laid.displacement(time), 0, 0.001) << time;
     EXPECT_NEAR(static_cast<double>(timeline.length()) / rate, 8, 0.03);
@@ -150,7 +149,7 @@ TEST(FrameTimelineTests, ShowsTheLastOfFramesWithEqualTimes)
     const auto after = std::make_shared<FrameMemory>(FrameSize{2, 2});
     timeline.add(before, 0);
     timeline.add(menu, 2); // At the resume.
-    timeline.add(after, 2); // On its way then.
+    timeline.add(after, 2); // In transit at the resume.
     timeline.end(5);
     EXPECT_THAT(shown, testing::ElementsAre(std::pair(before.get(), 0.0), std::pair(after.get(), 2.0)));
 }
@@ -168,11 +167,11 @@ TEST(FrameTimelineTests, ShowsEachFrameUntilTheNext)
     });
     const auto a = std::make_shared<FrameMemory>(FrameSize{2, 2});
     const auto b = std::make_shared<FrameMemory>(FrameSize{2, 2});
-    timeline.standUntil(1); // Nothing stands yet.
-    timeline.add(a, 0.5); // The first picture is shown from the beginning on.
+    timeline.standUntil(1); // Ignored: there is no frame yet.
+    timeline.add(a, 0.5); // The first frame is shown from time 0.
     timeline.standUntil(2);
-    timeline.add(b, 1.9); // Its place is taken: it comes behind that, and is not lost.
-    timeline.add(a, 1.8); // Earlier than the one before.
+    timeline.add(b, 1.9); // Its time has passed: it follows directly.
+    timeline.add(a, 1.8); // Earlier than the previous one: dropped.
     timeline.add(b, 2.5);
     timeline.end(4);
     ASSERT_EQ(shown.size(), 5U);
@@ -212,7 +211,7 @@ TEST(FramePlaceTests, FillsTheRecordingOrLeavesBlack)
     };
     for (const auto& each : {
              Case{{640, 360}, {640, 360}, {0, 0, {640, 360}}},
-             Case{{641, 361}, {640, 360}, {0, 0, {640, 360}}}, // The size that such a source is recorded with.
+             Case{{641, 361}, {640, 360}, {0, 0, {640, 360}}}, // The recording size of such a source.
              Case{{2560, 1440}, {1920, 1080}, {0, 0, {1920, 1080}}},
              Case{{1366, 769}, {1364, 768}, {0, 0, {1364, 768}}},
              Case{{320, 180}, {640, 360}, {160, 90, {320, 180}}}, // A window made smaller is not enlarged.

@@ -19,7 +19,7 @@ class PointerMonitorTests : public testing::Test {
 protected:
     PointerMonitorTests() { display.enter(); }
 
-    /// Clicks the button, and has seen what comes of that when a left click after it is counted, too.
+    /// Clicks the button, then the left one, and waits until the reports of both have arrived.
     void clickAndWait(int button)
     {
         const int before = presses;
@@ -46,9 +46,9 @@ TEST_F(PointerMonitorTests, ReportsPositionAndPressesInAnyApplication)
     clickAndWait(3);
     EXPECT_EQ(presses, 4);
     clickAndWait(2);
-    EXPECT_EQ(presses, 5) << "the middle button is no press";
+    EXPECT_EQ(presses, 5) << "the middle button is not reported";
     clickAndWait(4);
-    EXPECT_EQ(presses, 6) << "the wheel is no press";
+    EXPECT_EQ(presses, 6) << "the wheel is not reported";
 
     monitor->onPress(nullptr);
     std::atomic<int> others = 0;
@@ -56,7 +56,7 @@ TEST_F(PointerMonitorTests, ReportsPositionAndPressesInAnyApplication)
     monitor->onPress([&] { ++others; });
     ASSERT_TRUE(display.xdotool({"click", "1"}));
     ASSERT_TRUE(comesToHold([&] { return others > 0; }));
-    EXPECT_EQ(presses, 6) << "the function that was set before is called no more";
+    EXPECT_EQ(presses, 6) << "the replaced function is no longer called";
 }
 
 TEST_F(PointerMonitorTests, SeesPressesWhileAnotherProgramGrabsThePointer)

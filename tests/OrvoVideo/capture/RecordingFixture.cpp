@@ -50,7 +50,7 @@ void RecordingFixture::waitFor(const RecordingSession& session, double seconds)
     const auto limit = CaptureClock::now() + std::chrono::seconds(60);
     while (session.time() < seconds) {
         if (CaptureClock::now() > limit)
-            throw std::runtime_error("nothing is recorded");
+            throw std::runtime_error("the recording time stands still");
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
 }

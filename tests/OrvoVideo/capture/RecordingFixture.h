@@ -18,34 +18,34 @@
 
 namespace orvo::test {
 
-/// A display of 640×360 of its own, an empty library, and an engine that records.
+/// A private display of 640×360, an empty library, and a capture engine.
 class RecordingFixture : public testing::Test {
 protected:
     RecordingFixture();
 
-    /// A plan for this source without any sound.
+    /// A plan for this source without audio.
     static RecordingSession::Plan planOf(const CaptureSource& source);
 
     std::unique_ptr<RecordingSession> start(const RecordingSession::Plan& plan);
 
-    /// Records for so many seconds of the recording.
+    /// Records until the recording time reaches `seconds`.
     RecordingSession::Result record(const RecordingSession::Plan& plan, double seconds);
 
-    /// Waits until the recording is so long.
+    /// Waits until the recording time reaches `seconds`.
     static void waitFor(const RecordingSession& session, double seconds);
 
-    /// What the session has told; empty while there is nothing.
+    /// The error that the session reported, or empty.
     std::string error() const;
 
-    /// What the session has told of microphone and camera, in the order of telling.
+    /// The changes of microphone and camera that the session reported, in order.
     std::vector<std::pair<TrackKind, bool>> devices() const;
 
     std::filesystem::path mediaOf(const VideoProject& project, TrackKind kind) const;
 
-    /// The four colours of the pattern are in the corners of this part of the picture.
+    /// Expects the four colours of the pattern in the corners of this part of the frame.
     static void expectCorners(const Frame& frame, const PatternWindow::Place& place);
 
-    /// Every frame shows the time at which it is shown, less what it took from drawing to recording; nothing drifts.
+    /// Expects a constant delay between the time that each frame shows and its own time: no drift.
     static void expectEvenTime(const std::vector<TimePattern::TimedFrame>& frames);
 
     /// Runs a program to its end on the display.

@@ -43,7 +43,7 @@ protected:
         return block;
     }
 
-    /// How bright a file is in even steps of time.
+    /// The brightness of a file, `rate` times per second.
     std::vector<int> brightness(const fs::path& file, int rate) const
     {
         const fs::path even = folder / "even.mkv";
@@ -81,7 +81,7 @@ TEST_F(SampleWriterTests, PlacesAudioAtItsTime)
                 ++i;
             return static_cast<double>(i) / 48'000;
         };
-        EXPECT_NEAR(onset(0), 1.0, 0.003) << "what the encoder adds before the sound is taken off";
+        EXPECT_NEAR(onset(0), 1.0, 0.003) << "the encoder's delay is removed";
         EXPECT_NEAR(onset(2), 2.5, 0.003);
         EXPECT_LT(level(samples, 1.53, 2.47), 0.01);
     }
@@ -89,7 +89,7 @@ TEST_F(SampleWriterTests, PlacesAudioAtItsTime)
 
 TEST_F(SampleWriterTests, ShowsLateFrames)
 {
-    // A screen that stands still but for one change, which is told after the writer was asked to go on.
+    // A still screen with one change, which arrives after the writer has advanced past it.
     SampleWriter screen(folder / "screen.mov", {.size = size});
     screen.append(frameAt(0, 40), origin);
     for (const double time : {0.1, 0.2, 0.3}) {
@@ -105,7 +105,7 @@ TEST_F(SampleWriterTests, ShowsLateFrames)
     EXPECT_GT(shown[7], 180);
     EXPECT_GT(shown[40], 180);
 
-    // A camera in the dark: few pictures, each of them of a while ago, and some of longer ago than anything waits for.
+    // A camera in the dark: few frames, which arrive late, some of them later than the writer waits.
     for (const double delay : {0.3, 1.4}) {
         SampleWriter camera(folder / "camera.mov", {.size = size});
         for (int i = 0; i < 40; ++i) {
@@ -155,7 +155,7 @@ TEST_F(SampleWriterTests, ReportsTheFirstFailureOnce)
     EXPECT_THROW(SampleWriter(folder / "missing/screen.mov", {.size = size}), fs::filesystem_error);
     EXPECT_THROW(SampleWriter(folder / "missing/audio.m4a", {}), fs::filesystem_error);
     {
-        // A system without an encoder for sound says so before anything is recorded.
+        // A missing audio encoder is reported before the recording.
         GstRegistry* registry = gst_registry_get();
         GstPluginFeature* encoder = gst_registry_lookup_feature(registry, "avenc_aac");
         ASSERT_TRUE(encoder);
@@ -165,17 +165,17 @@ TEST_F(SampleWriterTests, ReportsTheFirstFailureOnce)
         gst_object_unref(encoder);
     }
 
-    std::atomic<int> told = 0;
-    SampleWriter writer(folder / "audio.m4a", {.onFailure = [&](const std::exception_ptr&) { ++told; }});
+    std::atomic<int> reports = 0;
+    SampleWriter writer(folder / "audio.m4a", {.onFailure = [&](const std::exception_ptr&) { ++reports; }});
     {
         const FileSizeLimit full(60'000);
-        for (int i = 0; i < 30 && told == 0; ++i) {
+        for (int i = 0; i < 30 && reports == 0; ++i) {
             writer.append(audio(i, 1), origin);
             std::this_thread::sleep_for(50ms);
         }
         EXPECT_THROW(writer.finish(at(30)), Error);
     }
-    EXPECT_EQ(told, 1);
+    EXPECT_EQ(reports, 1);
     EXPECT_GT(level(decodeAudio(writer.url()), 0, 1), 0.1);
 }
 

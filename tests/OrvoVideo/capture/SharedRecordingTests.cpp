@@ -10,7 +10,7 @@ namespace orvo::test {
 
 namespace {
 
-/// Recordings of a stream as the portal opens it.
+/// Recordings of a stream like the portal's.
 class SharedRecording : public RecordingFixture {
 protected:
     RecordingSession::Plan share(const SharedScreen::Form& form)
@@ -43,7 +43,7 @@ protected:
         return decodeFrames(file);
     }
 
-    AudioWorld world; // Its PipeWire is what streams need.
+    AudioWorld world; // Its PipeWire serves the streams.
     std::unique_ptr<SharedScreen> screen;
 };
 
@@ -51,14 +51,14 @@ TEST_F(SharedRecording, StartsBeforeTheFirstFrame)
 {
     const auto plan = share({.draws = false});
     auto session = start(plan);
-    waitFor(*session, 3); // Its time runs though nothing has come.
+    waitFor(*session, 3); // The time runs although no frame has arrived.
     screen->beginToDraw();
     waitFor(*session, 4.5);
     const auto project = session->stop().project;
     EXPECT_EQ(project.state, ProjectState::ready);
     const auto frames = framesOf(project);
     ASSERT_GT(frames.size(), 10U);
-    expectShared(frames.front()); // What is drawn first stands for what was there before.
+    expectShared(frames.front()); // The first frame also covers the time before it.
     expectShared(frames.back());
 }
 
@@ -68,7 +68,7 @@ TEST_F(SharedRecording, RecordsBlackWithAudioWithoutFrames)
     plan.options.microphone = true;
     auto session = start(plan);
     waitFor(*session, 5);
-    // What is there if the process ends now.
+    // The file as if the process ended now.
     const auto copy = folder / "copy.mov";
     std::filesystem::copy_file(mediaOf(session->project(), TrackKind::screen), copy);
     EXPECT_THAT(decodeFrames(copy), testing::Not(testing::IsEmpty()));

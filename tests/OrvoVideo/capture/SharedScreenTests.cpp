@@ -38,17 +38,17 @@ protected:
         return newest;
     }
 
-    /// Whether a pixel of the newest picture is red, or blue if not.
+    /// Whether a pixel of the frame is red or blue.
     static bool isRed(const CapturedFrame& frame, int x, int y) { return chroma(frame, x, y) > 60; }
     static bool isBlue(const CapturedFrame& frame, int x, int y) { return chroma(frame, x, y) < -60; }
-    /// By how much a pixel is redder than it is blue, as coded.
+    /// The red minus the blue chroma of a pixel.
     static int chroma(const CapturedFrame& frame, int x, int y)
     {
         const auto at = std::ptrdiff_t{y} / 2 * frame.memory->chromaStride() + x / 2;
         return frame.memory->red()[at] - frame.memory->blue()[at];
     }
 
-    AudioWorld world; // Its PipeWire is what streams need.
+    AudioWorld world; // Its PipeWire serves the streams.
     std::mutex mutex;
     CapturedFrame newest;
     CaptureSource source{.id = "d1"};
@@ -70,7 +70,7 @@ TEST_F(SharedScreenTests, DeliversFramesAndPointerToSeveralReaders)
     screen->movePointer(100, 60);
     ASSERT_TRUE(comesToHold([&] { return stream->view().pointer == Point{1050, 530}; })) << "in the global display space";
     screen->losePointer();
-    EXPECT_TRUE(comesToHold([&] { return !stream->view().pointer; })) << "on another screen it is nowhere on this one";
+    EXPECT_TRUE(comesToHold([&] { return !stream->view().pointer; })) << "the pointer is on another screen";
     screen.reset();
     EXPECT_THROW(ScreenStream::open(source, {.size = {160, 90}})->start({}), Error);
 }

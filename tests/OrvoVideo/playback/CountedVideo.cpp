@@ -15,7 +15,7 @@ constexpr int bits = 12;
 
 void CountedVideo::write(const std::filesystem::path& file) const
 {
-    // The upper quarter holds the bits, the next one their opposites, the rest is grey.
+    // The upper quarter holds the bits, the next one their complements, the rest is grey.
     std::string bars = "drawbox=x=0:y=0:w=iw:h=floor(ih/4):color=black:t=fill,"
                        "drawbox=x=0:y=floor(ih/4):w=iw:h=floor(ih/2)-floor(ih/4):color=white:t=fill";
     for (int i = 0; i < bits; ++i) {

@@ -9,7 +9,7 @@
 
 namespace orvo::test {
 
-/// A video whose every picture carries its number in bars, so that a program can read which one it sees.
+/// A video whose frames show their numbers as bars, for `frameNumber`.
 struct CountedVideo {
     int width = 320;
     int height = 180;
@@ -22,10 +22,10 @@ struct CountedVideo {
     void write(const std::filesystem::path& file) const;
 };
 
-/// The number of the picture seen in `place` of an image; nothing when there is none.
+/// The number of the frame shown in `place` of an image; nullopt if it cannot be read.
 std::optional<int> frameNumber(const QImage& image, QRect place);
 
-/// As above, with the picture filling the image.
+/// The number of a frame that fills the image.
 std::optional<int> frameNumber(const QImage& image);
 
 } // namespace orvo::test

@@ -54,7 +54,7 @@ testing::AssertionResult PlayerRig::load(const PreviewComposition& composition)
     const auto failed = failures.size();
     player().load(composition);
     if (!waitUntil([&] { return answers() > before; }))
-        return testing::AssertionFailure() << "no answer to a load";
+        return testing::AssertionFailure() << "the load reports no result";
     return failures.size() == failed ? testing::AssertionSuccess() : testing::AssertionFailure() << failures.back();
 }
 
@@ -63,7 +63,7 @@ testing::AssertionResult PlayerRig::seek(double seconds)
     const auto before = seeks.size();
     player().seek(seconds);
     return waitUntil([&] { return seeks.size() > before; }) ? testing::AssertionSuccess()
-                                                            : testing::AssertionFailure() << "no end of a seek";
+                                                            : testing::AssertionFailure() << "the seek does not finish";
 }
 
 } // namespace orvo::test

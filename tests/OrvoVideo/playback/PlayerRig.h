@@ -12,22 +12,22 @@
 
 namespace orvo::test {
 
-/// A preview player whose sound keeps time but goes nowhere (or where `soundSink` says), and what it has told so far.
+/// A preview player and the signals that it has emitted. By default its audio keeps time but is not played.
 class PlayerRig {
 public:
-    /// Looks at files with `probe`; without one, with ffprobe.
+    /// Probes files with `probe`; if null, with ffprobe.
     explicit PlayerRig(const std::string& audioSink = "fakesink sync=true", std::unique_ptr<MediaProbe> probe = nullptr);
 
     PreviewPlayer& player() { return *m_player; }
-    /// Ends the player in whatever state it is.
+    /// Destroys the player in its current state.
     void destroyPlayer() { m_player.reset(); }
 
-    /// Runs the event loop until `condition` holds; false when it does not within a generous time.
+    /// Runs the event loop until `condition` holds. Returns false after a generous limit.
     static bool waitUntil(const std::function<bool()>& condition) { return comesToHold(condition); }
 
-    /// Loads and waits for the answer.
+    /// Loads and waits for the result.
     testing::AssertionResult load(const PreviewComposition& composition);
-    /// Seeks and waits until that has ended.
+    /// Seeks and waits for the end of the seek.
     testing::AssertionResult seek(double seconds);
 
     int loads = 0;

@@ -28,7 +28,7 @@ protected:
         return file;
     }
 
-    /// 90 pictures of 320×180 with B-frames and a key frame each second.
+    /// 90 frames of 320×180 with B-frames and a key frame each second.
     static fs::path plain() { return video("plain.mov", {}); }
 
     static PreviewComposition composition(std::vector<PreviewComposition::VideoClip> clips)
@@ -39,7 +39,7 @@ protected:
     static inline std::unique_ptr<TemporaryFolder> folder;
 };
 
-/// Seeks to each of the composition's frames in a shuffled order, and with steps of one frame both ways.
+/// Frames to seek to: the ends, steps of one frame both ways, and random ones.
 std::vector<long> wanderingFrames(long count)
 {
     std::vector<long> frames{0, count - 1, 0, count / 2};
@@ -133,7 +133,7 @@ TEST_F(PreviewFrames, ShowsClipsAtTheirStartsAndBlackBetween)
 {
     const fs::path shorter = video("short.mov", {.seconds = 1, .filter = ",lutyuv=u=90"});
     PlayerRig rig;
-    // 0–1 black, 1–4 plain, at 2–3 covered by the later clip, 4–6 black, 6–7 the short one, and a slip of black before 7.1.
+    // 0–1 black, 1–4 plain, at 2–3 covered by the later clip, 4–6 black, 6–7 the short one, and a short gap before 7.1.
     ASSERT_TRUE(rig.load(composition({{.file = plain(), .start = 1}, {.file = shorter, .start = 2},
         {.file = shorter, .start = 6}, {.file = shorter, .start = 7.1}})));
     const auto isBlack = [](const QImage& image) {
@@ -154,7 +154,7 @@ TEST_F(PreviewFrames, ShowsClipsAtTheirStartsAndBlackBetween)
 
 TEST_F(PreviewFrames, FitsFramesUprightAndCentred)
 {
-    // The phone's picture is stored lying and marked to be turned.
+    // Phones store rotated frames and mark the rotation.
     const auto phone = [](const std::string& name, const std::string& stored, const std::string& marked) {
         const fs::path lying = video("lying-" + name, {.width = 180, .height = 320, .filter = stored});
         const fs::path file = *folder / name;
@@ -172,7 +172,7 @@ TEST_F(PreviewFrames, FitsFramesUprightAndCentred)
         {"taller canvas", plain(), {320, 480}, {0, 150, 320, 180}},
         {"scaled down", plain(), {160, 160}, {0, 35, 160, 90}},
         {"scaled up", plain(), {640, 400}, {0, 20, 640, 360}},
-        {"odd picture and canvas",
+        {"odd frame and canvas",
             video("odd.mkv", {.width = 243, .height = 135, .filter = ",format=yuv444p", .options = {"-pix_fmt", "yuv444p"}}),
             {321, 201}, {0, 11, 321, 178}},
         {"stored 90°", phone("turned-90.mp4", ",transpose=2", "-90"), {320, 320}, {70, 0, 180, 320}},
@@ -190,7 +190,7 @@ TEST_F(PreviewFrames, FitsFramesUprightAndCentred)
         const QImage image = rig.player().frame();
         ASSERT_EQ(image.size(), canvas);
         EXPECT_EQ(frameNumber(image, place), 30);
-        // Just outside the picture it is black, just inside it is not.
+        // Just outside the frame it is black, just inside it is not.
         const QPoint middle = place.center();
         const QPoint grey(middle.x(), place.bottom() - 3);
         EXPECT_NEAR(qGray(image.pixel(grey)), 130, 12);
@@ -208,8 +208,8 @@ TEST_F(PreviewFrames, FitsFramesUprightAndCentred)
 
 TEST_F(PreviewFrames, OpensRotatedFramesOfAnyWidth)
 {
-    // A decoder that writes into shared memory takes the process with it now and then, when the coding has no whole blocks
-    // for the width and the picture is turned.
+    // With direct rendering, decoders occasionally abort the process for rotated frames whose width is not a whole number
+    // of blocks.
     const fs::path stored = video("narrow.mp4", {.width = 180, .height = 320, .filter = ",hflip,vflip"});
     const fs::path file = *folder / "narrow-turned.mp4";
     ffmpeg({"-display_rotation", "180", "-i", stored.string(), "-c", "copy", file.string()});

@@ -37,7 +37,7 @@ TEST(PreviewItem, ShowsTheFrameFittedAndCentred)
     EXPECT_EQ(QColor(shown.pixel(place.left() - 3, 100)), QColor(Qt::blue));
     EXPECT_EQ(QColor(shown.pixel(place.right() + 4, 100)), QColor(Qt::blue));
 
-    // A smaller item gets a smaller picture.
+    // A smaller item gets smaller frames.
     item.setSize(QSizeF(160, 100));
     ASSERT_TRUE(rig.waitUntil([&] { return rig.player().frame().size() == QSize(160, 90); }));
     item.setMagnification(2);
@@ -45,7 +45,7 @@ TEST(PreviewItem, ShowsTheFrameFittedAndCentred)
 
     rig.player().clear();
     ASSERT_TRUE(rig.waitUntil([&] { return QColor(window.grabWindow().pixel(80, 50)) == QColor(Qt::blue); }));
-    // A player may go before the item that shows it.
+    // The player may be destroyed before the item.
     rig.destroyPlayer();
     EXPECT_EQ(item.player(), nullptr);
     item.update();

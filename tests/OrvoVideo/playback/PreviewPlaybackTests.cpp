@@ -70,14 +70,14 @@ TEST_F(PreviewPlayback, PlaysToTheEndInOrder)
         ASSERT_TRUE(rig.waitUntil([&] { return rig.ends == 1; }));
         EXPECT_THAT(rig.rates, testing::ElementsAre(1, 0));
         const auto seen = numbers(rig.frames);
-        EXPECT_TRUE(std::ranges::is_sorted(seen, std::less_equal<>{})) << "a picture was shown twice or out of order";
+        EXPECT_TRUE(std::ranges::is_sorted(seen, std::less_equal<>{})) << "a frame was shown twice or out of order";
         EXPECT_EQ(seen.back(), 59);
-        // However slow the machine, more than a few pictures are seen.
+        // Even a slow machine shows more than a few frames.
         EXPECT_GT(seen.size(), 10U);
         EXPECT_NEAR(rig.player().position(), 2, 0.1);
         EXPECT_TRUE(std::ranges::is_sorted(rig.times));
         EXPECT_GE(rig.times.size(), 6U);
-        // At the end, playing ends at once again.
+        // At the end, playback ends at once.
         rig.player().play();
         ASSERT_TRUE(rig.waitUntil([&] { return rig.ends == 2; }));
     }
@@ -96,7 +96,7 @@ TEST_F(PreviewPlayback, PlaysAtOtherSpeedsAndBackwards)
         ASSERT_TRUE(positionPasses(rig.player().position() + std::min(rate, 1.0)));
         rig.player().pause();
         EXPECT_EQ(rig.player().rate(), 0);
-        // A seek comes after the pause, so its picture and time are the paused ones.
+        // The seek follows the pause, so that frame and time are those of the paused player.
         ASSERT_TRUE(rig.seek(rig.player().position() + 1 / 60.0));
         const double paused = rig.player().position();
         EXPECT_EQ(frameNumber(rig.player().frame()), std::lround(std::floor(paused * 30 + 0.03)));
@@ -159,12 +159,12 @@ TEST_F(PreviewPlayback, UsesPreparedFrames)
     source.open({});
     for (const double time : {0.5166, 7.3166, 3.8499, 11.0833, 2.9166, 9.4499}) {
         source.prepare(time);
-        // What was prepared begins at the time itself; had it been fetched anew, it would begin where its frame does.
+        // A prepared frame starts at the requested time; one that is decoded again starts at its own.
         EXPECT_NEAR(source.frameAt(time, VideoSource::Want::Exact, {}).sample.start, time, 1e-5);
     }
 }
 
-/// The amplitude of one tone in a stretch of sound.
+/// The amplitude of one frequency in a span of the audio.
 double amplitude(const std::vector<float>& samples, double frequency, double from, double to)
 {
     double sine = 0;
@@ -182,7 +182,7 @@ double amplitude(const std::vector<float>& samples, double frequency, double fro
 TEST_F(PreviewPlayback, MixesTracksAtTheirStartsAndGains)
 {
     const std::string heard = path("heard.wav");
-    const double unit = 0.125; // what the tone generator gives
+    const double unit = 0.125; // The tone generator's amplitude.
     {
         PlayerRig rig("audioconvert ! audioresample ! audio/x-raw,format=F32LE,rate=48000,channels=1 ! wavenc ! filesink "
                       "sync=true location="
@@ -192,7 +192,7 @@ TEST_F(PreviewPlayback, MixesTracksAtTheirStartsAndGains)
                 {.file = path("video.mov")}})));
         rig.player().play();
         ASSERT_TRUE(rig.waitUntil([&] { return rig.player().position() >= 1.0; }));
-        // Heard a little later, when the buffers between have been played.
+        // Takes effect after the buffered audio.
         rig.player().setVolume(0, 2);
         rig.player().setVolume(17, 1);
         ASSERT_TRUE(rig.waitUntil([&] { return rig.ends == 1; }));
@@ -204,7 +204,7 @@ TEST_F(PreviewPlayback, MixesTracksAtTheirStartsAndGains)
     EXPECT_NEAR(amplitude(samples, 300, 0.1, 0.48), 0, 0.004);
     EXPECT_NEAR(amplitude(samples, 300, 0.6, 1.4), unit, 0.01);
     EXPECT_NEAR(amplitude(samples, 300, 1.55, 1.9), 0, 0.004);
-    // No gap: no stretch of 5 ms is silent while the tone plays.
+    // No gap: no span of 5 ms is silent while the tone plays.
     for (std::size_t at = 4800; at + 240 < 91200; at += 240) {
         const auto loudest = *std::max_element(
             samples.begin() + static_cast<std::ptrdiff_t>(at), samples.begin() + static_cast<std::ptrdiff_t>(at + 240));
@@ -215,7 +215,7 @@ TEST_F(PreviewPlayback, MixesTracksAtTheirStartsAndGains)
 TEST_F(PreviewPlayback, PlaysAudioOnlyAndSilentFiles)
 {
     PlayerRig rig;
-    // A sound file given as video and a silent video given as sound are left out of that part.
+    // An audio file adds no video, and a silent video no audio.
     ASSERT_TRUE(
         rig.load(composition({{.file = path("tone.m4a")}}, {{.file = path("low.m4a")}, {.file = path("video.mov")}})));
     EXPECT_EQ(rig.player().frame().size(), QSize(320, 180));
@@ -291,10 +291,10 @@ TEST_F(PreviewPlayback, ReportsOnlyTheLastLoad)
     EXPECT_EQ(frameNumber(rig.player().frame()), 15);
     EXPECT_THAT(rig.seeks, testing::ElementsAre(0.5));
 
-    // Loads that are replaced while they run.
+    // Loads that are replaced while running.
     for (int i = 0; i < 5; ++i) {
         rig.player().load(composition({{.file = path("long.mov")}}, {{.file = path("low.m4a")}}));
-        QThread::msleep(5 * static_cast<unsigned long>(i)); // the moment is meant to differ
+        QThread::msleep(5 * static_cast<unsigned long>(i)); // Varies the moment.
     }
     rig.loads = 0;
     ASSERT_TRUE(rig.load(videoAndTone()));
@@ -322,7 +322,7 @@ TEST_F(PreviewPlayback, PlaysNothingAfterClear)
 /// Counts how often the files of a folder are opened.
 class Openings {
 public:
-    /// The queue merges equal events that follow one another: closings keep openings of one file apart.
+    /// The queue merges equal consecutive events; closing events keep the openings of one file apart.
     explicit Openings(const fs::path& folder) { ::inotify_add_watch(m_queue, folder.c_str(), IN_OPEN | IN_CLOSE); }
     ~Openings() { ::close(m_queue); }
     Openings(const Openings&) = delete;
@@ -347,7 +347,7 @@ private:
     int m_queue = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
 };
 
-/// Knows the clips of a test without opening them.
+/// Describes the clips of a test without opening them.
 class KnownClips final : public MediaProbe {
 public:
     MediaFacts facts(const fs::path&, const std::stop_token&) const override
@@ -397,7 +397,7 @@ TEST_F(PreviewPlayback, DestroysThePlayerInAnyState)
     for (int turns = 0; turns < 6; ++turns) {
         PlayerRig loading;
         loading.player().load(long2);
-        QThread::msleep(8 * static_cast<unsigned long>(turns)); // the moment is meant to differ
+        QThread::msleep(8 * static_cast<unsigned long>(turns)); // Varies the moment.
         loading.destroyPlayer();
     }
     for (int turns = 0; turns < 6; ++turns) {
@@ -418,7 +418,7 @@ TEST_F(PreviewPlayback, DestroysThePlayerInAnyState)
 
 TEST(HeardSpans, FadesAtSpanEndsAndSilencesTheRest)
 {
-    EXPECT_EQ(HeardSpans().gain(5), 1) << "without any everything is heard";
+    EXPECT_EQ(HeardSpans().gain(5), 1) << "without spans, everything is audible";
     const HeardSpans spans(
         {{.span = {.start = 1, .end = 3}, .fadeIn = 0.5, .fadeOut = 0.25}, {.span = {.start = 4, .end = 5}}});
     for (const auto& [time, gain] :
