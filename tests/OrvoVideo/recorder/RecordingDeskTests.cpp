@@ -30,7 +30,7 @@ protected:
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&window->window()));
         model->recorder()->capture()->loadSources();
         ASSERT_TRUE(comesToHold([&] { return model->recorder()->capture()->sources()->count() == 2; }));
-        // The one on the left, whatever their order.
+        // Selects the left one, whatever their order.
         const int row = model->recorder()->capture()->sources()->get(0).value("rect").toRectF().x() == 0 ? 0 : 1;
         model->recorder()->capture()->setSourceID(
             model->recorder()->capture()->sources()->get(row).value("sourceId").toString());
@@ -52,7 +52,7 @@ protected:
         }));
     }
 
-    /// Presses a button of the bar once it can be.
+    /// Presses a button of the bar as soon as it is enabled.
     static void press(const char* name)
     {
         QQuickItem* button = nullptr;
@@ -87,7 +87,7 @@ TEST_F(RecordingDeskTests, HidesOurWindowsWhileADisplayIsRecorded)
     EXPECT_FALSE(window->window().isVisible());
     auto* countdown = windowCalled("Cuenta atrás");
     ASSERT_TRUE(countdown);
-    EXPECT_LE((countdown->geometry().center() - QPoint(320, 400)).manhattanLength(), 4) << "on what will be recorded";
+    EXPECT_LE((countdown->geometry().center() - QPoint(320, 400)).manhattanLength(), 4) << "on the monitor to record";
 
     ASSERT_TRUE(comesToHold([&] { return model->isRecording() && model->recorder()->time() > 1; }));
     EXPECT_FALSE(windowCalled("Cuenta atrás"));
@@ -102,7 +102,7 @@ TEST_F(RecordingDeskTests, HidesOurWindowsWhileADisplayIsRecorded)
     EXPECT_TRUE(window->window().isVisible());
     EXPECT_FALSE(windowCalled("Grabando"));
 
-    // The display is black: whatever of ours had been on it would be seen.
+    // The display is black, so that any of our windows would show.
     for (const auto& frame : decodeFrames(store.mediaURL(project(), "media/screen.mov")))
         ASSERT_LT(frame.mean(0, 0, 1, 1).brightness(), 3);
 }
@@ -139,7 +139,7 @@ TEST_F(RecordingDeskTests, MovesADiscardedRecordingToTheTrashAfterConfirmation)
     press("barMore");
     press("barDiscard");
     press("barKeep");
-    EXPECT_TRUE(model->isRecording()) << "nothing is lost by accident";
+    EXPECT_TRUE(model->isRecording()) << "discarding needs confirmation";
     press("barMore");
     press("barDiscard");
     press("barConfirm");
@@ -148,7 +148,7 @@ TEST_F(RecordingDeskTests, MovesADiscardedRecordingToTheTrashAfterConfirmation)
     EXPECT_FALSE(std::filesystem::exists(recorded));
     const auto inTrash = testData() / "Trash/files" / recorded.filename();
     EXPECT_TRUE(std::filesystem::exists(inTrash / "media/screen.mov"));
-    EXPECT_TRUE(comesToHold([&] { return model->hasProject() && project().id == before.id; })) << "what was open is again";
+    EXPECT_TRUE(comesToHold([&] { return model->hasProject() && project().id == before.id; })) << "the previous project is open again";
     EXPECT_TRUE(comesToHold([&] { return model->projects().size() == 1; }));
     EXPECT_TRUE(window->window().isVisible());
 }
@@ -164,7 +164,7 @@ TEST_F(RecordingDeskTests, RetakesTheSameRegion)
     press("barRetake");
     press("barConfirm");
     ASSERT_TRUE(comesToHold([&] { return model->isRecording() && model->hasProject() && project().id != first; }));
-    EXPECT_EQ(picker->asked.size(), 1U) << "nobody is asked for the region again";
+    EXPECT_EQ(picker->asked.size(), 1U) << "the region is not picked again";
     EXPECT_EQ(model->recorder()->captured()->area, *picker->region);
     ASSERT_TRUE(comesToHold([&] { return model->recorder()->time() > 0.5; }));
     press("barStop");
@@ -206,7 +206,7 @@ TEST_F(RecordingDeskTests, ShowsTheKeysInANotificationWhenTheBarHasNoRoom)
     model->cancel();
     ASSERT_TRUE(comesToHold([&] { return !model->busy(); }));
 
-    // Both monitors are one display for this.
+    // A region over both monitors leaves no room.
     model->recorder()->capture()->setMode("region");
     picker->region = Rect{0, 0, 1920, 800};
     model->startRecording();
@@ -214,7 +214,7 @@ TEST_F(RecordingDeskTests, ShowsTheKeysInANotificationWhenTheBarHasNoRoom)
     EXPECT_TRUE(notifications.text.startsWith("Ctrl+Alt+Super+R: terminar y guardar")) << notifications.text.toStdString();
     EXPECT_TRUE(notifications.actions.isEmpty());
     ASSERT_TRUE(comesToHold([&] { return model->isRecording(); }));
-    EXPECT_TRUE(comesToHold([&] { return notifications.title.isEmpty(); })) << "it would be in the recording";
+    EXPECT_TRUE(comesToHold([&] { return notifications.title.isEmpty(); })) << "it would be recorded";
     EXPECT_FALSE(windowCalled("Grabando"));
     model->stopRecording();
     ASSERT_TRUE(idleSoon());
@@ -223,7 +223,7 @@ TEST_F(RecordingDeskTests, ShowsTheKeysInANotificationWhenTheBarHasNoRoom)
 TEST_F(RecordingDeskTests, HidesAndRestoresEveryWindow)
 {
     begin();
-    QWindow settings; // As the settings and file panels are: of the main window, and with the keyboard.
+    QWindow settings; // Like the settings and file panels: transient for the main window, and focused.
     settings.setTitle("Ajustes");
     settings.setTransientParent(&window->window());
     settings.setGeometry(50, 60, 200, 200);
@@ -255,7 +255,7 @@ TEST_F(RecordingDeskTests, HidesAndRestoresEveryWindow)
         EXPECT_EQ(settings.geometry(), QRect(50, 60, 200, 200));
         EXPECT_EQ(panel.geometry(), QRect(100, 300, 200, 200));
         EXPECT_TRUE(settings.isVisible() && panel.isVisible());
-        EXPECT_TRUE(comesToHold([&] { return QGuiApplication::focusWindow() == &settings; })) << "the keyboard is there";
+        EXPECT_TRUE(comesToHold([&] { return QGuiApplication::focusWindow() == &settings; })) << "it has the focus again";
     }
 }
 
@@ -269,12 +269,12 @@ TEST(RecordingBarPlaceTests, PlacesTheBarOutsideTheRecordedArea)
         std::optional<QPoint> corner;
     };
     for (const auto& [what, recorded, corner] : {
-             Case{"all of it", screen, std::nullopt},
+             Case{"the whole screen", screen, std::nullopt},
              Case{"another display", {1920, 0, 1280, 1024}, QPoint(1908 - 100, 1068 - 40)},
              Case{"a part in the middle", {500, 300, 900, 500}, QPoint(1908 - 100, 1068 - 40)},
-             Case{"a part in that corner", {960, 540, 960, 540}, QPoint(12, 1068 - 40)},
+             Case{"the lower right quarter", {960, 540, 960, 540}, QPoint(12, 1068 - 40)},
              Case{"the lower half", {0, 540, 1920, 540}, QPoint(1908 - 100, 12)},
-             Case{"nothing that is known", {}, QPoint(1908 - 100, 1068 - 40)},
+             Case{"an unknown area", {}, QPoint(1908 - 100, 1068 - 40)},
          }) {
         const auto place = RecordingDesk::freeCorner(recorded, screen, mark);
         EXPECT_EQ(place ? std::optional(place->topLeft()) : std::nullopt, corner) << what;
@@ -287,7 +287,7 @@ TEST(RecordingBarPlaceTests, PlacesTheBarOutsideTheRecordedArea)
 TEST(RecordingBarPlaceTests, ComparesPixelsOnScaledScreens)
 {
     const QSize mark(100, 40);
-    // The monitor on the right has 1280×800 pixels from 640 on, which its windows see as 853×533.
+    // The right monitor starts at 640 and has 1280×800 pixels, which are 853×533 units.
     const QRect right = screenOf({640, 0, 1280, 800})->geometry();
     ASSERT_EQ(right, QRect(640, 0, 853, 533));
     struct Case {
@@ -296,10 +296,10 @@ TEST(RecordingBarPlaceTests, ComparesPixelsOnScaledScreens)
         QRect expected;
     };
     for (const auto& [what, recorded, expected] : {
-             Case{"the right corner below", {1500, 500, 420, 300}, QRect({652, 481}, mark)},
+             Case{"the lower right corner", {1500, 500, 420, 300}, QRect({652, 481}, mark)},
              Case{"the lower half", {640, 400, 1280, 400}, QRect({1381, 12}, mark)},
-             Case{"all of the right", {640, 0, 1280, 800}, QRect({528, 748}, mark)},
-             Case{"most on the left", {100, 0, 900, 700}, QRect({528, 748}, mark)},
+             Case{"the whole right monitor", {640, 0, 1280, 800}, QRect({528, 748}, mark)},
+             Case{"mostly the left monitor", {100, 0, 900, 700}, QRect({528, 748}, mark)},
          }) {
         const auto place = RecordingDesk::freePlace(recorded, mark);
         ASSERT_TRUE(place) << what;

@@ -17,7 +17,7 @@ namespace {
 const CaptureSource left{.id = "d1", .displayID = 1, .rect = {0, 0, 640, 800}};
 const CaptureSource right{.id = "d2", .displayID = 2, .rect = {640, 0, 1280, 800}};
 
-/// The picker over a monitor of a real display, worked with its pointer and its keyboard.
+/// The picker over a monitor of a real display, operated by pointer and keyboard.
 class RegionSelectorTests : public testing::Test {
 protected:
     RegionSelectorTests() { ::setenv("XDG_CONFIG_HOME", settings.path().c_str(), 1); }
@@ -36,13 +36,13 @@ protected:
 
     const TemporaryFolder settings;
 
-    /// Opens the picker over a source, does what xdotool is told, `before` and `words`, and gives the answer.
+    /// Opens the picker over a source, runs xdotool with `before` and then with `words`, and returns the answer.
     std::optional<Rect> pick(
         const CaptureSource& source, const QStringList& words, const QStringList& before = {"sleep", "0"})
     {
         std::optional<std::optional<Rect>> answer;
         EXPECT_TRUE(picker->pick(source, [&](std::optional<Rect> region) {
-            EXPECT_FALSE(answer) << "told once";
+            EXPECT_FALSE(answer) << "it answers once";
             answer = region;
         }));
         EXPECT_TRUE(comesToHold([] {
@@ -84,10 +84,10 @@ TEST_F(RegionSelectorTests, ReturnsTheDraggedRegionInDisplayPixels)
              Case{left, drag(300, 200, 900, 500), {300, 200, 340, 300}}, // Over the edge to the other monitor.
              Case{right, drag(1000, 300, 200, 100), {640, 100, 360, 200}},
          }) {
-        forget(); // Without a last region: a drag in it moves it.
+        forget(); // A drag inside the last region would move it.
         const auto region = pick(source, words);
         ASSERT_TRUE(region);
-        // The pointer's place is a whole pixel, the window's a whole unit.
+        // Pointer positions are whole pixels, window positions whole units.
         EXPECT_NEAR(region->x, expected.x, 1.5);
         EXPECT_NEAR(region->y, expected.y, 1.5);
         EXPECT_NEAR(region->width, expected.width, 1.5);
@@ -118,16 +118,16 @@ TEST_F(RegionSelectorTests, RestoresAndEditsTheLastRegion)
             && std::abs(region->width - expected.width) < 2 && std::abs(region->height - expected.height) < 2;
     };
     for (const auto& [what, before, expected] : {
-             Case{"as it was", {"sleep", "0"}, {100, 200, 300, 300}},
-             Case{"its lower right handle", drag(400, 500, 450, 520), {100, 200, 350, 320}},
-             Case{"its left edge", drag(100, 300, 60, 300), {60, 200, 390, 320}},
-             Case{"moved, not over the edge", drag(200, 300, 200, 100), {60, 0, 390, 320}},
-             Case{"never smaller than can be recorded", drag(450, 320, 10, 2), {60, 0, 21, 21}},
+             Case{"unchanged", {"sleep", "0"}, {100, 200, 300, 300}},
+             Case{"resized by its lower right handle", drag(400, 500, 450, 520), {100, 200, 350, 320}},
+             Case{"resized by its left edge", drag(100, 300, 60, 300), {60, 200, 390, 320}},
+             Case{"moved as far as the edge", drag(200, 300, 200, 100), {60, 0, 390, 320}},
+             Case{"resized to the minimum", drag(450, 320, 10, 2), {60, 0, 21, 21}},
          })
         EXPECT_TRUE(same(pick(left, {"key", "Return"}, before), expected)) << what;
-    EXPECT_TRUE(same(pick(left, drag(200, 200, 300, 300)), {200, 200, 100, 100})) << "another one, drawn";
+    EXPECT_TRUE(same(pick(left, drag(200, 200, 300, 300)), {200, 200, 100, 100})) << "a new region";
     EXPECT_EQ(pick(right, {"mousemove", "1000", "300", "click", "1"}, {"key", "Return"}), std::nullopt)
-        << "it lies on the other monitor";
+        << "the last region is on the other monitor";
 }
 
 TEST_F(RegionSelectorTests, OpensNoPickerWithoutAScreenForTheSource)
@@ -145,7 +145,7 @@ TEST_F(RegionSelectorTests, OpensNoPickerWithoutAScreenForTheSource)
         ++answers;
     }));
     picker.reset();
-    EXPECT_EQ(answers, 1) << "who waits is told";
+    EXPECT_EQ(answers, 1) << "the destructor answers without a region";
 }
 
 } // namespace

@@ -6,14 +6,14 @@
 
 namespace orvo::test {
 
-/// The display that this program shows its windows on: the monitor "left" with 640×800 pixels, and right of it the primary
-/// monitor "right" with 1280×800, whose windows are shown at one and a half times their size.
+/// The display of this program: the monitor "left" with 640×800 pixels, and to its right the primary monitor "right" with
+/// 1280×800 pixels and a scale of 1.5.
 VirtualDisplay& testDesktop();
 
 /// The address of this program's own session bus.
 const QString& testBus();
 
-/// Where this program's trash is.
+/// The data folder of this program, which holds its trash.
 std::filesystem::path testData();
 
 } // namespace orvo::test

@@ -41,7 +41,7 @@ int main(int argc, char** argv)
     qunsetenv("WAYLAND_DISPLAY");
     orvo::test::testDesktop().enter();
     orvo::test::testBus();
-    // The display's one output belongs to one of them, or would be a third.
+    // The display's only output must belong to one of them, or it would be a third monitor.
     for (const auto* monitor : {"*right 1280/320x800/200+640+0 screen", "left 640/160x800/200+0+0 none"}) {
         if (QProcess::execute("xrandr", QStringList{"--setmonitor"} + QString(monitor).split(' ')) != 0)
             return EXIT_FAILURE;

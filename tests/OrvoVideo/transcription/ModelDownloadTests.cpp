@@ -23,12 +23,12 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// A web server on the loopback address that answers every request as the test says.
+/// A web server on the loopback address; the test sets its responses.
 class Server {
 public:
-    /// Given the first byte that is asked for, writes the whole answer.
+    /// Returns the whole response to a request for the bytes from `from` on.
     std::function<std::string(std::size_t from)> answer;
-    std::vector<std::size_t> asked; ///< The first bytes that were asked for; read after the request.
+    std::vector<std::size_t> asked; ///< The first byte of each request. Read it after the request.
 
     Server()
         : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
@@ -120,8 +120,7 @@ protected:
         server.answer = [this](std::size_t from) { return served(content, from); };
     }
 
-    /// As servers answer: all of it, or what is behind `from`. `cut` says how much of the body comes before the connection
-    /// ends.
+    /// A response with the body from `from` on. The connection ends after `cut` bytes of it.
     static std::string served(const std::string& body, std::size_t from, std::size_t cut = std::string::npos)
     {
         const std::string head = from == 0
@@ -156,7 +155,7 @@ TEST_F(ModelDownload, ResumesInterruptedDownloads)
     EXPECT_DOUBLE_EQ(last, 1);
     EXPECT_THAT(server.asked, ElementsAre(0, 100'000));
 
-    // A server that knows no ranges sends all of it again.
+    // A server without range support sends the whole file again.
     fs::remove(file);
     std::ofstream(folder / "models/ggml-test.bin.part") << content.substr(0, 5'000);
     server.answer = [this](std::size_t) { return served(content, 0); };
@@ -165,7 +164,7 @@ TEST_F(ModelDownload, ResumesInterruptedDownloads)
 
 TEST_F(ModelDownload, RejectsOtherFiles)
 {
-    // Another file of the same length is not kept, so that the next time begins anew.
+    // A different file of the same length is removed, so that the next download starts anew.
     server.answer = [this](std::size_t from) { return served(std::string(content.size(), 'x'), from); };
     EXPECT_THAT(failure(), HasSubstr("no es el publicado y se ha borrado"));
     EXPECT_FALSE(fs::exists(folder / "models/ggml-test.bin.part"));
@@ -195,7 +194,7 @@ TEST_F(ModelDownload, ReportsCauseAndRemedyWithoutANetwork)
 TEST_F(ModelDownload, UsesTheProxyOfTheDesktop)
 {
     proxy().answer = server.answer;
-    model.address = "http://modelos.invalid/model.bin"; // Only the proxy knows it.
+    model.address = "http://modelos.invalid/model.bin"; // Only the proxy resolves it.
     EXPECT_EQ(readFile(SpeechModels::download(model, folder / "models")), content);
     EXPECT_THAT(server.asked, testing::IsEmpty());
 

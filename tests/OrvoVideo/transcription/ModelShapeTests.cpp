@@ -17,8 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Every model of the catalogue by its layers, heads, bands and vocabulary. The larger files cannot be had here: these are
-/// narrower, with random weights. A head for the alignment that a model does not have would keep it from loading.
+/// Files with the layers, heads, bands and vocabulary of every model, but narrower and with random weights. An alignment head
+/// that a model does not have would prevent loading.
 TEST(ModelShapes, LoadsAndAlignsEveryModelOfTheCatalogue)
 {
     struct Case {
@@ -51,7 +51,7 @@ TEST(ModelShapes, LoadsAndAlignsEveryModelOfTheCatalogue)
     }
 }
 
-/// The folder of the models is this test's own.
+/// Uses a private folder for the models.
 class SpeechSpeeds : public testing::Test {
 protected:
     SpeechSpeeds() { ::setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1); }

@@ -114,7 +114,7 @@ private:
         fill(m_halves, begin(name, shape, typeHalf) * sizeof(std::uint16_t));
     }
 
-    /// Writes so many bytes, the same random ones again and again.
+    /// Writes `count` bytes by repeating `bytes`.
     void fill(const std::string& bytes, std::size_t count)
     {
         for (std::size_t written = 0; written < count; written += bytes.size())

@@ -15,7 +15,7 @@ struct ModelShape {
     std::int32_t bands = 80;
 };
 
-/// Writes a model file of this shape whose weights are random: it is loaded as a real one, and hears nothing.
+/// Writes a model file of this shape with random weights. It loads like a real one, but recognises nothing.
 void writeRandomModel(const std::filesystem::path& file, const ModelShape& shape);
 
 } // namespace orvo::test

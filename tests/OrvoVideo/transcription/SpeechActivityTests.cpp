@@ -13,10 +13,10 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// Sound that is put together piece by piece.
+/// Audio assembled piece by piece.
 class Audio {
 public:
-    /// A voice-like sound: tones that swell and fall with its syllables.
+    /// A voice-like signal: tones that swell and fall with its syllables.
     Audio& voice(double seconds, double level = 0.2)
     {
         return add(seconds, [level](double t) {
@@ -35,7 +35,7 @@ public:
         return *this;
     }
 
-    /// Adds white noise to all of it.
+    /// Adds white noise.
     Audio& noise(double level)
     {
         std::mt19937 random(7);
@@ -44,12 +44,12 @@ public:
             sample += static_cast<float>(normal(random));
         return *this;
     }
-    /// Plays all of it in a room where sound falls by 60 dB in so many seconds.
+    /// Adds reverberation that decays by 60 dB in `reverberation` seconds.
     Audio& room(double reverberation)
     {
         std::mt19937 random(3);
         std::normal_distribution<double> normal(0, 1);
-        // One tail for each frame's energy costs little and falls as a room's does.
+        // Noise with the decaying energy of the signal is a cheap approximation of a room.
         std::vector<float> wet = m_samples;
         const double fall = std::pow(10.0, -3.0 / (reverberation * sampleRate));
         double energy = 0;
@@ -64,7 +64,7 @@ public:
     Loudness loudness() const
     {
         LoudnessMeter meter;
-        // In pieces of an odd size: frames go over their ends.
+        // Blocks of an odd size, so that frames cross their ends.
         for (std::size_t at = 0; at < m_samples.size(); at += 1'777)
             meter.add(std::span(m_samples).subspan(at, std::min<std::size_t>(1'777, m_samples.size() - at)));
         return meter.result();
@@ -82,13 +82,13 @@ private:
     std::vector<float> m_samples;
 };
 
-/// Two stretches, from 0.5 to 2 and from 2.6 to 4.
+/// Two stretches, from 0.5 to 2 s and from 2.6 to 4 s.
 Audio twoStretches()
 {
     return Audio().silence(0.5).voice(1.5).silence(0.6).voice(1.4).silence(1);
 }
 
-/// The same, and two more behind them: a room is told by how most stretches end.
+/// Adds two more stretches: reverberation is detected from how most stretches end.
 Audio fourStretches()
 {
     return twoStretches().voice(1.2).silence(1).voice(1.7).silence(1);
@@ -115,7 +115,7 @@ TEST(SpeechActivity, FindsWhereSpeechBeginsAndEnds)
 
 TEST(SpeechActivity, KeepsStretchesThatEndAbruptly)
 {
-    // Three times 60 frames of a voice that falls evenly for a quarter of a second and then is silent.
+    // Three times 60 frames of a voice that falls evenly for a quarter of a second and then breaks off.
     Loudness loudness;
     for (int i = 0; i < 3 * 160; ++i) {
         const int at = i % 160 - 50;
@@ -135,7 +135,7 @@ TEST(SpeechActivity, FindsPausesUnderReverberation)
 
 TEST(SpeechActivity, IgnoresDigitalSilenceInNoisyAudio)
 {
-    // A track that begins late: zeros, then the room with a voice in it.
+    // A late track: zeros, then a voice in a noisy room.
     const Audio late = Audio().silence(0.5).voice(1.5).silence(0.6).voice(1.4).silence(2).noise(0.01);
     const auto found = findSpeech(Audio().silence(2.5).then(late).loudness());
     ASSERT_EQ(found.size(), 2U);
@@ -154,7 +154,7 @@ TEST(SpeechChunks, KeepsAllSpeechInOrderWithinTheMaxLength)
         std::vector<Frames> speech;
         std::size_t at = static_cast<std::size_t>(chance(random) * 100);
         for (int i = 0; i < 60; ++i) {
-            // Now and then somebody speaks for a minute without a pause.
+            // Some stretches last a minute without a pause.
             const auto length = static_cast<std::size_t>(chance(random) < 0.05 ? 6'000 : 10 + chance(random) * 500);
             speech.push_back({.begin = at, .end = at + length});
             at += length + partingSilence + static_cast<std::size_t>(chance(random) * 300);
@@ -169,14 +169,14 @@ TEST(SpeechChunks, KeepsAllSpeechInOrderWithinTheMaxLength)
             EXPECT_LE(chunk.size(), 30U * sampleRate);
             for (const auto& piece : chunk.pieces()) {
                 EXPECT_LE(piece.from + piece.count, samples);
-                // What is said next to a chunk is not in it, unless nothing parts the two.
+                // Speech beside a chunk is not in it, unless no silence separates the two.
                 EXPECT_GE(piece.from, (chunk.goesOnBefore() ? last - 40 : last) * frameSize);
             }
             for (const auto& stretch : chunk.speech()) {
                 EXPECT_GE(stretch.begin, last);
                 last = stretch.end;
                 frames += stretch.count();
-                // There and back again.
+                // The two conversions are inverse.
                 for (const double seconds : {stretch.startSeconds(), stretch.endSeconds()})
                     EXPECT_NEAR(chunk.inRecording(chunk.inChunk(seconds)), seconds, 0.0001);
             }

@@ -68,7 +68,7 @@ TEST_F(SpeechRecognizerTest, PlacesWordsWhereTheyAreSpoken)
         EXPECT_THAT(textOf(words), HasSubstr("segunda"));
         EXPECT_DOUBLE_EQ(progress.back(), 1);
 
-        // Every stretch begins and ends with a word, and between two of them there is none.
+        // Every stretch begins and ends with a word, and no word lies between two stretches.
         for (const auto& stretch : said) {
             const auto near = [](double one, double other) { return std::abs(one - other) < 0.06; };
             EXPECT_TRUE(std::ranges::any_of(words, [&](const auto& word) { return near(word.start, stretch.start); }));
@@ -84,7 +84,7 @@ TEST_F(SpeechRecognizerTest, PlacesWordsWhereTheyAreSpoken)
             last = word.end;
         }
 
-        // What the editor makes of it: the pauses and the hesitation.
+        // The editor suggests cutting the pauses and the hesitation.
         auto project = VideoProject::make("Clase");
         project.duration = 16;
         project.edit.words = SharedList(words);
@@ -94,7 +94,7 @@ TEST_F(SpeechRecognizerTest, PlacesWordsWhereTheyAreSpoken)
             pauses += suggestion.kind == SuggestionKind::silence ? 1 : 0;
             fillers += suggestion.kind == SuggestionKind::filler ? 1 : 0;
         }
-        EXPECT_EQ(pauses, 3); // Before and behind the hesitation, and at the end.
+        EXPECT_EQ(pauses, 3); // Before and after the hesitation, and at the end.
         EXPECT_EQ(fillers, 1);
     }
 }
@@ -117,7 +117,7 @@ TEST_F(SpeechRecognizerTest, PlacesWordsAlikeWithAndWithoutContext)
         EXPECT_TRUE(answer.complete);
         EXPECT_GT(answer.certainty, -1);
         EXPECT_LT(answer.certainty, 0);
-        // Another processor's arithmetic may change a word, or move one by some tenths of a second.
+        // Results differ between processors: a word may change or move by some tenths of a second.
         std::vector<double> shifts;
         for (const auto& word : answer.words) {
             const auto same = std::ranges::find(first.words, word.text, &speech::HeardWord::text);
@@ -128,7 +128,7 @@ TEST_F(SpeechRecognizerTest, PlacesWordsAlikeWithAndWithoutContext)
         std::ranges::sort(shifts);
         EXPECT_NEAR(shifts[shifts.size() / 2], 0, 0.15);
     }
-    // Of much more than the recogniser takes, it gets the end.
+    // More tokens than the recogniser takes are truncated.
     std::vector<int> much;
     for (int i = 0; i < 50; ++i)
         much.insert(much.end(), first.tokens.begin(), first.tokens.end());
@@ -164,7 +164,7 @@ TEST_F(SpeechRecognizerTest, KeepsPhrasesThatAreReallyRepeated)
 
 TEST_F(SpeechRecognizerTest, ReportsDamagedModelsAndFiles)
 {
-    // A model that is cut short, one that is none, and a sound file that is none.
+    // A truncated model, and text files in place of a model and of audio.
     const auto model = folder / "ggml-base.bin";
     fs::copy_file(SpeechModels::require(SpeechModels::usual), model);
     fs::resize_file(model, fs::file_size(model) / 3);

@@ -34,7 +34,7 @@ std::vector<std::string> byStretch(const std::vector<PlacedWord>& placed, std::s
 
 TEST(WordAlignment, AssignsPausesToNoWord)
 {
-    // The attention stays with "calma" through the pause behind it, and "eh" is alone.
+    // The attention stays on "calma" through the pause after it, and "eh" is alone.
     auto words = heard("con calma eh seguimos");
     words[0].end = 0.4;
     words[1].end = 3.0;
@@ -72,7 +72,7 @@ TEST(WordAlignment, LeavesNoiseWithoutWords)
     EXPECT_THAT(byStretch(place(words, stretches), 2), ElementsAre("", "vamos a ver"));
 }
 
-/// Whatever the recogniser says: the words are all there, in order, disjoint and within stretches.
+/// Places all words of any input in order, disjoint and within stretches.
 TEST(WordAlignment, KeepsAllWordsInOrder)
 {
     std::mt19937 random(5);
@@ -102,7 +102,7 @@ TEST(WordAlignment, KeepsAllWordsInOrder)
     EXPECT_TRUE(place(heard("uno"), {}).empty());
 }
 
-/// The level of a stretch of speech, softer from one frame to another.
+/// The level of a stretch of speech, softer in the frames from `begin` to `end`.
 Loudness loudnessWithDip(std::size_t begin, std::size_t end)
 {
     Loudness loudness{.voice = std::vector<float>(200, -20), .hiss = std::vector<float>(200, -45)};

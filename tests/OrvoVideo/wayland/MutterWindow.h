@@ -11,8 +11,8 @@
 
 namespace orvo::test {
 
-/// The window that has the keyboard, recorded by GNOME's compositor until this object is destroyed. What the desktop's
-/// portal would ask for after the user's choice.
+/// A recording of the focused window by GNOME's compositor, which ends with this object. The desktop's portal requests the
+/// same after the user's choice.
 class MutterWindow final : public QObject {
     Q_OBJECT
 public:

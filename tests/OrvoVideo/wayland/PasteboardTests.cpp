@@ -45,7 +45,7 @@ protected:
         });
     }
 
-    /// What became of a text; nullopt when nobody says within a generous limit.
+    /// The result of a copy; nullopt after a generous limit.
     std::optional<bool> awaited()
     {
         QTimer::singleShot(60'000, &loop, &QEventLoop::quit);
@@ -63,7 +63,7 @@ protected:
 TEST_F(WaylandPasteboard, ReportsWhetherTheCompositorAcceptsAText)
 {
     ASSERT_TRUE(QTest::qWaitFor([] { return QGuiApplication::focusWindow() != nullptr; }, 60'000));
-    // Nobody has pressed anything yet: the compositor refuses without saying so.
+    // Before any key press, the compositor refuses silently.
     copy();
     EXPECT_EQ(awaited(), false);
 
@@ -72,7 +72,7 @@ TEST_F(WaylandPasteboard, ReportsWhetherTheCompositorAcceptsAText)
     typist.start("wtype", {"-d", "100", QString(600, 'a')}); // The first keys come before Qt knows the keyboard.
     ASSERT_TRUE(typist.waitForStarted());
     EXPECT_EQ(awaited(), true);
-    copy(); // The press is still the last one.
+    copy(); // The last press still counts.
     EXPECT_EQ(awaited(), true);
 
     window.hide();

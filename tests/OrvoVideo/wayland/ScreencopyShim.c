@@ -1,5 +1,5 @@
-// Loaded into xdg-desktop-portal-wlr for tests: a compositor that draws without a graphics card never says which dma-buf format
-// a screen has, and the portal waits for that before it begins. Says it has the format that the shared memory has.
+// Loaded into xdg-desktop-portal-wlr for tests. A compositor without a graphics card never reports the dma-buf format of a
+// screen, and the portal waits for that before it starts. Reports the format of the shared memory instead.
 
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -8,7 +8,7 @@
 
 typedef void (*Listener)(void);
 
-// The places in the listener of zwlr_screencopy_frame_v1.
+// Indices in the listener of zwlr_screencopy_frame_v1.
 enum { bufferEvent = 0, dmaBufEvent = 5, eventCount = 7 };
 
 static const Listener* original;
@@ -18,7 +18,7 @@ static void onBuffer(void* data, void* frame, uint32_t format, uint32_t width, u
     typedef void (*Buffer)(void*, void*, uint32_t, uint32_t, uint32_t, uint32_t);
     typedef void (*DmaBuf)(void*, void*, uint32_t, uint32_t, uint32_t);
     ((Buffer)original[bufferEvent])(data, frame, format, width, height, stride);
-    // The two formats of every compositor have other numbers as shared memory.
+    // The two formats that every compositor supports have other codes in shared memory.
     const uint32_t code = format == 0 ? 0x34325241 : format == 1 ? 0x34325258 : format;
     ((DmaBuf)original[dmaBufEvent])(data, frame, code, width, height);
 }

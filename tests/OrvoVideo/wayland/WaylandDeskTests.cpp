@@ -9,7 +9,7 @@ namespace orvo::test {
 
 namespace {
 
-/// The application's windows on a compositor that arranges windows in tiles and minimises none.
+/// The application's windows on a tiling compositor, which cannot minimise them.
 class WaylandDeskTests : public WaylandFixture {
 protected:
     void TearDown() override { model.reset(); }
@@ -24,14 +24,14 @@ TEST_F(WaylandDeskTests, KeepsTheWindowOutWhenItCannotBeMinimised)
     const RecordingDesk desk(*model->recorder(), [] { return RecordingDesk::WayBack::windowOnly; });
     record();
     EXPECT_TRUE(desk.hidesTheOnlyWay());
-    EXPECT_FALSE(desk.hasBar()) << "its place would not be known";
+    EXPECT_FALSE(desk.hasBar()) << "its place is unknown";
     ASSERT_TRUE(lasts(3));
     model->stopRecording();
     ASSERT_TRUE(idleSoon());
     EXPECT_TRUE(window.window().isVisible());
     const auto shown = frames();
     ASSERT_FALSE(shown.empty());
-    Film::expectShown(shown.back()); // It has the whole screen.
+    Film::expectShown(shown.back()); // The film fills the screen.
 }
 
 } // namespace

@@ -10,7 +10,7 @@
 
 namespace orvo::test {
 
-/// One colour over the whole of the screen, drawn again and again.
+/// A window of one colour that fills the screen and redraws continuously.
 class Film {
 public:
     Film()

@@ -19,7 +19,7 @@ TEST_F(WaylandRecordingTests, RecordsWhatThePortalShares)
 {
     const Film film;
     begin();
-    for (int recording = 1; recording <= 2; ++recording) { // A second one shares anew.
+    for (int recording = 1; recording <= 2; ++recording) { // The second one requests a new share.
         record();
         EXPECT_EQ(model->recorder()->captured()->source.label, "Pantalla elegida · 1280×720");
         ASSERT_TRUE(lasts(2));
@@ -32,7 +32,7 @@ TEST_F(WaylandRecordingTests, RecordsWhatThePortalShares)
         Film::expectShown(shown.back());
     }
     EXPECT_TRUE(model->recorder()->capture()->pointerNote().contains("clics"))
-        << "this desktop tells no program of presses in others, and nor does the machine";
+        << "neither the desktop nor the input devices report presses in other programs";
 }
 
 class WaylandEndTests : public WaylandFixture { };
@@ -45,7 +45,7 @@ TEST_F(WaylandEndTests, KeepsTheRecordingWhenTheCompositorEnds)
     ASSERT_TRUE(lasts(2));
     ASSERT_EQ(::kill(qEnvironmentVariableIntValue("COMPOSITOR"), SIGKILL), 0);
     ASSERT_TRUE(idleSoon());
-    // The portal and the stream both tell.
+    // The portal and the stream both report the end.
     EXPECT_TRUE(model->errorMessage().startsWith("El escritorio ha dejado de compartir"))
         << qPrintable(model->errorMessage());
     EXPECT_EQ(model->status(), "Grabación guardada");
@@ -68,7 +68,7 @@ TEST_F(GnomeRecordingTests, RecordsAWindowInItsOwnSize)
         {"--no-config", "--vo=wlshm", "--no-border", "--no-osc", "--loop", "--no-audio",
             "av://lavfi:color=0x205080:size=400x300:rate=10"});
     std::optional<MutterWindow> window;
-    ASSERT_TRUE(comesToHold([&] { // There is no window to record until one has the keyboard.
+    ASSERT_TRUE(comesToHold([&] { // Fails until a window has the focus.
         try {
             window.emplace();
         } catch (const std::runtime_error&) {
@@ -81,13 +81,13 @@ TEST_F(GnomeRecordingTests, RecordsAWindowInItsOwnSize)
     portal.node = window->node();
     portal.remote = SharedScreen::connection();
     portal.sourceType = 2;
-    portal.rect = {0, 0, 1280, 720}; // What the portal of this desktop reports for a window as well.
+    portal.rect = {0, 0, 1280, 720}; // This desktop's portal reports the screen for a window as well.
     begin();
     model->recorder()->capture()->setMode("window");
     record();
     EXPECT_EQ(model->recorder()->captured()->source.label, "Ventana elegida · 400×300");
     EXPECT_EQ(model->recorder()->capture()->remembered(), "Ventana elegida · 400×300")
-        << "what the next recording shares again";
+        << "the next recording shares the window again";
     EXPECT_EQ(model->recorder()->capture()->frame().size(), size);
     ASSERT_TRUE(lasts(2));
     model->stopRecording();

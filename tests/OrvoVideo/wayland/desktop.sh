@@ -1,4 +1,4 @@
-# Sourced by on-*: a session bus, PipeWire and a runtime folder of their own, which end with the script. Sets $folder.
+# Sourced by on-*: a private session bus, PipeWire and runtime folder, which end with the script. Sets $folder.
 set -euo pipefail
 
 folder=$(mktemp -d)
@@ -7,12 +7,12 @@ started=()
 end() {
   kill "${started[@]}" 2>/dev/null || true
   wait 2>/dev/null || true
-  # The portal of documents hangs there until it has seen the bus end.
+  # The document portal stays mounted there until the bus has ended.
   for _ in {1..100}; do
     rm -rf "$folder" 2>/dev/null && return
     sleep 0.02
   done
-  echo "${0##*/}: $folder stays" >&2
+  echo "${0##*/}: cannot remove $folder" >&2
 }
 trap end EXIT
 
@@ -21,24 +21,24 @@ begin() {
   "${@:2}" >"$folder/$1.log" 2>&1 &
   started+=($!)
 }
-# appears FILE waits for it.
+# appears FILE waits until the file exists.
 appears() {
   for _ in {1..1500}; do
     compgen -G "$1" >/dev/null && return
     sleep 0.02
   done
-  echo "${0##*/}: $1 never came" >&2
+  echo "${0##*/}: $1 does not appear" >&2
   tail -n 20 "$folder"/*.log >&2
   return 1
 }
-# speaks NAME waits until a program has that name on the bus.
+# speaks NAME waits until a program owns the name on the bus.
 speaks() {
   for _ in {1..1500}; do
     dbus-send --session --print-reply=literal --dest=org.freedesktop.DBus / org.freedesktop.DBus.NameHasOwner "string:$1" |
       grep -q true && return
     sleep 0.02
   done
-  echo "${0##*/}: nobody is $1" >&2
+  echo "${0##*/}: no program owns $1" >&2
   tail -n 20 "$folder"/*.log >&2
   return 1
 }
