@@ -1,7 +1,7 @@
 #pragma once
 
-#include "OrvoVideo/playback/HeardSpans.h"
 #include "OrvoVideo/playback/AudioTrack.h"
+#include "OrvoVideo/playback/HeardSpans.h"
 
 #include <memory>
 #include <mutex>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "OrvoVideo/playback/CompositionLayout.h"
-#include "OrvoVideo/playback/HeardSpans.h"
 #include "OrvoVideo/playback/FrameConverter.h"
+#include "OrvoVideo/playback/HeardSpans.h"
 #include "OrvoVideo/playback/PlaybackClock.h"
 #include "OrvoVideo/playback/PreviewPlayer.h"
 #include "OrvoVideo/playback/VideoShelf.h"

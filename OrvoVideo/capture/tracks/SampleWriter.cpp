@@ -1,7 +1,7 @@
 #include "OrvoVideo/capture/tracks/SampleWriter.h"
 
-#include "OrvoVideo/capture/tracks/FrameTimeline.h"
 #include "OrvoVideo/capture/tracks/AudioTimeline.h"
+#include "OrvoVideo/capture/tracks/FrameTimeline.h"
 #include "OrvoVideo/capture/tracks/TrackFile.h"
 
 #include <atomic>

@@ -1,9 +1,9 @@
 #include "OrvoVideo/capture/screen/ScreenStream.h"
 #include "OrvoVideo/capture/tracks/SampleWriter.h"
+#include "TestSupport/AudioWorld.h"
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/SharedScreen.h"
-#include "TestSupport/AudioWorld.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 

@@ -1,7 +1,7 @@
 #include "OrvoVideo/capture/CaptureOptions.h"
 #include "OrvoVideo/capture/screen/FrameFitter.h"
-#include "OrvoVideo/capture/tracks/FrameTimeline.h"
 #include "OrvoVideo/capture/tracks/AudioTimeline.h"
+#include "OrvoVideo/capture/tracks/FrameTimeline.h"
 
 #include <algorithm>
 #include <cmath>

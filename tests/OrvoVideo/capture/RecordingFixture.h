@@ -1,9 +1,9 @@
 #pragma once
 
 #include "OrvoVideo/capture/RecordingSession.h"
+#include "TestSupport/AudioWorld.h"
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/PatternWindow.h"
-#include "TestSupport/AudioWorld.h"
 #include "TestSupport/TemporaryFolder.h"
 #include "TestSupport/TimePattern.h"
 #include "TestSupport/VirtualDisplay.h"

@@ -1,7 +1,7 @@
 #include "OrvoVideo/capture/screen/ScreenStream.h"
+#include "TestSupport/AudioWorld.h"
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/SharedScreen.h"
-#include "TestSupport/AudioWorld.h"
 #include "VideoCore/Error.h"
 
 #include <chrono>

@@ -148,7 +148,8 @@ TEST_F(RecordingDeskTests, MovesADiscardedRecordingToTheTrashAfterConfirmation)
     EXPECT_FALSE(std::filesystem::exists(recorded));
     const auto inTrash = testData() / "Trash/files" / recorded.filename();
     EXPECT_TRUE(std::filesystem::exists(inTrash / "media/screen.mov"));
-    EXPECT_TRUE(comesToHold([&] { return model->hasProject() && project().id == before.id; })) << "the previous project is open again";
+    EXPECT_TRUE(comesToHold([&] { return model->hasProject() && project().id == before.id; }))
+        << "the previous project is open again";
     EXPECT_TRUE(comesToHold([&] { return model->projects().size() == 1; }));
     EXPECT_TRUE(window->window().isVisible());
 }
