@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 
 constexpr auto pointerInterval = std::chrono::duration_cast<CaptureClock::duration>(1s) / CaptureEngine::pointerRate;
 
-/// How long a recording waits for its first sample. Some desktops deliver no frame until something is drawn.
+/// Maximum wait for the first sample of a recording. Some desktops deliver no frame until something is drawn.
 constexpr auto maxStartDelay = 300ms;
 
 /// A microphone or camera without samples for longer is away. Even in the dark, cameras deliver several frames per second.

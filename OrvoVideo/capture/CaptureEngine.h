@@ -25,8 +25,8 @@ namespace orvo {
 ///
 /// Time 0 of every track is the first accepted screen frame or system or microphone sample. If none arrives within 300
 /// ms, as on a still screen, the time starts anyway. During a pause all samples are dropped; the files continue with
-/// silence and a still frame, so that time keeps counting. After the pause the track shows the current
-/// screen, even if it no longer changes.
+/// silence and a still frame, so that time keeps counting. After the pause the track shows the current screen, even if it
+/// no longer changes.
 class CaptureEngine {
 public:
     /// Receives every pointer event, on threads of the engine and the pointer monitor. Set while stopped.
@@ -118,7 +118,7 @@ private:
     std::optional<CaptureTime> m_origin;
     std::optional<CaptureTime> m_end;
 
-    std::jthread m_watch; ///< Pointer positions, and the time of tracks without samples.
+    std::jthread m_watch; ///< Reports pointer positions, and the time to the writers.
 };
 
 } // namespace orvo

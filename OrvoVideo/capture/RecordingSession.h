@@ -106,7 +106,7 @@ private:
     RecordedProject m_project;
 
     mutable std::mutex m_mutex; ///< Guards the members below. Locked before `m_project` is changed.
-    PointerEvent m_lastEvent{.x = 0.5, .y = 0.5}; ///< In the middle before the first.
+    PointerEvent m_lastEvent{.x = 0.5, .y = 0.5}; ///< The middle before the first event.
     std::optional<double> m_pauseStart;
     bool m_errorReported = false;
 

@@ -68,7 +68,7 @@ struct MediaReader::Pipeline {
     GstElement* entry = nullptr; ///< The element that the decoded stream is linked to.
     GstAppSink* sink = nullptr;
     std::atomic<GstClockTime> skipBefore = 0;
-    GstClockTime latestCoded = 0; ///< Of the frames since the last key frame. Used by the decoder's thread only.
+    GstClockTime latestCoded = 0; ///< Latest start since the last key frame. Used by the decoder's thread only.
     std::atomic<bool> linked = false;
 
     /// Time of the file's first frame, which an export shows at 0.

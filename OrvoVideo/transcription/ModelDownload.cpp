@@ -79,7 +79,7 @@ private:
 
     fs::path m_path;
     FileLock m_lock;
-    int m_descriptor; ///< Of the lock.
+    int m_descriptor; ///< Owned by `m_lock`.
 };
 
 std::string sha256(const fs::path& file, const std::stop_token& stop)

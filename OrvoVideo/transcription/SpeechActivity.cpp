@@ -15,7 +15,7 @@ namespace {
 constexpr float silence = -100; ///< Level of digital silence, in dB.
 constexpr std::size_t surroundings = 400; ///< Frames before and after each one that define its loud and quiet levels.
 
-/// How far speech must exceed the background, in dB.
+/// Minimum levels of speech above the background, in dB.
 struct Margins {
     float begins; ///< A stretch needs a frame at least this far above the background,
     float lasts; ///< and extends as far as the level stays this far above it.
@@ -23,9 +23,9 @@ struct Margins {
 constexpr Margins voiceMargins{.begins = 9, .lasts = 4.5F};
 constexpr Margins hissMargins{.begins = 11, .lasts = 6};
 
-constexpr float range = 46; ///< Audio this many dB below the loudest nearby is ignored, whatever the background.
+constexpr float range = 46; ///< Audio this many dB below the loudest nearby is ignored, regardless of the background.
 constexpr float minContrast = 10; ///< Minimum difference between loud and quiet where there is speech, in dB.
-constexpr float minLevel = -62; ///< Of the loudest audio nearby, in dB.
+constexpr float minLevel = -62; ///< Minimum level of the loudest audio nearby, in dB.
 
 constexpr std::size_t minSpeech = 6; ///< Frames.
 
@@ -199,7 +199,7 @@ namespace {
 /// The decay at the end of a stretch.
 struct Fall {
     float slope = 0; ///< dB per frame.
-    float level = 0; ///< Of the fitted line at the last frame.
+    float level = 0; ///< Level of the fitted line at the last frame, in dB.
     bool even = false; ///< Whether the decay is a straight line, as reverberation is.
 };
 
@@ -272,7 +272,7 @@ std::size_t withoutTail(const Band& band, const Frames& stretch, float room)
     return std::min(at + 1 + static_cast<std::size_t>(under / room), stretch.end);
 }
 
-/// Where each stretch ends, judging by one band.
+/// The end of each stretch, judging by one band.
 std::vector<std::size_t> endsIn(const Band& band, std::vector<Frames> speech)
 {
     for (auto& stretch : speech) {

@@ -18,7 +18,7 @@ struct SpeechModel {
     std::string name; ///< Short name for options and settings: "base".
     std::string file;
     std::uint64_t size = 0; ///< Bytes.
-    std::string sha256; ///< Of the file, in lower-case hexadecimal.
+    std::string sha256; ///< Hash of the file, in lower-case hexadecimal.
     std::string address;
     std::string description; ///< Its use, in Spanish.
     double work = 0; ///< Time that it takes, as a multiple of what "base" takes.

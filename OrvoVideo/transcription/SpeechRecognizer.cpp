@@ -168,7 +168,7 @@ private:
     {
         std::vector<Chunk> result;
         std::vector<Frames> run;
-        std::size_t before = chunk.room().begin; // Where the speech before the run ends.
+        std::size_t before = chunk.room().begin; // End of the speech before the run.
         const auto end = [&](std::size_t after) {
             if (!run.empty())
                 result.emplace_back(std::exchange(run, {}), Frames{.begin = before, .end = after}, m_wave.size());
@@ -255,7 +255,7 @@ private:
     std::stop_token m_stop;
     std::vector<TranscriptWord> m_words;
     std::vector<int> m_before; ///< Tokens of the preceding words, if they are reliable.
-    std::unordered_map<Uuid, float> m_probabilities; ///< Of every word that was placed, dropped ones too.
+    std::unordered_map<Uuid, float> m_probabilities; ///< Includes words that were placed and then dropped.
 };
 
 } // namespace

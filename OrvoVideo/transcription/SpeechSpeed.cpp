@@ -60,7 +60,7 @@ Rate rate(const SpeechModel& model)
     const auto rates = measured();
     if (const auto own = rates.find(model.name); own != rates.end())
         return {.value = own->second, .isMeasured = true};
-    double one = usualRate / processors(); // Of "base".
+    double one = usualRate / processors(); // The rate of "base".
     for (const auto& other : SpeechModels::catalogue()) {
         if (const auto found = rates.find(other.name); found != rates.end())
             one = found->second / other.work;

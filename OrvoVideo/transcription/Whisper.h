@@ -15,7 +15,7 @@ namespace orvo::speech {
 struct HeardWord {
     std::string text;
     double end = 0; ///< Approximate end, in seconds of the given audio.
-    float probability = 0; ///< Of its least probable token, 0..1.
+    float probability = 0; ///< Probability of its least probable token, 0..1.
 };
 
 /// A speech model in memory. One thread at a time.
@@ -38,7 +38,7 @@ public:
 
     struct Answer {
         std::vector<HeardWord> words; ///< In order.
-        std::vector<int> tokens; ///< Of the words, for `Request::before`.
+        std::vector<int> tokens; ///< Tokens of the words, for `Request::before`.
         bool complete = true; ///< False if it was aborted: in a loop, or more than can be said in the time.
         double certainty = 0; ///< Mean log probability of its tokens; 0 is best.
     };

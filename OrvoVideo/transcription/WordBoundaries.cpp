@@ -52,7 +52,7 @@ std::array<double, 2> riseAt(const Loudness& loudness, std::size_t frame)
 
 struct Candidate {
     std::size_t frame = 0;
-    double cost = 0; ///< Of this and the best ones before it.
+    double cost = 0; ///< Sum over this one and the best ones before it.
     std::size_t from = 0; ///< Index of the best one before it.
 };
 

@@ -67,7 +67,7 @@ public:
         return m_devices;
     }
 
-    /// Returns false only if the server reported it, or is not running.
+    /// Returns false only if the server has no microphone or is not running.
     bool hasMicrophone()
     {
         std::unique_lock lock(m_mutex);

@@ -17,7 +17,7 @@
 
 namespace orvo {
 
-/// A small RGB image by which the user recognises a source.
+/// A small RGB image of a source, shown to the user.
 struct SourceFrame {
     FrameSize size;
     std::vector<std::uint8_t> pixels;
@@ -40,7 +40,7 @@ public:
     Connection& connection() const;
 
     struct Look {
-        FrameSize size; ///< Of the source, in pixels.
+        FrameSize size; ///< The size of the source, in pixels.
         std::optional<SourceFrame> frame; ///< Null when no frame arrived in time.
     };
 
@@ -63,8 +63,8 @@ private:
 struct CaptureSource {
     std::string id; ///< "d" or "w" and the identifier of the display or the window in decimal.
     std::string label; ///< Shown to the user.
-    std::optional<std::uint32_t> displayID; ///< Of a display.
-    std::optional<std::uint32_t> windowID; ///< Of a window.
+    std::optional<std::uint32_t> displayID; ///< Set for a display.
+    std::optional<std::uint32_t> windowID; ///< Set for a window.
     Rect rect; ///< Position and size, in the global display space.
     double scale = 1; ///< Pixels per unit of `rect`.
     std::shared_ptr<const PipeWireStream> stream; ///< The frames of a source that the portal opened; else null.

@@ -33,7 +33,7 @@ public:
         const std::uint8_t* data = nullptr;
         int stride = 0; ///< Bytes from one line to the next.
         FrameSize size;
-        Order order = Order::blueGreenRed; ///< Of the bytes in memory.
+        Order order = Order::blueGreenRed; ///< Order of the bytes in memory.
     };
 
     /// Draws the source into `target` with black bars. Returns its place.

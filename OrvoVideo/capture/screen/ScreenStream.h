@@ -20,7 +20,7 @@ namespace orvo {
 class ScreenStream {
 public:
     struct Settings {
-        FrameSize size; ///< Of every frame; even numbers.
+        FrameSize size; ///< The size of every frame; even numbers.
         int fps = 30;
         std::optional<Rect> region; ///< The part of a display to record, in the global display space.
         /// The formats that the receiver accepts in graphics memory. Frames have one of them if the desktop offers it. Else,

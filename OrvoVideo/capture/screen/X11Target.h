@@ -23,7 +23,7 @@ public:
     struct View {
         xcb_drawable_t drawable = 0;
         PixelRect area; ///< The recorded area, in the drawable.
-        PixelRect visible; ///< The part of it inside the drawable.
+        PixelRect visible; ///< The part of `area` inside the drawable.
     };
 
     /// The drawable and area to capture; nullopt while there are none, as for a minimised window.

@@ -21,7 +21,7 @@ constexpr std::int64_t stretchDivisor = 200;
 /// The weight of one block in the smoothed delay: an average over about a second for blocks of 20 ms.
 constexpr double newsShare = 0.02;
 
-/// How long a stream may take to become steady after a gap, in samples.
+/// Maximum time for a stream to become steady after a gap, in samples.
 constexpr std::int64_t settlingTime = std::int64_t{AudioBlock::rate} * 5;
 
 /// While a stream settles, larger displacements are corrected at once when this many consecutive blocks agree; times are
@@ -121,7 +121,7 @@ bool AudioTimeline::isDisplaced(std::int64_t place, std::int64_t late)
     return true;
 }
 
-/// By how many samples to lengthen a block of this length.
+/// Number of samples by which to lengthen a block of this length; negative to shorten it.
 std::int64_t AudioTimeline::correction(std::int64_t late, std::int64_t frames)
 {
     m_lateness += newsShare * (static_cast<double>(late) - m_lateness);

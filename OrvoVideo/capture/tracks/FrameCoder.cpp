@@ -316,7 +316,7 @@ private:
 
     // Used by the caller's thread.
     CaptureTime m_loadFrom = CaptureClock::now();
-    CaptureClock::duration m_waited{}; ///< Since then, in `add`.
+    CaptureClock::duration m_waited{}; ///< Time waited in `add` since `m_loadFrom`.
 
     std::mutex m_mutex; ///< Guards the members below.
     std::condition_variable m_changed;

@@ -17,13 +17,13 @@ namespace orvo {
 struct FrameEncoder {
     enum class Kind : std::uint8_t { software, hardware };
 
-    std::string name; ///< Of the GStreamer element.
+    std::string name; ///< Name of the GStreamer element.
     std::string options; ///< The options that do not depend on the video.
     std::string bitRateOption; ///< In kbit/s.
     std::string keyFrameOption; ///< In frames.
     Kind kind = Kind::software;
 
-    /// How frames in graphics memory reach the encoder without a copy to plain memory.
+    /// The path of frames in graphics memory to the encoder, without a copy to plain memory.
     struct Graphics {
         std::string fitter; ///< Launch line that scales and converts them.
         std::string memory; ///< The feature of the caps between the fitter and the encoder.

@@ -18,7 +18,7 @@ namespace orvo {
 using CaptureSample = std::variant<CapturedFrame, AudioBlock>;
 
 /// Writes the samples of one track into a file as they arrive: H.264 in a QuickTime movie or AAC in an MPEG-4 audio file,
-/// in fragments of two seconds. Whatever ends the process costs at most the last fragment.
+/// in fragments of two seconds. If the process dies, at most the last fragment is lost.
 ///
 /// Time 0 of the file is the origin of the recording, and every sample keeps its time. Where a track has no samples, as
 /// before the first one, during a pause or while a device is away, audio is silent and the last frame stays. The first
@@ -30,14 +30,14 @@ using CaptureSample = std::variant<CapturedFrame, AudioBlock>;
 class SampleWriter {
 public:
     struct Settings {
-        std::optional<FrameSize> size; ///< Of a video track; nullopt for an audio track.
+        std::optional<FrameSize> size; ///< Frame size of a video track; nullopt for an audio track.
         int fps = 30; ///< Maximum frames per second.
-        /// Of a video track; nullopt for the best one of this machine.
+        /// Encoder of a video track; nullopt for the best one of this machine.
         std::optional<FrameEncoder> encoder = {};
         /// Maximum time in seconds from a frame's capture to `append`. The file is extended with the last frame up to this
         /// long ago; a frame that arrives even later is shown after that.
         double delay = 0.1;
-        int channels = 1; ///< Of an audio track without any samples.
+        int channels = 1; ///< Channels of an audio track without samples.
         /// Called once on the writer's thread with the first error; nothing is written after it.
         std::function<void(std::exception_ptr)> onFailure = {};
     };

@@ -88,7 +88,7 @@ TEST_F(SharedRecording, FollowsAWindowWithinItsFrames)
     struct Step {
         SharedScreen::Part window;
         Point pointer; // In pixels of the compositor's frames: at a quarter and a half of the window.
-        Rect shown; // Of the recorded frame.
+        Rect shown; // The part of the recorded frame with the window.
         double from = 0;
     };
     std::array<Step, 3> steps{{
