@@ -12,7 +12,7 @@ namespace orvo {
 
 class PreviewEngine;
 
-/// The preview player on GStreamer, which decodes; the composition is assembled here.
+/// The preview player on GStreamer. GStreamer decodes; the composition is assembled here.
 ///
 /// Plays without audio backwards, below half and above twice the normal speed. Without an audio device, frames follow the
 /// system clock.

@@ -10,8 +10,8 @@
 
 namespace orvo {
 
-/// The time of the playing composition, and its audio. While audio is audible, the audio device is the clock, so that
-/// frames stay in sync; otherwise the system clock is.
+/// The time of the playing composition, and its audio. While the audio is audible, the audio device is the clock, so
+/// that frames stay in sync; otherwise the system clock is.
 ///
 /// Call `prepare`, `run` and `stop` on one thread, `position` on any.
 class PlaybackClock {

@@ -43,7 +43,7 @@ Loudness measure(WaveReader& wave, const std::stop_token& stop)
     return meter.result();
 }
 
-/// The stretches that contain a voice and are long enough for a word; drops breaths, key clicks and chairs.
+/// The stretches that contain a voice and are long enough for a word; drops breaths, key clicks and other noises.
 std::vector<Frames> voicedOf(std::vector<Frames> stretches, WaveReader& wave)
 {
     constexpr std::size_t minFrames = 10;

@@ -75,8 +75,8 @@ whisper_alignment_heads_preset alignmentHeads(const Header& header)
     return WHISPER_AHEADS_N_TOP_MOST; // The upper half of the heads, for an unknown model.
 }
 
-/// Loads the computing library for this processor: a package has one for each generation. A build for this machine alone
-/// links it.
+/// Loads the computing library for this processor; a package has one for each generation. Does nothing in a build for this
+/// machine alone, which links it.
 void loadArithmetic()
 {
     static std::once_flag once;
@@ -272,9 +272,9 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
     parameters.temperature_inc = 0; // The caller decides about a retry.
     parameters.greedy.best_of = 1;
     parameters.beam_search.beam_size = request.beams;
-    std::stop_token asked = stop; // The library takes a non-const pointer.
+    std::stop_token stopToken = stop; // The library takes a non-const pointer.
     parameters.abort_callback = [](void* token) { return static_cast<const std::stop_token*>(token)->stop_requested(); };
-    parameters.abort_callback_user_data = &asked;
+    parameters.abort_callback_user_data = &stopToken;
 
     std::vector<float> padded;
     if (samples.size() < sampleRate) {
