@@ -350,8 +350,9 @@ private:
 
     void wakeAt(CaptureClock::duration after)
     {
-        timespec when{};
-        when.tv_nsec = static_cast<long>(std::max<std::int64_t>(std::chrono::nanoseconds(after).count(), 1));
+        const auto delay = std::max(std::chrono::nanoseconds(after), std::chrono::nanoseconds(1));
+        const auto seconds = std::chrono::floor<std::chrono::seconds>(delay);
+        timespec when{.tv_sec = seconds.count(), .tv_nsec = (delay - seconds).count()};
         pw_loop_update_timer(pw_thread_loop_get_loop(m_connection.loop.get()), m_timer, &when, nullptr, false);
     }
 
