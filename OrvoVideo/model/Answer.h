@@ -7,22 +7,22 @@
 
 namespace orvo {
 
-/// One answer that a coroutine waits for and something else gives.
+/// A single-use result: a callback gives it, a coroutine awaits it.
 ///
-/// Copies speak of the same answer, so one goes into the callback and one is awaited:
+/// Copies share one answer: the callback keeps one, the coroutine awaits another:
 ///
 ///     const Answer<int> answer;
 ///     ask([answer](int value) { answer.give(value); });
 ///     const int value = co_await answer;
 ///
-/// Main thread only, one coroutine at a time. It is resumed inside `give`. A coroutine whose answer is never given is never
-/// resumed, so whoever takes the callback owes an answer.
+/// Main thread only, one coroutine at a time. `give` resumes it. Without an answer it never resumes, so the callback must be
+/// called.
 template <typename T> class Answer {
 public:
     /// The first answer counts; later ones are ignored.
     void give(T value) const
     {
-        // Kept here: the coroutine may let go of the last other copy.
+        // Keeps the state alive: the coroutine may destroy the last other copy.
         const auto state = m_state;
         if (state->given)
             return;

@@ -11,7 +11,7 @@
 
 namespace orvo {
 
-/// What the application finds on this machine, and the places of it that the user can be shown. Main thread only.
+/// The tools and browsers on this machine, and the folders and desktop settings that the user can open. Main thread only.
 class AppInstallation : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -23,38 +23,37 @@ class AppInstallation : public QObject {
     Q_PROPERTY(bool extensionConnected READ extensionConnected NOTIFY extensionConnectedChanged)
     Q_PROPERTY(QString crashLog READ crashLog CONSTANT)
 public:
-    /// Connects the browsers, in the background.
+    /// Sets up the browser integration in the background.
     AppInstallation(const AppServices& services, Operation& operation, Workers& workers);
 
-    /// Whether an `ffmpeg` is found now. `toolsChanged` asks to look again: the application came to the front, perhaps from
-    /// a terminal in which it was installed.
+    /// Whether an `ffmpeg` is found now. `toolsChanged` asks to check again when the application comes to the front: the
+    /// user may have installed it in a terminal.
     bool ffmpegAvailable() const;
-    /// What this desktop asks for, and does not, before screen, clicks and keys may be seen.
+    /// Which permissions this desktop requires for the screen, clicks and keys, for the user.
     QString permissionsText() const;
 
-    /// The command that installs ffmpeg on this system; empty where it is not known.
+    /// The command that installs ffmpeg on this system; empty if unknown.
     QString ffmpegCommand() const;
     /// The folder of the browser extension, which the user loads in the browser.
     QString extensionFolder() const;
-    /// Whether the extension has called the application's helper before. `noteExtension` looks again.
+    /// Whether the extension has ever called the application's helper. `noteExtension` checks again.
     bool extensionConnected() const { return m_extensionConnected; }
     void noteExtension();
-    /// The log of the last crash; empty when there was none.
+    /// The log of the last crash; empty without one.
     QString crashLog() const;
 
-    /// Copies a text for the user, who is told whether the desktop took it. `what` is what the text is, for the status:
-    /// "Orden copiada".
+    /// Copies a text to the clipboard, then shows `what` in the status: "Orden copiada". If the desktop refuses, reports an
+    /// error that contains the text.
     Q_INVOKABLE void copy(const QString& text, const QString& what);
 
-    /// Show the folder of the library, the folder for speech models (which is made), and the folder of the browser
-    /// extension, which the user loads in the browser.
+    /// Open the folder of the library, of the speech models (created if missing) and of the browser extension.
     Q_INVOKABLE void openProjectsFolder();
     Q_INVOKABLE void openModelFolder();
     Q_INVOKABLE void openExtensionFolder();
-    /// Show the desktop's settings for the privacy of the screen, and for global shortcuts, or say that it has none.
+    /// Open the desktop's settings for screen privacy and for global shortcuts, or report that it has none.
     Q_INVOKABLE void openScreenPrivacy();
     Q_INVOKABLE void allowGlobalInput();
-    /// Shows the desktop's settings for sound, or says that it has none.
+    /// Opens the desktop's audio settings, or reports that it has none.
     Q_INVOKABLE void openAudioSettings();
     /// Shows the log of the last crash in its folder.
     Q_INVOKABLE void revealCrashLog();

@@ -96,7 +96,7 @@ AppModel::AppModel(AppServices services, QObject* parent)
 
 AppModel::~AppModel()
 {
-    // In this order every coroutine comes to its end while the model is whole.
+    // This order ends every coroutine while all members still exist.
     flushSave();
     m_queue.clear();
     m_library.shutDown();

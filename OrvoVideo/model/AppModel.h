@@ -30,12 +30,12 @@
 
 namespace orvo {
 
-/// The one central model of the application: creates its components, connects them, and forwards to them. Each forward is
-/// documented where it leads, in the component's header.
+/// The central model of the application: creates the components, connects them and forwards to them. The component's header
+/// documents each forwarded function.
 ///
-/// Lives on the main thread, and everything here is called there. Nothing blocks but `prepareToQuit` and the destructor.
-/// Long operations are coroutines; the destructor finishes them all. Failures go to `errorMessage` and `status`; no
-/// operation throws. Times are seconds on the recording timeline.
+/// Lives on the main thread, and everything here is called there. Only `prepareToQuit` and the destructor block. Long
+/// operations are coroutines; the destructor finishes them all. Failures go to `errorMessage` and `status`; no operation
+/// throws. Times are seconds on the recording timeline.
 class AppModel : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -81,9 +81,9 @@ class AppModel : public QObject {
     Q_PROPERTY(QString exportQuality READ exportQuality WRITE setExportQuality NOTIFY exportQualityChanged)
 
 public:
-    /// Starts with the library being listed.
+    /// Starts listing the library.
     explicit AppModel(AppServices services, QObject* parent = nullptr);
-    /// Stops what runs, and returns when every edit is written.
+    /// Stops all work and returns once every edit is written.
     ~AppModel() override;
 
     // --- The components -------------------------------------------------------------------------------------------------
@@ -138,13 +138,13 @@ public:
     void setSelectedSpan(const Span& span) { m_project.setSelectedSpan(span); }
     Q_INVOKABLE void findSuggestions() { m_project.findSuggestions(); }
 
-    /// Takes what is being typed.
+    /// Commits the text that is being typed.
     Q_INVOKABLE void commitTyped() { m_saving.commitTyped(); }
     void saveSoon() { m_saving.saveSoon(); }
     void flushSave() { m_saving.flush(); }
     bool unsavedChanges() const { return m_saving.unsavedChanges(); }
-    /// Writes everything and waits for it. False while something is captured, and when something could not be written
-    /// (`errorMessage` says why): the edits are still there while the application runs.
+    /// Writes everything and waits for it. False while recording, and if a write fails (`errorMessage` says why): the edits
+    /// stay in memory while the application runs.
     Q_INVOKABLE bool prepareToQuit();
 
     // --- Edits; the others are in `Editing` ----------------------------------------------------------------------------
@@ -171,11 +171,11 @@ public:
     void perform(Operation::Work work) { m_operation.perform(std::move(work)); }
     /// Stops the long operation, or else the running job of the queue.
     Q_INVOKABLE void cancel();
-    /// Whether a long operation or the queue is at work.
+    /// Whether a long operation or a job of the queue runs.
     bool busy() const { return m_operation.busy() || m_queue.busy(); }
-    /// Whether a long operation or a recording can begin; the queue keeps none from it.
+    /// Whether a long operation or a recording can begin; the queue does not prevent it.
     bool idle() const { return m_operation.idle(); }
-    /// Of the long operation, or else of the running job.
+    /// The progress of the long operation, else of the running job, 0..1.
     double progress() const { return m_operation.busy() || !m_queue.busy() ? m_operation.progress() : m_queue.progress(); }
     QString status() const { return m_operation.status(); }
     QString errorMessage() const { return m_operation.errorMessage(); }
@@ -197,7 +197,7 @@ public:
 
     // --- Settings of this run -------------------------------------------------------------------------------------------
 
-    /// Of the next recording; height and frame rate are those of an export, too.
+    /// The options of the next recording; exports use the height and frame rate too.
     const RecordingOptions& options() const { return m_settings.options; }
     void setOptions(const RecordingOptions& options);
     /// "small", "balanced" or "high"; anything else is "balanced".
@@ -226,7 +226,7 @@ signals:
 private:
     void forwardSignals();
 
-    // Each uses those above it.
+    // Each member uses the ones above it.
     AppServices m_services;
     RunSettings m_settings;
     ExportChoice m_exportChoice;

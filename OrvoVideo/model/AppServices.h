@@ -25,11 +25,11 @@
 
 namespace orvo {
 
-/// What recordings need of the machine. Everything but the sharing of screens, which only Wayland needs, must be there.
+/// The platform services for recording. All are required except `screenCast`, which only Wayland uses.
 struct RecordingServices {
     WindowSystem windowSystem = WindowSystem::none;
     std::unique_ptr<CaptureEngine> engine;
-    bool pressesSeen = false; ///< Whether the engine notices presses of the pointer in other applications.
+    bool pressesSeen = false; ///< Whether the engine sees pointer presses in other applications.
     std::unique_ptr<ScreenCast> screenCast;
     std::unique_ptr<RegionPicker> regionPicker;
     std::unique_ptr<ShortcutKeys> shortcutKeys;
@@ -37,7 +37,7 @@ struct RecordingServices {
     static RecordingServices create();
 };
 
-/// What the model needs of the machine. Everything must be there.
+/// The platform services of the model. All are required.
 struct AppServices {
     std::unique_ptr<const ProjectStore> store;
     std::shared_ptr<const MediaProbe> probe; ///< Shared with the work that uses it.
@@ -45,29 +45,29 @@ struct AppServices {
     std::unique_ptr<PreviewPlayer> cameraPlayer;
     std::unique_ptr<FilePanels> panels;
     std::unique_ptr<Workspace> workspace;
-    /// Connects browsers; without places it does nothing.
+    /// Connects browsers; does nothing without places.
     BrowserIntegration browsers{BrowserIntegration::Places{}};
-    /// Listens to the session's other programs, when there is one.
+    /// Listens to the session's other programs, if set.
     std::function<decltype(NotificationObserver::create)> observe;
     RecordingServices recording;
     std::unique_ptr<Pasteboard> pasteboard;
     /// Recognises speech; called on a worker thread.
     std::function<decltype(TranscriptionService::transcribe)> transcribe = TranscriptionService::transcribe;
-    /// Downloads a speech model that is not here; called on a worker thread.
+    /// Downloads a missing speech model; called on a worker thread.
     std::function<decltype(SpeechModels::require)> requireModel = SpeechModels::require;
     /// Read and store the user's secrets; called on a worker thread.
     std::function<decltype(Keychain::load)> loadSecret = Keychain::load;
     std::function<decltype(Keychain::save)> saveSecret = Keychain::save;
-    /// How the publishing server is spoken to.
+    /// How to talk to the publishing server.
     Publisher::Options publisher;
 
-    /// Those of this system, with the library in its usual place or in `libraryRoot`. Needs a `QApplication`.
+    /// The services of this system, with the library in its usual place or in `libraryRoot`. Needs a `QApplication`.
     ///
-    /// Throws `captureError` with a text for the user: "No se ha podido abrir la biblioteca: " and the reason, or that of
-    /// the preview player. The application cannot run then.
+    /// Throws `captureError` with a text for the user: "No se ha podido abrir la biblioteca: " and the reason, or the error
+    /// of the preview player. The application cannot run then.
     static AppServices create(const std::optional<std::filesystem::path>& libraryRoot = std::nullopt);
 
-    /// The library alone, for what has to be known before the rest is made. Throws as above.
+    /// Opens only the library, which is needed before the other services. Throws as above.
     static std::unique_ptr<const ProjectStore> openLibrary(
         const std::optional<std::filesystem::path>& libraryRoot = std::nullopt);
 };

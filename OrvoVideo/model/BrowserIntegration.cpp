@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Where browsers look for the helpers of a user's extensions, below the folder of the user's settings.
+/// Folders below the user's settings folder in which browsers look for the helpers of extensions.
 constexpr const char* browsers[] = {"google-chrome", "chromium", "BraveSoftware/Brave-Browser"};
 
 std::string trimmed(const std::string& text)

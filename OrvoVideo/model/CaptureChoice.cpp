@@ -32,13 +32,13 @@ ScreenCast::Kind kindOf(Mode mode)
     return mode == Mode::window ? ScreenCast::Kind::window : ScreenCast::Kind::monitor;
 }
 
-/// The setting that holds what makes the desktop share the same again.
+/// The setting with the token by which the desktop shares the same source again.
 std::string tokenSetting(ScreenCast::Kind kind)
 {
     return kind == ScreenCast::Kind::window ? "screenCast.window" : "screenCast.monitor";
 }
 
-/// The setting that holds what that is called.
+/// The setting with the label of that source.
 std::string labelSetting(ScreenCast::Kind kind)
 {
     return tokenSetting(kind) + ".label";
@@ -49,16 +49,17 @@ QString stored(const std::string& setting)
     return QString::fromStdString(StoredSettings::text(setting).value_or(""));
 }
 
-/// What the user has chosen, as long as its size is not known.
+/// The label of the chosen source until its size is known.
 QString plainLabel(ScreenCast::Kind kind)
 {
     return kind == ScreenCast::Kind::window ? QStringLiteral("Ventana elegida") : QStringLiteral("Pantalla elegida");
 }
 
-/// Of the look at what is shared, in pixels.
+/// Maximum size of the first frame, in pixels.
 constexpr FrameSize lookSize{.width = 640, .height = 360};
 
-/// A window without a first frame would be recorded in the size of the monitor. Of a monitor only the picture is missing.
+/// How long to wait for the first frame. Without it a window would be recorded in the size of the monitor; a monitor only
+/// lacks its preview.
 constexpr std::chrono::seconds windowPatience{3};
 constexpr std::chrono::seconds monitorPatience{1};
 
@@ -69,7 +70,7 @@ CaptureSource sourceOf(const ScreenCast::Stream& stream)
         .label = plainLabel(stream.kind).toStdString(),
         .rect = stream.rect,
         .stream = std::make_shared<const PipeWireStream>(::fcntl(stream.remote, F_DUPFD_CLOEXEC, 0), stream.node)};
-    // Of several screens one would only be guessed.
+    // Without a position, one of several screens would be a guess.
     if (isMonitor && (stream.placed || QGuiApplication::screens().size() <= 1))
         source.displayID = stream.node;
     return source;
@@ -79,7 +80,7 @@ CaptureSource sourceOf(const ScreenCast::Stream& stream)
 
 QImage CaptureChoice::imageOf(const SourceFrame& taken)
 {
-    // Lines follow one another without a gap; the copy belongs to the image.
+    // Lines have no padding. The copy makes the image own its pixels.
     return QImage(
         taken.pixels.data(), taken.size.width, taken.size.height, qsizetype{3} * taken.size.width, QImage::Format_RGB888)
         .copy();
@@ -91,7 +92,7 @@ CaptureChoice::CaptureChoice(WindowSystem system, std::unique_ptr<ScreenCast> sc
     , m_screenCast(std::move(screenCast))
     , m_pressesSeen(pressesSeen)
 {
-    m_asking.give({}); // Nothing is asked yet.
+    m_asking.give({}); // No request is pending yet.
     if (!m_screenCast)
         return;
     connect(m_screenCast.get(), &ScreenCast::revoked, this, [this] {
@@ -178,7 +179,7 @@ QString CaptureChoice::pointerNote() const
 
 void CaptureChoice::loadSources()
 {
-    if (m_mode == Mode::tab) { // The browser knows the tabs. What was chosen is so still for the other modes.
+    if (m_mode == Mode::tab) { // The browser lists the tabs. The choice stays for the other modes.
         ++m_listing;
         m_sources.show({});
         setSourceError({});
@@ -227,7 +228,7 @@ QCoro::Task<> CaptureChoice::list()
         sources = co_await m_workers.run(
             [windows = m_mode == Mode::window] { return windows ? CaptureSources::windows() : CaptureSources::displays(); });
     } catch (const Cancelled&) {
-        co_return; // This object is going.
+        co_return; // Being destroyed.
     } catch (const std::exception&) {
         error = permissionText();
     }
@@ -251,7 +252,7 @@ QCoro::Task<> CaptureChoice::ask(Remembered remembered)
         show({}, outcome.error.isEmpty() ? permissionText() : outcome.error);
         co_return;
     }
-    // Each token serves once.
+    // Each token is valid once.
     remember(outcome.stream->restoreToken, plainLabel(kind));
     co_await measure(sourceOf(*outcome.stream), outcome.stream->kind == ScreenCast::Kind::monitor);
 }
@@ -268,8 +269,8 @@ QCoro::Task<> CaptureChoice::measure(CaptureSource source, bool isMonitor)
         const auto look = co_await m_workers.run({.stop = m_looking.get_token()},
             [stream = source.stream, patience = isMonitor ? monitorPatience : windowPatience](
                 const std::stop_token& stop) { return PipeWireStream::look(stream, lookSize, patience, stop); });
-        // For a monitor the desktop counts in units of its own, rounded to whole ones: pixels are what is recorded. For a
-        // window it may report the size of the monitor: only the frame shows how large the window is.
+        // The desktop reports the size of a monitor in logical units, rounded to integers, but the recording needs pixels.
+        // For a window it may report the size of the monitor: only the frame has the size of the window.
         if (isMonitor && isSized)
             source.scale = look.size.width / source.rect.width;
         else
@@ -280,7 +281,7 @@ QCoro::Task<> CaptureChoice::measure(CaptureSource source, bool isMonitor)
     } catch (const Cancelled&) {
         co_return; // Released, or this object is being destroyed.
     } catch (const std::exception& failure) {
-        // If the desktop has reported a size, the recording finds out whether there are frames.
+        // With a size from the desktop, the recording itself detects missing frames.
         if (!isSized)
             error = QString::fromStdString(describe(failure));
     }

@@ -18,10 +18,10 @@
 
 namespace orvo {
 
-/// What the next recording is to show: a display, a window, or a part of a display. Main thread only; nothing waits.
+/// The source of the next recording: a display, a window or a region of a display. Main thread only; never blocks.
 ///
-/// On X11 the sources are listed here. On Wayland the desktop's own picker chooses, so that there is one source once the
-/// user has chosen, and none before.
+/// On X11 this lists the sources. On Wayland the user chooses in the desktop's own picker: there is no source before the
+/// choice and one afterwards.
 class CaptureChoice : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -34,13 +34,13 @@ class CaptureChoice : public QObject {
     Q_PROPERTY(QString remembered READ remembered NOTIFY rememberedChanged)
     Q_PROPERTY(QString pointerNote READ pointerNote NOTIFY pointerNoteChanged)
 public:
-    /// `pressesSeen`: whether presses of the pointer in other applications are noticed on this system.
+    /// `pressesSeen`: whether this system reports pointer presses in other applications.
     CaptureChoice(WindowSystem system, std::unique_ptr<ScreenCast> screenCast, bool pressesSeen, QObject* parent = nullptr);
     ~CaptureChoice() override;
 
     enum class Mode : std::uint8_t { screen, window, region, tab };
 
-    /// The sources are those of the mode (a tab has none): `loadSources` lists them.
+    /// The mode decides which sources `loadSources` lists (a tab has none).
     Mode captureMode() const { return m_mode; }
     void setCaptureMode(Mode mode);
 
@@ -60,33 +60,33 @@ public:
     /// Whether the desktop's own picker chooses the source.
     bool desktopChooses() const { return m_system == WindowSystem::wayland; }
 
-    /// The label of what the desktop shares again, without asking, when nothing else is chosen before a recording. Empty
-    /// when the desktop will ask.
+    /// The label of the source that the desktop shares again without asking, unless the user chooses another. Empty if the
+    /// desktop will ask.
     QString remembered() const;
 
-    /// A frame of what the desktop shares, for people to recognise it. Null while nothing is shared or no frame came.
+    /// A frame of the shared source, so that the user recognises it. Null while nothing is shared or no frame has arrived.
     const QImage& frame() const { return m_frame; }
 
     static QImage imageOf(const SourceFrame& taken);
 
-    /// What of the pointer cannot be recorded here, for the user; empty when everything can.
+    /// Explains to the user what cannot be recorded of the pointer here; empty without limitations.
     QString pointerNote() const;
 
-    /// Lists the sources of the mode again. The chosen one stays while it is there, else the first is.
+    /// Lists the sources of the mode again. Keeps the chosen source if it is still there, else chooses the first.
     Q_INVOKABLE void loadSources();
 
-    /// Has the user choose in the desktop's picker, where that chooses.
+    /// Opens the desktop's picker, if `desktopChooses`.
     Q_INVOKABLE void choose();
 
-    /// The chosen source for a recording that begins now, as it is now. Where the desktop chooses and nothing is chosen,
-    /// it is asked: it shares what it shared last without asking the user, where it remembers. Nothing when there is none.
-    /// Throws `Cancelled` when it was stopped meanwhile, which takes the question back.
+    /// The chosen source in its present state, for a recording that begins now. If the desktop chooses and has shared
+    /// nothing yet, asks the desktop, which shares the remembered source without asking the user. Returns nullopt without a
+    /// source. Throws `Cancelled` when stopped, after withdrawing the request.
     QCoro::Task<std::optional<CaptureSource>> sourceForRecording(std::stop_token stop = {});
 
-    /// Ends what the desktop shares or is asked to share. A shared source can be recorded once.
+    /// Ends the sharing, or withdraws the request for it. A shared source can be recorded once.
     Q_INVOKABLE void release();
 
-    /// Ends what is under way, and resumes who waits for it, with nothing. Nothing may be asked afterwards.
+    /// Ends all pending work; `sourceForRecording` resumes with nullopt. Call nothing afterwards.
     void shutDown();
 
 signals:
@@ -95,7 +95,7 @@ signals:
     void sourceErrorChanged();
     void pointerNoteChanged();
     void rememberedChanged();
-    /// The desktop has taken back what it shares.
+    /// The desktop has ended the sharing.
     void revoked();
 
 private:
@@ -116,10 +116,10 @@ private:
     SourceModel m_sources;
     QString m_sourceID;
     QString m_sourceError;
-    QImage m_frame; ///< Of the only source, where the desktop chooses.
-    std::stop_source m_looking; ///< Ends the look at what is shared.
-    std::uint64_t m_listing = 0; ///< Counts what replaces the sources, so that an overtaken listing ends.
-    Answer<ScreenCast::Outcome> m_asking; ///< Of the question to the desktop that is open.
+    QImage m_frame; ///< Of the only source, if `desktopChooses`.
+    std::stop_source m_looking; ///< Stops the wait for a first frame.
+    std::uint64_t m_listing = 0; ///< Counts replacements of the sources, so that a superseded listing ends.
+    Answer<ScreenCast::Outcome> m_asking; ///< The reply to the pending request to the desktop.
     Workers m_workers;
 };
 

@@ -7,18 +7,17 @@
 
 namespace orvo {
 
-/// Notices when another program changes the document of a project. Main thread only.
+/// Reports changes of a project document by other programs. Main thread only.
 class DocumentWatch : public QObject {
     Q_OBJECT
 public:
     DocumentWatch();
 
-    /// Watches the document in this folder and nothing else. A document that is replaced is no longer watched, so this is
-    /// called after each save.
+    /// Watches only the document in this folder. A replaced document is no longer watched, so call this after each save.
     void watch(const std::filesystem::path& projectFolder);
 
 signals:
-    /// Something has changed, a moment ago: a write may come in several parts. The program's own writes are reported too.
+    /// Emitted shortly after a change, because a write may come in several parts. Includes the program's own writes.
     void changed();
 
 private:

@@ -22,8 +22,7 @@ template <typename Record> struct NumberChange {
     double value;
 };
 
-/// The number fields of a record named by `values`. Nothing when there is one that has no such field, or a value that no
-/// document can hold.
+/// The number fields of a record that `values` names. Returns nullopt for an unknown field or a value that is not finite.
 template <typename Record> std::optional<std::vector<NumberChange<Record>>> numberChanges(const QVariantMap& values)
 {
     std::vector<NumberChange<Record>> changes;
@@ -56,7 +55,7 @@ void Editing::endSelectionHere()
 
 void Editing::cutSelection()
 {
-    m_parts.saving.commitTyped(); // Its bounds may be being typed.
+    m_parts.saving.commitTyped(); // The user may be typing its bounds.
     const TimeSpan span{m_parts.open.selectedSpan().start, m_parts.open.selectedSpan().end};
     if (span.duration() > Edits::minCut)
         m_parts.open.update([&](VideoProject& project) { Edits::cut(project, span); });
@@ -199,7 +198,7 @@ void Editing::setVolume(const QString& trackId, double value)
 void Editing::applySuggestion(const EditSuggestion& suggestion)
 {
     m_parts.open.update([&](VideoProject& project) { Edits::apply(project, suggestion); });
-    // Applied suggestions are not offered; after an undo they are.
+    // Applied suggestions are no longer offered; an undo offers them again.
     if (std::ranges::contains(m_parts.open.suggestions().suggestions(), suggestion.id, &EditSuggestion::id))
         m_parts.open.dropSuggestion(suggestion.id);
 }

@@ -19,10 +19,10 @@
 
 namespace orvo {
 
-/// The edits that the windows offer; each is one `OpenProject::update`. Main thread only.
+/// The edits that the windows offer. Each is one `OpenProject::update`. Main thread only.
 ///
-/// Times are seconds on the recording timeline. Records are addressed by the text form of their identifier, as the item
-/// models give it. An unknown identifier changes nothing but still creates an undo step.
+/// Times are seconds on the recording timeline. The text form of their identifier addresses records, as in the item models.
+/// An unknown identifier changes nothing but still creates an undo step.
 class Editing : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -34,7 +34,7 @@ class Editing : public QObject {
     Q_PROPERTY(QString undoName READ undoName NOTIFY stepsChanged)
     Q_PROPERTY(QString redoName READ redoName NOTIFY stepsChanged)
 public:
-    /// What editing works with. All of it outlives this object.
+    /// The collaborators of editing; all outlive this object.
     struct Parts {
         const AppServices& services;
         OpenProject& open;
@@ -49,40 +49,40 @@ public:
         connect(&parts.open, &OpenProject::historyChanged, this, &Editing::stepsChanged);
     }
 
-    /// The suggestions of one kind; `AppModel::suggestions` has them all.
+    /// The suggestions of one kind; `AppModel::suggestions` has all of them.
     SuggestionModel* suggestedPauses() const { return &m_parts.open.suggestions(SuggestionKind::silence); }
     SuggestionModel* suggestedFillers() const { return &m_parts.open.suggestions(SuggestionKind::filler); }
     SuggestionModel* suggestedZooms() const { return &m_parts.open.suggestions(SuggestionKind::zoom); }
 
-    /// The steps of the open project: those that can be undone and those that can be done again.
+    /// The undo and redo steps of the open project.
     HistoryModel* steps() const { return &m_parts.open.steps(); }
-    /// What `undo` takes back and `redo` does again, in words; empty when there is nothing.
+    /// The names of the steps that `undo` and `redo` would take; empty without one.
     QString undoName() const { return QString::fromStdString(m_parts.open.undoName()); }
     QString redoName() const { return QString::fromStdString(m_parts.open.redoName()); }
-    /// Undoes or redoes up to a row of `steps`; ignored for a row that there is not.
+    /// Undoes or redoes up to a row of `steps`; ignored if the row does not exist.
     Q_INVOKABLE void goToStep(int row) { m_parts.open.goToStep(row); }
 
     Q_INVOKABLE void rename(const QString& title);
 
-    /// Set the beginning or the end of the selection to the playhead.
+    /// Set the start or the end of the selection to the playhead.
     Q_INVOKABLE void startSelectionHere();
     Q_INVOKABLE void endSelectionHere();
-    /// Cuts the selection, unless it is no longer than `Edits::shortestCut`.
+    /// Cuts the selection if it is longer than `Edits::minCut`.
     Q_INVOKABLE void cutSelection();
     /// Cuts words, as one step.
     Q_INVOKABLE void cutWords(const QStringList& wordIds);
     Q_INVOKABLE void cutWord(const QString& wordId) { cutWords({wordId}); }
-    /// Removes every cut with exactly this beginning and end.
+    /// Removes every cut with exactly this start and end.
     Q_INVOKABLE void restoreCut(double start, double end);
-    /// Gives a cut another beginning and end.
+    /// Changes the start and end of a cut.
     Q_INVOKABLE void moveCut(double start, double end, double newStart, double newEnd);
     Q_INVOKABLE void correctWord(const QString& wordId, const QString& text);
 
-    /// Adds a text shown from the playhead on.
+    /// Adds a text that starts at the playhead.
     Q_INVOKABLE void addText(const QString& text);
-    /// Asks for an image, copies it into the project and shows it from the playhead on. A failure goes to the error message.
+    /// Asks for an image, copies it into the project and adds it at the playhead. A failure goes to the error message.
     Q_INVOKABLE void addImage();
-    /// As `addImage`, with a file that is known already.
+    /// As `addImage`, with a given file.
     Q_INVOKABLE void addImageFile(const QUrl& image);
     Q_INVOKABLE void removeOverlay(const QString& overlayId);
     /// Sets some of "start", "end", "x", "y", "width" as one step.
@@ -108,15 +108,15 @@ public:
     /// Sets some of "cameraX", "cameraY", "cameraWidth", "fade" as one step.
     Q_INVOKABLE void setValues(const QVariantMap& values);
     Q_INVOKABLE void setValue(const QString& key, double value) { setValues({{key, value}}); }
-    /// Sets the linear gain of a track. Heard at once.
+    /// Sets the linear gain of a track. Playback applies it at once.
     Q_INVOKABLE void setVolume(const QString& trackId, double value);
 
     /// Plays a suggestion as if it had been applied.
     Q_INVOKABLE void tryOut(const QString& suggestionId);
-    /// Adds the zoom point of a suggestion or cuts its stretch, and drops it.
+    /// Adds the zoom point of a suggestion or cuts its span, and removes the suggestion.
     void applySuggestion(const EditSuggestion& suggestion);
     Q_INVOKABLE void applySuggestion(const QString& suggestionId);
-    /// Applies every suggestion of a kind ("silence", "filler", "zoom") that is offered, as one step.
+    /// Applies every offered suggestion of a kind ("silence", "filler", "zoom") as one step.
     Q_INVOKABLE void applySuggestions(const QString& kind);
 
 signals:

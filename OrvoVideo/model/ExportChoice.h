@@ -9,8 +9,7 @@
 
 namespace orvo {
 
-/// What the user wants of exports, besides the size, rate and quality of `RunSettings`. Remembered between runs. Main
-/// thread.
+/// The user's export settings besides the size, rate and quality of `RunSettings`. Stored between runs. Main thread only.
 class ExportChoice : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -21,7 +20,7 @@ class ExportChoice : public QObject {
     Q_PROPERTY(QVariantList presets READ presets CONSTANT)
 
 public:
-    /// As it was left by the run before.
+    /// Loads the stored settings.
     explicit ExportChoice(QObject* parent = nullptr);
 
     /// "words", "phrases" or "none".
@@ -29,18 +28,18 @@ public:
     /// Ignores any other word.
     void setSubtitles(const QString& subtitles);
 
-    /// Whether they are also part of the frames.
+    /// Whether the subtitles are also drawn into the frames.
     bool burnIn() const { return m_burnIn; }
     void setBurnIn(bool burnIn);
 
-    /// What the export is for: the identifier of an `ExportPreset`, or empty for the user's own size, rate and quality.
-    /// Ignores any other word.
+    /// The identifier of an `ExportPreset`, or empty for the user's own size, rate and quality. The setter ignores unknown
+    /// identifiers.
     const QString& preset() const { return m_preset; }
     void setPreset(const QString& preset);
     /// All presets: "id", "name", "note" and "needsSpan".
     static QVariantList presets();
 
-    /// Puts the subtitles into the settings of an export.
+    /// Sets the subtitles in the settings of an export.
     void apply(ExportSettings& settings) const;
     /// The settings for a project; `own` has the user's own size, rate and quality.
     ExportSettings settings(const VideoProject& project, ExportSettings own) const;

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The folder of the last export while it is there, else that of the desktop's videos.
+/// The folder of the last export if it still exists, else the desktop's folder for videos.
 fs::path startFolder()
 {
     std::error_code ignored;
@@ -44,7 +44,7 @@ void Exports::exportProject(const QString& projectId, bool onlySelection)
 {
     m_parts.saving.flush();
     const auto* project = find(projectId);
-    if (project && !CaptureSession::isMarkedRecording(*project)) // As it is now: edits that follow do not reach this export.
+    if (project && !CaptureSession::isMarkedRecording(*project)) // A copy: later edits do not affect this export.
         m_parts.operation.start(pickDestination(*project, settingsFor(*project, onlySelection)));
 }
 
@@ -120,7 +120,7 @@ QCoro::Task<> Exports::render(VideoProject project, fs::path destination, Export
     m_parts.operation.setStatus(remarks.isEmpty() ? done : done + QStringLiteral(". ") + remarks);
     noteDone(project, destination, settings, seconds, bytes);
     emit finished(done, QStringLiteral("%1 · %2").arg(doneName(), Text::ofSize(bytes)));
-    if (!m_parts.open.isLocked()) // While something is recorded, a window would come into the film.
+    if (!m_parts.open.isLocked()) // During a recording the window would appear in it.
         m_parts.services.workspace->reveal(destination);
 }
 

@@ -18,7 +18,7 @@
 
 namespace orvo {
 
-/// Renders films of projects, and holds what was made last. Main thread only.
+/// Renders projects to video files and remembers the last results. Main thread only.
 class Exports : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -28,7 +28,7 @@ class Exports : public QObject {
     Q_PROPERTY(double doneBytes READ doneBytes NOTIFY doneChanged)
     Q_PROPERTY(int doneCount READ doneCount NOTIFY doneChanged)
 public:
-    /// What exports work with. All of it outlives this object.
+    /// The collaborators of exports; all outlive this object.
     struct Parts {
         const AppServices& services;
         const RunSettings& settings;
@@ -42,20 +42,20 @@ public:
     };
     explicit Exports(const Parts& parts);
 
-    /// What the next export is made as.
+    /// The settings of the next export.
     ExportChoice* choice() const { return &m_parts.choice; }
 
-    /// Asks where to and renders a project of the library as it is now, after what is exported already; with
-    /// `onlySelection` the selected stretch of the open project. Returns at once. Ignored for what is being recorded.
+    /// Asks for a destination and queues the export of a project of the library as it is now; with `onlySelection` only the
+    /// selected span of the open project. Returns at once. Ignored for a project that is being recorded.
     Q_INVOKABLE void exportProject(const QString& projectId, bool onlySelection);
     /// As `exportProject`, for the whole of the open project.
     void exportOpen();
 
-    /// What an export of this project would take: "duration" and "seconds" in seconds, "bytes", and "fits", false where the
-    /// chosen limit of size is too small. Empty for a project that the library does not have.
+    /// Estimates an export: "duration" and "seconds" in seconds, "bytes", and "fits", false if the chosen size limit is too
+    /// small. Empty for a project that the library does not have.
     Q_INVOKABLE QVariantMap estimate(const QString& projectId, bool onlySelection) const;
 
-    /// The last films that were made since `dismiss`: the name and size of the newest, and how many there are.
+    /// The exports since `dismiss`: the name and the bytes of the newest, and their number.
     QString doneName() const;
     double doneBytes() const { return m_doneBytes; }
     int doneCount() const { return m_doneCount; }
@@ -65,7 +65,7 @@ public:
 
 signals:
     void doneChanged();
-    /// A film was made; what the user should know, and its name and size in words.
+    /// An export is complete: `title` says what was exported, `text` its name and size.
     void finished(const QString& title, const QString& text);
 
 private:
@@ -79,7 +79,7 @@ private:
 
     const Parts m_parts;
     ExportPace m_pace;
-    std::filesystem::path m_done; ///< The newest film.
+    std::filesystem::path m_done; ///< The newest export.
     double m_doneBytes = 0;
     int m_doneCount = 0;
 };
