@@ -71,7 +71,7 @@ void History::record(const VideoProject& before, const VideoProject& after, Trim
     if (name.empty())
         name = EditNames::nameOf(change);
     if (name.empty())
-        name = "sin cambios"; // It is a step all the same.
+        name = "sin cambios"; // Still a step.
     m_undo.push_back({.delta = ProjectDelta(change), .step = {.id = ++m_lastId, .name = std::move(name)}});
     if (trim == Trim::toLimit && m_undo.size() > limit)
         m_undo.erase(m_undo.begin(), m_undo.end() - limit);
@@ -89,7 +89,7 @@ void History::amend(const VideoProject& before, const VideoProject& after, Namin
     last.delta = ProjectDelta(change);
     if (naming == Naming::keep)
         return;
-    // A value that was dragged to and fro keeps the name.
+    // A value that was dragged back to its start has no new name.
     if (auto name = EditNames::nameOf(change); !name.empty())
         last.step.name = std::move(name);
 }

@@ -12,15 +12,15 @@
 
 namespace orvo {
 
-/// A list as what it has that another has not: both begin and end alike, and `m_middle` stands between.
+/// A list stored as its difference to another list: a common head, a common tail, and its own items between.
 template <typename T> class ListDelta {
 public:
-    /// `common` is what both begin and end with.
+    /// `common` are the head and the tail that both lists share.
     ListDelta(const SharedList<T>& list, const CommonEnds& common);
 
-    /// The list, given the other one.
+    /// Restores the list from the other one.
     SharedList<T> applyTo(const SharedList<T>& other) const;
-    /// The items that are kept.
+    /// The stored items.
     const std::vector<T>& middle() const noexcept { return m_middle; }
 
 private:
@@ -28,15 +28,15 @@ private:
     std::vector<T> m_middle;
 };
 
-/// A version of a project as what it has that another version has not: a change of one of 43,200 events keeps one event.
+/// A version of a project stored as its difference to another version: a change of one of 43,200 events stores one event.
 class ProjectDelta {
 public:
-    /// The version before the change, which the one after it gives back.
+    /// Stores the version before the change, relative to the version after it.
     explicit ProjectDelta(const ProjectChange& change);
 
-    /// The version, given the other one.
+    /// Restores the version from the other one.
     VideoProject applyTo(const VideoProject& other) const;
-    /// About how much memory it takes, without what it shares with other versions.
+    /// Approximate memory in bytes, without storage shared with other versions.
     std::size_t bytes() const noexcept;
 
 private:
@@ -45,12 +45,12 @@ private:
     ListDelta<PointerEvent> m_events;
 };
 
-/// Whether two versions are one document, whatever their dates: documents keep whole seconds of them.
+/// Whether two versions are the same document. Compares dates in whole seconds, as documents store them.
 bool areSameDocument(VideoProject a, VideoProject b);
 
-/// The versions of the open project that can be gone back and forth to, with the names of the steps between them.
+/// The undo and redo versions of the open project, with the names of the steps between them.
 ///
-/// Each is kept as its difference to its neighbour, so `undo`, `redo` and `goTo` must be given the version that was last
+/// Each version is stored as its difference to its neighbour, so `undo`, `redo` and `goTo` need the version that was last
 /// recorded or returned.
 class History {
 public:
@@ -60,37 +60,37 @@ public:
 
     /// A change from one version to the next.
     struct Step {
-        std::uint64_t id = 0; ///< Its own in this history; above 0.
+        std::uint64_t id = 0; ///< Unique in this history; above 0.
         std::string name; ///< See `EditNames`.
     };
 
-    /// A change from `before` to `after`, the present version from now on. What was undone is forgotten, and with
-    /// `Trim::toLimit` the oldest versions beyond the limit. Without a `name` the step is named for what differs.
+    /// Records a step from `before` to `after`, the new present version. Discards the redo steps, and with `Trim::toLimit`
+    /// the oldest versions beyond the limit. Without a `name`, names the step after the differences.
     void record(const VideoProject& before, const VideoProject& after, Trim trim = Trim::toLimit, std::string name = {});
 
     enum class Naming : std::uint8_t { anew, keep };
 
-    /// A change from `before` to `after`, the present version from now on, that is part of the last step. What was undone is
-    /// forgotten. `Naming::anew` names the step for everything that it changes by now.
+    /// Extends the last step by a change from `before` to `after`, the new present version. Discards the redo steps.
+    /// `Naming::anew` names the step after its total change.
     void amend(const VideoProject& before, const VideoProject& after, Naming naming);
 
-    /// The version before `present`, which `redo` gives back; nothing when there is none.
+    /// The version before or after `present`; nullopt without one.
     std::optional<VideoProject> undo(const VideoProject& present);
     std::optional<VideoProject> redo(const VideoProject& present);
-    /// The version behind this many steps; nothing when there are fewer, and for the present one.
+    /// The version after this many steps; nullopt for the present version and if there are fewer steps.
     std::optional<VideoProject> goTo(std::size_t position, const VideoProject& present);
 
     bool canUndo() const noexcept { return !m_undo.empty(); }
     bool canRedo() const noexcept { return !m_redo.empty(); }
-    /// How many steps lie behind the present version.
+    /// The number of steps before the present version.
     std::size_t position() const noexcept { return m_undo.size(); }
-    /// All steps, oldest first: those that can be undone, then those that can be done again.
+    /// All steps, oldest first: the undo steps, then the redo steps.
     std::vector<Step> steps() const;
-    /// The names of the steps that `undo` and `redo` go; empty when there is none.
+    /// The names of the steps that `undo` and `redo` would take; empty without one.
     std::string undoName() const { return m_undo.empty() ? std::string() : m_undo.back().step.name; }
     std::string redoName() const { return m_redo.empty() ? std::string() : m_redo.back().step.name; }
 
-    /// About how much memory the versions take.
+    /// Approximate memory of the versions in bytes.
     std::size_t bytes() const noexcept;
 
     void clear();

@@ -14,10 +14,10 @@
 
 namespace orvo {
 
-/// Brings movies into the library. Main thread only.
+/// Imports movies into the library. Main thread only.
 class Imports {
 public:
-    /// What imports work with. All of it outlives this object.
+    /// The collaborators of imports; all outlive this object.
     struct Parts {
         const AppServices& services;
         OpenProject& open;
@@ -29,14 +29,14 @@ public:
 
     /// Asks for a movie and imports it. Ignored while recording.
     void askAndImport(bool append);
-    /// Imports a movie, a long operation: as a new project, which is opened, or behind everything in the open project (a new
-    /// one when none is open). While another operation runs it waits for its end. Ignored while recording.
+    /// Imports a movie as a new project and opens it, or appends it to the open project (without one, makes a new project).
+    /// A long operation: waits while another one runs. Ignored while recording.
     void importMovie(std::filesystem::path movie, bool append);
 
 private:
     struct Waiting {
         std::filesystem::path movie;
-        std::optional<VideoProject> target; ///< What it is appended to; a new project without one.
+        std::optional<VideoProject> target; ///< The project to append to; nullopt makes a new project.
     };
 
     QCoro::Task<> pickMovie(bool append);
@@ -46,7 +46,7 @@ private:
 
     const Parts m_parts;
     std::deque<Waiting> m_waiting;
-    QObject m_context; ///< Of the connections: this is no object of Qt.
+    QObject m_context; ///< Context of the connections, because `Imports` is no `QObject`.
 };
 
 } // namespace orvo

@@ -8,24 +8,24 @@
 
 namespace orvo {
 
-/// The histories of the projects that were left for another one in this session.
+/// The histories of projects that were open earlier in this session.
 ///
-/// A history belongs to the version of the project that was left: one that was changed since by another program has none.
-/// Those left longest ago are dropped beyond `maxProjects`, or when all of them take more than `maxBytes`.
+/// A history belongs to the version at which its project was left: it is lost if another program changes the project. Beyond
+/// `maxProjects` histories or `maxBytes` in total, those left longest ago are discarded.
 class KeptHistories {
 public:
     static constexpr std::size_t maxProjects = 16;
     static constexpr std::size_t maxBytes = 64'000'000;
 
-    /// Keeps the history of a project that is left as it is in `present`.
+    /// Keeps the history of a project that is left at the version `present`.
     void keep(VideoProject present, History history);
 
-    /// Hands out what was kept for a project that is opened again as `present`, and forgets it. Nothing when there is none,
-    /// or when the project is not as it was left.
+    /// Removes and returns the history of a project that is opened again as `present`. Returns nullopt without one, or if
+    /// the project has changed.
     std::optional<History> take(const VideoProject& present);
 
-    /// The history kept for `before` belongs to `after` from now on, which this program has made of it; `step` does what has
-    /// to be done with it. Another history of this project is forgotten.
+    /// Moves the history from the version `before` to `after`, a change by this program that `step` enters into the history.
+    /// Discards a history of any other version of the project.
     template <typename Step> void follow(const VideoProject& before, const VideoProject& after, Step step)
     {
         if (auto history = take(before)) {
@@ -41,7 +41,7 @@ private:
         std::size_t bytes = 0;
     };
 
-    std::list<Kept> m_kept; ///< The one left last at the end.
+    std::list<Kept> m_kept; ///< The most recently left is last.
 };
 
 } // namespace orvo

@@ -24,7 +24,7 @@ namespace {
 
 const QString cacheKind = QStringLiteral("cache");
 
-/// Pictures and waveforms of all libraries; they are made again when they are looked at.
+/// Thumbnails and waveforms of all libraries; they are regenerated when shown.
 fs::path cacheFolder()
 {
     return fs::path(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation).toStdString()) / "OrvoVideo";
@@ -143,7 +143,7 @@ QCoro::Task<> LibraryCare::askOrTrash(std::vector<VideoProject> projects, bool i
     }
     if (std::ranges::any_of(projects, [&](const auto& project) { return m_parts.open.is(project.id); }))
         m_parts.library.close();
-    co_await m_parts.documents.settled(); // Pending saves belong to it.
+    co_await m_parts.documents.settled(); // Pending saves belong in the trash too.
     std::vector<Uuid> gone;
     std::optional<std::string> failure;
     try {
@@ -217,7 +217,7 @@ QCoro::Task<> LibraryCare::readFacts(std::vector<Uuid> ids)
                 try {
                     if (failed.contains(id))
                         one.failure = Text::from(MovieImport::failure(store, id));
-                } catch (const fs::filesystem_error&) { // NOLINT(bugprone-empty-catch): it went meanwhile.
+                } catch (const fs::filesystem_error&) { // NOLINT(bugprone-empty-catch): it was removed meanwhile.
                 }
             }
             return read;
@@ -250,7 +250,7 @@ QCoro::Task<> LibraryCare::measureAll()
         }
         return std::pair(std::move(measured), static_cast<double>(LibrarySpace::bytesOf(cacheFolder())));
     });
-    // What was removed from the open project can come back by undoing.
+    // An undo may need the originals of the open project.
     for (auto& one : usage) {
         if (m_parts.open.is(one.project))
             one.freeable[static_cast<std::size_t>(LibrarySpace::Freeable::originals)] = 0;

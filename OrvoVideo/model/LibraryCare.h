@@ -19,8 +19,7 @@
 
 namespace orvo {
 
-/// What the user does with whole projects in the list of the library, and what the library takes of the disk. Main thread
-/// only.
+/// Operations on whole projects in the library (rename, duplicate, trash), and its use of disk space. Main thread only.
 class LibraryCare : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -31,7 +30,7 @@ class LibraryCare : public QObject {
     Q_PROPERTY(QVariantList freeable READ freeable NOTIFY spaceChanged)
     Q_PROPERTY(QVariantList largest READ largest NOTIFY spaceChanged)
 public:
-    /// What this works with. All of it outlives this object.
+    /// The collaborators of this object; all outlive it.
     struct Parts {
         const AppServices& services;
         OpenProject& open;
@@ -46,33 +45,33 @@ public:
 
     /// Gives a project another title; ignores an empty one.
     Q_INVOKABLE void rename(const QString& projectId, const QString& title);
-    /// Copies projects one after another, beside everything else.
+    /// Copies projects one after another, as jobs of the queue.
     Q_INVOKABLE void duplicate(const QStringList& projectIds);
     /// Shows the folder of a project in the file manager.
     Q_INVOKABLE void showFolder(const QString& projectId);
 
-    /// Moves projects to the desktop's trash, all or none. `trashQuestion` is emitted instead when the user has to agree
-    /// first; a project that is recorded or in use stays, and the error message says why.
+    /// Moves projects to the desktop's trash. If the user has to agree first, only emits `trashQuestion`. If one of them is
+    /// being recorded or in use, moves none; the error message says why.
     Q_INVOKABLE void moveToTrash(const QStringList& projectIds);
-    /// As `moveToTrash`, when the user has agreed.
+    /// As `moveToTrash`, after the user has agreed.
     Q_INVOKABLE void moveToTrashAgreed(const QStringList& projectIds);
-    /// What was last moved to the trash, in words; empty when there is nothing to put back.
+    /// Describes the last move to the trash; empty if there is nothing to restore.
     QString trashed() const { return m_trashedText; }
-    /// Puts it back.
+    /// Restores the projects of the last move.
     Q_INVOKABLE void undoTrash();
-    /// Forgets it: it stays in the trash.
+    /// Forgets the last move; its projects stay in the trash.
     Q_INVOKABLE void forgetTrash();
 
-    /// Measures the library anew; `spaceChanged` follows.
+    /// Measures the library again, then emits `spaceChanged`.
     Q_INVOKABLE void measure();
     bool measuring() const { return m_measuring; }
     /// Bytes of all projects.
     double bytes() const;
-    /// What can be freed: "kind", "label", "note" and "bytes" of each.
+    /// The kinds of files that can be deleted: "kind", "label", "note" and "bytes" of each.
     QVariantList freeable() const;
-    /// The projects that take most, largest first: "projectId", "title" and "bytes".
+    /// The projects, largest first: "projectId", "title" and "bytes".
     QVariantList largest() const;
-    /// Frees what is of a kind in every project but what is in use, then measures.
+    /// Deletes the files of a kind in every project, except files in use, then measures.
     Q_INVOKABLE void free(const QString& kind);
 
 signals:
@@ -91,7 +90,7 @@ private:
     QCoro::Task<> freeAll(QString kind);
 
     const Parts m_parts;
-    std::vector<Uuid> m_trashed; ///< What `undoTrash` puts back.
+    std::vector<Uuid> m_trashed; ///< The projects that `undoTrash` restores.
     QString m_trashedText;
     bool m_measuring = false;
     std::vector<LibrarySpace::Usage> m_usage; ///< As last measured.

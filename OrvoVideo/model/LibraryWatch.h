@@ -16,24 +16,24 @@
 
 namespace orvo {
 
-/// Notices what other programs change in the library: folders of projects that come and go, and documents that are written.
-/// Main thread only. A file system that reports no changes, as most network ones do, has none to notice.
+/// Reports changes by other programs in the library: project folders that appear or disappear, and written documents. Main
+/// thread only. Misses changes on file systems that do not report them, as most network ones.
 class LibraryWatch : public QObject {
     Q_OBJECT
 public:
-    /// Watches the library in this folder from now on, and projects that come into it.
+    /// Watches the library in this folder, and projects that are added to it.
     explicit LibraryWatch(const std::filesystem::path& library);
 
-    /// Has the projects watched that are there when it is called. Thousands take milliseconds: call it on any thread, before
-    /// they are read.
+    /// Returns a function that starts to watch all present projects. Call it on any thread (thousands take milliseconds),
+    /// before reading the projects.
     std::function<void()> watchingProjects() const;
 
 signals:
-    /// Some projects have changed, a moment ago. The program's own writes are reported too.
+    /// Emitted shortly after projects have changed. Includes the program's own writes.
     void changed(const std::set<orvo::Uuid>& projects);
 
 private:
-    /// The folders of projects that are watched. Any thread.
+    /// The watched project folders. Any thread.
     class Projects {
     public:
         explicit Projects(std::filesystem::path library);
@@ -48,7 +48,7 @@ private:
         const std::filesystem::path m_library;
         const UniqueFd m_inotify;
         mutable std::mutex m_mutex;
-        std::map<int, Uuid> m_byWatch; ///< Holds each watch before its first event is read.
+        std::map<int, Uuid> m_byWatch; ///< Has each watch before its first event is read.
     };
 
     void read();

@@ -27,7 +27,7 @@ QString from(const std::filesystem::path& path)
 QDateTime from(DateTime instant)
 {
     const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(instant.time_since_epoch());
-    return QDateTime::fromMSecsSinceEpoch(milliseconds.count(), QTimeZone::UTC); // Local time would ask for the zone's file.
+    return QDateTime::fromMSecsSinceEpoch(milliseconds.count(), QTimeZone::UTC); // Local time would read the zone file.
 }
 
 Uuid toId(const QString& text)

@@ -7,7 +7,7 @@
 #include <QString>
 #include <filesystem>
 
-/// The values of the document as the windows take and show them.
+/// Conversions between document values and the values of the windows.
 namespace orvo::Text {
 
 QString from(const std::string& text);
@@ -15,7 +15,7 @@ QString from(const Uuid& id);
 QString from(const std::filesystem::path& path);
 QDateTime from(DateTime instant);
 
-/// An identifier as the windows hand it back; one that no record has for a text that is none.
+/// Parses an identifier from the windows; returns one that no record has for an invalid text.
 Uuid toId(const QString& text);
 
 /// The labels of `VideoCore/Labels.h`.
@@ -23,7 +23,7 @@ QString ofState(const std::string& state);
 QString ofKind(TrackKind kind);
 QString ofSize(double bytes);
 
-/// Whether a project in this state waits to be recovered by the user.
+/// Whether the user has to recover a project in this state.
 bool isRecoverable(const std::string& state);
 
 } // namespace orvo::Text

@@ -17,7 +17,7 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "orvo.settings")
 
-/// Bytes are base64 there.
+/// `StoredSettings` holds bytes as base64.
 std::string textOf(const QVariant& value)
 {
     if (value.metaType() == QMetaType::fromType<QByteArray>())

@@ -17,7 +17,7 @@ OpenProject::OpenProject(const ProjectStore& store)
 bool OpenProject::open(VideoProject project, std::optional<VideoProject> unsavedEdits)
 {
     m_gesture = Gesture::none;
-    // The same project again is another opening.
+    // Reopening the same project discards its history.
     if (m_project && m_project->id != project.id)
         m_left.keep(*m_project, std::exchange(m_history, {}));
     m_found.clear();
@@ -230,7 +230,7 @@ void OpenProject::showProject()
         try {
             return QUrl::fromLocalFile(Text::from(m_store.mediaURL(*m_project, file)));
         } catch (const std::exception&) {
-            return QUrl(); // It leads out of the project.
+            return QUrl(); // It is outside the project.
         }
     };
     m_tracks.show(shown, resolve);

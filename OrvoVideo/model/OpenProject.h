@@ -22,7 +22,7 @@
 
 namespace orvo {
 
-/// The open project, its history, the gesture and the selection, and the lists that show it. Main thread only.
+/// The open project with its history, gesture, selection and list models. Main thread only.
 ///
 ///               open                    update, undo, redo, change
 ///     nothing ────────► open, editable ────────────────────────────► `edited`: has to be saved
@@ -30,7 +30,7 @@ namespace orvo {
 ///         setLocked(true) ▼       │ setLocked(false)
 ///                       locked: a recording writes the document, and nothing but `show` changes it
 ///
-/// It neither reads nor writes the disk; `ProjectLibrary` opens and `Saving` saves.
+/// Does not access the disk: `ProjectLibrary` opens and `Saving` saves.
 class OpenProject : public QObject {
     Q_OBJECT
 public:
@@ -41,11 +41,11 @@ public:
         nowIgnoringErrors
     };
 
-    /// What a change from outside of the editor does to the history.
+    /// The effect of a change from outside the editor on the history.
     enum class Undo : std::uint8_t {
-        step, ///< One more step.
-        same, ///< The steps stay.
-        none ///< The earlier versions are of no use any more.
+        step, ///< Adds a step.
+        same, ///< Keeps the steps.
+        none ///< Clears the history: the earlier versions are obsolete.
     };
 
     /// `store` resolves the files that the lists show.
@@ -65,58 +65,57 @@ public:
     ZoomModel& zooms() { return m_zooms; }
     OverlayModel& overlays() { return m_overlays; }
     SuggestionModel& suggestions() { return m_suggestions; }
-    /// Those of one kind.
+    /// The suggestions of one kind.
     SuggestionModel& suggestions(SuggestionKind kind) { return m_suggestionsOf[static_cast<std::size_t>(kind)]; }
     HistoryModel& steps() { return m_steps; }
 
-    /// Makes a project the open one. Its history is the one with which it was left in this session, unless it has changed
-    /// since. `unsavedEdits` that differ from it are opened in its place, one step ahead of it; returns whether they were,
-    /// and have to be saved.
+    /// Opens a project, with its history from earlier in this session unless it has changed since. If `unsavedEdits` differ
+    /// from it, opens those instead, as one step after it. Returns whether it did: then they have to be saved.
     bool open(VideoProject project, std::optional<VideoProject> unsavedEdits);
-    /// Leaves no project open. Edits that are not saved are lost.
+    /// Closes the project. Unsaved edits are lost.
     void close();
-    /// Shows another version as it is, outside of the history.
+    /// Replaces the version without a step in the history.
     void show(VideoProject version);
-    /// Takes over what another program has written, as a step to undo. It is on disk already.
+    /// Adopts a version that another program has written to disk, as an undo step.
     void takeOver(const VideoProject& version);
 
-    /// The one way in which edits reach the open project: applies `change` to a copy, dates it and makes it the open
-    /// project, one step to undo. Ignored without an open project and while locked.
+    /// Performs every edit of the user: applies `change` to a copy, dates it and makes it the open project, as one undo
+    /// step. Ignored without an open project and while locked.
     void update(const std::function<void(VideoProject&)>& change);
-    /// As `update`, but always a step of its own; a gesture under way continues with another step.
+    /// As `update`, but always a step of its own; a gesture in progress continues with another step.
     void updateApart(const std::function<void(VideoProject&)>& change);
-    /// A change from outside of the editor: it is not dated. Needs an open project.
+    /// Applies a change from outside the editor, which does not change the date. Needs an open project.
     void change(const std::function<void(VideoProject&)>& change, Undo undo);
 
-    /// While a value is dragged: from the first edit of the gesture on, edits change the same step.
+    /// Begins or ends a drag. All edits of one drag are one step.
     void setGesture(bool active);
 
-    /// A project that is not open was changed by this program: its history follows.
+    /// Updates the history of a project that this program has changed while it was not open.
     void followClosed(const VideoProject& before, const VideoProject& after, Undo undo);
 
     /// Steps back and forward through the versions of the project.
     void undo();
     void redo();
-    /// Goes to the version of a row of `steps`; nothing happens for one that is not there.
+    /// Goes to the version of a row of `steps`; ignored if the row does not exist.
     void goToStep(int row);
-    /// What `undo` takes back and `redo` does again, in words; empty when there is nothing.
+    /// The names of the steps that `undo` and `redo` would take; empty without one.
     std::string undoName() const { return m_history.undoName(); }
     std::string redoName() const { return m_history.redoName(); }
     bool canUndo() const { return m_history.canUndo() && !m_locked; }
     bool canRedo() const { return m_history.canRedo() && !m_locked; }
 
-    /// Whether a recording keeps the project: then nothing is opened or edited.
+    /// Whether a recording locks the project: then no project is opened or edited.
     bool isLocked() const { return m_locked; }
     void setLocked(bool locked);
 
-    /// The selected stretch of the recording timeline.
+    /// The selected span of the recording timeline.
     Span selectedSpan() const { return m_selectedSpan; }
     void setSelectedSpan(const Span& span);
 
-    /// Makes the suggestions anew from the transcript and the pointer events. Those shown follow the edits: what is done is
-    /// not suggested, and is again once it is undone.
+    /// Generates the suggestions from the transcript and the pointer events. Edits hide the suggestions that they make
+    /// unnecessary; an undo shows them again.
     void findSuggestions();
-    /// Suggests this no more.
+    /// Removes a suggestion.
     void dropSuggestion(const Uuid& id);
 
 signals:
@@ -125,11 +124,11 @@ signals:
     void selectedSpanChanged();
     /// `open` has finished: the selection is the first second.
     void opened();
-    /// The project has another value that has to be saved.
+    /// The project has changed and has to be saved.
     void edited(orvo::OpenProject::Save save);
     /// `update` has changed the tracks.
     void tracksEdited();
-    /// A step through the history has changed the project, perhaps its tracks too.
+    /// Undo or redo has changed the project, possibly its tracks too.
     void stepped();
 
 private:
@@ -151,10 +150,10 @@ private:
     OverlayModel m_overlays;
     SuggestionModel m_suggestions;
     std::array<SuggestionModel, 3> m_suggestionsOf; ///< By kind.
-    std::vector<EditSuggestion> m_found; ///< What was found, done or not.
+    std::vector<EditSuggestion> m_found; ///< All suggestions found, including hidden ones.
     HistoryModel m_steps;
     History m_history;
-    KeptHistories m_left; ///< Of the projects that were open before.
+    KeptHistories m_left; ///< Of projects that were open earlier.
     enum class Gesture : std::uint8_t { none, begun, recorded };
     Gesture m_gesture = Gesture::none;
     bool m_locked = false;

@@ -13,7 +13,7 @@ void Operation::start(QCoro::Task<> task)
     watchOver(std::move(task));
 }
 
-/// The one place where tasks end that nobody waits for.
+/// Catches the exceptions of all detached coroutines.
 QCoro::Task<> Operation::watchOver(QCoro::Task<> task)
 {
     try {

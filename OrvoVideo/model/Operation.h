@@ -13,8 +13,7 @@
 
 namespace orvo {
 
-/// Runs one long operation at a time, and holds the status line and the last error of the whole application. Main thread
-/// only.
+/// Runs one long operation at a time, and holds the status line and the last error of the application. Main thread only.
 ///
 ///                 perform                        cancel
 ///     idle ─────────────────────► busy ─────────────────────► busy, asked to stop
@@ -22,14 +21,14 @@ namespace orvo {
 ///       └──────────────────────────┴───────────────────────────┘
 ///         the work ends, fails or is cancelled (the latter two: `brokenOff`)
 ///
-/// A recording reserves the operation: until it gives it back, only `performReserved` starts work.
+/// A recording reserves the operation: until it releases it, only `performReserved` starts work.
 class Operation : public QObject {
     Q_OBJECT
 public:
-    /// A coroutine of the main thread. It gets how it is stopped and where it reports its progress, 0..1.
+    /// A coroutine of the main thread. `control` has its stop token and its progress callback, 0..1.
     using Work = std::function<QCoro::Task<>(WorkControl control)>;
 
-    /// What the status says when the work does not complete.
+    /// The status texts for work that does not complete.
     struct Endings {
         QString failed = QStringLiteral("No se ha completado la operación");
         QString cancelled = QStringLiteral("Operación cancelada");
@@ -42,7 +41,7 @@ public:
 
     /// Starts `work` of the recording that has reserved the operation; ignored while busy.
     void performReserved(Work work);
-    /// Reserves the operation for a recording, or gives it back.
+    /// Reserves the operation for a recording, or releases it.
     void setReserved(bool reserved);
 
     /// Asks the running operation to stop.
@@ -54,23 +53,23 @@ public:
     double progress() const { return m_progress; }
     void setProgress(double progress);
 
-    /// Says how a piece of work has ended: a failure in `errorMessage` and `status`, a cancellation in `status`.
+    /// Reports the end of work: a failure in `errorMessage` and `status`, a cancellation in `status`.
     void conclude(const std::optional<std::string>& failure, bool cancelled, const Endings& endings);
 
-    /// One line that is always there.
+    /// One line, never empty.
     QString status() const { return m_status; }
     void setStatus(const QString& status);
-    /// Says a failure in the status. The next success clears it with `clearFailedStatus`.
+    /// Shows a failure in the status. The next success clears it with `clearFailedStatus`.
     void setFailedStatus(const QString& status);
-    /// Shows the initial status instead of a failure's, if that is still shown.
+    /// Restores the initial status if the status still shows a failure.
     void clearFailedStatus();
-    /// The last error; empty when there is none to show.
+    /// The last error; empty without one.
     QString errorMessage() const { return m_errorMessage; }
     void setErrorMessage(const QString& message);
     void clearError() { setErrorMessage({}); }
 
-    /// Runs a coroutine that nobody waits for. An exception goes to `errorMessage`; `Cancelled` is ignored. The coroutine
-    /// must end before this object does.
+    /// Runs a detached coroutine. An exception goes to `errorMessage`; `Cancelled` is ignored. The coroutine must end before
+    /// this object is destroyed.
     void start(QCoro::Task<> task);
 
 signals:
@@ -81,7 +80,7 @@ signals:
     void errorMessageChanged();
     /// The user has asked the running operation to stop.
     void cancelled();
-    /// An operation has failed or was cancelled, and is over.
+    /// An operation has ended by failure or cancellation.
     void brokenOff();
 
 private:
@@ -98,7 +97,7 @@ private:
     static QString readyText() { return QStringLiteral("Listo para grabar"); }
 
     QString m_status = readyText();
-    QString m_failedStatus; ///< The last one that said a failure.
+    QString m_failedStatus; ///< The last status that showed a failure.
     QString m_errorMessage;
 };
 
