@@ -14,12 +14,12 @@ namespace orvo {
 
 namespace {
 
-constexpr double ticksPerSecond = 600; ///< Times of seeks are whole ticks: the frames of all usual rates are.
-constexpr double cameraTolerance = 0.15; ///< Seconds that the camera may be away from the picture.
+constexpr double ticksPerSecond = 600; ///< Seeks go to whole ticks. Frames of all usual rates begin on ticks.
+constexpr double cameraTolerance = 0.15; ///< Maximum seconds between the camera and the main player.
 
-constexpr double announcedAhead = 2; ///< Seconds before a cut at which the player learns of it.
+constexpr double announcedAhead = 2; ///< Seconds before a cut at which it is announced to the player.
 
-/// Whether two compositions differ in nothing but volumes, which can be changed while playing.
+/// Whether two compositions are equal apart from volumes, which can change during playback.
 bool sameButVolumes(const PreviewComposition& a, const PreviewComposition& b)
 {
     const auto sameClip = [](const auto& x, const auto& y) { return x.file == y.file && x.start == y.start; };
@@ -28,10 +28,10 @@ bool sameButVolumes(const PreviewComposition& a, const PreviewComposition& b)
 }
 
 /// The time of a seek in whole ticks, in the same frame as the exact time: at rates whose frames do not begin on ticks, the
-/// nearest one may lie in the frame before.
+/// nearest tick may be in the previous frame.
 double ticksFor(double seconds, double fps)
 {
-    constexpr double tolerance = 1e-6; // Of a frame, for what is computed from frame numbers.
+    constexpr double tolerance = 1e-6; // In frames, for times computed from frame numbers.
     const double ticks = std::round(seconds * ticksPerSecond);
     const double frame = std::floor(seconds * fps + tolerance);
     return (std::floor(ticks / ticksPerSecond * fps + tolerance) < frame ? ticks + 1 : ticks) / ticksPerSecond;
@@ -51,7 +51,7 @@ Playback::Playback(PreviewPlayer& player, PreviewPlayer& cameraPlayer, OpenProje
 {
     connect(&m_player, &PreviewPlayer::loaded, this, [this] { m_answer.give(Outcome::loaded); });
     connect(&m_player, &PreviewPlayer::failed, this, [this] {
-        if (m_answer.isGiven()) // What was playing cannot be read any more.
+        if (m_answer.isGiven()) // The playing file became unreadable.
             sayUnplayable();
         m_answer.give(Outcome::failed);
     });
@@ -70,7 +70,7 @@ Playback::Playback(PreviewPlayer& player, PreviewPlayer& cameraPlayer, OpenProje
     });
     connect(&m_project, &OpenProject::tracksEdited, this, &Playback::followVolumes);
     connect(&m_project, &OpenProject::stepped, this, &Playback::follow);
-    m_answer.give(Outcome::superseded); // There is none yet.
+    m_answer.give(Outcome::superseded); // No load is pending yet.
 }
 
 void Playback::shutDown()
@@ -93,7 +93,7 @@ PreviewComposition Playback::compose(const VideoProject& project) const
         try {
             file = m_store.mediaURL(project, track.file);
         } catch (const std::exception&) {
-            continue; // It leads out of the project.
+            continue; // It is outside the project.
         }
         if (track.kind == TrackKind::screen || track.kind == TrackKind::clip)
             composition.video.push_back({file, track.start});
@@ -110,7 +110,7 @@ std::optional<std::filesystem::path> Playback::cameraOf(const VideoProject& proj
     try {
         return m_store.mediaURL(project, track->file);
     } catch (const std::exception&) {
-        return std::nullopt; // It leads out of the project.
+        return std::nullopt; // It is outside the project.
     }
 }
 
@@ -180,9 +180,9 @@ QCoro::Task<> Playback::rebuildCamera(std::optional<std::filesystem::path> file)
         co_return;
     }
     PreviewComposition composition;
-    double end = std::numeric_limits<double>::infinity(); // Unless the file says where it ends.
+    double end = std::numeric_limits<double>::infinity(); // Unless the file has a duration.
     try {
-        // The picture keeps its own shape; the windows place it.
+        // The camera keeps its own aspect ratio; the windows place it.
         const auto facts = co_await m_workers.run(
             [probe = m_probe, path = *file](const std::stop_token& stop) { return probe->facts(path, stop); });
         if (facts.video) {
@@ -204,7 +204,7 @@ QCoro::Task<> Playback::rebuildCamera(std::optional<std::filesystem::path> file)
         co_return;
     }
     m_cameraPlayer.load(composition);
-    if (m_playhead > 0) // It may have moved while the camera was opened.
+    if (m_playhead > 0) // It may have moved while the camera was probed.
         m_cameraPlayer.seek(ticksFor(m_playhead, static_cast<double>(m_project->fps)));
 }
 
@@ -220,7 +220,7 @@ void Playback::followVolumes()
     m_composition = composition;
 }
 
-/// Has the sound dip at the cuts as the export's does. Most edits leave them as they are.
+/// Fades the audio at the cuts as exports do. Returns early because most edits change no cut.
 void Playback::followCuts()
 {
     const auto* project = shown();
@@ -240,7 +240,7 @@ void Playback::followCuts()
 
 void Playback::follow()
 {
-    // The same media in the same places go on playing where they are.
+    // The same files at the same times continue at the same position.
     if (sameButVolumes(compose(*m_project), m_composition) && cameraOf(*m_project) == m_cameraFile)
         followVolumes();
     else
@@ -271,7 +271,7 @@ void Playback::stepFrames(int frames)
     pause();
     const auto fps = static_cast<double>(m_project->fps);
     const double last = std::max(std::ceil(m_project->duration * fps) - 1, 0.0);
-    // From the frame that is shown, wherever in it the playhead lies.
+    // Counts from the shown frame, wherever the playhead is within it.
     const double shown = std::floor(m_playhead * fps + 0.001);
     seek(std::clamp(shown + frames, 0.0, last) / fps);
 }
@@ -312,7 +312,7 @@ void Playback::tryOut(const EditSuggestion& suggestion)
     if (!m_project || m_project.isLocked() || m_preview != Preview::Ready)
         return;
     Trial trial{.project = Suggestions::applied(*m_project, std::span(&suggestion, 1)), .end = 0};
-    // Its surroundings are those of the film: other cuts do not count.
+    // Counts only time that remains after the other cuts.
     const auto merged = Timeline::merged(trial.project.edit.cuts, trial.project.duration);
     const double from = [&] {
         double at = suggestion.span.start;
@@ -365,7 +365,7 @@ void Playback::togglePlaying()
 
 void Playback::watch(double seconds)
 {
-    // A player that stands answers a seek with the tick it was asked for; the playhead is exact.
+    // A paused player reports the tick of the last seek; the playhead is more exact.
     if (m_player.rate() != 0 || seconds != m_sought)
         setPlayhead(std::isfinite(seconds) ? seconds : 0);
     if (m_project && m_player.rate() > 0) {
@@ -374,7 +374,7 @@ void Playback::watch(double seconds)
             return;
         }
         const auto cuts = shown()->edit.cuts;
-        // Seeks go to whole ticks: half of one before its end a cut is over.
+        // Seeks go to whole ticks: a cut ends half a tick early.
         const auto cut = std::ranges::find_if(cuts,
             [&](const TimeSpan& span) { return span.start <= m_playhead && m_playhead + 0.51 / ticksPerSecond < span.end; });
         if (cut != cuts.end())
@@ -384,7 +384,7 @@ void Playback::watch(double seconds)
     followWithCamera(seconds);
 }
 
-/// Makes the player prepare the end of the next cut while it still plays up to the cut.
+/// Lets the player prepare the end of the next cut while it still plays up to the cut.
 void Playback::announceNextCut()
 {
     const TimeSpan* next = nullptr;

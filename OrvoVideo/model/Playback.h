@@ -19,7 +19,7 @@
 
 namespace orvo {
 
-/// Plays the open project: the playhead and the two players, of the picture with the audio and of the camera. Main thread
+/// Plays the open project with a playhead and two players: one for the frames and the audio, one for the camera. Main thread
 /// only. Times are seconds on the recording timeline.
 ///
 ///               rebuild               every file can be played
@@ -31,72 +31,71 @@ class Playback : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the model")
 public:
-    /// How far the players are with the open project.
+    /// The state of the players for the open project.
     enum class Preview : quint8 {
         Empty, ///< No project was opened yet.
         Loading,
         Ready,
-        Failed ///< A file cannot be played: what the player shows is not this project, and nothing plays.
+        Failed ///< A file cannot be played: the player does not show this project, and `play` does nothing.
     };
     Q_ENUM(Preview)
 
-    /// Follows `project`. What cannot be played is said in `operation`'s status.
+    /// Follows `project`. Reports files that cannot be played in the status of `operation`.
     Playback(PreviewPlayer& player, PreviewPlayer& cameraPlayer, OpenProject& project, const ProjectStore& store,
         std::shared_ptr<const MediaProbe> probe, Operation& operation, Workers& workers);
 
     PreviewPlayer& player() const { return m_player; }
     PreviewPlayer& cameraPlayer() const { return m_cameraPlayer; }
     double playhead() const { return m_playhead; }
-    /// Where the camera's file ends; infinity if that is not known, 0 until it is looked at. Nothing of the camera is shown
-    /// from there on.
+    /// The end of the camera's file; infinity if unknown, 0 until it was probed. From there on no camera is shown.
     double cameraEnd() const { return m_cameraEnd; }
     bool playing() const { return m_playing; }
     Preview preview() const { return m_preview; }
 
-    /// Gives the open project to the players, at 0. When a file cannot be played the players keep what they had. If calls
+    /// Loads the open project into the players, at 0. If a file cannot be played, the players keep their content. If calls
     /// overlap, the last one wins.
     QCoro::Task<> rebuild();
-    /// Rebuilds only when the media or their places are not those that are playing.
+    /// Rebuilds only if the media files or their start times have changed.
     void follow();
-    /// Empties the players; a rebuild under way ends.
+    /// Empties the players and ends a pending rebuild.
     void clear();
 
     /// Moves both players and the playhead to a time, at least 0.
     void seek(double seconds);
     /// Moves by whole frames of the project, within the recording, and pauses.
     void stepFrames(int frames);
-    /// Plays from the playhead, or from the beginning when it is at the end.
+    /// Plays from the playhead, or from the beginning if the playhead is at the end.
     void play();
     void pause();
     void togglePlaying();
-    /// Plays the film around a suggestion as it would be with it, from `aroundTrial` seconds before to as long behind, and
-    /// stops. What is done meanwhile (a seek, a pause, an edit) ends it.
+    /// Plays a trial of a suggestion, as if it were applied, from `aroundTrial` seconds before it to `aroundTrial` seconds
+    /// after it. A seek, a pause or an edit ends the trial.
     void tryOut(const EditSuggestion& suggestion);
     static constexpr double aroundTrial = 1;
-    /// What plays: the project as it would be with what is tried out, or the open one; null without one.
+    /// The project that plays: the trial or the open one; null without one.
     const VideoProject* shown() const;
-    /// The spans of `shown` that the film keeps at the project's frame rate.
+    /// The spans of `shown` that remain after the cuts, at the project's frame rate.
     const std::vector<RenderGraph::KeptSpan>& kept() const { return m_kept; }
-    /// Pauses with the playhead at 0, for another project.
+    /// Pauses and sets the playhead to 0, for another project.
     void rewind();
 
-    /// Ends a rebuild under way and follows the players no more.
+    /// Ends a pending rebuild and disconnects from the players.
     void shutDown();
 
 signals:
     void playheadChanged();
     void playingChanged();
     void previewChanged();
-    /// `shown` is another version, while the open project is the same.
+    /// `shown` has changed to or from a trial; the open project has not.
     void shownChanged();
 
 private:
-    /// What is tried out.
+    /// The project with one suggestion applied.
     struct Trial {
         VideoProject project;
         double end = 0; ///< Where it stops.
     };
-    /// What the kept spans depend on.
+    /// The inputs of the kept spans.
     struct KeptBy {
         SharedList<TimeSpan> cuts;
         double duration = 0;
@@ -131,18 +130,18 @@ private:
     Workers& m_workers;
 
     double m_playhead = 0;
-    double m_sought = 0; ///< What the player was last asked for: the playhead in whole ticks.
+    double m_sought = 0; ///< The target of the last seek: the playhead in whole ticks.
     double m_cameraEnd = 0;
     bool m_playing = false;
-    bool m_ended = false; ///< Playback has come to the end, which may lie before the project's.
+    bool m_ended = false; ///< Playback has reached the end, which may be before the project's end.
     std::optional<Trial> m_trial;
     KeptBy m_keptBy;
     std::vector<RenderGraph::KeptSpan> m_kept;
     std::optional<double> m_announced; ///< The seek target last announced with `expectSeek`: the end of a cut.
     Preview m_preview = Preview::Empty;
-    PreviewComposition m_composition; ///< What `player` was last asked to load.
-    std::optional<std::filesystem::path> m_cameraFile; ///< What `cameraPlayer` was last asked to load.
-    Answer<Outcome> m_answer; ///< Of the load under way.
+    PreviewComposition m_composition; ///< Last loaded into `player`.
+    std::optional<std::filesystem::path> m_cameraFile; ///< Last loaded into `cameraPlayer`.
+    Answer<Outcome> m_answer; ///< The outcome of the pending load.
 };
 
 } // namespace orvo

@@ -43,7 +43,7 @@ void ProjectDocuments::save(const VideoProject& project, std::uint64_t version)
 {
     {
         const std::scoped_lock lock(m_mutex);
-        // Older than what is saved now.
+        // Older than this version.
         m_pendingUnsaved.erase(project.id);
         m_unwritten.erase(project.id);
         const bool waiting = m_pending.contains(project.id);
@@ -88,7 +88,7 @@ QCoro::Task<std::optional<VideoProject>> ProjectDocuments::settleRecording(Uuid 
 
 std::optional<VideoProject> ProjectDocuments::settle(const Uuid& id, bool thisProcessRecords)
 {
-    // The recorder first: what a process that has ended left on disk no longer changes.
+    // Check the recorder first: after it has ended, its document no longer changes.
     const bool isAlive =
         CaptureSession::isAlive(CaptureSession::recordingProcess(m_store.directory(id)), thisProcessRecords);
     try {
@@ -102,7 +102,7 @@ std::optional<VideoProject> ProjectDocuments::settle(const Uuid& id, bool thisPr
             if (const auto known = m_known.find(id); known != m_known.end() && stamp)
                 known->second = *stamp;
         } catch (const std::exception&) {
-            // Read-only or full: it is shown as interrupted all the same.
+            // Read-only or full disk: still return it as interrupted.
         }
         return project;
     } catch (const std::exception&) {
@@ -147,7 +147,7 @@ std::optional<ProjectDocuments::Stamp> ProjectDocuments::stampOf(const fs::path&
 
 std::optional<ProjectDocuments::Opened> ProjectDocuments::read(const Uuid& id)
 {
-    // Before the content is read: a change in between is then noticed later.
+    // Before reading the content, so that a change in between is detected later.
     const auto stamp = stampOf(m_store.directory(id) / ProjectStore::documentName);
     try {
         Opened opened{m_store.load(id), readUnsavedEdits(id)};
@@ -158,7 +158,7 @@ std::optional<ProjectDocuments::Opened> ProjectDocuments::read(const Uuid& id)
             opened.unsavedEdits = unwritten->second.project;
         return opened;
     } catch (const std::exception&) {
-        m_known.insert_or_assign(id, Stamp()); // Not what lies there: a save keeps that beside.
+        m_known.insert_or_assign(id, Stamp()); // Matches no file, so that a save keeps the present one.
         return std::nullopt;
     }
 }
@@ -175,7 +175,7 @@ std::optional<VideoProject> ProjectDocuments::readUnsavedEdits(const Uuid& id) c
         if (project.id == id && project.schemaVersion == VideoProject::currentSchemaVersion)
             return project;
     } catch (const std::exception&) {
-        // A power cut may have left a part of it. The document is whole.
+        // A power cut may have truncated it. The document is intact.
     }
     return std::nullopt;
 }
@@ -233,7 +233,7 @@ void ProjectDocuments::writeUnsavedEdits(const Uuid& id)
     }
 }
 
-/// Keeps a document that another program has put in the place of ours, and returns the name it is kept under.
+/// Keeps a document that another program has written in place of ours. Returns its new name; nullopt if there is none.
 std::optional<std::string> ProjectDocuments::keepOther(const Uuid& id)
 {
     const fs::path folder = m_store.directory(id);
@@ -247,9 +247,9 @@ std::optional<std::string> ProjectDocuments::keepOther(const Uuid& id)
         fs::create_hard_link(folder / ProjectStore::documentName, folder / name, error);
         if (error == std::errc::file_exists)
             continue;
-        if (error) // A file system without links.
+        if (error) // The file system has no hard links.
             fs::copy_file(folder / ProjectStore::documentName, folder / name);
-        known->second = *stamp; // Kept once, also when the save that follows has to be tried again.
+        known->second = *stamp; // Keeps it only once, even if the following save has to be retried.
         return name;
     }
 }

@@ -13,31 +13,29 @@
 
 namespace orvo {
 
-/// The documents of the library as the open project uses them: read and written one after the other, in the order asked, on
-/// one thread beside the main thread.
+/// Reads and writes the documents of the library on one worker thread, in the order of the requests.
 ///
-/// What is asked to be saved is a value of its own from then on, and a cheap copy. Of several values of one project that
-/// wait, only the newest is written. Main thread only.
+/// A save takes a copy of the project, which is cheap. If several saves of one project wait, only the newest is written.
+/// Main thread only.
 ///
-/// Beside the document a project may have its unsaved edits ("unsaved-edits.json"): a copy of the document that is written
-/// while edits follow one another so fast that the document itself is not written yet, and removed with the next save. It
-/// is only ever found after a crash.
+/// A project may have unsaved edits ("unsaved-edits.json") beside its document: a copy that is written during a burst of
+/// edits, before the document itself, and removed with the next save. It is found only after a crash.
 class ProjectDocuments final : public QObject {
     Q_OBJECT
 public:
     static constexpr std::string_view unsavedEditsName = "unsaved-edits.json";
 
     explicit ProjectDocuments(const ProjectStore& store);
-    /// Writes everything that was asked to be saved, and resumes who waits.
+    /// As `shutDown`.
     ~ProjectDocuments() override;
 
     struct Opened {
         VideoProject project; ///< The document.
-        /// What is newer than the document: a value that could not be saved, or what a crash left unsaved.
+        /// Newer than the document: a version that could not be written, or edits from before a crash.
         std::optional<VideoProject> unsavedEdits;
     };
 
-    /// Tells one content of a file from another without reading it.
+    /// Identifies one content of a file without reading it.
     struct Stamp {
         std::uint64_t device = 0;
         std::uint64_t node = 0;
@@ -47,48 +45,47 @@ public:
         friend bool operator==(const Stamp&, const Stamp&) = default;
     };
 
-    /// A document as another program has left it.
+    /// A document that another program has written.
     struct Changed {
         VideoProject project;
         Stamp stamp;
     };
 
-    /// Reads a document for editing; nothing when it cannot be read. From now on it is noticed when another program changes
-    /// it.
+    /// Reads a document for editing; returns nullopt if it cannot be read. From then on changes by other programs are
+    /// detected.
     QCoro::Task<std::optional<Opened>> open(Uuid id);
 
-    /// Asks for a save. `version` comes back with `saved` or `saveFailed`. What could not be written is kept in memory for
+    /// Requests a save; `saved` or `saveFailed` reports `version`. A version that could not be written stays in memory for
     /// the next `open` or `settle`.
     ///
-    /// A document that another program has changed since it was opened or saved is kept beside the new one, and
-    /// `keptOther` tells its name.
+    /// A document that another program has changed since it was opened or saved is kept under another name, which
+    /// `keptOther` reports.
     void save(const VideoProject& project, std::uint64_t version);
 
-    /// Asks for the unsaved edits to be written. Not flushed to disk: they are there for a crash of this program. A failure
-    /// is not reported.
+    /// Requests that the unsaved edits be written. Does not flush them to disk: they only have to survive a crash of this
+    /// program. Ignores failures.
     void saveUnsavedEdits(const VideoProject& project);
 
-    /// The document of an open project when another program has changed it since it was opened or saved; nothing when it
-    /// has not, or when it cannot be read now.
+    /// Returns the document of an open project if another program has changed it since it was opened or saved; nullopt if it
+    /// has not changed or cannot be read.
     QCoro::Task<std::optional<Changed>> changedElsewhere(Uuid id);
 
-    /// Reads a document that is marked as being recorded and, when its recorder has ended, gives it the state of an
-    /// interrupted recording and saves it. Reading and saving are one step: a recording that ends by itself meanwhile keeps
-    /// the document it wrote. Returns the document as it is then, or nullopt when it cannot be read. A failed save is not
-    /// reported; the next call tries again.
+    /// Reads a document that is marked as being recorded. If its recorder has ended, changes its state to an interrupted
+    /// recording and saves it. Reading and saving are one step, so a recording that ends meanwhile keeps its own document.
+    /// Returns the resulting document, or nullopt if it cannot be read. Ignores a failed save; the next call tries again.
     QCoro::Task<std::optional<VideoProject>> settleRecording(Uuid id, bool thisProcessRecords);
 
-    /// The changed document is the open one from now on.
+    /// Adopts the changed document as the open one.
     void accept(const Changed& changed);
 
-    /// Returns when everything asked before is done and reported.
+    /// Returns when all earlier requests are complete and reported.
     QCoro::Task<> settled();
 
-    /// As `settled`, for those who cannot wait for the event loop. Tries once more to write what could not be written.
-    /// Returns whether everything is on disk.
+    /// As `settled`, but blocks instead of waiting for the event loop. Retries failed writes once. Returns whether
+    /// everything is on disk.
     bool settle();
 
-    /// Does everything that was asked and takes nothing more; resumes who waits, with `Cancelled`.
+    /// Completes all requests and accepts no more; waiting coroutines resume with `Cancelled`.
     void shutDown();
 
 signals:
@@ -126,13 +123,13 @@ private:
     const ProjectStore m_store;
     std::unordered_map<Uuid, Stamp> m_known; ///< The documents as this program last read or wrote them. Worker only.
 
-    std::mutex m_mutex; ///< Guards what follows.
-    std::map<Uuid, Version> m_pending; ///< Asked to be saved, not begun.
+    std::mutex m_mutex; ///< Guards the members below, except `m_worker`.
+    std::map<Uuid, Version> m_pending; ///< Requested saves that have not begun.
     std::map<Uuid, VideoProject> m_pendingUnsaved;
-    std::map<Uuid, Version> m_unwritten; ///< Could not be written.
+    std::map<Uuid, Version> m_unwritten; ///< Versions that could not be written.
     std::vector<Report> m_reports;
 
-    SerialWorker m_worker; ///< Last: it goes first, and does what is left with everything above still there.
+    SerialWorker m_worker; ///< Last, so that it is destroyed first and completes its work while all members still exist.
 };
 
 } // namespace orvo

@@ -42,9 +42,9 @@ QCoro::Task<> ProjectLibrary::readList()
     const auto done = qScopeGuard([this] { m_listing = false; });
     do {
         m_listAgain = false;
-        co_await m_parts.documents.settled(); // The list shows pending saves.
+        co_await m_parts.documents.settled(); // The list has to include pending saves.
         auto projects = co_await m_parts.workers.run([store = m_parts.store, watch = m_libraryWatch.watchingProjects()] {
-            watch(); // First, so that no change falls between the two.
+            watch(); // Before listing, so that no change is missed in between.
             return store.list();
         });
         for (auto& project : projects) {
@@ -58,7 +58,7 @@ QCoro::Task<> ProjectLibrary::readList()
             co_return;
         auto before = m_list.projects();
         show(std::move(projects));
-        // Freeing the documents of a large library takes long, too.
+        // Freeing the documents of a large library also takes long.
         co_await m_parts.workers.run([before = std::move(before)] mutable { before = {}; });
     } while (m_listAgain);
 }
@@ -67,7 +67,7 @@ void ProjectLibrary::show(std::vector<VideoProject> projects)
 {
     for (auto& project : projects) {
         if (m_parts.open.is(project.id) && m_parts.saving.unsavedChanges())
-            project = *m_parts.open; // Newer than what was read.
+            project = *m_parts.open; // Newer than the listed one.
     }
     m_list.setProjects(SharedList(std::move(projects)));
     if (!std::exchange(m_isListed, true))
@@ -84,7 +84,7 @@ void ProjectLibrary::open(const QString& projectId)
         m_parts.operation.start(openUnlisted(id));
 }
 
-/// Another program may have made it since the library was listed.
+/// Another program may have added it since the library was listed.
 QCoro::Task<> ProjectLibrary::openUnlisted(Uuid id)
 {
     auto project = co_await m_parts.workers.run([store = m_parts.store, id] { return store.load(id); });
@@ -98,7 +98,7 @@ QCoro::Task<> ProjectLibrary::select(VideoProject project)
         co_return;
     const auto opening = ++m_opening;
     if (CaptureSession::isMarkedRecording(project)) {
-        // The row may be older than the end of the recording.
+        // The recording may have ended since the listing.
         auto settled = co_await m_parts.documents.settleRecording(project.id, m_parts.operation.busy());
         if (settled)
             m_list.replace(*settled);
@@ -115,7 +115,7 @@ QCoro::Task<> ProjectLibrary::select(VideoProject project)
     std::uint64_t edited = 0;
     std::uint64_t changes = 0;
     do {
-        // Reading waits its turn behind this save. Edits made while it does are saved, and read, too.
+        // The read is queued behind this save. Edits made meanwhile repeat the loop.
         m_parts.saving.flush();
         edited = m_parts.saving.edits();
         changes = m_closedChanges;
@@ -198,7 +198,7 @@ QCoro::Task<> ProjectLibrary::change(Uuid id, std::function<void(VideoProject&)>
             throw captureError("El proyecto ya no se puede leer.");
     } while (m_closedChanges != changes);
     if (m_parts.open.is(id)) {
-        // On the present value: the project may have been edited meanwhile.
+        // Applies to the present version: the project may have been edited meanwhile.
         m_parts.open.change(change, undo);
         co_await m_parts.playback.rebuild();
         co_return;
@@ -226,7 +226,7 @@ void ProjectLibrary::noteChanged(const std::set<Uuid>& projects)
     emit changedOnDisk(projects);
 }
 
-/// The open one is followed by `reloadWhenChangedElsewhere`.
+/// `reloadWhenChangedElsewhere` handles the open project.
 QCoro::Task<> ProjectLibrary::reloadListed(std::set<Uuid> projects)
 {
     co_await m_parts.documents.settled();
@@ -255,7 +255,7 @@ void ProjectLibrary::watchDocument()
 QCoro::Task<> ProjectLibrary::reloadWhenChangedElsewhere()
 {
     auto& open = m_parts.open;
-    // With edits of our own, the next save keeps the other version beside ours.
+    // With unsaved edits, the next save keeps the other version under another name.
     if (!open || m_parts.saving.unsavedChanges() || open.isLocked())
         co_return;
     const auto opening = m_opening;
@@ -269,7 +269,7 @@ QCoro::Task<> ProjectLibrary::reloadWhenChangedElsewhere()
     if (areSameDocument(changed->project, *open))
         co_return;
     const auto publicationBefore = open->publication;
-    open.takeOver(changed->project); // A step to undo, so that what was here is not lost.
+    open.takeOver(changed->project); // An undo step, so that the present version is not lost.
     m_list.replace(*open);
     emit reloaded(publicationBefore);
     m_parts.operation.setStatus(QStringLiteral("El proyecto ha cambiado fuera de Orvo Video y se ha vuelto a cargar."));

@@ -20,11 +20,11 @@
 
 namespace orvo {
 
-/// The library: lists the projects, opens one of them, and changes those that are not open. Main thread only.
+/// The library: lists the projects, opens one, and changes projects that are not open. Main thread only.
 class ProjectLibrary : public QObject {
     Q_OBJECT
 public:
-    /// What the library works with. All of it outlives the library.
+    /// The collaborators of the library; all outlive it.
     struct Parts {
         const ProjectStore& store;
         ProjectDocuments& documents;
@@ -39,45 +39,43 @@ public:
     /// The projects as last listed, newest first.
     LibraryModel& list() { return m_list; }
     const LibraryModel& list() const { return m_list; }
-    /// Whether `list` shows what is there; false until it was listed for the first time.
+    /// Whether the library was listed at least once.
     bool isListed() const { return m_isListed; }
 
-    /// Lists the library again and marks recordings that were cut off as recoverable. Returns at once. Ignored while
-    /// recording.
+    /// Lists the library again and marks interrupted recordings as recoverable. Returns at once. Ignored while recording.
     void refresh();
 
-    /// Opens a project of the library in place of the open one, whose changes are written first. While recording, and for a
-    /// project that is being recorded (the status says so), nothing happens. If calls overlap, the last one wins.
+    /// Saves the changes of the open project and opens another one. Ignored while recording, and for a project that is being
+    /// recorded (the status says so). If calls overlap, the last one wins.
     QCoro::Task<> select(VideoProject project);
-    /// As `select`, for the project with this identifier. One that the library does not list is looked for on disk.
+    /// As `select`, by identifier. Loads a project that is not listed from disk.
     void open(const QString& projectId);
-    /// Opens the project of a recording that has begun. Whatever is being opened is given up. The open project must have
-    /// been flushed.
+    /// Opens the project of a recording that has begun, and cancels a pending `select`. The open project must have been
+    /// flushed.
     void openRecording(const VideoProject& project);
 
-    /// Leaves no project open, because the open one's folder is gone.
+    /// Closes the open project because its folder no longer exists.
     void closeGone();
-    /// Writes the open project's changes and leaves nothing open. Ignored while recording.
+    /// Saves the changes of the open project and closes it. Ignored while recording.
     void close();
 
-    /// Changes a project of the library, whether it is the open one or not, and saves it. Throws `captureError` when the
-    /// project cannot be read.
+    /// Changes a project of the library, open or not, and saves it. Throws `captureError` if the project cannot be read.
     QCoro::Task<> change(Uuid id, std::function<void(VideoProject&)> change, OpenProject::Undo undo);
-    /// As `OpenProject::updateApart`, for a project that may not be open any more.
+    /// As `OpenProject::updateApart`, for a project that may no longer be open.
     QCoro::Task<> update(Uuid id, std::function<void(VideoProject&)> change);
 
-    /// Gives up what is being opened.
+    /// Cancels a pending `select`.
     void shutDown() { ++m_opening; }
 
 signals:
     void isListedChanged();
-    /// `list` shows the library as it was just read.
+    /// `list` was read again.
     void listed();
-    /// Another program has changed these projects, or they have come or gone.
+    /// Another program has changed, added or removed these projects.
     void changedOnDisk(const std::set<orvo::Uuid>& projects);
-    /// Another project is open; its unsaved edits may follow.
+    /// Another project was opened; its unsaved edits may follow.
     void opened();
-    /// The open project has changed outside of the application.
+    /// Another program has changed the open project.
     void reloaded(const std::optional<orvo::Publication>& publicationBefore);
 
 private:
@@ -91,7 +89,7 @@ private:
     void noteChanged(const std::set<Uuid>& projects);
     QCoro::Task<> reloadListed(std::set<Uuid> projects);
 
-    // The number of a saved version of another project than the open one.
+    // The version number for saves of projects that are not open.
     static constexpr std::uint64_t otherProject = 1;
 
     const Parts m_parts;
@@ -101,8 +99,8 @@ private:
     bool m_isListed = false;
     bool m_listing = false;
     bool m_listAgain = false;
-    std::uint64_t m_closedChanges = 0; ///< Counts the changes to projects that are not open.
-    std::uint64_t m_opening = 0; ///< Counts what changes which project is open, so that an overtaken `select` ends.
+    std::uint64_t m_closedChanges = 0; ///< Counts changes to projects that are not open.
+    std::uint64_t m_opening = 0; ///< Counts changes of the open project, so that a superseded `select` ends.
 };
 
 } // namespace orvo
