@@ -28,7 +28,7 @@ TEST_F(AppModelTests, StartsEmpty)
     EXPECT_TRUE(model->prepareToQuit());
 }
 
-TEST_F(AppModelTests, WhileRecordingNothingIsEditedOrOpened)
+TEST_F(AppModelTests, RejectsEditsAndOpeningWhileRecording)
 {
     const auto first = openNew();
     const auto second = add(VideoProject::make("second"));
@@ -53,7 +53,7 @@ TEST_F(AppModelTests, WhileRecordingNothingIsEditedOrOpened)
     EXPECT_EQ(project().title, first.title);
 }
 
-TEST_F(AppModelTests, OpensWhatLiesOnDisk)
+TEST_F(AppModelTests, OpensTheVersionOnDisk)
 {
     auto published = VideoProject::make("old title");
     published.duration = 0.5;
@@ -81,7 +81,7 @@ TEST_F(AppModelTests, OpensWhatLiesOnDisk)
     EXPECT_FALSE(model->canUndo());
 }
 
-TEST_F(AppModelTests, OpensTheLibrarysVersionOfADocumentThatCannotBeRead)
+TEST_F(AppModelTests, OpensTheListedVersionWhenTheDocumentIsUnreadable)
 {
     auto broken = VideoProject::make("broken");
     broken.duration = 3;
@@ -95,7 +95,7 @@ TEST_F(AppModelTests, OpensTheLibrarysVersionOfADocumentThatCannotBeRead)
     model->open("no identifier");
 }
 
-TEST_F(AppModelTests, OfTwoProjectsOpenedAtOnceTheLaterCounts)
+TEST_F(AppModelTests, OpensTheLastProjectWhenCallsOverlap)
 {
     const auto first = add(VideoProject::make("first"));
     const auto second = add(VideoProject::make("second"));
@@ -107,7 +107,7 @@ TEST_F(AppModelTests, OfTwoProjectsOpenedAtOnceTheLaterCounts)
     EXPECT_EQ(model->library()->openRow(), model->projects()[0].id == second.id ? 0 : 1);
 }
 
-TEST_F(AppModelTests, EditsMadeWhileAnotherProjectIsBeingOpenedAreKept)
+TEST_F(AppModelTests, KeepsEditsMadeWhileAnotherProjectOpens)
 {
     const auto next = add(VideoProject::make("next"));
     const auto first = openNew();
@@ -127,7 +127,7 @@ TEST_F(AppModelTests, EditsMadeWhileAnotherProjectIsBeingOpenedAreKept)
     EXPECT_EQ(project().title, "once more");
 }
 
-TEST_F(AppModelTests, QuittingInTheMiddleOfEverythingLosesNothing)
+TEST_F(AppModelTests, SavesEditsWhenQuittingDuringOtherWork)
 {
     const auto next = add(VideoProject::make("next"));
     const auto first = openNew();

@@ -58,7 +58,7 @@ protected:
     }
 };
 
-TEST_F(BrowserTests, TheExtensionAndTheManifestsAreInPlace)
+TEST_F(BrowserTests, InstallsTheExtensionAndTheManifests)
 {
     const BrowserIntegration integration(browsers);
     integration.setUp();
@@ -83,7 +83,7 @@ TEST_F(BrowserTests, TheExtensionAndTheManifestsAreInPlace)
     }
 }
 
-TEST_F(BrowserTests, WithoutABundleNothingIsTouched)
+TEST_F(BrowserTests, ChangesNothingWithoutABundle)
 {
     for (const auto& bundle : {fs::path(), folder / "bin", folder / "Empty.app"}) {
         auto places = browsers;
@@ -95,7 +95,7 @@ TEST_F(BrowserTests, WithoutABundleNothingIsTouched)
     }
 }
 
-TEST_F(BrowserTests, TheModelConnectsBrowsersWhenItStarts)
+TEST_F(BrowserTests, ConnectsBrowsersWhenTheModelStarts)
 {
     start();
     ASSERT_TRUE(comesToHold([&] { return fs::exists(manifest("BraveSoftware/Brave-Browser")); }));
@@ -112,7 +112,7 @@ TEST_F(BrowserTests, TheModelConnectsBrowsersWhenItStarts)
     EXPECT_FALSE(model->busy());
 }
 
-TEST_F(BrowserTests, TheModelTellsWhatIsMissing)
+TEST_F(BrowserTests, ReportsAnIncompleteBundle)
 {
     fs::remove(browsers.bundle / "Contents/Resources/extension-origin.txt");
     start();
@@ -123,7 +123,7 @@ TEST_F(BrowserTests, TheModelTellsWhatIsMissing)
     EXPECT_EQ(model->errorMessage(), "Abre la aplicación instalada para preparar la extensión de Chrome y Brave.");
 }
 
-TEST_F(BrowserTests, ARecordedTabAndTheExtensionAppearWhenTheHelperSaysSo)
+TEST_F(BrowserTests, ShowsTheTabRecordingAndTheExtensionWhenTheHelperNotifies)
 {
     const PrivateBus bus;
     observe = NotificationObserver::create;

@@ -57,7 +57,7 @@ protected:
     }
 };
 
-TEST_F(CrashTests, NoEditThatWasOnDiskIsLostAndNoVersionIsHalf)
+TEST_F(CrashTests, RestoresAWholeVersionNoOlderThanTheLastSave)
 {
     const auto edited = add(VideoProject::make("0"));
     int found = 0;
@@ -76,7 +76,7 @@ TEST_F(CrashTests, NoEditThatWasOnDiskIsLostAndNoVersionIsHalf)
     }
 }
 
-TEST_F(CrashTests, EditsWithoutAPauseSurviveOnceTheyAreOlderThanTheDelay)
+TEST_F(CrashTests, RestoresEditsOlderThanTheDelayAfterABurst)
 {
     const auto edited = add(VideoProject::make("0"));
     const auto file = store.directory(edited.id) / "unsaved-edits.json";

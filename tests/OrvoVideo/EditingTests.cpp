@@ -20,7 +20,7 @@ protected:
     QString idOf(const auto& record) const { return Text::from(record.id); }
 };
 
-TEST_F(EditingTests, IgnoresUnknownFieldsAndNumbersThatNoDocumentHolds)
+TEST_F(EditingTests, IgnoresUnknownFieldsAndNonFiniteNumbers)
 {
     openNew();
     model->editing()->setValues({{"cameraX", 0.1}, {"cameraY", 0.2}});
@@ -41,7 +41,7 @@ TEST_F(EditingTests, IgnoresUnknownFieldsAndNumbersThatNoDocumentHolds)
     EXPECT_TRUE(model->prepareToQuit());
 }
 
-TEST_F(EditingTests, SuggestionsFollowTheEdits)
+TEST_F(EditingTests, UpdatesSuggestionsAfterEdits)
 {
     openNew(20);
     model->update([](VideoProject& project) {

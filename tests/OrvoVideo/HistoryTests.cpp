@@ -59,7 +59,7 @@ TEST(HistoryTests, GoesBackAndForwardThroughEveryVersion)
     }
 }
 
-TEST(HistoryTests, KeepsAHundredVersionsUnlessToldOtherwise)
+TEST(HistoryTests, KeepsAHundredVersionsUnlessTrimmingIsOff)
 {
     History history;
     std::vector<VideoProject> versions{emptyProject()};

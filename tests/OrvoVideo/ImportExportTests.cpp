@@ -38,7 +38,7 @@ protected:
     }
 };
 
-TEST_F(ImportExportTests, EditsMadeDuringAnImportStay)
+TEST_F(ImportExportTests, KeepsEditsMadeDuringAnImport)
 {
     const auto clip = movie("clip.mp4", 1);
     const auto other = add(VideoProject::make("other"));
@@ -114,7 +114,7 @@ TEST_F(ImportExportTests, ExportsTheProjectAsItWas)
     EXPECT_THAT(subtitles, testing::Not(HasSubstr("hola")));
 }
 
-TEST_F(ImportExportTests, TheChoiceOfSubtitlesIsRemembered)
+TEST_F(ImportExportTests, RemembersTheChoiceOfSubtitles)
 {
     const auto clip = movie("clip.mp4", 1);
     start();

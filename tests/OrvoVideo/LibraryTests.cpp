@@ -42,7 +42,7 @@ protected:
     std::string listedState(const VideoProject& project) const { return model->library()->find(project.id)->state; }
 };
 
-TEST_F(LibraryTests, ALibraryThatGoesAwayIsAnEmptyOne)
+TEST_F(LibraryTests, ListsNoProjectsWhenTheLibraryIsGone)
 {
     add(VideoProject::make("x"));
     start();
@@ -52,7 +52,7 @@ TEST_F(LibraryTests, ALibraryThatGoesAwayIsAnEmptyOne)
     EXPECT_EQ(model->errorMessage(), "");
 }
 
-TEST_F(LibraryTests, MarksRecordingsThatWereCutOff)
+TEST_F(LibraryTests, MarksInterruptedRecordings)
 {
     QProcess ended;
     ended.start("true", QStringList());
@@ -99,7 +99,7 @@ TEST_F(LibraryTests, MarksRecordingsThatWereCutOff)
     running.waitForFinished();
 }
 
-TEST_F(LibraryTests, ARecordingOfThisProcessIsAliveWhileItIsBusy)
+TEST_F(LibraryTests, TreatsItsOwnRecordingAsAliveWhileBusy)
 {
     start();
     const Answer<int> end;
@@ -112,7 +112,7 @@ TEST_F(LibraryTests, ARecordingOfThisProcessIsAliveWhileItIsBusy)
     EXPECT_EQ(listedState(recording), "needs-recovery");
 }
 
-TEST_F(LibraryTests, PreparesWhatABrowserRecordedOnceAndByItself)
+TEST_F(LibraryTests, PreparesBrowserRecordingsOnceAndAutomatically)
 {
     auto good = VideoProject::make("good");
     good.state = "processing-tab";
@@ -136,7 +136,7 @@ TEST_F(LibraryTests, PreparesWhatABrowserRecordedOnceAndByItself)
     EXPECT_EQ(files, 2) << "prepared once";
 }
 
-TEST_F(LibraryTests, WhatIsOpenedWhileItIsPreparedIsPreparedToo)
+TEST_F(LibraryTests, PreparesARecordingThatIsOpenedMeanwhile)
 {
     const auto movie = folder / "screen.webm";
     ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x36:rate=10:duration=1", "-c:v", "libvpx", movie});
@@ -158,7 +158,7 @@ TEST_F(LibraryTests, WhatIsOpenedWhileItIsPreparedIsPreparedToo)
     }
 }
 
-TEST_F(LibraryTests, OpensWhatAnotherProgramHasAddedSince)
+TEST_F(LibraryTests, OpensAProjectThatAnotherProgramHasAdded)
 {
     start();
     const auto added = add(VideoProject::make("added"));
@@ -168,7 +168,7 @@ TEST_F(LibraryTests, OpensWhatAnotherProgramHasAddedSince)
     EXPECT_TRUE(waitUntil([&] { return model->library()->openRow() == 0; }));
 }
 
-TEST_F(LibraryTests, OpensARecordingThatEndedSinceTheListing)
+TEST_F(LibraryTests, OpensARecordingThatEndedAfterTheListing)
 {
     QProcess recorder;
     recorder.start("sleep", {"600"});
@@ -190,7 +190,7 @@ TEST_F(LibraryTests, OpensARecordingThatEndedSinceTheListing)
     recorder.waitForFinished();
 }
 
-TEST_F(LibraryTests, MarksOnlyWhatIsStillMarkedWhenItsRecorderHasEnded)
+TEST_F(LibraryTests, SettlesOnlyMarkedRecordingsWhoseRecorderHasEnded)
 {
     ProjectDocuments documents(store);
     struct Case {
@@ -211,7 +211,7 @@ TEST_F(LibraryTests, MarksOnlyWhatIsStillMarkedWhenItsRecorderHasEnded)
     EXPECT_FALSE(QCoro::waitFor(documents.settleRecording(Uuid::random(), false)));
 }
 
-TEST_F(LibraryTests, LeavesARecordingAloneThatBeginsDuringTheListing)
+TEST_F(LibraryTests, KeepsTheStateOfARecordingThatBeginsDuringTheListing)
 {
     start();
     auto older = addRecording("recording", R"({"pid": 0})");
@@ -259,7 +259,7 @@ TEST_F(LibraryTests, RecoversTheOpenRecording)
     EXPECT_FALSE(fs::exists(store.directory(recording.id) / "capture-session.json"));
 }
 
-TEST_F(LibraryTests, AMarkThatCannotBeWrittenIsNoError)
+TEST_F(LibraryTests, ReportsNoErrorWhenAMarkCannotBeWritten)
 {
     const auto recording = addRecording("recording", "");
     const FileSizeLimit full(100);
@@ -270,7 +270,7 @@ TEST_F(LibraryTests, AMarkThatCannotBeWrittenIsNoError)
     EXPECT_EQ(model->errorMessage(), "");
 }
 
-TEST_F(LibraryTests, EditsThatAreNotSavedYetAreListed)
+TEST_F(LibraryTests, ListsUnsavedEdits)
 {
     openNew();
     setTitle("not saved yet");
@@ -280,7 +280,7 @@ TEST_F(LibraryTests, EditsThatAreNotSavedYetAreListed)
     EXPECT_EQ(model->library()->openRow(), 0);
 }
 
-TEST_F(LibraryTests, ALibraryThatCannotBeMadeIsToldInSpanish)
+TEST_F(LibraryTests, ReportsInSpanishThatTheLibraryCannotBeCreated)
 {
     std::ofstream(folder / "file") << "x";
     try {

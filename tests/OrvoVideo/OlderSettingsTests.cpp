@@ -43,7 +43,7 @@ width=1234
     const fs::path older = folder / "OrvoVideo" / "OrvoVideo.conf";
 };
 
-TEST_F(OlderSettingsTests, AreTakenOverOnce)
+TEST_F(OlderSettingsTests, MigratesOnce)
 {
     ASSERT_EQ(OlderSettings::usualFile(), older);
     StoredSettings::setTexts({{"serverURL", "https://a.es"}, {"window.width", "1000"}});
@@ -65,7 +65,7 @@ TEST_F(OlderSettingsTests, AreTakenOverOnce)
     EXPECT_EQ(StoredSettings::text("appearance"), "light");
 }
 
-TEST_F(OlderSettingsTests, WaitWhileTheSettingsCannotBeWritten)
+TEST_F(OlderSettingsTests, RetriesWhenTheSettingsCannotBeWritten)
 {
     fs::create_directory(StoredSettings::file()); // Whoever runs this may write everywhere.
     OlderSettings::adopt(older);

@@ -36,7 +36,7 @@ protected:
     std::vector<OpenProject::Save> saves;
 };
 
-TEST_F(OpenProjectTests, ADragIsOneStep)
+TEST_F(OpenProjectTests, RecordsADragAsOneStep)
 {
     setTitle("before");
     project.setGesture(true);
@@ -68,7 +68,7 @@ TEST_F(OpenProjectTests, ADragIsOneStep)
     }
 }
 
-TEST_F(OpenProjectTests, KeepsTheHistoryThatAChangeFromOutsideLeaves)
+TEST_F(OpenProjectTests, KeepsOrClearsTheHistoryAfterAChangeFromOutside)
 {
     const auto rename = [](VideoProject& edited) { edited.title = "changed"; };
     const auto date = project->updatedAt;
@@ -84,7 +84,7 @@ TEST_F(OpenProjectTests, KeepsTheHistoryThatAChangeFromOutsideLeaves)
     EXPECT_EQ(project->updatedAt, date) << "only edits are dated";
 }
 
-TEST_F(OpenProjectTests, SaysHowSoonAChangeHasToBeSaved)
+TEST_F(OpenProjectTests, ReportsHowSoonToSaveAChange)
 {
     setTitle("edited");
     project.undo();
@@ -169,7 +169,7 @@ TEST_F(OpenProjectTests, KeepsTheHistoryOfEveryProjectOfTheSession)
     EXPECT_FALSE(project.canUndo() || project.canRedo());
 }
 
-TEST_F(OpenProjectTests, BoundsTheHistoriesThatAreKept)
+TEST_F(OpenProjectTests, LimitsTheKeptHistories)
 {
     KeptHistories kept;
     std::vector<VideoProject> versions;
@@ -193,7 +193,7 @@ TEST_F(OpenProjectTests, BoundsTheHistoriesThatAreKept)
     EXPECT_FALSE(kept.take(versions[2]));
 }
 
-TEST_F(OpenProjectTests, StaysAsItWasWhenAChangeFails)
+TEST_F(OpenProjectTests, KeepsTheProjectWhenAChangeThrows)
 {
     EXPECT_THROW(project.update([](VideoProject& edited) {
         edited.title = "half";

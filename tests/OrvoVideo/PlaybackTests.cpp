@@ -35,7 +35,7 @@ protected:
     }
 };
 
-TEST_F(PlaybackTests, NoCutIsSeenLongerThanAStepOfTheWatcher)
+TEST_F(PlaybackTests, ShowsCutsNoLongerThanOneWatcherStep)
 {
     auto recording = VideoProject::make("counted");
     recording.duration = 8;

@@ -26,7 +26,7 @@ protected:
     QDBusConnection connection = QDBusConnection::connectToBus(bus.address(), "application " + bus.address());
 };
 
-TEST_F(PortalRecordingTests, TheDesktopIsAskedAndItsAnswersAreTold)
+TEST_F(PortalRecordingTests, AsksTheDesktopAndReportsItsAnswers)
 {
     begin();
     auto& choice = *model->recorder()->capture();
@@ -71,7 +71,7 @@ TEST_F(PortalRecordingTests, TheDesktopIsAskedAndItsAnswersAreTold)
     EXPECT_EQ(choice.sourceError(), ScreenCast::revokedText());
 }
 
-TEST_F(PortalRecordingTests, AScreenWithScaledContentsIsMeasured)
+TEST_F(PortalRecordingTests, MeasuresAScaledScreen)
 {
     const AudioWorld world; // Its PipeWire is what streams need.
     const SharedScreen screen({.width = 320, .height = 180});
@@ -103,7 +103,7 @@ TEST_F(PortalRecordingTests, AScreenWithScaledContentsIsMeasured)
     EXPECT_LT(frames.back().mean(0, 0, 1, 1).red, 60);
 }
 
-TEST_F(PortalRecordingTests, FractionalScalingLosesNoLines)
+TEST_F(PortalRecordingTests, KeepsAllLinesWithFractionalScaling)
 {
     const AudioWorld world;
     const SharedScreen screen({.width = 344, .height = 180});
@@ -119,7 +119,7 @@ TEST_F(PortalRecordingTests, FractionalScalingLosesNoLines)
     EXPECT_EQ(source->label, "Pantalla elegida · 344×180");
 }
 
-TEST_F(PortalRecordingTests, TheQuestionToTheDesktopCanBeTakenBack)
+TEST_F(PortalRecordingTests, WithdrawsTheRequestToTheDesktopWhenCancelled)
 {
     begin();
     FakePortal portal(bus.address());
@@ -135,7 +135,7 @@ TEST_F(PortalRecordingTests, TheQuestionToTheDesktopCanBeTakenBack)
     EXPECT_THAT(store.list(), IsEmpty());
 }
 
-TEST_F(PortalRecordingTests, TheModelMayGoWhileTheDesktopIsAsked)
+TEST_F(PortalRecordingTests, WithdrawsTheRequestToTheDesktopWhenQuitting)
 {
     begin();
     FakePortal portal(bus.address());

@@ -77,7 +77,7 @@ TEST_F(PreviewTests, GivesTheTracksToThePlayer)
     EXPECT_EQ(model->status(), "Listo para grabar");
 }
 
-TEST_F(PreviewTests, AFileThatCannotBePlayedLeavesThePlayersAsTheyWere)
+TEST_F(PreviewTests, KeepsThePlayersWhenAFileCannotBePlayed)
 {
     const auto good = openRecording(usual());
     model->play();
@@ -97,7 +97,7 @@ TEST_F(PreviewTests, AFileThatCannotBePlayedLeavesThePlayersAsTheyWere)
     EXPECT_EQ(model->overlays()->count(), 1);
 }
 
-TEST_F(PreviewTests, AProjectWithoutMediaHasNothingToPlay)
+TEST_F(PreviewTests, EmptiesThePlayerForAProjectWithoutMedia)
 {
     openRecording(usual());
     const auto empty = add(VideoProject::make("empty"));
@@ -106,7 +106,7 @@ TEST_F(PreviewTests, AProjectWithoutMediaHasNothingToPlay)
     EXPECT_EQ(model->preview(), Playback::Preview::Ready);
 }
 
-TEST_F(PreviewTests, OfTwoRebuildsTheLaterCounts)
+TEST_F(PreviewTests, KeepsTheLastOfOverlappingRebuilds)
 {
     openRecording(usual());
     player->holdsAnswers = true;
@@ -120,7 +120,7 @@ TEST_F(PreviewTests, OfTwoRebuildsTheLaterCounts)
     EXPECT_EQ(model->preview(), Playback::Preview::Ready);
 }
 
-TEST_F(PreviewTests, TriesASuggestionOut)
+TEST_F(PreviewTests, PlaysASuggestionOnTrial)
 {
     openRecording(usual());
     model->update([](VideoProject& edited) {
@@ -183,7 +183,7 @@ TEST_F(PreviewTests, SeeksWithBothPlayers)
     EXPECT_EQ(model->playhead(), 0);
 }
 
-TEST_F(PreviewTests, ThePlayheadStaysWhereItWasPutAndStepsAtEveryRate)
+TEST_F(PreviewTests, KeepsTheExactPlayheadAndStepsAtEveryRate)
 {
     openRecording(usual());
     const auto settle = [] { QCoreApplication::processEvents(); };
@@ -210,7 +210,7 @@ TEST_F(PreviewTests, ThePlayheadStaysWhereItWasPutAndStepsAtEveryRate)
     }
 }
 
-TEST_F(PreviewTests, TheCameraIsWhereThePlayheadIsOnceItIsLoadedAndEndsWithItsFile)
+TEST_F(PreviewTests, SeeksTheLoadedCameraToThePlayheadAndReportsItsEnd)
 {
     auto project = emptyProject(10);
     project.tracks = {
@@ -258,7 +258,7 @@ TEST_F(PreviewTests, PlaysAndPauses)
     EXPECT_EQ(model->playhead(), 0);
 }
 
-TEST_F(PreviewTests, TheCameraFollows)
+TEST_F(PreviewTests, SynchronisesTheCamera)
 {
     auto tracks = usual();
     tracks.push_back(track(TrackKind::camera, "media/camera.mov", 0, 10));
@@ -284,7 +284,7 @@ TEST_F(PreviewTests, TheCameraFollows)
     EXPECT_EQ(camera->rate(), 0);
 }
 
-TEST_F(PreviewTests, VolumesAreHeardAtOnceAndHistoryRebuildsOnlyWhatChanged)
+TEST_F(PreviewTests, AppliesVolumesAtOnceAndRebuildsOnlyChangedMedia)
 {
     const auto opened = openRecording(usual());
     model->seek(5);

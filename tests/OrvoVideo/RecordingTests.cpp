@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 using RecordingTests = DisplayRecordingFixture;
 
-TEST_F(RecordingTests, ARecordingIsCountedDownPausedMarkedAndOpenedWhenItEnds)
+TEST_F(RecordingTests, CountsDownPausesMarksAndOpensTheRecordingAtItsEnd)
 {
     const auto other = openNew(5, "Otro");
     begin();
@@ -89,7 +89,7 @@ TEST_F(RecordingTests, ARecordingIsCountedDownPausedMarkedAndOpenedWhenItEnds)
     EXPECT_TRUE(comesToHold([&] { return model->projects().size() == 2; }));
 }
 
-TEST_F(RecordingTests, KeepsEditsMadeWhileItBeginsAndEnds)
+TEST_F(RecordingTests, KeepsEditsMadeAtTheStartAndEndOfARecording)
 {
     const auto other = openNew(5, "Otro");
     begin();
@@ -117,7 +117,7 @@ TEST_F(RecordingTests, KeepsEditsMadeWhileItBeginsAndEnds)
     EXPECT_EQ(model->errorMessage(), "");
 }
 
-TEST_F(RecordingTests, ARegionIsPickedFirst)
+TEST_F(RecordingTests, AsksForTheRegionFirst)
 {
     begin();
     model->recorder()->capture()->setMode("region");
@@ -145,7 +145,7 @@ TEST_F(RecordingTests, ARegionIsPickedFirst)
     EXPECT_TRUE(comesToHold([&] { return model->projects().size() == 1; }));
 }
 
-TEST_F(RecordingTests, TheCountdownCanBeEnded)
+TEST_F(RecordingTests, CancelsTheCountdown)
 {
     begin();
     model->startRecording();
@@ -158,7 +158,7 @@ TEST_F(RecordingTests, TheCountdownCanBeEnded)
     EXPECT_THAT(store.list(), IsEmpty());
 }
 
-TEST_F(RecordingTests, QuittingKeepsWhatWasRecorded)
+TEST_F(RecordingTests, KeepsTheRecordingWhenQuitting)
 {
     begin();
     model->startRecording();
@@ -170,7 +170,7 @@ TEST_F(RecordingTests, QuittingKeepsWhatWasRecorded)
     EXPECT_GT(probe(store.mediaURL(onDisk(id), "media/screen.mov")).videoDuration, 0.5);
 }
 
-TEST_F(RecordingTests, NothingElseKeepsARecordingFromItsEnd)
+TEST_F(RecordingTests, RunsNoOtherOperationThatWouldBlockTheEnd)
 {
     begin();
     model->startRecording();
@@ -191,7 +191,7 @@ TEST_F(RecordingTests, NothingElseKeepsARecordingFromItsEnd)
     EXPECT_TRUE(model->idle());
 }
 
-TEST_F(RecordingTests, WhatEndsItWhileItBeginsIsTold)
+TEST_F(RecordingTests, ReportsAnErrorFromTheStartOfARecording)
 {
     begin();
     auto& choice = *model->recorder()->capture();
@@ -205,7 +205,7 @@ TEST_F(RecordingTests, WhatEndsItWhileItBeginsIsTold)
     EXPECT_EQ(project().state, ProjectState::ready) << "what there is of it is kept";
 }
 
-TEST_F(RecordingTests, AStartThatFailsSaysWhy)
+TEST_F(RecordingTests, ReportsWhyAStartFails)
 {
     begin();
     auto options = model->options();
@@ -221,7 +221,7 @@ TEST_F(RecordingTests, AStartThatFailsSaysWhy)
     EXPECT_FALSE(fs::exists(store.directory(model->projects()[0].id) / CaptureSession::fileName));
 }
 
-TEST_F(RecordingTests, AMicrophoneThatIsNotHeardIsToldAfterFiveSeconds)
+TEST_F(RecordingTests, ReportsASilentMicrophoneAfterFiveSeconds)
 {
     const AudioWorld audio; // Whose microphone hears nothing yet.
     begin();
@@ -253,7 +253,7 @@ TEST_F(RecordingTests, AMicrophoneThatIsNotHeardIsToldAfterFiveSeconds)
     voice.waitForFinished();
 }
 
-TEST_F(RecordingTests, SourcesAreThoseOfTheModeAndTheChosenOneStays)
+TEST_F(RecordingTests, ListsTheSourcesOfTheModeAndKeepsTheChoice)
 {
     begin();
     auto& choice = *model->recorder()->capture();

@@ -120,7 +120,7 @@ TEST(RowModelTests, AnnouncesTheSmallestChange)
     EXPECT_THAT(announced, testing::Not(testing::Contains(testing::StartsWith("-"))));
 }
 
-TEST(RowModelTests, ViewsStayRightThroughAnyChanges)
+TEST(RowModelTests, KeepsViewsCorrectThroughRandomChanges)
 {
     std::mt19937_64 random(20);
     TranscriptModel transcript;
@@ -179,7 +179,7 @@ TEST(RowModelTests, ViewsStayRightThroughAnyChanges)
         EXPECT_TRUE(mirror->isRight());
 }
 
-TEST(TranscriptModelTests, ShowsWhatIsCutAndAnnouncesOnlyThat)
+TEST(TranscriptModelTests, AnnouncesOnlyChangesOfCutWords)
 {
     TranscriptModel model;
     auto words = manyWords(10);

@@ -72,7 +72,7 @@ protected:
     int count = 0;
 };
 
-TEST_F(SavingTests, ABurstOfEditsIsOneWriteAfterItsEnd)
+TEST_F(SavingTests, SavesABurstOfEditsOnceAfterItsEnd)
 {
     openNew();
     ASSERT_TRUE(editWithoutPauseUntil([&] { return count >= 10; }));
@@ -86,7 +86,7 @@ TEST_F(SavingTests, ABurstOfEditsIsOneWriteAfterItsEnd)
         0);
 }
 
-TEST_F(SavingTests, EditsWithoutAPauseAreKeptForACrash)
+TEST_F(SavingTests, RestoresABurstOfEditsAfterACrash)
 {
     const auto opened = openNew();
     ASSERT_TRUE(editWithoutPauseUntil([&] { return fs::exists(unsaved()); }));
@@ -113,7 +113,7 @@ TEST_F(SavingTests, EditsWithoutAPauseAreKeptForACrash)
     EXPECT_EQ(project().title, document.title);
 }
 
-TEST_F(SavingTests, UnsavedEditsThatAreOlderTornOrAnothersAreNotUsed)
+TEST_F(SavingTests, IgnoresUnsavedEditsThatAreOldTruncatedOrOfAnotherProject)
 {
     const auto opened = add(VideoProject::make("document"));
     const auto file = store.directory(opened.id) / "unsaved-edits.json";
@@ -133,7 +133,7 @@ TEST_F(SavingTests, UnsavedEditsThatAreOlderTornOrAnothersAreNotUsed)
     }
 }
 
-TEST_F(SavingTests, AFailedSaveIsToldAndTheNextOneTriesAgain)
+TEST_F(SavingTests, ReportsAFailedSaveAndRetriesWithTheNext)
 {
     const auto opened = openNew();
     const auto away = folder / "away";
@@ -155,7 +155,7 @@ TEST_F(SavingTests, AFailedSaveIsToldAndTheNextOneTriesAgain)
     EXPECT_FALSE(model->unsavedChanges());
 }
 
-TEST_F(SavingTests, WhatCouldNotBeSavedIsStillThereAfterOpeningAnother)
+TEST_F(SavingTests, KeepsUnwrittenEditsAfterOpeningAnotherProject)
 {
     const auto next = add(VideoProject::make("next"));
     const auto first = openNew();
@@ -172,7 +172,7 @@ TEST_F(SavingTests, WhatCouldNotBeSavedIsStillThereAfterOpeningAnother)
     EXPECT_EQ(onDisk().title, "not on disk");
 }
 
-TEST_F(SavingTests, AChangeByAnotherProgramIsShownAsAStepToUndo)
+TEST_F(SavingTests, ShowsAChangeByAnotherProgramAsAnUndoStep)
 {
     openNew();
     setTitle("mine");
@@ -195,7 +195,7 @@ TEST_F(SavingTests, AChangeByAnotherProgramIsShownAsAStepToUndo)
     EXPECT_TRUE(waitUntil([&] { return project().title == "in place"; }));
 }
 
-TEST_F(SavingTests, ADragEndsAtAChangeByAnotherProgramAndAtAnotherProject)
+TEST_F(SavingTests, EndsADragAtAForeignChangeAndAtAnotherProject)
 {
     openNew();
     model->setGesture(true);
@@ -218,7 +218,7 @@ TEST_F(SavingTests, ADragEndsAtAChangeByAnotherProgramAndAtAnotherProject)
     EXPECT_EQ(project().title, "next");
 }
 
-TEST_F(SavingTests, FieldsThatWereNotTypedInFollowAChangeByAnotherProgram)
+TEST_F(SavingTests, UpdatesUntouchedFieldsAfterAChangeByAnotherProgram)
 {
     openNew(10);
     const auto publishElsewhere = [&](const std::string& domain) {
@@ -239,7 +239,7 @@ TEST_F(SavingTests, FieldsThatWereNotTypedInFollowAChangeByAnotherProgram)
     EXPECT_EQ(model->publishing()->domainText(), "uno.es, tecleado.es");
 }
 
-TEST_F(SavingTests, AChangeByAnotherProgramDuringEditsIsKeptBesideThem)
+TEST_F(SavingTests, KeepsAForeignChangeInAnotherFileDuringEdits)
 {
     openNew();
     setTitle("mine");

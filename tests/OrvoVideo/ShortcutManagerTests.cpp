@@ -43,7 +43,7 @@ protected:
     std::unique_ptr<ShortcutManager> manager;
 };
 
-TEST_F(ShortcutManagerTests, HearsTheUsualCombinationsAndThoseThatWereSet)
+TEST_F(ShortcutManagerTests, RegistersDefaultAndStoredCombinations)
 {
     auto& first = start();
     EXPECT_THAT(heard(), ElementsAre(std::pair(15, usual), std::pair(35, usual), std::pair(6, usual)));
@@ -60,7 +60,7 @@ TEST_F(ShortcutManagerTests, HearsTheUsualCombinationsAndThoseThatWereSet)
     EXPECT_EQ(start().binding(Action::Pause), (ShortcutManager::Binding{35, usual}));
 }
 
-TEST_F(ShortcutManagerTests, WhatCannotBeReadIsTheUsualCombination)
+TEST_F(ShortcutManagerTests, UsesTheDefaultForUnreadableCombinations)
 {
     for (const char* stored : {"", "\x01 garbage", "[15,6400]", "{}", R"({"keyCode":3})",
              R"({"keyCode":"3","modifiers":768})", R"({"keyCode":-3,"modifiers":768})", R"({"keyCode":3.5,"modifiers":768})",
@@ -72,7 +72,7 @@ TEST_F(ShortcutManagerTests, WhatCannotBeReadIsTheUsualCombination)
     EXPECT_EQ(start().binding(Action::Pause), (ShortcutManager::Binding{4294967295U, 768}));
 }
 
-TEST_F(ShortcutManagerTests, APressIsToldAfterItsEventHasReturned)
+TEST_F(ShortcutManagerTests, ReportsAPressAfterItsEventHasReturned)
 {
     const auto& shortcuts = start();
     std::vector<Action> told;
@@ -84,7 +84,7 @@ TEST_F(ShortcutManagerTests, APressIsToldAfterItsEventHasReturned)
     EXPECT_THAT(told, ElementsAre(Action::Zoom, Action::Record, Action::Pause));
 }
 
-TEST_F(ShortcutManagerTests, TakesTypedCombinationsWithTwoModifiersAndHearsNoneMeanwhile)
+TEST_F(ShortcutManagerTests, AcceptsTwoModifiersAndRegistersNoneWhileTyping)
 {
     auto& shortcuts = start();
     shortcuts.holdBack();
@@ -100,7 +100,7 @@ TEST_F(ShortcutManagerTests, TakesTypedCombinationsWithTwoModifiersAndHearsNoneM
     EXPECT_THAT(heard(), ElementsAre(std::pair(15, usual), std::pair(46, 0x1200), std::pair(6, usual)));
 }
 
-TEST_F(ShortcutManagerTests, NamesTheCombinationsThatOtherProgramsHave)
+TEST_F(ShortcutManagerTests, NamesCombinationsUsedByOtherPrograms)
 {
     auto& shortcuts = start();
     EXPECT_TRUE(shortcuts.hears(Action::Record));

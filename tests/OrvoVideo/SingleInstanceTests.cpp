@@ -30,7 +30,7 @@ public:
     }
 };
 
-TEST(SingleInstanceTests, TheSecondBringsTheFirstToTheFront)
+TEST(SingleInstanceTests, ActivatesTheFirstProcessFromTheSecond)
 {
     const TemporaryFolder library;
     SingleInstance first(library.path());
@@ -54,7 +54,7 @@ TEST(SingleInstanceTests, TheSecondBringsTheFirstToTheFront)
     EXPECT_EQ(elsewhere.says(), "first");
 }
 
-TEST(SingleInstanceTests, AKilledOneLeavesTheLibraryFree)
+TEST(SingleInstanceTests, ReleasesTheLibraryWhenKilled)
 {
     const TemporaryFolder library;
     OtherProcess first(library.path());
@@ -68,7 +68,7 @@ TEST(SingleInstanceTests, AKilledOneLeavesTheLibraryFree)
     EXPECT_EQ(second.says(), "handed over");
 }
 
-TEST(SingleInstanceTests, AStoppedOneIsReportedAsNotAnswering)
+TEST(SingleInstanceTests, ReportsAStoppedProcessAsNotAnswering)
 {
     const TemporaryFolder library;
     OtherProcess first(library.path());
@@ -79,7 +79,7 @@ TEST(SingleInstanceTests, AStoppedOneIsReportedAsNotAnswering)
     EXPECT_TRUE(SingleInstance(library.path()).handOver({}));
 }
 
-TEST(SingleInstanceTests, ALibraryThatIsNotThereIsAnError)
+TEST(SingleInstanceTests, ThrowsForAMissingLibrary)
 {
     EXPECT_THROW(SingleInstance("/nowhere/at/all"), std::filesystem::filesystem_error);
 }

@@ -40,7 +40,7 @@ protected:
     std::vector<QString> statuses;
 };
 
-TEST_F(TranscriptionTests, TheWordsTakeThePlaceOfTheTranscript)
+TEST_F(TranscriptionTests, ReplacesTheTranscript)
 {
     std::string asked;
     bool hadWorkFile = false;
@@ -79,7 +79,7 @@ TEST_F(TranscriptionTests, TheWordsTakeThePlaceOfTheTranscript)
     EXPECT_THAT(project().edit.words, SizeIs(2));
 }
 
-TEST_F(TranscriptionTests, KeepsHowSureTheWordsAreBesideTheDocument)
+TEST_F(TranscriptionTests, StoresTheConfidenceBesideTheDocument)
 {
     const auto recognised = [](const char* text) {
         return [text](const fs::path&, std::string_view, const TranscriptionOptions& options, const ProgressCallback&,
@@ -114,7 +114,7 @@ TEST_F(TranscriptionTests, KeepsHowSureTheWordsAreBesideTheDocument)
     EXPECT_TRUE(model->transcription()->confidence().empty()) << "without the file nothing is unsure";
 }
 
-TEST_F(TranscriptionTests, AFailureChangesNothing)
+TEST_F(TranscriptionTests, ChangesNothingWhenItFails)
 {
     recognition = [](const auto&...) -> std::vector<TranscriptWord> {
         throw captureError("La transcripción local no admite este idioma en este Mac.");
@@ -143,7 +143,7 @@ TEST_F(TranscriptionTests, AFailureChangesNothing)
     EXPECT_EQ(model->errorMessage(), "El proyecto no contiene audio para transcribir.");
 }
 
-TEST_F(TranscriptionTests, CanBeCancelledAndEndsWithTheApplication)
+TEST_F(TranscriptionTests, StopsWhenCancelledAndWhenQuitting)
 {
     int running = 0;
     recognition = [&](const fs::path&, std::string_view, const TranscriptionOptions&, const ProgressCallback&,
@@ -175,7 +175,7 @@ TEST_F(TranscriptionTests, CanBeCancelledAndEndsWithTheApplication)
 }
 
 /// The words go where they belong, also when another project was opened meanwhile.
-TEST_F(TranscriptionTests, AnotherProjectMayBeOpened)
+TEST_F(TranscriptionTests, StoresTheWordsInTheirProjectWhenAnotherIsOpen)
 {
     std::atomic<bool> goOn = false;
     recognition = [&](const auto&...) {

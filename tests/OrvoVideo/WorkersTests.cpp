@@ -25,7 +25,7 @@ QCoro::Task<> note(Runner& runner, WorkControl control, Call call, std::vector<s
         ends.emplace_back("on the wrong thread");
 }
 
-TEST(WorkersTests, ProgressIsHandedOverAndTheLastValueNeverLost)
+TEST(WorkersTests, DeliversProgressAndTheLastValue)
 {
     Workers workers;
     std::vector<std::string> ends;
@@ -44,7 +44,7 @@ TEST(WorkersTests, ProgressIsHandedOverAndTheLastValueNeverLost)
     EXPECT_THAT(ends, ElementsAre("done"));
 }
 
-TEST(WorkersTests, AThreadThatCannotBeStartedIsAFailureOfTheWork)
+TEST(WorkersTests, FailsTheWorkWhenNoThreadStarts)
 {
     struct : WorkRunner {
         void begin(Work&) override { throw std::system_error(EAGAIN, std::generic_category()); }
@@ -58,7 +58,7 @@ TEST(WorkersTests, AThreadThatCannotBeStartedIsAFailureOfTheWork)
     EXPECT_TRUE(full.underWay().empty());
 }
 
-TEST(WorkersTests, ShuttingDownEndsEveryCoroutine)
+TEST(WorkersTests, EndsEveryCoroutineOnShutDown)
 {
     std::vector<std::string> ends;
     std::vector<QCoro::Task<>> tasks;
@@ -81,7 +81,7 @@ TEST(WorkersTests, ShuttingDownEndsEveryCoroutine)
     EXPECT_EQ(ends, std::vector<std::string>(9, "cancelled"));
 }
 
-TEST(SerialWorkerTests, KeepsTheOrderAndFinishesWhatWasAsked)
+TEST(SerialWorkerTests, KeepsTheOrderAndCompletesAllTasks)
 {
     std::vector<int> order;
     std::vector<std::string> ends;
