@@ -58,11 +58,11 @@ void Publishing::publish()
 
 QCoro::Task<> Publishing::publishProject(VideoProject project, WorkControl control)
 {
-    // What was typed counts until it is sent, also when the project is left and opened again meanwhile.
+    // Edits of the fields count until they are sent, even if the project is closed and reopened meanwhile.
     m_typedPolicy = TypedPolicy{.project = project.id, .domains = m_domainText, .isPublic = m_publicLink};
     const auto done = qScopeGuard([this] { endTypedPolicy(); });
     co_await m_parts.server.saveSettings(control);
-    // Called on another thread. It comes before what follows: both wait their turn in the same queue.
+    // Called on a worker thread. Runs before the code after `co_await`: both go through the same event queue.
     const auto showActivity = [this](const std::string& text) {
         QMetaObject::invokeMethod(
             this, [this, text] { m_parts.operation.setStatus(QString::fromStdString(text)); }, Qt::QueuedConnection);
@@ -76,7 +76,7 @@ QCoro::Task<> Publishing::publishProject(VideoProject project, WorkControl contr
             m_parts.operation.setStatus(QStringLiteral("Generando calidades de streaming…"));
             control.progress(0);
         } else if (*step == ProjectPublication::Step::uploading) {
-            co_await m_parts.documents.settled(); // The document is uploaded, too.
+            co_await m_parts.documents.settled(); // The document is uploaded too.
             work->setAccess(authorisedDomains(m_typedPolicy->domains.toStdString()), m_typedPolicy->isPublic);
         }
         co_await m_parts.workers.run(
@@ -97,7 +97,7 @@ QCoro::Task<> Publishing::publishProject(VideoProject project, WorkControl contr
         publication, published + QStringLiteral(". ") + (remarks.isEmpty() ? remarks : remarks + QStringLiteral(" ")));
 }
 
-/// What was typed for a publication that failed is still in the fields, or waits until its project is opened again.
+/// After a failure the typed access stays in the fields, or is kept until its project is opened again.
 void Publishing::endTypedPolicy()
 {
     if (m_typedPolicy && m_parts.open.is(m_typedPolicy->project))
@@ -162,7 +162,7 @@ void Publishing::copyEmbedOf(const Publication& publication, const QString& befo
 {
     const auto server = m_parts.server.serverURL().toStdString();
     try {
-        refuseUser(server); // The code is for a public page.
+        refuseUser(server); // The code goes into public pages.
     } catch (const Error& error) {
         m_parts.operation.setErrorMessage(QString::fromStdString(error.what()));
         return;
@@ -212,7 +212,7 @@ void Publishing::showPublication()
     setPublicLink(publication && publication->publicLink);
 }
 
-/// What was typed stays; fields that say what the publication said before follow it.
+/// Keeps typed fields; updates fields that still have the values of the previous publication.
 void Publishing::noteReloaded(const std::optional<Publication>& before)
 {
     const bool untouched = m_domainText == domainTextOf(before) && m_publicLink == (before && before->publicLink);

@@ -19,7 +19,7 @@
 
 namespace orvo {
 
-/// Publishes the open project, and keeps what the user types about who may see it. Main thread only.
+/// Publishes the open project, and holds the access settings that the user types. Main thread only.
 class Publishing : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -28,7 +28,7 @@ class Publishing : public QObject {
     Q_PROPERTY(bool publicLink READ publicLink WRITE setPublicLink NOTIFY publicLinkChanged)
     Q_PROPERTY(bool copyRefused READ copyRefused NOTIFY copyRefusedChanged)
 public:
-    /// What publishing works with. All of it outlives this object.
+    /// The collaborators of publishing; all outlive this object.
     struct Parts {
         const AppServices& services;
         const RunSettings& settings;
@@ -43,26 +43,26 @@ public:
     };
     explicit Publishing(const Parts& parts);
 
-    /// Renders and packages the open project, unless that was done for exactly what it is now, uploads it and stores where
-    /// it is: a long operation. At its end the embed code is on the clipboard.
+    /// Renders and packages the open project, unless the present version already is, uploads it and stores its address: a
+    /// long operation. Finally copies the embed code to the clipboard.
     Q_INVOKABLE void publish();
-    /// Takes the open project's video back from the server: a long operation. Ignored unless it is published.
+    /// Withdraws the open project's video from the server: a long operation. Ignored unless it is published.
     Q_INVOKABLE void unpublish();
-    /// Tells the server who may embed the open project's video and whether its link is public: a long operation. Ignored
-    /// unless it is published.
+    /// Sends the server the domains that may embed the open project's video and whether its link is public: a long
+    /// operation. Ignored unless it is published.
     Q_INVOKABLE void updatePolicy();
     /// Copies the address or the embed code of the open project's video. Ignored unless it is published.
     Q_INVOKABLE void copyLink();
     Q_INVOKABLE void copyEmbed();
-    /// Whether the desktop has refused the last text for the clipboard; `copyAgain` tries once more, best when the user
-    /// presses a button.
+    /// Whether the desktop has refused the last copy to the clipboard. `copyAgain` retries it, most reliably on the press of
+    /// a button.
     bool copyRefused() const { return m_refusedCopy.has_value(); }
     Q_INVOKABLE void copyAgain();
 
     /// The web origins that may embed the open project's video, as the user types them.
     QString domainText() const { return m_domainText; }
     void setDomainText(const QString& text);
-    /// Whether its link may be opened outside of them.
+    /// Whether its link also works outside of them.
     bool publicLink() const { return m_publicLink; }
     void setPublicLink(bool isPublic);
 
@@ -72,14 +72,14 @@ signals:
     void copyRefusedChanged();
 
 private:
-    /// Domains and link as typed for the publication under way, or for one that failed while another project was open.
+    /// The typed domains and link of the running publication, or of one that failed while another project was open.
     struct TypedPolicy {
         Uuid project;
         QString domains;
         bool isPublic = false;
         bool isUnderWay = true;
     };
-    /// A text for the clipboard, and what the status says when it is there.
+    /// A text for the clipboard, and the status after copying it.
     struct Copy {
         std::string text;
         QString what; ///< "el enlace".
@@ -91,7 +91,7 @@ private:
     void endTypedPolicy();
     void showPublication();
     void noteReloaded(const std::optional<Publication>& before);
-    /// `before` begins the status when the desktop refuses it.
+    /// If the desktop refuses the text, the status begins with `before`.
     void copy(const Copy& copy, const QString& before = {});
     void copyEmbedOf(const Publication& publication, const QString& before = {});
     void setRefusedCopy(std::optional<Copy> copy);

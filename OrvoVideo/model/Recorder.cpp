@@ -14,10 +14,10 @@ namespace orvo {
 
 namespace {
 
-constexpr int clockInterval = 100; ///< Milliseconds between two looks at the time of the recording.
+constexpr int clockInterval = 100; ///< Milliseconds between two updates of the recording time.
 constexpr double maxUnheard = 5; ///< Seconds of a silent microphone before the user is warned.
 constexpr double minHeard = 1.0 / 6; ///< Level: −50 dB, above the noise of a quiet room and far below speech.
-constexpr double fall = 0.1; ///< Maximum decay of the shown level per look.
+constexpr double fall = 0.1; ///< Maximum decay of the shown level per update.
 
 } // namespace
 
@@ -49,7 +49,7 @@ void Recorder::shutDown()
     m_capture.shutDown();
     m_secondPassed.give(false);
     m_worker.shutDown();
-    m_session.reset(); // Keeps what was recorded.
+    m_session.reset(); // Closes and keeps the recording.
 }
 
 int Recorder::countdown() const
@@ -99,8 +99,8 @@ void Recorder::start()
             .cancelled = QStringLiteral("Listo para grabar")});
 }
 
-/// Throws what keeps the recording from beginning. Returns without one when the user has cancelled the choice of the region,
-/// and throws `Cancelled` when it was stopped before the countdown had ended.
+/// Throws if the recording cannot begin, and `Cancelled` if stopped before the end of the countdown. Returns without a
+/// recording if the user cancels the choice of the region.
 QCoro::Task<> Recorder::record(std::stop_token stop)
 {
     const auto giveUp = qScopeGuard([this] {
@@ -135,7 +135,7 @@ QCoro::Task<> Recorder::record(std::stop_token stop)
         [store = &m_parts.store, engine = m_services.engine.get(), plan = std::move(plan), listener = makeListener()] {
             return std::make_shared<RecordingSession>(*store, *engine, plan, listener);
         });
-    m_parts.saving.flush(); // The open project could be edited until now.
+    m_parts.saving.flush(); // The open project was editable until now.
     m_before = m_parts.open ? std::optional(m_parts.open->id) : std::nullopt;
     setPhase(Phase::Recording);
     m_parts.library.openRecording(m_session->project());
@@ -146,7 +146,7 @@ QCoro::Task<> Recorder::record(std::stop_token stop)
     sayHowItIs();
 }
 
-/// What the session reports on its threads, on the main thread.
+/// Forwards the reports of the session from its threads to the main thread.
 RecordingSession::Listener Recorder::makeListener()
 {
     const auto post = [this](const auto& call) { QMetaObject::invokeMethod(this, call, Qt::QueuedConnection); };
@@ -166,7 +166,7 @@ QCoro::Task<std::optional<Rect>> Recorder::pickRegion(CaptureSource source)
     co_return co_await chosen;
 }
 
-/// Throws `Cancelled` when it is stopped.
+/// Throws `Cancelled` when stopped.
 QCoro::Task<> Recorder::countDown(std::stop_token stop)
 {
     if (stop.stop_requested())
@@ -217,11 +217,11 @@ QCoro::Task<> Recorder::finish()
     m_parts.library.refresh();
 }
 
-/// The recording has ended.
+/// Shows the finished recording.
 void Recorder::show(const RecordingSession::Result& result)
 {
     m_session.reset();
-    // Before edits are possible again: the open project was the last checkpoint, which must not be saved over the result.
+    // Before edits become possible: the open project is still the last checkpoint, which must not overwrite the result.
     m_parts.open.show(result.project);
     becomeIdle();
     if (result.error)
@@ -293,7 +293,7 @@ void Recorder::setPhase(Phase phase)
     emit phaseChanged();
 }
 
-/// Unless the recording is being ended.
+/// Needs the phase Recording or Paused.
 void Recorder::sayHowItIs()
 {
     QStringList texts;
@@ -325,7 +325,7 @@ void Recorder::showCheckpoint(VideoProject project)
 void Recorder::noteFailed(const QString& reason)
 {
     if (!isRecording()) {
-        m_failedAtOnce = reason; // Reported when the recording that is being started has begun.
+        m_failedAtOnce = reason; // Reported once the recording has begun.
         return;
     }
     m_parts.operation.setErrorMessage(reason);

@@ -24,7 +24,7 @@
 
 namespace orvo {
 
-/// Records from the application: choice of the source, countdown, recording, and the finished project. Main thread only.
+/// Makes recordings: choice of the source, countdown, recording and the finished project. Main thread only.
 ///
 ///             start            found             placed           3, 2, 1          the session runs
 ///     Idle ─────────► Choosing ─────► Framing ──────────► Counting… ──────► Starting ──────────────► Recording ◄──► Paused
@@ -33,8 +33,8 @@ namespace orvo {
 ///       │     fails, or is cancelled (not any more while Starting)                    stop, or an error  │            │
 ///       └──────────────────────────────────────────── Stopping ◄─────────────────────────────────────────┴────────────┘
 ///
-/// From Choosing to Starting, and while Stopping, this is the one long operation of the moment. From Recording to Stopping
-/// the open project is locked and no other operation begins.
+/// From Choosing to Starting, and while Stopping, this is the one long operation. From Recording to Stopping the open
+/// project is locked and no other operation begins.
 class Recorder : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -52,19 +52,19 @@ class Recorder : public QObject {
 public:
     enum class Phase : quint8 {
         Idle,
-        Choosing, ///< The source is looked up, or the desktop asks for it.
+        Choosing, ///< The source is looked up, or the desktop asks the user for it.
         Framing, ///< The source is known; in the mode "region" the user drags the area.
         CountingThree,
         CountingTwo,
         CountingOne,
-        Starting, ///< The session is being made.
+        Starting, ///< The session is being created.
         Recording,
         Paused,
         Stopping ///< The session closes its files.
     };
     Q_ENUM(Phase)
 
-    /// What the recorder works with. All of it outlives the recorder.
+    /// The collaborators of the recorder; all outlive it.
     struct Parts {
         const ProjectStore& store;
         OpenProject& open;
@@ -76,36 +76,36 @@ public:
     };
     Recorder(RecordingServices services, const Parts& parts);
 
-    /// What the next recording is to show.
+    /// The source of the next recording.
     CaptureChoice* capture() { return &m_capture; }
 
-    /// Counts down, makes a project and records into it: it is the open one then. Ignored unless the operation is idle. A
-    /// failure goes to the operation's error message; cancelling the operation ends the countdown.
+    /// Counts down, creates a project, opens it and records into it. Ignored unless the operation is idle. A failure goes to
+    /// the operation's error message; cancelling the operation ends the countdown.
     Q_INVOKABLE void start();
     /// Ends the recording and opens its project. Ignored unless Recording or Paused.
     Q_INVOKABLE void stop();
-    /// Ends the recording and moves it to the desktop's trash; the project that was open before is opened again. When it
-    /// cannot be moved, it stays in the library and the error says so. Ignored unless Recording or Paused.
+    /// Ends the recording, moves it to the desktop's trash and reopens the project that was open before. If it cannot be
+    /// moved, reports the error and keeps it in the library. Ignored unless Recording or Paused.
     Q_INVOKABLE void discard();
-    /// As `discard`, then records the same again, the same region too.
+    /// As `discard`, then records the same source and region again.
     Q_INVOKABLE void retake();
-    /// Pauses or continues. A pause is a cut of the edit. Ignored unless Recording or Paused.
+    /// Pauses or continues. A pause becomes a cut. Ignored unless Recording or Paused.
     Q_INVOKABLE void togglePause();
-    /// Marks a zoom where the pointer is. Ignored unless Recording.
+    /// Adds a zoom point at the pointer. Ignored unless Recording.
     Q_INVOKABLE void markZoom();
-    /// Does what a shortcut asks for.
+    /// Executes the action of a shortcut.
     void obey(ShortcutManager::Action action);
 
     Phase phase() const { return m_phase; }
-    /// While this is true no project is opened and no edit is made.
+    /// While true, no project is opened or edited.
     bool isRecording() const { return m_phase >= Phase::Recording; }
     bool isPaused() const { return m_phase == Phase::Paused; }
-    /// From Framing until nothing is recorded any more: what shall not be seen stays out of sight.
+    /// True from Framing to the end of the recording: windows that must not be recorded hide.
     bool capturing() const { return m_phase >= Phase::Framing; }
     /// The seconds until a recording begins, 3 to 1; 0 outside of the countdown.
     int countdown() const;
 
-    /// What is about to be recorded or is: its area in the global display space. Empty unless `capturing`.
+    /// The recorded source with its area in the global display space. Empty unless `capturing`.
     struct Captured {
         CaptureSource source;
         Rect area; ///< The part of the source that is recorded.
@@ -116,23 +116,23 @@ public:
     /// The level of the microphone, 0 (−60 dB or less) to 1, while it is recorded.
     double microphoneLevel() const { return m_level; }
     bool recordsMicrophone() const { return isRecording() && m_listens; }
-    /// Whether the microphone has given no more than the noise of a muted one for five seconds of a running recording.
+    /// Whether the microphone was silent (below −50 dB) for the last five seconds of the running recording.
     bool microphoneUnheard() const { return m_unheard; }
 
-    /// Keeps what was recorded, and resumes what waits here with `Cancelled`.
+    /// Ends and keeps the recording; waiting coroutines resume with `Cancelled`.
     void shutDown();
 
 signals:
     void phaseChanged();
     void timeChanged();
     void microphoneUnheardChanged();
-    /// A recording has ended well and is the open project now.
+    /// A recording has ended without error and is the open project.
     void saved();
-    /// A browser's tab is to be recorded, which is begun in the browser.
+    /// The user wants to record a browser tab, which starts in the browser.
     void tabWanted();
 
 private:
-    friend struct RecorderForTests; ///< Puts it into a phase.
+    friend struct RecorderForTests; ///< Sets the phase.
 
     QCoro::Task<> record(std::stop_token stop);
     QCoro::Task<std::optional<Rect>> pickRegion(CaptureSource source);
@@ -158,21 +158,21 @@ private:
     CaptureChoice m_capture;
     Phase m_phase = Phase::Idle;
     std::optional<Captured> m_captured;
-    std::set<TrackKind> m_away; ///< What gives nothing at the moment.
-    std::optional<QString> m_failedAtOnce; ///< Why the recording that is being started cannot continue.
+    std::set<TrackKind> m_away; ///< Devices that deliver nothing at the moment.
+    std::optional<QString> m_failedAtOnce; ///< The failure reported during Starting.
     QTimer m_second; ///< Of the countdown.
-    Answer<bool> m_secondPassed; ///< False when the countdown is to end.
+    Answer<bool> m_secondPassed; ///< False ends the countdown.
     double m_time = 0;
     bool m_listens = false; ///< Whether the microphone is recorded.
     double m_level = 0;
-    double m_heardAt = 0; ///< The time of the recording at which the microphone was last heard.
+    double m_heardAt = 0; ///< The recording time at which the microphone was last heard.
     bool m_unheard = false;
     std::optional<Uuid> m_before; ///< The project that was open before the recording.
-    std::optional<Rect> m_sameRegion; ///< For the next recording, which repeats one.
-    bool m_startsAgain = false; ///< When the running operation has ended.
+    std::optional<Rect> m_sameRegion; ///< The region of a retake.
+    bool m_startsAgain = false; ///< Start again when the running operation has ended.
     QTimer m_clock; ///< Shows the time while recording.
-    std::shared_ptr<RecordingSession> m_session; ///< While something is recorded.
-    SerialWorker m_worker; ///< Does everything with the session, in the order asked.
+    std::shared_ptr<RecordingSession> m_session; ///< Set while recording.
+    SerialWorker m_worker; ///< Makes all calls to the session, in order.
 };
 
 } // namespace orvo

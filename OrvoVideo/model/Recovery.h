@@ -16,8 +16,8 @@
 
 namespace orvo {
 
-/// Prepares the files of recordings: those of a browser when the library lists them, and those of the open project when the
-/// user asks for it. Main thread only.
+/// Prepares the media files of recordings: browser recordings when the library lists them, the open project when the user
+/// asks. Main thread only.
 class Recovery : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -25,7 +25,7 @@ class Recovery : public QObject {
     Q_PROPERTY(QString lostTracks READ lostTracks NOTIFY lostTracksChanged)
     Q_PROPERTY(bool errorIsLostTracks READ errorIsLostTracks NOTIFY lostTracksChanged)
 public:
-    /// What the recovery works with. All of it outlives the recovery.
+    /// The collaborators of the recovery; all outlive it.
     struct Parts {
         const ProjectStore& store;
         std::shared_ptr<const MediaProbe> probe;
@@ -36,17 +36,17 @@ public:
     };
     explicit Recovery(Parts parts);
 
-    /// Prepares all files of the open project anew ("Recuperar grabación"): a long operation.
+    /// Prepares all files of the open project again ("Recuperar grabación"): a long operation.
     Q_INVOKABLE void recover();
-    /// The tracks of the open project that the last preparation could not convert, in Spanish; empty without any.
+    /// Names, in Spanish, the tracks of the open project that the last preparation could not convert; empty without any.
     QString lostTracks() const;
-    /// Whether the error message is about those tracks, so that the user can be asked whether to continue without them.
+    /// Whether the error message is about those tracks, so that the window can offer to continue without them.
     bool errorIsLostTracks() const;
-    /// Takes those tracks out of the open project, which is ready then.
+    /// Removes those tracks from the open project, which makes it ready.
     Q_INVOKABLE void continueWithoutLost();
 
-    /// Prepares the files of a recording; with `force` all of them, otherwise those of a browser and those that cannot be
-    /// read. The project is ready then, or "needs-recovery" with an exception that says why.
+    /// Prepares the files of a recording: all with `force`, otherwise only browser and unreadable files. Sets the state of
+    /// the project to ready, or to "needs-recovery" and throws the reason.
     QCoro::Task<> process(VideoProject project, bool force, WorkControl control);
 
 signals:
@@ -65,7 +65,7 @@ private:
     void setLost(const Uuid& id, Lost lost);
 
     const Parts m_parts;
-    std::set<Uuid> m_processing; ///< Recordings that are being prepared since the library was listed.
+    std::set<Uuid> m_processing; ///< Listed recordings in preparation.
     std::map<Uuid, Lost> m_lost; ///< By project.
 };
 

@@ -10,10 +10,10 @@ class QScreen;
 
 namespace orvo {
 
-/// Has the user drag a rectangle over a display. Main thread only.
+/// Lets the user drag a rectangle over a display. Main thread only.
 class RegionPicker {
 public:
-    /// The rectangle in the global display space; nothing when the user has cancelled.
+    /// The rectangle in the global display space; nullopt if the user has cancelled.
     using Done = std::function<void(std::optional<Rect>)>;
 
     /// Needs a `QGuiApplication`.
@@ -24,12 +24,12 @@ public:
     RegionPicker& operator=(const RegionPicker&) = delete;
     virtual ~RegionPicker() = default;
 
-    /// Covers the screen of a display until the user has finished. `done` is called once, later, also when this object goes.
-    /// False, and `done` is not called, when there is no such screen.
+    /// Covers the screen of a display until the user has finished. Calls `done` once, later, at the latest on destruction.
+    /// Returns false without calling `done` if there is no such screen.
     [[nodiscard]] virtual bool pick(const CaptureSource& source, Done done) = 0;
 };
 
-/// The screen that shows this area of the global display space; null when there is none. A single screen shows everything.
+/// The screen that shows this area of the global display space; null without one. A single screen shows every area.
 QScreen* screenOf(const Rect& display);
 
 } // namespace orvo

@@ -16,7 +16,7 @@ namespace orvo {
 
 namespace {
 
-/// Keeps the one picker that is open.
+/// Owns the open picker window.
 class ScreenRegionPicker final : public RegionPicker {
 public:
     ~ScreenRegionPicker() override { finish(std::nullopt); }
@@ -52,7 +52,7 @@ private:
     void finish(std::optional<Rect> rect)
     {
         if (m_window)
-            m_window.release()->deleteLater(); // It may be telling of it.
+            m_window.release()->deleteLater(); // The call may come from the window itself.
         if (const auto done = std::exchange(m_done, nullptr))
             done(rect);
     }
@@ -71,7 +71,7 @@ std::unique_ptr<RegionPicker> RegionPicker::create()
 QScreen* screenOf(const Rect& display)
 {
     const auto screens = QGuiApplication::screens();
-    // The corner of a screen is in pixels, even if the screen is scaled.
+    // The corner of a screen is in pixels even if the screen is scaled.
     for (auto* screen : screens) {
         const QPointF corner = screen->geometry().topLeft();
         if (corner == QPointF(display.x, display.y))
@@ -136,7 +136,7 @@ void RegionSelector::resizeEvent(QResizeEvent* event)
     }
 }
 
-/// The nearest point of the screen. A pointer that is dragged over its edge is reported beyond it.
+/// The nearest point of the screen: positions of a drag may be outside.
 QPointF RegionSelector::within(QPointF place) const
 {
     return {std::clamp<qreal>(place.x(), 0, width()), std::clamp<qreal>(place.y(), 0, height())};
@@ -175,7 +175,7 @@ void RegionSelector::keyPressEvent(QKeyEvent* event)
 void RegionSelector::exposeEvent(QExposeEvent* event)
 {
     QRasterWindow::exposeEvent(event);
-    requestActivate(); // Only a visible window can have the keyboard.
+    requestActivate(); // Only a visible window can take the keyboard.
 }
 
 void RegionSelector::paintEvent(QPaintEvent*)
@@ -189,7 +189,7 @@ bool RegionSelector::event(QEvent* event)
 {
     if (event->type() != QEvent::Close)
         return QRasterWindow::event(event);
-    // Not closed: it may be the last window to be seen, whose end would be the application's.
+    // Ignore the event: closing the last visible window would quit the application.
     event->ignore();
     complete(std::nullopt);
     return true;

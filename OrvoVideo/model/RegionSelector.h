@@ -12,14 +12,13 @@ namespace orvo {
 class RegionSelector final : public QRasterWindow {
     Q_OBJECT
 public:
-    /// Over `screen`, which shows `display` of the global display space. Shown, and given the keyboard. `last`, in the
-    /// global display space, is proposed where it lies on the display. `completion` is told the rectangle in the global
-    /// display space, once the window is out of sight.
+    /// Covers `screen`, which shows `display`, and takes the keyboard. Proposes `last` if the display contains it. Calls
+    /// `completion` with the rectangle after hiding the window. All rectangles are in the global display space.
     RegionSelector(QScreen& screen, const Rect& display, const std::optional<Rect>& last, RegionPicker::Done completion);
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
-    void mouseDoubleClickEvent(QMouseEvent* event) override { mousePressEvent(event); } // A press that came soon.
+    void mouseDoubleClickEvent(QMouseEvent* event) override { mousePressEvent(event); } // A second quick press.
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
@@ -37,7 +36,7 @@ private:
     std::optional<Rect> m_last;
     RegionPicker::Done m_completion;
     RegionView m_view;
-    QPixmap m_backdrop; ///< The screen as it was, where windows cannot be seen through.
+    QPixmap m_backdrop; ///< A screenshot, for screens without transparent windows.
     bool m_dragging = false;
 };
 

@@ -10,7 +10,7 @@ namespace orvo {
 
 namespace {
 
-constexpr double reach = 10; ///< From an edge, for the pointer to grip it.
+constexpr double reach = 10; ///< Maximum distance of the pointer from the edge that it grips.
 constexpr double handle = 10;
 constexpr QColor accent(0xB0, 0x87, 0xFF);
 constexpr QColor panel(0x1D, 0x1A, 0x24);
@@ -106,10 +106,10 @@ std::optional<RegionView::Grip> RegionView::gripAt(QPointF at) const
     return grip;
 }
 
-/// Within the view, and never too small to be accepted.
+/// Keeps the rectangle within the view and large enough to accept.
 void RegionView::drag(QPointF by)
 {
-    constexpr double least = smallest + 1;
+    constexpr double minLength = smallest + 1;
     QRectF rect = m_before;
     if (m_grip->whole) {
         const double x = std::clamp(rect.x() + by.x(), 0.0, std::max(0.0, m_size.width() - rect.width()));
@@ -117,13 +117,13 @@ void RegionView::drag(QPointF by)
         rect.moveTo(x, y);
     }
     if (m_grip->across < 0)
-        rect.setLeft(std::clamp(rect.left() + by.x(), 0.0, rect.right() - least));
+        rect.setLeft(std::clamp(rect.left() + by.x(), 0.0, rect.right() - minLength));
     else if (m_grip->across > 0)
-        rect.setRight(std::clamp(rect.right() + by.x(), rect.left() + least, m_size.width()));
+        rect.setRight(std::clamp(rect.right() + by.x(), rect.left() + minLength, m_size.width()));
     if (m_grip->down < 0)
-        rect.setTop(std::clamp(rect.top() + by.y(), 0.0, rect.bottom() - least));
+        rect.setTop(std::clamp(rect.top() + by.y(), 0.0, rect.bottom() - minLength));
     else if (m_grip->down > 0)
-        rect.setBottom(std::clamp(rect.bottom() + by.y(), rect.top() + least, m_size.height()));
+        rect.setBottom(std::clamp(rect.bottom() + by.y(), rect.top() + minLength, m_size.height()));
     m_proposed = rect;
 }
 
@@ -148,7 +148,7 @@ void RegionView::draw(QPainter& painter, QSizeF size, const QPixmap& backdrop) c
     else
         painter.drawPixmap(whole, backdrop, QRectF(backdrop.rect()));
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    // The inside keeps its brightness. A hardly visible fill keeps the pointer's presses in this window.
+    // The inside keeps its brightness. An almost transparent fill keeps pointer presses in this window.
     QPainterPath around;
     around.addRect(whole);
     around.addRect(rect);
@@ -183,7 +183,7 @@ void RegionView::drawHandles(QPainter& painter, const QRectF& rect) const
         painter.drawEllipse(place, handle / 2, handle / 2);
 }
 
-/// In pixels, above the rectangle or in it where there is no room.
+/// In pixels, above the rectangle, or inside it without room above.
 void RegionView::drawSize(QPainter& painter, const QRectF& rect, QSizeF size) const
 {
     painter.setFont(fontOf(painter, 13));

@@ -10,42 +10,42 @@
 
 namespace orvo {
 
-/// What the region picker shows and understands, in its own coordinates.
+/// Drawing and input of the region picker, in its own coordinates.
 ///
-/// A rectangle that was proposed can be moved by its middle and changed by its eight handles; Return accepts it. A drag
-/// that begins elsewhere draws another one, which is accepted when it is released.
+/// The user moves a proposed rectangle by its middle and resizes it by its eight handles; Return accepts it. A drag that
+/// begins elsewhere draws a new rectangle; the release accepts it.
 class RegionView {
 public:
-    /// A drag of no more than this in either direction selects nothing.
+    /// A drag of at most this size in either direction cancels.
     static constexpr double smallest = 20;
 
-    /// Told the chosen rectangle, or nothing when the user has cancelled: once for each gesture.
+    /// Called once per gesture with the chosen rectangle, or nullopt if the user has cancelled.
     std::function<void(std::optional<QRectF>)> completion;
 
-    /// The size of the view, and how many pixels of the screen one of its units is, for the size that is shown.
+    /// Sets the size of the view, and the pixels per unit, for the displayed size.
     void setSpace(QSizeF size, QSizeF pixels);
 
-    /// Shows a rectangle to accept or to change.
+    /// Shows a rectangle to accept or change.
     void propose(const QRectF& rect);
     const std::optional<QRectF>& proposed() const { return m_proposed; }
 
     void mouseDown(QPointF at);
     void mouseDragged(QPointF at);
     void mouseUp(QPointF at);
-    /// A key of Qt.
+    /// Takes a `Qt::Key`.
     void keyDown(int key);
-    /// What the pointer would do at this place.
+    /// The cursor for a position.
     Qt::CursorShape cursorAt(QPointF at) const;
 
-    /// Over the whole view; `backdrop`, if there is one, takes the place of what lies behind.
+    /// Draws the whole view; draws `backdrop` first unless it is null.
     void draw(QPainter& painter, QSizeF size, const QPixmap& backdrop) const;
 
 private:
-    /// Which edges of the proposed rectangle follow the pointer.
+    /// The edges of the proposed rectangle that follow the pointer.
     struct Grip {
         int across = 0; ///< −1 the left edge, 1 the right one.
         int down = 0; ///< −1 the upper edge, 1 the lower one.
-        bool whole = false; ///< All of it.
+        bool whole = false; ///< The whole rectangle moves.
     };
 
     std::optional<Grip> gripAt(QPointF at) const;
@@ -60,8 +60,8 @@ private:
     QSizeF m_size;
     QSizeF m_pixels{1, 1};
     std::optional<QRectF> m_proposed;
-    QRectF m_before; ///< The proposed rectangle when the drag began.
-    std::optional<Grip> m_grip; ///< While the proposed rectangle is changed.
+    QRectF m_before; ///< The proposed rectangle at the start of the drag.
+    std::optional<Grip> m_grip; ///< Set while the proposed rectangle is changed.
     bool m_drawing = false;
 };
 
