@@ -10,7 +10,7 @@
 
 namespace orvo {
 
-/// Brings the changes of the open project to the disk. Main thread only; nothing here blocks but `settle`.
+/// Saves the changes of the open project. Main thread only; only `settle` blocks.
 ///
 ///                edited               `delay` without edits, `flush`             written
 ///     saved ───────────────► pending ────────────────────────────────► asked ──────────────► saved
@@ -26,35 +26,35 @@ public:
     /// Saves what `project` reports as edited. A failure goes to `operation`'s error message.
     Saving(OpenProject& project, ProjectDocuments& documents, Operation& operation);
 
-    /// Saves `delay` after the last call. While calls follow one another faster, the changes are written as unsaved edits
-    /// every `delay`, so that a crash never costs more.
+    /// Saves `delay` after the last call. During a burst of calls, writes the changes as unsaved edits every `delay`, so
+    /// that a crash loses no more than that.
     void saveSoon();
 
-    /// Takes what is being typed (`commitWanted`), and asks for the changes that are not saved to be saved now.
+    /// Commits the text that is being typed (`commitWanted`) and requests a save of all unsaved changes.
     void flush();
-    /// Takes what is being typed.
+    /// Commits the text that is being typed.
     void commitTyped() { emit commitWanted(); }
-    /// As `flush`, without what is being typed.
+    /// As `flush`, without committing typed text.
     void saveEdits();
 
-    /// Flushes, and blocks until everything is written. False when something could not be written; the edits are still
-    /// there while the application runs.
+    /// Flushes and blocks until everything is written. Returns false if a write fails; the edits stay in memory while the
+    /// application runs.
     bool settle();
 
     /// Whether the open project has changes that are not on disk yet.
     bool unsavedChanges() const { return m_edited != m_written; }
-    /// Counts the versions of the open project that had to be saved.
+    /// Counts the versions of the open project that need a save.
     std::uint64_t edits() const { return m_edited; }
 
-    /// The open project is another one now, as it is on disk.
+    /// Another project was opened, equal to its document.
     void noteOpened();
-    /// What was opened is newer than the disk: it is saved now.
+    /// The opened project is newer than its document: saves it now.
     void noteRecovered() { noteEdit(OpenProject::Save::now); }
 
 signals:
     void unsavedChangesChanged();
-    /// The open project is about to be saved, exported, published, cut or left: a field that is being edited commits its
-    /// text before this returns.
+    /// Emitted before the open project is saved, exported, published, cut or closed. A field that is being edited must
+    /// commit its text at once.
     void commitWanted();
     /// The document of the open project was written.
     void written();
@@ -72,11 +72,11 @@ private:
     ProjectDocuments& m_documents;
     Operation& m_operation;
     std::uint64_t m_edited = 1; ///< Counts the versions of the open project.
-    std::uint64_t m_asked = 1; ///< The version that was last asked to be saved.
+    std::uint64_t m_asked = 1; ///< The version of the last requested save.
     std::uint64_t m_written = 1; ///< The version on disk.
-    std::uint64_t m_quiet = 0; ///< The version whose save may fail unreported.
+    std::uint64_t m_quiet = 0; ///< The version whose failure is not reported.
     QTimer m_autosave;
-    QTimer m_burst; ///< Runs while edits follow one another without a save.
+    QTimer m_burst; ///< Runs during a burst of edits without a save.
 };
 
 } // namespace orvo

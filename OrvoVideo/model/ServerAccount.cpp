@@ -43,7 +43,7 @@ QCoro::Task<> ServerAccount::loadCredential(WorkControl control, Keychain::Inter
     setAdminToken(QString::fromStdString(token));
 }
 
-/// The user has not asked for it: unless the keychain is open already, the field stays empty.
+/// Never prompts the user: with a locked keychain the field stays empty.
 QCoro::Task<> ServerAccount::loadCredentialAtStart()
 {
     try {
@@ -53,7 +53,7 @@ QCoro::Task<> ServerAccount::loadCredentialAtStart()
         if (m_adminToken.isEmpty())
             setAdminToken(QString::fromStdString(token));
     } catch (const Error&) {
-        // Publishing reports what is missing.
+        // Publishing will report the missing credential.
     }
 }
 
@@ -133,7 +133,7 @@ void ServerAccount::setServerURL(const QString& address)
         return;
     m_serverURL = address;
     emit serverURLChanged();
-    setUsesDrive(true); // Until this server says otherwise.
+    setUsesDrive(true); // Until this server reports otherwise.
 }
 
 void ServerAccount::setUsesDrive(bool uses)

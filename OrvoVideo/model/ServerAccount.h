@@ -13,8 +13,8 @@
 
 namespace orvo {
 
-/// The account on the publishing server: its address, the credential, the state of the connection, and the OAuth client by
-/// which it uses the user's Drive. Main thread only. The verbs for QML are long operations.
+/// The account on the publishing server: address, credential, connection status, and the OAuth client with which the server
+/// uses the user's Drive. Main thread only. The invokable functions are long operations.
 class ServerAccount : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -27,41 +27,41 @@ class ServerAccount : public QObject {
     Q_PROPERTY(QString oauthClientID READ oauthClientID WRITE setOauthClientID NOTIFY oauthClientIDChanged)
     Q_PROPERTY(QString oauthClientSecret READ oauthClientSecret WRITE setOauthClientSecret NOTIFY oauthClientSecretChanged)
 public:
-    /// With the stored address; the credential is read from the keychain in the background when that opens by itself.
+    /// Loads the stored address; reads the credential in the background if the keychain is unlocked.
     ServerAccount(const AppServices& services, Operation& operation, Workers& workers);
 
     QString serverURL() const { return m_serverURL; }
     void setServerURL(const QString& address);
-    /// Where Google returns to after the authorisation of Drive: what the OAuth client must be registered with.
+    /// The redirect address for the authorisation of Drive, with which the OAuth client must be registered.
     QString driveReturnAddress() const;
-    /// The credential of the server's administrator; kept in the keychain.
+    /// The credential of the server's administrator; stored in the keychain.
     QString adminToken() const { return m_adminToken; }
     void setAdminToken(const QString& token);
-    /// What the last look at the server has told.
+    /// The result of the last check of the server, for the user.
     QString connectionStatus() const { return m_connectionStatus; }
-    /// Whether the server keeps videos in the user's Drive, as far as it was asked. False for one that keeps them itself.
+    /// Whether the server stores videos in the user's Drive rather than itself; true until the server reports it.
     bool usesDrive() const { return m_usesDrive; }
-    /// The OAuth client that the server is to use Drive with; not stored here.
+    /// The OAuth client for the server; not stored here.
     QString oauthClientID() const { return m_oauthClientID; }
     void setOauthClientID(const QString& id);
     QString oauthClientSecret() const { return m_oauthClientSecret; }
     void setOauthClientSecret(const QString& secret);
 
-    /// Reads the credential, asking the user where that is needed, and looks at the server.
+    /// Reads the credential, asking the user if needed, and checks the server.
     Q_INVOKABLE void readServerCredential();
-    /// Saves the settings and looks at the server.
+    /// Saves the settings and checks the server.
     Q_INVOKABLE void checkConnection();
-    /// Saves the settings and gives the server the OAuth client.
+    /// Saves the settings and sends the OAuth client to the server.
     Q_INVOKABLE void configureOAuth();
-    /// Saves the settings and opens the page where the user lets the server use Drive.
+    /// Saves the settings and opens the page on which the user authorises Drive.
     Q_INVOKABLE void connectDrive();
 
-    /// Stores the credential in the keychain, or takes it from there when none is typed, then the server's address. Throws
-    /// what `Keychain` and `StoredSettings` throw.
+    /// Stores the credential in the keychain, or loads it from there if the field is empty, then stores the server's
+    /// address. Throws as `Keychain` and `StoredSettings`.
     QCoro::Task<> saveSettings(WorkControl control);
-    /// The server has said where it stores videos.
+    /// Takes over where the server stores videos.
     void noteStorage(const ServerStatus& server) { setUsesDrive(!server.storesByItself()); }
-    /// Speaks to the server with the present settings.
+    /// A client of the server with the present settings.
     std::shared_ptr<Publisher> makePublisher() const;
 
 signals:
@@ -73,7 +73,7 @@ signals:
     void usesDriveChanged();
 
 private:
-    /// Performs an operation whose errors stand beside the state of the connection.
+    /// Performs an operation, after clearing the previous error.
     void perform(Operation::Work work);
     QCoro::Task<> loadCredential(WorkControl control, Keychain::Interaction interaction);
     QCoro::Task<> loadCredentialAtStart();

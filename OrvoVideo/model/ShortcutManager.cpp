@@ -49,7 +49,7 @@ QString descriptionOf(ShortcutManager::Action action)
     std::unreachable();
 }
 
-/// A whole number that 32 bits hold; nothing for anything else.
+/// Returns an unsigned 32-bit integer, or nullopt for any other value.
 std::optional<std::uint32_t> numberIn(const QJsonValue& value)
 {
     const double number = value.toDouble(-1);
@@ -161,7 +161,7 @@ bool ShortcutManager::hears(Action action) const
     return m_keys->hears(std::to_underlying(action));
 }
 
-/// Names the combinations that other programs keep for themselves; empty when all are heard.
+/// Names the combinations that other programs use; empty without any.
 QString ShortcutManager::refusedText() const
 {
     if (m_heldBack)

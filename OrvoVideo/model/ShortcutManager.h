@@ -12,8 +12,8 @@
 
 namespace orvo {
 
-/// The three combinations that control a recording from any application. They are kept between runs, in the settings
-/// under "shortcut.1" to "shortcut.3", each as JSON: {"keyCode":15,"modifiers":6400}. Main thread only.
+/// The three global shortcuts that control a recording. Stored in the settings as "shortcut.1" to "shortcut.3", each as
+/// JSON: {"keyCode":15,"modifiers":6400}. Main thread only.
 class ShortcutManager final : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -24,7 +24,7 @@ public:
     Q_ENUM(Action)
     static constexpr std::array actions{Action::Record, Action::Pause, Action::Zoom};
 
-    /// A key and its modifiers, in the numbers of `ShortcutKeys`.
+    /// A key and its modifiers, numbered as in `ShortcutKeys`.
     struct Binding {
         std::uint32_t keyCode = 0;
         std::uint32_t modifiers = 0;
@@ -36,36 +36,37 @@ public:
     explicit ShortcutManager(std::unique_ptr<ShortcutKeys> keys, QObject* parent = nullptr);
     ~ShortcutManager() override;
 
-    /// The stored binding, or the usual one: Control, Alt and Super with R, P or Z.
+    /// The stored binding, or the default: Control, Alt and Super with R, P or Z.
     Binding binding(Action action) const;
 
-    /// Stores a binding and registers all three again. Any combination is taken.
+    /// Stores a binding and registers all three again. Accepts any combination.
     void set(Action action, std::uint32_t key, std::uint32_t modifiers);
 
-    /// Registers the three stored bindings in place of those that are. A combination that another program has is left out.
+    /// Replaces the registered bindings by the stored ones. Skips combinations that another program has.
     void reload();
 
-    /// How the binding of an action is shown: "⌃⌥⌘R".
+    /// The text of an action's binding: "⌃⌥⌘R".
     Q_INVOKABLE QString text(orvo::ShortcutManager::Action action) const;
 
-    /// Stores the combination of a key event, with `qtKey`, `modifiers` and `scanCode` of the event, when it has at least
-    /// two modifiers and a key that can be stored. Whether it did. Heard once `listen` is called.
+    /// Stores the combination of a key event, if it has at least two modifiers and a key that can be stored. `qtKey`,
+    /// `modifiers` and `scanCode` are those of the event. Returns whether it did. Takes effect with `listen`.
     Q_INVOKABLE bool capture(orvo::ShortcutManager::Action action, int qtKey, int modifiers, quint32 scanCode);
 
-    /// While a new combination is typed none is heard, so that typing one does not do what it is for.
+    /// Unregisters all combinations while the user types a new one, so that typing triggers no action; `listen` registers
+    /// them again.
     Q_INVOKABLE void holdBack();
     Q_INVOKABLE void listen();
 
-    /// What the user has to know of where the shortcuts work; empty where they do, as set here.
+    /// Explains limitations of the shortcuts to the user; empty if all work as set here.
     QString supportText() const;
 
-    /// Whether a press of this combination is known to arrive here, whichever application has the keyboard.
+    /// Whether the combination certainly works in every application.
     bool hears(Action action) const;
 
 signals:
-    /// A combination has been pressed. Never within the call of another operation.
+    /// A combination was pressed. Emitted from the event loop, never within another call.
     void pressed(orvo::ShortcutManager::Action action);
-    /// What `text` gives has changed.
+    /// The results of `text` have changed.
     void bindingsChanged();
     void supportChanged();
 

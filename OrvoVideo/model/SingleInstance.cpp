@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int streamVersion = QDataStream::Qt_6_0; // Both ends may be different versions of this program.
+constexpr int streamVersion = QDataStream::Qt_6_0; // The two processes may be different versions of the program.
 constexpr char received = '+';
 
 } // namespace
@@ -38,7 +38,7 @@ SingleInstance::SingleInstance(const fs::path& library, QObject* parent)
         return;
     }
 
-    // The holder of the lock owns the address; a socket there was left by a process that has ended.
+    // The holder of the lock owns the address; an existing socket is left over from a process that has ended.
     QLocalServer::removeServer(m_address);
     m_server.setSocketOptions(QLocalServer::UserAccessOption);
     connect(&m_server, &QLocalServer::newConnection, this, [this] {
@@ -65,7 +65,7 @@ void SingleInstance::serve(QLocalSocket* socket)
     stream.startTransaction();
     stream >> arguments >> token;
     if (!stream.commitTransaction())
-        return; // The rest is on its way.
+        return; // Incomplete: wait for the rest.
     socket->disconnect(this);
     socket->write(&received, 1);
     socket->disconnectFromServer();
@@ -75,7 +75,7 @@ void SingleInstance::serve(QLocalSocket* socket)
 bool SingleInstance::handOver(const QStringList& arguments, int limit) const
 {
     const QDeadlineTimer deadline(limit);
-    // The first one may have the lock and not listen yet.
+    // The first process may have the lock but not listen yet.
     do {
         QLocalSocket socket;
         socket.connectToServer(m_address);

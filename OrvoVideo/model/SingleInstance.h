@@ -11,30 +11,30 @@ class QLocalSocket;
 
 namespace orvo {
 
-/// Sees to it that one library is open in one running application only.
+/// Ensures that only one running application has a library open.
 ///
-/// The library's lock belongs to the process that has it and goes with it, however it ends. Another process that finds it
-/// taken hands what it was started with to the one that has it, which comes to the front. Main thread only.
+/// The system releases the library's lock when its process ends, even after a crash. A second process that finds the lock
+/// taken hands its arguments over to the first, which comes to the front. Main thread only.
 class SingleInstance final : public QObject {
     Q_OBJECT
 public:
-    /// Takes the lock of the library in this folder. Throws `std::filesystem::filesystem_error` when the lock cannot be
-    /// had for another reason than being taken.
+    /// Tries to lock the library in this folder. Throws `std::filesystem::filesystem_error` if that fails for another reason
+    /// than a taken lock.
     explicit SingleInstance(const std::filesystem::path& library, QObject* parent = nullptr);
     ~SingleInstance() override;
 
-    /// Whether this process has the library. Only then `activated` is emitted.
+    /// Whether this process has the lock. Only then `activated` is emitted.
     bool isFirst() const noexcept { return m_isFirst; }
 
-    /// Brings the first one to the front and gives it these arguments (movies to import, for example). Blocks until it has
-    /// answered, at most `limit` milliseconds. False when it has not: the text for the user is `notAnsweringText`.
+    /// Brings the first process to the front and gives it these arguments (movies to import, for example). Blocks until it
+    /// answers, at most `limit` milliseconds. Returns false without an answer: show `notAnsweringText` to the user.
     bool handOver(const QStringList& arguments, int limit = 5000) const;
 
     static QString notAnsweringText();
 
 signals:
-    /// Another process was started: show the window. `activationToken` is what the desktop gave it for that, or empty; it
-    /// goes into the environment variable XDG_ACTIVATION_TOKEN before the window is raised.
+    /// Another process was started: show the window. `activationToken` is its token from the desktop, or empty; set the
+    /// environment variable XDG_ACTIVATION_TOKEN to it before raising the window.
     void activated(const QStringList& arguments, const QString& activationToken);
 
 private:

@@ -14,7 +14,7 @@ Transcription::Transcription(const Parts& parts)
         setConfidence({});
         m_parts.operation.start(readConfidence());
     });
-    // `orvo` may have transcribed it.
+    // The command-line program may have transcribed it.
     connect(&m_parts.library, &ProjectLibrary::reloaded, this, [this] { m_parts.operation.start(readConfidence()); });
 }
 
@@ -48,7 +48,7 @@ void Transcription::transcribe()
     m_parts.queue.add({.title = QStringLiteral("Transcribir «%1»").arg(Text::from(m_parts.open->title)),
         .key = QStringLiteral("transcribe ") + Text::from(m_parts.open->id),
         .work = [this, project = *m_parts.open](WorkControl control) -> QCoro::Task<> {
-            // It may have waited: what was edited meanwhile counts.
+            // Uses the present version, because the job may have waited during edits.
             co_await transcribeProject(m_parts.open.is(project.id) ? *m_parts.open : project, std::move(control));
         }});
 }
@@ -78,7 +78,7 @@ void Transcription::downloadModel(const QString& model)
 QCoro::Task<> Transcription::transcribeProject(VideoProject project, WorkControl control)
 {
     m_parts.operation.setStatus(QStringLiteral("Preparando audio para la transcripción local…"));
-    // Called on another thread. It comes before what follows: both wait their turn in the same queue.
+    // Called on a worker thread. Runs before the code after `co_await`: both go through the same event queue.
     const auto audioReady = [this] {
         QMetaObject::invokeMethod(
             this,
@@ -97,7 +97,7 @@ QCoro::Task<> Transcription::transcribeProject(VideoProject project, WorkControl
                 progress, stop);
         });
     const auto replace = [words = SharedList(std::move(words))](VideoProject& changed) { changed.edit.words = words; };
-    // In the project that it was asked for: another one may be open by now.
+    // Changes the transcribed project: another one may be open by now.
     co_await m_parts.library.update(project.id, replace);
     if (m_parts.open.is(project.id)) {
         m_parts.open.findSuggestions();

@@ -18,7 +18,7 @@
 
 namespace orvo {
 
-/// Recognises what is spoken in the open project, on this machine. Main thread only.
+/// Recognises the speech of the open project, on this machine. Main thread only.
 class Transcription : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -28,7 +28,7 @@ class Transcription : public QObject {
     Q_PROPERTY(bool careful READ careful WRITE setCareful NOTIFY settingsChanged)
     Q_PROPERTY(bool asksForModel READ asksForModel WRITE setAsksForModel NOTIFY settingsChanged)
 public:
-    /// What the transcription works with. All of it outlives this object.
+    /// The collaborators of the transcription; all outlive this object.
     struct Parts {
         const AppServices& services;
         OpenProject& open;
@@ -40,33 +40,33 @@ public:
     };
     explicit Transcription(const Parts& parts);
 
-    /// A long operation. The words replace the transcript, as one step to undo, and the suggestions are made anew. Downloads
-    /// the model when it is not there. While `asksForModel`, only emits `modelWanted`.
+    /// Replaces the transcript by the recognised words, as one undo step, and generates the suggestions again: a job of the
+    /// queue. Downloads a missing model. While `asksForModel`, only emits `modelWanted`.
     Q_INVOKABLE void transcribe();
-    /// The user's answer to `modelWanted`: keeps the model and transcribes. Nobody is asked again.
+    /// The user's answer to `modelWanted`: stores the model, does not ask again, and transcribes.
     Q_INVOKABLE void transcribeWith(const QString& model);
 
-    /// Downloads a model of the catalogue, as a long operation. Emits `modelReady` when it is there.
+    /// Downloads a model of the catalogue, as a long operation. Emits `modelReady` on success.
     Q_INVOKABLE void downloadModel(const QString& model);
 
     /// Language of the speech, "es-ES" or "en-US".
     QString language() const { return m_language; }
     void setLanguage(const QString& language);
-    /// The name of the speech model, one that `SpeechModels` knows.
+    /// The name of a speech model in `SpeechModels`.
     QString speechModel() const { return QString::fromStdString(m_options.model); }
     void setSpeechModel(const QString& model);
-    /// How sure the recogniser was of the words of the open project.
+    /// The confidence of the recogniser in the words of the open project.
     const WordConfidence& confidence() const { return m_confidence; }
 
-    /// Whether the recognition takes more time to make fewer errors.
+    /// Whether the recogniser takes more time to make fewer errors.
     bool careful() const { return m_options.decoding == SpeechRecognizer::Decoding::careful; }
     void setCareful(bool careful);
-    /// Whether the user has never chosen a model, and is asked before the first transcription. False by default.
+    /// Whether to ask the user for a model before the first transcription. False by default.
     bool asksForModel() const { return m_asksForModel; }
     void setAsksForModel(bool asks);
 
 signals:
-    /// The first transcription was asked for: which model?
+    /// The user has to choose a model; `transcribeWith` continues.
     void modelWanted();
     void modelReady();
     void settingsChanged();

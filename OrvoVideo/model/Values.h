@@ -38,7 +38,7 @@ public:
     friend bool operator==(const Span&, const Span&) = default;
 };
 
-/// The settings of the next recording. Height and frame rate are those of an export, too.
+/// The settings of the next recording. Exports use the height and frame rate too.
 struct RecordingOptions {
     Q_GADGET
     QML_VALUE_TYPE(recordingOptions)
@@ -51,12 +51,12 @@ struct RecordingOptions {
     Q_PROPERTY(QString systemAudioDevice MEMBER systemAudioDevice)
     Q_PROPERTY(QString cameraDevice MEMBER cameraDevice)
 public:
-    int height = 1080; ///< Largest height in pixels; never scaled up.
-    int fps = 30; ///< Highest number of frames per second.
+    int height = 1080; ///< Maximum height in pixels; never scales up.
+    int fps = 30; ///< Maximum frames per second.
     bool microphone = true;
-    bool systemAudio = true; ///< What the computer plays.
+    bool systemAudio = true; ///< The audio output of the computer.
     bool camera = false;
-    QString microphoneDevice; ///< Identifier of a device; empty for the default one.
+    QString microphoneDevice; ///< Identifier of a device; empty for the default.
     QString systemAudioDevice;
     QString cameraDevice;
 
@@ -65,7 +65,7 @@ public:
     friend bool operator==(const RecordingOptions&, const RecordingOptions&) = default;
 };
 
-/// What the user has chosen for the recordings and exports of this run.
+/// The settings for recordings and exports of this run.
 struct RunSettings {
     RecordingOptions options;
     ExportQuality exportQuality = ExportQuality::balanced;
@@ -73,7 +73,7 @@ struct RunSettings {
     ExportSettings exports() const;
 };
 
-/// What the windows show of the open project besides its lists. Without an open project everything is empty.
+/// The facts of the open project that the windows show, besides its lists. All empty without an open project.
 struct ProjectFacts {
     Q_GADGET
     QML_VALUE_TYPE(projectFacts)
@@ -106,7 +106,7 @@ public:
     QString title;
     QString state; ///< As in the document.
     QString stateText; ///< In Spanish.
-    bool recoverable = false; ///< Whether "Recuperar grabación" is to be offered.
+    bool recoverable = false; ///< Whether to offer "Recuperar grabación".
     QDateTime createdAt;
     QDateTime updatedAt;
     double duration = 0; ///< Seconds, before cuts.
@@ -127,7 +127,7 @@ public:
     bool sharpen = false;
     double fade = 0;
 
-    /// `playableDuration` is the project's, which takes a walk through its cuts.
+    /// Takes `playableDuration` of the project as an argument because computing it walks through all cuts.
     static ProjectFacts of(const VideoProject& project, double playableDuration);
 };
 

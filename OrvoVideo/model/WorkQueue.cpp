@@ -47,7 +47,7 @@ QCoro::Task<> WorkQueue::run(Operation::Work work)
     std::optional<std::string> failure;
     try {
         co_await work({.stop = m_stop.get_token(), .progress = [this](double value) {
-                           if (value < m_progress) // Another part of the job begins.
+                           if (value < m_progress) // The next part of the job begins.
                                m_since.start();
                            m_progress = value;
                            emit progressChanged();
@@ -62,7 +62,7 @@ QCoro::Task<> WorkQueue::run(Operation::Work work)
     if (m_waiting.empty())
         emit drained();
     else
-        QMetaObject::invokeMethod(this, &WorkQueue::startNext, Qt::QueuedConnection); // This job is over first.
+        QMetaObject::invokeMethod(this, &WorkQueue::startNext, Qt::QueuedConnection); // After this coroutine has ended.
     emit changed();
 }
 
@@ -82,9 +82,9 @@ QString WorkQueue::timeLeft() const
 
 QString WorkQueue::timeLeftText(double elapsed, double progress)
 {
-    constexpr double soonest = 3; // Seconds after which the speed is known.
-    constexpr double least = 0.02;
-    if (elapsed < soonest || progress < least || progress >= 1)
+    constexpr double minElapsed = 3; // Seconds; before, the speed is unknown.
+    constexpr double minProgress = 0.02;
+    if (elapsed < minElapsed || progress < minProgress || progress >= 1)
         return {};
     const double seconds = elapsed * (1 - progress) / progress;
     const int minutes = static_cast<int>(std::lround(std::min(seconds / 60, 6000.0)));

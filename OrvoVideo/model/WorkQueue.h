@@ -13,14 +13,13 @@
 
 namespace orvo {
 
-/// Long work that recording, importing and editing go on beside: exports, publications, transcriptions. One job runs at a
-/// time, the others wait their turn in the order they came. Main thread only.
+/// Runs long jobs (exports, publications, transcriptions) in the background of recording, importing and editing: one at a
+/// time, in the order of `add`. Main thread only.
 ///
 ///              add                    the job ends, fails or is cancelled
 ///     empty ─────────► one runs ────────────────────────────────────────► the next one runs; `drained` after the last
 ///
-/// What a job says goes to the status and the error message of `Operation`, which stays the guard of what cannot go on
-/// beside anything.
+/// Jobs report to the status and the error message of `Operation`, which still runs the exclusive operations.
 class WorkQueue : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -32,39 +31,39 @@ class WorkQueue : public QObject {
     Q_PROPERTY(QString timeLeft READ timeLeft NOTIFY progressChanged)
 public:
     struct Job {
-        QString title; ///< What the user reads while it runs or waits: "Exportar «Clase 3»".
-        QString key; ///< A job with the key of one that runs or waits is ignored; empty for jobs that may repeat.
+        QString title; ///< The name for the user: "Exportar «Clase 3»".
+        QString key; ///< `add` ignores a job with the key of one that runs or waits; empty for jobs that may repeat.
         Operation::Work work;
     };
 
     explicit WorkQueue(Operation& operation);
 
-    /// Runs the job after those that were added before.
+    /// Runs the job after all earlier ones.
     void add(Job job);
 
     /// Whether a job runs or waits.
     bool busy() const { return m_running || !m_waiting.empty(); }
-    /// Of the running job; empty without one.
+    /// The title of the running job; empty without one.
     QString title() const { return m_running ? m_running->title : QString(); }
     QStringList waiting() const;
-    /// Of the running job, 0..1.
+    /// The progress of the running job, 0..1.
     double progress() const { return m_progress; }
-    /// How long the running job will still take, in words; empty while nobody can know.
+    /// The remaining time of the running job in words; empty while unknown.
     QString timeLeft() const;
-    /// As `timeLeft`, for work that has come to `progress` in `elapsed` seconds.
+    /// As `timeLeft`, for work at `progress` after `elapsed` seconds.
     static QString timeLeftText(double elapsed, double progress);
 
     /// Asks the running job to stop.
     Q_INVOKABLE void cancel();
-    /// Takes a waiting job out.
+    /// Removes a waiting job.
     Q_INVOKABLE void remove(int index);
-    /// Takes all waiting jobs out and asks the running one to stop.
+    /// Removes all waiting jobs and asks the running one to stop.
     Q_INVOKABLE void clear();
 
 signals:
     void changed();
     void progressChanged();
-    /// The last job is over.
+    /// The last job has ended.
     void drained();
 
 private:
@@ -76,7 +75,7 @@ private:
     std::optional<Job> m_running; ///< Without its work.
     std::stop_source m_stop;
     double m_progress = 0;
-    QElapsedTimer m_since; ///< When the running job last was at the beginning.
+    QElapsedTimer m_since; ///< Since the running job or its present part began.
 };
 
 } // namespace orvo

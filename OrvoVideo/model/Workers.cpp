@@ -28,7 +28,7 @@ void Work::start(std::coroutine_handle<> waiter)
     m_runner.m_underWay.push_back(this);
     try {
         m_runner.begin(*this);
-    } catch (...) { // No thread is to be had: the coroutine receives the failure.
+    } catch (...) { // No thread available: the coroutine receives the exception.
         std::erase(m_runner.m_underWay, this);
         throw;
     }
@@ -71,7 +71,7 @@ void WorkRunner::noteProgress(Work& work, double value)
 
 void WorkRunner::wake()
 {
-    // The event only wakes the main thread: what it is about lies behind the mutex.
+    // The event only wakes the main thread; the data is behind the mutex.
     if (!std::exchange(m_awake, true))
         QCoreApplication::postEvent(this, new QEvent(QEvent::User));
 }
@@ -90,7 +90,7 @@ bool WorkRunner::event(QEvent* event)
 
 void WorkRunner::deliver()
 {
-    // Whatever is resumed may start work or shut this runner down, so each step looks afresh.
+    // A resumed coroutine may start work or shut this runner down, so each step checks again.
     for (;;) {
         Work* done = nullptr;
         Work* advanced = nullptr;
@@ -108,7 +108,7 @@ void WorkRunner::deliver()
             }
         }
         if (advanced) {
-            // A copy: the callback may end the work's coroutine and with it the work.
+            // A copy: the callback may end the work's coroutine, which destroys the work.
             const auto callback = advanced->m_control.progress;
             callback(*progress);
         } else if (done) {
@@ -128,7 +128,7 @@ void Workers::begin(Work& work)
 
 void Workers::ended(Work& work)
 {
-    // Shutting down has joined it already.
+    // After `shutDown` the thread is already joined.
     if (const auto thread = m_threads.extract(&work))
         thread.mapped().join();
 }
@@ -173,7 +173,7 @@ void SerialWorker::serve()
         m_busy = true;
         lock.unlock();
         task();
-        task = nullptr; // What it holds goes here, not with the lock held.
+        task = nullptr; // Destroys its captures without holding the lock.
         lock.lock();
         m_busy = false;
         m_changed.notify_all();

@@ -19,28 +19,28 @@
 #include <utility>
 #include <vector>
 
-/// The way between the main thread and blocking work.
+/// Runs blocking work on other threads for coroutines of the main thread.
 ///
 /// Work is a plain function. A coroutine of the main thread writes
 ///
 ///     const auto facts = co_await workers.run({.stop = stop}, [file](const std::stop_token& token) { return read(file,
 ///     token); });
 ///
-/// and goes on, on the main thread, when the work has ended, with its result or its exception. The work owns what it needs:
-/// it captures by value.
+/// and resumes on the main thread with the result or the exception of the work. The work must own its data: capture by
+/// value.
 namespace orvo {
 
-/// How one piece of work can be stopped from outside, and where its progress goes.
+/// Stops one piece of work from outside, and receives its progress.
 struct WorkControl {
     std::stop_token stop;
-    /// Called on the main thread with the latest value; values that come faster than they are taken are left out.
+    /// Called on the main thread with the latest value; skips values that arrive faster than the main thread handles them.
     std::function<void(double)> progress;
 };
 
 class WorkRunner;
 
-/// A piece of work under way. It lives in the frame of the coroutine that waits for it.
-class Work { // NOLINT(cppcoreguidelines-virtual-class-destructor): its own types destroy it.
+/// A running piece of work. It lives in the frame of the coroutine that awaits it.
+class Work { // NOLINT(cppcoreguidelines-virtual-class-destructor): only derived types destroy it.
 public:
     Work(const Work&) = delete;
     Work& operator=(const Work&) = delete;
@@ -69,35 +69,34 @@ private:
     std::optional<double> m_progress; ///< Not yet delivered; guarded by the runner's mutex.
 };
 
-/// Runs work away from the main thread and resumes who waits for it there.
+/// Runs work on other threads and resumes the awaiting coroutines on the main thread.
 ///
-/// Made and used on the main thread, which must have an event loop. A runner that is shut down resumes every coroutine that
-/// waits for it, with `Cancelled`: when an object shuts its runners down first thing in its destructor, no coroutine that
-/// uses the object outlives it.
+/// Main thread only; needs an event loop there. Shutting down resumes every awaiting coroutine with `Cancelled`: if the
+/// destructor of an object first shuts its runners down, no coroutine that uses the object outlives it.
 class WorkRunner : public QObject {
 public:
-    /// An awaitable that starts `call`, a function of nothing, of a stop token, or of a stop token and a progress callback,
-    /// and gives its result. Throws what it throws, and `Cancelled` when the runner has been shut down.
+    /// An awaitable that starts `call` and returns its result. `call` takes no argument, a stop token, or a stop token and a
+    /// progress callback. Throws the exceptions of `call`, and `Cancelled` if the runner was shut down.
     template <typename Call> auto run(WorkControl control, Call call);
     template <typename Call> auto run(Call call) { return run(WorkControl{}, std::move(call)); }
 
 protected:
     WorkRunner() = default;
 
-    /// Sees to it that `execute(work)` is called once on another thread.
+    /// Calls `execute(work)` once on another thread.
     virtual void begin(Work& work) = 0;
-    /// The work has ended, on the main thread, before its coroutine goes on.
+    /// Called on the main thread after the work has ended, before its coroutine resumes.
     virtual void ended(Work& work) = 0;
 
-    /// On a worker thread.
+    /// Runs the work. Worker threads only.
     void execute(Work& work);
 
     const std::vector<Work*>& underWay() const noexcept { return m_underWay; }
     static void requestStop(Work& work) { work.m_stop.request_stop(); }
 
-    /// From now on work is refused. Afterwards no thread may be in `execute` any more.
+    /// Refuses new work.
     void refuse() { m_refuses = true; }
-    /// Hands on the progress that was made and resumes every coroutine whose work has ended.
+    /// Delivers pending progress and resumes every coroutine whose work has ended.
     void deliver();
 
     bool event(QEvent* event) override;
@@ -111,18 +110,18 @@ private:
     bool m_refuses = false;
     std::vector<Work*> m_underWay;
 
-    std::mutex m_mutex; ///< Guards what follows, and `Work::m_progress`.
+    std::mutex m_mutex; ///< Guards the members below, and `Work::m_progress`.
     std::vector<Work*> m_ended;
     bool m_awake = false;
 };
 
-/// Every piece of work on a thread of its own.
+/// Runs every piece of work on a thread of its own.
 class Workers final : public WorkRunner {
 public:
     Workers() = default;
     ~Workers() override { shutDown(); }
 
-    /// Asks all work to stop, waits for its end and resumes who waits for it, with `Cancelled`.
+    /// Asks all work to stop, waits for its end and resumes the awaiting coroutines with `Cancelled`.
     void shutDown();
 
 private:
@@ -132,19 +131,19 @@ private:
     std::unordered_map<Work*, std::thread> m_threads;
 };
 
-/// One thread that does one thing after the other, in the order asked.
+/// One thread that runs tasks one after another, in the order of the calls.
 class SerialWorker final : public WorkRunner {
 public:
     SerialWorker();
     ~SerialWorker() override { shutDown(); }
 
-    /// Does `task` after everything asked before; nobody waits for it. It must not throw.
+    /// Runs `task` after all earlier tasks. It must not throw.
     void post(std::function<void()> task);
 
-    /// Blocks until everything asked so far is done. The coroutines that wait for it go on later, from the event loop.
+    /// Blocks until all earlier tasks are complete. The awaiting coroutines resume later, from the event loop.
     void wait();
 
-    /// Does everything that was asked, then ends the thread and resumes who waits, with `Cancelled`.
+    /// Completes all tasks, ends the thread and resumes the awaiting coroutines with `Cancelled`.
     void shutDown();
 
 private:
@@ -157,10 +156,10 @@ private:
     std::deque<std::function<void()>> m_tasks;
     bool m_busy = false;
     bool m_closing = false;
-    std::thread m_thread; ///< Last: everything above is there when it starts.
+    std::thread m_thread; ///< Last, because it uses all members above.
 };
 
-/// Calls work with as much as it takes.
+/// Calls `call` with the arguments that it accepts.
 template <typename Call> auto callWork(Call& call, const std::stop_token& stop, const ProgressCallback& progress)
 {
     if constexpr (std::is_invocable_v<Call&, const std::stop_token&, const ProgressCallback&>)
