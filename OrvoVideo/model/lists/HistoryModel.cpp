@@ -14,7 +14,8 @@ void HistoryModel::show(const History& history)
     std::vector<Row> rows{{.id = 0, .name = "principio", .isUndone = false}};
     for (auto& step : history.steps())
         rows.push_back({.id = step.id, .name = std::move(step.name), .isUndone = rows.size() > history.position()});
-    // The oldest step goes when one too many comes. Shown one after the other, both are found at the ends of the list.
+    // Beyond the limit a new step discards the oldest one. Announce the removal separately, so that both changes are at an
+    // end of the list.
     if (m_rows.size() > 1 && rows.size() > 1 && m_rows[1].id < rows[1].id) {
         std::vector<Row> left = m_rows.items();
         left.erase(left.begin() + 1, std::ranges::lower_bound(left.begin() + 1, left.end(), rows[1].id, {}, &Row::id));

@@ -5,17 +5,17 @@
 
 namespace orvo {
 
-/// The versions of the open project, oldest first: the one in which it was opened, and one behind each step.
+/// The versions of the open project, oldest first: the opened version, then one after each step.
 class HistoryModel : public RowModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the model")
-    /// The row of the present version; below it lies what was undone.
+    /// The row of the present version; the undone versions are below it.
     Q_PROPERTY(int position READ position NOTIFY positionChanged)
 public:
     enum Role {
-        NameRole = Qt::UserRole, ///< What the step before this version has done, in Spanish.
-        UndoneRole, ///< Whether the step was undone and can be done again.
+        NameRole = Qt::UserRole, ///< The name of the step that led to this version, in Spanish.
+        UndoneRole, ///< Whether the step is undone and can be redone.
     };
     Q_ENUM(Role)
 
@@ -33,7 +33,7 @@ signals:
 
 private:
     struct Row {
-        std::uint64_t id = 0; ///< Of the step; 0 for the version before the first.
+        std::uint64_t id = 0; ///< The identifier of the step; 0 for the opened version.
         std::string name;
         bool isUndone = false;
 

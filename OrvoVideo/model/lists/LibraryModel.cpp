@@ -11,7 +11,7 @@ LibraryModel::LibraryModel(QObject* parent)
 
 void LibraryModel::setProjects(SharedList<VideoProject> projects)
 {
-    // Only what is shown: comparing whole documents of a large library takes long.
+    // Compares only shown fields: comparing the documents of a large library takes long.
     const auto differs = [before = m_projects, after = projects](std::size_t i, std::size_t j) {
         const auto& a = before[i];
         const auto& b = after[j];

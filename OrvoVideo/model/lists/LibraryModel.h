@@ -22,11 +22,11 @@ public:
         PlayableDurationRole, ///< Seconds after cuts.
         StateRole, ///< As in the document.
         StateTextRole, ///< In Spanish.
-        RecoverableRole, ///< Whether the recording waits to be recovered by the user.
+        RecoverableRole, ///< Whether the user has to recover the recording.
         OpenRole, ///< Whether this is the open project.
         UpdatedAtRole, ///< Date and time of the last change.
-        BytesRole, ///< Bytes on disk; 0 until they are known.
-        FailureRole, ///< Why the import failed that this project was made for; empty for every other.
+        BytesRole, ///< Bytes on disk; 0 until known.
+        FailureRole, ///< Why the project's import failed; empty for other projects.
     };
     Q_ENUM(Role)
 
@@ -35,26 +35,26 @@ public:
     const SharedList<VideoProject>& projects() const noexcept { return m_projects; }
     void setProjects(SharedList<VideoProject> projects);
 
-    /// Replaces the project with the same identifier in its place. False when there is none.
+    /// Replaces the project with the same identifier. Returns false without one.
     bool replace(const VideoProject& project);
 
-    /// What is known of a project from the disk alone.
+    /// Facts of a project that are not in its document.
     struct DiskFacts {
         double bytes = 0;
         QString failure;
 
         friend bool operator==(const DiskFacts&, const DiskFacts&) = default;
     };
-    /// Replaces what is known of these projects.
+    /// Replaces the facts of these projects.
     void setDiskFacts(const std::map<Uuid, DiskFacts>& facts);
 
-    /// Which row is shown as the open project.
+    /// Sets which project is shown as open.
     void setOpen(const std::optional<Uuid>& id);
 
-    /// The project with this identifier; null when there is none. Holds until the list changes.
+    /// The project with this identifier; null without one. Valid until the list changes.
     const VideoProject* find(const Uuid& id) const;
 
-    /// The title of a project; empty when there is none.
+    /// The title of a project; empty for an unknown identifier.
     Q_INVOKABLE QString titleOf(const QString& projectId) const;
 
     /// The row of the open project, or -1.

@@ -7,7 +7,7 @@
 
 namespace orvo {
 
-/// The library as a view shows it: found by a text of its titles, in a chosen order.
+/// The library filtered by title and sorted, for a view.
 class LibraryView : public QSortFilterProxyModel {
     Q_OBJECT
     QML_ELEMENT
@@ -21,7 +21,7 @@ public:
     LibraryModel* library() const { return m_library; }
     void setLibrary(LibraryModel* library);
 
-    /// Part of a title, whatever case and accents; empty shows everything.
+    /// Part of a title, ignoring case and accents; empty shows all projects.
     const QString& search() const { return m_search; }
     void setSearch(const QString& search);
 
@@ -30,7 +30,7 @@ public:
     void setOrder(const QString& order);
 
     int count() const { return rowCount(); }
-    /// The identifier of the project in a row; empty for a row that is not there.
+    /// The identifier of the project in a row; empty if the row does not exist.
     Q_INVOKABLE QString idAt(int row) const;
     /// The row of a project, or -1.
     Q_INVOKABLE int rowOf(const QString& projectId) const;
@@ -48,7 +48,7 @@ protected:
 private:
     LibraryModel* m_library = nullptr;
     QString m_search;
-    std::string m_folded; ///< `m_search` as it is compared.
+    std::string m_folded; ///< `m_search` without case and accents.
     QString m_order = QStringLiteral("created");
 };
 

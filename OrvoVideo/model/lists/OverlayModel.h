@@ -17,17 +17,17 @@ public:
     enum Role {
         OverlayIdRole = Qt::UserRole, ///< Text form of the identifier.
         KindRole, ///< "text" or "image".
-        ContentRole, ///< The text; of an image its path in the project.
-        SourceRole, ///< Address of the image file; empty for texts, and when it does not lie in the project.
+        ContentRole, ///< The text, or the path of the image in the project.
+        SourceRole, ///< URL of the image file; empty for texts and for files outside the project.
         StartRole, ///< Seconds.
         EndRole, ///< Seconds.
         XRole, ///< Left edge, fraction of the frame width.
         YRole, ///< Top edge, fraction of the frame height.
-        WidthRole, ///< Fraction of the frame width; of images.
+        WidthRole, ///< Fraction of the frame width; only for images.
     };
     Q_ENUM(Role)
 
-    /// Gives the address of a file of the shown project.
+    /// Returns the URL of a file of the shown project.
     using Resolve = std::function<QUrl(const std::string& file)>;
 
     explicit OverlayModel(QObject* parent = nullptr);

@@ -14,10 +14,11 @@ using Kind = RowChange::Kind;
 
 constexpr std::size_t none = std::numeric_limits<std::size_t>::max();
 
-/// Past this many rows out of order, exchanging them costs less than moving them one by one.
+/// Beyond this many rows out of order, replacing them is cheaper than moving them one by one.
 constexpr std::size_t maxMoves = 1000;
 
-/// Where the two lists differ: before `begin` and in the last `tail` rows they show the same things in the same order.
+/// The range in which two lists differ: the rows before `begin` and the last `tail` rows have the same identities in the
+/// same order.
 struct Middle {
     std::size_t begin;
     std::size_t endBefore;
@@ -47,7 +48,7 @@ void addRange(std::vector<RowChange>& steps, Kind kind, std::size_t row)
         steps.push_back({kind, row, row});
 }
 
-/// The change steps, given where every row after comes from (`none` for one that is new).
+/// Adds the change steps. `origin` has the old row of every new row, or `none`.
 void addChanges(
     std::vector<RowChange>& steps, const RowComparison& lists, const Middle& middle, const std::vector<std::size_t>& origin)
 {
@@ -62,7 +63,7 @@ void addChanges(
     }
 }
 
-/// For every row of the middle after, the row before that is the same thing. Nothing when one occurs twice.
+/// For every row of the middle after, the row before with the same identity. Returns nullopt if one occurs twice.
 std::optional<std::vector<std::size_t>> originsOf(const RowComparison& lists, const Middle& middle)
 {
     std::unordered_multimap<std::size_t, std::size_t> rows;
@@ -107,7 +108,7 @@ std::vector<bool> longestAscending(const std::vector<std::size_t>& values)
     return marked;
 }
 
-/// Moves that put `order`, the wanted places of the rows as they lie, in ascending order. Nothing when they are too many.
+/// The moves that sort `order`, the target places of the present rows. Returns nullopt if there are too many.
 std::optional<std::vector<RowChange>> movesFor(std::vector<std::size_t> order, std::size_t begin)
 {
     const auto stays = longestAscending(order);
@@ -126,7 +127,7 @@ std::optional<std::vector<RowChange>> movesFor(std::vector<std::size_t> order, s
     for (const std::size_t value : moving) {
         const auto from = static_cast<std::size_t>(std::ranges::find(order, value) - order.begin());
         order.erase(order.begin() + static_cast<std::ptrdiff_t>(from));
-        // Everything smaller is in its right order already: this row comes directly behind its neighbour.
+        // All smaller values are already in order: this row belongs directly after its neighbour.
         const auto rank = std::ranges::lower_bound(sorted, value) - sorted.begin();
         std::size_t to = 0;
         if (rank > 0)
@@ -140,7 +141,7 @@ std::optional<std::vector<RowChange>> movesFor(std::vector<std::size_t> order, s
     return steps;
 }
 
-/// Steps that exchange the whole middle.
+/// Steps that replace the whole middle.
 std::vector<RowChange> exchange(const RowComparison& lists, const Middle& middle)
 {
     std::vector<RowChange> steps;
@@ -163,7 +164,7 @@ std::vector<RowChange> rowChanges(const RowComparison& lists)
     if (!origin)
         return exchange(lists, middle);
 
-    std::vector<std::size_t> wanted(middle.before(), none); // Where in the middle each row before is to go.
+    std::vector<std::size_t> wanted(middle.before(), none); // The target place in the middle of each row before.
     for (std::size_t j = 0; j < origin->size(); ++j) {
         if ((*origin)[j] != none)
             wanted[(*origin)[j] - middle.begin] = j;

@@ -31,7 +31,7 @@ void RowModel::announce(const RowChange& step, const std::function<void()>& appl
         endRemoveRows();
         break;
     case RowChange::Kind::move:
-        // Qt counts the destination before the row is taken out.
+        // Qt counts the destination before the row is removed.
         beginMoveRows({}, first, first, {}, to > first ? to + 1 : to);
         apply();
         endMoveRows();

@@ -13,7 +13,7 @@
 
 namespace orvo {
 
-/// What the lists shown by the windows have in common: rows that are exchanged for other rows with the fewest steps.
+/// Base of the list models: replaces rows by other rows with the fewest steps.
 class RowModel : public QAbstractListModel {
     Q_OBJECT
     QML_ANONYMOUS
@@ -21,7 +21,7 @@ class RowModel : public QAbstractListModel {
 public:
     int count() const { return rowCount(); }
 
-    /// The values of a row by the names of their roles; empty for a row that is not there.
+    /// The values of a row by role name; empty if the row does not exist.
     Q_INVOKABLE QVariantMap get(int row) const;
 
 signals:
@@ -30,14 +30,14 @@ signals:
 protected:
     explicit RowModel(QObject* parent = nullptr);
 
-    /// How rows are compared.
+    /// How to compare rows.
     template <typename T> struct Comparison {
-        /// Whether two rows are the same thing; nothing for rows that are nothing but their values.
+        /// Whether two rows have the same identity; empty for rows without an identity.
         std::function<bool(const T&, const T&)> same;
         std::function<std::size_t(const T&)> hash;
     };
 
-    /// Rows known by their `id`.
+    /// The identity of a row is its `id`.
     template <typename T> static Comparison<T> byId()
     {
         using Id = std::remove_cvref_t<decltype(std::declval<T>().id)>;
@@ -45,14 +45,14 @@ protected:
             .hash = [](const T& row) { return std::hash<Id>()(row.id); }};
     }
 
-    /// Replaces `rows` by `next`. `differs(i, j)` tells whether row `i` of `rows` and row `j` of `next`, the same thing,
-    /// show different values; without it the rows are compared themselves.
+    /// Replaces `rows` by `next`. `differs(i, j)` returns whether row `i` of `rows` and row `j` of `next`, with the same
+    /// identity, show different values; without it, compares the rows.
     template <typename T>
     void replaceRows(SharedList<T>& rows, SharedList<T> next, const Comparison<T>& comparison,
         const std::function<bool(std::size_t, std::size_t)>& differs = {});
 
 private:
-    /// Announces the step, has it done by `apply` and ends the announcement.
+    /// Announces the step, calls `apply` and ends the announcement.
     void announce(const RowChange& step, const std::function<void()>& apply);
 };
 
@@ -84,13 +84,13 @@ void RowModel::replaceRows(SharedList<T>& rows, SharedList<T> next, const Compar
     const auto structural =
         std::ranges::count_if(steps, [](const auto& step) { return step.kind != RowChange::Kind::change; });
     auto left = structural;
-    // Values may not change before it is said.
+    // Values must not change before the announcement.
     const bool onlyStructural = structural == std::ssize(steps);
     for (const auto& step : steps) {
         if (step.kind == RowChange::Kind::change)
             break;
         announce(step, [&] {
-            // The last step reaches the new rows by itself; only the steps before need rows in between.
+            // The last step assigns the new rows; only earlier steps need intermediate rows.
             if (--left == 0 && onlyStructural) {
                 rows = next;
                 return;

@@ -14,7 +14,7 @@ public:
     enum Role {
         IdRole = Qt::UserRole,
         LabelRole,
-        RectRole, ///< Where it is, in the global display space.
+        RectRole, ///< Its rectangle in the global display space.
     };
     Q_ENUM(Role)
 
@@ -22,11 +22,11 @@ public:
 
     void show(std::vector<CaptureSource> sources);
 
-    /// Nothing when none has this identifier.
+    /// The source with this identifier; null without one. Valid until the list changes.
     const CaptureSource* find(const std::string& id) const;
-    /// Null when there is none.
+    /// The first source; null without one. Valid until the list changes.
     const CaptureSource* first() const { return m_sources.empty() ? nullptr : &m_sources[0]; }
-    /// The row of a source; -1 when none has this identifier.
+    /// The row of a source, or -1.
     Q_INVOKABLE int rowOf(const QString& id) const;
 
     int rowCount(const QModelIndex& parent = {}) const override;

@@ -5,12 +5,12 @@
 
 namespace orvo {
 
-/// The current proposals of the analysis, or those of one kind.
+/// The offered suggestions, all or of one kind.
 class SuggestionModel : public RowModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the model")
-    /// By how many seconds the film gets shorter with all of them, and how long it is then.
+    /// The seconds that applying all of them saves, and the resulting length in seconds.
     Q_PROPERTY(double gain READ gain NOTIFY outcomeChanged)
     Q_PROPERTY(double resultingLength READ resultingLength NOTIFY outcomeChanged)
 public:

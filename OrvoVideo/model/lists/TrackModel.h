@@ -21,11 +21,11 @@ public:
         StartRole, ///< Seconds.
         DurationRole, ///< Seconds.
         VolumeRole, ///< Linear gain.
-        SourceRole, ///< Address of the file; empty when it does not lie in the project.
+        SourceRole, ///< URL of the file; empty if outside the project.
     };
     Q_ENUM(Role)
 
-    /// Gives the address of a file of the shown project.
+    /// Returns the URL of a file of the shown project.
     using Resolve = std::function<QUrl(const std::string& file)>;
 
     explicit TrackModel(QObject* parent = nullptr);

@@ -22,7 +22,7 @@ double gapBefore(const SharedList<TranscriptWord>& words, std::size_t row)
 
 constexpr TimeSpan everything{-std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
 
-/// The stretch of time outside of which two lists of disjoint sorted spans are the same.
+/// The span outside which two lists of disjoint sorted spans are equal.
 TimeSpan differing(const std::vector<TimeSpan>& before, const std::vector<TimeSpan>& after)
 {
     const auto common = CommonEnds::of(before, after);
@@ -47,7 +47,7 @@ void TranscriptModel::show(const VideoProject* project)
 {
     const SharedList<TranscriptWord> words = project ? project->edit.words : SharedList<TranscriptWord>();
     if (!m_words.sharesStorageWith(words)) {
-        // A word's gap changes with its neighbour, too.
+        // A change of a word also changes the gap of the next word.
         const auto common = CommonEnds::of(m_words, words);
         const auto differs = [before = m_words, after = words, common](std::size_t i, std::size_t j) {
             if (j < common.head || j > after.size() - common.tail)

@@ -16,15 +16,15 @@ public:
         TextRole,
         StartRole, ///< Seconds.
         EndRole, ///< Seconds.
-        CutRole, ///< Whether nothing of the word remains after the cuts.
+        CutRole, ///< Whether the cuts remove the whole word.
         FillerRole, ///< Whether it is a filler word.
-        GapRole, ///< Seconds of silence between the word before (or the beginning) and this one; 0 when there is none.
+        GapRole, ///< Seconds of silence before this word; 0 without a gap.
     };
     Q_ENUM(Role)
 
     explicit TranscriptModel(QObject* parent = nullptr);
 
-    /// Shows the words of a project; none for a null pointer. Costs nothing when neither words nor cuts are other lists.
+    /// Shows the words of a project; none for a null pointer. Returns early if neither words nor cuts have changed.
     void show(const VideoProject* project);
 
     const SharedList<TranscriptWord>& words() const noexcept { return m_words; }
@@ -38,7 +38,7 @@ private:
 
     SharedList<TranscriptWord> m_words;
     SharedList<TimeSpan> m_cuts; ///< As stored.
-    std::vector<TimeSpan> m_merged; ///< The cuts in order and disjoint.
+    std::vector<TimeSpan> m_merged; ///< The cuts, sorted and disjoint.
     double m_duration = 0;
 };
 

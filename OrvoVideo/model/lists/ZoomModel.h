@@ -31,7 +31,7 @@ public:
     QHash<int, QByteArray> roleNames() const override;
 
 private:
-    SharedList<PointerEvent> m_events; ///< All events, to see whether anything changed.
+    SharedList<PointerEvent> m_events; ///< All events, to detect changes.
     SharedList<PointerEvent> m_zooms;
 };
 
