@@ -14,7 +14,7 @@ TEST_F(AppModelTests, StartsEmpty)
     EXPECT_FALSE(model->hasProject());
     EXPECT_THAT(model->projects(), IsEmpty());
     EXPECT_EQ(model->status(), "Listo para grabar");
-    // Nothing of this needs an open project.
+    // These calls are ignored without an open project.
     model->undo();
     model->redo();
     model->saveSoon();
@@ -71,10 +71,10 @@ TEST_F(AppModelTests, OpensTheVersionOnDisk)
     EXPECT_EQ(model->selectedSpan(), (Span{0, 0.5}));
     EXPECT_FALSE(model->canUndo());
     EXPECT_EQ(model->playhead(), 0);
-    // What was open was written first.
+    // The previous project is saved first.
     EXPECT_EQ(onDisk(longer.id).title, "edited");
 
-    // The same project again is another opening.
+    // Reopening the same project clears the history.
     setTitle("x");
     select(project());
     EXPECT_EQ(project().title, "x");
@@ -119,7 +119,7 @@ TEST_F(AppModelTests, KeepsEditsMadeWhileAnotherProjectOpens)
     ASSERT_TRUE(model->prepareToQuit());
     EXPECT_EQ(onDisk(first.id).title, "meanwhile");
 
-    // The same when it is the same project.
+    // The same applies when the same project is reopened.
     select(first);
     const auto again = model->select(first);
     setTitle("once more");

@@ -62,7 +62,7 @@ TEST_F(BrowserTests, InstallsTheExtensionAndTheManifests)
 {
     const BrowserIntegration integration(browsers);
     integration.setUp();
-    // What an older version left is gone after the next start, and the copy that one made is kept up to date.
+    // The next start removes files of an older version, and updates the copy in the data folder.
     fs::create_directories(browsers.data / "Extension");
     std::ofstream(integration.extensionFolder() / "old.js") << "old";
     write("Extension/manifest.json", R"({"version": "2"})");
@@ -102,7 +102,7 @@ TEST_F(BrowserTests, ConnectsBrowsersWhenTheModelStarts)
     model->installation()->openExtensionFolder();
     EXPECT_THAT(workspace->opened, ElementsAre(browsers.home / "Orvo Video/Extensión"));
 
-    // A tab is recorded from the browser.
+    // The recording of a tab starts in the browser.
     model->recorder()->capture()->setMode(QStringLiteral("tab"));
     EXPECT_EQ(model->recorder()->capture()->mode(), "tab");
     model->startRecording();
@@ -136,7 +136,7 @@ TEST_F(BrowserTests, ShowsTheTabRecordingAndTheExtensionWhenTheHelperNotifies)
 
     EXPECT_FALSE(model->installation()->extensionConnected());
     EXPECT_TRUE(ExtensionMark::leave());
-    EXPECT_FALSE(ExtensionMark::leave()) << "only the first call is news";
+    EXPECT_FALSE(ExtensionMark::leave()) << "returns true only once";
     notification::post(notification::extensionConnected);
     EXPECT_TRUE(comesToHold([&] { return model->installation()->extensionConnected(); }));
 }

@@ -23,13 +23,13 @@ public:
 
     void crash()
     {
-        kill(); // As by the kernel: nothing of the process runs any more.
+        kill(); // SIGKILL: no handler or destructor runs.
         waitForFinished();
         listen();
     }
 
-    int made = 0; ///< The last edit it has made, as far as it came to say so.
-    int safe = 0; ///< The last edit that it says is on disk.
+    int made = 0; ///< The last edit that it has reported.
+    int safe = 0; ///< The last edit that it has reported as saved.
 
 private:
     void listen()
@@ -43,7 +43,7 @@ private:
 
 class CrashTests : public ModelFixture {
 protected:
-    /// The number of the edit that is found when the project is opened after a crash. It must be one whole version.
+    /// Opens the project after a crash and returns the number of its last edit. Expects one whole version.
     int foundAfterCrash(const VideoProject& edited)
     {
         start();
@@ -62,7 +62,7 @@ TEST_F(CrashTests, RestoresAWholeVersionNoOlderThanTheLastSave)
     const auto edited = add(VideoProject::make("0"));
     int found = 0;
     for (int round = 0; round < 24; ++round) {
-        // Half of them edit without a pause, so that only the unsaved edits are there.
+        // Half of the rounds edit without a pause, so that only the unsaved edits are on disk.
         Editor editor(store, edited, round % 2 == 0 ? 5 : 700);
         ASSERT_TRUE(waitUntil([&] { return editor.made > 0; }));
         bool over = false;
@@ -82,7 +82,7 @@ TEST_F(CrashTests, RestoresEditsOlderThanTheDelayAfterABurst)
     const auto file = store.directory(edited.id) / "unsaved-edits.json";
     Editor editor(store, edited, 5);
     fs::file_time_type last;
-    // Each of these is written the delay after the one before.
+    // The unsaved edits are written once per delay.
     const auto keptAgain = [&] {
         return waitUntil([&] {
             std::error_code error;

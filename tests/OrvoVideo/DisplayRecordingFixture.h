@@ -6,7 +6,7 @@
 
 namespace orvo::test {
 
-/// Recordings of a real display, without sound.
+/// Recordings of a real display, without audio.
 class DisplayRecordingFixture : public ModelFixture {
 protected:
     DisplayRecordingFixture()
@@ -18,7 +18,7 @@ protected:
     void begin()
     {
         startSilent();
-        QObject::connect(model.get(), &AppModel::statusChanged, [this, told = model.get()] { statuses << told->status(); });
+        QObject::connect(model.get(), &AppModel::statusChanged, [this, from = model.get()] { statuses << from->status(); });
     }
 
     [[nodiscard]] bool recordsSoon()

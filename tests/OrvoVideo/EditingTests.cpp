@@ -26,7 +26,7 @@ TEST_F(EditingTests, IgnoresUnknownFieldsAndNonFiniteNumbers)
     model->editing()->setValues({{"cameraX", 0.1}, {"cameraY", 0.2}});
     EXPECT_EQ(edit().cameraY, 0.2);
     model->undo();
-    EXPECT_EQ(edit().cameraX, EditState().cameraX) << "one step";
+    EXPECT_EQ(edit().cameraX, EditState().cameraX) << "both values are one step";
     model->editing()->addZoom();
     const auto before = project();
     const double infinite = std::numeric_limits<double>::infinity();
@@ -54,12 +54,12 @@ TEST_F(EditingTests, UpdatesSuggestionsAfterEdits)
     EXPECT_EQ(model->editing()->suggestedFillers()->count(), 1);
     EXPECT_EQ(model->editing()->suggestedZooms()->count(), 1);
     EXPECT_EQ(model->editing()->suggestedZooms()->gain(), 0);
-    const double told = pauses->resultingLength();
+    const double announced = pauses->resultingLength();
     EXPECT_NEAR(pauses->gain(), 3.65 + 14.3, 1e-6);
-    EXPECT_NEAR(told, 20 - pauses->gain(), 1e-6);
+    EXPECT_NEAR(announced, 20 - pauses->gain(), 1e-6);
 
     model->editing()->applySuggestions("silence");
-    EXPECT_NEAR(project().playableDuration(), told, 1e-6) << "it was told before";
+    EXPECT_NEAR(project().playableDuration(), announced, 1e-6);
     EXPECT_EQ(pauses->count(), 0);
     EXPECT_EQ(model->editing()->suggestedFillers()->count(), 1);
     EXPECT_EQ(model->editing()->suggestedZooms()->count(), 0) << "the click is inside a cut";
@@ -84,7 +84,7 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
     const auto opened = openNew(10);
     const auto image = folder / "photo.PNG";
     ffmpeg({"-f", "lavfi", "-i", "color=red:size=16x16", "-frames:v", "1", "-update", "1", image.string()});
-    const std::string frame = readFile(image);
+    const std::string bytes = readFile(image);
     model->addImage(); // Cancelled.
     EXPECT_EQ(panels->asked, 1);
 
@@ -97,19 +97,19 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
     EXPECT_THAT(overlay.content, testing::MatchesRegex("media/[0-9A-F-]{36}\\.PNG"));
     EXPECT_EQ(overlay.start, 8);
     EXPECT_EQ(overlay.end, 10);
-    EXPECT_EQ(readFile(store.directory(opened.id) / overlay.content), frame);
+    EXPECT_EQ(readFile(store.directory(opened.id) / overlay.content), bytes);
     EXPECT_EQ(model->overlays()->get(0)["source"].toUrl().fileName(),
         QString::fromStdString(std::filesystem::path(overlay.content).filename()));
 
-    std::ofstream(folder / "noextension") << frame;
+    std::ofstream(folder / "noextension") << bytes;
     model->editing()->addImageFile(QUrl::fromLocalFile(QString::fromStdString((folder / "noextension").string())));
     ASSERT_TRUE(waitUntil([&] { return edit().overlays.size() == 2; }));
     EXPECT_THAT(edit().overlays[1].content, testing::EndsWith("."));
 
-    // What cannot be shown is told, and leaves nothing behind.
-    std::ofstream(folder / "half.png") << frame.substr(0, frame.size() / 2);
-    std::ofstream(folder / "photo.\xE9") << frame;
-    std::ofstream(folder / "huge.png") << frame;
+    // Reports unusable images and leaves no copy of them.
+    std::ofstream(folder / "half.png") << bytes.substr(0, bytes.size() / 2);
+    std::ofstream(folder / "photo.\xE9") << bytes;
+    std::ofstream(folder / "huge.png") << bytes;
     std::filesystem::resize_file(folder / "huge.png", (256 << 20) + 1);
     ASSERT_EQ(::mkfifo((folder / "pipe.png").c_str(), 0600), 0);
     const std::pair<std::string, std::string> cases[]{
@@ -131,7 +131,7 @@ TEST_F(EditingTests, CopiesImagesIntoTheProject)
     };
     EXPECT_EQ(copies(), 2U);
 
-    // Another project is opened while it is copied: no copy stays that no document names.
+    // Opening another project during the copy leaves no copy without a document that names it.
     const auto next = add(VideoProject::make("next"));
     panels->choice = image;
     model->addImage();

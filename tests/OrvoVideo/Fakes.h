@@ -17,23 +17,23 @@
 #include <utility>
 #include <vector>
 
-/// The machine's services as a test drives them.
+/// Platform services that a test controls.
 namespace orvo::test {
 
-/// A player whose time stands still until the test moves it. It loads what exists, as the real one does.
+/// A player whose time moves only by `tick`. Loading fails for missing files, as in the real player.
 class FakePlayer final : public PreviewPlayer {
 public:
-    std::vector<PreviewComposition> loads; ///< What it was asked to load.
+    std::vector<PreviewComposition> loads; ///< All requested loads.
     std::vector<double> seeks;
-    std::vector<double> expected; ///< Seeks it was told to expect.
+    std::vector<double> expected; ///< Seeks announced with `expectSeek`.
     std::vector<std::pair<std::size_t, double>> volumes;
-    bool holdsAnswers = false; ///< Loads are answered by `answer()` alone.
-    QImage picture; ///< What `frame()` returns.
+    bool holdsAnswers = false; ///< Only `answer()` completes loads.
+    QImage image; ///< What `frame()` returns.
 
-    /// What it plays, if anything.
+    /// The loaded composition; null without one.
     const PreviewComposition* composition() const { return m_hasComposition ? &m_composition : nullptr; }
 
-    /// Answers the last load.
+    /// Completes the last load.
     void answer()
     {
         const auto exists = [](const auto& clip) { return std::filesystem::exists(clip.file); };
@@ -51,7 +51,7 @@ public:
         finishSeek();
     }
 
-    /// Playback has come to `seconds`.
+    /// Moves playback to `seconds`.
     void tick(double seconds)
     {
         m_target.reset();
@@ -102,10 +102,10 @@ public:
     double position() const override { return m_target.value_or(m_position); }
     void expectSeek(double seconds) override { expected.push_back(seconds); }
     void setVolume(std::size_t index, double volume) override { volumes.emplace_back(index, volume); }
-    QImage frame() const override { return picture; }
+    QImage frame() const override { return image; }
 
 private:
-    /// The last seek answers, after the load before it.
+    /// Completes the last seek, unless a load is pending.
     void finishSeek()
     {
         if (m_loading || !m_target)
@@ -120,18 +120,18 @@ private:
     double m_rate = 0;
     double m_position = 0;
     bool m_loading = false;
-    std::optional<double> m_target; ///< Of the seek under way.
+    std::optional<double> m_target; ///< The target of the pending seek.
 };
 
-/// Panels that answer at once with the path the test has put there.
+/// Panels that answer at once with the path set by the test.
 class FakePanels final : public FilePanels {
 public:
-    std::optional<std::filesystem::path> choice; ///< What the user picks; nothing cancels.
+    std::optional<std::filesystem::path> choice; ///< The choice of the user; nullopt cancels.
     std::vector<std::string> proposedNames;
-    std::vector<std::filesystem::path> folders; ///< Where they started.
+    std::vector<std::filesystem::path> folders; ///< The start folders.
     int asked = 0;
     bool staysOpen = false; ///< The user does not answer.
-    Answer open; ///< Of the panel that stays open.
+    Answer open; ///< The callback of the open panel.
 
     ~FakePanels() override
     {
@@ -162,10 +162,10 @@ private:
 /// Keys that the test presses.
 class FakeShortcutKeys final : public ShortcutKeys {
 public:
-    std::vector<Combination> combinations; ///< Those that are heard.
+    std::vector<Combination> combinations; ///< The registered combinations.
     Support offered = Support::ours;
 
-    std::set<std::uint32_t> refused; ///< Combinations that another program has.
+    std::set<std::uint32_t> refused; ///< Combinations that another program uses.
 
     void press(std::uint32_t id) { emit pressed(id); }
 
@@ -177,11 +177,11 @@ public:
     }
 };
 
-/// Answers with the region the test has put there.
+/// Answers with the region set by the test.
 class FakeRegionPicker final : public RegionPicker {
 public:
     bool hasScreen = true;
-    std::optional<Rect> region; ///< Nothing cancels.
+    std::optional<Rect> region; ///< nullopt cancels.
     std::vector<CaptureSource> asked;
 
     bool pick(const CaptureSource& source, Done done) override
@@ -198,7 +198,7 @@ public:
     std::vector<std::filesystem::path> revealed;
     std::vector<std::filesystem::path> opened; ///< Folders.
     std::vector<std::filesystem::path> openedFiles;
-    std::vector<std::string> addresses; ///< Pages that were opened.
+    std::vector<std::string> addresses; ///< Opened web pages.
     bool hasSettings = true; ///< Whether the desktop has settings of its own.
 
     void reveal(const std::filesystem::path& file) override { revealed.push_back(file); }
@@ -211,7 +211,7 @@ public:
 class FakePasteboard final : public Pasteboard {
 public:
     std::string text;
-    bool refuses = false; ///< As Wayland while another program has the keyboard.
+    bool refuses = false; ///< Like Wayland while another program has the keyboard.
 
     void setText(const std::string& copied, Done done) override
     {
@@ -221,18 +221,18 @@ public:
     }
 };
 
-/// A keychain that has nothing.
+/// An empty keychain.
 inline std::string noSecret(std::string_view, Keychain::Interaction, const std::stop_token&)
 {
     throw captureError("No hay llavero.");
 }
 
-/// A keychain with one secret, as locked as the test wants it.
+/// A keychain with one secret, which the test may lock.
 struct FakeKeychain {
     std::string secret;
-    bool isLocked = false; ///< It opens where the user may be asked.
-    int asked = 0; ///< How often the user was.
-    std::mutex mutex; ///< It is used on worker threads.
+    bool isLocked = false; ///< Only a prompt unlocks it.
+    int asked = 0; ///< The number of prompts.
+    std::mutex mutex; ///< Guards the members: worker threads use them.
 
     std::string load(Keychain::Interaction interaction)
     {

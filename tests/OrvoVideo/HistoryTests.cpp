@@ -8,7 +8,7 @@
 namespace orvo::test {
 namespace {
 
-/// One change of any part of a project.
+/// Changes a random part of a project.
 VideoProject randomlyChanged(VideoProject project, std::mt19937_64& random)
 {
     const auto other = randomProject(random);
@@ -24,7 +24,7 @@ VideoProject randomlyChanged(VideoProject project, std::mt19937_64& random)
         project.publication = other.publication;
         break;
     default:
-        break; // No change is a step, too.
+        break; // An edit without a change is also a step.
     }
     return project;
 }
@@ -39,7 +39,7 @@ TEST(HistoryTests, GoesBackAndForwardThroughEveryVersion)
             versions.push_back(randomlyChanged(versions.back(), random));
             history.record(versions[versions.size() - 2], versions.back());
         }
-        // A walk to and fro, then a new branch.
+        // A random walk back and forth, then a new branch.
         std::size_t at = versions.size() - 1;
         for (int i = 0; i < 200; ++i) {
             const bool back = random() % 5 < 3;

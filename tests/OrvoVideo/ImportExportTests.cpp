@@ -54,7 +54,7 @@ TEST_F(ImportExportTests, KeepsEditsMadeDuringAnImport)
     EXPECT_EQ(project().title, "edited meanwhile");
     EXPECT_THAT(project().tracks, IsEmpty());
 
-    // Another project is opened meanwhile: the movie goes where it was meant to go.
+    // After opening another project, the movie still goes into the first one.
     model->importMedia(true);
     const auto opening = model->select(other);
     ASSERT_TRUE(waitUntil([&] { return opening.isReady() && !model->busy(); }));
@@ -93,9 +93,9 @@ TEST_F(ImportExportTests, ExportsTheProjectAsItWas)
     EXPECT_EQ(model->status(), "Exportando vídeo…");
     model->editing()->restoreCut(0, 1); // Too late for this export.
     panels->choice = folder / "whole.mp4";
-    model->exportVideo(); // After the one that runs.
+    model->exportVideo(); // Queued after the running one.
     EXPECT_EQ(model->queue()->waiting(), QStringList{"Exportar «Demo»"});
-    EXPECT_TRUE(model->idle()) << "everything else goes on";
+    EXPECT_TRUE(model->idle()) << "other operations can run";
     ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
     EXPECT_NEAR(probe(folder / "whole.mp4").videoDuration, 2, 0.15);
     EXPECT_EQ(model->status(), "Vídeo y subtítulos exportados");
@@ -138,7 +138,7 @@ TEST_F(ImportExportTests, RemembersTheChoiceOfSubtitles)
     EXPECT_EQ(settings.subtitles, SubtitleCues::phrases);
     EXPECT_TRUE(settings.burnIn);
     {
-        ExportChoice choice; // For the tests that follow in this process.
+        ExportChoice choice; // Restores the defaults for later tests in this process.
         choice.setSubtitles("words");
         choice.setBurnIn(false);
     }

@@ -17,7 +17,7 @@ protected:
     /// Lists the library again and waits for it.
     void refresh()
     {
-        // A project that was not there before shows that the listing is a new one.
+        // A new project identifies the new listing.
         const auto marker = VideoProject::make("marker");
         store.create(marker);
         model->refreshLibrary();
@@ -73,7 +73,7 @@ TEST_F(LibraryTests, MarksInterruptedRecordings)
         {"recording", R"({"pid": )" + gone + "}", "needs-recovery"},
         {"recording", "", "needs-recovery"},
         {"recording", "{", "needs-recovery"},
-        {"recording", R"({"pid": 0})", "needs-recovery"}, // Would stand for this process' whole group.
+        {"recording", R"({"pid": 0})", "needs-recovery"}, // To kill(2), 0 is the whole process group.
         {"recording-otherwise", "", "needs-recovery"},
         {"recording", R"({"pid": )" + alive + "}", "recording"},
         {"recording-tab", R"({"pid": )" + alive + R"(, "more": [1]})", "recording-tab"},
@@ -121,13 +121,13 @@ TEST_F(LibraryTests, PreparesBrowserRecordingsOnceAndAutomatically)
     ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x36:rate=10:duration=1", "-c:v", "libvpx",
         store.directory(good.id) / "media/screen.webm"});
     auto bad = VideoProject::make("bad");
-    bad.state = "recording-tab"; // Whose process is gone.
+    bad.state = "recording-tab"; // Its process has ended.
     bad.tracks = {track(TrackKind::screen, "media/screen.webm", 0, 1)};
     add(bad);
     start();
     model->refreshLibrary();
     ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
-    EXPECT_EQ(listedState(bad), "needs-recovery") << "at once";
+    EXPECT_EQ(listedState(bad), "needs-recovery") << "already when the error appears";
     ASSERT_TRUE(waitUntil([&] { return listedState(good) == "ready"; }));
     EXPECT_EQ(onDisk(good.id).tracks[0].file.substr(0, 22), "media/screen-prepared-");
     EXPECT_EQ(onDisk(bad.id).state, "needs-recovery");
@@ -226,7 +226,7 @@ TEST_F(LibraryTests, KeepsTheStateOfARecordingThatBeginsDuringTheListing)
 
 TEST_F(LibraryTests, RecoversTheOpenRecording)
 {
-    auto recording = VideoProject::make("cut off");
+    auto recording = VideoProject::make("interrupted");
     recording.state = "needs-recovery";
     recording.duration = 1;
     recording.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 1)};
@@ -253,7 +253,7 @@ TEST_F(LibraryTests, RecoversTheOpenRecording)
     EXPECT_EQ(project().title, "edited meanwhile");
     EXPECT_NEAR(project().duration, 2, 0.05);
     EXPECT_EQ(model->preview(), Playback::Preview::Ready);
-    EXPECT_FALSE(model->canUndo()) << "the way back leads to files that cannot be played";
+    EXPECT_FALSE(model->canUndo()) << "an undo would need unplayable files";
     ASSERT_TRUE(saved());
     EXPECT_EQ(onDisk().state, "ready");
     EXPECT_FALSE(fs::exists(store.directory(recording.id) / "capture-session.json"));

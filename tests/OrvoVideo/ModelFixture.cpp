@@ -31,14 +31,14 @@ void fillOneHour(VideoProject& project)
 ModelFixture::ModelFixture()
 {
     qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString((folder / "config").string()));
-    // Where the trash and the marks of this user are.
+    // The folder of the trash and of the extension mark.
     qputenv("XDG_DATA_HOME", QByteArray::fromStdString((folder / "data").string()));
 }
 
 ModelFixture::~ModelFixture()
 {
     quit();
-    StoredSettings::finish(); // While their folder is there.
+    StoredSettings::finish(); // Before their folder is removed.
 }
 
 void ModelFixture::start()

@@ -27,18 +27,18 @@ inline bool waitUntil(const std::function<bool()>& condition)
     return comesToHold(condition);
 }
 
-/// Fills the project with a one-hour recording: a pointer event every twelfth of a second and 9,000 words.
+/// Fills the project with a one-hour recording: a pointer event every 1/12 s and 9,000 words.
 void fillOneHour(VideoProject& project);
 
-/// A library and settings of its own on a real disk, and a model on it with services that the test drives.
+/// A temporary library and settings on disk, and a model with services that the test controls.
 class ModelFixture : public testing::Test {
 protected:
     ModelFixture();
     ~ModelFixture() override;
 
-    /// A model, after its library was listed. Projects are put into the store before.
+    /// Makes a model and waits until it has listed the library. Add projects to the store before.
     void start();
-    /// Ends the model as quitting does.
+    /// Destroys the model, as quitting does.
     void quit() { model.reset(); }
 
     /// Adds a project to the library on disk.
@@ -49,7 +49,7 @@ protected:
     void select(const VideoProject& project) { QCoro::waitFor(model->select(project)); }
 
     const VideoProject& project() const { return *model->project(); }
-    /// What lies on disk.
+    /// The document on disk.
     VideoProject onDisk(const Uuid& id) const { return store.load(id); }
     VideoProject onDisk() const { return onDisk(project().id); }
 
@@ -77,15 +77,15 @@ protected:
         return waitUntil([&] { return !model->isRecording() && !model->busy() && !model->capturing(); });
     }
 
-    /// As while something is recorded, without a recording.
+    /// Sets the phase without a recording.
     void setPhase(Recorder::Phase phase) { RecorderForTests::setPhase(*model->recorder(), phase); }
 
     TemporaryFolder folder;
     ProjectStore store{folder / "library"};
     std::unique_ptr<AppModel> model;
-    /// What the model has for the recogniser of speech; called on a worker thread.
+    /// The recogniser of the model; called on a worker thread.
     std::function<decltype(TranscriptionService::transcribe)> recognition;
-    /// What the model has for the download of a speech model; called on a worker thread.
+    /// The download of speech models; called on a worker thread.
     std::function<decltype(SpeechModels::require)> download;
     FakeKeychain keychain;
     // Owned by the model.
@@ -97,13 +97,13 @@ protected:
     FakeShortcutKeys* keys = nullptr;
     FakeRegionPicker* picker = nullptr;
 
-    /// Where recordings are made; `none` has no sources.
+    /// The window system for recordings; `none` has no sources.
     WindowSystem windowSystem = WindowSystem::none;
-    /// Makes the sharing of screens for a model on Wayland.
+    /// Makes the `ScreenCast` of a model on Wayland.
     std::function<std::unique_ptr<ScreenCast>()> screenCast;
-    /// What browsers are connected by; nothing without places.
+    /// The places of the browser integration; empty disables it.
     BrowserIntegration::Places browsers;
-    /// Makes what hears the session's other programs.
+    /// Makes the observer of the session's other programs.
     std::function<decltype(NotificationObserver::create)> observe;
 };
 

@@ -5,7 +5,7 @@
 
 namespace orvo::test {
 
-/// For a model that records nothing: no sources, no shortcuts of its own.
+/// Services for a model without recordings: no sources and no shortcuts.
 inline RecordingServices noRecording()
 {
     return {.engine = std::make_unique<CaptureEngine>(PointerMonitor::create()),

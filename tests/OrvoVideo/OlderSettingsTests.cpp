@@ -61,13 +61,13 @@ TEST_F(OlderSettingsTests, MigratesOnce)
     EXPECT_EQ(readFile(fs::path(older) += ".migrated"), content);
 
     StoredSettings::setText("appearance", "light");
-    OlderSettings::adopt(older); // No such file any more.
+    OlderSettings::adopt(older); // The file is gone.
     EXPECT_EQ(StoredSettings::text("appearance"), "light");
 }
 
 TEST_F(OlderSettingsTests, RetriesWhenTheSettingsCannotBeWritten)
 {
-    fs::create_directory(StoredSettings::file()); // Whoever runs this may write everywhere.
+    fs::create_directory(StoredSettings::file()); // Permissions would not stop root, but a folder in its place does.
     OlderSettings::adopt(older);
     EXPECT_TRUE(fs::exists(older));
     fs::remove(StoredSettings::file());

@@ -9,7 +9,7 @@
 namespace orvo::test {
 namespace {
 
-/// A project of ten seconds, open without anything that saves or plays it.
+/// An open project of ten seconds, without saving or playback.
 class OpenProjectTests : public testing::Test {
 protected:
     OpenProjectTests()
@@ -52,7 +52,7 @@ TEST_F(OpenProjectTests, RecordsADragAsOneStep)
     project.redo();
     EXPECT_EQ(project->edit.cameraX, 0.3);
 
-    // What comes into the middle of one is a step of its own, and so is what follows: an undo, a change from outside.
+    // An undo or another change during a drag ends its step; the rest of the drag is a new step.
     project.setGesture(true);
     setCamera(0.5);
     project.undo();
@@ -81,7 +81,7 @@ TEST_F(OpenProjectTests, KeepsOrClearsTheHistoryAfterAChangeFromOutside)
     EXPECT_EQ(project->title, "Demo");
     project.change(rename, OpenProject::Undo::none);
     EXPECT_FALSE(project.canUndo() || project.canRedo());
-    EXPECT_EQ(project->updatedAt, date) << "only edits are dated";
+    EXPECT_EQ(project->updatedAt, date) << "only edits change the date";
 }
 
 TEST_F(OpenProjectTests, ReportsHowSoonToSaveAChange)
@@ -97,7 +97,7 @@ TEST_F(OpenProjectTests, ReportsHowSoonToSaveAChange)
     using enum OpenProject::Save;
     EXPECT_EQ(saves, (std::vector{soon, nowIgnoringErrors, now}));
     project.undo();
-    EXPECT_EQ(project->title, "shown") << "what another program wrote is a step";
+    EXPECT_EQ(project->title, "shown") << "a foreign change is a step";
 }
 
 TEST_F(OpenProjectTests, WalksTheNamedSteps)
@@ -111,18 +111,18 @@ TEST_F(OpenProjectTests, WalksTheNamedSteps)
     EXPECT_EQ(project->title, "edited");
     EXPECT_EQ(project.undoName(), "cambiar el título");
     EXPECT_EQ(project.redoName(), "mover la cámara");
-    project.goToStep(4); // There is none.
+    project.goToStep(4); // No such step.
     project.goToStep(-1);
     EXPECT_EQ(project.steps().position(), 1);
     const QSignalSpy changes(&project, &OpenProject::projectChanged);
     project.goToStep(3);
     EXPECT_TRUE(project->edit.sharpen);
-    EXPECT_EQ(changes.size(), 1) << "the versions between are not shown";
+    EXPECT_EQ(changes.size(), 1) << "the intermediate versions are not shown";
     project.goToStep(0);
     setTitle("anew");
-    EXPECT_EQ(project.steps().count(), 2) << "what was undone is forgotten";
+    EXPECT_EQ(project.steps().count(), 2) << "the undone steps are discarded";
 
-    // A drag is named for everything that it has changed by now; one that ends where it began keeps its name.
+    // A drag is named after its total change; one that ends where it began keeps its name.
     project.setGesture(true);
     setCamera(0.3);
     setCamera(EditState().cameraX);
@@ -152,7 +152,7 @@ TEST_F(OpenProjectTests, KeepsTheHistoryOfEveryProjectOfTheSession)
     project.undo();
     EXPECT_EQ(project->title, "Demo");
 
-    // This program changes it while it is not open.
+    // This program changes the closed project.
     project.open(onDisk(otherLeft), std::nullopt);
     EXPECT_TRUE(project.canUndo());
     left.title = "Demo";
@@ -162,7 +162,7 @@ TEST_F(OpenProjectTests, KeepsTheHistoryOfEveryProjectOfTheSession)
     project.open(published, std::nullopt);
     EXPECT_EQ(project.undoName(), "publicar");
 
-    // Another program changes it.
+    // Another program changes the closed project.
     project.open(onDisk(otherLeft), std::nullopt);
     published.title = "by another program";
     project.open(published, std::nullopt);
@@ -182,7 +182,7 @@ TEST_F(OpenProjectTests, LimitsTheKeptHistories)
     }
     EXPECT_FALSE(kept.take(versions.front()));
     EXPECT_TRUE(kept.take(versions.back()));
-    EXPECT_FALSE(kept.take(versions.back())) << "it was handed out";
+    EXPECT_FALSE(kept.take(versions.back())) << "a history is taken only once";
 
     History large;
     auto before = VideoProject::make("b");
@@ -205,7 +205,7 @@ TEST_F(OpenProjectTests, KeepsTheProjectWhenAChangeThrows)
 
     const QSignalSpy changes(&project, &OpenProject::projectChanged);
     project.update([](VideoProject&) { });
-    EXPECT_TRUE(project.canUndo()) << "a change of nothing is a step";
+    EXPECT_TRUE(project.canUndo()) << "an edit without a change is a step";
     EXPECT_EQ(changes.size(), 1);
 }
 

@@ -11,10 +11,10 @@ namespace orvo::test {
 namespace {
 
 constexpr int fps = 30;
-/// How long playback may be in a cut before the watcher sees it, and the picture it arrives with.
+/// Maximum frames shown of a cut: those before the watcher notices it, and the first one.
 constexpr int watcherStep = fps / 12 + 2;
 
-/// The model with the real player; its sound keeps time but goes nowhere.
+/// The model with the real player; its audio keeps time but is not output.
 class PlaybackTests : public ModelFixture {
 protected:
     void startWithPlayer()
@@ -42,7 +42,7 @@ TEST_F(PlaybackTests, ShowsCutsNoLongerThanOneWatcherStep)
     recording.width = 320;
     recording.height = 180;
     recording.tracks = {track(TrackKind::screen, "media/screen.mp4", 0, 8)};
-    recording.edit.cuts = {{5, 6.2}, {1, 2}, {3, 3.4}, {3.3, 3.517}, {7.703, 8}}; // In no order, one over another.
+    recording.edit.cuts = {{5, 6.2}, {1, 2}, {3, 3.4}, {3.3, 3.517}, {7.703, 8}}; // Unsorted and overlapping.
     add(recording);
     CountedVideo{.seconds = 8}.write(store.directory(recording.id) / "media/screen.mp4");
     startWithPlayer();
@@ -60,13 +60,13 @@ TEST_F(PlaybackTests, ShowsCutsNoLongerThanOneWatcherStep)
     ASSERT_TRUE(waitUntil([&] { return !model->playing(); }));
 
     EXPECT_TRUE(std::ranges::is_sorted(shown)) << "playback never goes back";
-    EXPECT_EQ(shown.back(), 8 * fps - 1) << "it comes to the end";
+    EXPECT_EQ(shown.back(), 8 * fps - 1) << "plays to the end";
     for (const TimeSpan cut : {TimeSpan{1, 2}, TimeSpan{3, 3.517}, TimeSpan{5, 6.2}}) {
         const auto in = std::ranges::count_if(
             shown, [&](int number) { return number >= cut.start * fps && number < std::floor(cut.end * fps + 0.01); });
         EXPECT_LE(in, watcherStep) << "cut at " << cut.start;
         EXPECT_TRUE(std::ranges::contains(shown, static_cast<int>(cut.end * fps + 0.01)))
-            << "what follows the cut at " << cut.start;
+            << "the first frame after the cut at " << cut.start;
     }
 }
 

@@ -13,7 +13,7 @@ namespace {
 
 using testing::IsEmpty;
 
-/// Recordings of what the desktop lets the user choose.
+/// Recordings of sources that the user chooses in the picker of the desktop.
 class PortalRecordingTests : public DisplayRecordingFixture {
 protected:
     PortalRecordingTests()
@@ -52,16 +52,16 @@ TEST_F(PortalRecordingTests, AsksTheDesktopAndReportsItsAnswers)
     EXPECT_EQ(choice.sourceID(), "d42");
     EXPECT_EQ(choice.sources()->get(0).value("label"), "Pantalla elegida · 1280×720");
     EXPECT_TRUE(choice.pointerNote().contains("no dice dónde está el puntero"));
-    EXPECT_FALSE(portal.selection.contains("restore_token")) << "the user wants to choose";
+    EXPECT_FALSE(portal.selection.contains("restore_token")) << "`choose` lets the user choose again";
 
     choice.setMode("window");
     EXPECT_EQ(choice.sources()->count(), 0) << "a display is no window";
-    EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); })) << "and it is no longer shared";
+    EXPECT_TRUE(comesToHold([&] { return portal.openSessions.isEmpty(); })) << "the display is no longer shared";
     choice.setMode("screen");
     portal.decision = FakePortal::Decision::refuse;
     model->startRecording();
     ASSERT_TRUE(idleSoon());
-    EXPECT_EQ(portal.selection.value("restore_token"), "token-1") << "the same again, without asking";
+    EXPECT_EQ(portal.selection.value("restore_token"), "token-1") << "asks for the same source again";
 
     portal.decision = FakePortal::Decision::grant;
     choice.choose();
@@ -73,12 +73,12 @@ TEST_F(PortalRecordingTests, AsksTheDesktopAndReportsItsAnswers)
 
 TEST_F(PortalRecordingTests, MeasuresAScaledScreen)
 {
-    const AudioWorld world; // Its PipeWire is what streams need.
+    const AudioWorld world; // Streams need its PipeWire.
     const SharedScreen screen({.width = 320, .height = 180});
     FakePortal portal(bus.address());
     portal.node = screen.node();
     portal.remote = SharedScreen::connection();
-    portal.rect = {0, 0, 160, 90}; // In units of the desktop, of which each has two pixels a side.
+    portal.rect = {0, 0, 160, 90}; // In logical units of two by two pixels.
     begin();
     auto& choice = *model->recorder()->capture();
     choice.choose();
@@ -110,7 +110,7 @@ TEST_F(PortalRecordingTests, KeepsAllLinesWithFractionalScaling)
     FakePortal portal(bus.address());
     portal.node = screen.node();
     portal.remote = SharedScreen::connection();
-    portal.rect = {0, 0, 197, 103}; // At 175 %, in whole units of the desktop.
+    portal.rect = {0, 0, 197, 103}; // At 175 %, in whole logical units.
     begin();
     model->recorder()->capture()->choose();
     const auto source = QCoro::waitFor(model->recorder()->capture()->sourceForRecording());

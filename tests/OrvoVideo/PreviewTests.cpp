@@ -17,7 +17,7 @@ using testing::SizeIs;
 
 class PreviewTests : public ModelFixture {
 protected:
-    /// A recording of ten seconds with these tracks, whose files exist.
+    /// Opens a recording of ten seconds with these tracks. Creates their files.
     VideoProject openRecording(std::vector<MediaTrack> tracks)
     {
         auto project = emptyProject(10);
@@ -43,7 +43,7 @@ protected:
         return store.directory(project.id) / "media" / name;
     }
 
-    /// The player plays and has come to `seconds`.
+    /// Starts the player if needed and moves it to `seconds`.
     void playTo(double seconds)
     {
         if (player->rate() == 0)
@@ -69,7 +69,7 @@ TEST_F(PreviewTests, GivesTheTracksToThePlayer)
     EXPECT_EQ(composition.video[0].file, file(opened, "screen.mov"));
     EXPECT_EQ(composition.video[1].file, file(opened, "clip.mp4"));
     EXPECT_EQ(composition.video[1].start, 10);
-    // Every source but the one that leads out of the project, in order.
+    // All files within the project, in order.
     ASSERT_THAT(composition.audio, SizeIs(4));
     EXPECT_EQ(composition.audio[1].volume, 0.5);
     EXPECT_EQ(composition.audio[2].start, 0.25);
@@ -90,9 +90,9 @@ TEST_F(PreviewTests, KeepsThePlayersWhenAFileCannotBePlayed)
     EXPECT_EQ(model->status(), "Usa Recuperar para preparar este archivo antes de reproducirlo.");
     EXPECT_EQ(player->composition()->video[0].file, file(good, "screen.mov"));
     EXPECT_FALSE(model->playing());
-    model->play(); // That would be the other project.
+    model->play(); // The player still has the other project.
     EXPECT_EQ(player->rate(), 0);
-    // The edit goes on without a picture.
+    // Editing still works.
     model->addText("x");
     EXPECT_EQ(model->overlays()->count(), 1);
 }
@@ -132,14 +132,14 @@ TEST_F(PreviewTests, PlaysASuggestionOnTrial)
     const auto before = project();
     model->editing()->tryOut(model->editing()->suggestedPauses()->get(0)["suggestionId"].toString());
     EXPECT_TRUE(model->playing());
-    EXPECT_NEAR(model->playhead(), 0.9, 1e-9) << "a second before, without the cut";
+    EXPECT_NEAR(model->playhead(), 0.9, 1e-9) << "one second before, not counting the cut";
     EXPECT_EQ(model->playback().shown()->edit.cuts.size(), 2);
     player->tick(1.0);
     EXPECT_EQ(player->expected.back(), 1.8);
     player->tick(1.52);
     EXPECT_NEAR(model->playhead(), 1.8, 1e-9);
     player->tick(2.3);
-    EXPECT_NEAR(model->playhead(), 4.85, 1e-9) << "as it would be";
+    EXPECT_NEAR(model->playhead(), 4.85, 1e-9) << "skips the tried pause";
     player->tick(5.8);
     EXPECT_TRUE(model->playing());
     player->tick(5.9);
@@ -155,7 +155,7 @@ TEST_F(PreviewTests, PlaysASuggestionOnTrial)
     tryOut();
     model->seek(2.1);
     player->tick(2.5);
-    EXPECT_NEAR(model->playhead(), 2.5, 1e-9) << "the pause plays";
+    EXPECT_NEAR(model->playhead(), 2.5, 1e-9) << "plays the pause again";
     tryOut();
     model->pause();
     EXPECT_EQ(model->playback().shown()->edit.cuts.size(), 1);
@@ -175,7 +175,7 @@ TEST_F(PreviewTests, SeeksWithBothPlayers)
     model->seek(2.5);
     EXPECT_EQ(model->playhead(), 2.5);
     EXPECT_EQ(camera->seeks.back(), 2.5);
-    // Players get whole ticks of 1/600 s, so that a rounded time does not fall into the frame before.
+    // Players seek to whole ticks of 1/600 s, so that a rounded time does not fall into the previous frame.
     model->seek(0.0333333);
     EXPECT_EQ(player->seeks.back(), 20.0 / 600);
     EXPECT_EQ(model->playhead(), 0.0333333);
@@ -189,7 +189,7 @@ TEST_F(PreviewTests, KeepsTheExactPlayheadAndStepsAtEveryRate)
     const auto settle = [] { QCoreApplication::processEvents(); };
     model->stepFrames(-1);
     EXPECT_EQ(model->playhead(), 0);
-    model->seek(1.2349); // As of a pressed word, inside frame 37.
+    model->seek(1.2349); // Like the start of a clicked word, inside frame 37.
     settle();
     EXPECT_EQ(model->playhead(), 1.2349) << "not the tick of the player";
     model->stepFrames(1);
@@ -205,7 +205,7 @@ TEST_F(PreviewTests, KeepsTheExactPlayheadAndStepsAtEveryRate)
             model->stepFrames(1);
             settle();
             ASSERT_DOUBLE_EQ(model->playhead(), frame / static_cast<double>(fps)) << fps;
-            ASSERT_EQ(std::floor(player->seeks.back() * static_cast<double>(fps) + 1e-6), frame) << fps << ": what is shown";
+            ASSERT_EQ(std::floor(player->seeks.back() * static_cast<double>(fps) + 1e-6), frame) << fps << ": shown frame";
         }
     }
 }
@@ -220,7 +220,7 @@ TEST_F(PreviewTests, SeeksTheLoadedCameraToThePlayheadAndReportsItsEnd)
     makeVideo(store.directory(project.id) / "media/camera.mov", "testsrc2=size=64x36:rate=10:duration=2");
     start();
     QObject::connect(model.get(), &AppModel::previewChanged, model.get(), [this] {
-        if (model->preview() == Playback::Preview::Ready) // The camera's file is looked at from now on.
+        if (model->preview() == Playback::Preview::Ready) // The camera's file is probed from now on.
             QMetaObject::invokeMethod(model.get(), [this] { model->seek(1.5); }, Qt::QueuedConnection);
     });
     select(project);
@@ -245,11 +245,11 @@ TEST_F(PreviewTests, PlaysAndPauses)
     player->tick(10);
     emit player->endReached();
     EXPECT_FALSE(model->playing());
-    model->play(); // From the beginning again.
+    model->play(); // Starts again from the beginning.
     EXPECT_EQ(player->seeks.back(), 0);
     EXPECT_TRUE(model->playing());
 
-    // Looking around in a cut is not playing.
+    // A seek into a cut while paused does not skip it.
     model->pause();
     model->update([](VideoProject& project) { project.edit.cuts = {{4, 6}}; });
     player->tick(5);
@@ -263,12 +263,12 @@ TEST_F(PreviewTests, SynchronisesTheCamera)
     auto tracks = usual();
     tracks.push_back(track(TrackKind::camera, "media/camera.mov", 0, 10));
     openRecording(tracks);
-    // The file is none that has a picture: it is left out, and the rest plays.
+    // The file has no video: the camera is left out and the rest plays.
     EXPECT_THAT(camera->loads, IsEmpty());
     EXPECT_EQ(model->preview(), Playback::Preview::Ready);
     EXPECT_EQ(player->composition()->video.size(), 1U);
 
-    // As if it could be read.
+    // Loads it as if it were readable.
     camera->load({.video = {{store.directory(project().id) / "media/camera.mov", 0}}, .audio = {}});
     ASSERT_TRUE(waitUntil([&] { return camera->hasComposition(); }));
     playTo(1);
@@ -276,7 +276,7 @@ TEST_F(PreviewTests, SynchronisesTheCamera)
     EXPECT_EQ(camera->seeks.back(), 1);
     const auto seeks = camera->seeks.size();
     camera->tick(1.9);
-    playTo(2); // 0.1 s away is near enough.
+    playTo(2); // A difference of 0.1 s is tolerated.
     EXPECT_EQ(camera->seeks.size(), seeks);
     playTo(2.1);
     EXPECT_EQ(camera->seeks.back(), 2.1);

@@ -15,7 +15,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-/// A model with a small project, and a real server that it has the address and the credential of.
+/// A model with a small project, and the address and the credential of a real server.
 class PublishingFlow : public ModelFixture {
 protected:
     void openMovie(const std::string& title = "Clase")
@@ -33,7 +33,7 @@ protected:
         select(project);
         model->server()->setServerURL(QString::fromStdString(server.address()));
         model->server()->setAdminToken(QString::fromLatin1(PublishingServer::token));
-        // Also said while the model goes.
+        // Also receives signals during destruction of the model.
         const auto* speaking = model.get();
         QObject::connect(
             speaking, &AppModel::statusChanged, speaking, [this, speaking] { statuses.push_back(speaking->status()); });
@@ -96,7 +96,7 @@ TEST_F(PublishingFlow, PublishesChangesAccessAndWithdraws)
     model->publishing()->setDomainText("https://tres.es");
     model->publishing()->setPublicLink(false);
     model->publishing()->copyLink();
-    EXPECT_EQ(model->status(), "Enlace copiado") << "nothing was changed on the server yet";
+    EXPECT_EQ(model->status(), "Enlace copiado") << "the server does not know the change yet";
     run(&Publishing::updatePolicy);
     EXPECT_EQ(model->status(), "Permisos de publicación actualizados");
     EXPECT_THAT(project().publication->domains, ElementsAre("https://tres.es"));
@@ -128,7 +128,7 @@ TEST_F(PublishingFlow, RestoresTypedDomainsAfterAFailureElsewhere)
     EXPECT_EQ(model->publishing()->domainText(), "https://uno.es");
     select(other);
     select(failed);
-    EXPECT_EQ(model->publishing()->domainText(), "") << "no longer that of a publication";
+    EXPECT_EQ(model->publishing()->domainText(), "") << "the typed domains are restored only once";
 }
 
 TEST_F(PublishingFlow, RendersNothingForServersWithoutStorage)
@@ -170,7 +170,7 @@ TEST_F(PublishingFlow, ChecksSettingsFirst)
         run(&Publishing::publish);
         EXPECT_EQ(failure(), expected);
         EXPECT_EQ(model->server()->connectionStatus(), "Sin comprobar");
-        EXPECT_EQ(model->server()->adminToken(), token) << "what was typed stays";
+        EXPECT_EQ(model->server()->adminToken(), token) << "keeps the typed credential";
     }
     // The address is stored last.
     StoredSettings::setText("serverURL", "https://antes.es");
@@ -202,7 +202,7 @@ TEST_F(PublishingFlow, SetsUpDriveStepByStep)
     EXPECT_EQ(failure(), "");
     EXPECT_THAT(workspace->addresses, testing::SizeIs(1));
 
-    // A failure leaves what is on the screen alone, and an old one does not stand beside a success.
+    // A failure keeps the fields. A later success clears its message.
     server.kill();
     model->server()->setOauthClientSecret("otro");
     run(&ServerAccount::configureOAuth);
@@ -224,7 +224,7 @@ TEST_F(PublishingFlow, ReadsTheCredentialFromTheKeychain)
     ASSERT_TRUE(waitUntil([&] { return model->server()->adminToken() == PublishingServer::token; }));
     EXPECT_EQ(keychain.asked, 0);
 
-    // Locked: nobody is asked at the start, nor by what needs the credential; only when the user wants it.
+    // A locked keychain prompts the user only on request, not at the start or for other operations.
     keychain.isLocked = true;
     start();
     run(&ServerAccount::checkConnection);
@@ -246,7 +246,7 @@ TEST_F(PublishingFlow, PublishesTheProjectItBeganWith)
     openMovie();
     model->publishing()->setDomainText("https://uno.es");
     const auto first = project().id;
-    // The server answers when the other one is open.
+    // The server answers while the other project is open.
     server.setFaults(R"([{"method":"GET","path":"/api/uploads/","do":"hang"}])");
     model->publish();
     ASSERT_TRUE(waitUntil([&] { return !server.asked("GET /api/uploads/").empty(); }));

@@ -44,10 +44,10 @@ TEST_F(RecordingTests, CountsDownPausesMarksAndOpensTheRecordingAtItsEnd)
     EXPECT_NE(id, other.id);
     EXPECT_EQ(onDisk().state, ProjectState::recording);
     EXPECT_TRUE(fs::exists(projectFolder() / CaptureSession::fileName));
-    EXPECT_FALSE(model->prepareToQuit()) << "not while recording";
+    EXPECT_FALSE(model->prepareToQuit()) << "quitting is refused while recording";
     model->clearError();
     setTitle("nein");
-    EXPECT_NE(project().title, "nein") << "no edits while recording";
+    EXPECT_NE(project().title, "nein") << "edits are ignored while recording";
 
     ASSERT_TRUE(lasts(1));
     model->recorder()->markZoom();
@@ -70,7 +70,7 @@ TEST_F(RecordingTests, CountsDownPausesMarksAndOpensTheRecordingAtItsEnd)
     EXPECT_EQ(model->errorMessage(), "");
     ASSERT_TRUE(model->hasProject());
     EXPECT_EQ(project().id, id);
-    EXPECT_EQ(project(), onDisk()) << "what is shown is what is kept";
+    EXPECT_EQ(project(), onDisk()) << "the open project equals its document";
     EXPECT_EQ(project().state, ProjectState::ready);
     EXPECT_FALSE(fs::exists(projectFolder() / CaptureSession::fileName));
     ASSERT_THAT(project().edit.cuts, SizeIs(1));
@@ -95,7 +95,7 @@ TEST_F(RecordingTests, KeepsEditsMadeAtTheStartAndEndOfARecording)
     begin();
     select(other);
     QObject::connect(model->recorder(), &Recorder::phaseChanged, model.get(), [this] {
-        if (model->recorder()->phase() == Recorder::Phase::Starting) // Behind the save before the start.
+        if (model->recorder()->phase() == Recorder::Phase::Starting) // After the save that precedes the start.
             QMetaObject::invokeMethod(model.get(), [this] { setTitle("editado al empezar"); }, Qt::QueuedConnection);
     });
     model->startRecording();
@@ -112,7 +112,7 @@ TEST_F(RecordingTests, KeepsEditsMadeAtTheStartAndEndOfARecording)
     ASSERT_TRUE(idleSoon());
     ASSERT_TRUE(saved());
     EXPECT_EQ(onDisk().title, "editado al terminar");
-    EXPECT_EQ(onDisk().state, ProjectState::ready) << "not the last checkpoint";
+    EXPECT_EQ(onDisk().state, ProjectState::ready) << "the last checkpoint does not overwrite the result";
     EXPECT_NEAR(probe(store.mediaURL(project(), "media/screen.mov")).videoDuration, onDisk().duration, 0.3);
     EXPECT_EQ(model->errorMessage(), "");
 }
@@ -123,7 +123,7 @@ TEST_F(RecordingTests, AsksForTheRegionFirst)
     model->recorder()->capture()->setMode("region");
     model->startRecording();
     ASSERT_TRUE(idleSoon());
-    EXPECT_THAT(model->projects(), IsEmpty()) << "cancelled";
+    EXPECT_THAT(model->projects(), IsEmpty()) << "a cancelled choice creates no project";
     EXPECT_THAT(statuses, IsEmpty());
     EXPECT_EQ(model->errorMessage(), "");
 
@@ -154,7 +154,7 @@ TEST_F(RecordingTests, CancelsTheCountdown)
     ASSERT_TRUE(idleSoon());
     model->startRecording();
     ASSERT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 3; }));
-    quit(); // In the middle of it.
+    quit(); // During the countdown.
     EXPECT_THAT(store.list(), IsEmpty());
 }
 
@@ -196,13 +196,13 @@ TEST_F(RecordingTests, ReportsAnErrorFromTheStartOfARecording)
     begin();
     auto& choice = *model->recorder()->capture();
     emit choice.revoked();
-    EXPECT_EQ(model->errorMessage(), "") << "nothing is recorded";
+    EXPECT_EQ(model->errorMessage(), "") << "ignored without a recording";
     model->startRecording();
     ASSERT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 1; }));
     emit choice.revoked();
     ASSERT_TRUE(idleSoon());
     EXPECT_EQ(model->errorMessage(), ScreenCast::revokedText());
-    EXPECT_EQ(project().state, ProjectState::ready) << "what there is of it is kept";
+    EXPECT_EQ(project().state, ProjectState::ready) << "the partial recording is kept";
 }
 
 TEST_F(RecordingTests, ReportsWhyAStartFails)
@@ -223,7 +223,7 @@ TEST_F(RecordingTests, ReportsWhyAStartFails)
 
 TEST_F(RecordingTests, ReportsASilentMicrophoneAfterFiveSeconds)
 {
-    const AudioWorld audio; // Whose microphone hears nothing yet.
+    const AudioWorld audio; // Its microphone is silent so far.
     begin();
     auto options = model->options();
     options.microphone = true;
@@ -236,7 +236,7 @@ TEST_F(RecordingTests, ReportsASilentMicrophoneAfterFiveSeconds)
     EXPECT_GE(recorder.time(), 4.9);
     EXPECT_EQ(model->status(), "No se oye el micrófono. Comprueba que no está silenciado.");
     model->togglePause();
-    EXPECT_TRUE(comesToHold([&] { return !recorder.microphoneUnheard(); })) << "nothing has to be heard in a pause";
+    EXPECT_TRUE(comesToHold([&] { return !recorder.microphoneUnheard(); })) << "silence is allowed during a pause";
     EXPECT_EQ(model->status(), "Grabación en pausa");
     model->togglePause();
     ASSERT_TRUE(comesToHold([&] { return recorder.microphoneUnheard(); }));
@@ -265,7 +265,7 @@ TEST_F(RecordingTests, ListsTheSourcesOfTheModeAndKeepsTheChoice)
     EXPECT_EQ(choice.sources()->get(0).value("label"), "Pantalla 1 · 640×360");
     EXPECT_EQ(choice.sourceID(), choice.sources()->get(0).value("sourceId"));
     EXPECT_EQ(choice.sourceError(), "");
-    EXPECT_EQ(choice.pointerNote(), "") << "everything can be seen on X11";
+    EXPECT_EQ(choice.pointerNote(), "") << "no limitations on X11";
     choice.setSourceID("d4711");
     choice.loadSources();
     EXPECT_TRUE(comesToHold([&] { return choice.sourceID() == choice.sources()->get(0).value("sourceId"); }));
@@ -286,7 +286,7 @@ TEST_F(RecordingTests, ListsTheSourcesOfTheModeAndKeepsTheChoice)
     choice.setMode("tab");
     choice.loadSources();
     EXPECT_EQ(choice.sources()->count(), 0);
-    EXPECT_EQ(choice.sourceID(), chosen) << "a look at the tab forgets no screen";
+    EXPECT_EQ(choice.sourceID(), chosen) << "the mode \"tab\" keeps the chosen screen";
     choice.setMode("screen");
     qputenv("DISPLAY", ":4711");
     choice.loadSources();

@@ -15,7 +15,7 @@
 namespace orvo::test {
 namespace {
 
-/// What a view would show: it learns of the rows by the model's announcements alone.
+/// A view that follows only the announcements of the model.
 class Mirror : public QObject {
 public:
     explicit Mirror(RowModel& model)
@@ -45,11 +45,11 @@ public:
         connect(&model, &RowModel::modelReset, this, [this] { announced.emplace_back("reset"); });
     }
 
-    /// Whether it shows exactly what the model holds.
+    /// Whether its rows equal those of the model.
     testing::AssertionResult isRight() const
     {
         if (m_rows.size() != m_model.count())
-            return testing::AssertionFailure() << m_rows.size() << " rows shown, " << m_model.count() << " there";
+            return testing::AssertionFailure() << m_rows.size() << " rows shown, " << m_model.count() << " in the model";
         for (int row = 0; row < m_model.count(); ++row) {
             if (m_rows[row] != m_model.get(row))
                 return testing::AssertionFailure() << "row " << row << " is out of date";
@@ -87,16 +87,16 @@ TEST(RowModelTests, AnnouncesTheSmallestChange)
 {
     using Change = std::function<void(std::vector<TranscriptWord>&)>;
     const std::vector<std::tuple<const char*, Change, std::vector<std::string>>> cases{
-        {"nothing", [](auto&) {}, {}},
-        {"one corrected", [](auto& w) { w[3].text = "otra"; }, {"*3..3"}},
-        {"two apart", [](auto& w) { w[1].text = w[8].text = "otra"; }, {"*1..1", "*8..8"}},
-        {"an end that changes the next one's gap", [](auto& w) { w[4].end += 0.1; }, {"*4..5"}},
-        {"one gone", [](auto& w) { w.erase(w.begin() + 9); }, {"-9..9"}},
-        {"some new", [](auto& w) { w.insert(w.begin() + 2, {word("x", 1.6, 1.7), word("y", 1.8, 2)}); }, {"+2..3", "*4..4"}},
-        {"first to last", [](auto& w) { std::rotate(w.begin(), w.begin() + 1, w.end()); }, {"0>9", "*0..0"}},
-        {"last to first", [](auto& w) { std::rotate(w.begin(), w.end() - 1, w.end()); }, {"9>0", "*0..0"}},
-        {"all gone", [](auto& w) { w.clear(); }, {"-0..9"}},
-        {"all others", [](auto& w) { w = {word("x", 0, 1)}; }, {"-0..9", "+0..0"}},
+        {"no change", [](auto&) {}, {}},
+        {"one row changed", [](auto& w) { w[3].text = "otra"; }, {"*3..3"}},
+        {"two separate rows changed", [](auto& w) { w[1].text = w[8].text = "otra"; }, {"*1..1", "*8..8"}},
+        {"an end changed, and with it the next gap", [](auto& w) { w[4].end += 0.1; }, {"*4..5"}},
+        {"one removed", [](auto& w) { w.erase(w.begin() + 9); }, {"-9..9"}},
+        {"two new", [](auto& w) { w.insert(w.begin() + 2, {word("x", 1.6, 1.7), word("y", 1.8, 2)}); }, {"+2..3", "*4..4"}},
+        {"first moved to last", [](auto& w) { std::rotate(w.begin(), w.begin() + 1, w.end()); }, {"0>9", "*0..0"}},
+        {"last moved to first", [](auto& w) { std::rotate(w.begin(), w.end() - 1, w.end()); }, {"9>0", "*0..0"}},
+        {"all removed", [](auto& w) { w.clear(); }, {"-0..9"}},
+        {"all replaced", [](auto& w) { w = {word("x", 0, 1)}; }, {"-0..9", "+0..0"}},
     };
     const auto announcedAfter = [](const Change& change) {
         TranscriptModel model;
@@ -114,7 +114,7 @@ TEST(RowModelTests, AnnouncesTheSmallestChange)
     for (const auto& [name, change, expected] : cases)
         EXPECT_EQ(announcedAfter(change), expected) << name;
 
-    // However they are mixed up, no row is announced twice and none is torn down needlessly.
+    // A reversal moves each row at most once and removes none.
     const auto announced = announcedAfter([](auto& words) { std::ranges::reverse(words); });
     EXPECT_EQ(std::ranges::count_if(announced, [](const auto& step) { return step.contains('>'); }), 9);
     EXPECT_THAT(announced, testing::Not(testing::Contains(testing::StartsWith("-"))));
@@ -183,13 +183,13 @@ TEST(TranscriptModelTests, AnnouncesOnlyChangesOfCutWords)
 {
     TranscriptModel model;
     auto words = manyWords(10);
-    words[9].end = 60.2; // A little past the recording's end.
+    words[9].end = 60.2; // Slightly after the end of the recording.
     auto project = withWords(words);
     model.show(&project);
     Mirror mirror(model);
     const std::vector<std::pair<std::vector<TimeSpan>, std::vector<std::string>>> cases{
         {{{3, 3.5}}, {"*3..3"}}, {{{3, 3.5}, {4, 6.2}}, {"*4..5"}}, // Half of the word at 6 remains.
-        {{{9, 60}}, {"*3..5", "*9..9"}}, {{{30, 60}, {9, 31}}, {}}, // The same in other words.
+        {{{9, 60}}, {"*3..5", "*9..9"}}, {{{30, 60}, {9, 31}}, {}}, // The same cuts, stored differently.
     };
     for (const auto& [cuts, expected] : cases) {
         project.edit.cuts = SharedList(cuts);

@@ -15,7 +15,7 @@ using testing::HasSubstr;
 
 class SavingTests : public ModelFixture {
 protected:
-    /// How often the document was replaced by another one while `work` ran.
+    /// How often the document was replaced during `work`.
     template <typename Work> int writesDuring(Work work)
     {
         int writes = 0;
@@ -31,8 +31,8 @@ protected:
         return writes + (now != lastWrite);
     }
 
-    /// Edits every few milliseconds until `done`, again and again where the machine was too busy to do it without a pause
-    /// long enough for a save. False at a generous limit.
+    /// Edits every few milliseconds until `done`. Retries if a busy machine causes a pause long enough for a save. Returns
+    /// false at a generous limit.
     bool editWithoutPauseUntil(const std::function<bool()>& done)
     {
         for (int attempt = 0; attempt < 50; ++attempt) {
@@ -59,7 +59,7 @@ protected:
     fs::path document() const { return store.directory(project().id) / "project.json"; }
     fs::path unsaved() const { return store.directory(project().id) / "unsaved-edits.json"; }
 
-    /// Changes the document as another program does.
+    /// Changes the document as another program would.
     void changeElsewhere(const std::string& title)
     {
         auto other = onDisk();
@@ -92,14 +92,14 @@ TEST_F(SavingTests, RestoresABurstOfEditsAfterACrash)
     ASSERT_TRUE(editWithoutPauseUntil([&] { return fs::exists(unsaved()); }));
     const auto kept = decodeDocument(readFile(unsaved()));
     EXPECT_THAT(kept.title, testing::StartsWith("edit "));
-    // The document itself waits for the pause.
+    // The document itself is not written before a pause.
     const auto document = onDisk();
     EXPECT_NE(document.title, kept.title);
     ASSERT_TRUE(saved());
-    EXPECT_FALSE(fs::exists(unsaved())) << "a save makes them needless";
+    EXPECT_FALSE(fs::exists(unsaved())) << "a save removes them";
     quit();
 
-    // As a crash in between leaves it.
+    // The files after a crash during the burst.
     store.save(document);
     std::ofstream(store.directory(opened.id) / "unsaved-edits.json") << encodeDocument(kept);
     start();
@@ -145,7 +145,7 @@ TEST_F(SavingTests, ReportsAFailedSaveAndRetriesWithTheNext)
     EXPECT_EQ(project().title, "first");
     model->clearError();
 
-    // Steps through the history fail without a word.
+    // Saves after undo and redo fail unreported.
     model->undo();
     model->redo();
     EXPECT_FALSE(model->prepareToQuit());
@@ -188,7 +188,7 @@ TEST_F(SavingTests, ShowsAChangeByAnotherProgramAsAnUndoStep)
     EXPECT_EQ(onDisk().title, "mine");
     EXPECT_EQ(model->errorMessage(), "");
 
-    // Written in place, not replaced.
+    // Another program may also write in place.
     auto other = onDisk();
     other.title = "in place";
     std::ofstream(document(), std::ios::trunc) << encodeDocument(other);
@@ -251,7 +251,7 @@ TEST_F(SavingTests, KeepsAForeignChangeInAnotherFileDuringEdits)
     EXPECT_EQ(onDisk().title, "mine");
     EXPECT_EQ(decodeDocument(readFile(store.directory(project().id) / "project-1.json")).title, "theirs");
 
-    // A touched document is no other one.
+    // A new time stamp alone is no change.
     model->clearError();
     fs::last_write_time(document(), fs::file_time_type::clock::now());
     const auto before = project();

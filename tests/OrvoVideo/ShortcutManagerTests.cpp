@@ -20,7 +20,7 @@ protected:
     ShortcutManagerTests() { qputenv("XDG_CONFIG_HOME", QByteArray::fromStdString(folder.path().string())); }
     ~ShortcutManagerTests() override { StoredSettings::finish(); }
 
-    /// A manager as at the start of the application.
+    /// Makes a new manager, as at the start of the application.
     ShortcutManager& start()
     {
         manager.reset();
@@ -75,13 +75,13 @@ TEST_F(ShortcutManagerTests, UsesTheDefaultForUnreadableCombinations)
 TEST_F(ShortcutManagerTests, ReportsAPressAfterItsEventHasReturned)
 {
     const auto& shortcuts = start();
-    std::vector<Action> told;
-    QObject::connect(&shortcuts, &ShortcutManager::pressed, [&](Action action) { told.push_back(action); });
+    std::vector<Action> reported;
+    QObject::connect(&shortcuts, &ShortcutManager::pressed, [&](Action action) { reported.push_back(action); });
     for (const std::uint32_t id : {3U, 0U, 4U, 1U, 2U})
         keys->press(id);
-    EXPECT_THAT(told, IsEmpty());
+    EXPECT_THAT(reported, IsEmpty());
     QCoreApplication::processEvents();
-    EXPECT_THAT(told, ElementsAre(Action::Zoom, Action::Record, Action::Pause));
+    EXPECT_THAT(reported, ElementsAre(Action::Zoom, Action::Record, Action::Pause));
 }
 
 TEST_F(ShortcutManagerTests, AcceptsTwoModifiersAndRegistersNoneWhileTyping)
@@ -89,13 +89,13 @@ TEST_F(ShortcutManagerTests, AcceptsTwoModifiersAndRegistersNoneWhileTyping)
     auto& shortcuts = start();
     shortcuts.holdBack();
     EXPECT_THAT(heard(), IsEmpty());
-    EXPECT_FALSE(shortcuts.capture(Action::Pause, Qt::Key_M, Qt::ControlModifier, 0)) << "one modifier";
+    EXPECT_FALSE(shortcuts.capture(Action::Pause, Qt::Key_M, Qt::ControlModifier, 0)) << "needs two modifiers";
     EXPECT_FALSE(shortcuts.capture(Action::Pause, Qt::Key_Control, Qt::ControlModifier | Qt::AltModifier, 37))
-        << "no key yet";
+        << "a modifier is no key";
     EXPECT_EQ(shortcuts.binding(Action::Pause).keyCode, 35U);
     EXPECT_TRUE(shortcuts.capture(Action::Pause, Qt::Key_M, Qt::ControlModifier | Qt::ShiftModifier, 0));
     EXPECT_EQ(shortcuts.binding(Action::Pause), (ShortcutManager::Binding{46, 0x1200}));
-    EXPECT_THAT(heard(), IsEmpty()) << "its keys are still held";
+    EXPECT_THAT(heard(), IsEmpty()) << "not registered before `listen`";
     shortcuts.listen();
     EXPECT_THAT(heard(), ElementsAre(std::pair(15, usual), std::pair(46, 0x1200), std::pair(6, usual)));
 }
@@ -111,7 +111,7 @@ TEST_F(ShortcutManagerTests, NamesCombinationsUsedByOtherPrograms)
     EXPECT_EQ(shortcuts.supportText(),
         "Otro programa usa ⌃⌥⌘R y ⌃⌥⌘Z. Elige otra combinación, o usa el icono de la bandeja o la ventana.");
     shortcuts.holdBack();
-    EXPECT_EQ(shortcuts.supportText(), "") << "none is heard while one is typed";
+    EXPECT_EQ(shortcuts.supportText(), "") << "none is registered while typing";
 }
 
 } // namespace

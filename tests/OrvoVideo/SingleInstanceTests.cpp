@@ -9,7 +9,7 @@
 namespace orvo::test {
 namespace {
 
-/// Another process of the application on a library. It writes "first", "handed over" or "no answer" to its output.
+/// Another process of the application on a library. It prints "first", "handed over" or "no answer".
 class OtherProcess : public QProcess {
 public:
     explicit OtherProcess(const std::filesystem::path& library, const QStringList& arguments = {})
@@ -48,7 +48,7 @@ TEST(SingleInstanceTests, ActivatesTheFirstProcessFromTheSecond)
     EXPECT_EQ(arguments, (QStringList{"/a película.mp4", "b"}));
     EXPECT_EQ(token, "token-1");
 
-    // Another library is another matter.
+    // Another library has its own lock.
     const TemporaryFolder otherLibrary;
     OtherProcess elsewhere(otherLibrary.path());
     EXPECT_EQ(elsewhere.says(), "first");

@@ -11,7 +11,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-/// A project with a second of sound, and a recogniser that says what the test says.
+/// A project with one second of audio, and a recogniser that returns the words of the test.
 class TranscriptionTests : public ModelFixture {
 protected:
     void openSpoken()
@@ -23,7 +23,7 @@ protected:
         spoken = add(std::move(spoken));
         makeAudio(store.directory(spoken.id) / "media/microphone.m4a", "sine=440:d=1");
         select(spoken);
-        // Also said while the model goes.
+        // Also receives signals during destruction of the model.
         const auto* speaking = model.get();
         QObject::connect(
             speaking, &AppModel::statusChanged, speaking, [this, speaking] { statuses.push_back(speaking->status()); });
@@ -48,7 +48,7 @@ TEST_F(TranscriptionTests, ReplacesTheTranscript)
                       const ProgressCallback& progress, const std::stop_token&) {
         asked = std::string(locale) + " " + options.model
             + (options.decoding == SpeechRecognizer::Decoding::careful ? " careful" : " quick");
-        hadWorkFile = fs::file_size(file) > 100'000; // 3.5 seconds: the track begins late.
+        hadWorkFile = fs::file_size(file) > 100'000; // 3.5 seconds: the track starts at 2.5.
         progress(0.5);
         return std::vector{word("Hola", 2.5, 2.9), word("eh", 3.0, 3.4)};
     };
@@ -65,13 +65,13 @@ TEST_F(TranscriptionTests, ReplacesTheTranscript)
             "Transcribiendo en el Mac · la primera vez se descargarán los modelos…", "Transcripción lista"));
     ASSERT_THAT(project().edit.words, SizeIs(2));
     EXPECT_THAT(project().edit.cuts, SizeIs(1));
-    EXPECT_THAT(model->suggestions()->suggestions(), SizeIs(3)); // The pause before, the hesitation, the pause at the end.
+    EXPECT_THAT(model->suggestions()->suggestions(), SizeIs(3)); // The first pause, the filler, the last pause.
     EXPECT_EQ(model->playhead(), 0);
-    EXPECT_EQ(player->loads.size(), 1U); // Nothing that is seen or heard has changed.
+    EXPECT_EQ(player->loads.size(), 1U); // The media have not changed.
     ASSERT_TRUE(saved());
     EXPECT_THAT(onDisk().edit.words, SizeIs(2));
 
-    // A second one replaces the first; undo gives it back.
+    // A second transcription replaces the first; undo restores it.
     recognition = [](const auto&...) { return std::vector{word("Otra", 1, 2)}; };
     transcribe();
     EXPECT_THAT(project().edit.words, SizeIs(1));
@@ -100,7 +100,7 @@ TEST_F(TranscriptionTests, StoresTheConfidenceBesideTheDocument)
     EXPECT_NEAR(confidence(), 0.3, 0.001);
     model->undo();
     EXPECT_EQ(project().edit.words[0].text, "una");
-    EXPECT_NEAR(confidence(), 0.3, 0.001) << "the words that an undo brings back";
+    EXPECT_NEAR(confidence(), 0.3, 0.001) << "an undo restores the confidence";
 
     const auto spoken = project();
     openNew(10, "Otro");
@@ -111,7 +111,7 @@ TEST_F(TranscriptionTests, StoresTheConfidenceBesideTheDocument)
     fs::remove(store.directory(spoken.id) / WordConfidence::fileName);
     openNew(10, "Otro");
     select(onDisk(spoken.id));
-    EXPECT_TRUE(model->transcription()->confidence().empty()) << "without the file nothing is unsure";
+    EXPECT_TRUE(model->transcription()->confidence().empty()) << "no confidence without the file";
 }
 
 TEST_F(TranscriptionTests, ChangesNothingWhenItFails)
@@ -149,7 +149,7 @@ TEST_F(TranscriptionTests, StopsWhenCancelledAndWhenQuitting)
     recognition = [&](const fs::path&, std::string_view, const TranscriptionOptions&, const ProgressCallback&,
                       const std::stop_token& stop) -> std::vector<TranscriptWord> {
         QMetaObject::invokeMethod(
-            QCoreApplication::instance(), [&] { ++running; }, Qt::QueuedConnection); // An event: wakes who waits for it.
+            QCoreApplication::instance(), [&] { ++running; }, Qt::QueuedConnection); // The event wakes `waitUntil`.
         while (!stop.stop_requested())
             std::this_thread::yield();
         throw Cancelled();
@@ -160,7 +160,7 @@ TEST_F(TranscriptionTests, StopsWhenCancelledAndWhenQuitting)
     model->transcribe(); // Ignored.
     model->cancel();
     EXPECT_EQ(model->status(), "Cancelando…");
-    EXPECT_TRUE(model->busy()) << "until the work has ended";
+    EXPECT_TRUE(model->busy()) << "busy until the work has ended";
     ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
     EXPECT_EQ(model->status(), "Operación cancelada");
     EXPECT_THAT(project().edit.words, IsEmpty());
@@ -174,7 +174,6 @@ TEST_F(TranscriptionTests, StopsWhenCancelledAndWhenQuitting)
     EXPECT_FALSE(fs::exists(file));
 }
 
-/// The words go where they belong, also when another project was opened meanwhile.
 TEST_F(TranscriptionTests, StoresTheWordsInTheirProjectWhenAnotherIsOpen)
 {
     std::atomic<bool> goOn = false;

@@ -10,7 +10,7 @@ namespace {
 
 using testing::ElementsAre;
 
-/// Awaits a piece of work and notes how it ended.
+/// Awaits a piece of work and records its outcome.
 template <typename Runner, typename Call>
 QCoro::Task<> note(Runner& runner, WorkControl control, Call call, std::vector<std::string>& ends)
 {
@@ -74,7 +74,7 @@ TEST(WorkersTests, EndsEveryCoroutineOnShutDown)
                 },
                 ends));
         }
-        // One that has ended, but whose coroutine was not resumed yet.
+        // This work ends before its coroutine resumes.
         tasks.push_back(note(workers, {}, [] { return std::string("ended"); }, ends));
     }
     EXPECT_TRUE(std::ranges::all_of(tasks, [](const auto& task) { return task.isReady(); }));

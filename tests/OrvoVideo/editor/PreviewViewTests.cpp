@@ -64,7 +64,7 @@ TEST_F(PreviewTests, ShowsTheCameraUntilTheEndOfItsFile)
     ASSERT_TRUE(scene);
     EXPECT_FALSE(scene->cameraShown());
     ASSERT_TRUE(waitUntil([&] { return camera->hasComposition(); }));
-    camera->picture = QImage(64, 36, QImage::Format_RGB32);
+    camera->image = QImage(64, 36, QImage::Format_RGB32);
     emit camera->frameChanged();
     auto* cameraItem = item("camera");
     ASSERT_TRUE(cameraItem);
