@@ -15,8 +15,8 @@ namespace orvo {
 ///     ask([answer](int value) { answer.give(value); });
 ///     const int value = co_await answer;
 ///
-/// Main thread only, one coroutine at a time. `give` resumes it. Without an answer it never resumes, so the callback must be
-/// called.
+/// Main thread only, one coroutine at a time. `give` resumes it. A coroutine without an answer never resumes, so always call
+/// the callback.
 template <typename T> class Answer {
 public:
     /// The first answer counts; later ones are ignored.

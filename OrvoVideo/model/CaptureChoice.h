@@ -50,11 +50,11 @@ public:
 
     SourceModel* sources() { return &m_sources; }
 
-    /// The identifier of the chosen source; empty when there is none.
+    /// The identifier of the chosen source; empty without one.
     QString sourceID() const { return m_sourceID; }
     void setSourceID(const QString& id);
 
-    /// Why there are no sources; empty when they could be listed.
+    /// The reason why there are no sources; empty if listing succeeded.
     QString sourceError() const { return m_sourceError; }
 
     /// Whether the desktop's own picker chooses the source.

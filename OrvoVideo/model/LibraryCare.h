@@ -43,7 +43,7 @@ public:
     };
     explicit LibraryCare(const Parts& parts);
 
-    /// Gives a project another title; ignores an empty one.
+    /// Changes the title of a project; ignores an empty title.
     Q_INVOKABLE void rename(const QString& projectId, const QString& title);
     /// Copies projects one after another, as jobs of the queue.
     Q_INVOKABLE void duplicate(const QStringList& projectIds);

@@ -34,9 +34,9 @@ namespace orvo {
 class OpenProject : public QObject {
     Q_OBJECT
 public:
-    /// How soon a change has to be on disk.
+    /// How soon to save a change.
     enum class Save : std::uint8_t {
-        soon, ///< When edits pause.
+        soon, ///< After a pause in the edits.
         now,
         nowIgnoringErrors
     };

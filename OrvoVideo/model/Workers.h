@@ -30,7 +30,7 @@
 /// value.
 namespace orvo {
 
-/// Stops one piece of work from outside, and receives its progress.
+/// The stop token and the progress callback of one piece of work.
 struct WorkControl {
     std::stop_token stop;
     /// Called on the main thread with the latest value; skips values that arrive faster than the main thread handles them.

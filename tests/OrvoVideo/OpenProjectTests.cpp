@@ -122,7 +122,7 @@ TEST_F(OpenProjectTests, WalksTheNamedSteps)
     setTitle("anew");
     EXPECT_EQ(project.steps().count(), 2) << "the undone steps are discarded";
 
-    // A drag is named after its total change; one that ends where it began keeps its name.
+    // A drag is named after its total change; a drag that ends at its start keeps its name.
     project.setGesture(true);
     setCamera(0.3);
     setCamera(EditState().cameraX);

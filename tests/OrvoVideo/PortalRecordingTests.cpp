@@ -1,9 +1,9 @@
 #include "DisplayRecordingFixture.h"
+#include "TestSupport/AudioWorld.h"
 #include "TestSupport/FakePortal.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/PrivateBus.h"
 #include "TestSupport/SharedScreen.h"
-#include "TestSupport/AudioWorld.h"
 
 #include <QFile>
 

@@ -1,6 +1,6 @@
 #include "DisplayRecordingFixture.h"
-#include "TestSupport/Media.h"
 #include "TestSupport/AudioWorld.h"
+#include "TestSupport/Media.h"
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/PointerLog.h"
 

@@ -63,7 +63,8 @@ void addChanges(
     }
 }
 
-/// For every row of the middle after, the row before with the same identity. Returns nullopt if one occurs twice.
+/// Returns, for every row of the middle after, the row before with the same identity. Returns nullopt if an identity occurs
+/// twice.
 std::optional<std::vector<std::size_t>> originsOf(const RowComparison& lists, const Middle& middle)
 {
     std::unordered_multimap<std::size_t, std::size_t> rows;
