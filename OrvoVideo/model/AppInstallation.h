@@ -29,7 +29,7 @@ public:
     /// Whether an `ffmpeg` is found now. `toolsChanged` asks to check again when the application comes to the front: the
     /// user may have installed it in a terminal.
     bool ffmpegAvailable() const;
-    /// Which permissions this desktop requires for the screen, clicks and keys, for the user.
+    /// Explains to the user which permissions this desktop requires for the screen, clicks and keys.
     QString permissionsText() const;
 
     /// The command that installs ffmpeg on this system; empty if unknown.

@@ -143,7 +143,7 @@ public:
     void saveSoon() { m_saving.saveSoon(); }
     void flushSave() { m_saving.flush(); }
     bool unsavedChanges() const { return m_saving.unsavedChanges(); }
-    /// Writes everything and waits for it. False while recording, and if a write fails (`errorMessage` says why): the edits
+    /// Writes everything and waits for it. False while capturing, and if a write fails (`errorMessage` says why): the edits
     /// stay in memory while the application runs.
     Q_INVOKABLE bool prepareToQuit();
 

@@ -116,7 +116,7 @@ private:
     SourceModel m_sources;
     QString m_sourceID;
     QString m_sourceError;
-    QImage m_frame; ///< Of the only source, if `desktopChooses`.
+    QImage m_frame; ///< The first frame of the only source, if `desktopChooses`.
     std::stop_source m_looking; ///< Stops the wait for a first frame.
     std::uint64_t m_listing = 0; ///< Counts replacements of the sources, so that a superseded listing ends.
     Answer<ScreenCast::Outcome> m_asking; ///< The reply to the pending request to the desktop.

@@ -21,8 +21,8 @@ namespace orvo {
 
 /// The edits that the windows offer. Each is one `OpenProject::update`. Main thread only.
 ///
-/// Times are seconds on the recording timeline. The text form of their identifier addresses records, as in the item models.
-/// An unknown identifier changes nothing but still creates an undo step.
+/// Times are seconds on the recording timeline. Records are addressed by the text form of their identifier, as in the item
+/// models. An unknown identifier changes nothing but still creates an undo step.
 class Editing : public QObject {
     Q_OBJECT
     QML_ELEMENT

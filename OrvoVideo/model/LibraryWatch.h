@@ -17,7 +17,7 @@
 namespace orvo {
 
 /// Reports changes by other programs in the library: project folders that appear or disappear, and written documents. Main
-/// thread only. Misses changes on file systems that do not report them, as most network ones.
+/// thread only. Misses changes on file systems that do not report them, such as most network ones.
 class LibraryWatch : public QObject {
     Q_OBJECT
 public:

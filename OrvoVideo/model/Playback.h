@@ -139,8 +139,8 @@ private:
     std::vector<RenderGraph::KeptSpan> m_kept;
     std::optional<double> m_announced; ///< The seek target last announced with `expectSeek`: the end of a cut.
     Preview m_preview = Preview::Empty;
-    PreviewComposition m_composition; ///< Last loaded into `player`.
-    std::optional<std::filesystem::path> m_cameraFile; ///< Last loaded into `cameraPlayer`.
+    PreviewComposition m_composition; ///< The last load request to `player`.
+    std::optional<std::filesystem::path> m_cameraFile; ///< The last load request to `cameraPlayer`.
     Answer<Outcome> m_answer; ///< The outcome of the pending load.
 };
 

@@ -59,7 +59,7 @@ public:
     /// Stores the credential in the keychain, or loads it from there if the field is empty, then stores the server's
     /// address. Throws as `Keychain` and `StoredSettings`.
     QCoro::Task<> saveSettings(WorkControl control);
-    /// Takes over where the server stores videos.
+    /// Updates `usesDrive` from the server's status.
     void noteStorage(const ServerStatus& server) { setUsesDrive(!server.storesByItself()); }
     /// A client of the server with the present settings.
     std::shared_ptr<Publisher> makePublisher() const;
