@@ -62,7 +62,7 @@ QCoro::Task<> Publishing::publishProject(VideoProject project, WorkControl contr
     m_typedPolicy = TypedPolicy{.project = project.id, .domains = m_domainText, .isPublic = m_publicLink};
     const auto done = qScopeGuard([this] { endTypedPolicy(); });
     co_await m_parts.server.saveSettings(control);
-    // Called on a worker thread. Runs before the code after `co_await`: both go through the same event queue.
+    // Called on a worker thread. The event queue delivers its status before the work resumes the coroutine.
     const auto showActivity = [this](const std::string& text) {
         QMetaObject::invokeMethod(
             this, [this, text] { m_parts.operation.setStatus(QString::fromStdString(text)); }, Qt::QueuedConnection);

@@ -43,8 +43,8 @@ public:
     };
     explicit Publishing(const Parts& parts);
 
-    /// Renders and packages the open project, unless the present version already is, uploads it and stores its address: a
-    /// job of the queue. Finally copies the embed code to the clipboard.
+    /// Renders and packages the open project, unless the present version already is, then uploads it and stores its address:
+    /// a job of the queue. Finally copies the embed code to the clipboard.
     Q_INVOKABLE void publish();
     /// Withdraws the open project's video from the server: a long operation. Ignored unless it is published.
     Q_INVOKABLE void unpublish();

@@ -169,7 +169,7 @@ private:
     bool m_unheard = false;
     std::optional<Uuid> m_before; ///< The project that was open before the recording.
     std::optional<Rect> m_sameRegion; ///< The region of a retake.
-    bool m_startsAgain = false; ///< Start again when the running operation has ended.
+    bool m_startsAgain = false; ///< Starts again once the running operation has ended.
     QTimer m_clock; ///< Shows the time while recording.
     std::shared_ptr<RecordingSession> m_session; ///< Set while recording.
     SerialWorker m_worker; ///< Makes all calls to the session, in order.

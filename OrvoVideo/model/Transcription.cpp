@@ -78,7 +78,7 @@ void Transcription::downloadModel(const QString& model)
 QCoro::Task<> Transcription::transcribeProject(VideoProject project, WorkControl control)
 {
     m_parts.operation.setStatus(QStringLiteral("Preparando audio para la transcripción local…"));
-    // Called on a worker thread. Runs before the code after `co_await`: both go through the same event queue.
+    // Called on a worker thread. The event queue delivers its status before the work resumes the coroutine.
     const auto audioReady = [this] {
         QMetaObject::invokeMethod(
             this,
