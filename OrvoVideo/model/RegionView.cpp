@@ -33,7 +33,7 @@ void RegionView::setSpace(QSizeF size, QSizeF pixels)
 
 void RegionView::propose(const QRectF& rect)
 {
-    if (rect.width() > smallest && rect.height() > smallest)
+    if (rect.width() > minSize && rect.height() > minSize)
         m_proposed = rect;
 }
 
@@ -64,7 +64,7 @@ void RegionView::mouseUp(QPointF at)
     }
     m_drawing = false;
     const QRectF rect = dragged();
-    completion(rect.width() > smallest && rect.height() > smallest ? std::optional(rect) : std::nullopt);
+    completion(rect.width() > minSize && rect.height() > minSize ? std::optional(rect) : std::nullopt);
 }
 
 void RegionView::keyDown(int key)
@@ -109,7 +109,7 @@ std::optional<RegionView::Grip> RegionView::gripAt(QPointF at) const
 /// Keeps the rectangle within the view and large enough to accept.
 void RegionView::drag(QPointF by)
 {
-    constexpr double minLength = smallest + 1;
+    constexpr double minLength = minSize + 1;
     QRectF rect = m_before;
     if (m_grip->whole) {
         const double x = std::clamp(rect.x() + by.x(), 0.0, std::max(0.0, m_size.width() - rect.width()));

@@ -17,7 +17,7 @@ namespace orvo {
 class RegionView {
 public:
     /// A drag of at most this size in either direction cancels.
-    static constexpr double smallest = 20;
+    static constexpr double minSize = 20;
 
     /// Called once per gesture with the chosen rectangle, or nullopt if the user has cancelled.
     std::function<void(std::optional<QRectF>)> completion;
