@@ -28,7 +28,7 @@ public:
     std::vector<double> expected; ///< Seeks announced with `expectSeek`.
     std::vector<std::pair<std::size_t, double>> volumes;
     bool holdsAnswers = false; ///< Only `answer()` completes loads.
-    QImage image; ///< What `frame()` returns.
+    QImage image; ///< Returned by `frame()`.
 
     /// The loaded composition; null without one.
     const PreviewComposition* composition() const { return m_hasComposition ? &m_composition : nullptr; }
