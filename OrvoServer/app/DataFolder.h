@@ -27,8 +27,8 @@ public:
     }
 
     /// Creates the data folder and returns the credential, of which only a hash is stored. Returns empty if another instance
-    /// already uses the database; its credential stays valid. Throws `Error` if the folder holds a server, `DatabaseError` and
-    /// file system errors.
+    /// already uses the database; its credential stays valid. Throws `Error` if the folder holds a server, `DatabaseError`
+    /// and file system errors.
     std::string init(const NewServer& server) const;
 
     /// Throws `Error` if the folder holds no server or its configuration is invalid.

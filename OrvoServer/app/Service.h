@@ -36,8 +36,8 @@ public:
     void run();
     /// Thread-safe.
     void stop();
-    /// Thread-safe. Reloads the certificate files for new connections; logs an unusable file and keeps the old certificate. The
-    /// service also checks the files every five minutes.
+    /// Thread-safe. Reloads the certificate files for new connections; logs an unusable file and keeps the old certificate.
+    /// The service also checks the files every five minutes.
     void reloadCertificate();
 
 private:

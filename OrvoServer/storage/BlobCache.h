@@ -11,8 +11,8 @@
 
 namespace orvo::server {
 
-/// Caches files of a remote store on the local disk. Fetches whole files; concurrent requests share one fetch. Evicts the least
-/// recently used files, also if something else fills the disk.
+/// Caches files of a remote store on the local disk. Fetches whole files; concurrent requests share one fetch. Evicts the
+/// least recently used files, also if something else fills the disk.
 class BlobCache final : public FileSource {
 public:
     /// Adopts the files of an earlier run in `folder`. Throws file system errors.

@@ -12,8 +12,8 @@ namespace orvo::server {
 
 /// Stores finished files in a folder, an S3-compatible service or Google Drive.
 ///
-/// The server creates the keys: letters, digits, "-", "_" and "/" between non-empty parts. Calls block, so use worker threads.
-/// Thread-safe. Throws `StoreError` with a Spanish text for the author.
+/// The server creates the keys: letters, digits, "-", "_" and "/" between non-empty parts. Calls block, so use worker
+/// threads. Thread-safe. Throws `StoreError` with a Spanish text for the author.
 class BlobStore {
 public:
     /// The state that `api/status` and the health checks report.

@@ -33,12 +33,12 @@ public:
     bool isConfigured() const;
     bool isAuthorised() const;
 
-    /// Returns the address where the author grants the permission. Invalidates an earlier start. Throws `StoreError` without a
-    /// client.
+    /// Returns the address where the author grants the permission. Invalidates an earlier start. Throws `StoreError` without
+    /// a client.
     std::string start();
 
-    /// Completes the authorisation with the parameters of Google's redirection. `state` must be that of the last start, is valid
-    /// once and for `startLife`. Throws `StoreError` with a text for the author.
+    /// Completes the authorisation with the parameters of Google's redirection. `state` must be that of the last start, is
+    /// valid once and for `startLife`. Throws `StoreError` with a text for the author.
     void finish(const std::string& code, const std::string& state, const std::stop_token& stop = {});
 
     /// Returns a token for requests. Renews it a minute before it expires, or at once with `renew`. Throws `StoreError`

@@ -9,8 +9,8 @@ namespace orvo::server {
 
 /// Stores private files in a folder "Orvo Video" of the author's Google Drive, each with its key as an application property.
 ///
-/// Makes at most ten calls a second and retries rate-limited ones. Uploads are resumable: after a lost connection they continue
-/// at the offset that the service reports.
+/// Makes at most ten calls a second and retries rate-limited ones. Uploads are resumable: after a lost connection they
+/// continue at the offset that the service reports.
 class DriveStore final : public BlobStore {
 public:
     struct Settings {

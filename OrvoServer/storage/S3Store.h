@@ -8,8 +8,8 @@
 
 namespace orvo::server {
 
-/// Stores files in an S3-compatible service. Requests are path-style, with AWS signatures, version 4, and the SHA-256 of their
-/// body.
+/// Stores files in an S3-compatible service. Requests are path-style, with AWS signatures, version 4, and the SHA-256 of
+/// their body.
 class S3Store final : public BlobStore {
 public:
     struct Settings {

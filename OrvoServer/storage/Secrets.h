@@ -25,8 +25,8 @@ public:
 /// Seals texts with AES-256-GCM under one key and a name. `open` rejects a text that was sealed under another name.
 class SecretBox {
 public:
-    /// Reads the key file, or creates one that only its owner can read. Throws file system errors, and `Error` for an invalid
-    /// key file.
+    /// Reads the key file, or creates one that only its owner can read. Throws file system errors, and `Error` for an
+    /// invalid key file.
     explicit SecretBox(const std::filesystem::path& keyFile);
     ~SecretBox();
 

@@ -61,8 +61,8 @@ public:
     Transfer(const Transfer&) = delete;
     Transfer& operator=(const Transfer&) = delete;
 
-    /// Returns the response, whatever its status. Does not follow redirections. Throws `StoreError` (`passing`) if no response
-    /// arrives, file system errors for `part` and `target`, and `Cancelled`.
+    /// Returns the response, whatever its status. Does not follow redirections. Throws `StoreError` (`passing`) if no
+    /// response arrives, file system errors for `part` and `target`, and `Cancelled`.
     TransferResponse perform(const TransferRequest& request, const std::stop_token& stop);
 
 private:
@@ -80,8 +80,8 @@ public:
 
     explicit Retries(Pause pause = {});
 
-    /// Calls `attempt` up to six times while it throws a `StoreError` of kind `passing`. Pauses for 0.5, 1, 2, 4 and 8 seconds,
-    /// each plus up to 25 % at random. Throws the last error, and `Cancelled`.
+    /// Calls `attempt` up to six times while it throws a `StoreError` of kind `passing`. Pauses for 0.5, 1, 2, 4 and 8
+    /// seconds, each plus up to 25 % at random. Throws the last error, and `Cancelled`.
     void run(const std::function<void()>& attempt, const std::stop_token& stop) const;
 
     void pause(std::chrono::milliseconds time, const std::stop_token& stop) const { m_pause(time, stop); }

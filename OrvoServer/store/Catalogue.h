@@ -101,8 +101,8 @@ public:
     /// Ignores unknown videos.
     void withdraw(const std::string& video);
 
-    /// Registers a revision. Files whose content is already stored are ready at once. Returns nullopt if the video is unknown
-    /// or withdrawn.
+    /// Registers a revision. Files whose content is already stored are ready at once. Returns nullopt if the video is
+    /// unknown or withdrawn.
     std::optional<RegisteredRevision> registerRevision(const std::string& video, const std::vector<AnnouncedFile>& files);
     /// Returns nullopt if the revision is unknown, withdrawn or collected.
     std::optional<std::vector<FileRecord>> filesOf(const std::string& revision);

@@ -27,8 +27,8 @@ public:
     {
     }
 
-    /// Removes old revisions and schedules the removal of contents that no file needs. Returns the uploads of the removed files,
-    /// whose partial bytes can be deleted.
+    /// Removes old revisions and schedules the removal of contents that no file needs. Returns the uploads of the removed
+    /// files, whose partial bytes can be deleted.
     std::vector<std::string> forgetOld();
 
     /// Keys to remove from the store now. Returns them again until `removed` is called.
@@ -38,8 +38,8 @@ public:
     /// Suspends removal for a backup until this time, in seconds since 1970.
     void hold(std::int64_t until);
 
-    /// Returns whether removal is suspended: for a backup, or for a day after the clock has jumped by more than a day, because
-    /// ages are then unreliable. Call before each collection, since it also detects the jumps.
+    /// Returns whether removal is suspended: for a backup, or for a day after the clock has jumped by more than a day,
+    /// because ages are then unreliable. Call before each collection, since it also detects the jumps.
     bool isHeld();
 
     /// Returns whether an upload still receives bytes or waits to be stored.

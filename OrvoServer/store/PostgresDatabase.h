@@ -9,8 +9,8 @@ namespace orvo::server {
 
 /// A PostgreSQL database that several instances of the server share.
 ///
-/// Writers of all instances take turns by an advisory lock, as SQLite's do by its file lock, so that read-then-write statements
-/// behave the same on both. Replaces connections that the database server has closed.
+/// Writers of all instances take turns by an advisory lock, as SQLite's do by its file lock, so that read-then-write
+/// statements behave the same on both. Replaces connections that the database server has closed.
 class PostgresDatabase final : public Database {
 public:
     /// `address` is a connection string or URL ("postgresql://user@host/name"). Throws `DatabaseError`.

@@ -74,12 +74,12 @@ public:
     /// Returns the number of flushed bytes. Cancels the writer.
     std::uint64_t offsetOf(const FileRecord& file);
 
-    /// Begins to receive a piece; the writer skips bytes that the file already has. Throws `UploadRefused` if the size differs
-    /// from the announced one or the piece starts beyond the offset, and file system errors.
+    /// Begins to receive a piece; the writer skips bytes that the file already has. Throws `UploadRefused` if the size
+    /// differs from the announced one or the piece starts beyond the offset, and file system errors.
     std::unique_ptr<Writer> begin(const FileRecord& file, const Piece& piece);
 
-    /// Compares the complete file with the announced size and digest; discards a wrong one and returns false. Throws file system
-    /// errors and `Cancelled`.
+    /// Compares the complete file with the announced size and digest; discards a wrong one and returns false. Throws file
+    /// system errors and `Cancelled`.
     bool verify(const FileRecord& file, const std::stop_token& stop);
 
     std::filesystem::path pathOf(const std::string& upload) const { return m_folder / upload; }

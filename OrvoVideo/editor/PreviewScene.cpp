@@ -227,8 +227,8 @@ QPointF PreviewScene::pointer() const
 {
     if (!m_pointer)
         return {};
-    return {wholePixels(m_pointer->x, m_frameSize.width()) * m_pixel,
-        wholePixels(m_pointer->y, m_frameSize.height()) * m_pixel};
+    return {
+        wholePixels(m_pointer->x, m_frameSize.width()) * m_pixel, wholePixels(m_pointer->y, m_frameSize.height()) * m_pixel};
 }
 
 QVariantList PreviewScene::halos() const

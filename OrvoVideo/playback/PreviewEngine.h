@@ -86,8 +86,7 @@ private:
     void expectNext();
 
     MediaFacts factsOf(const std::filesystem::path& file, const std::stop_token& stop);
-    QImage frameOf(
-        long frame, VideoSource::Want want, const std::stop_token& stop, const VideoSource::GiveUp& giveUp = {});
+    QImage frameOf(long frame, VideoSource::Want want, const std::stop_token& stop, const VideoSource::GiveUp& giveUp = {});
     void showExactly(long frame, const std::stop_token& stop, const VideoSource::GiveUp& giveUp = {});
     void show(QImage image);
     QSize canvas() const;

@@ -77,8 +77,7 @@ QCoro::Task<> SourceMirror::take(CaptureSource source)
     const FrameSize maxSize{static_cast<int>(std::ceil(width() * ratio)), static_cast<int>(std::ceil(height() * ratio))};
     QImage frame;
     try {
-        if (const auto taken =
-                co_await m_workers.run([source, maxSize] { return CaptureSources::frame(source, maxSize); }))
+        if (const auto taken = co_await m_workers.run([source, maxSize] { return CaptureSources::frame(source, maxSize); }))
             frame = CaptureChoice::imageOf(*taken);
     } catch (const Cancelled&) {
         co_return; // This object is being destroyed.

@@ -22,8 +22,8 @@ using namespace server;
 /// A publication during which the server is killed repeatedly.
 class Crash : public ServerProgram {
 protected:
-    /// Checks that acknowledged data survives each failure and that viewers get complete revisions only. `fail` ends the server
-    /// at a random moment, on another thread; `repair` prepares its restart.
+    /// Checks that acknowledged data survives each failure and that viewers get complete revisions only. `fail` ends the
+    /// server at a random moment, on another thread; `repair` prepares its restart.
     void publishThrough(int count, const std::function<void()>& fail, const std::function<void()>& repair);
 
     /// Responses after the power cut do not count: the file system may then report success for a lost write.
@@ -124,8 +124,8 @@ TEST_F(Crash, KeepsAcknowledgedDataWhenKilled)
     publishThrough(40, [this] { program->signal(SIGKILL); }, [] {});
 }
 
-/// A data folder on its own file system, whose power cut discards the journal. The image is sparse, because the server registers
-/// no revision with less than 1 GB free.
+/// A data folder on its own file system, whose power cut discards the journal. The image is sparse, because the server
+/// registers no revision with less than 1 GB free.
 class PowerCut : public Crash {
 protected:
     void SetUp() override

@@ -68,9 +68,9 @@ std::shared_ptr<const FrameMemory> GraphicsFrame::inMemory(FrameSize target) con
     using Order = FrameFitter::Source::Order;
     auto frame = std::make_shared<FrameMemory>(target);
     FrameFitter().draw({.data = mapping.bytes() + offset,
-                             .stride = static_cast<int>(stride),
-                             .size = size,
-                             .order = isRedFirst ? Order::redGreenBlue : Order::blueGreenRed},
+                           .stride = static_cast<int>(stride),
+                           .size = size,
+                           .order = isRedFirst ? Order::redGreenBlue : Order::blueGreenRed},
         *frame);
     return frame;
 }

@@ -228,8 +228,7 @@ void FrameEncoder::avoid(const FrameEncoder& encoder)
     std::erase_if(best, [&](const auto& one) { return one.second.name == encoder.name; });
 }
 
-std::optional<FrameEncoder> FrameEncoder::firstThatWorks(
-    std::span<const FrameEncoder> candidates, FrameSize size, int fps)
+std::optional<FrameEncoder> FrameEncoder::firstThatWorks(std::span<const FrameEncoder> candidates, FrameSize size, int fps)
 {
     startGStreamer();
     const auto found = std::ranges::find_if(

@@ -53,8 +53,7 @@ struct FrameEncoder {
     static void avoidGraphics(const FrameEncoder& encoder);
 
     /// The first installed candidate that passes a trial with frames of this size. Blocks.
-    static std::optional<FrameEncoder> firstThatWorks(
-        std::span<const FrameEncoder> candidates, FrameSize size, int fps);
+    static std::optional<FrameEncoder> firstThatWorks(std::span<const FrameEncoder> candidates, FrameSize size, int fps);
 };
 
 } // namespace orvo

@@ -1,9 +1,9 @@
 #include "Desktop.h"
+#include "TestSupport/AudioWorld.h"
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/PrivateBus.h"
 #include "TestSupport/Projects.h"
-#include "TestSupport/AudioWorld.h"
 #include "VideoCore/ProjectStore.h"
 
 #include <QDBusInterface>

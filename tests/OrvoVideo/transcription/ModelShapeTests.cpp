@@ -17,8 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Files with the layers, heads, bands and vocabulary of every model, but narrower and with random weights. An alignment head
-/// that a model does not have would prevent loading.
+/// Files with the layers, heads, bands and vocabulary of every model, but narrower and with random weights. An alignment
+/// head that a model does not have would prevent loading.
 TEST(ModelShapes, LoadsAndAlignsEveryModelOfTheCatalogue)
 {
     struct Case {

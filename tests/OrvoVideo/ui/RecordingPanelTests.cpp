@@ -1,7 +1,7 @@
+#include "TestSupport/AudioWorld.h"
 #include "TestSupport/EventLoop.h"
 #include "TestSupport/FakePortal.h"
 #include "TestSupport/PrivateBus.h"
-#include "TestSupport/AudioWorld.h"
 #include "TestSupport/VirtualDisplay.h"
 #include "WindowFixture.h"
 
