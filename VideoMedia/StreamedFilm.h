@@ -13,7 +13,7 @@ namespace orvo::StreamedFilm {
 struct Copies {
     /// The frames, into a step of the ladder: H.264 of that size in 4:2:0, a key frame at the beginning of every segment,
     /// and no segment above the bit rate that the master playlist declares for the step.
-    bool frame = false;
+    bool video = false;
     /// The audio, into all steps: AAC, mono or stereo, with at most about the bit rate that the ladder plans for it.
     bool audio = false;
 };
