@@ -56,7 +56,7 @@ protected:
     Desktop desktop;
 };
 
-TEST_F(ApplicationTests, ALessonIsCutAndExportedWithTheKeyboardAlone)
+TEST_F(ApplicationTests, CutsAndExportsALessonWithTheKeyboardAlone)
 {
     ASSERT_TRUE(desktop.startApplication(store.root(), {id()}));
     ASSERT_TRUE(desktop.focusWindow("Clase de prueba"));
@@ -84,7 +84,7 @@ TEST_F(ApplicationTests, ALessonIsCutAndExportedWithTheKeyboardAlone)
     EXPECT_EQ(edit().cuts.size(), 1U);
 }
 
-TEST_F(ApplicationTests, TheTimelineIsEditedWithThePointerAndNothingIsLostWhenItIsKilled)
+TEST_F(ApplicationTests, EditsTheTimelineWithThePointerAndKeepsEditsWhenKilled)
 {
     ASSERT_TRUE(desktop.startApplication(store.root(), {id()}));
     ASSERT_TRUE(desktop.focusWindow("Clase de prueba"));
@@ -104,7 +104,7 @@ TEST_F(ApplicationTests, TheTimelineIsEditedWithThePointerAndNothingIsLostWhenIt
     EXPECT_EQ(desktop.applicationEnd(), 0);
 }
 
-TEST_F(ApplicationTests, ALessonIsRecordedWithTheGlobalShortcutsAlone)
+TEST_F(ApplicationTests, RecordsALessonWithTheGlobalShortcutsAlone)
 {
     const AudioWorld audio;
     const auto recorded = [&] {
@@ -139,7 +139,7 @@ TEST_F(ApplicationTests, ALessonIsRecordedWithTheGlobalShortcutsAlone)
     EXPECT_NEAR(probe(store.mediaURL(lesson, "media/screen.mov")).videoDuration, lesson.duration, 0.3);
 }
 
-TEST_F(ApplicationTests, TheDesktopHandsItFilesByItsNameOnTheBus)
+TEST_F(ApplicationTests, OpensFilesFromTheDesktopOverTheBus)
 {
     const PrivateBus bus;
     ASSERT_TRUE(desktop.startOnBus(bus.address()));
@@ -158,7 +158,7 @@ TEST_F(ApplicationTests, TheDesktopHandsItFilesByItsNameOnTheBus)
     QDBusConnection::disconnectFromBus("desktop");
 }
 
-TEST(ApplicationAnswers, OnTheTerminalInSpanishWithoutADisplay)
+TEST(ApplicationAnswers, RepliesInSpanishWithoutADisplay)
 {
     struct Case {
         QStringList arguments;

@@ -41,7 +41,7 @@ protected:
     }
 };
 
-TEST_F(ExportWindowTests, MakesWhatThePresetIsFor)
+TEST_F(ExportWindowTests, ExportsTheFileTypeOfThePreset)
 {
     showWith(withMovie("Parte 1/2: ¿qué?", 3));
     model->setSelectedSpan({1, 2});
@@ -64,7 +64,7 @@ TEST_F(ExportWindowTests, MakesWhatThePresetIsFor)
     EXPECT_EQ(panels->folders.back(), folder.path()) << "the folder of the last export";
 }
 
-TEST_F(ExportWindowTests, ExportsTheSelectionAloneWithTheOwnSettings)
+TEST_F(ExportWindowTests, ExportsOnlyTheSelectionWithCustomSettings)
 {
     const auto lesson = showWith(withMovie("Clase", 4));
     model->setSelectedSpan({1, 3});
@@ -79,7 +79,7 @@ TEST_F(ExportWindowTests, ExportsTheSelectionAloneWithTheOwnSettings)
     EXPECT_EQ(onDisk(lesson.id).edit.cuts.size(), 0U) << "the project is not cut";
 }
 
-TEST_F(ExportWindowTests, EverythingElseGoesOnBesideAnExport)
+TEST_F(ExportWindowTests, KeepsTheWindowUsableDuringAnExport)
 {
     const auto lesson = withMovie("Larga", 60);
     const auto other = movie("Otra.mp4", 1);
@@ -113,7 +113,7 @@ TEST_F(ExportWindowTests, EverythingElseGoesOnBesideAnExport)
     EXPECT_TRUE(waitUntil([&] { return !control(QAccessible::Button, "Cancelar"); }));
 }
 
-TEST_F(ExportWindowTests, TheWindowCanCloseWhenTheExportIsDone)
+TEST_F(ExportWindowTests, ClosesTheWindowWhenTheExportEnds)
 {
     showWith(withMovie("Clase", 20));
     key(Qt::Key_E, Qt::ControlModifier);

@@ -56,7 +56,7 @@ private:
     const QByteArray m_bus = qgetenv("DBUS_SESSION_BUS_ADDRESS");
 };
 
-TEST_F(HelpWindowTests, TheFirstStartShowsTheEquipmentOnce)
+TEST_F(HelpWindowTests, ShowsTheEquipmentOnceOnTheFirstStart)
 {
     show();
     window->greet();
@@ -84,7 +84,7 @@ TEST_F(HelpWindowTests, TheFirstStartShowsTheEquipmentOnce)
     EXPECT_TRUE(appears(QAccessible::Heading, "Atajos globales"));
 }
 
-TEST_F(HelpWindowTests, ACommandIsCopiedAndAModelDownloadedFromTheCheck)
+TEST_F(HelpWindowTests, CopiesACommandAndDownloadsAModelFromTheCheck)
 {
     const fs::path models = folder / "data/OrvoVideo/Modelos";
     fs::create_directories(models);
@@ -116,7 +116,7 @@ TEST_F(HelpWindowTests, ACommandIsCopiedAndAModelDownloadedFromTheCheck)
     EXPECT_EQ(model->status(), "Orden copiada");
 }
 
-TEST_F(HelpWindowTests, TheFirstTranscriptionAsksForTheModelAndKeepsTheAnswer)
+TEST_F(HelpWindowTests, AsksForTheModelBeforeTheFirstTranscriptionOnly)
 {
     fs::create_directories(folder / "data/OrvoVideo/Modelos");
     std::ofstream(folder / "data/OrvoVideo/Modelos/velocidad.txt")
@@ -157,7 +157,7 @@ TEST_F(HelpWindowTests, TheFirstTranscriptionAsksForTheModelAndKeepsTheAnswer)
     EXPECT_EQ(StoredSettings::text("transcription.chosen"), "true");
 }
 
-TEST_F(HelpWindowTests, TheStepsForTheExtensionStayOpenUntilItIsInstalled)
+TEST_F(HelpWindowTests, KeepsTheExtensionStepsOpenUntilItIsInstalled)
 {
     browsers.home = folder / "home";
     show();
@@ -180,7 +180,7 @@ TEST_F(HelpWindowTests, TheStepsForTheExtensionStayOpenUntilItIsInstalled)
     EXPECT_TRUE(appears(QAccessible::Button, "Copiar chrome://extensions"));
 }
 
-TEST_F(HelpWindowTests, TheGuideIsSearchedInTheApplication)
+TEST_F(HelpWindowTests, SearchesTheGuide)
 {
     show();
     openFromMenu("Guía");

@@ -21,7 +21,7 @@ protected:
     }
 };
 
-TEST_F(KeyboardWindowTests, TabReachesEverythingThatIsNamed)
+TEST_F(KeyboardWindowTests, ReachesEveryNamedControlWithTab)
 {
     const auto lesson = withMovie("Demo");
     show();
@@ -54,7 +54,7 @@ bool isInSight(const QQuickItem& item)
     return true;
 }
 
-TEST_F(KeyboardWindowTests, WhatGetsTheKeyboardIsScrolledIntoSight)
+TEST_F(KeyboardWindowTests, ScrollsTheFocusedControlIntoView)
 {
     auto lesson = withMovie("Demo", 30);
     for (int i = 0; i < 14; ++i) {
@@ -107,7 +107,7 @@ TEST_F(KeyboardWindowTests, WhatGetsTheKeyboardIsScrolledIntoSight)
     walk("Ajustes", Qt::Key_Tab, 30);
 }
 
-TEST_F(KeyboardWindowTests, EverythingThatTakesTheKeyboardHasANameAndARole)
+TEST_F(KeyboardWindowTests, GivesEveryFocusableItemANameAndARole)
 {
     auto lesson = withMovie("Demo");
     lesson.edit = fullProject().edit;

@@ -128,7 +128,7 @@ TEST_F(LibraryWindowTests, MovesSeveralToTheTrashAndPutsThemBack)
     EXPECT_FALSE(control(QAccessible::Button, "Deshacer: 2 vídeos están en la papelera"));
 }
 
-TEST_F(LibraryWindowTests, AsksBeforeWhatIsPublishedGoesAndRefusesWhatIsInUse)
+TEST_F(LibraryWindowTests, AsksBeforeTrashingPublishedProjectsAndKeepsThoseInUse)
 {
     auto lesson = VideoProject::make("Publicada");
     lesson.publication = Publication{.videoID = "v", .url = "https://example.org/v"};
@@ -185,7 +185,7 @@ TEST_F(LibraryWindowTests, SearchesAndSorts)
     EXPECT_TRUE(waitForRow("baile"));
 }
 
-TEST_F(LibraryWindowTests, FollowsWhatOtherProgramsDoWithTheFolder)
+TEST_F(LibraryWindowTests, FollowsChangesByOtherPrograms)
 {
     const auto open = showWith(add(VideoProject::make("Abierta")));
     auto other = VideoProject::make("De otro programa");
@@ -201,7 +201,7 @@ TEST_F(LibraryWindowTests, FollowsWhatOtherProgramsDoWithTheFolder)
     EXPECT_EQ(project().id, open.id);
 }
 
-TEST_F(LibraryWindowTests, AFailedImportIsARowThatSaysWhy)
+TEST_F(LibraryWindowTests, ShowsAFailedImportAsARowWithTheReason)
 {
     show();
     std::ofstream(folder / "apuntes.mp4") << "this is no movie";
@@ -219,7 +219,7 @@ TEST_F(LibraryWindowTests, AFailedImportIsARowThatSaysWhy)
     EXPECT_TRUE(waitForRow("apuntes", false));
 }
 
-TEST_F(LibraryWindowTests, SaysWhatTakesSpaceAndFreesWhatIsNotNeeded)
+TEST_F(LibraryWindowTests, ListsUsedSpaceAndFreesUnneededFiles)
 {
     const auto lesson = withMovie("Clase", 1);
     const fs::path project = store.directory(lesson.id);
@@ -242,7 +242,7 @@ TEST_F(LibraryWindowTests, SaysWhatTakesSpaceAndFreesWhatIsNotNeeded)
     click(QAccessible::Button, "Cerrar");
 }
 
-TEST_F(LibraryWindowTests, TheTitleCanBeTypedWhenARecordingHasEnded)
+TEST_F(LibraryWindowTests, FocusesTheTitleWhenARecordingEnds)
 {
     showWith(add(VideoProject::make("Grabación 3")));
     emit model->recorder()->saved();

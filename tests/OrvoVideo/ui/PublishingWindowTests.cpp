@@ -34,7 +34,7 @@ protected:
     PublishingServer server;
 };
 
-TEST_F(PublishingWindow, FromEmptySettingsToAPublishedVideo)
+TEST_F(PublishingWindow, PublishesAVideoFromEmptySettings)
 {
     showWith(withMovie("Clase", 1));
     // Without a server the button shows what is missing.

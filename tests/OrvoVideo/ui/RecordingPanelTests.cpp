@@ -37,7 +37,7 @@ protected:
     VirtualDisplay display{"640x360"};
 };
 
-TEST_F(RecordingPanelTests, ARecordingIsPreparedStartedAndEnded)
+TEST_F(RecordingPanelTests, PreparesStartsAndEndsARecording)
 {
     show();
     key(Qt::Key_R, Qt::ControlModifier);
@@ -106,7 +106,7 @@ protected:
     QFile remote{"/dev/null"};
 };
 
-TEST_F(SharedPanelTests, SaysWhatIsSharedAgainAndEndsTheShareWithoutARecording)
+TEST_F(SharedPanelTests, ShowsTheReusedShareAndEndsItWithoutARecording)
 {
     show();
     click(QAccessible::Button, "Nueva grabación");
@@ -133,7 +133,7 @@ TEST_F(SharedPanelTests, SaysWhatIsSharedAgainAndEndsTheShareWithoutARecording)
     EXPECT_TRUE(comesToHold([&] { return !model->busy() && portal.openSessions.isEmpty(); }));
 }
 
-TEST_F(RecordingPanelTests, AnUnpluggedMicrophoneIsShownAndAnotherCanBeChosen)
+TEST_F(RecordingPanelTests, ShowsAnUnpluggedMicrophoneAndOffersOthers)
 {
     qunsetenv("PULSE_SERVER");
     AudioWorld audio;
@@ -166,7 +166,7 @@ TEST_F(RecordingPanelTests, AnUnpluggedMicrophoneIsShownAndAnotherCanBeChosen)
     EXPECT_EQ(model->options().microphoneDevice, AudioWorld::microphone);
 }
 
-TEST_F(RecordingPanelTests, EscapeLeavesAndReturnRecords)
+TEST_F(RecordingPanelTests, LeavesOnEscapeAndRecordsOnReturn)
 {
     show();
     click(QAccessible::Button, "Nueva grabación");

@@ -53,7 +53,7 @@ protected:
     std::unique_ptr<QQuickItem> image;
 };
 
-TEST_F(ThumbnailTests, AFrameIsMadeOnceAndKeptOutsideTheLibrary)
+TEST_F(ThumbnailTests, MakesAFrameOnceAndKeepsItOutsideTheLibrary)
 {
     const auto file = movie();
     ASSERT_EQ(height(file), ThumbnailProvider::height);
@@ -76,7 +76,7 @@ TEST_F(ThumbnailTests, AFrameIsMadeOnceAndKeptOutsideTheLibrary)
     EXPECT_THAT(kept(), testing::SizeIs(2));
 }
 
-TEST_F(ThumbnailTests, ShowsTheStreamThatFilmsShow)
+TEST_F(ThumbnailTests, ShowsTheFirstVideoStream)
 {
     const auto file = folder / "dos.mp4";
     ffmpeg({"-f", "lavfi", "-i", "color=red:size=320x180:rate=10:duration=2", "-f", "lavfi", "-i",
@@ -88,7 +88,7 @@ TEST_F(ThumbnailTests, ShowsTheStreamThatFilmsShow)
     EXPECT_LT(colour.blue(), 80);
 }
 
-TEST_F(ThumbnailTests, WhatIsNoMovieHasNoFrame)
+TEST_F(ThumbnailTests, ShowsNoFrameForNonMovies)
 {
     const auto file = folder / "no.mp4";
     EXPECT_EQ(height(file), 0);
@@ -96,7 +96,7 @@ TEST_F(ThumbnailTests, WhatIsNoMovieHasNoFrame)
     EXPECT_EQ(height(file), 0);
 }
 
-TEST_F(ThumbnailTests, NothingIsMadeAfterTheWindow)
+TEST_F(ThumbnailTests, MakesNoFrameAfterTheWindowCloses)
 {
     for (const char* title : {"Uno", "Dos", "Tres"})
         withMovie(title);
@@ -108,7 +108,7 @@ TEST_F(ThumbnailTests, NothingIsMadeAfterTheWindow)
     EXPECT_EQ(kept(), before) << "an application that ends has no thread that still makes a picture";
 }
 
-TEST_F(ThumbnailTests, AProjectShowsItsScreenAndNothingOutsideItsFolder)
+TEST_F(ThumbnailTests, ShowsTheScreenTrackOnlyInsideTheProjectFolder)
 {
     const auto real = withMovie("Con vídeo");
     auto outside = VideoProject::make("Fuera");

@@ -260,7 +260,7 @@ TEST_F(WindowFitTests, StartsInsideTheScreenAndStaysMaximized)
     EXPECT_EQ(view().windowStates(), Qt::WindowMaximized);
 }
 
-TEST_F(WindowFitTests, EverythingFitsAtEverySize)
+TEST_F(WindowFitTests, FitsAllItemsAtEverySize)
 {
     const auto open = lesson();
     auto interrupted = withMovie("Interrumpida");

@@ -20,7 +20,7 @@ using testing::Contains;
 
 class WindowTests : public WindowFixture { };
 
-TEST_F(WindowTests, FromNothingToAnExportedMovie)
+TEST_F(WindowTests, ImportsAndExportsAMovie)
 {
     show();
     EXPECT_TRUE(control(QAccessible::StaticText, "Aún no hay vídeos"));
@@ -49,7 +49,7 @@ TEST_F(WindowTests, FromNothingToAnExportedMovie)
     EXPECT_TRUE(waitUntil([&] { return !control(QAccessible::Button, "Abrir"); }));
 }
 
-TEST_F(WindowTests, TheTitleIsEditedInPlace)
+TEST_F(WindowTests, EditsTheTitleInPlace)
 {
     const auto lesson = add(VideoProject::make("Antes"));
     show();
@@ -82,7 +82,7 @@ TEST_F(WindowTests, TheTitleIsEditedInPlace)
     EXPECT_FALSE(model->canUndo()) << "a title that was not changed is no edit";
 }
 
-TEST_F(WindowTests, ALongFailureShowsItsCauseAndIsCopiedWhole)
+TEST_F(WindowTests, ShowsTheCauseOfALongFailureAndCopiesAllOfIt)
 {
     show();
     QString report = "El proceso de vídeo falló: ffmpeg version 7.1\n";
@@ -116,7 +116,7 @@ TEST_F(WindowTests, ALongFailureShowsItsCauseAndIsCopiedWhole)
     EXPECT_TRUE(waitUntil([&] { return model->errorMessage().isEmpty(); }));
 }
 
-TEST_F(WindowTests, KeepsATypedTitleUntilTheProjectIsTaken)
+TEST_F(WindowTests, AppliesATypedTitleBeforeTheProjectIsUsed)
 {
     const auto lesson = add(VideoProject::make("Antes"));
     const auto next = add(VideoProject::make("Siguiente"));
@@ -154,7 +154,7 @@ TEST_F(WindowTests, KeepsATypedTitleUntilTheProjectIsTaken)
     EXPECT_EQ(onDisk(next.id).title, "Cerrada");
 }
 
-TEST_F(WindowTests, StepsAreNamedAndWalked)
+TEST_F(WindowTests, NamesUndoStepsAndMovesThroughThem)
 {
     showWith(withMovie("Uno"));
     model->update([](VideoProject& project) {
@@ -189,7 +189,7 @@ TEST_F(WindowTests, StepsAreNamedAndWalked)
     EXPECT_TRUE(control(QAccessible::Button, "Rehacer: transcribir"));
 }
 
-TEST_F(WindowTests, AClickLeavesALongTitleAlone)
+TEST_F(WindowTests, KeepsALongTitleWhenItIsClicked)
 {
     const auto lesson = showWith(add(VideoProject::make(std::string(300, 'a'))));
     click(QAccessible::EditableText, "Título");
@@ -198,7 +198,7 @@ TEST_F(WindowTests, AClickLeavesALongTitleAlone)
     EXPECT_FALSE(model->canUndo());
 }
 
-TEST_F(WindowTests, TypedNumbersCountForACut)
+TEST_F(WindowTests, CutsWithTypedNumbers)
 {
     auto lesson = VideoProject::make("Demo");
     lesson.duration = 10;
@@ -211,7 +211,7 @@ TEST_F(WindowTests, TypedNumbersCountForACut)
     EXPECT_THAT(project().edit.cuts, testing::ElementsAre(TimeSpan{0, 7.5}));
 }
 
-TEST_F(WindowTests, NothingIsEditedWhileSomethingIsRecorded)
+TEST_F(WindowTests, DisablesEditingWhileRecording)
 {
     const auto lesson = add(VideoProject::make("Demo"));
     const QString reason = "Mientras se graba no se puede editar. Pulsa «Terminar» para editar este vídeo.";
@@ -244,7 +244,7 @@ TEST_F(WindowTests, NothingIsEditedWhileSomethingIsRecorded)
     EXPECT_EQ(project().edit.events.size(), 1U) << "the editor has the keyboard again";
 }
 
-TEST_F(WindowTests, AFailureIsSaidAndAcknowledged)
+TEST_F(WindowTests, ShowsAFailureUntilItIsAcknowledged)
 {
     show();
     const auto file = folder / "no.mp4";
@@ -267,7 +267,7 @@ TEST_F(WindowTests, AFailureIsSaidAndAcknowledged)
     EXPECT_TRUE(waitUntil([&] { return model->errorMessage().isEmpty(); }));
 }
 
-TEST_F(WindowTests, ALostTrackCanBeLeftOut)
+TEST_F(WindowTests, RecoversWithoutALostTrack)
 {
     auto recording = withMovie("Interrumpida");
     recording.state = ProjectState::needsRecovery;
@@ -295,7 +295,7 @@ TEST_F(WindowTests, LooksForFfmpegAgainWhenTheApplicationComesToTheFront)
     EXPECT_EQ(looks.size(), 1);
 }
 
-TEST_F(WindowTests, AsksAgainAfterAnExitThatWasRefused)
+TEST_F(WindowTests, AsksAgainAfterARefusedExit)
 {
     showWith(add(VideoProject::make("Demo")));
     const Answer<int> end;
@@ -319,7 +319,7 @@ TEST_F(WindowTests, AsksAgainAfterAnExitThatWasRefused)
     end.give(0);
 }
 
-TEST_F(WindowTests, ThereIsNothingToAskWhenTheWorkHasEnded)
+TEST_F(WindowTests, ClosesTheQuestionWhenTheWorkEnds)
 {
     show();
     for (const bool fails : {true, false}) {
@@ -342,7 +342,7 @@ TEST_F(WindowTests, ThereIsNothingToAskWhenTheWorkHasEnded)
     EXPECT_TRUE(waitUntil([&] { return !view().isVisible(); }));
 }
 
-TEST_F(WindowTests, ProjectsAreChosenWithThePointerAndTheKeyboard)
+TEST_F(WindowTests, OpensProjectsWithThePointerAndTheKeyboard)
 {
     const auto first = add(VideoProject::make("Primera"));
     const auto second = add(VideoProject::make("Segunda"));
@@ -365,7 +365,7 @@ TEST_F(WindowTests, ProjectsAreChosenWithThePointerAndTheKeyboard)
     EXPECT_TRUE(waitUntil([&] { return project().id == second.id; }));
 }
 
-TEST_F(WindowTests, InANarrowWindowTheLibraryComesOverIt)
+TEST_F(WindowTests, OverlaysTheLibraryInANarrowWindow)
 {
     const auto lesson = add(VideoProject::make("Demo"));
     show();
@@ -380,7 +380,7 @@ TEST_F(WindowTests, InANarrowWindowTheLibraryComesOverIt)
     EXPECT_TRUE(waitUntil([&] { return control(QAccessible::ListItem, "Demo") != nullptr; }));
 }
 
-TEST_F(WindowTests, FilesAreDropped)
+TEST_F(WindowTests, ImportsDroppedFiles)
 {
     show();
     drop(movie("Uno.mp4"), 0.5, 0.5);
@@ -401,7 +401,7 @@ TEST_F(WindowTests, FilesAreDropped)
     EXPECT_FALSE(model->busy()) << "what is neither movie nor image is not taken";
 }
 
-TEST_F(WindowTests, SizeSidebarAndAppearanceAreRemembered)
+TEST_F(WindowTests, RemembersSizeSidebarAndAppearance)
 {
     const auto appearance = [&] { return qmlEngine(&view())->singletonInstance<Appearance*>("Orvo.Ui", "Appearance"); };
     show();

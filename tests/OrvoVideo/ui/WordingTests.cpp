@@ -25,7 +25,7 @@ TEST(WordingTests, NamesThisSystemWhereTheFixedTextsNameAnother)
     EXPECT_EQ(wording.here("Permisos del Mac de Ana"), "Permisos del Mac de Ana");
 }
 
-TEST(WordingTests, DaysAreSaidBriefly)
+TEST(WordingTests, FormatsDaysBriefly)
 {
     const QDateTime now({2026, 3, 2}, {0, 30});
     const auto at = [](int year, int month, int day) { return QDateTime({year, month, day}, {23, 59}); };
