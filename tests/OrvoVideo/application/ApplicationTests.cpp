@@ -36,15 +36,15 @@ protected:
 
     void TearDown() override
     {
-        if (const char* frames = std::getenv("ORVO_TEST_PICTURES"))
+        if (const char* pictures = std::getenv("ORVO_TEST_PICTURES"))
             desktop.photograph(
-                fs::path(frames) / (testing::UnitTest::GetInstance()->current_test_info()->name() + std::string(".png")));
+                fs::path(pictures) / (testing::UnitTest::GetInstance()->current_test_info()->name() + std::string(".png")));
     }
 
     EditState edit() const { return store.load(project.id).edit; }
     QString id() const { return QString::fromStdString(project.id.text()); }
 
-    /// Whether the document soon has exactly these cuts.
+    /// Waits until the document has exactly these cuts; false if it does not within the limit.
     bool hasCuts(const std::vector<TimeSpan>& cuts) const
     {
         return comesToHold([&] { return edit().cuts.items() == cuts; });
@@ -69,7 +69,7 @@ TEST_F(ApplicationTests, CutsAndExportsALessonWithTheKeyboardAlone)
     desktop.press({"z"});
     ASSERT_TRUE(comesToHold([&] { return edit().events.size() == 1; }));
 
-    desktop.press({"ctrl+e", "Return"}); // The sheet proposes what was chosen last.
+    desktop.press({"ctrl+e", "Return"}); // The sheet proposes the last choice.
     ASSERT_TRUE(desktop.focusWindow("Exportar vídeo"));
     const auto file = folder / "salida.mp4";
     desktop.press({"ctrl+a"});
@@ -78,7 +78,7 @@ TEST_F(ApplicationTests, CutsAndExportsALessonWithTheKeyboardAlone)
     ASSERT_TRUE(comesToHold([&] { return fs::exists(folder / "salida.srt"); }));
     EXPECT_NEAR(probe(file).videoDuration, 5, 0.04);
 
-    ASSERT_TRUE(desktop.focusWindow("^Clase de prueba")); // While it exports, the title begins with the progress.
+    ASSERT_TRUE(desktop.focusWindow("^Clase de prueba")); // The title begins with the progress during an export.
     desktop.press({"ctrl+q"});
     EXPECT_EQ(desktop.applicationEnd(), 0);
     EXPECT_EQ(edit().cuts.size(), 1U);
@@ -125,7 +125,7 @@ TEST_F(ApplicationTests, RecordsALessonWithTheGlobalShortcutsAlone)
     ASSERT_TRUE(lasts(paused + 3));
     desktop.press({"ctrl+alt+super+r"});
     ASSERT_TRUE(comesToHold([&] { return recorded().state == ProjectState::ready; }));
-    EXPECT_TRUE(desktop.focusWindow("Grabación ·")) << "the editor shows it";
+    EXPECT_TRUE(desktop.focusWindow("Grabación ·")) << "the editor opens the recording";
 
     const auto lesson = recorded();
     std::set<TrackKind> kinds;
@@ -163,7 +163,7 @@ TEST(ApplicationAnswers, RepliesInSpanishWithoutADisplay)
     struct Case {
         QStringList arguments;
         int status;
-        QString answer; ///< The beginning of it.
+        QString answer; ///< How the output begins.
     };
     const Case cases[]{
         {{"--help"}, 0, "Graba, edita"},

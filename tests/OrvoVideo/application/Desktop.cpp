@@ -12,7 +12,7 @@ QProcessEnvironment Desktop::environment() const
     variables.insert("XDG_CONFIG_HOME", home + "/config");
     variables.insert("QT_QPA_PLATFORM", "xcb");
     variables.remove("WAYLAND_DISPLAY");
-    // Otherwise the panels of a desktop would be asked for, on a bus that may be there.
+    // Without a bus, the application does not ask a desktop for its file panels.
     variables.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + home + "/no-bus");
     return variables;
 }

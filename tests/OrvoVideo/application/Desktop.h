@@ -9,7 +9,7 @@
 
 namespace orvo::test {
 
-/// A display of 1280×800 of its own, the keyboard and the pointer on it, and the application with a home folder of its own.
+/// The application on its own display of 1280×800, with its own keyboard, pointer and home folder.
 class Desktop {
 public:
     ~Desktop() { killApplication(); }
@@ -17,24 +17,24 @@ public:
     /// Starts the application on a library, with these arguments, and waits for its window.
     [[nodiscard]] bool startApplication(const std::filesystem::path& library, const QStringList& arguments = {});
 
-    /// Starts it on the usual library, `usualLibrary()`, with the session bus at this address.
+    /// Like `startApplication`, on the default library (`usualLibrary()`) and the session bus at this address.
     [[nodiscard]] bool startOnBus(const QString& bus);
     std::filesystem::path usualLibrary() const { return m_home / "data/OrvoVideo/Projects"; }
 
-    /// Waits for a window whose title contains this text, and gives it the keyboard.
+    /// Waits for a window whose title contains this text, and focuses it.
     [[nodiscard]] bool focusWindow(const QString& title);
 
     /// Presses keys one after the other: "i", "ctrl+z", "Right".
     void press(const QStringList& keys);
     void type(const QString& text);
-    /// Presses the button at one place, moves in steps and lets go at the other.
+    /// Drags with the left button, in steps.
     void drag(int fromX, int fromY, int toX, int toY);
 
-    /// Waits for the application's end; its exit status, or −1.
+    /// Waits until the application exits. Returns its exit status, or −1 if it was killed or is still running.
     int applicationEnd();
     void killApplication();
 
-    /// The picture of the display, for a test that fails.
+    /// Saves a screenshot of the display, to examine a failure.
     void photograph(const std::filesystem::path& file);
 
 private:

@@ -8,13 +8,13 @@ namespace {
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 
-/// The export as one moment: the sheet, what goes on beside it, and what comes after.
+/// The export sheet, other work during an export, and the end of an export.
 class ExportWindowTests : public WindowFixture {
 protected:
     void TearDown() override
     {
         if (model)
-            model->exports()->choice()->setPreset({}); // It is kept for the next run, which is the next test.
+            model->exports()->choice()->setPreset({}); // Settings outlive the model; the next test expects the default.
         WindowFixture::TearDown();
     }
 
@@ -61,7 +61,7 @@ TEST_F(ExportWindowTests, ExportsTheFileTypeOfThePreset)
     exportTo(folder / "clase.gif");
     ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
     EXPECT_NEAR(probe(folder / "clase.gif").videoDuration, 1, 0.2);
-    EXPECT_EQ(panels->folders.back(), folder.path()) << "the folder of the last export";
+    EXPECT_EQ(panels->folders.back(), folder.path()) << "proposes the folder of the last export";
 }
 
 TEST_F(ExportWindowTests, ExportsOnlyTheSelectionWithCustomSettings)
@@ -102,14 +102,14 @@ TEST_F(ExportWindowTests, KeepsTheWindowUsableDuringAnExport)
     panels->choice = other;
     click(QAccessible::Button, "Importar");
     ASSERT_TRUE(waitUntil([&] { return model->hasProject() && project().title == "Otra"; }));
-    EXPECT_TRUE(model->queue()->busy()) << "beside the export";
+    EXPECT_TRUE(model->queue()->busy()) << "the export continues";
     setTitle("Editada");
     ASSERT_TRUE(saved());
     click(QAccessible::Button, "Cancelar");
     ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
     EXPECT_TRUE(control(QAccessible::StatusBar, "Operación cancelada"));
     EXPECT_FALSE(fs::exists(folder / "uno.mp4") || fs::exists(folder / "dos.mp4"));
-    // The sound may still be read for the timeline.
+    // The audio may still be read for the timeline.
     EXPECT_TRUE(waitUntil([&] { return !control(QAccessible::Button, "Cancelar"); }));
 }
 
@@ -119,13 +119,13 @@ TEST_F(ExportWindowTests, ClosesTheWindowWhenTheExportEnds)
     key(Qt::Key_E, Qt::ControlModifier);
     exportTo(folder / "clase.mp4");
     EXPECT_FALSE(view().close());
-    key(Qt::Key_Return); // The default stays.
+    key(Qt::Key_Return); // The default button keeps the window open.
     ASSERT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Seguir aquí") == nullptr; }));
     EXPECT_TRUE(view().isVisible());
     EXPECT_FALSE(view().close());
     click(QAccessible::Button, "Terminar y salir después");
     ASSERT_TRUE(waitUntil([&] { return !view().isVisible(); }));
-    EXPECT_NEAR(probe(folder / "clase.mp4").videoDuration, 20, 0.2) << "the film is whole";
+    EXPECT_NEAR(probe(folder / "clase.mp4").videoDuration, 20, 0.2) << "the exported video is complete";
 }
 
 } // namespace

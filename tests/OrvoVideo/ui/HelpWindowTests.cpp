@@ -15,12 +15,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The check of the equipment, the choice of the speech model and the help, in the main window.
+/// The equipment check, the choice of the speech model and the help, in the main window.
 class HelpWindowTests : public WindowFixture {
 protected:
     HelpWindowTests()
     {
-        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"); // The same on every desktop.
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent"); // Independent of the real desktop.
     }
     ~HelpWindowTests() override { qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus); }
 
@@ -32,7 +32,7 @@ protected:
     {
         return comesToHold([&] { return control(role, name) == nullptr; });
     }
-    /// An item by its object name, also one that a list has made.
+    /// Finds an item by its object name, including list delegates, which `findChild` misses.
     static QQuickItem* itemCalled(QQuickItem* root, const QString& name)
     {
         if (root->objectName() == name)
@@ -66,7 +66,7 @@ TEST_F(HelpWindowTests, ShowsTheEquipmentOnceOnTheFirstStart)
         ASSERT_TRUE(row(name)) << name;
         const auto state = row(name)->property("itemState").toString();
         EXPECT_FALSE(row(name)->property("text").toString().isEmpty()) << name;
-        // Whatever is not as it should be says what to do.
+        // Every row that is not good shows advice.
         EXPECT_TRUE(state == "good" || !row(name)->property("advice").toString().isEmpty()) << name;
         EXPECT_FALSE(row(name)->property("buttonText").toString().isEmpty()) << name;
     }
@@ -79,7 +79,7 @@ TEST_F(HelpWindowTests, ShowsTheEquipmentOnceOnTheFirstStart)
 
     openFromMenu("Comprobar el equipo…");
     EXPECT_TRUE(appears(QAccessible::Heading, "Comprobar el equipo"));
-    click(QAccessible::Button, "Cambiar…"); // Of the shortcuts.
+    click(QAccessible::Button, "Cambiar…"); // The button in the row of the shortcuts.
     ASSERT_NO_FATAL_FAILURE(turnTo("Ajustes"));
     EXPECT_TRUE(appears(QAccessible::Heading, "Atajos globales"));
 }
@@ -94,7 +94,7 @@ TEST_F(HelpWindowTests, CopiesACommandAndDownloadsAModelFromTheCheck)
         progress(0.5);
         const auto file = models / SpeechModels::inCatalogue(name)->file;
         std::ofstream(file).flush();
-        fs::resize_file(file, SpeechModels::inCatalogue(name)->size); // A hole: it takes no room.
+        fs::resize_file(file, SpeechModels::inCatalogue(name)->size); // Sparse: takes no disk space.
         isDownloaded = true;
         return file;
     };
@@ -108,7 +108,7 @@ TEST_F(HelpWindowTests, CopiesACommandAndDownloadsAModelFromTheCheck)
     EXPECT_TRUE(comesToHold([&] { return row("speechModel")->property("itemState") == "good"; }));
     EXPECT_EQ(model->status(), "Modelo de voz listo");
 
-    // Here something lacks a command.
+    // The keyring is missing here, so its row has a command.
     ASSERT_NE(row("keyring")->property("command"), "");
     auto* copy = row("keyring");
     QMetaObject::invokeMethod(copy, "copied");
@@ -146,14 +146,14 @@ TEST_F(HelpWindowTests, AsksForTheModelBeforeTheFirstTranscriptionOnly)
     ASSERT_TRUE(appears(QAccessible::Heading, "¿Con qué modelo de voz?"));
     click(QAccessible::RadioButton, "Equilibrado, 1 h de voz: 6 min, instalado");
     EXPECT_TRUE(itemCalled("model-base")->property("checked").toBool());
-    click(QAccessible::Button, "Transcribir"); // Of the sheet, which lies above.
+    click(QAccessible::Button, "Transcribir"); // The button of the sheet, which is on top.
     ASSERT_TRUE(comesToHold([&] { return !used.empty() && !model->busy(); }));
     EXPECT_EQ(used, "base");
     EXPECT_EQ(project().edit.words.size(), 1U);
 
     used.clear();
     click(QAccessible::Button, "Transcribir");
-    EXPECT_TRUE(comesToHold([&] { return used == "base"; })) << "it is not asked again";
+    EXPECT_TRUE(comesToHold([&] { return used == "base"; })) << "does not ask again";
     EXPECT_EQ(StoredSettings::text("transcription.chosen"), "true");
 }
 
@@ -168,14 +168,14 @@ TEST_F(HelpWindowTests, KeepsTheExtensionStepsOpenUntilItIsInstalled)
     click(QAccessible::Button, "Copiar la ruta de la carpeta");
     EXPECT_EQ(pasteboard->text, (folder / "home/Orvo Video/Extensión").string());
     click(QAccessible::Button, "Abrir extensión");
-    EXPECT_TRUE(control(QAccessible::Button, "Copiar chrome://extensions")) << "the browser is beside it";
+    EXPECT_TRUE(control(QAccessible::Button, "Copiar chrome://extensions")) << "the steps stay open beside the browser";
     EXPECT_TRUE(ExtensionMark::leave());
-    model->installation()->noteExtension(); // As the helper's first call makes it.
+    model->installation()->noteExtension(); // The helper's first call has this effect.
     EXPECT_TRUE(appears(QAccessible::StaticText, "Instalada ✓"));
     EXPECT_FALSE(control(QAccessible::Button, "Copiar chrome://extensions"));
     auto* again = control(QAccessible::Button, "Ver los pasos");
     ASSERT_TRUE(again);
-    again->forceActiveFocus(); // The panel has another size now, and moves.
+    again->forceActiveFocus(); // Not a click: the panel changes its size and moves.
     key(Qt::Key_Space);
     EXPECT_TRUE(appears(QAccessible::Button, "Copiar chrome://extensions"));
 }
@@ -190,12 +190,12 @@ TEST_F(HelpWindowTests, SearchesTheGuide)
     const auto count = [&] { return contents->property("count").toInt(); };
     const int all = count();
     EXPECT_GT(all, 10);
-    EXPECT_TRUE(QFile::exists(":/guide/images/editor.png")) << "with its pictures";
+    EXPECT_TRUE(QFile::exists(":/guide/images/editor.png")) << "includes its pictures";
     auto* search = itemCalled("guideSearch");
     search->forceActiveFocus();
     type("MICROFONO");
     ASSERT_TRUE(comesToHold([&] { return count() < all; }));
-    EXPECT_GT(count(), 0) << "whatever the case and the accents";
+    EXPECT_GT(count(), 0) << "ignores case and accents";
     type("xyz");
     ASSERT_TRUE(comesToHold([&] { return count() == 0; }));
     EXPECT_TRUE(appears(QAccessible::StaticText, "No se ha encontrado nada. Prueba con otra palabra."));

@@ -9,10 +9,10 @@ namespace {
 
 using testing::IsSupersetOf;
 
-/// What the keyboard and assistive technology reach.
+/// Access by the keyboard and by assistive technology.
 class KeyboardWindowTests : public WindowFixture {
 protected:
-    /// Presses Tab until what is read out with this name has the keyboard; false when it is never reached.
+    /// Presses Tab until the item with this accessible name has the focus; false if it is never reached.
     bool tabTo(const QString& name) const
     {
         for (int i = 0; i < 200 && focusName() != name; ++i)
@@ -41,7 +41,7 @@ TEST_F(KeyboardWindowTests, ReachesEveryNamedControlWithTab)
     }
 }
 
-/// Whether all of an item, or as much as fits, can be seen in the pages and lists around it.
+/// Whether the surrounding pages and lists show all of an item, or as much of it as fits.
 bool isInSight(const QQuickItem& item)
 {
     for (const auto* around = item.parentItem(); around; around = around->parentItem()) {
@@ -71,7 +71,7 @@ TEST_F(KeyboardWindowTests, ScrollsTheFocusedControlIntoView)
                 << where << ": " << focusName().toStdString() << " after " << i;
         }
     };
-    // Of a section that is only made now.
+    // The key opens a section that is created only now.
     key(Qt::Key_T);
     EXPECT_TRUE(waitUntil([&] {
         const auto* around = view().activeFocusItem();
@@ -87,7 +87,7 @@ TEST_F(KeyboardWindowTests, ScrollsTheFocusedControlIntoView)
     }
     EXPECT_TRUE(control(QAccessible::Grouping, "Zoom en 00:01,2"));
 
-    // The same control of every entry, also of those that are not made yet.
+    // Down moves to the same control of the next entry, including entries that are not created yet.
     ASSERT_TRUE(tabTo("Restaurar"));
     const auto entry = [&] {
         return QAccessible::queryAccessibleInterface(view().activeFocusItem())->text(QAccessible::Description);
@@ -98,7 +98,7 @@ TEST_F(KeyboardWindowTests, ScrollsTheFocusedControlIntoView)
     walk("Recortes", Qt::Key_Up, 20);
     EXPECT_EQ(entry(), "El recorte de 00:00,0");
 
-    // The menus are reached by their letters.
+    // Mnemonics open the menus.
     key(Qt::Key_A, Qt::AltModifier);
     ASSERT_TRUE(waitUntil([&] { return control(QAccessible::MenuItem, "Exportar…") != nullptr; }));
     key(Qt::Key_J);

@@ -14,10 +14,10 @@ namespace {
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 
-/// What is done with whole projects in the list of the library.
+/// Operations on whole projects in the library's list.
 class LibraryWindowTests : public WindowFixture {
 protected:
-    /// The rows from top to bottom. Rows that the list keeps for use again are none.
+    /// The rows from top to bottom, without those that the list keeps for reuse.
     std::vector<QQuickItem*> rows() const
     {
         std::vector<QQuickItem*> found;
@@ -36,7 +36,7 @@ protected:
         const auto found = std::ranges::find(all, title, [](auto* row) { return row->property("title").toString(); });
         return found == all.end() ? nullptr : *found;
     }
-    /// Where a row is when it moves no more.
+    /// The centre of a row once it has stopped moving.
     QPoint placeOf(const QString& title) const
     {
         std::optional<QPoint> place;
@@ -106,7 +106,7 @@ TEST_F(LibraryWindowTests, MovesSeveralToTheTrashAndPutsThemBack)
 {
     const auto first = withMovie("Primera", 1);
     auto made = VideoProject::make("Segunda");
-    made.createdAt -= std::chrono::minutes(1); // The newest comes first.
+    made.createdAt -= std::chrono::minutes(1); // The list starts with the newest.
     const auto second = add(made);
     made = VideoProject::make("Tercera");
     made.createdAt -= std::chrono::minutes(2);
@@ -118,7 +118,7 @@ TEST_F(LibraryWindowTests, MovesSeveralToTheTrashAndPutsThemBack)
     ASSERT_TRUE(waitForRow("Primera", false));
     EXPECT_FALSE(isListed("Segunda"));
     EXPECT_TRUE(isListed("Tercera"));
-    EXPECT_FALSE(model->hasProject()) << "the open one is gone";
+    EXPECT_FALSE(model->hasProject()) << "closes the open project";
     EXPECT_EQ(store.list().size(), 1U);
 
     click(QAccessible::Button, "Deshacer: 2 vídeos están en la papelera");
@@ -142,7 +142,7 @@ TEST_F(LibraryWindowTests, AsksBeforeTrashingPublishedProjectsAndKeepsThoseInUse
         if (agrees)
             click(QAccessible::Button, "Mover a la papelera");
         else
-            key(Qt::Key_Return); // The default is to keep it.
+            key(Qt::Key_Return); // The default button keeps it.
         ASSERT_TRUE(waitUntil([&] { return !asked(); }));
         ASSERT_TRUE(waitForRow("Publicada", !agrees));
     }
@@ -150,7 +150,7 @@ TEST_F(LibraryWindowTests, AsksBeforeTrashingPublishedProjectsAndKeepsThoseInUse
     auto recorded = VideoProject::make("Grabando");
     recorded.state = ProjectState::recording;
     add(recorded);
-    writeFileAtomically(store.directory(recorded.id) / "capture-session.json", R"({"pid": 1})"); // A process that lives.
+    writeFileAtomically(store.directory(recorded.id) / "capture-session.json", R"({"pid": 1})"); // Process 1 always lives.
     ASSERT_TRUE(waitForRow("Grabando"));
     pressAt("Grabando", Qt::Key_Delete);
     ASSERT_TRUE(waitUntil([&] { return !model->errorMessage().isEmpty(); }));
@@ -196,7 +196,7 @@ TEST_F(LibraryWindowTests, FollowsChangesByOtherPrograms)
     ASSERT_TRUE(waitForRow("Cambiada"));
     fs::rename(store.directory(other.id), folder / "moved away");
     ASSERT_TRUE(waitForRow("Cambiada", false));
-    fs::rename(folder / "moved away", store.directory(other.id)); // As a sync program brings a whole folder.
+    fs::rename(folder / "moved away", store.directory(other.id)); // Like a sync program that delivers a whole folder.
     ASSERT_TRUE(waitForRow("Cambiada"));
     EXPECT_EQ(project().id, open.id);
 }

@@ -19,7 +19,7 @@ protected:
         return waitUntil([&] { return !model->busy(); });
     }
 
-    /// Presses a button as assistive technology does: also one that has to be scrolled to.
+    /// Presses a button as assistive technology does, even one outside the visible part of its page.
     void press(const QString& name)
     {
         ASSERT_TRUE(waitUntil([&] {
@@ -53,7 +53,7 @@ TEST_F(PublishingWindow, PublishesAVideoFromEmptySettings)
     click(QAccessible::EditableText, "Credencial de administración");
     key(Qt::Key_A, Qt::ControlModifier);
     type(PublishingServer::token);
-    server.setFaults(R"([{"path":"/api/status","do":"answer","json":{"connected":true}}])"); // As one with Drive answers.
+    server.setFaults(R"([{"path":"/api/status","do":"answer","json":{"connected":true}}])"); // The answer of a server with Drive.
     click(QAccessible::Button, "Guardar y comprobar");
     ASSERT_TRUE(isIdle());
     EXPECT_EQ(textOf("connectionStatus"), "Conectado · Drive autorizado");
@@ -81,7 +81,7 @@ TEST_F(PublishingWindow, PublishesAVideoFromEmptySettings)
     EXPECT_EQ(pasteboard->text, project().publication->url);
     EXPECT_NE(control(QAccessible::Button, "Reemplazar vídeo publicado"), nullptr);
 
-    // The desktop may refuse what is to be copied; then a button is there for it.
+    // If the desktop refuses the copy, a button offers it again.
     EXPECT_EQ(control(QAccessible::Button, "Copiar"), nullptr);
     pasteboard->refuses = true;
     pasteboard->text.clear();
@@ -92,16 +92,16 @@ TEST_F(PublishingWindow, PublishesAVideoFromEmptySettings)
     EXPECT_EQ(pasteboard->text, project().publication->url);
     EXPECT_EQ(control(QAccessible::Button, "Copiar"), nullptr);
 
-    // It is asked before it is taken back.
+    // Asks before withdrawing the publication.
     const auto asked = [&] { return control(QAccessible::AlertMessage, "¿Retirar la publicación?") != nullptr; };
     press("Retirar publicación");
     ASSERT_TRUE(waitUntil(asked));
-    key(Qt::Key_Return); // The default keeps it.
+    key(Qt::Key_Return); // The default button keeps it.
     ASSERT_TRUE(waitUntil([&] { return !asked(); }));
     EXPECT_TRUE(project().publication);
     press("Retirar publicación");
     ASSERT_TRUE(waitUntil(asked));
-    press("Retirar publicación"); // Of the question, which lies on top.
+    press("Retirar publicación"); // The button of the question, which is on top.
     ASSERT_TRUE(waitUntil([&] { return !model->busy() && !project().publication; }));
     EXPECT_EQ(control(QAccessible::Button, "Copiar enlace"), nullptr);
 }

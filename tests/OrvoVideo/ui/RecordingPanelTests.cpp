@@ -13,7 +13,7 @@ namespace orvo::test {
 
 namespace {
 
-/// The recording panel over a real display that can be recorded; there is neither sound nor a camera.
+/// The recording panel on a real X11 display, without audio or a camera.
 class RecordingPanelTests : public WindowFixture {
 protected:
     RecordingPanelTests()
@@ -49,7 +49,7 @@ TEST_F(RecordingPanelTests, PreparesStartsAndEndsARecording)
     ASSERT_TRUE(comesToHold([&] { return model->recorder()->capture()->sources()->count() == 1; }));
     auto* frame = view().findChild<QQuickItem*>("sourcePicture");
     ASSERT_TRUE(frame);
-    EXPECT_TRUE(comesToHold([&] { return frame->property("showing").toBool(); })) << "what the display shows now";
+    EXPECT_TRUE(comesToHold([&] { return frame->property("showing").toBool(); })) << "shows the display's content";
     EXPECT_TRUE(comesToHold(
         [&] { return control(QAccessible::StaticText, "No hay un micrófono disponible: se graba sin él.") != nullptr; }));
     const auto* microphone = control(QAccessible::CheckBox, "Grabar micrófono");
@@ -69,7 +69,7 @@ TEST_F(RecordingPanelTests, PreparesStartsAndEndsARecording)
     click(QAccessible::Button, "Grabar");
     EXPECT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 3; }));
     EXPECT_TRUE(control(QAccessible::StatusBar, "La grabación empieza en 3…"));
-    EXPECT_TRUE(comesToHold([&] { return control(QAccessible::Button, "Grabar") == nullptr; })) << "the panel has gone";
+    EXPECT_TRUE(comesToHold([&] { return control(QAccessible::Button, "Grabar") == nullptr; })) << "the panel is closed";
     ASSERT_TRUE(comesToHold([&] { return model->isRecording() && model->recorder()->time() >= 1; }));
     EXPECT_TRUE(control(QAccessible::StaticText, "Tiempo grabado 00:01"));
     click(QAccessible::Button, "Pausar");
@@ -82,10 +82,10 @@ TEST_F(RecordingPanelTests, PreparesStartsAndEndsARecording)
     EXPECT_EQ(project().edit.cuts.size(), 1U);
     EXPECT_EQ(project().tracks.size(), 1U);
     EXPECT_TRUE(comesToHold([&] { return control(QAccessible::StatusBar, "Grabación guardada") != nullptr; }));
-    EXPECT_EQ(model->selectedSpan(), (Span{0, 0})) << "nothing is selected until somebody selects it";
+    EXPECT_EQ(model->selectedSpan(), (Span{0, 0})) << "selects nothing on its own";
 }
 
-/// The panel where the desktop chooses.
+/// The recording panel where the desktop's portal chooses the source.
 class SharedPanelTests : public RecordingPanelTests {
 protected:
     SharedPanelTests()
@@ -128,7 +128,7 @@ TEST_F(SharedPanelTests, ShowsTheReusedShareAndEndsItWithoutARecording)
     click(QAccessible::Button, "Grabar");
     EXPECT_TRUE(comesToHold([&] { return model->recorder()->countdown() == 3; }));
     EXPECT_EQ(portal.selection.value("restore_token"), "token-1");
-    EXPECT_EQ(portal.openSessions.size(), 1) << "the panel has gone, and what is to be recorded is shared";
+    EXPECT_EQ(portal.openSessions.size(), 1) << "keeps the share when the panel closes";
     click(QAccessible::Button, "Cancelar");
     EXPECT_TRUE(comesToHold([&] { return !model->busy() && portal.openSessions.isEmpty(); }));
 }
@@ -153,7 +153,7 @@ TEST_F(RecordingPanelTests, ShowsAnUnpluggedMicrophoneAndOffersOthers)
     EXPECT_FALSE(control(QAccessible::StaticText, warning));
 
     audio.pactl({"unload-module", QString::fromLatin1(module).trimmed()});
-    choose("Micrófono", 0); // Opening the list lists the devices again.
+    choose("Micrófono", 0); // Opening the list refreshes the devices.
     options = model->options();
     options.microphoneDevice = "usb";
     model->setOptions(options);

@@ -39,7 +39,7 @@ TEST(Remembered, KeepsPropertiesOfEveryTypeBetweenRuns)
     first->setProperty("name", "«a»\n");
     first->setProperty("bytes", bytes);
     first.reset();
-    EXPECT_EQ(StoredSettings::text("test.ratio"), std::nullopt) << "what was not changed follows later versions";
+    EXPECT_EQ(StoredSettings::text("test.ratio"), std::nullopt) << "unchanged values are not stored, so they follow later defaults";
     const auto second = start();
     EXPECT_EQ(second->property("flag"), false);
     EXPECT_EQ(second->property("count"), -7);
@@ -48,7 +48,7 @@ TEST(Remembered, KeepsPropertiesOfEveryTypeBetweenRuns)
     EXPECT_EQ(second->property("bytes").toByteArray(), bytes);
 
     StoredSettings::remember("test.count", "many");
-    EXPECT_EQ(start()->property("count"), 3) << "a text that is no number";
+    EXPECT_EQ(start()->property("count"), 3) << "ignores a text that is no number";
     StoredSettings::finish();
 }
 

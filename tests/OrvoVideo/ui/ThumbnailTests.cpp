@@ -25,7 +25,7 @@ protected:
         ASSERT_TRUE(image);
     }
 
-    /// Shows a movie's picture as a view does; its height in pixels, 0 when there is none.
+    /// Loads a movie's thumbnail as a view does. Returns its height in pixels, 0 if there is none.
     double height(const std::filesystem::path& movie)
     {
         image->setProperty("source", QUrl());
@@ -63,16 +63,16 @@ TEST_F(ThumbnailTests, MakesAFrameOnceAndKeepsItOutsideTheLibrary)
     EXPECT_GT(middle.red(), 200);
     EXPECT_LT(middle.green() + middle.blue(), 80);
 
-    // What is kept is what is shown the next time.
+    // The cached file is shown the next time.
     QImage other(40, 60, QImage::Format_RGB32);
     other.fill(Qt::blue);
     ASSERT_TRUE(other.save(QString::fromStdString(kept().front().string())));
     EXPECT_EQ(height(file), 60);
 
-    // Another movie in its place has another picture.
+    // Another movie at the same path gets a new thumbnail.
     std::filesystem::remove(file);
     movie("Clase 3.mp4", 1);
-    EXPECT_EQ(height(file), ThumbnailProvider::height) << "one that ends before the usual moment has its first frame";
+    EXPECT_EQ(height(file), ThumbnailProvider::height) << "a movie shorter than the usual position shows its first frame";
     EXPECT_THAT(kept(), testing::SizeIs(2));
 }
 
@@ -105,7 +105,7 @@ TEST_F(ThumbnailTests, MakesNoFrameAfterTheWindowCloses)
     window.reset();
     const auto before = kept();
     QTest::qWait(1000);
-    EXPECT_EQ(kept(), before) << "an application that ends has no thread that still makes a picture";
+    EXPECT_EQ(kept(), before) << "no thread still makes a thumbnail";
 }
 
 TEST_F(ThumbnailTests, ShowsTheScreenTrackOnlyInsideTheProjectFolder)

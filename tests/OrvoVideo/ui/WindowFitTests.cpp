@@ -32,7 +32,7 @@ std::string describe(const QQuickItem& item)
     return text.str();
 }
 
-/// Whether somebody sees it as one thing: a text, a control, a picture.
+/// Whether a user perceives the item as one thing: a text, a control, an image.
 bool isThing(const QQuickItem& item)
 {
     if (qobject_cast<const QQuickPaintedItem*>(&item) || qobject_cast<const Icon*>(&item))
@@ -42,7 +42,7 @@ bool isThing(const QQuickItem& item)
         [&](const char* type) { return item.inherits(type); });
 }
 
-/// Finds what does not fit in a window: texts that are cut, things over one another or outside of their pane.
+/// Finds layout faults in a window: cut texts, things that overlap or lie outside their pane.
 class FitCheck {
 public:
     explicit FitCheck(const QQuickWindow& window)
@@ -57,9 +57,9 @@ public:
 
 private:
     struct Around {
-        QRectF bounds; ///< Nothing may lie outside; what can be scrolled to is inside.
-        QRectF clip; ///< Nothing can be seen outside.
-        const QQuickItem* thing; ///< What it is a part of.
+        QRectF bounds; ///< Limits of all things; includes the parts that scrolling reveals.
+        QRectF clip; ///< The visible area.
+        const QQuickItem* thing; ///< The thing that contains the item; null if none does.
         int layer = 0;
     };
     struct Thing {
@@ -74,7 +74,7 @@ private:
             return;
         const QRectF place = item.mapRectToScene({0, 0, item.width(), item.height()});
         if (item.inherits("QQuickPopupItem") && !around.thing)
-            around.layer = ++m_layers; // It lies over everything else.
+            around.layer = ++m_layers; // Popups cover everything else.
         if (item.width() > 0 && item.height() > 0) {
             checkText(item);
             if (around.thing && item.inherits("QQuickText"))
@@ -87,7 +87,7 @@ private:
             }
         }
         if (roleOf(item) == QAccessible::Graphic)
-            return; // What lies on the picture lies there on purpose.
+            return; // Items on an image overlap it on purpose.
         if (item.inherits("QQuickFlickable")) {
             const bool across = item.property("contentWidth").toDouble() > item.width() + tolerance;
             const bool down = item.property("contentHeight").toDouble() > item.height() + tolerance;
@@ -117,7 +117,7 @@ private:
         return interface ? interface->role() : QAccessible::NoRole;
     }
 
-    /// A list keeps entries that it shows no more, where they were.
+    /// Whether the list shows the entry. A list keeps hidden entries in place for reuse.
     static bool isShown(QQuickItem& child, QQuickItem& list)
     {
         QQuickItem* there = nullptr;
@@ -129,7 +129,7 @@ private:
     void checkText(const QQuickItem& item)
     {
         const bool isText = item.inherits("QQuickText");
-        if (!isText && roleOf(item) != QAccessible::SpinBox) // What somebody types is scrolled in its field.
+        if (!isText && roleOf(item) != QAccessible::SpinBox) // Fields scroll typed text.
             return;
         const double room =
             item.width() - item.property("leftPadding").toDouble() - item.property("rightPadding").toDouble();
@@ -163,7 +163,7 @@ private:
 
 class WindowFitTests : public WindowFixture {
 protected:
-    /// What was last drawn is what the items say.
+    /// Waits for `frames` frames, so that the layout is drawn as the items describe it.
     void drawAll(int frames)
     {
         for (int i = 0; i < frames; ++i) {
@@ -173,7 +173,7 @@ protected:
         }
     }
 
-    /// Every size in both appearances.
+    /// Checks every window size in both appearances.
     void expectFits(const std::string& state)
     {
         auto* appearance = qmlEngine(&view())->singletonInstance<Appearance*>("Orvo.Ui", "Appearance");
@@ -201,7 +201,7 @@ protected:
         }
     }
 
-    /// As somebody left the panes of a large window.
+    /// Gives the panes the widths that a user may have chosen in a large window.
     void widenPanes()
     {
         for (auto* item : view().findChildren<QQuickItem*>()) {
@@ -254,7 +254,7 @@ TEST_F(WindowFitTests, StartsInsideTheScreenAndStaysMaximized)
     EXPECT_EQ(view().windowStates(), Qt::WindowMaximized);
     view().close();
     window.reset();
-    EXPECT_EQ(StoredSettings::text("window.width"), "1200") << "the ordinary size is kept beside it";
+    EXPECT_EQ(StoredSettings::text("window.width"), "1200") << "keeps the normal size too";
 
     show();
     EXPECT_EQ(view().windowStates(), Qt::WindowMaximized);

@@ -21,7 +21,7 @@ QQuickItem* findItem(QQuickItem* root, QAccessible::Role role, const QString& na
         interface && interface->role() == role && interface->text(QAccessible::Name) == name)
         return root;
     const auto children = root->childItems();
-    for (auto child = children.crbegin(); child != children.crend(); ++child) { // What lies on top comes last.
+    for (auto child = children.crbegin(); child != children.crend(); ++child) { // The topmost child is last.
         if (auto* found = findItem(*child, role, name))
             return found;
     }
@@ -117,7 +117,7 @@ QQuickItem* WindowFixture::control(QAccessible::Role role, const QString& name) 
 
 void WindowFixture::click(QAccessible::Role role, const QString& name)
 {
-    // A section or a menu that was opened just now is laid out again before it is drawn: what still moves is missed.
+    // A section or menu that has just opened is laid out again before it is drawn, and a click misses a moving item.
     std::optional<QPointF> place;
     int still = 0;
     ASSERT_TRUE(waitUntil([&] {

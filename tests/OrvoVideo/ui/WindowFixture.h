@@ -9,36 +9,36 @@
 
 namespace orvo::test {
 
-/// The main window over a model on a library of its own.
+/// The main window with a model on its own library.
 class WindowFixture : public ModelFixture {
 protected:
     void TearDown() override;
 
     /// Starts the model and shows the window.
     void show();
-    /// The same, and opens this project.
+    /// Like `show`, then opens this project.
     VideoProject showWith(const VideoProject& project);
 
-    /// A small movie with sound, `seconds` long, outside the library.
+    /// Makes a small movie with audio, `seconds` long, outside the library.
     std::filesystem::path movie(const std::string& name = "Clase 3.mp4", int seconds = 2);
-    /// A project of the library with that movie as its screen track.
+    /// Adds a project to the library with such a movie as its screen track.
     VideoProject withMovie(const std::string& title, int seconds = 2);
 
-    /// What is read out with this role and name and can be seen; null when there is none. A popup is searched first.
+    /// The visible item with this accessible role and name; null if there is none. Searches the topmost items first.
     QQuickItem* control(QAccessible::Role role, const QString& name) const;
-    /// Waits until it is there and enabled, then clicks it.
+    /// Waits until the control exists and is enabled, then clicks it.
     void click(QAccessible::Role role, const QString& name);
     void key(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
     void type(const QString& text);
     /// Drops a local file on the window at fractions of its size.
     void drop(const std::filesystem::path& file, double x, double y);
 
-    /// The name of what has the keyboard.
+    /// The accessible name of the focused item.
     QString focusName() const;
-    /// Everything that can take the keyboard and be seen, in the accessibility tree of the window.
+    /// All visible focusable items in the accessibility tree of the window.
     std::vector<QAccessibleInterface*> focusable() const;
 
-    /// The window that the above is about: the main one, or another one of the application by its title.
+    /// The window that the functions above use: the main window, or the one that `turnTo` found by its title.
     QQuickWindow& view() const { return m_other ? *m_other : window->window(); }
     void turnTo(const QString& title);
     void turnToMain();
@@ -46,7 +46,7 @@ protected:
     std::unique_ptr<MainWindow> window;
 
 private:
-    /// Waits until the window has the keyboard.
+    /// Waits until the window is active.
     void activate();
 
     QQuickWindow* m_other = nullptr;

@@ -31,7 +31,7 @@ TEST_F(WindowTests, ImportsAndExportsAMovie)
     ASSERT_TRUE(waitUntil([&] { return model->hasProject() && !model->busy(); }));
     EXPECT_EQ(project().tracks.size(), 1U);
     EXPECT_TRUE(waitUntil([&] { return control(QAccessible::ListItem, "Clase 3") != nullptr; }));
-    EXPECT_FALSE(control(QAccessible::Button, "Importar un vídeo")) << "the welcome page is gone";
+    EXPECT_FALSE(control(QAccessible::Button, "Importar un vídeo")) << "hides the welcome page";
     EXPECT_EQ(view().title(), "Clase 3 — Orvo Video");
 
     panels->choice = folder / "resultado.mp4";
@@ -59,7 +59,7 @@ TEST_F(WindowTests, EditsTheTitleInPlace)
     click(QAccessible::EditableText, "Título");
     key(Qt::Key_A, Qt::ControlModifier);
     type("Después");
-    EXPECT_EQ(project().title, "Antes") << "applied when it is entered";
+    EXPECT_EQ(project().title, "Antes") << "applies the title on Return";
     key(Qt::Key_Return);
     EXPECT_EQ(project().title, "Después");
     EXPECT_TRUE(control(QAccessible::ListItem, "Después")) << "the library follows";
@@ -79,7 +79,7 @@ TEST_F(WindowTests, EditsTheTitleInPlace)
     key(Qt::Key_Return);
     EXPECT_TRUE(model->canUndo());
     model->undo();
-    EXPECT_FALSE(model->canUndo()) << "a title that was not changed is no edit";
+    EXPECT_FALSE(model->canUndo()) << "an unchanged title creates no undo step";
 }
 
 TEST_F(WindowTests, ShowsTheCauseOfALongFailureAndCopiesAllOfIt)
@@ -103,7 +103,7 @@ TEST_F(WindowTests, ShowsTheCauseOfALongFailureAndCopiesAllOfIt)
     EXPECT_LT(control(QAccessible::Button, "Aceptar")->mapToScene({0, 0}).y(), view().height());
     click(QAccessible::Button, "Copiar");
     EXPECT_EQ(QGuiApplication::clipboard()->text(), report);
-    // With the keyboard, too: the last lines are reached.
+    // The keyboard reaches the last lines too.
     const auto* flickable = details->parentItem()->parentItem();
     EXPECT_TRUE(waitUntil([&] { // A panel that is still opening takes the focus once more.
         QMetaObject::invokeMethod(control(QAccessible::EditableText, "Detalles"), "forceActiveFocus");
@@ -131,7 +131,7 @@ TEST_F(WindowTests, AppliesATypedTitleBeforeTheProjectIsUsed)
     EXPECT_EQ(control(QAccessible::EditableText, "Título")->property("text"), "Exportada");
     EXPECT_EQ(project().title, "Antes");
     key(Qt::Key_E, Qt::ControlModifier);
-    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::StaticText, "Exportada") != nullptr; })) << "named in the sheet";
+    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::StaticText, "Exportada") != nullptr; })) << "the sheet shows the typed title";
     key(Qt::Key_Escape);
     model->exportVideo();
     ASSERT_TRUE(waitUntil([&] { return panels->asked == 1; }));
@@ -176,12 +176,12 @@ TEST_F(WindowTests, NamesUndoStepsAndMovesThroughThem)
     key(Qt::Key_Return);
     EXPECT_EQ(project().edit.cuts.size(), 1);
     EXPECT_TRUE(there("Cortar 3 palabras, versión actual"));
-    view().grabWindow(); // The panel is where it will stay.
+    view().grabWindow(); // Until then the panel still moves.
     click(QAccessible::ListItem, "Principio");
     EXPECT_TRUE(waitUntil([&] { return project().edit.words.empty(); }));
     key(Qt::Key_Escape);
 
-    // What was done stays with its project.
+    // Each project keeps its own history.
     const auto left = project();
     select(withMovie("Dos"));
     EXPECT_FALSE(control(QAccessible::Button, "Historial")->isEnabled());
@@ -207,7 +207,7 @@ TEST_F(WindowTests, CutsWithTypedNumbers)
     click(QAccessible::SpinBox, "Final");
     key(Qt::Key_A, Qt::ControlModifier);
     type("7,5");
-    click(QAccessible::Button, "Cortar selección"); // It does not take the keyboard.
+    click(QAccessible::Button, "Cortar selección"); // The button takes no focus.
     EXPECT_THAT(project().edit.cuts, testing::ElementsAre(TimeSpan{0, 7.5}));
 }
 
@@ -241,7 +241,7 @@ TEST_F(WindowTests, DisablesEditingWhileRecording)
     EXPECT_THAT(enabled(), testing::ElementsAre(true));
     EXPECT_FALSE(control(QAccessible::StaticText, reason));
     key(Qt::Key_Z);
-    EXPECT_EQ(project().edit.events.size(), 1U) << "the editor has the keyboard again";
+    EXPECT_EQ(project().edit.events.size(), 1U) << "the editor has the focus again";
 }
 
 TEST_F(WindowTests, ShowsAFailureUntilItIsAcknowledged)
@@ -260,7 +260,7 @@ TEST_F(WindowTests, ShowsAFailureUntilItIsAcknowledged)
     EXPECT_TRUE(model->errorMessage().isEmpty());
     EXPECT_TRUE(control(QAccessible::StatusBar, "No se ha completado la operación"));
 
-    // The second one is shown as well.
+    // A second failure is shown too.
     click(QAccessible::Button, "Importar");
     EXPECT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Aceptar") != nullptr; }));
     key(Qt::Key_Escape);
@@ -307,7 +307,7 @@ TEST_F(WindowTests, AsksAgainAfterARefusedExit)
         click(QAccessible::Button, "Cancelar la operación y salir");
         click(QAccessible::Button, "Aceptar");
         ASSERT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Aceptar") == nullptr; }));
-        ASSERT_TRUE(view().isVisible()) << "the edits are only here";
+        ASSERT_TRUE(view().isVisible()) << "stays open while the edits are unsaved";
     }
     EXPECT_FALSE(view().close());
     click(QAccessible::Button, "Seguir aquí");
@@ -337,7 +337,7 @@ TEST_F(WindowTests, ClosesTheQuestionWhenTheWorkEnds)
         ASSERT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Seguir aquí") == nullptr; }));
         click(QAccessible::Button, "Aceptar");
         ASSERT_TRUE(waitUntil([&] { return control(QAccessible::Button, "Aceptar") == nullptr; }));
-        EXPECT_TRUE(view().isVisible()) << "a failure is read first";
+        EXPECT_TRUE(view().isVisible()) << "stays open until the failure is acknowledged";
     }
     EXPECT_TRUE(waitUntil([&] { return !view().isVisible(); }));
 }
@@ -353,7 +353,7 @@ TEST_F(WindowTests, OpensProjectsWithThePointerAndTheKeyboard)
     model->update([](VideoProject& project) { project.duration = 3; });
     model->setSelectedSpan({0, 1});
     key(Qt::Key_X);
-    EXPECT_EQ(project().edit.cuts.size(), 1U) << "what was opened has the keyboard";
+    EXPECT_EQ(project().edit.cuts.size(), 1U) << "the opened project has the focus";
 
     auto* list = control(QAccessible::List, "Biblioteca");
     ASSERT_TRUE(list);
@@ -375,7 +375,7 @@ TEST_F(WindowTests, OverlaysTheLibraryInANarrowWindow)
     click(QAccessible::ListItem, "Demo");
     ASSERT_TRUE(waitUntil([&] { return model->hasProject(); }));
     EXPECT_EQ(project().id, lesson.id);
-    EXPECT_TRUE(waitUntil([&] { return !control(QAccessible::ListItem, "Demo"); })) << "and goes when one is chosen";
+    EXPECT_TRUE(waitUntil([&] { return !control(QAccessible::ListItem, "Demo"); })) << "closes when a project is chosen";
     view().resize(1300, 800);
     EXPECT_TRUE(waitUntil([&] { return control(QAccessible::ListItem, "Demo") != nullptr; }));
 }
@@ -388,17 +388,17 @@ TEST_F(WindowTests, ImportsDroppedFiles)
     EXPECT_EQ(project().title, "Uno");
 
     drop(movie("Dos.mp4"), 0.9, 0.5);
-    ASSERT_TRUE(waitUntil([&] { return project().tracks.size() == 2 && !model->busy(); })) << "on the right it joins";
+    ASSERT_TRUE(waitUntil([&] { return project().tracks.size() == 2 && !model->busy(); })) << "appends it when dropped on the right";
     EXPECT_EQ(project().title, "Uno");
     EXPECT_NEAR(project().duration, 4, 0.2);
 
     drop(folder / "Dos.mp4", 0.3, 0.5);
-    ASSERT_TRUE(waitUntil([&] { return project().title == "Dos" && !model->busy(); })) << "on the left it is a new project";
+    ASSERT_TRUE(waitUntil([&] { return project().title == "Dos" && !model->busy(); })) << "creates a project when dropped on the left";
 
     const auto text = folder / "notas.txt";
     std::ofstream(text) << "notas";
     drop(text, 0.5, 0.5);
-    EXPECT_FALSE(model->busy()) << "what is neither movie nor image is not taken";
+    EXPECT_FALSE(model->busy()) << "ignores files that are neither movies nor images";
 }
 
 TEST_F(WindowTests, RemembersSizeSidebarAndAppearance)

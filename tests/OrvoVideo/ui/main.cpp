@@ -6,7 +6,7 @@
 int main(int argc, char** argv)
 {
     const QTemporaryDir home;
-    // A screen of the program's own: tests neither need a display nor show themselves on one.
+    // Offscreen, so that tests need no display.
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
         QFile screen(home.filePath(QStringLiteral("screen.json")));
         if (!screen.open(QIODevice::WriteOnly))
@@ -18,7 +18,7 @@ int main(int argc, char** argv)
         qputenv("QT_QPA_PLATFORM", "offscreen:configfile=" + screen.fileName().toUtf8());
     }
     qputenv("QT_QUICK_CONTROLS_STYLE", "Basic");
-    // What is kept between runs of the application is not kept here.
+    // Tests do not share settings, caches or state with the user.
     qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toUtf8());
     qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
     qputenv("XDG_STATE_HOME", home.filePath(QStringLiteral("state")).toUtf8());
