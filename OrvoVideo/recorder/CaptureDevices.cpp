@@ -24,7 +24,7 @@ Found look()
     try {
         found.audio = AudioInputs::list();
     } catch (const Error&) {
-        // No sound server, no devices.
+        // Without an audio server there are no audio devices.
     }
     try {
         found.cameras = Cameras::list();

@@ -35,7 +35,7 @@ public:
     /// Whether a device is in the list. Also true for the default device, and before the devices are listed.
     Q_INVOKABLE static bool isThere(const QVariantList& devices, const QString& id);
 
-    /// The list, including the chosen device: an unplugged one is appended, marked as such.
+    /// The list with the chosen device; an unplugged one is appended and marked as disconnected.
     Q_INVOKABLE QVariantList withChosen(const QVariantList& devices, const QString& id) const;
 
     /// The row of a device in the list; 0 (the default) when it is missing.

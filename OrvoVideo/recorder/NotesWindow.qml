@@ -3,18 +3,18 @@ import QtQuick.Controls.Basic
 import QtQuick.Layouts
 import Orvo.Ui
 
-/// Notes for the speaker, scrolled by wheel, keys or by themselves. Stays beside what is recorded; where everything is, it is
-/// hidden with the other windows.
+/// Notes for the speaker, scrolled with the wheel, with keys or automatically. Stays visible outside the recorded area; if
+/// there is no such place, it is hidden with the other windows.
 ApplicationWindow {
     id: root
 
-    /// The notes can be written; otherwise keys scroll them.
+    /// Whether the user can edit the notes; otherwise keys scroll them.
     property bool writing: notes.text === ""
     property bool rolling: false
     /// Read by `RecordingDesk`.
     readonly property bool staysAside: true
 
-    /// Lines, up or down.
+    /// Scrolls down by `lines`, or up if negative.
     function scroll(lines: real) {
         const flick = page.contentItem as Flickable
         flick.contentY = Math.max(0, Math.min(flick.contentHeight - flick.height, flick.contentY + lines * remembered.size * 1.4))
@@ -39,7 +39,7 @@ ApplicationWindow {
         category: "notes"
         property string text: ""
         property int size: 20
-        property int speed: 30 ///< Pixels in a second.
+        property int speed: 30 ///< Pixels per second.
         Component.onCompleted: notes.text = text
     }
     FocusFollower {

@@ -5,15 +5,15 @@ import QtQuick.Controls.Basic
 import Orvo.Model
 import Orvo.Ui
 
-/// The recording while the windows are away: time, level of the microphone, and its controls. Always dark; what it asks, it
-/// asks in its own place, because a window in front of it might be recorded.
+/// Time, microphone level and controls of a recording while the windows are hidden. Always dark. Questions appear inside the
+/// bar, because another window might be recorded.
 Item {
     id: root
 
     required property Recorder recorder
-    /// What is shown: the controls, what lies behind "⋯", or the question before something is thrown away.
+    /// "controls"; "more", the page behind "⋯"; or "ask", the question before discarding.
     property string page: "controls"
-    /// The page "ask" is about "retake" or "discard".
+    /// The subject of the page "ask": "retake" or "discard".
     property string asked: ""
 
     readonly property bool running: recorder.phase === Recorder.Recording || recorder.phase === Recorder.Paused

@@ -78,8 +78,7 @@ int depthOf(const QWindow& window)
     return depth;
 }
 
-/// Whether the compositor keeps showing a window that asks to be minimised. Those that arrange windows in tiles do; none
-/// says so to a client of Qt.
+/// Whether the compositor ignores requests to minimise a window, as tiling compositors do. Qt offers no query for this.
 bool ignoresMinimizing()
 {
     if (!isWayland())
@@ -149,7 +148,7 @@ void RecordingDesk::followBar()
         m_bar->show();
 }
 
-/// The bar never is, and where windows may take the keyboard by themselves it does not count.
+/// Ignores the bar, which may get the focus on its own, and windows that stay aside.
 bool RecordingDesk::isOursInFront() const
 {
     const auto* front = QGuiApplication::focusWindow();
@@ -166,7 +165,7 @@ bool RecordingDesk::hasBar() const
 
 std::optional<QRect> RecordingDesk::barPlace() const
 {
-    // Windows above a recorded window are not recorded, but its user wants to see it.
+    // Avoids a recorded window too: the recording would not show the bar, but the bar would cover the window for the user.
     return freePlace(m_recorder.captured()->area, barSize);
 }
 
@@ -177,7 +176,7 @@ void RecordingDesk::makeBar()
     m_bar->setColor(Qt::transparent);
     m_bar->setInitialProperties({{QStringLiteral("recorder"), QVariant::fromValue(&m_recorder)}});
     m_bar->loadFromModule("Orvo.Recorder", "RecordingBar");
-    const auto floating = isWayland() ? Qt::Window : Qt::ToolTip; // A tooltip of Wayland needs a window below it.
+    const auto floating = isWayland() ? Qt::Window : Qt::ToolTip; // Wayland tooltips need a parent window.
     m_bar->setFlags(floating | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus);
     m_bar->resize(barSize);
     if (!isWayland())
@@ -206,14 +205,14 @@ void RecordingDesk::clear()
     }
 }
 
-/// Whether a window that may stay is not recorded, perhaps after a move.
+/// Whether a window may stay because it is not recorded. Moves it aside if necessary.
 bool RecordingDesk::stays(QWindow& window)
 {
     if (!window.property(staysAside).toBool())
         return false;
     const auto& captured = *m_recorder.captured();
     const auto* recorded = screenWith(captured.source.rect);
-    if (isWayland()) // There it cannot be moved; which screen it is on is known.
+    if (isWayland()) // Clients cannot move windows, but know their screens.
         return window.screen() != recorded && captured.source.rect.width > 0;
     const QRect area = windowRect(captured.area, displayRect(*recorded), *recorded);
     if (!window.frameGeometry().intersects(area))

@@ -26,7 +26,7 @@ public:
     enum class WayBack : std::uint8_t { elsewhere, windowOnly };
 
     static constexpr QSize barSize{320, 44};
-    /// The dynamic property of a window that stays, moved aside if need be, where it is not recorded.
+    /// The dynamic property of a window that stays visible outside the recorded area, moved aside if necessary.
     static constexpr auto staysAside = "staysAside";
 
     /// `wayBack` is queried when a recording starts. For `windowOnly`, the main window is only minimised, where the desktop
@@ -34,9 +34,9 @@ public:
     RecordingDesk(Recorder& recorder, std::function<WayBack()> wayBack, QObject* parent = nullptr);
     ~RecordingDesk() override;
 
-    /// Whether there is a place for the bar in the recording that begins or runs.
+    /// Whether the bar has a place in the starting or running recording.
     bool hasBar() const;
-    /// Whether the windows are hidden and nothing but the desktop itself leads back to them.
+    /// Whether the windows are hidden and only the desktop itself can show them again.
     bool hidesTheOnlyWay() const { return m_hidesTheOnlyWay; }
 
     /// A corner of the screen's available area where a window of this size covers neither the recorded area nor what is
@@ -49,7 +49,7 @@ public:
     static std::optional<QRect> freePlace(const Rect& recorded, QSize size, const QRect& avoided = {});
 
 signals:
-    /// The windows are away and the countdown begins.
+    /// The windows are hidden and the countdown begins.
     void cleared();
 
 private:
@@ -69,8 +69,8 @@ private:
         QPointer<QWindow> window;
         Qt::WindowStates states;
         QPoint position; ///< Including the window frame.
-        QPointer<QScreen> screen; ///< Whose units the position has.
-        bool wasMoved = false; ///< It stays, elsewhere.
+        QPointer<QScreen> screen; ///< Defines the units of the position.
+        bool wasMoved = false; ///< Moved aside instead of hidden.
     };
     std::vector<Cleared> m_cleared; ///< Parents before their child windows.
     QPointer<QWindow> m_active; ///< The active window before the clearing.

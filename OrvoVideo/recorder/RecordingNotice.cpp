@@ -38,7 +38,7 @@ void RecordingNotice::tellKeys()
 void RecordingNotice::followPhase()
 {
     const auto phase = m_recorder.phase();
-    // It would be in the recording.
+    // The recording would show the notification.
     if (phase == Recorder::Phase::Idle || (phase == Recorder::Phase::Recording && !m_desk.hidesTheOnlyWay()))
         m_notice.close();
 }

@@ -8,12 +8,12 @@
 
 namespace orvo {
 
-/// What the desktop's notifications say of a recording without a bar: the keys while it counts down, and a microphone that
-/// is not heard. Where nothing else leads back, one with a button stays until the recording ends. Main thread only.
+/// Desktop notifications for a recording without a bar: the keys during the countdown, and a silent microphone. If only the
+/// desktop can show the windows again, a notification with a button stays until the recording ends. Main thread only.
 class RecordingNotice final : public QObject {
     Q_OBJECT
 public:
-    /// All of it outlives this object.
+    /// The arguments must outlive this object.
     RecordingNotice(Recorder& recorder, const ShortcutManager& shortcuts, const RecordingDesk& desk);
 
 private:

@@ -71,7 +71,7 @@ Popup {
         spacing: Theme.space(4)
         Accessible.role: Accessible.Dialog
         Accessible.name: "Nueva grabación"
-        // For controls that do not use these keys.
+        // Receives the keys that the focused control does not use.
         Keys.onReturnPressed: recordButton.click()
         Keys.onEnterPressed: recordButton.click()
 
@@ -227,7 +227,7 @@ Popup {
             readonly property ShortcutManager shortcuts: root.app.shortcuts
 
             function compose(): string {
-                const entry = (action, text) => (Wording.keys(shortcuts.text(action)) + " · " + text).replace(/ /g, "\u00a0") // Whole on a line.
+                const entry = (action, text) => (Wording.keys(shortcuts.text(action)) + " · " + text).replace(/ /g, "\u00a0") // Non-breaking.
                 return [entry(ShortcutManager.Record, "Grabar / terminar"), entry(ShortcutManager.Pause, "Pausa"),
                     entry(ShortcutManager.Zoom, "Zoom")].join("     ") + "\nPuedes cambiar los atajos en Ajustes."
             }

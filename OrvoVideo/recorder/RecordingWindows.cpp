@@ -10,7 +10,7 @@ namespace {
 constexpr QColor panel(0x1D, 0x1A, 0x24);
 constexpr QColor text(0xF3, 0xF0, 0xFA);
 constexpr int countdownSide = 200;
-constexpr QSize sharedRoom(320, 180); ///< For the frame of the shared source.
+constexpr QSize sharedRoom(320, 180); ///< Maximum size of the shared source's image.
 constexpr int sharedMargin = 16;
 constexpr int captionHeight = 24;
 

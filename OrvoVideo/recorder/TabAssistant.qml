@@ -5,13 +5,13 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// How the browser's extension is installed, in three steps that stay open; and afterwards, how it is used.
+/// Explains how to install the browser's extension, in three steps that stay open, and then how to use it.
 ColumnLayout {
     id: root
 
     required property AppModel app
     readonly property bool installed: app.installation.extensionConnected
-    /// The steps are shown although the extension is installed.
+    /// Shows the steps even though the extension is installed.
     property bool again: false
 
     component Step: RowLayout {
