@@ -39,7 +39,7 @@ QCoro::Task<> EquipmentList::run()
         own->text = m_shortcutsText.toStdString();
         own->advice = "Cámbialos en «Ajustes», «Atajos».";
     }
-    if (m_items.size() == items.size()) { // The rows stay, with their focus.
+    if (m_items.size() == items.size()) { // Keeps the rows, and the focus in them.
         m_items = std::move(items);
         emit dataChanged(index(0), index(rowCount() - 1));
     } else {

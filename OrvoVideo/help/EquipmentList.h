@@ -11,19 +11,19 @@
 
 namespace orvo {
 
-/// The equipment of this machine as it was last looked at; empty until then. Main thread only.
+/// The equipment of this machine as of the last check; empty before the first one. Main thread only.
 class EquipmentList : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
     /// The name of the chosen speech model.
     Q_PROPERTY(QString speechModel READ speechModel WRITE setSpeechModel NOTIFY speechModelChanged)
-    /// What the application knows better about its own global shortcuts; empty when they work.
+    /// The problem with the application's own global shortcuts, which the check cannot see; empty when they work.
     Q_PROPERTY(QString shortcutsText READ shortcutsText WRITE setShortcutsText NOTIFY shortcutsTextChanged)
     Q_PROPERTY(bool looking READ looking NOTIFY lookingChanged)
     Q_PROPERTY(bool complete READ complete NOTIFY lookingChanged)
 public:
     enum Role {
-        NameRole = Qt::UserRole, ///< "ffmpeg", as for programs.
+        NameRole = Qt::UserRole, ///< The machine-readable name, such as "ffmpeg".
         TitleRole,
         StateRole, ///< "good", "limited" or "missing".
         TextRole,
@@ -35,7 +35,7 @@ public:
     explicit EquipmentList(QObject* parent = nullptr);
     ~EquipmentList() override;
 
-    /// Looks again, in the background. If calls overlap, the last one wins.
+    /// Checks again, in the background. If calls overlap, the last one wins.
     Q_INVOKABLE void look();
 
     QString speechModel() const { return m_speechModel; }

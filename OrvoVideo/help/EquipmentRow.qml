@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Orvo.Ui
 
-/// One thing of the equipment: how it is, what to do about it, and a button.
+/// An item of the equipment: its state, advice, and a button.
 ColumnLayout {
     id: root
 
@@ -11,7 +11,7 @@ ColumnLayout {
     property string itemState: "good"
     property string text: ""
     property string advice: ""
-    /// Shown to be copied.
+    /// A command that the user can copy; empty if none.
     property string command: ""
     property string buttonText: ""
     property string buttonIcon: ""

@@ -7,18 +7,18 @@ import Orvo.Model
 import Orvo.Recorder
 import Orvo.Ui
 
-/// What the application works with on this machine: for each thing a state, what to do, and a button.
+/// The equipment that the application finds on this machine: a row with state, advice and button for each item.
 Popup {
     id: root
 
     required property AppModel app
-    /// At the first start, before anything was done.
+    /// Whether this is the application's first start.
     property bool first: false
 
     signal settingsWanted(tab: int)
     signal tabWanted()
 
-    /// The button of an item; its text is empty where there is nothing to do.
+    /// The text and the icon of an item's button.
     function buttonOf(name: string, state: string): var {
         switch (name) {
         case "speechModel":
@@ -96,7 +96,7 @@ Popup {
             equipment.look()
         }
     }
-    // Back from a terminal or the desktop's settings.
+    // Checks again when the user returns from a terminal or the desktop's settings.
     Connections {
         target: root.app.installation
 

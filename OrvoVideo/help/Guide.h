@@ -7,23 +7,23 @@
 
 namespace orvo {
 
-/// The guide for users, docs/guia.md, in sections that can be searched. Main thread only.
+/// The user guide, docs/guia.md, in searchable sections. Main thread only.
 class Guide : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
-    /// Shows only the sections with all of these words, whatever their case and accents.
+    /// Shows only the sections with all of these words, ignoring case and accents.
     Q_PROPERTY(QString search READ search WRITE setSearch NOTIFY searchChanged)
     Q_PROPERTY(int count READ rowCountNow NOTIFY searchChanged)
     /// The version of the application.
     Q_PROPERTY(QString version READ version CONSTANT)
-    /// What others made of it, in Markdown.
+    /// The notices for third-party components, in Markdown.
     Q_PROPERTY(QString thirdParty READ thirdParty CONSTANT)
 public:
     enum Role {
         TitleRole = Qt::UserRole,
         ChapterRole, ///< Whether the section begins a chapter.
         TextRole, ///< Markdown, without its pictures.
-        PicturesRole, ///< Their addresses.
+        PicturesRole, ///< The URLs of its pictures.
     };
     Q_ENUM(Role)
 
@@ -36,8 +36,8 @@ public:
 
     explicit Guide(QObject* parent = nullptr);
 
-    /// The sections of a Markdown document: chapters begin with "## ", the sections in them with a bold sentence. Pictures
-    /// on lines of their own are taken out of the text, their addresses begin with `pictures`.
+    /// Splits a Markdown document into sections. Chapters begin with "# " or "## ", the sections in them with a bold text.
+    /// Moves pictures on lines of their own from the text to `Section::pictures`, with the prefix `pictures`.
     static std::vector<Section> sectionsOf(const QString& markdown, const QString& pictures);
 
     QString search() const { return m_search; }

@@ -6,7 +6,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// The help: the guide, and what this application is.
+/// The help window: the guide and information about the application.
 ApplicationWindow {
     id: root
 

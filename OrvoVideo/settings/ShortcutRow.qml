@@ -65,7 +65,7 @@ RowLayout {
             if (!activeFocus)
                 root.end()
         }
-        // Before the button handles them.
+        // Handles the keys before the button does.
         Keys.priority: Keys.BeforeItem
         Keys.onShortcutOverride: event => event.accepted = root.waiting
         Keys.onPressed: event => {

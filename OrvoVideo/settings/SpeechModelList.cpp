@@ -95,7 +95,7 @@ int SpeechModelList::rowOf(const QString& name) const
     return -1;
 }
 
-/// Rounded as people say it.
+/// Rounded for reading.
 QString SpeechModelList::costText(std::size_t row) const
 {
     const double minutes = 60 * m_rates[row].value;

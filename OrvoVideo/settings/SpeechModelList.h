@@ -10,11 +10,11 @@
 
 namespace orvo {
 
-/// The speech models in the catalogue: their size, whether they are installed, and the time that each takes here.
+/// The speech models in the catalogue: size, installation state, and speed on this machine. Main thread only.
 class SpeechModelList : public QAbstractListModel {
     Q_OBJECT
     QML_ELEMENT
-    /// The name of the model that is proposed: the best that is fast enough on this machine.
+    /// The name of the best model that is fast enough on this machine.
     Q_PROPERTY(QString proposed READ proposed NOTIFY ratesChanged)
     Q_PROPERTY(bool measuring READ measuring NOTIFY measuringChanged)
 public:
@@ -22,9 +22,9 @@ public:
         NameRole = Qt::UserRole, ///< The value stored in the settings.
         TextRole, ///< Name, size and installation, for the user.
         InstalledRole,
-        DescriptionRole, ///< What it is good for.
-        CostRole, ///< The time that it takes for an hour of speech.
-        DownloadRole, ///< The size of its download; empty when it is installed.
+        DescriptionRole, ///< What the model is good for.
+        CostRole, ///< The time for an hour of speech.
+        DownloadRole, ///< The size of the download; empty if installed.
     };
     Q_ENUM(Role)
 
@@ -34,7 +34,7 @@ public:
     /// Checks again which models are installed.
     Q_INVOKABLE void refresh();
 
-    /// Measures the largest installed model that was not measured yet, in the background; the others follow from it.
+    /// Measures the largest installed model in the background, unless already measured, and derives the other rates from it.
     Q_INVOKABLE void measure();
 
     /// The row of a model; -1 if it is not in the catalogue.

@@ -6,7 +6,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// Before the first transcription: which speech model, and what each costs in time.
+/// Asks for the speech model before the first transcription, and shows how long each one takes.
 Popup {
     id: root
 
