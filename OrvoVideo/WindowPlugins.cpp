@@ -1,6 +1,6 @@
 #include <QtQml/QQmlExtensionPlugin>
 
-// A linker takes from a static library only what is named.
+// Without these references, the linker drops the plugins from their static libraries.
 Q_IMPORT_QML_PLUGIN(Orvo_EditorPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_HelpPlugin)
 Q_IMPORT_QML_PLUGIN(Orvo_ModelPlugin)

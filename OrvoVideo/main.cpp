@@ -30,7 +30,7 @@
 
 namespace {
 
-/// Numbers, dates and the texts of the interface library itself, in Spanish like everything else.
+/// Sets Spanish for numbers, dates and Qt's own texts.
 void speakSpanish(QApplication& application)
 {
     const QLocale spanish(QLocale::Spanish, QLocale::Spain);
@@ -43,14 +43,14 @@ void speakSpanish(QApplication& application)
     }
 }
 
-/// The application cannot run: says why, and that is all.
+/// Shows why the application cannot run. Returns its exit status.
 int endWith(const QString& reason)
 {
     QMessageBox::critical(nullptr, QStringLiteral("Orvo Video"), reason);
     return EXIT_FAILURE;
 }
 
-/// Another library than the usual one, where the environment names one.
+/// The library that ORVO_LIBRARY names; nullopt for the default one.
 std::optional<std::filesystem::path> libraryFolder()
 {
     const QByteArray folder = qgetenv("ORVO_LIBRARY");
@@ -89,7 +89,7 @@ int runApplication(const QStringList& arguments)
         window.open(wanted);
     };
     QObject::connect(&instance, &SingleInstance::activated, &window, show);
-    // The name on the bus stands for the usual library.
+    // Only the default library owns the name on the bus.
     std::optional<DesktopActivation> desktop;
     if (!libraryFolder())
         QObject::connect(&desktop.emplace(), &DesktopActivation::activated, &window, show);

@@ -1,7 +1,7 @@
 import QtQuick
 import Orvo.Ui
 
-/// One of the appearances of the windows to choose from.
+/// A menu entry that selects the appearance of the windows.
 CommandAction {
     /// "system", "dark" or "light".
     required property string choice

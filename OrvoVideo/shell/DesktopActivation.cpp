@@ -10,7 +10,7 @@ namespace {
 const QString busName = QStringLiteral("es.orvo.video");
 const QString objectPath = QStringLiteral("/es/orvo/video");
 
-/// What lets the window come to the front: Wayland's token, or the older one of X11.
+/// The token that lets the window come to the front: Wayland's, or the older one of X11.
 QString activationToken(const QVariantMap& platformData)
 {
     const QString token = platformData.value(QStringLiteral("activation-token")).toString();
@@ -23,7 +23,7 @@ DesktopActivation::DesktopActivation(QObject* parent)
     : QObject(parent)
 {
     auto bus = QDBusConnection::sessionBus();
-    // The object first: the bus delivers a waiting call as soon as the name is there.
+    // The object first: the bus delivers pending calls as soon as the name is registered.
     if (bus.isConnected() && bus.registerObject(objectPath, this, QDBusConnection::ExportScriptableSlots))
         bus.registerService(busName);
 }

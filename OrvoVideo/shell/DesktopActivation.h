@@ -6,10 +6,10 @@
 
 namespace orvo {
 
-/// Answers `org.freedesktop.Application` on the session bus under the name of the desktop entry, "es.orvo.video". Desktops
-/// start the application by calling it there, or wake the running one, and hand it the files that a person opens with it.
+/// Implements `org.freedesktop.Application` on the session bus under the name of the desktop entry, "es.orvo.video". Desktops
+/// call it to start the application or to activate the running one, and pass the files that the user opens.
 ///
-/// Without a session bus, or where another process has the name, it does nothing. Main thread only.
+/// Does nothing without a session bus or if another process owns the name. Main thread only.
 class DesktopActivation final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
@@ -20,12 +20,12 @@ public:
     DesktopActivation& operator=(const DesktopActivation&) = delete;
 
 signals:
-    /// The desktop wants the window, with these local files. `activationToken` is for `MainWindow::bringToFront`; it may be
-    /// empty.
+    /// The desktop asks to show the window and to open these local files. `activationToken` is for
+    /// `MainWindow::bringToFront` and may be empty.
     void activated(const QStringList& files, const QString& activationToken);
 
 public slots:
-    // The interface; called by the bus.
+    // The interface, called over the bus.
     Q_SCRIPTABLE void Activate(const QVariantMap& platformData); // NOLINT(readability-identifier-naming)
     // NOLINTNEXTLINE(readability-identifier-naming)
     Q_SCRIPTABLE void Open(const QStringList& uris, const QVariantMap& platformData);

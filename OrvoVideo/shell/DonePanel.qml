@@ -3,7 +3,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// What long work has made, and what can be done with it. It stays until it is closed, and keeps nothing from anybody.
+/// Shows a finished export and actions for it. Not modal; stays until the user closes it.
 Rectangle {
     id: root
 
@@ -19,7 +19,7 @@ Rectangle {
     Accessible.role: Accessible.Grouping
     Accessible.name: "Exportado: " + done.doneName
 
-    MouseArea { // What lies below is not pressed through it.
+    MouseArea { // Keeps clicks from the items below.
         anchors.fill: parent
         hoverEnabled: true
     }

@@ -4,8 +4,8 @@ import QtQuick
 import Orvo.Model
 import Orvo.Ui
 
-/// Where files dragged over the window can be dropped: a movie becomes a project, or joins the open one; an image is laid
-/// over the open one.
+/// The drop zones for files dragged over the window. A movie becomes a project or is appended to the open one; an image
+/// becomes an overlay of the open project.
 DropArea {
     id: root
 

@@ -6,8 +6,8 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// Decides what an export makes, before the place for it is asked: for whom it is, or its size, rate and quality; how long
-/// it will take and how large it becomes.
+/// Sets the options of an export before the user chooses the file: a preset, or size, frame rate and quality. Shows the
+/// estimated time and file size.
 Popup {
     id: root
 
@@ -25,7 +25,7 @@ Popup {
     readonly property bool needsSpan: preset?.needsSpan ?? false
     readonly property bool onlySelection: selectable && (needsSpan || selectionSwitch.checked)
     readonly property var estimate: {
-        // What it depends on.
+        // Reading these values makes the binding depend on them.
         const depends = [choice.preset, choice.subtitles, app.options, app.exportQuality, app.selectedSpan, app.project]
         return visible && depends.length > 0 ? app.exports.estimate(projectId, onlySelection) : ({})
     }

@@ -6,7 +6,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// The steps of the open project, to go to any of them: with a click, or with the arrows and Return.
+/// The undo steps of the open project. A click, or the arrows and Return, go to a step.
 Popup {
     id: root
 
@@ -56,7 +56,7 @@ Popup {
             Keys.onEnterPressed: go(currentIndex)
             Keys.onSpacePressed: go(currentIndex)
 
-            // Follows steps that keys undo and redo.
+            // Follows undo and redo by keys.
             Connections {
                 target: root.app.editing.steps
 

@@ -4,21 +4,21 @@ import QtQuick
 import Orvo.Model
 import Orvo.Ui
 
-/// Asks before the window closes while something runs: stay, cancel it, or leave when it is done. When the work ends before the
-/// answer, there is nothing to ask: the window closes.
+/// Asks before the window closes during an operation: stay, cancel it, or leave when it is done. If the operation succeeds
+/// before the answer, the window closes without one.
 Alert {
     id: root
 
     required property AppModel app
-    /// The author agreed to cancel what runs.
+    /// The user agreed to cancel the operation.
     property bool agreed: false
-    /// The window closes when the work is done.
+    /// The window closes when the operation ends.
     property bool later: false
 
-    /// The window closes now.
+    /// Asks the window to close.
     signal leaving
 
-    /// Whether the author agreed. An agreement holds for one exit: the next one may cancel another operation.
+    /// Whether the user agreed. Resets the answer, because the next exit may cancel another operation.
     function takeAgreement(): bool {
         const was = agreed
         agreed = false
@@ -51,7 +51,7 @@ Alert {
                 root.answered = true
                 root.close()
             }
-            if (root.app.errorMessage === "") // A failure is read first.
+            if (root.app.errorMessage === "") // After a failure, stays open to show it.
                 Qt.callLater(root.leaving)
         }
     }

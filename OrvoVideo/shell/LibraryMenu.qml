@@ -3,14 +3,14 @@ import QtQuick.Controls.Basic
 import Orvo.Model
 import Orvo.Ui
 
-/// What can be done with the projects that were chosen in the library.
+/// The context menu for the chosen projects of the library.
 OMenu {
     id: root
 
     required property AppModel app
     /// Identifiers of projects.
     property var projects: []
-    /// Whether one of them has nothing but the reason why it could not be imported.
+    /// Whether the project at which the menu was opened is a failed or unfinished import.
     property bool failed: false
     readonly property bool single: projects.length === 1
 

@@ -4,8 +4,8 @@ import QtQuick
 import QtQuick.Controls.Basic
 import Orvo.Ui
 
-/// One project of the library: its picture, title, length, date and size and, when it needs attention, its state. A movie
-/// that could not be imported says why and can be taken out.
+/// A project of the library: its thumbnail, title, length, date and size and, when it needs attention, its state. A failed
+/// import shows its reason and can be removed.
 ItemDelegate {
     id: root
 
@@ -22,7 +22,7 @@ ItemDelegate {
     required property string failure
     required property ProjectThumbnails thumbnails
     property bool focused: false
-    /// Whether it is one of several that something is done with.
+    /// Whether the row is part of a multiple selection.
     property bool marked: false
     property bool renaming: false
 
@@ -38,13 +38,13 @@ ItemDelegate {
         return (stateShown ? stateText : Wording.time(playableDuration)) + " · " + Wording.day(createdAt) + size
     }
 
-    /// Pressed alone, with Ctrl, with Shift, or with the other button.
+    /// Clicked without a modifier, with Ctrl, with Shift, or with the right button.
     signal chosen()
     signal markWanted()
     signal extended()
     signal menuWanted()
     signal removeWanted()
-    /// The title was typed, or typing it was given up with an empty text.
+    /// A new title was entered; empty if the user cancelled.
     signal renamed(text: string)
 
     function choose() {

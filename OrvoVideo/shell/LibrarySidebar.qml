@@ -6,7 +6,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// The projects of the library, and what makes new ones.
+/// The projects of the library, and the buttons that create projects.
 Rectangle {
     id: root
 
@@ -18,14 +18,14 @@ Rectangle {
     signal exportWanted(projectId: string, title: string)
     signal spaceWanted()
 
-    /// The identifiers of those that something is done with together; empty for the current one alone.
+    /// The identifiers in a multiple selection; empty when commands apply to the current project only.
     property var marked: []
     property string renaming: ""
 
     function choose(projectId: string) {
         list.forceActiveFocus() // Commits text typed elsewhere before its project is closed.
         marked = []
-        // The open project stays as it is, with its history.
+        // Does not reopen the open project, which keeps its history.
         if (!app.hasProject || app.project.projectId !== projectId || app.preview !== Playback.Ready)
             app.open(projectId)
         projectChosen()
@@ -42,7 +42,7 @@ Rectangle {
         }
         marked = ids
     }
-    /// What a command is about that was given at a project.
+    /// The projects that a command on this project applies to.
     function targets(projectId: string): var {
         return marked.includes(projectId) ? marked : [projectId]
     }
@@ -77,7 +77,7 @@ Rectangle {
 
         app: root.app
         onOpenWanted: root.choose(projects[0])
-        onRenameWanted: Qt.callLater(root.rename, projects[0]) // Once the menu no longer has the keyboard.
+        onRenameWanted: Qt.callLater(root.rename, projects[0]) // After the menu has released the focus.
         onExportWanted: root.exportWanted(projects[0], root.app.library.titleOf(projects[0]))
         onClosed: list.forceActiveFocus()
     }

@@ -5,7 +5,7 @@ import QtQuick.Controls.Basic
 import Orvo.Model
 import Orvo.Ui
 
-/// The menus of the main window. Their shortcuts hold in the whole window; a text field that is being edited keeps its own.
+/// The menus of the main window. Their shortcuts work in the whole window; a focused text field overrides them with its own.
 MenuBar {
     id: root
 
@@ -26,7 +26,7 @@ MenuBar {
     signal exportWanted()
     signal spaceWanted()
 
-    /// A command of the editor.
+    /// A command of the editor; disabled without a project and while recording.
     component EditorAction: CommandAction {
         enabled: root.app.hasProject && !root.app.recorder.isRecording
     }

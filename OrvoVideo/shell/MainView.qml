@@ -14,10 +14,10 @@ ApplicationWindow {
 
     required property AppModel app
 
-    /// Whether the library stands beside the rest; in a narrow window it comes over it when asked for.
+    /// Whether the library has a column of its own; in a narrow window, it is a drawer over the content.
     readonly property bool wide: width >= 1100
     readonly property bool previewAlone: app.hasProject && (projectPage.item?.previewAlone ?? false)
-    /// Before the picture was shown alone.
+    /// The window's visibility before the preview filled the screen.
     property int before: Window.Windowed
     property bool quitting: false
 
@@ -35,7 +35,7 @@ ApplicationWindow {
         settings.item.raise()
         settings.item.requestActivate()
     }
-    /// Shows what the application works with on this machine.
+    /// Shows the equipment check.
     function checkEquipment(first: bool) {
         equipment.active = true
         equipment.item.first = first
@@ -49,7 +49,7 @@ ApplicationWindow {
         if (modelSheet.item)
             modelSheet.item.close()
     }
-    /// The guide (0), or what this application is (1).
+    /// Opens the help at the guide (0) or at "about" (1).
     function openHelp(tab: int) {
         help.active = true
         help.item.tab = tab
@@ -57,7 +57,7 @@ ApplicationWindow {
         help.item.raise()
         help.item.requestActivate()
     }
-    /// At the first start, in an empty library.
+    /// Shows the equipment check at the first start with an empty library.
     function greet() {
         if (remembered.greeted || app.library.count > 0)
             return
@@ -68,7 +68,7 @@ ApplicationWindow {
         recorder.active = true
         recorder.item.open()
     }
-    /// The notes for the speaker, beside this window.
+    /// Opens the notes for the speaker in a window of their own.
     function openNotes() {
         notes.active = true
         notes.item.show()
@@ -98,7 +98,7 @@ ApplicationWindow {
 
     title: (app.queue.busy ? Math.round(app.queue.progress * 100) + " % · " : "")
         + (app.hasProject ? app.project.title + " — Orvo Video" : "Orvo Video")
-    // The window is placed and shown by whoever makes it.
+    // `MainWindow` places and shows the window.
     visible: false
     color: Theme.window
     font.pixelSize: Theme.bodySize
@@ -130,7 +130,7 @@ ApplicationWindow {
             close.accepted = false
             leaveWhileBusy.open()
         } else if (!app.prepareToQuit()) {
-            // The edits that could not be written are only here. The alert says why.
+            // Closing would lose the unsaved edits. The alert shows why they could not be saved.
             close.accepted = false
         } else {
             remember()
@@ -139,7 +139,7 @@ ApplicationWindow {
         quitting = false
     }
 
-    // What is remembered between runs.
+    // Saves the widths of the columns for the next run.
     function remember() {
         remembered.columns = columns.saveState()
     }
@@ -200,7 +200,7 @@ ApplicationWindow {
         Loader {
             SplitView.preferredWidth: 264
             SplitView.minimumWidth: 220
-            // A width remembered from a larger window leaves the editor what it needs.
+            // Limits a width stored from a larger window, so that the editor has enough room.
             SplitView.maximumWidth: Math.max(220, Math.min(400, columns.width - 760))
             clip: true
             active: root.wide && remembered.libraryShown && !root.previewAlone
@@ -225,7 +225,7 @@ ApplicationWindow {
                 id: projectPage
 
                 anchors.fill: parent
-                // Made ahead, a little at a time, so that the first project opens as fast as every other.
+                // Created in advance, asynchronously, so that the first project opens as fast as later ones.
                 active: root.app.hasProject || ahead.done
                 asynchronous: !root.app.hasProject
                 visible: root.app.hasProject
@@ -260,7 +260,7 @@ ApplicationWindow {
         property bool careful: false
         property bool chosen: false
         Component.onCompleted: {
-            const rememberedCare = careful // What follows writes all of them.
+            const rememberedCare = careful // Read first: `onSettingsChanged` overwrites all of them.
             const wasChosen = chosen
             root.app.transcription.speechModel = model
             root.app.transcription.careful = rememberedCare
@@ -287,7 +287,7 @@ ApplicationWindow {
         sourceComponent: RecordingView {
             parent: root.Overlay.overlay
             app: root.app
-            onClosed: recorder.active = false // With its microphone and its camera.
+            onClosed: recorder.active = false // Closes its microphone and camera.
             onNotesWanted: root.openNotes()
         }
     }
@@ -322,7 +322,7 @@ ApplicationWindow {
         sourceComponent: EquipmentView {
             parent: root.Overlay.overlay
             app: root.app
-            onClosed: equipment.active = false // With its microphone.
+            onClosed: equipment.active = false // Closes its microphone.
             onSettingsWanted: tab => {
                 close()
                 root.openSettings()

@@ -99,7 +99,7 @@ void MainWindow::openWanted()
     if (!project.isEmpty())
         m_model.open(project);
     if (!movie.isEmpty() && m_model.recorder()->isRecording())
-        m_wanted = {movie}; // When the recording has ended.
+        m_wanted = {movie}; // Imported when the recording has ended.
     else if (!movie.isEmpty())
         m_model.importFile(QUrl::fromLocalFile(QFileInfo(movie).absoluteFilePath()), false);
 }

@@ -14,32 +14,31 @@ namespace orvo {
 class DesktopNotice;
 class ThumbnailProvider;
 
-/// Shows the main window on a model, and does what the application was started with. Main thread only.
+/// Shows the main window of a model and opens what the command line names. Main thread only.
 class MainWindow final : public QObject {
     Q_OBJECT
 public:
-    /// The model must outlive this. Throws `std::runtime_error` when the window cannot be made.
+    /// The model must outlive this object. Throws `std::runtime_error` if the window cannot be created.
     explicit MainWindow(AppModel& model, QObject* parent = nullptr);
     ~MainWindow() override;
 
-    /// Decides how windows are drawn; called before the first is made. Without a graphics card the processor draws them at
-    /// once, which is faster than its imitation of a card. Qt's own variables have the last word.
+    /// Selects the renderer; call before creating the first window. Without a graphics card, selects Qt's software renderer,
+    /// which is faster than emulated OpenGL. Qt's environment variables take precedence.
     static void chooseRenderer();
 
     QQuickWindow& window() const { return *m_window; }
 
-    /// Brings the window to the front. `activationToken` is what the desktop gave for that, or empty.
+    /// Brings the window to the front. `activationToken` comes from the desktop and may be empty.
     void bringToFront(const QString& activationToken = {});
 
-    /// Opens what the arguments of the command line name: the identifier of a project, or a movie to import. The last one of
-    /// either counts. What is asked for before the library is listed is done then, and a movie waits for the end of
-    /// a recording.
+    /// Opens what the command line names: the identifier of a project, a movie to import, or both; the last of each kind wins.
+    /// Waits until the library is listed; importing also waits until a recording has ended.
     void open(const QStringList& arguments);
 
-    /// At the first start, with an empty library, shows what this machine has once the library is listed.
+    /// At the first start with an empty library, shows the equipment check once the library is listed.
     void greet();
 
-    /// The arguments with paths that mean the same in any folder, for a process that lives in another one.
+    /// Makes the paths among the arguments absolute, for a process with another working folder.
     static QStringList inAnyFolder(const QStringList& arguments);
 
 private:
@@ -50,10 +49,10 @@ private:
     QStringList m_wanted;
     bool m_greets = false;
     QQmlApplicationEngine m_engine;
-    ThumbnailProvider* m_thumbnails; ///< The engine's.
+    ThumbnailProvider* m_thumbnails; ///< Owned by the engine.
     QQuickWindow* m_window = nullptr;
     DesktopNotice* m_notice; ///< Owned as a child.
-    std::unique_ptr<WindowPlacement> m_placement; ///< Of the window; writes before the window goes.
+    std::unique_ptr<WindowPlacement> m_placement; ///< Destroyed before the window, whose state it stores.
 };
 
 } // namespace orvo

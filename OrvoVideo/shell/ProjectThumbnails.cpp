@@ -21,7 +21,7 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "orvo.thumbnails")
 
-/// Where the picture of this state of the movie is kept.
+/// The cache file for this version of the movie.
 fs::path cachedThumbnail(const fs::path& movie, const fs::file_time_type& changed, std::uintmax_t size)
 {
     const auto key = std::format("{}|{}|{}", movie.string(), changed.time_since_epoch().count(), size);
@@ -30,7 +30,7 @@ fs::path cachedThumbnail(const fs::path& movie, const fs::file_time_type& change
     return cache / "OrvoVideo" / "thumbnails" / (digest.toStdString() + ".jpg");
 }
 
-/// The picture of a movie, from the cache when it lies there. Blocks.
+/// The thumbnail of a movie, from the cache if present. Blocks.
 QImage frameOf(const fs::path& movie, const std::stop_token& stop)
 {
     const fs::path frame = cachedThumbnail(movie, fs::last_write_time(movie), fs::file_size(movie));
@@ -40,7 +40,7 @@ QImage frameOf(const fs::path& movie, const std::stop_token& stop)
     QTemporaryFile file(QString::fromStdString(frame.parent_path() / "XXXXXX.jpg"));
     if (!file.open())
         return {};
-    // The very first frame of a recording is often empty. A movie that ends before has no frame there.
+    // The first frame of a recording is often empty. Movies shorter than a second have no later one.
     for (const double seconds : {1.0, 0.0}) {
         try {
             writeStillFrame({.movie = movie, .seconds = seconds, .height = ThumbnailProvider::height},
@@ -53,7 +53,7 @@ QImage frameOf(const fs::path& movie, const std::stop_token& stop)
         const QImage made(file.fileName());
         if (made.isNull())
             continue;
-        // Two that make the same picture leave one of them.
+        // Atomic, because two processes may make the same thumbnail.
         file.setAutoRemove(::rename(file.fileName().toLocal8Bit().constData(), frame.c_str()) != 0);
         return made;
     }
@@ -68,16 +68,16 @@ public:
     {
     }
 
-    /// On a worker.
+    /// Makes the thumbnail. Runs on the provider's thread.
     void make()
     {
         try {
             if (!m_cancelled.stop_requested() && !m_stop.stop_requested())
                 m_image = frameOf(m_movie, m_stop);
         } catch (const Cancelled&) {
-            // The application ends.
+            // The application is closing.
         } catch (const std::exception& error) {
-            qCInfo(log) << "no picture of" << m_movie.c_str() << error.what();
+            qCInfo(log) << "no thumbnail of" << m_movie.c_str() << error.what();
         }
         emit finished();
     }
@@ -88,7 +88,7 @@ public:
 private:
     fs::path m_movie;
     std::stop_token m_stop;
-    std::stop_source m_cancelled; ///< The row went out of sight before its turn.
+    std::stop_source m_cancelled; ///< Set when the row is scrolled out of view before its turn.
     QImage m_image;
 };
 
@@ -147,7 +147,7 @@ QUrl ProjectThumbnails::source(const QString& projectId, double duration) const
     try {
         return ThumbnailProvider::address(m_model->store().mediaURL(*project, track->file));
     } catch (const fs::filesystem_error&) {
-        return {}; // Leads out of the project.
+        return {}; // The track's path leads outside the project folder.
     }
 }
 

@@ -13,8 +13,8 @@
 
 namespace orvo {
 
-/// Small pictures of movies: one frame each, made by `ffmpeg` on a thread of its own and kept in the user's cache folder,
-/// outside the library, until the movie changes. A movie without a picture has a null image.
+/// Thumbnails of movies: one frame each, made by `ffmpeg` on a separate thread. Cached in the user's cache folder, outside
+/// the library, by path, modification time and size of the movie. A movie without frames has a null image.
 class ThumbnailProvider final : public QQuickAsyncImageProvider {
 public:
     static constexpr auto name = "thumbnails";
@@ -23,11 +23,11 @@ public:
     ThumbnailProvider();
     ~ThumbnailProvider() override;
 
-    /// Ends what runs and waits for it; what is asked for afterwards has a null image. Called by who ends the engine: it
-    /// lets go of its providers only after the last of their answers, which with a picture on its way is never.
+    /// Cancels the running requests and waits for them; later requests return null images. Call before destroying the engine,
+    /// which never releases a provider that has a pending response.
     void stop();
 
-    /// The address under which a movie's picture is found by views.
+    /// The URL of a movie's thumbnail for views.
     static QUrl address(const std::filesystem::path& movie);
 
     QQuickImageResponse* requestImageResponse(const QString& id, const QSize& requestedSize) override;
@@ -37,7 +37,7 @@ private:
     QThreadPool m_threads;
 };
 
-/// Finds the picture that stands for a project of the library.
+/// Finds the thumbnail of a project.
 class ProjectThumbnails : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -48,8 +48,8 @@ public:
     AppModel* model() const { return m_model; }
     void setModel(AppModel* model);
 
-    /// The address of the picture of a project; empty while it has nothing to show. `duration` is the project's: a view
-    /// that passes it asks again when it changes.
+    /// The URL of a project's thumbnail; empty if it has no video yet. `duration` is the project's duration; passing it makes
+    /// a view's binding update when it changes.
     Q_INVOKABLE QUrl source(const QString& projectId, double duration) const;
 
 signals:

@@ -4,7 +4,7 @@ import Orvo.Model
 import Orvo.Editor
 import Orvo.Ui
 
-/// The open project: its title and what can be done with the whole of it, over the editor.
+/// The open project: a bar with its title and its commands, above the editor.
 ColumnLayout {
     id: root
 
@@ -14,7 +14,7 @@ ColumnLayout {
     readonly property alias timeline: editor.timeline
     readonly property alias previewAlone: editor.previewAlone
 
-    /// A project that was opened has the keyboard.
+    /// When it changes, the editor takes the focus.
     readonly property string projectId: app.project.projectId
 
     signal libraryToggled()

@@ -6,7 +6,7 @@ import QtQuick.Layouts
 import Orvo.Model
 import Orvo.Ui
 
-/// What the library takes of the disk, and what of that can be freed.
+/// The disk space that the library uses, and the part that can be freed.
 Popup {
     id: root
 
@@ -59,7 +59,7 @@ Popup {
                 id: row
 
                 required property int index
-                /// Measured again and again in its place, so that its button keeps the keyboard.
+                /// Updated in place after each measurement, so that the row's button keeps the focus.
                 readonly property var modelData: root.care.freeable[index]
 
                 Layout.fillWidth: true

@@ -28,7 +28,7 @@ ORVO_LIBRARY nombra otra biblioteca que la habitual. «orvo» hace lo mismo desd
 terminal: orvo --help.
 )";
 
-/// Qt's options that take the next word for their value.
+/// Qt's options with a value in the next argument.
 constexpr std::array withValue{"display"sv, "geometry"sv, "icon"sv, "name"sv, "platform"sv, "platformpluginpath"sv,
     "platformtheme"sv, "plugin"sv, "qwindowgeometry"sv, "qwindowicon"sv, "qwindowtitle"sv, "session"sv, "style"sv,
     "stylesheet"sv, "title"sv};

@@ -11,19 +11,19 @@ namespace orvo {
 struct StartArguments {
     enum class Kind : std::uint8_t {
         start, ///< Open the windows with `toOpen`.
-        answer, ///< Print `text` to standard output and end with 0.
-        refuse, ///< Print `text` to standard error and end with 2.
+        answer, ///< Print `text` to standard output and exit with 0.
+        refuse, ///< Print `text` to standard error and exit with 2.
     };
 
     Kind kind = Kind::start;
     std::vector<std::string> toOpen; ///< Movies and identifiers of projects, in the order given.
     std::string text; ///< In Spanish, with a line break at its end.
 
-    /// Whether one of Qt's own options chooses the platform, and with it the display.
+    /// Whether a Qt option chooses the platform or the display.
     bool choosesPlatform = false;
 
-    /// Reads the words behind the program's name. Qt's own options (-platform, -style, -session…) are left to Qt. Behind
-    /// "--" everything is to be opened.
+    /// Parses the arguments after the program's name. Skips Qt's own options (-platform, -style, -session…). Everything after
+    /// "--" goes to `toOpen`.
     static StartArguments read(const std::vector<std::string_view>& words);
 };
 

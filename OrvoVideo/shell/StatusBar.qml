@@ -5,14 +5,14 @@ import Orvo.Editor
 import Orvo.Recorder
 import Orvo.Ui
 
-/// What is going on: the progress of the long operation with the way to stop it, the last error, or the status. Without a
-/// long operation, the reading of the sound for the timeline. While recording, how long, and what ends it.
+/// Shows the progress of a long operation and a button to cancel it, the last error, or the status. Without a long operation,
+/// shows the progress of reading the audio for the timeline. While recording, shows the time and the controls.
 Rectangle {
     id: root
 
     required property AppModel app
     property TimelineCanvas timeline: null
-    /// The end of a recording, which nobody can cancel, and its countdown have no length to show.
+    /// Whether an operation of known length runs; false during the countdown and the end of a recording.
     readonly property bool working: app.queue.busy || (app.busy && !app.recorder.capturing)
     readonly property bool preparing: !app.busy && app.hasProject && (timeline?.preparing ?? false)
     readonly property real progress: preparing ? timeline.preparingProgress : app.progress

@@ -9,8 +9,8 @@
 
 namespace orvo {
 
-/// The application's item in the tray of the desktop, where it has one: shows what is going on, red while something is
-/// recorded, controls the recording and brings the window back.
+/// The application's icon in the desktop's tray, if there is one. Shows the status, turns red while recording, and offers
+/// the recording controls and a way back to the window.
 class TrayItem final : public QObject {
     Q_OBJECT
 public:

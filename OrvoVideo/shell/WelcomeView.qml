@@ -5,12 +5,12 @@ import QtQuick.Controls.Basic
 import Orvo.Model
 import Orvo.Ui
 
-/// What the application is for, and the way to begin.
+/// The welcome page: the purpose of the application and buttons to begin.
 Item {
     id: root
 
     required property AppModel app
-    /// Whether the library is out of sight, so that a button has to bring it.
+    /// Whether to show a button for the hidden library.
     property bool libraryReachable: false
 
     signal libraryToggled()

@@ -11,7 +11,7 @@ namespace orvo {
 
 namespace {
 
-/// What a title bar takes, until the window system tells the frame.
+/// Assumed window frame until the window system reports the real one.
 constexpr QSize usualFrame{2, 40};
 
 constexpr std::string_view storedWidth = "window.width";
@@ -69,7 +69,7 @@ void WindowPlacement::show()
 
 bool WindowPlacement::eventFilter(QObject* watched, QEvent* event)
 {
-    // The frame is known once the window is seen.
+    // The frame is known once the window is exposed.
     if (event->type() == QEvent::Expose && m_window && m_window->isExposed()) {
         watched->removeEventFilter(this);
         QMetaObject::invokeMethod(this, &WindowPlacement::keepInside, Qt::QueuedConnection);
@@ -79,7 +79,7 @@ bool WindowPlacement::eventFilter(QObject* watched, QEvent* event)
 
 void WindowPlacement::bringBack()
 {
-    // `QWindow::show` would give a maximised window its ordinary size.
+    // `QWindow::show` would give a maximised window its normal size.
     m_window->setWindowStates(m_window->windowStates() & ~Qt::WindowMinimized);
     m_window->setVisible(true);
     m_window->raise();
@@ -111,7 +111,7 @@ void WindowPlacement::note()
     const auto states = m_window->windowStates();
     if (states.testAnyFlags(Qt::WindowMinimized | Qt::WindowFullScreen))
         return;
-    // What happens to a window that is hidden or closed is the window system's doing.
+    // The window system changes the state of hidden and closed windows on its own.
     if (m_window->isVisible())
         m_maximized = states.testFlag(Qt::WindowMaximized);
     if (!m_maximized)

@@ -8,24 +8,24 @@
 
 namespace orvo {
 
-/// Keeps a window inside its screen, and its size and maximised state between runs (settings "window/width",
-/// "window/height", "window/maximized"). Main thread only. The window may go first.
+/// Keeps a window inside its screen, and stores its size and maximised state between runs (settings "window.width",
+/// "window.height", "window.maximized"). Main thread only. The window may be destroyed first.
 class WindowPlacement final : public QObject {
     Q_OBJECT
 public:
-    /// What the window needs to show everything, in device-independent pixels. A smaller screen gets a smaller window.
+    /// The minimum size that shows everything, in device-independent pixels. Smaller on a smaller screen.
     static constexpr QSize minimumSize{960, 600};
-    /// At the first start, where the screen has the room.
+    /// The size at the first start, if the screen is large enough.
     static constexpr QSize usualSize{1280, 800};
 
     explicit WindowPlacement(QWindow& window, QObject* parent = nullptr);
-    /// Writes what is to be remembered.
+    /// Stores pending changes.
     ~WindowPlacement() override;
 
-    /// Shows the window for the first time: in its remembered size as far as the screen has room, maximised if it was.
+    /// Shows the window for the first time in its stored size, limited to the screen, and maximised if it was.
     void show();
 
-    /// Shows the window again, maximised if it was, and gives it the keyboard.
+    /// Shows the window again, maximised if it was, and activates it.
     void bringBack();
 
 protected:
@@ -38,7 +38,7 @@ private:
     QPointer<QWindow> m_window;
     QSize m_size = usualSize; ///< While neither maximised nor minimised.
     bool m_maximized = false;
-    QTimer m_settling; ///< A window system tells a new size before the state that it belongs to.
+    QTimer m_settling; ///< Window systems report a new size before the state that caused it.
 };
 
 } // namespace orvo
