@@ -6,20 +6,20 @@
 #include <string>
 #include <vector>
 
-/// Real media for tests: made, decoded and measured by ffmpeg.
+/// Real media for tests, made, decoded and measured with ffmpeg.
 namespace orvo::test {
 
-/// Runs ffmpeg with these arguments, quietly and overwriting; throws with its output when it fails. Returns what it printed.
+/// Runs ffmpeg with these arguments, overwriting files. Returns its output; throws with that output if it fails.
 std::string ffmpeg(const std::vector<std::string>& arguments);
 
-/// Makes a file from a lavfi graph with one picture output, H.264 as the recorder writes it.
+/// Makes an H.264 file from a lavfi graph with one video output.
 /// For example `makeVideo(file, "testsrc2=size=320x180:rate=30:duration=2")`.
 void makeVideo(const std::filesystem::path& file, const std::string& source);
 
-/// Makes an AAC file from a lavfi graph with one sound output.
+/// Makes an AAC file from a lavfi graph with one audio output.
 void makeAudio(const std::filesystem::path& file, const std::string& source);
 
-/// A decoded picture.
+/// A decoded frame.
 struct Frame {
     struct Colour {
         int red = 0;
@@ -35,30 +35,30 @@ struct Frame {
 
     Colour at(int x, int y) const;
 
-    /// Mean colour of a rectangle given by fractions of the picture.
+    /// Mean colour of a rectangle given by fractions of the frame.
     Colour mean(double left, double top, double right, double bottom) const;
 };
 
-/// Every frame of a file's first video stream, in order, exactly as stored: no frame repeated or dropped. For small
-/// pictures.
+/// All frames of a file's first video stream, in order, without repeating or dropping any. Keeps all of them in memory, so
+/// use it for small frames.
 std::vector<Frame> decodeFrames(const std::filesystem::path& file);
 
-/// How alike the frames of two films of one size are to the eye, each up to 1: their structural similarity.
+/// The structural similarity (SSIM) of each pair of frames of two films of the same size; 1 means identical.
 std::vector<double> similarity(const std::filesystem::path& one, const std::filesystem::path& other);
 
-/// The first sound stream of a file as mono samples at 48 kHz, −1..1.
+/// The first audio stream of a file as mono samples at 48 kHz, −1..1.
 std::vector<float> decodeAudio(const std::filesystem::path& file);
 
 /// Root mean square of the samples from `start` to `end` seconds.
 double level(const std::vector<float>& samples, double start, double end);
 
-/// What ffprobe says of a file.
+/// Properties of a file as reported by ffprobe.
 struct ProbedFile {
     int width = 0;
     int height = 0;
     int frames = 0; ///< Counted by decoding.
     double videoDuration = 0; ///< Seconds.
-    double audioDuration = 0; ///< Seconds; 0 without sound.
+    double audioDuration = 0; ///< Seconds; 0 without audio.
     std::string videoCodec;
     std::string pixelFormat;
     std::string audioCodec;
@@ -67,7 +67,7 @@ struct ProbedFile {
 
 ProbedFile probe(const std::filesystem::path& file);
 
-/// Integrated loudness of a file's sound in LUFS (EBU R 128).
+/// Integrated loudness of a file's audio in LUFS (EBU R 128).
 double loudness(const std::filesystem::path& file);
 
 } // namespace orvo::test

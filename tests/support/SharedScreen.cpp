@@ -93,11 +93,11 @@ public:
     std::atomic<int> x = 0;
     std::atomic<int> y = 0;
 
-    std::atomic<int> inGraphics = 0; ///< Frames sent in what is announced as memory of a graphics card,
-    std::atomic<int> inMemory = 0; ///< and in plain memory.
+    std::atomic<int> inGraphics = 0; ///< Frames sent in memory announced as graphics memory.
+    std::atomic<int> inMemory = 0; ///< Frames sent in plain memory.
 
 private:
-    /// Of a format: for plain memory, any that both sides have, and the one that is chosen.
+    /// The modifier of a format: none (plain memory), open to negotiation, or the chosen one.
     enum class Modifier : std::uint8_t { none, open, chosen };
     static constexpr std::int64_t linear = 0;
 
@@ -127,7 +127,7 @@ private:
         return static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &whole));
     }
 
-    /// As graphics drivers do, allocates the memory itself. There being none, it is the system's.
+    /// Allocates the buffers as a graphics driver does, but in system memory.
     static void bufferCame(void* self, pw_buffer* buffer)
     {
         const auto& stream = *static_cast<Stream*>(self);
@@ -258,7 +258,7 @@ private:
 
     Form m_form;
     bool m_sendsGraphics = false;
-    bool m_turned = false; ///< Of the thread that draws.
+    bool m_turned = false; ///< Used by the drawing thread only.
     pw_thread_loop* m_loop = nullptr;
     pw_context* m_context = nullptr;
     pw_core* m_core = nullptr;

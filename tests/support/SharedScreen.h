@@ -6,13 +6,12 @@
 
 namespace orvo::test {
 
-/// A stream of pictures as a desktop's portal opens it: a node in the PipeWire of this process's environment. Its left half
-/// is red, its right half blue, and beside every picture it tells where the pointer is. As of some desktops, of a screen on
-/// which nothing is drawn no picture comes.
+/// A screen stream as a desktop's portal opens it: a node in the PipeWire of this process's environment. The left half of
+/// its frames is red, the right half blue, and each frame carries the position of the pointer. Like some desktops, it sends
+/// no frames while nothing is drawn.
 class SharedScreen {
 public:
-    /// Of the colours; `separate` planes of brightness and colour are not what a desktop may send to a program that has not
-    /// asked for them.
+    /// The pixel format. A desktop must not send `separate` (NV12) to a client that did not offer it.
     enum class Order : std::uint8_t { blueGreenRed, redGreenBlue, separate };
 
     struct Part {
@@ -27,19 +26,19 @@ public:
         std::uint32_t height = 180;
         Order order = Order::blueGreenRed;
         bool draws = true; ///< Whether something is drawn from the start.
-        /// The part of the frames that a shared window is, if one is. Its halves have the colours, around it all is green.
+        /// The area of a shared window, if any, in pixels. Its halves have the colours; the rest of the frame is green.
         std::optional<Part> window = {};
-        /// Whether frames come in memory of a graphics card to those who take them. There is none: it is only called so.
+        /// Whether to announce the frames as graphics memory to clients that accept it. The memory is ordinary in fact.
         bool graphics = false;
     };
 
-    /// Offers the stream. Throws `std::runtime_error` without a PipeWire.
+    /// Offers the stream. Throws `std::runtime_error` without PipeWire.
     explicit SharedScreen(const Form& form);
     ~SharedScreen();
     SharedScreen(const SharedScreen&) = delete;
     SharedScreen& operator=(const SharedScreen&) = delete;
 
-    /// A connection as the portal hands it over; the caller's own.
+    /// Opens a connection like the one the portal passes on. The caller owns the descriptor.
     static int connection();
 
     std::uint32_t node() const;
@@ -48,19 +47,19 @@ public:
     int framesInGraphicsMemory() const;
     int framesInMemory() const;
 
-    /// From now on something is drawn all the time.
+    /// Sends frames from now on.
     void beginToDraw();
 
-    /// Where the window is from the next frame on.
+    /// Moves the shared window from the next frame on.
     void moveWindow(const Part& part);
 
-    /// Where the pointer is from the next picture on, in pixels.
+    /// Moves the pointer from the next frame on, in pixels.
     void movePointer(int x, int y);
-    /// From the next picture on the pointer is on another screen.
+    /// Moves the pointer to another screen from the next frame on.
     void losePointer();
 
-    /// Turns the colours around in one last picture, hard on the heels of another. From then on it only tells where the
-    /// pointer is, in buffers without a picture.
+    /// Sends a last frame with swapped colours right after another frame. From then on, sends only the position of the
+    /// pointer, in buffers without a frame.
     void turnForGood();
 
 private:

@@ -16,7 +16,7 @@ namespace {
 constexpr int bright = 170;
 constexpr int dark = 85;
 
-/// The times of all frames, as ffmpeg's own filter tells them.
+/// The times of all frames in seconds, as reported by ffmpeg's metadata filter.
 std::vector<double> frameTimes(const std::filesystem::path& file)
 {
     const TemporaryFolder folder;
