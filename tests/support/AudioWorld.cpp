@@ -18,7 +18,7 @@ AudioWorld::AudioWorld()
     qputenv(variable, QByteArray::fromStdString(m_folder.path().string()));
     m_rig.emplace(std::vector<std::string>{"python3", ORVO_SOUND_RIG, m_folder.path().string()});
     if (m_rig->readLine() != "ready")
-        throw std::runtime_error("there is no sound");
+        throw std::runtime_error("no audio server");
 }
 
 AudioWorld::~AudioWorld()
@@ -33,7 +33,7 @@ AudioWorld::~AudioWorld()
 void AudioWorld::command(const std::string& line)
 {
     if (::write(m_rig->input(), (line + "\n").data(), line.size() + 1) < 0 || m_rig->readLine() != "done")
-        throw std::runtime_error("the sound rig has ended");
+        throw std::runtime_error("the audio rig has ended");
 }
 
 QByteArray AudioWorld::pactl(const QStringList& arguments)

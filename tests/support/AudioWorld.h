@@ -10,9 +10,8 @@
 
 namespace orvo::test {
 
-/// Sound of its own, as tests/support/sound.py makes it: PipeWire with the PulseAudio protocol, loudspeakers whose monitor
-/// is the sound of the system, and a microphone that hears what is played into "micfeed". This process and those that it
-/// starts take it for theirs.
+/// A private audio system, run by tests/support/sound.py: PipeWire with the PulseAudio protocol, loudspeakers whose monitor
+/// is the system audio, and a microphone that records what is played into "micfeed". Used by this process and its children.
 class AudioWorld {
 public:
     AudioWorld();
@@ -20,17 +19,17 @@ public:
     AudioWorld(const AudioWorld&) = delete;
     AudioWorld& operator=(const AudioWorld&) = delete;
 
-    /// Runs pactl; returns what it says. Throws `std::runtime_error` when it fails.
+    /// Runs pactl and returns its output. Throws `std::runtime_error` if it fails.
     QByteArray pactl(const QStringList& arguments);
 
-    /// Adds an output, whose monitor can be recorded.
+    /// Adds an output; its monitor can be recorded.
     void addSink(const QString& name, const QStringList& more = {});
 
-    /// Ends the server of the PulseAudio protocol; everything of it goes.
+    /// Ends the PulseAudio server and all of its devices.
     void endServer() { command("end server"); }
-    /// Starts it again, with loudspeakers and microphone.
+    /// Starts it again, with loudspeakers and a microphone.
     void startServer() { command("start server"); }
-    /// Ends PipeWire itself, for good.
+    /// Ends PipeWire itself. It cannot be restarted.
     void endPipeWire() { command("end"); }
 
     static constexpr auto microphone = "microphone";

@@ -8,12 +8,13 @@
 
 namespace orvo::test {
 
-/// A program with pipes on its standard input and output, which no other child inherits. It ends with this object.
+/// A program with pipes on its standard input and output, which other children do not inherit. Killed on destruction.
 class ChildProcess {
 public:
     enum class Errors : bool { shown, hidden };
 
-    /// Starts `words`, found on the path, with these variables beside the process's own. Throws `std::runtime_error`.
+    /// Starts `words`; searches PATH. `environment` is added to this process's environment. Throws `std::runtime_error` if the
+    /// program does not start.
     explicit ChildProcess(std::vector<std::string> words, const std::map<std::string, std::string>& environment = {},
         Errors errors = Errors::shown);
     ~ChildProcess() { end(SIGKILL); }
@@ -26,13 +27,13 @@ public:
 
     bool hasEnded() const;
 
-    /// The next line of its output, without its end; empty at the end of the output.
+    /// The next line of its output, without the line break; empty at the end of the output.
     std::string readLine() const;
     void closeInput();
 
-    /// Closes its input, waits, and returns the exit status, or −1 after a signal.
+    /// Closes its input and waits. Returns the exit status, or −1 if a signal ended it.
     int wait();
-    /// Signals it and waits.
+    /// Sends a signal and waits.
     void end(int signal);
 
 private:
@@ -41,7 +42,7 @@ private:
     int m_output = -1;
 };
 
-/// The words that start a program which the kernel kills when this process ends.
+/// A command line that makes the kernel kill the program when this process ends.
 std::vector<std::string> boundToThisProcess(std::vector<std::string> words);
 
 } // namespace orvo::test

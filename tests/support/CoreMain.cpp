@@ -4,7 +4,7 @@
 int main(int argc, char** argv)
 {
     testing::InitGoogleMock(&argc, argv);
-    // Programs are started and waited for with its help.
+    // Running child processes needs an application object.
     const QCoreApplication application(argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -7,12 +7,12 @@
 
 namespace orvo::test {
 
-/// Runs the event loop until the condition holds; false when it does not within a generous limit.
+/// Runs the event loop until the condition holds; false if it does not within a minute.
 inline bool comesToHold(const std::function<bool()>& condition)
 {
     const QDeadlineTimer deadline(60'000);
     QTimer alarm;
-    alarm.start(20); // What other threads and programs do wakes no event loop.
+    alarm.start(20); // Other threads and programs do not wake the event loop.
     while (!condition()) {
         if (deadline.hasExpired())
             return false;

@@ -7,7 +7,7 @@
 
 namespace orvo::test {
 
-/// The description of what an action throws; empty when it throws nothing.
+/// The description of the exception that an action throws; empty if it does not throw.
 template <typename Action> std::string failureOf(const Action& action)
 {
     try {

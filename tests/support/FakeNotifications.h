@@ -8,12 +8,12 @@
 
 namespace orvo::test {
 
-/// A desktop that shows notifications, one at a time, on this bus.
+/// A notification service on this bus that shows one notification at a time.
 class FakeNotifications final : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
 public:
-    static constexpr uint id = 7; ///< What it calls every notice.
+    static constexpr uint id = 7; ///< The identifier of every notification.
 
     explicit FakeNotifications(const QString& bus)
         : m_bus(QDBusConnection::connectToBus(bus, "notifications " + bus))
@@ -24,17 +24,17 @@ public:
     }
     ~FakeNotifications() override { QDBusConnection::disconnectFromBus(m_bus.name()); }
 
-    /// Returns when the bus has its answers.
+    /// Waits until the bus has received the replies.
     void flush() const { m_bus.interface()->isServiceRegistered(m_bus.baseService()); }
 
-    int count = 0; ///< How many it has shown.
-    bool hasReplaced = false; ///< Whether the last took another one's place.
-    QString title; ///< Of what is shown; empty when there is none.
+    int count = 0; ///< The number of notifications so far.
+    bool hasReplaced = false; ///< Whether the last notification replaced another one.
+    QString title; ///< The title of the shown notification; empty if there is none.
     QString text;
     QStringList actions;
 
 public slots:
-    // NOLINTNEXTLINE(readability-identifier-naming): the name that the bus calls.
+    // NOLINTNEXTLINE(readability-identifier-naming): fixed by the protocol.
     uint Notify(const QString&, uint replaces, const QString&, const QString& shownTitle, const QString& shownText,
         const QStringList& offered, const QVariantMap&, int)
     {

@@ -11,8 +11,8 @@
 
 namespace orvo::test {
 
-/// A desktop portal that answers as the test says: ScreenCast and GlobalShortcuts, in their real protocol, and which version
-/// of FileChooser there is.
+/// A desktop portal with scripted answers: ScreenCast and GlobalShortcuts in their real protocol, and the version of
+/// FileChooser.
 class FakePortal final : public QDBusVirtualObject {
     Q_OBJECT
 public:
@@ -20,23 +20,23 @@ public:
     explicit FakePortal(const QString& busAddress);
     ~FakePortal() override;
 
-    // What it offers.
+    // Capabilities.
     uint version = 5;
     uint cursorModes = 7;
-    uint fileChooser = 0; ///< Version of its file panels; none by default.
+    uint fileChooser = 0; ///< Version of FileChooser; 0 if absent.
 
-    // How the user decides.
+    // The user's decision.
     enum class Decision : std::uint8_t { grant, refuse, wait };
     Decision decision = Decision::grant;
 
-    // What it shares.
+    // The shared source.
     uint node = 42;
     uint sourceType = 1;
     QRect rect{0, 0, 1280, 720};
     QString restoreToken = "token-1";
-    int remote = -1; ///< Handed out as the connection to PipeWire.
+    int remote = -1; ///< The descriptor returned as the connection to PipeWire.
 
-    // What it was asked.
+    // Received requests.
     QVariantMap selection; ///< The options of SelectSources.
     struct Shortcut {
         QString id;
@@ -44,12 +44,12 @@ public:
     };
     QList<Shortcut> shortcuts;
     QStringList openSessions;
-    int waiting = 0; ///< Questions whose answer the user keeps it waiting for.
-    int takenBack = 0; ///< Requests that were closed before their answer.
+    int waiting = 0; ///< Requests that the user has not answered (`Decision::wait`).
+    int takenBack = 0; ///< Requests that were closed before the answer.
 
-    /// Ends what is shared, as the user does in the desktop.
+    /// Ends all shares, as the user does in the desktop.
     void revoke();
-    /// The user presses the combination of a shortcut.
+    /// Presses the combination of a shortcut, as the user does.
     void activate(const QString& id);
 
     QString introspect(const QString&) const override { return {}; }

@@ -31,7 +31,7 @@ testing::AssertionResult matchesGolden(std::string_view name, std::string_view t
         return testing::AssertionSuccess();
     }
     if (!fs::exists(file))
-        return testing::AssertionFailure() << file << " does not exist; ORVO_UPDATE_GOLDEN=1 makes it";
+        return testing::AssertionFailure() << file << " does not exist; ORVO_UPDATE_GOLDEN=1 creates it";
     const std::string expected = readFile(file);
     if (text == expected)
         return testing::AssertionSuccess();

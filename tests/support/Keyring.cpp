@@ -33,7 +33,7 @@ void Keyring::restart(State state)
     if (::write(m_service->input(), &password, 1) != 1)
         throw std::runtime_error("the keyring takes no password");
     m_service->closeInput();
-    // It says where its socket is when it is on the bus.
+    // The service prints its socket once it is on the bus.
     static_cast<void>(m_service->readLine());
 }
 

@@ -6,8 +6,7 @@
 
 namespace orvo::test {
 
-/// A session bus of its own with a real keyring on it, whose files lie in a folder of its own. This process and those that
-/// it starts take them for theirs.
+/// A private session bus with a real keyring, whose files are in a temporary folder. Used by this process and its children.
 class Keyring {
 public:
     enum class State : std::uint8_t { unlocked, locked, absent };
@@ -17,9 +16,9 @@ public:
     Keyring(const Keyring&) = delete;
     Keyring& operator=(const Keyring&) = delete;
 
-    /// Ends the keyring's service and starts it again in another state.
+    /// Restarts the keyring's service in another state.
     void restart(State state);
-    /// The service answers nothing any more.
+    /// Stops the service from answering.
     void freeze() const;
 
 private:

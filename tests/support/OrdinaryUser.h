@@ -4,7 +4,7 @@
 
 namespace orvo::test {
 
-/// While it lives, this process has the rights of an ordinary user, also when root runs it: permissions mean something.
+/// Drops root's rights during the lifetime of the object, so that file permissions apply.
 class OrdinaryUser {
 public:
     OrdinaryUser()

@@ -6,7 +6,7 @@
 
 namespace orvo::test {
 
-/// The window of TimePattern.h, on the display and with the sound of this process.
+/// The window of TimePattern.h, on the display and the audio server of this process.
 class PatternWindow {
 public:
     struct Place {
@@ -16,7 +16,7 @@ public:
         int height = 360;
     };
 
-    /// Waits until it is shown. `more` are further words for the program.
+    /// Waits until the window is shown. `more` are additional arguments of the program.
     explicit PatternWindow(const Place& place, const std::vector<std::string>& more = {}, int fps = 30)
         : m_program(words({place.x, place.y, place.width, place.height, fps}, more))
     {

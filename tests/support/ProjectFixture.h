@@ -10,7 +10,7 @@
 
 namespace orvo::test {
 
-/// A library of its own with one project, for tests that put real media into it.
+/// A private library with one project, for tests that add real media.
 class ProjectFixture : public testing::Test {
 protected:
     explicit ProjectFixture(const std::string& libraryName = "library", double duration = 4)
@@ -22,14 +22,14 @@ protected:
         store.create(project);
     }
 
-    /// Where a new media file of the project goes; the track that names it covers the whole recording unless changed.
+    /// Adds a track and returns the path of its file. A negative duration stands for that of the project. Seconds.
     std::filesystem::path addTrack(TrackKind kind, const std::string& name, double start = 0, double duration = -1)
     {
         project.tracks.edit().push_back(track(kind, "media/" + name, start, duration < 0 ? project.duration : duration));
         return store.directory(project.id) / "media" / name;
     }
 
-    /// What lies in the project's folder besides the document, the media and the list of finished films.
+    /// The names in the project's folder, except the document, the media and the list of finished films.
     std::vector<std::string> leftovers() const
     {
         auto names = namesIn(store.directory(project.id));

@@ -32,7 +32,7 @@ Uuid randomId(Random& random)
 
 DateTime randomDate(Random& random)
 {
-    // Seconds from 1678 to 2261: what an instant in 64-bit nanoseconds holds.
+    // The years 1678 to 2261: the range of 64-bit nanoseconds.
     return DateTime(
         std::chrono::seconds(std::uniform_int_distribution<std::int64_t>(-9'214'560'000, 9'214'646'399)(random)));
 }

@@ -8,26 +8,27 @@
 #include <utility>
 #include <vector>
 
-/// Projects and their records for tests: short to write, and the same in every run.
+/// Projects and records for tests: short to write, and the same in every run.
 namespace orvo::test {
 
-/// The identifier 00000000-0000-4000-8000-… that ends in `number`.
+/// The identifier 00000000-0000-4000-8000-…, ending in `number`.
 Uuid fixedId(std::uint64_t number);
 
 TranscriptWord word(std::string text, double start, double end);
 PointerEvent pointer(PointerKind kind, double time, double x = 0.5, double y = 0.5);
 MediaTrack track(TrackKind kind, std::string file, double start, double duration);
 
-/// A project with a fixed identifier and fixed dates, this duration and nothing else in it.
+/// An otherwise empty project with a fixed identifier, fixed dates and this duration in seconds.
 VideoProject emptyProject(double duration = 10);
 
-/// A published project with several of each record, where no field has its default value.
+/// A published project with records of each type and no field at its default value.
 VideoProject fullProject();
 
-/// Any project that has a document form: all lengths of lists, all kinds of numbers and texts. Dates have whole seconds.
+/// A random project that a document can represent, with lists of various lengths and all kinds of numbers and texts. Dates
+/// have whole seconds.
 VideoProject randomProject(std::mt19937_64& random);
 
-/// Parts of two lists, mixed: some items stay, some go, some move, some come twice.
+/// A random mixture of two lists: keeps, drops, moves and repeats items.
 template <typename T> SharedList<T> mixed(const SharedList<T>& a, const SharedList<T>& b, std::mt19937_64& random)
 {
     std::vector<T> items;
@@ -44,10 +45,10 @@ template <typename T> SharedList<T> mixed(const SharedList<T>& a, const SharedLi
     return SharedList(std::move(items));
 }
 
-/// A text of up to `length` characters from all of Unicode.
+/// A random text of up to `length` characters from all of Unicode.
 std::string randomText(std::mt19937_64& random, std::size_t length);
 
-/// Any finite number: ordinary ones, whole ones, and every pattern of bits.
+/// A random finite number: an ordinary one, a whole one, or any bit pattern.
 double randomNumber(std::mt19937_64& random);
 
 } // namespace orvo::test

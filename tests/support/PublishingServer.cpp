@@ -65,7 +65,7 @@ void PublishingServer::start()
     const std::string port = m_process->readLine();
     if (port.empty())
         throw std::runtime_error("the publishing server does not start");
-    if (m_port == 0) // It stays what it is: others may be reading it.
+    if (m_port == 0) // Written once only: other threads may read it.
         m_port = std::stoi(port);
 }
 

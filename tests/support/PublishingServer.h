@@ -10,13 +10,13 @@
 
 namespace orvo::test {
 
-/// orvo-server behind the proxy of tests/support/publishing-server, on the loopback address, with a certificate authority of
-/// its own. While one lives, SSL_CERT_FILE names that authority.
+/// orvo-server behind the proxy of tests/support/publishing-server, on the loopback address, with its own certificate
+/// authority. SSL_CERT_FILE names that authority during the lifetime of the object.
 class PublishingServer {
 public:
     enum class Kind { publishing, plainProxy };
 
-    /// Starts it. A plain proxy speaks HTTP and has no server behind it.
+    /// Starts the server. A plain proxy uses HTTP and has no server behind it.
     explicit PublishingServer(Kind kind = Kind::publishing);
     ~PublishingServer();
     PublishingServer(const PublishingServer&) = delete;
@@ -28,17 +28,17 @@ public:
     std::string address() const;
     int port() const noexcept { return m_port; }
 
-    /// Kills proxy and server, as a power cut does.
+    /// Kills proxy and server, like a power cut.
     void kill();
-    /// Kills both and starts them again, with their data, at the same port.
+    /// Kills both and starts them again with the same data and port.
     void restart();
 
-    /// What goes wrong from now on: JSON as tests/support/publishing-server explains. Empty for nothing.
+    /// Sets the faults from now on, as JSON that tests/support/publishing-server documents. Empty for none.
     void setFaults(const std::string& json) const;
     /// Adds a line to the server's configuration and restarts it, without faults.
     void configure(const std::string& line);
 
-    /// A request as it came in.
+    /// An entry of the log of requests.
     struct Request {
         std::string method;
         std::string path;
@@ -49,13 +49,13 @@ public:
         std::string event; ///< "asked", "answered", or "refused" for bytes that were not expected.
         int status = 0;
     };
-    /// Everything so far, in order.
+    /// All entries so far, in order.
     std::vector<Request> requests() const;
-    /// "METHOD /path" of every request that came in, and begins so.
+    /// "METHOD /path" of each received request that starts with `beginning`.
     std::vector<std::string> asked(const std::string& beginning = "") const;
     void forgetRequests() const;
 
-    /// A file of the published revision, as the server stores it. Throws when there is none.
+    /// A file of the published revision, as the server stores it. Throws if there is none.
     std::string received(const std::string& path) const;
     /// Runs a statement on the server's database and returns the values of all rows, "|" between them.
     std::string query(const std::string& sql) const;

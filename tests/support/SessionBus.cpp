@@ -14,7 +14,7 @@ constexpr auto variable = "DBUS_SESSION_BUS_ADDRESS";
 
 SessionBus::SessionBus()
 {
-    // No service that is installed here is started because somebody asks for it.
+    // Without service folders, the bus never activates installed services.
     const auto configuration = m_folder / "bus.conf";
     std::ofstream(configuration) << "<busconfig><type>session</type><listen>unix:dir=" << m_folder.path().string()
                                  << R"(</listen><policy context="default"><allow send_destination="*" eavesdrop="true"/>)"
@@ -24,7 +24,7 @@ SessionBus::SessionBus()
         std::map<std::string, std::string>{}, ChildProcess::Errors::hidden);
     m_address = m_daemon->readLine();
     if (m_address.empty())
-        throw std::runtime_error("there is no bus");
+        throw std::runtime_error("the bus does not start");
     if (const char* before = std::getenv(variable))
         m_before = before;
     ::setenv(variable, m_address.c_str(), 1);

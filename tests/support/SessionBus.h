@@ -7,7 +7,7 @@
 
 namespace orvo::test {
 
-/// A session bus of its own with no services on it, which this process and those that it starts take for theirs.
+/// A private session bus without services, for this process and its children.
 class SessionBus {
 public:
     SessionBus();

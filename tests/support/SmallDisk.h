@@ -6,18 +6,18 @@
 
 namespace orvo::test {
 
-/// A real file system of its own with little room, for tests of a full disk.
+/// A small real file system, for tests of a full disk.
 ///
-/// Making one needs the right to mount, which root has outside of most containers.
+/// Needs the right to mount, which root lacks in most containers.
 class SmallDisk {
 public:
-    /// Room for `bytes`, rounded up to whole pages.
+    /// Mounts a file system for `bytes`, rounded up to whole pages.
     explicit SmallDisk(std::size_t bytes);
     ~SmallDisk();
     SmallDisk(const SmallDisk&) = delete;
     SmallDisk& operator=(const SmallDisk&) = delete;
 
-    /// False when this process may not mount; `path()` is then an ordinary folder.
+    /// False if this process may not mount; `path()` is then an ordinary folder.
     explicit operator bool() const noexcept { return m_mounted; }
 
     const std::filesystem::path& path() const noexcept { return m_folder.path(); }
@@ -27,8 +27,8 @@ private:
     bool m_mounted;
 };
 
-/// While it lives, this process cannot write files longer than `bytes`: the full disk of those who may not mount. A write
-/// then fails with EFBIG instead of ENOSPC.
+/// Limits the length of files that this process writes to `bytes`, to imitate a full disk without mounting. Writes beyond
+/// the limit fail with EFBIG instead of ENOSPC.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(std::size_t bytes);

@@ -17,7 +17,7 @@ std::vector<Said> makeSpeech(
     const fs::path& file, std::vector<Said> texts, double length, const std::vector<std::string>& arguments)
 {
     constexpr float audible = 0.008F;
-    constexpr double rate = 48'000; // Of decoded sound.
+    constexpr double rate = 48'000; // The sample rate of `decodeAudio`.
     const TemporaryFolder folder;
     std::vector<std::string> all;
     std::string graph;

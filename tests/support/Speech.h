@@ -4,18 +4,18 @@
 #include <string>
 #include <vector>
 
-/// Spoken sound for tests, with what is said and when known exactly.
+/// Synthetic speech for tests, with known text and exact times.
 namespace orvo::test {
 
 /// A stretch of speech. Seconds.
 struct Said {
     std::string text;
-    double start = 0; ///< Its first audible sample; where it is to be, for `makeSpeech`.
-    double end = 0; ///< Behind its last one; filled in by `makeSpeech`.
+    double start = 0; ///< The first audible sample; the requested time for `makeSpeech`.
+    double end = 0; ///< After the last audible sample; set by `makeSpeech`.
 };
 
-/// Makes a sound file of this length in which a Spanish voice says the texts at their times. `arguments` are options of
-/// ffmpeg for the output ("-ar", "8000"). Returns the texts with where they end.
+/// Makes an audio file of `length` seconds in which a Spanish voice speaks the texts at their times. `arguments` are ffmpeg
+/// options for the output ("-ar", "8000"). Returns the texts with their end times.
 std::vector<Said> makeSpeech(const std::filesystem::path& file, std::vector<Said> texts, double length,
     const std::vector<std::string>& arguments = {"-ar", "16000"});
 

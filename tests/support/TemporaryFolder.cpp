@@ -19,7 +19,7 @@ TemporaryFolder::TemporaryFolder()
 
 TemporaryFolder::~TemporaryFolder()
 {
-    // Tests take permissions away; without them nothing inside could be removed.
+    // Restores permissions that tests have removed, because deletion needs them.
     std::error_code ignored;
     fs::permissions(m_path, fs::perms::owner_all, fs::perm_options::add, ignored);
     for (fs::recursive_directory_iterator entry(m_path, ignored), end; !ignored && entry != end; entry.increment(ignored)) {

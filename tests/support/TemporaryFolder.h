@@ -6,7 +6,7 @@
 
 namespace orvo::test {
 
-/// A new empty folder that is removed with everything in it when this object goes.
+/// A new empty folder, removed with its contents when the object is destroyed.
 class TemporaryFolder {
 public:
     TemporaryFolder();
@@ -14,7 +14,7 @@ public:
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-    /// Absolute and free of links.
+    /// Absolute, without symbolic links.
     const std::filesystem::path& path() const noexcept { return m_path; }
 
     friend std::filesystem::path operator/(const TemporaryFolder& folder, const std::filesystem::path& name)
@@ -26,7 +26,7 @@ private:
     std::filesystem::path m_path;
 };
 
-/// The names of everything in a folder, hidden or not, sorted; none without the folder.
+/// The sorted names of all entries in a folder, including hidden ones; empty if the folder does not exist.
 std::vector<std::string> namesIn(const std::filesystem::path& folder);
 
 } // namespace orvo::test

@@ -32,7 +32,7 @@ VirtualCamera::VirtualCamera(std::uint32_t colour)
             return;
         QThread::msleep(50);
     }
-    throw std::runtime_error("there is no camera");
+    throw std::runtime_error("the camera does not appear");
 }
 
 VirtualCamera::~VirtualCamera()

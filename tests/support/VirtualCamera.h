@@ -5,11 +5,11 @@
 
 namespace orvo::test {
 
-/// A camera of 1280×720 in the PipeWire of this process's environment, which shows one colour. It is plugged in as long as
-/// this lives; it also goes when a program that has read from it no longer does.
+/// A camera of one colour at 1280×720 in the PipeWire of this process's environment. Unplugged when the object is destroyed,
+/// and also when a program stops reading from it.
 class VirtualCamera {
 public:
-    /// Waits until cameras are listed with it. Throws `std::runtime_error` when it does not come.
+    /// Waits until PipeWire lists the camera. Throws `std::runtime_error` if it does not appear.
     explicit VirtualCamera(std::uint32_t colour);
     ~VirtualCamera();
     VirtualCamera(const VirtualCamera&) = delete;

@@ -6,13 +6,13 @@
 namespace orvo::test {
 
 VirtualDisplay::VirtualDisplay(const QString& size)
-    // Without repeating keys (-r): on a busy machine a key that is pressed shortly is held for long.
+    // No key repeat (-r): on a busy machine, a short press may last long enough to repeat.
     : m_server({"Xvfb", "-displayfd", "1", "-screen", "0", size.toStdString() + "x24", "-nolisten", "tcp", "-noreset", "-r"},
           {}, ChildProcess::Errors::hidden)
     , m_name(":" + QString::fromStdString(m_server.readLine()))
 {
     if (m_name == ":")
-        throw std::runtime_error("there is no display");
+        throw std::runtime_error("the display does not start");
 }
 
 VirtualDisplay::~VirtualDisplay()

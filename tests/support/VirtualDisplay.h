@@ -7,29 +7,29 @@
 
 namespace orvo::test {
 
-/// An X11 display of its own, in memory, with nothing on it.
+/// A private, empty X11 display in memory.
 class VirtualDisplay {
 public:
-    /// Waits until it is there. Throws `std::runtime_error` when it does not come.
+    /// Waits until the display is available. Throws `std::runtime_error` if it does not start.
     explicit VirtualDisplay(const QString& size = "1280x800");
     ~VirtualDisplay();
     VirtualDisplay(const VirtualDisplay&) = delete;
     VirtualDisplay& operator=(const VirtualDisplay&) = delete;
 
-    /// What DISPLAY is for programs on it.
+    /// The value of DISPLAY for programs on it.
     const QString& name() const noexcept { return m_name; }
 
-    /// Moves the pointer and presses keys: the words of xdotool. Returns when that is done; false when it could not be.
+    /// Runs xdotool with these arguments, for example to move the pointer or to press keys. False if it fails.
     bool xdotool(const QStringList& words) const;
 
-    /// Shows programs that this process starts from now on, and this process itself, this display; until the object goes.
+    /// Sets DISPLAY for this process and its children during the lifetime of the object.
     void enter();
 
 private:
     ChildProcess m_server;
     QString m_name;
     bool m_entered = false;
-    QByteArray m_before; ///< DISPLAY as it was.
+    QByteArray m_before; ///< The previous value of DISPLAY.
 };
 
 } // namespace orvo::test

@@ -1,4 +1,4 @@
-"""What an application finds on a desktop: a display, a session bus, a keyring and the service for assistive technology."""
+"""A private desktop: a display, a session bus, a keyring and the accessibility service."""
 
 import os
 import signal
@@ -7,15 +7,15 @@ from pathlib import Path
 
 from display import Display
 
-LIMIT = 240  # Seconds that anything may take on a loaded machine.
+LIMIT = 240  # Seconds. Generous, for a loaded machine.
 LAUNCHER = "/usr/libexec/at-spi-bus-launcher"
-# No service that is installed here is started because somebody asks for it.
+# Without service folders, the bus never activates installed services.
 BUS = """<busconfig><type>session</type><listen>unix:path={}</listen><policy context="default"><allow send_destination="*"
 eavesdrop="true"/><allow eavesdrop="true"/><allow own="*"/></policy></busconfig>"""
 
 
 class Desktop:
-    """Runs until it is closed. `environment` is what an application on it has; `hands` is the program that presses its buttons."""
+    """Runs until `close`. `environment` is for applications on the desktop; `hands` is the program that presses their buttons."""
 
     def __init__(self, folder, hands):
         self._started = []
@@ -28,7 +28,7 @@ class Desktop:
             "DBUS_SESSION_BUS_ADDRESS": f"unix:path={address}", "QT_QPA_PLATFORM": "xcb", "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
             "LC_ALL": "C.UTF-8"}
         self.environment.pop("WAYLAND_DISPLAY", None)
-        # Each that others need says a line when it can be used.
+        # Each service that others need prints a line when it is ready.
         self._start("dbus-daemon", f"--config-file={folder / 'bus.conf'}", "--nofork", "--print-address").stdout.readline()
         keyring = self._start("gnome-keyring-daemon", "--foreground", "--components=secrets", "--unlock")
         keyring.stdin.write("x")
@@ -43,11 +43,11 @@ class Desktop:
         return Path(LAUNCHER).exists()
 
     def start(self, *command, **more):
-        """A program on this desktop, which the caller ends."""
+        """Starts a program on this desktop. The caller ends it."""
         return subprocess.Popen(command, env={**self.environment, **more}, stdin=subprocess.DEVNULL)
 
     def focus_window(self, title):
-        """Waits for a window whose title contains this text, and gives it the keyboard."""
+        """Waits for a window whose title contains this text, and focuses it."""
         self._xdotool("search", "--sync", "--onlyvisible", "--name", title, "windowfocus", "--sync", "%@")
 
     def key(self, *keys):
@@ -57,18 +57,18 @@ class Desktop:
         self._xdotool("type", "--delay", "20", text)
 
     def fill(self, name, text):
-        """Types into the field of this name, in the place of what is there."""
+        """Replaces the text in the field of this name."""
         self.do("focus", name)
         self.key("ctrl+a")
         self.type(text)
 
     def do(self, verb, name):
-        """see, press, focus, turn-on or turn-off what has this name."""
+        """Performs a verb of `hands` (see, press, focus, turn-on, turn-off) on the control with this name."""
         self._hands.stdin.write(f"{verb} {name}\n")
         self._hands.stdin.flush()
         answer = self._hands.stdout.readline().strip()
         if answer != "done":
-            raise RuntimeError(f"{verb} {name}: {answer or 'the hands are gone'}")
+            raise RuntimeError(f"{verb} {name}: {answer or 'the hands have ended'}")
 
     def photograph(self, file):
         subprocess.run(["ffmpeg", "-v", "error", "-y", "-f", "x11grab", "-video_size", "1280x800", "-i", self.display.name, "-frames:v",
@@ -76,7 +76,7 @@ class Desktop:
 
     def close(self):
         for process in reversed(self._started):
-            os.killpg(process.pid, signal.SIGKILL)  # With what it has started.
+            os.killpg(process.pid, signal.SIGKILL)  # Includes its children.
             process.wait()
         self.display.close()
 

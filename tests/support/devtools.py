@@ -1,4 +1,4 @@
-"""A Chromium that is spoken to over a pipe, in the protocol of its developer tools."""
+"""A Chromium controlled over a pipe with the DevTools protocol."""
 
 import fcntl
 import json
@@ -8,7 +8,7 @@ import signal
 import subprocess
 import time
 
-LIMIT = 240  # Seconds that anything may take on a loaded machine.
+LIMIT = 240  # Seconds. Generous, for a loaded machine.
 
 
 def expect(holds, text):
@@ -17,7 +17,7 @@ def expect(holds, text):
 
 
 def wait_for(what, condition):
-    """Waits until the condition is truthy, and returns it."""
+    """Waits until the condition is truthy, and returns its value."""
     end = time.monotonic() + LIMIT
     while not (result := condition()):
         expect(time.monotonic() < end, f"waited too long for {what}")
@@ -26,16 +26,16 @@ def wait_for(what, condition):
 
 
 class Failure(Exception):
-    """What a page, or the browser, says has gone wrong."""
+    """An error reported by a page or by the browser."""
 
 
 class DevTools:
-    """A browser started with these words, in a process group of its own."""
+    """A browser started with this command line in its own process group."""
 
     def __init__(self, words, environment):
         commands, self.output = _pipe()
         self.input, answers = _pipe()
-        # It reads from its third descriptor and writes to its fourth.
+        # The browser reads from descriptor 3 and writes to descriptor 4.
         self.process = subprocess.Popen(
             ["bash", "-c", f'exec "$@" 3<&{commands} 4>&{answers} {commands}<&- {answers}>&-', "bash",
              *words, "--remote-debugging-pipe"],
@@ -57,7 +57,7 @@ class DevTools:
         os.close(self.input)
 
     def call(self, method, session=None, **parameters):
-        """The result of a command. Events that come before it are kept."""
+        """Returns the result of a command. Keeps events that arrive before it."""
         self.number += 1
         message = {"id": self.number, "method": method, "params": parameters, **({"sessionId": session} if session else {})}
         os.write(self.output, json.dumps(message).encode() + b"\0")
@@ -71,7 +71,7 @@ class DevTools:
             self.events.append(answer)
 
     def wait_for(self, method, session):
-        """The next event of this name that was not waited for yet."""
+        """Returns the next event of this name that no earlier call has returned."""
         end = time.monotonic() + LIMIT
         at = 0
         while True:
@@ -83,11 +83,11 @@ class DevTools:
             self.events.append(self._receive(end, method))
 
     def attach(self, target):
-        """The session of a target."""
+        """Returns the session of a target."""
         return self.call("Target.attachToTarget", targetId=target, flatten=True)["sessionId"]
 
     def run(self, script, session):
-        """What the script's promise comes to in a page or a worker."""
+        """Runs a script in a page or a worker. Returns the value of its promise."""
         outcome = self.call("Runtime.evaluate", session, expression=script, awaitPromise=True, returnByValue=True)
         if problem := outcome.get("exceptionDetails"):
             raise Failure(problem.get("exception", {}).get("description") or problem["text"])
@@ -105,7 +105,7 @@ class DevTools:
 
 
 def _pipe():
-    """Two ends beyond the descriptors that the browser gets."""
+    """A pipe whose descriptors are above those that the browser inherits."""
     low = os.pipe()
     high = [fcntl.fcntl(end, fcntl.F_DUPFD_CLOEXEC, 10) for end in low]
     for end in low:

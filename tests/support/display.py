@@ -1,15 +1,15 @@
-"""An X11 display of its own, in memory."""
+"""A private X11 display in memory."""
 
 import os
 import subprocess
 
 
 class Display:
-    """Runs until it is closed, or until the end of a `with`, which gives its name: what DISPLAY is for programs on it."""
+    """Runs until `close` or the end of a `with`, which yields the value of DISPLAY for programs on it."""
 
     def __init__(self, size="1280x800"):
         reading, writing = os.pipe()
-        # Without repeating keys (-r): on a busy machine a key that is pressed shortly is held for long.
+        # No key repeat (-r): on a busy machine, a short press may last long enough to repeat.
         self.process = subprocess.Popen(
             ["Xvfb", "-displayfd", str(writing), "-screen", "0", f"{size}x24", "-nolisten", "tcp", "-noreset", "-r"], pass_fds=[writing],
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)

@@ -1,4 +1,4 @@
-"""Servers that a script starts, and requests to them over TLS."""
+"""Starts servers for a script, and sends them requests over TLS."""
 
 import shutil
 import socket
@@ -10,18 +10,18 @@ import urllib.error
 import urllib.request
 from pathlib import Path
 
-LIMIT = 120  # Seconds that anything may take on a loaded machine.
+LIMIT = 120  # Seconds. Generous, for a loaded machine.
 
 
 def free_port():
-    """A port of loopback that nobody listens at."""
+    """A free port on the loopback address."""
     with socket.socket() as probe:
         probe.bind(("127.0.0.1", 0))
         return probe.getsockname()[1]
 
 
 def make_certificate(folder):
-    """The files of a new certificate for localhost and of its key."""
+    """Makes a certificate for localhost. Returns the files of the certificate and of its key."""
     chain, key = folder / "cert.pem", folder / "key.pem"
     subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-days", "20",
                     "-subj", "/CN=localhost", "-addext", "subjectAltName=DNS:localhost", "-keyout", key, "-out", chain],
@@ -30,7 +30,7 @@ def make_certificate(folder):
 
 
 class Services:
-    """Programs and a folder for them, until the end of a `with`."""
+    """Programs and their folder; both end with the `with`."""
 
     def __init__(self, prefix):
         self.folder = Path(tempfile.mkdtemp(prefix=prefix))
@@ -40,7 +40,7 @@ class Services:
         self._processes.append(subprocess.Popen(command, env=environment, stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL))
 
     def wait_for(self, client):
-        """Until the server that they make answers at its health address."""
+        """Waits until the server answers at its health address."""
         end = time.monotonic() + LIMIT
         while True:
             try:
@@ -49,7 +49,7 @@ class Services:
             except OSError:
                 pass
             if time.monotonic() > end or any(process.poll() is not None for process in self._processes):
-                raise SystemExit("FAILED: it does not come up")
+                raise SystemExit("FAILED: the server does not start")
             time.sleep(0.1)
 
     def __enter__(self):
@@ -64,14 +64,14 @@ class Services:
 
 
 class Client:
-    """Asks a server whose certificate is this one."""
+    """Sends requests to a server with this certificate."""
 
     def __init__(self, address, certificate):
         self.address = address
         self._trust = ssl.create_default_context(cafile=str(certificate))
 
     def ask(self, path, **headers):
-        """Status, body and headers of the answer to a GET; header names with "_" for "-"."""
+        """Sends a GET and returns status, body and headers. `headers` are named with "_" for "-"."""
         request = urllib.request.Request(self.address + path, headers={name.replace("_", "-"): value for name, value in headers.items()})
         try:
             answer = urllib.request.urlopen(request, context=self._trust, timeout=LIMIT)

@@ -1,7 +1,7 @@
-"""PipeWire and its PulseAudio server in a folder of their own, with loudspeakers and a microphone.
+"""A private PipeWire with its PulseAudio server, loudspeakers and a microphone.
 
-sound.py FOLDER runs them on the bus of its environment: it writes a line when they can be used, and another when it has done what a
-line of its input says, "end server", "start server" or "end". They end with its input.
+sound.py FOLDER runs them on the bus of its environment. It prints "ready" when they can be used, and "done" after each command
+that it reads: "end server", "start server" or "end". They end with its input.
 """
 
 import os
@@ -10,13 +10,13 @@ import sys
 import time
 from pathlib import Path
 
-LIMIT = 60  # Seconds that anything may take on a loaded machine.
+LIMIT = 60  # Seconds. Generous, for a loaded machine.
 
 
 class Sound:
-    """Runs until it is closed. What `environment` has makes other programs use it.
+    """Runs until `close`. Programs with `environment` use it.
 
-    The microphone hears what is played into `heard`, "micfeed" or "speakers". Without the address of a bus they have their own."""
+    The microphone records what is played into `heard`, "micfeed" or "speakers". Without `bus`, starts a private one."""
 
     def __init__(self, runtime, heard="micfeed", bus=None):
         self.environment = {"XDG_RUNTIME_DIR": str(runtime), "DBUS_SESSION_BUS_ADDRESS": bus or f"unix:path={runtime}/bus"}
@@ -26,7 +26,7 @@ class Sound:
         if not bus:
             self._start("dbus-daemon", "--session", f"--address=unix:path={runtime}/bus", "--nofork", "--nopidfile")
         self._start("pipewire")
-        until((runtime / "pipewire-0").exists, "PipeWire")  # Without it the session manager ends at once.
+        until((runtime / "pipewire-0").exists, "PipeWire")  # The session manager exits without it.
         self._start("wireplumber")
         self.start_server()
 
@@ -38,11 +38,11 @@ class Sound:
 
     def start_server(self):
         self._server = self._start("pipewire-pulse")
-        until(lambda: self._pactl("info"), "the sound server")
+        until(lambda: self._pactl("info"), "the audio server")
         for name in ("speakers", "micfeed"):
             self._pactl("load-module", "module-null-sink", f"sink_name={name}")
         self._pactl("load-module", "module-remap-source", f"master={self._heard}.monitor", "source_name=microphone")
-        # Right after the start the answer may be that this is not supported.
+        # Right after the start, the server may report that it does not support this.
         until(lambda: self._pactl("set-default-sink", "speakers") and self._pactl("set-default-source", "microphone"),
               "the default devices")
 
@@ -65,7 +65,7 @@ def until(condition, what):
     end = time.monotonic() + LIMIT
     while not condition():
         if time.monotonic() > end:
-            raise RuntimeError(f"{what} does not come")
+            raise RuntimeError(f"waited too long for {what}")
         time.sleep(0.02)
 
 

@@ -1,13 +1,13 @@
-// Uses the windows of the applications on a session bus as assistive technology does.
+// Controls the windows of the applications on a session bus like assistive technology.
 //
-// orvo-hands says "ready" when the bus for that is there. Then it reads a command a line and answers each with "done" or
-// with what has failed:
-//   see TEXT       waits until something with this name can be seen
-//   press NAME     waits until it is enabled, then presses it
-//   focus NAME     gives it the keyboard
-//   turn-on NAME   presses what can be checked where it is not; turn-off where it is
+// orvo-hands prints "ready" when it has connected to the accessibility bus. Then it reads one command per line and answers
+// each with "done" or an error:
+//   see NAME       waits until a control with this name is visible
+//   press NAME     waits until the control is enabled, then presses it
+//   focus NAME     focuses the control
+//   turn-on NAME   checks the control if it is unchecked; turn-off is the reverse
 //
-// Of things with the same name, the topmost counts.
+// If several controls have the name, the topmost wins.
 
 #include <QCoreApplication>
 #include <QDBusArgument>
@@ -24,7 +24,7 @@
 
 namespace {
 
-constexpr qint64 limit = 240'000; ///< Milliseconds that anything may take on a loaded machine.
+constexpr qint64 limit = 240'000; ///< Milliseconds. Generous, for a loaded machine.
 
 /// An object on the accessibility bus.
 struct Reference {
@@ -50,7 +50,7 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, Reference& refere
 
 enum class State : unsigned { checked = 4, enabled = 8, showing = 25 };
 
-/// The accessibility bus, whose address the session bus knows.
+/// The accessibility bus; the session bus provides its address.
 class Accessibility {
 public:
     Accessibility()
@@ -58,7 +58,7 @@ public:
     {
     }
 
-    /// The topmost object that can be seen, has this name and is wanted.
+    /// The topmost visible object with this name for which `isWanted` is true; nullopt if there is none.
     std::optional<Reference> find(const QString& name, const std::function<bool(const Reference&)>& isWanted) const
     {
         const Reference desktop{
@@ -80,7 +80,7 @@ public:
         return !words.isEmpty() && ((words[0] >> bit) & 1U) != 0;
     }
 
-    /// Does the action with this name, or the first one.
+    /// Performs the action with this name, or the first action if there is no such one.
     void act(const Reference& object, const QString& name) const
     {
         const int count = property(object, "Action", "NActions").toInt();
@@ -95,7 +95,7 @@ public:
     void focus(const Reference& object) const { call(object, "Component", "GrabFocus"); }
 
 private:
-    /// Waits for its service.
+    /// Waits for the service that provides the address.
     static QString address()
     {
         const auto question = QDBusMessage::createMethodCall(QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
@@ -137,7 +137,7 @@ private:
     std::optional<Reference> findBelow(
         const Reference& object, const QString& name, const std::function<bool(const Reference&)>& isWanted) const
     {
-        // What is drawn last lies on top.
+        // Later children are drawn on top.
         const auto children = childrenOf(object);
         for (auto child = children.crbegin(); child != children.crend(); ++child) {
             if (auto found = findBelow(*child, name, isWanted))
@@ -160,7 +160,7 @@ QString perform(const Accessibility& accessibility, const QString& verb, const Q
     std::optional<Reference> found;
     while (!(found = accessibility.find(name, isUsable))) {
         if (timer.elapsed() > limit)
-            return QStringLiteral("«%1» does not come").arg(name);
+            return QStringLiteral("«%1» does not appear").arg(name);
         QThread::msleep(50);
     }
     if (verb == QLatin1String("press")) {

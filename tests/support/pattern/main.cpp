@@ -1,9 +1,8 @@
-// Shows the window of TimePattern.h on the display of DISPLAY and, with --sound, plays its tone. Says "shown" when it is
-// there.
+// Shows the window of TimePattern.h on DISPLAY and, with --sound, plays its tone. Prints "shown" when the window is visible.
 //
 // orvo-time-pattern X Y WIDTH HEIGHT FPS [--sound] [--title TITLE] [--motion] [--log FILE]
 //
-// With --motion lines as of a page scroll behind it all. The log gets the milliseconds of every frame that was shown.
+// With --motion, a page of lines scrolls in the background. --log writes the milliseconds of every shown frame.
 
 #include "TestSupport/TimePattern.h"
 
@@ -40,7 +39,7 @@ bool flashes(double time)
     return time - std::floor(time) < TimePattern::flashLength;
 }
 
-/// A window that is drawn beforehand, in memory of the server, and shown at once.
+/// A window with double buffering: draws into a pixmap of the server, then copies it at once.
 class Window {
 public:
     struct Place {
@@ -62,7 +61,7 @@ public:
             static_cast<std::uint32_t>(title.size()), title.data());
         xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, atom("_NET_WM_NAME"), atom("UTF8_STRING"), 8,
             static_cast<std::uint32_t>(title.size()), title.data());
-        constexpr std::string_view kind{"pattern\0Pattern", 16}; // NOLINT(bugprone-string-constructor): with its end.
+        constexpr std::string_view kind{"pattern\0Pattern", 16}; // NOLINT(bugprone-string-constructor): includes the final null.
         xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
             static_cast<std::uint32_t>(kind.size()), kind.data());
         m_pixmap = xcb_generate_id(m_connection);
@@ -78,7 +77,7 @@ public:
     Window(const Window&) = delete;
     Window& operator=(const Window&) = delete;
 
-    /// Has a page of lines scroll behind the rest from now on.
+    /// Scrolls a page of lines in the background from now on.
     void beginMotion()
     {
         constexpr int line = 22;
@@ -99,13 +98,13 @@ public:
         m_pixmap = target;
     }
 
-    /// The milliseconds that a picture of this time shows.
+    /// The milliseconds that a frame of this time shows.
     static std::uint64_t millisecondsOf(double time)
     {
         return static_cast<std::uint64_t>(time * 1000) % TimePattern::period;
     }
 
-    /// False when the window is gone.
+    /// Draws and shows a frame. False if the window is gone.
     bool show(double time)
     {
         const int width = m_place.width;
@@ -142,7 +141,7 @@ private:
     bool present()
     {
         xcb_copy_area(m_connection, m_pixmap, m_window, m_pen, 0, 0, 0, 0, m_place.width, m_place.height);
-        // The answer comes when all of it has been drawn.
+        // Waits until the server has drawn everything.
         xcb_generic_error_t* error = nullptr;
         // NOLINTNEXTLINE(cppcoreguidelines-no-malloc)
         std::free(xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_window), &error));
@@ -177,7 +176,7 @@ private:
     int m_scrolled = 0;
 };
 
-/// Plays silence and, in time with the flashes, tones.
+/// Plays tones in time with the flashes, and silence between them.
 void play(const std::stop_token& stop)
 {
     constexpr int rate = 48'000;
@@ -190,15 +189,15 @@ void play(const std::stop_token& stop)
     pa_simple* stream =
         pa_simple_new(nullptr, "pattern", PA_STREAM_PLAYBACK, nullptr, "tone", &form, nullptr, &memory, &error);
     if (!stream) {
-        std::fprintf(stderr, "no sound: %s\n", pa_strerror(error));
+        std::fprintf(stderr, "no audio: %s\n", pa_strerror(error));
         std::exit(1);
     }
     std::vector<float> block(blockLength);
-    double position = 0; ///< When the next sample is heard.
+    double position = 0; ///< When the next sample is heard, in seconds.
     int blocks = 0;
-    int displaced = 0; ///< Blocks in a row whose measured time is far off.
+    int displaced = 0; ///< Consecutive blocks whose measured time is far off.
     while (!stop.stop_requested()) {
-        // Measured times tremble; the sound itself goes on evenly. After an underrun all of them are off.
+        // Measured times jitter although the audio plays evenly, so they are smoothed. After an underrun, all of them are off.
         const double measured =
             seconds(Clock::now()) + static_cast<double>(pa_simple_get_latency(stream, &error)) / 1'000'000;
         displaced = std::abs(measured - position) > 0.015 ? displaced + 1 : 0;
@@ -224,13 +223,13 @@ int main(int argc, char** argv)
 {
     if (argc < 6)
         return 2;
-    bool sounds = false;
+    bool playsTone = false;
     bool moves = false;
     std::ofstream log;
     std::string title = "Time pattern";
     for (int i = 6; i < argc; ++i) {
         if (std::string_view(argv[i]) == "--sound")
-            sounds = true;
+            playsTone = true;
         else if (std::string_view(argv[i]) == "--motion")
             moves = true;
         else if (std::string_view(argv[i]) == "--title" && i + 1 < argc)
@@ -247,7 +246,7 @@ int main(int argc, char** argv)
     if (moves)
         window.beginMotion();
     std::jthread tone;
-    if (sounds)
+    if (playsTone)
         tone = std::jthread(play);
     const auto interval = std::chrono::duration_cast<Clock::duration>(std::chrono::seconds(1)) / number(5);
     auto next = Clock::now();
