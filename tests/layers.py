@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Checks the arrows of docs/architecture.md: which folders the sources of a folder can include.
+"""Checks the dependencies in docs/architecture.md: which folders the sources of a folder can include.
 
 layers.py BUILD_FOLDER
 
-Reads what the build gives to the compiler, so a library that is linked against the direction fails here before anybody includes
-one of its headers; and lets the compiler refuse includes across a border.
+Reads the include paths of each compiler command, so that a forbidden link fails even before a source includes one of its headers.
+Also checks that the compiler rejects some includes across layers.
 """
 
 import json
@@ -15,7 +15,7 @@ from pathlib import Path
 
 WINDOWS = r"OrvoVideo/(ui|editor|help|recorder|settings|shell)\b"
 
-# The sources of the first folder see none of the second; "\1" is the folder itself.
+# Sources in the first folder must not see the second; "\1" is the folder itself.
 FORBIDDEN = [
     (r"VideoCore", r"(?!VideoCore).*"),
     (r"VideoMedia", r"(?!VideoCore|VideoMedia).*"),
@@ -34,7 +34,7 @@ FORBIDDEN = [
     (r"OrvoServer", r"VideoMedia|Platform|OrvoVideo|OrvoBridge|cli"),
 ]
 
-# A source that sees its room, and a header across the border.
+# A source, and a header that it must not be able to include.
 REFUSED = [
     ("VideoCore/Timeline.cpp", "VideoMedia/RenderGraph.h"),
     ("OrvoVideo/playback/VideoShelf.cpp", "OrvoVideo/capture/CaptureEngine.h"),
@@ -45,7 +45,7 @@ REFUSED = [
 
 
 def views(build, source_root):
-    """The folder that each include view of the build shows."""
+    """Yields the name of each include view in the build folder, and the source folder that it shows."""
     for link in [*build.glob("include/*/*"), *build.glob("include/*/*/*")]:
         if link.is_symlink():
             yield link.relative_to(build / "include").parts[0], link.resolve().relative_to(source_root).as_posix()
@@ -56,7 +56,7 @@ def seen_by(entry, build):
 
 
 def wrong_arrows(entries, shown, build, source_root):
-    """Lines of "folder sees folder" that are forbidden."""
+    """The forbidden dependencies, as lines "folder sees folder"."""
     found = set()
     for entry in entries:
         source = Path(entry["file"])
@@ -76,7 +76,7 @@ def wrong_arrows(entries, shown, build, source_root):
 
 
 def refuses(entry, header, build):
-    """Whether the compiler finds no such header for this source."""
+    """Whether the compiler does not find the header with the flags of this source."""
     flags = [word for word in entry["command"].split() if word.startswith(("-I", "-std"))]
     run = subprocess.run([entry["command"].split()[0], *flags, "-E", "-x", "c++", "-"], input=f'#include "{header}"\n',
                          cwd=build, env={"LC_ALL": "C.UTF-8", "PATH": "/usr/bin:/bin"}, capture_output=True, text=True)
@@ -89,17 +89,17 @@ def main():
     entries = json.loads((build / "compile_commands.json").read_text())
     shown = dict(views(build, source_root))
     failures = wrong_arrows(entries, shown, build, source_root)
-    # A path from the own folder would pass by the views.
+    # A relative path would bypass the views.
     for source in source_root.glob("*/**/*.[ch]*"):
         if source.parts[len(source_root.parts)] in ("tests", "build", "bench", "fuzz") or source.suffix not in (".cpp", ".h"):
             continue
         if re.search(r'#include "\.\./', source.read_text()):
-            failures.append(f"{source.relative_to(source_root)} includes by way of another folder")
+            failures.append(f"{source.relative_to(source_root)} includes a header by a relative path")
     by_file = {Path(entry["file"]).relative_to(source_root).as_posix(): entry for entry in entries
                if Path(entry["file"]).is_relative_to(source_root)}
     for source, header in REFUSED:
         if not (source_root / header).exists():
-            failures.append(f"{header} is not there")
+            failures.append(f"{header} does not exist")
         elif not refuses(by_file[source], header, build):
             failures.append(f"{source} can include {header}")
     if failures:

@@ -1,16 +1,15 @@
 #!/bin/bash
-# Puts the static analyser in FOLDER, as bin/clang-tidy with its own headers in lib: tools/clang-tidy.sh FOLDER
+# Installs clang-tidy in FOLDER, as bin/clang-tidy with its own headers in lib: tools/clang-tidy.sh FOLDER
 #
-# Does nothing if it is there. Otherwise downloads it from the Python package index with this machine's pip: the one of
-# Debian looks for faults in all headers of Qt and Boost, too, and takes three times as long. May be interrupted and run
-# again.
+# Does nothing if it is installed. Otherwise downloads it from the Python package index with this machine's pip, because
+# Debian's version also analyses all headers of Qt and Boost and takes three times as long. May be interrupted and run again.
 set -euo pipefail
 (($# == 1)) || { echo 'Usage: tools/clang-tidy.sh FOLDER' >&2; exit 2; }
 folder=$(realpath -m -- "$1")
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source tools/building.sh
 
-# Another version replaces this one.
+# Reinstalls another version.
 this=$(sha256sum <tools/clang-tidy/requirements.txt)
 if [[ -x $folder/bin/clang-tidy && -e $folder/made-of && $(<"$folder/made-of") == "$this" ]]; then exit 0; fi
 

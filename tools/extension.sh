@@ -1,7 +1,7 @@
 #!/bin/bash
 # The browser extension's identity and archive:
-#   tools/extension.sh key FILE   makes a new identity: the private key goes to FILE, the public one into the tree
-#   tools/extension.sh zip FILE   makes the archive for an extension store
+#   tools/extension.sh key FILE   creates a new identity: the private key goes to FILE, the public one into the tree
+#   tools/extension.sh zip FILE   creates the archive for an extension store
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Prints the failed tests: failures.py RESULTS [--names|--count], where RESULTS is a file that ctest wrote.
+"""Prints the failed tests: failures.py RESULTS [--names|--count], where RESULTS is a JUnit file of ctest.
 
 Without an option, also prints the end of each test's output."""
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Injects faults into recordings and writes a table of the results: ./dev faults
 
-Uses real displays, a real sound server and the built `orvo`. After each fault it decodes every track, compares the document and
+Uses real displays, a real audio server and the built `orvo`. After each fault it decodes every track, compares the document and
 the pointer log, recovers the recording if needed, checks it and exports it.
 """
 
@@ -45,7 +45,7 @@ class Row:
 
 
 class World:
-    """A display that shows the time pattern, a sound server that plays its tone, and a library."""
+    """A display that shows the time pattern, an audio server that plays its tone, and a library."""
 
     def __init__(self, folder, size="1280x720"):
         self.folder = Path(folder)
@@ -170,7 +170,7 @@ def until(condition, what, limit=60):
     end = time.monotonic() + limit
     while not condition():
         if time.monotonic() > end:
-            raise Broken(f"{what} does not come")
+            raise Broken(f"waited too long for {what}")
         time.sleep(0.02)
 
 
@@ -201,10 +201,10 @@ def killed(world, count):
     return Row("Proceso muerto (kill −9) en un momento al azar", count, "«Por recuperar»; recuperado", f"falta como mucho {worst:.2f} s")
 
 
-def ended_by_itself(world, fault, act, *options, least=4.0, prefix=()):
+def ended_by_itself(world, fault, act, *options, after=4.0, prefix=()):
     """A fault that ends the recording: orvo reports it and the project is ready."""
     recording = world.record(*options, prefix=prefix)
-    recording.wait_until(least)
+    recording.wait_until(after)
     act(recording)
     lasted = recording.lasted()
     _, text = recording.end()
@@ -372,20 +372,20 @@ def main():
     attempt("killed", lambda world: killed(world, chosen.kills))
     attempt("largest file reached", lambda world: ended_by_itself(
         world, "Archivo que no puede crecer más (como un disco lleno)", lambda recording: recording.process.wait(60), "--no-microphone",
-        least=1.0, prefix=("sh", "-c", 'trap "" XFSZ; ulimit -f 200; exec "$@"', "sh")))
+        after=1.0, prefix=("sh", "-c", 'trap "" XFSZ; ulimit -f 200; exec "$@"', "sh")))
     attempt("full disk", full_disk)
     attempt("power cut", lambda world: power_cut(world, min(chosen.kills, 10)))
     attempt("clock changed", clock_changed)
     attempt("read-only library", lambda world: refused(world, "Biblioteca de solo lectura", ORVO_LIBRARY="/proc/sys/library"))
     attempt("encoder missing", lambda world: refused(world, "Sin codificador de vídeo", **without_encoder(world)))
-    attempt("no sound server", lambda world: refused(world, "Sin servidor de sonido", PULSE_SERVER="unix:/nowhere"))
+    attempt("no audio server", lambda world: refused(world, "Sin servidor de sonido", PULSE_SERVER="unix:/nowhere"))
 
-    def restart_sound(world):
+    def restart_audio(world):
         world.sound.end_server()
         time.sleep(2)
         world.sound.start_server()
-    attempt("sound restarted", lambda world: went_on(
-        world, "Servidor de sonido reiniciado", lambda _: restart_sound(world), "silencio mientras falta; después sigue"))
+    attempt("audio server restarted", lambda world: went_on(
+        world, "Servidor de sonido reiniciado", lambda _: restart_audio(world), "silencio mientras falta; después sigue"))
     attempt("display ended", lambda world: ended_by_itself(
         world, "Servidor gráfico terminado", lambda _: world.display.close()))
     attempt("window closed", lambda world: ended_by_itself(

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Draws the icons of the application and of the extension from their outlines: tools/icons.sh
 #
-# Both have the same mark. Up to 24 pixels it is drawn from an outline of its own, whose edges lie on whole pixels.
+# Both have the same mark. Sizes up to 24 pixels use a separate outline, whose edges lie on whole pixels.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../packaging/desktop/icons"
 for size in 16 22 24 32 48 64 128 256 512; do

@@ -1,11 +1,11 @@
 #!/bin/bash
-# Uses the packages of FOLDER in a bare Debian, as root: tools/package-check.sh FOLDER [SYSTEM]
+# Tests the packages of FOLDER in a bare Debian, as root: tools/package-check.sh FOLDER [SYSTEM]
 #
-# SYSTEM is the folder of a bare Debian (debootstrap --variant=minbase trixie SYSTEM). It is copied; without one debootstrap
-# makes it. In the copy: an older package is installed with apt and a library begun with it, the new one takes its place, the
-# application is started from its desktop entry on a virtual display, started again with a movie and asks for a file with the
-# desktop's own panel, the work of ./run --terminal is done with the installed orvo, the server answers, and everything is
-# purged. Pictures of the display and the result stay in FOLDER/check.
+# SYSTEM is the folder of a bare Debian (debootstrap --variant=minbase trixie SYSTEM), which the script copies; by default it
+# creates one with debootstrap. In the copy it installs an older package with apt, starts a library, and upgrades to the new
+# package. It starts the application from its desktop entry on a virtual display, starts it again with a movie, and opens the
+# desktop's file panel. It runs the steps of ./run --terminal with the installed orvo, checks that the server answers, and
+# purges everything. Screenshots and the result stay in FOLDER/check.
 set -euo pipefail
 (($# >= 1)) || { sed -n '2,/^set/s/^# \?//p' "$0" >&2; exit 2; }
 ((EUID == 0)) || { echo 'tools/package-check.sh needs root, for chroot and mounts.' >&2; exit 1; }
@@ -13,7 +13,7 @@ packages=$(realpath -- "$1") system=${2:-}
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 if [[ ${inside:-} != yes ]]; then
-  # In mounts and processes of its own: nothing stays mounted and nothing goes on running, however it ends.
+  # Own namespaces for mounts and processes, so that nothing stays mounted or running, however the script ends.
   export inside=yes
   exec unshare --mount --pid --fork --kill-child "$0" "$@"
 fi
@@ -32,11 +32,11 @@ mkdir -p "$root"/{proc,dev,debs/old,road}
 mount -t proc proc "$root/proc"
 mount --rbind /dev "$root/dev"
 cp -L /etc/resolv.conf "$root/etc/resolv.conf"
-cp /etc/ssl/certs/ca-certificates.crt "$root/etc/ssl/certs/" # Those that this machine trusts.
+cp /etc/ssl/certs/ca-certificates.crt "$root/etc/ssl/certs/" # The certificates that this machine trusts.
 cp "$packages"/*.deb "$root/debs"
 cp tools/terminal.sh tools/sample.sh "$root/road"
 
-# An older package: the same with a lower version.
+# The older package is the same one with a lower version.
 older=$packages/older
 rm -rf "$older"
 dpkg-deb -R "$packages"/orvo-video_*.deb "$older"

@@ -1,14 +1,15 @@
 #!/bin/bash
-# Makes the Debian packages in build/package: tools/package.sh [--check [--system FOLDER]]
+# Builds the Debian packages in build/package: tools/package.sh [--check [--system FOLDER]]
 #
-#   orvo-video_*.deb             the application, orvo, and what records a browser's tab
+#   orvo-video_*.deb             the application, orvo, and the helper and extension that record a browser's tab
 #   orvo-server_*.deb            the publishing server
-#   orvo-video-model-base_*.deb  the speech model, where build/models has it
+#   orvo-video-model-base_*.deb  the speech model, if build/models has it
 #
-# They need the libraries of the system that makes them, or newer ones: on a Debian 13, or in one in a folder, for Debian 13.
+# The packages need the libraries of the system that builds them, or newer ones. For Debian 13, run it on Debian 13 or in a
+# chroot of it.
 #
-# With --check they are also installed into a bare Debian, used there and removed (tools/package-check.sh, as root). --system
-# names a folder with such a system, which stays as it is; without it debootstrap makes one.
+# --check also installs them into a bare Debian, tests and removes them (tools/package-check.sh, as root). --system names the
+# folder of such a system, which is not changed; by default, debootstrap creates one.
 set -euo pipefail
 called=$PWD
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -26,7 +27,7 @@ done
 
 step() { printf '\n== %s\n' "$*"; "$@"; }
 
-# Who answers for the package: DEBFULLNAME and DEBEMAIL as for every Debian tool, else who made the last commit.
+# The maintainer: DEBFULLNAME and DEBEMAIL, as for other Debian tools, or else the author of the last commit.
 maintainer="${DEBFULLNAME:-$(git log -1 --format=%an)} <${DEBEMAIL:-$(git log -1 --format=%ae)}>"
 # Later commits give higher versions.
 version=$(sed -n 's/^project(OrvoVideo VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)+$(TZ=UTC git log -1 --date=format-local:%Y%m%d%H%M%S --format=%cd)
@@ -40,11 +41,11 @@ export ORVO_BUILD=$out ORVO_MODEL='' DH_OPTIONS=
 if tools/model.sh build/models; then
   ORVO_MODEL=$PWD/build/models/ggml-base-q5_1.bin
 else
-  echo 'Without the speech model: it is downloaded at the first transcription.' >&2
+  echo 'No speech model: the first transcription downloads it.' >&2
   DH_OPTIONS=-Norvo-video-model-base
 fi
 
-# The packaging in a folder of its own: what it writes is not for the tree.
+# A copy of the packaging, because the build writes into it.
 work=$out/debian-build
 rm -rf "$work"
 mkdir -p "$work"
@@ -57,14 +58,14 @@ orvo-video ($version) unstable; urgency=medium
 
  -- $maintainer  $(git log -1 --format=%cD)
 END
-# Two spaces stand before the date, and a day has two digits.
+# The format needs two spaces before the date, and a day of two digits.
 (cd "$work" && shows_only_failures "$out/package.log" dpkg-buildpackage --build=binary --no-sign --no-check-builddeps)
 
 step desktop-file-validate packaging/desktop/es.orvo.video.desktop
 step appstreamcli validate --pedantic --no-net packaging/desktop/es.orvo.video.metainfo.xml
 step lintian --fail-on error "$out"/*.deb
 if command -v systemd-analyze >/dev/null; then
-  # The programs that it names are those of the package.
+  # Verifies a copy of the unit that names the built program.
   unit=$work/verified/orvo-server.service
   mkdir -p "${unit%/*}"
   sed "s|=orvo-server |=$out/bin/orvo-server |" packaging/orvo-server.service >"$unit"

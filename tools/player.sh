@@ -2,7 +2,7 @@
 # Downloads third-party scripts of the web pages and their tests into FOLDER: tools/player.sh FOLDER
 #
 #   hls.light.min.js, hls.LICENSE.txt   hls.js (Apache-2.0), built into the publishing server's pages
-#   axe.min.js                          axe-core (MPL-2.0), with which the tests check accessibility
+#   axe.min.js                          axe-core (MPL-2.0), used by the tests to check accessibility
 #
 # Does nothing if they exist. Otherwise installs the packages with this machine's npm; tools/player/package-lock.json has
 # their checksums. May be interrupted and run again.

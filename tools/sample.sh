@@ -2,7 +2,7 @@
 # Records a sample lesson: tools/sample.sh ORVO
 #
 # Records 20 seconds with the program ORVO into its library: a virtual display, 1920x1080, with a time-coded page and a
-# moving pointer, and Spanish speech as the microphone. Starts its own display and sound server, and stops them
+# moving pointer, and Spanish speech as the microphone. Starts its own display and audio server, and stops them
 # afterwards. Prints the project's identifier.
 set -euo pipefail
 export LC_ALL=C.UTF-8
@@ -37,11 +37,11 @@ END
 
 # Synthesises the lines into voice.wav.
 speak() {
-  local start text number=0 sound inputs=() graph='' mixed=''
+  local start text number=0 voice inputs=() graph='' mixed=''
   while IFS='|' read -r start text; do
-    sound=$work/$number.wav
-    espeak-ng -v es -s 150 -w "$sound" "$text"
-    inputs+=(-i "$sound")
+    voice=$work/$number.wav
+    espeak-ng -v es -s 150 -w "$voice" "$text"
+    inputs+=(-i "$voice")
     # In milliseconds: adelay silently ignores a fraction of a second.
     graph+="[$number]adelay=$(awk "BEGIN { print int(1000 * $start) }"):all=1[at$number];"
     mixed+="[at$number]"
@@ -71,20 +71,20 @@ color=0xB087FF:1640x10:30[bar];
   format=yuv420p
 END
 
-# A sound server with a microphone that hears what is played into "micfeed", and loudspeakers.
-sound() {
+# Starts an audio server with loudspeakers and a microphone that records what is played into "micfeed".
+start_audio() {
   export XDG_RUNTIME_DIR=$work/run DBUS_SESSION_BUS_ADDRESS=unix:path=$work/run/bus
   mkdir -m 700 "$XDG_RUNTIME_DIR"
-  dbus-daemon --session --address="$DBUS_SESSION_BUS_ADDRESS" --nofork --nopidfile 2>"$work/sound.log" &
+  dbus-daemon --session --address="$DBUS_SESSION_BUS_ADDRESS" --nofork --nopidfile 2>"$work/audio.log" &
   started+=($!)
   local program
   for program in pipewire wireplumber pipewire-pulse; do
-    "$program" >>"$work/sound.log" 2>&1 &
+    "$program" >>"$work/audio.log" 2>&1 &
     started+=($!)
   done
   local tries=200
   until pactl info >/dev/null 2>&1; do
-    ((tries--)) || fail 'no se ha podido abrir un servidor de sonido.' "$work/sound.log"
+    ((tries--)) || fail 'no se ha podido abrir un servidor de sonido.' "$work/audio.log"
     sleep 0.05
   done
   pactl load-module module-null-sink sink_name=speakers >/dev/null
@@ -93,7 +93,7 @@ sound() {
   # Right after the start, pactl may report that this is not supported.
   until pactl set-default-sink speakers 2>/dev/null && pactl set-default-source voice 2>/dev/null &&
     pactl info | grep -q 'Default Source: voice'; do
-    ((tries--)) || fail 'no se ha podido elegir el micrófono.' "$work/sound.log"
+    ((tries--)) || fail 'no se ha podido elegir el micrófono.' "$work/audio.log"
     sleep 0.1
   done
 }
@@ -109,7 +109,7 @@ pointer() {
 }
 
 speak
-sound
+start_audio
 
 mkfifo "$work/display"
 Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten tcp -noreset 3>"$work/display" 2>"$work/Xvfb.log" &

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Follows the guide of docs/server.md in a bare Debian and times it, from the empty system to the first embedded video.
+"""Follows the guide in docs/server.md in a bare Debian and times it, from the empty system to the first embedded video.
 
-tools/server-guide.py   (as root: it makes a Debian 13 in a temporary folder, with mmdebstrap, and works within that)
+tools/server-guide.py   (as root: creates a Debian 13 in a temporary folder with mmdebstrap, and works inside it)
 
-Two things differ from a rented machine: the address is localhost with a certificate of its own instead of one that the proxy
-gets by itself, and without systemd the two programs are started directly. Making the video is not part of the time.
+Two things differ from a rented machine: the address is localhost with a self-signed certificate, instead of one that the proxy
+obtains, and the two programs are started without systemd. The time does not include making the video.
 """
 
 import json
@@ -20,7 +20,7 @@ ROOT = Path(__file__).resolve().parent.parent
 sys.path[:0] = [str(ROOT / folder) for folder in ("tests/OrvoServer/web", "tests/support")]
 sys.dont_write_bytecode = True
 
-from make_package import lesson  # noqa: E402: it lies in another folder.
+from make_package import lesson  # noqa: E402: in another folder.
 from services import Client, Services, free_port, make_certificate  # noqa: E402
 
 MINUTES = 10
@@ -39,7 +39,7 @@ def main():
 
 def follow(services, orvo, server, commands, site):
     folder = services.folder
-    # Others must be able to enter: the server is none of root.
+    # The server does not run as root, so other users need access.
     folder.chmod(0o755)
     fresh = folder / "debian"
     environment = {**os.environ, "ORVO_LIBRARY": str(folder / "library"), "XDG_CONFIG_HOME": str(folder / "config"),
@@ -56,7 +56,7 @@ def follow(services, orvo, server, commands, site):
     project = lesson(client, folder)
     subprocess.run(["mmdebstrap", "--quiet", "--variant=minbase", "--include=ca-certificates", "trixie", fresh], check=True)
     shutil.copy("/etc/resolv.conf", fresh / "etc/resolv.conf")
-    (fresh / "usr/sbin/policy-rc.d").write_text("#!/bin/sh\nexit 101\n")  # Nothing starts by itself in a folder.
+    (fresh / "usr/sbin/policy-rc.d").write_text("#!/bin/sh\nexit 101\n")  # Keeps packages from starting services.
     (fresh / "usr/sbin/policy-rc.d").chmod(0o755)
     shutil.copy(server, fresh / "root/orvo-server")
     shutil.copytree(ROOT / "packaging", fresh / "root/packaging")
@@ -90,7 +90,7 @@ def follow(services, orvo, server, commands, site):
     viewer = Client(address, certificate)
     services.wait_for(viewer)
     inside("cp /root/cert.pem /etc/ssl/certs/orvo.pem; SSL_CERT_FILE=/etc/ssl/certs/orvo.pem runuser -u orvo-server -- /usr/local/bin/orvo-server check --data /var/lib/orvo-server")
-    mark("the server and its proxy answer, check finds nothing wrong")
+    mark("the server and its proxy answer, and check passes")
     environment |= {"ORVO_ADMIN_TOKEN": credential, "SSL_CERT_FILE": certificate}
     client("settings", "--server", address)
     client("publish", project, "--domain", "https://www.ejemplo.es")

@@ -29,7 +29,7 @@ for ((port = 8080; port < 8180; port++)); do
   (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null || break
 done
 
-# Of its own: another one may be running.
+# One folder per port, because another server may be running.
 home=$PWD/build/servidor/$port
 rm -rf "$home"
 mkdir -p "$home"

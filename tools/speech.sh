@@ -1,11 +1,11 @@
 #!/bin/bash
 # Builds the speech library whisper.cpp, unless the system has one: tools/speech.sh [portable]
 #
-# Debian 13 has no package of it. Its sources come with a crate whose checksum is in tools/speech/Cargo.lock; they are
-# built once for all presets, for this processor, in build/whisper. Fast if there is nothing to do.
+# Debian 13 has no package of it. Its sources come with a crate whose checksum is in tools/speech/Cargo.lock. Builds them
+# once for all presets, for this processor, in build/whisper. Fast if there is nothing to do.
 #
-# "portable" builds shared libraries for packages in build/whisper-portable: one arithmetic library for each generation of
-# processors, of which the program loads the best that runs here. The lowest is plain x86-64.
+# "portable" builds shared libraries for packages in build/whisper-portable: one arithmetic library per generation of
+# processors. The program loads the best one that its processor supports. The lowest is plain x86-64.
 #
 # ORVO_SPEECH_OPTIONS adds CMake options, to run tests with another processor's instructions:
 #   ORVO_SPEECH_OPTIONS='-DGGML_NATIVE=OFF' ./test                                      without AVX-512
@@ -46,7 +46,7 @@ echo 'Construyendo la biblioteca de reconocimiento de voz (una vez, un par de mi
 rm -rf "$folder" build/whisper-source
 shows_only_failures build/whisper-source.log cargo vendor --locked --manifest-path tools/speech/Cargo.toml build/whisper-source
 source=$(echo build/whisper-source/whisper-rs-sys*/whisper.cpp)
-# Of the generations between those that are left none is worth its megabyte and its minute.
+# Leaves out generations that gain too little for a megabyte and a minute of building each.
 sed -i -E '/ggml_add_cpu_backend_variant\((ivybridge|piledriver|cannonlake|cascadelake|cooperlake|sapphirerapids) /d' \
   "$source/ggml/src/CMakeLists.txt"
 shows_only_failures build/whisper-source.log cmake -S "$source" -B build/whisper-source/build -G Ninja \

@@ -10,7 +10,7 @@ orvo=$1 folder=$2 movie=${3:-}
 say() { printf '%s\n' "$*"; }
 title() { printf '\n%s\n' "$*"; }
 
-# Shows a command as a person would write it.
+# Shows a command as a user would type it.
 show() {
   local word line='$ orvo'
   for word; do
@@ -25,7 +25,7 @@ shown() {
   "$orvo" "$@"
 }
 
-# What a movie holds: seconds, picture size and megabytes.
+# The properties of a movie: seconds, frame size and megabytes.
 facts() {
   local seconds width height
   seconds=$(ffprobe -v error -show_entries format=duration -of csv=p=0 "$1")
@@ -47,7 +47,7 @@ if [[ -z $movie ]]; then
   show record --seconds 21 --title 'Lección de muestra'
   id=$("${BASH_SOURCE[0]%/*}/sample.sh" "$orvo")
 else
-  # Another name rather than an older file lost.
+  # Chooses an unused name instead of overwriting an older file.
   name=$(basename "$movie")
   result="$folder/${name%.*} - Orvo.mp4"
   for ((number = 2; ; number++)); do
@@ -90,7 +90,7 @@ say "  Original    $movie"
 say "              $(facts "$movie")"
 say "  Resultado   $result"
 say "              $(facts "$result")"
-# Without a transcript they are empty.
+# Subtitles are empty without a transcript.
 for subtitles in "${result%.mp4}".{srt,vtt}; do
   if grep -qs -- '-->' "$subtitles"; then say "  Subtítulos  $subtitles"; fi
 done

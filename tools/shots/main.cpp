@@ -1,5 +1,5 @@
-// Takes screenshots of the main states of the windows: orvo-shots FOLDER [STATE]. With STATE only those whose name begins
-// so.
+// Takes screenshots of the main states of the windows: orvo-shots FOLDER [STATE]. STATE selects those whose names start
+// with it.
 
 #include "OrvoVideo/editor/EditorCommands.h"
 #include "OrvoVideo/editor/ProsePage.h"
@@ -52,7 +52,7 @@ void waitFor(const char* what, const std::function<bool()>& condition)
     const QDeadlineTimer deadline(120'000);
     while (!condition()) {
         if (deadline.hasExpired())
-            throw captureError(std::string("never came to be: ") + what);
+            throw captureError(std::string("waited too long for ") + what);
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
     }
 }
@@ -119,7 +119,7 @@ private:
     Appearance& m_appearance;
 };
 
-/// The transcript with marked words, with a word that is being corrected, and with what a search finds; and as a list.
+/// Takes the transcript with marked words, with a word being corrected, with search results, and as a list.
 void photographTranscript(const QQuickWindow& window, Photographer& photographer)
 {
     auto* page = window.findChild<ProsePage*>(QStringLiteral("page"));
@@ -144,7 +144,7 @@ void photographTranscript(const QQuickWindow& window, Photographer& photographer
     section->setProperty("asList", false);
 }
 
-/// A text overlay on the picture; null when none is shown.
+/// A visible text overlay in the preview; null if there is none.
 QQuickItem* shownText(QQuickItem& root)
 {
     if (!root.isVisible())
@@ -158,8 +158,8 @@ QQuickItem* shownText(QQuickItem& root)
     return nullptr;
 }
 
-/// The steps that were made, a zoom whose part of the picture is chosen, and a text that is edited in the picture.
-void photographHands(AppModel& model, const QQuickWindow& window, Photographer& photographer)
+/// Takes the history, a zoom with its frame, and a text being edited in the preview.
+void photographEdits(AppModel& model, const QQuickWindow& window, Photographer& photographer)
 {
     auto* commands = window.findChild<EditorCommands*>();
     model.editing()->correctWord(model.transcript()->get(4)["wordId"].toString(), QStringLiteral("veremos"));
@@ -177,9 +177,9 @@ void photographHands(AppModel& model, const QQuickWindow& window, Photographer& 
     model.seek(12.5);
     auto* text = shownText(*window.contentItem());
     if (!text)
-        throw captureError("there is no text on the picture");
+        throw captureError("there is no text in the preview");
     QMetaObject::invokeMethod(text, "edit");
-    photographer.take(QStringLiteral("text-in-picture"));
+    photographer.take(QStringLiteral("text-editing"));
     QMetaObject::invokeMethod(text, "endEditing", Q_ARG(bool, false));
 }
 
@@ -192,7 +192,7 @@ QQuickWindow& windowCalled(const QString& title)
     throw captureError("there is no window called " + title.toStdString());
 }
 
-/// The bar of the recording that runs, with each of its pages.
+/// Takes each page of the recording bar.
 void photographBar(Recorder& recorder, Photographer& photographer)
 {
     QQuickView bar;
@@ -206,7 +206,7 @@ void photographBar(Recorder& recorder, Photographer& photographer)
     }
 }
 
-/// What helps at the beginning: the equipment, the guide, the steps for the extension, the notes.
+/// Takes the equipment check, the guide, the steps for the extension, and the notes.
 void photographHelp(const MainWindow& main, AppModel& model, Photographer& photographer)
 {
     auto& window = main.window();
@@ -228,7 +228,7 @@ void photographHelp(const MainWindow& main, AppModel& model, Photographer& photo
     model.recorder()->capture()->setMode(QStringLiteral("screen"));
 }
 
-/// Closes the popup that has this property. It may go with that.
+/// Closes the popup with this property. Closing may destroy it.
 void closePopup(const QQuickWindow& window, const char* property)
 {
     for (auto* popup : window.findChildren<QObject*>()) {
@@ -239,16 +239,15 @@ void closePopup(const QQuickWindow& window, const char* property)
     }
 }
 
-/// What is done with whole projects: the menu of the library, several chosen, the trash, the space, the sheet of an export,
-/// what it has made, and leaving meanwhile.
+/// Takes the library's menu with a multiple selection, the disk space, the export sheet, and a finished export.
 void photographLibrary(AppModel& model, QQuickWindow& window, Photographer& photographer)
 {
-    photographer.take(QStringLiteral("library-menu"), [&] { // A menu closes when its window changes.
+    photographer.take(QStringLiteral("library-menu"), [&] { // Resizing the window closes the menu.
         auto* list = window.findChild<QQuickItem*>(QStringLiteral("library"));
         auto* sidebar = list;
         while (sidebar && !sidebar->property("renaming").isValid())
             sidebar = sidebar->parentItem();
-        if (!sidebar) // In a narrow window it is only in the drawer.
+        if (!sidebar) // In a narrow window, the library is in the drawer.
             return;
         QStringList ids;
         for (int row = 0; row < 2; ++row)
@@ -281,7 +280,7 @@ void takeAll(const QDir& folder, const QString& wanted)
 {
     const test::TemporaryFolder scratch;
     const auto library = scratch / "Biblioteca";
-    test::VirtualDisplay display("1920x1080"); // The content of the recording panel.
+    test::VirtualDisplay display("1920x1080"); // Shown in the recording panel.
     display.enter();
     QProcess::execute(QStringLiteral("xsetroot"), {QStringLiteral("-solid"), QStringLiteral("#24324F")});
     auto services = AppServices::create(library);
@@ -336,7 +335,7 @@ void takeAll(const QDir& folder, const QString& wanted)
     }
     editor->setProperty("section", "text");
     photographTranscript(main.window(), photographer);
-    photographHands(model, main.window(), photographer);
+    photographEdits(model, main.window(), photographer);
     model.transcription()->setAsksForModel(true);
     model.transcribe();
     photographer.take(QStringLiteral("speech-models"));
@@ -347,7 +346,7 @@ void takeAll(const QDir& folder, const QString& wanted)
     timeline->fit();
     auto* commands = main.window().findChild<EditorCommands*>();
     commands->setPreviewAlone(true);
-    photographer.take(QStringLiteral("picture-alone"));
+    photographer.take(QStringLiteral("preview-alone"));
     commands->setPreviewAlone(false);
 
     model.server()->setServerURL(QStringLiteral("https://video.ejemplo.es"));
@@ -355,7 +354,7 @@ void takeAll(const QDir& folder, const QString& wanted)
         project.publication = Publication{.videoID = "3f2a", .url = "https://video.ejemplo.es/watch/3f2a", .domains = {}};
     });
     model.publishing()->setDomainText(QStringLiteral("https://www.ejemplo.es, https://cursos.ejemplo.es"));
-    editor->setProperty("section", "share"); // What the hands did has shown other sections.
+    editor->setProperty("section", "share"); // Editing has changed the section.
     photographer.take(QStringLiteral("editor-share-published"));
     editor->setProperty("section", "text");
 
@@ -414,7 +413,7 @@ int main(int argc, char** argv)
     QQuickStyle::setStyle(QStringLiteral("Basic"));
     QLocale::setDefault(QLocale(QLocale::Spanish, QLocale::Spain));
     if (!QDir().mkpath(folder)) {
-        std::cerr << "cannot make " << folder.toStdString() << '\n';
+        std::cerr << "cannot create " << folder.toStdString() << '\n';
         return EXIT_FAILURE;
     }
     try {
