@@ -1,4 +1,4 @@
-# Bash completion for orvo. The program itself knows what may follow.
+# Bash completion for orvo. The program itself provides the candidates.
 
 _orvo() {
   local line word=${COMP_WORDS[COMP_CWORD]}

@@ -1,4 +1,4 @@
-# Fish completion for orvo. The program itself knows what may follow.
+# Fish completion for orvo. The program itself provides the candidates.
 
 function __orvo_complete
     set -l words (commandline -opc)[2..-1] (commandline -ct)
