@@ -1,5 +1,5 @@
-// Runs ffmpeg with the given arguments and appends one line to the file named by ORVO_BENCH_FFMPEG_LOG: when it began and
-// ended (seconds of the monotonic clock), and its arguments, as JSON would have them. Its exit status is ffmpeg's.
+// Runs ffmpeg with the given arguments and exits with its status. Appends a JSON line to the file that ORVO_BENCH_FFMPEG_LOG
+// names: start and end (seconds of the monotonic clock), and the arguments.
 
 #include <cerrno>
 #include <cstdio>

@@ -1,13 +1,12 @@
-// Drives a preview player by lines of its standard input and answers each with one line of figures, so that a script can
-// measure it in turn with another player:
+// Drives a preview player with commands on standard input and answers each with one line of figures, so that a script can
+// alternate it with another player:
 //
-//   load FPS WIDTH HEIGHT VIDEO AUDIO...   milliseconds until the first picture
-//   display WIDTH HEIGHT                   nothing
-//   seek SECONDS                           milliseconds until its picture
-//   scrub FROM TO DURATION                 pictures a second while a target arrives 60 times a second for that long
-//   play DURATION                          pictures shown and pictures due, played from where it stands
-//   jump SECONDS EXPECTED(0|1)             milliseconds from a jump while playing until its picture; with 1, it was
-//   announced
+//   load FPS WIDTH HEIGHT VIDEO AUDIO...   milliseconds until the first frame
+//   display WIDTH HEIGHT                   an empty line
+//   seek SECONDS                           milliseconds until the frame
+//   scrub FROM TO DURATION                 frames per second while 60 targets per second arrive for DURATION seconds
+//   play DURATION                          frames shown and frames due, from the current position
+//   jump SECONDS EXPECTED(0|1)             milliseconds from a jump while playing until its frame; 1 announces the jump
 
 #include "OrvoVideo/playback/PreviewPlayer.h"
 
@@ -141,7 +140,7 @@ private:
         double duration = 0;
         words >> duration;
         m_player->play();
-        // The first moments belong to the opening of the sound device.
+        // Ignores the time that opening the audio device takes.
         const double start = m_player->position();
         runUntil([&] { return m_player->position() > start + 0.2; });
         const double from = m_player->position();

@@ -1,5 +1,5 @@
-// The document of a one-hour project, read and written, beside what yyjson needs for the same bytes without giving them a
-// meaning, and beside a version on nlohmann/json.
+// Reads and writes the document of a one-hour project, compared with yyjson without interpreting the values, and with a
+// version on nlohmann/json.
 
 #include "VideoCore/DocumentCodec.h"
 #include "core/NlohmannDocument.h"
@@ -32,7 +32,7 @@ const VideoProject& project()
     return value;
 }
 
-/// The document's text. All three ways of reading must agree on it before any is measured.
+/// The document's text. Checks first that all three versions agree on it.
 const std::string& text()
 {
     static const std::string value = [] {

@@ -1,4 +1,4 @@
-// The list of a library of 1,000 projects, its files in the page cache.
+// Lists a library of 1,000 projects, with its files in the page cache.
 
 #include "VideoCore/FileIO.h"
 #include "VideoCore/ProjectStore.h"
@@ -32,7 +32,7 @@ public:
             m_store.create(project);
         }
         if (m_store.list().size() != projectCount)
-            throw std::logic_error("the library does not list what was put into it");
+            throw std::logic_error("the library does not list its projects");
     }
     SampleLibrary(const SampleLibrary&) = delete;
     SampleLibrary& operator=(const SampleLibrary&) = delete;
@@ -70,7 +70,7 @@ void list(benchmark::State& state)
         benchmark::DoNotOptimize(library.list());
 }
 
-/// The same files read by yyjson one after the other, without giving them a meaning.
+/// Reads the same files with yyjson one after the other, without interpreting them.
 void listUntyped(benchmark::State& state)
 {
     const auto& library = store();

@@ -5,13 +5,12 @@
 #include <string>
 #include <string_view>
 
-/// The project document read and written as one does with nlohmann/json when nothing but the result matters: the peer that
-/// the document code is measured against.
+/// Reads and writes the project document with nlohmann/json in its usual style: the peer for measuring the document code.
 namespace orvo::bench {
 
 std::string encodeWithNlohmann(const VideoProject& project);
 
-/// Throws an exception of nlohmann/json for a key that is missing or of the wrong type.
+/// Throws an exception of nlohmann/json if a key is missing or has the wrong type.
 VideoProject decodeWithNlohmann(std::string_view document);
 
 } // namespace orvo::bench

@@ -1,4 +1,4 @@
-// The arithmetic of the timeline with a long transcript and many cuts.
+// Measures the timeline with a long transcript and many cuts.
 
 #include "VideoCore/Timeline.h"
 #include "core/SampleProject.h"
@@ -29,7 +29,7 @@ void kept(benchmark::State& state)
         benchmark::DoNotOptimize(Timeline::kept(project.duration, project.edit.cuts));
 }
 
-/// One question, with all the cuts merged anew for it.
+/// Converts one time, merging all cuts first.
 void outputTime(benchmark::State& state)
 {
     const auto& project = manyCuts();
@@ -40,7 +40,7 @@ void outputTime(benchmark::State& state)
     }
 }
 
-/// The start of every word, with the cuts merged once.
+/// Converts the start of every word, merging the cuts once.
 void outputTimeOfAllWords(benchmark::State& state)
 {
     const auto& project = manyCuts();

@@ -1,5 +1,5 @@
-// How long the model holds the main thread: for one edit of a one-hour project (the change, its undo step and what the item
-// models announce), for a save of it, and for the listing of a large library. And what a hundred undo steps cost in memory.
+// Measures how long the model holds the main thread for one edit of a one-hour project (the change, its undo step and the
+// signals of the item models), for saving it, and for listing a large library; and the memory of a hundred undo steps.
 
 #include "Fakes.h"
 #include "NoRecording.h"
@@ -21,14 +21,14 @@ namespace orvo::bench {
 
 namespace {
 
-/// A model with the one-hour project open, in a library of its own.
+/// A model with the one-hour project open, in a private library.
 class OpenHour {
 public:
     OpenHour()
         : m_project(sampleProject(oneHour))
     {
         auto store = std::make_unique<const ProjectStore>(m_folder.path().toStdString());
-        // Every 150th event a zoom point, as a long lesson may have.
+        // Makes every 150th event a zoom point, a plausible number for a long lesson.
         auto& events = m_project.edit.events.edit();
         for (std::size_t i = 0; i < events.size(); i += 150)
             events[i].kind = PointerKind::zoom;
@@ -62,7 +62,7 @@ private:
     VideoProject m_project;
 };
 
-/// The distribution of what was measured, in milliseconds.
+/// Reports the distribution of the measurements, in milliseconds.
 void report(benchmark::State& state, std::vector<double> milliseconds)
 {
     std::ranges::sort(milliseconds);
@@ -71,7 +71,7 @@ void report(benchmark::State& state, std::vector<double> milliseconds)
     };
     state.counters["median_ms"] = at(0.5);
     state.counters["p99_ms"] = at(0.99);
-    state.counters["longest_ms"] = milliseconds.back();
+    state.counters["max_ms"] = milliseconds.back();
 }
 
 template <typename Work> double timed(Work work)
@@ -82,7 +82,7 @@ template <typename Work> double timed(Work work)
     return static_cast<double>(timer.nsecsElapsed()) / 1e6;
 }
 
-/// Notes the longest time that one event held the main thread.
+/// Records the longest time that a single event held the main thread.
 class TimedApplication final : public QCoreApplication {
 public:
     using QCoreApplication::QCoreApplication;
@@ -91,20 +91,20 @@ public:
     {
         bool taken = false;
         const double time = timed([&] { taken = QCoreApplication::notify(receiver, event); });
-        longest = std::max(longest, time);
+        maxHold = std::max(maxHold, time);
         return taken;
     }
 
-    inline static double longest = 0;
+    inline static double maxHold = 0;
 };
 
-/// Runs the event loop until the condition holds and returns the longest time that one event held the main thread.
+/// Runs the event loop until the condition holds. Returns the longest time that a single event held the main thread.
 double maxHoldUntil(const std::function<bool()>& condition)
 {
-    TimedApplication::longest = 0;
+    TimedApplication::maxHold = 0;
     while (!condition())
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    return TimedApplication::longest;
+    return TimedApplication::maxHold;
 }
 
 using Edit = void (*)(OpenHour&, int);
@@ -164,7 +164,7 @@ BENCHMARK_CAPTURE(makeEdit, addZoom, addZoom)->UseManualTime()->Unit(benchmark::
 BENCHMARK_CAPTURE(makeEdit, moveCamera, moveCamera)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(makeEdit, undoAndRedo, goBackAndForth)->UseManualTime()->Unit(benchmark::kMillisecond);
 
-/// A save from the moment it is asked for until it is on disk; measured is the longest time that the main thread was held.
+/// Saves to disk; measures the longest time that a single event held the main thread.
 void autosave(benchmark::State& state)
 {
     OpenHour hour;
@@ -192,12 +192,12 @@ std::size_t memoryInUse()
     return memory.uordblks + memory.hblkhd;
 }
 
-/// What a hundred undo steps keep in memory, when they correct words, cut them and change zoom points in turn.
+/// Measures the memory of a hundred undo steps that correct words, cut them and change zoom points in turn.
 void undoMemory(benchmark::State& state)
 {
     for (auto _ : state) {
         OpenHour hour;
-        // The first edits have the lists of the open project copied once.
+        // The first edits copy the lists of the open project once.
         correctWord(hour, 1000);
         moveZoom(hour, 1000);
         if (!hour.model->prepareToQuit())
@@ -213,7 +213,7 @@ void undoMemory(benchmark::State& state)
 }
 BENCHMARK(undoMemory)->Unit(benchmark::kMillisecond)->Iterations(1);
 
-/// The listing of 1,000 projects of five minutes; measured is the longest time that the main thread was held.
+/// Lists 1,000 projects of five minutes; measures the longest time that a single event held the main thread.
 void listLibrary(benchmark::State& state)
 {
     const QTemporaryDir folder;
@@ -247,7 +247,7 @@ void listLibrary(benchmark::State& state)
             });
             hold = std::max(hold, maxHoldUntil([&] { return model->libraryListed(); }));
             untilListed += static_cast<double>(whole.nsecsElapsed()) / 1e6;
-            // Once more, with one more project in it.
+            // Lists again after adding a project.
             const auto count = model->library()->count();
             model->store().create(sampleProject(fiveMinutes));
             hold = std::max(hold, timed([&] { model->refreshLibrary(); }));

@@ -1,1 +1,1 @@
-"""What ./dev bench measures with: material, documents, runs of whole programs, and the table."""
+"""The parts of ./dev bench: material, documents, runs of whole programs, and the table."""

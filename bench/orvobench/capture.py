@@ -1,7 +1,6 @@
-"""Recording a display that moves, beside ffmpeg's grabber with the same encoder settings on the same display.
+"""Recording a moving display, compared with ffmpeg's x11grab with the same encoder settings on the same display.
 
-The display shows the time of every picture as black and white blocks, so that a picture that was lost is known whatever the
-file says of its frames.
+Each displayed frame shows its time as black and white blocks, so lost frames are detected independently of the file's timestamps.
 """
 
 import contextlib
@@ -16,16 +15,16 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tests/support"))
 
-from display import Display as XServer  # noqa: E402: it lies with the tests.
+from display import Display as XServer  # noqa: E402: part of the tests.
 
 from orvobench import measure
 from orvobench.table import Row
 
 WIDTH, HEIGHT = 1920, 1080
-BITS, BLOCK, LEFT, TOP = 24, 12, 24, 24  # As tests/support/TimePattern.h has them.
-PERIOD = 16_000_000  # Milliseconds, from there too, after which the time that is shown begins anew.
+BITS, BLOCK, LEFT, TOP = 24, 12, 24, 24  # Same as in tests/support/TimePattern.h.
+PERIOD = 16_000_000  # Milliseconds until the shown time wraps; same as there.
 BIT_RATE = WIDTH * HEIGHT * 5
-WARM_UP = 1.0  # Seconds at both ends of a recording that are not counted.
+WARM_UP = 1.0  # Seconds ignored at both ends of a recording.
 
 
 def rows(programs, folder, seconds, runs, say):
@@ -46,13 +45,13 @@ def rows(programs, folder, seconds, runs, say):
             say(f"recording 1080p at 60 frames a second on one core, round {number + 1} of {runs}")
             with Display(programs, folder, 60) as display:
                 lost.append(display.record(seconds, 60).lost_share())
-    table.append(Row("recording 1080p60, display and recorder on one core: pictures lost", "%", lost, limit=10))
+    table.append(Row("recording 1080p60, display and recorder on one core: frames lost", "%", lost, limit=10))
     return table
 
 
 @contextlib.contextmanager
 def one_core():
-    """Has programs that are started meanwhile share one core."""
+    """Runs the programs started inside the block on a single core."""
     cores = os.sched_getaffinity(0)
     os.sched_setaffinity(0, {min(cores)})
     try:
@@ -65,8 +64,8 @@ def one_core():
 class Recorded:
     cost: measure.Cost
     seconds: float
-    shown: int  # Pictures that the display showed while it was recorded.
-    lost: int  # Those of them that are not in the file.
+    shown: int  # Frames that the display showed during the recording.
+    lost: int  # Those that are missing in the file.
 
     def core_share(self):
         return 100 * self.cost.cpu / self.seconds
@@ -80,17 +79,17 @@ def _rows(what, ours, peers, max_loss):
     return [
         Row(f"{what}: processor", "% of a core", [one.core_share() for one in ours], [one.core_share() for one in peers], peer,
             at_most=1.0),
-        Row(f"{what}: pictures lost", "%", [one.lost_share() for one in ours], [one.lost_share() for one in peers], peer,
+        Row(f"{what}: frames lost", "%", [one.lost_share() for one in ours], [one.lost_share() for one in peers], peer,
             limit=max_loss),
         Row(f"{what}: peak memory", "MB", [one.cost.peak for one in ours], [one.cost.peak for one in peers], peer),
     ]
 
 
 class Display:
-    """An X server with the moving pattern on it, which plays its tone when there is an environment with `sound`."""
+    """An X server that shows the moving pattern. `audio` is the environment of an audio server for its tone, or None."""
 
-    def __init__(self, programs, folder, fps, sound=None, moving=(WIDTH, HEIGHT)):
-        self._programs, self._folder, self._fps, self._sound, self._moving = programs, folder, fps, sound, moving
+    def __init__(self, programs, folder, fps, audio=None, moving=(WIDTH, HEIGHT)):
+        self._programs, self._folder, self._fps, self._audio, self._moving = programs, folder, fps, audio, moving
         self._started = []
 
     def __enter__(self):
@@ -98,7 +97,7 @@ class Display:
         self.name = self._server.name
         self._log = self._folder / "shown.txt"
         pattern = [self._programs / "bench_pattern", 0, 0, *self._moving, self._fps, "--motion", "--log", self._log]
-        shown = self._start([*pattern, *(["--sound"] if self._sound else [])], stdout=subprocess.PIPE)
+        shown = self._start([*pattern, *(["--sound"] if self._audio else [])], stdout=subprocess.PIPE)
         shown.stdout.readline()
         return self
 
@@ -109,13 +108,13 @@ class Display:
         self._server.close()
 
     def _start(self, command, **options):
-        environment = {**os.environ, **(self._sound or {}), "DISPLAY": self.name}
+        environment = {**os.environ, **(self._audio or {}), "DISPLAY": self.name}
         process = subprocess.Popen([str(word) for word in command], stderr=subprocess.DEVNULL, env=environment, **options)
         self._started.append(process)
         return process
 
     def shown(self):
-        """The milliseconds, of the monotonic clock, of the pictures so far."""
+        """The times of all frames shown so far, in milliseconds of the monotonic clock."""
         return [_on_the_clock(int(line)) for line in self._log.read_text().split()]
 
     def record(self, seconds, fps):
@@ -128,7 +127,7 @@ class Display:
         return self._counted(cost, seconds, next(library.glob("*/media/screen.mov")))
 
     def grab(self, seconds, fps):
-        """The same with ffmpeg: the recorder's preset and rate control, its key frames and its pixel format."""
+        """Records with ffmpeg: the recorder's preset, rate control, key frames and pixel format."""
         file = self._folder / "grabbed.mov"
         cost = measure.run(
             ["ffmpeg", "-v", "error", "-nostdin", "-y", "-f", "x11grab", "-draw_mouse", 0, "-framerate", fps,
@@ -150,7 +149,7 @@ def encoding(preset):
 
 
 def shown_times(file):
-    """The milliseconds, of the monotonic clock, that the frames of a file show, one after the other."""
+    """The times that the frames of a file show, in order, in milliseconds of the monotonic clock."""
     row = subprocess.run(
         ["ffmpeg", "-v", "error", "-nostdin", "-i", str(file), "-vf",
          f"crop={BITS * BLOCK}:{BLOCK}:{LEFT}:{TOP},format=gray,scale={BITS}:1:flags=area", "-fps_mode", "passthrough",
@@ -165,9 +164,9 @@ def shown_times(file):
 
 
 def _on_the_clock(shown):
-    """The moment, in the hours before now, that is shown so."""
+    """The latest moment that is shown this way, in milliseconds of the monotonic clock."""
     now = int(time.monotonic() * 1000)
     return now - (now - shown) % PERIOD
 
 
-PRESETS = {30: ["-preset", "veryfast"], 60: ["-preset", "ultrafast", "-coder", "ac"]}  # As the recorder encodes on two cores.
+PRESETS = {30: ["-preset", "veryfast"], 60: ["-preset", "ultrafast", "-coder", "ac"]}  # The recorder's choice on two cores.

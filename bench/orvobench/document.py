@@ -1,4 +1,4 @@
-"""The project document of a measured recording: the same one for the same arguments."""
+"""The project document of a measured recording, identical for identical arguments."""
 
 import json
 import random
@@ -9,12 +9,12 @@ from dataclasses import dataclass
 from orvobench.lesson import HEIGHT, SENTENCES, WIDTH
 from orvobench.material import FPS
 
-CUT_SHARE = 0.1  # Of the recording, whatever the number of cuts, so that variants keep equally many frames.
+CUT_SHARE = 0.1  # Share of the recording for any number of cuts, so that all variants keep the same number of frames.
 
 
 @dataclass(frozen=True)
 class Edit:
-    """What is done to the recording. The pointer with its clicks is always drawn."""
+    """The edits of the recording. The pointer and its clicks are always drawn."""
 
     cuts: int = 50
     zooms: int = 0
@@ -25,7 +25,7 @@ class Edit:
 
 
 def images(folder, count):
-    """Still images of full HD, made when they are not there."""
+    """Full-HD images, generated if missing."""
     folder.mkdir(exist_ok=True)
     files = [folder / f"image{number}.png" for number in range(count)]
     for number, file in enumerate(files):
@@ -36,7 +36,7 @@ def images(folder, count):
 
 
 def cuts_of(seconds, count):
-    """Cuts of equal length, spread over the recording with some disorder, none at its ends."""
+    """Cuts of equal length, spread over the recording with random offsets, none at its ends."""
     chosen = random.Random(11)
     length, room = seconds * CUT_SHARE / count, seconds / count
     starts = (room * (i + chosen.uniform(0.2, 0.6)) for i in range(count))
@@ -44,7 +44,7 @@ def cuts_of(seconds, count):
 
 
 def kept_of(seconds, cuts):
-    """The spans that remain after cuts as `cuts_of` makes them."""
+    """The spans that remain after the cuts of `cuts_of`."""
     edges = [0.0, *(edge for cut in cuts for edge in (cut["start"], cut["end"])), float(seconds)]
     return list(zip(edges[::2], edges[1::2]))
 
@@ -102,7 +102,7 @@ def document(material, edit):
 
 
 def write(library, project):
-    """Puts the document into a library folder; returns the project's folder."""
+    """Writes the document into a library. Returns the project's folder."""
     folder = library / project["id"]
     (folder / "media").mkdir(parents=True, exist_ok=True)
     (folder / "project.json").write_text(json.dumps(project, indent=2, sort_keys=True, ensure_ascii=False))
@@ -110,7 +110,7 @@ def write(library, project):
 
 
 def _pointer(seconds, chosen):
-    """Twelve positions a second of a hand that goes somewhere, eases in, and rests."""
+    """Twelve positions per second of a hand that moves to a target, slows down, and rests."""
     x, y = 0.5, 0.5
     time = 0.0
     while time < seconds:

@@ -1,4 +1,4 @@
-"""Exports by orvo beside ffmpeg's plain transcode of the same screen file, and beside melt."""
+"""Exports by orvo, compared with ffmpeg's plain transcode of the same screen file and with melt."""
 
 import json
 import os
@@ -14,17 +14,17 @@ from orvobench.material import FPS
 from orvobench.table import Row
 
 EFFECTS = {"zooms": 6, "texts": 4, "camera": True}
-MEMORY = 1.3  # At most, against the plain transcode.
-# By the clock, at most, against encoding the finished pictures once more: what a user waits for beside the encoder.
+MEMORY = 1.3  # Maximum ratio to the plain transcode.
+# Maximum ratios of wall time to encoding the finished frames again.
 TIME_OF_CUTS, TIME_OF_EFFECTS, TIME_OF_SHARPENING, TIME_OF_PUBLICATION = 1.08, 1.35, 1.5, 1.6
-OWN_SHARE, OWN_MEMORY = 1.0, 50.0  # Per cent of an export's time, MB: below.
-SECOND_EXPORT = 0.15  # At most, against the first one.
-LARGER, SIMILAR = 1.1, 0.99  # The size of a film in pieces, at most, and the similarity of each frame, at least, to the whole film.
-GROWTH = 1.1  # At most: cost of a frame in a recording twelve times as long.
+OWN_SHARE, OWN_MEMORY = 1.0, 50.0  # Maximum outside ffmpeg: per cent of an export's time, and MB.
+SECOND_EXPORT = 0.15  # Maximum ratio to the first one.
+LARGER, SIMILAR = 1.1, 0.99  # A film in pieces against the whole film: maximum size ratio, minimum similarity per frame.
+GROWTH = 1.1  # Maximum ratio of the cost per frame in a recording twelve times as long.
 
 
 def install(programs, folder):
-    """Puts the built command into a folder of its own, in which bench_ffmpeg stands for ffmpeg and tells its times."""
+    """Copies the built command into a separate folder, with bench_ffmpeg in place of ffmpeg to log its times."""
     helpers = folder / "OrvoVideo.app/Contents/Helpers"
     for path in (helpers, folder / "bin"):
         path.mkdir(parents=True)
@@ -34,7 +34,7 @@ def install(programs, folder):
 
 
 class Exporter:
-    """The built command in a folder of its own, with a library."""
+    """The built command in a separate folder, with a library."""
 
     def __init__(self, programs, folder):
         self.folder = folder
@@ -45,7 +45,7 @@ class Exporter:
         self.environment = {"ORVO_LIBRARY": str(folder / "library"), "XDG_CACHE_HOME": str(folder / "cache")}
 
     def add(self, recording, edit):
-        """Puts a project into the library; returns its identifier."""
+        """Adds a project to the library. Returns its identifier."""
         project = document.document(recording, edit)
         folder = document.write(self.folder / "library", project)
         for file in (*recording.files, *(document.images(self.folder / "images", edit.images))):
@@ -55,9 +55,9 @@ class Exporter:
         return project["id"]
 
     def run(self, identifier, cores=None, options=(), keep=False):
-        """Exports a project, on some cores or on all, without pieces of earlier exports unless they are to be kept; returns what
-        it cost and the number of frames it made."""
-        self.target.unlink(missing_ok=True)  # A film that is there would be taken over.
+        """Exports a project on the given cores, or on all. Removes pieces of earlier exports unless `keep`. Returns the cost and
+        the number of frames."""
+        self.target.unlink(missing_ok=True)  # Otherwise the export would reuse it.
         if not keep:
             shutil.rmtree(self.folder / "cache", ignore_errors=True)
         limit = ["taskset", "-c", ",".join(map(str, cores))] if cores else []
@@ -66,7 +66,7 @@ class Exporter:
         return cost, _frames(self.target)
 
     def correct(self, identifier):
-        """Moves the beginning of a cut in the middle of a project, by no whole number of frames."""
+        """Moves the start of the middle cut of a project by a fraction of a frame."""
         file = self.folder / "library" / identifier / "project.json"
         project = json.loads(file.read_text())
         cuts = project["edit"]["cuts"]
@@ -74,7 +74,7 @@ class Exporter:
         file.write_text(json.dumps(project, indent=2, sort_keys=True, ensure_ascii=False))
 
     def package(self, identifier):
-        """Renders a project and makes its streaming package, as a publication does; returns what it cost."""
+        """Renders and packages a project as a publication does. Returns the cost."""
         (self.folder / "ours.mp4").unlink(missing_ok=True)
         target = self.folder / "package"
         for left in (target, self.folder / "cache"):
@@ -83,22 +83,22 @@ class Exporter:
 
 
 def plain_transcode(recording, encoder, folder):
-    """ffmpeg alone: screen and microphone, decoded and encoded again."""
+    """Transcodes screen and microphone with ffmpeg alone."""
     target = folder / "plain.mp4"
     cost = measure.run(["ffmpeg", "-hide_banner", "-y", "-nostdin", "-i", recording.screen, "-i", recording.microphone,
                         "-map", "0:v", "-map", "1:a", *encoder, target])
     return cost, _frames(target)
 
 
-def same_pictures(encoder, folder):
-    """ffmpeg alone: the export itself, decoded and encoded again. What its pictures and its sound cost without a graph."""
+def same_frames(encoder, folder):
+    """Transcodes the export with ffmpeg alone: the cost of its frames and audio without a graph."""
     source, target = folder / "ours.mp4", folder / "again.mp4"
     cost = measure.run(["ffmpeg", "-hide_banner", "-y", "-nostdin", "-i", source, "-map", "0:v", "-map", "0:a", *encoder, target])
     return cost, _frames(target)
 
 
 def melt(recording, cuts, encoder, folder):
-    """melt with the same spans of screen and microphone, and the same encoder settings."""
+    """Renders the same spans of screen and microphone with melt and the same encoder settings."""
     target = folder / "melt.mp4"
     script = folder / "melt.mlt"
     script.write_text(_melt_script(recording, document.kept_of(recording.seconds, cuts)))
@@ -111,7 +111,7 @@ def melt(recording, cuts, encoder, folder):
 
 
 def rows(programs, folder, cache, seconds, runs, long, say):
-    """Runs every variant in turn, `runs` rounds of them, and returns the rows of the table."""
+    """Runs `runs` rounds of all variants. Returns the rows of the table."""
     recording = material.recording(cache, seconds)
     exporter = Exporter(programs, folder)
     few, usual, many = 1, max(2, seconds // 6), max(4, seconds * 2 // 3)
@@ -136,7 +136,7 @@ def rows(programs, folder, cache, seconds, runs, long, say):
             identifier = exporter.add(recording, edit)
             costs[name].append(exporter.run(identifier))
             encoder = encoder or _encoder_of(costs[name][-1][0])
-            again[name].append(same_pictures(encoder, folder))
+            again[name].append(same_frames(encoder, folder))
         say(f"round {number + 1} of {runs}: publication")
         identifier = exporter.add(recording, effects)
         publications.append((exporter.package(identifier).wall, exporter.run(identifier)[0].wall))
@@ -155,9 +155,9 @@ def rows(programs, folder, cache, seconds, runs, long, say):
     result = []
     for name, (_, target) in variants.items():
         result += _against(f"export, {name}", costs[name], costs["plain"], "plain transcode", None)
-        result.append(_per_frame(f"export, {name}: time a frame", costs[name], again[name], "same pictures", "wall", target))
-        result.append(_per_frame(f"export, {name}: processor time a frame", costs[name], again[name], "same pictures", "cpu", None))
-        result.append(_per_frame(f"export, {name}: its pictures encoded again, processor time a frame", again[name], costs["plain"],
+        result.append(_per_frame(f"export, {name}: time a frame", costs[name], again[name], "same frames", "wall", target))
+        result.append(_per_frame(f"export, {name}: processor time a frame", costs[name], again[name], "same frames", "cpu", None))
+        result.append(_per_frame(f"export, {name}: its frames encoded again, processor time a frame", again[name], costs["plain"],
                                  "plain transcode", "cpu", None))
     result += _against_melt(f"export, cuts alone, {usual}", costs[f"cuts alone, {usual}"], costs["melt"])
     result += _own_share([cost for name in variants for cost, _ in costs[name]])
@@ -176,7 +176,7 @@ def rows(programs, folder, cache, seconds, runs, long, say):
 
 
 class Pieces:
-    """A film in pieces: exported again after one corrected cut, and beside the film that is rendered whole."""
+    """A film in pieces: exported again after one corrected cut, and compared with the film rendered whole."""
 
     def __init__(self):
         self.first, self.second, self.sizes, self.similarities = [], [], [], []
@@ -207,7 +207,7 @@ class Pieces:
 
 
 def _similarity(film, other):
-    """The least structural similarity of two frames at one place."""
+    """The minimum structural similarity of corresponding frames."""
     figures = film.with_suffix(".ssim")
     subprocess.run(["ffmpeg", "-v", "error", "-i", film, "-i", other, "-filter_complex",
                     f"[0:v][1:v]ssim=stats_file={figures}", "-f", "null", "-"], check=True)
@@ -215,7 +215,7 @@ def _similarity(film, other):
 
 
 def _with_film(exporter, recording, counts, encoder, runs, say):
-    """Cuts alone of a screen on which much moves: its pictures cost more, and what is done to them as much as before."""
+    """Cuts alone of a screen with much motion: its frames cost more to encode, but the same to filter."""
     costs = {count: [] for count in counts}
     plain = []
     for number in range(runs):
@@ -229,7 +229,7 @@ def _with_film(exporter, recording, counts, encoder, runs, say):
 
 
 def _scaling(one, two):
-    """What a second core brings, and by Amdahl's law from that what eight would give."""
+    """The gain of a second core, and from it an estimate for eight cores by Amdahl's law."""
     def estimate(single, double):
         parallel = min(1.0, max(0.0, 2 * (1 - double / single)))
         return single * (1 - parallel + parallel / 8)
@@ -269,7 +269,7 @@ def _own_share(costs):
 
 
 def _growth(exporter, recording, cuts, short, say):
-    """The same lesson twelve times as long, with twelve times as many cuts."""
+    """Exports the lesson repeated twelve times, with twelve times as many cuts."""
     count = 12 * cuts
     say(f"{recording.seconds} seconds with {count} cuts")
     long = [exporter.run(exporter.add(recording, Edit(cuts=count)))]
@@ -284,19 +284,19 @@ def _growth(exporter, recording, cuts, short, say):
 
 
 def _encoder_of(cost):
-    """The encoder settings of picture and sound, for the peers to use the same."""
-    picture = next(run["arguments"] for run in cost.ffmpeg_runs if "-c:v" in run["arguments"] and "-progress" in run["arguments"])
-    start = picture.index("-c:v")
-    settings = picture[start : min(picture.index(word, start) for word in ("-c:a", "-progress") if word in picture)]
+    """The export's encoder settings for video and audio, for the peers."""
+    video = next(run["arguments"] for run in cost.ffmpeg_runs if "-c:v" in run["arguments"] and "-progress" in run["arguments"])
+    start = video.index("-c:v")
+    settings = video[start : min(video.index(word, start) for word in ("-c:a", "-progress") if word in video)]
     if settings[1] != "libx264":
         raise SystemExit(f"orvo encodes with {settings[1]} here; the peers are set up for libx264")
-    for own in ("-force_key_frames", "-threads"):  # They depend on where pieces begin, and on how many are made at a time.
+    for own in ("-force_key_frames", "-threads"):  # They depend on the pieces.
         if own in settings:
             at = settings.index(own)
             del settings[at : at + 2]
     settings += ["-force_key_frames", "expr:gte(t,n_forced*6)"]
-    sound = next(run["arguments"] for run in cost.ffmpeg_runs if "aac" in run["arguments"])
-    settings += sound[sound.index("-c:a") : sound.index("-t", sound.index("-c:a"))]
+    audio = next(run["arguments"] for run in cost.ffmpeg_runs if "aac" in run["arguments"])
+    settings += audio[audio.index("-c:a") : audio.index("-t", audio.index("-c:a"))]
     return settings
 
 

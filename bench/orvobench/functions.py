@@ -1,15 +1,15 @@
-"""Functions of VideoCore, measured by bench_core in one process with the peers between them."""
+"""Functions of VideoCore, measured by bench_core in one process, interleaved with the peers."""
 
 import json
 import subprocess
 
 from orvobench.table import Row
 
-UNITS = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}  # In milliseconds.
+UNITS = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}  # Factors to milliseconds.
 
 
 def rows(programs, runs, quick, say):
-    """Every function is run `runs` times, in an order that changes."""
+    """Runs each function `runs` times, in random order."""
     say("documents, library and timeline")
     words = [programs / "bench_core", f"--benchmark_repetitions={runs}", "--benchmark_enable_random_interleaving=true",
              f"--benchmark_min_time={0.05 if quick else 0.5}s", "--benchmark_format=json"]
@@ -17,7 +17,7 @@ def rows(programs, runs, quick, say):
     times = {}
     for run in json.loads(output)["benchmarks"]:
         if run["run_type"] == "iteration":
-            # Many threads read the library: there the clock counts, elsewhere the processor's time.
+            # Wall time for the library, which several threads read; processor time elsewhere.
             figure = run["real_time" if "real_time" in run["name"] else "cpu_time"] * UNITS[run["time_unit"]]
             times.setdefault(run["name"].split("/process_time")[0], []).append(figure)
 

@@ -1,7 +1,6 @@
-"""A recording of half an hour with microphone and system sound: what it costs, what is lost, and whether picture and sound
-stay together.
+"""A recording of half an hour with microphone and system audio: its cost, lost frames, and audio delay.
 
-The picture shows the time of the monotonic clock; a tone begins at every full second of it and is heard by both sound tracks.
+The display shows the time of the monotonic clock. A tone begins at every full second and reaches both audio tracks.
 """
 
 import array
@@ -20,13 +19,13 @@ from orvobench.table import Row
 
 sys.path.insert(0, str(Path(__file__).resolve().parent.parent.parent / "tests/support"))
 
-from sound import Sound  # noqa: E402: it lies with the tests.
+from sound import Sound  # noqa: E402: part of the tests.
 
 FPS = 30
-MOVING = 1280, 720  # The window that moves on the display.
-RATE = 8000  # Samples a second that the tones are looked for in.
+MOVING = 1280, 720  # The size of the moving window.
+RATE = 8000  # Sample rate for detecting the tones.
 QUIET = 0.3  # Seconds of silence before a tone.
-ENDS = 60  # Seconds of the start and of the end that offsets are taken from.
+ENDS = 60  # Seconds at the start and at the end for measuring offsets.
 
 
 def rows(programs, folder, minutes, say):
@@ -36,14 +35,14 @@ def rows(programs, folder, minutes, say):
     sound = Sound(folder / "runtime", heard="speakers")
     try:
         with Display(programs, folder, FPS, sound.environment, MOVING) as display:
-            say(f"recording {minutes} minutes with sound")
+            say(f"recording {minutes} minutes with audio")
             began = time.monotonic()
             cost = measure.run([programs / "orvo", "record", "--seconds", 60 * minutes, "--fps", FPS, "--library", library],
                                **sound.environment, DISPLAY=display.name)
             shown = display.shown()
     finally:
         sound.close()
-    say("reading what was recorded")
+    say("analysing the recording")
     document = next(library.glob("*/project.json"))
     ready = document.stat().st_mtime - time.time() + time.monotonic()
     project = json.loads(document.read_text())
@@ -53,14 +52,14 @@ def rows(programs, folder, minutes, say):
     recorded = {seen for _, seen in frames}
     counted = {seen for seen in shown if min(recorded) + 1000 * WARM_UP <= seen <= max(recorded) - 1000 * WARM_UP}
     ends = [track["start"] + _length_of(file[kind]) for kind, track in tracks.items()]
-    what = f"recording {WIDTH}×{HEIGHT} at {FPS} with sound, {minutes} minutes"
+    what = f"recording {WIDTH}×{HEIGHT} at {FPS} with audio, {minutes} minutes"
     result = [
         Row(f"{what}: processor", "% of a core", [100 * cost.cpu / (60 * minutes)]),
-        Row(f"{what}: pictures lost", "%", [100 * len(counted - recorded) / len(counted)]),
+        Row(f"{what}: frames lost", "%", [100 * len(counted - recorded) / len(counted)]),
         Row(f"{what}: peak memory", "MB", [cost.peak], limit=250),
         Row(f"{what}: growth of memory after the first quarter", "MB", [_growth(cost.private)], limit=10),
-        Row(f"{what}: from the command to the first picture", "ms", [frames[0][1] - 1000 * began], limit=500),
-        Row(f"{what}: from the last picture to the ready project", "s", [ready - frames[-1][1] / 1000], limit=1.5),
+        Row(f"{what}: from the command to the first frame", "ms", [frames[0][1] - 1000 * began], limit=500),
+        Row(f"{what}: from the last frame to the ready project", "s", [ready - frames[-1][1] / 1000], limit=1.5),
         Row(f"{what}: ends of the tracks apart", "ms", [1000 * (max(ends) - min(ends))], limit=20),
     ]
     for kind in ("microphone", "system"):
@@ -68,8 +67,8 @@ def rows(programs, folder, minutes, say):
         first = median(offset for at, offset in offsets if at < ENDS)
         last = median(offset for at, offset in offsets if at > 60 * minutes - ENDS)
         result += [
-            Row(f"{what}: {kind} after picture at the start", "ms", [abs(first)], limit=40),
-            Row(f"{what}: {kind} after picture at the end", "ms", [abs(last)], limit=40),
+            Row(f"{what}: {kind} after video at the start", "ms", [abs(first)], limit=40),
+            Row(f"{what}: {kind} after video at the end", "ms", [abs(last)], limit=40),
             Row(f"{what}: {kind} drifts a minute", "ms", [abs(last - first) / (minutes - ENDS / 60)], limit=1),
         ]
     shutil.rmtree(folder)
@@ -79,12 +78,12 @@ def rows(programs, folder, minutes, say):
 def _growth(private):
     quarter = len(private) // 4
     around = max(quarter // 10, 1)
-    # Medians: one look may fall between two buffers.
+    # Medians, because a single sample may fall between two buffers.
     return median(private[-2 * around:-around]) - median(private[quarter:quarter + around])
 
 
 def _times_of(file):
-    """When the frames of a file are shown, in seconds."""
+    """The presentation times of the frames of a file, in seconds."""
     lines = subprocess.run(["ffprobe", "-v", "error", "-select_streams", "v", "-show_entries", "packet=pts_time", "-of", "csv=p=0",
                             str(file)], stdout=subprocess.PIPE, check=True).stdout.split()
     return sorted(float(line.rstrip(b",")) for line in lines)
@@ -96,9 +95,9 @@ def _length_of(file):
 
 
 def _offsets(file, start, frames):
-    """For every tone: when it is heard, in seconds, and by how many milliseconds after the picture of that moment. `start` is
-    that of the sound on the picture's time."""
-    # By how much the time that is shown is ahead of the file's, over a second or two of frames.
+    """For each tone: its time in seconds, and its delay after the corresponding frame in milliseconds. `start` is the start of
+    the audio track relative to the video track."""
+    # The shown time minus the file's time, as a median over about two seconds of frames.
     ahead = [(at, seen / 1000 - at) for at, seen in frames]
     result, place = [], 0
     for tone in _tones(file):
@@ -111,7 +110,7 @@ def _offsets(file, start, frames):
 
 
 def _tones(file):
-    """When tones begin, in seconds, to a millisecond."""
+    """The start times of the tones, in seconds, with a resolution of one millisecond."""
     raw = subprocess.run(["ffmpeg", "-v", "error", "-i", str(file), "-af", f"aresample={RATE}:async=1:first_pts=0", "-ac", "1",
                           "-f", "s16le", "-"], stdout=subprocess.PIPE, check=True).stdout
     samples = array.array("h", raw)

@@ -1,11 +1,11 @@
-"""A lesson as a screen shows it: slides, an editor being typed in, a page being read, a terminal.
+"""A synthetic lesson: slides, typing in an editor, scrolling a page, a terminal.
 
-The pointer is not part of the picture: recordings leave it out and the export draws it from its log.
+The frames do not show the pointer: recordings omit it, and the export draws it from its log.
 """
 
 import random
 
-from orvobench.picture import Page, Picture
+from orvobench.frame import Frame, Page
 
 WIDTH, HEIGHT = 1920, 1080
 BAR = 48  # Height of the task bar.
@@ -85,7 +85,7 @@ KEYWORDS = {"class", "def", "while", "not", "return", "from", "import", "for", "
 
 
 class Pages:
-    """Everything that is shown, set once."""
+    """All pages of the lesson, rendered once."""
 
     def __init__(self):
         self.desktop = self._desktop()
@@ -104,7 +104,7 @@ class Pages:
             page.box(12 + number * 150, HEIGHT - BAR + 6, 140, BAR - 12, "2A2E38")
             page.text(28 + number * 150, HEIGHT - BAR + 12, label, 20, "E0E0E8")
         page.text(WIDTH - 110, HEIGHT - BAR + 12, "10:42", 20, "E0E0E8")
-        return page.picture(f"gradients=s={WIDTH}x{HEIGHT}:c0=0x24405C:c1=0x6E4A7E:x0=0:y0=0:x1={WIDTH}:y1={HEIGHT}")
+        return page.frame(f"gradients=s={WIDTH}x{HEIGHT}:c0=0x24405C:c1=0x6E4A7E:x0=0:y0=0:x1={WIDTH}:y1={HEIGHT}")
 
     def _slide(self, number):
         page = Page(WIDTH, HEIGHT, "FBFAF7")
@@ -118,7 +118,7 @@ class Pages:
                 high = 60 + (column * 97 + number * 31) % 240
                 page.box(1440 + column * 56, 900 - high, 40, high, ["3C4A7A", "B0552F", "4F8A6B"][column % 3])
         page.text(WIDTH - 130, HEIGHT - 60, f"{number + 1} / {len(TITLES)}", 28, "808088")
-        return page.picture()
+        return page.frame()
 
     def _window(self, title, width, height, paper, bar, ink):
         page = Page(width, height, paper)
@@ -126,7 +126,7 @@ class Pages:
         page.text(16, 6, title, 20, ink)
         for number, colour in enumerate(["D8574A", "E0B040", "58A858"]):
             page.box(width - 96 + number * 30, 10, 16, 16, colour)
-        return page.picture()
+        return page.frame()
 
     def _code(self):
         page = Page(1200, 56 * 26 * 3, "1E1F29", "Liberation Mono")
@@ -142,7 +142,7 @@ class Pages:
                 colour = "C792EA" if word.rstrip(":") in KEYWORDS else "E6E6F0" if word[0].isalpha() else "89B4FA"
                 page.text(90 + column * 12, y, word, MONO, colour)
                 column += len(word) + 1
-        return page.picture()
+        return page.frame()
 
     def _article(self):
         page = Page(1280, 9000, "FFFFFF")
@@ -162,13 +162,13 @@ class Pages:
             else:
                 y += 520
             number += 1
-        picture = page.picture()
+        article = page.frame()
         y = 40 + 80 + 9 * 38 + 20
-        photo = Page(1000, 480, "000000").picture("mandelbrot=s=1000x480:start_scale=0.3:start_x=-0.743:start_y=-0.131")
+        photo = Page(1000, 480, "000000").frame("mandelbrot=s=1000x480:start_scale=0.3:start_x=-0.743:start_y=-0.131")
         while y + 480 < 9000:
-            picture.draw(photo, 120, y // 2 * 2)
+            article.draw(photo, 120, y // 2 * 2)
             y += 2 * (80 + 9 * 38) + 920
-        return picture
+        return article
 
     def _output(self):
         page = Page(940, 24 * 400, "101418", "Liberation Mono")
@@ -176,16 +176,16 @@ class Pages:
             text = f"[{number / 7:9.3f}] página {number * 37 % 811:4} leída en {number * 53 % 97 / 10:4.1f} ms, claves {number * 29 % 64:2}"
             page.text(14, number * 24, text if number % 9 else "$ python3 medir.py --repeticiones 20", 18,
                       "C8D0C8" if number % 9 else "8FD08F")
-        return page.picture()
+        return page.frame()
 
 
 class Lesson:
-    """Draws the lesson frame by frame: `frames()` yields the picture of every frame, for ever."""
+    """Draws the lesson: `frames()` yields frames without end."""
 
     def __init__(self, fps=30, seed=7):
         self.fps = fps
         self.pages = Pages()
-        self.screen = Picture(WIDTH, HEIGHT)
+        self.screen = Frame(WIDTH, HEIGHT)
         self.random = random.Random(seed)
 
     def frames(self):
@@ -204,7 +204,7 @@ class Lesson:
     def _slides(self, first):
         for number in range(first, first + 3):
             slide = self.pages.slides[number % len(self.pages.slides)]
-            if number % 2:  # Pushed in from the right, or simply there.
+            if number % 2:  # Every other slide is pushed in from the right.
                 for step in range(1, 13):
                     x = int(WIDTH * (1 - step / 12) ** 2) // 2 * 2
                     self.screen.draw(slide, x, 0)
@@ -229,7 +229,7 @@ class Lesson:
         line = 12
         paper = self.pages.code.colour(2, 2)
         self.screen.fill(paper, x + 86, y + 36 + line * 26, 1100, 780 - line * 26)
-        for line in range(line, line + 8):  # Typed, one character after the other.
+        for line in range(line, line + 8):  # Typing, character by character.
             for column in range(1, self.random.randrange(20, 56)):
                 row = y + 36 + line * 26
                 self.screen.draw(self.pages.code, x + 86, row, 86, top + line * 26, 4 + column * 12, 26)
@@ -248,7 +248,7 @@ class Lesson:
         yield from self._scroll(self.pages.article, 300, 76, 1280, 880, top, 12)
 
     def _scroll(self, page, x, y, width, height, top, turns):
-        """Turns of the wheel, each eased over a few frames, with time to read between them."""
+        """Wheel steps, each eased over a few frames, with pauses for reading."""
         for _ in range(turns):
             target = min(top + 40 * self.random.randrange(2, 9), page.height - height)
             while top < target:
@@ -265,9 +265,9 @@ class Lesson:
         for first in range(1, 60):
             self.screen.draw(self.pages.output, x, y + 40, 0, first * 24, width, lines * 24)
             yield from self._hold(0.03, 0.3)
-        shown = Picture(width, height)
+        shown = Frame(width, height)
         shown.draw(self.screen, 0, 0, x, y, width, height)
-        for step in range(1, 41):  # Dragged across the desktop.
+        for step in range(1, 41):  # Dragging across the desktop.
             self.screen.draw(self.pages.desktop, x, y, x, y, width, height)
             x, y = 200 + step * 18 // 2 * 2, 120 + step * 7 // 2 * 2
             self.screen.draw(shown, x, y)

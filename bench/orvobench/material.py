@@ -1,6 +1,6 @@
-"""The recording that exports are measured with: made once, kept in a folder, shared by all runs.
+"""The recording for measuring exports: generated once, cached, and shared by all runs.
 
-Screen 1080p30, camera 720p30, a microphone with speech and the sound of the machine, written as the recorder writes them:
+Screen 1080p30, camera 720p30, a microphone with speech and system audio, encoded like the recorder's files:
 H.264 with a key frame every two seconds at the recorder's bit rates, and AAC at 128 kbit/s.
 """
 
@@ -13,15 +13,15 @@ from dataclasses import dataclass
 from pathlib import Path
 
 from orvobench.lesson import HEIGHT, SENTENCES, WIDTH, Lesson
-from orvobench.picture import Picture
+from orvobench.frame import Frame
 
 FPS = 30
-VERSION = "2"  # Another one has material made anew.
+VERSION = "2"  # Change it to regenerate the material.
 
 
 @dataclass(frozen=True)
 class Material:
-    """One recording: the folder with its four files, and its length in seconds."""
+    """A recording: the folder with its four files, and its length in seconds."""
 
     folder: Path
     seconds: int
@@ -37,12 +37,12 @@ class Material:
 
 
 def recording(cache, seconds):
-    """The material of this length from the cache, made first when it is not there."""
+    """The material of this length, generated if it is not in the cache."""
     return _cached(Path(cache, f"{seconds}s"), seconds, _record)
 
 
 def repeated(cache, material, times):
-    """The same recording joined to itself, without encoding anything again."""
+    """The recording repeated, without re-encoding."""
 
     def join(made):
         for source, target in zip(material.files, made.files):
@@ -54,10 +54,10 @@ def repeated(cache, material, times):
 
 
 def with_film(cache, lesson):
-    """The same recording, but a film plays on the screen all the time."""
+    """The recording with a film that plays on the screen throughout."""
 
     def put(made):
-        # The first ten seconds again and again: the further the picture goes in, the longer it takes to make.
+        # Loops the first ten seconds, because deeper zooms take longer to compute.
         film = f"mandelbrot=s=640x360:r={FPS}:start_scale=2,loop=loop=-1:size={10 * FPS},scale=1280:720,setsar=1"
         _ffmpeg("-i", lesson.screen, "-f", "lavfi", "-i", film, "-filter_complex", "[0:v][1:v]overlay=320:150:shortest=1",
                 *_encoding(WIDTH, HEIGHT), "-t", str(made.seconds), made.screen)
@@ -80,7 +80,7 @@ def _cached(folder, seconds, make):
 
 def _record(made):
     _speak(made)
-    _sound(made)
+    _system_audio(made)
     _video(made.screen, Lesson(FPS).frames(), WIDTH, HEIGHT, made.seconds)
     _video(made.camera, _teacher(), 1280, 720, made.seconds, "noise=alls=5:allf=t")
 
@@ -97,12 +97,12 @@ def _video(target, frames, width, height, seconds, filters="null"):
 
 
 def _encoding(width, height):
-    """How the recorder encodes: at five bits for every pixel of a frame, each second."""
+    """The recorder's encoder settings: five bits per pixel of a frame and second."""
     return ["-c:v", "libx264", "-preset", "veryfast", "-b:v", str(width * height * 5), "-g", str(2 * FPS), "-pix_fmt", "yuv420p"]
 
 
 def _speak(made):
-    """Sentences with pauses between them, over the faint noise of a room."""
+    """Sentences with pauses, over faint room noise."""
     chosen = random.Random(3)
     text = "\n\n".join(chosen.choice(SENTENCES) for _ in range(made.seconds // 4 + 2))
     speech = made.folder / "speech.wav"
@@ -113,8 +113,8 @@ def _speak(made):
     speech.unlink()
 
 
-def _sound(made):
-    """A quiet chord that swells every few seconds."""
+def _system_audio(made):
+    """A quiet chord that swells every seven seconds."""
     swell = "0.05*max(0,sin(2*PI*t/7))"
     tones = "|".join(f"{swell}*(sin({f}*2*PI*t)+0.5*sin({f * 1.5}*2*PI*t))" for f in (220, 330))
     _ffmpeg("-f", "lavfi", "-i", f"aevalsrc='{tones}':s=48000:c=stereo", "-t", str(made.seconds), "-c:a", "aac",
@@ -122,11 +122,11 @@ def _sound(made):
 
 
 def _teacher():
-    """A head before a wall, moving as heads do."""
-    wall = Picture(1280, 720)
+    """A moving head in front of a wall."""
+    wall = Frame(1280, 720)
     for y in range(0, 720, 2):
         wall.fill((90 + y // 12, 122, 134), 0, y, 1280, 2)
-    frame = Picture(1280, 720)
+    frame = Frame(1280, 720)
     for number in itertools.count():
         t = number / FPS
         x, y = 640 + 40 * math.sin(t * 0.7) + 12 * math.sin(t * 2.3), 330 + 14 * math.sin(t * 1.1)
@@ -139,12 +139,12 @@ def _teacher():
         yield frame
 
 
-def _ellipse(picture, x, y, across, down, colour):
-    for line in range(max(0, int(y - down) // 2 * 2), min(picture.height, int(y + down)), 2):
+def _ellipse(frame, x, y, across, down, colour):
+    for line in range(max(0, int(y - down) // 2 * 2), min(frame.height, int(y + down)), 2):
         half = across * math.sqrt(max(0.0, 1 - ((line - y) / down) ** 2))
         left, right = int(x - half) // 2 * 2, int(x + half) // 2 * 2
         if right > left:
-            picture.fill(colour, left, line, right - left, 2)
+            frame.fill(colour, left, line, right - left, 2)
 
 
 def _ffmpeg(*arguments):

@@ -1,4 +1,4 @@
-"""Runs whole programs and tells what they cost: time, processor time and memory of the program with all its children."""
+"""Runs whole programs and measures wall time, processor time and memory, including all children."""
 
 import json
 import os
@@ -8,22 +8,22 @@ import time
 from dataclasses import dataclass, field
 from pathlib import Path
 
-SAMPLE_INTERVAL = 0.05  # Seconds between two looks at the memory of a running program.
+SAMPLE_INTERVAL = 0.05  # Seconds between two samples of the memory.
 
 
 @dataclass
 class Cost:
-    """What one run took. Memory is in MB, resident; what processes share is divided among them."""
+    """The cost of one run. Memory is resident, in MB; shared pages are divided among their processes."""
 
     wall: float
-    cpu: float  # User and system time of the program and of every child it waited for.
-    peak: float  # Largest sum over the whole process tree at one time.
-    own_peak: float  # Largest size of the program itself, without its children.
-    ffmpeg_runs: list = field(default_factory=list)  # As bench_ffmpeg noted them, where it stood in ffmpeg's place.
-    private: list = field(default_factory=list)  # Memory that is in no file, of the whole tree, one look after the other.
+    cpu: float  # User and system time in seconds, including awaited children.
+    peak: float  # Maximum of the sum over the process tree.
+    own_peak: float  # Maximum of the program itself, without its children.
+    ffmpeg_runs: list = field(default_factory=list)  # The log of bench_ffmpeg, if it replaced ffmpeg.
+    private: list = field(default_factory=list)  # Anonymous memory of the tree, one value per sample.
 
     def ffmpeg_wall(self):
-        """Time in which a run that works on media is under way, or several are; asking for the version is not one of them."""
+        """The time during which at least one ffmpeg run works, not counting version queries."""
         spent, reached = 0.0, 0.0
         for run in sorted(self.ffmpeg_runs, key=lambda run: run["begin"]):
             if "-version" not in run["arguments"]:
@@ -33,7 +33,7 @@ class Cost:
 
 
 def run(command, log=None, **environment):
-    """Runs a command to its end. With `log`, the runs noted in that file by bench_ffmpeg are read and the file is removed."""
+    """Runs a command to its end. With `log`, includes the runs that bench_ffmpeg logs to that file."""
     if log:
         log.unlink(missing_ok=True)
         environment["ORVO_BENCH_FFMPEG_LOG"] = str(log)
@@ -53,7 +53,7 @@ def run(command, log=None, **environment):
 
 
 class _Sampler:
-    """Looks at the resident memory of a process tree until stopped."""
+    """Samples the memory of a process tree until stopped."""
 
     def __init__(self, root):
         self.peak = self.own_peak = 0.0
@@ -92,8 +92,8 @@ def _tree(root):
 
 
 def _memory(pid):
-    """Its share of the resident memory, where a page that several processes map counts in equal parts for each, and what of it
-    is in no file. In MB."""
+    """The proportional resident memory of a process, in which shared pages are divided among their processes, and its anonymous
+    memory. In MB."""
     try:
         lines = Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines()[1:]
     except OSError:
@@ -103,7 +103,7 @@ def _memory(pid):
 
 
 def high_water_mark(pid):
-    """The largest resident memory that a process has had, in MB."""
+    """The maximum resident memory of a process so far, in MB."""
     try:
         for line in Path(f"/proc/{pid}/status").read_text().splitlines():
             if line.startswith("VmHWM:"):

@@ -1,4 +1,4 @@
-"""Spanish spoken by people at home: recordings of a Debian package, of which the words are known, joined with pauses."""
+"""Spanish spoken by people at home: recordings with known words from a Debian package, joined with pauses."""
 
 import random
 import re
@@ -9,11 +9,11 @@ from . import measure, voices
 
 PACKAGE = "tuxpaint-stamps-default"  # 160 MB.
 PLACE = "usr/share/tuxpaint/stamps"
-ROOM = 18  # Amplitude of the noise between the recordings, of 32,768: that of a quiet room.
+ROOM = 18  # Amplitude of the noise, out of 32,768: a quiet room.
 
 
 def lesson(names, folder, seed):
-    """The recordings of these names one after the other, in an order of their own. When the words begin is not known."""
+    """Joins the recordings with these names in random order. The starts of the words are unknown."""
     place = _package(folder) / PLACE
     chance = random.Random(seed)
     names = sorted(names)
@@ -43,5 +43,5 @@ def _recording(place, name):
     raw = subprocess.run(["ffmpeg", "-v", "error", "-i", place / f"{name}_desc_es.ogg", "-ac", "1", "-ar", str(voices.RATE),
                           "-f", "s16le", "-"], stdout=subprocess.PIPE, check=True).stdout
     text, = re.findall(r"^es\.utf8=(.*)$", (place / f"{name}.txt").read_text(errors="replace"), re.MULTILINE)
-    text = re.sub(r"\([^a-z)]*\)", "", text)  # The amount that a coin shows is written, not spoken.
+    text = re.sub(r"\([^a-z)]*\)", "", text)  # The amount on a coin is written, but not spoken.
     return voices.phrase(array("h", raw), [(word, 0.0) for word in text.split()])

@@ -1,4 +1,4 @@
-"""The live preview beside mpv on one recording, seek by seek in turn."""
+"""The live preview compared with mpv on the same recording, alternating after each seek."""
 
 import json
 import random
@@ -14,7 +14,7 @@ LENGTH = 120  # Seconds.
 
 
 def rows(programs, cache, seeks, say):
-    say("the preview beside mpv")
+    say("the preview and mpv")
     screen, microphone, system = media(cache, say)
     with Preview(programs / "bench_preview") as preview, Mpv(screen, microphone) as mpv:
         preview.ask(f"load 30 1920 1080 {screen} {microphone} {system}")
@@ -30,7 +30,7 @@ def rows(programs, cache, seeks, say):
         ]
         for what, start, end in (("slowly forwards", 10, 20), ("slowly backwards", 50, 40), ("fast forwards", 5, 105),
                                  ("fast backwards", 115, 15)):
-            result.append(Row(f"scrubbing {what}", "pictures/s", preview.ask(f"scrub {start} {end} 4"), at_least=10))
+            result.append(Row(f"scrubbing {what}", "frames/s", preview.ask(f"scrub {start} {end} 4"), at_least=10))
         preview.ask("display 800 450")
         preview.ask("seek 30")
         shown, due = preview.ask("play 8")
@@ -44,11 +44,11 @@ def rows(programs, cache, seeks, say):
 
 
 def media(folder, say):
-    """A busy screen with a key frame every two seconds, and two sound tracks."""
+    """Generates a busy screen with a key frame every two seconds, and two audio tracks."""
     folder.mkdir(parents=True, exist_ok=True)
     screen, microphone, system = (folder / name for name in ("seek-screen.mov", "seek-microphone.m4a", "seek-system.m4a"))
-    picture = f"testsrc2=size=1920x1080:rate=30:duration={LENGTH},noise=alls=6:allf=t,format=yuv420p"
-    make(say, screen, ["-f", "lavfi", "-i", picture, "-c:v", "libx264", "-preset", "veryfast", "-b:v", "6M", "-g", "60",
+    pattern = f"testsrc2=size=1920x1080:rate=30:duration={LENGTH},noise=alls=6:allf=t,format=yuv420p"
+    make(say, screen, ["-f", "lavfi", "-i", pattern, "-c:v", "libx264", "-preset", "veryfast", "-b:v", "6M", "-g", "60",
                   "-keyint_min", "60", "-sc_threshold", "0"])
     make(say, microphone, ["-f", "lavfi", "-i", f"sine=440:duration={LENGTH}", "-c:a", "aac"])
     make(say, system, ["-f", "lavfi", "-i", f"sine=660:duration={LENGTH}", "-ac", "2", "-c:a", "aac"])
@@ -82,14 +82,14 @@ class Preview:
 
 
 class Mpv:
-    """mpv without a window or a sound device, so that it is timed for decoding alone."""
+    """mpv without a window or an audio device, to measure decoding alone."""
 
-    def __init__(self, video, sound):
+    def __init__(self, video, audio):
         self.folder = tempfile.TemporaryDirectory()
         address = self.folder.name + "/mpv"
         self.process = subprocess.Popen(
             ["mpv", "--no-config", "--pause", "--hr-seek=yes", "--keep-open=always", "--vo=null", "--ao=null", "--no-terminal",
-             f"--input-ipc-server={address}", f"--audio-file={sound}", video])
+             f"--input-ipc-server={address}", f"--audio-file={audio}", video])
         self.socket = socket.socket(socket.AF_UNIX)
         for _ in range(200):
             try:

@@ -1,4 +1,4 @@
-"""Publishing: packaging beside the same runs of ffmpeg, hashing beside openssl, uploading beside curl, and its memory."""
+"""Publishing: packaging compared with ffmpeg, hashing with openssl, uploading with curl; and memory."""
 
 import json
 import os
@@ -18,7 +18,7 @@ from .table import Row
 
 ROOT = Path(__file__).resolve().parent.parent.parent
 CHUNK = 8 << 20
-MEMORY = 60.0  # MB, at most, whatever the size of the media.
+MEMORY = 60.0  # Maximum in MB, for any size of the media.
 
 
 def rows(programs, cache, folder, seconds, megabytes, runs, say):
@@ -57,7 +57,7 @@ def _packaging(programs, cache, folder, seconds, runs, say):
 
 
 def _one_step(movie, package, height):
-    """One step of the ladder by itself."""
+    """Encodes one step of the ladder alone."""
     width = height * WIDTH // HEIGHT // 2 * 2
     rate = width * height * FPS * 9 // 100
     measure.run(["ffmpeg", "-hide_banner", "-nostdin", "-y", "-i", movie, "-vf", f"scale={width}:{height}", "-c:v", "libx264",
@@ -69,7 +69,7 @@ def _one_step(movie, package, height):
 
 
 def _library(folder, megabytes):
-    """A library of one project with one large file that does not compress."""
+    """Makes a library of one project with one large file of random bytes."""
     library = folder / "library"
     library.mkdir()
     project = document.write(library, document.document(material.Material(library, 1), Edit(cuts=1)))
@@ -98,7 +98,7 @@ def _upload(programs, folder, library, media, runs, say):
     shares, memory = [], []
     for number in range(max(runs, 3)):
         say(f"publishing: upload, round {number + 1}")
-        for measured in (True, False):  # A server that has the files already is sent nothing.
+        for measured in (True, False):  # A new server each time: a server that has the files receives nothing.
             with _server(folder / f"server{number}") as (address, authority, credential):
                 environment = {"SSL_CERT_FILE": str(authority), "ORVO_ADMIN_TOKEN": credential}
                 command = [programs / "bench_publishing", "publish", library, address]
@@ -113,7 +113,7 @@ def _upload(programs, folder, library, media, runs, say):
 
 
 def _curl(address, authority, credential, media):
-    """MB a second that curl reaches with the same chunks over one connection."""
+    """The MB per second of curl with the same chunks over one connection."""
     size = media.stat().st_size
     words = ["-H", f"Authorization: Bearer {credential}", "--cacert", authority, "-sS"]
 
@@ -140,7 +140,7 @@ def _curl(address, authority, credential, media):
 
 @contextmanager
 def _server(folder):
-    """orvo-server with an empty data folder, and a certificate of its own."""
+    """Runs orvo-server with an empty data folder and a self-signed certificate."""
     folder.mkdir()
     subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-keyout",
                     "key.pem", "-out", "ca.pem", "-days", "2", "-subj", "/CN=localhost", "-addext", "subjectAltName=DNS:localhost"],

@@ -1,4 +1,4 @@
-"""The publishing server: viewers beside nginx with the same segments, uploads beside the disk, memory, start, lists and S3."""
+"""The publishing server: viewers compared with nginx, uploads with the disk; memory, start, lists and S3."""
 
 import http.client
 import json
@@ -20,8 +20,8 @@ CLIENTS = 8
 
 def rows(programs, folder, runs, quick, say):
     if not shutil.which("nginx", path="/usr/sbin:/usr/bin"):
-        # Its package starts a service on port 80, which nobody wants behind their back.
-        raise SystemExit("bench: nginx is the peer here and is missing: apt-get install nginx-light")
+        # Not installed automatically, because its package starts a service on port 80.
+        raise SystemExit("bench: the peer nginx is missing: apt-get install nginx-light")
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
     program = programs / "orvo-server"
@@ -87,7 +87,7 @@ def _viewers(program, folder, runs, seconds, idle, say):
 
 
 def _stalled(process, port, base, tls):
-    """MB while 1,000 clients have asked for a segment and do not read it."""
+    """Memory in MB while 1,000 clients have requested a segment and do not read it."""
     clients = []
     for number in range(1000):
         client = Client(port, tls)
@@ -167,7 +167,7 @@ def _sent(ours, upload, content):
 
 
 def _written(file, content):
-    """MB a second that the disk takes when each chunk is flushed before the next."""
+    """The MB per second of the disk when each chunk is flushed before the next."""
     view = memoryview(content)
     begin = time.monotonic()
     descriptor = os.open(file, os.O_WRONLY | os.O_CREAT, 0o600)
@@ -223,7 +223,7 @@ def _operation(program, folder, say):
 def _storage(program, folder, say):
     gateway = shutil.which("versitygw")
     if not gateway:
-        say("server: no S3 server (versitygw) is installed, nothing is measured with one")
+        say("server: no S3 server (versitygw) is installed; skipping S3")
         return []
     say("server: segments from S3")
     (folder / "s3/videos").mkdir(parents=True)
@@ -243,7 +243,7 @@ def _storage(program, folder, say):
             with ours.serving(ORVO_S3_SECRET_KEY="secreto"):
                 media = ours.media()
                 client = Client(ours.port)
-                client.get(media + "key.bin")  # The server knows the video, the connection is open.
+                client.get(media + "key.bin")  # Warms up: the server has looked up the video, and the connection is open.
                 begin = time.monotonic()
                 client.get(f"{media}480/{number % SEGMENTS:05}.ts")
                 times.append(1000 * (time.monotonic() - begin))

@@ -1,4 +1,4 @@
-"""Speech recognition: which words, where, and what it costs, on speech of which all is known."""
+"""Speech recognition: words, times and cost, on speech with known words and times."""
 
 import json
 import re
@@ -11,11 +11,11 @@ from . import measure, people, voices
 from .table import Row
 
 ROOT = Path(__file__).resolve().parent.parent.parent
-RATE = 16000  # What the recogniser hears.
-PARTS = {"clean": 96, "english": 48}  # What is spoken between pauses: enough that one pause of a hundred counts as one per cent.
-RECORDINGS = ROOT / "bench/speech/recordings.txt"  # Of people: half of what the package has, by the hash of their names. The other
-# half is for tuning.
-LONG = 5  # How many times the Spanish material makes the long recording, of three quarters of an hour.
+RATE = 16000  # The recogniser's sample rate.
+PARTS = {"clean": 96, "english": 48}  # Numbers of spoken parts between pauses.
+RECORDINGS = ROOT / "bench/speech/recordings.txt"  # Half of the package's recordings of people, selected by the hash of their
+# names. The other half is for tuning.
+LONG = 5  # Repetitions of the Spanish material in the long recording of three quarters of an hour.
 
 SPANISH = [
     "Hoy vamos a ver cómo se prepara una clase en vídeo desde el principio.",
@@ -48,7 +48,7 @@ ENGLISH = [
     "The teacher writes a simple equation on the board.",
 ]
 FILLERS = {"eh", "em", "mmm", "um", "uh"}
-PROMPT = "Eh, bueno, vamos a ver. Mmm, sí."  # The recogniser's own, which lets the peer write down fillers, too.
+PROMPT = "Eh, bueno, vamos a ver. Mmm, sí."  # The recogniser's prompt, which makes the peer write down fillers too.
 MEMORY = 400  # MB.
 
 
@@ -79,14 +79,14 @@ def rows(programs, cache, quick, say):
         say("speech: memory")
         long = folder / "long.wav"
         if not long.exists():
-            _sound(["-stream_loop", LONG - 1, "-i", folder / "clean.wav"], long)
+            _convert(["-stream_loop", LONG - 1, "-i", folder / "clean.wav"], long)
         heard, _ = _run(bench, "words", model, "es", "quick", long)
         result.append(Row("speech, quick, five times as long: memory", "MB", [heard["memory"]], limit=MEMORY))
     return result
 
 
 def _beside_peer(bench, model, decoding, name, folder, truth):
-    """Words, pauses and costs beside the library that is given the whole file."""
+    """Words, pauses and cost, compared with the library on the whole file."""
     file, spoken, seconds, peer = folder / f"{name}.wav", truth_words(truth), truth["seconds"], "whisper.cpp, whole file"
     heard, ours = _run(bench, "words", model, "es", decoding, file)
     heard_whole, whole = _run(bench, "whole", model, "es", decoding, file)
@@ -95,7 +95,7 @@ def _beside_peer(bench, model, decoding, name, folder, truth):
         Row(f"speech, {name}, {decoding}: word errors", "%", [_errors(spoken, _texts(heard["words"])) * 100],
             [_errors(spoken, _texts(heard_whole["words"])) * 100], peer, at_most=1),
         Row(f"speech, {name}, {decoding}: processor time", "s", [ours.cpu], [whole.cpu], peer, at_most=1.05),
-        Row(f"speech, {name}, {decoding}: time for a second of sound", "s", [ours.wall / seconds], [whole.wall / seconds], peer),
+        Row(f"speech, {name}, {decoding}: time for a second of audio", "s", [ours.wall / seconds], [whole.wall / seconds], peer),
         Row(f"speech, {name}, {decoding}: memory above what the program had before", "MB", [heard["memory"]], limit=MEMORY),
     ]
 
@@ -108,19 +108,19 @@ def _model():
     for place in (ROOT / "build/models", ROOT.parent / "shared/models"):
         if (place / "ggml-base-q5_1.bin").exists():
             return place / "ggml-base-q5_1.bin"
-    raise SystemExit("There is no speech model. tools/model.sh build/models makes one.")
+    raise SystemExit("There is no speech model. Run tools/model.sh build/models.")
 
 
 def _nobody():
     return ("silence", "tone", "chords", "hiss", "breaths")
 
 
-def _sound(source, file):
+def _convert(source, file):
     measure.run(["ffmpeg", "-v", "error", "-y", *source, "-ac", "1", "-ar", str(RATE), file])
 
 
 def _material(folder, say):
-    """Files made once; returns what is spoken in them."""
+    """Generates the files once. Returns what is spoken in them."""
     known = folder / "truth.json"
     made_of = {**PARTS, "human": RECORDINGS.read_text().split()}
     if known.exists() and (truth := json.loads(known.read_text())).get("made_of") == made_of:
@@ -135,29 +135,29 @@ def _material(folder, say):
     level = voices.voice_level(spanish)
     raw = folder / "raw.wav"
     voices.write(human.samples, raw)
-    _sound(["-i", raw], folder / "human.wav")
+    _convert(["-i", raw], folder / "human.wav")
     voices.write(english.samples, raw)
-    _sound(["-i", raw], folder / "english.wav")
+    _convert(["-i", raw], folder / "english.wav")
     voices.write(spanish.samples, raw)
-    _sound(["-i", raw], folder / "clean.wav")
+    _convert(["-i", raw], folder / "clean.wav")
     for decibels in (25, 20, 10):
         voices.with_noise(raw, folder / f"noise{decibels}.wav", decibels, level)
     voices.with_music(raw, folder / "music.wav", 20, level)
     for name, seconds in (("room03", 0.3), ("room05", 0.5)):
         voices.with_room(raw, folder / f"{name}.wav", seconds, folder)
     for name in ("noise25", "noise20", "noise10", "music", "room03", "room05"):
-        _sound(["-i", folder / f"{name}.wav"], raw)
+        _convert(["-i", folder / f"{name}.wav"], raw)
         raw.replace(folder / f"{name}.wav")
-    _sound(["-f", "lavfi", "-i", f"anullsrc=r={RATE}:cl=mono:d=300"], folder / "silence.wav")
-    _sound(["-f", "lavfi", "-i", "sine=440:d=300"], folder / "tone.wav")
-    _sound(["-f", "lavfi", "-i", f"anoisesrc=c=pink:a=0.1:d=300:r={RATE}:seed=1"], folder / "hiss.wav")
+    _convert(["-f", "lavfi", "-i", f"anullsrc=r={RATE}:cl=mono:d=300"], folder / "silence.wav")
+    _convert(["-f", "lavfi", "-i", "sine=440:d=300"], folder / "tone.wav")
+    _convert(["-f", "lavfi", "-i", f"anoisesrc=c=pink:a=0.1:d=300:r={RATE}:seed=1"], folder / "hiss.wav")
     silent = voices.Speech(voices.array("h", bytes(2 * 300 * voices.RATE)))
     voices.write(silent.samples, raw)
     voices.with_music(raw, folder / "chords.wav", 0, -20)
-    _sound(["-i", folder / "chords.wav"], raw)
+    _convert(["-i", folder / "chords.wav"], raw)
     raw.replace(folder / "chords.wav")
     voices.write(voices.breaths(300), raw)
-    _sound(["-i", raw], folder / "breaths.wav")
+    _convert(["-i", raw], folder / "breaths.wav")
     truth = {name: {"words": [vars(word) for word in speech.words], "pauses": speech.pauses, "silences": speech.silences,
                     "seconds": speech.seconds()}
              for name, speech in (("clean", spanish), ("english", english), ("human", human))} | {"made_of": made_of}
@@ -172,7 +172,7 @@ def _parts(texts, names, count):
 
 
 def _run(bench, mode, model, language, decoding, file):
-    """What the program heard, and what it took."""
+    """The recognised words, and the cost."""
     with tempfile.NamedTemporaryFile() as output:
         cost = measure.run([bench, mode, model, language, decoding, file, output.name], ORVO_BENCH_PROMPT=PROMPT)
         heard = json.loads(Path(output.name).read_text(errors="replace"))
@@ -209,7 +209,7 @@ def _errors(truth, heard):
 
 
 def _pairs(truth, words):
-    """The words that were recognised right, with those that were spoken."""
+    """Pairs of correctly recognised words with the spoken ones."""
     texts = [_plain(word["text"]) for word in words]
     spoken = truth_words(truth)
     costs = _table(spoken, texts)
@@ -245,7 +245,7 @@ def _quality(what, truth, words):
             found += 1
             used.add(near[0])
             edges += [abs(near[0][0] - start) * 1000, abs(near[0][1] - end) * 1000]
-    # The silence at a comma need not be found as a pause, but it is one.
+    # Finding the silence at a comma is optional, but not an error.
     false = [gap for gap in gaps if gap not in used and gap[1] - gap[0] >= 0.3
              and not any(min(end, gap[1]) - max(start, gap[0]) > (gap[1] - gap[0]) / 2 for start, end in truth["silences"])]
     starts = {end for _, end in truth["pauses"]}
@@ -261,7 +261,7 @@ def _quality(what, truth, words):
         Row(f"speech, {what}: edges of pauses, median error", "ms", [median(edges)], limit=limits[0]),
         Row(f"speech, {what}: edges of pauses, 95th percentile", "ms", [_share(edges, 0.95)], limit=limits[1]),
     ]
-    if name != "human":  # Nobody noted when each of those words begins.
+    if name != "human":  # The starts of these words are unknown.
         result.append(Row(f"speech, {what}: beginnings of words in running speech, median error", "ms", [median(inside)],
                           limit=30 if name == "clean" else 60))
     if name in ("clean", "english"):

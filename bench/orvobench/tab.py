@@ -1,4 +1,4 @@
-"""Recording a tab of a real browser: what the helper costs, what is lost, and the preparation beside its ffmpeg alone."""
+"""Recording a tab of a real browser: the helper's cost, lost time, and the preparation compared with its ffmpeg runs alone."""
 
 import shutil
 import sys
@@ -12,17 +12,17 @@ from orvobench.table import Row
 ROOT = Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(ROOT / "tests/Extension"))
 
-from browser import Browser, wait_for  # noqa: E402: they lie beside the extension's tests.
+from browser import Browser, wait_for  # noqa: E402: part of the extension's tests.
 from timecode import offsets, probed  # noqa: E402
 
 FPS = 30
-TICKS = 100  # Of processor time in a second, in /proc.
+TICKS = 100  # Units of processor time per second in /proc.
 
 
 def rows(programs, folder, seconds, runs, say):
     shutil.rmtree(folder, ignore_errors=True)
     install(programs, folder)
-    # The window's frame takes what is more than 1080 lines.
+    # The window's decoration takes the lines beyond 1080.
     browser = Browser(folder / "bin/orvo", programs.parent / "OrvoVideo.app/Contents/Helpers/OrvoBridge", ROOT / "Extension",
                       ROOT / "packaging/extension-origin.txt", folder / "home", size=(1920, 1224), page="page.html?small")
     try:
@@ -51,7 +51,7 @@ def rows(programs, folder, seconds, runs, say):
     return [
         Row(f"{what}: frames a second in the file", "", [frames / length]),
         Row(f"{what}: recorded of the time from the first piece to the end", "%", [100 * min(1, length / lasted)], at_least=99),
-        Row(f"{what}: sound after picture at the end", "ms", [1000 * abs(sorted(apart[-5:])[2])], limit=40),
+        Row(f"{what}: audio after video at the end", "ms", [1000 * abs(sorted(apart[-5:])[2])], limit=40),
         Row(f"{what}: the helper's processor", "% of a core", [100 * (after - before) / lasted], limit=5),
         Row(f"{what}: the helper's memory", "MB", [memory], limit=40),
         Row(f"{what}: preparation", "s", ours, alone, "the same run of ffmpeg alone", at_most=1.05),
@@ -59,7 +59,7 @@ def rows(programs, folder, seconds, runs, say):
 
 
 def _alone(cost, folder):
-    """Seconds that the ffmpeg runs of a preparation take by themselves."""
+    """The seconds that the ffmpeg runs of a preparation take alone."""
     begin = time.monotonic()
     for run in cost.ffmpeg_runs:
         words = run["arguments"]

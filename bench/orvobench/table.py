@@ -1,4 +1,4 @@
-"""The table of results: every figure with the peer it stands beside and the target it is judged by."""
+"""The table of results: each figure with its peer and its target."""
 
 import json
 from dataclasses import dataclass, field
@@ -7,22 +7,22 @@ from statistics import median
 
 @dataclass
 class Row:
-    """One figure. With a peer it is judged by the ratio, without one by itself."""
+    """A figure. Its target applies to the ratio to the peer, or to the value itself."""
 
     what: str
     unit: str
-    ours: list  # One value a run.
+    ours: list  # One value per run.
     peers: list = field(default_factory=list)  # The peer's runs, in the same order.
     peer: str = ""
-    at_most: float | None = None  # Target of the ratio of ours to the peer's.
-    limit: float | None = None  # Targets of our own value: at most, and at least.
+    at_most: float | None = None  # Maximum ratio of ours to the peer's.
+    limit: float | None = None  # Maximum and minimum of our own value.
     at_least: float | None = None
 
     def ratio(self):
-        """None without a peer, or with one that has the value 0."""
+        """None without a peer, or if a value of the peer is 0."""
         if not self.peers or 0 in self.peers:
             return None
-        if len(self.ours) == len(self.peers):  # Pair by pair: what slows the machine down slows both.
+        if len(self.ours) == len(self.peers):  # Per round, because a slow machine affects both.
             return median(a / b for a, b in zip(self.ours, self.peers))
         return median(self.ours) / median(self.peers)
 
@@ -72,7 +72,7 @@ def save(rows, file, about):
 
 
 def place(file, part):
-    """The two marks between which the file shows the table of this part."""
+    """The two marks around the table of this part. Exits if the file lacks them."""
     begin, end = f"<!-- {part}: written by ./dev bench {part} --document -->", f"<!-- end of {part} -->"
     text = file.read_text()
     if begin not in text or end not in text:
@@ -81,7 +81,7 @@ def place(file, part):
 
 
 def document(rows, file, part, heading):
-    """Writes the table there."""
+    """Writes the table between the marks of this part."""
     begin, end = place(file, part)
     text = file.read_text()
     lines = [f"{heading}:", "", "| What | Ours | Peer | Ratio | Target | |", "|---|---|---|---|---|---|"]

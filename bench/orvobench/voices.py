@@ -1,4 +1,4 @@
-"""Spoken material with known words and pauses: espeak-ng tells where each of its words begins."""
+"""Synthetic speech with known words and pauses: espeak-ng reports the start of each word."""
 
 import ctypes
 import ctypes.util
@@ -10,10 +10,10 @@ from dataclasses import dataclass, field
 
 from . import measure
 
-RATE = 22050  # Of the synthesiser's voices.
-BLOCK = RATE // 100  # Samples in which loudness is measured.
-UNDER_VOICE = 26  # Decibels: what lies so far under the loudest block of a phrase is none of it. Some voices of the synthesiser
-# leave a soft echo behind the last sound, 30 dB under it and under any noise: it is cut off.
+RATE = 22050  # The sample rate of the synthesiser's voices.
+BLOCK = RATE // 100  # Samples per measurement of loudness.
+UNDER_VOICE = 26  # Decibels. Quieter blocks, relative to the loudest one, do not belong to a phrase. Cuts off the soft echo of
+# some voices, which is 30 dB below the last sound.
 
 
 @dataclass
@@ -28,12 +28,12 @@ class Word:
 
 @dataclass
 class Speech:
-    """Samples at RATE with the words in them."""
+    """Samples at RATE, with their words."""
 
     samples: array
     words: list = field(default_factory=list)
     pauses: list = field(default_factory=list)  # (end of the sound before, beginning of the sound after)
-    silences: list = field(default_factory=list)  # The same within phrases, as at a comma.
+    silences: list = field(default_factory=list)  # The same inside phrases, such as at a comma.
 
     def seconds(self):
         return len(self.samples) / RATE
@@ -45,7 +45,7 @@ class _Event(ctypes.Structure):
 
 
 class Voice:
-    """One synthesiser for all voices: the library has one state."""
+    """The synthesiser. One for all voices, because the library has global state."""
 
     _RETRIEVAL = 1
     _WORD = 1
@@ -73,7 +73,7 @@ class Voice:
         return 0
 
     def say(self, text, voice, speed, pitch):
-        """The text spoken, from its first audible sample to its last, with where each of its words begins."""
+        """Speaks a text, trimmed to its audible samples, with the start of each word."""
         self._taken, self._events = array("h"), []
         self._library.espeak_SetVoiceByName(voice.encode())
         self._library.espeak_SetParameter(self._RATE, speed, 0)
@@ -85,7 +85,7 @@ class Voice:
 
 
 def phrase(samples, words):
-    """What is spoken in the samples, without the quiet before and behind it. `words` are pairs of a text and where it begins."""
+    """The samples without the silence at both ends. `words` are pairs of a text and its start."""
     loud = _loud_blocks(samples)
     first, last = loud[0] * BLOCK, (loud[-1] + 1) * BLOCK
     samples = samples[first:last]
@@ -102,7 +102,7 @@ def _loud_blocks(samples):
 
 
 class Joined:
-    """Phrases one after the other, with pauses of 0.3 to 2.5 seconds between them."""
+    """Phrases joined with pauses of 0.3 to 2.5 seconds."""
 
     def __init__(self, chance, start=0.7):
         self._chance = chance
@@ -126,7 +126,7 @@ class Joined:
 
 
 def lesson(voice, parts, seed, fillers=()):
-    """Joins spoken parts, some with a filler and another pause before them.
+    """Joins spoken parts, some after a filler and another pause.
 
     `parts` is a list of (text, voice name, speed, pitch)."""
     chance = random.Random(seed)
@@ -142,18 +142,18 @@ def lesson(voice, parts, seed, fillers=()):
 
 
 def breaths(seconds, seed=3):
-    """What a microphone hears of somebody who works without a word: breaths, keys and clicks of a mouse over a quiet room."""
+    """A microphone beside somebody who works silently: breaths, keys and mouse clicks in a quiet room."""
     chance = random.Random(seed)
     samples = [chance.gauss(0, 0.0006) for _ in range(int(seconds * RATE))]
     at = 0
     while (at := at + int(chance.uniform(0.15, 1.5) * RATE)) < len(samples) - 2 * RATE:
-        if chance.random() < 0.25:  # A breath: dull noise that swells and sinks.
+        if chance.random() < 0.25:  # A breath: dull noise that rises and falls.
             length, level, dull = int(chance.uniform(0.3, 1.2) * RATE), chance.uniform(0.01, 0.06), 0.0
             for i in range(length):
                 dull += 0.2 * (chance.gauss(0, 1) - dull)
                 samples[at + i] += 3 * level * dull * math.sin(math.pi * i / length) ** 2
             at += length
-        else:  # A key or a button: down and, a moment later, up.
+        else:  # A key or a button: pressed, then released.
             pitch, level = chance.uniform(900, 4000), chance.uniform(0.05, 0.4)
             for start, loudness in ((at, level), (at + int(chance.uniform(0.04, 0.12) * RATE), level / 2)):
                 for i in range(int(0.02 * RATE)):
@@ -171,13 +171,13 @@ def write(samples, file):
 
 
 def with_noise(source, target, decibels, level, seed=1):
-    """Adds pink noise so much below the level of the voice (RMS of its sounding parts, dB of full scale)."""
-    # anoisesrc's pink noise with amplitude 1 lies at -16.9 dB.
+    """Adds pink noise `decibels` below `level`, the RMS level of the voice in dB of full scale."""
+    # anoisesrc's pink noise with amplitude 1 has -16.9 dB.
     _mix(source, target, f"anoisesrc=color=pink:seed={seed}:amplitude=1:sample_rate={RATE},volume={level - decibels + 16.9}dB")
 
 
 def with_music(source, target, decibels, level):
-    """Adds chords that change every two seconds, with a beat, so much below the voice."""
+    """Adds chords that change every two seconds, with a beat, `decibels` below the voice."""
     chords = "0.2*(sin(2*PI*220*pow(2,mod(floor(t/2)*5,12)/12)*t)+sin(2*PI*277.2*pow(2,mod(floor(t/2)*5,12)/12)*t)" \
         "+sin(2*PI*329.6*pow(2,mod(floor(t/2)*5,12)/12)*t))*(0.6+0.4*exp(-6*mod(t,0.5)))"
     _mix(source, target, f"aevalsrc='{chords}':s={RATE},volume={level - decibels + 12}dB")
@@ -189,8 +189,8 @@ def _mix(source, target, graph):
 
 
 def with_room(source, target, reverberation, folder, seed=1):
-    """The voice in a small room: the direct sound and a tail that falls by 60 dB in `reverberation` seconds, as loud together
-    as the direct sound."""
+    """Puts the voice in a small room: adds a tail that falls by 60 dB in `reverberation` seconds, and keeps the total loudness of
+    the direct sound."""
     chance = random.Random(seed)
     count = int(reverberation * RATE)
     tail = [chance.gauss(0, 1) * 10 ** (-3 * i / count) for i in range(count)]
@@ -204,7 +204,7 @@ def with_room(source, target, reverberation, folder, seed=1):
 
 
 def voice_level(speech):
-    """RMS of the sounding parts in dB of full scale."""
+    """The RMS level of the audible parts in dB of full scale."""
     total = count = 0
     for i in range(0, len(speech.samples) - 400, 400):
         block = speech.samples[i:i + 400]

@@ -1,4 +1,4 @@
-"""The publishing server and its peers as processes, and clients that take no more time than they must."""
+"""The publishing server and its peers as processes, and clients with little overhead."""
 
 import http.client
 import json
@@ -23,7 +23,7 @@ def free_port():
 
 
 def certificate(folder):
-    """A certificate of this machine's own, with the kind of key that authorities sign today."""
+    """Makes a self-signed certificate, with a key type that authorities use today."""
     chain, key = folder / "cert.pem", folder / "key.pem"
     subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-days", "2",
                     "-subj", "/CN=localhost", "-keyout", key, "-out", chain], check=True, stderr=subprocess.DEVNULL)
@@ -79,7 +79,7 @@ class Ours:
         return answer, content
 
     def register(self, files):
-        """Uploads for these contents, as (path, content, upload)."""
+        """Registers uploads for these contents. Returns the revision and the uploads as (path, content, upload)."""
         self.ask("POST", "/api/videos", json.dumps({"id": VIDEO, "title": "Medida", "domains": [], "publicLink": True}))
         manifest = [{"path": path, "role": "stream", "size": len(content), "sha256": sha256(content).hexdigest()}
                     for path, content in files.items()]
@@ -100,13 +100,13 @@ class Ours:
         self.ask("POST", f"/api/revisions/{revision}/publish", "")
 
     def media(self):
-        """Where a new viewer finds the package."""
+        """The path of the package for a new viewer."""
         page = self.ask("GET", f"/watch/{VIDEO}")[1].decode()
         return page[page.index("/m/"):].split("&quot;", 1)[0]
 
 
 def nginx(folder, root, port, tls_port, chain, key):
-    """nginx as an operator who cares would set it up to send files."""
+    """Runs nginx, tuned for sending files."""
     conf = folder / "nginx.conf"
     user = "user root;" if os.geteuid() == 0 else ""
     conf.write_text(f"""{user} daemon off; pid {folder}/nginx.pid; error_log {folder}/error.log; worker_processes auto;
@@ -132,7 +132,7 @@ def tree(process):
 
 
 def memory(process):
-    """MB of all its processes; what they share is divided among them."""
+    """The memory of all its processes in MB; shared pages are divided among them."""
     total = 0
     for pid in tree(process):
         for line in Path(f"/proc/{pid}/smaps_rollup").read_text().splitlines():
@@ -142,7 +142,7 @@ def memory(process):
 
 
 def processor(process):
-    """Seconds of processor time that its processes have used."""
+    """The processor time of all its processes in seconds."""
     ticks = 0
     for pid in tree(process):
         fields = Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()
@@ -151,7 +151,7 @@ def processor(process):
 
 
 class Client:
-    """One connection that asks for one thing after the other."""
+    """A connection that sends one request after the other."""
 
     def __init__(self, port, tls=False):
         self.socket = socket.create_connection(("127.0.0.1", port))
@@ -160,7 +160,7 @@ class Client:
             context = ssl.create_default_context()
             context.check_hostname, context.verify_mode = False, ssl.CERT_NONE
             self.socket = context.wrap_socket(self.socket)
-        # The kernel drops what nobody looks at, so that a client costs the machine nearly nothing.
+        # The kernel discards the received bytes, so that a client costs almost nothing.
         self.flags = 0 if tls else socket.MSG_TRUNC
         self.buffer = bytearray(1 << 18)
 
@@ -168,7 +168,7 @@ class Client:
         self.socket.sendall(f"GET {path} HTTP/1.1\r\nHost: localhost\r\n\r\n".encode())
 
     def get(self, path):
-        """The bytes of the answer's body."""
+        """Sends a request. Returns the length of the answer's body in bytes."""
         self.send(path)
         head = b""
         while b"\r\n\r\n" not in head:
@@ -208,7 +208,7 @@ def _work(number, port, tls, paths, seconds, ready, go, results):
 
 
 def load(port, paths, seconds, clients, tls=False):
-    """What so many clients get in this time: bytes a second, and how long each request took."""
+    """Runs so many clients for this time. Returns bytes per second, and the duration of each request."""
     context = multiprocessing.get_context("fork")
     ready, go, results = context.Semaphore(0), context.Event(), context.Queue()
     workers = [context.Process(target=_work, args=(number, port, tls, paths, seconds, ready, go, results), daemon=True)

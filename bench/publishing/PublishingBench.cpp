@@ -1,8 +1,8 @@
-// Publishing, one piece at a time:
+// Measures the steps of publishing:
 //   bench_publishing package MOVIE WIDTH HEIGHT FPS FOLDER   makes a streaming package
-//   bench_publishing hash LIBRARY                            lists and hashes the files of the one project of a library
+//   bench_publishing hash LIBRARY                            lists and hashes the files of a library's only project
 //   bench_publishing publish LIBRARY ADDRESS                 publishes it, with the credential in ORVO_ADMIN_TOKEN
-// Each prints what it has done as JSON.
+// Each prints its result as JSON.
 
 #include "OrvoVideo/publishing/PublicationFiles.h"
 #include "OrvoVideo/publishing/Publisher.h"
@@ -63,7 +63,7 @@ void publish(const std::vector<std::string>& words)
     const auto project = onlyProject(store);
     const char* token = std::getenv("ORVO_ADMIN_TOKEN");
     Publisher publisher(words.at(1), token ? token : "");
-    // Of the upload alone: from the end of its first chunk to that of its last one.
+    // Measures the upload alone, from the end of the first chunk to the end of the last one.
     std::optional<Clock::time_point> first;
     double begun = 0;
     double seconds = 0;

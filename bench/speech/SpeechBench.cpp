@@ -1,13 +1,12 @@
-/// What the speech bench runs and measures from outside:
-///
-///     bench_speech words MODEL LANGUAGE quick|careful WAVE RESULT    our recognition
-///     bench_speech whole MODEL LANGUAGE quick|careful WAVE RESULT    the library as its own command line calls it: the
-///     whole
-///                                                                    sound at once, the same threads; quick is greedy, with
-///                                                                    the text in ORVO_BENCH_PROMPT before it, careful is
-///                                                                    five beams
-///
-/// RESULT receives the words as JSON, and in MB how much more memory the program had at its most than before.
+// Runs a recognition that the speech bench measures from outside:
+//
+//   bench_speech words MODEL LANGUAGE quick|careful WAVE RESULT    our recognition
+//   bench_speech whole MODEL LANGUAGE quick|careful WAVE RESULT    the library on the whole audio at once, like its own
+//                                                                  command line, with the same threads: quick is greedy
+//                                                                  with the prompt in ORVO_BENCH_PROMPT, careful uses
+//                                                                  five beams
+//
+// Writes the words and the additional peak memory in MB to RESULT, as JSON.
 
 #include "OrvoVideo/transcription/SpeechRecognizer.h"
 #include "OrvoVideo/transcription/WaveReader.h"
@@ -60,10 +59,10 @@ double statusOf(std::string_view name)
         if (line.starts_with(name))
             return std::stod(line.substr(name.size() + 1)) * 1024 / 1e6;
     }
-    throw std::runtime_error("the system does not tell how much memory is used");
+    throw std::runtime_error("the memory usage cannot be read");
 }
 
-/// The text of the whole sound as one word.
+/// The text of the whole audio as one word.
 std::vector<TranscriptWord> recogniseWhole(
     const std::string& model, const std::string& language, std::string_view decoding, const std::string& wave)
 {

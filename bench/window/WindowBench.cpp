@@ -1,9 +1,9 @@
-// How long the user waits for the window of the application, with its real services, measured in one run of it:
+// Measures in one run how long the user waits for the application's window, with its real services:
 //
 //   bench_window STARTED PROJECT SECONDS
 //
-// STARTED is when this process was started, in nanoseconds of the monotonic clock. PROJECT is opened once the library is
-// listed, and played for SECONDS. The library is that of ORVO_LIBRARY. Answers with one JSON object; times are milliseconds.
+// STARTED is the start time of this process, in nanoseconds of the monotonic clock. Opens PROJECT once the library is listed,
+// and plays it for SECONDS. ORVO_LIBRARY names the library. Prints one JSON object; times are in milliseconds.
 
 #include "OrvoVideo/model/AppModel.h"
 #include "OrvoVideo/shell/MainWindow.h"
@@ -52,8 +52,8 @@ double at(std::vector<double> times, double part)
     return times[static_cast<std::size_t>(part * static_cast<double>(times.size() - 1))];
 }
 
-/// The transcript as a page: from asking for it to the frame that shows it, frames while it scrolls, and corrections of one
-/// word: how long the main thread is held, and when the frame is there.
+/// Measures the transcript as a page: the time from opening it to the frame that shows it, frames while scrolling, and
+/// corrections of one word (how long they hold the main thread, and the time until the frame).
 void measureTranscript(AppModel& model, QQuickWindow& window, const std::function<void()>& nextSwap, QJsonObject& result)
 {
     const auto named = [&](const char* name) {
@@ -107,15 +107,15 @@ QJsonObject measure(Clock::time_point started, const QString& project, double se
     window.resize(1280, 800);
     QJsonObject result;
 
-    // The render loop may swap on a thread of its own; the count arrives here with the events.
+    // The render loop may swap on another thread; queued signals count here.
     int swaps = 0;
-    int pictures = 0;
+    int previewFrames = 0;
     qint64 shown = 0;
     QObject::connect(&window, &QQuickWindow::frameSwapped, &model, [&] {
         ++swaps;
-        if (const auto picture = model.player()->frame().cacheKey(); picture != shown) {
-            shown = picture;
-            ++pictures;
+        if (const auto key = model.player()->frame().cacheKey(); key != shown) {
+            shown = key;
+            ++previewFrames;
         }
     });
     const auto nextSwap = [&] {
@@ -130,7 +130,7 @@ QJsonObject measure(Clock::time_point started, const QString& project, double se
     nextSwap();
     result["listed"] = since(started);
     result["projects"] = model.library()->count();
-    runFor(2); // What the start has begun comes to rest.
+    runFor(2); // Lets the background work of the start finish.
 
     const auto opened = Clock::now();
     model.open(project);
@@ -139,18 +139,18 @@ QJsonObject measure(Clock::time_point started, const QString& project, double se
     result["usable"] = since(opened);
     runUntil([&] { return model.preview() == Playback::Preview::Ready && !model.player()->frame().isNull(); });
     nextSwap();
-    result["firstPicture"] = since(opened);
+    result["firstFrame"] = since(opened);
     runFor(3);
     measureTranscript(model, window, nextSwap, result);
 
     model.play();
-    // The first moments belong to the opening of the sound device.
+    // Ignores the time that opening the audio device takes.
     runUntil([&] { return model.player()->position() > 0.5; });
     const double from = model.player()->position();
-    pictures = 0;
+    previewFrames = 0;
     runFor(seconds);
     result["due"] = (model.player()->position() - from) * model.projectFacts().fps;
-    result["shown"] = pictures;
+    result["shown"] = previewFrames;
     model.pause();
     return result;
 }

@@ -1,12 +1,12 @@
-"""Pictures in memory (planar YUV 4:2:0) and pages of text set by ffmpeg's subtitle renderer."""
+"""Frames in memory (planar YUV 4:2:0), and pages of text rendered by ffmpeg's subtitle renderer."""
 
 import subprocess
 import tempfile
 from pathlib import Path
 
 
-class Picture:
-    """A picture of even size. Positions and sizes given to its operations are even too."""
+class Frame:
+    """A frame of even size. Positions and sizes must be even."""
 
     def __init__(self, width, height, data=None):
         self.width, self.height = width, height
@@ -20,11 +20,11 @@ class Picture:
         )
 
     def colour(self, x, y):
-        """The (Y, U, V) at a place."""
+        """The colour at a position, as (Y, U, V)."""
         return tuple(data[y // step * stride + x // step] for data, stride, step in self.planes)
 
     def draw(self, source, x, y, source_x=0, source_y=0, width=None, height=None):
-        """Copies a part of another picture to (x, y); what would lie outside this one is left out."""
+        """Copies a part of another frame to (x, y), clipped to this frame."""
         width = min(width or source.width, source.width - source_x, self.width - x)
         height = min(height or source.height, source.height - source_y, self.height - y)
         for (to, to_stride, step), (data, stride, _) in zip(self.planes, source.planes):
@@ -46,7 +46,7 @@ class Picture:
 
 
 class Page:
-    """Collects texts and boxes, then sets them as one picture."""
+    """Collects texts and boxes, and renders them as one frame."""
 
     def __init__(self, width, height, background, font="Liberation Sans"):
         self.width, self.height, self.background, self.font = width, height, background, font
@@ -60,8 +60,8 @@ class Page:
         shape = f"m 0 0 l {width} 0 l {width} {height} l 0 {height}"
         self.lines.append("{" + rf"\pos({x},{y})\an7\p1\1c&H{_bgr(colour)}&" + "}" + shape)
 
-    def picture(self, source=None):
-        """The page as a picture; `source` is a filter source to paint it on in place of the plain background."""
+    def frame(self, source=None):
+        """Renders the page. `source` is a filter source to draw on instead of the plain background."""
         head = (
             f"[Script Info]\nScriptType: v4.00+\nPlayResX: {self.width}\nPlayResY: {self.height}\nWrapStyle: 2\n"
             "[V4+ Styles]\nFormat: Name, Fontname, Fontsize, PrimaryColour, OutlineColour, BorderStyle, Outline, Shadow,"
@@ -77,7 +77,7 @@ class Page:
                 ["ffmpeg", "-v", "error", "-f", "lavfi", "-i", filters, "-frames:v", "1", "-f", "rawvideo", "-"],
                 check=True, stdout=subprocess.PIPE,
             ).stdout
-        return Picture(self.width, self.height, data)
+        return Frame(self.width, self.height, data)
 
 
 def _bgr(rgb):
