@@ -164,7 +164,7 @@ BENCHMARK_CAPTURE(makeEdit, addZoom, addZoom)->UseManualTime()->Unit(benchmark::
 BENCHMARK_CAPTURE(makeEdit, moveCamera, moveCamera)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(makeEdit, undoAndRedo, goBackAndForth)->UseManualTime()->Unit(benchmark::kMillisecond);
 
-/// Saves to disk; measures the longest time that a single event held the main thread.
+/// Measures the longest time that the main thread is held, from the call of a save until it is on disk.
 void autosave(benchmark::State& state)
 {
     OpenHour hour;
