@@ -68,7 +68,7 @@ ColumnLayout {
         SourceMirror {
             id: mirror
 
-            objectName: "sourcePicture"
+            objectName: "sourceMirror"
             anchors.fill: parent
             anchors.margins: 4
             choice: root.choice

@@ -47,9 +47,9 @@ TEST_F(RecordingPanelTests, PreparesStartsAndEndsARecording)
         "Ctrl+Alt+Super+R\u00a0·\u00a0Grabar\u00a0/\u00a0terminar     Ctrl+Alt+Super+P\u00a0·\u00a0Pausa     "
         "Ctrl+Alt+Super+Z\u00a0·\u00a0Zoom\nPuedes cambiar los atajos en Ajustes."));
     ASSERT_TRUE(comesToHold([&] { return model->recorder()->capture()->sources()->count() == 1; }));
-    auto* frame = view().findChild<QQuickItem*>("sourcePicture");
-    ASSERT_TRUE(frame);
-    EXPECT_TRUE(comesToHold([&] { return frame->property("showing").toBool(); })) << "shows the display's content";
+    auto* mirror = view().findChild<QQuickItem*>("sourceMirror");
+    ASSERT_TRUE(mirror);
+    EXPECT_TRUE(comesToHold([&] { return mirror->property("showing").toBool(); })) << "shows the display's content";
     EXPECT_TRUE(comesToHold(
         [&] { return control(QAccessible::StaticText, "No hay un micrófono disponible: se graba sin él.") != nullptr; }));
     const auto* microphone = control(QAccessible::CheckBox, "Grabar micrófono");

@@ -39,7 +39,7 @@ TEST(Remembered, KeepsPropertiesOfEveryTypeBetweenRuns)
     first->setProperty("name", "«a»\n");
     first->setProperty("bytes", bytes);
     first.reset();
-    EXPECT_EQ(StoredSettings::text("test.ratio"), std::nullopt) << "unchanged values are not stored, so they follow later defaults";
+    EXPECT_EQ(StoredSettings::text("test.ratio"), std::nullopt) << "does not store unchanged values";
     const auto second = start();
     EXPECT_EQ(second->property("flag"), false);
     EXPECT_EQ(second->property("count"), -7);

@@ -131,7 +131,7 @@ TEST_F(WindowTests, AppliesATypedTitleBeforeTheProjectIsUsed)
     EXPECT_EQ(control(QAccessible::EditableText, "Título")->property("text"), "Exportada");
     EXPECT_EQ(project().title, "Antes");
     key(Qt::Key_E, Qt::ControlModifier);
-    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::StaticText, "Exportada") != nullptr; })) << "the sheet shows the typed title";
+    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::StaticText, "Exportada") != nullptr; })) << "shows it in the sheet";
     key(Qt::Key_Escape);
     model->exportVideo();
     ASSERT_TRUE(waitUntil([&] { return panels->asked == 1; }));
@@ -176,7 +176,7 @@ TEST_F(WindowTests, NamesUndoStepsAndMovesThroughThem)
     key(Qt::Key_Return);
     EXPECT_EQ(project().edit.cuts.size(), 1);
     EXPECT_TRUE(there("Cortar 3 palabras, versión actual"));
-    view().grabWindow(); // Until then the panel still moves.
+    view().grabWindow(); // Draws the panel, which then stays in place.
     click(QAccessible::ListItem, "Principio");
     EXPECT_TRUE(waitUntil([&] { return project().edit.words.empty(); }));
     key(Qt::Key_Escape);
@@ -388,12 +388,12 @@ TEST_F(WindowTests, ImportsDroppedFiles)
     EXPECT_EQ(project().title, "Uno");
 
     drop(movie("Dos.mp4"), 0.9, 0.5);
-    ASSERT_TRUE(waitUntil([&] { return project().tracks.size() == 2 && !model->busy(); })) << "appends it when dropped on the right";
+    ASSERT_TRUE(waitUntil([&] { return project().tracks.size() == 2 && !model->busy(); })) << "appended on the right";
     EXPECT_EQ(project().title, "Uno");
     EXPECT_NEAR(project().duration, 4, 0.2);
 
     drop(folder / "Dos.mp4", 0.3, 0.5);
-    ASSERT_TRUE(waitUntil([&] { return project().title == "Dos" && !model->busy(); })) << "creates a project when dropped on the left";
+    ASSERT_TRUE(waitUntil([&] { return project().title == "Dos" && !model->busy(); })) << "a new project on the left";
 
     const auto text = folder / "notas.txt";
     std::ofstream(text) << "notas";
