@@ -39,8 +39,8 @@ public:
     /// Whether the windows are hidden and only the desktop itself can show them again.
     bool hidesTheOnlyWay() const { return m_hidesTheOnlyWay; }
 
-    /// A corner of the screen's available area where a window of this size covers neither the recorded area nor what is
-    /// avoided, or nullopt. All rectangles are in window coordinates of that screen.
+    /// A corner of the screen's available area where a window of this size covers neither `recorded` nor `avoided`; nullopt
+    /// if there is none. All rectangles are in window coordinates of that screen.
     static std::optional<QRect> freeCorner(
         const QRect& recorded, const QRect& screen, QSize size, const QRect& avoided = {});
 

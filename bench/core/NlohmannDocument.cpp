@@ -41,7 +41,7 @@ NLOHMANN_JSON_SERIALIZE_ENUM(TrackKind,
 NLOHMANN_JSON_SERIALIZE_ENUM(
     PointerKind, {{PointerKind::move, "move"}, {PointerKind::click, "click"}, {PointerKind::zoom, "zoom"}})
 
-// A function, because the macro does not accept a qualified name.
+// Reuses the conversion of the document code.
 void to_json(nlohmann::json& out, const Overlay::Kind& kind)
 {
     out = textOf(kind);

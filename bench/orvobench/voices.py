@@ -97,8 +97,8 @@ def phrase(samples, words):
 
 def _loud_blocks(samples):
     energies = [sum(value * value for value in samples[at:at + BLOCK]) for at in range(0, len(samples) - BLOCK, BLOCK)]
-    least = max(energies) / 10 ** (UNDER_VOICE / 10)
-    return [number for number, energy in enumerate(energies) if energy > least]
+    threshold = max(energies) / 10 ** (UNDER_VOICE / 10)
+    return [number for number, energy in enumerate(energies) if energy > threshold]
 
 
 class Joined:
