@@ -25,7 +25,7 @@ ROOT = Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tests/support"))
 
 from display import Display  # noqa: E402: part of the tests.
-from sound import Sound  # noqa: E402: part of the tests.
+from audio import Audio  # noqa: E402: part of the tests.
 
 BIN = ROOT / "build/release/bin"
 ORVO = BIN / "orvo"
@@ -51,7 +51,7 @@ class World:
         self.folder = Path(folder)
         self.library = self.folder / "library"
         self._started = []
-        self.sound = Sound(self.folder / "runtime")
+        self.sound = Audio(self.folder / "runtime")
         self.environment = {**os.environ, **self.sound.environment, "ORVO_LIBRARY": str(self.library), "LC_ALL": "C.UTF-8"}
         self.environment.pop("WAYLAND_DISPLAY", None)
         self.display = Display(size)

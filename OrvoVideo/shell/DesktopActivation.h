@@ -6,8 +6,8 @@
 
 namespace orvo {
 
-/// Implements `org.freedesktop.Application` on the session bus under the name of the desktop entry, "es.orvo.video". Desktops
-/// call it to start the application or to activate the running one, and pass the files that the user opens.
+/// Implements `org.freedesktop.Application` on the session bus under the name of the desktop entry, "es.orvo.video".
+/// Desktops call it to start the application or to activate the running one, and pass the files that the user opens.
 ///
 /// Does nothing without a session bus or if another process owns the name. Main thread only.
 class DesktopActivation final : public QObject {

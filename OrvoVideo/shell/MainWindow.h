@@ -31,8 +31,8 @@ public:
     /// Brings the window to the front. `activationToken` comes from the desktop and may be empty.
     void bringToFront(const QString& activationToken = {});
 
-    /// Opens what the command line names: the identifier of a project, a movie to import, or both; the last of each kind wins.
-    /// Waits until the library is listed; importing also waits until a recording has ended.
+    /// Opens what the command line names: the identifier of a project, a movie to import, or both; the last of each kind
+    /// wins. Waits until the library is listed; importing also waits until a recording has ended.
     void open(const QStringList& arguments);
 
     /// At the first start with an empty library, shows the equipment check once the library is listed.

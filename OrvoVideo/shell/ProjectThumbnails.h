@@ -23,8 +23,8 @@ public:
     ThumbnailProvider();
     ~ThumbnailProvider() override;
 
-    /// Cancels the running requests and waits for them; later requests return null images. Call before destroying the engine,
-    /// which never releases a provider that has a pending response.
+    /// Cancels the running requests and waits for them; later requests return null images. Call before destroying the
+    /// engine, which never releases a provider that has a pending response.
     void stop();
 
     /// The URL of a movie's thumbnail for views.
@@ -48,8 +48,8 @@ public:
     AppModel* model() const { return m_model; }
     void setModel(AppModel* model);
 
-    /// The URL of a project's thumbnail; empty if it has no video yet. `duration` is the project's duration; passing it makes
-    /// a view's binding update when it changes.
+    /// The URL of a project's thumbnail; empty if it has no video yet. `duration` is the project's duration; passing it
+    /// makes a view's binding update when it changes.
     Q_INVOKABLE QUrl source(const QString& projectId, double duration) const;
 
 signals:

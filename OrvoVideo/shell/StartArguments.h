@@ -22,7 +22,8 @@ struct StartArguments {
     /// Whether a Qt option chooses the platform or the display.
     bool choosesPlatform = false;
 
-    /// Parses the arguments after the program's name. Skips Qt's own options (-platform, -style, -session…). Everything after
+    /// Parses the arguments after the program's name. Skips Qt's own options (-platform, -style, -session…). Everything
+    /// after
     /// "--" goes to `toOpen`.
     static StartArguments read(const std::vector<std::string_view>& words);
 };

@@ -19,7 +19,7 @@ from orvobench.table import Row
 
 sys.path.insert(0, str(Path(__file__).resolve().parent.parent.parent / "tests/support"))
 
-from sound import Sound  # noqa: E402: part of the tests.
+from audio import Audio  # noqa: E402: part of the tests.
 
 FPS = 30
 MOVING = 1280, 720  # The size of the moving window.
@@ -32,7 +32,7 @@ def rows(programs, folder, minutes, say):
     shutil.rmtree(folder, ignore_errors=True)
     library = folder / "library"
     library.mkdir(parents=True)
-    sound = Sound(folder / "runtime", heard="speakers")
+    sound = Audio(folder / "runtime", heard="speakers")
     try:
         with Display(programs, folder, FPS, sound.environment, MOVING) as display:
             say(f"recording {minutes} minutes with audio")

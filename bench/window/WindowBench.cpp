@@ -2,8 +2,8 @@
 //
 //   bench_window STARTED PROJECT SECONDS
 //
-// STARTED is the start time of this process, in nanoseconds of the monotonic clock. Opens PROJECT once the library is listed,
-// and plays it for SECONDS. ORVO_LIBRARY names the library. Prints one JSON object; times are in milliseconds.
+// STARTED is the start time of this process, in nanoseconds of the monotonic clock. Opens PROJECT once the library is
+// listed, and plays it for SECONDS. ORVO_LIBRARY names the library. Prints one JSON object; times are in milliseconds.
 
 #include "OrvoVideo/model/AppModel.h"
 #include "OrvoVideo/shell/MainWindow.h"

@@ -16,7 +16,7 @@ AudioWorld::AudioWorld()
     : m_before(qgetenv(variable))
 {
     qputenv(variable, QByteArray::fromStdString(m_folder.path().string()));
-    m_rig.emplace(std::vector<std::string>{"python3", ORVO_SOUND_RIG, m_folder.path().string()});
+    m_rig.emplace(std::vector<std::string>{"python3", ORVO_AUDIO_RIG, m_folder.path().string()});
     if (m_rig->readLine() != "ready")
         throw std::runtime_error("no audio server");
 }

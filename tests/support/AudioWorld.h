@@ -10,7 +10,7 @@
 
 namespace orvo::test {
 
-/// A private audio system, run by tests/support/sound.py: PipeWire with the PulseAudio protocol, loudspeakers whose monitor
+/// A private audio system, run by tests/support/audio.py: PipeWire with the PulseAudio protocol, loudspeakers whose monitor
 /// is the system audio, and a microphone that records what is played into "micfeed". Used by this process and its children.
 class AudioWorld {
 public:

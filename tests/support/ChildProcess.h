@@ -13,8 +13,8 @@ class ChildProcess {
 public:
     enum class Errors : bool { shown, hidden };
 
-    /// Starts `words`; searches PATH. `environment` is added to this process's environment. Throws `std::runtime_error` if the
-    /// program does not start.
+    /// Starts `words`; searches PATH. `environment` is added to this process's environment. Throws `std::runtime_error` if
+    /// the program does not start.
     explicit ChildProcess(std::vector<std::string> words, const std::map<std::string, std::string>& environment = {},
         Errors errors = Errors::shown);
     ~ChildProcess() { end(SIGKILL); }

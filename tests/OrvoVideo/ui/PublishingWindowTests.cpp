@@ -53,7 +53,8 @@ TEST_F(PublishingWindow, PublishesAVideoFromEmptySettings)
     click(QAccessible::EditableText, "Credencial de administración");
     key(Qt::Key_A, Qt::ControlModifier);
     type(PublishingServer::token);
-    server.setFaults(R"([{"path":"/api/status","do":"answer","json":{"connected":true}}])"); // The answer of a server with Drive.
+    server.setFaults(
+        R"([{"path":"/api/status","do":"answer","json":{"connected":true}}])"); // The answer of a server with Drive.
     click(QAccessible::Button, "Guardar y comprobar");
     ASSERT_TRUE(isIdle());
     EXPECT_EQ(textOf("connectionStatus"), "Conectado · Drive autorizado");

@@ -131,7 +131,8 @@ TEST_F(WindowTests, AppliesATypedTitleBeforeTheProjectIsUsed)
     EXPECT_EQ(control(QAccessible::EditableText, "Título")->property("text"), "Exportada");
     EXPECT_EQ(project().title, "Antes");
     key(Qt::Key_E, Qt::ControlModifier);
-    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::StaticText, "Exportada") != nullptr; })) << "shows it in the sheet";
+    EXPECT_TRUE(waitUntil([&] { return control(QAccessible::StaticText, "Exportada") != nullptr; }))
+        << "shows it in the sheet";
     key(Qt::Key_Escape);
     model->exportVideo();
     ASSERT_TRUE(waitUntil([&] { return panels->asked == 1; }));

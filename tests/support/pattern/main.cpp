@@ -61,7 +61,8 @@ public:
             static_cast<std::uint32_t>(title.size()), title.data());
         xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, atom("_NET_WM_NAME"), atom("UTF8_STRING"), 8,
             static_cast<std::uint32_t>(title.size()), title.data());
-        constexpr std::string_view kind{"pattern\0Pattern", 16}; // NOLINT(bugprone-string-constructor): includes the final null.
+        constexpr std::string_view kind{
+            "pattern\0Pattern", 16}; // NOLINT(bugprone-string-constructor): includes the final null.
         xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
             static_cast<std::uint32_t>(kind.size()), kind.data());
         m_pixmap = xcb_generate_id(m_connection);
@@ -197,7 +198,8 @@ void play(const std::stop_token& stop)
     int blocks = 0;
     int displaced = 0; ///< Consecutive blocks whose measured time is far off.
     while (!stop.stop_requested()) {
-        // Measured times jitter although the audio plays evenly, so they are smoothed. After an underrun, all of them are off.
+        // Measured times jitter although the audio plays evenly, so they are smoothed. After an underrun, all of them are
+        // off.
         const double measured =
             seconds(Clock::now()) + static_cast<double>(pa_simple_get_latency(stream, &error)) / 1'000'000;
         displaced = std::abs(measured - position) > 0.015 ? displaced + 1 : 0;

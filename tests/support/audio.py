@@ -1,6 +1,6 @@
 """A private PipeWire with its PulseAudio server, loudspeakers and a microphone.
 
-sound.py FOLDER runs them on the bus of its environment. It prints "ready" when they can be used, and "done" after each command
+audio.py FOLDER runs them on the bus of its environment. It prints "ready" when they can be used, and "done" after each command
 that it reads: "end server", "start server" or "end". They end with its input.
 """
 
@@ -13,7 +13,7 @@ from pathlib import Path
 LIMIT = 60  # Seconds. Generous, for a loaded machine.
 
 
-class Sound:
+class Audio:
     """Runs until `close`. Programs with `environment` use it.
 
     The microphone records what is played into `heard`, "micfeed" or "speakers". Without `bus`, starts a private one."""
@@ -70,7 +70,7 @@ def until(condition, what):
 
 
 def main():
-    sound = Sound(Path(sys.argv[1]), bus=os.environ["DBUS_SESSION_BUS_ADDRESS"])
+    sound = Audio(Path(sys.argv[1]), bus=os.environ["DBUS_SESSION_BUS_ADDRESS"])
     try:
         print("ready", flush=True)
         for line in sys.stdin:
