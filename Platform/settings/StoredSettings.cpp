@@ -167,10 +167,21 @@ private:
                 }
             }
             lock.lock();
-            for (auto& [file, values] : failed)
-                m_unwritten[file].merge(values);
+            keepUnwritten(std::move(failed));
             m_writing.clear();
             m_changed.notify_all();
+        }
+    }
+
+    /// Replaces older values of the same settings, also by those that have just been written. Called under the lock.
+    void keepUnwritten(Files failed)
+    {
+        for (const auto& [file, values] : m_writing) {
+            auto& unwritten = m_unwritten[file];
+            for (const auto& [key, value] : values)
+                unwritten.erase(key);
+            if (const auto again = failed.extract(file))
+                unwritten.merge(again.mapped());
         }
     }
 

@@ -93,7 +93,7 @@ TEST_F(StoredSettingsTests, RemembersWithoutWaitingForTheDisk)
     StoredSettings::finish();
     EXPECT_THAT(readFile(StoredSettings::file()), HasSubstr(R"("width": "300")"));
 
-    // Values that arrive while a write waits and then fails: the newest one stays.
+    // If a value arrives while an older one fails, the newest one stays.
     fs::remove(StoredSettings::file());
     fs::create_directory(StoredSettings::file());
     {
