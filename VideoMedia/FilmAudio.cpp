@@ -89,7 +89,7 @@ Arguments FilmAudio::inputArguments() const
 
 void FilmAudio::mix(const fs::path& target, const Arguments& encoder, const std::stop_token& stop) const
 {
-    const fs::path graph = m_work / "audio.txt";
+    const fs::path graph = m_work / "mix.txt";
     writeFileAtomically(graph, RenderGraph::audioMix(m_project, m_inputs, delay()));
     Arguments arguments = ExportFormats::commonArguments();
     append(arguments, inputArguments());
