@@ -189,10 +189,13 @@ private:
     void draw(const std::stop_token& stop)
     {
         while (!stop.stop_requested()) {
-            if (turns && !std::exchange(m_turned, true)) {
+            if (turns.exchange(false)) {
+                m_turned = true;
                 send(Content::frame);
                 std::this_thread::sleep_for(std::chrono::milliseconds(5));
-                send(Content::turned);
+                // A busy consumer may hold every buffer; the last frame is sent all the same.
+                while (!send(Content::turned) && !stop.stop_requested())
+                    std::this_thread::sleep_for(std::chrono::milliseconds(5));
                 std::this_thread::sleep_for(std::chrono::milliseconds(5));
             }
             send(m_turned ? Content::nothing : Content::frame);
@@ -202,18 +205,22 @@ private:
 
     enum class Content : std::uint8_t { frame, turned, nothing };
 
-    void send(Content content)
+    /// Returns false if there was no buffer, or nobody reads the stream.
+    bool send(Content content)
     {
+        bool isSent = false;
         pw_thread_loop_lock(m_loop);
         if (draws && pw_stream_get_state(m_stream, nullptr) == PW_STREAM_STATE_STREAMING) {
             if (pw_buffer* buffer = pw_stream_dequeue_buffer(m_stream)) {
                 fill(*buffer->buffer, content);
                 ++(m_sendsGraphics ? inGraphics : inMemory);
                 pw_stream_queue_buffer(m_stream, buffer);
+                isSent = true;
             }
             pw_stream_trigger_process(m_stream);
         }
         pw_thread_loop_unlock(m_loop);
+        return isSent;
     }
 
     void fill(const spa_buffer& buffer, Content content)

@@ -58,8 +58,8 @@ public:
     /// Moves the pointer to another screen from the next frame on.
     void losePointer();
 
-    /// Sends a last frame with swapped colours right after another frame. From then on, sends only the position of the
-    /// pointer, in buffers without a frame.
+    /// Sends a last frame with swapped colours right after another frame, also when called again. From then on, sends only
+    /// the position of the pointer, in buffers without a frame.
     void turnForGood();
 
 private:

@@ -4,6 +4,7 @@
 #include "TestSupport/SharedScreen.h"
 #include "VideoCore/Error.h"
 
+#include <QDeadlineTimer>
 #include <chrono>
 #include <gtest/gtest.h>
 #include <mutex>
@@ -80,8 +81,14 @@ TEST_F(SharedScreenTests, KeepsTheLastFrameWhenThePointerMoves)
     for (int i = 0; i < 5; ++i) {
         open({.width = 320, .height = 180}, {.size = {.width = 160, .height = 90}});
         ASSERT_TRUE(isRed(frame(), 20, 40));
-        screen->turnForGood();
-        EXPECT_TRUE(comesToHold([&] { return isBlue(frame(), 20, 40); }));
+        // On a busy machine, PipeWire may drop a frame itself. A stream that forgets the last one forgets it every time.
+        bool isTurned = false;
+        for (int attempts = 0; attempts < 10 && !isTurned; ++attempts) {
+            screen->turnForGood();
+            const QDeadlineTimer soon(3000);
+            ASSERT_TRUE(comesToHold([&] { return (isTurned = isBlue(frame(), 20, 40)) || soon.hasExpired(); }));
+        }
+        EXPECT_TRUE(isTurned);
         stream.reset();
         newest = {};
     }
