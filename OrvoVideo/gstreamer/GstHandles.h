@@ -2,6 +2,8 @@
 
 // For .cpp files only: no public header may show a GStreamer type.
 
+#include "VideoCore/ReleasedBy.h"
+
 #include <cmath>
 #include <gst/gst.h>
 #include <memory>
@@ -9,17 +11,13 @@
 
 namespace orvo {
 
-template <auto Release> struct GstRelease {
-    template <typename T> void operator()(T* object) const { Release(object); }
-};
-
 /// Sole owners of GStreamer objects.
-using GstElementHandle = std::unique_ptr<GstElement, GstRelease<gst_object_unref>>;
-using GstPadHandle = std::unique_ptr<GstPad, GstRelease<gst_object_unref>>;
-using GstBusHandle = std::unique_ptr<GstBus, GstRelease<gst_object_unref>>;
-using GstCapsHandle = std::unique_ptr<GstCaps, GstRelease<gst_caps_unref>>;
-using GstBufferHandle = std::unique_ptr<GstBuffer, GstRelease<gst_buffer_unref>>;
-using GstEventHandle = std::unique_ptr<GstEvent, GstRelease<gst_event_unref>>;
+using GstElementHandle = std::unique_ptr<GstElement, ReleasedBy<gst_object_unref>>;
+using GstPadHandle = std::unique_ptr<GstPad, ReleasedBy<gst_object_unref>>;
+using GstBusHandle = std::unique_ptr<GstBus, ReleasedBy<gst_object_unref>>;
+using GstCapsHandle = std::unique_ptr<GstCaps, ReleasedBy<gst_caps_unref>>;
+using GstBufferHandle = std::unique_ptr<GstBuffer, ReleasedBy<gst_buffer_unref>>;
+using GstEventHandle = std::unique_ptr<GstEvent, ReleasedBy<gst_event_unref>>;
 
 /// Initialises GStreamer once per process. Throws `captureError` when it is unusable.
 void startGStreamer();

@@ -2,6 +2,8 @@
 
 // For .cpp files only.
 
+#include "VideoCore/ReleasedBy.h"
+
 #include <functional>
 #include <memory>
 #include <pulse/context.h>
@@ -12,13 +14,9 @@
 
 namespace orvo {
 
-template <auto Release> struct PulseRelease {
-    template <typename T> void operator()(T* object) const { Release(object); }
-};
-
-using PulseLoop = std::unique_ptr<pa_threaded_mainloop, PulseRelease<pa_threaded_mainloop_free>>;
-using PulseContext = std::unique_ptr<pa_context, PulseRelease<pa_context_unref>>;
-using PulseStream = std::unique_ptr<pa_stream, PulseRelease<pa_stream_unref>>;
+using PulseLoop = std::unique_ptr<pa_threaded_mainloop, ReleasedBy<pa_threaded_mainloop_free>>;
+using PulseContext = std::unique_ptr<pa_context, ReleasedBy<pa_context_unref>>;
+using PulseStream = std::unique_ptr<pa_stream, ReleasedBy<pa_stream_unref>>;
 
 /// Releases a request whose answer arrives in a callback.
 inline void letGo(pa_operation* operation)

@@ -2,6 +2,7 @@
 
 #include "OrvoVideo/gstreamer/GstHandles.h"
 #include "VideoCore/Error.h"
+#include "VideoCore/ReleasedBy.h"
 
 #include <algorithm>
 #include <array>
@@ -23,9 +24,9 @@ using namespace std::chrono_literals;
 constexpr auto maxStartTime = 10s;
 constexpr std::size_t framesInUse = 8;
 
-using Monitor = std::unique_ptr<GstDeviceMonitor, GstRelease<gst_object_unref>>;
-using Device = std::unique_ptr<GstDevice, GstRelease<gst_object_unref>>;
-using Structure = std::unique_ptr<GstStructure, GstRelease<gst_structure_free>>;
+using Monitor = std::unique_ptr<GstDeviceMonitor, ReleasedBy<gst_object_unref>>;
+using Device = std::unique_ptr<GstDevice, ReleasedBy<gst_object_unref>>;
+using Structure = std::unique_ptr<GstStructure, ReleasedBy<gst_structure_free>>;
 
 struct Found {
     CameraDevice camera;
@@ -60,7 +61,7 @@ std::vector<Found> cameras()
     GList* devices = gst_device_monitor_get_devices(monitor.get());
     for (const GList* each = devices; each; each = each->next) {
         Device device(GST_DEVICE(each->data));
-        const std::unique_ptr<char, GstRelease<g_free>> name(gst_device_get_display_name(device.get()));
+        const std::unique_ptr<char, ReleasedBy<g_free>> name(gst_device_get_display_name(device.get()));
         const std::string label = name ? name.get() : "";
         std::string id = identifier(device.get(), label);
         // V4L2 and PipeWire offer the same camera.
@@ -151,7 +152,7 @@ private:
 
     static GstFlowReturn frameCame(GstAppSink* sink, gpointer self)
     {
-        const std::unique_ptr<GstSample, GstRelease<gst_sample_unref>> sample(gst_app_sink_pull_sample(sink));
+        const std::unique_ptr<GstSample, ReleasedBy<gst_sample_unref>> sample(gst_app_sink_pull_sample(sink));
         if (sample)
             of(self).deliver(sample.get());
         return GST_FLOW_OK;

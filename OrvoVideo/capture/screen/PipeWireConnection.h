@@ -4,6 +4,7 @@
 
 #include "OrvoVideo/capture/screen/CaptureSources.h"
 #include "VideoCore/Error.h"
+#include "VideoCore/ReleasedBy.h"
 
 #include <memory>
 #include <pipewire/pipewire.h>
@@ -13,20 +14,16 @@ namespace orvo {
 /// Owners of PipeWire's objects.
 namespace PipeWire {
 
-template <auto Destroy> struct Release {
-    template <typename T> void operator()(T* object) const { Destroy(object); }
-};
-
 inline void destroyRegistry(pw_registry* registry)
 {
     pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry));
 }
 
-using Loop = std::unique_ptr<pw_thread_loop, Release<pw_thread_loop_destroy>>;
-using Context = std::unique_ptr<pw_context, Release<pw_context_destroy>>;
-using Core = std::unique_ptr<pw_core, Release<pw_core_disconnect>>;
-using Stream = std::unique_ptr<pw_stream, Release<pw_stream_destroy>>;
-using Registry = std::unique_ptr<pw_registry, Release<destroyRegistry>>;
+using Loop = std::unique_ptr<pw_thread_loop, ReleasedBy<pw_thread_loop_destroy>>;
+using Context = std::unique_ptr<pw_context, ReleasedBy<pw_context_destroy>>;
+using Core = std::unique_ptr<pw_core, ReleasedBy<pw_core_disconnect>>;
+using Stream = std::unique_ptr<pw_stream, ReleasedBy<pw_stream_destroy>>;
+using Registry = std::unique_ptr<pw_registry, ReleasedBy<destroyRegistry>>;
 
 /// Holds the loop's lock; no callbacks run meanwhile.
 class LoopLock {

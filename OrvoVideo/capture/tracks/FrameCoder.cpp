@@ -2,6 +2,7 @@
 
 #include "OrvoVideo/gstreamer/GstHandles.h"
 #include "VideoCore/Error.h"
+#include "VideoCore/ReleasedBy.h"
 #include "VideoMedia/Cores.h"
 
 #include <algorithm>
@@ -34,7 +35,7 @@ std::string launchLine(const FrameCoder::Form& form, const FrameEncoder& encoder
         return std::format("appsrc name=source format=time caps=video/x-raw,format=I420,width={},height={},framerate={}/1,"
                            "pixel-aspect-ratio=1/1,interlace-mode=progressive,colorimetry=bt601 ! {}",
             form.size.width, form.size.height, form.fps, encoder.launchLine(form.bitRate, form.keyFrameDistance));
-    const std::unique_ptr<char, GstRelease<g_free>> format(
+    const std::unique_ptr<char, ReleasedBy<g_free>> format(
         gst_video_dma_drm_fourcc_to_string(graphics->format.code, graphics->format.modifier));
     return std::format(
         "appsrc name=source format=time caps=\"video/x-raw(memory:DMABuf),format=DMA_DRM,drm-format={},width={},"
@@ -63,7 +64,7 @@ GstBuffer* bufferOf(const FrameHandle& frame)
 /// A buffer that shares a frame in graphics memory and keeps it alive.
 GstBuffer* graphicsBufferOf(const FrameHandle& frame)
 {
-    const std::unique_ptr<GstAllocator, GstRelease<gst_object_unref>> allocator(gst_dmabuf_allocator_new());
+    const std::unique_ptr<GstAllocator, ReleasedBy<gst_object_unref>> allocator(gst_dmabuf_allocator_new());
     const auto& graphics = *frame->graphics();
     GstBuffer* buffer = gst_buffer_new();
     std::array<gsize, GST_VIDEO_MAX_PLANES> offsets{};
@@ -245,7 +246,7 @@ private:
     static GstFlowReturn frameCame(GstAppSink* sink, gpointer self)
     {
         auto* run = static_cast<Run*>(self);
-        const std::unique_ptr<GstSample, GstRelease<gst_sample_unref>> sample(gst_app_sink_pull_sample(sink));
+        const std::unique_ptr<GstSample, ReleasedBy<gst_sample_unref>> sample(gst_app_sink_pull_sample(sink));
         if (!sample)
             return GST_FLOW_EOS;
         return run->hand(*sample) ? GST_FLOW_OK : GST_FLOW_ERROR;

@@ -2,6 +2,7 @@
 
 #include "OrvoVideo/gstreamer/GstHandles.h"
 #include "VideoCore/Error.h"
+#include "VideoCore/ReleasedBy.h"
 #include "VideoMedia/Cores.h"
 
 #include <algorithm>
@@ -75,7 +76,7 @@ bool hasVideoHardware()
 
 bool isInstalled(const FrameEncoder& encoder)
 {
-    const std::unique_ptr<GstElementFactory, GstRelease<gst_object_unref>> factory(
+    const std::unique_ptr<GstElementFactory, ReleasedBy<gst_object_unref>> factory(
         gst_element_factory_find(encoder.name.c_str()));
     return factory != nullptr;
 }
@@ -102,7 +103,7 @@ bool works(const FrameEncoder& encoder, FrameSize size, int fps)
     }
     gst_element_set_state(pipeline.get(), GST_STATE_PLAYING);
     const GstBusHandle bus(gst_element_get_bus(pipeline.get()));
-    const std::unique_ptr<GstMessage, GstRelease<gst_message_unref>> end(gst_bus_timed_pop_filtered(
+    const std::unique_ptr<GstMessage, ReleasedBy<gst_message_unref>> end(gst_bus_timed_pop_filtered(
         bus.get(), maxTrialTime, static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR)));
     gst_element_set_state(pipeline.get(), GST_STATE_NULL);
     return end && GST_MESSAGE_TYPE(end.get()) == GST_MESSAGE_EOS;
@@ -126,7 +127,7 @@ Known& known()
 std::vector<GraphicsFormat> graphicsFormats(const char* name)
 {
     std::vector<GraphicsFormat> formats;
-    const std::unique_ptr<GstElementFactory, GstRelease<gst_object_unref>> factory(gst_element_factory_find(name));
+    const std::unique_ptr<GstElementFactory, ReleasedBy<gst_object_unref>> factory(gst_element_factory_find(name));
     const GList* pads = factory ? gst_element_factory_get_static_pad_templates(factory.get()) : nullptr;
     for (; pads; pads = pads->next) {
         auto* pad = static_cast<GstStaticPadTemplate*>(pads->data);
