@@ -17,9 +17,6 @@ constexpr auto pointerInterval = std::chrono::duration_cast<CaptureClock::durati
 /// Maximum wait for the first sample of a recording. Some desktops deliver no frame until something is drawn.
 constexpr auto maxStartDelay = 300ms;
 
-/// A microphone or camera without samples for longer is away. Even in the dark, cameras deliver several frames per second.
-constexpr auto maxSilence = 3s;
-
 struct TrackName {
     TrackKind kind;
     std::string_view file;
@@ -259,7 +256,7 @@ void CaptureEngine::watchDevices()
     {
         const std::lock_guard lock(m_stateMutex);
         for (auto& [kind, device] : m_devices) {
-            const bool isAway = CaptureClock::now() - device.newest > maxSilence;
+            const bool isAway = CaptureClock::now() - device.newest > maxDeviceSilence;
             if (std::exchange(device.isAway, isAway) != isAway)
                 changes.emplace_back(kind, isAway);
         }

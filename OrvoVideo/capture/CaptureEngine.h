@@ -36,8 +36,8 @@ public:
     /// on a worker thread that must not block; must not call `stop`. Set while stopped.
     std::function<void(std::exception_ptr)> onError;
 
-    /// Called when the microphone or the camera has delivered nothing for three seconds, and when it delivers again; the
-    /// recording continues in both cases. Runs on a thread of the engine. Set while stopped.
+    /// Called when the microphone or the camera has delivered nothing for `maxDeviceSilence`, and when it delivers again;
+    /// the recording continues in both cases. Runs on a thread of the engine. Set while stopped.
     std::function<void(TrackKind, bool isAway)> onDevice;
 
     /// Without a pointer monitor, no clicks are reported, and positions only by streams that have them.

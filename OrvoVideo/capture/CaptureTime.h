@@ -8,6 +8,9 @@ namespace orvo {
 using CaptureClock = std::chrono::steady_clock;
 using CaptureTime = CaptureClock::time_point;
 
+/// A microphone or camera without samples for longer is away. Even in the dark, cameras deliver several frames per second.
+inline constexpr std::chrono::seconds maxDeviceSilence{3};
+
 /// Seconds from `from` to `to`.
 inline double secondsBetween(CaptureTime from, CaptureTime to)
 {

@@ -9,7 +9,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto retryAfter = 1s;
-constexpr auto maxSilence = 3s; ///< Maximum time without a frame. Even in the dark, cameras deliver several per second.
 
 } // namespace
 
@@ -71,8 +70,8 @@ void SteadyCamera::keepOpen(const std::stop_token& stop)
 bool SteadyCamera::waitForItsEnd(const std::stop_token& stop)
 {
     std::unique_lock lock(m_mutex);
-    while (!stop.stop_requested() && !m_gone && CaptureClock::now() - m_newest < maxSilence)
-        m_changed.wait_for(lock, stop, maxSilence / 2, [this] { return m_gone; });
+    while (!stop.stop_requested() && !m_gone && CaptureClock::now() - m_newest < maxDeviceSilence)
+        m_changed.wait_for(lock, stop, maxDeviceSilence / 2, [this] { return m_gone; });
     return !stop.stop_requested();
 }
 
