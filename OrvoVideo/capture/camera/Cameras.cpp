@@ -22,7 +22,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto maxStartTime = 10s;
-constexpr std::size_t framesInUse = 8;
 
 using Monitor = std::unique_ptr<GstDeviceMonitor, ReleasedBy<gst_object_unref>>;
 using Device = std::unique_ptr<GstDevice, ReleasedBy<gst_object_unref>>;
@@ -79,7 +78,7 @@ public:
     GstCameraStream(const Found& camera, Receiver receiver)
         : m_id(camera.camera.id)
         , m_receiver(std::move(receiver))
-        , m_pool(size, framesInUse)
+        , m_pool(size)
     {
         GstElement* source = gst_device_create_element(camera.device.get(), "source");
         if (!source)

@@ -32,9 +32,8 @@ void FrameMemory::blacken()
     std::fill(chroma, m_bytes.end(), grayChroma);
 }
 
-FramePool::FramePool(FrameSize size, std::size_t limit)
+FramePool::FramePool(FrameSize size)
     : m_size(size)
-    , m_limit(limit)
 {
 }
 
@@ -46,7 +45,7 @@ std::shared_ptr<FrameMemory> FramePool::take()
         if (!m_free->frames.empty()) {
             frame = std::move(m_free->frames.back());
             m_free->frames.pop_back();
-        } else if (m_free->made == m_limit) {
+        } else if (m_free->made == maxInUse) {
             return nullptr;
         } else {
             ++m_free->made;

@@ -75,9 +75,12 @@ struct CapturedFrame {
 /// A pool of frame buffers of one size, reused when released. Thread-safe.
 class FramePool {
 public:
-    FramePool(FrameSize size, std::size_t limit);
+    /// Frames waiting for the encoder or being encoded. When it is behind by more, further frames would only take memory.
+    static constexpr std::size_t maxInUse = 8;
 
-    /// A buffer with undefined content; null while `limit` of them are in use.
+    explicit FramePool(FrameSize size);
+
+    /// A buffer with undefined content; null while `maxInUse` of them are in use.
     std::shared_ptr<FrameMemory> take();
 
 private:
@@ -88,7 +91,6 @@ private:
     };
 
     FrameSize m_size;
-    std::size_t m_limit;
     std::shared_ptr<Free> m_free = std::make_shared<Free>(); ///< Shared, because buffers in use outlive the pool.
 };
 

@@ -27,7 +27,6 @@ using PipeWire::endedError;
 using PipeWire::LoopLock;
 
 constexpr auto maxAnswerTime = 10s;
-constexpr std::size_t framesInUse = 8;
 
 /// Buffers left to the desktop for drawing while others are lent, and the minimum number of all that allows lending.
 constexpr std::size_t buffersToDraw = 2;
@@ -56,7 +55,7 @@ public:
     PipeWireScreenStream(const CaptureSource& source, const Settings& settings)
         : m_source(source)
         , m_settings(settings)
-        , m_pool(settings.size, framesInUse)
+        , m_pool(settings.size)
         , m_interval(captureLength(1.0 / settings.fps))
         , m_connection(source.stream->connection())
     {

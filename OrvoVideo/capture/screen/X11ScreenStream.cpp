@@ -25,9 +25,6 @@ using namespace std::chrono_literals;
 /// Programs draw in several requests: waits this long after the first change for the others.
 constexpr auto settling = 3ms;
 
-/// Frames waiting for the encoder or being encoded.
-constexpr std::size_t framesInUse = 8;
-
 using Event = XcbHandle<xcb_generic_event_t>;
 
 class X11ScreenStream final : public ScreenStream {
@@ -35,7 +32,7 @@ public:
     X11ScreenStream(const CaptureSource& source, const Settings& settings)
         : m_target(m_connection, source, settings.region)
         , m_camera(m_connection)
-        , m_pool(settings.size, framesInUse)
+        , m_pool(settings.size)
         , m_interval(captureLength(1.0 / settings.fps))
         , m_frameSize(settings.size)
     {
