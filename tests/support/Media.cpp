@@ -103,6 +103,15 @@ std::vector<Frame> decodeFrames(const fs::path& file)
     return frames;
 }
 
+std::vector<Frame> framesAtRate(const fs::path& file, int rate, const std::string& filter)
+{
+    const TemporaryFolder folder;
+    const fs::path even = folder / "even.mkv";
+    ffmpeg(
+        {"-i", file.string(), "-vf", filter, "-fps_mode", "cfr", "-r", std::to_string(rate), "-c:v", "ffv1", even.string()});
+    return decodeFrames(even);
+}
+
 std::vector<double> similarity(const fs::path& one, const fs::path& other)
 {
     const TemporaryFolder folder;

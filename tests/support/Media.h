@@ -43,6 +43,10 @@ struct Frame {
 /// use it for small frames.
 std::vector<Frame> decodeFrames(const std::filesystem::path& file);
 
+/// What a film shows `rate` times per second: frame i is the one at i / `rate` seconds. All pass an ffmpeg video filter
+/// first, for example "scale=64:36" to keep large frames small.
+std::vector<Frame> framesAtRate(const std::filesystem::path& file, int rate, const std::string& filter = "null");
+
 /// The structural similarity (SSIM) of each pair of frames of two films of the same size; 1 means identical.
 std::vector<double> similarity(const std::filesystem::path& one, const std::filesystem::path& other);
 

@@ -20,10 +20,9 @@ protected:
 
     /// The colour of the camera's track over time.
     struct Colours {
-        explicit Colours(const std::filesystem::path& file, const std::filesystem::path& even)
+        explicit Colours(const std::filesystem::path& file)
+            : frames(framesAtRate(file, 10, "scale=64:36"))
         {
-            ffmpeg({"-i", file, "-vf", "scale=64:36", "-fps_mode", "cfr", "-r", "10", "-c:v", "ffv1", even});
-            frames = decodeFrames(even);
         }
 
         bool are(std::uint32_t colour, double time) const
@@ -48,7 +47,7 @@ protected:
         EXPECT_EQ(probed.height, 720);
         EXPECT_EQ(probed.videoCodec, "h264");
         EXPECT_NEAR(probed.videoDuration, project.duration, 0.03);
-        return Colours(file, folder / "even.mkv");
+        return Colours(file);
     }
 
     AudioWorld world; // Its PipeWire has the cameras.

@@ -44,12 +44,10 @@ protected:
     }
 
     /// The brightness of a file, `rate` times per second.
-    std::vector<int> brightness(const fs::path& file, int rate) const
+    static std::vector<int> brightness(const fs::path& file, int rate)
     {
-        const fs::path even = folder / "even.mkv";
-        ffmpeg({"-i", file, "-fps_mode", "cfr", "-r", std::to_string(rate), "-c:v", "ffv1", even});
         std::vector<int> values;
-        for (const auto& frame : decodeFrames(even))
+        for (const auto& frame : framesAtRate(file, rate))
             values.push_back(frame.mean(0, 0, 1, 1).brightness());
         return values;
     }

@@ -105,9 +105,7 @@ TEST_F(SharedRecording, FollowsAWindowWithinItsFrames)
     const auto project = session->stop().project;
     EXPECT_EQ(project.width, 320);
     EXPECT_EQ(project.height, 180);
-    const auto file = folder / "even.mkv";
-    ffmpeg({"-i", mediaOf(project, TrackKind::screen), "-fps_mode", "cfr", "-r", "10", "-c:v", "ffv1", file});
-    const auto frames = decodeFrames(file);
+    const auto frames = framesAtRate(mediaOf(project, TrackKind::screen), 10);
     for (const auto& [window, pointer, shown, from] : steps) {
         const auto& frame = frames.at(static_cast<std::size_t>((from + 0.5) * 10));
         const auto left = frame.mean(shown.x + 0.05 * shown.width, 0.1, shown.x + 0.45 * shown.width, 0.9);
