@@ -23,6 +23,14 @@ namespace orvo {
 /// Records screen, system audio, microphone and camera into a file each, on a common timeline, and reports pointer
 /// events. Makes one recording at a time, any number in a row.
 ///
+///               start                setPaused(true)
+///     Stopped ─────────► Recording ──────────────────► Paused
+///        ▲                   │     ◄─────────────────    │
+///        │       stop        │       setPaused(false)    │
+///        └───────────────────┴───────────────────────────┘
+///
+/// `start` stops first. If it fails, the engine is Stopped. An error changes no state: after `onError`, call `stop`.
+///
 /// Time 0 of every track is the first accepted screen frame or system or microphone sample. If none arrives within 300
 /// ms, as on a still screen, the time starts anyway. During a pause all samples are dropped; the files continue with
 /// silence and a still frame, so that time keeps counting. After the pause the track shows the current screen, even if it

@@ -24,6 +24,14 @@ namespace orvo {
 ///
 /// Orders are accepted on any thread and return at once. A new order replaces an earlier one of its kind that has not
 /// started. Each has a number that identifies its outcome.
+///
+///              loaded             setRate(not 0)
+///     Empty ──────────► Paused ─────────────────────► Playing
+///       ▲                 │    ◄────────────────────     │
+///       │      clear      │     setRate(0), load, end    │
+///       └─────────────────┴──────────────────────────────┘
+///
+/// A load pauses first. If it fails, the earlier composition stays, paused. A seek changes no state.
 class PreviewEngine {
 public:
     /// Called on the engine's thread.

@@ -16,6 +16,15 @@ namespace orvo {
 
 /// A display or window that the desktop shares; the user chooses it in the desktop's own picker. Main thread only.
 ///
+///              open            granted
+///     Closed ────────► Asking ─────────► Shared
+///       ▲                │                 │
+///       │  not granted,  │                 │
+///       │   or close     │                 │ close, or the user ends it
+///       └────────────────┴─────────────────┘
+///
+/// `open` closes first. `done` and `revoked` are called in the new state.
+///
 /// The source stays shared until `close`, the destructor, or until the user ends it in the desktop, which `revoked`
 /// reports.
 class ScreenCast final : public QObject {
