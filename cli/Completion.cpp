@@ -1,5 +1,6 @@
 #include "cli/Completion.h"
 
+#include "OrvoVideo/library/ProjectOrder.h"
 #include "VideoCore/Uuid.h"
 #include "VideoMedia/ExportQuality.h"
 #include "cli/TextColumns.h"
@@ -29,7 +30,7 @@ struct Values {
 const auto& choices()
 {
     static const std::array all{
-        Values{"--sort", {"created", "updated", "title", "duration"}},
+        Values{"--sort", {projectOrderTexts.begin(), projectOrderTexts.end()}},
         Values{"--quality", {exportQualityTexts.begin(), exportQualityTexts.end()}},
         Values{"text --format", {"txt", "md"}},
         Values{"--format", {"srt", "vtt"}},

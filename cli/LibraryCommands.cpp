@@ -11,7 +11,6 @@
 #include "cli/TextColumns.h"
 
 #include <algorithm>
-#include <array>
 #include <format>
 #include <ranges>
 
@@ -45,11 +44,10 @@ struct ListArguments {
 /// Sorts the projects; an empty order means newest first. Throws `UsageError` for an unknown order.
 void sort(std::vector<VideoProject>& projects, const std::string& name)
 {
-    static constexpr std::array<std::string_view, 4> orders{"created", "updated", "title", "duration"};
     const auto order = name.empty() ? ProjectOrder::created : parseProjectOrder(name);
     if (!order)
         throw UsageError(std::format("No existe el orden {}.{} Los órdenes son created, updated, title y duration.",
-            inQuotes(name), suggestion(name, orders)));
+            inQuotes(name), suggestion(name, projectOrderTexts)));
     std::ranges::stable_sort(
         projects, [&](const VideoProject& a, const VideoProject& b) { return comesBefore(*order, a, b); });
 }

@@ -3,28 +3,20 @@
 #include "VideoCore/TextSearch.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
-#include <utility>
 
 namespace orvo {
 
-namespace {
-
-constexpr std::array<std::pair<ProjectOrder, std::string_view>, 4> names{{{ProjectOrder::created, "created"},
-    {ProjectOrder::updated, "updated"}, {ProjectOrder::title, "title"}, {ProjectOrder::duration, "duration"}}};
-
-} // namespace
-
 std::string_view textOf(ProjectOrder order)
 {
-    return std::ranges::find(names, order, [](const auto& name) { return name.first; })->second;
+    return projectOrderTexts[static_cast<std::size_t>(order)];
 }
 
 std::optional<ProjectOrder> parseProjectOrder(std::string_view text)
 {
-    const auto found = std::ranges::find(names, text, [](const auto& name) { return name.second; });
-    return found == names.end() ? std::nullopt : std::optional(found->first);
+    const auto found = std::ranges::find(projectOrderTexts, text);
+    return found == projectOrderTexts.end() ? std::nullopt
+                                            : std::optional(static_cast<ProjectOrder>(found - projectOrderTexts.begin()));
 }
 
 bool comesBefore(ProjectOrder order, const VideoProject& a, const VideoProject& b)

@@ -2,6 +2,7 @@
 
 #include "VideoCore/VideoProject.h"
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -16,7 +17,9 @@ enum class ProjectOrder : std::uint8_t {
     duration, ///< Longest first.
 };
 
-/// "created", "updated", "title" or "duration".
+/// The texts of the orders, in order, for the command line and the interface.
+inline constexpr std::array<std::string_view, 4> projectOrderTexts{"created", "updated", "title", "duration"};
+
 std::string_view textOf(ProjectOrder order);
 std::optional<ProjectOrder> parseProjectOrder(std::string_view text);
 
