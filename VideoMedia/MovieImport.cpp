@@ -8,7 +8,6 @@
 
 #include <cmath>
 #include <exception>
-#include <fcntl.h>
 #include <format>
 #include <string_view>
 
@@ -102,13 +101,11 @@ VideoProject importMovie(const ProjectStore& store, const fs::path& movie, std::
 {
     VideoProject project = target ? std::move(*target) : newProject(movie);
     const bool isNew = !fs::exists(store.directory(project.id));
-    FileLock working;
+    std::optional<FileLock> working;
     if (isNew) {
         project.state = ProjectState::importFailed; // Until it has a track, even if this program is killed.
         store.create(project);
-        working =
-            FileLock(UniqueFd(::open(store.directory(project.id).c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)));
-        working.tryLock();
+        working = tryLockFolder(store.directory(project.id));
     }
     try {
         append(project, copyMovie(store, movie, project, probe, progress, stop));
@@ -132,8 +129,7 @@ std::string failure(const ProjectStore& store, const Uuid& id)
     std::error_code ignored;
     if (fs::exists(folder / failureName, ignored))
         return readFile(folder / failureName);
-    UniqueFd descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!descriptor || !FileLock(std::move(descriptor)).tryLock())
+    if (!tryLockFolder(folder))
         return {}; // The import is still running.
     return "La importación se interrumpió.";
 }

@@ -2,8 +2,6 @@
 
 #include "VideoCore/Uuid.h"
 
-#include <fcntl.h>
-#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -14,18 +12,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Returns nullopt if the folder cannot be opened or another process holds its lock.
-std::optional<FileLock> lockFolder(const fs::path& folder)
-{
-    UniqueFd descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!descriptor)
-        return std::nullopt;
-    FileLock lock(std::move(descriptor));
-    if (!lock.tryLock())
-        return std::nullopt;
-    return lock;
-}
-
 void removeAbandoned(const fs::path& project, const std::string& prefix)
 {
     std::error_code error;
@@ -33,7 +19,7 @@ void removeAbandoned(const fs::path& project, const std::string& prefix)
         const std::string name = entry->path().filename().string();
         if (!name.starts_with(prefix) || !Uuid::parse(std::string_view(name).substr(prefix.size())))
             continue;
-        if (const auto lock = lockFolder(entry->path())) {
+        if (const auto lock = tryLockFolder(entry->path())) {
             std::error_code ignored;
             fs::remove_all(entry->path(), ignored);
         }
@@ -51,7 +37,7 @@ WorkFolder::WorkFolder(const fs::path& project, std::string_view purpose)
     // Renamed only once it is locked; otherwise another process could delete it as abandoned.
     const fs::path unnamed = project / ("." + name + ".tmp");
     fs::create_directories(unnamed);
-    if (auto lock = lockFolder(unnamed))
+    if (auto lock = tryLockFolder(unnamed))
         m_lock = std::move(*lock);
     std::error_code error;
     fs::rename(unnamed, m_path, error);

@@ -7,8 +7,6 @@
 #include "VideoCore/FileLock.h"
 
 #include <exception>
-#include <fcntl.h>
-#include <optional>
 #include <set>
 #include <string>
 #include <sys/stat.h>
@@ -26,15 +24,6 @@ std::uintmax_t bytesOnDisk(const fs::path& file)
     struct stat facts{};
     constexpr std::uintmax_t block = 512; // The unit of st_blocks.
     return ::lstat(file.c_str(), &facts) == 0 ? static_cast<std::uintmax_t>(facts.st_blocks) * block : 0;
-}
-
-std::optional<FileLock> lockOf(const fs::path& folder)
-{
-    UniqueFd descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!descriptor)
-        return std::nullopt;
-    FileLock lock(std::move(descriptor));
-    return lock.tryLock() ? std::optional(std::move(lock)) : std::nullopt;
 }
 
 /// Whether a path is a work folder: its name is a purpose, a hyphen and an identifier.
@@ -103,7 +92,7 @@ Found find(const ProjectStore& store, const Uuid& id, Freeable kind)
     Found found;
     const fs::path folder = store.directory(id);
     const auto addFolder = [&](const fs::path& path) {
-        if (auto lock = lockOf(path)) {
+        if (auto lock = tryLockFolder(path)) {
             found.paths.push_back(path);
             found.locks.push_back(std::move(*lock));
         }
@@ -120,7 +109,7 @@ Found find(const ProjectStore& store, const Uuid& id, Freeable kind)
             }
             break;
         case Freeable::originals:
-            if (auto lock = lockOf(folder)) { // `orvo` holds it during an import until the document names the copy.
+            if (auto lock = tryLockFolder(folder)) { // `orvo` holds it during an import until the document names the copy.
                 found.locks.push_back(std::move(*lock));
                 found.paths = unusedMedia(store, id);
             }

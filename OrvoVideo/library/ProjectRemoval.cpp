@@ -4,7 +4,6 @@
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/FileLock.h"
 
-#include <fcntl.h>
 #include <filesystem>
 #include <format>
 
@@ -14,20 +13,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool isLocked(const fs::path& folder)
-{
-    UniqueFd descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    return descriptor && !FileLock(std::move(descriptor)).tryLock();
-}
-
 /// Whether a program edits, renders, prepares or publishes a project: each holds a lock on the folder or a subfolder.
 bool isInUse(const fs::path& folder)
 {
-    if (isLocked(folder))
+    if (isFolderLocked(folder))
         return true;
     std::error_code error;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
-        if (isLocked(entry->path()))
+        if (isFolderLocked(entry->path()))
             return true;
     }
     return false;

@@ -5,11 +5,8 @@
 #include "VideoCore/FileIO.h"
 #include "VideoMedia/Sha256.h"
 
-#include <cerrno>
-#include <fcntl.h>
 #include <format>
 #include <system_error>
-#include <utility>
 
 namespace orvo {
 
@@ -25,10 +22,7 @@ PublicationPackage::PublicationPackage(
 {
     m_settings.fps = project.fps;
     fs::create_directories(m_folder);
-    UniqueFd descriptor(::open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!descriptor)
-        throw fs::filesystem_error("open", m_folder, std::error_code(errno, std::system_category()));
-    m_lock = FileLock(std::move(descriptor));
+    m_lock = openFolderLock(m_folder);
     if (!m_lock.tryLock())
         throw captureError("Este proyecto ya se está publicando en otra ventana u otro terminal.");
 }

@@ -5,10 +5,8 @@
 #include "VideoCore/FileLock.h"
 #include "VideoCore/UserFolders.h"
 
-#include <cerrno>
 #include <condition_variable>
 #include <cstdlib>
-#include <fcntl.h>
 #include <format>
 #include <memory>
 #include <mutex>
@@ -42,10 +40,7 @@ fs::path configurationFolder()
 /// Locks the settings against other programs.
 FileLock lockSettings(const fs::path& folder)
 {
-    UniqueFd descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!descriptor)
-        throw fs::filesystem_error("lock", folder, std::error_code(errno, std::system_category()));
-    FileLock lock(std::move(descriptor));
+    FileLock lock = openFolderLock(folder);
     lock.lock();
     return lock;
 }
