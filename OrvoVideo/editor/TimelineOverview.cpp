@@ -11,12 +11,6 @@ namespace {
 constexpr double corner = 5;
 constexpr double markHeight = 3;
 
-QColor faded(QColor color, float opacity)
-{
-    color.setAlphaF(color.alphaF() * opacity);
-    return color;
-}
-
 } // namespace
 
 TimelineOverview::TimelineOverview(QQuickItem* parent)
@@ -65,7 +59,7 @@ void TimelineOverview::paint(QPainter* painter)
     if (audio) {
         const double middle = height() / 2;
         const double reach = middle - markHeight;
-        painter->setBrush(faded(colors.accentInk, 0.6F));
+        painter->setBrush(faded(colors.accentInk, 0.6));
         for (int x = 0; x < static_cast<int>(width()); ++x) {
             const double time = x / scale - heard->start;
             const auto peak = audio->between(time, time + 1 / scale);
@@ -78,7 +72,7 @@ void TimelineOverview::paint(QPainter* painter)
         const double left = std::max(std::floor(cut.start * scale), drawn);
         const double right = std::max(std::ceil(cut.end * scale), std::floor(cut.start * scale) + 1);
         if (right > left)
-            painter->fillRect(QRectF(left, 0, right - left, height()), faded(colors.cutEdge, 0.3F));
+            painter->fillRect(QRectF(left, 0, right - left, height()), faded(colors.cutEdge, 0.3));
         drawn = std::max(drawn, right);
     }
     const auto mark = [&](double from, double to, double y) {

@@ -27,12 +27,6 @@ QString rulerText(double seconds, double step)
     return text;
 }
 
-QColor faded(QColor color, double opacity)
-{
-    color.setAlphaF(static_cast<float>(color.alphaF() * opacity));
-    return color;
-}
-
 } // namespace
 
 TimelineColors TimelineColors::from(const QVariantMap& map)
@@ -51,6 +45,12 @@ TimelineColors TimelineColors::from(const QVariantMap& map)
         .selectionEdge = color("selectionEdge"),
         .cut = color("cut"),
         .cutEdge = color("cutEdge")};
+}
+
+QColor faded(QColor color, double opacity)
+{
+    color.setAlphaF(static_cast<float>(color.alphaF() * opacity));
+    return color;
 }
 
 TimelinePainter::TimelinePainter(QPainter& painter, const Scene& scene)

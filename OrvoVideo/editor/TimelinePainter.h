@@ -31,6 +31,9 @@ struct TimelineColors {
     static TimelineColors from(const QVariantMap& map);
 };
 
+/// The colour with its opacity multiplied by `opacity`, from 0 to 1.
+QColor faded(QColor color, double opacity);
+
 /// Draws the visible part of a timeline. The cost depends on the number of visible pixels and items.
 class TimelinePainter {
 public:
