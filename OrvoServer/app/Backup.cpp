@@ -1,6 +1,7 @@
 #include "OrvoServer/app/Backup.h"
 
 #include "OrvoServer/base/Clock.h"
+#include "OrvoServer/storage/LinkedFile.h"
 #include "OrvoServer/store/Collection.h"
 #include "OrvoServer/store/SqliteDatabase.h"
 #include "VideoCore/FileIO.h"
@@ -13,17 +14,6 @@ namespace orvo::server {
 namespace fs = std::filesystem;
 
 namespace {
-
-void linkOrCopy(const fs::path& from, const fs::path& to)
-{
-    std::error_code error;
-    fs::create_directories(to.parent_path());
-    fs::create_hard_link(from, to, error);
-    if (error) {
-        fs::copy_file(from, to);
-        flushFile(to);
-    }
-}
 
 /// Copies or links the stored files that the database of `to` names.
 BackupResult transferFiles(const DataFolder& from, const DataFolder& to)
@@ -39,7 +29,9 @@ BackupResult transferFiles(const DataFolder& from, const DataFolder& to)
         const fs::path file = from.files() / key;
         if (fs::file_size(file) != size)
             throw captureError(std::format("El archivo «{}» no tiene su tamaño: la copia no sería buena.", file.string()));
-        linkOrCopy(file, to.files() / key);
+        const fs::path copy = to.files() / key;
+        fs::create_directories(copy.parent_path());
+        linkOrCopy(file, copy);
         ++result.files;
         result.bytes += size;
     }

@@ -1,5 +1,6 @@
 #include "OrvoServer/storage/LocalStore.h"
 
+#include "OrvoServer/storage/LinkedFile.h"
 #include "VideoCore/FileIO.h"
 
 #include <unistd.h>
@@ -21,26 +22,6 @@ void makeFolder(const fs::path& folder)
     makeFolder(folder.parent_path());
     fs::create_directory(folder);
     flushFolder(folder.parent_path());
-}
-
-/// Makes `target` a hard link to the file, or a flushed copy.
-void linkOrCopy(const fs::path& file, const fs::path& target)
-{
-    std::error_code error;
-    fs::create_hard_link(file, target, error);
-    if (error == std::errc::file_exists)
-        return;
-    if (error) {
-        const fs::path part = target.string() + ".part";
-        try {
-            fs::copy_file(file, part, fs::copy_options::overwrite_existing);
-            flushFile(part);
-            fs::rename(part, target);
-        } catch (...) {
-            fs::remove(part, error);
-            throw;
-        }
-    }
 }
 
 StoreError failureOf(const fs::filesystem_error& error)
