@@ -1,7 +1,9 @@
 """The project document of a measured recording, identical for identical arguments."""
 
 import json
+import os
 import random
+import shutil
 import subprocess
 import uuid
 from dataclasses import dataclass
@@ -107,6 +109,18 @@ def write(library, project):
     (folder / "media").mkdir(parents=True, exist_ok=True)
     (folder / "project.json").write_text(json.dumps(project, indent=2, sort_keys=True, ensure_ascii=False))
     return folder
+
+
+def add_media(folder, files):
+    """Links the missing files into the media of a project's folder, or copies them on another file system."""
+    for file in files:
+        target = folder / "media" / file.name
+        if target.exists():
+            continue
+        try:
+            os.link(file, target)
+        except OSError:
+            shutil.copy(file, target)
 
 
 def _pointer(seconds, chosen):

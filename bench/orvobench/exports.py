@@ -48,10 +48,7 @@ class Exporter:
         """Adds a project to the library. Returns its identifier."""
         project = document.document(recording, edit)
         folder = document.write(self.folder / "library", project)
-        for file in (*recording.files, *(document.images(self.folder / "images", edit.images))):
-            target = folder / "media" / file.name
-            if not target.exists():
-                _link(file, target)
+        document.add_media(folder, (*recording.files, *document.images(self.folder / "images", edit.images)))
         return project["id"]
 
     def run(self, identifier, cores=None, options=(), keep=False):
@@ -320,10 +317,3 @@ def _melt_script(recording, spans):
 def _frames(file):
     words = ["ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries", "stream=nb_frames", "-of", "csv=p=0", file]
     return int(subprocess.run(words, check=True, stdout=subprocess.PIPE, text=True).stdout)
-
-
-def _link(source, target):
-    try:
-        os.link(source, target)
-    except OSError:
-        shutil.copy(source, target)

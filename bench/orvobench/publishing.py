@@ -4,11 +4,16 @@ import json
 import os
 import shutil
 import subprocess
+import sys
 import tempfile
 import time
 import uuid
 from contextlib import contextmanager
 from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tests/support"))
+
+from services import make_certificate  # noqa: E402: part of the tests.
 
 from . import document, material, measure
 from .document import Edit
@@ -142,18 +147,16 @@ def _curl(address, authority, credential, media):
 def _server(folder):
     """Runs orvo-server with an empty data folder and a self-signed certificate."""
     folder.mkdir()
-    subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-keyout",
-                    "key.pem", "-out", "ca.pem", "-days", "2", "-subj", "/CN=localhost", "-addext", "subjectAltName=DNS:localhost"],
-                   cwd=folder, check=True, stderr=subprocess.DEVNULL)
+    chain, key = make_certificate(folder)
     program = ROOT / "build/release/bin/orvo-server"
     made = subprocess.run([program, "init", "--data", folder / "data", "--address", "https://localhost", "--listen", "127.0.0.1:0",
                            "--json"], stdout=subprocess.PIPE, check=True)
     with open(folder / "data/orvo-server.conf", "a") as configuration:
-        configuration.write(f"tls_certificate = {folder}/ca.pem\ntls_key = {folder}/key.pem\n")
+        configuration.write(f"tls_certificate = {chain}\ntls_key = {key}\n")
     with subprocess.Popen([program, "run", "--data", folder / "data"], stderr=subprocess.PIPE) as server:
         try:
             port = next(facts["port"] for facts in map(json.loads, server.stderr) if "port" in facts)
-            yield f"https://localhost:{port}", folder / "ca.pem", json.loads(made.stdout)["credential"]
+            yield f"https://localhost:{port}", chain, json.loads(made.stdout)["credential"]
         finally:
             server.kill()
     shutil.rmtree(folder)

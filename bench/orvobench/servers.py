@@ -6,12 +6,18 @@ import os
 import shutil
 import sqlite3
 import subprocess
+import sys
 import threading
 import time
 import uuid
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tests/support"))
+
+from services import free_port, make_certificate  # noqa: E402: part of the tests.
 
 from .table import Row
-from .webserver import CHUNK, Client, Ours, await_port, certificate, free_port, load, memory, nginx, processor, running
+from .webserver import CHUNK, Client, Ours, await_port, load, memory, nginx, processor, running
 
 SEGMENT = 3_750_000  # Six seconds of 1080p.
 SEGMENTS = 8
@@ -42,7 +48,7 @@ def _package():
 
 def _viewers(program, folder, runs, seconds, idle, say):
     files = _package()
-    chain, key = certificate(folder)
+    chain, key = make_certificate(folder)
     ours = Ours(program, folder / "viewers", [f"tls_certificate = {chain}", f"tls_key = {key}"])
     root = folder / "www"
     for path, content in files.items():

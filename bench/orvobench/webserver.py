@@ -7,27 +7,18 @@ import os
 import socket
 import ssl
 import subprocess
+import sys
 import time
 from contextlib import contextmanager
 from hashlib import sha256
 from pathlib import Path
 
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tests/support"))
+
+from services import free_port  # noqa: E402: part of the tests.
+
 VIDEO = "0d8c5b6e-7f00-4a52-9d5e-1f2a3b4c5d6e"
 CHUNK = 8 << 20
-
-
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
-
-
-def certificate(folder):
-    """Makes a self-signed certificate, with a key type that authorities use today."""
-    chain, key = folder / "cert.pem", folder / "key.pem"
-    subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-days", "2",
-                    "-subj", "/CN=localhost", "-keyout", key, "-out", chain], check=True, stderr=subprocess.DEVNULL)
-    return chain, key
 
 
 def await_port(port, process):

@@ -2,7 +2,6 @@
 
 import json
 import os
-import shutil
 import subprocess
 import sys
 import tempfile
@@ -94,16 +93,8 @@ def _fill(library, recording):
 def _add(library, recording, edit):
     project = document.document(recording, edit)
     folder = document.write(library, project)
-    for file in recording.files:
-        _link(file, folder / "media" / file.name)
+    document.add_media(folder, recording.files)
     return project["id"]
-
-
-def _link(source, target):
-    try:
-        os.link(source, target)
-    except OSError:
-        shutil.copy(source, target)
 
 
 def _run(programs, folder, library, project, seconds):
