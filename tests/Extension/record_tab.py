@@ -355,9 +355,9 @@ def main():
         CASES[case](browser)
     except BaseException:
         print("the extension's title:", browser.in_extension("chrome.action.getTitle({})"))
-        if screenshot := os.environ.get("ORVO_TEST_PICTURE"):
+        if pictures := os.environ.get("ORVO_TEST_PICTURES"):
             subprocess.run(["ffmpeg", "-v", "error", "-y", "-f", "x11grab", "-i", browser.environment["DISPLAY"],
-                            "-frames:v", "1", screenshot])
+                            "-frames:v", "1", Path(pictures) / f"record-tab-{case}.png"])
         raise
     finally:
         browser.close()
