@@ -5,6 +5,7 @@
 #include "VideoMedia/StillFrame.h"
 
 #include <QCryptographicHash>
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -52,7 +53,13 @@ std::filesystem::path toPath(const QString& name)
     return name.toStdString();
 }
 
-/// Removes the oldest files beyond `cacheLimit`.
+/// The name of a new work folder in the cache, for `QTemporaryDir`.
+QString workFolder()
+{
+    return cacheFolder().filePath(QStringLiteral("reading-XXXXXX"));
+}
+
+/// Removes the oldest files beyond `cacheLimit`, and the work folders that a crash left.
 void limitCache()
 {
     const auto files = cacheFolder().entryInfoList(QDir::Files, QDir::Time);
@@ -61,6 +68,11 @@ void limitCache()
         total += file.size();
         if (total > cacheLimit)
             QFile::remove(file.filePath());
+    }
+    const auto abandoned = QDateTime::currentDateTimeUtc().addDays(-1); // Reading takes less.
+    for (const auto& folder : cacheFolder().entryInfoList({QStringLiteral("reading-*")}, QDir::Dirs | QDir::NoSymLinks)) {
+        if (folder.lastModified() < abandoned)
+            QDir(folder.filePath()).removeRecursively();
     }
 }
 
@@ -193,7 +205,7 @@ WaveformPeaks MediaStrips::readPeaks(
             return std::move(*peaks);
     }
     waitUntil(from, stop);
-    const QTemporaryDir folder(cacheFolder().filePath(QStringLiteral("reading-XXXXXX")));
+    const QTemporaryDir folder(workFolder());
     WaveformPeaks peaks;
     readMonoSamples(
         {.file = source.file, .rate = WaveformPeaks::sampleRate, .duration = source.duration},
@@ -258,7 +270,7 @@ QImage MediaStrips::readFrame(const FrameKey& key, Clock::time_point from, const
     if (QImage image(kept); !image.isNull())
         return image;
     waitUntil(from, stop);
-    const QTemporaryDir folder(cacheFolder().filePath(QStringLiteral("reading-XXXXXX")));
+    const QTemporaryDir folder(workFolder());
     const QString made = folder.filePath(QStringLiteral("frame.jpg"));
     writeStillFrame(
         {.movie = key.file, .seconds = static_cast<double>(key.time) / 1000, .height = frameHeight}, toPath(made), stop);

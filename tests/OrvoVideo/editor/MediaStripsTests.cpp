@@ -74,6 +74,25 @@ TEST_F(MediaStripsTests, CancelsAndResumesPreparing)
     ASSERT_TRUE(waitUntil([&] { return strips.peaks(sources[1].file) != nullptr; }));
 }
 
+TEST_F(MediaStripsTests, RemovesWorkFoldersThatACrashLeft)
+{
+    namespace fs = std::filesystem;
+    const fs::path cache = fs::path(qEnvironmentVariable("XDG_CACHE_HOME").toStdString()) / "OrvoVideo/timeline";
+    const fs::path left = cache / "reading-aaaaaa";
+    const fs::path used = cache / "reading-bbbbbb"; // Another program may be reading in it.
+    for (const auto& each : {left, used}) {
+        fs::create_directories(each);
+        std::ofstream(each / "audio.s16") << "samples";
+    }
+    fs::last_write_time(left, fs::file_time_type::clock::now() - std::chrono::hours(25));
+    const auto source = sourcesOf(lesson())[1];
+    MediaStrips strips;
+    strips.setSources({source});
+    ASSERT_TRUE(waitUntil([&] { return strips.peaks(source.file) != nullptr; }));
+    EXPECT_FALSE(fs::exists(left));
+    EXPECT_TRUE(fs::exists(used / "audio.s16"));
+}
+
 } // namespace
 
 } // namespace orvo::test
