@@ -5,6 +5,7 @@
 #include <format>
 #include <fstream>
 #include <openssl/evp.h>
+#include <poll.h>
 #include <unistd.h>
 
 namespace orvo::test {
@@ -39,6 +40,9 @@ std::optional<std::string> BridgeProcess::answer()
 {
     const auto read = [this](char* to, std::size_t count) {
         while (count > 0) {
+            pollfd waiting{.fd = m_process.output(), .events = POLLIN};
+            if (::poll(&waiting, 1, 60'000) <= 0)
+                return false;
             const ssize_t got = ::read(m_process.output(), to, count);
             if (got <= 0)
                 return false;

@@ -20,7 +20,7 @@ public:
     /// Sends raw bytes. Ignores errors.
     void sendBytes(std::string_view bytes);
 
-    /// Waits for the next answer; returns nullopt at the end of the output.
+    /// Waits up to a minute for the next answer; returns nullopt without one, and at the end of the output.
     std::optional<std::string> answer();
 
     /// Closes the helper's input, as a closing browser does, and waits. Returns the exit status, or −1 after a signal.

@@ -5,13 +5,12 @@
 #include "VideoCore/CaptureSession.h"
 #include "VideoCore/FileIO.h"
 #include "VideoCore/ProjectStore.h"
+#include "VideoCore/RecordedProject.h"
 #include "VideoMedia/FfprobeMediaProbe.h"
 #include "VideoMedia/RecordingPreparation.h"
 
-#include <chrono>
 #include <format>
 #include <gmock/gmock.h>
-#include <thread>
 
 namespace orvo::test {
 
@@ -272,28 +271,21 @@ TEST_F(Bridge, EndsTheRecordingWhenTheDiskIsFull)
     BridgeProcess bridge(disk.path() / "library");
     bridge.send(startScreen);
     EXPECT_THAT(*bridge.answer(), HasSubstr("started"));
-    const std::string piece(1'000'000, 'x');
-    std::string answer;
-    int sent = 0;
-    for (; sent < 100; ++sent) {
-        bridge.send(chunkMessage("screen", sent, piece));
-        answer = bridge.answer().value_or("nothing");
-        if (!answer.contains("written"))
-            break;
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    }
-    EXPECT_THAT(answer, HasSubstr(R"("reason":"disk")"));
     const ProjectStore store(disk.path() / "library");
+    const std::string piece(1'000'000, 'x');
+    for (int sent = 0; RecordedProject::hasRoom(store); ++sent) {
+        bridge.send(chunkMessage("screen", sent, piece));
+        ASSERT_THAT(bridge.answer().value_or("nothing"), HasSubstr("written"));
+    }
+    // The next checkpoint ends the recording.
+    EXPECT_THAT(bridge.answer().value_or("nothing"), HasSubstr(R"("reason":"disk")"));
     const auto projects = store.list();
     ASSERT_THAT(projects, SizeIs(1));
     EXPECT_EQ(projects[0].state, "recoverable-tab");
     EXPECT_EQ(fs::file_size(store.directory(projects[0].id) / "media/screen.webm") % piece.size(), 0U);
-    // No recording starts on a full disk. Answers to earlier chunks may come first.
+    // No recording starts on a full disk.
     bridge.send(startScreen);
-    do
-        answer = bridge.answer().value_or("nothing");
-    while (answer.contains(R"("reason":"protocol")"));
-    EXPECT_THAT(answer, HasSubstr(R"("reason":"disk")"));
+    EXPECT_THAT(bridge.answer().value_or("nothing"), HasSubstr(R"("reason":"disk")"));
 }
 
 TEST_F(Bridge, NeedsLittleMemory)
