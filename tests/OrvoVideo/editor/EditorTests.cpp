@@ -228,6 +228,11 @@ TEST_F(KeyTests, PlaysWithSpaceAndTheShuttleKeys)
     key(Qt::Key_K);
     const auto seeks = player->seeks.size();
     EXPECT_EQ(player->rate(), 0);
+    // Timers fire in order: if backward playback went on, its next step would come before this one.
+    QTimer later;
+    later.setSingleShot(true);
+    later.start(200);
+    ASSERT_TRUE(waitUntil([&] { return !later.isActive(); }));
     EXPECT_EQ(player->seeks.size(), seeks);
 }
 
