@@ -3,6 +3,7 @@
 #include "PublishingClient.h"
 #include "S3Gateway.h"
 #include "TestSupport/TemporaryFolder.h"
+#include "TestSupport/Waiting.h"
 
 #include <gmock/gmock.h>
 
@@ -102,13 +103,12 @@ TEST_F(Cluster, ServesUploadsAndViewersWhileOneInstanceLives)
     EXPECT_EQ(second.api("POST", std::format("revisions/{}/retry", revision)).status, 204U);
     second.program->signal(SIGKILL);
     second.program.reset();
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(5);
     Reply published;
-    while (published.status != 200 && std::chrono::steady_clock::now() < limit) {
+    const auto isPublished = [&] { // The client polls, too.
         published = first.api("POST", std::format("revisions/{}/publish", revision));
-        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // The client polls, too.
-    }
-    ASSERT_EQ(published.status, 200U) << published.body;
+        return published.status == 200;
+    };
+    ASSERT_TRUE(pollUntil(isPublished, std::chrono::minutes(5))) << published.status << " " << published.body;
     second.start(setup);
 
     // A viewer fetches segments from both instances, then from the survivor.
@@ -133,9 +133,7 @@ TEST_F(Cluster, ServesUploadsAndViewersWhileOneInstanceLives)
     first.start(setup);
     EXPECT_EQ(ask(first.port(), "GET", place + "480/00001.ts").status, 200U);
     EXPECT_EQ(second.api("DELETE", std::format("videos/{}", PublishingClient::video)).status, 204U);
-    while (ask(first.port(), "GET", place + "480/00001.ts").status != 403 && std::chrono::steady_clock::now() < limit)
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    EXPECT_EQ(ask(first.port(), "GET", place + "480/00001.ts").status, 403U);
+    EXPECT_TRUE(pollUntil([&] { return ask(first.port(), "GET", place + "480/00001.ts").status == 403; }));
 }
 
 } // namespace

@@ -1,15 +1,14 @@
 #include "PostgresServer.h"
 
 #include "OrvoServer/store/PostgresDatabase.h"
+#include "TestSupport/Waiting.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
-#include <chrono>
 #include <cstdlib>
 #include <format>
 #include <stdexcept>
-#include <thread>
 #include <unistd.h>
 
 namespace orvo::test {
@@ -95,22 +94,23 @@ void PostgresServer::start()
     for (const auto& word : std::array<std::string, 9>{(m_programs / "postgres").string(), "-D",
              (m_folder / "data").string(), "-k", m_folder.string(), "-c", "listen_addresses=", "-c", "fsync=off"})
         command.push_back(word);
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(120);
-    while (true) {
+    std::string refusal;
+    const auto answers = [&] {
         if (!m_process)
             m_process = std::make_unique<ChildProcess>(command);
         try {
-            const server::PostgresDatabase answers(address("public"));
-            return;
-        } catch (const server::DatabaseError&) {
-            if (std::chrono::steady_clock::now() > limit)
-                throw;
+            const server::PostgresDatabase database(address("public"));
+            return true;
+        } catch (const server::DatabaseError& error) {
+            refusal = error.what();
             // A killed server may still lock the folder for a moment; the new one then exits.
             if (m_process->hasEnded())
                 m_process.reset();
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            return false;
         }
-    }
+    };
+    if (!pollUntil(answers, std::chrono::minutes(2)))
+        throw std::runtime_error("PostgreSQL does not start: " + refusal);
 }
 
 std::string PostgresServer::address(const std::string& schema) const

@@ -1,5 +1,6 @@
 #include "OrvoServer/base/Json.h"
 #include "ServerProgram.h"
+#include "TestSupport/Waiting.h"
 
 #include <gmock/gmock.h>
 
@@ -28,8 +29,7 @@ TEST_F(ServerProgram, RunsChecksItselfAndStopsOnSigterm)
     EXPECT_THAT(checked.out, HasSubstr("Dirección pública"));
     const auto renewed = run({"token", "--data", data(), "--json"}, setup);
     const std::string old = std::exchange(credential, JsonDocument(renewed.out).root()["credential"].text().value_or(""));
-    while (api("GET", "status").status != 200)
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    ASSERT_TRUE(pollUntil([&] { return api("GET", "status").status == 200; }));
     credential = old;
     // The attempts above, before the server adopted the new credential, may have used up the burst of wrong ones.
     EXPECT_THAT(api("GET", "status").status, testing::AnyOf(401U, 429U));

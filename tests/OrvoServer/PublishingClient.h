@@ -2,6 +2,7 @@
 
 #include "OrvoServer/base/Crypto.h"
 #include "OrvoServer/base/Json.h"
+#include "TestSupport/Waiting.h"
 #include "Wire.h"
 
 #include <gtest/gtest.h>
@@ -9,7 +10,6 @@
 #include <format>
 #include <map>
 #include <string>
-#include <thread>
 
 namespace orvo::test {
 
@@ -103,20 +103,21 @@ public:
     /// Waits until all files are stored or one has failed; returns its error, or empty.
     std::string stored(const std::string& revision) const
     {
-        while (true) {
+        std::string error;
+        const auto hasEnded = [&] { // The client polls, too.
             const auto reply = api("GET", "revisions/" + revision);
             const server::JsonDocument document(reply.body);
             bool isReady = true;
-            std::string error;
             document.root()["files"].forEach([&](server::JsonValue file) {
                 isReady = isReady && file["status"].text() == "ready";
                 if (file["status"].text() == "error")
                     error = file["error"].text().value_or("?");
             });
-            if (reply.status != 200 || !error.empty() || isReady)
-                return reply.status == 200 ? error : reply.body;
-            std::this_thread::sleep_for(std::chrono::milliseconds(5)); // The client polls, too.
-        }
+            if (reply.status != 200)
+                error = reply.body;
+            return reply.status != 200 || !error.empty() || isReady;
+        };
+        return pollUntil(hasEnded, std::chrono::minutes(5)) ? error : "the files are still being stored";
     }
 
     void upload(const Revision& revision, const Files& files) const

@@ -1,6 +1,9 @@
 #include "ModelFixture.h"
 #include "TestSupport/Media.h"
+#include "TestSupport/Waiting.h"
 #include "VideoCore/Error.h"
+
+#include <future>
 
 namespace orvo::test {
 namespace {
@@ -150,8 +153,7 @@ TEST_F(TranscriptionTests, StopsWhenCancelledAndWhenQuitting)
                       const std::stop_token& stop) -> std::vector<TranscriptWord> {
         QMetaObject::invokeMethod(
             QCoreApplication::instance(), [&] { ++running; }, Qt::QueuedConnection); // The event wakes `waitUntil`.
-        while (!stop.stop_requested())
-            std::this_thread::yield();
+        EXPECT_TRUE(waitForStop(stop));
         throw Cancelled();
     };
     openSpoken();
@@ -176,17 +178,17 @@ TEST_F(TranscriptionTests, StopsWhenCancelledAndWhenQuitting)
 
 TEST_F(TranscriptionTests, StoresTheWordsInTheirProjectWhenAnotherIsOpen)
 {
-    std::atomic<bool> goOn = false;
+    std::promise<void> goOn;
+    const auto told = goOn.get_future();
     recognition = [&](const auto&...) {
-        while (!goOn)
-            std::this_thread::yield();
+        EXPECT_EQ(told.wait_for(std::chrono::minutes(1)), std::future_status::ready);
         return std::vector{word("Hola", 2.5, 2.9)};
     };
     openSpoken();
     const auto first = project().id;
     model->transcribe();
     openNew(10, "Otro");
-    goOn = true;
+    goOn.set_value();
     ASSERT_TRUE(waitUntil([&] { return !model->busy(); }));
     EXPECT_THAT(project().edit.words, IsEmpty());
     EXPECT_THAT(onDisk(first).edit.words, SizeIs(1));

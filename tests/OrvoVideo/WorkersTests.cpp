@@ -1,5 +1,6 @@
 #include "ModelFixture.h"
 #include "OrvoVideo/model/Workers.h"
+#include "TestSupport/Waiting.h"
 
 #include <QCoreApplication>
 #include <QThread>
@@ -68,8 +69,7 @@ TEST(WorkersTests, EndsEveryCoroutineOnShutDown)
             tasks.push_back(note(
                 workers, {},
                 [](const std::stop_token& token) {
-                    while (!token.stop_requested())
-                        std::this_thread::yield();
+                    EXPECT_TRUE(waitForStop(token));
                     return std::string("stopped");
                 },
                 ends));

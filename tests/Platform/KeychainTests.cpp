@@ -2,6 +2,7 @@
 #include "PromptingKeyring.h"
 #include "TestSupport/Failure.h"
 #include "TestSupport/Keyring.h"
+#include "TestSupport/Waiting.h"
 
 #include <cstdlib>
 #include <format>
@@ -158,8 +159,7 @@ TEST_F(KeychainPrompt, StopsWaitingWhenCancelledOrTheServiceFails)
 {
     const auto whenAsked = [](const PromptingKeyring& desktop, const std::function<void()>& act) {
         return std::jthread([&desktop, act] {
-            while (desktop.asked() == 0)
-                std::this_thread::yield();
+            EXPECT_TRUE(pollUntil([&] { return desktop.asked() > 0; }));
             act();
         });
     };
@@ -168,8 +168,7 @@ TEST_F(KeychainPrompt, StopsWaitingWhenCancelledOrTheServiceFails)
         std::stop_source stop;
         const auto canceller = whenAsked(desktop, [&] { stop.request_stop(); });
         EXPECT_THROW(Keychain::load("adminToken", Interaction::allowed, stop.get_token()), Cancelled);
-        while (desktop.takenBack() == 0) // The prompt is dismissed.
-            std::this_thread::yield();
+        EXPECT_TRUE(pollUntil([&] { return desktop.takenBack() > 0; })) << "the prompt is dismissed";
     }
     {
         auto desktop = std::make_unique<PromptingKeyring>(PromptingKeyring::Setup{.user = User::isAway});

@@ -1,5 +1,6 @@
 #include "Platform/settings/StoredSettings.h"
 #include "TestSupport/TemporaryFolder.h"
+#include "TestSupport/Waiting.h"
 #include "VideoCore/FileIO.h"
 #include "VideoCore/FileLock.h"
 
@@ -100,8 +101,7 @@ TEST_F(StoredSettingsTests, RemembersWithoutWaitingForTheDisk)
         FileLock other(UniqueFd(::open((folder / "OrvoVideo").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
         other.lock();
         StoredSettings::remember("width", "400");
-        while (!waitsForALock())
-            std::this_thread::yield();
+        EXPECT_TRUE(pollUntil([] { return waitsForALock(); }));
         StoredSettings::remember("width", "500");
     }
     StoredSettings::finish();

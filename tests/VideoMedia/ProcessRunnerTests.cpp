@@ -2,6 +2,7 @@
 
 #include "TestSupport/Failure.h"
 #include "TestSupport/TemporaryFolder.h"
+#include "TestSupport/Waiting.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 
@@ -10,7 +11,6 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sys/wait.h>
-#include <thread>
 
 namespace orvo::test {
 
@@ -116,17 +116,12 @@ TEST(ProcessRunner, EndsChildrenWhenTheParentCrashes)
             + "; exec sleep 600");
         ::_exit(0);
     }
-    const auto waitFor = [](const auto& condition) {
-        for (int i = 0; i < 6'000 && !condition(); ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        return condition();
-    };
-    ASSERT_TRUE(waitFor([&] { return fs::exists(started); }));
+    ASSERT_TRUE(pollUntil([&] { return fs::exists(started); }));
     const auto stat = fs::path("/proc") / std::to_string(std::stoi(readFile(started))) / "stat";
     EXPECT_TRUE(fs::exists(stat));
     ::kill(parent, SIGKILL);
     ::waitpid(parent, nullptr, 0);
-    EXPECT_TRUE(waitFor([&] {
+    EXPECT_TRUE(pollUntil([&] {
         std::ifstream file(stat);
         const std::string state{std::istreambuf_iterator<char>(file), {}};
         return state.empty() || state.contains(") Z ");

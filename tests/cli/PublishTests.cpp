@@ -2,6 +2,7 @@
 #include "TestSupport/Keyring.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/PublishingServer.h"
+#include "TestSupport/Waiting.h"
 
 #include <array>
 #include <csignal>
@@ -14,7 +15,6 @@
 #include <string_view>
 #include <sys/wait.h>
 #include <termios.h>
-#include <thread>
 #include <unistd.h>
 #include <utmp.h>
 
@@ -88,8 +88,7 @@ TEST_F(Publish, HidesTheCredentialWhenInterrupted)
 {
     server.setFaults(R"([{"method":"GET","path":"/api/status","do":"hang"}])");
     Program program({"publish", id}, setup);
-    while (server.asked("GET /api/status").empty())
-        std::this_thread::yield();
+    ASSERT_TRUE(pollUntil([&] { return !server.asked("GET /api/status").empty(); }));
     const std::string line = readFile("/proc/" + std::to_string(program.pid()) + "/cmdline");
     EXPECT_THAT(line, Not(HasSubstr(PublishingServer::token)));
     program.signal(SIGINT);
@@ -108,8 +107,10 @@ TEST_F(Publish, ResumesWhenKilledAtAnyRequest)
         server.forgetRequests();
         Program program({"publish", id}, setup);
         const auto hangs = [&] { return server.asked().size() > static_cast<std::size_t>(kills); };
-        while (!isDone && !hangs())
+        ASSERT_TRUE(pollUntil([&] {
             isDone = hasEnded(program);
+            return isDone || hangs();
+        })) << kills;
         program.signal(SIGKILL);
         EXPECT_EQ(program.end().status, isDone ? 0 : 128 + SIGKILL);
         EXPECT_EQ(stored().publication.has_value(), isDone);
@@ -205,8 +206,7 @@ TEST_F(PublishOnDesktop, DoesNotWaitForAProxyScript)
 {
     configureScript("silent", R"("do":"hang")");
     Program program({"settings", "--check"}, setup);
-    while (script.asked().empty())
-        std::this_thread::yield();
+    ASSERT_TRUE(pollUntil([&] { return !script.asked().empty(); }));
     program.signal(SIGINT);
     EXPECT_EQ(program.end().status, 130);
     // After the time limit, continues without a proxy.
@@ -319,8 +319,7 @@ TEST_F(Publish, RestoresTheTerminal)
         ::execl(orvoProgram().c_str(), "orvo", "settings", "--credential", nullptr);
         ::_exit(127);
     }
-    while (echoes())
-        std::this_thread::yield();
+    EXPECT_TRUE(pollUntil([&] { return !echoes(); }));
     constexpr std::string_view typed = "secr\x03"; // Ctrl-C in the middle of the secret.
     ASSERT_EQ(::write(terminal, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
     int status = 0;

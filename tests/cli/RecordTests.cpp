@@ -3,13 +3,12 @@
 #include "TestSupport/PatternWindow.h"
 #include "TestSupport/TimePattern.h"
 #include "TestSupport/VirtualDisplay.h"
+#include "TestSupport/Waiting.h"
 
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <gmock/gmock.h>
-#include <thread>
 
 namespace orvo::test {
 
@@ -17,7 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-using namespace std::chrono_literals;
 
 class Record : public CliFixture {
 protected:
@@ -39,24 +37,21 @@ protected:
     }
 
     /// Waits until the document reports this duration.
-    VideoProject recordedFor(double seconds) const
+    [[nodiscard]] bool recordedFor(double seconds) const
     {
-        for (int i = 0; i < 6000; ++i) {
-            if (const auto now = recording(); now && now->duration >= seconds)
-                return *now;
-            std::this_thread::sleep_for(10ms);
-        }
-        throw std::runtime_error("nothing is recorded");
+        return pollUntil([&] {
+            const auto now = recording();
+            return now && now->duration >= seconds;
+        });
     }
 
     /// Waits until every track of the recording has a playable fragment.
-    void waitForFragments() const
+    [[nodiscard]] bool hasFragments() const
     {
         const auto hasFragment = [this](const MediaTrack& track) {
             return readFile(store.mediaURL(*recording(), track.file)).contains("moof");
         };
-        while (!std::ranges::all_of(recording()->tracks, hasFragment))
-            std::this_thread::sleep_for(10ms);
+        return pollUntil([&] { return std::ranges::all_of(recording()->tracks, hasFragment); });
     }
 
     VirtualDisplay display{"640x360"};
@@ -88,7 +83,7 @@ TEST_F(Record, RecordsUntilTheLimitOrASignal)
     fs::remove_all(store.directory(saved.id));
 
     Program program({"record", "--no-microphone", "--json"}, setup);
-    recordedFor(2);
+    ASSERT_TRUE(recordedFor(2));
     program.signal(SIGINT);
     const auto outcome = program.end();
     EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -141,8 +136,8 @@ TEST_F(Record, RecoversKilledRecordings)
     for (const double after : {0.01, 5.2}) {
         {
             Program program({"record", "--no-microphone"}, setup);
-            recordedFor(after);
-            waitForFragments();
+            ASSERT_TRUE(recordedFor(after));
+            ASSERT_TRUE(hasFragments());
             program.signal(SIGKILL);
             program.end();
         }

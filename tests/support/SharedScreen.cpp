@@ -1,5 +1,7 @@
 #include "SharedScreen.h"
 
+#include "TestSupport/Waiting.h"
+
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -69,15 +71,16 @@ public:
 
     std::uint32_t node() const
     {
-        for (int i = 0; i < 1000; ++i) {
+        std::uint32_t id = SPA_ID_INVALID;
+        const auto hasNode = [&] {
             pw_thread_loop_lock(m_loop);
-            const auto id = pw_stream_get_node_id(m_stream);
+            id = pw_stream_get_node_id(m_stream);
             pw_thread_loop_unlock(m_loop);
-            if (id != SPA_ID_INVALID)
-                return id;
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        throw std::runtime_error("the stream gets no node");
+            return id != SPA_ID_INVALID;
+        };
+        if (!pollUntil(hasNode))
+            throw std::runtime_error("the stream gets no node");
+        return id;
     }
 
     void moveWindow(const Part& part)
@@ -288,11 +291,8 @@ int SharedScreen::connection()
     address.sun_family = AF_UNIX;
     const std::string path = std::string(std::getenv("XDG_RUNTIME_DIR")) + "/pipewire-0";
     path.copy(static_cast<char*>(address.sun_path), sizeof address.sun_path - 1);
-    for (int i = 0; i < 500; ++i) {
-        if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0)
-            return descriptor;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
+    if (pollUntil([&] { return ::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0; }))
+        return descriptor;
     ::close(descriptor);
     throw std::runtime_error("there is no PipeWire");
 }

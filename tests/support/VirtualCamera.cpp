@@ -1,6 +1,7 @@
 #include "VirtualCamera.h"
 
-#include <QThread>
+#include "TestSupport/Waiting.h"
+
 #include <stdexcept>
 
 namespace orvo::test {
@@ -27,12 +28,8 @@ VirtualCamera::VirtualCamera(std::uint32_t colour)
             "video/x-raw,format=YUY2,width=1280,height=720,framerate=30/1", "!", "pipewiresink", "mode=provide",
             QString("stream-properties=props,media.class=Video/Source,media.role=Camera,node.name=%1,node.description=%2")
                 .arg(id, label)});
-    for (int i = 0; i < 200; ++i) {
-        if (isOffered(id))
-            return;
-        QThread::msleep(50);
-    }
-    throw std::runtime_error("the camera does not appear");
+    if (!pollUntil([] { return isOffered(id); }))
+        throw std::runtime_error("the camera does not appear");
 }
 
 VirtualCamera::~VirtualCamera()

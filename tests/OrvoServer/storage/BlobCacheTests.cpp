@@ -1,5 +1,6 @@
 #include "OrvoServer/storage/BlobCache.h"
 #include "TestSupport/TemporaryFolder.h"
+#include "TestSupport/Waiting.h"
 #include "VideoCore/FileIO.h"
 
 #include <atomic>
@@ -26,10 +27,9 @@ public:
     {
         const bool isFirst = ++fetches == 1;
         fetches.notify_all();
-        while (isFirst) {
-            if (stop.stop_requested())
-                throw Cancelled();
-            std::this_thread::yield();
+        if (isFirst) {
+            EXPECT_TRUE(waitForStop(stop));
+            throw Cancelled();
         }
         writeFileAtomically(target, "content");
     }
@@ -59,8 +59,7 @@ TEST(BlobCacheTests, FetchesAgainForWaitersWhenAFetchIsCancelled)
         waiter = ::gettid();
         EXPECT_EQ(cache.open("key", 7, {})->size(), 7U);
     });
-    while (!sleeps(waiter))
-        std::this_thread::yield();
+    EXPECT_TRUE(pollUntil([&] { return sleeps(waiter); }));
     const std::stop_source third;
     third.request_stop();
     EXPECT_THROW(cache.open("key", 7, third.get_token()), Cancelled) << "a waiting thread can be cancelled alone";

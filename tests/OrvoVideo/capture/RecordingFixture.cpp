@@ -1,9 +1,10 @@
 #include "RecordingFixture.h"
 
+#include "TestSupport/Waiting.h"
+
 #include <QProcess>
 #include <algorithm>
 #include <stdexcept>
-#include <thread>
 
 namespace orvo::test {
 
@@ -47,12 +48,8 @@ RecordingSession::Result RecordingFixture::record(const RecordingSession::Plan& 
 
 void RecordingFixture::waitFor(const RecordingSession& session, double seconds)
 {
-    const auto limit = CaptureClock::now() + std::chrono::seconds(60);
-    while (session.time() < seconds) {
-        if (CaptureClock::now() > limit)
-            throw std::runtime_error("the recording time stands still");
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    if (!pollUntil([&] { return session.time() >= seconds; }))
+        throw std::runtime_error("the recording time stands still");
 }
 
 std::string RecordingFixture::error() const

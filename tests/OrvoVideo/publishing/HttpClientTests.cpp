@@ -1,4 +1,5 @@
 #include "PublisherFixture.h"
+#include "TestSupport/Waiting.h"
 
 #include <cstdlib>
 #include <netinet/in.h>
@@ -194,8 +195,7 @@ TEST_F(PublisherRequest, CancelsWhileWaiting)
         server.forgetRequests();
         std::stop_source stop;
         const std::jthread canceller([&] {
-            while (server.asked().empty())
-                std::this_thread::yield();
+            EXPECT_TRUE(pollUntil([&] { return !server.asked().empty(); }));
             stop.request_stop();
         });
         EXPECT_THROW(client.request(path, "GET", stop.get_token()), Cancelled);

@@ -1,4 +1,5 @@
 #include "PublisherFixture.h"
+#include "TestSupport/Waiting.h"
 
 #include <thread>
 
@@ -152,8 +153,7 @@ TEST_F(PublisherFaults, KeepsSentChunksWhenCancelled)
     server.setFaults(R"([{"method":"PUT","do":"close","times":9}])");
     {
         const std::jthread canceller([&] {
-            while (ranges().size() < 2)
-                std::this_thread::yield();
+            EXPECT_TRUE(pollUntil([&] { return ranges().size() >= 2; }));
             other.request_stop();
         });
         EXPECT_THROW(publish(other.get_token()), Cancelled);
