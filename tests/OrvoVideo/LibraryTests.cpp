@@ -1,10 +1,11 @@
 #include "ModelFixture.h"
 #include "TestSupport/Media.h"
 #include "TestSupport/SmallDisk.h"
+#include "TestSupport/Waiting.h"
 
 #include <QProcess>
-#include <QThread>
 #include <fstream>
+#include <iterator>
 #include <unistd.h>
 
 namespace orvo::test {
@@ -140,7 +141,28 @@ TEST_F(LibraryTests, PreparesARecordingThatIsOpenedMeanwhile)
 {
     const auto movie = folder / "screen.webm";
     ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=64x36:rate=10:duration=1", "-c:v", "libvpx", movie});
-    for (const int delay : {0, 60, 250}) {
+    /// The prepared file so far; nullopt before its conversion begins.
+    const auto prepared = [&](const VideoProject& recording) -> std::optional<std::string> {
+        for (const auto& entry : fs::directory_iterator(store.directory(recording.id) / "media")) {
+            if (entry.path().string().contains("-prepared-")) {
+                std::ifstream file(entry.path());
+                return std::string(std::istreambuf_iterator<char>(file), {});
+            }
+        }
+        return std::nullopt;
+    };
+    struct Moment {
+        const char* name;
+        std::function<bool(const VideoProject&)> hasCome;
+    };
+    const std::vector<Moment> moments{
+        {"before the conversion", [](const auto&) { return true; }},
+        {"during the conversion", [&](const auto& recording) { return prepared(recording).has_value(); }},
+        // ffmpeg writes the index last.
+        {"after the conversion", [&](const auto& recording) { return prepared(recording).value_or("").contains("moov"); }},
+    };
+    for (const auto& moment : moments) {
+        SCOPED_TRACE(moment.name);
         auto recording = VideoProject::make("being prepared");
         recording.state = "processing-tab";
         recording.duration = 1;
@@ -148,13 +170,14 @@ TEST_F(LibraryTests, PreparesARecordingThatIsOpenedMeanwhile)
         add(recording);
         fs::copy_file(movie, store.directory(recording.id) / "media/screen.webm");
         start();
-        QThread::msleep(static_cast<unsigned long>(delay));
+        // The model takes the result only when the event loop runs.
+        ASSERT_TRUE(pollUntil([&] { return moment.hasCome(recording); }));
         select(recording);
         ASSERT_TRUE(waitUntil([&] { return onDisk(recording.id).state == "ready"; }));
-        ASSERT_TRUE(waitUntil([&] { return project().state == "ready"; })) << delay;
+        ASSERT_TRUE(waitUntil([&] { return project().state == "ready"; }));
         setTitle("edited");
         ASSERT_TRUE(saved());
-        EXPECT_THAT(onDisk().tracks[0].file, testing::HasSubstr("-prepared-")) << delay;
+        EXPECT_THAT(onDisk().tracks[0].file, testing::HasSubstr("-prepared-"));
     }
 }
 
