@@ -3,6 +3,7 @@
 #include "TestSupport/Media.h"
 #include "TestSupport/SmallDisk.h"
 #include "TestSupport/TemporaryFolder.h"
+#include "TestSupport/Waiting.h"
 #include "VideoCore/Error.h"
 
 #include <algorithm>
@@ -11,13 +12,11 @@
 #include <gmock/gmock.h>
 #include <gst/gst.h>
 #include <numbers>
-#include <thread>
 
 namespace orvo::test {
 
 namespace {
 
-using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
 constexpr FrameSize size{160, 90};
@@ -167,11 +166,12 @@ TEST_F(SampleWriterTests, ReportsTheFirstFailureOnce)
     SampleWriter writer(folder / "audio.m4a", {.onFailure = [&](const std::exception_ptr&) { ++reports; }});
     {
         const FileSizeLimit full(60'000);
-        for (int i = 0; i < 30 && reports == 0; ++i) {
-            writer.append(audio(i, 1), origin);
-            std::this_thread::sleep_for(50ms);
-        }
-        EXPECT_THROW(writer.finish(at(30)), Error);
+        int seconds = 0;
+        EXPECT_TRUE(pollUntil([&] {
+            writer.append(audio(seconds++, 1), origin);
+            return reports > 0;
+        }));
+        EXPECT_THROW(writer.finish(at(seconds)), Error);
     }
     EXPECT_EQ(reports, 1);
     EXPECT_GT(level(decodeAudio(writer.url()), 0, 1), 0.1);
