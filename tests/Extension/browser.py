@@ -130,18 +130,18 @@ class Browser:
 
     def begin(self):
         before = {project["id"] for project in self.projects()}
+        pressed = 0
 
         def begun():
-            return next((new for new in self.projects() if new["id"] not in before), None)
-
-        project, end, pressed = None, time.monotonic() + LIMIT, 0
-        while not (project := begun()):
-            expect(time.monotonic() < end, "no recording began")
+            nonlocal pressed
+            project = next((new for new in self.projects() if new["id"] not in before), None)
             # A new window may miss a key.
-            if time.monotonic() > pressed + 10 and self.badge() in (None, "", "!"):
+            if not project and time.monotonic() > pressed + 10 and self.badge() in (None, "", "!"):
                 self.press("ctrl+shift+7")
                 pressed = time.monotonic()
-            time.sleep(0.1)
+            return project
+
+        project = wait_for("the beginning of a recording", begun)
         expect(project["state"] == "recording-tab", f"the project is {project['state']}")
         files = [self.media(project, track["kind"]) for track in project["tracks"]]
         wait_for("the first chunk of each track", lambda: all(file.exists() and file.stat().st_size for file in files))

@@ -3,9 +3,8 @@
 import json
 import os
 import subprocess
-import time
 
-from tab import expect  # Also adds the next module's folder to the path.
+from tab import expect, wait_for  # Also adds the next module's folder to the path.
 from desktop import Desktop  # noqa: I001
 
 
@@ -82,10 +81,12 @@ class Windows:
         self.begin(project, origin)
         self.desktop.do("see", "Reemplazar vídeo publicado")
         document = self.library / project / "project.json"
-        while "publication" not in (content := json.loads(document.read_text())):
+
+        def publication():
             expect(self.process.poll() is None, "the application has ended")
-            time.sleep(0.05)
-        return content["publication"]["url"]
+            return json.loads(document.read_text()).get("publication")
+
+        return wait_for("the publication in the document", publication)["url"]
 
     def move(self, _project, origin):
         self._permit(origin, "turn-off")

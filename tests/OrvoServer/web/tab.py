@@ -5,7 +5,6 @@ import json
 import os
 import sys
 import threading
-import time
 from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
@@ -117,14 +116,14 @@ class Tab:
     def frame_session(self):
         """Returns the session of the cross-site frame after its document has loaded."""
         session = self.browser.wait_for("Target.attachedToTarget", self.session)["sessionId"]
-        end = time.monotonic() + LIMIT
-        while time.monotonic() < end:
+
+        def is_loaded():
             try:
-                if self.run("document.readyState === 'complete' && location.href !== 'about:blank'", session):
-                    break
+                return self.run("document.readyState === 'complete' && location.href !== 'about:blank'", session)
             except Failure:
-                pass  # The frame is navigating.
-            time.sleep(0.1)
+                return False  # The frame is navigating.
+
+        wait_for("the document of the frame", is_loaded)
         return session
 
     def run(self, script, session=None):
