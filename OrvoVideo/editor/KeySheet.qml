@@ -89,6 +89,8 @@ Popup {
                         required property string modelData
 
                         Layout.alignment: Qt.AlignTop
+                        // The tallest group stands beside the two that follow it.
+                        Layout.rowSpan: page.fitsTwo && modelData === "Línea de tiempo" ? 2 : 1
                         spacing: Theme.space(1.5)
 
                         OCaption {
