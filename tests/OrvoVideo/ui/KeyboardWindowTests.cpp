@@ -107,6 +107,38 @@ TEST_F(KeyboardWindowTests, ScrollsTheFocusedControlIntoView)
     walk("Ajustes", Qt::Key_Tab, 30);
 }
 
+TEST_F(KeyboardWindowTests, ScrollsTheNotesWithTheKeysOfTheSheet)
+{
+    show();
+    QMetaObject::invokeMethod(&view(), "openNotes");
+    turnTo("Notas");
+    auto* notes = view().findChild<QQuickItem*>("notesText");
+    ASSERT_TRUE(notes);
+    notes->setProperty("text", QString("Una línea\n").repeated(300));
+    QQuickItem* page = notes;
+    while (page && !page->property("contentY").isValid())
+        page = page->parentItem();
+    ASSERT_TRUE(page);
+    const auto place = [page] { return page->property("contentY").toReal(); };
+
+    page->setProperty("contentY", 0);
+    key(Qt::Key_Down);
+    const double line = place();
+    EXPECT_GT(line, 0);
+    key(Qt::Key_PageDown);
+    EXPECT_NEAR(place(), 7 * line, 0.01);
+    key(Qt::Key_PageUp);
+    key(Qt::Key_Up);
+    EXPECT_EQ(place(), 0);
+    key(Qt::Key_Plus);
+    key(Qt::Key_Right);
+    EXPECT_EQ(view().findChild<QQuickItem*>("notesSpeed")->property("value"), 40);
+    key(Qt::Key_Space);
+    EXPECT_TRUE(waitUntil([&] { return place() > 0; })) << "the text scrolls by itself";
+    key(Qt::Key_Space);
+    EXPECT_TRUE(control(QAccessible::Button, "Mover el texto solo"));
+}
+
 TEST_F(KeyboardWindowTests, GivesEveryFocusableItemANameAndARole)
 {
     auto lesson = withMovie("Demo");
