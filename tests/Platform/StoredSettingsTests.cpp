@@ -5,7 +5,6 @@
 #include "VideoCore/FileLock.h"
 
 #include <cstdlib>
-#include <fcntl.h>
 #include <format>
 #include <fstream>
 #include <gmock/gmock.h>
@@ -98,7 +97,7 @@ TEST_F(StoredSettingsTests, RemembersWithoutWaitingForTheDisk)
     fs::remove(StoredSettings::file());
     fs::create_directory(StoredSettings::file());
     {
-        FileLock other(UniqueFd(::open((folder / "OrvoVideo").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)));
+        FileLock other = openFolderLock(folder / "OrvoVideo");
         other.lock();
         StoredSettings::remember("width", "400");
         EXPECT_TRUE(pollUntil([] { return waitsForALock(); }));
