@@ -288,12 +288,16 @@ private:
         const fs::path folder = target.parent_path() / "pieces"; // On the disk that must also hold the whole film.
         fs::create_directories(folder);
         PieceCache cache;
-        const bool done = film->make(
-            target, folder,
-            [&](const fs::path& file, const std::string& version, const std::stop_token& stop) {
-                audio(work).makeWith(cache, version, file, stop);
-            },
-            cache, progress, m_stop);
+        const auto makeAudio = [&](const fs::path& file, const std::string& version, const std::stop_token& stop) {
+            audio(work).makeWith(cache, version, file, stop);
+        };
+        bool done = false;
+        try {
+            done = film->make(target, folder, makeAudio, cache, progress, m_stop);
+        } catch (...) {
+            cache.trim(); // The cache keeps the pieces that were complete.
+            throw;
+        }
         fs::remove_all(folder);
         cache.trim();
         return done;

@@ -247,6 +247,50 @@ TEST_F(PiecedFilmTests, ShowsTheRightFramesOfIrregularRecordings)
     EXPECT_GT(films(kept(), piecesFolder()), 2U);
 }
 
+/// A film of three parallel runs, and one of which a run encodes with other parameters.
+TEST_F(PiecedFilmTests, JoinsThePiecesOfSeveralRunsIfTheyFit)
+{
+    makePlain();
+    makeScreen();
+    const fs::path ffmpeg = *ProcessRunner::ffmpeg();
+    const fs::path other = folder / "other-ffmpeg";
+    writeFileAtomically(other,
+        std::format("#!/bin/bash\n[[ \"$*\" == *piece2.mp4* ]] && set -- \"${{@/ultrafast/veryfast}}\"\nexec '{}' \"$@\"\n",
+            ffmpeg.string()));
+    fs::permissions(other, fs::perms::owner_all);
+    const auto made = [&](const fs::path& program) {
+        PiecedFilm::Recipe recipe{.ffmpeg = program,
+            .project = project,
+            .size = {.width = 320, .height = 180},
+            .fps = 30,
+            .encoder = {"-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p"},
+            .container = {"-f", "mp4"},
+            .runs = 3};
+        recipe.sources.push_back(
+            {.input = {.track = project.tracks.front(), .file = store.directory(project.id) / "media/screen.mov"},
+                .decoding = {}});
+        const auto film = PiecedFilm::of(std::move(recipe));
+        EXPECT_TRUE(film);
+        const TemporaryFolder work;
+        PieceCache cache(work / "cache");
+        return film
+            && film->make(
+                folder / "film.mp4", work.path(),
+                [&](const fs::path& target, const std::string&, const std::stop_token& stop) {
+                    ProcessRunner::run(ffmpeg,
+                        {"-v", "error", "-f", "lavfi", "-i", "anullsrc=r=48000:duration=37", "-c:a", "aac", target.string()},
+                        {}, 0, stop);
+                },
+                cache);
+    };
+
+    EXPECT_TRUE(made(ffmpeg));
+    EXPECT_EQ(numbersIn(folder / "film.mp4"), expectedNumbers());
+    fs::remove(folder / "film.mp4");
+    EXPECT_FALSE(made(other)) << "a decoder would need other parameters in the middle of the film";
+    EXPECT_FALSE(fs::exists(folder / "film.mp4"));
+}
+
 TEST_F(PiecedFilmTests, EncodesOnlyPiecesThatAnEditChanged)
 {
     makePlain();
