@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <format>
+#include <numbers>
 #include <vector>
 
 namespace orvo::RenderGraph {
@@ -18,6 +19,25 @@ using GraphText::labels;
 bool isMixed(const Input& input)
 {
     return input.hasAudio && input.track.volume > 0 && input.track.kind != TrackKind::camera;
+}
+
+/// ffmpeg converts mono to stereo at half the power for each channel.
+constexpr double monoLevel = 1 / std::numbers::sqrt2;
+
+/// The filters that clean a microphone.
+std::string cleaning(const EditState& edit, const Input& input)
+{
+    std::string filters;
+    if (input.track.kind != TrackKind::microphone)
+        return filters;
+    if (edit.noiseReduction)
+        filters += ",highpass=f=70,afftdn=nf=-30:nr=8";
+    // The normaliser's first frame lasts three seconds at four times the rate; converting it whole would take 90 MB.
+    if (edit.normalizeVoice) {
+        filters +=
+            std::format(",loudnorm=I=-16:TP=-1.5:LRA=11{},asetnsamples=n=19200:p=0", input.isMono ? ":dual_mono=true" : "");
+    }
+    return filters;
 }
 
 } // namespace
@@ -35,15 +55,13 @@ std::string audioMix(const VideoProject& project, std::span<const Input> inputs,
         if (!isMixed(inputs[i]))
             continue;
         const auto& track = inputs[i].track;
-        std::string clean;
-        if (track.kind == TrackKind::microphone && edit.noiseReduction)
-            clean += ",highpass=f=70,afftdn=nf=-30:nr=8";
-        // The normaliser's first frame lasts three seconds at four times the rate; converting it whole would take 90 MB.
-        if (track.kind == TrackKind::microphone && edit.normalizeVoice)
-            clean += ",loudnorm=I=-16:TP=-1.5:LRA=11,asetnsamples=n=19200:p=0";
-        chains.add(std::format("[{}:a]aresample=48000:async=1:first_pts=0,aformat=sample_fmts=fltp:channel_layouts=stereo,"
-                               "asetpts=PTS-STARTPTS,volume={}{},adelay={}:all=1{}",
-            i, numberText(track.volume), clean, truncated(std::max(track.start, 0.0) * 1000), label("voice", count)));
+        const std::string clean = cleaning(edit, inputs[i]);
+        // Both channels of a mono microphone would be cleaned alike, at twice the time and memory.
+        const bool isMono = inputs[i].isMono && !clean.empty();
+        chains.add(std::format("[{}:a]aresample=48000:async=1:first_pts=0,aformat=sample_fmts=fltp:channel_layouts={},"
+                               "asetpts=PTS-STARTPTS,volume={}{}{},adelay={}:all=1{}",
+            i, isMono ? "mono" : "stereo", numberText(isMono ? track.volume * monoLevel : track.volume), clean,
+            isMono ? ",pan=stereo|c0=c0|c1=c0" : "", truncated(std::max(track.start, 0.0) * 1000), label("voice", count)));
         ++count;
     }
     if (count > 0) {

@@ -81,6 +81,7 @@ FilmSources FilmSources::of(const VideoProject& project, const ProjectStore& sto
             input.hasVideo = false;
         }
         input.hasAudio = facts.audioStreams > 0;
+        input.isMono = facts.audio && facts.audio->channels == 1;
         input.fillsFrame =
             facts.video && facts.video->uprightWidth() * size.height == facts.video->uprightHeight() * size.width;
         sources.decoding.push_back({.isEasy = isEasyToDecode(facts, size),

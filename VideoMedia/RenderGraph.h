@@ -20,6 +20,7 @@ struct Input {
     MediaTrack track;
     std::filesystem::path file;
     bool hasAudio = false;
+    bool isMono = false; ///< Whether the audio has a single channel.
     bool hasVideo = true; ///< A clip without video shows black while its audio plays.
     bool fillsFrame = false; ///< Whether the video has the aspect ratio of the film.
     /// Timestamp of the first frame in the time base of its stream; for pieces, which are read from the middle of the file.
