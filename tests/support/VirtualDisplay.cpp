@@ -29,7 +29,7 @@ bool VirtualDisplay::xdotool(const QStringList& words) const
     variables.insert("DISPLAY", m_name);
     process.setProcessEnvironment(variables);
     process.start("xdotool", words);
-    return process.waitForFinished(30'000) && process.exitCode() == 0;
+    return process.waitForFinished(120'000) && process.exitCode() == 0;
 }
 
 void VirtualDisplay::enter()

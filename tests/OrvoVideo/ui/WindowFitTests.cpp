@@ -260,56 +260,56 @@ TEST_F(WindowFitTests, StartsInsideTheScreenAndStaysMaximized)
     EXPECT_EQ(view().windowStates(), Qt::WindowMaximized);
 }
 
-TEST_F(WindowFitTests, FitsAllItemsAtEverySize)
+/// The parameter is the number of a screen; they differ in scale.
+class WindowScaleTests : public WindowFitTests, public testing::WithParamInterface<int> { };
+
+TEST_P(WindowScaleTests, FitsAllItemsAtEverySize)
 {
     const auto open = lesson();
     auto interrupted = withMovie("Interrumpida");
     interrupted.state = ProjectState::recoverable;
     store.save(interrupted);
     show();
-    for (auto* screen : QGuiApplication::screens()) {
-        view().setScreen(screen);
-        expectFits("welcome");
+    view().setScreen(QGuiApplication::screens().at(GetParam()));
+    expectFits("welcome");
+    select(interrupted);
+    widenPanes();
+    expectFits("interrupted");
+    select(open);
+    model->setSelectedSpan({13, 16});
+    model->findSuggestions();
+    for (const char* section : {"text", "effects", "share"}) {
+        turnToSection(section);
+        expectFits(section);
     }
-    for (auto* screen : QGuiApplication::screens()) {
-        view().setScreen(screen);
-        select(interrupted);
-        widenPanes();
-        expectFits("interrupted");
-        select(open);
-        model->setSelectedSpan({13, 16});
-        model->findSuggestions();
-        for (const char* section : {"text", "effects", "share"}) {
-            turnToSection(section);
-            expectFits(section);
-        }
-        const Answer<int> end;
-        model->perform([end](WorkControl) -> QCoro::Task<> { co_await end; });
-        expectFits("busy");
-        end.give(0);
-        ASSERT_TRUE(waitUntil([&] { return model->idle(); }));
-        setPhase(Recorder::Phase::Recording);
-        expectFits("recording");
-        setPhase(Recorder::Phase::Idle);
-        model->editing()->setFlag("sharpen", !project().edit.sharpen);
-        model->editing()->setOverlayText(model->overlays()->get(0)["overlayId"].toString(), "Pendiente = cambio en y");
-        key(Qt::Key_H, Qt::ControlModifier);
-        ASSERT_TRUE(waitUntil([&] { return control(QAccessible::ListItem, "Principio") != nullptr; }));
-        expectFits("history");
-        key(Qt::Key_Escape);
-        key(Qt::Key_F1);
-        expectFits("keys");
-        key(Qt::Key_Escape);
-        key(Qt::Key_A, Qt::AltModifier);
-        ASSERT_TRUE(waitUntil([&] { return control(QAccessible::MenuItem, "Exportar…") != nullptr; }));
-        expectFits("menu");
-        key(Qt::Key_Escape);
-        key(Qt::Key_Escape);
-        QMetaObject::invokeMethod(&view(), "openRecorder");
-        expectFits("recording panel");
-        QMetaObject::invokeMethod(&view(), "closeRecorder");
-    }
+    const Answer<int> end;
+    model->perform([end](WorkControl) -> QCoro::Task<> { co_await end; });
+    expectFits("busy");
+    end.give(0);
+    ASSERT_TRUE(waitUntil([&] { return model->idle(); }));
+    setPhase(Recorder::Phase::Recording);
+    expectFits("recording");
+    setPhase(Recorder::Phase::Idle);
+    model->editing()->setFlag("sharpen", !project().edit.sharpen);
+    model->editing()->setOverlayText(model->overlays()->get(0)["overlayId"].toString(), "Pendiente = cambio en y");
+    key(Qt::Key_H, Qt::ControlModifier);
+    ASSERT_TRUE(waitUntil([&] { return control(QAccessible::ListItem, "Principio") != nullptr; }));
+    expectFits("history");
+    key(Qt::Key_Escape);
+    key(Qt::Key_F1);
+    expectFits("keys");
+    key(Qt::Key_Escape);
+    key(Qt::Key_A, Qt::AltModifier);
+    ASSERT_TRUE(waitUntil([&] { return control(QAccessible::MenuItem, "Exportar…") != nullptr; }));
+    expectFits("menu");
+    key(Qt::Key_Escape);
+    key(Qt::Key_Escape);
+    QMetaObject::invokeMethod(&view(), "openRecorder");
+    expectFits("recording panel");
+    QMetaObject::invokeMethod(&view(), "closeRecorder");
 }
+
+INSTANTIATE_TEST_SUITE_P(Screens, WindowScaleTests, testing::Values(0, 1, 2));
 
 } // namespace
 
