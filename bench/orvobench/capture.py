@@ -12,6 +12,7 @@ import sys
 import time
 from dataclasses import dataclass
 from pathlib import Path
+from statistics import median
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tests/support"))
 
@@ -38,7 +39,7 @@ def rows(programs, folder, seconds, runs, say):
             with Display(programs, folder, fps) as display:
                 ours.append(display.record(seconds, fps))
                 peers.append(display.grab(seconds, fps))
-        table += _rows(f"recording 1080p{fps}", ours, peers, max_loss=10 if fps == 60 else None)
+        table += _rows(f"recording 1080p{fps}", fps, ours, peers, max_loss=10 if fps == 60 else None)
     with one_core():
         lost = []
         for number in range(runs):
@@ -66,6 +67,7 @@ class Recorded:
     seconds: float
     shown: int  # Frames that the display showed during the recording.
     lost: int  # Those that are missing in the file.
+    drift: float  # Milliseconds by which the last frames are later than the first ones, relative to the times they show.
 
     def core_share(self):
         return 100 * self.cost.cpu / self.seconds
@@ -74,13 +76,15 @@ class Recorded:
         return 100 * self.lost / max(self.shown, 1)
 
 
-def _rows(what, ours, peers, max_loss):
+def _rows(what, fps, ours, peers, max_loss):
     peer = "ffmpeg x11grab"
     return [
         Row(f"{what}: processor", "% of a core", [one.core_share() for one in ours], [one.core_share() for one in peers], peer,
             at_most=1.0),
         Row(f"{what}: frames lost", "%", [one.lost_share() for one in ours], [one.lost_share() for one in peers], peer,
             limit=max_loss),
+        Row(f"{what}: drift from the first second to the last", "ms", [abs(one.drift) for one in ours],
+            [abs(one.drift) for one in peers], peer, limit=1000 / fps),
         Row(f"{what}: peak memory", "MB", [one.cost.peak for one in ours], [one.cost.peak for one in peers], peer),
     ]
 
@@ -135,10 +139,11 @@ class Display:
         return self._counted(cost, seconds, file)
 
     def _counted(self, cost, seconds, file):
-        recorded = set(shown_times(file))
+        times = shown_times(file)
+        recorded = set(times)
         first, last = min(recorded) + 1000 * WARM_UP, max(recorded) - 1000 * WARM_UP
         counted = {seen for seen in self.shown() if first <= seen <= last}
-        return Recorded(cost, seconds, len(counted), len(counted - recorded))
+        return Recorded(cost, seconds, len(counted), len(counted - recorded), _drift(file, times))
 
 
 def encoding(preset):
@@ -161,6 +166,19 @@ def shown_times(file):
             value = value << 1 | (brightness >= 128)
         times.append(_on_the_clock(value))
     return times
+
+
+def frame_times(file):
+    """The presentation times of the frames of a file, in seconds."""
+    lines = subprocess.run(["ffprobe", "-v", "error", "-select_streams", "v", "-show_entries", "packet=pts_time", "-of", "csv=p=0",
+                            str(file)], stdout=subprocess.PIPE, check=True).stdout.split()
+    return sorted(float(line.rstrip(b",")) for line in lines)
+
+
+def _drift(file, shown):
+    """By how many milliseconds the frames of the last second are later than those of the first, relative to the times they show."""
+    late = [(at, 1000 * at - seen) for at, seen in zip(frame_times(file), shown, strict=True)]
+    return median(delay for at, delay in late if at > late[-1][0] - 1) - median(delay for at, delay in late if at < late[0][0] + 1)
 
 
 def _on_the_clock(shown):

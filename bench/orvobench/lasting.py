@@ -14,7 +14,7 @@ from pathlib import Path
 from statistics import median
 
 from orvobench import measure
-from orvobench.capture import HEIGHT, WARM_UP, WIDTH, Display, shown_times
+from orvobench.capture import HEIGHT, WARM_UP, WIDTH, Display, frame_times, shown_times
 from orvobench.table import Row
 
 sys.path.insert(0, str(Path(__file__).resolve().parent.parent.parent / "tests/support"))
@@ -48,7 +48,7 @@ def rows(programs, folder, minutes, say):
     project = json.loads(document.read_text())
     tracks = {track["kind"]: track for track in project["tracks"]}
     file = {kind: document.parent / track["file"] for kind, track in tracks.items()}
-    frames = list(zip(_times_of(file["screen"]), shown_times(file["screen"])))
+    frames = list(zip(frame_times(file["screen"]), shown_times(file["screen"])))
     recorded = {seen for _, seen in frames}
     counted = {seen for seen in shown if min(recorded) + 1000 * WARM_UP <= seen <= max(recorded) - 1000 * WARM_UP}
     ends = [track["start"] + _length_of(file[kind]) for kind, track in tracks.items()]
@@ -80,13 +80,6 @@ def _growth(private):
     around = max(quarter // 10, 1)
     # Medians, because a single sample may fall between two buffers.
     return median(private[-2 * around:-around]) - median(private[quarter:quarter + around])
-
-
-def _times_of(file):
-    """The presentation times of the frames of a file, in seconds."""
-    lines = subprocess.run(["ffprobe", "-v", "error", "-select_streams", "v", "-show_entries", "packet=pts_time", "-of", "csv=p=0",
-                            str(file)], stdout=subprocess.PIPE, check=True).stdout.split()
-    return sorted(float(line.rstrip(b",")) for line in lines)
 
 
 def _length_of(file):

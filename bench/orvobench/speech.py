@@ -72,9 +72,11 @@ def rows(programs, cache, quick, say):
         heard, _ = _run(bench, "words", model, language, "quick", folder / f"{name}.wav")
         result += _quality(name, truth, heard["words"])
         result.append(Row(f"speech, {name}: word errors", "%", [_errors(truth_words(truth), _texts(heard["words"])) * 100]))
-    say("speech: files without speech")
-    invented = sum(len(_run(bench, "words", model, "es", "quick", folder / f"{name}.wav")[0]["words"]) for name in _speechless())
-    result.append(Row("speech: words made up in 5 minutes each of silence, tone, music, noise, and breaths and clicks", "", [invented], limit=0))
+    for decoding in ("quick", "careful"):
+        say(f"speech: files without speech, {decoding}")
+        invented = sum(len(_run(bench, "words", model, "es", decoding, folder / f"{name}.wav")[0]["words"]) for name in _speechless())
+        result.append(Row(f"speech, {decoding}: words made up in 5 minutes each of silence, tone, music, noise, and breaths and clicks",
+                          "", [invented], limit=0))
     if not quick:
         say("speech: memory")
         long = folder / "long.wav"
