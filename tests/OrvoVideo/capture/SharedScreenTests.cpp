@@ -82,13 +82,13 @@ TEST_F(SharedScreenTests, KeepsTheLastFrameWhenThePointerMoves)
         open({.width = 320, .height = 180}, {.size = {.width = 160, .height = 90}});
         ASSERT_TRUE(isRed(frame(), 20, 40));
         // On a busy machine, PipeWire may drop a frame itself. A stream that forgets the last one forgets it every time.
-        bool isTurned = false;
-        for (int attempts = 0; attempts < 10 && !isTurned; ++attempts) {
+        const auto isTurned = [&] { return isBlue(frame(), 20, 40); };
+        for (int attempts = 0; attempts < 10 && !isTurned(); ++attempts) {
             screen->turnForGood();
             const QDeadlineTimer soon(3000);
-            ASSERT_TRUE(comesToHold([&] { return (isTurned = isBlue(frame(), 20, 40)) || soon.hasExpired(); }));
+            ASSERT_TRUE(comesToHold([&] { return isTurned() || soon.hasExpired(); }));
         }
-        EXPECT_TRUE(isTurned);
+        EXPECT_TRUE(isTurned());
         stream.reset();
         newest = {};
     }
