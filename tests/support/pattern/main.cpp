@@ -61,8 +61,7 @@ public:
             static_cast<std::uint32_t>(title.size()), title.data());
         xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, atom("_NET_WM_NAME"), atom("UTF8_STRING"), 8,
             static_cast<std::uint32_t>(title.size()), title.data());
-        constexpr std::string_view kind{
-            "pattern\0Pattern", 16}; // NOLINT(bugprone-string-constructor): includes the final null.
+        constexpr auto kind = std::to_array("pattern\0Pattern"); // Includes the final null.
         xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8,
             static_cast<std::uint32_t>(kind.size()), kind.data());
         m_pixmap = xcb_generate_id(m_connection);
