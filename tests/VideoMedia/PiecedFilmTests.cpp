@@ -269,19 +269,14 @@ TEST_F(PiecedFilmTests, JoinsThePiecesOfSeveralRunsIfTheyFit)
         recipe.sources.push_back(
             {.input = {.track = project.tracks.front(), .file = store.directory(project.id) / "media/screen.mov"},
                 .decoding = {}});
-        const auto film = PiecedFilm::of(std::move(recipe));
-        EXPECT_TRUE(film);
         const TemporaryFolder work;
         PieceCache cache(work / "cache");
-        return film
-            && film->make(
-                folder / "film.mp4", work.path(),
-                [&](const fs::path& target, const std::string&, const std::stop_token& stop) {
-                    ProcessRunner::run(ffmpeg,
-                        {"-v", "error", "-f", "lavfi", "-i", "anullsrc=r=48000:duration=37", "-c:a", "aac", target.string()},
-                        {}, 0, stop);
-                },
-                cache);
+        const auto makeSilence = [&](const fs::path& target, const std::string&, const std::stop_token& stop) {
+            ProcessRunner::run(ffmpeg,
+                {"-v", "error", "-f", "lavfi", "-i", "anullsrc=r=48000:duration=37", "-c:a", "aac", target.string()}, {}, 0,
+                stop);
+        };
+        return PiecedFilm::of(std::move(recipe)).value().make(folder / "film.mp4", work.path(), makeSilence, cache);
     };
 
     EXPECT_TRUE(made(ffmpeg));
