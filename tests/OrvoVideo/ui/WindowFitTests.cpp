@@ -270,6 +270,7 @@ TEST_P(WindowScaleTests, FitsAllItemsAtEverySize)
     interrupted.state = ProjectState::recoverable;
     store.save(interrupted);
     show();
+    ASSERT_EQ(QGuiApplication::screens().size(), 3) << "each has its parameter";
     view().setScreen(QGuiApplication::screens().at(GetParam()));
     expectFits("welcome");
     select(interrupted);
