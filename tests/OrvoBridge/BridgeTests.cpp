@@ -60,9 +60,10 @@ protected:
 fs::path tabFile(const TemporaryFolder& folder, double seconds)
 {
     const fs::path file = folder / "tab.webm";
-    ffmpeg({"-f", "lavfi", "-i", std::format("testsrc2=size=320x180:rate=30:duration={}", seconds), "-f", "lavfi", "-i",
-        std::format("sine=440:duration={}", seconds), "-c:v", "libvpx", "-deadline", "realtime", "-cpu-used", "8", "-c:a",
-        "libopus", "-live", "1", file.string()});
+    makeMedia(file,
+        {"-f", "lavfi", "-i", std::format("testsrc2=size=320x180:rate=30:duration={}", seconds), "-f", "lavfi", "-i",
+            std::format("sine=440:duration={}", seconds), "-c:v", "libvpx", "-deadline", "realtime", "-cpu-used", "8",
+            "-c:a", "libopus", "-live", "1"});
     return file;
 }
 

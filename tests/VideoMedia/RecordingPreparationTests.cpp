@@ -28,8 +28,9 @@ protected:
     /// Makes a fragmented movie like a recorder's and truncates it to `share` of its bytes.
     static void makeInterrupted(const fs::path& file, const std::string& source, double share)
     {
-        ffmpeg({"-f", "lavfi", "-i", source, "-c:v", "libx264", "-preset", "ultrafast", "-g", "10", "-bf", "0", "-movflags",
-            "frag_keyframe+empty_moov", "-f", "mov", file});
+        makeMedia(file,
+            {"-f", "lavfi", "-i", source, "-c:v", "libx264", "-preset", "ultrafast", "-g", "10", "-bf", "0", "-movflags",
+                "frag_keyframe+empty_moov", "-f", "mov"});
         fs::resize_file(file, static_cast<std::uintmax_t>(static_cast<double>(fs::file_size(file)) * share));
     }
 

@@ -17,8 +17,9 @@ protected:
     ImportExport()
         : clip(folder / "mi vídeo.de prueba.mp4")
     {
-        ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=160x90:rate=30:duration=3", "-f", "lavfi", "-i", "sine=duration=3",
-            "-c:v", "libx264", "-preset", "ultrafast", "-c:a", "aac", clip});
+        makeMedia(clip,
+            {"-f", "lavfi", "-i", "testsrc2=size=160x90:rate=30:duration=3", "-f", "lavfi", "-i", "sine=duration=3", "-c:v",
+                "libx264", "-preset", "ultrafast", "-c:a", "aac"});
     }
 
     fs::path clip;

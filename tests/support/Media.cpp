@@ -4,13 +4,16 @@
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
 #include "VideoMedia/ProcessRunner.h"
+#include "VideoMedia/Sha256.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <map>
+#include <format>
+#include <regex>
 #include <sstream>
+#include <unistd.h>
 
 namespace orvo::test {
 
@@ -26,23 +29,6 @@ fs::path program()
     return *found;
 }
 
-/// "key=value" lines of ffprobe for the first stream of a type.
-std::map<std::string, std::string> streamFacts(const fs::path& file, const std::string& type)
-{
-    const fs::path ffprobe = fs::canonical(program()).parent_path() / "ffprobe";
-    std::istringstream lines(ProcessRunner::run(ffprobe,
-        {"-v", "error", "-select_streams", type + ":0", "-count_frames", "-show_entries",
-            "stream=width,height,nb_read_frames,duration,codec_name,pix_fmt,channels", "-of", "default=nw=1",
-            file.string()}));
-    std::map<std::string, std::string> facts;
-    for (std::string line; std::getline(lines, line);) {
-        const std::size_t equals = line.find('=');
-        if (equals != std::string::npos)
-            facts[line.substr(0, equals)] = line.substr(equals + 1);
-    }
-    return facts;
-}
-
 } // namespace
 
 std::string ffmpeg(const std::vector<std::string>& arguments)
@@ -52,15 +38,35 @@ std::string ffmpeg(const std::vector<std::string>& arguments)
     return ProcessRunner::run(program(), line);
 }
 
+void makeMedia(const fs::path& file, std::vector<std::string> arguments)
+{
+    std::string key;
+    for (const auto& argument : arguments)
+        key += argument + '\n';
+    const fs::path cache = ORVO_TEST_MEDIA;
+    const std::string name = Sha256::of(key);
+    const fs::path kept = cache / (name + file.extension().string());
+    if (!fs::exists(kept)) {
+        fs::create_directories(cache);
+        // Another test may make the same file at the same time.
+        const fs::path made = cache / std::format("{}.{}{}", name, ::getpid(), file.extension().string());
+        arguments.push_back(made.string());
+        ffmpeg(arguments);
+        fs::rename(made, kept);
+    }
+    fs::copy_file(kept, file, fs::copy_options::overwrite_existing);
+}
+
 void makeVideo(const fs::path& file, const std::string& source)
 {
-    ffmpeg({"-f", "lavfi", "-i", source, "-c:v", "libx264", "-preset", "ultrafast", "-crf", "12", "-pix_fmt", "yuv420p",
-        "-g", "60", file.string()});
+    makeMedia(file,
+        {"-f", "lavfi", "-i", source, "-c:v", "libx264", "-preset", "ultrafast", "-crf", "12", "-pix_fmt", "yuv420p", "-g",
+            "60"});
 }
 
 void makeAudio(const fs::path& file, const std::string& source)
 {
-    ffmpeg({"-f", "lavfi", "-i", source, "-c:a", "aac", "-b:a", "160k", "-ar", "48000", file.string()});
+    makeMedia(file, {"-f", "lavfi", "-i", source, "-c:a", "aac", "-b:a", "160k", "-ar", "48000"});
 }
 
 Frame::Colour Frame::at(int x, int y) const
@@ -88,17 +94,21 @@ Frame::Colour Frame::mean(double left, double top, double right, double bottom) 
 std::vector<Frame> decodeFrames(const fs::path& file)
 {
     const TemporaryFolder folder;
-    const auto facts = probe(file);
-    ffmpeg({"-i", file.string(), "-map", "0:v:0", "-fps_mode", "passthrough", "-f", "rawvideo", "-pix_fmt", "rgb24",
-        (folder / "frames").string()});
+    ffmpeg({"-i", file.string(), "-map", "0:v:0", "-fps_mode", "passthrough", "-f", "image2pipe", "-c:v", "ppm", "-pix_fmt",
+        "rgb24", (folder / "frames").string()});
     const std::string bytes = readFile(folder / "frames");
-    const std::size_t size = static_cast<std::size_t>(facts.width) * static_cast<std::size_t>(facts.height) * 3;
     std::vector<Frame> frames;
-    for (std::size_t at = 0; at + size <= bytes.size(); at += size) {
-        frames.push_back({.width = facts.width,
-            .height = facts.height,
-            .pixels = {
-                bytes.begin() + static_cast<std::ptrdiff_t>(at), bytes.begin() + static_cast<std::ptrdiff_t>(at + size)}});
+    for (std::size_t at = 0; at < bytes.size();) {
+        std::istringstream header(bytes.substr(at, 32));
+        std::string format;
+        Frame frame;
+        int brightest = 0;
+        header >> format >> frame.width >> frame.height >> brightest;
+        const auto pixels = bytes.begin() + static_cast<std::ptrdiff_t>(at) + header.tellg() + 1; // After a line feed.
+        const auto end = pixels + std::ptrdiff_t{3} * frame.width * frame.height;
+        frame.pixels.assign(pixels, end);
+        at = static_cast<std::size_t>(end - bytes.begin());
+        frames.push_back(std::move(frame));
     }
     return frames;
 }
@@ -150,19 +160,26 @@ double level(const std::vector<float>& samples, double start, double end)
 
 ProbedFile probe(const fs::path& file)
 {
-    auto video = streamFacts(file, "v");
-    auto audio = streamFacts(file, "a");
-    const auto whole = [](const std::string& text) { return std::atoi(text.c_str()); };
-    const auto number = [](const std::string& text) { return std::atof(text.c_str()); };
-    return {.width = whole(video["width"]),
-        .height = whole(video["height"]),
-        .frames = whole(video["nb_read_frames"]),
-        .videoDuration = number(video["duration"]),
-        .audioDuration = number(audio["duration"]),
-        .videoCodec = video["codec_name"],
-        .pixelFormat = video["pix_fmt"],
-        .audioCodec = audio["codec_name"],
-        .audioChannels = whole(audio["channels"])};
+    const std::string streams = ProcessRunner::run(fs::canonical(program()).parent_path() / "ffprobe",
+        {"-v", "error", "-count_frames", "-show_entries",
+            "stream=codec_type,width,height,nb_read_frames,duration,codec_name,pix_fmt,channels", "-of", "compact=p=0",
+            file.string()});
+    /// A fact about the first stream of a type, empty without one.
+    const auto text = [&](const std::string& type, const std::string& name) {
+        const std::regex line("(^|\n)(?=[^\n]*codec_type=" + type + ")([^\n]*\\|)?" + name + "=([^|\n]*)");
+        std::smatch found;
+        return std::regex_search(streams, found, line) ? found[3].str() : std::string();
+    };
+    const auto whole = [&](const std::string& type, const std::string& name) { return std::atoi(text(type, name).c_str()); };
+    return {.width = whole("video", "width"),
+        .height = whole("video", "height"),
+        .frames = whole("video", "nb_read_frames"),
+        .videoDuration = std::atof(text("video", "duration").c_str()),
+        .audioDuration = std::atof(text("audio", "duration").c_str()),
+        .videoCodec = text("video", "codec_name"),
+        .pixelFormat = text("video", "pix_fmt"),
+        .audioCodec = text("audio", "codec_name"),
+        .audioChannels = whole("audio", "channels")};
 }
 
 double loudness(const fs::path& file)

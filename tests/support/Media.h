@@ -12,6 +12,10 @@ namespace orvo::test {
 /// Runs ffmpeg with these arguments, overwriting files. Returns its output; throws with that output if it fails.
 std::string ffmpeg(const std::vector<std::string>& arguments);
 
+/// Runs ffmpeg with these arguments, which read no files, and with `file` as its output. Keeps the result in the build
+/// folder: tests make the same files again and again, each in a process of its own.
+void makeMedia(const std::filesystem::path& file, std::vector<std::string> arguments);
+
 /// Makes an H.264 file from a lavfi graph with one video output.
 /// For example `makeVideo(file, "testsrc2=size=320x180:rate=30:duration=2")`.
 void makeVideo(const std::filesystem::path& file, const std::string& source);

@@ -29,9 +29,9 @@ protected:
         project.height = 180;
         project.tracks = {track(TrackKind::screen, "media/screen.mp4", 0, 6)};
         store.create(project);
-        ffmpeg(
+        makeMedia(store.directory(project.id) / "media/screen.mp4",
             {"-f", "lavfi", "-i", "testsrc2=size=320x180:rate=30:duration=6", "-f", "lavfi", "-i", "sine=duration=6", "-c:v",
-                "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", store.directory(project.id) / "media/screen.mp4"});
+                "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p"});
     }
 
     void TearDown() override

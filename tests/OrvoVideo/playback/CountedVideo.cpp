@@ -31,8 +31,7 @@ void CountedVideo::write(const std::filesystem::path& file) const
         "libx264", "-preset", "veryfast", "-pix_fmt", "yuv420p", "-bf", "3", "-g", std::to_string(keyFrameEvery),
         "-sc_threshold", "0"};
     arguments.insert(arguments.end(), options.begin(), options.end());
-    arguments.push_back(file.string());
-    ffmpeg(arguments);
+    makeMedia(file, std::move(arguments));
 }
 
 std::optional<int> frameNumber(const QImage& image, QRect place)

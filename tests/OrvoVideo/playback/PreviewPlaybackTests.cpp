@@ -29,9 +29,9 @@ protected:
         folder = std::make_unique<TemporaryFolder>();
         CountedVideo{.seconds = 2}.write(*folder / "video.mov");
         CountedVideo{.seconds = 20, .keyFrameEvery = 60}.write(*folder / "long.mov");
-        ffmpeg({"-f", "lavfi", "-i", "sine=1000:duration=2:sample_rate=48000", "-c:a", "aac", path("tone.m4a")});
-        ffmpeg({"-f", "lavfi", "-i", "sine=300:duration=1:sample_rate=44100,pan=stereo|c0=c0|c1=c0", "-c:a", "aac",
-            path("low.m4a")});
+        makeMedia(path("tone.m4a"), {"-f", "lavfi", "-i", "sine=1000:duration=2:sample_rate=48000", "-c:a", "aac"});
+        makeMedia(path("low.m4a"),
+            {"-f", "lavfi", "-i", "sine=300:duration=1:sample_rate=44100,pan=stereo|c0=c0|c1=c0", "-c:a", "aac"});
         ffmpeg({"-i", path("video.mov"), "-i", path("tone.m4a"), "-c", "copy", path("both.mp4")});
     }
     static void TearDownTestSuite() { folder.reset(); }

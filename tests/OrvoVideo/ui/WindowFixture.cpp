@@ -91,9 +91,9 @@ void WindowFixture::activate()
 std::filesystem::path WindowFixture::movie(const std::string& name, int seconds)
 {
     const auto file = folder / name;
-    ffmpeg({"-f", "lavfi", "-i", "color=red:size=320x180:rate=10:duration=" + std::to_string(seconds), "-f", "lavfi", "-i",
-        "sine=duration=" + std::to_string(seconds), "-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p",
-        file.string()});
+    makeMedia(file,
+        {"-f", "lavfi", "-i", "color=red:size=320x180:rate=10:duration=" + std::to_string(seconds), "-f", "lavfi", "-i",
+            "sine=duration=" + std::to_string(seconds), "-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p"});
     return file;
 }
 
