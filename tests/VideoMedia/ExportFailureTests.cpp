@@ -145,6 +145,8 @@ TEST(ExportFullLibrary, MixesTheAudioWithoutDiskSpace)
     const TemporaryFolder folder;
     const ProjectStore store(disk.path() / "library");
     auto project = emptyProject(20);
+    project.width = 64;
+    project.height = 36;
     project.tracks = {track(TrackKind::screen, "media/screen.mov", 0, 20)};
     store.create(project);
     const auto screen = store.mediaURL(project, "media/screen.mov");

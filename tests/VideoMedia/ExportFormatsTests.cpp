@@ -66,7 +66,7 @@ TEST_F(ExportFormats, StaysWithinAMaximumFileSize)
 {
     // Noise uses every bit that the encoder allows.
     makeVideo(folder / "library" / project.id.text() / "media/screen.mov",
-        "nullsrc=size=640x360:rate=30:duration=4,geq=random(1)*255:128:128");
+        "nullsrc=size=320x180:rate=30:duration=4,geq=random(1)*255:128:128");
     constexpr std::int64_t limit = 150'000;
     const auto out = renderTo("small.mp4", {.maxBytes = limit});
     EXPECT_LE(fs::file_size(out), limit);

@@ -139,10 +139,10 @@ TEST_F(ExportTiming, KeepsVideoAndAudioInSyncOverManyClips)
         project.duration = clips * length;
         for (int i = 0; i < clips; ++i) {
             const auto file = addTrack(TrackKind::clip, std::format("clip{}.mov", i), i * length, length);
-            ffmpeg(
+            makeMedia(file,
                 {"-f", "lavfi", "-i", "color=black:size=160x90:rate=30:duration=0.6,drawbox=c=white:t=fill:enable='lt(n,2)'",
                     "-f", "lavfi", "-i", "aevalsrc='if(lt(t,0.033),sin(2*PI*1000*t),0)':sample_rate=48000:duration=0.516",
-                    "-c:v", "libx264", "-preset", "ultrafast", "-c:a", "pcm_s16le", file});
+                    "-c:v", "libx264", "-preset", "ultrafast", "-c:a", "pcm_s16le"});
         }
         const auto out = render();
 
@@ -220,7 +220,7 @@ double peakOfChildren()
 TEST_F(ExportTiming, TakesLittleMemoryForHundredsOfCuts)
 {
     // Without an encoder, which would take more memory than the graph.
-    project.duration = 120;
+    project.duration = 60;
     addTrack(TrackKind::screen, "screen.mov");
     const RenderGraph::FrameSize size{.width = 64, .height = 36};
     writeFileAtomically(folder / "annotations.ass", ExportService::annotations(project, size.width, size.height));
@@ -229,14 +229,14 @@ TEST_F(ExportTiming, TakesLittleMemoryForHundredsOfCuts)
         writeFileAtomically(folder / "graph.txt",
             RenderGraph::video(project, inputs, {.size = size, .annotations = folder / "annotations.ass"}));
         ProcessRunner::run(*ProcessRunner::ffmpeg(),
-            {"-filter_complex_threads", "1", "-f", "lavfi", "-i", "color=size=64x36:rate=30:duration=120", "-f", "lavfi",
-                "-i", "anullsrc=r=48000:cl=stereo,atrim=duration=120", "-/filter_complex", folder / "graph.txt", "-map",
+            {"-filter_complex_threads", "1", "-f", "lavfi", "-i", "color=size=64x36:rate=30:duration=60", "-f", "lavfi",
+                "-i", "anullsrc=r=48000:cl=stereo,atrim=duration=60", "-/filter_complex", folder / "graph.txt", "-map",
                 "[vout]", "-map", "[aout]", "-f", "null", "-"});
         return peakOfChildren();
     };
     const double uncut = peak();
     for (int i = 0; i < 600; ++i)
-        project.edit.cuts.edit().push_back({i * 0.2 + 0.1, i * 0.2 + 0.2});
+        project.edit.cuts.edit().push_back({i * 0.1 + 0.05, i * 0.1 + 0.1});
     // The limit covers the memory for parsing the graph, before an encoder would start.
     EXPECT_LT(peak(), uncut + 120);
 }

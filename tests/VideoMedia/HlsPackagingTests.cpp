@@ -43,8 +43,7 @@ protected:
             "lavfi", "-i", colour("blue", 3.5), "-f", "lavfi", "-i", "sine=440:d=13.5:r=48000", "-filter_complex",
             "[0][1][2]concat=n=3", "-c:v", "libx264", "-pix_fmt", "yuv420p", "-c:a", "aac", "-shortest"};
         line.insert(line.end(), options.begin(), options.end());
-        line.push_back(movie);
-        ffmpeg(line);
+        makeMedia(movie, std::move(line));
     }
 
     std::string failure(const fs::path& destination)
@@ -227,11 +226,10 @@ TEST_F(HlsPackaging, KeepsSegmentsWithinTheDeclaredBandwidth)
 {
     // A long still part saves bits, which an encoder could spend at once on the noise after it. The last segment is short.
     // The audio of the movie takes more than a step plans for it.
-    ffmpeg({"-f", "lavfi", "-i", "color=gray:size=320x240:rate=30:duration=18", "-f", "lavfi", "-i",
-        "nullsrc=size=320x240:rate=30:duration=9.5,geq=random(1)*255:128:128", "-f", "lavfi", "-i",
+    ffmpeg({"-f", "lavfi", "-i", "color=gray:size=320x240:rate=10:duration=18", "-f", "lavfi", "-i",
+        "nullsrc=size=320x240:rate=10:duration=9.5,geq=random(1)*255:128:128", "-f", "lavfi", "-i",
         "anoisesrc=d=27.5:r=48000", "-filter_complex", "[0][1]concat=n=2", "-c:v", "libx264", "-preset", "ultrafast",
         "-pix_fmt", "yuv420p", "-c:a", "aac", "-ac", "2", "-b:a", "400k", movie});
-    project.fps = 30;
     for (const auto& [width, height] : {std::pair{320, 240}, {852, 480}}) {
         project.width = width;
         project.height = height;

@@ -55,7 +55,7 @@ TEST(WorkFolder, KeepsFoldersInUseByOtherThreads)
         std::vector<std::jthread> threads;
         for (int i = 0; i < 8; ++i) {
             threads.emplace_back([&] {
-                for (int n = 0; n < 1000; ++n) {
+                for (int n = 0; n < 200; ++n) {
                     const WorkFolder work(project, "render");
                     if (std::ofstream file(work / "filters.txt"); !(file << "null"))
                         ++lost;

@@ -173,7 +173,7 @@ protected:
         }
     }
 
-    /// Checks every window size in both appearances.
+    /// Checks every window size, one of them in both appearances, which differ in colours.
     void expectFits(const std::string& state)
     {
         auto* appearance = qmlEngine(&view())->singletonInstance<Appearance*>("Orvo.Ui", "Appearance");
@@ -181,6 +181,8 @@ protected:
             view().resize(size);
             ASSERT_TRUE(waitUntil([&] { return view().size() == size; }));
             for (const char* choice : {"dark", "light"}) {
+                if (choice == std::string_view("light") && size.width() != 1280)
+                    continue;
                 appearance->setChoice(choice);
                 ASSERT_NO_FATAL_FAILURE(drawAll(choice == std::string_view("dark") ? 2 : 1));
                 const FitCheck check(view());
