@@ -2,7 +2,7 @@
 
 COLOURS = ["red", "lime", "blue", "white", "yellow", "cyan", "magenta", "red", "lime", "blue", "white", "yellow", "cyan", "magenta", "red"]
 STEP = 6  # Seconds per colour.
-RATE = 10  # Frames per second; low, because the film is rendered and encoded many times.
+RATE = 5  # Frames per second; low, because the film is rendered and encoded many times.
 SECONDS = STEP * len(COLOURS)
 SENTENCES = [
     (1.0, "Hola."),

@@ -269,34 +269,34 @@ def plays_native_hls(world):
 
 
 def passes_axe(world):
+    """Both pages in both schemes and in both sizes; the colours of a scheme do not depend on the size."""
     axe = (world.player / "axe.min.js").read_text()
-    for scheme in ("dark", "light"):
-        for width, height in ((1280, 720), (360, 640)):
-            where = f"{scheme}, {width}×{height}"
-            for kind in ("embed", "watch"):
-                tab = world.tab(kind, scheme=scheme, width=width, height=height)
-                tab.watch()
-                tab.run("watching.until(() => !watching.button('Transcripción').hidden)")
-                tab.run(axe)
-                find_barriers(tab, f"{kind}, {where}, before")
-                tab.start()
-                tab.run("watching.video.pause(), watching.button('Ajustes').click()")
-                find_barriers(tab, f"{kind}, {where}, menu")
-                tab.press("ArrowRight")
-                find_barriers(tab, f"{kind}, {where}, speeds")
-                tab.press("Escape")
-                tab.press("t")
-                tab.call("Input.insertText", text="un")
-                find_barriers(tab, f"{kind}, {where}, transcript")
-                tab.press("Escape", "Escape")
-                tab.run("document.activeElement.blur()")
-                tab.press("?")
-                find_barriers(tab, f"{kind}, {where}, keys")
-                tab.close()
-            tab = world.tab("embed/none", scheme=scheme, width=width, height=height)
-            tab.run(axe)
-            find_barriers(tab, f"unavailable, {where}")
-            tab.close()
+    for kind, scheme, width, height in (("embed", "dark", 1280, 720), ("embed", "light", 360, 640),
+                                        ("watch", "light", 1280, 720), ("watch", "dark", 360, 640)):
+        where = f"{kind}, {scheme}, {width}×{height}"
+        tab = world.tab(kind, scheme=scheme, width=width, height=height)
+        tab.watch()
+        tab.run("watching.until(() => !watching.button('Transcripción').hidden)")
+        tab.run(axe)
+        find_barriers(tab, f"{where}, before")
+        tab.start()
+        tab.run("watching.video.pause(), watching.button('Ajustes').click()")
+        find_barriers(tab, f"{where}, menu")
+        tab.press("ArrowRight")
+        find_barriers(tab, f"{where}, speeds")
+        tab.press("Escape")
+        tab.press("t")
+        tab.call("Input.insertText", text="un")
+        find_barriers(tab, f"{where}, transcript")
+        tab.press("Escape", "Escape")
+        tab.run("document.activeElement.blur()")
+        tab.press("?")
+        find_barriers(tab, f"{where}, keys")
+        tab.close()
+        tab = world.tab("embed/none", scheme=scheme, width=width, height=height)
+        tab.run(axe)
+        find_barriers(tab, f"unavailable, {where}")
+        tab.close()
 
 
 class World:
