@@ -39,8 +39,9 @@ function(orvo_test NAME)
   endif()
   # A property without a value would consume the next name as its value.
   set(properties TIMEOUT 900)
-  # The recogniser's threads would otherwise spin while they wait, on processors that other tests need.
-  set(environment OMP_WAIT_POLICY=passive ${ARG_ENVIRONMENT})
+  # The recogniser's threads would otherwise spin while they wait, on processors that other tests need. GStreamer would list
+  # its plugins anew in every test with a cache folder of its own.
+  set(environment OMP_WAIT_POLICY=passive GST_REGISTRY=${PROJECT_BINARY_DIR}/gst-registry.bin ${ARG_ENVIRONMENT})
   string(REPLACE ";" "\\\\;" environment "${environment}")
   list(APPEND properties ENVIRONMENT "${environment}")
   if(ARG_LABELS)
