@@ -82,7 +82,7 @@ public:
         if (!program)
             throw captureError("Instala FFmpeg desde Ajustes para exportar vídeos.");
         m_ffmpeg = *program;
-        ProcessRunner::requireUsable(m_ffmpeg);
+        m_version = ProcessRunner::requireUsable(m_ffmpeg);
 
         const WorkFolder work(m_store.directory(m_project.id), "render");
         checkProject();
@@ -288,8 +288,8 @@ private:
         const fs::path folder = target.parent_path() / "pieces"; // On the disk that must also hold the whole film.
         fs::create_directories(folder);
         PieceCache cache;
-        const auto makeAudio = [&](const fs::path& file, const std::string& version, const std::stop_token& stop) {
-            audio(work).makeWith(cache, version, file, stop);
+        const auto makeAudio = [&](const fs::path& file, const std::stop_token& stop) {
+            audio(work).makeWith(cache, m_version, file, stop);
         };
         bool done = false;
         try {
@@ -307,6 +307,7 @@ private:
     std::optional<PiecedFilm::Recipe> pieceRecipe() const
     {
         PiecedFilm::Recipe recipe{.ffmpeg = m_ffmpeg,
+            .version = m_version,
             .project = m_project,
             .size = outputSize(),
             .fps = m_settings.fps,
@@ -447,6 +448,7 @@ private:
     const MediaProbe& m_probe;
     std::stop_token m_stop;
     fs::path m_ffmpeg;
+    std::string m_version; ///< Of ffmpeg.
     FilmSources m_sources;
 };
 

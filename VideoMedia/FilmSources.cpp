@@ -1,6 +1,7 @@
 #include "VideoMedia/FilmSources.h"
 
 #include "VideoCore/Error.h"
+#include "VideoMedia/InParallel.h"
 #include "VideoMedia/OverlayImage.h"
 #include "VideoMedia/VideoLimits.h"
 
@@ -47,19 +48,26 @@ std::vector<fs::path> imagesOf(const VideoProject& project, const ProjectStore& 
     RenderGraph::FrameSize size, const std::stop_token& stop)
 {
     std::vector<fs::path> images;
+    std::vector<std::string> contents; // Of their overlays.
+    std::vector<std::size_t> distinct; // The same image may be used several times.
     for (const auto& overlay : project.edit.overlays) {
         if (overlay.kind != Overlay::Kind::image)
             continue;
         fs::path file = store.mediaURL(project, overlay.content);
         if (!fs::is_regular_file(file))
             throw captureError("Falta una imagen del proyecto.");
-        // The same image may be used several times.
-        if (!std::ranges::contains(images, file) && !OverlayImage::isDecodable(ffmpeg, file, stop))
-            throw captureError(std::format("«{}» no es una imagen que se pueda usar.", overlay.content));
         if (overlay.width * static_cast<double>(size.width) > static_cast<double>(VideoLimits::maxSide))
             throw captureError(std::format("El ancho de la imagen «{}» no es válido.", overlay.content));
+        if (!std::ranges::contains(images, file))
+            distinct.push_back(images.size());
         images.push_back(std::move(file));
+        contents.push_back(overlay.content);
     }
+    inParallel(distinct.size(), [&](std::size_t i) {
+        if (!OverlayImage::isDecodable(ffmpeg, images[distinct[i]], stop))
+            throw captureError(std::format("«{}» no es una imagen que se pueda usar.", contents[distinct[i]]));
+        return true;
+    });
     return images;
 }
 
@@ -70,8 +78,11 @@ FilmSources FilmSources::of(const VideoProject& project, const ProjectStore& sto
 {
     const auto size = RenderGraph::outputSize(project, height);
     FilmSources sources{.inputs = inputsOf(project, store)};
-    for (auto& input : sources.inputs) {
-        const auto facts = probe.facts(input.file, stop);
+    const auto allFacts =
+        inParallel(sources.inputs.size(), [&](std::size_t i) { return probe.facts(sources.inputs[i].file, stop); });
+    for (std::size_t i = 0; i < sources.inputs.size(); ++i) {
+        auto& input = sources.inputs[i];
+        const auto& facts = allFacts[i];
         const auto kind = input.track.kind;
         const bool shown =
             RenderGraph::isVisibleVideo(input.track) || (kind == TrackKind::camera && project.edit.cameraVisible);

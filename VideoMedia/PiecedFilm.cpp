@@ -6,6 +6,7 @@
 #include "VideoMedia/ExportFormats.h"
 #include "VideoMedia/ExportService.h"
 #include "VideoMedia/HlsLadder.h"
+#include "VideoMedia/InParallel.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/OverlayImage.h"
 #include "VideoMedia/PieceFile.h"
@@ -115,7 +116,6 @@ public:
         , m_cache(cache)
         , m_onStop(stop, [this] { m_stop.request_stop(); })
         , m_runs(m_recipe.runs > 0 ? m_recipe.runs : sideBySide(m_recipe.size))
-        , m_version(film.m_version)
         , m_facts(m_pieces.size())
         , m_done(m_pieces.size())
     {
@@ -133,7 +133,7 @@ public:
             threads.emplace_back([this, job = std::move(job)] { guard(job); });
         };
         plan();
-        start([this, &audio] { audio(audioFile(), m_version, m_stop.get_token()); });
+        start([this, &audio] { audio(audioFile(), m_stop.get_token()); });
         const auto count = std::min(static_cast<std::size_t>(m_runs), m_groups.size());
         for (std::size_t i = 0; i < count; ++i)
             start([this] { makeGroups(); });
@@ -336,7 +336,7 @@ private:
     /// place of its key frames.
     std::string keyOf(const RenderGraph::Piece& piece, const VideoProject& shown, const std::string& document) const
     {
-        PieceKey key(m_version);
+        PieceKey key(m_recipe.version);
         key.add(std::to_string(renderer));
         key.add(graphOf(piece, shown, "annotations.ass"));
         key.add(document);
@@ -452,7 +452,6 @@ private:
     std::stop_source m_stop; ///< Stops all runs.
     std::stop_callback<std::function<void()>> m_onStop;
     int m_runs; ///< The number of parallel runs.
-    const std::string& m_version; ///< The version of ffmpeg.
     std::vector<std::string> m_keys; ///< The cache key of each piece.
     std::vector<PieceFile::Facts> m_facts; ///< The facts of each piece; no frames until it is complete.
     std::vector<std::vector<std::size_t>> m_groups; ///< The pieces of each run.
@@ -472,17 +471,21 @@ std::optional<PiecedFilm> PiecedFilm::of(Recipe recipe, const std::stop_token& s
     if (film.m_pieces.size() < 2
         || film.m_pieces.back().position + film.m_pieces.back().length() < minFilm * film.m_recipe.fps)
         return std::nullopt;
-    for (auto& source : film.m_recipe.sources) {
-        // A film rendered whole has no frames after the end of its clip, so the pieces would not match.
+    auto& sources = film.m_recipe.sources;
+    // A film rendered whole has no frames after the end of its clip, so the pieces would not match.
+    const bool outlastsClip = std::ranges::any_of(sources, [&](const Source& source) {
         const auto length = std::llround(source.input.track.duration * static_cast<double>(film.m_recipe.fps));
-        if (RenderGraph::isVisibleVideo(source.input.track) && length > 0 && film.m_pieces.back().last() > length)
+        return RenderGraph::isVisibleVideo(source.input.track) && length > 0 && film.m_pieces.back().last() > length;
+    });
+    if (outlastsClip)
+        return std::nullopt;
+    const auto timestamps =
+        inParallel(sources.size(), [&](std::size_t i) { return firstTimestamp(sources[i], film.m_recipe.ffmpeg, stop); });
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+        if (!timestamps[i])
             return std::nullopt;
-        const auto first = firstTimestamp(source, film.m_recipe.ffmpeg, stop);
-        if (!first)
-            return std::nullopt;
-        source.input.firstTimestamp = *first;
+        sources[i].input.firstTimestamp = *timestamps[i];
     }
-    film.m_version = ProcessRunner::run(film.m_recipe.ffmpeg, {"-version"}, {}, 0, stop);
     return film;
 }
 

@@ -32,6 +32,7 @@ public:
     /// The content of the film and its encoding.
     struct Recipe {
         std::filesystem::path ffmpeg;
+        std::string version; ///< Of ffmpeg; other versions do not share pieces.
         VideoProject project;
         std::vector<Source> sources; ///< One screen or clip, and optionally the camera.
         std::map<std::string, std::filesystem::path> images; ///< By the content of their overlays; stills only.
@@ -43,10 +44,9 @@ public:
         int runs = 0; ///< Runs of ffmpeg side by side; 0 for as many as this machine has cores and memory for.
     };
 
-    /// Makes the complete audio of the film in a file. `version` identifies the ffmpeg in use. Called on a thread of its
-    /// own; throws what `ProcessRunner::run` throws.
-    using MakeAudio =
-        std::function<void(const std::filesystem::path& target, const std::string& version, const std::stop_token& stop)>;
+    /// Makes the complete audio of the film in a file. Called on a thread of its own; throws what `ProcessRunner::run`
+    /// throws.
+    using MakeAudio = std::function<void(const std::filesystem::path& target, const std::stop_token& stop)>;
 
     /// Reads the first timestamps of the sources. Returns nullopt if the film has to be rendered whole: it is shorter than
     /// half a minute, ends after its clip, or a source is of a kind that cannot be read exactly from its middle.
@@ -72,7 +72,6 @@ private:
 
     Recipe m_recipe;
     std::vector<RenderGraph::Piece> m_pieces;
-    std::string m_version; ///< The version of ffmpeg.
 };
 
 } // namespace orvo

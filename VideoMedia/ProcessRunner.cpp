@@ -314,7 +314,7 @@ fs::path requireFfmpeg()
     throw captureError("FFmpeg no está instalado.");
 }
 
-void requireUsable(const fs::path& ffmpeg)
+std::string requireUsable(const fs::path& ffmpeg)
 {
     // The version of libavfilter identifies the release even where the program's own version is the name of a build: 10
     // came with FFmpeg 7.
@@ -336,6 +336,7 @@ void requireUsable(const fs::path& ffmpeg)
         std::from_chars(about.data() + digits, about.data() + about.size(), version);
     if (version < minFilterLibrary)
         throw captureError("La versión de FFmpeg instalada es demasiado antigua. Instala FFmpeg 7 o posterior.");
+    return about;
 }
 
 std::string run(const fs::path& executable, const std::vector<std::string>& arguments, const ProgressCallback& onProgress,

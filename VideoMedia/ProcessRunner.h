@@ -26,9 +26,9 @@ std::optional<std::filesystem::path> ffmpeg();
 /// As `ffmpeg`; throws `captureError` with "FFmpeg no está instalado." if there is none.
 std::filesystem::path requireFfmpeg();
 
-/// Throws `captureError` with a text for the user if this `ffmpeg` cannot be run or is older than version 7, the first
-/// that reads option values from files.
-void requireUsable(const std::filesystem::path& ffmpeg);
+/// The versions of `ffmpeg` and its libraries, as it prints them. Throws `captureError` with a text for the user if it
+/// cannot be run or is older than version 7, the first that reads option values from files.
+std::string requireUsable(const std::filesystem::path& ffmpeg);
 
 /// Runs a program, waits for its end and returns its standard output and error, interleaved, as UTF-8 (empty if
 /// invalid). Above 2,000,000 bytes, keeps only the last 1,000,000.

@@ -260,6 +260,7 @@ TEST_F(PiecedFilmTests, JoinsThePiecesOfSeveralRunsIfTheyFit)
     fs::permissions(other, fs::perms::owner_all);
     const auto made = [&](const fs::path& program) {
         PiecedFilm::Recipe recipe{.ffmpeg = program,
+            .version = {},
             .project = project,
             .size = {.width = 320, .height = 180},
             .fps = rate,
@@ -271,7 +272,7 @@ TEST_F(PiecedFilmTests, JoinsThePiecesOfSeveralRunsIfTheyFit)
                 .decoding = {}});
         const TemporaryFolder work;
         PieceCache cache(work / "cache");
-        const auto makeSilence = [&](const fs::path& target, const std::string&, const std::stop_token& stop) {
+        const auto makeSilence = [&](const fs::path& target, const std::stop_token& stop) {
             ProcessRunner::run(ffmpeg,
                 {"-v", "error", "-f", "lavfi", "-i", "anullsrc=r=48000:duration=37", "-c:a", "aac", target.string()}, {}, 0,
                 stop);
