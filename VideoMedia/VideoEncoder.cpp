@@ -41,25 +41,11 @@ bool exists(const fs::path& path)
     return fs::exists(path, ignored);
 }
 
-/// Hardware encoders, best first.
-std::vector<VideoEncoder> hardwareEncoders()
+/// Whether this machine has a device that a hardware encoder could use.
+bool mayWork(const VideoEncoder& encoder)
 {
-    std::vector<VideoEncoder> encoders{
-        {.name = "h264_videotoolbox", .device = {}, .upload = {}, .options = {"-allow_sw", "1"}, .quantizerFloor = {}}};
-    // The other encoders need one of these devices.
-    if (!exists("/dev/dri") && !exists("/dev/nvidiactl") && !exists("/dev/nvidia0"))
-        return encoders;
-    encoders.push_back({.name = "h264_vaapi",
-        .device = {"-init_hw_device", "vaapi=gpu", "-filter_hw_device", "gpu"},
-        .upload = "format=nv12,hwupload",
-        .options = {},
-        .quantizerFloor = {}});
-    // By default, later frames may reference frames before a forced key frame of these encoders.
-    encoders.push_back(
-        {.name = "h264_nvenc", .device = {}, .upload = {}, .options = {"-forced-idr", "1"}, .quantizerFloor = {}});
-    encoders.push_back(
-        {.name = "h264_qsv", .device = {}, .upload = {}, .options = {"-forced_idr", "1"}, .quantizerFloor = {}});
-    return encoders;
+    constexpr std::string_view systemEncoder = "h264_videotoolbox"; // Has no device file.
+    return encoder.name == systemEncoder || exists("/dev/dri") || exists("/dev/nvidiactl") || exists("/dev/nvidia0");
 }
 
 /// Arguments that encode some frames as a task does.
@@ -111,11 +97,24 @@ VideoEncoder VideoEncoder::software()
     return {.name = "libx264", .device = {}, .upload = {}, .options = {"-preset", "veryfast"}, .quantizerFloor = "-qmin"};
 }
 
+std::vector<VideoEncoder> VideoEncoder::hardware()
+{
+    return {{.name = "h264_videotoolbox", .device = {}, .upload = {}, .options = {"-allow_sw", "1"}, .quantizerFloor = {}},
+        {.name = "h264_vaapi",
+            .device = {"-init_hw_device", "vaapi=gpu", "-filter_hw_device", "gpu"},
+            .upload = "format=nv12,hwupload",
+            .options = {},
+            .quantizerFloor = {}},
+        // By default, later frames may reference frames before a forced key frame of the following ones.
+        {.name = "h264_nvenc", .device = {}, .upload = {}, .options = {"-forced-idr", "1"}, .quantizerFloor = {}},
+        {.name = "h264_qsv", .device = {}, .upload = {}, .options = {"-forced_idr", "1"}, .quantizerFloor = {}}};
+}
+
 VideoEncoder VideoEncoder::find(const fs::path& ffmpeg, const Task& task, const std::stop_token& stop)
 {
     const std::string list = listOf(ffmpeg, stop);
-    for (auto& encoder : hardwareEncoders()) {
-        if (list.contains(" " + encoder.name + " ") && works(ffmpeg, encoder, task, stop))
+    for (auto& encoder : hardware()) {
+        if (list.contains(" " + encoder.name + " ") && mayWork(encoder) && works(ffmpeg, encoder, task, stop))
             return std::move(encoder);
     }
     return software();

@@ -45,9 +45,11 @@ struct VideoEncoder {
         std::function<std::vector<std::string>(const VideoEncoder&)> arguments;
     };
 
-    /// The encoder for this `ffmpeg`: the first of "h264_videotoolbox", VA-API, NVENC and Quick Sync that `ffmpeg`
-    /// offers and that encodes some frames of `task`, else the software encoder. Results are kept per program, size,
-    /// rate and options.
+    /// The hardware encoders of all machines, best first.
+    static std::vector<VideoEncoder> hardware();
+
+    /// The encoder for this `ffmpeg`: the first of `hardware` that `ffmpeg` offers and that encodes some frames of `task`,
+    /// else the software encoder. Results are kept per program, size, rate and options.
     ///
     /// Blocks during the trials. Throws as `ProcessRunner::run`.
     static VideoEncoder find(const std::filesystem::path& ffmpeg, const Task& task, const std::stop_token& stop = {});

@@ -89,6 +89,24 @@ TEST_F(VideoEncoderChoice, FallsBackToSoftwareWhenHardwareFails)
         << "if software fails too, the hardware is not at fault";
 }
 
+/// A wrong option would silently cost its users their hardware.
+TEST(VideoEncoder, GivesHardwareOnlyOptionsThatItHas)
+{
+    const auto ffmpeg = ProcessRunner::requireFfmpeg();
+    const std::string offered = ProcessRunner::run(ffmpeg, {"-hide_banner", "-encoders"});
+    int known = 0;
+    for (const auto& encoder : VideoEncoder::hardware()) {
+        if (!offered.contains(" " + encoder.name + " "))
+            continue;
+        ++known;
+        const std::string help = ProcessRunner::run(ffmpeg, {"-hide_banner", "-h", "encoder=" + encoder.name});
+        for (std::size_t i = 0; i < encoder.options.size(); i += 2)
+            EXPECT_THAT(help, testing::HasSubstr("\n  " + encoder.options[i] + " ")) << encoder.name;
+    }
+    if (known == 0)
+        GTEST_SKIP() << "this ffmpeg offers no hardware encoder";
+}
+
 } // namespace
 
 } // namespace orvo::test
