@@ -30,7 +30,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t keySize = 16;
-constexpr std::string_view systemEncoder = "h264_videotoolbox";
 constexpr std::uintmax_t cipherBlock = 16; ///< Bytes; encrypted segments are a multiple of it.
 
 void writeKey(const fs::path& file)

@@ -44,7 +44,6 @@ bool exists(const fs::path& path)
 /// Whether this machine has a device that a hardware encoder could use.
 bool mayWork(const VideoEncoder& encoder)
 {
-    constexpr std::string_view systemEncoder = "h264_videotoolbox"; // Has no device file.
     return encoder.name == systemEncoder || exists("/dev/dri") || exists("/dev/nvidiactl") || exists("/dev/nvidia0");
 }
 
@@ -99,7 +98,11 @@ VideoEncoder VideoEncoder::software()
 
 std::vector<VideoEncoder> VideoEncoder::hardware()
 {
-    return {{.name = "h264_videotoolbox", .device = {}, .upload = {}, .options = {"-allow_sw", "1"}, .quantizerFloor = {}},
+    return {{.name = std::string(systemEncoder),
+                .device = {},
+                .upload = {},
+                .options = {"-allow_sw", "1"},
+                .quantizerFloor = {}},
         {.name = "h264_vaapi",
             .device = {"-init_hw_device", "vaapi=gpu", "-filter_hw_device", "gpu"},
             .upload = "format=nv12,hwupload",

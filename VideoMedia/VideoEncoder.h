@@ -17,6 +17,9 @@ namespace orvo {
 inline constexpr std::string_view hardwareFailureText =
     "El codificador de la tarjeta gráfica ha fallado; se ha usado el del procesador.";
 
+/// `ffmpeg`'s name of the operating system's encoder, which needs no device file and supports only a mean bit rate.
+inline constexpr std::string_view systemEncoder = "h264_videotoolbox";
+
 /// The H.264 encoder of an `ffmpeg` command line: the part that differs between machines.
 struct VideoEncoder {
     std::string name; ///< As `ffmpeg` names it.
