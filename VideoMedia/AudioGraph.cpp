@@ -16,11 +16,6 @@ using GraphText::Chains;
 using GraphText::label;
 using GraphText::labels;
 
-bool isMixed(const Input& input)
-{
-    return input.hasAudio && input.track.volume > 0 && input.track.kind != TrackKind::camera;
-}
-
 /// ffmpeg converts mono to stereo at half the power for each channel.
 constexpr double monoLevel = 1 / std::numbers::sqrt2;
 
@@ -41,6 +36,11 @@ std::string cleaning(const EditState& edit, const Input& input)
 }
 
 } // namespace
+
+bool isMixed(const Input& input)
+{
+    return input.hasAudio && input.track.volume > 0 && input.track.kind != TrackKind::camera;
+}
 
 std::string audioMix(const VideoProject& project, std::span<const Input> inputs, double delay)
 {

@@ -7,6 +7,7 @@
 #include "VideoMedia/WorkFolder.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -22,7 +23,7 @@ constexpr double limiterDelay = 0.005; ///< alimiter with its default attack.
 
 bool isMicrophone(const RenderGraph::Input& input)
 {
-    return input.hasAudio && input.track.kind == TrackKind::microphone;
+    return input.track.kind == TrackKind::microphone;
 }
 
 } // namespace
@@ -31,10 +32,10 @@ FilmAudio::FilmAudio(fs::path ffmpeg, const VideoProject& project, std::span<con
     const ExportSettings& settings, fs::path work)
     : m_ffmpeg(std::move(ffmpeg))
     , m_project(project)
-    , m_inputs(inputs)
     , m_settings(settings)
     , m_work(std::move(work))
 {
+    std::ranges::copy_if(inputs, std::back_inserter(m_inputs), RenderGraph::isMixed);
 }
 
 void FilmAudio::mix(const fs::path& target, const std::stop_token& stop) const

@@ -9,6 +9,7 @@
 #include <span>
 #include <stop_token>
 #include <string>
+#include <vector>
 
 namespace orvo {
 
@@ -19,7 +20,7 @@ public:
     /// one.
     static constexpr auto packetSize = "32768";
 
-    /// `project`, `inputs` and `settings` must outlive this object. `work` is a folder for its graphs.
+    /// `project` and `settings` must outlive this object. `work` is a folder for its graphs.
     FilmAudio(std::filesystem::path ffmpeg, const VideoProject& project, std::span<const RenderGraph::Input> inputs,
         const ExportSettings& settings, std::filesystem::path work);
 
@@ -45,7 +46,7 @@ private:
 
     std::filesystem::path m_ffmpeg;
     const VideoProject& m_project;
-    std::span<const RenderGraph::Input> m_inputs;
+    std::vector<RenderGraph::Input> m_inputs; ///< Those in the mix; opening the others would cost time and memory.
     const ExportSettings& m_settings;
     std::filesystem::path m_work;
 };

@@ -50,6 +50,9 @@ int minQuantizer(ExportQuality quality);
 /// Whether a track is a clip, which fills the frame and plays after the clips before it.
 bool isVisibleVideo(const MediaTrack& track);
 
+/// Whether the mix contains an input: it has audible audio and is not the camera.
+bool isMixed(const Input& input);
+
 /// The audio filter chain that mixes all audible inputs into one stereo stream "[mix]" at 48 kHz, exactly as long as
 /// the recording. `delay` is the latency of the filters in seconds, which the mix compensates.
 std::string audioMix(const VideoProject& project, std::span<const Input> inputs, double delay);
