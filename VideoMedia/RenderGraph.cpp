@@ -318,9 +318,10 @@ private:
         if (!(fade >= minTime))
             return result;
         if (static_cast<double>(part.first - part.spanFirst) / rate < fade)
-            result += std::format(",fade=t=in:d={}", durationText(fade));
+            result = std::format("fade=t=in:d={}", durationText(fade));
         if (static_cast<double>(part.last - part.spanFirst) / rate > length - fade)
-            result += std::format(",fade=t=out:st={}:d={}", durationText(length - fade), durationText(fade));
+            result += std::format(
+                "{}fade=t=out:st={}:d={}", result.empty() ? "" : ",", durationText(length - fade), durationText(fade));
         return result;
     }
 
@@ -330,11 +331,21 @@ private:
         const auto& parts = m_piece->parts;
         if (parts.size() > 1)
             GraphText::addBranches(m_chains, current(), GraphText::videoBranches, m_spans);
+        // All fades follow all branches: the first frame of a part also ends the branch before it, which has then released
+        // the frame. No fade needs copies or a frame pool of its own.
+        std::vector<std::string> fading;
         for (std::size_t n = parts.size(); n-- > 0;) {
-            m_chains.add(std::format("{}trim=start={}:end={},setpts=PTS-round({}/{}/TB){},setpts=PTS-STARTPTS{}",
+            const std::string fades = fadesOf(parts[n]);
+            const std::string fromZero = std::format("setpts=PTS-STARTPTS{}", label("v", n));
+            m_chains.add(std::format("{}trim=start={}:end={},setpts=PTS-round({}/{}/TB){}",
                 parts.size() > 1 ? label("vbranch", n) : current(), durationText(m_spans[n].start),
-                durationText(m_spans[n].end), parts[n].spanFirst, m_settings.fps, fadesOf(parts[n]), label("v", n)));
+                durationText(m_spans[n].end), parts[n].spanFirst, m_settings.fps,
+                fades.empty() ? "," + fromZero : label("part", n)));
+            if (!fades.empty())
+                fading.push_back(std::format("{}{},{}", label("part", n), fades, fromZero));
         }
+        for (const auto& chain : fading)
+            m_chains.add(chain);
         m_chains.add(std::format("{}concat=n={}:v=1:a=0[vout]", labels("v", parts.size()), parts.size()));
     }
 
