@@ -329,7 +329,8 @@ private:
                 decoding = {"-threads", "1"};
             if (m_sources.decoding[i].isRangeMeant)
                 append(decoding, {"-color_range", "tv"});
-            recipe.sources.push_back({.input = m_sources.inputs[i], .decoding = std::move(decoding)});
+            recipe.sources.insert(isClip ? recipe.sources.begin() : recipe.sources.end(),
+                {.input = m_sources.inputs[i], .decoding = std::move(decoding), .isTurned = m_sources.decoding[i].isTurned});
         }
         auto image = m_sources.images.begin();
         for (const auto& overlay : m_project.edit.overlays) {

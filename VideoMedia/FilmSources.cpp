@@ -96,7 +96,8 @@ FilmSources FilmSources::of(const VideoProject& project, const ProjectStore& sto
         input.fillsFrame =
             facts.video && facts.video->uprightWidth() * size.height == facts.video->uprightHeight() * size.width;
         sources.decoding.push_back({.isEasy = isEasyToDecode(facts, size),
-            .isRangeMeant = shown && input.hasVideo && leavesRangeOpen(*facts.video)});
+            .isRangeMeant = shown && input.hasVideo && leavesRangeOpen(*facts.video),
+            .isTurned = facts.video && facts.video->rotation != 0});
     }
     const auto isSeen = [](const RenderGraph::Input& input) {
         return input.hasVideo && RenderGraph::isVisibleVideo(input.track);

@@ -17,6 +17,7 @@ struct FilmSources {
     struct Decoding {
         bool isEasy = false; ///< As cheap to decode as the recorder's files. Larger movies and other codecs cost more.
         bool isRangeMeant = false; ///< Whether the default colour range has to be declared.
+        bool isTurned = false; ///< Whether the file declares a rotation.
     };
 
     std::vector<RenderGraph::Input> inputs; ///< Ordered by start.

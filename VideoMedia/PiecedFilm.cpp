@@ -9,6 +9,7 @@
 #include "VideoMedia/InParallel.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/OverlayImage.h"
+#include "VideoMedia/PacedSource.h"
 #include "VideoMedia/PieceFile.h"
 
 #include <algorithm>
@@ -313,7 +314,8 @@ private:
         return ExportService::annotations(shown, m_recipe.size.width, m_recipe.size.height);
     }
 
-    std::string graphOf(const RenderGraph::Piece& piece, const VideoProject& shown, const fs::path& annotations) const
+    std::string graphOf(const RenderGraph::Piece& piece, const VideoProject& shown, const fs::path& annotations,
+        const std::string& camera = {}) const
     {
         std::vector<RenderGraph::Input> inputs;
         inputs.reserve(m_recipe.sources.size());
@@ -323,6 +325,7 @@ private:
             {.size = m_recipe.size,
                 .fps = m_recipe.fps,
                 .annotations = annotations,
+                .camera = camera,
                 .quickSharpening = m_recipe.quickSharpening},
             piece);
     }
@@ -365,6 +368,16 @@ private:
         return all;
     }
 
+    /// The camera, if the graph can read it.
+    const Source* cameraOfGraph() const
+    {
+        const auto camera = std::ranges::find(
+            m_recipe.sources, TrackKind::camera, [](const Source& source) { return source.input.track.kind; });
+        const bool isRead = camera != m_recipe.sources.end() && !camera->isTurned
+            && PacedSource::isKnown(m_recipe.ffmpeg, m_stop.get_token());
+        return isRead ? &*camera : nullptr;
+    }
+
     void encode(const std::vector<std::size_t>& group)
     {
         const auto piece = joined(group);
@@ -372,15 +385,20 @@ private:
         const auto rate = static_cast<double>(m_recipe.fps);
         const fs::path annotations = m_work / std::format("annotations{}.ass", group.front());
         const fs::path graph = m_work / std::format("filters{}.txt", group.front());
-        writeFileAtomically(annotations, annotationsOf(shown));
-        writeFileAtomically(graph, graphOf(piece, shown, annotations));
         const int threads = std::max(availableCores() / m_runs, 1);
+        const double start = static_cast<double>(piece.first()) / rate - readAhead;
+        const Source* camera = cameraOfGraph();
+        writeFileAtomically(annotations, annotationsOf(shown));
+        writeFileAtomically(graph,
+            graphOf(piece, shown, annotations,
+                camera ? PacedSource::filter(camera->input.file, start, threads > 2 ? 2 : 1) : std::string()));
         Arguments arguments = ExportFormats::commonArguments();
         append(arguments, {"-copyts"});
         if (m_recipe.project.edit.sharpen && !m_recipe.quickSharpening && threads > 1)
             append(arguments, {"-filter_complex_threads", std::to_string(threads)});
-        const double start = static_cast<double>(piece.first()) / rate - readAhead;
         for (const auto& source : m_recipe.sources) {
+            if (&source == camera)
+                continue;
             // Reads from the key frame on: the first visible frame may be much older than the piece.
             if (start > 0)
                 append(arguments, {"-noaccurate_seek", "-ss", durationText(start)});

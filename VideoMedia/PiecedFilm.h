@@ -27,6 +27,7 @@ public:
     struct Source {
         RenderGraph::Input input;
         Arguments decoding; ///< Options before "-i".
+        bool isTurned = false; ///< Whether the file declares a rotation, which ffmpeg applies only to inputs.
     };
 
     /// The content of the film and its encoding.

@@ -225,9 +225,10 @@ private:
         for (const auto& overlay : m_project.edit.overlays) {
             if (overlay.kind != Overlay::Kind::image)
                 continue;
-            const std::size_t input = m_inputs.size() + (m_piece ? 0 : 1) + n; // After the mix.
+            const std::size_t before =
+                m_piece ? m_inputs.size() - (m_settings.camera.empty() ? 0 : 1) : m_inputs.size() + 1; // With the mix.
             const auto width = truncated(overlay.width * m_width);
-            m_chains.add(std::format("[{}:v]scale={}{}", input, imageSize(width), label("image", n)));
+            m_chains.add(std::format("[{}:v]scale={}{}", before + n, imageSize(width), label("image", n)));
             m_chains.add(std::format("{}{}overlay=x={}:y={}:enable='between(t,{},{})':shortest=0{}", current(),
                 label("image", n), numberText(overlay.x * m_width), numberText(overlay.y * m_height),
                 numberText(overlay.start), numberText(overlay.end), label("over", n)));
@@ -266,7 +267,9 @@ private:
         if (camera == m_inputs.end() || !edit.cameraVisible)
             return;
         const std::int64_t width = std::max<std::int64_t>(truncated(edit.cameraWidth * m_width) / 2 * 2, 2);
-        m_chains.add(std::format("[{}:v]setpts=PTS-{},scale={}:-2[webcam]", camera - m_inputs.begin(),
+        const std::string source =
+            m_settings.camera.empty() ? std::format("[{}:v]", camera - m_inputs.begin()) : m_settings.camera + ",";
+        m_chains.add(std::format("{}setpts=PTS-{},scale={}:-2[webcam]", source,
             m_piece ? numberText(camera->firstTimestamp) : "STARTPTS", width));
         step(std::format("[webcam]overlay=x={}:y={}:eof_action=pass:repeatlast=0", numberText(edit.cameraX * m_width),
                  numberText(edit.cameraY * m_height)),

@@ -64,6 +64,7 @@ struct VideoSettings {
     std::filesystem::path annotations; ///< The document that is burned in.
     std::filesystem::path subtitles; ///< A document at output times that is burned in after the cuts; empty for none.
     std::string upload; ///< Filters that upload finished frames to a hardware encoder; empty for most.
+    std::string camera; ///< Only in pieces: the source filter that reads the camera; empty if ffmpeg reads it as an input.
     bool quickSharpening = false; ///< Sharpens with `Sharpening::quickFilter`, which not every ffmpeg has.
 };
 
@@ -71,14 +72,14 @@ struct VideoSettings {
 /// each image overlay in document order. Drops frames inside cuts as early as possible.
 std::string video(const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings);
 
-/// The graph that produces "[vout]" with the frames of one piece, from time 0: the same frames as `frame` gives for it.
-/// `inputs` are those with visible video: one screen or clip, and the camera. They are read from any key frame before the
+/// The graph that produces "[vout]" with the frames of one piece, from time 0: the same frames as `video` gives for it.
+/// `inputs` are those with visible video: one screen or clip, then the camera. They are read from any key frame before the
 /// piece, with the timestamps of their files, and followed by one image for each image overlay of `project`, which is the
 /// result of `shownIn`.
 std::string pieceVideo(
     const VideoProject& project, std::span<const Input> inputs, const VideoSettings& settings, const Piece& piece);
 
-/// The graph that produces the same "[aout]" as `frame` from its only input, the mixed audio.
+/// The graph that produces the same "[aout]" as `video` from its only input, the mixed audio.
 std::string audio(const VideoProject& project, std::int64_t fps);
 
 /// Escapes a path for a single-quoted filter option.

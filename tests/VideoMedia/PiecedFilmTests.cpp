@@ -1,5 +1,6 @@
 #include "ExportFixture.h"
 #include "VideoCore/FileIO.h"
+#include "VideoMedia/PacedSource.h"
 #include "VideoMedia/PieceCache.h"
 #include "VideoMedia/PiecedFilm.h"
 #include "VideoMedia/Pieces.h"
@@ -13,6 +14,7 @@
 #include <gmock/gmock.h>
 #include <iterator>
 #include <numeric>
+#include <ranges>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -187,23 +189,25 @@ TEST_F(PiecedFilmTests, DrawsTheFramesOfTheWholeFilm)
         SCOPED_TRACE(zooms);
         if (!zooms)
             std::erase_if(project.edit.events.edit(), [](const auto& event) { return event.kind == PointerKind::zoom; });
-        const RenderGraph::VideoSettings settings{.size = size, .fps = rate, .annotations = annotations};
+        RenderGraph::VideoSettings settings{.size = size, .fps = rate, .annotations = annotations};
         const auto whole = hashes(project, RenderGraph::video(project, inputs, settings),
             {"-i", inputs[0].file, "-i", inputs[1].file, "-f", "lavfi", "-i", "anullsrc=r=48000:duration=48"});
-        std::vector<std::string> joined;
-        for (const auto& piece : RenderGraph::piecesOf(project, rate)) {
-            const auto shown = RenderGraph::shownIn(project, piece, rate);
-            std::vector<std::string> arguments{"-copyts"};
-            for (const auto& input : inputs) {
-                arguments.insert(arguments.end(),
-                    {"-noaccurate_seek", "-ss",
-                        std::to_string(std::max(static_cast<double>(piece.first()) / rate - 0.5, 0.0)), "-i", input.file});
+        for (const bool isPaced : {false, true}) { // Whether the graph reads the camera.
+            SCOPED_TRACE(isPaced);
+            std::vector<std::string> joined;
+            for (const auto& piece : RenderGraph::piecesOf(project, rate)) {
+                const auto shown = RenderGraph::shownIn(project, piece, rate);
+                const double start = std::max(static_cast<double>(piece.first()) / rate - 0.5, 0.0);
+                settings.camera = isPaced ? PacedSource::filter(inputs[1].file, start, 2) : "";
+                std::vector<std::string> arguments{"-copyts"};
+                for (const auto& input : inputs | std::views::take(isPaced ? 1 : 2))
+                    arguments.insert(arguments.end(), {"-noaccurate_seek", "-ss", std::to_string(start), "-i", input.file});
+                const auto made = hashes(shown, RenderGraph::pieceVideo(shown, inputs, settings, piece), arguments);
+                EXPECT_EQ(made.size(), static_cast<std::size_t>(piece.length()));
+                joined.insert(joined.end(), made.begin(), made.end());
             }
-            const auto made = hashes(shown, RenderGraph::pieceVideo(shown, inputs, settings, piece), arguments);
-            EXPECT_EQ(made.size(), static_cast<std::size_t>(piece.length()));
-            joined.insert(joined.end(), made.begin(), made.end());
+            EXPECT_TRUE(joined == whole) << joined.size() << " frames, " << whole.size();
         }
-        EXPECT_TRUE(joined == whole) << joined.size() << " frames, " << whole.size();
     }
 }
 
@@ -222,6 +226,19 @@ TEST_F(PiecedFilmTests, MatchesTheFilmRenderedWhole)
     const auto whole = exported("whole.mp4", {.fps = fps, .quality = ExportQuality::high, .isWhole = true});
     expectSameFilm(film, whole);
     EXPECT_THAT(leftovers(), IsEmpty());
+}
+
+/// Only as an input of its own does ffmpeg turn a movie upright.
+TEST_F(PiecedFilmTests, ShowsATurnedCameraUpright)
+{
+    makePlain();
+    makeScreen();
+    const auto camera = addTrack(TrackKind::camera, "camera.mov");
+    makeVideo(folder / "lying.mov", "testsrc=size=160x90:rate=25:duration=48");
+    ffmpeg({"-display_rotation", "90", "-i", folder / "lying.mov", "-c", "copy", camera});
+    const auto film = exported("film.mp4");
+    EXPECT_GT(films(kept(), piecesFolder()), 2U);
+    expectSameFilm(film, exported("whole.mp4", {.fps = rate, .isWhole = true}));
 }
 
 /// Recordings have no frames while nothing moves, audio may begin before the video, and frames may refer to later ones.
