@@ -92,6 +92,8 @@ public:
         const WorkFolder beside(m_destination.parent_path(), ".orvo-export");
         Outcome outcome;
         const fs::path film = beside / ("video" + std::string(extensionOf(m_settings.format)));
+        for (const auto& step : smallerSteps())
+            fs::remove(stepFilm(m_destination, step.height)); // They show an older film.
         const std::string signature = FinishedFilms::signature(m_project, m_store, m_settings);
         if (!takeFinished(signature, film, progress))
             outcome.hardwareFailed = make(work, film, progress);
@@ -120,6 +122,17 @@ private:
             throw captureError("El tamaño del proyecto no es válido.");
         if (!VideoLimits::isRate(m_settings.fps))
             throw captureError("La frecuencia de fotogramas del proyecto no es válida.");
+    }
+
+    /// The steps of a streaming package below the size of the film.
+    std::vector<HlsLadder::Rendition> smallerSteps() const
+    {
+        if (!m_settings.isStreamed)
+            return {};
+        auto steps = HlsLadder::of(m_project);
+        const auto height = outputSize().height;
+        std::erase_if(steps, [&](const auto& step) { return step.height >= height; });
+        return steps;
     }
 
     RenderGraph::FrameSize outputSize() const { return RenderGraph::outputSize(m_project, m_settings.height); }
@@ -162,6 +175,10 @@ private:
             kept = ExportedSubtitles::keepForeign(subtitleFile(m_destination), text);
         }
         flushFile(video);
+        for (const auto& step : smallerSteps()) {
+            if (const fs::path film = stepFilm(video, step.height); fs::exists(film))
+                fs::rename(film, stepFilm(m_destination, step.height));
+        }
         replace(m_destination, video);
         if (hasCaptions())
             replace(subtitleFile(m_destination), captions);
@@ -313,7 +330,8 @@ private:
             .fps = m_settings.fps,
             .quickSharpening = hasQuickSharpening(),
             .encoder = plainEncoderArguments(VideoEncoder::software()),
-            .container = ExportFormats::containerArguments(m_settings.format)};
+            .container = ExportFormats::containerArguments(m_settings.format),
+            .steps = smallerSteps()};
         bool hasClip = false;
         bool hasCamera = !m_project.edit.cameraVisible;
         for (std::size_t i = 0; i < m_sources.inputs.size(); ++i) {
@@ -484,6 +502,11 @@ std::string Outcome::remarks() const
 fs::path subtitleFile(const fs::path& video)
 {
     return fs::path(video).replace_extension("srt");
+}
+
+fs::path stepFilm(const fs::path& video, std::int64_t height)
+{
+    return video.parent_path() / std::format("{}-{}{}", video.stem().string(), height, video.extension().string());
 }
 
 bool hasSubtitleFile(const ExportSettings& settings)

@@ -42,6 +42,8 @@ struct ExportSettings {
     std::optional<std::int64_t> maxBytes;
     bool isWhole = false; ///< Whether the film is rendered in one run, without pieces of other exports.
     bool isTemporary = false; ///< Whether the film is removed soon, so that later exports must not reuse it.
+    /// Whether the film is for a streaming package, so that its smaller steps may be rendered beside it: see `stepFilm`.
+    bool isStreamed = false;
 
     /// The subtitles that the frames show.
     SubtitleCues burned() const noexcept { return burnIn ? subtitles : SubtitleCues::none; }
@@ -54,6 +56,10 @@ namespace ExportService {
 
 /// The SubRip file that an export to `video` writes beside it.
 std::filesystem::path subtitleFile(const std::filesystem::path& video);
+
+/// The film of a smaller step of a streaming package that an export to `video` may write beside it: the same frames and
+/// audio at `height`. The name is `video`'s with a hyphen and the height.
+std::filesystem::path stepFilm(const std::filesystem::path& video, std::int64_t height);
 
 /// Whether an export writes a subtitle file.
 bool hasSubtitleFile(const ExportSettings& settings);
@@ -81,7 +87,10 @@ struct Outcome {
 ///
 /// Renders long films in pieces and takes pieces of earlier exports from the user's cache: see `PiecedFilm`.
 ///
-/// Both files are written to a hidden folder beside `destination` and renamed when they are complete and on disk: older
+/// If the film is for a streaming package and rendered in pieces, the films of the smaller steps of `HlsLadder` are
+/// encoded from the same frames and written beside it. Those of an older film are removed first.
+///
+/// All files are written to a hidden folder beside `destination` and renamed when they are complete and on disk: older
 /// files survive a failed or cancelled export. Subtitles that no export wrote, or that were corrected later, are kept
 /// as "NAME.srt.bak". `progress` receives 0..1 during the final render. The two work folders, here and in the project
 /// folder, are removed when the call ends; the next export removes those of a killed process.
@@ -97,9 +106,9 @@ Outcome exportVideo(const VideoProject& project, const ProjectStore& store, cons
 /// `destination` if needed and writes to it a new key ("key.bin"), a folder with playlist and segments for each step of
 /// `HlsLadder`, the master playlist, the subtitles ("captions.vtt") and a still of the first frame ("poster.jpg").
 ///
-/// Encodes as many steps in parallel as cores and memory allow. Copies the frames of the movie for a step that they
-/// already suit: the right size, key frames every 6 seconds, and no segment above the bit rate that the master playlist
-/// declares.
+/// Encodes as many steps in parallel as cores and memory allow. Copies the frames of the movie, or of a film that
+/// `exportVideo` wrote beside it, for a step that they already suit: the right size, key frames every 6 seconds, and no
+/// segment above the bit rate that the master playlist declares.
 ///
 /// The master playlist is written last: a folder that has it is complete. Other files in the folder are left alone.
 /// `progress` receives 0..1.

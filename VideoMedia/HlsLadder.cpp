@@ -1,6 +1,7 @@
 #include "VideoMedia/HlsLadder.h"
 
 #include "VideoCore/Error.h"
+#include "VideoMedia/RenderGraph.h"
 #include "VideoMedia/VideoLimits.h"
 
 #include <algorithm>
@@ -12,7 +13,7 @@ namespace orvo::HlsLadder {
 
 namespace {
 
-constexpr std::array<std::int64_t, 5> steps{480, 720, 1080, 1440, 2160};
+constexpr std::array<std::int64_t, 5> heights{480, 720, 1080, 1440, 2160};
 constexpr double bitsPerPixel = 0.09;
 constexpr std::int64_t minBitRate = 400'000;
 constexpr double bandwidthReserve = 1.25; ///< Segments vary around the mean.
@@ -51,13 +52,42 @@ std::vector<Rendition> of(const VideoProject& project)
     if (!VideoLimits::isRate(project.fps))
         throw captureError("La frecuencia de fotogramas del proyecto no es válida.");
     std::vector<Rendition> ladder;
-    if (project.height < steps.front())
+    if (project.height < heights.front())
         ladder.push_back(rendition(project, even(project.height)));
-    for (const std::int64_t step : steps) {
-        if (step <= project.height)
-            ladder.push_back(rendition(project, step));
+    for (const std::int64_t height : heights) {
+        if (height <= project.height)
+            ladder.push_back(rendition(project, height));
     }
     return ladder;
+}
+
+Arguments encoderArguments(const VideoEncoder& encoder, const Rendition& step)
+{
+    Arguments line = encoder.plainArguments(step.bitRate);
+    if (encoder.name != systemEncoder)
+        append(line, {"-maxrate", std::to_string(step.bitRate), "-bufsize", std::to_string(step.bitRate / 2)});
+    append(line, encoder.noFinerThan(RenderGraph::minQuantizer(ExportQuality::balanced)));
+    append(line, {"-g", std::to_string(step.keyFrameInterval)});
+    return line;
+}
+
+std::string scaling(std::string_view from, std::span<const Rendition> steps, std::span<const std::string> uploads)
+{
+    std::string graph;
+    std::string source(from);
+    for (std::size_t n = steps.size(); n-- > 0;) {
+        graph += std::format("{}[{}]scale={}:{}", graph.empty() ? "" : ";", source, steps[n].width, steps[n].height);
+        if (n > 0) {
+            source = std::format("larger{}", n);
+            graph += std::format(",split=2[{}]", source);
+            if (!uploads[n].empty())
+                graph += std::format("[raw{0}];[raw{0}]{1}", n, uploads[n]);
+        } else if (!uploads[n].empty()) {
+            graph += "," + uploads[n];
+        }
+        graph += std::format("[step{}]", n);
+    }
+    return graph;
 }
 
 std::string masterPlaylist(std::span<const Rendition> ladder)

@@ -7,6 +7,7 @@
 #include "VideoMedia/Arguments.h"
 #include "VideoMedia/Cores.h"
 #include "VideoMedia/HlsLadder.h"
+#include "VideoMedia/InParallel.h"
 #include "VideoMedia/KeptSpans.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/RenderGraph.h"
@@ -91,22 +92,12 @@ private:
     fs::path m_link;
 };
 
-/// The encoder arguments. The encoder must keep its bit rate within half a second, so that every segment respects the
-/// master playlist: bits saved for longer would all be spent in one segment. The system encoder supports only the mean.
-Arguments encoderArguments(const VideoEncoder& encoder, const HlsLadder::Rendition& step)
-{
-    Arguments line = encoder.plainArguments(step.bitRate);
-    if (encoder.name != systemEncoder)
-        append(line, {"-maxrate", std::to_string(step.bitRate), "-bufsize", std::to_string(step.bitRate / 2)});
-    append(line, {"-g", std::to_string(step.keyFrameInterval)});
-    return line;
-}
-
 /// A step of the ladder in production.
 struct Rung {
     HlsLadder::Rendition step;
     fs::path folder;
-    bool isCopied = false; ///< Copies the movie's frames.
+    fs::path film; ///< The movie, or the film of this step that was rendered beside it.
+    bool isCopied = false; ///< Copies the film's frames.
 
     std::int64_t pixels() const { return step.width * step.height; }
 };
@@ -133,53 +124,51 @@ public:
                 append(line, encoders[n].device);
         }
         append(line, {"-progress", "pipe:1", "-i", m_movie.string()});
+        std::vector<fs::path> inputs{m_movie};
+        for (const auto& rung : rungs) {
+            if (rung.film != m_movie) {
+                append(line, {"-i", rung.film.string()});
+                inputs.push_back(rung.film);
+            }
+        }
         if (!encoders.empty())
             append(line, {"-filter_complex", graph(rungs, encoders)});
         std::size_t encoded = 0;
         for (const auto& rung : rungs) {
+            const auto input = std::ranges::find(inputs, rung.film) - inputs.begin();
             if (rung.isCopied) {
-                append(line, {"-map", "0:v:0", "-c:v", "copy"});
+                append(line, {"-map", std::format("{}:v:0", input), "-c:v", "copy"});
             } else {
-                append(line, {"-map", std::format("[v{}]", encoded)});
-                append(line, encoderArguments(encoders[encoded], rung.step));
+                append(line, {"-map", std::format("[step{}]", encoded)});
+                append(line, HlsLadder::encoderArguments(encoders[encoded], rung.step));
                 append(line, HlsLadder::forcedKeyFrames());
                 ++encoded;
             }
+            append(line, {"-map", std::format("{}:a:0?", input)});
             append(line, outputOf(rung));
         }
         return line;
     }
 
 private:
-    /// Decodes the movie once for all steps. Each but the largest is scaled from the next larger one.
+    /// Decodes the movie once for all steps.
     static std::string graph(std::span<const Rung> rungs, std::span<const VideoEncoder> encoders)
     {
-        std::string graph;
-        std::string from = "0:v:0";
-        std::size_t n = encoders.size();
-        for (const auto& rung : rungs | std::views::reverse) {
-            if (rung.isCopied)
-                continue;
-            --n;
-            const auto& upload = encoders[n].upload;
-            graph += std::format("{}[{}]scale={}:{}", graph.empty() ? "" : ";", from, rung.step.width, rung.step.height);
-            if (n > 0) {
-                from = std::format("s{}", n);
-                graph += std::format(",split=2[{}]", from);
-                if (!upload.empty())
-                    graph += std::format("[r{0}];[r{0}]{1}", n, upload);
-            } else if (!upload.empty()) {
-                graph += "," + upload;
-            }
-            graph += std::format("[v{}]", n);
+        std::vector<HlsLadder::Rendition> steps;
+        for (const auto& rung : rungs) {
+            if (!rung.isCopied)
+                steps.push_back(rung.step);
         }
-        return graph;
+        std::vector<std::string> uploads;
+        for (const auto& encoder : encoders)
+            uploads.push_back(encoder.upload);
+        return HlsLadder::scaling("0:v:0", steps, uploads);
     }
 
     Arguments outputOf(const Rung& rung) const
     {
         const fs::path folder = m_plain.path() / rung.folder.filename();
-        Arguments line{"-map", "0:a:0?", "-c:a"};
+        Arguments line{"-c:a"};
         if (m_audio == Audio::copied)
             append(line, {"copy"});
         else
@@ -205,9 +194,10 @@ std::size_t togetherIn(std::span<const Rung> rungs)
     const auto maxPixels = pixelsPerCore * std::max(availableCores(), 2);
     std::size_t count = 0;
     std::int64_t pixels = 0;
-    while (count < rungs.size() && (count == 0 || pixels + rungs[count].pixels() <= maxPixels)) {
+    for (; count < rungs.size(); ++count) {
         pixels += rungs[count].isCopied ? 0 : rungs[count].pixels();
-        ++count;
+        if (count > 0 && pixels > maxPixels)
+            break;
     }
     return count;
 }
@@ -257,17 +247,27 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
     std::vector<Rung> rungs;
     double allPixels = 0;
     for (const auto& step : ladder) {
-        rungs.push_back({.step = step, .folder = folder / std::to_string(step.height)});
+        rungs.push_back({.step = step, .folder = folder / std::to_string(step.height), .film = movie});
         allPixels += static_cast<double>(rungs.back().pixels());
         fs::create_directories(rungs.back().folder);
     }
-    const auto copies =
-        StreamedFilm::copiesInto(rungs.back().step, project.fps, movie, ffmpeg, plain.path() / "packets.txt", stop);
-    rungs.back().isCopied = copies.video;
+    const auto filmOf = [&](const Rung& rung) {
+        const fs::path film = stepFilm(movie, rung.step.height);
+        return fs::exists(film) ? film : movie;
+    };
+    const auto copies = inParallel(rungs.size(), [&](std::size_t n) {
+        const fs::path scratch = plain.path() / rungs[n].folder.filename() / "packets.txt";
+        return StreamedFilm::copiesInto(rungs[n].step, project.fps, filmOf(rungs[n]), ffmpeg, scratch, stop);
+    });
+    for (std::size_t n = 0; n < rungs.size(); ++n) {
+        rungs[n].isCopied = copies[n].video;
+        if (copies[n].video)
+            rungs[n].film = filmOf(rungs[n]);
+    }
 
     Outcome outcome;
     using Audio = Encoding::Audio;
-    const Encoding encoding(movie, copies.audio ? Audio::copied : Audio::encoded, key, plain);
+    const Encoding encoding(movie, copies.back().audio ? Audio::copied : Audio::encoded, key, plain);
     const double seconds = project.playableDuration();
     double done = 0; // Share of all pixels.
     for (std::span<const Rung> left = rungs; !left.empty();) {
@@ -281,7 +281,7 @@ Outcome hls(const fs::path& from, const VideoProject& project, const fs::path& d
                 tasks.push_back({.size = {.width = rung.step.width, .height = rung.step.height},
                     .fps = project.fps,
                     .arguments = [step = rung.step](
-                                     const VideoEncoder& encoder) { return encoderArguments(encoder, step); }});
+                                     const VideoEncoder& encoder) { return HlsLadder::encoderArguments(encoder, step); }});
             }
         }
         const auto tell = [&](double part) {

@@ -87,12 +87,15 @@ std::int64_t availableMemory()
 }
 
 /// The number of parallel runs. One encoder uses only a few cores well, and each run buffers many frames.
-int sideBySide(const RenderGraph::FrameSize& size)
+int sideBySide(const PiecedFilm::Recipe& recipe)
 {
     constexpr int coresPerRun = 4;
     constexpr int maxRuns = 8;
     constexpr std::int64_t bytesPerPixel = 250; // Memory of a run with every effect.
-    const auto allowed = availableMemory() / 2 / (bytesPerPixel * size.width * size.height);
+    std::int64_t pixels = recipe.size.width * recipe.size.height;
+    for (const auto& step : recipe.steps)
+        pixels += step.width * step.height;
+    const auto allowed = availableMemory() / 2 / (bytesPerPixel * pixels);
     return static_cast<int>(
         std::clamp<std::int64_t>(std::min<std::int64_t>(availableCores() / coresPerRun, allowed), 1, maxRuns));
 }
@@ -105,6 +108,16 @@ std::string quoted(const fs::path& file)
     return result + "'";
 }
 
+/// A series of pieces: of the film, or of a smaller film.
+struct Series {
+    std::string name; ///< The beginning of the names of its files.
+    std::string label; ///< The link of the graph that has its frames.
+    Arguments encoder; ///< Its name and options, except threads and forced key frames.
+    std::int64_t height = 0;
+    std::vector<std::string> keys; ///< The cache key of each piece.
+    std::vector<PieceFile::Facts> facts; ///< Of each piece; no frames until it is complete.
+};
+
 } // namespace
 
 /// The state of one rendering, shared by its threads.
@@ -116,10 +129,21 @@ public:
         , m_work(work)
         , m_cache(cache)
         , m_onStop(stop, [this] { m_stop.request_stop(); })
-        , m_runs(m_recipe.runs > 0 ? m_recipe.runs : sideBySide(m_recipe.size))
-        , m_facts(m_pieces.size())
+        , m_runs(m_recipe.runs > 0 ? m_recipe.runs : sideBySide(m_recipe))
         , m_done(m_pieces.size())
     {
+        m_series.push_back({.name = "piece", .label = "vout", .encoder = m_recipe.encoder, .height = m_recipe.size.height});
+        for (std::size_t i = 0; i < m_recipe.steps.size(); ++i) {
+            const auto& step = m_recipe.steps[i];
+            m_series.push_back({.name = std::format("step{}-", step.height),
+                .label = std::format("step{}", i),
+                .encoder = HlsLadder::encoderArguments(VideoEncoder::software(), step),
+                .height = step.height});
+        }
+        for (auto& series : m_series) {
+            series.keys.resize(m_pieces.size());
+            series.facts.resize(m_pieces.size());
+        }
     }
 
     /// Makes all pieces and the audio. `progress` receives 0..1.
@@ -146,43 +170,60 @@ public:
             throw Cancelled();
     }
 
+    /// Joins the pieces of the film, and those of each smaller one whose pieces fit, with the audio. Returns whether there
+    /// is a film.
+    bool join(const fs::path& target) const
+    {
+        const auto fileOfResult = [&](std::size_t i) {
+            return i == 0 ? target : ExportService::stepFilm(target, m_series[i].height);
+        };
+        const auto joined = inParallel(
+            m_series.size(), [&](std::size_t i) { return fits(m_series[i]) && join(m_series[i], fileOfResult(i)); });
+        for (std::size_t i = 0; i < joined.size(); ++i) {
+            if (!joined.front() || !joined[i])
+                fs::remove(fileOfResult(i));
+        }
+        return joined.front();
+    }
+
+private:
+    fs::path fileOf(const Series& series, std::size_t n) const { return m_work / std::format("{}{}.mp4", series.name, n); }
+    fs::path audioFile() const { return m_work / "audio.m4a"; }
+
     /// Whether every piece has its number of frames, and all pieces have the same decoder parameters.
-    bool fits() const
+    bool fits(const Series& series) const
     {
         for (std::size_t n = 0; n < m_pieces.size(); ++n) {
-            const auto& facts = m_facts[n];
+            const auto& facts = series.facts[n];
             if (facts.frames != m_pieces[n].length() || facts.parameters.empty()
-                || facts.parameters != m_facts.front().parameters)
+                || facts.parameters != series.facts.front().parameters)
                 return false;
         }
         return true;
     }
 
     /// Joins pieces and audio without encoding again. Returns whether the result has all frames.
-    bool join(const fs::path& target) const
+    bool join(const Series& series, const fs::path& target) const
     {
         std::string list = "ffconcat version 1.0\n";
         for (std::size_t n = 0; n < m_pieces.size(); ++n) {
             const double seconds = static_cast<double>(m_pieces[n].length()) / static_cast<double>(m_recipe.fps);
-            list += std::format("file {}\nduration {}\n", quoted(pieceFile(n)), durationText(seconds));
+            list += std::format("file {}\nduration {}\n", quoted(fileOf(series, n)), durationText(seconds));
         }
-        writeFileAtomically(m_work / "pieces.txt", list);
+        const fs::path listFile = m_work / (series.name + "list.txt");
+        writeFileAtomically(listFile, list);
         // Pieces are joined at whole microseconds; rounding to frames keeps the errors from adding up.
         const auto onFrame = [&](std::string_view time) {
             return std::format("round({0}*TB*{1})/(TB*{1})", time, m_recipe.fps);
         };
-        Arguments arguments = ffmpegArguments({"-f", "concat", "-safe", "0", "-auto_convert", "0", "-i",
-            (m_work / "pieces.txt").string(), "-i", audioFile().string(), "-map", "0:v", "-map", "1:a", "-c", "copy",
-            "-bsf:v", std::format("setts=pts={}:dts={}", onFrame("PTS"), onFrame("DTS"))});
+        Arguments arguments = ffmpegArguments({"-f", "concat", "-safe", "0", "-auto_convert", "0", "-i", listFile.string(),
+            "-i", audioFile().string(), "-map", "0:v", "-map", "1:a", "-c", "copy", "-bsf:v",
+            std::format("setts=pts={}:dts={}", onFrame("PTS"), onFrame("DTS"))});
         append(arguments, m_recipe.container);
         append(arguments, {"-progress", "pipe:1", target.string()});
         const std::string output = ProcessRunner::run(m_recipe.ffmpeg, arguments, {}, 0, m_stop.get_token());
         return lastNumber(output, "\nframe=") == m_pieces.back().position + m_pieces.back().length();
     }
-
-private:
-    fs::path pieceFile(std::size_t n) const { return m_work / std::format("piece{}.mp4", n); }
-    fs::path audioFile() const { return m_work / "audio.m4a"; }
 
     /// Runs a thread's job. The first failure stops the others.
     void guard(const std::function<void()>& job)
@@ -251,18 +292,9 @@ private:
     void plan()
     {
         std::vector<std::size_t> missing;
-        for (std::size_t n = 0; n < m_pieces.size(); ++n) {
-            if (m_stop.stop_requested())
-                throw Cancelled();
-            const auto shown = RenderGraph::shownIn(m_recipe.project, m_pieces[n], m_recipe.fps);
-            m_keys.push_back(keyOf(m_pieces[n], shown, annotationsOf(shown)));
-            if (m_cache.take(m_keys[n], pieceFile(n)) && isRight(n)) {
-                m_done[n] = 1;
-                continue;
-            }
-            std::error_code ignored;
-            fs::remove(pieceFile(n), ignored);
-            m_facts[n] = {};
+        for (const auto n : piecesToMake()) {
+            for (auto& series : m_series)
+                drop(series, n); // Never write to a link into the cache.
             missing.push_back(n);
         }
         constexpr std::size_t maxTogether = 30;
@@ -284,29 +316,89 @@ private:
         }
     }
 
+    /// The pieces that are not in the cache. Decides whether smaller films are made: pieces that are cached without them
+    /// have to be rendered again.
+    std::vector<std::size_t> piecesToMake()
+    {
+        constexpr double maxAlone = 0.25; // With fewer, rendering them takes less time than scaling the finished film.
+        std::vector<std::size_t> missing;
+        std::vector<std::size_t> alone;
+        for (std::size_t n = 0; n < m_pieces.size(); ++n) {
+            if (m_stop.stop_requested())
+                throw Cancelled();
+            const auto shown = RenderGraph::shownIn(m_recipe.project, m_pieces[n], m_recipe.fps);
+            setKeys(n, keyOf(m_pieces[n], shown, annotationsOf(shown)));
+            if (!take(m_series.front(), n))
+                missing.push_back(n);
+            else if (!std::ranges::all_of(m_series | std::views::drop(1), [&](Series& step) { return take(step, n); }))
+                alone.push_back(n);
+            else
+                m_done[n] = 1;
+        }
+        if (static_cast<double>(alone.size()) > maxAlone * static_cast<double>(m_pieces.size())) {
+            m_series.resize(1);
+            for (const auto n : alone)
+                m_done[n] = 1;
+            return missing;
+        }
+        std::ranges::copy(alone, std::back_inserter(missing));
+        std::ranges::sort(missing);
+        return missing;
+    }
+
+    /// Sets the keys of a piece from the film's.
+    void setKeys(std::size_t n, const std::string& film)
+    {
+        m_series.front().keys[n] = film;
+        for (std::size_t i = 0; i < m_recipe.steps.size(); ++i) {
+            auto& step = m_series[i + 1];
+            PieceKey key(m_recipe.version);
+            key.add(film);
+            key.add(scaling());
+            key.add(step.label);
+            key.add(step.encoder);
+            step.keys[n] = key.finish();
+        }
+    }
+
+    /// Takes a piece from the cache.
+    bool take(Series& series, std::size_t n)
+    {
+        return m_cache.take(series.keys[n], fileOf(series, n)) && isRight(series, n);
+    }
+
+    void drop(Series& series, std::size_t n)
+    {
+        std::error_code ignored;
+        fs::remove(fileOf(series, n), ignored);
+        series.facts[n] = {};
+    }
+
     void makeGroups()
     {
         for (std::size_t n = m_next++; n < m_groups.size(); n = m_next++) {
             if (m_stop.stop_requested())
                 throw Cancelled();
             encode(m_groups[n]);
-            for (const auto piece : m_groups[n])
-                keep(piece);
+            for (auto& series : m_series) {
+                for (const auto piece : m_groups[n])
+                    keep(series, piece);
+            }
             setDone(m_groups[n], 1);
         }
     }
 
     /// Whether a piece has its number of frames.
-    bool isRight(std::size_t n)
+    bool isRight(Series& series, std::size_t n)
     {
-        m_facts[n] = PieceFile::factsOf(pieceFile(n));
-        return m_facts[n].frames == m_pieces[n].length();
+        series.facts[n] = PieceFile::factsOf(fileOf(series, n));
+        return series.facts[n].frames == m_pieces[n].length();
     }
 
-    void keep(std::size_t n)
+    void keep(Series& series, std::size_t n)
     {
-        if (m_facts[n].frames == 0 && isRight(n))
-            m_cache.keep(m_keys[n], pieceFile(n));
+        if (series.facts[n].frames == 0 && isRight(series, n))
+            m_cache.keep(series.keys[n], fileOf(series, n));
     }
 
     std::string annotationsOf(const VideoProject& shown) const
@@ -328,6 +420,12 @@ private:
                 .camera = camera,
                 .quickSharpening = m_recipe.quickSharpening},
             piece);
+    }
+
+    /// The chains that scale the film's frames, the link "all", to those of the smaller films.
+    std::string scaling() const
+    {
+        return HlsLadder::scaling("all", m_recipe.steps, std::vector<std::string>(m_recipe.steps.size()));
     }
 
     /// The images of a piece, in document order.
@@ -389,9 +487,12 @@ private:
         const double start = static_cast<double>(piece.first()) / rate - readAhead;
         const Source* camera = cameraOfGraph();
         writeFileAtomically(annotations, annotationsOf(shown));
-        writeFileAtomically(graph,
-            graphOf(piece, shown, annotations,
-                camera ? PacedSource::filter(camera->input.file, start, threads > 2 ? 2 : 1) : std::string()));
+        std::string filters = graphOf(piece, shown, annotations,
+            camera ? PacedSource::filter(camera->input.file, start, threads > 2 ? 2 : 1) : std::string());
+        const bool hasSteps = m_series.size() > 1;
+        if (hasSteps)
+            filters += ";\n[vout]format=yuv420p,split=2[film][all];\n" + scaling();
+        writeFileAtomically(graph, filters);
         Arguments arguments = ExportFormats::commonArguments();
         append(arguments, {"-copyts"});
         if (m_recipe.project.edit.sharpen && !m_recipe.quickSharpening && threads > 1)
@@ -407,19 +508,26 @@ private:
         }
         for (const auto& image : imagesOf(shown))
             append(arguments, OverlayImage::input(image, m_recipe.project.duration));
-        append(arguments, {"-/filter_complex", graph.string(), "-map", "[vout]"});
-        append(arguments, m_recipe.encoder);
-        append(arguments, keyFramesOf(group));
-        append(arguments, {"-threads", std::to_string(threads)});
-        append(arguments, {"-r", std::to_string(m_recipe.fps), "-progress", "pipe:1"});
-        append(arguments, filesOf(group));
+        append(arguments, {"-/filter_complex", graph.string()});
+        for (const auto& series : m_series) {
+            const bool isFilm = &series == &m_series.front();
+            append(arguments, {"-map", std::format("[{}]", isFilm && hasSteps ? "film" : series.label)});
+            append(arguments, series.encoder);
+            append(arguments, keyFramesOf(group));
+            // Smaller frames keep fewer threads busy, and each buffers frames.
+            append(arguments, {"-threads", std::to_string(isFilm ? threads : std::max(threads / 2, 1))});
+            append(arguments, {"-r", std::to_string(m_recipe.fps), "-progress", "pipe:1"});
+            append(arguments, filesOf(series, group));
+        }
         ProcessRunner::run(
             m_recipe.ffmpeg, arguments,
             [&](double part) {
                 // A piece is complete once the next one exists; keep it even if this run is stopped.
-                for (const auto n : group | std::views::take(group.size() - 1)) {
-                    if (fs::exists(pieceFile(n + 1)))
-                        keep(n);
+                for (auto& series : m_series) {
+                    for (const auto n : group | std::views::take(group.size() - 1)) {
+                        if (fs::exists(fileOf(series, n + 1)))
+                            keep(series, n);
+                    }
                 }
                 setDone(group, part);
             },
@@ -436,10 +544,10 @@ private:
     }
 
     /// The options that write each piece of a group to its file.
-    Arguments filesOf(const std::vector<std::size_t>& group) const
+    Arguments filesOf(const Series& series, const std::vector<std::size_t>& group) const
     {
         if (group.size() == 1)
-            return {pieceFile(group.front()).string()};
+            return {fileOf(series, group.front()).string()};
         std::string frames;
         for (const auto border : bordersOf(group))
             frames += std::format("{}{}", frames.empty() ? "" : ",", border);
@@ -447,7 +555,8 @@ private:
         for (const char c : m_work.string()) // In the pattern, a percent sign would begin a number.
             pattern += c == '%' ? "%%" : std::string(1, c);
         return {"-avoid_negative_ts", "disabled", "-f", "segment", "-segment_format", "mp4", "-reset_timestamps", "1",
-            "-segment_frames", frames, "-segment_start_number", std::to_string(group.front()), pattern + "/piece%d.mp4"};
+            "-segment_frames", frames, "-segment_start_number", std::to_string(group.front()),
+            std::format("{}/{}%d.mp4", pattern, series.name)};
     }
 
     /// Key frames where pieces begin, and where the segments of a streaming package do, so that the package can copy the
@@ -476,8 +585,7 @@ private:
     std::stop_source m_stop; ///< Stops all runs.
     std::stop_callback<std::function<void()>> m_onStop;
     int m_runs; ///< The number of parallel runs.
-    std::vector<std::string> m_keys; ///< The cache key of each piece.
-    std::vector<PieceFile::Facts> m_facts; ///< The facts of each piece; no frames until it is complete.
+    std::vector<Series> m_series; ///< The film, then the smaller films, ascending.
     std::vector<std::vector<std::size_t>> m_groups; ///< The pieces of each run.
     std::atomic<std::size_t> m_next = 0;
     std::mutex m_mutex; ///< Guards the members below.
@@ -518,7 +626,7 @@ bool PiecedFilm::make(const fs::path& target, const fs::path& work, const MakeAu
 {
     Run run(*this, work, cache, stop);
     run.makeAll(audio, progress);
-    return run.fits() && run.join(target);
+    return run.join(target);
 }
 
 } // namespace orvo

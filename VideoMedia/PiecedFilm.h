@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VideoMedia/Arguments.h"
+#include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/PieceCache.h"
 #include "VideoMedia/Pieces.h"
 #include "VideoMedia/ProcessRunner.h"
@@ -42,6 +43,7 @@ public:
         bool quickSharpening = false; ///< See `RenderGraph::VideoSettings`.
         Arguments encoder; ///< Its name and options, except threads and forced key frames.
         Arguments container; ///< Options of the result.
+        std::vector<HlsLadder::Rendition> steps; ///< Smaller films to encode from the same frames, ascending.
         int runs = 0; ///< Runs of ffmpeg side by side; 0 for as many as this machine has cores and memory for.
     };
 
@@ -57,6 +59,10 @@ public:
 
     /// Writes the film to `target` and its pieces to the folder `work`, where they stay. Returns false, without a film, if
     /// the pieces do not fit together.
+    ///
+    /// Writes the films of the smaller steps beside it, as `ExportService::stepFilm` names them. A step is missing if its
+    /// pieces do not fit together; all are missing if an earlier export has left so many pieces of the film alone that
+    /// scaling the film takes less time than rendering those again.
     ///
     /// `progress` is called on the calling thread. Throws as `ProcessRunner::run`; the first failure ends all runs. Pieces
     /// that are complete stay in the cache.

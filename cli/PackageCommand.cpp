@@ -77,6 +77,7 @@ void package(Session& session, const PackageArguments& arguments)
         throw captureError("Termina esta grabación antes de prepararla.");
     const auto ladder = HlsLadder::of(project);
     settings.fps = project.fps;
+    settings.isStreamed = true;
     const fs::path folder = emptyTarget(arguments.folder, library.store());
 
     const WorkFolder work(library.store().directory(project.id), "package");

@@ -3,6 +3,7 @@
 #include "VideoCore/DocumentCodec.h"
 #include "VideoCore/Error.h"
 #include "VideoCore/FileIO.h"
+#include "VideoMedia/HlsLadder.h"
 #include "VideoMedia/Sha256.h"
 
 #include <format>
@@ -21,6 +22,7 @@ PublicationPackage::PublicationPackage(
     , m_signature(signature(project, settings))
 {
     m_settings.fps = project.fps;
+    m_settings.isStreamed = true;
     fs::create_directories(m_folder);
     m_lock = openFolderLock(m_folder);
     if (!m_lock.tryLock())
@@ -48,6 +50,9 @@ void PublicationPackage::render(const MediaProbe& probe, const ProgressCallback&
 void PublicationPackage::package(const ProgressCallback& progress, const std::stop_token& stop)
 {
     m_outcome.hardwareFailed |= ExportService::hls(movie(), m_project, hls(), progress, stop).hardwareFailed;
+    std::error_code ignored;
+    for (const auto& step : HlsLadder::of(m_project))
+        fs::remove(ExportService::stepFilm(movie(), step.height), ignored); // The package has their frames.
     writeFileAtomically(signatureFile(), m_signature);
 }
 

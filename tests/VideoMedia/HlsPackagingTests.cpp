@@ -173,7 +173,7 @@ TEST_F(HlsPackaging, CopiesTheFramesForAStepThatTheMovieSuits)
 {
     const auto hashes = [&](const fs::path& media, const char* stream = "0:v") {
         std::vector<std::string> command{"-y", "-i", media, "-map", stream, "-f", "framehash", folder / "frames"};
-        if (media != movie)
+        if (media.extension() == ".m3u8")
             command.insert(command.begin(), {"-allowed_extensions", "ALL"});
         ffmpeg(command);
         std::vector<std::string> list;
@@ -199,6 +199,23 @@ TEST_F(HlsPackaging, CopiesTheFramesForAStepThatTheMovieSuits)
         EXPECT_TRUE(std::equal(audio.begin(), audio.end(), heard.begin() + 1)) << step;
     }
     EXPECT_EQ(dominant(decodeFrames(played(folder / "hls/720/index.m3u8", 12.6)).front()), "blue");
+
+    // So are those of a smaller film beside the movie, unless it has no key frames where segments begin.
+    const fs::path smaller = ExportService::stepFilm(movie, 480);
+    ffmpeg({"-i", movie, "-vf", "scale=852:480,negate", "-preset", "veryfast", "-g", "250", "-force_key_frames",
+        "expr:gte(t,n_forced*6)", "-c:a", "copy", smaller});
+    ExportService::hls(movie, project, folder / "both");
+    EXPECT_EQ(hashes(folder / "both/480/index.m3u8"), hashes(smaller));
+    EXPECT_EQ(hashes(folder / "both/720/index.m3u8"), own);
+    project.height = 700; // Above the largest step.
+    ffmpeg({"-y", "-i", movie, "-vf", "scale=876:480,negate", "-preset", "veryfast", "-g", "250", "-force_key_frames",
+        "expr:gte(t,n_forced*6)", "-c:a", "copy", smaller});
+    ExportService::hls(movie, project, folder / "largest");
+    EXPECT_EQ(hashes(folder / "largest/480/index.m3u8"), hashes(smaller));
+    project.height = 720;
+    ffmpeg({"-y", "-i", movie, "-vf", "scale=852:480,negate", "-preset", "veryfast", "-g", "250", "-c:a", "copy", smaller});
+    ExportService::hls(movie, project, folder / "one");
+    EXPECT_EQ(dominant(decodeFrames(played(folder / "one/480/index.m3u8", 12.6)).front()), "blue");
 
     // A movie with more bits than the step declares is encoded.
     ffmpeg({"-y", "-f", "lavfi", "-i", "nullsrc=size=320x180:rate=10:duration=7,geq=random(1)*255:128:128", "-c:v",

@@ -70,11 +70,15 @@ protected:
         return numbers;
     }
 
-    static std::vector<int> numbersIn(const fs::path& film)
+    std::vector<int> numbersIn(const fs::path& film) const
     {
+        const auto small = folder / "small.mkv"; // Large frames would fill the memory.
+        ffmpeg({"-y", "-i", film, "-vf", "scale=320:180", "-c:v", "libx264", "-preset", "ultrafast", "-an", "-fps_mode",
+            "passthrough", small});
         std::vector<int> numbers;
-        for (const auto& frame : decodeFrames(film))
+        for (const auto& frame : decodeFrames(small))
             numbers.push_back(numberIn(frame));
+        fs::remove(small);
         return numbers;
     }
 
@@ -228,6 +232,59 @@ TEST_F(PiecedFilmTests, MatchesTheFilmRenderedWhole)
     EXPECT_THAT(leftovers(), IsEmpty());
 }
 
+/// A publication: the smaller film of the package is encoded from the same frames and needs no second encoding.
+TEST_F(PiecedFilmTests, EncodesTheStepsOfAPackageBesideTheFilm)
+{
+    makePlain();
+    makeScreen();
+    makeAudio(addTrack(TrackKind::microphone, "microphone.m4a"), "sine=frequency=300:duration=48,volume=0.1");
+    project.width = 1280;
+    project.height = 720;
+    project.fps = rate;
+    const ExportSettings streamed{.fps = rate, .isStreamed = true};
+    const auto plain = exported("plain.mp4");
+    fs::remove_all(cacheHome());
+    fs::remove(store.directory(project.id) / "films.txt");
+    const auto film = exported("film.mp4", streamed);
+    const auto step = folder / "film-480.mp4";
+    EXPECT_EQ(hash(film, "v"), hash(plain, "v")) << "the film does not depend on the smaller one";
+    ASSERT_TRUE(fs::exists(step));
+    EXPECT_EQ(probe(step).width, 852);
+    EXPECT_EQ(numbersIn(step), expectedNumbers());
+    EXPECT_EQ(hash(step, "a"), hash(film, "a"));
+    const auto first = kept();
+    EXPECT_EQ(films(first, piecesFolder()), 10U);
+
+    ExportService::hls(film, project, folder / "hls");
+    const auto received = [&](const std::string& height) {
+        const auto file = folder / (height + ".mkv");
+        ffmpeg({"-allowed_extensions", "ALL", "-i", folder / "hls" / height / "index.m3u8", "-c", "copy", file});
+        return file;
+    };
+    const auto small = received("480");
+    const auto large = received("720");
+    for (const auto* stream : {"v", "a"})
+        EXPECT_EQ(times(small, stream), times(large, stream));
+    EXPECT_EQ(numbersIn(small), expectedNumbers());
+    EXPECT_EQ(hash(small, "v"), hash(step, "v"));
+
+    // After a correction, both films are encoded only where it is; an export of one film has no use for the other.
+    project.edit.cuts.edit()[1].start = 9.2;
+    EXPECT_EQ(numbersIn(exported("film.mp4", streamed)), expectedNumbers());
+    EXPECT_EQ(numbersIn(step), expectedNumbers());
+    EXPECT_LE(films(kept(), piecesFolder()) - films(first, piecesFolder()), 4U);
+
+    // Pieces that an export has left without the smaller film are not rendered again, and no old film stays.
+    project.edit.sharpen = true;
+    exported("plain.mp4");
+    fs::remove(folder / "plain.mp4");
+    const auto second = kept();
+    EXPECT_EQ(numbersIn(exported("film.mp4", streamed)), expectedNumbers());
+    EXPECT_FALSE(fs::exists(step));
+    EXPECT_EQ(kept(), second);
+    EXPECT_THAT(leftovers(), IsEmpty());
+}
+
 /// Only as an input of its own does ffmpeg turn a movie upright.
 TEST_F(PiecedFilmTests, ShowsATurnedCameraUpright)
 {
@@ -271,10 +328,12 @@ TEST_F(PiecedFilmTests, JoinsThePiecesOfSeveralRunsIfTheyFit)
     makeScreen();
     const fs::path ffmpeg = *ProcessRunner::ffmpeg();
     const fs::path other = folder / "other-ffmpeg";
-    writeFileAtomically(other,
-        std::format("#!/bin/bash\n[[ \"$*\" == *piece2.mp4* ]] && set -- \"${{@/ultrafast/veryfast}}\"\nexec '{}' \"$@\"\n",
-            ffmpeg.string()));
-    fs::permissions(other, fs::perms::owner_all);
+    const auto writeOther = [&](const char* change) {
+        writeFileAtomically(other,
+            std::format("#!/bin/bash\n[[ \"$*\" == *piece2.mp4* ]] && set -- \"${{@{}}}\"\nexec '{}' \"$@\"\n", change,
+                ffmpeg.string()));
+        fs::permissions(other, fs::perms::owner_all);
+    };
     const auto made = [&](const fs::path& program) {
         PiecedFilm::Recipe recipe{.ffmpeg = program,
             .version = {},
@@ -283,6 +342,7 @@ TEST_F(PiecedFilmTests, JoinsThePiecesOfSeveralRunsIfTheyFit)
             .fps = rate,
             .encoder = {"-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p"},
             .container = {"-f", "mp4"},
+            .steps = {{.width = 160, .height = 90, .bitRate = 400'000, .keyFrameInterval = 90, .bandwidth = 628'000}},
             .runs = 3};
         recipe.sources.push_back(
             {.input = {.track = project.tracks.front(), .file = store.directory(project.id) / "media/screen.mov"},
@@ -297,11 +357,22 @@ TEST_F(PiecedFilmTests, JoinsThePiecesOfSeveralRunsIfTheyFit)
         return PiecedFilm::of(std::move(recipe)).value().make(folder / "film.mp4", work.path(), makeSilence, cache);
     };
 
+    const auto film = folder / "film.mp4";
+    const auto step = folder / "film-90.mp4";
     EXPECT_TRUE(made(ffmpeg));
-    EXPECT_EQ(numbersIn(folder / "film.mp4"), expectedNumbers());
-    fs::remove(folder / "film.mp4");
-    EXPECT_FALSE(made(other)) << "a decoder would need other parameters in the middle of the film";
-    EXPECT_FALSE(fs::exists(folder / "film.mp4"));
+    for (const auto& one : {film, step}) {
+        EXPECT_EQ(numbersIn(one), expectedNumbers());
+        fs::remove(one);
+    }
+    // A decoder would need other parameters in the middle of the smaller film, then of the film.
+    writeOther("/veryfast/ultrafast");
+    EXPECT_TRUE(made(other));
+    EXPECT_EQ(numbersIn(film), expectedNumbers());
+    EXPECT_FALSE(fs::exists(step));
+    fs::remove(film);
+    writeOther("/ultrafast/veryfast");
+    EXPECT_FALSE(made(other));
+    EXPECT_THAT(namesIn(folder.path()), testing::Each(testing::Not(testing::HasSubstr(".mp4"))));
 }
 
 TEST_F(PiecedFilmTests, EncodesOnlyPiecesThatAnEditChanged)

@@ -67,6 +67,27 @@ TEST_F(PublicationPackageTests, IsReadyOnlyForTheSameProjectAndSettings)
     }
 }
 
+TEST_F(PublicationPackageTests, EncodesTheSmallerStepsWithTheMovie)
+{
+    const TemporaryFolder caches;
+    ::setenv("XDG_CACHE_HOME", (caches / "home").c_str(), 1);
+    project.width = 1280;
+    project.height = 720;
+    project.duration = 32;
+    makeVideo(addTrack(TrackKind::screen, "screen.mov"), "testsrc2=size=320x180:rate=10:duration=32");
+    project.tracks.edit().erase(project.tracks.begin());
+    store.save(project);
+    const auto folderOfPackage = store.directory(project.id) / "publication";
+    auto package = this->package(ExportQuality::small);
+    package.render(FfprobeMediaProbe(), {}, {});
+    EXPECT_TRUE(fs::exists(folderOfPackage / "video-480.mp4"));
+    package.package({}, {});
+    EXPECT_TRUE(package.isReady());
+    EXPECT_TRUE(fs::exists(folderOfPackage / "hls/480/index.m3u8"));
+    EXPECT_THAT(namesIn(folderOfPackage), testing::UnorderedElementsAre("hls", "signature.txt", "video.mp4", "video.srt"));
+    ::unsetenv("XDG_CACHE_HOME");
+}
+
 } // namespace
 
 } // namespace orvo::test
