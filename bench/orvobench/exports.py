@@ -111,16 +111,15 @@ def rows(programs, folder, cache, seconds, runs, long, say):
     """Runs `runs` rounds of all variants. Returns the rows of the table."""
     recording = material.recording(cache, seconds)
     exporter = Exporter(programs, folder)
-    few, usual, many = 1, max(2, seconds // 6), max(4, seconds * 2 // 3)
+    few, usual, many = numbers_of_cuts(seconds)
     effects = Edit(cuts=usual, **EFFECTS)
     variants = {
-        f"cuts alone, {few}": (Edit(cuts=few), TIME_OF_CUTS),
-        f"cuts alone, {usual}": (Edit(cuts=usual), TIME_OF_CUTS),
-        f"cuts alone, {many}": (Edit(cuts=many), TIME_OF_CUTS),
+        f"cuts alone, {few}": (Edit(cuts=few), None),  # `cuts` has the times, because their targets need several rounds.
+        f"cuts alone, {usual}": (Edit(cuts=usual), None),
+        f"cuts alone, {many}": (Edit(cuts=many), None),
         f"every effect but sharpening, {usual} cuts": (effects, TIME_OF_EFFECTS),
         f"every effect, sharpening and two images, {usual} cuts": (replace(effects, sharpen=True, images=2), TIME_OF_SHARPENING),
     }
-    publications = []
     pieces = Pieces()
     scaling = {1: [], 2: []}
     cores = sorted(os.sched_getaffinity(0))
@@ -134,11 +133,9 @@ def rows(programs, folder, cache, seconds, runs, long, say):
             costs[name].append(exporter.run(identifier))
             encoder = encoder or _encoder_of(costs[name][-1][0])
             again[name].append(same_frames(encoder, folder))
-        say(f"round {number + 1} of {runs}: publication")
-        identifier = exporter.add(recording, effects)
-        publications.append((exporter.package(identifier).wall, exporter.run(identifier)[0].wall))
         say(f"round {number + 1} of {runs}: a corrected cut")
-        pieces.measure(exporter, exporter.add(recording, effects))
+        identifier = exporter.add(recording, effects)
+        pieces.measure(exporter, identifier)
         if len(cores) > 1:
             say(f"round {number + 1} of {runs}: one core and two")
             for count, walls in scaling.items():
@@ -152,15 +149,13 @@ def rows(programs, folder, cache, seconds, runs, long, say):
     result = []
     for name, (_, target) in variants.items():
         result += _against(f"export, {name}", costs[name], costs["plain"], "plain transcode", None)
-        result.append(_per_frame(f"export, {name}: time a frame", costs[name], again[name], "same frames", "wall", target))
+        if target:
+            result.append(_per_frame(f"export, {name}: time a frame", costs[name], again[name], "same frames", "wall", target))
         result.append(_per_frame(f"export, {name}: processor time a frame", costs[name], again[name], "same frames", "cpu", None))
         result.append(_per_frame(f"export, {name}: its frames encoded again, processor time a frame", again[name], costs["plain"],
                                  "plain transcode", "cpu", None))
     result += _against_melt(f"export, cuts alone, {usual}", costs[f"cuts alone, {usual}"], costs["melt"])
     result += _own_share([cost for name in variants for cost, _ in costs[name]])
-    ours, alone = zip(*publications)
-    result.append(Row("publication with every effect, render and three steps: time", "s", list(ours), list(alone),
-                      "the render alone", at_most=TIME_OF_PUBLICATION))
     result += pieces.rows()
     if scaling[1]:
         result += _scaling(scaling[1], scaling[2])
@@ -170,6 +165,46 @@ def rows(programs, folder, cache, seconds, runs, long, say):
         result += _growth(exporter, material.repeated(cache, recording, 12), usual, costs[f"cuts alone, {usual}"], say)
     shutil.rmtree(folder)
     return result
+
+
+def numbers_of_cuts(seconds):
+    return 1, max(2, seconds // 6), max(4, seconds * 2 // 3)
+
+
+def cuts(programs, folder, cache, seconds, runs, say):
+    """The time of exports with cuts alone beside encoding their frames again. Returns the rows of the table."""
+    recording = material.recording(cache, seconds)
+    exporter = Exporter(programs, folder)
+    encoder = None
+    result = {count: [] for count in numbers_of_cuts(seconds)}
+    for number in range(runs):
+        for count, costs in result.items():
+            say(f"round {number + 1} of {runs}: {count} cuts")
+            ours = exporter.run(exporter.add(recording, Edit(cuts=count)))
+            encoder = encoder or _encoder_of(ours[0])
+            costs.append((ours, same_frames(encoder, folder)))
+    shutil.rmtree(folder)
+    return [_per_frame(f"export, cuts alone, {count}: {what} a frame", *map(list, zip(*costs)), "same frames", figure, target)
+            for count, costs in result.items()
+            for what, figure, target in (("time", "wall", TIME_OF_CUTS), ("processor time", "cpu", None))]
+
+
+def publication(programs, folder, cache, seconds, runs, say):
+    """A publication without the upload beside the export of its film. Returns the rows of the table."""
+    recording = material.recording(cache, seconds)
+    exporter = Exporter(programs, folder)
+    ours, alone = [], []
+    for number in range(runs):
+        say(f"round {number + 1} of {runs}: publication")
+        identifier = exporter.add(recording, Edit(cuts=max(2, seconds // 6), **EFFECTS))
+        ours.append(exporter.package(identifier))
+        alone.append(exporter.run(identifier)[0])
+    shutil.rmtree(folder)
+    return [Row(f"publication with every effect, render and three steps: {what}", unit,
+                [getattr(cost, figure) for cost in ours], [getattr(cost, figure) for cost in alone], "the render alone",
+                at_most=target)
+            for what, unit, figure, target in (("time", "s", "wall", TIME_OF_PUBLICATION),
+                                               ("processor time", "s", "cpu", None), ("peak memory", "MB", "peak", None))]
 
 
 class Pieces:
