@@ -193,10 +193,11 @@ def publication(programs, folder, cache, seconds, runs, say):
     """A publication without the upload beside the export of its film. Returns the rows of the table."""
     recording = material.recording(cache, seconds)
     exporter = Exporter(programs, folder)
+    _, usual, _ = numbers_of_cuts(seconds)
     ours, alone = [], []
     for number in range(runs):
         say(f"round {number + 1} of {runs}: publication")
-        identifier = exporter.add(recording, Edit(cuts=max(2, seconds // 6), **EFFECTS))
+        identifier = exporter.add(recording, Edit(cuts=usual, **EFFECTS))
         ours.append(exporter.package(identifier))
         alone.append(exporter.run(identifier)[0])
     shutil.rmtree(folder)
