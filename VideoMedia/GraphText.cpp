@@ -37,6 +37,15 @@ std::string labels(std::string_view name, std::size_t count, std::size_t first)
     return result;
 }
 
+std::string within(std::string_view variable, std::span<const TimeSpan> spans)
+{
+    if (spans.size() == 1)
+        return std::format("between({},{},{})", variable, numberText(spans.front().start), numberText(spans.front().end));
+    const auto middle = spans.size() / 2;
+    return std::format("if(lt({},{}),{},{})", variable, numberText(spans[middle].start),
+        within(variable, spans.first(middle)), within(variable, spans.subspan(middle)));
+}
+
 std::string audioFades(const KeptSpan& kept, double length)
 {
     std::string result;

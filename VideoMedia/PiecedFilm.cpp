@@ -291,28 +291,21 @@ private:
     /// pieces without a restart.
     void plan()
     {
-        std::vector<std::size_t> missing;
-        for (const auto n : piecesToMake()) {
+        const auto missing = piecesToMake();
+        for (const auto n : missing) {
             for (auto& series : m_series)
                 drop(series, n); // Never write to a link into the cache.
-            missing.push_back(n);
         }
         constexpr std::size_t maxTogether = 30;
-        constexpr std::size_t maxParts = 50; // Each has several filters, and ffmpeg checks all of them for every frame.
         constexpr std::int64_t maxGap = 5; // Seconds; a run reads shorter cuts between its pieces.
         const auto share = missing.size() / (2 * static_cast<std::size_t>(m_runs));
         const auto together = m_runs == 1 ? maxTogether : std::clamp<std::size_t>(share, 1, maxTogether);
-        std::size_t parts = 0; // Of the last group.
         for (const auto n : missing) {
-            const auto more = m_pieces[n].parts.size();
-            const bool follows = !m_groups.empty() && m_groups.back().size() < together && parts + more <= maxParts
-                && m_groups.back().back() + 1 == n && m_pieces[n].first() - m_pieces[n - 1].last() <= maxGap * m_recipe.fps;
-            if (!follows) {
+            const bool follows = !m_groups.empty() && m_groups.back().size() < together && m_groups.back().back() + 1 == n
+                && m_pieces[n].first() - m_pieces[n - 1].last() <= maxGap * m_recipe.fps;
+            if (!follows)
                 m_groups.emplace_back();
-                parts = 0;
-            }
             m_groups.back().push_back(n);
-            parts += more;
         }
     }
 

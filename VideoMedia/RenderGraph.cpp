@@ -1,5 +1,6 @@
 #include "VideoMedia/RenderGraph.h"
 
+#include "VideoMedia/Fading.h"
 #include "VideoMedia/GraphText.h"
 #include "VideoMedia/KeptSpans.h"
 #include "VideoMedia/NumberText.h"
@@ -46,17 +47,6 @@ std::vector<TimeSpan> widened(std::span<const TimeSpan> spans, double margin)
     return result;
 }
 
-/// An expression that is true within sorted spans. It bisects them, because a linear test of hundreds for every frame
-/// would be slow.
-std::string within(std::span<const TimeSpan> stretches)
-{
-    if (stretches.size() == 1)
-        return std::format("between(t,{},{})", numberText(stretches.front().start), numberText(stretches.front().end));
-    const auto middle = stretches.size() / 2;
-    return std::format("if(lt(t,{}),{},{})", numberText(stretches[middle].start), within(stretches.first(middle)),
-        within(stretches.subspan(middle)));
-}
-
 /// Builds the video graph chain by chain; `current()` is the label of its last output.
 class VideoGraph {
 public:
@@ -81,8 +71,12 @@ public:
         , m_width(static_cast<double>(settings.size.width))
         , m_height(static_cast<double>(settings.size.height))
     {
+        // Halfway between two frames, where no rounding matters.
+        const auto timeBefore = [&](std::int64_t frame) {
+            return (static_cast<double>(frame) - 0.5) / static_cast<double>(settings.fps);
+        };
         for (const auto& part : piece.parts)
-            m_spans.push_back(shownOf(part));
+            m_spans.push_back({timeBefore(part.first), timeBefore(part.last)});
     }
 
     std::string text()
@@ -106,7 +100,7 @@ public:
         if (m_project.edit.sharpen)
             sharpen();
         if (m_piece)
-            addParts();
+            addFades();
         else
             addKeptSpans();
         return m_chains.text();
@@ -115,15 +109,15 @@ public:
 private:
     std::string current() const { return "[" + m_current + "]"; }
 
-    /// Drops frames that no kept span shows before the costly filters.
+    /// Drops frames that no kept span shows before the costly filters. In a whole film, a few beside the spans remain.
     void dropCutFrames()
     {
-        constexpr double margin = 1.5; // Frames.
+        const double margin = m_piece ? 0 : 1.5; // Frames.
         const auto stretches = widened(m_spans, margin / static_cast<double>(m_settings.fps));
         const bool keepsAll = stretches.empty()
             || (stretches.size() == 1 && (m_piece || (stretches[0].start <= 0 && stretches[0].end >= m_project.duration)));
         if (!keepsAll)
-            step(std::format("select='{}'", within(stretches)), "shown");
+            step(std::format("select='{}'", GraphText::within("t", stretches)), "shown");
     }
 
     /// Adds a chain from the last output to a new label.
@@ -134,15 +128,6 @@ private:
     }
 
     void sharpen() { step(m_settings.quickSharpening ? Sharpening::quickFilter : Sharpening::filter, "sharp"); }
-
-    /// The stretch of the recording timeline that a part shows, in seconds.
-    TimeSpan shownOf(const PiecePart& part) const
-    {
-        const auto rate = static_cast<double>(m_settings.fps);
-        const bool ends = part.last == truncated(std::round(part.kept.span.end * rate));
-        return {part.first == part.spanFirst ? part.kept.span.start : static_cast<double>(part.first) / rate,
-            ends ? part.kept.span.end : static_cast<double>(part.last) / rate};
-    }
 
     /// The filters that convert the frames of an input to the size and rate of the output. `start` is the expression of its
     /// first timestamp.
@@ -311,45 +296,12 @@ private:
             m_chains.add(std::format("{}{}[vout]", video, last));
     }
 
-    /// The fades of a span that are visible in a part.
-    std::string fadesOf(const PiecePart& part) const
+    /// The remaining frames without the gaps of the cuts, darkened at the ends of the kept spans.
+    void addFades()
     {
-        const auto rate = static_cast<double>(m_settings.fps);
-        const double length = std::max(part.kept.span.end - part.kept.span.start, 0.0);
-        const double fade = part.kept.videoFade;
-        std::string result;
-        if (!(fade >= minTime))
-            return result;
-        if (static_cast<double>(part.first - part.spanFirst) / rate < fade)
-            result = std::format("fade=t=in:d={}", durationText(fade));
-        if (static_cast<double>(part.last - part.spanFirst) / rate > length - fade)
-            result += std::format(
-                "{}fade=t=out:st={}:d={}", result.empty() ? "" : ",", durationText(length - fade), durationText(fade));
-        return result;
-    }
-
-    /// Joins the parts of a piece. Fade times count from the first frame of the span.
-    void addParts()
-    {
-        const auto& parts = m_piece->parts;
-        if (parts.size() > 1)
-            GraphText::addBranches(m_chains, current(), GraphText::videoBranches, m_spans);
-        // All fades follow all branches: the first frame of a part also ends the branch before it, which has then released
-        // the frame. No fade needs copies or a frame pool of its own.
-        std::vector<std::string> fading;
-        for (std::size_t n = parts.size(); n-- > 0;) {
-            const std::string fades = fadesOf(parts[n]);
-            const std::string fromZero = std::format("setpts=PTS-STARTPTS{}", label("v", n));
-            m_chains.add(std::format("{}trim=start={}:end={},setpts=PTS-round({}/{}/TB){}",
-                parts.size() > 1 ? label("vbranch", n) : current(), durationText(m_spans[n].start),
-                durationText(m_spans[n].end), parts[n].spanFirst, m_settings.fps,
-                fades.empty() ? "," + fromZero : label("part", n)));
-            if (!fades.empty())
-                fading.push_back(std::format("{}{},{}", label("part", n), fades, fromZero));
-        }
-        for (const auto& chain : fading)
-            m_chains.add(chain);
-        m_chains.add(std::format("{}concat=n={}:v=1:a=0[vout]", labels("v", parts.size()), parts.size()));
+        const std::string fades = fading(*m_piece, m_settings.fps);
+        m_chains.add(std::format(
+            "{}settb=1/{},setpts=N{}{}[vout]", current(), m_settings.fps, fades.empty() ? "" : ",format=yuv420p,", fades));
     }
 
     /// Burns an Advanced SubStation Alpha document in.
@@ -365,7 +317,7 @@ private:
     double m_width;
     double m_height;
     std::vector<KeptSpan> m_kept;
-    std::vector<TimeSpan> m_spans; ///< The spans of `m_kept`.
+    std::vector<TimeSpan> m_spans; ///< The spans of `m_kept`, or of the parts of the piece.
     Chains m_chains;
     std::string m_current;
 };
