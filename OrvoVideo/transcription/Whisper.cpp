@@ -145,7 +145,7 @@ bool isDash(const std::string& text)
     return text == "-" || text == "–" || text == "—";
 }
 
-/// The number of encoder positions (20 ms each) for the audio. Unused ones would cost time and memory.
+/// The number of encoder positions (20 ms each) for the audio of a quick recognition. Unused ones would cost time.
 int attended(std::size_t samples)
 {
     constexpr int maxPositions = 1'500;
@@ -253,7 +253,8 @@ Whisper::Answer Whisper::recognise(std::span<const float> samples, const Request
     const bool searches = request.beams > 1 && request.temperature == 0;
     auto parameters = whisper_full_default_params(searches ? WHISPER_SAMPLING_BEAM_SEARCH : WHISPER_SAMPLING_GREEDY);
     parameters.n_threads = m_threads;
-    parameters.audio_ctx = attended(samples.size());
+    // With all positions, as in training, the model mishears less.
+    parameters.audio_ctx = request.beams > 1 ? 0 : attended(samples.size());
     parameters.language = request.language.c_str();
     const auto before = continued(m_context.get(), request);
     parameters.prompt_tokens = before.data();
