@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <format>
 #include <map>
+#include <span>
 #include <vector>
 
 namespace orvo::RenderGraph {
@@ -21,23 +22,23 @@ std::int64_t rescaled(std::int64_t value, std::int64_t from, std::int64_t to)
     return (value * to + from / 2) / from;
 }
 
-/// The levels of the frames of a span that fades in and out.
+/// The levels of the frames of a part, whose span fades in and out.
 class Levels {
 public:
     /// `ticks` of the timestamps are a second.
-    Levels(const KeptSpan& kept, std::int64_t fps, std::int64_t ticks)
+    Levels(const PiecePart& part, std::int64_t fps, std::int64_t ticks)
         : m_fps(fps)
         , m_ticks(ticks)
-        , m_duration(timestamp(kept.videoFade))
-        , m_start(timestamp(std::max(kept.span.duration(), 0.0) - kept.videoFade))
+        , m_first(rescaled(part.spanFirst, fps, ticks))
+        , m_duration(timestamp(part.kept.videoFade))
+        , m_start(timestamp(std::max(part.kept.span.duration(), 0.0) - part.kept.videoFade))
     {
     }
 
-    /// The level of frame `frame`, where the span begins with frame `first`.
-    int in(std::int64_t frame, std::int64_t first) const { return share(after(frame, first)); }
-    int out(std::int64_t frame, std::int64_t first) const
+    int in(std::int64_t frame) const { return share(timeOf(frame)); }
+    int out(std::int64_t frame) const
     {
-        const auto time = after(frame, first);
+        const auto time = timeOf(frame);
         return time < m_start ? full : full - share(time - m_start);
     }
 
@@ -49,10 +50,8 @@ private:
         return rescaled(truncated(seconds * static_cast<double>(microseconds) + error), microseconds, m_ticks);
     }
 
-    std::int64_t after(std::int64_t frame, std::int64_t first) const
-    {
-        return rescaled(frame, m_fps, m_ticks) - rescaled(first, m_fps, m_ticks);
-    }
+    /// Ticks since the start of the span.
+    std::int64_t timeOf(std::int64_t frame) const { return rescaled(frame, m_fps, m_ticks) - m_first; }
 
     /// How far a fade has come `time` ticks after its start.
     int share(std::int64_t time) const
@@ -67,25 +66,18 @@ private:
 
     std::int64_t m_fps;
     std::int64_t m_ticks;
+    std::int64_t m_first; ///< The timestamp at which the span begins.
     std::int64_t m_duration; ///< Of a fade, in ticks.
-    std::int64_t m_start; ///< Of the fade at the end.
+    std::int64_t m_start; ///< Of the fade at the end, in ticks since the start of the span.
 };
 
-/// The filter that darkens frames to a level. `frames` are sorted.
-std::string darkened(int level, const std::vector<std::int64_t>& frames)
+/// The filter that darkens frames to a level.
+std::string darkened(int level, std::span<const TimeSpan> frames)
 {
-    std::vector<TimeSpan> spans;
-    for (const auto frame : frames) {
-        const auto number = static_cast<double>(frame);
-        if (!spans.empty() && spans.back().end == number - 1)
-            spans.back().end = number;
-        else
-            spans.push_back({.start = number, .end = number});
-    }
     // The constants and roundings of the filter "fade": black is 16, no colour 128.
     const auto chroma = std::format("128+(val-128)*{}/65536+32759/65536", level);
-    return std::format(
-        "lutyuv=y='16+(val-16)*{0}/65536+1/2':u='{1}':v='{1}':enable='{2}'", level, chroma, GraphText::within("n", spans));
+    return std::format("lutyuv=y='16+(val-16)*{0}/65536+1/2':u='{1}':v='{1}':enable='{2}'", level, chroma,
+        GraphText::within("n", GraphText::widened(frames, 0.5)));
 }
 
 } // namespace
@@ -94,20 +86,21 @@ std::string fading(const Piece& piece, std::int64_t fps)
 {
     // The last filter that sets the time base is that of the zooms or that which joins the clips.
     const std::int64_t ticks = piece.zoomed ? fps : microseconds;
-    std::map<int, std::vector<std::int64_t>> in; // The frames of each level.
-    std::map<int, std::vector<std::int64_t>> out;
+    std::map<int, std::vector<TimeSpan>> in; // The numbers of the frames of each level.
+    std::map<int, std::vector<TimeSpan>> out;
     std::int64_t number = 0;
     for (const auto& part : piece.parts) {
         if (!(part.kept.videoFade >= GraphText::minTime)) {
             number += part.last - part.first;
             continue;
         }
-        const Levels levels(part.kept, fps, ticks);
+        const Levels levels(part, fps, ticks);
         for (auto frame = part.first; frame < part.last; ++frame, ++number) {
-            if (const int level = levels.in(frame, part.spanFirst); level < full)
-                in[level].push_back(number);
-            if (const int level = levels.out(frame, part.spanFirst); level < full)
-                out[level].push_back(number);
+            const TimeSpan only{.start = static_cast<double>(number), .end = static_cast<double>(number)};
+            if (const int level = levels.in(frame); level < full)
+                in[level].push_back(only);
+            if (const int level = levels.out(frame); level < full)
+                out[level].push_back(only);
         }
     }
     std::string result;

@@ -37,6 +37,19 @@ std::string labels(std::string_view name, std::size_t count, std::size_t first)
     return result;
 }
 
+std::vector<TimeSpan> widened(std::span<const TimeSpan> spans, double margin)
+{
+    std::vector<TimeSpan> result;
+    for (const auto& span : spans) {
+        const TimeSpan wide{std::max(span.start - margin, 0.0), span.end + margin};
+        if (!result.empty() && wide.start <= result.back().end)
+            result.back().end = wide.end;
+        else
+            result.push_back(wide);
+    }
+    return result;
+}
+
 std::string within(std::string_view variable, std::span<const TimeSpan> spans)
 {
     if (spans.size() == 1)

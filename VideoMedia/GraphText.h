@@ -32,6 +32,9 @@ std::string label(std::string_view name, std::size_t number);
 /// `count` labels, numbered from `first`.
 std::string labels(std::string_view name, std::size_t count, std::size_t first = 0);
 
+/// Sorted spans with a margin around each, but none before 0; overlapping ones are merged.
+std::vector<TimeSpan> widened(std::span<const TimeSpan> spans, double margin);
+
 /// An expression that is true while a variable is within one of the sorted spans, ends included. It bisects them, because
 /// a linear test of hundreds for every frame would be slow.
 std::string within(std::string_view variable, std::span<const TimeSpan> spans);

@@ -33,20 +33,6 @@ std::string fades(std::string_view filter, double fade, double length)
     return std::format(",{0}=t=in:d={1},{0}=t=out:st={2}:d={1}", filter, amount, durationText(length - fade));
 }
 
-/// The spans with a margin for rounding around each; overlapping ones are merged.
-std::vector<TimeSpan> widened(std::span<const TimeSpan> spans, double margin)
-{
-    std::vector<TimeSpan> result;
-    for (const auto& span : spans) {
-        const TimeSpan wide{std::max(span.start - margin, 0.0), span.end + margin};
-        if (!result.empty() && wide.start <= result.back().end)
-            result.back().end = wide.end;
-        else
-            result.push_back(wide);
-    }
-    return result;
-}
-
 /// Builds the video graph chain by chain; `current()` is the label of its last output.
 class VideoGraph {
 public:
@@ -113,7 +99,7 @@ private:
     void dropCutFrames()
     {
         const double margin = m_piece ? 0 : 1.5; // Frames.
-        const auto stretches = widened(m_spans, margin / static_cast<double>(m_settings.fps));
+        const auto stretches = GraphText::widened(m_spans, margin / static_cast<double>(m_settings.fps));
         const bool keepsAll = stretches.empty()
             || (stretches.size() == 1 && (m_piece || (stretches[0].start <= 0 && stretches[0].end >= m_project.duration)));
         if (!keepsAll)
