@@ -14,6 +14,7 @@
 #include "VideoMedia/FilmSources.h"
 #include "VideoMedia/FinishedFilms.h"
 #include "VideoMedia/HlsLadder.h"
+#include "VideoMedia/InParallel.h"
 #include "VideoMedia/NumberText.h"
 #include "VideoMedia/OverlayImage.h"
 #include "VideoMedia/PieceCache.h"
@@ -30,6 +31,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <format>
+#include <functional>
 #include <optional>
 #include <ranges>
 #include <system_error>
@@ -82,11 +84,10 @@ public:
         if (!program)
             throw captureError("Instala FFmpeg desde Ajustes para exportar vídeos.");
         m_ffmpeg = *program;
-        m_version = ProcessRunner::requireUsable(m_ffmpeg);
 
         const WorkFolder work(m_store.directory(m_project.id), "render");
         checkProject();
-        m_sources = FilmSources::of(m_project, m_store, m_ffmpeg, m_settings.height, m_probe, m_stop);
+        inspect();
         checkDestination();
         // Hidden beside the destination: an older video stays until the new one is complete.
         const WorkFolder beside(m_destination.parent_path(), ".orvo-export");
@@ -104,6 +105,21 @@ public:
     }
 
 private:
+    /// Asks ffmpeg about itself and about the sources, at the same time: each answer takes the start of a program.
+    void inspect()
+    {
+        const std::array<std::function<void()>, 3> questions{[&] { m_version = ProcessRunner::requireUsable(m_ffmpeg); },
+            [&] { m_sources = FilmSources::of(m_project, m_store, m_ffmpeg, m_settings.height, m_probe, m_stop); },
+            [&] {
+                if (m_settings.format == ExportFormat::mp4)
+                    VideoEncoder::learn(m_ffmpeg, m_stop);
+            }};
+        inParallel(questions.size(), [&](std::size_t i) {
+            questions[i]();
+            return true;
+        });
+    }
+
     std::string subtitles() const
     {
         constexpr auto format = Timeline::SubtitleFormat::subRip;

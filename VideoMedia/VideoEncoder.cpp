@@ -113,6 +113,11 @@ std::vector<VideoEncoder> VideoEncoder::hardware()
         {.name = "h264_qsv", .device = {}, .upload = {}, .options = {"-forced_idr", "1"}, .quantizerFloor = {}}};
 }
 
+void VideoEncoder::learn(const fs::path& ffmpeg, const std::stop_token& stop)
+{
+    listOf(ffmpeg, stop);
+}
+
 VideoEncoder VideoEncoder::find(const fs::path& ffmpeg, const Task& task, const std::stop_token& stop)
 {
     const std::string list = listOf(ffmpeg, stop);

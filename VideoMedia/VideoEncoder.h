@@ -57,6 +57,9 @@ struct VideoEncoder {
     /// Blocks during the trials. Throws as `ProcessRunner::run`.
     static VideoEncoder find(const std::filesystem::path& ffmpeg, const Task& task, const std::stop_token& stop = {});
 
+    /// Asks `ffmpeg` for its list of encoders ahead of `find`, which otherwise does. Throws as `ProcessRunner::run`.
+    static void learn(const std::filesystem::path& ffmpeg, const std::stop_token& stop = {});
+
     /// The software encoder, which works on every machine.
     static VideoEncoder software();
 };
