@@ -476,20 +476,20 @@ private:
         const auto rate = static_cast<double>(m_recipe.fps);
         const fs::path annotations = m_work / std::format("annotations{}.ass", group.front());
         const fs::path graph = m_work / std::format("filters{}.txt", group.front());
-        const int threads = std::max(availableCores() / m_runs, 1);
+        const int cores = std::max(availableCores() / m_runs, 1);
         const double start = static_cast<double>(piece.first()) / rate - readAhead;
         const Source* camera = cameraOfGraph();
         writeFileAtomically(annotations, annotationsOf(shown));
         std::string filters = graphOf(piece, shown, annotations,
-            camera ? PacedSource::filter(camera->input.file, start, threads > 2 ? 2 : 1) : std::string());
+            camera ? PacedSource::filter(camera->input.file, start, cores > 2 ? 2 : 1) : std::string());
         const bool hasSteps = m_series.size() > 1;
         if (hasSteps)
             filters += ";\n[vout]format=yuv420p,split=2[film][all];\n" + scaling();
         writeFileAtomically(graph, filters);
         Arguments arguments = ExportFormats::commonArguments();
         append(arguments, {"-copyts"});
-        if (m_recipe.project.edit.sharpen && !m_recipe.quickSharpening && threads > 1)
-            append(arguments, {"-filter_complex_threads", std::to_string(threads)});
+        if (m_recipe.project.edit.sharpen && !m_recipe.quickSharpening && cores > 1)
+            append(arguments, {"-filter_complex_threads", std::to_string(cores)});
         for (const auto& source : m_recipe.sources) {
             if (&source == camera)
                 continue;
@@ -507,8 +507,7 @@ private:
             append(arguments, {"-map", std::format("[{}]", isFilm && hasSteps ? "film" : series.label)});
             append(arguments, series.encoder);
             append(arguments, keyFramesOf(group));
-            // Smaller frames keep fewer threads busy, and each buffers frames.
-            append(arguments, {"-threads", std::to_string(isFilm ? threads : std::max(threads / 2, 1))});
+            append(arguments, {"-threads", std::to_string(isFilm ? filmThreads(cores) : std::max(cores / 2, 1))});
             append(arguments, {"-r", std::to_string(m_recipe.fps), "-progress", "pipe:1"});
             append(arguments, filesOf(series, group));
         }
@@ -526,6 +525,10 @@ private:
             },
             static_cast<double>(piece.length()) / rate, m_stop.get_token());
     }
+
+    /// The encoder's threads for the film, in a run with this many cores. They wait for each other, so a run alone on the
+    /// machine takes half again as many, unless sharpening fills the gaps. Each thread buffers frames.
+    int filmThreads(int cores) const { return m_runs > 1 || m_recipe.project.edit.sharpen ? cores : cores + cores / 2; }
 
     /// The frames of a group's run at which its pieces begin, except the first piece.
     std::vector<std::int64_t> bordersOf(const std::vector<std::size_t>& group) const
