@@ -7,7 +7,7 @@ namespace orvo::speech {
 
 namespace {
 
-constexpr std::size_t keptBeside = 40; ///< Frames of silence kept before and after speech.
+constexpr std::size_t keptBeside = 25; ///< Frames of silence kept before and after speech.
 constexpr std::size_t maxFrames =
     2'850; ///< Frames per chunk. The recogniser accepts 3,000, including some silence at the end.
 constexpr std::size_t maxSpeech = maxFrames - 2 * keptBeside; ///< Frames per stretch.

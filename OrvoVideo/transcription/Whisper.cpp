@@ -167,7 +167,8 @@ int sayable(std::size_t samples)
 /// The tokens that the recognition continues: the prompt, then the last tokens of the preceding speech.
 std::vector<whisper_token> continued(whisper_context* context, const Whisper::Request& request)
 {
-    constexpr std::size_t maxTokens = 160; // The library takes 223. Each takes 0.4 MB and some time.
+    // The library takes 223. Each takes 0.4 MB and some time, and several hypotheses take memory of their own.
+    const std::size_t maxTokens = request.beams > 1 ? 150 : 160;
     std::vector<whisper_token> result(maxTokens);
     const int count = whisper_tokenize(context, request.prompt.c_str(), result.data(), static_cast<int>(result.size()));
     result.resize(static_cast<std::size_t>(std::max(count, 0)));
