@@ -507,6 +507,7 @@ private:
             append(arguments, {"-map", std::format("[{}]", isFilm && hasSteps ? "film" : series.label)});
             append(arguments, series.encoder);
             append(arguments, keyFramesOf(group));
+            // Smaller frames keep fewer threads busy.
             append(arguments, {"-threads", std::to_string(isFilm ? filmThreads(cores) : std::max(cores / 2, 1))});
             append(arguments, {"-r", std::to_string(m_recipe.fps), "-progress", "pipe:1"});
             append(arguments, filesOf(series, group));
